@@ -1,0 +1,84 @@
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXPropertyList.h"
+#include "VXUserDefaults.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int runRead(VXHostContext &context, const QString &domain, const QString &key)
+{
+    const QVariantMap values = VXUserDefaults::standardUserDefaults().persistentDomainForName(domain);
+    if (key.isNull()) {
+        context.output.answer(VXJSONFromVariant(values));
+        return VXHostOutput::Done;
+    }
+    if (!values.contains(key))
+        return context.output.fail(u"there is no key \"%1\" in the domain \"%2\""_s.arg(key, domain));
+    context.output.answer(VXJSONFromVariant(values.value(key)));
+    return VXHostOutput::Done;
+}
+
+int runWrite(VXHostContext &context, const QString &domain, const QString &key, const QString &text)
+{
+    QString reason;
+    const auto json = VXJSONFromText(text.toUtf8(), &reason);
+    if (!json)
+        return context.output.fail(u"the value is no JSON: %1; texts need quotes, as '\"text\"'"_s.arg(reason));
+    if (json->isNull())
+        return context.output.fail(u"null cannot be stored; \"vornix defaults delete\" removes a key"_s);
+    const QVariant value = VXVariantFromJSON(*json);
+    if (!VXPropertyList::isValid(value, &reason))
+        return context.output.fail(u"the value cannot be stored: %1"_s.arg(reason));
+    VXError error;
+    if (!VXUserDefaults::standardUserDefaults().setObject(value, key, domain, &error))
+        return context.output.fail(error.description());
+    return VXHostOutput::Done;
+}
+
+int runDelete(VXHostContext &context, const QString &domain, const QString &key)
+{
+    VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+    VXError error;
+    const bool done = key.isNull() ? defaults.removePersistentDomainForName(domain, &error)
+                                   : defaults.setObject({}, key, domain, &error);
+    return done ? static_cast<int>(VXHostOutput::Done) : context.output.fail(error.description());
+}
+
+int runDefaults(VXHostContext &context)
+{
+    const VXHostOptions &options = context.options;
+    const QString verb = options.operand(0);
+    const bool writes = verb == "write"_L1;
+    if (writes != (options.operands().size() == 4)) {
+        const QString expected = writes ? u"write needs DOMAIN KEY VALUE"_s : u"%1 needs DOMAIN [KEY]"_s.arg(verb);
+        return context.output.failUsage(expected, VXHostUsage(options.command()));
+    }
+    if (writes)
+        return runWrite(context, options.operand(1), options.operand(2), options.operand(3));
+    if (verb == "read"_L1)
+        return runRead(context, options.operand(1), options.operand(2));
+    return runDelete(context, options.operand(1), options.operand(2));
+}
+
+} // namespace
+
+VXHostCommand VXDefaultsCommand()
+{
+    return {.name = u"defaults"_s,
+            .summary = u"Read, write and delete preferences"_s,
+            .synopsis = u"read|write|delete DOMAIN [KEY] [VALUE]"_s,
+            .details =
+                u"\"read DOMAIN [KEY]\" shows the values of a domain, or one of them. \"write DOMAIN KEY VALUE\" "
+                "stores a value. \"delete DOMAIN [KEY]\" removes one value, or the whole domain.\n"
+                "Values are JSON; data is {\"$data\": BASE64} and a date is {\"$date\": ISO 8601}. The "
+                "application's own domain is \"com.halvern.VNX2\"."_s,
+            .minimumOperands = 2,
+            .maximumOperands = 4,
+            .firstOperands = {u"read"_s, u"write"_s, u"delete"_s},
+            .run = runDefaults};
+}

@@ -1,0 +1,6 @@
+#pragma once
+
+class VXEvalRegistry;
+
+/** Registers the calls of the core services. */
+void VXAddCoreCalls(VXEvalRegistry &registry);

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "VXEvalParameter.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <functional>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+/** What a call answers: its result, what it gives back besides by name, or an error when that is not null. */
+struct VXEvalAnswer
+{
+    QVariant result;
+    QVariantMap outValues = {};
+    QString error = {};
+};
+
+/** The arguments of one call, on their way to the parameters of its function. */
+class VXEvalArguments
+{
+public:
+    VXEvalArguments(const QString &call, const QStringList &names, const QJsonArray &values)
+        : _call(call), _names(names), _values(values)
+    {
+    }
+
+    /** Answers false, with the error made, when there are too many or too few. */
+    bool checkCount(qsizetype required);
+
+    /** Stores one argument; answers false, with the error made, when it is unfit. */
+    template <class T>
+    bool read(qsizetype index, T &parameter)
+    {
+        if (index >= _values.size())
+            return true; // an optional one left out
+        if (VXEvalParameter<T>::read(_values.at(index), parameter))
+            return true;
+        setUnfit(index, VXEvalParameter<T>::kind());
+        return false;
+    }
+
+    QString error() const { return _error; }
+
+private:
+    void setUnfit(qsizetype index, const QString &expected);
+
+    const QString &_call;
+    const QStringList &_names;
+    const QJsonArray &_values;
+    QString _error;
+};
+
+/**
+ * The calls that "vornix eval" knows. A call is registered with one line: its name, the names of its
+ * parameters and a function, whose C++ parameter types say what the arguments must be (VXEvalParameter). The
+ * function answers a value that a QVariant holds, or a VXEvalAnswer. Reading is reentrant.
+ */
+class VXEvalRegistry
+{
+public:
+    /** The program's own calls. */
+    static const VXEvalRegistry &standard();
+
+    template <class Function>
+    void add(const QString &name, const QStringList &parameterNames, Function function)
+    {
+        addFunction(name, parameterNames, std::function(std::move(function)));
+    }
+
+    QStringList names() const { return _calls.keys(); }
+
+    /** Carries out {"call": NAME, "args": [...]}; the answer is {"result": ..., out values} or {"error": TEXT}. */
+    QJsonObject answer(const QJsonObject &request) const;
+
+private:
+    struct Call
+    {
+        QStringList parameterNames;
+        std::function<VXEvalAnswer(VXEvalArguments &)> run;
+    };
+
+    template <class Result, class... Parameters>
+    void addFunction(const QString &name, const QStringList &parameterNames,
+                     std::function<Result(Parameters...)> function)
+    {
+        addCall(name, sizeof...(Parameters),
+                {parameterNames, [function](VXEvalArguments &arguments) { return run(function, arguments); }});
+    }
+
+    template <class Result, class... Parameters>
+    static VXEvalAnswer run(const std::function<Result(Parameters...)> &function, VXEvalArguments &arguments)
+    {
+        std::tuple<std::decay_t<Parameters>...> values;
+        const auto readAll = [&]<std::size_t... I>(std::index_sequence<I...>)
+        {
+            return (arguments.read(qsizetype(I), std::get<I>(values)) && ...);
+        };
+        if (!arguments.checkCount(requiredCount<std::decay_t<Parameters>...>()) ||
+            !readAll(std::index_sequence_for<Parameters...>()))
+            return {{}, {}, arguments.error()};
+        if constexpr (std::is_same_v<Result, VXEvalAnswer>)
+            return std::apply(function, std::move(values));
+        else
+            return {QVariant::fromValue(std::apply(function, std::move(values))), {}, {}};
+    }
+
+    // How many must be given: up to the last one that is not optional.
+    template <class... Parameters>
+    static constexpr qsizetype requiredCount()
+    {
+        qsizetype count = 0;
+        qsizetype index = 0;
+        ((++index, count = VXIsOptionalParameter<Parameters> ? count : index), ...);
+        return count;
+    }
+
+    void addCall(const QString &name, std::size_t parameterCount, Call call);
+
+    QHash<QString, Call> _calls;
+};

@@ -1,0 +1,64 @@
+#include "VXFramework.h"
+#include "VXHostCommands.h"
+#include "VXHostCommandTable.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int runHelp(VXHostContext &context)
+{
+    const QString name = context.options.operand(0);
+    const VXHostCommand *command = name.isNull() ? nullptr : context.commands.find(name);
+    if (command == nullptr && !name.isNull())
+        return context.output.failUsage(u"unknown command \"%1\""_s.arg(name), VXHostUsage(nullptr));
+    const QString text =
+        command == nullptr ? VXHostOverview(context.commands) : VXHostCommandHelp(*command, context.commands);
+    context.output.answer(text, text);
+    return VXHostOutput::Done;
+}
+
+int runCompletion(VXHostContext &context)
+{
+    const QString script = VXHostBashCompletion(context.commands);
+    context.output.answer(script, script);
+    return VXHostOutput::Done;
+}
+
+int runManPage(VXHostContext &context)
+{
+    const QString page = VXHostManPage(context.commands, VXFrameworkVersion());
+    context.output.answer(page, page);
+    return VXHostOutput::Done;
+}
+
+} // namespace
+
+VXHostCommand VXHelpCommand()
+{
+    return {.name = u"help"_s,
+            .summary = u"Show the commands, or tell more about one"_s,
+            .synopsis = u"[COMMAND]"_s,
+            .maximumOperands = 1,
+            .run = runHelp};
+}
+
+VXHostCommand VXCompletionCommand()
+{
+    return {.name = u"completion"_s,
+            .summary = u"Write a completion script for a shell"_s,
+            .synopsis = u"bash"_s,
+            .minimumOperands = 1,
+            .maximumOperands = 1,
+            .firstOperands = {u"bash"_s},
+            .isHidden = true,
+            .run = runCompletion};
+}
+
+VXHostCommand VXManPageCommand()
+{
+    return {.name = u"man"_s, .summary = u"Write the man page"_s, .isHidden = true, .run = runManPage};
+}

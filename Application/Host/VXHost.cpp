@@ -1,0 +1,140 @@
+#include "VXHost.h"
+
+#include "VXApplication.h"
+#include "VXException.h"
+#include "VXFolders.h"
+#include "VXFramework.h"
+#include "VXHostCommandTable.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXLog.h"
+#include "VXTerminalUserInterface.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QStringList decodedArguments(int argc, char **argv)
+{
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QFile::decodeName(argv[i]));
+    return arguments;
+}
+
+VXTerminalUserInterface::Policy answerPolicy(const VXHostOptions &options)
+{
+    const QString answer = options.value(u"answer"_s);
+    if (answer == "default"_L1)
+        return VXTerminalUserInterface::Policy::Default;
+    return answer == "cancel"_L1 ? VXTerminalUserInterface::Policy::Cancel : VXTerminalUserInterface::Policy::Ask;
+}
+
+// Before anything asks for a folder.
+bool setHome(const VXHostOptions &options, VXHostOutput &output)
+{
+    const QString home = options.value(u"home"_s);
+    if (home.isNull())
+        return true;
+    if (!QDir().mkpath(home)) {
+        output.fail(u"cannot make the folder %1"_s.arg(home));
+        return false;
+    }
+    VXSetHomeFolder(home);
+    return true;
+}
+
+int runCommand(VXHostContext &context)
+{
+    try {
+        return context.options.command()->run(context);
+    } catch (const VXException &exception) {
+        return context.output.fail(exception.reason());
+    }
+}
+
+// Inside the event loop, as every other event: a command may quit the loop, be relaunched, run modal sessions.
+int runInEventLoop(VXHostContext &context)
+{
+    int status = VXHostOutput::Failed;
+    const auto run = [&] {
+        status = runCommand(context);
+        QCoreApplication::exit();
+    };
+    QMetaObject::invokeMethod(QCoreApplication::instance(), run, Qt::QueuedConnection);
+    QCoreApplication::exec();
+    return status;
+}
+
+int runApplication(VXHostContext &context)
+{
+    if (context.options.isSet(u"verbose"_s))
+        VXLog::setEchoDescriptor(STDERR_FILENO);
+    VXInitializeFramework();
+    VXApplication &application = VXApplication::sharedApplication();
+    application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
+    application.setDidFinishLaunching(true);
+
+    int status = runInEventLoop(context);
+    VXError error;
+    if (!VXUserDefaults::standardUserDefaults().synchronize(&error) || !application.relaunchIfDue(&error))
+        status = context.output.fail(error.localizedDescription());
+    return status;
+}
+
+// What needs no application: mistakes, --version and --help. None when there is a command to run.
+std::optional<int> answerWithoutApplication(VXHostContext &context)
+{
+    const VXHostOptions &options = context.options;
+    if (!options.error().isNull())
+        return context.output.failUsage(options.error(), VXHostUsage(options.command()));
+    if (options.isSet(u"version"_s)) {
+        context.output.answer("vornix "_L1 + VXFrameworkVersion() + u'\n', VXFrameworkVersion());
+        return VXHostOutput::Done;
+    }
+    if (options.command() != nullptr && !options.isSet(u"help"_s))
+        return {};
+    const QString help = options.command() == nullptr ? VXHostOverview(context.commands)
+                                                      : VXHostCommandHelp(*options.command(), context.commands);
+    context.output.answer(help, help);
+    return VXHostOutput::Done;
+}
+
+// A standard descriptor that the caller closed would be given to the next file opened. These cannot be used for what
+// they stand for, so that reading and writing fail as they should.
+void occupyStandardDescriptors()
+{
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) < 0)
+            static_cast<void>(::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+    }
+}
+
+} // namespace
+
+int VXHost::run(int argc, char **argv)
+{
+    occupyStandardDescriptors();
+    std::signal(SIGPIPE, SIG_IGN); // a reader that went away is a failed write, not the end
+    const VXHostCommandTable &commands = VXHostCommandTable::standard();
+    const VXHostOptions options(decodedArguments(argc, argv), commands);
+    VXHostOutput output(STDOUT_FILENO, STDERR_FILENO, options.isSet(u"json"_s));
+    VXHostContext context{options, commands, output};
+
+    if (const auto status = answerWithoutApplication(context))
+        return output.finish(*status);
+    if (!setHome(options, output))
+        return output.finish(VXHostOutput::Failed);
+    const QCoreApplication application(argc, argv);
+    return output.finish(runApplication(context));
+}

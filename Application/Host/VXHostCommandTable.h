@@ -1,0 +1,27 @@
+#pragma once
+
+#include "VXHostCommand.h"
+
+#include <vector>
+
+/** The commands of the program, and the options that go with all of them. */
+class VXHostCommandTable
+{
+public:
+    /** The program's own: info, defaults, log, plist, eval, help, and the hidden ones that make documents. */
+    static const VXHostCommandTable &standard();
+
+    VXHostCommandTable(std::vector<VXHostCommand> commands, QList<VXHostOption> globalOptions);
+
+    const std::vector<VXHostCommand> &commands() const { return _commands; }
+    const QList<VXHostOption> &globalOptions() const { return _globalOptions; }
+
+    /** Nullptr when there is no such command. */
+    const VXHostCommand *find(const QString &name) const;
+    /** The command whose name is most like what was typed; null when none is like it. */
+    QString nearestName(const QString &typed) const;
+
+private:
+    std::vector<VXHostCommand> _commands;
+    QList<VXHostOption> _globalOptions;
+};

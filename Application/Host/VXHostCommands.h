@@ -1,0 +1,15 @@
+#pragma once
+
+#include "VXHostCommand.h"
+
+/** The commands, each from a source of its own. */
+[[nodiscard]] VXHostCommand VXInfoCommand();
+[[nodiscard]] VXHostCommand VXDefaultsCommand();
+[[nodiscard]] VXHostCommand VXLogCommand();
+[[nodiscard]] VXHostCommand VXPropertyListCommand();
+[[nodiscard]] VXHostCommand VXEvalCommand();
+[[nodiscard]] VXHostCommand VXHelpCommand();
+
+/** Hidden: they write the completion script and the man page that are installed. */
+[[nodiscard]] VXHostCommand VXCompletionCommand();
+[[nodiscard]] VXHostCommand VXManPageCommand();

@@ -1,0 +1,72 @@
+#include "VXHostHelp.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Text for troff: backslashes and dashes escaped, and no line that begins like a request.
+QString escaped(const QString &text)
+{
+    QString result = text;
+    result.replace(u'\\', "\\e"_L1).replace(u'-', "\\-"_L1);
+    if (result.startsWith(u'.') || result.startsWith(u'\''))
+        result.prepend("\\&"_L1);
+    return result;
+}
+
+QString optionEntry(const VXHostOption &option)
+{
+    QString tag = "\\fB"_L1 + escaped("--"_L1 + option.name) + "\\fR"_L1;
+    if (!option.placeholder.isNull())
+        tag += " \\fI"_L1 + escaped(option.placeholder) + "\\fR"_L1;
+    const QString choices = option.choices.isEmpty() ? QString() : " ("_L1 + option.choices.join(", "_L1) + u')';
+    return ".TP\n"_L1 + tag + u'\n' + escaped(option.summary + choices) + ".\n"_L1;
+}
+
+QString commandSection(const VXHostCommand &command)
+{
+    QString text = ".SS "_L1 + escaped(command.name);
+    if (!command.synopsis.isNull())
+        text += u' ' + escaped(command.synopsis);
+    text += u'\n' + escaped(command.summary) + ".\n"_L1;
+    for (const QString &paragraph : command.details.split(u'\n', Qt::SkipEmptyParts))
+        text += ".PP\n"_L1 + escaped(paragraph) + u'\n';
+    for (const VXHostOption &option : command.options)
+        text += optionEntry(option);
+    return text;
+}
+
+} // namespace
+
+QString VXHostManPage(const VXHostCommandTable &commands, const QString &version)
+{
+    QString text = u".TH VORNIX 1 \"\" \"vornix %1\" \"User Commands\"\n"_s.arg(version);
+    text += uR"(.SH NAME
+vornix \- manage mobile phones and the personal data kept with them
+.SH SYNOPSIS
+.B vornix
+[\fIOPTION\fR]... \fICOMMAND\fR [\fIARGUMENT\fR]...
+.SH OPTIONS
+They may stand before or after the command.
+)"_s;
+    for (const VXHostOption &option : commands.globalOptions())
+        text += optionEntry(option);
+    text += ".SH COMMANDS\n"_L1;
+    for (const VXHostCommand &command : commands.commands()) {
+        if (!command.isHidden)
+            text += commandSection(command);
+    }
+    return text + uR"(.SH EXIT STATUS
+0 done; 1 failed, with a line on standard error that tells why; 2 wrong usage.
+.SH FILES
+.TP
+.I $XDG_CONFIG_HOME/Vornix 2
+Preferences, a property list for each domain.
+.TP
+.I $XDG_DATA_HOME/Vornix 2
+Data and plugins.
+.TP
+.I $XDG_STATE_HOME/Vornix/error.log
+The log.
+)"_s;
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "VXHostCommand.h"
+
+#include <QtCore/QHash>
+
+/**
+ * The command line, taken apart. Options may stand before and after operands, as "--name VALUE" or "--name=VALUE";
+ * "--" ends them; "-" alone and negative numbers are operands, "-h" is "--help". Of a repeated option the
+ * last one counts.
+ */
+class VXHostOptions
+{
+public:
+    /** `arguments` without the program's name. */
+    VXHostOptions(const QStringList &arguments, const VXHostCommandTable &commands);
+
+    /** What is wrong with the command line; null when nothing is. The rest then holds what was read so far. */
+    QString error() const { return _error; }
+
+    /** Nullptr when none is named. */
+    const VXHostCommand *command() const { return _command; }
+    /** What follows the command's name, without options. */
+    const QStringList &operands() const { return _operands; }
+    /** Null when there are not so many. */
+    QString operand(qsizetype index) const { return _operands.value(index); }
+
+    bool isSet(const QString &option) const { return _values.contains(option); }
+    /** The option's value; null when it was not given. */
+    QString value(const QString &option) const { return _values.value(option); }
+
+private:
+    void readOption(const QString &argument, QStringList &rest, const VXHostCommandTable &commands);
+    void readOperand(const QString &argument, const VXHostCommandTable &commands);
+    void checkOperands();
+    void fail(const QString &error);
+
+    QString _error;
+    const VXHostCommand *_command = nullptr;
+    QStringList _operands;
+    QHash<QString, QString> _values;
+};

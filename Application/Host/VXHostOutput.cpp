@@ -1,0 +1,136 @@
+#include "VXHostOutput.h"
+
+#include "VXException.h"
+#include "VXHostJSON.h"
+
+#include <QtCore/QJsonObject>
+
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype bufferSize = 64 * 1024;
+
+// 0, or the error number of the write that failed.
+int writeFully(int descriptor, const QByteArray &bytes)
+{
+    qsizetype done = 0;
+    while (done < bytes.size()) {
+        const ssize_t written =
+            ::write(descriptor, bytes.constData() + done, static_cast<std::size_t>(bytes.size() - done));
+        if (written >= 0)
+            done += written;
+        else if (errno != EINTR)
+            return errno;
+    }
+    return 0;
+}
+
+} // namespace
+
+VXHostOutput::VXHostOutput(int output, int errors, bool isJSON) : _output(output), _errors(errors), _isJSON(isJSON) {}
+
+bool VXHostOutput::isTerminal() const
+{
+    return ::isatty(_output) != 0;
+}
+
+void VXHostOutput::answer(const QString &text, const QJsonValue &value)
+{
+    VXAssert(!_answered, u"A command answers once"_s);
+    _answered = true;
+    if (_isJSON)
+        writeLine(VXJSONText(value, QJsonDocument::Indented));
+    else
+        write(text.toUtf8());
+}
+
+void VXHostOutput::answer(const QJsonValue &value)
+{
+    answer(_isJSON ? QString() : QString::fromUtf8(VXJSONText(value, QJsonDocument::Indented)) + u'\n', value);
+}
+
+void VXHostOutput::answerBytes(const QByteArray &bytes)
+{
+    VXAssert(!_isJSON && !_answered, u"Bytes are no JSON value"_s);
+    _answered = true;
+    write(bytes);
+}
+
+void VXHostOutput::beginParts()
+{
+    VXAssert(!_answered, u"A command answers once"_s);
+    _answered = true;
+    _inParts = true;
+    if (_isJSON)
+        write("[");
+}
+
+void VXHostOutput::writePart(const QByteArray &line)
+{
+    if (_isJSON)
+        write(_wroteFirstPart ? ",\n" : "\n");
+    _wroteFirstPart = true;
+    if (_isJSON)
+        write(line);
+    else
+        writeLine(line);
+}
+
+int VXHostOutput::fail(const QString &text)
+{
+    _failure = text;
+    writeFully(_errors, (u"vornix: "_s + text + u'\n').toUtf8());
+    return Failed;
+}
+
+int VXHostOutput::failUsage(const QString &text, const QString &usage)
+{
+    fail(text);
+    writeFully(_errors, (usage + u'\n').toUtf8());
+    return WrongUsage;
+}
+
+bool VXHostOutput::flush()
+{
+    if (_writingFailed)
+        return false;
+    const int error = writeFully(_output, _buffer);
+    _buffer.clear();
+    if (error == 0)
+        return true;
+    _writingFailed = true;
+    if (error != EPIPE)
+        fail(u"cannot write to standard output: "_s + QString::fromLocal8Bit(std::strerror(error)));
+    return false;
+}
+
+int VXHostOutput::finish(int status)
+{
+    if (_isJSON && _inParts)
+        write(_wroteFirstPart ? "\n]\n" : "]\n");
+    else if (_isJSON && !_answered)
+        writeLine(_failure.isNull() ? "null"_ba : VXJSONText(QJsonObject{{u"error"_s, _failure}}));
+    _answered = true;
+    _inParts = false;
+    return flush() ? status : static_cast<int>(Failed);
+}
+
+void VXHostOutput::write(const QByteArray &bytes)
+{
+    if (_writingFailed)
+        return;
+    _buffer += bytes;
+    if (_buffer.size() >= bufferSize)
+        flush();
+}
+
+void VXHostOutput::writeLine(const QByteArray &line)
+{
+    write(line);
+    write("\n");
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonValue>
+#include <QtCore/QString>
+
+/**
+ * Where a command writes: standard output for what was asked for, standard error for what went wrong. It
+ * keeps the promise of --json: exactly one JSON value on standard output, whatever happens ({"error": TEXT}
+ * after a failure, null where there is nothing to say). A reader that went away ends the output without a
+ * word; other failures to write are told. Used on one thread.
+ */
+class VXHostOutput
+{
+public:
+    enum Status : int { Done = 0, Failed = 1, WrongUsage = 2 };
+
+    /** The descriptors stay the caller's. */
+    VXHostOutput(int output, int errors, bool isJSON);
+    VXHostOutput(const VXHostOutput &) = delete;
+    VXHostOutput &operator=(const VXHostOutput &) = delete;
+
+    bool isJSON() const { return _isJSON; }
+    bool isTerminal() const;
+
+    /** The whole answer, in the form for people or as a JSON value: whichever was asked for. Once. */
+    void answer(const QString &text, const QJsonValue &value);
+    /** The same, of an answer that people get as JSON too. */
+    void answer(const QJsonValue &value);
+    /** The answer as bytes, which must not be asked for with --json. */
+    void answerBytes(const QByteArray &bytes);
+
+    /** Starts an answer of many parts: lines for people, elements of one JSON array with --json. */
+    void beginParts();
+    void writePart(const QByteArray &line);
+
+    /** Says what went wrong on standard error; answers the status to return. */
+    int fail(const QString &text);
+    int failUsage(const QString &text, const QString &usage);
+
+    /** Writes what is kept back; false once writing failed: there is no sense in going on. */
+    bool flush();
+    /** Ends the answer and writes it. @return the exit status: the given one, or Failed when writing failed. */
+    int finish(int status);
+
+private:
+    void write(const QByteArray &bytes);
+    void writeLine(const QByteArray &line);
+
+    const int _output;
+    const int _errors;
+    const bool _isJSON;
+    bool _answered = false;
+    bool _inParts = false;
+    bool _wroteFirstPart = false;
+    bool _writingFailed = false;
+    QString _failure;
+    QByteArray _buffer;
+};

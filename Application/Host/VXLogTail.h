@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QFile>
+#include <QtCore/QFileSystemWatcher>
+#include <QtCore/QString>
+
+#include <functional>
+#include <memory>
+
+/**
+ * Reads a log file line by line, and follows what is appended, also when the file is made, moved away for a
+ * new one (rotation) or emptied. The kernel tells of changes; nothing is polled. Main thread only.
+ */
+class VXLogTail
+{
+public:
+    /** Gets each line, without its line feed. */
+    using LineHandler = std::function<void(const QByteArray &line)>;
+
+    VXLogTail(const QString &path, LineHandler handler);
+
+    /** Reads what there is. No file is no line. */
+    void readAvailable();
+    /** Hands over a last line that has no line feed. */
+    void finish();
+    /** From now on reads whenever something changes, and then calls `afterReading`. */
+    void follow(std::function<void()> afterReading);
+
+private:
+    void changed();
+    void readLines();
+    bool isReplaced() const;
+    bool open();
+
+    const QString _path;
+    const LineHandler _handler;
+    std::function<void()> _afterReading;
+    std::unique_ptr<QFile> _file;
+    std::unique_ptr<QFileSystemWatcher> _watcher;
+    QByteArray _pending; // the beginning of a line whose end is not there yet
+};

@@ -1,0 +1,6 @@
+#include "VXHost.h"
+
+int main(int argc, char **argv)
+{
+    return VXHost::run(argc, argv);
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+#include <QtCore/QMap>
+#include <QtCore/QString>
+
+/**
+ * Shows each run as usual, and at the end a table with the ratio of every "GROUP/ours" to its "GROUP/peer" from the
+ * same run. A benchmark may state how much is allowed as a user counter named "allowed".
+ */
+class VXRatioReporter : public benchmark::ConsoleReporter
+{
+public:
+    VXRatioReporter();
+    void ReportRuns(const std::vector<Run> &runs) override;
+    void Finalize() override;
+
+private:
+    struct Times
+    {
+        double ours = 0;
+        double peer = 0;
+        double allowed = 0; // 0: nothing stated
+    };
+    QMap<QString, Times> _groups;
+};

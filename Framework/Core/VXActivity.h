@@ -1,0 +1,56 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+#include "VXMutex.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QPointer>
+#include <QtCore/QString>
+
+#include <atomic>
+#include <memory>
+
+/**
+ * A titled progress item for work that runs for a while: its owner updates it, the interface shows it. Made through
+ * VXActivityManager and shared by all who hold it. Any thread may read and update.
+ */
+class VX_EXPORT VXActivity
+{
+public:
+    using Ptr = std::shared_ptr<VXActivity>;
+
+    explicit VXActivity(const QString &identifier);
+    VXActivity(const VXActivity &) = delete;
+    VXActivity &operator=(const VXActivity &) = delete;
+
+    /** Unique among the running activities. */
+    QString identifier() const { return _identifier; }
+
+    /** The first and the second line to show; null when not set. */
+    QString title() const;
+    void setTitle(const QString &title);
+    QString subtitle() const;
+    void setSubtitle(const QString &subtitle);
+
+    /** Progress so far, and the value at which the activity is complete; in a unit of the owner's choice. */
+    double doubleValue() const { return _doubleValue.load(std::memory_order_relaxed); }
+    void setDoubleValue(double value) { _doubleValue.store(value, std::memory_order_relaxed); }
+    double maxValue() const { return _maxValue.load(std::memory_order_relaxed); }
+    void setMaxValue(double value) { _maxValue.store(value, std::memory_order_relaxed); }
+    /** Adds 1 to the value. Meant for one updating thread: two at once may count as one. */
+    void increment() { setDoubleValue(doubleValue() + 1.0); }
+
+    /** Who is responsible; not owned, null when gone or none. Cleared when the activity leaves the registry. */
+    QObject *delegate() const;
+    void setDelegate(QObject *delegate);
+
+private:
+    const QString _identifier;
+    std::atomic<double> _doubleValue{0.0};
+    std::atomic<double> _maxValue{0.0};
+
+    mutable VXMutex _lock;
+    QPointer<QObject> _delegate VX_GUARDED_BY(_lock);
+    QString _title VX_GUARDED_BY(_lock);
+    QString _subtitle VX_GUARDED_BY(_lock);
+};

@@ -1,0 +1,88 @@
+#include "VXActivityManager.h"
+
+#include "VXDiagnostics.h"
+#include "VXException.h"
+#include "VXMainThread.h"
+#include "VXMethodLog.h"
+
+#include <QtCore/QUuid>
+
+using namespace Qt::StringLiterals;
+
+const VXNotificationName VXActivityManagerDidAddActivityNotification(u"VXActivityManagerDidAddActivityNotification"_s);
+const VXNotificationName
+    VXActivityManagerWillRemoveActivityNotification(u"VXActivityManagerWillRemoveActivityNotification"_s);
+
+namespace {
+
+// Once the main thread has ended nobody watches the registry, and nothing is to be done.
+void onMainThread(const std::function<void()> &work)
+{
+    static_cast<void>(VXMainThread::performAndWait(work));
+}
+
+} // namespace
+
+VXActivityManager &VXActivityManager::sharedActivityManager()
+{
+    static auto *const manager = new VXActivityManager;
+    return *manager;
+}
+
+QList<VXActivity::Ptr> VXActivityManager::activities() const
+{
+    return _activities.values();
+}
+
+VXActivity::Ptr VXActivityManager::activityWithIdentifier(const QString &identifier) const
+{
+    return _activities.value(identifier);
+}
+
+VXActivity::Ptr VXActivityManager::addActivityWithTitle(const QString &title)
+{
+    return addActivityWithTitle(title, QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
+}
+
+VXActivity::Ptr VXActivityManager::addActivityWithTitle(const QString &title, const QString &identifier)
+{
+    VXAssert(!identifier.isNull(), u"theIdentifier can not be nil: %1"_s.arg(VXDescription(title)));
+    const auto activity = std::make_shared<VXActivity>(identifier);
+    activity->setTitle(title);
+    onMainThread([this, &activity] { add(activity); });
+    return activity;
+}
+
+void VXActivityManager::add(const VXActivity::Ptr &activity)
+{
+    const QString identifier = activity->identifier();
+    if (_activities.contains(identifier)) {
+        VXLogMethod(VXLogError,
+                    "addActivity:", u"Activity with this identifier is aready running: %1"_s.arg(identifier));
+        remove(identifier);
+    }
+    _activities.insert(identifier, activity);
+    VXNotificationCenter::defaultCenter().postNotificationName(VXActivityManagerDidAddActivityNotification, identifier);
+}
+
+void VXActivityManager::removeActivity(const VXActivity::Ptr &activity)
+{
+    if (activity)
+        removeActivityWithIdentifier(activity->identifier());
+}
+
+void VXActivityManager::removeActivityWithIdentifier(const QString &identifier)
+{
+    onMainThread([this, &identifier] { remove(identifier); });
+}
+
+void VXActivityManager::remove(const QString &identifier)
+{
+    if (!_activities.contains(identifier))
+        return;
+    VXNotificationCenter::defaultCenter().postNotificationName(VXActivityManagerWillRemoveActivityNotification,
+                                                               identifier);
+    // An observer may have removed it in the meantime.
+    if (const VXActivity::Ptr activity = _activities.take(identifier))
+        activity->setDelegate(nullptr);
+}

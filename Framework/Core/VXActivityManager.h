@@ -1,0 +1,48 @@
+#pragma once
+
+#include "VXActivity.h"
+#include "VXFrameworkExport.h"
+#include "VXNotificationCenter.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+
+/** Posted on the main thread; object: the activity's identifier, no user info. */
+VX_EXPORT extern const VXNotificationName VXActivityManagerDidAddActivityNotification;
+VX_EXPORT extern const VXNotificationName VXActivityManagerWillRemoveActivityNotification;
+
+/**
+ * The registry of running activities. The registry lives on the main thread: adding and removing from another thread
+ * wait until the main thread has done it. Looking up is for the main thread.
+ */
+class VX_EXPORT VXActivityManager
+{
+public:
+    static VXActivityManager &sharedActivityManager();
+
+    VXActivityManager(const VXActivityManager &) = delete;
+    VXActivityManager &operator=(const VXActivityManager &) = delete;
+
+    /** All running activities, in no particular order. */
+    QList<VXActivity::Ptr> activities() const;
+    /** Null when none runs under that identifier. */
+    VXActivity::Ptr activityWithIdentifier(const QString &identifier) const;
+
+    /** Registers a new activity under a fresh identifier. Never null. */
+    VXActivity::Ptr addActivityWithTitle(const QString &title);
+    /** Registers a new activity; one that runs under this identifier is removed first, with an error in the log.
+     *  A null identifier fails an assertion. */
+    VXActivity::Ptr addActivityWithTitle(const QString &title, const QString &identifier);
+
+    /** Does nothing when the activity, or the identifier, is not registered. */
+    void removeActivity(const VXActivity::Ptr &activity);
+    void removeActivityWithIdentifier(const QString &identifier);
+
+private:
+    VXActivityManager() = default;
+
+    void add(const VXActivity::Ptr &activity);
+    void remove(const QString &identifier);
+
+    QHash<QString, VXActivity::Ptr> _activities; // main thread only
+};

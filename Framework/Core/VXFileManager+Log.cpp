@@ -1,0 +1,104 @@
+#include "VXFileManager.h"
+
+#include "VXBundle.h"
+#include "VXDiagnostics.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// The logger stands on these, so their problems go to the console.
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr float largestLogFile = 2.0F; // megabytes
+
+// So that of two threads that find the file too large one rotates, and the other finds it rotated.
+VXMutex rotationLock;
+
+enum class Rotation { Done, KeptInUse, Failed };
+
+Rotation rotate(const QString &path)
+{
+    const QString backup = path + ".1"_L1;
+    const QByteArray backupName = QFile::encodeName(backup);
+    if (::unlink(backupName.constData()) != 0 && errno != ENOENT && QFileInfo::exists(backup)) {
+        VXConsoleLog(u"Could not remove backup log: %1"_s.arg(backup));
+        return Rotation::Failed;
+    }
+    if (::rename(QFile::encodeName(path).constData(), backupName.constData()) != 0) {
+        VXConsoleLog(u"Could not create backup log: %1"_s.arg(backup));
+        return Rotation::KeptInUse;
+    }
+    return Rotation::Done;
+}
+
+bool createLogFile(const QString &path)
+{
+    // Not truncated: another process may have made it and written to it since.
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (descriptor < 0) {
+        VXConsoleLog(u"Unable to create log file: %1"_s.arg(VXDescription(path)));
+        return false;
+    }
+    ::close(descriptor);
+    return true;
+}
+
+} // namespace
+
+QString VXFileManager::pathToUserVNXLogsFolder() const
+{
+    int status = VXFolderFound;
+    const QString logs = VXFindFolder(VXFolderType::Logs, VXFolderDomain::User, &status);
+    if (status == VXFolderFound && verifyPathExists(logs))
+        status = VXFolderNotFound;
+    if (status != VXFolderFound) {
+        VXConsoleLog(u"Unable to find logs folder: %1"_s.arg(status));
+        return {};
+    }
+    const QString name = VXBundle::mainBundle()->infoDictionary().value(u"CFBundleName"_s).toString();
+    if (name.isEmpty()) {
+        VXConsoleLog(u"Missing value for key CFBundleName in main bundle"_s);
+        return {};
+    }
+    QString path = logs + u'/' + name;
+    if (!QFileInfo::exists(path) && verifyPathExists(path)) {
+        VXConsoleLog(u"Unable to create logs folder"_s);
+        return {};
+    }
+    return path;
+}
+
+float VXFileManager::fileSizeAtPath(const QString &path) const
+{
+    struct stat status
+    {
+    };
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return -1.0F;
+    return static_cast<float>(static_cast<double>(status.st_size) / 1048576.0);
+}
+
+bool VXFileManager::verifyLogFileAtPath(const QString &path) const
+{
+    const VXMutexLocker lock(rotationLock);
+    const QFileInfo file(path);
+    if (file.exists()) {
+        if (file.isDir() || !file.isWritable()) {
+            VXConsoleLog(u"Log file is not writable: %1"_s.arg(path));
+            return false;
+        }
+        const Rotation rotation = fileSizeAtPath(path) > largestLogFile ? rotate(path) : Rotation::KeptInUse;
+        if (rotation != Rotation::Done)
+            return rotation == Rotation::KeptInUse;
+    }
+    return createLogFile(path);
+}

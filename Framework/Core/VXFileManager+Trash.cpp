@@ -1,0 +1,142 @@
+#include "VXFileManager.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QUrl>
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Also true for a link that leads nowhere.
+bool exists(const QString &path)
+{
+    const QFileInfo item(path);
+    return item.exists() || item.isSymLink();
+}
+
+// A folder for the user alone, as the trash is to be. 0 or an errno.
+int makePrivateFolder(const QString &path)
+{
+    if (::mkdir(QFile::encodeName(path).constData(), 0700) == 0)
+        return 0;
+    const int error = errno;
+    return QFileInfo(path).isDir() ? 0 : error;
+}
+
+QByteArray trashInfo(const QString &originalPath)
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    ::localtime_r(&now, &local);
+    std::array<char, 32> date{};
+    std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &local);
+    return "[Trash Info]\nPath=" + QUrl::toPercentEncoding(originalPath, "/") + "\nDeletionDate=" + date.data() + '\n';
+}
+
+// Writes a file that nobody else has made; after a failure none is left. 0 or an errno, EEXIST if taken.
+int writeNewFile(const QString &path, const QByteArray &contents)
+{
+    const QByteArray name = QFile::encodeName(path);
+    const int descriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (descriptor < 0)
+        return errno;
+    const ssize_t written = ::write(descriptor, contents.constData(), static_cast<size_t>(contents.size()));
+    int error = written == contents.size() ? 0 : (written < 0 ? errno : ENOSPC);
+    if (::close(descriptor) != 0 && error == 0)
+        error = errno;
+    if (error != 0)
+        ::unlink(name.constData());
+    return error;
+}
+
+// A trash folder: its items, and for each a file that says where it came from.
+class Trash
+{
+public:
+    explicit Trash(const QString &files) : _folder(QFileInfo(files).path()), _files(files), _info(_folder + "/info"_L1)
+    {
+    }
+
+    QString parentFolder() const { return QFileInfo(_folder).path(); }
+
+    // 0 or an errno.
+    int makeFolders() const
+    {
+        for (const QString &folder : {_folder, _files, _info}) {
+            if (const int error = makePrivateFolder(folder))
+                return error;
+        }
+        return 0;
+    }
+
+    QString filePath(const QString &name) const { return _files + u'/' + name; }
+    QString infoPath(const QString &name) const { return _info + u'/' + name + ".trashinfo"_L1; }
+
+    // Takes a name, by making its info file: two processes cannot both succeed. EEXIST when it is taken.
+    int reserve(const QString &name, const QString &originalPath) const
+    {
+        return exists(filePath(name)) ? EEXIST : writeNewFile(infoPath(name), trashInfo(originalPath));
+    }
+
+    void release(const QString &name) const { QFile::remove(infoPath(name)); }
+
+private:
+    QString _folder;
+    QString _files;
+    QString _info;
+};
+
+// Takes the item's own name or, when that is taken, the first free one with a number behind it. 0 or an errno.
+int reserveFreeName(const Trash &trash, const QString &originalPath, QString *name)
+{
+    const QString ownName = QFileInfo(originalPath).fileName();
+    *name = ownName;
+    int error = trash.reserve(*name, originalPath);
+    for (int number = 1; error == EEXIST; ++number) {
+        *name = u"%1.%2"_s.arg(ownName, QString::number(number));
+        error = trash.reserve(*name, originalPath);
+    }
+    return error;
+}
+
+// 0 when there is an item that can go by a name, else an errno.
+int checkItem(const QString &path)
+{
+    const QString name = QFileInfo(path).fileName();
+    if (!path.isEmpty() && (name.isEmpty() || name == "."_L1 || name == ".."_L1))
+        return EINVAL;
+    return exists(path) ? 0 : ENOENT;
+}
+
+} // namespace
+
+VXError VXFileManager::safelyTrashFileAtPath(const QString &path)
+{
+    const VXMutexLocker lock(_lock);
+    const QString item = withoutTrailingSlashes(path);
+    if (const int error = checkItem(item))
+        return recordMoveError(qt_error_string(error), path);
+
+    const Trash trash(pathToUserTrashFolder());
+    if (const VXError error = verifyPathExists(trash.parentFolder()))
+        return recordMoveError(error.localizedDescription(), path);
+    if (const int error = trash.makeFolders())
+        return recordMoveError(qt_error_string(error), path);
+
+    QString name;
+    if (const int error = reserveFreeName(trash, QDir::cleanPath(QFileInfo(item).absoluteFilePath()), &name))
+        return recordMoveError(qt_error_string(error), path);
+    VXError error = moveItemAtPath(item, trash.filePath(name));
+    if (error && !exists(trash.filePath(name)))
+        trash.release(name);
+    return error;
+}

@@ -1,0 +1,131 @@
+#include "VXTask.h"
+
+#include "VXErrorDomain.h"
+#include "VXException.h"
+#include "VXInvocation.h"
+#include "VXMainThread.h"
+#include "VXMethodLog.h"
+#include "VXProcess.h"
+
+#include <csignal>
+#include <exception>
+#include <system_error>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+VXTask::VXTask() = default;
+
+VXTask::~VXTask() = default;
+
+VXError VXTask::error() const
+{
+    const VXMutexLocker lock(_lock);
+    return _error;
+}
+
+void VXTask::setError(const VXError &error)
+{
+    const VXMutexLocker lock(_lock);
+    _error = error;
+}
+
+QString VXTask::destinationPath() const
+{
+    const VXMutexLocker lock(_lock);
+    return _destinationPath;
+}
+
+void VXTask::setDestinationPath(const QString &path)
+{
+    const VXMutexLocker lock(_lock);
+    _destinationPath = path;
+}
+
+bool VXTask::isRunning() const
+{
+    const VXMutexLocker lock(_lock);
+    return _isRunning;
+}
+
+bool VXTask::didCancel() const
+{
+    const VXMutexLocker lock(_lock);
+    return _didCancel;
+}
+
+void VXTask::cancel()
+{
+    const VXMutexLocker lock(_lock);
+    _didCancel = true;
+    if (_process)
+        _process->terminate();
+}
+
+void VXTask::start(std::function<void()> work, std::function<void()> completion)
+{
+    {
+        const VXMutexLocker lock(_lock);
+        VXAssert(!_isRunning, u"Task already running"_s);
+        _isRunning = true;
+        _didCancel = false;
+        _error = {};
+    }
+    auto run = [self = shared_from_this(), work = std::move(work), completion]() mutable {
+        try {
+            work();
+        } catch (const std::exception &exception) {
+            self->setError(VXMakeError(QString::fromUtf8(exception.what())));
+        }
+        // What the work holds goes before the hand-over, and the reference goes along with it: from there on
+        // all belongs to the main thread, and a task that nobody else holds ends there.
+        work = nullptr;
+        VXMainThread::perform([task = std::move(self), done = std::move(completion)] { task->finish(done); });
+    };
+    try {
+        std::thread(std::move(run)).detach();
+    } catch (const std::system_error &error) {
+        setError(VXMakeError(QString::fromLocal8Bit(error.what())));
+        VXMainThread::perform([self = shared_from_this(), completion] { self->finish(completion); });
+    }
+}
+
+void VXTask::finish(const std::function<void()> &completion)
+{
+    {
+        // Before the completion: the delegate may start the next work. Not earlier, or that could replace the
+        // result before the delegate has seen it.
+        const VXMutexLocker lock(_lock);
+        _isRunning = false;
+    }
+    completion();
+}
+
+int VXTask::runProgram(const QString &program, const QList<QByteArray> &arguments, const QString &workingFolder,
+                       QByteArray *output, qsizetype maximumOutput)
+{
+    const auto process = std::make_shared<VXProcess>(program, arguments, workingFolder);
+    int startError = 0;
+    {
+        const VXMutexLocker lock(_lock); // so that cancelling finds either the mark unread or the program running
+        if (_didCancel)
+            return SIGTERM;
+        startError = process->launch(output != nullptr);
+        if (startError == 0)
+            _process = process;
+    }
+    if (startError != 0) {
+        VXLogMethod(VXLogError, "runProgram:", u"Could not start %1: %2"_s.arg(program, qt_error_string(startError)));
+        return couldNotStart;
+    }
+    const int status = process->waitUntilExit(output, maximumOutput);
+    const VXMutexLocker lock(_lock);
+    _process.reset();
+    return status;
+}
+
+void VXTask::tellDelegate(const QByteArray &operation, const QVariant &argument) const
+{
+    if (VXInvocation::respondsTo(_delegate, operation, 1))
+        VXInvocation::withMethod(_delegate, operation, {argument}).invoke();
+}

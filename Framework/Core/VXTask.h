@@ -1,0 +1,83 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXFrameworkExport.h"
+#include "VXMutex.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+#include <QtCore/QObject>
+#include <QtCore/QPointer>
+#include <QtCore/QString>
+
+#include <functional>
+#include <limits>
+#include <memory>
+
+class VXProcess;
+
+/**
+ * Work done by other programs on a thread of its own, which keeps the task alive. It ends with a message to
+ * the delegate on the main thread. Any thread may ask and cancel; the delegate belongs to the main thread.
+ */
+class VX_EXPORT VXTask : public std::enable_shared_from_this<VXTask>
+{
+public:
+    using Ptr = std::shared_ptr<VXTask>;
+
+    virtual ~VXTask();
+    VXTask(const VXTask &) = delete;
+    VXTask &operator=(const VXTask &) = delete;
+
+    /** Why the last work failed; none while it runs and after a success. */
+    VXError error() const;
+
+    /** Where the result goes, set before the work starts, and afterwards the result itself. */
+    QString destinationPath() const;
+    void setDestinationPath(const QString &path);
+
+    /** Who is told at the end; not owned, null when gone or none. Main thread only. */
+    QObject *delegate() const { return _delegate; }
+    void setDelegate(QObject *delegate) { _delegate = delegate; }
+
+    /** From the start of the work until the delegate is about to be told. */
+    bool isRunning() const;
+
+    /** Ends the running program, or the next one that the work would start. The delegate is told as ever. */
+    void cancel();
+    bool didCancel() const;
+
+protected:
+    /** The status of a program that does not start. */
+    static constexpr int couldNotStart = 127;
+
+    VXTask();
+
+    /**
+     * Runs `work` on a new thread, then `completion` on the main thread. Asserts "Task already running";
+     * clears the error and the mark of cancelling.
+     */
+    void start(std::function<void()> work, std::function<void()> completion);
+
+    /** On the worker: runs a program to its end. Output, if asked for, is limited to so many bytes; more ends it.
+     *  @return its exit status, the signal that ended it, or couldNotStart, which is logged. */
+    int runProgram(const QString &program, const QList<QByteArray> &arguments, const QString &workingFolder = {},
+                   QByteArray *output = nullptr, qsizetype maximumOutput = std::numeric_limits<qsizetype>::max());
+
+    void setError(const VXError &error);
+
+    /** Main thread: calls the delegate's operation with that argument, if it responds to it. */
+    void tellDelegate(const QByteArray &operation, const QVariant &argument) const;
+
+private:
+    void finish(const std::function<void()> &completion);
+
+    QPointer<QObject> _delegate; // main thread only
+
+    mutable VXMutex _lock;
+    std::shared_ptr<VXProcess> _process VX_GUARDED_BY(_lock); // the program that runs now
+    VXError _error VX_GUARDED_BY(_lock);
+    QString _destinationPath VX_GUARDED_BY(_lock);
+    bool _didCancel VX_GUARDED_BY(_lock) = false;
+    bool _isRunning VX_GUARDED_BY(_lock) = false;
+};

@@ -1,0 +1,220 @@
+#include "VXZipArchive.h"
+
+#include "VXFramework.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QSet>
+#include <QtCore/QStringDecoder>
+
+#include <algorithm>
+#include <climits>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto zipinfo = "/usr/bin/zipinfo"_L1;
+constexpr auto unzip = "/usr/bin/unzip"_L1;
+constexpr qsizetype maximumListing = qsizetype{1} << 30;
+constexpr qsizetype longestLinkTarget = PATH_MAX - 1;
+constexpr qsizetype maximumArgumentBytes = 262'144; // in one call, far below what the kernel takes
+
+// A text as a pattern that only this text matches. Outside brackets unzip does not take a backslash for an
+// escape everywhere, within them it does.
+QByteArray literalPattern(const QByteArray &text)
+{
+    QByteArray pattern;
+    for (qsizetype index = 0; index < text.size(); ++index) {
+        const char character = text[index];
+        const bool wouldBeOption = character == '-' && index == 0;
+        if (wouldBeOption || QByteArrayView("[*?\\").contains(character))
+            pattern.append("[\\").append(character).append(']');
+        else
+            pattern.append(character);
+    }
+    return pattern;
+}
+
+QList<QByteArray> lines(const QByteArray &text)
+{
+    QList<QByteArray> result = text.split('\n');
+    result.removeLast(); // behind the last line feed
+    return result;
+}
+
+QList<QByteArray> components(const QByteArray &path)
+{
+    QList<QByteArray> result = path.split('/');
+    result.removeIf([](const QByteArray &component) { return component.isEmpty() || component == "."; });
+    return result;
+}
+
+bool isUtf8(const QByteArray &text)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString decoded = decoder(text);
+    return !decoder.hasError() && !decoded.isNull();
+}
+
+// Going up is allowed only at the start and as far as the unpacked folder's top: behind a component, which
+// may be a link too, nobody can tell where ".." leads.
+bool targetLeadsOutside(const QByteArray &target, qsizetype depth)
+{
+    if (target.isEmpty() || target.startsWith('/') || target.contains('\0'))
+        return true;
+    qsizetype ups = 0;
+    bool isBelow = false;
+    for (const QByteArray &component : components(target)) {
+        if (component != "..")
+            isBelow = true;
+        else if (isBelow || ++ups > depth)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+VXZipArchive::VXZipArchive(QString path, Runner run) : _path(std::move(path)), _run(std::move(run)) {}
+
+QByteArray VXZipArchive::pathArgument() const
+{
+    // Only in the last component are wildcards taken for such, but one anywhere makes that a pattern.
+    const qsizetype name = _path.lastIndexOf(u'/') + 1;
+    const QByteArray folder = QFile::encodeName(_path.left(name));
+    return (folder.startsWith('-') ? "./" : "") + folder + literalPattern(QFile::encodeName(_path.mid(name)));
+}
+
+int VXZipArchive::read()
+{
+    QByteArray names;
+    QByteArray details;
+    int status = _run(zipinfo, {"-1", pathArgument()}, &names, maximumListing);
+    if (status == 0) // with a pattern there are no lines but the entries'
+        status = _run(zipinfo, {"-s", pathArgument(), "*"}, &details, maximumListing);
+    if (status != 0)
+        return status;
+
+    const QList<QByteArray> nameLines = lines(names);
+    const QList<QByteArray> detailLines = lines(details);
+    _entries.resize(nameLines.size());
+    _isUnderstood = nameLines.size() == detailLines.size();
+    for (qsizetype index = 0; index < nameLines.size(); ++index) {
+        _entries[index].name = nameLines[index];
+        _isUnderstood = _isUnderstood && readEntry(nameLines[index], detailLines[index], &_entries[index]);
+    }
+    return status;
+}
+
+// "lrwxrwxrwx  3.0 unx        4 bx stor 24-Nov-21 06:59 name"
+bool VXZipArchive::readEntry(const QByteArray &name, const QByteArray &details, Entry *entry)
+{
+    if (!details.endsWith(' ' + name))
+        return false;
+    const QList<QByteArray> fields = details.chopped(name.size()).simplified().split(' ');
+    if (fields.size() < 7)
+        return false;
+    const QByteArray &host = fields[fields.size() - 6];
+    bool isNumber = false;
+    entry->size = fields[fields.size() - 5].toLongLong(&isNumber);
+    // The list does not tell links of VMS from files, but unzip makes links of them.
+    entry->isLink = details.startsWith('l') || host == "vms";
+    QByteArray path = name;
+    if (host == "fat")
+        path.replace('\\', '/'); // as unzip does
+    entry->normalName = (path.startsWith('/') ? "/" : "") + components(path).join('/');
+    return isNumber;
+}
+
+QString VXZipArchive::firstEntryName() const
+{
+    return _entries.isEmpty() ? QString() : QFile::decodeName(_entries.first().name).trimmed();
+}
+
+QString VXZipArchive::refusal() const
+{
+    const auto sentence = [](const QString &key, const Entry *entry) {
+        return VXLocalizedString(key).arg(QFile::decodeName(entry->name));
+    };
+    if (!_isUnderstood)
+        return VXLocalizedString(u"The list of the archive's entries can not be read."_s);
+    if (const Entry *const entry = entryThatLeadsOutside())
+        return sentence(u"The entry \"%1\" leads outside the destination folder."_s, entry);
+    if (const Entry *const entry = entryThroughLink())
+        return sentence(u"The entry \"%1\" would be written through a link in the archive."_s, entry);
+    if (const Entry *const entry = linkThatLeadsOutside())
+        return sentence(u"The link \"%1\" leads outside the destination folder."_s, entry);
+    return {};
+}
+
+const VXZipArchive::Entry *VXZipArchive::entryThatLeadsOutside() const
+{
+    const auto leadsOutside = [](const Entry &entry) {
+        return entry.normalName.startsWith('/') || components(entry.normalName).contains("..");
+    };
+    const auto found = std::find_if(_entries.cbegin(), _entries.cend(), leadsOutside);
+    return found == _entries.cend() ? nullptr : &*found;
+}
+
+const VXZipArchive::Entry *VXZipArchive::entryThroughLink() const
+{
+    QSet<QByteArray> links;
+    for (const Entry &entry : _entries) {
+        if (entry.isLink)
+            links.insert(entry.normalName);
+    }
+    if (links.isEmpty())
+        return nullptr;
+    QSet<QByteArray> seenLinks;
+    for (const Entry &entry : _entries) {
+        const QByteArray &name = entry.normalName;
+        // A second entry of a link's name would take its place or go through it.
+        if (links.contains(name) && (seenLinks.contains(name) || !entry.isLink))
+            return &entry;
+        if (entry.isLink)
+            seenLinks.insert(name);
+        for (qsizetype slash = name.indexOf('/'); slash >= 0; slash = name.indexOf('/', slash + 1)) {
+            if (links.contains(name.left(slash)))
+                return &entry;
+        }
+    }
+    return nullptr;
+}
+
+const VXZipArchive::Entry *VXZipArchive::linkThatLeadsOutside() const
+{
+    QList<const Entry *> links;
+    for (const Entry &entry : _entries) {
+        if (!entry.isLink)
+            continue;
+        // The name must be the true one, for the link is read by it.
+        if (entry.size > longestLinkTarget || !isUtf8(entry.name))
+            return &entry;
+        links.append(&entry);
+    }
+    qsizetype next = 0;
+    while (next < links.size()) {
+        const qsizetype first = next;
+        QList<QByteArray> arguments{"-p", pathArgument()};
+        qsizetype argumentBytes = 0;
+        qsizetype expected = 0;
+        for (; next < links.size() && argumentBytes < maximumArgumentBytes; ++next) {
+            arguments.append(literalPattern(links[next]->name));
+            argumentBytes += arguments.last().size();
+            expected += links[next]->size;
+        }
+        // The targets come one behind the other, in the order of the archive.
+        QByteArray targets;
+        if (_run(unzip, arguments, &targets, expected) != 0 || targets.size() != expected)
+            return links[first];
+        qsizetype offset = 0;
+        for (qsizetype index = first; index < next; ++index) {
+            const Entry &link = *links[index];
+            if (targetLeadsOutside(targets.mid(offset, link.size), link.normalName.count('/')))
+                return &link;
+            offset += link.size;
+        }
+    }
+    return nullptr;
+}

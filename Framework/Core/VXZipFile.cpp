@@ -1,0 +1,143 @@
+#include "VXZipFile.h"
+
+#include "VXErrorDomain.h"
+#include "VXException.h"
+#include "VXFileManager.h"
+#include "VXFramework.h"
+#include "VXMethodLog.h"
+#include "VXZipArchive.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Expands "~" and cleans the path; null stays null.
+QString standardized(const QString &path)
+{
+    if (path.isNull())
+        return {};
+    const bool isBelowHome = path == "~"_L1 || path.startsWith("~/"_L1);
+    return QDir::cleanPath(isBelowHome ? QDir::homePath() + path.mid(1) : path);
+}
+
+// A relative path is not to be taken for an option.
+QByteArray argument(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    return name.startsWith('-') || name.startsWith('@') ? "./" + name : name;
+}
+
+bool hasZipExtension(const QString &path)
+{
+    const QString name = QFileInfo(path).fileName();
+    return name.size() > 4 && name.endsWith(".zip"_L1);
+}
+
+QString statusText(int status)
+{
+    return u"Error: %1"_s.arg(status);
+}
+
+} // namespace
+
+VXZipFile::VXZipFile() = default;
+
+VXZipFile::~VXZipFile() = default;
+
+VXZipFile::Ptr VXZipFile::create()
+{
+    return Ptr(new VXZipFile);
+}
+
+VXZipFile::Ptr VXZipFile::unzipFileAtPath(const QString &path, QObject *delegate)
+{
+    Ptr file = create();
+    file->setDelegate(delegate);
+    file->unzip(path);
+    return file;
+}
+
+void VXZipFile::zip(const QStringList &sourcePaths)
+{
+    VXAssert(!sourcePaths.isEmpty(), u"theSourcePaths can not be nil/empty"_s);
+    QStringList sources;
+    for (const QString &path : sourcePaths)
+        sources.append(standardized(path));
+    QString destination = standardized(destinationPath());
+    if (destination.isNull()) {
+        const VXFileManager &files = VXFileManager::defaultManager();
+        destination = files.pathToUserDesktopFolder();
+        // Without the folder its name would become the archive's; where it can not be made the archiver will tell.
+        static_cast<void>(files.verifyPathExists(destination));
+    }
+    // Absolute, for the archiver may run in another folder.
+    destination = QDir::current().absoluteFilePath(destination);
+    if (sources.size() == 1)
+        sources.first() = QDir::cleanPath(QDir::current().absoluteFilePath(sources.first()));
+    start([this, sources, destination] { zipFiles(sources, destination); },
+          [this] { tellDelegate("zipDidComplete", QVariant::fromValue(this)); });
+}
+
+void VXZipFile::zipFiles(const QStringList &sourcePaths, const QString &destination)
+{
+    const QFileInfo first(sourcePaths.first());
+    QString archive = destination;
+    if (QFileInfo(archive).isDir())
+        archive += u'/' + first.fileName();
+    if (!hasZipExtension(archive))
+        archive += ".zip"_L1;
+    setDestinationPath(archive);
+
+    const bool isSingle = sourcePaths.size() == 1;
+    QList<QByteArray> arguments{"-r9q", argument(archive)};
+    if (isSingle)
+        arguments.append(argument(first.fileName()));
+    for (qsizetype index = 0; !isSingle && index < sourcePaths.size(); ++index)
+        arguments.append(argument(sourcePaths[index]));
+    arguments.append({"-x", ".DS_Store"});
+    const int status = runProgram(u"/usr/bin/zip"_s, arguments, isSingle ? first.path() : QString());
+    if (status != 0)
+        setError(VXMakeFileError(VXLocalizedString(u"Unable to zip file(s)."_s), statusText(status), archive));
+}
+
+void VXZipFile::unzip(const QString &zipPath)
+{
+    const QString path = standardized(zipPath);
+    VXAssert(!path.isNull(), u"aFilePath can not be nil"_s);
+    QString destination = standardized(destinationPath());
+    if (destination.isNull())
+        destination = QFileInfo(path).path();
+    start([this, path, destination] { unzipFile(path, destination); },
+          [this] { tellDelegate("unzipDidComplete", QVariant::fromValue(this)); });
+}
+
+void VXZipFile::unzipFile(const QString &zipPath, const QString &destinationFolder)
+{
+    VXZipArchive archive(
+        zipPath, [this](const QString &program, const QList<QByteArray> &arguments, QByteArray *output,
+                        qsizetype maximumOutput) { return runProgram(program, arguments, {}, output, maximumOutput); });
+    if (const int status = archive.read(); status == couldNotStart) {
+        VXLogMethod(VXLogError, "_unzip:", u"Could not open zipinfo for reading"_s);
+        return failUnzip(zipPath, {});
+    } else if (status != 0) {
+        return failUnzip(zipPath, statusText(status));
+    }
+    if (const QString refusal = archive.refusal(); !refusal.isNull() && !didCancel()) {
+        VXLogMethod(VXLogError, "_unzip:", refusal);
+        return failUnzip(zipPath, refusal);
+    }
+    const int status =
+        runProgram(u"/usr/bin/unzip"_s, {"-u", "-o", "-qq", archive.pathArgument(), "-d", argument(destinationFolder)});
+    if (status != 0)
+        return failUnzip(zipPath, statusText(status));
+    setDestinationPath(QDir::cleanPath(destinationFolder + u'/' + archive.firstEntryName()));
+}
+
+void VXZipFile::failUnzip(const QString &zipPath, const QString &suggestion)
+{
+    setError(VXMakeFileError(VXLocalizedString(u"Unable to unzip file."_s), suggestion, zipPath));
+}

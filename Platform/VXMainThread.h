@@ -1,0 +1,31 @@
+#pragma once
+
+#include "VXPlatformExport.h"
+
+#include <functional>
+
+/**
+ * Runs work on the process's main thread. Calls from other threads wait in a queue that the main thread's event
+ * loop (any nested one included) empties in order. Any thread may call.
+ */
+class VX_PLATFORM_EXPORT VXMainThread
+{
+public:
+    /** True on the thread that started the process. */
+    static bool isCurrent();
+
+    /**
+     * Runs `work` on the main thread without waiting; on the main thread itself it runs at once. An exception
+     * that leaves queued work is reported as a diagnostic. Work still queued when the application object goes
+     * away is dropped.
+     */
+    static void perform(std::function<void()> work);
+
+    /**
+     * Runs `work` on the main thread and returns when it is done; an exception leaving it is thrown here again.
+     * @return false when the main thread takes no more calls (the application object is gone); nothing was run.
+     */
+    [[nodiscard]] static bool performAndWait(const std::function<void()> &work);
+
+    VXMainThread() = delete;
+};

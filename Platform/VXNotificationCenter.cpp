@@ -1,0 +1,159 @@
+#include "VXNotificationCenter.h"
+
+#include <QtCore/QHash>
+
+#include <utility>
+
+namespace {
+
+// Names given a number each, in order of first use. Never shrinks: names are constants.
+class NameTable
+{
+public:
+    static NameTable &shared()
+    {
+        static auto *table = new NameTable;
+        return *table;
+    }
+
+    quint32 indexOf(const QString &text)
+    {
+        const VXMutexLocker lock(_lock);
+        const auto known = _indexes.constFind(text);
+        if (known != _indexes.cend())
+            return *known;
+        const auto index = static_cast<quint32>(_texts.size());
+        _indexes.insert(text, index);
+        _texts.append(text);
+        return index;
+    }
+
+    QString textAt(quint32 index)
+    {
+        const VXMutexLocker lock(_lock);
+        return _texts.at(index);
+    }
+
+private:
+    VXMutex _lock;
+    QHash<QString, quint32> _indexes VX_GUARDED_BY(_lock);
+    QStringList _texts VX_GUARDED_BY(_lock);
+};
+
+} // namespace
+
+VXNotificationName::VXNotificationName(const QString &text) : _index(NameTable::shared().indexOf(text)) {}
+
+QString VXNotificationName::text() const
+{
+    return NameTable::shared().textAt(_index);
+}
+
+struct VXNotificationCenter::Observer
+{
+    ObserverID id;
+    QObject *context; // only compared, never followed
+    Handler handler;
+    QVariant object;
+    QMetaObject::Connection contextDestroyed;
+    std::atomic<bool> removed{false};
+};
+
+struct VXNotificationCenter::ObserverList
+{
+    std::vector<std::shared_ptr<Observer>> observers;
+};
+
+VXNotificationCenter &VXNotificationCenter::defaultCenter()
+{
+    static auto *center = new VXNotificationCenter;
+    return *center;
+}
+
+VXNotificationCenter::VXNotificationCenter() = default;
+
+VXNotificationCenter::~VXNotificationCenter()
+{
+    removeObserversIf([](const Observer &) { return true; });
+}
+
+VXNotificationCenter::ObserverID VXNotificationCenter::addObserver(QObject *context, VXNotificationName name,
+                                                                   Handler handler, const QVariant &object)
+{
+    auto observer = std::make_shared<Observer>();
+    observer->context = context;
+    observer->handler = std::move(handler);
+    observer->object = object;
+    const VXMutexLocker lock(_lock);
+    observer->id = ++_lastObserver;
+    if (context != nullptr) {
+        observer->contextDestroyed =
+            QObject::connect(context, &QObject::destroyed, [this, id = observer->id] { removeObserver(id); });
+    }
+    if (_lists.size() <= name._index)
+        _lists.resize(name._index + 1);
+    auto list =
+        _lists[name._index] ? std::make_shared<ObserverList>(*_lists[name._index]) : std::make_shared<ObserverList>();
+    list->observers.push_back(observer);
+    _lists[name._index] = std::move(list);
+    return observer->id;
+}
+
+void VXNotificationCenter::removeObserversIf(const std::function<bool(const Observer &)> &matches)
+{
+    // Let go of after the lock: a handler's captures may run any code when they die.
+    std::vector<std::shared_ptr<Observer>> removed;
+    std::vector<std::shared_ptr<const ObserverList>> replaced;
+    {
+        const VXMutexLocker lock(_lock);
+        for (auto &list : _lists) {
+            if (!list)
+                continue;
+            auto kept = std::make_shared<ObserverList>();
+            for (const auto &observer : list->observers)
+                (matches(*observer) ? removed : kept->observers).push_back(observer);
+            if (kept->observers.size() == list->observers.size())
+                continue;
+            replaced.push_back(std::exchange(list, kept->observers.empty() ? nullptr : std::move(kept)));
+        }
+    }
+    for (const auto &observer : removed) {
+        observer->removed.store(true, std::memory_order_relaxed);
+        QObject::disconnect(observer->contextDestroyed);
+    }
+}
+
+void VXNotificationCenter::removeObserver(ObserverID observer)
+{
+    removeObserversIf([observer](const Observer &candidate) { return candidate.id == observer; });
+}
+
+void VXNotificationCenter::removeObserver(QObject *context)
+{
+    if (context != nullptr)
+        removeObserversIf([context](const Observer &candidate) { return candidate.context == context; });
+}
+
+void VXNotificationCenter::postNotificationName(VXNotificationName name, const QVariant &object,
+                                                const QVariantMap &userInfo)
+{
+    postNotification({name, object, userInfo});
+}
+
+void VXNotificationCenter::postNotification(const VXNotification &notification)
+{
+    std::shared_ptr<const ObserverList> list;
+    {
+        const VXMutexLocker lock(_lock);
+        if (notification.name._index >= _lists.size())
+            return;
+        list = _lists[notification.name._index];
+    }
+    if (!list)
+        return;
+    for (const auto &observer : list->observers) {
+        const bool wanted = !observer->object.isValid() || observer->object == notification.object;
+        if (wanted && !observer->removed.load(std::memory_order_relaxed))
+            observer->handler(notification);
+    }
+}

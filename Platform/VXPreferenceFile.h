@@ -1,0 +1,72 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXMutex.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+/**
+ * One domain of preferences in one property-list file, with the changes made here that are not written yet. Private
+ * to VXUserDefaults. Any thread; reading never waits for the disk while another thread writes.
+ */
+class VXPreferenceFile
+{
+public:
+    /** Reads the file, if there is one. A damaged file is set aside under a new name and reported. */
+    explicit VXPreferenceFile(const QString &path);
+
+    QString path() const { return _path; }
+    QVariant value(const QString &key) const;
+    QVariantMap values() const;
+
+    /** Changes one key in memory; an invalid value removes it. */
+    void setValue(const QVariant &value, const QString &key);
+    /** Changes in memory to exactly these values. */
+    void setValues(const QVariantMap &values);
+
+    /**
+     * Reads what other processes wrote and writes what was changed here into it. After a failure the changes are
+     * still there and the file is as it was. `changedElsewhere`, if given, gets the keys whose value here changed.
+     */
+    bool synchronize(QStringList *changedElsewhere, VXError *error);
+
+    /** Removes the file and everything in memory. */
+    bool remove(VXError *error);
+
+private:
+    struct Stamp
+    {
+        quint64 device = 0, inode = 0;
+        qint64 size = -1, seconds = 0, nanoseconds = 0;
+        bool operator==(const Stamp &) const = default;
+    };
+    struct Change
+    {
+        QVariant value; // invalid: the key is removed
+        quint64 sequence;
+    };
+
+    template <class Values>
+    static void applyChanges(const QHash<QString, Change> &changes, Values &values);
+    static Stamp stampOf(const QString &path);
+    QString lockPath() const;
+    QVariantMap readFile(bool mayBeSetAside, VXError *error) const;
+    bool reload(bool lockHeld, QStringList *changedElsewhere, VXError *error) VX_REQUIRES(_ioLock);
+    void adoptStored(QStringList *changedElsewhere) VX_REQUIRES(_ioLock);
+    bool writeChanges(VXError *error) VX_REQUIRES(_ioLock);
+    QHash<QString, Change> pendingChanges() const;
+
+    const QString _path;
+
+    VXMutex _ioLock; // one synchronisation at a time; taken before _lock
+    Stamp _stamp VX_GUARDED_BY(_ioLock);
+    VXError _readError VX_GUARDED_BY(_ioLock);
+    QVariantMap _stored VX_GUARDED_BY(_ioLock); // what the file held when last read or written
+
+    mutable VXMutex _lock;
+    QHash<QString, QVariant> _values VX_GUARDED_BY(_lock); // the file's values with the changes applied
+    QHash<QString, Change> _changes VX_GUARDED_BY(_lock);
+    quint64 _lastSequence VX_GUARDED_BY(_lock) = 0;
+};

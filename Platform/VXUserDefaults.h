@@ -1,0 +1,121 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXMutex.h"
+#include "VXNotificationCenter.h"
+#include "VXPlatformExport.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+class VXLiveSwitch;
+class VXPreferenceFile;
+
+/**
+ * The user's preferences: the application's own domain over registered defaults, and other domains by name.
+ * Each persistent domain is one property list, "<preferences folder>/<domain>.plist". Changes are seen at once in
+ * this process; they reach the file at `synchronize`, when the object dies and, for the standard defaults, when the
+ * main thread is idle: key by key into what the file then holds, so processes do not lose each other's keys. A
+ * damaged file is set aside as "<file>.damaged" and reported. Any thread may call.
+ */
+class VX_PLATFORM_EXPORT VXUserDefaults
+{
+public:
+    /** The application's defaults: the domain is the main bundle's identifier. */
+    static VXUserDefaults &standardUserDefaults();
+
+    /** Where the domains' files lie: "Vornix 2" in the user's configuration home; null without a home. */
+    static QString preferencesFolder();
+
+    /** Defaults for one domain in one folder; reads its file now. */
+    VXUserDefaults(const QString &domain, const QString &folder);
+    ~VXUserDefaults();
+    VXUserDefaults(const VXUserDefaults &) = delete;
+    VXUserDefaults &operator=(const VXUserDefaults &) = delete;
+
+    /** The value: from the domain, else from what was registered; invalid when neither has the key. */
+    QVariant objectForKey(const QString &key) const;
+    /** The value as that type; null, empty, false or 0 when there is none or it is of an unfit type. */
+    QString stringForKey(const QString &key) const;
+    QStringList stringArrayForKey(const QString &key) const;
+    QVariantList arrayForKey(const QString &key) const;
+    QVariantMap dictionaryForKey(const QString &key) const;
+    /** True for true, for a number that is not 0, and for the texts "YES", "true" and "1". */
+    bool boolForKey(const QString &key) const;
+    qint64 integerForKey(const QString &key) const;
+    double doubleForKey(const QString &key) const;
+
+    /** Stores a property-list value; none (invalid or null) removes the key. A value that no property list can
+     *  hold fails an assertion. */
+    void setObject(const QVariant &value, const QString &key);
+    void removeObjectForKey(const QString &key);
+
+    /** Adds values that hold where the domain has none. They are not written. Later ones replace earlier. */
+    void registerDefaults(const QVariantMap &defaults);
+
+    /** All keys of a domain, without registered values; empty when there is no such domain. */
+    QVariantMap persistentDomainForName(const QString &domain) const;
+    /** Replaces a whole domain and writes it now. A name that is no plain file name is an error. */
+    bool setPersistentDomain(const QVariantMap &values, const QString &domain, VXError *error = nullptr);
+    /** Sets one key of any domain and writes it now; none (invalid or null) removes the key. */
+    bool setObject(const QVariant &value, const QString &key, const QString &domain, VXError *error = nullptr);
+    /** Removes a domain with its file. Success when there is none. */
+    bool removePersistentDomainForName(const QString &domain, VXError *error = nullptr);
+
+    /** Writes what changed here and reads what changed elsewhere. On failure the changes stay in memory. */
+    bool synchronize(VXError *error = nullptr);
+
+private:
+    friend class VXLiveSwitch;
+
+    std::shared_ptr<VXPreferenceFile> fileForDomain(const QString &domain, VXError *error) const;
+    bool changeFile(VXPreferenceFile &file, VXError *error, const std::function<void(VXPreferenceFile &)> &change);
+    void changed(QStringList keys);
+    void save();
+    void saveWhenIdle();
+    void refreshSwitches(const QStringList &keys) VX_REQUIRES(_lock);
+    void refreshSwitch(VXLiveSwitch &follower) const VX_REQUIRES(_lock);
+
+    const QString _domain;
+    const QString _folder;
+    const std::shared_ptr<VXPreferenceFile> _own;
+
+    mutable VXMutex _lock;
+    QHash<QString, QVariant> _registered VX_GUARDED_BY(_lock);
+    mutable std::map<QString, std::shared_ptr<VXPreferenceFile>> _others VX_GUARDED_BY(_lock);
+    std::vector<VXLiveSwitch *> _switches VX_GUARDED_BY(_lock);
+    bool _savesWhenIdle VX_GUARDED_BY(_lock) = false;
+    bool _saveIsDue VX_GUARDED_BY(_lock) = false;
+};
+
+/**
+ * A boolean user default that is read without a lock: it follows each change of the default in this process.
+ * For switches looked at on hot paths. Lives no longer than the defaults it follows. Any thread may read.
+ */
+class VX_PLATFORM_EXPORT VXLiveSwitch
+{
+public:
+    VXLiveSwitch(VXUserDefaults &defaults, const QString &key);
+    ~VXLiveSwitch();
+    VXLiveSwitch(const VXLiveSwitch &) = delete;
+    VXLiveSwitch &operator=(const VXLiveSwitch &) = delete;
+
+    bool isOn() const { return _on.load(std::memory_order_relaxed); }
+
+private:
+    friend class VXUserDefaults;
+
+    VXUserDefaults &_defaults;
+    const QString _key;
+    std::atomic<bool> _on{false};
+};
+
+/** Posted on the changing thread after a value of an object's own domain may have changed; object: the key. */
+VX_PLATFORM_EXPORT extern const VXNotificationName VXUserDefaultsDidChangeNotification;

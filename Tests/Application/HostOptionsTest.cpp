@@ -1,0 +1,123 @@
+#include "VXHostCommandTable.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXTesting.h"
+
+#include <QtCore/QProcess>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const VXHostCommandTable &table = VXHostCommandTable::standard();
+
+} // namespace
+
+TEST(HostOptionsTest, ReadsOptionsWhereverTheyStand)
+{
+    const struct
+    {
+        QStringList arguments;
+        QString command;
+        QStringList operands;
+        QString home;
+    } cases[] = {
+        {{}, {}, {}, {}},
+        {{u"info"_s}, u"info"_s, {}, {}},
+        {{u"--home"_s, u"/h"_s, u"info"_s}, u"info"_s, {}, u"/h"_s},
+        {{u"info"_s, u"--home=/a=b"_s}, u"info"_s, {}, u"/a=b"_s},
+        {{u"--home=/a"_s, u"info"_s, u"--home"_s, u"/b"_s}, u"info"_s, {}, u"/b"_s},
+        {{u"plist"_s, u"-"_s}, u"plist"_s, {u"-"_s}, {}},
+        {{u"plist"_s, u"--"_s, u"--help"_s}, u"plist"_s, {u"--help"_s}, {}},
+        {{u"defaults"_s, u"write"_s, u"d"_s, u"k"_s, u"-5"_s},
+         u"defaults"_s,
+         {u"write"_s, u"d"_s, u"k"_s, u"-5"_s},
+         {}},
+        {{u"defaults"_s, u"read"_s, u"--home"_s, u"/h"_s, u"d"_s, u""_s},
+         u"defaults"_s,
+         {u"read"_s, u"d"_s, u""_s},
+         u"/h"_s},
+    };
+    for (const auto &[arguments, command, operands, home] : cases) {
+        const VXHostOptions options(arguments, table);
+        const std::string shown = arguments.join(u' ').toStdString();
+        EXPECT_EQ(options.error(), QString()) << shown;
+        EXPECT_EQ(options.command() == nullptr ? QString() : options.command()->name, command) << shown;
+        EXPECT_EQ(options.operands(), operands) << shown;
+        EXPECT_EQ(options.value(u"home"_s), home) << shown;
+    }
+}
+
+TEST(HostOptionsTest, TellsWhatIsWrong)
+{
+    const struct
+    {
+        QStringList arguments;
+        QString error;
+    } cases[] = {
+        {{u"inof"_s}, u"unknown command \"inof\"; did you mean \"info\"?"_s},
+        {{u"def"_s}, u"unknown command \"def\"; did you mean \"defaults\"?"_s},
+        {{u"mna"_s}, u"unknown command \"mna\""_s}, // hidden commands are not suggested
+        {{u"xyzzy"_s, u"a"_s}, u"unknown command \"xyzzy\""_s},
+        {{u"--homer"_s, u"info"_s}, u"unknown option --homer"_s},
+        {{u"--follow"_s, u"log"_s}, u"unknown option --follow"_s}, // a command's own options come after it
+        {{u"-v"_s}, u"unknown option -v"_s},
+        {{u"info"_s, u"--home"_s}, u"--home needs a value: DIR"_s},
+        {{u"--home="_s, u"info"_s}, u"--home needs a value: DIR"_s},
+        {{u"--json=yes"_s, u"info"_s}, u"--json takes no value"_s},
+        {{u"--answer"_s, u"maybe"_s, u"info"_s}, u"--answer must be one of default, cancel, ask"_s},
+        {{u"info"_s, u"more"_s}, u"unexpected argument \"more\""_s},
+        {{u"plist"_s}, u"too few arguments"_s},
+        {{u"defaults"_s, u"show"_s, u"d"_s}, u"\"show\" is none of read, write, delete"_s},
+        {{u"defaults"_s, u"--help"_s}, {}}, // help needs no operands
+    };
+    for (const auto &[arguments, error] : cases)
+        EXPECT_EQ(VXHostOptions(arguments, table).error(), error) << arguments.join(u' ').toStdString();
+    EXPECT_TRUE(VXHostOptions({u"bad"_s, u"--json"_s}, table).isSet(u"json"_s)); // known after a mistake too
+}
+
+TEST(HostOptionsTest, CompletionOffersWhatFits)
+{
+    const struct
+    {
+        QByteArray words; // typed so far; the last one is being completed
+        QByteArray offered;
+    } cases[] = {
+        {"vornix de", "defaults"},
+        {"vornix --home d in", "info"},
+        {"vornix --answer ", "default cancel ask"},
+        {"vornix plist x --to b", "binary"},
+        {"vornix defaults w", "write"},
+        {"vornix log --f", "--follow"},
+        {"vornix --ver", "--verbose --version"},
+        {"vornix defaults read w", ""},
+    };
+    for (const auto &[words, offered] : cases) {
+        QProcess bash;
+        bash.start(u"bash"_s, {u"--norc"_s, u"-s"_s});
+        bash.write(VXHostBashCompletion(table).toUtf8() + "\nIFS=' ' read -r -a COMP_WORDS <<< '" + words + "'\n[[ '" +
+                   words +
+                   "' == *' ' ]] && COMP_WORDS+=('')\n"
+                   "COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_vornix\necho \"${COMPREPLY[*]}\"\n");
+        bash.closeWriteChannel();
+        ASSERT_TRUE(bash.waitForFinished());
+        EXPECT_EQ(bash.readAllStandardOutput().trimmed(), offered) << words.toStdString();
+        EXPECT_EQ(bash.readAllStandardError(), QByteArray("")) << words.toStdString();
+    }
+}
+
+TEST(HostOptionsTest, DocumentsNameEveryVisibleCommandAndOption)
+{
+    const QString overview = VXHostOverview(table);
+    const QString page = VXHostManPage(table, u"1.0"_s);
+    for (const VXHostCommand &command : table.commands()) {
+        EXPECT_EQ(overview.contains(u"\n  "_s + command.name + u' '), !command.isHidden) << command.name.toStdString();
+        EXPECT_EQ(page.contains(u"\n.SS "_s + command.name), !command.isHidden) << command.name.toStdString();
+        for (const VXHostOption &option : command.options) {
+            EXPECT_TRUE(VXHostCommandHelp(command, table).contains(u"--"_s + option.name));
+            EXPECT_TRUE(page.contains(u"\\-\\-"_s + option.name));
+        }
+    }
+    for (const QString &line : overview.split(u'\n'))
+        EXPECT_LE(line.size(), 79) << line.toStdString();
+}

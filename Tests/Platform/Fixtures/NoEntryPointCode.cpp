@@ -1,0 +1,6 @@
+extern "C" [[gnu::visibility("default")]] int fixtureWithoutEntryPoint();
+
+int fixtureWithoutEntryPoint()
+{
+    return 0;
+}

@@ -1,0 +1,16 @@
+#include "VXPrincipalClass.h"
+
+// As a later version may look: all but the first field is unknown.
+struct LaterInfo
+{
+    int interfaceVersion = VXInterfaceVersion + 1;
+    int unknown = 0x5a5a5a5a;
+};
+
+extern "C" [[gnu::visibility("default")]] const LaterInfo *VXBundlePrincipalClass();
+
+const LaterInfo *VXBundlePrincipalClass()
+{
+    static const LaterInfo info;
+    return &info;
+}

@@ -1,0 +1,92 @@
+#include "VXMainThread.h"
+#include "VXException.h"
+#include "VXTesting.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <atomic>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+TEST(VXMainThread, WorkOfTheMainThreadItselfRunsAtOnce)
+{
+    ASSERT_TRUE(VXMainThread::isCurrent());
+    bool ran = false;
+    VXMainThread::perform([&ran] { ran = true; });
+    EXPECT_TRUE(ran);
+    EXPECT_TRUE(VXMainThread::performAndWait([&ran] { ran = false; }));
+    EXPECT_FALSE(ran);
+}
+
+TEST(VXMainThread, CallsArriveInOrderAndAreWaitedFor)
+{
+    std::vector<int> order; // touched on the main thread only
+    std::atomic<bool> done{false};
+    std::thread worker([&] {
+        EXPECT_FALSE(VXMainThread::isCurrent());
+        for (int number = 0; number < 100; ++number)
+            VXMainThread::perform([&order, number] { order.push_back(number); });
+        size_t seen = 0;
+        EXPECT_TRUE(VXMainThread::performAndWait([&] {
+            EXPECT_TRUE(VXMainThread::isCurrent());
+            seen = order.size();
+        }));
+        EXPECT_EQ(seen, 100U);
+        done = true;
+    });
+    EXPECT_TRUE(VXRunUntil([&done] { return done.load(); }));
+    worker.join();
+    EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+TEST(VXMainThread, ANestedEventLoopStillServesCalls)
+{
+    std::atomic<bool> done{false};
+    std::thread worker([&done] {
+        VXMainThread::perform([&done] {
+            // As a modal window would: this call ends only when a later one has run.
+            EXPECT_TRUE(VXRunUntil([&done] { return done.load(); }));
+        });
+        EXPECT_TRUE(VXMainThread::performAndWait([&done] { done = true; }));
+    });
+    EXPECT_TRUE(VXRunUntil([&done] { return done.load(); }));
+    worker.join();
+}
+
+TEST(VXMainThread, ExceptionsGoToWhoWaitsAndElseIntoADiagnostic)
+{
+    const VXDiagnosticRecorder recorder;
+    std::atomic<bool> done{false};
+    std::thread worker([&done] {
+        VXMainThread::perform([] { throw VXException(u"Name"_s, u"nobody waits"_s); });
+        EXPECT_THROW(static_cast<void>(VXMainThread::performAndWait([] { VXFailAssertion(u"somebody waits"_s); })),
+                     VXAssertionException);
+        done = true;
+    });
+    EXPECT_TRUE(VXRunUntil([&done] { return done.load(); }));
+    worker.join();
+    EXPECT_EQ(recorder.texts(), QStringList{u"Exception in work on the main thread: nobody waits"_s});
+}
+
+// In a process of its own, which ends its application while a thread waits for it.
+TEST(VXMainThreadDeathTest, AWaitingThreadIsReleasedWhenTheApplicationEnds)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            std::atomic<bool> waiting{false};
+            std::thread worker([&waiting] {
+                VXMainThread::perform([] {});
+                waiting = true;
+                const bool ran = VXMainThread::performAndWait([] {});
+                const bool again = VXMainThread::performAndWait([] {});
+                std::exit(!ran && !again ? 7 : 1);
+            });
+            while (!waiting)
+                std::this_thread::yield();
+            qApp->~QCoreApplication();
+            worker.join();
+        },
+        testing::ExitedWithCode(7), "");
+}

@@ -1,0 +1,43 @@
+# Functions that make the project's targets, so that each folder states only what is its own.
+
+set(VORNIX_PRECOMPILED_HEADER "${CMAKE_CURRENT_LIST_DIR}/VornixPrecompiled.h")
+
+# vornix_add_floor(NAME LIBRARY LIB PUBLIC_HEADERS ... SOURCES ... FOLDERS ... LINK ... LINK_PRIVATE ...)
+# One floor of the house: a shared library whose public headers are the ones listed, no others.
+function(vornix_add_floor name)
+  cmake_parse_arguments(ARG "" "LIBRARY" "PUBLIC_HEADERS;SOURCES;FOLDERS;LINK;LINK_PRIVATE" ${ARGN})
+  add_library(${ARG_LIBRARY} SHARED ${ARG_SOURCES} ${ARG_PUBLIC_HEADERS})
+  add_library(Vornix::${name} ALIAS ${ARG_LIBRARY})
+  set_target_properties(${ARG_LIBRARY} PROPERTIES
+    EXPORT_NAME ${name} VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib" INSTALL_RPATH "$ORIGIN")
+  list(TRANSFORM ARG_FOLDERS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" OUTPUT_VARIABLE folders)
+  target_include_directories(${ARG_LIBRARY} PUBLIC
+    "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR};${folders};${PROJECT_BINARY_DIR}/include>"
+    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+  target_compile_features(${ARG_LIBRARY} PUBLIC cxx_std_20)
+  target_link_libraries(${ARG_LIBRARY} PUBLIC ${ARG_LINK} PRIVATE ${ARG_LINK_PRIVATE} $<BUILD_INTERFACE:VornixCompiler>)
+  target_link_options(${ARG_LIBRARY} PRIVATE "$<$<NOT:$<BOOL:${VORNIX_SANITIZER}>>:LINKER:--no-undefined>")
+  target_precompile_headers(${ARG_LIBRARY} PRIVATE "${VORNIX_PRECOMPILED_HEADER}")
+  vornix_publish_headers(${ARG_PUBLIC_HEADERS})
+  install(TARGETS ${ARG_LIBRARY} EXPORT VornixTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()
+
+# vornix_publish_headers(FILE ...): installs the headers and shows them as <Vornix/...> in the build tree too.
+function(vornix_publish_headers)
+  file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/include/Vornix")
+  foreach(header IN LISTS ARGN)
+    cmake_path(GET header FILENAME file)
+    file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}/${header}" "${PROJECT_BINARY_DIR}/include/Vornix/${file}" SYMBOLIC)
+  endforeach()
+  install(FILES ${ARGN} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Vornix)
+endfunction()
+
+# vornix_add_tests(NAME SOURCES ... LINK ...): a GoogleTest program, each test an entry of its own in ctest.
+function(vornix_add_tests name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} VornixTestSupport VornixCompiler)
+  target_precompile_headers(${name} PRIVATE "${VORNIX_PRECOMPILED_HEADER}" <gtest/gtest.h> <gmock/gmock.h>)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120 ENVIRONMENT "${VORNIX_TEST_ENVIRONMENT}")
+endfunction()
