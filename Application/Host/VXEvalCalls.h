@@ -4,3 +4,4 @@ class VXEvalRegistry;
 
 /** Registers the calls of the core services. */
 void VXAddCoreCalls(VXEvalRegistry &registry);
+void VXAddPhonebookCalls(VXEvalRegistry &registry);

@@ -51,7 +51,7 @@ VXHostCommandTable::VXHostCommandTable(std::vector<VXHostCommand> commands, QLis
 const VXHostCommandTable &VXHostCommandTable::standard()
 {
     static const VXHostCommandTable table({VXInfoCommand(), VXDefaultsCommand(), VXLogCommand(),
-                                           VXPropertyListCommand(), VXEvalCommand(),
+                                           VXPropertyListCommand(), VXPhonebookCommand(), VXEvalCommand(),
                                            VXHelpCommand(), VXCompletionCommand(), VXManPageCommand()},
                                           standardOptions());
     return table;

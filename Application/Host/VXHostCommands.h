@@ -7,6 +7,7 @@
 [[nodiscard]] VXHostCommand VXDefaultsCommand();
 [[nodiscard]] VXHostCommand VXLogCommand();
 [[nodiscard]] VXHostCommand VXPropertyListCommand();
+[[nodiscard]] VXHostCommand VXPhonebookCommand();
 [[nodiscard]] VXHostCommand VXEvalCommand();
 [[nodiscard]] VXHostCommand VXHelpCommand();
 

@@ -1,0 +1,168 @@
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXLineSplitter.h"
+#include "VXPhonebookList.h"
+#include "VXPhonebookString.h"
+#include "VXPhonebookType.h"
+#include "VXPhoneNumber.h"
+#include "VXPhoneNumberFormat.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QJsonObject>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// One answer, as a JSON value and as the columns of a line for people.
+struct Answer
+{
+    QJsonObject json;
+    QStringList columns;
+};
+
+QJsonValue jsonText(const QString &text)
+{
+    return text.isNull() ? QJsonValue() : QJsonValue(text);
+}
+
+Answer split(const QString &text)
+{
+    QString name;
+    QString value;
+    unsigned type = 0;
+    const bool isAddress = VXPhonebookStringSplit(text, &name, &value, &type);
+    const QString letters = VXStringFromPhonebookTypeMask(type);
+    return {{{u"text"_s, text},
+             {u"result"_s, isAddress},
+             {u"name"_s, jsonText(name)},
+             {u"value"_s, jsonText(value)},
+             {u"type"_s, qint64(type)},
+             {u"letters"_s, jsonText(letters)}},
+            {isAddress ? u"address"_s : u"-"_s, letters, value, name}};
+}
+
+Answer searchString(const QString &number)
+{
+    const QString result = VXPhoneNumberSearchString(number);
+    return {{{u"number"_s, number}, {u"result"_s, result}}, {result, number}};
+}
+
+Answer format(const QString &number, const QString &pattern)
+{
+    const QString result = pattern.isNull() ? VXFormatPhoneNumber(number) : VXPhoneNumberWithFormat(number, pattern);
+    return {{{u"number"_s, number}, {u"result"_s, jsonText(result)}}, {result.isNull() ? u"-"_s : result, number}};
+}
+
+Answer match(const QString &a, const QString &b)
+{
+    const bool result = VXPhonebookStringsMatch(a, b);
+    return {{{u"a"_s, a}, {u"b"_s, b}, {u"result"_s, result}}, {result ? u"match"_s : u"differ"_s, a, b}};
+}
+
+// Writes answers as they come: with padded columns, so that those of several lines stand below each other.
+void write(VXHostOutput &output, const Answer &answer)
+{
+    constexpr qsizetype columnWidth = 20;
+    if (output.isJSON())
+        return output.writePart(VXJSONText(answer.json));
+    QString line;
+    for (const QString &column : answer.columns)
+        line += column.leftJustified(columnWidth) + u' ';
+    output.writePart(line.trimmed().toUtf8());
+}
+
+// Calls the function for each operand after the first or, without any, for each line of standard input.
+template <class Function>
+bool forEachText(const VXHostContext &context, Function function)
+{
+    const QStringList texts = context.options.operands().sliced(1);
+    for (const QString &text : texts)
+        function(text);
+    if (!texts.isEmpty())
+        return true;
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return false;
+    constexpr qint64 chunkSize = 64 * 1024;
+    VXLineSplitter lines([&function](const QByteArray &line) { function(QString::fromUtf8(line)); });
+    bool mayGoOn = true;
+    while (mayGoOn) {
+        const QByteArray chunk = input.read(chunkSize);
+        if (chunk.isEmpty())
+            break;
+        lines.feed(chunk);
+        mayGoOn = context.output.flush();
+    }
+    lines.finish();
+    return true;
+}
+
+int runMatch(VXHostContext &context)
+{
+    const QStringList operands = context.options.operands();
+    const QString usage = VXHostUsage(context.options.command());
+    if (operands.size() != 1 && operands.size() != 3)
+        return context.output.failUsage(u"match needs two lists, or lines with a tab between two"_s, usage);
+    context.output.beginParts();
+    if (operands.size() == 3) {
+        write(context.output, match(operands[1], operands[2]));
+        return VXHostOutput::Done;
+    }
+    bool wellFormed = true;
+    const bool read = forEachText(context, [&](const QString &line) {
+        const qsizetype tab = line.indexOf(u'\t');
+        wellFormed = wellFormed && tab >= 0;
+        if (tab >= 0)
+            write(context.output, match(line.first(tab), line.sliced(tab + 1)));
+    });
+    if (!wellFormed)
+        return context.output.fail(u"a line without a tab between two lists was left out"_s);
+    return read ? static_cast<int>(VXHostOutput::Done) : context.output.fail(u"cannot read standard input"_s);
+}
+
+int runPhonebook(VXHostContext &context)
+{
+    const QString verb = context.options.operand(0);
+    if (context.options.isSet(u"pattern"_s) && verb != "format"_L1)
+        return context.output.failUsage(u"--pattern goes with format"_s, VXHostUsage(context.options.command()));
+    if (verb == "match"_L1)
+        return runMatch(context);
+    context.output.beginParts();
+    const bool read = forEachText(context, [&](const QString &text) {
+        if (verb == "split"_L1)
+            write(context.output, split(text));
+        else if (verb == "search-string"_L1)
+            write(context.output, searchString(text));
+        else
+            write(context.output, format(text, context.options.value(u"pattern"_s)));
+    });
+    return read ? static_cast<int>(VXHostOutput::Done) : context.output.fail(u"cannot read standard input"_s);
+}
+
+} // namespace
+
+VXHostCommand VXPhonebookCommand()
+{
+    return {.name = u"phonebook"_s,
+            .summary = u"Take apart, normalise, format and compare addresses"_s,
+            .synopsis = u"split|search-string|format|match [TEXT]..."_s,
+            .details =
+                u"\"split\" shows type letters, address and name of phonebook strings such as \"Jane <555-0100/Hm>\". "
+                "\"search-string\" shows the form under which numbers are compared. \"format\" shows numbers in "
+                "the user's address-book format, or in that of --pattern. \"match A B\" tells whether two lists "
+                "name the same addresses.\nWithout TEXT the lines of standard input are taken; for \"match\" each "
+                "holds two lists with a tab between them."_s,
+            .options = {{.name = u"pattern"_s,
+                         .placeholder = u"PATTERN"_s,
+                         .summary = u"Format by this pattern: # stands for a digit, 1 and + for themselves"_s}},
+            .minimumOperands = 1,
+            .maximumOperands = 10'000,
+            .firstOperands = {u"split"_s, u"search-string"_s, u"format"_s, u"match"_s},
+            .run = runPhonebook};
+}

@@ -1,0 +1,119 @@
+#include "VXPhoneNumber.h"
+
+#include "VXCharacterSet.h"
+#include "VXCodePoint.h"
+#include "VXCountryCodes.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype minimumPhoneNumberLength = 3; // UTF-16 units
+
+// The first that fits wins: of two with one beginning the longer stands first.
+constexpr QLatin1StringView internationalAccessCodes[] = {"0011"_L1, "1060"_L1, "001"_L1, "002"_L1, "005"_L1, "011"_L1,
+                                                          "810"_L1,  "900"_L1,  "990"_L1, "99"_L1,  "00"_L1};
+
+// Of numbers with exactly this many digits.
+constexpr qsizetype longNationalNumber = 13;
+constexpr QLatin1StringView longNationalAccessCodes[] = {"015"_L1, "021"_L1, "023"_L1, "031"_L1};
+
+// How many characters the text has, as far as it matters here: counting stops at the limit.
+qsizetype characterCount(QStringView text, qsizetype limit)
+{
+    if (text.size() >= 2 * limit)
+        return limit;
+    qsizetype count = 0;
+    for (qsizetype index = 0; index < text.size() && count < limit; ++count)
+        VXNextCodePoint(text, index);
+    return count;
+}
+
+bool hasAtLeast(QStringView text, qsizetype characters)
+{
+    return characterCount(text, characters) == characters;
+}
+
+template <size_t N>
+QLatin1StringView firstPrefix(QStringView digits, const QLatin1StringView (&codes)[N])
+{
+    const auto code = std::find_if(std::begin(codes), std::end(codes),
+                                   [&](QLatin1StringView candidate) { return digits.startsWith(candidate); });
+    return code == std::end(codes) ? QLatin1StringView() : *code;
+}
+
+QLatin1StringView internationalAccessCode(QStringView digits)
+{
+    return hasAtLeast(digits, 9) ? firstPrefix(digits, internationalAccessCodes) : QLatin1StringView();
+}
+
+QLatin1StringView nationalAccessCode(QStringView digits)
+{
+    if (!hasAtLeast(digits, 7))
+        return {};
+    if (digits.front() == u'1')
+        return "1"_L1;
+    if (digits.front() != u'0')
+        return {};
+    if (characterCount(digits, longNationalNumber + 1) == longNationalNumber) {
+        const QLatin1StringView code = firstPrefix(digits, longNationalAccessCodes);
+        if (!code.isNull())
+            return code;
+    }
+    return "0"_L1;
+}
+
+QStringView strippingCountryCode(QStringView digits)
+{
+    return hasAtLeast(digits, 5) ? digits.sliced(VXCountryCodeLength(digits)) : digits;
+}
+
+QStringView strippingCodes(QStringView digits, bool isInternational)
+{
+    if (isInternational)
+        return strippingCountryCode(digits);
+    if (const QLatin1StringView code = internationalAccessCode(digits); !code.isNull())
+        return strippingCountryCode(digits.sliced(code.size()));
+    if (const QLatin1StringView code = nationalAccessCode(digits); !code.isNull())
+        return digits.sliced(code.size());
+    return hasAtLeast(digits, 11) ? strippingCountryCode(digits) : digits;
+}
+
+} // namespace
+
+bool VXIsValidPhoneNumber(QStringView text)
+{
+    return text.size() >= minimumPhoneNumberLength &&
+           VXCharacterSet::phoneNumberFormattingCharacterSet().containsOnlyMembers(text) &&
+           VXCharacterSet::decimalDigitCharacterSet().containsAnyMember(text);
+}
+
+QString VXPhoneNumberSearchString(QStringView number)
+{
+    QString digits = VXCharacterSet::decimalDigitCharacterSet().membersOf(number);
+    QStringView rest(digits);
+    if (hasAtLeast(rest, 8))
+        rest = strippingCodes(rest, number.startsWith(u'+'));
+    if (hasAtLeast(rest, 8) && rest.front() == u'1')
+        rest = rest.sliced(1);
+    digits.remove(0, digits.size() - rest.size()); // moves the start only: the digits are not copied again
+    return digits;
+}
+
+QString VXPhoneNumberByStrippingCountryCode(const QString &digits)
+{
+    const QStringView rest = strippingCountryCode(digits);
+    return rest.size() == digits.size() ? digits : rest.toString();
+}
+
+QString VXPhoneNumberInternationalAccessCode(QStringView digits)
+{
+    return internationalAccessCode(digits);
+}
+
+QString VXPhoneNumberNationalAccessCode(QStringView digits)
+{
+    return nationalAccessCode(digits);
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+
+#include <QtCore/QString>
+
+// Phone numbers as people write them. All functions are pure and may be called from any thread. Digits are
+// the decimal digits of any script; where digits are counted, each counts once, however many UTF-16 units it takes.
+
+/** True for at least 3 UTF-16 units of the formatting set, at least one of them a digit. */
+[[nodiscard]] VX_EXPORT bool VXIsValidPhoneNumber(QStringView text);
+
+/**
+ * The form under which numbers are compared and looked up: the digits alone, without access and country
+ * codes. Digits are kept as they are written. Null for null, empty for a text without digits.
+ */
+[[nodiscard]] VX_EXPORT QString VXPhoneNumberSearchString(QStringView number);
+
+/** The digits without a leading country code; fewer than 5 characters come back unchanged. */
+[[nodiscard]] VX_EXPORT QString VXPhoneNumberByStrippingCountryCode(const QString &digits);
+
+/** The prefix that leads abroad ("00", "011", ...); null when there is none or the number has fewer than 9 digits. */
+[[nodiscard]] VX_EXPORT QString VXPhoneNumberInternationalAccessCode(QStringView digits);
+
+/** The prefix for calls within the country ("0", "1", ...); null when there is none or for fewer than 7 digits. */
+[[nodiscard]] VX_EXPORT QString VXPhoneNumberNationalAccessCode(QStringView digits);

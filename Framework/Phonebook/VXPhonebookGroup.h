@@ -1,0 +1,20 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+// Groups as text: "Friends { Jane <555-0100>, joe@example.com }". Any thread.
+
+/**
+ * Takes a group apart: its name, null without braces, and its members, each a phonebook string. The outputs
+ * start as null and empty and may be nullptr; a comma in a member's name does not part it.
+ * @return true for a text with braces or with at least two members; false and no outputs when they are
+ * mismatched (logged).
+ */
+[[nodiscard]] VX_EXPORT bool VXPhonebookGroupSplit(const QString &text, QString *groupName = nullptr,
+                                                   QStringList *members = nullptr);
+
+/** "name { member, member }" */
+[[nodiscard]] VX_EXPORT QString VXPhonebookGroupJoin(const QString &groupName, const QStringList &members);
