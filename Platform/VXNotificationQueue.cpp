@@ -1,12 +1,11 @@
 #include "VXNotificationQueue.h"
 
 #include <algorithm>
-#include <memory>
 
 VXNotificationQueue &VXNotificationQueue::defaultQueue()
 {
-    thread_local const auto queue = std::make_unique<VXNotificationQueue>(VXNotificationCenter::defaultCenter());
-    return *queue;
+    thread_local VXNotificationQueue queue(VXNotificationCenter::defaultCenter());
+    return queue;
 }
 
 VXNotificationQueue::VXNotificationQueue(VXNotificationCenter &center) : _center(center) {}

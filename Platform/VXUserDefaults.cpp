@@ -30,14 +30,6 @@ QString pathForDomain(const QString &domain, const QString &folder)
     return folder + u'/' + domain + ".plist"_L1;
 }
 
-bool toBool(const QVariant &value)
-{
-    if (value.metaType() != QMetaType::fromType<QString>())
-        return value.canConvert<bool>() && value.toBool();
-    const QString text = value.toString();
-    return text == "YES"_L1 || text == "true"_L1 || text == "1"_L1;
-}
-
 void assertPropertyList(const QVariant &value, const QString &key)
 {
     QString reason;
@@ -114,9 +106,17 @@ QVariantMap VXUserDefaults::dictionaryForKey(const QString &key) const
     return objectForKey(key).toMap();
 }
 
+bool VXUserDefaults::boolFromValue(const QVariant &value)
+{
+    if (value.metaType() != QMetaType::fromType<QString>())
+        return value.canConvert<bool>() && value.toBool();
+    const QString text = value.toString();
+    return text == "YES"_L1 || text == "true"_L1 || text == "1"_L1;
+}
+
 bool VXUserDefaults::boolForKey(const QString &key) const
 {
-    return toBool(objectForKey(key));
+    return boolFromValue(objectForKey(key));
 }
 
 qint64 VXUserDefaults::integerForKey(const QString &key) const
@@ -276,7 +276,7 @@ void VXUserDefaults::refreshSwitch(VXLiveSwitch &follower) const
     QVariant value = _own->value(follower._key);
     if (!value.isValid())
         value = _registered.value(follower._key);
-    follower._on.store(toBool(value), std::memory_order_relaxed);
+    follower._on.store(boolFromValue(value), std::memory_order_relaxed);
 }
 
 VXLiveSwitch::VXLiveSwitch(VXUserDefaults &defaults, const QString &key) : _defaults(defaults), _key(key)

@@ -49,6 +49,8 @@ public:
     QVariantMap dictionaryForKey(const QString &key) const;
     /** True for true, for a number that is not 0, and for the texts "YES", "true" and "1". */
     bool boolForKey(const QString &key) const;
+    /** The same rule for a value of any domain. */
+    static bool boolFromValue(const QVariant &value);
     qint64 integerForKey(const QString &key) const;
     double doubleForKey(const QString &key) const;
 

@@ -92,7 +92,7 @@ struct VXEvalParameter<QStringList>
     static bool read(const QJsonValue &value, QStringList &parameter)
     {
         const QJsonArray array = value.toArray();
-        for (const QJsonValue &element : array)
+        for (const auto element : array)
             parameter.append(element.toString());
         return value.isArray() &&
                std::ranges::all_of(array, [](const QJsonValue &element) { return element.isString(); });

@@ -72,11 +72,11 @@ const VXEvalRegistry &VXEvalRegistry::standard()
     return registry;
 }
 
-void VXEvalRegistry::addCall(const QString &name, std::size_t parameterCount, Call call)
+void VXEvalRegistry::addCall(const QString &name, std::size_t parameterCount, const Call &call)
 {
     VXAssert(static_cast<std::size_t>(call.parameterNames.size()) == parameterCount && !_calls.contains(name),
              u"Call registered wrongly: %1"_s.arg(name));
-    _calls.insert(name, std::move(call));
+    _calls.insert(name, call);
 }
 
 QJsonObject VXEvalRegistry::answer(const QJsonObject &request) const

@@ -121,7 +121,7 @@ private:
         return count;
     }
 
-    void addCall(const QString &name, std::size_t parameterCount, Call call);
+    void addCall(const QString &name, std::size_t parameterCount, const Call &call);
 
     QHash<QString, Call> _calls;
 };

@@ -5,7 +5,9 @@
 #include <sys/stat.h>
 #include <utility>
 
-VXLogTail::VXLogTail(const QString &path, LineHandler handler) : _path(path), _handler(std::move(handler)) {}
+VXLogTail::VXLogTail(const QString &path, VXLineSplitter::LineHandler handler) : _path(path), _lines(std::move(handler))
+{
+}
 
 void VXLogTail::readAvailable()
 {
@@ -15,12 +17,6 @@ void VXLogTail::readAvailable()
     // What the old file got until it was moved away has been read; its successor comes next.
     while (isReplaced() && open())
         readLines();
-}
-
-void VXLogTail::finish()
-{
-    if (!_pending.isEmpty())
-        _handler(std::exchange(_pending, {}));
 }
 
 void VXLogTail::follow(std::function<void()> afterReading)
@@ -46,18 +42,11 @@ void VXLogTail::readLines()
 {
     if (_file->size() < _file->pos()) { // emptied by somebody
         _file->seek(0);
-        _pending.clear();
+        _lines.reset();
     }
-    while (true) {
-        const QByteArray piece = _file->readLine();
-        if (piece.isEmpty())
-            return;
-        _pending += piece;
-        if (!_pending.endsWith('\n'))
-            continue;
-        _pending.chop(1);
-        _handler(std::exchange(_pending, {}));
-    }
+    constexpr qint64 chunkSize = 65536;
+    for (QByteArray chunk = _file->read(chunkSize); !chunk.isEmpty(); chunk = _file->read(chunkSize))
+        _lines.feed(chunk);
 }
 
 bool VXLogTail::isReplaced() const

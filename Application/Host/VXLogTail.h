@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QtCore/QByteArray>
+#include "VXLineSplitter.h"
+
 #include <QtCore/QFile>
 #include <QtCore/QFileSystemWatcher>
 #include <QtCore/QString>
@@ -15,15 +16,12 @@
 class VXLogTail
 {
 public:
-    /** Gets each line, without its line feed. */
-    using LineHandler = std::function<void(const QByteArray &line)>;
-
-    VXLogTail(const QString &path, LineHandler handler);
+    VXLogTail(const QString &path, VXLineSplitter::LineHandler handler);
 
     /** Reads what there is. No file is no line. */
     void readAvailable();
     /** Hands over a last line that has no line feed. */
-    void finish();
+    void finish() { _lines.finish(); }
     /** From now on reads whenever something changes, and then calls `afterReading`. */
     void follow(std::function<void()> afterReading);
 
@@ -34,9 +32,8 @@ private:
     bool open();
 
     const QString _path;
-    const LineHandler _handler;
+    VXLineSplitter _lines;
     std::function<void()> _afterReading;
     std::unique_ptr<QFile> _file;
     std::unique_ptr<QFileSystemWatcher> _watcher;
-    QByteArray _pending; // the beginning of a line whose end is not there yet
 };

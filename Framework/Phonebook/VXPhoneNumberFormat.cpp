@@ -68,11 +68,7 @@ QString VXFormatPhoneNumber(const QString &number)
 
 bool VXAddressBookFormattingIsEnabled()
 {
-    const QVariant enabled = addressBookPreference(u"ABPhoneFormat-Enabled"_s);
-    if (enabled.metaType() != QMetaType::fromType<QString>())
-        return enabled.canConvert<bool>() && enabled.toBool();
-    const QString text = enabled.toString(); // as a settings tool may have written it
-    return text == "YES"_L1 || text == "true"_L1 || text == "1"_L1;
+    return VXUserDefaults::boolFromValue(addressBookPreference(u"ABPhoneFormat-Enabled"_s));
 }
 
 QStringList VXAddressBookFormats()

@@ -16,7 +16,7 @@ namespace {
 
 QDateTime utc(int year, int month, int day, int hour = 0, int milliseconds = 0)
 {
-    return QDateTime(QDate(year, month, day), QTime(hour, 0, 0, milliseconds), Qt::UTC);
+    return {QDate(year, month, day), QTime(hour, 0, 0, milliseconds), Qt::UTC};
 }
 
 QByteArray document(const QByteArray &value)

@@ -14,7 +14,6 @@
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
 namespace {

@@ -26,7 +26,7 @@ qsizetype literalWalk(const QString &digits)
     quint64 value = 0;
     std::array<quint64, 5> values{};
     for (qsizetype index = 0; index < 5; ++index)
-        values[static_cast<size_t>(index)] = value = value * 10 + digits[index].digitValue();
+        values[static_cast<size_t>(index)] = value = value * 10 + static_cast<quint64>(digits[index].digitValue());
     for (const quint32 code : VXPhonebookCountryCodes) {
         const auto match = std::find(values.begin(), values.end(), code);
         if (match != values.end())
