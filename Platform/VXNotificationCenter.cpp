@@ -51,8 +51,12 @@ QString VXNotificationName::text() const
 
 struct VXNotificationCenter::Observer
 {
-    ObserverID id;
-    QObject *context; // only compared, never followed
+    explicit Observer(VXNotificationName observed) : name(observed) {}
+
+    ObserverID id = 0;
+    const VXNotificationName name;
+    QObject *context = nullptr; // only compared, never followed
+    const QMetaObject *contextClass = nullptr;
     Handler handler;
     QVariant object;
     QMetaObject::Connection contextDestroyed;
@@ -80,8 +84,9 @@ VXNotificationCenter::~VXNotificationCenter()
 VXNotificationCenter::ObserverID VXNotificationCenter::addObserver(QObject *context, VXNotificationName name,
                                                                    Handler handler, const QVariant &object)
 {
-    auto observer = std::make_shared<Observer>();
+    const auto observer = std::make_shared<Observer>(name);
     observer->context = context;
+    observer->contextClass = context == nullptr ? nullptr : context->metaObject();
     observer->handler = std::move(handler);
     observer->object = object;
     const VXMutexLocker lock(_lock);
@@ -132,6 +137,19 @@ void VXNotificationCenter::removeObserver(QObject *context)
 {
     if (context != nullptr)
         removeObserversIf([context](const Observer &candidate) { return candidate.context == context; });
+}
+
+std::vector<VXNotificationCenter::Observation> VXNotificationCenter::observations() const
+{
+    std::vector<Observation> found;
+    const VXMutexLocker lock(_lock);
+    for (const auto &list : _lists) {
+        if (!list)
+            continue;
+        for (const auto &observer : list->observers)
+            found.push_back({observer->name, observer->contextClass, &observer->handler.target_type()});
+    }
+    return found;
 }
 
 void VXNotificationCenter::postNotificationName(VXNotificationName name, const QVariant &object,

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <typeinfo>
 #include <vector>
 
 /**
@@ -68,6 +69,16 @@ public:
     /** Ends every observation made with that context. */
     void removeObserver(QObject *context);
 
+    /** What is told of an observation: whose code it is can be seen by where these types lie. */
+    struct Observation
+    {
+        VXNotificationName name;
+        const QMetaObject *contextClass; // nullptr without a context
+        const std::type_info *handlerType;
+    };
+    /** Every observation now made. */
+    std::vector<Observation> observations() const;
+
     /** Calls the observers of that name, and returns when all have run. */
     void postNotificationName(VXNotificationName name, const QVariant &object = {}, const QVariantMap &userInfo = {});
     void postNotification(const VXNotification &notification);
@@ -78,7 +89,7 @@ private:
 
     void removeObserversIf(const std::function<bool(const Observer &)> &matches);
 
-    VXMutex _lock;
+    mutable VXMutex _lock;
     // By name index; a list is never changed once made: changes put a new one in its place.
     std::vector<std::shared_ptr<const ObserverList>> _lists VX_GUARDED_BY(_lock);
     ObserverID _lastObserver VX_GUARDED_BY(_lock) = 0;

@@ -1,4 +1,5 @@
-# find_package(Vornix): the exported targets and what they need.
+# find_package(Vornix): the exported targets, what they need, and vornix_add_plugin(). The build tree can be used in
+# place of an installation.
 include(CMakePackageConfigHelpers)
 
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Vornix")
@@ -6,5 +7,9 @@ configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/VornixConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/VornixConfig.cmake" INSTALL_DESTINATION "${package_dir}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/VornixConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/VornixConfig.cmake" "${PROJECT_BINARY_DIR}/VornixConfigVersion.cmake"
+  "${CMAKE_CURRENT_LIST_DIR}/VornixPlugin.cmake"
   DESTINATION "${package_dir}")
 install(EXPORT VornixTargets NAMESPACE Vornix:: DESTINATION "${package_dir}")
+
+configure_file("${CMAKE_CURRENT_LIST_DIR}/VornixPlugin.cmake" "${PROJECT_BINARY_DIR}/VornixPlugin.cmake" COPYONLY)
+export(EXPORT VornixTargets NAMESPACE Vornix:: FILE "${PROJECT_BINARY_DIR}/VornixTargets.cmake")

@@ -5,3 +5,4 @@ class VXEvalRegistry;
 /** Registers the calls of the core services. */
 void VXAddCoreCalls(VXEvalRegistry &registry);
 void VXAddPhonebookCalls(VXEvalRegistry &registry);
+void VXAddPluginCalls(VXEvalRegistry &registry);

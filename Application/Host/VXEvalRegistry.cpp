@@ -67,6 +67,7 @@ const VXEvalRegistry &VXEvalRegistry::standard()
         VXEvalRegistry calls;
         VXAddCoreCalls(calls);
         VXAddPhonebookCalls(calls);
+        VXAddPluginCalls(calls);
         return calls;
     }();
     return registry;

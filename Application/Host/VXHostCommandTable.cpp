@@ -35,6 +35,7 @@ QList<VXHostOption> standardOptions()
          u"HOW"_s,
          u"What questions get: their default answer, cancel, or ask on the terminal (the default)"_s,
          {u"default"_s, u"cancel"_s, u"ask"_s}},
+        {u"safe-mode"_s, {}, u"Load built-in plugins only"_s},
         {u"verbose"_s, {}, u"Write log lines to standard error too"_s},
         {u"version"_s, {}, u"Show the version"_s},
         {u"help"_s, {}, u"Show help, of the command when one is named"_s},
@@ -51,7 +52,8 @@ VXHostCommandTable::VXHostCommandTable(std::vector<VXHostCommand> commands, QLis
 const VXHostCommandTable &VXHostCommandTable::standard()
 {
     static const VXHostCommandTable table({VXInfoCommand(), VXDefaultsCommand(), VXLogCommand(),
-                                           VXPropertyListCommand(), VXPhonebookCommand(), VXEvalCommand(),
+                                           VXPropertyListCommand(), VXPhonebookCommand(), VXPluginsCommand(),
+                                           VXNewPluginCommand(), VXOpenCommand(), VXRunCommand(), VXEvalCommand(),
                                            VXHelpCommand(), VXCompletionCommand(), VXManPageCommand()},
                                           standardOptions());
     return table;

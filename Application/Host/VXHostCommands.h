@@ -8,6 +8,10 @@
 [[nodiscard]] VXHostCommand VXLogCommand();
 [[nodiscard]] VXHostCommand VXPropertyListCommand();
 [[nodiscard]] VXHostCommand VXPhonebookCommand();
+[[nodiscard]] VXHostCommand VXPluginsCommand();
+[[nodiscard]] VXHostCommand VXNewPluginCommand();
+[[nodiscard]] VXHostCommand VXOpenCommand();
+[[nodiscard]] VXHostCommand VXRunCommand();
 [[nodiscard]] VXHostCommand VXEvalCommand();
 [[nodiscard]] VXHostCommand VXHelpCommand();
 

@@ -81,6 +81,11 @@ void VXHostOutput::writePart(const QByteArray &line)
         writeLine(line);
 }
 
+void VXHostOutput::note(const QString &text)
+{
+    writeFully(_errors, (text + u'\n').toUtf8());
+}
+
 int VXHostOutput::fail(const QString &text)
 {
     _failure = text;

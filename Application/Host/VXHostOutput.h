@@ -34,6 +34,8 @@ public:
     void beginParts();
     void writePart(const QByteArray &line);
 
+    /** Says on standard error how things stand: what is no answer and no failure. */
+    void note(const QString &text);
     /** Says what went wrong on standard error; answers the status to return. */
     int fail(const QString &text);
     int failUsage(const QString &text, const QString &usage);

@@ -100,7 +100,7 @@ bool forEachText(const VXHostContext &context, Function function)
         mayGoOn = context.output.flush();
     }
     lines.finish();
-    return true;
+    return input.error() == QFile::NoError;
 }
 
 int runMatch(VXHostContext &context)

@@ -1,3 +1,4 @@
+#include "HostProgram.h"
 #include "VXHostJSON.h"
 #include "VXPropertyList.h"
 #include "VXTesting.h"
@@ -12,39 +13,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-struct Outcome
-{
-    int status;
-    QByteArray output;
-    QByteArray errors;
-};
-
-QString program()
-{
-    return QStringLiteral(VORNIX_PROGRAM);
-}
-
-// The program itself, in the test's home folder.
-Outcome run(const QStringList &arguments, const QByteArray &input = {})
-{
-    QProcess process;
-    process.start(program(), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished()) << arguments.join(u' ').toStdString();
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << arguments.join(u' ').toStdString();
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-// A command line for bash, where $0 is the program.
-Outcome runShell(const QString &script)
-{
-    QProcess process;
-    process.start(u"bash"_s, {u"-c"_s, script, program()});
-    EXPECT_TRUE(process.waitForFinished());
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
 
 class HostCommandTest : public VXHomeTest
 {
@@ -97,12 +65,12 @@ TEST_F(HostCommandTest, ExitStatusesAndTheJSONPromise)
     };
     for (const auto &[arguments, status] : cases) {
         const std::string shown = arguments.join(u' ').toStdString();
-        const Outcome people = run(arguments);
+        const HostOutcome people = runHost(arguments);
         EXPECT_EQ(people.status, status) << shown << people.errors.toStdString();
         EXPECT_EQ(people.errors.startsWith("vornix: "), status != 0) << shown << people.errors.toStdString();
         EXPECT_EQ(people.errors.contains("\nusage: vornix"), status == 2) << shown;
 
-        const Outcome json = run(QStringList{u"--json"_s} + arguments);
+        const HostOutcome json = runHost(QStringList{u"--json"_s} + arguments);
         EXPECT_EQ(json.status, status) << shown;
         const auto value = VXJSONFromText(json.output);
         ASSERT_TRUE(value.has_value()) << shown << json.output.toStdString();
@@ -113,7 +81,7 @@ TEST_F(HostCommandTest, ExitStatusesAndTheJSONPromise)
 TEST_F(HostCommandTest, InfoNamesFoldersBelowTheGivenHome)
 {
     const QString home = path(u"new/home"_s);
-    const Outcome outcome = run({u"--json"_s, u"--home"_s, home, u"info"_s});
+    const HostOutcome outcome = runHost({u"--json"_s, u"--home"_s, home, u"info"_s});
     EXPECT_EQ(outcome.errors, QByteArray(""));
     const QJsonObject info = VXJSONFromText(outcome.output)->toObject();
     EXPECT_EQ(info[u"versions"_s][u"application"_s], info[u"versions"_s][u"framework"_s]);
@@ -136,31 +104,32 @@ TEST_F(HostCommandTest, DefaultsKeepEveryKindOfValue)
                                  R"({"$date":"2024-02-29T12:30:00Z"})",
                                  "{}"};
     for (const QByteArray &value : values) {
-        const Outcome written = run({u"defaults"_s, u"write"_s, u"com.example"_s, u"key"_s, QString::fromUtf8(value)});
+        const HostOutcome written =
+            runHost({u"defaults"_s, u"write"_s, u"com.example"_s, u"key"_s, QString::fromUtf8(value)});
         EXPECT_EQ(written.status, 0) << written.errors.toStdString();
         EXPECT_EQ(written.output, QByteArray(""));
-        const Outcome read = run({u"defaults"_s, u"read"_s, u"com.example"_s, u"key"_s});
+        const HostOutcome read = runHost({u"defaults"_s, u"read"_s, u"com.example"_s, u"key"_s});
         EXPECT_EQ(VXJSONText(*VXJSONFromText(read.output)), value);
     }
-    run({u"defaults"_s, u"write"_s, u"com.example"_s, u"other"_s, u"1"_s});
-    run({u"defaults"_s, u"delete"_s, u"com.example"_s, u"key"_s});
-    EXPECT_EQ(VXJSONText(*VXJSONFromText(run({u"defaults"_s, u"read"_s, u"com.example"_s}).output)),
+    runHost({u"defaults"_s, u"write"_s, u"com.example"_s, u"other"_s, u"1"_s});
+    runHost({u"defaults"_s, u"delete"_s, u"com.example"_s, u"key"_s});
+    EXPECT_EQ(VXJSONText(*VXJSONFromText(runHost({u"defaults"_s, u"read"_s, u"com.example"_s}).output)),
               QByteArray(R"({"other":1})"));
-    run({u"defaults"_s, u"delete"_s, u"com.example"_s});
-    EXPECT_EQ(run({u"defaults"_s, u"read"_s, u"com.example"_s}).output, QByteArray("{}\n"));
+    runHost({u"defaults"_s, u"delete"_s, u"com.example"_s});
+    EXPECT_EQ(runHost({u"defaults"_s, u"read"_s, u"com.example"_s}).output, QByteArray("{}\n"));
 }
 
 TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
 {
-    EXPECT_EQ(run({u"log"_s}).output, QByteArray("")); // there is none yet
+    EXPECT_EQ(runHost({u"log"_s}).output, QByteArray("")); // there is none yet
     writeFile(logFile, log);
-    EXPECT_EQ(run({u"log"_s}).output, log);
+    EXPECT_EQ(runHost({u"log"_s}).output, log);
     const QByteArray errors = "Nov 15 22:04:32.118 [311:2] <ERROR> first\nits second line\n";
-    EXPECT_EQ(run({u"log"_s, u"--level"_s, u"3"_s}).output, errors);
-    EXPECT_EQ(run({u"log"_s, u"--level"_s, u"Warning"_s}).output, errors);
-    EXPECT_EQ(run({u"log"_s, u"--level"_s, u"2"_s}).output, QByteArray(""));
+    EXPECT_EQ(runHost({u"log"_s, u"--level"_s, u"3"_s}).output, errors);
+    EXPECT_EQ(runHost({u"log"_s, u"--level"_s, u"Warning"_s}).output, errors);
+    EXPECT_EQ(runHost({u"log"_s, u"--level"_s, u"2"_s}).output, QByteArray(""));
 
-    const QJsonArray entries = VXJSONFromText(run({u"log"_s, u"--json"_s}).output)->toArray();
+    const QJsonArray entries = VXJSONFromText(runHost({u"log"_s, u"--json"_s}).output)->toArray();
     ASSERT_EQ(entries.size(), 3);
     const QJsonObject first{{u"date"_s, u"Nov 15 22:04:32.118"_s},
                             {u"process"_s, 311},
@@ -169,8 +138,8 @@ TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
                             {u"message"_s, u"first\nits second line"_s}};
     EXPECT_EQ(entries[0].toObject(), first);
     EXPECT_EQ(entries[2][u"level"_s], u"Level 9"_s);
-    EXPECT_EQ(run({u"log"_s, u"--json"_s, u"--level"_s, u"0"_s}).output, QByteArray("[]\n"));
-    EXPECT_EQ(run({u"log"_s, u"--json"_s, u"--follow"_s}).status, 2);
+    EXPECT_EQ(runHost({u"log"_s, u"--json"_s, u"--level"_s, u"0"_s}).output, QByteArray("[]\n"));
+    EXPECT_EQ(runHost({u"log"_s, u"--json"_s, u"--follow"_s}).status, 2);
 }
 
 TEST_F(HostCommandTest, LogFollowsAcrossRotation)
@@ -189,7 +158,7 @@ TEST_F(HostCommandTest, LogFollowsAcrossRotation)
             return shown.endsWith(text);
         });
     };
-    process.start(program(), {u"log"_s, u"--follow"_s, u"--level"_s, u"error"_s});
+    process.start(hostProgram(), {u"log"_s, u"--follow"_s, u"--level"_s, u"error"_s});
     EXPECT_TRUE(shows("first\nits second line\n"));
     append("Nov 15 22:05:00.000 [1:0] <INFO> no\nNov 15 22:05:00.000 [1:0] <ERROR> ye");
     append("s\n");
@@ -216,7 +185,7 @@ TEST_F(HostCommandTest, PropertyListsGoThroughEveryForm)
     VXError error;
     const QByteArray xml = VXPropertyList::toData(list, VXPropertyList::Format::XML, &error);
     const QString file = writeFile(u"in.plist"_s, xml);
-    EXPECT_EQ(run({u"plist"_s, file}).output,
+    EXPECT_EQ(runHost({u"plist"_s, file}).output,
               QByteArray("{\n"
                          "    \"data\": <00ff6279746573206f662061206c6f6e...> (24 bytes)\n"
                          "    \"date\": 2024-02-29T12:30:00Z\n"
@@ -225,26 +194,26 @@ TEST_F(HostCommandTest, PropertyListsGoThroughEveryForm)
                          "        \"te\\\"xt\"\n        {}\n"
                          "    ]\n"
                          "}\n"));
-    const QByteArray binary = run({u"plist"_s, file, u"--to"_s, u"binary"_s}).output;
+    const QByteArray binary = runHost({u"plist"_s, file, u"--to"_s, u"binary"_s}).output;
     EXPECT_TRUE(binary.startsWith("bplist00"));
-    EXPECT_EQ(run({u"plist"_s, u"-"_s, u"--to"_s, u"xml"_s}, binary).output, xml);
-    const QByteArray json = run({u"plist"_s, u"-"_s, u"--to=json"_s}, binary).output;
+    EXPECT_EQ(runHost({u"plist"_s, u"-"_s, u"--to"_s, u"xml"_s}, binary).output, xml);
+    const QByteArray json = runHost({u"plist"_s, u"-"_s, u"--to=json"_s}, binary).output;
     EXPECT_EQ(VXVariantFromJSON(*VXJSONFromText(json)).toMap(), VXPropertyList::fromData(xml).toMap());
-    EXPECT_EQ(run({u"plist"_s, file, u"--json"_s}).output, json);
+    EXPECT_EQ(runHost({u"plist"_s, file, u"--json"_s}).output, json);
 
-    EXPECT_EQ(run({u"plist"_s, file, u"--json"_s, u"--to"_s, u"xml"_s}).status, 2);
-    EXPECT_EQ(run({u"plist"_s, file, u"--to"_s, u"binary"_s, u"--output"_s, file}).status,
+    EXPECT_EQ(runHost({u"plist"_s, file, u"--json"_s, u"--to"_s, u"xml"_s}).status, 2);
+    EXPECT_EQ(runHost({u"plist"_s, file, u"--to"_s, u"binary"_s, u"--output"_s, file}).status,
               0); // over its source
     EXPECT_EQ(readFile(file), binary);
-    EXPECT_EQ(run({u"plist"_s, file, u"--output"_s, path(u"missing/out"_s)}).status, 1);
+    EXPECT_EQ(runHost({u"plist"_s, file, u"--output"_s, path(u"missing/out"_s)}).status, 1);
     // script(1) gives the program a terminal.
-    EXPECT_EQ(runShell(u"script -qec \"'$0' plist ~/in.plist --to binary\" /dev/null"_s).status, 2);
+    EXPECT_EQ(runHostShell(u"script -qec \"'$0' plist ~/in.plist --to binary\" /dev/null"_s).status, 2);
 }
 
 TEST_F(HostCommandTest, EvalAnswersAtOnceAndAsOneValue)
 {
     QProcess process;
-    process.start(program(), {u"eval"_s});
+    process.start(hostProgram(), {u"eval"_s});
     process.write("{\"call\":\"logLevelString\",\"args\":[3]}\n");
     QByteArray answer;
     EXPECT_TRUE(VXRunUntil([&] { return (answer += process.readAllStandardOutput()).endsWith('\n'); }));
@@ -253,11 +222,11 @@ TEST_F(HostCommandTest, EvalAnswersAtOnceAndAsOneValue)
     ASSERT_TRUE(process.waitForFinished());
     EXPECT_EQ(process.exitCode(), 0);
 
-    EXPECT_EQ(run({u"eval"_s, u"--json"_s}, "{}\n[]").output,
+    EXPECT_EQ(runHost({u"eval"_s, u"--json"_s}, "{}\n[]").output,
               QByteArray("[\n{\"error\":\"\\\"call\\\" must be a string\"},\n{\"error\":\"no JSON object: an "
                          "array\"}\n]\n"));
-    EXPECT_EQ(runShell(u"\"$0\" eval <&-"_s).status, 1);
-    EXPECT_EQ(runShell(u"\"$0\" eval < /"_s).status, 1);
+    EXPECT_EQ(runHostShell(u"\"$0\" eval <&-"_s).status, 1);
+    EXPECT_EQ(runHostShell(u"\"$0\" eval < /"_s).status, 1);
 }
 
 TEST_F(HostCommandTest, AReaderThatGoesAwayEndsItQuietly)
@@ -265,11 +234,11 @@ TEST_F(HostCommandTest, AReaderThatGoesAwayEndsItQuietly)
     writeFile(logFile, log.repeated(10'000));
     writeFile(u"lines"_s, QByteArray("{}\n").repeated(100'000));
     for (const QString &command : {u"log"_s, u"log --json"_s, u"log --follow"_s, u"eval < ~/lines"_s}) {
-        const Outcome outcome = runShell(u"\"$0\" %1 | true; exit ${PIPESTATUS[0]}"_s.arg(command));
+        const HostOutcome outcome = runHostShell(u"\"$0\" %1 | true; exit ${PIPESTATUS[0]}"_s.arg(command));
         EXPECT_EQ(outcome.status, 1) << command.toStdString();
         EXPECT_EQ(outcome.errors, QByteArray("")) << command.toStdString();
     }
-    const Outcome full = runShell(u"\"$0\" log > /dev/full"_s);
+    const HostOutcome full = runHostShell(u"\"$0\" log > /dev/full"_s);
     EXPECT_EQ(full.status, 1);
     EXPECT_TRUE(full.errors.startsWith("vornix: cannot write to standard output: "));
 }
@@ -277,7 +246,7 @@ TEST_F(HostCommandTest, AReaderThatGoesAwayEndsItQuietly)
 TEST_F(HostCommandTest, VerboseShowsLogLines)
 {
     writeFile(u".config/Vornix 2/com.halvern.VNX2.plist"_s, "damaged");
-    const Outcome outcome = run({u"--verbose"_s, u"defaults"_s, u"read"_s, u"com.halvern.VNX2"_s});
+    const HostOutcome outcome = runHost({u"--verbose"_s, u"defaults"_s, u"read"_s, u"com.halvern.VNX2"_s});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.output, QByteArray("{}\n"));
     EXPECT_TRUE(outcome.errors.contains("] <")) << outcome.errors.toStdString();

@@ -19,6 +19,11 @@ QByteArrayList answersTo(const QByteArray &input, qsizetype chunk = 64 * 1024,
     return answers;
 }
 
+QByteArray requestFor(const QByteArray &call, const QByteArray &arguments)
+{
+    return "{\"call\":\"" + call + "\",\"args\":" + arguments + '}';
+}
+
 class HostEvalTest : public VXHomeTest
 {
 };
@@ -74,6 +79,96 @@ TEST_F(HostEvalTest, AnswersCalls)
     }
     EXPECT_EQ(answersTo(script).size(), std::ssize(cases)); // an error does not end it
     EXPECT_TRUE(answersTo("{\"call\"").first().startsWith(R"({"error":"no JSON object: )"));
+}
+
+TEST_F(HostEvalTest, AnswersPhonebookCalls)
+{
+    const struct
+    {
+        QByteArray call;
+        QByteArray arguments;
+        QByteArray answer; // without the braces around it
+    } cases[] = {
+        {"VXPhonebookStringSplit", R"(["555-0100"])", R"("name":null,"result":true,"type":0,"value":"555-0100")"},
+        {"VXPhonebookStringSplit", R"(["Jane <555-0100/Hm>"])",
+         R"("name":"Jane","result":true,"type":66,"value":"555-0100")"},
+        {"VXPhonebookStringSplit", R"(["Jane <555-0100/>"])",
+         R"("name":"Jane","result":true,"type":0,"value":"555-0100")"},
+        {"VXPhonebookStringSplit", R"(["Jane <555-0100/x>"])",
+         R"("name":"Jane","result":false,"type":0,"value":"555-0100/x")"},
+        {"VXPhonebookStringSplit", R"(["Jane"])", R"("name":"Jane","result":false,"type":0,"value":null)"},
+        {"VXPhonebookStringSplit", R"(["<a@b.c> x"])", R"("name":"<a@b.c> x","result":false,"type":0,"value":null)"},
+        {"VXPhonebookStringSplit", "[null]", R"("name":null,"result":false,"type":0,"value":null)"},
+        {"VXPhonebookStringJoin", R"(["Jane","555-0100",0])", R"("result":"Jane <555-0100>")"},
+        {"VXPhonebookStringJoin", R"([null,"555-0100",0])", R"("result":"555-0100")"},
+        {"VXPhonebookStringJoin", R"([null,"555-0100",2])", R"("result":"<555-0100/m>")"},
+        {"VXPhonebookStringJoin", R"(["A<B","555-0100",0])", R"("result":"A\\<B <555-0100>")"},
+        {"VXPhonebookStringJoin", R"(["A<B",null,2])", R"("result":"A<B")"},
+        {"VXUnpackPhonebookStrings", R"(["Doe, Jane <555-0100>, 555-0199",true])",
+         R"("result":["Doe, Jane <555-0100>","555-0199"])"},
+        {"VXUnpackPhonebookStrings", R"(["F { a@b.cd, 555 }",false])", R"("result":["F { a@b.cd, 555 }"])"},
+        {"VXPackPhonebookStrings", R"([["a","b"]])", R"("result":"a, b")"},
+        {"VXPhonebookGroupSplit", R"(["Friends { a@b.cd; Jo <555-0100> }"])",
+         R"("members":["a@b.cd","Jo <555-0100>"],"name":"Friends","result":true)"},
+        {"VXPhonebookGroupSplit", R"(["Friends {"])", R"("members":[],"name":null,"result":false)"},
+        {"VXPhonebookGroupJoin", R"(["Friends",["a","b"]])", R"("result":"Friends { a, b }")"},
+        {"VXPhonebookStringsMatch", R"(["555-0100, a@b.c","a@b.c, Jo <5550100>"])", R"("result":true)"},
+        {"VXIsValidPhoneNumber", R"(["12"])", R"("result":false)"},
+        {"VXIsValidPhoneNumber", R"(["xy1"])", R"("result":false)"},
+        {"VXIsValidPhoneNumber", R"(["ab1"])", R"("result":true)"},
+        {"VXIsValidPhoneNumber", R"(["*#06#"])", R"("result":true)"},
+        {"VXIsValidEmailAddress", R"(["x@a_b.c.d.e"])", R"("result":true)"},
+        {"VXIsValidEmailAddress", R"(["x@c.d.e.a_b"])", R"("result":false)"},
+        {"VXIsValidPhonebookType", R"([""])", R"("result":true)"},
+        {"VXPhonebookTypeMaskFromString", R"(["fm"])", R"("result":3)"},
+        {"VXStringFromPhonebookTypeMask", "[66]", R"("result":"Hm")"},
+        {"VXStringFromPhonebookTypeMask", "[192]", R"("result":null)"},
+        {"stringByEscapingCharactersInString", R"(["a,b","<>{},"])", R"("result":"a\\,b")"},
+        {"stringByUnescapingCharactersInString", R"(["a\\,b\\","<>{},"])", R"("result":"a,b")"},
+        {"VXPhoneNumberSearchString", R"(["+44 20 7946 0000"])", R"("result":"2079460000")"},
+        {"VXPhoneNumberSearchString", R"(["0044 20 7946 0000"])", R"("result":"2079460000")"},
+        {"VXPhoneNumberSearchString", R"(["1 (555) 010-0000"])", R"("result":"5550100000")"},
+        {"VXPhoneNumberSearchString", R"(["020 7946 0000"])", R"("result":"2079460000")"},
+        {"VXPhoneNumberByStrippingCountryCode", R"(["442079460000"])", R"("result":"2079460000")"},
+        {"VXPhoneNumberInternationalAccessCode", R"(["0011555010"])", R"("result":"0011")"},
+        {"VXPhoneNumberNationalAccessCode", R"(["5550100"])", R"("result":null)"},
+        {"VXPhoneNumberWithFormat", R"(["+15550100000","+1 (###) ###-####"])", R"("result":"+1 (555) 010-0000")"},
+        {"VXPhoneNumberWithFormat", R"(["555 010 0000","(###) ###-####"])", R"("result":null)"},
+        {"VXFormatPhoneNumber", R"(["5550100"])", R"("result":"5550100")"},
+    };
+    for (const auto &[call, arguments, answer] : cases)
+        EXPECT_EQ(answersTo(requestFor(call, arguments)), QByteArrayList{'{' + answer + '}'}) << call.toStdString();
+}
+
+TEST_F(HostEvalTest, AnswersPluginCalls)
+{
+    const struct
+    {
+        QByteArray call;
+        QByteArray arguments;
+        QByteArray result;
+    } cases[] = {
+        {"compareVersion", R"(["1.2.1","1.2"])", "1"},
+        {"compareVersion", R"(["1.9","1.10"])", "-1"},
+        {"VXMakeURLString", R"(["x","a&b",{"k":"%","n":1,"o":null,"p":""}])", R"("x:a%26b?k=%25&n=1")"},
+        {"VXMakeURLString", R"(["x",null,null])", R"("x:")"},
+        {"VXMakeURLString", R"(["x","\ud800"])", R"("x:%3F")"},
+        {"VXComponentsFromURLString", R"(["callto:555%201234?device=x"])",
+         R"({"device":"x","host":"555 1234","scheme":"callto"})"},
+        {"VXComponentsFromURLString", R"(["callto:"])", R"({"scheme":"callto"})"},
+        {"VXComponentsFromURLString", R"(["callto"])", "null"},
+        {"VXComponentsFromURLString", "[null]", "null"},
+        {"VXCalltoURLString", R"(["555 1234","d"])", R"("callto:555%201234?device=d")"},
+        {"VXCalltoURLString", R"(["5"])", R"("callto:5")"},
+        {"VXChatURLString", R"(["joe",null,"d"])", R"("vxchat:joe?device=d")"},
+        {"VXMessagetoURLString", R"(["joe","","d"])", R"("messageto:joe?body=&device=d")"},
+        {"VXMakePhonebookURL", "[]", R"("vxbook://localhost/")"},
+        {"VXMakePhonebookURL", R"(["h","a b","c/d"])", R"("vxbook://h/a%20b/c%2Fd")"},
+        {"VXMakePhonebookURL", R"(["no host"])", "null"},
+    };
+    for (const auto &[call, arguments, result] : cases)
+        EXPECT_EQ(answersTo(requestFor(call, arguments)), QByteArrayList{"{\"result\":" + result + '}'})
+            << call.toStdString();
 }
 
 TEST_F(HostEvalTest, FormatsLogLines)

@@ -112,7 +112,8 @@ TEST(HostOptionsTest, DocumentsNameEveryVisibleCommandAndOption)
     const QString page = VXHostManPage(table, u"1.0"_s);
     for (const VXHostCommand &command : table.commands()) {
         EXPECT_EQ(overview.contains(u"\n  "_s + command.name + u' '), !command.isHidden) << command.name.toStdString();
-        EXPECT_EQ(page.contains(u"\n.SS "_s + command.name), !command.isHidden) << command.name.toStdString();
+        const QString section = u"\n.SS "_s + QString(command.name).replace(u'-', u"\\-"_s);
+        EXPECT_EQ(page.contains(section), !command.isHidden) << command.name.toStdString();
         for (const VXHostOption &option : command.options) {
             EXPECT_TRUE(VXHostCommandHelp(command, table).contains(u"--"_s + option.name));
             EXPECT_TRUE(page.contains(u"\\-\\-"_s + option.name));

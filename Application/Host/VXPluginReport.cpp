@@ -1,0 +1,200 @@
+#include "VXPluginReport.h"
+
+#include "VXPluginKind.h"
+#include "VXPluginManager.h"
+#include "VXPluginScanner.h"
+
+#include <QtCore/QJsonArray>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QJsonValue jsonText(const QString &text)
+{
+    return text.isNull() ? QJsonValue() : QJsonValue(text);
+}
+
+QStringList identifiersOf(const QList<VXPluginProxy *> &plugins)
+{
+    QStringList identifiers;
+    for (const VXPluginProxy *const plugin : plugins)
+        identifiers.append(plugin->identifier());
+    identifiers.sort();
+    return identifiers;
+}
+
+QString information(const VXPluginProxy &proxy, const QString &key)
+{
+    const VXBundle::Ptr bundle = proxy.bundle();
+    return bundle ? bundle->infoDictionary().value(key).toString() : QString();
+}
+
+QString pathOf(const VXPluginProxy &proxy)
+{
+    const VXBundle::Ptr bundle = proxy.bundle();
+    return bundle ? bundle->bundlePath() : QString();
+}
+
+// "interface" for "VXInterfacePlugin"; what is no kind as it is.
+QString shortKind(const QString &kind)
+{
+    return VXPluginKind::all().contains(kind) ? kind.sliced("VX"_L1.size()).chopped("Plugin"_L1.size()).toLower()
+                                              : kind;
+}
+
+QString shownLevel(const VXPluginProxy &proxy)
+{
+    return proxy.parentProxy() == nullptr ? QString() : "  "_L1 + shownLevel(*proxy.parentProxy());
+}
+
+QString yesOrNo(bool flag)
+{
+    return flag ? u"yes"_s : u"no"_s;
+}
+
+void appendWithChildren(const VXPluginProxy *plugin, QList<const VXPluginProxy *> &plugins)
+{
+    plugins.append(plugin);
+    for (const VXPluginProxy *const child : plugin->childProxies())
+        appendWithChildren(child, plugins);
+}
+
+QJsonObject copyJSON(const VXPluginCopy &copy)
+{
+    return {{u"path"_s, copy.path}, {u"version"_s, copy.version}, {u"reason"_s, copy.reason}};
+}
+
+} // namespace
+
+VXPluginReport::VXPluginReport(const VXPluginManager &manager, const VXPluginProxy &proxy)
+    : _manager(manager), _proxy(proxy)
+{
+}
+
+QString VXPluginReport::title() const
+{
+    const QString name = _proxy.name();
+    return name.isNull() ? _proxy.identifier() : u"%1 (%2)"_s.arg(name, _proxy.identifier());
+}
+
+QString VXPluginReport::state() const
+{
+    if (!_proxy.isInstalled())
+        return u"not installed"_s;
+    if (_proxy.isLoaded())
+        return u"loaded"_s;
+    if (!_proxy.isEnabled())
+        return u"disabled"_s;
+    if (!_proxy.loadError().isNull())
+        return u"failed"_s;
+    return reason().isNull() ? u"not loaded"_s : u"left out"_s;
+}
+
+// What keeps a plugin from being loaded keeps its children.
+QString VXPluginReport::reason() const
+{
+    QString problem = _manager.problemOfPlugin(_proxy.identifier());
+    for (const VXPluginProxy *plugin = _proxy.parentProxy();
+         plugin != nullptr && problem.isNull() && !_proxy.isLoaded() && _proxy.isEnabled();
+         plugin = plugin->parentProxy())
+        problem = _manager.problemOfPlugin(plugin->identifier());
+    return problem;
+}
+
+QString VXPluginReport::stateAndReason() const
+{
+    const QString problem = reason();
+    return problem.isNull() ? state() : state() + ": "_L1 + problem;
+}
+
+QString VXPluginReport::version() const
+{
+    const QString shortVersion = information(_proxy, u"CFBundleShortVersionString"_s);
+    const QString version = information(_proxy, u"CFBundleVersion"_s);
+    return shortVersion.isEmpty() ? version : u"%1 (%2)"_s.arg(shortVersion, version);
+}
+
+QJsonObject VXPluginReport::json() const
+{
+    const VXPluginProxy *const parent = _proxy.parentProxy();
+    return {{u"identifier"_s, _proxy.identifier()},
+            {u"name"_s, jsonText(_proxy.name())},
+            {u"version"_s, jsonText(information(_proxy, u"CFBundleVersion"_s))},
+            {u"shortVersion"_s, jsonText(information(_proxy, u"CFBundleShortVersionString"_s))},
+            {u"kind"_s, jsonText(_proxy.pluginClassType())},
+            {u"path"_s, jsonText(pathOf(_proxy))},
+            {u"parent"_s, parent == nullptr ? QJsonValue() : QJsonValue(parent->identifier())},
+            {u"children"_s, QJsonArray::fromStringList(identifiersOf(_proxy.childProxies()))},
+            {u"dependencies"_s, QJsonArray::fromStringList(_proxy.dependencies())},
+            {u"dependants"_s, QJsonArray::fromStringList(identifiersOf(_proxy.dependantPlugins()))},
+            {u"installed"_s, _proxy.isInstalled()},
+            {u"enabled"_s, _proxy.isEnabled()},
+            {u"builtIn"_s, _proxy.isBuiltInPlugin()},
+            {u"loaded"_s, _proxy.isLoaded()},
+            {u"state"_s, state()},
+            {u"reason"_s, jsonText(reason())}};
+}
+
+QStringList VXPluginReport::columnTitles()
+{
+    return {u"IDENTIFIER"_s, u"NAME"_s, u"VERSION"_s, u"KIND"_s, u"STATE"_s};
+}
+
+QStringList VXPluginReport::columns() const
+{
+    const QString name = _proxy.name();
+    return {shownLevel(_proxy) + _proxy.identifier(), name.isNull() ? u"-"_s : name, version(),
+            shortKind(_proxy.pluginClassType()), stateAndReason()};
+}
+
+QList<QStringList> VXPluginReport::rows() const
+{
+    const VXPluginProxy *const parent = _proxy.parentProxy();
+    QList<QStringList> rows{{u"Identifier"_s, _proxy.identifier()},
+                            {u"Name"_s, _proxy.name()},
+                            {u"Version"_s, version()},
+                            {u"Kind"_s, shortKind(_proxy.pluginClassType())},
+                            {u"State"_s, stateAndReason()},
+                            {u"Enabled"_s, yesOrNo(_proxy.isEnabled())},
+                            {u"Built in"_s, yesOrNo(_proxy.isBuiltInPlugin())},
+                            {u"Path"_s, pathOf(_proxy)},
+                            {u"Part of"_s, parent == nullptr ? QString() : parent->identifier()},
+                            {u"Parts"_s, identifiersOf(_proxy.childProxies()).join(", "_L1)},
+                            {u"Needs"_s, _proxy.dependencies().join(", "_L1)},
+                            {u"Needed by"_s, identifiersOf(_proxy.dependantPlugins()).join(", "_L1)}};
+    rows.removeIf([](const QStringList &row) { return row.last().isEmpty(); });
+    return rows;
+}
+
+QList<const VXPluginProxy *> VXSortedPlugins(const VXPluginManager &manager)
+{
+    QList<VXPluginProxy *> roots = manager.allPlugins();
+    roots.removeIf([](const VXPluginProxy *plugin) { return plugin->parentProxy() != nullptr; });
+    std::ranges::sort(roots, {}, [](const VXPluginProxy *plugin) { return plugin->identifier(); });
+    QList<const VXPluginProxy *> plugins;
+    for (const VXPluginProxy *const root : std::as_const(roots))
+        appendWithChildren(root, plugins);
+    return plugins;
+}
+
+QJsonObject VXPluginChoiceJSON(const VXPluginChoice &choice)
+{
+    QJsonArray passedOver;
+    for (const VXPluginCopy &copy : choice.passedOver)
+        passedOver.append(copyJSON(copy));
+    return {{u"chosen"_s, choice.chosen.path.isNull() ? QJsonValue() : QJsonValue(copyJSON(choice.chosen))},
+            {u"passedOver"_s, passedOver}};
+}
+
+QList<QStringList> VXPluginChoiceRows(const VXPluginChoice &choice)
+{
+    QList<QStringList> rows;
+    if (!choice.chosen.path.isNull())
+        rows.append({u"Chosen"_s, choice.chosen.reason});
+    for (const VXPluginCopy &copy : choice.passedOver)
+        rows.append({u"Passed over"_s, u"%1, version %2: %3"_s.arg(copy.path, copy.version, copy.reason)});
+    return rows;
+}

@@ -1,0 +1,224 @@
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXPluginGraph.h"
+#include "VXPluginManager.h"
+#include "VXPluginReport.h"
+#include "VXPluginScanner.h"
+#include "VXPluginSession.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QJsonArray>
+
+#include <algorithm>
+#include <iterator>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int list(VXHostContext &context, VXPluginManager &manager)
+{
+    QJsonArray json;
+    QList<QStringList> rows{VXPluginReport::columnTitles()};
+    for (const VXPluginProxy *const plugin : VXSortedPlugins(manager)) {
+        const VXPluginReport report(manager, *plugin);
+        json.append(report.json());
+        rows.append(report.columns());
+    }
+    context.output.answer(json.isEmpty() ? u"There are no plugins.\n"_s : VXTextTable(rows), json);
+    return VXHostOutput::Done;
+}
+
+int graph(VXHostContext &context, VXPluginManager &manager)
+{
+    context.output.answer(VXPluginGraph(manager), VXPluginGraphJSON(manager));
+    return VXHostOutput::Done;
+}
+
+int install(VXHostContext &context, VXPluginManager &manager)
+{
+    const QString path = context.options.operand(1);
+    const QString identifier =
+        VXPluginScanner::peekAtBundleInfo(path).value(u"CFBundleIdentifier"_s).toString(); // before it is moved
+    VXError error;
+    const VXPluginInstallResult result = manager.installBundleAtPath(path, &error);
+    if (result == VXPluginInstallResult::Failed)
+        return context.output.fail(
+            u"%1: %2 %3"_s.arg(path, error.localizedDescription(), error.localizedRecoverySuggestion()));
+    const VXPluginProxy *const plugin = manager.pluginWithIdentifier(identifier);
+    const bool isInstalled = result == VXPluginInstallResult::Installed;
+    QString text = isInstalled ? u"Installed %1.\n"_s : u"%1 will be installed at the next start.\n"_s;
+    text = text.arg(plugin == nullptr ? identifier : VXPluginReport(manager, *plugin).title());
+    if (isInstalled && plugin != nullptr && !plugin->isEnabled())
+        text += u"Enable it with: vornix plugins enable %1\n"_s.arg(identifier);
+    context.output.answer(text, QJsonObject{{u"identifier"_s, identifier}, {u"waitsForNextStart"_s, !isInstalled}});
+    return VXHostOutput::Done;
+}
+
+// -- Of one plugin
+
+int unknown(VXHostContext &context, const VXPluginManager &manager, const QString &identifier)
+{
+    const auto choice = manager.choiceForPlugin(identifier);
+    if (!choice)
+        return context.output.fail(
+            u"there is no plugin \"%1\"; \"vornix plugins list\" shows those there are"_s.arg(identifier));
+    if (!choice->chosen.path.isNull())
+        return context.output.fail(
+            u"the plugin in %1 could not be added; \"vornix log\" may tell why"_s.arg(choice->chosen.path));
+    const VXPluginCopy &copy = choice->passedOver.first();
+    return context.output.fail(u"the plugin \"%1\" is not used: %2, version %3, is %4"_s.arg(
+        identifier, copy.path, copy.version, copy.reason));
+}
+
+int info(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
+{
+    const VXPluginReport report(manager, plugin);
+    QList<QStringList> rows = report.rows();
+    QJsonObject json = report.json();
+    json.insert(u"choice"_s, QJsonValue());
+    if (const auto choice = manager.choiceForPlugin(plugin.identifier())) { // a part of a plugin is not chosen
+        rows += VXPluginChoiceRows(*choice);
+        json.insert(u"choice"_s, VXPluginChoiceJSON(*choice));
+    }
+    context.output.answer(VXTextTable(rows), json);
+    return VXHostOutput::Done;
+}
+
+int changed(VXHostContext &context, const QString &text, const VXPluginReport &report)
+{
+    context.output.answer(text + u'\n', report.json());
+    return VXHostOutput::Done;
+}
+
+QString reasonOf(const VXPluginReport &report)
+{
+    return report.reason().isNull() ? u"\"vornix log\" may tell why"_s : report.reason();
+}
+
+int enable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
+{
+    const VXPluginReport report(manager, plugin);
+    if (plugin.parentProxy() != nullptr)
+        return context.output.fail(
+            u"%1 is part of %2 and enabled with it"_s.arg(report.title(), plugin.rootProxy()->identifier()));
+    if (plugin.isEnabled() && plugin.isLoaded())
+        return changed(context, u"%1 is enabled already."_s.arg(report.title()), report);
+    if (plugin.isEnabled())
+        return context.output.fail(u"%1 is enabled, but not loaded: %2"_s.arg(report.title(), reasonOf(report)));
+    if (!manager.enablePluginProxy(&plugin))
+        return context.output.fail(u"%1 was not enabled: %2"_s.arg(report.title(), reasonOf(report)));
+    return changed(context, u"Enabled %1."_s.arg(report.title()), report);
+}
+
+// The names of the plugins in the one list that are not in the other.
+QString namesWithout(const VXPluginManager &manager, const QList<VXPluginProxy *> &plugins,
+                     const QList<VXPluginProxy *> &others)
+{
+    QStringList names;
+    for (const VXPluginProxy *const plugin : plugins) {
+        if (plugin->parentProxy() == nullptr && !others.contains(plugin))
+            names.append(VXPluginReport(manager, *plugin).title());
+    }
+    names.sort();
+    return names.join(", "_L1);
+}
+
+int disable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
+{
+    const VXPluginReport report(manager, plugin);
+    if (plugin.parentProxy() != nullptr)
+        return context.output.fail(
+            u"%1 is part of %2 and disabled with it"_s.arg(report.title(), plugin.rootProxy()->identifier()));
+    if (plugin.isBuiltInPlugin())
+        return context.output.fail(u"%1 is built in and cannot be disabled"_s.arg(report.title()));
+    if (!plugin.isEnabled())
+        return changed(context, u"%1 is disabled already."_s.arg(report.title()), report);
+    const QList<VXPluginProxy *> enabled = manager.enabledPlugins();
+    manager.disablePluginProxy(&plugin);
+    if (manager.awaitsUnloadReply())
+        context.output.note(u"waiting until the plugins agree"_s);
+    while (manager.awaitsUnloadReply())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    if (plugin.isEnabled())
+        return context.output.fail(u"%1 was not disabled: somebody did not agree"_s.arg(report.title()));
+    return changed(context, u"Disabled %1."_s.arg(namesWithout(manager, enabled, manager.enabledPlugins())), report);
+}
+
+int retry(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
+{
+    const VXPluginReport report(manager, plugin);
+    if (!plugin.isEnabled())
+        return context.output.fail(u"%1 is not enabled"_s.arg(report.title()));
+    if (!manager.retryPlugin(plugin.identifier()))
+        return context.output.fail(u"%1 was not loaded: %2"_s.arg(report.title(), reasonOf(report)));
+    return changed(context, u"%1 is loaded."_s.arg(report.title()), report);
+}
+
+// -- The command
+
+struct Verb
+{
+    QString name;
+    QString operand; // null for none
+    int (*run)(VXHostContext &context, VXPluginManager &manager);
+    int (*runWithPlugin)(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin); // operand: its ID
+};
+
+const Verb verbs[] = {
+    {u"list"_s, {}, list, nullptr},
+    {u"info"_s, u"ID"_s, nullptr, info},
+    {u"enable"_s, u"ID"_s, nullptr, enable},
+    {u"disable"_s, u"ID"_s, nullptr, disable},
+    {u"install"_s, u"PATH"_s, install, nullptr},
+    {u"retry"_s, u"ID"_s, nullptr, retry},
+    {u"graph"_s, {}, graph, nullptr},
+};
+
+QStringList verbNames()
+{
+    QStringList names;
+    std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
+    return names;
+}
+
+int runPlugins(VXHostContext &context)
+{
+    const QString name = context.options.operands().value(0, verbs[0].name);
+    const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
+    const QString operand = context.options.operand(1);
+    const QString usage = VXHostUsage(context.options.command());
+    if (operand.isEmpty() && !verb.operand.isNull())
+        return context.output.failUsage(u"%1 needs %2"_s.arg(name, verb.operand), usage);
+    if (!operand.isNull() && verb.operand.isNull())
+        return context.output.failUsage(u"%1 takes nothing more"_s.arg(name), usage);
+    return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
+        if (verb.run != nullptr)
+            return verb.run(context, manager);
+        VXPluginProxy *const plugin = manager.pluginWithIdentifier(operand);
+        return plugin == nullptr ? unknown(context, manager, operand) : verb.runWithPlugin(context, manager, *plugin);
+    });
+}
+
+} // namespace
+
+VXHostCommand VXPluginsCommand()
+{
+    return {.name = u"plugins"_s,
+            .summary = u"Show and change the plugins"_s,
+            .synopsis = u"[list|info|enable|disable|install|retry|graph] [ID|PATH]"_s,
+            .details =
+                u"\"list\" shows every plugin and its state, parts of a plugin below it. \"info ID\" tells all about "
+                "one, also why this copy was chosen and which others were passed over. \"enable ID\" and \"disable "
+                "ID\" hold for coming starts too. \"install PATH\" moves a bundle into the user's plugin folder; "
+                "where another copy is in use, that waits for the next start. \"retry ID\" loads a plugin that was "
+                "left out because the program ended while it was loading. \"graph\" writes what needs what in the "
+                "language of Graphviz, for \"dot\"."_s,
+            .minimumOperands = 0,
+            .maximumOperands = 2,
+            .firstOperands = verbNames(),
+            .run = runPlugins};
+}

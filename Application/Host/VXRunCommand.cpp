@@ -1,0 +1,97 @@
+#include "VXApplication.h"
+#include "VXHostCommands.h"
+#include "VXHostOutput.h"
+#include "VXModalSession.h"
+#include "VXPluginManager.h"
+#include "VXPluginSession.h"
+#include "VXSignalWatcher.h"
+
+#include <QtCore/QJsonObject>
+
+#include <algorithm>
+#include <csignal>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Serves events until the application ends. A signal asks the plugins for their consent; one more ends without it.
+class Running
+{
+public:
+    explicit Running(VXHostOutput &output) : _output(output)
+    {
+        QObject::connect(&_application, &VXApplication::willTerminate, &_context, [this] { _isEnding = true; });
+        watchSignals();
+    }
+
+    // False when it had to be forced.
+    bool untilEnded()
+    {
+        _session.run();
+        _signals.reset(); // from here on a signal ends the process, whatever a plugin does in its last moments
+        return !_isForced;
+    }
+
+private:
+    void watchSignals()
+    {
+        const auto handleLater = [this](int) {
+            QMetaObject::invokeMethod(
+                &_context, [this] { handleSignal(); }, Qt::QueuedConnection);
+        };
+        _signals.emplace(std::initializer_list<int>{SIGINT, SIGTERM}, handleLater);
+    }
+
+    void handleSignal()
+    {
+        if (_isEnding)
+            return;
+        if (_application.isTerminating()) {
+            _isForced = true;
+            _session.stop(0);
+            return;
+        }
+        // A plugin that hangs when it is asked does not keep the next signal from ending the process.
+        _signals.reset();
+        _application.terminate();
+        watchSignals();
+        if (_application.isTerminating() && !_isEnding)
+            _output.note(u"waiting until the plugins agree to end; interrupt again to end at once"_s);
+    }
+
+    VXApplication &_application = VXApplication::sharedApplication();
+    VXHostOutput &_output;
+    VXModalSession _session;
+    QObject _context; // what is queued goes with it
+    std::optional<VXSignalWatcher> _signals;
+    bool _isEnding = false; // it is certain
+    bool _isForced = false;
+};
+
+int runRun(VXHostContext &context)
+{
+    return VXRunWithPlugins(context, [&context](VXPluginManager &manager) {
+        VXHostOutput &output = context.output;
+        const QList<VXPluginProxy *> plugins = manager.allPlugins();
+        const auto count = std::ranges::count_if(plugins, &VXPluginProxy::isLoaded);
+        Running running(output);
+        output.note(u"running, plugins loaded: %1; interrupt to end"_s.arg(count));
+        if (!running.untilEnded())
+            return output.fail(u"ended before every plugin agreed"_s);
+        output.answer({}, QJsonObject{{u"ended"_s, true}});
+        return static_cast<int>(VXHostOutput::Done);
+    });
+}
+
+} // namespace
+
+VXHostCommand VXRunCommand()
+{
+    return {.name = u"run"_s,
+            .summary = u"Start the plugins and stay until interrupted"_s,
+            .details = u"Ends at an interrupt (Ctrl-C) or SIGTERM, once the plugins agree to it. A second one ends "
+                       "at once."_s,
+            .run = runRun};
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "VXBundle.h"
+#include "VXFrameworkExport.h"
+#include "VXNotificationCenter.h"
+#include "VXWorkspace.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QSet>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+/** Posted on the main thread; object: the plugin instance (VXPlugin *), not its proxy. */
+VX_EXPORT extern const VXNotificationName VXPluginDidLoadNotification;
+VX_EXPORT extern const VXNotificationName VXPluginWillUnloadNotification;
+
+/** Answers to "may this plugin be unloaded?". */
+enum VXUnloadReply : int {
+    VXUnloadCancel = 0,
+    VXUnloadNow = 1,
+    VXUnloadLater = 2, // the plugin answers through replyToPluginShouldUnload
+};
+
+/**
+ * What every plugin is: an object whose class lies in a plugin bundle. Plugin authors derive from it, or from the base
+ * class of their plugin's kind, and give the class an invokable constructor without arguments. Main thread only.
+ */
+class VX_EXPORT VXPlugin : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString as_identifier READ as_identifier)
+    Q_PROPERTY(QString as_name READ as_name)
+    Q_PROPERTY(QString as_version READ as_version)
+
+public:
+    Q_INVOKABLE VXPlugin();
+    ~VXPlugin() override;
+
+    /** The bundle that holds the code of the object's class; null when that lies in none. */
+    virtual VXBundle::Ptr bundle() const;
+    /** The bundle's identifier; null without one. */
+    virtual QString identifier() const;
+    /** The bundle's "VXPluginName"; null without one. */
+    virtual QString name() const;
+    /** The name, or the identifier when there is none. */
+    QString description() const;
+    /** The bundle's own icon, else one it names by file type or application, else that of a folder. */
+    VXIcon icon() const;
+    /** The kind: the bundle's "VXPluginClass". */
+    QString pluginClassType() const;
+
+    /** For subclasses: once the plugin is loaded, just before that is announced; and before it goes. */
+    virtual void pluginDidLoad();
+    virtual void pluginWillUnload();
+    /** A VXUnloadReply: may the plugin be unloaded? Now, unless overridden. */
+    virtual int pluginShouldUnload();
+    /** The late answer after VXUnloadLater. */
+    void replyToPluginShouldUnload(bool flag);
+
+    /** What scripts see: identifier, name, and "SHORT VERSION (VERSION)". */
+    QString as_identifier() const { return identifier(); }
+    QString as_name() const { return name(); }
+    QString as_version() const;
+
+private:
+    friend class VXPluginManager;
+    friend class VXPluginProxy;
+    friend QStringList VXPluginLeftovers(const VXBundle &bundle);
+
+    /** Every object of the class and its subclasses, proxies included. */
+    static const QSet<VXPlugin *> &livingObjects();
+
+    void _pluginWillLoad();
+    void _pluginDidLoad();
+    void _pluginWillUnload();
+    int _pluginShouldUnload();
+    void post(VXNotificationName notification);
+
+    mutable VXBundle::Ptr _codeBundle; // found on first use
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+/** The kinds of plugins, as "VXPluginClass" of their bundles names them: the base class that each extends. */
+namespace VXPluginKind {
+
+VX_EXPORT extern const QString Data;      // "VXDataPlugin"
+VX_EXPORT extern const QString Exporter;  // "VXExporterPlugin"
+VX_EXPORT extern const QString Reactor;   // "VXReactorPlugin"
+VX_EXPORT extern const QString Interface; // "VXInterfacePlugin"
+VX_EXPORT extern const QString Phonebook; // "VXPhonebookPlugin"
+VX_EXPORT extern const QString Device;    // "VXDevicePlugin"
+VX_EXPORT extern const QString Conduit;   // "VXConduitPlugin"
+
+/** All of the above. */
+VX_EXPORT QStringList all();
+
+/** Devices and conduits have instances made on demand; every other kind has one, made when it loads. */
+VX_EXPORT bool createsSingletonInstance(const QString &kind);
+
+} // namespace VXPluginKind

@@ -1,0 +1,57 @@
+#include "VXPluginManager.h"
+
+#include "VXApplication.h"
+#include "VXMethodLog.h"
+#include "VXPluginKind.h"
+#include "VXUserDefaults.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// An array of URL strings.
+const QString openWindowsKey = u"open-windows"_s;
+
+QStringList openWindowsOf(VXPluginProxy &proxy)
+{
+    constexpr auto selector = "urlStringsForOpenWindows";
+    const bool mayHaveSome = proxy.singleton() && proxy.respondsToSelector(selector);
+    return mayHaveSome ? proxy.performSelector(selector).toStringList() : QStringList(); // none when it throws
+}
+
+} // namespace
+
+void VXPluginManager::restoreOpenWindows()
+{
+    const QStringList urls = VXUserDefaults::standardUserDefaults().stringArrayForKey(openWindowsKey);
+    const bool everyPluginIsThere = std::all_of(_proxies.cbegin(), _proxies.cend(), [](const auto &proxy) {
+        return proxy->pluginClassType() != VXPluginKind::Interface || proxy->singleton() != nullptr;
+    });
+    for (const QString &url : urls) {
+        if (VXApplication::sharedApplication().openURLString(url).isValid())
+            continue;
+        if (!everyPluginIsThere)
+            _windowsNotRestored.append(url); // it may be one of theirs
+        VXLogMethod(VXLogNotice, "restoreOpenWindows",
+                    (everyPluginIsThere ? u"No plugin knows this window any more: %1"_s
+                                        : u"This window waits for a plugin that is not loaded: %1"_s)
+                        .arg(url));
+    }
+}
+
+void VXPluginManager::finalizeOpenWindowsForQuit()
+{
+    QStringList urls;
+    for (VXPluginProxy *const proxy : interfacePlugins())
+        urls += openWindowsOf(*proxy);
+    urls += std::exchange(_windowsNotRestored, {});
+    urls.removeDuplicates();
+    VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+    if (urls.isEmpty())
+        defaults.removeObjectForKey(openWindowsKey);
+    else
+        defaults.setObject(urls, openWindowsKey);
+}

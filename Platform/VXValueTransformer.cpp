@@ -1,0 +1,59 @@
+#include "VXValueTransformer.h"
+
+#include "VXMutex.h"
+
+#include <QtCore/QMap>
+
+#include <utility>
+
+namespace {
+
+struct Registry
+{
+    static Registry &shared()
+    {
+        static auto *const registry = new Registry; // never freed: static objects may use it to the end
+        return *registry;
+    }
+
+    VXMutex lock;
+    QMap<QString, VXValueTransformer::Ptr> transformers VX_GUARDED_BY(lock);
+};
+
+} // namespace
+
+VXValueTransformer::~VXValueTransformer() = default;
+
+bool VXValueTransformer::allowsReverseTransformation() const
+{
+    return false;
+}
+
+QVariant VXValueTransformer::reverseTransformedValue(const QVariant &) const
+{
+    return {};
+}
+
+void VXValueTransformer::setValueTransformer(const QString &name, Ptr transformer)
+{
+    Registry &registry = Registry::shared();
+    Ptr earlier; // ends after the lock is let go
+    const VXMutexLocker locker(registry.lock);
+    earlier = registry.transformers.take(name);
+    if (transformer)
+        registry.transformers.insert(name, std::move(transformer));
+}
+
+VXValueTransformer::Ptr VXValueTransformer::valueTransformerForName(const QString &name)
+{
+    Registry &registry = Registry::shared();
+    const VXMutexLocker locker(registry.lock);
+    return registry.transformers.value(name);
+}
+
+QStringList VXValueTransformer::names()
+{
+    Registry &registry = Registry::shared();
+    const VXMutexLocker locker(registry.lock);
+    return registry.transformers.keys();
+}

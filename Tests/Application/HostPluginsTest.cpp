@@ -1,0 +1,268 @@
+#include "HostProgram.h"
+#include "VXHostJSON.h"
+#include "VXPluginFixtures.h"
+#include "VXTesting.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QProcess>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+class HostPluginsTest : public VXHomeTest
+{
+protected:
+    const QString shared = path(u".local/share/Vornix 2/PlugIns"_s);
+
+    /** A window plugin for "callto" that needs a data plugin, which has a part. */
+    void writePlugins() const
+    {
+        const QString calls = VXPluginFixture{
+            .identifier = u"org.calls"_s,
+            .name = u"Calls"_s,
+            .kind = u"VXDataPlugin"_s,
+            .info = {{u"CFBundleShortVersionString"_s,
+                      u"1.4"_s}}}.write(shared);
+        VXPluginFixture{.identifier = u"org.part"_s}.write(calls + u"/Contents/PlugIns"_s);
+        VXPluginFixture{.identifier = u"org.window"_s,
+                        .name = u"Dialler"_s,
+                        .kind = u"VXInterfacePlugin"_s,
+                        .dependencies = {u"org.calls"_s},
+                        .info = {{u"NSPrincipalClass"_s, u"WindowPlugin"_s}, {u"FixtureScheme"_s, u"callto"_s}},
+                        .code = u"WindowPlugin.so"_s}
+            .write(shared);
+    }
+    static void enable(const QByteArray &identifiers)
+    {
+        const QString value = QString::fromUtf8(identifiers);
+        EXPECT_EQ(runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"plugins"_s, value}).status, 0);
+    }
+    static QJsonArray openWindows()
+    {
+        const HostOutcome read = runHost({u"defaults"_s, u"read"_s, u"com.halvern.VNX2"_s, u"open-windows"_s});
+        return read.status == 0 ? VXJSONFromText(read.output)->toArray() : QJsonArray();
+    }
+    /** The plugin as "plugins list" tells of it. */
+    static QJsonObject listed(const QString &identifier, const QStringList &options = {})
+    {
+        const auto json = VXJSONFromText(runHost(QStringList{u"plugins"_s, u"--json"_s} + options).output);
+        for (const auto plugin : json->toArray()) {
+            if (plugin[u"identifier"_s] == identifier)
+                return plugin.toObject();
+        }
+        return {};
+    }
+    static std::string stateAndReason(const QString &identifier, const QStringList &options = {})
+    {
+        const QJsonObject plugin = listed(identifier, options);
+        return (plugin[u"state"_s].toString() + u": "_s + plugin[u"reason"_s].toString()).toStdString();
+    }
+};
+
+TEST_F(HostPluginsTest, ListsThemAlignedAndAsJSON)
+{
+    EXPECT_EQ(runHost({u"plugins"_s}).output, QByteArray("There are no plugins.\n"));
+    EXPECT_EQ(runHost({u"plugins"_s, u"--json"_s}).output, QByteArray("[]\n"));
+    writePlugins();
+    VXPluginFixture{.identifier = u"org.broken"_s, .info = {{u"FixtureThrowsIn"_s, u"constructor"_s}}}.write(shared);
+    VXPluginFixture{.identifier = u"org.off"_s, .name = u"Off\nline"_s}.write(shared);
+    enable(R"(["org.window", "org.calls", "org.broken"])");
+
+    const HostOutcome table = runHost({u"plugins"_s, u"list"_s});
+    EXPECT_EQ(table.output, QByteArray("IDENTIFIER  NAME      VERSION     KIND       STATE\n"
+                                       "org.broken  Fixture   2000        reactor    failed: FixtureException: "
+                                       "thrown as told\n"
+                                       "org.calls   Calls     1.4 (2000)  data       loaded\n"
+                                       "  org.part  Fixture   2000        reactor    loaded\n"
+                                       "org.off     Off line  2000        reactor    disabled\n"
+                                       "org.window  Dialler   2000        interface  loaded\n"));
+    EXPECT_EQ(table.errors, QByteArray(""));
+    EXPECT_EQ(table.status, 0);
+
+    const QJsonObject calls{{u"identifier"_s, u"org.calls"_s},
+                            {u"name"_s, u"Calls"_s},
+                            {u"version"_s, u"2000"_s},
+                            {u"shortVersion"_s, u"1.4"_s},
+                            {u"kind"_s, u"VXDataPlugin"_s},
+                            {u"path"_s, shared + u"/org.calls.vxplugin"_s},
+                            {u"parent"_s, QJsonValue()},
+                            {u"children"_s, QJsonArray{u"org.part"_s}},
+                            {u"dependencies"_s, QJsonArray()},
+                            {u"dependants"_s, QJsonArray{u"org.window"_s}},
+                            {u"installed"_s, true},
+                            {u"enabled"_s, true},
+                            {u"builtIn"_s, false},
+                            {u"loaded"_s, true},
+                            {u"state"_s, u"loaded"_s},
+                            {u"reason"_s, QJsonValue()}};
+    EXPECT_EQ(listed(u"org.calls"_s), calls);
+    EXPECT_EQ(listed(u"org.part"_s)[u"parent"_s], u"org.calls"_s);
+    EXPECT_EQ(listed(u"org.window"_s)[u"dependencies"_s], (QJsonArray{u"org.calls"_s}));
+    EXPECT_EQ(stateAndReason(u"org.part"_s, {u"--safe-mode"_s}), "left out: Safe mode loads built-in plugins only.");
+}
+
+TEST_F(HostPluginsTest, InfoTellsWhyACopyWasChosen)
+{
+    const VXPluginFixture copy{.identifier = u"org.twice"_s};
+    copy.write(path(u"development"_s));
+    VXPluginFixture newer = copy;
+    newer.version = u"2001"_s;
+    const QString chosen = newer.write(shared);
+    VXPluginFixture{.identifier = u"org.old"_s, .version = u"1944"_s}.write(shared);
+    qputenv("VORNIX_PLUGIN_PATH", QFile::encodeName(path(u"development"_s)));
+
+    const QByteArray text = runHost({u"plugins"_s, u"info"_s, u"org.twice"_s}).output;
+    const QJsonObject json =
+        VXJSONFromText(runHost({u"plugins"_s, u"info"_s, u"org.twice"_s, u"--json"_s}).output)->toObject();
+    const HostOutcome old = runHost({u"plugins"_s, u"info"_s, u"org.old"_s});
+    qunsetenv("VORNIX_PLUGIN_PATH");
+
+    EXPECT_TRUE(text.contains("\nPath         " + chosen.toUtf8() + "\n")) << text.toStdString();
+    EXPECT_TRUE(text.contains("\nChosen       newest version\n")) << text.toStdString();
+    EXPECT_TRUE(text.contains("\nPassed over  " + path(u"development/org.twice.vxplugin"_s).toUtf8() +
+                              ", version 2000: older than "))
+        << text.toStdString();
+    EXPECT_EQ(json[u"choice"_s][u"chosen"_s][u"path"_s], chosen);
+    EXPECT_EQ(json[u"choice"_s][u"passedOver"_s][0][u"version"_s], u"2000"_s);
+    EXPECT_EQ(old.status, 1);
+    EXPECT_TRUE(old.errors.endsWith("version 1944, is below version 1945\n")) << old.errors.toStdString();
+}
+
+TEST_F(HostPluginsTest, WhatIsChangedLasts)
+{
+    writePlugins();
+    const auto change = [](const QStringList &arguments) {
+        const HostOutcome outcome = runHost(QStringList{u"plugins"_s} + arguments);
+        const QByteArray last = outcome.errors.mid(outcome.errors.lastIndexOf('\n', -2) + 1);
+        return std::to_string(outcome.status) + ' ' + (outcome.status == 0 ? outcome.output : last).toStdString();
+    };
+    const QString window = u"org.window"_s;
+    const QString calls = u"org.calls"_s;
+    // Each in the state that the ones before it left behind.
+    const struct
+    {
+        QStringList arguments;
+        std::string outcome;
+    } steps[] = {
+        {{u"enable"_s, window, u"--answer"_s, u"cancel"_s}, "1 vornix: Dialler (org.window) was not enabled: "},
+        {{u"enable"_s, window, u"--answer"_s, u"default"_s}, "0 Enabled Dialler (org.window).\n"},
+        {{u"enable"_s, calls}, "0 Calls (org.calls) is enabled already.\n"},
+        {{u"enable"_s, u"org.part"_s}, "1 vornix: Fixture (org.part) is part of org.calls and enabled with it\n"},
+        {{u"disable"_s, u"org.part"_s}, "1 vornix: Fixture (org.part) is part of org.calls and disabled with it\n"},
+        {{u"disable"_s, calls, u"--answer"_s, u"cancel"_s},
+         "1 vornix: Calls (org.calls) was not disabled: somebody did not agree\n"},
+        {{u"disable"_s, calls, u"--answer"_s, u"default"_s}, "0 Disabled Calls (org.calls), Dialler (org.window).\n"},
+        {{u"disable"_s, calls}, "0 Calls (org.calls) is disabled already.\n"},
+        {{u"retry"_s, calls}, "1 vornix: Calls (org.calls) is not enabled\n"},
+        {{u"enable"_s, u"org.none"_s}, "1 vornix: there is no plugin \"org.none\"; "},
+    };
+    for (const auto &[arguments, outcome] : steps)
+        EXPECT_THAT(change(arguments), testing::StartsWith(outcome)) << arguments.join(u' ').toStdString();
+    for (const QStringList &wrong : {QStringList{u"enable"_s}, {u"list"_s, calls}, {u"lst"_s}, {u"info"_s, u""_s}})
+        EXPECT_THAT(change(wrong), testing::StartsWith("2 usage: vornix plugins"));
+}
+
+TEST_F(HostPluginsTest, InstallsNowOrAtTheNextStart)
+{
+    const VXPluginFixture plugin{.identifier = u"org.new"_s};
+    EXPECT_EQ(runHost({u"plugins"_s, u"install"_s, plugin.write(path(u"a"_s))}).output,
+              QByteArray("Installed Fixture (org.new).\nEnable it with: vornix plugins enable org.new\n"));
+    VXPluginFixture newer = plugin;
+    newer.version = u"2001"_s;
+    EXPECT_EQ(runHost({u"plugins"_s, u"install"_s, newer.write(path(u"b"_s))}).output,
+              QByteArray("Fixture (org.new) will be installed at the next start.\n"));
+    EXPECT_EQ(listed(u"org.new"_s)[u"version"_s], u"2001"_s);
+
+    const HostOutcome missing = runHost({u"plugins"_s, u"install"_s, path(u"none.vxplugin"_s)});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.errors.contains("There is no such bundle.")) << missing.errors.toStdString();
+}
+
+TEST_F(HostPluginsTest, APluginThatCrashedIsLeftOutAndMayBeRetried)
+{
+    const QString bundle =
+        VXPluginFixture{.identifier = u"org.crash"_s, .info = {{u"FixtureEndsIn"_s, u"constructor"_s}}}.write(shared);
+    enable(R"(["org.crash"])");
+    const QString listPlugins = u"\"$0\" plugins; exit $?"_s;
+    EXPECT_EQ(runHostShell(listPlugins).status, 128 + SIGABRT);
+    EXPECT_EQ(stateAndReason(u"org.crash"_s), "left out: The program ended while this plugin was loading.");
+    EXPECT_EQ(runHostShell(listPlugins).status, 128 + SIGABRT); // it was left out once
+
+    VXPluginFixture{.identifier = u"org.crash"_s}.write(shared); // mended
+    ASSERT_TRUE(QFile::exists(bundle));
+    const HostOutcome retried = runHost({u"plugins"_s, u"retry"_s, u"org.crash"_s});
+    EXPECT_EQ(retried.output, QByteArray("Fixture (org.crash) is loaded.\n")) << retried.errors.toStdString();
+    EXPECT_EQ(stateAndReason(u"org.crash"_s), "loaded: ");
+}
+
+TEST_F(HostPluginsTest, GraphShowsWhatNeedsWhat)
+{
+    writePlugins();
+    VXPluginFixture{.identifier = u"org.orphan"_s, .name = u"A \"B\" \\"_s, .dependencies = {u"org.gone"_s}}.write(
+        shared);
+    EXPECT_EQ(runHost({u"plugins"_s, u"graph"_s}).output,
+              QByteArray("digraph plugins {\n"
+                         "    rankdir=LR;\n"
+                         "    node [shape=box];\n"
+                         "    \"org.calls\" [label=\"Calls\\norg.calls\", color=gray, fontcolor=gray];\n"
+                         "    \"org.part\" [label=\"Fixture\\norg.part\", color=gray, fontcolor=gray];\n"
+                         "    \"org.orphan\" [label=\"A \\\"B\\\" \\\\\\norg.orphan\", color=gray, fontcolor=gray];\n"
+                         "    \"org.window\" [label=\"Dialler\\norg.window\", color=gray, fontcolor=gray];\n"
+                         "    \"org.gone\" [color=red, fontcolor=red, style=dashed];\n"
+                         "    \"org.orphan\" -> \"org.gone\";\n"
+                         "    \"org.window\" -> \"org.calls\";\n"
+                         "    \"org.calls\" -> \"org.part\" [style=dashed];\n"
+                         "}\n"));
+    const auto json = VXJSONFromText(runHost({u"plugins"_s, u"graph"_s, u"--json"_s}).output);
+    EXPECT_EQ((*json)[u"missing"_s], (QJsonArray{u"org.gone"_s}));
+    EXPECT_EQ((*json)[u"dependencies"_s].toArray().size(), 2);
+}
+
+TEST_F(HostPluginsTest, OpensURLsAndTheirWindowsAgain)
+{
+    writePlugins();
+    enable(R"(["org.window", "org.calls"])");
+    EXPECT_EQ(runHost({u"open"_s, u"callto:1"_s}).output, QByteArray("a window of org.window\n"));
+    EXPECT_EQ(openWindows(), (QJsonArray{u"callto:1"_s}));
+    EXPECT_EQ(VXJSONFromText(runHost({u"open"_s, u"callto:2"_s, u"--json"_s}).output)->toObject(),
+              (QJsonObject{{u"url"_s, u"callto:2"_s}, {u"answer"_s, u"a window of org.window"_s}}));
+    EXPECT_EQ(runHost({u"open"_s, u"callto:3?modal"_s}).output,
+              QByteArray("{\"class\":\"WindowPlugin\",\"name\":\"\"}\n"));
+    for (const QString &url : {u"other:1"_s, u"callto:4?fault"_s, u""_s}) {
+        const HostOutcome refused = runHost({u"open"_s, url});
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_EQ(refused.errors, "vornix: no plugin knows the URL "_ba + url.toUtf8() + '\n');
+    }
+    EXPECT_EQ(runHost({u"open"_s, u"callto:5"_s, u"--safe-mode"_s}).status, 1);
+    EXPECT_EQ(openWindows(), (QJsonArray{u"callto:1"_s, u"callto:2"_s}));
+}
+
+TEST_F(HostPluginsTest, RunsUntilASignalThatPluginsAgreeTo)
+{
+    // A reply of 2 promises a later one, which never comes.
+    const QString bundle = VXPluginFixture{.identifier = u"org.slow"_s, .info = {{u"FixtureReply"_s, 2}}}.write(shared);
+    enable(R"(["org.slow"])");
+    for (const int reply : {1, 2}) {
+        VXPluginFixture{.identifier = u"org.slow"_s, .info = {{u"FixtureReply"_s, reply}}}.write(shared);
+        QProcess process;
+        QByteArray errors;
+        const auto says = [&](const QByteArray &text) {
+            return VXRunUntil([&] { return (errors += process.readAllStandardError()).contains(text); });
+        };
+        process.start(hostProgram(), {u"run"_s, u"--json"_s});
+        EXPECT_TRUE(says("running, plugins loaded: 1; interrupt to end\n")) << errors.toStdString();
+        ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+        if (reply == 2) {
+            EXPECT_TRUE(says("waiting until the plugins agree to end")) << errors.toStdString();
+            process.terminate();
+        }
+        ASSERT_TRUE(process.waitForFinished());
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process.exitCode(), reply - 1);
+        EXPECT_EQ(VXJSONFromText(process.readAllStandardOutput())->toObject().contains(u"error"_s), reply == 2);
+    }
+    EXPECT_EQ(stateAndReason(u"org.slow"_s), "loaded: ");
+}

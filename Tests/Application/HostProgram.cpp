@@ -1,0 +1,37 @@
+#include "HostProgram.h"
+
+#include "VXTesting.h"
+
+#include <QtCore/QProcess>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+HostOutcome outcomeOf(const QString &command, const QStringList &arguments, const QByteArray &input)
+{
+    QProcess process;
+    process.start(command, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    EXPECT_TRUE(process.waitForFinished()) << arguments.join(u' ').toStdString();
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << arguments.join(u' ').toStdString();
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+} // namespace
+
+QString hostProgram()
+{
+    return QStringLiteral(VORNIX_PROGRAM);
+}
+
+HostOutcome runHost(const QStringList &arguments, const QByteArray &input)
+{
+    return outcomeOf(hostProgram(), arguments, input);
+}
+
+HostOutcome runHostShell(const QString &script)
+{
+    return outcomeOf(u"bash"_s, {u"-c"_s, script, hostProgram()}, {});
+}

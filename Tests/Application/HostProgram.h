@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QStringList>
+
+/** What came of a run of the program. */
+struct HostOutcome
+{
+    int status;
+    QByteArray output;
+    QByteArray errors;
+};
+
+/** The path of the program itself. */
+QString hostProgram();
+
+/** Runs the program in the test's home folder and waits for its end, which must not be a crash. */
+HostOutcome runHost(const QStringList &arguments, const QByteArray &input = {});
+
+/** Runs a command line for bash, where $0 is the program, which may crash: 128 plus the signal. */
+HostOutcome runHostShell(const QString &script);

@@ -1,0 +1,112 @@
+#include "FixtureGreeter.h"
+#include "VXException.h"
+#include "VXPlugin.h"
+#include "VXPrincipalClass.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <cstdlib>
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+/**
+ * A plugin that does what keys of its Info.plist tell, and records "IDENTIFIER OPERATION" in the property
+ * "VXPluginEvents" of the application when it enters an operation: constructor, pluginDidLoad, pluginShouldUnload,
+ * pluginWillUnload, initWithObject, destructor.
+ *     FixtureThrowsIn  the operation that throws
+ *     FixtureThrows    what it throws: "VXException" (default), "std::exception" or "number"
+ *     FixtureEndsIn    the operation in which the process dies
+ *     FixtureReply     the answer of pluginShouldUnload; 1 without
+ *     FixtureName      its own name; the bundle's without
+ *     FixtureLeaks     array of what outlives it: "observer", "instance", and of that one "context" and "timer"
+ */
+class RecordingPlugin : public VXPlugin, public FixtureGreeter
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE RecordingPlugin() : _identifier(identifier()), _info(bundle()->infoDictionary())
+    {
+        enter(u"constructor"_s);
+    }
+    ~RecordingPlugin() override { record(u"destructor"_s); }
+
+    QString name() const override { return text(u"FixtureName"_s, VXPlugin::name()); }
+    QString greeting() const override { return u"Greetings from "_s + _identifier; }
+
+    void pluginDidLoad() override
+    {
+        enter(u"pluginDidLoad"_s);
+        leak(_info.value(u"FixtureLeaks"_s).toStringList());
+    }
+    void pluginWillUnload() override { enter(u"pluginWillUnload"_s); }
+    int pluginShouldUnload() override
+    {
+        enter(u"pluginShouldUnload"_s);
+        return _info.value(u"FixtureReply"_s, 1).toInt();
+    }
+
+    /** Refuses objects that are no texts. */
+    Q_INVOKABLE bool initWithObject(const QVariant &object)
+    {
+        enter(u"initWithObject"_s);
+        setObjectName(object.toString());
+        return object.metaType() == QMetaType::fromType<QString>();
+    }
+
+    Q_INVOKABLE int sum(int a, int b) { return a + b; }
+    Q_INVOKABLE void fail() { throw std::runtime_error("failed as told"); }
+
+private:
+    QString text(const QString &key, const QString &value) const { return _info.value(key, value).toString(); }
+
+    void record(const QString &operation) const
+    {
+        QCoreApplication *const application = QCoreApplication::instance();
+        if (application == nullptr)
+            return;
+        QStringList events = application->property("VXPluginEvents").toStringList();
+        events.append(_identifier + u' ' + operation);
+        application->setProperty("VXPluginEvents", events);
+    }
+
+    void enter(const QString &operation) const
+    {
+        record(operation);
+        if (text(u"FixtureEndsIn"_s, {}) == operation)
+            std::abort();
+        if (text(u"FixtureThrowsIn"_s, {}) != operation)
+            return;
+        const QString what = text(u"FixtureThrows"_s, u"VXException"_s);
+        if (what == u"number"_s)
+            throw 42;
+        if (what == u"std::exception"_s)
+            throw std::runtime_error("thrown as told");
+        throw VXException(u"FixtureException"_s, u"thrown as told"_s);
+    }
+
+    static void leak(const QStringList &things)
+    {
+        if (things.contains(u"observer"_s))
+            VXNotificationCenter::defaultCenter().addObserver(nullptr, VXPluginDidLoadNotification,
+                                                              [](const VXNotification &) {});
+        if (things.isEmpty() || things == QStringList{u"observer"_s})
+            return;
+        static RecordingPlugin *leaked = nullptr;
+        if (leaked == nullptr)
+            leaked = new RecordingPlugin;
+        if (things.contains(u"timer"_s))
+            leaked->startTimer(60'000);
+        if (things.contains(u"context"_s))
+            VXNotificationCenter::defaultCenter().addObserver(leaked, VXPluginWillUnloadNotification,
+                                                              [](const VXNotification &) {});
+    }
+
+    const QString _identifier;
+    const QVariantMap _info;
+};
+
+VX_PRINCIPAL_CLASS(RecordingPlugin)
+
+#include "RecordingPlugin.moc"

@@ -1,0 +1,48 @@
+#include "VXInterfacePlugin.h"
+#include "VXPrincipalClass.h"
+
+#include <QtCore/QObject>
+
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+/**
+ * An interface plugin that opens URLs of the scheme that "FixtureScheme" of its Info.plist names, and has a window for
+ * each from then on. Those that end in "?modal" open no window but an object, those in "?fault" throw. With
+ * "FixtureForgets" it throws when it is asked for its windows.
+ */
+class WindowPlugin : public VXInterfacePlugin
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE WindowPlugin() : _info(bundle()->infoDictionary()) {}
+
+    QVariant openURLString(const QString &url) override
+    {
+        if (!url.startsWith(_info.value(u"FixtureScheme"_s).toString() + u':'))
+            return {};
+        if (url.endsWith("?fault"_L1))
+            throw std::runtime_error("no window");
+        if (url.endsWith("?modal"_L1))
+            return QVariant::fromValue(static_cast<QObject *>(this));
+        _urls.append(url);
+        return u"a window of "_s + identifier();
+    }
+
+    QStringList urlStringsForOpenWindows() const override
+    {
+        if (_info.contains(u"FixtureForgets"_s))
+            throw std::runtime_error("no memory of windows");
+        return _urls;
+    }
+
+private:
+    const QVariantMap _info;
+    QStringList _urls;
+};
+
+VX_PRINCIPAL_CLASS(WindowPlugin)
+
+#include "WindowPlugin.moc"

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "VXApplication.h"
+#include "VXPluginFixtures.h"
+#include "VXPluginManager.h"
+#include "VXScriptedUserInterface.h"
+#include "VXTesting.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QCoreApplication>
+
+/** A test of the plugin manager, which is fresh in the process of each test, with a scripted user. */
+class VXPluginManagerHomeTest : public VXHomeTest
+{
+protected:
+    VXPluginManagerHomeTest()
+    {
+        auto scripted = std::make_unique<VXScriptedUserInterface>();
+        user = scripted.get();
+        VXApplication::sharedApplication().setUserInterface(std::move(scripted));
+    }
+
+    QString shared() const { return path(QStringLiteral(".local/share/Vornix 2/PlugIns")); }
+    QString staging() const { return shared() + QStringLiteral(" (Install)"); }
+    QString trash(const QString &name) const { return path(QStringLiteral(".local/share/Trash/files/")) + name; }
+
+    static VXPluginManager &manager() { return VXPluginManager::sharedPluginManager(); }
+    static VXPluginProxy *plugin(const QString &identifier) { return manager().pluginWithIdentifier(identifier); }
+    static bool isLoaded(const QString &identifier)
+    {
+        return plugin(identifier) != nullptr && plugin(identifier)->isLoaded();
+    }
+    static QStringList enabled()
+    {
+        return VXUserDefaults::standardUserDefaults().stringArrayForKey(QStringLiteral("plugins"));
+    }
+    static void startWith(const QStringList &enabledPlugins)
+    {
+        VXUserDefaults::standardUserDefaults().setObject(enabledPlugins, QStringLiteral("plugins"));
+        manager().startup();
+    }
+    static void idle() { QCoreApplication::processEvents(); }
+
+    VXScriptedUserInterface *user;
+    VXLogRecorder log;
+};
