@@ -12,9 +12,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString programPath()
+const QString &programPath()
 {
-    return QFileInfo(u"/proc/self/exe"_s).canonicalFilePath();
+    static const QString path = QFileInfo(u"/proc/self/exe"_s).canonicalFilePath();
+    return path;
 }
 
 VXError loadError(const QString &reason, const QString &path)

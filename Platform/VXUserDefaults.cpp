@@ -5,6 +5,7 @@
 #include "VXException.h"
 #include "VXFolders.h"
 #include "VXMainThread.h"
+#include "VXNone.h"
 #include "VXPreferenceFile.h"
 #include "VXPropertyList.h"
 
@@ -131,7 +132,7 @@ double VXUserDefaults::doubleForKey(const QString &key) const
 
 void VXUserDefaults::setObject(const QVariant &value, const QString &key)
 {
-    const QVariant stored = value.isNull() ? QVariant() : value;
+    const QVariant stored = VXIsNone(value) ? QVariant() : value;
     assertPropertyList(stored, key);
     _own->setValue(stored, key);
     changed({key});
@@ -187,7 +188,7 @@ bool VXUserDefaults::setPersistentDomain(const QVariantMap &values, const QStrin
 
 bool VXUserDefaults::setObject(const QVariant &value, const QString &key, const QString &domain, VXError *error)
 {
-    const QVariant stored = value.isNull() ? QVariant() : value;
+    const QVariant stored = VXIsNone(value) ? QVariant() : value;
     assertPropertyList(stored, key);
     const auto file = fileForDomain(domain, error);
     return file && changeFile(*file, error, [&](VXPreferenceFile &target) { target.setValue(stored, key); });

@@ -3,7 +3,9 @@
 #include "VXErrorDomain.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QScopeGuard>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -12,6 +14,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -80,6 +83,37 @@ void keepAttributes(const fs::path &path, const struct stat &original)
     ::utimensat(AT_FDCWD, path.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
 }
 
+bool writeAll(int descriptor, const char *bytes, ssize_t length)
+{
+    while (length > 0) {
+        const ssize_t written = ::write(descriptor, bytes, static_cast<std::size_t>(length));
+        if (written < 0 && errno != EINTR)
+            return false;
+        bytes += std::max<ssize_t>(written, 0);
+        length -= std::max<ssize_t>(written, 0);
+    }
+    return true;
+}
+
+// Not fs::copy_file, which calls a full disk an input/output error.
+std::error_code copyFile(const fs::path &from, const fs::path &to)
+{
+    const int source = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
+    if (source < 0)
+        return systemError();
+    const auto closeSource = qScopeGuard([source] { ::close(source); });
+    const int copy = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (copy < 0)
+        return systemError();
+    std::vector<char> buffer(128 * 1024);
+    ssize_t length = 0;
+    while ((length = ::read(source, buffer.data(), buffer.size())) > 0 && writeAll(copy, buffer.data(), length)) {
+    }
+    const std::error_code error = length == 0 ? std::error_code() : systemError();
+    // Some file systems tell only now that they are full.
+    return ::close(copy) == 0 || error ? error : systemError();
+}
+
 std::error_code copyItem(const fs::path &from, const fs::path &to);
 
 std::error_code copyFolder(const fs::path &from, const fs::path &to)
@@ -109,7 +143,7 @@ std::error_code copyItem(const fs::path &from, const fs::path &to)
     else if (S_ISLNK(status.st_mode))
         fs::copy_symlink(from, to, error);
     else if (S_ISREG(status.st_mode))
-        fs::copy_file(from, to, error);
+        error = copyFile(from, to);
     else if (::mknod(to.c_str(), status.st_mode, status.st_rdev) != 0)
         error = systemError();
     if (!error)

@@ -298,7 +298,7 @@ TEST_F(VXFileManagerAcrossTest, AFailedCopyLeavesNoPartAndTheSource)
     const VXError error = manager.moveItemAtPath(path(u"tree"_s), other.filePath(u"moved"_s));
     ::setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, handler);
-    EXPECT_FALSE(error.isNull());
+    EXPECT_EQ(error.localizedRecoverySuggestion(), qt_error_string(EFBIG));
     EXPECT_THAT(entries(other.path()), IsEmpty());
     EXPECT_EQ(readFile(path(u"tree/a-small"_s)), "small");
     EXPECT_EQ(readFile(path(u"tree/b-large"_s)).size(), 200'000);

@@ -1,0 +1,135 @@
+#include "VXAttributeType.h"
+
+#include "VXNone.h"
+#include "VXPropertyList.h"
+
+#include <QtCore/QDateTime>
+
+#include <array>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// In the order of the enumeration.
+constexpr std::array<QLatin1StringView, 9> typeNames = {
+    "integer16"_L1, "integer32"_L1, "integer64"_L1, "double"_L1,        "boolean"_L1,
+    "string"_L1,    "date"_L1,      "binary"_L1,    "property-list"_L1,
+};
+
+bool isWhole(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isNumber(const QVariant &value)
+{
+    return isWhole(value) || value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float;
+}
+
+// A whole number in the range of T; a floating-point value only when nothing of it gets lost.
+template <class T>
+std::optional<qint64> wholeNumber(const QVariant &value)
+{
+    qint64 number = 0;
+    if (isWhole(value)) {
+        if (value.typeId() == QMetaType::ULongLong && value.toULongLong() > quint64(std::numeric_limits<qint64>::max()))
+            return std::nullopt;
+        number = value.toLongLong();
+    } else if (isNumber(value)) {
+        const double real = value.toDouble();
+        if (!(real >= -0x1p63 && real < 0x1p63) || double(qint64(real)) != real)
+            return std::nullopt;
+        number = qint64(real);
+    } else {
+        return std::nullopt;
+    }
+    if (number < std::numeric_limits<T>::min() || number > std::numeric_limits<T>::max())
+        return std::nullopt;
+    return number;
+}
+
+template <class T>
+std::optional<QVariant> ofType(const QVariant &value)
+{
+    return value.metaType() == QMetaType::fromType<T>() ? std::optional(value) : std::nullopt;
+}
+
+template <class T>
+std::optional<QVariant> smallNumber(const QVariant &value)
+{
+    const std::optional<qint64> number = wholeNumber<T>(value);
+    return number ? std::optional<QVariant>(int(*number)) : std::nullopt;
+}
+
+std::optional<QVariant> boolean(const QVariant &value)
+{
+    const std::optional<qint64> number = wholeNumber<qint64>(value);
+    if (number)
+        return *number == 0 || *number == 1 ? std::optional<QVariant>(*number == 1) : std::nullopt;
+    return ofType<bool>(value);
+}
+
+std::optional<QVariant> date(const QVariant &value)
+{
+    const QDateTime time = value.metaType() == QMetaType::fromType<QDateTime>() ? value.toDateTime() : QDateTime();
+    return time.isValid() ? std::optional<QVariant>(time.toUTC()) : std::nullopt;
+}
+
+} // namespace
+
+QString VXAttributeTypeName(VXAttributeType type)
+{
+    return typeNames.at(size_t(type));
+}
+
+std::optional<VXAttributeType> VXAttributeTypeFromName(QStringView name)
+{
+    for (size_t index = 0; index < typeNames.size(); ++index) {
+        if (name == typeNames.at(index))
+            return VXAttributeType(index);
+    }
+    return std::nullopt;
+}
+
+std::optional<QVariant> VXAttributeValue(VXAttributeType type, const QVariant &value)
+{
+    if (VXIsNone(value))
+        return QVariant();
+    switch (type) {
+    case VXAttributeType::Integer16:
+        return smallNumber<qint16>(value);
+    case VXAttributeType::Integer32:
+        return smallNumber<qint32>(value);
+    case VXAttributeType::Integer64: {
+        const std::optional<qint64> number = wholeNumber<qint64>(value);
+        return number ? std::optional<QVariant>(qlonglong(*number)) : std::nullopt;
+    }
+    case VXAttributeType::Double:
+        return isNumber(value) ? std::optional<QVariant>(value.toDouble()) : std::nullopt;
+    case VXAttributeType::Boolean:
+        return boolean(value);
+    case VXAttributeType::String:
+        return ofType<QString>(value);
+    case VXAttributeType::Date:
+        return date(value);
+    case VXAttributeType::Binary:
+        return ofType<QByteArray>(value);
+    case VXAttributeType::PropertyList:
+        return VXPropertyList::isValid(value) ? std::optional(value) : std::nullopt;
+    }
+    return std::nullopt;
+}

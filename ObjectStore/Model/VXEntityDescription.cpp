@@ -1,0 +1,94 @@
+#include "VXEntityDescription.h"
+
+VXAttributeDescription::VXAttributeDescription(const VXAttributeDefinition &definition,
+                                               const VXEntityDescription &entity, int index)
+    : VXPropertyDescription(definition.name, entity, index, definition.isOptional, definition.isTransient),
+      _type(definition.type), _isIndexed(definition.isIndexed),
+      _defaultValue(VXAttributeValue(definition.type, definition.defaultValue).value_or(QVariant()))
+{
+}
+
+VXRelationshipDescription::VXRelationshipDescription(const VXRelationshipDefinition &definition,
+                                                     const VXEntityDescription &entity, int index)
+    : VXPropertyDescription(definition.name, entity, index, definition.isOptional, definition.isTransient),
+      _isToMany(definition.isToMany), _deleteRule(definition.deleteRule)
+{
+}
+
+VXEntityDescription::VXEntityDescription(const VXEntityDefinition &definition, const VXManagedObjectModel &model,
+                                         int number, const VXEntityDescription *superentity)
+    : _name(definition.name), _model(model), _className(definition.className), _isAbstract(definition.isAbstract),
+      _number(number), _superentity(superentity)
+{
+    if (superentity != nullptr) {
+        _properties = superentity->_properties;
+        _attributes = superentity->_attributes;
+        _relationships = superentity->_relationships;
+        _byName = superentity->_byName;
+    }
+    for (const VXAttributeDefinition &attribute : definition.attributes) {
+        _ownAttributes.push_back(std::make_unique<VXAttributeDescription>(attribute, *this, int(_properties.size())));
+        add(*_ownAttributes.back());
+        _attributes.append(_ownAttributes.back().get());
+    }
+    for (const VXRelationshipDefinition &relationship : definition.relationships) {
+        _ownRelationships.push_back(
+            std::make_unique<VXRelationshipDescription>(relationship, *this, int(_properties.size())));
+        add(*_ownRelationships.back());
+        _relationships.append(_ownRelationships.back().get());
+    }
+    for (const VXFetchTemplateDefinition &fetchTemplate : definition.fetchTemplates)
+        _fetchTemplates.insert(fetchTemplate.name, fetchTemplate.predicate);
+}
+
+VXEntityDescription::~VXEntityDescription() = default;
+
+void VXEntityDescription::add(const VXPropertyDescription &property)
+{
+    _properties.append(&property);
+    _byName.insert(property.name(), &property);
+}
+
+const VXEntityDescription &VXEntityDescription::rootEntity() const
+{
+    const VXEntityDescription *root = this;
+    while (root->_superentity != nullptr)
+        root = root->_superentity;
+    return *root;
+}
+
+QList<const VXEntityDescription *> VXEntityDescription::family() const
+{
+    QList<const VXEntityDescription *> result{this};
+    for (const VXEntityDescription *const subentity : _subentities)
+        result += subentity->family();
+    return result;
+}
+
+bool VXEntityDescription::isKindOfEntity(const VXEntityDescription &entity) const
+{
+    const VXEntityDescription *at = this;
+    while (at != nullptr && at != &entity)
+        at = at->_superentity;
+    return at != nullptr;
+}
+
+const VXAttributeDescription *VXEntityDescription::attributeForName(const QString &name) const
+{
+    const VXPropertyDescription *const property = propertyForName(name);
+    return property == nullptr ? nullptr : property->asAttribute();
+}
+
+const VXRelationshipDescription *VXEntityDescription::relationshipForName(const QString &name) const
+{
+    const VXPropertyDescription *const property = propertyForName(name);
+    return property == nullptr ? nullptr : property->asRelationship();
+}
+
+QString VXEntityDescription::fetchTemplate(const QString &name) const
+{
+    const auto found = _fetchTemplates.constFind(name);
+    if (found != _fetchTemplates.cend())
+        return *found;
+    return _superentity == nullptr ? QString() : _superentity->fetchTemplate(name);
+}

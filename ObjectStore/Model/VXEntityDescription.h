@@ -1,0 +1,73 @@
+#pragma once
+
+#include "VXPropertyDescription.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+
+#include <memory>
+#include <vector>
+
+class VXManagedObjectModel;
+
+/** A kind of objects: their properties, and what they inherit. Belongs to its model, and never changes. */
+class VX_STORE_EXPORT VXEntityDescription
+{
+public:
+    VXEntityDescription(const VXEntityDefinition &definition, const VXManagedObjectModel &model, int number,
+                        const VXEntityDescription *superentity);
+    ~VXEntityDescription();
+    VXEntityDescription(const VXEntityDescription &) = delete;
+    VXEntityDescription &operator=(const VXEntityDescription &) = delete;
+
+    const QString &name() const { return _name; }
+    const VXManagedObjectModel &model() const { return _model; }
+    /** The name its objects' class is registered under; null for the common one. */
+    const QString &managedObjectClassName() const { return _className; }
+    bool isAbstract() const { return _isAbstract; }
+    /** Its place in the model's list of entities. */
+    int number() const { return _number; }
+
+    /** nullptr for a root. */
+    const VXEntityDescription *superentity() const { return _superentity; }
+    const VXEntityDescription &rootEntity() const;
+    const QList<const VXEntityDescription *> &subentities() const { return _subentities; }
+    /** Itself and all below it. */
+    QList<const VXEntityDescription *> family() const;
+    /** True for the entity itself and for those it inherits from. */
+    bool isKindOfEntity(const VXEntityDescription &entity) const;
+
+    /** All properties, inherited ones first: the one at place i has index i. */
+    const QList<const VXPropertyDescription *> &properties() const { return _properties; }
+    const QList<const VXAttributeDescription *> &attributes() const { return _attributes; }
+    const QList<const VXRelationshipDescription *> &relationships() const { return _relationships; }
+    /** nullptr when the entity has none of that name. */
+    const VXPropertyDescription *propertyForName(const QString &name) const { return _byName.value(name); }
+    const VXAttributeDescription *attributeForName(const QString &name) const;
+    const VXRelationshipDescription *relationshipForName(const QString &name) const;
+
+    /** The predicate's text; null when neither the entity nor one it inherits from has such a template. */
+    QString fetchTemplate(const QString &name) const;
+    /** Of the entity's own, by name. */
+    const QHash<QString, QString> &fetchTemplates() const { return _fetchTemplates; }
+
+private:
+    friend class VXModelLinker;
+
+    void add(const VXPropertyDescription &property);
+
+    const QString _name;
+    const VXManagedObjectModel &_model;
+    const QString _className;
+    const bool _isAbstract;
+    const int _number;
+    const VXEntityDescription *const _superentity;
+    QList<const VXEntityDescription *> _subentities;
+    std::vector<std::unique_ptr<VXAttributeDescription>> _ownAttributes;
+    std::vector<std::unique_ptr<VXRelationshipDescription>> _ownRelationships;
+    QList<const VXPropertyDescription *> _properties;
+    QList<const VXAttributeDescription *> _attributes;
+    QList<const VXRelationshipDescription *> _relationships;
+    QHash<QString, const VXPropertyDescription *> _byName;
+    QHash<QString, QString> _fetchTemplates;
+};

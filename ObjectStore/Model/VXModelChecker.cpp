@@ -1,0 +1,181 @@
+#include "VXModelDefinition.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool isIdentifier(const QString &name)
+{
+    const auto isLetter = [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_'; };
+    return !name.isEmpty() && isLetter(name.front()) &&
+           std::all_of(name.cbegin(), name.cend(), [&](QChar c) { return isLetter(c) || (c >= u'0' && c <= u'9'); });
+}
+
+// Words that predicates and objects give a meaning of their own.
+bool isReserved(const QString &name)
+{
+    static const QSet<QString> words = {
+        u"self"_s, u"objectid"_s, u"entity"_s,   u"and"_s,        u"or"_s,       u"not"_s,    u"in"_s,   u"like"_s,
+        u"any"_s,  u"all"_s,      u"none"_s,     u"between"_s,    u"true"_s,     u"false"_s,  u"null"_s, u"nil"_s,
+        u"yes"_s,  u"no"_s,       u"contains"_s, u"beginswith"_s, u"endswith"_s, u"matches"_s};
+    return words.contains(name.toLower());
+}
+
+class Checker
+{
+public:
+    explicit Checker(const VXModelDefinition &definition) : _definition(definition) {}
+
+    QList<VXModelProblem> run()
+    {
+        for (const VXEntityDefinition &entity : _definition.entities) {
+            checkName(entity.name, entity.line, u"entity"_s);
+            if (_entities.contains(entity.name))
+                report(entity.line, u"entity \"%1\" is defined twice"_s.arg(entity.name));
+            else
+                _entities.insert(entity.name, &entity);
+        }
+        for (const VXEntityDefinition &entity : _definition.entities)
+            checkInheritance(entity);
+        for (const VXEntityDefinition &entity : _definition.entities)
+            checkProperties(entity);
+        std::stable_sort(_problems.begin(), _problems.end(),
+                         [](const VXModelProblem &a, const VXModelProblem &b) { return a.line < b.line; });
+        return _problems;
+    }
+
+private:
+    void report(int line, const QString &text) { _problems.append({line, text}); }
+
+    void checkName(const QString &name, int line, const QString &kind)
+    {
+        if (!isIdentifier(name))
+            report(line, u"\"%1\" is no name for an %2: letters, digits and _ make one"_s.arg(name, kind));
+        else if (isReserved(name))
+            report(line, u"\"%1\" is a reserved word"_s.arg(name));
+    }
+
+    void checkInheritance(const VXEntityDefinition &entity)
+    {
+        if (!entity.superentity.isNull() && !_entities.contains(entity.superentity))
+            report(entity.line,
+                   u"entity \"%1\" inherits from unknown entity \"%2\""_s.arg(entity.name, entity.superentity));
+        QSet<QString> seen;
+        for (const VXEntityDefinition *at = &entity; at != nullptr; at = _entities.value(at->superentity)) {
+            if (seen.contains(at->name)) {
+                if (at->name == entity.name) // those that only lead into the cycle are not to blame
+                    report(entity.line, u"entity \"%1\" inherits from itself"_s.arg(entity.name));
+                _cyclic.insert(entity.name);
+                return;
+            }
+            seen.insert(at->name);
+        }
+    }
+
+    // The entity and those it inherits from, itself first.
+    QList<const VXEntityDefinition *> lineage(const VXEntityDefinition &entity) const
+    {
+        QList<const VXEntityDefinition *> result;
+        if (_cyclic.contains(entity.name))
+            return {&entity};
+        for (const VXEntityDefinition *at = &entity; at != nullptr; at = _entities.value(at->superentity))
+            result.append(at);
+        return result;
+    }
+
+    void checkProperties(const VXEntityDefinition &entity)
+    {
+        QHash<QString, QString> owners; // of property names, in lower case: SQL does not tell case apart
+        const QList<const VXEntityDefinition *> ancestors = lineage(entity).sliced(1);
+        for (const VXEntityDefinition *const ancestor : ancestors) {
+            for (const VXAttributeDefinition &attribute : ancestor->attributes)
+                owners.insert(attribute.name.toLower(), ancestor->name);
+            for (const VXRelationshipDefinition &relationship : ancestor->relationships)
+                owners.insert(relationship.name.toLower(), ancestor->name);
+        }
+        const auto claim = [&](const QString &name, int line) {
+            checkName(name, line, u"attribute or relationship"_s);
+            const QString owner = owners.value(name.toLower());
+            if (!owner.isNull())
+                report(line, u"\"%1\" is defined twice, the first time in entity \"%2\""_s.arg(name, owner));
+            owners.insert(name.toLower(), entity.name);
+        };
+        for (const VXAttributeDefinition &attribute : entity.attributes) {
+            claim(attribute.name, attribute.line);
+            checkAttribute(attribute);
+        }
+        for (const VXRelationshipDefinition &relationship : entity.relationships) {
+            claim(relationship.name, relationship.line);
+            checkRelationship(entity, relationship);
+        }
+        checkFetchTemplates(entity);
+    }
+
+    void checkAttribute(const VXAttributeDefinition &attribute)
+    {
+        if (!VXAttributeValue(attribute.type, attribute.defaultValue))
+            report(attribute.line,
+                   u"the default value of \"%1\" is no %2"_s.arg(attribute.name, VXAttributeTypeName(attribute.type)));
+        if (attribute.isIndexed && attribute.isTransient)
+            report(attribute.line, u"\"%1\" is transient and cannot be indexed"_s.arg(attribute.name));
+    }
+
+    void checkRelationship(const VXEntityDefinition &entity, const VXRelationshipDefinition &relationship)
+    {
+        const VXEntityDefinition *const destination = _entities.value(relationship.destination);
+        if (destination == nullptr) {
+            report(relationship.line,
+                   u"\"%1\" leads to unknown entity \"%2\""_s.arg(relationship.name, relationship.destination));
+            return;
+        }
+        if (relationship.inverse.isNull()) {
+            if (!relationship.isTransient)
+                report(relationship.line, u"\"%1\" has no inverse"_s.arg(relationship.name));
+            return;
+        }
+        const VXRelationshipDefinition *const inverse = ownRelationship(*destination, relationship.inverse);
+        if (inverse == nullptr)
+            report(relationship.line, u"entity \"%1\" has no relationship \"%2\", the inverse of \"%3\""_s.arg(
+                                          destination->name, relationship.inverse, relationship.name));
+        else if (inverse->destination != entity.name || inverse->inverse != relationship.name)
+            report(relationship.line, u"\"%1.%2\" and \"%3.%4\" are not each other's inverse"_s.arg(
+                                          entity.name, relationship.name, destination->name, inverse->name));
+        else if (inverse->isTransient != relationship.isTransient)
+            report(relationship.line, u"of \"%1\" and its inverse only one is transient"_s.arg(relationship.name));
+    }
+
+    static const VXRelationshipDefinition *ownRelationship(const VXEntityDefinition &entity, const QString &name)
+    {
+        const auto found = std::find_if(entity.relationships.cbegin(), entity.relationships.cend(),
+                                        [&](const VXRelationshipDefinition &each) { return each.name == name; });
+        return found == entity.relationships.cend() ? nullptr : &*found;
+    }
+
+    void checkFetchTemplates(const VXEntityDefinition &entity)
+    {
+        QSet<QString> names;
+        for (const VXFetchTemplateDefinition &fetchTemplate : entity.fetchTemplates) {
+            checkName(fetchTemplate.name, fetchTemplate.line, u"attribute, relationship or fetch template"_s);
+            if (names.contains(fetchTemplate.name))
+                report(fetchTemplate.line, u"fetch template \"%1\" is defined twice"_s.arg(fetchTemplate.name));
+            names.insert(fetchTemplate.name);
+        }
+    }
+
+    const VXModelDefinition &_definition;
+    QHash<QString, const VXEntityDefinition *> _entities;
+    QSet<QString> _cyclic; // entities whose inheritance does not end
+    QList<VXModelProblem> _problems;
+};
+
+} // namespace
+
+QList<VXModelProblem> VXCheckModel(const VXModelDefinition &definition)
+{
+    return Checker(definition).run();
+}

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "VXAttributeType.h"
+#include "VXError.h"
+#include "VXObjectStoreExport.h"
+
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+/** What becomes of the objects at the other end when an object is deleted. */
+enum class VXDeleteRule : quint8 {
+    Nullify,  // they forget the object
+    Cascade,  // they are deleted too
+    Deny,     // while there are any, the object cannot be deleted
+    NoAction, // they are left as they are
+};
+
+/** The name in model files, as "no-action". */
+VX_STORE_EXPORT QString VXDeleteRuleName(VXDeleteRule rule);
+VX_STORE_EXPORT std::optional<VXDeleteRule> VXDeleteRuleFromName(QStringView name);
+
+// A model as it is written down: names in place of links, nothing checked yet. `line` is the line of the source the
+// definition stands on; 0 when it came from elsewhere.
+
+struct VXAttributeDefinition
+{
+    QString name;
+    VXAttributeType type = VXAttributeType::String;
+    bool isOptional = false;
+    bool isTransient = false; // not stored
+    bool isIndexed = false;
+    QVariant defaultValue = {};
+    int line = 0;
+};
+
+struct VXRelationshipDefinition
+{
+    QString name;
+    QString destination; // entity
+    QString inverse;     // relationship of that entity; null for none
+    bool isToMany = false;
+    bool isOptional = false;
+    bool isTransient = false;
+    VXDeleteRule deleteRule = VXDeleteRule::Nullify;
+    int line = 0;
+};
+
+struct VXFetchTemplateDefinition
+{
+    QString name;
+    QString predicate; // with $VARIABLES
+    int line = 0;
+};
+
+struct VXEntityDefinition
+{
+    QString name;
+    QString className; // of its objects; null for the common one
+    QString superentity;
+    bool isAbstract = false;
+    QList<VXAttributeDefinition> attributes = {};
+    QList<VXRelationshipDefinition> relationships = {};
+    QList<VXFetchTemplateDefinition> fetchTemplates = {};
+    int line = 0;
+};
+
+struct VX_STORE_EXPORT VXModelDefinition
+{
+    QList<VXEntityDefinition> entities = {};
+
+    /** The definition as a property list: the contents of a .mom file. */
+    QVariantMap toPropertyList() const;
+    /** @return no entities on failure; `error` then says what is wrong and where. */
+    static VXModelDefinition fromPropertyList(const QVariant &list, VXError *error = nullptr);
+};
+
+/** A mistake in a model. */
+struct VXModelProblem
+{
+    int line = 0; // 0 when it belongs to none
+    QString text;
+
+    friend bool operator==(const VXModelProblem &a, const VXModelProblem &b) = default;
+};
+
+/**
+ * Finds what is wrong with a definition: names, duplicates, unknown entities and inverses, cycles of inheritance, default
+ * values that do not fit. @return in the order of the lines; empty when a model can be made of it.
+ */
+VX_STORE_EXPORT QList<VXModelProblem> VXCheckModel(const VXModelDefinition &definition);

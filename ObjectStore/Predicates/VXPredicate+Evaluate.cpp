@@ -1,0 +1,155 @@
+#include "VXPredicate.h"
+
+#include "VXNone.h"
+#include "VXValueComparison.h"
+
+#include <algorithm>
+
+using Operator = VXPredicate::Operator;
+
+namespace {
+
+bool isCollection(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
+}
+
+// The elements of a collection, those of collections within it in their place; of a single value, itself.
+void flatten(const QVariant &value, QVariantList &elements)
+{
+    if (!isCollection(value)) {
+        if (!VXIsNone(value))
+            elements.append(value);
+        return;
+    }
+    for (const QVariant &element : value.toList())
+        flatten(element, elements);
+}
+
+QVariant folded(const QVariant &value, VXTextOptions options)
+{
+    return options && value.typeId() == QMetaType::QString ? VXFoldedText(value.toString(), options) : value;
+}
+
+bool isEqual(const QVariant &left, const QVariant &right, VXTextOptions options)
+{
+    return VXEqualValues(folded(left, options), folded(right, options));
+}
+
+// Where none takes part nothing is greater or less.
+std::partial_ordering order(const QVariant &left, const QVariant &right, VXTextOptions options)
+{
+    if (VXIsNone(left) || VXIsNone(right))
+        return std::partial_ordering::unordered;
+    return VXCompareValues(folded(left, options), folded(right, options));
+}
+
+bool contains(const QVariantList &elements, const QVariant &value, VXTextOptions options)
+{
+    return std::any_of(elements.cbegin(), elements.cend(),
+                       [&](const QVariant &element) { return isEqual(element, value, options); });
+}
+
+bool isBetween(const QVariant &value, const QVariant &bounds, VXTextOptions options)
+{
+    const QVariantList pair = bounds.toList();
+    return pair.size() == 2 && order(value, pair[0], options) >= 0 && order(value, pair[1], options) <= 0;
+}
+
+bool compareTexts(Operator comparison, const QVariant &left, const QVariant &right, VXTextOptions options)
+{
+    if (left.typeId() != QMetaType::QString || right.typeId() != QMetaType::QString)
+        return false;
+    if (comparison == Operator::Like)
+        return VXLikePattern(right.toString(), options).matches(left.toString());
+    if (comparison == Operator::Matches) {
+        const QRegularExpression pattern = VXMatchesPattern(right.toString(), options);
+        return pattern.isValid() &&
+               pattern.match(VXFoldedText(left.toString(), options & VXTextOption::DiacriticInsensitive)).hasMatch();
+    }
+    const QString text = VXFoldedText(left.toString(), options);
+    const QString part = VXFoldedText(right.toString(), options);
+    switch (comparison) {
+    case Operator::BeginsWith:
+        return text.startsWith(part);
+    case Operator::EndsWith:
+        return text.endsWith(part);
+    default:
+        return text.contains(part);
+    }
+}
+
+bool compare(Operator comparison, const QVariant &left, const QVariant &right, VXTextOptions options)
+{
+    switch (comparison) {
+    case Operator::Equal:
+        return isEqual(left, right, options);
+    case Operator::NotEqual:
+        return !isEqual(left, right, options);
+    case Operator::Less:
+        return order(left, right, options) < 0;
+    case Operator::LessOrEqual:
+        return order(left, right, options) <= 0;
+    case Operator::Greater:
+        return order(left, right, options) > 0;
+    case Operator::GreaterOrEqual:
+        return order(left, right, options) >= 0;
+    case Operator::Between:
+        return isBetween(left, right, options);
+    case Operator::In:
+        return isCollection(right) ? contains(right.toList(), left, options)
+                                   : compareTexts(Operator::Contains, right, left, options);
+    case Operator::Contains:
+        return isCollection(left) ? contains(left.toList(), right, options)
+                                  : compareTexts(comparison, left, right, options);
+    case Operator::BeginsWith:
+    case Operator::EndsWith:
+    case Operator::Like:
+    case Operator::Matches:
+        return compareTexts(comparison, left, right, options);
+    }
+    return false;
+}
+
+bool evaluateComparison(const VXPredicate &predicate, const QVariant &object)
+{
+    const QVariant left = predicate.left().evaluate(object);
+    const QVariant right = predicate.right().evaluate(object);
+    const auto holds = [&](const QVariant &value) {
+        return compare(predicate.comparisonOperator(), value, right, predicate.options());
+    };
+    if (predicate.modifier() == VXPredicate::Modifier::Direct)
+        return holds(left);
+    QVariantList elements;
+    flatten(left, elements);
+    switch (predicate.modifier()) {
+    case VXPredicate::Modifier::Any:
+        return std::any_of(elements.cbegin(), elements.cend(), holds);
+    case VXPredicate::Modifier::None:
+        return std::none_of(elements.cbegin(), elements.cend(), holds);
+    default:
+        return std::all_of(elements.cbegin(), elements.cend(), holds);
+    }
+}
+
+} // namespace
+
+bool VXPredicate::evaluateWithObject(const QVariant &object) const
+{
+    const auto holds = [&](const VXPredicate &predicate) { return predicate.evaluateWithObject(object); };
+    switch (kind()) {
+    case Kind::True:
+        return true;
+    case Kind::False:
+        return false;
+    case Kind::And:
+        return std::all_of(subpredicates().cbegin(), subpredicates().cend(), holds);
+    case Kind::Or:
+        return std::any_of(subpredicates().cbegin(), subpredicates().cend(), holds);
+    case Kind::Not:
+        return !holds(subpredicates().constFirst());
+    case Kind::Comparison:
+        return variables().isEmpty() && evaluateComparison(*this, object);
+    }
+    return false;
+}

@@ -1,0 +1,235 @@
+#include "VXPredicate.h"
+
+#include "VXPredicateParser.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+struct VXPredicate::Node
+{
+    Kind kind = Kind::True;
+    QList<VXPredicate> subpredicates = {};
+    VXExpression left = {};
+    VXExpression right = {};
+    Operator comparison = Operator::Equal;
+    VXTextOptions options = {};
+    Modifier modifier = Modifier::Direct;
+};
+
+std::optional<VXPredicate> VXPredicate::predicateWithFormat(const QString &format, const QVariantList &arguments,
+                                                            VXError *error)
+{
+    return VXPredicateParser(format, arguments).parse(error);
+}
+
+VXPredicate::VXPredicate() : VXPredicate(truth(true)) {}
+
+VXPredicate::VXPredicate(std::shared_ptr<const Node> node) : _node(std::move(node)) {}
+
+VXPredicate VXPredicate::truth(bool value)
+{
+    static const auto always = std::make_shared<const Node>(Node{.kind = Kind::True});
+    static const auto never = std::make_shared<const Node>(Node{.kind = Kind::False});
+    return VXPredicate(value ? always : never);
+}
+
+VXPredicate VXPredicate::compound(Kind kind, const QList<VXPredicate> &predicates)
+{
+    if (predicates.size() == 1)
+        return predicates.constFirst();
+    return VXPredicate(std::make_shared<const Node>(Node{.kind = kind, .subpredicates = predicates}));
+}
+
+VXPredicate VXPredicate::allOf(const QList<VXPredicate> &predicates)
+{
+    return predicates.isEmpty() ? truth(true) : compound(Kind::And, predicates);
+}
+
+VXPredicate VXPredicate::anyOf(const QList<VXPredicate> &predicates)
+{
+    return predicates.isEmpty() ? truth(false) : compound(Kind::Or, predicates);
+}
+
+VXPredicate VXPredicate::negationOf(const VXPredicate &predicate)
+{
+    return VXPredicate(std::make_shared<const Node>(Node{.kind = Kind::Not, .subpredicates = {predicate}}));
+}
+
+VXPredicate VXPredicate::comparison(const VXExpression &left, Operator comparison, const VXExpression &right,
+                                    VXTextOptions options, Modifier modifier)
+{
+    return VXPredicate(std::make_shared<const Node>(Node{.kind = Kind::Comparison,
+                                                         .left = left,
+                                                         .right = right,
+                                                         .comparison = comparison,
+                                                         .options = options,
+                                                         .modifier = modifier}));
+}
+
+VXPredicate::Kind VXPredicate::kind() const
+{
+    return _node->kind;
+}
+
+const QList<VXPredicate> &VXPredicate::subpredicates() const
+{
+    return _node->subpredicates;
+}
+
+const VXExpression &VXPredicate::left() const
+{
+    return _node->left;
+}
+
+const VXExpression &VXPredicate::right() const
+{
+    return _node->right;
+}
+
+VXPredicate::Operator VXPredicate::comparisonOperator() const
+{
+    return _node->comparison;
+}
+
+VXTextOptions VXPredicate::options() const
+{
+    return _node->options;
+}
+
+VXPredicate::Modifier VXPredicate::modifier() const
+{
+    return _node->modifier;
+}
+
+VXPredicate VXPredicate::substituted(const QVariantMap &variables) const
+{
+    Node node = *_node;
+    for (VXPredicate &predicate : node.subpredicates)
+        predicate = predicate.substituted(variables);
+    node.left = node.left.substituted(variables);
+    node.right = node.right.substituted(variables);
+    return VXPredicate(std::make_shared<const Node>(std::move(node)));
+}
+
+namespace {
+
+void gatherVariables(const VXExpression &expression, QStringList &names)
+{
+    if (expression.kind() == VXExpression::Kind::Variable && !names.contains(expression.value().toString()))
+        names.append(expression.value().toString());
+    for (const VXExpression &element : expression.elements())
+        gatherVariables(element, names);
+}
+
+void gatherVariables(const VXPredicate &predicate, QStringList &names)
+{
+    gatherVariables(predicate.left(), names);
+    gatherVariables(predicate.right(), names);
+    for (const VXPredicate &each : predicate.subpredicates())
+        gatherVariables(each, names);
+}
+
+QString operatorFormat(VXPredicate::Operator comparison)
+{
+    switch (comparison) {
+    case VXPredicate::Operator::Equal:
+        return u"=="_s;
+    case VXPredicate::Operator::NotEqual:
+        return u"!="_s;
+    case VXPredicate::Operator::Less:
+        return u"<"_s;
+    case VXPredicate::Operator::LessOrEqual:
+        return u"<="_s;
+    case VXPredicate::Operator::Greater:
+        return u">"_s;
+    case VXPredicate::Operator::GreaterOrEqual:
+        return u">="_s;
+    case VXPredicate::Operator::BeginsWith:
+        return u"BEGINSWITH"_s;
+    case VXPredicate::Operator::EndsWith:
+        return u"ENDSWITH"_s;
+    case VXPredicate::Operator::Contains:
+        return u"CONTAINS"_s;
+    case VXPredicate::Operator::Like:
+        return u"LIKE"_s;
+    case VXPredicate::Operator::Matches:
+        return u"MATCHES"_s;
+    case VXPredicate::Operator::In:
+        return u"IN"_s;
+    case VXPredicate::Operator::Between:
+        return u"BETWEEN"_s;
+    }
+    return {};
+}
+
+QString modifierFormat(VXPredicate::Modifier modifier)
+{
+    switch (modifier) {
+    case VXPredicate::Modifier::Direct:
+        return {};
+    case VXPredicate::Modifier::Any:
+        return u"ANY "_s;
+    case VXPredicate::Modifier::All:
+        return u"ALL "_s;
+    case VXPredicate::Modifier::None:
+        return u"NONE "_s;
+    }
+    return {};
+}
+
+QString optionsFormat(VXTextOptions options)
+{
+    if (!options)
+        return {};
+    const bool ignoresCase = options.testFlag(VXTextOption::CaseInsensitive);
+    const bool ignoresMarks = options.testFlag(VXTextOption::DiacriticInsensitive);
+    return ignoresCase ? ignoresMarks ? u"[cd]"_s : u"[c]"_s : u"[d]"_s;
+}
+
+// Parts of a compound that bind less tightly than it does get brackets.
+QString partFormat(const VXPredicate &part)
+{
+    const bool isCompound = part.kind() == VXPredicate::Kind::And || part.kind() == VXPredicate::Kind::Or;
+    return isCompound ? u'(' + part.predicateFormat() + u')' : part.predicateFormat();
+}
+
+} // namespace
+
+QStringList VXPredicate::variables() const
+{
+    QStringList names;
+    gatherVariables(*this, names);
+    return names;
+}
+
+QString VXPredicate::predicateFormat() const
+{
+    switch (kind()) {
+    case Kind::True:
+        return u"TRUEPREDICATE"_s;
+    case Kind::False:
+        return u"FALSEPREDICATE"_s;
+    case Kind::Not:
+        return "NOT "_L1 + partFormat(subpredicates().constFirst());
+    case Kind::And:
+    case Kind::Or: {
+        QStringList parts;
+        for (const VXPredicate &part : subpredicates())
+            parts.append(partFormat(part));
+        return parts.join(kind() == Kind::And ? " AND "_L1 : " OR "_L1);
+    }
+    case Kind::Comparison:
+        return u"%1%2 %3%4 %5"_s.arg(modifierFormat(modifier()), left().format(), operatorFormat(comparisonOperator()),
+                                     optionsFormat(options()), right().format());
+    }
+    return {};
+}
+
+bool VXPredicate::isEqual(const VXPredicate &other) const
+{
+    return _node == other._node ||
+           (kind() == other.kind() && subpredicates() == other.subpredicates() && left() == other.left() &&
+            right() == other.right() && comparisonOperator() == other.comparisonOperator() &&
+            options() == other.options() && modifier() == other.modifier());
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXExpression.h"
+#include "VXTextComparison.h"
+
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+#include <memory>
+#include <optional>
+
+/**
+ * A condition on objects: comparisons joined by and, or, not. Made once, from text or from parts; evaluated on objects in
+ * memory or compiled to SQL by a store. A cheap value: copies share what never changes. Reentrant.
+ *
+ *     name BEGINSWITH[cd] "ja" AND calls.@count > 2
+ *     ANY calls.caller.name == %@ OR NOT index IN {1, 2, $OTHER}
+ *
+ * Words are read in any case of letters. %K stands for a key path and %@ for a value among the arguments, in order.
+ */
+class VX_STORE_EXPORT VXPredicate
+{
+public:
+    enum class Kind { True, False, And, Or, Not, Comparison };
+    enum class Operator {
+        Equal,
+        NotEqual,
+        Less,
+        LessOrEqual,
+        Greater,
+        GreaterOrEqual,
+        BeginsWith,
+        EndsWith,
+        Contains,
+        Like,
+        Matches,
+        In,
+        Between,
+    };
+    /** How the comparison is meant where its left side is a collection. */
+    enum class Modifier { Direct, Any, All, None };
+
+    /** @return empty, with what is wrong and where as error, when the text is no predicate or arguments are missing. */
+    [[nodiscard]] static std::optional<VXPredicate>
+    predicateWithFormat(const QString &format, const QVariantList &arguments = {}, VXError *error = nullptr);
+
+    /** True for every object. */
+    VXPredicate();
+    static VXPredicate truth(bool value);
+    /** Of no predicates, "and" is true and "or" is false. */
+    static VXPredicate allOf(const QList<VXPredicate> &predicates);
+    static VXPredicate anyOf(const QList<VXPredicate> &predicates);
+    static VXPredicate negationOf(const VXPredicate &predicate);
+    static VXPredicate comparison(const VXExpression &left, Operator comparison, const VXExpression &right,
+                                  VXTextOptions options = {}, Modifier modifier = Modifier::Direct);
+
+    Kind kind() const;
+    /** Of And, Or and Not. */
+    const QList<VXPredicate> &subpredicates() const;
+    // Of a comparison:
+    const VXExpression &left() const;
+    const VXExpression &right() const;
+    Operator comparisonOperator() const;
+    VXTextOptions options() const;
+    Modifier modifier() const;
+
+    /** The predicate with $VARIABLES replaced by values; those that have none stay. */
+    VXPredicate substituted(const QVariantMap &variables) const;
+    /** The names of the variables that are left, each once. */
+    QStringList variables() const;
+
+    /** False too for what cannot be compared, a variable left over and a pattern that is none. On the object's thread. */
+    bool evaluateWithObject(const QVariant &object) const;
+
+    /** Text that gives an equal predicate, unless it holds values that cannot be written, as objects. */
+    QString predicateFormat() const;
+
+    friend bool operator==(const VXPredicate &a, const VXPredicate &b) { return a.isEqual(b); }
+
+private:
+    struct Node;
+
+    explicit VXPredicate(std::shared_ptr<const Node> node);
+    bool isEqual(const VXPredicate &other) const;
+    static VXPredicate compound(Kind kind, const QList<VXPredicate> &predicates);
+
+    std::shared_ptr<const Node> _node; // never null
+};

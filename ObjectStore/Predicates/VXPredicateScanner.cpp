@@ -1,0 +1,92 @@
+#include "VXPredicateScanner.h"
+
+#include <QtCore/QRegularExpression>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool isWordStart(QChar c)
+{
+    return c.isLetter() || u"_#@$"_s.contains(c);
+}
+
+bool isWordPart(QChar c)
+{
+    return c.isLetterOrNumber() || c == u'_';
+}
+
+} // namespace
+
+QChar VXPredicateScanner::peek(qsizetype ahead) const
+{
+    return _at + ahead < _source.size() ? _source[_at + ahead] : QChar();
+}
+
+VXPredicateToken VXPredicateScanner::next()
+{
+    while (peek().isSpace())
+        ++_at;
+    const qsizetype start = _at;
+    const QChar c = peek();
+    if (_at >= _source.size())
+        return {VXPredicateToken::Kind::End, u"the end"_s, start};
+    if (isWordStart(c)) {
+        do {
+            ++_at;
+        } while (isWordPart(peek()));
+        return {VXPredicateToken::Kind::Word, _source.sliced(start, _at - start), start};
+    }
+    if (c == u'"' || c == u'\'')
+        return text(c);
+    if (c.isDigit() || ((c == u'-' || c == u'.') && peek(1).isDigit()))
+        return number();
+    return mark();
+}
+
+VXPredicateToken VXPredicateScanner::text(QChar quote)
+{
+    const qsizetype start = _at;
+    QString result = u""_s;
+    for (++_at; _at < _source.size(); ++_at) {
+        QChar c = _source[_at];
+        if (c == quote) {
+            ++_at;
+            return {VXPredicateToken::Kind::Text, result, start};
+        }
+        if (c == u'\\' && _at + 1 < _source.size()) {
+            c = _source[++_at];
+            c = c == u'n' ? u'\n' : c == u't' ? u'\t' : c;
+        }
+        result += c;
+    }
+    return {VXPredicateToken::Kind::Bad, u"the text does not end"_s, start};
+}
+
+VXPredicateToken VXPredicateScanner::number()
+{
+    static const QRegularExpression form(uR"(-?(\d+(\.\d*)?|\.\d+)([eE][-+]?\d+)?)"_s);
+    const QRegularExpressionMatch match =
+        form.match(_source, _at, QRegularExpression::NormalMatch, QRegularExpression::AnchorAtOffsetMatchOption);
+    const qsizetype start = _at;
+    _at += qMax<qsizetype>(match.capturedLength(), 1);
+    return match.hasMatch() ? VXPredicateToken{VXPredicateToken::Kind::Number, match.captured(), start}
+                            : VXPredicateToken{VXPredicateToken::Kind::Bad, u"this is no number"_s, start};
+}
+
+VXPredicateToken VXPredicateScanner::mark()
+{
+    static constexpr std::array marks = {"=="_L1, "=<"_L1, "=>"_L1, "<="_L1, ">="_L1, "!="_L1, "<>"_L1, "&&"_L1,
+                                         "||"_L1, "%@"_L1, "%K"_L1, "="_L1,  "<"_L1,  ">"_L1,  "!"_L1,  "("_L1,
+                                         ")"_L1,  "{"_L1,  "}"_L1,  "["_L1,  "]"_L1,  ","_L1,  "."_L1};
+    const qsizetype start = _at;
+    for (const QLatin1StringView mark : marks) {
+        if (QStringView(_source).sliced(_at).startsWith(mark)) {
+            _at += mark.size();
+            return {VXPredicateToken::Kind::Mark, mark, start};
+        }
+    }
+    return {VXPredicateToken::Kind::Bad, u"\"%1\" has no meaning here"_s.arg(_source[_at++]), start};
+}

@@ -1,0 +1,94 @@
+#include "VXValueComparison.h"
+
+#include "VXNone.h"
+
+#include <QtCore/QDateTime>
+
+namespace {
+
+enum class Family { None, Whole, Real, Text, Date, Data, Other };
+
+Family familyOf(const QVariant &value)
+{
+    if (VXIsNone(value))
+        return Family::None;
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Long:
+    case QMetaType::LongLong:
+        return Family::Whole;
+    case QMetaType::ULong:
+    case QMetaType::ULongLong: // one that exceeds the signed range has no exact place among the whole ones
+        return value.toULongLong() <= Q_UINT64_C(0x7FFFFFFFFFFFFFFF) ? Family::Whole : Family::Real;
+    case QMetaType::Float:
+    case QMetaType::Double:
+        return Family::Real;
+    case QMetaType::QString:
+        return Family::Text;
+    case QMetaType::QDateTime:
+        return Family::Date;
+    case QMetaType::QByteArray:
+        return Family::Data;
+    default:
+        return Family::Other;
+    }
+}
+
+// Exact also where the whole number has more digits than a double holds.
+std::partial_ordering compareWholeWithReal(qint64 whole, double real)
+{
+    if (real != real)
+        return std::partial_ordering::unordered;
+    if (real >= 0x1p63)
+        return std::partial_ordering::less;
+    if (real < -0x1p63)
+        return std::partial_ordering::greater;
+    const auto truncated = qint64(real);
+    if (whole != truncated)
+        return whole <=> truncated;
+    return 0.0 <=> real - double(truncated);
+}
+
+std::partial_ordering reversed(std::partial_ordering order)
+{
+    return 0 <=> order;
+}
+
+} // namespace
+
+std::partial_ordering VXCompareValues(const QVariant &a, const QVariant &b)
+{
+    const Family left = familyOf(a);
+    const Family right = familyOf(b);
+    if (left == Family::None || right == Family::None)
+        return (left != Family::None) <=> (right != Family::None);
+    if (left == Family::Whole && right == Family::Real)
+        return compareWholeWithReal(a.toLongLong(), b.toDouble());
+    if (left == Family::Real && right == Family::Whole)
+        return reversed(compareWholeWithReal(b.toLongLong(), a.toDouble()));
+    if (left != right)
+        return std::partial_ordering::unordered;
+    switch (left) {
+    case Family::Whole:
+        return a.toLongLong() <=> b.toLongLong();
+    case Family::Real:
+        return a.toDouble() <=> b.toDouble();
+    case Family::Text:
+        return static_cast<const QString *>(a.constData())->compare(*static_cast<const QString *>(b.constData())) <=> 0;
+    case Family::Date:
+        return a.toDateTime().toMSecsSinceEpoch() <=> b.toDateTime().toMSecsSinceEpoch();
+    case Family::Data:
+        return a.toByteArray().compare(b.toByteArray()) <=> 0;
+    default:
+        return std::partial_ordering::unordered;
+    }
+}
+
+bool VXEqualValues(const QVariant &a, const QVariant &b)
+{
+    return VXCompareValues(a, b) == 0 || (familyOf(a) == Family::Other && a == b);
+}

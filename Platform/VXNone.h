@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+/** True for what stands for "none": an invalid variant, and one that holds a null pointer, text or byte array. */
+inline bool VXIsNone(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::QString:
+        return static_cast<const QString *>(value.constData())->isNull();
+    case QMetaType::QByteArray:
+        return static_cast<const QByteArray *>(value.constData())->isNull();
+    default:
+        return value.isNull();
+    }
+}

@@ -1,0 +1,158 @@
+#include "VXPredicate.h"
+#include "VXTesting.h"
+
+#include <QtCore/QDateTime>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QVariantMap jane{{u"name"_s, u"Zoë"_s}, {u"age"_s, 41}};
+
+const QVariantMap call{
+    {u"number"_s, u"+49 170 5550100"_s},
+    {u"index"_s, 7},
+    {u"cost"_s, 0.25},
+    {u"answered"_s, true},
+    {u"date"_s, QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC)},
+    {u"photo"_s, QByteArray("\1\2")},
+    {u"text"_s, u"100% \"sure\"\\ *?"_s},
+    {u"caller"_s, jane},
+    {u"parties"_s, QVariantList{jane, QVariantMap{{u"name"_s, u"Jo"_s}, {u"age"_s, 12}}, QVariantMap{}}},
+    {u"tags"_s, QStringList{u"work"_s, u"urgent"_s}},
+    {u"empty"_s, QVariantList{}},
+    {u"in"_s, 1},
+};
+
+std::optional<VXPredicate> read(const QString &text, const QVariantList &arguments = {}, VXError *error = nullptr)
+{
+    return VXPredicate::predicateWithFormat(text, arguments, error);
+}
+
+} // namespace
+
+TEST(VXPredicateTest, EvaluatesOnObjects)
+{
+    const struct
+    {
+        QString text;
+        bool result;
+    } cases[] = {
+        {u"index == 7 AND cost < 0.5"_s, true},
+        {u"index = 7.0 && NOT cost >= 0.5"_s, true},
+        {u"index != 7 OR answered == YES"_s, true},
+        {u"answered == 1"_s, true},
+        {u"FALSEPREDICATE or not (index > 6 and index =< 7)"_s, false},
+        {u"TRUEPREDICATE"_s, true},
+        // texts
+        {u"caller.name == 'zoe'"_s, false},
+        {u"caller.name ==[cd] 'zoe'"_s, true},
+        {u"caller.name ==[c] 'zoe'"_s, false},
+        {u"caller.name ==[d] 'Zoe'"_s, true},
+        {u"caller.name BEGINSWITH[c] 'z'"_s, true},
+        {u"caller.name ENDSWITH[d] \"e\""_s, true},
+        {u"number CONTAINS '170'"_s, true},
+        {u"'170' IN number"_s, true},
+        {u"number MATCHES '\\\\+49.*'"_s, true},
+        {u"number MATCHES '49'"_s, false}, // the whole text
+        {u"number MATCHES '('"_s, false},  // no pattern
+        {u"number LIKE '+49*5?50*'"_s, true},
+        {u"number LIKE '49'"_s, false},
+        {u"text LIKE '*\\\\*\\\\?'"_s, true}, // escaped wildcards are plain
+        {u"text CONTAINS '\"sure\"\\\\'"_s, true},
+        {u"index CONTAINS '7'"_s, false}, // no text
+        // none
+        {u"missing == NULL"_s, true},
+        {u"missing != 3"_s, true},
+        {u"missing < 3"_s, false},
+        {u"missing >= nil"_s, false},
+        {u"index == nil"_s, false},
+        // collections
+        {u"index IN {1, 7, 9}"_s, true},
+        {u"index IN {}"_s, false},
+        {u"index BETWEEN {7, 8}"_s, true},
+        {u"index BETWEEN {8, 7}"_s, false},
+        {u"tags CONTAINS 'urgent'"_s, true},
+        {u"'Urgent' IN[c] tags"_s, true},
+        {u"ANY parties.age > 40"_s, true},
+        {u"ALL parties.age > 11"_s, true},
+        {u"NONE parties.name == 'Jo'"_s, false},
+        {u"SOME parties.name LIKE[c] 'j*'"_s, true},
+        {u"parties.@count == 3"_s, true},
+        {u"ALL empty.age == 1"_s, true},
+        {u"ANY empty.age == 1"_s, false},
+        {u"ANY tags IN {'play', 'work'}"_s, true},
+        {u"'x' IN SELF.tags"_s, false},
+        {u"#in == 1"_s, true},
+        {u"$UNSET == 1"_s, false},
+        {u"date < CAST(\"2026-01-02T03:04:05.001Z\", \"date\")"_s, true},
+        {u"photo == CAST(\"AQI=\", \"data\")"_s, true},
+        {u"date == 'x'"_s, false},
+    };
+    for (const auto &each : cases) {
+        VXError error;
+        const std::optional<VXPredicate> predicate = read(each.text, {}, &error);
+        ASSERT_TRUE(predicate) << each.text.toStdString() << error.description().toStdString();
+        EXPECT_EQ(predicate->evaluateWithObject(call), each.result) << each.text.toStdString();
+        const std::optional<VXPredicate> again = read(predicate->predicateFormat(), {}, &error);
+        ASSERT_TRUE(again) << predicate->predicateFormat().toStdString();
+        EXPECT_EQ(*again, *predicate) << predicate->predicateFormat().toStdString();
+    }
+}
+
+TEST(VXPredicateTest, ArgumentsAreValuesAndNeverText)
+{
+    const QString hostile = u"' OR 1 == 1 %@ \" } \\"_s + QChar(0xD800) + QChar(0);
+    const QVariantMap object{{u"a"_s, hostile}, {u"b"_s, QVariantMap{{u"c"_s, 1}}}};
+    EXPECT_TRUE(read(u"%K == %@"_s, {u"a"_s, hostile})->evaluateWithObject(object));
+    EXPECT_TRUE(read(u"%K IN %@"_s, {u"b.c"_s, QVariantList{1, 2}})->evaluateWithObject(object));
+    EXPECT_FALSE(read(u"a == %@"_s, {u"x"_s})->evaluateWithObject(object));
+    EXPECT_EQ(read(read(u"a == %@"_s, {hostile})->predicateFormat()), read(u"a == %@"_s, {hostile}));
+}
+
+TEST(VXPredicateTest, VariablesAreReplacedByValues)
+{
+    const std::optional<VXPredicate> predicate = read(u"age > $MIN AND (name == $NAME OR age IN {$MIN, 41})"_s);
+    EXPECT_EQ(predicate->variables(), (QStringList{u"MIN"_s, u"NAME"_s}));
+    const VXPredicate half = predicate->substituted({{u"MIN"_s, 40}});
+    EXPECT_EQ(half.variables(), QStringList{u"NAME"_s});
+    EXPECT_TRUE(half.substituted({{u"NAME"_s, u"x"_s}}).evaluateWithObject(jane));
+    EXPECT_FALSE(predicate->substituted({{u"MIN"_s, 41}, {u"NAME"_s, {}}}).evaluateWithObject(jane));
+}
+
+TEST(VXPredicateTest, MistakesAreToldWithTheirPlace)
+{
+    const struct
+    {
+        QString text;
+        QString reason;
+    } cases[] = {
+        {u""_s, u"At character 1: a value or key is missing."_s},
+        {u"a = "_s, u"At character 5: a value or key is missing."_s},
+        {u"a b"_s, u"At character 3: a comparison such as == or CONTAINS is missing."_s},
+        {u"a = 1 b = 2"_s, u"At character 7: the predicate should end here."_s},
+        {u"(a = 1"_s, u"At character 7: \")\" is missing."_s},
+        {u"a = 'x"_s, u"At character 5: the text does not end."_s},
+        {u"a =[x] 1"_s, u"At character 5: [c], [d] or [cd] may stand here."_s},
+        {u"a = {1, "_s, u"At character 9: a value or key is missing."_s},
+        {u"a = %@"_s, u"At character 7: an argument is missing."_s},
+        {u"%K = 1"_s, u"At character 4: an argument is missing."_s},
+        {u"a.= 1"_s, u"At character 3: a key is missing behind the dot."_s},
+        {u"and = 1"_s, u"At character 1: a value or key is missing."_s},
+        {u"a = CAST(\"x\", \"date\")"_s, u"At character 15: a date or data is expected in CAST."_s},
+        {u"a = \u00a7"_s, u"At character 5: \"\u00a7\" has no meaning here."_s},
+        {u"!"_s.repeated(300) + u"a=1"_s, u"At character 201: it is nested too deeply."_s},
+        {u"a IN "_s + u"{"_s.repeated(300), u"At character 206: it is nested too deeply."_s},
+    };
+    for (const auto &each : cases) {
+        VXError error;
+        EXPECT_FALSE(read(each.text, {}, &error)) << each.text.toStdString();
+        EXPECT_EQ(error.localizedRecoverySuggestion(), each.reason) << each.text.toStdString();
+    }
+}
+
+TEST(VXPredicateTest, LikeWithManyStarsComesToAnEnd)
+{
+    const QVariantMap object{{u"a"_s, u"a"_s.repeated(20000)}};
+    EXPECT_FALSE(read(u"a LIKE %@"_s, {u"*a"_s.repeated(20) + u"b"_s})->evaluateWithObject(object));
+}
