@@ -36,9 +36,10 @@ std::atomic<int64_t> allocations = 0;
 
 extern "C" {
 
-void *__libc_malloc(std::size_t size);
-void *__libc_calloc(std::size_t count, std::size_t size);
-void *__libc_realloc(void *memory, std::size_t size);
+// The C library's own names.
+void *__libc_malloc(std::size_t size);                    // NOLINT(bugprone-reserved-identifier)
+void *__libc_calloc(std::size_t count, std::size_t size); // NOLINT(bugprone-reserved-identifier)
+void *__libc_realloc(void *memory, std::size_t size);     // NOLINT(bugprone-reserved-identifier)
 
 void *malloc(std::size_t size)
 {

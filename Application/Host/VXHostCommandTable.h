@@ -8,7 +8,7 @@
 class VXHostCommandTable
 {
 public:
-    /** The program's own: info, defaults, log, plist, eval, help, and the hidden ones that make documents. */
+    /** The program's own, and the hidden ones that make documents. */
     static const VXHostCommandTable &standard();
 
     VXHostCommandTable(std::vector<VXHostCommand> commands, QList<VXHostOption> globalOptions);

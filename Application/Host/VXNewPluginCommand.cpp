@@ -10,32 +10,17 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QRegularExpression>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
 
 // "VXInterfacePlugin" is "interface" on the command line.
-QString shortKind(const QString &kind)
-{
-    return kind.sliced("VX"_L1.size()).chopped("Plugin"_L1.size()).toLower();
-}
-
 QStringList shortKinds()
 {
     QStringList names;
     for (const QString &kind : VXPluginKind::all())
-        names.append(shortKind(kind));
+        names.append(VXPluginKind::shortName(kind));
     return names;
-}
-
-QString kindForShortName(const QString &name)
-{
-    const QStringList kinds = VXPluginKind::all();
-    const auto found =
-        std::find_if(kinds.cbegin(), kinds.cend(), [&name](const QString &kind) { return shortKind(kind) == name; });
-    return found == kinds.cend() ? QString() : *found;
 }
 
 QString quotedForShell(QString word)
@@ -59,7 +44,7 @@ QString nextSteps(const QString &folder, const QString &identifier)
 int runNewPlugin(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
-    const QString kind = kindForShortName(options.value(u"kind"_s));
+    const QString kind = VXPluginKind::kindForShortName(options.value(u"kind"_s));
     if (kind.isNull())
         return context.output.failUsage(u"--kind is missing: one of %1"_s.arg(shortKinds().join(", "_L1)),
                                         VXHostUsage(options.command()));

@@ -39,12 +39,6 @@ QString pathOf(const VXPluginProxy &proxy)
 }
 
 // "interface" for "VXInterfacePlugin"; what is no kind as it is.
-QString shortKind(const QString &kind)
-{
-    return VXPluginKind::all().contains(kind) ? kind.sliced("VX"_L1.size()).chopped("Plugin"_L1.size()).toLower()
-                                              : kind;
-}
-
 QString shownLevel(const VXPluginProxy &proxy)
 {
     return proxy.parentProxy() == nullptr ? QString() : "  "_L1 + shownLevel(*proxy.parentProxy());
@@ -147,7 +141,7 @@ QStringList VXPluginReport::columns() const
 {
     const QString name = _proxy.name();
     return {shownLevel(_proxy) + _proxy.identifier(), name.isNull() ? u"-"_s : name, version(),
-            shortKind(_proxy.pluginClassType()), stateAndReason()};
+            VXPluginKind::shortName(_proxy.pluginClassType()), stateAndReason()};
 }
 
 QList<QStringList> VXPluginReport::rows() const
@@ -156,7 +150,7 @@ QList<QStringList> VXPluginReport::rows() const
     QList<QStringList> rows{{u"Identifier"_s, _proxy.identifier()},
                             {u"Name"_s, _proxy.name()},
                             {u"Version"_s, version()},
-                            {u"Kind"_s, shortKind(_proxy.pluginClassType())},
+                            {u"Kind"_s, VXPluginKind::shortName(_proxy.pluginClassType())},
                             {u"State"_s, stateAndReason()},
                             {u"Enabled"_s, yesOrNo(_proxy.isEnabled())},
                             {u"Built in"_s, yesOrNo(_proxy.isBuiltInPlugin())},

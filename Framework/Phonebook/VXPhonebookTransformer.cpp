@@ -12,7 +12,7 @@ namespace {
 
 bool isText(const QVariant &value)
 {
-    return value.typeId() == QMetaType::QString && !value.isNull();
+    return value.typeId() == QMetaType::QString && !value.toString().isNull();
 }
 
 QString displayStringForItem(const QString &item)

@@ -1,5 +1,7 @@
 #include "VXPluginKind.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace VXPluginKind {
@@ -15,6 +17,19 @@ const QString Conduit = u"VXConduitPlugin"_s;
 QStringList all()
 {
     return {Data, Exporter, Reactor, Interface, Phonebook, Device, Conduit};
+}
+
+QString shortName(const QString &kind)
+{
+    return all().contains(kind) ? kind.sliced("VX"_L1.size()).chopped("Plugin"_L1.size()).toLower() : kind;
+}
+
+QString kindForShortName(const QString &name)
+{
+    const QStringList kinds = all();
+    const auto found =
+        std::find_if(kinds.cbegin(), kinds.cend(), [&name](const QString &kind) { return shortName(kind) == name; });
+    return found == kinds.cend() ? QString() : *found;
 }
 
 bool createsSingletonInstance(const QString &kind)

@@ -19,6 +19,11 @@ VX_EXPORT extern const QString Conduit;   // "VXConduitPlugin"
 /** All of the above. */
 VX_EXPORT QStringList all();
 
+/** "data" for "VXDataPlugin": what people write; an unknown kind as it is. */
+VX_EXPORT QString shortName(const QString &kind);
+/** Null when no kind has that short name. */
+VX_EXPORT QString kindForShortName(const QString &name);
+
 /** Devices and conduits have instances made on demand; every other kind has one, made when it loads. */
 VX_EXPORT bool createsSingletonInstance(const QString &kind);
 

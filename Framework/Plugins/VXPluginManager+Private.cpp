@@ -7,6 +7,7 @@
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXNone.h"
 #include "VXNotificationQueue.h"
 #include "VXPluginGuard.h"
 #include "VXPluginLoadMarker.h"
@@ -38,7 +39,7 @@ QVariant answerOf(VXPluginProxy &proxy, const char *selector, const QString &url
     QVariant answer;
     if (proxy.singleton() && proxy.respondsToSelector(selector, 1))
         VXCallPlugin(proxy, selector, [&] { answer = proxy.performSelector(selector, {url}); });
-    return answer.isNull() ? QVariant() : answer;
+    return VXIsNone(answer) ? QVariant() : answer;
 }
 
 } // namespace

@@ -42,6 +42,12 @@ QString unescaped(QStringView text)
     return QString::fromUtf8(result);
 }
 
+// A variant that holds a null text is not null itself.
+bool hasValue(const QVariant &value)
+{
+    return !value.isNull() && (value.typeId() != QMetaType::QString || !value.toString().isNull());
+}
+
 QVariantMap messageParameters(const QString &body, const QString &device)
 {
     QVariantMap parameters;
@@ -58,7 +64,7 @@ QString VXMakeURLString(const QString &scheme, const QString &target, const QVar
 {
     QString url = scheme + u':' + escaped(target);
     QChar separator = u'?';
-    for (auto parameter = parameters.cbegin(); parameter != parameters.cend() && !parameter->isNull(); ++parameter) {
+    for (auto parameter = parameters.cbegin(); parameter != parameters.cend() && hasValue(*parameter); ++parameter) {
         url += separator + escaped(parameter.key()) + u'=' + escaped(parameter->toString());
         separator = u'&';
     }

@@ -32,7 +32,7 @@ TEST_F(VXPhonebookTransformerTest, ShowsNamesElseFormattedNumbers)
         {u"<odd value>"_s, u"odd value"_s, u"odd value"_s},
         {u"Jane <555"_s, u"Jane <555"_s, u"Jane <555"_s}, // malformed
         {u"Doe, Jane <555>, 5550100000"_s, u"Doe, Jane <555>, 5550100000"_s, u"Doe, Jane, (555) 010-0000"_s},
-        {u"Friends { a@b.c, 555 }, Jo <555>"_s, u"Friends { a@b.c, 555 }, Jo <555>"_s, u"Friends, Jo"_s},
+        {u"Friends { a@b.c, 555 }, Jo <555>"_s, u"Friends { a@b.c, 555 }, Jo"_s, u"Friends, Jo"_s},
         {u"{ a@b.c, Jo <555> }"_s, u"{ a@b.c, Jo <555> }"_s, u"a@b.c, Jo"_s},
         {u""_s, u""_s, u""_s},
         {QString(), {}, {}},

@@ -55,7 +55,7 @@ TEST_F(VXOpenWindowsTest, WaitForAPluginThatIsNotLoaded)
     EXPECT_THAT(openWindows(), ElementsAre(u"a:1"_s, u"disabled:1"_s, u"gone:1"_s));
 }
 
-TEST_F(VXOpenWindowsTest, OutliveSafeModeAndAFaultyPlugin)
+TEST_F(VXOpenWindowsTest, OutliveSafeMode)
 {
     write(u"a"_s);
     setOpenWindows(QStringList{u"a:1"_s});
