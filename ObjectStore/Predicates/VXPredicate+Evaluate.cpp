@@ -4,6 +4,7 @@
 #include "VXValueComparison.h"
 
 #include <algorithm>
+#include <compare>
 
 using Operator = VXPredicate::Operator;
 
@@ -53,7 +54,8 @@ bool contains(const QVariantList &elements, const QVariant &value, VXTextOptions
 bool isBetween(const QVariant &value, const QVariant &bounds, VXTextOptions options)
 {
     const QVariantList pair = bounds.toList();
-    return pair.size() == 2 && order(value, pair[0], options) >= 0 && order(value, pair[1], options) <= 0;
+    return pair.size() == 2 && std::is_gteq(order(value, pair[0], options)) &&
+           std::is_lteq(order(value, pair[1], options));
 }
 
 bool compareTexts(Operator comparison, const QVariant &left, const QVariant &right, VXTextOptions options)
@@ -87,13 +89,13 @@ bool compare(Operator comparison, const QVariant &left, const QVariant &right, V
     case Operator::NotEqual:
         return !isEqual(left, right, options);
     case Operator::Less:
-        return order(left, right, options) < 0;
+        return std::is_lt(order(left, right, options));
     case Operator::LessOrEqual:
-        return order(left, right, options) <= 0;
+        return std::is_lteq(order(left, right, options));
     case Operator::Greater:
-        return order(left, right, options) > 0;
+        return std::is_gt(order(left, right, options));
     case Operator::GreaterOrEqual:
-        return order(left, right, options) >= 0;
+        return std::is_gteq(order(left, right, options));
     case Operator::Between:
         return isBetween(left, right, options);
     case Operator::In:
