@@ -2,6 +2,7 @@
 
 #include "VXAttributedString.h"
 #include "VXKeyValueCoding.h"
+#include "VXNumber.h"
 #include "VXPropertyList.h"
 
 #include <QtCore/QDateTime>
@@ -25,24 +26,10 @@ int order(const T &a, const T &b)
     return a < b ? -1 : (b < a ? 1 : 0);
 }
 
+// Truth values count as numbers here.
 bool isNumber(QMetaType type)
 {
-    switch (type.id()) {
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return true;
-    default:
-        return false;
-    }
+    return VXIsWholeNumber(type) || VXIsRealNumber(type) || type.id() == QMetaType::Bool;
 }
 
 int compareNumbers(const QVariant &a, const QVariant &b)

@@ -1,6 +1,7 @@
 #include "VXAttributeType.h"
 
 #include "VXNone.h"
+#include "VXNumber.h"
 #include "VXPropertyList.h"
 
 #include <QtCore/QDateTime>
@@ -18,38 +19,16 @@ constexpr std::array<QLatin1StringView, 9> typeNames = {
     "string"_L1,    "date"_L1,      "binary"_L1,    "property-list"_L1,
 };
 
-bool isWhole(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool isNumber(const QVariant &value)
-{
-    return isWhole(value) || value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float;
-}
-
 // A whole number in the range of T; a floating-point value only when nothing of it gets lost.
 template <class T>
 std::optional<qint64> wholeNumber(const QVariant &value)
 {
     qint64 number = 0;
-    if (isWhole(value)) {
+    if (VXIsWholeNumber(value.metaType())) {
         if (value.typeId() == QMetaType::ULongLong && value.toULongLong() > quint64(std::numeric_limits<qint64>::max()))
             return std::nullopt;
         number = value.toLongLong();
-    } else if (isNumber(value)) {
+    } else if (VXIsRealNumber(value.metaType())) {
         const double real = value.toDouble();
         if (!(real >= -0x1p63 && real < 0x1p63) || double(qint64(real)) != real)
             return std::nullopt;
@@ -119,7 +98,9 @@ std::optional<QVariant> VXAttributeValue(VXAttributeType type, const QVariant &v
         return number ? std::optional<QVariant>(qlonglong(*number)) : std::nullopt;
     }
     case VXAttributeType::Double:
-        return isNumber(value) ? std::optional<QVariant>(value.toDouble()) : std::nullopt;
+        return VXIsWholeNumber(value.metaType()) || VXIsRealNumber(value.metaType())
+                   ? std::optional<QVariant>(value.toDouble())
+                   : std::nullopt;
     case VXAttributeType::Boolean:
         return boolean(value);
     case VXAttributeType::String:

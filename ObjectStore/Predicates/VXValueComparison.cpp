@@ -1,8 +1,11 @@
 #include "VXValueComparison.h"
 
 #include "VXNone.h"
+#include "VXNumber.h"
 
 #include <QtCore/QDateTime>
+
+#include <limits>
 
 namespace {
 
@@ -12,21 +15,16 @@ Family familyOf(const QVariant &value)
 {
     if (VXIsNone(value))
         return Family::None;
+    if (VXIsWholeNumber(value.metaType())) {
+        // One that exceeds the signed range has no exact place among the whole ones.
+        const bool isLarge = value.toULongLong() > quint64(std::numeric_limits<qint64>::max()) && value.toDouble() > 0;
+        return isLarge ? Family::Real : Family::Whole;
+    }
+    if (VXIsRealNumber(value.metaType()))
+        return Family::Real;
     switch (value.typeId()) {
     case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Long:
-    case QMetaType::LongLong:
         return Family::Whole;
-    case QMetaType::ULong:
-    case QMetaType::ULongLong: // one that exceeds the signed range has no exact place among the whole ones
-        return value.toULongLong() <= Q_UINT64_C(0x7FFFFFFFFFFFFFFF) ? Family::Whole : Family::Real;
-    case QMetaType::Float:
-    case QMetaType::Double:
-        return Family::Real;
     case QMetaType::QString:
         return Family::Text;
     case QMetaType::QDateTime:
