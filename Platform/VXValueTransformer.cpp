@@ -34,14 +34,14 @@ QVariant VXValueTransformer::reverseTransformedValue(const QVariant &) const
     return {};
 }
 
-void VXValueTransformer::setValueTransformer(const QString &name, Ptr transformer)
+void VXValueTransformer::setValueTransformer(const QString &name, const Ptr &transformer)
 {
     Registry &registry = Registry::shared();
     Ptr earlier; // ends after the lock is let go
     const VXMutexLocker locker(registry.lock);
     earlier = registry.transformers.take(name);
     if (transformer)
-        registry.transformers.insert(name, std::move(transformer));
+        registry.transformers.insert(name, transformer);
 }
 
 VXValueTransformer::Ptr VXValueTransformer::valueTransformerForName(const QString &name)

@@ -29,7 +29,7 @@ public:
 
     /** Registers a transformer in place of an earlier one of that name, which lives on with those who hold it; null
      *  removes the name. */
-    static void setValueTransformer(const QString &name, Ptr transformer);
+    static void setValueTransformer(const QString &name, const Ptr &transformer);
     /** Null when there is none of that name. */
     [[nodiscard]] static Ptr valueTransformerForName(const QString &name);
     /** Sorted. */
