@@ -92,13 +92,21 @@ void VXPreferenceFile::setValues(const QVariantMap &values)
 QHash<QString, VXPreferenceFile::Change> VXPreferenceFile::pendingChanges() const
 {
     const VXMutexLocker lock(_lock);
-    return _changes;
+    QHash<QString, Change> changes = _changes;
+    changes.detach(); // a shared hash would be let go of without the lock, which Qt's own test for sharing does not see
+    return changes;
+}
+
+bool VXPreferenceFile::hasPendingChanges() const
+{
+    const VXMutexLocker lock(_lock);
+    return !_changes.isEmpty();
 }
 
 bool VXPreferenceFile::synchronize(QStringList *changedElsewhere, VXError *error)
 {
     const VXMutexLocker lock(_ioLock);
-    if (pendingChanges().isEmpty())
+    if (!hasPendingChanges())
         return reload(false, changedElsewhere, error);
     QDir().mkpath(QFileInfo(_path).path());
     const VXFileLock fileLock(lockPath());

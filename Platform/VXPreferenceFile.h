@@ -57,6 +57,7 @@ private:
     void adoptStored(QStringList *changedElsewhere) VX_REQUIRES(_ioLock);
     bool writeChanges(VXError *error) VX_REQUIRES(_ioLock);
     QHash<QString, Change> pendingChanges() const;
+    bool hasPendingChanges() const;
 
     const QString _path;
 
