@@ -76,17 +76,19 @@ TEST(VXMainThreadDeathTest, AWaitingThreadIsReleasedWhenTheApplicationEnds)
     EXPECT_EXIT(
         {
             std::atomic<bool> waiting{false};
-            std::thread worker([&waiting] {
+            std::atomic<int> status{1};
+            std::thread worker([&] {
                 VXMainThread::perform([] {});
                 waiting = true;
                 const bool ran = VXMainThread::performAndWait([] {});
                 const bool again = VXMainThread::performAndWait([] {});
-                std::exit(!ran && !again ? 7 : 1);
+                status = !ran && !again ? 7 : 1;
             });
             while (!waiting)
                 std::this_thread::yield();
             qApp->~QCoreApplication();
             worker.join();
+            std::_Exit(status); // the test program ends without its application object
         },
         testing::ExitedWithCode(7), "");
 }
