@@ -226,7 +226,7 @@ TEST_F(VXPluginManagerTest, DisablingAsksOncePerDependantRootAndUnloadsDependant
     manager().replyToPluginShouldUnload(true, u"top"_s); // the stack is empty: nothing comes of it
     EXPECT_TRUE(isLoaded(u"top"_s));
 
-    const qsizetype asked = qsizetype(user->alerts().size());
+    const auto asked = qsizetype(user->alerts().size());
     for (int root = 0; root < 3; ++root)
         user->answerAlert(VXAlertButton::Default);
     manager().disablePluginProxy(plugin(u"base"_s));

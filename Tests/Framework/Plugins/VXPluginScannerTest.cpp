@@ -5,7 +5,6 @@
 
 using namespace Qt::StringLiterals;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
 class VXPluginScannerTest : public VXHomeTest
 {

@@ -6,7 +6,6 @@
 #include <QtCore/QProcess>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
