@@ -1,23 +1,46 @@
 #include "VXFileLock.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <thread>
 #include <unistd.h>
 
-VXFileLock::VXFileLock(const QString &path)
+namespace {
+
+using namespace std::chrono_literals;
+
+// 0, or the error's number. The kernel has no wait of limited time for these locks: with a limit it is asked again.
+int lock(int descriptor, std::chrono::milliseconds timeout)
+{
+    const bool isLimited = timeout != std::chrono::milliseconds::max();
+    const QDeadlineTimer deadline = isLimited ? QDeadlineTimer(timeout) : QDeadlineTimer(QDeadlineTimer::Forever);
+    std::chrono::milliseconds pause = 1ms;
+    while (::flock(descriptor, isLimited ? LOCK_EX | LOCK_NB : LOCK_EX) != 0) {
+        if (errno == EINTR)
+            continue;
+        if (errno != EWOULDBLOCK || deadline.hasExpired())
+            return errno;
+        std::this_thread::sleep_for(std::min(pause, std::chrono::milliseconds(deadline.remainingTime())));
+        pause = std::min(2 * pause, std::chrono::milliseconds(20ms));
+    }
+    return 0;
+}
+
+} // namespace
+
+VXFileLock::VXFileLock(const QString &path, std::chrono::milliseconds timeout)
     : _descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
 {
-    int result = _descriptor;
-    while (result >= 0 && ::flock(_descriptor, LOCK_EX) != 0) {
-        if (errno != EINTR)
-            result = -1;
-    }
-    if (result >= 0)
+    const int problem = _descriptor < 0 ? errno : lock(_descriptor, timeout);
+    if (problem == 0)
         return;
-    _reason = qt_error_string(errno);
+    _isTimedOut = problem == EWOULDBLOCK;
+    _reason = qt_error_string(problem);
     if (_descriptor >= 0)
         ::close(_descriptor);
     _descriptor = -1;

@@ -4,8 +4,6 @@
 
 #include <QtCore/QMap>
 
-#include <utility>
-
 namespace {
 
 struct Registry

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "VXEntityDescription.h"
+#include "VXObjectStoreExport.h"
+#include "VXPredicate.h"
+#include "VXSortDescriptor.h"
+
+#include <QtCore/QList>
+#include <QtCore/QStringList>
+
+/** Which objects to fetch, and how. A value type; reentrant. */
+class VX_STORE_EXPORT VXFetchRequest
+{
+public:
+    explicit VXFetchRequest(const VXEntityDescription &entity) : _entity(&entity) {}
+    /** The entity's template of that name with its variables replaced. @return empty when there is none, it cannot be
+     * read or a variable is left. */
+    [[nodiscard]] static std::optional<VXFetchRequest> fromTemplate(const VXEntityDescription &entity,
+                                                                    const QString &name,
+                                                                    const QVariantMap &variables = {},
+                                                                    VXError *error = nullptr);
+
+    const VXEntityDescription &entity() const { return *_entity; }
+
+    VXPredicate predicate;
+    QList<VXSortDescriptor> sortDescriptors = {};
+    qsizetype limit = 0; // 0: all
+    qsizetype offset = 0;
+    /** Objects read from the store at once while the result is walked; 0: all at the start. */
+    qsizetype batchSize = 0;
+    bool includesSubentities = true;
+    /** Unsaved changes of the context take part. */
+    bool includesPendingChanges = true;
+    /** False: objects come as faults, and their values are read when they are asked for. */
+    bool includesPropertyValues = true;
+    /** Objects already in the context take the values of the store, unless they have unsaved changes. */
+    bool refreshesObjects = false;
+    /** Relationships whose objects are read along, with one more query each, not one for each object. */
+    QStringList prefetchedRelationships = {};
+
+private:
+    const VXEntityDescription *_entity;
+};

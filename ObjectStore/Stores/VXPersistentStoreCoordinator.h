@@ -1,0 +1,58 @@
+#pragma once
+
+#include "VXManagedObjectModel.h"
+#include "VXMutex.h"
+#include "VXPersistentStore.h"
+
+#include <QtCore/QUrl>
+
+#include <memory>
+
+/**
+ * Several stores over one model, used by any number of contexts as if they were one. Lives as long as a context or its
+ * owner holds it. Any thread may call.
+ */
+class VX_STORE_EXPORT VXPersistentStoreCoordinator : public std::enable_shared_from_this<VXPersistentStoreCoordinator>
+{
+public:
+    using Ptr = std::shared_ptr<VXPersistentStoreCoordinator>;
+    using StorePtr = std::shared_ptr<VXPersistentStore>;
+
+    /** Null without a model. */
+    [[nodiscard]] static Ptr coordinatorWithModel(const VXManagedObjectModel::Ptr &model);
+
+    const VXManagedObjectModel &model() const { return *_model; }
+    const VXManagedObjectModel::Ptr &modelPtr() const { return _model; }
+
+    /** Opens or creates a store and attaches it. `path` is null for one in memory. @return null on failure. */
+    StorePtr addPersistentStore(VXStoreType type, const QString &path, const VXStoreOptions &options = {},
+                                VXError *error = nullptr);
+    /** Lets go of a store; objects of it can no longer be read or saved. */
+    bool removePersistentStore(const StorePtr &store, VXError *error = nullptr);
+    /** In the order they were attached. */
+    QList<StorePtr> persistentStores() const;
+    /** Null when none of the attached ones lies there, or has that identity. */
+    StorePtr persistentStoreForPath(const QString &path) const;
+    StorePtr persistentStoreForIdentity(const VXStoreIdentity &identity) const;
+
+    /** Null when the URI is none of an attached store, or of no entity of the model. The object need not exist. */
+    VXManagedObjectID objectIDForURIRepresentation(const QUrl &uri) const;
+
+    /** The metadata of a store that is not attached. @return empty on failure. */
+    [[nodiscard]] static QVariantMap metadataForPersistentStore(VXStoreType type, const QString &path,
+                                                                VXError *error = nullptr);
+
+    /**
+     * Saves to every store that is concerned, all or nothing: first all carry out their part, then all commit.
+     * Conflicts are gathered from all.
+     */
+    bool save(const QHash<const VXStoreIdentity *, VXSaveRequest> &requests, QList<VXRowConflict> *conflicts,
+              VXError *error);
+
+private:
+    explicit VXPersistentStoreCoordinator(const VXManagedObjectModel::Ptr &model);
+
+    const VXManagedObjectModel::Ptr _model;
+    mutable VXMutex _lock;
+    QList<StorePtr> _stores VX_GUARDED_BY(_lock);
+};

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "VXPersistentStore.h"
+#include "VXRowTables.h"
+
+#include <mutex>
+
+/** A store that holds its rows in memory; by itself one without a data file. Readers never wait for a save. */
+class VXRowTableStore : public VXPersistentStore
+{
+public:
+    explicit VXRowTableStore(const VXManagedObjectModel::Ptr &model);
+
+    bool open(VXError *error) override;
+    bool fetch(const VXFetchRequest &request, bool needsRows, const std::function<void(VXFetchedRow)> &sink,
+               bool *isExact, VXError *error) override;
+    std::optional<qint64> count(const VXFetchRequest &request, VXError *error) override;
+    VXStoreRow::Ptr row(const VXManagedObjectID &objectID, VXError *error) override;
+    bool related(const QList<VXManagedObjectID> &sources, const VXRelationshipDescription &relationship,
+                 const std::function<void(const VXManagedObjectID &source, const VXManagedObjectID &target)> &sink,
+                 VXError *error) override;
+    std::optional<qint64> reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error) override;
+    std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
+                                             VXError *error) override;
+    QStringList check() override;
+
+protected:
+    /** Of the one save at a time; on the thread that began it. */
+    using WriterTurn = std::unique_lock<VXMutex>;
+
+    VXRowTableStore(VXStoreType type, const QString &path, const VXManagedObjectModel::Ptr &model);
+
+    /** Called before anything is read: takes over what other processes wrote. */
+    virtual bool refresh(VXError *error);
+    /** The rest of a save once its turn has come. */
+    virtual std::unique_ptr<VXStoreTransaction> saveInTurn(WriterTurn turn, const VXSaveRequest &request,
+                                                           QList<VXRowConflict> *conflicts, VXError *error);
+    /** False, with the conflicts or the error, when the save cannot be carried out. */
+    bool canSave(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const;
+
+    WriterTurn waitForTurn();
+    VXRowTables tables() const;
+    void setTables(const VXRowTables &tables);
+    /** The first of `count` numbers above all that were given out, here and, up to `highest`, elsewhere. */
+    qint64 takeNumbers(const VXEntityDescription &root, qint64 count, qint64 highest = 0);
+
+private:
+    class Transaction;
+
+    VXMutex _writing; // guards nothing: who holds it may save
+    mutable VXMutex _lock;
+    VXRowTables _tables VX_GUARDED_BY(_lock);
+};

@@ -1,0 +1,206 @@
+#include "VXSQLPredicate.h"
+
+#include "VXNone.h"
+
+#include <QtCore/QDateTime>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+using Operator = VXPredicate::Operator;
+
+namespace {
+
+constexpr qsizetype maximumMarkCount = 16; // more whole numbers than that come as one parameter
+
+constexpr qsizetype maximumPartCount = 200;
+
+const QString never = u"0"_s;
+
+bool isNotANumber(const QVariant &value)
+{
+    return (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float) && std::isnan(value.toDouble());
+}
+
+std::optional<qint64> wholeNumber(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::QDateTime)
+        return value.toDateTime().toMSecsSinceEpoch();
+    if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float ||
+        value.typeId() == QMetaType::ULongLong || value.typeId() == QMetaType::ULong)
+        return std::nullopt;
+    return value.canConvert<qlonglong>() ? std::optional<qint64>(value.toLongLong()) : std::nullopt;
+}
+
+} // namespace
+
+QString VXSQLPredicate::holds(const Scalar &left, Operator comparison, const Operand &right, VXTextOptions options,
+                              bool mayBeNone)
+{
+    switch (comparison) {
+    case Operator::Equal:
+        return equal(left, scalar(right), options, mayBeNone);
+    case Operator::NotEqual: {
+        const QString differs = u"(%1 IS NOT TRUE)"_s.arg(equal(left, scalar(right), options, mayBeNone));
+        return mayBeNone ? differs : u"(%1 IS NOT NULL AND %2)"_s.arg(sql(left), differs);
+    }
+    case Operator::Less:
+        return ordered(left, "<"_L1, scalar(right), options);
+    case Operator::LessOrEqual:
+        return ordered(left, "<="_L1, scalar(right), options);
+    case Operator::Greater:
+        return ordered(left, ">"_L1, scalar(right), options);
+    case Operator::GreaterOrEqual:
+        return ordered(left, ">="_L1, scalar(right), options);
+    case Operator::Between:
+        return between(left, right, options);
+    case Operator::In:
+        if (right.shape == Operand::Shape::List)
+            return oneOf(left, right.elements, options, mayBeNone);
+        return texts("VX_CONTAINS"_L1, scalar(right), left, options);
+    case Operator::Contains:
+        return texts("VX_CONTAINS"_L1, left, scalar(right), options);
+    case Operator::BeginsWith:
+        return texts("VX_BEGINSWITH"_L1, left, scalar(right), options);
+    case Operator::EndsWith:
+        return texts("VX_ENDSWITH"_L1, left, scalar(right), options);
+    case Operator::Like:
+        return texts("VX_LIKE"_L1, left, scalar(right), options);
+    case Operator::Matches:
+        return texts("VX_MATCHES"_L1, left, scalar(right), options);
+    }
+    throw Unsupported{};
+}
+
+QString VXSQLPredicate::equal(const Scalar &left, const Scalar &right, VXTextOptions options, bool mayBeNone)
+{
+    if (left.family == Family::None && right.family != Family::None)
+        return equal(right, left, options, mayBeNone);
+    if (right.family == Family::None) {
+        if (left.family == Family::None)
+            return mayBeNone ? u"1"_s : never;
+        return mayBeNone ? sql(left) + " IS NULL"_L1 : never;
+    }
+    // Property lists are compared as values, and objects of other kinds by what they are: not by what a column holds.
+    if ((left.family == Family::Other && !(left.isConstant && right.family != Family::Object)) ||
+        (right.family == Family::Other && !(right.isConstant && left.family != Family::Object)))
+        throw Unsupported{};
+    const bool isFixed = left.isConstant || right.isConstant;
+    if (left.family != right.family || left.root != right.root)
+        return mayBeNone && !isFixed ? u"(%1 IS NULL AND %2 IS NULL)"_s.arg(sql(left), sql(right)) : never;
+    if (isNotANumber(left.constant) || isNotANumber(right.constant) ||
+        (isFixed && left.family == Family::Object && left.root == nullptr))
+        return never;
+    const Scalar a = folded(left, options);
+    const Scalar b = folded(right, options);
+    if (isFixed || !mayBeNone)
+        return a.isReal && b.isReal ? u"(%1 = %2 AND %1 <= 9e999)"_s.arg(sql(a), sql(b)) : sql(a) + " = "_L1 + sql(b);
+    const QString same = sql(a) + " IS "_L1 + sql(b);
+    return a.isReal && b.isReal ? u"(%1 AND (%2 IS NULL OR %2 <= 9e999))"_s.arg(same, sql(a)) : same;
+}
+
+QString VXSQLPredicate::ordered(const Scalar &left, QLatin1StringView mark, const Scalar &right, VXTextOptions options)
+{
+    if ((left.family == Family::Other && !left.isConstant) || (right.family == Family::Other && !right.isConstant))
+        throw Unsupported{};
+    if (left.family != right.family || left.family == Family::None || left.family == Family::Object ||
+        left.family == Family::Other || isNotANumber(left.constant) || isNotANumber(right.constant))
+        return never;
+    const Scalar a = folded(left, options);
+    const Scalar b = folded(right, options);
+    QString condition = sql(a) + u' ' + mark + u' ' + sql(b);
+    if (a.family == Family::Text)
+        return u'(' + condition + " COLLATE VXTEXT)"_L1;
+    // Data, as which "not a number" is kept, comes behind all numbers.
+    const Scalar &greater = mark.startsWith(u'<') ? b : a;
+    return greater.isReal ? u"(%1 AND %2 <= 9e999)"_s.arg(condition, sql(greater)) : condition;
+}
+
+QString VXSQLPredicate::oneOf(const Scalar &left, const QList<VXExpression> &elements, VXTextOptions options,
+                              bool mayBeNone)
+{
+    QVariantList constants;
+    QStringList parts;
+    for (const VXExpression &element : elements) {
+        if (element.kind() == VXExpression::Kind::Constant && !VXIsNone(element.value()) && !left.isConstant &&
+            left.family != Family::Other)
+            constants.append(element.value());
+        else
+            parts.append(equal(left, scalar(operand(element)), options, mayBeNone));
+    }
+    if (!constants.isEmpty())
+        parts.append(oneOfConstants(left, constants, options));
+    if (parts.size() > maximumPartCount)
+        throw Unsupported{};
+    return parts.isEmpty() ? never : u'(' + parts.join(" OR "_L1) + u')';
+}
+
+QString VXSQLPredicate::oneOfConstants(const Scalar &left, const QVariantList &constants, VXTextOptions options)
+{
+    QVariantList fitting;
+    QStringList numbers;
+    for (const QVariant &value : constants) {
+        const Scalar element = folded(constant(value), options);
+        if (element.family == Family::Other && left.family == Family::Object)
+            throw Unsupported{};
+        if (element.family != left.family || element.root != left.root || isNotANumber(value))
+            continue;
+        fitting.append(element.constant);
+        if (const std::optional<qint64> number = wholeNumber(element.constant))
+            numbers.append(QString::number(*number));
+    }
+    const QString subject = sql(folded(left, options));
+    if (fitting.isEmpty())
+        return never;
+    if (left.family != Family::Text && fitting.size() > maximumMarkCount && numbers.size() == fitting.size())
+        return u"%1 IN (SELECT value FROM json_each(%2))"_s.arg(subject, parameter(u'[' + numbers.join(u',') + u']'));
+    QStringList marks;
+    for (const QVariant &value : std::as_const(fitting))
+        marks.append(parameter(value));
+    return u"%1 IN (%2)"_s.arg(subject, marks.join(", "_L1));
+}
+
+QString VXSQLPredicate::between(const Scalar &left, const Operand &bounds, VXTextOptions options)
+{
+    if (bounds.shape == Operand::Shape::Path)
+        throw Unsupported{};
+    if (bounds.shape != Operand::Shape::List || bounds.elements.size() != 2)
+        return never;
+    return u"(%1 AND %2)"_s.arg(ordered(left, ">="_L1, scalar(operand(bounds.elements[0])), options),
+                                ordered(left, "<="_L1, scalar(operand(bounds.elements[1])), options));
+}
+
+// One of the elements is equal. None among them is an element too, which is why the value looked for must not be none.
+QString VXSQLPredicate::contains(const Path &path, const Operand &element, VXTextOptions options)
+{
+    const bool isSelf = element.shape == Operand::Shape::Path && element.path.steps.isEmpty() &&
+                        element.path.end == nullptr && element.path.counted == nullptr;
+    const bool isValue = element.shape == Operand::Shape::Constant && element.scalar.family != Family::None;
+    if (path.collectionCount != 1 || !(isSelf || isValue))
+        throw Unsupported{};
+    const Scalar wanted = scalar(element);
+    return some(path, [&](const Scalar &each) { return equal(each, wanted, options, false); });
+}
+
+QString VXSQLPredicate::texts(QLatin1StringView function, const Scalar &text, const Scalar &part, VXTextOptions options)
+{
+    if ((text.family == Family::Other && !text.isConstant) || (part.family == Family::Other && !part.isConstant))
+        throw Unsupported{};
+    if (text.family != Family::Text || part.family != Family::Text)
+        return never;
+    return u"%1(%2, %3, %4)"_s.arg(function, sql(text), sql(part)).arg(int(options.toInt()));
+}
+
+VXSQLPredicate::Scalar VXSQLPredicate::folded(const Scalar &scalar, VXTextOptions options)
+{
+    Scalar made = scalar;
+    if (!options || scalar.family != Family::Text)
+        return made;
+    if (scalar.isConstant)
+        made.constant = VXFoldedText(scalar.constant.toString(), options);
+    else
+        made.sql = u"VX_FOLD(%1, %2)"_s.arg(scalar.sql).arg(int(options.toInt()));
+    return made;
+}

@@ -1,0 +1,189 @@
+#include "VXSQLiteConnection.h"
+
+#include "VXObjectStoreError.h"
+#include "VXSQLiteFunctions.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QUrl>
+
+#include <sqlite3.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype maximumStatements = 200; // then those of long ago give way, with all others
+
+VXObjectStoreErrorCode codeOf(int status)
+{
+    switch (status & 0xFF) {
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+    case SQLITE_ERROR: // the SQL is ours: what it names is missing
+        return VXObjectStoreErrorCode::FileCorrupt;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return VXObjectStoreErrorCode::StoreTimedOut;
+    case SQLITE_FULL:
+        return VXObjectStoreErrorCode::FileOutOfSpace;
+    case SQLITE_READONLY:
+    case SQLITE_CONSTRAINT:
+        return VXObjectStoreErrorCode::FileWrite;
+    case SQLITE_IOERR:
+        return status == SQLITE_IOERR_READ || status == SQLITE_IOERR_SHORT_READ ? VXObjectStoreErrorCode::FileRead
+                                                                                : VXObjectStoreErrorCode::FileWrite;
+    default:
+        return VXObjectStoreErrorCode::FileRead;
+    }
+}
+
+QString descriptionOf(VXObjectStoreErrorCode code)
+{
+    switch (code) {
+    case VXObjectStoreErrorCode::FileCorrupt:
+        return u"The store is damaged, or no store at all."_s;
+    case VXObjectStoreErrorCode::StoreTimedOut:
+        return u"The store is in use by another process."_s;
+    case VXObjectStoreErrorCode::FileOutOfSpace:
+        return u"There is no room left to save to the store."_s;
+    case VXObjectStoreErrorCode::FileWrite:
+        return u"The store could not be written."_s;
+    default:
+        return u"The store could not be read."_s;
+    }
+}
+
+VXError errorOf(sqlite3 *database, int status, const QString &path)
+{
+    const VXObjectStoreErrorCode code = codeOf(status);
+    const QString reason = database == nullptr ? u"out of memory"_s : QString::fromUtf8(sqlite3_errmsg(database));
+    return VXObjectStoreError(code, descriptionOf(code), u"SQLite: %1 (%2)."_s.arg(reason).arg(status), path);
+}
+
+} // namespace
+
+VXSQLiteConnection::VXSQLiteConnection(sqlite3 *database, const QString &path, std::atomic<qint64> *executions)
+    : _database(database), _path(path), _executions(executions)
+{
+}
+
+VXSQLiteConnection::~VXSQLiteConnection()
+{
+    _statements.clear();
+    sqlite3_close(_database);
+}
+
+std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path, Access access,
+                                                             std::chrono::milliseconds busyTimeout,
+                                                             std::atomic<qint64> *executions, VXError *error)
+{
+    // An absolute path, so that no name has a meaning of its own to SQLite.
+    QByteArray name = QFileInfo(path).absoluteFilePath().toUtf8();
+    int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+    if (access == Access::Create || access == Access::Write)
+        flags |= SQLITE_OPEN_READWRITE;
+    else
+        flags |= SQLITE_OPEN_READONLY;
+    if (access == Access::Create)
+        flags |= SQLITE_OPEN_CREATE;
+    if (access == Access::Immutable) {
+        flags |= SQLITE_OPEN_URI;
+        name = "file://" + QUrl::toPercentEncoding(QString::fromUtf8(name), "/") + "?immutable=1";
+    }
+    sqlite3 *database = nullptr;
+    const int status = sqlite3_open_v2(name.constData(), &database, flags, nullptr);
+    if (status != SQLITE_OK) {
+        VXSetError(error, errorOf(database, status, path));
+        sqlite3_close(database);
+        return nullptr;
+    }
+    std::unique_ptr<VXSQLiteConnection> connection(new VXSQLiteConnection(database, path, executions));
+    sqlite3_busy_timeout(database, int(busyTimeout.count()));
+    connection->protect();
+    VXRegisterSQLiteFunctions(database);
+    return connection;
+}
+
+// Nothing that a file brings along is run, and no damage in it is taken on trust. What has to be set for each connection,
+// not once for a file, is set here.
+void VXSQLiteConnection::protect()
+{
+    sqlite3_db_config(_database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(_database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(_database, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+    sqlite3_db_config(_database, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    sqlite3_exec(_database, "PRAGMA cell_size_check = ON; PRAGMA temp_store = MEMORY; PRAGMA cache_size = -16384",
+                 nullptr, nullptr, nullptr);
+}
+
+std::shared_ptr<sqlite3_stmt> VXSQLiteConnection::prepare(const QString &sql, bool isKept, VXError *error)
+{
+    sqlite3_stmt *prepared = nullptr;
+    const int status = sqlite3_prepare16_v3(_database, sql.utf16(), int(qsizetype(sizeof(QChar)) * sql.size()),
+                                            isKept ? SQLITE_PREPARE_PERSISTENT : 0U, &prepared, nullptr);
+    if (status != SQLITE_OK) {
+        VXSetError(error, errorOf(_database, status, _path));
+        return nullptr;
+    }
+    return {prepared, sqlite3_finalize};
+}
+
+VXSQLiteStatement VXSQLiteConnection::statement(const QString &sql, VXError *error)
+{
+    const auto found = _statements.constFind(sql);
+    if (found != _statements.cend())
+        return {*found, _executions};
+    if (_statements.size() >= maximumStatements)
+        _statements.clear(); // those that are borrowed live on
+    const std::shared_ptr<sqlite3_stmt> prepared = prepare(sql, true, error);
+    if (prepared)
+        _statements.insert(sql, prepared);
+    return {prepared, _executions};
+}
+
+bool VXSQLiteConnection::execute(const QString &sql, VXError *error)
+{
+    VXSQLiteStatement statement(prepare(sql, false, error), _executions);
+    if (!statement)
+        return false;
+    const bool isDone = statement.run();
+    if (!isDone)
+        VXSetError(error, lastError());
+    return isDone;
+}
+
+QString VXSQLiteConnection::textOf(const QString &sql, VXError *error)
+{
+    VXSQLiteStatement statement(prepare(sql, false, error), _executions);
+    if (!statement)
+        return {};
+    const VXSQLiteStatement::Step at = statement.step();
+    if (at == VXSQLiteStatement::Step::Failed)
+        VXSetError(error, lastError());
+    return at == VXSQLiteStatement::Step::Row ? statement.text(0) : QString();
+}
+
+int VXSQLiteConnection::changes() const
+{
+    return sqlite3_changes(_database);
+}
+
+bool VXSQLiteConnection::isInTransaction() const
+{
+    return sqlite3_get_autocommit(_database) == 0;
+}
+
+bool VXSQLiteConnection::isReadOnly() const
+{
+    return sqlite3_db_readonly(_database, "main") == 1;
+}
+
+bool VXSQLiteConnection::isConstraintViolated() const
+{
+    return (sqlite3_errcode(_database) & 0xFF) == SQLITE_CONSTRAINT;
+}
+
+VXError VXSQLiteConnection::lastError() const
+{
+    return errorOf(_database, sqlite3_extended_errcode(_database), _path);
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXSQLiteStatement.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QString>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+
+struct sqlite3;
+
+/** A connection to an SQLite file, with its prepared statements. For one thread at a time. */
+class VXSQLiteConnection
+{
+public:
+    enum class Access {
+        Create,    // the file may be missing
+        Write,     // the file must be there
+        Read,      // of a file that others may write
+        Immutable, // of a file that nobody writes and in whose folder nothing can be made
+    };
+
+    /** `executions`, if given, counts executed statements and outlives the connection. @return null on failure. */
+    static std::unique_ptr<VXSQLiteConnection> open(const QString &path, Access access,
+                                                    std::chrono::milliseconds busyTimeout,
+                                                    std::atomic<qint64> *executions, VXError *error);
+    ~VXSQLiteConnection();
+    VXSQLiteConnection(const VXSQLiteConnection &) = delete;
+    VXSQLiteConnection &operator=(const VXSQLiteConnection &) = delete;
+
+    /** Prepared when it is first asked for. To be borrowed once at a time. False on failure. */
+    [[nodiscard]] VXSQLiteStatement statement(const QString &sql, VXError *error);
+    /** Prepares and runs a statement without values. */
+    bool execute(const QString &sql, VXError *error);
+    /** The first column of the first row; null without one or on failure. */
+    QString textOf(const QString &sql, VXError *error);
+
+    /** How many rows the last INSERT, UPDATE or DELETE concerned. */
+    int changes() const;
+    bool isInTransaction() const;
+    /** Also when writing was asked for and the file does not allow it. */
+    bool isReadOnly() const;
+    /** Whether the last failure was that a row is there already. */
+    bool isConstraintViolated() const;
+    /** The last failure, as what kept an object store from working. */
+    VXError lastError() const;
+
+private:
+    VXSQLiteConnection(sqlite3 *database, const QString &path, std::atomic<qint64> *executions);
+    std::shared_ptr<sqlite3_stmt> prepare(const QString &sql, bool isKept, VXError *error);
+    void protect();
+
+    sqlite3 *const _database; // owned
+    const QString _path;
+    std::atomic<qint64> *const _executions;
+    QHash<QString, std::shared_ptr<sqlite3_stmt>> _statements;
+};

@@ -1,0 +1,35 @@
+#include "VXSQLiteConnectionPool.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr size_t maximumIdle = 8;
+
+} // namespace
+
+VXSQLiteConnectionPool::Lease VXSQLiteConnectionPool::borrow(VXError *error)
+{
+    {
+        const VXMutexLocker lock(_lock);
+        if (!_idle.empty()) {
+            Lease lease(_idle.back().release(), Return{this});
+            _idle.pop_back();
+            return lease;
+        }
+    }
+    std::unique_ptr<VXSQLiteConnection> made =
+        VXSQLiteConnection::open(_path, _access, _busyTimeout, _executions, error);
+    // What is written through these need not outlast a power cut by itself: see VXSQLiteStore::reserveNumbers.
+    if (made && !made->execute(u"PRAGMA synchronous = NORMAL"_s, error))
+        made.reset();
+    return {made.release(), Return{this}};
+}
+
+void VXSQLiteConnectionPool::giveBack(VXSQLiteConnection *connection)
+{
+    std::unique_ptr<VXSQLiteConnection> returned(connection); // closed without the lock
+    const VXMutexLocker lock(_lock);
+    if (_idle.size() < maximumIdle)
+        _idle.push_back(std::move(returned));
+}

@@ -1,0 +1,224 @@
+#include "VXSQLiteFile.h"
+
+#include "VXObjectStoreError.h"
+#include "VXPropertyList.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QtEndian>
+
+#include <algorithm>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+using Access = VXSQLiteConnection::Access;
+using Code = VXObjectStoreErrorCode;
+using Step = VXSQLiteStatement::Step;
+
+namespace {
+
+// "The Database Header" of the SQLite file format, https://www.sqlite.org/fileformat2.html
+constexpr qsizetype headerSize = 100;
+constexpr qsizetype userVersionOffset = 60;
+constexpr qsizetype applicationIDOffset = 68;
+
+constexpr qint64 maximumEntityNumber = 100000;
+
+bool fail(Code code, const QString &description, const QString &reason, const QString &path, VXError *error)
+{
+    VXSetError(error, VXObjectStoreError(code, description, reason, path));
+    return false;
+}
+
+bool isForeign(const QString &reason, const QString &path, VXError *error)
+{
+    return fail(Code::FileCorrupt, u"The store is damaged, or no store at all."_s, reason, path, error);
+}
+
+// The header is that of a store from its first transaction on.
+bool hasHeader(const QString &path, VXError *error)
+{
+    QFile file(path);
+    if (QFileInfo(path).isDir() || !file.open(QIODevice::ReadOnly))
+        return fail(Code::FileRead, u"The store cannot be read."_s,
+                    QFileInfo(path).isDir() ? u"It is a folder."_s : file.errorString(), path, error);
+    const QByteArray header = file.read(headerSize);
+    if (!header.startsWith("SQLite format 3") || header.size() < headerSize)
+        return isForeign(u"It does not begin as an SQLite file."_s, path, error);
+    if (qFromBigEndian<qint32>(header.constData() + applicationIDOffset) != VXSQLiteSchema::applicationID)
+        return isForeign(u"The SQLite file belongs to another program."_s, path, error);
+    if (qFromBigEndian<qint32>(header.constData() + userVersionOffset) > VXSQLiteSchema::formatVersion)
+        return fail(Code::IncompatibleStoreType, u"The store cannot be read."_s,
+                    u"It was written by a later version of this software."_s, path, error);
+    return true;
+}
+
+bool isFolderWritable(const QString &path)
+{
+    return ::faccessat(AT_FDCWD, QFile::encodeName(QFileInfo(path).path()).constData(), W_OK, AT_EACCESS) == 0;
+}
+
+bool readExisting(VXSQLiteConnection &connection, VXSQLiteSchema::Existing &existing, VXError *error)
+{
+    VXSQLiteStatement rows =
+        connection.statement(u"SELECT m.type = 'index', m.name, p.name FROM sqlite_master m "
+                             "LEFT JOIN pragma_table_info(m.name) p WHERE m.type IN ('table', 'index')"_s,
+                             error);
+    if (!rows)
+        return false;
+    Step at = rows.step();
+    for (; at == Step::Row; at = rows.step()) {
+        if (rows.number(0) != 0)
+            existing.indexes.insert(rows.text(1));
+        else
+            existing.columns[rows.text(1)].insert(rows.text(2));
+    }
+    if (at == Step::Failed)
+        VXSetError(error, connection.lastError());
+    return at == Step::Done;
+}
+
+bool readMetadata(VXSQLiteConnection &connection, QVariantMap &metadata, VXError *error)
+{
+    VXSQLiteStatement rows = connection.statement(u"SELECT Z_KEY, Z_VALUE FROM Z_METADATA"_s, error);
+    if (!rows)
+        return false;
+    Step at = rows.step();
+    for (; at == Step::Row; at = rows.step()) {
+        const QVariant value = VXPropertyList::fromData(rows.data(1), error);
+        if (!value.isValid())
+            return false;
+        metadata.insert(rows.text(0), value);
+    }
+    if (at == Step::Failed)
+        VXSetError(error, connection.lastError());
+    return at == Step::Done;
+}
+
+bool readEntities(VXSQLiteConnection &connection, QMap<QString, int> &numbers, VXError *error)
+{
+    VXSQLiteStatement rows = connection.statement(u"SELECT Z_ENT, Z_NAME FROM Z_ENTITY"_s, error);
+    if (!rows)
+        return false;
+    Step at = rows.step();
+    for (; at == Step::Row; at = rows.step()) {
+        if (rows.number(0) < 1 || rows.number(0) > maximumEntityNumber) {
+            VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileCorrupt,
+                                                     u"The number of an entity is out of range."_s));
+            return false;
+        }
+        numbers.insert(rows.text(1), int(rows.number(0)));
+    }
+    if (at == Step::Failed)
+        VXSetError(error, connection.lastError());
+    return at == Step::Done;
+}
+
+bool addEntities(VXSQLiteConnection &connection, const VXManagedObjectModel &model, QMap<QString, int> &numbers,
+                 VXError *error)
+{
+    VXSQLiteStatement insertion =
+        connection.statement(u"INSERT INTO Z_ENTITY (Z_ENT, Z_NAME) VALUES (?1, ?2)"_s, error);
+    if (!insertion)
+        return false;
+    int highest = numbers.isEmpty() ? 0 : *std::max_element(numbers.cbegin(), numbers.cend());
+    for (const VXEntityDescription *const entity : model.entities()) {
+        if (numbers.contains(entity->name()))
+            continue;
+        numbers.insert(entity->name(), ++highest);
+        insertion.bindNumber(1, highest);
+        insertion.bindText(2, entity->name());
+        if (!insertion.run()) {
+            VXSetError(error, connection.lastError());
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool VXSQLiteFile::isMissing(const QString &path)
+{
+    const QFileInfo file(path);
+    return !file.exists() || (file.isFile() && file.size() == 0);
+}
+
+std::unique_ptr<VXSQLiteConnection> VXSQLiteFile::openForReading(const QString &path,
+                                                                 std::chrono::milliseconds busyTimeout,
+                                                                 std::atomic<qint64> *executions, VXError *error)
+{
+    if (!hasHeader(path, error))
+        return nullptr;
+    // A file that no log belongs to is read without anything being made beside it.
+    Access access = QFile::exists(path + "-wal"_L1) ? accessForReaders(path) : Access::Immutable;
+    if (QFileInfo(path + "-journal"_L1).size() > 0)
+        access = Access::Write; // what was cut short is undone first
+    return VXSQLiteConnection::open(path, access, busyTimeout, executions, error);
+}
+
+VXSQLiteConnection::Access VXSQLiteFile::accessForReaders(const QString &path)
+{
+    const bool isLogEmpty = QFileInfo(path + "-wal"_L1).size() == 0;
+    return isLogEmpty && !isFolderWritable(path) ? Access::Immutable : Access::Read;
+}
+
+std::optional<VXSQLiteFile::Contents> VXSQLiteFile::read(VXSQLiteConnection &connection, const QString &path,
+                                                         VXError *error)
+{
+    Contents contents;
+    if (!readExisting(connection, contents.existing, error))
+        return std::nullopt;
+    contents.isNew = contents.existing.columns.isEmpty();
+    if (contents.isNew)
+        return contents;
+    VXError problem;
+    if (readMetadata(connection, contents.metadata, &problem) &&
+        readEntities(connection, contents.entityNumbers, &problem))
+        return contents;
+    VXSetError(error, problem.filePath().isNull()
+                          ? VXObjectStoreError(Code::FileCorrupt, u"The store is damaged, or no store at all."_s,
+                                               problem.description(), path)
+                          : problem);
+    return std::nullopt;
+}
+
+bool VXSQLiteFile::writeMetadata(VXSQLiteConnection &connection, const QVariantMap &metadata, VXError *error)
+{
+    if (!connection.execute(u"DELETE FROM Z_METADATA"_s, error))
+        return false;
+    VXSQLiteStatement insertion =
+        connection.statement(u"INSERT INTO Z_METADATA (Z_KEY, Z_VALUE) VALUES (?1, ?2)"_s, error);
+    if (!insertion)
+        return false;
+    for (auto entry = metadata.cbegin(); entry != metadata.cend(); ++entry) {
+        const QByteArray value = VXPropertyList::toData(*entry, VXPropertyList::Format::Binary, error);
+        if (value.isNull())
+            return false;
+        insertion.bindText(1, entry.key());
+        insertion.bindData(2, value);
+        if (!insertion.run()) {
+            VXSetError(error, connection.lastError());
+            return false;
+        }
+    }
+    return true;
+}
+
+bool VXSQLiteFile::extend(VXSQLiteConnection &connection, const VXSQLiteSchema &schema,
+                          const VXManagedObjectModel &model, Contents &contents, VXError *error)
+{
+    if (contents.isNew &&
+        !(connection.execute(u"PRAGMA application_id = %1"_s.arg(VXSQLiteSchema::applicationID), error) &&
+          connection.execute(u"PRAGMA user_version = %1"_s.arg(VXSQLiteSchema::formatVersion), error)))
+        return false;
+    const VXSQLiteSchema::Additions additions = schema.additions(contents.existing);
+    for (const QString &statement : additions.tables + additions.indexes) {
+        if (!connection.execute(statement, error))
+            return false;
+    }
+    return addEntities(connection, model, contents.entityNumbers, error);
+}

@@ -1,0 +1,220 @@
+#include "VXSQLiteRowLayout.h"
+
+#include "VXPropertyList.h"
+
+#include <QtCore/QDateTime>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int firstValueColumn = 3; // behind Z_PK, Z_ENT and Z_OPT
+
+} // namespace
+
+VXSQLiteRowLayout::VXSQLiteRowLayout(const VXEntityDescription &entity, const VXSQLiteSchema &schema)
+    : _entity(entity), _schema(schema), _cells(size_t(entity.model().entities().size())),
+      _byProperty(size_t(entity.properties().size())), _identityColumns(u"t0.Z_PK, t0.Z_ENT"_s),
+      _rowColumns(u"t0.Z_PK, t0.Z_ENT, t0.Z_OPT"_s)
+{
+    QHash<const VXPropertyDescription *, Cell> placed; // properties are shared by those who inherit them
+    int column = firstValueColumn;
+    for (const VXEntityDescription *const each : entity.family()) {
+        std::vector<Cell> &cells = _cells[size_t(each->number())];
+        for (const VXPropertyDescription *const property : each->properties()) {
+            if (!VXSQLiteSchema::hasColumn(*property))
+                continue;
+            if (!placed.contains(property))
+                placed.insert(property, place(*property, &column));
+            cells.push_back(placed.value(property));
+        }
+    }
+    _rowQuery = u"SELECT %1 FROM %2 t0 WHERE t0.Z_PK = ?1"_s.arg(_rowColumns, VXSQLiteSchema::table(entity));
+    QString columns = u"Z_PK, Z_ENT, Z_OPT"_s;
+    QString marks = u"?1, ?2, ?3"_s;
+    for (const Cell &cell : _cells[size_t(entity.number())]) {
+        const int index = cell.property->index();
+        _byProperty[size_t(index)] = cell;
+        _storedProperties.append(index);
+    }
+    int parameter = firstValueColumn;
+    for (const int index : std::as_const(_storedProperties)) {
+        for (const QString &name : columnsOf(_byProperty[size_t(index)])) {
+            columns += ", "_L1 + name;
+            marks += u", ?%1"_s.arg(++parameter);
+        }
+    }
+    _insertion = u"INSERT INTO %1 (%2) VALUES (%3)"_s.arg(VXSQLiteSchema::table(entity), columns, marks);
+}
+
+VXSQLiteRowLayout::Cell VXSQLiteRowLayout::place(const VXPropertyDescription &property, int *column)
+{
+    Cell cell{.property = &property, .relationship = property.asRelationship()};
+    if (const VXAttributeDescription *const attribute = property.asAttribute())
+        cell.type = attribute->type();
+    cell.column = (*column)++;
+    const QStringList names = columnsOf(cell);
+    if (names.size() > 1)
+        cell.entityColumn = (*column)++;
+    for (const QString &name : names)
+        _rowColumns += ", t0."_L1 + name;
+    return cell;
+}
+
+// The column of the value and, of some relationships, that of the entity.
+QStringList VXSQLiteRowLayout::columnsOf(const Cell &cell)
+{
+    QStringList names{VXSQLiteSchema::column(*cell.property)};
+    const QString entityColumn =
+        cell.relationship == nullptr ? QString() : VXSQLiteSchema::entityColumn(*cell.relationship);
+    if (!entityColumn.isNull())
+        names.append(entityColumn);
+    return names;
+}
+
+VXManagedObjectID VXSQLiteRowLayout::readID(const VXSQLiteStatement &statement, const VXStoreIdentity &store) const
+{
+    const VXEntityDescription *const entity = _schema.entityWithNumber(statement.number(1));
+    if (entity == nullptr || !entity->isKindOfEntity(_entity))
+        return {};
+    return {*entity, store, statement.number(0)};
+}
+
+VXStoreRow::Ptr VXSQLiteRowLayout::readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID,
+                                           QString *problem) const
+{
+    const auto row = std::make_shared<VXStoreRow>(int(objectID.entity().properties().size()), statement.number(2));
+    for (const Cell &cell : _cells[size_t(objectID.entity().number())]) {
+        if (!statement.isNull(cell.column) &&
+            !readCell(statement, cell, *objectID.store(), &row->value(cell.property->index()), problem))
+            return nullptr;
+    }
+    return row;
+}
+
+bool VXSQLiteRowLayout::readCell(const VXSQLiteStatement &statement, const Cell &cell, const VXStoreIdentity &store,
+                                 QVariant *value, QString *problem) const
+{
+    if (cell.relationship != nullptr) {
+        const VXEntityDescription *entity = &cell.relationship->destination();
+        if (cell.entityColumn >= 0 && !statement.isNull(cell.entityColumn))
+            entity = _schema.entityWithNumber(statement.number(cell.entityColumn));
+        if (entity == nullptr) {
+            *problem = u"A reference of \"%1\" leads to an unknown entity."_s.arg(cell.property->name());
+            return false;
+        }
+        *value = QVariant::fromValue(VXManagedObjectID(*entity, store, statement.number(cell.column)));
+        return true;
+    }
+    switch (cell.type) {
+    case VXAttributeType::Integer16:
+    case VXAttributeType::Integer32:
+        *value = int(statement.number(cell.column));
+        break;
+    case VXAttributeType::Integer64:
+        *value = qlonglong(statement.number(cell.column));
+        break;
+    case VXAttributeType::Double:
+        *value = statement.real(cell.column);
+        break;
+    case VXAttributeType::Boolean:
+        *value = statement.number(cell.column) != 0;
+        break;
+    case VXAttributeType::String:
+        *value = statement.text(cell.column);
+        break;
+    case VXAttributeType::Date:
+        *value = QDateTime::fromMSecsSinceEpoch(statement.number(cell.column), Qt::UTC);
+        break;
+    case VXAttributeType::Binary:
+        *value = statement.data(cell.column);
+        break;
+    case VXAttributeType::PropertyList: {
+        VXError error;
+        *value = VXPropertyList::fromData(statement.data(cell.column), &error);
+        if (value->isValid())
+            break;
+        *problem = u"\"%1\" of an object is no property list. %2"_s.arg(cell.property->name(), error.description());
+        return false;
+    }
+    }
+    return true;
+}
+
+bool VXSQLiteRowLayout::bindInsertion(VXSQLiteStatement &statement, const VXManagedObjectID &objectID,
+                                      const VXStoreRow &row, VXError *error) const
+{
+    statement.bindNumber(1, objectID.number());
+    statement.bindNumber(2, _schema.entityNumber(_entity));
+    statement.bindNumber(3, row.version());
+    int parameter = firstValueColumn + 1;
+    return bindProperties(statement, _storedProperties, objectID, row, &parameter, error);
+}
+
+QString VXSQLiteRowLayout::assignments(const QList<int> &properties) const
+{
+    QString made;
+    int parameter = 0;
+    for (const int index : properties) {
+        if (_byProperty[size_t(index)].property == nullptr)
+            continue;
+        for (const QString &name : columnsOf(_byProperty[size_t(index)]))
+            made += u"%1 = ?%2, "_s.arg(name).arg(++parameter);
+    }
+    return made;
+}
+
+int VXSQLiteRowLayout::parameterCount(const QList<int> &properties) const
+{
+    int count = 0;
+    for (const int index : properties) {
+        const Cell &cell = _byProperty[size_t(index)];
+        if (cell.property != nullptr)
+            count += cell.entityColumn >= 0 ? 2 : 1;
+    }
+    return count;
+}
+
+bool VXSQLiteRowLayout::bindProperties(VXSQLiteStatement &statement, const QList<int> &properties,
+                                       const VXManagedObjectID &objectID, const VXStoreRow &row, int *parameter,
+                                       VXError *error) const
+{
+    for (const int index : properties) {
+        const Cell &cell = _byProperty[size_t(index)];
+        if (cell.property != nullptr &&
+            !bindCell(statement, cell, row.value(index), *objectID.store(), parameter, error))
+            return false;
+    }
+    return true;
+}
+
+bool VXSQLiteRowLayout::bindCell(VXSQLiteStatement &statement, const Cell &cell, const QVariant &value,
+                                 const VXStoreIdentity &store, int *parameter, VXError *error) const
+{
+    if (cell.relationship != nullptr) {
+        const auto target = value.value<VXManagedObjectID>();
+        if (!target.isNull() && target.store() != &store) {
+            VXSetError(error,
+                       VXObjectStoreError(
+                           VXObjectStoreErrorCode::ReferentialIntegrity, u"An object cannot be saved."_s,
+                           u"\"%1\" leads to an object of another store, or of none."_s.arg(cell.property->name())));
+            return false;
+        }
+        if (target.isNull())
+            statement.bindNull((*parameter)++);
+        else
+            statement.bindNumber((*parameter)++, target.number());
+        if (cell.entityColumn >= 0 && target.isNull())
+            statement.bindNull((*parameter)++);
+        else if (cell.entityColumn >= 0)
+            statement.bindNumber((*parameter)++, _schema.entityNumber(target.entity()));
+    } else if (cell.type == VXAttributeType::PropertyList && value.isValid()) {
+        const QByteArray list = VXPropertyList::toData(value, VXPropertyList::Format::Binary, error);
+        if (list.isNull())
+            return false;
+        statement.bindDataCopy((*parameter)++, list);
+    } else {
+        statement.bindValue((*parameter)++, value);
+    }
+    return true;
+}

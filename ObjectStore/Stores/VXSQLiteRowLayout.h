@@ -1,0 +1,73 @@
+#pragma once
+
+#include "VXPersistentStore.h"
+#include "VXSQLiteSchema.h"
+#include "VXSQLiteStatement.h"
+
+#include <QtCore/QStringList>
+
+#include <vector>
+
+/**
+ * In which columns of a statement the rows of an entity and of its subentities stand, worked out once for each entity so that
+ * rows are read and written without looking up a name.
+ */
+class VXSQLiteRowLayout
+{
+public:
+    VXSQLiteRowLayout(const VXEntityDescription &entity, const VXSQLiteSchema &schema);
+
+    /** What a SELECT that names the table t0 asks for. */
+    const QString &identityColumns() const { return _identityColumns; }
+    const QString &rowColumns() const { return _rowColumns; }
+    /** The row of the object with the number ?1. */
+    const QString &rowQuery() const { return _rowQuery; }
+    /** INSERT with all values of an object of just that entity. */
+    const QString &insertion() const { return _insertion; }
+
+    /** The ID from the first columns. @return null when no such entity belongs there. */
+    VXManagedObjectID readID(const VXSQLiteStatement &statement, const VXStoreIdentity &store) const;
+    /** The row whose ID was read. @return null when it is damaged; `problem` says how. */
+    VXStoreRow::Ptr readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID,
+                            QString *problem) const;
+
+    /** Binds the values of an insertion. @return false when one has no place in the store. */
+    bool bindInsertion(VXSQLiteStatement &statement, const VXManagedObjectID &objectID, const VXStoreRow &row,
+                       VXError *error) const;
+    /** "column = ?1, ..., " for those of the properties that have columns. */
+    QString assignments(const QList<int> &properties) const;
+    /** How many parameters those have. */
+    int parameterCount(const QList<int> &properties) const;
+    /** Binds their values from `parameter` on, which is then the one behind. As bindInsertion. */
+    bool bindProperties(VXSQLiteStatement &statement, const QList<int> &properties, const VXManagedObjectID &objectID,
+                        const VXStoreRow &row, int *parameter, VXError *error) const;
+    /** All properties that have columns. */
+    const QList<int> &storedProperties() const { return _storedProperties; }
+
+private:
+    struct Cell
+    {
+        const VXPropertyDescription *property = nullptr;
+        int column = 0;
+        int entityColumn = -1;                                   // of a to-one relationship; -1: it has none
+        const VXRelationshipDescription *relationship = nullptr; // nullptr: an attribute
+        VXAttributeType type = VXAttributeType::Integer64;
+    };
+
+    Cell place(const VXPropertyDescription &property, int *column);
+    static QStringList columnsOf(const Cell &cell);
+    bool readCell(const VXSQLiteStatement &statement, const Cell &cell, const VXStoreIdentity &store, QVariant *value,
+                  QString *problem) const;
+    bool bindCell(VXSQLiteStatement &statement, const Cell &cell, const QVariant &value, const VXStoreIdentity &store,
+                  int *parameter, VXError *error) const;
+
+    const VXEntityDescription &_entity;
+    const VXSQLiteSchema &_schema;
+    std::vector<std::vector<Cell>> _cells; // by the place of the entity in the model; empty for those of other families
+    std::vector<Cell> _byProperty; // of the entity itself, by index; property is nullptr where there is no column
+    QList<int> _storedProperties;
+    QString _identityColumns;
+    QString _rowColumns;
+    QString _rowQuery;
+    QString _insertion;
+};

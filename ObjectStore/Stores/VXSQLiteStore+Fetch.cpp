@@ -1,0 +1,211 @@
+#include "VXSQLiteStore.h"
+
+#include "VXSQLPredicate.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+using Step = VXSQLiteStatement::Step;
+
+/** What is common to the fetch and the count of a request. */
+struct VXSQLiteStore::Query
+{
+    QString source;      // FROM and WHERE
+    QString order;       // ORDER BY; null: none
+    QVariantList values; // of the parameters, which must outlive the statement's use
+    bool isExact = true; // whether predicate and order are all in it
+
+    void bind(VXSQLiteStatement &statement) const
+    {
+        for (qsizetype index = 0; index < values.size(); ++index)
+            statement.bindValue(int(index) + 1, values[index]);
+    }
+};
+
+namespace {
+
+// The condition that rows are of the entities asked for; null when all of the table are.
+QString entityCondition(const VXFetchRequest &request, const VXSQLiteSchema &schema, bool usesIndex)
+{
+    const auto concrete = [](const VXEntityDescription &entity) {
+        QList<const VXEntityDescription *> family = entity.family();
+        family.removeIf([](const VXEntityDescription *each) { return each->isAbstract(); });
+        return family;
+    };
+    QList<const VXEntityDescription *> wanted = concrete(request.entity());
+    if (!request.includesSubentities)
+        wanted.removeIf([&](const VXEntityDescription *each) { return each != &request.entity(); });
+    if (wanted.size() == concrete(request.entity().rootEntity()).size())
+        return {};
+    QStringList numbers;
+    for (const VXEntityDescription *const entity : std::as_const(wanted))
+        numbers.append(QString::number(schema.entityNumber(*entity)));
+    // The plus keeps SQLite from the index of the entities where there is a better one.
+    return u"%1t0.Z_ENT IN (%2)"_s.arg(usesIndex ? u"+"_s : QString(), numbers.join(", "_L1));
+}
+
+QString numberList(const QList<VXManagedObjectID> &objectIDs)
+{
+    QStringList numbers;
+    numbers.reserve(objectIDs.size());
+    for (const VXManagedObjectID &objectID : objectIDs)
+        numbers.append(QString::number(objectID.number()));
+    return u'[' + numbers.join(u',') + u']';
+}
+
+// Columns: the number of the source, then the identity of the target.
+QString relatedQuery(const VXRelationshipDescription &relationship, bool isOne)
+{
+    const QString targets = VXSQLiteSchema::table(relationship.destination());
+    const QString wanted = isOne ? u"= ?1"_s : u"IN (SELECT value FROM json_each(?1))"_s;
+    if (!relationship.isManyToMany())
+        return u"SELECT t0.Z_PK, t0.Z_ENT, t0.%1 FROM %2 t0 WHERE t0.%1 %3"_s.arg(
+            VXSQLiteSchema::column(*relationship.inverse()), targets, wanted);
+    const VXSQLiteLink link = VXSQLiteSchema::link(relationship);
+    return u"SELECT t0.Z_PK, t0.Z_ENT, t1.%1 FROM %2 t1 JOIN %3 t0 ON t0.Z_PK = t1.%4 WHERE t1.%1 %5"_s.arg(
+        link.source, link.table, targets, link.target, wanted);
+}
+
+} // namespace
+
+VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request) const
+{
+    VXSQLPredicate predicate(request.entity(), identity());
+    Query made;
+    made.isExact = predicate.add(request.predicate);
+    QStringList terms;
+    for (const VXSortDescriptor &descriptor : request.sortDescriptors) {
+        terms.append(predicate.order(descriptor));
+        made.isExact = made.isExact && !terms.constLast().isNull();
+    }
+    QStringList conditions{entityCondition(request, _schema, predicate.isSelective()), predicate.conditions()};
+    conditions.removeAll(QString());
+    made.source = u" FROM %1 t0"_s.arg(VXSQLiteSchema::table(request.entity()));
+    if (!conditions.isEmpty())
+        made.source += " WHERE "_L1 + conditions.join(" AND "_L1);
+    if (made.isExact && !terms.isEmpty()) // the number last, so that pages of a result never overlap
+        made.order = u" ORDER BY %1, t0.Z_PK"_s.arg(terms.join(", "_L1));
+    made.values = predicate.values();
+    return made;
+}
+
+bool VXSQLiteStore::fetch(const VXFetchRequest &request, bool needsRows, const std::function<void(VXFetchedRow)> &sink,
+                          bool *isExact, VXError *error)
+{
+    const VXSQLiteRowLayout &rowLayout = layout(request.entity());
+    Query wanted = query(request);
+    *isExact = wanted.isExact;
+    QString sql = "SELECT "_L1 + (needsRows ? rowLayout.rowColumns() : rowLayout.identityColumns()) + wanted.source +
+                  wanted.order;
+    if (wanted.isExact && (request.limit > 0 || request.offset > 0)) {
+        if (wanted.order.isNull())
+            sql += " ORDER BY t0.Z_PK"_L1;
+        const qsizetype next = wanted.values.size() + 1;
+        sql += u" LIMIT ?%1 OFFSET ?%2"_s.arg(next).arg(next + 1);
+        wanted.values.append({request.limit > 0 ? qlonglong(request.limit) : -1LL, qlonglong(request.offset)});
+    }
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    VXSQLiteStatement statement = connection ? connection->statement(sql, error) : VXSQLiteStatement();
+    if (!statement)
+        return false;
+    wanted.bind(statement);
+    Step at = statement.step();
+    for (; at == Step::Row; at = statement.step()) {
+        VXFetchedRow fetched{rowLayout.readID(statement, identity()), nullptr};
+        QString problem = u"An object is of an unknown entity."_s;
+        if (needsRows && !fetched.objectID.isNull())
+            fetched.row = rowLayout.readRow(statement, fetched.objectID, &problem);
+        if (fetched.objectID.isNull() || (needsRows && !fetched.row)) {
+            VXSetError(error, damage(problem));
+            return false;
+        }
+        sink(std::move(fetched));
+    }
+    if (at == Step::Failed)
+        VXSetError(error, connection->lastError());
+    return at == Step::Done;
+}
+
+std::optional<qint64> VXSQLiteStore::count(const VXFetchRequest &request, VXError *error)
+{
+    VXFetchRequest unordered = request;
+    unordered.sortDescriptors.clear();
+    const Query wanted = query(unordered);
+    if (!wanted.isExact)
+        return std::nullopt;
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    VXSQLiteStatement statement =
+        connection ? connection->statement("SELECT COUNT(*)"_L1 + wanted.source, error) : VXSQLiteStatement();
+    if (!statement)
+        return std::nullopt;
+    wanted.bind(statement);
+    if (statement.step() != Step::Row) {
+        VXSetError(error, connection->lastError());
+        return std::nullopt;
+    }
+    const qint64 behindOffset = std::max<qint64>(0, statement.number(0) - request.offset);
+    return request.limit > 0 ? std::min<qint64>(behindOffset, request.limit) : behindOffset;
+}
+
+VXStoreRow::Ptr VXSQLiteStore::row(const VXManagedObjectID &objectID, VXError *error)
+{
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    return connection ? readRow(*connection, objectID, error) : nullptr;
+}
+
+VXStoreRow::Ptr VXSQLiteStore::readRow(VXSQLiteConnection &connection, const VXManagedObjectID &objectID,
+                                       VXError *error) const
+{
+    const VXSQLiteRowLayout &rowLayout = layout(objectID.entity());
+    VXSQLiteStatement statement = connection.statement(rowLayout.rowQuery(), error);
+    if (!statement)
+        return nullptr;
+    statement.bindNumber(1, objectID.number());
+    const Step at = statement.step();
+    if (at == Step::Failed)
+        VXSetError(error, connection.lastError());
+    const VXManagedObjectID found = at == Step::Row ? rowLayout.readID(statement, identity()) : VXManagedObjectID();
+    if (found.isNull()) // the number may also be that of an object of another entity
+        return nullptr;
+    QString problem;
+    VXStoreRow::Ptr row = rowLayout.readRow(statement, found, &problem);
+    if (!row)
+        VXSetError(error, damage(problem));
+    return row;
+}
+
+bool VXSQLiteStore::related(
+    const QList<VXManagedObjectID> &sources, const VXRelationshipDescription &relationship,
+    const std::function<void(const VXManagedObjectID &source, const VXManagedObjectID &target)> &sink, VXError *error)
+{
+    if (sources.isEmpty())
+        return true;
+    const bool isOne = sources.size() == 1;
+    const VXSQLiteRowLayout &targetLayout = layout(relationship.destination());
+    const QString numbers = isOne ? QString() : numberList(sources);
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    VXSQLiteStatement statement =
+        connection ? connection->statement(relatedQuery(relationship, isOne), error) : VXSQLiteStatement();
+    if (!statement)
+        return false;
+    if (isOne)
+        statement.bindNumber(1, sources.constFirst().number());
+    else
+        statement.bindText(1, numbers);
+    QHash<qint64, VXManagedObjectID> byNumber;
+    for (const VXManagedObjectID &source : sources)
+        byNumber.insert(source.number(), source);
+    Step at = statement.step();
+    for (; at == Step::Row; at = statement.step()) {
+        const VXManagedObjectID target = targetLayout.readID(statement, identity());
+        if (target.isNull()) {
+            VXSetError(error, damage(u"\"%1\" leads to an object of another entity."_s.arg(relationship.name())));
+            return false;
+        }
+        sink(byNumber.value(statement.number(2)), target);
+    }
+    if (at == Step::Failed)
+        VXSetError(error, connection->lastError());
+    return at == Step::Done;
+}

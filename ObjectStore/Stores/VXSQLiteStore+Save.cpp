@@ -1,0 +1,271 @@
+#include "VXSQLiteStore.h"
+
+#include <map>
+
+using namespace Qt::StringLiterals;
+
+using Code = VXObjectStoreErrorCode;
+using Step = VXSQLiteStatement::Step;
+
+/** A transaction of the writer and the turn to write; undone unless it is committed. */
+class VXSQLiteStore::Transaction final : public VXStoreTransaction
+{
+public:
+    Transaction(VXSQLiteStore &store, const std::optional<QVariantMap> &metadata)
+        : _store(store), _turn(store._writing), _metadata(metadata)
+    {
+    }
+    ~Transaction() override
+    {
+        if (_store._writer->isInTransaction())
+            _store._writer->execute(u"ROLLBACK"_s, nullptr);
+    }
+
+    bool begin(VXError *error) { return _store._writer->execute(u"BEGIN IMMEDIATE"_s, error); }
+    bool commit(VXError *error) override
+    {
+        if (!_store._writer->execute(u"COMMIT"_s, error))
+            return false;
+        if (_metadata)
+            _store.markMetadataSaved(*_metadata);
+        return true;
+    }
+
+private:
+    VXSQLiteStore &_store;
+    const std::unique_lock<VXMutex> _turn;
+    const std::optional<QVariantMap> _metadata;
+};
+
+/** Writes the changes of one save. Values are bound where they lie: the request outlives it. */
+class VXSQLiteStore::Saver
+{
+public:
+    Saver(const VXSQLiteStore &store, QList<VXRowConflict> *conflicts, VXError *error)
+        : _store(store), _connection(*store._writer), _conflicts(conflicts), _error(error)
+    {
+    }
+
+    bool save(const VXSaveRequest &request)
+    {
+        const qsizetype conflictCount = _conflicts->size();
+        for (const VXRowChange &change : request.changes) {
+            if (change.row && !(change.base || change.overwrites ? update(change) : insert(change)))
+                return false;
+        }
+        for (const VXLinkChange &change : request.links) {
+            if (!link(change))
+                return false;
+        }
+        for (const VXRowChange &change : request.changes) { // last, and with all links
+            if (!change.row && !remove(change))
+                return false;
+        }
+        if (_conflicts->size() > conflictCount)
+            return false;
+        return !request.metadata || VXSQLiteFile::writeMetadata(_connection, *request.metadata, _error);
+    }
+
+private:
+    using Key = std::pair<const VXEntityDescription *, QList<int>>;
+
+    bool insert(const VXRowChange &change);
+    bool update(const VXRowChange &change);
+    bool remove(const VXRowChange &change);
+    bool removeLinks(const VXManagedObjectID &objectID);
+    bool link(const VXLinkChange &change);
+    bool noteConflict(const VXManagedObjectID &objectID);
+
+    // Statements are looked for in the connection only when the next change is of another kind than the one before.
+    VXSQLiteStatement *statementFor(std::map<Key, VXSQLiteStatement> &statements, const Key &key,
+                                    const std::function<QString()> &sql)
+    {
+        auto found = statements.find(key);
+        if (found == statements.end())
+            found = statements.emplace(key, _connection.statement(sql(), _error)).first;
+        return found->second ? &found->second : nullptr;
+    }
+    bool run(VXSQLiteStatement &statement)
+    {
+        if (statement.run())
+            return true;
+        VXSetError(_error, _connection.lastError());
+        return false;
+    }
+
+    const VXSQLiteStore &_store;
+    VXSQLiteConnection &_connection;
+    QList<VXRowConflict> *const _conflicts;
+    VXError *const _error;
+    std::map<Key, VXSQLiteStatement> _insertions;
+    std::map<Key, VXSQLiteStatement> _updates;    // of rows of a known version
+    std::map<Key, VXSQLiteStatement> _overwrites; // of whole rows
+    std::map<Key, VXSQLiteStatement> _deletions;
+};
+
+bool VXSQLiteStore::Saver::insert(const VXRowChange &change)
+{
+    const VXSQLiteRowLayout &layout = _store.layout(change.objectID.entity());
+    VXSQLiteStatement *const statement =
+        statementFor(_insertions, {&change.objectID.entity(), {}}, [&] { return layout.insertion(); });
+    if (statement == nullptr || !layout.bindInsertion(*statement, change.objectID, *change.row, _error))
+        return false;
+    if (statement->run())
+        return true;
+    if (_connection.isConstraintViolated())
+        VXSetError(_error,
+                   VXObjectStoreError(Code::ReferentialIntegrity, u"The objects cannot be saved."_s,
+                                      u"A new object has the identifier of one that is stored."_s, _store.path()));
+    else
+        VXSetError(_error, _connection.lastError());
+    statement->reset();
+    return false;
+}
+
+bool VXSQLiteStore::Saver::update(const VXRowChange &change)
+{
+    const VXEntityDescription &entity = change.objectID.entity();
+    const VXSQLiteRowLayout &layout = _store.layout(entity);
+    const QList<int> &properties = change.overwrites ? layout.storedProperties() : change.changedProperties;
+    // A version above what is stored, whatever that is, shows every other context that the row has changed.
+    const auto sql = [&] {
+        const int count = layout.parameterCount(properties);
+        return u"UPDATE %1 SET %2Z_OPT = %3 WHERE Z_PK = ?%4%5"_s.arg(
+            VXSQLiteSchema::table(entity), layout.assignments(properties),
+            (change.overwrites ? u"MAX(?%1, Z_OPT + 1)"_s : u"?%1"_s).arg(count + 1), QString::number(count + 2),
+            change.overwrites ? QString() : u" AND Z_OPT = ?%1"_s.arg(count + 3));
+    };
+    VXSQLiteStatement *const statement = change.overwrites ? statementFor(_overwrites, {&entity, {}}, sql)
+                                                           : statementFor(_updates, {&entity, properties}, sql);
+    int parameter = 1;
+    if (statement == nullptr ||
+        !layout.bindProperties(*statement, properties, change.objectID, *change.row, &parameter, _error))
+        return false;
+    statement->bindNumber(parameter++, change.row->version());
+    statement->bindNumber(parameter++, change.objectID.number());
+    if (!change.overwrites)
+        statement->bindNumber(parameter, change.base->version());
+    if (!run(*statement))
+        return false;
+    if (_connection.changes() > 0)
+        return true;
+    return change.overwrites ? insert(change) : noteConflict(change.objectID);
+}
+
+bool VXSQLiteStore::Saver::remove(const VXRowChange &change)
+{
+    const bool isChecked = change.base && !change.overwrites;
+    const QString table = VXSQLiteSchema::table(change.objectID.entity());
+    VXSQLiteStatement *const statement =
+        statementFor(_deletions, {&change.objectID.entity().rootEntity(), {int(isChecked)}}, [&] {
+            return u"DELETE FROM %1 WHERE Z_PK = ?1%2"_s.arg(table, isChecked ? u" AND Z_OPT = ?2"_s : QString());
+        });
+    if (statement == nullptr)
+        return false;
+    statement->bindNumber(1, change.objectID.number());
+    if (isChecked)
+        statement->bindNumber(2, change.base->version());
+    if (!run(*statement))
+        return false;
+    if (isChecked && _connection.changes() == 0)
+        return noteConflict(change.objectID);
+    return removeLinks(change.objectID);
+}
+
+bool VXSQLiteStore::Saver::removeLinks(const VXManagedObjectID &objectID)
+{
+    for (const VXRelationshipDescription *const relationship : objectID.entity().relationships()) {
+        if (relationship->isTransient() || !relationship->isManyToMany())
+            continue;
+        const VXSQLiteLink pairs = VXSQLiteSchema::link(*relationship);
+        for (const QString &end :
+             pairs.isSymmetric ? QStringList{pairs.source, pairs.target} : QStringList{pairs.source}) {
+            VXSQLiteStatement statement =
+                _connection.statement(u"DELETE FROM %1 WHERE %2 = ?1"_s.arg(pairs.table, end), _error);
+            if (!statement)
+                return false;
+            statement.bindNumber(1, objectID.number());
+            if (!run(statement))
+                return false;
+        }
+    }
+    return true;
+}
+
+bool VXSQLiteStore::Saver::link(const VXLinkChange &change)
+{
+    const VXSQLiteLink pairs = VXSQLiteSchema::link(*change.relationship);
+    VXSQLiteStatement removal = _connection.statement(
+        u"DELETE FROM %1 WHERE %2 = ?1 AND %3 = ?2"_s.arg(pairs.table, pairs.source, pairs.target), _error);
+    VXSQLiteStatement addition = _connection.statement(
+        u"INSERT OR IGNORE INTO %1 (%2, %3) VALUES (?1, ?2)"_s.arg(pairs.table, pairs.source, pairs.target), _error);
+    if (!removal || !addition)
+        return false;
+    const auto runPair = [this](VXSQLiteStatement &statement, qint64 source, qint64 target) {
+        statement.bindNumber(1, source);
+        statement.bindNumber(2, target);
+        return run(statement);
+    };
+    const auto runAll = [&](VXSQLiteStatement &statement, const QList<VXManagedObjectID> &targets) {
+        for (const VXManagedObjectID &target : targets) {
+            if (!runPair(statement, change.source.number(), target.number()) ||
+                (pairs.isSymmetric && !runPair(statement, target.number(), change.source.number())))
+                return false;
+        }
+        return true;
+    };
+    return runAll(removal, change.removed) && runAll(addition, change.added);
+}
+
+bool VXSQLiteStore::Saver::noteConflict(const VXManagedObjectID &objectID)
+{
+    VXError problem;
+    _conflicts->append({objectID, _store.readRow(_connection, objectID, &problem)});
+    VXSetError(_error, problem);
+    return problem.isNull();
+}
+
+std::unique_ptr<VXStoreTransaction> VXSQLiteStore::save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
+                                                        VXError *error)
+{
+    if (!_writer) {
+        VXSetError(error, VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s,
+                                             u"It is open for reading only."_s, path()));
+        return nullptr;
+    }
+    auto transaction = std::make_unique<Transaction>(*this, request.metadata);
+    if (!transaction->begin(error) || !Saver(*this, conflicts, error).save(request))
+        return nullptr;
+    return transaction;
+}
+
+// A number that was reserved and not used may be given out again after a power cut, so this does not wait for the disk; the save
+// that uses one does, and what was written before goes with it.
+std::optional<qint64> VXSQLiteStore::reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error)
+{
+    if (!_writer) {
+        VXSetError(error, VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s,
+                                             u"It is open for reading only."_s, path()));
+        return std::nullopt;
+    }
+    const std::unique_lock<VXMutex> turn(_writing);
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    VXSQLiteStatement statement =
+        connection
+            ? connection->statement(
+                  u"INSERT INTO Z_PRIMARYKEY (Z_NAME, Z_MAX) SELECT ?1, IFNULL(MAX(Z_PK), 0) + ?2 FROM %1 WHERE 1 "
+                  "ON CONFLICT (Z_NAME) DO UPDATE SET Z_MAX = MAX(Z_MAX + ?2, excluded.Z_MAX) RETURNING Z_MAX"_s.arg(
+                      VXSQLiteSchema::table(root)),
+                  error)
+            : VXSQLiteStatement();
+    if (!statement)
+        return std::nullopt;
+    statement.bindText(1, root.name());
+    statement.bindNumber(2, count);
+    const bool isDone = statement.step() == Step::Row;
+    const qint64 highest = isDone ? statement.number(0) : 0;
+    if (isDone && statement.step() == Step::Done)
+        return highest - count + 1;
+    VXSetError(error, connection->lastError());
+    return std::nullopt;
+}

@@ -1,0 +1,147 @@
+#include "VXSQLiteStore.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+using Access = VXSQLiteConnection::Access;
+using Code = VXObjectStoreErrorCode;
+
+VXSQLiteStore::VXSQLiteStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options)
+    : VXPersistentStore(VXStoreType::SQLite, path, model), _options(options), _schema(*model),
+      _readers(path, options.busyTimeout, &_executions)
+{
+}
+
+VXSQLiteStore::~VXSQLiteStore() = default;
+
+QVariantMap VXSQLiteStore::metadataOfFile(const QString &path, VXError *error)
+{
+    const std::unique_ptr<VXSQLiteConnection> connection =
+        VXSQLiteFile::openForReading(path, VXStoreOptions().busyTimeout, nullptr, error);
+    const auto contents = connection ? VXSQLiteFile::read(*connection, path, error) : std::nullopt;
+    return contents ? contents->metadata : QVariantMap();
+}
+
+bool VXSQLiteStore::open(VXError *error)
+{
+    if (const QString problem = _schema.problem(); !problem.isNull()) {
+        VXSetError(error,
+                   VXObjectStoreError(Code::StoreIncompatibleModel, u"The store cannot be opened."_s, problem, path()));
+        return false;
+    }
+    if (!VXSQLiteFile::isMissing(path()) && !openExisting(error))
+        return false;
+    if (_options.isReadOnly && VXSQLiteFile::isMissing(path())) {
+        VXSetError(error, VXObjectStoreError(Code::FileRead, u"The store cannot be read."_s,
+                                             u"There is no such file."_s, path()));
+        return false;
+    }
+    return _options.isReadOnly || openForWriting(error);
+}
+
+// Looks at the file without changing it. Only one that fits is opened for writing after that.
+bool VXSQLiteStore::openExisting(VXError *error)
+{
+    const std::unique_ptr<VXSQLiteConnection> connection =
+        VXSQLiteFile::openForReading(path(), _options.busyTimeout, &_executions, error);
+    const auto contents = connection ? VXSQLiteFile::read(*connection, path(), error) : std::nullopt;
+    if (!contents || !isUsable(*contents, error))
+        return false;
+    if (!_options.isReadOnly)
+        return true;
+    if (!isComplete(*contents)) {
+        VXSetError(error,
+                   VXObjectStoreError(Code::StoreIncompatibleModel, u"The store cannot be opened."_s,
+                                      u"The model has entities that the store, which is read only, lacks."_s, path()));
+        return false;
+    }
+    _readers.setAccess(VXSQLiteFile::accessForReaders(path()));
+    setOpened(contents->metadata);
+    adopt(*contents);
+    return true;
+}
+
+bool VXSQLiteStore::openForWriting(VXError *error)
+{
+    _writer = VXSQLiteConnection::open(path(), Access::Create, _options.busyTimeout, &_executions, error);
+    if (!_writer)
+        return false;
+    if (_writer->isReadOnly()) {
+        VXSetError(error, VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s,
+                                             u"The file must not be changed."_s, path()));
+        return false;
+    }
+    // The encoding counts while the file is empty only, so that texts need no conversion. The log comes after the first
+    // transaction: from then on the file itself says what it is.
+    const bool isOpen = _writer->execute(u"PRAGMA encoding = 'UTF-16le'"_s, error) &&
+                        _writer->execute(u"PRAGMA synchronous = FULL"_s, error) && complete(error) &&
+                        _writer->execute(u"PRAGMA journal_mode = WAL"_s, error);
+    if (!isOpen)
+        _writer.reset();
+    _readers.setAccess(Access::Write);
+    return isOpen;
+}
+
+// Brings the file up to the model: a new one altogether, else by the entities and indexes it lacks.
+bool VXSQLiteStore::complete(VXError *error)
+{
+    std::optional<VXSQLiteFile::Contents> contents = VXSQLiteFile::read(*_writer, path(), error);
+    if (!contents)
+        return false;
+    if (!isComplete(*contents)) {
+        if (!_writer->execute(u"BEGIN IMMEDIATE"_s, error))
+            return false;
+        contents = VXSQLiteFile::read(*_writer, path(), error); // another process may have been faster
+        if (!contents || !isUsable(*contents, error))
+            return false;
+        setOpened(contents->isNew ? initialMetadata() : contents->metadata);
+        return VXSQLiteFile::extend(*_writer, _schema, model(), *contents, error) &&
+               VXSQLiteFile::writeMetadata(*_writer, metadata(), error) && _writer->execute(u"COMMIT"_s, error) &&
+               (adopt(*contents), true);
+    }
+    setOpened(contents->metadata);
+    adopt(*contents);
+    return true;
+}
+
+bool VXSQLiteStore::isUsable(const VXSQLiteFile::Contents &contents, VXError *error) const
+{
+    if (contents.isNew)
+        return true;
+    QString reason;
+    if (!isCompatible(contents.metadata, &reason)) {
+        VXSetError(error,
+                   VXObjectStoreError(Code::StoreIncompatibleModel, u"The store cannot be opened."_s, reason, path()));
+        return false;
+    }
+    const QVariantMap hashes = contents.metadata.value(VXStoreModelVersionHashesKey).toMap();
+    if (hashes.size() == model().entities().size() && !_schema.additions(contents.existing).tables.isEmpty()) {
+        VXSetError(error, damage(u"Tables are missing in it."_s));
+        return false;
+    }
+    return true;
+}
+
+bool VXSQLiteStore::isComplete(const VXSQLiteFile::Contents &contents) const
+{
+    const VXSQLiteSchema::Additions additions = _schema.additions(contents.existing);
+    const auto hasNumber = [&](const VXEntityDescription *entity) {
+        return contents.entityNumbers.contains(entity->name());
+    };
+    return additions.tables.isEmpty() && (additions.indexes.isEmpty() || _options.isReadOnly) &&
+           std::all_of(model().entities().cbegin(), model().entities().cend(), hasNumber);
+}
+
+void VXSQLiteStore::adopt(const VXSQLiteFile::Contents &contents)
+{
+    for (const VXEntityDescription *const entity : model().entities())
+        _schema.setEntityNumber(*entity, contents.entityNumbers.value(entity->name()));
+    for (const VXEntityDescription *const entity : model().entities())
+        _layouts.push_back(std::make_unique<VXSQLiteRowLayout>(*entity, _schema));
+}
+
+VXError VXSQLiteStore::damage(const QString &reason) const
+{
+    return VXObjectStoreError(Code::FileCorrupt, u"The store is damaged, or no store at all."_s, reason, path());
+}

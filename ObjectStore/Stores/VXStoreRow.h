@@ -1,0 +1,35 @@
+#pragma once
+
+#include "VXManagedObjectID.h"
+
+#include <QtCore/QVariant>
+
+#include <memory>
+
+/**
+ * What a store holds of one object, as it was read: the values by property index and the version of the row. Never changed
+ * once shared, so that contexts on any thread may keep it. Values: of an attribute as VXAttributeType says; of a to-one
+ * relationship a VXManagedObjectID; invalid for none, for to-many relationships and for transient properties.
+ */
+class VXStoreRow
+{
+public:
+    using Ptr = std::shared_ptr<const VXStoreRow>;
+
+    VXStoreRow(int propertyCount, qint64 version)
+        : _version(version), _count(propertyCount), _values(new QVariant[size_t(propertyCount)])
+    {
+    }
+
+    /** Grows by one with each save that changes the object; 1 when it is new. */
+    qint64 version() const { return _version; }
+    int propertyCount() const { return _count; }
+    const QVariant &value(int index) const { return _values[size_t(index)]; }
+    /** While it is being made. */
+    QVariant &value(int index) { return _values[size_t(index)]; }
+
+private:
+    const qint64 _version;
+    const int _count;
+    const std::unique_ptr<QVariant[]> _values;
+};

@@ -1,0 +1,267 @@
+#include "VXXMLStore.h"
+
+#include "VXXMLStoreReader.h"
+#include "VXXMLStoreWriter.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSaveFile>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Code = VXObjectStoreErrorCode;
+
+VXError readError(const QString &path, const QString &reason)
+{
+    return VXObjectStoreError(Code::FileRead, u"The store cannot be read."_s, reason, path);
+}
+
+VXError writeError(const QString &path, const QString &reason)
+{
+    return VXObjectStoreError(Code::FileWrite, u"The store cannot be written."_s, reason, path);
+}
+
+// Without it a power cut may bring the file back that was replaced.
+void synchronizeFolderOf(const QString &path)
+{
+    const int folder =
+        ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0)
+        return;
+    ::fsync(folder);
+    ::close(folder);
+}
+
+// Carries the new contents to the disk, beside the file that they are to replace.
+bool writeBeside(QSaveFile &file, const QVariantMap &metadata, const VXRowTables &tables,
+                 const VXManagedObjectModel &model, VXError *error)
+{
+    QString reason;
+    bool isWritten = file.open(QIODevice::WriteOnly);
+    isWritten = isWritten && VXXMLStoreWriter(file).write(metadata, tables, model, &reason) && file.flush();
+    if (isWritten && ::fsync(file.handle()) == 0)
+        return true;
+    if (reason.isNull())
+        reason = isWritten ? qt_error_string() : file.errorString();
+    VXSetError(error, writeError(file.fileName(), reason));
+    return false;
+}
+
+// The highest numbers given out, which a store's lock file holds until they come with a save: lines "ENTITY NUMBER".
+QMap<QByteArray, qint64> readNumbers(const QString &path)
+{
+    QMap<QByteArray, qint64> numbers;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return numbers;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        const qsizetype space = line.indexOf(' ');
+        if (space > 0)
+            numbers.insert(line.first(space), line.mid(space + 1).toLongLong());
+    }
+    return numbers;
+}
+
+bool writeNumbers(const QString &path, const QMap<QByteArray, qint64> &numbers)
+{
+    QByteArray text;
+    for (auto entry = numbers.cbegin(); entry != numbers.cend(); ++entry)
+        text += entry.key() + ' ' + QByteArray::number(entry.value()) + '\n';
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush();
+}
+
+} // namespace
+
+/** The new file lies beside the old one; the commit puts it in its place. */
+class VXXMLStore::Transaction final : public VXStoreTransaction
+{
+public:
+    Transaction(VXXMLStore &store, WriterTurn turn, std::unique_ptr<VXFileLock> lock)
+        : _store(store), _turn(std::move(turn)), _lock(std::move(lock)), _file(store.path())
+    {
+    }
+
+    bool prepare(const VXSaveRequest &request, VXError *error)
+    {
+        _contents = {request.metadata.value_or(_store.writtenMetadata()), _store.tables()};
+        _isMetadataSaved = request.metadata.has_value();
+        _contents.tables.apply(request);
+        return writeBeside(_file, _contents.metadata, _contents.tables, _store.model(), error);
+    }
+
+    bool commit(VXError *error) override
+    {
+        const VXMutexLocker lock(_store._fileLock);
+        _contents.stamp = VXFileStamp::ofDescriptor(_file.handle());
+        if (!_file.commit()) {
+            VXSetError(error, writeError(_store.path(), _file.errorString()));
+            return false;
+        }
+        synchronizeFolderOf(_store.path());
+        _store.adopt(_contents);
+        if (_isMetadataSaved)
+            _store.markMetadataSaved(_contents.metadata);
+        return true;
+    }
+
+private:
+    VXXMLStore &_store;
+    const WriterTurn _turn;
+    const std::unique_ptr<VXFileLock> _lock;
+    QSaveFile _file;
+    Contents _contents;
+    bool _isMetadataSaved = false;
+};
+
+VXXMLStore::VXXMLStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options)
+    : VXRowTableStore(VXStoreType::XML, path, model), _options(options)
+{
+}
+
+QVariantMap VXXMLStore::metadataOfFile(const QString &path, VXError *error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        VXSetError(error, readError(path, file.errorString()));
+        return {};
+    }
+    return VXXMLStoreReader(file, path).readMetadata(error).value_or(QVariantMap());
+}
+
+bool VXXMLStore::open(VXError *error)
+{
+    if (!_options.isReadOnly && !QFileInfo::exists(path()) && !create(error))
+        return false;
+    const std::optional<Contents> contents = read(error);
+    if (!contents)
+        return false;
+    setOpened(contents->metadata);
+    const VXMutexLocker lock(_fileLock);
+    adopt(*contents);
+    return true;
+}
+
+bool VXXMLStore::create(VXError *error)
+{
+    const std::unique_ptr<VXFileLock> lock = lockFile(error);
+    if (!lock)
+        return false;
+    if (QFileInfo::exists(path())) // by another process, meanwhile
+        return true;
+    QSaveFile file(path());
+    if (!writeBeside(file, initialMetadata(), {}, model(), error))
+        return false;
+    if (file.commit()) {
+        synchronizeFolderOf(path());
+        return true;
+    }
+    VXSetError(error, writeError(path(), file.errorString()));
+    return false;
+}
+
+std::optional<VXXMLStore::Contents> VXXMLStore::read(VXError *error) const
+{
+    QFile file(path());
+    if (!file.open(QIODevice::ReadOnly)) {
+        VXSetError(error, readError(path(), file.errorString()));
+        return std::nullopt;
+    }
+    const VXFileStamp stamp = VXFileStamp::ofDescriptor(file.handle());
+    VXXMLStoreReader reader(file, path());
+    const std::optional<QVariantMap> metadata = reader.readMetadata(error);
+    if (!metadata)
+        return std::nullopt;
+    if (QString reason; !isCompatible(*metadata, &reason)) {
+        VXSetError(error, VXObjectStoreError(Code::StoreIncompatibleModel, u"The store was made with another model."_s,
+                                             reason, path()));
+        return std::nullopt;
+    }
+    const auto &storeIdentity = VXStoreIdentity::withIdentifier(metadata->value(VXStoreUUIDKey).toString());
+    const std::optional<VXRowTables> tables = reader.readObjects(model(), storeIdentity, error);
+    return tables ? std::optional(Contents{*metadata, *tables, stamp}) : std::nullopt;
+}
+
+void VXXMLStore::adopt(const Contents &contents)
+{
+    _stamp = contents.stamp;
+    _metadata = contents.metadata;
+    setTables(contents.tables);
+}
+
+QVariantMap VXXMLStore::writtenMetadata() const
+{
+    const VXMutexLocker lock(_fileLock);
+    return _metadata;
+}
+
+bool VXXMLStore::refresh(VXError *error)
+{
+    const VXMutexLocker lock(_fileLock);
+    if (VXFileStamp::ofPath(path()) == _stamp)
+        return true;
+    const std::optional<Contents> contents = read(error);
+    if (!contents)
+        return false;
+    const auto &storeIdentity = VXStoreIdentity::withIdentifier(contents->metadata.value(VXStoreUUIDKey).toString());
+    if (&storeIdentity != &identity()) {
+        VXSetError(error, VXObjectStoreError(Code::InvalidStore, u"The store cannot be used any more."_s,
+                                             u"Another store has taken its place."_s, path()));
+        return false;
+    }
+    setStoredMetadata(contents->metadata);
+    adopt(*contents);
+    return true;
+}
+
+QString VXXMLStore::lockPath() const
+{
+    const QString canonical = QFileInfo(path()).canonicalFilePath(); // one lock, whatever links lead to the file
+    return (canonical.isEmpty() ? path() : canonical) + ".lock"_L1;
+}
+
+std::unique_ptr<VXFileLock> VXXMLStore::lockFile(VXError *error) const
+{
+    if (_options.isReadOnly) {
+        VXSetError(error, writeError(path(), u"It was opened for reading only."_s));
+        return nullptr;
+    }
+    auto lock = std::make_unique<VXFileLock>(lockPath(), _options.busyTimeout);
+    if (lock->isHeld())
+        return lock;
+    VXSetError(error, lock->isTimedOut() ? VXObjectStoreError(Code::StoreTimedOut, u"The store cannot be written."_s,
+                                                              u"Another process has locked it."_s, path())
+                                         : writeError(path(), lock->reason()));
+    return nullptr;
+}
+
+std::optional<qint64> VXXMLStore::reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error)
+{
+    const WriterTurn turn = waitForTurn();
+    const std::unique_ptr<VXFileLock> lock = lockFile(error);
+    if (!lock || !refresh(error))
+        return std::nullopt;
+    QMap<QByteArray, qint64> numbers = readNumbers(lockPath());
+    qint64 &highest = numbers[root.name().toUtf8()];
+    const qint64 first = takeNumbers(root, count, highest);
+    highest = first + count - 1;
+    if (writeNumbers(lockPath(), numbers))
+        return first;
+    VXSetError(error, writeError(path(), u"Its lock file cannot be written."_s));
+    return std::nullopt;
+}
+
+std::unique_ptr<VXStoreTransaction> VXXMLStore::saveInTurn(WriterTurn turn, const VXSaveRequest &request,
+                                                           QList<VXRowConflict> *conflicts, VXError *error)
+{
+    std::unique_ptr<VXFileLock> lock = lockFile(error);
+    if (!lock || !refresh(error) || !canSave(request, conflicts, error))
+        return nullptr;
+    auto transaction = std::make_unique<Transaction>(*this, std::move(turn), std::move(lock));
+    return transaction->prepare(request, error) ? std::move(transaction) : nullptr;
+}

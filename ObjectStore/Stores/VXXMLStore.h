@@ -1,0 +1,47 @@
+#pragma once
+
+#include "VXFileLock.h"
+#include "VXFileStamp.h"
+#include "VXRowTableStore.h"
+
+/**
+ * A store in one XML file (docs/FORMATS.md), read whole and replaced whole by each save. Several processes may use it: what
+ * one wrote, the others read before they go on.
+ */
+class VXXMLStore final : public VXRowTableStore
+{
+public:
+    VXXMLStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options);
+
+    /** Of a file that need not be open. @return empty on failure. */
+    static QVariantMap metadataOfFile(const QString &path, VXError *error);
+
+    bool open(VXError *error) override;
+    std::optional<qint64> reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error) override;
+
+protected:
+    bool refresh(VXError *error) override;
+    std::unique_ptr<VXStoreTransaction> saveInTurn(WriterTurn turn, const VXSaveRequest &request,
+                                                   QList<VXRowConflict> *conflicts, VXError *error) override;
+
+private:
+    class Transaction;
+    struct Contents
+    {
+        QVariantMap metadata;
+        VXRowTables tables;
+        VXFileStamp stamp = {};
+    };
+
+    std::optional<Contents> read(VXError *error) const;
+    bool create(VXError *error);
+    std::unique_ptr<VXFileLock> lockFile(VXError *error) const;
+    QString lockPath() const;
+    void adopt(const Contents &contents) VX_REQUIRES(_fileLock);
+    QVariantMap writtenMetadata() const;
+
+    const VXStoreOptions _options;
+    mutable VXMutex _fileLock;                      // held while the file is read or replaced; taken before the tables'
+    VXFileStamp _stamp VX_GUARDED_BY(_fileLock);    // of the file as it was read or written last
+    QVariantMap _metadata VX_GUARDED_BY(_fileLock); // as the file has it
+};

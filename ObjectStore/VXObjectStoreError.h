@@ -1,0 +1,37 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXObjectStoreExport.h"
+
+/** Domain of the errors that stores and contexts make. */
+VX_STORE_EXPORT extern const QString VXCocoaErrorDomain;
+
+/** Codes of VXCocoaErrorDomain. */
+enum class VXObjectStoreErrorCode {
+    FileRead = 256,
+    FileCorrupt = 259,
+    FileWrite = 512,
+    FileOutOfSpace = 640,
+    Validation = 1550,               // of one value or of an object
+    MultipleValidation = 1560,       // "VXDetailedErrors": the errors, each of one object
+    MissingMandatoryProperty = 1570, // also a to-one relationship
+    RelationshipDeniedDelete = 1600,
+    InvalidStore = 134000, // no longer attached, closed
+    IncompatibleStoreType = 134010,
+    StoreTimedOut = 134070,          // another process kept it locked
+    StoreIncompatibleModel = 134100, // made with a model that differs
+    MergeConflict = 133020,          // "conflictList": see VXConflictListKey
+    ReferentialIntegrity = 133000,   // a reference to an object that is gone
+};
+
+/**
+ * In the user info of a merge conflict a list of dictionaries, each with "object" (the VXManagedObject), "snapshot" (the
+ * values the context last read, by property name) and "cachedRow" (the values the store has; invalid when the object is gone).
+ */
+VX_STORE_EXPORT extern const QString VXConflictListKey;     // "conflictList"
+VX_STORE_EXPORT extern const QString VXDetailedErrorsKey;   // "VXDetailedErrors": list of VXError
+VX_STORE_EXPORT extern const QString VXValidationObjectKey; // "VXValidationErrorObject": the object
+VX_STORE_EXPORT extern const QString VXValidationKeyKey;    // "VXValidationErrorKey": the property's name
+
+VX_STORE_EXPORT VXError VXObjectStoreError(VXObjectStoreErrorCode code, const QString &description,
+                                           const QString &reason = {}, const QString &path = {});

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "VXPlatformExport.h"
+
+#include <QtCore/QString>
+
+/** Tells a file, as it was when it was read, from what lies at its path later: replaced, changed, or gone. */
+struct VX_PLATFORM_EXPORT VXFileStamp
+{
+    quint64 device = 0;
+    quint64 inode = 0;
+    qint64 size = -1; // without a file
+    qint64 seconds = 0;
+    qint64 nanoseconds = 0;
+
+    static VXFileStamp ofPath(const QString &path);
+    /** Of an open file. */
+    static VXFileStamp ofDescriptor(int descriptor);
+
+    bool exists() const { return size >= 0; }
+    bool operator==(const VXFileStamp &) const = default;
+};

@@ -1,0 +1,95 @@
+// Any bytes as the data file of an XML store: reading ends with objects or an error, and what was read is written in a
+// form that reads back the same.
+
+#include "VXModelParser.h"
+#include "VXXMLStoreReader.h"
+#include "VXXMLStoreWriter.h"
+
+#include <QtCore/QBuffer>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void require(bool condition, int line = __builtin_LINE())
+{
+    if (condition)
+        return;
+    std::fprintf(stderr, "line %d: the condition does not hold\n", line);
+    std::abort();
+}
+
+const VXManagedObjectModel &model()
+{
+    static const VXManagedObjectModel::Ptr made = [] {
+        QList<VXModelProblem> problems;
+        return VXManagedObjectModel::modelWithDefinition(VXParseModel(R"(
+            entity Item {
+                attribute small: integer16 optional;
+                attribute real: double optional;
+                attribute truth: boolean optional;
+                attribute text: string optional;
+                attribute date: date optional;
+                attribute data: binary optional;
+                attribute list: property-list optional;
+                relationship parent: Item optional inverse children;
+                relationship children: Item[] optional inverse parent;
+                relationship peers: Item[] optional inverse peers;
+                relationship groups: Group[] optional inverse items;
+            }
+            entity Part: Item { attribute whole: integer64 optional; }
+            entity Group { relationship items: Item[] optional inverse groups; }
+        )",
+                                                                      &problems));
+    }();
+    return *made;
+}
+
+struct Contents
+{
+    QVariantMap metadata;
+    VXRowTables tables;
+};
+
+std::optional<Contents> read(QByteArray bytes)
+{
+    QBuffer buffer(&bytes);
+    require(buffer.open(QIODevice::ReadOnly));
+    VXError error;
+    VXXMLStoreReader reader(buffer, u"file"_s);
+    const auto metadata = reader.readMetadata(&error);
+    require(metadata.has_value() != bool(error));
+    if (!metadata)
+        return std::nullopt;
+    const auto &identity = VXStoreIdentity::withIdentifier(u"identity"_s);
+    const auto tables = reader.readObjects(model(), identity, &error);
+    require(tables.has_value() != bool(error));
+    return tables ? std::optional(Contents{*metadata, *tables}) : std::nullopt;
+}
+
+QByteArray written(const Contents &contents)
+{
+    QBuffer buffer;
+    require(buffer.open(QIODevice::WriteOnly));
+    QString reason;
+    require(VXXMLStoreWriter(buffer).write(contents.metadata, contents.tables, model(), &reason));
+    return buffer.data();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    const auto contents = read({reinterpret_cast<const char *>(data), qsizetype(size)});
+    if (!contents)
+        return 0;
+    const QByteArray first = written(*contents);
+    const auto again = read(first);
+    require(again.has_value());
+    require(written(*again) == first);
+    return 0;
+}

@@ -1,0 +1,270 @@
+#include "VXPersistentStoreCoordinator.h"
+#include "VXRowSaver.h"
+#include "VXTesting.h"
+
+#include <array>
+#include <atomic>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray peopleSource = R"(
+entity Person {
+    attribute name: string optional;
+    attribute age: integer32 optional;
+    attribute mood: string optional transient;
+    attribute extra: property-list optional;
+    relationship calls: Call[] optional inverse caller;
+    relationship friends: Person[] optional inverse friends;
+    relationship groups: Group[] optional inverse members;
+}
+entity Employee: Person { attribute salary: double optional; }
+entity Call {
+    attribute cost: double optional;
+    relationship caller: Person optional inverse calls;
+}
+entity Group {
+    attribute name: string optional;
+    relationship members: Person[] optional inverse groups;
+}
+)";
+
+std::string typeName(const testing::TestParamInfo<VXStoreType> &each)
+{
+    return std::array{"SQLite", "XML", "InMemory"}.at(size_t(each.param));
+}
+
+} // namespace
+
+/** What holds for stores with rows in memory, and for the SQLite store in the same way. */
+class VXRowTableStoreTest : public VXHomeTest, public testing::WithParamInterface<VXStoreType>
+{
+protected:
+    VXRowTableStoreTest()
+        : coordinator(VXPersistentStoreCoordinator::coordinatorWithModel(VXModelOf(peopleSource))),
+          store(coordinator->addPersistentStore(GetParam(), path(u"store"_s))), saver(*store)
+    {
+        jane = saver.add(u"Person"_s, {{u"name"_s, u"Jane"_s}, {u"age"_s, 41}});
+        zoe = saver.add(u"Employee"_s, {{u"name"_s, u"zoë"_s}, {u"age"_s, 30}, {u"salary"_s, 1000.0}});
+        nobody = saver.add(u"Person"_s, {{u"extra"_s, QVariantMap{{u"pet"_s, u"cat"_s}}}});
+        cheap = saver.add(u"Call"_s, {{u"cost"_s, 0.5}, {u"caller"_s, QVariant::fromValue(jane)}});
+        dear = saver.add(u"Call"_s, {{u"cost"_s, 9.5}, {u"caller"_s, QVariant::fromValue(jane)}});
+        saver.add(u"Call"_s, {{u"cost"_s, 2.0}, {u"caller"_s, QVariant::fromValue(zoe)}});
+        club = saver.add(u"Group"_s, {{u"name"_s, u"Club"_s}});
+        saver.link(club, u"members"_s, {jane, zoe});
+        saver.link(jane, u"friends"_s, {zoe, jane});
+        EXPECT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
+    }
+
+    VXFetchRequest request(const QString &entity, const QString &format = u"TRUEPREDICATE"_s,
+                           const QVariantList &arguments = {}) const
+    {
+        VXFetchRequest made(*store->model().entityForName(entity));
+        VXError error;
+        const auto predicate = VXPredicate::predicateWithFormat(format, arguments, &error);
+        EXPECT_TRUE(predicate) << error.description().toStdString();
+        made.predicate = predicate.value_or(VXPredicate());
+        return made;
+    }
+
+    QVariantList names(const VXFetchRequest &fetch) const { return VXFetchValues(*store, fetch, u"name"_s); }
+
+    QSet<VXManagedObjectID> related(const VXManagedObjectID &source, const QString &relationship) const
+    {
+        QSet<VXManagedObjectID> found;
+        VXError error;
+        EXPECT_TRUE(store->related(
+            {source}, *source.entity().relationshipForName(relationship),
+            [&](const VXManagedObjectID &from, const VXManagedObjectID &target) {
+                EXPECT_EQ(from, source);
+                found.insert(target);
+            },
+            &error));
+        return found;
+    }
+
+    const VXPersistentStoreCoordinator::Ptr coordinator;
+    const VXPersistentStoreCoordinator::StorePtr store;
+    VXRowSaver saver;
+    VXManagedObjectID jane, zoe, nobody, cheap, dear, club;
+};
+
+INSTANTIATE_TEST_SUITE_P(Types, VXRowTableStoreTest,
+                         testing::Values(VXStoreType::InMemory, VXStoreType::XML, VXStoreType::SQLite), typeName);
+
+TEST_P(VXRowTableStoreTest, FindsWhatPredicatesDescribe)
+{
+    const QVariant janeID = QVariant::fromValue(jane);
+    const struct
+    {
+        QString format;
+        QVariantList arguments;
+        QVariantList names;
+    } cases[] = {
+        {u"age > 30"_s, {}, {u"Jane"_s}},
+        {u"name ==[d] 'zoe' OR name == NULL"_s, {}, {u"zoë"_s, QVariant()}},
+        {u"SELF == %@"_s, {janeID}, {u"Jane"_s}},
+        {u"SELF IN %@"_s, {QVariantList{QVariant::fromValue(zoe), janeID}}, {u"Jane"_s, u"zoë"_s}},
+        {u"NOT SELF IN {%@, %@}"_s, {janeID, QVariant::fromValue(VXManagedObjectID())}, {u"zoë"_s, QVariant()}},
+        {u"ANY calls.cost > 2"_s, {}, {u"Jane"_s}},
+        {u"ALL calls.cost > 1"_s, {}, {u"zoë"_s, QVariant()}},
+        {u"NONE calls.cost > 1"_s, {}, {QVariant()}},
+        {u"calls.@count == 2"_s, {}, {u"Jane"_s}},
+        {u"%@ IN calls"_s, {QVariant::fromValue(dear)}, {u"Jane"_s}},
+        {u"ANY calls.caller == SELF"_s, {}, {u"Jane"_s, u"zoë"_s}},
+        {u"ANY groups.members.name == 'Jane'"_s, {}, {u"Jane"_s, u"zoë"_s}},
+        {u"ANY friends == %@"_s, {janeID}, {u"Jane"_s, u"zoë"_s}},
+    };
+    for (const auto &each : cases) {
+        EXPECT_EQ(names(request(u"Person"_s, each.format, each.arguments)), each.names) << each.format.toStdString();
+        VXError error;
+        EXPECT_EQ(store->count(request(u"Person"_s, each.format, each.arguments), &error), each.names.size());
+    }
+    EXPECT_EQ(
+        VXFetchValues(*store, request(u"Call"_s, u"caller.name == 'Jane' AND caller == %@"_s, {janeID}), u"cost"_s),
+        (QVariantList{0.5, 9.5}));
+    if (GetParam() != VXStoreType::SQLite) { // which cannot look into property lists
+        EXPECT_EQ(names(request(u"Person"_s, u"extra.pet == 'cat'"_s)), QVariantList{QVariant()});
+    }
+    VXFetchRequest plain = request(u"Person"_s);
+    plain.includesSubentities = false;
+    EXPECT_EQ(names(plain), (QVariantList{u"Jane"_s, QVariant()}));
+    EXPECT_EQ(names(request(u"Employee"_s)), QVariantList{u"zoë"_s});
+}
+
+TEST_P(VXRowTableStoreTest, LeavesToOthersWhatIsNotStored)
+{
+    VXError error;
+    bool isExact = true;
+    QList<VXManagedObjectID> found;
+    const auto sink = [&](const VXFetchedRow &row) { found.append(row.objectID); };
+    VXFetchRequest fetch = request(u"Person"_s, u"mood == 'fine' AND age > 35"_s);
+    fetch.limit = 1;
+    fetch.offset = 1; // not before the rest is decided
+    ASSERT_TRUE(store->fetch(fetch, false, sink, &isExact, &error));
+    EXPECT_FALSE(isExact);
+    EXPECT_EQ(found, QList<VXManagedObjectID>{jane});
+    EXPECT_EQ(store->count(fetch, &error), std::nullopt);
+    for (const QString &key : {u"mood"_s, u"computed"_s, u"calls.caller.mood"_s}) {
+        VXFetchRequest sorted = request(u"Person"_s);
+        sorted.sortDescriptors = {{key}};
+        ASSERT_TRUE(store->fetch(sorted, false, sink, &isExact, &error));
+        EXPECT_FALSE(isExact) << key.toStdString();
+    }
+}
+
+TEST_P(VXRowTableStoreTest, SortsThenCuts)
+{
+    VXFetchRequest fetch = request(u"Person"_s);
+    fetch.sortDescriptors = {{u"name"_s, true, VXTextOption::CaseInsensitive}};
+    EXPECT_EQ(names(fetch), (QVariantList{QVariant(), u"Jane"_s, u"zoë"_s}));
+    fetch.sortDescriptors = {{u"groups.@count"_s, false}, {u"age"_s}};
+    EXPECT_EQ(names(fetch), (QVariantList{u"zoë"_s, u"Jane"_s, QVariant()}));
+    fetch.offset = 1;
+    fetch.limit = 1;
+    EXPECT_EQ(names(fetch), QVariantList{u"Jane"_s});
+    fetch.offset = 9;
+    EXPECT_EQ(names(fetch), QVariantList());
+}
+
+TEST_P(VXRowTableStoreTest, RelationshipsAreKeptFromBothEnds)
+{
+    EXPECT_EQ(related(jane, u"calls"_s), (QSet<VXManagedObjectID>{cheap, dear}));
+    EXPECT_EQ(related(zoe, u"groups"_s), QSet<VXManagedObjectID>{club});
+    EXPECT_EQ(related(zoe, u"friends"_s), QSet<VXManagedObjectID>{jane});
+    EXPECT_EQ(related(jane, u"friends"_s), (QSet<VXManagedObjectID>{jane, zoe}));
+
+    saver.change(cheap, {{u"caller"_s, QVariant::fromValue(nobody)}});
+    saver.link(zoe, u"groups"_s, {}, {club});
+    ASSERT_TRUE(saver.saveAndCommit());
+    EXPECT_EQ(related(jane, u"calls"_s), QSet<VXManagedObjectID>{dear});
+    EXPECT_EQ(related(nobody, u"calls"_s), QSet<VXManagedObjectID>{cheap});
+    EXPECT_EQ(related(club, u"members"_s), QSet<VXManagedObjectID>{jane});
+
+    saver.remove(jane);
+    saver.remove(dear);
+    ASSERT_TRUE(saver.saveAndCommit());
+    EXPECT_EQ(related(club, u"members"_s), QSet<VXManagedObjectID>());
+    EXPECT_EQ(related(zoe, u"friends"_s), QSet<VXManagedObjectID>());
+    EXPECT_EQ(store->check(), QStringList());
+    saver.remove(nobody); // the call still leads to it
+    ASSERT_TRUE(saver.saveAndCommit());
+    EXPECT_EQ(store->check().size(), 1);
+}
+
+TEST_P(VXRowTableStoreTest, ConflictsAreListedAndNothingIsSaved)
+{
+    VXRowSaver other(*store);
+    other.change(jane, {{u"age"_s, 42}});
+    other.remove(cheap);
+    saver.change(jane, {{u"name"_s, u"Joan"_s}});
+    saver.remove(cheap);
+    saver.change(zoe, {{u"name"_s, u"Zoe"_s}});
+    saver.add(u"Person"_s, {{u"name"_s, u"New"_s}});
+    ASSERT_TRUE(other.saveAndCommit());
+
+    EXPECT_FALSE(saver.saveAndCommit());
+    EXPECT_FALSE(saver.error);
+    ASSERT_EQ(saver.conflicts.size(), 2);
+    EXPECT_EQ(saver.conflicts[0].objectID, jane);
+    EXPECT_EQ(saver.conflicts[0].stored->value(jane.entity().propertyForName(u"age"_s)->index()), 42);
+    EXPECT_EQ(saver.conflicts[1].objectID, cheap);
+    EXPECT_EQ(saver.conflicts[1].stored, nullptr);
+    EXPECT_EQ(names(request(u"Person"_s)), (QVariantList{u"Jane"_s, u"zoë"_s, QVariant()}));
+
+    for (VXRowChange &change : saver.request.changes)
+        change.overwrites = true;
+    ASSERT_TRUE(saver.saveAndCommit());
+    EXPECT_EQ(names(request(u"Person"_s)), (QVariantList{u"Joan"_s, u"Zoe"_s, QVariant(), u"New"_s}));
+}
+
+TEST_P(VXRowTableStoreTest, WhatIsNotCommittedIsUndone)
+{
+    const qint64 last = saver.add(u"Person"_s, {{u"name"_s, u"New"_s}}).number();
+    saver.remove(jane);
+    saver.link(club, u"members"_s, {nobody});
+    EXPECT_TRUE(saver.save());
+    EXPECT_EQ(names(request(u"Person"_s)), (QVariantList{u"Jane"_s, u"zoë"_s, QVariant()}));
+    EXPECT_EQ(related(club, u"members"_s), (QSet<VXManagedObjectID>{jane, zoe}));
+    EXPECT_GT(saver.add(u"Employee"_s).number(), last); // numbers are not given again
+}
+
+TEST_P(VXRowTableStoreTest, AnIdentifierIsTakenOnce)
+{
+    saver.request.changes.append(
+        {jane, std::make_shared<VXStoreRow>(int(jane.entity().properties().size()), 1), nullptr});
+    EXPECT_FALSE(saver.saveAndCommit());
+    EXPECT_EQ(saver.error.code(), int(VXObjectStoreErrorCode::ReferentialIntegrity));
+}
+
+// Jane and Zoë get the same age in each save: a reader must never see half of one.
+TEST_P(VXRowTableStoreTest, ReadersSeeWholeSaves)
+{
+    std::atomic<bool> isDone = false;
+    std::atomic<int> halves = 0;
+    std::atomic<int> reads = 0;
+    const auto read = [&] {
+        const VXFetchRequest fetch = request(u"Person"_s, u"age != NULL AND calls.@count > 0"_s);
+        while (!isDone || reads < 2) {
+            const QVariantList ages = VXFetchValues(*store, fetch, u"age"_s);
+            halves += ages.size() != 2 || ages[0] != ages[1];
+            ++reads;
+        }
+    };
+    saver.change(jane, {{u"age"_s, 0}});
+    saver.change(zoe, {{u"age"_s, 0}});
+    ASSERT_TRUE(saver.saveAndCommit());
+    std::thread reader(read);
+    std::thread secondReader(read);
+    for (int age = 1; age <= 50; ++age) {
+        saver.change(jane, {{u"age"_s, age}});
+        saver.change(zoe, {{u"age"_s, age}});
+        EXPECT_TRUE(saver.saveAndCommit());
+    }
+    isDone = true;
+    reader.join();
+    secondReader.join();
+    EXPECT_EQ(halves, 0);
+}

@@ -1,0 +1,578 @@
+#include "VXPersistentStoreCoordinator.h"
+#include "VXRowSaver.h"
+#include "VXTesting.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QScopeGuard>
+
+#include <cmath>
+#include <limits>
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Code = VXObjectStoreErrorCode;
+using Coordinator = VXPersistentStoreCoordinator;
+
+const QByteArray phoneSource = R"(
+abstract entity Party {
+    attribute name: string optional indexed;
+    attribute z_pk: string optional;
+    relationship calls: Call[] optional inverse caller;
+    relationship groups: Group[] optional inverse members;
+    relationship friends: Party[] optional inverse friends;
+}
+entity Person: Party {
+    attribute code: integer16 optional;
+    relationship spouse: Person optional inverse spouse;
+}
+entity Company: Party { attribute code: string optional; }
+entity Call {
+    attribute small: integer16 optional;
+    attribute medium: integer32 optional;
+    attribute large: integer64 optional;
+    attribute cost: double optional;
+    attribute answered: boolean optional;
+    attribute number: string optional;
+    attribute date: date optional;
+    attribute photo: binary optional;
+    attribute extra: property-list optional;
+    attribute mood: string optional transient;
+    relationship caller: Party optional inverse calls;
+}
+entity Group { relationship members: Party[] optional inverse groups; }
+)";
+
+QVariant moment(qint64 milliseconds)
+{
+    return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC);
+}
+
+} // namespace
+
+class VXSQLiteStoreTest : public VXHomeTest
+{
+protected:
+    Coordinator::StorePtr open(const VXStoreOptions &options = {}) { return openWithModel(model, options); }
+
+    Coordinator::StorePtr openWithModel(const VXManagedObjectModel::Ptr &other, const VXStoreOptions &options = {})
+    {
+        error = {};
+        return Coordinator::coordinatorWithModel(other)->addPersistentStore(VXStoreType::SQLite, path(u"a.sqlite"_s),
+                                                                            options, &error);
+    }
+
+    /** A store of one person, closed again. */
+    VXManagedObjectID makeStore()
+    {
+        const auto store = open();
+        VXRowSaver saver(*store);
+        const VXManagedObjectID jane = saver.add(u"Person"_s, {{u"name"_s, u"Jane"_s}});
+        EXPECT_TRUE(saver.saveAndCommit());
+        return jane;
+    }
+
+    void runSQL(const char *sql) const
+    {
+        sqlite3 *database = nullptr;
+        ASSERT_EQ(sqlite3_open(path(u"a.sqlite"_s).toUtf8().constData(), &database), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(database, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
+        sqlite3_close(database);
+    }
+
+    static qsizetype rowCount(VXPersistentStore &store, const QString &entity)
+    {
+        qsizetype count = 0;
+        bool isExact = false;
+        VXError error;
+        EXPECT_TRUE(store.fetch(
+            VXFetchRequest(*store.model().entityForName(entity)), true, [&](const VXFetchedRow &) { ++count; },
+            &isExact, &error))
+            << error.description().toStdString();
+        return count;
+    }
+
+    static QSet<VXManagedObjectID> related(VXPersistentStore &store, const QList<VXManagedObjectID> &sources,
+                                           const QString &relationship)
+    {
+        QSet<VXManagedObjectID> found;
+        VXError error;
+        EXPECT_TRUE(store.related(
+            sources, *sources.constFirst().entity().relationshipForName(relationship),
+            [&](const VXManagedObjectID &source, const VXManagedObjectID &target) {
+                EXPECT_TRUE(sources.contains(source));
+                found.insert(target);
+            },
+            &error));
+        return found;
+    }
+
+    const VXManagedObjectModel::Ptr model = VXModelOf(phoneSource);
+    VXError error;
+};
+
+TEST_F(VXSQLiteStoreTest, ValuesComeBackAsTheyWere)
+{
+    const QMap<QString, QVariantList> values{
+        {u"small"_s, {-32768, 32767, 0, {}}},
+        {u"medium"_s, {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}},
+        {u"large"_s, {std::numeric_limits<qlonglong>::min(), std::numeric_limits<qlonglong>::max()}},
+        {u"cost"_s,
+         {0.1, 3.0, -0.0, std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::max(),
+          std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+          std::numeric_limits<double>::quiet_NaN()}},
+        {u"answered"_s, {true, false, {}}},
+        {u"number"_s,
+         {u""_s,
+          u"' \" ; -- ?1 %s"_s,
+          QString(u"a\0b\0"_s),
+          QString(QChar(0xD800)),
+          QString(QChar(0xDC00)) + u"x"_s,
+          QString(QChar(0xFEFF)),
+          QString(QChar(0xFEFF)) + u"x"_s,
+          QString(QChar(0xFFFE)) + u"x"_s,
+          u"\U0001F600"_s,
+          u"x"_s.repeated(1000000),
+          {}}},
+        {u"date"_s,
+         {moment(0), moment(-1), moment(1767323045678), moment(-62135596800000), moment(253402300799999), {}}},
+        {u"photo"_s, {QByteArray(""), QByteArray("\0\xff", 2), QByteArray(100000, 'x'), {}}},
+        {u"extra"_s,
+         {u""_s,
+          QVariantList{},
+          QVariantMap{{u"a"_s, QVariantList{1LL, true, 0.5, QByteArray("x"), moment(1000)}}},
+          {}}},
+    };
+    QList<std::tuple<VXManagedObjectID, QString, QVariant>> saved;
+    {
+        const auto store = open();
+        ASSERT_TRUE(store) << error.description().toStdString();
+        VXRowSaver saver(*store);
+        for (auto each = values.cbegin(); each != values.cend(); ++each) {
+            for (const QVariant &value : *each)
+                saved.append({saver.add(u"Call"_s, {{each.key(), value}}), each.key(), value});
+        }
+        ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
+    }
+    const auto store = open();
+    ASSERT_TRUE(store) << error.description().toStdString();
+    for (const auto &[objectID, key, value] : saved) {
+        const VXStoreRow::Ptr row = store->row(objectID, &error);
+        ASSERT_TRUE(row) << error.description().toStdString();
+        for (const VXAttributeDescription *const attribute : objectID.entity().attributes()) {
+            const QVariant &stored = row->value(attribute->index());
+            if (attribute->name() != key || !value.isValid()) {
+                EXPECT_FALSE(stored.isValid()) << attribute->name().toStdString();
+                continue;
+            }
+            EXPECT_EQ(stored.metaType(), value.metaType()) << key.toStdString();
+            if (value.typeId() != QMetaType::Double) {
+                EXPECT_EQ(stored, value) << key.toStdString();
+                continue;
+            }
+            const double real = value.toDouble();
+            EXPECT_TRUE(stored.toDouble() == real || (std::isnan(real) && std::isnan(stored.toDouble()))) << real;
+        }
+    }
+    EXPECT_EQ(store->check(), QStringList());
+}
+
+TEST_F(VXSQLiteStoreTest, EntitiesOfAFamilyShareATable)
+{
+    const auto store = open();
+    VXRowSaver saver(*store);
+    const auto jane = saver.add(u"Person"_s, {{u"code"_s, 7}, {u"z_pk"_s, u"own"_s}});
+    const auto shop = saver.add(u"Company"_s, {{u"code"_s, u"seven"_s}});
+    const auto call = saver.add(u"Call"_s, {{u"caller"_s, QVariant::fromValue(shop)}});
+    ASSERT_TRUE(saver.saveAndCommit());
+    EXPECT_NE(jane.number(), shop.number());
+    EXPECT_EQ(rowCount(*store, u"Party"_s), 2);
+    EXPECT_EQ(rowCount(*store, u"Person"_s), 1);
+    const auto valueOf = [&](const VXManagedObjectID &objectID, const QString &key) {
+        return store->row(objectID, &error)->value(objectID.entity().propertyForName(key)->index());
+    };
+    EXPECT_EQ(valueOf(jane, u"code"_s), 7);
+    EXPECT_EQ(valueOf(jane, u"z_pk"_s), u"own"_s);
+    EXPECT_EQ(valueOf(shop, u"code"_s), u"seven"_s);
+    const auto caller = valueOf(call, u"caller"_s).value<VXManagedObjectID>();
+    EXPECT_EQ(&caller.entity(), &shop.entity()); // not the abstract destination
+    // A number that belongs to an object of another entity
+    EXPECT_FALSE(store->row({shop.entity(), store->identity(), jane.number()}, &error));
+    EXPECT_FALSE(error);
+}
+
+TEST_F(VXSQLiteStoreTest, RelationshipsAreReadFromBothEnds)
+{
+    const auto store = open();
+    VXRowSaver saver(*store);
+    const auto jane = saver.add(u"Person"_s);
+    const auto joe = saver.add(u"Person"_s, {{u"spouse"_s, QVariant::fromValue(jane)}});
+    const auto shop = saver.add(u"Company"_s);
+    const auto call = saver.add(u"Call"_s, {{u"caller"_s, QVariant::fromValue(jane)}});
+    const auto second = saver.add(u"Call"_s, {{u"caller"_s, QVariant::fromValue(shop)}});
+    const auto club = saver.add(u"Group"_s);
+    saver.link(club, u"members"_s, {jane, joe});
+    saver.link(shop, u"groups"_s, {club});
+    saver.link(jane, u"friends"_s, {joe, jane});
+    ASSERT_TRUE(saver.saveAndCommit());
+    using IDs = QSet<VXManagedObjectID>;
+    EXPECT_EQ(related(*store, {jane}, u"calls"_s), IDs{call});
+    EXPECT_EQ(related(*store, {jane, joe, shop}, u"calls"_s), (IDs{call, second}));
+    EXPECT_EQ(related(*store, {club}, u"members"_s), (IDs{jane, joe, shop}));
+    EXPECT_EQ(related(*store, {joe}, u"friends"_s), IDs{jane});
+    EXPECT_EQ(related(*store, {jane}, u"friends"_s), (IDs{jane, joe}));
+
+    saver.link(joe, u"friends"_s, {}, {jane});
+    saver.link(joe, u"groups"_s, {}, {club});
+    saver.change(call, {{u"caller"_s, QVariant()}});
+    saver.remove(shop);
+    saver.change(second, {{u"caller"_s, QVariant::fromValue(joe)}});
+    ASSERT_TRUE(saver.saveAndCommit());
+    EXPECT_EQ(related(*store, {joe}, u"friends"_s), IDs());
+    EXPECT_EQ(related(*store, {jane}, u"friends"_s), IDs{jane});
+    EXPECT_EQ(related(*store, {club}, u"members"_s), IDs{jane});
+    EXPECT_EQ(related(*store, {jane}, u"calls"_s), IDs());
+    EXPECT_EQ(related(*store, {joe}, u"calls"_s), IDs{second});
+    EXPECT_EQ(store->check(), QStringList());
+}
+
+TEST_F(VXSQLiteStoreTest, ReferencesStayInTheStore)
+{
+    const auto store = open();
+    const auto other = Coordinator::coordinatorWithModel(model)->addPersistentStore(VXStoreType::InMemory, {});
+    VXRowSaver saver(*store);
+    const VXManagedObjectID stranger(*store->model().entityForName(u"Person"_s), other->identity(), 1);
+    saver.add(u"Call"_s, {{u"caller"_s, QVariant::fromValue(stranger)}});
+    EXPECT_FALSE(saver.saveAndCommit());
+    EXPECT_EQ(saver.error.code(), int(Code::ReferentialIntegrity));
+    EXPECT_EQ(rowCount(*store, u"Call"_s), 0);
+}
+
+// As two processes have it: each store object has connections of its own.
+TEST_F(VXSQLiteStoreTest, TwoStoresOnOneFileSeeEachOthersSavesAndConflicts)
+{
+    const VXManagedObjectID jane = makeStore();
+    const auto first = open();
+    const auto second = open();
+    const int name = jane.entity().propertyForName(u"name"_s)->index();
+    VXRowSaver one(*first);
+    VXRowSaver two(*second);
+    one.change(jane, {{u"name"_s, u"one"_s}});
+    two.change(jane, {{u"name"_s, u"two"_s}});
+    two.add(u"Group"_s);
+    ASSERT_TRUE(one.saveAndCommit());
+    EXPECT_EQ(second->row(jane, &error)->value(name), u"one"_s);
+
+    EXPECT_FALSE(two.saveAndCommit());
+    EXPECT_FALSE(two.error);
+    ASSERT_EQ(two.conflicts.size(), 1);
+    EXPECT_EQ(two.conflicts[0].objectID, jane);
+    EXPECT_EQ(two.conflicts[0].stored->value(name), u"one"_s);
+    EXPECT_EQ(rowCount(*first, u"Group"_s), 0);
+
+    two.request.changes[0].overwrites = true;
+    ASSERT_TRUE(two.saveAndCommit());
+    const VXStoreRow::Ptr row = first->row(jane, &error);
+    EXPECT_EQ(row->value(name), u"two"_s);
+    EXPECT_GT(row->version(), 2); // above both, so that whoever read the first's save will notice
+
+    one.change(jane, {{u"name"_s, u"three"_s}});
+    two.remove(jane);
+    ASSERT_TRUE(two.saveAndCommit());
+    EXPECT_FALSE(one.saveAndCommit());
+    ASSERT_EQ(one.conflicts.size(), 1);
+    EXPECT_EQ(one.conflicts[0].stored, nullptr);
+    one.request.changes[0].overwrites = true;
+    ASSERT_TRUE(one.saveAndCommit());
+    EXPECT_EQ(second->row(jane, &error)->value(name), u"three"_s);
+}
+
+TEST_F(VXSQLiteStoreTest, NumbersAreGivenOutOnceAmongProcesses)
+{
+    const VXManagedObjectID jane = makeStore();
+    constexpr int processCount = 3;
+    constexpr int countEach = 40;
+    QList<int> ends;
+    for (int process = 0; process < processCount; ++process) {
+        int pipeEnds[2];
+        ASSERT_EQ(pipe(pipeEnds), 0);
+        if (fork() == 0) {
+            const auto store = open();
+            bool isGood = bool(store);
+            for (int count = 0; isGood && count < countEach; ++count) {
+                const auto number = store->reserveNumbers(jane.entity().rootEntity(), 2, &error);
+                isGood = number && write(pipeEnds[1], &*number, sizeof(*number)) == sizeof(*number);
+            }
+            _exit(isGood ? 0 : 1);
+        }
+        close(pipeEnds[1]);
+        ends.append(pipeEnds[0]);
+    }
+    QSet<qint64> numbers{jane.number()};
+    for (const int end : ends) {
+        qint64 number = 0;
+        while (read(end, &number, sizeof(number)) == sizeof(number))
+            numbers << number << number + 1;
+        close(end);
+    }
+    for (int process = 0; process < processCount; ++process) {
+        int status = -1;
+        wait(&status);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(numbers.size(), 1 + processCount * countEach * 2);
+}
+
+TEST_F(VXSQLiteStoreTest, AKilledProcessLosesNoCommittedSave)
+{
+    makeStore();
+    const pid_t child = fork();
+    if (child == 0) {
+        const auto store = open();
+        VXRowSaver saver(*store);
+        saver.add(u"Group"_s);
+        const bool isSaved = saver.saveAndCommit();
+        saver.add(u"Group"_s);
+        const auto pending = saver.save();
+        if (isSaved && pending)
+            kill(getpid(), SIGKILL);
+        _exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    const auto store = open();
+    ASSERT_TRUE(store) << error.description().toStdString();
+    EXPECT_EQ(rowCount(*store, u"Group"_s), 1);
+    EXPECT_EQ(store->check(), QStringList());
+}
+
+TEST_F(VXSQLiteStoreTest, AnUncommittedSaveIsUndone)
+{
+    const auto store = open();
+    VXRowSaver saver(*store);
+    const auto jane = saver.add(u"Person"_s);
+    store->setMetadata({{u"owner"_s, u"me"_s}});
+    saver.request.metadata = store->unsavedMetadata();
+    const VXSaveRequest request = saver.request;
+    EXPECT_TRUE(saver.save());
+    EXPECT_EQ(rowCount(*store, u"Person"_s), 0);
+    EXPECT_TRUE(store->unsavedMetadata());
+    ASSERT_TRUE(saver.saveAndCommit());
+    EXPECT_FALSE(store->unsavedMetadata());
+    EXPECT_EQ(Coordinator::metadataForPersistentStore(VXStoreType::SQLite, path(u"a.sqlite"_s)), store->metadata());
+
+    saver.request.changes = request.changes; // a second object with the identifier of the first
+    EXPECT_FALSE(saver.saveAndCommit());
+    EXPECT_EQ(saver.error.code(), int(Code::ReferentialIntegrity));
+    saver.request.changes.clear();
+    saver.change(jane, {{u"name"_s, u"Jane"_s}});
+    EXPECT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
+}
+
+TEST_F(VXSQLiteStoreTest, WaitsOnlySoLongForAnotherProcess)
+{
+    makeStore();
+    sqlite3 *database = nullptr;
+    ASSERT_EQ(sqlite3_open(path(u"a.sqlite"_s).toUtf8().constData(), &database), SQLITE_OK);
+    const auto close = qScopeGuard([&] { sqlite3_close(database); });
+    const auto store = open({.busyTimeout = std::chrono::milliseconds(1)});
+    ASSERT_EQ(sqlite3_exec(database, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    VXRowSaver saver(*store);
+    EXPECT_FALSE(saver.save());
+    EXPECT_EQ(saver.error.code(), int(Code::StoreTimedOut));
+    EXPECT_EQ(rowCount(*store, u"Party"_s), 1); // readers do not wait
+}
+
+TEST_F(VXSQLiteStoreTest, ModelsThatDifferAreRefusedAndAdditionsMade)
+{
+    makeStore();
+    const QByteArray before = readFile(path(u"a.sqlite"_s));
+    const QList<std::pair<QByteArray, QByteArray>> changes{
+        {"attribute small: integer16", "attribute small: integer32"},
+        {"entity Group { relationship members: Party[] optional inverse groups; }",
+         "entity Group { attribute x: date; relationship members: Party[] optional inverse groups; }"},
+        {"attribute photo: binary optional;", ""},
+    };
+    for (const auto &[part, replacement] : changes) {
+        EXPECT_FALSE(openWithModel(VXModelOf(QByteArray(phoneSource).replace(part, replacement))));
+        EXPECT_EQ(error.code(), int(Code::StoreIncompatibleModel)) << replacement.toStdString();
+        EXPECT_EQ(error.filePath(), path(u"a.sqlite"_s));
+        EXPECT_EQ(readFile(path(u"a.sqlite"_s)), before);
+    }
+    EXPECT_FALSE(openWithModel(VXModelOf(phoneSource + "entity gROUP {}"))); // for SQL the same name
+    // Entities in addition, one in a family that is there
+    const auto larger = VXModelOf(phoneSource + "entity Worker: Person { attribute pay: double optional; } "
+                                                "entity Note { attribute text: string optional indexed; }");
+    EXPECT_FALSE(openWithModel(larger, {.isReadOnly = true}));
+    EXPECT_EQ(error.code(), int(Code::StoreIncompatibleModel));
+    {
+        const auto store = openWithModel(larger);
+        ASSERT_TRUE(store) << error.description().toStdString();
+        VXRowSaver saver(*store);
+        saver.add(u"Note"_s, {{u"text"_s, u"x"_s}});
+        const auto worker = saver.add(u"Worker"_s, {{u"pay"_s, 1.5}});
+        saver.add(u"Person"_s, {{u"spouse"_s, QVariant::fromValue(worker)}});
+        ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
+    }
+    const auto store = openWithModel(larger);
+    ASSERT_TRUE(store) << error.description().toStdString();
+    EXPECT_EQ(rowCount(*store, u"Party"_s), 3);
+    EXPECT_EQ(rowCount(*store, u"Note"_s), 1);
+    EXPECT_EQ(store->check(), QStringList());
+    EXPECT_FALSE(open()); // the smaller model does not know them all
+    EXPECT_EQ(error.code(), int(Code::StoreIncompatibleModel));
+}
+
+TEST_F(VXSQLiteStoreTest, ForeignAndDamagedFilesStayAsTheyAre)
+{
+    makeStore();
+    const QString file = path(u"a.sqlite"_s);
+    const QByteArray good = readFile(file);
+    ASSERT_GT(good.size(), 4096 * 4);
+    const auto patched = [&](qsizetype at, const QByteArray &bytes) {
+        return QByteArray(good).replace(at, bytes.size(), bytes);
+    };
+    QFile::remove(file);
+    runSQL("CREATE TABLE t (x); INSERT INTO t VALUES (1)");
+    const QByteArray foreign = readFile(file);
+    const struct
+    {
+        const char *what;
+        QByteArray contents;
+        Code code;
+    } cases[] = {
+        {"a text", "Dear diary", Code::FileCorrupt},
+        {"a store of another form", "<?xml version=\"1.0\"?><store/>", Code::FileCorrupt},
+        {"an SQLite file of somebody else", foreign, Code::FileCorrupt},
+        {"half of it", good.first(good.size() / 2), Code::FileCorrupt},
+        {"its header", good.first(100), Code::FileCorrupt},
+        {"a schema that is none", patched(100, QByteArray(4000, '\xff')), Code::FileCorrupt},
+        {"a later format", patched(60, QByteArray("\0\0\0\x09", 4)), Code::IncompatibleStoreType},
+    };
+    for (const auto &each : cases) {
+        QDir(path()).removeRecursively();
+        writeFile(u"a.sqlite"_s, each.contents);
+        EXPECT_FALSE(open()) << each.what;
+        EXPECT_EQ(error.code(), int(each.code)) << each.what << error.description().toStdString();
+        EXPECT_EQ(error.filePath(), file) << each.what;
+        EXPECT_EQ(readFile(file), each.contents) << each.what;
+        EXPECT_TRUE(Coordinator::metadataForPersistentStore(VXStoreType::SQLite, file).isEmpty() ||
+                    each.code == Code::IncompatibleStoreType);
+        EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList{u"a.sqlite"_s}) << each.what;
+    }
+    QFile::remove(file);
+    ASSERT_TRUE(QDir().mkpath(file));
+    EXPECT_FALSE(open());
+    EXPECT_EQ(error.code(), int(Code::FileRead));
+}
+
+// Wherever a byte is wrong, the answer is an error or an object, never a crash.
+TEST_F(VXSQLiteStoreTest, DamageAnywhereIsSurvived)
+{
+    makeStore();
+    const QByteArray good = readFile(path(u"a.sqlite"_s));
+    for (qsizetype at = 0; at < good.size(); at += 307) {
+        QByteArray bad = good;
+        bad[at] = char(bad[at] ^ 0x55);
+        writeFile(u"a.sqlite"_s, bad);
+        const auto store = open({.isReadOnly = true});
+        if (!store) {
+            EXPECT_TRUE(error) << at;
+            continue;
+        }
+        for (const VXEntityDescription *const entity : store->model().entities()) {
+            bool isExact = false;
+            error = {};
+            const bool isRead = store->fetch(
+                VXFetchRequest(*entity), true, [](const VXFetchedRow &) {}, &isExact, &error);
+            EXPECT_NE(isRead, bool(error)) << at;
+        }
+        store->check();
+    }
+}
+
+TEST_F(VXSQLiteStoreTest, AFileOfNoBytesBecomesAStore)
+{
+    writeFile(u"a.sqlite"_s, "");
+    EXPECT_TRUE(open()) << error.description().toStdString();
+    const auto store = open();
+    ASSERT_TRUE(store);
+    EXPECT_EQ(rowCount(*store, u"Party"_s), 0);
+}
+
+// Not as root, whom permissions do not stop.
+TEST_F(VXSQLiteStoreTest, ReadOnlyFoldersAreReadAndRefuseWriting)
+{
+    makeStore();
+    const bool isRoot = geteuid() == 0;
+    ASSERT_EQ(chmod(path().toUtf8().constData(), 0555), 0);
+    if (isRoot) {
+        ASSERT_EQ(seteuid(65534), 0);
+    }
+    const auto restore = qScopeGuard([&] {
+        EXPECT_TRUE(!isRoot || seteuid(0) == 0);
+        EXPECT_EQ(chmod(path().toUtf8().constData(), 0755), 0);
+    });
+    {
+        const auto store = open({.isReadOnly = true});
+        ASSERT_TRUE(store) << error.description().toStdString();
+        EXPECT_EQ(rowCount(*store, u"Party"_s), 1);
+        VXRowSaver saver(*store);
+        EXPECT_FALSE(saver.save());
+        EXPECT_EQ(saver.error.code(), int(Code::FileWrite));
+        EXPECT_FALSE(store->reserveNumbers(*store->model().entityForName(u"Group"_s), 1, &error));
+        EXPECT_EQ(store->check(), QStringList());
+    }
+    EXPECT_FALSE(open());
+    EXPECT_TRUE(error.code() == int(Code::FileWrite) || error.code() == int(Code::FileRead));
+    EXPECT_FALSE(Coordinator::coordinatorWithModel(model)->addPersistentStore(VXStoreType::SQLite,
+                                                                              path(u"new.sqlite"_s), {}, &error));
+    EXPECT_EQ(error.filePath(), path(u"new.sqlite"_s));
+}
+
+TEST_F(VXSQLiteStoreTest, ReadingAloneMakesNoStore)
+{
+    EXPECT_FALSE(open({.isReadOnly = true}));
+    EXPECT_EQ(error.code(), int(Code::FileRead));
+    EXPECT_FALSE(QFile::exists(path(u"a.sqlite"_s)));
+}
+
+TEST_F(VXSQLiteStoreTest, ChecksFindWhatOthersBroke)
+{
+    {
+        const auto store = open();
+        VXRowSaver saver(*store);
+        const auto jane = saver.add(u"Person"_s);
+        saver.add(u"Call"_s, {{u"caller"_s, QVariant::fromValue(jane)}, {u"extra"_s, u"x"_s}});
+        saver.link(saver.add(u"Group"_s), u"members"_s, {jane});
+        ASSERT_TRUE(saver.saveAndCommit());
+        EXPECT_EQ(store->check(), QStringList());
+    }
+    const struct
+    {
+        const char *sql;
+        const char *undo;
+        const char *finding;
+    } cases[] = {
+        {"UPDATE VX_Call SET caller = 99", "UPDATE VX_Call SET caller = 1", "\"caller\" of x-coredata"},
+        {"UPDATE VX_Call SET extra = x'00'", "UPDATE VX_Call SET extra = NULL", "\"extra\" of an object"},
+        {"UPDATE VX_Party SET Z_ENT = 77", "UPDATE VX_Party SET Z_ENT = 2", "unknown entity"},
+        {"INSERT INTO \"VX_Group.members\" VALUES (1, 98)", "DELETE FROM \"VX_Group.members\" WHERE Z_TARGET = 98",
+         "\"members\" of x-coredata"},
+    };
+    for (const auto &each : cases) {
+        runSQL(each.sql);
+        EXPECT_THAT(open()->check().join(u'\n').toStdString(), testing::HasSubstr(each.finding)) << each.sql;
+        runSQL(each.undo);
+    }
+    EXPECT_EQ(open()->check(), QStringList());
+}
