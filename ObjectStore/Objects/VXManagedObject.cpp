@@ -1,0 +1,206 @@
+#include "VXManagedObject.h"
+
+#include "VXDiagnostics.h"
+#include "VXException.h"
+#include "VXManagedObjectContext.h"
+#include "VXRelatedSet.h"
+#include "VXRowMerge.h"
+#include "VXRowTables.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QVariant none;
+
+// So that key paths of predicates and sort descriptors can be followed from objects.
+[[maybe_unused]] const bool isConverterRegistered =
+    QMetaType::registerConverter<VXManagedObjectPtr, VXKeyValueCoding *>(
+        [](const VXManagedObjectPtr &object) { return static_cast<VXKeyValueCoding *>(object.get()); });
+
+QString valueProblem(const VXPropertyDescription &property, const QVariant &value)
+{
+    return u"\"%1\" of entity \"%2\" cannot hold a value of type %3"_s.arg(
+        property.name(), property.entity().name(), QString::fromLatin1(value.metaType().name()));
+}
+
+VXManagedObjectPtr objectIn(const VXPropertyDescription &property, const QVariant &value)
+{
+    const bool isObject = value.metaType() == QMetaType::fromType<VXManagedObjectPtr>();
+    VXAssert(isObject || !value.isValid(), valueProblem(property, value));
+    return isObject ? value.value<VXManagedObjectPtr>() : VXManagedObjectPtr();
+}
+
+QList<VXManagedObjectPtr> objectsIn(const VXPropertyDescription &property, const QVariant &value)
+{
+    if (value.metaType() == QMetaType::fromType<QList<VXManagedObjectPtr>>())
+        return value.value<QList<VXManagedObjectPtr>>();
+    VXAssert(value.metaType() == QMetaType::fromType<QVariantList>() || !value.isValid(),
+             valueProblem(property, value));
+    QList<VXManagedObjectPtr> objects;
+    for (const QVariant &element : value.toList())
+        objects.append(objectIn(property, element));
+    return objects;
+}
+
+} // namespace
+
+VXManagedObject::VXManagedObject() = default;
+
+VXManagedObject::~VXManagedObject() = default;
+
+QVariantList VXManagedObject::variants(const QList<VXManagedObjectPtr> &objects)
+{
+    QVariantList list;
+    list.reserve(objects.size());
+    for (const VXManagedObjectPtr &object : objects)
+        list.append(QVariant::fromValue(object));
+    return list;
+}
+
+void VXManagedObject::release()
+{
+    if (--_holders > 0)
+        return;
+    if (_context != nullptr)
+        _context->unregister(*this);
+    delete this;
+}
+
+const VXPropertyDescription &VXManagedObject::property(int index) const
+{
+    const QList<const VXPropertyDescription *> &properties = entity().properties();
+    VXAssert(index >= 0 && index < properties.size(),
+             u"entity \"%1\" has no property %2"_s.arg(entity().name()).arg(index));
+    return *properties[index];
+}
+
+const VXPropertyDescription &VXManagedObject::property(const QString &key) const
+{
+    const VXPropertyDescription *const found = entity().propertyForName(key);
+    VXAssert(found != nullptr, u"entity \"%1\" has no property \"%2\""_s.arg(entity().name(), key));
+    return *found;
+}
+
+const VXStoreRow *VXManagedObject::values() const
+{
+    if (Q_UNLIKELY(_isFault) && (_context == nullptr || !_context->fulfillFault(self())))
+        return nullptr;
+    return _values ? _values.get() : _row.get();
+}
+
+void VXManagedObject::setStoredRow(const VXStoreRow::Ptr &row)
+{
+    _row = row;
+    _isFault = false;
+}
+
+void VXManagedObject::setValue(const VXPropertyDescription &property, const QVariant &value)
+{
+    VXAssert(_context != nullptr, u"an object cannot be changed when its context is gone or has forgotten it"_s);
+    const VXStoreRow *const before = values();
+    if (before == nullptr) {
+        VXReportDiagnostic(4, u"\"%1\" of %2 cannot be set: the object is gone from the store"_s.arg(
+                                  property.name(), _objectID.uriRepresentation().toString()));
+        return;
+    }
+    if (!_values)
+        _values = VXCopiedRow(*before, before->version() + 1);
+    else if (_values.use_count() > 1) // a save that failed may have left it with a store
+        _values = VXCopiedRow(*before, before->version());
+    _values->value(property.index()) = value;
+    if (property.asAttribute() == nullptr || !property.isTransient())
+        _context->noteChange(*this);
+}
+
+const QVariant &VXManagedObject::attribute(int index) const
+{
+    const VXStoreRow *const row = values();
+    if (row == nullptr)
+        return none;
+    VXAssert(index >= 0 && index < row->propertyCount(),
+             u"entity \"%1\" has no property %2"_s.arg(entity().name()).arg(index));
+    return row->value(index);
+}
+
+void VXManagedObject::setAttribute(int index, const QVariant &value)
+{
+    const VXAttributeDescription *const attribute = property(index).asAttribute();
+    VXAssert(attribute != nullptr,
+             u"\"%1\" of entity \"%2\" is no attribute"_s.arg(property(index).name(), entity().name()));
+    const std::optional<QVariant> fitting = VXAttributeValue(attribute->type(), value);
+    VXAssert(fitting, valueProblem(*attribute, value));
+    const VXStoreRow *const row = values();
+    if (row == nullptr || !VXIsSameValue(row->value(index), *fitting))
+        setValue(*attribute, *fitting);
+}
+
+QVariant VXManagedObject::valueForKey(const QString &key) const
+{
+    const VXPropertyDescription *const found = entity().propertyForName(key);
+    if (found == nullptr)
+        return {};
+    const VXRelationshipDescription *const relationship = found->asRelationship();
+    if (relationship == nullptr)
+        return attribute(found->index());
+    if (!relationship->isToMany()) {
+        const VXManagedObjectPtr object = related(found->index());
+        return object ? QVariant::fromValue(object) : QVariant();
+    }
+    return variants(relatedObjects(found->index()));
+}
+
+void VXManagedObject::setValueForKey(const QVariant &value, const QString &key)
+{
+    const VXPropertyDescription &named = property(key);
+    const VXRelationshipDescription *const relationship = named.asRelationship();
+    if (relationship == nullptr)
+        setAttribute(named.index(), value);
+    else if (relationship->isToMany())
+        setRelatedObjects(named.index(), objectsIn(named, value));
+    else
+        setRelated(named.index(), objectIn(named, value));
+}
+
+// As valueForKey gives it.
+QVariant VXManagedObject::objectValue(const VXStoreRow &row, const VXPropertyDescription &property) const
+{
+    const VXRelationshipDescription *const relationship = property.asRelationship();
+    if (relationship == nullptr)
+        return row.value(property.index());
+    const VXManagedObjectPtr object = target(row, *relationship);
+    return object ? QVariant::fromValue(object) : QVariant();
+}
+
+QVariantMap VXManagedObject::committedValues(const QStringList &keys) const
+{
+    QVariantMap committed;
+    if (_context == nullptr || _state == State::Inserted || values() == nullptr)
+        return committed;
+    for (const VXPropertyDescription *const each : entity().properties()) {
+        if (each->isTransient() || !(keys.isEmpty() || keys.contains(each->name())))
+            continue;
+        const VXRelationshipDescription *const relationship = each->asRelationship();
+        if (relationship == nullptr || !relationship->isToMany())
+            committed.insert(each->name(), objectValue(*_row, *each));
+        else if (const VXRelatedSet *const set = findRelatedSet(*relationship); set != nullptr && set->isRead())
+            committed.insert(each->name(), variants(_context->objectsWithIDs(set->stored().values())));
+    }
+    return committed;
+}
+
+QVariantMap VXManagedObject::changedValues() const
+{
+    QVariantMap changed;
+    if (_values) {
+        const VXStoreRow empty(int(entity().properties().size()), 0);
+        for (const int index : VXChangedProperties(entity(), _row ? *_row : empty, *_values))
+            changed.insert(property(index).name(), objectValue(*_values, property(index)));
+    }
+    for (const VXRelationshipDescription *const relationship : entity().relationships()) {
+        const VXRelatedSet *const set = relationship->isToMany() ? findRelatedSet(*relationship) : nullptr;
+        if (set != nullptr && set->hasChanges())
+            changed.insert(relationship->name(), valueForKey(relationship->name()));
+    }
+    return changed;
+}

@@ -1,0 +1,136 @@
+#pragma once
+
+#include "VXEntityDescription.h"
+#include "VXError.h"
+#include "VXKeyValueCoding.h"
+#include "VXManagedObjectID.h"
+#include "VXObjectRef.h"
+#include "VXObjectStoreExport.h"
+#include "VXStoreRow.h"
+
+#include <QtCore/QList>
+#include <QtCore/QVariant>
+
+#include <memory>
+#include <vector>
+
+class VXManagedObject;
+class VXManagedObjectContext;
+class VXRelatedSet;
+
+using VXManagedObjectPtr = VXObjectRef<VXManagedObject>;
+
+/**
+ * An object of a store, in one context, on that context's thread. A fault knows only who it is, and reads its values when one
+ * is asked for. Values are reached fastest by the property's index (VXPropertyDescription::index), else by name. Subclasses,
+ * registered under the entity's class name (VXManagedObjectClass.h), add operations and override the hooks.
+ */
+class VX_STORE_EXPORT VXManagedObject : public VXKeyValueCoding
+{
+public:
+    const VXManagedObjectID &objectID() const { return _objectID; }
+    const VXEntityDescription &entity() const { return _objectID.entity(); }
+    /** nullptr once the context is gone, or has forgotten the object (deleted and saved, reset). */
+    VXManagedObjectContext *managedObjectContext() const { return _context; }
+
+    bool isInserted() const { return _state == State::Inserted; }
+    bool isUpdated() const { return _state == State::Updated; }
+    bool isDeleted() const { return _state == State::Deleted; }
+    bool hasChanges() const { return _state != State::Unchanged; }
+    bool isFault() const { return _isFault; }
+
+    /** The value of an attribute; of a to-one relationship the object (VXManagedObjectPtr), of a to-many one the list of
+     * objects. Reads the object if it is a fault; none when it is gone from the store. */
+    QVariant valueForKey(const QString &key) const override;
+    /** Sets an attribute (a value of another type fails an assertion) or relationship. An unknown key fails one too. */
+    void setValueForKey(const QVariant &value, const QString &key);
+
+    /** By index. The reference holds until the object changes or turns into a fault. */
+    const QVariant &attribute(int index) const;
+    /** One that is transient makes no unsaved change. */
+    void setAttribute(int index, const QVariant &value);
+
+    /** nullptr for none. */
+    VXManagedObjectPtr related(int index) const;
+    void setRelated(int index, const VXManagedObjectPtr &object);
+    /** What a to-many relationship leads to, in no particular order. */
+    QList<VXManagedObjectPtr> relatedObjects(int index) const;
+    /** Without making the objects. */
+    qsizetype relatedCount(int index) const;
+    void addRelated(int index, const VXManagedObjectPtr &object);
+    void removeRelated(int index, const VXManagedObjectPtr &object);
+    void setRelatedObjects(int index, const QList<VXManagedObjectPtr> &objects);
+
+    /** The values as last read or saved, by name; without to-many relationships unless they were read. */
+    QVariantMap committedValues(const QStringList &keys = {}) const;
+    /** What differs from those. */
+    QVariantMap changedValues() const;
+
+protected:
+    friend class VXManagedObjectContext;
+    friend class VXManagedObjectClass;
+    friend class VXChangedObjects;
+    template <class T>
+    friend class VXObjectRef;
+
+    VXManagedObject();
+    ~VXManagedObject() override;
+
+    // -- Hooks for subclasses
+    virtual void awakeFromInsert() {}
+    virtual void awakeFromFetch() {}
+    /** Before it is saved, once for each save; may change the object and others. */
+    virtual void willSave() {}
+    virtual void didSave() {}
+    virtual void willTurnIntoFault() {}
+    /** Whether it can be saved as it is; the first problem as error. Call the base class's. */
+    virtual bool validateForInsert(VXError *error) const;
+    virtual bool validateForUpdate(VXError *error) const;
+    virtual bool validateForDelete(VXError *error) const;
+
+private:
+    enum class State : quint8 { Unchanged, Inserted, Updated, Deleted };
+
+    void retain() { ++_holders; }
+    void release();
+
+    /** Objects are never constant themselves, but reading a fault fills it. */
+    VXManagedObject &self() const { return const_cast<VXManagedObject &>(*this); }
+    const VXPropertyDescription &property(int index) const;
+    const VXPropertyDescription &property(const QString &key) const;
+    const VXRelationshipDescription &relationship(int index, bool isToMany) const;
+    /** The present values; reads a fault. nullptr when the object is gone from the store. */
+    const VXStoreRow *values() const;
+    void setValue(const VXPropertyDescription &property, const QVariant &value);
+    void setStoredRow(const VXStoreRow::Ptr &row);
+    static QVariantList variants(const QList<VXManagedObjectPtr> &objects);
+    QVariant objectValue(const VXStoreRow &row, const VXPropertyDescription &property) const;
+    bool hasMandatoryValues(VXError *error) const;
+    void assertFits(const VXRelationshipDescription &relationship, const VXManagedObjectPtr &object) const;
+
+    // -- One end of a relationship; the caller sees to the other
+    VXManagedObjectPtr target(const VXStoreRow &row, const VXRelationshipDescription &relationship) const;
+    VXRelatedSet *findRelatedSet(const VXRelationshipDescription &relationship) const;
+    VXRelatedSet &relatedSet(const VXRelationshipDescription &relationship);
+    /** Read from the store, if that can be done. */
+    VXRelatedSet &readRelatedSet(const VXRelationshipDescription &relationship) const;
+    void attach(const VXRelationshipDescription &relationship, const VXManagedObjectPtr &object);
+    void detach(const VXRelationshipDescription &relationship, const VXManagedObjectPtr &object);
+    bool hasRelationshipChanges() const;
+
+    VXManagedObjectContext *_context = nullptr;
+    VXManagedObjectID _objectID;
+    VXStoreRow::Ptr _row;                                    // as last read or saved; null: a fault, or new
+    std::shared_ptr<VXStoreRow> _values;                     // all values once one has changed; else null
+    std::unique_ptr<std::vector<VXRelatedSet>> _relatedSets; // of relationships that were read or changed
+    qsizetype _place = 0;                                    // in the context's list of changed objects
+    quint32 _holders = 0; // references, one of them the context's while it has changes
+    State _state = State::Unchanged;
+    bool _isFault = true;
+    bool _isNoted = false;          // among those that observers of the context will be told of
+    bool _isInsertionKnown = false; // to those observers
+    bool _wasAskedToSave = false;   // by the save under way
+};
+
+Q_DECLARE_METATYPE(VXManagedObjectPtr)
+Q_DECLARE_TYPEINFO(VXManagedObjectPtr, Q_RELOCATABLE_TYPE);

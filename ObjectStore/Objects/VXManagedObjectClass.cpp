@@ -1,0 +1,42 @@
+#include "VXManagedObjectClass.h"
+
+#include "VXMutex.h"
+
+#include <QtCore/QHash>
+
+namespace {
+
+VXMutex lock;
+
+QHash<QString, VXManagedObjectClass::Factory> &factories() VX_REQUIRES(lock)
+{
+    static auto &byName = *new QHash<QString, VXManagedObjectClass::Factory>; // never freed: plugins may leave late
+    return byName;
+}
+
+} // namespace
+
+void VXManagedObjectClass::registerFactory(const QString &name, Factory factory)
+{
+    const VXMutexLocker locker(lock);
+    factories().insert(name, std::move(factory));
+}
+
+void VXManagedObjectClass::removeClass(const QString &name)
+{
+    const VXMutexLocker locker(lock);
+    factories().remove(name);
+}
+
+VXManagedObject *VXManagedObjectClass::make(const VXEntityDescription &entity)
+{
+    const QString &name = entity.managedObjectClassName();
+    if (name.isNull())
+        return new VXManagedObject;
+    Factory factory;
+    {
+        const VXMutexLocker locker(lock);
+        factory = factories().value(name);
+    }
+    return factory ? factory() : new VXManagedObject;
+}

@@ -1,0 +1,209 @@
+#include "VXManagedObjectContext.h"
+
+#include "VXException.h"
+#include "VXObjectPredicate.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+using StorePtr = VXPersistentStoreCoordinator::StorePtr;
+
+/** One fetch or count: what the stores have, corrected by the context's unsaved changes. */
+class VXManagedObjectContext::Fetch
+{
+public:
+    Fetch(VXManagedObjectContext &context, const VXFetchRequest &request);
+
+    std::optional<VXFetchResult> run(VXError *error);
+    std::optional<qsizetype> count(VXError *error);
+
+private:
+    void findPending();
+    bool isWanted(const VXManagedObject &object) const;
+    bool readStores(bool needsRows, VXError *error);
+    std::optional<qsizetype> countStores(bool *isExact, VXError *error) const;
+    bool makeObjects(VXError *error);
+    bool keepMatching(QList<ObjectPtr> &objects, VXError *error) const;
+    QVariant inContext(const QVariant &constant) const;
+    qsizetype cut(qsizetype count) const;
+
+    VXManagedObjectContext &_context;
+    const VXFetchRequest &_request;
+    const QList<StorePtr> _stores;
+    VXFetchRequest _stored;    // as the stores are asked
+    QList<ObjectPtr> _pending; // inserted and updated ones that may match
+    qsizetype _uncertain = 0;  // of the objects that stores find, how many at most may not match any more
+    bool _isDecided = true;    // by the stores: which objects, in which order, from where to where
+    bool _isExact = true;      // the stores decided all of the predicate
+    QList<VXFetchedRow> _rows; // of the stores
+    QList<ObjectPtr> _objects; // the result
+};
+
+VXManagedObjectContext::Fetch::Fetch(VXManagedObjectContext &context, const VXFetchRequest &request)
+    : _context(context), _request(request), _stores(context._coordinator->persistentStores()), _stored(request)
+{
+    VXAssert(&request.entity().model() == &context._coordinator->model(),
+             u"entity \"%1\" is not of the coordinator's model"_s.arg(request.entity().name()));
+    _stored.predicate = VXPredicateWithIDs(request.predicate);
+    if (request.includesPendingChanges && context.hasChanges())
+        findPending();
+    _isDecided = _stores.size() == 1 && _pending.isEmpty() && _uncertain == 0;
+    if (_isDecided)
+        return;
+    _stored.offset = 0;
+    if (request.limit > 0)
+        _stored.limit = request.offset + request.limit + _uncertain;
+}
+
+bool VXManagedObjectContext::Fetch::isWanted(const VXManagedObject &object) const
+{
+    return &object.entity() == &_request.entity() ||
+           (_request.includesSubentities && object.entity().isKindOfEntity(_request.entity()));
+}
+
+void VXManagedObjectContext::Fetch::findPending()
+{
+    const auto addPending = [this](const ObjectPtr &object) {
+        if (isWanted(*object))
+            _pending.append(object);
+    };
+    _context._updated.forEach(addPending);
+    _uncertain = _pending.size();
+    _context._inserted.forEach(addPending);
+    _context._deleted.forEach([this](const ObjectPtr &object) { _uncertain += isWanted(*object) ? 1 : 0; });
+}
+
+bool VXManagedObjectContext::Fetch::readStores(bool needsRows, VXError *error)
+{
+    for (const StorePtr &store : _stores) {
+        bool isExact = true;
+        const auto append = [this](VXFetchedRow row) { _rows.append(std::move(row)); };
+        if (!store->fetch(_stored, needsRows, append, &isExact, error))
+            return false;
+        _isExact = _isExact && isExact;
+    }
+    _isDecided = _isDecided && _isExact;
+    return true;
+}
+
+// IDs of objects become the objects, as relationships lead to those.
+QVariant VXManagedObjectContext::Fetch::inContext(const QVariant &constant) const
+{
+    if (constant.metaType() != QMetaType::fromType<ObjectID>())
+        return constant;
+    const auto objectID = constant.value<ObjectID>();
+    return objectID.isNull() ? QVariant() : QVariant::fromValue(_context.objectWithID(objectID));
+}
+
+bool VXManagedObjectContext::Fetch::keepMatching(QList<ObjectPtr> &objects, VXError *error) const
+{
+    const VXPredicate predicate =
+        VXPredicateWithConstants(_request.predicate, [this](const QVariant &value) { return inContext(value); });
+    if (predicate.kind() == VXPredicate::Kind::True)
+        return true;
+    if (!_context.fulfillFaults(objects, error))
+        return false;
+    objects.removeIf(
+        [&predicate](const ObjectPtr &object) { return !predicate.evaluateWithObject(QVariant::fromValue(object)); });
+    return true;
+}
+
+bool VXManagedObjectContext::Fetch::makeObjects(VXError *error)
+{
+    const bool hasPending = !_pending.isEmpty() || _uncertain > 0;
+    _objects.reserve(_rows.size() + _pending.size());
+    for (const VXFetchedRow &row : std::as_const(_rows)) {
+        ObjectPtr object = _context.objectForRow(row, _request.refreshesObjects);
+        if (!hasPending || !object->hasChanges())
+            _objects.append(std::move(object));
+    }
+    _rows.clear();
+    if (_isDecided)
+        return true;
+    if ((!_isExact && !keepMatching(_objects, error)) || !keepMatching(_pending, error))
+        return false;
+    _objects.append(_pending);
+    if (!_request.sortDescriptors.isEmpty()) {
+        if (!_context.fulfillFaults(_objects, error))
+            return false;
+        VXSortObjects(_objects, _request.sortDescriptors);
+    }
+    const qsizetype count = cut(_objects.size());
+    _objects = _objects.mid(_request.offset, count);
+    return true;
+}
+
+std::optional<VXFetchResult> VXManagedObjectContext::Fetch::run(VXError *error)
+{
+    VXFetchResult result(_context, _request);
+    const bool isWalked = _request.batchSize > 0; // then only the batch at hand is in memory
+    const bool isSorted = !_isDecided && !_request.sortDescriptors.isEmpty();
+    if (!readStores(isSorted || (_request.includesPropertyValues && !isWalked), error))
+        return std::nullopt;
+    if (isWalked && _isDecided) {
+        for (const VXFetchedRow &row : std::as_const(_rows))
+            result._objectIDs.append(row.objectID);
+        return result;
+    }
+    if (!makeObjects(error) || !result.setObjects(_objects, error))
+        return std::nullopt;
+    return result;
+}
+
+std::optional<qsizetype> VXManagedObjectContext::Fetch::countStores(bool *isExact, VXError *error) const
+{
+    qsizetype sum = 0;
+    for (const StorePtr &store : _stores) {
+        VXError problem;
+        const std::optional<qint64> count = store->count(_stored, &problem);
+        *isExact = *isExact && (count || problem);
+        if (problem)
+            VXSetError(error, problem);
+        if (!count)
+            return std::nullopt;
+        sum += qsizetype(*count);
+    }
+    return _stores.size() == 1 ? sum : cut(sum);
+}
+
+std::optional<qsizetype> VXManagedObjectContext::Fetch::count(VXError *error)
+{
+    const bool hasPending = !_pending.isEmpty() || _uncertain > 0;
+    if (!hasPending) {
+        bool isExact = true;
+        const std::optional<qsizetype> count = countStores(&isExact, error);
+        if (isExact)
+            return count;
+    }
+    if (!readStores(!hasPending, error)) // without unsaved changes it was a count that stores cannot decide
+        return std::nullopt;
+    if (!_isExact)
+        return makeObjects(error) ? std::optional(_objects.size()) : std::nullopt;
+    if (!keepMatching(_pending, error))
+        return std::nullopt;
+    const auto isUnchanged = [this](const VXFetchedRow &row) {
+        const VXManagedObject *const object = _context._objects.value(row.objectID);
+        return object == nullptr || !object->hasChanges();
+    };
+    return cut(std::count_if(_rows.cbegin(), _rows.cend(), isUnchanged) + _pending.size());
+}
+
+// How many of a number of objects lie between offset and limit.
+qsizetype VXManagedObjectContext::Fetch::cut(qsizetype count) const
+{
+    const qsizetype rest = std::max<qsizetype>(0, count - _request.offset);
+    return _request.limit > 0 ? std::min(_request.limit, rest) : rest;
+}
+
+std::optional<VXFetchResult> VXManagedObjectContext::executeFetchRequest(const VXFetchRequest &request, VXError *error)
+{
+    return Fetch(*this, request).run(error);
+}
+
+std::optional<qsizetype> VXManagedObjectContext::countForFetchRequest(const VXFetchRequest &request, VXError *error)
+{
+    VXFetchRequest unordered = request;
+    unordered.sortDescriptors.clear();
+    return Fetch(*this, unordered).count(error);
+}

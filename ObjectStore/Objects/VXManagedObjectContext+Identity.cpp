@@ -1,0 +1,99 @@
+#include "VXManagedObjectContext.h"
+
+#include "VXRowMerge.h"
+#include "VXRowTables.h"
+
+#include <map>
+
+using namespace Qt::StringLiterals;
+
+using StorePtr = VXPersistentStoreCoordinator::StorePtr;
+
+bool VXManagedObjectContext::assignPermanentIDs(const QList<ObjectPtr> &objects, QList<Renamed> *renamed,
+                                                VXError *error)
+{
+    const StorePtr first = _coordinator->persistentStores().value(0);
+    const auto placeOf = [&](const ObjectPtr &object) {
+        const StorePtr store = _assignedStores.isEmpty() ? first : _assignedStores.value(object.get(), first);
+        return std::pair(store.get(), &object->entity().rootEntity());
+    };
+    std::map<std::pair<VXPersistentStore *, const VXEntityDescription *>, qint64>
+        numbers; // first how many, then the next
+    for (const ObjectPtr &object : objects) {
+        if (object->objectID().isTemporary())
+            ++numbers[placeOf(object)];
+    }
+    for (auto &[place, number] : numbers) {
+        const auto &[store, root] = place;
+        if (store == nullptr) {
+            VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::InvalidStore,
+                                                 u"The objects cannot be saved."_s, u"There is no store."_s));
+            return false;
+        }
+        const std::optional<qint64> next = store->reserveNumbers(*root, number, error);
+        if (!next)
+            return false;
+        number = *next;
+    }
+    for (const ObjectPtr &object : objects) {
+        if (!object->objectID().isTemporary())
+            continue;
+        const auto place = placeOf(object);
+        renamed->append({object, object->objectID()});
+        object->_objectID = ObjectID(object->entity(), place.first->identity(), numbers[place]++);
+    }
+    return true;
+}
+
+void VXManagedObjectContext::replaceReferences(const std::function<ObjectID(const ObjectID &)> &replacement)
+{
+    const auto replaceIn = [&](const ObjectPtr &object) {
+        if (!object->_values)
+            return;
+        for (const Relationship *const relationship : object->entity().relationships()) {
+            if (relationship->isToMany())
+                continue;
+            const ObjectID *const before = VXRowTables::target(*object->_values, *relationship);
+            if (before == nullptr)
+                continue;
+            const ObjectID now = replacement(*before);
+            if (now != *before)
+                object->_values->value(relationship->index()) = now.isNull() ? QVariant() : QVariant::fromValue(now);
+        }
+    };
+    _inserted.forEach(replaceIn);
+    _updated.forEach(replaceIn);
+}
+
+void VXManagedObjectContext::replaceTemporaryReferences()
+{
+    replaceReferences([this](const ObjectID &objectID) {
+        if (!objectID.isTemporary())
+            return objectID;
+        const VXManagedObject *const object = _objects.value(objectID);
+        return object == nullptr ? ObjectID() : object->objectID(); // deleted before it was ever saved
+    });
+}
+
+void VXManagedObjectContext::registerAgain(const QList<Renamed> &renamed)
+{
+    for (const Renamed &each : renamed) {
+        _objects.remove(each.before);
+        _objects.insert(each.object->objectID(), each.object.get());
+    }
+}
+
+bool VXManagedObjectContext::obtainPermanentIDs(const QList<VXManagedObjectPtr> &objects, VXError *error)
+{
+    QList<ObjectPtr> inserted;
+    for (const ObjectPtr &object : objects) {
+        if (object && object->_context == this && object->isInserted())
+            inserted.append(object);
+    }
+    QList<Renamed> renamed;
+    if (!assignPermanentIDs(inserted, &renamed, error))
+        return false;
+    replaceTemporaryReferences();
+    registerAgain(renamed);
+    return true;
+}

@@ -1,0 +1,178 @@
+#include "VXManagedObjectContext.h"
+
+#include "VXDiagnostics.h"
+#include "VXRelatedSet.h"
+
+using namespace Qt::StringLiterals;
+
+using StorePtr = VXPersistentStoreCoordinator::StorePtr;
+
+namespace {
+
+VXError detachedError()
+{
+    return VXObjectStoreError(VXObjectStoreErrorCode::InvalidStore, u"The objects cannot be read."_s,
+                              u"Their store is not attached any more."_s);
+}
+
+bool readFromSQL(VXPersistentStore &store, const VXEntityDescription &root, const QVariantList &objectIDs,
+                 QList<VXFetchedRow> *rows, VXError *error)
+{
+    VXFetchRequest request(root);
+    request.predicate =
+        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(objectIDs));
+    bool isExact = false;
+    return store.fetch(
+        request, true, [rows](VXFetchedRow row) { rows->append(std::move(row)); }, &isExact, error);
+}
+
+} // namespace
+
+VXStoreRow::Ptr VXManagedObjectContext::readRow(const ObjectID &objectID, VXError *error) const
+{
+    if (objectID.isTemporary())
+        return nullptr;
+    const StorePtr store = _coordinator->persistentStoreForIdentity(*objectID.store());
+    if (store)
+        return store->row(objectID, error);
+    VXSetError(error, detachedError());
+    return nullptr;
+}
+
+bool VXManagedObjectContext::readRows(const QList<ObjectID> &objectIDs, QList<VXFetchedRow> *rows, VXError *error) const
+{
+    QHash<std::pair<const VXStoreIdentity *, const VXEntityDescription *>, QVariantList> groups; // by root entity
+    for (const ObjectID &objectID : objectIDs) {
+        if (!objectID.isTemporary())
+            groups[{objectID.store(), &objectID.entity().rootEntity()}].append(QVariant::fromValue(objectID));
+    }
+    for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
+        const StorePtr store = _coordinator->persistentStoreForIdentity(*group.key().first);
+        if (!store) {
+            VXSetError(error, detachedError());
+            return false;
+        }
+        if (store->type() == VXStoreType::SQLite && group->size() > 1) {
+            if (!readFromSQL(*store, *group.key().second, *group, rows, error))
+                return false;
+            continue;
+        }
+        for (const QVariant &value : *group) { // next to nothing each where all is in memory
+            const auto objectID = value.value<ObjectID>();
+            VXError problem;
+            if (VXStoreRow::Ptr row = store->row(objectID, &problem); row) {
+                rows->append({objectID, std::move(row)});
+            } else if (problem) {
+                VXSetError(error, problem);
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+// The ID may be wrong about the entity, and the row then be one of other properties.
+bool VXManagedObjectContext::adoptRow(VXManagedObject &object, const VXStoreRow::Ptr &row)
+{
+    if (row->propertyCount() != object.entity().properties().size())
+        return false;
+    object.setStoredRow(row);
+    object.awakeFromFetch();
+    return true;
+}
+
+VXManagedObjectPtr VXManagedObjectContext::objectForRow(const VXFetchedRow &fetched, bool refreshes)
+{
+    VXManagedObjectPtr object = objectWithID(fetched.objectID);
+    if (!fetched.row)
+        return object;
+    if (object->isFault())
+        adoptRow(*object, fetched.row);
+    else if (refreshes && !object->hasChanges() && object->_row->version() != fetched.row->version())
+        rebase(*object, fetched.row);
+    return object;
+}
+
+bool VXManagedObjectContext::readFault(VXManagedObject &object, VXError *error)
+{
+    const VXStoreRow::Ptr row = readRow(object.objectID(), error);
+    return row && adoptRow(object, row);
+}
+
+bool VXManagedObjectContext::fulfillFault(VXManagedObject &object)
+{
+    VXError error;
+    if (readFault(object, &error))
+        return true;
+    if (error)
+        VXReportDiagnostic(
+            3, u"%1 cannot be read: %2"_s.arg(object.objectID().uriRepresentation().toString(), error.description()));
+    return false;
+}
+
+bool VXManagedObjectContext::fulfillFaults(const QList<ObjectPtr> &objects, VXError *error)
+{
+    QList<ObjectID> objectIDs;
+    for (const ObjectPtr &object : objects) {
+        if (object && object->isFault())
+            objectIDs.append(object->objectID());
+    }
+    QList<VXFetchedRow> rows;
+    if (!objectIDs.isEmpty() && !readRows(objectIDs, &rows, error))
+        return false;
+    for (const VXFetchedRow &row : std::as_const(rows)) {
+        if (const ObjectPtr object = objectRegisteredForID(row.objectID); object && object->isFault())
+            adoptRow(*object, row.row);
+    }
+    return true;
+}
+
+bool VXManagedObjectContext::readRelated(const QList<ObjectPtr> &objects, const Relationship &relationship,
+                                         VXError *error)
+{
+    QHash<const VXStoreIdentity *, QList<ObjectID>> sources;
+    QHash<ObjectID, QSet<ObjectID>> targets;
+    for (const ObjectPtr &object : objects) {
+        if (object->relatedSet(relationship).isRead())
+            continue;
+        targets.insert(object->objectID(), {});
+        if (!object->isInserted() && !object->objectID().isTemporary())
+            sources[object->objectID().store()].append(object->objectID());
+    }
+    for (auto group = sources.cbegin(); group != sources.cend(); ++group) {
+        const StorePtr store = _coordinator->persistentStoreForIdentity(*group.key());
+        if (!store) {
+            VXSetError(error, detachedError());
+            return false;
+        }
+        const auto note = [&](const ObjectID &source, const ObjectID &target) { targets[source].insert(target); };
+        if (!store->related(*group, relationship, note, error))
+            return false;
+    }
+    for (auto each = targets.cbegin(); each != targets.cend(); ++each) {
+        if (const ObjectPtr object = objectRegisteredForID(each.key()); object)
+            object->relatedSet(relationship).setStored(*each);
+    }
+    return true;
+}
+
+bool VXManagedObjectContext::prefetch(const QList<ObjectPtr> &objects, const Relationship &relationship,
+                                      QList<ObjectPtr> *held, VXError *error)
+{
+    const int index = relationship.index();
+    const bool isRead =
+        relationship.isToMany() ? readRelated(objects, relationship, error) : fulfillFaults(objects, error);
+    if (!isRead)
+        return false;
+    QSet<ObjectPtr> targets;
+    for (const ObjectPtr &object : objects) {
+        const QList<ObjectPtr> related =
+            relationship.isToMany() ? object->relatedObjects(index) : QList{object->related(index)};
+        for (const ObjectPtr &target : related) {
+            if (target)
+                targets.insert(target);
+        }
+    }
+    held->append(targets.values());
+    return fulfillFaults(*held, error);
+}

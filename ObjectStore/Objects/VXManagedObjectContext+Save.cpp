@@ -1,0 +1,277 @@
+#include "VXManagedObjectContextSave.h"
+
+#include "VXRelatedSet.h"
+#include "VXRowMerge.h"
+
+using namespace Qt::StringLiterals;
+
+using StorePtr = VXPersistentStoreCoordinator::StorePtr;
+namespace {
+
+// A link between to-many relationships shows at both ends and is saved from one.
+bool isSavedFrom(const VXRelationshipDescription &relationship)
+{
+    const VXRelationshipDescription &inverse = *relationship.inverse();
+    const auto name = [](const VXRelationshipDescription &each) {
+        return std::pair(each.entity().name(), each.name());
+    };
+    return name(relationship) <= name(inverse);
+}
+
+} // namespace
+
+bool VXManagedObjectContext::save(VXError *error)
+{
+    return Save(*this).run(error);
+}
+
+bool VXManagedObjectContext::Save::run(VXError *error)
+{
+    callWillSave();
+    _context.processPendingChanges();
+    _inserted = _context._inserted.objects();
+    _updated = _context._updated.objects();
+    _deleted = _context._deleted.objects();
+    if (!validate(error))
+        return false;
+    if (!build(error) || !write(error)) {
+        undo();
+        return false;
+    }
+    finish();
+    return true;
+}
+
+// -- Preparing
+
+// Also those that a hook changes.
+void VXManagedObjectContext::Save::callWillSave() const
+{
+    QList<ObjectPtr> asked;
+    for (bool isDone = false; !isDone;) {
+        isDone = true;
+        for (const ObjectPtr &object : _context.changedObjects()) {
+            if (std::exchange(object->_wasAskedToSave, true))
+                continue;
+            asked.append(object);
+            object->willSave();
+            isDone = false;
+        }
+    }
+    for (const ObjectPtr &object : std::as_const(asked))
+        object->_wasAskedToSave = false;
+}
+
+bool VXManagedObjectContext::Save::validate(VXError *error) const
+{
+    QVariantList problems;
+    const auto check = [&](const QList<ObjectPtr> &objects, auto validator) {
+        for (const ObjectPtr &object : objects) {
+            if (VXError problem; !(object.get()->*validator)(&problem))
+                problems.append(QVariant::fromValue(problem));
+        }
+    };
+    check(_inserted, &VXManagedObject::validateForInsert);
+    check(_updated, &VXManagedObject::validateForUpdate);
+    check(_deleted, &VXManagedObject::validateForDelete);
+    if (problems.size() == 1) {
+        VXSetError(error, problems.constFirst().value<VXError>());
+    } else if (!problems.isEmpty()) {
+        QVariantMap userInfo =
+            VXObjectStoreError(VXObjectStoreErrorCode::MultipleValidation, u"The objects cannot be saved."_s,
+                               u"%1 of them are not valid."_s.arg(problems.size()))
+                .userInfo();
+        userInfo.insert(VXDetailedErrorsKey, problems);
+        VXSetError(error, {VXCocoaErrorDomain, int(VXObjectStoreErrorCode::MultipleValidation), userInfo});
+    }
+    return problems.isEmpty();
+}
+
+bool VXManagedObjectContext::Save::build(VXError *error)
+{
+    if (!_context.assignPermanentIDs(_inserted, &_renamed, error))
+        return false;
+    _context.replaceTemporaryReferences();
+    for (const ObjectPtr &object : std::as_const(_inserted)) {
+        if (!addChange(*object, rowOf(*object), {}, error) || !addLinks(*object, error))
+            return false;
+    }
+    for (const ObjectPtr &object : std::as_const(_updated)) {
+        if (!addUpdated(*object, error) || !addLinks(*object, error))
+            return false;
+    }
+    for (const ObjectPtr &object : std::as_const(_deleted)) {
+        if (!addChange(*object, nullptr, {}, error))
+            return false;
+    }
+    addMetadata();
+    return true;
+}
+
+VXManagedObjectContext::Save::Part *VXManagedObjectContext::Save::partFor(const ObjectID &objectID, VXError *error)
+{
+    for (Part &part : _parts) {
+        if (&part.store->identity() == objectID.store())
+            return &part;
+    }
+    const StorePtr store = _context._coordinator->persistentStoreForIdentity(*objectID.store());
+    if (store)
+        return &_parts.emplace_back(Part{store, {}, {}});
+    VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::InvalidStore, u"The objects cannot be saved."_s,
+                                         u"Their store is not attached any more."_s));
+    return nullptr;
+}
+
+// The values as they are saved. Stores share them from then on, and the object as well.
+VXStoreRow::Ptr VXManagedObjectContext::Save::rowOf(const VXManagedObject &object)
+{
+    if (!VXHasTransientValues(object.entity(), *object._values))
+        return object._values;
+    auto row = VXCopiedRow(*object._values, object._values->version());
+    VXRemoveTransientValues(object.entity(), *row);
+    return row;
+}
+
+bool VXManagedObjectContext::Save::addChange(VXManagedObject &object, const VXStoreRow::Ptr &row,
+                                             const QList<int> &changed, VXError *error)
+{
+    Part *const part = partFor(object.objectID(), error);
+    if (part == nullptr)
+        return false;
+    part->request.changes.append({object.objectID(), row, object._row, changed});
+    part->objects.push_back(&object);
+    return true;
+}
+
+bool VXManagedObjectContext::Save::addUpdated(VXManagedObject &object, VXError *error)
+{
+    if (!object._values)
+        return true;
+    const QList<int> changed = VXChangedProperties(object.entity(), *object._row, *object._values);
+    return changed.isEmpty() || addChange(object, rowOf(object), changed, error);
+}
+
+bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXError *error)
+{
+    if (!object._relatedSets)
+        return true;
+    for (const VXRelatedSet &set : *object._relatedSets) {
+        const Relationship &relationship = set.relationship();
+        if (!set.hasChanges() || relationship.isTransient() || !relationship.isManyToMany() ||
+            !isSavedFrom(relationship))
+            continue;
+        const bool isSymmetric = relationship.inverse() == &relationship;
+        VXLinkChange change{object.objectID(), &relationship, {}, {}};
+        const auto add = [&](const ObjectID &target, QList<ObjectID> *list) {
+            const VXManagedObject *const known = _context._objects.value(target);
+            const bool isGoing = known != nullptr && known->isDeleted(); // and its links with it
+            if (!isGoing && (!isSymmetric || change.source.number() <= target.number()))
+                list->append(target);
+        };
+        for (const ObjectPtr &other : set.added()) {
+            if (other->_context != nullptr) // else it was deleted before it was ever saved
+                add(other->objectID(), &change.added);
+        }
+        for (const ObjectID &target : set.removed())
+            add(target, &change.removed);
+        if (change.added.isEmpty() && change.removed.isEmpty())
+            continue;
+        Part *const part = partFor(object.objectID(), error);
+        if (part == nullptr)
+            return false;
+        part->request.links.append(change);
+    }
+    return true;
+}
+
+void VXManagedObjectContext::Save::addMetadata()
+{
+    for (const StorePtr &store : _context._coordinator->persistentStores()) {
+        const std::optional<QVariantMap> metadata = store->unsavedMetadata();
+        if (!metadata)
+            continue;
+        const auto isOfStore = [&](const Part &part) { return part.store == store; };
+        const auto found = std::find_if(_parts.begin(), _parts.end(), isOfStore);
+        Part &part = found == _parts.end() ? _parts.emplace_back(Part{store, {}, {}}) : *found;
+        part.request.metadata = metadata;
+    }
+}
+
+// -- Afterwards
+
+void VXManagedObjectContext::Save::undo()
+{
+    _parts.clear(); // which share the objects' values
+    QHash<ObjectID, ObjectID> before;
+    for (const Renamed &each : std::as_const(_renamed)) {
+        before.insert(each.object->objectID(), each.before);
+        each.object->_objectID = each.before;
+    }
+    if (!before.isEmpty())
+        _context.replaceReferences([&](const ObjectID &objectID) { return before.value(objectID, objectID); });
+}
+
+void VXManagedObjectContext::Save::finish()
+{
+    _context.registerAgain(_renamed);
+    for (VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
+        changed->clear();
+    for (const QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted}) {
+        for (const ObjectPtr &object : *objects) {
+            object->_state = State::Unchanged;
+            object->_isInsertionKnown = false;
+            if (!object->_relatedSets)
+                continue;
+            for (VXRelatedSet &set : *object->_relatedSets)
+                set.commit();
+        }
+    }
+    _context._assignedStores.clear();
+    takeOverRows();
+    for (const ObjectPtr &object : std::as_const(_deleted))
+        _context.forget(object);
+    callDidSave();
+    _context.post(
+        VXManagedObjectContextDidSaveNotification,
+        {{VXInsertedObjectsKey, _inserted}, {VXUpdatedObjectsKey, _updated}, {VXDeletedObjectsKey, _deleted}});
+}
+
+void VXManagedObjectContext::Save::takeOverRows()
+{
+    const auto takeOver = [this](VXManagedObject &object, const VXStoreRow::Ptr &row) {
+        const VXStoreRow::Ptr before = object._values ? VXStoreRow::Ptr(object._values) : object._row;
+        object._values.reset();
+        object.setStoredRow(row);
+        if (before == row)
+            return;
+        _context.moveInRelated(object, before.get(), row.get()); // a merge may have brought other values
+        if (!VXHasTransientValues(object.entity(), *before))
+            return;
+        object._values = VXCopiedRow(*row, row->version() + 1);
+        VXCopyTransientValues(object.entity(), *before, *object._values);
+    };
+    for (const Part &part : _parts) {
+        for (size_t place = 0; place < part.objects.size(); ++place) {
+            if (const VXStoreRow::Ptr &row = part.request.changes[qsizetype(place)].row; row)
+                takeOver(*part.objects[place], row);
+        }
+    }
+    for (const Yielding &each : _yielding) {
+        const ObjectPtr object(each.object);
+        if (each.stored) {
+            takeOver(*object, each.stored);
+            if (_deleted.removeOne(object))
+                _context.noteForObservers(*object);
+        } else if (_updated.removeOne(object)) {
+            _deleted.append(object);
+        }
+    }
+}
+
+void VXManagedObjectContext::Save::callDidSave() const
+{
+    for (const QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted}) {
+        for (const ObjectPtr &object : *objects)
+            object->didSave();
+    }
+}

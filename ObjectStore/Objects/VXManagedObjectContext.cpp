@@ -1,0 +1,263 @@
+#include "VXManagedObjectContext.h"
+
+#include "VXException.h"
+#include "VXManagedObjectClass.h"
+#include "VXRelatedSet.h"
+#include "VXRowTables.h"
+
+using namespace Qt::StringLiterals;
+
+using StorePtr = VXPersistentStoreCoordinator::StorePtr;
+const VXNotificationName VXManagedObjectContextDidSaveNotification{u"VXManagedObjectContextDidSaveNotification"_s};
+const VXNotificationName VXManagedObjectContextObjectsDidChangeNotification{
+    u"VXManagedObjectContextObjectsDidChangeNotification"_s};
+const QString VXInsertedObjectsKey = u"inserted"_s;
+const QString VXUpdatedObjectsKey = u"updated"_s;
+const QString VXDeletedObjectsKey = u"deleted"_s;
+const QString VXRefreshedObjectsKey = u"refreshed"_s;
+
+VXManagedObjectContext::VXManagedObjectContext(const VXPersistentStoreCoordinator::Ptr &coordinator)
+    : _coordinator(coordinator)
+{
+    VXAssert(coordinator, u"a context needs a coordinator"_s);
+}
+
+VXManagedObjectContext::~VXManagedObjectContext()
+{
+    forgetAll();
+}
+
+// -- Objects in memory
+
+VXManagedObject &VXManagedObjectContext::makeObject(const ObjectID &objectID)
+{
+    VXAssert(&objectID.entity().model() == &_coordinator->model(),
+             u"entity \"%1\" is not of the coordinator's model"_s.arg(objectID.entity().name()));
+    VXManagedObject *const object = VXManagedObjectClass::make(objectID.entity());
+    object->_context = this;
+    object->_objectID = objectID;
+    _objects.insert(objectID, object);
+    ++_madeObjectCount;
+    return *object;
+}
+
+void VXManagedObjectContext::unregister(const VXManagedObject &object)
+{
+    _objects.remove(object._objectID);
+}
+
+void VXManagedObjectContext::forget(const ObjectPtr &object)
+{
+    setState(*object, State::Unchanged);
+    _assignedStores.remove(object.get());
+    unregister(*object);
+    object->_context = nullptr;
+    object->_relatedSets.reset();
+}
+
+void VXManagedObjectContext::forgetAll()
+{
+    QList<ObjectPtr> held; // until none leads to another any more
+    held.reserve(_objects.size());
+    for (VXManagedObject *const object : std::as_const(_objects))
+        held.append(ObjectPtr(object));
+    _objects.clear();
+    _assignedStores.clear();
+    for (const ObjectPtr &object : std::as_const(held)) {
+        object->_context = nullptr;
+        object->_state = State::Unchanged;
+        object->_row.reset();
+        object->_values.reset();
+        object->_relatedSets.reset();
+        object->_isFault = true;
+        object->_isNoted = false;
+    }
+    for (VXChangedObjects *const changed : {&_inserted, &_updated, &_deleted})
+        changed->clear();
+    _noted.clear();
+}
+
+void VXManagedObjectContext::reset()
+{
+    forgetAll();
+}
+
+VXManagedObjectPtr VXManagedObjectContext::objectRegisteredForID(const VXManagedObjectID &objectID) const
+{
+    return VXManagedObjectPtr(_objects.value(objectID));
+}
+
+VXManagedObjectPtr VXManagedObjectContext::objectWithID(const VXManagedObjectID &objectID)
+{
+    if (objectID.isNull())
+        return {};
+    VXManagedObject *const found = _objects.value(objectID);
+    return VXManagedObjectPtr(found != nullptr ? found : &makeObject(objectID));
+}
+
+QList<VXManagedObjectPtr> VXManagedObjectContext::objectsWithIDs(const QList<ObjectID> &objectIDs)
+{
+    QList<ObjectPtr> objects;
+    objects.reserve(objectIDs.size());
+    for (const ObjectID &objectID : objectIDs)
+        objects.append(objectWithID(objectID));
+    return objects;
+}
+
+VXManagedObjectPtr VXManagedObjectContext::existingObjectWithID(const VXManagedObjectID &objectID, VXError *error)
+{
+    VXManagedObjectPtr object = objectWithID(objectID);
+    return object && (!object->isFault() || readFault(*object, error)) ? object : VXManagedObjectPtr();
+}
+
+// -- New objects
+
+VXManagedObjectPtr VXManagedObjectContext::insertNewObject(const VXEntityDescription &entity, const StorePtr &store)
+{
+    VXAssert(!entity.isAbstract(), u"entity \"%1\" is abstract"_s.arg(entity.name()));
+    VXManagedObjectPtr object(&makeObject(VXManagedObjectID::temporary(entity)));
+    object->_values = std::make_shared<VXStoreRow>(int(entity.properties().size()), 1);
+    for (const VXAttributeDescription *const attribute : entity.attributes())
+        object->_values->value(attribute->index()) = attribute->defaultValue();
+    object->_isFault = false;
+    if (store)
+        _assignedStores.insert(object.get(), store);
+    setState(*object, State::Inserted);
+    object->awakeFromInsert();
+    return object;
+}
+
+VXManagedObjectPtr VXManagedObjectContext::insertNewObject(const QString &entityName)
+{
+    const VXEntityDescription *const entity = _coordinator->model().entityForName(entityName);
+    VXAssert(entity != nullptr, u"the model has no entity \"%1\""_s.arg(entityName));
+    return insertNewObject(*entity);
+}
+
+// -- Changes
+
+VXChangedObjects *VXManagedObjectContext::objectsInState(State state)
+{
+    switch (state) {
+    case State::Inserted:
+        return &_inserted;
+    case State::Updated:
+        return &_updated;
+    case State::Deleted:
+        return &_deleted;
+    case State::Unchanged:
+        break;
+    }
+    return nullptr;
+}
+
+void VXManagedObjectContext::setState(VXManagedObject &object, State state)
+{
+    if (object._state == state)
+        return;
+    const ObjectPtr held(&object);
+    if (VXChangedObjects *const before = objectsInState(object._state); before != nullptr)
+        before->remove(object);
+    object._state = state;
+    if (VXChangedObjects *const now = objectsInState(state); now != nullptr)
+        now->insert(held);
+    noteForObservers(object);
+}
+
+void VXManagedObjectContext::noteChange(VXManagedObject &object)
+{
+    if (object._state == State::Unchanged)
+        setState(object, State::Updated);
+    else if (object._state != State::Deleted)
+        noteForObservers(object);
+}
+
+void VXManagedObjectContext::settle(VXManagedObject &object)
+{
+    if (object._state == State::Updated && !object._values && !object.hasRelationshipChanges())
+        setState(object, State::Unchanged);
+}
+
+QList<VXManagedObjectPtr> VXManagedObjectContext::insertedObjects() const
+{
+    return _inserted.objects();
+}
+
+QList<VXManagedObjectPtr> VXManagedObjectContext::updatedObjects() const
+{
+    return _updated.objects();
+}
+
+QList<VXManagedObjectPtr> VXManagedObjectContext::deletedObjects() const
+{
+    return _deleted.objects();
+}
+
+QList<VXManagedObjectPtr> VXManagedObjectContext::changedObjects() const
+{
+    return _inserted.objects() + _updated.objects() + _deleted.objects();
+}
+
+void VXManagedObjectContext::rollback()
+{
+    for (const ObjectPtr &object : changedObjects()) {
+        if (object->isInserted()) {
+            noteForObservers(*object);
+            forget(object);
+            continue;
+        }
+        object->_values.reset();
+        if (object->_relatedSets) {
+            for (VXRelatedSet &set : *object->_relatedSets)
+                set.revert();
+        }
+        setState(*object, State::Unchanged);
+    }
+    processPendingChanges();
+}
+
+// -- Observers
+
+void VXManagedObjectContext::noteForObservers(VXManagedObject &object)
+{
+    if (std::exchange(object._isNoted, true))
+        return;
+    _noted.append(ObjectPtr(&object));
+}
+
+void VXManagedObjectContext::processPendingChanges()
+{
+    QList<ObjectPtr> inserted;
+    QList<ObjectPtr> updated;
+    QList<ObjectPtr> deleted;
+    QList<ObjectPtr> refreshed;
+    for (const ObjectPtr &object : std::exchange(_noted, {})) {
+        object->_isNoted = false;
+        if (object->_context == nullptr || object->isDeleted()) {
+            if (!object->objectID().isTemporary() || object->_isInsertionKnown)
+                deleted.append(object);
+        } else if (object->isInserted() && !std::exchange(object->_isInsertionKnown, true)) {
+            inserted.append(object);
+        } else if (object->hasChanges()) {
+            updated.append(object);
+        } else {
+            refreshed.append(object);
+        }
+    }
+    post(VXManagedObjectContextObjectsDidChangeNotification, {{VXInsertedObjectsKey, inserted},
+                                                              {VXUpdatedObjectsKey, updated},
+                                                              {VXDeletedObjectsKey, deleted},
+                                                              {VXRefreshedObjectsKey, refreshed}});
+}
+
+// Of the lists, those that are not empty.
+void VXManagedObjectContext::post(VXNotificationName name, const QMap<QString, QList<ObjectPtr>> &lists)
+{
+    QVariantMap userInfo;
+    for (auto list = lists.cbegin(); list != lists.cend(); ++list) {
+        if (!list->isEmpty())
+            userInfo.insert(list.key(), VXManagedObject::variants(*list));
+    }
+    if (!userInfo.isEmpty())
+        VXNotificationCenter::defaultCenter().postNotificationName(name, QVariant::fromValue(this), userInfo);
+}

@@ -1,0 +1,96 @@
+#include "VXObjectPredicate.h"
+
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+using Replacement = std::function<QVariant(const QVariant &)>;
+
+QVariant replaced(const QVariant &value, const Replacement &replacement)
+{
+    if (value.metaType() != QMetaType::fromType<QVariantList>())
+        return replacement(value);
+    QVariantList elements;
+    for (const QVariant &element : value.toList())
+        elements.append(replaced(element, replacement));
+    return elements;
+}
+
+VXExpression replaced(const VXExpression &expression, const Replacement &replacement)
+{
+    if (expression.kind() == VXExpression::Kind::Constant)
+        return VXExpression::constant(replaced(expression.value(), replacement));
+    if (expression.kind() != VXExpression::Kind::Aggregate)
+        return expression;
+    QList<VXExpression> elements;
+    for (const VXExpression &element : expression.elements())
+        elements.append(replaced(element, replacement));
+    return VXExpression::aggregate(elements);
+}
+
+} // namespace
+
+VXPredicate VXPredicateWithConstants(const VXPredicate &predicate, const Replacement &replacement)
+{
+    QList<VXPredicate> parts;
+    for (const VXPredicate &part : predicate.subpredicates())
+        parts.append(VXPredicateWithConstants(part, replacement));
+    switch (predicate.kind()) {
+    case VXPredicate::Kind::True:
+    case VXPredicate::Kind::False:
+        break;
+    case VXPredicate::Kind::And:
+        return VXPredicate::allOf(parts);
+    case VXPredicate::Kind::Or:
+        return VXPredicate::anyOf(parts);
+    case VXPredicate::Kind::Not:
+        return VXPredicate::negationOf(parts.constFirst());
+    case VXPredicate::Kind::Comparison:
+        return VXPredicate::comparison(replaced(predicate.left(), replacement), predicate.comparisonOperator(),
+                                       replaced(predicate.right(), replacement), predicate.options(),
+                                       predicate.modifier());
+    }
+    return predicate;
+}
+
+VXPredicate VXPredicateWithIDs(const VXPredicate &predicate)
+{
+    return VXPredicateWithConstants(predicate, [](const QVariant &value) {
+        if (value.metaType() != QMetaType::fromType<VXManagedObjectPtr>())
+            return value;
+        const auto object = value.value<VXManagedObjectPtr>();
+        return object ? QVariant::fromValue(object->objectID()) : QVariant();
+    });
+}
+
+// The values to sort by are made once for each object.
+void VXSortObjects(QList<VXManagedObjectPtr> &objects, const QList<VXSortDescriptor> &descriptors)
+{
+    if (descriptors.isEmpty())
+        return;
+    const size_t width = size_t(descriptors.size());
+    std::vector<QVariant> values;
+    values.reserve(size_t(objects.size()) * width);
+    for (const VXManagedObjectPtr &object : std::as_const(objects)) {
+        for (const VXSortDescriptor &descriptor : descriptors)
+            values.push_back(descriptor.sortValue(QVariant::fromValue(object)));
+    }
+    std::vector<qsizetype> order(size_t(objects.size()));
+    std::iota(order.begin(), order.end(), qsizetype(0));
+    std::stable_sort(order.begin(), order.end(), [&](qsizetype a, qsizetype b) {
+        for (size_t column = 0; column < width; ++column) {
+            const int result = descriptors[qsizetype(column)].compareSortValues(values[size_t(a) * width + column],
+                                                                                values[size_t(b) * width + column]);
+            if (result != 0)
+                return result < 0;
+        }
+        return false;
+    });
+    QList<VXManagedObjectPtr> sorted;
+    sorted.reserve(objects.size());
+    for (const qsizetype place : order)
+        sorted.append(objects[place]);
+    objects = sorted;
+}

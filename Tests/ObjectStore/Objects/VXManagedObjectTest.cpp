@@ -1,0 +1,165 @@
+#include "VXContextTest.h"
+#include "VXException.h"
+#include "VXManagedObjectClass.h"
+
+#include <QtCore/QDateTime>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+using VXManagedObjectTest = VXContextTest;
+VX_INSTANTIATE_FOR_STORES(VXManagedObjectTest);
+
+namespace {
+
+QStringList hookCalls;
+
+class TestPerson : public VXManagedObject
+{
+protected:
+    void awakeFromInsert() override { hookCalls.append(u"insert"_s); }
+    void awakeFromFetch() override { hookCalls.append(u"fetch"_s); }
+    void willSave() override
+    {
+        hookCalls.append(u"willSave"_s);
+        if (isInserted())
+            setValueForKey(u"saved once"_s, u"mood"_s);
+    }
+    void didSave() override { hookCalls.append(u"didSave"_s); }
+    void willTurnIntoFault() override { hookCalls.append(u"fault"_s); }
+    bool validateForUpdate(VXError *error) const override
+    {
+        if (valueForKey(u"age"_s).toInt() < 0) {
+            VXSetError(error, {u"test"_s, 1});
+            return false;
+        }
+        return VXManagedObject::validateForUpdate(error);
+    }
+};
+
+} // namespace
+
+TEST_P(VXManagedObjectTest, ValuesOfEveryTypeComeBackAsTheyWere)
+{
+    const std::array values{
+        std::pair{u"name"_s, QVariant(u"\"O'Neill\" %_\\ \0x\xD800 Zoë"_s)},
+        std::pair{u"name"_s, QVariant(u""_s)},
+        std::pair{u"age"_s, QVariant(-2147483647 - 1)},
+        std::pair{u"height"_s, QVariant(0.1)},
+        std::pair{u"born"_s, QVariant(QDateTime(QDate(1969, 7, 20), QTime(20, 17, 40, 1), Qt::UTC))},
+        std::pair{u"photo"_s, QVariant(QByteArray("\0\xff<", 3))},
+        std::pair{u"extra"_s, QVariant(QVariantMap{{u"a"_s, QVariantList{1, u"<b>"_s, true}}})},
+        std::pair{u"extra"_s, QVariant()},
+    };
+    for (const auto &[key, value] : values) {
+        const Object object = person(u"x"_s, {{key, value}});
+        if (key != "name"_L1)
+            object->setValueForKey(u"x"_s, u"name"_s);
+        else
+            object->setValueForKey(value, key);
+        save();
+        other.reset();
+        EXPECT_EQ(there(object)->valueForKey(key), value);
+        EXPECT_EQ(there(object)->valueForKey(key).isValid(), value.isValid());
+    }
+    const Object object = person(u"x"_s);
+    EXPECT_EQ(object->valueForKey(u"age"_s), 18) << "the default value";
+    EXPECT_THROW(object->setValueForKey(u"old"_s, u"age"_s), VXAssertionException);
+    EXPECT_THROW(object->setValueForKey(1, u"shoe size"_s), VXAssertionException);
+    EXPECT_THROW(object->setValueForKey(1, u"passport"_s), VXAssertionException);
+    EXPECT_THROW(object->setValueForKey(QVariant::fromValue(object), u"passport"_s), VXAssertionException);
+    EXPECT_EQ(object->valueForKey(u"age"_s), 18);
+}
+
+TEST_P(VXManagedObjectTest, BothEndsOfRelationshipsAreKeptInStep)
+{
+    const Object jane = person(u"Jane"_s);
+    const Object zoe = person(u"Zoe"_s);
+    const Object phone = add(u"Phone"_s, {{u"name"_s, u"555"_s}, {u"owner"_s, QVariant::fromValue(jane)}});
+    const Object pass = add(u"Passport"_s, {{u"name"_s, u"P1"_s}, {u"holder"_s, QVariant::fromValue(jane)}});
+    const Object club = add(u"Group"_s, {{u"name"_s, u"Club"_s}});
+    club->setValueForKey(QVariant::fromValue(QList{jane, zoe}), u"members"_s);
+    zoe->setValueForKey(QVariant::fromValue(QList{jane, zoe}), u"friends"_s);
+
+    const auto check = [&](const Object &a, const Object &b, const QString &step) {
+        const auto one = [](const Object &object, const QString &key) {
+            const auto target = object->valueForKey(key).value<Object>();
+            return target ? target->valueForKey(u"name"_s).toString() : u"none"_s;
+        };
+        const auto many = [](const Object &object, const QString &key) {
+            return sortedNames(object->valueForKey(key));
+        };
+        return u"%1: %2 %3 %4 %5 [%6] [%7] [%8] [%9]"_s.arg(
+            step, one(a, u"passport"_s), one(b, u"passport"_s), many(a, u"phones"_s), many(b, u"phones"_s),
+            many(a, u"groups"_s), many(b, u"groups"_s), many(a, u"friends"_s), many(b, u"friends"_s));
+    };
+    EXPECT_EQ(check(jane, zoe, u"new"_s), u"new: P1 none 555  [Club] [Club] [Zoe] [Jane Zoe]"_s);
+    save();
+    EXPECT_EQ(check(jane, zoe, u"saved"_s), u"saved: P1 none 555  [Club] [Club] [Zoe] [Jane Zoe]"_s);
+    EXPECT_EQ(check(there(jane), there(zoe), u"read"_s), u"read: P1 none 555  [Club] [Club] [Zoe] [Jane Zoe]"_s);
+
+    phone->setValueForKey(QVariant::fromValue(zoe), u"owner"_s);
+    zoe->setValueForKey(QVariant::fromValue(pass), u"passport"_s);
+    club->setValueForKey(QVariant::fromValue(QList{zoe}), u"members"_s);
+    jane->setValueForKey(QVariant(), u"friends"_s);
+    EXPECT_EQ(check(jane, zoe, u"moved"_s), u"moved: none P1  555 [] [Club] [] [Zoe]"_s);
+    context.rollback();
+    EXPECT_EQ(check(jane, zoe, u"back"_s), u"back: P1 none 555  [Club] [Club] [Zoe] [Jane Zoe]"_s);
+    EXPECT_FALSE(context.hasChanges());
+
+    const Object fault = there(phone); // set before either end was read
+    fault->setValueForKey(QVariant::fromValue(there(zoe)), u"owner"_s);
+    there(club)->removeRelated(entity(u"Group"_s).relationshipForName(u"members"_s)->index(), there(jane));
+    save(other);
+    EXPECT_EQ(check(there(jane), there(zoe), u"there"_s), u"there: P1 none  555 [] [Club] [Zoe] [Jane Zoe]"_s);
+    context.reset();
+    const auto again = fetch(request(u"Person"_s, u"TRUEPREDICATE"_s, {}, {u"name"_s}));
+    ASSERT_EQ(again.size(), 2);
+    EXPECT_EQ(check(again[0], again[1], u"again"_s), u"again: P1 none  555 [] [Club] [Zoe] [Jane Zoe]"_s);
+}
+
+TEST_P(VXManagedObjectTest, ChangesAreKnownUntilTheyAreSaved)
+{
+    const Object jane = person(u"Jane"_s, {{u"mood"_s, u"good"_s}});
+    EXPECT_TRUE(jane->isInserted());
+    EXPECT_TRUE(jane->objectID().isTemporary());
+    save();
+    EXPECT_FALSE(jane->hasChanges() || jane->objectID().isTemporary());
+    EXPECT_EQ(context.objectWithID(jane->objectID()), jane);
+    EXPECT_EQ(jane->valueForKey(u"mood"_s), u"good"_s) << "transient values stay with the object";
+    const Object same = there(jane);
+    EXPECT_FALSE(same->valueForKey(u"mood"_s).isValid());
+
+    jane->setValueForKey(18, u"age"_s);
+    jane->setValueForKey(u"bad"_s, u"mood"_s);
+    EXPECT_FALSE(context.hasChanges()) << "the same value, and a transient one";
+    jane->setValueForKey(19, u"age"_s);
+    EXPECT_TRUE(jane->isUpdated());
+    EXPECT_EQ(jane->changedValues(), (QVariantMap{{u"age"_s, 19}}));
+    EXPECT_EQ(jane->committedValues({u"age"_s}), (QVariantMap{{u"age"_s, 18}}));
+    save();
+    EXPECT_TRUE(jane->changedValues().isEmpty());
+    EXPECT_EQ(same->valueForKey(u"age"_s), 18) << "read before";
+    other.refreshObject(same, false);
+    EXPECT_EQ(same->valueForKey(u"age"_s), 19);
+}
+
+TEST_P(VXManagedObjectTest, RegisteredClassesAreUsedAndTheirHooksCalled)
+{
+    VXManagedObjectClass::registerClass<TestPerson>(u"TestPerson"_s);
+    hookCalls.clear();
+    const Object jane = person(u"Jane"_s);
+    ASSERT_NE(dynamic_cast<TestPerson *>(jane.get()), nullptr);
+    EXPECT_EQ(dynamic_cast<TestPerson *>(add(u"Group"_s, {{u"name"_s, u"g"_s}}).get()), nullptr);
+    save();
+    EXPECT_EQ(jane->valueForKey(u"mood"_s), u"saved once"_s);
+    jane->setValueForKey(-1, u"age"_s);
+    EXPECT_FALSE(context.save(&error));
+    EXPECT_EQ(error.domain(), u"test"_s);
+    context.refreshObject(jane, false);
+    EXPECT_EQ(jane->valueForKey(u"age"_s), 18);
+    EXPECT_EQ(hookCalls.join(u' '), u"insert willSave didSave willSave fault fetch"_s);
+    VXManagedObjectClass::removeClass(u"TestPerson"_s);
+    EXPECT_EQ(dynamic_cast<TestPerson *>(person(u"Zoe"_s).get()), nullptr);
+}
