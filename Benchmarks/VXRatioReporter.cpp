@@ -1,6 +1,7 @@
 #include "VXRatioReporter.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QRegularExpression>
 
 #include <algorithm>
 #include <cstdio>
@@ -19,13 +20,13 @@ void VXRatioReporter::ReportRuns(const std::vector<Run> &runs)
         // "group/ours" may be followed by arguments and options: "log/ours/real_time/threads:4".
         QStringList parts = QString::fromStdString(run.benchmark_name()).split(u'/');
         const qsizetype ours = parts.indexOf(QStringLiteral("ours"));
-        const qsizetype peer = parts.indexOf(QStringLiteral("peer"));
+        const qsizetype peer = parts.indexOf(QRegularExpression(QStringLiteral("peer( .*)?")));
         if (ours < 0 && peer < 0)
             continue;
-        parts.removeAt(ours >= 0 ? ours : peer);
+        const QString name = parts.takeAt(ours >= 0 ? ours : peer);
         parts.removeIf([](const QString &part) { return part.startsWith(QStringLiteral("repeats:")); });
         Times &times = _groups[parts.join(u'/')];
-        double &time = ours >= 0 ? times.ours : times.peer;
+        double &time = ours >= 0 ? times.ours : times.peers[name];
         // The fastest repetition is the one least disturbed by whatever else the machine does.
         const double measured = run.GetAdjustedRealTime();
         time = time == 0 ? measured : std::min(time, measured);
@@ -39,14 +40,16 @@ void VXRatioReporter::Finalize()
     ConsoleReporter::Finalize();
     std::printf("\n%-52s %12s %12s %8s %8s\n", "beside the peer", "ours", "peer", "ratio", "allowed");
     for (auto group = _groups.cbegin(); group != _groups.cend(); ++group) {
-        if (group->ours == 0 || group->peer == 0)
-            continue;
-        const double ratio = group->ours / group->peer;
-        std::printf("%-52s %12.1f %12.1f %8.3f ", qPrintable(group.key()), group->ours, group->peer, ratio);
-        if (group->allowed > 0)
-            std::printf("%8.3f%s\n", group->allowed, ratio > group->allowed ? "  MISSED" : "");
-        else
-            std::printf("%8s\n", "-");
+        for (auto peer = group->peers.cbegin(); group->ours > 0 && peer != group->peers.cend(); ++peer) {
+            const bool isMain = peer.key() == QStringLiteral("peer");
+            const double ratio = group->ours / *peer;
+            std::printf("%-52s %12.1f %12.1f %8.3f ", qPrintable(group.key() + peer.key().mid(4)), group->ours, *peer,
+                        ratio);
+            if (isMain && group->allowed > 0)
+                std::printf("%8.3f%s\n", group->allowed, ratio > group->allowed ? "  MISSED" : "");
+            else
+                std::printf("%8s\n", "-");
+        }
     }
 }
 

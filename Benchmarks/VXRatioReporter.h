@@ -6,7 +6,7 @@
 
 /**
  * Shows each run as usual, and at the end a table with the ratio of every "GROUP/ours" to its "GROUP/peer" from the
- * same run. A benchmark may state how much is allowed as a user counter named "allowed".
+ * same run; "GROUP/peer NAME" is one more, shown only. A benchmark may state how much is allowed as a user counter named "allowed".
  */
 class VXRatioReporter : public benchmark::ConsoleReporter
 {
@@ -19,8 +19,8 @@ private:
     struct Times
     {
         double ours = 0;
-        double peer = 0;
-        double allowed = 0; // 0: nothing stated
+        QMap<QString, double> peers = {}; // by "peer" or "peer NAME"
+        double allowed = 0;               // 0: nothing stated
     };
     QMap<QString, Times> _groups;
 };

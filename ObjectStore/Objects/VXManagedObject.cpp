@@ -89,9 +89,9 @@ const VXStoreRow *VXManagedObject::values() const
     return _values ? _values.get() : _row.get();
 }
 
-void VXManagedObject::setStoredRow(const VXStoreRow::Ptr &row)
+void VXManagedObject::setStoredRow(VXStoreRow::Ptr row)
 {
-    _row = row;
+    _row = std::move(row);
     _isFault = false;
 }
 
@@ -113,7 +113,7 @@ void VXManagedObject::setValue(const VXPropertyDescription &property, const QVar
         _context->noteChange(*this);
 }
 
-const QVariant &VXManagedObject::attribute(int index) const
+const QVariant &VXManagedObject::readAttribute(int index) const
 {
     const VXStoreRow *const row = values();
     if (row == nullptr)

@@ -46,7 +46,12 @@ public:
     void setValueForKey(const QVariant &value, const QString &key);
 
     /** By index. The reference holds until the object changes or turns into a fault. */
-    const QVariant &attribute(int index) const;
+    const QVariant &attribute(int index) const
+    {
+        const VXStoreRow *const row = _values ? _values.get() : _row.get();
+        return Q_LIKELY(!_isFault && index >= 0 && index < row->propertyCount()) ? row->value(index)
+                                                                                 : readAttribute(index);
+    }
     /** One that is transient makes no unsaved change. */
     void setAttribute(int index, const QVariant &value);
 
@@ -99,10 +104,11 @@ private:
     const VXPropertyDescription &property(int index) const;
     const VXPropertyDescription &property(const QString &key) const;
     const VXRelationshipDescription &relationship(int index, bool isToMany) const;
+    const QVariant &readAttribute(int index) const;
     /** The present values; reads a fault. nullptr when the object is gone from the store. */
     const VXStoreRow *values() const;
     void setValue(const VXPropertyDescription &property, const QVariant &value);
-    void setStoredRow(const VXStoreRow::Ptr &row);
+    void setStoredRow(VXStoreRow::Ptr row);
     static QVariantList variants(const QList<VXManagedObjectPtr> &objects);
     QVariant objectValue(const VXStoreRow &row, const VXPropertyDescription &property) const;
     bool hasMandatoryValues(VXError *error) const;

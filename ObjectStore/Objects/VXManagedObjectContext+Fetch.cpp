@@ -21,7 +21,7 @@ public:
 private:
     void findPending();
     bool isWanted(const VXManagedObject &object) const;
-    bool readStores(bool needsRows, VXError *error);
+    bool readStores(bool needsRows, bool makesObjects, VXError *error);
     std::optional<qsizetype> countStores(bool *isExact, VXError *error) const;
     bool makeObjects(VXError *error);
     bool keepMatching(QList<ObjectPtr> &objects, VXError *error) const;
@@ -74,12 +74,18 @@ void VXManagedObjectContext::Fetch::findPending()
     _context._deleted.forEach([this](const ObjectPtr &object) { _uncertain += isWanted(*object) ? 1 : 0; });
 }
 
-bool VXManagedObjectContext::Fetch::readStores(bool needsRows, VXError *error)
+// What the stores have decided becomes objects at once, if wanted; the rest waits as rows.
+bool VXManagedObjectContext::Fetch::readStores(bool needsRows, bool makesObjects, VXError *error)
 {
     for (const StorePtr &store : _stores) {
-        bool isExact = true;
-        const auto append = [this](VXFetchedRow row) { _rows.append(std::move(row)); };
-        if (!store->fetch(_stored, needsRows, append, &isExact, error))
+        bool isExact = true; // known before the first row comes
+        const auto take = [&](VXFetchedRow row) {
+            if (makesObjects && _isDecided && isExact)
+                _objects.append(_context.objectForRow(std::move(row), _request.refreshesObjects));
+            else
+                _rows.append(std::move(row));
+        };
+        if (!store->fetch(_stored, needsRows, take, &isExact, error))
             return false;
         _isExact = _isExact && isExact;
     }
@@ -112,9 +118,9 @@ bool VXManagedObjectContext::Fetch::keepMatching(QList<ObjectPtr> &objects, VXEr
 bool VXManagedObjectContext::Fetch::makeObjects(VXError *error)
 {
     const bool hasPending = !_pending.isEmpty() || _uncertain > 0;
-    _objects.reserve(_rows.size() + _pending.size());
-    for (const VXFetchedRow &row : std::as_const(_rows)) {
-        ObjectPtr object = _context.objectForRow(row, _request.refreshesObjects);
+    _objects.reserve(_objects.size() + _rows.size() + _pending.size());
+    for (VXFetchedRow &row : _rows) {
+        ObjectPtr object = _context.objectForRow(std::move(row), _request.refreshesObjects);
         if (!hasPending || !object->hasChanges())
             _objects.append(std::move(object));
     }
@@ -139,7 +145,7 @@ std::optional<VXFetchResult> VXManagedObjectContext::Fetch::run(VXError *error)
     VXFetchResult result(_context, _request);
     const bool isWalked = _request.batchSize > 0; // then only the batch at hand is in memory
     const bool isSorted = !_isDecided && !_request.sortDescriptors.isEmpty();
-    if (!readStores(isSorted || (_request.includesPropertyValues && !isWalked), error))
+    if (!readStores(isSorted || (_request.includesPropertyValues && !isWalked), !isWalked, error))
         return std::nullopt;
     if (isWalked && _isDecided) {
         for (const VXFetchedRow &row : std::as_const(_rows))
@@ -176,14 +182,14 @@ std::optional<qsizetype> VXManagedObjectContext::Fetch::count(VXError *error)
         if (isExact)
             return count;
     }
-    if (!readStores(!hasPending, error)) // without unsaved changes it was a count that stores cannot decide
+    if (!readStores(!hasPending, false, error)) // without unsaved changes it was a count that stores cannot decide
         return std::nullopt;
     if (!_isExact)
         return makeObjects(error) ? std::optional(_objects.size()) : std::nullopt;
     if (!keepMatching(_pending, error))
         return std::nullopt;
     const auto isUnchanged = [this](const VXFetchedRow &row) {
-        const VXManagedObject *const object = _context._objects.value(row.objectID);
+        const VXManagedObject *const object = _context._objects.find(row.objectID);
         return object == nullptr || !object->hasChanges();
     };
     return cut(std::count_if(_rows.cbegin(), _rows.cend(), isUnchanged) + _pending.size());

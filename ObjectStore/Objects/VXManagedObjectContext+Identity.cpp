@@ -70,7 +70,7 @@ void VXManagedObjectContext::replaceTemporaryReferences()
     replaceReferences([this](const ObjectID &objectID) {
         if (!objectID.isTemporary())
             return objectID;
-        const VXManagedObject *const object = _objects.value(objectID);
+        const VXManagedObject *const object = _objects.find(objectID);
         return object == nullptr ? ObjectID() : object->objectID(); // deleted before it was ever saved
     });
 }

@@ -111,7 +111,7 @@ void VXManagedObjectContext::moveInRelated(const VXManagedObject &object, const 
             continue;
         const auto setOfTarget = [&](const VXStoreRow *row) -> VXRelatedSet * {
             const ObjectID *const target = row == nullptr ? nullptr : VXRowTables::target(*row, *relationship);
-            const VXManagedObject *const found = target == nullptr ? nullptr : _objects.value(*target);
+            const VXManagedObject *const found = target == nullptr ? nullptr : _objects.find(*target);
             return found == nullptr ? nullptr : found->findRelatedSet(*inverse);
         };
         VXRelatedSet *const from = setOfTarget(before);

@@ -72,22 +72,22 @@ bool VXManagedObjectContext::readRows(const QList<ObjectID> &objectIDs, QList<VX
 }
 
 // The ID may be wrong about the entity, and the row then be one of other properties.
-bool VXManagedObjectContext::adoptRow(VXManagedObject &object, const VXStoreRow::Ptr &row)
+bool VXManagedObjectContext::adoptRow(VXManagedObject &object, VXStoreRow::Ptr row)
 {
     if (row->propertyCount() != object.entity().properties().size())
         return false;
-    object.setStoredRow(row);
+    object.setStoredRow(std::move(row));
     object.awakeFromFetch();
     return true;
 }
 
-VXManagedObjectPtr VXManagedObjectContext::objectForRow(const VXFetchedRow &fetched, bool refreshes)
+VXManagedObjectPtr VXManagedObjectContext::objectForRow(VXFetchedRow fetched, bool refreshes)
 {
     VXManagedObjectPtr object = objectWithID(fetched.objectID);
     if (!fetched.row)
         return object;
     if (object->isFault())
-        adoptRow(*object, fetched.row);
+        adoptRow(*object, std::move(fetched.row));
     else if (refreshes && !object->hasChanges() && object->_row->version() != fetched.row->version())
         rebase(*object, fetched.row);
     return object;
@@ -95,8 +95,8 @@ VXManagedObjectPtr VXManagedObjectContext::objectForRow(const VXFetchedRow &fetc
 
 bool VXManagedObjectContext::readFault(VXManagedObject &object, VXError *error)
 {
-    const VXStoreRow::Ptr row = readRow(object.objectID(), error);
-    return row && adoptRow(object, row);
+    VXStoreRow::Ptr row = readRow(object.objectID(), error);
+    return row && adoptRow(object, std::move(row));
 }
 
 bool VXManagedObjectContext::fulfillFault(VXManagedObject &object)

@@ -163,7 +163,7 @@ bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXErr
         const bool isSymmetric = relationship.inverse() == &relationship;
         VXLinkChange change{object.objectID(), &relationship, {}, {}};
         const auto add = [&](const ObjectID &target, QList<ObjectID> *list) {
-            const VXManagedObject *const known = _context._objects.value(target);
+            const VXManagedObject *const known = _context._objects.find(target);
             const bool isGoing = known != nullptr && known->isDeleted(); // and its links with it
             if (!isGoing && (!isSymmetric || change.source.number() <= target.number()))
                 list->append(target);

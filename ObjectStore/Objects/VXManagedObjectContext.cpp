@@ -59,8 +59,7 @@ void VXManagedObjectContext::forgetAll()
 {
     QList<ObjectPtr> held; // until none leads to another any more
     held.reserve(_objects.size());
-    for (VXManagedObject *const object : std::as_const(_objects))
-        held.append(ObjectPtr(object));
+    _objects.forEach([&held](VXManagedObject *object) { held.append(ObjectPtr(object)); });
     _objects.clear();
     _assignedStores.clear();
     for (const ObjectPtr &object : std::as_const(held)) {
@@ -84,14 +83,14 @@ void VXManagedObjectContext::reset()
 
 VXManagedObjectPtr VXManagedObjectContext::objectRegisteredForID(const VXManagedObjectID &objectID) const
 {
-    return VXManagedObjectPtr(_objects.value(objectID));
+    return VXManagedObjectPtr(_objects.find(objectID));
 }
 
 VXManagedObjectPtr VXManagedObjectContext::objectWithID(const VXManagedObjectID &objectID)
 {
     if (objectID.isNull())
         return {};
-    VXManagedObject *const found = _objects.value(objectID);
+    VXManagedObject *const found = _objects.find(objectID);
     return VXManagedObjectPtr(found != nullptr ? found : &makeObject(objectID));
 }
 

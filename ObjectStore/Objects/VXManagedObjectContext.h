@@ -6,6 +6,7 @@
 #include "VXManagedObject.h"
 #include "VXMergePolicy.h"
 #include "VXNotificationCenter.h"
+#include "VXObjectRegistry.h"
 #include "VXPersistentStoreCoordinator.h"
 
 #include <QtCore/QHash>
@@ -114,8 +115,8 @@ private:
     VXStoreRow::Ptr readRow(const ObjectID &objectID, VXError *error) const;
     /** Several rows with few queries; those that are gone are left out. */
     bool readRows(const QList<ObjectID> &objectIDs, QList<VXFetchedRow> *rows, VXError *error) const;
-    static bool adoptRow(VXManagedObject &object, const VXStoreRow::Ptr &row);
-    ObjectPtr objectForRow(const VXFetchedRow &fetched, bool refreshes);
+    static bool adoptRow(VXManagedObject &object, VXStoreRow::Ptr row);
+    ObjectPtr objectForRow(VXFetchedRow fetched, bool refreshes);
     /** False without an error: the object is gone. */
     bool readFault(VXManagedObject &object, VXError *error);
     /** A failure is reported as a diagnostic. */
@@ -164,7 +165,7 @@ private:
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     VXMergePolicy _mergePolicy = VXMergePolicy::Error;
-    QHash<ObjectID, VXManagedObject *> _objects; // every one in memory; they are owned by their holders
+    VXObjectRegistry _objects; // every one in memory; they are owned by their holders
     VXChangedObjects _inserted;
     VXChangedObjects _updated;
     VXChangedObjects _deleted;

@@ -111,8 +111,8 @@ public:
     /** Opens or creates the data file. Refuses one that is damaged, or was made with a model that differs, untouched. */
     virtual bool open(VXError *error) = 0;
 
-    /** Hands over the matching rows in order. `needsRows` false: IDs only. `isExact` tells whether all of the predicate was
-     * decided; if not, no limit and offset was applied, and the caller decides the rest on each. */
+    /** Hands over the matching rows in order. `needsRows` false: IDs only. `isExact` tells, before the first, whether all of
+     * the predicate was decided; if not, no limit and offset was applied, and the caller decides the rest on each. */
     virtual bool fetch(const VXFetchRequest &request, bool needsRows, const std::function<void(VXFetchedRow)> &sink,
                        bool *isExact, VXError *error) = 0;
     /** Empty with an error on failure; empty without one when the store cannot decide all of the predicate. */

@@ -49,7 +49,7 @@ VXSQLiteRowLayout::VXSQLiteRowLayout(const VXEntityDescription &entity, const VX
 
 VXSQLiteRowLayout::Cell VXSQLiteRowLayout::place(const VXPropertyDescription &property, int *column)
 {
-    Cell cell{.property = &property, .relationship = property.asRelationship()};
+    Cell cell{.property = &property, .index = property.index(), .relationship = property.asRelationship()};
     if (const VXAttributeDescription *const attribute = property.asAttribute())
         cell.type = attribute->type();
     cell.column = (*column)++;
@@ -80,18 +80,18 @@ VXManagedObjectID VXSQLiteRowLayout::readID(const VXSQLiteStatement &statement, 
     return {*entity, store, statement.number(0)};
 }
 
-VXStoreRow::Ptr VXSQLiteRowLayout::readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID,
-                                           QString *problem) const
+bool VXSQLiteRowLayout::readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID, VXStoreRow &row,
+                                QString *problem) const
 {
-    const auto row = std::make_shared<VXStoreRow>(int(objectID.entity().properties().size()), statement.number(2));
     for (const Cell &cell : _cells[size_t(objectID.entity().number())]) {
         if (!statement.isNull(cell.column) &&
-            !readCell(statement, cell, *objectID.store(), &row->value(cell.property->index()), problem))
-            return nullptr;
+            !readCell(statement, cell, *objectID.store(), &row.value(cell.index), problem))
+            return false;
     }
-    return row;
+    return true;
 }
 
+// Into a value that holds none so far, and so has nothing to let go of.
 bool VXSQLiteRowLayout::readCell(const VXSQLiteStatement &statement, const Cell &cell, const VXStoreIdentity &store,
                                  QVariant *value, QString *problem) const
 {
@@ -103,31 +103,31 @@ bool VXSQLiteRowLayout::readCell(const VXSQLiteStatement &statement, const Cell 
             *problem = u"A reference of \"%1\" leads to an unknown entity."_s.arg(cell.property->name());
             return false;
         }
-        *value = QVariant::fromValue(VXManagedObjectID(*entity, store, statement.number(cell.column)));
+        std::construct_at(value, QVariant::fromValue(VXManagedObjectID(*entity, store, statement.number(cell.column))));
         return true;
     }
     switch (cell.type) {
     case VXAttributeType::Integer16:
     case VXAttributeType::Integer32:
-        *value = int(statement.number(cell.column));
+        std::construct_at(value, int(statement.number(cell.column)));
         break;
     case VXAttributeType::Integer64:
-        *value = qlonglong(statement.number(cell.column));
+        std::construct_at(value, qlonglong(statement.number(cell.column)));
         break;
     case VXAttributeType::Double:
-        *value = statement.real(cell.column);
+        std::construct_at(value, statement.real(cell.column));
         break;
     case VXAttributeType::Boolean:
-        *value = statement.number(cell.column) != 0;
+        std::construct_at(value, statement.number(cell.column) != 0);
         break;
     case VXAttributeType::String:
-        *value = statement.text(cell.column);
+        std::construct_at(value, statement.text(cell.column));
         break;
     case VXAttributeType::Date:
-        *value = QDateTime::fromMSecsSinceEpoch(statement.number(cell.column), Qt::UTC);
+        std::construct_at(value, QDateTime::fromMSecsSinceEpoch(statement.number(cell.column), Qt::UTC));
         break;
     case VXAttributeType::Binary:
-        *value = statement.data(cell.column);
+        std::construct_at(value, statement.data(cell.column));
         break;
     case VXAttributeType::PropertyList: {
         VXError error;

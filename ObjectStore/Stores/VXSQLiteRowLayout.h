@@ -27,9 +27,10 @@ public:
 
     /** The ID from the first columns. @return null when no such entity belongs there. */
     VXManagedObjectID readID(const VXSQLiteStatement &statement, const VXStoreIdentity &store) const;
-    /** The row whose ID was read. @return null when it is damaged; `problem` says how. */
-    VXStoreRow::Ptr readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID,
-                            QString *problem) const;
+    static qint64 readVersion(const VXSQLiteStatement &statement) { return statement.number(2); }
+    /** The values of the row whose ID was read. @return false when they are damaged; `problem` says how. */
+    bool readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID, VXStoreRow &row,
+                 QString *problem) const;
 
     /** Binds the values of an insertion. @return false when one has no place in the store. */
     bool bindInsertion(VXSQLiteStatement &statement, const VXManagedObjectID &objectID, const VXStoreRow &row,
@@ -48,6 +49,7 @@ private:
     struct Cell
     {
         const VXPropertyDescription *property = nullptr;
+        int index = 0; // of the property
         int column = 0;
         int entityColumn = -1;                                   // of a to-one relationship; -1: it has none
         const VXRelationshipDescription *relationship = nullptr; // nullptr: an attribute

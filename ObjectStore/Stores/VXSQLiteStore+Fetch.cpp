@@ -1,6 +1,7 @@
 #include "VXSQLiteStore.h"
 
 #include "VXSQLPredicate.h"
+#include "VXStoreRowBatch.h"
 
 #include <algorithm>
 
@@ -110,13 +111,20 @@ bool VXSQLiteStore::fetch(const VXFetchRequest &request, bool needsRows, const s
     if (!statement)
         return false;
     wanted.bind(statement);
+    VXStoreRowBatch rows;
     Step at = statement.step();
     for (; at == Step::Row; at = statement.step()) {
         VXFetchedRow fetched{rowLayout.readID(statement, identity()), nullptr};
-        QString problem = u"An object is of an unknown entity."_s;
-        if (needsRows && !fetched.objectID.isNull())
-            fetched.row = rowLayout.readRow(statement, fetched.objectID, &problem);
-        if (fetched.objectID.isNull() || (needsRows && !fetched.row)) {
+        QString problem;
+        if (fetched.objectID.isNull()) {
+            problem = u"An object is of an unknown entity."_s;
+        } else if (needsRows) {
+            const int propertyCount = int(fetched.objectID.entity().properties().size());
+            const auto row = rows.next(propertyCount, VXSQLiteRowLayout::readVersion(statement));
+            rowLayout.readRow(statement, fetched.objectID, *row, &problem);
+            fetched.row = row;
+        }
+        if (!problem.isNull()) {
             VXSetError(error, damage(problem));
             return false;
         }
@@ -169,10 +177,12 @@ VXStoreRow::Ptr VXSQLiteStore::readRow(VXSQLiteConnection &connection, const VXM
     if (found.isNull()) // the number may also be that of an object of another entity
         return nullptr;
     QString problem;
-    VXStoreRow::Ptr row = rowLayout.readRow(statement, found, &problem);
-    if (!row)
-        VXSetError(error, damage(problem));
-    return row;
+    auto row = std::make_shared<VXStoreRow>(int(found.entity().properties().size()),
+                                            VXSQLiteRowLayout::readVersion(statement));
+    if (rowLayout.readRow(statement, found, *row, &problem))
+        return row;
+    VXSetError(error, damage(problem));
+    return nullptr;
 }
 
 bool VXSQLiteStore::related(

@@ -17,19 +17,25 @@ public:
     using Ptr = std::shared_ptr<const VXStoreRow>;
 
     VXStoreRow(int propertyCount, qint64 version)
-        : _version(version), _count(propertyCount), _values(new QVariant[size_t(propertyCount)])
+        : _version(version), _count(propertyCount), _owned(new QVariant[size_t(propertyCount)]), _values(_owned.get())
+    {
+    }
+    /** With values that somebody else owns, and keeps as long as the row. */
+    VXStoreRow(QVariant *values, int propertyCount, qint64 version)
+        : _version(version), _count(propertyCount), _values(values)
     {
     }
 
     /** Grows by one with each save that changes the object; 1 when it is new. */
     qint64 version() const { return _version; }
     int propertyCount() const { return _count; }
-    const QVariant &value(int index) const { return _values[size_t(index)]; }
+    const QVariant &value(int index) const { return _values[index]; }
     /** While it is being made. */
-    QVariant &value(int index) { return _values[size_t(index)]; }
+    QVariant &value(int index) { return _values[index]; }
 
 private:
     const qint64 _version;
     const int _count;
-    const std::unique_ptr<QVariant[]> _values;
+    const std::unique_ptr<QVariant[]> _owned;
+    QVariant *const _values;
 };
