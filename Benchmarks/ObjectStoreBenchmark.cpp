@@ -86,10 +86,9 @@ public:
         return objects;
     }
 
-    void insert(VXManagedObjectContext &context, qint64 count) const
+    void insert(VXManagedObjectContext &context, qint64 count, const QList<VXManagedObjectPtr> &people,
+                const QList<VXManagedObjectPtr> &folders) const
     {
-        const QList<VXManagedObjectPtr> people = others(context, u"Person"_s);
-        const QList<VXManagedObjectPtr> folders = others(context, u"Folder"_s);
         const auto index = [this](const QString &name) { return call->propertyForName(name)->index(); };
         const int title = index(u"title"_s);
         const int number = index(u"number"_s);
@@ -165,8 +164,10 @@ void insertWithContext(benchmark::State &state)
         state.PauseTiming();
         const CallStore store;
         auto context = std::make_unique<VXManagedObjectContext>(store.coordinator);
+        const QList<VXManagedObjectPtr> people = store.others(*context, u"Person"_s);
+        const QList<VXManagedObjectPtr> folders = store.others(*context, u"Folder"_s);
         state.ResumeTiming();
-        store.insert(*context, state.range(0));
+        store.insert(*context, state.range(0), people, folders);
         state.PauseTiming();
         context.reset();
         state.ResumeTiming();
