@@ -1,4 +1,6 @@
 #include "VXModelDefinition.h"
+#include "VXNone.h"
+#include "VXPropertyList.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QSet>
@@ -121,8 +123,18 @@ private:
         if (!VXAttributeValue(attribute.type, attribute.defaultValue))
             report(attribute.line,
                    u"the default value of \"%1\" is no %2"_s.arg(attribute.name, VXAttributeTypeName(attribute.type)));
+        else
+            checkKept(attribute.defaultValue, attribute.line);
         if (attribute.isIndexed && attribute.isTransient)
             report(attribute.line, u"\"%1\" is transient and cannot be indexed"_s.arg(attribute.name));
+    }
+
+    // Compiled models are property lists.
+    void checkKept(const QVariant &value, int line)
+    {
+        VXError error;
+        if (!VXIsNone(value) && VXPropertyList::toData(value, VXPropertyList::Format::Binary, &error).isNull())
+            report(line, u"no compiled model can hold this: %1"_s.arg(error.localizedDescription()));
     }
 
     void checkRelationship(const VXEntityDefinition &entity, const VXRelationshipDefinition &relationship)
@@ -164,6 +176,7 @@ private:
             if (names.contains(fetchTemplate.name))
                 report(fetchTemplate.line, u"fetch template \"%1\" is defined twice"_s.arg(fetchTemplate.name));
             names.insert(fetchTemplate.name);
+            checkKept(fetchTemplate.predicate, fetchTemplate.line);
         }
     }
 

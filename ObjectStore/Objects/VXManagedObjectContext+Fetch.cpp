@@ -25,19 +25,21 @@ private:
     std::optional<qsizetype> countStores(bool *isExact, VXError *error) const;
     bool makeObjects(VXError *error);
     bool keepMatching(QList<ObjectPtr> &objects, VXError *error) const;
+    bool keepPending(VXError *error);
     QVariant inContext(const QVariant &constant) const;
     qsizetype cut(qsizetype count) const;
 
     VXManagedObjectContext &_context;
     const VXFetchRequest &_request;
     const QList<StorePtr> _stores;
-    VXFetchRequest _stored;    // as the stores are asked
-    QList<ObjectPtr> _pending; // inserted and updated ones that may match
-    qsizetype _uncertain = 0;  // of the objects that stores find, how many at most may not match any more
-    bool _isDecided = true;    // by the stores: which objects, in which order, from where to where
-    bool _isExact = true;      // the stores decided all of the predicate
-    QList<VXFetchedRow> _rows; // of the stores
-    QList<ObjectPtr> _objects; // the result
+    VXFetchRequest _stored;             // as the stores are asked
+    QList<ObjectPtr> _pending;          // inserted and updated ones that may match
+    qsizetype _uncertain = 0;           // of the objects that stores find, how many at most may not match any more
+    bool _isDecided = true;             // by the stores: which objects, in which order, from where to where
+    bool _isExact = true;               // the stores decided all of the predicate
+    QList<VXFetchedRow> _rows;          // of the stores
+    QList<ObjectPtr> _objects;          // the result
+    QList<ObjectID> *_walked = nullptr; // likewise, where it is read batch by batch
 };
 
 VXManagedObjectContext::Fetch::Fetch(VXManagedObjectContext &context, const VXFetchRequest &request)
@@ -74,7 +76,7 @@ void VXManagedObjectContext::Fetch::findPending()
     _context._deleted.forEach([this](const ObjectPtr &object) { _uncertain += isWanted(*object) ? 1 : 0; });
 }
 
-// What the stores have decided becomes objects at once, if wanted; the rest waits as rows.
+// What the stores have decided becomes objects or IDs at once, if wanted; the rest waits as rows.
 bool VXManagedObjectContext::Fetch::readStores(bool needsRows, bool makesObjects, VXError *error)
 {
     for (const StorePtr &store : _stores) {
@@ -82,6 +84,8 @@ bool VXManagedObjectContext::Fetch::readStores(bool needsRows, bool makesObjects
         const auto take = [&](VXFetchedRow row) {
             if (makesObjects && _isDecided && isExact)
                 _objects.append(_context.objectForRow(std::move(row), _request.refreshesObjects));
+            else if (_walked != nullptr && _isDecided && isExact)
+                _walked->append(row.objectID);
             else
                 _rows.append(std::move(row));
         };
@@ -115,6 +119,15 @@ bool VXManagedObjectContext::Fetch::keepMatching(QList<ObjectPtr> &objects, VXEr
     return true;
 }
 
+// Without those that are gone, and changed only in that nothing leads to them any more.
+bool VXManagedObjectContext::Fetch::keepPending(VXError *error)
+{
+    if (!_context.fulfillFaults(_pending, error))
+        return false;
+    _pending.removeIf([](const ObjectPtr &object) { return object->isFault(); });
+    return keepMatching(_pending, error);
+}
+
 bool VXManagedObjectContext::Fetch::makeObjects(VXError *error)
 {
     const bool hasPending = !_pending.isEmpty() || _uncertain > 0;
@@ -127,7 +140,7 @@ bool VXManagedObjectContext::Fetch::makeObjects(VXError *error)
     _rows.clear();
     if (_isDecided)
         return true;
-    if ((!_isExact && !keepMatching(_objects, error)) || !keepMatching(_pending, error))
+    if ((!_isExact && !keepMatching(_objects, error)) || !keepPending(error))
         return false;
     _objects.append(_pending);
     if (!_request.sortDescriptors.isEmpty()) {
@@ -145,13 +158,11 @@ std::optional<VXFetchResult> VXManagedObjectContext::Fetch::run(VXError *error)
     VXFetchResult result(_context, _request);
     const bool isWalked = _request.batchSize > 0; // then only the batch at hand is in memory
     const bool isSorted = !_isDecided && !_request.sortDescriptors.isEmpty();
+    _walked = isWalked ? &result._objectIDs : nullptr;
     if (!readStores(isSorted || (_request.includesPropertyValues && !isWalked), !isWalked, error))
         return std::nullopt;
-    if (isWalked && _isDecided) {
-        for (const VXFetchedRow &row : std::as_const(_rows))
-            result._objectIDs.append(row.objectID);
+    if (isWalked && _isDecided)
         return result;
-    }
     if (!makeObjects(error) || !result.setObjects(_objects, error))
         return std::nullopt;
     return result;
@@ -186,7 +197,7 @@ std::optional<qsizetype> VXManagedObjectContext::Fetch::count(VXError *error)
         return std::nullopt;
     if (!_isExact)
         return makeObjects(error) ? std::optional(_objects.size()) : std::nullopt;
-    if (!keepMatching(_pending, error))
+    if (!keepPending(error))
         return std::nullopt;
     const auto isUnchanged = [this](const VXFetchedRow &row) {
         const VXManagedObject *const object = _context._objects.find(row.objectID);

@@ -100,6 +100,24 @@ void VXManagedObjectContext::rebase(VXManagedObject &object, const VXStoreRow::P
     }
     object.setStoredRow(stored);
     moveInRelated(object, before.get(), object._values ? object._values.get() : stored.get());
+    if (object._values)
+        removeWhereStored(object);
+}
+
+// Where the store has the object by now, but its own changes do not: those are changes there too.
+void VXManagedObjectContext::removeWhereStored(VXManagedObject &object)
+{
+    for (const Relationship *const relationship : object.entity().relationships()) {
+        const ObjectID *const stored = VXRowTables::target(*object._row, *relationship);
+        const ObjectID *const own = VXRowTables::target(*object._values, *relationship);
+        if (stored == nullptr || (own != nullptr && *own == *stored) || !relationship->inverse()->isToMany())
+            continue;
+        const ObjectPtr other = objectWithID(*stored);
+        VXRelatedSet &set = other->relatedSet(*relationship->inverse());
+        set.addStored(object.objectID());
+        if (set.remove(ObjectPtr(&object)))
+            noteChange(*other);
+    }
 }
 
 void VXManagedObjectContext::moveInRelated(const VXManagedObject &object, const VXStoreRow *before,

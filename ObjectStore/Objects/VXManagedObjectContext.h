@@ -147,6 +147,7 @@ private:
     bool dropTarget(const ObjectPtr &object, const Relationship &relationship);
     void dropLinks(const ObjectPtr &object, const Relationship &relationship);
     void rebase(VXManagedObject &object, const VXStoreRow::Ptr &stored);
+    void removeWhereStored(VXManagedObject &object);
     /** Brings to-many relationships that were read in step with what an object's row says by now. */
     void moveInRelated(const VXManagedObject &object, const VXStoreRow *before, const VXStoreRow *after) const;
 

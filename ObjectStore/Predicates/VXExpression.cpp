@@ -7,6 +7,8 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QLocale>
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -25,6 +27,8 @@ QString constantFormat(const QVariant &value)
     case QMetaType::Bool:
         return value.toBool() ? u"TRUE"_s : u"FALSE"_s;
     case QMetaType::Double:
+        if (std::isinf(value.toDouble())) // as what is too large is read
+            return value.toDouble() > 0 ? u"1e999"_s : u"-1e999"_s;
         return QString::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
     case QMetaType::QDateTime:
         return u"CAST(%1, \"date\")"_s.arg(quoted(value.toDateTime().toUTC().toString(Qt::ISODateWithMs)));
@@ -46,7 +50,8 @@ QString constantFormat(const QVariant &value)
 
 QString keyFormat(const QString &key)
 {
-    return VXIsPredicateWord(key) ? u'#' + key : key;
+    const bool isNumber = !key.isEmpty() && key.front().isDigit();
+    return isNumber || VXIsPredicateWord(key) ? u'#' + key : key;
 }
 
 } // namespace

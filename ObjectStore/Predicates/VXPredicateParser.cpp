@@ -241,7 +241,7 @@ VXExpression VXPredicateParser::keyPath(const QString &first)
 {
     QStringList keys{first};
     while (takeMark("."_L1)) {
-        if (_token.kind != Kind::Word)
+        if (_token.kind != Kind::Word || _token.text == "#"_L1)
             fail(u"a key is missing behind the dot"_s);
         keys.append(_token.text.startsWith(u'#') ? _token.text.sliced(1) : _token.text);
         advance();

@@ -31,6 +31,11 @@ VXPersistentStore::VXPersistentStore(VXStoreType type, const QString &path, cons
 
 VXPersistentStore::~VXPersistentStore() = default;
 
+QString VXPersistentStore::nameOfType(VXStoreType type)
+{
+    return typeNames.at(size_t(type));
+}
+
 QVariantMap VXPersistentStore::metadata() const
 {
     const VXMutexLocker lock(_metadataLock);
@@ -60,7 +65,7 @@ void VXPersistentStore::setOpened(const QVariantMap &metadata)
 QVariantMap VXPersistentStore::initialMetadata() const
 {
     QVariantMap made{{VXStoreUUIDKey, QUuid::createUuid().toString(QUuid::WithoutBraces)},
-                     {VXStoreTypeKey, QString(typeNames.at(size_t(_type)))},
+                     {VXStoreTypeKey, nameOfType(_type)},
                      {VXStoreModelVersionHashesKey, hashesOf(*_model)}};
     return made;
 }
@@ -70,7 +75,7 @@ QVariantMap VXPersistentStore::withOwnEntries(const QVariantMap &metadata) const
 {
     QVariantMap complete = metadata;
     complete.insert(VXStoreUUIDKey, _identity->identifier());
-    complete.insert(VXStoreTypeKey, QString(typeNames.at(size_t(_type))));
+    complete.insert(VXStoreTypeKey, nameOfType(_type));
     complete.insert(VXStoreModelVersionHashesKey, hashesOf(*_model));
     return complete;
 }

@@ -96,6 +96,8 @@ public:
     VXPersistentStore &operator=(const VXPersistentStore &) = delete;
 
     VXStoreType type() const { return _type; }
+    /** As the metadata have it. */
+    static QString nameOfType(VXStoreType type);
     /** The data file; null for a store in memory. */
     const QString &path() const { return _path; }
     const VXManagedObjectModel &model() const { return *_model; }

@@ -160,5 +160,5 @@ bool VXRowTableStore::canSave(const VXSaveRequest &request, QList<VXRowConflict>
 QStringList VXRowTableStore::check()
 {
     VXError error;
-    return refresh(&error) ? tables().findDanglingReferences() : QStringList{error.description()};
+    return refresh(&error) ? tables().findBrokenReferences() : QStringList{error.description()};
 }

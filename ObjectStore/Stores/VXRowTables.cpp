@@ -141,20 +141,28 @@ void VXRowTables::apply(const VXSaveRequest &request)
     }
 }
 
-QStringList VXRowTables::findDanglingReferences() const
+QStringList VXRowTables::findBrokenReferences() const
 {
     QStringList found;
     const auto check = [&](const VXManagedObjectID &source, const VXRelationshipDescription &relationship,
                            const VXManagedObjectID &target) {
-        if (find(target) == nullptr)
-            found.append(u"\"%1\" of %2 leads to %3, which is not there."_s.arg(
-                relationship.name(), source.uriRepresentation().toString(), target.uriRepresentation().toString()));
+        const VXFetchedRow *const there = find(target);
+        const VXRelationshipDescription &inverse = *relationship.inverse();
+        const bool isOneToOne = !relationship.isToMany() && !inverse.isToMany();
+        const VXManagedObjectID *const back =
+            there != nullptr && isOneToOne ? VXRowTables::target(*there->row, inverse) : &source;
+        const bool mayDangle = !relationship.isToMany() && inverse.deleteRule() == VXDeleteRule::NoAction;
+        if (there == nullptr ? mayDangle : back != nullptr && *back == source)
+            return;
+        found.append(u"\"%1\" of %2 leads to %3, which %4."_s.arg(
+            relationship.name(), source.uriRepresentation().toString(), target.uriRepresentation().toString(),
+            there == nullptr ? u"is not there"_s : u"does not lead back"_s));
     };
     for (const Table &table : _tables) {
         for (const VXFetchedRow &object : table) {
             for (const VXRelationshipDescription *const relationship : object.objectID.entity().relationships()) {
-                if (relationship->isTransient() || relationship->inverse()->deleteRule() == VXDeleteRule::NoAction)
-                    continue; // a rule that leaves such references behind
+                if (relationship->isTransient())
+                    continue;
                 if (const VXManagedObjectID *const to = target(*object.row, *relationship); to != nullptr)
                     check(object.objectID, *relationship, *to);
             }

@@ -43,8 +43,8 @@ public:
     bool hasInserted(const QList<VXRowChange> &changes) const;
     void apply(const VXSaveRequest &request);
 
-    /** References to objects that are not there, as texts. */
-    QStringList findDanglingReferences() const;
+    /** References to objects that are not there or do not lead back, as texts. */
+    QStringList findBrokenReferences() const;
 
 private:
     using Links = QHash<VXManagedObjectID, Targets>; // by source

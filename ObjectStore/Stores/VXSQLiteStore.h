@@ -63,7 +63,9 @@ private:
     VXError damage(const QString &reason) const;
 
     // -- Checking
-    void findDanglingReferences(VXSQLiteConnection &connection, QStringList &found) const;
+    void findBrokenReferences(VXSQLiteConnection &connection, QStringList &found) const;
+    void addReferences(VXSQLiteConnection &connection, const VXRelationshipDescription &relationship,
+                       const QString &query, const QString &fault, QStringList &found) const;
     void findUnreadableRows(QStringList &found);
 
     const VXStoreOptions _options;

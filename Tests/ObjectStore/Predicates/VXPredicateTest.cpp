@@ -108,6 +108,7 @@ TEST(VXPredicateTest, ArgumentsAreValuesAndNeverText)
     EXPECT_TRUE(read(u"%K IN %@"_s, {u"b.c"_s, QVariantList{1, 2}})->evaluateWithObject(object));
     EXPECT_FALSE(read(u"a == %@"_s, {u"x"_s})->evaluateWithObject(object));
     EXPECT_EQ(read(read(u"a == %@"_s, {hostile})->predicateFormat()), read(u"a == %@"_s, {hostile}));
+    EXPECT_EQ(read(read(u"#0.and == -2e999"_s)->predicateFormat()), read(u"#0.and == -2e999"_s));
 }
 
 TEST(VXPredicateTest, VariablesAreReplacedByValues)
@@ -138,6 +139,7 @@ TEST(VXPredicateTest, MistakesAreToldWithTheirPlace)
         {u"a = %@"_s, u"At character 7: an argument is missing."_s},
         {u"%K = 1"_s, u"At character 4: an argument is missing."_s},
         {u"a.= 1"_s, u"At character 3: a key is missing behind the dot."_s},
+        {u"a.# = 1"_s, u"At character 3: a key is missing behind the dot."_s},
         {u"and = 1"_s, u"At character 1: a value or key is missing."_s},
         {u"a = CAST(\"x\", \"date\")"_s, u"At character 15: a date or data is expected in CAST."_s},
         {u"a = \u00a7"_s, u"At character 5: \"\u00a7\" has no meaning here."_s},

@@ -232,6 +232,7 @@ TEST_F(VXSQLiteStoreTest, RelationshipsAreReadFromBothEnds)
 
     saver.link(joe, u"friends"_s, {}, {jane});
     saver.link(joe, u"groups"_s, {}, {club});
+    saver.change(jane, {{u"spouse"_s, QVariant::fromValue(joe)}});
     saver.change(call, {{u"caller"_s, QVariant()}});
     saver.remove(shop);
     saver.change(second, {{u"caller"_s, QVariant::fromValue(joe)}});
@@ -420,7 +421,9 @@ TEST_F(VXSQLiteStoreTest, ModelsThatDifferAreRefusedAndAdditionsMade)
         VXRowSaver saver(*store);
         saver.add(u"Note"_s, {{u"text"_s, u"x"_s}});
         const auto worker = saver.add(u"Worker"_s, {{u"pay"_s, 1.5}});
-        saver.add(u"Person"_s, {{u"spouse"_s, QVariant::fromValue(worker)}});
+        const auto spouse = saver.add(u"Person"_s, {{u"spouse"_s, QVariant::fromValue(worker)}});
+        ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
+        saver.change(worker, {{u"spouse"_s, QVariant::fromValue(spouse)}});
         ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
     }
     const auto store = openWithModel(larger);
@@ -552,6 +555,7 @@ TEST_F(VXSQLiteStoreTest, ChecksFindWhatOthersBroke)
         const auto store = open();
         VXRowSaver saver(*store);
         const auto jane = saver.add(u"Person"_s);
+        saver.add(u"Person"_s);
         saver.add(u"Call"_s, {{u"caller"_s, QVariant::fromValue(jane)}, {u"extra"_s, u"x"_s}});
         saver.link(saver.add(u"Group"_s), u"members"_s, {jane});
         ASSERT_TRUE(saver.saveAndCommit());
@@ -568,6 +572,10 @@ TEST_F(VXSQLiteStoreTest, ChecksFindWhatOthersBroke)
         {"UPDATE VX_Party SET Z_ENT = 77", "UPDATE VX_Party SET Z_ENT = 2", "unknown entity"},
         {"INSERT INTO \"VX_Group.members\" VALUES (1, 98)", "DELETE FROM \"VX_Group.members\" WHERE Z_TARGET = 98",
          "\"members\" of x-coredata"},
+        {"UPDATE VX_Party SET \"Person.spouse\" = 2 WHERE Z_PK = 1",
+         "UPDATE VX_Party SET \"Person.spouse\" = NULL WHERE Z_PK = 1", "p2, which does not lead back"},
+        {"INSERT INTO \"VX_Party.friends\" VALUES (1, 2)", "DELETE FROM \"VX_Party.friends\"",
+         "p2, which does not lead back"},
     };
     for (const auto &each : cases) {
         runSQL(each.sql);
