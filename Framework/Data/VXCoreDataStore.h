@@ -1,0 +1,85 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+#include "VXManagedObjectModel.h"
+#include "VXPersistentStoreCoordinator.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariantMap>
+
+#include <memory>
+
+/** Keys of every store's metadata: the plugin that owns it, and the version of the data it was written for. */
+VX_EXPORT extern const QString VXStoreOwnerIdentifierKey; // "$$__VXStoreOwnerIdentifierKey__$$"
+VX_EXPORT extern const QString VXStoreVersionKey;         // "$$__VXStoreVersionKey__$$"
+/** Of store folders: "vxdatastore". */
+VX_EXPORT extern const QString VXStoreFileExtension;
+
+class VXCoreDataStoreClass;
+
+/**
+ * A store folder, "NAME.vxdatastore": the models that describe a store's objects beside the one file that holds them; or a
+ * store in memory. Model and coordinator are made when they are first asked for; a failure is logged, and the next call tries
+ * again. Nothing is closed: data files stay open as long as the coordinator lives. One thread at a time.
+ */
+class VX_EXPORT VXCoreDataStore
+{
+public:
+    using Ptr = std::shared_ptr<VXCoreDataStore>;
+
+    /** For the class operations: what store folders hold, and how stores are made of them. */
+    static const VXCoreDataStoreClass &storeClass();
+
+    /** Both null for a store in memory. */
+    VXCoreDataStore(const QString &path, const QString &dataFileName);
+    virtual ~VXCoreDataStore();
+    VXCoreDataStore(const VXCoreDataStore &) = delete;
+    VXCoreDataStore &operator=(const VXCoreDataStore &) = delete;
+
+    const QString &storePath() const { return _path; }
+    /** The name, not the path, of the data file. */
+    const QString &dataFileName() const { return _dataFileName; }
+
+    /** All models of the folder that can be read, as one; null when there is none. */
+    VXManagedObjectModel::Ptr managedObjectModel(VXError *error = nullptr);
+    /** With every data file of the folder attached that is of the data file's kind; without any the named one is made. Null
+     * on failure. A name of neither kind, or none, gives a store in memory. */
+    VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator();
+    /** Of the first attached store that names an owner; empty when none does. */
+    QVariantMap metadata();
+
+protected:
+    friend class VXCoreDataStoreClass;
+
+    /** The class operations that this object's class stands for. */
+    virtual const VXCoreDataStoreClass &classOperations() const { return storeClass(); }
+
+private:
+    bool attachMemoryStore(VXPersistentStoreCoordinator &coordinator);
+    bool attachDataFiles(VXPersistentStoreCoordinator &coordinator, VXStoreType type);
+    bool attach(VXPersistentStoreCoordinator &coordinator, VXStoreType type, const QString &fileName,
+                const QString &verb);
+
+    const QString _path;
+    const QString _dataFileName;
+    VXManagedObjectModel::Ptr _managedObjectModel;
+    VXPersistentStoreCoordinator::Ptr _persistentStoreCoordinator;
+};
+
+/** The class operations of VXCoreDataStore; subclasses of both go together. Reentrant. */
+class VX_EXPORT VXCoreDataStoreClass
+{
+public:
+    virtual ~VXCoreDataStoreClass();
+
+    /** The store of a folder; null when nothing is there or it holds no data file, which is logged. */
+    VXCoreDataStore::Ptr storeWithPath(const QString &path) const;
+    VXCoreDataStore::Ptr memoryStoreWithModel(const VXManagedObjectModel::Ptr &model) const;
+    /** Names of the folder's entries with the extension "mom", sorted. */
+    virtual QStringList modelFilesForStorePath(const QString &path) const;
+    /** Names of the folder's entries with the extension "sqlite" or "xml", sorted. */
+    virtual QStringList dataFilesForStorePath(const QString &path) const;
+    /** A store of this class. */
+    virtual VXCoreDataStore::Ptr makeStore(const QString &path, const QString &dataFileName) const;
+};
