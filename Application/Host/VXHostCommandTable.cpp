@@ -52,9 +52,9 @@ VXHostCommandTable::VXHostCommandTable(std::vector<VXHostCommand> commands, QLis
 const VXHostCommandTable &VXHostCommandTable::standard()
 {
     static const VXHostCommandTable table({VXInfoCommand(), VXDefaultsCommand(), VXLogCommand(),
-                                           VXPropertyListCommand(), VXPhonebookCommand(), VXPluginsCommand(),
-                                           VXNewPluginCommand(), VXOpenCommand(), VXRunCommand(), VXEvalCommand(),
-                                           VXHelpCommand(), VXCompletionCommand(), VXManPageCommand()},
+                                           VXPropertyListCommand(), VXPhonebookCommand(), VXStoreCommand(),
+                                           VXPluginsCommand(), VXNewPluginCommand(), VXOpenCommand(), VXRunCommand(),
+                                           VXEvalCommand(), VXHelpCommand(), VXCompletionCommand(), VXManPageCommand()},
                                           standardOptions());
     return table;
 }

@@ -8,6 +8,7 @@
 [[nodiscard]] VXHostCommand VXLogCommand();
 [[nodiscard]] VXHostCommand VXPropertyListCommand();
 [[nodiscard]] VXHostCommand VXPhonebookCommand();
+[[nodiscard]] VXHostCommand VXStoreCommand();
 [[nodiscard]] VXHostCommand VXPluginsCommand();
 [[nodiscard]] VXHostCommand VXNewPluginCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();

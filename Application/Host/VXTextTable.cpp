@@ -15,9 +15,10 @@ QString printable(QString cell)
 
 } // namespace
 
-QString VXTextTable(const QList<QStringList> &rows)
+QString VXTextTable(const QList<QStringList> &rows, QList<qsizetype> *kept)
 {
-    QList<qsizetype> widths;
+    QList<qsizetype> own;
+    QList<qsizetype> &widths = kept == nullptr ? own : *kept;
     for (const QStringList &row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (qsizetype column = 0; column < row.size(); ++column)

@@ -1,0 +1,354 @@
+#include "VXCoreDataStore.h"
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXManagedObjectContext.h"
+#include "VXStoreAccess.h"
+#include "VXStoreListing.h"
+#include "VXStoreObjects.h"
+#include "VXStoreQuery.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QLocale>
+
+#include <algorithm>
+#include <iterator>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/** What the verbs work on: the stores of the path, opened, and a context over them. */
+struct Session
+{
+    VXHostContext &host;
+    VXPersistentStoreCoordinator::Ptr coordinator;
+    VXManagedObjectContext context{coordinator};
+
+    QString operand(qsizetype index) const { return host.options.operand(index + 2); }
+    int fail(const QString &text) const { return host.output.fail(text); }
+    int fail(const VXError &error) const { return host.output.fail(VXErrorText(error)); }
+};
+
+// The store's own entries are told by themselves, or are of no interest to people.
+QList<QStringList> rowsOfMetadata(const QVariantMap &metadata)
+{
+    QList<QStringList> rows;
+    for (auto entry = metadata.cbegin(); entry != metadata.cend(); ++entry) {
+        if (entry.key() == VXStoreOwnerIdentifierKey)
+            rows.append({u"Owner"_s, entry->toString()});
+        else if (entry.key() == VXStoreVersionKey)
+            rows.append({u"Data version"_s, entry->toString()});
+        else if (entry.key() != VXStoreUUIDKey && entry.key() != VXStoreTypeKey &&
+                 entry.key() != VXStoreModelVersionHashesKey)
+            rows.append({entry.key(), QString::fromUtf8(VXJSONText(VXJSONFromVariant(*entry)))});
+    }
+    return rows;
+}
+
+int info(Session &session)
+{
+    QJsonArray json;
+    QStringList texts;
+    for (const auto &store : session.coordinator->persistentStores()) {
+        const QString type = VXPersistentStore::nameOfType(store->type());
+        const QString identifier = store->identity().identifier();
+        const qint64 size = QFileInfo(store->path()).size();
+        json.append(QJsonObject{{u"path"_s, store->path()},
+                                {u"type"_s, type},
+                                {u"identifier"_s, identifier},
+                                {u"size"_s, size},
+                                {u"metadata"_s, VXJSONFromVariant(store->metadata())}});
+        const QList<QStringList> rows{{u"Data file"_s, store->path()},
+                                      {u"Size"_s, QLocale::c().formattedDataSize(size)},
+                                      {u"Type"_s, type},
+                                      {u"Identifier"_s, identifier}};
+        texts.append(VXTextTable(rows + rowsOfMetadata(store->metadata())));
+    }
+    session.host.output.answer(texts.join(u'\n'), json);
+    return VXHostOutput::Done;
+}
+
+QString kindOf(const VXPropertyDescription &property)
+{
+    const VXRelationshipDescription *const relationship = property.asRelationship();
+    if (relationship == nullptr)
+        return VXAttributeTypeName(property.asAttribute()->type());
+    return relationship->destination().name() + (relationship->isToMany() ? "[]"_L1 : ""_L1);
+}
+
+// What the entity does not inherit; the table shows where the rest comes from.
+QString ownProperties(const VXEntityDescription &entity)
+{
+    QStringList texts;
+    for (const VXPropertyDescription *const property : entity.properties()) {
+        if (&property->entity() == &entity)
+            texts.append(u"%1: %2"_s.arg(property->name(), kindOf(*property)));
+    }
+    return texts.join(", "_L1);
+}
+
+QJsonArray jsonOfProperties(const VXEntityDescription &entity)
+{
+    QJsonArray json;
+    for (const VXPropertyDescription *const property : entity.properties())
+        json.append(QJsonObject{{u"name"_s, property->name()},
+                                {u"kind"_s, kindOf(*property)},
+                                {u"isOptional"_s, property->isOptional()},
+                                {u"isTransient"_s, property->isTransient()}});
+    return json;
+}
+
+int entities(Session &session)
+{
+    QJsonArray json;
+    QList<QStringList> rows{{u"ENTITY"_s, u"OBJECTS"_s, u"INHERITS FROM"_s, u"PROPERTIES"_s}};
+    for (const VXEntityDescription *const entity : session.coordinator->model().entities()) {
+        VXError error;
+        const std::optional<qsizetype> count = session.context.countForFetchRequest(VXFetchRequest(*entity), &error);
+        if (!count)
+            return session.fail(error);
+        const QString superentity = entity->superentity() == nullptr ? QString() : entity->superentity()->name();
+        rows.append({entity->name(), QString::number(*count), superentity, ownProperties(*entity)});
+        json.append(QJsonObject{{u"name"_s, entity->name()},
+                                {u"objects"_s, *count},
+                                {u"superentity"_s, VXJSONFromVariant(superentity)},
+                                {u"isAbstract"_s, entity->isAbstract()},
+                                {u"properties"_s, jsonOfProperties(*entity)}});
+    }
+    session.host.output.answer(VXTextTable(rows), json);
+    return VXHostOutput::Done;
+}
+
+// -- Lists
+
+const VXEntityDescription *entityOf(Session &session, int *status)
+{
+    const QString name = session.operand(0);
+    const VXEntityDescription *const entity = session.coordinator->model().entityForName(name);
+    if (entity == nullptr)
+        *status = session.fail(
+            u"the store has no entity \"%1\"; \"vornix store entities\" shows those there are"_s.arg(name));
+    return entity;
+}
+
+int list(Session &session)
+{
+    int status = VXHostOutput::Done;
+    const VXEntityDescription *const entity = entityOf(session, &status);
+    if (entity == nullptr)
+        return status;
+    const VXHostOptions &options = session.host.options;
+    VXFetchRequest request(*entity);
+    request.batchSize = 500; // stores may be larger than memory
+    if (const QString problem = VXReadStoreQuery(options, request); !problem.isNull())
+        return session.fail(problem);
+    VXError error;
+    if (options.isSet(u"count"_s)) {
+        const std::optional<qsizetype> count = session.context.countForFetchRequest(request, &error);
+        if (!count)
+            return session.fail(error);
+        session.host.output.answer(QString::number(*count) + u'\n', *count);
+        return VXHostOutput::Done;
+    }
+    const std::optional<VXFetchResult> result = session.context.executeFetchRequest(request, &error);
+    if (!result)
+        return session.fail(error);
+    const QString problem =
+        VXStoreListing{session.context, *entity, *result, request.batchSize, options.isSet(u"related"_s)}.write(
+            session.host.output);
+    return problem.isNull() ? int(VXHostOutput::Done) : session.fail(problem);
+}
+
+// -- Changes
+
+VXManagedObjectPtr objectOf(Session &session, int *status)
+{
+    QString problem;
+    VXManagedObjectPtr object = VXObjectNamed(session.context, session.operand(0), &problem);
+    if (!object)
+        *status = session.fail(problem);
+    return object;
+}
+
+std::optional<QJsonObject> valuesOf(Session &session, int *status)
+{
+    QString reason;
+    const std::optional<QJsonValue> value = VXJSONFromText(session.operand(1).toUtf8(), &reason);
+    if (value && value->isObject())
+        return value->toObject();
+    *status = session.fail(u"the values are no JSON object%1"_s.arg(reason.isNull() ? QString() : u": "_s + reason));
+    return std::nullopt;
+}
+
+int setAndSave(Session &session, const VXManagedObjectPtr &object, const QJsonObject &values)
+{
+    if (const QString problem = VXSetObjectFromJSON(session.context, *object, values); !problem.isNull())
+        return session.fail(problem);
+    VXError error;
+    if (!session.context.save(&error))
+        return session.fail(error);
+    const QString uri = object->objectID().uriRepresentation().toString();
+    session.host.output.answer(uri + u'\n', VXJSONFromObject(*object, true));
+    return VXHostOutput::Done;
+}
+
+int insert(Session &session)
+{
+    int status = VXHostOutput::Done;
+    const VXEntityDescription *const entity = entityOf(session, &status);
+    const std::optional<QJsonObject> values = entity == nullptr ? std::nullopt : valuesOf(session, &status);
+    if (!values)
+        return status;
+    if (entity->isAbstract())
+        return session.fail(u"entity %1 is abstract: it has no objects of its own"_s.arg(entity->name()));
+    return setAndSave(session, session.context.insertNewObject(*entity), *values);
+}
+
+int update(Session &session)
+{
+    int status = VXHostOutput::Done;
+    const VXManagedObjectPtr object = objectOf(session, &status);
+    const std::optional<QJsonObject> values = object ? valuesOf(session, &status) : std::nullopt;
+    return values ? setAndSave(session, object, *values) : status;
+}
+
+int remove(Session &session)
+{
+    int status = VXHostOutput::Done;
+    const VXManagedObjectPtr object = objectOf(session, &status);
+    if (!object)
+        return status;
+    session.context.deleteObject(object);
+    const qsizetype count = session.context.deletedObjects().size(); // it and what the delete rules say
+    VXError error;
+    if (!session.context.save(&error))
+        return session.fail(error);
+    session.host.output.answer(count == 1 ? u"Deleted it.\n"_s : u"Deleted %1 objects.\n"_s.arg(count), count);
+    return VXHostOutput::Done;
+}
+
+int check(Session &session)
+{
+    QStringList problems;
+    for (const auto &store : session.coordinator->persistentStores()) {
+        for (const QString &problem : store->check())
+            problems.append(u"%1: %2"_s.arg(store->path(), problem));
+    }
+    if (problems.isEmpty()) {
+        session.host.output.answer(u"The store is sound.\n"_s, QJsonArray());
+        return VXHostOutput::Done;
+    }
+    session.host.output.answer(problems.join(u'\n') + u'\n', QJsonArray::fromStringList(problems));
+    return VXHostOutput::Failed;
+}
+
+// -- The command
+
+struct Verb
+{
+    QString name;
+    QStringList operands;         // behind the path
+    int (*run)(Session &session); // null: makes the store
+    VXStoreUse use = VXStoreUse::Read;
+    QStringList options = {}; // besides --model
+};
+
+const Verb verbs[] = {
+    {u"info"_s, {}, info},
+    {u"entities"_s, {}, entities},
+    {u"list"_s,
+     {u"ENTITY"_s},
+     list,
+     VXStoreUse::Read,
+     {u"where"_s, u"sort"_s, u"limit"_s, u"offset"_s, u"count"_s, u"related"_s}},
+    {u"insert"_s, {u"ENTITY"_s, u"JSON"_s}, insert, VXStoreUse::Change},
+    {u"update"_s, {u"URI"_s, u"JSON"_s}, update, VXStoreUse::Change},
+    {u"delete"_s, {u"URI"_s}, remove, VXStoreUse::Change},
+    {u"new"_s, {}, nullptr, VXStoreUse::Change, {u"type"_s}},
+    {u"check"_s, {}, check},
+};
+
+QStringList verbNames()
+{
+    QStringList names;
+    std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
+    return names;
+}
+
+// What is wrong with the command line; null when nothing is.
+QString misuse(const Verb &verb, const VXHostOptions &options)
+{
+    if (options.operands().size() - 2 != verb.operands.size())
+        return (QStringList{verb.name, u"needs PATH"_s} + verb.operands).join(u' ');
+    for (const VXHostOption &option : options.command()->options) {
+        if (options.isSet(option.name) && option.name != "model"_L1 && !verb.options.contains(option.name))
+            return u"--%1 does not go with %2"_s.arg(option.name, verb.name);
+    }
+    return verb.run == nullptr && !options.isSet(u"model"_s) ? u"new needs --model"_s : QString();
+}
+
+int makeStore(VXHostContext &context)
+{
+    const QString path = context.options.operand(1);
+    const QString type = context.options.isSet(u"type"_s) ? context.options.value(u"type"_s) : u"sqlite"_s;
+    QString problem;
+    if (!VXMakeStoreFolder(path, context.options.value(u"model"_s), type, &problem))
+        return context.output.fail(problem);
+    context.output.answer(u"Made %1.\n"_s.arg(path), path);
+    return VXHostOutput::Done;
+}
+
+int runStore(VXHostContext &context)
+{
+    const Verb &verb = *std::ranges::find(verbs, context.options.operand(0), &Verb::name);
+    if (const QString problem = misuse(verb, context.options); !problem.isNull())
+        return context.output.failUsage(problem, VXHostUsage(context.options.command()));
+    if (verb.run == nullptr)
+        return makeStore(context);
+    QString problem;
+    const VXPersistentStoreCoordinator::Ptr coordinator =
+        VXOpenStores(context.options.operand(1), context.options.value(u"model"_s), verb.use, &problem);
+    if (!coordinator)
+        return context.output.fail(problem);
+    Session session{context, coordinator};
+    return verb.run(session);
+}
+
+} // namespace
+
+VXHostCommand VXStoreCommand()
+{
+    return {
+        .name = u"store"_s,
+        .summary = u"Look into stores, and change and check them"_s,
+        .synopsis = u"info|entities|list|insert|update|delete|new|check PATH [ENTITY|URI] [JSON]"_s,
+        .details =
+            u"PATH is a store folder (.vxdatastore), or a data file (.sqlite, .xml) with its model beside it or in "
+            "--model. \"info\" shows what the store tells of itself, \"entities\" which kinds of objects it holds. "
+            "\"check\" looks for damage, dangling references and inverses that do not fit. \"new\" makes a store "
+            "folder.\n\n"
+            "\"list PATH ENTITY\" shows objects; with --json in full. \"insert PATH ENTITY JSON\" and \"update PATH "
+            "URI JSON\" set the attributes and relationships that the JSON object names: dates are texts in ISO "
+            "8601, data is text in Base64, other objects are their URIs. In place of a URI the name that \"list\" "
+            "shows will do, as in: vornix store update PATH Person/p1 '{\"name\": \"Jane\"}'"_s,
+        .options = {{u"where"_s, u"PREDICATE"_s, u"List only objects that it describes"_s},
+                    {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
+                    {u"limit"_s, u"N"_s, u"List at most N objects"_s},
+                    {u"offset"_s, u"N"_s, u"Leave out the first N"_s},
+                    {u"count"_s, {}, u"Only count them"_s},
+                    {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s},
+                    {u"model"_s, u"FILE"_s, u"The model: .vxmodel or .mom"_s},
+                    {u"type"_s,
+                     u"TYPE"_s,
+                     u"Type of a new data file: sqlite unless told otherwise"_s,
+                     {u"sqlite"_s, u"xml"_s}}},
+        .minimumOperands = 2,
+        .maximumOperands = 4,
+        .firstOperands = verbNames(),
+        .run = runStore};
+}

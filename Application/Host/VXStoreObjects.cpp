@@ -1,0 +1,217 @@
+#include "VXStoreObjects.h"
+
+#include "VXHostJSON.h"
+#include "VXManagedObjectContext.h"
+#include "VXNone.h"
+#include "VXStoreAccess.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QJsonArray>
+#include <QtCore/QUrl>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString uriOf(const VXManagedObject &object)
+{
+    return object.objectID().uriRepresentation().toString();
+}
+
+// "Person/p12"
+QString shortName(const VXManagedObject &object)
+{
+    return uriOf(object).section(u'/', -2);
+}
+
+// What a table shows of an entity: attributes, and relationships to one object.
+QList<const VXPropertyDescription *> columnsOf(const VXEntityDescription &entity)
+{
+    QList<const VXPropertyDescription *> properties = entity.properties();
+    properties.removeIf([](const VXPropertyDescription *property) {
+        return property->isTransient() ||
+               (property->asRelationship() != nullptr && property->asRelationship()->isToMany());
+    });
+    return properties;
+}
+
+QString cellOf(const QVariant &value)
+{
+    constexpr qsizetype widest = 40;
+    QString text = value.toString();
+    if (VXIsNone(value))
+        text = u"-"_s;
+    else if (value.typeId() == QMetaType::QDateTime)
+        text = value.toDateTime().toUTC().toString(Qt::ISODate);
+    else if (value.typeId() == QMetaType::QByteArray)
+        text = u"%1 bytes"_s.arg(value.toByteArray().size());
+    else if (value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantList)
+        text = QString::fromUtf8(VXJSONText(VXJSONFromVariant(value)));
+    return text.size() > widest ? text.first(widest - 1) + u'…' : text;
+}
+
+QJsonValue jsonOfRelationship(const VXManagedObject &object, const VXRelationshipDescription &relationship,
+                              bool withRelatedURIs)
+{
+    if (!relationship.isToMany()) {
+        const VXManagedObjectPtr related = object.related(relationship.index());
+        return related ? QJsonValue(uriOf(*related)) : QJsonValue();
+    }
+    if (!withRelatedURIs)
+        return object.relatedCount(relationship.index());
+    QStringList uris;
+    for (const VXManagedObjectPtr &related : object.relatedObjects(relationship.index()))
+        uris.append(uriOf(*related));
+    uris.sort();
+    return QJsonArray::fromStringList(uris);
+}
+
+// -- The way back
+
+QVariant attributeFromJSON(const VXAttributeDescription &attribute, const QJsonValue &value)
+{
+    if (value.isString() && attribute.type() == VXAttributeType::Date) {
+        const QDateTime date = QDateTime::fromString(value.toString(), Qt::ISODateWithMs);
+        return date.isValid() ? QVariant(date) : QVariant(value.toString()); // which is then none
+    }
+    if (value.isString() && attribute.type() == VXAttributeType::Binary) {
+        const auto decoded =
+            QByteArray::fromBase64Encoding(value.toString().toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+        return decoded ? QVariant(*decoded) : QVariant(value.toString());
+    }
+    return VXVariantFromJSON(value);
+}
+
+QString nameOf(VXAttributeType type)
+{
+    if (type == VXAttributeType::Date)
+        return u"date in ISO 8601, as \"2026-01-02T03:04:05Z\""_s;
+    return type == VXAttributeType::Binary ? u"data in Base64"_s : VXAttributeTypeName(type);
+}
+
+QString setAttribute(VXManagedObject &object, const VXAttributeDescription &attribute, const QJsonValue &value)
+{
+    const std::optional<QVariant> fit =
+        VXAttributeValue(attribute.type(), value.isNull() ? QVariant() : attributeFromJSON(attribute, value));
+    if (!fit)
+        return u"\"%1\": %2 is no %3"_s.arg(attribute.name(), QString::fromUtf8(VXJSONText(value)),
+                                            nameOf(attribute.type()));
+    object.setAttribute(attribute.index(), *fit);
+    return {};
+}
+
+VXManagedObjectPtr relatedFromJSON(VXManagedObjectContext &context, const VXRelationshipDescription &relationship,
+                                   const QJsonValue &uri, QString *problem)
+{
+    VXManagedObjectPtr object;
+    if (uri.isString())
+        object = VXObjectNamed(context, uri.toString(), problem);
+    else
+        *problem = QString::fromUtf8(VXJSONText(uri)) + " is no object's URI"_L1;
+    if (object && !object->entity().isKindOfEntity(relationship.destination()))
+        *problem = u"%1 is no %2"_s.arg(uri.toString(), relationship.destination().name());
+    if (problem->isNull())
+        return object;
+    *problem = u"\"%1\": %2"_s.arg(relationship.name(), *problem);
+    return nullptr;
+}
+
+QString setRelationship(VXManagedObjectContext &context, VXManagedObject &object,
+                        const VXRelationshipDescription &relationship, const QJsonValue &value)
+{
+    QString problem;
+    if (!relationship.isToMany()) {
+        const VXManagedObjectPtr related =
+            value.isNull() ? VXManagedObjectPtr() : relatedFromJSON(context, relationship, value, &problem);
+        if (problem.isNull())
+            object.setRelated(relationship.index(), related);
+        return problem;
+    }
+    if (!value.isArray())
+        return u"\"%1\": %2 is no list of URIs"_s.arg(relationship.name(), QString::fromUtf8(VXJSONText(value)));
+    QList<VXManagedObjectPtr> objects;
+    for (const auto element : value.toArray()) {
+        objects.append(relatedFromJSON(context, relationship, element, &problem));
+        if (!problem.isNull())
+            return problem;
+    }
+    object.setRelatedObjects(relationship.index(), objects);
+    return {};
+}
+
+} // namespace
+
+QJsonObject VXJSONFromObject(const VXManagedObject &object, bool withRelatedURIs)
+{
+    QJsonObject json{{u"uri"_s, uriOf(object)}, {u"entity"_s, object.entity().name()}};
+    for (const VXAttributeDescription *const attribute : object.entity().attributes()) {
+        if (!attribute->isTransient())
+            json.insert(attribute->name(), VXJSONFromVariant(object.attribute(attribute->index())));
+    }
+    for (const VXRelationshipDescription *const relationship : object.entity().relationships()) {
+        if (!relationship->isTransient())
+            json.insert(relationship->name(), jsonOfRelationship(object, *relationship, withRelatedURIs));
+    }
+    return json;
+}
+
+QStringList VXColumnTitles(const VXEntityDescription &entity)
+{
+    QStringList titles{u"OBJECT"_s};
+    for (const VXPropertyDescription *const property : columnsOf(entity))
+        titles.append(property->name());
+    return titles;
+}
+
+QStringList VXColumnsFromObject(const VXManagedObject &object, const VXEntityDescription &entity)
+{
+    QStringList columns{shortName(object)};
+    for (const VXPropertyDescription *const property : columnsOf(entity)) {
+        const VXRelationshipDescription *const relationship = property->asRelationship();
+        if (relationship == nullptr)
+            columns.append(cellOf(object.attribute(property->index())));
+        else if (const VXManagedObjectPtr related = object.related(relationship->index()))
+            columns.append(shortName(*related));
+        else
+            columns.append(u"-"_s);
+    }
+    return columns;
+}
+
+VXManagedObjectPtr VXObjectNamed(VXManagedObjectContext &context, const QString &name, QString *problem)
+{
+    const bool isURI = name.contains(u':');
+    const VXPersistentStoreCoordinator &coordinator = *context.persistentStoreCoordinator();
+    for (const auto &store : coordinator.persistentStores()) {
+        const QString uri = isURI ? name : u"x-coredata://%1/%2"_s.arg(store->identity().identifier(), name);
+        const VXManagedObjectID objectID = coordinator.objectIDForURIRepresentation(QUrl(uri));
+        VXError error;
+        if (VXManagedObjectPtr object = context.existingObjectWithID(objectID, &error))
+            return object;
+        if (error) {
+            *problem = VXErrorText(error);
+            return nullptr;
+        }
+        if (isURI && objectID.isNull()) {
+            *problem = u"\"%1\" names no object of this store"_s.arg(name);
+            return nullptr;
+        }
+    }
+    *problem = u"there is no object \"%1\""_s.arg(name);
+    return nullptr;
+}
+
+QString VXSetObjectFromJSON(VXManagedObjectContext &context, VXManagedObject &object, const QJsonObject &values)
+{
+    for (auto entry = values.constBegin(); entry != values.constEnd(); ++entry) {
+        const VXPropertyDescription *const property = object.entity().propertyForName(entry.key());
+        if (property == nullptr)
+            return u"entity %1 has no \"%2\""_s.arg(object.entity().name(), entry.key());
+        const QString problem = property->asAttribute() != nullptr
+                                    ? setAttribute(object, *property->asAttribute(), entry.value())
+                                    : setRelationship(context, object, *property->asRelationship(), entry.value());
+        if (!problem.isNull())
+            return problem;
+    }
+    return {};
+}
