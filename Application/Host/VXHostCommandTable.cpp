@@ -53,8 +53,8 @@ const VXHostCommandTable &VXHostCommandTable::standard()
 {
     static const VXHostCommandTable table({VXInfoCommand(), VXDefaultsCommand(), VXLogCommand(),
                                            VXPropertyListCommand(), VXPhonebookCommand(), VXPluginsCommand(),
-                                           VXNewPluginCommand(), VXOpenCommand(), VXRunCommand(), VXEvalCommand(),
-                                           VXHelpCommand(), VXCompletionCommand(), VXManPageCommand()},
+                                           VXDevicesCommand(), VXNewPluginCommand(), VXOpenCommand(), VXRunCommand(),
+                                           VXEvalCommand(), VXHelpCommand(), VXCompletionCommand(), VXManPageCommand()},
                                           standardOptions());
     return table;
 }

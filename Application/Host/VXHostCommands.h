@@ -9,6 +9,7 @@
 [[nodiscard]] VXHostCommand VXPropertyListCommand();
 [[nodiscard]] VXHostCommand VXPhonebookCommand();
 [[nodiscard]] VXHostCommand VXPluginsCommand();
+[[nodiscard]] VXHostCommand VXDevicesCommand();
 [[nodiscard]] VXHostCommand VXNewPluginCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();
 [[nodiscard]] VXHostCommand VXRunCommand();
