@@ -2,6 +2,7 @@
 
 #include "VXThreadSafety.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -62,6 +63,16 @@ public:
         std::unique_lock lock(mutex._mutex, std::adopt_lock);
         _condition.wait(lock, predicate);
         lock.release();
+    }
+
+    /** As wait, but gives up after that time. @return what the predicate says then. */
+    template <class Predicate>
+    bool waitFor(VXMutex &mutex, std::chrono::milliseconds time, Predicate predicate) VX_REQUIRES(mutex)
+    {
+        std::unique_lock lock(mutex._mutex, std::adopt_lock);
+        const bool isMet = _condition.wait_for(lock, time, predicate);
+        lock.release();
+        return isMet;
     }
 
     void notifyOne() { _condition.notify_one(); }

@@ -144,6 +144,13 @@ void VXUserDefaults::removeObjectForKey(const QString &key)
     setObject({}, key);
 }
 
+QStringList VXUserDefaults::keysWithPrefix(const QString &prefix) const
+{
+    QStringList keys = _own->values().keys();
+    keys.removeIf([&prefix](const QString &key) { return !key.startsWith(prefix); });
+    return keys;
+}
+
 void VXUserDefaults::registerDefaults(const QVariantMap &defaults)
 {
     const VXMutexLocker lock(_lock);

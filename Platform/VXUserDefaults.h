@@ -59,6 +59,9 @@ public:
     void setObject(const QVariant &value, const QString &key);
     void removeObjectForKey(const QString &key);
 
+    /** The keys of the domain that begin with the prefix; registered ones are not among them. */
+    QStringList keysWithPrefix(const QString &prefix) const;
+
     /** Adds values that hold where the domain has none. They are not written. Later ones replace earlier. */
     void registerDefaults(const QVariantMap &defaults);
 

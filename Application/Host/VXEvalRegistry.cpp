@@ -66,6 +66,7 @@ const VXEvalRegistry &VXEvalRegistry::standard()
     static const VXEvalRegistry registry = [] {
         VXEvalRegistry calls;
         VXAddCoreCalls(calls);
+        VXAddDeviceCalls(calls);
         VXAddPhonebookCalls(calls);
         VXAddPluginCalls(calls);
         return calls;

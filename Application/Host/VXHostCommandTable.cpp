@@ -51,11 +51,11 @@ VXHostCommandTable::VXHostCommandTable(std::vector<VXHostCommand> commands, QLis
 
 const VXHostCommandTable &VXHostCommandTable::standard()
 {
-    static const VXHostCommandTable table({VXInfoCommand(), VXDefaultsCommand(), VXLogCommand(),
-                                           VXPropertyListCommand(), VXPhonebookCommand(), VXStoreCommand(),
-                                           VXPluginsCommand(), VXNewPluginCommand(), VXOpenCommand(), VXRunCommand(),
-                                           VXEvalCommand(), VXHelpCommand(), VXCompletionCommand(), VXManPageCommand()},
-                                          standardOptions());
+    static const VXHostCommandTable table(
+        {VXInfoCommand(), VXDefaultsCommand(), VXLogCommand(), VXPropertyListCommand(), VXPhonebookCommand(),
+         VXStoreCommand(), VXPluginsCommand(), VXDevicesCommand(), VXNewPluginCommand(), VXOpenCommand(),
+         VXRunCommand(), VXEvalCommand(), VXHelpCommand(), VXCompletionCommand(), VXManPageCommand()},
+        standardOptions());
     return table;
 }
 

@@ -10,6 +10,7 @@
 [[nodiscard]] VXHostCommand VXPhonebookCommand();
 [[nodiscard]] VXHostCommand VXStoreCommand();
 [[nodiscard]] VXHostCommand VXPluginsCommand();
+[[nodiscard]] VXHostCommand VXDevicesCommand();
 [[nodiscard]] VXHostCommand VXNewPluginCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();
 [[nodiscard]] VXHostCommand VXRunCommand();

@@ -7,6 +7,8 @@
 
 #include <QtCore/QUuid>
 
+#include <atomic>
+
 using namespace Qt::StringLiterals;
 
 const VXNotificationName VXActivityManagerDidAddActivityNotification(u"VXActivityManagerDidAddActivityNotification"_s);
@@ -14,6 +16,14 @@ const VXNotificationName
     VXActivityManagerWillRemoveActivityNotification(u"VXActivityManagerWillRemoveActivityNotification"_s);
 
 namespace {
+
+// One random number for the process, and a count: a random number each time would cost a system call.
+QString freshIdentifier()
+{
+    static const QString process = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u'-';
+    static std::atomic<quint64> count{0};
+    return process + QString::number(++count, 16).toUpper();
+}
 
 // Once the main thread has ended nobody watches the registry, and nothing is to be done.
 void onMainThread(const std::function<void()> &work)
@@ -41,7 +51,7 @@ VXActivity::Ptr VXActivityManager::activityWithIdentifier(const QString &identif
 
 VXActivity::Ptr VXActivityManager::addActivityWithTitle(const QString &title)
 {
-    return addActivityWithTitle(title, QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
+    return addActivityWithTitle(title, freshIdentifier());
 }
 
 VXActivity::Ptr VXActivityManager::addActivityWithTitle(const QString &title, const QString &identifier)

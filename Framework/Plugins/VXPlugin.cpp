@@ -135,6 +135,11 @@ void VXPlugin::replyToPluginShouldUnload(bool flag)
     VXPluginManager::sharedPluginManager().replyToPluginShouldUnload(flag, identifier());
 }
 
+bool VXPlugin::isKeptAfterUnload() const
+{
+    return false;
+}
+
 void VXPlugin::_pluginWillLoad() {}
 
 void VXPlugin::_pluginDidLoad()

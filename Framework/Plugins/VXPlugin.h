@@ -43,7 +43,7 @@ public:
     /** The bundle's "VXPluginName"; null without one. */
     virtual QString name() const;
     /** The name, or the identifier when there is none. */
-    QString description() const;
+    virtual QString description() const;
     /** The bundle's own icon, else one it names by file type or application, else that of a folder. */
     VXIcon icon() const;
     /** The kind: the bundle's "VXPluginClass". */
@@ -69,6 +69,9 @@ private:
 
     /** Every object of the class and its subclasses, proxies included. */
     static const QSet<VXPlugin *> &livingObjects();
+
+    /** True for an instance that is kept on purpose after its plugin was unloaded: not to be reported as left over. */
+    virtual bool isKeptAfterUnload() const;
 
     void _pluginWillLoad();
     void _pluginDidLoad();

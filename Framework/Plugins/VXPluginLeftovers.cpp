@@ -89,7 +89,7 @@ QStringList VXPluginLeftovers(const VXBundle &bundle)
     const CodeRanges code(bundle);
     QStringList found;
     for (const VXPlugin *const object : VXPlugin::livingObjects()) {
-        if (!code.contains(object->metaObject()))
+        if (!code.contains(object->metaObject()) || object->isKeptAfterUnload())
             continue;
         found.append("instance of "_L1 + className(*object));
         appendTimers(*object, found);

@@ -165,6 +165,11 @@ TEST_F(HostEvalTest, AnswersPluginCalls)
         {"VXMakePhonebookURL", "[]", R"("vxbook://localhost/")"},
         {"VXMakePhonebookURL", R"(["h","a b","c/d"])", R"("vxbook://h/a%20b/c%2Fd")"},
         {"VXMakePhonebookURL", R"(["no host"])", "null"},
+        {"VXMakeDeviceURL", R"([null,"p","d"])", R"("vxdevice://localhost/p/d")"},
+        {"VXMakeDeviceURL", R"(["h",null,"d"])", R"("vxdevice://h/")"},
+        {"VXGetDeviceURLFromURL", R"(["vxdevice://localhost/p/d/messages/7"])", R"("vxdevice://localhost/p/d")"},
+        {"VXGetDeviceURLFromURL", "[null]", "null"},
+        {"VXMakeDevicePreferenceKey", R"(["vxdevice://localhost/org.p/d","k"])", R"("org.p.d.k")"},
     };
     for (const auto &[call, arguments, result] : cases)
         EXPECT_EQ(answersTo(requestFor(call, arguments)), QByteArrayList{"{\"result\":" + result + '}'})

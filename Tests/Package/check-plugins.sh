@@ -51,3 +51,7 @@ for kind in data exporter reactor interface phonebook device conduit; do
   expect "" vornix plugins enable "org.example.try$kind"
 done
 expect "Try reactor is loaded" vornix log
+
+export VORNIX_PLUGIN_PATH=$folder/kinds/new/device
+expect "Added " vornix devices add org.example.trydevice first
+expect "Hello, phone" vornix devices do vxdevice://localhost/org.example.trydevice/first echo --object '"Hello, phone"'

@@ -1,0 +1,124 @@
+#include "VXDeviceActionRun.h"
+
+#include "VXApplication.h"
+#include "VXDeviceURL.h"
+#include "VXHostCommand.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QTimer>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::chrono::milliseconds progressInterval{100};
+
+QString textOf(const VXError &error)
+{
+    const QString suggestion = error.localizedRecoverySuggestion();
+    return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
+}
+
+} // namespace
+
+VXDeviceActionRun::VXDeviceActionRun(VXHostContext &context, const VXDeviceAction::Ptr &action)
+    : _context(context), _action(action), _writesLines(context.options.isSet(u"json-lines"_s)),
+      _hasConcluded(std::make_shared<bool>(false)),
+      _window(VXApplication::sharedApplication().userInterface().makeProgressWindow(action->actionName()))
+{
+}
+
+VXDeviceActionRun::~VXDeviceActionRun() = default;
+
+int VXDeviceActionRun::run(const VXDevicePlugin::Ptr &device, std::chrono::milliseconds timeout)
+{
+    if (_writesLines)
+        _context.output.beginParts();
+    _action->executeWithDevice(device, [this, concluded = std::weak_ptr(_hasConcluded)](VXDeviceAction *) {
+        if (concluded.expired())
+            return; // nobody waits any more
+        *_hasConcluded = true;
+        if (_window->isRunning())
+            _window->ok();
+    });
+    if (!*_hasConcluded)
+        waitForConclusion(timeout);
+    return answer();
+}
+
+void VXDeviceActionRun::waitForConclusion(std::chrono::milliseconds timeout)
+{
+    QTimer progress;
+    QObject::connect(&progress, &QTimer::timeout, &progress, [this] { showProgress(); });
+    progress.start(progressInterval);
+    QTimer limit;
+    limit.setSingleShot(true);
+    QObject::connect(&limit, &QTimer::timeout, &limit, [this] {
+        _context.output.note(u"the time is over; cancelling"_s);
+        _action->cancel();
+    });
+    if (timeout.count() > 0)
+        limit.start(timeout);
+    _window->setCancelHandler([this] { userDidCancel(); });
+    QTimer::singleShot(0, &progress, [this] { showProgress(); }); // once Ctrl-C is watched
+    static_cast<void>(_window->runModal());
+}
+
+void VXDeviceActionRun::userDidCancel()
+{
+    if (_action->isCancelled())
+        return _window->cancel();
+    _context.output.note(u"cancelling; interrupt again to end at once"_s);
+    _action->cancel();
+}
+
+void VXDeviceActionRun::showProgress()
+{
+    const VXActivity::Ptr activity = _action->activity();
+    if (!activity)
+        return;
+    _window->setTitle(activity->title());
+    _window->setMessage(activity->subtitle());
+    _window->setMaxValue(activity->maxValue());
+    _window->setDoubleValue(activity->doubleValue());
+    if (!_writesLines)
+        return;
+    const QByteArray line = VXJSONText(QJsonObject{{u"progress"_s, QJsonObject{{u"title"_s, activity->title()},
+                                                                               {u"status"_s, activity->subtitle()},
+                                                                               {u"value"_s, activity->doubleValue()},
+                                                                               {u"maximum"_s, activity->maxValue()}}}});
+    if (std::exchange(_lastLine, line) == line)
+        return;
+    _context.output.writePart(line);
+    _context.output.flush();
+}
+
+int VXDeviceActionRun::answer()
+{
+    QString failure;
+    if (const VXError error = _action->error(); !error.isNull())
+        failure = error.code() == VXErrorCancelled ? u"%1 was cancelled"_s.arg(_action->actionName()) : textOf(error);
+    else if (!*_hasConcluded)
+        failure = u"%1 did not end"_s.arg(_action->actionName());
+
+    const QJsonValue result = VXJSONFromVariant(_action->result());
+    if (_writesLines)
+        _context.output.writePart(
+            VXJSONText(failure.isNull() ? QJsonObject{{u"result"_s, result}} : QJsonObject{{u"error"_s, failure}}));
+    if (!failure.isNull())
+        return _context.output.fail(failure);
+    if (_writesLines)
+        return VXHostOutput::Done;
+    const QString text =
+        result.isString() ? result.toString() : QString::fromUtf8(VXJSONText(result, QJsonDocument::Indented));
+    const QJsonObject json{{u"url"_s, VXAbsoluteString(_action->device()->url())},
+                           {u"action"_s, _action->actionName()},
+                           {u"result"_s, result}};
+    _context.output.answer(result.isNull() ? QString() : text + u'\n', json);
+    return VXHostOutput::Done;
+}

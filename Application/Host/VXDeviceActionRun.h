@@ -1,0 +1,40 @@
+#pragma once
+
+#include "VXDeviceAction.h"
+
+#include <QtCore/QByteArray>
+
+#include <chrono>
+#include <memory>
+
+struct VXHostContext;
+class VXProgressWindow;
+
+/**
+ * Runs one device action for a person who waits for it: with a bar on a terminal, or with lines of JSON, until it
+ * concludes. Ctrl-C and the end of the time ask it to abort; a second Ctrl-C does not wait for that. Main thread only.
+ */
+class VXDeviceActionRun
+{
+public:
+    VXDeviceActionRun(VXHostContext &context, const VXDeviceAction::Ptr &action);
+    ~VXDeviceActionRun();
+    VXDeviceActionRun(const VXDeviceActionRun &) = delete;
+    VXDeviceActionRun &operator=(const VXDeviceActionRun &) = delete;
+
+    /** None (0): no limit. @return the exit status, after the answer or failure was written. */
+    int run(const VXDevicePlugin::Ptr &device, std::chrono::milliseconds timeout);
+
+private:
+    void waitForConclusion(std::chrono::milliseconds timeout);
+    void userDidCancel();
+    void showProgress();
+    int answer();
+
+    VXHostContext &_context;
+    const VXDeviceAction::Ptr _action;
+    const bool _writesLines;
+    const std::shared_ptr<bool> _hasConcluded; // the action may outlive its run
+    std::unique_ptr<VXProgressWindow> _window;
+    QByteArray _lastLine;
+};

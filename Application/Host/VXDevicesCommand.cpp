@@ -1,0 +1,327 @@
+#include "VXDeviceAction.h"
+#include "VXDeviceActionRun.h"
+#include "VXDevicePlugin.h"
+#include "VXDeviceReport.h"
+#include "VXDeviceURL.h"
+#include "VXDiagnostics.h"
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXPluginKind.h"
+#include "VXPluginManager.h"
+#include "VXPluginReport.h"
+#include "VXPluginSession.h"
+#include "VXPropertyList.h"
+#include "VXTextTable.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QJsonArray>
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int done(VXHostContext &context, const QString &text, const QJsonValue &json)
+{
+    context.output.answer(text, json);
+    return VXHostOutput::Done;
+}
+
+int list(VXHostContext &context, VXPluginManager &manager)
+{
+    QJsonArray json;
+    QList<QStringList> rows{VXDeviceReport::columnTitles()};
+    for (const QUrl &url : VXDevicePlugin::deviceURLs().value_or(QList<QUrl>())) {
+        const VXDeviceReport report(manager, url);
+        json.append(report.json());
+        rows.append(report.columns());
+    }
+    return done(context, json.isEmpty() ? u"There are no devices.\n"_s : VXTextTable(rows), json);
+}
+
+// -- add
+
+// KEY=VALUE; none, with the reason, when it is not that.
+std::optional<std::pair<QString, QVariant>> preferenceFromText(const QString &text, QString *reason)
+{
+    const qsizetype equals = text.indexOf(u'=');
+    if (equals <= 0) {
+        *reason = u"\"%1\" is not KEY=VALUE"_s.arg(text);
+        return {};
+    }
+    const QString value = text.sliced(equals + 1);
+    const auto json = VXJSONFromText(value.toUtf8());
+    const QVariant parsed = json ? VXVariantFromJSON(*json) : QVariant();
+    return std::pair(text.first(equals), VXPropertyList::isValid(parsed) ? parsed : QVariant(value));
+}
+
+// Preferences of a device that is about to be made: taken back unless they are kept.
+class TentativePreferences
+{
+public:
+    explicit TentativePreferences(const QUrl &url) : _url(url) {}
+    ~TentativePreferences()
+    {
+        for (auto value = _before.cbegin(); value != _before.cend(); ++value)
+            VXUserDefaults::standardUserDefaults().setObject(*value, value.key());
+    }
+    TentativePreferences(const TentativePreferences &) = delete;
+    TentativePreferences &operator=(const TentativePreferences &) = delete;
+
+    void set(const QString &key, const QVariant &value)
+    {
+        VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+        const QString defaultsKey = VXMakeDevicePreferenceKey(_url, key);
+        if (!_before.contains(defaultsKey))
+            _before.insert(defaultsKey, defaults.objectForKey(defaultsKey));
+        defaults.setObject(value, defaultsKey);
+    }
+    void keep() { _before.clear(); }
+
+private:
+    const QUrl _url;
+    QVariantMap _before;
+};
+
+// The plugin that could make a device; nullptr, told, when there is none.
+VXPluginProxy *devicePlugin(VXHostContext &context, VXPluginManager &manager, const QString &identifier)
+{
+    VXPluginProxy *const plugin = manager.pluginWithIdentifier(identifier);
+    if (plugin == nullptr || !plugin->isInstalled()) {
+        context.output.fail(
+            u"there is no plugin \"%1\"; \"vornix plugins list\" shows those there are"_s.arg(identifier));
+        return nullptr;
+    }
+    const VXPluginReport report(manager, *plugin);
+    if (plugin->pluginClassType() != VXPluginKind::Device) {
+        context.output.fail(u"%1 is not a plugin of devices"_s.arg(report.title()));
+        return nullptr;
+    }
+    if (!plugin->isEnabled() || !plugin->isLoaded()) {
+        context.output.fail(u"%1 is %2"_s.arg(report.title(), report.state()));
+        return nullptr;
+    }
+    return plugin;
+}
+
+int add(VXHostContext &context, VXPluginManager &manager)
+{
+    const QString identifier = context.options.operand(2);
+    VXPluginProxy *const plugin = devicePlugin(context, manager, context.options.operand(1));
+    if (plugin == nullptr)
+        return VXHostOutput::Failed;
+    const QUrl url = VXMakeDeviceURL({}, plugin->identifier(), identifier);
+    const bool isKnown = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url);
+    if (isKnown)
+        return context.output.fail(u"there is a device %1 already"_s.arg(VXAbsoluteString(url)));
+
+    TentativePreferences preferences(url);
+    for (const QString &text : context.options.operands().sliced(3)) {
+        QString reason;
+        const auto preference = preferenceFromText(text, &reason);
+        if (!preference)
+            return context.output.failUsage(reason, VXHostUsage(context.options.command()));
+        preferences.set(preference->first, preference->second);
+    }
+    const auto device = std::dynamic_pointer_cast<VXDevicePlugin>(plugin->instantiateWithSelector("initWithURL", url));
+    if (!device)
+        return context.output.fail(u"%1 makes no device \"%2\"; \"vornix log\" may tell why"_s.arg(
+            VXPluginReport(manager, *plugin).title(), identifier));
+    preferences.keep();
+    VXDevicePlugin::addDevice(device);
+    manager.loadPluginInstance(device.get());
+    return done(context, u"Added %1.\n"_s.arg(VXAbsoluteString(url)), VXDeviceReport(manager, url).json());
+}
+
+// -- Of one device
+
+// The device that the operand names or leads into; null, told, when it is not in the list.
+QUrl knownURL(VXHostContext &context, const QString &text)
+{
+    const QUrl url = VXGetDeviceURLFromURL(QUrl(text));
+    if (VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url))
+        return url;
+    context.output.fail(u"there is no device \"%1\"; \"vornix devices list\" shows those there are"_s.arg(text));
+    return {};
+}
+
+// The device to be used; null, told, when it can not be made.
+VXDevicePlugin::Ptr liveDevice(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
+{
+    const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url);
+    if (!device)
+        context.output.fail(
+            u"%1 can not be used: %2"_s.arg(VXAbsoluteString(url), VXDeviceReport(manager, url).state()));
+    return device;
+}
+
+int removeDevice(VXHostContext &context, VXPluginManager &, const QUrl &url)
+{
+    VXDevicePlugin::removeDeviceAtURL(url);
+    return done(context, u"Removed %1.\n"_s.arg(VXAbsoluteString(url)), QJsonObject{{u"url"_s, VXAbsoluteString(url)}});
+}
+
+int info(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
+{
+    const VXDeviceReport report(manager, url);
+    return done(context, VXTextTable(report.rows()), report.completeJSON());
+}
+
+int actions(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
+{
+    const VXDevicePlugin::Ptr device = liveDevice(context, manager, url);
+    if (!device)
+        return VXHostOutput::Failed;
+    const QStringList names = device->actionNames();
+    QString text;
+    for (const QString &name : names)
+        text += name + u'\n';
+    return done(context, names.isEmpty() ? u"The device knows no actions.\n"_s : text,
+                QJsonArray::fromStringList(names));
+}
+
+int defaultDevice(VXHostContext &context, VXPluginManager &)
+{
+    const QString key = context.options.value(u"key"_s);
+    if (const QString text = context.options.operand(1); !text.isNull()) {
+        if (key.isNull())
+            return context.output.failUsage(u"default needs --key to keep URL under"_s,
+                                            VXHostUsage(context.options.command()));
+        const QUrl url = knownURL(context, text);
+        if (url.isEmpty())
+            return VXHostOutput::Failed;
+        VXDevicePlugin::setDefaultDeviceURL(url, key);
+    }
+    const VXDevicePlugin::Ptr device = VXDevicePlugin::defaultDeviceForKey(key);
+    const QString url = device ? VXAbsoluteString(device->url()) : QString();
+    return done(context, device ? url + u'\n' : u"There is no default device.\n"_s,
+                device ? QJsonValue(url) : QJsonValue());
+}
+
+int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
+{
+    const QString usage = VXHostUsage(context.options.command());
+    const auto action = VXDeviceAction::actionWithName(context.options.operand(2));
+    if (const QString text = context.options.value(u"object"_s); !text.isNull()) {
+        QString reason;
+        const auto json = VXJSONFromText(text.toUtf8(), &reason);
+        if (!json)
+            return context.output.failUsage(u"the object is no JSON: %1"_s.arg(reason), usage);
+        action->setObject(json->isNull() ? QVariant() : VXVariantFromJSON(*json));
+    }
+    constexpr double maximumSeconds = 1e6;
+    bool isNumber = true;
+    const QString timeout = context.options.value(u"timeout"_s);
+    const double seconds = timeout.isNull() ? 0.0 : timeout.toDouble(&isNumber);
+    if (!timeout.isNull() && (!isNumber || !(seconds > 0) || seconds > maximumSeconds))
+        return context.output.failUsage(u"--timeout takes a number of seconds"_s, usage);
+    const VXDevicePlugin::Ptr device = liveDevice(context, manager, url);
+    if (!device)
+        return VXHostOutput::Failed;
+    const auto limit = std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+    return VXDeviceActionRun(context, action).run(device, limit);
+}
+
+// -- The command
+
+struct Verb
+{
+    QString name;
+    QString operands; // what must follow; null for nothing
+    qsizetype minimum;
+    qsizetype maximum;
+    int (*run)(VXHostContext &context, VXPluginManager &manager);
+    int (*runWithURL)(VXHostContext &context, VXPluginManager &manager, const QUrl &url); // of a known device
+    QStringList options = {};                                                             // its own
+};
+
+constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
+
+const Verb verbs[] = {
+    {u"list"_s, {}, 0, 0, list, nullptr},
+    {u"add"_s, u"PLUGIN-ID and DEVICE-ID"_s, 2, unlimited, add, nullptr},
+    {u"remove"_s, u"URL"_s, 1, 1, nullptr, removeDevice},
+    {u"default"_s, {}, 0, 1, defaultDevice, nullptr, {u"key"_s}},
+    {u"info"_s, u"URL"_s, 1, 1, nullptr, info},
+    {u"actions"_s, u"URL"_s, 1, 1, nullptr, actions},
+    {u"do"_s, u"URL and ACTION"_s, 2, 2, nullptr, doAction, {u"object"_s, u"timeout"_s, u"json-lines"_s}},
+};
+
+QStringList verbNames()
+{
+    QStringList names;
+    std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
+    return names;
+}
+
+// What is wrong with the operands and options for the verb; null when nothing is.
+QString mistake(const VXHostOptions &options, const Verb &verb)
+{
+    const QStringList operands = options.operands().mid(1);
+    const QStringList needed = operands.mid(0, verb.minimum);
+    if (needed.size() < verb.minimum || std::ranges::any_of(needed, &QString::isEmpty))
+        return u"%1 needs %2"_s.arg(verb.name, verb.operands);
+    if (operands.size() > verb.maximum)
+        return verb.maximum == 0 ? u"%1 takes nothing more"_s.arg(verb.name)
+                                 : u"%1 takes no \"%2\""_s.arg(verb.name, operands.last());
+    for (const QString &option : {u"key"_s, u"object"_s, u"timeout"_s, u"json-lines"_s}) {
+        if (options.isSet(option) && !verb.options.contains(option))
+            return u"--%1 does not go with %2"_s.arg(option, verb.name);
+    }
+    return {};
+}
+
+int runDevices(VXHostContext &context)
+{
+    const QString name = context.options.operands().value(0, verbs[0].name);
+    const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
+    if (const QString wrong = mistake(context.options, verb); !wrong.isNull())
+        return context.output.failUsage(wrong, VXHostUsage(context.options.command()));
+    return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
+        if (verb.run != nullptr)
+            return verb.run(context, manager);
+        const QUrl url = knownURL(context, context.options.operand(1));
+        return url.isEmpty() ? static_cast<int>(VXHostOutput::Failed) : verb.runWithURL(context, manager, url);
+    });
+}
+
+} // namespace
+
+VXHostCommand VXDevicesCommand()
+{
+    return {.name = u"devices"_s,
+            .summary = u"Show and change the devices, and have them do things"_s,
+            .synopsis =
+                u"[list|add|remove|default|info|actions|do] [URL|PLUGIN-ID] [ACTION|DEVICE-ID] [KEY=VALUE]..."_s,
+            .details =
+                u"\"list\" shows the known devices. \"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a "
+                "plugin then serves, with preferences for it; a VALUE that is JSON is stored as that, any other as a "
+                "text. \"remove URL\" forgets a device and its preferences, but for persistent ones. \"default\" shows "
+                "the default device; with --key KEY the one preferred for a purpose, and \"default URL --key KEY\" "
+                "chooses that. \"info URL\" tells all about a device.\n"
+                "\"actions URL\" names what the device can do, \"do URL ACTION\" has it do that and shows the result. "
+                "Ctrl-C and the end of the time ask it to abort; a second Ctrl-C does not wait for it."_s,
+            .options = {{.name = u"key"_s,
+                         .placeholder = u"KEY"_s,
+                         .summary = u"The user default that keeps the preferred device (default)"_s},
+                        {.name = u"object"_s, .placeholder = u"JSON"_s, .summary = u"What the action is about (do)"_s},
+                        {.name = u"timeout"_s,
+                         .placeholder = u"SECONDS"_s,
+                         .summary = u"Ask for an abort when it takes longer (do)"_s},
+                        {.name = u"json-lines"_s,
+                         .placeholder = {},
+                         .summary = u"Write progress and result as JSON, one value a line (do)"_s}},
+            .minimumOperands = 0,
+            .maximumOperands = 1000,
+            .firstOperands = verbNames(),
+            .run = runDevices};
+}

@@ -1,0 +1,229 @@
+#include "VXDeviceAction.h"
+
+#include "VXActivityManager.h"
+#include "VXDiagnostics.h"
+#include "VXException.h"
+#include "VXFramework.h"
+#include "VXInvocation.h"
+#include "VXMainThread.h"
+#include "VXMethodLog.h"
+
+#include <QtCore/QAbstractEventDispatcher>
+#include <QtCore/QTimer>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+std::atomic<std::chrono::milliseconds> cancelDelay{std::chrono::seconds(60)};
+std::atomic<std::chrono::milliseconds> pollInterval{std::chrono::seconds(1)};
+
+QString nameOf(const VXDevicePlugin::Ptr &device)
+{
+    return device ? VXDescription(device->name()) : VXDescription({});
+}
+
+} // namespace
+
+// What a timer that waits for the end of an aborted action holds of it.
+struct VXDeviceAction::CancelWatchdog
+{
+    explicit CancelWatchdog(Ptr watched) : action(std::move(watched)) {}
+
+    Ptr take()
+    {
+        const VXMutexLocker locker(lock);
+        return std::exchange(action, nullptr);
+    }
+
+    VXMutex lock;
+    Ptr action VX_GUARDED_BY(lock); // null once withdrawn
+};
+
+void VXDeviceAction::setDelays(std::chrono::milliseconds cancel, std::chrono::milliseconds poll)
+{
+    cancelDelay = cancel;
+    pollInterval = poll;
+}
+
+// -- Running
+
+void VXDeviceAction::executeWithDevice(const VXDevicePlugin::Ptr &theDevice, Completion completion)
+{
+    prepareExecution(theDevice, std::move(completion));
+    execute();
+}
+
+void VXDeviceAction::executeWithDevice(const VXDevicePlugin::Ptr &theDevice, QObject *delegate,
+                                       const QByteArray &didCompleteSelector, const QVariant &userInfo)
+{
+    if (delegate == nullptr)
+        return executeWithDevice(theDevice);
+    QVariantList arguments{QVariant::fromValue(this)};
+    if (userInfo.isValid())
+        arguments.append(userInfo);
+    const auto invocation = VXInvocation::withMethod(delegate, didCompleteSelector, arguments);
+    VXAssert(!invocation.isNull(),
+             u"Target does not respond to %1: %2"_s.arg(QString::fromUtf8(didCompleteSelector),
+                                                        QString::fromLatin1(delegate->metaObject()->className())));
+    executeWithDevice(theDevice, [invocation](VXDeviceAction *) { static_cast<void>(invocation.invoke()); });
+}
+
+void VXDeviceAction::executeThreadedWithDevice(const VXDevicePlugin::Ptr &theDevice, Completion completion)
+{
+    prepareExecution(theDevice, std::move(completion));
+    executeThreaded();
+}
+
+void VXDeviceAction::prepareExecution(const VXDevicePlugin::Ptr &theDevice, Completion completion)
+{
+    VXAssert(theDevice != nullptr, "theDevice can not be nil: "_L1 + _actionName);
+    VXAssert(!_isExecuting.exchange(true), "Action is already executing: "_L1 + _actionName);
+    const VXMutexLocker lock(_lock);
+    _device = theDevice;
+    _callbackInvocation = std::move(completion);
+    _result = QVariant();
+    _self = shared_from_this();
+}
+
+void VXDeviceAction::execute()
+{
+    _execute();
+}
+
+void VXDeviceAction::executeThreaded()
+{
+    const Ptr self = shared_from_this();
+    _execute();
+    for (int polls = 1; isExecuting(); polls = (polls + 1) % 30) {
+        if (polls == 29)
+            VXLogMethod(VXLogWarning, "executeThreaded", "waiting for action: "_L1 + description());
+        const VXMutexLocker lock(_lock);
+        _concluded.waitFor(_lock, pollInterval.load(), [this] { return !isExecuting(); });
+    }
+}
+
+void VXDeviceAction::_execute()
+{
+    const Ptr self = shared_from_this(); // the handler may conclude at once
+    const VXDevicePlugin::Ptr on = device();
+    const VXDeviceActionHandler handler = on ? on->actionHandlerForAction(_actionName) : VXDeviceActionHandler();
+    if (handler.isNull())
+        return failWithoutHandler();
+    setTitle(u'[' + nameOf(on) + "] "_L1 + _actionName);
+    try {
+        handler.invoke(this);
+    } catch (const VXException &exception) {
+        failWithException(handler, exception);
+    }
+}
+
+void VXDeviceAction::failWithoutHandler()
+{
+    setError(VXError(VXErrorDomain, VXErrorCouldNotExecute,
+                     {{VXLocalizedDescriptionKey, VXLocalizedString(u"%1 did not respond."_s).arg(nameOf(device()))},
+                      {VXLocalizedRecoverySuggestionKey,
+                       VXLocalizedString(u"Use the preferences to enable services for this device."_s)}}));
+    conclude();
+}
+
+void VXDeviceAction::failWithException(const VXDeviceActionHandler &handler, const VXException &exception)
+{
+    const VXDevicePlugin::Ptr on = device();
+    VXLogMethod(VXLogError, "_execute",
+                u"An exception was thrown while processing a device action:\n\taction: %1\n\tinvocation: %2\n\t"
+                "device: %3\n\texception: %4"_s.arg(_actionName, handler.description(), on->description(),
+                                                    exception.name() + ": "_L1 + exception.reason()));
+    setError(VXError(
+        VXErrorDomain, VXErrorCouldNotExecute,
+        {{VXLocalizedDescriptionKey, VXLocalizedString(u"Unable to execute %1 on %2."_s).arg(_actionName, nameOf(on))},
+         {VXLocalizedRecoverySuggestionKey, exception.reason()}}));
+    conclude();
+}
+
+// -- The end
+
+void VXDeviceAction::conclude()
+{
+    const Ptr self = shared_from_this();
+    finish();
+    const VXMutexLocker lock(_lock);
+    _self = nullptr;
+}
+
+void VXDeviceAction::finish()
+{
+    static_cast<void>(VXMainThread::performAndWait([this] {
+        withdrawWatchdogs();
+        callCompletion();
+    })); // once the main thread has ended nobody waits to be called
+    VXActivity::Ptr shown;
+    {
+        const VXMutexLocker lock(_lock);
+        shown = std::exchange(_activity, nullptr);
+    }
+    VXActivityManager::sharedActivityManager().removeActivity(shown);
+    const VXMutexLocker lock(_lock);
+    _isExecuting = false;
+    _concluded.notifyAll();
+}
+
+void VXDeviceAction::callCompletion()
+{
+    Completion completion;
+    {
+        const VXMutexLocker lock(_lock);
+        completion = std::exchange(_callbackInvocation, {});
+    }
+    if (!completion)
+        return;
+    const auto report = [this](const QString &thrown) {
+        VXLogMethod(VXLogError, "conclude", "The completion of an action threw: "_L1 + thrown);
+    };
+    try { // it must not keep the action from ending
+        completion(this);
+    } catch (const std::exception &exception) {
+        report(QString::fromUtf8(exception.what()));
+    } catch (...) {
+        report(u"unknown"_s);
+    }
+}
+
+void VXDeviceAction::cancel(QObject *sender)
+{
+    const auto watchdog = std::make_shared<CancelWatchdog>(shared_from_this());
+    if (sender == nullptr) {
+        const VXMutexLocker lock(_lock);
+        _watchdogs.push_back(watchdog);
+    }
+    const auto start = [watchdog] {
+        QTimer::singleShot(cancelDelay.load(), [watchdog] {
+            if (const Ptr action = watchdog->take())
+                action->_deviceFailedToRespondToCancel();
+        });
+    };
+    if (QAbstractEventDispatcher::instance() != nullptr)
+        start();
+    else
+        VXMainThread::perform(start);
+    setError(VXError(VXErrorDomain, VXErrorCancelled));
+}
+
+void VXDeviceAction::withdrawWatchdogs()
+{
+    std::vector<std::shared_ptr<CancelWatchdog>> withdrawn;
+    {
+        const VXMutexLocker lock(_lock);
+        withdrawn.swap(_watchdogs);
+    }
+    for (const auto &watchdog : withdrawn)
+        static_cast<void>(watchdog->take());
+}
+
+void VXDeviceAction::_deviceFailedToRespondToCancel()
+{
+    VXLogMethod(VXLogWarning, "_deviceFailedToRespondToCancel:", description());
+    finish(); // the handler may still use the action, which holds itself until that concludes
+}

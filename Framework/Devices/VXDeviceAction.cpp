@@ -1,0 +1,146 @@
+#include "VXDeviceAction.h"
+
+#include "VXActivityManager.h"
+#include "VXDiagnostics.h"
+#include "VXException.h"
+#include "VXKeyValueCoding.h"
+#include "VXMethodLog.h"
+
+using namespace Qt::StringLiterals;
+
+VXDeviceAction::Ptr VXDeviceAction::actionWithName(const QString &theActionName)
+{
+    return std::make_shared<VXDeviceAction>(theActionName);
+}
+
+VXDeviceAction::VXDeviceAction(const QString &theActionName) : _actionName(theActionName)
+{
+    VXAssert(!theActionName.isNull(), u"theActionName can not be nil"_s);
+}
+
+VXDeviceAction::~VXDeviceAction() = default;
+
+// -- What it is
+
+VXDevicePlugin::Ptr VXDeviceAction::device() const
+{
+    const VXMutexLocker lock(_lock);
+    return _device;
+}
+
+QVariant VXDeviceAction::object() const
+{
+    const VXMutexLocker lock(_lock);
+    return _object;
+}
+
+void VXDeviceAction::setObject(const QVariant &object)
+{
+    const QVariant context = VXValueForKey(object, u"managedObjectContext"_s);
+    const VXMutexLocker lock(_lock);
+    if (_object == object)
+        return;
+    _object = object;
+    _object_cntx = context;
+}
+
+QVariant VXDeviceAction::result() const
+{
+    const VXMutexLocker lock(_lock);
+    return _result;
+}
+
+void VXDeviceAction::setResult(const QVariant &result)
+{
+    const VXMutexLocker lock(_lock);
+    _result = result;
+}
+
+QString VXDeviceAction::description() const
+{
+    const VXError found = error();
+    return u"<%1: 0x%2> %3 %4"_s.arg(VXClassName(typeid(*this)), QString::number(reinterpret_cast<quintptr>(this), 16),
+                                     _actionName, found.isNull() ? u"no error"_s : found.description());
+}
+
+// -- Progress
+
+void VXDeviceAction::setTitle(const QString &title)
+{
+    if (const VXActivity::Ptr shown = activity())
+        return shown->setTitle(title);
+    const VXActivity::Ptr made = VXActivityManager::sharedActivityManager().addActivityWithTitle(title);
+    const VXMutexLocker lock(_lock);
+    _activity = made;
+}
+
+void VXDeviceAction::setStatusText(const QString &text)
+{
+    if (const VXActivity::Ptr shown = activity())
+        shown->setSubtitle(text);
+}
+
+double VXDeviceAction::progressValue() const
+{
+    const VXActivity::Ptr shown = activity();
+    return shown ? shown->doubleValue() : 0.0;
+}
+
+void VXDeviceAction::setProgressValue(double value)
+{
+    if (const VXActivity::Ptr shown = activity())
+        shown->setDoubleValue(value);
+}
+
+void VXDeviceAction::setProgressMaxValue(double value)
+{
+    if (const VXActivity::Ptr shown = activity())
+        shown->setMaxValue(value);
+}
+
+void VXDeviceAction::incrementProgress()
+{
+    if (const VXActivity::Ptr shown = activity())
+        shown->increment();
+}
+
+VXActivity::Ptr VXDeviceAction::activity() const
+{
+    const VXMutexLocker lock(_lock);
+    return _activity;
+}
+
+// -- Errors
+
+VXError VXDeviceAction::error() const
+{
+    const VXMutexLocker lock(_lock);
+    return _error;
+}
+
+void VXDeviceAction::setError(const VXError &error)
+{
+    if (error.isNull())
+        return;
+    VXError earlier;
+    {
+        const VXMutexLocker lock(_lock);
+        earlier = _error;
+        if (earlier.isNull()) {
+            QVariantMap info = error.userInfo();
+            info.insert(VXErrorDomainActionNameKey, _actionName);
+            if (_device)
+                info.insert(VXErrorDomainDeviceURLKey, _device->url());
+            _error = VXError(error.domain(), error.code(), info);
+            return;
+        }
+    }
+    const auto reason = earlier.code() == VXErrorCancelled ? "Ignoring error after abort: "_L1
+                                                           : "Ignoring error after previous error: "_L1;
+    VXLogMethod(VXLogWarning, "setError:", reason + error.description());
+}
+
+void VXDeviceAction::setErrorString(const QString &text)
+{
+    setError(VXError(VXErrorDomain, VXErrorTextOnly, {{VXLocalizedDescriptionKey, text}}));
+}

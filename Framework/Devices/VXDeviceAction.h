@@ -1,0 +1,153 @@
+#pragma once
+
+#include "VXActivity.h"
+#include "VXDevicePlugin.h"
+#include "VXError.h"
+#include "VXErrorDomain.h"
+#include "VXFrameworkExport.h"
+#include "VXMutex.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMetaType>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <vector>
+
+class VXException;
+
+/**
+ * One named request to a device, as to send a message. The caller makes it, may attach the object it concerns, and
+ * executes it; the device's active handler for the name carries it out, at once or much later, reports at most one
+ * error that counts, and ends with `conclude`, which calls the caller back on the main thread. Meanwhile it shows as an
+ * activity. Always held by a shared pointer; an executing action also holds itself, so a handler may keep the plain
+ * pointer until it concludes. Any thread may call.
+ */
+class VX_EXPORT VXDeviceAction : public std::enable_shared_from_this<VXDeviceAction>
+{
+public:
+    using Ptr = std::shared_ptr<VXDeviceAction>;
+    using Completion = std::function<void(VXDeviceAction *action)>;
+
+    /** A null name fails an assertion. */
+    static Ptr actionWithName(const QString &theActionName);
+    /** For subclasses, which std::make_shared makes. */
+    explicit VXDeviceAction(const QString &theActionName);
+    virtual ~VXDeviceAction();
+    VXDeviceAction(const VXDeviceAction &) = delete;
+    VXDeviceAction &operator=(const VXDeviceAction &) = delete;
+
+    // -- What it is
+    QString actionName() const { return _actionName; }
+    /** The device it runs on, from the first execution on; null before. */
+    VXDevicePlugin::Ptr device() const;
+    /** True from `executeWithDevice` until `conclude`. */
+    bool isExecuting() const { return _isExecuting; }
+
+    /** What the action concerns, as a record, a message, a text; invalid for nothing. */
+    QVariant object() const;
+    /** Keeps the object, and with it what it answers for the key "managedObjectContext", as far as a QVariant can keep
+     *  things: values and shared pointers live on; behind a plain pointer, its owner must hold object and context. */
+    void setObject(const QVariant &object);
+
+    /** What the handler answers: a property-list value where it can be; invalid for nothing. Setting it is up to the
+     *  handler, before it concludes; the next execution clears it. */
+    QVariant result() const;
+    void setResult(const QVariant &result);
+
+    /** Class, address, action name, and the error or "no error": for logs. */
+    QString description() const;
+
+    // -- Progress, for the handler: shown by the activity, which the first setTitle makes; no effect before
+    void setTitle(const QString &title);
+    void setStatusText(const QString &text);
+    double progressValue() const;
+    void setProgressValue(double value);
+    void setProgressMaxValue(double value);
+    void incrementProgress();
+    /** Null while none is shown. */
+    VXActivity::Ptr activity() const;
+
+    // -- Errors
+    /** The first one reported in the action's life, with its name and device's URL added; null while none was. */
+    VXError error() const;
+    /** Reports a failure. No error is ignored; an error after the first is logged and dropped. */
+    void setError(const VXError &error);
+    /** Reports a failure that is known by its text alone (VXErrorTextOnly). */
+    void setErrorString(const QString &text);
+    /** True when the error that counts is the abort: what a handler looks for while it works. */
+    bool isCancelled() const { return error().code() == VXErrorCancelled && error().domain() == VXErrorDomain; }
+
+    // -- Running
+    /**
+     * Executes on the device, and then calls `completion` on the main thread. The handler runs now, on this thread;
+     * what it throws other than a VXException comes through. A null device, or an action that is executing already,
+     * fails an assertion.
+     */
+    void executeWithDevice(const VXDevicePlugin::Ptr &theDevice, Completion completion = {});
+    /**
+     * The same, and then calls the delegate's invokable method with the action (VXDeviceAction *) and, when that is
+     * valid, the user info. A null delegate gets no call; one without such a method fails an assertion.
+     */
+    void executeWithDevice(const VXDevicePlugin::Ptr &theDevice, QObject *delegate,
+                           const QByteArray &didCompleteSelector, const QVariant &userInfo = {});
+
+    /** How the action is run once the device is known: at once. For subclasses that run it elsewhere or later. */
+    virtual void execute();
+    /** For a secondary thread: runs it and returns when it has concluded, however long that takes. To be called by a
+     *  subclass's `execute`; others use executeThreadedWithDevice. */
+    void executeThreaded();
+    /** As executeWithDevice, and returns when the action has concluded. The main thread must run its event loop. */
+    void executeThreadedWithDevice(const VXDevicePlugin::Ptr &theDevice, Completion completion = {});
+
+    /**
+     * Called by the handler, once, when it is done: calls the completion on the main thread and waits for that, then
+     * takes the activity away and ends the execution. Not on a thread that the main thread is waiting for.
+     */
+    void conclude();
+
+    /**
+     * Asks for an abort: reports the error VXErrorCancelled, which the handler shall notice (isCancelled) and conclude.
+     * When it has not 60 seconds later, the execution is ended for it, by a timer of this thread (of the main thread,
+     * when this one has no event loop). With a sender the timer outlives the conclusion and does so again.
+     */
+    void cancel(QObject *sender = nullptr);
+
+protected:
+    /** How long an abort may take, and how often a waiting executeThreaded looks: 60 and 1 seconds. For tests. */
+    static void setDelays(std::chrono::milliseconds cancelDelay, std::chrono::milliseconds pollInterval);
+
+private:
+    struct CancelWatchdog;
+
+    void prepareExecution(const VXDevicePlugin::Ptr &theDevice, Completion completion);
+    void _execute();
+    void failWithoutHandler();
+    void failWithException(const VXDeviceActionHandler &handler, const VXException &exception);
+    void finish();
+    void callCompletion();
+    void withdrawWatchdogs();
+    void _deviceFailedToRespondToCancel();
+
+    const QString _actionName;
+    std::atomic<bool> _isExecuting{false};
+
+    mutable VXMutex _lock;
+    VXCondition _concluded;
+    QVariant _object VX_GUARDED_BY(_lock);
+    QVariant _object_cntx VX_GUARDED_BY(_lock);
+    QVariant _result VX_GUARDED_BY(_lock);
+    VXActivity::Ptr _activity VX_GUARDED_BY(_lock);
+    VXError _error VX_GUARDED_BY(_lock);
+    Completion _callbackInvocation VX_GUARDED_BY(_lock);
+    VXDevicePlugin::Ptr _device VX_GUARDED_BY(_lock);
+    std::vector<std::shared_ptr<CancelWatchdog>> _watchdogs VX_GUARDED_BY(_lock); // those that a conclusion withdraws
+    Ptr _self VX_GUARDED_BY(_lock);                                               // until the handler concludes
+};
+
+Q_DECLARE_METATYPE(VXDeviceAction *)

@@ -1,0 +1,164 @@
+#pragma once
+
+#include "VXDeviceActionHandler.h"
+#include "VXFrameworkExport.h"
+#include "VXLocalizedProperty.h"
+#include "VXMutex.h"
+#include "VXNotificationCenter.h"
+#include "VXPlugin.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QUrl>
+#include <QtCore/QVariant>
+
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <vector>
+
+/** Posted on the thread that changed the registry, under its lock. Object of the first two: the device, as
+ *  VXDevicePlugin *; of the third: none. */
+VX_EXPORT extern const VXNotificationName VXDevicePluginDidAddDeviceNotification;
+VX_EXPORT extern const VXNotificationName VXDevicePluginWillRemoveDeviceNotification;
+VX_EXPORT extern const VXNotificationName VXDevicePluginDidRemoveDeviceNotification;
+
+/**
+ * One phone, or other handset: the base class of device plugins, and the registry of devices. A plugin derives from
+ * it, gives the class an invokable constructor without arguments, registers handlers for the actions it knows (in an
+ * overridden initWithURL, after the base's), and shows what it finds out as device properties. A device that can tell
+ * whether it is connected has an invokable `bool isConnected() const`.
+ *
+ * Devices live on the main thread. Any thread may ask the registry, read preferences and properties and look up
+ * handlers; a preference is set on the main thread only.
+ */
+class VX_EXPORT VXDevicePlugin : public VXPlugin
+{
+    Q_OBJECT
+    Q_PROPERTY(QUrl url READ url CONSTANT)
+    Q_PROPERTY(QString phoneNumber READ phoneNumber)
+    Q_PROPERTY(QString localizedDescription READ localizedDescription)
+    Q_PROPERTY(QVariantMap deviceProperties READ deviceProperties)
+
+public:
+    using Ptr = std::shared_ptr<VXDevicePlugin>;
+
+    Q_INVOKABLE VXDevicePlugin();
+    ~VXDevicePlugin() override;
+
+    /** Holds a device that its plugin made itself, for addDevice; the event loop deletes it after the last holder. */
+    static Ptr hold(VXDevicePlugin *device);
+
+    /** Called once, first. A null URL fails an assertion. @return false when the device is of no use. */
+    Q_INVOKABLE virtual bool initWithURL(const QUrl &theURL);
+
+    // -- What it is
+    QUrl url() const { return _url; }
+    /** The number of the device's card; null for an unknown one, and in the base. */
+    virtual QString phoneNumber() const;
+    /** The name, as people know the device. */
+    virtual QString localizedDescription() const;
+    /** The description of plugins, the name and the URL: for logs. */
+    QString description() const override;
+
+    // -- Properties: what the device tells at run time, as battery and signal, under keys that its plugin defines
+    QStringList devicePropertyKeys() const;
+    QVariantMap deviceProperties() const;
+    /** Invalid when the device has no such property. */
+    QVariant devicePropertyForKey(const QString &key) const;
+    /** None (invalid, or null) removes the property. Announced as a change of "deviceProperties". */
+    void setDeviceProperty(const QVariant &value, const QString &key);
+    /** Those properties that are a VXLocalizedProperty, by key. Changes with "deviceProperties". */
+    Q_INVOKABLE QList<VXLocalizedProperty> localizedProperties() const;
+
+    // -- Preferences of this device, kept in the user defaults
+    /** The preference, else the persistent one of that key; invalid when there is neither. */
+    QVariant preferenceForKey(const QString &key) const;
+    /** Stores a property-list value; none removes it. Off the main thread these two fail an assertion. */
+    void setPreference(const QVariant &value, const QString &key);
+    /** Persistent ones outlive resetPreferences and the removal of the device. */
+    void setPersistentPreference(const QVariant &value, const QString &key);
+    void resetPreferences();
+
+    // -- Action handlers: the first registered for an action is active, but for later ones that override
+    /**
+     * Registers the target's invokable method (it takes a VXDeviceAction *) in place of one that the target already has
+     * for the action. Handlers do not keep their target; those of one that is gone do not count. A null action name or
+     * selector, or a target without such a method, fails an assertion.
+     */
+    void registerActionHandler(const QString &theActionName, QObject *target, const QByteArray &selector,
+                               bool overrides = false);
+    /** The same, with a member function of the target, as &Phone::sendMessage. */
+    template <class T>
+    void registerActionHandler(const QString &theActionName, T *target,
+                               void (std::type_identity_t<T>::*handler)(VXDeviceAction *), bool overrides = false)
+    {
+        registerActionHandler(
+            theActionName,
+            VXDeviceActionHandler(target, [target, handler](VXDeviceAction *action) { (target->*handler)(action); }),
+            overrides);
+    }
+    /** The same, with any handler that has a target. */
+    void registerActionHandler(const QString &theActionName, const VXDeviceActionHandler &handler, bool overrides);
+
+    /** The active handler; null when there is none. */
+    VXDeviceActionHandler actionHandlerForAction(const QString &theActionName) const;
+    /** Names of the actions that have a handler, sorted. */
+    QStringList actionNames() const;
+
+    /** Removes the target's handler, if it has one. A null name or target fails an assertion. */
+    void unregisterActionHandler(const QString &theActionName, QObject *target);
+    void unregisterActionHandlersForTarget(QObject *target);
+    void unregisterActionHandlers();
+
+    // -- The registry (VXDevicePlugin+Manager.cpp). One recursive lock serialises it; notifications are posted and
+    //    devices are made under it, so observers must not wait for another thread that uses the registry. Devices
+    //    are made and unloaded on the main thread, which another calling thread waits for with the lock let go.
+    /** The known devices, in the order they were added; empty optional when no list was ever kept. Entries of the list
+     *  that are no URLs are left out. */
+    static std::optional<QList<QUrl>> deviceURLs();
+    /** The live device; one that is known is made now, when its plugin is loaded. Null, logged, otherwise. */
+    static Ptr deviceAtURL(const QUrl &url);
+    /** The live devices, in no defined order; none is made. */
+    static QList<Ptr> liveDevices();
+    /** Adds a device that its plugin made itself to the list, and makes it live. Whoever made it hands it to the
+     *  plugin manager's loadPluginInstance. */
+    static void addDevice(const Ptr &device);
+    /** Forgets the device and its preferences, persistent ones excepted, and unloads it if it is live. True. */
+    static bool removeDeviceAtURL(const QUrl &url);
+    /** Removes preferences of the device: those whose key begins with "PLUGIN-IDENTIFIER.DEVICE-IDENTIFIER". That
+     *  takes along those of devices whose identifier only begins like this one's. */
+    static void resetPreferencesForDeviceURL(const QUrl &url);
+
+    /** The device last added; null when there is none, or it can not be made. */
+    static Ptr defaultDevice();
+    /** The device whose URL the user default `key` holds, if it can be made; else, and for a null key, the default. */
+    static Ptr defaultDeviceForKey(const QString &key);
+    /** A null URL removes the key. */
+    static void setDefaultDeviceURL(const QUrl &url, const QString &key);
+
+Q_SIGNALS:
+    /** Before and after a change of "deviceProperties", and with it of "localizedProperties". */
+    void willChangeValueForKey(const QString &key);
+    void didChangeValueForKey(const QString &key);
+
+protected:
+    bool _isShutdown = false; // for concrete devices, once they have been shut down
+
+private:
+    using Handlers = std::vector<VXDeviceActionHandler>; // the active one first
+
+    bool isKeptAfterUnload() const override; // by the registry
+    QString preferenceKey(const QString &key) const;
+    static void removeHandler(Handlers &handlers, const QObject *target);
+
+    QUrl _url;                 // set once, with the next
+    QString _preferencePrefix; // of the keys of its preferences
+    mutable VXMutex _lock;
+    mutable QHash<QString, Handlers> _actionHandlers VX_GUARDED_BY(_lock);
+    QVariantMap _deviceProperties VX_GUARDED_BY(_lock);
+};
+
+Q_DECLARE_METATYPE(VXDevicePlugin *)

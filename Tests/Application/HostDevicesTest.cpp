@@ -1,0 +1,160 @@
+#include "HostProgram.h"
+#include "VXHostJSON.h"
+#include "VXPluginFixtures.h"
+#include "VXTesting.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QProcess>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+class HostDevicesTest : public VXHomeTest
+{
+protected:
+    HostDevicesTest()
+    {
+        const QString shared = path(u".local/share/Vornix 2/PlugIns"_s);
+        VXPluginFixture{.identifier = u"org.phones"_s,
+                        .kind = u"VXDevicePlugin"_s,
+                        .info = {{u"NSPrincipalClass"_s, u"DeviceFixture"_s}},
+                        .code = u"DeviceFixture.so"_s}
+            .write(shared);
+        VXPluginFixture{.identifier = u"org.reactor"_s}.write(shared);
+        writeDefault(u"plugins"_s, R"(["org.phones", "org.reactor"])");
+    }
+
+    static void writeDefault(const QString &key, const QByteArray &json)
+    {
+        EXPECT_EQ(runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, key, QString::fromUtf8(json)}).status, 0);
+    }
+    static QJsonObject defaults()
+    {
+        const auto read = runHost({u"defaults"_s, u"read"_s, u"com.halvern.VNX2"_s});
+        return VXJSONFromText(read.output)->toObject();
+    }
+    static HostOutcome devices(const QStringList &arguments) { return runHost(QStringList{u"devices"_s} + arguments); }
+    /** "STATUS OUTPUT", or the first line of the errors. */
+    static std::string outcomeOf(const QStringList &arguments)
+    {
+        const HostOutcome outcome = devices(arguments);
+        const QByteArray said =
+            outcome.status == 0 ? outcome.output : outcome.errors.left(outcome.errors.indexOf('\n'));
+        return std::to_string(outcome.status) + ' ' + said.toStdString();
+    }
+
+    const QString url = u"vxdevice://localhost/org.phones/one"_s;
+};
+
+TEST_F(HostDevicesTest, AddsListsAndRemoves)
+{
+    EXPECT_EQ(outcomeOf({}), "0 There are no devices.\n");
+    EXPECT_EQ(outcomeOf({u"default"_s}), "0 There is no default device.\n");
+    EXPECT_EQ(outcomeOf({u"add"_s, u"org.phones"_s, u"one"_s, u"name=My phone"_s, u"connected=true"_s}),
+              "0 Added vxdevice://localhost/org.phones/one.\n");
+    EXPECT_EQ(outcomeOf({u"add"_s, u"org.phones"_s, u"/dev/tty 1"_s}),
+              "0 Added vxdevice://localhost/org.phones/%2Fdev%2Ftty%201.\n");
+    writeDefault(u"devices21"_s, R"([7, "vxdevice://localhost/org.phones/one", "no url",
+                                     "vxdevice://localhost/org.gone/x", "vxdevice://localhost/org.phones/refused"])");
+    EXPECT_EQ(devices({u"list"_s}).output,
+              QByteArray("NAME      STATE                  DEFAULT  URL\n"
+                         "My phone  connected              -        vxdevice://localhost/org.phones/one\n"
+                         "x         plugin missing         -        vxdevice://localhost/org.gone/x\n"
+                         "refused   refused by its plugin  yes      vxdevice://localhost/org.phones/refused\n"));
+    EXPECT_EQ(outcomeOf({u"default"_s, url + u"/messages/7"_s, u"--key"_s, u"calls"_s}),
+              "0 " + url.toStdString() + '\n');
+    EXPECT_EQ(outcomeOf({u"default"_s, u"--key"_s, u"calls"_s}), "0 " + url.toStdString() + '\n');
+    EXPECT_EQ(outcomeOf({u"remove"_s, url}), "0 Removed vxdevice://localhost/org.phones/one.\n");
+    const QJsonObject left = defaults();
+    EXPECT_EQ(left[u"devices21"_s].toArray().size(), 4) << "entries that make no sense are kept";
+    EXPECT_FALSE(left.contains(u"org.phones.one.name"_s));
+}
+
+TEST_F(HostDevicesTest, TellsAllAboutADevice)
+{
+    devices({u"add"_s, u"org.phones"_s, u"one"_s, u"name=Mine"_s, u"speed=9600"_s});
+    writeDefault(u"persistent.org.phones.one.paired"_s, "true");
+    EXPECT_EQ(devices({u"info"_s, url}).output, QByteArray("Name        Mine\n"
+                                                           "URL         vxdevice://localhost/org.phones/one\n"
+                                                           "Plugin      org.phones\n"
+                                                           "State       not connected\n"
+                                                           "Default     yes\n"
+                                                           "Number      +15550100\n"
+                                                           "Battery     80\n"
+                                                           "Property    battery = 80\n"
+                                                           "Property    model = 3310\n"
+                                                           "Preference  name = Mine\n"
+                                                           "Preference  speed = 9600\n"
+                                                           "Persistent  paired = true\n"));
+    const QJsonObject json = VXJSONFromText(devices({u"info"_s, url, u"--json"_s}).output)->toObject();
+    EXPECT_EQ(json[u"preferences"_s], (QJsonObject{{u"name"_s, u"Mine"_s}, {u"speed"_s, 9600}}));
+    EXPECT_EQ(json[u"live"_s], true);
+    EXPECT_EQ(outcomeOf({u"actions"_s, url}), "0 count\necho\nfail\nthrow\nwait\n");
+}
+
+TEST_F(HostDevicesTest, MistakesChangeNothing)
+{
+    devices({u"add"_s, u"org.phones"_s, u"one"_s, u"name=Mine"_s});
+    const QJsonObject before = defaults();
+    const std::pair<QStringList, std::string> cases[] = {
+        {{u"add"_s, u"org.gone"_s, u"d"_s}, "1 vornix: there is no plugin \"org.gone\"; "},
+        {{u"add"_s, u"org.reactor"_s, u"d"_s}, "1 vornix: Fixture (org.reactor) is not a plugin of devices"},
+        {{u"add"_s, u"org.phones"_s, u"refused"_s, u"a=1"_s}, "1 vornix: Fixture (org.phones) makes no device \"refus"},
+        {{u"add"_s, u"org.phones"_s, u"one"_s, u"a=1"_s}, "1 vornix: there is a device " + url.toStdString()},
+        {{u"add"_s, u"org.phones"_s, u"two"_s, u"a=1"_s, u"b"_s}, "2 vornix: \"b\" is not KEY=VALUE"},
+        {{u"add"_s, u"org.phones"_s}, "2 vornix: add needs PLUGIN-ID and DEVICE-ID"},
+        {{u"remove"_s, u"vxdevice://localhost/org.phones/two"_s}, "1 vornix: there is no device \"vxdevice://"},
+        {{u"info"_s, u"no url"_s}, "1 vornix: there is no device \"no url\""},
+        {{u"info"_s, u""_s}, "2 vornix: info needs URL"},
+        {{u"list"_s, url}, "2 vornix: list takes nothing more"},
+        {{u"actions"_s, url, url}, "2 vornix: actions takes no \"vxdevice:"},
+        {{u"default"_s, url}, "2 vornix: default needs --key to keep URL under"},
+        {{u"info"_s, url, u"--timeout"_s, u"1"_s}, "2 vornix: --timeout does not go with info"},
+        {{u"do"_s, url, u"echo"_s, u"--timeout"_s, u"-1"_s}, "2 vornix: --timeout takes a number of seconds"},
+        {{u"do"_s, url, u"echo"_s, u"--object"_s, u"{"_s}, "2 vornix: the object is no JSON: "},
+        {{u"do"_s, url, u"fly"_s}, "1 vornix: Mine did not respond. Use the preferences to enable services for this "},
+        {{u"do"_s, url, u"fail"_s, u"--object"_s, u"\"no paper\""_s}, "1 vornix: no paper"},
+        {{u"do"_s, url, u"throw"_s, u"--object"_s, u"\"no ink\""_s}, "1 vornix: Unable to execute throw on Mine. no i"},
+    };
+    for (const auto &[arguments, outcome] : cases)
+        EXPECT_THAT(outcomeOf(arguments), testing::StartsWith(outcome)) << arguments.join(u' ').toStdString();
+    EXPECT_EQ(defaults(), before);
+}
+
+TEST_F(HostDevicesTest, DoesActionsAndShowsHowFarTheyAre)
+{
+    devices({u"add"_s, u"org.phones"_s, u"one"_s});
+    EXPECT_EQ(outcomeOf({u"do"_s, url, u"echo"_s, u"--object"_s, u"\"Hi\""_s}), "0 Hi\n");
+    EXPECT_EQ(outcomeOf({u"do"_s, url, u"echo"_s}), "0 ");
+    EXPECT_EQ(outcomeOf({u"do"_s, url, u"count"_s}), "0 3\n");
+    EXPECT_FALSE(runHost({u"log"_s}).output.contains("still held by")) << "the registry keeps devices on purpose";
+    const QJsonObject echoed =
+        VXJSONFromText(devices({u"do"_s, url, u"echo"_s, u"--object"_s, u"{\"a\":[1,null]}"_s, u"--json"_s}).output)
+            ->toObject();
+    EXPECT_EQ(echoed[u"result"_s], (QJsonObject{{u"a"_s, QJsonArray{1, QJsonValue()}}}));
+
+    const QList<QByteArray> lines = devices({u"do"_s, url, u"count"_s, u"--json-lines"_s}).output.trimmed().split('\n');
+    EXPECT_EQ(lines.last(), QByteArray("{\"result\":3}"));
+    EXPECT_EQ((*VXJSONFromText(lines.first()))[u"progress"_s][u"title"_s], u"[Fixture] count"_s);
+}
+
+TEST_F(HostDevicesTest, AnActionThatTakesTooLongIsCancelled)
+{
+    devices({u"add"_s, u"org.phones"_s, u"one"_s});
+    const HostOutcome late = devices({u"do"_s, url, u"wait"_s, u"--timeout"_s, u"0.01"_s});
+    EXPECT_EQ(late.status, 1);
+    EXPECT_TRUE(late.errors.endsWith("the time is over; cancelling\nvornix: wait was cancelled\n"))
+        << late.errors.toStdString();
+
+    QProcess process;
+    process.start(hostProgram(), {u"devices"_s, u"do"_s, url, u"wait"_s, u"--json-lines"_s});
+    QByteArray output;
+    EXPECT_TRUE(VXRunUntil([&] { return (output += process.readAllStandardOutput()).contains("\"value\":1"); }));
+    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished());
+    EXPECT_EQ(process.exitCode(), 1);
+    EXPECT_EQ((output + process.readAllStandardOutput()).trimmed().split('\n').last(),
+              QByteArray("{\"error\":\"wait was cancelled\"}"));
+}

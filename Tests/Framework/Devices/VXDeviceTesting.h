@@ -1,0 +1,48 @@
+#pragma once
+
+#include "VXDevicePlugin.h"
+#include "VXDeviceURL.h"
+#include "VXException.h"
+#include "VXPluginManagerTesting.h"
+
+/** The reason of the assertion that the call fails; null when it fails none. */
+template <class F>
+QString VXReasonOfAssertion(F &&call)
+{
+    try {
+        call();
+        return {};
+    } catch (const VXAssertionException &exception) {
+        return exception.reason();
+    }
+}
+
+/** A test with the plugin "org.phones" of DeviceFixture.so. */
+class VXDeviceHomeTest : public VXPluginManagerHomeTest
+{
+protected:
+    const VXPluginFixture phones{.identifier = QStringLiteral("org.phones"),
+                                 .kind = QStringLiteral("VXDevicePlugin"),
+                                 .info = {{QStringLiteral("NSPrincipalClass"), QStringLiteral("DeviceFixture")}},
+                                 .code = QStringLiteral("DeviceFixture.so")};
+
+    static QUrl phone(const QString &identifier)
+    {
+        return VXMakeDeviceURL({}, QStringLiteral("org.phones"), identifier);
+    }
+    static void setList(const QStringList &urls)
+    {
+        VXUserDefaults::standardUserDefaults().setObject(urls, QStringLiteral("devices21"));
+    }
+
+    /** Starts with that plugin, and others, and with those phones in the list. */
+    void startWithPhones(const QStringList &identifiers, const QStringList &otherPlugins = {})
+    {
+        QStringList urls;
+        for (const QString &identifier : identifiers)
+            urls.append(VXAbsoluteString(phone(identifier)));
+        setList(urls);
+        phones.write(shared());
+        startWith(QStringList{phones.identifier} + otherPlugins);
+    }
+};

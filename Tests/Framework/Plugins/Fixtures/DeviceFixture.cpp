@@ -1,0 +1,115 @@
+#include "VXDeviceAction.h"
+#include "VXDevicePlugin.h"
+#include "VXException.h"
+#include "VXPrincipalClass.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTimer>
+
+using namespace Qt::StringLiterals;
+
+/**
+ * A phone that is not there. Its name, and whether it is connected, are its preferences "name" and "connected". It
+ * records "DEVICE-IDENTIFIER OPERATION" in the property "VXPluginEvents" of the application, refuses to be the device
+ * "refused", and knows the actions
+ *     echo    answers the action's object
+ *     fail    reports the action's object as an error
+ *     throw   throws it
+ *     count   counts in three steps, one a turn of the event loop
+ *     wait    shows progress 1 of 4, until it is aborted
+ */
+class DeviceFixture : public VXDevicePlugin
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE DeviceFixture() = default;
+    ~DeviceFixture() override { record("destructor"_L1); }
+
+    Q_INVOKABLE bool initWithURL(const QUrl &theURL) override
+    {
+        if (!VXDevicePlugin::initWithURL(theURL) || theURL.fileName() == "refused"_L1)
+            return false;
+        registerActionHandler(u"echo"_s, this, "echo");
+        registerActionHandler(u"fail"_s, this, &DeviceFixture::fail);
+        registerActionHandler(u"throw"_s, this, &DeviceFixture::throwAsTold);
+        registerActionHandler(u"count"_s, this, &DeviceFixture::count);
+        registerActionHandler(u"wait"_s, this, &DeviceFixture::wait);
+        setDeviceProperty(VXLocalizedProperty(80, u"Battery"_s), u"battery"_s);
+        setDeviceProperty(u"3310"_s, u"model"_s);
+        return true;
+    }
+
+    QString name() const override { return text(u"name"_s, VXDevicePlugin::name()); }
+    QString phoneNumber() const override { return u"+15550100"_s; }
+    Q_INVOKABLE bool isConnected() const { return preferenceForKey(u"connected"_s).toBool(); }
+
+    void pluginDidLoad() override { record("pluginDidLoad"_L1); }
+    void pluginWillUnload() override { record("pluginWillUnload"_L1); }
+
+    Q_INVOKABLE void echo(VXDeviceAction *action)
+    {
+        action->setResult(action->object());
+        action->conclude();
+    }
+
+private:
+    QString text(const QString &key, const QString &value) const
+    {
+        const QVariant preference = preferenceForKey(key);
+        return preference.isValid() ? preference.toString() : value;
+    }
+
+    void record(QLatin1StringView operation) const
+    {
+        QCoreApplication *const application = QCoreApplication::instance();
+        if (application == nullptr)
+            return;
+        QStringList events = application->property("VXPluginEvents").toStringList();
+        events.append(url().fileName() + u' ' + operation);
+        application->setProperty("VXPluginEvents", events);
+    }
+
+    void fail(VXDeviceAction *action)
+    {
+        action->setErrorString(action->object().toString());
+        action->conclude();
+    }
+
+    void throwAsTold(VXDeviceAction *action) { throw VXException(u"FixtureException"_s, action->object().toString()); }
+
+    void count(VXDeviceAction *action)
+    {
+        action->setProgressMaxValue(3);
+        QTimer::singleShot(0, this, [this, action] { countOn(action); });
+    }
+
+    void countOn(VXDeviceAction *action)
+    {
+        action->incrementProgress();
+        if (action->progressValue() < 3)
+            return QTimer::singleShot(0, this, [this, action] { countOn(action); });
+        action->setResult(action->progressValue());
+        action->conclude();
+    }
+
+    void wait(VXDeviceAction *action)
+    {
+        action->setStatusText(u"waiting"_s);
+        action->setProgressMaxValue(4);
+        action->setProgressValue(1);
+        auto *const timer = new QTimer(this);
+        connect(timer, &QTimer::timeout, this, [timer, action] {
+            if (!action->isCancelled())
+                return;
+            timer->deleteLater();
+            action->setErrorString(u"a later error"_s);
+            action->conclude();
+        });
+        timer->start(1);
+    }
+};
+
+VX_PRINCIPAL_CLASS(DeviceFixture)
+
+#include "DeviceFixture.moc"
