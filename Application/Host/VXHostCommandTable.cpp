@@ -51,11 +51,12 @@ VXHostCommandTable::VXHostCommandTable(std::vector<VXHostCommand> commands, QLis
 
 const VXHostCommandTable &VXHostCommandTable::standard()
 {
-    static const VXHostCommandTable table({VXInfoCommand(), VXDefaultsCommand(), VXLogCommand(),
-                                           VXPropertyListCommand(), VXPhonebookCommand(), VXPluginsCommand(),
-                                           VXNewPluginCommand(), VXOpenCommand(), VXRunCommand(), VXEvalCommand(),
-                                           VXHelpCommand(), VXCompletionCommand(), VXManPageCommand()},
-                                          standardOptions());
+    static const VXHostCommandTable table(
+        {VXInfoCommand(),    VXDefaultsCommand(),  VXLogCommand(),       VXPropertyListCommand(), VXPhonebookCommand(),
+         VXPluginsCommand(), VXNewPluginCommand(), VXTriggersCommand(),  VXEventsCommand(),       VXPostCommand(),
+         VXHistoryCommand(), VXReactorsCommand(),  VXExportersCommand(), VXExportCommand(),       VXOpenCommand(),
+         VXRunCommand(),     VXEvalCommand(),      VXHelpCommand(),      VXCompletionCommand(),   VXManPageCommand()},
+        standardOptions());
     return table;
 }
 

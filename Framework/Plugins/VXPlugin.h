@@ -62,6 +62,10 @@ public:
     QString as_name() const { return name(); }
     QString as_version() const;
 
+protected:
+    /** For the base classes of kinds: before the instance counts as loaded. Call the base class's. */
+    virtual void _pluginWillLoad();
+
 private:
     friend class VXPluginManager;
     friend class VXPluginProxy;
@@ -70,7 +74,6 @@ private:
     /** Every object of the class and its subclasses, proxies included. */
     static const QSet<VXPlugin *> &livingObjects();
 
-    void _pluginWillLoad();
     void _pluginDidLoad();
     void _pluginWillUnload();
     int _pluginShouldUnload();
