@@ -38,16 +38,21 @@ QString VXFrameworkVersion()
     return QStringLiteral(VORNIX_VERSION);
 }
 
+void VXRegisterDefaultsOfBundle(const VXBundle &bundle)
+{
+    const QString path = bundle.pathForResource(u"defaults"_s, u"plist"_s);
+    VXError error;
+    const QVariantMap defaults = path.isNull() ? QVariantMap() : VXPropertyList::fromFile(path, &error).toMap();
+    if (error)
+        VXLog::log(VXLogError, error.description());
+    VXUserDefaults::standardUserDefaults().registerDefaults(defaults);
+}
+
 void VXInitializeFramework()
 {
     static const bool initialized = [] {
         VXSetDiagnosticHandler([](unsigned level, const QString &text) { VXLog::log(level, text); });
-        const QString path = VXFrameworkBundle()->pathForResource(u"defaults"_s, u"plist"_s);
-        VXError error;
-        const QVariantMap defaults = path.isNull() ? QVariantMap() : VXPropertyList::fromFile(path, &error).toMap();
-        if (error)
-            VXLog::log(VXLogError, error.description());
-        VXUserDefaults::standardUserDefaults().registerDefaults(defaults);
+        VXRegisterDefaultsOfBundle(*VXFrameworkBundle());
         return true;
     }();
     Q_UNUSED(initialized);

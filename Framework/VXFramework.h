@@ -26,6 +26,9 @@ VX_EXPORT QString VXGlobalString(const QString &key);
 /** The framework's version, as "2.0.0". */
 VX_EXPORT QString VXFrameworkVersion();
 
+/** Registers the default preferences in the bundle's resource "defaults.plist", if it has one. Any thread. */
+VX_EXPORT void VXRegisterDefaultsOfBundle(const VXBundle &bundle);
+
 /**
  * Makes the framework ready in a program: problems of the platform layer go to the log, the framework's default
  * preferences are registered. Call it on the main thread, once the application object is there; again does nothing.

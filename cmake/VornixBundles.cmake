@@ -7,16 +7,23 @@
 set(VORNIX_BUNDLES_BUILD_DIR "${PROJECT_BINARY_DIR}/lib/vornix")
 set(VORNIX_BUNDLES_INSTALL_DIR "${CMAKE_INSTALL_LIBDIR}/vornix")
 
-# vornix_copy_folder(TARGET FROM TO): keeps a copy of a resource folder, made anew when a file of it changes.
+# vornix_copy_folder(TARGET FROM TO): keeps a copy of a resource folder, made anew when a file of it changes. Object models
+# are compiled.
 function(vornix_copy_folder target from to)
   file(GLOB_RECURSE files CONFIGURE_DEPENDS RELATIVE "${from}" "${from}/*")
   list(FILTER files EXCLUDE REGEX "\\.in$")
   set(outputs "")
   foreach(file IN LISTS files)
-    add_custom_command(OUTPUT "${to}/${file}"
-      COMMAND ${CMAKE_COMMAND} -E copy "${from}/${file}" "${to}/${file}"
-      DEPENDS "${from}/${file}" VERBATIM)
-    list(APPEND outputs "${to}/${file}")
+    set(output "${to}/${file}")
+    if(file MATCHES "\\.vxmodel$")
+      string(REGEX REPLACE "\\.vxmodel$" ".mom" output "${output}")
+      vornix_compile_model("${from}/${file}" "${output}")
+    else()
+      add_custom_command(OUTPUT "${output}"
+        COMMAND ${CMAKE_COMMAND} -E copy "${from}/${file}" "${output}"
+        DEPENDS "${from}/${file}" VERBATIM)
+    endif()
+    list(APPEND outputs "${output}")
   endforeach()
   add_custom_target(${target} ALL DEPENDS ${outputs})
 endfunction()

@@ -10,7 +10,9 @@
 #   [PRINCIPAL_CLASS <class>]  <target> without
 #   [DEPENDENCIES <id>...]   plugins that are loaded first
 #   [POSTS_EVENTS <event>...]  names of the events that the plugin posts
-#   [RESOURCES <folder>]     copied to Contents/Resources, with its xx.lproj folders
+#   [RESOURCES <folder>]     copied to Contents/Resources, with its xx.lproj folders; object models (NAME.vxmodel) are
+#                            compiled to NAME.mom
+#   [MODEL_IMPORTS <file>...]  models, as source or compiled, whose entities those models mention
 #   [DEVELOPMENT_REGION <language>]  whose xx.lproj serves users of all other languages; "en" without
 #   [DEFAULTS <file.plist>]  values of user defaults to register
 #   [ICON <file>]            an image
@@ -31,7 +33,7 @@ cmake_policy(VERSION 3.25)
 macro(_vornix_parse_plugin_arguments)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "BUILT_IN"
     "IDENTIFIER;NAME;KIND;VERSION;SHORT_VERSION;PRINCIPAL_CLASS;RESOURCES;DEVELOPMENT_REGION;DEFAULTS;ICON;PARENT;OUTPUT;DESTINATION"
-    "SOURCES;DEPENDENCIES;POSTS_EVENTS;INFO;LINK")
+    "SOURCES;DEPENDENCIES;POSTS_EVENTS;MODEL_IMPORTS;INFO;LINK")
   _vornix_default(ARG_SHORT_VERSION "${ARG_VERSION}")
   _vornix_default(ARG_PRINCIPAL_CLASS "${target}")
   _vornix_default(ARG_DEVELOPMENT_REGION en)
@@ -40,6 +42,7 @@ macro(_vornix_parse_plugin_arguments)
       cmake_path(ABSOLUTE_PATH ${path} BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)
     endif()
   endforeach()
+  list(TRANSFORM ARG_MODEL_IMPORTS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" REGEX "^[^/]")
 endmacro()
 
 macro(_vornix_default variable value)
@@ -60,7 +63,7 @@ function(_vornix_check_presence)
   endif()
   # A list may be given by an empty variable.
   set(missing ${ARG_KEYWORDS_MISSING_VALUES})
-  list(REMOVE_ITEM missing DEPENDENCIES POSTS_EVENTS INFO LINK)
+  list(REMOVE_ITEM missing DEPENDENCIES POSTS_EVENTS MODEL_IMPORTS INFO LINK)
   if(missing)
     list(GET missing 0 first)
     _vornix_refuse("${first} needs a value")
@@ -126,6 +129,11 @@ function(_vornix_check_files)
       _vornix_refuse("SOURCES has \"${source}\", which does not exist")
     endif()
   endforeach()
+  foreach(import IN LISTS ARG_MODEL_IMPORTS)
+    if(NOT EXISTS "${import}")
+      _vornix_refuse("MODEL_IMPORTS has \"${import}\", which does not exist")
+    endif()
+  endforeach()
   foreach(keyword IN ITEMS DEFAULTS ICON)
     if(ARG_${keyword} AND (NOT EXISTS "${ARG_${keyword}}" OR IS_DIRECTORY "${ARG_${keyword}}"))
       _vornix_refuse("${keyword} \"${ARG_${keyword}}\" is no file")
@@ -148,6 +156,9 @@ function(_vornix_check_info)
   set(own_keys CFBundleIdentifier CFBundleVersion CFBundleShortVersionString CFBundleExecutable CFBundleName
     CFBundlePackageType CFBundleDevelopmentRegion CFBundleIconFile NSPrincipalClass VXPluginName VXPluginClass
     VXPluginDependencies)
+  foreach(key IN ITEMS VXDataStoreName VXDataStoreType VXDataStoreVersion)
+    set(${key} "")
+  endforeach()
   set(part key)
   foreach(word IN LISTS ARG_INFO)
     set(${part} "${word}")
@@ -168,6 +179,12 @@ function(_vornix_check_info)
       set(part value)
     else()
       set(part key)
+      if(key MATCHES "^VXDataStore(Name|Type|Version)$")
+        set(${key} "${word}")
+        if(NOT type STREQUAL "STRING")
+          _vornix_refuse("INFO ${key} is of the type ${type}, and must be a STRING")
+        endif()
+      endif()
       if(type STREQUAL "BOOLEAN" AND NOT word MATCHES "^(true|false)$")
         _vornix_refuse("INFO ${key} is \"${word}\", and must be true or false")
       elseif(type STREQUAL "INTEGER" AND NOT word MATCHES "^-?[0-9]+$")
@@ -179,6 +196,16 @@ function(_vornix_check_info)
   endforeach()
   if(NOT part STREQUAL "key")
     _vornix_refuse("INFO ${key} lacks its ${part}: it takes a key, a type and a value each time")
+  endif()
+  if(NOT ARG_KIND STREQUAL "VXDataPlugin")
+    return()
+  endif()
+  if(NOT "${VXDataStoreName}" MATCHES "^[A-Za-z0-9._-]+$")
+    _vornix_refuse("INFO has no VXDataStoreName, the name of the plugin's store: letters, digits and . _ -")
+  elseif(NOT "${VXDataStoreType}" MATCHES "^(sqlite|xml|memory)$")
+    _vornix_refuse("INFO VXDataStoreType is \"${VXDataStoreType}\", and must be sqlite, xml or memory")
+  elseif(VXDataStoreVersion AND NOT "${VXDataStoreVersion}" MATCHES "^[0-9]+(\\.[0-9]+)*$")
+    _vornix_refuse("INFO VXDataStoreVersion \"${VXDataStoreVersion}\" is not made of numbers and dots")
   endif()
 endfunction()
 
@@ -277,6 +304,19 @@ function(_vornix_make_plugin_info variable target)
   set(${variable} "${list}" PARENT_SCOPE)
 endfunction()
 
+# vornix_compile_model(<from.vxmodel> <to.mom> [<import>...]): a model that the build compiles; mistakes in it end the build.
+function(vornix_compile_model from to)
+  set(imports "")
+  foreach(import IN LISTS ARGN)
+    list(APPEND imports --import "${import}")
+  endforeach()
+  cmake_path(GET to PARENT_PATH folder)
+  add_custom_command(OUTPUT "${to}"
+    COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}"
+    COMMAND Vornix::vxmomc "${from}" ${imports} -o "${to}"
+    DEPENDS "${from}" ${ARGN} Vornix::vxmomc VERBATIM)
+endfunction()
+
 # Appends to `outputs` a file that the build copies, whenever it is missing or older than its source: a bundle that
 # was moved into a plugin folder is made anew by the next build.
 macro(_vornix_copy_into_bundle from to)
@@ -297,7 +337,13 @@ function(_vornix_add_plugin_resources target bundle)
   if(ARG_RESOURCES)
     file(GLOB_RECURSE files CONFIGURE_DEPENDS RELATIVE "${ARG_RESOURCES}" "${ARG_RESOURCES}/*")
     foreach(file IN LISTS files)
-      _vornix_copy_into_bundle("${ARG_RESOURCES}/${file}" "${resources}/${file}")
+      if(file MATCHES "\\.vxmodel$")
+        string(REGEX REPLACE "\\.vxmodel$" ".mom" compiled "${resources}/${file}")
+        vornix_compile_model("${ARG_RESOURCES}/${file}" "${compiled}" ${ARG_MODEL_IMPORTS})
+        list(APPEND outputs "${compiled}")
+      else()
+        _vornix_copy_into_bundle("${ARG_RESOURCES}/${file}" "${resources}/${file}")
+      endif()
     endforeach()
   endif()
   if(ARG_DEFAULTS)

@@ -81,6 +81,7 @@ int runApplication(VXHostContext &context)
     if (context.options.isSet(u"verbose"_s))
         VXLog::setEchoDescriptor(STDERR_FILENO);
     VXInitializeFramework();
+    VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
     VXApplication &application = VXApplication::sharedApplication();
     application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
     application.setDidFinishLaunching(true);

@@ -12,6 +12,13 @@
 [[nodiscard]] VXHostCommand VXPluginsCommand();
 [[nodiscard]] VXHostCommand VXDevicesCommand();
 [[nodiscard]] VXHostCommand VXNewPluginCommand();
+[[nodiscard]] VXHostCommand VXTriggersCommand();
+[[nodiscard]] VXHostCommand VXEventsCommand();
+[[nodiscard]] VXHostCommand VXPostCommand();
+[[nodiscard]] VXHostCommand VXHistoryCommand();
+[[nodiscard]] VXHostCommand VXReactorsCommand();
+[[nodiscard]] VXHostCommand VXExportersCommand();
+[[nodiscard]] VXHostCommand VXExportCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();
 [[nodiscard]] VXHostCommand VXRunCommand();
 [[nodiscard]] VXHostCommand VXEvalCommand();

@@ -1,6 +1,6 @@
 #include "VXHostHelp.h"
 
-#include <QtCore/QMap>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -26,20 +26,37 @@ QString valueCompletion(const QString &placeholder, const QStringList &choices)
     return u":"_s;
 }
 
-// Of every option that takes a value, how to complete it, by "--name".
-QMap<QString, QString> valueOptions(const VXHostCommandTable &commands)
+bool takesValue(const VXHostOption &option)
 {
-    QMap<QString, QString> result;
-    const auto add = [&result](const QList<VXHostOption> &options) {
-        for (const VXHostOption &option : options) {
-            if (!option.placeholder.isNull())
-                result.insert("--"_L1 + option.name, valueCompletion(option.placeholder, option.choices));
-        }
-    };
-    add(commands.globalOptions());
+    return !option.placeholder.isNull();
+}
+
+// The names of all options that take a value, as "--name".
+QStringList valueOptions(const VXHostCommandTable &commands)
+{
+    QList<VXHostOption> all = commands.globalOptions();
     for (const VXHostCommand &command : commands.commands())
-        add(command.options);
-    return result;
+        all += command.options;
+    QStringList names;
+    for (const VXHostOption &option : std::as_const(all)) {
+        if (takesValue(option))
+            names.append("--"_L1 + option.name);
+    }
+    names.sort();
+    names.removeDuplicates();
+    return names;
+}
+
+// How to complete the values of options: those of a command, or with "*" those that go with any.
+QString valueCases(const QString &command, const QList<VXHostOption> &options)
+{
+    QString text;
+    for (const VXHostOption &option : options) {
+        if (takesValue(option))
+            text += u"        %1\\ --%2) %3; return ;;\n"_s.arg(command, option.name,
+                                                                valueCompletion(option.placeholder, option.choices));
+    }
+    return text;
 }
 
 QString commandCase(const VXHostCommand &command)
@@ -59,18 +76,16 @@ QString commandCase(const VXHostCommand &command)
 
 QString VXHostBashCompletion(const VXHostCommandTable &commands)
 {
-    const auto values = valueOptions(commands);
     QStringList names;
     QString cases;
+    QString values = valueCases(u"*"_s, commands.globalOptions());
     for (const VXHostCommand &command : commands.commands()) {
         if (command.isHidden)
             continue;
         names.append(command.name);
         cases += commandCase(command);
+        values += valueCases(command.name, command.options);
     }
-    QString valueCases;
-    for (auto value = values.begin(); value != values.end(); ++value)
-        valueCases += u"        %1) %2; return ;;\n"_s.arg(value.key(), value.value());
 
     return uR"(# bash completion for vornix
 
@@ -80,16 +95,16 @@ _vornix()
     local command='' operands=0 word i
     local options='%1'
     COMPREPLY=()
-    case $previous in
-%2    esac
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
         case $word in
-            %3) ((i++)) ;;
+            %2) ((i++)) ;;
             -*) ;;
             *) if [[ -z $command ]]; then command=$word; else ((operands++)); fi ;;
         esac
     done
+    case "$command $previous" in
+%3    esac
     case $command in
         '')
             options="$options %4"
@@ -101,6 +116,5 @@ _vornix()
 }
 
 complete -o filenames -F _vornix vornix
-)"_s.arg(optionWords(commands.globalOptions()), valueCases, QStringList(values.keys()).join(u'|'), names.join(u' '),
-         cases);
+)"_s.arg(optionWords(commands.globalOptions()), valueOptions(commands).join(u'|'), values, names.join(u' '), cases);
 }

@@ -50,6 +50,7 @@ void VXHostOptions::readOption(const QString &argument, QStringList &rest, const
         if (equals >= 0)
             return fail(u"%1 takes no value"_s.arg(shown));
         _values.insert(name, u""_s);
+        _occurrences.append({name, u""_s});
         return;
     }
     if (equals < 0 && rest.isEmpty())
@@ -60,6 +61,7 @@ void VXHostOptions::readOption(const QString &argument, QStringList &rest, const
     if (!option->choices.isEmpty() && !option->choices.contains(value))
         return fail(u"%1 must be one of %2"_s.arg(shown, option->choices.join(", "_L1)));
     _values.insert(name, value);
+    _occurrences.append({name, value});
 }
 
 void VXHostOptions::readOperand(const QString &argument, const VXHostCommandTable &commands)

@@ -4,6 +4,8 @@
 
 #include <QtCore/QHash>
 
+#include <utility>
+
 /**
  * The command line, taken apart. Options may stand before and after operands, as "--name VALUE" or "--name=VALUE";
  * "--" ends them; "-" alone and negative numbers are operands, "-h" is "--help". Of a repeated option the
@@ -28,6 +30,8 @@ public:
     bool isSet(const QString &option) const { return _values.contains(option); }
     /** The option's value; null when it was not given. */
     QString value(const QString &option) const { return _values.value(option); }
+    /** Every option as it was given, name and value, in order, repeated ones each time. */
+    const QList<std::pair<QString, QString>> &occurrences() const { return _occurrences; }
 
 private:
     void readOption(const QString &argument, QStringList &rest, const VXHostCommandTable &commands);
@@ -39,4 +43,5 @@ private:
     const VXHostCommand *_command = nullptr;
     QStringList _operands;
     QHash<QString, QString> _values;
+    QList<std::pair<QString, QString>> _occurrences;
 };

@@ -46,6 +46,13 @@ QStringList filesBelow(const QString &folder)
     return files;
 }
 
+// Without the line feed at the end, and with one at the start; null for a file that is not there.
+QString textOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? u'\n' + QString::fromUtf8(file.readAll()).chopped(1) : QString();
+}
+
 // Those that were made for the files; one that holds something stays.
 void removeEmptyFolders(const QString &folder, const QStringList &files, bool keepsFolder)
 {
@@ -99,11 +106,13 @@ bool VXPluginTemplate::isIdentifier(const QString &text)
 }
 
 VXPluginTemplate::VXPluginTemplate(const QString &name, const QString &kind, const QString &identifier)
-    : _kind(kind), _className(classNameForName(name)), _values{{"@CLASS@", _className},
-                                                               {"@NAME@", name},
-                                                               {"@IDENTIFIER@", identifier},
-                                                               {"@KIND@", kind},
-                                                               {"@SCHEME@", shortName(_className)}}
+    : _kind(kind), _className(classNameForName(name)), _values{{u"@CLASS@"_s, _className},
+                                                               {u"@NAME@"_s, name},
+                                                               {u"@IDENTIFIER@"_s, identifier},
+                                                               {u"@KIND@"_s, kind},
+                                                               {u"@SCHEME@"_s, shortName(_className)},
+                                                               {u"@STORE@"_s, shortName(_className)}},
+      _info(textOf(templatesFolder() + u'/' + kind + ".info"_L1))
 {
 }
 
@@ -121,17 +130,28 @@ bool VXPluginTemplate::writeToFolder(const QString &folder, VXError *error)
     if (isThere && !QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot))
         return fail(error, u"the folder is not empty, and nothing is written over"_s, folder);
 
-    const QStringList files = filesBelow(common);
-    const bool isDone = std::all_of(files.cbegin(), files.cend(), [&](const QString &file) {
-        return writeFile(common + u'/' + file, folder, file.chopped(suffix.size()), error);
-    });
-    if (isDone && writeFile(classTemplate, folder, _className + ".cpp"_L1, error))
+    const auto writeFiles = [&](const QString &templateFolder) {
+        const QStringList files = filesBelow(templateFolder);
+        return std::all_of(files.cbegin(), files.cend(), [&](const QString &file) {
+            return writeFile(templateFolder + u'/' + file, folder, filledIn(file.chopped(suffix.size())), error);
+        });
+    };
+    if (writeFiles(common) && writeFiles(templates + u'/' + _kind) &&
+        writeFile(classTemplate, folder, _className + ".cpp"_L1, error))
         return true;
-    for (const QString &file : std::as_const(_writtenFiles))
+    const QStringList written = std::exchange(_writtenFiles, {});
+    for (const QString &file : written)
         QFile::remove(folder + u'/' + file);
-    removeEmptyFolders(folder, files, isThere);
-    _writtenFiles.clear();
+    removeEmptyFolders(folder, written, isThere);
     return false;
+}
+
+QString VXPluginTemplate::filledIn(QString text) const
+{
+    text.replace("@INFO@"_L1, _info);
+    for (auto value = _values.cbegin(); value != _values.cend(); ++value)
+        text.replace(value.key(), value.value());
+    return text;
 }
 
 bool VXPluginTemplate::writeFile(const QString &templatePath, const QString &folder, const QString &relativePath,
@@ -144,9 +164,7 @@ bool VXPluginTemplate::writeFile(const QString &templatePath, const QString &fol
     const QString parent = QFileInfo(path).path();
     if (const VXError problem = VXFileManager::defaultManager().verifyPathExists(parent))
         return fail(error, problem.localizedDescription(), parent);
-    QByteArray text = source.readAll();
-    for (auto value = _values.cbegin(); value != _values.cend(); ++value)
-        text.replace(value.key(), value.value().toUtf8());
+    const QByteArray text = filledIn(QString::fromUtf8(source.readAll())).toUtf8();
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
         return fail(error, u"the file cannot be written: %1"_s.arg(file.errorString()), path);

@@ -9,7 +9,8 @@
 
 /**
  * The sources of a new plugin, made from the application's resource "PluginTemplates": "KIND.cpp.template" becomes the
- * plugin's class, and what lies in "Common" the rest. Placeholders such as @NAME@ are filled in.
+ * plugin's class, and what lies in "Common" and in "KIND" the rest; "KIND.info" goes into CMakeLists.txt. Placeholders such as
+ * @NAME@ are filled in, in names of files too.
  */
 class VXPluginTemplate
 {
@@ -33,10 +34,12 @@ public:
     const QStringList &writtenFiles() const { return _writtenFiles; }
 
 private:
+    QString filledIn(QString text) const;
     bool writeFile(const QString &templatePath, const QString &folder, const QString &relativePath, VXError *error);
 
     const QString _kind;
     const QString _className;
-    const QHash<QByteArray, QString> _values; // of the placeholders
+    const QHash<QString, QString> _values; // of the placeholders
+    const QString _info;                      // arguments of the kind for CMake, with placeholders
     QStringList _writtenFiles;
 };

@@ -62,6 +62,10 @@ public:
     QString as_name() const { return name(); }
     QString as_version() const;
 
+protected:
+    /** For the base classes of kinds: before the instance counts as loaded. Call the base class's. */
+    virtual void _pluginWillLoad();
+
 private:
     friend class VXPluginManager;
     friend class VXPluginProxy;
@@ -72,8 +76,6 @@ private:
 
     /** True for an instance that is kept on purpose after its plugin was unloaded: not to be reported as left over. */
     virtual bool isKeptAfterUnload() const;
-
-    void _pluginWillLoad();
     void _pluginDidLoad();
     void _pluginWillUnload();
     int _pluginShouldUnload();

@@ -11,20 +11,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString describeThrown()
-{
-    try {
-        throw;
-    } catch (const VXException &exception) {
-        return exception.name() + ": "_L1 + exception.reason();
-    } catch (const std::exception &exception) {
-        return VXClassName(typeid(exception)) + ": "_L1 + QString::fromUtf8(exception.what());
-    } catch (...) {
-        const std::type_info *const type = abi::__cxa_current_exception_type();
-        return type == nullptr ? u"unknown"_s : "a value of type "_L1 + VXClassName(*type);
-    }
-}
-
 // The answers of a plugin, which may have overridden these operations, and may throw from them too.
 QString bundlePath(const VXPlugin &plugin)
 {
@@ -38,6 +24,24 @@ QString bundlePath(const VXPlugin &plugin)
 
 } // namespace
 
+VXThrown VXDescribeThrown()
+{
+    const auto describe = [](const QString &kind, const QString &reason) {
+        return VXThrown{kind + ": "_L1 + reason, reason};
+    };
+    try {
+        throw;
+    } catch (const VXException &exception) {
+        return describe(exception.name(), exception.reason());
+    } catch (const std::exception &exception) {
+        return describe(VXClassName(typeid(exception)), QString::fromUtf8(exception.what()));
+    } catch (...) {
+        const std::type_info *const type = abi::__cxa_current_exception_type();
+        const QString text = type == nullptr ? u"unknown"_s : "a value of type "_L1 + VXClassName(*type);
+        return {text, text};
+    }
+}
+
 QString VXIdentifierOfPlugin(const VXPlugin &plugin) noexcept
 {
     try {
@@ -49,7 +53,7 @@ QString VXIdentifierOfPlugin(const VXPlugin &plugin) noexcept
 
 QString VXReportPluginFault(const VXPlugin &plugin, const char *operation) noexcept
 {
-    const QString thrown = describeThrown();
+    const QString thrown = VXDescribeThrown().description;
     VXLogFrom(VXInstanceOrigin(&plugin, operation), VXLogError,
               u"Plugin %1 in %2 threw %3"_s.arg(VXDescription(VXIdentifierOfPlugin(plugin)),
                                                 VXDescription(bundlePath(plugin)), thrown));

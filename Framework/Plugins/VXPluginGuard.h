@@ -4,8 +4,18 @@
 
 #include <utility>
 
+/** What was thrown: with its kind, for the log, and the reason alone, for people. */
+struct VXThrown
+{
+    QString description;
+    QString reason;
+};
+
+/** Inside a catch clause. */
+VXThrown VXDescribeThrown();
+
 /** Inside a catch clause: logs what was thrown, with the plugin's identifier and path. @return what was thrown. */
-QString VXReportPluginFault(const VXPlugin &plugin, const char *operation) noexcept;
+VX_EXPORT QString VXReportPluginFault(const VXPlugin &plugin, const char *operation) noexcept;
 
 /** The plugin's identifier; null when asking for it throws. */
 QString VXIdentifierOfPlugin(const VXPlugin &plugin) noexcept;

@@ -86,7 +86,8 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
         {"vornix de", "defaults devices"},
         {"vornix --home d in", "info"},
         {"vornix --answer ", "default cancel ask"},
-        {"vornix plist x --to b", "binary"},
+        {"vornix plist x --to b", "binary"}, // another command's --to takes a file
+        {"vornix new-plugin --kind da", "data"},
         {"vornix defaults w", "write"},
         {"vornix log --f", "--follow"},
         {"vornix --ver", "--verbose --version"},
@@ -116,7 +117,7 @@ TEST(HostOptionsTest, DocumentsNameEveryVisibleCommandAndOption)
         EXPECT_EQ(page.contains(section), !command.isHidden) << command.name.toStdString();
         for (const VXHostOption &option : command.options) {
             EXPECT_TRUE(VXHostCommandHelp(command, table).contains(u"--"_s + option.name));
-            EXPECT_TRUE(page.contains(QString(u"--"_s + option.name).replace(u'-', u"\\-"_s)));
+            EXPECT_TRUE(page.contains(u"\\-\\-"_s + QString(option.name).replace(u'-', u"\\-"_s)));
         }
     }
     for (const QString &line : overview.split(u'\n'))

@@ -15,6 +15,7 @@ using namespace Qt::StringLiterals;
 class HostPluginsTest : public VXHomeTest
 {
 protected:
+    const HostWithoutPlugins bare;
     const QString shared = path(u".local/share/Vornix 2/PlugIns"_s);
 
     /** A window plugin for "callto" that needs a data plugin, which has a part. */

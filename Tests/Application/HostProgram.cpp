@@ -8,6 +8,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+bool runsWithoutPlugins = false;
+
 HostOutcome outcomeOf(const QString &command, const QStringList &arguments, const QByteArray &input)
 {
     QProcess process;
@@ -23,7 +25,17 @@ HostOutcome outcomeOf(const QString &command, const QStringList &arguments, cons
 
 QString hostProgram()
 {
-    return QStringLiteral(VORNIX_PROGRAM);
+    return runsWithoutPlugins ? QStringLiteral(VORNIX_BARE_PROGRAM) : QStringLiteral(VORNIX_PROGRAM);
+}
+
+HostWithoutPlugins::HostWithoutPlugins()
+{
+    runsWithoutPlugins = true;
+}
+
+HostWithoutPlugins::~HostWithoutPlugins()
+{
+    runsWithoutPlugins = false;
 }
 
 HostOutcome runHost(const QStringList &arguments, const QByteArray &input)

@@ -14,6 +14,16 @@ struct HostOutcome
 /** The path of the program itself. */
 QString hostProgram();
 
+/** While it lives, the program runs from an application without plugins of its own. */
+class HostWithoutPlugins
+{
+public:
+    HostWithoutPlugins();
+    ~HostWithoutPlugins();
+    HostWithoutPlugins(const HostWithoutPlugins &) = delete;
+    HostWithoutPlugins &operator=(const HostWithoutPlugins &) = delete;
+};
+
 /** Runs the program in the test's home folder and waits for its end, which must not be a crash. */
 HostOutcome runHost(const QStringList &arguments, const QByteArray &input = {});
 

@@ -70,6 +70,10 @@ TEST_F(NewPluginCommandTest, EveryKindHasATemplateThatIsFilledIn)
         for (const QByteArray &text : {code, list, texts, readFile(folder + u"/README.md"_s)})
             EXPECT_FALSE(text.isEmpty() || text.contains('@')) << text.toStdString();
     }
+    const QByteArray list = readFile(path(u"data/deep/folder/CMakeLists.txt"_s));
+    EXPECT_TRUE(list.contains("VXDataStoreName STRING secondhandtry\n")) << list.toStdString();
+    const QByteArray model = readFile(path(u"data/deep/folder/Resources/secondhandtry.vxmodel"_s));
+    EXPECT_TRUE(model.contains("entity Note") && !model.contains('@')) << model.toStdString();
 }
 
 TEST_F(NewPluginCommandTest, RefusesWhatItCannotWrite)

@@ -17,7 +17,7 @@ function(check_call expected_status expected_text call)
   endif()
 endfunction()
 
-set(good "X IDENTIFIER org.example.x NAME N KIND VXDataPlugin VERSION 2000 SOURCES a.cpp")
+set(good "X IDENTIFIER org.example.x NAME N KIND VXReactorPlugin VERSION 2000 SOURCES a.cpp")
 macro(accepts call)
   check_call(0 "" "${call}")
 endmacro()
@@ -30,27 +30,27 @@ endmacro()
 
 accepts("${good}")
 accepts("${good} DEPENDENCIES POSTS_EVENTS INFO LINK") # from empty variables
-accepts("X IDENTIFIER org.example.x KIND VXDataPlugin VERSION 1 SOURCES a.cpp BUILT_IN")
+accepts("X IDENTIFIER org.example.x KIND VXReactorPlugin VERSION 1 SOURCES a.cpp BUILT_IN")
 accepts("${good} RESOURCES res DEVELOPMENT_REGION fr INFO A STRING \"\" B ARRAY \"x;y\" C INTEGER -1")
 
 warns("the shared plugin folder ignores versions below 1945, as 1944.9"
-  "X IDENTIFIER org.example.x NAME N KIND VXDataPlugin VERSION 1944.9 SOURCES a.cpp")
+  "X IDENTIFIER org.example.x NAME N KIND VXReactorPlugin VERSION 1944.9 SOURCES a.cpp")
 
 refuses("IDENTIFIER is missing" "X")
-refuses("SOURCES is missing" "X IDENTIFIER org.example.x NAME N KIND VXDataPlugin VERSION 2000")
-refuses("NAME is missing" "X IDENTIFIER org.example.x KIND VXDataPlugin VERSION 2000 SOURCES a.cpp")
+refuses("SOURCES is missing" "X IDENTIFIER org.example.x NAME N KIND VXReactorPlugin VERSION 2000")
+refuses("NAME is missing" "X IDENTIFIER org.example.x KIND VXReactorPlugin VERSION 2000 SOURCES a.cpp")
 refuses("unknown argument \"SOURCE\"" "X SOURCE a.cpp")
-refuses("NAME needs a value" "X IDENTIFIER org.example.x NAME KIND VXDataPlugin VERSION 2000 SOURCES a.cpp")
+refuses("NAME needs a value" "X IDENTIFIER org.example.x NAME KIND VXReactorPlugin VERSION 2000 SOURCES a.cpp")
 refuses("BUILT_IN does not go with NAME" "${good} BUILT_IN")
 refuses("BUILT_IN does not go with PARENT"
-  "X IDENTIFIER org.example.x KIND VXDataPlugin VERSION 1 SOURCES a.cpp BUILT_IN PARENT Y")
+  "X IDENTIFIER org.example.x KIND VXReactorPlugin VERSION 1 SOURCES a.cpp BUILT_IN PARENT Y")
 foreach(identifier IN ITEMS x org. .org "org..x" "org.exa mple" "org.example.ü")
   refuses("IDENTIFIER \"${identifier}\" is not of the form org.example.name"
-    "X IDENTIFIER \"${identifier}\" NAME N KIND VXDataPlugin VERSION 2000 SOURCES a.cpp")
+    "X IDENTIFIER \"${identifier}\" NAME N KIND VXReactorPlugin VERSION 2000 SOURCES a.cpp")
 endforeach()
 foreach(version IN ITEMS 2000. 2.x v2 1..2 " 2000")
   refuses("VERSION \"${version}\" is not made of numbers and dots"
-    "X IDENTIFIER org.example.x NAME N KIND VXDataPlugin VERSION \"${version}\" SOURCES a.cpp")
+    "X IDENTIFIER org.example.x NAME N KIND VXReactorPlugin VERSION \"${version}\" SOURCES a.cpp")
 endforeach()
 refuses("KIND \"VXPlugin\" is none of VXDataPlugin, VXExporterPlugin"
   "X IDENTIFIER org.example.x NAME N KIND VXPlugin VERSION 2000 SOURCES a.cpp")
@@ -72,3 +72,14 @@ refuses("INFO A lacks its value" "${good} INFO A STRING")
 refuses("INFO A is \"yes\", and must be true or false" "${good} INFO A BOOLEAN yes")
 refuses("INFO A is \"1.5\", and must be an integer" "${good} INFO A INTEGER 1.5")
 refuses("INFO A is \"text\", and must be one element of a property list" "${good} INFO A XML text")
+
+set(store "X IDENTIFIER org.example.x NAME N KIND VXDataPlugin VERSION 2000 SOURCES a.cpp INFO")
+accepts("${store} VXDataStoreName STRING notes VXDataStoreType STRING xml VXDataStoreVersion STRING 1.10")
+refuses("INFO has no VXDataStoreName" "${store} A STRING 1")
+refuses("INFO has no VXDataStoreName" "${store} VXDataStoreName STRING a/b VXDataStoreType STRING xml")
+refuses("INFO VXDataStoreType is \"SQLite\"" "${store} VXDataStoreName STRING a VXDataStoreType STRING SQLite")
+refuses("INFO VXDataStoreVersion is of the type INTEGER"
+  "${store} VXDataStoreName STRING a VXDataStoreType STRING xml VXDataStoreVersion INTEGER 1")
+refuses("INFO VXDataStoreVersion \"one\" is not made of numbers"
+  "${store} VXDataStoreName STRING a VXDataStoreType STRING xml VXDataStoreVersion STRING one")
+refuses("MODEL_IMPORTS has \"${FOLDER}/b.mom\", which does not exist" "${good} MODEL_IMPORTS b.mom")

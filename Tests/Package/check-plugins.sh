@@ -55,3 +55,11 @@ expect "Try reactor is loaded" vornix log
 export VORNIX_PLUGIN_PATH=$folder/kinds/new/device
 expect "Added " vornix devices add org.example.trydevice first
 expect "Hello, phone" vornix devices do vxdevice://localhost/org.example.trydevice/first echo --object '"Hello, phone"'
+[[ -s "$folder/home/.local/share/Vornix 2/Data/trydata.vxdatastore/trydata.sqlite" ]]
+# The new reactor and the new exporter in answer to an event.
+export VORNIX_PLUGIN_PATH=$folder/kinds/new/reactor:$folder/kinds/new/exporter
+expect "" vornix triggers add --event ping --reactor org.example.tryreactor --option greeting=Welcome \
+  --reactor org.example.tryexporter --option "VXExporterOptionsFilePath=$folder/exported"
+expect "1 of 1 trigger ran, 2 reactors" vornix post ping --object '{"name": "Jane"}'
+expect "Welcome Jane: ping" vornix log
+expect "Jane" cat "$folder/exported"

@@ -38,14 +38,26 @@ int show(const QString &text)
     return std::fflush(stdout) == 0 ? 0 : complain(u"standard output cannot be written"_s);
 }
 
-/** What a file holds, compiled or in source; `status` is not 0 when it cannot be used, which has been said. */
-VXModelDefinition read(const QString &path, int &status)
+/**
+ * What a file holds, compiled or in source, behind the entities that it imports; `status` is not 0 when it cannot be used, which
+ * has been said.
+ */
+VXModelDefinition read(const QString &path, const QStringList &imports, int &status)
 {
+    VXModelDefinition whole;
+    for (const QString &import : imports) {
+        if (status == 0)
+            whole.entities += read(import, {}, status).entities;
+    }
+    if (status != 0)
+        return {};
     if (path.endsWith(".mom"_L1)) {
         VXError error;
         const VXManagedObjectModel::Ptr model = VXManagedObjectModel::modelWithContentsOfFile(path, &error);
         status = model ? 0 : complain(error.description());
-        return model ? model->definition() : VXModelDefinition();
+        if (model)
+            whole.entities += model->definition().entities;
+        return whole;
     }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -53,11 +65,11 @@ VXModelDefinition read(const QString &path, int &status)
         return {};
     }
     QList<VXModelProblem> problems;
-    const VXModelDefinition definition = VXParseModel(file.readAll(), &problems);
+    whole.entities += VXParseModel(file.readAll(), &problems).entities;
     if (problems.isEmpty()) // what is missing for a mistake would be missed again
-        problems = VXCheckModel(definition);
+        problems = VXCheckModel(whole);
     status = problems.isEmpty() ? 0 : complain(path, problems);
-    return definition;
+    return whole;
 }
 
 } // namespace
@@ -73,13 +85,16 @@ int main(int argc, char **argv)
     const QCommandLineOption output({u"o"_s, u"output"_s}, u"Write the compiled model to FILE."_s, u"FILE"_s);
     const QCommandLineOption print(u"print"_s, u"Show the model as source."_s);
     const QCommandLineOption graph(u"graph"_s, u"Show the model as a graph in Graphviz's language."_s);
-    parser.addOptions({output, print, graph});
+    const QCommandLineOption imports(u"import"_s,
+                                     u"Take in the entities of the model FILE, which the model mentions."_s, u"FILE"_s);
+    parser.addOptions({output, print, graph, imports});
     parser.process(application);
     if (parser.positionalArguments().size() != 1)
         return complain(parser.helpText().trimmed(), wrongUsage);
 
     int status = 0;
-    const VXModelDefinition definition = read(parser.positionalArguments().constFirst(), status);
+    const VXModelDefinition definition =
+        read(parser.positionalArguments().constFirst(), parser.values(imports), status);
     if (status != 0)
         return status;
     if (parser.isSet(output)) {

@@ -1,4 +1,4 @@
-#include "VXHostJSON.h"
+#include "VXJSON.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>

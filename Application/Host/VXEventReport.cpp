@@ -1,0 +1,98 @@
+#include "VXEventReport.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using TriggerOutcome = VXTriggerRecord::Outcome;
+using ReactionOutcome = VXReactionRecord::Outcome;
+
+QString counted(qsizetype count, const QString &noun)
+{
+    return count == 1 ? u"1 "_s + noun : u"%1 %2s"_s.arg(count).arg(noun);
+}
+
+QString triggerTitle(const VXTriggerRecord &trigger)
+{
+    const QString shortID = trigger.uri.section(u'/', -1);
+    return trigger.name.isEmpty() ? "Trigger "_L1 + shortID : u"Trigger %1 \"%2\""_s.arg(shortID, trigger.name);
+}
+
+QString reasonOf(const VXTriggerRecord &trigger)
+{
+    const QString filter = trigger.filter.isNull() ? QString() : " "_L1 + trigger.filter;
+    const QString problem = trigger.problem.isNull() ? QString() : ": "_L1 + trigger.problem;
+    switch (trigger.outcome) {
+    case TriggerOutcome::Ran:
+        return filter.isNull() ? u"ran"_s : u"ran, for the object passed its filter"_s + filter;
+    case TriggerOutcome::Rejected:
+        return u"did not run, for the object did not pass its filter"_s + filter + problem;
+    case TriggerOutcome::Disabled:
+        return u"did not run, for it is disabled"_s;
+    case TriggerOutcome::Broken:
+        return u"did not run, for its filter%1 does not work"_s.arg(filter) + problem;
+    }
+    return {};
+}
+
+QString outcomeOf(const VXReactionRecord &reaction)
+{
+    switch (reaction.outcome) {
+    case ReactionOutcome::Done:
+        return u"done in %1 ms"_s.arg(reaction.milliseconds, 0, 'f', 1);
+    case ReactionOutcome::Failed:
+        return u"failed after %1 ms: %2"_s.arg(reaction.milliseconds, 0, 'f', 1).arg(reaction.problems.join("; "_L1));
+    case ReactionOutcome::Missing:
+        return u"is not installed, or not enabled"_s;
+    }
+    return {};
+}
+
+} // namespace
+
+QString VXEventTitle(const VXEventRecord &record)
+{
+    return record.subtype.isNull() ? record.name : record.name + "::"_L1 + record.subtype;
+}
+
+QString VXEventOutcome(const VXEventRecord &record)
+{
+    if (!record.problem.isNull())
+        return record.problem;
+    const qsizetype triggers = record.triggers.size() + record.omittedTriggers;
+    if (triggers == 0)
+        return u"no triggers"_s;
+    const qsizetype ran = std::ranges::count(record.triggers, TriggerOutcome::Ran, &VXTriggerRecord::outcome);
+    const qsizetype broken = std::ranges::count(record.triggers, TriggerOutcome::Broken, &VXTriggerRecord::outcome);
+    qsizetype reactors = 0;
+    qsizetype failed = 0;
+    for (const VXTriggerRecord &trigger : record.triggers) {
+        reactors += trigger.reactions.size();
+        failed += trigger.reactions.size() -
+                  std::ranges::count(trigger.reactions, ReactionOutcome::Done, &VXReactionRecord::outcome);
+    }
+    QString outcome = u"%1 of %2 ran"_s.arg(ran).arg(counted(triggers, u"trigger"_s));
+    if (broken > 0)
+        outcome += u", %1 with a filter that does not work"_s.arg(broken);
+    return failed == 0 ? outcome + ", "_L1 + counted(reactors, u"reactor"_s)
+                       : outcome + u", %1 of %2 failed"_s.arg(failed).arg(counted(reactors, u"reactor"_s));
+}
+
+QStringList VXEventReasons(const VXEventRecord &record)
+{
+    QStringList lines;
+    if (!record.problem.isNull())
+        lines.append(record.problem);
+    for (const VXTriggerRecord &trigger : record.triggers) {
+        lines.append(triggerTitle(trigger) + ' '_L1 + reasonOf(trigger));
+        for (const VXReactionRecord &reaction : trigger.reactions)
+            lines.append(u"  %1 %2"_s.arg(reaction.identifier, outcomeOf(reaction)));
+    }
+    if (record.omittedTriggers > 0)
+        lines.append(u"%1 more did not run"_s.arg(counted(record.omittedTriggers, u"trigger"_s)));
+    if (lines.isEmpty())
+        lines.append(u"No trigger listens to this event."_s);
+    return lines;
+}

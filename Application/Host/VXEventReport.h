@@ -1,0 +1,17 @@
+#pragma once
+
+#include "VXEventRecord.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+// What came of an event, for people.
+
+/** "incoming_call::ended"; without a subtype the name alone. */
+[[nodiscard]] QString VXEventTitle(const VXEventRecord &record);
+
+/** In short, as "1 of 3 triggers ran, 1 of 2 reactors failed". */
+[[nodiscard]] QString VXEventOutcome(const VXEventRecord &record);
+
+/** Line by line: which triggers there were, why each did or did not run, and what its reactors did. */
+[[nodiscard]] QStringList VXEventReasons(const VXEventRecord &record);

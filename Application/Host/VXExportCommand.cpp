@@ -1,0 +1,116 @@
+#include "VXExporterPlugin.h"
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXManagedObjectContext.h"
+#include "VXPluginGuard.h"
+#include "VXPluginManager.h"
+#include "VXPluginSession.h"
+#include "VXStoreAccess.h"
+#include "VXStoreByName.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Null with a problem when there is no such exporter that could run.
+std::shared_ptr<VXExporterPlugin> exporterForIdentifier(const VXPluginManager &manager, const QString &identifier,
+                                                        QString *problem)
+{
+    VXPluginProxy *const proxy = manager.pluginWithIdentifier(identifier);
+    const bool isExporter = proxy != nullptr && manager.exporterPlugins().contains(proxy);
+    auto exporter = isExporter ? std::dynamic_pointer_cast<VXExporterPlugin>(proxy->singleton()) : nullptr;
+    if (!exporter)
+        *problem =
+            isExporter
+                ? u"the exporter %1 is not loaded; \"vornix plugins info %1\" tells why"_s.arg(identifier)
+                : u"there is no enabled exporter \"%1\"; \"vornix exporters\" shows those there are"_s.arg(identifier);
+    return exporter;
+}
+
+std::optional<VXFetchRequest> requestFor(const VXHostOptions &options, const VXPersistentStoreCoordinator &coordinator,
+                                         QString *problem)
+{
+    const QString entityName = options.operand(2);
+    const VXEntityDescription *const entity = coordinator.model().entityForName(entityName);
+    if (entity == nullptr) {
+        *problem = u"the store \"%1\" has no entity %2"_s.arg(options.operand(1), entityName);
+        return std::nullopt;
+    }
+    VXFetchRequest request(*entity);
+    if (options.isSet(u"where"_s)) {
+        VXError error;
+        const auto predicate = VXPredicate::predicateWithFormat(options.value(u"where"_s), {}, &error);
+        if (!predicate) {
+            *problem = u"--where: "_s + VXErrorText(error);
+            return std::nullopt;
+        }
+        request.predicate = *predicate;
+    }
+    return request;
+}
+
+int exportObjects(VXHostContext &context, const VXPluginManager &manager)
+{
+    const VXHostOptions &options = context.options;
+    QString problem;
+    const auto exporter = exporterForIdentifier(manager, options.operand(0), &problem);
+    const auto coordinator = exporter ? VXStoreForName(options.operand(1), &problem) : nullptr;
+    const auto request = coordinator ? requestFor(options, *coordinator, &problem) : std::nullopt;
+    if (!request)
+        return context.output.fail(problem);
+    VXManagedObjectContext objects(coordinator);
+    VXError error;
+    const auto found = objects.executeFetchRequest(*request, &error);
+    if (!found)
+        return context.output.fail(VXErrorText(error));
+    QVariantList list;
+    list.reserve(found->size());
+    for (const VXManagedObjectPtr &object : *found)
+        list.append(QVariant::fromValue(object));
+    const QString path = QDir::current().absoluteFilePath(options.value(u"to"_s));
+    QVariantMap exportOptions{{VXExporterOptionsFilePathKey, path}};
+    std::optional<VXError> failure;
+    const bool returned = VXCallPlugin(
+        *exporter, "exportObjects:options:",
+        [&] {
+            QVariantMap defaults = exporter->reactorDefaults().value_or(QVariantMap());
+            defaults.insert(exportOptions);
+            failure = exporter->exportObjects(list, defaults);
+        },
+        &problem);
+    if (!returned || failure)
+        return context.output.fail(failure ? VXErrorText(*failure) : problem);
+    context.output.answer(u"Exported %1 objects to %2.\n"_s.arg(list.size()).arg(path),
+                          QJsonObject{{u"count"_s, list.size()}, {u"path"_s, path}});
+    return VXHostOutput::Done;
+}
+
+int runExport(VXHostContext &context)
+{
+    if (context.options.value(u"to"_s).isEmpty())
+        return context.output.failUsage(u"export needs --to FILE"_s, VXHostUsage(context.options.command()));
+    return VXRunWithPlugins(context, [&](VXPluginManager &manager) { return exportObjects(context, manager); });
+}
+
+} // namespace
+
+VXHostCommand VXExportCommand()
+{
+    return {.name = u"export"_s,
+            .summary = u"Export objects of a store to a file"_s,
+            .synopsis = u"EXPORTER STORE ENTITY"_s,
+            .details =
+                u"EXPORTER is the identifier of an exporter plugin (\"vornix exporters\"), STORE the name of a data "
+                "plugin's store, ENTITY one of its entities. For example: vornix export "
+                "com.halvern.VNX2.plugin.csvexporter calls VXCall --where 'duration > 60' --to calls.csv"_s,
+            .options = {{u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
+                        {u"to"_s, u"FILE"_s, u"The file to export to; needed"_s}},
+            .minimumOperands = 3,
+            .maximumOperands = 3,
+            .run = runExport};
+}

@@ -1,0 +1,131 @@
+#include "VXEventHistory.h"
+#include "VXEventManager.h"
+#include "VXEventReport.h"
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXPluginSession.h"
+#include "VXStoredObject.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QJsonArray>
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QStringList columnsOf(const VXEventRecord &record)
+{
+    return {record.identifier, record.date.toLocalTime().toString(Qt::ISODate), VXEventTitle(record),
+            VXEventOutcome(record)};
+}
+
+QString textWithReasons(const QList<VXEventRecord> &records)
+{
+    QString text;
+    for (const VXEventRecord &record : records) {
+        text += columnsOf(record).join("  "_L1) + u'\n';
+        for (const QString &line : VXEventReasons(record))
+            text += "    "_L1 + line + u'\n';
+    }
+    return text;
+}
+
+int list(VXHostContext &context, qsizetype most)
+{
+    const VXHostOptions &options = context.options;
+    QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
+    records.removeIf([&](const VXEventRecord &record) {
+        return (options.isSet(u"event"_s) && record.name != options.value(u"event"_s)) ||
+               (options.isSet(u"failures"_s) && !record.isFailure());
+    });
+    if (most > 0 && records.size() > most)
+        records.remove(0, records.size() - most);
+    if (context.output.isJSON()) {
+        QJsonArray json;
+        for (const VXEventRecord &record : std::as_const(records))
+            json.append(record.json());
+        context.output.answer(QString(), json);
+        return VXHostOutput::Done;
+    }
+    QList<QStringList> rows{{u"ID"_s, u"DATE"_s, u"EVENT"_s, u"OUTCOME"_s}};
+    std::ranges::transform(records, std::back_inserter(rows), columnsOf);
+    const bool withReasons = options.isSet(u"why"_s);
+    context.output.answer(records.isEmpty() ? u"There are no such events.\n"_s
+                          : withReasons     ? textWithReasons(records)
+                                            : VXTextTable(rows),
+                          {});
+    return VXHostOutput::Done;
+}
+
+int replay(VXHostContext &context, const VXEventRecord &past)
+{
+    VXStoredObject stored;
+    QVariant object = past.object.isEmpty() ? QVariant() : QVariant(past.object);
+    if (!past.objectURI.isNull()) {
+        QString problem;
+        stored = VXStoredObject::forURI(past.objectURI, &problem);
+        if (!stored.object)
+            return context.output.fail(problem);
+        object = QVariant::fromValue(stored.object);
+    }
+    const VXEventRecord record =
+        VXEventManager::sharedEventManager().recordByPostingEventWithName(past.name, past.subtype, object);
+    const QStringList lines =
+        QStringList{VXEventTitle(record) + ": "_L1 + VXEventOutcome(record)} + VXEventReasons(record);
+    context.output.answer(lines.join(u'\n') + u'\n', record.json());
+    return record.isFailure() ? VXHostOutput::Failed : VXHostOutput::Done;
+}
+
+int runReplay(VXHostContext &context)
+{
+    const QString identifier = context.options.operand(1);
+    const auto past = VXEventHistory::sharedEventHistory().recordWithIdentifier(identifier);
+    if (!past)
+        return context.output.fail(u"the history has no event \"%1\", or several that end so"_s.arg(identifier));
+    if (!past->isRepeatable())
+        return context.output.fail(
+            u"the event cannot be posted again: its object, a %1, was not kept"_s.arg(past->objectClass));
+    return VXRunWithPlugins(context, [&](VXPluginManager &) { return replay(context, *past); });
+}
+
+int runHistory(VXHostContext &context)
+{
+    const VXHostOptions &options = context.options;
+    const QString usage = VXHostUsage(options.command());
+    if (options.operand(0) == "replay"_L1)
+        return options.operand(1).isEmpty() ? context.output.failUsage(u"replay needs ID"_s, usage)
+                                            : runReplay(context);
+    if (!options.operand(1).isNull())
+        return context.output.failUsage(u"list takes nothing more"_s, usage);
+    bool isNumber = true;
+    const int most = options.isSet(u"last"_s) ? options.value(u"last"_s).toInt(&isNumber) : 0;
+    if (!isNumber || most < 0)
+        return context.output.failUsage(u"--last needs a number"_s, usage);
+    return list(context, most);
+}
+
+} // namespace
+
+VXHostCommand VXHistoryCommand()
+{
+    return {
+        .name = u"history"_s,
+        .summary = u"Show what came of events, and post one again"_s,
+        .synopsis = u"[list|replay] [ID]"_s,
+        .details =
+            u"\"list\" shows the last events, oldest first: which triggers there were, and how their reactors "
+            "fared. Events in which something failed are kept longest. \"replay ID\" posts an event again, with the "
+            "same object; the end of the ID is enough. The user default \"events.history\" turns the history off."_s,
+        .options = {{u"event"_s, u"EVENT"_s, u"Only events of that name"_s},
+                    {u"failures"_s, {}, u"Only those in which something failed"_s},
+                    {u"last"_s, u"N"_s, u"Only the last N"_s},
+                    {u"why"_s, {}, u"Tell why each trigger did or did not run"_s}},
+        .maximumOperands = 2,
+        .firstOperands = {u"list"_s, u"replay"_s},
+        .run = runHistory};
+}

@@ -1,0 +1,82 @@
+#include "VXEventManager.h"
+#include "VXEventReport.h"
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXJSON.h"
+#include "VXPluginSession.h"
+#include "VXStoredObject.h"
+
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int post(VXHostContext &context, const QVariantMap &map)
+{
+    const VXHostOptions &options = context.options;
+    const QString name = options.operand(0);
+    VXStoredObject stored;
+    QVariant object = map.isEmpty() && !options.isSet(u"object"_s) ? QVariant() : QVariant(map);
+    if (options.isSet(u"object-uri"_s)) {
+        QString problem;
+        stored = VXStoredObject::forURI(options.value(u"object-uri"_s), &problem);
+        if (!stored.object)
+            return context.output.fail(problem);
+        object = QVariant::fromValue(stored.object);
+    }
+    VXEventManager &manager = VXEventManager::sharedEventManager();
+    if (!manager.bundleForEventName(name))
+        context.output.note(
+            u"No plugin says that it posts \"%1\"; \"vornix events\" shows what they post."_s.arg(name));
+    const VXEventRecord record = manager.recordByPostingEventWithName(name, options.value(u"subtype"_s), object);
+    QStringList lines{VXEventTitle(record) + ": "_L1 + VXEventOutcome(record)};
+    if (options.isSet(u"trace"_s))
+        lines += VXEventReasons(record);
+    context.output.answer(lines.join(u'\n') + u'\n', record.json());
+    return record.isFailure() ? VXHostOutput::Failed : VXHostOutput::Done;
+}
+
+int runPost(VXHostContext &context)
+{
+    const VXHostOptions &options = context.options;
+    const QString usage = VXHostUsage(options.command());
+    if (options.operand(0).isEmpty())
+        return context.output.failUsage(u"the name of the event is empty"_s, usage);
+    if (options.isSet(u"object"_s) && options.isSet(u"object-uri"_s))
+        return context.output.failUsage(u"an event has one object: --object or --object-uri"_s, usage);
+    QVariantMap map;
+    if (options.isSet(u"object"_s)) {
+        QString reason;
+        const auto value = VXJSONFromText(options.value(u"object"_s).toUtf8(), &reason);
+        if (!value || !value->isObject())
+            return context.output.failUsage(
+                u"--object is no JSON object%1"_s.arg(reason.isNull() ? QString() : ": "_L1 + reason), usage);
+        map = VXVariantFromJSON(*value).toMap();
+    }
+    return VXRunWithPlugins(context, [&](VXPluginManager &) { return post(context, map); });
+}
+
+} // namespace
+
+VXHostCommand VXPostCommand()
+{
+    return {
+        .name = u"post"_s,
+        .summary = u"Post an event, so that its triggers run"_s,
+        .synopsis = u"EVENT"_s,
+        .details =
+            u"Does what happens when a plugin posts the event: every trigger for it is looked at, and the reactors "
+            "of those whose filters accept the object run, before the command ends. Fails when a reactor failed, or a "
+            "filter does not work. For example: vornix post incoming_call --subtype ended --object "
+            "'{\"from\": \"Jane <555-0100>\"}'"_s,
+        .options = {{u"subtype"_s, u"TEXT"_s, u"What further is to be said of the event"_s},
+                    {u"object"_s, u"JSON"_s, u"What the event is about: dates as {\"$date\": ISO 8601}"_s},
+                    {u"object-uri"_s, u"URI"_s, u"The same, an object of a store"_s},
+                    {u"trace"_s, {}, u"Tell why each trigger did or did not run"_s}},
+        .minimumOperands = 1,
+        .maximumOperands = 1,
+        .run = runPost};
+}

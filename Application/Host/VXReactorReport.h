@@ -1,0 +1,27 @@
+#pragma once
+
+#include "VXHostCommand.h"
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QList>
+#include <QtCore/QStringList>
+
+class VXPluginProxy;
+
+/** What a reactor plugin tells about itself, for people and as JSON; of one that is not loaded only what it is called. */
+class VXReactorReport
+{
+public:
+    explicit VXReactorReport(const VXPluginProxy &proxy);
+
+    QJsonObject json() const { return _json; }
+    /** A line for a table with the titles of `columnTitles`. */
+    QStringList columns() const;
+    static QStringList columnTitles();
+
+private:
+    QJsonObject _json;
+};
+
+/** Answers with all of them, by identifier; with the text when there are none. @return the command's status. */
+[[nodiscard]] int VXListReactors(VXHostContext &context, QList<VXPluginProxy *> plugins, const QString &none);

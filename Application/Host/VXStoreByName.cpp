@@ -1,0 +1,30 @@
+#include "VXStoreByName.h"
+
+#include "VXDataManager.h"
+#include "VXPluginManager.h"
+
+using namespace Qt::StringLiterals;
+
+QStringList VXStoreNames()
+{
+    QStringList names;
+    const QString key = u"VXDataStoreName"_s;
+    for (const VXPluginProxy *const plugin : VXPluginManager::sharedPluginManager().pluginsWithInfoDictionaryKey(key))
+        names.append(plugin->bundle()->infoDictionary().value(key).toString());
+    names.sort();
+    return names;
+}
+
+VXPersistentStoreCoordinator::Ptr VXStoreForName(const QString &name, QString *problem)
+{
+    const QStringList names = VXStoreNames();
+    if (!names.contains(name)) {
+        *problem = names.isEmpty() ? u"there is no store \"%1\": no data plugin is enabled"_s.arg(name)
+                                   : u"there is no store \"%1\"; there are: %2"_s.arg(name, names.join(", "_L1));
+        return nullptr;
+    }
+    auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(name);
+    if (!coordinator)
+        *problem = u"the store \"%1\" cannot be used; \"vornix log\" tells why"_s.arg(name);
+    return coordinator;
+}

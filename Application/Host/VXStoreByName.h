@@ -1,0 +1,14 @@
+#pragma once
+
+#include "VXPersistentStoreCoordinator.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+// The stores of the enabled data plugins. Among the plugins (VXRunWithPlugins) only, as these have opened them.
+
+/** In alphabetical order. */
+[[nodiscard]] QStringList VXStoreNames();
+
+/** The store that a data plugin declares under the name. @return null with a problem when none does, or it cannot be used. */
+[[nodiscard]] VXPersistentStoreCoordinator::Ptr VXStoreForName(const QString &name, QString *problem);

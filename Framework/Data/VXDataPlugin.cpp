@@ -1,0 +1,119 @@
+#include "VXDataPlugin.h"
+
+#include "VXApplication.h"
+#include "VXDataManager.h"
+#include "VXDiagnostics.h"
+#include "VXErrorDomain.h"
+#include "VXFramework.h"
+#include "VXMethodLog.h"
+#include "VXPluginGuard.h"
+
+#include <QtCore/QDir>
+
+#include <tuple>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Some data plugin could not open its store, and the user knows: the application is about to end.
+bool hasFailed = false;
+
+} // namespace
+
+VXDataPlugin::VXDataPlugin() = default;
+
+VXDataPlugin::~VXDataPlugin() = default;
+
+QString VXDataPlugin::infoText(const QString &key) const
+{
+    const VXBundle::Ptr found = bundle();
+    return found ? found->infoDictionary().value(key).toString() : QString();
+}
+
+QString VXDataPlugin::dataStoreName() const
+{
+    return infoText(u"VXDataStoreName"_s);
+}
+
+QString VXDataPlugin::dataStoreTypeExtension() const
+{
+    return infoText(u"VXDataStoreType"_s);
+}
+
+QString VXDataPlugin::dataStoreVersion() const
+{
+    return infoText(u"VXDataStoreVersion"_s);
+}
+
+QString VXDataPlugin::dataStorePath() const
+{
+    return VXDataManager::sharedDataFolderPath() + u'/' + dataStoreName() + u'.' + VXStoreFileExtension;
+}
+
+QStringList VXDataPlugin::dataModelPaths() const
+{
+    const VXBundle::Ptr found = bundle();
+    const QString path = found ? found->pathForResource(dataStoreName(), u"mom"_s) : QString();
+    return path.isNull() ? QStringList() : QStringList{QDir::cleanPath(path)};
+}
+
+const VXCoreDataStoreClass &VXDataPlugin::coreDataStoreClass() const
+{
+    return VXCoreDataStore::storeClass();
+}
+
+bool VXDataPlugin::validateManagedObjectContext(VXManagedObjectContext &, VXError *)
+{
+    return true;
+}
+
+bool VXDataPlugin::openManagedObjectWithURIRepresentation(const QUrl &)
+{
+    return false;
+}
+
+// A store that cannot be opened must not keep the plugin manager from going on to the end of the application.
+void VXDataPlugin::_pluginWillLoad()
+{
+    VXCallPlugin(*this, "persistentStoreCoordinator", [this] { persistentStoreCoordinator(); });
+    VXPlugin::_pluginWillLoad();
+}
+
+VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator()
+{
+    if (hasFailed)
+        return nullptr;
+    if (_sharedStoreController)
+        return _sharedStoreController->persistentStoreCoordinator();
+    VXError error;
+    QString thrown;
+    bool isOpen = false;
+    const auto open = [&] {
+        _sharedStoreController = openStore(&error);
+        isOpen = _sharedStoreController && !error && _validateAndSaveStoreController(*_sharedStoreController);
+    };
+    VXCallPlugin(*this, "persistentStoreCoordinator", open, &thrown);
+    if (isOpen)
+        return _sharedStoreController->persistentStoreCoordinator();
+    _sharedStoreController = nullptr;
+    if (!error && !thrown.isNull())
+        error = VXMakeError(VXLocalizedString(u"Unable to read data file"_s), "%s", qUtf8Printable(thrown));
+    endApplication(error);
+    return nullptr;
+}
+
+void VXDataPlugin::endApplication(const VXError &error)
+{
+    if (std::exchange(hasFailed, true))
+        return;
+    VXLogMethod(VXLogError, "persistentStoreCoordinator", VXDescription(error ? error.description() : QString()));
+    VXAlert alert;
+    alert.message = error ? error.localizedDescription() : VXLocalizedString(u"Unable to read data file"_s);
+    alert.informativeText = dataStorePath();
+    alert.defaultButton = VXGlobalString(u"Quit"_s);
+    VXApplication &application = VXApplication::sharedApplication();
+    std::ignore = application.userInterface().runAlert(alert); // there is but one answer
+    application.terminate();
+}

@@ -1,0 +1,166 @@
+#include "VXSmartFilterRow.h"
+
+#include "VXAttributeType.h"
+#include "VXFramework.h"
+#include "VXManagedObjectContext.h"
+#include "VXNone.h"
+#include "VXSmartFilter.h"
+#include "VXSmartFilterValues.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+using Kind = VXExpression::Kind;
+using Operator = VXPredicate::Operator;
+
+const QString VXSmartFilterRow::entityName = u"VXSmartFilterRow"_s;
+
+namespace {
+
+VXSmartFilterPtr asFilter(const VXManagedObjectPtr &object)
+{
+    return VXSmartFilterPtr(dynamic_cast<VXSmartFilter *>(object.get()));
+}
+
+bool isList(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
+}
+
+bool isText(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QString;
+}
+
+bool takesList(Operator comparison)
+{
+    return comparison == Operator::In || comparison == Operator::Between;
+}
+
+// What keeps the pattern from being one of the operator; null when nothing does.
+QString problemOfPattern(Operator comparison, const QVariant &pattern, VXTextOptions options)
+{
+    if (comparison == Operator::Between && pattern.toList().size() != 2)
+        return VXLocalizedString(u"\"%1\" takes two values."_s);
+    if (takesList(comparison) != isList(pattern) || pattern.typeId() == QMetaType::QVariantMap)
+        return takesList(comparison) ? VXLocalizedString(u"\"%1\" takes a list of values."_s)
+                                     : VXLocalizedString(u"\"%1\" takes one value."_s);
+    if (VXSmartFilterIsTextOperator(comparison) && !isText(pattern))
+        return VXLocalizedString(u"\"%1\" takes a text."_s);
+    if (comparison == Operator::Matches && !VXMatchesPattern(pattern.toString(), options).isValid())
+        return VXLocalizedString(u"The pattern of \"%1\" is no regular expression."_s);
+    return {};
+}
+
+VXExpression expressionOf(const QVariant &pattern)
+{
+    if (!isList(pattern))
+        return VXExpression::constant(VXIsNone(pattern) ? QVariant() : pattern);
+    QList<VXExpression> elements;
+    for (const QVariant &element : pattern.toList())
+        elements.append(VXExpression::constant(element));
+    return VXExpression::aggregate(elements);
+}
+
+// The value that the expression stands for in a row; empty when a row holds no such thing.
+std::optional<QVariant> patternOf(const VXExpression &expression)
+{
+    if (expression.kind() == Kind::Constant)
+        return isList(expression.value()) ? std::nullopt
+                                          : VXAttributeValue(VXAttributeType::PropertyList, expression.value());
+    if (expression.kind() != Kind::Aggregate)
+        return std::nullopt;
+    QVariantList values;
+    for (const VXExpression &element : expression.elements()) {
+        if (element.kind() != Kind::Constant || VXIsNone(element.value()) || isList(element.value()))
+            return std::nullopt;
+        values.append(element.value());
+    }
+    return VXAttributeValue(VXAttributeType::PropertyList, values);
+}
+
+} // namespace
+
+// -- Values
+
+VXSmartFilterPtr VXSmartFilterRow::filter() const
+{
+    return asFilter(valueForKey(u"filter"_s).value<VXManagedObjectPtr>());
+}
+
+VXSmartFilterPtr VXSmartFilterRow::nestedFilter() const
+{
+    return asFilter(valueForKey(u"nested"_s).value<VXManagedObjectPtr>());
+}
+
+QString VXSmartFilterRow::attributeName() const
+{
+    return valueForKey(u"attributeName"_s).toString();
+}
+
+QString VXSmartFilterRow::comparison() const
+{
+    return valueForKey(u"comparison"_s).toString();
+}
+
+QString VXSmartFilterRow::options() const
+{
+    return valueForKey(u"options"_s).toString();
+}
+
+QVariant VXSmartFilterRow::pattern() const
+{
+    return valueForKey(u"pattern"_s);
+}
+
+// -- The predicate
+
+bool VXSmartFilterRow::canExpress(const VXPredicate &comparison)
+{
+    const std::optional<QVariant> pattern = patternOf(comparison.right());
+    return comparison.modifier() == VXPredicate::Modifier::Direct && comparison.left().kind() == Kind::KeyPath &&
+           pattern && problemOfPattern(comparison.comparisonOperator(), *pattern, comparison.options()).isNull();
+}
+
+void VXSmartFilterRow::setPredicate(const VXPredicate &comparison)
+{
+    setValueForKey(comparison.left().keys().join(u'.'), u"attributeName"_s);
+    setValueForKey(VXSmartFilterOperatorName(comparison.comparisonOperator()), u"comparison"_s);
+    setValueForKey(patternOf(comparison.right()).value_or(QVariant()), u"pattern"_s);
+    setValueForKey(VXSmartFilterOptionsName(comparison.options()), u"options"_s);
+}
+
+std::optional<VXPredicate> VXSmartFilterRow::predicate(VXError *error) const
+{
+    const auto fail = [error](const QString &reason) -> std::optional<VXPredicate> {
+        VXFailFilter(error, reason);
+        return std::nullopt;
+    };
+    const QString attribute = attributeName();
+    if (attribute.isEmpty())
+        return fail(VXLocalizedString(u"A row names no attribute."_s));
+    const std::optional<Operator> found = VXSmartFilterOperatorFromName(comparison());
+    if (!found)
+        return fail(VXLocalizedString(u"There is no operator \"%1\"."_s).arg(comparison()));
+    const std::optional<VXTextOptions> asked = VXSmartFilterOptionsFromName(options());
+    if (!asked)
+        return fail(VXLocalizedString(u"\"%1\" is no way to compare texts."_s).arg(options()));
+    const QVariant value = pattern();
+    if (const QString problem = problemOfPattern(*found, value, *asked); !problem.isNull())
+        return fail(problem.arg(comparison()));
+    const QVariantList values = isList(value) ? value.toList() : QVariantList{value};
+    const bool comparesTexts = std::any_of(values.cbegin(), values.cend(), isText);
+    return VXPredicate::comparison(VXExpression::keyPath(attribute), *found, expressionOf(value),
+                                   comparesTexts ? *asked : VXTextOptions());
+}
+
+// The text of the filter that it is, or was, a row of is made of its rows.
+void VXSmartFilterRow::willSave()
+{
+    const VXManagedObjectPtr before = committedValues({u"filter"_s}).value(u"filter"_s).value<VXManagedObjectPtr>();
+    for (const VXSmartFilterPtr &each : {filter(), asFilter(before)}) {
+        if (each)
+            each->updatePredicateTexts();
+    }
+}

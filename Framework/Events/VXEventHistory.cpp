@@ -1,0 +1,213 @@
+#include "VXEventHistory.h"
+
+#include "VXErrorDomain.h"
+#include "VXFileLock.h"
+#include "VXFileManager.h"
+#include "VXFramework.h"
+#include "VXJSON.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 largestFile = 500'000; // bytes; then it becomes the earlier one
+constexpr qsizetype longestLine = 16'000;
+constexpr qsizetype longestText = 200;
+constexpr auto earlier = ".1"_L1;
+const std::array fileNames{u"events.jsonl"_s, u"failures.jsonl"_s};
+
+// The time in microseconds, greater each time, and two digits of the process: unique, sorted by time, short.
+QString nextIdentifier()
+{
+    static std::atomic<qint64> last = 0;
+    const qint64 now =
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
+            .count();
+    qint64 before = last.load();
+    while (!last.compare_exchange_weak(before, std::max(now, before + 1)))
+        continue;
+    constexpr int base = 36;
+    return QString::number(std::max(now, before + 1), base) +
+           QString::number(::getpid() % (base * base), base).rightJustified(2, u'0');
+}
+
+QByteArray lineOf(const VXEventRecord &record)
+{
+    return VXJSONText(record.json());
+}
+
+QString shortened(const QString &text)
+{
+    return text.size() > longestText ? text.first(longestText) + u'…' : text;
+}
+
+// Cuts down what other programs, and users, may make as long as they like.
+QByteArray shortLineOf(VXEventRecord record)
+{
+    QByteArray line = lineOf(record);
+    if (line.size() > longestLine && !record.object.isEmpty()) {
+        record.object.clear();
+        record.objectClass = u"QVariantMap"_s;
+        line = lineOf(record);
+    }
+    if (line.size() > longestLine) {
+        record.name = shortened(record.name);
+        record.subtype = shortened(record.subtype);
+        record.problem = shortened(record.problem);
+        record.objectClass = u"QVariantMap"_s; // not to be posted again under a name cut short
+    }
+    // Those that did something stay longest.
+    std::ranges::stable_partition(record.triggers, [](const VXTriggerRecord &trigger) {
+        return trigger.outcome == VXTriggerRecord::Outcome::Ran || trigger.outcome == VXTriggerRecord::Outcome::Broken;
+    });
+    while (line.size() > longestLine && !record.triggers.isEmpty()) {
+        const qsizetype kept = record.triggers.size() / 2;
+        record.omittedTriggers += record.triggers.size() - kept;
+        record.triggers.resize(kept);
+        line = lineOf(record);
+    }
+    return line;
+}
+
+// A file descriptor, closed at the end of the scope.
+class Descriptor
+{
+public:
+    explicit Descriptor(const QString &path)
+        : _descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0600))
+    {
+    }
+    ~Descriptor()
+    {
+        if (_descriptor >= 0)
+            ::close(_descriptor);
+    }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+
+    bool isOpen() const { return _descriptor >= 0; }
+    qint64 size() const
+    {
+        struct stat status = {};
+        return ::fstat(_descriptor, &status) == 0 ? qint64(status.st_size) : 0;
+    }
+    // False after a write that a full disk, or the end of the machine, cut short.
+    bool endsWithLine(qint64 size) const
+    {
+        char last = '\n';
+        return size == 0 || ::pread(_descriptor, &last, 1, size - 1) != 1 || last == '\n';
+    }
+    // At once, so that lines of several processes stay whole.
+    bool write(const QByteArray &bytes) const
+    {
+        errno = 0;
+        return ::write(_descriptor, bytes.constData(), size_t(bytes.size())) == bytes.size();
+    }
+
+private:
+    const int _descriptor;
+};
+
+VXError failure(const QString &path)
+{
+    return VXMakeFileError(VXLocalizedString(u"The event could not be written to the history."_s),
+                           qt_error_string(errno == 0 ? ENOSPC : errno), path);
+}
+
+void readFile(const QString &path, QList<VXEventRecord> *records)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (const auto record = VXEventRecord::fromJSON(QJsonDocument::fromJson(line).object()))
+            records->append(*record);
+    }
+}
+
+} // namespace
+
+VXEventHistory &VXEventHistory::sharedEventHistory()
+{
+    static auto *const history = new VXEventHistory(
+        VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/Event History"_L1);
+    return *history;
+}
+
+bool VXEventHistory::isOn()
+{
+    static const auto *const live = new VXLiveSwitch(VXUserDefaults::standardUserDefaults(), u"events.history"_s);
+    return live->isOn();
+}
+
+VXEventHistory::VXEventHistory(const QString &folder) : _folder(folder) {}
+
+bool VXEventHistory::append(VXEventRecord &record, VXError *error)
+{
+    record.identifier = nextIdentifier();
+    const QString path = _folder + u'/' + fileNames[record.isFailure() ? 1 : 0];
+    const QByteArray line = shortLineOf(record) + '\n';
+    const QFileInfo info(path);
+    if (info.size() > largestFile)
+        startAnew(path);
+    else if (!info.exists()) {
+        if (const VXError problem = VXFileManager::defaultManager().verifyPathExists(_folder)) {
+            VXSetError(error, problem);
+            return false;
+        }
+    }
+    const Descriptor file(path);
+    if (file.isOpen() && file.write(file.endsWithLine(file.size()) ? line : '\n' + line))
+        return true;
+    VXSetError(error, failure(path));
+    return false;
+}
+
+// Who writes to the file meanwhile writes to the earlier one, and nothing is lost. When somebody else has the lock, the
+// file is being moved.
+void VXEventHistory::startAnew(const QString &path) const
+{
+    const VXFileLock lock(_folder + "/.lock"_L1, std::chrono::milliseconds(0));
+    if (lock.isHeld() && QFileInfo(path).size() > largestFile)
+        std::rename(QFile::encodeName(path).constData(), QFile::encodeName(path + earlier).constData());
+}
+
+QList<VXEventRecord> VXEventHistory::records() const
+{
+    QList<VXEventRecord> records;
+    for (const QString &name : fileNames) {
+        readFile(_folder + u'/' + name + earlier, &records);
+        readFile(_folder + u'/' + name, &records);
+    }
+    std::ranges::stable_sort(records, {}, &VXEventRecord::identifier); // which grow with time
+    return records;
+}
+
+std::optional<VXEventRecord> VXEventHistory::recordWithIdentifier(const QString &identifier) const
+{
+    std::optional<VXEventRecord> found;
+    for (const VXEventRecord &record : records()) {
+        if (record.identifier == identifier)
+            return record;
+        if (identifier.isEmpty() || !record.identifier.endsWith(identifier))
+            continue;
+        if (found)
+            return std::nullopt;
+        found = record;
+    }
+    return found;
+}

@@ -1,0 +1,26 @@
+#include "VXReactionScope.h"
+
+namespace {
+
+thread_local VXReactionScope *innermost = nullptr;
+
+} // namespace
+
+VXReactionScope::VXReactionScope() : _outer(innermost)
+{
+    innermost = this;
+}
+
+VXReactionScope::~VXReactionScope()
+{
+    innermost = _outer;
+}
+
+void VXReactionScope::noteError(const VXError &error)
+{
+    if (innermost == nullptr)
+        return;
+    const QString suggestion = error.localizedRecoverySuggestion();
+    innermost->_problems.append(suggestion.isEmpty() ? error.localizedDescription()
+                                                     : error.localizedDescription() + u' ' + suggestion);
+}

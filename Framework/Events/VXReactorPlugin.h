@@ -1,0 +1,53 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXPlugin.h"
+
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <optional>
+
+/**
+ * The base of plugins that do something in answer to an event. The event manager runs the plugin for every trigger that
+ * names it. What it tells about itself stands in its bundle's Info.plist; a key that is missing there is none. Reactions run
+ * on the thread that posts the event, usually the main thread.
+ */
+class VX_EXPORT VXReactorPlugin : public VXPlugin
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE VXReactorPlugin();
+    ~VXReactorPlugin() override;
+
+    /** "VXReactorName": the name shown to people, in the user's language. */
+    virtual QString reactorName() const;
+    /** "VXReactorCategory": the group it is listed under, in the user's language. */
+    virtual QString reactorCategory() const;
+    /** "VXReactorEventNameList": the events it offers itself for. */
+    virtual std::optional<QStringList> reactorEventNameList() const;
+    /** "VXReactorClassList": the kinds of event object it can handle. */
+    virtual std::optional<QStringList> reactorClassList() const;
+    /** "VXReactorDefaults": options that hold where the user sets none. */
+    virtual std::optional<QVariantMap> reactorDefaults() const;
+    /** "VXReactorOptionsNibFile": the view of the options in the trigger editor, the same for every event. */
+    virtual QString reactorOptionsNibNameForEventName(const QString &eventName) const;
+
+    /**
+     * Reacts. `subtype` is null and `object` invalid for none; values of the object are read by VXValueForKeyPath. `options`
+     * are the defaults under what the user set. A reactor that fails throws a VXException with the reason, which the user
+     * is shown, or calls `presentError`; either way the event's other reactors run. The base fails an assertion.
+     */
+    virtual void reactToEventWithName(const QString &eventName, const QString &subtype, const QVariant &object,
+                                      const QVariantMap &options);
+
+protected:
+    /** Shows the user why the reaction failed. While an event runs the reactor, its history tells of it too. */
+    void presentError(const VXError &error) const;
+
+    /** An entry of the bundle's Info.plist, in the user's language; invalid for none. */
+    QVariant infoValue(const QString &key) const;
+    /** As text; null for none. */
+    QString infoText(const QString &key) const;
+};

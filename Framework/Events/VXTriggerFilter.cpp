@@ -1,0 +1,176 @@
+#include "VXTriggerFilter.h"
+
+#include "VXInvocation.h"
+#include "VXNone.h"
+#include "VXPluginGuard.h"
+#include "VXSmartFilter.h"
+
+#include <QtCore/QRegularExpression>
+
+#include <typeinfo>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool isMap(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantHash;
+}
+
+bool isList(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
+}
+
+QString noSuchKey(const QString &key)
+{
+    return u"the object has no \"%1\""_s.arg(key);
+}
+
+// Of the elements in order; null when none has one.
+template <class List, class Function>
+QString firstProblem(const List &list, Function problemOfElement)
+{
+    for (const auto &element : list) {
+        if (QString problem = problemOfElement(element); !problem.isNull())
+            return problem;
+    }
+    return {};
+}
+
+bool isPropertyOf(const QObject &object, const QString &key)
+{
+    const QByteArray name = key.toUtf8();
+    return object.metaObject()->indexOfProperty(name.constData()) >= 0 ||
+           object.dynamicPropertyNames().contains(name) || VXInvocation::respondsTo(&object, name);
+}
+
+// Whether a value of that kind can have no such key, as opposed to having none for it now. Maps take any key, and classes
+// of stored objects may know more keys than their entity.
+bool isUnknownKey(const QVariant &value, const QString &key)
+{
+    if (isMap(value))
+        return false;
+    if (value.metaType().flags().testFlag(QMetaType::PointerToQObject)) {
+        const auto *const object = value.value<QObject *>();
+        return object != nullptr && dynamic_cast<const VXKeyValueCoding *>(object) == nullptr &&
+               !isPropertyOf(*object, key);
+    }
+    if (!value.canConvert<VXKeyValueCoding *>())
+        return true;
+    const auto *const stored = dynamic_cast<const VXManagedObject *>(value.value<VXKeyValueCoding *>());
+    return stored != nullptr && typeid(*stored) == typeid(VXManagedObject) &&
+           stored->entity().propertyForName(key) == nullptr;
+}
+
+QString keyPathProblem(const QStringList &keys, const QVariant &object)
+{
+    if (keys.size() == 1 && isMap(object))
+        return {};
+    QVariant value = object;
+    for (const QString &key : keys) {
+        if (VXIsNone(value) || isList(value) || key.startsWith(u'@'))
+            return {};
+        if (isUnknownKey(value, key))
+            return noSuchKey(key);
+        if (&key != &keys.constLast())
+            value = VXValueForKey(value, key);
+    }
+    return {};
+}
+
+QString expressionProblem(const VXExpression &expression, const QVariant &object)
+{
+    switch (expression.kind()) {
+    case VXExpression::Kind::Constant:
+    case VXExpression::Kind::Self:
+        return {};
+    case VXExpression::Kind::Variable:
+        return u"the variable $%1 has no value"_s.arg(expression.value().toString());
+    case VXExpression::Kind::KeyPath:
+        return keyPathProblem(expression.keys(), object);
+    case VXExpression::Kind::Aggregate:
+        return firstProblem(expression.elements(),
+                            [&](const VXExpression &element) { return expressionProblem(element, object); });
+    }
+    return {};
+}
+
+QString patternProblem(const VXPredicate &comparison)
+{
+    if (comparison.comparisonOperator() != VXPredicate::Operator::Matches ||
+        comparison.right().kind() != VXExpression::Kind::Constant)
+        return {};
+    const QRegularExpression pattern(comparison.right().value().toString());
+    return pattern.isValid() ? QString()
+                             : u"\"%1\" is no regular expression: %2"_s.arg(pattern.pattern(), pattern.errorString());
+}
+
+// Why the predicate cannot be applied to the object; null when it can.
+QString problemOf(const VXPredicate &predicate, const QVariant &object)
+{
+    if (predicate.kind() != VXPredicate::Kind::Comparison)
+        return firstProblem(predicate.subpredicates(),
+                            [&](const VXPredicate &part) { return problemOf(part, object); });
+    QString problem = expressionProblem(predicate.left(), object);
+    if (problem.isNull())
+        problem = expressionProblem(predicate.right(), object);
+    return problem.isNull() ? patternProblem(predicate) : problem;
+}
+
+// The first key that the predicate asks of the map and does not get; null for none.
+QString missingKey(const VXPredicate &predicate, const QVariantMap &map)
+{
+    if (predicate.kind() != VXPredicate::Kind::Comparison)
+        return firstProblem(predicate.subpredicates(), [&](const VXPredicate &part) { return missingKey(part, map); });
+    for (const VXExpression *const expression : {&predicate.left(), &predicate.right()}) {
+        const QString key = expression->keys().value(0);
+        if (!key.isNull() && !map.contains(key))
+            return key;
+    }
+    return {};
+}
+
+// A predicate that cannot work is told also where it holds: "NOT" and "!=" turn what is missing into yes.
+VXFilterVerdict evaluate(const VXPredicate &predicate, const QVariant &object)
+{
+    if (const QString problem = problemOf(predicate, object); !problem.isNull())
+        return {VXFilterVerdict::Kind::Broken, predicate, problem};
+    return {predicate.evaluateWithObject(object) ? VXFilterVerdict::Kind::Passed : VXFilterVerdict::Kind::Rejected,
+            predicate};
+}
+
+VXFilterVerdict applyFilter(const VXManagedObject &trigger, const QVariant &object)
+{
+    const VXPropertyDescription *const property = trigger.entity().propertyForName(u"filter"_s);
+    const VXManagedObjectPtr filter = property == nullptr ? nullptr : trigger.related(property->index());
+    if (!filter)
+        return {VXFilterVerdict::Kind::NoFilter};
+    const QVariant predicate = filter->valueForKey(u"predicate"_s);
+    if (predicate.metaType() == QMetaType::fromType<VXPredicate>())
+        return evaluate(*static_cast<const VXPredicate *>(predicate.constData()), object);
+    const auto *const smart = dynamic_cast<const VXSmartFilter *>(filter.get());
+    const VXError problem = smart == nullptr ? VXError() : smart->problem();
+    if (!problem)
+        return {VXFilterVerdict::Kind::NoFilter};
+    const QString reason = problem.localizedRecoverySuggestion();
+    return {VXFilterVerdict::Kind::Broken, {}, reason.isNull() ? problem.localizedDescription() : reason};
+}
+
+} // namespace
+
+VXFilterVerdict VXApplyTriggerFilter(const VXManagedObject &trigger, const QVariant &object)
+{
+    try {
+        return applyFilter(trigger, object);
+    } catch (...) { // values of objects come from foreign code
+        return {VXFilterVerdict::Kind::Broken, {}, VXDescribeThrown().reason};
+    }
+}
+
+QString VXReasonForRejection(const VXFilterVerdict &verdict, const QVariant &object)
+{
+    const QString key = verdict.predicate && isMap(object) ? missingKey(*verdict.predicate, object.toMap()) : QString();
+    return key.isNull() ? QString() : noSuchKey(key);
+}

@@ -1,0 +1,36 @@
+#include "VXCall.h"
+#include "VXCallRecorder.h"
+#include "VXDataPlugin.h"
+#include "VXEventManager.h"
+#include "VXManagedObjectClass.h"
+#include "VXPrincipalClass.h"
+
+/** Keeps the history of calls, in the store "calls". */
+class CallsPlugin : public VXDataPlugin
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE CallsPlugin() { VXManagedObjectClass::registerClass<VXCall>(VXCall::entityName); }
+
+    void pluginDidLoad() override
+    {
+        const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
+        if (!coordinator)
+            return;
+        const auto recorder = std::make_shared<VXCallRecorder>(coordinator); // outlives a last call on another thread
+        VXNotificationCenter::defaultCenter().addObserver(
+            this, VXEventManagerWillPostEventNotification,
+            [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });
+    }
+
+    void pluginWillUnload() override
+    {
+        VXNotificationCenter::defaultCenter().removeObserver(this);
+        VXManagedObjectClass::removeClass(VXCall::entityName);
+    }
+};
+
+VX_PRINCIPAL_CLASS(CallsPlugin)
+
+#include "CallsPlugin.moc"

@@ -1,0 +1,120 @@
+#include "VXCallRecorder.h"
+
+#include "VXCall.h"
+#include "VXCoreDataSaveError.h"
+#include "VXDataManager.h"
+#include "VXKeyValueCoding.h"
+#include "VXManagedObjectContext.h"
+#include "VXMethodLog.h"
+#include "VXNone.h"
+
+using namespace Qt::StringLiterals;
+
+using Operator = VXPredicate::Operator;
+
+namespace {
+
+// A call that was never told to have ended is not taken for a later one.
+constexpr qint64 longestCall = 24 * 60 * 60; // seconds
+constexpr qint64 longestRinging = 5 * 60;    // seconds
+
+QDateTime timeOf(const QVariant &object)
+{
+    const QDateTime time = VXValueForKey(object, u"event_date"_s).toDateTime(); // a text in ISO 8601 too
+    return time.isValid() ? time : QDateTime::currentDateTimeUtc();
+}
+
+VXPredicate equals(const QString &key, const QVariant &value)
+{
+    const QVariant text = VXIsNone(value) ? QVariant() : QVariant(value.toString());
+    return VXPredicate::comparison(VXExpression::keyPath(key), Operator::Equal, VXExpression::constant(text));
+}
+
+VXPredicate startedSince(const QDateTime &time)
+{
+    return VXPredicate::comparison(VXExpression::keyPath(u"date"_s), Operator::GreaterOrEqual,
+                                   VXExpression::constant(time));
+}
+
+// The calls that the news may be about.
+VXPredicate candidates(const VXCallNews &news)
+{
+    QList<VXPredicate> all{equals(u"device_url"_s, VXValueForKey(news.object, u"device_url"_s)),
+                           VXPredicate::comparison(VXExpression::keyPath(u"direction"_s), Operator::Equal,
+                                                   VXExpression::constant(int(news.direction)))};
+    if (const QVariant identifier = VXValueForKey(news.object, u"call_id"_s); !VXIsNone(identifier))
+        return VXPredicate::allOf(all << equals(u"call_id"_s, identifier));
+    const bool isRinging = news.state == "ringing"_L1; // again: phones tell it with each ring
+    all << equals(u"from"_s, VXValueForKey(news.object, u"from"_s))
+        << equals(u"to"_s, VXValueForKey(news.object, u"to"_s))
+        << startedSince(news.time.addSecs(isRinging ? -longestRinging : -longestCall));
+    all << (isRinging ? equals(u"state"_s, u"ringing"_s) : VXPredicate::negationOf(equals(u"state"_s, u"ended"_s)));
+    return VXPredicate::allOf(all);
+}
+
+// The newest call that the news is about; a new one when there is none. Null, with an error, when that cannot be told.
+VXManagedObjectPtr callFor(const VXCallNews &news, VXManagedObjectContext &context, VXError *error)
+{
+    const VXManagedObjectModel &model = context.persistentStoreCoordinator()->model();
+    VXFetchRequest request(*model.entityForName(VXCall::entityName));
+    request.predicate = candidates(news);
+    request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
+    request.limit = 1;
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    if (!found)
+        return {};
+    return found->isEmpty() ? context.insertNewObject(VXCall::entityName) : found->first();
+}
+
+} // namespace
+
+VXCallRecorder::VXCallRecorder(const VXPersistentStoreCoordinator::Ptr &coordinator) : _coordinator(coordinator) {}
+
+std::optional<VXCallNews> VXCallRecorder::newsOf(const VXNotification &notification) const
+{
+    const QString event = notification.userInfo.value(u"event_name"_s).toString();
+    const QString state = notification.userInfo.value(u"event_message"_s).toString();
+    const bool isIncoming = event == "incoming_call"_L1;
+    if (!isIncoming && event != "outgoing_call"_L1)
+        return std::nullopt;
+    if (state != "ringing"_L1 && state != "connected"_L1 && state != "ended"_L1)
+        return std::nullopt;
+    const auto object = notification.object.value<VXManagedObjectPtr>();
+    const VXStoreIdentity *const store = object ? object->objectID().store() : nullptr;
+    if (store != nullptr && _coordinator->persistentStoreForIdentity(*store)) // it is in the history already
+        return std::nullopt;
+    return VXCallNews{.direction = isIncoming ? VXCallNews::Incoming : VXCallNews::Outgoing,
+                      .state = state,
+                      .time = timeOf(notification.object),
+                      .object = notification.object};
+}
+
+void VXCallRecorder::eventWillBePosted(const VXNotification &notification)
+{
+    const std::optional<VXCallNews> news = newsOf(notification);
+    if (!news || !record(*news))
+        return;
+    static const VXNotificationName didSave(VXDataStoreDidSaveNotification);
+    VXNotificationCenter::defaultCenter().postNotificationName(
+        didSave, {},
+        {{VXEventNameKey, notification.userInfo.value(u"event_name"_s)},
+         {VXEntityStoreKey, u"calls"_s},
+         {VXEntityNameKey, VXCall::entityName}});
+}
+
+bool VXCallRecorder::record(const VXCallNews &news)
+{
+    const VXMutexLocker locker(_lock);
+    VXManagedObjectContext context(_coordinator);
+    context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
+    VXError error;
+    const VXManagedObjectPtr object = callFor(news, context, &error);
+    if (auto *const call = dynamic_cast<VXCall *>(object.get())) {
+        call->take(news);
+        if (context.save(&error))
+            return true;
+    }
+    VXLogMethod(VXLogError, "record:", "call not kept: "_L1 + error.description());
+    VXLogCoreDataSaveError(error);
+    return false;
+}

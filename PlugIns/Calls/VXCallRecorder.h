@@ -1,0 +1,31 @@
+#pragma once
+
+#include "VXMutex.h"
+#include "VXNotificationCenter.h"
+#include "VXPersistentStoreCoordinator.h"
+
+#include <optional>
+
+struct VXCallNews;
+
+/**
+ * Writes calls into the history as events tell of them: one object for each call, from ringing over connected to ended. Events
+ * of one call are known by the phone's "call_id", else by phone, parties and direction. Any thread.
+ */
+class VXCallRecorder
+{
+public:
+    /** The recorder holds the store open. */
+    explicit VXCallRecorder(const VXPersistentStoreCoordinator::Ptr &coordinator);
+
+    /** For observers of VXEventManagerWillPostEventNotification. Events that are about no call are ignored. */
+    void eventWillBePosted(const VXNotification &notification);
+
+private:
+    std::optional<VXCallNews> newsOf(const VXNotification &notification) const;
+    bool record(const VXCallNews &news);
+
+    const VXPersistentStoreCoordinator::Ptr _coordinator;
+    // Two events of one call must not both find that there is none. An observer of a save may post the next event.
+    VXRecursiveMutex _lock;
+};

@@ -1,0 +1,36 @@
+#include "VXFileExporter.h"
+
+#include "VXErrorDomain.h"
+#include "VXFramework.h"
+#include "VXNone.h"
+#include "VXPluginOptions.h"
+
+using namespace Qt::StringLiterals;
+
+std::optional<VXError> VXFileExporter::exportObjects(const QVariantList &objects, const QVariantMap &options)
+{
+    const QString path = VXExpandedPath(options.value(VXExporterOptionsFilePathKey).toString());
+    const QString description = VXLocalizedString(u"The export failed."_s);
+    if (path.isEmpty())
+        return VXMakeFileError(description, VXLocalizedString(u"No file to export to is set."_s), {});
+
+    QVariantList present = objects;
+    present.removeIf([](const QVariant &object) { return VXIsNone(object); });
+    if (present.isEmpty() && !objects.isEmpty())
+        return VXMakeFileError(description, VXLocalizedString(u"The event is about nothing that can be exported."_s),
+                               path);
+
+    using Mode = VXExportFile::Mode;
+    const Mode mode = VXBooleanOption(options, u"append"_s, true) ? Mode::Append : Mode::Replace;
+    QString reason;
+    const auto file = VXExportFile::open(path, mode, &reason);
+    if (file && writeObjects(present, options, *file, &reason) && file->commit(&reason))
+        return std::nullopt;
+    return VXMakeFileError(description, reason, path);
+}
+
+QString VXFileExporter::localizedString(const QString &key) const
+{
+    const VXBundle::Ptr found = bundle();
+    return found ? found->localizedStringForKey(key) : key;
+}

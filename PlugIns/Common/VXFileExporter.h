@@ -1,0 +1,25 @@
+#pragma once
+
+#include "VXExporterPlugin.h"
+#include "VXExportFile.h"
+
+/**
+ * An exporter that writes files. The option "VXExporterOptionsFilePath" names the file; "append" (true without) tells
+ * whether objects go behind what it holds or in place of that. Two exports to one file at once come one after the other,
+ * and one that fails changes nothing.
+ */
+class VXFileExporter : public VXExporterPlugin
+{
+    Q_OBJECT
+
+public:
+    [[nodiscard]] std::optional<VXError> exportObjects(const QVariantList &objects, const QVariantMap &options) final;
+
+protected:
+    /** Writes the objects, none of them invalid. False with a reason for people: the file stays as it was. */
+    virtual bool writeObjects(const QVariantList &objects, const QVariantMap &options, VXExportFile &file,
+                              QString *reason) = 0;
+
+    /** Of the plugin's table "Localizable", in the user's language. */
+    QString localizedString(const QString &key) const;
+};

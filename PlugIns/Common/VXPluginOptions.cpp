@@ -1,0 +1,35 @@
+#include "VXPluginOptions.h"
+
+#include "VXNone.h"
+
+#include <QtCore/QDir>
+
+using namespace Qt::StringLiterals;
+
+bool VXBooleanOption(const QVariantMap &options, const QString &key, bool fallback)
+{
+    const QVariant value = options.value(key);
+    if (VXIsNone(value))
+        return fallback;
+    if (value.typeId() == QMetaType::QString && value.toString().compare(u"no", Qt::CaseInsensitive) == 0)
+        return false;
+    return value.toBool();
+}
+
+QStringList VXListOption(const QVariantMap &options, const QString &key)
+{
+    const QVariant value = options.value(key);
+    if (value.typeId() != QMetaType::QString)
+        return value.toStringList();
+    QStringList parts;
+    for (const QString &part : value.toString().split(u',', Qt::SkipEmptyParts))
+        parts.append(part.trimmed());
+    return parts;
+}
+
+QString VXExpandedPath(const QString &path)
+{
+    if (path == "~"_L1 || path.startsWith("~/"_L1))
+        return QDir::homePath() + path.sliced(1);
+    return path;
+}

@@ -1,0 +1,119 @@
+#include "VXCalendarEntry.h"
+
+#include "VXContentLines.h"
+#include "VXJSON.h"
+#include "VXNone.h"
+#include "VXObjectValues.h"
+#include "VXPhonebookList.h"
+#include "VXPhonebookString.h"
+
+#include <QtCore/QStringList>
+#include <QtCore/QUuid>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// So that one object always gives one identifier (RFC 9562, version 5).
+const QUuid entryNamespace(0x1f5a6c1e, 0x8d0b, 0x4b63, 0x9e, 0x57, 0x3a, 0x0c, 0x6e, 0x2d, 0x41, 0xb8);
+
+QString dateText(const QDateTime &date)
+{
+    return date.toUTC().toString(u"yyyyMMdd'T'HHmmss'Z'");
+}
+
+QString durationText(qint64 seconds)
+{
+    return u"PT%1H%2M%3S"_s.arg(seconds / 3600).arg(seconds / 60 % 60).arg(seconds % 60);
+}
+
+} // namespace
+
+QByteArray VXCalendarEntry::bytes() const
+{
+    VXContentLines lines;
+    lines.add(u"BEGIN"_s, u"VEVENT"_s);
+    lines.addText(u"UID"_s, identifier());
+    lines.add(u"DTSTAMP"_s, dateText(_now));
+    lines.add(u"DTSTART"_s, dateText(start()));
+    if (duration() > 0)
+        lines.add(u"DURATION"_s, durationText(duration()));
+    lines.addText(u"SUMMARY"_s, summary());
+    lines.addTextIfAny(u"DESCRIPTION"_s, description());
+    lines.addText(u"CATEGORIES"_s, _translate(isMessage() ? u"Messages"_s : u"Calls"_s));
+    lines.add(u"TRANSP"_s, u"TRANSPARENT"_s); // nobody is busy for it
+    lines.add(u"END"_s, u"VEVENT"_s);
+    return lines.bytes();
+}
+
+QString VXCalendarEntry::text(const QString &key) const
+{
+    return VXValueForKey(_object, key).toString().trimmed();
+}
+
+bool VXCalendarEntry::isIncoming() const
+{
+    const QVariant direction = VXValueForKey(_object, u"direction"_s);
+    return VXIsNone(direction) ? !text(u"from"_s).isEmpty() : direction.toInt() != 0;
+}
+
+bool VXCalendarEntry::isMessage() const
+{
+    return VXValueForKey(_object, u"text"_s).isValid();
+}
+
+QString VXCalendarEntry::party() const
+{
+    return text(isIncoming() ? u"from"_s : u"to"_s);
+}
+
+QString VXCalendarEntry::summary() const
+{
+    QStringList names;
+    for (const QString &item : VXUnpackPhonebookStrings(party(), false)) {
+        QString name;
+        QString value;
+        const bool isAddress = VXPhonebookStringSplit(item, &name, &value);
+        names.append(!name.isEmpty() ? name : isAddress ? value : item);
+    }
+    const QString who = names.isEmpty() ? _translate(u"unknown"_s) : names.join(", "_L1);
+    if (isMessage())
+        return _translate(isIncoming() ? u"Message from %1"_s : u"Message to %1"_s).arg(who);
+    return _translate(isIncoming() ? u"Call from %1"_s : u"Call to %1"_s).arg(who);
+}
+
+QString VXCalendarEntry::description() const
+{
+    QStringList parts{text(u"text"_s), party()};
+    parts.removeIf([](const QString &part) { return part.isEmpty(); });
+    return parts.join(u'\n');
+}
+
+QDateTime VXCalendarEntry::start() const
+{
+    for (const QString &key : {u"date"_s, u"event_date"_s}) {
+        const QDateTime date = VXValueForKey(_object, key).toDateTime(); // a text in ISO 8601 too
+        if (date.isValid())
+            return date;
+    }
+    return _now.addSecs(-duration());
+}
+
+qint64 VXCalendarEntry::duration() const
+{
+    const double seconds = VXValueForKey(_object, u"duration"_s).toDouble();
+    return std::isfinite(seconds) && seconds > 0 && seconds < 1e9 ? std::llround(seconds) : 0;
+}
+
+QString VXCalendarEntry::identifier() const
+{
+    const VXManagedObject *const stored = VXManagedObjectIn(_object);
+    const bool hasURI = stored != nullptr && !stored->objectID().isTemporary();
+    const QByteArray whole = hasURI ? VXValueText(_object).toUtf8() : VXJSONText(VXPlainJSONOfObject(_object));
+    // What happened at no known time happens anew each time.
+    const bool isUndated = text(u"date"_s).isEmpty() && text(u"event_date"_s).isEmpty();
+    const QUuid uuid = !hasURI && isUndated ? QUuid::createUuid() : QUuid::createUuidV5(entryNamespace, whole);
+    return uuid.toString(QUuid::WithoutBraces);
+}

@@ -1,0 +1,30 @@
+#include "VXFileExporter.h"
+#include "VXJSON.h"
+#include "VXObjectValues.h"
+#include "VXPrincipalClass.h"
+
+/** Writes each object as a line of JSON, for programs. */
+class JSONLinesExporterPlugin : public VXFileExporter
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE JSONLinesExporterPlugin() = default;
+
+protected:
+    bool writeObjects(const QVariantList &objects, const QVariantMap &, VXExportFile &file, QString *) override
+    {
+        // A line that was cut off, or a last line without an end, spoils no other.
+        if (file.oldSize() > 0 && file.oldBytes(file.oldSize() - 1, 1) != "\n")
+            file.write("\n");
+        for (const QVariant &object : objects) {
+            if (!file.write(VXJSONText(VXPlainJSONOfObject(object)) + '\n'))
+                break; // told when it is committed
+        }
+        return true;
+    }
+};
+
+VX_PRINCIPAL_CLASS(JSONLinesExporterPlugin)
+
+#include "JSONLinesExporterPlugin.moc"

@@ -1,0 +1,193 @@
+#include "VXCommand.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto grace = 2s; // between asking to end and killing
+constexpr qsizetype longestTail = 4096;
+
+class Descriptor
+{
+public:
+    explicit Descriptor(int number = -1) : _number(number) {}
+    ~Descriptor() { reset(); }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+
+    int get() const { return _number; }
+    void reset(int number = -1)
+    {
+        if (_number >= 0)
+            ::close(_number);
+        _number = number;
+    }
+
+private:
+    int _number;
+};
+
+std::vector<char *> pointers(const QList<QByteArray> &texts)
+{
+    std::vector<char *> result;
+    result.reserve(static_cast<size_t>(texts.size()) + 1);
+    for (const QByteArray &text : texts)
+        result.push_back(const_cast<char *>(text.constData()));
+    result.push_back(nullptr);
+    return result;
+}
+
+// The program while it runs.
+class Run
+{
+public:
+    int start(const VXCommand &command);
+    void waitUntilEnd(Clock::time_point deadline);
+    VXCommandOutcome finish();
+
+private:
+    bool makeInput(const QByteArray &input);
+    int spawn(const VXCommand &command, int errors);
+    bool wait(Clock::time_point deadline);
+    bool readErrors();
+
+    pid_t _process = 0;
+    Descriptor _input;  // the whole input as a file, so that nobody has to feed the program
+    Descriptor _errors; // what it writes to standard error
+    Descriptor _handle; // can be read once it has ended
+    VXCommandOutcome _outcome;
+};
+
+bool Run::makeInput(const QByteArray &input)
+{
+    _input.reset(::memfd_create("event", MFD_CLOEXEC));
+    const auto size = static_cast<size_t>(input.size());
+    return _input.get() >= 0 && ::pwrite(_input.get(), input.constData(), size, 0) == input.size();
+}
+
+int Run::start(const VXCommand &command)
+{
+    std::array<int, 2> pipe{-1, -1};
+    if (!makeInput(command.input) || ::pipe2(pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+        return errno;
+    _errors.reset(pipe[0]);
+    const Descriptor writingEnd(pipe[1]);
+    ::fcntl(pipe[1], F_SETFL, 0); // the program's end blocks, as programs expect
+    if (const int problem = spawn(command, pipe[1]))
+        return problem;
+    _handle.reset(static_cast<int>(::syscall(SYS_pidfd_open, _process, 0))); // glibc 2.36 declares it for C only
+    return 0;
+}
+
+int Run::spawn(const VXCommand &command, int errors)
+{
+    posix_spawn_file_actions_t files;
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_init(&files);
+    posix_spawnattr_init(&attributes);
+    posix_spawn_file_actions_adddup2(&files, _input.get(), STDIN_FILENO);
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_adddup2(&files, errors, STDERR_FILENO);
+    posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+    posix_spawn_file_actions_addchdir_np(&files, command.workingFolder.constData());
+    sigset_t none;
+    sigset_t standard;
+    sigemptyset(&none);
+    sigfillset(&standard);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &standard);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+
+    const std::vector<char *> arguments = pointers(QList<QByteArray>{command.program} + command.arguments);
+    const int problem = ::posix_spawn(&_process, command.program.constData(), &files, &attributes, arguments.data(),
+                                      pointers(command.environment).data());
+    posix_spawn_file_actions_destroy(&files);
+    posix_spawnattr_destroy(&attributes);
+    return problem;
+}
+
+// False when nothing more will come.
+bool Run::readErrors()
+{
+    std::array<char, 4096> buffer{};
+    while (true) {
+        const ssize_t count = ::read(_errors.get(), buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return count < 0 && errno == EAGAIN;
+        _outcome.errorTail.append(buffer.data(), count);
+        const qsizetype excess = _outcome.errorTail.size() - longestTail;
+        if (excess > 0)
+            _outcome.errorTail.remove(0, excess);
+    }
+}
+
+// False when the program still ran at the deadline.
+bool Run::wait(Clock::time_point deadline)
+{
+    std::array<pollfd, 2> sources{pollfd{_handle.get(), POLLIN, 0}, pollfd{_errors.get(), POLLIN, 0}};
+    while (true) {
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        const int count = ::poll(sources.data(), sources.size(), static_cast<int>(std::max(rest, 0ms).count()));
+        if (count < 0 && errno != EINTR)
+            return false;
+        if (count > 0 && sources[1].revents != 0 && !readErrors())
+            sources[1].fd = -1;
+        if (count > 0 && sources[0].revents != 0)
+            return true;
+        if (Clock::now() >= deadline)
+            return false;
+    }
+}
+
+void Run::waitUntilEnd(Clock::time_point deadline)
+{
+    if (_handle.get() >= 0 && wait(deadline))
+        return;
+    // The number stays the program's until it is reaped, and the group's.
+    _outcome.isTimedOut = true;
+    ::kill(-_process, SIGTERM);
+    if (_handle.get() >= 0)
+        wait(Clock::now() + grace);
+    ::kill(-_process, SIGKILL);
+}
+
+VXCommandOutcome Run::finish()
+{
+    int status = 0;
+    while (::waitpid(_process, &status, 0) < 0 && errno == EINTR)
+        continue;
+    readErrors();
+    _outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+    _outcome.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    return _outcome;
+}
+
+} // namespace
+
+VXCommandOutcome VXCommand::run() const
+{
+    Run run;
+    VXCommandOutcome outcome;
+    outcome.startProblem = run.start(*this);
+    if (outcome.startProblem != 0)
+        return outcome;
+    run.waitUntilEnd(Clock::now() + timeout);
+    return run.finish();
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+
+#include <chrono>
+
+/** How a command ended. */
+struct VXCommandOutcome
+{
+    int startProblem = 0; // errno when it did not start
+    int status = 0;       // exit status
+    int signal = 0;       // that ended it
+    bool isTimedOut = false;
+    QByteArray errorTail; // the last of what it wrote to standard error
+
+    bool isSuccess() const { return startProblem == 0 && status == 0 && signal == 0 && !isTimedOut; }
+};
+
+/** A program to run: all of it known before, so that any thread can run it. */
+struct VXCommand
+{
+    QByteArray program;          // path
+    QList<QByteArray> arguments; // without the program's name
+    QList<QByteArray> environment;
+    QByteArray input;
+    QByteArray workingFolder;
+    std::chrono::milliseconds timeout;
+
+    /**
+     * Runs it to its end, in a session and process group of its own. Its output is dropped. At the time-out the whole group is
+     * asked to end, and killed when it does not within two seconds. What the program leaves behind when it ends by itself
+     * stays.
+     */
+    VXCommandOutcome run() const;
+};

@@ -1,0 +1,133 @@
+#include "HostProgram.h"
+#include "VXTesting.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+
+namespace {
+
+const QString reactor = u"com.halvern.VNX2.plugin.logevent"_s;
+
+class HostTriggersTest : public VXHomeTest
+{
+protected:
+    static HostOutcome triggers(const QStringList &arguments)
+    {
+        return runHost(QStringList{u"triggers"_s} + arguments);
+    }
+
+    static QJsonDocument json(const QStringList &arguments)
+    {
+        const HostOutcome outcome = triggers(QStringList{u"--json"_s} + arguments);
+        EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+        return QJsonDocument::fromJson(outcome.output);
+    }
+};
+
+} // namespace
+
+TEST_F(HostTriggersTest, AddsShowsTriesAndRemoves)
+{
+    const QString filter = u"from CONTAINS[c] \"jane\" AND NOT duration < 5"_s;
+    const HostOutcome added = triggers(
+        {u"add"_s, u"--event"_s, u"incoming_call"_s, u"--name"_s, u"Jane"_s, u"--filter"_s, filter, u"--reactor"_s,
+         reactor, u"--option"_s, u"text={from} called"_s, u"--option=list=[1, \"b\"]"_s, u"--reactor"_s, reactor});
+    EXPECT_EQ(added.status, 0) << added.errors.toStdString();
+    EXPECT_EQ(triggers({u"add"_s, u"--event"_s, u"incoming_call"_s, u"--reactor"_s, reactor}).status, 0);
+
+    const QJsonArray all = json({}).array();
+    ASSERT_EQ(all.size(), 2);
+    const QJsonObject first = all[0].toObject();
+    EXPECT_EQ(first.value("name"_L1), u"Jane"_s);
+    EXPECT_EQ(first.value("filter"_L1), filter);
+    EXPECT_EQ(first.value("enabled"_L1), true);
+    const QJsonArray reactors = first.value("reactors"_L1).toArray();
+    ASSERT_EQ(reactors.size(), 2);
+    EXPECT_EQ(reactors[0].toObject().value("options"_L1),
+              (QJsonObject{{u"text"_s, u"{from} called"_s}, {u"list"_s, QJsonArray{1, u"b"_s}}}));
+    EXPECT_EQ(reactors[1].toObject().value("options"_L1), QJsonObject());
+    EXPECT_TRUE(all[1].toObject().value("filter"_L1).isNull());
+
+    const QString identifier = first.value("id"_L1).toString();
+    const QString uri = first.value("uri"_L1).toString();
+    const struct
+    {
+        QString id;
+        QString object;
+        bool passes;
+    } cases[] = {{identifier, u"{\"from\": \"Jane <555>\", \"duration\": 9}"_s, true},
+                 {identifier.mid(1), u"{\"from\": \"Jane <555>\", \"duration\": 4}"_s, false},
+                 {uri, u"{\"from\": \"Bob\", \"duration\": 9}"_s, false}};
+    for (const auto &each : cases) {
+        const QJsonObject tried = json({u"test"_s, each.id, u"--object"_s, each.object}).object();
+        EXPECT_EQ(tried.value("passes"_L1), each.passes) << each.object.toStdString();
+        EXPECT_EQ(tried.value("reactors"_L1).toArray().at(1).toObject().value("runs"_L1), each.passes);
+    }
+
+    EXPECT_EQ(triggers({u"disable"_s, identifier}).status, 0);
+    const QJsonObject disabled = json({u"test"_s, identifier, u"--object"_s, cases[0].object}).object();
+    EXPECT_EQ(disabled.value("passes"_L1), true);
+    EXPECT_EQ(disabled.value("reactors"_L1).toArray().at(0).toObject().value("runs"_L1), false);
+    EXPECT_EQ(triggers({u"enable"_s, identifier}).status, 0);
+    EXPECT_EQ(triggers({u"remove"_s, identifier}).status, 0);
+    EXPECT_EQ(json({u"list"_s}).array(), QJsonArray{all[1]});
+}
+
+TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
+{
+    const QStringList event{u"add"_s, u"--event"_s, u"ping"_s};
+    const QStringList whole = event + QStringList{u"--reactor"_s, reactor};
+    const struct
+    {
+        QStringList arguments;
+        int status;
+        const char *reason;
+    } cases[] = {
+        {{u"add"_s, u"--reactor"_s, reactor}, 2, "--event is missing"},
+        {event, 2, "--reactor is missing"},
+        {event + QStringList{u"--option"_s, u"a=b"_s, u"--reactor"_s, reactor}, 2, "stands before any --reactor"},
+        {whole + QStringList{u"--option"_s, u"=b"_s}, 2, "not of the form KEY=VALUE"},
+        {whole + QStringList{u"--filter"_s, u"from =="_s}, 1, "--filter: "},
+        {whole + QStringList{u"--filter"_s, u"from == $WHO"_s}, 1, "the variable $WHO has no value"},
+        {event + QStringList{u"--reactor"_s, u"org.example.none"_s}, 1, "there is no plugin \"org.example.none\""},
+        {event + QStringList{u"--reactor"_s, u"com.halvern.VNX2.plugin.calls"_s}, 1, "does not react to events"},
+        {{u"list"_s, u"--event"_s, u"ping"_s}, 2, "--event does not go with list"},
+        {{u"remove"_s}, 2, "remove needs ID"},
+        {{u"list"_s, u"p1"_s}, 2, "list takes nothing more"},
+        {{u"remove"_s, u"p1"_s}, 1, "there is no trigger \"p1\""},
+        {{u"enable"_s, u"x-coredata://other/VXTrigger/p1"_s}, 1, "there is no trigger"},
+        {{u"disable"_s, u"first"_s}, 1, "there is no trigger \"first\""},
+    };
+    for (const auto &[arguments, status, reason] : cases) {
+        const HostOutcome outcome = triggers(arguments);
+        EXPECT_EQ(outcome.status, status) << arguments.join(u' ').toStdString();
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(reason));
+    }
+    EXPECT_EQ(triggers(whole).status, 0);
+    EXPECT_EQ(triggers({u"test"_s, u"p1"_s, u"--object"_s, u"[1]"_s}).status, 1);
+    EXPECT_EQ(json({}).array().size(), 1);
+}
+
+TEST_F(HostTriggersTest, StoreThatCannotBeOpenedEndsTheCommandAndStaysAsItIs)
+{
+    ASSERT_EQ(triggers({u"add"_s, u"--event"_s, u"ping"_s, u"--reactor"_s, reactor}).status, 0);
+    const QString file = path(u".local/share/Vornix 2/Data/triggers.vxdatastore/triggers.sqlite"_s);
+    const QByteArray good = readFile(file);
+    ASSERT_FALSE(good.isEmpty());
+    const QByteArray damaged = "damaged" + good.mid(7);
+    writeFile(QDir(path()).relativeFilePath(file), damaged);
+    const HostOutcome outcome = triggers({u"--json"_s});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("The store is damaged, or no store at all."));
+    EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("/Data/triggers.vxdatastore"));
+    EXPECT_TRUE(QJsonDocument::fromJson(outcome.output).object().contains("error"_L1));
+    EXPECT_EQ(readFile(file), damaged);
+    writeFile(QDir(path()).relativeFilePath(file), good);
+    EXPECT_EQ(json({}).array().size(), 1);
+}

@@ -1,0 +1,230 @@
+#include "VXDataPlugin.h"
+#include "VXDataPluginTesting.h"
+#include "VXFramework.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+class VXDataPluginTest : public VXDataPluginHomeTest
+{
+protected:
+    static VXDataPlugin &dataPlugin(const QString &identifier)
+    {
+        return plugin(identifier)->as<VXDataPlugin>("persistentStoreCoordinator");
+    }
+
+    const QString live = data(u"notes.vxdatastore"_s);
+    const QString replacement = waiting(u"notes.vxdatastore"_s);
+};
+
+TEST_F(VXDataPluginTest, MakesStoresStampedAndSeededAndFindsThemAgain)
+{
+    const QVariantMap seeds{{u"FixtureValidation"_s, u"seeds"_s}};
+    writePlugin(u"notes"_s, u"sqlite"_s, seeds);
+    writePlugin(u"pages"_s, u"xml"_s, seeds);
+    startWith({});
+    for (const auto &[name, type] : {std::pair(u"notes"_s, u"sqlite"_s), std::pair(u"pages"_s, u"xml"_s)}) {
+        const QString folder = data(name + ".vxdatastore"_L1);
+        EXPECT_THAT(textsIn(dataPlugin(u"org.example."_s + name).persistentStoreCoordinator()), ElementsAre(u"new"_s));
+        EXPECT_TRUE(QFile::exists(folder + u'/' + name + ".mom"_L1));
+        const auto again = VXCoreDataStore::storeClass().storeWithPath(folder); // as the next start would
+        ASSERT_TRUE(again);
+        EXPECT_EQ(again->dataFileName(), name + u'.' + type);
+        EXPECT_EQ(again->metadata().value(VXStoreOwnerIdentifierKey), u"org.example."_s + name);
+        EXPECT_EQ(again->metadata().value(VXStoreVersionKey), u"1.2"_s);
+        EXPECT_THAT(textsIn(again->persistentStoreCoordinator()), ElementsAre(u"new"_s));
+    }
+    EXPECT_THAT(user->alerts(), SizeIs(0));
+}
+
+TEST_F(VXDataPluginTest, StoreInMemoryLeavesNoTrace)
+{
+    writePlugin(u"notes"_s, u"memory"_s, {{u"FixtureValidation"_s, u"seeds"_s}});
+    startWith({});
+    EXPECT_THAT(textsIn(dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator()), ElementsAre(u"new"_s));
+    EXPECT_FALSE(QFile::exists(data()));
+}
+
+TEST_F(VXDataPluginTest, OpensAStoreOfItsVersionWhateverTheNumberLooksLike)
+{
+    writeStore(live, u"kept"_s, u"1.02"_s);
+    writePlugin(u"notes"_s);
+    startWith({});
+    EXPECT_THAT(textsIn(dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator()), ElementsAre(u"kept"_s));
+}
+
+TEST_F(VXDataPluginTest, WaitingStoreIsMovedInAndTheOldOneTrashed)
+{
+    for (const bool hasOld : {false, true}) {
+        if (hasOld)
+            writeStore(data(u"others.vxdatastore"_s), u"old"_s, u"1.2"_s, u"org.example.others"_s);
+        const QString name = hasOld ? u"others"_s : u"notes"_s;
+        writeStore(waiting(name + ".vxdatastore"_L1), u"imported"_s, u"1.2"_s, u"org.example."_s + name);
+        writePlugin(name);
+    }
+    startWith({});
+    for (const QString &name : {u"notes"_s, u"others"_s}) {
+        EXPECT_THAT(textsIn(dataPlugin(u"org.example."_s + name).persistentStoreCoordinator()),
+                    ElementsAre(u"imported"_s));
+        EXPECT_FALSE(QFile::exists(waiting(name + ".vxdatastore"_L1)));
+    }
+    EXPECT_THAT(
+        textsIn(
+            VXCoreDataStore::storeClass().storeWithPath(trash(u"others.vxdatastore"_s))->persistentStoreCoordinator()),
+        ElementsAre(u"old"_s));
+    EXPECT_FALSE(QFile::exists(trash(u"notes.vxdatastore"_s)));
+}
+
+TEST_F(VXDataPluginTest, TemporaryStoreIsForThisUserOnly)
+{
+    writePlugin(u"notes"_s);
+    startWith({});
+    VXError error;
+    const auto first = dataPlugin(u"org.example.notes"_s).createStore(&error);
+    const auto second = dataPlugin(u"org.example.notes"_s).createStore(&error);
+    ASSERT_TRUE(first && second) << error.description().toStdString();
+    EXPECT_NE(first->storePath(), second->storePath());
+    EXPECT_EQ(QFileInfo(QFileInfo(first->storePath()).path()).permissions() &
+                  (QFile::ReadGroup | QFile::ReadOther | QFile::ExeGroup | QFile::ExeOther),
+              QFile::Permissions());
+    EXPECT_EQ(first->metadata().value(VXStoreVersionKey), u"1.2"_s);
+    for (const auto &store : {first, second})
+        QDir(QFileInfo(store->storePath()).path()).removeRecursively();
+}
+
+TEST_F(VXDataPluginTest, FailedCreationsSayWhyAndLeaveNothing)
+{
+    writePlugin(u"notes"_s);
+    startWith({});
+    VXDataPlugin &notesPlugin = dataPlugin(u"org.example.notes"_s);
+
+    writeFile(u"taken/notes.mom"_s, "not to be replaced");
+    VXError error;
+    EXPECT_FALSE(notesPlugin.createStoreAtPath(path(u"taken"_s), {}, &error));
+    EXPECT_EQ(error.localizedDescription(), u"Unable to copy file"_s);
+    EXPECT_EQ(log.count(u"Could not copy file: "_s), 1);
+    EXPECT_EQ(readFile(path(u"taken/notes.mom"_s)), "not to be replaced");
+
+    EXPECT_FALSE(
+        notesPlugin.createStoreAtPath(path(u"unknown"_s), u"odd"_s, &error)); // as one in memory, without a file
+    EXPECT_EQ(error.localizedDescription(), u"Missing data store"_s);
+    EXPECT_EQ(error.localizedRecoverySuggestion(), path(u"unknown"_s));
+    EXPECT_EQ(log.count("missing data file "_L1 + path(u"unknown"_s)), 1);
+    EXPECT_FALSE(QFile::exists(path(u"unknown"_s)));
+
+    writeFile(u"file"_s, "");
+    EXPECT_FALSE(notesPlugin.createStoreAtPath(path(u"file/store"_s), {}, &error));
+    EXPECT_EQ(error.localizedDescription(), VXLocalizedString(u"Could not create folder."_s));
+}
+
+TEST_F(VXDataPluginTest, OnlyTheFirstFailureIsShown)
+{
+    for (const QString &name : {u"notes"_s, u"pages"_s}) {
+        writeFile(u".local/share/Vornix 2/Data/%1.vxdatastore/%1.sqlite"_s.arg(name), "damaged");
+        writePlugin(name);
+    }
+    startWith({});
+    EXPECT_THAT(user->alerts(), SizeIs(1));
+    EXPECT_FALSE(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"pages"_s));
+    EXPECT_EQ(log.count(u"plugin org.example.pages did not return store pages"_s), 1);
+    EXPECT_THAT(user->alerts(), SizeIs(1));
+}
+
+// -- Stores that are not opened: one in each process, for it ends the application
+
+struct RefusedStore
+{
+    const char *title;
+    const char *version; // of the store; nullptr for none
+    const char *owner;
+    const char *validation;
+    const char *message; // of the alert
+    const char *line;    // in the log
+    void (*spoil)(const QString &folder);
+};
+
+void PrintTo(const RefusedStore &store, std::ostream *out)
+{
+    *out << store.title;
+}
+
+class VXDataPluginRefusalTest : public VXDataPluginTest, public testing::WithParamInterface<RefusedStore>
+{
+};
+
+TEST_P(VXDataPluginRefusalTest, TellsTheUserQuitsAndLeavesTheStoreAsItWas)
+{
+    const RefusedStore &refused = GetParam();
+    writeStore(live, u"kept"_s, QString::fromUtf8(refused.version), QString::fromUtf8(refused.owner));
+    if (refused.spoil != nullptr)
+        refused.spoil(live);
+    const QMap<QString, QByteArray> before = contentsOf(live);
+    writePlugin(u"notes"_s, u"sqlite"_s, {{u"FixtureValidation"_s, QString::fromUtf8(refused.validation)}});
+    startWith({});
+
+    ASSERT_THAT(user->alerts(), SizeIs(1));
+    const VXAlert &alert = user->alerts().front();
+    EXPECT_EQ(alert.message, QString::fromUtf8(refused.message));
+    EXPECT_EQ(alert.informativeText, live);
+    EXPECT_EQ(alert.defaultButton, u"Quit"_s);
+    EXPECT_TRUE(alert.alternateButton.isNull());
+    EXPECT_TRUE(VXApplication::sharedApplication().isTerminating());
+    EXPECT_EQ(log.count(QString::fromUtf8(refused.line)), 1) << log.lines().join(u'\n').toStdString();
+    EXPECT_FALSE(dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator());
+    EXPECT_TRUE(contentsOf(live) == before || *refused.validation != '\0'); // which it was opened for
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, VXDataPluginRefusalTest,
+    testing::Values(
+        RefusedStore{"Newer", "1.10", "org.example.notes", "", "Data file is newer than this plugin supports",
+                     "persistentStoreCoordinator] Data file is newer than this plugin supports", nullptr},
+        RefusedStore{"Older", "1.1", "org.example.notes", "",
+                     "Data file was written by an older version of this plugin",
+                     "persistentStoreCoordinator] Data file was written by an older version of this plugin", nullptr},
+        RefusedStore{"WithoutVersion", nullptr, "org.example.notes", "", "Data file does not belong to this plugin",
+                     "persistentStoreCoordinator] Data file does not belong", nullptr},
+        RefusedStore{"Foreign", "1.2", nullptr, "", "Data file does not belong to this plugin",
+                     "persistentStoreCoordinator] Data file does not belong", nullptr},
+        RefusedStore{"Damaged", "1.2", "org.example.notes", "", "The store is damaged, or no store at all.",
+                     "It does not begin as an SQLite file.",
+                     [](const QString &folder) {
+                         QFile file(folder + "/notes.sqlite"_L1);
+                         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+                         file.write("no store at all");
+                     }},
+        RefusedStore{"WithoutDataFile", "1.2", "org.example.notes", "", "Unable to read data file",
+                     "missing data file: ",
+                     [](const QString &folder) {
+                         for (const QString &name : QDir(folder).entryList({u"notes.sqlite*"_s}))
+                             QFile::remove(folder + u'/' + name);
+                     }},
+        RefusedStore{"WithoutModel", "1.2", "org.example.notes", "", "Unable to read data file",
+                     "Missing managed object model",
+                     [](const QString &folder) { QFile::remove(folder + "/notes.mom"_L1); }},
+        RefusedStore{"Refused", "1.2", "org.example.notes", "refuses", "Unable to read data file",
+                     "_validateAndSaveStoreController:] validate: refused as told", nullptr},
+        RefusedStore{"Thrown", "1.2", "org.example.notes", "throws", "Unable to read data file",
+                     "threw runtime_error: thrown as told", nullptr}),
+    [](const auto &each) { return std::string(each.param.title); });
+
+TEST_F(VXDataPluginTest, StoreThatCannotBeTrashedIsNotReplaced)
+{
+    writeStore(live, u"kept"_s);
+    writeStore(replacement, u"imported"_s);
+    const auto before = contentsOf(live);
+    const auto waitingBefore = contentsOf(replacement);
+    writeFile(u".local/share/Trash"_s, "in the way");
+    writePlugin(u"notes"_s);
+    startWith({});
+    ASSERT_THAT(user->alerts(), SizeIs(1));
+    EXPECT_EQ(user->alerts().front().informativeText, live);
+    EXPECT_NE(user->alerts().front().message, u"Unable to read data file"_s); // but why it was not trashed
+    EXPECT_TRUE(VXApplication::sharedApplication().isTerminating());
+    EXPECT_EQ(contentsOf(live), before);
+    EXPECT_EQ(contentsOf(replacement), waitingBefore);
+}
