@@ -107,7 +107,8 @@ VXError VXManagedObjectContext::Save::conflictError(const QList<VXRowConflict> &
     QVariantList list;
     for (const VXRowConflict &conflict : conflicts) {
         const ObjectPtr object = _context.objectRegisteredForID(conflict.objectID);
-        if (!object || !object->_row)
+        const bool isWantedByBoth = object && object->isDeleted() && !conflict.stored;
+        if (!object || !object->_row || isWantedByBoth)
             continue;
         list.append(QVariantMap{
             {u"object"_s, QVariant::fromValue(object)},

@@ -57,8 +57,8 @@ void VXManagedObjectContext::mergeChanges(const QList<VXManagedObjectID> &insert
     }
     for (const ObjectID &objectID : deleted) {
         const ObjectPtr object = objectRegisteredForID(objectID);
-        if (!object || object->hasChanges())
-            continue;
+        if (!object || object->isDeleted() || object->_values)
+            continue; // what only others lead to or from is no change of its own
         noteForObservers(*object);
         forget(object);
     }

@@ -36,14 +36,14 @@ public:
     }
 
 private:
-    static constexpr qint64 shelfSize = 8;
-    using Shelf = std::array<VXManagedObject *, size_t(shelfSize)>;
+    static constexpr quint64 shelfSize = 8;
+    using Shelf = std::array<VXManagedObject *, shelfSize>;
 
     struct Key
     {
         const VXEntityDescription *root = nullptr;
         const VXStoreIdentity *store = nullptr;
-        qint64 number = -1; // of the shelf
+        quint64 number = 0; // of the shelf
 
         friend bool operator==(const Key &a, const Key &b) = default;
         friend size_t qHash(const Key &key, size_t seed = 0) noexcept
@@ -54,9 +54,9 @@ private:
 
     static Key keyOf(const VXManagedObjectID &objectID)
     {
-        return {&objectID.entity().rootEntity(), objectID.store(), objectID.number() / shelfSize};
+        return {&objectID.entity().rootEntity(), objectID.store(), quint64(objectID.number()) / shelfSize};
     }
-    static size_t placeOf(const VXManagedObjectID &objectID) { return size_t(objectID.number() % shelfSize); }
+    static size_t placeOf(const VXManagedObjectID &objectID) { return quint64(objectID.number()) % shelfSize; }
     Shelf *shelf(const Key &key) const;
 
     QHash<Key, Shelf> _shelves; // none is empty

@@ -7,6 +7,7 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QLocale>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -50,8 +51,8 @@ QString constantFormat(const QVariant &value)
 
 QString keyFormat(const QString &key)
 {
-    const bool isNumber = !key.isEmpty() && key.front().isDigit();
-    return isNumber || VXIsPredicateWord(key) ? u'#' + key : key;
+    const bool isWord = key.isEmpty() || key.front().isLetter() || u"_@$"_s.contains(key.front());
+    return !isWord || VXIsPredicateWord(key) ? u'#' + key : key;
 }
 
 } // namespace
@@ -59,7 +60,8 @@ QString keyFormat(const QString &key)
 VXExpression VXExpression::constant(const QVariant &value)
 {
     VXExpression made;
-    made._value = value;
+    if (!VXIsNone(value))
+        made._value = value.typeId() == QMetaType::QStringList ? QVariant(value.toList()) : value;
     return made;
 }
 
@@ -88,12 +90,14 @@ VXExpression VXExpression::variable(const QString &name)
     return made;
 }
 
+// Of constants alone it is one itself: made once, and equal however it was written.
 VXExpression VXExpression::aggregate(const QList<VXExpression> &elements)
 {
+    const auto isConstant = [](const VXExpression &element) { return element._kind == Kind::Constant; };
     VXExpression made;
     made._kind = Kind::Aggregate;
     made._elements = elements;
-    return made;
+    return std::all_of(elements.cbegin(), elements.cend(), isConstant) ? constant(made.evaluate({})) : made;
 }
 
 VXExpression VXExpression::substituted(const QVariantMap &variables) const
@@ -102,10 +106,12 @@ VXExpression VXExpression::substituted(const QVariantMap &variables) const
         const auto found = variables.constFind(_value.toString());
         return found == variables.cend() ? *this : constant(*found);
     }
-    VXExpression made = *this;
-    for (VXExpression &element : made._elements)
-        element = element.substituted(variables);
-    return made;
+    if (_kind != Kind::Aggregate)
+        return *this;
+    QList<VXExpression> elements;
+    for (const VXExpression &element : _elements)
+        elements.append(element.substituted(variables));
+    return aggregate(elements);
 }
 
 QVariant VXExpression::evaluate(const QVariant &object) const

@@ -187,11 +187,12 @@ QString optionsFormat(VXTextOptions options)
     return ignoresCase ? ignoresMarks ? u"[cd]"_s : u"[c]"_s : u"[d]"_s;
 }
 
-// Parts of a compound that bind less tightly than it does get brackets.
-QString partFormat(const VXPredicate &part)
+// With brackets only where they are needed: so the text is nested no deeper than the one it was read from.
+QString partFormat(const VXPredicate &part, VXPredicate::Kind whole)
 {
-    const bool isCompound = part.kind() == VXPredicate::Kind::And || part.kind() == VXPredicate::Kind::Or;
-    return isCompound ? u'(' + part.predicateFormat() + u')' : part.predicateFormat();
+    using Kind = VXPredicate::Kind;
+    const bool isLooser = part.kind() == Kind::Or || (part.kind() == Kind::And && whole != Kind::Or);
+    return isLooser ? u'(' + part.predicateFormat() + u')' : part.predicateFormat();
 }
 
 } // namespace
@@ -211,12 +212,12 @@ QString VXPredicate::predicateFormat() const
     case Kind::False:
         return u"FALSEPREDICATE"_s;
     case Kind::Not:
-        return "NOT "_L1 + partFormat(subpredicates().constFirst());
+        return "NOT "_L1 + partFormat(subpredicates().constFirst(), kind());
     case Kind::And:
     case Kind::Or: {
         QStringList parts;
         for (const VXPredicate &part : subpredicates())
-            parts.append(partFormat(part));
+            parts.append(partFormat(part, kind()));
         return parts.join(kind() == Kind::And ? " AND "_L1 : " OR "_L1);
     }
     case Kind::Comparison:

@@ -75,14 +75,19 @@ QStringList VXSQLiteRowLayout::columnsOf(const Cell &cell)
 VXManagedObjectID VXSQLiteRowLayout::readID(const VXSQLiteStatement &statement, const VXStoreIdentity &store) const
 {
     const VXEntityDescription *const entity = _schema.entityWithNumber(statement.number(1));
-    if (entity == nullptr || !entity->isKindOfEntity(_entity))
+    const qint64 number = statement.number(0);
+    if (entity == nullptr || !entity->isKindOfEntity(_entity) || number < 1 || number > VXLargestStoreNumber)
         return {};
-    return {*entity, store, statement.number(0)};
+    return {*entity, store, number};
 }
 
 bool VXSQLiteRowLayout::readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID, VXStoreRow &row,
                                 QString *problem) const
 {
+    if (const qint64 version = readVersion(statement); version < 1 || version > VXLargestStoreNumber) {
+        *problem = u"An object is of no version that can be."_s;
+        return false;
+    }
     for (const Cell &cell : _cells[size_t(objectID.entity().number())]) {
         if (!statement.isNull(cell.column) &&
             !readCell(statement, cell, *objectID.store(), &row.value(cell.index), problem))
@@ -96,14 +101,16 @@ bool VXSQLiteRowLayout::readCell(const VXSQLiteStatement &statement, const Cell 
                                  QVariant *value, QString *problem) const
 {
     if (cell.relationship != nullptr) {
-        const VXEntityDescription *entity = &cell.relationship->destination();
+        const VXEntityDescription &destination = cell.relationship->destination();
+        const VXEntityDescription *entity = &destination;
         if (cell.entityColumn >= 0 && !statement.isNull(cell.entityColumn))
             entity = _schema.entityWithNumber(statement.number(cell.entityColumn));
-        if (entity == nullptr) {
-            *problem = u"A reference of \"%1\" leads to an unknown entity."_s.arg(cell.property->name());
+        const qint64 number = statement.number(cell.column);
+        if (entity == nullptr || !entity->isKindOfEntity(destination) || number < 1) {
+            *problem = u"A reference of \"%1\" leads to no object that can be."_s.arg(cell.property->name());
             return false;
         }
-        std::construct_at(value, QVariant::fromValue(VXManagedObjectID(*entity, store, statement.number(cell.column))));
+        std::construct_at(value, QVariant::fromValue(VXManagedObjectID(*entity, store, number)));
         return true;
     }
     switch (cell.type) {

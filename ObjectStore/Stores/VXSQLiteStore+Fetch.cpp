@@ -117,7 +117,7 @@ bool VXSQLiteStore::fetch(const VXFetchRequest &request, bool needsRows, const s
         VXFetchedRow fetched{rowLayout.readID(statement, identity()), nullptr};
         QString problem;
         if (fetched.objectID.isNull()) {
-            problem = u"An object is of an unknown entity."_s;
+            problem = u"An object is of an unknown entity, or has no number."_s;
         } else if (needsRows) {
             const int propertyCount = int(fetched.objectID.entity().properties().size());
             const auto row = rows.next(propertyCount, VXSQLiteRowLayout::readVersion(statement));

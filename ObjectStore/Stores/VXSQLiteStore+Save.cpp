@@ -264,6 +264,10 @@ std::optional<qint64> VXSQLiteStore::reserveNumbers(const VXEntityDescription &r
     statement.bindNumber(2, count);
     const bool isDone = statement.step() == Step::Row;
     const qint64 highest = isDone ? statement.number(0) : 0;
+    if (isDone && highest > VXLargestStoreNumber) {
+        VXSetError(error, damage(u"The numbers of its objects are used up."_s));
+        return std::nullopt;
+    }
     if (isDone && statement.step() == Step::Done)
         return highest - count + 1;
     VXSetError(error, connection->lastError());

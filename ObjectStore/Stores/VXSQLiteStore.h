@@ -15,7 +15,7 @@
  * A store in an SQLite file (docs/FORMATS.md) with a write-ahead log: readers of any thread and process run beside the one
  * writer. A save that was committed survives the end of the process and, where the disk keeps its promises, a power cut.
  */
-class VXSQLiteStore final : public VXPersistentStore
+class VX_STORE_EXPORT VXSQLiteStore final : public VXPersistentStore
 {
 public:
     VXSQLiteStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options);

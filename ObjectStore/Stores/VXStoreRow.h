@@ -6,6 +6,9 @@
 
 #include <memory>
 
+/** The numbers of objects and the versions of rows go no further: with larger ones a store is damaged. */
+constexpr qint64 VXLargestStoreNumber = qint64(1) << 62;
+
 /**
  * What a store holds of one object, as it was read: the values by property index and the version of the row. Never changed
  * once shared, so that contexts on any thread may keep it. Values: of an attribute as VXAttributeType says; of a to-one

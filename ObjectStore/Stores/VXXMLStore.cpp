@@ -61,8 +61,9 @@ QMap<QByteArray, qint64> readNumbers(const QString &path)
         return numbers;
     for (const QByteArray &line : file.readAll().split('\n')) {
         const qsizetype space = line.indexOf(' ');
-        if (space > 0)
-            numbers.insert(line.first(space), line.mid(space + 1).toLongLong());
+        const qint64 number = line.mid(space + 1).toLongLong();
+        if (space > 0 && number <= VXLargestStoreNumber)
+            numbers.insert(line.first(space), number);
     }
     return numbers;
 }
@@ -250,9 +251,11 @@ std::optional<qint64> VXXMLStore::reserveNumbers(const VXEntityDescription &root
     qint64 &highest = numbers[root.name().toUtf8()];
     const qint64 first = takeNumbers(root, count, highest);
     highest = first + count - 1;
-    if (writeNumbers(lockPath(), numbers))
+    const bool isUsedUp = highest > VXLargestStoreNumber;
+    if (!isUsedUp && writeNumbers(lockPath(), numbers))
         return first;
-    VXSetError(error, writeError(path(), u"Its lock file cannot be written."_s));
+    VXSetError(error, writeError(path(), isUsedUp ? u"The numbers of its objects are used up."_s
+                                                  : u"Its lock file cannot be written."_s));
     return std::nullopt;
 }
 

@@ -105,7 +105,7 @@ qint64 VXXMLStoreReader::readNumber(const QString &name, qint64 smallest)
 {
     bool isNumber = false;
     const qint64 number = _xml.attributes().value(name).toLongLong(&isNumber);
-    if (!isNumber || number < smallest)
+    if (!isNumber || number < smallest || number > VXLargestStoreNumber)
         fail(u"\"%1\" is missing or no number that can be."_s.arg(name));
     return number;
 }

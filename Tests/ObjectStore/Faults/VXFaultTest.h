@@ -8,7 +8,8 @@
 
 /**
  * A test that breaks what stores lie on. What may crash or is killed runs in a process of its own. Environment variables make
- * these tests longer than the usual run has time for: VORNIX_FAULT_ROUNDS, VORNIX_FAULT_SECONDS, VORNIX_FAULT_MUTATIONS.
+ * these tests longer than the usual run has time for: VORNIX_FAULT_ROUNDS, VORNIX_FAULT_SECONDS, VORNIX_FAULT_MUTATIONS
+ * (and VORNIX_FAULT_FIRST_MUTATION, to have a certain one).
  */
 class VXFaultTest : public VXHomeTest
 {

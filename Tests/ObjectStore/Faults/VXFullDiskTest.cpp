@@ -85,6 +85,8 @@ TEST_P(VXFullDiskTest, NothingIsLostWithoutRoom)
 // Root, whom permissions do not stop, becomes somebody else meanwhile.
 TEST_P(VXFullDiskTest, NothingIsLostWithoutPermission)
 {
+    if (GetParam() == VXStoreType::SQLite)
+        GTEST_SKIP() << "it keeps its files open and needs no permission any more";
     const bool isRoot = ::geteuid() == 0;
     ASSERT_EQ(::chmod(path().toUtf8().constData(), 0755), 0);
     const auto setWritable = [&](bool isWritable) {

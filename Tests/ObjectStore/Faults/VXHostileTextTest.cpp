@@ -56,6 +56,7 @@ TEST_P(VXHostileTextTest, TextsAreKeptAndMeantLiterally)
         for (const QChar c : text)
             pattern += u'\\' + QString(c);
         EXPECT_EQ(found(u"name LIKE %@"_s, pattern.isNull() ? u""_s : pattern), QStringList{text});
-        EXPECT_EQ(found(u"name MATCHES %@"_s, QRegularExpression::escape(text)), QStringList{text});
+        EXPECT_EQ(found(u"name MATCHES %@"_s, QRegularExpression::escape(text)),
+                  text.isValidUtf16() ? QStringList{text} : QStringList()); // expressions know whole characters only
     }
 }

@@ -122,6 +122,24 @@ TEST_P(VXContextSaveTest, DeletedObjectsConflictToo)
     EXPECT_EQ(store->check(), QStringList());
 }
 
+TEST_P(VXContextSaveTest, WhatBothDeletedIsNoConflict)
+{
+    const Object changed = person(u"changed"_s);
+    const Object deleted = person(u"deleted"_s);
+    save();
+    there(changed)->setValueForKey(1, u"age"_s);
+    other.deleteObject(there(deleted));
+    save(other);
+    changed->setValueForKey(2, u"age"_s);
+    context.deleteObject(deleted);
+    EXPECT_FALSE(context.save(&error));
+    const QVariantList conflicts = error.userInfo().value(VXConflictListKey).toList();
+    ASSERT_EQ(conflicts.size(), 1);
+    EXPECT_EQ(conflicts[0].toMap()[u"object"_s].value<Object>(), changed);
+    context.refreshObject(changed, false);
+    save();
+}
+
 TEST_P(VXContextSaveTest, SeveralStoresAreSavedTogetherOrNotAtAll)
 {
     const auto second = coordinator->addPersistentStore(VXStoreType::InMemory, {});

@@ -182,6 +182,35 @@ TEST_P(VXManagedObjectContextTest, ChangesOfOthersAreMergedUnderOwnOnes)
     EXPECT_EQ(call->managedObjectContext(), nullptr);
 }
 
+// What the context leads to itself counts, not what somebody else made of it, and nothing brings back what is gone.
+TEST_P(VXManagedObjectContextTest, OwnReferencesCountWhateverOthersDo)
+{
+    const Object jane = person(u"Jane"_s);
+    const Object phone = add(u"Phone"_s, {{u"name"_s, u"1"_s}});
+    save();
+    const Object zoe = add(other, u"Person"_s, {{u"name"_s, u"Zoe"_s}});
+    there(phone)->setValueForKey(QVariant::fromValue(zoe), u"owner"_s);
+    save(other);
+    phone->setValueForKey(QVariant::fromValue(jane), u"owner"_s);
+    context.mergeChanges({zoe->objectID()}, {phone->objectID()}, {});
+    const Object sameZoe = context.objectWithID(zoe->objectID());
+    EXPECT_EQ(sortedNames(sameZoe->valueForKey(u"phones"_s)), QString());
+    EXPECT_EQ(sortedNames(jane->valueForKey(u"phones"_s)), u"1"_s);
+    context.refreshObject(phone, false);
+    EXPECT_EQ(sortedNames(sameZoe->valueForKey(u"phones"_s)), u"1"_s);
+
+    phone->setValueForKey(QVariant::fromValue(jane), u"owner"_s);
+    other.deleteObject(zoe);
+    save(other);
+    context.mergeChanges({}, {}, {sameZoe->objectID()});
+    EXPECT_EQ(names(fetch(request(u"Person"_s))), u"Jane"_s);
+    context.reset();
+    const Object loose = fetch(request(u"Phone"_s)).first();
+    loose->setValueForKey(QVariant::fromValue(context.objectWithID(zoe->objectID())), u"owner"_s);
+    EXPECT_EQ(names(fetch(request(u"Person"_s))), u"Jane"_s) << "it is gone";
+    EXPECT_EQ(context.countForFetchRequest(request(u"Person"_s)), 1);
+}
+
 TEST_P(VXManagedObjectContextTest, PermanentIDsCanBeHadBeforeSaving)
 {
     const Object jane = person(u"Jane"_s);

@@ -6,129 +6,102 @@
 
 namespace {
 
-using Tag = VXStoreModel::Tag;
 using Item = VXStoreModel::Item;
-using State = VXStoreModel::State;
-using Relationship = VXStoreModel::Relationship;
 using Link = VXStoreModel::Link;
+using Relationship = VXStoreModel::Relationship;
+using State = VXStoreModel::State;
+using Tag = VXStoreModel::Tag;
 
-template <class Map>
-typename Map::mapped_type valueIn(const Map &map, const typename Map::key_type &key)
+bool isLinking(const Link &link, const std::function<bool(Tag)> &condition)
 {
-    const auto found = map.find(key);
-    return found == map.end() ? typename Map::mapped_type{} : found->second;
+    return condition(std::get<1>(link)) || condition(std::get<2>(link));
 }
 
-template <class Map>
-void setIn(Map &map, const typename Map::key_type &key, const typename Map::mapped_type &value)
+// Over what is stored by now, the changes from `base` to `own`.
+void merge(const Item &base, const Item &own, bool storeTrumps, Item &stored)
 {
-    if (value == typename Map::mapped_type{})
-        map.erase(key);
-    else
-        map[key] = value;
-}
-
-const Item *itemIn(const State &state, Tag tag)
-{
-    const auto found = state.items.find(tag);
-    return found == state.items.end() ? nullptr : &found->second;
-}
-
-// The changes from `base` to `own` over `stored`, property by property.
-template <class Map>
-void merge(const Map &base, const Map &own, bool storeTrumps, Map &stored)
-{
-    std::set<typename Map::key_type> keys;
-    for (const Map *const map : {&base, &own}) {
-        for (const auto &entry : *map)
-            keys.insert(entry.first);
-    }
-    for (const auto &key : keys) {
-        const auto before = valueIn(base, key);
-        if (valueIn(own, key) != before && !(storeTrumps && valueIn(stored, key) != before))
-            setIn(stored, key, valueIn(own, key));
+    for (const VXPropertyDescription *const property : own.entity->properties()) {
+        const QString &key = property->name();
+        const bool isTheirs = storeTrumps && stored.value(key) != base.value(key);
+        if (own.value(key) != base.value(key) && !isTheirs)
+            stored.set(key, own.value(key));
     }
 }
 
 bool isSound(const State &state)
 {
     for (const auto &[tag, item] : state.items) {
-        for (const auto &[relationship, target] : item.targets) {
+        for (const Relationship *const relationship : item.entity->relationships()) {
+            const Tag target = relationship->isToMany() ? 0 : item.target(*relationship);
             const Relationship &inverse = *relationship->inverse();
-            const Item *const there = itemIn(state, target);
-            if (there == nullptr ? inverse.deleteRule() != VXDeleteRule::NoAction
-                                 : !inverse.isToMany() && valueIn(there->targets, &inverse) != tag)
+            const auto there = state.items.find(target);
+            const bool isGood = there == state.items.end() ? inverse.deleteRule() == VXDeleteRule::NoAction
+                                                           : inverse.isToMany() || there->second.target(inverse) == tag;
+            if (target != 0 && !isGood)
                 return false;
         }
     }
-    return std::all_of(state.links.begin(), state.links.end(), [&](const Link &link) {
-        return state.items.contains(std::get<1>(link)) && state.items.contains(std::get<2>(link));
+    return std::none_of(state.links.begin(), state.links.end(), [&](const Link &link) {
+        return isLinking(link, [&](Tag tag) { return !state.items.contains(tag); });
     });
-}
-
-void removeLinks(State &state, const std::function<bool(Tag)> &isGone)
-{
-    std::erase_if(state.links,
-                  [&](const Link &link) { return isGone(std::get<1>(link)) || isGone(std::get<2>(link)); });
 }
 
 } // namespace
 
+QVariant VXStoreModel::Item::value(const QString &key) const
+{
+    const auto found = values.find(key);
+    return found == values.end() ? QVariant() : found->second;
+}
+
+void VXStoreModel::Item::set(const QString &key, const QVariant &value)
+{
+    if (value.isValid())
+        values[key] = value;
+    else
+        values.erase(key);
+}
+
 VXStoreModel::Item *VXStoreModel::find(Tag tag)
 {
-    if (const auto found = _now.items.find(tag); found != _now.items.end())
-        return &found->second;
-    const auto found = _deleted.find(tag);
-    return found == _deleted.end() ? nullptr : &found->second;
+    const auto there = _now.items.find(tag);
+    const auto deleted = _deleted.find(tag);
+    return there != _now.items.end() ? &there->second : deleted != _deleted.end() ? &deleted->second : nullptr;
 }
 
 std::set<Tag> VXStoreModel::targets(Tag tag, const Relationship &relationship) const
 {
     std::set<Tag> found;
-    if (!relationship.isToMany()) {
-        found.insert(valueIn(_now.items.at(tag).targets, &relationship));
-    } else if (relationship.isManyToMany()) {
-        for (const auto &[each, source, target] : _now.links) {
-            if (each == &relationship && source == tag)
-                found.insert(target);
-        }
-    } else {
-        for (const auto &[other, item] : _now.items) {
-            if (valueIn(item.targets, relationship.inverse()) == tag)
-                found.insert(other);
-        }
+    if (!relationship.isToMany())
+        found.insert(_now.items.at(tag).target(relationship));
+    for (const auto &[other, item] : _now.items) {
+        if (relationship.isManyToMany() ? _now.links.contains({&relationship, tag, other})
+                                        : relationship.isToMany() && item.target(*relationship.inverse()) == tag)
+            found.insert(other);
     }
     std::erase_if(found, [this](Tag other) { return !_now.items.contains(other); });
     return found;
 }
 
-void VXStoreModel::insert(Tag tag, const VXEntityDescription &entity)
-{
-    _now.items[tag].entity = &entity;
-}
-
-void VXStoreModel::setValue(Tag tag, const QString &key, const QVariant &value)
-{
-    setIn(_now.items.at(tag).values, key, value);
-}
+// -- Changes
 
 void VXStoreModel::setTarget(Tag tag, const Relationship &relationship, Tag target)
 {
     const Relationship &inverse = *relationship.inverse();
     Item *const own = find(tag);
-    const Tag before = valueIn(own->targets, &relationship);
+    const Tag before = own->target(relationship);
     if (before == target)
         return;
     if (!inverse.isToMany()) {
         if (Item *const left = find(before); left != nullptr)
-            left->targets.erase(&inverse);
+            left->set(inverse.name(), {});
         if (Item *const taken = find(target); taken != nullptr) {
-            if (Item *const third = find(valueIn(taken->targets, &inverse)); third != nullptr)
-                third->targets.erase(&relationship);
-            taken->targets[&inverse] = tag;
+            if (Item *const third = find(taken->target(inverse)); third != nullptr)
+                third->set(relationship.name(), {});
+            taken->set(inverse.name(), tag);
         }
     }
-    setIn(own->targets, &relationship, target);
+    own->set(relationship.name(), target == 0 ? QVariant() : target);
 }
 
 void VXStoreModel::add(Tag tag, const Relationship &relationship, Tag other)
@@ -144,7 +117,7 @@ void VXStoreModel::remove(Tag tag, const Relationship &relationship, Tag other)
 {
     const Relationship &inverse = *relationship.inverse();
     if (!inverse.isToMany()) {
-        if (valueIn(find(other)->targets, &inverse) == tag)
+        if (find(other)->target(inverse) == tag)
             setTarget(other, inverse, 0);
         return;
     }
@@ -173,22 +146,20 @@ void VXStoreModel::removeItem(Tag tag)
         doomed.pop_back();
         if (!_now.items.contains(next))
             continue;
-        const bool isGone = isNew(next); // without a trace
         for (const Relationship *const relationship : _now.items[next].entity->relationships()) {
-            const auto rule = relationship->deleteRule();
-            const std::set<Tag> others = targets(next, *relationship);
-            if (rule == VXDeleteRule::Cascade)
-                doomed.insert(doomed.end(), others.begin(), others.end());
-            else if (!isGone && (rule == VXDeleteRule::Deny ||
-                                 (rule == VXDeleteRule::NoAction && !relationship->inverse()->isToMany())))
+            const VXDeleteRule rule = relationship->deleteRule();
+            const bool isLeft =
+                rule == VXDeleteRule::Deny || (rule == VXDeleteRule::NoAction && !relationship->inverse()->isToMany());
+            if (isLeft && !isNew(next))
                 continue;
-            else if (!relationship->isToMany())
-                setTarget(next, *relationship, 0);
+            if (rule == VXDeleteRule::Cascade)
+                std::ranges::copy(targets(next, *relationship), std::back_inserter(doomed));
+            else if (relationship->isToMany())
+                setTargets(next, *relationship, 0);
             else
-                for (const Tag other : others)
-                    remove(next, *relationship, other);
+                setTarget(next, *relationship, 0);
         }
-        if (!isGone)
+        if (!isNew(next))
             _deleted[next] = _now.items[next];
         _now.items.erase(next);
     }
@@ -196,44 +167,43 @@ void VXStoreModel::removeItem(Tag tag)
 
 void VXStoreModel::drop(Tag tag)
 {
-    if (isNew(tag))
-        return;
     if (auto deleted = _deleted.extract(tag); deleted)
         _now.items.insert(std::move(deleted));
-    Item &item = _now.items[tag];
     const Item &before = _stored.items.at(tag);
-    item.values = before.values;
-    for (const Relationship *const relationship : item.entity->relationships()) {
-        if (!relationship->isToMany()) {
-            const Tag target = valueIn(before.targets, relationship);
-            if (valueIn(item.targets, relationship) != target)
-                setTarget(tag, *relationship, _deleted.contains(target) ? 0 : target);
-            continue;
-        }
-        if (!relationship->isManyToMany())
-            continue; // those are changes of the others
-        for (const auto &[other, ignored] : _now.items) {
+    for (const VXPropertyDescription *const property : before.entity->properties()) {
+        const Relationship *const relationship = property->asRelationship();
+        if (relationship == nullptr)
+            setValue(tag, property->name(), before.value(property->name()));
+        else if (!relationship->isToMany() && find(tag)->target(*relationship) != before.target(*relationship))
+            setTarget(tag, *relationship,
+                      _deleted.contains(before.target(*relationship)) ? 0 : before.target(*relationship));
+        for (const auto &[other, item] : _now.items) {
+            if (relationship == nullptr || !relationship->isManyToMany())
+                break; // else those are changes of the others
             const bool wasLinked = _stored.links.contains({relationship, tag, other});
             wasLinked ? add(tag, *relationship, other) : remove(tag, *relationship, other);
         }
     }
 }
 
+// -- Saving
+
 bool VXStoreModel::canSave() const
 {
-    const auto isAllowed = [this](const auto &deleted) {
+    return std::all_of(_deleted.begin(), _deleted.end(), [this](const auto &deleted) {
         const auto &relationships = deleted.second.entity->relationships();
         return std::all_of(relationships.cbegin(), relationships.cend(), [&](const Relationship *relationship) {
             return relationship->deleteRule() != VXDeleteRule::Deny || targets(deleted.first, *relationship).empty();
         });
-    };
-    return std::all_of(_deleted.begin(), _deleted.end(), isAllowed);
+    });
 }
 
 VXStoreModel::State VXStoreModel::saved() const
 {
     State state = _now;
-    removeLinks(state, [&](Tag tag) { return _deleted.contains(tag); });
+    std::erase_if(state.links, [this](const Link &link) {
+        return isLinking(link, [this](Tag tag) { return _deleted.contains(tag); });
+    });
     return state;
 }
 
@@ -247,27 +217,34 @@ void VXStoreModel::set(const State &stored, const State &now)
 std::optional<VXStoreModel::State> VXStoreModel::merged(const State &theirs, VXMergePolicy policy,
                                                         std::set<Tag> *conflicts) const
 {
-    const bool storeTrumps = policy == VXMergePolicy::MergeByPropertyStoreTrumps || policy == VXMergePolicy::Rollback;
+    const bool isRollback = policy == VXMergePolicy::Rollback;
+    const bool storeTrumps = isRollback || policy == VXMergePolicy::MergeByPropertyStoreTrumps;
     State result = theirs;
     const State own = saved();
     for (const auto &[tag, item] : own.items) {
-        const Item *const base = itemIn(_stored, tag);
-        if (base != nullptr && *base == item)
+        const Item base = isNew(tag) ? Item{item.entity, {}} : _stored.items.at(tag);
+        if (!isNew(tag) && base == item)
             continue;
+        for (const Relationship *const relationship : item.entity->relationships()) {
+            const Tag target = relationship->isToMany() ? 0 : item.target(*relationship);
+            const bool isGone =
+                _stored.items.contains(target) && !(theirs.items.contains(target) && own.items.contains(target));
+            if (isGone && (base.target(*relationship) != target || !theirs.items.contains(target)))
+                return std::nullopt;
+        }
         const auto there = result.items.find(tag);
-        const bool isConflict = base != nullptr && (there == result.items.end() || !(there->second == *base));
+        const bool isThere = there != result.items.end();
+        const bool isConflict = !isNew(tag) && !(isThere && there->second == base);
         if (isConflict)
             conflicts->insert(tag);
-        if (isConflict && (policy == VXMergePolicy::Rollback || (there == result.items.end() && storeTrumps)))
+        if (isConflict && (isRollback || (storeTrumps && !isThere)))
             continue;
-        if (!isConflict || there == result.items.end() || policy == VXMergePolicy::Overwrite) {
+        if (isConflict && isThere && policy != VXMergePolicy::Overwrite)
+            merge(base, item, storeTrumps, there->second);
+        else
             result.items[tag] = item;
-            continue;
-        }
-        merge(base->values, item.values, storeTrumps, there->second.values);
-        merge(base->targets, item.targets, storeTrumps, there->second.targets);
     }
-    for (const auto &[tag, ignored] : _deleted) {
+    for (const auto &[tag, item] : _deleted) {
         const auto there = result.items.find(tag);
         const bool isConflict = there != result.items.end() && !(there->second == _stored.items.at(tag));
         if (isConflict)
@@ -275,15 +252,15 @@ std::optional<VXStoreModel::State> VXStoreModel::merged(const State &theirs, VXM
         if (there != result.items.end() && !(isConflict && storeTrumps))
             result.items.erase(there);
     }
+    const auto isDeleted = [this](Tag tag) { return _deleted.contains(tag); };
     for (const Link &link : _stored.links) {
-        const bool isDeletion = _deleted.contains(std::get<1>(link)) || _deleted.contains(std::get<2>(link));
-        if (!own.links.contains(link) && !isDeletion)
+        if (!own.links.contains(link) && !isLinking(link, isDeleted))
             result.links.erase(link);
     }
-    for (const Link &link : own.links) {
-        if (!_stored.links.contains(link))
-            result.links.insert(link);
-    }
-    removeLinks(result, [&](Tag tag) { return _deleted.contains(tag) && !result.items.contains(tag); });
+    std::copy_if(own.links.begin(), own.links.end(), std::inserter(result.links, result.links.end()),
+                 [this](const Link &link) { return !_stored.links.contains(link); });
+    std::erase_if(result.links, [&](const Link &link) {
+        return isLinking(link, [&](Tag tag) { return isDeleted(tag) && !result.items.contains(tag); });
+    });
     return isSound(result) ? std::optional(result) : std::nullopt;
 }

@@ -9,7 +9,7 @@
 #include <tuple>
 
 /**
- * What one context over a store should show, and the store should hold, said in plain maps. Objects are known by a number, their
+ * What one context over a store should show and the store should hold, said in plain maps. Objects are known by a number, their
  * tag; 0 is none.
  */
 class VXStoreModel
@@ -22,8 +22,11 @@ public:
     struct Item
     {
         const VXEntityDescription *entity = nullptr;
-        std::map<QString, QVariant> values;          // of attributes; none is left out
-        std::map<const Relationship *, Tag> targets; // of to-one relationships; none is left out
+        std::map<QString, QVariant> values; // of attributes, and of to-one relationships as tags; none is left out
+
+        QVariant value(const QString &key) const;
+        Tag target(const Relationship &relationship) const { return value(relationship.name()).toLongLong(); }
+        void set(const QString &key, const QVariant &value);
         friend bool operator==(const Item &a, const Item &b) = default;
     };
     struct State
@@ -35,13 +38,14 @@ public:
 
     const State &stored() const { return _stored; }
     const State &now() const { return _now; }
-    bool hasChanges() const { return !(_stored == _now) || !_deleted.empty(); }
+    bool hasChanges() const { return !(_stored == _now) || hasDeleted(); }
+    bool hasDeleted() const { return !_deleted.empty(); }
     bool isNew(Tag tag) const { return !_stored.items.contains(tag); }
     /** What a relationship of any kind leads to, without what is deleted. */
     std::set<Tag> targets(Tag tag, const Relationship &relationship) const;
 
-    void insert(Tag tag, const VXEntityDescription &entity);
-    void setValue(Tag tag, const QString &key, const QVariant &value);
+    void insert(Tag tag, const VXEntityDescription &entity) { _now.items[tag].entity = &entity; }
+    void setValue(Tag tag, const QString &key, const QVariant &value) { _now.items.at(tag).set(key, value); }
     void setTarget(Tag tag, const Relationship &relationship, Tag target);
     void add(Tag tag, const Relationship &relationship, Tag other);
     void remove(Tag tag, const Relationship &relationship, Tag other);
@@ -53,15 +57,11 @@ public:
 
     /** False when a delete rule forbids it. */
     bool canSave() const;
-    bool hasDeleted() const { return !_deleted.empty(); }
     /** The store after a save. */
     State saved() const;
-    void save() { set(saved(), saved()); }
-    void rollback() { set(_stored, _stored); }
     void set(const State &stored, const State &now);
-
-    /** The store after a save of the context to what another one made of it meanwhile; those that stand against the save are put
-     * into `conflicts`. Empty when references would then lead nowhere, which the test leaves alone. */
+    /** The store after a save of the context to what another one made of it meanwhile, and the objects that both changed.
+     * Empty when something would then lead nowhere, or not back: the test leaves such cases out. */
     std::optional<State> merged(const State &theirs, VXMergePolicy policy, std::set<Tag> *conflicts) const;
 
 private:

@@ -108,6 +108,8 @@ TEST(VXPredicateTest, ArgumentsAreValuesAndNeverText)
     EXPECT_TRUE(read(u"%K IN %@"_s, {u"b.c"_s, QVariantList{1, 2}})->evaluateWithObject(object));
     EXPECT_FALSE(read(u"a == %@"_s, {u"x"_s})->evaluateWithObject(object));
     EXPECT_EQ(read(read(u"a == %@"_s, {hostile})->predicateFormat()), read(u"a == %@"_s, {hostile}));
+    const std::optional<VXPredicate> list = read(u"a IN %@"_s, {QStringList{hostile, u"x"_s}});
+    EXPECT_EQ(read(list->predicateFormat()), list);
     EXPECT_EQ(read(read(u"#0.and == -2e999"_s)->predicateFormat()), read(u"#0.and == -2e999"_s));
 }
 

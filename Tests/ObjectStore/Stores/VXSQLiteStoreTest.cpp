@@ -568,6 +568,10 @@ TEST_F(VXSQLiteStoreTest, ChecksFindWhatOthersBroke)
         const char *finding;
     } cases[] = {
         {"UPDATE VX_Call SET caller = 99", "UPDATE VX_Call SET caller = 1", "\"caller\" of x-coredata"},
+        {"UPDATE VX_Call SET caller = -6", "UPDATE VX_Call SET caller = 1",
+         "\"caller\" leads to no object that can be"},
+        {"UPDATE VX_Call SET Z_PK = -6", "UPDATE VX_Call SET Z_PK = 1", "has no number"},
+        {"UPDATE VX_Call SET Z_OPT = 9223372036854775807", "UPDATE VX_Call SET Z_OPT = 1", "of no version"},
         {"UPDATE VX_Call SET extra = x'00'", "UPDATE VX_Call SET extra = NULL", "\"extra\" of an object"},
         {"UPDATE VX_Party SET Z_ENT = 77", "UPDATE VX_Party SET Z_ENT = 2", "unknown entity"},
         {"INSERT INTO \"VX_Group.members\" VALUES (1, 98)", "DELETE FROM \"VX_Group.members\" WHERE Z_TARGET = 98",

@@ -153,6 +153,7 @@ TEST_F(VXXMLStoreTest, DamagedFilesAreRefusedAndLeftAlone)
         {"<object entity=\"Item\"", "<object entity=\"Idea\"", "Entity \"Idea\" is abstract"},
         {"id=\"2\"", "id=\"1\"", "The object is there twice."},
         {"id=\"2\"", "id=\"-2\"", "\"id\" is missing"},
+        {"id=\"2\"", "id=\"9223372036854775807\"", "\"id\" is missing"},
         {"version=\"1\">\n  <attribute", "version=\"x\">\n  <attribute", "\"version\" is missing"},
         {"name=\"small\"", "name=\"huge\"", "Entity \"Item\" stores no attribute \"huge\"."},
         {"name=\"small\"", "name=\"passing\"", "stores no attribute \"passing\""},
