@@ -66,18 +66,15 @@ VXExpression expressionOf(const QVariant &pattern)
 // The value that the expression stands for in a row; empty when a row holds no such thing.
 std::optional<QVariant> patternOf(const VXExpression &expression)
 {
-    if (expression.kind() == Kind::Constant)
-        return isList(expression.value()) ? std::nullopt
-                                          : VXAttributeValue(VXAttributeType::PropertyList, expression.value());
-    if (expression.kind() != Kind::Aggregate)
+    if (expression.kind() != Kind::Constant)
         return std::nullopt;
-    QVariantList values;
-    for (const VXExpression &element : expression.elements()) {
-        if (element.kind() != Kind::Constant || VXIsNone(element.value()) || isList(element.value()))
+    if (isList(expression.value())) {
+        const QVariantList values = expression.value().toList();
+        const auto fitsNoList = [](const QVariant &value) { return VXIsNone(value) || isList(value); };
+        if (std::any_of(values.cbegin(), values.cend(), fitsNoList))
             return std::nullopt;
-        values.append(element.value());
     }
-    return VXAttributeValue(VXAttributeType::PropertyList, values);
+    return VXAttributeValue(VXAttributeType::PropertyList, expression.value());
 }
 
 } // namespace

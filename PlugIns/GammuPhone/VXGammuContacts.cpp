@@ -1,0 +1,130 @@
+#include "VXGammuContacts.h"
+
+#include "VXGammuContactMap.h"
+#include "VXGammuReading.h"
+#include "VXGammuText.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct FreeEntry
+{
+    void operator()(GSM_MemoryEntry *entry) const
+    {
+        GSM_FreeMemoryEntry(entry);
+        delete entry;
+    }
+};
+using Entry = std::unique_ptr<GSM_MemoryEntry, FreeEntry>;
+
+// The contact's memory; MEM_INVALID, with an error, for one that holds no contacts.
+GSM_MemoryType memoryOf(const QVariantMap &contact, VXError *error)
+{
+    const QString name = contact.value(u"memory"_s, u"ME"_s).toString();
+    for (const GSM_MemoryType memory : {MEM_ME, MEM_SM, MEM_MT, MEM_FD, MEM_ON}) {
+        if (name == QLatin1StringView(GSM_MemoryTypeToString(memory)))
+            return memory;
+    }
+    VXSetError(error,
+               VXMakeGammuRequestError(VXGammuLocalizedString(u"No memory for contacts is named \"%1\"."_s).arg(name)));
+    return MEM_INVALID;
+}
+
+Entry makeEntry(GSM_MemoryType memory, int location)
+{
+    Entry entry(new GSM_MemoryEntry{});
+    entry->MemoryType = memory;
+    entry->Location = location;
+    return entry;
+}
+
+GSM_Error put(VXGammuSession &session, GSM_MemoryEntry &entry)
+{
+    for (GSM_SubMemoryEntry &value : std::span(entry.Entries, size_t(entry.EntriesNum)))
+        value.AddError = ERR_NONE; // phones that refuse none do not say so
+    return session.call([&](auto *machine) {
+        return entry.Location > 0 ? GSM_SetMemory(machine, &entry) : GSM_AddMemory(machine, &entry);
+    });
+}
+
+// What the phone had no place for.
+QStringList refusedValues(const GSM_MemoryEntry &entry)
+{
+    QStringList refused;
+    for (const GSM_SubMemoryEntry &value : std::span(entry.Entries, size_t(entry.EntriesNum))) {
+        if (value.AddError != ERR_NONE)
+            refused.append(VXTextFromGammu(value.Text) + ": "_L1 + VXGammuErrorText(value.AddError));
+    }
+    return refused;
+}
+
+} // namespace
+
+VXError VXGammuContacts::read(VXGammuSession &session, VXDeviceAction &action)
+{
+    const QVariantMap request = action.object().toMap();
+    std::vector<GSM_MemoryType> memories{MEM_ME, MEM_SM};
+    if (request.contains(u"memory"_s)) {
+        VXError error;
+        memories = {memoryOf(request, &error)};
+        if (error)
+            return error;
+    }
+    VXGammuReading reading(action);
+    GSM_Error code = ERR_NONE;
+    for (size_t at = 0; at < memories.size() && code == ERR_NONE; ++at)
+        code = reading.readMemory(session, memories[at],
+                                  [&](const GSM_MemoryEntry &entry) { reading.addItem(VXContactFromGammu(entry)); });
+    return reading.finish(VXGammuLocalizedString(u"The contacts could not be read: %1"_s), code);
+}
+
+VXError VXGammuContacts::write(VXGammuSession &session, VXDeviceAction &action)
+{
+    const QVariantMap contact = action.object().toMap();
+    VXError error;
+    const GSM_MemoryType memory = memoryOf(contact, &error);
+    if (error)
+        return error;
+    const QString cannotWrite = VXGammuLocalizedString(u"The contact could not be written: %1"_s);
+    const Entry entry = makeEntry(memory, contact.value(u"location"_s).toInt());
+    if (entry->Location > 0) {
+        const GSM_Error found = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });
+        if (found != ERR_NONE && found != ERR_EMPTY)
+            return VXMakeGammuError(cannotWrite, found);
+        VXRemoveContactValues(*entry);
+    }
+    if (error = VXContactToGammu(contact, *entry); error)
+        return error;
+    if (const GSM_Error code = put(session, *entry); code != ERR_NONE)
+        return VXMakeGammuError(cannotWrite, code);
+
+    const QStringList refused = refusedValues(*entry);
+    QVariantMap result = VXGammuReading::result({}, refused.isEmpty(), refused);
+    result.insert(u"memory"_s, QString::fromLatin1(GSM_MemoryTypeToString(entry->MemoryType)));
+    result.insert(u"location"_s, entry->Location);
+    action.setResult(result);
+    return {};
+}
+
+VXError VXGammuContacts::remove(VXGammuSession &session, VXDeviceAction &action)
+{
+    const QVariantMap contact = action.object().toMap();
+    VXError error;
+    const GSM_MemoryType memory = memoryOf(contact, &error);
+    if (error)
+        return error;
+    const Entry entry = makeEntry(memory, contact.value(u"location"_s).toInt());
+    if (entry->Location <= 0)
+        return VXMakeGammuRequestError(VXGammuLocalizedString(u"The contact to delete must have a location."_s));
+    // Deleting what is not there is an error of some phones and none of others.
+    GSM_Error code = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });
+    if (code == ERR_NONE)
+        code = session.call([&](auto *machine) { return GSM_DeleteMemory(machine, entry.get()); });
+    return code == ERR_NONE ? VXError()
+                            : VXMakeGammuError(VXGammuLocalizedString(u"The contact could not be deleted: %1"_s), code);
+}

@@ -1,0 +1,4 @@
+#include "VXGammuPhone.h"
+#include "VXPrincipalClass.h"
+
+VX_PRINCIPAL_CLASS(VXGammuPhone)

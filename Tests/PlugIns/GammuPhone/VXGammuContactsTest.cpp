@@ -1,0 +1,142 @@
+#include "VXGammuPhoneTest.h"
+
+#include <QtCore/QDir>
+
+using namespace Qt::StringLiterals;
+
+class VXGammuContactsTest : public VXGammuPhoneTest
+{
+};
+
+TEST_F(VXGammuContactsTest, ReadsWhatTheProgramWrote)
+{
+    addContacts(
+        "BEGIN:VCARD\nVERSION:3.0\nFN:Jane Doe\nN:Doe;Jane;;;\nTEL;TYPE=CELL:+15550100\nTEL;TYPE=WORK:+15550101\n"
+        "EMAIL:jane@example.org\nADR;TYPE=HOME:;;Main St 1;Springfield;IL;12345;USA\nORG:Acme\nNOTE:A note\n"
+        "BDAY:19800102\nEND:VCARD\n");
+    addContacts(u"BEGIN:VCARD\nVERSION:3.0\nN:Иванов;Иван\nTEL:+79161234567\nEND:VCARD\n"
+                u"BEGIN:VCARD\nVERSION:3.0\nN:山田;花子😀\nTEL:+8131234\nEND:VCARD\n"_s.toUtf8(),
+                u"SM"_s);
+    const auto action = run(makeDummy(), u"read_contacts"_s);
+    EXPECT_EQ(action->error(), VXError());
+    EXPECT_TRUE(action->result().toMap().value(u"isComplete"_s).toBool());
+    EXPECT_EQ(items(action, u"lastName"_s), (QVariantList{u"Doe"_s, u"Иванов"_s, u"山田"_s}));
+    EXPECT_EQ(items(action, u"firstName"_s), (QVariantList{u"Jane"_s, u"Иван"_s, u"花子😀"_s}));
+    EXPECT_EQ(items(action, u"memory"_s), (QVariantList{u"ME"_s, u"SM"_s, u"SM"_s}));
+    EXPECT_EQ(items(action, u"location"_s), (QVariantList{1, 1, 2}));
+
+    const QVariantMap jane = action->result().toMap().value(u"items"_s).toList().first().toMap();
+    const QVariantList numbers{
+        QVariantMap{{u"number"_s, u"+15550100"_s}, {u"type"_s, u"mobile"_s}},
+        QVariantMap{{u"number"_s, u"+15550101"_s}, {u"type"_s, u"general"_s}, {u"place"_s, u"work"_s}}};
+    EXPECT_EQ(jane.value(u"numbers"_s).toList(), numbers);
+    const QVariantList addresses{QVariantMap{{u"street"_s, u"Main St 1"_s},
+                                             {u"city"_s, u"Springfield"_s},
+                                             {u"state"_s, u"IL"_s},
+                                             {u"zip"_s, u"12345"_s},
+                                             {u"country"_s, u"USA"_s},
+                                             {u"place"_s, u"home"_s}}};
+    EXPECT_EQ(jane.value(u"addresses"_s).toList(), addresses);
+    EXPECT_EQ(jane.value(u"emails"_s).toList(), (QVariantList{QVariantMap{{u"address"_s, u"jane@example.org"_s}}}));
+    EXPECT_EQ(jane.value(u"organisation"_s), u"Acme"_s);
+    EXPECT_EQ(jane.value(u"note"_s), u"A note"_s);
+    EXPECT_EQ(jane.value(u"birthday"_s).toDateTime(), QDateTime(QDate(1980, 1, 2), QTime(0, 0), Qt::UTC));
+}
+
+// More values than the library holds, and a file that is no card: told, and the others are read.
+TEST_F(VXGammuContactsTest, ContactsThatCannotBeReadArePartOfAPartialResult)
+{
+    addContacts("BEGIN:VCARD\nVERSION:3.0\nN:First;\nTEL:+1\nEND:VCARD\n");
+    QByteArray many = "BEGIN:VCARD\nVERSION:3.0\nN:Many;\n";
+    for (int number = 0; number < 100; ++number)
+        many += "TEL;TYPE=CELL:+1555" + QByteArray::number(number) + "\n";
+    writeFile(u"dummy/pbk/ME/2"_s, many + "END:VCARD\n");
+    addContacts("BEGIN:VCARD\nVERSION:3.0\nN:Last;\nTEL:+3\nEND:VCARD\n");
+    const auto action = run(makeDummy(), u"read_contacts"_s);
+    EXPECT_EQ(action->error(), VXError());
+    EXPECT_EQ(items(action, u"lastName"_s), (QVariantList{u"First"_s, u"Last"_s}));
+    EXPECT_FALSE(action->result().toMap().value(u"isComplete"_s).toBool());
+    const QStringList problems = action->result().toMap().value(u"problems"_s).toStringList();
+    ASSERT_EQ(problems.size(), 1);
+    EXPECT_TRUE(problems.first().startsWith(u"ME 2: "_s)) << problems.first().toStdString();
+}
+
+TEST_F(VXGammuContactsTest, WhatIsWrittenTheProgramReads)
+{
+    const auto phone = makeDummy();
+    const QVariantList numbers{QVariantMap{{u"number"_s, u"+4930123"_s}, {u"type"_s, u"fax"_s}},
+                               QVariantMap{{u"number"_s, u"+49171"_s}, {u"type"_s, u"mobile"_s}}};
+    QVariantMap contact{{u"firstName"_s, u"Zoë"_s}, {u"lastName"_s, u"Müller"_s}, {u"numbers"_s, numbers}};
+    const auto added = run(phone, u"write_contact"_s, contact);
+    EXPECT_EQ(added->error(), VXError());
+    EXPECT_EQ(added->result().toMap().value(u"location"_s), 1);
+    const QString listed = QString::fromUtf8(gammu({u"getallmemory"_s, u"ME"_s}));
+    for (const QString &text : {u"Fax number           : \"+4930123\""_s, u"Mobile number        : \"+49171\""_s,
+                                u"Last name            : \"Müller\""_s, u"First name           : \"Zoë\""_s})
+        EXPECT_TRUE(listed.contains(text)) << listed.toStdString();
+
+    contact.insert(u"location"_s, 1);
+    contact.insert(u"lastName"_s, u"Meier"_s);
+    EXPECT_EQ(run(phone, u"write_contact"_s, contact)->error(), VXError());
+    EXPECT_EQ(items(run(phone, u"read_contacts"_s), u"lastName"_s), (QVariantList{u"Meier"_s}));
+    EXPECT_EQ(run(phone, u"delete_contact"_s, contact)->error(), VXError());
+    EXPECT_TRUE(QDir(dummyPath(u"pbk/ME"_s)).isEmpty());
+    EXPECT_EQ(run(phone, u"delete_contact"_s, contact)->error().code(), ERR_EMPTY);
+}
+
+// An identifier for synchronisation has no key: writing the contact again keeps it.
+TEST_F(VXGammuContactsTest, WritingKeepsWhatNoKeyStandsFor)
+{
+    addContacts("BEGIN:VCARD\nVERSION:3.0\nN:Old;\nTEL:+1\nX-IRMC-LUID:Friends\nEND:VCARD\n");
+    const auto phone = makeDummy();
+    const QVariantMap contact{{u"memory"_s, u"ME"_s}, {u"location"_s, 1}, {u"lastName"_s, u"New"_s}};
+    EXPECT_EQ(run(phone, u"write_contact"_s, contact)->error(), VXError());
+    const QByteArray card = readFile(dummyPath(u"pbk/ME/1"_s));
+    EXPECT_TRUE(card.contains("New") && !card.contains("+1") && card.contains("Friends")) << card.toStdString();
+}
+
+TEST_F(VXGammuContactsTest, BadContactsAreRefusedAndChangeNothing)
+{
+    addContacts("BEGIN:VCARD\nVERSION:3.0\nN:Kept;\nTEL:+1\nEND:VCARD\n");
+    const QByteArray before = readFile(dummyPath(u"pbk/ME/1"_s));
+    const auto phone = makeDummy();
+    QVariantList many;
+    for (int number = 0; number < 100; ++number)
+        many << QVariantMap{{u"number"_s, QString::number(number)}};
+    const QVariantList bad{
+        QVariant(),
+        QVariantMap(),
+        QVariantMap{{u"colour"_s, u"red"_s}},
+        QVariantMap{{u"note"_s, QString(201, u'x')}},
+        QVariantMap{{u"note"_s, u"a\0b"_s}},
+        QVariantMap{{u"note"_s, QVariantList()}},
+        QVariantMap{{u"numbers"_s, many}},
+        QVariantMap{{u"numbers"_s, u"+1"_s}},
+        QVariantMap{{u"numbers"_s, QVariantList{u"+1"_s}}},
+        QVariantMap{{u"numbers"_s, QVariantList{QVariantMap{{u"number"_s, u"+1"_s}, {u"type"_s, u"odd"_s}}}}},
+        QVariantMap{{u"numbers"_s, QVariantList{QVariantMap{{u"number"_s, u"+1"_s}, {u"place"_s, u"moon"_s}}}}},
+        QVariantMap{{u"birthday"_s, u"soon"_s}},
+        QVariantMap{{u"memory"_s, u"DC"_s}, {u"note"_s, u"x"_s}},
+    };
+    for (QVariant object : bad) {
+        if (QVariantMap map = object.toMap(); !map.isEmpty()) {
+            map.insert(u"location"_s, 1);
+            object = map;
+        }
+        const auto action = run(phone, u"write_contact"_s, object);
+        EXPECT_EQ(action->error().domain(), VXErrorDomain) << testing::PrintToString(object);
+    }
+    EXPECT_EQ(QDir(dummyPath(u"pbk/ME"_s)).entryList(QDir::Files), QStringList(u"1"_s));
+    EXPECT_EQ(readFile(dummyPath(u"pbk/ME/1"_s)), before);
+}
+
+TEST_F(VXGammuContactsTest, ReadsTheListsOfCalls)
+{
+    addContacts("BEGIN:VCARD\nVERSION:3.0\nN:Doe;Jane\nTEL:+1\nEND:VCARD\n", u"MC"_s);
+    addContacts("BEGIN:VCARD\nVERSION:3.0\nTEL:+2\nEND:VCARD\n", u"DC"_s);
+    const auto action = run(makeDummy(), u"read_calls"_s);
+    EXPECT_EQ(items(action, u"number"_s), (QVariantList{u"+1"_s, u"+2"_s}));
+    EXPECT_EQ(items(action, u"direction"_s), (QVariantList{u"incoming"_s, u"outgoing"_s}));
+    EXPECT_EQ(items(action, u"isMissed"_s), (QVariantList{true, false}));
+    EXPECT_EQ(items(action, u"name"_s), (QVariantList{u"Doe, Jane"_s, QVariant()}));
+}

@@ -1,0 +1,64 @@
+#include "VXGammuPhoneTest.h"
+#include "VXScriptedModem.h"
+
+#include <QtCore/QDir>
+
+using namespace Qt::StringLiterals;
+
+class VXGammuMessagesTest : public VXGammuPhoneTest
+{
+protected:
+    void saveMessage(const QString &text, const QStringList &options) const
+    {
+        gammu(QStringList{u"savesms"_s, u"TEXT"_s, u"-textutf8"_s, text} + options);
+    }
+};
+
+TEST_F(VXGammuMessagesTest, ReadsWhatTheProgramSaved)
+{
+    const QString longText = u"The quick brown fox jumps over the lazy dog. "_s.repeated(8).trimmed();
+    saveMessage(u"Hello"_s, {u"-folder"_s, u"1"_s, u"-unread"_s, u"-sender"_s, u"+15550199"_s});
+    saveMessage(u"Привет 😀"_s, {u"-folder"_s, u"1"_s, u"-read"_s, u"-unicode"_s, u"-sender"_s, u"+79"_s});
+    saveMessage(longText, {u"-folder"_s, u"2"_s, u"-sent"_s, u"-len"_s, u"400"_s, u"-sender"_s, u"+15550198"_s});
+    const auto phone = makeDummy();
+    const auto action = run(phone, u"read_messages"_s);
+    EXPECT_EQ(action->error(), VXError());
+    EXPECT_EQ(items(action, u"text"_s), (QVariantList{u"Hello"_s, u"Привет 😀"_s, longText}));
+    EXPECT_EQ(items(action, u"state"_s), (QVariantList{u"unread"_s, u"read"_s, u"sent"_s}));
+    EXPECT_EQ(items(action, u"number"_s), (QVariantList{u"+15550199"_s, u"+79"_s, u"+15550198"_s}));
+    EXPECT_EQ(items(action, u"partCount"_s), (QVariantList{1, 1, 3}));
+    EXPECT_EQ(items(action, u"isComplete"_s), (QVariantList{true, true, true}));
+    EXPECT_EQ(items(action, u"folder"_s), (QVariantList{u"Inbox"_s, u"Inbox"_s, u"Outbox"_s}));
+    const QDateTime date = items(action, u"date"_s).first().toDateTime();
+    EXPECT_LT(std::abs(date.secsTo(QDateTime::currentDateTimeUtc())), 3600) << date.toString().toStdString();
+
+    const QVariant last = action->result().toMap().value(u"items"_s).toList().last();
+    EXPECT_EQ(run(phone, u"delete_message"_s, last)->error(), VXError());
+    EXPECT_TRUE(QDir(dummyPath(u"sms/2"_s)).isEmpty());
+    EXPECT_EQ(QDir(dummyPath(u"sms/1"_s)).entryList(QDir::Files).size(), 2);
+}
+
+TEST_F(VXGammuMessagesTest, AMessageThatLacksAPartSaysSo)
+{
+    const QString text = QString(200, u'a') + QString(200, u'b');
+    saveMessage(text, {u"-folder"_s, u"1"_s, u"-unread"_s, u"-len"_s, u"400"_s, u"-sender"_s, u"+1"_s});
+    ASSERT_TRUE(QFile::remove(dummyPath(u"sms/1/2"_s)));
+    const auto action = run(makeDummy(), u"read_messages"_s);
+    EXPECT_EQ(items(action, u"isComplete"_s), (QVariantList{false}));
+    EXPECT_EQ(items(action, u"partCount"_s), (QVariantList{3}));
+    const QString read = items(action, u"text"_s).first().toString();
+    EXPECT_TRUE(read.startsWith(u"aaa"_s) && read.endsWith(u"bbb"_s) && read.size() < text.size());
+}
+
+TEST_F(VXGammuMessagesTest, WhatCannotBeSentIsRefused)
+{
+    const auto phone = makeDummy();
+    for (const QVariantMap &message :
+         {QVariantMap{}, QVariantMap{{u"number"_s, u"+1"_s}}, QVariantMap{{u"text"_s, u"x"_s}},
+          QVariantMap{{u"number"_s, u"1;ATD2"_s}, {u"text"_s, u"x"_s}},
+          QVariantMap{{u"number"_s, u"+1"_s}, {u"text"_s, QString(20000, u'x')}}}) {
+        const auto action = run(phone, u"send_message"_s, message);
+        EXPECT_TRUE(action->error()) << testing::PrintToString(QVariant(message));
+    }
+    EXPECT_EQ(run(phone, u"delete_message"_s, QVariantMap{{u"location"_s, 10009}})->error().code(), ERR_EMPTY);
+}
