@@ -40,6 +40,6 @@ private:
     const QString _kind;
     const QString _className;
     const QHash<QString, QString> _values; // of the placeholders
-    const QString _info;                      // arguments of the kind for CMake, with placeholders
+    const QString _info;                   // arguments of the kind for CMake, with placeholders
     QStringList _writtenFiles;
 };
