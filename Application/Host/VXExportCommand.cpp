@@ -85,7 +85,8 @@ int exportObjects(VXHostContext &context, const VXPluginManager &manager)
         &problem);
     if (!returned || failure)
         return context.output.fail(failure ? VXErrorText(*failure) : problem);
-    context.output.answer(u"Exported %1 objects to %2.\n"_s.arg(list.size()).arg(path),
+    const QString count = list.size() == 1 ? u"1 object"_s : u"%1 objects"_s.arg(list.size());
+    context.output.answer(u"Exported %1 to %2.\n"_s.arg(count, path),
                           QJsonObject{{u"count"_s, list.size()}, {u"path"_s, path}});
     return VXHostOutput::Done;
 }

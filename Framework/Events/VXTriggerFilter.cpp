@@ -1,5 +1,6 @@
 #include "VXTriggerFilter.h"
 
+#include "VXFramework.h"
 #include "VXInvocation.h"
 #include "VXNone.h"
 #include "VXPluginGuard.h"
@@ -25,7 +26,7 @@ bool isList(const QVariant &value)
 
 QString noSuchKey(const QString &key)
 {
-    return u"the object has no \"%1\""_s.arg(key);
+    return VXLocalizedString(u"The object has no \"%1\"."_s).arg(key);
 }
 
 // Of the elements in order; null when none has one.
@@ -87,7 +88,7 @@ QString expressionProblem(const VXExpression &expression, const QVariant &object
     case VXExpression::Kind::Self:
         return {};
     case VXExpression::Kind::Variable:
-        return u"the variable $%1 has no value"_s.arg(expression.value().toString());
+        return VXLocalizedString(u"The variable \"%1\" has no value."_s).arg(expression.value().toString());
     case VXExpression::Kind::KeyPath:
         return keyPathProblem(expression.keys(), object);
     case VXExpression::Kind::Aggregate:
@@ -104,7 +105,8 @@ QString patternProblem(const VXPredicate &comparison)
         return {};
     const QRegularExpression pattern(comparison.right().value().toString());
     return pattern.isValid() ? QString()
-                             : u"\"%1\" is no regular expression: %2"_s.arg(pattern.pattern(), pattern.errorString());
+                             : VXLocalizedString(u"\"%1\" is no regular expression: %2."_s)
+                                   .arg(pattern.pattern(), pattern.errorString());
 }
 
 // Why the predicate cannot be applied to the object; null when it can.

@@ -161,12 +161,13 @@ TEST_F(VXEventManagerTest, FiltersDecideAndThoseThatDoNotWorkAreTold)
     } rows[] = {
         {u"name == 'Jane'"_s, jane, Outcome::Ran},
         {u"name == 'Joe'"_s, jane, Outcome::Rejected},
-        {u"nmae == 'Jane'"_s, jane, Outcome::Rejected, u"the object has no \"nmae\""_s}, // maps need not have every key
+        {u"nmae == 'Jane'"_s, jane, Outcome::Rejected,
+         u"The object has no \"nmae\"."_s}, // maps need not have every key
         {u"name == 'Jane'"_s, {}, Outcome::Rejected},
         {u"name == 'Jane'"_s, object, Outcome::Ran},
-        {u"nmae == 'Jane'"_s, object, Outcome::Broken, u"the object has no \"nmae\""_s},
-        {u"NOT nmae == 'Jane'"_s, object, Outcome::Broken, u"the object has no \"nmae\""_s}, // not passed silently
-        {u"name.length > 3"_s, object, Outcome::Broken, u"the object has no \"length\""_s},
+        {u"nmae == 'Jane'"_s, object, Outcome::Broken, u"The object has no \"nmae\"."_s},
+        {u"NOT nmae == 'Jane'"_s, object, Outcome::Broken, u"The object has no \"nmae\"."_s}, // not passed silently
+        {u"name.length > 3"_s, object, Outcome::Broken, u"The object has no \"length\"."_s},
         {u"eventName == 'Jane' AND reactors.@count == 0"_s, managed, Outcome::Ran},
         {u"ANY reactors.nmae == 'Jane' OR nmae == 'Jane'"_s, managed, Outcome::Broken},
         {u"name == $WHO"_s, jane, Outcome::Broken},
