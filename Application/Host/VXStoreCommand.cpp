@@ -5,7 +5,9 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXManagedObjectContext.h"
+#include "VXPluginSession.h"
 #include "VXStoreAccess.h"
+#include "VXStoreByName.h"
 #include "VXStoreListing.h"
 #include "VXStoreObjects.h"
 #include "VXStoreQuery.h"
@@ -280,6 +282,12 @@ QStringList verbNames()
     return names;
 }
 
+// Whether a data plugin's store is meant, not a file: a name without folder and extension, of no file here.
+bool isStoreName(const QString &path)
+{
+    return !path.contains(u'/') && !path.contains(u'.') && !QFileInfo::exists(path);
+}
+
 // What is wrong with the command line; null when nothing is.
 QString misuse(const Verb &verb, const VXHostOptions &options)
 {
@@ -289,7 +297,11 @@ QString misuse(const Verb &verb, const VXHostOptions &options)
         if (options.isSet(option.name) && option.name != "model"_L1 && !verb.options.contains(option.name))
             return u"--%1 does not go with %2"_s.arg(option.name, verb.name);
     }
-    return verb.run == nullptr && !options.isSet(u"model"_s) ? u"new needs --model"_s : QString();
+    if (verb.run == nullptr && !options.isSet(u"model"_s))
+        return u"new needs --model"_s;
+    return verb.run != nullptr && options.isSet(u"model"_s) && isStoreName(options.operand(1))
+               ? u"--model goes with a PATH: the store %1 has the model of its plugin"_s.arg(options.operand(1))
+               : QString();
 }
 
 int makeStore(VXHostContext &context)
@@ -310,13 +322,18 @@ int runStore(VXHostContext &context)
         return context.output.failUsage(problem, VXHostUsage(context.options.command()));
     if (verb.run == nullptr)
         return makeStore(context);
+    const QString path = context.options.operand(1);
+    const auto runVerb = [&](const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &problem) {
+        if (!coordinator)
+            return context.output.fail(problem);
+        Session session{context, coordinator};
+        return verb.run(session);
+    };
     QString problem;
-    const VXPersistentStoreCoordinator::Ptr coordinator =
-        VXOpenStores(context.options.operand(1), context.options.value(u"model"_s), verb.use, &problem);
-    if (!coordinator)
-        return context.output.fail(problem);
-    Session session{context, coordinator};
-    return verb.run(session);
+    if (isStoreName(path))
+        return VXRunWithPlugins(context,
+                                [&](VXPluginManager &) { return runVerb(VXStoreForName(path, &problem), problem); });
+    return runVerb(VXOpenStores(path, context.options.value(u"model"_s), verb.use, &problem), problem);
 }
 
 } // namespace
@@ -326,10 +343,11 @@ VXHostCommand VXStoreCommand()
     return {
         .name = u"store"_s,
         .summary = u"Look into stores, and change and check them"_s,
-        .synopsis = u"info|entities|list|insert|update|delete|new|check PATH [ENTITY|URI] [JSON]"_s,
+        .synopsis = u"info|entities|list|insert|update|delete|new|check PATH|NAME [ENTITY|URI] [JSON]"_s,
         .details =
             u"PATH is a store folder (.vxdatastore), or a data file (.sqlite, .xml) with its model beside it or in "
-            "--model. \"info\" shows what the store tells of itself, \"entities\" which kinds of objects it holds. "
+            "--model. NAME is the store of a data plugin, as in: vornix store list calls VXCall. \"info\" shows what "
+            "the store tells of itself, \"entities\" which kinds of objects it holds. "
             "\"check\" looks for damage, dangling references and inverses that do not fit. \"new\" makes a store "
             "folder.\n\n"
             "\"list PATH ENTITY\" shows objects; with --json in full. \"insert PATH ENTITY JSON\" and \"update PATH "

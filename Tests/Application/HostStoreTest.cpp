@@ -262,3 +262,25 @@ TEST_F(HostStoreTest, LongListsAreWrittenBatchByBatch)
     EXPECT_EQ(cut.output, "[");
     EXPECT_EQ(cut.errors, QByteArray());
 }
+
+TEST_F(HostStoreTest, TheStoresOfPluginsGoByName)
+{
+    const QString uri = insert(u"calls"_s, u"VXCall"_s, R"({"from": "+1555", "date": "2026-01-31T12:00:00Z", "duration": 7})");
+    EXPECT_EQ(jsonOf({u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().at(0)["uri"_L1].toString(), uri);
+    EXPECT_EQ(outputOf({u"list"_s, u"calls"_s, u"VXCall"_s, u"--where"_s, u"duration > 7"_s, u"--count"_s}), "0\n");
+    outputOf({u"check"_s, u"calls"_s});
+    const struct
+    {
+        QStringList arguments;
+        const char *problem;
+    } rows[] = {
+        {{u"info"_s, u"cals"_s}, "there is no store \"cals\"; there are: calls, triggers"},
+        {{u"info"_s, u"calls"_s, u"--model"_s, path(u"people.vxmodel"_s)}, "--model goes with a PATH"},
+        {{u"info"_s, u"calls.sqlite"_s}, "there is no such store"},
+    };
+    for (const auto &row : rows) {
+        const HostOutcome outcome = run(row.arguments);
+        EXPECT_NE(outcome.status, 0);
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(row.problem));
+    }
+}
