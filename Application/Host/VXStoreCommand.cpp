@@ -138,6 +138,18 @@ const VXEntityDescription *entityOf(Session &session, int *status)
     return entity;
 }
 
+// JSON tells of these in full: read for a batch at once they cost one query each, not one for each object.
+QStringList toManyRelationships(const VXEntityDescription &entity)
+{
+    QStringList names;
+    for (const VXPropertyDescription *const property : entity.properties()) {
+        const VXRelationshipDescription *const relationship = property->asRelationship();
+        if (relationship != nullptr && relationship->isToMany() && !relationship->isTransient())
+            names.append(relationship->name());
+    }
+    return names;
+}
+
 int list(Session &session)
 {
     int status = VXHostOutput::Done;
@@ -157,6 +169,8 @@ int list(Session &session)
         session.host.output.answer(QString::number(*count) + u'\n', *count);
         return VXHostOutput::Done;
     }
+    if (session.host.output.isJSON())
+        request.prefetchedRelationships = toManyRelationships(*entity);
     const std::optional<VXFetchResult> result = session.context.executeFetchRequest(request, &error);
     if (!result)
         return session.fail(error);

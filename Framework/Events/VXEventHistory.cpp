@@ -71,7 +71,7 @@ QByteArray shortLineOf(VXEventRecord record)
         record.objectClass = u"QVariantMap"_s; // not to be posted again under a name cut short
     }
     // Those that did something stay longest.
-    std::ranges::stable_partition(record.triggers, [](const VXTriggerRecord &trigger) {
+    std::stable_partition(record.triggers.begin(), record.triggers.end(), [](const VXTriggerRecord &trigger) {
         return trigger.outcome == VXTriggerRecord::Outcome::Ran || trigger.outcome == VXTriggerRecord::Outcome::Broken;
     });
     while (line.size() > longestLine && !record.triggers.isEmpty()) {

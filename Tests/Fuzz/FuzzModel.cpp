@@ -1,24 +1,13 @@
 // Any bytes as a model, as people write it or compiled: reading ends with a definition or with what is wrong, and a sound
 // definition survives being printed and being compiled.
 
+#include "VXFuzzing.h"
 #include "VXManagedObjectModel.h"
 #include "VXModelParser.h"
 #include "VXModelPrinter.h"
 #include "VXPropertyList.h"
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
 namespace {
-
-void require(bool condition, int line = __builtin_LINE())
-{
-    if (condition)
-        return;
-    std::fprintf(stderr, "line %d: the condition does not hold\n", line);
-    std::abort();
-}
 
 void checkSound(const VXModelDefinition &definition)
 {

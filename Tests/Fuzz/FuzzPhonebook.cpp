@@ -6,6 +6,7 @@
 #include "VXEmailAddress.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
+#include "VXFuzzing.h"
 #include "VXPhonebookGroup.h"
 #include "VXPhonebookList.h"
 #include "VXPhonebookString.h"
@@ -16,23 +17,11 @@
 
 #include <QtCore/QTemporaryDir>
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QString reserved = u"<>{},"_s;
-
-void require(bool condition, int line = __builtin_LINE())
-{
-    if (condition)
-        return;
-    std::fprintf(stderr, "line %d: the condition does not hold\n", line);
-    std::abort();
-}
 
 bool isSame(const QString &a, const QString &b)
 {

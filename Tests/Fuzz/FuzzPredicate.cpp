@@ -1,25 +1,14 @@
 // Any text as a predicate: reading ends with a predicate or an error that tells the place; a predicate can be evaluated,
 // and its own text reads back as an equal one with the same result.
 
+#include "VXFuzzing.h"
 #include "VXPredicate.h"
 
 #include <QtCore/QDateTime>
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
 using namespace Qt::StringLiterals;
 
 namespace {
-
-void require(bool condition, int line = __builtin_LINE())
-{
-    if (condition)
-        return;
-    std::fprintf(stderr, "line %d: the condition does not hold\n", line);
-    std::abort();
-}
 
 QVariantMap object()
 {

@@ -1,26 +1,16 @@
 // Any bytes: reading ends with a value or an error, and what can be written reads back as the same value.
 
+#include "VXFuzzing.h"
 #include "VXPropertyList.h"
 
 #include <QtCore/QDateTime>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 namespace {
 
 using Format = VXPropertyList::Format;
-
-void require(bool condition, int line = __builtin_LINE())
-{
-    if (condition)
-        return;
-    std::fprintf(stderr, "line %d: the condition does not hold\n", line);
-    std::abort();
-}
 
 // The XML form has whole seconds only.
 qint64 heldTime(const QVariant &date, Format format)

@@ -1,26 +1,16 @@
 // Any bytes: reading ends with a table or an error, and a table written in each form reads back the same.
 
+#include "VXFuzzing.h"
 #include "VXPropertyList.h"
 #include "VXStringsTable.h"
 
 #include <QtCore/QStringConverter>
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-void require(bool condition, int line = __builtin_LINE())
-{
-    if (condition)
-        return;
-    std::fprintf(stderr, "line %d: the condition does not hold\n", line);
-    std::abort();
-}
 
 // The text with every third character as an escape, so that both ways are gone.
 QString quoted(const QString &text)

@@ -1,27 +1,16 @@
 // Any bytes as the data file of an XML store: reading ends with objects or an error, and what was read is written in a
 // form that reads back the same.
 
+#include "VXFuzzing.h"
 #include "VXModelParser.h"
 #include "VXXMLStoreReader.h"
 #include "VXXMLStoreWriter.h"
 
 #include <QtCore/QBuffer>
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
 using namespace Qt::StringLiterals;
 
 namespace {
-
-void require(bool condition, int line = __builtin_LINE())
-{
-    if (condition)
-        return;
-    std::fprintf(stderr, "line %d: the condition does not hold\n", line);
-    std::abort();
-}
 
 const VXManagedObjectModel &model()
 {
