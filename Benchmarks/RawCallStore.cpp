@@ -75,9 +75,9 @@ RawCallStore::~RawCallStore()
     sqlite3_close(_database);
 }
 
-void RawCallStore::execute(const char *sql)
+void RawCallStore::execute(const char *statements)
 {
-    check(sqlite3_exec(_database, sql, nullptr, nullptr, nullptr) == SQLITE_OK, _database);
+    check(sqlite3_exec(_database, statements, nullptr, nullptr, nullptr) == SQLITE_OK, _database);
 }
 
 sqlite3_stmt *RawCallStore::query(Query query)

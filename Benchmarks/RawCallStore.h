@@ -51,7 +51,7 @@ public:
 
 private:
     sqlite3_stmt *query(Query query);
-    void execute(const char *sql);
+    void execute(const char *statements);
     struct Row;
     static Row readRow(sqlite3_stmt *statement);
     static qint64 streamRows(sqlite3_stmt *statement);

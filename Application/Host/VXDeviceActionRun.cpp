@@ -6,6 +6,7 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXReadableText.h"
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QTimer>
@@ -98,27 +99,32 @@ void VXDeviceActionRun::showProgress()
     _context.output.flush();
 }
 
+QString VXDeviceActionRun::failure() const
+{
+    if (_action->isCancelled())
+        return u"%1 was cancelled"_s.arg(_action->actionName());
+    if (const VXError error = _action->error(); !error.isNull())
+        return textOf(error);
+    return *_hasConcluded ? QString() : u"%1 did not end"_s.arg(_action->actionName());
+}
+
+// An action that failed may have done a part: that is shown too.
 int VXDeviceActionRun::answer()
 {
-    QString failure;
-    if (const VXError error = _action->error(); !error.isNull())
-        failure = error.code() == VXErrorCancelled ? u"%1 was cancelled"_s.arg(_action->actionName()) : textOf(error);
-    else if (!*_hasConcluded)
-        failure = u"%1 did not end"_s.arg(_action->actionName());
-
+    const QString failure = this->failure();
     const QJsonValue result = VXJSONFromVariant(_action->result());
-    if (_writesLines)
-        _context.output.writePart(
-            VXJSONText(failure.isNull() ? QJsonObject{{u"result"_s, result}} : QJsonObject{{u"error"_s, failure}}));
+    QJsonObject outcome;
+    if (failure.isNull() || !result.isNull())
+        outcome.insert(u"result"_s, result);
     if (!failure.isNull())
-        return _context.output.fail(failure);
-    if (_writesLines)
-        return VXHostOutput::Done;
-    const QString text =
-        result.isString() ? result.toString() : QString::fromUtf8(VXJSONText(result, QJsonDocument::Indented));
-    const QJsonObject json{{u"url"_s, VXAbsoluteString(_action->device()->url())},
-                           {u"action"_s, _action->actionName()},
-                           {u"result"_s, result}};
-    _context.output.answer(result.isNull() ? QString() : text + u'\n', json);
-    return VXHostOutput::Done;
+        outcome.insert(u"error"_s, failure);
+    if (_writesLines) {
+        _context.output.writePart(VXJSONText(outcome));
+    } else if (outcome.contains(u"result"_s)) {
+        outcome.insert(u"url"_s, VXAbsoluteString(_action->device()->url()));
+        outcome.insert(u"action"_s, _action->actionName());
+        _context.output.answer(VXReadableText(result), outcome);
+        _context.output.flush(); // before the failure is told
+    }
+    return failure.isNull() ? static_cast<int>(VXHostOutput::Done) : _context.output.fail(failure);
 }

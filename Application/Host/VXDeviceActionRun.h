@@ -29,6 +29,7 @@ private:
     void waitForConclusion(std::chrono::milliseconds timeout);
     void userDidCancel();
     void showProgress();
+    QString failure() const; // null when it did what it should
     int answer();
 
     VXHostContext &_context;

@@ -5,24 +5,43 @@
 #include "VXDeviceURL.h"
 #include "VXHostJSON.h"
 #include "VXInvocation.h"
+#include "VXPluginGuard.h"
 #include "VXPluginManager.h"
 #include "VXPluginReport.h"
 #include "VXUserDefaults.h"
 
+#include <QtCore/QEventLoop>
 #include <QtCore/QJsonArray>
+#include <QtCore/QTimer>
 
 #include <algorithm>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+// What the device answers to a question that it need not know; empty when it does not.
+std::optional<bool> answerOf(VXDevicePlugin &device, const char *question)
+{
+    std::optional<QVariant> answer;
+    VXCallPlugin(device, question, [&] { answer = VXInvocation::withMethod(&device, question).invoke(); });
+    return answer ? std::optional(answer->toBool()) : std::nullopt;
+}
+
+bool isConnecting(VXDevicePlugin &device)
+{
+    return answerOf(device, "isConnecting").value_or(false);
+}
+
 QString stateOfDevice(VXDevicePlugin &device)
 {
-    const auto isConnected = VXInvocation::withMethod(&device, "isConnected").invoke();
+    if (isConnecting(device))
+        return u"connecting"_s;
+    const std::optional<bool> isConnected = answerOf(device, "isConnected");
     if (!isConnected)
         return u"live"_s;
-    return isConnected->toBool() ? u"connected"_s : u"not connected"_s;
+    return *isConnected ? u"connected"_s : u"not connected"_s;
 }
 
 QString stateWithoutDevice(const VXPluginManager &manager, const QUrl &url)
@@ -45,13 +64,17 @@ QList<VXLocalizedProperty> sortedProperties(const VXDevicePlugin &device)
     return properties;
 }
 
-QJsonObject jsonOfProperties(const VXDevicePlugin &device)
+enum class Properties { All, ButLocalized };
+
+QJsonObject jsonOfProperties(const VXDevicePlugin &device, Properties which)
 {
     QJsonObject json;
     for (const QString &key : device.devicePropertyKeys()) {
         const QVariant value = device.devicePropertyForKey(key);
-        const bool isLocalized = value.metaType() == QMetaType::fromType<VXLocalizedProperty>();
-        json.insert(key, VXJSONFromVariant(isLocalized ? value.value<VXLocalizedProperty>().value() : value));
+        if (value.metaType() != QMetaType::fromType<VXLocalizedProperty>())
+            json.insert(key, VXJSONFromVariant(value));
+        else if (which == Properties::All)
+            json.insert(key, VXJSONFromVariant(value.value<VXLocalizedProperty>().value()));
     }
     return json;
 }
@@ -78,6 +101,18 @@ void appendRows(QList<QStringList> &rows, const QString &title, const QJsonObjec
 }
 
 } // namespace
+
+void VXAwaitConnection(VXDevicePlugin &device, std::chrono::milliseconds limit)
+{
+    QEventLoop wait;
+    QObject::connect(&device, &VXDevicePlugin::didChangeValueForKey, &wait, [&] {
+        if (!isConnecting(device))
+            wait.quit();
+    });
+    QTimer::singleShot(limit, &wait, &QEventLoop::quit);
+    if (isConnecting(device))
+        wait.exec();
+}
 
 QVariantMap VXDevicePreferences(const QUrl &url, bool persistent)
 {
@@ -124,7 +159,7 @@ QJsonObject VXDeviceReport::completeJSON() const
     QJsonObject json = this->json();
     const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(_url);
     json.insert(u"phoneNumber"_s, jsonText(device ? device->phoneNumber() : QString()));
-    json.insert(u"properties"_s, device ? jsonOfProperties(*device) : QJsonObject());
+    json.insert(u"properties"_s, device ? jsonOfProperties(*device, Properties::All) : QJsonObject());
     json.insert(u"localizedProperties"_s, device ? jsonOfLocalizedProperties(*device) : QJsonArray());
     json.insert(u"preferences"_s, VXJSONFromVariant(VXDevicePreferences(_url, false)));
     json.insert(u"persistentPreferences"_s, VXJSONFromVariant(VXDevicePreferences(_url, true)));
@@ -143,7 +178,8 @@ QList<QStringList> VXDeviceReport::rows() const
         rows.append({u"Number"_s, number.toString()});
     for (const auto property : json[u"localizedProperties"_s].toArray())
         rows.append({property[u"title"_s].toString(), textOf(property[u"shown"_s])});
-    appendRows(rows, u"Property"_s, json[u"properties"_s].toObject());
+    const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(_url);
+    appendRows(rows, u"Property"_s, device ? jsonOfProperties(*device, Properties::ButLocalized) : QJsonObject());
     appendRows(rows, u"Preference"_s, json[u"preferences"_s].toObject());
     appendRows(rows, u"Persistent"_s, json[u"persistentPreferences"_s].toObject());
     return rows;

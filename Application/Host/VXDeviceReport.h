@@ -6,6 +6,9 @@
 #include <QtCore/QStringList>
 #include <QtCore/QUrl>
 
+#include <chrono>
+
+class VXDevicePlugin;
 class VXPluginManager;
 
 /** What there is to tell of one known device, for people and as JSON; making it makes the device, if it can be made. */
@@ -14,7 +17,7 @@ class VXDeviceReport
 public:
     VXDeviceReport(const VXPluginManager &manager, const QUrl &url);
 
-    /** "connected", "not connected", "live" where the device can not tell; else why there is none. */
+    /** "connected", "connecting", "not connected", "live" where the device can not tell; else why there is none. */
     QString state() const { return _state; }
 
     QJsonObject json() const;
@@ -32,6 +35,9 @@ private:
     QString _state;
     bool _isDefault;
 };
+
+/** Runs the event loop until a device that is being connected is, or has failed to be; no longer than the limit. */
+void VXAwaitConnection(VXDevicePlugin &device, std::chrono::milliseconds limit);
 
 /** The device's preferences by their keys; the persistent ones, or the others. */
 [[nodiscard]] QVariantMap VXDevicePreferences(const QUrl &url, bool persistent);

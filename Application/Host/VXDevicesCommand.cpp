@@ -30,6 +30,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr std::chrono::seconds connectionLimit{5}; // how long a device that is being connected is waited for
+
 int done(VXHostContext &context, const QString &text, const QJsonValue &json)
 {
     context.output.answer(text, json);
@@ -172,6 +174,8 @@ int removeDevice(VXHostContext &context, VXPluginManager &, const QUrl &url)
 
 int info(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 {
+    if (const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url))
+        VXAwaitConnection(*device, connectionLimit);
     const VXDeviceReport report(manager, url);
     return done(context, VXTextTable(report.rows()), report.completeJSON());
 }
@@ -298,30 +302,32 @@ int runDevices(VXHostContext &context)
 
 VXHostCommand VXDevicesCommand()
 {
-    return {.name = u"devices"_s,
-            .summary = u"Show and change the devices, and have them do things"_s,
-            .synopsis =
-                u"[list|add|remove|default|info|actions|do] [URL|PLUGIN-ID] [ACTION|DEVICE-ID] [KEY=VALUE]..."_s,
-            .details =
-                u"\"list\" shows the known devices. \"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a "
-                "plugin then serves, with preferences for it; a VALUE that is JSON is stored as that, any other as a "
-                "text. \"remove URL\" forgets a device and its preferences, but for persistent ones. \"default\" shows "
-                "the default device; with --key KEY the one preferred for a purpose, and \"default URL --key KEY\" "
-                "chooses that. \"info URL\" tells all about a device.\n"
-                "\"actions URL\" names what the device can do, \"do URL ACTION\" has it do that and shows the result. "
-                "Ctrl-C and the end of the time ask it to abort; a second Ctrl-C does not wait for it."_s,
-            .options = {{.name = u"key"_s,
-                         .placeholder = u"KEY"_s,
-                         .summary = u"The user default that keeps the preferred device (default)"_s},
-                        {.name = u"object"_s, .placeholder = u"JSON"_s, .summary = u"What the action is about (do)"_s},
-                        {.name = u"timeout"_s,
-                         .placeholder = u"SECONDS"_s,
-                         .summary = u"Ask for an abort when it takes longer (do)"_s},
-                        {.name = u"json-lines"_s,
-                         .placeholder = {},
-                         .summary = u"Write progress and result as JSON, one value a line (do)"_s}},
-            .minimumOperands = 0,
-            .maximumOperands = 1000,
-            .firstOperands = verbNames(),
-            .run = runDevices};
+    return {
+        .name = u"devices"_s,
+        .summary = u"Show and change the devices, and have them do things"_s,
+        .synopsis = u"[list|add|remove|default|info|actions|do] [URL|PLUGIN-ID] [ACTION|DEVICE-ID] [KEY=VALUE]..."_s,
+        .details =
+            u"\"list\" shows the known devices. \"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a "
+            "plugin then serves, with preferences for it; a VALUE that is JSON is stored as that, any other as a "
+            "text. \"remove URL\" forgets a device and its preferences, but for persistent ones. \"default\" shows "
+            "the default device; with --key KEY the one preferred for a purpose, and \"default URL --key KEY\" "
+            "chooses that. \"info URL\" tells all about a device; one that is being connected is waited for, up to 5 "
+            "seconds.\n"
+            "\"actions URL\" names what the device can do, \"do URL ACTION\" has it do that and shows the result, "
+            "also that of a part when the rest failed. Ctrl-C and the end of the time ask it to abort; a second Ctrl-C "
+            "does not wait for it."_s,
+        .options = {{.name = u"key"_s,
+                     .placeholder = u"KEY"_s,
+                     .summary = u"The user default that keeps the preferred device (default)"_s},
+                    {.name = u"object"_s, .placeholder = u"JSON"_s, .summary = u"What the action is about (do)"_s},
+                    {.name = u"timeout"_s,
+                     .placeholder = u"SECONDS"_s,
+                     .summary = u"Ask for an abort when it takes longer (do)"_s},
+                    {.name = u"json-lines"_s,
+                     .placeholder = {},
+                     .summary = u"Write progress and result as JSON, one value a line (do)"_s}},
+        .minimumOperands = 0,
+        .maximumOperands = 1000,
+        .firstOperands = verbNames(),
+        .run = runDevices};
 }

@@ -1,5 +1,7 @@
 #include "VXEventReport.h"
 
+#include "VXHostOutput.h"
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -95,4 +97,13 @@ QStringList VXEventReasons(const VXEventRecord &record)
     if (lines.isEmpty())
         lines.append(u"No trigger listens to this event."_s);
     return lines;
+}
+
+int VXReportEvent(VXHostContext &context, const VXEventRecord &record, bool withReasons)
+{
+    QStringList lines{VXEventTitle(record) + ": "_L1 + VXEventOutcome(record)};
+    if (withReasons)
+        lines += VXEventReasons(record);
+    context.output.answer(lines.join(u'\n') + u'\n', record.json());
+    return record.isFailure() ? VXHostOutput::Failed : VXHostOutput::Done;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXEventRecord.h"
+#include "VXHostCommand.h"
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -15,3 +16,6 @@
 
 /** Line by line: which triggers there were, why each did or did not run, and what its reactors did. */
 [[nodiscard]] QStringList VXEventReasons(const VXEventRecord &record);
+
+/** Answers with what came of an event that was just posted. @return the exit status: failed when something in it failed. */
+int VXReportEvent(VXHostContext &context, const VXEventRecord &record, bool withReasons);

@@ -1,3 +1,4 @@
+#include "VXEventArguments.h"
 #include "VXExporterPlugin.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
@@ -54,7 +55,19 @@ std::optional<VXFetchRequest> requestFor(const VXHostOptions &options, const VXP
     return request;
 }
 
-int exportObjects(VXHostContext &context, const VXPluginManager &manager)
+// What the user says for this export; the file wins over an option of that name.
+QVariantMap givenOptions(const VXHostOptions &options, QString *problem)
+{
+    QVariantMap given;
+    for (const auto &[name, value] : options.occurrences()) {
+        if (name == "option"_L1)
+            VXReadReactorOption(value, &given, problem);
+    }
+    given.insert(VXExporterOptionsFilePathKey, QDir::current().absoluteFilePath(options.value(u"to"_s)));
+    return given;
+}
+
+int exportObjects(VXHostContext &context, const VXPluginManager &manager, const QVariantMap &given)
 {
     const VXHostOptions &options = context.options;
     QString problem;
@@ -72,19 +85,18 @@ int exportObjects(VXHostContext &context, const VXPluginManager &manager)
     list.reserve(found->size());
     for (const VXManagedObjectPtr &object : *found)
         list.append(QVariant::fromValue(object));
-    const QString path = QDir::current().absoluteFilePath(options.value(u"to"_s));
-    QVariantMap exportOptions{{VXExporterOptionsFilePathKey, path}};
     std::optional<VXError> failure;
     const bool returned = VXCallPlugin(
         *exporter, "exportObjects:options:",
         [&] {
-            QVariantMap defaults = exporter->reactorDefaults().value_or(QVariantMap());
-            defaults.insert(exportOptions);
-            failure = exporter->exportObjects(list, defaults);
+            QVariantMap all = exporter->reactorDefaults().value_or(QVariantMap());
+            all.insert(given);
+            failure = exporter->exportObjects(list, all);
         },
         &problem);
     if (!returned || failure)
         return context.output.fail(failure ? VXErrorText(*failure) : problem);
+    const QString path = given.value(VXExporterOptionsFilePathKey).toString();
     const QString count = list.size() == 1 ? u"1 object"_s : u"%1 objects"_s.arg(list.size());
     context.output.answer(u"Exported %1 to %2.\n"_s.arg(count, path),
                           QJsonObject{{u"count"_s, list.size()}, {u"path"_s, path}});
@@ -95,7 +107,11 @@ int runExport(VXHostContext &context)
 {
     if (context.options.value(u"to"_s).isEmpty())
         return context.output.failUsage(u"export needs --to FILE"_s, VXHostUsage(context.options.command()));
-    return VXRunWithPlugins(context, [&](VXPluginManager &manager) { return exportObjects(context, manager); });
+    QString problem;
+    const QVariantMap given = givenOptions(context.options, &problem);
+    if (!problem.isNull())
+        return context.output.failUsage(problem, VXHostUsage(context.options.command()));
+    return VXRunWithPlugins(context, [&](VXPluginManager &manager) { return exportObjects(context, manager, given); });
 }
 
 } // namespace
@@ -107,10 +123,12 @@ VXHostCommand VXExportCommand()
             .synopsis = u"EXPORTER STORE ENTITY"_s,
             .details =
                 u"EXPORTER is the identifier of an exporter plugin (\"vornix exporters\"), STORE the name of a data "
-                "plugin's store, ENTITY one of its entities. For example: vornix export "
+                "plugin's store, ENTITY one of its entities. The exporters that ship append to a file that is there "
+                "already; --option append=false replaces what it holds. For example: vornix export "
                 "com.halvern.VNX2.plugin.csvexporter calls VXCall --where 'duration > 60' --to calls.csv"_s,
             .options = {{u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
-                        {u"to"_s, u"FILE"_s, u"The file to export to; needed"_s}},
+                        {u"to"_s, u"FILE"_s, u"The file to export to; needed"_s},
+                        {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s}},
             .minimumOperands = 3,
             .maximumOperands = 3,
             .run = runExport};

@@ -12,6 +12,7 @@
 #include <QtCore/QJsonArray>
 
 #include <algorithm>
+#include <climits>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -43,7 +44,7 @@ int list(VXHostContext &context, qsizetype most)
         return (options.isSet(u"event"_s) && record.name != options.value(u"event"_s)) ||
                (options.isSet(u"failures"_s) && !record.isFailure());
     });
-    if (most > 0 && records.size() > most)
+    if (records.size() > most)
         records.remove(0, records.size() - most);
     if (context.output.isJSON()) {
         QJsonArray json;
@@ -75,10 +76,7 @@ int replay(VXHostContext &context, const VXEventRecord &past)
     }
     const VXEventRecord record =
         VXEventManager::sharedEventManager().recordByPostingEventWithName(past.name, past.subtype, object);
-    const QStringList lines =
-        QStringList{VXEventTitle(record) + ": "_L1 + VXEventOutcome(record)} + VXEventReasons(record);
-    context.output.answer(lines.join(u'\n') + u'\n', record.json());
-    return record.isFailure() ? VXHostOutput::Failed : VXHostOutput::Done;
+    return VXReportEvent(context, record, true);
 }
 
 int runReplay(VXHostContext &context)
@@ -103,9 +101,9 @@ int runHistory(VXHostContext &context)
     if (!options.operand(1).isNull())
         return context.output.failUsage(u"list takes nothing more"_s, usage);
     bool isNumber = true;
-    const int most = options.isSet(u"last"_s) ? options.value(u"last"_s).toInt(&isNumber) : 0;
-    if (!isNumber || most < 0)
-        return context.output.failUsage(u"--last needs a number"_s, usage);
+    const int most = options.isSet(u"last"_s) ? options.value(u"last"_s).toInt(&isNumber) : INT_MAX;
+    if (!isNumber || most < 1)
+        return context.output.failUsage(u"--last needs a number, at least 1"_s, usage);
     return list(context, most);
 }
 

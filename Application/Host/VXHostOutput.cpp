@@ -83,7 +83,8 @@ void VXHostOutput::writePart(const QByteArray &line)
 
 void VXHostOutput::note(const QString &text)
 {
-    writeFully(_errors, (text + u'\n').toUtf8());
+    const QByteArray fresh = ::isatty(_errors) != 0 ? "\r\x1b[K"_ba : QByteArray(); // a progress bar may stand there
+    writeFully(_errors, fresh + text.toUtf8() + '\n');
 }
 
 int VXHostOutput::fail(const QString &text)

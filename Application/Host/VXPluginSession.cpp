@@ -38,9 +38,11 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
     application.setDidFinishLaunching(false); // a plugin that needs a relaunch gets it once all are started
     manager.startup();
     application.setDidFinishLaunching(true);
-    const int status = application.isTerminating() // a store could not be opened, which the user was told
-                           ? context.output.fail(u"the program was told to quit while its plugins were loaded"_s)
-                           : runGuarded(context, manager, command);
+    const int status =
+        application.isTerminating() // a store could not be opened, which the user was told
+            ? context.output.fail(u"the program was told to quit while its plugins were loaded; of a store, "
+                                  "\"vornix store check FOLDER\" tells more"_s)
+            : runGuarded(context, manager, command);
     manager.shutdown();
     deleteWhatIsDeferred();
     return status;

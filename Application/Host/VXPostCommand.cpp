@@ -1,25 +1,22 @@
+#include "VXEventArguments.h"
 #include "VXEventManager.h"
 #include "VXEventReport.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
-#include "VXJSON.h"
 #include "VXPluginSession.h"
 #include "VXStoredObject.h"
-
-#include <QtCore/QJsonObject>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-int post(VXHostContext &context, const QVariantMap &map)
+int post(VXHostContext &context, QVariant object)
 {
     const VXHostOptions &options = context.options;
     const QString name = options.operand(0);
     VXStoredObject stored;
-    QVariant object = map.isEmpty() && !options.isSet(u"object"_s) ? QVariant() : QVariant(map);
     if (options.isSet(u"object-uri"_s)) {
         QString problem;
         stored = VXStoredObject::forURI(options.value(u"object-uri"_s), &problem);
@@ -27,16 +24,10 @@ int post(VXHostContext &context, const QVariantMap &map)
             return context.output.fail(problem);
         object = QVariant::fromValue(stored.object);
     }
-    VXEventManager &manager = VXEventManager::sharedEventManager();
-    if (!manager.bundleForEventName(name))
-        context.output.note(
-            u"No plugin says that it posts \"%1\"; \"vornix events\" shows what they post."_s.arg(name));
-    const VXEventRecord record = manager.recordByPostingEventWithName(name, options.value(u"subtype"_s), object);
-    QStringList lines{VXEventTitle(record) + ": "_L1 + VXEventOutcome(record)};
-    if (options.isSet(u"trace"_s))
-        lines += VXEventReasons(record);
-    context.output.answer(lines.join(u'\n') + u'\n', record.json());
-    return record.isFailure() ? VXHostOutput::Failed : VXHostOutput::Done;
+    VXNoteUnlistedEvent(context, name);
+    const VXEventRecord record =
+        VXEventManager::sharedEventManager().recordByPostingEventWithName(name, options.value(u"subtype"_s), object);
+    return VXReportEvent(context, record, options.isSet(u"trace"_s));
 }
 
 int runPost(VXHostContext &context)
@@ -47,16 +38,11 @@ int runPost(VXHostContext &context)
         return context.output.failUsage(u"the name of the event is empty"_s, usage);
     if (options.isSet(u"object"_s) && options.isSet(u"object-uri"_s))
         return context.output.failUsage(u"an event has one object: --object or --object-uri"_s, usage);
-    QVariantMap map;
-    if (options.isSet(u"object"_s)) {
-        QString reason;
-        const auto value = VXJSONFromText(options.value(u"object"_s).toUtf8(), &reason);
-        if (!value || !value->isObject())
-            return context.output.failUsage(
-                u"--object is no JSON object%1"_s.arg(reason.isNull() ? QString() : ": "_L1 + reason), usage);
-        map = VXVariantFromJSON(*value).toMap();
-    }
-    return VXRunWithPlugins(context, [&](VXPluginManager &) { return post(context, map); });
+    QVariant object;
+    QString problem;
+    if (!VXReadEventObject(options, &object, &problem))
+        return context.output.failUsage(problem, usage);
+    return VXRunWithPlugins(context, [&](VXPluginManager &) { return post(context, object); });
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "VXComparison.h"
 #include "VXHostJSON.h"
+#include "VXPluginGuard.h"
 #include "VXPluginManager.h"
 #include "VXReactorPlugin.h"
 #include "VXSmartFilter.h"
@@ -30,8 +31,10 @@ QVariantMap effectiveOptions(const QString &identifier, const QVariantMap &own)
 {
     QVariantMap options;
     if (const VXPluginProxy *const plugin = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier)) {
-        if (const auto *const reactor = dynamic_cast<const VXReactorPlugin *>(plugin->singleton().get()))
-            options = reactor->reactorDefaults().value_or(QVariantMap());
+        const VXPluginProxy::Instance instance = plugin->singleton();
+        if (const auto *const reactor = dynamic_cast<const VXReactorPlugin *>(instance.get()))
+            VXCallPlugin(*plugin, "reactorDefaults",
+                         [&] { options = reactor->reactorDefaults().value_or(QVariantMap()); });
     }
     options.insert(own);
     return options;
@@ -116,7 +119,8 @@ QJsonObject VXTriggerReport::testFilter(const QVariant &object, QString *line) c
     const VXFilterVerdict verdict =
         flag(u"useFilter"_s) ? VXApplyTriggerFilter(_trigger, object) : VXFilterVerdict{Kind::NoFilter};
     const QString format = verdict.predicate ? verdict.predicate->predicateFormat() : QString();
-    const QString problem = verdict.problem.isEmpty() ? QString() : u" ("_s + verdict.problem + u')';
+    const QString reason = verdict.kind == Kind::Rejected ? VXReasonForRejection(verdict, object) : verdict.problem;
+    const QString problem = reason.isEmpty() ? QString() : u": "_s + reason;
     const bool passes = verdict.kind == Kind::NoFilter || verdict.kind == Kind::Passed;
     switch (verdict.kind) {
     case Kind::NoFilter:
@@ -129,12 +133,12 @@ QJsonObject VXTriggerReport::testFilter(const QVariant &object, QString *line) c
         *line = u"The filter does not let the object pass: %1%2"_s.arg(format, problem);
         break;
     case Kind::Broken:
-        *line = u"The filter does not work:%1"_s.arg(problem);
+        *line = u"The filter does not work%1"_s.arg(problem);
         break;
     }
     return {{u"passes"_s, passes},
             {u"filter"_s, format.isNull() ? QJsonValue() : QJsonValue(format)},
-            {u"problem"_s, verdict.problem.isEmpty() ? QJsonValue() : QJsonValue(verdict.problem)}};
+            {u"problem"_s, reason.isEmpty() ? QJsonValue() : QJsonValue(reason)}};
 }
 
 QJsonObject VXTriggerReport::test(const QVariant &object, QStringList *lines) const

@@ -1,4 +1,6 @@
 #include "VXDiagnostics.h"
+#include "VXEventArguments.h"
+#include "VXExporterPlugin.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
@@ -14,6 +16,7 @@
 #include "VXTextTable.h"
 #include "VXTriggerReport.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QUrl>
@@ -80,14 +83,6 @@ struct ReactorArgument
     QVariantMap options;
 };
 
-// A list or dictionary in JSON, else the text itself: "{from} called" is none.
-QVariant optionValue(const QString &text)
-{
-    const bool mayBeJSON = text.startsWith(u'[') || text.startsWith(u'{');
-    const std::optional<QJsonValue> json = mayBeJSON ? VXJSONFromText(text.toUtf8()) : std::nullopt;
-    return json ? VXVariantFromJSON(*json) : QVariant(text);
-}
-
 // The reactors with the options that follow each; `problem` is what is wrong with them.
 QList<ReactorArgument> reactorArguments(const VXHostOptions &options, QString *problem)
 {
@@ -97,13 +92,15 @@ QList<ReactorArgument> reactorArguments(const VXHostOptions &options, QString *p
             reactors.append({value, {}});
         if (name != "option"_L1)
             continue;
-        const qsizetype equals = value.indexOf(u'=');
         if (reactors.isEmpty())
             *problem = u"--option %1 stands before any --reactor"_s.arg(value);
-        else if (equals < 1)
-            *problem = u"--option %1 is not of the form KEY=VALUE"_s.arg(value);
         else
-            reactors.last().options.insert(value.first(equals), optionValue(value.sliced(equals + 1)));
+            VXReadReactorOption(value, &reactors.last().options, problem);
+    }
+    for (ReactorArgument &reactor : reactors) {
+        const QString file = reactor.options.value(VXExporterOptionsFilePathKey).toString();
+        if (!file.isEmpty() && !file.startsWith(u'~')) // from here, wherever the event will be posted
+            reactor.options[VXExporterOptionsFilePathKey] = QDir::current().absoluteFilePath(file);
     }
     if (problem->isNull() && reactors.isEmpty())
         *problem = u"--reactor is missing"_s;
@@ -182,6 +179,7 @@ int add(VXHostContext &context, VXManagedObjectContext &triggers)
     addReactors(triggers, trigger, reactors);
     return saved(context, triggers, [&] {
         const VXTriggerReport report(*trigger);
+        VXNoteUnlistedEvent(context, event);
         context.output.answer(u"Added the trigger %1 for %2.\n"_s.arg(report.shortID(), event), report.json());
     });
 }
@@ -221,13 +219,9 @@ int disable(VXHostContext &context, VXManagedObjectContext &triggers, const Obje
 int test(VXHostContext &context, VXManagedObjectContext &, const ObjectPtr &trigger)
 {
     QVariant object;
-    if (const QString text = context.options.value(u"object"_s); !text.isNull()) {
-        QString reason;
-        const std::optional<QJsonValue> json = VXJSONFromText(text.toUtf8(), &reason);
-        if (!json || !json->isObject())
-            return context.output.fail(u"--object is no JSON object%1"_s.arg(json ? QString() : u": "_s + reason));
-        object = VXVariantFromJSON(*json);
-    }
+    QString problem;
+    if (!VXReadEventObject(context.options, &object, &problem))
+        return context.output.failUsage(problem, VXHostUsage(context.options.command()));
     QStringList lines;
     const QJsonObject json = VXTriggerReport(*trigger).test(object, &lines);
     context.output.answer(lines.join(u'\n') + u'\n', json);
@@ -321,26 +315,27 @@ int runTriggers(VXHostContext &context)
 
 VXHostCommand VXTriggersCommand()
 {
-    return {.name = u"triggers"_s,
-            .summary = u"Show and change what happens on events"_s,
-            .synopsis = u"[list|add|remove|enable|disable|test] [ID]"_s,
-            .details =
-                u"A trigger runs reactors, in order, when an event is posted whose object its filter lets pass. "
-                "\"list\" shows all; \"add\" makes one, which runs after those of the same event; \"test ID\" tells "
-                "whether the filter lets an object pass and what would run, and runs nothing. ID is as \"list\" "
-                "shows it.\n"
-                "An --option belongs to the --reactor before it. A value that is a list or an object in JSON is "
-                "taken as such, any other as text.\n"
-                "Example: vornix triggers add --event incoming_call --filter 'from CONTAINS \"Jane\"' "
-                "--reactor com.halvern.VNX2.plugin.runcommand --option program=/home/me/jane.sh"_s,
-            .options = {{u"event"_s, u"NAME"_s, u"add: the event to listen to; needed"_s},
-                        {u"name"_s, u"TEXT"_s, u"add: what to call the trigger"_s},
-                        {u"filter"_s, u"PREDICATE"_s, u"add: what the event's object must satisfy"_s},
-                        {u"reactor"_s, u"ID"_s, u"add: a reactor plugin to run; needed, may be repeated"_s},
-                        {u"option"_s, u"KEY=VALUE"_s, u"add: for the reactor before it; may be repeated"_s},
-                        {u"object"_s, u"JSON"_s, u"test: the event's object; none without"_s}},
-            .minimumOperands = 0,
-            .maximumOperands = 2,
-            .firstOperands = verbNames(),
-            .run = runTriggers};
+    return {
+        .name = u"triggers"_s,
+        .summary = u"Show and change what happens on events"_s,
+        .synopsis = u"[list|add|remove|enable|disable|test] [ID]"_s,
+        .details =
+            u"A trigger runs reactors, in order, when an event is posted whose object its filter lets pass. "
+            "\"list\" shows all; \"add\" makes one, which runs after those of the same event; \"test ID\" tells "
+            "whether the filter lets an object pass and what would run, and runs nothing. ID is as \"list\" "
+            "shows it.\n"
+            "An --option belongs to the --reactor before it. A value that is a list or an object in JSON is "
+            "taken as such, any other as text. A relative path of a file to export to counts from the current folder.\n"
+            "Example: vornix triggers add --event incoming_call --filter 'from CONTAINS \"Jane\"' "
+            "--reactor com.halvern.VNX2.plugin.runcommand --option program=/home/me/jane.sh"_s,
+        .options = {{u"event"_s, u"NAME"_s, u"add: the event to listen to; needed"_s},
+                    {u"name"_s, u"TEXT"_s, u"add: what to call the trigger"_s},
+                    {u"filter"_s, u"PREDICATE"_s, u"add: what the event's object must satisfy"_s},
+                    {u"reactor"_s, u"ID"_s, u"add: a reactor plugin to run; needed, may be repeated"_s},
+                    {u"option"_s, u"KEY=VALUE"_s, u"add: for the reactor before it; may be repeated"_s},
+                    {u"object"_s, u"JSON"_s, u"test: the event's object; none without"_s}},
+        .minimumOperands = 0,
+        .maximumOperands = 2,
+        .firstOperands = verbNames(),
+        .run = runTriggers};
 }

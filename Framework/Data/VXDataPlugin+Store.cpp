@@ -5,6 +5,7 @@
 #include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
 #include "VXException.h"
+#include "VXFileLock.h"
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
@@ -13,9 +14,12 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QTemporaryDir>
 #include <QtCore/QUrl>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -157,7 +161,7 @@ StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
     if (isThere(path)) {
         store = _loadBundleStoreFile(path, &problem);
     } else {
-        store = createStoreAtPath(path, {}, &problem);
+        store = createBundleStore(path, &problem);
         if (!store)
             VXLogMethod(VXLogError, "_loadBundleStoreController:", problem.description());
     }
@@ -166,11 +170,36 @@ StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
     return store;
 }
 
+// Made aside and then moved into place whole: a process that is killed meanwhile leaves nothing that looks like a damaged
+// store, and of two that make it at once one takes the other's.
+StorePtr VXDataPlugin::createBundleStore(const QString &path, VXError *error)
+{
+    const QString folder = QFileInfo(path).path();
+    const bool hasFolder = !VXFileManager::defaultManager().verifyPathExists(folder);
+    const QTemporaryDir aside(folder + "/.new.XXXXXX"_L1);
+    if (!hasFolder || !aside.isValid())
+        return createStoreAtPath(path, {}, error); // which cannot be, and tells why
+    const QString whole = aside.filePath(QFileInfo(path).fileName());
+    {
+        const StorePtr store = createStoreAtPath(whole, {}, error);
+        if (!store || !VXManagedObjectContext(store->persistentStoreCoordinator()).save(error))
+            return nullptr;
+    } // and is closed
+    const bool isMoved = std::rename(QFile::encodeName(whole).constData(), QFile::encodeName(path).constData()) == 0;
+    if (isMoved || isThere(path))
+        return _loadBundleStoreFile(path, error);
+    VXSetError(error, VXMakeFileError(VXLocalizedString(u"Unable to move file"_s), qt_error_string(errno), path));
+    return nullptr;
+}
+
 // What waits in the install folder replaces the store, which goes to the trash.
 bool VXDataPlugin::installWaitingStore(const QString &path, VXError *error)
 {
     const QString waiting = VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(path).fileName();
     if (!isThere(waiting))
+        return true;
+    const VXFileLock lock(VXDataManager::sharedDataInstallPath() + "/.lock"_L1);
+    if (!isThere(waiting)) // another process has just installed it
         return true;
     VXFileManager &files = VXFileManager::defaultManager();
     if (isThere(path)) {

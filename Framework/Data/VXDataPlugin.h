@@ -70,6 +70,7 @@ private:
     VXCoreDataStore::Ptr openStore(VXError *error);
     VXCoreDataStore::Ptr _loadMemoryStoreController(VXError *error);
     VXCoreDataStore::Ptr _loadBundleStoreController(VXError *error);
+    VXCoreDataStore::Ptr createBundleStore(const QString &path, VXError *error);
     bool installWaitingStore(const QString &path, VXError *error);
     VXCoreDataStore::Ptr _loadBundleStoreFile(const QString &path, VXError *error);
     bool hasOwnVersion(const QString &path, const QString &dataFileName, VXError *error) const;

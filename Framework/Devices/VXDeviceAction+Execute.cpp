@@ -7,6 +7,7 @@
 #include "VXInvocation.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
+#include "VXNone.h"
 
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QTimer>
@@ -62,7 +63,7 @@ void VXDeviceAction::executeWithDevice(const VXDevicePlugin::Ptr &theDevice, QOb
     if (delegate == nullptr)
         return executeWithDevice(theDevice);
     QVariantList arguments{QVariant::fromValue(this)};
-    if (userInfo.isValid())
+    if (!VXIsNone(userInfo))
         arguments.append(userInfo);
     const auto invocation = VXInvocation::withMethod(delegate, didCompleteSelector, arguments);
     VXAssert(!invocation.isNull(),
@@ -81,10 +82,12 @@ void VXDeviceAction::prepareExecution(const VXDevicePlugin::Ptr &theDevice, Comp
 {
     VXAssert(theDevice != nullptr, "theDevice can not be nil: "_L1 + _actionName);
     VXAssert(!_isExecuting.exchange(true), "Action is already executing: "_L1 + _actionName);
-    const VXMutexLocker lock(_lock);
-    _device = theDevice;
-    _callbackInvocation = std::move(completion);
-    _result = QVariant();
+    VXDevicePlugin::Ptr device = theDevice;
+    QVariant result;
+    const VXMutexLocker lock(_lock); // what was there before goes once it is free
+    _device.swap(device);
+    _callbackInvocation.swap(completion);
+    _result.swap(result);
     _self = shared_from_this();
 }
 

@@ -36,12 +36,14 @@ QVariant VXDeviceAction::object() const
 
 void VXDeviceAction::setObject(const QVariant &object)
 {
-    const QVariant context = VXValueForKey(object, u"managedObjectContext"_s);
+    // What is let go of here goes once the lock is free: its end may be anybody's code.
+    QVariant kept = object;
+    QVariant context = VXValueForKey(object, u"managedObjectContext"_s);
     const VXMutexLocker lock(_lock);
-    if (_object == object)
+    if (_object == kept)
         return;
-    _object = object;
-    _object_cntx = context;
+    _object.swap(kept);
+    _object_cntx.swap(context);
 }
 
 QVariant VXDeviceAction::result() const
@@ -52,8 +54,9 @@ QVariant VXDeviceAction::result() const
 
 void VXDeviceAction::setResult(const QVariant &result)
 {
+    QVariant kept = result; // then what was there before, which goes once the lock is free
     const VXMutexLocker lock(_lock);
-    _result = result;
+    _result.swap(kept);
 }
 
 QString VXDeviceAction::description() const

@@ -92,7 +92,7 @@ public:
     void executeWithDevice(const VXDevicePlugin::Ptr &theDevice, Completion completion = {});
     /**
      * The same, and then calls the delegate's invokable method with the action (VXDeviceAction *) and, when that is
-     * valid, the user info. A null delegate gets no call; one without such a method fails an assertion.
+     * not none, the user info. A null delegate gets no call; one without such a method fails an assertion.
      */
     void executeWithDevice(const VXDevicePlugin::Ptr &theDevice, QObject *delegate,
                            const QByteArray &didCompleteSelector, const QVariant &userInfo = {});

@@ -217,10 +217,13 @@ void VXDevicePlugin::unregisterActionHandler(const QString &theActionName, QObje
 
 void VXDevicePlugin::unregisterActionHandlersForTarget(QObject *target)
 {
-    VXAssert(target != nullptr, u"Target can not be nil"_s);
-    const VXMutexLocker lock(_lock);
-    for (Handlers &handlers : _actionHandlers)
-        removeHandler(handlers, target);
+    QStringList names;
+    {
+        const VXMutexLocker lock(_lock);
+        names = _actionHandlers.keys();
+    }
+    for (const QString &name : names)
+        unregisterActionHandler(name, target);
 }
 
 void VXDevicePlugin::unregisterActionHandlers()

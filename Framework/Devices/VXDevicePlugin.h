@@ -29,7 +29,8 @@ VX_EXPORT extern const VXNotificationName VXDevicePluginDidRemoveDeviceNotificat
  * One phone, or other handset: the base class of device plugins, and the registry of devices. A plugin derives from
  * it, gives the class an invokable constructor without arguments, registers handlers for the actions it knows (in an
  * overridden initWithURL, after the base's), and shows what it finds out as device properties. A device that can tell
- * whether it is connected has an invokable `bool isConnected() const`.
+ * whether it is connected has an invokable `bool isConnected() const`; one that is being connected in the background
+ * tells that by an invokable `bool isConnecting() const`, and announces each change of "isConnecting".
  *
  * Devices live on the main thread. Any thread may ask the registry, read preferences and properties and look up
  * handlers; a preference is set on the main thread only.
@@ -140,7 +141,8 @@ public:
     static void setDefaultDeviceURL(const QUrl &url, const QString &key);
 
 Q_SIGNALS:
-    /** Before and after a change of "deviceProperties", and with it of "localizedProperties". */
+    /** Before and after a change of "deviceProperties", and with it of "localizedProperties"; and of what else a
+     *  concrete device announces. */
     void willChangeValueForKey(const QString &key);
     void didChangeValueForKey(const QString &key);
 
@@ -157,7 +159,7 @@ private:
     QUrl _url;                 // set once, with the next
     QString _preferencePrefix; // of the keys of its preferences
     mutable VXMutex _lock;
-    mutable QHash<QString, Handlers> _actionHandlers VX_GUARDED_BY(_lock);
+    QHash<QString, Handlers> _actionHandlers VX_GUARDED_BY(_lock);
     QVariantMap _deviceProperties VX_GUARDED_BY(_lock);
 };
 

@@ -100,8 +100,11 @@ void VXEventManager::post(const QString &name, const QString &subtype, const QVa
     VXTraceMethod(VXDebugCategory::EVNT(), operation,
                   u"%1::%2(%3)"_s.arg(name, subtype.isNull() ? u""_s : subtype, addressText(object)));
     announce(name, subtype, object);
-    if (const VXPersistentStoreCoordinator::Ptr triggers = triggersCoordinator())
+    QString problem;
+    if (const VXPersistentStoreCoordinator::Ptr triggers = triggersCoordinator(&problem))
         VXEventRun(*this, name, subtype, object, record).runTriggers(triggers);
+    else if (record != nullptr)
+        record->problem = problem;
 }
 
 // Observers are code of plugins too: one that throws shall not keep the triggers from running.
@@ -119,7 +122,7 @@ void VXEventManager::announce(const QString &name, const QString &subtype, const
     }
 }
 
-VXPersistentStoreCoordinator::Ptr VXEventManager::triggersCoordinator()
+VXPersistentStoreCoordinator::Ptr VXEventManager::triggersCoordinator(QString *problem)
 {
     if (!_hasTriggersStore) {
         bool isThere = false; // asked on the main thread, to which plugins belong
@@ -139,6 +142,8 @@ VXPersistentStoreCoordinator::Ptr VXEventManager::triggersCoordinator()
     VXPersistentStoreCoordinator::Ptr coordinator =
         VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(triggersStore);
     _hasTriggersStore = coordinator != nullptr; // handed out once, it stays
+    if (!coordinator)
+        *problem = u"The store \"triggers\" cannot be used; the log tells why."_s;
     return coordinator;
 }
 

@@ -69,8 +69,8 @@ private:
 
     void post(const QString &name, const QString &subtype, const QVariant &object, VXEventRecord *record);
     void announce(const QString &name, const QString &subtype, const QVariant &object) const;
-    /** Null when there is no such store, or it cannot be opened. */
-    std::shared_ptr<VXPersistentStoreCoordinator> triggersCoordinator();
+    /** Null when there is no such store; null with a problem when there is one that cannot be used. */
+    std::shared_ptr<VXPersistentStoreCoordinator> triggersCoordinator(QString *problem);
     void keepRecord(VXEventRecord &record);
 
     std::atomic<bool> _hasTriggersStore = false;

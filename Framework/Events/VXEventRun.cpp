@@ -1,6 +1,7 @@
 #include "VXEventRun.h"
 
 #include "VXApplication.h"
+#include "VXComparison.h"
 #include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
 #include "VXEventManager.h"
@@ -105,7 +106,8 @@ VXFetchResult VXEventRun::fetchTriggers(VXManagedObjectContext &context)
     VXFetchRequest request(*entity);
     request.predicate = predicate;
     request.sortDescriptors = {{.key = u"index"_s}};
-    request.prefetchedRelationships = {u"filter"_s};
+    if (entity->relationshipForName(u"filter"_s) != nullptr)
+        request.prefetchedRelationships = {u"filter"_s};
     return fetch(context, request);
 }
 
@@ -126,23 +128,39 @@ std::vector<VXEventRun::Trigger> VXEventRun::readTriggers(const VXFetchResult &f
     return triggers;
 }
 
-// With one query, where following the relationships takes one for each trigger and one more for each reactor.
+// With one query, where following the relationships takes one for each trigger and one more for each reactor. That takes a
+// reactor to belong to one trigger; another plugin's store may have a model in which several share it.
 void VXEventRun::fetchReactors(const QList<VXManagedObjectPtr> &triggers)
 {
-    QVariantList objectIDs;
-    for (const VXManagedObjectPtr &trigger : triggers) {
-        objectIDs.append(QVariant::fromValue(trigger->objectID()));
-        _reactors.insert(trigger->objectID(), {});
-    }
     const VXManagedObjectPtr &first = triggers.constFirst();
-    const VXRelationshipDescription &reactors = *first->entity().propertyForName(u"reactors"_s)->asRelationship();
-    VXFetchRequest request(reactors.destination());
-    request.predicate = VXPredicate::comparison(VXExpression::keyPath(reactors.inverse()->name()),
-                                                VXPredicate::Operator::In, VXExpression::constant(objectIDs));
+    const VXRelationshipDescription *const reactors = first->entity().relationshipForName(u"reactors"_s);
+    const VXRelationshipDescription *const trigger = reactors == nullptr ? nullptr : reactors->inverse();
+    if (trigger == nullptr || trigger->isToMany()) {
+        followReactors(triggers);
+        return;
+    }
+    QVariantList objectIDs;
+    for (const VXManagedObjectPtr &each : triggers) {
+        objectIDs.append(QVariant::fromValue(each->objectID()));
+        _reactors.insert(each->objectID(), {});
+    }
+    VXFetchRequest request(reactors->destination());
+    request.predicate = VXPredicate::comparison(VXExpression::keyPath(trigger->name()), VXPredicate::Operator::In,
+                                                VXExpression::constant(objectIDs));
     request.sortDescriptors = {{.key = u"index"_s}};
     for (const VXManagedObjectPtr &reactor : fetch(*first->managedObjectContext(), request)) {
-        if (const VXManagedObjectPtr trigger = reactor->related(reactors.inverse()->index()))
-            _reactors[trigger->objectID()].append(reactor);
+        if (const VXManagedObjectPtr owner = reactor->related(trigger->index()))
+            _reactors[owner->objectID()].append(reactor);
+    }
+}
+
+void VXEventRun::followReactors(const QList<VXManagedObjectPtr> &triggers)
+{
+    for (const VXManagedObjectPtr &trigger : triggers) {
+        QList<VXManagedObjectPtr> &reactors = _reactors[trigger->objectID()];
+        const QVariantList related = trigger->valueForKey(u"reactors"_s).toList();
+        for (const QVariant &reactor : vx_sortedArrayUsingKey(related, u"index"_s))
+            reactors.append(reactor.value<VXManagedObjectPtr>());
     }
 }
 
@@ -298,8 +316,9 @@ void VXEventRun::reportFilter(const VXTriggerRecord &trigger)
 
 QString VXEventRun::displayName(const VXTriggerRecord &trigger) const
 {
-    QString name = trigger.name;
-    if (name.isEmpty() && VXMainThread::performAndWait([&] { name = _manager.localizedNameForEventName(_name); }))
-        name = name.isNull() ? _name : name; // no bundle lists the event any more
-    return name.isEmpty() ? _name : name;
+    if (!trigger.name.isEmpty())
+        return trigger.name;
+    QString name; // none when no bundle lists the event any more
+    const bool isAsked = VXMainThread::performAndWait([&] { name = _manager.localizedNameForEventName(_name); });
+    return isAsked && !name.isEmpty() ? name : _name;
 }

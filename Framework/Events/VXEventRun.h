@@ -49,6 +49,7 @@ private:
     VXFetchResult fetchTriggers(VXManagedObjectContext &context);
     static std::vector<Trigger> readTriggers(const VXFetchResult &found);
     void fetchReactors(const QList<VXManagedObjectPtr> &triggers);
+    void followReactors(const QList<VXManagedObjectPtr> &triggers);
     VXFetchResult fetch(VXManagedObjectContext &context, const VXFetchRequest &request);
     [[noreturn]] void failFetch(const VXPredicate &predicate);
     /** False when the trigger is not to run. */

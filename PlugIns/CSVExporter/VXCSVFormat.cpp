@@ -8,9 +8,36 @@ namespace {
 
 constexpr QByteArrayView byteOrderMark("\xef\xbb\xbf");
 
+bool isDigit(char octet)
+{
+    return octet >= '0' && octet <= '9';
+}
+
+// What follows a sign and makes a number with it: digits, and perhaps a fraction.
+bool isUnsignedNumber(QByteArrayView text)
+{
+    const auto point = std::find_if_not(text.begin(), text.end(), isDigit);
+    if (point == text.begin() || point == text.end())
+        return point != text.begin();
+    const bool isPoint = *point == '.' || *point == ',';
+    return isPoint && point + 1 != text.end() && std::all_of(point + 1, text.end(), isDigit);
+}
+
+// What follows the plus of an international phone number.
+bool isPhoneNumber(QByteArrayView text)
+{
+    const auto isPart = [](char octet) { return isDigit(octet) || QByteArrayView(" ()-./").contains(octet); };
+    return std::all_of(text.begin(), text.end(), isPart) && std::any_of(text.begin(), text.end(), isDigit);
+}
+
+// Neither numbers nor phone numbers, which can call no function and name no cell.
 bool beginsFormula(QByteArrayView text)
 {
-    return QByteArrayView("=+-@\t\r").contains(text.front());
+    const char first = text.front();
+    if (!QByteArrayView("=+-@\t\r").contains(first))
+        return false;
+    const bool hasSign = first == '+' || first == '-';
+    return !(hasSign && isUnsignedNumber(text.sliced(1))) && !(first == '+' && isPhoneNumber(text.sliced(1)));
 }
 
 } // namespace

@@ -13,7 +13,7 @@ struct VXCSVFormat
     char separator = ',';
     QByteArray lineEnd = QByteArrayLiteral("\r\n");
     /** Spreadsheet programs take a text for a formula that begins with one of = + - @, a tab or a carriage return: such a
-     * text gets an apostrophe in front of it. */
+     * text gets an apostrophe in front of it, unless it is a number ("-5") or a phone number ("+44 20 7946 0000"). */
     bool neutralisesFormulas = true;
     bool writesUTC = false;
 

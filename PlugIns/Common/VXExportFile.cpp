@@ -216,8 +216,8 @@ void VXExportFile::takeBack()
     }
     if (_isTouched && _replacement.isEmpty() &&
         (!writeAll(_output, _overwritten, _start) || ::ftruncate(_output, _oldSize) != 0 || ::fsync(_output) != 0)) {
-        VXLogMethod(
-            VXLogError, "takeBack",
-            u"\"%1\" could not be brought back to %2 bytes: %3"_s.arg(_path).arg(_oldSize).arg(qt_error_string(errno)));
+        VXLogMethod(VXLogError, "takeBack",
+                    u"\"%1\" could not be brought back to %2 bytes: %3"_s.arg(_path, QString::number(_oldSize),
+                                                                              qt_error_string(errno)));
     }
 }

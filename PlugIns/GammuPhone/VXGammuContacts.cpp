@@ -3,6 +3,7 @@
 #include "VXGammuContactMap.h"
 #include "VXGammuReading.h"
 #include "VXGammuText.h"
+#include "VXNone.h"
 
 #include <memory>
 #include <span>
@@ -33,6 +34,19 @@ GSM_MemoryType memoryOf(const QVariantMap &contact, VXError *error)
     VXSetError(error,
                VXMakeGammuRequestError(VXGammuLocalizedString(u"No memory for contacts is named \"%1\"."_s).arg(name)));
     return MEM_INVALID;
+}
+
+// Where the contact lies; 0 when it does not tell, and, with an error, for what is no location.
+int locationOf(const QVariantMap &contact, VXError *error)
+{
+    const QVariant value = contact.value(u"location"_s);
+    const int location = VXLocationFromVariant(value);
+    if (location == 0 && !VXIsNone(value))
+        VXSetError(
+            error,
+            VXMakeGammuRequestError(
+                VXGammuLocalizedString(u"\"%1\" is no location: these are numbers from 1."_s).arg(value.toString())));
+    return location;
 }
 
 Entry makeEntry(GSM_MemoryType memory, int location)
@@ -88,10 +102,11 @@ VXError VXGammuContacts::write(VXGammuSession &session, VXDeviceAction &action)
     const QVariantMap contact = action.object().toMap();
     VXError error;
     const GSM_MemoryType memory = memoryOf(contact, &error);
+    const int location = error ? 0 : locationOf(contact, &error);
     if (error)
         return error;
     const QString cannotWrite = VXGammuLocalizedString(u"The contact could not be written: %1"_s);
-    const Entry entry = makeEntry(memory, contact.value(u"location"_s).toInt());
+    const Entry entry = makeEntry(memory, location);
     if (entry->Location > 0) {
         const GSM_Error found = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });
         if (found != ERR_NONE && found != ERR_EMPTY)
@@ -116,10 +131,11 @@ VXError VXGammuContacts::remove(VXGammuSession &session, VXDeviceAction &action)
     const QVariantMap contact = action.object().toMap();
     VXError error;
     const GSM_MemoryType memory = memoryOf(contact, &error);
+    const int location = error ? 0 : locationOf(contact, &error);
     if (error)
         return error;
-    const Entry entry = makeEntry(memory, contact.value(u"location"_s).toInt());
-    if (entry->Location <= 0)
+    const Entry entry = makeEntry(memory, location);
+    if (location == 0)
         return VXMakeGammuRequestError(VXGammuLocalizedString(u"The contact to delete must have a location."_s));
     // Deleting what is not there is an error of some phones and none of others.
     GSM_Error code = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });

@@ -4,6 +4,7 @@
 #include "VXGammuReading.h"
 #include "VXGammuText.h"
 
+#include <algorithm>
 #include <memory>
 #include <span>
 #include <vector>
@@ -169,11 +170,12 @@ VXError VXGammuMessages::send(VXGammuSession &session, VXDeviceAction &action)
 VXError VXGammuMessages::remove(VXGammuSession &session, VXDeviceAction &action)
 {
     const QVariantList locations = locationsOf(action.object().toMap());
-    if (locations.isEmpty())
+    if (locations.isEmpty() ||
+        std::ranges::any_of(locations, [](const QVariant &value) { return VXLocationFromVariant(value) == 0; }))
         return VXMakeGammuRequestError(VXGammuLocalizedString(u"The message to delete must have a location."_s));
     for (const QVariant &location : locations) {
         GSM_SMSMessage part{};
-        part.Location = location.toInt();
+        part.Location = VXLocationFromVariant(location);
         const GSM_Error code = action.isCancelled()
                                    ? ERR_CANCELED
                                    : session.call([&](auto *machine) { return GSM_DeleteSMS(machine, &part); });

@@ -1,5 +1,6 @@
 #include "VXGammuPhone.h"
 
+#include "VXDeviceURL.h"
 #include "VXEventManager.h"
 #include "VXGammuContacts.h"
 #include "VXGammuMessages.h"
@@ -14,6 +15,13 @@ namespace {
 
 constexpr std::chrono::milliseconds watchInterval{250};
 constexpr std::chrono::seconds upkeepInterval{30};
+
+// The property that tells why the phone can not be reached.
+const QString &problemKey()
+{
+    static const QString key = u"problem"_s;
+    return key;
+}
 
 } // namespace
 
@@ -45,11 +53,18 @@ bool VXGammuPhone::initWithURL(const QUrl &theURL)
 void VXGammuPhone::pluginWillUnload()
 {
     _isShutdown = true;
+    setConnecting(false);
     _watch.stop();
     _upkeep.stop();
     unregisterActionHandlers();
     if (_worker)
         _worker->stop();
+}
+
+QString VXGammuPhone::name() const
+{
+    const QString name = preferenceForKey(u"name"_s).toString();
+    return name.isEmpty() ? VXDeviceURLComponent(url(), 1) : name;
 }
 
 QString VXGammuPhone::phoneNumber() const
@@ -117,13 +132,25 @@ void VXGammuPhone::keepUp()
 {
     if (_worker->isBusy() || (!isConnected() && !_mayConnect))
         return;
+    setConnecting(!isConnected());
     enqueue(nullptr, [self = QPointer(this)](VXGammuSession &session) {
         VXMainThread::perform([self, state = VXReadGammuState(session)] {
-            if (self)
-                self->setProperties(state);
+            if (!self)
+                return;
+            self->setProperties(state);
+            self->setConnecting(false);
         });
         return VXError();
     });
+}
+
+void VXGammuPhone::setConnecting(bool flag)
+{
+    if (_isConnecting == flag)
+        return;
+    Q_EMIT willChangeValueForKey(u"isConnecting"_s);
+    _isConnecting = flag;
+    Q_EMIT didChangeValueForKey(u"isConnecting"_s);
 }
 
 // -- What the worker tells
@@ -177,7 +204,8 @@ VXGammuWorker::Listener VXGammuPhone::makeListener()
 void VXGammuPhone::setProperties(const VXGammuProperties &properties)
 {
     _mayConnect = true;
-    _lastFailure = QString();
+    if (!std::exchange(_lastFailure, {}).isNull())
+        setDeviceProperty({}, problemKey());
     for (const auto &[key, value] : properties)
         setDeviceProperty(value, key);
 }
@@ -192,15 +220,18 @@ void VXGammuPhone::didFailToOpen(const VXError &error)
 {
     _mayConnect = error.domain() == VXGammuErrorDomain && error.code() != ERR_TIMEOUT && error.code() != ERR_ABORTED;
     const QString text = error.localizedDescription();
-    if (std::exchange(_lastFailure, text) != text) // told once, and not at each try
+    if (std::exchange(_lastFailure, text) != text) { // told once, and not at each try
         VXLogMethod(VXLogWarning, "didFailToOpen:", description() + ": "_L1 + text);
+        setDeviceProperty(VXLocalizedProperty(text, VXGammuLocalizedString(u"Problem"_s)), problemKey());
+    }
+    setConnecting(false);
 }
 
 // As other sources of calls tell of them: who called whom, and with which phone.
 void VXGammuPhone::announce(const QString &name, const QString &subtype, const QVariantMap &object)
 {
     QVariantMap told = object;
-    told.insert(u"device_url"_s, url().toString());
+    told.insert(u"device_url"_s, VXAbsoluteString(url()));
     if (name == "incoming_call"_L1)
         told.insert(u"from"_s, object.value(u"number"_s));
     else if (name == "outgoing_call"_L1)

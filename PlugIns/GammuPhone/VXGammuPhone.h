@@ -25,9 +25,13 @@ public:
     bool initWithURL(const QUrl &theURL) override;
     void pluginWillUnload() override;
 
+    /** What its preference "name" says, else its identifier: the plugin's name would be that of all phones. */
+    QString name() const override;
     /** The first of the card's own numbers. */
     QString phoneNumber() const override;
     Q_INVOKABLE bool isConnected() const;
+    /** True while it is connected without being asked for anything, until what it is has been read. Announced. */
+    Q_INVOKABLE bool isConnecting() const { return _isConnecting; }
 
 private:
     void registerActionHandlers();
@@ -38,6 +42,7 @@ private:
 
     void watch();
     void keepUp();
+    void setConnecting(bool flag);
     void setProperties(const VXGammuProperties &properties);
     void didClose();
     void didFailToOpen(const VXError &error);
@@ -46,6 +51,7 @@ private:
     QTimer _watch;  // while the phone is busy
     QTimer _upkeep; // connects again, and asks for battery and signal
     QString _lastFailure;
+    bool _isConnecting = false;
     bool _mayConnect = true;                // false: only once somebody asks for something
     std::unique_ptr<VXGammuCalls> _calls;   // the worker's
     std::unique_ptr<VXGammuWorker> _worker; // last: it uses the rest

@@ -6,6 +6,9 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QtEndian>
 
+#include <cmath>
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 const QString VXGammuErrorDomain = u"VXGammuErrorDomain"_s;
@@ -75,6 +78,13 @@ GSM_DateTime VXDateToGammu(const QDateTime &date)
             .Day = day.day(),
             .Month = day.month(),
             .Year = day.year()};
+}
+
+int VXLocationFromVariant(const QVariant &value)
+{
+    const double number = value.toDouble(); // as JSON has it
+    const bool isLocation = number >= 1 && number <= std::numeric_limits<int>::max() && number == std::floor(number);
+    return isLocation ? static_cast<int>(number) : 0;
 }
 
 QString VXDialableNumber(const QString &number)

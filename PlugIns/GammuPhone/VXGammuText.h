@@ -4,6 +4,7 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QString>
+#include <QtCore/QVariant>
 
 #include <gammu.h>
 #include <span>
@@ -31,6 +32,9 @@ QString VXTextFromGammu(const unsigned char *text);
 /** Invalid for what is no date. The library's zone is an offset from UTC in seconds. */
 QDateTime VXDateFromGammu(const GSM_DateTime &date);
 GSM_DateTime VXDateToGammu(const QDateTime &date);
+
+/** Where something lies in a memory: a whole number from 1; 0 for anything else. */
+int VXLocationFromVariant(const QVariant &value);
 
 /** The number without the spaces, dots and brackets that people write; null when it is none that can be dialled. */
 QString VXDialableNumber(const QString &number);

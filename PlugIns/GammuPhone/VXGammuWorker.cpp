@@ -4,6 +4,7 @@
 #include "VXMainThread.h"
 
 #include <algorithm>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 
@@ -78,8 +79,10 @@ void VXGammuWorker::watch()
     std::vector<Job> cancelled;
     {
         const VXMutexLocker lock(_lock);
-        std::ranges::copy_if(_jobs, std::back_inserter(cancelled), &Job::isCancelled);
-        std::erase_if(_jobs, std::mem_fn(&Job::isCancelled));
+        // Each is asked once: it may be cancelled in between.
+        const auto found = std::stable_partition(_jobs.begin(), _jobs.end(), std::not_fn(&Job::isCancelled));
+        cancelled.assign(std::make_move_iterator(found), std::make_move_iterator(_jobs.end()));
+        _jobs.erase(found, _jobs.end());
         if (_current)
             watchCurrent();
     }
@@ -119,8 +122,9 @@ void VXGammuWorker::run()
 
 bool VXGammuWorker::takeJob()
 {
+    std::optional<Job> finished; // goes once the lock is free
     const VXMutexLocker lock(_lock);
-    _current.reset();
+    finished.swap(_current);
     const auto hasNews = [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return _isStopping || !_jobs.empty(); };
     if (_session.isListening())
         _changed.waitFor(_lock, listeningInterval, hasNews);

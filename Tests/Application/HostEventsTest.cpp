@@ -133,6 +133,12 @@ TEST_F(HostEventsTest, ExportsObjectsOfAStore)
     for (const QString &name : {u"one"_s, u"two"_s})
         EXPECT_EQ(run(u"triggers add --event ping --reactor test.reactor --name"_s, {name}).status, 0);
     EXPECT_EQ(json(u"export test.good triggers VXTrigger --to out"_s)[u"count"_s], QJsonValue(2));
+    const QStringList table{u"--option"_s, u"columns=userName"_s};
+    const QString file = path(u"triggers.csv"_s);
+    const QString toTable = u"export com.halvern.VNX2.plugin.csvexporter triggers VXTrigger --to "_s + file;
+    EXPECT_EQ(run(toTable, table).status, 0);
+    EXPECT_EQ(run(toTable + " --option append=false"_L1, table).status, 0);
+    EXPECT_EQ(readFile(file), "userName\r\none\r\ntwo\r\n");
     EXPECT_EQ(json(u"export test.good triggers VXTrigger --to out --where"_s, {u"userName == 'two'"_s})[u"count"_s],
               QJsonValue(1));
     const HostOutcome failed = run(u"export test.bad triggers VXTrigger --to out"_s);
@@ -158,7 +164,11 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         {{u"history"_s, u"replay"_s}, 2, "needs ID"},
         {{u"history"_s, u"replay"_s, u"nothing"_s}, 1, "no event \"nothing\""},
         {{u"history"_s, u"--last"_s, u"many"_s}, 2, "--last needs a number"},
+        {{u"history"_s, u"--last"_s, u"0"_s}, 2, "--last needs a number, at least 1"},
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s}, 2, "--to FILE"},
+        {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s, u"--option"_s, u"x"_s},
+         2,
+         "KEY=VALUE"},
         {{u"export"_s, u"test.reactor"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s}, 1, "no enabled exporter"},
         {{u"export"_s, u"test.good"_s, u"nothing"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s}, 1, "no store \"nothing\""},
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXNothing"_s, u"--to"_s, u"x"_s}, 1, "no entity VXNothing"},
@@ -176,8 +186,14 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
 TEST_F(HostEventsTest, ProcessesPostAtOnceIntoTheSameStores)
 {
     writePlugins();
-    EXPECT_EQ(run(u"triggers add --event incoming_call --reactor test.reactor"_s).status, 0);
+    const QString lines = path(u"calls.csv"_s);
     const HostOutcome outcome = runHostShell(uR"sh(
+        "$0" triggers & first=$! # both make the stores
+        "$0" triggers & second=$!
+        wait $first && wait $second || exit 1
+        "$0" triggers add --event incoming_call --reactor test.reactor \
+            --reactor com.halvern.VNX2.plugin.csvexporter --option columns=call_id \
+            --option VXExporterOptionsFilePath="$HOME/calls.csv" || exit 1
         post() { for call in 1 2 3 4 5; do
             "$0" post incoming_call --subtype ended --object "{\"call_id\": \"$1-$call\", \"from\": \"Jane <555>\"}" || exit 1
         done; }
@@ -187,9 +203,13 @@ TEST_F(HostEventsTest, ProcessesPostAtOnceIntoTheSameStores)
     QSet<QString> identifiers;
     for (const auto event : json(u"history --event incoming_call"_s).toArray()) {
         identifiers.insert(event[u"id"_s].toString());
-        EXPECT_EQ(event[u"triggers"_s][0][u"reactions"_s][0][u"outcome"_s], QJsonValue(u"done"_s));
+        for (const int reaction : {0, 1})
+            EXPECT_EQ(event[u"triggers"_s][0][u"reactions"_s][reaction][u"outcome"_s], QJsonValue(u"done"_s));
     }
     EXPECT_EQ(identifiers.size(), 10);
     const QString calls = path(u".local/share/Vornix 2/Data/calls.vxdatastore/calls.sqlite"_s);
     EXPECT_EQ(count(calls, "SELECT count(*) FROM VX_VXCall"), 10);
+    QList<QByteArray> written = readFile(lines).trimmed().split('\n');
+    EXPECT_EQ(written.takeFirst(), "call_id\r");
+    EXPECT_EQ(QSet<QByteArray>(written.cbegin(), written.cend()).size(), 10);
 }

@@ -265,7 +265,8 @@ TEST_F(HostStoreTest, LongListsAreWrittenBatchByBatch)
 
 TEST_F(HostStoreTest, TheStoresOfPluginsGoByName)
 {
-    const QString uri = insert(u"calls"_s, u"VXCall"_s, R"({"from": "+1555", "date": "2026-01-31T12:00:00Z", "duration": 7})");
+    const QString uri =
+        insert(u"calls"_s, u"VXCall"_s, R"({"from": "+1555", "date": "2026-01-31T12:00:00Z", "duration": 7})");
     EXPECT_EQ(jsonOf({u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().at(0)["uri"_L1].toString(), uri);
     EXPECT_EQ(outputOf({u"list"_s, u"calls"_s, u"VXCall"_s, u"--where"_s, u"duration > 7"_s, u"--count"_s}), "0\n");
     outputOf({u"check"_s, u"calls"_s});

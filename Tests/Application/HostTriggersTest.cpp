@@ -35,9 +35,10 @@ protected:
 TEST_F(HostTriggersTest, AddsShowsTriesAndRemoves)
 {
     const QString filter = u"from CONTAINS[c] \"jane\" AND NOT duration < 5"_s;
-    const HostOutcome added = triggers(
-        {u"add"_s, u"--event"_s, u"incoming_call"_s, u"--name"_s, u"Jane"_s, u"--filter"_s, filter, u"--reactor"_s,
-         reactor, u"--option"_s, u"text={from} called"_s, u"--option=list=[1, \"b\"]"_s, u"--reactor"_s, reactor});
+    const HostOutcome added =
+        triggers({u"add"_s, u"--event"_s, u"incoming_call"_s, u"--name"_s, u"Jane"_s, u"--filter"_s, filter,
+                  u"--reactor"_s, reactor, u"--option"_s, u"text={from} called"_s, u"--option=list=[1, \"b\"]"_s,
+                  u"--reactor"_s, reactor, u"--option=VXExporterOptionsFilePath=a.csv"_s});
     EXPECT_EQ(added.status, 0) << added.errors.toStdString();
     EXPECT_EQ(triggers({u"add"_s, u"--event"_s, u"incoming_call"_s, u"--reactor"_s, reactor}).status, 0);
 
@@ -51,7 +52,8 @@ TEST_F(HostTriggersTest, AddsShowsTriesAndRemoves)
     ASSERT_EQ(reactors.size(), 2);
     EXPECT_EQ(reactors[0].toObject().value("options"_L1),
               (QJsonObject{{u"text"_s, u"{from} called"_s}, {u"list"_s, QJsonArray{1, u"b"_s}}}));
-    EXPECT_EQ(reactors[1].toObject().value("options"_L1), QJsonObject());
+    EXPECT_EQ(reactors[1].toObject().value("options"_L1),
+              (QJsonObject{{u"VXExporterOptionsFilePath"_s, QDir::current().absoluteFilePath(u"a.csv"_s)}}));
     EXPECT_TRUE(all[1].toObject().value("filter"_L1).isNull());
 
     const QString identifier = first.value("id"_L1).toString();
@@ -110,7 +112,7 @@ TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
         EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(reason));
     }
     EXPECT_EQ(triggers(whole).status, 0);
-    EXPECT_EQ(triggers({u"test"_s, u"p1"_s, u"--object"_s, u"[1]"_s}).status, 1);
+    EXPECT_EQ(triggers({u"test"_s, u"p1"_s, u"--object"_s, u"[1]"_s}).status, 2);
     EXPECT_EQ(json({}).array().size(), 1);
 }
 

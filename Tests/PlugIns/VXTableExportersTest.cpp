@@ -48,8 +48,15 @@ TEST_F(VXTableExportersTest, CSVFieldsComeBackAsTheyWere)
         {u" blank "_s, "' blank '"},
         {u"J\u00e4ne \U0001F600"_s, "'J\u00e4ne \U0001F600'"},
         {u"=SUM(A1)"_s, "\"'=SUM(A1)\""},
-        {u"+1 555"_s, "\"'+1 555\""},
-        {u"-1"_s, "\"'-1\""},
+        {u"+44 (20) 7946-0000"_s, "'+44 (20) 7946-0000'"},
+        {u"+1 555;ext"_s, "\"'+1 555;ext\""},
+        {u"+ /"_s, "\"'+ /\""},
+        {u"-1"_s, "'-1'"},
+        {u"+1.5"_s, "'+1.5'"},
+        {u"-1+2"_s, "\"'-1+2\""},
+        {u"-1."_s, "\"'-1.\""},
+        {u"-A1"_s, "\"'-A1\""},
+        {u"-"_s, "\"'-\""},
         {u"@x"_s, "\"'@x\""},
         {u"\tx"_s, R"("'\tx")"},
         {-1, "'-1'"},
@@ -76,7 +83,7 @@ TEST_F(VXTableExportersTest, CSVFieldsComeBackAsTheyWere)
 
 TEST_F(VXTableExportersTest, CSVOptionsAndTheExistingHeaderDecideTheColumns)
 {
-    const QVariantMap object{{u"from"_s, u"+1"_s},
+    const QVariantMap object{{u"from"_s, u"@1"_s},
                              {u"date"_s, QDateTime({2026, 1, 31}, {16, 5, 9}, Qt::UTC)},
                              {u"contact"_s, QVariantMap{{u"name"_s, u"Jane"_s}}}};
     const QVariantMap options{{u"columns"_s, u"date, contact.name,from"_s},
@@ -84,14 +91,14 @@ TEST_F(VXTableExportersTest, CSVOptionsAndTheExistingHeaderDecideTheColumns)
                               {u"utc"_s, true},
                               {u"separator"_s, u";"_s}};
     EXPECT_EQ(VXExport(csv, {object}, file, options), QString());
-    EXPECT_EQ(readFile(file), QByteArray("date;contact.name;from\r\n2026-01-31T16:05:09Z;Jane;+1\r\n"));
+    EXPECT_EQ(readFile(file), QByteArray("date;contact.name;from\r\n2026-01-31T16:05:09Z;Jane;@1\r\n"));
 
     // Edited by hand: a mark, other line ends, no line end at the end.
     writeFile(u"a.csv"_s, "\xef\xbb\xbf\"from\",other\nx,y");
     EXPECT_EQ(VXExport(csv, {object}, file), QString());
-    EXPECT_EQ(readFile(file), QByteArray("\xef\xbb\xbf\"from\",other\nx,y\n'+1,\n"));
+    EXPECT_EQ(readFile(file), QByteArray("\xef\xbb\xbf\"from\",other\nx,y\n'@1,\n"));
     EXPECT_EQ(VXExport(csv, {object}, file, {{u"append"_s, false}, {u"columns"_s, QStringList{u"from"_s}}}), QString());
-    EXPECT_EQ(rows(), QByteArray("[['from'], [\"'+1\"]]"));
+    EXPECT_EQ(rows(), QByteArray("[['from'], [\"'@1\"]]"));
 }
 
 TEST_F(VXTableExportersTest, CSVRefusesWhatItWouldSpoil)

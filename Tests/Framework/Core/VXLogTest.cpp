@@ -62,12 +62,23 @@ protected:
             <key>CFBundleName</key><string>Test</string></dict></plist>)");
         VXBundle::setMainBundle(VXBundle::bundleWithPath(path(u"Test.app"_s)));
     }
+    ~VXLogTest() override
+    {
+        VXBundle::setMainBundle(_before);
+        VXLog::setClock(&QDateTime::currentDateTimeUtc);
+    }
+
+    /** Runs the work where no line was logged yet: a thread's logger stays with the file of its first line. */
+    static void onFreshThread(const std::function<void()> &work) { std::thread(work).join(); }
 
     QString errorLog() const { return path(u".local/state/Test/error.log"_s); }
     QStringList lines(const QString &file) const
     {
         return QString::fromUtf8(readFile(file)).split(u'\n', Qt::SkipEmptyParts);
     }
+
+private:
+    const VXBundle::Ptr _before = VXBundle::mainBundle();
 };
 
 TEST_F(VXLogTest, NamesLevels)
@@ -150,11 +161,11 @@ TEST_F(VXLogTest, OnOldSystemsOnlyTheConsoleIsWrittenTo)
 {
     VX_OSX_VERSION = 0x104F;
     testing::internal::CaptureStderr();
-    VXLog::log(3, u"text"_s);
+    onFreshThread([] { VXLog::log(3, u"text"_s); });
     EXPECT_TRUE(QString::fromStdString(testing::internal::GetCapturedStderr()).endsWith(u" [ERROR] text\n"_s));
     EXPECT_FALSE(QFile::exists(errorLog()));
     VX_OSX_VERSION = 0x1050;
-    VXLog::log(3, u"text"_s);
+    onFreshThread([] { VXLog::log(3, u"text"_s); });
     EXPECT_EQ(lines(errorLog()).size(), 1);
 }
 
@@ -200,9 +211,12 @@ class LoudSpeaker : public Speaker
 TEST_F(VXLogTest, MethodLinesNameTheObjectsOwnClassAndTheOperation)
 {
     const LoudSpeaker speaker;
-    speaker.speak();
-    Speaker::announce();
+    onFreshThread([&] {
+        speaker.speak();
+        Speaker::announce();
+    });
     const QStringList written = lines(errorLog());
+    ASSERT_EQ(written.size(), 2);
     const QString address = QString::asprintf("0x%08x", static_cast<unsigned>(reinterpret_cast<quintptr>(&speaker)));
     EXPECT_TRUE(written[0].endsWith(u"<ERROR> %1 -[LoudSpeaker speakWithName:object:] text"_s.arg(address)));
     EXPECT_TRUE(
@@ -213,12 +227,14 @@ TEST_F(VXLogTest, TracesAreMadeOnlyWhileTheirSwitchIsOn)
 {
     const Speaker speaker;
     int made = 0;
-    speaker.trace(made);
-    EXPECT_EQ(made, 0) << "the text of a trace that is off";
-    VXUserDefaults::standardUserDefaults().setObject(true, u"debug.EVNT"_s);
-    speaker.trace(made);
-    VXUserDefaults::standardUserDefaults().setObject(false, u"debug.EVNT"_s);
-    speaker.trace(made);
+    onFreshThread([&] {
+        speaker.trace(made);
+        EXPECT_EQ(made, 0) << "the text of a trace that is off";
+        VXUserDefaults::standardUserDefaults().setObject(true, u"debug.EVNT"_s);
+        speaker.trace(made);
+        VXUserDefaults::standardUserDefaults().setObject(false, u"debug.EVNT"_s);
+        speaker.trace(made);
+    });
     const QStringList written = lines(errorLog());
     ASSERT_EQ(written.size(), 1);
     EXPECT_TRUE(

@@ -94,6 +94,9 @@ protected:
     // Sheets are shown by keeping them for the test to end.
     void SetUp() override
     {
+        VXDataPluginHomeTest::SetUp();
+        if (IsSkipped())
+            return;
         writeExporter(u"org.example.good"_s, {});
         writeExporter(u"org.example.bad"_s, {{u"FixtureExportError"_s, u"failed as told"_s}});
         startWith({u"org.example.good"_s, u"org.example.bad"_s});

@@ -5,6 +5,9 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
+#include <csignal>
+#include <cstdlib>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::SizeIs;
@@ -39,6 +42,28 @@ TEST_F(VXDataPluginTest, MakesStoresStampedAndSeededAndFindsThemAgain)
         EXPECT_THAT(textsIn(again->persistentStoreCoordinator()), ElementsAre(u"new"_s));
     }
     EXPECT_THAT(user->alerts(), SizeIs(0));
+}
+
+TEST_F(VXDataPluginTest, StoreIsMadeThoughAProcessDiedMakingIt)
+{
+    const struct
+    {
+        QString store;
+        QString type;
+        QString validation;
+    } rows[] = {{u"notes"_s, u"sqlite"_s, u"dies early"_s},
+                {u"pages"_s, u"sqlite"_s, u"dies"_s},
+                {u"leaves"_s, u"xml"_s, u"dies"_s}};
+    for (const auto &[store, type, validation] : rows) {
+        writePlugin(store, type, {{u"FixtureValidation"_s, validation}});
+        EXPECT_EXIT(startWith({}), testing::KilledBySignal(SIGKILL), "") << store.toStdString();
+        writePlugin(store, type);
+    }
+    EXPECT_EXIT((startWith({}), std::_Exit(0)), testing::ExitedWithCode(0), ""); // leaves the last plugin out
+    startWith({});
+    EXPECT_THAT(user->alerts(), SizeIs(0)) << log.lines().join(u'\n').toStdString();
+    for (const auto &row : rows)
+        EXPECT_THAT(textsIn(dataPlugin("org.example."_L1 + row.store).persistentStoreCoordinator()), SizeIs(0));
 }
 
 TEST_F(VXDataPluginTest, StoreInMemoryLeavesNoTrace)

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "VXLogRecorder.h"
 #include "VXManagedObjectContext.h"
-#include "VXPluginFixtures.h"
 #include "VXTesting.h"
 
 /** People with groups, in store folders and in memory. */

@@ -73,9 +73,11 @@ protected:
         EXPECT_TRUE(VXRunUntil([&] { return isDone.load(); }));
         worker.join();
     }
-    static qsizetype activities() { return VXActivityManager::sharedActivityManager().activities().size(); }
+    static qsizetype allActivities() { return VXActivityManager::sharedActivityManager().activities().size(); }
+    qsizetype activities() const { return allActivities() - activitiesBefore; }
     qsizetype warnings(const QString &text) const { return log.lines(u"WARNING"_s).filter(text).size(); }
 
+    const qsizetype activitiesBefore = allActivities();
     const std::shared_ptr<Phone> phone = std::make_shared<Phone>();
     const VXDeviceAction::Ptr action = VXDeviceAction::actionWithName(u"call"_s);
     Delegate delegate;
@@ -248,6 +250,15 @@ TEST_F(VXDeviceActionTest, TheObjectsContextLivesAsLong)
     EXPECT_FALSE(watched.expired());
     action->setObject(u"text"_s);
     EXPECT_TRUE(watched.expired());
+
+    QVariant found; // the end of what is let go of may ask the action
+    const auto end = [&](int *gone) {
+        delete gone;
+        found = action->object();
+    };
+    action->setObject(QVariant::fromValue(std::shared_ptr<int>(new int, end)));
+    action->setObject(7);
+    EXPECT_EQ(found, QVariant(7));
 }
 
 #include "VXDeviceActionTest.moc"

@@ -185,7 +185,7 @@ TEST_F(VXDeviceRegistryTest, AnObserverOnAThreadMayUseTheRegistryAndThrow)
 {
     startWithPhones({u"one"_s, u"two"_s});
     VXNotificationCenter::defaultCenter().addObserver(
-        &context, VXDevicePluginDidAddDeviceNotification, [this](const VXNotification &notification) {
+        &context, VXDevicePluginDidAddDeviceNotification, [](const VXNotification &notification) {
             if (notification.object.value<VXDevicePlugin *>()->url() == phone(u"two"_s))
                 throw std::runtime_error("thrown as told");
             static_cast<void>(VXDevicePlugin::deviceAtURL(phone(u"two"_s)));

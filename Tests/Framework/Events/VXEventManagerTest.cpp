@@ -5,6 +5,7 @@
 #include "VXException.h"
 #include "VXFramework.h"
 #include "VXMainThread.h"
+#include "VXModelParser.h"
 
 #include <QtCore/QDir>
 
@@ -93,6 +94,45 @@ TEST_F(VXEventManagerTest, RunsTriggersAndReactorsByIndexWithOptionsOverDefaults
     add({{.reactors = {numbered(0)}}}); // what is saved counts for the next event
     post();
     EXPECT_THAT(numbers().mid(4), ElementsAre(0, 1, 2, 3, 4));
+}
+
+TEST_F(VXEventManagerTest, TriggersMayLieInAStoreOfAnotherModel)
+{
+    QList<VXModelProblem> problems;
+    const VXModelDefinition definition =
+        VXParseModel("entity VXTrigger { attribute eventName: string; attribute index: integer32 = 0;"
+                     " relationship reactors: VXReactorRecord[] optional inverse triggers; }"
+                     "entity VXReactorRecord { attribute index: integer32 = 0; attribute bundleIdentifier: string;"
+                     " attribute options: property-list optional;"
+                     " relationship triggers: VXTrigger[] optional inverse reactors; }",
+                     &problems);
+    const VXManagedObjectModel::Ptr model = VXManagedObjectModel::modelWithDefinition(definition);
+    ASSERT_TRUE(model);
+    const QString bundle =
+        VXPluginFixture{.identifier = u"test.triggers"_s,
+                        .name = {},
+                        .kind = u"VXDataPlugin"_s,
+                        .info = {{u"VXDataStoreName"_s, u"triggers"_s}, {u"VXDataStoreType"_s, u"sqlite"_s}},
+                        .code = u"StorePlugin.so"_s}
+            .write(shared());
+    ASSERT_TRUE(model->writeToFile(bundle + u"/Contents/Resources/triggers.mom"_s));
+    writeReactor(reactor);
+    startWith({reactor});
+    VXManagedObjectContext context(triggers());
+    const VXManagedObjectPtr trigger = context.insertNewObject(u"VXTrigger"_s);
+    trigger->setValueForKey(u"ping"_s, u"eventName"_s);
+    QVariantList reactors;
+    for (const int number : {2, 1, 3}) {
+        const VXManagedObjectPtr record = context.insertNewObject(u"VXReactorRecord"_s);
+        record->setValueForKey(number, u"index"_s);
+        record->setValueForKey(reactor, u"bundleIdentifier"_s);
+        record->setValueForKey(QVariantMap{{u"n"_s, number}}, u"options"_s);
+        reactors.append(QVariant::fromValue(record));
+    }
+    trigger->setValueForKey(reactors, u"reactors"_s);
+    ASSERT_TRUE(context.save());
+    post();
+    EXPECT_THAT(numbers(), ElementsAre(1, 2, 3));
 }
 
 TEST_F(VXEventManagerTest, TracesEachStepWhileTheSwitchIsOn)
@@ -288,6 +328,14 @@ TEST_F(VXEventManagerTest, TriggersThatCannotBeFetchedFailAnAssertion)
     const QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
     ASSERT_THAT(records, SizeIs(1));
     EXPECT_EQ(records[0].problem, problem);
+}
+
+TEST_F(VXEventManagerTest, StoreOfTriggersThatCannotBeUsedIsToldInTheRecord)
+{
+    start();
+    plugin(u"com.halvern.VNX2.plugin.triggers"_s)->unload();
+    EXPECT_EQ(post().problem, u"The store \"triggers\" cannot be used; the log tells why."_s);
+    EXPECT_EQ(log.count(u"plugin is not loaded for store: triggers"_s), 1);
 }
 
 // -- Threads

@@ -1,6 +1,7 @@
 #include "VXPhonebookList.h"
+#include "VXLogRecorder.h"
 #include "VXPhonebookGroup.h"
-#include "VXPhonebookTesting.h"
+#include "VXTesting.h"
 
 using namespace Qt::StringLiterals;
 
@@ -74,7 +75,7 @@ TEST_F(VXPhonebookListTest, unpacking)
         EXPECT_EQ(VXUnpackPhonebookStrings(text, true), expanded) << text.toStdString();
         EXPECT_EQ(VXUnpackPhonebookStrings(text, false), whole.isEmpty() ? expanded : whole) << text.toStdString();
     }
-    EXPECT_EQ(recorder.lines(), QStringList());
+    EXPECT_EQ(recorder.messages(), QStringList());
     EXPECT_EQ(VXPackPhonebookStrings({u"Jo <555>"_s, u"a@b.c"_s}), u"Jo <555>, a@b.c"_s);
     EXPECT_FALSE(VXPackPhonebookStrings({}).isNull());
 }
@@ -96,7 +97,7 @@ TEST_F(VXPhonebookListTest, mismatchedBracesAreLogged)
         EXPECT_EQ(VXUnpackPhonebookStrings(text, true), items) << text.toStdString();
         for (QString &line : lines)
             line = u"<WARNING> "_s + line + text;
-        EXPECT_EQ(recorder.lines(), lines);
+        EXPECT_EQ(recorder.messages(), lines);
     }
 
     VXLogRecorder recorder;
@@ -106,7 +107,7 @@ TEST_F(VXPhonebookListTest, mismatchedBracesAreLogged)
     EXPECT_TRUE(name.isNull());
     EXPECT_TRUE(VXPhonebookGroupSplit(u"a {} b "_s, &name));
     EXPECT_EQ(name, u"a"_s);
-    EXPECT_EQ(recorder.lines(),
+    EXPECT_EQ(recorder.messages(),
               QStringList({u"<WARNING> unterminated group: Friends {"_s, u"<WARNING> unterminated group: } Friends {"_s,
                            u"<NOTICE> Ignoring excess after group termination: a {} b "_s}));
 }
@@ -142,7 +143,7 @@ TEST_F(VXPhonebookListTest, megabytesTakeLinearTime)
     VXLogRecorder recorder;
     EXPECT_EQ(VXUnpackPhonebookStrings(QString(megabyte, u'}'), true).size(), 1);
     EXPECT_EQ(VXUnpackPhonebookStrings(QString(megabyte, u'{'), true).size(), 0);
-    const QStringList lines = recorder.lines();
+    const QStringList lines = recorder.messages();
     EXPECT_GE(lines.size(), 2);
     EXPECT_LT(lines.size(), 100) << "the same long line again and again";
 

@@ -1,7 +1,8 @@
 #include "VXPhonebookString.h"
 #include "VXEmailAddress.h"
-#include "VXPhonebookTesting.h"
+#include "VXLogRecorder.h"
 #include "VXPhonebookType.h"
+#include "VXTesting.h"
 #include "VXTextEscaping.h"
 
 using namespace Qt::StringLiterals;
@@ -148,7 +149,7 @@ TEST_F(VXPhonebookStringTest, splitting)
     for (const auto &[text, expected] : table)
         EXPECT_EQ(split(text), expected) << text.toStdString();
     EXPECT_TRUE(VXPhonebookStringSplit(u"Jane <555>"_s));
-    EXPECT_EQ(recorder.lines(), QStringList());
+    EXPECT_EQ(recorder.messages(), QStringList());
 }
 
 TEST_F(VXPhonebookStringTest, malformedTextsAreLoggedAndStayTheName)
@@ -166,7 +167,7 @@ TEST_F(VXPhonebookStringTest, malformedTextsAreLoggedAndStayTheName)
     for (const auto &[problem, text] : table) {
         VXLogRecorder recorder;
         EXPECT_EQ(split(text), (Split{false, text, none, 0}));
-        EXPECT_EQ(recorder.lines(), QStringList(u"<NOTICE> "_s + problem + text));
+        EXPECT_EQ(recorder.messages(), QStringList(u"<NOTICE> "_s + problem + text));
     }
 }
 

@@ -1,7 +1,6 @@
 #include "VXPluginFixtures.h"
 
 #include "VXException.h"
-#include "VXLog.h"
 #include "VXPropertyList.h"
 
 #include <QtCore/QCoreApplication>
@@ -78,32 +77,4 @@ void VXFlushDeferredDeletions()
 {
     for (int round = 0; round < 2; ++round) // in the second what the first deferred
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
-VXLogRecorder::VXLogRecorder()
-{
-    require(_file.open(), u"temporary file"_s);
-    VXLog::setEchoDescriptor(_file.handle());
-}
-
-VXLogRecorder::~VXLogRecorder()
-{
-    VXLog::setEchoDescriptor(-1);
-}
-
-QStringList VXLogRecorder::lines() const
-{
-    QFile file(_file.fileName());
-    require(file.open(QIODevice::ReadOnly), file.fileName());
-    return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
-}
-
-QStringList VXLogRecorder::lines(const QString &level) const
-{
-    return lines().filter(u'<' + level + u'>');
-}
-
-qsizetype VXLogRecorder::count(const QString &text) const
-{
-    return lines().filter(text).size();
 }

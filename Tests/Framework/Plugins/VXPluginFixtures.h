@@ -2,7 +2,6 @@
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-#include <QtCore/QTemporaryFile>
 #include <QtCore/QVariant>
 
 /**
@@ -31,20 +30,3 @@ void VXClearPluginEvents();
 
 /** Lets deferred deletions, as those of unloaded instances, happen now. */
 void VXFlushDeferredDeletions();
-
-/** The lines that go to the log while it lives. One at a time. */
-class VXLogRecorder
-{
-public:
-    VXLogRecorder();
-    ~VXLogRecorder();
-
-    QStringList lines() const;
-    /** Those of one level, as "ERROR". */
-    QStringList lines(const QString &level) const;
-    /** How many lines hold the text. */
-    qsizetype count(const QString &text) const;
-
-private:
-    QTemporaryFile _file;
-};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXApplication.h"
+#include "VXLogRecorder.h"
 #include "VXPluginFixtures.h"
 #include "VXPluginManager.h"
 #include "VXScriptedUserInterface.h"
@@ -9,7 +10,12 @@
 
 #include <QtCore/QCoreApplication>
 
-/** A test of the plugin manager, which is fresh in the process of each test, with a scripted user. */
+#include <utility>
+
+/**
+ * A test of the plugin manager, with a scripted user. The manager is a singleton that is fresh in the process which ctest
+ * gives to each test; of several tests in one process those after the first are skipped.
+ */
 class VXPluginManagerHomeTest : public VXHomeTest
 {
 protected:
@@ -18,6 +24,13 @@ protected:
         auto scripted = std::make_unique<VXScriptedUserInterface>();
         user = scripted.get();
         VXApplication::sharedApplication().setUserInterface(std::move(scripted));
+    }
+
+    void SetUp() override
+    {
+        static bool isUsed = false;
+        if (std::exchange(isUsed, true))
+            GTEST_SKIP() << "needs a process of its own";
     }
 
     QString shared() const { return path(QStringLiteral(".local/share/Vornix 2/PlugIns")); }

@@ -3,6 +3,7 @@
 #include "VXApplication.h"
 #include "VXException.h"
 #include "VXFramework.h"
+#include "VXLogRecorder.h"
 #include "VXPluginFixtures.h"
 #include "VXPluginManager.h"
 #include "VXScriptedUserInterface.h"

@@ -1,4 +1,5 @@
 #include "VXPluginScanner.h"
+#include "VXLogRecorder.h"
 #include "VXPluginFixtures.h"
 #include "VXTesting.h"
 #include "VXUserDefaults.h"

@@ -1,5 +1,5 @@
 #include "VXVersion.h"
-#include "VXPluginFixtures.h"
+#include "VXLogRecorder.h"
 #include "VXTesting.h"
 
 using namespace Qt::StringLiterals;

@@ -315,7 +315,7 @@ private:
         const bool takesList = operation == Operator::In || operation == Operator::Between;
         const VXExpression left = _dice.oneIn(6) ? side(entity) : path(entity);
         const VXExpression right = takesList && !_dice.oneIn(4) ? list(entity) : side(entity);
-        const auto options = VXTextOptions::fromInt(_dice.oneIn(2) ? 0 : _dice.below(4));
+        const auto options = VXTextOptions::fromInt(_dice.oneIn(2) ? 0U : unsigned(_dice.below(4)));
         const auto modifier = _dice.oneIn(2) ? Modifier::Direct : Modifier(_dice.below(4));
         return VXPredicate::comparison(left, operation, right, options, modifier);
     }

@@ -41,10 +41,30 @@ TEST_F(VXGammuConfigurationTest, WhatCannotBeReachedIsTold)
         QVariantMap{{u"config_file"_s, other}, {u"config_section"_s, u"phone"_s}},
     };
     for (const QVariant &preferences : bad) {
-        const auto action = run(makePhone(preferences.toMap()), u"read_contacts"_s);
+        const auto phone = makePhone(preferences.toMap());
+        const auto action = run(phone, u"read_contacts"_s);
         EXPECT_TRUE(action->error()) << testing::PrintToString(preferences);
-        EXPECT_FALSE(action->error().localizedDescription().isEmpty());
+        const QString told = action->error().localizedDescription();
+        EXPECT_FALSE(told.isEmpty());
+        EXPECT_EQ(phone->devicePropertyForKey(u"problem"_s).value<VXLocalizedProperty>().value(), told);
+        EXPECT_FALSE(static_cast<VXGammuPhone *>(phone.get())->isConnecting());
     }
+}
+
+TEST_F(VXGammuConfigurationTest, APhoneIsConnectingUntilItsPropertiesAreThere)
+{
+    const auto phone = makeDummy();
+    const auto *const dummy = static_cast<VXGammuPhone *>(phone.get());
+    EXPECT_TRUE(dummy->isConnecting());
+    QStringList changes;
+    QObject::connect(dummy, &VXDevicePlugin::didChangeValueForKey, dummy, [&](const QString &key) {
+        if (key == "isConnecting"_L1)
+            changes << phone->devicePropertyKeys();
+    });
+    ASSERT_TRUE(VXRunUntil([&] { return !dummy->isConnecting(); }));
+    EXPECT_TRUE(dummy->isConnected());
+    EXPECT_EQ(changes,
+              (QStringList{u"battery"_s, u"firmware"_s, u"imei"_s, u"manufacturer"_s, u"model"_s, u"signal"_s}));
 }
 
 TEST_F(VXGammuConfigurationTest, UnloadingEndsWhatWaits)

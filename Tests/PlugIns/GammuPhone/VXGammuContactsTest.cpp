@@ -1,11 +1,28 @@
 #include "VXGammuPhoneTest.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
 class VXGammuContactsTest : public VXGammuPhoneTest
 {
+protected:
+    /** The texts in a contact, but for the plugin's own words. */
+    static QStringList textsOf(const QVariant &value)
+    {
+        QStringList texts;
+        const QVariantMap map = value.toMap();
+        for (auto member = map.begin(); member != map.end(); ++member) {
+            if (!QStringList{u"memory"_s, u"type"_s, u"place"_s}.contains(member.key()))
+                texts += textsOf(*member);
+        }
+        if (value.typeId() == QMetaType::QVariantList) {
+            for (const QVariant &element : value.toList())
+                texts += textsOf(element);
+        }
+        return value.typeId() == QMetaType::QString ? QStringList(value.toString()) : texts;
+    }
 };
 
 TEST_F(VXGammuContactsTest, ReadsWhatTheProgramWrote)
@@ -41,6 +58,30 @@ TEST_F(VXGammuContactsTest, ReadsWhatTheProgramWrote)
     EXPECT_EQ(jane.value(u"organisation"_s), u"Acme"_s);
     EXPECT_EQ(jane.value(u"note"_s), u"A note"_s);
     EXPECT_EQ(jane.value(u"birthday"_s).toDateTime(), QDateTime(QDate(1980, 1, 2), QTime(0, 0), Qt::UTC));
+}
+
+// The example's contacts: in each the same texts that the library's own program lists.
+TEST_F(VXGammuContactsTest, ReadsTheTextsThatTheProgramLists)
+{
+    addContacts(readFile(QStringLiteral(EXAMPLE_PHONE "/contacts.vcf")));
+    QList<QStringList> listed;
+    static const QRegularExpression quoted(u"^[^\"]*\"(.*)\"$"_s);
+    for (const QString &line : QString::fromUtf8(gammu({u"getallmemory"_s, u"ME"_s})).split(u'\n')) {
+        if (line.startsWith("Memory ME, Location"_L1))
+            listed.emplaceBack();
+        else if (const auto text = quoted.match(line.trimmed()); text.hasMatch() && !listed.isEmpty())
+            listed.last() << text.captured(1);
+    }
+    ASSERT_EQ(listed.size(), 5);
+    const auto action = run(makeDummy(), u"read_contacts"_s);
+    QList<QStringList> read;
+    for (const QVariant &contact : action->result().toMap().value(u"items"_s).toList())
+        read << textsOf(contact);
+    for (QList<QStringList> *const contacts : {&listed, &read}) {
+        for (QStringList &texts : *contacts)
+            texts.sort();
+    }
+    EXPECT_EQ(read, listed);
 }
 
 // More values than the library holds, and a file that is no card: told, and the others are read.
@@ -117,9 +158,12 @@ TEST_F(VXGammuContactsTest, BadContactsAreRefusedAndChangeNothing)
         QVariantMap{{u"numbers"_s, QVariantList{QVariantMap{{u"number"_s, u"+1"_s}, {u"place"_s, u"moon"_s}}}}},
         QVariantMap{{u"birthday"_s, u"soon"_s}},
         QVariantMap{{u"memory"_s, u"DC"_s}, {u"note"_s, u"x"_s}},
+        QVariantMap{{u"location"_s, u"first"_s}, {u"note"_s, u"x"_s}},
+        QVariantMap{{u"location"_s, -1}, {u"note"_s, u"x"_s}},
+        QVariantMap{{u"location"_s, 1.5}, {u"note"_s, u"x"_s}},
     };
     for (QVariant object : bad) {
-        if (QVariantMap map = object.toMap(); !map.isEmpty()) {
+        if (QVariantMap map = object.toMap(); !map.isEmpty() && !map.contains(u"location"_s)) {
             map.insert(u"location"_s, 1);
             object = map;
         }

@@ -178,9 +178,12 @@ TEST_F(VXGammuModemTest, CancellingEndsTheWaitForAPhoneThatDoesNotAnswer)
         action->cancel();
         queued->cancel();
     });
-    action->executeWithDevice(phone);
-    queued->executeWithDevice(phone);
+    QStringList concluded;
+    const auto note = [&](VXDeviceAction *done) { concluded << done->actionName(); };
+    action->executeWithDevice(phone, note);
+    queued->executeWithDevice(phone, note);
     ASSERT_TRUE(VXRunUntil([&] { return !action->isExecuting() && !queued->isExecuting(); }));
+    EXPECT_EQ(concluded, (QStringList{u"read_calls"_s, u"read_contacts"_s})) << "each once, what waits first";
     EXPECT_TRUE(action->isCancelled() && queued->isCancelled());
     EXPECT_EQ(items(action, u"name"_s), (QVariantList{u"Ann"_s}));
     EXPECT_FALSE(action->result().toMap().value(u"isComplete"_s).toBool());

@@ -9,14 +9,14 @@
 using namespace Qt::StringLiterals;
 
 /**
- * A phone that is not there. Its name, and whether it is connected, are its preferences "name" and "connected". It
- * records "DEVICE-IDENTIFIER OPERATION" in the property "VXPluginEvents" of the application, refuses to be the device
+ * A phone that is not there. Its name, and whether it is connected, are its preferences "name" and "connected"; with
+ * "slow" it is being connected for a turn of the event loop, and has its property "signal" then. It records "DEVICE-IDENTIFIER OPERATION" in the property "VXPluginEvents" of the application, refuses to be the device
  * "refused", and knows the actions
  *     echo    answers the action's object
  *     fail    reports the action's object as an error
  *     throw   throws it
  *     count   counts in three steps, one a turn of the event loop
- *     wait    shows progress 1 of 4, until it is aborted
+ *     wait    shows progress 1 of 4, until it is aborted: then it answers 1
  */
 class DeviceFixture : public VXDevicePlugin
 {
@@ -37,12 +37,18 @@ public:
         registerActionHandler(u"wait"_s, this, &DeviceFixture::wait);
         setDeviceProperty(VXLocalizedProperty(80, u"Battery"_s), u"battery"_s);
         setDeviceProperty(u"3310"_s, u"model"_s);
+        if (preferenceForKey(u"slow"_s).toBool()) {
+            _isConnecting = true;
+            QTimer::singleShot(0, this, &DeviceFixture::didConnect);
+        }
         return true;
     }
 
     QString name() const override { return text(u"name"_s, VXDevicePlugin::name()); }
     QString phoneNumber() const override { return u"+15550100"_s; }
     Q_INVOKABLE bool isConnected() const { return preferenceForKey(u"connected"_s).toBool(); }
+
+    Q_INVOKABLE bool isConnecting() const { return _isConnecting; }
 
     void pluginDidLoad() override { record("pluginDidLoad"_L1); }
     void pluginWillUnload() override { record("pluginWillUnload"_L1); }
@@ -54,6 +60,14 @@ public:
     }
 
 private:
+    void didConnect()
+    {
+        setDeviceProperty(VXLocalizedProperty(3, u"Signal"_s, 1), u"signal"_s);
+        Q_EMIT willChangeValueForKey(u"isConnecting"_s);
+        _isConnecting = false;
+        Q_EMIT didChangeValueForKey(u"isConnecting"_s);
+    }
+
     QString text(const QString &key, const QString &value) const
     {
         const QVariant preference = preferenceForKey(key);
@@ -103,11 +117,14 @@ private:
             if (!action->isCancelled())
                 return;
             timer->deleteLater();
+            action->setResult(1);
             action->setErrorString(u"a later error"_s);
             action->conclude();
         });
         timer->start(1);
     }
+
+    bool _isConnecting = false;
 };
 
 VX_PRINCIPAL_CLASS(DeviceFixture)

@@ -2,13 +2,15 @@
 #include "VXErrorDomain.h"
 #include "VXPrincipalClass.h"
 
+#include <csignal>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
 
 /**
  * A data plugin that looks at a store it has opened as "FixtureValidation" of its Info.plist tells: "seeds" (adds an object
- * of the model's first entity), "refuses" or "throws".
+ * of the model's first entity), "refuses", "throws" or "dies"; with "dies early" the process is gone when the store's models
+ * are asked for.
  */
 class StorePlugin : public VXDataPlugin
 {
@@ -17,9 +19,18 @@ class StorePlugin : public VXDataPlugin
 public:
     Q_INVOKABLE StorePlugin() = default;
 
+    QStringList dataModelPaths() const override
+    {
+        if (validation() == "dies early"_L1)
+            ::raise(SIGKILL);
+        return VXDataPlugin::dataModelPaths();
+    }
+
     bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error) override
     {
-        const QString how = bundle()->infoDictionary().value(u"FixtureValidation"_s).toString();
+        const QString how = validation();
+        if (how == "dies"_L1)
+            ::raise(SIGKILL);
         if (how == "throws"_L1)
             throw std::runtime_error("thrown as told");
         if (how == "seeds"_L1)
@@ -28,6 +39,9 @@ public:
             VXSetError(error, VXMakeError(u"refused as told"_s));
         return how != "refuses"_L1;
     }
+
+private:
+    QString validation() const { return bundle()->infoDictionary().value(u"FixtureValidation"_s).toString(); }
 };
 
 VX_PRINCIPAL_CLASS(StorePlugin)

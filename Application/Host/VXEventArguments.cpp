@@ -1,0 +1,43 @@
+#include "VXEventArguments.h"
+
+#include "VXEventManager.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXJSON.h"
+
+using namespace Qt::StringLiterals;
+
+bool VXReadEventObject(const VXHostOptions &options, QVariant *object, QString *problem)
+{
+    if (!options.isSet(u"object"_s))
+        return true;
+    QString reason;
+    const auto json = VXJSONFromText(options.value(u"object"_s).toUtf8(), &reason);
+    if (!json || !json->isObject()) {
+        *problem = u"--object is no JSON object"_s + (reason.isNull() ? QString() : ": "_L1 + reason);
+        return false;
+    }
+    *object = VXVariantFromJSON(*json);
+    return true;
+}
+
+bool VXReadReactorOption(const QString &text, QVariantMap *options, QString *problem)
+{
+    const qsizetype equals = text.indexOf(u'=');
+    if (equals < 1) {
+        *problem = u"--option %1 is not of the form KEY=VALUE"_s.arg(text);
+        return false;
+    }
+    const QString value = text.sliced(equals + 1);
+    const bool mayBeJSON = value.startsWith(u'[') || value.startsWith(u'{'); // "{from} called" is none
+    const std::optional<QJsonValue> json = mayBeJSON ? VXJSONFromText(value.toUtf8()) : std::nullopt;
+    options->insert(text.first(equals), json ? VXVariantFromJSON(*json) : QVariant(value));
+    return true;
+}
+
+void VXNoteUnlistedEvent(VXHostContext &context, const QString &event)
+{
+    if (!VXEventManager::sharedEventManager().bundleForEventName(event))
+        context.output.note(
+            u"No plugin says that it posts \"%1\"; \"vornix events\" shows what they post."_s.arg(event));
+}

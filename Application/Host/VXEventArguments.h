@@ -1,0 +1,20 @@
+#pragma once
+
+#include "VXHostCommand.h"
+
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+// What commands about events take from the command line.
+
+/** The event's object, from "--object JSON": a map, or invalid without the option. False, with a problem, for anything else. */
+bool VXReadEventObject(const VXHostOptions &options, QVariant *object, QString *problem);
+
+/**
+ * Adds "KEY=VALUE" to the options of a reactor. A value that is a list or an object in JSON is taken as such, any other as
+ * text. False, with a problem, for text of another form.
+ */
+bool VXReadReactorOption(const QString &text, QVariantMap *options, QString *problem);
+
+/** Tells the user when no plugin lists the event, which may be misspelt. */
+void VXNoteUnlistedEvent(VXHostContext &context, const QString &event);

@@ -1,0 +1,116 @@
+#include "VXReadableText.h"
+
+#include "VXHostJSON.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QList>
+#include <QtCore/QStringList>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString indentation = u"  "_s;
+
+bool isScalar(const QJsonValue &value)
+{
+    return !value.isObject() && !value.isArray();
+}
+
+// One that fits a line: nothing in it has parts itself.
+bool isLine(const QJsonValue &value)
+{
+    const auto member = [](const auto &part) { return isScalar(part); };
+    if (value.isArray()) {
+        const QJsonArray array = value.toArray();
+        return std::ranges::all_of(array, member);
+    }
+    const QJsonObject object = value.toObject();
+    return std::all_of(object.begin(), object.end(), member);
+}
+
+// JSON writes dates, bytes and the like as {"$KIND": TEXT}.
+bool isMarked(const QJsonObject &object)
+{
+    return object.size() == 1 && object.begin().key().startsWith(u'$');
+}
+
+QString lineOf(const QJsonValue &value)
+{
+    if (const QJsonObject object = value.toObject(); isMarked(object))
+        return lineOf(*object.begin());
+    QStringList parts;
+    if (value.isString())
+        return value.toString();
+    if (value.isArray()) {
+        for (const QJsonValue &element : value.toArray())
+            parts.append(lineOf(element));
+    } else if (value.isObject()) {
+        const QJsonObject object = value.toObject();
+        for (auto member = object.begin(); member != object.end(); ++member)
+            parts.append(member.key() + u' ' + lineOf(*member));
+    } else {
+        return value.isNull() ? u"-"_s : QString::fromUtf8(VXJSONText(value));
+    }
+    return parts.isEmpty() ? u"-"_s : parts.join(u", "_s);
+}
+
+QString indented(const QString &text)
+{
+    QStringList lines = text.split(u'\n');
+    for (QString &line : lines)
+        line = line.isEmpty() ? line : indentation + line;
+    return lines.join(u'\n');
+}
+
+QString blocks(const QJsonArray &array)
+{
+    QStringList texts;
+    for (const QJsonValue &element : array)
+        texts.append(VXReadableText(element));
+    return texts.join(u'\n');
+}
+
+// The rows of a member; none when it takes a section of its own.
+QList<QStringList> rowsOf(const QString &key, const QJsonValue &value)
+{
+    if (isLine(value))
+        return {{key, lineOf(value)}};
+    const QJsonArray array = value.toArray();
+    if (!std::ranges::all_of(array, [](const auto &element) { return isLine(element); }))
+        return {};
+    QList<QStringList> rows;
+    for (const QJsonValue &element : array)
+        rows.append({rows.isEmpty() ? key : QString(), lineOf(element)});
+    return rows;
+}
+
+QString membersOf(const QJsonObject &object)
+{
+    QString sections;
+    QList<QStringList> rows;
+    for (auto member = object.begin(); member != object.end(); ++member) {
+        const QList<QStringList> own = rowsOf(member.key(), *member);
+        rows += own;
+        if (own.isEmpty())
+            sections += member.key() + u'\n' + indented(VXReadableText(*member)) + u'\n';
+    }
+    return sections + VXTextTable(rows);
+}
+
+} // namespace
+
+QString VXReadableText(const QJsonValue &value)
+{
+    if (value.isNull() || value.isUndefined())
+        return {};
+    if (value.isObject() && !value.toObject().isEmpty() && !isMarked(value.toObject()))
+        return membersOf(value.toObject());
+    if (value.isArray() && !isLine(value))
+        return blocks(value.toArray());
+    return lineOf(value) + u'\n';
+}
