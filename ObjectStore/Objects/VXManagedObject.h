@@ -134,6 +134,7 @@ private:
     State _state = State::Unchanged;
     bool _isFault = true;
     bool _isNoted = false;          // among those that observers of the context will be told of
+    bool _isRefreshed = false;      // the same, without changes
     bool _isInsertionKnown = false; // to those observers
     bool _wasAskedToSave = false;   // by the save under way
 };

@@ -15,7 +15,10 @@ void VXManagedObjectContext::refreshObject(const VXManagedObjectPtr &object, boo
     VXAssert(object && object->_context == this, u"an object can be refreshed in its own context only"_s);
     if (object->isInserted())
         return;
-    noteForObservers(*object);
+    if (object->hasChanges())
+        noteForObservers(*object);
+    else
+        noteRefreshed(*object);
     if (!mergeChanges) {
         dropChanges(object);
         return;

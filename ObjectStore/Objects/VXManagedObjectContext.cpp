@@ -41,9 +41,11 @@ VXManagedObject &VXManagedObjectContext::makeObject(const ObjectID &objectID)
     return *object;
 }
 
-void VXManagedObjectContext::unregister(const VXManagedObject &object)
+void VXManagedObjectContext::unregister(VXManagedObject &object)
 {
     _objects.remove(object._objectID);
+    if (std::exchange(object._isRefreshed, false))
+        _refreshed.remove(&object);
 }
 
 void VXManagedObjectContext::forget(const ObjectPtr &object)
@@ -70,10 +72,12 @@ void VXManagedObjectContext::forgetAll()
         object->_relatedSets.reset();
         object->_isFault = true;
         object->_isNoted = false;
+        object->_isRefreshed = false;
     }
     for (VXChangedObjects *const changed : {&_inserted, &_updated, &_deleted})
         changed->clear();
     _noted.clear();
+    _refreshed.clear();
 }
 
 void VXManagedObjectContext::reset()
@@ -224,6 +228,12 @@ void VXManagedObjectContext::noteForObservers(VXManagedObject &object)
     _noted.append(ObjectPtr(&object));
 }
 
+void VXManagedObjectContext::noteRefreshed(VXManagedObject &object)
+{
+    if (!std::exchange(object._isRefreshed, true))
+        _refreshed.insert(&object);
+}
+
 void VXManagedObjectContext::processPendingChanges()
 {
     QList<ObjectPtr> inserted;
@@ -242,6 +252,12 @@ void VXManagedObjectContext::processPendingChanges()
         } else {
             refreshed.append(object);
         }
+        if (std::exchange(object->_isRefreshed, false))
+            _refreshed.remove(object.get());
+    }
+    for (VXManagedObject *const object : std::exchange(_refreshed, {})) {
+        object->_isRefreshed = false;
+        refreshed.append(ObjectPtr(object));
     }
     post(VXManagedObjectContextObjectsDidChangeNotification, {{VXInsertedObjectsKey, inserted},
                                                               {VXUpdatedObjectsKey, updated},

@@ -10,6 +10,7 @@
 #include "VXPersistentStoreCoordinator.h"
 
 #include <QtCore/QHash>
+#include <QtCore/QSet>
 
 #include <optional>
 
@@ -105,7 +106,7 @@ private:
 
     // -- Objects in memory
     VXManagedObject &makeObject(const ObjectID &objectID);
-    void unregister(const VXManagedObject &object);
+    void unregister(VXManagedObject &object);
     /** From now on the object belongs to no context. */
     void forget(const ObjectPtr &object);
     void forgetAll();
@@ -131,6 +132,8 @@ private:
     // -- Changes
     void noteChange(VXManagedObject &object);
     void noteForObservers(VXManagedObject &object);
+    /** Of an object without changes. It is not held: a walk turns any number of objects into faults. */
+    void noteRefreshed(VXManagedObject &object);
     void setState(VXManagedObject &object, State state);
     VXChangedObjects *objectsInState(State state);
     /** Of all three kinds. */
@@ -171,8 +174,9 @@ private:
     VXChangedObjects _updated;
     VXChangedObjects _deleted;
     QHash<const VXManagedObject *, VXPersistentStoreCoordinator::StorePtr>
-        _assignedStores;     // of new objects, where named
-    QList<ObjectPtr> _noted; // for observers
+        _assignedStores;                // of new objects, where named
+    QList<ObjectPtr> _noted;            // for observers
+    QSet<VXManagedObject *> _refreshed; // for observers too, not held
     qint64 _madeObjectCount = 0;
 };
 

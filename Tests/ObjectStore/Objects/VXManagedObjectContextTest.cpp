@@ -149,6 +149,29 @@ TEST_P(VXManagedObjectContextTest, ObserversAreToldOnceWhatChanged)
     save(other);
     context.mergeChanges({}, {zoe->objectID()}, {});
     EXPECT_EQ(told, QStringList{u"refreshed [Zoë]"_s});
+
+    told.clear();
+    context.refreshObject(zoe, false);
+    jane->setValueForKey(4, u"age"_s);
+    context.refreshObject(jane, true);
+    context.processPendingChanges();
+    EXPECT_EQ(told, QStringList{u"refreshed [Zoë], updated [Jane]"_s});
+}
+
+TEST_P(VXManagedObjectContextTest, ObjectsTurnedIntoFaultsAreNotHeld)
+{
+    for (int number = 0; number < 10; ++number)
+        person(QString::number(number));
+    save();
+    context.reset();
+    VXFetchRequest batched = request(u"Person"_s);
+    batched.batchSize = 2;
+    const auto people = context.executeFetchRequest(batched);
+    for (const Object &each : *people) {
+        EXPECT_FALSE(each->valueForKey(u"name"_s).isNull());
+        context.refreshObject(each, false);
+    }
+    EXPECT_LE(context.registeredObjectCount(), 4);
 }
 
 TEST_P(VXManagedObjectContextTest, ChangesOfOthersAreMergedUnderOwnOnes)
