@@ -10,6 +10,7 @@
 #include "VXPluginSession.h"
 #include "VXStoreAccess.h"
 #include "VXStoreByName.h"
+#include "VXStoreQuery.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonObject>
@@ -43,16 +44,8 @@ std::optional<VXFetchRequest> requestFor(const VXHostOptions &options, const VXP
         return std::nullopt;
     }
     VXFetchRequest request(*entity);
-    if (options.isSet(u"where"_s)) {
-        VXError error;
-        const auto predicate = VXPredicate::predicateWithFormat(options.value(u"where"_s), {}, &error);
-        if (!predicate) {
-            *problem = u"--where: "_s + VXErrorText(error);
-            return std::nullopt;
-        }
-        request.predicate = *predicate;
-    }
-    return request;
+    *problem = VXReadStoreQuery(options, request);
+    return problem->isNull() ? std::optional(request) : std::nullopt;
 }
 
 // What the user says for this export; the file wins over an option of that name.
@@ -127,6 +120,7 @@ VXHostCommand VXExportCommand()
                 "already; --option append=false replaces what it holds. For example: vornix export "
                 "com.halvern.VNX2.plugin.csvexporter calls VXCall --where 'duration > 60' --to calls.csv"_s,
             .options = {{u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
+                        {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
                         {u"to"_s, u"FILE"_s, u"The file to export to; needed"_s},
                         {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s}},
             .minimumOperands = 3,

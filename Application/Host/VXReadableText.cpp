@@ -47,7 +47,7 @@ QString lineOf(const QJsonValue &value)
     if (value.isString())
         return value.toString();
     if (value.isArray()) {
-        for (const QJsonValue &element : value.toArray())
+        for (const auto &element : value.toArray())
             parts.append(lineOf(element));
     } else if (value.isObject()) {
         const QJsonObject object = value.toObject();
@@ -70,7 +70,7 @@ QString indented(const QString &text)
 QString blocks(const QJsonArray &array)
 {
     QStringList texts;
-    for (const QJsonValue &element : array)
+    for (const auto &element : array)
         texts.append(VXReadableText(element));
     return texts.join(u'\n');
 }
@@ -84,7 +84,7 @@ QList<QStringList> rowsOf(const QString &key, const QJsonValue &value)
     if (!std::ranges::all_of(array, [](const auto &element) { return isLine(element); }))
         return {};
     QList<QStringList> rows;
-    for (const QJsonValue &element : array)
+    for (const auto &element : array)
         rows.append({rows.isEmpty() ? key : QString(), lineOf(element)});
     return rows;
 }

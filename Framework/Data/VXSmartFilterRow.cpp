@@ -155,7 +155,7 @@ std::optional<VXPredicate> VXSmartFilterRow::predicate(VXError *error) const
 // The text of the filter that it is, or was, a row of is made of its rows.
 void VXSmartFilterRow::willSave()
 {
-    const VXManagedObjectPtr before = committedValues({u"filter"_s}).value(u"filter"_s).value<VXManagedObjectPtr>();
+    const auto before = committedValues({u"filter"_s}).value(u"filter"_s).value<VXManagedObjectPtr>();
     for (const VXSmartFilterPtr &each : {filter(), asFilter(before)}) {
         if (each)
             each->updatePredicateTexts();

@@ -175,6 +175,7 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s, u"--where"_s, u"a =="_s},
          1,
          "--where"},
+        {u"export test.good triggers VXTrigger --to x --where nmae==1"_s.split(u' '), 1, "no \"nmae\""},
     };
     for (const auto &[arguments, status, error] : rows) {
         const HostOutcome outcome = runHost(arguments);
