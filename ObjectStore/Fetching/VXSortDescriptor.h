@@ -3,8 +3,12 @@
 #include "VXObjectStoreExport.h"
 #include "VXTextComparison.h"
 
+#include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
+
+#include <functional>
+#include <vector>
 
 /** By which value to sort, and how. A value type. */
 struct VX_STORE_EXPORT VXSortDescriptor
@@ -23,3 +27,10 @@ struct VX_STORE_EXPORT VXSortDescriptor
 
     friend bool operator==(const VXSortDescriptor &a, const VXSortDescriptor &b) = default;
 };
+
+/**
+ * The places of `count` objects, from 0, in the order of the descriptors. Objects that are equal, or have no order among
+ * themselves, keep theirs.
+ */
+[[nodiscard]] std::vector<qsizetype> VXSortedPlaces(const QList<VXSortDescriptor> &descriptors, qsizetype count,
+                                                    const std::function<QVariant(qsizetype place)> &objectAt);

@@ -16,10 +16,10 @@ QHash<QString, VXManagedObjectClass::Factory> &factories() VX_REQUIRES(lock)
 
 } // namespace
 
-void VXManagedObjectClass::registerFactory(const QString &name, Factory factory)
+void VXManagedObjectClass::registerFactory(const QString &name, const Factory &factory)
 {
     const VXMutexLocker locker(lock);
-    factories().insert(name, std::move(factory));
+    factories().insert(name, factory);
 }
 
 void VXManagedObjectClass::removeClass(const QString &name)

@@ -24,6 +24,6 @@ public:
 private:
     friend class VXManagedObjectContext;
 
-    static void registerFactory(const QString &name, Factory factory);
+    static void registerFactory(const QString &name, const Factory &factory);
     static VXManagedObject *make(const VXEntityDescription &entity);
 };

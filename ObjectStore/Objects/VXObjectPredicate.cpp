@@ -1,9 +1,5 @@
 #include "VXObjectPredicate.h"
 
-#include <algorithm>
-#include <numeric>
-#include <vector>
-
 namespace {
 
 using Replacement = std::function<QVariant(const QVariant &)>;
@@ -65,32 +61,15 @@ VXPredicate VXPredicateWithIDs(const VXPredicate &predicate)
     });
 }
 
-// The values to sort by are made once for each object.
 void VXSortObjects(QList<VXManagedObjectPtr> &objects, const QList<VXSortDescriptor> &descriptors)
 {
     if (descriptors.isEmpty())
         return;
-    const size_t width = size_t(descriptors.size());
-    std::vector<QVariant> values;
-    values.reserve(size_t(objects.size()) * width);
-    for (const VXManagedObjectPtr &object : std::as_const(objects)) {
-        for (const VXSortDescriptor &descriptor : descriptors)
-            values.push_back(descriptor.sortValue(QVariant::fromValue(object)));
-    }
-    std::vector<qsizetype> order(size_t(objects.size()));
-    std::iota(order.begin(), order.end(), qsizetype(0));
-    std::stable_sort(order.begin(), order.end(), [&](qsizetype a, qsizetype b) {
-        for (size_t column = 0; column < width; ++column) {
-            const int result = descriptors[qsizetype(column)].compareSortValues(values[size_t(a) * width + column],
-                                                                                values[size_t(b) * width + column]);
-            if (result != 0)
-                return result < 0;
-        }
-        return false;
-    });
+    const auto places = VXSortedPlaces(descriptors, objects.size(),
+                                       [&](qsizetype place) { return QVariant::fromValue(objects.at(place)); });
     QList<VXManagedObjectPtr> sorted;
     sorted.reserve(objects.size());
-    for (const qsizetype place : order)
-        sorted.append(objects[place]);
+    for (const qsizetype place : places)
+        sorted.append(objects.at(place));
     objects = sorted;
 }

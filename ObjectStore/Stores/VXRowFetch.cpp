@@ -1,7 +1,6 @@
 #include "VXRowFetch.h"
 
 #include <algorithm>
-#include <numeric>
 
 using namespace Qt::StringLiterals;
 
@@ -100,33 +99,13 @@ std::vector<const VXFetchedRow *> VXRowFetch::run()
     return rows;
 }
 
-// The values to sort by are made once for each row. Values that have no order among themselves keep their places, which
-// only a stable sort stands.
 void VXRowFetch::sort(Rows &rows)
 {
-    const QList<VXSortDescriptor> &descriptors = _request.sortDescriptors;
-    const size_t width = size_t(descriptors.size());
-    std::vector<QVariant> values;
-    values.reserve(rows.size() * width);
-    for (const VXFetchedRow *const row : rows) {
-        const QVariant object = _objects.object(row->objectID);
-        for (const VXSortDescriptor &descriptor : descriptors)
-            values.push_back(descriptor.sortValue(object));
-    }
-    std::vector<size_t> order(rows.size());
-    std::iota(order.begin(), order.end(), size_t(0));
-    std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
-        for (size_t column = 0; column < width; ++column) {
-            const int result = descriptors[qsizetype(column)].compareSortValues(values[a * width + column],
-                                                                                values[b * width + column]);
-            if (result != 0)
-                return result < 0;
-        }
-        return false;
-    });
+    const auto places = VXSortedPlaces(_request.sortDescriptors, qsizetype(rows.size()),
+                                       [&](qsizetype place) { return _objects.object(rows[size_t(place)]->objectID); });
     Rows sorted;
     sorted.reserve(rows.size());
-    for (const size_t place : order)
-        sorted.push_back(rows[place]);
+    for (const qsizetype place : places)
+        sorted.push_back(rows[size_t(place)]);
     rows = std::move(sorted);
 }
