@@ -218,9 +218,12 @@ void VXGammuPhone::didClose()
 
 void VXGammuPhone::didFailToOpen(const VXError &error)
 {
-    _mayConnect = error.domain() == VXGammuErrorDomain && error.code() != ERR_TIMEOUT && error.code() != ERR_ABORTED;
+    const bool isOfPhone = error.domain() == VXGammuErrorDomain;
+    // Somebody did not want to wait, or the program ends: that tells nothing of the phone.
+    const bool wasAborted = isOfPhone && error.code() == ERR_ABORTED;
+    _mayConnect = isOfPhone && error.code() != ERR_TIMEOUT && !wasAborted;
     const QString text = error.localizedDescription();
-    if (std::exchange(_lastFailure, text) != text) { // told once, and not at each try
+    if (!wasAborted && std::exchange(_lastFailure, text) != text) { // told once, and not at each try
         VXLogMethod(VXLogWarning, "didFailToOpen:", description() + ": "_L1 + text);
         setDeviceProperty(VXLocalizedProperty(text, VXGammuLocalizedString(u"Problem"_s)), problemKey());
     }

@@ -3,6 +3,8 @@
 #include "VXGammuText.h"
 #include "VXScriptedModem.h"
 
+#include <QtCore/QCoreApplication>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -191,6 +193,16 @@ TEST_F(VXGammuModemTest, CancellingEndsTheWaitForAPhoneThatDoesNotAnswer)
     modem.answer("AT+CPBR=2", "+CPBR: 2,\"+15550102\",145,\"Bob\"");
     modem.intercept("AT+CPBR=2", {});
     EXPECT_EQ(items(run(phone, u"read_contacts"_s), u"name"_s), (QVariantList{u"Ann"_s, u"Bob"_s, u"Cid"_s}));
+}
+
+TEST_F(VXGammuModemTest, UnloadingWhileItConnectsIsNoProblemOfThePhone)
+{
+    modem.fallSilent();
+    const auto phone = makeModem(modem.port());
+    ASSERT_TRUE(VXRunUntil([&] { return !modem.commands().isEmpty(); }));
+    phone->pluginWillUnload();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(phone->devicePropertyForKey(u"problem"_s).isValid());
 }
 
 // The action's watchdog concludes before the handler has noticed; that one's conclusion does no harm.
