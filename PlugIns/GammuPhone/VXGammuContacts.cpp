@@ -49,8 +49,16 @@ int locationOf(const QVariantMap &contact, VXError *error)
     return location;
 }
 
-Entry makeEntry(GSM_MemoryType memory, int location)
+// An empty entry where the contact lies; null, with an error, for what cannot be a contact's place.
+Entry makeEntry(const QVariantMap &contact, VXError *error)
 {
+    VXError problem;
+    const GSM_MemoryType memory = memoryOf(contact, &problem);
+    const int location = problem ? 0 : locationOf(contact, &problem);
+    if (problem) {
+        VXSetError(error, problem);
+        return nullptr;
+    }
     Entry entry(new GSM_MemoryEntry{});
     entry->MemoryType = memory;
     entry->Location = location;
@@ -101,12 +109,10 @@ VXError VXGammuContacts::write(VXGammuSession &session, VXDeviceAction &action)
 {
     const QVariantMap contact = action.object().toMap();
     VXError error;
-    const GSM_MemoryType memory = memoryOf(contact, &error);
-    const int location = error ? 0 : locationOf(contact, &error);
-    if (error)
+    const Entry entry = makeEntry(contact, &error);
+    if (!entry)
         return error;
     const QString cannotWrite = VXGammuLocalizedString(u"The contact could not be written: %1"_s);
-    const Entry entry = makeEntry(memory, location);
     if (entry->Location > 0) {
         const GSM_Error found = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });
         if (found != ERR_NONE && found != ERR_EMPTY)
@@ -128,14 +134,11 @@ VXError VXGammuContacts::write(VXGammuSession &session, VXDeviceAction &action)
 
 VXError VXGammuContacts::remove(VXGammuSession &session, VXDeviceAction &action)
 {
-    const QVariantMap contact = action.object().toMap();
     VXError error;
-    const GSM_MemoryType memory = memoryOf(contact, &error);
-    const int location = error ? 0 : locationOf(contact, &error);
-    if (error)
+    const Entry entry = makeEntry(action.object().toMap(), &error);
+    if (!entry)
         return error;
-    const Entry entry = makeEntry(memory, location);
-    if (location == 0)
+    if (entry->Location == 0)
         return VXMakeGammuRequestError(VXGammuLocalizedString(u"The contact to delete must have a location."_s));
     // Deleting what is not there is an error of some phones and none of others.
     GSM_Error code = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });
