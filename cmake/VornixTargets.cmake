@@ -41,3 +41,15 @@ function(vornix_add_tests name)
   target_precompile_headers(${name} PRIVATE "${VORNIX_PRECOMPILED_HEADER}" <gtest/gtest.h> <gmock/gmock.h>)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120 ENVIRONMENT "${VORNIX_TEST_ENVIRONMENT}")
 endfunction()
+
+# vornix_add_test_paths(TARGET NAME PATH [NAME PATH ...]): the header TARGETPaths.h, which defines the names as texts. A
+# definition of the whole target would keep its objects from being found in the compiler cache by another checkout.
+function(vornix_add_test_paths target)
+  set(text "#pragma once\n")
+  while(ARGN)
+    list(POP_FRONT ARGN name path)
+    string(APPEND text "#define ${name} \"${path}\"\n")
+  endwhile()
+  file(GENERATE OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/paths/${target}Paths.h" CONTENT "${text}")
+  target_include_directories(${target} PUBLIC "${CMAKE_CURRENT_BINARY_DIR}/paths")
+endfunction()

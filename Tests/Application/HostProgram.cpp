@@ -1,4 +1,5 @@
 #include "HostProgram.h"
+#include "HostTestsPaths.h"
 
 #include "VXTesting.h"
 

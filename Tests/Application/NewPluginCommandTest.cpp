@@ -1,3 +1,4 @@
+#include "HostTestsPaths.h"
 #include "VXBundle.h"
 #include "VXHostCommandTable.h"
 #include "VXHostOptions.h"

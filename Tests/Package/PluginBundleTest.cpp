@@ -1,3 +1,4 @@
+#include "PackageTestsPaths.h"
 #include "VXBundle.h"
 #include "VXPlugin.h"
 #include "VXPropertyList.h"

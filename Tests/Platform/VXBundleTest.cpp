@@ -1,4 +1,5 @@
 #include "VXBundle.h"
+#include "PlatformTestsPaths.h"
 
 #include "VXPropertyList.h"
 #include "VXTesting.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PlugInTestsPaths.h"
 #include "VXBundle.h"
 #include "VXExporterPlugin.h"
 #include "VXTesting.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FrameworkTestsPaths.h"
 #include "VXDataManager.h"
 #include "VXEventManager.h"
 #include "VXManagedObjectContext.h"

@@ -1,4 +1,5 @@
 #include "VXPluginFixtures.h"
+#include "VornixPluginFixturesPaths.h"
 
 #include "VXException.h"
 #include "VXPropertyList.h"

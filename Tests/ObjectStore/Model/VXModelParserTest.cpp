@@ -1,4 +1,5 @@
 #include "VXModelParser.h"
+#include "ObjectStoreTestsPaths.h"
 #include "VXModelPrinter.h"
 #include "VXTesting.h"
 

@@ -1,3 +1,4 @@
+#include "CallsPluginTestsPaths.h"
 #include "VXDataManager.h"
 #include "VXEventManager.h"
 #include "VXManagedObjectContext.h"

@@ -1,3 +1,4 @@
+#include "GammuPhoneTestsPaths.h"
 #include "VXGammuPhoneTest.h"
 
 #include <QtCore/QDir>

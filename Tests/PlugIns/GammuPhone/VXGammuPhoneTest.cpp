@@ -1,4 +1,5 @@
 #include "VXGammuPhoneTest.h"
+#include "GammuPhoneTestsPaths.h"
 
 #include "VXDeviceURL.h"
 #include "VXUserDefaults.h"
