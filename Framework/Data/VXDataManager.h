@@ -41,17 +41,21 @@ public:
     /** The model of smart filters (VXSmartFilter), to be merged into those of stores that keep some. */
     static QString smartFilterDataModelPath();
 
-    /**
-     * The enabled plugin that declares the store. None, or several, fail an assertion: whoever does not know that there
-     * is one asks VXPluginManager::pluginsWithInfoDictionaryKey. Main thread only.
-     */
+    /** The enabled plugin that declares the store. None, or several, fail an assertion. Main thread only. */
     VXPluginProxy *pluginForDataStore(const QString &storeName) const;
+    /** For who does not know whether there is one: nullptr when not exactly one declares it. Main thread only. */
+    VXPluginProxy *findPluginForDataStore(const QString &storeName) const;
 
     /**
      * The store's coordinator. Null, logged, when its plugin is disabled, not loaded, or could not open the store; a
      * later call tries again. Any thread; one that asks for a store for the first time waits for the main thread.
      */
     VXPersistentStoreCoordinator::Ptr sharedCoordinatorForDataStore(const QString &storeName);
+    /**
+     * The coordinator of a store that was handed out before or that a loaded plugin has open. Null, without a word, for
+     * any other, one that is just being opened among them. Any thread; waits for nobody.
+     */
+    VXPersistentStoreCoordinator::Ptr openCoordinatorForDataStore(const QString &storeName) const;
 
     /**
      * Makes the controller of an export sheet and shows it on the window (null for none), without waiting for its end.
@@ -71,16 +75,20 @@ public:
                        QObject *delegate, const QByteArray &selector, const QVariant &userInfo = {});
 
 private:
+    friend class VXDataPlugin;
+
     struct ExportSheet;
 
     VXDataManager();
     ~VXDataManager();
 
-    VXPersistentStoreCoordinator::Ptr heldCoordinator(const QString &storeName) const;
+    void dataPluginDidOpenStore(const QString &storeName, const VXPersistentStoreCoordinator::Ptr &coordinator);
     VXPersistentStoreCoordinator::Ptr findCoordinator(const QString &storeName);
     bool exportWithSelectedExporter(const VXExportSheetController &controller) const;
 
     ExportSheetPresenter _exportSheetPresenter;
     mutable VXMutex _lock;
     QHash<QString, VXPersistentStoreCoordinator::Ptr> _sharedStoreCoordinators VX_GUARDED_BY(_lock);
+    // Of the plugins that have a store open, for as long as somebody holds it.
+    QHash<QString, std::weak_ptr<VXPersistentStoreCoordinator>> _openStoreCoordinators VX_GUARDED_BY(_lock);
 };

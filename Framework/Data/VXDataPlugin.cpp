@@ -9,6 +9,7 @@
 #include "VXPluginGuard.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QScopeGuard>
 
 #include <tuple>
 #include <utility>
@@ -85,18 +86,27 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator()
 {
     if (hasFailed)
         return nullptr;
+    if (_isOpening) { // by a call that has not returned, as when it asks the user something
+        VXLogMethod(VXLogWarning, "persistentStoreCoordinator", "the store is being opened: "_L1 + dataStoreName());
+        return nullptr;
+    }
     if (_sharedStoreController)
         return _sharedStoreController->persistentStoreCoordinator();
     VXError error;
     QString thrown;
     bool isOpen = false;
+    _isOpening = true;
+    const auto leave = qScopeGuard([this] { _isOpening = false; });
     const auto open = [&] {
         _sharedStoreController = openStore(&error);
         isOpen = _sharedStoreController && !error && _validateAndSaveStoreController(*_sharedStoreController);
     };
     VXCallPlugin(*this, "persistentStoreCoordinator", open, &thrown);
-    if (isOpen)
-        return _sharedStoreController->persistentStoreCoordinator();
+    if (isOpen) {
+        const auto coordinator = _sharedStoreController->persistentStoreCoordinator();
+        VXDataManager::sharedDataManager().dataPluginDidOpenStore(dataStoreName(), coordinator);
+        return coordinator;
+    }
     _sharedStoreController = nullptr;
     if (!error && !thrown.isNull())
         error = VXMakeError(VXLocalizedString(u"Unable to read data file"_s), "%s", qUtf8Printable(thrown));

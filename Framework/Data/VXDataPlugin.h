@@ -44,7 +44,10 @@ public:
     /** Opens the object for the user. False, as in the base: it cannot be opened. */
     Q_INVOKABLE virtual bool openManagedObjectWithURIRepresentation(const QUrl &uri);
 
-    /** The open store's, which the first call opens. Null when that failed, here or in another data plugin before. */
+    /**
+     * The open store's, which the first call opens. Null when that failed, here or in another data plugin before, and, as
+     * long as that call has not returned, to whoever asks meanwhile.
+     */
     VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator();
 
     // -- Making store folders
@@ -77,4 +80,5 @@ private:
     void endApplication(const VXError &error);
 
     VXCoreDataStore::Ptr _sharedStoreController;
+    bool _isOpening = false;
 };

@@ -1,4 +1,5 @@
 #include "VXDataManager.h"
+#include "VXDataPlugin.h"
 #include "VXDataPluginTesting.h"
 #include "VXException.h"
 #include "VXExportSheetController.h"
@@ -67,6 +68,23 @@ TEST_F(VXDataManagerTest, ThreadsGetTheStoreFromTheMainThread)
     asking.join();
     EXPECT_TRUE(found);
     EXPECT_EQ(found, stores().sharedCoordinatorForDataStore(u"notes"_s));
+}
+
+TEST_F(VXDataManagerTest, OpenStoresAreFoundOnAnyThreadWhileTheMainThreadWaits)
+{
+    writePlugin(u"notes"_s, u"sqlite"_s, {{u"FixtureValidation"_s, u"looks itself up"_s}});
+    EXPECT_FALSE(stores().openCoordinatorForDataStore(u"notes"_s));
+    startWith({});
+    VXDataPlugin &notesPlugin = plugin(u"org.example.notes"_s)->as<VXDataPlugin>("persistentStoreCoordinator");
+    EXPECT_EQ(notesPlugin.property("found"), false); // it was not open yet
+    EXPECT_EQ(log.count(u"the store is being opened: notes"_s), 1);
+    VXPersistentStoreCoordinator::Ptr found;
+    std::thread([&] { found = stores().openCoordinatorForDataStore(u"notes"_s); }).join();
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found, stores().sharedCoordinatorForDataStore(u"notes"_s));
+    EXPECT_FALSE(stores().openCoordinatorForDataStore(u"pages"_s));
+    EXPECT_EQ(stores().findPluginForDataStore(u"notes"_s), plugin(u"org.example.notes"_s));
+    EXPECT_EQ(stores().findPluginForDataStore(u"pages"_s), nullptr);
 }
 
 // -- Export

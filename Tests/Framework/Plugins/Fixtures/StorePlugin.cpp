@@ -1,3 +1,4 @@
+#include "VXDataManager.h"
 #include "VXDataPlugin.h"
 #include "VXErrorDomain.h"
 #include "VXPrincipalClass.h"
@@ -9,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 /**
  * A data plugin that looks at a store it has opened as "FixtureValidation" of its Info.plist tells: "seeds" (adds an object
- * of the model's first entity), "refuses", "throws" or "dies"; with "dies early" the process is gone when the store's models
+ * of the model's first entity), "refuses", "throws", "looks itself up" or "dies"; with "dies early" the process is gone when the store's models
  * are asked for.
  */
 class StorePlugin : public VXDataPlugin
@@ -33,6 +34,9 @@ public:
             ::raise(SIGKILL);
         if (how == "throws"_L1)
             throw std::runtime_error("thrown as told");
+        if (how == "looks itself up"_L1) // as what is queued meanwhile may
+            setProperty("found",
+                        bool(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(dataStoreName())));
         if (how == "seeds"_L1)
             context.insertNewObject(*context.persistentStoreCoordinator()->model().entities().constFirst());
         if (how == "refuses"_L1)
