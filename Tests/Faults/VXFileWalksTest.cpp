@@ -1,0 +1,89 @@
+#include "VXFailingCalls.h"
+#include "VXFileManager.h"
+#include "VXTesting.h"
+
+#include <gtest/gtest-spi.h>
+#include <QtCore/QDir>
+#include <QtCore/QDirIterator>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/** Walks over what changes single files and folders. */
+class VXFileWalks : public VXHomeTest
+{
+protected:
+    /** Every file below the folder with its contents; links with where they lead. */
+    static QVariantMap tree(const QString &folder)
+    {
+        QVariantMap found;
+        QDirIterator item(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                          QDirIterator::Subdirectories);
+        while (item.hasNext()) {
+            const QFileInfo info(item.next());
+            const QString name = info.filePath().mid(folder.size() + 1);
+            if (info.isSymLink())
+                found.insert(name, info.symLinkTarget());
+            else
+                found.insert(name, info.isDir() ? QByteArray("folder") : readFile(info.filePath()));
+        }
+        return found;
+    }
+    QVariantMap tree() const { return tree(path(u"in"_s)); }
+    static QStringList namesOtherThan(const QStringList &names, const QString &folder)
+    {
+        QStringList found =
+            QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+        found.removeIf([&names](const QString &name) { return names.contains(name); });
+        return found;
+    }
+
+    void makeTree() const
+    {
+        QDir(path(u"in"_s)).removeRecursively();
+        QDir(path(u"out"_s)).removeRecursively();
+        QDir(path(u".local"_s)).removeRecursively();
+        writeFile(u"in/tree/a"_s, QByteArray(1000, 'a'));
+        writeFile(u"in/tree/sub/b"_s, "b");
+        QFile::link(u"sub/b"_s, path(u"in/tree/link"_s));
+    }
+};
+
+TEST_F(VXFileWalks, MoveOnOneFileSystem)
+{
+    VXFailureWalk walk;
+    walk.prepare = [&] { makeTree(); };
+    walk.operation = [&] {
+        return VXFileManager::defaultManager().moveItemAtPath(path(u"in/tree"_s), path(u"in/moved"_s)).isNull();
+    };
+    walk.state = [&] { return tree(); };
+    walk.run();
+}
+
+// What the walks are for: a file is emptied and written in place, and what is left in a buffer is not looked after.
+TEST_F(VXFileWalks, FindACarelessWriter)
+{
+    const QString file = path(u"careless"_s);
+    VXFailureWalk walk;
+    walk.prepare = [&] { writeFile(u"careless"_s, "old"); };
+    walk.operation = [&] {
+        QFile writer(file);
+        return writer.open(QIODevice::WriteOnly) && writer.write("new") == 3;
+    };
+    walk.state = [&] { return readFile(file); };
+    testing::TestPartResultArray found;
+    {
+        const testing::ScopedFakeTestPartResultReporter reporter(&found);
+        walk.run();
+    }
+    std::string messages;
+    for (int index = 0; index < found.size(); ++index)
+        messages += found.GetTestPartResult(index).message();
+    EXPECT_THAT(messages, testing::HasSubstr("neither old nor new"));
+    EXPECT_THAT(messages, testing::HasSubstr("it said yes"));
+}
+
+} // namespace

@@ -1,0 +1,110 @@
+#include "VXFailingCalls.h"
+
+#include "VXTesting.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int refused = 10;
+constexpr int secondsUntilStuck = 60;
+
+// Memory that the process which runs the operation counts in.
+VXCallCounts &sharedCounts()
+{
+    static auto *const counts = static_cast<VXCallCounts *>(
+        ::mmap(nullptr, sizeof(VXCallCounts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    return *counts;
+}
+
+std::string describe(const VXCallFailure &failure)
+{
+    return "call " + std::to_string(failure.number) +
+           (failure.error == 0 ? " kills" : std::string(" fails: ") + std::strerror(failure.error)) +
+           (failure.isLasting ? ", as all after it" : "");
+}
+
+std::string text(const QVariant &state)
+{
+    std::string all = testing::PrintToString(state);
+    return all.size() <= 600 ? all : all.substr(0, 600) + "...";
+}
+
+} // namespace
+
+VXFailureWalk::Outcome VXFailureWalk::runOnce(const VXCallFailure &failure) const
+{
+    VXCallCounts &counts = sharedCounts();
+    counts.counted = 0;
+    counts.failed = 0;
+    counts.failedKinds = 0;
+    prepare();
+    std::fflush(nullptr); // else what is in the buffers would be written twice
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(secondsUntilStuck);
+        VXFailCalls(&failure, &counts);
+        const bool answer = operation();
+        const VXCallFailure none;
+        VXFailCalls(&none, &counts);
+        ::_exit(answer ? 0 : refused); // without what the end of the program would still write
+    }
+    Outcome outcome;
+    EXPECT_EQ(::waitpid(child, &outcome.status, 0), child);
+    outcome.counted = counts.counted;
+    outcome.failedKinds = counts.failedKinds;
+    if (WIFEXITED(outcome.status) && (WEXITSTATUS(outcome.status) == 0 || WEXITSTATUS(outcome.status) == refused))
+        outcome.answer = WEXITSTATUS(outcome.status) == 0;
+    return outcome;
+}
+
+void VXFailureWalk::check(const VXCallFailure &failure, const QVariant &before, const QVariant &after) const
+{
+    SCOPED_TRACE(describe(failure));
+    const Outcome outcome = runOnce(failure);
+    const QVariant found = state();
+    const bool mayEnd = failure.error == 0 || caller != nullptr;
+    if (!outcome.answer) {
+        EXPECT_TRUE(mayEnd && WIFSIGNALED(outcome.status) && WTERMSIG(outcome.status) != SIGALRM)
+            << "the process ended with " << outcome.status;
+    }
+    const bool isBefore = found == before;
+    const bool isAfter = found == after;
+    EXPECT_TRUE(isBefore || isAfter) << "neither old nor new: " << text(found);
+    EXPECT_TRUE(outcome.answer != true || isAfter) << "it said yes: " << text(found);
+    EXPECT_TRUE(outcome.answer != false || isBefore || mayRefuseWhatIsDone) << "it said no: " << text(found);
+    const bool mustBeClean = leftovers && outcome.answer && (outcome.failedKinds & VXCallUnlink) == 0;
+    EXPECT_EQ(mustBeClean ? leftovers() : QStringList(), QStringList());
+}
+
+void VXFailureWalk::run() const
+{
+    prepare();
+    const QVariant before = state();
+    const Outcome unhindered = runOnce({kinds, 0, 0, false, caller});
+    const QVariant after = state();
+    ASSERT_EQ(unhindered.answer, true) << "without a failure; status " << unhindered.status;
+    ASSERT_FALSE(before == after) << "nothing changed: " << text(after);
+    ASSERT_GT(unhindered.counted, 0U) << "no call that could fail";
+
+    const int configured = qEnvironmentVariableIntValue("VORNIX_FAULT_CALLS");
+    const auto rounds = std::min<unsigned long>(configured > 0 ? unsigned(configured) : 30, unhindered.counted);
+    const QList<VXCallFailure> ways = kinds == VXCallMalloc
+                                          ? QList<VXCallFailure>{{kinds, 0, ENOMEM, false, caller}}
+                                          : QList<VXCallFailure>{{kinds, 0, EIO, false, nullptr},
+                                                                 {kinds & ~VXCallUnlink, 0, ENOSPC, true, nullptr},
+                                                                 {kinds, 0, 0, false, nullptr}};
+    for (VXCallFailure way : ways) {
+        for (unsigned long round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {
+            way.number = 1 + round * unhindered.counted / rounds;
+            check(way, before, after);
+        }
+    }
+}

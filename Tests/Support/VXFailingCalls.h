@@ -1,0 +1,57 @@
+#pragma once
+
+#include "VXFailingCallsShim.h"
+
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+/**
+ * A walk over every writing call of an operation: it runs in processes of its own, in each of which another call fails,
+ * with an error once, as on a full disk (that call and all after it), or by the end of the process. Afterwards things
+ * must stand as before or as after the operation, and the answer must say which.
+ *
+ *     VXFailureWalk walk;
+ *     walk.prepare = [&] { write(file, "old"); };
+ *     walk.operation = [&] { return replace(file, "new"); };
+ *     walk.state = [&] { return read(file); };
+ *     walk.run();
+ *
+ * Of long operations the usual run takes some calls spread over all; VORNIX_FAULT_CALLS says how many.
+ */
+struct VXFailureWalk
+{
+    /** Brings about the state before, whatever the state is. */
+    std::function<void()> prepare;
+    /** The operation; true for success. In a process of its own. */
+    std::function<bool()> operation;
+    /** What somebody finds who reads in a new process: equal before the operation, after it, or neither when damaged. */
+    std::function<QVariant()> state;
+
+    /** Files that nobody will look at again. Only a process that was killed, or could not remove one, may leave such. */
+    std::function<QStringList()> leftovers;
+
+    /** Which calls fail. */
+    unsigned kinds = VXCallFiles;
+    /** A library whose calls alone fail, for VXCallMalloc; what it does then may end the process. */
+    const char *caller = nullptr;
+    /** The answer "no" is true of the state after as well, as when only the syncing of a folder failed. */
+    bool mayRefuseWhatIsDone = false;
+
+    /** Fails the test where a state or an answer is wrong, or nothing was there to fail. */
+    void run() const;
+
+private:
+    struct Outcome
+    {
+        std::optional<bool> answer; // none when the process ended
+        int status = 0;
+        unsigned long counted = 0;
+        unsigned failedKinds = 0;
+    };
+    Outcome runOnce(const VXCallFailure &failure) const;
+    void check(const VXCallFailure &failure, const QVariant &before, const QVariant &after) const;
+};
