@@ -8,6 +8,7 @@
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
 #include "VXNone.h"
+#include "VXPluginGuard.h"
 
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QTimer>
@@ -118,8 +119,11 @@ void VXDeviceAction::_execute()
     setTitle(u'[' + nameOf(on) + "] "_L1 + _actionName);
     try {
         handler.invoke(this);
-    } catch (const VXException &exception) {
-        failWithException(handler, exception);
+    } catch (const std::exception &) {
+        failWithThrown(handler, VXDescribeThrown());
+    } catch (...) { // not an exception: it goes on to whoever executes, once the action has ended
+        failWithThrown(handler, VXDescribeThrown());
+        throw;
     }
 }
 
@@ -132,17 +136,17 @@ void VXDeviceAction::failWithoutHandler()
     conclude();
 }
 
-void VXDeviceAction::failWithException(const VXDeviceActionHandler &handler, const VXException &exception)
+void VXDeviceAction::failWithThrown(const VXDeviceActionHandler &handler, const VXThrown &thrown)
 {
     const VXDevicePlugin::Ptr on = device();
-    VXLogMethod(VXLogError, "_execute",
-                u"An exception was thrown while processing a device action:\n\taction: %1\n\tinvocation: %2\n\t"
-                "device: %3\n\texception: %4"_s.arg(_actionName, handler.description(), on->description(),
-                                                    exception.name() + ": "_L1 + exception.reason()));
+    VXLogMethod(
+        VXLogError, "_execute",
+        u"An exception was thrown while processing a device action:\n\taction: %1\n\tinvocation: %2\n\t"
+        "device: %3\n\texception: %4"_s.arg(_actionName, handler.description(), on->description(), thrown.description));
     setError(VXError(
         VXErrorDomain, VXErrorCouldNotExecute,
         {{VXLocalizedDescriptionKey, VXLocalizedString(u"Unable to execute %1 on %2."_s).arg(_actionName, nameOf(on))},
-         {VXLocalizedRecoverySuggestionKey, exception.reason()}}));
+         {VXLocalizedRecoverySuggestionKey, thrown.reason}}));
     conclude();
 }
 
@@ -168,9 +172,12 @@ void VXDeviceAction::finish()
         shown = std::exchange(_activity, nullptr);
     }
     VXActivityManager::sharedActivityManager().removeActivity(shown);
-    const VXMutexLocker lock(_lock);
-    _isExecuting = false;
-    _concluded.notifyAll();
+    {
+        const VXMutexLocker lock(_lock);
+        _isExecuting = false;
+        _concluded.notifyAll();
+    }
+    tell(&VXDeviceAction::didConclude);
 }
 
 void VXDeviceAction::callCompletion()
@@ -182,15 +189,10 @@ void VXDeviceAction::callCompletion()
     }
     if (!completion)
         return;
-    const auto report = [this](const QString &thrown) {
-        VXLogMethod(VXLogError, "conclude", "The completion of an action threw: "_L1 + thrown);
-    };
     try { // it must not keep the action from ending
         completion(this);
-    } catch (const std::exception &exception) {
-        report(QString::fromUtf8(exception.what()));
     } catch (...) {
-        report(u"unknown"_s);
+        VXLogMethod(VXLogError, "conclude", "The completion of an action threw: "_L1 + VXDescribeThrown().description);
     }
 }
 
@@ -212,6 +214,7 @@ void VXDeviceAction::cancel(QObject *sender)
     else
         VXMainThread::perform(start);
     setError(VXError(VXErrorDomain, VXErrorCancelled));
+    tell(&VXDeviceAction::cancelRequested);
 }
 
 void VXDeviceAction::withdrawWatchdogs()

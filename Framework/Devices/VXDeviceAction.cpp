@@ -5,6 +5,7 @@
 #include "VXException.h"
 #include "VXKeyValueCoding.h"
 #include "VXMethodLog.h"
+#include "VXPluginGuard.h"
 
 using namespace Qt::StringLiterals;
 
@@ -19,6 +20,11 @@ VXDeviceAction::VXDeviceAction(const QString &theActionName) : _actionName(theAc
 }
 
 VXDeviceAction::~VXDeviceAction() = default;
+
+void VXDeviceAction::reportFaultOfSlot() const
+{
+    VXLogMethod(VXLogError, "tell", "A slot connected to an action threw: "_L1 + VXDescribeThrown().description);
+}
 
 // -- What it is
 
@@ -68,19 +74,32 @@ QString VXDeviceAction::description() const
 
 // -- Progress
 
+template <class Change>
+bool VXDeviceAction::changeActivity(const Change &change)
+{
+    const VXActivity::Ptr shown = activity();
+    if (!shown)
+        return false;
+    change(*shown);
+    tell(&VXDeviceAction::progressDidChange);
+    return true;
+}
+
 void VXDeviceAction::setTitle(const QString &title)
 {
-    if (const VXActivity::Ptr shown = activity())
-        return shown->setTitle(title);
+    if (changeActivity([&](VXActivity &shown) { shown.setTitle(title); }))
+        return;
     const VXActivity::Ptr made = VXActivityManager::sharedActivityManager().addActivityWithTitle(title);
-    const VXMutexLocker lock(_lock);
-    _activity = made;
+    {
+        const VXMutexLocker lock(_lock);
+        _activity = made;
+    }
+    tell(&VXDeviceAction::progressDidChange);
 }
 
 void VXDeviceAction::setStatusText(const QString &text)
 {
-    if (const VXActivity::Ptr shown = activity())
-        shown->setSubtitle(text);
+    changeActivity([&](VXActivity &shown) { shown.setSubtitle(text); });
 }
 
 double VXDeviceAction::progressValue() const
@@ -91,20 +110,17 @@ double VXDeviceAction::progressValue() const
 
 void VXDeviceAction::setProgressValue(double value)
 {
-    if (const VXActivity::Ptr shown = activity())
-        shown->setDoubleValue(value);
+    changeActivity([&](VXActivity &shown) { shown.setDoubleValue(value); });
 }
 
 void VXDeviceAction::setProgressMaxValue(double value)
 {
-    if (const VXActivity::Ptr shown = activity())
-        shown->setMaxValue(value);
+    changeActivity([&](VXActivity &shown) { shown.setMaxValue(value); });
 }
 
 void VXDeviceAction::incrementProgress()
 {
-    if (const VXActivity::Ptr shown = activity())
-        shown->increment();
+    changeActivity([](VXActivity &shown) { shown.increment(); });
 }
 
 VXActivity::Ptr VXDeviceAction::activity() const
@@ -135,9 +151,10 @@ void VXDeviceAction::setError(const VXError &error)
             if (_device)
                 info.insert(VXErrorDomainDeviceURLKey, _device->url());
             _error = VXError(error.domain(), error.code(), info);
-            return;
         }
     }
+    if (earlier.isNull())
+        return tell(&VXDeviceAction::errorDidOccur, this->error());
     const auto reason = earlier.code() == VXErrorCancelled ? "Ignoring error after abort: "_L1
                                                            : "Ignoring error after previous error: "_L1;
     VXLogMethod(VXLogWarning, "setError:", reason + error.description());

@@ -8,7 +8,6 @@
 #include "VXMutex.h"
 
 #include <QtCore/QByteArray>
-#include <QtCore/QMetaType>
 #include <QtCore/QObject>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
@@ -19,17 +18,20 @@
 #include <memory>
 #include <vector>
 
-class VXException;
+struct VXThrown;
 
 /**
  * One named request to a device, as to send a message. The caller makes it, may attach the object it concerns, and
  * executes it; the device's active handler for the name carries it out, at once or much later, reports at most one
  * error that counts, and ends with `conclude`, which calls the caller back on the main thread. Meanwhile it shows as an
- * activity. Always held by a shared pointer; an executing action also holds itself, so a handler may keep the plain
- * pointer until it concludes. Any thread may call.
+ * activity, and tells by signals how it goes. Always held by a shared pointer, never by a parent; an executing action
+ * also holds itself, so a handler may keep the plain pointer until it concludes. Any thread may call; signals are
+ * emitted on the calling thread, and what a slot throws is logged and goes no further.
  */
-class VX_EXPORT VXDeviceAction : public std::enable_shared_from_this<VXDeviceAction>
+class VX_EXPORT VXDeviceAction : public QObject, public std::enable_shared_from_this<VXDeviceAction>
 {
+    Q_OBJECT
+
 public:
     using Ptr = std::shared_ptr<VXDeviceAction>;
     using Completion = std::function<void(VXDeviceAction *action)>;
@@ -38,9 +40,7 @@ public:
     static Ptr actionWithName(const QString &theActionName);
     /** For subclasses, which std::make_shared makes. */
     explicit VXDeviceAction(const QString &theActionName);
-    virtual ~VXDeviceAction();
-    VXDeviceAction(const VXDeviceAction &) = delete;
-    VXDeviceAction &operator=(const VXDeviceAction &) = delete;
+    ~VXDeviceAction() override;
 
     // -- What it is
     QString actionName() const { return _actionName; }
@@ -80,14 +80,15 @@ public:
     void setError(const VXError &error);
     /** Reports a failure that is known by its text alone (VXErrorTextOnly). */
     void setErrorString(const QString &text);
-    /** True when the error that counts is the abort: what a handler looks for while it works. */
+    /** True when the error that counts is the abort: what a handler looks for while it works, unless it listens to
+     *  cancelRequested. */
     bool isCancelled() const { return error().code() == VXErrorCancelled && error().domain() == VXErrorDomain; }
 
     // -- Running
     /**
-     * Executes on the device, and then calls `completion` on the main thread. The handler runs now, on this thread;
-     * what it throws other than a VXException comes through. A null device, or an action that is executing already,
-     * fails an assertion.
+     * Executes on the device, and then calls `completion` on the main thread. The handler runs now, on this thread.
+     * An exception that it throws becomes the error and concludes the action; so does a value of another type, which
+     * then comes through. A null device, or an action that is executing already, fails an assertion.
      */
     void executeWithDevice(const VXDevicePlugin::Ptr &theDevice, Completion completion = {});
     /**
@@ -118,6 +119,16 @@ public:
      */
     void cancel(QObject *sender = nullptr);
 
+Q_SIGNALS:
+    /** Title, status, value or maximum changed: see `activity`. */
+    void progressDidChange();
+    /** The error that counts was reported. */
+    void errorDidOccur(const VXError &error);
+    /** Somebody asked for an abort, maybe not for the first time. */
+    void cancelRequested();
+    /** The execution has ended: the completion was called, and the activity is gone. */
+    void didConclude();
+
 protected:
     /** How long an abort may take, and how often a waiting executeThreaded looks: 60 and 1 seconds. For tests. */
     static void setDelays(std::chrono::milliseconds cancelDelay, std::chrono::milliseconds pollInterval);
@@ -128,7 +139,20 @@ private:
     void prepareExecution(const VXDevicePlugin::Ptr &theDevice, Completion completion);
     void _execute();
     void failWithoutHandler();
-    void failWithException(const VXDeviceActionHandler &handler, const VXException &exception);
+    void failWithThrown(const VXDeviceActionHandler &handler, const VXThrown &thrown);
+    /** Emits a signal, whose slots are anybody's code. */
+    template <class... Parameters, class... Arguments>
+    void tell(void (VXDeviceAction::*signal)(Parameters...), const Arguments &...arguments)
+    {
+        try {
+            Q_EMIT(this->*signal)(arguments...);
+        } catch (...) {
+            reportFaultOfSlot();
+        }
+    }
+    void reportFaultOfSlot() const;
+    template <class Change>
+    bool changeActivity(const Change &change);
     void finish();
     void callCompletion();
     void withdrawWatchdogs();
@@ -149,5 +173,3 @@ private:
     std::vector<std::shared_ptr<CancelWatchdog>> _watchdogs VX_GUARDED_BY(_lock); // those that a conclusion withdraws
     Ptr _self VX_GUARDED_BY(_lock);                                               // until the handler concludes
 };
-
-Q_DECLARE_METATYPE(VXDeviceAction *)

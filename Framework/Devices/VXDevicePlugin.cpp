@@ -108,6 +108,7 @@ void VXDevicePlugin::setDeviceProperty(const QVariant &value, const QString &key
     }
     Q_EMIT didChangeValueForKey(propertiesKey());
     Q_EMIT didChangeValueForKey(localizedPropertiesKey());
+    Q_EMIT devicePropertiesDidChange();
 }
 
 QList<VXLocalizedProperty> VXDevicePlugin::localizedProperties() const
@@ -140,12 +141,14 @@ void VXDevicePlugin::setPreference(const QVariant &value, const QString &key)
 {
     assertMainThread("setPreference:forKey:"_L1);
     VXUserDefaults::standardUserDefaults().setObject(value, preferenceKey(key));
+    Q_EMIT preferencesDidChange(key);
 }
 
 void VXDevicePlugin::setPersistentPreference(const QVariant &value, const QString &key)
 {
     assertMainThread("setPersistentPreference:forKey:"_L1);
     VXUserDefaults::standardUserDefaults().setObject(value, persistentKey(preferenceKey(key)));
+    Q_EMIT preferencesDidChange(key);
 }
 
 void VXDevicePlugin::resetPreferences()

@@ -26,8 +26,7 @@ VX_EXPORT extern const VXNotificationName VXDevicePluginWillRemoveDeviceNotifica
 VX_EXPORT extern const VXNotificationName VXDevicePluginDidRemoveDeviceNotification;
 
 /**
- * One phone, or other handset: the base class of device plugins, and the registry of devices. A plugin derives from
- * it, gives the class an invokable constructor without arguments, registers handlers for the actions it knows (in an
+ * One phone, or other handset: the base class of device plugins. A plugin derives from it, gives the class an invokable constructor without arguments, registers handlers for the actions it knows (in an
  * overridden initWithURL, after the base's), and shows what it finds out as device properties. A device that can tell
  * whether it is connected has an invokable `bool isConnected() const`; one that is being connected in the background
  * tells that by an invokable `bool isConnecting() const`, and announces each change of "isConnecting".
@@ -39,9 +38,10 @@ class VX_EXPORT VXDevicePlugin : public VXPlugin
 {
     Q_OBJECT
     Q_PROPERTY(QUrl url READ url CONSTANT)
-    Q_PROPERTY(QString phoneNumber READ phoneNumber)
-    Q_PROPERTY(QString localizedDescription READ localizedDescription)
-    Q_PROPERTY(QVariantMap deviceProperties READ deviceProperties)
+    Q_PROPERTY(QString phoneNumber READ phoneNumber NOTIFY devicePropertiesDidChange)
+    Q_PROPERTY(QString localizedDescription READ localizedDescription NOTIFY preferencesDidChange)
+    Q_PROPERTY(QVariantMap deviceProperties READ deviceProperties NOTIFY devicePropertiesDidChange)
+    Q_PROPERTY(QList<VXLocalizedProperty> localizedProperties READ localizedProperties NOTIFY devicePropertiesDidChange)
 
 public:
     using Ptr = std::shared_ptr<VXDevicePlugin>;
@@ -114,30 +114,15 @@ public:
     void unregisterActionHandlersForTarget(QObject *target);
     void unregisterActionHandlers();
 
-    // -- The registry (VXDevicePlugin+Manager.cpp). One recursive lock serialises it; notifications are posted and
-    //    devices are made under it, so observers must not wait for another thread that uses the registry. Devices
-    //    are made and unloaded on the main thread, which another calling thread waits for with the lock let go.
-    /** The known devices, in the order they were added; empty optional when no list was ever kept. Entries of the list
-     *  that are no URLs are left out. */
+    // -- The registry of devices (VXDeviceRegistry), by the names that device plugins know
     static std::optional<QList<QUrl>> deviceURLs();
-    /** The live device; one that is known is made now, when its plugin is loaded. Null, logged, otherwise. */
     static Ptr deviceAtURL(const QUrl &url);
-    /** The live devices, in no defined order; none is made. */
     static QList<Ptr> liveDevices();
-    /** Adds a device that its plugin made itself to the list, and makes it live. Whoever made it hands it to the
-     *  plugin manager's loadPluginInstance. */
     static void addDevice(const Ptr &device);
-    /** Forgets the device and its preferences, persistent ones excepted, and unloads it if it is live. True. */
     static bool removeDeviceAtURL(const QUrl &url);
-    /** Removes preferences of the device: those whose key begins with "PLUGIN-IDENTIFIER.DEVICE-IDENTIFIER". That
-     *  takes along those of devices whose identifier only begins like this one's. */
     static void resetPreferencesForDeviceURL(const QUrl &url);
-
-    /** The device last added; null when there is none, or it can not be made. */
     static Ptr defaultDevice();
-    /** The device whose URL the user default `key` holds, if it can be made; else, and for a null key, the default. */
     static Ptr defaultDeviceForKey(const QString &key);
-    /** A null URL removes the key. */
     static void setDefaultDeviceURL(const QUrl &url, const QString &key);
 
 Q_SIGNALS:
@@ -145,6 +130,10 @@ Q_SIGNALS:
      *  concrete device announces. */
     void willChangeValueForKey(const QString &key);
     void didChangeValueForKey(const QString &key);
+    /** After a change of "deviceProperties", on the thread that made it. */
+    void devicePropertiesDidChange();
+    /** After one of this device's preferences was set here; `key` as its plugin knows it. */
+    void preferencesDidChange(const QString &key);
 
 protected:
     bool _isShutdown = false; // for concrete devices, once they have been shut down

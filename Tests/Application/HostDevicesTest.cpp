@@ -72,6 +72,20 @@ TEST_F(HostDevicesTest, AddsListsAndRemoves)
     EXPECT_FALSE(left.contains(u"org.phones.one.name"_s));
 }
 
+TEST_F(HostDevicesTest, RemovingWhatTakesPreferencesOfOthersNeedsAYes)
+{
+    devices({u"add"_s, u"org.phones"_s, u"one"_s, u"name=Mine"_s});
+    devices({u"add"_s, u"org.phones"_s, u"one2"_s, u"name=Other"_s});
+    const QJsonObject before = defaults();
+    EXPECT_THAT(outcomeOf({u"remove"_s, url}),
+                testing::StartsWith("1 vornix: removing " + url.toStdString() + " also takes the preferences of " +
+                                    url.toStdString() + "2, "));
+    EXPECT_EQ(defaults(), before);
+    EXPECT_EQ(outcomeOf({u"remove"_s, url, u"--yes"_s}), "0 Removed " + url.toStdString() + ".\n");
+    EXPECT_FALSE(defaults().contains(u"org.phones.one2.name"_s));
+    EXPECT_EQ(outcomeOf({u"remove"_s, url + u"2"_s}), "0 Removed " + url.toStdString() + "2.\n");
+}
+
 TEST_F(HostDevicesTest, TellsAllAboutADevice)
 {
     devices({u"add"_s, u"org.phones"_s, u"one"_s, u"name=Mine"_s, u"speed=9600"_s});
@@ -104,8 +118,10 @@ TEST_F(HostDevicesTest, MistakesChangeNothing)
     const std::pair<QStringList, std::string> cases[] = {
         {{u"add"_s, u"org.gone"_s, u"d"_s}, "1 vornix: there is no plugin \"org.gone\"; "},
         {{u"add"_s, u"org.reactor"_s, u"d"_s}, "1 vornix: Fixture (org.reactor) is not a plugin of devices"},
-        {{u"add"_s, u"org.phones"_s, u"refused"_s, u"a=1"_s}, "1 vornix: Fixture (org.phones) makes no device \"refus"},
-        {{u"add"_s, u"org.phones"_s, u"one"_s, u"a=1"_s}, "1 vornix: there is a device " + url.toStdString()},
+        {{u"add"_s, u"org.phones"_s, u"refused"_s, u"a=1"_s},
+         "1 vornix: No device vxdevice://localhost/org.phones/refused could be made. The log may"},
+        {{u"add"_s, u"org.phones"_s, u"one"_s, u"a=1"_s},
+         "1 vornix: There is a device " + url.toStdString() + " already."},
         {{u"add"_s, u"org.phones"_s, u"two"_s, u"a=1"_s, u"b"_s}, "2 vornix: \"b\" is not KEY=VALUE"},
         {{u"add"_s, u"org.phones"_s}, "2 vornix: add needs PLUGIN-ID and DEVICE-ID"},
         {{u"remove"_s, u"vxdevice://localhost/org.phones/two"_s}, "1 vornix: there is no device \"vxdevice://"},
@@ -156,6 +172,18 @@ TEST_F(HostDevicesTest, DoesActionsAndShowsHowFarTheyAre)
     const QList<QByteArray> lines = devices({u"do"_s, url, u"count"_s, u"--json-lines"_s}).output.trimmed().split('\n');
     EXPECT_EQ(lines.last(), QByteArray("{\"result\":3}"));
     EXPECT_EQ((*VXJSONFromText(lines.first()))[u"progress"_s][u"title"_s], u"[Fixture] count"_s);
+}
+
+TEST_F(HostDevicesTest, RunningMakesTheKnownDevices)
+{
+    devices({u"add"_s, u"org.phones"_s, u"one"_s, u"name=Mine"_s});
+    QProcess process;
+    process.start(hostProgram(), {u"run"_s});
+    QByteArray errors;
+    EXPECT_TRUE(VXRunUntil([&] { return (errors += process.readAllStandardError()).contains("interrupt to end"); }));
+    ::kill(static_cast<pid_t>(process.processId()), SIGTERM);
+    ASSERT_TRUE(process.waitForFinished());
+    EXPECT_TRUE(errors.contains("listening to Mine, " + url.toUtf8())) << errors.toStdString();
 }
 
 TEST_F(HostDevicesTest, AnActionThatTakesTooLongIsCancelled)

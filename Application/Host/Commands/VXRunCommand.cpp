@@ -1,4 +1,6 @@
 #include "VXApplication.h"
+#include "VXDeviceRegistry.h"
+#include "VXDeviceURL.h"
 #include "VXHostCommands.h"
 #include "VXHostOutput.h"
 #include "VXModalSession.h"
@@ -77,6 +79,9 @@ int runRun(VXHostContext &context)
         const QList<VXPluginProxy *> plugins = manager.allPlugins();
         const auto count = std::ranges::count_if(plugins, &VXPluginProxy::isLoaded);
         Running running(output);
+        VXDeviceRegistry::shared().makeKnownDevices();
+        for (const VXDevicePlugin::Ptr &device : VXDeviceRegistry::shared().liveDevices())
+            output.note(u"listening to %1, %2"_s.arg(device->name(), VXAbsoluteString(device->url())));
         output.note(u"running, plugins loaded: %1; interrupt to end"_s.arg(count));
         if (!running.untilEnded())
             return output.fail(u"ended before every plugin agreed"_s);
@@ -91,7 +96,8 @@ VXHostCommand VXRunCommand()
 {
     return {.name = u"run"_s,
             .summary = u"Start the plugins and stay until interrupted"_s,
-            .details = u"Ends at an interrupt (Ctrl-C) or SIGTERM, once the plugins agree to it. A second one ends "
+            .details = u"The known devices are made, so that what they report reaches the triggers. Ends at an "
+                       u"interrupt (Ctrl-C) or SIGTERM, once the plugins agree to it. A second one ends "
                        "at once."_s,
             .run = runRun};
 }

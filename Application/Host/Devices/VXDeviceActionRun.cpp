@@ -1,6 +1,7 @@
 #include "VXDeviceActionRun.h"
 
 #include "VXApplication.h"
+#include "VXDeviceReport.h"
 #include "VXDeviceURL.h"
 #include "VXHostCommand.h"
 #include "VXHostJSON.h"
@@ -17,13 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::chrono::milliseconds progressInterval{100};
-
-QString textOf(const VXError &error)
-{
-    const QString suggestion = error.localizedRecoverySuggestion();
-    return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
-}
+constexpr std::chrono::milliseconds redrawInterval{50}; // many steps may come at once
 
 } // namespace
 
@@ -54,9 +49,14 @@ int VXDeviceActionRun::run(const VXDevicePlugin::Ptr &device, std::chrono::milli
 
 void VXDeviceActionRun::waitForConclusion(std::chrono::milliseconds timeout)
 {
-    QTimer progress;
-    QObject::connect(&progress, &QTimer::timeout, &progress, [this] { showProgress(); });
-    progress.start(progressInterval);
+    QTimer redraw;
+    redraw.setSingleShot(true);
+    redraw.setInterval(redrawInterval);
+    QObject::connect(&redraw, &QTimer::timeout, &redraw, [this] { showProgress(); });
+    QObject::connect(_action.get(), &VXDeviceAction::progressDidChange, &redraw, [&redraw] {
+        if (!redraw.isActive())
+            redraw.start();
+    });
     QTimer limit;
     limit.setSingleShot(true);
     QObject::connect(&limit, &QTimer::timeout, &limit, [this] {
@@ -66,7 +66,7 @@ void VXDeviceActionRun::waitForConclusion(std::chrono::milliseconds timeout)
     if (timeout.count() > 0)
         limit.start(timeout);
     _window->setCancelHandler([this] { userDidCancel(); });
-    QTimer::singleShot(0, &progress, [this] { showProgress(); }); // once Ctrl-C is watched
+    QTimer::singleShot(0, &redraw, [this] { showProgress(); }); // once Ctrl-C is watched
     static_cast<void>(_window->runModal());
 }
 
@@ -104,7 +104,7 @@ QString VXDeviceActionRun::failure() const
     if (_action->isCancelled())
         return u"%1 was cancelled"_s.arg(_action->actionName());
     if (const VXError error = _action->error(); !error.isNull())
-        return textOf(error);
+        return VXTextOfError(error);
     return *_hasConcluded ? QString() : u"%1 did not end"_s.arg(_action->actionName());
 }
 

@@ -3,6 +3,7 @@
 #include "VXDevicePlugin.h"
 #include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
+#include "VXError.h"
 #include "VXHostJSON.h"
 #include "VXInvocation.h"
 #include "VXPluginGuard.h"
@@ -122,6 +123,12 @@ QVariantMap VXDevicePreferences(const QUrl &url, bool persistent)
     for (const QString &key : defaults.keysWithPrefix(prefix))
         values.insert(key.sliced(prefix.size()), defaults.objectForKey(key));
     return values;
+}
+
+QString VXTextOfError(const VXError &error)
+{
+    const QString suggestion = error.localizedRecoverySuggestion();
+    return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
 }
 
 VXDeviceReport::VXDeviceReport(const VXPluginManager &manager, const QUrl &url)

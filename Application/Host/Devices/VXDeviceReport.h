@@ -9,6 +9,7 @@
 #include <chrono>
 
 class VXDevicePlugin;
+class VXError;
 class VXPluginManager;
 
 /** What there is to tell of one known device, for people and as JSON; making it makes the device, if it can be made. */
@@ -41,3 +42,6 @@ void VXAwaitConnection(VXDevicePlugin &device, std::chrono::milliseconds limit);
 
 /** The device's preferences by their keys; the persistent ones, or the others. */
 [[nodiscard]] QVariantMap VXDevicePreferences(const QUrl &url, bool persistent);
+
+/** What went wrong, and what might be done about it, as one line. */
+[[nodiscard]] QString VXTextOfError(const VXError &error);

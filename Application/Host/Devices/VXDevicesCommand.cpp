@@ -1,6 +1,7 @@
 #include "VXDeviceAction.h"
 #include "VXDeviceActionRun.h"
 #include "VXDevicePlugin.h"
+#include "VXDeviceRegistry.h"
 #include "VXDeviceReport.h"
 #include "VXDeviceURL.h"
 #include "VXDiagnostics.h"
@@ -66,34 +67,6 @@ std::optional<std::pair<QString, QVariant>> preferenceFromText(const QString &te
     return std::pair(text.first(equals), VXPropertyList::isValid(parsed) ? parsed : QVariant(value));
 }
 
-// Preferences of a device that is about to be made: taken back unless they are kept.
-class TentativePreferences
-{
-public:
-    explicit TentativePreferences(const QUrl &url) : _url(url) {}
-    ~TentativePreferences()
-    {
-        for (auto value = _before.cbegin(); value != _before.cend(); ++value)
-            VXUserDefaults::standardUserDefaults().setObject(*value, value.key());
-    }
-    TentativePreferences(const TentativePreferences &) = delete;
-    TentativePreferences &operator=(const TentativePreferences &) = delete;
-
-    void set(const QString &key, const QVariant &value)
-    {
-        VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
-        const QString defaultsKey = VXMakeDevicePreferenceKey(_url, key);
-        if (!_before.contains(defaultsKey))
-            _before.insert(defaultsKey, defaults.objectForKey(defaultsKey));
-        defaults.setObject(value, defaultsKey);
-    }
-    void keep() { _before.clear(); }
-
-private:
-    const QUrl _url;
-    QVariantMap _before;
-};
-
 // The plugin that could make a device; nullptr, told, when there is none.
 VXPluginProxy *devicePlugin(VXHostContext &context, VXPluginManager &manager, const QString &identifier)
 {
@@ -121,26 +94,18 @@ int add(VXHostContext &context, VXPluginManager &manager)
     VXPluginProxy *const plugin = devicePlugin(context, manager, context.options.operand(1));
     if (plugin == nullptr)
         return VXHostOutput::Failed;
-    const QUrl url = VXMakeDeviceURL({}, plugin->identifier(), identifier);
-    const bool isKnown = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url);
-    if (isKnown)
-        return context.output.fail(u"there is a device %1 already"_s.arg(VXAbsoluteString(url)));
-
-    TentativePreferences preferences(url);
+    QVariantMap preferences;
     for (const QString &text : context.options.operands().sliced(3)) {
         QString reason;
         const auto preference = preferenceFromText(text, &reason);
         if (!preference)
             return context.output.failUsage(reason, VXHostUsage(context.options.command()));
-        preferences.set(preference->first, preference->second);
+        preferences.insert(preference->first, preference->second);
     }
-    const auto device = std::dynamic_pointer_cast<VXDevicePlugin>(plugin->instantiateWithSelector("initWithURL", url));
-    if (!device)
-        return context.output.fail(u"%1 makes no device \"%2\"; \"vornix log\" may tell why"_s.arg(
-            VXPluginReport(manager, *plugin).title(), identifier));
-    preferences.keep();
-    VXDevicePlugin::addDevice(device);
-    manager.loadPluginInstance(device.get());
+    const QUrl url = VXMakeDeviceURL({}, plugin->identifier(), identifier);
+    VXError error;
+    if (!VXDeviceRegistry::shared().add(url, preferences, &error))
+        return context.output.fail(VXTextOfError(error));
     return done(context, u"Added %1.\n"_s.arg(VXAbsoluteString(url)), VXDeviceReport(manager, url).json());
 }
 
@@ -166,9 +131,19 @@ VXDevicePlugin::Ptr liveDevice(VXHostContext &context, VXPluginManager &manager,
     return device;
 }
 
+// Preferences are found by how their keys begin: those of "d50" go with "d5".
 int removeDevice(VXHostContext &context, VXPluginManager &, const QUrl &url)
 {
-    VXDevicePlugin::removeDeviceAtURL(url);
+    VXDeviceRegistry &registry = VXDeviceRegistry::shared();
+    const QList<QUrl> others = registry.devicesSharingPreferences(url);
+    if (!others.isEmpty() && !context.options.isSet(u"yes"_s)) {
+        QStringList names;
+        std::ranges::transform(others, std::back_inserter(names), VXAbsoluteString);
+        return context.output.fail(
+            u"removing %1 also takes the preferences of %2, whose identifiers begin like its own; "
+            "--yes removes it all the same"_s.arg(VXAbsoluteString(url), names.join(u", "_s)));
+    }
+    registry.remove(url);
     return done(context, u"Removed %1.\n"_s.arg(VXAbsoluteString(url)), QJsonObject{{u"url"_s, VXAbsoluteString(url)}});
 }
 
@@ -253,7 +228,7 @@ constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
 const Verb verbs[] = {
     {u"list"_s, {}, 0, 0, list, nullptr},
     {u"add"_s, u"PLUGIN-ID and DEVICE-ID"_s, 2, unlimited, add, nullptr},
-    {u"remove"_s, u"URL"_s, 1, 1, nullptr, removeDevice},
+    {u"remove"_s, u"URL"_s, 1, 1, nullptr, removeDevice, {u"yes"_s}},
     {u"default"_s, {}, 0, 1, defaultDevice, nullptr, {u"key"_s}},
     {u"info"_s, u"URL"_s, 1, 1, nullptr, info},
     {u"actions"_s, u"URL"_s, 1, 1, nullptr, actions},
@@ -277,7 +252,7 @@ QString mistake(const VXHostOptions &options, const Verb &verb)
     if (operands.size() > verb.maximum)
         return verb.maximum == 0 ? u"%1 takes nothing more"_s.arg(verb.name)
                                  : u"%1 takes no \"%2\""_s.arg(verb.name, operands.last());
-    for (const QString &option : {u"key"_s, u"object"_s, u"timeout"_s, u"json-lines"_s}) {
+    for (const QString &option : {u"yes"_s, u"key"_s, u"object"_s, u"timeout"_s, u"json-lines"_s}) {
         if (options.isSet(option) && !verb.options.contains(option))
             return u"--%1 does not go with %2"_s.arg(option, verb.name);
     }
@@ -309,14 +284,18 @@ VXHostCommand VXDevicesCommand()
         .details =
             u"\"list\" shows the known devices. \"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a "
             "plugin then serves, with preferences for it; a VALUE that is JSON is stored as that, any other as a "
-            "text. \"remove URL\" forgets a device and its preferences, but for persistent ones. \"default\" shows "
+            "text. \"remove URL\" forgets a device and its preferences, but for persistent ones; with --yes also where "
+            "that takes the preferences of devices whose identifiers begin like its own. \"default\" shows "
             "the default device; with --key KEY the one preferred for a purpose, and \"default URL --key KEY\" "
             "chooses that. \"info URL\" tells all about a device; one that is being connected is waited for, up to 5 "
             "seconds.\n"
             "\"actions URL\" names what the device can do, \"do URL ACTION\" has it do that and shows the result, "
             "also that of a part when the rest failed. Ctrl-C and the end of the time ask it to abort; a second Ctrl-C "
             "does not wait for it."_s,
-        .options = {{.name = u"key"_s,
+        .options = {{.name = u"yes"_s,
+                     .placeholder = {},
+                     .summary = u"Remove it even if other devices lose preferences (remove)"_s},
+                    {.name = u"key"_s,
                      .placeholder = u"KEY"_s,
                      .summary = u"The user default that keeps the preferred device (default)"_s},
                     {.name = u"object"_s, .placeholder = u"JSON"_s, .summary = u"What the action is about (do)"_s},

@@ -130,20 +130,54 @@ TEST_F(VXDeviceActionTest, WithoutAHandlerItFailsAndShowsNothing)
                        {u"VXErrorDomainDeviceURL"_s, phone->url()}}));
 }
 
-TEST_F(VXDeviceActionTest, WhatAHandlerThrowsBecomesTheErrorOrComesThrough)
+TEST_F(VXDeviceActionTest, WhateverAHandlerThrowsTheActionEndsWithAnError)
 {
-    phone->handle([](VXDeviceAction *) { throw VXException(u"Broken"_s, u"no card"_s); });
-    execute();
-    EXPECT_EQ(delegate.code, 2);
-    EXPECT_EQ(action->error().localizedDescription(), u"Unable to execute call on Nokia."_s);
-    EXPECT_EQ(action->error().localizedRecoverySuggestion(), u"no card"_s);
-    EXPECT_EQ(log.lines(u"ERROR"_s).filter(u"An exception was thrown while processing a device action:"_s).size(), 1);
+    const std::pair<std::function<void()>, QString> cases[] = {
+        {[] { throw VXException(u"Broken"_s, u"no card"_s); }, u"no card"_s},
+        {[] { throw std::runtime_error("not ours"); }, u"not ours"_s},
+        {[] { throw 7; }, u"a value of type int"_s},
+    };
+    for (const auto &[fail, reason] : cases) {
+        const auto failing = VXDeviceAction::actionWithName(u"call"_s);
+        phone->handle([&fail = fail](VXDeviceAction *) { fail(); });
+        try {
+            failing->executeWithDevice(phone, &delegate, "didComplete");
+            EXPECT_NE(reason, u"a value of type int"_s) << "what is no exception goes on";
+        } catch (int thrown) {
+            EXPECT_EQ(thrown, 7);
+        }
+        EXPECT_FALSE(failing->isExecuting());
+        EXPECT_EQ(failing->error().code(), 2);
+        EXPECT_EQ(failing->error().localizedDescription(), u"Unable to execute call on Nokia."_s);
+        EXPECT_EQ(failing->error().localizedRecoverySuggestion(), reason);
+    }
+    EXPECT_EQ(delegate.calls, 3);
+    EXPECT_EQ(log.lines(u"ERROR"_s).filter(u"An exception was thrown while processing a device action:"_s).size(), 3);
+}
 
-    phone->handle([](VXDeviceAction *) { throw std::runtime_error("not ours"); });
-    EXPECT_THROW(execute(), std::runtime_error);
-    EXPECT_EQ(delegate.calls, 1) << "the handler still owns the completion";
-    action->conclude();
-    EXPECT_EQ(delegate.calls, 2);
+TEST_F(VXDeviceActionTest, TellsBySignalsHowItGoes)
+{
+    QStringList told;
+    QObject::connect(action.get(), &VXDeviceAction::progressDidChange,
+                     [&] { told << u"progress %1"_s.arg(action->progressValue()); });
+    QObject::connect(action.get(), &VXDeviceAction::errorDidOccur,
+                     [&](const VXError &error) { told << u"error %1"_s.arg(error.code()); });
+    QObject::connect(action.get(), &VXDeviceAction::cancelRequested, [&] { told << u"cancel"_s; });
+    QObject::connect(action.get(), &VXDeviceAction::didConclude, [&] {
+        told << u"concluded %1"_s.arg(action->isExecuting());
+        throw std::runtime_error("a slot threw");
+    });
+    phone->handle([](VXDeviceAction *handled) {
+        handled->incrementProgress();
+        handled->setResult(handled->progressValue());
+        QObject::connect(handled, &VXDeviceAction::cancelRequested, handled, [handled] { handled->conclude(); });
+    });
+    execute();
+    action->cancel();
+    EXPECT_EQ(told, (QStringList{u"progress 0"_s, u"progress 1"_s, u"error 34"_s, u"cancel"_s, u"concluded 0"_s}));
+    EXPECT_EQ(log.count(u"A slot connected to an action threw: runtime_error: a slot threw"_s), 1);
+    action->setErrorString(u"too late"_s);
+    EXPECT_EQ(told.size(), 5) << "only the error that counts is told";
 }
 
 TEST_F(VXDeviceActionTest, TheFirstErrorCountsForTheActionsLife)
@@ -236,7 +270,7 @@ TEST_F(VXDeviceActionTest, MistakesOfCallersAreContained)
 
     action->executeWithDevice(phone, [](VXDeviceAction *) { throw std::runtime_error("thrown as told"); });
     EXPECT_FALSE(action->isExecuting());
-    EXPECT_EQ(log.count(u"The completion of an action threw: thrown as told"_s), 1);
+    EXPECT_EQ(log.count(u"The completion of an action threw: runtime_error: thrown as told"_s), 1);
 }
 
 TEST_F(VXDeviceActionTest, TheObjectsContextLivesAsLong)

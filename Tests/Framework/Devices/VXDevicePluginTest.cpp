@@ -102,11 +102,15 @@ TEST_F(VXDevicePluginTest, PropertiesAnnounceTheirChanges)
     };
     QObject::connect(&device, &VXDevicePlugin::willChangeValueForKey, &device, hear(u"will "_s));
     QObject::connect(&device, &VXDevicePlugin::didChangeValueForKey, &device, hear(u"did "_s));
+    QObject::connect(&device, &VXDevicePlugin::devicePropertiesDidChange, [&] { heard << u"notified"_s; });
 
     const VXLocalizedProperty battery(80, u"Battery"_s, 2);
     device.setDeviceProperty(battery, u"battery"_s);
     EXPECT_EQ(heard, (QStringList{u"will deviceProperties 0"_s, u"will localizedProperties 0"_s,
-                                  u"did deviceProperties 1"_s, u"did localizedProperties 1"_s}));
+                                  u"did deviceProperties 1"_s, u"did localizedProperties 1"_s, u"notified"_s}));
+    const QMetaObject &type = VXDevicePlugin::staticMetaObject;
+    EXPECT_EQ(type.property(type.indexOfProperty("deviceProperties")).notifySignal().name(),
+              "devicePropertiesDidChange");
     device.setDeviceProperty(u""_s, u"model"_s);
     EXPECT_EQ(device.devicePropertyKeys(), (QStringList{u"battery"_s, u"model"_s})) << "an empty text is a value";
     EXPECT_EQ(device.localizedProperties(), QList{battery});
@@ -119,7 +123,10 @@ TEST_F(VXDevicePluginTest, PropertiesAnnounceTheirChanges)
 TEST_F(VXDevicePluginTest, PreferencesFallBackToPersistentOnes)
 {
     VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+    QStringList told;
+    QObject::connect(&device, &VXDevicePlugin::preferencesDidChange, [&](const QString &key) { told << key; });
     device.setPersistentPreference(1, u"k"_s);
+    EXPECT_EQ(told, QStringList{u"k"_s});
     EXPECT_EQ(device.preferenceForKey(u"k"_s), QVariant(1));
     device.setPreference(2, u"k"_s);
     EXPECT_EQ(device.preferenceForKey(u"k"_s), QVariant(2));

@@ -1,3 +1,4 @@
+#include "VXDeviceRegistry.h"
 #include "VXDeviceTesting.h"
 
 #include "VXDeviceURL.h"
@@ -101,6 +102,53 @@ TEST_F(VXDeviceRegistryTest, AddedDevicesComeIntoTheListOnce)
     EXPECT_EQ(VXDevicePlugin::deviceURLs(), std::nullopt);
 }
 
+TEST_F(VXDeviceRegistryTest, AddingIsOneOperationThatLeavesNothingBehindWhenItFails)
+{
+    startWithPhones({u"old"_s});
+    VXDeviceRegistry &registry = VXDeviceRegistry::shared();
+    const VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+    const VXDevicePlugin::Ptr made = registry.add(phone(u"new"_s), {{u"name"_s, u"Mine"_s}});
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->name(), u"Mine"_s) << "its preferences were there when it was made";
+    EXPECT_EQ(registry.device(phone(u"new"_s)), made);
+    EXPECT_EQ(registry.urls(), (QList{phone(u"old"_s), phone(u"new"_s)}));
+    EXPECT_EQ(notifications, QStringList{u"did add new"_s});
+    EXPECT_EQ(VXPluginEvents(), QStringList{u"new pluginDidLoad"_s});
+
+    const std::pair<QUrl, QString> refused[] = {
+        {phone(u"new"_s), u"There is a device vxdevice://localhost/org.phones/new already."_s},
+        {phone(u"refused"_s), u"No device vxdevice://localhost/org.phones/refused could be made."_s},
+        {VXMakeDeviceURL({}, u"org.gone"_s, u"x"_s), u"No device vxdevice://localhost/org.gone/x could be made."_s},
+    };
+    for (const auto &[url, reason] : refused) {
+        VXError error;
+        const QVariant before = defaults.objectForKey(VXMakeDevicePreferenceKey(url, u"name"_s));
+        EXPECT_EQ(registry.add(url, {{u"name"_s, u"Other"_s}}, &error), nullptr);
+        EXPECT_EQ(error.localizedDescription(), reason);
+        EXPECT_EQ(defaults.objectForKey(VXMakeDevicePreferenceKey(url, u"name"_s)), before);
+    }
+    EXPECT_EQ(registry.urls()->size(), 2);
+}
+
+TEST_F(VXDeviceRegistryTest, AProgramThatStaysMakesTheKnownDevicesOfEachPlugin)
+{
+    VXPluginFixture late = phones;
+    late.identifier = u"org.late"_s;
+    late.write(shared());
+    startWithPhones({u"one"_s, u"refused"_s, u"two"_s});
+    const QUrl waiting = VXMakeDeviceURL({}, u"org.late"_s, u"three"_s);
+    setList(
+        {VXAbsoluteString(phone(u"one"_s)), VXAbsoluteString(waiting), u"no url"_s, VXAbsoluteString(phone(u"two"_s))});
+    VXDeviceRegistry::shared().makeKnownDevices();
+    EXPECT_EQ(notifications, (QStringList{u"did add one"_s, u"did add two"_s}));
+    EXPECT_TRUE(log.lines(u"ERROR"_s).isEmpty()) << "a device of a plugin that is not loaded waits";
+
+    EXPECT_TRUE(manager().enablePluginProxy(plugin(u"org.late"_s)));
+    EXPECT_TRUE(VXRunUntil([&] { return notifications.contains(u"did add three"_s); }));
+    VXDeviceRegistry::shared().makeKnownDevices();
+    EXPECT_EQ(notifications.size(), 3) << "each once";
+}
+
 TEST_F(VXDeviceRegistryTest, RemovedDevicesAreForgottenWithTheirPreferences)
 {
     startWithPhones({u"d"_s, u"dx"_s});
@@ -111,6 +159,8 @@ TEST_F(VXDeviceRegistryTest, RemovedDevicesAreForgottenWithTheirPreferences)
     device->setPersistentPreference(2, u"x"_s);
     defaults.setObject(3, u"org.phones.dx.x"_s);
     device.reset();
+    EXPECT_EQ(VXDeviceRegistry::shared().devicesSharingPreferences(phone(u"d"_s)), QList{phone(u"dx"_s)});
+    EXPECT_TRUE(VXDeviceRegistry::shared().devicesSharingPreferences(phone(u"dx"_s)).isEmpty());
 
     EXPECT_TRUE(VXDevicePlugin::removeDeviceAtURL(phone(u"d"_s)));
     EXPECT_EQ(VXDevicePlugin::deviceURLs(), QList{phone(u"dx"_s)});

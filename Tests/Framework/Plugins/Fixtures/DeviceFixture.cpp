@@ -112,16 +112,11 @@ private:
         action->setStatusText(u"waiting"_s);
         action->setProgressMaxValue(4);
         action->setProgressValue(1);
-        auto *const timer = new QTimer(this);
-        connect(timer, &QTimer::timeout, this, [timer, action] {
-            if (!action->isCancelled())
-                return;
-            timer->deleteLater();
+        connect(action, &VXDeviceAction::cancelRequested, this, [action] {
             action->setResult(1);
             action->setErrorString(u"a later error"_s);
             action->conclude();
         });
-        timer->start(1);
     }
 
     bool _isConnecting = false;

@@ -1,0 +1,333 @@
+#include "VXDeviceRegistry.h"
+
+#include "VXDeviceURL.h"
+#include "VXDiagnostics.h"
+#include "VXErrorDomain.h"
+#include "VXException.h"
+#include "VXFramework.h"
+#include "VXMainThread.h"
+#include "VXMethodLog.h"
+#include "VXPluginManager.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QScopeGuard>
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+thread_local int lockDepth = 0; // how often this thread holds the registry's lock
+
+const QString &listKey()
+{
+    static const QString key = u"devices21"_s;
+    return key;
+}
+
+QUrl urlOfEntry(const QVariant &entry)
+{
+    const QUrl url = entry.typeId() == QMetaType::QString ? QUrl(entry.toString()) : QUrl();
+    return url.isValid() && !url.isRelative() ? url : QUrl();
+}
+
+// Nothing when there is no list. Entries that make no sense are kept: they may be of a later version.
+std::optional<QVariantList> storedList()
+{
+    const QVariant stored = VXUserDefaults::standardUserDefaults().objectForKey(listKey());
+    const bool isList = stored.metaType() == QMetaType::fromType<QVariantList>() ||
+                        stored.metaType() == QMetaType::fromType<QStringList>();
+    return isList ? std::optional(stored.toList()) : std::nullopt;
+}
+
+void store(const QVariantList &list)
+{
+    VXUserDefaults::standardUserDefaults().setObject(list, listKey());
+}
+
+void announce(VXNotificationName name, const VXDevicePlugin::Ptr &device)
+{
+    VXNotificationCenter::defaultCenter().postNotificationName(name, QVariant::fromValue(device.get()));
+}
+
+VXPluginProxy *pluginOfDevice(const QUrl &url)
+{
+    return VXPluginManager::sharedPluginManager().pluginWithIdentifier(VXDeviceURLComponent(url, 0));
+}
+
+// On the main thread. Null, logged, when the plugin is not there to make one.
+VXDevicePlugin::Ptr instantiateDevice(const QUrl &url)
+{
+    const auto fail = [&url](QLatin1StringView problem) -> VXDevicePlugin::Ptr {
+        VXLogClassMethod(VXLogError, VXDevicePlugin, "deviceAtURL:", problem + ": "_L1 + VXAbsoluteString(url));
+        return nullptr;
+    };
+    VXPluginProxy *const plugin = pluginOfDevice(url);
+    if (plugin == nullptr || !plugin->isEnabled())
+        return fail("plugin is missing or disabled for device"_L1);
+    if (!plugin->isLoaded())
+        return fail("plugin is not loaded for device"_L1);
+    const VXPluginProxy::Instance instance = plugin->instantiateWithSelector("initWithURL", url);
+    if (!instance)
+        return nullptr;
+    auto device = std::dynamic_pointer_cast<VXDevicePlugin>(instance);
+    if (device)
+        return device;
+    plugin->removeInstance(instance.get());
+    return fail("plugin makes no devices, as is asked for device"_L1);
+}
+
+// Preferences of a device that is about to be made: taken back unless they are kept.
+class TentativePreferences
+{
+public:
+    TentativePreferences(const QUrl &url, const QVariantMap &preferences)
+    {
+        VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+        for (auto preference = preferences.begin(); preference != preferences.end(); ++preference) {
+            const QString key = VXMakeDevicePreferenceKey(url, preference.key());
+            _before.insert(key, defaults.objectForKey(key));
+            defaults.setObject(*preference, key);
+        }
+    }
+    ~TentativePreferences()
+    {
+        for (auto value = _before.cbegin(); value != _before.cend(); ++value)
+            VXUserDefaults::standardUserDefaults().setObject(*value, value.key());
+    }
+    TentativePreferences(const TentativePreferences &) = delete;
+    TentativePreferences &operator=(const TentativePreferences &) = delete;
+
+    void keep() { _before.clear(); }
+
+private:
+    QVariantMap _before;
+};
+
+} // namespace
+
+// -- The lock
+
+void VXDeviceRegistry::Lock::lock() VX_NO_THREAD_SAFETY_ANALYSIS
+{
+    _mutex.lock();
+    ++lockDepth;
+}
+
+void VXDeviceRegistry::Lock::unlock() VX_NO_THREAD_SAFETY_ANALYSIS
+{
+    --lockDepth;
+    _mutex.unlock();
+}
+
+void VXDeviceRegistry::Lock::performOnMainThread(const std::function<void()> &work) VX_NO_THREAD_SAFETY_ANALYSIS
+{
+    if (VXMainThread::isCurrent())
+        return work();
+    const int depth = std::exchange(lockDepth, 0);
+    for (int level = 0; level < depth; ++level)
+        _mutex.unlock();
+    const auto again = qScopeGuard([this, depth]() VX_NO_THREAD_SAFETY_ANALYSIS {
+        for (int level = 0; level < depth; ++level)
+            _mutex.lock();
+        lockDepth = depth;
+    });
+    static_cast<void>(VXMainThread::performAndWait(work)); // once that thread has ended nothing is made any more
+}
+
+// -- What there is
+
+VXDeviceRegistry &VXDeviceRegistry::shared()
+{
+    static auto *const registry = new VXDeviceRegistry; // never freed: devices live until they are removed
+    return *registry;
+}
+
+std::optional<QList<QUrl>> VXDeviceRegistry::urls() const
+{
+    const std::optional<QVariantList> stored = storedList();
+    if (!stored)
+        return std::nullopt;
+    QList<QUrl> urls;
+    for (const QVariant &entry : *stored) {
+        if (const QUrl url = urlOfEntry(entry); !url.isEmpty())
+            urls.append(url);
+    }
+    return urls;
+}
+
+bool VXDeviceRegistry::isKnown(const QUrl &url) const
+{
+    const auto known = urls();
+    return known && known->contains(url);
+}
+
+void VXDeviceRegistry::insert(const QUrl &url, const Ptr &device)
+{
+    _globalDevices.insert(url, device);
+    VXPluginManager::sharedPluginManager().loadPluginInstance(device.get());
+}
+
+VXDeviceRegistry::Ptr VXDeviceRegistry::device(const QUrl &url)
+{
+    const Locker lock(_lock);
+    if (Ptr live = _globalDevices.value(url))
+        return live;
+    if (!isKnown(url))
+        return nullptr;
+    Ptr device;
+    bool isNew = false;
+    _lock.performOnMainThread([&] {
+        const Locker mainLock(_lock);
+        device = _globalDevices.value(url); // another thread may have been quicker
+        if (device)
+            return;
+        device = instantiateDevice(url);
+        isNew = device != nullptr;
+        if (isNew)
+            insert(url, device);
+    });
+    if (isNew && _globalDevices.value(url) == device)
+        announce(VXDevicePluginDidAddDeviceNotification, device);
+    return device;
+}
+
+QList<VXDeviceRegistry::Ptr> VXDeviceRegistry::liveDevices() const
+{
+    const Locker lock(_lock);
+    return _globalDevices.values();
+}
+
+bool VXDeviceRegistry::isLive(const VXDevicePlugin &device) const
+{
+    const Locker lock(_lock);
+    return _globalDevices.value(device.url()).get() == &device;
+}
+
+void VXDeviceRegistry::makeKnownDevices()
+{
+    makeDevicesOfLoadedPlugins();
+    if (_follower)
+        return;
+    _follower = std::make_unique<QObject>();
+    for (const VXNotificationName name : {VXPluginDidEnableNotification, VXPluginsDidChangeNotification})
+        VXNotificationCenter::defaultCenter().addObserver(
+            _follower.get(), name, [this](const VXNotification &) { makeDevicesOfLoadedPlugins(); });
+}
+
+// Those of plugins that are not loaded wait, silently, for theirs.
+void VXDeviceRegistry::makeDevicesOfLoadedPlugins()
+{
+    for (const QUrl &url : urls().value_or(QList<QUrl>())) {
+        const VXPluginProxy *const plugin = pluginOfDevice(url);
+        if (plugin != nullptr && plugin->isLoaded())
+            static_cast<void>(device(url));
+    }
+}
+
+// -- Adding and removing
+
+void VXDeviceRegistry::addToList(const QUrl &url)
+{
+    if (!isKnown(url))
+        store(storedList().value_or(QVariantList()) << VXAbsoluteString(url));
+}
+
+VXDeviceRegistry::Ptr VXDeviceRegistry::add(const QUrl &url, const QVariantMap &preferences, VXError *error)
+{
+    const Locker lock(_lock);
+    if (isKnown(url)) {
+        VXSetError(error,
+                   VXMakeError(VXLocalizedString(u"There is a device %1 already."_s).arg(VXAbsoluteString(url))));
+        return nullptr;
+    }
+    TentativePreferences tentative(url, preferences);
+    const Ptr device = instantiateDevice(url);
+    if (!device) {
+        VXSetError(error, VXError(VXErrorDomain, VXErrorGeneral,
+                                  {{VXLocalizedDescriptionKey,
+                                    VXLocalizedString(u"No device %1 could be made."_s).arg(VXAbsoluteString(url))},
+                                   {VXLocalizedRecoverySuggestionKey, VXLocalizedString(u"The log may tell why."_s)}}));
+        return nullptr;
+    }
+    tentative.keep();
+    addToList(url);
+    insert(url, device);
+    announce(VXDevicePluginDidAddDeviceNotification, device);
+    return device;
+}
+
+void VXDeviceRegistry::add(const Ptr &device)
+{
+    VXAssert(device != nullptr, u"theDevice can not be nil!"_s);
+    const Locker lock(_lock);
+    _globalDevices.insert(device->url(), device);
+    addToList(device->url());
+    announce(VXDevicePluginDidAddDeviceNotification, device);
+}
+
+void VXDeviceRegistry::remove(const QUrl &url)
+{
+    const Locker lock(_lock);
+    const Ptr device = _globalDevices.value(url);
+    if (device)
+        announce(VXDevicePluginWillRemoveDeviceNotification, device);
+    if (std::optional<QVariantList> list = storedList()) {
+        list->removeIf([&url](const QVariant &entry) { return urlOfEntry(entry) == url; });
+        store(*list);
+    }
+    if (device) {
+        _globalDevices.remove(url);
+        _lock.performOnMainThread(
+            [&device] { VXPluginManager::sharedPluginManager().unloadPluginInstance(device.get()); });
+    }
+    resetPreferences(url);
+    VXNotificationCenter::defaultCenter().postNotificationName(VXDevicePluginDidRemoveDeviceNotification);
+}
+
+QStringList VXDeviceRegistry::preferenceKeys(const QUrl &url)
+{
+    // Without a dot at the end, deliberately: identifiers that begin with this one's go too, as they always have.
+    const QString prefix =
+        VXDescription(VXDeviceURLComponent(url, 0)) + u'.' + VXDescription(VXDeviceURLComponent(url, 1));
+    return VXUserDefaults::standardUserDefaults().keysWithPrefix(prefix);
+}
+
+void VXDeviceRegistry::resetPreferences(const QUrl &url)
+{
+    for (const QString &key : preferenceKeys(url))
+        VXUserDefaults::standardUserDefaults().removeObjectForKey(key);
+}
+
+QList<QUrl> VXDeviceRegistry::devicesSharingPreferences(const QUrl &url) const
+{
+    const QStringList going = preferenceKeys(url);
+    QList<QUrl> others = urls().value_or(QList<QUrl>());
+    others.removeIf([&](const QUrl &other) {
+        const QString own = VXMakeDevicePreferenceKey(other, u""_s);
+        return other == url || std::ranges::none_of(going, [&](const QString &key) { return key.startsWith(own); });
+    });
+    return others;
+}
+
+// -- Which is preferred
+
+VXDeviceRegistry::Ptr VXDeviceRegistry::defaultDevice(const QString &key)
+{
+    const std::optional<QList<QUrl>> known = urls();
+    if (!known || known->isEmpty())
+        return nullptr;
+    if (!key.isNull()) {
+        const QUrl preferred = urlOfEntry(VXUserDefaults::standardUserDefaults().objectForKey(key));
+        if (Ptr found = preferred.isEmpty() ? nullptr : device(preferred))
+            return found;
+    }
+    return device(known->last());
+}
+
+void VXDeviceRegistry::setDefaultURL(const QUrl &url, const QString &key)
+{
+    VXUserDefaults::standardUserDefaults().setObject(url.isEmpty() ? QVariant() : QVariant(VXAbsoluteString(url)), key);
+}
