@@ -1,5 +1,6 @@
 #include "VXDeviceRegistry.h"
 
+#include "VXContainer.h"
 #include "VXDeviceURL.h"
 #include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
@@ -37,14 +38,27 @@ QUrl urlOfEntry(const QVariant &entry)
 std::optional<QVariantList> storedList()
 {
     const QVariant stored = VXUserDefaults::standardUserDefaults().objectForKey(listKey());
-    const bool isList = stored.metaType() == QMetaType::fromType<QVariantList>() ||
-                        stored.metaType() == QMetaType::fromType<QStringList>();
-    return isList ? std::optional(stored.toList()) : std::nullopt;
+    return VXIsList(stored) ? std::optional(stored.toList()) : std::nullopt;
 }
 
-void store(const QVariantList &list)
+// Other processes add and remove devices too: each changes the one entry of the list that is there by then.
+void addToStoredList(const QUrl &url)
 {
-    VXUserDefaults::standardUserDefaults().setObject(list, listKey());
+    VXUserDefaults::standardUserDefaults().updateObject(listKey(), [url](const QVariant &stored) {
+        QVariantList list = VXListFrom(stored);
+        if (std::ranges::none_of(list, [&url](const QVariant &entry) { return urlOfEntry(entry) == url; }))
+            list.append(VXAbsoluteString(url));
+        return QVariant(list);
+    });
+}
+
+void removeFromStoredList(const QUrl &url)
+{
+    VXUserDefaults::standardUserDefaults().updateObject(listKey(), [url](const QVariant &stored) {
+        QVariantList list = VXListFrom(stored);
+        list.removeIf([&url](const QVariant &entry) { return urlOfEntry(entry) == url; });
+        return VXIsList(stored) ? QVariant(list) : stored;
+    });
 }
 
 void announce(VXNotificationName name, const VXDevicePlugin::Ptr &device)
@@ -229,12 +243,6 @@ void VXDeviceRegistry::makeDevicesOfLoadedPlugins()
 
 // -- Adding and removing
 
-void VXDeviceRegistry::addToList(const QUrl &url)
-{
-    if (!isKnown(url))
-        store(storedList().value_or(QVariantList()) << VXAbsoluteString(url));
-}
-
 VXDeviceRegistry::Ptr VXDeviceRegistry::add(const QUrl &url, const QVariantMap &preferences, VXError *error)
 {
     const Locker lock(_lock);
@@ -253,7 +261,7 @@ VXDeviceRegistry::Ptr VXDeviceRegistry::add(const QUrl &url, const QVariantMap &
         return nullptr;
     }
     tentative.keep();
-    addToList(url);
+    addToStoredList(url);
     insert(url, device);
     announce(VXDevicePluginDidAddDeviceNotification, device);
     return device;
@@ -264,7 +272,7 @@ void VXDeviceRegistry::add(const Ptr &device)
     VXAssert(device != nullptr, u"theDevice can not be nil!"_s);
     const Locker lock(_lock);
     _globalDevices.insert(device->url(), device);
-    addToList(device->url());
+    addToStoredList(device->url());
     announce(VXDevicePluginDidAddDeviceNotification, device);
 }
 
@@ -274,10 +282,7 @@ void VXDeviceRegistry::remove(const QUrl &url)
     const Ptr device = _globalDevices.value(url);
     if (device)
         announce(VXDevicePluginWillRemoveDeviceNotification, device);
-    if (std::optional<QVariantList> list = storedList()) {
-        list->removeIf([&url](const QVariant &entry) { return urlOfEntry(entry) == url; });
-        store(*list);
-    }
+    removeFromStoredList(url);
     if (device) {
         _globalDevices.remove(url);
         _lock.performOnMainThread(

@@ -92,7 +92,6 @@ private:
     ~VXDeviceRegistry() = default;
 
     void insert(const QUrl &url, const Ptr &device) VX_REQUIRES(_lock);
-    void addToList(const QUrl &url) VX_REQUIRES(_lock);
     void makeDevicesOfLoadedPlugins();
 
     mutable Lock _lock;

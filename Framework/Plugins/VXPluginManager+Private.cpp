@@ -1,6 +1,7 @@
 #include "VXPluginManager.h"
 
 #include "VXApplication.h"
+#include "VXContainer.h"
 #include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
 #include "VXException.h"
@@ -127,13 +128,14 @@ void VXPluginManager::announceChange()
 
 void VXPluginManager::setPluginsEnabled(const QStringList &identifiers, bool flag)
 {
-    VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
-    QStringList enabled = defaults.stringArrayForKey(u"plugins"_s);
-    enabled.removeIf([&](const QString &identifier) { return identifiers.contains(identifier); });
-    if (flag)
-        enabled += identifiers;
-    enabled.removeDuplicates();
-    defaults.setObject(enabled, u"plugins"_s);
+    VXUserDefaults::standardUserDefaults().updateObject(u"plugins"_s, [identifiers, flag](const QVariant &current) {
+        QStringList enabled = VXStringListFrom(current);
+        enabled.removeIf([&](const QString &identifier) { return identifiers.contains(identifier); });
+        if (flag)
+            enabled += identifiers;
+        enabled.removeDuplicates();
+        return QVariant(enabled);
+    });
 }
 
 // -- Start-up

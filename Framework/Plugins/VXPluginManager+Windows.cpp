@@ -1,6 +1,7 @@
 #include "VXPluginManager.h"
 
 #include "VXApplication.h"
+#include "VXContainer.h"
 #include "VXMethodLog.h"
 #include "VXPluginKind.h"
 #include "VXUserDefaults.h"
@@ -30,6 +31,7 @@ void VXPluginManager::restoreOpenWindows()
     const bool everyPluginIsThere = std::all_of(_proxies.cbegin(), _proxies.cend(), [](const auto &proxy) {
         return proxy->pluginClassType() != VXPluginKind::Interface || proxy->singleton() != nullptr;
     });
+    _windowsAtStart = urls;
     for (const QString &url : urls) {
         if (VXApplication::sharedApplication().openURLString(url).isValid())
             continue;
@@ -48,10 +50,13 @@ void VXPluginManager::finalizeOpenWindowsForQuit()
     for (VXPluginProxy *const proxy : interfacePlugins())
         urls += openWindowsOf(*proxy);
     urls += std::exchange(_windowsNotRestored, {});
-    urls.removeDuplicates();
-    VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
-    if (urls.isEmpty())
-        defaults.removeObjectForKey(openWindowsKey);
-    else
-        defaults.setObject(urls, openWindowsKey);
+    // Another process may have written its windows meanwhile: only what was opened and closed here changes.
+    const auto update = [before = std::exchange(_windowsAtStart, {}), urls](const QVariant &stored) {
+        QStringList windows = VXStringListFrom(stored);
+        windows.removeIf([&before](const QString &url) { return before.contains(url); });
+        windows += urls;
+        windows.removeDuplicates();
+        return windows.isEmpty() ? QVariant() : QVariant(windows);
+    };
+    VXUserDefaults::standardUserDefaults().updateObject(openWindowsKey, update);
 }

@@ -170,5 +170,6 @@ private:
     std::unique_ptr<VXPluginLoadMarker> _loadMarker;
     QHash<QString, QString> _leftOut; // plugins left out at this start, and why
 
+    QStringList _windowsAtStart;     // their URLs, as the last quit left them
     QStringList _windowsNotRestored; // their URLs: a plugin that may know them is not loaded
 };

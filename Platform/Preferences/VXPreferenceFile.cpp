@@ -8,8 +8,6 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
-#include <sys/stat.h>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -40,14 +38,6 @@ VXPreferenceFile::VXPreferenceFile(const QString &path) : _path(path)
         VXReportDiagnostic(3, u"Unable to read preferences: %1"_s.arg(error.description()));
 }
 
-VXPreferenceFile::Stamp VXPreferenceFile::stampOf(const QString &path)
-{
-    struct stat status = {};
-    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
-        return {};
-    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
-}
-
 QString VXPreferenceFile::lockPath() const
 {
     return _path + ".lock"_L1;
@@ -75,7 +65,18 @@ void VXPreferenceFile::setValue(const QVariant &value, const QString &key)
         _values.insert(key, value);
     else
         _values.remove(key);
-    _changes.insert(key, {value, ++_lastSequence});
+    _changes.insert(key, {{{}, value, ++_lastSequence}});
+}
+
+void VXPreferenceFile::updateValue(const QString &key, const Update &update)
+{
+    const VXMutexLocker lock(_lock);
+    const QVariant value = update(_values.value(key));
+    if (value.isValid())
+        _values.insert(key, value);
+    else
+        _values.remove(key);
+    _changes[key].append({update, {}, ++_lastSequence});
 }
 
 void VXPreferenceFile::setValues(const QVariantMap &values)
@@ -89,10 +90,11 @@ void VXPreferenceFile::setValues(const QVariantMap &values)
         setValue(entry.value(), entry.key());
 }
 
-QHash<QString, VXPreferenceFile::Change> VXPreferenceFile::pendingChanges() const
+VXPreferenceFile::Changes VXPreferenceFile::pendingChanges(quint64 *lastSequence) const
 {
     const VXMutexLocker lock(_lock);
-    QHash<QString, Change> changes = _changes;
+    *lastSequence = _lastSequence;
+    Changes changes = _changes;
     changes.detach(); // a shared hash would be let go of without the lock, which Qt's own test for sharing does not see
     return changes;
 }
@@ -118,23 +120,27 @@ bool VXPreferenceFile::synchronize(QStringList *changedElsewhere, VXError *error
 }
 
 template <class Values>
-void VXPreferenceFile::applyChanges(const QHash<QString, Change> &changes, Values &values)
+void VXPreferenceFile::applyChanges(const Changes &changes, Values &values)
 {
-    for (auto change = changes.cbegin(); change != changes.cend(); ++change) {
-        if (change->value.isValid())
-            values.insert(change.key(), change->value);
+    for (auto ofKey = changes.cbegin(); ofKey != changes.cend(); ++ofKey) {
+        QVariant value = values.value(ofKey.key());
+        for (const Change &change : *ofKey)
+            value = change.update ? change.update(value) : change.value;
+        if (value.isValid())
+            values.insert(ofKey.key(), value);
         else
-            values.remove(change.key());
+            values.remove(ofKey.key());
     }
 }
 
 // The file's dictionary; empty without a file. A damaged file is set aside when that is allowed.
-QVariantMap VXPreferenceFile::readFile(bool mayBeSetAside, VXError *error) const
+QVariantMap VXPreferenceFile::readFile(bool mayBeSetAside, VXFileStamp *stamp, VXError *error) const
 {
+    *stamp = {};
     if (!QFileInfo::exists(_path))
         return {};
     VXError reason;
-    const QVariant value = VXPropertyList::fromFile(_path, &reason);
+    const QVariant value = VXPropertyList::fromFile(_path, &reason, nullptr, stamp);
     if (value.metaType() == QMetaType::fromType<QVariantMap>())
         return value.toMap();
     if (!reason)
@@ -142,6 +148,7 @@ QVariantMap VXPreferenceFile::readFile(bool mayBeSetAside, VXError *error) const
     const bool damaged = reason.code() == static_cast<int>(VXPlatformErrorCode::FileCorrupt);
     if (const QString aside = damaged && mayBeSetAside ? setAside(_path) : QString(); !aside.isNull()) {
         VXReportDiagnostic(3, u"Damaged preferences were set aside as \"%1\": %2"_s.arg(aside, reason.description()));
+        *stamp = {};
         return {};
     }
     *error = reason;
@@ -150,18 +157,19 @@ QVariantMap VXPreferenceFile::readFile(bool mayBeSetAside, VXError *error) const
 
 bool VXPreferenceFile::reload(bool lockHeld, QStringList *changedElsewhere, VXError *error)
 {
-    if (stampOf(_path) == _stamp && !_readError)
+    if (VXFileStamp::ofPath(_path) == _stamp && !_readError)
         return true;
     VXError readError;
-    QVariantMap stored = readFile(lockHeld, &readError);
+    VXFileStamp stamp; // of what is read: another process may replace the file right after
+    QVariantMap stored = readFile(lockHeld, &stamp, &readError);
     if (readError && !lockHeld) {
         // Only under the lock is it certain that nobody is just repairing it.
         const VXFileLock fileLock(lockPath());
         readError = {};
-        stored = readFile(fileLock.isHeld(), &readError);
+        stored = readFile(fileLock.isHeld(), &stamp, &readError);
     }
     _readError = readError;
-    _stamp = stampOf(_path);
+    _stamp = stamp;
     if (readError) {
         VXSetError(error, readError);
         return false;
@@ -192,20 +200,26 @@ void VXPreferenceFile::adoptStored(QStringList *changedElsewhere)
 
 bool VXPreferenceFile::writeChanges(VXError *error)
 {
-    const QHash<QString, Change> changes = pendingChanges();
+    quint64 lastSequence = 0;
+    const Changes changes = pendingChanges(&lastSequence);
     QVariantMap values = _stored;
     applyChanges(changes, values);
     if (!VXPropertyList::toFile(values, _path, VXPropertyList::Format::XML, error))
         return false;
     _stored = std::move(values);
-    _stamp = stampOf(_path);
-    const VXMutexLocker lock(_lock);
-    for (auto change = changes.cbegin(); change != changes.cend(); ++change) {
-        const auto now = _changes.constFind(change.key());
-        if (now != _changes.cend() && now->sequence == change->sequence)
-            _changes.erase(now);
-    }
+    _stamp = VXFileStamp::ofPath(_path);
+    forgetChanges(lastSequence);
     return true;
+}
+
+// Those that were written. What was changed meanwhile stays, an update without those before it.
+void VXPreferenceFile::forgetChanges(quint64 lastSequence)
+{
+    const VXMutexLocker lock(_lock);
+    _changes.removeIf([lastSequence](Changes::iterator ofKey) {
+        ofKey->removeIf([lastSequence](const Change &change) { return change.sequence <= lastSequence; });
+        return ofKey->isEmpty();
+    });
 }
 
 bool VXPreferenceFile::remove(VXError *error)

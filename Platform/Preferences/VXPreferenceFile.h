@@ -1,11 +1,16 @@
 #pragma once
 
 #include "VXError.h"
+#include "VXFileStamp.h"
 #include "VXMutex.h"
 
 #include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
+
+#include <functional>
 
 /**
  * One domain of preferences in one property-list file, with the changes made here that are not written yet. Private
@@ -21,8 +26,13 @@ public:
     QVariant value(const QString &key) const;
     QVariantMap values() const;
 
+    /** Makes the new value of a key from the one it has; invalid stands for none on both sides. */
+    using Update = std::function<QVariant(const QVariant &current)>;
+
     /** Changes one key in memory; an invalid value removes it. */
     void setValue(const QVariant &value, const QString &key);
+    /** The same by a function, which runs again on what the file then holds, under its lock, when it is written. */
+    void updateValue(const QString &key, const Update &update);
     /** Changes in memory to exactly these values. */
     void setValues(const QVariantMap &values);
 
@@ -36,38 +46,34 @@ public:
     bool remove(VXError *error);
 
 private:
-    struct Stamp
-    {
-        quint64 device = 0, inode = 0;
-        qint64 size = -1, seconds = 0, nanoseconds = 0;
-        bool operator==(const Stamp &) const = default;
-    };
     struct Change
     {
-        QVariant value; // invalid: the key is removed
+        Update update; // none: the value takes the place of whatever was there
+        QVariant value;
         quint64 sequence;
     };
+    using Changes = QHash<QString, QList<Change>>; // of each key in their order
 
     template <class Values>
-    static void applyChanges(const QHash<QString, Change> &changes, Values &values);
-    static Stamp stampOf(const QString &path);
+    static void applyChanges(const Changes &changes, Values &values);
     QString lockPath() const;
-    QVariantMap readFile(bool mayBeSetAside, VXError *error) const;
+    QVariantMap readFile(bool mayBeSetAside, VXFileStamp *stamp, VXError *error) const;
     bool reload(bool lockHeld, QStringList *changedElsewhere, VXError *error) VX_REQUIRES(_ioLock);
     void adoptStored(QStringList *changedElsewhere) VX_REQUIRES(_ioLock);
     bool writeChanges(VXError *error) VX_REQUIRES(_ioLock);
-    QHash<QString, Change> pendingChanges() const;
+    Changes pendingChanges(quint64 *lastSequence) const;
+    void forgetChanges(quint64 lastSequence);
     bool hasPendingChanges() const;
 
     const QString _path;
 
     VXMutex _ioLock; // one synchronisation at a time; taken before _lock
-    Stamp _stamp VX_GUARDED_BY(_ioLock);
+    VXFileStamp _stamp VX_GUARDED_BY(_ioLock);
     VXError _readError VX_GUARDED_BY(_ioLock);
     QVariantMap _stored VX_GUARDED_BY(_ioLock); // what the file held when last read or written
 
     mutable VXMutex _lock;
     QHash<QString, QVariant> _values VX_GUARDED_BY(_lock); // the file's values with the changes applied
-    QHash<QString, Change> _changes VX_GUARDED_BY(_lock);
+    Changes _changes VX_GUARDED_BY(_lock);
     quint64 _lastSequence VX_GUARDED_BY(_lock) = 0;
 };

@@ -1,6 +1,7 @@
 #include "VXUserDefaults.h"
 
 #include "VXBundle.h"
+#include "VXContainer.h"
 #include "VXDiagnostics.h"
 #include "VXException.h"
 #include "VXFolders.h"
@@ -36,6 +37,17 @@ void assertPropertyList(const QVariant &value, const QString &key)
     QString reason;
     VXAssert(!value.isValid() || VXPropertyList::isValid(value, &reason),
              u"Attempt to insert a value that is no property list under %1: %2"_s.arg(key, reason));
+}
+
+VXUserDefaults::Update checked(const VXUserDefaults::Update &update, const QString &key)
+{
+    return [update, key](const QVariant &current) {
+        const QVariant value = update(current);
+        if (VXIsNone(value))
+            return QVariant();
+        assertPropertyList(value, key);
+        return value;
+    };
 }
 
 } // namespace
@@ -90,16 +102,12 @@ QString VXUserDefaults::stringForKey(const QString &key) const
 
 QStringList VXUserDefaults::stringArrayForKey(const QString &key) const
 {
-    return QVariant(arrayForKey(key)).toStringList();
+    return VXStringListFrom(objectForKey(key));
 }
 
 QVariantList VXUserDefaults::arrayForKey(const QString &key) const
 {
-    // A text would convert to a list of one.
-    const QVariant value = objectForKey(key);
-    const bool isList = value.metaType() == QMetaType::fromType<QVariantList>() ||
-                        value.metaType() == QMetaType::fromType<QStringList>();
-    return isList ? value.toList() : QVariantList();
+    return VXListFrom(objectForKey(key));
 }
 
 QVariantMap VXUserDefaults::dictionaryForKey(const QString &key) const
@@ -137,6 +145,27 @@ void VXUserDefaults::setObject(const QVariant &value, const QString &key)
     _own->setValue(stored, key);
     changed({key});
     saveWhenIdle();
+}
+
+void VXUserDefaults::updateObject(const QString &key, const Update &update)
+{
+    QVariant registered;
+    {
+        const VXMutexLocker lock(_lock);
+        registered = _registered.value(key);
+    }
+    _own->updateValue(key, [update = checked(update, key), registered](const QVariant &current) {
+        return update(current.isValid() ? current : registered);
+    });
+    changed({key});
+    saveWhenIdle();
+}
+
+bool VXUserDefaults::updateObject(const QString &key, const Update &update, const QString &domain, VXError *error)
+{
+    const auto file = fileForDomain(domain, error);
+    const auto change = [&](VXPreferenceFile &target) { target.updateValue(key, checked(update, key)); };
+    return file && changeFile(*file, error, change);
 }
 
 void VXUserDefaults::removeObjectForKey(const QString &key)

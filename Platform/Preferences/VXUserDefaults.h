@@ -59,6 +59,17 @@ public:
     void setObject(const QVariant &value, const QString &key);
     void removeObjectForKey(const QString &key);
 
+    /** Makes a key's new value from the present one; invalid stands for none on both sides. */
+    using Update = std::function<QVariant(const QVariant &current)>;
+    /**
+     * Changes a list or dictionary that others change too: `update` runs on the present value now and once more, under
+     * the domain's file lock, on what the file holds when it is written, so that no process loses what another added.
+     * It works on its argument alone, keeps what it captures by value, and must not call these defaults.
+     */
+    void updateObject(const QString &key, const Update &update);
+    /** The same for any domain, written now. */
+    bool updateObject(const QString &key, const Update &update, const QString &domain, VXError *error = nullptr);
+
     /** The keys of the domain that begin with the prefix; registered ones are not among them. */
     QStringList keysWithPrefix(const QString &prefix) const;
 

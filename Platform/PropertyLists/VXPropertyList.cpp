@@ -3,6 +3,7 @@
 #include "VXPropertyListBinaryReader.h"
 #include "VXPropertyListFault.h"
 #include "VXPropertyListXMLReader.h"
+#include "VXRegularFile.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QStringConverter>
@@ -92,18 +93,13 @@ QVariant VXPropertyList::fromData(const QByteArray &data, VXError *error, Format
     }
 }
 
-QVariant VXPropertyList::fromFile(const QString &path, VXError *error, Format *format)
+QVariant VXPropertyList::fromFile(const QString &path, VXError *error, Format *format, VXFileStamp *stamp)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QString problem;
+    const QByteArray data = VXRegularFile::read(path, &problem, VXRegularFile::generousLimit, stamp);
+    if (data.isNull()) {
         VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileRead, u"Unable to read property list."_s,
-                                                 file.errorString(), path));
-        return {};
-    }
-    const QByteArray data = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileRead, u"Unable to read property list."_s,
-                                                 file.errorString(), path));
+                                                 problem, path));
         return {};
     }
     VXError reason;

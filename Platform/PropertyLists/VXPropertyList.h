@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXError.h"
+#include "VXFileStamp.h"
 #include "VXPlatformExport.h"
 
 #include <QtCore/QByteArray>
@@ -20,8 +21,10 @@ public:
      * reason. `format`, if given, tells the form that was found.
      */
     [[nodiscard]] static QVariant fromData(const QByteArray &data, VXError *error = nullptr, Format *format = nullptr);
-    /** As fromData; the error carries the path. */
-    [[nodiscard]] static QVariant fromFile(const QString &path, VXError *error = nullptr, Format *format = nullptr);
+    /** As fromData, of a regular file of at most 64 MB; the error carries the path. `stamp`, if given, is that of
+     *  the file that was read; without a file it does not exist. */
+    [[nodiscard]] static QVariant fromFile(const QString &path, VXError *error = nullptr, Format *format = nullptr,
+                                           VXFileStamp *stamp = nullptr);
 
     /** @return the bytes; null when the value holds something no property list can hold; `error` names where. */
     [[nodiscard]] static QByteArray toData(const QVariant &value, Format format, VXError *error = nullptr);

@@ -86,6 +86,20 @@ TEST_F(HostDevicesTest, RemovingWhatTakesPreferencesOfOthersNeedsAYes)
     EXPECT_EQ(outcomeOf({u"remove"_s, url + u"2"_s}), "0 Removed " + url.toStdString() + "2.\n");
 }
 
+TEST_F(HostDevicesTest, ManyProcessesAtOnceLoseNothingOfEachOther)
+{
+    const QString shared = path(u".local/share/Vornix 2/PlugIns"_s);
+    for (int number = 1; number <= 5; ++number)
+        VXPluginFixture{.identifier = u"org.many%1"_s.arg(number)}.write(shared);
+    const HostOutcome outcome = runHostShell(uR"(
+        for i in 1 2 3 4 5 6; do "$0" devices add org.phones $i & done
+        for i in 1 2 3 4 5; do "$0" plugins enable org.many$i & done
+        for job in $(jobs -p); do wait $job || exit 1; done)"_s);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    EXPECT_EQ(defaults()[u"devices21"_s].toArray().size(), 6);
+    EXPECT_EQ(defaults()[u"plugins"_s].toArray().size(), 2 + 5);
+}
+
 TEST_F(HostDevicesTest, TellsAllAboutADevice)
 {
     devices({u"add"_s, u"org.phones"_s, u"one"_s, u"name=Mine"_s, u"speed=9600"_s});

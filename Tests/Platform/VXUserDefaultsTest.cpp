@@ -85,13 +85,44 @@ TEST_F(VXUserDefaultsTest, ChangesOfTwoHoldersAreBothKept)
     EXPECT_FALSE(one.objectForKey(u"one"_s).isValid());
 }
 
-TEST_F(VXUserDefaultsTest, TwoProcessesLoseNoKeyOfEachOther)
+TEST_F(VXUserDefaultsTest, AnUpdateWorksOnWhatTheFileHoldsWhenItIsWritten)
 {
-    constexpr int keys = 40;
+    VXUserDefaults one(u"test"_s, folder());
+    VXUserDefaults two(u"test"_s, folder());
+    const auto append = [](const QString &text) {
+        return [text](const QVariant &current) { return QVariant(current.toStringList() << text); };
+    };
+    one.registerDefaults({{u"list"_s, QStringList{u"registered"_s}}});
+    one.updateObject(u"list"_s, append(u"a"_s));
+    two.updateObject(u"list"_s, append(u"b"_s));
+    EXPECT_EQ(two.stringArrayForKey(u"list"_s), QStringList(u"b"_s));
+    EXPECT_TRUE(one.synchronize());
+    EXPECT_TRUE(two.synchronize());
+    two.updateObject(u"list"_s, append(u"c"_s));
+    two.updateObject(u"list"_s, append(u"d"_s));
+    EXPECT_TRUE(two.synchronize());
+    EXPECT_TRUE(two.synchronize()) << "nothing is done twice";
+    EXPECT_EQ(two.stringArrayForKey(u"list"_s), (QStringList{u"registered"_s, u"a"_s, u"b"_s, u"c"_s, u"d"_s}));
+    two.setObject(QStringList(u"anew"_s), u"list"_s);
+    two.updateObject(u"list"_s, append(u"e"_s));
+    EXPECT_TRUE(two.synchronize());
+    EXPECT_EQ(stored()[u"list"_s].toStringList(), (QStringList{u"anew"_s, u"e"_s}));
+    EXPECT_TRUE(one.updateObject(
+        u"list"_s, [](const QVariant &) { return QVariant(); }, u"test"_s));
+    EXPECT_TRUE(stored().isEmpty());
+    EXPECT_THROW(two.updateObject(u"list"_s, [](const QVariant &) { return QVariant(QUrl(u"x:"_s)); }),
+                 VXAssertionException);
+}
+
+TEST_F(VXUserDefaultsTest, TwoProcessesLoseNothingOfEachOther)
+{
+    constexpr int keys = 150;
     const auto write = [this](const QString &prefix) {
         VXUserDefaults defaults(u"test"_s, folder());
         for (int number = 0; number < keys; ++number) {
-            defaults.setObject(number, prefix + QString::number(number));
+            const QString key = prefix + QString::number(number);
+            defaults.setObject(number, key);
+            defaults.updateObject(u"list"_s, [key](const QVariant &list) { return list.toStringList() << key; });
             if (!defaults.synchronize())
                 return false;
         }
@@ -104,7 +135,8 @@ TEST_F(VXUserDefaultsTest, TwoProcessesLoseNoKeyOfEachOther)
     int status = 1;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(stored().size(), 2 * keys);
+    EXPECT_EQ(stored().size(), 2 * keys + 1);
+    EXPECT_EQ(stored()[u"list"_s].toStringList().size(), 2 * keys);
 }
 
 TEST_F(VXUserDefaultsTest, ADamagedFileIsSetAsideAndNothingOfItIsLost)

@@ -1,0 +1,52 @@
+#include "VXFileDescriptor.h"
+
+#include <cerrno>
+#include <unistd.h>
+
+namespace {
+
+template <class Write>
+bool writeInSteps(QByteArrayView bytes, const Write &write)
+{
+    while (!bytes.isEmpty()) {
+        const ssize_t count = write(bytes);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0) {
+            errno = count == 0 ? ENOSPC : errno;
+            return false;
+        }
+        bytes = bytes.sliced(count);
+    }
+    return true;
+}
+
+} // namespace
+
+VXFileDescriptor &VXFileDescriptor::operator=(VXFileDescriptor &&other) noexcept
+{
+    if (this != &other) {
+        close();
+        _number = other.release();
+    }
+    return *this;
+}
+
+bool VXFileDescriptor::close()
+{
+    return _number < 0 || ::close(std::exchange(_number, -1)) == 0;
+}
+
+bool VXFileDescriptor::writeAll(QByteArrayView bytes) const
+{
+    return writeInSteps(
+        bytes, [this](QByteArrayView rest) { return ::write(_number, rest.data(), static_cast<size_t>(rest.size())); });
+}
+
+bool VXFileDescriptor::writeAllAt(qint64 offset, QByteArrayView bytes) const
+{
+    const char *const start = bytes.data();
+    return writeInSteps(bytes, [this, offset, start](QByteArrayView rest) {
+        return ::pwrite(_number, rest.data(), static_cast<size_t>(rest.size()), offset + (rest.data() - start));
+    });
+}
