@@ -1,7 +1,5 @@
 #include "VXCall.h"
 
-#include "VXKeyValueCoding.h"
-#include "VXNone.h"
 #include "VXPhonebookList.h"
 #include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
@@ -9,6 +7,7 @@
 #include <QtCore/QStringList>
 
 #include <algorithm>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -49,30 +48,37 @@ QDateTime VXCall::date(const QString &key) const
     return valueForKey(key).toDateTime();
 }
 
+void VXCall::takeText(const QString &text, const QString &key)
+{
+    if (!text.isNull())
+        setValueForKey(text, key);
+}
+
 void VXCall::take(const VXCallNews &news)
 {
-    setValueForKey(int(news.direction), u"direction"_s);
-    for (const QString &key : {u"to"_s, u"from"_s, u"device_url"_s, u"call_id"_s}) {
-        const QVariant value = VXValueForKey(news.object, key);
-        if (!VXIsNone(value))
-            setValueForKey(value.toString(), key);
-    }
+    const VXCallRecord &call = news.call;
+    setValueForKey(int(call.direction), u"direction"_s);
+    takeText(call.to, u"to"_s);
+    takeText(call.from, u"from"_s);
+    takeText(call.deviceURL, u"device_url"_s);
+    takeText(call.identifier, u"call_id"_s);
     if (!date(u"date"_s).isValid())
-        setValueForKey(news.time, u"date"_s);
+        setValueForKey(call.start(), u"date"_s);
     if (orderOf(news.state) < orderOf(valueForKey(u"state"_s).toString()))
         return;
     setValueForKey(news.state, u"state"_s);
-    const QDateTime connected = date(u"connectedDate"_s);
-    if (news.state == "connected"_L1 && !connected.isValid())
-        setValueForKey(news.time, u"connectedDate"_s);
+    QDateTime connected = date(u"connectedDate"_s);
+    if (!connected.isValid()) {
+        connected = news.state == "connected"_L1 && !call.connectedDate.isValid() ? call.eventDate : call.connectedDate;
+        setValueForKey(connected.isValid() ? QVariant(connected) : QVariant(), u"connectedDate"_s);
+    }
     if (news.state != "ended"_L1)
         return;
-    bool isKnown = false; // to the phone, which knows best
-    double duration = VXValueForKey(news.object, u"duration"_s).toDouble(&isKnown);
-    if (!isKnown && connected.isValid() && valueForKey(u"duration"_s).toDouble() <= 0)
-        duration = double(connected.msecsTo(news.time)) / 1000;
-    if (isKnown || duration > 0)
-        setValueForKey(std::max(duration, 0.0), u"duration"_s);
+    std::optional<double> duration = call.duration; // the phone knows best
+    if (!duration && connected.isValid() && valueForKey(u"duration"_s).toDouble() <= 0)
+        duration = double(connected.msecsTo(call.eventDate)) / 1000;
+    if (call.duration || duration > 0)
+        setValueForKey(std::max(*duration, 0.0), u"duration"_s);
 }
 
 void VXCall::willSave()

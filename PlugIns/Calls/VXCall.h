@@ -1,20 +1,16 @@
 #pragma once
 
+#include "VXCallRecord.h"
 #include "VXManagedObject.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QString>
-#include <QtCore/QVariant>
 
 /** What an event says about a call. */
 struct VXCallNews
 {
-    enum Direction : int { Outgoing = 0, Incoming = 1 };
-
-    Direction direction = Outgoing;
-    QString state; // "ringing", "connected" or "ended"
-    QDateTime time;
-    QVariant object; // the event's, with further values
+    QString state;     // "ringing", "connected" or "ended"
+    VXCallRecord call; // with the date of the event
 };
 
 /** A call of the history (entity "VXCall" of the store "calls"). Keeps the texts for searching in step when it is saved. */
@@ -34,4 +30,5 @@ protected:
 
 private:
     QDateTime date(const QString &key) const;
+    void takeText(const QString &text, const QString &key);
 };

@@ -1,12 +1,13 @@
 #include "VXCallRecorder.h"
 
-#include "VXCall.h"
 #include "VXCoreDataSaveError.h"
 #include "VXDataManager.h"
-#include "VXKeyValueCoding.h"
 #include "VXManagedObjectContext.h"
 #include "VXMethodLog.h"
-#include "VXNone.h"
+
+#include <QtCore/QScopeGuard>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -18,16 +19,10 @@ namespace {
 constexpr qint64 longestCall = 24 * 60 * 60; // seconds
 constexpr qint64 longestRinging = 5 * 60;    // seconds
 
-QDateTime timeOf(const QVariant &object)
+VXPredicate equals(const QString &key, const QString &text)
 {
-    const QDateTime time = VXValueForKey(object, u"event_date"_s).toDateTime(); // a text in ISO 8601 too
-    return time.isValid() ? time : QDateTime::currentDateTimeUtc();
-}
-
-VXPredicate equals(const QString &key, const QVariant &value)
-{
-    const QVariant text = VXIsNone(value) ? QVariant() : QVariant(value.toString());
-    return VXPredicate::comparison(VXExpression::keyPath(key), Operator::Equal, VXExpression::constant(text));
+    const QVariant value = text.isNull() ? QVariant() : QVariant(text);
+    return VXPredicate::comparison(VXExpression::keyPath(key), Operator::Equal, VXExpression::constant(value));
 }
 
 VXPredicate startedSince(const QDateTime &time)
@@ -39,15 +34,15 @@ VXPredicate startedSince(const QDateTime &time)
 // The calls that the news may be about.
 VXPredicate candidates(const VXCallNews &news)
 {
-    QList<VXPredicate> all{equals(u"device_url"_s, VXValueForKey(news.object, u"device_url"_s)),
+    const VXCallRecord &call = news.call;
+    QList<VXPredicate> all{equals(u"device_url"_s, call.deviceURL),
                            VXPredicate::comparison(VXExpression::keyPath(u"direction"_s), Operator::Equal,
-                                                   VXExpression::constant(int(news.direction)))};
-    if (const QVariant identifier = VXValueForKey(news.object, u"call_id"_s); !VXIsNone(identifier))
-        return VXPredicate::allOf(all << equals(u"call_id"_s, identifier));
+                                                   VXExpression::constant(int(call.direction)))};
+    if (!call.identifier.isNull())
+        return VXPredicate::allOf(all << equals(u"call_id"_s, call.identifier));
     const bool isRinging = news.state == "ringing"_L1; // again: phones tell it with each ring
-    all << equals(u"from"_s, VXValueForKey(news.object, u"from"_s))
-        << equals(u"to"_s, VXValueForKey(news.object, u"to"_s))
-        << startedSince(news.time.addSecs(isRinging ? -longestRinging : -longestCall));
+    all << equals(u"from"_s, call.from) << equals(u"to"_s, call.to)
+        << startedSince(call.eventDate.addSecs(isRinging ? -longestRinging : -longestCall));
     all << (isRinging ? equals(u"state"_s, u"ringing"_s) : VXPredicate::negationOf(equals(u"state"_s, u"ended"_s)));
     return VXPredicate::allOf(all);
 }
@@ -64,6 +59,16 @@ VXManagedObjectPtr callFor(const VXCallNews &news, VXManagedObjectContext &conte
     if (!found)
         return {};
     return found->isEmpty() ? context.insertNewObject(VXCall::entityName) : found->first();
+}
+
+void announceSave(const VXCallNews &news)
+{
+    static const VXNotificationName didSave(VXDataStoreDidSaveNotification);
+    VXNotificationCenter::defaultCenter().postNotificationName(
+        didSave, {},
+        {{VXEventNameKey, news.call.isIncoming() ? u"incoming_call"_s : u"outgoing_call"_s},
+         {VXEntityStoreKey, u"calls"_s},
+         {VXEntityNameKey, VXCall::entityName}});
 }
 
 } // namespace
@@ -83,28 +88,50 @@ std::optional<VXCallNews> VXCallRecorder::newsOf(const VXNotification &notificat
     const VXStoreIdentity *const store = object ? object->objectID().store() : nullptr;
     if (store != nullptr && _coordinator->persistentStoreForIdentity(*store)) // it is in the history already
         return std::nullopt;
-    return VXCallNews{.direction = isIncoming ? VXCallNews::Incoming : VXCallNews::Outgoing,
-                      .state = state,
-                      .time = timeOf(notification.object),
-                      .object = notification.object};
+    VXCallRecord call(notification.object);
+    // Who posts the event knows.
+    call.direction = isIncoming ? VXRecordDirection::Incoming : VXRecordDirection::Outgoing;
+    if (!call.eventDate.isValid())
+        call.eventDate = QDateTime::currentDateTimeUtc();
+    return VXCallNews{.state = state, .call = call};
 }
 
 void VXCallRecorder::eventWillBePosted(const VXNotification &notification)
 {
-    const std::optional<VXCallNews> news = newsOf(notification);
-    if (!news || !record(*news))
+    std::optional<VXCallNews> news = newsOf(notification);
+    if (!news)
         return;
-    static const VXNotificationName didSave(VXDataStoreDidSaveNotification);
-    VXNotificationCenter::defaultCenter().postNotificationName(
-        didSave, {},
-        {{VXEventNameKey, notification.userInfo.value(u"event_name"_s)},
-         {VXEntityStoreKey, u"calls"_s},
-         {VXEntityNameKey, VXCall::entityName}});
+    {
+        const VXMutexLocker locker(_lock);
+        _waiting.push_back(*std::exchange(news, std::nullopt));
+        if (std::exchange(_isWriting, true))
+            return;
+    }
+    auto giveUp = qScopeGuard([this] { // something threw
+        const VXMutexLocker locker(_lock);
+        _isWriting = false;
+    });
+    while ((news = takeNext())) {
+        if (record(*news))
+            announceSave(*news);
+    }
+    giveUp.dismiss();
+}
+
+std::optional<VXCallNews> VXCallRecorder::takeNext()
+{
+    const VXMutexLocker locker(_lock);
+    if (_waiting.empty()) {
+        _isWriting = false;
+        return std::nullopt;
+    }
+    VXCallNews next = std::move(_waiting.front());
+    _waiting.pop_front();
+    return next;
 }
 
 bool VXCallRecorder::record(const VXCallNews &news)
 {
-    const VXMutexLocker locker(_lock);
     VXManagedObjectContext context(_coordinator);
     context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
     VXError error;

@@ -1,16 +1,17 @@
 #pragma once
 
+#include "VXCall.h"
 #include "VXMutex.h"
 #include "VXNotificationCenter.h"
 #include "VXPersistentStoreCoordinator.h"
 
+#include <deque>
 #include <optional>
-
-struct VXCallNews;
 
 /**
  * Writes calls into the history as events tell of them: one object for each call, from ringing over connected to ended. Events
- * of one call are known by the phone's "call_id", else by phone, parties and direction. Any thread.
+ * of one call are known by the phone's "call_id", else by phone, parties and direction. Any thread. News that come while
+ * another thread writes are left to that one: nobody waits, and no lock is held while a store is used.
  */
 class VXCallRecorder
 {
@@ -23,9 +24,13 @@ public:
 
 private:
     std::optional<VXCallNews> newsOf(const VXNotification &notification) const;
+    /** The next in line, or none and the turn to write given up. */
+    std::optional<VXCallNews> takeNext();
     bool record(const VXCallNews &news);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
-    // Two events of one call must not both find that there is none. An observer of a save may post the next event.
-    VXRecursiveMutex _lock;
+    VXMutex _lock;
+    // Two events of one call must not both find that there is none: one thread at a time writes.
+    std::deque<VXCallNews> _waiting VX_GUARDED_BY(_lock);
+    bool _isWriting VX_GUARDED_BY(_lock) = false;
 };

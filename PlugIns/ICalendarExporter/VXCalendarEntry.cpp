@@ -2,7 +2,6 @@
 
 #include "VXContentLines.h"
 #include "VXJSON.h"
-#include "VXNone.h"
 #include "VXObjectValues.h"
 #include "VXPhonebookList.h"
 #include "VXPhonebookString.h"
@@ -31,80 +30,65 @@ QString durationText(qint64 seconds)
 
 } // namespace
 
+VXCalendarEntry::VXCalendarEntry(const QVariant &object, const QDateTime &now, const Translate &translate)
+    : _object(object), _now(now), _translate(translate), _isMessage(VXMessageRecord::isMessage(object)), _call(object),
+      _message(object)
+{
+}
+
 QByteArray VXCalendarEntry::bytes() const
 {
     VXContentLines lines;
     lines.add(u"BEGIN"_s, u"VEVENT"_s);
     lines.addText(u"UID"_s, identifier());
     lines.add(u"DTSTAMP"_s, dateText(_now));
-    lines.add(u"DTSTART"_s, dateText(start()));
+    lines.add(u"DTSTART"_s, dateText(start().isValid() ? start() : _now.addSecs(-duration())));
     if (duration() > 0)
         lines.add(u"DURATION"_s, durationText(duration()));
     lines.addText(u"SUMMARY"_s, summary());
     lines.addTextIfAny(u"DESCRIPTION"_s, description());
-    lines.addText(u"CATEGORIES"_s, _translate(isMessage() ? u"Messages"_s : u"Calls"_s));
+    lines.addText(u"CATEGORIES"_s, _translate(_isMessage ? u"Messages"_s : u"Calls"_s));
     lines.add(u"TRANSP"_s, u"TRANSPARENT"_s); // nobody is busy for it
     lines.add(u"END"_s, u"VEVENT"_s);
     return lines.bytes();
 }
 
-QString VXCalendarEntry::text(const QString &key) const
+const VXParties &VXCalendarEntry::parties() const
 {
-    return VXValueForKey(_object, key).toString().trimmed();
-}
-
-bool VXCalendarEntry::isIncoming() const
-{
-    const QVariant direction = VXValueForKey(_object, u"direction"_s);
-    return VXIsNone(direction) ? !text(u"from"_s).isEmpty() : direction.toInt() != 0;
-}
-
-bool VXCalendarEntry::isMessage() const
-{
-    return VXValueForKey(_object, u"text"_s).isValid();
-}
-
-QString VXCalendarEntry::party() const
-{
-    return text(isIncoming() ? u"from"_s : u"to"_s);
+    return _isMessage ? static_cast<const VXParties &>(_message) : _call;
 }
 
 QString VXCalendarEntry::summary() const
 {
     QStringList names;
-    for (const QString &item : VXUnpackPhonebookStrings(party(), false)) {
+    for (const QString &item : VXUnpackPhonebookStrings(parties().otherParty(), false)) {
         QString name;
         QString value;
         const bool isAddress = VXPhonebookStringSplit(item, &name, &value);
         names.append(!name.isEmpty() ? name : isAddress ? value : item);
     }
     const QString who = names.isEmpty() ? _translate(u"unknown"_s) : names.join(", "_L1);
-    if (isMessage())
-        return _translate(isIncoming() ? u"Message from %1"_s : u"Message to %1"_s).arg(who);
-    return _translate(isIncoming() ? u"Call from %1"_s : u"Call to %1"_s).arg(who);
+    const bool isIncoming = parties().isIncoming();
+    if (_isMessage)
+        return _translate(isIncoming ? u"Message from %1"_s : u"Message to %1"_s).arg(who);
+    return _translate(isIncoming ? u"Call from %1"_s : u"Call to %1"_s).arg(who);
 }
 
 QString VXCalendarEntry::description() const
 {
-    QStringList parts{text(u"text"_s), party()};
+    QStringList parts{_message.text, parties().otherParty()};
     parts.removeIf([](const QString &part) { return part.isEmpty(); });
     return parts.join(u'\n');
 }
 
 QDateTime VXCalendarEntry::start() const
 {
-    for (const QString &key : {u"date"_s, u"event_date"_s}) {
-        const QDateTime date = VXValueForKey(_object, key).toDateTime(); // a text in ISO 8601 too
-        if (date.isValid())
-            return date;
-    }
-    return _now.addSecs(-duration());
+    return _isMessage ? _message.date : _call.start();
 }
 
 qint64 VXCalendarEntry::duration() const
 {
-    const double seconds = VXValueForKey(_object, u"duration"_s).toDouble();
-    return std::isfinite(seconds) && seconds > 0 && seconds < 1e9 ? std::llround(seconds) : 0;
+    return _isMessage ? 0 : std::llround(_call.duration.value_or(0));
 }
 
 QString VXCalendarEntry::identifier() const
@@ -113,7 +97,7 @@ QString VXCalendarEntry::identifier() const
     const bool hasURI = stored != nullptr && !stored->objectID().isTemporary();
     const QByteArray whole = hasURI ? VXValueText(_object).toUtf8() : VXJSONText(VXPlainJSONOfObject(_object));
     // What happened at no known time happens anew each time.
-    const bool isUndated = text(u"date"_s).isEmpty() && text(u"event_date"_s).isEmpty();
-    const QUuid uuid = !hasURI && isUndated ? QUuid::createUuid() : QUuid::createUuidV5(entryNamespace, whole);
+    const bool isNew = !hasURI && !start().isValid();
+    const QUuid uuid = isNew ? QUuid::createUuid() : QUuid::createUuidV5(entryNamespace, whole);
     return uuid.toString(QUuid::WithoutBraces);
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "VXCallRecord.h"
+#include "VXMessageRecord.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QDateTime>
 #include <QtCore/QString>
@@ -7,36 +10,32 @@
 
 #include <functional>
 
-/**
- * A call or a message as an entry of a calendar (VEVENT, RFC 5545). Read from the object: "date" (else "event_date", else the
- * entry is of now), "duration" in seconds, "from", "to" and "direction" (0: to somebody), "text".
- */
+/** A call or a message as an entry of a calendar (VEVENT, RFC 5545). */
 class VXCalendarEntry
 {
 public:
     /** Gives a text in the user's language. */
     using Translate = std::function<QString(const QString &key)>;
 
-    VXCalendarEntry(const QVariant &object, const QDateTime &now, const Translate &translate)
-        : _object(object), _now(now), _translate(translate)
-    {
-    }
+    /** What has no date is of now. */
+    VXCalendarEntry(const QVariant &object, const QDateTime &now, const Translate &translate);
 
+    /** The same for the same call or message; of one with no date always another. */
+    QString identifier() const;
     QByteArray bytes() const;
 
 private:
-    QString text(const QString &key) const;
-    bool isIncoming() const;
-    bool isMessage() const;
-    /** The phonebook strings of whom it was with. */
-    QString party() const;
+    const VXParties &parties() const;
     QString summary() const;
     QString description() const;
     QDateTime start() const;
+    /** In seconds. */
     qint64 duration() const;
-    QString identifier() const;
 
     const QVariant _object;
     const QDateTime _now;
     const Translate &_translate;
+    const bool _isMessage;
+    const VXCallRecord _call;
+    const VXMessageRecord _message;
 };

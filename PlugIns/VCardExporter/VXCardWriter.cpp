@@ -1,33 +1,21 @@
 #include "VXCardWriter.h"
 
-#include "VXNone.h"
 #include "VXObjectValues.h"
 #include "VXPhonebookType.h"
 
-#include <QtCore/QDate>
-#include <QtCore/QDateTime>
 #include <QtCore/QMimeDatabase>
 #include <QtCore/QStringList>
 #include <QtCore/QUrl>
+
+#include <algorithm>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QVariant valueOf(const QVariant &object, const QString &key)
-{
-    const QVariant value = VXValueForKey(object, key);
-    return VXIsNone(value) ? QVariant() : value;
-}
-
-// A number or an e-mail address: an object with it and a type, or the text alone.
-QString addressText(const QVariant &address, const QString &key)
-{
-    return (address.typeId() == QMetaType::QString ? address : valueOf(address, key)).toString();
-}
-
-// Section 5.6 and 6.4.1 of RFC 6350.
-QString typeParameters(unsigned mask)
+// Sections 5.6 and 6.4.1 of RFC 6350.
+QString typeParameters(unsigned mask, const QString &label = {})
 {
     const unsigned kind = mask & VXPhonebookTypeKindMask;
     QStringList types;
@@ -41,127 +29,113 @@ QString typeParameters(unsigned mask)
         types.append(u"cell"_s);
     else if (kind == VXPhonebookTypePager)
         types.append(u"pager"_s);
+    if (label == "video"_L1)
+        types.append(u"video"_s);
+    else if (label == "messaging"_L1)
+        types.append(u"text"_s);
     QString parameters;
     if (!types.isEmpty())
         parameters = u";TYPE="_s + (types.size() > 1 ? u'"' + types.join(u',') + u'"' : types.first());
     return kind == VXPhonebookTypePrimary ? parameters + ";PREF=1"_L1 : parameters;
 }
 
+// The parts of a structured value.
+QString joined(QStringList parts)
+{
+    std::transform(parts.cbegin(), parts.cend(), parts.begin(), VXContentLines::escapedText);
+    return parts.join(u';');
+}
+
+// The number or address itself, when it has no person.
+QVariant contactIn(const QVariant &object)
+{
+    const QVariant person = VXValueForKey(object, u"person"_s);
+    return VXManagedObjectIn(person) != nullptr ? person : object;
+}
+
 } // namespace
 
 QByteArray VXCardWriter::card(const QVariant &object)
 {
-    const QVariant person = valueOf(object, u"person"_s);
-    VXCardWriter writer(person.isValid() ? person : object);
-    const QString name = writer.formattedName();
+    const VXContactRecord contact(object);
+    const QString name = contact.displayName();
     if (name.isEmpty())
         return {};
+    VXCardWriter writer(contact);
     writer._lines.add(u"BEGIN"_s, u"VCARD"_s);
     writer._lines.add(u"VERSION"_s, u"4.0"_s);
     writer._lines.addText(u"FN"_s, name);
     writer.addName();
-    writer._lines.addTextIfAny(u"NICKNAME"_s, writer.text(u"nickname"_s));
-    writer._lines.addTextIfAny(u"ORG"_s, writer.text(u"company"_s));
-    writer.addAddresses(u"numbers"_s, u"number"_s, u"TEL"_s);
-    writer.addAddresses(u"emails"_s, u"address"_s, u"EMAIL"_s);
+    writer._lines.addTextIfAny(u"NICKNAME"_s, contact.nickname);
+    writer._lines.addTextIfAny(u"ORG"_s, contact.company);
+    writer._lines.addTextIfAny(u"TITLE"_s, contact.jobTitle);
+    writer.addAddresses(u"TEL"_s, contact.numbers);
+    writer.addAddresses(u"EMAIL"_s, contact.emails);
+    writer.addPostalAddresses();
     writer.addGroups();
-    writer._lines.addTextIfAny(u"NOTE"_s, writer.text(u"note"_s));
+    writer._lines.addTextIfAny(u"NOTE"_s, contact.note);
     writer.addImage();
-    writer.addIdentity();
+    writer.addLinks();
+    writer.addIdentity(object);
     writer._lines.add(u"END"_s, u"VCARD"_s);
     return writer._lines.bytes();
 }
 
-QString VXCardWriter::text(const QString &key) const
-{
-    return valueOf(_contact, key).toString().trimmed();
-}
-
-QVariantList VXCardWriter::list(const QString &key) const
-{
-    const QVariant value = valueOf(_contact, key);
-    if (!value.isValid())
-        return {};
-    if (value.metaType() == QMetaType::fromType<QList<VXManagedObjectPtr>>()) {
-        QVariantList objects;
-        for (const VXManagedObjectPtr &object : value.value<QList<VXManagedObjectPtr>>())
-            objects.append(QVariant::fromValue(object));
-        return objects;
-    }
-    const bool isList = value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
-    return isList ? value.toList() : QVariantList{value};
-}
-
-// Every card must have one: what people would call the contact.
-QString VXCardWriter::formattedName() const
-{
-    QStringList names{text(u"firstName"_s), text(u"lastName"_s)};
-    names.removeAll(QString());
-    names.removeAll(u""_s);
-    if (!names.isEmpty())
-        return names.join(u' ');
-    for (const QString &key : {u"name"_s, u"nickname"_s, u"company"_s}) {
-        if (const QString name = text(key); !name.isEmpty())
-            return name;
-    }
-    for (const auto &[listKey, valueKey] :
-         {std::pair(u"numbers"_s, u"number"_s), std::pair(u"emails"_s, u"address"_s)}) {
-        for (const QVariant &address : list(listKey)) {
-            if (const QString value = addressText(address, valueKey); !value.isEmpty())
-                return value;
-        }
-    }
-    const QString number = text(u"number"_s);
-    return number.isEmpty() ? text(u"address"_s) : number;
-}
-
 void VXCardWriter::addName()
 {
-    const QString first = text(u"firstName"_s);
-    const QString last = text(u"lastName"_s);
-    if (!first.isEmpty() || !last.isEmpty())
-        _lines.add(u"N"_s, u"%1;%2;;;"_s.arg(VXContentLines::escapedText(last), VXContentLines::escapedText(first)));
+    const QStringList parts{_contact.lastName, _contact.firstName, _contact.middleName, _contact.namePrefix,
+                            _contact.nameSuffix};
+    if (std::ranges::any_of(parts, [](const QString &part) { return !part.isEmpty(); }))
+        _lines.add(u"N"_s, joined(parts));
 }
 
-void VXCardWriter::addAddresses(const QString &listKey, const QString &valueKey, const QString &property)
+void VXCardWriter::addAddresses(const QString &property, const QList<VXContactRecord::Address> &addresses)
 {
-    QVariantList addresses = list(listKey);
-    if (addresses.isEmpty() && valueOf(_contact, valueKey).isValid()) // a number without person
-        addresses = {_contact};
-    for (const QVariant &address : addresses) {
-        const QString parameters = typeParameters(valueOf(address, u"type"_s).toUInt());
-        _lines.addTextIfAny(property + parameters, addressText(address, valueKey));
+    for (const VXContactRecord::Address &address : addresses)
+        _lines.addText(property + typeParameters(address.type, address.label), address.value);
+}
+
+// Section 6.3.1; the whole of an address whose parts are not known goes where the street belongs.
+void VXCardWriter::addPostalAddresses()
+{
+    for (const VXContactRecord::PostalAddress &address : _contact.addresses) {
+        const QString street = address.street.isEmpty() ? address.text : address.street;
+        _lines.add(u"ADR"_s + typeParameters(address.type),
+                   joined({{}, {}, street, address.city, address.state, address.zip, address.country}));
+    }
+}
+
+void VXCardWriter::addLinks()
+{
+    for (const VXContactRecord::Address &link : _contact.urls) {
+        const QUrl url(link.value, QUrl::StrictMode);
+        if (url.isValid() && !url.scheme().isEmpty())
+            _lines.add(u"URL"_s + typeParameters(link.type), url.toString(QUrl::FullyEncoded));
     }
 }
 
 void VXCardWriter::addGroups()
 {
     QStringList names;
-    for (const QVariant &group : list(u"groups"_s)) {
-        if (const QString name = addressText(group, u"name"_s); !name.isEmpty())
-            names.append(VXContentLines::escapedText(name));
-    }
+    std::ranges::transform(_contact.groups, std::back_inserter(names), VXContentLines::escapedText);
     if (!names.isEmpty())
         _lines.add(u"CATEGORIES"_s, names.join(u','));
 }
 
 void VXCardWriter::addImage()
 {
-    const QByteArray image = valueOf(_contact, u"image"_s).toByteArray();
+    const QByteArray &image = _contact.image;
     const QString type = image.isEmpty() ? QString() : QMimeDatabase().mimeTypeForData(image).name();
     if (type.startsWith("image/"_L1))
         _lines.add(u"PHOTO"_s, u"data:%1;base64,%2"_s.arg(type, QString::fromLatin1(image.toBase64())));
 }
 
-void VXCardWriter::addIdentity()
+void VXCardWriter::addIdentity(const QVariant &object)
 {
-    const QDate birthday = valueOf(_contact, u"birthday"_s).toDate();
-    if (birthday.isValid())
-        _lines.add(u"BDAY"_s, birthday.toString(u"yyyyMMdd"));
-    const QUrl url(text(u"url"_s), QUrl::StrictMode);
-    if (url.isValid() && !url.scheme().isEmpty())
-        _lines.add(u"URL"_s, url.toString(QUrl::FullyEncoded));
-    const VXManagedObject *const stored = VXManagedObjectIn(_contact);
+    if (_contact.birthday.isValid())
+        _lines.add(u"BDAY"_s, _contact.birthday.toString(u"yyyyMMdd"));
+    const QVariant contact = contactIn(object);
+    const VXManagedObject *const stored = VXManagedObjectIn(contact);
     if (stored != nullptr && !stored->objectID().isTemporary())
-        _lines.add(u"UID"_s, VXValueText(_contact));
+        _lines.add(u"UID"_s, VXValueText(contact));
 }

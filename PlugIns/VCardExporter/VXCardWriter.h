@@ -1,15 +1,12 @@
 #pragma once
 
+#include "VXContactRecord.h"
 #include "VXContentLines.h"
 
 #include <QtCore/QByteArray>
-#include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/**
- * Contacts as vCards 4.0 (RFC 6350). A contact is whatever has some of a person's values: "firstName", "lastName", "name",
- * "nickname", "company", "image", "numbers", "emails", "groups", "note", "birthday", "url".
- */
+/** Contacts as vCards 4.0 (RFC 6350). */
 class VXCardWriter
 {
 public:
@@ -17,18 +14,16 @@ public:
     static QByteArray card(const QVariant &object);
 
 private:
-    explicit VXCardWriter(const QVariant &contact) : _contact(contact) {}
+    explicit VXCardWriter(const VXContactRecord &contact) : _contact(contact) {}
 
-    QString text(const QString &key) const;
-    /** The value of a key that may hold one, or a list of them. */
-    QVariantList list(const QString &key) const;
-    QString formattedName() const;
     void addName();
-    void addAddresses(const QString &listKey, const QString &valueKey, const QString &property);
+    void addAddresses(const QString &property, const QList<VXContactRecord::Address> &addresses);
+    void addPostalAddresses();
+    void addLinks();
     void addGroups();
     void addImage();
-    void addIdentity();
+    void addIdentity(const QVariant &object);
 
-    const QVariant _contact;
+    const VXContactRecord _contact;
     VXContentLines _lines;
 };

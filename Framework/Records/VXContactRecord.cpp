@@ -1,0 +1,197 @@
+#include "VXContactRecord.h"
+
+#include "VXRecordReader.h"
+
+#include <QtCore/QDateTime>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Record = VXContactRecord;
+using PostalAddress = VXContactRecord::PostalAddress;
+
+template <class Holder>
+struct Text
+{
+    QString key;
+    QString Holder::*field;
+};
+
+const std::array texts{
+    Text<Record>{u"name"_s, &Record::name},           Text<Record>{u"namePrefix"_s, &Record::namePrefix},
+    Text<Record>{u"firstName"_s, &Record::firstName}, Text<Record>{u"middleName"_s, &Record::middleName},
+    Text<Record>{u"lastName"_s, &Record::lastName},   Text<Record>{u"nameSuffix"_s, &Record::nameSuffix},
+    Text<Record>{u"nickname"_s, &Record::nickname},   Text<Record>{u"company"_s, &Record::company},
+    Text<Record>{u"jobTitle"_s, &Record::jobTitle},   Text<Record>{u"note"_s, &Record::note},
+};
+
+const std::array addressTexts{
+    Text<PostalAddress>{u"street"_s, &PostalAddress::street},   Text<PostalAddress>{u"city"_s, &PostalAddress::city},
+    Text<PostalAddress>{u"state"_s, &PostalAddress::state},     Text<PostalAddress>{u"zip"_s, &PostalAddress::zip},
+    Text<PostalAddress>{u"country"_s, &PostalAddress::country}, Text<PostalAddress>{u"text"_s, &PostalAddress::text},
+};
+
+struct AddressList
+{
+    QString listKey;
+    QString key;
+    QList<Record::Address> Record::*field;
+};
+
+const std::array addressLists{
+    AddressList{u"numbers"_s, u"number"_s, &Record::numbers},
+    AddressList{u"emails"_s, u"address"_s, &Record::emails},
+    AddressList{u"urls"_s, u"url"_s, &Record::urls},
+};
+
+const QString typeKey = u"type"_s;
+const QString labelKey = u"label"_s;
+const QString birthdayKey = u"birthday"_s;
+const QString imageKey = u"image"_s;
+const QString postalKey = u"addresses"_s;
+const QString groupsKey = u"groups"_s;
+const QString groupNameKey = u"name"_s;
+
+template <class Holder, class Texts>
+void readTexts(Holder &holder, const Texts &table, const VXRecordReader &reader)
+{
+    for (const auto &each : table)
+        holder.*each.field = reader.text(each.key);
+}
+
+template <class Holder, class Texts>
+void insertTexts(QVariantMap &map, const Holder &holder, const Texts &table)
+{
+    for (const auto &each : table)
+        VXInsertIntoRecord(map, each.key, holder.*each.field);
+}
+
+bool isText(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QString;
+}
+
+// An object with the address and its type, or the address alone.
+Record::Address addressFrom(const QVariant &value, const QString &valueKey)
+{
+    if (isText(value))
+        return {value.toString().trimmed()};
+    const VXRecordReader reader(value);
+    return {reader.text(valueKey), reader.typeMask(typeKey), reader.text(labelKey)};
+}
+
+QVariantMap mapOf(const Record::Address &address, const QString &valueKey)
+{
+    QVariantMap map{{valueKey, address.value}, {typeKey, address.type}};
+    VXInsertIntoRecord(map, labelKey, address.label);
+    return map;
+}
+
+PostalAddress postalAddressFrom(const QVariant &value)
+{
+    PostalAddress address;
+    if (isText(value)) {
+        address.text = value.toString().trimmed();
+        return address;
+    }
+    const VXRecordReader reader(value);
+    readTexts(address, addressTexts, reader);
+    address.type = reader.typeMask(typeKey);
+    return address;
+}
+
+QVariantMap mapOf(const PostalAddress &address)
+{
+    QVariantMap map{{typeKey, address.type}};
+    insertTexts(map, address, addressTexts);
+    return map;
+}
+
+// The number or address itself, when it has no person.
+QVariant contactIn(const QVariant &object)
+{
+    QVariant person = VXRecordReader(object).value(u"person"_s);
+    return person.isValid() ? person : object;
+}
+
+QDate dayOf(const QVariant &value)
+{
+    const QDateTime date = value.typeId() == QMetaType::QDate ? QDateTime() : value.toDateTime();
+    return date.isValid() ? date.date() : value.toDate();
+}
+
+} // namespace
+
+VXContactRecord::VXContactRecord(const QVariant &object)
+{
+    const VXRecordReader reader(contactIn(object));
+    readTexts(*this, texts, reader);
+    birthday = dayOf(reader.value(birthdayKey));
+    image = reader.value(imageKey).toByteArray();
+    for (const AddressList &list : addressLists) {
+        QVariantList values = reader.list(list.listKey);
+        if (const QString alone = reader.text(list.key); values.isEmpty() && !alone.isNull())
+            values = {
+                QVariantMap{{list.key, alone}, {typeKey, reader.typeMask(typeKey)}, {labelKey, reader.text(labelKey)}}};
+        for (const QVariant &value : std::as_const(values)) {
+            const Address address = addressFrom(value, list.key);
+            if (!address.value.isEmpty())
+                (this->*list.field).append(address);
+        }
+    }
+    for (const QVariant &value : reader.list(postalKey))
+        addresses.append(postalAddressFrom(value));
+    for (const QVariant &value : reader.list(groupsKey)) {
+        const QString group = isText(value) ? value.toString() : VXRecordReader(value).text(groupNameKey);
+        if (!group.isEmpty())
+            groups.append(group);
+    }
+}
+
+QString VXContactRecord::displayName() const
+{
+    QStringList names{firstName, middleName, lastName};
+    names.removeIf([](const QString &part) { return part.isEmpty(); });
+    if ((!firstName.isEmpty() || !lastName.isEmpty()))
+        return names.join(u' ');
+    for (const QString &each : {name, nickname, company}) {
+        if (!each.isEmpty())
+            return each;
+    }
+    for (const QList<Address> &list : {numbers, emails}) {
+        if (!list.isEmpty())
+            return list.first().value;
+    }
+    return {};
+}
+
+QVariantMap VXContactRecord::map() const
+{
+    QVariantMap map;
+    insertTexts(map, *this, texts);
+    if (birthday.isValid())
+        map.insert(birthdayKey, QDateTime(birthday, QTime(0, 0), Qt::UTC));
+    if (!image.isEmpty())
+        map.insert(imageKey, image);
+    for (const AddressList &list : addressLists) {
+        QVariantList values;
+        for (const Address &address : this->*list.field)
+            values.append(mapOf(address, list.key));
+        if (!values.isEmpty())
+            map.insert(list.listKey, values);
+    }
+    QVariantList postal;
+    for (const PostalAddress &address : addresses)
+        postal.append(mapOf(address));
+    if (!postal.isEmpty())
+        map.insert(postalKey, postal);
+    QVariantList groupMaps;
+    for (const QString &group : groups)
+        groupMaps.append(QVariantMap{{groupNameKey, group}});
+    if (!groupMaps.isEmpty())
+        map.insert(groupsKey, groupMaps);
+    return map;
+}

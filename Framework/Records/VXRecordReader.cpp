@@ -1,0 +1,61 @@
+#include "VXRecordReader.h"
+
+#include "VXKeyValueCoding.h"
+#include "VXManagedObject.h"
+#include "VXNone.h"
+#include "VXPhonebookType.h"
+
+#include <cmath>
+
+QVariant VXRecordReader::value(const QString &key) const
+{
+    QVariant found = VXValueForKey(_object, key);
+    return VXIsNone(found) ? QVariant() : found;
+}
+
+QString VXRecordReader::text(const QString &key) const
+{
+    const QString found = value(key).toString().trimmed();
+    return found.isEmpty() ? QString() : found;
+}
+
+QDateTime VXRecordReader::date(const QString &key) const
+{
+    return value(key).toDateTime();
+}
+
+std::optional<double> VXRecordReader::number(const QString &key) const
+{
+    bool isNumber = false;
+    const double found = value(key).toDouble(&isNumber);
+    return isNumber && std::isfinite(found) ? std::optional(found) : std::nullopt;
+}
+
+QVariantList VXRecordReader::list(const QString &key) const
+{
+    const QVariant found = value(key);
+    if (!found.isValid())
+        return {};
+    if (found.metaType() == QMetaType::fromType<QList<VXManagedObjectPtr>>()) {
+        QVariantList objects;
+        for (const VXManagedObjectPtr &object : found.value<QList<VXManagedObjectPtr>>())
+            objects.append(QVariant::fromValue(object));
+        return objects;
+    }
+    const bool isList = found.typeId() == QMetaType::QVariantList || found.typeId() == QMetaType::QStringList;
+    return isList ? found.toList() : QVariantList{found};
+}
+
+unsigned VXRecordReader::typeMask(const QString &key) const
+{
+    const QVariant found = value(key);
+    bool isNumber = false;
+    const unsigned mask = found.toUInt(&isNumber);
+    return isNumber ? mask : VXPhonebookTypeMaskFromString(found.toString());
+}
+
+void VXInsertIntoRecord(QVariantMap &map, const QString &key, const QVariant &value)
+{
+    if (!VXIsNone(value) && (value.typeId() != QMetaType::QString || !value.toString().isEmpty()))
+        map.insert(key, value);
+}
