@@ -5,6 +5,7 @@
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
 
+#include <QtCore/QScopeGuard>
 #include <QtCore/QUuid>
 
 #include <atomic>
@@ -67,8 +68,8 @@ void VXActivityManager::add(const VXActivity::Ptr &activity)
 {
     const QString identifier = activity->identifier();
     if (_activities.contains(identifier)) {
-        VXLogMethod(VXLogError,
-                    "addActivity:", u"Activity with this identifier is aready running: %1"_s.arg(identifier));
+        VXLogMethod(VXLogError, "addActivityWithTitle:identifier:",
+                    u"Activity with this identifier is aready running: %1"_s.arg(identifier));
         remove(identifier);
     }
     _activities.insert(identifier, activity);
@@ -77,8 +78,12 @@ void VXActivityManager::add(const VXActivity::Ptr &activity)
 
 void VXActivityManager::removeActivity(const VXActivity::Ptr &activity)
 {
-    if (activity)
-        removeActivityWithIdentifier(activity->identifier());
+    if (!activity)
+        return;
+    onMainThread([this, &activity] {
+        if (_activities.value(activity->identifier()) == activity)
+            remove(activity->identifier());
+    });
 }
 
 void VXActivityManager::removeActivityWithIdentifier(const QString &identifier)
@@ -88,11 +93,17 @@ void VXActivityManager::removeActivityWithIdentifier(const QString &identifier)
 
 void VXActivityManager::remove(const QString &identifier)
 {
-    if (!_activities.contains(identifier))
+    const VXActivity::Ptr activity = _activities.value(identifier);
+    if (!activity || _leaving.contains(activity))
         return;
+    _leaving.append(activity);
+    // Whatever observers do: throw, remove it themselves, or put another one in its place.
+    const auto leave = qScopeGuard([&] {
+        _leaving.removeOne(activity);
+        if (_activities.value(identifier) == activity)
+            _activities.remove(identifier);
+        activity->setDelegate(nullptr);
+    });
     VXNotificationCenter::defaultCenter().postNotificationName(VXActivityManagerWillRemoveActivityNotification,
                                                                identifier);
-    // An observer may have removed it in the meantime.
-    if (const VXActivity::Ptr activity = _activities.take(identifier))
-        activity->setDelegate(nullptr);
 }

@@ -34,7 +34,8 @@ public:
      *  A null identifier fails an assertion. */
     VXActivity::Ptr addActivityWithTitle(const QString &title, const QString &identifier);
 
-    /** Does nothing when the activity, or the identifier, is not registered. */
+    /** Does nothing when the activity, or the identifier, is not registered; another activity that took the place of the
+     *  given one stays. */
     void removeActivity(const VXActivity::Ptr &activity);
     void removeActivityWithIdentifier(const QString &identifier);
 
@@ -44,5 +45,6 @@ private:
     void add(const VXActivity::Ptr &activity);
     void remove(const QString &identifier);
 
-    QHash<QString, VXActivity::Ptr> _activities; // main thread only
+    QHash<QString, VXActivity::Ptr> _activities; // this and what follows: main thread only
+    QList<VXActivity::Ptr> _leaving;             // while observers are told
 };

@@ -2,13 +2,18 @@
 
 #include "VXAttributedString.h"
 #include "VXKeyValueCoding.h"
+#include "VXManagedObject.h"
+#include "VXNone.h"
 #include "VXNumber.h"
 #include "VXPropertyList.h"
+#include "VXValueComparison.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QUrl>
+#include <QtCore/QUuid>
 
 #include <algorithm>
-#include <optional>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -26,78 +31,165 @@ int order(const T &a, const T &b)
     return a < b ? -1 : (b < a ? 1 : 0);
 }
 
-// Truth values count as numbers here.
-bool isNumber(QMetaType type)
+// What kind of value it is, for its order, its equality and its hash alike. In the order of the kinds.
+enum class Kind { None, Number, Text, AttributedText, Date, Data, Set, List, Dictionary, Other };
+
+Kind kindOf(const QVariant &value)
 {
-    return VXIsWholeNumber(type) || VXIsRealNumber(type) || type.id() == QMetaType::Bool;
+    const QMetaType type = value.metaType();
+    if (VXIsNone(value))
+        return Kind::None;
+    if (VXIsWholeNumber(type) || VXIsRealNumber(type))
+        return Kind::Number;
+    switch (type.id()) {
+    case QMetaType::Bool:
+        return Kind::Number;
+    case QMetaType::QString:
+        return Kind::Text;
+    case QMetaType::QDateTime:
+        return Kind::Date;
+    case QMetaType::QByteArray:
+        return Kind::Data;
+    case QMetaType::QVariantList:
+    case QMetaType::QStringList:
+        return Kind::List;
+    case QMetaType::QVariantMap:
+    case QMetaType::QVariantHash:
+        return Kind::Dictionary;
+    default:
+        return type == QMetaType::fromType<VXValueSet>()           ? Kind::Set
+               : type == QMetaType::fromType<VXAttributedString>() ? Kind::AttributedText
+                                                                   : Kind::Other;
+    }
 }
 
+// What is no number comes first, and is equal to itself.
 int compareNumbers(const QVariant &a, const QVariant &b)
 {
-    const QPartialOrdering result = QVariant::compare(a, b); // exact for integers of any width
-    return result == QPartialOrdering::Less ? -1 : (result == QPartialOrdering::Greater ? 1 : 0);
+    const std::partial_ordering result = VXCompareValues(a, b);
+    if (result == std::partial_ordering::unordered)
+        return order(!std::isnan(a.toDouble()), !std::isnan(b.toDouble()));
+    return result < 0 ? -1 : (result > 0 ? 1 : 0);
 }
 
-// Both values as T compared by the function, when both are of that type.
-template <class T>
-std::optional<int> compareAs(const QVariant &a, const QVariant &b)
+size_t hashOfNumber(double number, size_t seed)
 {
-    if (a.metaType() != QMetaType::fromType<T>() || b.metaType() != a.metaType())
-        return std::nullopt;
-    if constexpr (std::is_same_v<T, QString> || std::is_same_v<T, QDateTime>)
-        return order(a.value<T>(), b.value<T>());
-    else
-        return vx_compare(a.value<T>(), b.value<T>());
+    return std::isnan(number) ? seed : qHash(number == 0.0 ? 0.0 : number, seed); // 0.0 for -0.0 too
+}
+
+size_t hashOfList(const QVariantList &list, size_t seed)
+{
+    size_t hash = seed;
+    for (const QVariant &element : list)
+        hash = qHash(VXHashableValue{element}, hash ^ 0x9e3779b9U);
+    return hash;
+}
+
+size_t hashOfDictionary(const QVariantMap &map, size_t seed)
+{
+    size_t hash = seed;
+    for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
+        hash = qHash(entry.key(), qHash(VXHashableValue{entry.value()}, hash));
+    return hash;
+}
+
+size_t hashOfOther(const QVariant &value, size_t seed)
+{
+    const QMetaType type = value.metaType();
+    if (type == QMetaType::fromType<VXManagedObjectPtr>())
+        return qHash(value.value<VXManagedObjectPtr>().get(), seed);
+    if (type == QMetaType::fromType<VXManagedObjectID>())
+        return qHash(value.value<VXManagedObjectID>(), seed);
+    if (type == QMetaType::fromType<QUrl>())
+        return qHash(value.toUrl(), seed);
+    if (type == QMetaType::fromType<QUuid>())
+        return qHash(value.toUuid(), seed);
+    if (type.flags().testFlag(QMetaType::IsPointer))
+        return qHash(*static_cast<void *const *>(value.constData()), seed);
+    return seed; // equality decides
 }
 
 } // namespace
 
+bool vx_isEqual(const QVariant &a, const QVariant &b)
+{
+    const Kind kind = kindOf(a);
+    if (kind != kindOf(b))
+        return false;
+    switch (kind) {
+    case Kind::None:
+        return true;
+    case Kind::Number:
+        return compareNumbers(a, b) == 0;
+    case Kind::Date:
+        return a.toDateTime().toMSecsSinceEpoch() == b.toDateTime().toMSecsSinceEpoch();
+    case Kind::List: {
+        const QVariantList left = a.toList();
+        const QVariantList right = b.toList();
+        return std::equal(left.cbegin(), left.cend(), right.cbegin(), right.cend(), vx_isEqual);
+    }
+    case Kind::Dictionary: {
+        const QVariantMap left = a.toMap();
+        const QVariantMap right = b.toMap();
+        return left.keys() == right.keys() &&
+               std::equal(left.cbegin(), left.cend(), right.cbegin(), right.cend(), vx_isEqual);
+    }
+    default:
+        return a.metaType() == b.metaType() && a == b;
+    }
+}
+
 size_t qHash(const VXHashableValue &hashable, size_t seed)
 {
     const QVariant &value = hashable.value;
-    const QMetaType type = value.metaType();
-    if (isNumber(type)) {
-        const double number = value.toDouble();
-        return qHash(number == 0.0 ? 0.0 : number, seed); // also -0.0
-    }
-    if (type == QMetaType::fromType<QString>())
+    switch (kindOf(value)) {
+    case Kind::None:
+        return seed;
+    case Kind::Number:
+        return hashOfNumber(value.toDouble(), seed);
+    case Kind::Text:
         return qHash(value.toString(), seed);
-    if (type == QMetaType::fromType<QByteArray>())
+    case Kind::AttributedText:
+        return qHash(value.value<VXAttributedString>().string, seed);
+    case Kind::Date:
+        return qHash(value.toDateTime().toMSecsSinceEpoch(), seed);
+    case Kind::Data:
         return qHash(value.toByteArray(), seed);
-    if (type == QMetaType::fromType<QVariantList>()) {
-        size_t hash = seed;
-        for (const QVariant &element : value.toList())
-            hash = qHash(VXHashableValue{element}, hash ^ 0x9e3779b9U);
-        return hash;
+    case Kind::Set:
+        return qHash(value.value<VXValueSet>(), seed); // whatever the order
+    case Kind::List:
+        return hashOfList(value.toList(), seed);
+    case Kind::Dictionary:
+        return hashOfDictionary(value.toMap(), seed);
+    case Kind::Other:
+        break;
     }
-    if (type == QMetaType::fromType<QVariantMap>()) {
-        const QVariantMap map = value.toMap();
-        size_t hash = seed;
-        for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
-            hash = qHash(entry.key(), qHash(VXHashableValue{entry.value()}, hash));
-        return hash;
-    }
-    return seed; // equality decides
+    return hashOfOther(value, seed);
 }
 
 int vx_compare(const QVariant &a, const QVariant &b)
 {
-    if (!a.isValid() || !b.isValid())
-        return order(a.isValid(), b.isValid());
-    if (isNumber(a.metaType()) && isNumber(b.metaType()))
+    const Kind kind = kindOf(a);
+    if (const int result = order(kind, kindOf(b)))
+        return result;
+    switch (kind) {
+    case Kind::Number:
         return compareNumbers(a, b);
-    std::optional<int> result = compareAs<QString>(a, b);
-    if (!result)
-        result = compareAs<QDateTime>(a, b);
-    if (!result)
-        result = compareAs<QVariantList>(a, b);
-    if (!result)
-        result = compareAs<QByteArray>(a, b);
-    if (!result)
-        result = compareAs<VXValueSet>(a, b);
-    if (!result)
-        result = compareAs<VXAttributedString>(a, b);
-    return result.value_or(0);
+    case Kind::Text:
+        return order(a.toString(), b.toString());
+    case Kind::AttributedText:
+        return vx_compare(a.value<VXAttributedString>(), b.value<VXAttributedString>());
+    case Kind::Date:
+        return order(a.toDateTime().toMSecsSinceEpoch(), b.toDateTime().toMSecsSinceEpoch());
+    case Kind::Data:
+        return vx_compare(a.toByteArray(), b.toByteArray());
+    case Kind::Set:
+        return vx_compare(a.value<VXValueSet>(), b.value<VXValueSet>());
+    case Kind::List:
+        return vx_compare(a.toList(), b.toList());
+    default:
+        return 0;
+    }
 }
 
 int vx_compare(const VXAttributedString &a, const VXAttributedString &b)

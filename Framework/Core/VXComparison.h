@@ -15,11 +15,18 @@ VX_EXPORT extern const QString VXComparisonItemsAdded;
 VX_EXPORT extern const QString VXComparisonItemsRemoved;
 VX_EXPORT extern const QString VXComparisonItemsUnchanged;
 
-/** A value as an element of a set or a hash: equal values (1 and 1.0 too) have equal hashes. */
+/**
+ * True for equal values of one kind: numbers and truth values by number, texts, dates by instant, data by byte, lists,
+ * dictionaries and sets by their elements, anything else of one type by that type's own equality. All that stands for
+ * none is equal; nothing is converted: 1 is not "1".
+ */
+[[nodiscard]] VX_EXPORT bool vx_isEqual(const QVariant &a, const QVariant &b);
+
+/** A value as an element of a set or a hash. Values that are equal by vx_isEqual have equal hashes. */
 struct VXHashableValue
 {
     QVariant value;
-    friend bool operator==(const VXHashableValue &a, const VXHashableValue &b) { return a.value == b.value; }
+    friend bool operator==(const VXHashableValue &a, const VXHashableValue &b) { return vx_isEqual(a.value, b.value); }
 };
 VX_EXPORT size_t qHash(const VXHashableValue &value, size_t seed = 0);
 
@@ -28,10 +35,10 @@ using VXValueSet = QSet<VXHashableValue>;
 Q_DECLARE_METATYPE(VXValueSet)
 
 /**
- * Orders two values: -1 when `a` comes first, 0 when they are the same, 1 when `b` comes first. Numbers, texts (by
- * UTF-16 unit), dates, truth values, attributed strings, data (VXArchivedData), sets and lists are ordered; a
- * missing value comes before any other, and values of kinds that do not go together are the same. Reentrant, as all
- * of this header.
+ * Orders two values: -1 when `a` comes first, 0 when they are the same, 1 when `b` comes first. It is a strict weak
+ * order over all values, so that any list can be sorted. Of different kinds come first: none, numbers and truth values
+ * (what is no number before all others), texts (by UTF-16 unit), attributed strings, dates, data (VXArchivedData), sets,
+ * lists, dictionaries, then all else; of the last two each counts as the same as the next. Reentrant, as all of this header.
  */
 [[nodiscard]] VX_EXPORT int vx_compare(const QVariant &a, const QVariant &b);
 
@@ -56,7 +63,8 @@ Q_DECLARE_METATYPE(VXValueSet)
 
 /**
  * Splits two versions of a list into what was added (in the new list's order), removed and unchanged (both in the old
- * list's order; an item that occurs more than once is unchanged once). Linear in the lengths.
+ * list's order; an item that occurs more than once is unchanged once). Items are told apart by vx_isEqual. Linear in
+ * the lengths, unless many items are of types that hash alike (VXHashableValue): those with no hash known here.
  * @return lists under the three keys above, without the empty ones; an empty map when all are empty.
  */
 [[nodiscard]] VX_EXPORT QVariantMap vx_compareWithArray(const QVariantList &oldList, const QVariantList &newList);

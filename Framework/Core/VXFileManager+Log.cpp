@@ -6,9 +6,11 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QScopeGuard>
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,20 +22,49 @@ namespace {
 
 constexpr float largestLogFile = 2.0F; // megabytes
 
-// So that of two threads that find the file too large one rotates, and the other finds it rotated.
-VXMutex rotationLock;
+float megabytes(off_t size)
+{
+    return static_cast<float>(static_cast<double>(size) / 1048576.0);
+}
 
 enum class Rotation { Done, KeptInUse, Failed };
 
+// The log file, held so that of many threads and processes one rotates it: closing ends the lock.
+int openLocked(const QByteArray &name)
+{
+    const int descriptor = ::open(name.constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK);
+    while (descriptor >= 0 && ::flock(descriptor, LOCK_EX) != 0 && errno == EINTR)
+        continue;
+    return descriptor;
+}
+
+// False when another one has rotated it meanwhile.
+bool isStillTooLarge(int descriptor, const QByteArray &name)
+{
+    struct stat held
+    {
+    };
+    struct stat current
+    {
+    };
+    return ::fstat(descriptor, &held) == 0 && ::stat(name.constData(), &current) == 0 &&
+           held.st_dev == current.st_dev && held.st_ino == current.st_ino && megabytes(held.st_size) > largestLogFile;
+}
+
 Rotation rotate(const QString &path)
 {
+    const QByteArray name = QFile::encodeName(path);
     const QString backup = path + ".1"_L1;
     const QByteArray backupName = QFile::encodeName(backup);
+    const int descriptor = openLocked(name);
+    const auto unlock = qScopeGuard([descriptor] { ::close(descriptor); });
+    if (!isStillTooLarge(descriptor, name) || ::rename(name.constData(), backupName.constData()) == 0)
+        return Rotation::Done;
     if (::unlink(backupName.constData()) != 0 && errno != ENOENT && QFileInfo::exists(backup)) {
         VXConsoleLog(u"Could not remove backup log: %1"_s.arg(backup));
         return Rotation::Failed;
     }
-    if (::rename(QFile::encodeName(path).constData(), backupName.constData()) != 0) {
+    if (::rename(name.constData(), backupName.constData()) != 0) {
         VXConsoleLog(u"Could not create backup log: %1"_s.arg(backup));
         return Rotation::KeptInUse;
     }
@@ -42,8 +73,9 @@ Rotation rotate(const QString &path)
 
 bool createLogFile(const QString &path)
 {
-    // Not truncated: another process may have made it and written to it since.
-    const int descriptor = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    // Not truncated: another process may have made it and written to it since. For the user alone: numbers and names
+    // of people are in it.
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     if (descriptor < 0) {
         VXConsoleLog(u"Unable to create log file: %1"_s.arg(VXDescription(path)));
         return false;
@@ -84,12 +116,11 @@ float VXFileManager::fileSizeAtPath(const QString &path) const
     };
     if (::stat(QFile::encodeName(path).constData(), &status) != 0)
         return -1.0F;
-    return static_cast<float>(static_cast<double>(status.st_size) / 1048576.0);
+    return megabytes(status.st_size);
 }
 
 bool VXFileManager::verifyLogFileAtPath(const QString &path) const
 {
-    const VXMutexLocker lock(rotationLock);
     const QFileInfo file(path);
     if (file.exists()) {
         if (file.isDir() || !file.isWritable()) {

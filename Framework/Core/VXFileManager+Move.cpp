@@ -1,20 +1,20 @@
 #include "VXFileManager.h"
 
 #include "VXErrorDomain.h"
+#include "VXItemCopy.h"
+#include "VXMethodLog.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QScopeGuard>
+#include <QtCore/QRandomGenerator>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <string>
 #include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
-#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -51,11 +51,9 @@ std::error_code systemError()
     return {errno, std::generic_category()};
 }
 
-// Also true for a link that leads nowhere.
 bool isTaken(const fs::path &path)
 {
-    std::error_code error;
-    return fs::exists(fs::symlink_status(path, error));
+    return VXFileManager::itemExistsAtPath(QFile::decodeName(path.c_str()));
 }
 
 // Renames without replacing anything.
@@ -71,86 +69,6 @@ std::error_code renameToFreePath(const fs::path &from, const fs::path &to)
     return ::rename(from.c_str(), to.c_str()) == 0 ? std::error_code() : systemError();
 }
 
-// Owner, permissions and times, as far as the file system and the user's rights allow.
-void keepAttributes(const fs::path &path, const struct stat &original)
-{
-    const bool ownerKept = ::lchown(path.c_str(), original.st_uid, original.st_gid) == 0;
-    if (!S_ISLNK(original.st_mode)) {
-        // Never a program that runs as somebody it was not owned by.
-        [[maybe_unused]] const int mode = ::chmod(path.c_str(), original.st_mode & (ownerKept ? 07777 : 01777));
-    }
-    const std::array times{original.st_atim, original.st_mtim};
-    ::utimensat(AT_FDCWD, path.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
-}
-
-bool writeAll(int descriptor, const char *bytes, ssize_t length)
-{
-    while (length > 0) {
-        const ssize_t written = ::write(descriptor, bytes, static_cast<std::size_t>(length));
-        if (written < 0 && errno != EINTR)
-            return false;
-        bytes += std::max<ssize_t>(written, 0);
-        length -= std::max<ssize_t>(written, 0);
-    }
-    return true;
-}
-
-// Not fs::copy_file, which calls a full disk an input/output error.
-std::error_code copyFile(const fs::path &from, const fs::path &to)
-{
-    const int source = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
-    if (source < 0)
-        return systemError();
-    const auto closeSource = qScopeGuard([source] { ::close(source); });
-    const int copy = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (copy < 0)
-        return systemError();
-    std::vector<char> buffer(128 * 1024);
-    ssize_t length = 0;
-    while ((length = ::read(source, buffer.data(), buffer.size())) > 0 && writeAll(copy, buffer.data(), length)) {
-    }
-    const std::error_code error = length == 0 ? std::error_code() : systemError();
-    // Some file systems tell only now that they are full.
-    return ::close(copy) == 0 || error ? error : systemError();
-}
-
-std::error_code copyItem(const fs::path &from, const fs::path &to);
-
-std::error_code copyFolder(const fs::path &from, const fs::path &to)
-{
-    std::error_code error;
-    if (::mkdir(to.c_str(), 0700) != 0)
-        return systemError();
-    fs::directory_iterator entry(from, error);
-    while (!error && entry != fs::directory_iterator()) {
-        error = copyItem(entry->path(), to / entry->path().filename());
-        if (!error)
-            entry.increment(error);
-    }
-    return error;
-}
-
-std::error_code copyItem(const fs::path &from, const fs::path &to)
-{
-    struct stat status
-    {
-    };
-    if (::lstat(from.c_str(), &status) != 0)
-        return systemError();
-    std::error_code error;
-    if (S_ISDIR(status.st_mode))
-        error = copyFolder(from, to);
-    else if (S_ISLNK(status.st_mode))
-        fs::copy_symlink(from, to, error);
-    else if (S_ISREG(status.st_mode))
-        error = copyFile(from, to);
-    else if (::mknod(to.c_str(), status.st_mode, status.st_rdev) != 0)
-        error = systemError();
-    if (!error)
-        keepAttributes(to, status);
-    return error;
-}
-
 // The copy grows in a folder of its own beside the destination, so that this is either free or holds all.
 std::error_code copyIntoPlace(const fs::path &from, const fs::path &to)
 {
@@ -158,11 +76,37 @@ std::error_code copyIntoPlace(const fs::path &from, const fs::path &to)
     if (::mkdtemp(staging.data()) == nullptr)
         return systemError();
     const fs::path copy = fs::path(staging) / to.filename();
-    std::error_code error = copyItem(from, copy);
+    std::error_code error = VXCopyItem(from, copy);
     if (!error)
         error = renameToFreePath(copy, to);
-    std::error_code ignored;
-    fs::remove_all(staging, ignored);
+    const bool isInPlace = !error;
+    if (isInPlace)
+        error = VXFinishCopy(from, to);
+    if (error && isInPlace)
+        VXRemoveCopy(to);
+    VXRemoveCopy(staging);
+    return error;
+}
+
+// The source goes at once or not at all: a folder is first given a name under which nobody looks for it.
+std::error_code removeSource(const fs::path &from)
+{
+    std::error_code error;
+    if (!fs::is_directory(fs::symlink_status(from, error))) {
+        fs::remove(from, error);
+        return error;
+    }
+    fs::path aside;
+    do
+        aside = from.parent_path() /
+                (".vornix-move." + QByteArray::number(QRandomGenerator::global()->generate(), 36).toStdString());
+    while ((error = renameToFreePath(from, aside)) == std::errc::file_exists);
+    if (!error && (fs::remove_all(aside, error), error)) {
+        VXLogClassMethod(VXLogWarning, VXFileManager, "moveItemAtPath:",
+                         u"Could not remove what is left of a moved folder: %1: %2"_s.arg(
+                             QFile::decodeName(aside.c_str()), qt_error_string(error.value())));
+        error.clear();
+    }
     return error;
 }
 
@@ -181,17 +125,16 @@ bool leadsIntoItself(const fs::path &from, const fs::path &to)
 
 std::error_code moveAcrossFileSystems(const fs::path &from, const fs::path &to)
 {
-    // What cannot be removed afterwards is better not copied.
-    const fs::path folder = from.has_parent_path() ? from.parent_path() : fs::path(".");
-    if (::access(folder.c_str(), W_OK | X_OK) != 0)
-        return systemError();
     if (isTaken(to))
         return std::make_error_code(std::errc::file_exists);
     if (!fs::is_symlink(from) && leadsIntoItself(from, to))
         return std::make_error_code(std::errc::invalid_argument);
-    std::error_code error = copyIntoPlace(from, to);
+    // What cannot be removed afterwards is better not copied.
+    std::error_code error = VXCheckRemovable(from);
     if (!error)
-        fs::remove_all(from, error); // after a failure here both are left: nothing is lost
+        error = copyIntoPlace(from, to);
+    if (!error && (error = removeSource(from)))
+        VXRemoveCopy(to);
     return error;
 }
 
@@ -204,8 +147,11 @@ VXError VXFileManager::moveItemAtPath(const QString &source, const QString &dest
     std::error_code error = renameToFreePath(from, to);
     if (error == std::errc::cross_device_link)
         error = moveAcrossFileSystems(from, to);
-    if (error)
+    if (error) {
+        VXLogMethod(VXLogError, "moveItemAtPath:",
+                    u"Unable to move %1 to %2: %3"_s.arg(source, destination, qt_error_string(error.value())));
         return recordMoveError(qt_error_string(error.value()), source);
+    }
     SharedError::shared().set({});
     return {};
 }
@@ -228,6 +174,14 @@ VXError VXFileManager::lastError()
     SharedError &shared = SharedError::shared();
     const VXMutexLocker lock(shared.lock);
     return shared.error;
+}
+
+bool VXFileManager::itemExistsAtPath(const QString &path)
+{
+    struct stat status
+    {
+    };
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0;
 }
 
 // A link with a slash behind it would stand for what it leads to.

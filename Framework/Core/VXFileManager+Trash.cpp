@@ -1,5 +1,7 @@
 #include "VXFileManager.h"
 
+#include "VXMethodLog.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -7,6 +9,7 @@
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,12 +19,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Also true for a link that leads nowhere.
-bool exists(const QString &path)
-{
-    const QFileInfo item(path);
-    return item.exists() || item.isSymLink();
-}
+constexpr auto infoExtension = ".trashinfo"_L1;
 
 // A folder for the user alone, as the trash is to be. 0 or an errno.
 int makePrivateFolder(const QString &path)
@@ -79,12 +77,13 @@ public:
     }
 
     QString filePath(const QString &name) const { return _files + u'/' + name; }
-    QString infoPath(const QString &name) const { return _info + u'/' + name + ".trashinfo"_L1; }
+    QString infoPath(const QString &name) const { return _info + u'/' + name + infoExtension; }
 
     // Takes a name, by making its info file: two processes cannot both succeed. EEXIST when it is taken.
     int reserve(const QString &name, const QString &originalPath) const
     {
-        return exists(filePath(name)) ? EEXIST : writeNewFile(infoPath(name), trashInfo(originalPath));
+        return VXFileManager::itemExistsAtPath(filePath(name)) ? EEXIST
+                                                               : writeNewFile(infoPath(name), trashInfo(originalPath));
     }
 
     void release(const QString &name) const { QFile::remove(infoPath(name)); }
@@ -95,17 +94,40 @@ private:
     QString _info;
 };
 
+// The name with a number behind it; without its last characters where the file that says where it came from could not
+// have such a long name. That file has the whole one.
+QString nameInTrash(const QString &ownName, int number)
+{
+    const QByteArray suffix = number == 0 ? QByteArray() : '.' + QByteArray::number(number);
+    const qsizetype longest = NAME_MAX - infoExtension.size() - suffix.size();
+    QByteArray name = QFile::encodeName(ownName);
+    if (name.size() > longest) {
+        qsizetype end = longest;
+        while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80U) // not amid a character
+            --end;
+        name.truncate(end);
+    }
+    return QFile::decodeName(name + suffix);
+}
+
 // Takes the item's own name or, when that is taken, the first free one with a number behind it. 0 or an errno.
 int reserveFreeName(const Trash &trash, const QString &originalPath, QString *name)
 {
     const QString ownName = QFileInfo(originalPath).fileName();
-    *name = ownName;
-    int error = trash.reserve(*name, originalPath);
-    for (int number = 1; error == EEXIST; ++number) {
-        *name = u"%1.%2"_s.arg(ownName, QString::number(number));
+    int error = EEXIST;
+    for (int number = 0; error == EEXIST; ++number) {
+        *name = nameInTrash(ownName, number);
         error = trash.reserve(*name, originalPath);
     }
     return error;
+}
+
+// Where the item lies, without links on the way, which may lead elsewhere when it is put back.
+QString placeOf(const QString &item)
+{
+    const QFileInfo info(item);
+    const QString folder = QFileInfo(info.path()).canonicalFilePath();
+    return folder.isEmpty() ? QDir::cleanPath(info.absoluteFilePath()) : QDir(folder).filePath(info.fileName());
 }
 
 // 0 when there is an item that can go by a name, else an errno.
@@ -114,7 +136,7 @@ int checkItem(const QString &path)
     const QString name = QFileInfo(path).fileName();
     if (!path.isEmpty() && (name.isEmpty() || name == "."_L1 || name == ".."_L1))
         return EINVAL;
-    return exists(path) ? 0 : ENOENT;
+    return VXFileManager::itemExistsAtPath(path) ? 0 : ENOENT;
 }
 
 } // namespace
@@ -122,21 +144,25 @@ int checkItem(const QString &path)
 VXError VXFileManager::safelyTrashFileAtPath(const QString &path)
 {
     const VXMutexLocker lock(_lock);
+    const auto fail = [this, &path](const QString &reason) {
+        VXLogMethod(VXLogError, "safelyTrashFileAtPath:", u"Unable to trash %1: %2"_s.arg(path, reason));
+        return recordMoveError(reason, path);
+    };
     const QString item = withoutTrailingSlashes(path);
     if (const int error = checkItem(item))
-        return recordMoveError(qt_error_string(error), path);
+        return fail(qt_error_string(error));
 
     const Trash trash(pathToUserTrashFolder());
     if (const VXError error = verifyPathExists(trash.parentFolder()))
-        return recordMoveError(error.localizedDescription(), path);
+        return fail(error.localizedDescription());
     if (const int error = trash.makeFolders())
-        return recordMoveError(qt_error_string(error), path);
+        return fail(qt_error_string(error));
 
     QString name;
-    if (const int error = reserveFreeName(trash, QDir::cleanPath(QFileInfo(item).absoluteFilePath()), &name))
-        return recordMoveError(qt_error_string(error), path);
-    VXError error = moveItemAtPath(item, trash.filePath(name));
-    if (error && !exists(trash.filePath(name)))
+    if (const int error = reserveFreeName(trash, placeOf(item), &name))
+        return fail(qt_error_string(error));
+    VXError error = moveItemAtPath(item, trash.filePath(name)); // which logs its failures
+    if (error && !itemExistsAtPath(trash.filePath(name)))
         trash.release(name);
     return error;
 }

@@ -32,8 +32,10 @@ VXError folderError(const QString &path)
 
 bool makeFolder(const QString &path)
 {
+    // Below the home folder for the user alone, as the XDG folders are to be: contacts, calls and messages are kept there.
+    const mode_t mode = path.startsWith(QDir::homePath() + u'/') ? 0700 : 0777;
     // Another thread or process may make it at the same moment.
-    return ::mkdir(QFile::encodeName(path).constData(), 0777) == 0 || QFileInfo(path).isDir();
+    return ::mkdir(QFile::encodeName(path).constData(), mode) == 0 || QFileInfo(path).isDir();
 }
 
 } // namespace
@@ -117,7 +119,7 @@ QString VXFileManager::createUniqueTemporaryFolder(const QString &baseName) cons
     // A name with a slash would lead out of the temporary folder.
     const int error = baseName.contains(u'/') ? EINVAL : (::mkdtemp(path.data()) == nullptr ? errno : 0);
     if (error != 0) {
-        VXLogMethod(VXLogError, "createUniqueTemporaryFolder:", u"errno: %1"_s.arg(error));
+        VXLogMethod(VXLogError, "createUniqueTemporaryFolder", u"errno: %1"_s.arg(error));
         return {};
     }
     return QFile::decodeName(path);

@@ -47,11 +47,19 @@ public:
 
     /**
      * Moves an item into the user's trash (freedesktop.org Trash specification) under its own name, or that
-     * name with ".1", ".2", ... when taken; nothing there is replaced. @return no error, or why it did not move.
+     * name with ".1", ".2", ... when taken; nothing there is replaced. A name too long for the trash's notes loses its end.
+     * @return no error, or why it did not move; it is logged.
      */
     VXError safelyTrashFileAtPath(const QString &path);
 
-    /** Moves a file, folder or link to a path that is free, across file systems too. */
+    /** True for whatever has that name, a link that leads nowhere too. */
+    static bool itemExistsAtPath(const QString &path);
+
+    /**
+     * Moves a file, folder or link to a path that is free. To another file system it is copied, with what belongs to it
+     * (VXItemCopy.h), and removed when the copy is on the disk; what may not be removed is not moved. @return no error,
+     * or why it did not move: then it is where it was, and nothing is at the destination. It is logged.
+     */
     VXError moveItemAtPath(const QString &source, const QString &destination);
 
     /**

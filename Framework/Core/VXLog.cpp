@@ -5,8 +5,10 @@
 #include "VXFileHandle.h"
 #include "VXFileManager.h"
 #include "VXFramework.h"
+#include "VXLogClock.h"
 #include "VXSystemLogClient.h"
 #include "VXThread.h"
+#include "VXVisibleText.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QStringEncoder>
@@ -129,6 +131,15 @@ void appendLossy(QByteArray &line, QStringView message)
     line.truncate(end - line.constData());
 }
 
+// Behind each line feed a tab; the message itself where there is none.
+QString withMarkedLines(const QString &message)
+{
+    if (!message.contains(u'\n')) // nearly always
+        return message;
+    QString marked = message;
+    return marked.replace(u'\n', "\n\t"_L1);
+}
+
 // The encoded line, valid until the next one.
 const QByteArray &makeLine(unsigned level, const QString &message) VX_REQUIRES(writeLock)
 {
@@ -138,7 +149,7 @@ const QByteArray &makeLine(unsigned level, const QString &message) VX_REQUIRES(w
     lineBuffer.append(LinePrefix(level).view());
     if (!message.isNull()) {
         lineBuffer.append(' ');
-        appendLossy(lineBuffer, message);
+        appendLossy(lineBuffer, withMarkedLines(message));
     }
     lineBuffer.append('\n');
     return lineBuffer;
@@ -152,6 +163,8 @@ void VXLog::log(unsigned level, const QString &message)
         VXConsoleLog(u"[%1] %2"_s.arg(logLevelString(level), VXDescription(message)));
     else if (VXLog *const logger = logWithFilePath({}))
         logger->logMessage(level, message);
+    else // the thread's loggers have ended before what logs now
+        initWithSystemLog(std::make_unique<VXSystemLogClient>())->logMessage(level, message);
 }
 
 VXLog *VXLog::logWithFilePath(const QString &path)
@@ -181,7 +194,7 @@ void VXLog::setEchoDescriptor(int descriptor)
     echoDescriptor.store(descriptor);
 }
 
-void VXLog::setClock(QDateTime (*clock)())
+void VXSetLogClock(QDateTime (*clock)())
 {
     currentTime.store(clock);
 }
@@ -233,7 +246,7 @@ QString VXLog::formatForLog(unsigned level, const QString &message) const
 {
     QString line = QString::fromLatin1(LinePrefix(level).view());
     if (!message.isNull())
-        line += u' ' + message;
+        line += u' ' + withMarkedLines(message);
     return line + u'\n';
 }
 
@@ -260,7 +273,8 @@ void VXLog::writeLine(const QByteArray &line)
             throw VXException(u"VXFileHandleOperationException"_s, reason);
     }
     if (const int descriptor = echoDescriptor.load(std::memory_order_relaxed); descriptor >= 0) {
+        const QByteArray visible = VXVisibleText(QString::fromUtf8(line)).toUtf8();
         // Nobody is left to tell when the terminal is gone.
-        [[maybe_unused]] const ssize_t written = ::write(descriptor, line.constData(), size_t(line.size()));
+        [[maybe_unused]] const ssize_t written = ::write(descriptor, visible.constData(), size_t(visible.size()));
     }
 }

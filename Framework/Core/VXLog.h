@@ -34,24 +34,24 @@ enum VXLogLevel : unsigned {
 class VX_EXPORT VXLog
 {
 public:
-    /** Logs through the calling thread's default logger; on systems before 10.5 to the console only. */
+    /** Logs through the calling thread's default logger (also while the thread ends, when it has none any more); on
+     *  systems before 10.5 to the console only. */
     static void log(unsigned level, const QString &message);
 
     /**
      * The calling thread's logger for a file, or its default logger for a null path; made on first use, when a
      * file of more than 2 MB is moved to its backup name (path + ".1"). Owned by the thread.
-     * @return nullptr when the file cannot be appended to (the default logger then still has the system log).
+     * @return nullptr when the file cannot be appended to (the default logger then still has the system log), or the
+     * thread is about to end.
      */
     static VXLog *logWithFilePath(const QString &path);
 
     /** "FATAL" to "DEBUG"; "Level N" for 8 and above. */
     static QString logLevelString(unsigned level);
 
-    /** Also writes each line to this stream (a file descriptor, not owned; -1 for none), in every thread. */
+    /** Also writes each line to this stream (a file descriptor, not owned; -1 for none), in every thread; control
+     *  characters are made visible there. */
     static void setEchoDescriptor(int descriptor);
-
-    /** The clock by which a logger falls silent after a failed write; lines show the system's time. */
-    static void setClock(QDateTime (*clock)());
 
     /** A logger with a system log client and, if it can be appended to, the default log file. */
     static std::unique_ptr<VXLog> initWithSystemLog(std::unique_ptr<VXSystemLogClient> client);
@@ -67,7 +67,8 @@ public:
     /** Lets go of the files without closing those that somebody else holds too. */
     void removeFileHandles();
 
-    /** The line for files, line feed included; a null message leaves it out. */
+    /** The line for files, line feed included; a null message leaves it out. Further lines of a message begin with a
+     *  tab, so that none of them looks like an entry. */
     QString formatForLog(unsigned level, const QString &message) const;
 
     /** Writes one message to every file and to the system log. Silent from 60 seconds after a failed write. */

@@ -1,5 +1,6 @@
 #include "VXProcess.h"
 
+#include <QtCore/QByteArrayList>
 #include <QtCore/QFile>
 
 #include <algorithm>
@@ -8,12 +9,16 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
+
+constexpr qsizetype keptMessages = 2048; // bytes
 
 // The archivers take options from these variables, and write names in the user's locale: what they do shall
 // depend on their arguments alone, and names are UTF-8 here.
@@ -59,21 +64,56 @@ public:
     SpawnSetup(const SpawnSetup &) = delete;
     SpawnSetup &operator=(const SpawnSetup &) = delete;
 
-    // Output goes to the descriptor, or nowhere for -1.
-    void setOutput(int descriptor)
+    // Both descriptors above those of the standard streams.
+    void setOutput(int output, int messages)
     {
-        // First, for it may have one of the numbers set after it.
-        if (descriptor >= 0)
-            posix_spawn_file_actions_adddup2(&files, descriptor, STDOUT_FILENO);
-        else
-            posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&files, messages, STDERR_FILENO);
         posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
         posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
     }
 
     posix_spawn_file_actions_t files{};
     posix_spawnattr_t attributes{};
+};
+
+// A pipe whose ends the program does not inherit; its end for writing is no standard stream.
+class Pipe
+{
+public:
+    Pipe() = default;
+    ~Pipe()
+    {
+        closeEnd(_reading);
+        closeEnd(_writing);
+    }
+    Pipe(const Pipe &) = delete;
+    Pipe &operator=(const Pipe &) = delete;
+
+    // 0 or an errno.
+    int open()
+    {
+        std::array<int, 2> ends{-1, -1};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+            return errno;
+        _reading = ends[0];
+        _writing = ::fcntl(ends[1], F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        const int error = _writing < 0 ? errno : 0;
+        ::close(ends[1]);
+        return error;
+    }
+    int writing() const { return _writing; }
+    int takeReading() { return std::exchange(_reading, -1); }
+
+private:
+    static void closeEnd(int descriptor)
+    {
+        if (descriptor >= 0)
+            ::close(descriptor);
+    }
+
+    int _reading = -1;
+    int _writing = -1;
 };
 
 } // namespace
@@ -85,31 +125,40 @@ VXProcess::VXProcess(const QString &program, const QList<QByteArray> &arguments,
 
 VXProcess::~VXProcess()
 {
-    if (_outputDescriptor >= 0)
-        ::close(_outputDescriptor);
+    for (const int descriptor : {_outputDescriptor, _messageDescriptor}) {
+        if (descriptor >= 0)
+            ::close(descriptor);
+    }
 }
 
 int VXProcess::launch(bool capturesOutput)
 {
-    std::array<int, 2> pipe{-1, -1};
-    if (capturesOutput && ::pipe2(pipe.data(), O_CLOEXEC) != 0)
-        return errno;
-    _outputDescriptor = pipe[0];
+    Pipe output;
+    Pipe messages;
+    if (const int error = messages.open())
+        return error;
+    if (const int error = capturesOutput ? output.open() : 0)
+        return error;
 
     SpawnSetup setup;
-    setup.setOutput(pipe[1]);
+    setup.setOutput(capturesOutput ? output.writing() : messages.writing(), messages.writing());
     if (!_workingFolder.isEmpty())
         posix_spawn_file_actions_addchdir_np(&setup.files, _workingFolder.constData());
-    std::vector<char *> arguments{const_cast<char *>(_program.constData())};
-    for (const QByteArray &argument : _arguments)
+    // A limit that holds from the start is set by a program that then becomes the other one.
+    QByteArrayList words{_program};
+    if (_largestFile >= 0)
+        words = {"/usr/bin/prlimit", "--fsize=" + QByteArray::number(_largestFile), _program};
+    words += _arguments;
+    std::vector<char *> arguments;
+    for (const QByteArray &argument : words)
         arguments.push_back(const_cast<char *>(argument.constData()));
     arguments.push_back(nullptr);
 
     pid_t identifier = 0;
-    const int error = ::posix_spawn(&identifier, _program.constData(), &setup.files, &setup.attributes,
+    const int error = ::posix_spawn(&identifier, words.first().constData(), &setup.files, &setup.attributes,
                                     arguments.data(), childEnvironment().data());
-    if (pipe[1] >= 0)
-        ::close(pipe[1]);
+    _outputDescriptor = output.takeReading();
+    _messageDescriptor = messages.takeReading();
     const VXMutexLocker lock(_lock);
     _identifier = error == 0 ? identifier : 0;
     return error;
@@ -124,8 +173,7 @@ int VXProcess::waitUntilExit(QByteArray *output, qsizetype maximumOutput)
     }
     if (identifier == 0)
         return -1;
-    if (output != nullptr)
-        readOutput(output, maximumOutput);
+    readAll(output, maximumOutput);
     // The number stays the program's until it is reaped, so that terminate() never hits another one.
     siginfo_t info{};
     while (::waitid(P_PID, static_cast<id_t>(identifier), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR)
@@ -139,21 +187,32 @@ int VXProcess::waitUntilExit(QByteArray *output, qsizetype maximumOutput)
     return WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status);
 }
 
-void VXProcess::readOutput(QByteArray *output, qsizetype maximumOutput)
+// Both pipes at once, for the program waits while one is full.
+void VXProcess::readAll(QByteArray *output, qsizetype maximumOutput)
 {
     std::array<char, 65536> buffer{};
-    while (true) {
-        const ssize_t count = ::read(_outputDescriptor, buffer.data(), buffer.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
+    std::array<pollfd, 2> pipes{pollfd{_messageDescriptor, POLLIN, 0}, pollfd{_outputDescriptor, POLLIN, 0}};
+    while (pipes[0].fd >= 0 || pipes[1].fd >= 0) {
+        if (::poll(pipes.data(), pipes.size(), -1) < 0 && errno != EINTR)
             return;
-        if (output->size() + count > maximumOutput) {
-            terminate();
-            return;
+        for (pollfd &pipe : pipes) {
+            const bool isReady = pipe.fd >= 0 && std::exchange(pipe.revents, 0) != 0;
+            const ssize_t count = isReady ? ::read(pipe.fd, buffer.data(), buffer.size()) : -1;
+            if (isReady && (count == 0 || (count < 0 && errno != EINTR)))
+                pipe.fd = -1; // which poll passes over
+            else if (count > 0 && &pipe == pipes.data())
+                _messages.append(buffer.data(), std::min<qsizetype>(count, keptMessages - _messages.size()));
+            else if (count > 0 && output != nullptr && output->size() + count <= maximumOutput)
+                output->append(buffer.data(), count);
+            else if (count > 0)
+                terminate();
         }
-        output->append(buffer.data(), count);
     }
+}
+
+QString VXProcess::messages() const
+{
+    return QString::fromUtf8(_messages).simplified();
 }
 
 void VXProcess::terminate()

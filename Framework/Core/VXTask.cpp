@@ -101,26 +101,37 @@ void VXTask::finish(const std::function<void()> &completion)
     completion();
 }
 
-int VXTask::runProgram(const QString &program, const QList<QByteArray> &arguments, const QString &workingFolder,
-                       QByteArray *output, qsizetype maximumOutput)
+int VXTask::runProgram(const Run &run)
 {
-    const auto process = std::make_shared<VXProcess>(program, arguments, workingFolder);
+    const auto process = std::make_shared<VXProcess>(run.program, run.arguments, run.workingFolder);
+    process->setLargestFile(run.largestFile);
     int startError = 0;
     {
         const VXMutexLocker lock(_lock); // so that cancelling finds either the mark unread or the program running
         if (_didCancel)
             return SIGTERM;
-        startError = process->launch(output != nullptr);
+        startError = process->launch(run.output != nullptr);
         if (startError == 0)
             _process = process;
     }
     if (startError != 0) {
-        VXLogMethod(VXLogError, "runProgram:", u"Could not start %1: %2"_s.arg(program, qt_error_string(startError)));
+        VXLogMethod(VXLogError,
+                    "runProgram:", u"Could not start %1: %2"_s.arg(run.program, qt_error_string(startError)));
         return couldNotStart;
     }
-    const int status = process->waitUntilExit(output, maximumOutput);
-    const VXMutexLocker lock(_lock);
-    _process.reset();
+    const int status = process->waitUntilExit(run.output, run.maximumOutput);
+    bool wasCancelled = false;
+    {
+        const VXMutexLocker lock(_lock);
+        _process.reset();
+        wasCancelled = _didCancel;
+    }
+    if (status != 0 && !wasCancelled) {
+        const QString words = process->messages();
+        VXLogMethod(VXLogError, "runProgram:",
+                    u"%1 ended with %2: %3"_s.arg(run.program, QString::number(status),
+                                                  words.isEmpty() ? u"it did not say why"_s : words));
+    }
     return status;
 }
 

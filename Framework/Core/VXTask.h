@@ -59,10 +59,20 @@ protected:
      */
     void start(std::function<void()> work, std::function<void()> completion);
 
-    /** On the worker: runs a program to its end. Output, if asked for, is limited to so many bytes; more ends it.
-     *  @return its exit status, the signal that ended it, or couldNotStart, which is logged. */
-    int runProgram(const QString &program, const QList<QByteArray> &arguments, const QString &workingFolder = {},
-                   QByteArray *output = nullptr, qsizetype maximumOutput = std::numeric_limits<qsizetype>::max());
+    /** A program to run. Output, if asked for, is limited to so many bytes, and each file that it writes too. */
+    struct Run
+    {
+        QString program;
+        QList<QByteArray> arguments;
+        QString workingFolder = {};
+        QByteArray *output = nullptr;
+        qsizetype maximumOutput = std::numeric_limits<qsizetype>::max();
+        qint64 largestFile = -1; // -1 for any
+    };
+
+    /** On the worker: runs a program to its end. A failure is logged, with what the program said.
+     *  @return its exit status, the signal that ended it, or couldNotStart. */
+    int runProgram(const Run &run);
 
     void setError(const VXError &error);
 

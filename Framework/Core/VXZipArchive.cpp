@@ -5,9 +5,11 @@
 #include <QtCore/QFile>
 #include <QtCore/QSet>
 #include <QtCore/QStringDecoder>
+#include <QtCore/QtNumeric>
 
 #include <algorithm>
 #include <climits>
+#include <limits>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -41,6 +43,12 @@ QList<QByteArray> lines(const QByteArray &text)
     QList<QByteArray> result = text.split('\n');
     result.removeLast(); // behind the last line feed
     return result;
+}
+
+// A status of 1 is a warning, as long as there are entries.
+bool isRead(int status, const QByteArray &list)
+{
+    return status == 0 || (status == VXZipArchive::warned && !list.isEmpty());
 }
 
 QList<QByteArray> components(const QByteArray &path)
@@ -91,9 +99,9 @@ int VXZipArchive::read()
     QByteArray names;
     QByteArray details;
     int status = _run(zipinfo, {"-1", pathArgument()}, &names, maximumListing);
-    if (status == 0) // with a pattern there are no lines but the entries'
+    if (isRead(status, names)) // with a pattern there are no lines but the entries'
         status = _run(zipinfo, {"-s", pathArgument(), "*"}, &details, maximumListing);
-    if (status != 0)
+    if (!isRead(status, details))
         return status;
 
     const QList<QByteArray> nameLines = lines(names);
@@ -104,7 +112,25 @@ int VXZipArchive::read()
         _entries[index].name = nameLines[index];
         _isUnderstood = _isUnderstood && readEntry(nameLines[index], detailLines[index], &_entries[index]);
     }
-    return status;
+    return _isUnderstood ? 0 : status; // what was no list, but a warning, has its status
+}
+
+qint64 VXZipArchive::totalSize() const
+{
+    qint64 total = 0;
+    for (const Entry &entry : _entries) {
+        if (qAddOverflow<qint64>(total, entry.size, &total))
+            return std::numeric_limits<qint64>::max();
+    }
+    return total;
+}
+
+qint64 VXZipArchive::largestSize() const
+{
+    qint64 largest = 0;
+    for (const Entry &entry : _entries)
+        largest = std::max<qint64>(largest, entry.size);
+    return largest;
 }
 
 // "lrwxrwxrwx  3.0 unx        4 bx stor 24-Nov-21 06:59 name"

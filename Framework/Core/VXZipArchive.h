@@ -18,13 +18,21 @@ public:
     using Runner = std::function<int(const QString &program, const QList<QByteArray> &arguments, QByteArray *output,
                                      qsizetype maximumOutput)>;
 
+    /** The exit status of the archivers after a mere warning. */
+    static constexpr int warned = 1;
+
     VXZipArchive(QString path, Runner run);
 
     /** The archive's path as an argument of unzip and zipinfo, which take wildcards and options there. */
     QByteArray pathArgument() const;
 
-    /** Lists the entries. @return zipinfo's exit status; all else is valid only after 0. */
+    /** Lists the entries. @return 0, or zipinfo's exit status; all else is valid only after 0. Archives that have
+     *  something in front, as those that unpack themselves, are read all the same. */
     int read();
+
+    /** By the list, in bytes: what all entries take when unpacked, at most the largest number, and the largest of them. */
+    qint64 totalSize() const;
+    qint64 largestSize() const;
 
     /** Null for an archive without entries. Unprintable characters are shown as zipinfo shows them. */
     QString firstEntryName() const;

@@ -5,11 +5,13 @@
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXStagedFolder.h"
 #include "VXZipArchive.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QLocale>
 
 using namespace Qt::StringLiterals;
 
@@ -35,6 +37,11 @@ bool hasZipExtension(const QString &path)
 {
     const QString name = QFileInfo(path).fileName();
     return name.size() > 4 && name.endsWith(".zip"_L1);
+}
+
+QString sizeText(qint64 bytes)
+{
+    return QLocale().formattedDataSize(bytes);
 }
 
 QString statusText(int status)
@@ -99,7 +106,7 @@ void VXZipFile::zipFiles(const QStringList &sourcePaths, const QString &destinat
     for (qsizetype index = 0; !isSingle && index < sourcePaths.size(); ++index)
         arguments.append(argument(sourcePaths[index]));
     arguments.append({"-x", ".DS_Store"});
-    const int status = runProgram(u"/usr/bin/zip"_s, arguments, isSingle ? first.path() : QString());
+    const int status = runProgram({u"/usr/bin/zip"_s, arguments, isSingle ? first.path() : QString()});
     if (status != 0)
         setError(VXMakeFileError(VXLocalizedString(u"Unable to zip file(s)."_s), statusText(status), archive));
 }
@@ -117,24 +124,49 @@ void VXZipFile::unzip(const QString &zipPath)
 
 void VXZipFile::unzipFile(const QString &zipPath, const QString &destinationFolder)
 {
-    VXZipArchive archive(
-        zipPath, [this](const QString &program, const QList<QByteArray> &arguments, QByteArray *output,
-                        qsizetype maximumOutput) { return runProgram(program, arguments, {}, output, maximumOutput); });
+    VXZipArchive archive(zipPath, [this](const QString &program, const QList<QByteArray> &arguments, QByteArray *output,
+                                         qsizetype maximumOutput) {
+        return runProgram({program, arguments, {}, output, maximumOutput});
+    });
     if (const int status = archive.read(); status == couldNotStart) {
-        VXLogMethod(VXLogError, "_unzip:", u"Could not open zipinfo for reading"_s);
+        VXLogMethod(VXLogError, "unzip:", u"Could not open zipinfo for reading"_s);
         return failUnzip(zipPath, {});
     } else if (status != 0) {
         return failUnzip(zipPath, statusText(status));
     }
-    if (const QString refusal = archive.refusal(); !refusal.isNull() && !didCancel()) {
-        VXLogMethod(VXLogError, "_unzip:", refusal);
-        return failUnzip(zipPath, refusal);
-    }
+    if (const QString refusal = archive.refusal(); !refusal.isNull() && !didCancel())
+        return refuse(zipPath, refusal);
+    unpack(archive, zipPath, destinationFolder);
+}
+
+void VXZipFile::unpack(const VXZipArchive &archive, const QString &zipPath, const QString &destinationFolder)
+{
+    VXStagedFolder staged(destinationFolder);
+    if (staged.path().isNull())
+        return refuse(zipPath, staged.reason());
+    if (archive.totalSize() > staged.freeBytes())
+        return refuse(zipPath, VXLocalizedString(u"The archive holds %1, and only %2 are free."_s)
+                                   .arg(sizeText(archive.totalSize()), sizeText(staged.freeBytes())));
+    // The limit is for what an archive holds beyond its list.
     const int status =
-        runProgram(u"/usr/bin/unzip"_s, {"-u", "-o", "-qq", archive.pathArgument(), "-d", argument(destinationFolder)});
+        runProgram({.program = u"/usr/bin/unzip"_s,
+                    .arguments = {"-u", "-o", "-qq", archive.pathArgument(), "-d", argument(staged.path())},
+                    .largestFile = archive.largestSize()});
+    if (staged.usedBytes() > archive.totalSize())
+        return refuse(zipPath, VXLocalizedString(u"The archive holds more than its list says."_s));
+    if (status == 0 || status == VXZipArchive::warned) {
+        if (const QString reason = staged.moveIntoPlace(); !reason.isNull())
+            return refuse(zipPath, reason);
+    }
     if (status != 0)
         return failUnzip(zipPath, statusText(status));
     setDestinationPath(QDir::cleanPath(destinationFolder + u'/' + archive.firstEntryName()));
+}
+
+void VXZipFile::refuse(const QString &zipPath, const QString &reason)
+{
+    VXLogMethod(VXLogError, "unzip:", u"%1: %2"_s.arg(zipPath, reason));
+    failUnzip(zipPath, reason);
 }
 
 void VXZipFile::failUnzip(const QString &zipPath, const QString &suggestion)

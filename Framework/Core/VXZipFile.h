@@ -6,6 +6,8 @@
 #include <QtCore/QMetaType>
 #include <QtCore/QStringList>
 
+class VXZipArchive;
+
 /**
  * Makes and unpacks zip archives with the system's archivers, in the background. When done the delegate is
  * sent `zipDidComplete(VXZipFile *)` or `unzipDidComplete(VXZipFile *)`, if it has such an invokable
@@ -33,7 +35,9 @@ public:
     /**
      * Unpacks into the destination folder, or the archive's own folder when none is set, over older files.
      * `destinationPath` becomes the path of the archive's first entry. An archive with an entry that would be
-     * written outside the folder, or with a link that leads there, is refused whole. A null path fails an assertion.
+     * written outside the folder, or with a link that leads there, is refused whole, as is one that by its list does not
+     * fit on the disk. Files appear there when all are unpacked, none after a failure; a mere warning (status 1), as for
+     * an archive that unpacks itself, is an error too, but the files are there. A null path fails an assertion.
      */
     void unzip(const QString &zipPath);
 
@@ -42,6 +46,8 @@ private:
 
     void zipFiles(const QStringList &sourcePaths, const QString &destination);
     void unzipFile(const QString &zipPath, const QString &destinationFolder);
+    void unpack(const VXZipArchive &archive, const QString &zipPath, const QString &destinationFolder);
+    void refuse(const QString &zipPath, const QString &reason);
     void failUnzip(const QString &zipPath, const QString &suggestion);
 };
 

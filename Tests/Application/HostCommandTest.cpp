@@ -20,7 +20,7 @@ protected:
     const QString logFile = u".local/state/Vornix/error.log"_s;
     const QByteArray log = "torn line\n"
                            "Nov 15 22:04:32.118 [311:2] <ERROR> first\n"
-                           "its second line\n"
+                           "\tits second line\n"
                            "Nov 15 22:04:33.000 [311:0] <DEBUG>\n"
                            "Nov 15 22:04:34.000 [312:1] <Level 9> odd\n";
 };
@@ -124,7 +124,7 @@ TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
     EXPECT_EQ(runHost({u"log"_s}).output, QByteArray("")); // there is none yet
     writeFile(logFile, log);
     EXPECT_EQ(runHost({u"log"_s}).output, log);
-    const QByteArray errors = "Nov 15 22:04:32.118 [311:2] <ERROR> first\nits second line\n";
+    const QByteArray errors = "Nov 15 22:04:32.118 [311:2] <ERROR> first\n\tits second line\n";
     EXPECT_EQ(runHost({u"log"_s, u"--level"_s, u"3"_s}).output, errors);
     EXPECT_EQ(runHost({u"log"_s, u"--level"_s, u"Warning"_s}).output, errors);
     EXPECT_EQ(runHost({u"log"_s, u"--level"_s, u"2"_s}).output, QByteArray(""));
@@ -140,6 +140,10 @@ TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
     EXPECT_EQ(entries[2][u"level"_s], u"Level 9"_s);
     EXPECT_EQ(runHost({u"log"_s, u"--json"_s, u"--level"_s, u"0"_s}).output, QByteArray("[]\n"));
     EXPECT_EQ(runHost({u"log"_s, u"--json"_s, u"--follow"_s}).status, 2);
+
+    // What was logged by others, and may steer a terminal.
+    writeFile(logFile, "Nov 15 22:04:34.000 [312:1] <ERROR> \x1b[2J\r\n");
+    EXPECT_EQ(runHost({u"log"_s}).output, QByteArray("Nov 15 22:04:34.000 [312:1] <ERROR> ^[[2J^M\n"));
 }
 
 TEST_F(HostCommandTest, LogFollowsAcrossRotation)

@@ -1,6 +1,7 @@
 #include "VXTesting.h"
 
 #include "VXDiagnostics.h"
+#include "VXException.h"
 #include "VXFolders.h"
 #include "VXMutex.h"
 
@@ -73,6 +74,16 @@ bool VXRunUntil(const std::function<bool()> &condition)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     return true;
+}
+
+QString VXReasonOfAssertion(const std::function<void()> &call)
+{
+    try {
+        call();
+    } catch (const VXAssertionException &exception) {
+        return exception.reason();
+    }
+    return {};
 }
 
 namespace {

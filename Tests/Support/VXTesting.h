@@ -43,6 +43,9 @@ private:
 /** Runs the main event loop until the condition holds; false after 10 seconds without it. */
 [[nodiscard]] bool VXRunUntil(const std::function<bool()> &condition);
 
+/** The reason of the assertion that fails in the call; null when none does. */
+QString VXReasonOfAssertion(const std::function<void()> &call);
+
 /** The diagnostics of the platform layer while it lives, in place of the console. One at a time; any thread. */
 class VXDiagnosticRecorder
 {

@@ -8,6 +8,7 @@
 #include "VXLogTail.h"
 #include "VXModalSession.h"
 #include "VXSignalWatcher.h"
+#include "VXVisibleText.h"
 
 #include <limits>
 
@@ -32,7 +33,7 @@ public:
         if (_output.isJSON())
             addToEntry(entry, line);
         else if (_passes)
-            _output.writePart(line);
+            _output.writePart(VXVisibleText(QString::fromUtf8(line)).toUtf8());
     }
 
     void finish()
@@ -51,7 +52,7 @@ private:
             finish();
             _last = entry;
         } else if (_last) {
-            _last->message += u'\n' + QString::fromUtf8(line);
+            _last->message += u'\n' + QString::fromUtf8(line.startsWith('\t') ? line.sliced(1) : line);
         }
     }
 
@@ -104,9 +105,11 @@ VXHostCommand VXLogCommand()
 {
     return {.name = u"log"_s,
             .summary = u"Show the log"_s,
-            .details = u"Shows error.log of the logs folder. An entry keeps the lines that continue it. With --json "
-                       "the answer is an array of objects with date, process, thread, level and message.\n"
-                       "With --follow it goes on until it is interrupted, across the log's rotation too."_s,
+            .details =
+                u"Shows error.log of the logs folder. An entry keeps the lines that continue it, which begin with a "
+                "tab; control characters are shown, not obeyed. With --json "
+                "the answer is an array of objects with date, process, thread, level and message.\n"
+                "With --follow it goes on until it is interrupted, across the log's rotation too."_s,
             .options = {{u"follow"_s, {}, u"Go on showing what is logged"_s},
                         {u"level"_s, u"L"_s, u"Only entries as severe as L or more: 0 to 7, or fatal to debug"_s}},
             .run = runLog};

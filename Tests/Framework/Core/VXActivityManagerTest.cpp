@@ -1,9 +1,10 @@
 #include "VXActivityManager.h"
-#include "VXException.h"
 #include "VXTesting.h"
 
 #include <atomic>
+#include <stdexcept>
 #include <thread>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -39,6 +40,8 @@ TEST_F(VXActivityManagerTest, ANewerActivityTakesThePlaceOfOneWithItsIdentifier)
     EXPECT_EQ(first->delegate(), nullptr);
 
     manager.removeActivityWithIdentifier(u"unknown"_s);
+    manager.removeActivity(first); // which is gone, and shares the identifier
+    EXPECT_EQ(manager.activityWithIdentifier(u"id"_s), second);
     manager.removeActivity(second);
     manager.removeActivity(second);
     EXPECT_EQ(events.size(), 4);
@@ -50,12 +53,41 @@ TEST_F(VXActivityManagerTest, FreshIdentifiersDifferAndNoneIsAProgrammingError)
     const VXActivity::Ptr one = manager.addActivityWithTitle(u"one"_s);
     const VXActivity::Ptr two = manager.addActivityWithTitle(u"two"_s);
     EXPECT_NE(one->identifier(), two->identifier());
-    try {
-        manager.addActivityWithTitle(u"title"_s, QString());
-        FAIL();
-    } catch (const VXAssertionException &exception) {
-        EXPECT_EQ(exception.reason(), u"theIdentifier can not be nil: title"_s);
+    EXPECT_EQ(VXReasonOfAssertion([this] { manager.addActivityWithTitle(u"title"_s, QString()); }),
+              u"theIdentifier can not be nil: title"_s);
+}
+
+TEST_F(VXActivityManagerTest, LeaveWhateverObserversDo)
+{
+    QObject troublemaker;
+    std::function<void()> trouble;
+    VXNotificationCenter::defaultCenter().addObserver(&troublemaker, VXActivityManagerWillRemoveActivityNotification,
+                                                      [&](const VXNotification &) { trouble(); });
+    const QList<std::function<void()>> troubles{
+        [] { throw std::runtime_error("thrown"); },
+        [&] { manager.removeActivityWithIdentifier(u"id"_s); },
+    };
+    for (const auto &each : troubles) {
+        trouble = each;
+        const VXActivity::Ptr activity = manager.addActivityWithTitle(u"title"_s, u"id"_s);
+        activity->setDelegate(&context);
+        try {
+            manager.removeActivity(activity);
+        } catch (const std::runtime_error &) { // for now it comes through to who removes
+        }
+        EXPECT_EQ(manager.activityWithIdentifier(u"id"_s), nullptr);
+        EXPECT_EQ(activity->delegate(), nullptr);
     }
+    VXActivity::Ptr newer;
+    bool isReplaced = false;
+    trouble = [&] {
+        if (!std::exchange(isReplaced, true))
+            newer = manager.addActivityWithTitle(u"newer"_s, u"id"_s);
+    };
+    manager.removeActivity(manager.addActivityWithTitle(u"older"_s, u"id"_s));
+    EXPECT_EQ(manager.activityWithIdentifier(u"id"_s), newer);
+    trouble = [] {};
+    manager.removeActivity(newer);
 }
 
 TEST_F(VXActivityManagerTest, WorkersAddUpdateAndRemoveWhileTheMainThreadLooksOn)

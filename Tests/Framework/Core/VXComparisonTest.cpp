@@ -3,6 +3,10 @@
 #include "VXTesting.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QUrl>
+
+#include <memory>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -40,11 +44,48 @@ TEST(VXComparison, OrdersValuesOfEveryKind)
         {"nested lists", QVariantList{QVariantList{u"b"_s}}, QVariantList{QVariantList{u"a"_s}}, 1},
         {"nothing comes first", QVariant(), 0, -1},
         {"nothing and nothing", QVariant(), QVariant(), 0},
-        {"kinds that do not go together", u"1"_s, 1, 0},
+        {"lists of texts", QStringList{u"b"_s}, QStringList{u"a"_s}, 1},
+        {"a null text is none", QString(), QVariant(), 0},
+        {"what is no number", qQNaN(), -qInf(), -1},
+        {"a whole number and one that is nearly so", qlonglong(9007199254740993), 9007199254740992.0, 1},
     };
     for (const auto &[what, a, b, expected] : cases) {
         EXPECT_EQ(vx_compare(a, b), expected) << what;
         EXPECT_EQ(vx_compare(b, a), -expected) << what << ", turned round";
+    }
+}
+
+// Two values of each kind, in the order of the kinds; those of the last three have no order among themselves.
+TEST(VXComparison, OrdersMixedKinds)
+{
+    QObject one;
+    QObject two;
+    const VXValueSet small{{1}};
+    const VXValueSet large{{1}, {2}};
+    const QList<QVariantList> kinds = {
+        {QVariant(), QString(), QByteArray(), QVariant::fromValue<QObject *>(nullptr)},
+        {qQNaN(), false, 1, 1.5, 2ULL},
+        {u""_s, u"1"_s, u"a"_s},
+        {QVariant::fromValue(VXAttributedString{u"A"_s, {}}), QVariant::fromValue(VXAttributedString{u"a"_s, {}})},
+        {QDateTime::fromSecsSinceEpoch(1), QDateTime::fromSecsSinceEpoch(2)},
+        {QByteArray("garbage"), VXArchivedData(1), VXArchivedData(u"a"_s)},
+        {QVariant::fromValue(small), QVariant::fromValue(large)},
+        {QVariantList{}, QStringList{u"a"_s}, QVariantList{u"b"_s}},
+        {QVariantMap{{u"a"_s, 1}}, QVariantHash{{u"b"_s, 2}}},
+        {QVariant::fromValue(&one), QUrl(u"a:b"_s), QVariant::fromValue(&two)},
+    };
+    const auto hasOrder = [&kinds](qsizetype kind) { return kind != 0 && kind < kinds.size() - 2; };
+    for (qsizetype left = 0; left < kinds.size(); ++left) {
+        for (qsizetype right = 0; right < kinds.size(); ++right) {
+            for (qsizetype a = 0; a < kinds[left].size(); ++a) {
+                for (qsizetype b = 0; b < kinds[right].size(); ++b) {
+                    const bool isWithin = left == right;
+                    const qsizetype difference = !isWithin ? left - right : (hasOrder(left) ? a - b : 0);
+                    EXPECT_EQ(vx_compare(kinds[left][a], kinds[right][b]), (difference > 0) - (difference < 0))
+                        << left << '/' << a << " and " << right << '/' << b;
+                }
+            }
+        }
     }
 }
 
@@ -98,11 +139,65 @@ TEST(VXComparison, SplitsTwoVersionsOfAList)
     }
 }
 
-TEST(VXComparison, EqualValuesAreOneItemWhateverTheirType)
+// Values that are equal stand in one row.
+TEST(VXComparison, EqualityAndHashGoTogether)
 {
-    const QVariantMap nested{{u"a"_s, QVariantList{1, 2}}};
-    const QVariantMap same{{u"a"_s, QVariantList{1.0, qlonglong(2)}}};
-    const QVariantMap result = vx_compareWithArray({1, nested, QByteArray("x")}, {1.0, same, QByteArray("x")});
-    EXPECT_EQ(result.keys(), QStringList{VXComparisonItemsUnchanged});
-    EXPECT_EQ(result.value(VXComparisonItemsUnchanged).toList().size(), 3);
+    QObject one;
+    QObject two;
+    const QDateTime date = QDateTime::fromSecsSinceEpoch(1'000'000, Qt::UTC);
+    const QList<QVariantList> rows = {
+        {1, 1.0, true, 1ULL},
+        {u"1"_s},
+        {QByteArray("1")},
+        {0.0, -0.0, false},
+        {QVariant(), QString(), QByteArray()},
+        {u""_s},
+        {QByteArray("")},
+        {qQNaN(), qQNaN()},
+        {qlonglong(9007199254740993)},
+        {qlonglong(9007199254740992), 9007199254740992.0},
+        {date, date.toOffsetFromUtc(7200)},
+        {date.addMSecs(1)},
+        {QVariantList{1, u"a"_s}, QVariantList{1.0, u"a"_s}},
+        {QVariantList{u"1"_s, u"a"_s}, QStringList{u"1"_s, u"a"_s}},
+        {QVariantMap{{u"a"_s, QVariantList{1, 2}}}, QVariantHash{{u"a"_s, QVariantList{1.0, 2LL}}}},
+        {QVariantMap{{u"a"_s, QVariantList{1, u"2"_s}}}},
+        {QVariant::fromValue(VXValueSet{{1}, {2}}), QVariant::fromValue(VXValueSet{{2.0}, {1}})},
+        {QVariant::fromValue(VXAttributedString{u"1"_s, {}})},
+        {QUrl(u"a:b"_s), QUrl(u"a:b"_s)},
+        {QVariant::fromValue(&one), QVariant::fromValue(&one)},
+        {QVariant::fromValue(&two)},
+    };
+    for (const QVariantList &row : rows) {
+        for (const QVariantList &other : rows) {
+            for (const QVariant &a : row) {
+                for (const QVariant &b : other) {
+                    EXPECT_EQ(vx_isEqual(a, b), &row == &other)
+                        << testing::PrintToString(a) << " and " << testing::PrintToString(b);
+                    EXPECT_TRUE(&row != &other || qHash(VXHashableValue{a}, 7) == qHash(VXHashableValue{b}, 7))
+                        << testing::PrintToString(a);
+                }
+            }
+        }
+    }
+}
+
+// With equal hashes for all dates or all objects this takes hours.
+TEST(VXComparison, SplitsLongListsOfEveryKind)
+{
+    constexpr int count = 20'000;
+    std::vector<std::unique_ptr<QObject>> objects;
+    QVariantList before;
+    QVariantList after;
+    for (int number = 0; number < count; ++number) {
+        objects.push_back(std::make_unique<QObject>());
+        QVariantList &list = number % 2 == 0 ? before : after;
+        for (QVariantList *each : {&list, number % 8 == 0 ? &after : &list})
+            *each += {QVariant::fromValue(objects.back().get()), QDateTime::fromSecsSinceEpoch(number),
+                      QVariantList{number, u"x"_s}};
+    }
+    const QVariantMap result = vx_compareWithArray(before, after);
+    EXPECT_EQ(result.value(VXComparisonItemsUnchanged).toList().size(), count / 8 * 3);
+    EXPECT_EQ(result.value(VXComparisonItemsRemoved).toList().size(), (count / 2 - count / 8) * 2 * 3);
+    EXPECT_EQ(result.value(VXComparisonItemsAdded).toList().size(), count / 2 * 2 * 3);
 }

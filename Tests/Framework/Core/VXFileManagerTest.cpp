@@ -2,13 +2,14 @@
 
 #include "VXBundle.h"
 #include "VXErrorDomain.h"
-#include "VXException.h"
+#include "VXLogRecorder.h"
 #include "VXTesting.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QScopeGuard>
 #include <QtCore/QUrl>
 
 #include <atomic>
@@ -16,7 +17,10 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -62,11 +66,7 @@ TEST_F(VXFileManagerTest, FindsTheWellKnownFolders)
 TEST_F(VXFileManagerTest, AssertsThatAFolderIsFound)
 {
     const auto reason = [this](VXFolderType type, VXFolderDomain domain) {
-        try {
-            return manager.pathToFolder(type, domain);
-        } catch (const VXAssertionException &exception) {
-            return exception.reason();
-        }
+        return VXReasonOfAssertion([&] { static_cast<void>(manager.pathToFolder(type, domain)); });
     };
     EXPECT_EQ(reason(VXFolderType::Desktop, VXFolderDomain::Local),
               u"Unable to find folder 0x6465736B/0xFFFF8003: -43"_s);
@@ -157,6 +157,29 @@ TEST_F(VXFileManagerTest, TrashingTakesLinksAndFoldersAsTheyAre)
     EXPECT_EQ(readFile(trash(u"files/dangling.1"_s)), "new");
 }
 
+TEST_F(VXFileManagerTest, TrashesTheLongestNames)
+{
+    const QString longest = u"ä"_s.repeated(127) + u'n'; // 255 bytes
+    const QString shortened = u"ä"_s.repeated(122);      // what leaves room for ".trashinfo"
+    for (const QString &expected : {shortened, u"ä"_s.repeated(121) + u".1"_s}) {
+        EXPECT_TRUE(manager.safelyTrashFileAtPath(writeFile(longest, "x")).isNull());
+        EXPECT_TRUE(trashed().contains(expected));
+        EXPECT_THAT(readFile(trash(u"info/"_s + expected + u".trashinfo"_s)).toStdString(),
+                    HasSubstr(QUrl::toPercentEncoding(longest).toStdString()));
+    }
+}
+
+TEST_F(VXFileManagerTest, TheTrashKnowsWhereAnItemReallyLay)
+{
+    writeFile(u"real/sub/file"_s, "x");
+    writeFile(u"real/file"_s, "y");
+    ASSERT_TRUE(QFile::link(path(u"real/sub"_s), path(u"link"_s)));
+    EXPECT_TRUE(manager.safelyTrashFileAtPath(path(u"link/../file"_s)).isNull());
+    EXPECT_EQ(readFile(trash(u"files/file"_s)), "y");
+    const QByteArray real = QFile::encodeName(QFileInfo(path()).canonicalFilePath()) + "/real/file";
+    EXPECT_EQ(readFile(trash(u"info/file.trashinfo"_s)).split('\n').value(1), "Path=" + real);
+}
+
 TEST_F(VXFileManagerTest, FailedTrashingKeepsTheItemAndSaysWhy)
 {
     for (const QString &bad : {path(u"missing"_s), QString(), u"/"_s, path(u".."_s), path(u".local/share/."_s)}) {
@@ -168,7 +191,11 @@ TEST_F(VXFileManagerTest, FailedTrashingKeepsTheItemAndSaysWhy)
         EXPECT_EQ(error.filePath(), bad);
         EXPECT_EQ(VXFileManager::lastError(), error);
     }
+    const VXLogRecorder log;
     EXPECT_FALSE(manager.safelyTrashFileAtPath(path(u".local"_s)).isNull()); // the trash itself lies below
+    EXPECT_EQ(log.count(u"Unable to move "_s + path(u".local"_s)), 1) << log.lines().join(u'\n').toStdString();
+    EXPECT_FALSE(manager.safelyTrashFileAtPath(path(u"missing"_s)).isNull());
+    EXPECT_EQ(log.count(u"Unable to trash "_s + path(u"missing"_s)), 1);
     EXPECT_THAT(trashInfos(), IsEmpty());
 
     const QString file = writeFile(u"kept"_s, "kept");
@@ -277,6 +304,81 @@ TEST_F(VXFileManagerAcrossTest, MovesWholeTrees)
     EXPECT_TRUE(QFileInfo(moved + u"/dangling"_s).isSymLink());
 }
 
+TEST_F(VXFileManagerAcrossTest, KeepsHolesAndExtendedAttributes)
+{
+    const QString file = writeFile(u"tree/sparse"_s, "begin");
+    const QByteArray name = QFile::encodeName(file);
+    QFile sparse(file);
+    ASSERT_TRUE(sparse.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(sparse.seek(64 << 20));
+    sparse.write("middle");
+    ASSERT_TRUE(sparse.resize(128 << 20));
+    sparse.close();
+    const bool hasAttributes = ::setxattr(name.constData(), "user.note", "kept", 4, 0) == 0;
+
+    const QString moved = other.filePath(u"moved"_s);
+    ASSERT_TRUE(manager.moveItemAtPath(path(u"tree"_s), moved).isNull());
+    const QByteArray copy = QFile::encodeName(moved + u"/sparse"_s);
+    struct stat status
+    {
+    };
+    ASSERT_EQ(::stat(copy.constData(), &status), 0);
+    EXPECT_EQ(status.st_size, 128 << 20);
+    EXPECT_LT(status.st_blocks * 512, 1 << 20) << "holes were filled";
+    QFile there(moved + u"/sparse"_s);
+    ASSERT_TRUE(there.open(QIODevice::ReadOnly));
+    EXPECT_EQ(there.read(6), QByteArray("begin\0", 6));
+    ASSERT_TRUE(there.seek((64 << 20) - 1));
+    EXPECT_EQ(there.read(8), QByteArray("\0middle\0", 8));
+    char value[8]{};
+    const bool thereToo = ::setxattr(copy.constData(), "user.other", "x", 1, 0) == 0;
+    EXPECT_TRUE(!hasAttributes || !thereToo ||
+                (::getxattr(copy.constData(), "user.note", value, sizeof value) == 4 && QByteArray(value) == "kept"));
+}
+
+// Root, whom permissions do not stop, becomes somebody else meanwhile.
+TEST_F(VXFileManagerAcrossTest, WhatMayNotBeRemovedIsNotCopied)
+{
+    writeFile(u"open/tree/closed/inner"_s, "x");
+    writeFile(u"closed/file"_s, "x");
+    const QString whole = other.filePath(u"read-only"_s);
+    ASSERT_TRUE(QDir().mkdir(whole));
+    ASSERT_TRUE(QFile(whole + u"/inner"_s).open(QIODevice::WriteOnly));
+    ASSERT_EQ(::chmod(QFile::encodeName(other.path()).constData(), 0777), 0);
+    for (const QString &folder : {u""_s, u"open"_s, u"open/tree"_s})
+        ASSERT_EQ(::chmod(QFile::encodeName(path(folder)).constData(), 0777), 0);
+    for (const QString &folder : {path(u"open/tree/closed"_s), path(u"closed"_s), whole})
+        ASSERT_EQ(::chmod(QFile::encodeName(folder).constData(), 0555), 0);
+    const bool isRoot = ::geteuid() == 0;
+    ASSERT_TRUE(!isRoot || ::seteuid(65534) == 0);
+    const auto back = qScopeGuard([isRoot] { EXPECT_TRUE(!isRoot || ::seteuid(0) == 0); });
+
+    for (const QString &item : {u"open/tree"_s, u"closed/file"_s}) {
+        EXPECT_EQ(manager.moveItemAtPath(path(item), other.filePath(u"moved"_s)).localizedRecoverySuggestion(),
+                  qt_error_string(EACCES));
+        EXPECT_EQ(entries(other.path()), QStringList{u"read-only"_s}) << item.toStdString();
+        EXPECT_TRUE(QFileInfo::exists(path(item)));
+    }
+    if (!isRoot) {
+        EXPECT_FALSE(manager.moveItemAtPath(whole, path(u"moved"_s)).isNull());
+        EXPECT_EQ(entries(whole), QStringList{u"inner"_s});
+    }
+}
+
+TEST_F(VXFileManagerAcrossTest, MovesFoldersThatMayNotBeWrittenTo)
+{
+    ASSERT_EQ(::chmod(QFile::encodeName(path()).constData(), 0777), 0);
+    ASSERT_EQ(::chmod(QFile::encodeName(other.path()).constData(), 0777), 0);
+    const bool isRoot = ::geteuid() == 0;
+    ASSERT_TRUE(!isRoot || ::seteuid(65534) == 0);
+    const auto back = qScopeGuard([isRoot] { EXPECT_TRUE(!isRoot || ::seteuid(0) == 0); });
+    ASSERT_TRUE(QDir().mkdir(path(u"empty"_s)));
+    ASSERT_EQ(::chmod(QFile::encodeName(path(u"empty"_s)).constData(), 0555), 0);
+    EXPECT_TRUE(manager.moveItemAtPath(path(u"empty"_s), other.filePath(u"moved"_s)).isNull());
+    EXPECT_EQ(entries(other.path()), QStringList{u"moved"_s});
+    EXPECT_FALSE(QFileInfo(other.filePath(u"moved"_s)).permission(QFile::WriteOwner));
+}
+
 TEST_F(VXFileManagerAcrossTest, TrashesFromAnotherFileSystem)
 {
     const QString file = other.filePath(u"far.txt"_s);
@@ -327,6 +429,29 @@ TEST_F(VXFileManagerTest, LogFilesRotateAboveTwoMegabytes)
     EXPECT_TRUE(manager.verifyLogFileAtPath(log));
     EXPECT_EQ(QFileInfo(log).size(), 0);
     EXPECT_EQ(QFileInfo(log + u".1"_s).size(), limit + 1);
+}
+
+TEST_F(VXFileManagerTest, ManyProcessesRotateALogOnce)
+{
+    const QString log = path(u"x.log"_s);
+    for (int round = 0; round < 20; ++round) {
+        writeFile(u"x.log"_s, QByteArray(2 * 1048576 + 1, 'x'));
+        std::vector<pid_t> processes;
+        for (int process = 0; process < 4; ++process) {
+            processes.push_back(::fork());
+            if (processes.back() == 0) {
+                const bool verified = manager.verifyLogFileAtPath(log);
+                ::_exit(verified ? 0 : 1);
+            }
+        }
+        for (const pid_t process : processes) {
+            int status = -1;
+            EXPECT_EQ(::waitpid(process, &status, 0), process);
+            EXPECT_EQ(status, 0);
+        }
+        ASSERT_EQ(QFileInfo(log + u".1"_s).size(), 2 * 1048576 + 1) << "the backup was lost in round " << round;
+        EXPECT_EQ(QFileInfo(log).size(), 0);
+    }
 }
 
 TEST_F(VXFileManagerTest, LogProblemsGoToTheConsole)

@@ -2,9 +2,12 @@
 #include "VXException.h"
 #include "VXFileHandle.h"
 #include "VXFramework.h"
+#include "VXLogClock.h"
+#include "VXLogRecorder.h"
 #include "VXMethodLog.h"
 #include "VXSystemLogClient.h"
 #include "VXTesting.h"
+#include "VXVisibleText.h"
 
 #include <QtCore/QRegularExpression>
 
@@ -65,7 +68,7 @@ protected:
     ~VXLogTest() override
     {
         VXBundle::setMainBundle(_before);
-        VXLog::setClock(&QDateTime::currentDateTimeUtc);
+        VXSetLogClock(&QDateTime::currentDateTimeUtc);
     }
 
     /** Runs the work where no line was logged yet: a thread's logger stays with the file of its first line. */
@@ -116,6 +119,39 @@ TEST_F(VXLogTest, WritesUtf8AndDropsWhatHasNoEncoding)
     EXPECT_TRUE(written.endsWith(QByteArray("ä").repeated(200'000) + '\n'));
 }
 
+TEST_F(VXLogTest, FurtherLinesOfAMessageAreNoEntries)
+{
+    const auto log = VXLog::initWithFilePath(path(u"a.log"_s));
+    const QString forged = u"Nov 15 22:04:32.118 [311:2] <ERROR> forged"_s;
+    log->logMessage(3, u"true\n"_s + forged);
+    EXPECT_TRUE(readFile(path(u"a.log"_s)).endsWith("<ERROR> true\n\t" + forged.toUtf8() + '\n'));
+    EXPECT_TRUE(log->formatForLog(3, u"a\nb"_s).endsWith(u"> a\n\tb\n"_s));
+}
+
+TEST_F(VXLogTest, ControlCharactersAreShownOnTheTerminal)
+{
+    EXPECT_EQ(VXVisibleText(u"tab\t, line\n, \x1b[2J, \r, \x7f, \u009b, \u202e, ä😀"_s),
+              u"tab\t, line\n, ^[[2J, ^M, ^?, <U+009B>, <U+202E>, ä😀"_s);
+    const VXLogRecorder terminal;
+    VXLog::initWithFilePath(path(u"a.log"_s))->logMessage(3, u"\x1b]0;title\x07"_s);
+    EXPECT_EQ(terminal.messages(), QStringList{u"<ERROR> ^[]0;title^G"_s});
+    EXPECT_TRUE(readFile(path(u"a.log"_s)).endsWith("<ERROR> \x1b]0;title\x07\n")) << "the file has what was said";
+}
+
+TEST_F(VXLogTest, WhatLogsWhileItsThreadEndsIsHeard)
+{
+    struct Last
+    {
+        ~Last() { VXLog::log(VXLogNotice, u"last words"_s); }
+    };
+    onFreshThread([] {
+        thread_local const Last last; // before the logger, so it goes after it
+        static_cast<void>(&last);
+        VXLog::log(VXLogNotice, u"first"_s);
+    });
+    EXPECT_EQ(lines(errorLog()).filter(u"last words"_s).size(), 1);
+}
+
 TEST_F(VXLogTest, TheSystemLogGetsTheBareMessageUpToLevelSix)
 {
     QStringList system;
@@ -139,7 +175,7 @@ TEST_F(VXLogTest, WithoutALogFileTheDefaultLoggerStillHasTheSystemLog)
 
 TEST_F(VXLogTest, FallsSilentAMinuteAfterAFailedWriteForGood)
 {
-    VXLog::setClock([] { return testTime; });
+    VXSetLogClock([] { return testTime; });
     const auto log = VXLog::initWithFilePath(path(u"a.log"_s));
     const auto handle = std::make_shared<FailingHandle>();
     log->addFileHandle(handle);

@@ -2,6 +2,7 @@
 
 #include "VXErrorDomain.h"
 #include "VXException.h"
+#include "VXLogRecorder.h"
 #include "VXTesting.h"
 
 #include <QtCore/QDir>
@@ -11,6 +12,7 @@
 #include <QtCore/QtEndian>
 
 #include <filesystem>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
@@ -31,6 +33,7 @@ struct RawEntry
     quint32 mode = fileMode;
     quint16 host = hostUnix;
     quint16 flags = 0;
+    std::optional<quint32> listedSize = {}; // the true one when none
 };
 
 template <class T>
@@ -62,7 +65,7 @@ QByteArray rawArchive(const QList<RawEntry> &entries)
             put(common, static_cast<quint16>(value));
         put(common, crc32(entry.data));
         put(common, static_cast<quint32>(entry.data.size()));
-        put(common, static_cast<quint32>(entry.data.size()));
+        put(common, entry.listedSize.value_or(static_cast<quint32>(entry.data.size())));
         put(common, static_cast<quint16>(entry.name.size()));
         put(common, quint16{0});
 
@@ -191,8 +194,10 @@ TEST_F(VXZipFileTest, NamesAreNeitherOptionsNorPatterns)
 
 TEST_F(VXZipFileTest, FailedZippingSaysWhatAndWhere)
 {
+    const VXLogRecorder log;
     file->setDestinationPath(path(u"out.zip"_s));
     zip({path(u"missing"_s)});
+    EXPECT_EQ(log.count(u"/usr/bin/zip ended with 12: zip error: Nothing to do!"_s), 1);
     EXPECT_EQ(file->error(), VXMakeFileError(u"Unable to zip file(s)."_s, u"Error: 12"_s, path(u"out.zip"_s)));
     zip({path(u"no folder/missing"_s)}); // the archiver cannot run there
     EXPECT_EQ(file->error().localizedRecoverySuggestion(), u"Error: 127"_s);
@@ -299,6 +304,67 @@ TEST_F(VXZipFileTest, UnpacksHarmlessLinksAndOddNames)
     EXPECT_EQ(std::filesystem::remove_all(path(u"out/bundle/x"_s).toStdString()), 4U);
 }
 
+TEST_F(VXZipFileTest, AnArchiveThatUnpacksItselfIsUnpackedWithAWarning)
+{
+    const QString archive = writeFile(u"program.zip"_s, QByteArray(500, '#') + rawArchive({{"folder/a", "a"}}));
+    const VXLogRecorder log;
+    unzip(archive, path(u"out"_s));
+    EXPECT_EQ(readFile(path(u"out/folder/a"_s)), "a");
+    EXPECT_EQ(file->error(), VXMakeFileError(u"Unable to unzip file."_s, u"Error: 1"_s, archive));
+    EXPECT_GE(log.count(u"500 extra bytes at beginning"_s), 1) << "in the archiver's own words";
+    EXPECT_EQ(entries(path(u"out"_s)), QStringList{u"folder"_s});
+}
+
+TEST_F(VXZipFileTest, NothingIsLeftOfAnArchiveThatDoesNotFit)
+{
+    QList<RawEntry> bomb;
+    for (int number = 0; number < 40'000; ++number)
+        bomb.append({QByteArray::number(number), "x", fileMode, hostUnix, 0, 0xFFFFFFF0U});
+    const struct
+    {
+        const char *what;
+        QByteArray archive;
+        QString reason;
+    } cases[] = {
+        {"by its list", rawArchive(bomb), u"are free."_s},
+        {"larger than its list says",
+         rawArchive({{"first", "1"}, {"lies", QByteArray(300'000, 'x'), fileMode, hostUnix, 0, 5}}), u"Error: "_s},
+        {"larger than its list says, below the limit",
+         rawArchive({{"limit", QByteArray(9000, 'x')}, {"lies", QByteArray(5000, 'x'), fileMode, hostUnix, 0, 5}}),
+         u"more than its list says"_s},
+        {"a file where a folder is to be", rawArchive({{"first", "1"}, {"taken/x", "x"}}), qt_error_string(EEXIST)},
+    };
+    for (const auto &[what, archive, reason] : cases) {
+        writeFile(u"out/taken"_s, "taken");
+        unzip(writeFile(u"x.zip"_s, archive), path(u"out"_s));
+        EXPECT_THAT(file->error().localizedRecoverySuggestion().toStdString(), HasSubstr(reason.toStdString())) << what;
+        EXPECT_EQ(entries(path(u"out"_s)), QStringList{u"taken"_s}) << what;
+    }
+}
+
+TEST_F(VXZipFileTest, UnpackedFoldersJoinThoseThatAreThere)
+{
+    writeFile(u"out/folder/kept"_s, "kept");
+    writeFile(u"out/folder/newer"_s, "mine");
+    writeFile(u"out/folder/older"_s, "mine");
+    QFile older(path(u"out/folder/older"_s));
+    ASSERT_TRUE(older.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(older.setFileTime(QDateTime::fromSecsSinceEpoch(1'000'000), QFileDevice::FileModificationTime));
+    older.close();
+    unzip(writeFile(u"x.zip"_s, rawArchive({{"folder/", {}, 040555},
+                                            {"folder/newer", "theirs"},
+                                            {"folder/older", "theirs"},
+                                            {"folder/closed/", {}, 040555},
+                                            {"folder/closed/x", "x"}})),
+          path(u"out"_s));
+    EXPECT_TRUE(file->error().isNull()) << file->error().description().toStdString();
+    EXPECT_EQ(readFile(path(u"out/folder/kept"_s)), "kept");
+    EXPECT_EQ(readFile(path(u"out/folder/newer"_s)), "mine");
+    EXPECT_EQ(readFile(path(u"out/folder/older"_s)), "theirs");
+    EXPECT_EQ(readFile(path(u"out/folder/closed/x"_s)), "x");
+    EXPECT_FALSE(QFileInfo(path(u"out/folder/closed"_s)).permission(QFile::WriteOwner));
+}
+
 TEST_F(VXZipFileTest, CancelEndsTheRunningArchiver)
 {
     QFile large(writeFile(u"large"_s, {}));
@@ -344,16 +410,8 @@ TEST_F(VXZipFileTest, WorksForNobodyAndForTheSilent)
 
 TEST_F(VXZipFileTest, AssertsPaths)
 {
-    const auto reason = [](const auto &operation) {
-        try {
-            operation();
-        } catch (const VXAssertionException &exception) {
-            return exception.reason();
-        }
-        return QString();
-    };
-    EXPECT_EQ(reason([this] { file->zip({}); }), u"theSourcePaths can not be nil/empty"_s);
-    EXPECT_EQ(reason([this] { file->unzip({}); }), u"aFilePath can not be nil"_s);
+    EXPECT_EQ(VXReasonOfAssertion([this] { file->zip({}); }), u"theSourcePaths can not be nil/empty"_s);
+    EXPECT_EQ(VXReasonOfAssertion([this] { file->unzip({}); }), u"aFilePath can not be nil"_s);
     EXPECT_FALSE(file->isRunning());
 }
 

@@ -1,0 +1,138 @@
+#include "VXStagedFolder.h"
+
+#include "VXFileManager.h"
+#include "VXItemCopy.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path systemPath(const QString &path)
+{
+    return QFile::encodeName(path).toStdString();
+}
+
+// A folder that may not be written to cannot change its parent.
+std::error_code renameItem(const fs::path &from, const fs::path &to)
+{
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(from, error);
+    if (status.type() != fs::file_type::directory) {
+        fs::rename(from, to, error);
+        return error;
+    }
+    fs::permissions(from, fs::perms::owner_all, fs::perm_options::add, error);
+    fs::rename(from, to, error);
+    std::error_code ignored;
+    fs::permissions(error ? from : to, status.permissions(), ignored);
+    return error;
+}
+
+// What stands at the destination of an item: nothing, a folder to go on in, a file, or what is in the way.
+enum class Place { Free, Folder, OlderFile, NewerFile, Blocked };
+
+Place placeFor(const fs::directory_entry &item, const fs::path &to)
+{
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(to, error)))
+        return Place::Free;
+    const bool isFolder = !item.is_symlink(error) && item.is_directory(error);
+    if (isFolder || fs::is_directory(to, error))
+        return isFolder && fs::is_directory(to, error) ? Place::Folder : Place::Blocked;
+    return QFileInfo(QFile::decodeName(to.c_str())).lastModified() <
+                   QFileInfo(QFile::decodeName(item.path().c_str())).lastModified()
+               ? Place::OlderFile
+               : Place::NewerFile;
+}
+
+// Moves what is in a folder into another one; without `moves` only looks whether that would go.
+std::error_code merge(const fs::path &from, const fs::path &to, bool moves)
+{
+    std::error_code error;
+    fs::directory_iterator item(from, error);
+    while (!error && item != fs::directory_iterator()) {
+        const fs::directory_entry entry = *item;
+        const fs::path target = to / entry.path().filename();
+        item.increment(error); // before the entry goes
+        if (error)
+            break;
+        switch (placeFor(entry, target)) {
+        case Place::Free:
+        case Place::OlderFile:
+            error = moves ? renameItem(entry.path(), target) : error;
+            break;
+        case Place::Folder:
+            error = merge(entry.path(), target, moves);
+            break;
+        case Place::NewerFile:
+            break;
+        case Place::Blocked:
+            error = std::make_error_code(std::errc::file_exists);
+        }
+    }
+    return error;
+}
+
+// The destination itself, or the folder above that is there.
+QString nearestFolder(QString folder)
+{
+    while (!VXFileManager::itemExistsAtPath(folder) && QFileInfo(folder).path() != folder)
+        folder = QFileInfo(folder).path();
+    return folder;
+}
+
+} // namespace
+
+VXStagedFolder::VXStagedFolder(const QString &destination) : _destination(destination)
+{
+    QByteArray path = QFile::encodeName(nearestFolder(destination) + QStringLiteral("/.vornix-new.XXXXXX"));
+    if (::mkdtemp(path.data()) == nullptr)
+        _reason = qt_error_string(errno);
+    else
+        _path = QFile::decodeName(path);
+}
+
+VXStagedFolder::~VXStagedFolder()
+{
+    if (!_path.isNull())
+        VXRemoveCopy(systemPath(_path));
+}
+
+qint64 VXStagedFolder::usedBytes() const
+{
+    std::error_code error;
+    qint64 used = 0;
+    for (fs::recursive_directory_iterator item(systemPath(_path), error); item != fs::recursive_directory_iterator();
+         item.increment(error)) {
+        if (item->symlink_status(error).type() == fs::file_type::regular)
+            used += qint64(item->file_size(error));
+    }
+    return used;
+}
+
+qint64 VXStagedFolder::freeBytes() const
+{
+    std::error_code error;
+    const fs::space_info space = fs::space(systemPath(_path), error);
+    constexpr auto most = quint64(std::numeric_limits<qint64>::max());
+    return error ? qint64(most) : qint64(std::min<quint64>(space.available, most));
+}
+
+QString VXStagedFolder::moveIntoPlace()
+{
+    if (const VXError error = VXFileManager::defaultManager().verifyPathExists(_destination))
+        return error.localizedDescription();
+    std::error_code error = merge(systemPath(_path), systemPath(_destination), false);
+    if (!error)
+        error = merge(systemPath(_path), systemPath(_destination), true);
+    return error ? qt_error_string(error.value()) : QString();
+}
