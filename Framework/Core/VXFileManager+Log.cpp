@@ -60,15 +60,14 @@ Rotation rotate(const QString &path)
     const auto unlock = qScopeGuard([descriptor] { ::close(descriptor); });
     if (!isStillTooLarge(descriptor, name) || ::rename(name.constData(), backupName.constData()) == 0)
         return Rotation::Done;
-    if (::unlink(backupName.constData()) != 0 && errno != ENOENT && QFileInfo::exists(backup)) {
+    // A backup that is no file, or may not be changed, is what is in the way.
+    const bool isBlocked = errno == EISDIR || errno == EACCES || errno == EPERM || errno == EROFS;
+    if (isBlocked && QFileInfo::exists(backup)) {
         VXConsoleLog(u"Could not remove backup log: %1"_s.arg(backup));
         return Rotation::Failed;
     }
-    if (::rename(name.constData(), backupName.constData()) != 0) {
-        VXConsoleLog(u"Could not create backup log: %1"_s.arg(backup));
-        return Rotation::KeptInUse;
-    }
-    return Rotation::Done;
+    VXConsoleLog(u"Could not create backup log: %1"_s.arg(backup));
+    return Rotation::KeptInUse;
 }
 
 bool createLogFile(const QString &path)

@@ -163,7 +163,7 @@ TEST_F(HostCommandTest, LogFollowsAcrossRotation)
         });
     };
     process.start(hostProgram(), {u"log"_s, u"--follow"_s, u"--level"_s, u"error"_s});
-    EXPECT_TRUE(shows("first\nits second line\n"));
+    EXPECT_TRUE(shows("first\n\tits second line\n"));
     append("Nov 15 22:05:00.000 [1:0] <INFO> no\nNov 15 22:05:00.000 [1:0] <ERROR> ye");
     append("s\n");
     EXPECT_TRUE(shows("<ERROR> yes\n"));

@@ -7,6 +7,7 @@
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 
@@ -60,6 +61,67 @@ TEST_F(VXFileWalks, MoveOnOneFileSystem)
         return VXFileManager::defaultManager().moveItemAtPath(path(u"in/tree"_s), path(u"in/moved"_s)).isNull();
     };
     walk.state = [&] { return tree(); };
+    walk.run();
+}
+
+TEST_F(VXFileWalks, MoveToAnotherFileSystem)
+{
+    const QTemporaryDir other(u"/dev/shm/vornix-test.XXXXXX"_s);
+    if (!other.isValid())
+        GTEST_SKIP() << "needs a second file system at /dev/shm";
+    const QString source = path(u"in/tree"_s);
+    const QString moved = other.filePath(u"moved"_s);
+    VXFailureWalk walk;
+    walk.prepare = [&] {
+        makeTree();
+        for (const QString &name : namesOtherThan({}, other.path()))
+            QDir(other.filePath(name)).removeRecursively();
+    };
+    walk.operation = [&] { return VXFileManager::defaultManager().moveItemAtPath(source, moved).isNull(); };
+    // A process that is killed may leave it at both places, whole at the first.
+    walk.state = [&] {
+        return QFileInfo::exists(source) ? QVariantList{u"here"_s, tree(source)}
+                                         : QVariantList{u"there"_s, tree(moved)};
+    };
+    walk.leftovers = [&] {
+        return namesOtherThan({u"tree"_s}, path(u"in"_s)) +
+               namesOtherThan(QFileInfo::exists(source) ? QStringList() : QStringList{u"moved"_s}, other.path());
+    };
+    walk.run();
+}
+
+TEST_F(VXFileWalks, Trash)
+{
+    const QString trash = path(u".local/share/Trash/"_s);
+    VXFailureWalk walk;
+    walk.prepare = [&] { makeTree(); };
+    walk.operation = [&] { return VXFileManager::defaultManager().safelyTrashFileAtPath(path(u"in/tree"_s)).isNull(); };
+    walk.state = [&] {
+        const QVariantMap trashed = tree(trash + u"files/tree"_s);
+        const bool hasNote = QFileInfo::exists(trash + u"info/tree.trashinfo"_s);
+        return QVariantList{tree(), trashed, !trashed.isEmpty() && hasNote};
+    };
+    walk.leftovers = [&] {
+        return namesOtherThan(QFileInfo::exists(path(u"in/tree"_s)) ? QStringList() : QStringList{u"tree.trashinfo"_s},
+                              trash + u"info"_s);
+    };
+    walk.run();
+}
+
+TEST_F(VXFileWalks, LogRotation)
+{
+    const QString log = path(u"in/x.log"_s);
+    VXFailureWalk walk;
+    walk.prepare = [&] {
+        makeTree();
+        writeFile(u"in/x.log"_s, QByteArray(2 * 1048576 + 1, 'x'));
+        writeFile(u"in/x.log.1"_s, "backup");
+    };
+    walk.operation = [&] {
+        return VXFileManager::defaultManager().verifyLogFileAtPath(log) && QFileInfo(log).size() == 0;
+    };
+    walk.state = [&] { return QVariantList{QFileInfo(log).size(), QFileInfo(log + u".1"_s).size()}; };
+    walk.mayRefuseWhatIsDone = true; // when the new log cannot be made
     walk.run();
 }
 

@@ -96,11 +96,12 @@ void VXFailureWalk::run() const
 
     const int configured = qEnvironmentVariableIntValue("VORNIX_FAULT_CALLS");
     const auto rounds = std::min<unsigned long>(configured > 0 ? unsigned(configured) : 30, unhindered.counted);
-    const QList<VXCallFailure> ways = kinds == VXCallMalloc
-                                          ? QList<VXCallFailure>{{kinds, 0, ENOMEM, false, caller}}
-                                          : QList<VXCallFailure>{{kinds, 0, EIO, false, nullptr},
-                                                                 {kinds & ~VXCallUnlink, 0, ENOSPC, true, nullptr},
-                                                                 {kinds, 0, 0, false, nullptr}};
+    const QList<VXCallFailure> ways =
+        kinds == VXCallMalloc
+            ? QList<VXCallFailure>{{kinds, 0, ENOMEM, false, caller}}
+            : QList<VXCallFailure>{{kinds, 0, EIO, false, nullptr},
+                                   {kinds & ~(VXCallUnlink | VXCallTruncate), 0, ENOSPC, true, nullptr},
+                                   {kinds, 0, 0, false, nullptr}};
     for (VXCallFailure way : ways) {
         for (unsigned long round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {
             way.number = 1 + round * unhindered.counted / rounds;

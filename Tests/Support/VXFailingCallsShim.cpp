@@ -63,11 +63,22 @@ bool isRegularFile(int descriptor)
            ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
+// Over bytes that are there: a full disk has room for that.
+bool needsNoRoom(int descriptor, std::size_t length, off_t offset)
+{
+    struct stat status
+    {
+    };
+    const bool appends = (::fcntl(descriptor, F_GETFL) & O_APPEND) != 0;
+    return failure.isLasting && !appends && ::fstat(descriptor, &status) == 0 &&
+           offset + static_cast<off_t>(length) <= status.st_size;
+}
+
 // Writes through `write`, unless the call is to fail.
 template <class Write>
-ssize_t writeThrough(unsigned kind, int descriptor, std::size_t length, Write write)
+ssize_t writeThrough(unsigned kind, int descriptor, std::size_t length, off_t offset, Write write)
 {
-    if (!isRegularFile(descriptor))
+    if (!isRegularFile(descriptor) || needsNoRoom(descriptor, length, offset))
         return write(length);
     const Verdict verdict = verdictOn(kind);
     if (verdict == Verdict::Pass)
@@ -147,7 +158,7 @@ extern "C" {
 ssize_t write(int descriptor, const void *bytes, std::size_t length)
 {
     static auto *const real = next<ssize_t(int, const void *, std::size_t)>("write");
-    return writeThrough(VXCallWrite, descriptor, length,
+    return writeThrough(VXCallWrite, descriptor, length, ::lseek(descriptor, 0, SEEK_CUR),
                         [&](std::size_t some) { return real(descriptor, bytes, some); });
 }
 
@@ -160,7 +171,7 @@ ssize_t writev(int descriptor, const iovec *parts, int count)
 ssize_t pwrite(int descriptor, const void *bytes, std::size_t length, off_t offset)
 {
     static auto *const real = next<ssize_t(int, const void *, std::size_t, off_t)>("pwrite");
-    return writeThrough(VXCallPWrite, descriptor, length,
+    return writeThrough(VXCallPWrite, descriptor, length, offset,
                         [&](std::size_t some) { return real(descriptor, bytes, some, offset); });
 }
 
