@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -31,16 +32,27 @@ int lock(int descriptor, std::chrono::milliseconds timeout)
     return 0;
 }
 
+bool isPlainFile(int descriptor)
+{
+    struct stat status = {};
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
+}
+
 } // namespace
 
 VXFileLock::VXFileLock(const QString &path, std::chrono::milliseconds timeout)
-    : _descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
+    : _descriptor(
+          ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600))
 {
-    const int problem = _descriptor < 0 ? errno : lock(_descriptor, timeout);
-    if (problem == 0)
+    int problem = _descriptor < 0 ? errno : 0;
+    const bool isPlain = problem == 0 ? isPlainFile(_descriptor) : problem != ELOOP;
+    if (problem == 0 && isPlain)
+        problem = lock(_descriptor, timeout);
+    if (problem == 0 && isPlain)
         return;
     _isTimedOut = problem == EWOULDBLOCK;
-    _reason = qt_error_string(problem);
+    _reason = isPlain ? qt_error_string(problem)
+                      : QStringLiteral("The lock file \"%1\" is a link, or no plain file.").arg(path);
     if (_descriptor >= 0)
         ::close(_descriptor);
     _descriptor = -1;

@@ -13,7 +13,8 @@
 class VX_PLATFORM_EXPORT VXFileLock
 {
 public:
-    /** Waits until the lock is free, at most for the time given. */
+    /** Waits until the lock is free, at most for the time given. What lies at the path must be a plain file of one name, or
+     * nothing: somebody else's link would lead what is written there to another file. */
     explicit VXFileLock(const QString &path, std::chrono::milliseconds timeout = std::chrono::milliseconds::max());
     ~VXFileLock();
     VXFileLock(const VXFileLock &) = delete;
@@ -21,6 +22,8 @@ public:
 
     /** False when the time was over, or the lock file could not be opened; `reason` tells why. */
     bool isHeld() const { return _descriptor >= 0; }
+    /** Of the lock's file, for those who keep something in it; as long as this. */
+    int descriptor() const { return _descriptor; }
     bool isTimedOut() const { return _isTimedOut; }
     QString reason() const { return _reason; }
 
