@@ -3,7 +3,6 @@
 #include "VXException.h"
 #include "VXManagedObjectClass.h"
 #include "VXRelatedSet.h"
-#include "VXRowTables.h"
 
 using namespace Qt::StringLiterals;
 
