@@ -9,6 +9,7 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXLog.h"
+#include "VXPersistentStore.h"
 #include "VXTerminalUserInterface.h"
 #include "VXUserDefaults.h"
 
@@ -87,6 +88,7 @@ int runApplication(VXHostContext &context)
     application.setDidFinishLaunching(true);
 
     int status = runInEventLoop(context);
+    VXPersistentStore::closeAll(); // whoever copies a data file after the end of the program has all of it
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) || !application.relaunchIfDue(&error))
         status = context.output.fail(error.localizedDescription());

@@ -1,12 +1,17 @@
 #include "VXStoreAccess.h"
 
 #include "VXCoreDataStore.h"
+#include "VXErrorDomain.h"
 #include "VXFileManager.h"
 #include "VXModelParser.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QTemporaryDir>
+
+#include <cerrno>
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -136,12 +141,21 @@ bool VXMakeStoreFolder(const QString &path, const QString &modelPath, const QStr
     const VXManagedObjectModel::Ptr model = VXModelFromFile(modelPath, problem);
     if (!model)
         return false;
-    VXError error = VXFileManager::defaultManager().verifyPathExists(folder);
-    const QString file = folder + u'/' + QFileInfo(folder).completeBaseName() + u'.';
-    if (error || !model->writeToFile(file + "mom"_L1, &error))
+    VXError error = VXFileManager::defaultManager().verifyPathExists(QFileInfo(folder).path());
+    // Aside at first, so that a death leaves no part of a store in its place.
+    const QTemporaryDir aside(QFileInfo(folder).path() + "/.new.XXXXXX"_L1);
+    const QString whole = aside.filePath(QFileInfo(folder).fileName());
+    if (!error && (!aside.isValid() || !QDir().mkdir(whole)))
+        error = VXMakeFileError(u"Unable to make a temporary folder"_s, aside.errorString(), path);
+    const QString file = whole + u'/' + QFileInfo(folder).completeBaseName() + u'.';
+    if (error || !model->writeToFile(file + "mom"_L1, &error)) {
         *problem = VXErrorText(error, path);
-    else if (attach(*VXPersistentStoreCoordinator::coordinatorWithModel(model), file + type, {}, problem))
+        return false;
+    }
+    if (!attach(*VXPersistentStoreCoordinator::coordinatorWithModel(model), file + type, {}, problem)) // and is closed
+        return false;
+    if (std::rename(QFile::encodeName(whole).constData(), QFile::encodeName(folder).constData()) == 0)
         return true;
-    QDir(folder).removeRecursively(); // what was made of it
+    *problem = u"%1: %2"_s.arg(path, qt_error_string(errno));
     return false;
 }
