@@ -44,15 +44,31 @@ VXFileLock::VXFileLock(const QString &path, std::chrono::milliseconds timeout)
     : _descriptor(
           ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600))
 {
-    int problem = _descriptor < 0 ? errno : 0;
-    const bool isPlain = problem == 0 ? isPlainFile(_descriptor) : problem != ELOOP;
-    if (problem == 0 && isPlain)
-        problem = lock(_descriptor, timeout);
-    if (problem == 0 && isPlain)
+    const bool isPlain = _descriptor >= 0 ? isPlainFile(_descriptor) : errno != ELOOP;
+    if (isPlain) {
+        wait(timeout);
+        return;
+    }
+    _reason = QStringLiteral("The lock file \"%1\" is a link, or no plain file.").arg(path);
+    if (_descriptor >= 0)
+        ::close(_descriptor);
+    _descriptor = -1;
+}
+
+// Opened once more: locks belong to what was opened, and so others of this process would share it.
+VXFileLock::VXFileLock(int descriptor, std::chrono::milliseconds timeout)
+    : _descriptor(::open(qPrintable(QStringLiteral("/proc/self/fd/%1").arg(descriptor)), O_RDWR | O_CLOEXEC))
+{
+    wait(timeout);
+}
+
+void VXFileLock::wait(std::chrono::milliseconds timeout)
+{
+    const int problem = _descriptor < 0 ? errno : lock(_descriptor, timeout);
+    if (problem == 0)
         return;
     _isTimedOut = problem == EWOULDBLOCK;
-    _reason = isPlain ? qt_error_string(problem)
-                      : QStringLiteral("The lock file \"%1\" is a link, or no plain file.").arg(path);
+    _reason = qt_error_string(problem);
     if (_descriptor >= 0)
         ::close(_descriptor);
     _descriptor = -1;

@@ -16,6 +16,8 @@ public:
     /** Waits until the lock is free, at most for the time given. What lies at the path must be a plain file of one name, or
      * nothing: somebody else's link would lead what is written there to another file. */
     explicit VXFileLock(const QString &path, std::chrono::milliseconds timeout = std::chrono::milliseconds::max());
+    /** Locks a file that is open elsewhere, for reading and writing; it need not be made for that. */
+    explicit VXFileLock(int descriptor, std::chrono::milliseconds timeout = std::chrono::milliseconds::max());
     ~VXFileLock();
     VXFileLock(const VXFileLock &) = delete;
     VXFileLock &operator=(const VXFileLock &) = delete;
@@ -28,6 +30,8 @@ public:
     QString reason() const { return _reason; }
 
 private:
+    void wait(std::chrono::milliseconds timeout);
+
     int _descriptor;
     bool _isTimedOut = false;
     QString _reason;

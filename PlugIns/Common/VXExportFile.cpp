@@ -89,7 +89,7 @@ bool VXExportFile::openLocked(QString *reason)
             *reason = VXLocalizedString(u"It is no regular file."_s);
             return false;
         }
-        _lock = std::make_unique<VXFileLock>(u"/proc/self/fd/%1"_s.arg(_descriptor), longestWait);
+        _lock = std::make_unique<VXFileLock>(_descriptor, longestWait);
         if (!_lock->isHeld()) {
             *reason = _lock->isTimedOut() ? VXLocalizedString(u"Another program is writing to it."_s) : _lock->reason();
             return false;

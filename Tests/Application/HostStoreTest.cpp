@@ -231,6 +231,8 @@ TEST_F(HostStoreTest, ChecksFindWhatIsBroken)
         const HostOutcome outcome = run({u"check"_s, store});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.output.toStdString(), HasSubstr(each.finding));
+        EXPECT_THAT(outputOf({u"check"_s, store, u"--mend"_s}).toStdString(), HasSubstr(each.finding));
+        EXPECT_EQ(outputOf({u"check"_s, store}), "The store is sound.\n");
     }
     writeFile(u"People.vxdatastore/People.xml"_s, sound);
     EXPECT_EQ(jsonOf({u"check"_s, store}), QJsonArray());
