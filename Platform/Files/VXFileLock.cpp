@@ -8,7 +8,8 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <thread>
-#include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -34,20 +35,14 @@ int lock(int descriptor, std::chrono::milliseconds timeout)
 } // namespace
 
 VXFileLock::VXFileLock(const QString &path, std::chrono::milliseconds timeout)
-    : _descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
 {
-    const int problem = _descriptor < 0 ? errno : lock(_descriptor, timeout);
-    if (problem == 0)
+    const int links = path.startsWith("/proc/self/fd/"_L1) ? 0 : O_NOFOLLOW;
+    VXFileDescriptor file(::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | links, 0600));
+    const int problem = file.isOpen() ? lock(file.number(), timeout) : errno;
+    if (problem == 0) {
+        _file = std::move(file); // closing it ends the lock
         return;
+    }
     _isTimedOut = problem == EWOULDBLOCK;
-    _reason = qt_error_string(problem);
-    if (_descriptor >= 0)
-        ::close(_descriptor);
-    _descriptor = -1;
-}
-
-VXFileLock::~VXFileLock()
-{
-    if (_descriptor >= 0)
-        ::close(_descriptor); // ends the lock
+    _reason = problem == ELOOP && links != 0 ? u"Its lock file is a symbolic link."_s : qt_error_string(problem);
 }

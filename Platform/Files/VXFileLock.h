@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXFileDescriptor.h"
 #include "VXPlatformExport.h"
 
 #include <QtCore/QString>
@@ -13,19 +14,19 @@
 class VX_PLATFORM_EXPORT VXFileLock
 {
 public:
-    /** Waits until the lock is free, at most for the time given. */
+    /** Waits until the lock is free, at most for the time given. The file is made, for its owner alone, where it is
+     *  missing; a link in its place is refused, as another user may have laid it, except below "/proc/self/fd". */
     explicit VXFileLock(const QString &path, std::chrono::milliseconds timeout = std::chrono::milliseconds::max());
-    ~VXFileLock();
-    VXFileLock(const VXFileLock &) = delete;
-    VXFileLock &operator=(const VXFileLock &) = delete;
 
     /** False when the time was over, or the lock file could not be opened; `reason` tells why. */
-    bool isHeld() const { return _descriptor >= 0; }
+    bool isHeld() const { return _file.isOpen(); }
     bool isTimedOut() const { return _isTimedOut; }
     QString reason() const { return _reason; }
+    /** The locked file, for those who keep something in it. */
+    const VXFileDescriptor &file() const { return _file; }
 
 private:
-    int _descriptor;
+    VXFileDescriptor _file; // open while the lock is held
     bool _isTimedOut = false;
     QString _reason;
 };

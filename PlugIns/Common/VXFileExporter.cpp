@@ -1,6 +1,7 @@
 #include "VXFileExporter.h"
 
 #include "VXErrorDomain.h"
+#include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXNone.h"
 #include "VXPluginOptions.h"
@@ -9,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 std::optional<VXError> VXFileExporter::exportObjects(const QVariantList &objects, const QVariantMap &options)
 {
-    const QString path = VXExpandedPath(options.value(VXExporterOptionsFilePathKey).toString());
+    const QString path = VXExpandTilde(options.value(VXExporterOptionsFilePathKey).toString());
     const QString description = VXLocalizedString(u"The export failed."_s);
     if (path.isEmpty())
         return VXMakeFileError(description, VXLocalizedString(u"No file to export to is set."_s), {});

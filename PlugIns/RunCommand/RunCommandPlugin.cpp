@@ -2,6 +2,7 @@
 #include "VXCommand.h"
 #include "VXCommandEnvironment.h"
 #include "VXException.h"
+#include "VXFolders.h"
 #include "VXMethodLog.h"
 #include "VXNone.h"
 #include "VXPluginOptions.h"
@@ -61,7 +62,7 @@ public:
 private:
     VXCommand commandFor(const QVariantMap &options) const
     {
-        const QString program = VXExpandedPath(options.value(u"program"_s).toString());
+        const QString program = VXExpandTilde(options.value(u"program"_s).toString());
         const QVariant timeout = options.value(u"timeout"_s);
         const double seconds = VXIsNone(timeout) ? standardTimeout : timeout.toDouble();
         if (program.isEmpty())
