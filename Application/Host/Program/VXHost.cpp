@@ -8,6 +8,7 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXInitializeInterface.h"
 #include "VXLog.h"
 #include "VXTerminalUserInterface.h"
 #include "VXUserDefaults.h"
@@ -81,6 +82,7 @@ int runApplication(VXHostContext &context)
     if (context.options.isSet(u"verbose"_s))
         VXLog::setEchoDescriptor(STDERR_FILENO);
     VXInitializeFramework();
+    VXInitializeInterface();
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
     VXApplication &application = VXApplication::sharedApplication();
     application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
