@@ -51,7 +51,7 @@ function(vornix_add_application_bundle program bundle folder)
 
   install(TARGETS ${program} RUNTIME DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}/Linux")
   install(DIRECTORY "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Resources" "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/PlugIns"
-    DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}")
+    DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}" USE_SOURCE_PERMISSIONS) # plugins may bring programs
   install(FILES "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Info.plist" DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}")
   file(RELATIVE_PATH from_bin "/${CMAKE_INSTALL_BINDIR}" "/${VORNIX_BUNDLES_INSTALL_DIR}/${contents}/Linux/${program}")
   install(CODE "

@@ -2,21 +2,39 @@
 
 #include "VXDeviceURL.h"
 #include "VXEventManager.h"
-#include "VXGammuContacts.h"
-#include "VXGammuMessages.h"
-#include "VXGammuText.h"
+#include "VXGammuStrings.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
 #include "VXPluginGuard.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
+
+#include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::chrono::milliseconds watchInterval{250};
 constexpr std::chrono::seconds upkeepInterval{30};
+constexpr std::chrono::seconds firstDelay{2}; // doubled after each failure
+constexpr std::chrono::seconds longestDelay{300};
 
-// The property that tells why the phone can not be reached.
+struct Property
+{
+    QStringView key;
+    const char16_t *title;
+};
+// In the order in which they are shown.
+constexpr std::array properties{
+    Property{u"manufacturer", u"Manufacturer"}, Property{u"model", u"Model"},
+    Property{u"firmware", u"Firmware"},         Property{u"imei", u"IMEI"},
+    Property{u"phoneNumber", u"Own number"},    Property{u"battery", u"Battery (%)"},
+    Property{u"signal", u"Signal (%)"},
+};
+
+// The property that tells why the phone cannot be reached.
 const QString &problemKey()
 {
     static const QString key = u"problem"_s;
@@ -25,28 +43,31 @@ const QString &problemKey()
 
 } // namespace
 
-VXGammuPhone::VXGammuPhone()
+VXGammuPhone::VXGammuPhone() : VXGammuPhone(QString()) {}
+
+VXGammuPhone::VXGammuPhone(const QString &program) : _program(program), _delay(firstDelay)
 {
-    connect(&_watch, &QTimer::timeout, this, &VXGammuPhone::watch);
+    _upkeep.setSingleShot(true);
     connect(&_upkeep, &QTimer::timeout, this, &VXGammuPhone::keepUp);
 }
 
-VXGammuPhone::~VXGammuPhone()
-{
-    if (_worker)
-        _worker->stop();
-}
+VXGammuPhone::~VXGammuPhone() = default;
 
 bool VXGammuPhone::initWithURL(const QUrl &theURL)
 {
     if (!VXDevicePlugin::initWithURL(theURL))
         return false;
-    VXGammuWorker::Listener listener = makeListener();
-    _worker = std::make_unique<VXGammuWorker>([this] { return VXGammuConfiguration::fromPreferences(*this); },
-                                              std::move(listener));
+    _driver = std::make_unique<VXGammuDriver>(program(), [this] { return configuration(); });
+    connect(_driver.get(), &VXGammuDriver::didTellProperties, this, &VXGammuPhone::setProperties);
+    connect(_driver.get(), &VXGammuDriver::didClose, this, &VXGammuPhone::didClose);
+    connect(_driver.get(), &VXGammuDriver::didFailToOpen, this, &VXGammuPhone::didFailToOpen);
+    connect(_driver.get(), &VXGammuDriver::didReport, this, &VXGammuPhone::announce);
+    connect(this, &VXDevicePlugin::preferencesDidChange, this, [this] {
+        if (!isConnected()) // it may be reached now
+            keepUp();
+    });
     registerActionHandlers();
     keepUp();
-    _upkeep.start(upkeepInterval);
     return true;
 }
 
@@ -54,11 +75,10 @@ void VXGammuPhone::pluginWillUnload()
 {
     _isShutdown = true;
     setConnecting(false);
-    _watch.stop();
     _upkeep.stop();
     unregisterActionHandlers();
-    if (_worker)
-        _worker->stop();
+    if (_driver)
+        _driver->stop();
 }
 
 QString VXGammuPhone::name() const
@@ -75,73 +95,60 @@ QString VXGammuPhone::phoneNumber() const
 
 bool VXGammuPhone::isConnected() const
 {
-    return _worker && _worker->isConnected();
+    return _driver && _driver->isConnected();
+}
+
+// Beside the plugin's code, in its bundle.
+QString VXGammuPhone::program() const
+{
+    if (!_program.isNull())
+        return _program;
+    const VXBundle::Ptr own = bundle();
+    return own ? QFileInfo(own->executablePath()).path() + "/gammu-phone"_L1 : QString();
+}
+
+QVariantMap VXGammuPhone::configuration() const
+{
+    QVariantMap values;
+    for (const QString &key :
+         {u"config_file"_s, u"config_section"_s, u"model"_s, u"connection"_s, u"port"_s, u"timeout"_s})
+        values.insert(key, preferenceForKey(key));
+    return values;
 }
 
 // -- Actions
 
 void VXGammuPhone::registerActionHandlers()
 {
-    registerWork(u"read_contacts"_s, &VXGammuContacts::read);
-    registerWork(u"write_contact"_s, &VXGammuContacts::write);
-    registerWork(u"delete_contact"_s, &VXGammuContacts::remove);
-    registerWork(u"read_messages"_s, &VXGammuMessages::read);
-    registerWork(u"send_message"_s, &VXGammuMessages::send);
-    registerWork(u"delete_message"_s, &VXGammuMessages::remove);
-    registerWork(u"read_calls"_s, &VXGammuCalls::read);
-    registerWork(u"dial"_s, &VXGammuCalls::dial);
-    registerWork(u"answer"_s, &VXGammuCalls::answer);
-    registerWork(u"hang_up"_s, &VXGammuCalls::hangUp);
-}
-
-void VXGammuPhone::registerWork(const QString &actionName, VXError (*work)(VXGammuSession &, VXDeviceAction &))
-{
-    const auto handle = [this, work](VXDeviceAction *action) {
-        enqueue(action, [action, work](VXGammuSession &session) { return work(session, *action); });
+    const auto enqueue = [this](VXDeviceAction *action) {
+        VXMainThread::perform(
+            [self = QPointer(this), asked = std::static_pointer_cast<VXDeviceAction>(action->shared_from_this())] {
+                if (self)
+                    self->_driver->enqueue(asked);
+            });
     };
-    registerActionHandler(actionName, VXDeviceActionHandler(this, handle), false);
+    for (const QString &name :
+         {u"read_contacts"_s, u"write_contact"_s, u"delete_contact"_s, u"read_messages"_s, u"send_message"_s,
+          u"delete_message"_s, u"read_calls"_s, u"dial"_s, u"answer"_s, u"hang_up"_s})
+        registerActionHandler(name, VXDeviceActionHandler(this, enqueue), false);
 }
 
-void VXGammuPhone::registerWork(const QString &actionName,
-                                VXError (VXGammuCalls::*work)(VXGammuSession &, VXDeviceAction &))
-{
-    const auto handle = [this, work](VXDeviceAction *action) {
-        enqueue(action, [this, action, work](VXGammuSession &session) { return (*_calls.*work)(session, *action); });
-    };
-    registerActionHandler(actionName, VXDeviceActionHandler(this, handle), false);
-}
-
-void VXGammuPhone::enqueue(VXDeviceAction *action, VXGammuWorker::Work work)
-{
-    _worker->enqueue(action != nullptr ? action->shared_from_this() : nullptr, std::move(work));
-    VXMainThread::perform([self = QPointer(this)] {
-        if (self && !self->_watch.isActive() && !self->_isShutdown)
-            self->_watch.start(watchInterval);
-    });
-}
-
-void VXGammuPhone::watch()
-{
-    _worker->watch();
-    if (!_worker->isBusy())
-        _watch.stop();
-}
-
-// A phone that did not answer is left alone until something is asked of it: each try takes long.
 void VXGammuPhone::keepUp()
 {
-    if (_worker->isBusy() || (!isConnected() && !_mayConnect))
+    if (_isShutdown)
         return;
+    if (_driver->isBusy())
+        return _upkeep.start(upkeepInterval);
     setConnecting(!isConnected());
-    enqueue(nullptr, [self = QPointer(this)](VXGammuSession &session) {
-        VXMainThread::perform([self, state = VXReadGammuState(session)] {
-            if (!self)
-                return;
-            self->setProperties(state);
-            self->setConnecting(false);
-        });
-        return VXError();
-    });
+    _driver->enqueue(nullptr);
+}
+
+// Each try may take as long as the phone may be silent, and must not keep the computer busy.
+void VXGammuPhone::connectAgainLater()
+{
+    if (!_isShutdown)
+        _upkeep.start(_delay);
+    _delay = std::min(2 * _delay, longestDelay);
 }
 
 void VXGammuPhone::setConnecting(bool flag)
@@ -151,94 +158,55 @@ void VXGammuPhone::setConnecting(bool flag)
     Q_EMIT willChangeValueForKey(u"isConnecting"_s);
     _isConnecting = flag;
     Q_EMIT didChangeValueForKey(u"isConnecting"_s);
+    Q_EMIT connectionDidChange();
 }
 
-// -- What the worker tells
+// -- What the driver tells
 
-VXGammuWorker::Listener VXGammuPhone::makeListener()
+void VXGammuPhone::setProperties(const QVariantMap &values)
 {
-    const QPointer<VXGammuPhone> self(this);
-    const auto announceCall = [self](const QString &event, const QString &step, const QVariantMap &call) {
-        VXMainThread::perform([=] {
-            if (self)
-                self->announce(event, step, call);
-        });
-    };
-    _calls = std::make_unique<VXGammuCalls>(announceCall);
-    VXGammuWorker::Listener listener;
-    listener.didOpen = [self](VXGammuSession &session) {
-        VXMainThread::perform([self, identity = VXReadGammuIdentity(session)] {
-            if (self)
-                self->setProperties(identity);
-        });
-    };
-    listener.didClose = [this, self] {
-        _calls->tracker().didLosePhone();
-        VXMainThread::perform([self] {
-            if (self)
-                self->didClose();
-        });
-    };
-    listener.didFailToOpen = [self](const VXError &error) {
-        VXMainThread::perform([self, error] {
-            if (self)
-                self->didFailToOpen(error);
-        });
-    };
-    listener.didReport = [this, self](VXGammuSession &session, const std::vector<VXGammuReport> &reports) {
-        for (const VXGammuReport &report : reports) {
-            if (const auto *call = std::get_if<GSM_Call>(&report)) {
-                _calls->tracker().didReport(*call);
-                continue;
-            }
-            const QVariantMap message = VXGammuMessages::reported(session, std::get<GSM_SMSMessage>(report));
-            VXMainThread::perform([self, message] {
-                if (self)
-                    self->announce(u"new_message"_s, {}, message);
-            });
-        }
-    };
-    return listener;
-}
-
-void VXGammuPhone::setProperties(const VXGammuProperties &properties)
-{
-    _mayConnect = true;
+    _delay = firstDelay;
+    if (!_isShutdown)
+        _upkeep.start(upkeepInterval);
     if (!std::exchange(_lastFailure, {}).isNull())
         setDeviceProperty({}, problemKey());
-    for (const auto &[key, value] : properties)
-        setDeviceProperty(value, key);
+    for (size_t at = 0; at < properties.size(); ++at) {
+        const QString key = properties.at(at).key.toString();
+        const QVariant value = values.value(key);
+        const auto shown = [&] {
+            const QString title = VXGammuLocalizedString(QString::fromUtf16(properties.at(at).title));
+            return QVariant(VXLocalizedProperty(value, title, 10 * int(at + 1)));
+        };
+        if (values.contains(key))
+            setDeviceProperty(value.isValid() ? shown() : QVariant(), key);
+    }
+    setConnecting(false);
+    Q_EMIT connectionDidChange();
 }
 
-void VXGammuPhone::didClose()
+void VXGammuPhone::didClose(const VXError &reason)
 {
-    _mayConnect = true;
-    VXLogMethod(VXLogNotice, "didClose", u"the phone is gone: "_s + description());
+    VXLogMethod(VXLogNotice,
+                "didClose:", u"the phone is gone: "_s + description() + ": "_L1 + reason.localizedDescription());
+    connectAgainLater();
+    Q_EMIT connectionDidChange();
 }
 
 void VXGammuPhone::didFailToOpen(const VXError &error)
 {
-    const bool isOfPhone = error.domain() == VXGammuErrorDomain;
-    // Somebody did not want to wait, or the program ends: that tells nothing of the phone.
-    const bool wasAborted = isOfPhone && error.code() == ERR_ABORTED;
-    _mayConnect = isOfPhone && error.code() != ERR_TIMEOUT && !wasAborted;
     const QString text = error.localizedDescription();
-    if (!wasAborted && std::exchange(_lastFailure, text) != text) { // told once, and not at each try
+    if (std::exchange(_lastFailure, text) != text) { // told once, and not at each try
         VXLogMethod(VXLogWarning, "didFailToOpen:", description() + ": "_L1 + text);
         setDeviceProperty(VXLocalizedProperty(text, VXGammuLocalizedString(u"Problem"_s)), problemKey());
     }
+    connectAgainLater();
     setConnecting(false);
 }
 
-// As other sources of calls tell of them: who called whom, and with which phone.
 void VXGammuPhone::announce(const QString &name, const QString &subtype, const QVariantMap &object)
 {
     QVariantMap told = object;
     told.insert(u"device_url"_s, VXAbsoluteString(url()));
-    if (name == "incoming_call"_L1)
-        told.insert(u"from"_s, object.value(u"number"_s));
-    else if (name == "outgoing_call"_L1)
-        told.insert(u"to"_s, object.value(u"number"_s));
     VXCallPlugin(*this, "announce",
                  [&] { VXEventManager::sharedEventManager().postEventWithName(name, subtype, told); });
 }

@@ -1,25 +1,27 @@
 #pragma once
 
 #include "VXDevicePlugin.h"
-#include "VXGammuCalls.h"
-#include "VXGammuProperties.h"
-#include "VXGammuWorker.h"
+#include "VXGammuDriver.h"
 
-#include <QtCore/QPointer>
 #include <QtCore/QTimer>
 
+#include <chrono>
 #include <memory>
 
 /**
- * A phone that is reached through libgammu. It connects by itself, and again when it comes back; the plugin's README
- * lists its preferences, properties, actions and events. Main thread; the phone itself is used by a worker only.
+ * A phone that is reached through libgammu, which a process of its own uses. It connects by itself, and again when it comes
+ * back; the plugin's README lists its preferences, properties, actions and events. Main thread.
  */
 class VXGammuPhone : public VXDevicePlugin
 {
     Q_OBJECT
+    Q_PROPERTY(bool isConnected READ isConnected NOTIFY connectionDidChange)
+    Q_PROPERTY(bool isConnecting READ isConnecting NOTIFY connectionDidChange)
 
 public:
     Q_INVOKABLE VXGammuPhone();
+    /** With another program in place of the one in the plugin's bundle. */
+    explicit VXGammuPhone(const QString &program);
     ~VXGammuPhone() override;
 
     bool initWithURL(const QUrl &theURL) override;
@@ -33,26 +35,26 @@ public:
     /** True while it is connected without being asked for anything, until what it is has been read. Announced. */
     Q_INVOKABLE bool isConnecting() const { return _isConnecting; }
 
+Q_SIGNALS:
+    void connectionDidChange();
+
 private:
     void registerActionHandlers();
-    void registerWork(const QString &actionName, VXError (*work)(VXGammuSession &, VXDeviceAction &));
-    void registerWork(const QString &actionName, VXError (VXGammuCalls::*work)(VXGammuSession &, VXDeviceAction &));
-    void enqueue(VXDeviceAction *action, VXGammuWorker::Work work);
-    VXGammuWorker::Listener makeListener();
+    QVariantMap configuration() const;
+    QString program() const;
 
-    void watch();
     void keepUp();
+    void connectAgainLater();
     void setConnecting(bool flag);
-    void setProperties(const VXGammuProperties &properties);
-    void didClose();
+    void setProperties(const QVariantMap &values);
+    void didClose(const VXError &reason);
     void didFailToOpen(const VXError &error);
     void announce(const QString &name, const QString &subtype, const QVariantMap &object);
 
-    QTimer _watch;  // while the phone is busy
-    QTimer _upkeep; // connects again, and asks for battery and signal
+    const QString _program;
+    QTimer _upkeep; // asks for battery and signal, or connects again
+    std::chrono::seconds _delay;
     QString _lastFailure;
     bool _isConnecting = false;
-    bool _mayConnect = true;                // false: only once somebody asks for something
-    std::unique_ptr<VXGammuCalls> _calls;   // the worker's
-    std::unique_ptr<VXGammuWorker> _worker; // last: it uses the rest
+    std::unique_ptr<VXGammuDriver> _driver;
 };

@@ -4,6 +4,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QRegularExpression>
 
+#include <gammu.h>
+
 using namespace Qt::StringLiterals;
 
 class VXGammuContactsTest : public VXGammuPhoneTest
@@ -15,7 +17,7 @@ protected:
         QStringList texts;
         const QVariantMap map = value.toMap();
         for (auto member = map.begin(); member != map.end(); ++member) {
-            if (!QStringList{u"memory"_s, u"type"_s, u"place"_s}.contains(member.key()))
+            if (!QStringList{u"memory"_s, u"type"_s, u"label"_s}.contains(member.key()))
                 texts += textsOf(*member);
         }
         if (value.typeId() == QMetaType::QVariantList) {
@@ -44,19 +46,18 @@ TEST_F(VXGammuContactsTest, ReadsWhatTheProgramWrote)
     EXPECT_EQ(items(action, u"location"_s), (QVariantList{1, 1, 2}));
 
     const QVariantMap jane = action->result().toMap().value(u"items"_s).toList().first().toMap();
-    const QVariantList numbers{
-        QVariantMap{{u"number"_s, u"+15550100"_s}, {u"type"_s, u"mobile"_s}},
-        QVariantMap{{u"number"_s, u"+15550101"_s}, {u"type"_s, u"general"_s}, {u"place"_s, u"work"_s}}};
+    const QVariantList numbers{QVariantMap{{u"number"_s, u"+15550100"_s}, {u"type"_s, u"m"_s}},
+                               QVariantMap{{u"number"_s, u"+15550101"_s}, {u"type"_s, u"W"_s}}};
     EXPECT_EQ(jane.value(u"numbers"_s).toList(), numbers);
     const QVariantList addresses{QVariantMap{{u"street"_s, u"Main St 1"_s},
                                              {u"city"_s, u"Springfield"_s},
                                              {u"state"_s, u"IL"_s},
                                              {u"zip"_s, u"12345"_s},
                                              {u"country"_s, u"USA"_s},
-                                             {u"place"_s, u"home"_s}}};
+                                             {u"type"_s, u"H"_s}}};
     EXPECT_EQ(jane.value(u"addresses"_s).toList(), addresses);
     EXPECT_EQ(jane.value(u"emails"_s).toList(), (QVariantList{QVariantMap{{u"address"_s, u"jane@example.org"_s}}}));
-    EXPECT_EQ(jane.value(u"organisation"_s), u"Acme"_s);
+    EXPECT_EQ(jane.value(u"company"_s), u"Acme"_s);
     EXPECT_EQ(jane.value(u"note"_s), u"A note"_s);
     EXPECT_EQ(jane.value(u"birthday"_s).toDateTime(), QDateTime(QDate(1980, 1, 2), QTime(0, 0), Qt::UTC));
 }
@@ -103,11 +104,33 @@ TEST_F(VXGammuContactsTest, ContactsThatCannotBeReadArePartOfAPartialResult)
     EXPECT_TRUE(problems.first().startsWith(u"ME 2: "_s)) << problems.first().toStdString();
 }
 
+// The phone's own count tells that there are more.
+TEST_F(VXGammuContactsTest, AnEmptyContactHidesNoneBehindIt)
+{
+    for (const char *const name : {"First", "Second", "Third"})
+        addContacts("BEGIN:VCARD\nVERSION:3.0\nN:" + QByteArray(name) + ";\nTEL:+1\nEND:VCARD\n");
+    writeFile(u"dummy/pbk/ME/2"_s, "");
+    const auto phone = makeDummy();
+    const auto action = run(phone, u"read_contacts"_s);
+    EXPECT_EQ(items(action, u"lastName"_s), (QVariantList{u"First"_s, u"Third"_s}));
+    EXPECT_TRUE(run(phone, u"write_contact"_s, QVariantMap{{u"note"_s, u""_s}})->error()) << "there are to be no more";
+}
+
+TEST_F(VXGammuContactsTest, TimesOfAPhoneAreLocal)
+{
+    qputenv("TZ", "Asia/Tokyo");
+    addContacts("BEGIN:VCARD\nVERSION:3.0\nTEL:+1\nBDAY:20260102T030405\nEND:VCARD\n", u"MC"_s);
+    const auto action = run(makeDummy(), u"read_calls"_s);
+    qunsetenv("TZ");
+    const QDateTime date = items(action, u"date"_s).value(0).toDateTime();
+    EXPECT_EQ(date.offsetFromUtc(), 9 * 3600) << action->result().toMap().value(u"items"_s).toList().size();
+}
+
 TEST_F(VXGammuContactsTest, WhatIsWrittenTheProgramReads)
 {
     const auto phone = makeDummy();
-    const QVariantList numbers{QVariantMap{{u"number"_s, u"+4930123"_s}, {u"type"_s, u"fax"_s}},
-                               QVariantMap{{u"number"_s, u"+49171"_s}, {u"type"_s, u"mobile"_s}}};
+    const QVariantList numbers{QVariantMap{{u"number"_s, u"+4930123"_s}, {u"type"_s, 1}},
+                               QVariantMap{{u"number"_s, u"+49171"_s}, {u"type"_s, u"m"_s}}};
     QVariantMap contact{{u"firstName"_s, u"Zoë"_s}, {u"lastName"_s, u"Müller"_s}, {u"numbers"_s, numbers}};
     const auto added = run(phone, u"write_contact"_s, contact);
     EXPECT_EQ(added->error(), VXError());
@@ -156,7 +179,7 @@ TEST_F(VXGammuContactsTest, BadContactsAreRefusedAndChangeNothing)
         QVariantMap{{u"numbers"_s, u"+1"_s}},
         QVariantMap{{u"numbers"_s, QVariantList{u"+1"_s}}},
         QVariantMap{{u"numbers"_s, QVariantList{QVariantMap{{u"number"_s, u"+1"_s}, {u"type"_s, u"odd"_s}}}}},
-        QVariantMap{{u"numbers"_s, QVariantList{QVariantMap{{u"number"_s, u"+1"_s}, {u"place"_s, u"moon"_s}}}}},
+        QVariantMap{{u"numbers"_s, QVariantList{QVariantMap{{u"number"_s, u"+1"_s}, {u"label"_s, u"moon"_s}}}}},
         QVariantMap{{u"birthday"_s, u"soon"_s}},
         QVariantMap{{u"memory"_s, u"DC"_s}, {u"note"_s, u"x"_s}},
         QVariantMap{{u"location"_s, u"first"_s}, {u"note"_s, u"x"_s}},
@@ -181,7 +204,7 @@ TEST_F(VXGammuContactsTest, ReadsTheListsOfCalls)
     addContacts("BEGIN:VCARD\nVERSION:3.0\nTEL:+2\nEND:VCARD\n", u"DC"_s);
     const auto action = run(makeDummy(), u"read_calls"_s);
     EXPECT_EQ(items(action, u"number"_s), (QVariantList{u"+1"_s, u"+2"_s}));
-    EXPECT_EQ(items(action, u"direction"_s), (QVariantList{u"incoming"_s, u"outgoing"_s}));
+    EXPECT_EQ(items(action, u"direction"_s), (QVariantList{1, 0}));
     EXPECT_EQ(items(action, u"isMissed"_s), (QVariantList{true, false}));
     EXPECT_EQ(items(action, u"name"_s), (QVariantList{u"Doe, Jane"_s, QVariant()}));
 }

@@ -1,6 +1,7 @@
 #include "VXGammuPhoneTest.h"
 #include "VXScriptedModem.h"
 
+#include <gammu.h>
 #include <QtCore/QDir>
 
 using namespace Qt::StringLiterals;
@@ -60,5 +61,7 @@ TEST_F(VXGammuMessagesTest, WhatCannotBeSentIsRefused)
         const auto action = run(phone, u"send_message"_s, message);
         EXPECT_TRUE(action->error()) << testing::PrintToString(QVariant(message));
     }
-    EXPECT_EQ(run(phone, u"delete_message"_s, QVariantMap{{u"location"_s, 10009}})->error().code(), ERR_EMPTY);
+    EXPECT_EQ(
+        run(phone, u"delete_message"_s, QVariantMap{{u"memory"_s, u"ME"_s}, {u"location"_s, 10009}})->error().code(),
+        ERR_EMPTY);
 }

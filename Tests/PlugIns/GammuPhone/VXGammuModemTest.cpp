@@ -1,9 +1,14 @@
 #include "VXEventManager.h"
 #include "VXGammuPhoneTest.h"
-#include "VXGammuText.h"
+#include "VXGammuStrings.h"
 #include "VXScriptedModem.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+
+#include <csignal>
+#include <gammu.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -226,4 +231,100 @@ TEST_F(VXGammuModemTest, APhoneThatNeverAnswersTakesNoLongerThanItMay)
     const auto phone = makeModem(modem.port(), {{u"timeout"_s, 1}});
     const auto action = run(phone, u"read_contacts"_s);
     EXPECT_EQ(action->error().code(), ERR_TIMEOUT) << action->description().toStdString();
+}
+
+// The library counts the messages of card and phone through; what an event tells must be where deleting looks.
+TEST_F(VXGammuModemTest, AMessageIsDeletedWhereItLiesAndNowhereElse)
+{
+    const QByteArray message = "+CMGR: 0,,24\r\n07915155214365F7040B915155103254F600006290112195000005C8329BFD06";
+    modem.answer("AT+CPMS=?", "+CPMS: (\"SM\",\"ME\"),(\"SM\",\"ME\"),(\"SM\",\"ME\")");
+    for (const QByteArray memory : {"SM", "ME"})
+        for (const QByteArray &command : {"AT+CPMS=\"" + memory + '"', "AT+CPMS=\"" + memory + "\",\"" + memory + '"'})
+            modem.answer(command, "+CPMS: 5,50,5,50,5,50");
+    modem.answer("AT+CMGR=5", message);
+    const auto phone = connect();
+    modem.say("+CMTI: \"ME\",5");
+    ASSERT_TRUE(waitForEvent(u"new_message  +15550123456"_s)) << modem.commands().join('\n').toStdString();
+    EXPECT_EQ(last.value(u"memory"_s), u"ME"_s);
+
+    QVariantMap elsewhere = last;
+    elsewhere.insert(u"memory"_s, u"SM"_s);
+    QVariantMap other = last;
+    other.insert(u"number"_s, u"+1999"_s);
+    for (const QVariantMap &wrong :
+         {elsewhere, other, QVariantMap{{u"memory"_s, u"ME"_s}, {u"location"_s, 5}}, QVariantMap{{u"location"_s, 5}}})
+        EXPECT_TRUE(run(phone, u"delete_message"_s, wrong)->error());
+    EXPECT_FALSE(modem.wasAsked("AT+CMGD=5"));
+
+    EXPECT_EQ(run(phone, u"delete_message"_s, last)->error(), VXError());
+    const QList<QByteArray> commands = modem.commands();
+    const qsizetype deleted = commands.indexOf("AT+CMGD=5");
+    ASSERT_GE(deleted, 0) << commands.join('\n').toStdString();
+    qsizetype chosen = deleted;
+    while (chosen > 0 && !commands[chosen].startsWith("AT+CPMS=\""))
+        --chosen;
+    EXPECT_TRUE(commands[chosen].startsWith("AT+CPMS=\"ME\"")) << commands[chosen].toStdString();
+}
+
+TEST_F(VXGammuModemTest, NothingThatIsWrittenBecomesACommand)
+{
+    const auto phone = connect();
+    const auto numberOf = [](const QString &number) { return QVariantList{QVariantMap{{u"number"_s, number}}}; };
+    for (const QVariantMap &contact : {QVariantMap{{u"name"_s, u"A"_s}, {u"numbers"_s, numberOf(u"1\rATD0900;"_s)}},
+                                       QVariantMap{{u"name"_s, u"A\rATD0900;"_s}, {u"numbers"_s, numberOf(u"1"_s)}},
+                                       QVariantMap{{u"name"_s, u"A\",\"B"_s}, {u"numbers"_s, numberOf(u"1"_s)}}}) {
+        QVariantMap object = contact;
+        object.insert(u"location"_s, 1);
+        EXPECT_EQ(run(phone, u"write_contact"_s, object)->error().domain(), VXErrorDomain);
+    }
+    for (const QByteArray &command : modem.commands())
+        EXPECT_FALSE(command.startsWith("ATD") || command.startsWith("AT+CPBW")) << command.toStdString();
+}
+
+TEST_F(VXGammuModemTest, ALongMessageHasNoPartsWithoutText)
+{
+    const auto phone = connect();
+    const auto send = [&](const QString &text) {
+        return run(phone, u"send_message"_s, QVariantMap{{u"number"_s, u"+1555"_s}, {u"text"_s, text}});
+    };
+    EXPECT_EQ(send(QString(1000, u'x'))->result().toMap().value(u"partCount"_s), 7);
+    qsizetype sent = 0;
+    for (const QByteArray &command : modem.commands())
+        sent += command.startsWith("AT+CMGS=") ? 1 : 0;
+    EXPECT_EQ(sent, 7);
+    EXPECT_TRUE(send(QString(33000, u'x'))->error());
+    EXPECT_TRUE(static_cast<VXGammuPhone *>(phone.get())->isConnected()) << "it was not even asked";
+}
+
+TEST_F(VXGammuModemTest, ASilentPhoneHoldsUpNoOther)
+{
+    VXScriptedModem mute;
+    mute.fallSilent();
+    const auto silent = makeModem(mute.port());
+    const auto waiting = VXDeviceAction::actionWithName(u"read_contacts"_s);
+    waiting->executeWithDevice(silent);
+    const auto phone = connect();
+    EXPECT_EQ(items(run(phone, u"read_contacts"_s), u"name"_s), (QVariantList{u"Ann"_s, u"Bob"_s, u"Cid"_s}));
+    EXPECT_TRUE(waiting->isExecuting());
+    silent->pluginWillUnload();
+    EXPECT_FALSE(waiting->isExecuting()) << "it ends at once";
+    EXPECT_TRUE(waiting->error());
+}
+
+// As when the library crashes: what ran has an error, and the next request finds a phone.
+TEST_F(VXGammuModemTest, ADeadProcessIsReplaced)
+{
+    const auto phone = connect();
+    modem.intercept("AT+CPBR=2", [] {
+        QFile children(u"/proc/%1/task/%1/children"_s.arg(::getpid()));
+        EXPECT_TRUE(children.open(QIODevice::ReadOnly));
+        for (const QByteArray &child : children.readAll().split(' '))
+            if (const pid_t process = child.trimmed().toInt(); process > 0)
+                ::kill(process, SIGKILL);
+    });
+    const auto action = run(phone, u"read_contacts"_s);
+    EXPECT_EQ(action->error().localizedDescription(), u"The phone's process ended unexpectedly."_s);
+    EXPECT_EQ(items(action, u"name"_s), QVariantList{u"Ann"_s});
+    modem.intercept("AT+CPBR=2", {});
+    EXPECT_EQ(items(run(phone, u"read_contacts"_s), u"name"_s).size(), 3);
 }

@@ -54,7 +54,7 @@ VXDevicePlugin::Ptr VXGammuPhoneTest::makePhone(const QVariantMap &preferences)
     const QUrl url = VXMakeDeviceURL({}, u"com.halvern.VNX2.GammuPhone"_s, u"phone%1."_s.arg(++count));
     for (auto preference = preferences.begin(); preference != preferences.end(); ++preference)
         VXUserDefaults::standardUserDefaults().setObject(*preference, VXMakeDevicePreferenceKey(url, preference.key()));
-    _phones.push_back(VXDevicePlugin::hold(new VXGammuPhone));
+    _phones.push_back(VXDevicePlugin::hold(new VXGammuPhone(QStringLiteral(PHONE_PROGRAM))));
     EXPECT_TRUE(_phones.back()->initWithURL(url));
     return _phones.back();
 }

@@ -50,10 +50,10 @@ bool isObeyed(const QByteArray &command)
 
 VXScriptedModem::VXScriptedModem()
 {
-    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     std::array<char, 64> name{};
     if (terminal < 0 || ::grantpt(terminal) != 0 || ::unlockpt(terminal) != 0 ||
-        ::ptsname_r(terminal, name.data(), name.size()) != 0 || ::pipe(_wake) != 0)
+        ::ptsname_r(terminal, name.data(), name.size()) != 0 || ::pipe2(_wake, O_CLOEXEC) != 0)
         std::abort();
     termios settings{};
     ::tcgetattr(terminal, &settings);

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "VXGammuProtocol.h"
+#include "VXGammuSession.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <variant>
+
+/**
+ * The process's end of the conversation with its device. A thread of its own takes in what the device says, and watches
+ * over whoever works on a request: when the device has hung up or cancelled, or the phone does not answer, the library is
+ * asked to stop; where it does not, the process ends.
+ */
+class VXGammuChannel
+{
+public:
+    using Message = std::variant<VXGammuProtocol::Configure, VXGammuProtocol::Request>;
+    /** The descriptors stay the caller's; a write that would block waits. The session is what is watched. */
+    VXGammuChannel(int input, int output, VXGammuSession &session);
+    VXGammuChannel(const VXGammuChannel &) = delete;
+    VXGammuChannel &operator=(const VXGammuChannel &) = delete;
+
+    /** The next message; none when the time is over (a negative one never is) or the device has hung up. */
+    std::optional<Message> next(std::chrono::milliseconds time);
+    bool hasHungUp() const { return _hasHungUp; }
+
+    /** Between these the work is watched. */
+    void beginWork();
+    void endWork();
+    /** True when the device does not want the answer to the request any more. */
+    bool isCancelled() const { return _isCancelled || _hasHungUp; }
+
+    template <class Reply>
+    void send(const Reply &reply)
+    {
+        write(VXGammuProtocol::encode(reply));
+    }
+    /** Tells that the phone is lost, and ends the process. Any thread. */
+    [[noreturn]] void giveUp(const VXGammuFailure &failure);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void run();
+    bool takeIn();
+    void take(const QCborArray &array);
+    void watch();
+    GSM_Error obstacle() const;
+    void write(const QByteArray &bytes);
+
+    const int _input;
+    const int _output;
+    VXGammuSession &_session;
+    VXGammuFrames _frames;                       // the thread's
+    std::optional<Clock::time_point> _vainSince; // the thread's: when the work was first seen to be in vain
+    int _wake[2] = {-1, -1};                     // has the thread look again
+    std::atomic<bool> _isWorking{false};
+    std::atomic<bool> _isCancelled{false};
+    std::atomic<bool> _hasHungUp{false};
+
+    std::mutex _lock;
+    std::condition_variable _changed;
+    std::deque<Message> _messages; // with the lock
+    std::mutex _writing;
+};

@@ -1,0 +1,141 @@
+#include "VXGammuContacts.h"
+
+#include "VXGammuContactMap.h"
+#include "VXGammuReading.h"
+#include "VXGammuText.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct FreeEntry
+{
+    void operator()(GSM_MemoryEntry *entry) const
+    {
+        GSM_FreeMemoryEntry(entry);
+        delete entry;
+    }
+};
+using Entry = std::unique_ptr<GSM_MemoryEntry, FreeEntry>;
+
+// The contact's memory; MEM_INVALID, with a failure, for one that holds no contacts.
+GSM_MemoryType memoryOf(const QVariantMap &contact, VXGammuFailure &failure)
+{
+    const QString name = contact.value(u"memory"_s, u"ME"_s).toString();
+    for (const GSM_MemoryType memory : {MEM_ME, MEM_SM, MEM_MT, MEM_FD, MEM_ON}) {
+        if (name == QLatin1StringView(GSM_MemoryTypeToString(memory)))
+            return memory;
+    }
+    failure = VXGammuRefusal(u"No memory for contacts is named \"%1\"."_s, {name});
+    return MEM_INVALID;
+}
+
+// Where the contact lies; 0 when it does not tell, and, with a failure, for what is no location.
+int locationOf(const QVariantMap &contact, VXGammuFailure &failure)
+{
+    const QVariant value = contact.value(u"location"_s);
+    const int location = VXLocationFromVariant(value);
+    if (location == 0 && value.isValid())
+        failure = VXGammuRefusal(u"\"%1\" is no location: these are numbers from 1."_s, {value.toString()});
+    return location;
+}
+
+// An empty entry where the contact lies; null, with a failure, for what cannot be a contact's place.
+Entry makeEntry(const QVariantMap &contact, VXGammuFailure &failure)
+{
+    const GSM_MemoryType memory = memoryOf(contact, failure);
+    const int location = failure ? 0 : locationOf(contact, failure);
+    if (failure)
+        return nullptr;
+    Entry entry(new GSM_MemoryEntry{});
+    entry->MemoryType = memory;
+    entry->Location = location;
+    return entry;
+}
+
+GSM_Error put(VXGammuSession &session, GSM_MemoryEntry &entry)
+{
+    for (GSM_SubMemoryEntry &value : std::span(entry.Entries, size_t(entry.EntriesNum)))
+        value.AddError = ERR_NONE; // phones that refuse none do not say so
+    return session.call([&](auto *machine) {
+        return entry.Location > 0 ? GSM_SetMemory(machine, &entry) : GSM_AddMemory(machine, &entry);
+    });
+}
+
+// What the phone had no place for.
+QStringList refusedValues(const GSM_MemoryEntry &entry)
+{
+    QStringList refused;
+    for (const GSM_SubMemoryEntry &value : std::span(entry.Entries, size_t(entry.EntriesNum))) {
+        if (value.AddError != ERR_NONE)
+            refused.append(VXTextFromGammu(value.Text) + ": "_L1 + VXGammuErrorText(value.AddError));
+    }
+    return refused;
+}
+
+} // namespace
+
+VXGammuFailure VXGammuContacts::read(VXGammuSession &session, VXGammuJob &job)
+{
+    const QVariantMap request = job.object().toMap();
+    std::vector<GSM_MemoryType> memories{MEM_ME, MEM_SM};
+    if (request.contains(u"memory"_s)) {
+        VXGammuFailure failure;
+        memories = {memoryOf(request, failure)};
+        if (failure)
+            return failure;
+    }
+    VXGammuReading reading(job);
+    GSM_Error code = ERR_NONE;
+    for (size_t at = 0; at < memories.size() && code == ERR_NONE; ++at)
+        code = reading.readMemory(session, memories[at],
+                                  [&](const GSM_MemoryEntry &entry) { reading.addItem(VXContactFromGammu(entry)); });
+    return reading.finish(u"The contacts could not be read: %1"_s, code);
+}
+
+VXGammuFailure VXGammuContacts::write(VXGammuSession &session, VXGammuJob &job)
+{
+    const QVariantMap contact = job.object().toMap();
+    VXGammuFailure failure;
+    const Entry entry = makeEntry(contact, failure);
+    if (!entry)
+        return failure;
+    const QString cannotWrite = u"The contact could not be written: %1"_s;
+    if (entry->Location > 0) {
+        const GSM_Error found = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });
+        if (found != ERR_NONE && found != ERR_EMPTY)
+            return VXGammuTrouble(cannotWrite, found);
+        VXRemoveContactValues(*entry);
+    }
+    failure = VXContactToGammu(contact, VXGammuGate(session.takesCards()), *entry);
+    if (failure)
+        return failure;
+    if (const GSM_Error code = put(session, *entry); code != ERR_NONE)
+        return VXGammuTrouble(cannotWrite, code);
+
+    const QStringList refused = refusedValues(*entry);
+    QVariantMap result = VXGammuReading::result(refused.isEmpty(), refused);
+    result.insert(u"memory"_s, QString::fromLatin1(GSM_MemoryTypeToString(entry->MemoryType)));
+    result.insert(u"location"_s, entry->Location);
+    job.setResult(result);
+    return {};
+}
+
+VXGammuFailure VXGammuContacts::remove(VXGammuSession &session, VXGammuJob &job)
+{
+    VXGammuFailure failure;
+    const Entry entry = makeEntry(job.object().toMap(), failure);
+    if (!entry)
+        return failure;
+    if (entry->Location == 0)
+        return VXGammuRefusal(u"The contact to delete must have a location."_s);
+    // Deleting what is not there is an error of some phones and none of others.
+    GSM_Error code = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });
+    if (code == ERR_NONE)
+        code = session.call([&](auto *machine) { return GSM_DeleteMemory(machine, entry.get()); });
+    return code == ERR_NONE ? VXGammuFailure() : VXGammuTrouble(u"The contact could not be deleted: %1"_s, code);
+}

@@ -1,0 +1,248 @@
+#include "VXGammuMessages.h"
+
+#include "VXGammuGate.h"
+#include "VXGammuMessageMap.h"
+#include "VXGammuReading.h"
+#include "VXGammuText.h"
+
+#include <algorithm>
+#include <memory>
+#include <span>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString cannotSend()
+{
+    return u"The message could not be sent: %1"_s;
+}
+
+QString cannotDelete()
+{
+    return u"The message could not be deleted: %1"_s;
+}
+
+QStringList folderNames(VXGammuSession &session)
+{
+    const auto folders = std::make_unique<GSM_SMSFolders>();
+    QStringList names;
+    if (session.call([&](auto *machine) { return GSM_GetSMSFolders(machine, folders.get()); }) != ERR_NONE)
+        return names;
+    for (const GSM_OneSMSFolder &folder : std::span(folders->Folder, size_t(folders->Number)))
+        names.append(VXTextFromGammu(folder.Name));
+    return names;
+}
+
+void expectMessages(VXGammuSession &session, VXGammuReading &reading)
+{
+    GSM_SMSMemoryStatus status{};
+    if (session.call([&](auto *machine) { return GSM_GetSMSStatus(machine, &status); }) == ERR_NONE)
+        reading.expectMore(status.SIMUsed + status.PhoneUsed);
+}
+
+// The parts of all messages; the phone is asked until it has no more.
+GSM_Error readParts(VXGammuSession &session, VXGammuJob &job, VXGammuReading &reading,
+                    std::vector<GSM_SMSMessage> &parts)
+{
+    const auto next = std::make_unique<GSM_MultiSMSMessage>();
+    for (int refused = -1, isFirst = 1;; isFirst = 0) {
+        if (reading.isCancelled())
+            return ERR_CANCELED;
+        next->SMS[0].Folder = 0; // the location names the folder too
+        const int before = next->SMS[0].Location;
+        const GSM_Error code =
+            session.call([&](auto *machine) { return GSM_GetNextSMS(machine, next.get(), isFirst); });
+        if (code == ERR_EMPTY)
+            return ERR_NONE;
+        if (VXGammuSession::endsConnection(code) || (isFirst != 0 && code == ERR_NOTSUPPORTED))
+            return code;
+        const int location = next->SMS[0].Location;
+        if (code != ERR_NONE) {
+            reading.addProblem(u"SMS %1"_s.arg(location), code);
+            if (location == before || std::exchange(refused, location) == location)
+                return ERR_NONE; // the phone does not get past it
+            continue;
+        }
+        const auto read = std::span(next->SMS, size_t(next->Number));
+        parts.insert(parts.end(), read.begin(), read.end());
+        job.step();
+    }
+}
+
+// The text as parts, addressed; a text of Latin letters takes fewer.
+GSM_Error encode(const QString &number, const QString &text, GSM_MultiSMSMessage &parts)
+{
+    std::vector<unsigned char> buffer(size_t(text.size() + 1) * 2);
+    if (!VXTextToGammu(text, buffer))
+        return ERR_INVALIDDATA;
+    const auto info = std::make_unique<GSM_MultiPartSMSInfo>();
+    GSM_ClearMultiPartSMSInfo(info.get());
+    info->Class = -1;
+    info->EntriesNum = 1;
+    info->Entries[0].ID = SMS_ConcatenatedAutoTextLong16bit;
+    info->Entries[0].Buffer = buffer.data();
+    const GSM_Error code = GSM_EncodeMultiPartSMS(GSM_GetGlobalDebug(), info.get(), &parts);
+    if (code != ERR_NONE)
+        return code;
+    for (GSM_SMSMessage &part : std::span(parts.SMS, size_t(parts.Number))) {
+        part.PDU = SMS_Submit;
+        if (!VXTextToGammu(number, part.Number))
+            return ERR_INVALIDDATA;
+    }
+    return ERR_NONE;
+}
+
+// The library makes more parts than it fills; each would be sent, and charged. The parts tell how many there are.
+void trimParts(GSM_MultiSMSMessage &parts)
+{
+    const auto all = std::span(parts.SMS, size_t(parts.Number));
+    const auto isFull = [](const GSM_SMSMessage &part) { return UnicodeLength(part.Text) > 0; };
+    parts.Number = int(std::ranges::count_if(all, isFull));
+    for (GSM_SMSMessage &part : all.first(size_t(parts.Number))) {
+        if (part.UDH.Length > 0 && part.UDH.AllParts > 0) {
+            part.UDH.AllParts = parts.Number;
+            part.UDH.Text[part.UDH.Length - 2] = static_cast<unsigned char>(parts.Number);
+        }
+    }
+}
+
+// How much of a text the parts hold, in UTF-16 units.
+qsizetype encodedLength(const GSM_MultiSMSMessage &parts)
+{
+    qsizetype length = 0;
+    for (const GSM_SMSMessage &part : std::span(parts.SMS, size_t(parts.Number)))
+        length += VXTextFromGammu(part.Text).size();
+    return length;
+}
+
+VXGammuFailure sendParts(VXGammuSession &session, VXGammuJob &job, GSM_MultiSMSMessage &parts)
+{
+    GSM_SMSC centre{};
+    centre.Location = 1;
+    const GSM_Error known = session.call([&](auto *machine) { return GSM_GetSMSC(machine, &centre); });
+    if (VXGammuSession::endsConnection(known))
+        return VXGammuTrouble(cannotSend(), known);
+    job.expect(parts.Number);
+    for (int at = 0; at < parts.Number; ++at) {
+        GSM_SMSMessage &part = parts.SMS[at];
+        if (known == ERR_NONE)
+            part.SMSC = centre;
+        const GSM_Error code = job.isCancelled() ? ERR_CANCELED : session.waitUntilSent([&](GSM_StateMachine *machine) {
+            return GSM_SendSMS(machine, &part);
+        });
+        job.setResult(QVariantMap{{u"partCount"_s, parts.Number}, {u"sentCount"_s, at + (code == ERR_NONE)}});
+        if (code != ERR_NONE)
+            return at == 0
+                       ? VXGammuTrouble(cannotSend(), code)
+                       : VXGammuFailure{code,
+                                        u"Only %2 of %3 parts of the message were sent: %1"_s,
+                                        {VXGammuErrorText(code), QString::number(at), QString::number(parts.Number)}};
+        job.step();
+    }
+    return {};
+}
+
+QVariantList locationsOf(const QVariantMap &message)
+{
+    if (message.contains(u"locations"_s))
+        return message.value(u"locations"_s).toList();
+    return message.contains(u"location"_s) ? QVariantList{message.value(u"location"_s)} : QVariantList();
+}
+
+// Nothing, when the message of that memory, and from that number, lies there; else why it is not to be touched.
+VXGammuFailure checkPlace(VXGammuSession &session, const QVariantMap &message, int location)
+{
+    const auto there = std::make_unique<GSM_MultiSMSMessage>();
+    there->Number = 1;
+    there->SMS[0].Location = location;
+    const GSM_Error code = session.call([&](auto *machine) { return GSM_GetSMS(machine, there.get()); });
+    if (code != ERR_NONE)
+        return VXGammuTrouble(cannotDelete(), code);
+    const QString memory = QString::fromLatin1(GSM_MemoryTypeToString(there->SMS[0].Memory));
+    const QString number = message.value(u"number"_s).toString();
+    // A phone that is a folder counts its messages through, and does not tell the memory here.
+    const bool isElsewhere = !session.takesCards() && message.value(u"memory"_s) != memory;
+    if (isElsewhere || (!number.isEmpty() && number != VXTextFromGammu(there->SMS[0].Number)))
+        return VXGammuRefusal(u"Another message lies at %1 %2; read the messages again."_s,
+                              {message.value(u"memory"_s).toString(), QString::number(location)});
+    return {};
+}
+
+// What a phone keeps by itself has no zone; what came through the network has.
+VXGammuZone zoneOf(const VXGammuSession &session)
+{
+    return session.takesCards() ? VXGammuZone::Local : VXGammuZone::Told;
+}
+
+} // namespace
+
+VXGammuFailure VXGammuMessages::read(VXGammuSession &session, VXGammuJob &job)
+{
+    VXGammuReading reading(job);
+    const QStringList folders = folderNames(session);
+    expectMessages(session, reading);
+    std::vector<GSM_SMSMessage> parts;
+    const GSM_Error code = readParts(session, job, reading, parts);
+    for (const QVariant &message : VXMessagesFromGammu(parts, folders, zoneOf(session)))
+        reading.addItem(message.toMap());
+    return reading.finish(u"The messages could not be read: %1"_s, code);
+}
+
+VXGammuFailure VXGammuMessages::send(VXGammuSession &session, VXGammuJob &job)
+{
+    const QVariantMap message = job.object().toMap();
+    const QString number = VXGammuGate::dialableNumber(message.value(u"number"_s).toString());
+    const QString text = message.value(u"text"_s).toString();
+    if (number.isNull())
+        return VXGammuRefusal(u"\"%1\" is no phone number."_s, {message.value(u"number"_s).toString()});
+    if (const VXGammuFailure refused = VXGammuGate::checkMessage(text))
+        return refused;
+    const auto parts = std::make_unique<GSM_MultiSMSMessage>();
+    const GSM_Error code = session.call([&](GSM_StateMachine *) { return encode(number, text, *parts); });
+    if (code != ERR_NONE)
+        return VXGammuTrouble(cannotSend(), code);
+    trimParts(*parts);
+    if (encodedLength(*parts) < text.size())
+        return VXGammuRefusal(u"The message is too long: it takes more than %1 parts."_s,
+                              {QString::number(GSM_MAX_MULTI_SMS)});
+    return sendParts(session, job, *parts);
+}
+
+VXGammuFailure VXGammuMessages::remove(VXGammuSession &session, VXGammuJob &job)
+{
+    const QVariantMap message = job.object().toMap();
+    const QVariantList locations = locationsOf(message);
+    if (locations.isEmpty() || message.value(u"memory"_s).toString().isEmpty() ||
+        std::ranges::any_of(locations, [](const QVariant &value) { return VXLocationFromVariant(value) == 0; }))
+        return VXGammuRefusal(u"The message to delete must have a memory and a location."_s);
+    for (const QVariant &location : locations) { // all, before the first is deleted
+        if (const VXGammuFailure failure = checkPlace(session, message, VXLocationFromVariant(location)))
+            return failure;
+    }
+    for (const QVariant &location : locations) {
+        GSM_SMSMessage part{};
+        part.Location = VXLocationFromVariant(location);
+        const GSM_Error code = job.isCancelled()
+                                   ? ERR_CANCELED
+                                   : session.call([&](auto *machine) { return GSM_DeleteSMS(machine, &part); });
+        if (code != ERR_NONE)
+            return VXGammuTrouble(cannotDelete(), code);
+    }
+    return {};
+}
+
+QVariantMap VXGammuMessages::reported(VXGammuSession &session, const GSM_SMSMessage &message)
+{
+    const bool isWhole = message.State != 0; // else it tells only where the message lies
+    const auto read = std::make_unique<GSM_MultiSMSMessage>();
+    read->Number = 1;
+    read->SMS[0] = message;
+    // The folder tells the memory; what is read then has its place among all messages of the phone.
+    if (!isWhole && session.call([&](auto *machine) { return GSM_GetSMS(machine, read.get()); }) != ERR_NONE)
+        return {};
+    const auto parts = std::span(read->SMS, size_t(read->Number));
+    const QVariantList messages = VXMessagesFromGammu({parts.begin(), parts.end()}, {}, zoneOf(session));
+    return messages.isEmpty() ? QVariantMap() : messages.first().toMap();
+}

@@ -1,0 +1,158 @@
+#include "VXGammuDriver.h"
+
+#include "VXGammuStrings.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using namespace VXGammuProtocol;
+
+VXGammuDriver::VXGammuDriver(const QString &program, Configure configure)
+    : _program(program), _configure(std::move(configure))
+{
+}
+
+VXGammuDriver::~VXGammuDriver()
+{
+    stop();
+}
+
+void VXGammuDriver::stop()
+{
+    _isStopped = true;
+    _isConnected = _isAsking = false;
+    _process.reset();
+    for (const Job &job : std::exchange(_jobs, {}))
+        fail(job, VXErrorFromGammu(VXGammuRefusal(u"The phone is not in use any more."_s)));
+}
+
+void VXGammuDriver::fail(const Job &job, const VXError &error)
+{
+    if (!job.action)
+        return;
+    job.action->disconnect(this);
+    job.action->setError(error);
+    job.action->conclude();
+}
+
+// -- Asking
+
+void VXGammuDriver::enqueue(const VXDeviceAction::Ptr &action)
+{
+    const Job job{action, {}};
+    if (_isStopped)
+        return fail(job, VXErrorFromGammu(VXGammuRefusal(u"The phone is not in use any more."_s)));
+    _jobs.push_back(job);
+    if (action) {
+        connect(action.get(), &VXDeviceAction::cancelRequested, this, [this, asked = action.get()] { cancel(asked); });
+        if (action->isCancelled()) // before anybody listened
+            return cancel(action.get());
+    }
+    askNext();
+}
+
+void VXGammuDriver::askNext()
+{
+    if (_isAsking || _isEnding || _jobs.empty() || _isStopped)
+        return;
+    _isAsking = true;
+    if (!_process)
+        start();
+    const VXDeviceAction::Ptr action = _jobs.front().action;
+    _process->send(action ? Request{.action = action->actionName(), .object = action->object()}
+                          : Request{.action = u"state"_s, .object = {}});
+}
+
+void VXGammuDriver::start()
+{
+    _process = std::make_unique<VXGammuProcess>(_program, _configure());
+    connect(_process.get(), &VXGammuProcess::didReceive, this, &VXGammuDriver::take);
+    connect(_process.get(), &VXGammuProcess::willEnd, this, [this] { _isEnding = true; });
+    // Not at once: the process must not be deleted while it tells, and may fail to start before this one has asked.
+    connect(_process.get(), &VXGammuProcess::didEnd, this, &VXGammuDriver::processDidEnd, Qt::QueuedConnection);
+}
+
+// What waits ends at once; what runs is left to the process.
+void VXGammuDriver::cancel(const VXDeviceAction *action)
+{
+    const auto found = std::ranges::find(_jobs, action, [](const Job &job) { return job.action.get(); });
+    if (found == _jobs.end())
+        return;
+    if (_isAsking && found == _jobs.begin())
+        return _process->cancel();
+    const Job job = *found;
+    _jobs.erase(found);
+    fail(job, {}); // it has its error
+}
+
+// -- What the process tells
+
+void VXGammuDriver::take(const QCborArray &message)
+{
+    if (const auto properties = decode<Properties>(message)) {
+        _isConnected = true;
+        Q_EMIT didTellProperties(properties->values);
+    } else if (const auto event = decode<Event>(message)) {
+        Q_EMIT didReport(event->name, event->step, event->object);
+    } else if (const auto concluded = decode<Concluded>(message)) {
+        concludeCurrent(concluded->result, VXErrorFromGammu(concluded->failure));
+        askNext();
+    } else if (_isAsking && _jobs.front().action) {
+        takeProgress(message);
+    }
+}
+
+void VXGammuDriver::takeProgress(const QCborArray &message)
+{
+    Job &job = _jobs.front();
+    if (const auto item = decode<Item>(message))
+        job.items.append(item->value);
+    else if (const auto expected = decode<Expect>(message))
+        job.action->setProgressMaxValue(expected->maximum);
+    else if (decode<Step>(message))
+        job.action->incrementProgress();
+}
+
+// A request that reads has a result that lacks nothing but its items; so has one that was cut off once it had read some.
+void VXGammuDriver::concludeCurrent(const QVariantMap &result, const VXError &error)
+{
+    if (!std::exchange(_isAsking, false))
+        return;
+    const Job job = std::move(_jobs.front());
+    _jobs.pop_front();
+    if (!job.action)
+        return;
+    QVariantMap whole = result;
+    if (result.contains(u"isComplete"_s) || !job.items.isEmpty()) {
+        whole.insert(u"items"_s, job.items);
+        whole.insert(u"isComplete"_s, result.value(u"isComplete"_s, false));
+        whole.insert(u"problems"_s, result.value(u"problems"_s, QStringList()).toStringList());
+    }
+    if (!whole.isEmpty())
+        job.action->setResult(whole);
+    fail(job, error);
+}
+
+void VXGammuDriver::processDidEnd(const VXGammuFailure &failure)
+{
+    if (sender() != _process.get())
+        return;
+    _process.reset();
+    _isEnding = false;
+    const VXError error = VXErrorFromGammu(failure);
+    const bool wasConnected = std::exchange(_isConnected, false);
+    if (wasConnected) {
+        Q_EMIT didClose(error);
+    } else {
+        Q_EMIT didFailToOpen(error);
+        // Those that wait would wait as long for the same.
+        while (_jobs.size() > 1) {
+            const Job job = std::move(_jobs.back());
+            _jobs.pop_back();
+            fail(job, error);
+        }
+    }
+    concludeCurrent({}, error);
+    askNext();
+}

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "VXDeviceAction.h"
+#include "VXGammuProcess.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QVariant>
+
+#include <deque>
+#include <functional>
+#include <memory>
+
+/**
+ * Has the process of a phone do what is asked of the phone, one after the other, and tells what the phone reports. The
+ * process is started when something is asked, and again after a connection was lost. Main thread.
+ */
+class VXGammuDriver : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** The preferences that say how the phone is reached, asked anew for each connection. */
+    using Configure = std::function<QVariantMap()>;
+
+    VXGammuDriver(const QString &program, Configure configure);
+    ~VXGammuDriver() override;
+
+    /** Connects if need be, has the request carried out, and concludes the action, which may be none (null): then only
+     *  the state is asked for. */
+    void enqueue(const VXDeviceAction::Ptr &action);
+    /** True while something is asked of the phone. */
+    bool isBusy() const { return _isAsking || !_jobs.empty(); }
+    bool isConnected() const { return _isConnected && !_isEnding; }
+
+    /** Concludes what waits and what runs with an error, and hangs up. */
+    void stop();
+
+Q_SIGNALS:
+    /** What the phone tells of itself: first when it was reached. */
+    void didTellProperties(const QVariantMap &values);
+    /** The connection is lost. */
+    void didClose(const VXError &reason);
+    void didFailToOpen(const VXError &error);
+    void didReport(const QString &event, const QString &step, const QVariantMap &object);
+
+private:
+    struct Job
+    {
+        VXDeviceAction::Ptr action; // null: asks for the state
+        QVariantList items;
+    };
+
+    void askNext();
+    void start();
+    void take(const QCborArray &message);
+    void takeProgress(const QCborArray &message);
+    void concludeCurrent(const QVariantMap &result, const VXError &error);
+    void processDidEnd(const VXGammuFailure &failure);
+    void cancel(const VXDeviceAction *action);
+    void fail(const Job &job, const VXError &error);
+
+    const QString _program;
+    const Configure _configure;
+    std::unique_ptr<VXGammuProcess> _process; // null: not connected
+    std::deque<Job> _jobs;                    // the first is asked for while _isAsking
+    bool _isAsking = false;
+    bool _isConnected = false;
+    bool _isEnding = false; // the process: another takes its place once it is gone
+    bool _isStopped = false;
+};

@@ -1,0 +1,84 @@
+#include "VXGammuProcess.h"
+
+#include "VXMethodLog.h"
+
+#include <QtCore/QTimer>
+
+#include <chrono>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The process ends its work by itself sooner; this is for one that is stuck altogether.
+constexpr std::chrono::seconds cancelLimit{2};
+constexpr std::chrono::seconds endLimit{5};
+
+} // namespace
+
+VXGammuProcess::VXGammuProcess(const QString &program, const QVariantMap &configuration) : _process(new QProcess)
+{
+    connect(_process, &QProcess::readyReadStandardOutput, this, &VXGammuProcess::read);
+    connect(_process, &QProcess::finished, this, [this](int, QProcess::ExitStatus status) {
+        finish(status == QProcess::CrashExit ? u"The phone's process ended unexpectedly."_s
+                                             : u"The phone's process ended."_s);
+    });
+    connect(_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            finish(u"The phone's process could not be started."_s);
+    });
+    _process->start(program, {});
+    send(VXGammuProtocol::Configure{.values = configuration});
+}
+
+// Hangs up. The process takes leave of its phone, for which nobody waits.
+VXGammuProcess::~VXGammuProcess()
+{
+    _process->disconnect(this);
+    if (_process->state() == QProcess::NotRunning) {
+        _process->deleteLater();
+        return;
+    }
+    connect(_process, &QProcess::finished, _process, &QObject::deleteLater);
+    QTimer::singleShot(endLimit, _process, &QProcess::kill);
+    _process->closeWriteChannel();
+}
+
+void VXGammuProcess::cancel()
+{
+    send(VXGammuProtocol::Cancel{});
+    QTimer::singleShot(cancelLimit, this, [this, still = _process->processId()] {
+        if (still == _process->processId())
+            _process->kill();
+    });
+}
+
+void VXGammuProcess::read()
+{
+    _frames.add(_process->readAllStandardOutput());
+    while (const auto message = _frames.next()) {
+        const auto lost = VXGammuProtocol::decode<VXGammuProtocol::Lost>(*message);
+        if (!lost) {
+            Q_EMIT didReceive(*message);
+        } else if (!_failure) {
+            _failure = lost->failure;
+            Q_EMIT willEnd();
+        }
+    }
+    if (_frames.isDamaged())
+        _process->kill();
+}
+
+void VXGammuProcess::finish(const QString &reason)
+{
+    if (std::exchange(_hasEnded, true))
+        return;
+    read();
+    const QByteArray said = _process->readAllStandardError().trimmed();
+    if (!said.isEmpty())
+        VXLogMethod(VXLogWarning,
+                    "finish:", "the phone's process said: "_L1 + QString::fromLocal8Bit(said.right(2000)));
+    if (!_failure)
+        _failure = VXGammuRefusal(reason);
+    Q_EMIT didEnd(_failure);
+}
