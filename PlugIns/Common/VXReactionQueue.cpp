@@ -5,7 +5,7 @@
 bool VXReactionQueue::add(std::function<void()> work)
 {
     const VXMutexLocker lock(_lock);
-    if (_waiting.size() >= _maximumWaiting)
+    if (_isFinished || _waiting.size() >= _maximumWaiting)
         return false;
     _waiting.push_back(std::move(work));
     const size_t idleThreads = _threads.size() - _busyThreads;
@@ -28,7 +28,7 @@ void VXReactionQueue::run()
 {
     _lock.lock();
     while (true) {
-        _changed.wait(_lock, [this]() VX_REQUIRES(_lock) { return _isFinishing || !_waiting.empty(); });
+        _changed.wait(_lock, [this]() VX_REQUIRES(_lock) { return _isFinished || !_waiting.empty(); });
         if (_waiting.empty())
             break;
         std::function<void()> work = std::move(_waiting.front());
@@ -49,18 +49,17 @@ void VXReactionQueue::run()
     _lock.unlock();
 }
 
+// Posters may still hold the reactor: a thread that one of them started now would have nobody to join it.
 void VXReactionQueue::finish()
 {
     std::vector<std::thread> threads;
     {
         const VXMutexLocker lock(_lock);
-        _isFinishing = true;
+        _isFinished = true;
         threads = std::move(_threads);
+        _threads.clear();
         _changed.notifyAll();
     }
     for (std::thread &thread : threads)
         thread.join();
-    const VXMutexLocker lock(_lock);
-    _threads.clear();
-    _isFinishing = false;
 }

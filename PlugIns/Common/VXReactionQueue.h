@@ -23,13 +23,13 @@ public:
     VXReactionQueue(const VXReactionQueue &) = delete;
     VXReactionQueue &operator=(const VXReactionQueue &) = delete;
 
-    /** False when too much is waiting already. The work throws nothing. */
+    /** False when too much is waiting already, and from `finish` on. The work throws nothing. */
     [[nodiscard]] bool add(std::function<void()> work);
 
     /** False when there is nothing to wait for; else `call` is called once, on a thread of the queue, when all is done. */
     bool callWhenIdle(std::function<void()> call);
 
-    /** Waits until all work is done and the threads are gone. */
+    /** Takes no more work, and waits until all is done and the threads are gone. For good. */
     void finish();
 
 private:
@@ -42,6 +42,6 @@ private:
     std::deque<std::function<void()>> _waiting VX_GUARDED_BY(_lock);
     std::vector<std::thread> _threads VX_GUARDED_BY(_lock);
     size_t _busyThreads VX_GUARDED_BY(_lock) = 0;
-    bool _isFinishing VX_GUARDED_BY(_lock) = false;
+    bool _isFinished VX_GUARDED_BY(_lock) = false;
     std::function<void()> _whenIdle VX_GUARDED_BY(_lock);
 };
