@@ -27,12 +27,6 @@ VXDataPlugin::VXDataPlugin() = default;
 
 VXDataPlugin::~VXDataPlugin() = default;
 
-QString VXDataPlugin::infoText(const QString &key) const
-{
-    const VXBundle::Ptr found = bundle();
-    return found ? found->infoDictionary().value(key).toString() : QString();
-}
-
 QString VXDataPlugin::dataStoreName() const
 {
     return infoText(u"VXDataStoreName"_s);

@@ -68,7 +68,6 @@ protected:
     void _pluginWillLoad() override;
 
 private:
-    QString infoText(const QString &key) const;
     bool copyModels(const QString &path, VXError *error) const;
     VXCoreDataStore::Ptr openStore(VXError *error);
     VXCoreDataStore::Ptr _loadMemoryStoreController(VXError *error);

@@ -31,11 +31,6 @@ VXBundle::Ptr pluginBundleOfCode(const QString &file)
     return nullptr;
 }
 
-QString text(const VXBundle::Ptr &bundle, const QString &key)
-{
-    return bundle ? bundle->infoDictionary().value(key).toString() : QString();
-}
-
 // A readable image of the bundle, named with or without its extension; null for none.
 QString pathForImageResource(const VXBundle &bundle, const QString &name)
 {
@@ -66,6 +61,7 @@ const QSet<VXPlugin *> &VXPlugin::livingObjects()
 
 VXBundle::Ptr VXPlugin::bundle() const
 {
+    const VXMutexLocker lock(_lock); // those who post events ask too, on threads of their own
     if (!_codeBundle)
         _codeBundle = pluginBundleOfCode(VXBundle::pathOfCode(metaObject()));
     return _codeBundle;
@@ -94,13 +90,13 @@ VXIcon VXPlugin::icon() const
     const VXBundle::Ptr found = bundle();
     if (!found)
         return {.name = u"plugin"_s, .genericName = {}, .path = {}};
-    const QString image = pathForImageResource(*found, text(found, u"CFBundleIconFile"_s));
+    const QString image = pathForImageResource(*found, infoText(u"CFBundleIconFile"_s));
     if (!image.isNull())
         return {.name = {}, .genericName = {}, .path = image};
     VXWorkspace &workspace = VXApplication::sharedApplication().workspace();
-    if (const QString type = text(found, u"VXBundleIconFromFileType"_s); !type.isNull())
+    if (const QString type = infoText(u"VXBundleIconFromFileType"_s); !type.isNull())
         return workspace.iconForFileType(type);
-    if (const QString application = text(found, u"VXBundleIconFromAppWithIdentifier"_s); !application.isNull()) {
+    if (const QString application = infoText(u"VXBundleIconFromAppWithIdentifier"_s); !application.isNull()) {
         const VXIcon icon = workspace.iconForFile(workspace.applicationPathForIdentifier(application));
         if (!icon.isNull()) // null: it is not installed
             return icon;
@@ -110,15 +106,20 @@ VXIcon VXPlugin::icon() const
 
 QString VXPlugin::pluginClassType() const
 {
-    return text(bundle(), u"VXPluginClass"_s);
+    return infoText(u"VXPluginClass"_s);
+}
+
+QString VXPlugin::infoText(const QString &key) const
+{
+    const VXBundle::Ptr found = bundle();
+    return found ? found->infoDictionary().value(key).toString() : QString();
 }
 
 QString VXPlugin::as_version() const
 {
-    const VXBundle::Ptr found = bundle();
-    return found ? u"%1 (%2)"_s.arg(VXDescription(text(found, u"CFBundleShortVersionString"_s)),
-                                    VXDescription(text(found, u"CFBundleVersion"_s)))
-                 : QString();
+    return bundle() ? u"%1 (%2)"_s.arg(VXDescription(infoText(u"CFBundleShortVersionString"_s)),
+                                       VXDescription(infoText(u"CFBundleVersion"_s)))
+                    : QString();
 }
 
 void VXPlugin::pluginDidLoad() {}
@@ -142,21 +143,29 @@ bool VXPlugin::isKeptAfterUnload() const
 
 void VXPlugin::_pluginWillLoad() {}
 
-void VXPlugin::_pluginDidLoad()
+QString VXPlugin::callPluginWillLoad()
 {
+    _isUnloaded = false;
     QString reason;
-    if (!VXCallPlugin(
-            *this, "pluginDidLoad", [this] { pluginDidLoad(); }, &reason)) {
-        VXPluginManager &manager = VXPluginManager::sharedPluginManager();
-        if (VXPluginProxy *const proxy = manager.pluginWithIdentifier(VXIdentifierOfPlugin(*this)))
-            proxy->_loadError = reason;
-        return;
-    }
-    post(VXPluginDidLoadNotification);
+    VXCallPlugin(
+        *this, "_pluginWillLoad", [this] { _pluginWillLoad(); }, &reason);
+    return reason;
+}
+
+QString VXPlugin::_pluginDidLoad()
+{
+    if (_isUnloaded)
+        return {};
+    QString reason;
+    const auto call = [this] { pluginDidLoad(); };
+    if (VXCallPlugin(*this, "pluginDidLoad", call, &reason) && !_isUnloaded) // a plugin may disable itself there
+        post(VXPluginDidLoadNotification);
+    return reason;
 }
 
 void VXPlugin::_pluginWillUnload()
 {
+    _isUnloaded = true;
     post(VXPluginWillUnloadNotification);
     VXCallPlugin(*this, "pluginWillUnload", [this] { pluginWillUnload(); });
 }

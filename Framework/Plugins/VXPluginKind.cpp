@@ -32,6 +32,13 @@ QString kindForShortName(const QString &name)
     return found == kinds.cend() ? QString() : *found;
 }
 
+QString baseClass(const QString &kind)
+{
+    if (kind == Conduit) // it has no class of its own
+        return u"VXPlugin"_s;
+    return all().contains(kind) ? kind : QString();
+}
+
 bool createsSingletonInstance(const QString &kind)
 {
     return kind != Device && kind != Conduit;

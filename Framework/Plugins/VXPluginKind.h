@@ -24,6 +24,9 @@ VX_EXPORT QString shortName(const QString &kind);
 /** Null when no kind has that short name. */
 VX_EXPORT QString kindForShortName(const QString &name);
 
+/** The name of the class that plugins of the kind derive from; null for an unknown kind. */
+VX_EXPORT QString baseClass(const QString &kind);
+
 /** Devices and conduits have instances made on demand; every other kind has one, made when it loads. */
 VX_EXPORT bool createsSingletonInstance(const QString &kind);
 

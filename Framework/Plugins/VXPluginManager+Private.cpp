@@ -11,8 +11,11 @@
 #include "VXNone.h"
 #include "VXNotificationQueue.h"
 #include "VXPluginGuard.h"
-#include "VXPluginLoadMarker.h"
+#include "VXPluginKind.h"
+#include "VXPluginMarker.h"
+#include "VXPluginPaths.h"
 #include "VXPluginScanner.h"
+#include "VXPluginSuspects.h"
 #include "VXUserDefaults.h"
 
 #include <algorithm>
@@ -28,10 +31,11 @@ struct VXPluginManager::BundleTree
 
 namespace {
 
-QString versionOf(const VXPluginProxy &proxy)
+bool ships(const VXPluginProxy &proxy)
 {
-    const VXBundle::Ptr bundle = proxy.bundle();
-    return bundle ? bundle->infoDictionary().value(u"CFBundleVersion"_s).toString() : QString();
+    const QString path = proxy.bundle()->bundlePath();
+    return VXIsInsideFolder(path, VXBundle::mainBundle()->builtInPlugInsPath()) ||
+           VXIsInsideFolder(path, VXFrameworkBundle()->bundlePath());
 }
 
 // The plugin's answer to a URL; invalid when it has none.
@@ -54,9 +58,9 @@ VXPluginProxy *VXPluginManager::addPluginForBundleAtPath(const QString &path)
     if (known != nullptr && known->isInstalled())
         return nullptr;
     VXError error;
-    QSet<QString> identifiers;
+    QHash<QString, QString> paths;
     BundleTree tree;
-    if (!openBundle(path, &tree, identifiers, &error)) {
+    if (!openBundle(path, &tree, paths, &error)) {
         VXLogMethod(VXLogError, "addPluginForBundleAtPath:", error.description());
         VXApplication::sharedApplication().presentError(error);
         return nullptr;
@@ -66,7 +70,7 @@ VXPluginProxy *VXPluginManager::addPluginForBundleAtPath(const QString &path)
 }
 
 // Opens the bundle with all that lie inside it, before any of them is registered: they come all or none.
-bool VXPluginManager::openBundle(const QString &path, BundleTree *tree, QSet<QString> &identifiers,
+bool VXPluginManager::openBundle(const QString &path, BundleTree *tree, QHash<QString, QString> &paths,
                                  VXError *error) const
 {
     const auto fail = [&](const QString &reason) {
@@ -80,13 +84,16 @@ bool VXPluginManager::openBundle(const QString &path, BundleTree *tree, QSet<QSt
     if (identifier.isEmpty())
         return fail(VXLocalizedString(u"Its Info.plist can not be read, or has no identifier."_s));
     const VXPluginProxy *const known = pluginWithIdentifier(identifier);
-    if (identifiers.contains(identifier) || (known != nullptr && known->isInstalled()))
-        return fail(VXLocalizedString(u"There is another plugin with the identifier \"%1\"."_s).arg(identifier));
-    identifiers.insert(identifier);
-    const QStringList paths = VXPluginScanner::pluginPathsInFolder(tree->bundle->builtInPlugInsPath());
-    tree->children.resize(static_cast<std::size_t>(paths.size()));
-    for (qsizetype index = 0; index < paths.size(); ++index) {
-        if (!openBundle(paths[index], &tree->children[static_cast<std::size_t>(index)], identifiers, error))
+    const QString taken =
+        known != nullptr && known->isInstalled() ? known->bundle()->bundlePath() : paths.value(identifier);
+    if (!taken.isNull())
+        return fail(
+            VXLocalizedString(u"There is another plugin with the identifier \"%1\": %2"_s).arg(identifier, taken));
+    paths.insert(identifier, tree->bundle->bundlePath());
+    const QStringList inside = VXPluginScanner::pluginPathsInFolder(tree->bundle->builtInPlugInsPath());
+    tree->children.resize(static_cast<std::size_t>(inside.size()));
+    for (qsizetype index = 0; index < inside.size(); ++index) {
+        if (!openBundle(inside[index], &tree->children[static_cast<std::size_t>(index)], paths, error))
             return false;
     }
     return true;
@@ -140,27 +147,46 @@ void VXPluginManager::setPluginsEnabled(const QStringList &identifiers, bool fla
 
 // -- Start-up
 
-// Says of each enabled plugin that is not to be loaded at this start why that is so.
-void VXPluginManager::leaveOutPlugins()
+// What was at work at one end of the program may have been killed from outside; at two in a row it is left out. Not
+// built-in data plugins: what others store with them would be lost without anybody's notice.
+void VXPluginManager::leaveOutSuspects()
 {
-    for (const VXPluginLoadMarker::Plugin &suspect : loadMarker().takeSuspects()) {
-        const QString name = u"%1 %2 (%3)"_s.arg(suspect.identifier, VXDescription(suspect.version), suspect.path);
-        const VXPluginProxy *const proxy = pluginWithIdentifier(suspect.identifier);
-        const bool isSame = proxy != nullptr && proxy->isEnabled() && versionOf(*proxy) == suspect.version;
-        if (isSame)
-            _leftOut.insert(suspect.identifier,
-                            VXLocalizedString(u"The program ended while this plugin was loading."_s));
-        VXLogMethod(
-            VXLogError, "startup",
-            (isSame ? u"The program ended while a plugin was loading, which is left out this time: %1"_s
-                    : u"The program ended while a plugin was loading, which is not enabled or has changed since: %1"_s)
-                .arg(name));
+    for (const auto &[plugin, ends] : VXPluginSuspects::collect()) {
+        const VXPluginProxy *const proxy = pluginWithIdentifier(plugin.identifier);
+        if (proxy == nullptr || !proxy->isEnabled() || proxy->infoText(u"CFBundleVersion"_s) != plugin.version)
+            continue; // gone, or mended
+        const QString work = VXNameOfPluginWork(plugin.work);
+        const bool isToBlame = ends >= VXPluginSuspects::endsToBlame;
+        const bool isNeeded = proxy->isBuiltInPlugin() && proxy->pluginClassType() == VXPluginKind::Data;
+        QString what = isToBlame ? VXLocalizedString(u"The program ended %1 times in a row while this plugin was %2."_s)
+                                       .arg(QString::number(ends), work)
+                                 : VXLocalizedString(u"The program ended while this plugin was %1."_s).arg(work);
+        QString consequence = VXLocalizedString(u"It is tried once more."_s);
+        if (isToBlame && isNeeded) {
+            consequence = VXLocalizedString(u"It is tried all the same, because other plugins store with it."_s);
+        } else if (isToBlame) {
+            consequence = VXLocalizedString(u"It is left out until it is retried: vornix plugins retry %1"_s)
+                              .arg(plugin.identifier);
+            _leftOut.insert(plugin.identifier, what);
+        }
+        const QString notice = u"%1 %2 (%3): %4 %5"_s.arg(plugin.identifier, VXDescription(plugin.version), plugin.path,
+                                                          what, consequence);
+        VXLogMethod(VXLogError, "startup", notice);
+        _startupNotices.append(notice);
     }
+}
+
+void VXPluginManager::leaveOutForSafeMode()
+{
     if (!_safeMode)
         return;
     for (VXPluginProxy *const proxy : enabledPlugins()) {
-        if (!proxy->rootProxy()->isBuiltInPlugin())
+        const VXPluginProxy &root = *proxy->rootProxy();
+        if (!root.isBuiltInPlugin())
             _leftOut.insert(proxy->identifier(), VXLocalizedString(u"Safe mode loads built-in plugins only."_s));
+        else if (!ships(root)) // without a name it counts as built in, but may spoil every start as any other
+            _leftOut.insert(proxy->identifier(),
+                            VXLocalizedString(u"Safe mode loads only plugins that ship with the program."_s));
     }
     VXLogMethod(VXLogNotice, "startup", u"Safe mode: %1 plugin(s) left out"_s.arg(_leftOut.size()));
 }
@@ -182,36 +208,13 @@ void VXPluginManager::announceHeldPlugins()
 {
     while (!_pluginsToLoad.isEmpty()) {
         const QPointer<VXPlugin> instance = _pluginsToLoad.takeFirst();
-        if (!instance)
-            continue;
-        VXPluginProxy *const proxy = pluginWithIdentifier(VXIdentifierOfPlugin(*instance));
-        if (proxy != nullptr)
-            willLoadPlugin(*proxy);
-        instance->_pluginDidLoad();
-        if (proxy != nullptr)
-            didLoadPlugin(*proxy);
+        VXPluginProxy *const proxy = instance ? pluginWithIdentifier(VXIdentifierOfPlugin(*instance)) : nullptr;
+        if (proxy == nullptr)
+            continue; // it went meanwhile
+        const VXPluginMarker::Scope mark(*proxy, VXPluginWork::Loading);
+        if (const QString problem = instance->_pluginDidLoad(); !problem.isNull())
+            proxy->setLoadError(problem);
     }
-}
-
-VXPluginLoadMarker &VXPluginManager::loadMarker()
-{
-    if (!_loadMarker)
-        _loadMarker = std::make_unique<VXPluginLoadMarker>(
-            VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/Loading Plugins"_L1);
-    return *_loadMarker;
-}
-
-void VXPluginManager::willLoadPlugin(VXPluginProxy &proxy)
-{
-    const VXBundle::Ptr bundle = proxy.bundle();
-    loadMarker().willLoad({proxy.identifier(), versionOf(proxy), bundle ? bundle->bundlePath() : QString()});
-}
-
-void VXPluginManager::didLoadPlugin(VXPluginProxy &)
-{
-    loadMarker().didLoad();
-    if (!_isStarting) // until then the file serves the next plugin
-        loadMarker().removeWhenDone();
 }
 
 // -- URLs
@@ -221,6 +224,9 @@ QVariant VXPluginManager::openURLString(const QString &url) const
     const bool isObject = url.startsWith("x-coredata:"_L1, Qt::CaseInsensitive);
     const char *const selector = isObject ? "openManagedObjectWithURIRepresentation" : "openURLString";
     for (VXPluginProxy *const proxy : isObject ? dataPlugins() : interfacePlugins()) {
+        std::optional<VXPluginMarker::Scope> mark;
+        if (_restoresWindows)
+            mark.emplace(*proxy, VXPluginWork::RestoringWindows);
         if (QVariant answer = answerOf(*proxy, selector, url); answer.isValid())
             return answer;
     }

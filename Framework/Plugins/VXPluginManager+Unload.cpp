@@ -2,34 +2,84 @@
 
 #include "VXApplication.h"
 #include "VXDiagnostics.h"
-#include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXPluginMarker.h"
+#include "VXPluginSuspects.h"
+#include "VXPluginUnloadRun.h"
+#include "VXUserDefaults.h"
 
 #include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using State = VXPluginUnloadRun::State;
 
 namespace {
 
-bool userLetsDisable(const VXPluginProxy &dependantRoot, const VXPluginProxy &root)
+VXApplication &application()
 {
-    VXAlert alert;
-    alert.message = VXLocalizedString(u"Disable dependent plugin?"_s);
-    alert.informativeText = VXLocalizedString(u"%1 requires the plugin %2 and should be disabled first."_s)
-                                .arg(dependantRoot.description(), root.description());
-    alert.defaultButton = VXLocalizedString(u"OK"_s);
-    alert.alternateButton = VXLocalizedString(u"Cancel"_s);
-    VXUserInterface &user = VXApplication::sharedApplication().userInterface();
-    return user.runAlert(alert).button == VXAlertButton::Default;
-}
-
-bool isTerminating()
-{
-    return VXApplication::sharedApplication().isTerminating();
+    return VXApplication::sharedApplication();
 }
 
 } // namespace
+
+// -- Runs of unloading, each with its own purpose and state
+
+VXPluginManager::UnloadRun VXPluginManager::beginRun(VXUnloadPurpose purpose)
+{
+    return _unloadRuns.emplace_back(std::make_shared<VXPluginUnloadRun>(purpose));
+}
+
+VXPluginManager::UnloadRun VXPluginManager::runOfDisabling(const VXPluginProxy &proxy) const
+{
+    const auto found = std::ranges::find_if(_unloadRuns, [&](const UnloadRun &run) {
+        return run->purpose() == VXUnloadPurpose::Disable && run->concerns(proxy.identifier());
+    });
+    return found == _unloadRuns.cend() ? nullptr : *found;
+}
+
+VXPluginManager::UnloadRun VXPluginManager::runOfQuitting() const
+{
+    const auto found = std::ranges::find(_unloadRuns, VXUnloadPurpose::Quit, &VXPluginUnloadRun::purpose);
+    return found == _unloadRuns.cend() ? nullptr : *found;
+}
+
+QStringList VXPluginManager::pluginsAwaited() const
+{
+    QStringList identifiers;
+    for (const UnloadRun &run : _unloadRuns)
+        identifiers += run->awaited();
+    identifiers.removeDuplicates();
+    return identifiers;
+}
+
+// Asks the plugins; what nobody objects to is done, and what somebody refuses is dropped.
+void VXPluginManager::carryOn(const UnloadRun &run)
+{
+    if (run->ask() != VXUnloadLater)
+        finishRun(run);
+}
+
+void VXPluginManager::finishRun(const UnloadRun &run)
+{
+    const bool isAgreed = run->state() == State::Agreed;
+    _lastRefusal = run->refusal();
+    if (run->purpose() == VXUnloadPurpose::Quit) {
+        answerQuit(isAgreed);
+        return;
+    }
+    if (isAgreed) {
+        run->unload();
+        QStringList identifiers;
+        for (const VXPluginProxy *const proxy : run->plugins())
+            identifiers.append(proxy->identifier());
+        setPluginsEnabled(identifiers, false);
+    }
+    std::erase(_unloadRuns, run);
+    dropKindCache();
+}
+
+// -- Disabling
 
 void VXPluginManager::disablePluginProxy(VXPluginProxy *proxy)
 {
@@ -38,129 +88,95 @@ void VXPluginManager::disablePluginProxy(VXPluginProxy *proxy)
                     "A built-in plugin can not be disabled: "_L1 + VXDescription(proxy->identifier()));
         return;
     }
+    if (const UnloadRun run = runOfDisabling(*proxy)) {
+        if (run->state() == State::Waiting)
+            carryOn(run);
+        return; // it is under way: a plugin disables itself while it is asked, or goes
+    }
+    _lastRefusal = QString();
     if (!proxy->isLoaded()) // as when it could not be loaded: nothing depends on it, nobody is to be asked
         setPluginsEnabled({proxy->rootProxy()->identifier()}, false);
-    if (!addPluginToUnloadStack(proxy))
-        _pluginsToUnload.clear();
-    else if (shouldUnloadPluginStack() == VXUnloadNow)
-        unloadPluginStack();
+    const UnloadRun run = beginRun(VXUnloadPurpose::Disable);
+    if (run->collect(*proxy))
+        carryOn(run);
+    else
+        finishRun(run);
     dropKindCache();
 }
 
-// -- The unload stack
+// -- The end of the application
 
-bool VXPluginManager::addPluginToUnloadStack(VXPluginProxy *proxy)
-{
-    if (!proxy->isLoaded() || _pluginsToUnload.contains(proxy) || _pluginsBeingStacked.contains(proxy))
-        return true;
-    _pluginsBeingStacked.insert(proxy); // plugins may depend on each other, and children on their parents
-    const QStringList dependencies = proxy->dependencies();
-    QList<VXPluginProxy *> children = proxy->childProxies();
-    // A child that the plugin depends on goes after it.
-    const auto deferred = std::stable_partition(children.begin(), children.end(), [&](const VXPluginProxy *child) {
-        return !dependencies.contains(child->identifier());
-    });
-    const auto add = [this](VXPluginProxy *child) { return addPluginToUnloadStack(child); };
-    bool isAccepted = std::all_of(children.begin(), deferred, add) && addDependantsToUnloadStack(proxy);
-    if (isAccepted) {
-        _pluginsToUnload.append(proxy);
-        isAccepted = std::all_of(deferred, children.end(), add);
-    }
-    _pluginsBeingStacked.remove(proxy);
-    return isAccepted;
-}
-
-bool VXPluginManager::addDependantsToUnloadStack(VXPluginProxy *proxy)
-{
-    const QList<VXPluginProxy *> dependants = proxy->dependantPlugins(); // an alert lets other things happen
-    return std::all_of(dependants.cbegin(), dependants.cend(), [&](VXPluginProxy *dependant) {
-        if (!dependant->isLoaded())
-            return true;
-        VXPluginProxy *const root = dependant->rootProxy();
-        const bool isAgreed = isTerminating() || _pluginsToUnload.contains(root) || _pluginsBeingStacked.contains(root);
-        if (!isAgreed && !userLetsDisable(*root, *proxy->rootProxy()))
-            return false;
-        // The root too, for it is what the user agreed to disable.
-        return addPluginToUnloadStack(dependant) && addPluginToUnloadStack(root);
-    });
-}
-
-bool VXPluginManager::addEveryPluginToUnloadStack()
+void VXPluginManager::collectEveryPlugin(VXPluginUnloadRun &run) const
 {
     const QList<VXPluginProxy *> plugins = allPlugins();
-    return std::all_of(plugins.cbegin(), plugins.cend(), [this](VXPluginProxy *proxy) {
-        return proxy->parentProxy() != nullptr || addPluginToUnloadStack(proxy);
-    });
-}
-
-int VXPluginManager::shouldUnloadPluginStack() const
-{
-    int reply = VXUnloadNow;
-    const QList<VXPluginProxy *> asked = _pluginsToUnload;
-    for (VXPluginProxy *const proxy : asked) {
-        // A plugin's Cancel is not honoured: what the user has decided is done.
-        if (proxy->pluginInstancesShouldUnload() == VXUnloadLater)
-            reply = VXUnloadLater;
+    for (const bool isRoot : {true, false}) { // a child may be loaded without its parent
+        for (VXPluginProxy *const proxy : plugins) {
+            if ((proxy->parentProxy() == nullptr) == isRoot)
+                run.collect(*proxy);
+        }
     }
-    return reply;
-}
-
-void VXPluginManager::unloadPluginStack()
-{
-    const QList<VXPluginProxy *> plugins = std::exchange(_pluginsToUnload, {}); // hooks may disable others
-    QStringList identifiers;
-    for (VXPluginProxy *const proxy : plugins) {
-        proxy->unload();
-        identifiers.append(proxy->identifier());
-    }
-    if (!isTerminating())
-        setPluginsEnabled(identifiers, false);
-}
-
-// -- Consent that comes late, and the end of the application
-
-void VXPluginManager::replyToPluginShouldUnload(bool flag, const QString &)
-{
-    if (_pluginsToUnload.isEmpty())
-        return; // nothing waits for it
-    const int reply = flag ? shouldUnloadPluginStack() : VXUnloadCancel;
-    if (reply == VXUnloadLater)
-        return;
-    const bool shouldUnload = reply == VXUnloadNow;
-    const bool wasTerminating = isTerminating();
-    if (!shouldUnload)
-        _pluginsToUnload.clear();
-    else if (wasTerminating)
-        shutdown();
-    else
-        unloadPluginStack();
-    dropKindCache();
-    if (!wasTerminating)
-        return;
-    VXApplication &application = VXApplication::sharedApplication();
-    application.replyToApplicationShouldTerminate(shouldUnload);
-    if (!shouldUnload)
-        application.setAsTerminating(false);
 }
 
 int VXPluginManager::shouldShutdown()
 {
-    VXApplication &application = VXApplication::sharedApplication();
-    application.setAsTerminating(true);
-    const int reply = addEveryPluginToUnloadStack() ? shouldUnloadPluginStack() : VXUnloadCancel;
-    if (reply == VXUnloadNow || reply == VXUnloadLater)
-        return reply;
-    _pluginsToUnload.clear();
-    application.setAsTerminating(false);
-    return VXUnloadCancel;
+    UnloadRun run = runOfQuitting();
+    if (run && run->state() == State::Asking)
+        return VXUnloadCancel; // a plugin that is being asked wants to quit: whoever began that goes on
+    application().setAsTerminating(true);
+    if (!run)
+        run = beginRun(VXUnloadPurpose::Quit);
+    collectEveryPlugin(*run);
+    const int reply = run->ask();
+    if (reply == VXUnloadCancel) {
+        _lastRefusal = run->refusal();
+        std::erase(_unloadRuns, run);
+        application().setAsTerminating(false);
+    }
+    return reply;
+}
+
+// The late answer to an application that waits for it.
+void VXPluginManager::answerQuit(bool flag)
+{
+    if (flag)
+        shutdown();
+    else
+        std::erase(_unloadRuns, runOfQuitting());
+    application().replyToApplicationShouldTerminate(flag);
+    if (!flag)
+        application().setAsTerminating(false);
+}
+
+void VXPluginManager::replyToPluginShouldUnload(bool flag, const QString &identifier)
+{
+    const std::vector<UnloadRun> runs = _unloadRuns; // what is unloaded may end runs, and begin some
+    for (const UnloadRun &run : runs) {
+        if (!run->concerns(identifier))
+            continue;
+        if (run->state() == State::Asking) {
+            run->noteReply(identifier, flag);
+        } else if (run->state() == State::Waiting && flag) {
+            carryOn(run);
+        } else if (run->state() == State::Waiting) {
+            run->refuse(identifier);
+            finishRun(run);
+        }
+    }
 }
 
 void VXPluginManager::shutdown()
 {
     if (std::exchange(_isShutDown, true))
         return; // a late consent has brought it about
-    VXApplication::sharedApplication().setAsTerminating(true);
+    application().setAsTerminating(true);
     finalizeOpenWindowsForQuit();
-    addEveryPluginToUnloadStack(); // what was loaded since consent was asked for
-    unloadPluginStack();
+    // Saved now: a plugin may end the program when it is unloaded. Whoever started it saves again, and tells of failures.
+    static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize());
+    UnloadRun run = runOfQuitting();
+    if (!run)
+        run = beginRun(VXUnloadPurpose::Quit);
+    collectEveryPlugin(*run); // what was loaded since consent was asked for
+    run->unload();
+    _unloadRuns.clear();
+    VXPluginSuspects::forget(VXPluginMarker::shared().workers());
 }

@@ -4,7 +4,10 @@
 #include "VXContainer.h"
 #include "VXMethodLog.h"
 #include "VXPluginKind.h"
+#include "VXPluginMarker.h"
 #include "VXUserDefaults.h"
+
+#include <QtCore/QScopeGuard>
 
 #include <algorithm>
 #include <utility>
@@ -32,6 +35,8 @@ void VXPluginManager::restoreOpenWindows()
         return proxy->pluginClassType() != VXPluginKind::Interface || proxy->singleton() != nullptr;
     });
     _windowsAtStart = urls;
+    _restoresWindows = true;
+    const auto restored = qScopeGuard([this] { _restoresWindows = false; });
     for (const QString &url : urls) {
         if (VXApplication::sharedApplication().openURLString(url).isValid())
             continue;
@@ -47,8 +52,10 @@ void VXPluginManager::restoreOpenWindows()
 void VXPluginManager::finalizeOpenWindowsForQuit()
 {
     QStringList urls;
-    for (VXPluginProxy *const proxy : interfacePlugins())
+    for (VXPluginProxy *const proxy : interfacePlugins()) {
+        const VXPluginMarker::Scope mark(*proxy, VXPluginWork::Unloading);
         urls += openWindowsOf(*proxy);
+    }
     urls += std::exchange(_windowsNotRestored, {});
     // Another process may have written its windows meanwhile: only what was opened and closed here changes.
     const auto update = [before = std::exchange(_windowsAtStart, {}), urls](const QVariant &stored) {

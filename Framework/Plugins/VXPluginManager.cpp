@@ -7,13 +7,14 @@
 #include "VXFramework.h"
 #include "VXNotificationQueue.h"
 #include "VXPluginGuard.h"
+#include "VXPluginInstaller.h"
 #include "VXPluginKind.h"
-#include "VXPluginLoadMarker.h"
+#include "VXPluginMarker.h"
+#include "VXPluginPaths.h"
 #include "VXPluginScanner.h"
+#include "VXPluginSuspects.h"
+#include "VXPluginUnloadRun.h"
 #include "VXUserDefaults.h"
-
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
 
 #include <algorithm>
 #include <utility>
@@ -24,11 +25,6 @@ const VXNotificationName VXPluginsDidChangeNotification(u"VXPluginsDidChangeNoti
 const VXNotificationName VXPluginDidEnableNotification(u"VXPluginDidEnableNotification"_s);
 
 namespace {
-
-QString standardizedPath(const QString &path)
-{
-    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-}
 
 template <class Predicate>
 QList<VXPluginProxy *> filtered(const std::vector<std::unique_ptr<VXPluginProxy>> &proxies, Predicate predicate)
@@ -142,20 +138,18 @@ void VXPluginManager::startup()
     application.setShouldTerminateHandler([this] { return static_cast<VXTerminateReply>(shouldShutdown()); });
     application.setOpenURLHandler([this](const QString &url) { return openURLString(url); });
 
-    _isStarting = true;
+    const VXPluginMarker::Scope mark; // one file for all that follows
     _holdsAnnouncements = true;
-    installStagedPlugins();
+    VXPluginInstaller(*this).installStaged();
     _scanner = std::make_unique<VXPluginScanner>(pluginFolderPaths(), pathToSharedPluginFolder());
     for (const QString &path : _scanner->latestPluginPaths())
         addPluginForBundleAtPath(path);
     announceChange();
-    leaveOutPlugins();
+    leaveOutSuspects();
+    leaveOutForSafeMode();
     loadEnabledPlugins();
     _holdsAnnouncements = false;
     announceHeldPlugins();
-    _isStarting = false;
-    if (_loadMarker)
-        _loadMarker->removeWhenDone();
     restoreOpenWindows();
 }
 
@@ -168,7 +162,8 @@ bool VXPluginManager::enablePluginProxy(VXPluginProxy *proxy)
         return true;
     const QString identifier = proxy->identifier();
     setPluginsEnabled({identifier}, true);
-    _leftOut.remove(identifier); // whoever enables it wants it tried
+    if (_leftOut.remove(identifier) > 0) // whoever enables it wants it tried
+        VXPluginSuspects::giveAnotherChance(identifier);
     const bool isLoaded = proxy->load();
     if (isLoaded)
         VXNotificationQueue::defaultQueue().enqueueNotification(VXPluginDidEnableNotification,
@@ -178,13 +173,31 @@ bool VXPluginManager::enablePluginProxy(VXPluginProxy *proxy)
     return isLoaded;
 }
 
+VXPluginInstallResult VXPluginManager::installBundleAtPath(const QString &path, VXError *error)
+{
+    QString pluginPath;
+    const VXPluginInstallResult result = VXPluginInstaller(*this).install(path, &pluginPath, error);
+    if (result == VXPluginInstallResult::Installed) {
+        addPluginForBundleAtPath(pluginPath);
+        announceChange();
+    }
+    return result;
+}
+
 void VXPluginManager::loadPluginInstance(VXPlugin *instance)
 {
-    instance->_pluginWillLoad();
+    VXPluginProxy *const proxy = pluginWithIdentifier(VXIdentifierOfPlugin(*instance));
+    const auto isFine = [proxy](const QString &problem) {
+        if (proxy != nullptr && !problem.isNull())
+            proxy->setLoadError(problem);
+        return problem.isNull();
+    };
+    if (!isFine(instance->callPluginWillLoad()))
+        return;
     if (_holdsAnnouncements)
         _pluginsToLoad.append(instance);
     else
-        instance->_pluginDidLoad();
+        isFine(instance->_pluginDidLoad());
 }
 
 void VXPluginManager::unloadPluginInstance(VXPlugin *instance)
@@ -204,7 +217,7 @@ QStringList VXPluginManager::pluginFolderPaths() const
         QStringList folders{VXBundle::mainBundle()->builtInPlugInsPath(), VXFrameworkBundle()->resourcesPath()};
         folders += qEnvironmentVariable("VORNIX_PLUGIN_PATH").split(u':', Qt::SkipEmptyParts);
         folders += pathToSharedPluginFolder();
-        std::transform(folders.cbegin(), folders.cend(), folders.begin(), standardizedPath);
+        std::transform(folders.cbegin(), folders.cend(), folders.begin(), VXStandardizedPath);
         folders.removeDuplicates();
         return folders;
     }();
@@ -214,7 +227,7 @@ QStringList VXPluginManager::pluginFolderPaths() const
 QString VXPluginManager::pathToSharedPluginFolder() const
 {
     static const QString path =
-        standardizedPath(VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/PlugIns"_L1);
+        VXStandardizedPath(VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/PlugIns"_L1);
     return path;
 }
 
@@ -237,6 +250,7 @@ QString VXPluginManager::problemOfPlugin(const QString &identifier) const
 bool VXPluginManager::retryPlugin(const QString &identifier)
 {
     _leftOut.remove(identifier);
+    VXPluginSuspects::giveAnotherChance(identifier);
     VXPluginProxy *const proxy = pluginWithIdentifier(identifier);
     return proxy != nullptr && proxy->isEnabled() && proxy->rootProxy()->load();
 }

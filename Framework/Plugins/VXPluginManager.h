@@ -11,15 +11,15 @@
 #include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
-#include <QtCore/QSet>
 #include <QtCore/QStringList>
 
 #include <atomic>
 #include <memory>
 #include <optional>
 
-class VXPluginLoadMarker;
 class VXPluginScanner;
+class VXPluginUnloadRun;
+enum class VXUnloadPurpose;
 
 /** Posted when idle after plugins were added or installed; object: none. */
 VX_EXPORT extern const VXNotificationName VXPluginsDidChangeNotification;
@@ -67,13 +67,17 @@ public:
     void shutdown();
     /** A plugin that answered VXUnloadLater has made up its mind. */
     void replyToPluginShouldUnload(bool flag, const QString &identifier);
-    /** True while plugins that answered VXUnloadLater have not made up their minds. */
-    bool awaitsUnloadReply() const { return !_pluginsToUnload.isEmpty(); }
+    /** The plugins that answered VXUnloadLater and have not made up their minds, by identifier; empty for none. */
+    QStringList pluginsAwaited() const;
+    bool awaitsUnloadReply() const { return !pluginsAwaited().isEmpty(); }
+    /** Who refused when plugins were last to be unloaded, for people; null when nobody did. */
+    QString lastRefusal() const { return _lastRefusal; }
 
     // -- Changes
     /** Enables and loads a root plugin; false, and not enabled, when it cannot be loaded. */
     bool enablePluginProxy(VXPluginProxy *proxy);
-    /** Unloads a plugin after what depends on it, with the user's and the plugins' consent, and disables them. */
+    /** Unloads a plugin after what depends on it, with the user's and the plugins' consent, and disables them. Where it
+     * is being disabled already, that goes on; where that waits for a plugin, they are asked again. */
     void disablePluginProxy(VXPluginProxy *proxy);
     VXPluginInstallResult installBundleAtPath(const QString &path, VXError *error = nullptr);
     /** The new proxy; nullptr when the plugin is there already, or cannot be added, which the user is told. */
@@ -91,12 +95,17 @@ public:
     QString pathToInstallStagingFolder() const;
 
     // -- Containment
-    /** Before `startup`: load built-in plugins only. */
+    /** Before `startup`: load only the built-in plugins that ship with the program. */
     void setSafeMode(bool flag) { _safeMode = flag; }
     bool isSafeMode() const { return _safeMode; }
     /** Why a plugin was left out this time, or failed: for people; null when nothing is wrong. */
     QString problemOfPlugin(const QString &identifier) const;
-    /** Forgets that the program once ended while that plugin was loading, and loads it if it is enabled. */
+    /** Why the plugin is not to be loaded at this start; null when it may be. */
+    QString reasonToLeaveOut(const QString &identifier) const { return _leftOut.value(identifier); }
+    /** What `startup` found that the user should know now, for people: which plugins earlier ends of the program are to
+     * be blamed on, and what follows. */
+    const QStringList &startupNotices() const { return _startupNotices; }
+    /** Loads a plugin that was left out, if it is enabled; should the program end at that, it is left out again. */
     bool retryPlugin(const QString &identifier);
     /** Why this copy was chosen at start-up, and which others were found; none when no scan found the plugin. */
     std::optional<VXPluginChoice> choiceForPlugin(const QString &identifier) const;
@@ -113,40 +122,33 @@ public:
     QList<VXPluginProxy *> as_plugins() const { return enabledPlugins(); }
 
 private:
-    friend class VXPluginProxy; // tells when it runs the plugin's code to load it
+    using UnloadRun = std::shared_ptr<VXPluginUnloadRun>;
 
     VXPluginManager();
     ~VXPluginManager() override;
 
-    // For VXPluginProxy: around what runs the plugin's code while it loads, so that a crash there leaves its name.
-    void willLoadPlugin(VXPluginProxy &proxy);
-    void didLoadPlugin(VXPluginProxy &proxy);
-
     // VXPluginManager+Private.cpp
     struct BundleTree; // a bundle and the ones inside it, before anything is registered
-    bool openBundle(const QString &path, BundleTree *tree, QSet<QString> &identifiers, VXError *error) const;
+    bool openBundle(const QString &path, BundleTree *tree, QHash<QString, QString> &paths, VXError *error) const;
     VXPluginProxy *addTree(const BundleTree &tree);
     void registerPlugin(std::unique_ptr<VXPluginProxy> proxy);
     void dropKindCache() { _kindCacheIsStale = true; }
     static void announceChange();
     static void setPluginsEnabled(const QStringList &identifiers, bool flag);
-    VXPluginLoadMarker &loadMarker();
-    void leaveOutPlugins();
+    void leaveOutSuspects();
+    void leaveOutForSafeMode();
     void loadEnabledPlugins();
     void announceHeldPlugins();
     QVariant openURLString(const QString &url) const;
 
-    // VXPluginManager+Install.cpp
-    void installStagedPlugins();
-    VXPluginInstallResult _installBundleAtPath(const QString &path, QString *pluginPath, VXError *error);
-    bool mustWaitForNextStart(const QString &path, const QString &identifier) const;
-
     // VXPluginManager+Unload.cpp
-    bool addPluginToUnloadStack(VXPluginProxy *proxy);
-    bool addDependantsToUnloadStack(VXPluginProxy *proxy);
-    bool addEveryPluginToUnloadStack();
-    int shouldUnloadPluginStack() const;
-    void unloadPluginStack();
+    UnloadRun beginRun(VXUnloadPurpose purpose);
+    UnloadRun runOfDisabling(const VXPluginProxy &proxy) const;
+    UnloadRun runOfQuitting() const;
+    void carryOn(const UnloadRun &run);
+    void finishRun(const UnloadRun &run);
+    void answerQuit(bool flag);
+    void collectEveryPlugin(VXPluginUnloadRun &run) const;
 
     // VXPluginManager+Windows.cpp
     void restoreOpenWindows();
@@ -158,17 +160,17 @@ private:
     mutable QHash<QString, QList<VXPluginProxy *>> _pluginsByClass;
     mutable std::atomic<bool> _kindCacheIsStale = false;
 
-    bool _holdsAnnouncements = false;           // while start-up loads plugins
-    QList<QPointer<VXPlugin>> _pluginsToLoad;   // instances whose loading is still to be announced
-    QList<VXPluginProxy *> _pluginsToUnload;    // the unload stack, first to go first
-    QSet<VXPluginProxy *> _pluginsBeingStacked; // whose dependants are being collected
-    bool _isStarting = false;
+    bool _holdsAnnouncements = false;         // while start-up loads plugins
+    QList<QPointer<VXPlugin>> _pluginsToLoad; // instances whose loading is still to be announced
+    std::vector<UnloadRun> _unloadRuns;       // those under way, oldest first
+    QString _lastRefusal;
     bool _isShutDown = false;
     bool _safeMode = false;
+    bool _restoresWindows = false;
 
     std::unique_ptr<VXPluginScanner> _scanner;
-    std::unique_ptr<VXPluginLoadMarker> _loadMarker;
     QHash<QString, QString> _leftOut; // plugins left out at this start, and why
+    QStringList _startupNotices;
 
     QStringList _windowsAtStart;     // their URLs, as the last quit left them
     QStringList _windowsNotRestored; // their URLs: a plugin that may know them is not loaded

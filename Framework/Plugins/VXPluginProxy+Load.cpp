@@ -5,11 +5,12 @@
 #include "VXFramework.h"
 #include "VXInvocation.h"
 #include "VXMethodLog.h"
+#include "VXPluginCode.h"
 #include "VXPluginGuard.h"
 #include "VXPluginLeftovers.h"
 #include "VXPluginManager.h"
-
-#include <QtCore/QScopeGuard>
+#include "VXPluginMarker.h"
+#include "VXPluginUnloadRun.h"
 
 #include <algorithm>
 #include <optional>
@@ -25,12 +26,6 @@ VXPluginProxy::InterfaceFileLoader &interfaceFileLoader()
     return loader;
 }
 
-// An instance may stand on the call stack when its plugin is unloaded.
-void deleteInstance(VXPlugin *instance)
-{
-    instance->deleteLater();
-}
-
 bool userLetsEnable(const VXPluginProxy &dependency, const VXPluginProxy &plugin)
 {
     VXAlert alert;
@@ -41,11 +36,6 @@ bool userLetsEnable(const VXPluginProxy &dependency, const VXPluginProxy &plugin
     alert.alternateButton = VXGlobalString(u"Cancel"_s);
     VXUserInterface &user = VXApplication::sharedApplication().userInterface();
     return user.runAlert(alert).button == VXAlertButton::Default;
-}
-
-QString infoText(const VXBundle &bundle, const QString &key)
-{
-    return VXDescription(bundle.infoDictionary().value(key).toString());
 }
 
 } // namespace
@@ -60,15 +50,25 @@ bool VXPluginProxy::load()
     if (_loaded)
         return true;
     _loaded = true; // first, so that plugins that depend on each other come to an end
-    ++_loads;
+    const int load = ++_loads;
     _loadError = QString();
-    if (const QString reason = VXPluginManager::sharedPluginManager()._leftOut.value(_identifier); !reason.isNull())
+    if (const QString reason = VXPluginManager::sharedPluginManager().reasonToLeaveOut(_identifier); !reason.isNull())
         return failLoading(u"Plugin %1 is left out: %2"_s.arg(VXDescription(_identifier), reason));
     if (!loadDependencies())
         return failLoading("Failed to load dependency for plugin: "_L1 + VXDescription(_identifier));
-    if (createsSingletonInstance() && !loadSingleton())
+    if (isStillLoading(load) && createsSingletonInstance() && !loadSingleton(load))
         return failLoading("Failed to instantiate plugin: "_L1 + VXDescription(_identifier));
-    return loadChildren();
+    return isStillLoading(load) && !loadChildren() ? false : endLoading(load);
+}
+
+// What the plugin does while it loads, and what happens during an alert, may have unloaded it again.
+bool VXPluginProxy::endLoading(int load)
+{
+    if (isStillLoading(load))
+        return true;
+    _loadError = u"It was unloaded while it was loading."_s;
+    VXLogMethod(VXLogWarning, "load", u"Plugin %1 was unloaded while it was loading"_s.arg(VXDescription(_identifier)));
+    return false;
 }
 
 bool VXPluginProxy::failLoading(const QString &problem)
@@ -76,7 +76,17 @@ bool VXPluginProxy::failLoading(const QString &problem)
     VXLogMethod(VXLogError, "load", problem);
     if (_loadError.isNull()) // the first problem is the cause
         _loadError = problem;
-    unload();
+    VXPluginUnloadRun run(VXUnloadPurpose::Failure);
+    run.collect(*this);
+    run.unload();
+    for (VXPluginProxy *const proxy : run.plugins()) {
+        if (proxy == this || proxy->rootProxy() == rootProxy())
+            continue; // its children are told of by their parent
+        const QString line = "Failed to load dependency for plugin: "_L1 + VXDescription(proxy->identifier());
+        VXLogFrom(VXInstanceOrigin(proxy, "load"), VXLogError, line);
+        proxy->setLoadError(
+            u"The plugin %1, which it needs, could not be loaded: %2"_s.arg(VXDescription(_identifier), _loadError));
+    }
     return false;
 }
 
@@ -101,11 +111,17 @@ bool VXPluginProxy::loadDependency(const QString &dependency)
         return false;
     }
     VXPluginProxy *const root = proxy->rootProxy();
-    const bool isThere =
-        proxy->isEnabled() ? proxy->load() : userLetsEnable(*root, *this) && manager.enablePluginProxy(root);
-    if (isThere)
+    if (!proxy->isEnabled() && !userLetsEnable(*root, *this)) {
+        _loadError = u"The plugin %1, which it needs, is disabled, and was not to be enabled"_s.arg(dependency);
+        return false;
+    }
+    if (proxy->isEnabled() ? proxy->load() : manager.enablePluginProxy(root)) {
         proxy->addDependantPlugin(this);
-    return isThere;
+        return true;
+    }
+    const QString reason = manager.problemOfPlugin(root->isLoaded() ? dependency : root->identifier());
+    _loadError = u"The plugin %1, which it needs, could not be loaded: %2"_s.arg(dependency, VXDescription(reason));
+    return false;
 }
 
 void VXPluginProxy::removeFromDependencies()
@@ -117,34 +133,27 @@ void VXPluginProxy::removeFromDependencies()
     }
 }
 
-bool VXPluginProxy::loadSingleton()
+bool VXPluginProxy::loadSingleton(int load)
 {
-    VXPluginManager &manager = VXPluginManager::sharedPluginManager();
-    manager.willLoadPlugin(*this);
-    const auto mark = qScopeGuard([&] { manager.didLoadPlugin(*this); });
-    _singleton = makeInstance();
-    const Instance instance = _singleton; // held: a load hook may unload the plugin
-    if (!instance)
-        return false;
+    const VXPluginMarker::Scope mark(*this, VXPluginWork::Loading);
+    const Instance instance = VXPluginCode(*this).makeInstance(&_loadError); // held: a load hook may unload the plugin
+    if (!instance || !isStillLoading(load))
+        return instance != nullptr;
+    _singleton = instance;
     loadInterfaceFile(*instance);
-    manager.loadPluginInstance(instance.get());
+    VXPluginManager::sharedPluginManager().loadPluginInstance(instance.get());
     return true;
 }
 
+// A plugin is loaded with all its children, or not at all.
 bool VXPluginProxy::loadChildren()
 {
-    QList<VXPluginProxy *> loadedNow;
     const QList<VXPluginProxy *> children = _child_proxies; // hooks of children may change the list
     for (VXPluginProxy *const child : children) {
-        const bool wasLoaded = child->isLoaded();
-        if (child->load()) {
-            if (!wasLoaded)
-                loadedNow.prepend(child);
+        if (child->load())
             continue;
-        }
-        // Nobody would ever unload children of a plugin that is not loaded.
-        for (VXPluginProxy *const loaded : std::as_const(loadedNow))
-            loaded->unload();
+        _loadError = u"Its part %1 could not be loaded: %2"_s.arg(VXDescription(child->identifier()),
+                                                                  VXDescription(child->loadError()));
         return failLoading(u"Failed to load child %1 of plugin: %2"_s.arg(VXDescription(child->identifier()),
                                                                           VXDescription(_identifier)));
     }
@@ -153,7 +162,7 @@ bool VXPluginProxy::loadChildren()
 
 void VXPluginProxy::loadInterfaceFile(VXPlugin &owner)
 {
-    const QString name = _plugin_bundle->infoDictionary().value(u"NSMainNibFile"_s).toString();
+    const QString name = infoText(u"NSMainNibFile"_s);
     if (name.isNull())
         return;
     QString path = _plugin_bundle->pathForResource(name, {});
@@ -168,52 +177,7 @@ void VXPluginProxy::loadInterfaceFile(VXPlugin &owner)
 
 const QMetaObject *VXPluginProxy::pluginClass()
 {
-    const auto fail = [this](const QString &problem, const QString &reason) -> const QMetaObject * {
-        VXLogMethod(VXLogError, "pluginClass", problem);
-        _loadError = reason;
-        return nullptr;
-    };
-    const VXBundle::Ptr bundle = _plugin_bundle;
-    if (!bundle) {
-        const QString problem = "Plugin is not installed: "_L1 + VXDescription(_identifier);
-        return fail(problem, problem);
-    }
-    if (!bundle->isLoaded())
-        VXTraceMethod(VXDebugCategory::PLUG(), "pluginClass",
-                      u"Loading: %1 %2 (%3)"_s.arg(VXDescription(_identifier),
-                                                   infoText(*bundle, u"CFBundleShortVersionString"_s),
-                                                   infoText(*bundle, u"CFBundleVersion"_s)));
-    const QMetaObject *type = nullptr;
-    VXError error;
-    QString reason;
-    VXCallPlugin(
-        *this, "pluginClass", [&] { type = bundle->principalClass(&error); }, &reason);
-    if (type == nullptr) {
-        if (error) {
-            VXLogMethod(VXLogError, "pluginClass", error.description());
-            reason = error.localizedRecoverySuggestion();
-        }
-        return fail(u"Principal class %1 could not be loaded from bundle: %2"_s.arg(
-                        infoText(*bundle, u"NSPrincipalClass"_s), bundle->bundlePath()),
-                    reason);
-    }
-    if (type->inherits(&VXPlugin::staticMetaObject))
-        return type;
-    const QString problem = u"Missing/invalid principal class (%1 not a VXPlugin) in %2"_s.arg(
-        QString::fromUtf8(type->className()), bundle->bundlePath());
-    return fail(problem, problem);
-}
-
-VXPluginProxy::Instance VXPluginProxy::makeInstance()
-{
-    const QMetaObject *const type = pluginClass();
-    if (type == nullptr)
-        return nullptr;
-    QObject *made = nullptr;
-    VXCallPlugin(
-        *this, "instantiate", [&] { made = type->newInstance(); }, &_loadError);
-    // The class descends from VXPlugin, as pluginClass saw to.
-    return made == nullptr ? nullptr : Instance(static_cast<VXPlugin *>(made), deleteInstance);
+    return VXPluginCode(*this).principalClass(&_loadError);
 }
 
 VXPluginProxy::Instance VXPluginProxy::instantiateWithSelector(const QByteArray &selector, const QVariant &object)
@@ -225,10 +189,8 @@ VXPluginProxy::Instance VXPluginProxy::instantiateWithSelector(const QByteArray 
                         VXDescription(_identifier), VXDescription(object.toString())));
         return nullptr;
     }
-    VXPluginManager &manager = VXPluginManager::sharedPluginManager();
-    manager.willLoadPlugin(*this);
-    const auto mark = qScopeGuard([&] { manager.didLoadPlugin(*this); });
-    const Instance instance = makeInstance();
+    const VXPluginMarker::Scope mark(*this, VXPluginWork::Loading);
+    const Instance instance = VXPluginCode(*this).makeInstance(&_loadError);
     std::optional<QVariant> result;
     if (instance)
         VXCallPlugin(
@@ -272,11 +234,13 @@ void VXPluginProxy::unload()
                     u"Plugin %1 still has dependants: %2"_s.arg(VXDescription(_identifier), names.join(", "_L1)));
     }
     std::vector<Instance> gone = std::exchange(_instances, {});
-    for (const Instance &instance : gone)
+    const Instance singleton = std::exchange(_singleton, nullptr);
+    if (singleton)
+        gone.push_back(singleton);
+    for (const Instance &instance : gone) {
+        const VXPluginMarker::Scope mark(*this, VXPluginWork::Unloading);
         instance->_pluginWillUnload();
-    gone.push_back(std::exchange(_singleton, nullptr));
-    if (gone.back())
-        gone.back()->_pluginWillUnload();
+    }
     removeFromDependencies();
     VXAfterDeferredDeletions(*this, [this, load = _loads] {
         if (load == _loads) // not loaded again meanwhile

@@ -7,11 +7,10 @@
 #include "VXMethodLog.h"
 #include "VXPluginGuard.h"
 #include "VXPluginKind.h"
+#include "VXPluginPaths.h"
 #include "VXPropertyList.h"
 #include "VXUserDefaults.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
 #include <QtCore/QSet>
 
 #include <atomic>
@@ -52,12 +51,6 @@ private:
     QSet<QString> _identifiers;
     std::atomic<bool> _isStale = true; // set on whatever thread changes the defaults
 };
-
-QString standardizedPath(const VXBundle &bundle)
-{
-    const QString path = QFileInfo(bundle.bundlePath()).canonicalFilePath();
-    return path.isEmpty() ? QDir::cleanPath(bundle.bundlePath()) : path;
-}
 
 } // namespace
 
@@ -144,7 +137,7 @@ bool VXPluginProxy::isBuiltInPlugin() const
 
 VXPluginProxy::Location VXPluginProxy::findLocation() const
 {
-    if (standardizedPath(*_plugin_bundle).startsWith(standardizedPath(*VXFrameworkBundle()) + u'/'))
+    if (VXIsInsideFolder(_plugin_bundle->bundlePath(), VXFrameworkBundle()->bundlePath()))
         return Location::BuiltIn;
     // A root without a name is deliberately taken for built in, wherever it lies: it can not be switched off.
     const bool hasName = _plugin_bundle->infoDictionary().contains(u"VXPluginName"_s);

@@ -38,47 +38,50 @@ public:
     VXBundle::Ptr bundle() const override { return _plugin_bundle; }
     /** Attaches a bundle, or none, registers its "defaults" and forgets parent and children, which are not told. */
     void setBundle(const VXBundle::Ptr &bundle);
-    bool isInstalled() const { return _plugin_bundle != nullptr; }
+    Q_INVOKABLE bool isInstalled() const { return _plugin_bundle != nullptr; }
     /** The instance's name, else the bundle's, else what the update service calls it. */
     QString name() const override;
 
     /** What the update service says about the plugin; its "name" names one that is not installed. */
-    QVariantMap remoteInfo() const { return _remoteInfo; }
-    void setRemoteInfo(const QVariantMap &info) { _remoteInfo = info; }
+    Q_INVOKABLE QVariantMap remoteInfo() const { return _remoteInfo; }
+    Q_INVOKABLE void setRemoteInfo(const QVariantMap &info) { _remoteInfo = info; }
 
     /** The proxy of the plugin whose bundle holds this one; nullptr for a root. */
-    VXPluginProxy *parentProxy() const { return _parent_proxy; }
+    Q_INVOKABLE VXPluginProxy *parentProxy() const { return _parent_proxy; }
     void setParentProxy(VXPluginProxy *parent);
     /** The proxy itself, or its parent's root. */
-    VXPluginProxy *rootProxy();
+    Q_INVOKABLE VXPluginProxy *rootProxy();
     const QList<VXPluginProxy *> &childProxies() const { return _child_proxies; }
     void setChildProxies(const QList<VXPluginProxy *> &children) { _child_proxies = children; }
 
     /** Identifiers of the plugins that must be loaded first, in order. */
-    QStringList dependencies() const;
+    Q_INVOKABLE QStringList dependencies() const;
     /** The loaded plugins that depend on this one, in no particular order. */
     const QList<VXPluginProxy *> &dependantPlugins() const { return _dependantPlugins; }
     void addDependantPlugin(VXPluginProxy *plugin);
     void removeDependantPlugin(VXPluginProxy *plugin);
 
     /** A child is when its parent is, a built-in plugin always, any other when the user default "plugins" has it. */
-    bool isEnabled() const;
+    Q_INVOKABLE bool isEnabled() const;
     /** Lies in the framework, or is a root without a "VXPluginName". Found once; false without a bundle. */
-    bool isBuiltInPlugin() const;
+    Q_INVOKABLE bool isBuiltInPlugin() const;
 
-    /** True from the start of `load` until `unload`. */
-    bool isLoaded() const { return _loaded; }
-    /** Loads dependencies, the instance, children. False, logged, and unloaded again on any failure. */
-    bool load();
+    /** True from the start of `load` until `unload`. Operations marked invokable answer to `respondsToSelector` too. */
+    Q_INVOKABLE bool isLoaded() const { return _loaded; }
+    /** Loads dependencies, the instance, children. False, logged, and unloaded again on any failure; so are those that
+     * were loaded because they depend on it. */
+    Q_INVOKABLE bool load();
     /** Tells and lets go of every instance. Children stay: the manager unloads them. Code stays mapped. */
-    void unload();
-    bool loadDependencies();
-    void removeFromDependencies();
-    bool createsSingletonInstance() const;
-    /** The class that the code names as principal, if it is a VXPlugin; nullptr, logged, otherwise. Loads the code. */
+    Q_INVOKABLE void unload();
+    Q_INVOKABLE bool loadDependencies();
+    Q_INVOKABLE void removeFromDependencies();
+    Q_INVOKABLE bool createsSingletonInstance() const;
+    /** The class that the code names as principal, if it descends from VXPlugin and from the base class of the plugin's
+     * kind; nullptr, logged, otherwise. Loads the code. */
     const QMetaObject *pluginClass();
     /** Why loading failed last, or what a load hook threw; null when nothing is wrong. */
-    QString loadError() const { return _loadError; }
+    Q_INVOKABLE QString loadError() const { return _loadError; }
+    void setLoadError(const QString &reason) { _loadError = reason; }
 
     /** The one instance; null while the plugin is not loaded, and for kinds with many. */
     Instance singleton() const { return _singleton; }
@@ -90,7 +93,7 @@ public:
     Instance instantiateWithSelector(const QByteArray &selector, const QVariant &object);
     void removeInstance(const VXPlugin *instance);
     /** A VXUnloadReply: the first other than Now that an instance gives, on-demand ones first. */
-    int pluginInstancesShouldUnload();
+    Q_INVOKABLE int pluginInstancesShouldUnload();
 
     /** True when the instance, or the proxy itself, has an invokable method of that name and argument count. */
     bool respondsToSelector(const QByteArray &selector, qsizetype argumentCount = 0) const;
@@ -112,17 +115,16 @@ public:
     }
 
 private:
-    friend class VXPlugin; // tells what a load hook threw
-
     enum class Location { Unknown = 0, BuiltIn = 1, NotBuiltIn = 2 };
 
     Location findLocation() const;
     bool loadDependency(const QString &dependency);
-    bool loadSingleton();
+    bool loadSingleton(int load);
     bool loadChildren();
+    bool isStillLoading(int load) const { return _loaded && load == _loads; }
     void loadInterfaceFile(VXPlugin &owner);
-    Instance makeInstance();
     bool failLoading(const QString &problem);
+    bool endLoading(int load);
     void reportLeftovers() const;
     [[noreturn]] void doesNotRecognizeSelector(const QByteArray &selector) const;
 

@@ -90,6 +90,16 @@ QVariantMap VXPluginScanner::peekAtBundleInfo(const QString &bundlePath)
     return info.toMap();
 }
 
+QString VXPluginScanner::versionOf(const QVariantMap &info)
+{
+    return info.value(u"CFBundleVersion"_s, u"0"_s).toString();
+}
+
+bool VXPluginScanner::isOutdated(const QString &version)
+{
+    return leadingInteger(version) < oldestSharedVersion;
+}
+
 void VXPluginScanner::consider(const QString &path, const QString &folder)
 {
     const QVariantMap info = peekAtBundleInfo(path);
@@ -98,9 +108,9 @@ void VXPluginScanner::consider(const QString &path, const QString &folder)
         VXLogMethod(VXLogWarning, "latestPluginPaths", "Info.plist is missing identifier: "_L1 + path);
         return;
     }
-    VXPluginCopy copy{path, info.value(u"CFBundleVersion"_s, u"0"_s).toString(), u"only copy"_s};
+    VXPluginCopy copy{path, versionOf(info), u"only copy"_s};
     VXPluginChoice &choice = _choices[identifier];
-    if (folder == _sharedFolder && leadingInteger(copy.version) < oldestSharedVersion) {
+    if (folder == _sharedFolder && isOutdated(copy.version)) {
         VXTraceMethod(VXDebugCategory::PLUG(), "latestPluginPaths", "Ignoring outdated plugin: "_L1 + path);
         copy.reason = u"below version %1"_s.arg(oldestSharedVersion);
         choice.passedOver.append(copy);

@@ -29,6 +29,11 @@ public:
     /** The information dictionary of the bundle, read from disk now; empty, logged, when it cannot be. */
     static QVariantMap peekAtBundleInfo(const QString &bundlePath);
 
+    /** The version that the information dictionary names; "0" without one. */
+    static QString versionOf(const QVariantMap &info);
+    /** True for a version that the shared folder does not take. */
+    static bool isOutdated(const QString &version);
+
     /** The paths of the entries with the extension "vxplugin", sorted; empty when there is no such folder. */
     static QStringList pluginPathsInFolder(const QString &folder);
 

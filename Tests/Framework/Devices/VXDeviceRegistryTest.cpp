@@ -60,7 +60,7 @@ TEST_F(VXDeviceRegistryTest, WhatCanNotBeMadeIsNoneAndTold)
     broken.identifier = u"org.broken"_s;
     broken.dependencies = {u"org.gone"_s};
     broken.write(shared());
-    VXPluginFixture other{.identifier = u"org.other"_s, .kind = u"VXDevicePlugin"_s};
+    VXPluginFixture other{.identifier = u"org.other"_s, .kind = u"VXDevicePlugin"_s, .code = u"WindowPlugin.so"_s};
     other.write(shared());
     startWithPhones({u"refused"_s}, {u"org.reactor"_s, u"org.broken"_s, u"org.other"_s});
     const std::pair<QString, QString> cases[] = {

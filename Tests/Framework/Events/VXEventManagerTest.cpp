@@ -281,7 +281,7 @@ TEST_F(VXEventManagerTest, ReactorsThatCannotBeAskedAreLeftOut)
 {
     writeReactor(u"test.disabled"_s);
     writeReactor(u"test.unloaded"_s, {{u"VXPluginDependencies"_s, QStringList{u"test.nobody"_s}}});
-    VXPluginFixture{.identifier = u"test.other"_s}.write(shared()); // the code of no reactor
+    VXPluginFixture{.identifier = u"test.other"_s, .code = u"WindowPlugin.so"_s}.write(shared()); // no reactor
     start({u"test.unloaded"_s, u"test.other"_s});
     add({{.reactors = {{u"test.missing"_s, {}, 1},
                        {u"test.disabled"_s, {}, 2},
@@ -297,8 +297,8 @@ TEST_F(VXEventManagerTest, ReactorsThatCannotBeAskedAreLeftOut)
         errorTexts(),
         ElementsAre(u"Unable to execute \"test.unloaded\" in trigger \"ping\".|Plugin test.unloaded was not loaded "
                     "when selector reactorDefaults was called"_s,
-                    u"Unable to execute \"test.other\" in trigger \"ping\".|Plugin test.other does not respond to "
-                    "selector reactorDefaults"_s));
+                    u"Unable to execute \"test.other\" in trigger \"ping\".|Plugin test.other was not loaded "
+                    "when selector reactorDefaults was called"_s));
     using Outcome = VXReactionRecord::Outcome;
     QList<Outcome> outcomes;
     for (const VXReactionRecord &reaction : record.triggers.constFirst().reactions)

@@ -8,13 +8,18 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QString pathOfCode(const QString &name)
+// "Code-KIND.so" for "Code.so", where it is there.
+QString pathOfCode(const QString &name, const QString &kind)
 {
-    const QString own = QStringLiteral(VORNIX_PLUGIN_FIXTURES "/") + name;
+    const QString folder = QStringLiteral(VORNIX_PLUGIN_FIXTURES "/");
+    const QString variant = folder + name.chopped(std::min<qsizetype>(3, name.size())) + u'-' + kind + u".so"_s;
+    const QString own = QFile::exists(variant) ? variant : folder + name;
     return QFile::exists(own) ? own : QStringLiteral(VORNIX_BROKEN_CODE_FIXTURES "/") + name;
 }
 
@@ -50,7 +55,7 @@ QString VXPluginFixture::write(const QString &folder, const QString &fileName) c
     // A copy: only a file of its own is loaded apart from that of other bundles. One that is there may be in use.
     const QString codeFile = contents + "/Linux/"_L1 + code;
     if (!code.isNull() && !QFile::exists(codeFile))
-        require(QFile::copy(pathOfCode(code), codeFile), codeFile);
+        require(QFile::copy(pathOfCode(code, kind), codeFile), codeFile);
     return path;
 }
 

@@ -16,7 +16,7 @@ struct VXPluginFixture
     QString kind = QStringLiteral("VXReactorPlugin");
     QStringList dependencies = {};
     QVariantMap info = {};                               // further keys, which go before the above
-    QString code = QStringLiteral("RecordingPlugin.so"); // in Fixtures; null: the bundle has no code
+    QString code = QStringLiteral("RecordingPlugin.so"); // in Fixtures, or its variant for the kind; null: no code
 
     /** Writes "<file name>.vxplugin" into the folder; the identifier unless a file name is given. @return its path. */
     QString write(const QString &folder, const QString &fileName = {}) const;

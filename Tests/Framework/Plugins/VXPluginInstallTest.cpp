@@ -37,12 +37,14 @@ protected:
     /** Installs what must fail and stay where it is. @return the reason. */
     QString refusal(const QString &bundlePath) const
     {
+        const bool wasEmpty = isFolderEmpty(shared());
         VXError error;
         EXPECT_EQ(manager().installBundleAtPath(bundlePath, &error), VXPluginInstallResult::Failed);
+        EXPECT_TRUE(isFolderEmpty(staging()));
         EXPECT_EQ(error.domain(), VXErrorDomain);
         EXPECT_EQ(error.localizedDescription(), u"Unable to install plugin."_s);
         EXPECT_EQ(error.filePath(), bundlePath);
-        EXPECT_THAT(QDir(shared()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), IsEmpty());
+        EXPECT_EQ(isFolderEmpty(shared()), wasEmpty);
         return error.localizedRecoverySuggestion();
     }
     static bool isFolderEmpty(const QString &folder)
@@ -93,7 +95,7 @@ TEST_F(VXPluginInstallTest, TheCopyInUseIsReplacedAtTheNextStart)
             startWith({u"p"_s});
             const bool isReady = isLoaded(u"p"_s);
             // One of the same plugin, a newer one in its stead, and another plugin by the same file name.
-            for (const QString &source : {download(u"2001"_s), download(u"2002"_s), download(u"1"_s, u"q"_s),
+            for (const QString &source : {download(u"2001"_s), download(u"2002"_s), download(u"1945"_s, u"q"_s),
                                           download(u"2003"_s), staging() + u"/p.vxplugin"_s})
                 if (manager().installBundleAtPath(source) != VXPluginInstallResult::InstalledForNextStart)
                     std::_Exit(1);
@@ -126,6 +128,48 @@ TEST_F(VXPluginInstallTest, RefusesWhatIsNoPluginBundle)
     EXPECT_TRUE(refusal(nameless).contains(u"no identifier"_s));
     EXPECT_TRUE(refusal(folder).contains(u"link to another place"_s));
     EXPECT_EQ(log.count(u"Refused plugin "_s), 5);
+}
+
+TEST_F(VXPluginInstallTest, RefusesWhatTheNextStartWouldNotTakeOrMistake)
+{
+    qputenv("VORNIX_PLUGIN_PATH", path(u"development"_s).toUtf8());
+    VXPluginFixture{.identifier = u"developed"_s, .version = u"2005"_s}.write(path(u"development"_s));
+    const QString family = VXPluginFixture{.identifier = u"family"_s}.write(shared());
+    VXPluginFixture{.identifier = u"family.part"_s}.write(family + u"/Contents/PlugIns"_s);
+    startWith({});
+    const auto bundle = [this](const VXPluginFixture &fixture) { return fixture.write(path(u"new"_s)); };
+    const QString intruder = bundle({.identifier = u"intruder"_s});
+    VXPluginFixture{.identifier = u"family.part"_s}.write(intruder + u"/Contents/PlugIns"_s);
+    const QString twins = bundle({.identifier = u"twins"_s});
+    for (const QString &name : {u"one"_s, u"two"_s})
+        VXPluginFixture{.identifier = u"twin"_s}.write(twins + u"/Contents/PlugIns"_s, name);
+    const std::pair<QString, QString> refused[] = {
+        {bundle({.identifier = u"old"_s, .version = u"1944.9"_s}), u"Its version 1944.9 is below 1945, "_s},
+        {bundle({.identifier = u"bare"_s, .code = {}}), u"names no CFBundleExecutable."_s},
+        {bundle({.identifier = u"lost"_s, .info = {{u"CFBundleExecutable"_s, u"x.so"_s}}}),
+         u"no file \"Contents/Linux/x.so\""_s},
+        {bundle({.identifier = u"family.part"_s}),
+         u"\"family.part\" is that of another plugin: "_s + family + u"/Contents/"_s},
+        {intruder, u"is that of another plugin: "_s + family},
+        {twins, u"is that of another plugin: "_s + twins + u"/Contents/PlugIns/one.vxplugin"_s},
+        {bundle({.identifier = u"developed"_s, .version = u"2004"_s}), u"developed.vxplugin is version 2005."_s},
+    };
+    for (const auto &[bundlePath, reason] : refused) {
+        EXPECT_THAT(refusal(bundlePath).toStdString(), testing::HasSubstr(reason.toStdString()));
+        EXPECT_TRUE(QFileInfo::exists(bundlePath));
+    }
+}
+
+TEST_F(VXPluginInstallTest, AnInstallThatWasCutShortIsFinishedAtTheNextStart)
+{
+    // As a kill leaves it: the new copy waits, the older one is in the trash already; and one under another name.
+    VXPluginFixture{.identifier = u"p"_s, .version = u"2001"_s}.write(staging(), u"p"_s);
+    VXPluginFixture{.identifier = u"p"_s, .version = u"2003"_s}.write(shared(), u"other"_s);
+    startWith({u"p"_s});
+    EXPECT_TRUE(isLoaded(u"p"_s));
+    EXPECT_EQ(versionAt(plugin(u"p"_s)->bundle()->bundlePath()), u"2001"_s) << "the one installed last";
+    EXPECT_EQ(versionAt(trash(u"other.vxplugin"_s)), u"2003"_s);
+    EXPECT_TRUE(isFolderEmpty(staging()));
 }
 
 TEST_F(VXPluginInstallTest, RefusesLinksThatLeadOutsideTheBundle)

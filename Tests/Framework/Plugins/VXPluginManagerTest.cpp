@@ -49,7 +49,8 @@ protected:
 TEST_F(VXPluginManagerTest, LoadsEnabledPluginsBuiltInOnesAndDependenciesFirst)
 {
     write({u"a: z"_s, u"b"_s, u"off"_s, u"z"_s});
-    VXPluginFixture{.identifier = u"m.unnamed"_s, .name = {}}.write(shared());
+    for (const QString &unnamed : {u"n.unnamed"_s, u"m.unnamed"_s})
+        VXPluginFixture{.identifier = unnamed, .name = {}}.write(shared());
     const QString broken = u"c.broken"_s;
     VXPluginFixture{.identifier = broken, .info = {{u"FixtureThrowsIn"_s, u"constructor"_s}}}.write(shared());
 
@@ -60,14 +61,15 @@ TEST_F(VXPluginManagerTest, LoadsEnabledPluginsBuiltInOnesAndDependenciesFirst)
             EXPECT_TRUE(isLoaded(u"b"_s)); // announcements come once all are loaded
         });
     startWith({u"b"_s, u"a"_s, broken, u"z"_s, u"unknown"_s});
-    EXPECT_THAT(VXPluginEvents(u"constructor"_s), ElementsAre(u"m.unnamed"_s, u"z"_s, u"a"_s, u"b"_s, broken));
-    EXPECT_THAT(announced, ElementsAre(u"m.unnamed"_s, u"z"_s, u"a"_s, u"b"_s));
+    EXPECT_THAT(VXPluginEvents(u"constructor"_s),
+                ElementsAre(u"m.unnamed"_s, u"n.unnamed"_s, u"z"_s, u"a"_s, u"b"_s, broken));
+    EXPECT_THAT(announced, ElementsAre(u"m.unnamed"_s, u"n.unnamed"_s, u"z"_s, u"a"_s, u"b"_s));
     EXPECT_EQ(log.count(u"-[VXPluginManager startup] Could not load: c.broken"_s), 1);
     EXPECT_TRUE(manager().problemOfPlugin(broken).contains(u"thrown as told"_s));
     EXPECT_FALSE(isLoaded(u"off"_s) || isLoaded(broken));
 
-    EXPECT_THAT(manager().allPlugins(), SizeIs(6));
-    EXPECT_THAT(manager().enabledPlugins(), SizeIs(5));
+    EXPECT_THAT(manager().allPlugins(), SizeIs(7));
+    EXPECT_THAT(manager().enabledPlugins(), SizeIs(6));
 }
 
 TEST_F(VXPluginManagerTest, AnUnloadedPluginIsNotAnnounced)
@@ -99,18 +101,24 @@ TEST_F(VXPluginManagerTest, SearchesTheApplicationAndTheEnvironmentsFoldersBefor
     VXBundle::setMainBundle(nullptr);
 }
 
-TEST_F(VXPluginManagerTest, SafeModeLoadsBuiltInPluginsOnly)
+TEST_F(VXPluginManagerTest, SafeModeLoadsOnlyBuiltInPluginsThatShip)
 {
+    QDir().mkpath(path(u"App/Contents"_s));
+    VXBundle::setMainBundle(VXBundle::bundleWithPath(path(u"App"_s)));
     write({u"a"_s, u"off"_s});
-    VXPluginFixture{.identifier = u"unnamed"_s, .name = {}, .dependencies = {u"a"_s}}.write(shared());
-    VXPluginFixture{.identifier = u"unnamed.too"_s, .name = {}}.write(shared());
+    VXPluginFixture{.identifier = u"unnamed"_s, .name = {}}.write(shared()); // counts as built in
+    VXPluginFixture{.identifier = u"ships"_s, .name = {}}.write(path(u"App/Contents/PlugIns"_s));
+    VXPluginFixture{.identifier = u"ships.too"_s, .name = {}, .dependencies = {u"a"_s}}.write(
+        path(u"App/Contents/PlugIns"_s));
     manager().setSafeMode(true);
     startWith({u"a"_s});
-    EXPECT_THAT(VXPluginEvents(u"constructor"_s), ElementsAre(u"unnamed.too"_s)); // the other needs one left out
+    EXPECT_THAT(VXPluginEvents(u"constructor"_s), ElementsAre(u"ships"_s)); // the other needs one left out
     EXPECT_EQ(manager().problemOfPlugin(u"a"_s), u"Safe mode loads built-in plugins only."_s);
+    EXPECT_EQ(manager().problemOfPlugin(u"unnamed"_s), u"Safe mode loads only plugins that ship with the program."_s);
     EXPECT_TRUE(manager().problemOfPlugin(u"off"_s).isNull());
     EXPECT_TRUE(manager().enablePluginProxy(plugin(u"off"_s))); // what the user asks for now
     EXPECT_EQ(enabled(), (QStringList{u"a"_s, u"off"_s}));
+    VXBundle::setMainBundle(nullptr);
 }
 
 // -- Adding bundles
@@ -142,6 +150,13 @@ TEST_F(VXPluginManagerTest, ABundleIsAddedWithAllInsideItOrNotAtAll)
     }
     EXPECT_EQ(user->errors()[0].filePath(), worst);
     EXPECT_EQ(user->errors()[1].filePath(), path(u"none.vxplugin"_s));
+
+    const QString twin = VXPluginFixture{.identifier = u"twin"_s}.write(path());
+    VXPluginFixture{.identifier = u"good.child"_s}.write(twin + u"/Contents/PlugIns"_s);
+    EXPECT_EQ(manager().addPluginForBundleAtPath(twin), nullptr);
+    EXPECT_EQ(user->errors().back().localizedRecoverySuggestion(),
+              u"There is another plugin with the identifier \"good.child\": "_s +
+                  plugin(u"good.child"_s)->bundle()->bundlePath());
 }
 
 TEST_F(VXPluginManagerTest, ManyChangesAreAnnouncedOnceWhenIdle)
@@ -339,6 +354,108 @@ TEST_F(VXPluginManagerTest, AnUndecidedPluginHoldsUpTheEndOfTheApplication)
     EXPECT_EQ(enabled(), (QStringList{u"a"_s, u"later"_s}));
 }
 
+TEST_F(VXPluginManagerTest, DisablingAndQuittingDoNotMix)
+{
+    write({u"a"_s, u"b"_s});
+    for (const QString &later : {u"later.1"_s, u"later.2"_s})
+        VXPluginFixture{.identifier = later, .info = {{u"FixtureReply"_s, 2}}, .code = u"AnsweringPlugin.so"_s}.write(
+            shared());
+    startWith({u"a"_s, u"b"_s, u"later.1"_s, u"later.2"_s});
+    VXApplication &application = VXApplication::sharedApplication();
+    bool isCertain = false;
+    QObject::connect(&application, &VXApplication::willTerminate, &manager(), [&] { isCertain = true; });
+
+    manager().disablePluginProxy(plugin(u"later.1"_s));
+    application.terminate(); // while that waits
+    EXPECT_THAT(manager().pluginsAwaited(), UnorderedElementsAre(u"later.1"_s, u"later.2"_s));
+    manager().disablePluginProxy(plugin(u"a"_s)); // while both wait
+    EXPECT_FALSE(isLoaded(u"a"_s));
+    EXPECT_TRUE(isLoaded(u"b"_s) && application.isTerminating());
+
+    setReply(u"later.1"_s, VXUnloadNow);
+    instance(u"later.1"_s).replyToPluginShouldUnload(true); // it is disabled; the end still waits for the other
+    EXPECT_FALSE(isLoaded(u"later.1"_s) || isCertain);
+    EXPECT_THAT(enabled(), UnorderedElementsAre(u"b"_s, u"later.2"_s));
+    instance(u"later.2"_s).replyToPluginShouldUnload(false);
+    EXPECT_FALSE(application.isTerminating());
+    EXPECT_EQ(manager().lastRefusal(), u"the plugin later.2 did not agree"_s);
+
+    application.terminate();
+    setReply(u"later.2"_s, VXUnloadNow);
+    instance(u"later.2"_s).replyToPluginShouldUnload(true);
+    EXPECT_TRUE(isCertain);
+    EXPECT_FALSE(isLoaded(u"b"_s) || isLoaded(u"later.2"_s));
+    EXPECT_THAT(enabled(), UnorderedElementsAre(u"b"_s, u"later.2"_s));
+}
+
+TEST_F(VXPluginManagerTest, APluginMayDoAnythingWhileItIsAskedOrUnloaded)
+{
+    const struct
+    {
+        QString operation;
+        QString does;
+        bool isUnloaded;
+    } rows[] = {
+        {u"pluginShouldUnload"_s, u"agree"_s, true},   {u"pluginShouldUnload"_s, u"refuse"_s, false},
+        {u"pluginShouldUnload"_s, u"disable"_s, true}, {u"pluginWillUnload"_s, u"disable"_s, true},
+        {u"pluginWillUnload"_s, u"agree"_s, true},
+    };
+    QStringList all;
+    for (const auto &row : rows) {
+        all.append(u"p%1"_s.arg(all.size()));
+        // Its answer is that it wants time, which its reply makes good.
+        const bool replies = row.operation == u"pluginShouldUnload"_s && row.does != u"disable"_s;
+        VXPluginFixture{
+            .identifier = all.last(),
+            .info = {{u"FixtureReply"_s, replies ? 2 : 1}, {u"FixtureDoes"_s, QVariantMap{{row.operation, row.does}}}}}
+            .write(shared());
+    }
+    startWith(all);
+    for (qsizetype row = 0; row < all.size(); ++row) {
+        manager().disablePluginProxy(plugin(all[row]));
+        EXPECT_EQ(isLoaded(all[row]), !rows[row].isUnloaded) << row;
+        EXPECT_EQ(enabled().contains(all[row]), !rows[row].isUnloaded) << row;
+        EXPECT_FALSE(manager().awaitsUnloadReply()) << row;
+    }
+    EXPECT_EQ(VXPluginEvents(u"pluginShouldUnload"_s).size(), all.size()) << "each was asked once";
+}
+
+TEST_F(VXPluginManagerTest, AskingToQuitWhileBeingAskedToQuitChangesNothing)
+{
+    write({u"a"_s});
+    VXPluginFixture{.identifier = u"hasty"_s,
+                    .info = {{u"FixtureDoes"_s, QVariantMap{{u"pluginShouldUnload"_s, u"quit"_s}}}}}
+        .write(shared());
+    startWith({u"a"_s, u"hasty"_s});
+    EXPECT_EQ(manager().shouldShutdown(), VXUnloadNow);
+    EXPECT_TRUE(VXApplication::sharedApplication().isTerminating());
+    EXPECT_THAT(VXPluginEvents(u"pluginShouldUnload"_s), ElementsAre(u"a"_s, u"hasty"_s));
+}
+
+TEST_F(VXPluginManagerTest, WhatFailsHalfwayLeavesNothingHalfLoaded)
+{
+    const QVariantMap throws{{u"FixtureThrowsIn"_s, u"constructor"_s}};
+    VXPluginFixture{.identifier = u"a"_s, .dependencies = {u"b"_s}, .info = throws}.write(shared());
+    write({u"b: a"_s, u"c: b"_s});
+    for (const QString &operation : {u"constructor"_s, u"pluginDidLoad"_s})
+        VXPluginFixture{.identifier = u"self."_s + operation,
+                        .info = {{u"FixtureDoes"_s, QVariantMap{{operation, u"disable"_s}}}}}
+            .write(shared());
+    startWith({u"a"_s, u"b"_s, u"c"_s});
+    for (const QString &identifier : {u"a"_s, u"b"_s, u"c"_s}) {
+        EXPECT_FALSE(isLoaded(identifier)) << identifier.toStdString();
+        EXPECT_THAT(plugin(identifier)->dependantPlugins(), IsEmpty());
+    }
+    EXPECT_THAT(plugin(u"c"_s)->loadError().toStdString(), testing::StartsWith("The plugin b, which it needs, could"));
+    EXPECT_THAT(plugin(u"b"_s)->loadError().toStdString(), testing::HasSubstr("thrown as told"));
+
+    for (const QString &identifier : {u"self.constructor"_s, u"self.pluginDidLoad"_s}) {
+        EXPECT_FALSE(manager().enablePluginProxy(plugin(identifier)));
+        EXPECT_FALSE(isLoaded(identifier) || plugin(identifier)->singleton());
+        EXPECT_FALSE(enabled().contains(identifier));
+    }
+}
+
 // -- URLs and instances
 
 TEST_F(VXPluginManagerTest, OffersURLsToThePluginsThatMayKnowThem)
@@ -353,16 +470,15 @@ TEST_F(VXPluginManagerTest, OffersURLsToThePluginsThatMayKnowThem)
     writeOpener(u"1.none"_s, VXPluginKind::Interface, {});
     writeOpener(u"2.book"_s, VXPluginKind::Interface, u"vxbook:"_s);
     writeOpener(u"3.all"_s, VXPluginKind::Interface, u""_s);
-    writeOpener(u"4.data"_s, VXPluginKind::Data, u"x-coredata:"_s);
-    writeOpener(u"5.off"_s, VXPluginKind::Data, u""_s);
-    startWith({u"1.none"_s, u"2.book"_s, u"3.all"_s, u"4.data"_s});
+    writeOpener(u"4.off"_s, VXPluginKind::Interface, u"other:"_s);
+    startWith({u"1.none"_s, u"2.book"_s, u"3.all"_s});
     VXApplication &application = VXApplication::sharedApplication();
     EXPECT_EQ(application.openURLString(u"vxbook://localhost/1"_s), u"2.book"_s);
     EXPECT_EQ(application.openURLString(u"callto:1"_s), u"3.all"_s); // though another one threw
-    EXPECT_EQ(application.openURLString(u"x-coredata://1"_s), u"4.data"_s);
     EXPECT_EQ(log.count(u"not my URL"_s), 1);
-    manager().disablePluginProxy(plugin(u"4.data"_s));
-    EXPECT_FALSE(application.openURLString(u"x-coredata://1"_s).isValid());
+    EXPECT_FALSE(application.openURLString(u"x-coredata://1"_s).isValid()); // of data plugins there is none
+    manager().disablePluginProxy(plugin(u"3.all"_s));
+    EXPECT_FALSE(application.openURLString(u"callto:1"_s).isValid());
 }
 
 TEST_F(VXPluginManagerTest, InstancesOfPluginsComeAndGo)
@@ -383,35 +499,57 @@ TEST_F(VXPluginManagerTest, InstancesOfPluginsComeAndGo)
                             u"phone pluginWillUnload"_s, u"phone destructor"_s));
 }
 
-// -- A crash while a plugin loads
+// -- The program ends while a plugin is at work
 
 class VXPluginCrashTest : public VXPluginManagerTest
 {
 protected:
     /** Starts another process of the program, which ends while the plugin does that. */
-    void crash(const QString &operation) const
+    void crash(const QString &operation, int version = 2000) const
     {
-        VXPluginFixture fixture{.identifier = u"crash"_s, .info = {{u"FixtureEndsIn"_s, operation}}};
-        fixture.write(shared());
-        EXPECT_EXIT(startWith({u"crash"_s, u"fine"_s}), testing::KilledBySignal(SIGABRT), "");
-        fixture.info = {};
-        fixture.write(shared());
+        writeCrash({{u"FixtureEndsIn"_s, operation}}, version);
+        const auto run = [] {
+            startWith({u"crash"_s, u"fine"_s});
+            manager().shutdown();
+        };
+        EXPECT_EXIT(run(), testing::KilledBySignal(SIGABRT), "");
+        writeCrash({}, version);
     }
-    QStringList markers() const { return QDir(shared() + u"/../Loading Plugins"_s).entryList(QDir::Files); }
+    /** Another process in which all goes well; the plugin is loaded there or not. */
+    static void endOrderly(bool isLoadedThere)
+    {
+        const auto run = [=] {
+            startWith({u"crash"_s, u"fine"_s});
+            const bool isAsExpected = isLoaded(u"crash"_s) == isLoadedThere;
+            manager().shutdown();
+            std::_Exit(isAsExpected ? 0 : 1);
+        };
+        EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+    }
+    void writeCrash(const QVariantMap &info, int version = 2000) const
+    {
+        VXPluginFixture{.identifier = u"crash"_s, .version = QString::number(version), .info = info}.write(shared());
+    }
+    QStringList markers() const { return QDir(shared() + u"/../Loading Plugins"_s).entryList({u"*.plist"_s}); }
 };
 
-TEST_F(VXPluginCrashTest, LeavesThePluginOutAtTheNextStart)
+TEST_F(VXPluginCrashTest, WhatWasAtWorkAtTwoEndsInARowIsLeftOutUntilTheUserRetries)
 {
     write({u"fine"_s});
     crash(u"pluginDidLoad"_s);
     EXPECT_THAT(markers(), SizeIs(1));
+    crash(u"pluginWillUnload"_s); // tried once more: it loads, but takes the program with it at the end
+    endOrderly(false);
     startWith({u"crash"_s, u"fine"_s});
     EXPECT_THAT(markers(), IsEmpty());
     EXPECT_TRUE(isLoaded(u"fine"_s));
     EXPECT_FALSE(isLoaded(u"crash"_s));
     EXPECT_TRUE(plugin(u"crash"_s)->isEnabled());
-    EXPECT_EQ(manager().problemOfPlugin(u"crash"_s), u"The program ended while this plugin was loading."_s);
-    EXPECT_THAT(log.lines(u"ERROR"_s).filter(u"crash 2000 ("_s + shared() + u"/crash.vxplugin)"_s), SizeIs(1));
+    EXPECT_EQ(manager().problemOfPlugin(u"crash"_s),
+              u"The program ended 2 times in a row while this plugin was unloading."_s);
+    ASSERT_THAT(manager().startupNotices(), SizeIs(1));
+    EXPECT_TRUE(manager().startupNotices()[0].startsWith(u"crash 2000 ("_s + shared() + u"/crash.vxplugin): The"_s));
+    EXPECT_THAT(log.lines(u"ERROR"_s).filter(manager().startupNotices()[0]), SizeIs(2)); // at each start
 
     EXPECT_TRUE(manager().retryPlugin(u"crash"_s));
     EXPECT_TRUE(isLoaded(u"crash"_s));
@@ -419,23 +557,56 @@ TEST_F(VXPluginCrashTest, LeavesThePluginOutAtTheNextStart)
     EXPECT_THAT(markers(), IsEmpty());
 }
 
-TEST_F(VXPluginCrashTest, TriesItAgainAtTheStartAfterThat)
+TEST_F(VXPluginCrashTest, OneEndOrAnOrderlyOneBetweenTwoIsNoReason)
 {
     write({u"fine"_s});
     crash(u"constructor"_s);
-    EXPECT_EXIT(
-        {
-            startWith({u"crash"_s});
-            std::_Exit(isLoaded(u"crash"_s) ? 1 : 0);
-        },
-        testing::ExitedWithCode(0), "");
-    startWith({u"crash"_s});
-    EXPECT_TRUE(isLoaded(u"crash"_s));
+    endOrderly(true);
+    crash(u"constructor"_s);
+    endOrderly(true);
+}
+
+TEST_F(VXPluginCrashTest, ANewerVersionIsNotToBlame)
+{
+    write({u"fine"_s});
+    crash(u"constructor"_s);
+    crash(u"constructor"_s, 2001);
+    endOrderly(true);
+    crash(u"constructor"_s, 2001);
+    crash(u"constructor"_s, 2001);
+    endOrderly(false);
+    writeCrash({}, 2002);
+    endOrderly(true);
+}
+
+TEST_F(VXPluginCrashTest, ABuiltInDataPluginIsTriedAllTheSameAndTheUserTold)
+{
+    const auto writeStore = [this](const QString &validation) {
+        VXPluginFixture{.identifier = u"store"_s,
+                        .name = {},
+                        .kind = VXPluginKind::Data,
+                        .info = {{u"VXDataStoreName"_s, u"store"_s},
+                                 {u"VXDataStoreType"_s, u"sqlite"_s},
+                                 {u"FixtureValidation"_s, validation}},
+                        .code = u"StorePlugin.so"_s}
+            .write(shared());
+    };
+    writeStore(u"dies early"_s);
+    for (int end = 0; end < 3; ++end)
+        EXPECT_EXIT(startWith({}), testing::KilledBySignal(SIGKILL), "");
+    writeStore(u"none"_s);
+    user->answerAlert(VXAlertButton::Default); // it has no model
+    startWith({});
+    ASSERT_THAT(manager().startupNotices(), SizeIs(1));
+    EXPECT_TRUE(
+        manager().startupNotices()[0].endsWith(u"It is tried all the same, because other plugins store with it."_s));
+    EXPECT_TRUE(manager().reasonToLeaveOut(u"store"_s).isNull());
 }
 
 TEST_F(VXPluginCrashTest, AnotherProcessThatIsLoadingIsLeftAlone)
 {
     write({u"fine"_s});
+    crash(u"constructor"_s);
     crash(u"constructor"_s);
     QFile marker(shared() + u"/../Loading Plugins/"_s + markers().value(0));
     ASSERT_TRUE(marker.open(QIODevice::ReadOnly));
@@ -445,22 +616,14 @@ TEST_F(VXPluginCrashTest, AnotherProcessThatIsLoadingIsLeftAlone)
     EXPECT_THAT(markers(), SizeIs(1));
 }
 
-TEST_F(VXPluginCrashTest, ANewerVersionIsNotToBlame)
-{
-    write({u"fine"_s});
-    crash(u"constructor"_s);
-    VXPluginFixture{.identifier = u"crash"_s, .version = u"2001"_s}.write(shared());
-    startWith({u"crash"_s});
-    EXPECT_TRUE(isLoaded(u"crash"_s));
-}
-
 TEST_F(VXPluginCrashTest, NamesTheInnermostPlugin)
 {
     write({u"fine"_s});
     VXPluginFixture{.identifier = u"crash"_s, .info = {{u"FixtureEndsIn"_s, u"constructor"_s}}}.write(
         shared() + u"/fine.vxplugin/Contents/PlugIns"_s);
-    EXPECT_EXIT(startWith({u"fine"_s}), testing::KilledBySignal(SIGABRT), "");
+    for (int end = 0; end < 2; ++end)
+        EXPECT_EXIT(startWith({u"fine"_s}), testing::KilledBySignal(SIGABRT), "");
     startWith({u"fine"_s});
-    EXPECT_FALSE(manager().problemOfPlugin(u"crash"_s).isNull());
+    EXPECT_FALSE(manager().reasonToLeaveOut(u"crash"_s).isNull());
     EXPECT_FALSE(isLoaded(u"fine"_s)); // not without its child
 }

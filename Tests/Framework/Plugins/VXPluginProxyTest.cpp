@@ -330,6 +330,7 @@ TEST_F(VXPluginProxyTest, CodeThatCannotBeUsedIsNamedWithTheLoadersReason)
     };
     for (const auto &[code, message, reason] : rows) {
         VXPluginProxy *const proxy = add({.identifier = u"broken.%1.code"_s.arg(code), .code = code});
+        ASSERT_NE(proxy, nullptr);
         EXPECT_FALSE(proxy->load()) << code.toStdString();
         EXPECT_FALSE(proxy->isLoaded());
         EXPECT_EQ(log.count(message + proxy->bundle()->bundlePath()), 1) << message.toStdString();
@@ -338,6 +339,26 @@ TEST_F(VXPluginProxyTest, CodeThatCannotBeUsedIsNamedWithTheLoadersReason)
         const QStringList reasons = log.lines().filter(reason).filter(proxy->bundle()->bundlePath());
         EXPECT_FALSE(reasons.isEmpty()) << "the log tells " << reason.toStdString();
     }
+}
+
+TEST_F(VXPluginProxyTest, TheClassDescendsFromTheBaseOfItsKindAndLiesInItsBundle)
+{
+    const auto problemOf = [this](const VXPluginFixture &fixture) {
+        VXPluginProxy *const proxy = add(fixture);
+        const bool isLoaded = proxy->load();
+        EXPECT_EQ(isLoaded, proxy->loadError().isNull());
+        return proxy->loadError().toStdString();
+    };
+    EXPECT_THAT(problemOf({.identifier = u"kind.wrong"_s, .kind = u"VXExporterPlugin"_s}),
+                testing::AllOf(HasSubstr("Class RecordingPlugin in "), HasSubstr("is no VXExporterPlugin, which")));
+    EXPECT_EQ(problemOf({.identifier = u"kind.unknown"_s, .kind = u"VXFancyPlugin"_s}), "");
+
+    EXPECT_EQ(problemOf({.identifier = u"shared.one"_s}), "");
+    const VXPluginFixture twin{.identifier = u"shared.two"_s};
+    const QString code = twin.write(path(u"PlugIns"_s)) + u"/Contents/Linux/RecordingPlugin.so"_s;
+    ASSERT_TRUE(QFile::remove(code));
+    ASSERT_TRUE(QFile::link(path(u"PlugIns/shared.one.vxplugin/Contents/Linux/RecordingPlugin.so"_s), code));
+    EXPECT_THAT(problemOf(twin), HasSubstr("is that of another plugin"));
 }
 
 TEST_F(VXPluginProxyTest, WhatPluginCodeThrowsIsLoggedAndGoesNoFurther)
@@ -401,6 +422,8 @@ TEST_F(VXPluginProxyTest, StandsInForItsInstance)
 
     ASSERT_TRUE(proxy->load());
     EXPECT_TRUE(proxy->respondsToSelector("sum", 2) && proxy->respondsToSelector("deleteLater"));
+    EXPECT_TRUE(proxy->respondsToSelector("isLoaded") && proxy->respondsToSelector("rootProxy")) << "the proxy's own";
+    EXPECT_EQ(proxy->performSelector("isInstalled"), QVariant(true));
     EXPECT_EQ(proxy->performSelector("sum", {1, u"2"_s}), QVariant(3));
     EXPECT_EQ(proxy->as<FixtureGreeter>("greeting").greeting(), u"Greetings from stand-in"_s);
     EXPECT_EQ(reasonOfAssertion([&] { proxy->performSelector("sum", {1}); }),

@@ -1,16 +1,22 @@
-#include "VXPlugin.h"
+#include "VXInterfacePlugin.h"
+#include "VXPhonebookPlugin.h"
 #include "VXPrincipalClass.h"
+#include "VXReactorPlugin.h"
 
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
+
+#ifndef FIXTURE_BASE
+#define FIXTURE_BASE VXReactorPlugin
+#endif
 
 /**
  * A plugin whose answers a test sets while it runs, by `setReply`, or by keys of its Info.plist:
  *     FixtureReply  what pluginShouldUnload answers; 1 without
  *     FixtureOpens  the start of the URLs that it opens, as its identifier; at another one it throws
  */
-class AnsweringPlugin : public VXPlugin
+class AnsweringPlugin : public FIXTURE_BASE
 {
     Q_OBJECT
 

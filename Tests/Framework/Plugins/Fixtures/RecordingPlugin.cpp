@@ -1,7 +1,11 @@
 #include "FixtureGreeter.h"
+#include "VXApplication.h"
+#include "VXDevicePlugin.h"
 #include "VXException.h"
-#include "VXPlugin.h"
+#include "VXPhonebookPlugin.h"
+#include "VXPluginManager.h"
 #include "VXPrincipalClass.h"
+#include "VXReactorPlugin.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -10,6 +14,10 @@
 
 using namespace Qt::StringLiterals;
 
+#ifndef FIXTURE_BASE
+#define FIXTURE_BASE VXReactorPlugin
+#endif
+
 /**
  * A plugin that does what keys of its Info.plist tell, and records "IDENTIFIER OPERATION" in the property
  * "VXPluginEvents" of the application when it enters an operation: constructor, pluginDidLoad, pluginShouldUnload,
@@ -17,11 +25,13 @@ using namespace Qt::StringLiterals;
  *     FixtureThrowsIn  the operation that throws
  *     FixtureThrows    what it throws: "VXException" (default), "std::exception" or "number"
  *     FixtureEndsIn    the operation in which the process dies
+ *     FixtureDoes      dictionary of what it does in operations: "disable" (itself), "quit", "agree" or "refuse" (replies
+ *                      to pluginShouldUnload), "exit" (ends the process with 0)
  *     FixtureReply     the answer of pluginShouldUnload; 1 without
  *     FixtureName      its own name; the bundle's without
  *     FixtureLeaks     array of what outlives it: "observer", "instance", and of that one "context" and "timer"
  */
-class RecordingPlugin : public VXPlugin, public FixtureGreeter
+class RecordingPlugin : public FIXTURE_BASE, public FixtureGreeter
 {
     Q_OBJECT
 
@@ -74,6 +84,7 @@ private:
     void enter(const QString &operation) const
     {
         record(operation);
+        act(_info.value(u"FixtureDoes"_s).toMap().value(operation).toString());
         if (text(u"FixtureEndsIn"_s, {}) == operation)
             std::abort();
         if (text(u"FixtureThrowsIn"_s, {}) != operation)
@@ -84,6 +95,19 @@ private:
         if (what == u"std::exception"_s)
             throw std::runtime_error("thrown as told");
         throw VXException(u"FixtureException"_s, u"thrown as told"_s);
+    }
+
+    void act(const QString &what) const
+    {
+        VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+        if (what == u"disable"_s)
+            manager.disablePluginProxy(manager.pluginWithIdentifier(_identifier));
+        else if (what == u"quit"_s)
+            VXApplication::sharedApplication().terminate();
+        else if (what == u"agree"_s || what == u"refuse"_s)
+            manager.replyToPluginShouldUnload(what == u"agree"_s, _identifier);
+        else if (what == u"exit"_s)
+            std::exit(0);
     }
 
     static void leak(const QStringList &things)

@@ -1,0 +1,257 @@
+#include "VXPluginInstaller.h"
+
+#include "VXErrorDomain.h"
+#include "VXFileManager.h"
+#include "VXFramework.h"
+#include "VXMethodLog.h"
+#include "VXPluginPaths.h"
+#include "VXPluginScanner.h"
+#include "VXVersion.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const QString identifierKey = u"CFBundleIdentifier"_s;
+
+fs::path nativePath(const QString &path)
+{
+    return QFile::encodeName(path).toStdString();
+}
+
+bool isSameFolder(const QString &a, const QString &b)
+{
+    return QFileInfo::exists(a) && VXRealPath(a) == VXRealPath(b);
+}
+
+// Also true for a link that leads nowhere.
+bool isTaken(const QString &path)
+{
+    return QFileInfo::exists(path) || QFileInfo(path).isSymLink();
+}
+
+// True when the link leads out of the bundle, or would once the bundle lies elsewhere.
+bool leadsOutside(const fs::path &link, const fs::path &realBundle)
+{
+    std::error_code error;
+    const fs::path written = fs::read_symlink(link, error);
+    if (error || written.is_absolute())
+        return true;
+    const fs::path target =
+        fs::weakly_canonical(link.parent_path() / written, error); // what it leads to may be missing
+    const auto [end, ignored] = std::mismatch(realBundle.begin(), realBundle.end(), target.begin(), target.end());
+    return error || end != realBundle.end();
+}
+
+// What is wrong with the links of a bundle, or why they cannot be looked at; null when nothing is.
+QString problemOfLinks(const QString &bundlePath)
+{
+    std::error_code error;
+    const fs::path realBundle = fs::canonical(nativePath(bundlePath), error);
+    if (!error && fs::is_symlink(nativePath(bundlePath), error))
+        return VXLocalizedString(u"It is a link to another place."_s);
+    fs::recursive_directory_iterator entry(realBundle, error);
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        if (entry->is_symlink() && leadsOutside(entry->path(), realBundle))
+            return VXLocalizedString(u"Its link \"%1\" leads outside the bundle."_s)
+                .arg(QFile::decodeName(entry->path().lexically_relative(realBundle).c_str()));
+    }
+    return error ? QString::fromStdString(error.message()) : QString();
+}
+
+QString problemOfCode(const QString &path, const QVariantMap &info)
+{
+    const QString name = info.value(u"CFBundleExecutable"_s).toString();
+    if (name.isEmpty())
+        return VXLocalizedString(u"It has no code: its Info.plist names no CFBundleExecutable."_s);
+    const QString file = u"Contents/Linux/"_s + name;
+    if (name.contains(u'/') || !QFileInfo(path + u'/' + file).isFile())
+        return VXLocalizedString(u"It has no code: there is no file \"%1\"."_s).arg(file);
+    return {};
+}
+
+} // namespace
+
+// Why a bundle is none to be installed; null when it is.
+QString VXPluginInstaller::problemOfBundle(const QString &path, const QVariantMap &info) const
+{
+    if (!QFileInfo(path).isDir())
+        return VXLocalizedString(u"There is no such bundle."_s);
+    if (!path.endsWith(".vxplugin"_L1))
+        return VXLocalizedString(u"The name of a plugin must end in \".vxplugin\"."_s);
+    const QString identifier = info.value(identifierKey).toString();
+    if (identifier.isEmpty())
+        return VXLocalizedString(u"Its Info.plist can not be read, or has no identifier."_s);
+    const QString version = VXPluginScanner::versionOf(info);
+    if (VXPluginScanner::isOutdated(version))
+        return VXLocalizedString(u"Its version %1 is below %2, the oldest that the plugin folder takes."_s)
+            .arg(version, QString::number(VXPluginScanner::oldestSharedVersion));
+    if (const QString problem = problemOfCode(path, info); !problem.isNull())
+        return problem;
+    if (const QString problem = problemOfIdentifiers(path, identifier); !problem.isNull())
+        return problem;
+    const VXPluginProxy *const known = _manager.pluginWithIdentifier(identifier);
+    if (known != nullptr && known->isInstalled() &&
+        !VXIsInsideFolder(known->bundle()->bundlePath(), _manager.pathToSharedPluginFolder())) {
+        const QString used = known->infoText(u"CFBundleVersion"_s);
+        if (vx_compareVersion(used, version) > 0)
+            return VXLocalizedString(u"Its version %1 would not be used: %2 is version %3."_s)
+                .arg(version, known->bundle()->bundlePath(), used);
+    }
+    return problemOfLinks(path);
+}
+
+// Each identifier, of the bundle and of those inside it, names one plugin; a copy that will be replaced may have it.
+QString VXPluginInstaller::problemOfIdentifiers(const QString &path, const QString &rootIdentifier) const
+{
+    QHash<QString, QString> seen;
+    QStringList bundles{path};
+    while (!bundles.isEmpty()) {
+        const QString bundle = bundles.takeFirst();
+        const QString identifier = VXPluginScanner::peekAtBundleInfo(bundle).value(identifierKey).toString();
+        if (identifier.isEmpty())
+            return VXLocalizedString(u"The Info.plist of \"%1\" can not be read, or has no identifier."_s).arg(bundle);
+        VXPluginProxy *const known = _manager.pluginWithIdentifier(identifier);
+        QString taken = seen.value(identifier);
+        if (known != nullptr && known->isInstalled()) {
+            const bool isPart = known->parentProxy() != nullptr;
+            const bool isReplaced = known->rootProxy()->identifier() == rootIdentifier && isPart == (bundle != path);
+            if (!isReplaced)
+                taken = known->bundle()->bundlePath();
+        }
+        if (!taken.isNull())
+            return VXLocalizedString(u"Its identifier \"%1\" is that of another plugin: %2"_s).arg(identifier, taken);
+        seen.insert(identifier, bundle);
+        bundles += VXPluginScanner::pluginPathsInFolder(bundle + "/Contents/PlugIns"_L1);
+    }
+    return {};
+}
+
+VXPluginInstallResult VXPluginInstaller::install(const QString &givenPath, QString *pluginPath, VXError *error)
+{
+    const QString path = VXStandardizedPath(givenPath);
+    const auto fail = [&](const QString &logged, const QString &reason) {
+        VXLogMethod(VXLogError, "install", logged);
+        VXSetError(error, VXMakeFileError(VXLocalizedString(u"Unable to install plugin."_s), reason, path));
+        return VXPluginInstallResult::Failed;
+    };
+
+    const QString folder = QFileInfo(path).path();
+    const bool isThere = QFileInfo(path).isDir();
+    const QStringList searched = _manager.pluginFolderPaths();
+    if (isThere && std::any_of(searched.cbegin(), searched.cend(),
+                               [&](const QString &each) { return isSameFolder(each, folder); })) {
+        *pluginPath = path;
+        return VXPluginInstallResult::Installed;
+    }
+    const QVariantMap info = isThere ? VXPluginScanner::peekAtBundleInfo(path) : QVariantMap();
+    if (const QString problem = problemOfBundle(path, info); !problem.isNull())
+        return fail(u"Refused plugin %1: %2"_s.arg(path, problem), problem);
+
+    const QString identifier = info.value(identifierKey).toString();
+    const bool isStaged = isSameFolder(folder, _manager.pathToInstallStagingFolder());
+    const bool mustWait = mustWaitForNextStart(path, identifier);
+    if (isStaged && mustWait)
+        return VXPluginInstallResult::InstalledForNextStart;
+
+    VXFileManager &files = VXFileManager::defaultManager();
+    for (const QString &needed : {_manager.pathToSharedPluginFolder(), _manager.pathToInstallStagingFolder()}) {
+        if (const VXError problem = files.verifyPathExists(needed))
+            return fail(problem.description(), problem.localizedDescription());
+    }
+    const QString name = u'/' + QFileInfo(path).fileName();
+    const QString staged = isStaged ? path : _manager.pathToInstallStagingFolder() + name;
+    const QString target = mustWait ? staged : _manager.pathToSharedPluginFolder() + name;
+    VXError problem = isStaged ? VXError() : bringToStaging(path, staged);
+    if (!problem && !mustWait) {
+        problem = place(staged, target);
+        if (const VXError stuck = problem && !isStaged ? files.moveItemAtPath(staged, path) : VXError())
+            VXLogMethod(VXLogError, "install", u"The plugin lies in \"%1\" now: %2"_s.arg(staged, stuck.description()));
+    }
+    if (problem)
+        return fail(u"Unable to move plugin: %1 -> %2"_s.arg(path, target), problem.localizedRecoverySuggestion());
+    if (mustWait)
+        return VXPluginInstallResult::InstalledForNextStart;
+    trashOtherCopies(target, identifier);
+    *pluginPath = target;
+    return VXPluginInstallResult::Installed;
+}
+
+void VXPluginInstaller::installStaged()
+{
+    for (const QString &path : VXPluginScanner::pluginPathsInFolder(_manager.pathToInstallStagingFolder())) {
+        QString pluginPath;
+        if (install(path, &pluginPath, nullptr) != VXPluginInstallResult::Installed)
+            VXLogFrom(VXInstanceOrigin(&_manager, "startup"), VXLogError, "Could not install: "_L1 + path);
+    }
+}
+
+// True when a copy that may be running can not be replaced: one of the same plugin, or one that lies in the place.
+bool VXPluginInstaller::mustWaitForNextStart(const QString &path, const QString &identifier) const
+{
+    const QString target = _manager.pathToSharedPluginFolder() + u'/' + QFileInfo(path).fileName();
+    const QList<VXPluginProxy *> plugins = _manager.allPlugins();
+    return std::any_of(plugins.cbegin(), plugins.cend(), [&](const VXPluginProxy *proxy) {
+        return proxy->isInstalled() && (proxy->identifier() == identifier || proxy->bundle()->bundlePath() == target);
+    });
+}
+
+// A bundle of that name that waits already goes to the trash once the new one lies beside it, where a full disk would show.
+VXError VXPluginInstaller::bringToStaging(const QString &path, const QString &staged)
+{
+    VXFileManager &files = VXFileManager::defaultManager();
+    if (!isTaken(staged))
+        return files.moveItemAtPath(path, staged);
+    QByteArray folder = QFile::encodeName(QFileInfo(staged).path() + "/.install-XXXXXX"_L1);
+    if (::mkdtemp(folder.data()) == nullptr)
+        return VXMakeFileError(VXLocalizedString(u"Unable to install plugin."_s), qt_error_string(errno), staged);
+    const QString beside = QFile::decodeName(folder) + u'/' + QFileInfo(staged).fileName();
+    VXError error = files.moveItemAtPath(path, beside);
+    if (!error) {
+        error = place(beside, staged);
+        if (const VXError stuck = error ? files.moveItemAtPath(beside, path) : VXError())
+            VXLogMethod(VXLogError, "bringToStaging",
+                        u"The plugin lies in \"%1\" now: %2"_s.arg(beside, stuck.description()));
+    }
+    ::rmdir(folder.constData()); // does nothing while something lies there
+    return error;
+}
+
+// What is in the way goes to the trash. Both paths lie in one file system: moving takes no room, and is one step.
+VXError VXPluginInstaller::place(const QString &staged, const QString &target)
+{
+    VXFileManager &files = VXFileManager::defaultManager();
+    if (isTaken(target)) {
+        if (VXError error = files.safelyTrashFileAtPath(target)) {
+            VXLogMethod(VXLogError, "place", error.description());
+            return error;
+        }
+    }
+    const VXError error = files.moveItemAtPath(staged, target);
+    if (error)
+        VXLogMethod(VXLogError, "place", u"An older copy lies in the trash: %1"_s.arg(target));
+    return error;
+}
+
+// Copies of the same plugin under other file names: of two in one folder it could be the older one that is used.
+void VXPluginInstaller::trashOtherCopies(const QString &target, const QString &identifier)
+{
+    for (const QString &path : VXPluginScanner::pluginPathsInFolder(_manager.pathToSharedPluginFolder())) {
+        if (path == target || VXPluginScanner::peekAtBundleInfo(path).value(identifierKey).toString() != identifier)
+            continue;
+        const VXError error = VXFileManager::defaultManager().safelyTrashFileAtPath(path);
+        VXLogMethod(error ? VXLogError : VXLogNotice, "trashOtherCopies",
+                    error ? error.description() : u"Replaced by %1, and put into the trash: %2"_s.arg(target, path));
+    }
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXPluginManager.h"
+
+#include <QtCore/QString>
+
+/**
+ * Brings plugin bundles into the shared plugin folder, by way of the staging folder: a bundle lies there whole before
+ * anything in its way goes to the trash, so that an install that is cut short is finished at the next start. Refuses what
+ * could not be used. Main thread only.
+ */
+class VXPluginInstaller
+{
+public:
+    /** The manager knows the folders, and which copies may be running. */
+    explicit VXPluginInstaller(const VXPluginManager &manager) : _manager(manager) {}
+
+    /** @param pluginPath where the bundle then lies; set when the result is Installed. */
+    VXPluginInstallResult install(const QString &path, QString *pluginPath, VXError *error);
+
+    /** Installs what waits in the staging folder; what fails is logged, and waits on. */
+    void installStaged();
+
+private:
+    QString problemOfBundle(const QString &path, const QVariantMap &info) const;
+    QString problemOfIdentifiers(const QString &path, const QString &rootIdentifier) const;
+    bool mustWaitForNextStart(const QString &path, const QString &identifier) const;
+    VXError bringToStaging(const QString &path, const QString &staged);
+    VXError place(const QString &staged, const QString &target);
+    void trashOtherCopies(const QString &target, const QString &identifier);
+
+    const VXPluginManager &_manager;
+};
