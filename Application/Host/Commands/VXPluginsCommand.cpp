@@ -2,6 +2,7 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXPluginCheck.h"
 #include "VXPluginGraph.h"
 #include "VXPluginManager.h"
 #include "VXPluginReport.h"
@@ -10,7 +11,11 @@
 #include "VXTextTable.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QProcess>
 
 #include <algorithm>
 #include <iterator>
@@ -38,9 +43,49 @@ int graph(VXHostContext &context, VXPluginManager &manager)
     return VXHostOutput::Done;
 }
 
+int check(VXHostContext &context)
+{
+    const QString path = context.options.operand(1);
+    QJsonArray json;
+    QString text;
+    bool isUsable = true;
+    for (const auto &[isError, what] : VXCheckPlugin(path)) {
+        isUsable = isUsable && !isError;
+        text += (isError ? u"error: "_s : u"warning: "_s) + what + u'\n';
+        json.append(QJsonObject{{u"isError"_s, isError}, {u"text"_s, what}});
+    }
+    context.output.answer(text.isEmpty() ? u"%1 is in order.\n"_s.arg(path) : text,
+                          QJsonObject{{u"path"_s, path}, {u"isUsable"_s, isUsable}, {u"findings"_s, json}});
+    return isUsable ? VXHostOutput::Done : VXHostOutput::Failed;
+}
+
+// Why the bundle's code cannot be used; null when it can. Found out by another process: what this one loaded from the old
+// place would be taken for what lies in the new one, and code that crashes takes only that process with it.
+QString problemOfCode(const VXHostOptions &options, const QString &path)
+{
+    QStringList arguments{u"plugins"_s, u"check"_s, QFileInfo(path).absoluteFilePath(), u"--json"_s};
+    if (options.isSet(u"home"_s))
+        arguments += {u"--home"_s, options.value(u"home"_s)};
+    QProcess process;
+    process.start(QCoreApplication::applicationFilePath(), arguments);
+    if (!process.waitForFinished(-1))
+        return process.errorString();
+    if (process.exitStatus() != QProcess::NormalExit)
+        return u"its code crashes when it is loaded"_s;
+    const QJsonObject answer = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+    for (const auto &finding : answer[u"findings"_s].toArray()) {
+        if (finding[u"isError"_s].toBool())
+            return finding[u"text"_s].toString();
+    }
+    return answer[u"isUsable"_s].toBool() ? QString() : u"its code ends the program when it is loaded"_s;
+}
+
 int install(VXHostContext &context, VXPluginManager &manager)
 {
     const QString path = context.options.operand(1);
+    if (const QString problem = QFileInfo(path).isDir() ? problemOfCode(context.options, path) : QString();
+        !problem.isNull())
+        return context.output.fail(u"%1 was not installed: %2"_s.arg(path, problem));
     const QString identifier =
         VXPluginScanner::peekAtBundleInfo(path).value(u"CFBundleIdentifier"_s).toString(); // before it is moved
     VXError error;
@@ -52,13 +97,29 @@ int install(VXHostContext &context, VXPluginManager &manager)
     const bool isInstalled = result == VXPluginInstallResult::Installed;
     QString text = isInstalled ? u"Installed %1.\n"_s : u"%1 will be installed at the next start.\n"_s;
     text = text.arg(plugin == nullptr ? identifier : VXPluginReport(manager, *plugin).title());
-    if (isInstalled && plugin != nullptr && !plugin->isEnabled())
+    if (isInstalled && plugin != nullptr && plugin->isBuiltInPlugin())
+        text += u"It has no name, counts as built in, and cannot be disabled.\n"_s;
+    else if (isInstalled && plugin != nullptr && !plugin->isEnabled())
         text += u"Enable it with: vornix plugins enable %1\n"_s.arg(identifier);
     context.output.answer(text, QJsonObject{{u"identifier"_s, identifier}, {u"waitsForNextStart"_s, !isInstalled}});
     return VXHostOutput::Done;
 }
 
 // -- Of one plugin
+
+// By its identifier, or where that is unique by the last part of it or by its name, in any case of letters.
+VXPluginProxy *pluginNamed(const VXPluginManager &manager, const QString &typed)
+{
+    if (VXPluginProxy *const plugin = manager.pluginWithIdentifier(typed))
+        return plugin;
+    const auto isMeant = [&typed](const VXPluginProxy *plugin) {
+        return plugin->identifier().section(u'.', -1).compare(typed, Qt::CaseInsensitive) == 0 ||
+               plugin->name().compare(typed, Qt::CaseInsensitive) == 0;
+    };
+    QList<VXPluginProxy *> plugins = manager.allPlugins();
+    plugins.removeIf([&](const VXPluginProxy *plugin) { return !isMeant(plugin); });
+    return plugins.size() == 1 ? plugins.first() : nullptr;
+}
 
 int unknown(VXHostContext &context, const VXPluginManager &manager, const QString &identifier)
 {
@@ -140,11 +201,11 @@ int disable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plu
     const QList<VXPluginProxy *> enabled = manager.enabledPlugins();
     manager.disablePluginProxy(&plugin);
     if (manager.awaitsUnloadReply())
-        context.output.note(u"waiting until the plugins agree"_s);
+        context.output.note(u"waiting until the plugins agree: %1"_s.arg(manager.pluginsAwaited().join(", "_L1)));
     while (manager.awaitsUnloadReply())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     if (plugin.isEnabled())
-        return context.output.fail(u"%1 was not disabled: somebody did not agree"_s.arg(report.title()));
+        return context.output.fail(u"%1 was not disabled: %2"_s.arg(report.title(), manager.lastRefusal()));
     return changed(context, u"Disabled %1."_s.arg(namesWithout(manager, enabled, manager.enabledPlugins())), report);
 }
 
@@ -166,6 +227,7 @@ struct Verb
     QString operand; // null for none
     int (*run)(VXHostContext &context, VXPluginManager &manager);
     int (*runWithPlugin)(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin); // operand: its ID
+    int (*runWithoutPlugins)(VXHostContext &context) = nullptr;
 };
 
 const Verb verbs[] = {
@@ -176,6 +238,7 @@ const Verb verbs[] = {
     {u"install"_s, u"PATH"_s, install, nullptr},
     {u"retry"_s, u"ID"_s, nullptr, retry},
     {u"graph"_s, {}, graph, nullptr},
+    {u"check"_s, u"PATH"_s, nullptr, nullptr, check},
 };
 
 QStringList verbNames()
@@ -195,10 +258,12 @@ int runPlugins(VXHostContext &context)
         return context.output.failUsage(u"%1 needs %2"_s.arg(name, verb.operand), usage);
     if (!operand.isNull() && verb.operand.isNull())
         return context.output.failUsage(u"%1 takes nothing more"_s.arg(name), usage);
+    if (verb.runWithoutPlugins != nullptr)
+        return verb.runWithoutPlugins(context);
     return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
         if (verb.run != nullptr)
             return verb.run(context, manager);
-        VXPluginProxy *const plugin = manager.pluginWithIdentifier(operand);
+        VXPluginProxy *const plugin = pluginNamed(manager, operand);
         return plugin == nullptr ? unknown(context, manager, operand) : verb.runWithPlugin(context, manager, *plugin);
     });
 }
@@ -209,13 +274,14 @@ VXHostCommand VXPluginsCommand()
 {
     return {.name = u"plugins"_s,
             .summary = u"Show and change the plugins"_s,
-            .synopsis = u"[list|info|enable|disable|install|retry|graph] [ID|PATH]"_s,
+            .synopsis = u"[list|info|enable|disable|install|retry|graph|check] [ID|PATH]"_s,
             .details =
                 u"\"list\" shows every plugin and its state, parts of a plugin below it. \"info ID\" tells all about "
                 "one, also why this copy was chosen and which others were passed over. \"enable ID\" and \"disable "
                 "ID\" hold for coming starts too. \"install PATH\" moves a bundle into the user's plugin folder; "
                 "where another copy is in use, that waits for the next start. \"retry ID\" loads a plugin that was "
-                "left out because the program ended while it was loading. \"graph\" writes what needs what in the "
+                "left out because the program ended while it was loading. \"check PATH\" tells an author what is wrong "
+                "with a bundle. \"graph\" writes what needs what in the "
                 "language of Graphviz, for \"dot\"."_s,
             .minimumOperands = 0,
             .maximumOperands = 2,

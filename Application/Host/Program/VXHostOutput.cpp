@@ -89,6 +89,8 @@ void VXHostOutput::note(const QString &text)
 
 int VXHostOutput::fail(const QString &text)
 {
+    if (text == _failure) // as when the same is tried again at the end
+        return Failed;
     _failure = text;
     writeFully(_errors, (u"vornix: "_s + text + u'\n').toUtf8());
     return Failed;

@@ -4,13 +4,21 @@
 #include "VXException.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXLastWords.h"
 #include "VXPluginManager.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QTimer>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto waitUntold = 1s; // for plugins that want time before the program ends
+constexpr auto longestWait = 10s;
 
 // Instances of plugins are deleted late, and what they own may be deleted later still.
 void deleteWhatIsDeferred()
@@ -28,21 +36,59 @@ int runGuarded(VXHostContext &context, VXPluginManager &manager, const std::func
     }
 }
 
+// Before the plugins are asked or unloaded: whatever they do then, the command has had its effect and its answer.
+int saveAndAnswer(VXHostOutput &output, int status)
+{
+    VXError error;
+    if (!VXUserDefaults::standardUserDefaults().synchronize(&error))
+        status = output.fail(error.localizedDescription());
+    return output.finish(status);
+}
+
+// Plugins may ask for time to finish what they are at, but the command is done: none keeps the program for ever.
+void askForConsent(VXHostOutput &output, VXPluginManager &manager)
+{
+    const VXApplication &application = VXApplication::sharedApplication();
+    if (application.isTerminating() || manager.shouldShutdown() == VXUnloadNow)
+        return; // asked before, or agreed
+    const auto awaited = [&manager] { return manager.pluginsAwaited().join(", "_L1); };
+    QTimer untold;
+    QTimer limit;
+    untold.setSingleShot(true);
+    limit.setSingleShot(true);
+    QObject::connect(&untold, &QTimer::timeout, [&] {
+        output.note(u"waiting until the plugins agree to end: %1; interrupt to end at once"_s.arg(awaited()));
+    });
+    untold.start(waitUntold);
+    limit.start(longestWait);
+    while (manager.awaitsUnloadReply() && limit.isActive())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    if (manager.awaitsUnloadReply())
+        output.note(u"ending without the consent of %1, after %2 seconds"_s.arg(awaited()).arg(longestWait.count()));
+    else if (!application.isTerminating())
+        output.note(u"ending all the same, for the command is done: %1"_s.arg(manager.lastRefusal()));
+}
+
 } // namespace
 
 int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginManager &)> &command)
 {
     VXApplication &application = VXApplication::sharedApplication();
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+    VXLastWords lastWords(context.output);
     manager.setSafeMode(context.options.isSet(u"safe-mode"_s));
     application.setDidFinishLaunching(false); // a plugin that needs a relaunch gets it once all are started
     manager.startup();
     application.setDidFinishLaunching(true);
-    const int status =
-        application.isTerminating() // a store could not be opened, which the user was told
-            ? context.output.fail(u"the program was told to quit while its plugins were loaded; of a store, "
-                                  "\"vornix store check FOLDER\" tells more"_s)
-            : runGuarded(context, manager, command);
+    for (const QString &notice : manager.startupNotices())
+        context.output.note("vornix: "_L1 + notice);
+    int status = application.isTerminating() // a store could not be opened, which the user was told
+                     ? context.output.fail(u"the program was told to quit while its plugins were loaded; of a store, "
+                                           "\"vornix store check FOLDER\" tells more"_s)
+                     : runGuarded(context, manager, command);
+    status = saveAndAnswer(context.output, status);
+    lastWords.setStatus(status);
+    askForConsent(context.output, manager);
     manager.shutdown();
     deleteWhatIsDeferred();
     return status;

@@ -26,19 +26,13 @@ QStringList identifiersOf(const QList<VXPluginProxy *> &plugins)
     return identifiers;
 }
 
-QString information(const VXPluginProxy &proxy, const QString &key)
-{
-    const VXBundle::Ptr bundle = proxy.bundle();
-    return bundle ? bundle->infoDictionary().value(key).toString() : QString();
-}
-
 QString pathOf(const VXPluginProxy &proxy)
 {
     const VXBundle::Ptr bundle = proxy.bundle();
     return bundle ? bundle->bundlePath() : QString();
 }
 
-// "interface" for "VXInterfacePlugin"; what is no kind as it is.
+// Two blanks for each plugin that holds this one.
 QString shownLevel(const VXPluginProxy &proxy)
 {
     return proxy.parentProxy() == nullptr ? QString() : "  "_L1 + shownLevel(*proxy.parentProxy());
@@ -106,8 +100,8 @@ QString VXPluginReport::stateAndReason() const
 
 QString VXPluginReport::version() const
 {
-    const QString shortVersion = information(_proxy, u"CFBundleShortVersionString"_s);
-    const QString version = information(_proxy, u"CFBundleVersion"_s);
+    const QString shortVersion = _proxy.infoText(u"CFBundleShortVersionString"_s);
+    const QString version = _proxy.infoText(u"CFBundleVersion"_s);
     return shortVersion.isEmpty() ? version : u"%1 (%2)"_s.arg(shortVersion, version);
 }
 
@@ -116,8 +110,8 @@ QJsonObject VXPluginReport::json() const
     const VXPluginProxy *const parent = _proxy.parentProxy();
     return {{u"identifier"_s, _proxy.identifier()},
             {u"name"_s, jsonText(_proxy.name())},
-            {u"version"_s, jsonText(information(_proxy, u"CFBundleVersion"_s))},
-            {u"shortVersion"_s, jsonText(information(_proxy, u"CFBundleShortVersionString"_s))},
+            {u"version"_s, jsonText(_proxy.infoText(u"CFBundleVersion"_s))},
+            {u"shortVersion"_s, jsonText(_proxy.infoText(u"CFBundleShortVersionString"_s))},
             {u"kind"_s, jsonText(_proxy.pluginClassType())},
             {u"path"_s, jsonText(pathOf(_proxy))},
             {u"parent"_s, parent == nullptr ? QJsonValue() : QJsonValue(parent->identifier())},

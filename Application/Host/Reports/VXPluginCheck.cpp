@@ -1,0 +1,160 @@
+#include "VXPluginCheck.h"
+
+#include "VXManagedObjectModel.h"
+#include "VXPluginKind.h"
+#include "VXPluginProxy.h"
+#include "VXPluginScanner.h"
+#include "VXStringsTable.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QMap>
+#include <QtCore/QMetaMethod>
+#include <QtCore/QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QSet<QString> &knownKeys()
+{
+    static const QSet<QString> keys{u"VXBundleIconFromAppWithIdentifier"_s,
+                                    u"VXBundleIconFromFileType"_s,
+                                    u"VXDataStoreName"_s,
+                                    u"VXDataStoreType"_s,
+                                    u"VXDataStoreVersion"_s,
+                                    u"VXDescriptiveClassList"_s,
+                                    u"VXExporterTargetName"_s,
+                                    u"VXPluginClass"_s,
+                                    u"VXPluginDependencies"_s,
+                                    u"VXPluginName"_s,
+                                    u"VXPostsEvents"_s,
+                                    u"VXReactorCategory"_s,
+                                    u"VXReactorClassList"_s,
+                                    u"VXReactorDefaults"_s,
+                                    u"VXReactorEventNameList"_s,
+                                    u"VXReactorName"_s,
+                                    u"VXReactorOptionsNibFile"_s};
+    return keys;
+}
+
+class Check
+{
+public:
+    Check(const QString &path, QList<VXPluginFinding> &findings) : _path(path), _findings(findings) {}
+
+    void run(bool isRoot)
+    {
+        if (!QFileInfo(_path).isDir())
+            return error(u"there is no such bundle"_s);
+        if (!_path.endsWith(".vxplugin"_L1))
+            error(u"its name does not end in \".vxplugin\""_s);
+        _info = VXPluginScanner::peekAtBundleInfo(_path);
+        if (_info.isEmpty())
+            return error(u"Contents/Info.plist cannot be read, or is empty"_s);
+        checkInfo(isRoot);
+        const VXBundle::Ptr bundle = VXBundle::bundleWithPath(_path);
+        checkCode(bundle);
+        if (text(u"VXPluginClass"_s) == VXPluginKind::Data)
+            checkModel(*bundle);
+        checkStrings(*bundle);
+        for (const QString &child : VXPluginScanner::pluginPathsInFolder(bundle->builtInPlugInsPath()))
+            Check(child, _findings).run(false);
+    }
+
+private:
+    void error(const QString &text) { _findings.append({true, QFileInfo(_path).fileName() + ": "_L1 + text}); }
+    void warn(const QString &text) { _findings.append({false, QFileInfo(_path).fileName() + ": "_L1 + text}); }
+    QString text(const QString &key) const { return _info.value(key).toString(); }
+
+    void checkInfo(bool isRoot)
+    {
+        if (text(u"CFBundleIdentifier"_s).isEmpty())
+            error(u"CFBundleIdentifier is missing"_s);
+        const QString version = VXPluginScanner::versionOf(_info);
+        if (isRoot && VXPluginScanner::isOutdated(version))
+            error(u"version %1 is below %2, the oldest that can be installed"_s.arg(version).arg(
+                VXPluginScanner::oldestSharedVersion));
+        if (isRoot && text(u"VXPluginName"_s).isEmpty())
+            warn(u"without VXPluginName it counts as built in, and cannot be disabled"_s);
+        if (const QString kind = text(u"VXPluginClass"_s); !VXPluginKind::all().contains(kind))
+            error(u"VXPluginClass \"%1\" is none of %2"_s.arg(kind, VXPluginKind::all().join(", "_L1)));
+        for (auto entry = _info.cbegin(); entry != _info.cend(); ++entry) {
+            if (entry.key().startsWith("VX"_L1) && !knownKeys().contains(entry.key()))
+                warn(u"the key %1 means nothing to Vornix"_s.arg(entry.key()));
+        }
+    }
+
+    void checkCode(const VXBundle::Ptr &bundle)
+    {
+        VXPluginProxy proxy(bundle->bundleIdentifier());
+        proxy.setBundle(bundle);
+        const QMetaObject *const type = proxy.pluginClass();
+        if (type == nullptr)
+            return error(proxy.loadError());
+        bool isInvokable = false;
+        for (int index = 0; index < type->constructorCount(); ++index)
+            isInvokable = isInvokable || type->constructor(index).parameterCount() == 0;
+        const QString name = QString::fromUtf8(type->className());
+        if (!isInvokable)
+            error(u"class %1 has no Q_INVOKABLE constructor without arguments"_s.arg(name));
+        if (const QString named = text(u"NSPrincipalClass"_s); named != name)
+            warn(u"NSPrincipalClass is \"%1\", but the code names %2"_s.arg(named, name));
+    }
+
+    void checkModel(const VXBundle &bundle)
+    {
+        const QString name = text(u"VXDataStoreName"_s);
+        const QString path = bundle.pathForResource(name, u"mom"_s);
+        if (name.isEmpty() || path.isNull())
+            return error(name.isEmpty() ? u"VXDataStoreName is missing"_s
+                                        : u"there is no model \"%1.mom\" among the resources"_s.arg(name));
+        VXError problem;
+        if (!VXManagedObjectModel::modelWithContentsOfFile(path, &problem))
+            error(u"%1: %2"_s.arg(path, problem.description()));
+    }
+
+    // Each language has the keys of every other.
+    void checkStrings(const VXBundle &bundle)
+    {
+        QMap<QString, QMap<QString, QSet<QString>>> keysByTable; // then by language
+        QMap<QString, QSet<QString>> allKeys;
+        for (const QString &language : bundle.localizations()) {
+            const QString folder = bundle.resourcesPath() + u'/' + language + ".lproj"_L1;
+            for (const QString &file : QDir(folder).entryList({u"*.strings"_s}, QDir::Files)) {
+                VXError problem;
+                const auto table = VXStringsTable::fromFile(folder + u'/' + file, &problem);
+                if (!table) {
+                    error(problem.description());
+                    continue;
+                }
+                const QSet<QString> keys(table->keyBegin(), table->keyEnd());
+                keysByTable[file].insert(language, keys);
+                allKeys[file] += keys;
+            }
+        }
+        for (auto table = keysByTable.cbegin(); table != keysByTable.cend(); ++table) {
+            for (auto language = table->cbegin(); language != table->cend(); ++language) {
+                QStringList missing = (allKeys.value(table.key()) - *language).values();
+                missing.sort();
+                if (!missing.isEmpty())
+                    warn(u"%1.lproj/%2 lacks \"%3\""_s.arg(language.key(), table.key(), missing.join("\", \""_L1)));
+            }
+        }
+    }
+
+    const QString _path;
+    QVariantMap _info;
+    QList<VXPluginFinding> &_findings;
+};
+
+} // namespace
+
+QList<VXPluginFinding> VXCheckPlugin(const QString &path)
+{
+    QList<VXPluginFinding> findings;
+    Check(QDir::cleanPath(path), findings).run(true);
+    return findings;
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QtCore/QList>
+#include <QtCore/QString>
+
+/** What is wrong with a plugin bundle, for its author. An error keeps it from being used. */
+struct VXPluginFinding
+{
+    bool isError;
+    QString text;
+};
+
+/**
+ * Looks at a bundle, and at those inside it, as they lie there: Info.plist, code, class, model, strings tables. Loads the
+ * code but makes no instance; that is for a process which does nothing else with plugins.
+ */
+[[nodiscard]] QList<VXPluginFinding> VXCheckPlugin(const QString &path);
