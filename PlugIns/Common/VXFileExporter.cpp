@@ -29,6 +29,20 @@ std::optional<VXError> VXFileExporter::exportObjects(const QVariantList &objects
     return VXMakeFileError(description, reason, path);
 }
 
+VXReactorOptions VXFileExporter::reactorOptions() const
+{
+    using Type = VXReactorOption::Type;
+    return describedOptions(
+               {{.key = VXExporterOptionsFilePathKey,
+                 .type = Type::File,
+                 .meaning = VXLocalizedString(u"The file to export to."_s),
+                 .isNeeded = true},
+                {.key = u"append"_s,
+                 .type = Type::Boolean,
+                 .meaning = VXLocalizedString(u"Whether to write behind what the file holds, or in place of it."_s)}}) +
+           furtherOptions();
+}
+
 QString VXFileExporter::localizedString(const QString &key) const
 {
     const VXBundle::Ptr found = bundle();

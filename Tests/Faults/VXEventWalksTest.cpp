@@ -28,6 +28,8 @@ TEST_F(VXEventWalks, Exports)
     const QVariantMap call{{u"name"_s, u"Jane"_s},
                            {u"from"_s, u"Jane <+1 555 0100>"_s},
                            {u"date"_s, QDateTime::fromSecsSinceEpoch(0, Qt::UTC)}};
+    QVariantMap later = call;
+    later.insert(u"date"_s, QDateTime::fromSecsSinceEpoch(60, Qt::UTC));
     const QString file = path(u"out/file"_s);
     for (const QString &exporter : {u"CSVExporterPlugin"_s, u"JSONLinesExporterPlugin"_s, u"VCardExporterPlugin"_s,
                                     u"ICalendarExporterPlugin"_s}) {
@@ -42,7 +44,7 @@ TEST_F(VXEventWalks, Exports)
                 QDir(path(u"out"_s)).removeRecursively();
                 writeFile(u"out/file"_s, before);
             };
-            walk.operation = [&] { return VXExport(exporter, {call, call}, file, {{u"append"_s, appends}}).isNull(); };
+            walk.operation = [&] { return VXExport(exporter, {call, later}, file, {{u"append"_s, appends}}).isNull(); };
             walk.state = [&] { return withoutStamps(readFile(file)); };
             walk.leftovers = [&] {
                 QStringList names = QDir(path(u"out"_s)).entryList(QDir::Files | QDir::Hidden);

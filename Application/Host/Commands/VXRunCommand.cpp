@@ -6,6 +6,7 @@
 #include "VXModalSession.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
+#include "VXReactionOutcome.h"
 #include "VXSignalWatcher.h"
 
 #include <QtCore/QJsonObject>
@@ -52,6 +53,7 @@ private:
             return;
         if (_application.isTerminating()) {
             _isForced = true;
+            VXReactionOutcome::cancelAll(); // programs that reactors run end, and the history says so
             _session.stop(0);
             return;
         }
