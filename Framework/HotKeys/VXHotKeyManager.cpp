@@ -11,6 +11,8 @@
 
 using namespace Qt::StringLiterals;
 
+const VXNotificationName VXHotKeyWasPressedNotification(u"VXHotKeyWasPressedNotification"_s);
+
 namespace {
 
 const QString settingsKey = u"hot-keys"_s;
@@ -137,12 +139,17 @@ bool VXHotKeyManager::getHotKeySettingsForIdentifier(const QString &identifier, 
 void VXHotKeyManager::setHotKeySettingsForIdentifier(const QString &identifier, int keyCode, int modifiers,
                                                      const QString &displayString)
 {
-    QVariantMap settings = storedSettings();
-    if (displayString.isNull())
-        settings.remove(identifier);
-    else
-        settings.insert(identifier, u"%1 %2 %3"_s.arg(quint32(keyCode)).arg(quint32(modifiers)).arg(displayString));
-    VXUserDefaults::standardUserDefaults().setObject(settings, settingsKey);
+    const QString text = displayString.isNull()
+                             ? QString()
+                             : u"%1 %2 %3"_s.arg(quint32(keyCode)).arg(quint32(modifiers)).arg(displayString);
+    VXUserDefaults::standardUserDefaults().updateObject(settingsKey, [identifier, text](const QVariant &current) {
+        QVariantMap settings = current.toMap();
+        if (text.isNull())
+            settings.remove(identifier);
+        else
+            settings.insert(identifier, text);
+        return settings;
+    });
 }
 
 bool VXHotKeyManager::updateHotKeyWithIdentifier(const QString &identifier, int keyCode, int modifiers,
@@ -202,17 +209,37 @@ void VXHotKeyManager::carbonHotKeyWasPressed(VXHotKeyID hotKeyID)
         VXLogMethod(VXLogError, "carbonHotKeyWasPressed:", u"Missing hotkey for id: %1"_s.arg(hotKeyID.id));
         return;
     }
-    const VXInvocation invocation = hotKey->callbackInvocation();
+    run(*hotKey);
+    VXNotificationCenter::defaultCenter().postNotificationName(VXHotKeyWasPressedNotification, hotKey->identifier());
+}
+
+// The command may throw anything; the desktop's events go on.
+void VXHotKeyManager::run(const VXHotKey &hotKey)
+{
+    const VXInvocation invocation = hotKey.callbackInvocation();
     if (invocation.isNull()) {
         VXLogMethod(VXLogError, "carbonHotKeyWasPressed:",
-                    u"Missing callback for hotkey %1: %2"_s.arg(hotKeyID.id).arg(hotKey->identifier()));
+                    u"Missing callback for hotkey %1: %2"_s.arg(hotKey.hotKeyID().id).arg(hotKey.identifier()));
         return;
     }
+    QString problem = u"an unknown exception"_s;
     try {
         invocation.invoke();
+        return;
     } catch (const std::exception &exception) {
-        VXLogMethod(
-            VXLogError, "carbonHotKeyWasPressed:",
-            u"the command of hotkey %1 threw: %2"_s.arg(hotKey->identifier(), QString::fromUtf8(exception.what())));
+        problem = QString::fromUtf8(exception.what());
+    } catch (...) {
     }
+    VXLogMethod(VXLogError,
+                "carbonHotKeyWasPressed:", u"the command of hotkey %1 threw: %2"_s.arg(hotKey.identifier(), problem));
+}
+
+bool VXHotKeyManager::pressHotKeyWithIdentifier(const QString &identifier)
+{
+    const std::shared_ptr<VXHotKey> hotKey = _hotKeys.value(identifier);
+    if (!hotKey)
+        return false;
+    run(*hotKey);
+    VXNotificationCenter::defaultCenter().postNotificationName(VXHotKeyWasPressedNotification, identifier);
+    return true;
 }

@@ -3,7 +3,7 @@
 #include "VXFrameworkExport.h"
 #include "VXHotKey.h"
 #include "VXHotKeyService.h"
-#include "VXMutex.h"
+#include "VXNotificationCenter.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMap>
@@ -11,6 +11,9 @@
 #include <QtCore/QString>
 
 #include <memory>
+
+/** Posted on the main thread after a press has run its command; object: the hot key's identifier. */
+VX_EXPORT extern const VXNotificationName VXHotKeyWasPressedNotification;
 
 /** What the user bound a command to, as it is stored. */
 struct VXHotKeySettings
@@ -70,12 +73,15 @@ public:
 
     /** Runs the command that was registered under that number, logged when there is none. */
     void carbonHotKeyWasPressed(VXHotKeyID hotKeyID);
+    /** Runs a command as a press does, bound or not. False when there is none. */
+    bool pressHotKeyWithIdentifier(const QString &identifier);
 
 private:
     void addCarbonHotKeyListener();
     void registerBinding(VXHotKey &hotKey);
     void unregister(VXHotKey &hotKey);
     void followSettings();
+    void run(const VXHotKey &hotKey);
     void registrationWasRefused(VXHotKeyRef ref, const QString &reason);
 
     std::unique_ptr<VXHotKeyService> _service;

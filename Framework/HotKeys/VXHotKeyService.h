@@ -23,8 +23,8 @@ using VXHotKeyRef = quint64;
 struct VXHotKeyRequest
 {
     VXHotKeyID hotKeyID;
-    quint32 keyCode = 0;   // of the keyboard (evdev, see VXKeyCombination)
-    quint32 modifiers = 0; // VXHotKeyModifier
+    quint32 keyCode = 0;     // of the keyboard (evdev, see VXKeyCombination)
+    quint32 modifiers = 0;   // VXHotKeyModifier
     QString identifier = {}; // the command's, stable over sessions
     QString title = {};      // for people, where the desktop lists shortcuts
 };

@@ -1,6 +1,6 @@
 // The portal is played by fake_portal.py on a bus of the test's own.
 
-#include "VXHotKeyServices.h"
+#include "VXDesktopServices.h"
 
 #include "ServicesTestsPaths.h"
 #include "VXKeyCombination.h"

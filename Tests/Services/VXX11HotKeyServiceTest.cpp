@@ -1,6 +1,6 @@
 // Real presses in a real X server, sent by xdotool.
 
-#include "VXHotKeyServices.h"
+#include "VXDesktopServices.h"
 
 #include "VXKeyCombination.h"
 #include "VXTesting.h"

@@ -14,3 +14,6 @@ enum class VXHotKeyServiceKind { Automatic, X11, Portal };
  */
 [[nodiscard]] VX_SERVICES_EXPORT std::unique_ptr<VXHotKeyService>
 VXMakeHotKeyService(VXHotKeyServiceKind kind = VXHotKeyServiceKind::Automatic);
+
+/** What the user marked last, in whatever program; null, with the reason for people, when it cannot be had. Any thread. */
+[[nodiscard]] VX_SERVICES_EXPORT QString VXReadSelectedText(QString *reason);

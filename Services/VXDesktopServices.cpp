@@ -1,7 +1,8 @@
-#include "VXHotKeyServices.h"
+#include "VXDesktopServices.h"
 
 #include "VXPortalHotKeyService.h"
 #include "VXX11HotKeyService.h"
+#include "VXX11SelectedText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -42,4 +43,9 @@ std::unique_ptr<VXHotKeyService> VXMakeHotKeyService(VXHotKeyServiceKind kind)
     }
     // The X server that serves old programs on Wayland sees keys only while one of those is in front.
     return std::make_unique<MissingHotKeyService>(portalProblem);
+}
+
+QString VXReadSelectedText(QString *reason)
+{
+    return VXX11SelectedText(reason); // on Wayland that of the programs which the X server serves there
 }
