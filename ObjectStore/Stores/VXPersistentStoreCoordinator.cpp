@@ -80,12 +80,22 @@ bool staysInStore(const Changes &changes, VXError *error)
 
 } // namespace
 
-VXPersistentStoreCoordinator::VXPersistentStoreCoordinator(const VXManagedObjectModel::Ptr &model) : _model(model) {}
+VXPersistentStoreCoordinator::VXPersistentStoreCoordinator(const VXManagedObjectModel::Ptr &model,
+                                                           VXObjectClasses classes)
+    : _model(model), _objectClasses(classes)
+{
+}
 
 VXPersistentStoreCoordinator::Ptr
-VXPersistentStoreCoordinator::coordinatorWithModel(const VXManagedObjectModel::Ptr &model)
+VXPersistentStoreCoordinator::coordinatorWithModel(const VXManagedObjectModel::Ptr &model, VXObjectClasses classes)
 {
-    return model ? Ptr(new VXPersistentStoreCoordinator(model)) : nullptr;
+    return model ? Ptr(new VXPersistentStoreCoordinator(model, classes)) : nullptr;
+}
+
+void VXPersistentStoreCoordinator::holdWhileOpen(const std::shared_ptr<const void> &resource)
+{
+    const VXMutexLocker lock(_lock);
+    _held.append(resource);
 }
 
 StorePtr VXPersistentStoreCoordinator::addPersistentStore(VXStoreType type, const QString &path,

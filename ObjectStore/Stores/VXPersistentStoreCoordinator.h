@@ -9,6 +9,12 @@
 #include <memory>
 
 /**
+ * Of which class objects are: of the one that is registered for their entity (VXManagedObjectClass), or all plain, as for a
+ * model of earlier times, whose entities have by now classes that expect other properties.
+ */
+enum class VXObjectClasses { Registered, Plain };
+
+/**
  * Several stores over one model, used by any number of contexts as if they were one. Lives as long as a context or its
  * owner holds it. Any thread may call.
  */
@@ -19,7 +25,13 @@ public:
     using StorePtr = std::shared_ptr<VXPersistentStore>;
 
     /** Null without a model. */
-    [[nodiscard]] static Ptr coordinatorWithModel(const VXManagedObjectModel::Ptr &model);
+    [[nodiscard]] static Ptr coordinatorWithModel(const VXManagedObjectModel::Ptr &model,
+                                                  VXObjectClasses classes = VXObjectClasses::Registered);
+
+    /** Of the objects of all contexts over it. */
+    VXObjectClasses objectClasses() const { return _objectClasses; }
+    /** Has something held until the coordinator is gone, as a lock on what its stores have open. */
+    void holdWhileOpen(const std::shared_ptr<const void> &resource);
 
     const VXManagedObjectModel &model() const { return *_model; }
     const VXManagedObjectModel::Ptr &modelPtr() const { return _model; }
@@ -50,9 +62,11 @@ public:
               VXError *error);
 
 private:
-    explicit VXPersistentStoreCoordinator(const VXManagedObjectModel::Ptr &model);
+    VXPersistentStoreCoordinator(const VXManagedObjectModel::Ptr &model, VXObjectClasses classes);
 
     const VXManagedObjectModel::Ptr _model;
+    const VXObjectClasses _objectClasses;
     mutable VXMutex _lock;
+    QList<std::shared_ptr<const void>> _held VX_GUARDED_BY(_lock); // let go of after the stores
     QList<StorePtr> _stores VX_GUARDED_BY(_lock);
 };

@@ -15,12 +15,12 @@ namespace {
 using namespace std::chrono_literals;
 
 // 0, or the error's number. The kernel has no wait of limited time for these locks: with a limit it is asked again.
-int lock(int descriptor, std::chrono::milliseconds timeout)
+int lock(int descriptor, int operation, std::chrono::milliseconds timeout)
 {
     const bool isLimited = timeout != std::chrono::milliseconds::max();
     const QDeadlineTimer deadline = isLimited ? QDeadlineTimer(timeout) : QDeadlineTimer(QDeadlineTimer::Forever);
     std::chrono::milliseconds pause = 1ms;
-    while (::flock(descriptor, isLimited ? LOCK_EX | LOCK_NB : LOCK_EX) != 0) {
+    while (::flock(descriptor, isLimited ? operation | LOCK_NB : operation) != 0) {
         if (errno == EINTR)
             continue;
         if (errno != EWOULDBLOCK || deadline.hasExpired())
@@ -33,10 +33,12 @@ int lock(int descriptor, std::chrono::milliseconds timeout)
 
 } // namespace
 
-VXFileLock::VXFileLock(const QString &path, std::chrono::milliseconds timeout)
-    : _descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
+VXFileLock::VXFileLock(const QString &path, std::chrono::milliseconds timeout, Mode mode)
+    : _descriptor(::open(QFile::encodeName(path).constData(),
+                         (mode == Mode::Shared ? O_RDONLY : O_RDWR) | O_CREAT | O_CLOEXEC, 0600))
 {
-    const int problem = _descriptor < 0 ? errno : lock(_descriptor, timeout);
+    const int operation = mode == Mode::Shared ? LOCK_SH : LOCK_EX;
+    const int problem = _descriptor < 0 ? errno : lock(_descriptor, operation, timeout);
     if (problem == 0)
         return;
     _isTimedOut = problem == EWOULDBLOCK;

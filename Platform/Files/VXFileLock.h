@@ -13,8 +13,12 @@
 class VX_PLATFORM_EXPORT VXFileLock
 {
 public:
-    /** Waits until the lock is free, at most for the time given. */
-    explicit VXFileLock(const QString &path, std::chrono::milliseconds timeout = std::chrono::milliseconds::max());
+    /** Alone, or together with others who share it. */
+    enum class Mode { Exclusive, Shared };
+
+    /** Waits until the lock is free, at most for the time given. A shared one does with a file that may only be read. */
+    explicit VXFileLock(const QString &path, std::chrono::milliseconds timeout = std::chrono::milliseconds::max(),
+                        Mode mode = Mode::Exclusive);
     ~VXFileLock();
     VXFileLock(const VXFileLock &) = delete;
     VXFileLock &operator=(const VXFileLock &) = delete;
