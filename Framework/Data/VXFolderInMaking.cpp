@@ -58,6 +58,8 @@ VXFolderInMaking::~VXFolderInMaking() = default;
 
 bool VXFolderInMaking::moveIntoPlace(bool *isTaken, VXError *error)
 {
+    // What lies in it is personal, whatever the modes of its files.
+    QFile::setPermissions(_path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     // Takes the place of nothing but an empty folder.
     const bool isMoved = std::rename(QFile::encodeName(_path).constData(), QFile::encodeName(_place).constData()) == 0;
     const int problem = isMoved ? 0 : errno;

@@ -133,3 +133,15 @@ TEST_F(HostTriggersTest, StoreThatCannotBeOpenedEndsTheCommandAndStaysAsItIs)
     writeFile(QDir(path()).relativeFilePath(file), good);
     EXPECT_EQ(json({}).array().size(), 1);
 }
+
+TEST_F(HostTriggersTest, StoreThatDoesNotOpenNamesItsPluginAndLeavesAWayOut)
+{
+    writeFile(u".local/share/Vornix 2/Data/triggers.vxdatastore/triggers.sqlite"_s, "damaged");
+    const HostOutcome failed = triggers({});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.errors.toStdString(),
+                testing::AllOf(HasSubstr("triggers.vxdatastore"), HasSubstr("(com.halvern.VNX2.plugin.triggers)"),
+                               HasSubstr("It does not begin as an SQLite file."),
+                               HasSubstr("vornix plugins disable ID")));
+    EXPECT_EQ(runHost({u"plugins"_s, u"list"_s}).status, 0); // as do those that mend it
+}

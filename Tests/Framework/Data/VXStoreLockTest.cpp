@@ -104,6 +104,8 @@ TEST_F(VXStoreLockTest, FoldersComeToTheirPlaceWholeAndWhatTheKilledLeftGoes)
         EXPECT_TRUE(folder.moveIntoPlace(&isTaken, nullptr));
     }
     EXPECT_TRUE(QFile::exists(place + "/inside"_L1));
+    EXPECT_EQ(QFile::permissions(place) & (QFile::ReadGroup | QFile::ReadOther | QFile::ExeGroup | QFile::ExeOther),
+              QFile::Permissions());
     EXPECT_EQ(made().size(), 0);
     VXFolderInMaking again(place);
     ASSERT_TRUE(QDir().mkpath(again.path()));
