@@ -19,6 +19,7 @@
 [[nodiscard]] VXHostCommand VXReactorsCommand();
 [[nodiscard]] VXHostCommand VXExportersCommand();
 [[nodiscard]] VXHostCommand VXExportCommand();
+[[nodiscard]] VXHostCommand VXPostFormCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();
 [[nodiscard]] VXHostCommand VXRunCommand();
 [[nodiscard]] VXHostCommand VXEvalCommand();
