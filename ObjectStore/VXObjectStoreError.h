@@ -17,6 +17,9 @@ enum class VXObjectStoreErrorCode {
     MissingMandatoryProperty = 1570, // also a to-one relationship
     RelationshipDeniedDelete = 1600,
     InvalidStore = 134000, // no longer attached, closed
+    SavedInPart = 134001,  // of several stores some were saved: their objects have no changes any more, the others have
+    SaveUnknown =
+        134002, // the store may have it, when it is opened after a crash, or not; saving again makes it certain
     IncompatibleStoreType = 134010,
     StoreTimedOut = 134070,          // another process kept it locked
     StoreIncompatibleModel = 134100, // made with a model that differs
@@ -26,7 +29,8 @@ enum class VXObjectStoreErrorCode {
 
 /**
  * In the user info of a merge conflict a list of dictionaries, each with "object" (the VXManagedObject), "snapshot" (the
- * values the context last read, by property name) and "cachedRow" (the values the store has; invalid when the object is gone).
+ * values the context last read, by property name, with the IDs of to-many relationships that were read) and "cachedRow" (the
+ * same of what the store has; invalid when the object is gone).
  */
 VX_STORE_EXPORT extern const QString VXConflictListKey;     // "conflictList"
 VX_STORE_EXPORT extern const QString VXDetailedErrorsKey;   // "VXDetailedErrors": list of VXError

@@ -3,6 +3,7 @@
 #include "VXErrorDomain.h"
 #include "VXException.h"
 #include "VXFileManager.h"
+#include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXStagedFolder.h"
@@ -17,13 +18,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Expands "~" and cleans the path; null stays null.
+// Null stays null.
 QString standardized(const QString &path)
 {
-    if (path.isNull())
-        return {};
-    const bool isBelowHome = path == "~"_L1 || path.startsWith("~/"_L1);
-    return QDir::cleanPath(isBelowHome ? QDir::homePath() + path.mid(1) : path);
+    return path.isNull() ? QString() : QDir::cleanPath(VXExpandTilde(path));
 }
 
 // A relative path is not to be taken for an option.

@@ -4,6 +4,7 @@
 #include "VXErrorDomain.h"
 #include "VXException.h"
 #include "VXMethodLog.h"
+#include "VXStoreLock.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -34,13 +35,7 @@ QStringList entriesWithExtensions(const QString &folder, const QStringList &exte
     return names;
 }
 
-VXStoreType typeForDataFile(const QString &fileName)
-{
-    const QString extension = extensionOf(fileName);
-    if (extension == "sqlite"_L1)
-        return VXStoreType::SQLite;
-    return extension == "xml"_L1 ? VXStoreType::XML : VXStoreType::InMemory;
-}
+constexpr std::chrono::seconds longestWait(10); // for who replaces a store
 
 } // namespace
 
@@ -82,57 +77,70 @@ VXManagedObjectModel::Ptr VXCoreDataStore::managedObjectModel(VXError *error)
     return _managedObjectModel;
 }
 
-VXPersistentStoreCoordinator::Ptr VXCoreDataStore::persistentStoreCoordinator()
+VXPersistentStoreCoordinator::Ptr VXCoreDataStore::persistentStoreCoordinator(VXError *error)
 {
     if (_persistentStoreCoordinator)
         return _persistentStoreCoordinator;
-    const VXManagedObjectModel::Ptr model = managedObjectModel();
-    if (!model)
+    const VXStoreType type = VXCoreDataStoreClass::typeOfDataFile(_dataFileName);
+    if (type == VXStoreType::InMemory) {
+        _persistentStoreCoordinator = openStores(type, error);
+        return _persistentStoreCoordinator;
+    }
+    VXError problem;
+    // From before the models are read, so that they and the data are of one store.
+    const VXStoreLock::Ptr lock = VXStoreLock::take(_path, VXStoreLock::Purpose::Use, longestWait, &problem);
+    if (!lock) {
+        VXLogMethod(VXLogError, "persistentStoreCoordinator", problem.description());
+        VXSetError(error, problem);
         return nullptr;
-    const auto coordinator = VXPersistentStoreCoordinator::coordinatorWithModel(model);
-    VXAssert(coordinator != nullptr,
-             "Unable to create NSPersistentStoreCoordinator from model(s): "_L1 + VXDescription(_path));
-    const VXStoreType type = typeForDataFile(_dataFileName);
-    const bool isAttached =
-        type == VXStoreType::InMemory ? attachMemoryStore(*coordinator) : attachDataFiles(*coordinator, type);
-    if (isAttached)
-        _persistentStoreCoordinator = coordinator;
+    }
+    _persistentStoreCoordinator = openStores(type, error);
+    if (_persistentStoreCoordinator)
+        _persistentStoreCoordinator->holdWhileOpen(lock);
     return _persistentStoreCoordinator;
 }
 
-bool VXCoreDataStore::attachMemoryStore(VXPersistentStoreCoordinator &coordinator)
+VXPersistentStoreCoordinator::Ptr VXCoreDataStore::openStores(VXStoreType type, VXError *error)
 {
-    VXError error;
-    if (coordinator.addPersistentStore(VXStoreType::InMemory, {}, {}, &error))
-        return true;
-    VXLogMethod(VXLogError, "persistentStoreCoordinator",
-                u"%1: %2"_s.arg(VXPersistentStore::nameOfType(VXStoreType::InMemory), error.description()));
-    return false;
+    const VXManagedObjectModel::Ptr model = managedObjectModel(error);
+    if (!model)
+        return nullptr;
+    auto coordinator = VXPersistentStoreCoordinator::coordinatorWithModel(model, error, _objectClasses);
+    VXAssert(coordinator != nullptr,
+             "Unable to create NSPersistentStoreCoordinator from model(s): "_L1 + VXDescription(_path));
+    const bool isAttached = type == VXStoreType::InMemory ? attach(*coordinator, type, {}, {}, error)
+                                                          : attachDataFiles(*coordinator, type, error);
+    return isAttached ? coordinator : nullptr;
 }
 
 // Every data file of the kind, not only the one that is named; without any the named one is made.
-bool VXCoreDataStore::attachDataFiles(VXPersistentStoreCoordinator &coordinator, VXStoreType type)
+bool VXCoreDataStore::attachDataFiles(VXPersistentStoreCoordinator &coordinator, VXStoreType type, VXError *error)
 {
-    const QStringList names = entriesWithExtensions(_path, {extensionOf(_dataFileName)});
+    const QStringList names = VXCoreDataStoreClass::dataFilesLike(_dataFileName, _path);
     if (!names.isEmpty())
         return std::all_of(names.cbegin(), names.cend(),
-                           [&](const QString &name) { return attach(coordinator, type, name, u"loading"_s); });
+                           [&](const QString &name) { return attach(coordinator, type, name, u"loading "_s, error); });
     VXAssert(!_dataFileName.isEmpty(), "Missing data file name: "_L1 + VXDescription(_path));
-    return attach(coordinator, type, _dataFileName, u"creating"_s);
+    return attach(coordinator, type, _dataFileName, u"creating "_s, error);
 }
 
 bool VXCoreDataStore::attach(VXPersistentStoreCoordinator &coordinator, VXStoreType type, const QString &fileName,
-                             const QString &verb)
+                             const QString &action, VXError *error)
 {
-    const QString path = _path + u'/' + fileName;
-    const QUrl url = QUrl::fromLocalFile(path);
-    VXAssert(url.isValid(), "Unable to make url from path: "_L1 + path);
-    VXError error;
-    if (coordinator.addPersistentStore(type, path, {}, &error))
+    QString path;
+    QString url;
+    if (!fileName.isNull()) {
+        path = _path + u'/' + fileName;
+        const QUrl whole = QUrl::fromLocalFile(path);
+        VXAssert(whole.isValid(), "Unable to make url from path: "_L1 + path);
+        url = whole.toString(QUrl::FullyEncoded) + ": "_L1;
+    }
+    VXError problem;
+    if (coordinator.addPersistentStore(type, path, {}, &problem))
         return true;
     VXLogMethod(VXLogError, "persistentStoreCoordinator",
-                u"%1 %2: %3: %4"_s.arg(verb, VXPersistentStore::nameOfType(type), url.toString(QUrl::FullyEncoded),
-                                       error.description()));
+                u"%1%2: %3%4"_s.arg(action, VXPersistentStore::nameOfType(type), url, problem.description()));
+    VXSetError(error, problem);
     return false;
 }
 
@@ -180,6 +188,19 @@ QStringList VXCoreDataStoreClass::modelFilesForStorePath(const QString &path) co
 QStringList VXCoreDataStoreClass::dataFilesForStorePath(const QString &path) const
 {
     return entriesWithExtensions(path, {u"sqlite"_s, u"xml"_s});
+}
+
+QStringList VXCoreDataStoreClass::dataFilesLike(const QString &dataFileName, const QString &path)
+{
+    return entriesWithExtensions(path, {extensionOf(dataFileName)});
+}
+
+VXStoreType VXCoreDataStoreClass::typeOfDataFile(const QString &dataFileName)
+{
+    const QString extension = extensionOf(dataFileName);
+    if (extension == "sqlite"_L1)
+        return VXStoreType::SQLite;
+    return extension == "xml"_L1 ? VXStoreType::XML : VXStoreType::InMemory;
 }
 
 VXCoreDataStore::Ptr VXCoreDataStoreClass::makeStore(const QString &path, const QString &dataFileName) const

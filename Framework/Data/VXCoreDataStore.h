@@ -40,12 +40,15 @@ public:
     const QString &storePath() const { return _path; }
     /** The name, not the path, of the data file. */
     const QString &dataFileName() const { return _dataFileName; }
+    /** Before the store is opened: its objects are plain ones, whatever class its models name. */
+    void usePlainObjects() { _objectClasses = VXObjectClasses::Plain; }
 
     /** All models of the folder that can be read, as one; null when there is none. */
     VXManagedObjectModel::Ptr managedObjectModel(VXError *error = nullptr);
     /** With every data file of the folder attached that is of the data file's kind; without any the named one is made. Null
-     * on failure. A name of neither kind, or none, gives a store in memory. */
-    VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator();
+     * on failure. A name of neither kind, or none, gives a store in memory. As long as it lives, the folder is locked as one in
+     * use (VXStoreLock). */
+    VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator(VXError *error = nullptr);
     /** Of the first attached store that names an owner; empty when none does. */
     QVariantMap metadata();
 
@@ -56,13 +59,14 @@ protected:
     virtual const VXCoreDataStoreClass &classOperations() const { return storeClass(); }
 
 private:
-    bool attachMemoryStore(VXPersistentStoreCoordinator &coordinator);
-    bool attachDataFiles(VXPersistentStoreCoordinator &coordinator, VXStoreType type);
+    VXPersistentStoreCoordinator::Ptr openStores(VXStoreType type, VXError *error);
+    bool attachDataFiles(VXPersistentStoreCoordinator &coordinator, VXStoreType type, VXError *error);
     bool attach(VXPersistentStoreCoordinator &coordinator, VXStoreType type, const QString &fileName,
-                const QString &verb);
+                const QString &action, VXError *error);
 
     const QString _path;
     const QString _dataFileName;
+    VXObjectClasses _objectClasses = VXObjectClasses::Registered;
     VXManagedObjectModel::Ptr _managedObjectModel;
     VXPersistentStoreCoordinator::Ptr _persistentStoreCoordinator;
 };
@@ -80,6 +84,10 @@ public:
     virtual QStringList modelFilesForStorePath(const QString &path) const;
     /** Names of the folder's entries with the extension "sqlite" or "xml", sorted. */
     virtual QStringList dataFilesForStorePath(const QString &path) const;
+    /** Names of the folder's entries that are opened together with a data file: those with its extension, itself too. */
+    static QStringList dataFilesLike(const QString &dataFileName, const QString &path);
+    /** By its extension; of any other than "sqlite" and "xml" in memory. */
+    static VXStoreType typeOfDataFile(const QString &dataFileName);
     /** A store of this class. */
     virtual VXCoreDataStore::Ptr makeStore(const QString &path, const QString &dataFileName) const;
 };

@@ -5,21 +5,19 @@
 #include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
 #include "VXException.h"
-#include "VXFileLock.h"
 #include "VXFileManager.h"
+#include "VXFolderInMaking.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXStoreLock.h"
 #include "VXVersion.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QTemporaryDir>
 #include <QtCore/QUrl>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -27,9 +25,22 @@ using StorePtr = VXCoreDataStore::Ptr;
 
 namespace {
 
+constexpr std::chrono::seconds longestWait(10); // for who replaces the store
+
 bool isThere(const QString &path)
 {
     return QFileInfo::exists(path) || QFileInfo(path).isSymLink();
+}
+
+bool isEmptyFolder(const QString &path)
+{
+    return QFileInfo(path).isDir() &&
+           QDir(path).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+}
+
+QString waitingPathFor(const QString &path)
+{
+    return VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(path).fileName();
 }
 
 VXError storeError(const QString &text, const QString &suggestion)
@@ -111,23 +122,26 @@ bool VXDataPlugin::updateMetaDataForStore(VXCoreDataStore &store, VXError *error
     return true;
 }
 
-bool VXDataPlugin::_validateAndSaveStoreController(VXCoreDataStore &store)
+bool VXDataPlugin::_validateAndSaveStoreController(VXCoreDataStore &store, VXError *error)
 {
     constexpr const char *operation = "_validateAndSaveStoreController:";
-    const VXPersistentStoreCoordinator::Ptr coordinator = store.persistentStoreCoordinator();
+    const VXPersistentStoreCoordinator::Ptr coordinator = store.persistentStoreCoordinator(error);
     if (!coordinator) // which was logged
         return false;
+    tellOfChangedModel(coordinator->model());
     VXManagedObjectContext context(coordinator);
     context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
-    VXError error;
-    if (!validateManagedObjectContext(context, &error)) {
-        VXLogMethod(VXLogError, operation, "validate: "_L1 + error.description());
+    VXError problem;
+    if (!validateManagedObjectContext(context, &problem)) {
+        VXLogMethod(VXLogError, operation, "validate: "_L1 + problem.description());
+        VXSetError(error, problem);
         return false;
     }
-    if (context.save(&error))
+    if (context.save(&problem))
         return true;
-    VXLogMethod(VXLogError, operation, "save: "_L1 + error.description());
-    VXLogCoreDataSaveError(error);
+    VXLogMethod(VXLogError, operation, "save: "_L1 + problem.description());
+    VXLogCoreDataSaveError(problem);
+    VXSetError(error, problem);
     return false;
 }
 
@@ -141,14 +155,19 @@ StorePtr VXDataPlugin::openStore(VXError *error)
 
 StorePtr VXDataPlugin::_loadMemoryStoreController(VXError *error)
 {
+    const VXManagedObjectModel::Ptr model = ownModel(error);
+    return model ? coreDataStoreClass().memoryStoreWithModel(model) : nullptr;
+}
+
+VXManagedObjectModel::Ptr VXDataPlugin::ownModel(VXError *error) const
+{
     QList<VXManagedObjectModel::Ptr> models;
     for (const QString &path : dataModelPaths()) {
         models.append(VXManagedObjectModel::modelWithContentsOfFile(path, error));
         if (!models.constLast())
             return nullptr;
     }
-    const VXManagedObjectModel::Ptr model = VXManagedObjectModel::modelByMergingModels(models, error);
-    return model ? coreDataStoreClass().memoryStoreWithModel(model) : nullptr;
+    return VXManagedObjectModel::modelByMergingModels(models, error);
 }
 
 StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
@@ -156,9 +175,15 @@ StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
     const QString path = dataStorePath();
     if (!installWaitingStore(path, error))
         return nullptr;
+    // From here on nobody replaces the store: once it is open it holds such a lock itself.
+    _openingLock = VXStoreLock::take(path, VXStoreLock::Purpose::Use, longestWait, error);
+    if (!_openingLock)
+        return nullptr;
+    tellOfWaitingStore(path);
     VXError problem;
     StorePtr store;
-    if (isThere(path)) {
+    if (isThere(path) && !isEmptyFolder(path)) {
+        VXFolderInMaking::removeLeftovers(QFileInfo(path).path());
         store = _loadBundleStoreFile(path, &problem);
     } else {
         store = createBundleStore(path, &problem);
@@ -170,37 +195,44 @@ StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
     return store;
 }
 
-// Made aside and then moved into place whole: a process that is killed meanwhile leaves nothing that looks like a damaged
-// store, and of two that make it at once one takes the other's.
+// Of two processes that make it at once one takes the other's.
 StorePtr VXDataPlugin::createBundleStore(const QString &path, VXError *error)
 {
-    const QString folder = QFileInfo(path).path();
-    const bool hasFolder = !VXFileManager::defaultManager().verifyPathExists(folder);
-    const QTemporaryDir aside(folder + "/.new.XXXXXX"_L1);
-    if (!hasFolder || !aside.isValid())
-        return createStoreAtPath(path, {}, error); // which cannot be, and tells why
-    const QString whole = aside.filePath(QFileInfo(path).fileName());
+    VXFolderInMaking folder(path);
+    if (folder.problem()) {
+        VXSetError(error, folder.problem());
+        return nullptr;
+    }
     {
-        const StorePtr store = createStoreAtPath(whole, {}, error);
+        const StorePtr store = createStoreAtPath(folder.path(), {}, error);
         if (!store || !VXManagedObjectContext(store->persistentStoreCoordinator()).save(error))
             return nullptr;
     } // and is closed
-    const bool isMoved = std::rename(QFile::encodeName(whole).constData(), QFile::encodeName(path).constData()) == 0;
-    if (isMoved || isThere(path))
-        return _loadBundleStoreFile(path, error);
-    VXSetError(error, VXMakeFileError(VXLocalizedString(u"Unable to move file"_s), qt_error_string(errno), path));
-    return nullptr;
+    bool isTaken = false;
+    return folder.moveIntoPlace(&isTaken, error) || isTaken ? _loadBundleStoreFile(path, error) : nullptr;
 }
 
-// What waits in the install folder replaces the store, which goes to the trash.
+// -- What waits in the install folder replaces the store, which goes to the trash
+
 bool VXDataPlugin::installWaitingStore(const QString &path, VXError *error)
 {
-    const QString waiting = VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(path).fileName();
+    const QString waiting = waitingPathFor(path);
     if (!isThere(waiting))
         return true;
-    const VXFileLock lock(VXDataManager::sharedDataInstallPath() + "/.lock"_L1);
-    if (!isThere(waiting)) // another process has just installed it
-        return true;
+    VXError problem = VXFileManager::defaultManager().verifyPathExists(QFileInfo(path).path());
+    bool isBusy = false;
+    const VXStoreLock::Ptr lock =
+        problem ? nullptr
+                : VXStoreLock::take(path, VXStoreLock::Purpose::Replace, std::chrono::seconds(0), &problem, &isBusy);
+    if (lock)
+        return !isThere(waiting) ||
+               moveInWaitingStore(waiting, path, error); // or another process has just installed it
+    VXSetError(error, isBusy ? VXError() : problem);
+    return isBusy;
+}
+
+bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &path, VXError *error)
+{
     VXFileManager &files = VXFileManager::defaultManager();
     if (isThere(path)) {
         if (const VXError problem = files.safelyTrashFileAtPath(path)) {
@@ -208,15 +240,25 @@ bool VXDataPlugin::installWaitingStore(const QString &path, VXError *error)
             return false;
         }
     }
-    VXError problem = files.verifyPathExists(VXDataManager::sharedDataFolderPath());
-    if (!problem)
-        problem = files.moveItemAtPath(waiting, path);
-    if (!problem)
+    if (!files.moveItemAtPath(waiting, path))
         return true;
     VXLogMethod(VXLogError, "_loadBundleStoreController:", u"Could not move file: %1 -> %2"_s.arg(waiting, path));
     VXSetError(error, VXMakeError(VXLocalizedString(u"Unable to move file"_s)));
     return false;
 }
+
+// In the log and to who started the program: what was imported is not there yet.
+void VXDataPlugin::tellOfWaitingStore(const QString &path) const
+{
+    if (!isThere(waitingPathFor(path)))
+        return;
+    const QString text =
+        u"The store \"%1\" is in use: its replacement waits for a start when nobody has it open"_s.arg(dataStoreName());
+    VXLogMethod(VXLogWarning, "_loadBundleStoreController:", text);
+    VXConsoleLog(text);
+}
+
+// -- Opening a store that is there
 
 // A store of another version is not opened, so that nothing of it is touched.
 StorePtr VXDataPlugin::_loadBundleStoreFile(const QString &path, VXError *error)
@@ -225,17 +267,35 @@ StorePtr VXDataPlugin::_loadBundleStoreFile(const QString &path, VXError *error)
     return store && hasOwnVersion(path, store->dataFileName(), error) ? store : nullptr;
 }
 
+// Whoever changes the model and not the version learns it here, and not when a key turns out to be missing.
+void VXDataPlugin::tellOfChangedModel(const VXManagedObjectModel &stored) const
+{
+    const VXManagedObjectModel::Ptr own = dataStoreVersion().isNull() ? nullptr : ownModel(nullptr);
+    if (!own)
+        return;
+    for (auto hash = own->entityVersionHashes().cbegin(); hash != own->entityVersionHashes().cend(); ++hash) {
+        if (stored.entityVersionHashes().value(hash.key()) == *hash)
+            continue;
+        const QString text =
+            u"Entity \"%1\" of the plugin %2 is another one in its store \"%3\", which keeps the model it "
+            "was written with: raise VXDataStoreVersion with each change of the model"_s.arg(
+                hash.key(), VXDescription(identifier()), dataStoreName());
+        VXLogMethod(VXLogWarning, "_validateAndSaveStoreController:", text);
+        VXConsoleLog(text);
+        return;
+    }
+}
+
 bool VXDataPlugin::hasOwnVersion(const QString &path, const QString &dataFileName, VXError *error) const
 {
     const QString version = dataStoreVersion();
     if (version.isNull())
         return true;
-    const QString extension = QFileInfo(dataFileName).suffix();
-    const VXStoreType type = extension == "xml"_L1 ? VXStoreType::XML : VXStoreType::SQLite;
+    const VXStoreType type = VXCoreDataStoreClass::typeOfDataFile(dataFileName);
     QVariantMap metadata; // of the first file that has an owner
-    for (const QString &name : coreDataStoreClass().dataFilesForStorePath(path)) {
-        if (QFileInfo(name).suffix() != extension || metadata.contains(VXStoreOwnerIdentifierKey))
-            continue;
+    for (const QString &name : VXCoreDataStoreClass::dataFilesLike(dataFileName, path)) {
+        if (metadata.contains(VXStoreOwnerIdentifierKey))
+            break;
         VXError problem;
         metadata = VXPersistentStoreCoordinator::metadataForPersistentStore(type, path + u'/' + name, &problem);
         if (problem) {
@@ -247,10 +307,10 @@ bool VXDataPlugin::hasOwnVersion(const QString &path, const QString &dataFileNam
         VXSetError(error, storeError(text, path));
         return false;
     };
-    const QString stored = metadata.value(VXStoreVersionKey).toString();
-    if (!metadata.contains(VXStoreOwnerIdentifierKey) || stored.isNull())
+    if (!metadata.contains(VXStoreOwnerIdentifierKey))
         return refuse(u"Data file does not belong to this plugin"_s);
-    const int order = vx_compareVersion(stored, version);
+    const QString stored = metadata.value(VXStoreVersionKey).toString(); // none: older than any
+    const int order = stored.isNull() ? -1 : vx_compareVersion(stored, version);
     if (order > 0)
         return refuse(u"Data file is newer than this plugin supports"_s);
     return order == 0 || refuse(u"Data file was written by an older version of this plugin"_s);

@@ -21,6 +21,15 @@ namespace {
 // Some data plugin could not open its store, and the user knows: the application is about to end.
 bool hasFailed = false;
 
+// Without the numbers, which the log has.
+QString textForPeople(const VXError &error)
+{
+    QStringList texts{error.localizedDescription(), error.localizedRecoverySuggestion(), error.filePath()};
+    texts.removeAll(QString());
+    texts.removeDuplicates();
+    return texts.join(u' ') + u'.';
+}
+
 } // namespace
 
 VXDataPlugin::VXDataPlugin() = default;
@@ -87,13 +96,17 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator()
     if (_sharedStoreController)
         return _sharedStoreController->persistentStoreCoordinator();
     VXError error;
+    VXError reason; // where there is no better error
     QString thrown;
     bool isOpen = false;
     _isOpening = true;
-    const auto leave = qScopeGuard([this] { _isOpening = false; });
+    const auto leave = qScopeGuard([this] {
+        _isOpening = false;
+        _openingLock = nullptr;
+    });
     const auto open = [&] {
         _sharedStoreController = openStore(&error);
-        isOpen = _sharedStoreController && !error && _validateAndSaveStoreController(*_sharedStoreController);
+        isOpen = _sharedStoreController && !error && _validateAndSaveStoreController(*_sharedStoreController, &reason);
     };
     VXCallPlugin(*this, "persistentStoreCoordinator", open, &thrown);
     if (isOpen) {
@@ -104,11 +117,11 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator()
     _sharedStoreController = nullptr;
     if (!error && !thrown.isNull())
         error = VXMakeError(VXLocalizedString(u"Unable to read data file"_s), "%s", qUtf8Printable(thrown));
-    endApplication(error);
+    endApplication(error, error ? error : reason);
     return nullptr;
 }
 
-void VXDataPlugin::endApplication(const VXError &error)
+void VXDataPlugin::endApplication(const VXError &error, const VXError &reason)
 {
     if (std::exchange(hasFailed, true))
         return;
@@ -116,6 +129,9 @@ void VXDataPlugin::endApplication(const VXError &error)
     VXAlert alert;
     alert.message = error ? error.localizedDescription() : VXLocalizedString(u"Unable to read data file"_s);
     alert.informativeText = dataStorePath();
+    alert.details =
+        VXLocalizedString(u"The plugin \"%1\" (%2) cannot open it: %3 Without the plugin the program starts."_s)
+            .arg(description(), identifier(), textForPeople(reason));
     alert.defaultButton = VXGlobalString(u"Quit"_s);
     VXApplication &application = VXApplication::sharedApplication();
     std::ignore = application.userInterface().runAlert(alert); // there is but one answer

@@ -9,10 +9,14 @@
 #include <QtCore/QStringList>
 #include <QtCore/QUrl>
 
+#include <memory>
+
+class VXStoreLock;
+
 /**
  * The base of plugins that own a store of objects: contacts, calls, messages. The bundle's Info.plist names the store;
  * it is opened, or made, when the plugin loads. The first plugin whose store cannot be opened ends the application,
- * after the user was told why. Main thread only.
+ * after the user was told who and why. As long as it is open nobody replaces its folder (VXStoreLock). Main thread only.
  */
 class VX_EXPORT VXDataPlugin : public VXPlugin
 {
@@ -62,22 +66,27 @@ public:
     /** Writes the plugin's identifier and version into the store's metadata; they are saved with the next save. */
     bool updateMetaDataForStore(VXCoreDataStore &store, VXError *error = nullptr);
     /** Has the store validated, and saves what that changed. False, logged, on failure. */
-    bool _validateAndSaveStoreController(VXCoreDataStore &store);
+    bool _validateAndSaveStoreController(VXCoreDataStore &store, VXError *error = nullptr);
 
 protected:
     void _pluginWillLoad() override;
 
 private:
+    VXManagedObjectModel::Ptr ownModel(VXError *error) const;
     bool copyModels(const QString &path, VXError *error) const;
     VXCoreDataStore::Ptr openStore(VXError *error);
     VXCoreDataStore::Ptr _loadMemoryStoreController(VXError *error);
     VXCoreDataStore::Ptr _loadBundleStoreController(VXError *error);
     VXCoreDataStore::Ptr createBundleStore(const QString &path, VXError *error);
     bool installWaitingStore(const QString &path, VXError *error);
+    bool moveInWaitingStore(const QString &waiting, const QString &path, VXError *error);
+    void tellOfWaitingStore(const QString &path) const;
     VXCoreDataStore::Ptr _loadBundleStoreFile(const QString &path, VXError *error);
     bool hasOwnVersion(const QString &path, const QString &dataFileName, VXError *error) const;
-    void endApplication(const VXError &error);
+    void tellOfChangedModel(const VXManagedObjectModel &stored) const;
+    void endApplication(const VXError &error, const VXError &reason);
 
     VXCoreDataStore::Ptr _sharedStoreController;
     bool _isOpening = false;
+    std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own
 };

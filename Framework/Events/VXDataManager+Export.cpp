@@ -9,6 +9,7 @@
 #include "VXMethodLog.h"
 #include "VXPluginGuard.h"
 #include "VXPluginManager.h"
+#include "VXReaction.h"
 
 #include <QtCore/QPointer>
 
@@ -74,9 +75,9 @@ bool VXDataManager::exportWithSelectedExporter(const VXExportSheetController &co
     } else {
         QString thrown;
         const auto call = [&] {
-            error =
-                plugin->as<VXExporterPlugin>("exportObjects:options:")
-                    .exportObjects(controller.objects(), controller.selectedExporterOptions().value_or(QVariantMap()));
+            auto &exporter = plugin->as<VXExporterPlugin>("exportObjects:options:");
+            const QVariantMap chosen = controller.selectedExporterOptions().value_or(QVariantMap());
+            error = exporter.exportObjects(controller.objects(), VXOptionsForReactor(exporter, chosen));
         };
         if (!VXCallPlugin(*plugin, "exportObjects:options:", call, &thrown))
             error = VXMakeFileError(text, thrown, {});

@@ -9,6 +9,7 @@
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QSet>
 
 #include <algorithm>
 #include <array>
@@ -19,12 +20,14 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr qint64 largestFile = 500'000; // bytes; then it becomes the earlier one
+constexpr qint64 mostRead = 2 * largestFile;
 constexpr qsizetype longestLine = 16'000;
 constexpr qsizetype longestText = 200;
 constexpr auto earlier = ".1"_L1;
@@ -128,15 +131,33 @@ VXError failure(const QString &path)
                            qt_error_string(errno == 0 ? ENOSPC : errno), path);
 }
 
+// The last of them: no file that the history writes is longer, but one may have been put in its place.
 void readFile(const QString &path, QList<VXEventRecord> *records)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return;
-    for (const QByteArray &line : file.readAll().split('\n')) {
+    const qint64 skipped = std::max<qint64>(0, file.size() - mostRead);
+    file.seek(skipped);
+    QByteArrayList lines = file.read(mostRead).split('\n');
+    if (skipped > 0)
+        lines.removeFirst(); // which may have been cut
+    for (const QByteArray &line : std::as_const(lines)) {
         if (const auto record = VXEventRecord::fromJSON(QJsonDocument::fromJson(line).object()))
             records->append(*record);
     }
+}
+
+// Of an event that was kept while something ran, and again when that was done, only the latter.
+void removeOutdated(QList<VXEventRecord> &records)
+{
+    QSet<QString> concluded;
+    for (const VXEventRecord &record : std::as_const(records)) {
+        if (!record.isRunning())
+            concluded.insert(record.identifier);
+    }
+    records.removeIf(
+        [&](const VXEventRecord &record) { return record.isRunning() && concluded.contains(record.identifier); });
 }
 
 } // namespace
@@ -158,7 +179,8 @@ VXEventHistory::VXEventHistory(const QString &folder) : _folder(folder) {}
 
 bool VXEventHistory::append(VXEventRecord &record, VXError *error)
 {
-    record.identifier = nextIdentifier();
+    if (record.identifier.isNull())
+        record.identifier = nextIdentifier();
     const QString path = _folder + u'/' + fileNames[record.isFailure() ? 1 : 0];
     const QByteArray line = shortLineOf(record) + '\n';
     const QFileInfo info(path);
@@ -193,6 +215,7 @@ QList<VXEventRecord> VXEventHistory::records() const
         readFile(_folder + u'/' + name + earlier, &records);
         readFile(_folder + u'/' + name, &records);
     }
+    removeOutdated(records);
     std::ranges::stable_sort(records, {}, &VXEventRecord::identifier); // which grow with time
     return records;
 }

@@ -25,10 +25,10 @@ public:
     /** A history in a folder, which is made when something is first kept. */
     explicit VXEventHistory(const QString &folder);
 
-    /** Gives the record an identifier and keeps it. What is too long is cut down: first the object goes, then triggers. */
+    /** Gives a record without an identifier one, and keeps it; one with it takes the place of what was kept before. What is too long is cut down: first the object goes, then triggers. */
     bool append(VXEventRecord &record, VXError *error = nullptr);
 
-    /** All, oldest first. Lines that are damaged are left out. */
+    /** The last ones, oldest first: of each file no more than its last megabyte is read. Lines that are damaged are left out. */
     QList<VXEventRecord> records() const;
     /** By its identifier, or the end of it, when no other has that. */
     std::optional<VXEventRecord> recordWithIdentifier(const QString &identifier) const;

@@ -8,13 +8,18 @@
 #include "VXFramework.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
+#include "VXOpenEvent.h"
 #include "VXPluginManager.h"
+#include "VXTrigger.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QEventLoop>
+#include <QtCore/QPointer>
 #include <QtCore/QScopeGuard>
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -24,7 +29,6 @@ const QString VXSingletonEventTimeoutDelayDefaultKey = u"ui.reactor_timeout"_s;
 namespace {
 
 constexpr const char *operation = "postEventWithName:subtype:object:";
-const QString triggersStore = u"triggers"_s;
 
 QVariantMap postedEvents(const VXBundle &bundle)
 {
@@ -56,32 +60,71 @@ VXEventManager &VXEventManager::sharedEventManager()
 
 void VXEventManager::postEventWithName(const QString &name, const QString &subtype, const QVariant &object)
 {
-    if (!VXEventHistory::isOn()) {
-        post(name, subtype, object, nullptr);
-        return;
-    }
+    const VXEvent event{name, subtype, object};
+    if (!VXEventHistory::isOn())
+        return post(event, nullptr);
     VXEventRecord record;
-    const auto keep = qScopeGuard([&] { keepRecord(record); });
-    post(name, subtype, object, &record);
+    post(event, &record);
 }
 
 VXEventRecord VXEventManager::recordByPostingEventWithName(const QString &name, const QString &subtype,
                                                            const QVariant &object)
 {
+    return recordByPostingEvent({name, subtype, object});
+}
+
+VXEventRecord VXEventManager::recordByPostingEvent(const VXEvent &event)
+{
     VXEventRecord record;
-    const auto keep = qScopeGuard([&] {
-        if (VXEventHistory::isOn())
-            keepRecord(record);
-    });
-    post(name, subtype, object, &record);
+    post(event, &record);
     return record;
 }
 
-void VXEventManager::post(const QString &name, const QString &subtype, const QVariant &object, VXEventRecord *record)
+VXEventRecord VXEventManager::recordByPostingAndAwaitingEvent(const VXEvent &event)
 {
-    VXAssert(!name.isNull(), u"an event must have a name"_s);
+    VXEventRecord record;
+    QEventLoop loop;
+    const auto last = std::make_shared<std::optional<VXEventRecord>>(); // main thread
+    post(event, &record, [last, loop = QPointer(&loop)](const VXEventRecord &concluded) {
+        VXMainThread::perform([=] {
+            *last = concluded;
+            if (loop)
+                loop->quit();
+        });
+    });
+    if (record.isRunning() && !*last)
+        loop.exec();
+    return last->value_or(record);
+}
+
+// The history has an event with what is known when its reactors have returned, and once more when all is.
+void VXEventManager::post(const VXEvent &event, VXEventRecord *record, const Concluded &concluded)
+{
+    std::vector<VXOpenReaction> open;
+    const bool isKept = record != nullptr && VXEventHistory::isOn();
+    {
+        const auto keep = qScopeGuard([&] { // also when triggers could not be fetched
+            if (isKept)
+                keepRecord(*record);
+        });
+        run(event, record, &open);
+    }
+    if (open.empty())
+        return;
+    const auto whole = std::make_shared<VXOpenEvent>(*record);
+    whole->await(open, [this, isKept, concluded](VXEventRecord &last) {
+        if (isKept)
+            keepRecord(last);
+        if (concluded)
+            concluded(last);
+    });
+}
+
+void VXEventManager::run(const VXEvent &event, VXEventRecord *record, std::vector<VXOpenReaction> *open)
+{
+    VXAssert(!event.name.isNull(), u"an event must have a name"_s);
     if (VXApplication::sharedApplication().isTerminating()) {
-        VXTraceMethod(VXDebugCategory::EVNT(), operation, u"%1 ignored while quitting"_s.arg(name));
+        VXTraceMethod(VXDebugCategory::EVNT(), operation, u"%1 ignored while quitting"_s.arg(event.name));
         return;
     }
     const auto start = std::chrono::steady_clock::now();
@@ -93,61 +136,54 @@ void VXEventManager::post(const QString &name, const QString &subtype, const QVa
     if (record != nullptr) {
         *record = {.date = QDateTime::currentDateTimeUtc(),
                    .process = QCoreApplication::applicationPid(),
-                   .name = name,
-                   .subtype = subtype};
-        record->setObject(object);
+                   .name = event.name,
+                   .subtype = event.subtype};
+        record->setObject(event.object);
     }
-    VXTraceMethod(VXDebugCategory::EVNT(), operation,
-                  u"%1::%2(%3)"_s.arg(name, subtype.isNull() ? u""_s : subtype, addressText(object)));
-    announce(name, subtype, object);
+    VXTraceMethod(
+        VXDebugCategory::EVNT(), operation,
+        u"%1::%2(%3)"_s.arg(event.name, event.subtype.isNull() ? u""_s : event.subtype, addressText(event.object)));
+    announce(event);
     QString problem;
-    if (const VXPersistentStoreCoordinator::Ptr triggers = triggersCoordinator(&problem))
-        VXEventRun(*this, name, subtype, object, record).runTriggers(triggers);
-    else if (record != nullptr)
+    if (const VXPersistentStoreCoordinator::Ptr triggers = triggersCoordinator(&problem)) {
+        VXEventRun run(*this, event, record);
+        run.runTriggers(triggers);
+        *open = run.openReactions();
+    } else if (record != nullptr) {
         record->problem = problem;
-}
-
-// Observers are code of plugins too: one that throws shall not keep the triggers from running.
-void VXEventManager::announce(const QString &name, const QString &subtype, const QVariant &object) const
-{
-    QVariantMap userInfo{{u"event_name"_s, name}};
-    if (!subtype.isNull())
-        userInfo.insert(u"event_message"_s, subtype);
-    try {
-        VXNotificationCenter::defaultCenter().postNotificationName(VXEventManagerWillPostEventNotification, object,
-                                                                   userInfo);
-    } catch (...) {
-        VXLogMethod(VXLogError, operation,
-                    u"An observer of the event %1 threw %2"_s.arg(name, VXDescribeThrown().description));
     }
 }
 
+void VXEventManager::announce(const VXEvent &event) const
+{
+    QVariantMap userInfo{{u"event_name"_s, event.name}};
+    if (!event.subtype.isNull())
+        userInfo.insert(u"event_message"_s, event.subtype);
+    VXNotificationCenter::defaultCenter().postNotificationName(VXEventManagerWillPostEventNotification, event.object,
+                                                               userInfo);
+}
+
+// On the main thread, to which plugins belong, the store is asked for; elsewhere one that is not open counts as none.
 VXPersistentStoreCoordinator::Ptr VXEventManager::triggersCoordinator(QString *problem)
 {
-    if (!_hasTriggersStore) {
-        bool isThere = false; // asked on the main thread, to which plugins belong
-        const bool isAsked = VXMainThread::performAndWait([&] {
-            isThere = !VXPluginManager::sharedPluginManager()
-                           .pluginsWithInfoDictionaryKey(u"VXDataStoreName"_s, triggersStore)
-                           .isEmpty();
-        });
-        if (!isAsked || !isThere) {
-            if (!_saidThatStoreIsMissing.exchange(true))
-                VXLogMethod(
-                    VXLogWarning, operation,
-                    u"No enabled plugin has the store \"triggers\": events are announced, and no trigger runs"_s);
-            return nullptr;
-        }
+    VXDataManager &data = VXDataManager::sharedDataManager();
+    if (_hasTriggersStore || !VXMainThread::isCurrent()) {
+        if (VXPersistentStoreCoordinator::Ptr open = data.openCoordinatorForDataStore(VXTrigger::storeName))
+            return open;
+    } else if (data.findPluginForDataStore(VXTrigger::storeName) != nullptr) {
+        VXPersistentStoreCoordinator::Ptr coordinator = data.sharedCoordinatorForDataStore(VXTrigger::storeName);
+        _hasTriggersStore = coordinator != nullptr; // handed out once, it stays
+        if (!coordinator)
+            *problem = u"The store \"triggers\" cannot be used; the log tells why."_s;
+        return coordinator;
     }
-    VXPersistentStoreCoordinator::Ptr coordinator =
-        VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(triggersStore);
-    _hasTriggersStore = coordinator != nullptr; // handed out once, it stays
-    if (!coordinator)
-        *problem = u"The store \"triggers\" cannot be used; the log tells why."_s;
-    return coordinator;
+    if (!_saidThatStoreIsMissing.exchange(true))
+        VXLogMethod(VXLogWarning, operation,
+                    u"No enabled plugin has the store \"triggers\": events are announced, and no trigger runs"_s);
+    return nullptr;
 }
 
-void VXEventManager::keepRecord(VXEventRecord &record)
+void VXEventManager::keepRecord(VXEventRecord &record) const
 {
     if (record.name.isNull()) // it was not posted
         return;

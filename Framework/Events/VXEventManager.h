@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXBundle.h"
+#include "VXEvent.h"
 #include "VXEventRecord.h"
 #include "VXFrameworkExport.h"
 #include "VXNotificationCenter.h"
@@ -10,9 +11,12 @@
 #include <QtCore/QVariant>
 
 #include <atomic>
+#include <functional>
 #include <memory>
+#include <vector>
 
 class VXPersistentStoreCoordinator;
+struct VXOpenReaction;
 class VXPluginProxy;
 
 /**
@@ -39,8 +43,8 @@ public:
     VXEventManager &operator=(const VXEventManager &) = delete;
 
     /**
-     * Posts an event. Everything runs on the calling thread before this returns: observers, filters and reactors; only plugins
-     * are looked up on the main thread, which another thread waits for. `subtype` is null and `object` invalid for none; the
+     * Posts an event. Everything runs on the calling thread before this returns: observers, filters and reactors; nobody waits
+     * for another thread. Elsewhere than on the main thread the reactors are those that were loaded last. `subtype` is null and `object` invalid for none; the
      * object is a map, a VXManagedObjectPtr or a QObject *. Reactors that are missing or throw and filters that do not work are
      * logged and shown to the user; the others run. While the application terminates nothing happens. Triggers that cannot be
      * fetched fail an assertion.
@@ -50,6 +54,14 @@ public:
     /** Posts as above, and tells what came of it; a record without a name while the application terminates. */
     VXEventRecord recordByPostingEventWithName(const QString &name, const QString &subtype = {},
                                                const QVariant &object = {});
+
+    /** The same with the event as one value, whose options count for nothing. */
+    VXEventRecord recordByPostingEvent(const VXEvent &event);
+    /**
+     * Posts, and waits until the work that reactors go on with is done too, with the event loop running. `VXReactionOutcome::
+     * cancelAll` shortens that. Main thread only.
+     */
+    VXEventRecord recordByPostingAndAwaitingEvent(const VXEvent &event);
 
     // -- The catalogue
     /** What bundles say under "VXPostsEvents", by event name; of two that list an event the later one counts. */
@@ -67,13 +79,17 @@ private:
     VXEventManager() = default;
     ~VXEventManager() = default;
 
-    void post(const QString &name, const QString &subtype, const QVariant &object, VXEventRecord *record);
-    void announce(const QString &name, const QString &subtype, const QVariant &object) const;
+    using Concluded = std::function<void(const VXEventRecord &record)>;
+
+    /** With a record, `concluded` is called when nothing of it runs any more, perhaps on another thread. */
+    void post(const VXEvent &event, VXEventRecord *record, const Concluded &concluded = {});
+    void run(const VXEvent &event, VXEventRecord *record, std::vector<VXOpenReaction> *open);
+    void announce(const VXEvent &event) const;
     /** Null when there is no such store; null with a problem when there is one that cannot be used. */
     std::shared_ptr<VXPersistentStoreCoordinator> triggersCoordinator(QString *problem);
-    void keepRecord(VXEventRecord &record);
+    void keepRecord(VXEventRecord &record) const;
 
     std::atomic<bool> _hasTriggersStore = false;
     std::atomic<bool> _saidThatStoreIsMissing = false;
-    std::atomic<bool> _saidThatHistoryFails = false;
+    mutable std::atomic<bool> _saidThatHistoryFails = false;
 };

@@ -24,6 +24,7 @@ constexpr std::array reactionOutcomes{
     OutcomeName<VXReactionRecord::Outcome>{VXReactionRecord::Outcome::Done, "done"_L1},
     OutcomeName<VXReactionRecord::Outcome>{VXReactionRecord::Outcome::Failed, "failed"_L1},
     OutcomeName<VXReactionRecord::Outcome>{VXReactionRecord::Outcome::Missing, "missing"_L1},
+    OutcomeName<VXReactionRecord::Outcome>{VXReactionRecord::Outcome::Running, "running"_L1},
 };
 
 constexpr std::array triggerOutcomes{
@@ -107,8 +108,17 @@ VXTriggerRecord triggerFrom(const QJsonObject &json)
 bool VXTriggerRecord::isFailure() const
 {
     return outcome == Outcome::Broken || std::ranges::any_of(reactions, [](const VXReactionRecord &reaction) {
-               return reaction.outcome != VXReactionRecord::Outcome::Done;
+               return reaction.outcome == VXReactionRecord::Outcome::Failed ||
+                      reaction.outcome == VXReactionRecord::Outcome::Missing;
            });
+}
+
+bool VXEventRecord::isRunning() const
+{
+    return std::ranges::any_of(triggers, [](const VXTriggerRecord &trigger) {
+        return std::ranges::find(trigger.reactions, VXReactionRecord::Outcome::Running, &VXReactionRecord::outcome) !=
+               trigger.reactions.end();
+    });
 }
 
 bool VXEventRecord::isFailure() const

@@ -14,7 +14,12 @@
 /** What became of one reactor of a trigger. */
 struct VX_EXPORT VXReactionRecord
 {
-    enum class Outcome { Done, Failed, Missing };
+    enum class Outcome {
+        Done,
+        Failed,
+        Missing,
+        Running, // it goes on after the event: what comes of it is told later
+    };
 
     QString identifier = {}; // of the reactor plugin
     Outcome outcome = Outcome::Done;
@@ -56,6 +61,8 @@ struct VX_EXPORT VXEventRecord
     QString problem = {};                 // why the triggers could not be looked at
     double milliseconds = 0;
 
+    /** True while what some reactor began goes on. */
+    bool isRunning() const;
     /** True when something did not work that the user counts on. */
     bool isFailure() const;
     /** False when the object is not kept: what was posted cannot be posted again. */

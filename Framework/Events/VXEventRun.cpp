@@ -1,13 +1,11 @@
 #include "VXEventRun.h"
 
 #include "VXApplication.h"
-#include "VXComparison.h"
 #include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
 #include "VXEventManager.h"
 #include "VXException.h"
 #include "VXFramework.h"
-#include "VXJSON.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
 #include "VXPluginManager.h"
@@ -16,6 +14,7 @@
 #include "VXTriggerFilter.h"
 
 #include <chrono>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -43,21 +42,22 @@ private:
     const std::chrono::steady_clock::time_point _start = std::chrono::steady_clock::now();
 };
 
-QString nameOf(const VXManagedObject &trigger)
+// Not the values: they may be secrets, and logs are passed on.
+QString keysOf(const QVariantMap &options)
 {
-    return trigger.valueForKey(u"userName"_s).toString();
+    return options.isEmpty() ? u"none"_s : options.keys().join(", "_L1);
 }
 
-QString textOf(const QVariantMap &options)
+// On the main thread, without waiting for it.
+void presentError(const VXError &error)
 {
-    return QString::fromUtf8(VXJSONText(VXJSONFromVariant(options)));
+    VXMainThread::perform([error] { VXApplication::sharedApplication().presentError(error); });
 }
 
 } // namespace
 
-VXEventRun::VXEventRun(const VXEventManager &manager, const QString &name, const QString &subtype,
-                       const QVariant &object, VXEventRecord *record)
-    : _manager(manager), _name(name), _subtype(subtype), _object(object), _record(record)
+VXEventRun::VXEventRun(const VXEventManager &manager, const VXEvent &event, VXEventRecord *record)
+    : _manager(manager), _event(event), _record(record)
 {
 }
 
@@ -65,42 +65,44 @@ void VXEventRun::runTriggers(const VXPersistentStoreCoordinator::Ptr &coordinato
 {
     VXManagedObjectContext context(coordinator);        // for this event alone; nothing is saved through it
     const VXFetchResult found = fetchTriggers(context); // which holds their filters too
-    const std::vector<Trigger> triggers = readTriggers(found);
-    VXTraceEvent(u"Found %1 matching triggers"_s.arg(triggers.size()));
+    VXTraceEvent(u"Found %1 matching triggers"_s.arg(found.size()));
+    QList<VXTrigger> triggers;
     QList<VXManagedObjectPtr> certain; // to run, whatever the object is
-    for (const Trigger &trigger : triggers) {
-        if (trigger.isEnabled && !trigger.usesFilter)
-            certain.append(trigger.object);
+    for (const VXManagedObjectPtr &record : found) {
+        const VXTrigger &trigger = triggers.emplaceBack(record);
+        if (trigger.isEnabled() && !trigger.usesFilter())
+            certain.append(record);
     }
     if (!certain.isEmpty())
         fetchReactors(certain);
-    for (const Trigger &trigger : triggers) {
+    for (const VXTrigger &trigger : std::as_const(triggers)) {
         VXTriggerRecord record;
         const bool runs = accepts(trigger, record);
         if (runs)
-            runTrigger(trigger.object, record);
+            runTrigger(trigger, record);
         if (_record != nullptr)
-            keep(*trigger.object, record, !runs);
+            keep(trigger, record, !runs);
     }
 }
 
-void VXEventRun::keep(const VXManagedObject &trigger, VXTriggerRecord &record, bool isIdle)
+void VXEventRun::keep(const VXTrigger &trigger, VXTriggerRecord &record, bool isIdle)
 {
     if (isIdle && record.outcome != VXTriggerRecord::Outcome::Broken && ++_idleTriggers > mostIdleTriggers) {
         ++_record->omittedTriggers;
         return;
     }
-    record.name = nameOf(trigger);
-    record.uri = trigger.objectID().uriRepresentation().toString();
+    record.name = trigger.userName();
+    record.uri = trigger.record()->objectID().uriRepresentation().toString();
     _record->triggers.append(record);
 }
 
 VXFetchResult VXEventRun::fetchTriggers(VXManagedObjectContext &context)
 {
-    const VXPredicate predicate = VXPredicate::comparison(VXExpression::keyPath(u"eventName"_s),
-                                                          VXPredicate::Operator::Equal, VXExpression::constant(_name));
+    const VXPredicate predicate =
+        VXPredicate::comparison(VXExpression::keyPath(VXTrigger::eventNameKey), VXPredicate::Operator::Equal,
+                                VXExpression::constant(_event.name));
     const VXEntityDescription *const entity =
-        context.persistentStoreCoordinator()->model().entityForName(u"VXTrigger"_s);
+        context.persistentStoreCoordinator()->model().entityForName(VXTrigger::entityName);
     if (entity == nullptr)
         failFetch(predicate);
     VXFetchRequest request(*entity);
@@ -109,23 +111,6 @@ VXFetchResult VXEventRun::fetchTriggers(VXManagedObjectContext &context)
     if (entity->relationshipForName(u"filter"_s) != nullptr)
         request.prefetchedRelationships = {u"filter"_s};
     return fetch(context, request);
-}
-
-std::vector<VXEventRun::Trigger> VXEventRun::readTriggers(const VXFetchResult &found)
-{
-    std::vector<Trigger> triggers;
-    if (found.isEmpty())
-        return triggers;
-    const VXEntityDescription &entity = found.first()->entity();
-    const VXPropertyDescription *const isEnabled = entity.propertyForName(u"isEnabled"_s);
-    const VXPropertyDescription *const useFilter = entity.propertyForName(u"useFilter"_s);
-    const auto isOn = [](const VXManagedObjectPtr &trigger, const VXPropertyDescription *property) {
-        return property == nullptr || trigger->attribute(property->index()).toBool();
-    };
-    triggers.reserve(size_t(found.size()));
-    for (const VXManagedObjectPtr &trigger : found)
-        triggers.push_back({trigger, isOn(trigger, isEnabled), isOn(trigger, useFilter)});
-    return triggers;
 }
 
 // With one query, where following the relationships takes one for each trigger and one more for each reactor. That takes a
@@ -158,9 +143,8 @@ void VXEventRun::followReactors(const QList<VXManagedObjectPtr> &triggers)
 {
     for (const VXManagedObjectPtr &trigger : triggers) {
         QList<VXManagedObjectPtr> &reactors = _reactors[trigger->objectID()];
-        const QVariantList related = trigger->valueForKey(u"reactors"_s).toList();
-        for (const QVariant &reactor : vx_sortedArrayUsingKey(related, u"index"_s))
-            reactors.append(reactor.value<VXManagedObjectPtr>());
+        for (const VXReaction &reaction : VXTrigger(trigger).reactions())
+            reactors.append(reaction.record());
     }
 }
 
@@ -176,29 +160,29 @@ VXFetchResult VXEventRun::fetch(VXManagedObjectContext &context, const VXFetchRe
 void VXEventRun::failFetch(const VXPredicate &predicate)
 {
     const QString problem =
-        u"Error while fetching triggers for %1 with predicate: %2"_s.arg(_name, predicate.predicateFormat());
+        u"Error while fetching triggers for %1 with predicate: %2"_s.arg(_event.name, predicate.predicateFormat());
     if (_record != nullptr)
         _record->problem = problem;
     VXFailAssertion(problem);
 }
 
-bool VXEventRun::accepts(const Trigger &trigger, VXTriggerRecord &record)
+bool VXEventRun::accepts(const VXTrigger &trigger, VXTriggerRecord &record)
 {
-    if (trigger.isEnabled)
-        return !trigger.usesFilter || passesFilter(*trigger.object, record);
-    VXTraceEvent(u"Trigger is disabled: "_s + trigger.object->objectID().uriRepresentation().toString());
+    if (trigger.isEnabled())
+        return !trigger.usesFilter() || passesFilter(trigger, record);
+    VXTraceEvent(u"Trigger is disabled: "_s + trigger.record()->objectID().uriRepresentation().toString());
     record.outcome = VXTriggerRecord::Outcome::Disabled;
     return false;
 }
 
-bool VXEventRun::passesFilter(const VXManagedObject &trigger, VXTriggerRecord &record)
+bool VXEventRun::passesFilter(const VXTrigger &trigger, VXTriggerRecord &record)
 {
-    const VXFilterVerdict verdict = VXApplyTriggerFilter(trigger, _object);
+    const VXFilterVerdict verdict = VXApplyTriggerFilter(*trigger.record(), _event.object);
     const auto predicate = [&] { return verdict.predicate ? verdict.predicate->predicateFormat() : QString(); };
     if (_record != nullptr && _idleTriggers < mostIdleTriggers) {
         record.filter = predicate();
         if (verdict.kind == VXFilterVerdict::Kind::Rejected)
-            record.problem = VXReasonForRejection(verdict, _object);
+            record.problem = VXReasonForRejection(verdict, _event.object);
     }
     switch (verdict.kind) {
     case VXFilterVerdict::Kind::NoFilter:
@@ -213,7 +197,7 @@ bool VXEventRun::passesFilter(const VXManagedObject &trigger, VXTriggerRecord &r
         return false;
     case VXFilterVerdict::Kind::Broken:
         record.outcome = VXTriggerRecord::Outcome::Broken;
-        record.name = nameOf(trigger);
+        record.name = trigger.userName();
         record.filter = predicate();
         record.problem = verdict.problem;
         reportFilter(record);
@@ -222,80 +206,73 @@ bool VXEventRun::passesFilter(const VXManagedObject &trigger, VXTriggerRecord &r
     return false;
 }
 
-void VXEventRun::runTrigger(const VXManagedObjectPtr &trigger, VXTriggerRecord &record)
+void VXEventRun::runTrigger(const VXTrigger &trigger, VXTriggerRecord &record)
 {
-    record.name = nameOf(*trigger);
-    if (!_reactors.contains(trigger->objectID()))
-        fetchReactors({trigger});
-    const QList<VXManagedObjectPtr> reactors = _reactors.take(trigger->objectID());
-    VXTraceEvent(u"Executing %1 reactors for trigger %2"_s.arg(reactors.size()).arg(_name));
+    record.name = trigger.userName();
+    const VXManagedObjectID &objectID = trigger.record()->objectID();
+    if (!_reactors.contains(objectID))
+        fetchReactors({trigger.record()});
+    const QList<VXManagedObjectPtr> reactors = _reactors.take(objectID);
+    VXTraceEvent(u"Executing %1 reactors for trigger %2"_s.arg(reactors.size()).arg(_event.name));
     for (const VXManagedObjectPtr &reactor : reactors) {
         VXReactionRecord reaction;
         const Stopwatch watch;
-        runReactor(*reactor, record, reaction);
+        runReaction(VXReaction(reactor), record, reaction);
         reaction.milliseconds = watch.milliseconds();
         record.reactions.append(reaction);
     }
 }
 
-void VXEventRun::runReactor(const VXManagedObject &reactor, VXTriggerRecord &trigger, VXReactionRecord &record)
+void VXEventRun::runReaction(const VXReaction &reaction, VXTriggerRecord &trigger, VXReactionRecord &record)
 {
-    record.identifier = reactor.valueForKey(u"bundleIdentifier"_s).toString();
+    record.identifier = reaction.bundleIdentifier();
     VXTraceEvent(u"Executing "_s + VXDescription(record.identifier));
-    const Reactor found = findReactor(record.identifier);
-    if (found.proxy == nullptr) {
+    const VXReactorInUse found = VXReactorRegistry::shared().find(record.identifier);
+    if (!found.isEnabled) {
         VXLogFrom(VXInstanceOrigin(&_manager, operation), VXLogWarning,
                   u"Reactor plugin not found/enabled: "_s + VXDescription(record.identifier));
         record.outcome = VXReactionRecord::Outcome::Missing;
         return;
     }
-    react(found, reactor.valueForKey(u"options"_s).toMap(), trigger, record);
+    react(found, reaction.userOptions(), trigger, record);
 }
 
-void VXEventRun::react(const Reactor &reactor, const QVariantMap &userOptions, VXTriggerRecord &trigger,
+void VXEventRun::react(const VXReactorInUse &reactor, const QVariantMap &userOptions, VXTriggerRecord &trigger,
                        VXReactionRecord &record)
 {
-    QVariantMap options = userOptions;
-    const VXReactionScope scope;
+    _event.options = userOptions;
+    VXReactionScope scope;
     try {
-        if (reactor.plugin == nullptr)
-            (void)reactor.proxy->as<VXReactorPlugin>("reactorDefaults"); // which tells what it is instead
-        options = reactor.plugin->reactorDefaults().value_or(QVariantMap());
-        options.insert(userOptions);
-        reactor.plugin->reactToEventWithName(_name, _subtype, _object, options);
+        if (reactor.plugin == nullptr) // on the main thread: elsewhere only those are found that react
+            (void)VXPluginManager::sharedPluginManager()
+                .pluginWithIdentifier(record.identifier)
+                ->as<VXReactorPlugin>("reactorDefaults"); // which tells what it is instead
+        _event.options = VXOptionsForReactor(*reactor.plugin, userOptions);
+        reactor.plugin->reactToEventWithName(_event.name, _event.subtype, _event.object, _event.options);
         record.problems = scope.problems();
     } catch (...) {
         const VXThrown thrown = VXDescribeThrown();
         record.problems = scope.problems() << thrown.reason;
-        reportThrown(reactor, thrown, options, trigger);
+        reportThrown(reactor, thrown, _event.options, trigger, record.identifier);
     }
+    const std::shared_ptr<VXReactionOutcome::State> outcome = scope.takeOutcome();
     if (!record.problems.isEmpty())
         record.outcome = VXReactionRecord::Outcome::Failed;
+    else if (outcome)
+        record.outcome = VXReactionRecord::Outcome::Running;
+    if (outcome && _record != nullptr)
+        _openReactions.push_back({_record->triggers.size(), trigger.reactions.size(), outcome});
 }
 
-// The registry of plugins belongs to the main thread.
-VXEventRun::Reactor VXEventRun::findReactor(const QString &identifier)
+void VXEventRun::reportThrown(const VXReactorInUse &reactor, const VXThrown &thrown, const QVariantMap &options,
+                              const VXTriggerRecord &trigger, const QString &identifier)
 {
-    Reactor reactor;
-    const bool isDone = VXMainThread::performAndWait([&] {
-        VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier);
-        if (proxy == nullptr || !proxy->isEnabled())
-            return;
-        reactor = {proxy, proxy->singleton(), dynamic_cast<VXReactorPlugin *>(proxy->singleton().get())};
-    });
-    return isDone ? reactor : Reactor();
-}
-
-void VXEventRun::reportThrown(const Reactor &reactor, const VXThrown &thrown, const QVariantMap &options,
-                              const VXTriggerRecord &trigger)
-{
-    const QString identifier = reactor.proxy->identifier();
     VXLogFrom(VXInstanceOrigin(&_manager, operation), VXLogError,
-              u"EXCEPTION: %1\nreactor: %2\noptions: %3"_s.arg(thrown.description, identifier, textOf(options)));
+              u"EXCEPTION: %1\nreactor: %2\noptions: %3"_s.arg(thrown.description, identifier, keysOf(options)));
     QString name;
     if (reactor.plugin != nullptr)
         VXCallPlugin(*reactor.plugin, "reactorName", [&] { name = reactor.plugin->reactorName(); });
-    VXApplication::sharedApplication().presentError(
+    presentError(
         VXError(VXErrorDomain, VXErrorCouldNotExecute,
                 {{VXLocalizedDescriptionKey, VXLocalizedString(u"Unable to execute \"%1\" in trigger \"%2\"."_s)
                                                  .arg(name.isNull() ? identifier : name, displayName(trigger))},
@@ -305,9 +282,9 @@ void VXEventRun::reportThrown(const Reactor &reactor, const VXThrown &thrown, co
 void VXEventRun::reportFilter(const VXTriggerRecord &trigger)
 {
     VXLogFrom(VXInstanceOrigin(&_manager, operation), VXLogError,
-              u"The filter of a trigger for %1 does not work: %2\nfilter: %3"_s.arg(_name, trigger.problem,
+              u"The filter of a trigger for %1 does not work: %2\nfilter: %3"_s.arg(_event.name, trigger.problem,
                                                                                     VXDescription(trigger.filter)));
-    VXApplication::sharedApplication().presentError(
+    presentError(
         VXError(VXErrorDomain, VXErrorCouldNotExecute,
                 {{VXLocalizedDescriptionKey,
                   VXLocalizedString(u"Unable to apply the filter of trigger \"%1\"."_s).arg(displayName(trigger))},
@@ -318,7 +295,9 @@ QString VXEventRun::displayName(const VXTriggerRecord &trigger) const
 {
     if (!trigger.name.isEmpty())
         return trigger.name;
-    QString name; // none when no bundle lists the event any more
-    const bool isAsked = VXMainThread::performAndWait([&] { name = _manager.localizedNameForEventName(_name); });
-    return isAsked && !name.isEmpty() ? name : _name;
+    for (const VXBundle::Ptr &bundle : VXReactorRegistry::shared().eventPostingBundles()) {
+        if (bundle->infoDictionary().value(u"VXPostsEvents"_s).toMap().contains(_event.name))
+            return bundle->localizedStringForKey(_event.name, _event.name, u"Event"_s);
+    }
+    return _event.name;
 }

@@ -1,11 +1,15 @@
 #pragma once
 
+#include "VXEvent.h"
 #include "VXEventRecord.h"
 #include "VXFetchRequest.h"
 #include "VXFetchResult.h"
 #include "VXManagedObjectContext.h"
+#include "VXOpenEvent.h"
 #include "VXPersistentStoreCoordinator.h"
 #include "VXPluginGuard.h"
+#include "VXReactorRegistry.h"
+#include "VXTrigger.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
@@ -16,62 +20,45 @@
 #include <vector>
 
 class VXEventManager;
-class VXPluginProxy;
-class VXReactorPlugin;
 
 /** One posting of an event, once it is announced: fetches its triggers and runs their reactors. On the poster's thread. */
 class VXEventRun
 {
 public:
     /** What comes of it is written into `record`, when one is given. */
-    VXEventRun(const VXEventManager &manager, const QString &name, const QString &subtype, const QVariant &object,
-               VXEventRecord *record);
+    VXEventRun(const VXEventManager &manager, const VXEvent &event, VXEventRecord *record);
 
     /** Triggers that cannot be fetched fail an assertion. */
     void runTriggers(const VXPersistentStoreCoordinator::Ptr &coordinator);
+    /** Those of the record whose outcomes are told later. */
+    const std::vector<VXOpenReaction> &openReactions() const { return _openReactions; }
 
 private:
-    struct Trigger
-    {
-        VXManagedObjectPtr object;
-        bool isEnabled;
-        bool usesFilter;
-    };
-    /** A reactor plugin as it is called: looked up on the main thread, and held while it runs. */
-    struct Reactor
-    {
-        VXPluginProxy *proxy = nullptr; // nullptr: missing, or not enabled
-        std::shared_ptr<VXPlugin> instance = {};
-        VXReactorPlugin *plugin = nullptr;
-    };
-
     /** In order. */
     VXFetchResult fetchTriggers(VXManagedObjectContext &context);
-    static std::vector<Trigger> readTriggers(const VXFetchResult &found);
+
     void fetchReactors(const QList<VXManagedObjectPtr> &triggers);
     void followReactors(const QList<VXManagedObjectPtr> &triggers);
     VXFetchResult fetch(VXManagedObjectContext &context, const VXFetchRequest &request);
     [[noreturn]] void failFetch(const VXPredicate &predicate);
     /** False when the trigger is not to run. */
-    bool accepts(const Trigger &trigger, VXTriggerRecord &record);
-    bool passesFilter(const VXManagedObject &trigger, VXTriggerRecord &record);
-    void runTrigger(const VXManagedObjectPtr &trigger, VXTriggerRecord &record);
-    void runReactor(const VXManagedObject &reactor, VXTriggerRecord &trigger, VXReactionRecord &record);
-    void react(const Reactor &reactor, const QVariantMap &userOptions, VXTriggerRecord &trigger,
+    bool accepts(const VXTrigger &trigger, VXTriggerRecord &record);
+    bool passesFilter(const VXTrigger &trigger, VXTriggerRecord &record);
+    void runTrigger(const VXTrigger &trigger, VXTriggerRecord &record);
+    void runReaction(const VXReaction &reaction, VXTriggerRecord &trigger, VXReactionRecord &record);
+    void react(const VXReactorInUse &reactor, const QVariantMap &userOptions, VXTriggerRecord &trigger,
                VXReactionRecord &record);
-    static Reactor findReactor(const QString &identifier);
-    void reportThrown(const Reactor &reactor, const VXThrown &thrown, const QVariantMap &options,
-                      const VXTriggerRecord &trigger);
+    void reportThrown(const VXReactorInUse &reactor, const VXThrown &thrown, const QVariantMap &options,
+                      const VXTriggerRecord &trigger, const QString &identifier);
     void reportFilter(const VXTriggerRecord &trigger);
     /** In the event's record, but of triggers that did nothing only so many. */
-    void keep(const VXManagedObject &trigger, VXTriggerRecord &record, bool isIdle);
+    void keep(const VXTrigger &trigger, VXTriggerRecord &record, bool isIdle);
     QString displayName(const VXTriggerRecord &trigger) const;
 
     const VXEventManager &_manager;
-    const QString _name;
-    const QString _subtype;
-    const QVariant _object;
+    VXEvent _event; // with the options of the reactor that has it
     VXEventRecord *const _record;
     QHash<VXManagedObjectID, QList<VXManagedObjectPtr>> _reactors; // of triggers that are still to run, in order
     qsizetype _idleTriggers = 0;                                   // that did not run so far
+    std::vector<VXOpenReaction> _openReactions;                    // those of the record
 };

@@ -16,6 +16,15 @@ VXReactionScope::~VXReactionScope()
     innermost = _outer;
 }
 
+VXReactionOutcome VXReactionScope::deferOutcome()
+{
+    if (innermost == nullptr)
+        return {};
+    if (!innermost->_outcome)
+        innermost->_outcome = std::make_shared<VXReactionOutcome::State>();
+    return VXReactionOutcome(innermost->_outcome);
+}
+
 void VXReactionScope::noteError(const VXError &error)
 {
     if (innermost == nullptr)

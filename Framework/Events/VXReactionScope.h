@@ -1,8 +1,11 @@
 #pragma once
 
 #include "VXError.h"
+#include "VXReactionOutcomeState.h"
 
 #include <QtCore/QStringList>
+
+#include <memory>
 
 /**
  * While an event runs a reactor: what the reactor reports without throwing. One for each run, on the thread that runs it;
@@ -19,9 +22,15 @@ public:
     /** Of the innermost run on this thread; outside of runs it does nothing. */
     static void noteError(const VXError &error);
 
+    /** Of that run; of nobody outside of runs. */
+    static VXReactionOutcome deferOutcome();
+
     QStringList problems() const { return _problems; }
+    /** Null when it was not deferred. */
+    std::shared_ptr<VXReactionOutcome::State> takeOutcome() { return std::move(_outcome); }
 
 private:
     VXReactionScope *const _outer;
     QStringList _problems;
+    std::shared_ptr<VXReactionOutcome::State> _outcome;
 };

@@ -2,7 +2,9 @@
 
 #include "VXApplication.h"
 #include "VXException.h"
+#include "VXMainThread.h"
 #include "VXReactionScope.h"
+#include "VXReactorRegistry.h"
 
 using namespace Qt::StringLiterals;
 
@@ -17,7 +19,10 @@ std::optional<QStringList> textsFrom(const QVariant &value)
 
 } // namespace
 
-VXReactorPlugin::VXReactorPlugin() = default;
+VXReactorPlugin::VXReactorPlugin()
+{
+    VXReactorRegistry::shared(); // from now on it hears of those that are loaded
+}
 
 VXReactorPlugin::~VXReactorPlugin() = default;
 
@@ -58,10 +63,38 @@ void VXReactorPlugin::reactToEventWithName(const QString &, const QString &, con
                     "-[VXReactorPlugin reactToEventWithName:subtype:object:options:]"_s);
 }
 
+VXReactorOptions VXReactorPlugin::reactorOptions() const
+{
+    return {};
+}
+
+QString VXReactorPlugin::problemOfOptions(const QVariantMap &) const
+{
+    return {};
+}
+
+VXReactorOptions VXReactorPlugin::describedOptions(VXReactorOptions options) const
+{
+    const QVariantMap defaults = reactorDefaults().value_or(QVariantMap());
+    const VXBundle::Ptr found = bundle();
+    for (VXReactorOption &option : options) {
+        if (!option.standard.isValid())
+            option.standard = defaults.value(option.key);
+        if (found)
+            option.meaning = found->localizedStringForKey(option.meaning);
+    }
+    return options;
+}
+
+VXReactionOutcome VXReactorPlugin::deferOutcome()
+{
+    return VXReactionScope::deferOutcome();
+}
+
 void VXReactorPlugin::presentError(const VXError &error) const
 {
     VXReactionScope::noteError(error);
-    VXApplication::sharedApplication().presentError(error);
+    VXMainThread::perform([error] { VXApplication::sharedApplication().presentError(error); });
 }
 
 QVariant VXReactorPlugin::infoValue(const QString &key) const

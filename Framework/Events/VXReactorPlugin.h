@@ -2,6 +2,8 @@
 
 #include "VXError.h"
 #include "VXPlugin.h"
+#include "VXReactionOutcome.h"
+#include "VXReactorOption.h"
 
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
@@ -42,7 +44,22 @@ public:
     virtual void reactToEventWithName(const QString &eventName, const QString &subtype, const QVariant &object,
                                       const QVariantMap &options);
 
+    /** Its options, in the order in which to show them, so that editors can offer and check them; empty, as here, when it does
+     * not describe them. Any thread. */
+    virtual VXReactorOptions reactorOptions() const;
+    /** What is wrong with options whose types are right, the defaults among them, for people; null, as here, for nothing. */
+    virtual QString problemOfOptions(const QVariantMap &options) const;
+
 protected:
+    /** The options with their meanings taken from the bundle's table "Localizable", and their values from the defaults. */
+    VXReactorOptions describedOptions(VXReactorOptions options) const;
+
+    /**
+     * For a reactor whose work goes on after it has returned: the history tells what comes of the reaction when that is
+     * concluded. Called while it reacts, on the same thread.
+     */
+    static VXReactionOutcome deferOutcome();
+
     /** Shows the user why the reaction failed. While an event runs the reactor, its history tells of it too. */
     void presentError(const VXError &error) const;
 

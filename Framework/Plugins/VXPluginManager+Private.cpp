@@ -227,7 +227,9 @@ QVariant VXPluginManager::openURLString(const QString &url) const
         std::optional<VXPluginMarker::Scope> mark;
         if (_restoresWindows)
             mark.emplace(*proxy, VXPluginWork::RestoringWindows);
-        if (QVariant answer = answerOf(*proxy, selector, url); answer.isValid())
+        QVariant answer = answerOf(*proxy, selector, url);
+        const bool isRefusal = isObject && answer.typeId() == QMetaType::Bool && !answer.toBool();
+        if (answer.isValid() && !isRefusal)
             return answer;
     }
     return {};

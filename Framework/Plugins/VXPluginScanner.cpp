@@ -2,9 +2,8 @@
 
 #include "VXMethodLog.h"
 #include "VXPropertyList.h"
+#include "VXRegularFile.h"
 #include "VXVersion.h"
-
-#include <QtCore/QFile>
 
 #include <filesystem>
 #include <limits>
@@ -73,18 +72,20 @@ QStringList VXPluginScanner::latestPluginPaths()
 
 QVariantMap VXPluginScanner::peekAtBundleInfo(const QString &bundlePath)
 {
-    QFile file(bundlePath + "/Contents/Info.plist"_L1);
-    if (!file.open(QIODevice::ReadOnly)) {
+    const QString path = bundlePath + "/Contents/Info.plist"_L1;
+    QString problem;
+    const QByteArray data = VXRegularFile::read(path, &problem);
+    if (data.isNull()) {
         VXLogClassMethod(VXLogError, VXPluginScanner,
-                         "peekAtBundleInfo:", "Unable to create data from plist: "_L1 + file.fileName());
+                         "peekAtBundleInfo:", "Unable to create data from plist: "_L1 + path);
         return {};
     }
     VXError error;
-    const QVariant info = VXPropertyList::fromData(file.readAll(), &error);
+    const QVariant info = VXPropertyList::fromData(data, &error);
     if (info.metaType() != QMetaType::fromType<QVariantMap>()) {
         const QString reason = error ? error.localizedRecoverySuggestion() : u"It is no dictionary."_s;
         VXLogClassMethod(VXLogError, VXPluginScanner, "peekAtBundleInfo:",
-                         u"Unable to create dictionary from plist data: %1 %2"_s.arg(file.fileName(), reason));
+                         u"Unable to create dictionary from plist data: %1 %2"_s.arg(path, reason));
         return {};
     }
     return info.toMap();

@@ -157,5 +157,6 @@ VXManagedObjectModel::Ptr VXManagedObjectModel::modelByMergingModels(const QList
 
 bool VXManagedObjectModel::writeToFile(const QString &path, VXError *error) const
 {
-    return VXPropertyList::toFile(_definition.toPropertyList(), path, VXPropertyList::Format::Binary, error);
+    return VXPropertyList::toFile(_definition.toPropertyList(), path, VXPropertyList::Format::Binary, error,
+                                  VXFileAccess::Shared);
 }

@@ -11,6 +11,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qsizetype longestLineage = 100; // entities: each has all that it inherits
+constexpr int mostColumns = 1990;         // of the 2,000 that SQLite allows in a table, some are the store's own
+
 bool isIdentifier(const QString &name)
 {
     const auto isLetter = [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_'; };
@@ -46,6 +49,7 @@ public:
             checkInheritance(entity);
         for (const VXEntityDefinition &entity : _definition.entities)
             checkProperties(entity);
+        checkColumns();
         std::stable_sort(_problems.begin(), _problems.end(),
                          [](const VXModelProblem &a, const VXModelProblem &b) { return a.line < b.line; });
         return _problems;
@@ -69,6 +73,13 @@ private:
                    u"entity \"%1\" inherits from unknown entity \"%2\""_s.arg(entity.name, entity.superentity));
         QSet<QString> seen;
         for (const VXEntityDefinition *at = &entity; at != nullptr; at = _entities.value(at->superentity)) {
+            if (seen.size() >= longestLineage) {
+                report(
+                    entity.line,
+                    u"entity \"%1\" inherits through more than %2 others"_s.arg(entity.name).arg(longestLineage - 1));
+                _cyclic.insert(entity.name);
+                return;
+            }
             if (seen.contains(at->name)) {
                 if (at->name == entity.name) // those that only lead into the cycle are not to blame
                     report(entity.line, u"entity \"%1\" inherits from itself"_s.arg(entity.name));
@@ -116,6 +127,34 @@ private:
             checkRelationship(entity, relationship);
         }
         checkFetchTemplates(entity);
+    }
+
+    // What a root entity and all that inherit from it store lies in one table of an SQLite store.
+    void checkColumns()
+    {
+        QHash<const VXEntityDefinition *, int> columns; // by root
+        for (const VXEntityDefinition &entity : _definition.entities) {
+            const VXEntityDefinition *const root = lineage(entity).constLast();
+            columns[root] += columnsOf(entity);
+        }
+        for (const VXEntityDefinition &entity : _definition.entities) {
+            if (const int count = columns.value(&entity); count > mostColumns)
+                report(entity.line,
+                       u"entity \"%1\" and those that inherit from it take %2 columns of a table, which may "
+                       "have %3: one each attribute, two each relationship to one object"_s.arg(entity.name)
+                           .arg(count)
+                           .arg(mostColumns));
+        }
+    }
+
+    static int columnsOf(const VXEntityDefinition &entity)
+    {
+        const auto attributes = std::count_if(entity.attributes.cbegin(), entity.attributes.cend(),
+                                              [](const VXAttributeDefinition &each) { return !each.isTransient; });
+        const auto relationships =
+            std::count_if(entity.relationships.cbegin(), entity.relationships.cend(),
+                          [](const VXRelationshipDefinition &each) { return !each.isTransient && !each.isToMany; });
+        return int(attributes + 2 * relationships);
     }
 
     void checkAttribute(const VXAttributeDefinition &attribute)
@@ -182,7 +221,7 @@ private:
 
     const VXModelDefinition &_definition;
     QHash<QString, const VXEntityDefinition *> _entities;
-    QSet<QString> _cyclic; // entities whose inheritance does not end
+    QSet<QString> _cyclic; // entities whose inheritance does not end, or not in time
     QList<VXModelProblem> _problems;
 };
 

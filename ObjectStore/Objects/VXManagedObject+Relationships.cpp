@@ -4,7 +4,6 @@
 #include "VXException.h"
 #include "VXManagedObjectContext.h"
 #include "VXRelatedSet.h"
-#include "VXRowTables.h"
 
 #include <algorithm>
 
@@ -23,7 +22,7 @@ const VXRelationshipDescription &VXManagedObject::relationship(int index, bool i
 
 VXManagedObjectPtr VXManagedObject::target(const VXStoreRow &row, const VXRelationshipDescription &relationship) const
 {
-    const VXManagedObjectID *const objectID = VXRowTables::target(row, relationship);
+    const VXManagedObjectID *const objectID = row.target(relationship.index());
     if (objectID == nullptr || _context == nullptr)
         return {};
     return objectID->isTemporary() ? _context->objectRegisteredForID(*objectID) : _context->objectWithID(*objectID);

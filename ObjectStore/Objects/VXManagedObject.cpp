@@ -5,7 +5,6 @@
 #include "VXManagedObjectContext.h"
 #include "VXRelatedSet.h"
 #include "VXRowMerge.h"
-#include "VXRowTables.h"
 
 using namespace Qt::StringLiterals;
 
@@ -105,9 +104,9 @@ void VXManagedObject::setValue(const VXPropertyDescription &property, const QVar
         return;
     }
     if (!_values)
-        _values = VXCopiedRow(*before, before->version() + 1);
+        _values = before->copy(before->version() + 1);
     else if (_values.use_count() > 1) // a save that failed may have left it with a store
-        _values = VXCopiedRow(*before, before->version());
+        _values = before->copy(before->version());
     _values->value(property.index()) = value;
     if (property.asAttribute() == nullptr || !property.isTransient())
         _context->noteChange(*this);

@@ -28,10 +28,10 @@ void VXManagedObjectClass::removeClass(const QString &name)
     factories().remove(name);
 }
 
-VXManagedObject *VXManagedObjectClass::make(const VXEntityDescription &entity)
+VXManagedObject *VXManagedObjectClass::make(const VXEntityDescription &entity, VXObjectClasses classes)
 {
     const QString &name = entity.managedObjectClassName();
-    if (name.isNull())
+    if (name.isNull() || classes == VXObjectClasses::Plain)
         return new VXManagedObject;
     Factory factory;
     {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXManagedObject.h"
+#include "VXPersistentStoreCoordinator.h"
 
 #include <functional>
 
@@ -25,5 +26,5 @@ private:
     friend class VXManagedObjectContext;
 
     static void registerFactory(const QString &name, const Factory &factory);
-    static VXManagedObject *make(const VXEntityDescription &entity);
+    static VXManagedObject *make(const VXEntityDescription &entity, VXObjectClasses classes);
 };

@@ -1,8 +1,14 @@
 #include "VXManagedObjectContextSave.h"
 
+#include "VXRelatedSet.h"
 #include "VXRowMerge.h"
 
+#include <algorithm>
+#include <array>
+
 using namespace Qt::StringLiterals;
+
+using StorePtr = VXPersistentStoreCoordinator::StorePtr;
 
 namespace {
 
@@ -20,6 +26,14 @@ QVariantMap storedValues(const VXEntityDescription &entity, const VXStoreRow &ro
     return values;
 }
 
+QVariantList variants(const QSet<VXManagedObjectID> &objectIDs)
+{
+    QVariantList list;
+    for (const VXManagedObjectID &objectID : objectIDs)
+        list.append(QVariant::fromValue(objectID));
+    return list;
+}
+
 } // namespace
 
 bool VXManagedObjectContext::Save::write(VXError *error)
@@ -33,7 +47,7 @@ bool VXManagedObjectContext::Save::write(VXError *error)
         }
         conflicts.clear();
         VXError problem;
-        if (requests.isEmpty() || _context._coordinator->save(requests, &conflicts, &problem))
+        if (requests.isEmpty() || _context._coordinator->save(requests, &conflicts, &_saved, &problem))
             return true;
         if (conflicts.isEmpty()) {
             VXSetError(error, problem);
@@ -48,27 +62,38 @@ bool VXManagedObjectContext::Save::write(VXError *error)
 
 bool VXManagedObjectContext::Save::resolve(const QList<VXRowConflict> &conflicts)
 {
-    QHash<ObjectID, VXStoreRow::Ptr> stored;
-    for (const VXRowConflict &conflict : conflicts)
-        stored.insert(conflict.objectID, conflict.stored);
-    for (Part &part : _parts) {
-        for (qsizetype place = part.request.changes.size() - 1; place >= 0; --place) {
-            const auto conflict = stored.constFind(part.request.changes[place].objectID);
-            if (conflict == stored.cend())
-                continue;
-            bool isDropped = false;
-            if (!resolve(part, place, *conflict, &isDropped))
-                return false;
-            if (!isDropped)
-                continue;
-            part.request.changes.removeAt(place);
-            part.objects.erase(part.objects.begin() + place);
-        }
+    using Kind = VXRowConflict::Kind;
+    QHash<ObjectID, VXStoreRow::Ptr> changed;
+    for (const VXRowConflict &conflict : conflicts) {
+        const auto isOfStore = [&](const Part &part) { return &part.store->identity() == conflict.objectID.store(); };
+        Part &part = *std::find_if(_parts.begin(), _parts.end(), isOfStore);
+        if (conflict.kind == Kind::Changed)
+            changed.insert(conflict.objectID, conflict.stored);
+        else if (!(conflict.kind == Kind::Missing ? resolveMissing(part, conflict.objectID)
+                                                  : resolveReferenced(part, conflict)))
+            return false;
+    }
+    return changed.isEmpty() ||
+           std::all_of(_parts.begin(), _parts.end(), [&](Part &part) { return resolveChanged(part, changed); });
+}
+
+bool VXManagedObjectContext::Save::resolveChanged(Part &part, const QHash<ObjectID, VXStoreRow::Ptr> &stored)
+{
+    for (qsizetype place = part.request.changes.size() - 1; place >= 0; --place) {
+        const auto conflict = stored.constFind(part.request.changes[place].objectID);
+        if (conflict == stored.cend())
+            continue;
+        bool isDropped = part.objects[size_t(place)] == nullptr; // a delete rule is applied again to what is there now
+        if (!isDropped && !resolve(part, place, *conflict, &isDropped))
+            return false;
+        if (!isDropped)
+            continue;
+        part.request.changes.removeAt(place);
+        part.objects.erase(part.objects.begin() + place);
     }
     return true;
 }
 
-// False when it is for the user to decide.
 bool VXManagedObjectContext::Save::resolve(Part &part, qsizetype place, const VXStoreRow::Ptr &stored, bool *isDropped)
 {
     VXRowChange &change = part.request.changes[place];
@@ -90,7 +115,7 @@ bool VXManagedObjectContext::Save::resolve(Part &part, qsizetype place, const VX
         change.overwrites = true;
     } else {
         change.row = policy == VXMergePolicy::Overwrite
-                         ? VXCopiedRow(*change.row, stored->version() + 1)
+                         ? change.row->copy(stored->version() + 1)
                          : VXMergedRow(object->entity(), *change.base, *change.row, *stored, storeTrumps);
         change.base = stored;
         change.overwrites = policy == VXMergePolicy::Overwrite;
@@ -105,19 +130,49 @@ bool VXManagedObjectContext::Save::resolve(Part &part, qsizetype place, const VX
 VXError VXManagedObjectContext::Save::conflictError(const QList<VXRowConflict> &conflicts) const
 {
     QVariantList list;
+    std::array<qsizetype, 3> counts = {}; // by kind
     for (const VXRowConflict &conflict : conflicts) {
-        const ObjectPtr object = _context.objectRegisteredForID(conflict.objectID);
-        const bool isWantedByBoth = object && object->isDeleted() && !conflict.stored;
-        if (!object || !object->_row || isWantedByBoth)
+        const ObjectPtr object = _context.objectWithID(conflict.objectID);
+        const bool isChanged = conflict.kind == VXRowConflict::Kind::Changed;
+        if (isChanged && (!object->_row || (object->isDeleted() && !conflict.stored))) // which both wanted
             continue;
-        list.append(QVariantMap{
-            {u"object"_s, QVariant::fromValue(object)},
-            {u"snapshot"_s, storedValues(object->entity(), *object->_row)},
-            {u"cachedRow"_s, conflict.stored ? storedValues(object->entity(), *conflict.stored) : QVariant()}});
+        list.append(descriptionOf(conflict));
+        ++counts.at(size_t(conflict.kind));
     }
-    QVariantMap userInfo = VXObjectStoreError(VXObjectStoreErrorCode::MergeConflict, u"The objects cannot be saved."_s,
-                                              u"Somebody else has changed %1 of them."_s.arg(list.size()))
-                               .userInfo();
+    const std::array<QString, 3> texts{u"Somebody else has changed %1 of them."_s,
+                                       u"Somebody else has deleted %1 that they lead to."_s,
+                                       u"Objects that somebody else has saved lead to %1 that are to be deleted."_s};
+    QStringList reasons;
+    for (size_t kind = 0; kind < texts.size(); ++kind) {
+        if (counts.at(kind) > 0)
+            reasons.append(texts.at(kind).arg(counts.at(kind)));
+    }
+    QVariantMap userInfo =
+        VXObjectStoreError(VXObjectStoreErrorCode::MergeConflict, u"The objects cannot be saved."_s, reasons.join(u' '))
+            .userInfo();
     userInfo.insert(VXConflictListKey, list);
     return {VXCocoaErrorDomain, int(VXObjectStoreErrorCode::MergeConflict), userInfo};
+}
+
+// To-many relationships are among the values when the context has read them.
+QVariantMap VXManagedObjectContext::Save::descriptionOf(const VXRowConflict &conflict) const
+{
+    const ObjectPtr object = _context.objectWithID(conflict.objectID);
+    QVariantMap snapshot = object->_row ? storedValues(object->entity(), *object->_row) : QVariantMap();
+    QVariantMap stored = conflict.stored ? storedValues(object->entity(), *conflict.stored) : QVariantMap();
+    const StorePtr store = _context._coordinator->persistentStoreForIdentity(*conflict.objectID.store());
+    if (object->_relatedSets) {
+        for (const VXRelatedSet &set : *object->_relatedSets) {
+            if (!set.isRead() || set.relationship().isTransient())
+                continue;
+            snapshot.insert(set.relationship().name(), variants(set.stored()));
+            QSet<ObjectID> now;
+            const auto note = [&now](const ObjectID &, const ObjectID &target) { now.insert(target); };
+            if (conflict.stored && store && store->related({conflict.objectID}, set.relationship(), note, nullptr))
+                stored.insert(set.relationship().name(), variants(now));
+        }
+    }
+    return {{u"object"_s, QVariant::fromValue(object)},
+            {u"snapshot"_s, snapshot},
+            {u"cachedRow"_s, conflict.stored ? stored : QVariant()}};
 }

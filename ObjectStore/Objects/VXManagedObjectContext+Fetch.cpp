@@ -80,18 +80,23 @@ void VXManagedObjectContext::Fetch::findPending()
 bool VXManagedObjectContext::Fetch::readStores(bool needsRows, bool makesObjects, VXError *error)
 {
     for (const StorePtr &store : _stores) {
-        bool isExact = true; // known before the first row comes
-        const auto take = [&](VXFetchedRow row) {
-            if (makesObjects && _isDecided && isExact)
+        const std::unique_ptr<VXRowCursor> rows = store->fetch(_stored, needsRows, error);
+        if (!rows)
+            return false;
+        const bool isDecided = _isDecided && rows->isExact();
+        VXFetchedRow row;
+        VXRowCursor::Step at = rows->next(&row, error);
+        for (; at == VXRowCursor::Step::Row; at = rows->next(&row, error)) {
+            if (makesObjects && isDecided)
                 _objects.append(_context.objectForRow(std::move(row), _request.refreshesObjects));
-            else if (_walked != nullptr && _isDecided && isExact)
+            else if (_walked != nullptr && isDecided)
                 _walked->append(row.objectID);
             else
                 _rows.append(std::move(row));
-        };
-        if (!store->fetch(_stored, needsRows, take, &isExact, error))
+        }
+        if (at == VXRowCursor::Step::Failed)
             return false;
-        _isExact = _isExact && isExact;
+        _isExact = _isExact && rows->isExact();
     }
     _isDecided = _isDecided && _isExact;
     return true;

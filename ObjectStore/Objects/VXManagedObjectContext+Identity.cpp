@@ -1,7 +1,6 @@
 #include "VXManagedObjectContext.h"
 
 #include "VXRowMerge.h"
-#include "VXRowTables.h"
 
 #include <map>
 
@@ -53,7 +52,7 @@ void VXManagedObjectContext::replaceReferences(const std::function<ObjectID(cons
         for (const Relationship *const relationship : object->entity().relationships()) {
             if (relationship->isToMany())
                 continue;
-            const ObjectID *const before = VXRowTables::target(*object->_values, *relationship);
+            const ObjectID *const before = object->_values->target(relationship->index());
             if (before == nullptr)
                 continue;
             const ObjectID now = replacement(*before);

@@ -4,7 +4,6 @@
 #include "VXException.h"
 #include "VXRelatedSet.h"
 #include "VXRowMerge.h"
-#include "VXRowTables.h"
 
 #include <algorithm>
 
@@ -111,8 +110,8 @@ void VXManagedObjectContext::rebase(VXManagedObject &object, const VXStoreRow::P
 void VXManagedObjectContext::removeWhereStored(VXManagedObject &object)
 {
     for (const Relationship *const relationship : object.entity().relationships()) {
-        const ObjectID *const stored = VXRowTables::target(*object._row, *relationship);
-        const ObjectID *const own = VXRowTables::target(*object._values, *relationship);
+        const ObjectID *const stored = object._row->target(relationship->index());
+        const ObjectID *const own = object._values->target(relationship->index());
         if (stored == nullptr || (own != nullptr && *own == *stored) || !relationship->inverse()->isToMany())
             continue;
         const ObjectPtr other = objectWithID(*stored);
@@ -131,7 +130,7 @@ void VXManagedObjectContext::moveInRelated(const VXManagedObject &object, const 
         if (relationship->isToMany() || relationship->isTransient() || !inverse->isToMany())
             continue;
         const auto setOfTarget = [&](const VXStoreRow *row) -> VXRelatedSet * {
-            const ObjectID *const target = row == nullptr ? nullptr : VXRowTables::target(*row, *relationship);
+            const ObjectID *const target = row == nullptr ? nullptr : row->target(relationship->index());
             const VXManagedObject *const found = target == nullptr ? nullptr : _objects.find(*target);
             return found == nullptr ? nullptr : found->findRelatedSet(*inverse);
         };

@@ -15,17 +15,6 @@ VXError detachedError()
                               u"Their store is not attached any more."_s);
 }
 
-bool readFromSQL(VXPersistentStore &store, const VXEntityDescription &root, const QVariantList &objectIDs,
-                 QList<VXFetchedRow> *rows, VXError *error)
-{
-    VXFetchRequest request(root);
-    request.predicate =
-        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(objectIDs));
-    bool isExact = false;
-    return store.fetch(
-        request, true, [rows](VXFetchedRow row) { rows->append(std::move(row)); }, &isExact, error);
-}
-
 } // namespace
 
 VXStoreRow::Ptr VXManagedObjectContext::readRow(const ObjectID &objectID, VXError *error) const
@@ -41,32 +30,20 @@ VXStoreRow::Ptr VXManagedObjectContext::readRow(const ObjectID &objectID, VXErro
 
 bool VXManagedObjectContext::readRows(const QList<ObjectID> &objectIDs, QList<VXFetchedRow> *rows, VXError *error) const
 {
-    QHash<std::pair<const VXStoreIdentity *, const VXEntityDescription *>, QVariantList> groups; // by root entity
+    QHash<const VXStoreIdentity *, QList<ObjectID>> groups;
     for (const ObjectID &objectID : objectIDs) {
         if (!objectID.isTemporary())
-            groups[{objectID.store(), &objectID.entity().rootEntity()}].append(QVariant::fromValue(objectID));
+            groups[objectID.store()].append(objectID);
     }
     for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
-        const StorePtr store = _coordinator->persistentStoreForIdentity(*group.key().first);
+        const StorePtr store = _coordinator->persistentStoreForIdentity(*group.key());
         if (!store) {
             VXSetError(error, detachedError());
             return false;
         }
-        if (store->type() == VXStoreType::SQLite && group->size() > 1) {
-            if (!readFromSQL(*store, *group.key().second, *group, rows, error))
-                return false;
-            continue;
-        }
-        for (const QVariant &value : *group) { // next to nothing each where all is in memory
-            const auto objectID = value.value<ObjectID>();
-            VXError problem;
-            if (VXStoreRow::Ptr row = store->row(objectID, &problem); row) {
-                rows->append({objectID, std::move(row)});
-            } else if (problem) {
-                VXSetError(error, problem);
-                return false;
-            }
-        }
+        if (!store->rows(
+                *group, [rows](VXFetchedRow row) { rows->append(std::move(row)); }, error))
+            return false;
     }
     return true;
 }

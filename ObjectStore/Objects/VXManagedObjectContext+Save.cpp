@@ -34,12 +34,12 @@ bool VXManagedObjectContext::Save::run(VXError *error)
     _deleted = _context._deleted.objects();
     if (!validate(error))
         return false;
-    if (!build(error) || !write(error)) {
+    const bool isSaved = build(error) && write(error);
+    if (!isSaved)
         undo();
-        return false;
-    }
-    finish();
-    return true;
+    if (isSaved || !_saved.isEmpty())
+        finish();
+    return isSaved;
 }
 
 // -- Preparing
@@ -127,7 +127,7 @@ VXStoreRow::Ptr VXManagedObjectContext::Save::rowOf(const VXManagedObject &objec
 {
     if (!VXHasTransientValues(object.entity(), *object._values))
         return object._values;
-    auto row = VXCopiedRow(*object._values, object._values->version());
+    auto row = object._values->copy(object._values->version());
     VXRemoveTransientValues(object.entity(), *row);
     return row;
 }
@@ -199,11 +199,23 @@ void VXManagedObjectContext::Save::addMetadata()
 
 // -- Afterwards
 
+// Of a store that was saved all the same, when another was not, everything stays.
 void VXManagedObjectContext::Save::undo()
 {
-    _parts.clear(); // which share the objects' values
+    const auto isUnsaved = [this](const VXStoreIdentity *store) { return !_saved.contains(store); };
+    std::erase_if(_parts,
+                  [&](const Part &part) { return isUnsaved(&part.store->identity()); }); // share objects' values
+    for (QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted})
+        objects->removeIf([&](const ObjectPtr &object) { return isUnsaved(object->objectID().store()); });
+    std::erase_if(_yielding, [&](const Yielding &each) { return isUnsaved(each.object->objectID().store()); });
+    for (QSet<ObjectID> *const objectIDs : {&_gone, &_refreshed})
+        objectIDs->removeIf([&](const ObjectID &objectID) { return isUnsaved(objectID.store()); });
     QHash<ObjectID, ObjectID> before;
-    for (const Renamed &each : std::as_const(_renamed)) {
+    for (const Renamed &each : std::exchange(_renamed, {})) {
+        if (!isUnsaved(each.object->objectID().store())) {
+            _renamed.append(each);
+            continue;
+        }
         before.insert(each.object->objectID(), each.before);
         each.object->_objectID = each.before;
     }
@@ -214,10 +226,19 @@ void VXManagedObjectContext::Save::undo()
 void VXManagedObjectContext::Save::finish()
 {
     _context.registerAgain(_renamed);
-    for (VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
-        changed->clear();
+    forgetGone();
+    if (_saved.isEmpty()) {
+        for (VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
+            changed->clear();
+        _context._assignedStores.clear();
+    }
     for (const QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted}) {
         for (const ObjectPtr &object : *objects) {
+            if (VXChangedObjects *const changed = _context.objectsInState(object->_state);
+                changed != nullptr && !_saved.isEmpty()) {
+                changed->remove(*object);
+                _context._assignedStores.remove(object.get());
+            }
             object->_state = State::Unchanged;
             object->_isInsertionKnown = false;
             if (!object->_relatedSets)
@@ -226,7 +247,6 @@ void VXManagedObjectContext::Save::finish()
                 set.commit();
         }
     }
-    _context._assignedStores.clear();
     takeOverRows();
     for (const ObjectPtr &object : std::as_const(_deleted))
         _context.forget(object);
@@ -247,12 +267,13 @@ void VXManagedObjectContext::Save::takeOverRows()
         _context.moveInRelated(object, before.get(), row.get()); // a merge may have brought other values
         if (!VXHasTransientValues(object.entity(), *before))
             return;
-        object._values = VXCopiedRow(*row, row->version() + 1);
+        object._values = row->copy(row->version() + 1);
         VXCopyTransientValues(object.entity(), *before, *object._values);
     };
     for (const Part &part : _parts) {
         for (size_t place = 0; place < part.objects.size(); ++place) {
-            if (const VXStoreRow::Ptr &row = part.request.changes[qsizetype(place)].row; row)
+            const VXStoreRow::Ptr &row = part.request.changes[qsizetype(place)].row;
+            if (row && part.objects[place] != nullptr)
                 takeOver(*part.objects[place], row);
         }
     }
@@ -265,6 +286,28 @@ void VXManagedObjectContext::Save::takeOverRows()
         } else if (_updated.removeOne(object)) {
             _deleted.append(object);
         }
+    }
+}
+
+// Before what was saved is taken over: relationships then let go of what belongs to no context.
+void VXManagedObjectContext::Save::forgetGone()
+{
+    for (const ObjectID &objectID : std::as_const(_gone)) {
+        const ObjectPtr object = _context.objectRegisteredForID(objectID);
+        if (!object)
+            continue;
+        if (_updated.removeOne(object))
+            _deleted.append(object);
+        else
+            _context.noteForObservers(*object);
+        _context.forget(object);
+    }
+    for (const ObjectID &objectID : std::as_const(_refreshed)) {
+        const ObjectPtr object = _context.objectRegisteredForID(objectID);
+        if (!object || object->hasChanges())
+            continue;
+        _context.noteRefreshed(*object);
+        _context.turnIntoFault(*object);
     }
 }
 

@@ -3,7 +3,6 @@
 #include "VXException.h"
 #include "VXManagedObjectClass.h"
 #include "VXRelatedSet.h"
-#include "VXRowTables.h"
 
 using namespace Qt::StringLiterals;
 
@@ -33,7 +32,7 @@ VXManagedObject &VXManagedObjectContext::makeObject(const ObjectID &objectID)
 {
     VXAssert(&objectID.entity().model() == &_coordinator->model(),
              u"entity \"%1\" is not of the coordinator's model"_s.arg(objectID.entity().name()));
-    VXManagedObject *const object = VXManagedObjectClass::make(objectID.entity());
+    VXManagedObject *const object = VXManagedObjectClass::make(objectID.entity(), _coordinator->objectClasses());
     object->_context = this;
     object->_objectID = objectID;
     _objects.insert(objectID, object);

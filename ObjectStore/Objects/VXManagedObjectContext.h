@@ -70,7 +70,8 @@ public:
     QList<VXManagedObjectPtr> insertedObjects() const;
     QList<VXManagedObjectPtr> updatedObjects() const;
     QList<VXManagedObjectPtr> deletedObjects() const;
-    /** Validates and saves all changes: all or nothing. On failure they stay as they are. */
+    /** Validates and saves all changes: to each store all or nothing. On failure they stay as they are, but those to a store
+     * that was saved before another one failed (SavedInPart): saving again saves the rest. */
     bool save(VXError *error = nullptr);
     /** Drops all changes. Tells observers. */
     void rollback();

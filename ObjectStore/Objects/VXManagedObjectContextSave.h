@@ -19,7 +19,8 @@ private:
     {
         VXPersistentStoreCoordinator::StorePtr store;
         VXSaveRequest request;
-        std::vector<VXManagedObject *> objects; // of the request's changes, in their order
+        std::vector<VXManagedObject *>
+            objects; // of the request's changes, in their order; nullptr: no change of the context
     };
     /** An object that is not written after all: somebody else has changed it, and that stays. */
     struct Yielding
@@ -41,13 +42,24 @@ private:
 
     // -- Writing (VXManagedObjectContext+Conflicts.cpp)
     bool write(VXError *error);
+    /** False when it is for the user to decide. */
     bool resolve(const QList<VXRowConflict> &conflicts);
+    bool resolveChanged(Part &part, const QHash<ObjectID, VXStoreRow::Ptr> &stored);
     bool resolve(Part &part, qsizetype place, const VXStoreRow::Ptr &stored, bool *isDropped);
     VXError conflictError(const QList<VXRowConflict> &conflicts) const;
+    QVariantMap descriptionOf(const VXRowConflict &conflict) const;
+
+    // -- References that would lead nowhere (VXManagedObjectContext+References.cpp)
+    bool resolveMissing(Part &part, const ObjectID &gone);
+    bool resolveReferenced(Part &part, const VXRowConflict &conflict);
+    bool applyDeleteRule(Part &part, const ObjectID &deleted, const VXRowReference &reference);
+    static bool removeReferences(VXRowChange &change, const ObjectID &target);
+    static qsizetype placeOf(const Part &part, const ObjectID &objectID);
 
     // -- Afterwards
     void undo();
     void finish();
+    void forgetGone();
     void takeOverRows();
     void callDidSave() const;
 
@@ -58,4 +70,7 @@ private:
     QList<Renamed> _renamed; // objects that were given permanent IDs
     std::vector<Part> _parts;
     std::vector<Yielding> _yielding;
+    QSet<ObjectID> _gone;                 // which somebody else deleted, or a delete rule of the save
+    QSet<ObjectID> _refreshed;            // which a delete rule of the save changed
+    QSet<const VXStoreIdentity *> _saved; // of a save that failed
 };

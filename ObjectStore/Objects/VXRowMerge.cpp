@@ -55,14 +55,6 @@ QList<int> VXChangedProperties(const VXEntityDescription &entity, const VXStoreR
     return changed;
 }
 
-std::shared_ptr<VXStoreRow> VXCopiedRow(const VXStoreRow &row, qint64 version)
-{
-    auto copy = std::make_shared<VXStoreRow>(row.propertyCount(), version);
-    for (int index = 0; index < row.propertyCount(); ++index)
-        copy->value(index) = row.value(index);
-    return copy;
-}
-
 bool VXHasTransientValues(const VXEntityDescription &entity, const VXStoreRow &row)
 {
     return std::any_of(entity.properties().cbegin(), entity.properties().cend(),
@@ -90,7 +82,7 @@ void VXRemoveTransientValues(const VXEntityDescription &entity, VXStoreRow &row)
 std::shared_ptr<VXStoreRow> VXMergedRow(const VXEntityDescription &entity, const VXStoreRow &base,
                                         const VXStoreRow &own, const VXStoreRow &stored, bool storeTrumps)
 {
-    auto merged = VXCopiedRow(stored, stored.version() + 1);
+    auto merged = stored.copy(stored.version() + 1);
     for (const int index : VXChangedProperties(entity, base, own)) {
         if (!storeTrumps || VXIsSameValue(base.value(index), stored.value(index)))
             merged->value(index) = own.value(index);

@@ -13,9 +13,6 @@ bool VXIsSameValue(const QVariant &a, const QVariant &b);
 /** Indexes of the properties with a place in the row that differ between two rows of an entity. */
 QList<int> VXChangedProperties(const VXEntityDescription &entity, const VXStoreRow &before, const VXStoreRow &after);
 
-/** All values of a row, with another version. */
-std::shared_ptr<VXStoreRow> VXCopiedRow(const VXStoreRow &row, qint64 version);
-
 /** True when the row has values of transient properties, which no store keeps. */
 bool VXHasTransientValues(const VXEntityDescription &entity, const VXStoreRow &row);
 void VXCopyTransientValues(const VXEntityDescription &entity, const VXStoreRow &from, VXStoreRow &to);

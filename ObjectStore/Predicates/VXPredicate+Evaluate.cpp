@@ -1,6 +1,7 @@
 #include "VXPredicate.h"
 
 #include "VXNone.h"
+#include "VXPatternMatching.h"
 #include "VXValueComparison.h"
 
 #include <algorithm>
@@ -67,7 +68,7 @@ bool compareTexts(Operator comparison, const QVariant &left, const QVariant &rig
     if (comparison == Operator::Matches) {
         const QRegularExpression pattern = VXMatchesPattern(right.toString(), options);
         return pattern.isValid() &&
-               pattern.match(VXFoldedText(left.toString(), options & VXTextOption::DiacriticInsensitive)).hasMatch();
+               VXPatternMatches(pattern, VXFoldedText(left.toString(), options & VXTextOption::DiacriticInsensitive));
     }
     const QString text = VXFoldedText(left.toString(), options);
     const QString part = VXFoldedText(right.toString(), options);

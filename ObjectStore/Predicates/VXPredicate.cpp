@@ -1,5 +1,6 @@
 #include "VXPredicate.h"
 
+#include "VXException.h"
 #include "VXPredicateParser.h"
 
 #include <algorithm>
@@ -15,7 +16,15 @@ struct VXPredicate::Node
     Operator comparison = Operator::Equal;
     VXTextOptions options = {};
     Modifier modifier = Modifier::Direct;
+    int depth = 1; // of predicates inside each other, itself included
 };
+
+namespace {
+
+// What walks over a predicate, and what takes it apart, goes as deep as it does.
+constexpr int deepest = 1000;
+
+} // namespace
 
 std::optional<VXPredicate> VXPredicate::predicateWithFormat(const QString &format, const QVariantList &arguments,
                                                             VXError *error)
@@ -36,9 +45,14 @@ VXPredicate VXPredicate::truth(bool value)
 
 VXPredicate VXPredicate::compound(Kind kind, const QList<VXPredicate> &predicates)
 {
-    if (predicates.size() == 1)
+    if (predicates.size() == 1 && kind != Kind::Not)
         return predicates.constFirst();
-    return VXPredicate(std::make_shared<const Node>(Node{.kind = kind, .subpredicates = predicates}));
+    int depth = 0;
+    for (const VXPredicate &predicate : predicates)
+        depth = std::max(depth, predicate._node->depth);
+    VXAssert(depth < deepest, u"predicates are nested more than %1 deep"_s.arg(deepest));
+    return VXPredicate(
+        std::make_shared<const Node>(Node{.kind = kind, .subpredicates = predicates, .depth = depth + 1}));
 }
 
 VXPredicate VXPredicate::allOf(const QList<VXPredicate> &predicates)
@@ -53,7 +67,7 @@ VXPredicate VXPredicate::anyOf(const QList<VXPredicate> &predicates)
 
 VXPredicate VXPredicate::negationOf(const VXPredicate &predicate)
 {
-    return VXPredicate(std::make_shared<const Node>(Node{.kind = Kind::Not, .subpredicates = {predicate}}));
+    return compound(Kind::Not, {predicate});
 }
 
 VXPredicate VXPredicate::comparison(const VXExpression &left, Operator comparison, const VXExpression &right,

@@ -1,7 +1,5 @@
 #include "VXPredicateScanner.h"
 
-#include <QtCore/QRegularExpression>
-
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -65,15 +63,35 @@ VXPredicateToken VXPredicateScanner::text(QChar quote)
     return {VXPredicateToken::Kind::Bad, u"the text does not end"_s, start};
 }
 
+// A sign, digits with or without a point among or before them, an exponent.
 VXPredicateToken VXPredicateScanner::number()
 {
-    static const QRegularExpression form(uR"(-?(\d+(\.\d*)?|\.\d+)([eE][-+]?\d+)?)"_s);
-    const QRegularExpressionMatch match =
-        form.match(_source, _at, QRegularExpression::NormalMatch, QRegularExpression::AnchorAtOffsetMatchOption);
     const qsizetype start = _at;
-    _at += qMax<qsizetype>(match.capturedLength(), 1);
-    return match.hasMatch() ? VXPredicateToken{VXPredicateToken::Kind::Number, match.captured(), start}
-                            : VXPredicateToken{VXPredicateToken::Kind::Bad, u"this is no number"_s, start};
+    const auto skipDigits = [this] {
+        while (peek() >= u'0' && peek() <= u'9')
+            ++_at;
+    };
+    if (peek() == u'-')
+        ++_at;
+    const qsizetype first = _at;
+    skipDigits();
+    if (peek() == u'.') {
+        ++_at;
+        skipDigits();
+    }
+    const bool hasDigits = _at > first + (_source[first] == u'.' ? 1 : 0);
+    if (!hasDigits) {
+        _at = start + 1;
+        return {VXPredicateToken::Kind::Bad, u"this is no number"_s, start};
+    }
+    if (peek() == u'e' || peek() == u'E') {
+        const qsizetype sign = peek(1) == u'-' || peek(1) == u'+' ? 1 : 0;
+        if (const QChar digit = peek(1 + sign); digit >= u'0' && digit <= u'9') {
+            _at += 1 + sign;
+            skipDigits();
+        }
+    }
+    return {VXPredicateToken::Kind::Number, _source.sliced(start, _at - start), start};
 }
 
 VXPredicateToken VXPredicateScanner::mark()

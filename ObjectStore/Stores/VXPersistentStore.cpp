@@ -1,5 +1,6 @@
 #include "VXPersistentStore.h"
 
+#include <QtCore/QSet>
 #include <QtCore/QUuid>
 
 #include <array>
@@ -22,14 +23,51 @@ QVariantMap hashesOf(const VXManagedObjectModel &model)
     return hashes;
 }
 
+/** The stores of this process that are open. */
+struct OpenStores
+{
+    VXMutex lock;
+    QSet<VXPersistentStore *> stores VX_GUARDED_BY(lock);
+};
+
+OpenStores &openStores()
+{
+    static auto &stores = *new OpenStores; // never freed: the last store may outlive whatever is
+    return stores;
+}
+
 } // namespace
+
+QString VXBrokenReference::description() const
+{
+    return u"\"%1\" of %2 leads to %3, which %4."_s.arg(
+        relationship->name(), source.isNull() ? u"an object"_s : source.uriRepresentation().toString(),
+        target.uriRepresentation().toString(), isTargetThere ? u"does not lead back"_s : u"is not there"_s);
+}
 
 VXPersistentStore::VXPersistentStore(VXStoreType type, const QString &path, const VXManagedObjectModel::Ptr &model)
     : _type(type), _path(path), _model(model)
 {
 }
 
-VXPersistentStore::~VXPersistentStore() = default;
+VXPersistentStore::~VXPersistentStore()
+{
+    setClosed();
+}
+
+void VXPersistentStore::setClosed()
+{
+    const VXMutexLocker lock(openStores().lock);
+    openStores().stores.remove(this);
+}
+
+void VXPersistentStore::closeAll()
+{
+    const VXMutexLocker lock(openStores().lock);
+    for (VXPersistentStore *const store : std::as_const(openStores().stores))
+        store->close();
+    openStores().stores.clear();
+}
 
 QString VXPersistentStore::nameOfType(VXStoreType type)
 {
@@ -60,6 +98,8 @@ void VXPersistentStore::setOpened(const QVariantMap &metadata)
 {
     _identity = &VXStoreIdentity::withIdentifier(metadata.value(VXStoreUUIDKey).toString());
     setStoredMetadata(metadata);
+    const VXMutexLocker lock(openStores().lock);
+    openStores().stores.insert(this);
 }
 
 QVariantMap VXPersistentStore::initialMetadata() const
@@ -117,4 +157,58 @@ void VXPersistentStore::markMetadataSaved(const QVariantMap &saved)
     const VXMutexLocker lock(_metadataLock);
     if (_metadata == saved)
         _isMetadataUnsaved = false;
+}
+
+bool VXPersistentStore::rows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(VXFetchedRow)> &sink,
+                             VXError *error)
+{
+    for (const VXManagedObjectID &objectID : objectIDs) {
+        VXError problem;
+        if (VXStoreRow::Ptr found = row(objectID, &problem); found) {
+            sink({objectID, std::move(found)});
+        } else if (problem) {
+            VXSetError(error, problem);
+            return false;
+        }
+    }
+    return true;
+}
+
+// By an ordinary save, so that others who have read a row learn of it.
+std::optional<QStringList> VXPersistentStore::mend(VXError *error)
+{
+    QList<VXBrokenReference> broken;
+    if (!findBrokenReferences(&broken, error))
+        return std::nullopt;
+    VXSaveRequest request;
+    QStringList mended;
+    QHash<VXManagedObjectID, std::pair<std::shared_ptr<VXStoreRow>, qsizetype>> changed; // and where in the request
+    for (const VXBrokenReference &each : std::as_const(broken)) {
+        if (each.source.isNull())
+            continue;
+        mended.append(each.description());
+        if (each.relationship->isToMany()) {
+            request.links.append({each.source, each.relationship, {}, {each.target}});
+            continue;
+        }
+        auto &[mendedRow, place] = changed[each.source];
+        if (!mendedRow) {
+            const VXStoreRow::Ptr base = row(each.source, error);
+            if (!base)
+                return std::nullopt;
+            mendedRow = base->copy(base->version() + 1);
+            place = request.changes.size();
+            request.changes.append({each.source, mendedRow, base});
+        }
+        mendedRow->value(each.relationship->index()).clear();
+        request.changes[place].changedProperties.append(each.relationship->index());
+    }
+    QList<VXRowConflict> conflicts;
+    const auto transaction = mended.isEmpty() ? nullptr : save(request, &conflicts, error);
+    if (mended.isEmpty() || (transaction && transaction->commit(error)))
+        return mended;
+    if (!conflicts.isEmpty())
+        VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::MergeConflict, u"The store cannot be mended."_s,
+                                             u"Somebody else is changing it."_s, path()));
+    return std::nullopt;
 }

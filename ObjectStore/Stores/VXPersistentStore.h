@@ -38,6 +38,28 @@ struct VXFetchedRow
     VXStoreRow::Ptr row;
 };
 
+/** The rows that a fetch finds, in order. Holds on to what it reads from, so let go of it when done. For one thread. */
+class VXRowCursor
+{
+public:
+    enum class Step { Row, End, Failed };
+
+    virtual ~VXRowCursor() = default;
+    VXRowCursor(const VXRowCursor &) = delete;
+    VXRowCursor &operator=(const VXRowCursor &) = delete;
+
+    /** Whether all of the predicate and the order was decided. If not, no order, limit and offset was applied, and the caller
+     * decides the rest on each row. */
+    bool isExact() const { return _isExact; }
+    virtual Step next(VXFetchedRow *row, VXError *error) = 0;
+
+protected:
+    explicit VXRowCursor(bool isExact) : _isExact(isExact) {}
+
+private:
+    const bool _isExact;
+};
+
 /** How a to-many relationship without a column of its own (to-many at both ends) changes. */
 struct VXLinkChange
 {
@@ -68,11 +90,25 @@ struct VXSaveRequest
     std::optional<QVariantMap> metadata; // to be saved too
 };
 
-/** A row that somebody else changed or deleted since the context read it. */
+/** A row and the to-one relationship of it that leads to an object. */
+struct VXRowReference
+{
+    VXFetchedRow source;
+    const VXRelationshipDescription *relationship;
+};
+
+/** What stands against the save of an object. */
 struct VXRowConflict
 {
+    enum class Kind {
+        Changed,    // somebody else has changed or deleted it since the context read it
+        Missing,    // it is not there, but something that is saved leads to it
+        Referenced, // it is deleted, but something that stays leads to it
+    };
     VXManagedObjectID objectID;
     VXStoreRow::Ptr stored; // null: it is gone
+    Kind kind = Kind::Changed;
+    QList<VXRowReference> references = {}; // of one that is referenced: from where
 };
 
 /** A save that has been carried out but is not yet for good. Destroyed without commit it is undone. */
@@ -80,8 +116,19 @@ class VXStoreTransaction
 {
 public:
     virtual ~VXStoreTransaction() = default;
-    /** False, with nothing changed, on failure. */
+    /** False, with nothing changed, on failure; with the code SaveUnknown it may come to light after a crash all the same. */
     virtual bool commit(VXError *error) = 0;
+};
+
+/** A reference that leads to an object that is gone, or to one that does not lead back. */
+struct VXBrokenReference
+{
+    VXManagedObjectID source;
+    const VXRelationshipDescription *relationship;
+    VXManagedObjectID target;
+    bool isTargetThere;
+
+    QString description() const;
 };
 
 /**
@@ -113,14 +160,20 @@ public:
     /** Opens or creates the data file. Refuses one that is damaged, or was made with a model that differs, untouched. */
     virtual bool open(VXError *error) = 0;
 
-    /** Hands over the matching rows in order. `needsRows` false: IDs only. `isExact` tells, before the first, whether all of
-     * the predicate was decided; if not, no limit and offset was applied, and the caller decides the rest on each. */
-    virtual bool fetch(const VXFetchRequest &request, bool needsRows, const std::function<void(VXFetchedRow)> &sink,
-                       bool *isExact, VXError *error) = 0;
+    /** Lets go of the file, and brings all that was saved into it; what is called afterwards fails. */
+    virtual void close() {}
+    /** Closes every store that is still open: for the end of the program. */
+    static void closeAll();
+
+    /** The matching rows. `needsRows` false: IDs only. @return null on failure. */
+    virtual std::unique_ptr<VXRowCursor> fetch(const VXFetchRequest &request, bool needsRows, VXError *error) = 0;
     /** Empty with an error on failure; empty without one when the store cannot decide all of the predicate. */
     virtual std::optional<qint64> count(const VXFetchRequest &request, VXError *error) = 0;
     /** Null when the object is gone, and then without an error. */
     virtual VXStoreRow::Ptr row(const VXManagedObjectID &objectID, VXError *error) = 0;
+    /** Hands over the rows of those objects that are there, in no particular order. False on failure. */
+    virtual bool rows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(VXFetchedRow)> &sink,
+                      VXError *error);
     /** What a to-many relationship leads to, in no particular order; for many objects at once, by source. */
     virtual bool
     related(const QList<VXManagedObjectID> &sources, const VXRelationshipDescription &relationship,
@@ -130,18 +183,26 @@ public:
     /** The first of `count` numbers that no object of the root entity has had or will be given again. */
     virtual std::optional<qint64> reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error) = 0;
     /**
-     * Carries out a save: all or nothing. @return null on failure; with conflicts listed, nothing else is wrong.
+     * Carries out a save: all or nothing. @return null on failure; with conflicts listed, nothing else is wrong. What is saved
+     * leads only to objects that are there afterwards, and nothing to one that is deleted, unless a delete rule allows it.
      */
     virtual std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                                      VXError *error) = 0;
     /** What an integrity check finds; empty when the store is sound. */
     virtual QStringList check() = 0;
+    /** Removes the references that are broken, and saves that. @return what was removed, as texts; empty on failure. */
+    std::optional<QStringList> mend(VXError *error);
+    /** Writes what the store holds to a new file of the same type, while others may go on saving. The copy is the same
+     * store: both cannot be attached together. */
+    virtual bool copyTo(const QString &path, VXError *error) = 0;
 
 protected:
     VXPersistentStore(VXStoreType type, const QString &path, const VXManagedObjectModel::Ptr &model);
 
     /** Called once, by open: the metadata as the data file has it, or initialMetadata() for a new one. */
     void setOpened(const QVariantMap &metadata);
+    /** For the destructors of those who override close: closeAll leaves the store alone from then on. */
+    void setClosed();
     /** What a new store begins with. */
     QVariantMap initialMetadata() const;
     /** Whether the store has an identifier, and its entities are the same in the model; `reason` names what is wrong. */
@@ -149,6 +210,7 @@ protected:
     /** Takes over metadata that somebody else wrote; metadata set here that was not written yet stays. */
     void setStoredMetadata(const QVariantMap &metadata);
     void markMetadataSaved(const QVariantMap &saved);
+    virtual bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) = 0;
 
 private:
     QVariantMap withOwnEntries(const QVariantMap &metadata) const;

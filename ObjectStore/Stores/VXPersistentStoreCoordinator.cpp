@@ -2,11 +2,13 @@
 
 #include "VXRowTableStore.h"
 #include "VXSQLiteStore.h"
+#include "VXStorePath.h"
 #include "VXXMLStore.h"
 
 #include <QtCore/QFileInfo>
 
 #include <algorithm>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -78,14 +80,63 @@ bool staysInStore(const Changes &changes, VXError *error)
     return true;
 }
 
+/** What a store has carried out of a save. */
+struct Prepared
+{
+    VXPersistentStore *store;
+    std::unique_ptr<VXStoreTransaction> transaction;
+};
+
+// Those that may fail yet come first: an SQLite store writes at the commit, an XML store has only to rename its file, and one
+// in memory cannot fail.
+bool commit(std::vector<Prepared> prepared, QSet<const VXStoreIdentity *> *saved, VXError *error)
+{
+    std::stable_sort(prepared.begin(), prepared.end(),
+                     [](const Prepared &a, const Prepared &b) { return a.store->type() < b.store->type(); });
+    QStringList savedPaths;
+    for (const Prepared &each : prepared) {
+        VXError problem;
+        if (each.transaction->commit(&problem)) {
+            saved->insert(&each.store->identity());
+            savedPaths.append(each.store->path());
+            continue;
+        }
+        const QString reason = problem.localizedDescription() + u' ' + problem.localizedRecoverySuggestion();
+        VXSetError(error, savedPaths.isEmpty()
+                              ? problem
+                              : VXObjectStoreError(
+                                    VXObjectStoreErrorCode::SavedInPart, u"A part of the objects was saved."_s,
+                                    u"Saved were those of %1; but here: %2"_s.arg(savedPaths.join(", "_L1), reason),
+                                    each.store->path()));
+        return false;
+    }
+    saved->clear(); // all of them
+    return true;
+}
+
 } // namespace
 
-VXPersistentStoreCoordinator::VXPersistentStoreCoordinator(const VXManagedObjectModel::Ptr &model) : _model(model) {}
+VXPersistentStoreCoordinator::VXPersistentStoreCoordinator(const VXManagedObjectModel::Ptr &model,
+                                                           VXObjectClasses classes)
+    : _model(model), _objectClasses(classes)
+{
+}
 
 VXPersistentStoreCoordinator::Ptr
-VXPersistentStoreCoordinator::coordinatorWithModel(const VXManagedObjectModel::Ptr &model)
+VXPersistentStoreCoordinator::coordinatorWithModel(const VXManagedObjectModel::Ptr &model, VXError *error,
+                                                   VXObjectClasses classes)
 {
-    return model ? Ptr(new VXPersistentStoreCoordinator(model)) : nullptr;
+    if (model)
+        return Ptr(new VXPersistentStoreCoordinator(model, classes));
+    VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::StoreIncompatibleModel,
+                                         u"The stores cannot be opened."_s, u"There is no model."_s));
+    return nullptr;
+}
+
+void VXPersistentStoreCoordinator::holdWhileOpen(const std::shared_ptr<const void> &resource)
+{
+    const VXMutexLocker lock(_lock);
+    _held.append(resource);
 }
 
 StorePtr VXPersistentStoreCoordinator::addPersistentStore(VXStoreType type, const QString &path,
@@ -96,24 +147,44 @@ StorePtr VXPersistentStoreCoordinator::addPersistentStore(VXStoreType type, cons
         VXSetError(error, attachError(Code::IncompatibleStoreType, u"It has no path."_s, {}));
         return nullptr;
     }
-    StorePtr store = makeStore(type, path, _model, options);
-    if (!store->open(error))
+    const std::optional<QString> real = type == VXStoreType::InMemory ? QString() : VXRealStorePath(path, error);
+    if (!real)
         return nullptr;
+    StorePtr store = makeStore(type, *real, _model, options);
+    return addPersistentStore(store, error) ? store : nullptr;
+}
+
+bool VXPersistentStoreCoordinator::addPersistentStore(const StorePtr &store, VXError *error)
+{
+    if (!store->open(error))
+        return false;
     const VXMutexLocker lock(_lock);
     const auto isTwin = [&](const StorePtr &each) { return &each->identity() == &store->identity(); };
-    if (std::none_of(_stores.cbegin(), _stores.cend(), isTwin)) {
+    const auto twin = std::find_if(_stores.cbegin(), _stores.cend(), isTwin);
+    if (twin == _stores.cend()) {
         _stores.append(store);
-        return store;
+        return true;
     }
-    VXSetError(error, attachError(Code::InvalidStore, u"It is attached already, or a copy of it is."_s, path));
-    return nullptr;
+    const bool isSame = isSameFile((*twin)->path(), store->path());
+    VXSetError(error,
+               attachError(VXObjectStoreErrorCode::InvalidStore,
+                           isSame ? u"It is attached already."_s
+                                  : u"It has the identifier of %1, and so one of them is a copy of the other."_s.arg(
+                                        (*twin)->path()),
+                           store->path()));
+    return false;
 }
 
 bool VXPersistentStoreCoordinator::removePersistentStore(const StorePtr &store, VXError *error)
 {
-    const VXMutexLocker lock(_lock);
-    if (_stores.removeOne(store))
+    const bool wasAttached = [&] {
+        const VXMutexLocker lock(_lock);
+        return _stores.removeOne(store);
+    }();
+    if (wasAttached) {
+        store->close();
         return true;
+    }
     VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::InvalidStore, u"The store cannot be removed."_s,
                                          u"It is not attached."_s));
     return false;
@@ -164,11 +235,14 @@ VXManagedObjectID VXPersistentStoreCoordinator::objectIDForURIRepresentation(con
 QVariantMap VXPersistentStoreCoordinator::metadataForPersistentStore(VXStoreType type, const QString &path,
                                                                      VXError *error)
 {
+    const std::optional<QString> real = type == VXStoreType::InMemory ? QString() : VXRealStorePath(path, error);
+    if (!real)
+        return {};
     switch (type) {
     case VXStoreType::SQLite:
-        return VXSQLiteStore::metadataOfFile(path, error);
+        return VXSQLiteStore::metadataOfFile(*real, error);
     case VXStoreType::XML:
-        return VXXMLStore::metadataOfFile(path, error);
+        return VXXMLStore::metadataOfFile(*real, error);
     case VXStoreType::InMemory:
         break;
     }
@@ -178,7 +252,8 @@ QVariantMap VXPersistentStoreCoordinator::metadataForPersistentStore(VXStoreType
 }
 
 bool VXPersistentStoreCoordinator::save(const QHash<const VXStoreIdentity *, VXSaveRequest> &requests,
-                                        QList<VXRowConflict> *conflicts, VXError *error)
+                                        QList<VXRowConflict> *conflicts, QSet<const VXStoreIdentity *> *saved,
+                                        VXError *error)
 {
     QList<StorePtr> stores; // always in the order they were attached, so that two saves cannot wait for each other
     for (const StorePtr &store : persistentStores()) {
@@ -191,14 +266,14 @@ bool VXPersistentStoreCoordinator::save(const QHash<const VXStoreIdentity *, VXS
         return false;
     }
     QList<VXRowConflict> found;
-    std::vector<std::unique_ptr<VXStoreTransaction>> transactions;
+    std::vector<Prepared> prepared;
     for (const StorePtr &store : stores) {
         const VXSaveRequest &request = *requests.constFind(&store->identity());
         if (!staysInStore(request.changes, error) || !staysInStore(request.links, error))
             return false;
         const qsizetype before = found.size();
-        transactions.push_back(store->save(request, &found, error));
-        if (!transactions.back() && found.size() == before)
+        prepared.push_back({store.get(), store->save(request, &found, error)});
+        if (!prepared.back().transaction && found.size() == before)
             return false;
     }
     if (!found.isEmpty()) {
@@ -207,6 +282,5 @@ bool VXPersistentStoreCoordinator::save(const QHash<const VXStoreIdentity *, VXS
                                              u"Somebody else has changed them."_s));
         return false;
     }
-    return std::all_of(transactions.cbegin(), transactions.cend(),
-                       [error](const auto &transaction) { return transaction->commit(error); });
+    return commit(std::move(prepared), saved, error);
 }

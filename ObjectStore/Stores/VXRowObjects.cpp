@@ -11,12 +11,14 @@ QVariant VXRowObjects::Object::valueForKey(const QString &key) const
     if (relationship == nullptr)
         return _stored->row->value(property->index());
     if (!relationship->isToMany()) {
-        const VXManagedObjectID *const target = VXRowTables::target(*_stored->row, *relationship);
+        const VXManagedObjectID *const target = _stored->row->target(relationship->index());
         return target == nullptr ? QVariant() : _objects.object(*target);
     }
     QVariantList targets;
-    for (const VXManagedObjectID &target : _objects._tables.targets(_stored->objectID, *relationship))
-        targets.append(_objects.object(target));
+    for (const VXManagedObjectID &target : _objects._tables.targets(_stored->objectID, *relationship)) {
+        if (_objects._tables.find(target) != nullptr)
+            targets.append(_objects.object(target));
+    }
     return targets;
 }
 

@@ -4,6 +4,31 @@
 
 using namespace Qt::StringLiterals;
 
+/** The rows that were found at once, of the tables as they were then. */
+class VXRowTableStore::Cursor final : public VXRowCursor
+{
+public:
+    Cursor(std::unique_ptr<VXRowFetch> fetch, bool needsRows)
+        : VXRowCursor(fetch->isExact()), _fetch(std::move(fetch)), _needsRows(needsRows), _rows(_fetch->run())
+    {
+    }
+
+    Step next(VXFetchedRow *row, VXError *) override
+    {
+        if (_next == _rows.size())
+            return Step::End;
+        const VXFetchedRow &found = *_rows[_next++];
+        *row = {found.objectID, _needsRows ? found.row : nullptr};
+        return Step::Row;
+    }
+
+private:
+    const std::unique_ptr<VXRowFetch> _fetch; // which keeps the rows
+    const bool _needsRows;
+    const std::vector<const VXFetchedRow *> _rows;
+    size_t _next = 0;
+};
+
 /** Holds the turn until it is over; what was checked is applied at the commit, in place unless somebody is reading. */
 class VXRowTableStore::Transaction final : public VXStoreTransaction
 {
@@ -69,16 +94,11 @@ void VXRowTableStore::setTables(const VXRowTables &tables)
     std::swap(_tables, before);
 }
 
-bool VXRowTableStore::fetch(const VXFetchRequest &request, bool needsRows,
-                            const std::function<void(VXFetchedRow)> &sink, bool *isExact, VXError *error)
+std::unique_ptr<VXRowCursor> VXRowTableStore::fetch(const VXFetchRequest &request, bool needsRows, VXError *error)
 {
     if (!refresh(error))
-        return false;
-    VXRowFetch rows(tables(), request);
-    *isExact = rows.isExact();
-    for (const VXFetchedRow *const row : rows.run())
-        sink(needsRows ? *row : VXFetchedRow{row->objectID, nullptr});
-    return true;
+        return nullptr;
+    return std::make_unique<Cursor>(std::make_unique<VXRowFetch>(tables(), request), needsRows);
 }
 
 std::optional<qint64> VXRowTableStore::count(const VXFetchRequest &request, VXError *error)
@@ -108,8 +128,10 @@ bool VXRowTableStore::related(
         return false;
     const VXRowTables now = tables();
     for (const VXManagedObjectID &source : sources) {
-        for (const VXManagedObjectID &target : now.targets(source, relationship))
-            sink(source, target);
+        for (const VXManagedObjectID &target : now.targets(source, relationship)) {
+            if (now.find(target) != nullptr)
+                sink(source, target);
+        }
     }
     return true;
 }
@@ -145,7 +167,7 @@ std::unique_ptr<VXStoreTransaction> VXRowTableStore::saveInTurn(WriterTurn turn,
 bool VXRowTableStore::canSave(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const
 {
     const VXRowTables now = tables();
-    const QList<VXRowConflict> found = now.conflicts(request.changes);
+    const QList<VXRowConflict> found = now.conflicts(request);
     conflicts->append(found);
     if (!found.isEmpty())
         return false;
@@ -160,5 +182,26 @@ bool VXRowTableStore::canSave(const VXSaveRequest &request, QList<VXRowConflict>
 QStringList VXRowTableStore::check()
 {
     VXError error;
-    return refresh(&error) ? tables().findBrokenReferences() : QStringList{error.description()};
+    QList<VXBrokenReference> broken;
+    if (!findBrokenReferences(&broken, &error))
+        return {error.description()};
+    QStringList found;
+    for (const VXBrokenReference &each : std::as_const(broken))
+        found.append(each.description());
+    return found;
+}
+
+bool VXRowTableStore::findBrokenReferences(QList<VXBrokenReference> *found, VXError *error)
+{
+    if (!refresh(error))
+        return false;
+    *found = tables().brokenReferences();
+    return true;
+}
+
+bool VXRowTableStore::copyTo(const QString &, VXError *error)
+{
+    VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::IncompatibleStoreType,
+                                         u"The store cannot be copied."_s, u"A store in memory has no file."_s));
+    return false;
 }

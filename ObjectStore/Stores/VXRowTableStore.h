@@ -12,8 +12,7 @@ public:
     explicit VXRowTableStore(const VXManagedObjectModel::Ptr &model);
 
     bool open(VXError *error) override;
-    bool fetch(const VXFetchRequest &request, bool needsRows, const std::function<void(VXFetchedRow)> &sink,
-               bool *isExact, VXError *error) override;
+    std::unique_ptr<VXRowCursor> fetch(const VXFetchRequest &request, bool needsRows, VXError *error) override;
     std::optional<qint64> count(const VXFetchRequest &request, VXError *error) override;
     VXStoreRow::Ptr row(const VXManagedObjectID &objectID, VXError *error) override;
     bool related(const QList<VXManagedObjectID> &sources, const VXRelationshipDescription &relationship,
@@ -23,6 +22,8 @@ public:
     std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                              VXError *error) override;
     QStringList check() override;
+    /** Refused: there is no file. */
+    bool copyTo(const QString &path, VXError *error) override;
 
 protected:
     /** Of the one save at a time; on the thread that began it. */
@@ -38,6 +39,8 @@ protected:
     /** False, with the conflicts or the error, when the save cannot be carried out. */
     bool canSave(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const;
 
+    bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) override;
+
     WriterTurn waitForTurn();
     VXRowTables tables() const;
     void setTables(const VXRowTables &tables);
@@ -45,6 +48,7 @@ protected:
     qint64 takeNumbers(const VXEntityDescription &root, qint64 count, qint64 highest = 0);
 
 private:
+    class Cursor;
     class Transaction;
 
     VXMutex _writing; // guards nothing: who holds it may save

@@ -1,5 +1,7 @@
 #include "VXRowTables.h"
 
+#include "VXSaveReferences.h"
+
 using namespace Qt::StringLiterals;
 
 const VXFetchedRow *VXRowTables::find(const VXManagedObjectID &objectID) const
@@ -16,14 +18,6 @@ VXRowTables::Targets VXRowTables::targets(const VXManagedObjectID &source,
 {
     const auto links = _links.constFind(&relationship);
     return links == _links.cend() ? Targets() : links->value(source);
-}
-
-const VXManagedObjectID *VXRowTables::target(const VXStoreRow &row, const VXRelationshipDescription &relationship)
-{
-    const QVariant &value = row.value(relationship.index());
-    return value.metaType() == QMetaType::fromType<VXManagedObjectID>()
-               ? static_cast<const VXManagedObjectID *>(value.constData())
-               : nullptr;
 }
 
 void VXRowTables::raiseHighestNumber(const VXEntityDescription &root, qint64 number)
@@ -94,8 +88,8 @@ void VXRowTables::updateLinks(const VXManagedObjectID &objectID, const VXStoreRo
         const VXRelationshipDescription *const inverse = relationship->inverse();
         if (relationship->isToMany() || inverse == nullptr || !inverse->isToMany())
             continue;
-        const VXManagedObjectID *const from = before == nullptr ? nullptr : target(*before, *relationship);
-        const VXManagedObjectID *const to = after == nullptr ? nullptr : target(*after, *relationship);
+        const VXManagedObjectID *const from = before == nullptr ? nullptr : before->target(relationship->index());
+        const VXManagedObjectID *const to = after == nullptr ? nullptr : after->target(relationship->index());
         if (from != nullptr && (to == nullptr || *from != *to))
             take(*from, *inverse, objectID);
         if (to != nullptr && (from == nullptr || *from != *to))
@@ -103,7 +97,7 @@ void VXRowTables::updateLinks(const VXManagedObjectID &objectID, const VXStoreRo
     }
 }
 
-QList<VXRowConflict> VXRowTables::conflicts(const QList<VXRowChange> &changes) const
+QList<VXRowConflict> VXRowTables::changedRows(const QList<VXRowChange> &changes) const
 {
     QList<VXRowConflict> result;
     for (const VXRowChange &change : changes) {
@@ -114,6 +108,56 @@ QList<VXRowConflict> VXRowTables::conflicts(const QList<VXRowChange> &changes) c
             result.append({change.objectID, stored == nullptr ? nullptr : stored->row});
     }
     return result;
+}
+
+// The rows of a one end that lead to an object by now; `relationship` is the object's.
+QList<VXRowReference> VXRowTables::references(const VXManagedObjectID &objectID,
+                                              const VXRelationshipDescription &relationship) const
+{
+    Targets sources = targets(objectID, relationship);
+    if (const VXFetchedRow *const own = find(objectID); own != nullptr && !relationship.isToMany()) {
+        if (const VXManagedObjectID *const other = own->row->target(relationship.index()); other != nullptr)
+            sources.insert(*other);
+    }
+    QList<VXRowReference> found;
+    for (const VXManagedObjectID &source : std::as_const(sources)) {
+        const VXFetchedRow *const there = find(source);
+        const VXManagedObjectID *const target =
+            there == nullptr ? nullptr : there->row->target(relationship.inverse()->index());
+        if (target != nullptr && *target == objectID)
+            found.append({*there, relationship.inverse()});
+    }
+    return found;
+}
+
+QList<VXRowConflict> VXRowTables::conflicts(const VXSaveRequest &request) const
+{
+    QList<VXRowConflict> found = changedRows(request.changes);
+    const VXSaveReferences concerned(request);
+    if (!found.isEmpty() || (concerned.targets().isEmpty() && concerned.deleted().isEmpty()))
+        return found;
+    QHash<VXManagedObjectID, const VXRowChange *> changes;
+    for (const VXRowChange &change : request.changes)
+        changes.insert(change.objectID, &change);
+    for (const VXManagedObjectID &target : concerned.targets()) {
+        const VXRowChange *const change = changes.value(target);
+        if (find(target) == nullptr || (change != nullptr && !change->row))
+            found.append({target, nullptr, VXRowConflict::Kind::Missing});
+    }
+    for (auto each = concerned.deleted().cbegin(); each != concerned.deleted().cend(); ++each) {
+        for (const VXManagedObjectID &objectID : *each) {
+            QList<VXRowReference> references = this->references(objectID, *each.key());
+            references.removeIf([&](const VXRowReference &reference) {
+                const VXRowChange *const change = changes.value(reference.source.objectID);
+                const VXManagedObjectID *const target =
+                    change == nullptr || !change->row ? nullptr : change->row->target(reference.relationship->index());
+                return change != nullptr && (target == nullptr || *target != objectID);
+            });
+            if (!references.isEmpty())
+                found.append({objectID, changes.value(objectID)->base, VXRowConflict::Kind::Referenced, references});
+        }
+    }
+    return found;
 }
 
 bool VXRowTables::hasInserted(const QList<VXRowChange> &changes) const
@@ -141,29 +185,26 @@ void VXRowTables::apply(const VXSaveRequest &request)
     }
 }
 
-QStringList VXRowTables::findBrokenReferences() const
+QList<VXBrokenReference> VXRowTables::brokenReferences() const
 {
-    QStringList found;
+    QList<VXBrokenReference> found;
     const auto check = [&](const VXManagedObjectID &source, const VXRelationshipDescription &relationship,
                            const VXManagedObjectID &target) {
         const VXFetchedRow *const there = find(target);
         const VXRelationshipDescription &inverse = *relationship.inverse();
         const bool isOneToOne = !relationship.isToMany() && !inverse.isToMany();
         const VXManagedObjectID *const back =
-            there != nullptr && isOneToOne ? VXRowTables::target(*there->row, inverse) : &source;
-        const bool mayDangle = !relationship.isToMany() && inverse.deleteRule() == VXDeleteRule::NoAction;
-        if (there == nullptr ? mayDangle : back != nullptr && *back == source)
-            return;
-        found.append(u"\"%1\" of %2 leads to %3, which %4."_s.arg(
-            relationship.name(), source.uriRepresentation().toString(), target.uriRepresentation().toString(),
-            there == nullptr ? u"is not there"_s : u"does not lead back"_s));
+            there != nullptr && isOneToOne ? there->row->target(inverse.index()) : &source;
+        const bool isSound = there == nullptr ? !VXMustLeadSomewhere(relationship) : back != nullptr && *back == source;
+        if (!isSound)
+            found.append({source, &relationship, target, there != nullptr});
     };
     for (const Table &table : _tables) {
         for (const VXFetchedRow &object : table) {
             for (const VXRelationshipDescription *const relationship : object.objectID.entity().relationships()) {
                 if (relationship->isTransient())
                     continue;
-                if (const VXManagedObjectID *const to = target(*object.row, *relationship); to != nullptr)
+                if (const auto *const to = object.row->target(relationship->index()); to != nullptr)
                     check(object.objectID, *relationship, *to);
             }
         }
@@ -172,8 +213,10 @@ QStringList VXRowTables::findBrokenReferences() const
         if (!links.key()->isManyToMany())
             continue;
         for (auto link = links->cbegin(); link != links->cend(); ++link) {
-            for (const VXManagedObjectID &target : *link)
-                check(link.key(), *links.key(), target);
+            for (const VXManagedObjectID &target : *link) {
+                if (find(link.key()) != nullptr) // else it is told at the other end
+                    check(link.key(), *links.key(), target);
+            }
         }
     }
     return found;

@@ -20,8 +20,6 @@ public:
     Table table(const VXEntityDescription &root) const { return _tables.value(&root); }
     /** What a to-many relationship leads to. */
     Targets targets(const VXManagedObjectID &source, const VXRelationshipDescription &relationship) const;
-    /** The object that a row's to-one relationship leads to; nullptr for none. */
-    static const VXManagedObjectID *target(const VXStoreRow &row, const VXRelationshipDescription &relationship);
 
     /** The highest number that an object of the root entity has had; 0 for none. */
     qint64 highestNumber(const VXEntityDescription &root) const { return _highestNumbers.value(&root); }
@@ -37,14 +35,15 @@ public:
     void unlink(const VXManagedObjectID &source, const VXRelationshipDescription &relationship,
                 const VXManagedObjectID &target);
 
-    /** What stands against a save: rows that differ from those that the changes are based on. */
-    QList<VXRowConflict> conflicts(const QList<VXRowChange> &changes) const;
+    /** What stands against a save: rows that differ from those that the changes are based on, and, when there are none,
+     * references that would lead nowhere. */
+    QList<VXRowConflict> conflicts(const VXSaveRequest &request) const;
     /** Whether an object to be inserted has the number of one that is there. */
     bool hasInserted(const QList<VXRowChange> &changes) const;
     void apply(const VXSaveRequest &request);
 
-    /** References to objects that are not there or do not lead back, as texts. */
-    QStringList findBrokenReferences() const;
+    /** References to objects that are not there or do not lead back. */
+    QList<VXBrokenReference> brokenReferences() const;
 
 private:
     using Links = QHash<VXManagedObjectID, Targets>; // by source
@@ -53,6 +52,9 @@ private:
              const VXManagedObjectID &target);
     void take(const VXManagedObjectID &source, const VXRelationshipDescription &relationship,
               const VXManagedObjectID &target);
+    QList<VXRowConflict> changedRows(const QList<VXRowChange> &changes) const;
+    QList<VXRowReference> references(const VXManagedObjectID &objectID,
+                                     const VXRelationshipDescription &relationship) const;
     void updateLinks(const VXManagedObjectID &objectID, const VXStoreRow *before, const VXStoreRow *after);
 
     QHash<const VXEntityDescription *, Table> _tables;          // by root entity

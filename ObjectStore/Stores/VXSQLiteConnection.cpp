@@ -147,6 +147,7 @@ bool VXSQLiteConnection::execute(const QString &sql, VXError *error)
     if (!statement)
         return false;
     const bool isDone = statement.run();
+    _lastStatus = isDone ? SQLITE_OK : sqlite3_extended_errcode(_database);
     if (!isDone)
         VXSetError(error, lastError());
     return isDone;
@@ -176,6 +177,15 @@ bool VXSQLiteConnection::isInTransaction() const
 bool VXSQLiteConnection::isReadOnly() const
 {
     return sqlite3_db_readonly(_database, "main") == 1;
+}
+
+// The end of a transaction is written last. So it is not there when it had no turn, or one of the writes before failed; but
+// it may be when only what comes after it did: bringing it to the disk, or telling other processes.
+bool VXSQLiteConnection::mayHaveCommitted() const
+{
+    const int kind = _lastStatus & 0xFF;
+    return kind != SQLITE_OK && kind != SQLITE_BUSY && kind != SQLITE_FULL && kind != SQLITE_CONSTRAINT &&
+           _lastStatus != SQLITE_IOERR_WRITE;
 }
 
 bool VXSQLiteConnection::isConstraintViolated() const

@@ -43,6 +43,8 @@ public:
     bool isInTransaction() const;
     /** Also when writing was asked for and the file does not allow it. */
     bool isReadOnly() const;
+    /** Of a commit that failed just now: whether the log may hold it all the same, for whoever recovers it after a crash. */
+    bool mayHaveCommitted() const;
     /** Whether the last failure was that a row is there already. */
     bool isConstraintViolated() const;
     /** The last failure, as what kept an object store from working. */
@@ -55,6 +57,7 @@ private:
 
     sqlite3 *const _database; // owned
     const QString _path;
+    int _lastStatus = 0; // of what execute failed with
     std::atomic<qint64> *const _executions;
     QHash<QString, std::shared_ptr<sqlite3_stmt>> _statements;
 };

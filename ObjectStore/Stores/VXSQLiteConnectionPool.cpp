@@ -1,5 +1,7 @@
 #include "VXSQLiteConnectionPool.h"
 
+#include "VXObjectStoreError.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -12,6 +14,11 @@ VXSQLiteConnectionPool::Lease VXSQLiteConnectionPool::borrow(VXError *error)
 {
     {
         const VXMutexLocker lock(_lock);
+        if (_isClosed) {
+            VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::InvalidStore, u"The store cannot be used."_s,
+                                                 u"It is closed."_s, _path));
+            return {nullptr, Return{this}};
+        }
         if (!_idle.empty()) {
             Lease lease(_idle.back().release(), Return{this});
             _idle.pop_back();
@@ -30,6 +37,14 @@ void VXSQLiteConnectionPool::giveBack(VXSQLiteConnection *connection)
 {
     std::unique_ptr<VXSQLiteConnection> returned(connection); // closed without the lock
     const VXMutexLocker lock(_lock);
-    if (_idle.size() < maximumIdle)
+    if (_idle.size() < maximumIdle && !_isClosed)
         _idle.push_back(std::move(returned));
+}
+
+void VXSQLiteConnectionPool::close()
+{
+    std::vector<std::unique_ptr<VXSQLiteConnection>> closed; // without the lock
+    const VXMutexLocker lock(_lock);
+    _isClosed = true;
+    std::swap(closed, _idle);
 }

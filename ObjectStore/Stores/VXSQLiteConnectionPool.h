@@ -27,6 +27,8 @@ public:
     using Lease = std::unique_ptr<VXSQLiteConnection, Return>;
     /** Opens one more when all are in use. @return null on failure. */
     Lease borrow(VXError *error);
+    /** Lends no more. Those that are lent are closed when they come back. */
+    void close();
 
 private:
     void giveBack(VXSQLiteConnection *connection);
@@ -36,5 +38,6 @@ private:
     std::atomic<qint64> *const _executions;
     VXSQLiteConnection::Access _access = VXSQLiteConnection::Access::Read;
     VXMutex _lock;
+    bool _isClosed VX_GUARDED_BY(_lock) = false;
     std::vector<std::unique_ptr<VXSQLiteConnection>> _idle VX_GUARDED_BY(_lock); // the one used last at the end
 };

@@ -9,7 +9,9 @@
 
 #include <algorithm>
 
+#include <cstdio>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -54,6 +56,88 @@ bool hasHeader(const QString &path, VXError *error)
         return fail(Code::IncompatibleStoreType, u"The store cannot be read."_s,
                     u"It was written by a later version of this software."_s, path, error);
     return true;
+}
+
+VXError writeError(const QString &path, const QString &reason)
+{
+    return VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s, reason, path);
+}
+
+// What lies beside a file while SQLite uses it.
+void removeWithLogs(const QString &path)
+{
+    for (const char *const end : {"", "-journal", "-wal", "-shm"})
+        QFile::remove(path + QLatin1StringView(end));
+}
+
+/** An open folder; none when it cannot be opened. */
+class Folder
+{
+public:
+    explicit Folder(const QString &path)
+        : _descriptor(::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+    {
+    }
+    ~Folder()
+    {
+        if (_descriptor >= 0)
+            ::close(_descriptor); // ends the lock
+    }
+    Folder(const Folder &) = delete;
+    Folder &operator=(const Folder &) = delete;
+
+    void lock() const { ::flock(_descriptor, LOCK_EX); } // for as long as it takes to make a store
+    void synchronize() const { ::fsync(_descriptor); }
+
+private:
+    const int _descriptor;
+};
+
+// The log comes last: from the first transaction on the file itself says what it is. Closing brings it all to the disk.
+bool writeNew(const QString &path, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
+              const QVariantMap &metadata, std::chrono::milliseconds busyTimeout, VXError *error)
+{
+    const auto connection = VXSQLiteConnection::open(path, Access::Create, busyTimeout, nullptr, error);
+    VXSQLiteFile::Contents none;
+    // The encoding counts while the file is empty only; so texts need no conversion.
+    return connection && connection->execute(u"PRAGMA encoding = 'UTF-16le'"_s, error) &&
+           connection->execute(u"PRAGMA synchronous = FULL"_s, error) &&
+           connection->execute(u"BEGIN IMMEDIATE"_s, error) &&
+           connection->execute(u"PRAGMA application_id = %1"_s.arg(VXSQLiteSchema::applicationID), error) &&
+           connection->execute(u"PRAGMA user_version = %1"_s.arg(VXSQLiteSchema::formatVersion), error) &&
+           VXSQLiteFile::extend(*connection, schema, model, none, error) &&
+           VXSQLiteFile::writeMetadata(*connection, metadata, error) && connection->execute(u"COMMIT"_s, error) &&
+           connection->execute(u"PRAGMA journal_mode = WAL"_s, error);
+}
+
+// One read transaction over all of it. VACUUM keeps the numbers, the version and the mark of the file, and waits for the disk.
+bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout, VXError *error)
+{
+    {
+        const auto source = VXSQLiteFile::openForReading(path, busyTimeout, nullptr, error);
+        if (!source || !source->execute(u"VACUUM INTO '%1'"_s.arg(QString(to).replace("'"_L1, "''"_L1)), error))
+            return false;
+    }
+    const auto copied = VXSQLiteConnection::open(to, Access::Write, busyTimeout, nullptr, error);
+    return copied && copied->execute(u"PRAGMA synchronous = FULL"_s, error) &&
+           copied->execute(u"PRAGMA journal_mode = WAL"_s, error);
+}
+
+bool moveInPlace(const QString &from, const QString &path, const Folder &folder, VXError *error)
+{
+    if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(path).constData()) == 0) {
+        folder.synchronize();
+        return true;
+    }
+    VXSetError(error, writeError(path, qt_error_string()));
+    return false;
+}
+
+// The errors of what is made aside are those of the file it is to become.
+VXError renamed(const VXError &error, const QString &path)
+{
+    return VXObjectStoreError(Code(error.code()), error.localizedDescription(), error.localizedRecoverySuggestion(),
+                              path);
 }
 
 bool isFolderWritable(const QString &path)
@@ -172,9 +256,6 @@ std::optional<VXSQLiteFile::Contents> VXSQLiteFile::read(VXSQLiteConnection &con
     Contents contents;
     if (!readExisting(connection, contents.existing, error))
         return std::nullopt;
-    contents.isNew = contents.existing.columns.isEmpty();
-    if (contents.isNew)
-        return contents;
     VXError problem;
     if (readMetadata(connection, contents.metadata, &problem) &&
         readEntities(connection, contents.entityNumbers, &problem))
@@ -184,6 +265,43 @@ std::optional<VXSQLiteFile::Contents> VXSQLiteFile::read(VXSQLiteConnection &con
                                                problem.description(), path)
                           : problem);
     return std::nullopt;
+}
+
+bool VXSQLiteFile::create(const QString &path, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
+                          const QVariantMap &metadata, std::chrono::milliseconds busyTimeout, VXError *error)
+{
+    const QFileInfo place(path);
+    const Folder folder(place.path());
+    folder.lock();
+    if (!isMissing(path)) // by now: another process was faster
+        return true;
+    const QString aside = place.path() + "/."_L1 + place.fileName() + ".new"_L1;
+    removeWithLogs(aside); // left by somebody who died
+    VXError problem;
+    if (writeNew(aside, schema, model, metadata, busyTimeout, &problem) && moveInPlace(aside, path, folder, &problem))
+        return true;
+    removeWithLogs(aside);
+    VXSetError(error, renamed(problem, path));
+    return false;
+}
+
+bool VXSQLiteFile::copy(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout, VXError *error)
+{
+    const QFileInfo place(to);
+    const Folder folder(place.path());
+    folder.lock();
+    if (QFileInfo::exists(to) || place.isSymLink()) {
+        VXSetError(error, writeError(to, u"There is something already."_s));
+        return false;
+    }
+    const QString aside = place.path() + "/."_L1 + place.fileName() + ".new"_L1;
+    removeWithLogs(aside);
+    VXError problem;
+    if (copyDatabase(path, aside, busyTimeout, &problem) && moveInPlace(aside, to, folder, &problem))
+        return true;
+    removeWithLogs(aside);
+    VXSetError(error, renamed(problem, to));
+    return false;
 }
 
 bool VXSQLiteFile::writeMetadata(VXSQLiteConnection &connection, const QVariantMap &metadata, VXError *error)
@@ -211,10 +329,6 @@ bool VXSQLiteFile::writeMetadata(VXSQLiteConnection &connection, const QVariantM
 bool VXSQLiteFile::extend(VXSQLiteConnection &connection, const VXSQLiteSchema &schema,
                           const VXManagedObjectModel &model, Contents &contents, VXError *error)
 {
-    if (contents.isNew &&
-        !(connection.execute(u"PRAGMA application_id = %1"_s.arg(VXSQLiteSchema::applicationID), error) &&
-          connection.execute(u"PRAGMA user_version = %1"_s.arg(VXSQLiteSchema::formatVersion), error)))
-        return false;
     const VXSQLiteSchema::Additions additions = schema.additions(contents.existing);
     for (const QString &statement : additions.tables + additions.indexes) {
         if (!connection.execute(statement, error))

@@ -16,7 +16,6 @@ class VXSQLiteFile
 public:
     struct Contents
     {
-        bool isNew = false; // nothing in it yet
         QVariantMap metadata;
         QMap<QString, int> entityNumbers; // by name
         VXSQLiteSchema::Existing existing;
@@ -32,6 +31,12 @@ public:
     static VXSQLiteConnection::Access accessForReaders(const QString &path);
     static std::optional<Contents> read(VXSQLiteConnection &connection, const QString &path, VXError *error);
     static bool writeMetadata(VXSQLiteConnection &connection, const QVariantMap &metadata, VXError *error);
+    /** Makes the file of a new store, and then puts it in its place, whole: nobody ever sees a part of one, nor does the end of
+     * the program leave one. When another process is making it, waits until that is done. */
+    static bool create(const QString &path, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
+                       const QVariantMap &metadata, std::chrono::milliseconds busyTimeout, VXError *error);
+    /** A consistent copy, of a file that others may be writing. Replaces nothing. */
+    static bool copy(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout, VXError *error);
     /** Within a transaction adds what the schema has more than the contents. */
     static bool extend(VXSQLiteConnection &connection, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
                        Contents &contents, VXError *error);

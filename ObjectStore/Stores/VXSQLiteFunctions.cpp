@@ -1,5 +1,6 @@
 #include "VXSQLiteFunctions.h"
 
+#include "VXPatternMatching.h"
 #include "VXTextComparison.h"
 
 #include <QtCore/QtEndian>
@@ -60,7 +61,7 @@ struct Matches
     }
     bool matches(const QString &text) const
     {
-        return expression.isValid() && expression.match(VXFoldedText(text, options)).hasMatch();
+        return expression.isValid() && VXPatternMatches(expression, VXFoldedText(text, options));
     }
     const VXTextOptions options;
     const QRegularExpression expression;

@@ -1,5 +1,7 @@
 #include "VXSQLiteStore.h"
 
+#include "VXSaveReferences.h"
+
 using namespace Qt::StringLiterals;
 
 using Step = VXSQLiteStatement::Step;
@@ -43,13 +45,6 @@ QString oneSidedQuery(const VXRelationshipDescription &relationship)
                VXSQLiteSchema::link(relationship).table, sources);
 }
 
-// A delete rule of the other end may leave references behind; of one end in many the other end is made.
-bool mustLeadSomewhere(const VXRelationshipDescription &relationship)
-{
-    return relationship.isToMany() ? relationship.isManyToMany()
-                                   : relationship.inverse()->deleteRule() != VXDeleteRule::NoAction;
-}
-
 } // namespace
 
 QStringList VXSQLiteStore::check()
@@ -64,7 +59,11 @@ QStringList VXSQLiteStore::check()
     if (integrity != "ok"_L1)
         found.append(integrity.isNull() ? reasonOf(error) : integrity);
     findUnreadableRows(found);
-    findBrokenReferences(*connection, found);
+    QList<VXBrokenReference> broken;
+    if (!findBrokenReferences(&broken, &error))
+        found.append(reasonOf(error));
+    for (const VXBrokenReference &each : std::as_const(broken))
+        found.append(each.description());
     found.removeDuplicates(); // damage shows wherever it is read
     return found;
 }
@@ -75,40 +74,47 @@ void VXSQLiteStore::findUnreadableRows(QStringList &found)
         if (entity->superentity() != nullptr)
             continue;
         VXError error;
-        bool isExact = true;
-        if (!fetch(
-                VXFetchRequest(*entity), true, [](const VXFetchedRow &) {}, &isExact, &error))
+        const std::unique_ptr<VXRowCursor> rows = fetch(VXFetchRequest(*entity), true, &error);
+        VXRowCursor::Step at = rows ? VXRowCursor::Step::Row : VXRowCursor::Step::Failed;
+        for (VXFetchedRow row; at == VXRowCursor::Step::Row;)
+            at = rows->next(&row, &error);
+        if (at == VXRowCursor::Step::Failed)
             found.append(reasonOf(error));
     }
 }
 
-void VXSQLiteStore::findBrokenReferences(VXSQLiteConnection &connection, QStringList &found) const
+bool VXSQLiteStore::findBrokenReferences(QList<VXBrokenReference> *found, VXError *error)
 {
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    if (!connection)
+        return false;
     for (const VXEntityDescription *const entity : model().entities()) {
         for (const VXRelationshipDescription *const relationship : entity->relationships()) {
             if (&relationship->entity() != entity || relationship->isTransient())
                 continue;
-            if (mustLeadSomewhere(*relationship))
-                addReferences(connection, *relationship, danglingQuery(*relationship), u"is not there"_s, found);
-            if (const QString query = oneSidedQuery(*relationship); !query.isNull())
-                addReferences(connection, *relationship, query, u"does not lead back"_s, found);
+            if (VXMustLeadSomewhere(*relationship) &&
+                !addReferences(*connection, *relationship, danglingQuery(*relationship), false, found, error))
+                return false;
+            const QString query = oneSidedQuery(*relationship);
+            if (!query.isNull() && !addReferences(*connection, *relationship, query, true, found, error))
+                return false;
         }
     }
+    return true;
 }
 
-void VXSQLiteStore::addReferences(VXSQLiteConnection &connection, const VXRelationshipDescription &relationship,
-                                  const QString &query, const QString &fault, QStringList &found) const
+bool VXSQLiteStore::addReferences(VXSQLiteConnection &connection, const VXRelationshipDescription &relationship,
+                                  const QString &query, bool isTargetThere, QList<VXBrokenReference> *found,
+                                  VXError *error) const
 {
-    VXError error;
-    VXSQLiteStatement rows = connection.statement(query, &error);
-    Step at = rows ? rows.step() : Step::Failed;
-    for (; at == Step::Row; at = rows.step()) {
-        const VXManagedObjectID source = layout(relationship.entity()).readID(rows, identity());
-        const VXManagedObjectID target(relationship.destination(), identity(), rows.number(2));
-        found.append(u"\"%1\" of %2 leads to %3, which %4."_s.arg(
-            relationship.name(), source.isNull() ? u"an object"_s : source.uriRepresentation().toString(),
-            target.uriRepresentation().toString(), fault));
-    }
+    VXSQLiteStatement rows = connection.statement(query, error);
+    if (!rows)
+        return false;
+    Step at = rows.step();
+    for (; at == Step::Row; at = rows.step())
+        found->append({layout(relationship.entity()).readID(rows, identity()), &relationship,
+                       VXManagedObjectID(relationship.destination(), identity(), rows.number(2)), isTargetThere});
     if (at == Step::Failed)
-        found.append(error ? reasonOf(error) : reasonOf(connection.lastError()));
+        VXSetError(error, connection.lastError());
+    return at == Step::Done;
 }

@@ -24,6 +24,66 @@ struct VXSQLiteStore::Query
     }
 };
 
+/** Reads a connection's statement row by row. */
+class VXSQLiteStore::Cursor final : public VXRowCursor
+{
+public:
+    Cursor(const VXSQLiteStore &store, const VXSQLiteRowLayout &layout, Query query, bool needsRows)
+        : VXRowCursor(query.isExact), _store(store), _layout(layout), _query(std::move(query)), _needsRows(needsRows)
+    {
+    }
+
+    bool start(VXSQLiteConnectionPool::Lease connection, const QString &sql, VXError *error)
+    {
+        _connection = std::move(connection);
+        _statement = _connection ? _connection->statement(sql, error) : VXSQLiteStatement();
+        if (_statement)
+            _query.bind(_statement);
+        return bool(_statement);
+    }
+
+    Step next(VXFetchedRow *row, VXError *error) override
+    {
+        switch (_statement.step()) {
+        case VXSQLiteStatement::Step::Row:
+            return read(*row, error) ? Step::Row : Step::Failed;
+        case VXSQLiteStatement::Step::Done:
+            return Step::End;
+        case VXSQLiteStatement::Step::Failed:
+            break;
+        }
+        VXSetError(error, _connection->lastError());
+        return Step::Failed;
+    }
+
+private:
+    bool read(VXFetchedRow &fetched, VXError *error)
+    {
+        fetched = {_layout.readID(_statement, _store.identity()), nullptr};
+        QString problem;
+        if (fetched.objectID.isNull()) {
+            problem = u"An object is of an unknown entity, or has no number."_s;
+        } else if (_needsRows) {
+            const int propertyCount = int(fetched.objectID.entity().properties().size());
+            const auto row = _rows.next(propertyCount, VXSQLiteRowLayout::readVersion(_statement));
+            _layout.readRow(_statement, fetched.objectID, *row, &problem);
+            fetched.row = row;
+        }
+        if (problem.isNull())
+            return true;
+        VXSetError(error, _store.damage(problem));
+        return false;
+    }
+
+    const VXSQLiteStore &_store;
+    const VXSQLiteRowLayout &_layout;
+    const Query _query; // whose values the statement uses where they lie
+    const bool _needsRows;
+    VXSQLiteConnectionPool::Lease _connection;
+    VXSQLiteStatement _statement; // given back before its connection
+    VXStoreRowBatch _rows;
+};
+
 namespace {
 
 // The condition that rows are of the entities asked for; null when all of the table are.
@@ -44,28 +104,6 @@ QString entityCondition(const VXFetchRequest &request, const VXSQLiteSchema &sch
         numbers.append(QString::number(schema.entityNumber(*entity)));
     // The plus keeps SQLite from the index of the entities where there is a better one.
     return u"%1t0.Z_ENT IN (%2)"_s.arg(usesIndex ? u"+"_s : QString(), numbers.join(", "_L1));
-}
-
-QString numberList(const QList<VXManagedObjectID> &objectIDs)
-{
-    QStringList numbers;
-    numbers.reserve(objectIDs.size());
-    for (const VXManagedObjectID &objectID : objectIDs)
-        numbers.append(QString::number(objectID.number()));
-    return u'[' + numbers.join(u',') + u']';
-}
-
-// Columns: the number of the source, then the identity of the target.
-QString relatedQuery(const VXRelationshipDescription &relationship, bool isOne)
-{
-    const QString targets = VXSQLiteSchema::table(relationship.destination());
-    const QString wanted = isOne ? u"= ?1"_s : u"IN (SELECT value FROM json_each(?1))"_s;
-    if (!relationship.isManyToMany())
-        return u"SELECT t0.Z_PK, t0.Z_ENT, t0.%1 FROM %2 t0 WHERE t0.%1 %3"_s.arg(
-            VXSQLiteSchema::column(*relationship.inverse()), targets, wanted);
-    const VXSQLiteLink link = VXSQLiteSchema::link(relationship);
-    return u"SELECT t0.Z_PK, t0.Z_ENT, t1.%1 FROM %2 t1 JOIN %3 t0 ON t0.Z_PK = t1.%4 WHERE t1.%1 %5"_s.arg(
-        link.source, link.table, targets, link.target, wanted);
 }
 
 } // namespace
@@ -91,12 +129,10 @@ VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request) const
     return made;
 }
 
-bool VXSQLiteStore::fetch(const VXFetchRequest &request, bool needsRows, const std::function<void(VXFetchedRow)> &sink,
-                          bool *isExact, VXError *error)
+std::unique_ptr<VXRowCursor> VXSQLiteStore::fetch(const VXFetchRequest &request, bool needsRows, VXError *error)
 {
     const VXSQLiteRowLayout &rowLayout = layout(request.entity());
     Query wanted = query(request);
-    *isExact = wanted.isExact;
     QString sql = "SELECT "_L1 + (needsRows ? rowLayout.rowColumns() : rowLayout.identityColumns()) + wanted.source +
                   wanted.order;
     if (wanted.isExact && (request.limit > 0 || request.offset > 0)) {
@@ -106,33 +142,8 @@ bool VXSQLiteStore::fetch(const VXFetchRequest &request, bool needsRows, const s
         sql += u" LIMIT ?%1 OFFSET ?%2"_s.arg(next).arg(next + 1);
         wanted.values.append({request.limit > 0 ? qlonglong(request.limit) : -1LL, qlonglong(request.offset)});
     }
-    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
-    VXSQLiteStatement statement = connection ? connection->statement(sql, error) : VXSQLiteStatement();
-    if (!statement)
-        return false;
-    wanted.bind(statement);
-    VXStoreRowBatch rows;
-    Step at = statement.step();
-    for (; at == Step::Row; at = statement.step()) {
-        VXFetchedRow fetched{rowLayout.readID(statement, identity()), nullptr};
-        QString problem;
-        if (fetched.objectID.isNull()) {
-            problem = u"An object is of an unknown entity, or has no number."_s;
-        } else if (needsRows) {
-            const int propertyCount = int(fetched.objectID.entity().properties().size());
-            const auto row = rows.next(propertyCount, VXSQLiteRowLayout::readVersion(statement));
-            rowLayout.readRow(statement, fetched.objectID, *row, &problem);
-            fetched.row = row;
-        }
-        if (!problem.isNull()) {
-            VXSetError(error, damage(problem));
-            return false;
-        }
-        sink(std::move(fetched));
-    }
-    if (at == Step::Failed)
-        VXSetError(error, connection->lastError());
-    return at == Step::Done;
+    auto cursor = std::make_unique<Cursor>(*this, rowLayout, std::move(wanted), needsRows);
+    return cursor->start(_readers.borrow(error), sql, error) ? std::move(cursor) : nullptr;
 }
 
 std::optional<qint64> VXSQLiteStore::count(const VXFetchRequest &request, VXError *error)
@@ -162,6 +173,38 @@ VXStoreRow::Ptr VXSQLiteStore::row(const VXManagedObjectID &objectID, VXError *e
     return connection ? readRow(*connection, objectID, error) : nullptr;
 }
 
+bool VXSQLiteStore::rows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(VXFetchedRow)> &sink,
+                         VXError *error)
+{
+    QHash<const VXEntityDescription *, QVariantList> families;
+    for (const VXManagedObjectID &objectID : objectIDs)
+        families[&objectID.entity().rootEntity()].append(QVariant::fromValue(objectID));
+    for (auto family = families.cbegin(); family != families.cend(); ++family) {
+        const bool isOne = family->size() == 1;
+        const bool isRead = isOne ? VXPersistentStore::rows({family->front().value<VXManagedObjectID>()}, sink, error)
+                                  : readRows(*family.key(), *family, sink, error);
+        if (!isRead)
+            return false;
+    }
+    return true;
+}
+
+bool VXSQLiteStore::readRows(const VXEntityDescription &root, const QVariantList &objectIDs,
+                             const std::function<void(VXFetchedRow)> &sink, VXError *error)
+{
+    VXFetchRequest request(root);
+    request.predicate =
+        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(objectIDs));
+    const std::unique_ptr<VXRowCursor> cursor = fetch(request, true, error);
+    VXRowCursor::Step at = cursor ? VXRowCursor::Step::Row : VXRowCursor::Step::Failed;
+    for (VXFetchedRow row; at == VXRowCursor::Step::Row;) {
+        at = cursor->next(&row, error);
+        if (at == VXRowCursor::Step::Row)
+            sink(std::move(row));
+    }
+    return at == VXRowCursor::Step::End;
+}
+
 VXStoreRow::Ptr VXSQLiteStore::readRow(VXSQLiteConnection &connection, const VXManagedObjectID &objectID,
                                        VXError *error) const
 {
@@ -183,6 +226,27 @@ VXStoreRow::Ptr VXSQLiteStore::readRow(VXSQLiteConnection &connection, const VXM
         return row;
     VXSetError(error, damage(problem));
     return nullptr;
+}
+
+QString VXSQLiteStore::numberList(const QList<VXManagedObjectID> &objectIDs)
+{
+    QStringList numbers;
+    numbers.reserve(objectIDs.size());
+    for (const VXManagedObjectID &objectID : objectIDs)
+        numbers.append(QString::number(objectID.number()));
+    return u'[' + numbers.join(u',') + u']';
+}
+
+QString VXSQLiteStore::relatedQuery(const VXRelationshipDescription &relationship, bool isOne)
+{
+    const QString targets = VXSQLiteSchema::table(relationship.destination());
+    const QString wanted = isOne ? u"= ?1"_s : u"IN (SELECT value FROM json_each(?1))"_s;
+    if (!relationship.isManyToMany())
+        return u"SELECT t0.Z_PK, t0.Z_ENT, t0.%1 FROM %2 t0 WHERE t0.%1 %3"_s.arg(
+            VXSQLiteSchema::column(*relationship.inverse()), targets, wanted);
+    const VXSQLiteLink link = VXSQLiteSchema::link(relationship);
+    return u"SELECT t0.Z_PK, t0.Z_ENT, t1.%1 FROM %2 t1 JOIN %3 t0 ON t0.Z_PK = t1.%4 WHERE t1.%1 %5"_s.arg(
+        link.source, link.table, targets, link.target, wanted);
 }
 
 bool VXSQLiteStore::related(

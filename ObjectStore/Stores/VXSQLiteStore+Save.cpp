@@ -17,18 +17,30 @@ public:
     }
     ~Transaction() override
     {
-        if (_store._writer->isInTransaction())
+        if (_store._writer && _store._writer->isInTransaction())
             _store._writer->execute(u"ROLLBACK"_s, nullptr);
     }
 
-    bool begin(VXError *error) { return _store._writer->execute(u"BEGIN IMMEDIATE"_s, error); }
+    bool begin(VXError *error)
+    {
+        return _store.isWritable(error) && _store._writer->execute(u"BEGIN IMMEDIATE"_s, error);
+    }
     bool commit(VXError *error) override
     {
-        if (!_store._writer->execute(u"COMMIT"_s, error))
-            return false;
-        if (_metadata)
-            _store.markMetadataSaved(*_metadata);
-        return true;
+        VXError problem;
+        if (_store._writer->execute(u"COMMIT"_s, &problem)) {
+            if (_metadata)
+                _store.markMetadataSaved(*_metadata);
+            return true;
+        }
+        const bool mayBeLogged = _store._writer->mayHaveCommitted();
+        if (_store._writer->isInTransaction())
+            _store._writer->execute(u"ROLLBACK"_s, nullptr);
+        if (mayBeLogged && !_store.overwriteLog())
+            problem = VXObjectStoreError(Code::SaveUnknown, u"It is not known whether the objects were saved."_s,
+                                         problem.localizedRecoverySuggestion(), _store.path());
+        VXSetError(error, problem);
+        return false;
     }
 
 private:
@@ -61,7 +73,8 @@ public:
             if (!change.row && !remove(change))
                 return false;
         }
-        if (_conflicts->size() > conflictCount)
+        if (_conflicts->size() > conflictCount || !_store.findReferenceConflicts(request, _conflicts, _error) ||
+            _conflicts->size() > conflictCount)
             return false;
         return !request.metadata || VXSQLiteFile::writeMetadata(_connection, *request.metadata, _error);
     }
@@ -225,14 +238,26 @@ bool VXSQLiteStore::Saver::noteConflict(const VXManagedObjectID &objectID)
     return problem.isNull();
 }
 
+// With the turn to write.
+bool VXSQLiteStore::isWritable(VXError *error) const
+{
+    if (!_writer)
+        VXSetError(error, VXObjectStoreError(
+                              Code::FileWrite, u"The store could not be written."_s,
+                              _options.isReadOnly ? u"It is open for reading only."_s : u"It is closed."_s, path()));
+    return bool(_writer);
+}
+
+// A transaction that failed at its very end lies in the log, whole, where the next one will overwrite it; until then whoever
+// recovers the log after a crash would take it for saved. So that next one follows at once.
+bool VXSQLiteStore::overwriteLog()
+{
+    return _writer->execute(u"PRAGMA user_version = %1"_s.arg(VXSQLiteSchema::formatVersion), nullptr);
+}
+
 std::unique_ptr<VXStoreTransaction> VXSQLiteStore::save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                                         VXError *error)
 {
-    if (!_writer) {
-        VXSetError(error, VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s,
-                                             u"It is open for reading only."_s, path()));
-        return nullptr;
-    }
     auto transaction = std::make_unique<Transaction>(*this, request.metadata);
     if (!transaction->begin(error) || !Saver(*this, conflicts, error).save(request))
         return nullptr;
@@ -243,12 +268,9 @@ std::unique_ptr<VXStoreTransaction> VXSQLiteStore::save(const VXSaveRequest &req
 // that uses one does, and what was written before goes with it.
 std::optional<qint64> VXSQLiteStore::reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error)
 {
-    if (!_writer) {
-        VXSetError(error, VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s,
-                                             u"It is open for reading only."_s, path()));
-        return std::nullopt;
-    }
     const std::unique_lock<VXMutex> turn(_writing);
+    if (!isWritable(error))
+        return std::nullopt;
     const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
     VXSQLiteStatement statement =
         connection

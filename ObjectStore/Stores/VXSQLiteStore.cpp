@@ -7,13 +7,30 @@ using namespace Qt::StringLiterals;
 using Access = VXSQLiteConnection::Access;
 using Code = VXObjectStoreErrorCode;
 
+namespace {
+
+constexpr int largestLog = 4 << 20; // in bytes: what a large save leaves of the log once it was brought into the file
+
+} // namespace
+
 VXSQLiteStore::VXSQLiteStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options)
     : VXPersistentStore(VXStoreType::SQLite, path, model), _options(options), _schema(*model),
       _readers(path, options.busyTimeout, &_executions)
 {
 }
 
-VXSQLiteStore::~VXSQLiteStore() = default;
+VXSQLiteStore::~VXSQLiteStore()
+{
+    setClosed();
+}
+
+// The last connection brings the log into the file and removes it.
+void VXSQLiteStore::close()
+{
+    const std::unique_lock<VXMutex> turn(_writing);
+    _readers.close();
+    _writer.reset();
+}
 
 QVariantMap VXSQLiteStore::metadataOfFile(const QString &path, VXError *error)
 {
@@ -30,14 +47,15 @@ bool VXSQLiteStore::open(VXError *error)
                    VXObjectStoreError(Code::StoreIncompatibleModel, u"The store cannot be opened."_s, problem, path()));
         return false;
     }
-    if (!VXSQLiteFile::isMissing(path()) && !openExisting(error))
-        return false;
-    if (_options.isReadOnly && VXSQLiteFile::isMissing(path())) {
+    if (VXSQLiteFile::isMissing(path()) && _options.isReadOnly) {
         VXSetError(error, VXObjectStoreError(Code::FileRead, u"The store cannot be read."_s,
                                              u"There is no such file."_s, path()));
         return false;
     }
-    return _options.isReadOnly || openForWriting(error);
+    if (VXSQLiteFile::isMissing(path()) &&
+        !VXSQLiteFile::create(path(), _schema, model(), initialMetadata(), _options.busyTimeout, error))
+        return false;
+    return openExisting(error) && (_options.isReadOnly || openForWriting(error));
 }
 
 // Looks at the file without changing it. Only one that fits is opened for writing after that.
@@ -64,7 +82,7 @@ bool VXSQLiteStore::openExisting(VXError *error)
 
 bool VXSQLiteStore::openForWriting(VXError *error)
 {
-    _writer = VXSQLiteConnection::open(path(), Access::Create, _options.busyTimeout, &_executions, error);
+    _writer = VXSQLiteConnection::open(path(), Access::Write, _options.busyTimeout, &_executions, error);
     if (!_writer)
         return false;
     if (_writer->isReadOnly()) {
@@ -72,18 +90,16 @@ bool VXSQLiteStore::openForWriting(VXError *error)
                                              u"The file must not be changed."_s, path()));
         return false;
     }
-    // The encoding counts while the file is empty only, so that texts need no conversion. The log comes after the first
-    // transaction: from then on the file itself says what it is.
-    const bool isOpen = _writer->execute(u"PRAGMA encoding = 'UTF-16le'"_s, error) &&
-                        _writer->execute(u"PRAGMA synchronous = FULL"_s, error) && complete(error) &&
-                        _writer->execute(u"PRAGMA journal_mode = WAL"_s, error);
+    const bool isOpen = _writer->execute(u"PRAGMA synchronous = FULL"_s, error) && complete(error) &&
+                        _writer->execute(u"PRAGMA journal_mode = WAL"_s, error) &&
+                        _writer->execute(u"PRAGMA journal_size_limit = %1"_s.arg(largestLog), error);
     if (!isOpen)
         _writer.reset();
     _readers.setAccess(Access::Write);
     return isOpen;
 }
 
-// Brings the file up to the model: a new one altogether, else by the entities and indexes it lacks.
+// Brings the file up to the model, by the entities and indexes it lacks.
 bool VXSQLiteStore::complete(VXError *error)
 {
     std::optional<VXSQLiteFile::Contents> contents = VXSQLiteFile::read(*_writer, path(), error);
@@ -95,7 +111,7 @@ bool VXSQLiteStore::complete(VXError *error)
         contents = VXSQLiteFile::read(*_writer, path(), error); // another process may have been faster
         if (!contents || !isUsable(*contents, error))
             return false;
-        setOpened(contents->isNew ? initialMetadata() : contents->metadata);
+        setOpened(contents->metadata);
         return VXSQLiteFile::extend(*_writer, _schema, model(), *contents, error) &&
                VXSQLiteFile::writeMetadata(*_writer, metadata(), error) && _writer->execute(u"COMMIT"_s, error) &&
                (adopt(*contents), true);
@@ -107,8 +123,6 @@ bool VXSQLiteStore::complete(VXError *error)
 
 bool VXSQLiteStore::isUsable(const VXSQLiteFile::Contents &contents, VXError *error) const
 {
-    if (contents.isNew)
-        return true;
     QString reason;
     if (!isCompatible(contents.metadata, &reason)) {
         VXSetError(error,
@@ -144,4 +158,9 @@ void VXSQLiteStore::adopt(const VXSQLiteFile::Contents &contents)
 VXError VXSQLiteStore::damage(const QString &reason) const
 {
     return VXObjectStoreError(Code::FileCorrupt, u"The store is damaged, or no store at all."_s, reason, path());
+}
+
+bool VXSQLiteStore::copyTo(const QString &path, VXError *error)
+{
+    return VXSQLiteFile::copy(this->path(), path, _options.busyTimeout, error);
 }

@@ -25,10 +25,12 @@ public:
     static QVariantMap metadataOfFile(const QString &path, VXError *error);
 
     bool open(VXError *error) override;
-    bool fetch(const VXFetchRequest &request, bool needsRows, const std::function<void(VXFetchedRow)> &sink,
-               bool *isExact, VXError *error) override;
+    void close() override;
+    std::unique_ptr<VXRowCursor> fetch(const VXFetchRequest &request, bool needsRows, VXError *error) override;
     std::optional<qint64> count(const VXFetchRequest &request, VXError *error) override;
     VXStoreRow::Ptr row(const VXManagedObjectID &objectID, VXError *error) override;
+    bool rows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(VXFetchedRow)> &sink,
+              VXError *error) override;
     bool related(const QList<VXManagedObjectID> &sources, const VXRelationshipDescription &relationship,
                  const std::function<void(const VXManagedObjectID &source, const VXManagedObjectID &target)> &sink,
                  VXError *error) override;
@@ -36,11 +38,13 @@ public:
     std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                              VXError *error) override;
     QStringList check() override;
+    bool copyTo(const QString &path, VXError *error) override;
 
     /** How many SQL statements were run. For measurements. */
     qint64 executedStatementCount() const { return _executions.load(std::memory_order_relaxed); }
 
 private:
+    class Cursor;
     class Transaction;
     class Saver;
     struct Query;
@@ -59,13 +63,29 @@ private:
         return *_layouts[size_t(entity.number())];
     }
     Query query(const VXFetchRequest &request) const;
+    bool readRows(const VXEntityDescription &root, const QVariantList &objectIDs,
+                  const std::function<void(VXFetchedRow)> &sink, VXError *error);
     VXStoreRow::Ptr readRow(VXSQLiteConnection &connection, const VXManagedObjectID &objectID, VXError *error) const;
+    /** What leads from a relationship's destination to its own objects: their numbers are ?1, one or a JSON array; columns: the
+     * identity of what it leads to, then the number of the source. */
+    static QString relatedQuery(const VXRelationshipDescription &relationship, bool isOne);
+    /** As a JSON array. */
+    static QString numberList(const QList<VXManagedObjectID> &objectIDs);
+
+    // -- Saving (VXSQLiteStore+References.cpp), looked at once all is written: what leads to objects that are not there
+    bool findReferenceConflicts(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const;
+    bool findMissing(const VXEntityDescription &root, const QList<VXManagedObjectID> &targets,
+                     QList<VXRowConflict> *conflicts, VXError *error) const;
+    bool findReferences(const VXRelationshipDescription &relationship, const QList<VXManagedObjectID> &deleted,
+                        QHash<qint64, QList<VXRowReference>> *references, VXError *error) const;
+    bool isWritable(VXError *error) const;
+    bool overwriteLog();
     VXError damage(const QString &reason) const;
 
     // -- Checking
-    void findBrokenReferences(VXSQLiteConnection &connection, QStringList &found) const;
-    void addReferences(VXSQLiteConnection &connection, const VXRelationshipDescription &relationship,
-                       const QString &query, const QString &fault, QStringList &found) const;
+    bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) override;
+    bool addReferences(VXSQLiteConnection &connection, const VXRelationshipDescription &relationship,
+                       const QString &query, bool isTargetThere, QList<VXBrokenReference> *found, VXError *error) const;
     void findUnreadableRows(QStringList &found);
 
     const VXStoreOptions _options;
@@ -73,6 +93,6 @@ private:
     std::vector<std::unique_ptr<VXSQLiteRowLayout>> _layouts; // by the entity's place in the model
     std::atomic<qint64> _executions = 0;
     VXMutex _writing;                            // guards the writer: who holds it may save
-    std::unique_ptr<VXSQLiteConnection> _writer; // null in a store that is read only
+    std::unique_ptr<VXSQLiteConnection> _writer; // null in a store that is read only or closed
     VXSQLiteConnectionPool _readers;
 };

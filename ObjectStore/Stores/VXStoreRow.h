@@ -4,6 +4,7 @@
 
 #include <QtCore/QVariant>
 
+#include <algorithm>
 #include <memory>
 
 /** The numbers of objects and the versions of rows go no further: with larger ones a store is damaged. */
@@ -29,12 +30,28 @@ public:
     {
     }
 
+    /** All values, with another version. */
+    std::shared_ptr<VXStoreRow> copy(qint64 version) const
+    {
+        auto copied = std::make_shared<VXStoreRow>(_count, version);
+        std::copy_n(_values, _count, copied->_values);
+        return copied;
+    }
+
     /** Grows by one with each save that changes the object; 1 when it is new. */
     qint64 version() const { return _version; }
     int propertyCount() const { return _count; }
     const QVariant &value(int index) const { return _values[index]; }
     /** While it is being made. */
     QVariant &value(int index) { return _values[index]; }
+    /** The object that a to-one relationship leads to; nullptr for none. */
+    const VXManagedObjectID *target(int index) const
+    {
+        const QVariant &value = _values[index];
+        return value.metaType() == QMetaType::fromType<VXManagedObjectID>()
+                   ? static_cast<const VXManagedObjectID *>(value.constData())
+                   : nullptr;
+    }
 
 private:
     const qint64 _version;

@@ -1,5 +1,6 @@
 #include "VXXMLStore.h"
 
+#include "VXReservedNumbers.h"
 #include "VXXMLStoreReader.h"
 #include "VXXMLStoreWriter.h"
 
@@ -52,31 +53,6 @@ bool writeBeside(QSaveFile &file, const QVariantMap &metadata, const VXRowTables
     return false;
 }
 
-// The highest numbers given out, which a store's lock file holds until they come with a save: lines "ENTITY NUMBER".
-QMap<QByteArray, qint64> readNumbers(const QString &path)
-{
-    QMap<QByteArray, qint64> numbers;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return numbers;
-    for (const QByteArray &line : file.readAll().split('\n')) {
-        const qsizetype space = line.indexOf(' ');
-        const qint64 number = line.mid(space + 1).toLongLong();
-        if (space > 0 && number <= VXLargestStoreNumber)
-            numbers.insert(line.first(space), number);
-    }
-    return numbers;
-}
-
-bool writeNumbers(const QString &path, const QMap<QByteArray, qint64> &numbers)
-{
-    QByteArray text;
-    for (auto entry = numbers.cbegin(); entry != numbers.cend(); ++entry)
-        text += entry.key() + ' ' + QByteArray::number(entry.value()) + '\n';
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush();
-}
-
 } // namespace
 
 /** The new file lies beside the old one; the commit puts it in its place. */
@@ -93,6 +69,7 @@ public:
         _contents = {request.metadata.value_or(_store.writtenMetadata()), _store.tables()};
         _isMetadataSaved = request.metadata.has_value();
         _contents.tables.apply(request);
+        _store.raiseHighestNumbers(_contents.tables, *_lock);
         return writeBeside(_file, _contents.metadata, _contents.tables, _store.model(), error);
     }
 
@@ -105,6 +82,7 @@ public:
             return false;
         }
         synchronizeFolderOf(_store.path());
+        VXReservedNumbers(_lock->file().number()).clear();
         _store.adopt(_contents);
         if (_isMetadataSaved)
             _store.markMetadataSaved(_contents.metadata);
@@ -222,8 +200,7 @@ bool VXXMLStore::refresh(VXError *error)
 
 QString VXXMLStore::lockPath() const
 {
-    const QString canonical = QFileInfo(path()).canonicalFilePath(); // one lock, whatever links lead to the file
-    return (canonical.isEmpty() ? path() : canonical) + ".lock"_L1;
+    return path() + ".lock"_L1;
 }
 
 std::unique_ptr<VXFileLock> VXXMLStore::lockFile(VXError *error) const
@@ -247,12 +224,12 @@ std::optional<qint64> VXXMLStore::reserveNumbers(const VXEntityDescription &root
     const std::unique_ptr<VXFileLock> lock = lockFile(error);
     if (!lock || !refresh(error))
         return std::nullopt;
-    QMap<QByteArray, qint64> numbers = readNumbers(lockPath());
-    qint64 &highest = numbers[root.name().toUtf8()];
-    const qint64 first = takeNumbers(root, count, highest);
-    highest = first + count - 1;
+    VXReservedNumbers reserved(lock->file().number());
+    const QByteArray name = root.name().toUtf8();
+    const qint64 first = takeNumbers(root, count, reserved.read().value(name));
+    const qint64 highest = first + count - 1;
     const bool isUsedUp = highest > VXLargestStoreNumber;
-    if (!isUsedUp && writeNumbers(lockPath(), numbers))
+    if (!isUsedUp && reserved.add(name, highest))
         return first;
     VXSetError(error, writeError(path(), isUsedUp ? u"The numbers of its objects are used up."_s
                                                   : u"Its lock file cannot be written."_s));
@@ -267,4 +244,33 @@ std::unique_ptr<VXStoreTransaction> VXXMLStore::saveInTurn(WriterTurn turn, cons
         return nullptr;
     auto transaction = std::make_unique<Transaction>(*this, std::move(turn), std::move(lock));
     return transaction->prepare(request, error) ? std::move(transaction) : nullptr;
+}
+
+// With a save come all numbers given out so far, by whomever.
+void VXXMLStore::raiseHighestNumbers(VXRowTables &tables, const VXFileLock &lock) const
+{
+    const QMap<QByteArray, qint64> numbers = VXReservedNumbers(lock.file().number()).read();
+    for (auto entry = numbers.cbegin(); entry != numbers.cend(); ++entry) {
+        if (const VXEntityDescription *const entity = model().entityForName(QString::fromUtf8(entry.key())))
+            tables.raiseHighestNumber(entity->rootEntity(), *entry);
+    }
+}
+
+bool VXXMLStore::copyTo(const QString &path, VXError *error)
+{
+    if (QFileInfo::exists(path)) {
+        VXSetError(error, writeError(path, u"There is something already."_s));
+        return false;
+    }
+    const VXMutexLocker lock(_fileLock);
+    const std::optional<Contents> contents = read(error); // as it lies there: a save replaces it at once
+    QSaveFile file(path);
+    if (!contents || !writeBeside(file, contents->metadata, contents->tables, model(), error))
+        return false;
+    if (file.commit()) {
+        synchronizeFolderOf(path);
+        return true;
+    }
+    VXSetError(error, writeError(path, file.errorString()));
+    return false;
 }

@@ -18,6 +18,7 @@ public:
 
     bool open(VXError *error) override;
     std::optional<qint64> reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error) override;
+    bool copyTo(const QString &path, VXError *error) override;
 
 protected:
     bool refresh(VXError *error) override;
@@ -37,6 +38,7 @@ private:
     bool create(VXError *error);
     std::unique_ptr<VXFileLock> lockFile(VXError *error) const;
     QString lockPath() const;
+    void raiseHighestNumbers(VXRowTables &tables, const VXFileLock &lock) const;
     void adopt(const Contents &contents) VX_REQUIRES(_fileLock);
     QVariantMap writtenMetadata() const;
 

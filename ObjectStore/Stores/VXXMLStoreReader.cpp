@@ -15,9 +15,8 @@ void VXXMLStoreReader::fail(const QString &reason)
 
 VXError VXXMLStoreReader::error() const
 {
-    const qint64 line = _failedLine > 0 ? _failedLine : _xml.lineNumber();
     return VXObjectStoreError(VXObjectStoreErrorCode::FileCorrupt, u"The store is damaged."_s,
-                              u"Line %1: %2"_s.arg(line).arg(_xml.errorString()), _path);
+                              u"Line %1: %2"_s.arg(_xml.lineNumber()).arg(_xml.errorString()), _path);
 }
 
 // The next element inside of the present one; false at its end. Text between elements would be lost with the next save.
@@ -78,8 +77,8 @@ std::optional<VXRowTables> VXXMLStoreReader::readObjects(const VXManagedObjectMo
             fail(u"Element \"%1\" is unknown."_s.arg(_xml.name()));
     }
     readToEnd();
-    if (!_xml.hasError())
-        checkLinks();
+    for (const Link &link : std::as_const(_links))
+        _tables.link(link.source, *link.relationship, link.target);
     if (!_xml.hasError())
         return _tables;
     VXSetError(error, this->error());
@@ -164,7 +163,6 @@ void VXXMLStoreReader::readAttribute(const VXEntityDescription &entity, VXStoreR
 
 void VXXMLStoreReader::readRelationship(const VXManagedObjectID &objectID, VXStoreRow &row)
 {
-    const qint64 line = _xml.lineNumber();
     const QString name = _xml.attributes().value("name"_L1).toString();
     const VXRelationshipDescription *const relationship = objectID.entity().relationshipForName(name);
     if (relationship == nullptr || relationship->isTransient() ||
@@ -177,7 +175,7 @@ void VXXMLStoreReader::readRelationship(const VXManagedObjectID &objectID, VXSto
         return;
     if (relationship->isToMany()) {
         for (const VXManagedObjectID &target : targets)
-            _links.append({objectID, relationship, target, line});
+            _links.append({objectID, relationship, target});
         return;
     }
     if (targets.size() != 1 || row.value(relationship->index()).isValid())
@@ -205,16 +203,4 @@ QList<VXManagedObjectID> VXXMLStoreReader::readTargets(const VXManagedObjectID &
         targets.append({*entity, *source.store(), number});
     }
     return targets;
-}
-
-// Only after all objects it is known whether those that are linked are there.
-void VXXMLStoreReader::checkLinks()
-{
-    for (const Link &link : _links) {
-        if (_tables.find(link.target) == nullptr) {
-            _failedLine = link.line;
-            return fail(u"Relationship \"%1\" leads to an object that is not there."_s.arg(link.relationship->name()));
-        }
-        _tables.link(link.source, *link.relationship, link.target);
-    }
 }

@@ -27,7 +27,6 @@ private:
     void readRelationship(const VXManagedObjectID &objectID, VXStoreRow &row);
     QList<VXManagedObjectID> readTargets(const VXManagedObjectID &source, const VXEntityDescription &destination);
     void readToEnd();
-    void checkLinks();
     const VXEntityDescription *readEntity(const VXManagedObjectModel &model);
     qint64 readNumber(const QString &name, qint64 smallest);
     void fail(const QString &reason);
@@ -38,13 +37,11 @@ private:
         VXManagedObjectID source;
         const VXRelationshipDescription *relationship;
         VXManagedObjectID target;
-        qint64 line;
     };
 
     const QString _path;
     QXmlStreamReader _xml;
     bool _isAtElement = false; // that nobody has read yet
-    qint64 _failedLine = 0;    // where a mistake was found afterwards
     VXRowTables _tables;
     QList<Link> _links;
 };

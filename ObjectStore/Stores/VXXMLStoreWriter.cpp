@@ -109,7 +109,7 @@ void VXXMLStoreWriter::writeObject(const VXFetchedRow &object, const VXRowTables
             continue;
         if (relationship->isManyToMany())
             writeTargets(*relationship, targetsWrittenAt(object.objectID, *relationship, tables));
-        else if (const VXManagedObjectID *const target = VXRowTables::target(*object.row, *relationship))
+        else if (const VXManagedObjectID *const target = object.row->target(relationship->index()))
             writeTargets(*relationship, {*target});
     }
     _xml.writeEndElement();

@@ -1,8 +1,8 @@
 #include "VXStringsTable.h"
 
 #include "VXPropertyList.h"
+#include "VXRegularFile.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QStringConverter>
 
 #include <algorithm>
@@ -272,14 +272,15 @@ std::optional<VXStringsTable::Table> VXStringsTable::fromData(const QByteArray &
 
 std::optional<VXStringsTable::Table> VXStringsTable::fromFile(const QString &path, VXError *error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QString problem;
+    const QByteArray data = VXRegularFile::read(path, &problem);
+    if (data.isNull()) {
         VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileRead, u"Unable to read strings table."_s,
-                                                 file.errorString(), path));
+                                                 problem, path));
         return std::nullopt;
     }
     VXError reason;
-    auto table = fromData(file.readAll(), &reason);
+    auto table = fromData(data, &reason);
     if (!table)
         VXSetError(error,
                    VXError::platformError(VXPlatformErrorCode::FileCorrupt, reason.localizedDescription(), {}, path));

@@ -4,34 +4,23 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <unistd.h>
 
 std::shared_ptr<VXFileHandle> VXFileHandle::fileHandleForAppendingAtPath(const QString &path)
 {
     // O_APPEND seeks to the end within each write, so that writers with handles of their own do not overwrite
     // each other's lines.
-    const int descriptor = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    if (descriptor < 0)
+    VXFileDescriptor file(::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    if (!file.isOpen())
         return nullptr;
-    return std::shared_ptr<VXFileHandle>(new VXFileHandle(descriptor));
+    return std::shared_ptr<VXFileHandle>(new VXFileHandle(std::move(file)));
 }
 
-VXFileHandle::~VXFileHandle()
-{
-    if (_descriptor >= 0)
-        ::close(_descriptor);
-}
+VXFileHandle::~VXFileHandle() = default;
 
 bool VXFileHandle::writeData(QByteArrayView data, QString *reason)
 {
-    while (!data.isEmpty()) {
-        const ssize_t written = ::write(_descriptor, data.data(), static_cast<size_t>(data.size()));
-        if (written >= 0) {
-            data = data.sliced(written);
-        } else if (errno != EINTR) {
-            *reason = qt_error_string(errno);
-            return false;
-        }
-    }
-    return true;
+    if (_file.writeAll(data))
+        return true;
+    *reason = qt_error_string(errno);
+    return false;
 }

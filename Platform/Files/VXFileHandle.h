@@ -1,11 +1,13 @@
 #pragma once
 
+#include "VXFileDescriptor.h"
 #include "VXPlatformExport.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
 #include <memory>
+#include <utility>
 
 /**
  * An open, writable file. Appending is what it is for: every write goes to the end of the file, also when others
@@ -25,8 +27,8 @@ public:
     [[nodiscard]] virtual bool writeData(QByteArrayView data, QString *reason);
 
 protected:
-    explicit VXFileHandle(int descriptor) : _descriptor(descriptor) {}
+    explicit VXFileHandle(VXFileDescriptor file) : _file(std::move(file)) {}
 
 private:
-    const int _descriptor; // owned; -1 for none
+    const VXFileDescriptor _file;
 };

@@ -7,20 +7,22 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
 using namespace std::chrono_literals;
 
 // 0, or the error's number. The kernel has no wait of limited time for these locks: with a limit it is asked again.
-int lock(int descriptor, std::chrono::milliseconds timeout)
+int lock(int descriptor, int operation, std::chrono::milliseconds timeout)
 {
     const bool isLimited = timeout != std::chrono::milliseconds::max();
     const QDeadlineTimer deadline = isLimited ? QDeadlineTimer(timeout) : QDeadlineTimer(QDeadlineTimer::Forever);
     std::chrono::milliseconds pause = 1ms;
-    while (::flock(descriptor, isLimited ? LOCK_EX | LOCK_NB : LOCK_EX) != 0) {
+    while (::flock(descriptor, isLimited ? operation | LOCK_NB : operation) != 0) {
         if (errno == EINTR)
             continue;
         if (errno != EWOULDBLOCK || deadline.hasExpired())
@@ -31,23 +33,39 @@ int lock(int descriptor, std::chrono::milliseconds timeout)
     return 0;
 }
 
-} // namespace
-
-VXFileLock::VXFileLock(const QString &path, std::chrono::milliseconds timeout)
-    : _descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
+bool isPlainFile(const VXFileDescriptor &file)
 {
-    const int problem = _descriptor < 0 ? errno : lock(_descriptor, timeout);
-    if (problem == 0)
-        return;
-    _isTimedOut = problem == EWOULDBLOCK;
-    _reason = qt_error_string(problem);
-    if (_descriptor >= 0)
-        ::close(_descriptor);
-    _descriptor = -1;
+    struct stat status = {};
+    return ::fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
 }
 
-VXFileLock::~VXFileLock()
+} // namespace
+
+VXFileLock::VXFileLock(const QString &path, std::chrono::milliseconds timeout, Mode mode)
 {
-    if (_descriptor >= 0)
-        ::close(_descriptor); // ends the lock
+    const int access = mode == Mode::Shared ? O_RDONLY : O_RDWR;
+    VXFileDescriptor file(
+        ::open(QFile::encodeName(path).constData(), access | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+    if (file.isOpen() ? isPlainFile(file) : errno != ELOOP)
+        wait(std::move(file), timeout, mode);
+    else
+        _reason = u"The lock file \"%1\" is a link, or no plain file."_s.arg(path);
+}
+
+// Opened once more: locks belong to what was opened, and so others of this process would share it.
+VXFileLock::VXFileLock(int descriptor, std::chrono::milliseconds timeout)
+{
+    wait(VXFileDescriptor(::open(qPrintable(u"/proc/self/fd/%1"_s.arg(descriptor)), O_RDWR | O_CLOEXEC)), timeout,
+         Mode::Exclusive);
+}
+
+void VXFileLock::wait(VXFileDescriptor file, std::chrono::milliseconds timeout, Mode mode)
+{
+    const int problem = file.isOpen() ? lock(file.number(), mode == Mode::Shared ? LOCK_SH : LOCK_EX, timeout) : errno;
+    if (problem == 0) {
+        _file = std::move(file); // closing it ends the lock
+        return;
+    }
+    _isTimedOut = problem == EWOULDBLOCK;
+    _reason = qt_error_string(problem);
 }

@@ -4,6 +4,11 @@
 #include <QtCore/QFile>
 #include <QtCore/QStandardPaths>
 
+#include <cerrno>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -72,6 +77,53 @@ QString VXFindFolder(VXFolderType type, VXFolderDomain domain, int *status)
     if (status != nullptr)
         *status = result;
     return result == VXFolderFound ? path : QString();
+}
+
+bool VXMakePrivateFolder(const QString &path, QString *reason)
+{
+    const auto fail = [reason](int problem) {
+        if (reason != nullptr)
+            *reason = qt_error_string(problem);
+        return false;
+    };
+    const QByteArray folder = QFile::encodeName(QDir::cleanPath(path));
+    for (qsizetype slash = folder.indexOf('/', 1); slash > 0; slash = folder.indexOf('/', slash + 1)) {
+        if (::mkdir(folder.first(slash).constData(), 0700) != 0 && errno != EEXIST && errno != EROFS && errno != EACCES)
+            return fail(errno);
+    }
+    if (::mkdir(folder.constData(), 0700) == 0)
+        return true;
+    const int problem = errno;
+    struct stat status = {};
+    if (::stat(folder.constData(), &status) != 0)
+        return fail(problem);
+    if (!S_ISDIR(status.st_mode))
+        return fail(ENOTDIR);
+    if (status.st_uid == ::geteuid() && (status.st_mode & 077) != 0)
+        ::chmod(folder.constData(), status.st_mode & 0700); // where that cannot be, it is a folder all the same
+    return true;
+}
+
+bool VXExistsAtPath(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0;
+}
+
+QString VXExpandTilde(const QString &path)
+{
+    if (!path.startsWith(u'~'))
+        return path;
+    const qsizetype slash = path.indexOf(u'/');
+    const QString name = path.sliced(1, (slash < 0 ? path.size() : slash) - 1);
+    const QString rest = slash < 0 ? QString() : path.sliced(slash);
+    if (name.isEmpty())
+        return QDir::homePath() + rest;
+    passwd entry = {};
+    passwd *found = nullptr;
+    QByteArray buffer(16 * 1024, Qt::Uninitialized);
+    ::getpwnam_r(name.toLocal8Bit().constData(), &entry, buffer.data(), static_cast<size_t>(buffer.size()), &found);
+    return found == nullptr ? path : QFile::decodeName(found->pw_dir) + rest;
 }
 
 void VXSetHomeFolder(const QString &path)

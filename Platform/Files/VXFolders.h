@@ -30,6 +30,20 @@ enum : int { VXFolderFound = 0, VXFolderNotFound = -43, VXFolderPathTooLong = -2
 [[nodiscard]] VX_PLATFORM_EXPORT QString VXFindFolder(VXFolderType type, VXFolderDomain domain, int *status = nullptr);
 
 /**
+ * Makes a folder for the user's personal data, and those above it that are missing, which nobody else may enter (0700).
+ * One that is there already and belongs to the user is closed to others too. Files in it are made with 0600.
+ * @return false when there is no such folder afterwards; `reason`, if given, tells why.
+ */
+VX_PLATFORM_EXPORT bool VXMakePrivateFolder(const QString &path, QString *reason = nullptr);
+
+/** True for what lies at the path, a link that leads nowhere included. */
+[[nodiscard]] VX_PLATFORM_EXPORT bool VXExistsAtPath(const QString &path);
+
+/** The path with "~" or "~NAME" at its start replaced by the user's, or that user's, home folder; as it is when there is no
+ *  such user. */
+[[nodiscard]] VX_PLATFORM_EXPORT QString VXExpandTilde(const QString &path);
+
+/**
  * Puts every per-user folder below `path`, for this process and the programs it starts, by setting HOME and the
  * XDG variables. Call it before any thread starts and before the first look-up.
  */

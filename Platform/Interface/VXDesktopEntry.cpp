@@ -1,5 +1,7 @@
 #include "VXDesktopEntry.h"
 
+#include "VXRegularFile.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
@@ -39,8 +41,9 @@ QString unescaped(const QString &text)
 
 std::optional<VXDesktopEntry> VXDesktopEntry::fromFile(const QString &path)
 {
+    QString reason;
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!VXRegularFile::open(file, &reason))
         return {};
     VXDesktopEntry entry;
     bool found = false;

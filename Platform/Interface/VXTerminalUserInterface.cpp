@@ -19,9 +19,11 @@ namespace {
 
 constexpr std::array buttonOrder = {VXAlertButton::Default, VXAlertButton::Alternate, VXAlertButton::Other};
 
-QString messageText(const QString &message, const QString &details)
+QString messageText(const QString &message, const QString &informativeText, const QString &details = {})
 {
-    return details.isEmpty() ? message + u'\n' : message + u'\n' + details + u'\n';
+    QStringList texts{message, informativeText, details};
+    texts.removeAll(QString());
+    return texts.join(u'\n') + u'\n';
 }
 
 QString checkBoxText(const QString &title, bool isChecked)
@@ -63,7 +65,7 @@ VXTerminalUserInterface::~VXTerminalUserInterface()
 
 VXAlertResult VXTerminalUserInterface::showAlert(const VXAlert &alert)
 {
-    const QString text = messageText(alert.message, alert.informativeText);
+    const QString text = messageText(alert.message, alert.informativeText, alert.details);
     if (!alert.isQuestion()) {
         print(text);
         return {VXAlertButton::Default, alert.isChecked};

@@ -25,6 +25,8 @@ struct VX_PLATFORM_EXPORT VXAlert
     /** Null: no check box. */
     QString checkBoxTitle;
     bool isChecked = false;
+    /** What helps to find the cause: who and why. Null: nothing. */
+    QString details = {};
 
     /** True when the user has a choice: more than one button, or a check box. */
     bool isQuestion() const;

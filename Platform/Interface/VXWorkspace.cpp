@@ -2,6 +2,8 @@
 
 #include "VXFreedesktopWorkspace.h"
 
+using namespace Qt::StringLiterals;
+
 VXWorkspace::VXWorkspace() = default;
 
 VXWorkspace::~VXWorkspace() = default;
@@ -9,4 +11,14 @@ VXWorkspace::~VXWorkspace() = default;
 std::unique_ptr<VXWorkspace> VXWorkspace::freedesktopWorkspace()
 {
     return std::make_unique<VXFreedesktopWorkspace>();
+}
+
+QString VXWorkspace::selectedText(QString *reason) const
+{
+    QString unused;
+    QString &why = reason != nullptr ? *reason : unused;
+    if (_selectedText)
+        return _selectedText(&why);
+    why = u"this program is not connected to a desktop"_s;
+    return {};
 }

@@ -6,6 +6,7 @@
 #include <QtCore/QString>
 #include <QtCore/QUrl>
 
+#include <functional>
 #include <memory>
 
 /** An icon by its name in the icon theme, or by a file of its own. Null when there is none. */
@@ -50,6 +51,16 @@ public:
     virtual qint64 processIdentifierForApplication(const QString &name) = 0;
     bool isApplicationRunning(const QString &name) { return processIdentifierForApplication(name) != 0; }
 
+    /** Reads what the user marked last, in whatever program; null, with the reason for people, when it cannot. */
+    using SelectedTextSource = std::function<QString(QString *reason)>;
+    /** Given by a program that is connected to the desktop. */
+    void setSelectedTextSource(SelectedTextSource source) { _selectedText = std::move(source); }
+    /** What the user marked last, in whatever program; null, with the reason if asked for, when there is nothing. */
+    QString selectedText(QString *reason = nullptr) const;
+
 protected:
     VXWorkspace();
+
+private:
+    SelectedTextSource _selectedText;
 };

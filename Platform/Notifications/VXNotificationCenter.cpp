@@ -1,8 +1,12 @@
 #include "VXNotificationCenter.h"
 
+#include "VXGuard.h"
+
 #include <QtCore/QHash>
 
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -172,6 +176,15 @@ void VXNotificationCenter::postNotification(const VXNotification &notification)
     for (const auto &observer : list->observers) {
         const bool wanted = !observer->object.isValid() || observer->object == notification.object;
         if (wanted && !observer->removed.load(std::memory_order_relaxed))
-            observer->handler(notification);
+            VXGuard([&] { return describe(*observer); }, [&] { observer->handler(notification); });
     }
+}
+
+// For a log: what it observes, for which class, and whose code it is.
+QString VXNotificationCenter::describe(const Observer &observer)
+{
+    QString who = "An observer of "_L1 + observer.name.text();
+    if (observer.contextClass != nullptr)
+        who += u" for %1"_s.arg(QString::fromUtf8(observer.contextClass->className()));
+    return VXDescribeCode(who, observer.handler.target_type());
 }

@@ -40,7 +40,8 @@ struct VXNotification
 
 /**
  * Tells observers about named events. Observers run on the poster's thread, in the order they were added, with
- * no lock held; one may add or remove observers, itself included. An observer removed on the posting thread is
+ * no lock held; one may add or remove observers, itself included. What one throws is reported with whose code it is,
+ * and the next one runs: posting throws nothing. An observer removed on the posting thread is
  * not called any more; one removed on another thread may be in its last call. Any thread may call.
  */
 class VX_PLATFORM_EXPORT VXNotificationCenter
@@ -87,6 +88,7 @@ private:
     struct Observer;
     struct ObserverList;
 
+    static QString describe(const Observer &observer);
     void removeObserversIf(const std::function<bool(const Observer &)> &matches);
 
     mutable VXMutex _lock;

@@ -2,9 +2,9 @@
 
 #include "VXDiagnostics.h"
 #include "VXFileLock.h"
+#include "VXFolders.h"
 #include "VXPropertyList.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
@@ -17,7 +17,7 @@ QString setAside(const QString &path)
 {
     for (int number = 0;; ++number) {
         const QString aside = path + ".damaged"_L1 + (number == 0 ? QString() : u'.' + QString::number(number));
-        if (QFileInfo::exists(aside))
+        if (VXExistsAtPath(aside))
             continue;
         return QFile::rename(path, aside) ? aside : QString();
     }
@@ -110,7 +110,11 @@ bool VXPreferenceFile::synchronize(QStringList *changedElsewhere, VXError *error
     const VXMutexLocker lock(_ioLock);
     if (!hasPendingChanges())
         return reload(false, changedElsewhere, error);
-    QDir().mkpath(QFileInfo(_path).path());
+    QString reason;
+    if (!VXMakePrivateFolder(QFileInfo(_path).path(), &reason)) {
+        VXSetError(error, writeError(_path, reason));
+        return false;
+    }
     const VXFileLock fileLock(lockPath());
     if (!fileLock.isHeld()) {
         VXSetError(error, writeError(_path, fileLock.reason()));
@@ -204,10 +208,11 @@ bool VXPreferenceFile::writeChanges(VXError *error)
     const Changes changes = pendingChanges(&lastSequence);
     QVariantMap values = _stored;
     applyChanges(changes, values);
-    if (!VXPropertyList::toFile(values, _path, VXPropertyList::Format::XML, error))
+    VXFileStamp stamp;
+    if (!VXPropertyList::toFile(values, _path, VXPropertyList::Format::XML, error, VXFileAccess::Private, &stamp))
         return false;
     _stored = std::move(values);
-    _stamp = VXFileStamp::ofPath(_path);
+    _stamp = stamp;
     forgetChanges(lastSequence);
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXAtomicFile.h"
 #include "VXError.h"
 #include "VXFileStamp.h"
 #include "VXPlatformExport.h"
@@ -28,8 +29,9 @@ public:
 
     /** @return the bytes; null when the value holds something no property list can hold; `error` names where. */
     [[nodiscard]] static QByteArray toData(const QVariant &value, Format format, VXError *error = nullptr);
-    /** Replaces the file atomically: after a failure the old file is as it was. */
-    static bool toFile(const QVariant &value, const QString &path, Format format, VXError *error = nullptr);
+    /** Replaces the file atomically: after a failure the old file is as it was. `stamp`, if given, is the new one's. */
+    static bool toFile(const QVariant &value, const QString &path, Format format, VXError *error = nullptr,
+                       VXFileAccess access = VXFileAccess::Private, VXFileStamp *stamp = nullptr);
 
     /** True when a property list of either form can hold the value; else `reason`, if given, says what and where. */
     [[nodiscard]] static bool isValid(const QVariant &value, QString *reason = nullptr);

@@ -4,7 +4,6 @@
 
 #include <QtCore/QDataStream>
 #include <QtCore/QDateTime>
-#include <QtCore/QSaveFile>
 
 #include <algorithm>
 #include <cmath>
@@ -253,16 +252,21 @@ QByteArray VXPropertyList::toData(const QVariant &value, Format format, VXError 
     const Node root(nodeFor(value, format), plist_free);
     char *bytes = nullptr;
     uint32_t size = 0;
-    if (format == Format::XML)
+    if (root && format == Format::XML)
         plist_to_xml(root.get(), &bytes, &size);
-    else
+    else if (root)
         plist_to_bin(root.get(), &bytes, &size);
+    if (bytes == nullptr || size == 0) {
+        VXSetError(error, VXError::platformError(VXPlatformErrorCode::InvalidValue, u"Out of memory."_s));
+        return {};
+    }
     QByteArray data(bytes, qsizetype(size));
     std::free(bytes); // NOLINT: it is libplist's, from malloc
     return data;
 }
 
-bool VXPropertyList::toFile(const QVariant &value, const QString &path, Format format, VXError *error)
+bool VXPropertyList::toFile(const QVariant &value, const QString &path, Format format, VXError *error,
+                            VXFileAccess access, VXFileStamp *stamp)
 {
     VXError reason;
     const QByteArray data = toData(value, format, &reason);
@@ -271,11 +275,11 @@ bool VXPropertyList::toFile(const QVariant &value, const QString &path, Format f
                    VXError::platformError(VXPlatformErrorCode::InvalidValue, reason.localizedDescription(), {}, path));
         return false;
     }
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit())
+    QString problem;
+    if (VXAtomicFile::replace(path, data, &problem, access, stamp))
         return true;
     VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileWrite, u"Unable to write property list."_s,
-                                             file.errorString(), path));
+                                             problem, path));
     return false;
 }
 

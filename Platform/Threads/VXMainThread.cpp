@@ -1,7 +1,6 @@
 #include "VXMainThread.h"
 
-#include "VXDiagnostics.h"
-#include "VXException.h"
+#include "VXGuard.h"
 #include "VXMutex.h"
 
 #include <QtCore/QCoreApplication>
@@ -19,12 +18,6 @@ namespace {
 
 const QEvent::Type workEventType = static_cast<QEvent::Type>(QEvent::registerEventType());
 
-struct Work
-{
-    std::function<void()> run;
-    std::function<void()> drop; // tells a waiting caller that the work will never run
-};
-
 // Calls wait in a queue of our own; Qt's event only wakes the loop. So the hand-over is ordered by our lock, which
 // thread checkers can see. An event runs one call, after asking for the next event if more calls wait: a nested event
 // loop in that call does not see events that were posted before it began.
@@ -37,8 +30,8 @@ public:
         return *queue;
     }
 
-    // False, without keeping the work, once the application object is gone or before there is one.
-    bool push(Work work)
+    // False, without keeping the work, once the application object is gone or before there is one. Work throws nothing.
+    bool push(std::function<void()> work)
     {
         const VXMutexLocker lock(_lock);
         if (_closed || !attach())
@@ -51,8 +44,8 @@ public:
 
     void runNext()
     {
-        if (const Work work = pop(); work.run)
-            work.run();
+        if (const std::function<void()> work = pop())
+            work();
     }
 
 private:
@@ -74,13 +67,12 @@ private:
         return _receiver != nullptr;
     }
 
-    Work pop()
+    std::function<void()> pop()
     {
         const VXMutexLocker lock(_lock);
         if (_queue.empty())
             return {};
-        Work work = std::move(_queue.front());
-        _queue.pop_front();
+        std::function<void()> work = popFirst();
         if (!_queue.empty())
             wake();
         return work;
@@ -88,63 +80,55 @@ private:
 
     void wake() VX_REQUIRES(_lock) { QCoreApplication::postEvent(_receiver, new QEvent(workEventType)); }
 
-    // With the application object everything that still waits goes too.
+    // Before the application object goes: what was accepted runs, and what it brings; then no more is accepted.
     void close()
     {
-        std::deque<Work> dropped;
-        {
-            const VXMutexLocker lock(_lock);
-            _closed = true;
-            dropped.swap(_queue);
-        }
-        for (const Work &work : dropped) {
-            if (work.drop)
-                work.drop();
-        }
+        while (const std::function<void()> work = popOrClose())
+            work();
+    }
+
+    std::function<void()> popOrClose()
+    {
+        const VXMutexLocker lock(_lock);
+        _closed = _queue.empty();
+        return _closed ? std::function<void()>() : popFirst();
+    }
+
+    std::function<void()> popFirst() VX_REQUIRES(_lock)
+    {
+        std::function<void()> work = std::move(_queue.front());
+        _queue.pop_front();
+        return work;
     }
 
     VXMutex _lock;
-    std::deque<Work> _queue VX_GUARDED_BY(_lock);
+    std::deque<std::function<void()>> _queue VX_GUARDED_BY(_lock);
     Receiver *_receiver VX_GUARDED_BY(_lock) = nullptr; // never freed
     bool _closed VX_GUARDED_BY(_lock) = false;
 };
 
-void runReporting(const std::function<void()> &work)
-{
-    try {
-        work();
-    } catch (const std::exception &exception) {
-        VXReportDiagnostic(3, u"Exception in work on the main thread: %1"_s.arg(QString::fromUtf8(exception.what())));
-    } catch (...) {
-        VXReportDiagnostic(3, u"Unknown exception in work on the main thread"_s);
-    }
-}
-
 // What a waiting caller and the main thread share.
 struct Rendezvous
 {
-    enum class State { Waiting, Done, Dropped };
-
     VXMutex lock;
     VXCondition condition;
-    State state VX_GUARDED_BY(lock) = State::Waiting;
+    bool isDone VX_GUARDED_BY(lock) = false;
     std::exception_ptr exception VX_GUARDED_BY(lock);
 
-    void finish(State result, std::exception_ptr thrown = {})
+    void finish(std::exception_ptr thrown)
     {
         const VXMutexLocker locker(lock);
-        state = result;
+        isDone = true;
         exception = std::move(thrown);
         condition.notifyAll(); // under the lock: the waiting caller destroys this right after waking
     }
 
-    bool wait()
+    void wait()
     {
         const VXMutexLocker locker(lock);
-        condition.wait(lock, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return state != State::Waiting; });
+        condition.wait(lock, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return isDone; });
         if (exception)
             std::rethrow_exception(exception);
-        return state == State::Done;
     }
 };
 
@@ -156,12 +140,15 @@ bool VXMainThread::isCurrent()
     return isMain;
 }
 
-void VXMainThread::perform(std::function<void()> work)
+bool VXMainThread::perform(std::function<void()> work)
 {
-    if (isCurrent())
-        work();
-    else
-        MainThreadQueue::shared().push({[work = std::move(work)] { runReporting(work); }, {}});
+    if (!isCurrent()) {
+        return MainThreadQueue::shared().push([work = std::move(work)] {
+            VXGuard([&] { return VXDescribeCode(u"Work on the main thread"_s, work.target_type()); }, work);
+        });
+    }
+    work();
+    return true;
 }
 
 bool VXMainThread::performAndWait(const std::function<void()> &work)
@@ -171,15 +158,16 @@ bool VXMainThread::performAndWait(const std::function<void()> &work)
         return true;
     }
     Rendezvous rendezvous;
-    const auto run = [&rendezvous, &work] {
+    const bool isAccepted = MainThreadQueue::shared().push([&rendezvous, &work] {
         std::exception_ptr thrown;
         try {
             work();
         } catch (...) {
             thrown = std::current_exception();
         }
-        rendezvous.finish(Rendezvous::State::Done, thrown);
-    };
-    const auto drop = [&rendezvous] { rendezvous.finish(Rendezvous::State::Dropped); };
-    return MainThreadQueue::shared().push({run, drop}) && rendezvous.wait();
+        rendezvous.finish(thrown);
+    });
+    if (isAccepted)
+        rendezvous.wait();
+    return isAccepted;
 }

@@ -17,9 +17,11 @@ public:
     /**
      * Runs `work` on the main thread without waiting; on the main thread itself it runs at once. An exception
      * that leaves queued work is reported as a diagnostic. Work still queued when the application object goes
-     * away is dropped.
+     * away runs then, after the event loop.
+     * @return false when the main thread takes no more calls (the application object is gone, or none was made
+     *         yet): the work will never run, and whoever waits for it must be told by the caller.
      */
-    static void perform(std::function<void()> work);
+    static bool perform(std::function<void()> work);
 
     /**
      * Runs `work` on the main thread and returns when it is done; an exception leaving it is thrown here again.

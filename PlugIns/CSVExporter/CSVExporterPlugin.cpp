@@ -57,7 +57,27 @@ protected:
     bool writeObjects(const QVariantList &objects, const QVariantMap &options, VXExportFile &file,
                       QString *reason) override;
 
+    VXReactorOptions furtherOptions() const override
+    {
+        using Type = VXReactorOption::Type;
+        return describedOptions({{.key = u"columns"_s,
+                                  .type = Type::List,
+                                  .meaning = u"The values to write, in that order; without it, all."_s},
+                                 {.key = u"separator"_s,
+                                  .meaning = u"What stands between the columns."_s,
+                                  .choices = {u","_s, u";"_s, u"\t"_s, u"|"_s},
+                                  .standard = u","_s},
+                                 {.key = u"neutraliseFormulas"_s,
+                                  .type = Type::Boolean,
+                                  .meaning = u"Whether to keep spreadsheet programs from taking texts for formulas."_s},
+                                 {.key = u"utc"_s,
+                                  .type = Type::Boolean,
+                                  .meaning = u"Whether to write dates in UTC instead of local time."_s,
+                                  .standard = false}});
+    }
+
 private:
+    QString problemOfColumns(const QStringList &columns, const QVariantList &objects) const;
     bool readFormat(const QVariantMap &options, VXCSVFormat *format, QString *reason) const;
     bool readColumns(const QVariantList &objects, VXExportFile &file, VXCSVFormat *format, QStringList *columns,
                      QString *reason) const;
@@ -77,14 +97,18 @@ bool CSVExporterPlugin::writeObjects(const QVariantList &objects, const QVariant
         if (file.oldBytes(file.oldSize() - 1, 1) != "\n")
             line = format.lineEnd;
     } else {
+        if (*reason = problemOfColumns(columns, objects); !reason->isNull())
+            return false;
         if (columns.isEmpty())
             columns = keysOf(objects);
+        if (columns.isEmpty()) // the header is left to objects that have values
+            return true;
         for (const QString &column : std::as_const(columns)) {
             format.appendField(line, column);
             line.append(format.separator);
         }
         line.chop(1);
-        line.append(columns.isEmpty() ? QByteArray() : format.lineEnd);
+        line.append(format.lineEnd);
     }
 
     VXColumnReader reader(columns);
@@ -101,6 +125,21 @@ bool CSVExporterPlugin::writeObjects(const QVariantList &objects, const QVariant
     }
     file.write(line);
     return true;
+}
+
+// Of what all stored objects have it is known which values there can be.
+QString CSVExporterPlugin::problemOfColumns(const QStringList &columns, const QVariantList &objects) const
+{
+    for (const QString &column : columns) {
+        const QString key = column.section(u'.', 0, 0);
+        const bool isUnknown = !objects.isEmpty() && std::ranges::all_of(objects, [&](const QVariant &object) {
+            const VXManagedObject *const managed = VXManagedObjectIn(object);
+            return managed != nullptr && managed->entity().propertyForName(key) == nullptr;
+        });
+        if (isUnknown)
+            return localizedString(u"What is exported has no value \"%1\"."_s).arg(column);
+    }
+    return {};
 }
 
 bool CSVExporterPlugin::readFormat(const QVariantMap &options, VXCSVFormat *format, QString *reason) const

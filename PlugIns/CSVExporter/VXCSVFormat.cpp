@@ -80,7 +80,9 @@ std::optional<QStringList> VXCSVFormat::header(const QByteArray &bytes) const
         } else if (isQuoted || (octet != separator && octet != '\r' && octet != '\n')) {
             field.append(octet);
         } else {
-            fields.append(QString::fromUtf8(field));
+            const bool isNeutral = neutralisesFormulas && field.size() > 1 && field.startsWith('\'') &&
+                                   beginsFormula(QByteArrayView(field).sliced(1));
+            fields.append(QString::fromUtf8(isNeutral ? field.sliced(1) : field));
             field.clear();
             if (octet != separator)
                 return fields;

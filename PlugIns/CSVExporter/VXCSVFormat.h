@@ -20,7 +20,7 @@ struct VXCSVFormat
     /** A field, quoted where it must be. */
     void appendField(QByteArray &line, const QVariant &value) const;
 
-    /** The first record of a file, without a byte order mark. Empty when it has no end within the bytes. */
+    /** The first record of a file, without a byte order mark and the apostrophes before formulas. Empty when it has no end within the bytes. */
     std::optional<QStringList> header(const QByteArray &bytes) const;
     /** The line end that a file uses, judged by its first one. */
     static QByteArray lineEndOf(const QByteArray &bytes);

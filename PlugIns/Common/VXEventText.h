@@ -1,15 +1,8 @@
 #pragma once
 
-#include <QtCore/QString>
-#include <QtCore/QVariant>
+#include "VXEvent.h"
 
-/** An event as its reactors see it: `subtype` null and `object` invalid for none. */
-struct VXEvent
-{
-    QString name;
-    QString subtype;
-    QVariant object;
-};
+#include <QtCore/QString>
 
 /**
  * The text with "{event}", "{subtype}" and "{KEYPATH}", any value of the object, replaced; by nothing where there is none.

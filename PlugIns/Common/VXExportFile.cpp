@@ -9,7 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -55,6 +55,32 @@ void synchronizeFolder(const QString &path)
     ::close(folder);
 }
 
+/** The head of what brings a file back; the bytes that were written over follow, and an end. */
+struct Undo
+{
+    quint64 mark = 0;
+    quint64 inode = 0; // of the file
+    qint64 size = 0;   // that it had
+    qint64 start = 0;  // where writing began
+    qint64 overwritten = 0;
+};
+constexpr quint64 undoMark = 0x5658556e646f3031; // "VXUndo01"
+constexpr QByteArrayView undoEnd = "end\n";
+
+// A hidden file beside the one that is exported to.
+QByteArray besidePath(const QString &path, QLatin1StringView extension)
+{
+    const QFileInfo info(path);
+    return QFile::encodeName(u"%1/.%2%3"_s.arg(info.path(), info.fileName(), extension));
+}
+
+// In folders of others a file may have been put there by anybody.
+bool isOwnFile(const QByteArray &path)
+{
+    struct stat status = {};
+    return ::lstat(path.constData(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
+}
+
 } // namespace
 
 std::unique_ptr<VXExportFile> VXExportFile::open(const QString &path, Mode mode, QString *reason)
@@ -89,7 +115,7 @@ bool VXExportFile::openLocked(QString *reason)
             *reason = VXLocalizedString(u"It is no regular file."_s);
             return false;
         }
-        _lock = std::make_unique<VXFileLock>(u"/proc/self/fd/%1"_s.arg(_descriptor), longestWait);
+        _lock = std::make_unique<VXFileLock>(_descriptor, longestWait);
         if (!_lock->isHeld()) {
             *reason = _lock->isTimedOut() ? VXLocalizedString(u"Another program is writing to it."_s) : _lock->reason();
             return false;
@@ -108,22 +134,95 @@ bool VXExportFile::openLocked(QString *reason)
 
 bool VXExportFile::begin(QString *reason)
 {
+    if (!undoTornExport(reason))
+        return false;
     _start = _position = _oldSize;
-    if (_mode == Mode::Append) {
-        _output = _descriptor;
-        return true;
-    }
+    if (_mode == Mode::Replace)
+        return beginReplacement(reason);
+    _output = _descriptor;
+    return true;
+}
+
+// Its name is always the same: what a process left that was killed goes, and nobody else writes there while the lock is held.
+bool VXExportFile::beginReplacement(QString *reason)
+{
     struct stat status = {};
-    const QFileInfo info(_path);
-    QByteArray path = QFile::encodeName(u"%1/.%2.XXXXXX"_s.arg(info.path(), info.fileName()));
-    _output = ::fstat(_descriptor, &status) == 0 ? ::mkostemp(path.data(), O_CLOEXEC) : -1;
+    const QByteArray path = besidePath(_path, ".replacement"_L1);
+    if (isOwnFile(path))
+        ::unlink(path.constData());
+    _output = ::fstat(_descriptor, &status) == 0
+                  ? ::open(path.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600)
+                  : -1;
     if (_output >= 0)
         _replacement = path;
-    if (_output >= 0 && ::fchmod(_output, status.st_mode & 07777) == 0)
+    // What others have set up for their file is no leave to run the new one as its owner, or to write into it.
+    const mode_t kept = status.st_uid == ::geteuid() ? 0777 : 0644;
+    if (_output >= 0 && ::fchmod(_output, status.st_mode & kept) == 0)
         return true;
     *reason = qt_error_string(errno);
     return false;
 }
+
+// -- What a killed process leaves behind
+
+// Before anything is written: how long the file was, and the bytes that will be written over. It counts only when it is whole,
+// and only for the file that it was made for. In a folder where it cannot be made the export goes on without.
+void VXExportFile::keepUndo()
+{
+    const QByteArray path = besidePath(_path, ".undo"_L1);
+    struct stat status = {};
+    if (isOwnFile(path))
+        ::unlink(path.constData());
+    const int file = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (file < 0 || ::fstat(_descriptor, &status) != 0)
+        return;
+    const Undo undo{undoMark, status.st_ino, _oldSize, _start, _overwritten.size()};
+    QByteArray bytes(reinterpret_cast<const char *>(&undo), sizeof undo);
+    bytes.append(_overwritten);
+    bytes.append(undoEnd.data(), undoEnd.size());
+    writeAll(file, bytes, 0);
+    ::close(file);
+}
+
+void VXExportFile::removeUndo() const
+{
+    const QByteArray path = besidePath(_path, ".undo"_L1);
+    if (isOwnFile(path))
+        ::unlink(path.constData());
+}
+
+bool VXExportFile::undoTornExport(QString *reason)
+{
+    const QByteArray path = besidePath(_path, ".undo"_L1);
+    if (!isOwnFile(path))
+        return true;
+    QFile file(QFile::decodeName(path));
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    Undo undo;
+    struct stat status = {};
+    const bool isWhole = bytes.size() >= qsizetype(sizeof undo) && bytes.endsWith(undoEnd);
+    if (isWhole)
+        std::memcpy(&undo, bytes.constData(), sizeof undo);
+    const bool isMeant = isWhole && undo.mark == undoMark && ::fstat(_descriptor, &status) == 0 &&
+                         undo.inode == status.st_ino && undo.size >= 0 && undo.start >= 0 &&
+                         undo.overwritten == bytes.size() - qsizetype(sizeof undo) - undoEnd.size() &&
+                         status.st_size >= undo.start;
+    if (isMeant) {
+        VXLogMethod(VXLogWarning, "open",
+                    u"An export to \"%1\" was cut off; the file is brought back to %2 bytes"_s.arg(
+                        _path, QString::number(undo.size)));
+        if (!writeAll(_descriptor, QByteArrayView(bytes).sliced(sizeof undo, undo.overwritten), undo.start) ||
+            ::ftruncate(_descriptor, undo.size) != 0 || ::fsync(_descriptor) != 0) {
+            *reason = qt_error_string(errno);
+            return false;
+        }
+        _oldSize = _mode == Mode::Append ? undo.size : 0;
+    }
+    removeUndo();
+    return true;
+}
+
+// -- Reading and writing
 
 QByteArray VXExportFile::oldBytes(qint64 offset, qint64 count)
 {
@@ -160,7 +259,8 @@ bool VXExportFile::flush()
 {
     if (_problem != 0)
         return false;
-    _isTouched = true;
+    if (!std::exchange(_isTouched, true) && _replacement.isEmpty())
+        keepUndo();
     if (!writeAll(_output, _buffer, _position))
         return fail();
     _position += _buffer.size();
@@ -183,6 +283,7 @@ bool VXExportFile::finishAppending()
     const bool isShorter = _position < _oldSize;
     if ((isShorter && ::ftruncate(_output, _position) != 0) || ::fsync(_output) != 0)
         return fail();
+    removeUndo();
     if (!_wasThere)
         synchronizeFolder(_path);
     return true;
@@ -212,12 +313,16 @@ void VXExportFile::takeBack()
     }
     if (!_wasThere) {
         ::unlink(QFile::encodeName(_path).constData());
+        if (_replacement.isEmpty())
+            removeUndo();
         return;
     }
-    if (_isTouched && _replacement.isEmpty() &&
-        (!writeAll(_output, _overwritten, _start) || ::ftruncate(_output, _oldSize) != 0 || ::fsync(_output) != 0)) {
+    if (!_isTouched || !_replacement.isEmpty())
+        return;
+    if (writeAll(_output, _overwritten, _start) && ::ftruncate(_output, _oldSize) == 0 && ::fsync(_output) == 0)
+        removeUndo();
+    else // the next export tries again
         VXLogMethod(VXLogError, "takeBack",
                     u"\"%1\" could not be brought back to %2 bytes: %3"_s.arg(_path, QString::number(_oldSize),
                                                                               qt_error_string(errno)));
-    }
 }

@@ -9,7 +9,8 @@
 
 /**
  * The file that an export writes to. From `open` to its end other exports to the file wait, in this process and in
- * others. What is written counts once `commit` has succeeded; until then, and after any failure, the file is as it was.
+ * others. What is written counts once `commit` has succeeded; until then, and after any failure, the file is as it was. A
+ * process that is killed meanwhile leaves beside the file what the next export needs to bring it back.
  * Appending writes behind what is there, however long that is. One thread.
  */
 class VXExportFile
@@ -44,6 +45,10 @@ private:
 
     bool openLocked(QString *reason);
     bool begin(QString *reason);
+    bool beginReplacement(QString *reason);
+    void keepUndo();
+    bool undoTornExport(QString *reason);
+    void removeUndo() const;
     bool flush();
     bool finishAppending();
     bool finishReplacing();

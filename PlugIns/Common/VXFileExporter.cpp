@@ -1,6 +1,7 @@
 #include "VXFileExporter.h"
 
 #include "VXErrorDomain.h"
+#include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXNone.h"
 #include "VXPluginOptions.h"
@@ -9,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 std::optional<VXError> VXFileExporter::exportObjects(const QVariantList &objects, const QVariantMap &options)
 {
-    const QString path = VXExpandedPath(options.value(VXExporterOptionsFilePathKey).toString());
+    const QString path = VXExpandTilde(options.value(VXExporterOptionsFilePathKey).toString());
     const QString description = VXLocalizedString(u"The export failed."_s);
     if (path.isEmpty())
         return VXMakeFileError(description, VXLocalizedString(u"No file to export to is set."_s), {});
@@ -27,6 +28,20 @@ std::optional<VXError> VXFileExporter::exportObjects(const QVariantList &objects
     if (file && writeObjects(present, options, *file, &reason) && file->commit(&reason))
         return std::nullopt;
     return VXMakeFileError(description, reason, path);
+}
+
+VXReactorOptions VXFileExporter::reactorOptions() const
+{
+    using Type = VXReactorOption::Type;
+    return describedOptions(
+               {{.key = VXExporterOptionsFilePathKey,
+                 .type = Type::File,
+                 .meaning = VXLocalizedString(u"The file to export to."_s),
+                 .isNeeded = true},
+                {.key = u"append"_s,
+                 .type = Type::Boolean,
+                 .meaning = VXLocalizedString(u"Whether to write behind what the file holds, or in place of it."_s)}}) +
+           furtherOptions();
 }
 
 QString VXFileExporter::localizedString(const QString &key) const

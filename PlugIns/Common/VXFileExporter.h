@@ -15,7 +15,13 @@ class VXFileExporter : public VXExporterPlugin
 public:
     [[nodiscard]] std::optional<VXError> exportObjects(const QVariantList &objects, const QVariantMap &options) final;
 
+    /** The file and whether to append, and those of `furtherOptions`. */
+    VXReactorOptions reactorOptions() const final;
+
 protected:
+    /** Those of the format. */
+    virtual VXReactorOptions furtherOptions() const { return {}; }
+
     /** Writes the objects, none of them invalid. False with a reason for people: the file stays as it was. */
     virtual bool writeObjects(const QVariantList &objects, const QVariantMap &options, VXExportFile &file,
                               QString *reason) = 0;

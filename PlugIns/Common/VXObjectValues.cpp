@@ -221,6 +221,16 @@ QJsonValue VXPlainJSONOfObject(const QVariant &object)
     return values;
 }
 
+QVariant VXColumnReader::valueIn(const QVariant &object, const QString &key)
+{
+    if (object.typeId() == QMetaType::QVariantMap) {
+        const auto &map = *static_cast<const QVariantMap *>(object.constData());
+        if (const auto found = map.constFind(key); found != map.constEnd())
+            return *found;
+    }
+    return VXValueForKeyPath(object, key);
+}
+
 void VXColumnReader::setEntity(const VXEntityDescription &entity)
 {
     _entity = &entity;

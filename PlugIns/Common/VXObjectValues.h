@@ -50,11 +50,14 @@ public:
             if (index >= 0)
                 use(column, managed->attribute(index));
             else
-                use(column, VXValueForKeyPath(object, _keys[column]));
+                use(column,
+                    managed == nullptr ? valueIn(object, _keys[column]) : VXValueForKeyPath(object, _keys[column]));
         }
     }
 
 private:
+    /** A map may have a key with dots in it. */
+    static QVariant valueIn(const QVariant &object, const QString &key);
     void setEntity(const VXEntityDescription &entity);
 
     const QStringList _keys;

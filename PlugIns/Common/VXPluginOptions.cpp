@@ -2,8 +2,6 @@
 
 #include "VXNone.h"
 
-#include <QtCore/QDir>
-
 using namespace Qt::StringLiterals;
 
 bool VXBooleanOption(const QVariantMap &options, const QString &key, bool fallback)
@@ -25,11 +23,4 @@ QStringList VXListOption(const QVariantMap &options, const QString &key)
     for (const QString &part : value.toString().split(u',', Qt::SkipEmptyParts))
         parts.append(part.trimmed());
     return parts;
-}
-
-QString VXExpandedPath(const QString &path)
-{
-    if (path == "~"_L1 || path.startsWith("~/"_L1))
-        return QDir::homePath() + path.sliced(1);
-    return path;
 }

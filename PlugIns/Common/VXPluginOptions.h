@@ -11,6 +11,3 @@ bool VXBooleanOption(const QVariantMap &options, const QString &key, bool fallba
 
 /** A list as it is; the parts between commas of a text, without the blanks around them. */
 QStringList VXListOption(const QVariantMap &options, const QString &key);
-
-/** The path with a "~" at its start replaced by the home folder. */
-QString VXExpandedPath(const QString &path);

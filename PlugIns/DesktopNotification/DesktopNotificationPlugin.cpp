@@ -26,22 +26,33 @@ public:
         const VXEvent event{eventName, subtype, object};
         const QString title = VXEventText(options.value(u"title"_s, u"{event}"_s).toString(), event);
         const QString text = VXEventText(options.value(u"text"_s).toString(), event);
-        if (!_queue.add([this, title, text] { show(title, text); }))
-            logFailure(u"too many are waiting already"_s);
+        const VXReactionOutcome outcome = deferOutcome();
+        if (!_queue.add([this, title, text, outcome] { show(title, text, outcome); }))
+            fail(u"too many are waiting already"_s, outcome);
+    }
+
+    VXReactorOptions reactorOptions() const override
+    {
+        return describedOptions(
+            {{.key = u"title"_s, .meaning = u"The headline; {event}, {subtype} and {KEY} are replaced."_s},
+             {.key = u"text"_s, .meaning = u"What stands below it, in the same way."_s}});
     }
 
 private:
-    void show(const QString &title, const QString &text) const
+    void show(const QString &title, const QString &text, const VXReactionOutcome &outcome) const
     {
         QString reason;
-        if (!VXDesktopNotifier::notify(title, text, &reason))
-            logFailure(reason);
+        if (VXDesktopNotifier::notify(title, text, &reason))
+            outcome.conclude();
+        else
+            fail(reason, outcome);
     }
 
-    void logFailure(const QString &reason) const
+    void fail(const QString &reason, const VXReactionOutcome &outcome) const
     {
-        VXLogMethod(VXLogWarning,
-                    "reactToEventWithName:subtype:object:options:", u"No notification was shown: "_s + reason);
+        const QString text = u"No notification was shown: "_s + reason;
+        VXLogMethod(VXLogWarning, "reactToEventWithName:subtype:object:options:", text);
+        outcome.conclude(text);
     }
 };
 

@@ -1,14 +1,18 @@
 #include "VXCalendarEntry.h"
+#include "VXCalendarText.h"
 #include "VXFileExporter.h"
 #include "VXFramework.h"
 #include "VXPrincipalClass.h"
+
+#include <QtCore/QHash>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr QByteArrayView lastLine = "END:VCALENDAR";
-constexpr qint64 longestEnd = 64 * 1024; // bytes that are looked at
 
 QByteArray calendarStart()
 {
@@ -29,16 +33,31 @@ public:
 protected:
     bool writeObjects(const QVariantList &objects, const QVariantMap &, VXExportFile &file, QString *reason) override
     {
-        if (file.oldSize() == 0) {
-            file.write(calendarStart());
-        } else if (!goToEndOfEntries(file)) {
-            *reason = localizedString(u"The file is no calendar, or its end is missing."_s);
+        if (objects.isEmpty() && file.oldSize() == 0) {
+            *reason = localizedString(u"A calendar must have an entry, and there is nothing to export."_s);
             return false;
         }
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const VXCalendarEntry::Translate translate = [this](const QString &key) { return localizedString(key); };
+        QHash<QByteArray, qsizetype> places; // by identifier: of what is there twice the last counts
+        QByteArrayList entries;
         for (const QVariant &object : objects) {
-            if (!file.write(VXCalendarEntry(object, now, translate).bytes()))
+            const VXCalendarEntry entry(object, now, translate);
+            const QByteArray identifier = entry.identifier();
+            if (places.contains(identifier))
+                entries[places.value(identifier)] = entry.bytes(identifier);
+            else
+                entries.append(entry.bytes(identifier));
+            places.insert(identifier, places.value(identifier, entries.size() - 1));
+        }
+        if (file.oldSize() == 0) {
+            file.write(calendarStart());
+        } else if (!goToEndOfEntries(file, places)) {
+            *reason = localizedString(u"The file is no calendar, or its end is missing."_s);
+            return false;
+        }
+        for (const QByteArray &entry : std::as_const(entries)) {
+            if (!file.write(entry))
                 break; // told when it is committed
         }
         file.write(lastLine);
@@ -47,24 +66,28 @@ protected:
     }
 
 private:
-    // New entries take the place of the calendar's last line. When that is missing because a program was killed while it wrote,
-    // they follow the last whole entry.
-    static bool goToEndOfEntries(VXExportFile &file)
+    // New entries take the place of the calendar's last line. When that is missing, they follow the last whole entry.
+    // Entries of which there are new ones go.
+    static bool goToEndOfEntries(VXExportFile &file, const QHash<QByteArray, qsizetype> &replaced)
     {
-        if (!file.oldBytes(0, 15).toUpper().startsWith("BEGIN:VCALENDAR"))
+        const QByteArray old = file.oldBytes(0, file.oldSize());
+        const VXCalendarText calendar(old);
+        if (calendar.endOfEntries() <= 0)
             return false;
-        const qint64 start = qMax<qint64>(0, file.oldSize() - longestEnd);
-        const QByteArray end = file.oldBytes(start, longestEnd);
-        const QByteArray trimmed = end.trimmed();
-        qsizetype offset = -1;
-        if (trimmed.toUpper().endsWith(lastLine)) {
-            offset = end.toUpper().lastIndexOf(lastLine);
-        } else if (const qsizetype entry = end.toUpper().lastIndexOf("\nEND:VEVENT"); entry >= 0) {
-            offset = end.indexOf('\n', entry + 1) + 1;
+        qsizetype done = -1; // up to which old bytes are written again
+        for (const VXCalendarText::Entry &entry : calendar.entries()) {
+            if (!replaced.contains(entry.identifier))
+                continue;
+            if (done < 0)
+                file.writeFrom(entry.start);
+            else
+                file.write(QByteArrayView(old).sliced(done, entry.start - done));
+            done = entry.end;
         }
-        if (offset <= 0)
-            return false;
-        file.writeFrom(start + offset);
+        if (done < 0)
+            file.writeFrom(calendar.endOfEntries());
+        else
+            file.write(QByteArrayView(old).sliced(done, calendar.endOfEntries() - done));
         return true;
     }
 };

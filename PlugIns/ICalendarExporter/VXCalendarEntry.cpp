@@ -36,11 +36,11 @@ VXCalendarEntry::VXCalendarEntry(const QVariant &object, const QDateTime &now, c
 {
 }
 
-QByteArray VXCalendarEntry::bytes() const
+QByteArray VXCalendarEntry::bytes(const QByteArray &identifier) const
 {
     VXContentLines lines;
     lines.add(u"BEGIN"_s, u"VEVENT"_s);
-    lines.addText(u"UID"_s, identifier());
+    lines.addText(u"UID"_s, QString::fromLatin1(identifier));
     lines.add(u"DTSTAMP"_s, dateText(_now));
     lines.add(u"DTSTART"_s, dateText(start().isValid() ? start() : _now.addSecs(-duration())));
     if (duration() > 0)
@@ -91,7 +91,7 @@ qint64 VXCalendarEntry::duration() const
     return _isMessage ? 0 : std::llround(_call.duration.value_or(0));
 }
 
-QString VXCalendarEntry::identifier() const
+QByteArray VXCalendarEntry::identifier() const
 {
     const VXManagedObject *const stored = VXManagedObjectIn(_object);
     const bool hasURI = stored != nullptr && !stored->objectID().isTemporary();
@@ -99,5 +99,5 @@ QString VXCalendarEntry::identifier() const
     // What happened at no known time happens anew each time.
     const bool isNew = !hasURI && !start().isValid();
     const QUuid uuid = isNew ? QUuid::createUuid() : QUuid::createUuidV5(entryNamespace, whole);
-    return uuid.toString(QUuid::WithoutBraces);
+    return uuid.toByteArray(QUuid::WithoutBraces);
 }

@@ -21,8 +21,8 @@ public:
     VXCalendarEntry(const QVariant &object, const QDateTime &now, const Translate &translate);
 
     /** The same for the same call or message; of one with no date always another. */
-    QString identifier() const;
-    QByteArray bytes() const;
+    QByteArray identifier() const;
+    QByteArray bytes(const QByteArray &identifier) const;
 
 private:
     const VXParties &parties() const;

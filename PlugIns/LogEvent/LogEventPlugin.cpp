@@ -28,6 +28,23 @@ public:
         VXLogMethod(level, "reactToEventWithName:subtype:object:options:", text);
     }
 
+    VXReactorOptions reactorOptions() const override
+    {
+        return describedOptions(
+            {{.key = u"level"_s,
+              .meaning = u"How urgent it is: debug, info, notice, warning, error and so on, or 0 to 7."_s},
+             {.key = u"text"_s, .meaning = u"The line; {event}, {subtype} and {KEY} are replaced."_s}});
+    }
+    QString problemOfOptions(const QVariantMap &options) const override
+    {
+        try {
+            levelOption(options.value(u"level"_s));
+        } catch (const VXException &exception) {
+            return exception.reason();
+        }
+        return {};
+    }
+
 private:
     unsigned levelOption(const QVariant &option) const
     {

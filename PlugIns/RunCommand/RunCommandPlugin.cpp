@@ -2,6 +2,7 @@
 #include "VXCommand.h"
 #include "VXCommandEnvironment.h"
 #include "VXException.h"
+#include "VXFolders.h"
 #include "VXMethodLog.h"
 #include "VXNone.h"
 #include "VXPluginOptions.h"
@@ -28,7 +29,9 @@ QString outcomeText(const VXCommandOutcome &outcome)
     if (outcome.startProblem != 0)
         return u"did not start: "_s + qt_error_string(outcome.startProblem);
     QString text = u"ended with status %1"_s.arg(outcome.status);
-    if (outcome.isTimedOut)
+    if (outcome.isStopped)
+        text = u"was ended because nobody wanted to wait for it"_s;
+    else if (outcome.isTimedOut)
         text = u"was ended when its time was over"_s;
     else if (outcome.signal != 0)
         text = u"was ended by signal %1 (%2)"_s.arg(outcome.signal)
@@ -54,14 +57,41 @@ public:
         const VXEvent event{eventName, subtype, object};
         command.environment = VXCommandEnvironment(event);
         command.input = VXCommandInput(event);
-        if (!_queue.add([this, command] { run(command); }))
+        const VXReactionOutcome outcome = deferOutcome();
+        command.stop = std::make_shared<VXCommandStop>();
+        outcome.setCancelHandler([stop = command.stop] { stop->request(); });
+        if (!_queue.add([this, command, outcome] { run(command, outcome); }))
             fail(u"Too many commands are waiting already."_s);
+    }
+
+    VXReactorOptions reactorOptions() const override
+    {
+        using Type = VXReactorOption::Type;
+        return describedOptions(
+            {{.key = u"program"_s,
+              .type = Type::Program,
+              .meaning = u"The program to run: a path, or a name that is looked up."_s,
+              .isNeeded = true},
+             {.key = u"arguments"_s, .type = Type::Any, .meaning = u"What it is given; a text is one argument."_s},
+             {.key = u"timeout"_s, .type = Type::Number, .meaning = u"After how many seconds it is ended."_s},
+             {.key = u"useShell"_s,
+              .type = Type::Boolean,
+              .meaning = u"Whether the program is a command line for the shell."_s}});
+    }
+    QString problemOfOptions(const QVariantMap &options) const override
+    {
+        try {
+            (void)commandFor(options);
+        } catch (const VXException &exception) {
+            return exception.reason();
+        }
+        return {};
     }
 
 private:
     VXCommand commandFor(const QVariantMap &options) const
     {
-        const QString program = VXExpandedPath(options.value(u"program"_s).toString());
+        const QString program = VXExpandTilde(options.value(u"program"_s).toString());
         const QVariant timeout = options.value(u"timeout"_s);
         const double seconds = VXIsNone(timeout) ? standardTimeout : timeout.toDouble();
         if (program.isEmpty())
@@ -101,11 +131,12 @@ private:
         throw VXException(u"RunCommandException"_s, argument.isNull() ? text : text.arg(argument));
     }
 
-    void run(const VXCommand &command) const
+    void run(const VXCommand &command, const VXReactionOutcome &reaction) const
     {
         const VXCommandOutcome outcome = command.run();
-        VXLogMethod(outcome.isSuccess() ? VXLogInfo : VXLogError, "reactToEventWithName:subtype:object:options:",
-                    u"%1 %2"_s.arg(QFile::decodeName(command.program), outcomeText(outcome)));
+        const QString text = u"%1 %2"_s.arg(QFile::decodeName(command.program), outcomeText(outcome));
+        VXLogMethod(outcome.isSuccess() ? VXLogInfo : VXLogError, "reactToEventWithName:subtype:object:options:", text);
+        reaction.conclude(outcome.isSuccess() ? QString() : text);
     }
 };
 

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -57,13 +58,13 @@ class Run
 {
 public:
     int start(const VXCommand &command);
-    void waitUntilEnd(Clock::time_point deadline);
+    void waitUntilEnd(Clock::time_point deadline, int stop);
     VXCommandOutcome finish();
 
 private:
     bool makeInput(const QByteArray &input);
     int spawn(const VXCommand &command, int errors);
-    bool wait(Clock::time_point deadline);
+    bool wait(Clock::time_point deadline, int stop = -1);
     bool readErrors();
 
     pid_t _process = 0;
@@ -138,10 +139,11 @@ bool Run::readErrors()
     }
 }
 
-// False when the program still ran at the deadline.
-bool Run::wait(Clock::time_point deadline)
+// False when the program still ran at the deadline, or when it was to be stopped.
+bool Run::wait(Clock::time_point deadline, int stop)
 {
-    std::array<pollfd, 2> sources{pollfd{_handle.get(), POLLIN, 0}, pollfd{_errors.get(), POLLIN, 0}};
+    std::array<pollfd, 3> sources{pollfd{_handle.get(), POLLIN, 0}, pollfd{_errors.get(), POLLIN, 0},
+                                  pollfd{stop, POLLIN, 0}};
     while (true) {
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         const int count = ::poll(sources.data(), sources.size(), static_cast<int>(std::max(rest, 0ms).count()));
@@ -151,17 +153,21 @@ bool Run::wait(Clock::time_point deadline)
             sources[1].fd = -1;
         if (count > 0 && sources[0].revents != 0)
             return true;
+        if (count > 0 && sources[2].revents != 0) {
+            _outcome.isStopped = true;
+            return false;
+        }
         if (Clock::now() >= deadline)
             return false;
     }
 }
 
-void Run::waitUntilEnd(Clock::time_point deadline)
+void Run::waitUntilEnd(Clock::time_point deadline, int stop)
 {
-    if (_handle.get() >= 0 && wait(deadline))
+    if (_handle.get() >= 0 && wait(deadline, stop))
         return;
     // The number stays the program's until it is reaped, and the group's.
-    _outcome.isTimedOut = true;
+    _outcome.isTimedOut = !_outcome.isStopped;
     ::kill(-_process, SIGTERM);
     if (_handle.get() >= 0)
         wait(Clock::now() + grace);
@@ -181,6 +187,19 @@ VXCommandOutcome Run::finish()
 
 } // namespace
 
+VXCommandStop::VXCommandStop() : _descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+VXCommandStop::~VXCommandStop()
+{
+    if (_descriptor >= 0)
+        ::close(_descriptor);
+}
+
+void VXCommandStop::request() const
+{
+    ::eventfd_write(_descriptor, 1);
+}
+
 VXCommandOutcome VXCommand::run() const
 {
     Run run;
@@ -188,6 +207,6 @@ VXCommandOutcome VXCommand::run() const
     outcome.startProblem = run.start(*this);
     if (outcome.startProblem != 0)
         return outcome;
-    run.waitUntilEnd(Clock::now() + timeout);
+    run.waitUntilEnd(Clock::now() + timeout, stop ? stop->descriptor() : -1);
     return run.finish();
 }

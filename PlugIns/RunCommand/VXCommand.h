@@ -4,6 +4,7 @@
 #include <QtCore/QList>
 
 #include <chrono>
+#include <memory>
 
 /** How a command ended. */
 struct VXCommandOutcome
@@ -12,9 +13,27 @@ struct VXCommandOutcome
     int status = 0;       // exit status
     int signal = 0;       // that ended it
     bool isTimedOut = false;
-    QByteArray errorTail; // the last of what it wrote to standard error
+    bool isStopped = false; // by who did not want to wait
+    QByteArray errorTail;   // the last of what it wrote to standard error
 
-    bool isSuccess() const { return startProblem == 0 && status == 0 && signal == 0 && !isTimedOut; }
+    bool isSuccess() const { return startProblem == 0 && status == 0 && signal == 0 && !isTimedOut && !isStopped; }
+};
+
+/** Ends a program that runs, or will run. Any thread, also more than once. */
+class VXCommandStop
+{
+public:
+    VXCommandStop();
+    ~VXCommandStop();
+    VXCommandStop(const VXCommandStop &) = delete;
+    VXCommandStop &operator=(const VXCommandStop &) = delete;
+
+    void request() const;
+    /** Can be read once it was requested. */
+    int descriptor() const { return _descriptor; }
+
+private:
+    const int _descriptor;
 };
 
 /** A program to run: all of it known before, so that any thread can run it. */
@@ -26,9 +45,10 @@ struct VXCommand
     QByteArray input;
     QByteArray workingFolder;
     std::chrono::milliseconds timeout;
+    std::shared_ptr<VXCommandStop> stop = {}; // null: nobody stops it
 
     /**
-     * Runs it to its end, in a session and process group of its own. Its output is dropped. At the time-out the whole group is
+     * Runs it to its end, in a session and process group of its own. Its output is dropped. At the time-out, or when it is stopped, the whole group is
      * asked to end, and killed when it does not within two seconds. What the program leaves behind when it ends by itself
      * stays.
      */

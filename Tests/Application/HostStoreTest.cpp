@@ -102,6 +102,7 @@ TEST_F(HostStoreTest, ObjectsAreInsertedListedChangedAndDeleted)
         outputOf({u"update"_s, store, jane, uR"({"name": "Jane Doe", "spouse": null})"_s});
         EXPECT_EQ(jsonOf(janeOnly)[0][u"name"_s], u"Jane Doe"_s);
         EXPECT_EQ(outputOf({u"list"_s, store, u"Person"_s, u"--count"_s, u"--where"_s, u"spouse != NULL"_s}), "0\n");
+        EXPECT_EQ(outputOf({u"list"_s, store, u"Call"_s, u"--count"_s, u"--where"_s, u"date > '2026-01-01'"_s}), "1\n");
         EXPECT_EQ(jsonOf({u"entities"_s, store})[1][u"objects"_s], 1);
         EXPECT_EQ(outputOf({u"delete"_s, store, u"Person/p1"_s}), "Deleted 2 objects.\n"); // and her call
         EXPECT_EQ(outputOf({u"list"_s, store, u"Call"_s}), "There are no such objects.\n");
@@ -231,6 +232,8 @@ TEST_F(HostStoreTest, ChecksFindWhatIsBroken)
         const HostOutcome outcome = run({u"check"_s, store});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.output.toStdString(), HasSubstr(each.finding));
+        EXPECT_THAT(outputOf({u"check"_s, store, u"--mend"_s}).toStdString(), HasSubstr(each.finding));
+        EXPECT_EQ(outputOf({u"check"_s, store}), "The store is sound.\n");
     }
     writeFile(u"People.vxdatastore/People.xml"_s, sound);
     EXPECT_EQ(jsonOf({u"check"_s, store}), QJsonArray());

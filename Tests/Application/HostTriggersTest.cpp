@@ -13,6 +13,7 @@ using testing::HasSubstr;
 namespace {
 
 const QString reactor = u"com.halvern.VNX2.plugin.logevent"_s;
+const QString table = u"com.halvern.VNX2.plugin.csvexporter"_s;
 
 class HostTriggersTest : public VXHomeTest
 {
@@ -37,8 +38,8 @@ TEST_F(HostTriggersTest, AddsShowsTriesAndRemoves)
     const QString filter = u"from CONTAINS[c] \"jane\" AND NOT duration < 5"_s;
     const HostOutcome added =
         triggers({u"add"_s, u"--event"_s, u"incoming_call"_s, u"--name"_s, u"Jane"_s, u"--filter"_s, filter,
-                  u"--reactor"_s, reactor, u"--option"_s, u"text={from} called"_s, u"--option=list=[1, \"b\"]"_s,
-                  u"--reactor"_s, reactor, u"--option=VXExporterOptionsFilePath=a.csv"_s});
+                  u"--reactor"_s, reactor, u"--option"_s, u"text={from} called"_s, u"--reactor"_s, table,
+                  u"--option=VXExporterOptionsFilePath=a.csv"_s, u"--option=columns=[\"a\", \"b\"]"_s});
     EXPECT_EQ(added.status, 0) << added.errors.toStdString();
     EXPECT_EQ(triggers({u"add"_s, u"--event"_s, u"incoming_call"_s, u"--reactor"_s, reactor}).status, 0);
 
@@ -50,10 +51,10 @@ TEST_F(HostTriggersTest, AddsShowsTriesAndRemoves)
     EXPECT_EQ(first.value("enabled"_L1), true);
     const QJsonArray reactors = first.value("reactors"_L1).toArray();
     ASSERT_EQ(reactors.size(), 2);
-    EXPECT_EQ(reactors[0].toObject().value("options"_L1),
-              (QJsonObject{{u"text"_s, u"{from} called"_s}, {u"list"_s, QJsonArray{1, u"b"_s}}}));
+    EXPECT_EQ(reactors[0].toObject().value("options"_L1), (QJsonObject{{u"text"_s, u"{from} called"_s}}));
     EXPECT_EQ(reactors[1].toObject().value("options"_L1),
-              (QJsonObject{{u"VXExporterOptionsFilePath"_s, QDir::current().absoluteFilePath(u"a.csv"_s)}}));
+              (QJsonObject{{u"VXExporterOptionsFilePath"_s, QDir::current().absoluteFilePath(u"a.csv"_s)},
+                           {u"columns"_s, QJsonArray{u"a"_s, u"b"_s}}}));
     EXPECT_TRUE(all[1].toObject().value("filter"_L1).isNull());
 
     const QString identifier = first.value("id"_L1).toString();
@@ -81,6 +82,42 @@ TEST_F(HostTriggersTest, AddsShowsTriesAndRemoves)
     EXPECT_EQ(json({u"list"_s}).array(), QJsonArray{all[1]});
 }
 
+TEST_F(HostTriggersTest, ShowsEditsMovesAndCopies)
+{
+    for (const QString &name : {u"one"_s, u"two"_s, u"three"_s})
+        ASSERT_EQ(triggers({u"add"_s, u"--event"_s, u"ping"_s, u"--name"_s, name, u"--filter"_s, u"a == 1"_s,
+                            u"--reactor"_s, reactor, u"--option"_s, u"text="_s + name})
+                      .status,
+                  0);
+    const auto names = [&] {
+        QStringList found;
+        for (const auto trigger : json({}).array())
+            found.append(trigger.toObject().value("name"_L1).toString());
+        return found;
+    };
+    EXPECT_EQ(triggers({u"move"_s, u"three"_s, u"--place"_s, u"1"_s}).status, 0);
+    EXPECT_EQ(names(), QStringList({u"three"_s, u"one"_s, u"two"_s}));
+    EXPECT_EQ(triggers({u"move"_s, u"three"_s, u"--place"_s, u"9"_s}).status, 0);
+    EXPECT_EQ(names(), QStringList({u"one"_s, u"two"_s, u"three"_s}));
+    EXPECT_EQ(triggers({u"move"_s, u"three"_s}).status, 2);
+
+    EXPECT_EQ(triggers({u"copy"_s, u"one"_s}).status, 0);
+    EXPECT_EQ(names(), QStringList({u"one"_s, u"two"_s, u"three"_s, u"one"_s}));
+    EXPECT_EQ(triggers({u"show"_s, u"one"_s}).status, 1); // two have that name
+    EXPECT_EQ(triggers({u"edit"_s, u"p4"_s, u"--name"_s, u"four"_s, u"--no-filter"_s, u"--event"_s, u"pong"_s}).status,
+              0);
+    EXPECT_EQ(triggers({u"edit"_s, u"two"_s, u"--reactor"_s, table}).status, 1); // which needs a file
+    const QJsonObject copy = json({u"show"_s, u"four"_s}).object();
+    EXPECT_EQ(copy.value("event"_L1), u"pong"_s);
+    EXPECT_TRUE(copy.value("filter"_L1).isNull());
+    EXPECT_EQ(copy.value("reactors"_L1).toArray().at(0).toObject().value("options"_L1),
+              (QJsonObject{{u"text"_s, u"one"_s}}));
+    const HostOutcome shown = triggers({u"show"_s, u"two"_s});
+    EXPECT_THAT(shown.output.toStdString(), HasSubstr("filter  a == 1"));
+    EXPECT_THAT(shown.output.toStdString(), HasSubstr("level = notice (default)"));
+    EXPECT_EQ(triggers({u"edit"_s, u"two"_s}).status, 2);
+}
+
 TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
 {
     const QStringList event{u"add"_s, u"--event"_s, u"ping"_s};
@@ -95,10 +132,19 @@ TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
         {event, 2, "--reactor is missing"},
         {event + QStringList{u"--option"_s, u"a=b"_s, u"--reactor"_s, reactor}, 2, "stands before any --reactor"},
         {whole + QStringList{u"--option"_s, u"=b"_s}, 2, "not of the form KEY=VALUE"},
-        {whole + QStringList{u"--filter"_s, u"from =="_s}, 1, "--filter: "},
-        {whole + QStringList{u"--filter"_s, u"from == $WHO"_s}, 1, "the variable $WHO has no value"},
-        {event + QStringList{u"--reactor"_s, u"org.example.none"_s}, 1, "there is no plugin \"org.example.none\""},
+        {whole + QStringList{u"--filter"_s, u"from =="_s}, 1, "The filter does not work: "},
+        {whole + QStringList{u"--filter"_s, u"from == $WHO"_s}, 1, "The variable \"WHO\" of the filter has no value."},
+        {event + QStringList{u"--reactor"_s, u"org.example.none"_s}, 1, "There is no plugin \"org.example.none\""},
         {event + QStringList{u"--reactor"_s, u"com.halvern.VNX2.plugin.calls"_s}, 1, "does not react to events"},
+        {whole + QStringList{u"--option"_s, u"txet=b"_s}, 1, "no option \"txet\"; there are: level, text"},
+        {whole + QStringList{u"--option"_s, u"level=loud"_s}, 1, "\"loud\" is no log level"},
+        {event + QStringList{u"--reactor"_s, table}, 1, "\"VXExporterOptionsFilePath\" is missing"},
+        {event +
+             QStringList{u"--reactor"_s, table, u"--option=VXExporterOptionsFilePath=a"_s, u"--option=append=maybe"_s},
+         1, "must be a value of the type boolean"},
+        {event + QStringList{u"--reactor"_s, u"com.halvern.VNX2.plugin.runcommand"_s, u"--option=program=/no/such"_s},
+         1, "\"/no/such\" is no program that can be run."},
+        {{u"move"_s, u"p1"_s}, 1, "there is no trigger"},
         {{u"list"_s, u"--event"_s, u"ping"_s}, 2, "--event does not go with list"},
         {{u"remove"_s}, 2, "remove needs ID"},
         {{u"list"_s, u"p1"_s}, 2, "list takes nothing more"},
@@ -132,4 +178,16 @@ TEST_F(HostTriggersTest, StoreThatCannotBeOpenedEndsTheCommandAndStaysAsItIs)
     EXPECT_EQ(readFile(file), damaged);
     writeFile(QDir(path()).relativeFilePath(file), good);
     EXPECT_EQ(json({}).array().size(), 1);
+}
+
+TEST_F(HostTriggersTest, StoreThatDoesNotOpenNamesItsPluginAndLeavesAWayOut)
+{
+    writeFile(u".local/share/Vornix 2/Data/triggers.vxdatastore/triggers.sqlite"_s, "damaged");
+    const HostOutcome failed = triggers({});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.errors.toStdString(),
+                testing::AllOf(HasSubstr("triggers.vxdatastore"), HasSubstr("(com.halvern.VNX2.plugin.triggers)"),
+                               HasSubstr("It does not begin as an SQLite file."),
+                               HasSubstr("vornix plugins disable ID")));
+    EXPECT_EQ(runHost({u"plugins"_s, u"list"_s}).status, 0); // as do those that mend it
 }

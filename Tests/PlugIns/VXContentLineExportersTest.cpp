@@ -108,21 +108,25 @@ TEST_F(VXContentLineExportersTest, CalendarEntriesTellOfCallsAndMessages)
                               {u"event_date"_s, u"2026-02-01T00:00:00Z"_s},
                               {u"text"_s, u"Hi,\nJoe"_s}};
     const QString file = path(u"a.ics"_s);
-    EXPECT_EQ(VXExport(calendar, {call}, file), QString());
-    EXPECT_EQ(VXExport(calendar, {message, call}, file), QString());
+    EXPECT_EQ(VXExport(calendar, {call, call}, file), QString());
+    EXPECT_EQ(VXExport(calendar, {message, call}, file), QString()); // the call again: it is there once
     const QByteArray text = readFile(file);
     EXPECT_TRUE(text.startsWith("BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:"));
     EXPECT_EQ(text.count("VCALENDAR\r\n"), 2);
     EXPECT_TRUE(text.endsWith("END:VEVENT\r\nEND:VCALENDAR\r\n"));
-    EXPECT_EQ(linesOf(text, "DTSTART"),
-              QByteArrayList({"DTSTART:20260131T160509Z", "DTSTART:20260201T000000Z", "DTSTART:20260131T160509Z"}));
-    EXPECT_EQ(linesOf(text, "DURATION"), QByteArrayList({"DURATION:PT1H1M1S", "DURATION:PT1H1M1S"}));
-    EXPECT_EQ(linesOf(text, "SUMMARY").first(2),
-              QByteArrayList({"SUMMARY:Call from Doe\\, Jane", "SUMMARY:Message to Joe"}));
-    EXPECT_EQ(linesOf(text, "DESCRIPTION").value(1), QByteArray("DESCRIPTION:Hi\\,\\nJoe\\nJoe <+1 555 0101>"));
-    const QByteArrayList identifiers = linesOf(text, "UID");
-    EXPECT_EQ(identifiers.value(0), identifiers.value(2)); // the same call
-    EXPECT_NE(identifiers.value(0), identifiers.value(1));
+    EXPECT_EQ(linesOf(text, "DTSTART"), QByteArrayList({"DTSTART:20260201T000000Z", "DTSTART:20260131T160509Z"}));
+    EXPECT_EQ(linesOf(text, "DURATION"), QByteArrayList({"DURATION:PT1H1M1S"}));
+    EXPECT_EQ(linesOf(text, "SUMMARY"), QByteArrayList({"SUMMARY:Message to Joe", "SUMMARY:Call from Doe\\, Jane"}));
+    EXPECT_EQ(linesOf(text, "DESCRIPTION").value(0), QByteArray("DESCRIPTION:Hi\\,\\nJoe\\nJoe <+1 555 0101>"));
+    QVariantMap later = call;
+    later.insert(u"date"_s, date.addSecs(60));
+    EXPECT_EQ(VXExport(calendar, {later, call}, file), QString());
+    const QByteArrayList identifiers = linesOf(readFile(file), "UID");
+    EXPECT_EQ(QSet<QByteArray>(identifiers.begin(), identifiers.end()).size(), 3);
+    EXPECT_EQ(identifiers.size(), 3);
+    EXPECT_EQ(readFile(file).count("BEGIN:VEVENT"), 3);
+    EXPECT_FALSE(VXExport(calendar, {}, path(u"none.ics"_s)).isNull()); // a calendar has an entry
+    EXPECT_FALSE(QFile::exists(path(u"none.ics"_s)));
 }
 
 TEST_F(VXContentLineExportersTest, CalendarsOfOtherProgramsAndCutOffOnesAreContinued)

@@ -8,6 +8,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
+#include <csignal>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -66,6 +67,71 @@ TEST_F(VXExportFileTest, IsAsItWasWithoutCommit)
         open->write(large);
     }
     EXPECT_EQ(readFile(file), QByteArray("old"));
+}
+
+TEST_F(VXExportFileTest, WhatAKilledProcessLeftIsCutOffByTheNextExport)
+{
+    const QByteArray large(1'000'000, 'x');
+    const auto killWhileWriting = [&](const QString &file, Mode mode, qint64 offset) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            QString reason;
+            const auto open = VXExportFile::open(file, mode, &reason);
+            if (offset >= 0)
+                open->writeFrom(offset);
+            open->write(large);
+            ::kill(::getpid(), SIGKILL);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status));
+    };
+    const struct
+    {
+        Mode mode;
+        qint64 offset;
+    } table[] = {{Mode::Append, -1}, {Mode::Append, 1}, {Mode::Replace, -1}};
+    for (const auto &[mode, offset] : table) {
+        const QString file = writeFile(u"a.txt"_s, "old\n");
+        killWhileWriting(file, mode, offset);
+        EXPECT_EQ(readFile(file) == "old\n", mode == Mode::Replace);
+        EXPECT_EQ(write(file, Mode::Append, "new\n"), QString());
+        EXPECT_EQ(readFile(file), QByteArray("old\nnew\n"));
+        EXPECT_EQ(write(file, Mode::Replace, "all\n"), QString());
+        EXPECT_EQ(readFile(file), QByteArray("all\n"));
+        EXPECT_EQ(entries(), QStringList{u"a.txt"_s});
+    }
+    killWhileWriting(path(u"made.txt"_s), Mode::Append, -1);
+    EXPECT_EQ(write(path(u"made.txt"_s), Mode::Append, "new\n"), QString());
+    EXPECT_EQ(readFile(path(u"made.txt"_s)), QByteArray("new\n"));
+    // What was put in the file's place since is left alone, and so is it by an undo that was itself cut off.
+    const QString file = writeFile(u"a.txt"_s, "old\n");
+    killWhileWriting(file, Mode::Append, -1);
+    ASSERT_TRUE(QFile::rename(file, path(u"aside"_s)));
+    writeFile(u"a.txt"_s, "another\n");
+    EXPECT_EQ(write(file, Mode::Append, "new\n"), QString());
+    EXPECT_EQ(readFile(file), QByteArray("another\nnew\n"));
+    writeFile(u".a.txt.undo"_s, "VXUndo");
+    EXPECT_EQ(write(file, Mode::Append, "more\n"), QString());
+    EXPECT_EQ(readFile(file), QByteArray("another\nnew\nmore\n"));
+}
+
+TEST_F(VXExportFileTest, ReplacingKeepsNoRightToRunAsSomebody)
+{
+    const QString file = writeFile(u"a.txt"_s, "old");
+    const auto modeAfter = [&](mode_t mode, uid_t owner) {
+        struct stat status = {};
+        EXPECT_EQ(::chown(qPrintable(file), owner, gid_t(-1)), 0);
+        EXPECT_EQ(::chmod(qPrintable(file), mode), 0);
+        EXPECT_EQ(write(file, Mode::Replace, "new"), QString());
+        EXPECT_EQ(::stat(qPrintable(file), &status), 0);
+        return status.st_mode & 07777;
+    };
+    EXPECT_EQ(modeAfter(06755, uid_t(-1)), 0755U);
+    EXPECT_EQ(modeAfter(0660, uid_t(-1)), 0660U);
+    if (::geteuid() == 0) {
+        EXPECT_EQ(modeAfter(04777, 12345), 0644U);
+    }
 }
 
 TEST_F(VXExportFileTest, RefusesWhatIsNoFile)

@@ -5,6 +5,7 @@
 #include "VXLogRecorder.h"
 #include "VXPluginFixtures.h"
 #include "VXPlugInTesting.h"
+#include "VXTestProcess.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
@@ -32,46 +33,6 @@ bool hasEnded(qint64 process)
     const QByteArray status = file.readAll();
     return status.mid(status.lastIndexOf(')') + 2, 1) == "Z";
 }
-
-// A message bus of the test's own. Not a QProcess: its child runs in the memory of the thread that starts it, after which the
-// thread sanitizer no longer sees what that thread locks.
-class MessageBus
-{
-public:
-    explicit MessageBus(const QString &path)
-    {
-        const QString command =
-            "exec dbus-daemon --session --nofork --print-address=1 --print-pid=1 --address=unix:path="_L1;
-        _output = ::popen(QFile::encodeName(command + path).constData(), "r");
-        _address = readLine();
-        _process = readLine().toInt();
-    }
-    ~MessageBus() { stop(); }
-    MessageBus(const MessageBus &) = delete;
-    MessageBus &operator=(const MessageBus &) = delete;
-
-    QByteArray address() const { return _address; }
-    void stop()
-    {
-        if (_process > 0)
-            ::kill(std::exchange(_process, 0), SIGTERM);
-        if (_output != nullptr)
-            ::pclose(std::exchange(_output, nullptr)); // waits for its end
-    }
-
-private:
-    QByteArray readLine()
-    {
-        QByteArray line(1024, '\0');
-        return ::fgets(line.data(), static_cast<int>(line.size()), _output) == nullptr
-                   ? QByteArray()
-                   : QByteArray(line.constData()).trimmed();
-    }
-
-    std::FILE *_output = nullptr;
-    QByteArray _address;
-    pid_t _process = 0;
-};
 
 // A notification service, as a desktop has one.
 class NotificationService : public QObject
@@ -210,7 +171,7 @@ TEST_F(VXReactorsTest, UnloadingWaitsForPrograms)
 
 TEST_F(VXReactorsTest, NotificationsReachTheService)
 {
-    MessageBus messageBus(path(u"bus"_s));
+    VXTestBus messageBus(path(u"bus"_s));
     const QByteArray address = messageBus.address();
     ASSERT_FALSE(address.isEmpty()) << "the package dbus is missing";
     qputenv("DBUS_SESSION_BUS_ADDRESS", address);

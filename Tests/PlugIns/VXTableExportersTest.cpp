@@ -101,6 +101,17 @@ TEST_F(VXTableExportersTest, CSVOptionsAndTheExistingHeaderDecideTheColumns)
     EXPECT_EQ(rows(), QByteArray("[['from'], [\"'@1\"]]"));
 }
 
+TEST_F(VXTableExportersTest, CSVKeepsColumnsOfAnyName)
+{
+    const QVariantMap object{{u"a.b"_s, 1}, {u"=c"_s, 2}, {u"d"_s, QVariantMap{{u"e"_s, 3}}}};
+    const QVariantMap options{{u"columns"_s, QStringList{u"a.b"_s, u"=c"_s, u"d.e"_s}}};
+    EXPECT_EQ(VXExport(u"CSVExporterPlugin"_s, {QVariantMap()}, file), QString()); // of nothing there is no header
+    EXPECT_EQ(readFile(file), QByteArray());
+    EXPECT_EQ(VXExport(u"CSVExporterPlugin"_s, {object}, file, options), QString());
+    EXPECT_EQ(VXExport(u"CSVExporterPlugin"_s, {object}, file), QString());
+    EXPECT_EQ(readFile(file), QByteArray("a.b,'=c,d.e\r\n1,2,3\r\n1,2,3\r\n"));
+}
+
 TEST_F(VXTableExportersTest, CSVRefusesWhatItWouldSpoil)
 {
     const QVariantMap object{{u"from"_s, u"x"_s}};

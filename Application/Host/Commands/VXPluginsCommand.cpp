@@ -260,12 +260,13 @@ int runPlugins(VXHostContext &context)
         return context.output.failUsage(u"%1 takes nothing more"_s.arg(name), usage);
     if (verb.runWithoutPlugins != nullptr)
         return verb.runWithoutPlugins(context);
-    return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
+    const auto run = [&](VXPluginManager &manager) {
         if (verb.run != nullptr)
             return verb.run(context, manager);
         VXPluginProxy *const plugin = pluginNamed(manager, operand);
         return plugin == nullptr ? unknown(context, manager, operand) : verb.runWithPlugin(context, manager, *plugin);
-    });
+    };
+    return VXRunWithPlugins(context, run, VXWhenQuitting::Run); // so that who has it quit can be disabled
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 #include "VXPropertyListText.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QSaveFile>
 
 #include <cstdio>
 
@@ -48,9 +47,9 @@ QByteArray converted(const QVariant &value, const QString &form, VXError *error)
 
 int writeFile(VXHostOutput &output, const QString &path, const QByteArray &bytes)
 {
-    QSaveFile file(path); // the old file stays as it is until all is written
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        return output.fail(u"cannot write %1: %2"_s.arg(path, file.errorString()));
+    QString reason;
+    if (!VXAtomicFile::replace(path, bytes, &reason, VXFileAccess::Shared))
+        return output.fail(u"cannot write %1: %2"_s.arg(path, reason));
     return VXHostOutput::Done;
 }
 

@@ -1,11 +1,14 @@
 #include "VXApplication.h"
+#include "VXDesktopServices.h"
 #include "VXDeviceRegistry.h"
 #include "VXDeviceURL.h"
 #include "VXHostCommands.h"
 #include "VXHostOutput.h"
+#include "VXHotKeyManager.h"
 #include "VXModalSession.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
+#include "VXReactionOutcome.h"
 #include "VXSignalWatcher.h"
 
 #include <QtCore/QJsonObject>
@@ -52,6 +55,7 @@ private:
             return;
         if (_application.isTerminating()) {
             _isForced = true;
+            VXReactionOutcome::cancelAll(); // programs that reactors run end, and the history says so
             _session.stop(0);
             return;
         }
@@ -72,6 +76,22 @@ private:
     bool _isForced = false;
 };
 
+// The desktop's keys and its selection. Without a desktop nothing is said unless keys are bound.
+void connectToDesktop(VXHostOutput &output)
+{
+    VXApplication::sharedApplication().workspace().setSelectedTextSource(VXReadSelectedText);
+    VXHotKeyManager &hotKeys = VXHotKeyManager::sharedHotKeyManager();
+    const QMap<QString, std::shared_ptr<VXHotKey>> all = hotKeys.hotKeys();
+    const bool isBound = std::ranges::any_of(all, [](const auto &hotKey) { return hotKey->isRegistered(); });
+    std::unique_ptr<VXHotKeyService> service = VXMakeHotKeyService();
+    if (const QString problem = service->problem(); !problem.isNull()) {
+        if (isBound)
+            output.note(u"hot keys do not work: %1"_s.arg(problem));
+        return;
+    }
+    hotKeys.setService(std::move(service));
+}
+
 int runRun(VXHostContext &context)
 {
     return VXRunWithPlugins(context, [&context](VXPluginManager &manager) {
@@ -79,6 +99,7 @@ int runRun(VXHostContext &context)
         const QList<VXPluginProxy *> plugins = manager.allPlugins();
         const auto count = std::ranges::count_if(plugins, &VXPluginProxy::isLoaded);
         Running running(output);
+        connectToDesktop(output);
         VXDeviceRegistry::shared().makeKnownDevices();
         for (const VXDevicePlugin::Ptr &device : VXDeviceRegistry::shared().liveDevices())
             output.note(u"listening to %1, %2"_s.arg(device->name(), VXAbsoluteString(device->url())));

@@ -4,6 +4,10 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXJSON.h"
+#include "VXReactionOutcome.h"
+#include "VXSignalWatcher.h"
+
+#include <csignal>
 
 using namespace Qt::StringLiterals;
 
@@ -33,6 +37,12 @@ bool VXReadReactorOption(const QString &text, QVariantMap *options, QString *pro
     const std::optional<QJsonValue> json = mayBeJSON ? VXJSONFromText(value.toUtf8()) : std::nullopt;
     options->insert(text.first(equals), json ? VXVariantFromJSON(*json) : QVariant(value));
     return true;
+}
+
+VXEventRecord VXPostAndAwait(const VXEvent &event)
+{
+    const VXSignalWatcher signalWatcher({SIGINT, SIGTERM}, [](int) { VXReactionOutcome::cancelAll(); });
+    return VXEventManager::sharedEventManager().recordByPostingAndAwaitingEvent(event);
 }
 
 void VXNoteUnlistedEvent(VXHostContext &context, const QString &event)

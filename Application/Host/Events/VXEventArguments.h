@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VXEvent.h"
+#include "VXEventRecord.h"
 #include "VXHostCommand.h"
 
 #include <QtCore/QString>
@@ -15,6 +17,9 @@ bool VXReadEventObject(const VXHostOptions &options, QVariant *object, QString *
  * text. False, with a problem, for text of another form.
  */
 bool VXReadReactorOption(const QString &text, QVariantMap *options, QString *problem);
+
+/** Posts the event, and waits for what its reactors go on with; an interrupt ends that, and the record tells so. */
+[[nodiscard]] VXEventRecord VXPostAndAwait(const VXEvent &event);
 
 /** Tells the user when no plugin lists the event, which may be misspelt. */
 void VXNoteUnlistedEvent(VXHostContext &context, const QString &event);

@@ -46,6 +46,8 @@ QString outcomeOf(const VXReactionRecord &reaction)
         return u"done in %1 ms"_s.arg(reaction.milliseconds, 0, 'f', 1);
     case ReactionOutcome::Failed:
         return u"failed after %1 ms: %2"_s.arg(reaction.milliseconds, 0, 'f', 1).arg(reaction.problems.join("; "_L1));
+    case ReactionOutcome::Running:
+        return u"goes on, or was cut off with the process that posted the event"_s;
     case ReactionOutcome::Missing:
         return u"is not installed, or not enabled"_s;
     }
@@ -70,14 +72,19 @@ QString VXEventOutcome(const VXEventRecord &record)
     const qsizetype broken = std::ranges::count(record.triggers, TriggerOutcome::Broken, &VXTriggerRecord::outcome);
     qsizetype reactors = 0;
     qsizetype failed = 0;
+    qsizetype running = 0;
     for (const VXTriggerRecord &trigger : record.triggers) {
         reactors += trigger.reactions.size();
-        failed += trigger.reactions.size() -
-                  std::ranges::count(trigger.reactions, ReactionOutcome::Done, &VXReactionRecord::outcome);
+        running += std::ranges::count(trigger.reactions, ReactionOutcome::Running, &VXReactionRecord::outcome);
+        failed += std::ranges::count_if(trigger.reactions, [](const VXReactionRecord &reaction) {
+            return reaction.outcome == ReactionOutcome::Failed || reaction.outcome == ReactionOutcome::Missing;
+        });
     }
     QString outcome = u"%1 of %2 ran"_s.arg(ran).arg(counted(triggers, u"trigger"_s));
     if (broken > 0)
         outcome += u", %1 with a filter that does not work"_s.arg(broken);
+    if (running > 0)
+        outcome += u", %1 not told to have ended"_s.arg(counted(running, u"reactor"_s));
     return failed == 0 ? outcome + ", "_L1 + counted(reactors, u"reactor"_s)
                        : outcome + u", %1 of %2 failed"_s.arg(failed).arg(counted(reactors, u"reactor"_s));
 }

@@ -8,6 +8,7 @@
 #include "VXPluginGuard.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
+#include "VXReaction.h"
 #include "VXStoreAccess.h"
 #include "VXStoreByName.h"
 #include "VXStoreQuery.h"
@@ -65,6 +66,10 @@ int exportObjects(VXHostContext &context, const VXPluginManager &manager, const 
     const VXHostOptions &options = context.options;
     QString problem;
     const auto exporter = exporterForIdentifier(manager, options.operand(0), &problem);
+    if (exporter)
+        problem = VXProblemOfReactorOptions(*exporter, given);
+    if (!problem.isNull())
+        return context.output.fail(problem);
     const auto coordinator = exporter ? VXStoreForName(options.operand(1), &problem) : nullptr;
     const auto request = coordinator ? requestFor(options, *coordinator, &problem) : std::nullopt;
     if (!request)
@@ -81,12 +86,7 @@ int exportObjects(VXHostContext &context, const VXPluginManager &manager, const 
     std::optional<VXError> failure;
     const bool returned = VXCallPlugin(
         *exporter, "exportObjects:options:",
-        [&] {
-            QVariantMap all = exporter->reactorDefaults().value_or(QVariantMap());
-            all.insert(given);
-            failure = exporter->exportObjects(list, all);
-        },
-        &problem);
+        [&] { failure = exporter->exportObjects(list, VXOptionsForReactor(*exporter, given)); }, &problem);
     if (!returned || failure)
         return context.output.fail(failure ? VXErrorText(*failure) : problem);
     const QString path = given.value(VXExporterOptionsFilePathKey).toString();

@@ -1,5 +1,5 @@
+#include "VXEventArguments.h"
 #include "VXEventHistory.h"
-#include "VXEventManager.h"
 #include "VXEventReport.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
@@ -74,8 +74,7 @@ int replay(VXHostContext &context, const VXEventRecord &past)
             return context.output.fail(problem);
         object = QVariant::fromValue(stored.object);
     }
-    const VXEventRecord record =
-        VXEventManager::sharedEventManager().recordByPostingEventWithName(past.name, past.subtype, object);
+    const VXEventRecord record = VXPostAndAwait({past.name, past.subtype, object});
     return VXReportEvent(context, record, true);
 }
 

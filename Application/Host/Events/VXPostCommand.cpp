@@ -1,5 +1,4 @@
 #include "VXEventArguments.h"
-#include "VXEventManager.h"
 #include "VXEventReport.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
@@ -25,8 +24,7 @@ int post(VXHostContext &context, QVariant object)
         object = QVariant::fromValue(stored.object);
     }
     VXNoteUnlistedEvent(context, name);
-    const VXEventRecord record =
-        VXEventManager::sharedEventManager().recordByPostingEventWithName(name, options.value(u"subtype"_s), object);
+    const VXEventRecord record = VXPostAndAwait({name, options.value(u"subtype"_s), object});
     return VXReportEvent(context, record, options.isSet(u"trace"_s));
 }
 
@@ -49,20 +47,20 @@ int runPost(VXHostContext &context)
 
 VXHostCommand VXPostCommand()
 {
-    return {
-        .name = u"post"_s,
-        .summary = u"Post an event, so that its triggers run"_s,
-        .synopsis = u"EVENT"_s,
-        .details =
-            u"Does what happens when a plugin posts the event: every trigger for it is looked at, and the reactors "
-            "of those whose filters accept the object run, before the command ends. Fails when a reactor failed, or a "
-            "filter does not work. For example: vornix post incoming_call --subtype ended --object "
-            "'{\"from\": \"Jane <555-0100>\"}'"_s,
-        .options = {{u"subtype"_s, u"TEXT"_s, u"What further is to be said of the event"_s},
-                    {u"object"_s, u"JSON"_s, u"What the event is about: dates as {\"$date\": ISO 8601}"_s},
-                    {u"object-uri"_s, u"URI"_s, u"The same, an object of a store"_s},
-                    {u"trace"_s, {}, u"Tell why each trigger did or did not run"_s}},
-        .minimumOperands = 1,
-        .maximumOperands = 1,
-        .run = runPost};
+    return {.name = u"post"_s,
+            .summary = u"Post an event, so that its triggers run"_s,
+            .synopsis = u"EVENT"_s,
+            .details =
+                u"Does what happens when a plugin posts the event: every trigger for it is looked at, and the reactors "
+                "of those whose filters accept the object run, before the command ends; an interrupt ends what they "
+                "run. Fails when a reactor failed, or a "
+                "filter does not work. For example: vornix post incoming_call --subtype ended --object "
+                "'{\"from\": \"Jane <555-0100>\"}'"_s,
+            .options = {{u"subtype"_s, u"TEXT"_s, u"What further is to be said of the event"_s},
+                        {u"object"_s, u"JSON"_s, u"What the event is about: dates as {\"$date\": ISO 8601}"_s},
+                        {u"object-uri"_s, u"URI"_s, u"The same, an object of a store"_s},
+                        {u"trace"_s, {}, u"Tell why each trigger did or did not run"_s}},
+            .minimumOperands = 1,
+            .maximumOperands = 1,
+            .run = runPost};
 }

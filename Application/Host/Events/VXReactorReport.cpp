@@ -21,6 +21,28 @@ QJsonValue jsonOf(const std::optional<QStringList> &texts)
     return texts ? QJsonValue(QJsonArray::fromStringList(*texts)) : QJsonValue();
 }
 
+QJsonArray jsonOf(const VXReactorOptions &options)
+{
+    QJsonArray list;
+    for (const VXReactorOption &option : options)
+        list.append(QJsonObject{{u"key"_s, option.key},
+                                {u"type"_s, option.typeName()},
+                                {u"needed"_s, option.isNeeded},
+                                {u"choices"_s, QJsonArray::fromStringList(option.choices)},
+                                {u"default"_s, VXJSONFromVariant(option.standard)},
+                                {u"meaning"_s, option.meaning}});
+    return list;
+}
+
+// "(default: true)"; what must be known besides the meaning.
+QString remarkOn(const QJsonObject &option)
+{
+    if (option[u"needed"_s].toBool())
+        return u" (needed)"_s;
+    const QJsonValue standard = option[u"default"_s];
+    return standard.isNull() ? QString() : u" (default: %1)"_s.arg(standard.toVariant().toString());
+}
+
 void describe(const VXReactorPlugin &reactor, QJsonObject &json)
 {
     json[u"name"_s] = VXJSONFromVariant(reactor.reactorName());
@@ -28,6 +50,7 @@ void describe(const VXReactorPlugin &reactor, QJsonObject &json)
     json[u"events"_s] = jsonOf(reactor.reactorEventNameList());
     json[u"classes"_s] = jsonOf(reactor.reactorClassList());
     json[u"defaults"_s] = VXJSONFromVariant(reactor.reactorDefaults().value_or(QVariantMap()));
+    json[u"options"_s] = jsonOf(reactor.reactorOptions());
     json[u"exporter"_s] = dynamic_cast<const VXExporterPlugin *>(&reactor) != nullptr;
 }
 
@@ -45,12 +68,31 @@ VXReactorReport::VXReactorReport(const VXPluginProxy &proxy)
             {u"events"_s, {}},
             {u"classes"_s, {}},
             {u"defaults"_s, QJsonObject()},
+            {u"options"_s, QJsonArray()},
             {u"exporter"_s, false},
             {u"loaded"_s, proxy.isLoaded()}}
 {
     const VXPluginProxy::Instance instance = proxy.singleton();
     if (const auto *const reactor = dynamic_cast<const VXReactorPlugin *>(instance.get()))
         VXCallPlugin(proxy, "reactorName", [&] { describe(*reactor, _json); });
+}
+
+QStringList VXReactorReport::lines() const
+{
+    QStringList lines{_json[u"identifier"_s].toString(), "  name     "_L1 + _json[u"name"_s].toString(),
+                      "  category "_L1 + _json[u"category"_s].toString(),
+                      "  events   "_L1 + listed(_json[u"events"_s])};
+    QList<QStringList> rows{{u"OPTION"_s, u"TYPE"_s, u"MEANING"_s}};
+    for (const auto each : _json[u"options"_s].toArray()) {
+        const QJsonObject option = each.toObject();
+        rows.append({option[u"key"_s].toString(), option[u"type"_s].toString(),
+                     option[u"meaning"_s].toString() + remarkOn(option)});
+    }
+    if (rows.size() > 1)
+        lines << QString() << VXTextTable(rows).trimmed();
+    else
+        lines << u"  It does not describe its options."_s;
+    return lines;
 }
 
 QStringList VXReactorReport::columnTitles()
@@ -62,6 +104,21 @@ QStringList VXReactorReport::columns() const
 {
     return {_json[u"identifier"_s].toString(), _json[u"name"_s].toString(), _json[u"category"_s].toString(),
             listed(_json[u"events"_s])};
+}
+
+int VXShowReactor(VXHostContext &context, const QList<VXPluginProxy *> &plugins, const QString &identifier)
+{
+    QList<VXPluginProxy *> found = plugins;
+    found.removeIf([&](const VXPluginProxy *plugin) {
+        return plugin->identifier() != identifier &&
+               plugin->identifier().section(u'.', -1).compare(identifier, Qt::CaseInsensitive) != 0;
+    });
+    if (found.size() != 1)
+        return context.output.fail(u"there is no enabled reactor \"%1\", or several that end so; \"vornix reactors\" "
+                                   "shows those there are"_s.arg(identifier));
+    const VXReactorReport report(*found.first());
+    context.output.answer(report.lines().join(u'\n') + u'\n', report.json());
+    return VXHostOutput::Done;
 }
 
 int VXListReactors(VXHostContext &context, QList<VXPluginProxy *> plugins, const QString &none)

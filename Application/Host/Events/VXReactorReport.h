@@ -15,6 +15,8 @@ public:
     explicit VXReactorReport(const VXPluginProxy &proxy);
 
     QJsonObject json() const { return _json; }
+    /** For people, with the options. */
+    QStringList lines() const;
     /** A line for a table with the titles of `columnTitles`. */
     QStringList columns() const;
     static QStringList columnTitles();
@@ -22,6 +24,11 @@ public:
 private:
     QJsonObject _json;
 };
+
+/** Answers with all that a reactor tells of itself, its options among it. The identifier's last part is enough when no other
+ * reactor has it. @return the command's status. */
+[[nodiscard]] int VXShowReactor(VXHostContext &context, const QList<VXPluginProxy *> &plugins,
+                                const QString &identifier);
 
 /** Answers with all of them, by identifier; with the text when there are none. @return the command's status. */
 [[nodiscard]] int VXListReactors(VXHostContext &context, QList<VXPluginProxy *> plugins, const QString &none);

@@ -1,12 +1,6 @@
 #include "VXTriggerReport.h"
 
-#include "VXComparison.h"
 #include "VXHostJSON.h"
-#include "VXPluginGuard.h"
-#include "VXPluginManager.h"
-#include "VXReactorPlugin.h"
-#include "VXSmartFilter.h"
-#include "VXTriggerFilter.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QUrl>
@@ -15,82 +9,38 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Why a reactor would not run; null when it would.
-QString reactorProblem(const QString &identifier)
+QJsonObject jsonOf(const VXReaction &reaction)
 {
-    const VXPluginProxy *const plugin = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier);
-    if (plugin == nullptr)
-        return u"is not installed"_s;
-    if (!plugin->isEnabled())
-        return u"is disabled"_s;
-    return plugin->isLoaded() ? QString() : u"is not loaded"_s;
+    return {{u"reactor"_s, reaction.bundleIdentifier()}, {u"options"_s, VXJSONFromVariant(reaction.userOptions())}};
 }
 
-// The options as the reactor gets them: its defaults, and the user's over them.
-QVariantMap effectiveOptions(const QString &identifier, const QVariantMap &own)
+QString valueText(const QVariant &value)
 {
-    QVariantMap options;
-    if (const VXPluginProxy *const plugin = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier)) {
-        const VXPluginProxy::Instance instance = plugin->singleton();
-        if (const auto *const reactor = dynamic_cast<const VXReactorPlugin *>(instance.get()))
-            VXCallPlugin(*plugin, "reactorDefaults",
-                         [&] { options = reactor->reactorDefaults().value_or(QVariantMap()); });
-    }
-    options.insert(own);
-    return options;
-}
-
-QJsonObject jsonOfReactor(const VXManagedObject &reactor)
-{
-    return {{u"reactor"_s, reactor.valueForKey(u"bundleIdentifier"_s).toString()},
-            {u"options"_s, VXJSONFromVariant(reactor.valueForKey(u"options"_s).toMap())}};
+    return value.typeId() == QMetaType::QString ? value.toString()
+                                                : QString::fromUtf8(VXJSONText(VXJSONFromVariant(value)));
 }
 
 } // namespace
 
 QString VXTriggerReport::shortID() const
 {
-    return u'p' + QString::number(_trigger.objectID().number());
-}
-
-QString VXTriggerReport::title() const
-{
-    const QString name = text(u"userName"_s);
-    return name.isEmpty() ? text(u"eventName"_s) : name;
-}
-
-QString VXTriggerReport::filterText() const
-{
-    const auto object = _trigger.valueForKey(u"filter"_s).value<VXManagedObjectPtr>();
-    const auto *const filter = dynamic_cast<const VXSmartFilter *>(object.get());
-    if (filter == nullptr || !flag(u"useFilter"_s))
-        return {};
-    VXError error;
-    const std::optional<VXPredicate> predicate = filter->predicate(&error);
-    return predicate ? predicate->predicateFormat() : u"(%1)"_s.arg(error.localizedDescription());
-}
-
-QList<VXManagedObjectPtr> VXTriggerReport::reactors() const
-{
-    QList<VXManagedObjectPtr> sorted;
-    for (const QVariant &each : vx_sortedArrayUsingKey(_trigger.valueForKey(u"reactors"_s).toList(), u"index"_s))
-        sorted.append(each.value<VXManagedObjectPtr>());
-    return sorted;
+    return u'p' + QString::number(_trigger.record()->objectID().number());
 }
 
 QJsonObject VXTriggerReport::json() const
 {
-    QJsonArray reactorList;
-    for (const VXManagedObjectPtr &reactor : reactors())
-        reactorList.append(jsonOfReactor(*reactor));
-    const QString filter = filterText();
+    QJsonArray reactions;
+    for (const VXReaction &reaction : _trigger.reactions())
+        reactions.append(jsonOf(reaction));
+    const QString filter = _trigger.filterText();
+    const QString name = _trigger.userName();
     return {{u"id"_s, shortID()},
-            {u"uri"_s, _trigger.objectID().uriRepresentation().toString()},
-            {u"event"_s, text(u"eventName"_s)},
-            {u"name"_s, VXJSONFromVariant(_trigger.valueForKey(u"userName"_s))},
-            {u"enabled"_s, flag(u"isEnabled"_s)},
+            {u"uri"_s, _trigger.record()->objectID().uriRepresentation().toString()},
+            {u"event"_s, _trigger.eventName()},
+            {u"name"_s, name.isNull() ? QJsonValue() : QJsonValue(name)},
+            {u"enabled"_s, _trigger.isEnabled()},
             {u"filter"_s, filter.isNull() ? QJsonValue() : QJsonValue(filter)},
-            {u"reactors"_s, reactorList}};
+            {u"reactors"_s, reactions}};
 }
 
 QStringList VXTriggerReport::columnTitles()
@@ -101,14 +51,35 @@ QStringList VXTriggerReport::columnTitles()
 QStringList VXTriggerReport::columns() const
 {
     QStringList identifiers;
-    for (const VXManagedObjectPtr &reactor : reactors())
-        identifiers.append(reactor->valueForKey(u"bundleIdentifier"_s).toString());
+    for (const VXReaction &reaction : _trigger.reactions())
+        identifiers.append(reaction.bundleIdentifier());
     return {shortID(),
-            flag(u"isEnabled"_s) ? u"enabled"_s : u"disabled"_s,
-            text(u"eventName"_s),
-            text(u"userName"_s),
+            _trigger.isEnabled() ? u"enabled"_s : u"disabled"_s,
+            _trigger.eventName(),
+            _trigger.userName(),
             identifiers.join(", "_L1),
-            filterText()};
+            _trigger.filterText()};
+}
+
+QStringList VXTriggerReport::lines() const
+{
+    const QString filter = _trigger.filterText();
+    QStringList lines{u"Trigger %1 (%2)"_s.arg(shortID(), _trigger.isEnabled() ? u"enabled"_s : u"disabled"_s),
+                      u"  event   %1"_s.arg(_trigger.eventName())};
+    if (!_trigger.userName().isEmpty())
+        lines.append(u"  name    %1"_s.arg(_trigger.userName()));
+    lines.append(u"  filter  %1"_s.arg(filter.isNull() ? u"none: every object passes"_s : filter));
+    for (const VXReaction &reaction : _trigger.reactions()) {
+        const QString problem = reaction.problem();
+        lines.append(u"  reactor %1%2"_s.arg(reaction.bundleIdentifier(),
+                                             problem.isNull() ? QString() : u", which "_s + problem));
+        const QVariantMap own = reaction.userOptions();
+        const QVariantMap options = reaction.options();
+        for (auto option = options.begin(); option != options.end(); ++option)
+            lines.append(u"    %1 = %2%3"_s.arg(option.key(), valueText(*option),
+                                                own.contains(option.key()) ? QString() : u" (default)"_s));
+    }
+    return lines;
 }
 
 // -- Trying it out
@@ -116,8 +87,7 @@ QStringList VXTriggerReport::columns() const
 QJsonObject VXTriggerReport::testFilter(const QVariant &object, QString *line) const
 {
     using Kind = VXFilterVerdict::Kind;
-    const VXFilterVerdict verdict =
-        flag(u"useFilter"_s) ? VXApplyTriggerFilter(_trigger, object) : VXFilterVerdict{Kind::NoFilter};
+    const VXFilterVerdict verdict = _trigger.test(object);
     const QString format = verdict.predicate ? verdict.predicate->predicateFormat() : QString();
     const QString reason = verdict.kind == Kind::Rejected ? VXReasonForRejection(verdict, object) : verdict.problem;
     const QString problem = reason.isEmpty() ? QString() : u": "_s + reason;
@@ -146,17 +116,16 @@ QJsonObject VXTriggerReport::test(const QVariant &object, QStringList *lines) co
     QString line;
     QJsonObject json = testFilter(object, &line);
     lines->append(line);
-    const bool isEnabled = flag(u"isEnabled"_s);
+    const bool isEnabled = _trigger.isEnabled();
     if (!isEnabled)
         lines->append(u"The trigger is disabled."_s);
     const bool runs = isEnabled && json.value(u"passes"_s).toBool();
     QJsonArray list;
-    for (const VXManagedObjectPtr &reactor : reactors()) {
-        const QString identifier = reactor->valueForKey(u"bundleIdentifier"_s).toString();
-        const QVariantMap options = effectiveOptions(identifier, reactor->valueForKey(u"options"_s).toMap());
-        const QString problem = reactorProblem(identifier);
+    for (const VXReaction &reaction : _trigger.reactions()) {
+        const QString identifier = reaction.bundleIdentifier();
+        const QString problem = reaction.problem();
         const bool wouldRun = runs && problem.isNull();
-        const QJsonValue shown = VXJSONFromVariant(options);
+        const QJsonValue shown = VXJSONFromVariant(reaction.options());
         const QString verdict =
             wouldRun ? u"would run with"_s
                      : u"would not run%1, with"_s.arg(problem.isNull() ? QString() : u", as it "_s + problem);

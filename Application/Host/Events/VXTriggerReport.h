@@ -1,9 +1,8 @@
 #pragma once
 
-#include "VXManagedObject.h"
+#include "VXTrigger.h"
 
 #include <QtCore/QJsonObject>
-#include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
@@ -12,12 +11,10 @@
 class VXTriggerReport
 {
 public:
-    explicit VXTriggerReport(const VXManagedObject &trigger) : _trigger(trigger) {}
+    explicit VXTriggerReport(const VXTrigger &trigger) : _trigger(trigger) {}
 
     /** As its URI has it: "p3". */
     QString shortID() const;
-    /** What the user calls it, else its event. */
-    QString title() const;
 
     QJsonObject json() const;
     /** A line for a table with the titles of `columnTitles`. */
@@ -27,12 +24,11 @@ public:
     /** What would come of an event with that object; lines for people. */
     QJsonObject test(const QVariant &object, QStringList *lines) const;
 
+    /** All of it, with the options as the reactors get them; for people. */
+    QStringList lines() const;
+
 private:
-    QString text(const QString &key) const { return _trigger.valueForKey(key).toString(); }
-    bool flag(const QString &key) const { return _trigger.valueForKey(key).toBool(); }
-    QString filterText() const;
-    QList<VXManagedObjectPtr> reactors() const;
     QJsonObject testFilter(const QVariant &object, QString *line) const;
 
-    const VXManagedObject &_trigger;
+    const VXTrigger _trigger;
 };

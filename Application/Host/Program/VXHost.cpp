@@ -8,7 +8,9 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXInitializeInterface.h"
 #include "VXLog.h"
+#include "VXPersistentStore.h"
 #include "VXTerminalUserInterface.h"
 #include "VXUserDefaults.h"
 
@@ -81,12 +83,14 @@ int runApplication(VXHostContext &context)
     if (context.options.isSet(u"verbose"_s))
         VXLog::setEchoDescriptor(STDERR_FILENO);
     VXInitializeFramework();
+    VXInitializeInterface();
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
     VXApplication &application = VXApplication::sharedApplication();
     application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
     application.setDidFinishLaunching(true);
 
     int status = runInEventLoop(context);
+    VXPersistentStore::closeAll(); // whoever copies a data file after the end of the program has all of it
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) || !application.relaunchIfDue(&error))
         status = context.output.fail(error.localizedDescription());

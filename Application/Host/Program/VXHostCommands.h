@@ -19,7 +19,9 @@
 [[nodiscard]] VXHostCommand VXReactorsCommand();
 [[nodiscard]] VXHostCommand VXExportersCommand();
 [[nodiscard]] VXHostCommand VXExportCommand();
+[[nodiscard]] VXHostCommand VXPostFormCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();
+[[nodiscard]] VXHostCommand VXHotKeysCommand();
 [[nodiscard]] VXHostCommand VXRunCommand();
 [[nodiscard]] VXHostCommand VXEvalCommand();
 [[nodiscard]] VXHostCommand VXHelpCommand();

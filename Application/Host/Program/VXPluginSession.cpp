@@ -71,7 +71,8 @@ void askForConsent(VXHostOutput &output, VXPluginManager &manager)
 
 } // namespace
 
-int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginManager &)> &command)
+int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginManager &)> &command,
+                     VXWhenQuitting whenQuitting)
 {
     VXApplication &application = VXApplication::sharedApplication();
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
@@ -82,9 +83,10 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
     application.setDidFinishLaunching(true);
     for (const QString &notice : manager.startupNotices())
         context.output.note("vornix: "_L1 + notice);
-    int status = application.isTerminating() // a store could not be opened, which the user was told
-                     ? context.output.fail(u"the program was told to quit while its plugins were loaded; of a store, "
-                                           "\"vornix store check FOLDER\" tells more"_s)
+    int status = application.isTerminating() && whenQuitting == VXWhenQuitting::Fail // which a plugin told the user
+                     ? context.output.fail(
+                           u"a plugin had the program quit while it was loaded. \"vornix plugins disable ID\" or "
+                           "--safe-mode leaves it out; of a store, \"vornix store check FOLDER\" tells more"_s)
                      : runGuarded(context, manager, command);
     status = saveAndAnswer(context.output, status);
     lastWords.setStatus(status);

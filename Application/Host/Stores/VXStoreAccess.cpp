@@ -1,8 +1,11 @@
 #include "VXStoreAccess.h"
 
 #include "VXCoreDataStore.h"
+#include "VXErrorDomain.h"
 #include "VXFileManager.h"
+#include "VXFolderInMaking.h"
 #include "VXModelParser.h"
+#include "VXStoreLock.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -11,6 +14,8 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr std::chrono::seconds longestWait(10); // for who replaces a store
 
 VXManagedObjectModel::Ptr modelFromSource(const QString &path, QString *problem)
 {
@@ -44,11 +49,6 @@ VXManagedObjectModel::Ptr modelInFolder(const QString &folder, const QString &pa
     return model;
 }
 
-QString extensionOf(const QString &fileName)
-{
-    return QFileInfo(fileName).suffix();
-}
-
 // The names of the data files at a path: of a store folder those that the plugin that owns it would open.
 QStringList dataFiles(const QFileInfo &path, QString *problem)
 {
@@ -57,24 +57,22 @@ QStringList dataFiles(const QFileInfo &path, QString *problem)
         return {};
     }
     const QString folder = path.isDir() ? path.filePath() : path.path();
-    QStringList names = VXCoreDataStore::storeClass().dataFilesForStorePath(folder);
-    if (path.isDir() && names.isEmpty())
-        *problem = u"%1: the folder holds no data file (.sqlite or .xml)"_s.arg(path.filePath());
-    else if (path.isDir())
-        names.removeIf([last = extensionOf(names.last())](const QString &name) { return extensionOf(name) != last; });
-    else if (names.contains(path.fileName()))
+    const QStringList names = VXCoreDataStore::storeClass().dataFilesForStorePath(folder);
+    if (!path.isDir() && names.contains(path.fileName()))
         return {path.fileName()};
-    else
-        *problem = u"%1: the name of a data file ends in .sqlite or .xml"_s.arg(path.filePath());
-    return path.isDir() ? names : QStringList();
+    if (path.isDir() && !names.isEmpty())
+        return VXCoreDataStoreClass::dataFilesLike(names.last(), folder);
+    *problem = (path.isDir() ? u"%1: the folder holds no data file (.sqlite or .xml)"_s
+                             : u"%1: the name of a data file ends in .sqlite or .xml"_s)
+                   .arg(path.filePath());
+    return {};
 }
 
 bool attach(VXPersistentStoreCoordinator &coordinator, const QString &file, const VXStoreOptions &options,
             QString *problem)
 {
-    const VXStoreType type = extensionOf(file) == "xml"_L1 ? VXStoreType::XML : VXStoreType::SQLite;
     VXError error;
-    if (coordinator.addPersistentStore(type, file, options, &error))
+    if (coordinator.addPersistentStore(VXCoreDataStoreClass::typeOfDataFile(file), file, options, &error))
         return true;
     *problem = VXErrorText(error);
     return false;
@@ -109,11 +107,19 @@ VXPersistentStoreCoordinator::Ptr VXOpenStores(const QString &path, const QStrin
     if (names.isEmpty())
         return nullptr;
     const QString folder = info.isDir() ? info.absoluteFilePath() : info.absolutePath();
+    VXError error;
+    const auto purpose = use == VXStoreUse::Read ? VXStoreLock::Purpose::Read : VXStoreLock::Purpose::Use;
+    const VXStoreLock::Ptr lock = VXStoreLock::take(folder, purpose, longestWait, &error);
+    if (!lock) {
+        *problem = VXErrorText(error);
+        return nullptr;
+    }
     const VXManagedObjectModel::Ptr model =
         modelPath.isNull() ? modelInFolder(folder, path, problem) : VXModelFromFile(modelPath, problem);
     if (!model)
         return nullptr;
     auto coordinator = VXPersistentStoreCoordinator::coordinatorWithModel(model);
+    coordinator->holdWhileOpen(lock);
     const VXStoreOptions options{.isReadOnly = use == VXStoreUse::Read};
     for (const QString &name : names) {
         if (!attach(*coordinator, folder + u'/' + name, options, problem))
@@ -129,19 +135,25 @@ bool VXMakeStoreFolder(const QString &path, const QString &modelPath, const QStr
         *problem = u"%1: the name of a store folder ends in .%2"_s.arg(path, VXStoreFileExtension);
         return false;
     }
-    if (QFileInfo::exists(folder)) {
+    if (QFileInfo::exists(folder) && !QDir(folder).isEmpty()) { // an empty one may be taken
         *problem = u"%1: there is something already"_s.arg(path);
         return false;
     }
     const VXManagedObjectModel::Ptr model = VXModelFromFile(modelPath, problem);
     if (!model)
         return false;
-    VXError error = VXFileManager::defaultManager().verifyPathExists(folder);
-    const QString file = folder + u'/' + QFileInfo(folder).completeBaseName() + u'.';
+    VXFolderInMaking made(folder);
+    VXError error = made.problem();
+    const QString file = made.path() + u'/' + QFileInfo(folder).completeBaseName() + u'.';
+    if (!error)
+        error = VXFileManager::defaultManager().verifyPathExists(made.path());
     if (error || !model->writeToFile(file + "mom"_L1, &error))
         *problem = VXErrorText(error, path);
-    else if (attach(*VXPersistentStoreCoordinator::coordinatorWithModel(model), file + type, {}, problem))
-        return true;
-    QDir(folder).removeRecursively(); // what was made of it
+    else if (attach(*VXPersistentStoreCoordinator::coordinatorWithModel(model), file + type, {}, problem)) {
+        bool isTaken = false;
+        if (made.moveIntoPlace(&isTaken, &error))
+            return true;
+        *problem = isTaken ? u"%1: there is something already"_s.arg(path) : VXErrorText(error, path);
+    }
     return false;
 }

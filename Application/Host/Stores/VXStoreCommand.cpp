@@ -248,8 +248,27 @@ int remove(Session &session)
     return VXHostOutput::Done;
 }
 
+// Tells what was removed; what cannot be mended is found again by the check that follows.
+int mend(Session &session)
+{
+    QStringList mended;
+    for (const auto &store : session.coordinator->persistentStores()) {
+        VXError error;
+        const std::optional<QStringList> found = store->mend(&error);
+        if (!found)
+            return session.fail(error);
+        for (const QString &each : *found)
+            mended.append(u"%1: removed: %2"_s.arg(store->path(), each));
+    }
+    session.host.output.answer(mended.isEmpty() ? u"There was nothing to mend.\n"_s : mended.join(u'\n') + u'\n',
+                               QJsonArray::fromStringList(mended));
+    return VXHostOutput::Done;
+}
+
 int check(Session &session)
 {
+    if (session.host.options.isSet(u"mend"_s))
+        return mend(session);
     QStringList problems;
     for (const auto &store : session.coordinator->persistentStores()) {
         for (const QString &problem : store->check())
@@ -286,7 +305,7 @@ const Verb verbs[] = {
     {u"update"_s, {u"URI"_s, u"JSON"_s}, update, VXStoreUse::Change},
     {u"delete"_s, {u"URI"_s}, remove, VXStoreUse::Change},
     {u"new"_s, {}, nullptr, VXStoreUse::Change, {u"type"_s}},
-    {u"check"_s, {}, check},
+    {u"check"_s, {}, check, VXStoreUse::Read, {u"mend"_s}},
 };
 
 QStringList verbNames()
@@ -347,7 +366,8 @@ int runStore(VXHostContext &context)
     if (isStoreName(path))
         return VXRunWithPlugins(context,
                                 [&](VXPluginManager &) { return runVerb(VXStoreForName(path, &problem), problem); });
-    return runVerb(VXOpenStores(path, context.options.value(u"model"_s), verb.use, &problem), problem);
+    const VXStoreUse use = context.options.isSet(u"mend"_s) ? VXStoreUse::Change : verb.use;
+    return runVerb(VXOpenStores(path, context.options.value(u"model"_s), use, &problem), problem);
 }
 
 } // namespace
@@ -362,8 +382,8 @@ VXHostCommand VXStoreCommand()
             u"PATH is a store folder (.vxdatastore), or a data file (.sqlite, .xml) with its model beside it or in "
             "--model. NAME is the store of a data plugin, as in: vornix store list calls VXCall. \"info\" shows what "
             "the store tells of itself, \"entities\" which kinds of objects it holds. "
-            "\"check\" looks for damage, dangling references and inverses that do not fit. \"new\" makes a store "
-            "folder.\n\n"
+            "\"check\" looks for damage, dangling references and inverses that do not fit; with --mend it removes "
+            "those references. \"new\" makes a store folder.\n\n"
             "\"list PATH ENTITY\" shows objects; with --json in full. \"insert PATH ENTITY JSON\" and \"update PATH "
             "URI JSON\" set the attributes and relationships that the JSON object names: dates are texts in ISO "
             "8601, data is text in Base64, other objects are their URIs. In place of a URI the name that \"list\" "
@@ -374,6 +394,7 @@ VXHostCommand VXStoreCommand()
                     {u"offset"_s, u"N"_s, u"Leave out the first N"_s},
                     {u"count"_s, {}, u"Only count them"_s},
                     {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s},
+                    {u"mend"_s, {}, u"Remove references to objects that are gone, or do not lead back"_s},
                     {u"model"_s, u"FILE"_s, u"The model: .vxmodel or .mom"_s},
                     {u"type"_s,
                      u"TYPE"_s,

@@ -36,7 +36,7 @@ private:
 class FailingHandle : public VXFileHandle
 {
 public:
-    FailingHandle() : VXFileHandle(-1) {}
+    FailingHandle() : VXFileHandle(VXFileDescriptor()) {}
 
     bool writeData(QByteArrayView data, QString *reason) override
     {

@@ -44,6 +44,24 @@ TEST_F(VXCoreDataSaveErrorTest, TellsWhatDiffersBetweenObjectContextAndStore)
                             u"<INFO> \t\tcontext: 2"_s, u"<INFO> \t\tstore:   0"_s));
 }
 
+TEST_F(VXCoreDataSaveErrorTest, CountsObjectsThatWereLinkedMeanwhile)
+{
+    const VXManagedObjectPtr boss = addPerson(context, u"Boss"_s);
+    ASSERT_TRUE(context.save());
+    EXPECT_EQ(boss->valueForKey(u"staff"_s).toList().size(), 0);
+    VXManagedObjectContext other(coordinator);
+    const VXManagedObjectPtr there = other.objectWithID(boss->objectID());
+    there->setValueForKey(33, u"age"_s);
+    addPerson(other, u"Jane"_s)->setValueForKey(QVariant::fromValue(there), u"boss"_s);
+    ASSERT_TRUE(other.save());
+    boss->setValueForKey(33, u"age"_s);
+    VXError error;
+    ASSERT_FALSE(context.save(&error));
+    EXPECT_TRUE(VXLogCoreDataSaveError(error));
+    EXPECT_THAT(takeLog().mid(5), ElementsAre(u"<INFO> \tkey: staff"_s, u"<INFO> \t\tobject:  0"_s,
+                                              u"<INFO> \t\tcontext: 0"_s, u"<INFO> \t\tstore:   1"_s));
+}
+
 TEST_F(VXCoreDataSaveErrorTest, CountsRelatedObjectsInWhateverOrder)
 {
     const VXManagedObjectPtr boss = addPerson(context, u"Boss"_s);

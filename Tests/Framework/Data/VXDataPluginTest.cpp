@@ -1,6 +1,7 @@
 #include "VXDataPlugin.h"
 #include "VXDataPluginTesting.h"
 #include "VXFramework.h"
+#include "VXOtherProcess.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -10,6 +11,7 @@
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::SizeIs;
 
 class VXDataPluginTest : public VXDataPluginHomeTest
@@ -104,6 +106,52 @@ TEST_F(VXDataPluginTest, WaitingStoreIsMovedInAndTheOldOneTrashed)
     EXPECT_FALSE(QFile::exists(trash(u"notes.vxdatastore"_s)));
 }
 
+TEST_F(VXDataPluginTest, StoreThatIsInUseIsReplacedAtALaterStart)
+{
+    writeStore(live, u"kept"_s);
+    writeStore(replacement, u"imported"_s);
+    writePlugin(u"notes"_s);
+    VXOtherProcess other(
+        [&] { return VXCoreDataStore::storeClass().storeWithPath(live)->persistentStoreCoordinator(); });
+    ASSERT_TRUE(other.isReady());
+    const auto textsAtStart = [&](const QString &expected) {
+        startWith({});
+        const bool isExpected =
+            textsIn(dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator()) == QStringList(expected);
+        std::_Exit(isExpected && user->alerts().empty() ? 0 : 1);
+    };
+    EXPECT_EXIT(textsAtStart(u"kept"_s), testing::ExitedWithCode(0), "The store \"notes\" is in use");
+    EXPECT_EQ(log.count(u"its replacement waits for a start when nobody has it open"_s), 1);
+    EXPECT_TRUE(QFile::exists(replacement));
+    other.kill();
+    EXPECT_EXIT(textsAtStart(u"imported"_s), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(log.count(u"its replacement waits for a start when nobody has it open"_s), 1);
+    EXPECT_FALSE(QFile::exists(replacement));
+}
+
+TEST_F(VXDataPluginTest, ObjectIsOfferedToEachPluginUntilOneOpensIt)
+{
+    for (const QString &name : {u"notes"_s, u"others"_s, u"pages"_s})
+        writePlugin(name, u"memory"_s, {{u"FixtureOpens"_s, name}});
+    startWith({});
+    EXPECT_EQ(VXApplication::sharedApplication().openURLString(u"x-coredata://others/Note/p1"_s), true);
+    EXPECT_TRUE(dataPlugin(u"org.example.others"_s).property("asked").isValid());
+    EXPECT_FALSE(VXApplication::sharedApplication().openURLString(u"x-coredata://none/Note/p1"_s).isValid());
+    for (const QString &name : {u"notes"_s, u"others"_s, u"pages"_s})
+        EXPECT_EQ(dataPlugin("org.example."_L1 + name).property("asked").toUrl().host(), u"none"_s);
+}
+
+TEST_F(VXDataPluginTest, ChangedModelOfTheSameVersionIsToldAtOnce)
+{
+    writeStore(live, u"kept"_s);
+    writePlugin(u"notes"_s);
+    const auto changed = modelOf("entity Note { attribute text: string = \"new\"; attribute mood: string optional; }");
+    ASSERT_TRUE(changed->writeToFile(shared() + "/org.example.notes.vxplugin/Contents/Resources/notes.mom"_L1));
+    startWith({});
+    EXPECT_EQ(log.count(u"Entity \"Note\" of the plugin org.example.notes is another one in its store \"notes\""_s), 1);
+    EXPECT_THAT(textsIn(dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator()), ElementsAre(u"kept"_s));
+}
+
 TEST_F(VXDataPluginTest, TemporaryStoreIsForThisUserOnly)
 {
     writePlugin(u"notes"_s);
@@ -168,6 +216,7 @@ struct RefusedStore
     const char *owner;
     const char *validation;
     const char *message; // of the alert
+    const char *reason;  // there too
     const char *line;    // in the log
     void (*spoil)(const QString &folder);
 };
@@ -197,6 +246,8 @@ TEST_P(VXDataPluginRefusalTest, TellsTheUserQuitsAndLeavesTheStoreAsItWas)
     EXPECT_EQ(alert.informativeText, live);
     EXPECT_EQ(alert.defaultButton, u"Quit"_s);
     EXPECT_TRUE(alert.alternateButton.isNull());
+    EXPECT_THAT(alert.details.toStdString(),
+                testing::AllOf(HasSubstr("(org.example.notes)"), HasSubstr(refused.reason)));
     EXPECT_TRUE(VXApplication::sharedApplication().isTerminating());
     EXPECT_EQ(log.count(QString::fromUtf8(refused.line)), 1) << log.lines().join(u'\n').toStdString();
     EXPECT_FALSE(dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator());
@@ -206,34 +257,40 @@ TEST_P(VXDataPluginRefusalTest, TellsTheUserQuitsAndLeavesTheStoreAsItWas)
 INSTANTIATE_TEST_SUITE_P(
     All, VXDataPluginRefusalTest,
     testing::Values(
-        RefusedStore{"Newer", "1.10", "org.example.notes", "", "Data file is newer than this plugin supports",
+        RefusedStore{"Newer", "1.10", "org.example.notes", "", "Data file is newer than this plugin supports", "newer",
                      "persistentStoreCoordinator] Data file is newer than this plugin supports", nullptr},
         RefusedStore{"Older", "1.1", "org.example.notes", "",
-                     "Data file was written by an older version of this plugin",
+                     "Data file was written by an older version of this plugin", "older",
                      "persistentStoreCoordinator] Data file was written by an older version of this plugin", nullptr},
-        RefusedStore{"WithoutVersion", nullptr, "org.example.notes", "", "Data file does not belong to this plugin",
-                     "persistentStoreCoordinator] Data file does not belong", nullptr},
-        RefusedStore{"Foreign", "1.2", nullptr, "", "Data file does not belong to this plugin",
+        RefusedStore{"WithoutVersion", nullptr, "org.example.notes", "",
+                     "Data file was written by an older version of this plugin", "older",
+                     "persistentStoreCoordinator] Data file was written by an older version of this plugin", nullptr},
+        RefusedStore{"Foreign", "1.2", nullptr, "", "Data file does not belong to this plugin", "does not belong",
                      "persistentStoreCoordinator] Data file does not belong", nullptr},
         RefusedStore{"Damaged", "1.2", "org.example.notes", "", "The store is damaged, or no store at all.",
-                     "It does not begin as an SQLite file.",
+                     "It does not begin as an SQLite file.", "It does not begin as an SQLite file.",
                      [](const QString &folder) {
                          QFile file(folder + "/notes.sqlite"_L1);
                          ASSERT_TRUE(file.open(QIODevice::WriteOnly));
                          file.write("no store at all");
                      }},
         RefusedStore{"WithoutDataFile", "1.2", "org.example.notes", "", "Unable to read data file",
-                     "missing data file: ",
+                     "Unable to read data file", "missing data file: ",
                      [](const QString &folder) {
                          for (const QString &name : QDir(folder).entryList({u"notes.sqlite*"_s}))
                              QFile::remove(folder + u'/' + name);
                      }},
         RefusedStore{"WithoutModel", "1.2", "org.example.notes", "", "Unable to read data file",
-                     "Missing managed object model",
+                     "Missing managed object model", "Missing managed object model",
                      [](const QString &folder) { QFile::remove(folder + "/notes.mom"_L1); }},
-        RefusedStore{"Refused", "1.2", "org.example.notes", "refuses", "Unable to read data file",
+        RefusedStore{"WithACopyOfItself", "1.2", "org.example.notes", "", "Unable to read data file",
+                     "is a copy of the other", "is a copy of the other",
+                     [](const QString &folder) {
+                         ASSERT_TRUE(QFile::copy(folder + "/notes.sqlite"_L1, folder + "/backup.sqlite"_L1));
+                     }},
+        RefusedStore{"Refused", "1.2", "org.example.notes", "refuses", "Unable to read data file", "refused as told",
                      "_validateAndSaveStoreController:] validate: refused as told", nullptr},
-        RefusedStore{"Thrown", "1.2", "org.example.notes", "throws", "Unable to read data file",
+        RefusedStore{"Thrown", "1.2", "org.example.notes", "throws", "Unable to read data file", "thrown as told",
                      "threw runtime_error: thrown as told", nullptr}),
     [](const auto &each) { return std::string(each.param.title); });
 

@@ -240,18 +240,12 @@ TEST_F(VXDeviceRegistryTest, AnObserverOnAThreadMayUseTheRegistryAndThrow)
                 throw std::runtime_error("thrown as told");
             static_cast<void>(VXDevicePlugin::deviceAtURL(phone(u"two"_s)));
         });
-    std::atomic<bool> hasThrown = false;
     std::atomic<bool> isDone = false;
     std::thread worker([&] {
-        try {
-            static_cast<void>(VXDevicePlugin::deviceAtURL(phone(u"one"_s)));
-        } catch (const std::runtime_error &) {
-            hasThrown = true;
-        }
+        static_cast<void>(VXDevicePlugin::deviceAtURL(phone(u"one"_s)));
         isDone = true;
     });
     EXPECT_TRUE(VXRunUntil([&] { return isDone.load(); }));
     worker.join();
-    EXPECT_TRUE(hasThrown);
     EXPECT_EQ(VXDevicePlugin::liveDevices().size(), 2) << "the lock is free";
 }

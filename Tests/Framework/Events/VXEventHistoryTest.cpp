@@ -78,6 +78,20 @@ TEST_F(VXEventHistoryTest, StaysBoundedAndFailuresOutlastTheRest)
     EXPECT_GT(records.size(), 1000);
 }
 
+// Somebody may have put a large file there.
+TEST_F(VXEventHistoryTest, OfALargeFileTheEndIsRead)
+{
+    VXEventHistory history(folder);
+    VXEventRecord first = record(u"first"_s);
+    ASSERT_TRUE(history.append(first));
+    const QString file = folder + u"/events.jsonl"_s;
+    const QByteArray line = readFile(file);
+    writeFile(QDir(path()).relativeFilePath(file), line.repeated(int(3'000'000 / line.size())));
+    const qsizetype count = history.records().size();
+    EXPECT_GT(count, 500'000 / line.size());
+    EXPECT_LE(count, 1'000'000 / line.size());
+}
+
 TEST_F(VXEventHistoryTest, CutsDownWhatIsTooLong)
 {
     VXEventHistory history(folder);

@@ -43,6 +43,7 @@ protected:
 TEST_F(VXEventManagerTest, AnnouncesEventsAlsoWithoutAStoreOfTriggers)
 {
     startWith({});
+    const VXDiagnosticRecorder diagnostics;
     QObject context;
     QList<VXNotification> seen;
     observeEvents(&context, seen);
@@ -56,7 +57,7 @@ TEST_F(VXEventManagerTest, AnnouncesEventsAlsoWithoutAStoreOfTriggers)
     EXPECT_FALSE(seen[1].object.isValid());
     EXPECT_EQ(seen[1].userInfo, (QVariantMap{{u"event_name"_s, u"ping"_s}})); // and no subtype
     EXPECT_EQ(log.count(u"the store \"triggers\""_s), 1);
-    EXPECT_EQ(log.count(u"An observer of the event ping threw"_s), 2);
+    EXPECT_THAT(diagnostics.texts(), SizeIs(2)) << "of what was thrown";
 }
 
 TEST_F(VXEventManagerTest, IgnoresEventsWhileTheApplicationTerminates)
@@ -270,6 +271,7 @@ TEST_F(VXEventManagerTest, WhatReactorsThrowIsLoggedAndShownAndTheOthersRun)
     EXPECT_EQ(user->errors()[0].code(), 2);
     EXPECT_EQ(log.count(u"EXCEPTION: FixtureException: thrown as told"_s), 1);
     EXPECT_EQ(log.count(u"reactor: test.reactor"_s), 3);
+    EXPECT_EQ(log.count(u"options: throws"_s), 3); // and not what they are: they may be secrets
     QList<int> ran = numbers();
     ran.removeAll(0);
     EXPECT_THAT(ran, ElementsAre(1, 2, 3, 4));
@@ -371,11 +373,78 @@ TEST_F(VXEventManagerTest, AnyThreadPostsAndReactsItself)
     EXPECT_EQ(numbers().count(1), threads * each);
     EXPECT_THAT(reacting, SizeIs(threads));
     EXPECT_FALSE(reacting.contains(std::this_thread::get_id()));
-    EXPECT_THAT(user->errors(), SizeIs(threads * each));
+    EXPECT_TRUE(VXRunUntil([&] { return user->errors().size() == std::size_t(threads * each); }));
     QSet<QString> identifiers;
     for (const VXEventRecord &record : VXEventHistory::sharedEventHistory().records())
         identifiers.insert(record.identifier);
     EXPECT_THAT(identifiers, SizeIs(threads * each));
+}
+
+// A plugin may post on a thread of its own that it waits for when it is unloaded.
+TEST_F(VXEventManagerTest, PostingWaitsForNobody)
+{
+    start();
+    add({{.reactors = {numbered(1), {reactor, {{u"throws"_s, u"number"_s}}, 1}}}});
+    VXEventRecord record;
+    std::thread poster([&] { record = post(); });
+    poster.join(); // the main thread does nothing else
+    EXPECT_THAT(numbers(), ElementsAre(1, 0));
+    using Outcome = VXReactionRecord::Outcome;
+    ASSERT_THAT(record.triggers, SizeIs(1));
+    ASSERT_THAT(record.triggers[0].reactions, SizeIs(2));
+    EXPECT_EQ(record.triggers[0].reactions[1].outcome, Outcome::Failed);
+    EXPECT_TRUE(VXRunUntil([&] { return !user->errors().empty(); }));
+    plugin(reactor)->unload();
+    std::thread later([&] { record = post(); });
+    later.join();
+    EXPECT_EQ(record.triggers[0].reactions[0].outcome, Outcome::Missing);
+}
+
+TEST_F(VXEventManagerTest, UnloadingWaitsForThreadsThatReact)
+{
+    start();
+    add({{.reactors = {numbered(1)}}});
+    std::atomic<bool> isReacting = false;
+    std::atomic<bool> hasAsked = false;
+    QObject context;
+    VXNotificationCenter::defaultCenter().addObserver(
+        &context, VXNotificationName(u"FixtureReaction"_s), [&](const VXNotification &) {
+            isReacting = true;
+            hasAsked = VXMainThread::performAndWait([] {}); // as an alert does: the unloading thread serves it
+        });
+    std::thread poster([&] { post(); });
+    while (!isReacting)
+        std::this_thread::yield();
+    plugin(reactor)->unload();
+    EXPECT_TRUE(hasAsked);
+    poster.join();
+}
+
+TEST_F(VXEventManagerTest, WhatReactorsGoOnWithIsToldLater)
+{
+    using Outcome = VXReactionRecord::Outcome;
+    start();
+    VXUserDefaults::standardUserDefaults().setObject(true, u"events.history"_s);
+    const auto deferred = [](const QString &problem) {
+        return VXTriggerFixture::Reactor{reactor, {{u"defers"_s, problem}}, 0};
+    };
+    add({{.event = u"well"_s, .reactors = {deferred(u""_s)}},
+         {.event = u"badly"_s, .reactors = {deferred(u"no such thing"_s), numbered(1, 1)}},
+         {.event = u"lost"_s, .reactors = {{reactor, {{u"defers"_s, u"forgotten"_s}, {u"forgets"_s, true}}, 0}}}});
+    const auto awaited = [&](const QString &name) {
+        return VXEventManager::sharedEventManager().recordByPostingAndAwaitingEvent({.name = name});
+    };
+    for (const auto &[name, outcome] : {std::pair(u"well"_s, Outcome::Done), std::pair(u"badly"_s, Outcome::Failed),
+                                        std::pair(u"lost"_s, Outcome::Failed)}) {
+        const VXEventRecord record = awaited(name);
+        EXPECT_EQ(record.triggers[0].reactions[0].outcome, outcome) << name.toStdString();
+        EXPECT_EQ(record.isFailure(), outcome == Outcome::Failed);
+        const auto kept = VXEventHistory::sharedEventHistory().recordWithIdentifier(record.identifier);
+        ASSERT_TRUE(kept);
+        EXPECT_EQ(kept->json(), record.json());
+    }
+    EXPECT_EQ(awaited(u"badly"_s).triggers[0].reactions[0].problems, QStringList{u"no such thing"_s});
+    EXPECT_THAT(VXEventHistory::sharedEventHistory().records(), SizeIs(4));
 }
 
 // -- The catalogue

@@ -514,6 +514,10 @@ TEST_F(VXPluginProxyTest, TellsWhatHoldsOnToTheCodeOfAnUnloadedPlugin)
 TEST_F(VXPluginProxyTest, AThousandCyclesLeaveNothingBehind)
 {
     VXPluginProxy *const proxy = add({.identifier = u"cycles"_s});
+    ASSERT_TRUE(proxy->load()); // what is made once stays
+    proxy->unload();
+    VXFlushDeferredDeletions();
+    VXClearPluginEvents();
     const std::size_t observations = VXNotificationCenter::defaultCenter().observations().size();
     for (int cycle = 0; cycle < 1000; ++cycle) {
         ASSERT_TRUE(proxy->load());

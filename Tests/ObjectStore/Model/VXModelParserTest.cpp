@@ -177,3 +177,29 @@ TEST_F(VXModelCompilerTest, NamesFileAndLineOfMistakesAndWritesNothing)
     EXPECT_EQ(compile({}).status, 2);
     EXPECT_EQ(compile({path(u"missing.vxmodel"_s)}).status, 1);
 }
+
+TEST(VXModelCheckTest, LongLineagesAndWideTablesAreRefusedByName)
+{
+    QByteArray chain = "entity E0 {}\n";
+    for (int number = 1; number < 3000; ++number)
+        chain += "entity E" + QByteArray::number(number) + ": E" + QByteArray::number(number - 1) + " {}\n";
+    const QStringList problems = problemsOf(chain);
+    ASSERT_EQ(problems.size(), 2900);
+    EXPECT_EQ(problems.constFirst(), u"101: entity \"E100\" inherits through more than 99 others"_s);
+
+    const auto wide = [](int count) {
+        QByteArray source = "entity Wide {\n";
+        for (int number = 0; number < count - 5; ++number)
+            source += "attribute a" + QByteArray::number(number) + ": string;\n";
+        return source + "attribute t: string transient;\n}\n"
+                        "entity More: Wide {\n attribute b: date;\n relationship to: Wide inverse from;\n"
+                        " relationship many: More[] inverse many;\n relationship one: More inverse one;\n}\n";
+    };
+    const QByteArray source = wide(2010) + "entity X {}";
+    EXPECT_THAT(
+        problemsOf(QByteArray(source).replace("relationship to: Wide inverse from", "attribute c: date")),
+        testing::Contains(u"1: entity \"Wide\" and those that inherit from it take 2009 columns of a table, which may "
+                          "have 1990: one each attribute, two each relationship to one object"_s));
+    EXPECT_THAT(problemsOf(QByteArray(wide(1991)).replace("relationship to: Wide inverse from", "attribute c: date")),
+                IsEmpty());
+}

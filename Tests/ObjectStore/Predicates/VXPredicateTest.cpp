@@ -1,4 +1,5 @@
 #include "VXPredicate.h"
+#include "VXException.h"
 #include "VXTesting.h"
 
 #include <QtCore/QDateTime>
@@ -159,4 +160,49 @@ TEST(VXPredicateTest, LikeWithManyStarsComesToAnEnd)
 {
     const QVariantMap object{{u"a"_s, u"a"_s.repeated(20000)}};
     EXPECT_FALSE(read(u"a LIKE %@"_s, {u"*a"_s.repeated(20) + u"b"_s})->evaluateWithObject(object));
+}
+
+TEST(VXPredicateTest, PatternsDescribeLongTextsToo)
+{
+    const QVariantMap object{{u"a"_s, u"ab"_s.repeated(500000)}};
+    EXPECT_TRUE(read(u"a MATCHES '(ab|cd)*'"_s)->evaluateWithObject(object));
+    EXPECT_FALSE(read(u"NOT a MATCHES '(ab|cd)*'"_s)->evaluateWithObject(object));
+    EXPECT_FALSE(read(u"a MATCHES '(ab|cd)*c'"_s)->evaluateWithObject(object));
+}
+
+TEST(VXPredicateTest, PatternThatTriesForEverIsReported)
+{
+    const VXDiagnosticRecorder recorder;
+    const QVariantMap object{{u"a"_s, u"a"_s.repeated(60) + u"!c"_s}};
+    EXPECT_FALSE(read(u"a MATCHES '(a|aa|a+)*b?c'"_s)->evaluateWithObject(object));
+    ASSERT_EQ(recorder.texts().size(), 1);
+    EXPECT_TRUE(recorder.texts().constFirst().contains(u"takes too many steps on a text of 62 characters"_s));
+}
+
+TEST(VXPredicateTest, NumbersAreReadInEveryForm)
+{
+    const std::pair<const char *, double> numbers[] = {{"12", 12},     {"-3", -3},      {"1.", 1},
+                                                       {".5", 0.5},    {"-.25", -0.25}, {"2e3", 2000},
+                                                       {"1E-2", 0.01}, {"1.5e+1", 15},  {"-0.0", 0}};
+    for (const auto &[text, number] : numbers)
+        EXPECT_TRUE(read(u"%1 == %@"_s.arg(QString::fromUtf8(text)), {number})->evaluateWithObject({})) << text;
+    for (const QString &text : {u"a == -."_s, u"a == 1e"_s, u"a == 1e+"_s})
+        EXPECT_FALSE(read(text)) << text.toStdString();
+}
+
+TEST(VXPredicateTest, WideOnesAreReadAndDeepOnesAreRefused)
+{
+    QStringList parts;
+    for (int number = 0; number < 50000; ++number)
+        parts.append(u"a == %1"_s.arg(number));
+    const auto wide = read(parts.join(" OR "_L1));
+    ASSERT_TRUE(wide);
+    EXPECT_TRUE(wide->evaluateWithObject(QVariantMap{{u"a"_s, 49999}}));
+    VXPredicate deep;
+    const auto nest = [&] {
+        for (int depth = 0; depth < 300000; ++depth)
+            deep = VXPredicate::negationOf(deep);
+    };
+    EXPECT_THROW(nest(), VXAssertionException);
+    EXPECT_EQ(deep.predicateFormat().count(u"NOT"_s), 999);
 }

@@ -112,9 +112,10 @@ TEST_F(VXPersistentStoreCoordinatorTest, ASaveReachesAllStoresOrNone)
     VXRowSaver secondSaver(*second);
     const VXManagedObjectID a = saver.add(u"Node"_s, {{u"name"_s, u"a"_s}});
     const VXManagedObjectID b = secondSaver.add(u"Node"_s, {{u"name"_s, u"b"_s}});
+    QSet<const VXStoreIdentity *> saved;
     const auto save = [&](QList<VXRowConflict> *conflicts) {
         return coordinator->save({{&first->identity(), saver.request}, {&second->identity(), secondSaver.request}},
-                                 conflicts, &error);
+                                 conflicts, &saved, &error);
     };
     QList<VXRowConflict> conflicts;
     ASSERT_TRUE(save(&conflicts)) << error.description().toStdString();
@@ -142,13 +143,13 @@ TEST_F(VXPersistentStoreCoordinatorTest, ASaveReachesAllStoresOrNone)
     saver.request = {};
     saver.change(a, {{u"name"_s, u"a3"_s}});
     saver.link(a, u"peers"_s, {b});
-    EXPECT_FALSE(coordinator->save({{&first->identity(), saver.request}}, &conflicts, &error));
+    EXPECT_FALSE(coordinator->save({{&first->identity(), saver.request}}, &conflicts, &saved, &error));
     EXPECT_EQ(error.code(), int(Code::ReferentialIntegrity));
     saver.request = {};
     saver.change(a, {{u"parent"_s, QVariant::fromValue(b)}});
-    EXPECT_FALSE(coordinator->save({{&first->identity(), saver.request}}, &conflicts, &error));
+    EXPECT_FALSE(coordinator->save({{&first->identity(), saver.request}}, &conflicts, &saved, &error));
     EXPECT_EQ(error.code(), int(Code::ReferentialIntegrity));
     EXPECT_TRUE(coordinator->removePersistentStore(first));
-    EXPECT_FALSE(coordinator->save({{&first->identity(), {}}}, &conflicts, &error));
+    EXPECT_FALSE(coordinator->save({{&first->identity(), {}}}, &conflicts, &saved, &error));
     EXPECT_EQ(error.code(), int(Code::InvalidStore));
 }

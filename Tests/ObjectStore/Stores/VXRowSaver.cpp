@@ -80,14 +80,28 @@ bool VXRowSaver::saveAndCommit()
     return isSaved;
 }
 
+QList<VXFetchedRow> VXFetchRows(VXPersistentStore &store, const VXFetchRequest &request, VXError *error, bool *isExact)
+{
+    QList<VXFetchedRow> found;
+    const std::unique_ptr<VXRowCursor> rows = store.fetch(request, true, error);
+    if (!rows)
+        return found;
+    if (isExact != nullptr)
+        *isExact = rows->isExact();
+    for (VXFetchedRow row; rows->next(&row, error) == VXRowCursor::Step::Row;)
+        found.append(row);
+    return found;
+}
+
 QVariantList VXFetchValues(VXPersistentStore &store, const VXFetchRequest &request, const QString &attribute)
 {
     QVariantList values;
     const int index = request.entity().propertyForName(attribute)->index();
     bool isExact = false;
     VXError error;
-    const auto sink = [&](const VXFetchedRow &found) { values.append(found.row->value(index)); };
-    EXPECT_TRUE(store.fetch(request, true, sink, &isExact, &error)) << error.description().toStdString();
+    for (const VXFetchedRow &found : VXFetchRows(store, request, &error, &isExact))
+        values.append(found.row->value(index));
+    EXPECT_FALSE(error) << error.description().toStdString();
     EXPECT_TRUE(isExact);
     return values;
 }

@@ -31,5 +31,9 @@ private:
     VXPersistentStore &_store;
 };
 
+/** The rows that a fetch finds; on failure those until then, with an error. `isExact` may be nullptr. */
+QList<VXFetchedRow> VXFetchRows(VXPersistentStore &store, const VXFetchRequest &request, VXError *error,
+                                bool *isExact = nullptr);
+
 /** What the attribute is of the objects that a fetch finds, in order; a fetch that fails or is not exact fails the test. */
 QVariantList VXFetchValues(VXPersistentStore &store, const VXFetchRequest &request, const QString &attribute);

@@ -340,10 +340,9 @@ protected:
     {
         QStringList objects;
         VXError error;
-        const auto sink = [&](const VXFetchedRow &row) {
+        for (const VXFetchedRow &row : VXFetchRows(*twin.store, request, &error, isExact))
             objects.append(row.objectID.entity().name() + u' ' + QString::number(row.objectID.number()));
-        };
-        EXPECT_TRUE(twin.store->fetch(request, false, sink, isExact, &error)) << error.description().toStdString();
+        EXPECT_FALSE(error) << error.description().toStdString();
         return objects;
     }
 

@@ -90,14 +90,11 @@ protected:
 
     static qsizetype rowCount(VXPersistentStore &store, const QString &entity)
     {
-        qsizetype count = 0;
-        bool isExact = false;
         VXError error;
-        EXPECT_TRUE(store.fetch(
-            VXFetchRequest(*store.model().entityForName(entity)), true, [&](const VXFetchedRow &) { ++count; },
-            &isExact, &error))
-            << error.description().toStdString();
-        return count;
+        const QList<VXFetchedRow> rows =
+            VXFetchRows(store, VXFetchRequest(*store.model().entityForName(entity)), &error);
+        EXPECT_FALSE(error) << error.description().toStdString();
+        return rows.size();
     }
 
     static QSet<VXManagedObjectID> related(VXPersistentStore &store, const QList<VXManagedObjectID> &sources,
@@ -493,11 +490,12 @@ TEST_F(VXSQLiteStoreTest, DamageAnywhereIsSurvived)
             continue;
         }
         for (const VXEntityDescription *const entity : store->model().entities()) {
-            bool isExact = false;
             error = {};
-            const bool isRead = store->fetch(
-                VXFetchRequest(*entity), true, [](const VXFetchedRow &) {}, &isExact, &error);
-            EXPECT_NE(isRead, bool(error)) << at;
+            const std::unique_ptr<VXRowCursor> rows = store->fetch(VXFetchRequest(*entity), true, &error);
+            VXRowCursor::Step step = rows ? VXRowCursor::Step::Row : VXRowCursor::Step::Failed;
+            for (VXFetchedRow row; step == VXRowCursor::Step::Row;)
+                step = rows->next(&row, &error);
+            EXPECT_EQ(step == VXRowCursor::Step::Failed, bool(error)) << at;
         }
         store->check();
     }

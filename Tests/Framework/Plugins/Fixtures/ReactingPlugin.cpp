@@ -3,6 +3,8 @@
 #include "VXPrincipalClass.h"
 #include "VXReactorPlugin.h"
 
+#include <QtCore/QCoreApplication>
+
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -13,6 +15,7 @@ using namespace Qt::StringLiterals;
  *     throws  "VXException", "std::exception" or "number"
  *     shows   the text of an error for the user
  *     posts   the name of an event that it posts
+ *     defers  the problem, "" for none, with which it concludes when the event loop runs; never, with forgets
  */
 class ReactingPlugin : public VXReactorPlugin
 {
@@ -34,10 +37,24 @@ public:
             presentError(VXError::platformError(VXPlatformErrorCode::FileWrite, text));
         if (const QString name = options.value(u"posts"_s).toString(); !name.isNull())
             VXEventManager::sharedEventManager().postEventWithName(name);
+        if (options.contains(u"defers"_s))
+            concludeLater(options[u"defers"_s].toString(), options[u"forgets"_s].toBool());
         throwAsTold(options.value(u"throws"_s).toString());
     }
 
 private:
+    static void concludeLater(const QString &problem, bool forgets)
+    {
+        const VXReactionOutcome outcome = deferOutcome();
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [outcome, problem, forgets] {
+                if (!forgets)
+                    outcome.conclude(problem.isEmpty() ? QString() : problem);
+            },
+            Qt::QueuedConnection);
+    }
+
     static void throwAsTold(const QString &what)
     {
         if (what == "VXException"_L1)

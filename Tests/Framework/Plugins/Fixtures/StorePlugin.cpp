@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 /**
  * A data plugin that looks at a store it has opened as "FixtureValidation" of its Info.plist tells: "seeds" (adds an object
  * of the model's first entity), "refuses", "throws", "looks itself up" or "dies"; with "dies early" the process is gone when the store's models
- * are asked for.
+ * are asked for. It opens objects of the store whose identifier is "FixtureOpens".
  */
 class StorePlugin : public VXDataPlugin
 {
@@ -42,6 +42,12 @@ public:
         if (how == "refuses"_L1)
             VXSetError(error, VXMakeError(u"refused as told"_s));
         return how != "refuses"_L1;
+    }
+
+    bool openManagedObjectWithURIRepresentation(const QUrl &uri) override
+    {
+        setProperty("asked", uri);
+        return bundle()->infoDictionary().value(u"FixtureOpens"_s).toString() == uri.host();
     }
 
 private:

@@ -195,6 +195,18 @@ TEST_F(VXUserDefaultsTest, AFailedWriteKeepsTheChangesAndTheOldFile)
     EXPECT_EQ(readFile(path(u"occupied/test.plist"_s)).contains("<key>a</key>"), true);
 }
 
+TEST_F(VXUserDefaultsTest, NobodyElseMayReadThem)
+{
+    const auto permissions = [](const QString &item) { return QFile::permissions(item) & ~QFile::Permissions(0x7000); };
+    writeFile(u"Preferences/test.plist"_s, "<plist><dict/></plist>"); // of an earlier version
+    QFile::setPermissions(file(), QFile::Permissions(0x6044));
+    VXUserDefaults defaults(u"test"_s, folder());
+    defaults.setObject(1, u"a"_s);
+    EXPECT_TRUE(defaults.synchronize());
+    for (const QString &item : {folder(), file(), file() + u".lock"_s})
+        EXPECT_EQ(permissions(item) & QFile::Permissions(0x77), QFile::Permissions()) << item.toStdString();
+}
+
 TEST_F(VXUserDefaultsTest, OtherDomainsAreReadAnewAndNamedCarefully)
 {
     VXUserDefaults defaults(u"test"_s, folder());

@@ -1,9 +1,11 @@
 #include "VXNotificationCenter.h"
+#include "VXException.h"
 #include "VXNotificationQueue.h"
 #include "VXTesting.h"
 
 #include <QtCore/QTimer>
 
+#include <stdexcept>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -123,4 +125,29 @@ TEST_F(VXNotificationCenterTest, TheQueuePostsEqualNotificationsOnceWhenIdle)
     EXPECT_EQ(calls,
               (QStringList{u"events come before idleness"_s, u"first:a"_s, u"first:b"_s, u"other"_s, u"other"_s}));
     EXPECT_EQ(lastInfo, QVariantMap());
+}
+
+TEST_F(VXNotificationCenterTest, AThrowingObserverStopsNobodyElse)
+{
+    const VXDiagnosticRecorder recorder;
+    QObject context;
+    const std::function<void()> throwing[] = {
+        [] { throw VXException(u"Name"_s, u"a reason"_s); },
+        [] { throw std::runtime_error("standard"); },
+        [] { throw 7; },
+    };
+    for (const auto &each : throwing)
+        center.addObserver(&context, firstName, [each](const VXNotification &) { each(); });
+    center.addObserver(nullptr, firstName, record(u"last"_s));
+    center.postNotificationName(firstName);
+    VXNotificationQueue queue(center);
+    queue.enqueueNotification(firstName);
+    EXPECT_TRUE(VXRunUntil([this] { return calls.size() == 2; }));
+    EXPECT_EQ(calls, (QStringList{u"last:"_s, u"last:"_s}));
+    const QStringList texts = recorder.texts();
+    ASSERT_EQ(texts.size(), 6);
+    const std::string who = "An observer of VXTestDidHappenNotification for QObject, of .*PlatformTests, threw ";
+    const char *const thrown[] = {"Name: a reason", "std::runtime_error: standard", "a value of type int"};
+    for (qsizetype index = 0; index < texts.size(); ++index)
+        EXPECT_THAT(texts[index].toStdString(), testing::MatchesRegex(who + thrown[index % 3]));
 }

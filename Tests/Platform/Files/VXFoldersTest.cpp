@@ -1,6 +1,10 @@
 #include "VXFolders.h"
 #include "VXTesting.h"
 
+#include <QtCore/QFile>
+
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 class VXFoldersTest : public VXHomeTest
@@ -45,4 +49,32 @@ TEST_F(VXFoldersTest, SaysWhyThereIsNoFolder)
     EXPECT_EQ(status, VXFolderPathTooLong);
     qputenv("XDG_CACHE_HOME", '/' + QByteArray(1022, 'x'));
     EXPECT_FALSE(VXFindFolder(VXFolderType::Caches, VXFolderDomain::User, &status).isNull());
+}
+
+TEST_F(VXFoldersTest, PrivateFoldersAreTheirOwnersAlone)
+{
+    const auto modeOf = [](const QString &folder) {
+        struct stat status = {};
+        return ::stat(QFile::encodeName(folder).constData(), &status) == 0 ? status.st_mode & 0777U : 0;
+    };
+    QString reason;
+    EXPECT_TRUE(VXMakePrivateFolder(path(u"a/b/c"_s), &reason)) << reason.toStdString();
+    EXPECT_EQ(modeOf(path(u"a"_s)), 0700U);
+    EXPECT_EQ(modeOf(path(u"a/b/c"_s)), 0700U);
+    EXPECT_EQ(::chmod(QFile::encodeName(path(u"a/b"_s)).constData(), 0755), 0);
+    EXPECT_TRUE(VXMakePrivateFolder(path(u"a/b/"_s)));
+    EXPECT_EQ(modeOf(path(u"a/b"_s)), 0700U) << "made by an earlier version";
+    writeFile(u"file"_s, "");
+    EXPECT_FALSE(VXMakePrivateFolder(path(u"file"_s), &reason));
+    EXPECT_EQ(reason, qt_error_string(ENOTDIR));
+    EXPECT_FALSE(VXMakePrivateFolder(path(u"file/below"_s), &reason));
+}
+
+TEST_F(VXFoldersTest, ExpandsTildes)
+{
+    EXPECT_EQ(VXExpandTilde(u"~"_s), path());
+    EXPECT_EQ(VXExpandTilde(u"~/a"_s), path(u"a"_s));
+    EXPECT_EQ(VXExpandTilde(u"~root/a"_s), u"/root/a"_s);
+    for (const QString &path : {u"~nobody of that name/a"_s, u"/~/a"_s, u"a~"_s, u""_s})
+        EXPECT_EQ(VXExpandTilde(path), path);
 }

@@ -1,0 +1,190 @@
+#include "VXDesktopServices.h"
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXHotKeyManager.h"
+#include "VXKeyCombination.h"
+#include "VXPluginSession.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString statusText(quint32 status)
+{
+    switch (status) {
+    case VXHotKeyDone:
+        return u"free, or ours"_s;
+    case VXHotKeyTaken:
+        return u"taken by a running vornix or another program"_s;
+    case VXHotKeyNoSuchKey:
+        return u"the keyboard has no such key"_s;
+    default:
+        return u"no service"_s;
+    }
+}
+
+QString boundTo(const VXHotKeyManager &manager, const QString &identifier)
+{
+    QString display;
+    return manager.getHotKeySettingsForIdentifier(identifier, nullptr, nullptr, &display) ? display : QString();
+}
+
+int listHotKeys(VXHostContext &context, VXHotKeyManager &manager)
+{
+    QList<QStringList> rows{{u"IDENTIFIER"_s, u"KEYS"_s, u"TITLE"_s}};
+    QJsonArray json;
+    for (const std::shared_ptr<VXHotKey> &hotKey : manager.hotKeys()) {
+        const QString keys = boundTo(manager, hotKey->identifier());
+        rows.append({hotKey->identifier(), keys.isNull() ? u"-"_s : keys, hotKey->title()});
+        json.append(QJsonObject{{u"identifier"_s, hotKey->identifier()},
+                                {u"title"_s, hotKey->title()},
+                                {u"keys"_s, keys.isNull() ? QJsonValue() : QJsonValue(keys)}});
+    }
+    context.output.answer(VXTextTable(rows), json);
+    return VXHostOutput::Done;
+}
+
+// The hot key that is meant; one that the user makes up is made.
+bool findHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &identifier)
+{
+    if (manager.hotKeys().contains(identifier) || (identifier.startsWith("event:"_L1) && identifier.size() > 6))
+        return true;
+    context.output.fail(u"there is no hot key \"%1\"; there are: %2, and event:NAME of your own"_s.arg(
+        identifier, QStringList(manager.hotKeys().keys()).join(", "_L1)));
+    return false;
+}
+
+int bindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &identifier, const QString &keys)
+{
+    QString reason;
+    const std::optional<VXKeyCombination> combination = VXKeyCombination::fromText(keys, &reason);
+    if (!combination)
+        return context.output.fail(reason);
+    for (const QString &other : manager.hotKeys().keys()) {
+        if (other != identifier && boundTo(manager, other) == combination->text())
+            return context.output.fail(u"%1 is bound to \"%2\"; unbind that first"_s.arg(combination->text(), other));
+    }
+    if (combination->modifiers == 0)
+        context.output.note(
+            u"%1 alone can not be typed in any program while this hot key is bound"_s.arg(combination->text()));
+    manager.setHotKeySettingsForIdentifier(identifier, int(combination->keyCode), int(combination->modifiers),
+                                           combination->text());
+    const QString text = u"%1 runs \"%2\" while \"vornix run\" is running\n"_s.arg(combination->text(), identifier);
+    context.output.answer(text, QJsonObject{{u"identifier"_s, identifier},
+                                            {u"keys"_s, combination->text()},
+                                            {u"keyCode"_s, int(combination->keyCode)},
+                                            {u"modifiers"_s, int(combination->modifiers)}});
+    return VXHostOutput::Done;
+}
+
+int unbindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &identifier)
+{
+    if (boundTo(manager, identifier).isNull())
+        return context.output.fail(u"\"%1\" is bound to no keys"_s.arg(identifier));
+    manager.setHotKeySettingsForIdentifier(identifier, 0, 0, {});
+    return VXHostOutput::Done;
+}
+
+int pressHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &identifier)
+{
+    if (!manager.pressHotKeyWithIdentifier(identifier))
+        return context.output.fail(u"\"%1\" is bound to no keys: bind it first"_s.arg(identifier));
+    return VXHostOutput::Done;
+}
+
+VXHotKeyServiceKind wantedKind(const VXHostOptions &options)
+{
+    const QString name = options.value(u"service"_s);
+    if (name.isNull())
+        return VXHotKeyServiceKind::Automatic;
+    return name == "x11"_L1 ? VXHotKeyServiceKind::X11 : VXHotKeyServiceKind::Portal;
+}
+
+// Whether the service would take what is bound. The portal would ask the user, so there it is not tried.
+int showStatus(VXHostContext &context, VXHotKeyManager &manager)
+{
+    const std::unique_ptr<VXHotKeyService> service = VXMakeHotKeyService(wantedKind(context.options));
+    const bool canTry = service->name() == "X11"_L1;
+    QList<QStringList> rows;
+    QJsonArray json;
+    for (const std::shared_ptr<VXHotKey> &hotKey : manager.hotKeys()) {
+        int keyCode = 0;
+        int modifiers = 0;
+        QString keys;
+        if (!manager.getHotKeySettingsForIdentifier(hotKey->identifier(), &keyCode, &modifiers, &keys))
+            continue;
+        VXHotKeyRef ref = 0;
+        const quint32 status =
+            canTry ? service->registerHotKey({.hotKeyID = {1, 1},
+                                              .keyCode = quint32(keyCode),
+                                              .modifiers = VXHotKeyModifiersFromFlags(quint32(modifiers))},
+                                             &ref)
+                   : quint32(VXHotKeyNotConnected);
+        const QString state = canTry ? statusText(status) : u"asked for when \"vornix run\" starts"_s;
+        rows.append({keys, hotKey->identifier(), state});
+        json.append(QJsonObject{{u"identifier"_s, hotKey->identifier()}, {u"keys"_s, keys}, {u"state"_s, state}});
+    }
+    const QString problem = service->problem();
+    const QString headline = problem.isNull() ? u"Hot keys go through: %1\n"_s.arg(service->name())
+                                              : u"Hot keys do not work here: %1\n"_s.arg(problem);
+    context.output.answer(headline + (rows.isEmpty() ? u"No keys are bound.\n"_s : VXTextTable(rows)),
+                          QJsonObject{{u"service"_s, service->name()},
+                                      {u"problem"_s, problem.isNull() ? QJsonValue() : QJsonValue(problem)},
+                                      {u"hotKeys"_s, json}});
+    return VXHostOutput::Done;
+}
+
+int runHotKeys(VXHostContext &context)
+{
+    const VXHostOptions &options = context.options;
+    const QString verb = options.operand(0);
+    const qsizetype needed = verb == "bind"_L1 ? 3 : verb == "unbind"_L1 || verb == "press"_L1 ? 2 : 1;
+    if (options.operands().size() != needed) {
+        const QString expected = needed == 3   ? u"bind needs ID KEYS"_s
+                                 : needed == 2 ? u"%1 needs ID"_s.arg(verb)
+                                               : u"%1 takes no operands"_s.arg(verb);
+        return context.output.failUsage(expected, VXHostUsage(options.command()));
+    }
+    return VXRunWithPlugins(context, [&](VXPluginManager &) {
+        VXHotKeyManager &manager = VXHotKeyManager::sharedHotKeyManager();
+        if (verb == "status"_L1)
+            return showStatus(context, manager);
+        if (verb == "list"_L1)
+            return listHotKeys(context, manager);
+        const QString identifier = options.operand(1);
+        if (!findHotKey(context, manager, identifier))
+            return static_cast<int>(VXHostOutput::Failed);
+        if (verb == "bind"_L1)
+            return bindHotKey(context, manager, identifier, options.operand(2));
+        return verb == "unbind"_L1 ? unbindHotKey(context, manager, identifier)
+                                   : pressHotKey(context, manager, identifier);
+    });
+}
+
+} // namespace
+
+VXHostCommand VXHotKeysCommand()
+{
+    return {.name = u"hotkeys"_s,
+            .summary = u"Show and bind key combinations that work in every program"_s,
+            .synopsis = u"list|bind|unbind|press|status [ID] [KEYS]"_s,
+            .details = u"\"list\" shows the commands that keys can be bound to. \"bind ID KEYS\" binds one, as to "
+                       "\"Ctrl+Alt+D\" or \"Super+F5\"; event:NAME as ID makes a hot key that posts the event "
+                       "\"hot_key\" with the "
+                       "subtype NAME, for triggers. \"unbind ID\" takes the keys away. \"press ID\" does what the keys "
+                       "do. \"status\" "
+                       "tells by which service of the desktop hot keys work here, or why they do not.\n"
+                       "\"vornix run\" listens for the keys; it follows changes."_s,
+            .options =
+                {{u"service"_s, u"NAME"_s, u"The service that status asks: x11 or portal"_s, {u"x11"_s, u"portal"_s}}},
+            .minimumOperands = 1,
+            .maximumOperands = 3,
+            .firstOperands = {u"list"_s, u"bind"_s, u"unbind"_s, u"press"_s, u"status"_s},
+            .run = runHotKeys};
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXFileLock.h"
+#include "VXFrameworkExport.h"
+
+#include <QtCore/QString>
+#include <QtCore/QTemporaryDir>
+
+#include <memory>
+
+/**
+ * A folder that comes to its place whole or not at all: it is filled in ".new.XXXXXX" beside the place, for this user
+ * only, and then moved. What processes left behind that were killed meanwhile is removed, once nobody is making any.
+ */
+class VX_EXPORT VXFolderInMaking
+{
+public:
+    /** Makes the folder around it, and those above the place. */
+    explicit VXFolderInMaking(const QString &place);
+    /** Removes what was not moved. */
+    ~VXFolderInMaking();
+
+    /** Why it cannot be made; none when it can. */
+    const VXError &problem() const { return _problem; }
+    /** Where it is to be made, under the name that it will have. */
+    const QString &path() const { return _path; }
+    /** Moves it. False when that fails, or `isTaken`: there is something else than an empty folder, which stays. */
+    bool moveIntoPlace(bool *isTaken, VXError *error);
+
+    /** Removes what killed processes left in a folder where others were made. */
+    static void removeLeftovers(const QString &folder);
+
+private:
+    const QString _place;
+    std::unique_ptr<VXFileLock> _lock; // shared by all who make folders there
+    std::unique_ptr<QTemporaryDir> _around;
+    QString _path;
+    VXError _problem;
+};

@@ -1,0 +1,87 @@
+#include "VXReactorOption.h"
+
+#include "VXFramework.h"
+#include "VXNone.h"
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool isText(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QString;
+}
+
+bool isList(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
+}
+
+bool isBoolean(const QVariant &value)
+{
+    static const QStringList words{u"true"_s, u"false"_s, u"yes"_s, u"no"_s, u"1"_s, u"0"_s};
+    return value.typeId() == QMetaType::Bool || words.contains(value.toString().toLower());
+}
+
+bool isNumber(const QVariant &value)
+{
+    bool isNumber = false;
+    return std::isfinite(value.toDouble(&isNumber)) && isNumber && value.typeId() != QMetaType::Bool;
+}
+
+bool hasType(const QVariant &value, VXReactorOption::Type type)
+{
+    using Type = VXReactorOption::Type;
+    switch (type) {
+    case Type::Boolean:
+        return isBoolean(value);
+    case Type::Number:
+        return isNumber(value);
+    case Type::List:
+        return isText(value) || isList(value);
+    case Type::Text:
+        return value.canConvert<QString>() && !isList(value) && value.typeId() != QMetaType::QVariantMap;
+    case Type::File:
+    case Type::Program:
+        return isText(value);
+    case Type::Any:
+        return true;
+    }
+    return true;
+}
+
+} // namespace
+
+QString VXReactorOption::typeName() const
+{
+    switch (type) {
+    case Type::Text:
+        return u"text"_s;
+    case Type::Boolean:
+        return u"boolean"_s;
+    case Type::Number:
+        return u"number"_s;
+    case Type::List:
+        return u"list"_s;
+    case Type::File:
+        return u"file"_s;
+    case Type::Program:
+        return u"program"_s;
+    case Type::Any:
+        break;
+    }
+    return u"any"_s;
+}
+
+QString VXReactorOption::problemOf(const QVariant &value) const
+{
+    if (VXIsNone(value) || (isNeeded && value.toString().isEmpty() && isText(value)))
+        return isNeeded ? VXLocalizedString(u"The option \"%1\" is missing."_s).arg(key) : QString();
+    if (!hasType(value, type))
+        return VXLocalizedString(u"The option \"%1\" must be a value of the type %2."_s).arg(key, typeName());
+    if (!choices.isEmpty() && !choices.contains(value.toString(), Qt::CaseInsensitive))
+        return VXLocalizedString(u"The option \"%1\" must be one of %2."_s).arg(key, choices.join(", "_L1));
+    return {};
+}

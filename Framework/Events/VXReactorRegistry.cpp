@@ -1,0 +1,150 @@
+#include "VXReactorRegistry.h"
+
+#include "VXEventManager.h"
+#include "VXFramework.h"
+#include "VXMainThread.h"
+#include "VXMethodLog.h"
+#include "VXPluginManager.h"
+#include "VXReactorPlugin.h"
+
+#include <QtCore/QCoreApplication>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto longestWait = 5s; // for other threads, before a plugin is unloaded all the same
+constexpr auto turn = 5ms;       // between looks at what they want done on the main thread
+
+VXReactorPlugin *reactorIn(const std::shared_ptr<VXPlugin> &instance)
+{
+    return dynamic_cast<VXReactorPlugin *>(instance.get());
+}
+
+} // namespace
+
+/** Counts a thread that runs a reactor. */
+class VXReactorRegistry::Use
+{
+public:
+    Use(VXReactorRegistry &registry, const QString &identifier) VX_REQUIRES(registry._lock)
+        : _registry(registry), _identifier(identifier)
+    {
+        ++registry._uses[identifier];
+    }
+    ~Use()
+    {
+        const VXMutexLocker locker(_registry._lock);
+        if (--_registry._uses[_identifier] == 0)
+            _registry._uses.remove(_identifier);
+        _registry._changed.notifyAll();
+    }
+    Use(const Use &) = delete;
+    Use &operator=(const Use &) = delete;
+
+private:
+    VXReactorRegistry &_registry;
+    const QString _identifier;
+};
+
+VXReactorRegistry &VXReactorRegistry::shared()
+{
+    static auto *const registry = new VXReactorRegistry;
+    return *registry;
+}
+
+VXReactorRegistry::VXReactorRegistry()
+{
+    VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
+    center.addObserver(&_observer, VXPluginDidLoadNotification, [this](const VXNotification &notification) {
+        pluginDidLoad(notification.object.value<VXPlugin *>());
+    });
+    center.addObserver(&_observer, VXPluginWillUnloadNotification, [this](const VXNotification &notification) {
+        pluginWillUnload(notification.object.value<VXPlugin *>());
+    });
+}
+
+VXReactorInUse VXReactorRegistry::find(const QString &identifier)
+{
+    if (VXMainThread::isCurrent())
+        return findNow(identifier);
+    const VXMutexLocker locker(_lock);
+    const auto found = _reactors.constFind(identifier);
+    if (found == _reactors.constEnd())
+        return {};
+    return {.isEnabled = true,
+            .instance = *found,
+            .plugin = reactorIn(*found),
+            .use = std::make_shared<Use>(*this, identifier)};
+}
+
+VXReactorInUse VXReactorRegistry::findNow(const QString &identifier) const
+{
+    const VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier);
+    if (proxy == nullptr || !proxy->isEnabled())
+        return {};
+    return {.isEnabled = true, .instance = proxy->singleton(), .plugin = reactorIn(proxy->singleton())};
+}
+
+QList<VXBundle::Ptr> VXReactorRegistry::eventPostingBundles() const
+{
+    if (VXMainThread::isCurrent())
+        return VXEventManager::sharedEventManager()._eventPostingBundles();
+    const VXMutexLocker locker(_lock);
+    return _postingBundles;
+}
+
+void VXReactorRegistry::pluginDidLoad(const VXPlugin *plugin)
+{
+    const VXBundle::Ptr bundle = plugin != nullptr ? plugin->bundle() : nullptr;
+    const bool posts = bundle && bundle->infoDictionary().contains(u"VXPostsEvents"_s);
+    if (posts || dynamic_cast<const VXReactorPlugin *>(plugin) != nullptr)
+        takeSnapshot();
+}
+
+// Others may be on their way out too: all that are loaded are looked at.
+void VXReactorRegistry::takeSnapshot()
+{
+    const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+    QHash<QString, std::shared_ptr<VXPlugin>> reactors;
+    for (const VXPluginProxy *const proxy : manager.reactorPlugins() + manager.exporterPlugins()) {
+        if (reactorIn(proxy->singleton()) != nullptr) // the code of others may be of any class
+            reactors.insert(proxy->identifier(), proxy->singleton());
+    }
+    const QList<VXBundle::Ptr> bundles = VXEventManager::sharedEventManager()._eventPostingBundles();
+    const VXMutexLocker locker(_lock);
+    _reactors = reactors;
+    _postingBundles = bundles;
+}
+
+void VXReactorRegistry::pluginWillUnload(const VXPlugin *plugin)
+{
+    if (dynamic_cast<const VXReactorPlugin *>(plugin) == nullptr)
+        return;
+    const QString identifier = plugin->identifier();
+    std::shared_ptr<VXPlugin> gone; // lets go without the lock
+    {
+        const VXMutexLocker locker(_lock);
+        gone = _reactors.take(identifier);
+    }
+    waitUntilUnused(identifier);
+}
+
+// The threads may wait for the main thread themselves, as a reactor does that shows an alert.
+void VXReactorRegistry::waitUntilUnused(const QString &identifier)
+{
+    const auto isUnused = [&]() VX_REQUIRES(_lock) { return !_uses.contains(identifier); };
+    const auto deadline = std::chrono::steady_clock::now() + longestWait;
+    while (std::chrono::steady_clock::now() < deadline) {
+        {
+            const VXMutexLocker locker(_lock);
+            if (_changed.waitFor(_lock, turn, isUnused))
+                return;
+        }
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    }
+    VXLogMethod(VXLogWarning,
+                "pluginWillUnload:", u"Plugin %1 is unloaded while another thread still runs it"_s.arg(identifier));
+}

@@ -1,0 +1,245 @@
+#include "VXHotKeyManager.h"
+
+#include "VXKeyCombination.h"
+#include "VXMainThread.h"
+#include "VXMethodLog.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QStringList>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+const VXNotificationName VXHotKeyWasPressedNotification(u"VXHotKeyWasPressedNotification"_s);
+
+namespace {
+
+const QString settingsKey = u"hot-keys"_s;
+
+// "%u %u %@": a display string with a blank is read cut at the blank.
+std::optional<VXHotKeySettings> settingsFromText(const QString &text)
+{
+    const QStringList parts = text.split(u' ');
+    if (parts.size() < 3)
+        return std::nullopt;
+    return VXHotKeySettings{parts[0].toInt(), parts[1].toInt(), parts[2]};
+}
+
+QVariantMap storedSettings()
+{
+    return VXUserDefaults::standardUserDefaults().dictionaryForKey(settingsKey);
+}
+
+std::optional<VXHotKeySettings> settingsIn(const QVariantMap &stored, const QString &identifier)
+{
+    const auto found = stored.constFind(identifier);
+    return found == stored.cend() ? std::nullopt : settingsFromText(found->toString());
+}
+
+} // namespace
+
+VXHotKeyManager &VXHotKeyManager::sharedHotKeyManager()
+{
+    static auto *const manager = new VXHotKeyManager;
+    return *manager;
+}
+
+VXHotKeyManager::VXHotKeyManager() : _service(VXHotKeyService::unattendedService())
+{
+    addCarbonHotKeyListener();
+    // The notification comes on the thread that changed the defaults.
+    VXNotificationCenter::defaultCenter().addObserver(
+        this, VXUserDefaultsDidChangeNotification,
+        [this](const VXNotification &) {
+            QMetaObject::invokeMethod(
+                this, [this] { followSettings(); }, Qt::QueuedConnection);
+        },
+        settingsKey);
+}
+
+VXHotKeyManager::~VXHotKeyManager()
+{
+    VXNotificationCenter::defaultCenter().removeObserver(this);
+    _hotKeysByID.clear();
+    _hotKeys.clear(); // each unregisters
+}
+
+void VXHotKeyManager::addCarbonHotKeyListener()
+{
+    connect(_service.get(), &VXHotKeyService::hotKeyPressed, this, &VXHotKeyManager::carbonHotKeyWasPressed);
+    connect(_service.get(), &VXHotKeyService::registrationRefused, this, &VXHotKeyManager::registrationWasRefused);
+    const quint32 status = _service->installListener();
+    if (status != VXHotKeyDone)
+        VXLogMethod(VXLogError, "addCarbonHotKeyListener",
+                    u"Unable to register for hotkey events: %1"_s.arg(QString::number(status, 16).toUpper()));
+}
+
+void VXHotKeyManager::setService(std::unique_ptr<VXHotKeyService> service)
+{
+    for (const std::shared_ptr<VXHotKey> &hotKey : std::as_const(_hotKeys)) {
+        unregister(*hotKey);
+        hotKey->setService(*service);
+    }
+    _service = std::move(service);
+    addCarbonHotKeyListener();
+    for (const std::shared_ptr<VXHotKey> &hotKey : std::as_const(_hotKeys))
+        registerBinding(*hotKey);
+}
+
+void VXHotKeyManager::registerHotKeyWithIdentifier(const QString &identifier, const QString &title, QObject *target,
+                                                   const QByteArray &selector)
+{
+    unregisterHotKeyWithIdentifier(identifier);
+    const auto hotKey = std::make_shared<VXHotKey>(identifier, *_service);
+    hotKey->setTitle(title);
+    hotKey->setCallbackInvocation(VXInvocation::withMethod(target, selector, {identifier}));
+    _hotKeys.insert(identifier, hotKey);
+    registerBinding(*hotKey);
+}
+
+void VXHotKeyManager::unregisterHotKeyWithIdentifier(const QString &identifier)
+{
+    if (const std::shared_ptr<VXHotKey> hotKey = _hotKeys.take(identifier))
+        unregister(*hotKey);
+}
+
+void VXHotKeyManager::registerBinding(VXHotKey &hotKey)
+{
+    const std::optional<VXHotKeySettings> settings = settingsIn(storedSettings(), hotKey.identifier());
+    if (!settings)
+        return;
+    _registered.insert(hotKey.identifier(), *settings); // refused ones too: they are tried again once they change
+    if (hotKey.registerWithKeyCode(quint32(settings->keyCode), quint32(settings->modifiers), settings->displayString))
+        _hotKeysByID.insert(hotKey.hotKeyID().id, _hotKeys.value(hotKey.identifier()));
+}
+
+void VXHotKeyManager::unregister(VXHotKey &hotKey)
+{
+    _hotKeysByID.remove(hotKey.hotKeyID().id);
+    _registered.remove(hotKey.identifier());
+    hotKey.unregister();
+}
+
+bool VXHotKeyManager::getHotKeySettingsForIdentifier(const QString &identifier, int *keyCode, int *modifiers,
+                                                     QString *displayString) const
+{
+    const std::optional<VXHotKeySettings> settings = settingsIn(storedSettings(), identifier);
+    if (!settings)
+        return false;
+    if (keyCode != nullptr)
+        *keyCode = settings->keyCode;
+    if (modifiers != nullptr)
+        *modifiers = settings->modifiers;
+    if (displayString != nullptr)
+        *displayString = settings->displayString;
+    return true;
+}
+
+void VXHotKeyManager::setHotKeySettingsForIdentifier(const QString &identifier, int keyCode, int modifiers,
+                                                     const QString &displayString)
+{
+    const QString text = displayString.isNull()
+                             ? QString()
+                             : u"%1 %2 %3"_s.arg(quint32(keyCode)).arg(quint32(modifiers)).arg(displayString);
+    VXUserDefaults::standardUserDefaults().updateObject(settingsKey, [identifier, text](const QVariant &current) {
+        QVariantMap settings = current.toMap();
+        if (text.isNull())
+            settings.remove(identifier);
+        else
+            settings.insert(identifier, text);
+        return settings;
+    });
+}
+
+bool VXHotKeyManager::updateHotKeyWithIdentifier(const QString &identifier, int keyCode, int modifiers,
+                                                 const QString &displayString)
+{
+    const std::shared_ptr<VXHotKey> hotKey = _hotKeys.value(identifier);
+    if (!hotKey) {
+        VXLogMethod(VXLogWarning,
+                    "updateHotKeyWithIdentifier:keyCode:modifiers:displayString:", "Missing hotkey: "_L1 + identifier);
+        return false;
+    }
+    unregister(*hotKey);
+    if (keyCode != 0) {
+        if (!hotKey->registerWithKeyCode(quint32(keyCode), quint32(modifiers), displayString))
+            return false;
+        _hotKeysByID.insert(hotKey->hotKeyID().id, hotKey);
+        _registered.insert(identifier, {keyCode, modifiers, displayString.section(u' ', 0, 0)});
+    }
+    setHotKeySettingsForIdentifier(identifier, keyCode, modifiers, displayString);
+    return true;
+}
+
+// Bindings that changed in the defaults, by this process or another, and are not what is registered.
+void VXHotKeyManager::followSettings()
+{
+    const QVariantMap stored = storedSettings();
+    for (const std::shared_ptr<VXHotKey> &hotKey : std::as_const(_hotKeys)) {
+        const std::optional<VXHotKeySettings> wanted = settingsIn(stored, hotKey->identifier());
+        const auto present = _registered.constFind(hotKey->identifier());
+        const bool isBound = present != _registered.cend();
+        if (wanted ? isBound && *present == *wanted : !isBound)
+            continue;
+        unregister(*hotKey);
+        registerBinding(*hotKey);
+    }
+}
+
+void VXHotKeyManager::registrationWasRefused(VXHotKeyRef ref, const QString &reason)
+{
+    for (const std::shared_ptr<VXHotKey> &hotKey : std::as_const(_hotKeys)) {
+        if (hotKey->hotKeyRef() != ref)
+            continue;
+        VXLogMethod(VXLogError, "registrationWasRefused",
+                    u"Unable to register hotkey %1: %2 (%3)"_s.arg(hotKey->identifier())
+                        .arg(quint32(VXHotKeyTaken))
+                        .arg(reason));
+        _hotKeysByID.remove(hotKey->hotKeyID().id);
+        hotKey->forgetRegistration(VXHotKeyTaken);
+        return;
+    }
+}
+
+void VXHotKeyManager::carbonHotKeyWasPressed(VXHotKeyID hotKeyID)
+{
+    const std::shared_ptr<VXHotKey> hotKey = _hotKeysByID.value(hotKeyID.id); // the callback may unregister it
+    if (!hotKey) {
+        VXLogMethod(VXLogError, "carbonHotKeyWasPressed:", u"Missing hotkey for id: %1"_s.arg(hotKeyID.id));
+        return;
+    }
+    run(*hotKey);
+    VXNotificationCenter::defaultCenter().postNotificationName(VXHotKeyWasPressedNotification, hotKey->identifier());
+}
+
+// The command may throw anything; the desktop's events go on.
+void VXHotKeyManager::run(const VXHotKey &hotKey)
+{
+    const VXInvocation invocation = hotKey.callbackInvocation();
+    if (invocation.isNull()) {
+        VXLogMethod(VXLogError, "carbonHotKeyWasPressed:",
+                    u"Missing callback for hotkey %1: %2"_s.arg(hotKey.hotKeyID().id).arg(hotKey.identifier()));
+        return;
+    }
+    QString problem = u"an unknown exception"_s;
+    try {
+        invocation.invoke();
+        return;
+    } catch (const std::exception &exception) {
+        problem = QString::fromUtf8(exception.what());
+    } catch (...) {
+    }
+    VXLogMethod(VXLogError,
+                "carbonHotKeyWasPressed:", u"the command of hotkey %1 threw: %2"_s.arg(hotKey.identifier(), problem));
+}
+
+bool VXHotKeyManager::pressHotKeyWithIdentifier(const QString &identifier)
+{
+    const std::shared_ptr<VXHotKey> hotKey = _hotKeys.value(identifier);
+    if (!hotKey)
+        return false;
+    run(*hotKey);
+    VXNotificationCenter::defaultCenter().postNotificationName(VXHotKeyWasPressedNotification, identifier);
+    return true;
+}

@@ -1,0 +1,113 @@
+#include "VXMultipartBody.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QUuid>
+
+#include <algorithm>
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+
+VXMultipartBody::VXMultipartBody(const QList<VXFormField> &fields)
+    : _boundary(QUuid::createUuid().toByteArray(QUuid::WithoutBraces).toUpper())
+{
+    for (const VXFormField &field : fields)
+        addField(field);
+    _parts.push_back({.head = "--" + _boundary + "--\r\n", .path = {}, .tail = {}});
+    for (const Part &part : _parts)
+        _size += part.head.size() + part.fileSize + part.tail.size();
+    if (!_problem.isNull())
+        _size = -1;
+}
+
+void VXMultipartBody::addField(const VXFormField &field)
+{
+    Part part{
+        .head = "--" + _boundary + "\r\nContent-Disposition: form-data; name=\"" + field.name.toUtf8() + '"',
+        .path = field.filePath,
+        .tail = "\r\n",
+    };
+    if (field.filePath.isNull())
+        part.head += "\r\n\r\n" + field.text.toUtf8();
+    else
+        addFile(part);
+    _parts.push_back(std::move(part));
+}
+
+void VXMultipartBody::addFile(Part &part)
+{
+    part.head += "; filename=\"" + QFileInfo(part.path).fileName().toUtf8() +
+                 "\"\r\nContent-Type: application/octet-stream\r\n\r\n";
+    QFile file(part.path);
+    if (!QFileInfo(part.path).isFile())
+        _problem = u"%1: there is no such file"_s.arg(part.path);
+    else if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        _problem = u"%1: %2"_s.arg(part.path, file.errorString());
+    part.fileSize = file.size();
+}
+
+void VXMultipartBody::rewind()
+{
+    _file.close();
+    _part = 0;
+    _piece = Piece::Head;
+    _offset = 0;
+}
+
+void VXMultipartBody::nextPiece()
+{
+    _file.close();
+    _offset = 0;
+    if (_piece == Piece::Tail) {
+        ++_part;
+        _piece = Piece::Head;
+    } else {
+        _piece = _piece == Piece::Head && !_parts[_part].path.isNull() ? Piece::File : Piece::Tail;
+    }
+}
+
+qint64 VXMultipartBody::readBytes(const QByteArray &source, char *bytes, qint64 maximum)
+{
+    const qint64 count = std::min<qint64>(maximum, source.size() - _offset);
+    std::memcpy(bytes, source.constData() + _offset, static_cast<size_t>(count));
+    return count;
+}
+
+qint64 VXMultipartBody::readFile(const Part &part, char *bytes, qint64 maximum)
+{
+    const qint64 rest = part.fileSize - _offset;
+    if (rest == 0)
+        return 0;
+    if (!_file.isOpen()) {
+        _file.setFileName(part.path);
+        if (!_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+            _problem = u"%1: %2"_s.arg(part.path, _file.errorString());
+            return -1;
+        }
+    }
+    const qint64 count = _file.read(bytes, std::min(maximum, rest)); // a file that grew is sent as it was announced
+    if (count > 0)
+        return count;
+    _problem = u"%1: %2"_s.arg(part.path, count < 0 ? _file.errorString() : u"it has become shorter"_s);
+    return -1;
+}
+
+qint64 VXMultipartBody::read(char *bytes, qint64 maximum)
+{
+    qint64 filled = 0;
+    while (filled < maximum && _part < _parts.size()) {
+        const Part &part = _parts[_part];
+        qint64 count = 0;
+        if (_piece == Piece::File)
+            count = readFile(part, bytes + filled, maximum - filled);
+        else
+            count = readBytes(_piece == Piece::Head ? part.head : part.tail, bytes + filled, maximum - filled);
+        if (count < 0)
+            return -1;
+        if (count == 0)
+            nextPiece();
+        _offset += count;
+        filled += count;
+    }
+    return filled;
+}

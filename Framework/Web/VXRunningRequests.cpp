@@ -1,0 +1,65 @@
+#include "VXRunningRequests.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <chrono>
+#include <utility>
+
+namespace {
+
+constexpr std::chrono::seconds longestFarewell{10}; // a look-up of a name cannot be interrupted
+
+}
+
+VXRunningRequests &VXRunningRequests::shared()
+{
+    static auto *const requests = new VXRunningRequests;
+    return *requests;
+}
+
+VXRunningRequests::VXRunningRequests()
+{
+    qAddPostRoutine([] { shared().close(); });
+}
+
+bool VXRunningRequests::add(const VXWebRequest::Ptr &request)
+{
+    const VXMutexLocker lock(_lock);
+    if (!_isClosed)
+        _requests.insert(request);
+    return !_isClosed;
+}
+
+void VXRunningRequests::remove(const VXWebRequest::Ptr &request)
+{
+    const VXMutexLocker lock(_lock);
+    _requests.erase(request);
+}
+
+void VXRunningRequests::threadWillStart()
+{
+    const VXMutexLocker lock(_lock);
+    ++_threads;
+}
+
+void VXRunningRequests::threadDidEnd()
+{
+    const VXMutexLocker lock(_lock);
+    --_threads;
+    _threadEnded.notifyAll();
+}
+
+void VXRunningRequests::close()
+{
+    std::set<VXWebRequest::Ptr> requests;
+    {
+        const VXMutexLocker lock(_lock);
+        _isClosed = true;
+        requests.swap(_requests);
+    }
+    for (const VXWebRequest::Ptr &request : std::exchange(requests, {}))
+        request->cancel();
+    const VXMutexLocker lock(_lock);
+    static_cast<void>(
+        _threadEnded.waitFor(_lock, longestFarewell, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return _threads == 0; }));
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "VXMutex.h"
+#include "VXWebRequest.h"
+
+#include <set>
+
+/**
+ * The requests that run. When the application object goes they are cancelled, on the main thread, so that each delegate is
+ * told; then the ends of their threads are awaited. Any thread.
+ */
+class VXRunningRequests
+{
+public:
+    static VXRunningRequests &shared();
+
+    /** False once the application has ended: the request must not run. */
+    [[nodiscard]] bool add(const VXWebRequest::Ptr &request);
+    void remove(const VXWebRequest::Ptr &request);
+
+    /** Around the life of a request's thread. */
+    void threadWillStart();
+    void threadDidEnd();
+
+private:
+    VXRunningRequests();
+    void close();
+
+    VXMutex _lock;
+    VXCondition _threadEnded;
+    std::set<VXWebRequest::Ptr> _requests VX_GUARDED_BY(_lock);
+    int _threads VX_GUARDED_BY(_lock) = 0;
+    bool _isClosed VX_GUARDED_BY(_lock) = false;
+};

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <curl/curl.h>
+
+/**
+ * What libcurl needs for one transfer at a time, taken from a few that the process keeps: they hold the connections to
+ * servers that were used last. A handle belongs to one thread until it is given back. Any thread may take one.
+ */
+class VXWebHandle
+{
+public:
+    VXWebHandle();
+    ~VXWebHandle();
+    VXWebHandle(const VXWebHandle &) = delete;
+    VXWebHandle &operator=(const VXWebHandle &) = delete;
+
+    /** Both null when there is no memory for them. */
+    CURL *easy() const { return _easy; }
+    CURLM *multi() const { return _multi; }
+
+private:
+    CURL *_easy = nullptr;
+    CURLM *_multi = nullptr;
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QUrl>
+
+/** The beginning of a server's answer. */
+struct VX_EXPORT VXWebResponse
+{
+    QUrl url; // where it came from, behind all redirects
+    int statusCode = 0;
+    qint64 expectedContentLength = -1; // in bytes; -1 when the server did not announce it
+    QByteArray contentDisposition = {};
+
+    /** The status in the user's language, as "not found". */
+    QString statusText() const;
+
+    /**
+     * What to call a file with the answer: the name that the server suggests, else that of the URL's path, else the
+     * host's. Always one plain name, of at most 200 bytes, that stays in the folder it is put into.
+     */
+    QString suggestedFilename() const;
+};

@@ -1,0 +1,363 @@
+#include "VXWebTransfer.h"
+
+#include "VXFramework.h"
+#include "VXMultipartBody.h"
+#include "VXURLError.h"
+#include "VXWebHandle.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <memory>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int maximumRedirects = 16;
+constexpr qint64 maximumHeaderBytes = 256 * 1024;
+constexpr qint64 maximumRedirectBody = 64 * 1024; // what a redirect says to people is passed over
+constexpr long bufferSize = 256 * 1024;
+constexpr std::chrono::milliseconds longestWait{1000};
+
+bool isRedirect(int status)
+{
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+struct Failure
+{
+    CURLcode result;
+    VXURLErrorCode code;
+    QString description; // a key of the framework's texts
+};
+
+Failure failureOf(CURLcode result)
+{
+    static const std::array failures{
+        Failure{CURLE_COULDNT_RESOLVE_HOST, VXURLErrorCannotFindHost, u"The server could not be found."_s},
+        Failure{CURLE_COULDNT_RESOLVE_PROXY, VXURLErrorCannotFindHost, u"The server could not be found."_s},
+        Failure{CURLE_COULDNT_CONNECT, VXURLErrorCannotConnectToHost, u"Could not connect to the server."_s},
+        Failure{CURLE_PEER_FAILED_VERIFICATION, VXURLErrorCertificateUntrusted,
+                u"The server's certificate is not trusted."_s},
+        Failure{CURLE_SSL_CACERT_BADFILE, VXURLErrorCertificateUntrusted,
+                u"The server's certificate is not trusted."_s},
+        Failure{CURLE_SSL_CONNECT_ERROR, VXURLErrorSecureConnectionFailed,
+                u"A secure connection to the server could not be made."_s},
+        Failure{CURLE_WEIRD_SERVER_REPLY, VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s},
+        Failure{CURLE_UNSUPPORTED_PROTOCOL, VXURLErrorBadServerResponse,
+                u"The server's answer can not be understood."_s},
+    };
+    const auto found = std::ranges::find(failures, result, &Failure::result);
+    return found != failures.end()
+               ? *found
+               : Failure{result, VXURLErrorConnectionLost, u"The connection to the server was lost."_s};
+}
+
+struct ListDeleter
+{
+    void operator()(curl_slist *list) const { curl_slist_free_all(list); }
+};
+using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
+
+void append(HeaderList &list, const QByteArray &line)
+{
+    if (curl_slist *const longer = curl_slist_append(list.get(), line.constData())) {
+        static_cast<void>(list.release());
+        list.reset(longer);
+    }
+}
+
+} // namespace
+
+class VXWebTransfer::Exchange
+{
+public:
+    Exchange(VXWebTransfer &transfer, const QUrl &url, bool isPost, CURL *easy)
+        : _transfer(transfer), _url(url), _body(isPost ? transfer._request.body() : nullptr), _easy(easy)
+    {
+        setOptions(isPost);
+    }
+
+    VXError run(CURLM *multi);
+
+    /** Where the server sends us; empty when this was the answer. */
+    QUrl redirectedTo() const { return _redirectedTo; }
+    int status() const { return _response.statusCode; }
+
+private:
+    template <auto member>
+    static size_t callback(char *bytes, size_t size, size_t count, void *self)
+    {
+        return (static_cast<Exchange *>(self)->*member)(bytes, size * count);
+    }
+    void setOptions(bool isPost);
+    void setSecurityOptions();
+    size_t send(char *bytes, size_t maximum);
+    size_t receiveHeader(char *bytes, size_t count);
+    size_t receiveBody(char *bytes, size_t count);
+    void readHeaderLine(QByteArrayView line);
+    VXError headersDidEnd();
+    VXError wait(CURLM *multi, CURLcode *result);
+    VXError errorOf(CURLcode result) const;
+    VXError error(VXURLErrorCode code, const QString &description, const QString &suggestion = {}) const
+    {
+        return VXMakeURLError(code, description, _url, suggestion);
+    }
+
+    VXWebTransfer &_transfer;
+    const QUrl _url;
+    const std::shared_ptr<VXMultipartBody> _body;
+    CURL *const _easy;
+    HeaderList _headers;
+    std::array<char, CURL_ERROR_SIZE> _details{};
+    VXError _refusal; // why a callback ended it
+    Clock::time_point _lastSign = Clock::now();
+    qint64 _bytesSent = 0;
+    qint64 _headerBytes = 0;
+    qint64 _passedOver = 0;
+    bool _hasResponse = false;
+    VXWebResponse _response;
+    QByteArray _location;
+    QUrl _redirectedTo;
+};
+
+void VXWebTransfer::Exchange::setOptions(bool isPost)
+{
+    const QByteArray url = _url.toEncoded(QUrl::FullyEncoded | QUrl::RemoveFragment);
+    curl_easy_setopt(_easy, CURLOPT_URL, url.constData());
+    curl_easy_setopt(_easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(_easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // what a proxy says is no answer
+    curl_easy_setopt(_easy, CURLOPT_ERRORBUFFER, _details.data());
+    curl_easy_setopt(_easy, CURLOPT_BUFFERSIZE, bufferSize);
+    curl_easy_setopt(_easy, CURLOPT_UPLOAD_BUFFERSIZE, bufferSize);
+    curl_easy_setopt(_easy, CURLOPT_HEADERFUNCTION, &callback<&Exchange::receiveHeader>);
+    curl_easy_setopt(_easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(_easy, CURLOPT_WRITEFUNCTION, &callback<&Exchange::receiveBody>);
+    curl_easy_setopt(_easy, CURLOPT_WRITEDATA, this);
+    for (const char *const line : {"Cache-Control: no-cache", "Pragma: no-cache", "Expect:"})
+        append(_headers, line);
+    append(_headers, "User-Agent: Vornix/" + VXFrameworkVersion().toUtf8());
+    if (_transfer._request.usesOwnConnection()) {
+        curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
+        curl_easy_setopt(_easy, CURLOPT_FORBID_REUSE, 1L);
+    }
+    if (isPost) {
+        for (const auto &[name, value] : _transfer._request.headerFields())
+            append(_headers, name + ": " + value);
+        curl_easy_setopt(_easy, CURLOPT_POST, 1L);
+        curl_easy_setopt(_easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t{_body ? _body->size() : 0});
+        // There is no way to rewind, so that libcurl never sends a body a second time by itself.
+        curl_easy_setopt(_easy, CURLOPT_READFUNCTION, &callback<&Exchange::send>);
+        curl_easy_setopt(_easy, CURLOPT_READDATA, this);
+        if (const QByteArray method = _transfer._request.httpMethod(); method != "POST")
+            curl_easy_setopt(_easy, CURLOPT_CUSTOMREQUEST, method.constData());
+    }
+    curl_easy_setopt(_easy, CURLOPT_HTTPHEADER, _headers.get());
+    setSecurityOptions();
+}
+
+void VXWebTransfer::Exchange::setSecurityOptions()
+{
+    curl_easy_setopt(_easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty()) // as all programs over OpenSSL have it
+        curl_easy_setopt(_easy, CURLOPT_CAINFO, file.constData());
+}
+
+size_t VXWebTransfer::Exchange::send(char *bytes, size_t maximum)
+{
+    if (_transfer._isStopped)
+        return CURL_READFUNC_ABORT;
+    _lastSign = Clock::now();
+    const qint64 count = _body ? _body->read(bytes, static_cast<qint64>(maximum)) : 0;
+    if (count < 0) {
+        _refusal = error(VXURLErrorCannotReadBody, u"A file of the form can not be read."_s, _body->problem());
+        return CURL_READFUNC_ABORT;
+    }
+    _bytesSent += count;
+    if (_body && _bytesSent == _body->size())
+        _transfer._didSendRequest = true;
+    if (_body)
+        _transfer._receiver.transferDidSend(_bytesSent, _body->size());
+    return static_cast<size_t>(count);
+}
+
+size_t VXWebTransfer::Exchange::receiveHeader(char *bytes, size_t count)
+{
+    if (_transfer._isStopped)
+        return 0;
+    _lastSign = Clock::now();
+    _headerBytes += static_cast<qint64>(count);
+    if (_headerBytes > maximumHeaderBytes)
+        _refusal = error(VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s,
+                         VXLocalizedString(u"Its header is too long."_s));
+    else if (!_hasResponse) // else it is a trailer
+        readHeaderLine(QByteArrayView(bytes, static_cast<qsizetype>(count)).trimmed());
+    return _refusal ? 0 : count;
+}
+
+void VXWebTransfer::Exchange::readHeaderLine(QByteArrayView line)
+{
+    if (line.isEmpty()) {
+        _refusal = headersDidEnd();
+        return;
+    }
+    const qsizetype colon = line.indexOf(':');
+    if (line.startsWith("HTTP/")) { // another answer, after one that was provisional or a proxy's
+        _response = {.url = _url};
+        _location = {};
+        return;
+    }
+    if (colon < 0)
+        return;
+    const QByteArray name = line.first(colon).trimmed().toByteArray().toLower();
+    const QByteArray value = line.sliced(colon + 1).trimmed().toByteArray();
+    if (name == "location")
+        _location = value;
+    else if (name == "content-disposition")
+        _response.contentDisposition = value;
+}
+
+VXError VXWebTransfer::Exchange::headersDidEnd()
+{
+    long status = 0;
+    curl_easy_getinfo(_easy, CURLINFO_RESPONSE_CODE, &status);
+    if (status < 200)
+        return {};
+    _hasResponse = true;
+    _response.statusCode = static_cast<int>(status);
+    _transfer._didSendRequest = true;
+    if (isRedirect(_response.statusCode) && !_location.isEmpty()) {
+        _redirectedTo = _url.resolved(QUrl::fromEncoded(_location));
+        return {};
+    }
+    curl_off_t length = -1;
+    curl_easy_getinfo(_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    _response.expectedContentLength = length;
+    return _transfer._receiver.transferDidReceiveResponse(_response);
+}
+
+size_t VXWebTransfer::Exchange::receiveBody(char *bytes, size_t count)
+{
+    if (_transfer._isStopped)
+        return 0;
+    _lastSign = Clock::now();
+    const auto size = static_cast<qsizetype>(count);
+    if (_redirectedTo.isEmpty())
+        _refusal = _transfer._receiver.transferDidReceiveData(QByteArrayView(bytes, size));
+    else if ((_passedOver += size) > maximumRedirectBody)
+        return 0;
+    return _refusal ? 0 : count;
+}
+
+// Until libcurl is done; an error when time is over.
+VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
+{
+    using std::chrono::milliseconds;
+    const auto timeout = std::chrono::duration<double>(_transfer._request.timeoutInterval());
+    while (!_transfer._isStopped) {
+        int running = 0;
+        curl_multi_perform(multi, &running);
+        int left = 0;
+        if (const CURLMsg *const message = curl_multi_info_read(multi, &left)) {
+            *result = message->data.result;
+            return {};
+        }
+        milliseconds longest = longestWait;
+        if (timeout.count() > 0) {
+            const auto rest = std::chrono::ceil<milliseconds>(timeout - (Clock::now() - _lastSign));
+            if (rest.count() <= 0)
+                return error(VXURLErrorTimedOut, u"The server did not answer in time."_s);
+            longest = std::min(longest, rest);
+        }
+        curl_multi_poll(multi, nullptr, 0, static_cast<int>(longest.count()), nullptr);
+    }
+    return {};
+}
+
+VXError VXWebTransfer::Exchange::errorOf(CURLcode result) const
+{
+    if (_refusal || result == CURLE_OK)
+        return _refusal;
+    if (!_redirectedTo.isEmpty())
+        return {}; // whatever came behind it
+    const Failure failure = failureOf(result);
+    const char *const details = _details[0] != '\0' ? _details.data() : curl_easy_strerror(result);
+    return error(failure.code, failure.description, QString::fromUtf8(details));
+}
+
+VXError VXWebTransfer::Exchange::run(CURLM *multi)
+{
+    if (_body && _body->size() < 0)
+        return error(VXURLErrorCannotReadBody, u"A file of the form can not be read."_s, _body->problem());
+    if (_body)
+        _body->rewind();
+    curl_multi_add_handle(multi, _easy);
+    CURLcode result = CURLE_OK;
+    const VXError timeout = wait(multi, &result);
+    curl_multi_remove_handle(multi, _easy);
+    long requestBytes = 0;
+    curl_easy_getinfo(_easy, CURLINFO_REQUEST_SIZE, &requestBytes);
+    if (!_body && requestBytes > 0)
+        _transfer._didSendRequest = true;
+    return timeout ? timeout : errorOf(result);
+}
+
+// -- The transfer
+
+bool VXWebTransfer::canHandle(const QUrl &url)
+{
+    return url.isValid() && !url.host().isEmpty() && (url.scheme() == "http"_L1 || url.scheme() == "https"_L1);
+}
+
+VXWebTransfer::VXWebTransfer(VXURLRequest request, VXWebTransferReceiver &receiver)
+    : _request(std::move(request)), _receiver(receiver)
+{
+}
+
+void VXWebTransfer::stop()
+{
+    _isStopped = true;
+    const VXMutexLocker lock(_lock);
+    if (_wakeable != nullptr)
+        curl_multi_wakeup(_wakeable);
+}
+
+VXError VXWebTransfer::perform()
+{
+    const VXWebHandle handle;
+    QUrl url = _request.url();
+    if (handle.easy() == nullptr || handle.multi() == nullptr)
+        return VXMakeURLError(VXURLErrorUnknown, u"Unable to start web request"_s, url);
+    const auto setWakeable = [&](void *multi) {
+        const VXMutexLocker lock(_lock);
+        _wakeable = multi;
+    };
+    setWakeable(handle.multi());
+    VXError error;
+    bool isPost = true;
+    for (int redirects = 0; !_isStopped; ++redirects) {
+        Exchange exchange(*this, url, isPost, handle.easy());
+        error = exchange.run(handle.multi());
+        const QUrl next = exchange.redirectedTo();
+        if (error || next.isEmpty())
+            break;
+        if (!canHandle(next) || (url.scheme() == "https"_L1 && next.scheme() != "https"_L1))
+            error =
+                VXMakeURLError(VXURLErrorInsecureRedirect, u"The server leads to an address that is not safe."_s, next);
+        else if (redirects == maximumRedirects)
+            error =
+                VXMakeURLError(VXURLErrorTooManyRedirects, u"The server leads from one address to the next."_s, url);
+        if (error)
+            break;
+        _receiver.transferWillRedirect(url, next);
+        isPost = isPost && (exchange.status() == 307 || exchange.status() == 308);
+        url = next;
+        curl_easy_reset(handle.easy());
+    }
+    setWakeable(nullptr);
+    return error;
+}

@@ -1,0 +1,89 @@
+#include "VXSQLiteStore.h"
+
+#include "VXSaveReferences.h"
+
+using namespace Qt::StringLiterals;
+
+using Step = VXSQLiteStatement::Step;
+
+// Few statements for a save, however large it is, and none for one without relationships.
+bool VXSQLiteStore::findReferenceConflicts(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
+                                           VXError *error) const
+{
+    const VXSaveReferences concerned(request);
+    QHash<const VXEntityDescription *, QList<VXManagedObjectID>> targets; // by root entity
+    for (const VXManagedObjectID &target : concerned.targets())
+        targets[&target.entity().rootEntity()].append(target);
+    for (auto family = targets.cbegin(); family != targets.cend(); ++family) {
+        if (!findMissing(*family.key(), *family, conflicts, error))
+            return false;
+    }
+    for (auto each = concerned.deleted().cbegin(); each != concerned.deleted().cend(); ++each) {
+        QHash<qint64, QList<VXRowReference>> references;
+        if (!findReferences(*each.key(), *each, &references, error))
+            return false;
+        const VXEntityDescription &root = each.key()->entity().rootEntity();
+        for (const VXRowChange &change : request.changes) {
+            const qint64 number = change.objectID.number();
+            if (!change.row && references.contains(number) && &change.objectID.entity().rootEntity() == &root)
+                conflicts->append(
+                    {change.objectID, change.base, VXRowConflict::Kind::Referenced, references.take(number)});
+        }
+    }
+    return true;
+}
+
+bool VXSQLiteStore::findMissing(const VXEntityDescription &root, const QList<VXManagedObjectID> &targets,
+                                QList<VXRowConflict> *conflicts, VXError *error) const
+{
+    const QString numbers = numberList(targets);
+    VXSQLiteStatement missing = _writer->statement(
+        u"SELECT e.value FROM json_each(?1) e WHERE NOT EXISTS (SELECT 1 FROM %1 t0 WHERE t0.Z_PK = e.value)"_s.arg(
+            VXSQLiteSchema::table(root)),
+        error);
+    if (!missing)
+        return false;
+    missing.bindText(1, numbers);
+    Step at = missing.step();
+    for (; at == Step::Row; at = missing.step()) {
+        for (const VXManagedObjectID &target : targets) {
+            if (target.number() == missing.number(0))
+                conflicts->append({target, nullptr, VXRowConflict::Kind::Missing});
+        }
+    }
+    if (at == Step::Failed)
+        VXSetError(error, _writer->lastError());
+    return at == Step::Done;
+}
+
+// By the number of the deleted object.
+bool VXSQLiteStore::findReferences(const VXRelationshipDescription &relationship,
+                                   const QList<VXManagedObjectID> &deleted,
+                                   QHash<qint64, QList<VXRowReference>> *references, VXError *error) const
+{
+    const bool isOne = deleted.size() == 1;
+    const QString numbers = isOne ? QString() : numberList(deleted);
+    VXSQLiteStatement rows = _writer->statement(relatedQuery(relationship, isOne), error);
+    if (!rows)
+        return false;
+    if (isOne)
+        rows.bindNumber(1, deleted.constFirst().number());
+    else
+        rows.bindText(1, numbers);
+    Step at = rows.step();
+    for (; at == Step::Row; at = rows.step()) {
+        const VXManagedObjectID source = layout(relationship.destination()).readID(rows, identity());
+        VXError problem;
+        const VXStoreRow::Ptr row = source.isNull() ? nullptr : readRow(*_writer, source, &problem);
+        if (!row) {
+            VXSetError(error, problem
+                                  ? problem
+                                  : damage(u"\"%1\" leads to an object of another entity."_s.arg(relationship.name())));
+            return false;
+        }
+        (*references)[rows.number(2)].append({{source, row}, relationship.inverse()});
+    }
+    if (at == Step::Failed)
+        VXSetError(error, _writer->lastError());
+    return at == Step::Done;
+}

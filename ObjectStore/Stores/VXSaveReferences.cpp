@@ -1,0 +1,69 @@
+#include "VXSaveReferences.h"
+
+namespace {
+
+// Then the row is written whole, whatever the store held.
+bool isWhole(const VXRowChange &change)
+{
+    return !change.base || change.overwrites;
+}
+
+} // namespace
+
+bool VXMustLeadSomewhere(const VXRelationshipDescription &relationship)
+{
+    if (relationship.isTransient() || relationship.inverse() == nullptr)
+        return false;
+    return relationship.isToMany() ? relationship.isManyToMany()
+                                   : relationship.inverse()->deleteRule() != VXDeleteRule::NoAction;
+}
+
+VXSaveReferences::VXSaveReferences(const VXSaveRequest &request)
+{
+    for (const VXRowChange &change : request.changes) {
+        if (change.row)
+            addTargets(change);
+        else
+            addDeleted(change.objectID);
+    }
+    for (const VXLinkChange &link : request.links) {
+        if (link.added.isEmpty())
+            continue;
+        _targets.insert(link.source);
+        for (const VXManagedObjectID &target : link.added)
+            _targets.insert(target);
+    }
+    if (_targets.isEmpty())
+        return;
+    for (const VXRowChange &change : request.changes) {
+        if (change.row && isWhole(change))
+            _targets.remove(change.objectID);
+    }
+}
+
+void VXSaveReferences::addTargets(const VXRowChange &change)
+{
+    const VXEntityDescription &entity = change.objectID.entity();
+    if (_entity != &entity) {
+        _entity = &entity;
+        _toOne.clear();
+        for (const VXRelationshipDescription *const relationship : entity.relationships()) {
+            if (!relationship->isToMany() && VXMustLeadSomewhere(*relationship))
+                _toOne.append(relationship->index());
+        }
+    }
+    for (const int index : std::as_const(_toOne)) {
+        const VXManagedObjectID *const target = change.row->target(index);
+        if (target != nullptr && (isWhole(change) || change.changedProperties.contains(index)))
+            _targets.insert(*target);
+    }
+}
+
+void VXSaveReferences::addDeleted(const VXManagedObjectID &objectID)
+{
+    for (const VXRelationshipDescription *const relationship : objectID.entity().relationships()) {
+        const VXRelationshipDescription *const inverse = relationship->inverse();
+        if (inverse != nullptr && !inverse->isToMany() && VXMustLeadSomewhere(*inverse))
+            _deleted[relationship].append(objectID);
+    }
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "VXPersistentStore.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QSet>
+
+/** True for a relationship that is stored and must lead to objects that are there: where the other end has the delete rule
+ * "no-action", a reference may be left behind. */
+bool VXMustLeadSomewhere(const VXRelationshipDescription &relationship);
+
+/**
+ * What of a save has to do with objects beside those it writes: those that it leads to anew, and those that it takes from under
+ * others. Stores look at these once for each save; without relationships there is nothing to look at.
+ */
+class VXSaveReferences
+{
+public:
+    explicit VXSaveReferences(const VXSaveRequest &request);
+
+    /** Objects that must be there, other than those that the save inserts. */
+    const QSet<VXManagedObjectID> &targets() const { return _targets; }
+    /** The deleted objects, by those of their relationships whose inverse is to-one and must not lead to them any more. */
+    const QHash<const VXRelationshipDescription *, QList<VXManagedObjectID>> &deleted() const { return _deleted; }
+
+private:
+    void addTargets(const VXRowChange &change);
+    void addDeleted(const VXManagedObjectID &objectID);
+
+    QSet<VXManagedObjectID> _targets;
+    QHash<const VXRelationshipDescription *, QList<VXManagedObjectID>> _deleted;
+    const VXEntityDescription *_entity = nullptr; // looked at last
+    QList<int> _toOne;                            // of that: indexes of relationships that must lead somewhere
+};

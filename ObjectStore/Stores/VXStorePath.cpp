@@ -1,0 +1,40 @@
+#include "VXStorePath.h"
+
+#include "VXObjectStoreError.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString realPath(const QFileInfo &file)
+{
+    if (const QString real = file.canonicalFilePath(); !real.isEmpty())
+        return real;
+    if (file.isSymLink()) // to what is yet to be made
+        return file.symLinkTarget();
+    const QString folder = QFileInfo(file.absolutePath()).canonicalFilePath();
+    return folder.isEmpty() ? file.absoluteFilePath() : QFileInfo(folder + u'/' + file.fileName()).filePath();
+}
+
+} // namespace
+
+std::optional<QString> VXRealStorePath(const QString &path, VXError *error)
+{
+    const QString real = realPath(QFileInfo(path));
+    struct stat status = {};
+    const bool isThere = ::stat(QFile::encodeName(real).constData(), &status) == 0;
+    const bool isPlain = S_ISREG(status.st_mode);
+    if (!isThere || S_ISDIR(status.st_mode) || (isPlain && status.st_nlink <= 1))
+        return real;
+    const QString reason =
+        isPlain ? u"Its file has %1 names (hard links); it may have one only."_s.arg(qulonglong(status.st_nlink))
+                : u"It is no plain file."_s;
+    VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::InvalidStore, u"The store cannot be opened."_s, reason,
+                                         path));
+    return std::nullopt;
+}

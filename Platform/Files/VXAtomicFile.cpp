@@ -1,0 +1,184 @@
+#include "VXAtomicFile.h"
+
+#include "VXDiagnostics.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRandomGenerator>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype bufferSize = 64 * 1024;
+constexpr int mostLinks = 40; // as the kernel follows
+
+QByteArray folderOf(const QByteArray &path)
+{
+    const qsizetype slash = path.lastIndexOf('/');
+    return slash < 0 ? QByteArray() : path.first(slash + 1);
+}
+
+// Where the link leads, in one step; null when it is none.
+QByteArray destinationOf(const QByteArray &path)
+{
+    std::array<char, PATH_MAX> buffer{};
+    const ssize_t size = ::readlink(path.constData(), buffer.data(), buffer.size());
+    if (size <= 0)
+        return {};
+    const QByteArray destination(buffer.data(), size);
+    return destination.startsWith('/') ? destination : folderOf(path) + destination;
+}
+
+} // namespace
+
+bool VXSynchronizeFolderOf(const QString &path)
+{
+    const QByteArray folder = folderOf(QFile::encodeName(path));
+    const VXFileDescriptor descriptor(
+        ::open(folder.isEmpty() ? "." : folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor.isOpen())
+        return errno == EACCES; // it may be written but not read: it cannot be asked
+    return ::fsync(descriptor.number()) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+}
+
+VXAtomicFile::VXAtomicFile(const QString &path, VXFileAccess access) : _path(path), _access(access) {}
+
+VXAtomicFile::~VXAtomicFile()
+{
+    takeBack();
+}
+
+bool VXAtomicFile::fail(int problem)
+{
+    if (!_isFailed)
+        setErrorString(qt_error_string(problem));
+    _isFailed = true;
+    return false;
+}
+
+bool VXAtomicFile::open(OpenMode)
+{
+    takeBack();
+    _isFailed = _isPrepared = false;
+    return findTarget() && makeFileBeside() && QIODevice::open(WriteOnly | Unbuffered);
+}
+
+bool VXAtomicFile::findTarget()
+{
+    _target = QFile::encodeName(_path);
+    int links = 0;
+    for (QByteArray next = destinationOf(_target); !next.isNull(); next = destinationOf(_target)) {
+        if (++links > mostLinks)
+            return fail(ELOOP);
+        _target = next;
+    }
+    _mode = 0;
+    struct stat status = {};
+    if (::stat(_target.constData(), &status) != 0)
+        return errno == ENOENT || fail(errno);
+    if (S_ISDIR(status.st_mode))
+        return fail(EISDIR);
+    if (!S_ISREG(status.st_mode)) {
+        setErrorString(u"It is no regular file."_s);
+        _isFailed = true;
+        return false;
+    }
+    if (_access == VXFileAccess::Shared && status.st_uid == ::geteuid())
+        _mode = status.st_mode & 0777;
+    return ::faccessat(AT_FDCWD, _target.constData(), W_OK, AT_EACCESS) == 0 || fail(errno);
+}
+
+// With a name of its own, as it could get too long behind the file's; by open(2), as it knows the process' mask.
+bool VXAtomicFile::makeFileBeside()
+{
+    constexpr int mostAttempts = 100;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        const quint64 number = QRandomGenerator::system()->generate64();
+        const QByteArray name = folderOf(_target) + ".vornix-" + QByteArray::number(number, 16).rightJustified(16, '0');
+        const mode_t mode = _access == VXFileAccess::Private ? 0600 : 0666;
+        _file = VXFileDescriptor(::open(name.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+        if (!_file.isOpen() && errno == EEXIST)
+            continue;
+        if (!_file.isOpen())
+            return fail(errno);
+        _temporary = name;
+        return _mode == 0 || ::fchmod(_file.number(), _mode) == 0 || fail(errno);
+    }
+    return fail(EEXIST);
+}
+
+qint64 VXAtomicFile::writeData(const char *bytes, qint64 count)
+{
+    if (_isFailed || _isPrepared)
+        return -1;
+    _buffer.append(bytes, count);
+    return _buffer.size() < bufferSize || flush() ? count : -1;
+}
+
+bool VXAtomicFile::flush()
+{
+    if (_isFailed || !_file.writeAll(_buffer))
+        return fail(errno);
+    _buffer.clear();
+    return true;
+}
+
+bool VXAtomicFile::prepare()
+{
+    if (!_file.isOpen() || _isFailed)
+        return fail(EBADF);
+    if (!_isPrepared)
+        _isPrepared = flush() && (::fsync(_file.number()) == 0 || fail(errno));
+    return _isPrepared;
+}
+
+bool VXAtomicFile::commit()
+{
+    const bool isDone = prepare() && (::rename(_temporary.constData(), _target.constData()) == 0 || fail(errno));
+    if (!isDone) {
+        takeBack();
+        return false;
+    }
+    _temporary.clear();
+    if (!VXSynchronizeFolderOf(QFile::decodeName(_target)))
+        VXReportDiagnostic(
+            4, u"The folder of \"%1\" could not be brought to the disk: %2"_s.arg(_path, qt_error_string(errno)));
+    takeBack();
+    return true;
+}
+
+// Nothing but the descriptor once it was committed.
+void VXAtomicFile::takeBack()
+{
+    if (!_temporary.isEmpty())
+        ::unlink(_temporary.constData());
+    _temporary.clear();
+    _buffer.clear();
+    _file.close();
+    if (isOpen())
+        QIODevice::close();
+}
+
+bool VXAtomicFile::replace(const QString &path, QByteArrayView contents, QString *reason, VXFileAccess access,
+                           VXFileStamp *stamp)
+{
+    VXAtomicFile file(path, access);
+    const bool isWritten =
+        file.open() && file.write(contents.data(), contents.size()) == contents.size() && file.prepare();
+    const VXFileStamp written = file.stamp();
+    if (!isWritten || !file.commit()) {
+        *reason = file.errorString();
+        return false;
+    }
+    if (stamp != nullptr)
+        *stamp = written;
+    return true;
+}

@@ -1,0 +1,108 @@
+#include "VXFailingCalls.h"
+#include "VXPersistentStoreCoordinator.h"
+#include "VXRowSaver.h"
+#include "VXTesting.h"
+
+#include <QtCore/QDir>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Coordinator = VXPersistentStoreCoordinator;
+
+/** Walks over what changes stores. */
+class VXStoreWalks : public VXHomeTest, public testing::WithParamInterface<VXStoreType>
+{
+protected:
+    Coordinator::StorePtr open(const QString &name, const VXStoreOptions &options = {}) const
+    {
+        return Coordinator::coordinatorWithModel(model)->addPersistentStore(GetParam(), path(u"in/"_s + name), options);
+    }
+
+    static bool addItems(VXPersistentStore &store, int count)
+    {
+        VXRowSaver saver(store);
+        for (int each = 0; each < count; ++each) {
+            const std::optional<qint64> number = store.reserveNumbers(*item(store), 1, &saver.error);
+            if (!number)
+                return false;
+            const auto row = std::make_shared<VXStoreRow>(int(item(store)->properties().size()), 1);
+            row->value(item(store)->propertyForName(u"text"_s)->index()) = QString(300, QChar('a' + each % 26));
+            saver.request.changes.append({{*item(store), store.identity(), *number}, row, nullptr});
+        }
+        return saver.saveAndCommit();
+    }
+
+    /** What another process finds: the texts; "none" when there is no store, and what is wrong with one that is damaged. */
+    QVariant state(const QString &name) const
+    {
+        if (!QFile::exists(path(u"in/"_s + name)))
+            return u"none"_s;
+        const auto store = open(name, {.isReadOnly = true});
+        if (!store)
+            return u"it cannot be opened"_s;
+        QStringList texts = store->check();
+        for (const QVariant &text : VXFetchValues(*store, VXFetchRequest(*item(*store)), u"text"_s))
+            texts.append(text.toString());
+        return texts;
+    }
+
+    void startAnew() const
+    {
+        QDir(path(u"in"_s)).removeRecursively();
+        QDir(path()).mkpath(u"in"_s);
+    }
+
+    static const VXEntityDescription *item(const VXPersistentStore &store)
+    {
+        return store.model().entityForName(u"Item"_s);
+    }
+
+    const VXManagedObjectModel::Ptr model = VXModelOf("entity Item { attribute text: string optional; }");
+};
+
+INSTANTIATE_TEST_SUITE_P(Types, VXStoreWalks, testing::Values(VXStoreType::SQLite, VXStoreType::XML),
+                         [](const auto &each) { return each.param == VXStoreType::XML ? "XML" : "SQLite"; });
+
+TEST_P(VXStoreWalks, MakeAStore)
+{
+    VXFailureWalk walk;
+    walk.prepare = [&] { startAnew(); };
+    walk.operation = [&] { return open(u"a"_s) != nullptr; };
+    walk.state = [&] { return state(u"a"_s); };
+    walk.mayRefuseWhatIsDone = true; // the store is there, and could not be opened
+    walk.run();
+}
+
+TEST_P(VXStoreWalks, SaveToAStore)
+{
+    VXFailureWalk walk;
+    walk.prepare = [&] {
+        startAnew();
+        EXPECT_TRUE(addItems(*open(u"a"_s), 20));
+    };
+    walk.operation = [&] {
+        const auto store = open(u"a"_s);
+        return store && addItems(*store, 30);
+    };
+    walk.state = [&] { return state(u"a"_s); };
+    walk.run();
+}
+
+TEST_P(VXStoreWalks, CopyAStore)
+{
+    VXFailureWalk walk;
+    walk.prepare = [&] {
+        startAnew();
+        EXPECT_TRUE(addItems(*open(u"a"_s), 20));
+    };
+    walk.operation = [&] {
+        const auto store = open(u"a"_s, {.isReadOnly = true});
+        return store && store->copyTo(path(u"in/b"_s), nullptr);
+    };
+    walk.state = [&] { return state(u"b"_s); };
+    walk.run();
+}
+
+} // namespace

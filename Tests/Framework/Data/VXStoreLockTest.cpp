@@ -1,0 +1,117 @@
+#include "VXStoreLock.h"
+#include "VXCoreDataStore.h"
+#include "VXFolderInMaking.h"
+#include "VXOtherProcess.h"
+#include "VXStoreFolderTest.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+using namespace Qt::StringLiterals;
+using Purpose = VXStoreLock::Purpose;
+
+class VXStoreLockTest : public VXStoreFolderTest
+{
+protected:
+    static bool canTake(const QString &store, Purpose purpose, bool *isBusy = nullptr, VXError *error = nullptr)
+    {
+        return VXStoreLock::take(store, purpose, std::chrono::milliseconds(0), error, isBusy) != nullptr;
+    }
+};
+
+TEST_F(VXStoreLockTest, UsersShareThePlaceAndWhoReplacesItHasItAlone)
+{
+    const QString store = path(u"Test.vxdatastore"_s);
+    const struct
+    {
+        Purpose held;
+        Purpose asked;
+        bool isFree;
+    } rows[] = {{Purpose::Use, Purpose::Use, true},         {Purpose::Use, Purpose::Read, true},
+                {Purpose::Use, Purpose::Replace, false},    {Purpose::Read, Purpose::Replace, false},
+                {Purpose::Replace, Purpose::Use, false},    {Purpose::Replace, Purpose::Read, false},
+                {Purpose::Replace, Purpose::Replace, false}};
+    ASSERT_TRUE(canTake(store, Purpose::Use)); // from now on there is a file to be locked
+    for (const auto &row : rows) {
+        VXOtherProcess other([&] { return VXStoreLock::take(store, row.held, std::chrono::milliseconds(0)); });
+        ASSERT_TRUE(other.isReady());
+        bool isBusy = false;
+        VXError error;
+        EXPECT_EQ(canTake(store, row.asked, &isBusy, &error), row.isFree) << int(row.held) << int(row.asked);
+        EXPECT_EQ(isBusy, !row.isFree);
+        EXPECT_EQ(bool(error), !row.isFree);
+        other.kill();
+        EXPECT_TRUE(canTake(store, row.asked)) << "a lock outlived its process";
+    }
+}
+
+TEST_F(VXStoreLockTest, SwapOfTheFolderFoolsNobody)
+{
+    const QString folder = makeFolder(u"Test.mom"_s);
+    makeDataFile(folder, u"Test.sqlite"_s);
+    VXOtherProcess user(
+        [&] { return VXCoreDataStore::storeClass().storeWithPath(folder)->persistentStoreCoordinator(); });
+    ASSERT_TRUE(user.isReady());
+    ASSERT_TRUE(QDir().rename(folder, path(u"aside"_s))); // by whoever does not ask
+    makeFolder(u"Test.mom"_s);
+    EXPECT_FALSE(canTake(folder, Purpose::Replace));
+    user.kill();
+    EXPECT_TRUE(canTake(folder, Purpose::Replace));
+}
+
+TEST_F(VXStoreLockTest, StoreIsInUseAsLongAsItsCoordinatorLives)
+{
+    const QString folder = makeFolder(u"Test.mom"_s);
+    makeDataFile(folder, u"Test.xml"_s);
+    auto coordinator = VXCoreDataStore::storeClass().storeWithPath(folder)->persistentStoreCoordinator();
+    ASSERT_TRUE(coordinator);
+    EXPECT_FALSE(canTake(folder, Purpose::Replace));
+    auto context = std::make_unique<VXManagedObjectContext>(coordinator);
+    coordinator = nullptr;
+    EXPECT_FALSE(canTake(folder, Purpose::Replace));
+    context = nullptr;
+    EXPECT_TRUE(canTake(folder, Purpose::Replace));
+}
+
+TEST_F(VXStoreLockTest, ReadersLeaveNothingBesideAStore)
+{
+    const QString store = path(u"Test.vxdatastore"_s);
+    EXPECT_TRUE(canTake(store, Purpose::Read));
+    EXPECT_FALSE(QFile::exists(VXStoreLock::lockFileForStorePath(store)));
+    EXPECT_TRUE(canTake(u"/dev/null/Test.vxdatastore"_s, Purpose::Use)); // no place for a file
+    EXPECT_FALSE(canTake(u"/dev/null/Test.vxdatastore"_s, Purpose::Replace));
+}
+
+TEST_F(VXStoreLockTest, FoldersComeToTheirPlaceWholeAndWhatTheKilledLeftGoes)
+{
+    const QString place = path(u"folders/made"_s);
+    VXOtherProcess maker([&] {
+        auto folder = std::make_shared<VXFolderInMaking>(place);
+        return QDir().mkpath(folder->path()) ? folder : nullptr;
+    });
+    ASSERT_TRUE(maker.isReady());
+    const auto made = [&] { return QDir(path(u"folders"_s)).entryList({u".new.*"_s}, QDir::Dirs | QDir::Hidden); };
+    VXFolderInMaking::removeLeftovers(path(u"folders"_s));
+    EXPECT_EQ(made().size(), 1) << "it was still being made";
+    maker.kill();
+    {
+        VXFolderInMaking folder(place);
+        ASSERT_FALSE(folder.problem());
+        ASSERT_TRUE(QDir().mkpath(folder.path() + "/inside"_L1));
+        EXPECT_EQ(made().size(), 1);
+        EXPECT_FALSE(QFile::exists(place));
+        bool isTaken = true;
+        EXPECT_TRUE(folder.moveIntoPlace(&isTaken, nullptr));
+    }
+    EXPECT_TRUE(QFile::exists(place + "/inside"_L1));
+    EXPECT_EQ(QFile::permissions(place) & (QFile::ReadGroup | QFile::ReadOther | QFile::ExeGroup | QFile::ExeOther),
+              QFile::Permissions());
+    EXPECT_EQ(made().size(), 0);
+    VXFolderInMaking again(place);
+    ASSERT_TRUE(QDir().mkpath(again.path()));
+    bool isTaken = false;
+    VXError error;
+    EXPECT_FALSE(again.moveIntoPlace(&isTaken, &error));
+    EXPECT_TRUE(isTaken && error);
+    EXPECT_TRUE(QFile::exists(place + "/inside"_L1));
+}

@@ -1,0 +1,202 @@
+#include "VXActivityManager.h"
+#include "VXErrorDomain.h"
+#include "VXException.h"
+#include "VXURLError.h"
+#include "VXWebTesting.h"
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QDir>
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QTimer>
+
+#include <thread>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const VXError cancelled(VXErrorDomain, VXErrorCancelled);
+
+int threadCount()
+{
+    return static_cast<int>(QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size());
+}
+
+class VXWebRequestTest : public VXWebTest
+{
+};
+
+class AbstractRequest : public VXWebRequest
+{
+};
+
+TEST_F(VXWebRequestTest, TheBaseIsAbstract)
+{
+    const auto request = std::make_shared<AbstractRequest>();
+    EXPECT_FALSE(request->isActive());
+    const auto reason = [](const auto &operation) {
+        try {
+            operation();
+        } catch (const VXAssertionException &exception) {
+            return exception.reason();
+        }
+        return QString();
+    };
+    EXPECT_EQ(reason([&] { request->_executeWithRequest(VXURLRequest(server.url({}))); }),
+              u"VXWebRequest is an abstract class.  Use one of its subclasses instead"_s);
+    EXPECT_EQ(reason([&] { request->requestURL({}); }), u"theURL can not be nil"_s);
+    request->setDelegate(delegate);
+    request->requestURL(server.url(u"/form"_s));
+    ASSERT_TRUE(told());
+    EXPECT_EQ(request->error().localizedDescription(), u"Unable to start web request"_s);
+}
+
+TEST_F(VXWebRequestTest, WhatIsNoWebURLCanNotBeStarted)
+{
+    int calls = 0;
+    for (const QUrl &url : {QUrl(u"file:///etc/passwd"_s), QUrl(u"ftp://localhost/x"_s), QUrl(u"http:"_s),
+                            QUrl(u"mailto:jane@example.org"_s)}) {
+        const auto connection = VXWebConnection::create();
+        connection->setDelegate(delegate);
+        connection->requestURL(url);
+        EXPECT_THROW(connection->requestURL(server.url(u"/form"_s)), VXAssertionException); // it runs
+        ASSERT_TRUE(told(++calls));
+        EXPECT_EQ(connection->error().code(), -1) << url.toString().toStdString();
+        EXPECT_EQ(connection->error().localizedDescription(), u"Unable to start web request"_s);
+        EXPECT_EQ(connection->error().userInfo().value(VXFailingURLErrorKey).toUrl(), url);
+    }
+    EXPECT_TRUE(server.requests().isEmpty());
+}
+
+TEST_F(VXWebRequestTest, CancellingWhatWasNeverStartedTellsTheDelegateOnce)
+{
+    const auto connection = VXWebConnection::create();
+    connection->setDelegate(delegate);
+    connection->cancel();
+    EXPECT_EQ(connection->error(), cancelled);
+    EXPECT_EQ(delegate->calls, 1);
+    connection->cancel();
+    EXPECT_EQ(delegate->calls, 1);
+
+    connection->requestURL(server.url(u"/answer?body=x"_s));
+    ASSERT_TRUE(told(2));
+    EXPECT_TRUE(connection->error().isNull());
+    connection->cancel(); // it has completed
+    EXPECT_TRUE(connection->error().isNull());
+    EXPECT_EQ(connection->data(), "x");
+    EXPECT_EQ(delegate->calls, 2);
+}
+
+TEST_F(VXWebRequestTest, TheDelegateIsHeldUntilItIsToldAndThenOnlyKnown)
+{
+    auto own = std::make_shared<VXWebDelegate>();
+    const std::weak_ptr<VXWebDelegate> watched = own;
+    std::weak_ptr<VXWebRequest> request;
+    {
+        const auto connection = VXWebConnection::requestURL(server.url(u"/answer"_s), {}, own);
+        request = connection;
+        // A delegate that holds its request.
+        own->whenTold = [held = VXWebRequest::Ptr(connection), calls = &delegate->calls] { ++*calls; };
+    }
+    own.reset();
+    EXPECT_FALSE(watched.expired());
+    ASSERT_TRUE(told());
+    EXPECT_TRUE(VXRunUntil([&] { return watched.expired() && request.expired(); }));
+}
+
+TEST_F(VXWebRequestTest, NoDelegateNoActivity)
+{
+    const auto connection = VXWebConnection::requestURL(server.url(u"/silent"_s), {}, delegate);
+    VXActivityManager &manager = VXActivityManager::sharedActivityManager();
+    EXPECT_TRUE(manager.activityWithIdentifier(connection->uuid()));
+    connection->setDelegate(nullptr);
+    EXPECT_FALSE(manager.activityWithIdentifier(connection->uuid()));
+    connection->cancel();
+    EXPECT_EQ(delegate->calls, 0);
+}
+
+TEST_F(VXWebRequestTest, MayBeStartedAgainByItsDelegate)
+{
+    const auto connection = VXWebConnection::create();
+    connection->setDelegate(delegate);
+    delegate->whenTold = [&] {
+        if (delegate->calls < 3)
+            connection->requestURL(server.url(u"/answer?body=%1"_s.arg(delegate->calls)));
+    };
+    connection->requestURL(server.url(u"/silent"_s));
+    connection->cancel();
+    ASSERT_TRUE(told(3));
+    EXPECT_EQ(connection->data(), "2");
+    EXPECT_TRUE(connection->error().isNull());
+}
+
+TEST_F(VXWebRequestTest, CancelledAtAnyMomentItCompletesOnceAndLeavesNoThread)
+{
+    const int threadsBefore = threadCount();
+    const int rounds =
+        qEnvironmentVariableIntValue("VORNIX_CANCELS") > 0 ? qEnvironmentVariableIntValue("VORNIX_CANCELS") : 100;
+    QRandomGenerator random(1);
+    int expected = 0;
+    const QStringList paths{u"/answer?body=x"_s, u"/slow"_s, u"/close"_s, u"/silent"_s, u"/huge"_s};
+    QStringList folders;
+    for (int round = 0; round < rounds; ++round) {
+        const QUrl url = server.url(paths[round % paths.size()]);
+        VXWebRequest::Ptr request = VXWebConnection::create();
+        if (round % 3 == 0) {
+            const auto download = VXWebDownload::create();
+            folders.append(download->folderPath());
+            request = download;
+        }
+        request->setDelegate(delegate);
+        request->requestURL(url);
+        const QDeadlineTimer moment(std::chrono::microseconds(random.bounded(3000)));
+        while (!moment.hasExpired())
+            QCoreApplication::processEvents();
+        if (round % 2 == 0) {
+            request->cancel();
+        } else {
+            std::thread other([&] { request->cancel(); });
+            ASSERT_TRUE(VXRunUntil([&] { return delegate->calls > expected; }));
+            QCoreApplication::processEvents();
+            std::atomic<bool> isJoined{false};
+            std::thread joiner([&] {
+                other.join();
+                isJoined = true;
+            });
+            ASSERT_TRUE(VXRunUntil([&] { return isJoined.load(); }));
+            joiner.join();
+        }
+        EXPECT_EQ(delegate->calls, ++expected);
+    }
+    EXPECT_TRUE(VXRunUntil([&] { return threadCount() <= threadsBefore; }));
+    EXPECT_EQ(delegate->calls, expected);
+    EXPECT_TRUE(delegate->wasOnMainThread);
+    EXPECT_TRUE(VXActivityManager::sharedActivityManager().activities().isEmpty());
+    for (const QString &folder : folders)
+        QDir(folder).removeRecursively();
+}
+
+TEST_F(VXWebRequestTest, TheEndOfTheProgramIsToldToo)
+{
+    const auto endProgram = [&] {
+        const auto connection = VXWebConnection::requestURL(server.url(u"/silent"_s), {}, delegate);
+        QCoreApplication::instance()->~QCoreApplication();
+        const bool isToldOnce = delegate->calls == 1 && delegate->wasOnMainThread;
+        std::_Exit(isToldOnce && connection->error() == cancelled && threadCount() == 1 ? 0 : 1);
+    };
+    EXPECT_EXIT(endProgram(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(VXWebRequestTest, ManyAtOnce)
+{
+    std::vector<VXWebConnection::Ptr> connections;
+    for (int i = 0; i < 100; ++i)
+        connections.push_back(
+            VXWebConnection::requestURL(server.url(u"/answer?body=%1"_s.arg(i)), {{u"i"_s, i}}, delegate));
+    ASSERT_TRUE(told(100));
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(connections[static_cast<size_t>(i)]->data().toInt(), i);
+}
+
+} // namespace

@@ -1,0 +1,132 @@
+#include "VXContextTest.h"
+
+using namespace Qt::StringLiterals;
+
+/** One context deletes what another one lets something lead to, between reading and saving. */
+class VXContextReferencesTest : public VXContextTest
+{
+protected:
+    static constexpr VXMergePolicy policies[] = {VXMergePolicy::Error, VXMergePolicy::MergeByPropertyObjectTrumps,
+                                                 VXMergePolicy::MergeByPropertyStoreTrumps, VXMergePolicy::Overwrite,
+                                                 VXMergePolicy::Rollback};
+
+    /** A person that the other context has deleted meanwhile. */
+    Object goneMeanwhile()
+    {
+        const Object gone = person(u"gone"_s);
+        save();
+        other.deleteObject(there(gone));
+        save(other);
+        return gone;
+    }
+
+    QVariantMap onlyConflict() const
+    {
+        const QVariantList conflicts = error.userInfo().value(VXConflictListKey).toList();
+        EXPECT_EQ(error.code(), int(VXObjectStoreErrorCode::MergeConflict)) << error.description().toStdString();
+        EXPECT_EQ(conflicts.size(), 1);
+        return conflicts.value(0).toMap();
+    }
+
+    bool saveWith(VXMergePolicy policy)
+    {
+        context.setMergePolicy(policy);
+        error = {};
+        return context.save(&error);
+    }
+};
+VX_INSTANTIATE_FOR_STORES(VXContextReferencesTest);
+
+TEST_P(VXContextReferencesTest, LinksToWhatIsGoneFallAway)
+{
+    for (const VXMergePolicy policy : policies) {
+        SCOPED_TRACE(int(policy));
+        const Object gone = goneMeanwhile();
+        const Object owned = add(u"Phone"_s, {{u"name"_s, u"p"_s}, {u"owner"_s, QVariant::fromValue(gone)}});
+        const Object friendly = person(u"friend"_s, {{u"friends"_s, QVariantList{QVariant::fromValue(gone)}}});
+        const bool isSaved = saveWith(policy);
+        ASSERT_EQ(isSaved, policy != VXMergePolicy::Error) << error.description().toStdString();
+        if (!isSaved) {
+            const QVariantMap conflict = onlyConflict();
+            EXPECT_EQ(conflict[u"object"_s].value<Object>(), gone);
+            EXPECT_EQ(conflict[u"snapshot"_s].toMap()[u"name"_s], u"gone"_s);
+            EXPECT_FALSE(conflict[u"cachedRow"_s].isValid());
+            EXPECT_EQ(owned->valueForKey(u"owner"_s).value<Object>(), gone) << "nothing is lost";
+            context.reset();
+            continue;
+        }
+        EXPECT_FALSE(context.hasChanges());
+        EXPECT_EQ(gone->managedObjectContext(), nullptr);
+        EXPECT_FALSE(owned->valueForKey(u"owner"_s).isValid());
+        EXPECT_EQ(friendly->valueForKey(u"friends"_s).toList().size(), 0);
+        other.reset();
+        EXPECT_FALSE(there(owned)->valueForKey(u"owner"_s).isValid());
+        EXPECT_EQ(store->check(), QStringList());
+        context.reset();
+    }
+}
+
+TEST_P(VXContextReferencesTest, WhatIsMandatoryMustBeThere)
+{
+    for (const VXMergePolicy policy : policies) {
+        const Object gone = goneMeanwhile();
+        add(u"Call"_s, {{u"name"_s, u"c"_s}, {u"caller"_s, QVariant::fromValue(gone)}});
+        EXPECT_FALSE(saveWith(policy)) << int(policy);
+        EXPECT_EQ(onlyConflict()[u"object"_s].value<Object>(), gone);
+        context.reset();
+    }
+    EXPECT_EQ(store->check(), QStringList());
+}
+
+TEST_P(VXContextReferencesTest, DeletedObjectsTakeTheirNewLinksAlong)
+{
+    for (const VXMergePolicy policy : policies) {
+        SCOPED_TRACE(int(policy));
+        const Object doomed = person(u"doomed"_s);
+        const Object phone = add(u"Phone"_s, {{u"name"_s, u"p"_s}});
+        save();
+        context.deleteObject(doomed);
+        const QVariant owner = QVariant::fromValue(there(doomed));
+        const Object newPhone = add(other, u"Phone"_s, {{u"name"_s, u"new"_s}, {u"owner"_s, owner}});
+        const Object newCall = add(other, u"Call"_s, {{u"name"_s, u"c"_s}, {u"caller"_s, owner}});
+        there(phone)->setValueForKey(owner, u"owner"_s);
+        save(other);
+        const bool isSaved = saveWith(policy);
+        ASSERT_EQ(isSaved, policy != VXMergePolicy::Error) << error.description().toStdString();
+        const bool stays = policy != VXMergePolicy::MergeByPropertyObjectTrumps && policy != VXMergePolicy::Overwrite;
+        if (!isSaved) {
+            const QVariantMap conflict = error.userInfo().value(VXConflictListKey).toList().value(0).toMap();
+            EXPECT_EQ(conflict[u"object"_s].value<Object>(), doomed);
+            EXPECT_EQ(conflict[u"snapshot"_s].toMap()[u"phones"_s].toList().size(), 0);
+            EXPECT_EQ(conflict[u"cachedRow"_s].toMap()[u"phones"_s].toList().size(), 2);
+            EXPECT_TRUE(doomed->isDeleted());
+        }
+        context.refreshObject(phone, false);
+        other.reset();
+        EXPECT_EQ(fetch(other, request(u"Person"_s, u"name == 'doomed'"_s)).size(), stays ? 1 : 0);
+        EXPECT_EQ(fetch(other, request(u"Call"_s, u"name == 'c'"_s)).size(), stays ? 1 : 0) << "cascade";
+        EXPECT_EQ(fetch(other, request(u"Phone"_s, u"owner != NULL"_s)).size(), stays ? 2 : 0) << "nullify";
+        EXPECT_EQ(phone->valueForKey(u"owner"_s).isValid(), stays);
+        EXPECT_EQ(store->check(), QStringList());
+        context.reset();
+        for (const QString &name : {u"Call"_s, u"Phone"_s, u"Person"_s}) {
+            for (const Object &each : fetch(other, request(name)))
+                other.deleteObject(each);
+        }
+        save(other);
+        other.reset();
+    }
+}
+
+TEST_P(VXContextReferencesTest, PairsGoWithTheirObjects)
+{
+    const Object group = add(u"Group"_s, {{u"name"_s, u"g"_s}});
+    const Object member = person(u"member"_s);
+    save();
+    context.deleteObject(member);
+    there(member)->setValueForKey(QVariantList{QVariant::fromValue(there(group))}, u"groups"_s);
+    save(other);
+    save();
+    EXPECT_TRUE(fetch(request(u"Group"_s, u"members.@count > 0"_s)).isEmpty());
+    EXPECT_EQ(store->check(), QStringList());
+}

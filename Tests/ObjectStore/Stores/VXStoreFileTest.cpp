@@ -1,0 +1,395 @@
+#include "VXFileLock.h"
+#include "VXPersistentStoreCoordinator.h"
+#include "VXRowSaver.h"
+#include "VXTesting.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QScopeGuard>
+
+#include <array>
+#include <functional>
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Code = VXObjectStoreErrorCode;
+using Coordinator = VXPersistentStoreCoordinator;
+
+const QByteArray itemSource = R"(
+entity Item {
+    attribute text: string optional;
+    relationship parent: Item optional inverse children;
+    relationship children: Item[] optional inverse parent;
+    relationship peers: Item[] optional inverse peers;
+}
+)";
+
+} // namespace
+
+/** The data file of a store, its names, and what lies beside it. */
+class VXStoreFileTest : public VXHomeTest, public testing::WithParamInterface<VXStoreType>
+{
+protected:
+    /** In a coordinator of its own, as another process has it. */
+    Coordinator::StorePtr open(const QString &name, const VXStoreOptions &options = {})
+    {
+        error = {};
+        const auto coordinator = Coordinator::coordinatorWithModel(model);
+        return coordinator->addPersistentStore(GetParam(), path(name), options, &error);
+    }
+
+    static qsizetype count(VXPersistentStore &store)
+    {
+        return VXFetchValues(store, VXFetchRequest(*store.model().entityForName(u"Item"_s)), u"text"_s).size();
+    }
+
+    static void addItem(VXPersistentStore &store)
+    {
+        VXRowSaver saver(store);
+        saver.add(u"Item"_s, {{u"text"_s, u"x"_s}});
+        ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
+    }
+
+    QStringList files() const { return QDir(path()).entryList(QDir::Files | QDir::Hidden); }
+
+    const VXManagedObjectModel::Ptr model = VXModelOf(itemSource);
+    VXError error;
+};
+
+INSTANTIATE_TEST_SUITE_P(Types, VXStoreFileTest, testing::Values(VXStoreType::XML, VXStoreType::SQLite),
+                         [](const auto &each) { return each.param == VXStoreType::XML ? "XML" : "SQLite"; });
+
+TEST_P(VXStoreFileTest, ALinkLeadsToTheOneStore)
+{
+    QDir(path()).mkdir(u"folder"_s);
+    QFile::link(path(u"folder/a"_s), path(u"link"_s));
+    QFile::link(path(u"folder"_s), path(u"other"_s));
+    const auto made = open(u"link"_s); // even the one that is yet to be made
+    ASSERT_TRUE(made) << error.description().toStdString();
+    addItem(*made);
+    for (const QString &name : {u"link"_s, u"other/a"_s, u"folder/a"_s}) {
+        for (const bool isReadOnly : {true, false}) {
+            const auto store = open(name, {.isReadOnly = isReadOnly});
+            ASSERT_TRUE(store) << error.description().toStdString();
+            EXPECT_EQ(store->path(), path(u"folder/a"_s));
+            EXPECT_EQ(count(*store), 1) << name.toStdString() << isReadOnly;
+        }
+    }
+    EXPECT_EQ(files(), QStringList{u"link"_s}) << "nothing lies beside the link";
+}
+
+TEST_P(VXStoreFileTest, OtherFilesThanPlainOnesAreRefused)
+{
+    addItem(*open(u"a"_s));
+    ASSERT_EQ(::link(path(u"a"_s).toUtf8().constData(), path(u"b"_s).toUtf8().constData()), 0);
+    ASSERT_EQ(::mkfifo(path(u"pipe"_s).toUtf8().constData(), 0600), 0);
+    for (const auto &[name, reason] :
+         {std::pair("a", "2 names"), std::pair("b", "2 names"), std::pair("pipe", "no plain file")}) {
+        EXPECT_FALSE(open(QLatin1StringView(name)));
+        EXPECT_EQ(error.code(), int(Code::InvalidStore));
+        EXPECT_THAT(error.localizedRecoverySuggestion().toStdString(), testing::HasSubstr(reason));
+        EXPECT_TRUE(Coordinator::metadataForPersistentStore(GetParam(), path(QLatin1StringView(name))).isEmpty());
+    }
+    QFile::remove(path(u"b"_s));
+    EXPECT_TRUE(open(u"a"_s));
+}
+
+TEST_P(VXStoreFileTest, ACopyIsWhatWasSaved)
+{
+    const auto store = open(u"a"_s);
+    VXRowSaver saver(*store);
+    const VXManagedObjectID one = saver.add(u"Item"_s, {{u"text"_s, u"one"_s}});
+    saver.add(u"Item"_s, {{u"parent"_s, QVariant::fromValue(one)}});
+    saver.link(one, u"peers"_s, {one});
+    store->setMetadata({{u"owner"_s, u"me"_s}});
+    saver.request.metadata = store->unsavedMetadata();
+    ASSERT_TRUE(saver.saveAndCommit());
+    const auto pending = [&] {
+        saver.add(u"Item"_s);
+        return saver.save();
+    }();
+    ASSERT_TRUE(pending); // somebody is in the midst of a save
+    ASSERT_TRUE(store->copyTo(path(u"it's a copy"_s), &error)) << error.description().toStdString();
+    EXPECT_FALSE(store->copyTo(path(u"it's a copy"_s), &error));
+    EXPECT_EQ(error.code(), int(Code::FileWrite));
+    EXPECT_FALSE(store->copyTo(path(u"no folder/copy"_s), &error));
+
+    const auto copy = open(u"it's a copy"_s);
+    ASSERT_TRUE(copy) << error.description().toStdString();
+    EXPECT_EQ(count(*copy), 2);
+    EXPECT_EQ(copy->metadata(), store->metadata());
+    EXPECT_EQ(copy->check(), QStringList());
+    EXPECT_EQ(copy->row({one.entity(), copy->identity(), one.number()}, &error)->version(), 1);
+    EXPECT_EQ(files().filter(u"new"_s), QStringList());
+}
+
+TEST_P(VXStoreFileTest, AClosedStoreIsAllInItsFile)
+{
+    const auto coordinator = Coordinator::coordinatorWithModel(model);
+    const auto store = coordinator->addPersistentStore(GetParam(), path(u"a"_s));
+    addItem(*store);
+    ASSERT_TRUE(coordinator->removePersistentStore(store, &error));
+    EXPECT_EQ(files().filter(u"-wal"_s), QStringList());
+    EXPECT_TRUE(QFile::copy(path(u"a"_s), path(u"b"_s)));
+    EXPECT_EQ(count(*open(u"b"_s)), 1);
+    if (GetParam() == VXStoreType::XML)
+        return;
+    VXRowSaver saver(*store);
+    EXPECT_FALSE(saver.save());
+    EXPECT_TRUE(saver.error);
+    EXPECT_FALSE(store->fetch(VXFetchRequest(*model->entityForName(u"Item"_s)), true, &error));
+    EXPECT_EQ(error.code(), int(Code::InvalidStore));
+}
+
+TEST_P(VXStoreFileTest, AllStoresAreClosedAtTheEnd)
+{
+    const auto store = open(u"a"_s);
+    addItem(*store);
+    VXPersistentStore::closeAll();
+    VXPersistentStore::closeAll();
+    EXPECT_EQ(files().filter(u"-wal"_s), QStringList());
+    EXPECT_EQ(count(*open(u"a"_s)), 1);
+}
+
+// All begin at once, none waits for the file to be there.
+TEST_P(VXStoreFileTest, ProcessesMakeOneStoreTogether)
+{
+    constexpr int rounds = 5;
+    constexpr int processCount = 6;
+    for (int round = 0; round < rounds; ++round) {
+        const QString name = QString::number(round);
+        std::array<int, 2> start = {};
+        ASSERT_EQ(::pipe(start.data()), 0);
+        for (int process = 0; process < processCount; ++process) {
+            if (::fork() != 0)
+                continue;
+            char byte = 0;
+            ::close(start[1]);
+            while (::read(start[0], &byte, 1) > 0) // until the other end is closed
+                continue;
+            const auto store = open(name);
+            if (!store)
+                std::fprintf(stderr, "%s\n", qUtf8Printable(error.description()));
+            else
+                addItem(*store);
+            ::_exit(store && !HasFailure() ? 0 : 1);
+        }
+        ::close(start[0]);
+        ::close(start[1]);
+        for (int process = 0; process < processCount; ++process) {
+            int status = -1;
+            ::wait(&status);
+            EXPECT_EQ(status, 0);
+        }
+        EXPECT_EQ(count(*open(name)), processCount);
+    }
+    EXPECT_EQ(files().filter(u".new"_s), QStringList());
+}
+
+TEST_P(VXStoreFileTest, WhatADeathLeftDoesNotMatter)
+{
+    const QString aside = u".a.new"_s;
+    writeFile(aside, "half");
+    writeFile(aside + u"-journal"_s, "a journal");
+    addItem(*open(u"a"_s));
+    EXPECT_EQ(count(*open(u"a"_s)), 1);
+}
+
+TEST_P(VXStoreFileTest, BrokenReferencesAreToldAndMended)
+{
+    VXManagedObjectID lonely;
+    {
+        const auto store = open(u"a"_s);
+        VXRowSaver saver(*store);
+        const VXManagedObjectID gone = saver.add(u"Item"_s, {{u"text"_s, u"gone"_s}});
+        lonely = saver.add(u"Item"_s, {{u"text"_s, u"lonely"_s}, {u"parent"_s, QVariant::fromValue(gone)}});
+        saver.link(lonely, u"peers"_s, {gone});
+        ASSERT_TRUE(saver.saveAndCommit());
+        ASSERT_EQ(gone.number(), 1);
+    }
+    if (GetParam() == VXStoreType::XML) { // as a store looks where links were not checked
+        QByteArray text = readFile(path(u"a"_s));
+        const qsizetype object = text.indexOf("<object entity=\"Item\" id=\"1\"");
+        text.remove(object, text.indexOf("</object>", object) + 9 - object);
+        text.replace("<relationship name=\"parent\"",
+                     "<relationship name=\"peers\" to=\"Item/5\"/><relationship name=\"parent\"");
+        writeFile(u"a"_s, text);
+    } else {
+        sqlite3 *database = nullptr;
+        ASSERT_EQ(sqlite3_open(path(u"a"_s).toUtf8().constData(), &database), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(database, "DELETE FROM VX_Item WHERE Z_PK = 1", nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(database);
+    }
+    const auto store = open(u"a"_s);
+    ASSERT_TRUE(store) << error.description().toStdString();
+    EXPECT_EQ(store->check().size(), 2) << store->check().join(u'\n').toStdString();
+    const VXManagedObjectID source(lonely.entity(), store->identity(), lonely.number());
+    EXPECT_TRUE(store->related(
+        {source}, *source.entity().relationshipForName(u"peers"_s),
+        [](const VXManagedObjectID &, const VXManagedObjectID &) { ADD_FAILURE() << "leads nowhere"; }, &error));
+    const auto mended = store->mend(&error);
+    ASSERT_TRUE(mended) << error.description().toStdString();
+    EXPECT_EQ(mended->size(), 2);
+    EXPECT_EQ(store->check(), QStringList());
+    EXPECT_EQ(store->mend(&error), QStringList());
+    const auto again = open(u"a"_s);
+    EXPECT_EQ(again->check(), QStringList());
+    EXPECT_EQ(again->row({lonely.entity(), again->identity(), lonely.number()}, &error)->version(), 2);
+}
+
+// -- The lock file of an XML store
+
+class VXStoreLockTest : public VXStoreFileTest
+{
+};
+INSTANTIATE_TEST_SUITE_P(Types, VXStoreLockTest, testing::Values(VXStoreType::XML));
+
+TEST_P(VXStoreLockTest, LinksInPlaceOfTheLockAreNotFollowed)
+{
+    const QString victim = writeFile(u"victim"_s, "precious");
+    const auto store = open(u"a"_s);
+    const QString lock = path(u"a.lock"_s);
+    const struct
+    {
+        const char *what;
+        std::function<void()> make;
+    } cases[] = {
+        {"symbolic", [&] { QFile::link(victim, lock); }},
+        {"dangling", [&] { QFile::link(path(u"nothing"_s), lock); }},
+        {"hard", [&] { EXPECT_EQ(::link(victim.toUtf8().constData(), lock.toUtf8().constData()), 0); }},
+        {"pipe", [&] { EXPECT_EQ(::mkfifo(lock.toUtf8().constData(), 0600), 0); }},
+    };
+    for (const auto &each : cases) {
+        QFile::remove(lock);
+        each.make();
+        EXPECT_FALSE(store->reserveNumbers(*model->entityForName(u"Item"_s), 1, &error)) << each.what;
+        EXPECT_EQ(error.code(), int(Code::FileWrite)) << each.what;
+        EXPECT_EQ(readFile(victim), "precious") << each.what;
+    }
+    EXPECT_FALSE(QFile::exists(path(u"nothing"_s)));
+    QFile::remove(lock);
+    addItem(*store);
+}
+
+// A line that was cut short was never told to anybody, and takes none of the others along.
+TEST_P(VXStoreLockTest, NumbersAreGivenOnceWhateverCutsTheirList)
+{
+    const VXEntityDescription &item = *model->entityForName(u"Item"_s);
+    const auto first = open(u"a"_s);
+    const auto second = open(u"a"_s);
+    QSet<qint64> given;
+    const auto take = [&](VXPersistentStore &store) {
+        const auto number = store.reserveNumbers(item, 10, &error);
+        ASSERT_TRUE(number) << error.description().toStdString();
+        for (qint64 each = *number; each < *number + 10; ++each) {
+            EXPECT_FALSE(given.contains(each)) << each;
+            given.insert(each);
+        }
+    };
+    take(*first);
+    take(*second);
+    QFile lock(path(u"a.lock"_s));
+    ASSERT_TRUE(lock.open(QIODevice::Append) && lock.write("Item 9") == 6);
+    lock.close();
+    take(*first);
+    addItem(*second); // with it come the numbers of all
+    EXPECT_EQ(readFile(path(u"a.lock"_s)), "");
+    take(*first);
+    take(*second);
+    take(*open(u"a"_s));
+}
+
+// -- The write-ahead log of an SQLite store
+
+namespace {
+
+/** The usual files of SQLite, whose log cannot be brought to the disk for a while. */
+struct FailingSync
+{
+    static inline int failures = 0; // to come
+    static inline const sqlite3_io_methods *usual = nullptr;
+    static inline int (*usualOpen)(sqlite3_vfs *, const char *, sqlite3_file *, int, int *) = nullptr;
+    static inline sqlite3_io_methods methods;
+    static inline sqlite3_vfs vfs;
+
+    static int sync(sqlite3_file *file, int flags)
+    {
+        if (failures > 0) {
+            --failures;
+            return SQLITE_IOERR_FSYNC;
+        }
+        return usual->xSync(file, flags);
+    }
+    static int open(sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *outFlags)
+    {
+        const int status = usualOpen(sqlite3_vfs_find("unix"), name, file, flags, outFlags);
+        if (status == SQLITE_OK && (flags & SQLITE_OPEN_WAL) != 0) {
+            usual = file->pMethods;
+            methods = *usual;
+            methods.xSync = sync;
+            file->pMethods = &methods;
+        }
+        return status;
+    }
+
+    FailingSync()
+    {
+        vfs = *sqlite3_vfs_find("unix");
+        usualOpen = vfs.xOpen;
+        vfs.zName = "failing";
+        vfs.xOpen = open;
+        sqlite3_vfs_register(&vfs, 1);
+    }
+    ~FailingSync()
+    {
+        failures = 0;
+        sqlite3_vfs_unregister(&vfs);
+    }
+};
+
+} // namespace
+
+class VXStoreLogTest : public VXStoreFileTest
+{
+};
+INSTANTIATE_TEST_SUITE_P(Types, VXStoreLogTest, testing::Values(VXStoreType::SQLite));
+
+// The log is copied as a crash leaves it, and recovered.
+TEST_P(VXStoreLogTest, WhatWasNotSavedDoesNotComeBack)
+{
+    const FailingSync disk;
+    const auto recovered = [this] {
+        for (const QString &end : {u""_s, u"-wal"_s}) {
+            QFile::remove(path(u"b"_s + end));
+            EXPECT_TRUE(QFile::copy(path(u"a"_s + end), path(u"b"_s + end)));
+        }
+        return count(*open(u"b"_s));
+    };
+    const auto store = open(u"a"_s);
+    addItem(*store);
+    VXRowSaver saver(*store);
+    saver.add(u"Item"_s);
+    const VXSaveRequest request = saver.request;
+    FailingSync::failures = 1;
+    EXPECT_FALSE(saver.saveAndCommit());
+    EXPECT_EQ(saver.error.code(), int(Code::FileWrite)) << saver.error.description().toStdString();
+    EXPECT_EQ(count(*store), 1);
+    EXPECT_EQ(recovered(), 1);
+
+    FailingSync::failures = 100;
+    saver.request = request;
+    EXPECT_FALSE(saver.saveAndCommit());
+    EXPECT_EQ(saver.error.code(), int(Code::SaveUnknown)) << saver.error.description().toStdString();
+    EXPECT_EQ(count(*store), 1);
+    FailingSync::failures = 0;
+    saver.request = request;
+    EXPECT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
+    EXPECT_EQ(recovered(), 2);
+}

@@ -1,0 +1,47 @@
+#include "VXTestProcess.h"
+
+#include <QtCore/QFile>
+
+#include <csignal>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+VXTestProcess::VXTestProcess(const QString &command)
+    : _output(::popen(QFile::encodeName("echo $$; exec "_L1 + command).constData(), "r")), _process(readLine().toInt())
+{
+}
+
+QByteArray VXTestProcess::readLine()
+{
+    QByteArray line(1024, '\0');
+    if (_output == nullptr || ::fgets(line.data(), static_cast<int>(line.size()), _output) == nullptr)
+        return {};
+    return QByteArray(line.constData()).trimmed();
+}
+
+void VXTestProcess::stop()
+{
+    if (_process > 0)
+        ::kill(std::exchange(_process, 0), SIGTERM);
+    if (_output != nullptr)
+        ::pclose(std::exchange(_output, nullptr)); // waits for its end
+}
+
+VXTestBus::VXTestBus(const QString &socketPath)
+    : _process("dbus-daemon --session --nofork --print-address=1 --address=unix:path="_L1 + socketPath),
+      _address(_process.readLine())
+{
+}
+
+VXTestDisplay::VXTestDisplay()
+    : _process(u"Xvfb -displayfd 1 -screen 0 640x480x24 -nolisten tcp -noreset 2>/dev/null"_s),
+      _number(_process.readLine()), _displayBefore(qgetenv("DISPLAY"))
+{
+    qputenv("DISPLAY", ':' + _number);
+}
+
+VXTestDisplay::~VXTestDisplay()
+{
+    qputenv("DISPLAY", _displayBefore);
+}

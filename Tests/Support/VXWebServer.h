@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QtCore/QProcess>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QUrl>
+
+/** A web server on the loopback, in a process of its own, as Tests/Support/WebServer/server.py describes it. */
+class VXWebServer
+{
+public:
+    enum class Kind { Plain, Secure };
+
+    /** Runs once it is made. */
+    explicit VXWebServer(Kind kind = Kind::Plain);
+    ~VXWebServer();
+    VXWebServer(const VXWebServer &) = delete;
+    VXWebServer &operator=(const VXWebServer &) = delete;
+
+    /** Down, and up again at the same port. */
+    void stop();
+    void start();
+
+    /** "http://127.0.0.1:PORT/PATH?QUERY", or "https://localhost:...". */
+    QUrl url(const QString &pathAndQuery) const;
+    /** What was asked for so far: "POST /form". */
+    QStringList requests() const;
+    /** The file that these are kept in, a line each. */
+    QString requestsPath() const { return _folder.filePath(QStringLiteral("requests")); }
+    /** The file with the certificate of a secure server, which nobody trusts yet. */
+    QString certificatePath() const;
+
+private:
+    QTemporaryDir _folder;
+    const Kind _kind;
+    QProcess _process;
+    int _port = 0;
+};
