@@ -1,15 +1,12 @@
 #include "VXXMLStore.h"
 
+#include "VXAtomicFile.h"
 #include "VXReservedNumbers.h"
 #include "VXXMLStoreReader.h"
 #include "VXXMLStoreWriter.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QSaveFile>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -27,29 +24,23 @@ VXError writeError(const QString &path, const QString &reason)
     return VXObjectStoreError(Code::FileWrite, u"The store cannot be written."_s, reason, path);
 }
 
-// Without it a power cut may bring the file back that was replaced.
-void synchronizeFolderOf(const QString &path)
-{
-    const int folder =
-        ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0)
-        return;
-    ::fsync(folder);
-    ::close(folder);
-}
-
 // Carries the new contents to the disk, beside the file that they are to replace.
-bool writeBeside(QSaveFile &file, const QVariantMap &metadata, const VXRowTables &tables,
+bool writeBeside(VXAtomicFile &file, const QString &path, const QVariantMap &metadata, const VXRowTables &tables,
                  const VXManagedObjectModel &model, VXError *error)
 {
     QString reason;
-    bool isWritten = file.open(QIODevice::WriteOnly);
-    isWritten = isWritten && VXXMLStoreWriter(file).write(metadata, tables, model, &reason) && file.flush();
-    if (isWritten && ::fsync(file.handle()) == 0)
+    const bool isWritten = file.open() && VXXMLStoreWriter(file).write(metadata, tables, model, &reason);
+    if (isWritten && file.prepare())
         return true;
-    if (reason.isNull())
-        reason = isWritten ? qt_error_string() : file.errorString();
-    VXSetError(error, writeError(file.fileName(), reason));
+    VXSetError(error, writeError(path, reason.isNull() ? file.errorString() : reason));
+    return false;
+}
+
+bool commitTo(VXAtomicFile &file, const QString &path, VXError *error)
+{
+    if (file.commit())
+        return true;
+    VXSetError(error, writeError(path, file.errorString()));
     return false;
 }
 
@@ -60,7 +51,7 @@ class VXXMLStore::Transaction final : public VXStoreTransaction
 {
 public:
     Transaction(VXXMLStore &store, WriterTurn turn, std::unique_ptr<VXFileLock> lock)
-        : _store(store), _turn(std::move(turn)), _lock(std::move(lock)), _file(store.path())
+        : _store(store), _turn(std::move(turn)), _lock(std::move(lock)), _file(store.path(), VXFileAccess::Shared)
     {
     }
 
@@ -70,18 +61,15 @@ public:
         _isMetadataSaved = request.metadata.has_value();
         _contents.tables.apply(request);
         _store.raiseHighestNumbers(_contents.tables, *_lock);
-        return writeBeside(_file, _contents.metadata, _contents.tables, _store.model(), error);
+        return writeBeside(_file, _store.path(), _contents.metadata, _contents.tables, _store.model(), error);
     }
 
     bool commit(VXError *error) override
     {
         const VXMutexLocker lock(_store._fileLock);
-        _contents.stamp = VXFileStamp::ofDescriptor(_file.handle());
-        if (!_file.commit()) {
-            VXSetError(error, writeError(_store.path(), _file.errorString()));
+        _contents.stamp = _file.stamp();
+        if (!commitTo(_file, _store.path(), error))
             return false;
-        }
-        synchronizeFolderOf(_store.path());
         VXReservedNumbers(_lock->file().number()).clear();
         _store.adopt(_contents);
         if (_isMetadataSaved)
@@ -93,7 +81,7 @@ private:
     VXXMLStore &_store;
     const WriterTurn _turn;
     const std::unique_ptr<VXFileLock> _lock;
-    QSaveFile _file;
+    VXAtomicFile _file;
     Contents _contents;
     bool _isMetadataSaved = false;
 };
@@ -133,15 +121,8 @@ bool VXXMLStore::create(VXError *error)
         return false;
     if (QFileInfo::exists(path())) // by another process, meanwhile
         return true;
-    QSaveFile file(path());
-    if (!writeBeside(file, initialMetadata(), {}, model(), error))
-        return false;
-    if (file.commit()) {
-        synchronizeFolderOf(path());
-        return true;
-    }
-    VXSetError(error, writeError(path(), file.errorString()));
-    return false;
+    VXAtomicFile file(path(), VXFileAccess::Shared);
+    return writeBeside(file, path(), initialMetadata(), {}, model(), error) && commitTo(file, path(), error);
 }
 
 std::optional<VXXMLStore::Contents> VXXMLStore::read(VXError *error) const
@@ -264,13 +245,7 @@ bool VXXMLStore::copyTo(const QString &path, VXError *error)
     }
     const VXMutexLocker lock(_fileLock);
     const std::optional<Contents> contents = read(error); // as it lies there: a save replaces it at once
-    QSaveFile file(path);
-    if (!contents || !writeBeside(file, contents->metadata, contents->tables, model(), error))
-        return false;
-    if (file.commit()) {
-        synchronizeFolderOf(path);
-        return true;
-    }
-    VXSetError(error, writeError(path, file.errorString()));
-    return false;
+    VXAtomicFile file(path, VXFileAccess::Shared);
+    return contents && writeBeside(file, path, contents->metadata, contents->tables, model(), error) &&
+           commitTo(file, path, error);
 }
