@@ -80,7 +80,7 @@ std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path
     // An absolute path, so that no name has a meaning of its own to SQLite.
     QByteArray name = QFileInfo(path).absoluteFilePath().toUtf8();
     int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
-    if (access == Access::Create || access == Access::Write)
+    if (access == Access::Create || access == Access::Write || access == Access::Query)
         flags |= SQLITE_OPEN_READWRITE;
     else
         flags |= SQLITE_OPEN_READONLY;
@@ -100,6 +100,8 @@ std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path
     std::unique_ptr<VXSQLiteConnection> connection(new VXSQLiteConnection(database, path, executions));
     sqlite3_busy_timeout(database, int(busyTimeout.count()));
     connection->protect();
+    if (access == Access::Query)
+        sqlite3_exec(database, "PRAGMA query_only = ON", nullptr, nullptr, nullptr);
     VXRegisterSQLiteFunctions(database);
     return connection;
 }

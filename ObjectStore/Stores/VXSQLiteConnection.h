@@ -19,7 +19,8 @@ public:
     enum class Access {
         Create,    // the file may be missing
         Write,     // the file must be there
-        Read,      // of a file that others may write
+        Read,      // of a file that others may write; what SQLite makes beside it stays
+        Query,     // the same, but the last one brings the log into the file and removes what lay beside it
         Immutable, // of a file that nobody writes and in whose folder nothing can be made
     };
 

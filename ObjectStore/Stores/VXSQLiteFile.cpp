@@ -239,6 +239,8 @@ std::unique_ptr<VXSQLiteConnection> VXSQLiteFile::openForReading(const QString &
         return nullptr;
     // A file that no log belongs to is read without anything being made beside it.
     Access access = QFile::exists(path + "-wal"_L1) ? accessForReaders(path) : Access::Immutable;
+    if (access == Access::Query)
+        access = Access::Read; // a file that turns out to be no store stays as it is, to the end
     if (QFileInfo(path + "-journal"_L1).size() > 0)
         access = Access::Write; // what was cut short is undone first
     return VXSQLiteConnection::open(path, access, busyTimeout, executions, error);
@@ -247,7 +249,7 @@ std::unique_ptr<VXSQLiteConnection> VXSQLiteFile::openForReading(const QString &
 VXSQLiteConnection::Access VXSQLiteFile::accessForReaders(const QString &path)
 {
     const bool isLogEmpty = QFileInfo(path + "-wal"_L1).size() == 0;
-    return isLogEmpty && !isFolderWritable(path) ? Access::Immutable : Access::Read;
+    return isLogEmpty && !isFolderWritable(path) ? Access::Immutable : Access::Query;
 }
 
 std::optional<VXSQLiteFile::Contents> VXSQLiteFile::read(VXSQLiteConnection &connection, const QString &path,

@@ -148,6 +148,24 @@ TEST_P(VXStoreFileTest, AClosedStoreIsAllInItsFile)
     EXPECT_EQ(error.code(), int(Code::InvalidStore));
 }
 
+TEST_P(VXStoreFileTest, ReadingAloneLeavesNothingBeside)
+{
+    addItem(*open(u"a"_s));
+    const QByteArray contents = readFile(path(u"a"_s));
+    const QStringList before = files();
+    {
+        const auto reader = open(u"a"_s, {.isReadOnly = true});
+        ASSERT_TRUE(reader) << error.description().toStdString();
+        EXPECT_EQ(count(*reader), 1);
+        addItem(*open(u"a"_s));
+        EXPECT_EQ(count(*reader), 2) << "it sees what others save";
+    }
+    EXPECT_EQ(files(), before);
+    EXPECT_NE(readFile(path(u"a"_s)), contents);
+    EXPECT_EQ(count(*open(u"a"_s, {.isReadOnly = true})), 2);
+    EXPECT_EQ(files(), before);
+}
+
 TEST_P(VXStoreFileTest, AllStoresAreClosedAtTheEnd)
 {
     const auto store = open(u"a"_s);
