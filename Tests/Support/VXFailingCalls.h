@@ -31,6 +31,9 @@ struct VXFailureWalk
     /** What somebody finds who reads in a new process: equal before the operation, after it, or neither when damaged. */
     std::function<QVariant()> state;
 
+    /** After the answer "no", in the operation's process: it said that it does not know, so that both states are right. */
+    std::function<bool()> isUnknown;
+
     /** Files that nobody will look at again. Only a process that was killed, or could not remove one, may leave such. */
     std::function<QStringList()> leftovers;
 
@@ -48,6 +51,7 @@ private:
     struct Outcome
     {
         std::optional<bool> answer; // none when the process ended
+        bool isUnknown = false;     // what the answer "no" says
         int status = 0;
         unsigned long counted = 0;
         unsigned failedKinds = 0;

@@ -28,7 +28,7 @@ protected:
             ASSERT_TRUE(QFile::copy(from + u'/' + name, to + u'/' + name));
     }
 };
-INSTANTIATE_TEST_SUITE_P(Stores, VXFailingCallTest, testing::Values(VXStoreType::XML),
+INSTANTIATE_TEST_SUITE_P(Stores, VXFailingCallTest, testing::Values(VXStoreType::SQLite, VXStoreType::XML),
                          [](const auto &each) { return each.param == VXStoreType::XML ? "XML" : "SQLite"; });
 
 TEST_P(VXFailingCallTest, ASaveHappensOrNot)
@@ -37,6 +37,7 @@ TEST_P(VXFailingCallTest, ASaveHappensOrNot)
     QDir().mkpath(folder + u"/old"_s);
     addItems(open(GetParam(), folder + u"/old/store"_s), 5);
     const QString file = folder + u"/used/store"_s;
+    VXError error;
     VXFailureWalk walk;
     walk.prepare = [&] { copyFiles(folder + u"/old"_s, folder + u"/used"_s); };
     walk.operation = [&] {
@@ -45,8 +46,9 @@ TEST_P(VXFailingCallTest, ASaveHappensOrNot)
             return false;
         for (int number = 100; number < 110; ++number)
             opened.context->insertNewObject(u"Item"_s)->setValueForKey(number, u"number"_s);
-        return opened.context->save();
+        return opened.context->save(&error);
     };
+    walk.isUnknown = [&] { return error.code() == int(VXObjectStoreErrorCode::SaveUnknown); };
     walk.state = [&] { return contents(file); };
     walk.run();
 }
