@@ -319,10 +319,19 @@ void VXExportFile::takeBack()
     }
     if (!_isTouched || !_replacement.isEmpty())
         return;
-    if (writeAll(_output, _overwritten, _start) && ::ftruncate(_output, _oldSize) == 0 && ::fsync(_output) == 0)
+    if (isAsBefore() ||
+        (writeAll(_output, _overwritten, _start) && ::ftruncate(_output, _oldSize) == 0 && ::fsync(_output) == 0))
         removeUndo();
     else // the next export tries again
         VXLogMethod(VXLogError, "takeBack",
                     u"\"%1\" could not be brought back to %2 bytes: %3"_s.arg(_path, QString::number(_oldSize),
                                                                               qt_error_string(errno)));
+}
+
+// As when the first byte could not be written: then nothing is to be written on a disk that may be full.
+bool VXExportFile::isAsBefore()
+{
+    struct stat status = {};
+    const bool hasSize = ::fstat(_output, &status) == 0 && status.st_size == _oldSize;
+    return hasSize && oldBytes(_start, _overwritten.size()) == _overwritten;
 }

@@ -53,6 +53,7 @@ private:
     bool finishAppending();
     bool finishReplacing();
     void takeBack();
+    bool isAsBefore();
     bool fail();
 
     QString _path; // without links
