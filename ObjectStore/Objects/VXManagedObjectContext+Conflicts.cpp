@@ -73,8 +73,11 @@ bool VXManagedObjectContext::Save::resolve(const QList<VXRowConflict> &conflicts
                                                   : resolveReferenced(part, conflict)))
             return false;
     }
-    return changed.isEmpty() ||
-           std::all_of(_parts.begin(), _parts.end(), [&](Part &part) { return resolveChanged(part, changed); });
+    return changed.isEmpty() || std::all_of(_parts.begin(), _parts.end(), [&](Part &part) {
+               return resolveChanged(part, changed) &&
+                      std::all_of(_contested.cbegin(), _contested.cend(),
+                                  [&](const Contested &contested) { return pairUp(part, contested); });
+           });
 }
 
 bool VXManagedObjectContext::Save::resolveChanged(Part &part, const QHash<ObjectID, VXStoreRow::Ptr> &stored)
@@ -83,6 +86,8 @@ bool VXManagedObjectContext::Save::resolveChanged(Part &part, const QHash<Object
         const auto conflict = stored.constFind(part.request.changes[place].objectID);
         if (conflict == stored.cend())
             continue;
+        if (part.objects[size_t(place)] != nullptr)
+            _contested.push_back({conflict.key(), part.request.changes[place].row, *conflict});
         bool isDropped = part.objects[size_t(place)] == nullptr; // a delete rule is applied again to what is there now
         if (!isDropped && !resolve(part, place, *conflict, &isDropped))
             return false;
@@ -118,7 +123,7 @@ bool VXManagedObjectContext::Save::resolve(Part &part, qsizetype place, const VX
                          ? change.row->copy(stored->version() + 1)
                          : VXMergedRow(object->entity(), *change.base, *change.row, *stored, storeTrumps);
         change.base = stored;
-        change.overwrites = policy == VXMergePolicy::Overwrite;
+        change.overwrites = false; // or what a third one saves meanwhile is lost unseen
         change.changedProperties = VXChangedProperties(object->entity(), *stored, *change.row);
         *isDropped = change.changedProperties.isEmpty();
     }

@@ -1,6 +1,6 @@
 #include "VXManagedObjectContextSave.h"
 
-#include "VXRowMerge.h"
+#include "VXSaveReferences.h"
 
 #include <algorithm>
 
@@ -31,6 +31,108 @@ bool VXManagedObjectContext::Save::removeReferences(VXRowChange &change, const O
         change.row = row;
     return true;
 }
+
+// -- Relationships that are to-one at both ends
+
+namespace {
+
+bool isPair(const VXRelationshipDescription &relationship)
+{
+    return !relationship.isToMany() && !relationship.isTransient() && relationship.inverse() != nullptr &&
+           !relationship.inverse()->isToMany() && VXMustLeadSomewhere(relationship);
+}
+
+bool leadsTo(const VXStoreRow &row, const VXRelationshipDescription &relationship, const VXManagedObjectID &objectID)
+{
+    const VXManagedObjectID *const target = row.target(relationship.index());
+    return target != nullptr && *target == objectID;
+}
+
+void setTarget(VXRowChange &change, const VXRelationshipDescription &relationship, const QVariant &target)
+{
+    auto row = change.row->copy(change.row->version());
+    row->value(relationship.index()) = target;
+    change.row = row;
+    if (!change.changedProperties.contains(relationship.index()))
+        change.changedProperties.append(relationship.index());
+}
+
+} // namespace
+
+VXStoreRow::Ptr VXManagedObjectContext::Save::rowToBe(const Part &part, const ObjectID &objectID) const
+{
+    const qsizetype place = placeOf(part, objectID);
+    return place < 0 ? part.store->row(objectID, nullptr) : part.request.changes[place].row;
+}
+
+bool VXManagedObjectContext::Save::leadsBack(const Part &part, const ObjectID &objectID,
+                                             const Relationship &relationship) const
+{
+    const VXStoreRow::Ptr row = rowToBe(part, objectID);
+    const ObjectID *const target = row ? row->target(relationship.index()) : nullptr;
+    const VXStoreRow::Ptr there = target == nullptr ? nullptr : rowToBe(part, *target);
+    return target == nullptr || (there && leadsTo(*there, *relationship.inverse(), objectID));
+}
+
+// An end of a pair that the other end has left. False when it is mandatory.
+bool VXManagedObjectContext::Save::unpair(Part &part, const ObjectID &objectID, const Relationship &relationship,
+                                          const ObjectID &from)
+{
+    const VXStoreRow::Ptr row = rowToBe(part, objectID);
+    if (!row || !leadsTo(*row, relationship, from))
+        return true;
+    if (!relationship.isOptional())
+        return false;
+    qsizetype place = placeOf(part, objectID);
+    if (place < 0) {
+        place = part.request.changes.size();
+        part.request.changes.append({objectID, row->copy(row->version() + 1), row});
+        part.objects.push_back(nullptr);
+        _refreshed.insert(objectID);
+    }
+    setTarget(part.request.changes[place], relationship, {});
+    return true;
+}
+
+// Which partner a contested object has is decided by now. Those that it has not lead elsewhere, and the one that it has leads
+// back. Both ends of a pair are written together, so that only what is contested can come apart.
+bool VXManagedObjectContext::Save::pairUp(Part &part, const Contested &contested)
+{
+    if (contested.objectID.store() != &part.store->identity())
+        return true;
+    const VXStoreRow::Ptr now = rowToBe(part, contested.objectID);
+    if (!now) // deleted: what leads there is found by every save
+        return true;
+    for (const Relationship *const relationship : contested.objectID.entity().relationships()) {
+        if (!isPair(*relationship))
+            continue;
+        const Relationship &inverse = *relationship->inverse();
+        const ObjectID *const partner = now->target(relationship->index());
+        const bool isTheirs =
+            partner != nullptr && contested.stored && leadsTo(*contested.stored, *relationship, *partner);
+        const qsizetype place = isTheirs ? placeOf(part, *partner) : -1;
+        if (place >= 0 && part.request.changes[place].row &&
+            !leadsTo(*part.request.changes[place].row, inverse, contested.objectID)) {
+            VXRowChange &change = part.request.changes[place];
+            const ObjectID *const left = change.row->target(inverse.index());
+            if (left != nullptr && !unpair(part, ObjectID(*left), *relationship, *partner))
+                return false;
+            setTarget(part.request.changes[place], inverse, QVariant::fromValue(contested.objectID));
+        }
+        for (const VXStoreRow::Ptr &row : {contested.own, contested.stored}) {
+            const ObjectID *const left = row ? row->target(relationship->index()) : nullptr;
+            if (left != nullptr && (partner == nullptr || *left != *partner) &&
+                !unpair(part, *left, inverse, contested.objectID))
+                return false;
+        }
+        if (!leadsBack(part, contested.objectID, *relationship) &&
+            !unpair(part, contested.objectID, *relationship, *partner))
+            return false;
+    }
+    return true;
+}
+
+// -- Objects that are gone
 
 // What the context lets lead to an object that somebody else has deleted leads nowhere, as if it had done so before.
 bool VXManagedObjectContext::Save::resolveMissing(Part &part, const ObjectID &gone)

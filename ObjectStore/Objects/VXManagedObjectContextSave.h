@@ -29,6 +29,14 @@ private:
         VXStoreRow::Ptr stored; // null: it is gone
     };
 
+    /** An object that somebody else has changed too, as this save and the store had it. Either may be null. */
+    struct Contested
+    {
+        ObjectID objectID;
+        VXStoreRow::Ptr own;
+        VXStoreRow::Ptr stored;
+    };
+
     // -- Preparing
     void callWillSave() const;
     bool validate(VXError *error) const;
@@ -53,6 +61,10 @@ private:
     bool resolveMissing(Part &part, const ObjectID &gone);
     bool resolveReferenced(Part &part, const VXRowConflict &conflict);
     bool applyDeleteRule(Part &part, const ObjectID &deleted, const VXRowReference &reference);
+    bool pairUp(Part &part, const Contested &contested);
+    bool leadsBack(const Part &part, const ObjectID &objectID, const Relationship &relationship) const;
+    bool unpair(Part &part, const ObjectID &objectID, const Relationship &relationship, const ObjectID &from);
+    VXStoreRow::Ptr rowToBe(const Part &part, const ObjectID &objectID) const;
     static bool removeReferences(VXRowChange &change, const ObjectID &target);
     static qsizetype placeOf(const Part &part, const ObjectID &objectID);
 
@@ -70,6 +82,7 @@ private:
     QList<Renamed> _renamed; // objects that were given permanent IDs
     std::vector<Part> _parts;
     std::vector<Yielding> _yielding;
+    std::vector<Contested> _contested;
     QSet<ObjectID> _gone;                 // which somebody else deleted, or a delete rule of the save
     QSet<ObjectID> _refreshed;            // which a delete rule of the save changed
     QSet<const VXStoreIdentity *> _saved; // of a save that failed
