@@ -192,24 +192,33 @@ QVariantMap sorted(const QVariantHash &entries)
     return result;
 }
 
+// libplist leaves out what it has no memory for. Null unless all is there.
 plist_t dictionaryNode(const QVariantMap &entries, Format format)
 {
-    plist_t node = plist_new_dict();
-    for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
-        plist_dict_set_item(node, entry.key().toUtf8().constData(), nodeFor(entry.value(), format));
-    return node;
+    Node node(plist_new_dict(), plist_free);
+    for (auto entry = entries.cbegin(); node && entry != entries.cend(); ++entry) {
+        const plist_t item = nodeFor(entry.value(), format);
+        if (item == nullptr)
+            return nullptr;
+        plist_dict_set_item(node.get(), entry.key().toUtf8().constData(), item);
+    }
+    return node && plist_dict_get_size(node.get()) == quint32(entries.size()) ? node.release() : nullptr;
 }
 
 template <class Array>
 plist_t arrayNode(const Array &elements, Format format)
 {
-    plist_t node = plist_new_array();
-    for (const auto &element : elements)
-        plist_array_append_item(node, nodeFor(element, format));
-    return node;
+    Node node(plist_new_array(), plist_free);
+    for (auto element = elements.cbegin(); node && element != elements.cend(); ++element) {
+        const plist_t item = nodeFor(*element, format);
+        if (item == nullptr)
+            return nullptr;
+        plist_array_append_item(node.get(), item);
+    }
+    return node && plist_array_get_size(node.get()) == quint32(elements.size()) ? node.release() : nullptr;
 }
 
-// The node of a value that was checked; the caller owns it.
+// The node of a value that was checked; the caller owns it. Null without memory.
 plist_t nodeFor(const QVariant &value, Format format)
 {
     switch (value.metaType().id()) {

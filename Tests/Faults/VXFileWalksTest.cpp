@@ -1,6 +1,10 @@
 #include "VXFailingCalls.h"
 #include "VXFileManager.h"
+#include "VXManagedObjectModel.h"
+#include "VXModelParser.h"
+#include "VXPropertyList.h"
 #include "VXTesting.h"
+#include "VXUserDefaults.h"
 
 #include <gtest/gtest-spi.h>
 #include <QtCore/QDir>
@@ -53,6 +57,64 @@ protected:
     }
 };
 
+TEST_F(VXFileWalks, PropertyList)
+{
+    const QString file = path(u"in/list.plist"_s);
+    const auto write = [file](const QString &text) {
+        return VXPropertyList::toFile(QVariantMap{{u"k"_s, text}}, file, VXPropertyList::Format::XML);
+    };
+    VXFailureWalk walk;
+    walk.prepare = [&] {
+        makeTree();
+        ASSERT_TRUE(write(u"old"_s));
+    };
+    walk.operation = [&] { return write(u"short enough to stay in a buffer"_s); };
+    walk.state = [&] { return readFile(file); };
+    walk.leftovers = [&] { return namesOtherThan({u"tree"_s, u"list.plist"_s}, path(u"in"_s)); };
+    walk.run();
+}
+
+// Whatever libplist does without memory: the file is whole. It may end the process.
+TEST_F(VXFileWalks, PropertyListWithoutMemory)
+{
+    QVariantMap entries;
+    for (const QString &key : {u"a"_s, u"b"_s, u"c"_s})
+        entries.insert(key, QVariantList{key, 1, 0.5, true, QByteArray("data"), QVariantMap{{u"k"_s, key}}});
+    const QString file = path(u"in/list.plist"_s);
+    for (const auto format : {VXPropertyList::Format::XML, VXPropertyList::Format::Binary}) {
+        VXFailureWalk walk;
+        walk.prepare = [&] {
+            makeTree();
+            ASSERT_TRUE(VXPropertyList::toFile(u"old"_s, file, format));
+        };
+        walk.operation = [&] { return VXPropertyList::toFile(entries, file, format); };
+        walk.state = [&] { return VXPropertyList::fromFile(file); };
+        walk.kinds = VXCallMalloc;
+        walk.caller = "libplist";
+        walk.run();
+    }
+}
+
+TEST_F(VXFileWalks, Preferences)
+{
+    const QString domain = u"org.example.walk"_s;
+    const QString folder = path(u"in"_s);
+    VXFailureWalk walk;
+    walk.prepare = [&] {
+        makeTree();
+        VXUserDefaults defaults(domain, folder);
+        defaults.setObject(u"old"_s, u"k"_s);
+        ASSERT_TRUE(defaults.synchronize());
+    };
+    walk.operation = [&] {
+        auto *const defaults = new VXUserDefaults(domain, folder); // it would try once more when it dies
+        defaults->setObject(u"new"_s, u"k"_s);
+        return defaults->synchronize();
+    };
+    walk.state = [&] { return VXUserDefaults(domain, folder).objectForKey(u"k"_s); };
+    walk.run();
+}
+
 TEST_F(VXFileWalks, MoveOnOneFileSystem)
 {
     VXFailureWalk walk;
@@ -61,6 +123,26 @@ TEST_F(VXFileWalks, MoveOnOneFileSystem)
         return VXFileManager::defaultManager().moveItemAtPath(path(u"in/tree"_s), path(u"in/moved"_s)).isNull();
     };
     walk.state = [&] { return tree(); };
+    walk.run();
+}
+
+TEST_F(VXFileWalks, Model)
+{
+    const auto modelOf = [](const QByteArray &source) {
+        QList<VXModelProblem> problems;
+        return VXManagedObjectModel::modelWithDefinition(VXParseModel(source, &problems));
+    };
+    const auto before = modelOf("entity A { attribute a: string; }");
+    const auto after = modelOf("entity B { attribute b: string; }");
+    ASSERT_TRUE(before && after);
+    VXFailureWalk walk;
+    walk.prepare = [&] {
+        makeTree();
+        ASSERT_TRUE(before->writeToFile(path(u"in/a.mom"_s)));
+    };
+    walk.operation = [&] { return after->writeToFile(path(u"in/a.mom"_s)); };
+    walk.state = [&] { return readFile(path(u"in/a.mom"_s)); };
+    walk.leftovers = [&] { return namesOtherThan({u"tree"_s, u"a.mom"_s}, path(u"in"_s)); };
     walk.run();
 }
 
