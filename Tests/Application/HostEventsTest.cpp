@@ -127,6 +127,32 @@ TEST_F(HostEventsTest, ListsEventsReactorsAndExporters)
     EXPECT_THAT(exporters, testing::Not(HasSubstr("test.reactor")));
 }
 
+TEST_F(HostEventsTest, ExportsWhatAPhoneGave)
+{
+    const struct
+    {
+        QByteArray json;
+        QString where;
+        QByteArray lines; // empty: refused
+    } rows[] = {
+        {R"({"result": {"items": [{"name": "Jane"}, {"name": "Zoë"}], "isComplete": true}})", u"name != NULL"_s,
+         "name\r\nJane\r\nZoë\r\n"},
+        {R"({"items": [{"name": "Jane"}, {"name": "Zoë"}]})", u"name BEGINSWITH 'J'"_s, "name\r\nJane\r\n"},
+        {R"([{"name": "Jane"}])", u"name != NULL"_s, "name\r\nJane\r\n"},
+        {R"({"name": "Jane"})", u"name != NULL"_s, "name\r\nJane\r\n"},
+        {R"([{"name": "Jane"}, 7])", u"name != NULL"_s, {}},
+        {R"([{"name": "Jane"}])", u"name == $NAME"_s, {}},
+    };
+    const QString file = path(u"given.csv"_s);
+    for (const auto &[given, where, lines] : rows) {
+        const QString from = writeFile(u"given.json"_s, given);
+        QFile::remove(file);
+        const HostOutcome outcome = run(u"export csvexporter --from %1 --to %2 --where"_s.arg(from, file), {where});
+        EXPECT_EQ(outcome.status, lines.isEmpty() ? 1 : 0) << given.toStdString() << outcome.errors.toStdString();
+        EXPECT_EQ(QFile::exists(file) ? readFile(file) : QByteArray(), lines) << given.toStdString();
+    }
+}
+
 TEST_F(HostEventsTest, ExportsObjectsOfAStore)
 {
     writePlugins();
@@ -166,6 +192,11 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         {{u"history"_s, u"--last"_s, u"many"_s}, 2, "--last needs a number"},
         {{u"history"_s, u"--last"_s, u"0"_s}, 2, "--last needs a number, at least 1"},
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s}, 2, "--to FILE"},
+        {u"export test.good triggers --to x"_s.split(u' '), 2, "needs STORE and ENTITY, or --from"},
+        {u"export test.good triggers VXTrigger --from x --to x"_s.split(u' '), 2, "takes the place of STORE"},
+        {u"export test.good --from x --sort a --to x"_s.split(u' '), 2, "--sort does not go with --from"},
+        {u"export test.good --from /nowhere --to x"_s.split(u' '), 1, "/nowhere can not be read: No such file"},
+        {u"export test.good --from /dev/null --to x"_s.split(u' '), 1, "--from: this is no JSON"},
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s, u"--option"_s, u"x"_s},
          2,
          "KEY=VALUE"},

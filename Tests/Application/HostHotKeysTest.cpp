@@ -19,7 +19,7 @@ protected:
     static QMap<QString, QString> bindings()
     {
         QMap<QString, QString> result;
-        const QJsonArray all = QJsonDocument::fromJson(runHost({u"hotkeys"_s, u"list"_s, u"--json"_s}).output).array();
+        const QJsonArray all = QJsonDocument::fromJson(runHost({u"hotkeys"_s, u"--json"_s}).output).array();
         for (const QJsonValue &entry : all)
             result.insert(entry[u"identifier"_s].toString(), entry[u"keys"_s].toString());
         return result;

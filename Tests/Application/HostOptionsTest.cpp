@@ -89,6 +89,7 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
         {"vornix plist x --to b", "binary"}, // another command's --to takes a file
         {"vornix new-plugin --kind da", "data"},
         {"vornix defaults w", "write"},
+        {"vornix help po", "post post-form"},
         {"vornix log --f", "--follow"},
         {"vornix --ver", "--verbose --version"},
         {"vornix defaults read w", ""},

@@ -143,9 +143,9 @@ int showStatus(VXHostContext &context, VXHotKeyManager &manager)
 int runHotKeys(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
-    const QString verb = options.operand(0);
+    const QString verb = options.operands().value(0, u"list"_s);
     const qsizetype needed = verb == "bind"_L1 ? 3 : verb == "unbind"_L1 || verb == "press"_L1 ? 2 : 1;
-    if (options.operands().size() != needed) {
+    if (options.operands().size() != needed && !options.operands().isEmpty()) {
         const QString expected = needed == 3   ? u"bind needs ID KEYS"_s
                                  : needed == 2 ? u"%1 needs ID"_s.arg(verb)
                                                : u"%1 takes no operands"_s.arg(verb);
@@ -173,7 +173,7 @@ VXHostCommand VXHotKeysCommand()
 {
     return {.name = u"hotkeys"_s,
             .summary = u"Show and bind key combinations that work in every program"_s,
-            .synopsis = u"list|bind|unbind|press|status [ID] [KEYS]"_s,
+            .synopsis = u"[list|bind|unbind|press|status] [ID] [KEYS]"_s,
             .details = u"\"list\" shows the commands that keys can be bound to. \"bind ID KEYS\" binds one, as to "
                        "\"Ctrl+Alt+D\" or \"Super+F5\"; event:NAME as ID makes a hot key that posts the event "
                        "\"hot_key\" with the "
@@ -183,7 +183,6 @@ VXHostCommand VXHotKeysCommand()
                        "\"vornix run\" listens for the keys; it follows changes."_s,
             .options =
                 {{u"service"_s, u"NAME"_s, u"The service that status asks: x11 or portal"_s, {u"x11"_s, u"portal"_s}}},
-            .minimumOperands = 1,
             .maximumOperands = 3,
             .firstOperands = {u"list"_s, u"bind"_s, u"unbind"_s, u"press"_s, u"status"_s},
             .run = runHotKeys};

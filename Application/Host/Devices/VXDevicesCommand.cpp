@@ -207,7 +207,12 @@ int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     if (!device)
         return VXHostOutput::Failed;
     const auto limit = std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
-    return VXDeviceActionRun(context, action).run(device, limit);
+    const bool isKnown = device->actionNames().contains(action->actionName());
+    const int status = VXDeviceActionRun(context, action).run(device, limit);
+    if (!isKnown)
+        context.output.note(u"there is no action \"%1\"; \"vornix devices actions %2\" shows those there are"_s.arg(
+            action->actionName(), VXAbsoluteString(url)));
+    return status;
 }
 
 // -- The command

@@ -4,17 +4,23 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXJSON.h"
 #include "VXManagedObjectContext.h"
 #include "VXPluginGuard.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
 #include "VXReaction.h"
+#include "VXReactorReport.h"
 #include "VXStoreAccess.h"
 #include "VXStoreByName.h"
 #include "VXStoreQuery.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
+
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -24,16 +30,22 @@ namespace {
 std::shared_ptr<VXExporterPlugin> exporterForIdentifier(const VXPluginManager &manager, const QString &identifier,
                                                         QString *problem)
 {
-    VXPluginProxy *const proxy = manager.pluginWithIdentifier(identifier);
-    const bool isExporter = proxy != nullptr && manager.exporterPlugins().contains(proxy);
-    auto exporter = isExporter ? std::dynamic_pointer_cast<VXExporterPlugin>(proxy->singleton()) : nullptr;
+    VXPluginProxy *const proxy = VXReactorNamed(manager.exporterPlugins(), identifier);
+    auto exporter = proxy != nullptr ? std::dynamic_pointer_cast<VXExporterPlugin>(proxy->singleton()) : nullptr;
     if (!exporter)
         *problem =
-            isExporter
-                ? u"the exporter %1 is not loaded; \"vornix plugins info %1\" tells why"_s.arg(identifier)
+            proxy != nullptr
+                ? u"the exporter %1 is not loaded; \"vornix plugins info %1\" tells why"_s.arg(proxy->identifier())
                 : u"there is no enabled exporter \"%1\"; \"vornix exporters\" shows those there are"_s.arg(identifier);
     return exporter;
 }
+
+// What is exported, with the context that stored objects belong to.
+struct Objects
+{
+    std::unique_ptr<VXManagedObjectContext> context = nullptr;
+    QVariantList list = {};
+};
 
 std::optional<VXFetchRequest> requestFor(const VXHostOptions &options, const VXPersistentStoreCoordinator &coordinator,
                                          QString *problem)
@@ -47,6 +59,62 @@ std::optional<VXFetchRequest> requestFor(const VXHostOptions &options, const VXP
     VXFetchRequest request(*entity);
     *problem = VXReadStoreQuery(options, request);
     return problem->isNull() ? std::optional(request) : std::nullopt;
+}
+
+// Takes objects of a store. @return the problem; null when there is none.
+QString fetchObjects(const VXHostOptions &options, Objects &objects)
+{
+    QString problem;
+    const auto coordinator = VXStoreForName(options.operand(1), &problem);
+    const auto request = coordinator ? requestFor(options, *coordinator, &problem) : std::nullopt;
+    if (!request)
+        return problem;
+    objects.context = std::make_unique<VXManagedObjectContext>(coordinator);
+    VXError error;
+    const auto found = objects.context->executeFetchRequest(*request, &error);
+    if (!found)
+        return VXErrorText(error);
+    objects.list.reserve(found->size());
+    for (const VXManagedObjectPtr &object : *found)
+        objects.list.append(QVariant::fromValue(object));
+    return {};
+}
+
+// The objects in a list, or in what "devices do" answers; else the value itself.
+QJsonArray objectsIn(const QJsonValue &json)
+{
+    if (json.isArray())
+        return json.toArray();
+    const QJsonValue items = json[u"result"_s].isObject() ? json[u"result"_s][u"items"_s] : json[u"items"_s];
+    return items.isArray() ? items.toArray() : QJsonArray{json};
+}
+
+// Takes objects from JSON in a file, or on standard input. @return the problem; null when there is none.
+QString readObjects(const VXHostOptions &options, Objects &objects)
+{
+    const QString path = options.value(u"from"_s);
+    QFile file(path);
+    if (!(path == "-"_L1 ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly)))
+        return u"%1 can not be read: %2"_s.arg(path, file.errorString());
+    QString problem;
+    const auto json = VXJSONFromText(file.readAll(), &problem);
+    if (!json)
+        return u"--from: this is no JSON: "_s + problem;
+    const QString where = options.value(u"where"_s);
+    VXError error;
+    const auto predicate = VXPredicate::predicateWithFormat(where.isNull() ? u"TRUEPREDICATE"_s : where, {}, &error);
+    if (!predicate)
+        return "--where: "_L1 + VXErrorText(error);
+    if (const QStringList variables = predicate->variables(); !variables.isEmpty())
+        return u"--where: $%1 has no value"_s.arg(variables.first());
+    for (const QJsonValue each : objectsIn(*json)) {
+        if (!each.isObject())
+            return u"--from: \"%1\" is no JSON object"_s.arg(QString::fromUtf8(VXJSONText(each)));
+        const QVariant object = VXVariantFromJSON(each);
+        if (predicate->evaluateWithObject(object))
+            objects.list.append(object);
+    }
+    return {};
 }
 
 // What the user says for this export; the file wins over an option of that name.
@@ -70,19 +138,11 @@ int exportObjects(VXHostContext &context, const VXPluginManager &manager, const 
         problem = VXProblemOfReactorOptions(*exporter, given);
     if (!problem.isNull())
         return context.output.fail(problem);
-    const auto coordinator = exporter ? VXStoreForName(options.operand(1), &problem) : nullptr;
-    const auto request = coordinator ? requestFor(options, *coordinator, &problem) : std::nullopt;
-    if (!request)
+    Objects objects;
+    problem = options.isSet(u"from"_s) ? readObjects(options, objects) : fetchObjects(options, objects);
+    if (!problem.isNull())
         return context.output.fail(problem);
-    VXManagedObjectContext objects(coordinator);
-    VXError error;
-    const auto found = objects.executeFetchRequest(*request, &error);
-    if (!found)
-        return context.output.fail(VXErrorText(error));
-    QVariantList list;
-    list.reserve(found->size());
-    for (const VXManagedObjectPtr &object : *found)
-        list.append(QVariant::fromValue(object));
+    const QVariantList &list = objects.list;
     std::optional<VXError> failure;
     const bool returned = VXCallPlugin(
         *exporter, "exportObjects:options:",
@@ -100,6 +160,13 @@ int runExport(VXHostContext &context)
 {
     if (context.options.value(u"to"_s).isEmpty())
         return context.output.failUsage(u"export needs --to FILE"_s, VXHostUsage(context.options.command()));
+    const bool takesFile = context.options.isSet(u"from"_s);
+    if (context.options.operands().size() != (takesFile ? 1 : 3))
+        return context.output.failUsage(takesFile ? u"--from takes the place of STORE and ENTITY"_s
+                                                  : u"export needs STORE and ENTITY, or --from FILE"_s,
+                                        VXHostUsage(context.options.command()));
+    if (takesFile && context.options.isSet(u"sort"_s))
+        return context.output.failUsage(u"--sort does not go with --from"_s, VXHostUsage(context.options.command()));
     QString problem;
     const QVariantMap given = givenOptions(context.options, &problem);
     if (!problem.isNull())
@@ -112,18 +179,21 @@ int runExport(VXHostContext &context)
 VXHostCommand VXExportCommand()
 {
     return {.name = u"export"_s,
-            .summary = u"Export objects of a store to a file"_s,
-            .synopsis = u"EXPORTER STORE ENTITY"_s,
+            .summary = u"Export objects of a store, or what a phone gave, to a file"_s,
+            .synopsis = u"EXPORTER [STORE ENTITY]"_s,
             .details =
-                u"EXPORTER is the identifier of an exporter plugin (\"vornix exporters\"), STORE the name of a data "
-                "plugin's store, ENTITY one of its entities. The exporters that ship append to a file that is there "
-                "already; --option append=false replaces what it holds. For example: vornix export "
-                "com.halvern.VNX2.plugin.csvexporter calls VXCall --where 'duration > 60' --to calls.csv"_s,
-            .options = {{u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
+                u"EXPORTER is the identifier of an exporter plugin (\"vornix exporters\"), or its last part; STORE the "
+                "name of a data plugin's store, ENTITY one of its entities. The exporters that ship append to a file "
+                "that is there already; --option append=false replaces what it holds. For example: vornix export "
+                "csvexporter calls VXCall --where 'duration > 60' --to calls.csv\nWith --from the objects are those of "
+                "a JSON array, or of what a device answered. For example: vornix --json devices do URL read_contacts | "
+                "vornix export vcardexporter --from - --to contacts.vcf"_s,
+            .options = {{u"from"_s, u"FILE"_s, u"Export the objects in this JSON file; - is standard input"_s},
+                        {u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
                         {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
                         {u"to"_s, u"FILE"_s, u"The file to export to; needed"_s},
                         {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s}},
-            .minimumOperands = 3,
+            .minimumOperands = 1,
             .maximumOperands = 3,
             .run = runExport};
 }

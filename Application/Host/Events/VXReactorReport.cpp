@@ -106,17 +106,25 @@ QStringList VXReactorReport::columns() const
             listed(_json[u"events"_s])};
 }
 
-int VXShowReactor(VXHostContext &context, const QList<VXPluginProxy *> &plugins, const QString &identifier)
+VXPluginProxy *VXReactorNamed(const QList<VXPluginProxy *> &plugins, const QString &identifier)
 {
+    const auto exact = std::ranges::find(plugins, identifier, &VXPluginProxy::identifier);
+    if (exact != plugins.end())
+        return *exact;
     QList<VXPluginProxy *> found = plugins;
     found.removeIf([&](const VXPluginProxy *plugin) {
-        return plugin->identifier() != identifier &&
-               plugin->identifier().section(u'.', -1).compare(identifier, Qt::CaseInsensitive) != 0;
+        return plugin->identifier().section(u'.', -1).compare(identifier, Qt::CaseInsensitive) != 0;
     });
-    if (found.size() != 1)
+    return found.size() == 1 ? found.first() : nullptr;
+}
+
+int VXShowReactor(VXHostContext &context, const QList<VXPluginProxy *> &plugins, const QString &identifier)
+{
+    const VXPluginProxy *const found = VXReactorNamed(plugins, identifier);
+    if (found == nullptr)
         return context.output.fail(u"there is no enabled reactor \"%1\", or several that end so; \"vornix reactors\" "
                                    "shows those there are"_s.arg(identifier));
-    const VXReactorReport report(*found.first());
+    const VXReactorReport report(*found);
     context.output.answer(report.lines().join(u'\n') + u'\n', report.json());
     return VXHostOutput::Done;
 }

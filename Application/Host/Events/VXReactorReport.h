@@ -25,6 +25,9 @@ private:
     QJsonObject _json;
 };
 
+/** The one with that identifier, or the only one whose identifier has it as its last part; nullptr for none or several. */
+[[nodiscard]] VXPluginProxy *VXReactorNamed(const QList<VXPluginProxy *> &plugins, const QString &identifier);
+
 /** Answers with all that a reactor tells of itself, its options among it. The identifier's last part is enough when no other
  * reactor has it. @return the command's status. */
 [[nodiscard]] int VXShowReactor(VXHostContext &context, const QList<VXPluginProxy *> &plugins,

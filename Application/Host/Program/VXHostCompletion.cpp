@@ -59,13 +59,14 @@ QString valueCases(const QString &command, const QList<VXHostOption> &options)
     return text;
 }
 
-QString commandCase(const VXHostCommand &command)
+QString commandCase(const VXHostCommand &command, const QStringList &commandNames)
 {
+    const QStringList first = command.synopsis == "[COMMAND]"_L1 ? commandNames : command.firstOperands;
     QString text = u"        %1)\n"_s.arg(command.name);
     if (!command.options.isEmpty())
         text += u"            options=\"$options %1\"\n"_s.arg(optionWords(command.options));
-    const QString operand = valueCompletion(command.synopsis, command.firstOperands);
-    if (!command.firstOperands.isEmpty())
+    const QString operand = valueCompletion(command.synopsis, first);
+    if (!first.isEmpty())
         text += u"            [[ $operands -eq 0 && $current != -* ]] && %1\n"_s.arg(operand);
     else if (operand != ":"_L1)
         text += u"            [[ $current != -* ]] && %1\n"_s.arg(operand);
@@ -77,13 +78,16 @@ QString commandCase(const VXHostCommand &command)
 QString VXHostBashCompletion(const VXHostCommandTable &commands)
 {
     QStringList names;
+    for (const VXHostCommand &command : commands.commands()) {
+        if (!command.isHidden)
+            names.append(command.name);
+    }
     QString cases;
     QString values = valueCases(u"*"_s, commands.globalOptions());
     for (const VXHostCommand &command : commands.commands()) {
         if (command.isHidden)
             continue;
-        names.append(command.name);
-        cases += commandCase(command);
+        cases += commandCase(command, names);
         values += valueCases(command.name, command.options);
     }
 
