@@ -33,7 +33,7 @@ QList<VXHostOption> standardOptions()
         {u"json"_s, {}, u"Write one JSON value to standard output, and nothing else"_s},
         {u"answer"_s,
          u"HOW"_s,
-         u"What questions get: their default answer, cancel, or ask on the terminal (the default)"_s,
+         u"How questions are answered: ask, on the terminal, unless told otherwise"_s,
          {u"default"_s, u"cancel"_s, u"ask"_s}},
         {u"safe-mode"_s, {}, u"Load built-in plugins only"_s},
         {u"verbose"_s, {}, u"Write log lines to standard error too"_s},
