@@ -1,5 +1,6 @@
 #include "VXExportFile.h"
 
+#include "VXAtomicFile.h"
 #include "VXFileStamp.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
@@ -27,32 +28,6 @@ constexpr auto longestWait = 30s; // for an export of somebody else
 bool isSameFile(const VXFileStamp &a, const VXFileStamp &b)
 {
     return a.exists() && b.exists() && a.device == b.device && a.inode == b.inode;
-}
-
-bool writeAll(int descriptor, QByteArrayView bytes, qint64 offset)
-{
-    while (!bytes.isEmpty()) {
-        const ssize_t count = ::pwrite(descriptor, bytes.data(), static_cast<size_t>(bytes.size()), offset);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0) {
-            errno = count == 0 ? ENOSPC : errno;
-            return false;
-        }
-        bytes = bytes.sliced(count);
-        offset += count;
-    }
-    return true;
-}
-
-// A new or renamed file is there for good once its folder is on the disk. Not every file system can do that.
-void synchronizeFolder(const QString &path)
-{
-    const int folder = ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_CLOEXEC);
-    if (folder < 0)
-        return;
-    ::fsync(folder);
-    ::close(folder);
 }
 
 /** The head of what brings a file back; the bytes that were written over follow, and an end. */
@@ -93,10 +68,8 @@ std::unique_ptr<VXExportFile> VXExportFile::open(const QString &path, Mode mode,
 
 VXExportFile::~VXExportFile()
 {
-    if (_output >= 0 && !_isCommitted)
+    if (_lock && _lock->isHeld() && !_isCommitted)
         takeBack();
-    if (_descriptor >= 0)
-        ::close(_descriptor);
 }
 
 // The lock is on the file itself, so that it serves whoever may write there, and leaves nothing behind. The file may
@@ -105,22 +78,23 @@ bool VXExportFile::openLocked(QString *reason)
 {
     while (true) {
         _wasThere = QFileInfo::exists(_path);
-        _descriptor = ::open(QFile::encodeName(_path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
-        if (_descriptor < 0) {
+        _file = VXFileDescriptor(
+            ::open(QFile::encodeName(_path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
+        if (!_file.isOpen()) {
             *reason = qt_error_string(errno);
             return false;
         }
         struct stat status = {};
-        if (::fstat(_descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        if (::fstat(_file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
             *reason = VXLocalizedString(u"It is no regular file."_s);
             return false;
         }
-        _lock = std::make_unique<VXFileLock>(_descriptor, longestWait);
+        _lock = std::make_unique<VXFileLock>(_file.number(), longestWait);
         if (!_lock->isHeld()) {
             *reason = _lock->isTimedOut() ? VXLocalizedString(u"Another program is writing to it."_s) : _lock->reason();
             return false;
         }
-        const VXFileStamp locked = VXFileStamp::ofDescriptor(_descriptor);
+        const VXFileStamp locked = VXFileStamp::ofDescriptor(_file.number());
         if (isSameFile(locked, VXFileStamp::ofPath(_path))) {
             _wasThere = _wasThere || locked.size > 0; // another export may have made it meanwhile
             _oldSize = _mode == Mode::Append ? locked.size : 0;
@@ -128,7 +102,7 @@ bool VXExportFile::openLocked(QString *reason)
             return true;
         }
         _lock.reset();
-        ::close(std::exchange(_descriptor, -1));
+        _file.close();
     }
 }
 
@@ -137,10 +111,7 @@ bool VXExportFile::begin(QString *reason)
     if (!undoTornExport(reason))
         return false;
     _start = _position = _oldSize;
-    if (_mode == Mode::Replace)
-        return beginReplacement(reason);
-    _output = _descriptor;
-    return true;
+    return _mode == Mode::Append || beginReplacement(reason);
 }
 
 // Its name is always the same: what a process left that was killed goes, and nobody else writes there while the lock is held.
@@ -150,14 +121,14 @@ bool VXExportFile::beginReplacement(QString *reason)
     const QByteArray path = besidePath(_path, ".replacement"_L1);
     if (isOwnFile(path))
         ::unlink(path.constData());
-    _output = ::fstat(_descriptor, &status) == 0
-                  ? ::open(path.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600)
-                  : -1;
-    if (_output >= 0)
+    if (::fstat(_file.number(), &status) == 0)
+        _replacementFile =
+            VXFileDescriptor(::open(path.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (_replacementFile.isOpen())
         _replacement = path;
     // What others have set up for their file is no leave to run the new one as its owner, or to write into it.
     const mode_t kept = status.st_uid == ::geteuid() ? 0777 : 0644;
-    if (_output >= 0 && ::fchmod(_output, status.st_mode & kept) == 0)
+    if (_replacementFile.isOpen() && ::fchmod(_replacementFile.number(), status.st_mode & kept) == 0)
         return true;
     *reason = qt_error_string(errno);
     return false;
@@ -173,15 +144,15 @@ void VXExportFile::keepUndo()
     struct stat status = {};
     if (isOwnFile(path))
         ::unlink(path.constData());
-    const int file = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (file < 0 || ::fstat(_descriptor, &status) != 0)
+    const VXFileDescriptor file(::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file.isOpen() || ::fstat(_file.number(), &status) != 0)
         return;
     const Undo undo{undoMark, status.st_ino, _oldSize, _start, _overwritten.size()};
     QByteArray bytes(reinterpret_cast<const char *>(&undo), sizeof undo);
     bytes.append(_overwritten);
     bytes.append(undoEnd.data(), undoEnd.size());
-    writeAll(file, bytes, 0);
-    ::close(file);
+    if (!file.writeAll(bytes))
+        ::unlink(path.constData()); // half of it is of no use
 }
 
 void VXExportFile::removeUndo() const
@@ -203,7 +174,7 @@ bool VXExportFile::undoTornExport(QString *reason)
     const bool isWhole = bytes.size() >= qsizetype(sizeof undo) && bytes.endsWith(undoEnd);
     if (isWhole)
         std::memcpy(&undo, bytes.constData(), sizeof undo);
-    const bool isMeant = isWhole && undo.mark == undoMark && ::fstat(_descriptor, &status) == 0 &&
+    const bool isMeant = isWhole && undo.mark == undoMark && ::fstat(_file.number(), &status) == 0 &&
                          undo.inode == status.st_ino && undo.size >= 0 && undo.start >= 0 &&
                          undo.overwritten == bytes.size() - qsizetype(sizeof undo) - undoEnd.size() &&
                          status.st_size >= undo.start;
@@ -211,8 +182,8 @@ bool VXExportFile::undoTornExport(QString *reason)
         VXLogMethod(VXLogWarning, "open",
                     u"An export to \"%1\" was cut off; the file is brought back to %2 bytes"_s.arg(
                         _path, QString::number(undo.size)));
-        if (!writeAll(_descriptor, QByteArrayView(bytes).sliced(sizeof undo, undo.overwritten), undo.start) ||
-            ::ftruncate(_descriptor, undo.size) != 0 || ::fsync(_descriptor) != 0) {
+        if (!_file.writeAllAt(undo.start, QByteArrayView(bytes).sliced(sizeof undo, undo.overwritten)) ||
+            ::ftruncate(_file.number(), undo.size) != 0 || ::fsync(_file.number()) != 0) {
             *reason = qt_error_string(errno);
             return false;
         }
@@ -230,7 +201,7 @@ QByteArray VXExportFile::oldBytes(qint64 offset, qint64 count)
     qsizetype done = 0;
     while (done < bytes.size()) {
         const auto rest = static_cast<size_t>(bytes.size() - done);
-        const ssize_t read = ::pread(_descriptor, bytes.data() + done, rest, offset + done);
+        const ssize_t read = ::pread(_file.number(), bytes.data() + done, rest, offset + done);
         if (read < 0 && errno == EINTR)
             continue;
         if (read <= 0) {
@@ -261,7 +232,7 @@ bool VXExportFile::flush()
         return false;
     if (!std::exchange(_isTouched, true) && _replacement.isEmpty())
         keepUndo();
-    if (!writeAll(_output, _buffer, _position))
+    if (!output().writeAllAt(_position, _buffer))
         return fail();
     _position += _buffer.size();
     _buffer.clear();
@@ -281,21 +252,29 @@ bool VXExportFile::commit(QString *reason)
 bool VXExportFile::finishAppending()
 {
     const bool isShorter = _position < _oldSize;
-    if ((isShorter && ::ftruncate(_output, _position) != 0) || ::fsync(_output) != 0)
+    if ((isShorter && ::ftruncate(_file.number(), _position) != 0) || ::fsync(_file.number()) != 0)
         return fail();
     removeUndo();
     if (!_wasThere)
-        synchronizeFolder(_path);
+        synchronizeFolder();
     return true;
 }
 
 bool VXExportFile::finishReplacing()
 {
-    if (::fsync(_output) != 0 || ::rename(_replacement.constData(), QFile::encodeName(_path).constData()) != 0)
+    if (::fsync(_replacementFile.number()) != 0 ||
+        ::rename(_replacement.constData(), QFile::encodeName(_path).constData()) != 0)
         return fail();
-    ::close(_output);
-    synchronizeFolder(_path);
+    synchronizeFolder();
     return true;
+}
+
+// A new or renamed file is there for good once its folder is on the disk. That it is written is true in any case.
+void VXExportFile::synchronizeFolder() const
+{
+    if (!VXSynchronizeFolderOf(_path))
+        VXLogMethod(VXLogWarning, "commit",
+                    u"The folder of \"%1\" could not be brought to the disk: %2"_s.arg(_path, qt_error_string(errno)));
 }
 
 bool VXExportFile::fail()
@@ -307,10 +286,8 @@ bool VXExportFile::fail()
 
 void VXExportFile::takeBack()
 {
-    if (!_replacement.isEmpty()) {
-        ::close(_output);
+    if (!_replacement.isEmpty())
         ::unlink(_replacement.constData());
-    }
     if (!_wasThere) {
         ::unlink(QFile::encodeName(_path).constData());
         if (_replacement.isEmpty())
@@ -319,8 +296,8 @@ void VXExportFile::takeBack()
     }
     if (!_isTouched || !_replacement.isEmpty())
         return;
-    if (isAsBefore() ||
-        (writeAll(_output, _overwritten, _start) && ::ftruncate(_output, _oldSize) == 0 && ::fsync(_output) == 0))
+    if (isAsBefore() || (_file.writeAllAt(_start, _overwritten) && ::ftruncate(_file.number(), _oldSize) == 0 &&
+                         ::fsync(_file.number()) == 0))
         removeUndo();
     else // the next export tries again
         VXLogMethod(VXLogError, "takeBack",
@@ -332,6 +309,6 @@ void VXExportFile::takeBack()
 bool VXExportFile::isAsBefore()
 {
     struct stat status = {};
-    const bool hasSize = ::fstat(_output, &status) == 0 && status.st_size == _oldSize;
+    const bool hasSize = ::fstat(_file.number(), &status) == 0 && status.st_size == _oldSize;
     return hasSize && oldBytes(_start, _overwritten.size()) == _overwritten;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXFileDescriptor.h"
 #include "VXFileLock.h"
 
 #include <QtCore/QByteArray>
@@ -54,13 +55,15 @@ private:
     bool finishReplacing();
     void takeBack();
     bool isAsBefore();
+    void synchronizeFolder() const;
+    const VXFileDescriptor &output() const { return _replacement.isEmpty() ? _file : _replacementFile; }
     bool fail();
 
     QString _path; // without links
     const Mode _mode;
-    int _descriptor = -1;    // of the locked file
-    int _output = -1;        // the same, or the file that will replace it
-    QByteArray _replacement; // that one's path; empty for none
+    VXFileDescriptor _file;            // the locked one
+    VXFileDescriptor _replacementFile; // that will take its place, unless it is appended to
+    QByteArray _replacement;           // that one's path; empty for none
     std::unique_ptr<VXFileLock> _lock;
     bool _wasThere = true;
     qint64 _oldSize = 0;
