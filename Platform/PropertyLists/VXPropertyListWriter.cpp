@@ -6,6 +6,7 @@
 #include <QtCore/QDateTime>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -258,6 +259,7 @@ QByteArray VXPropertyList::toData(const QVariant &value, Format format, VXError 
                                                  u"A property list cannot hold %1."_s.arg(check.reason())));
         return {};
     }
+    errno = 0; // libplist does not tell that memory was short; malloc does
     const Node root(nodeFor(value, format), plist_free);
     char *bytes = nullptr;
     uint32_t size = 0;
@@ -265,7 +267,8 @@ QByteArray VXPropertyList::toData(const QVariant &value, Format format, VXError 
         plist_to_xml(root.get(), &bytes, &size);
     else if (root)
         plist_to_bin(root.get(), &bytes, &size);
-    if (bytes == nullptr || size == 0) {
+    if (bytes == nullptr || size == 0 || errno == ENOMEM) {
+        std::free(bytes); // NOLINT: as below
         VXSetError(error, VXError::platformError(VXPlatformErrorCode::InvalidValue, u"Out of memory."_s));
         return {};
     }
