@@ -22,8 +22,8 @@ const QString openWindowsKey = u"open-windows"_s;
 QStringList openWindowsOf(VXPluginProxy &proxy)
 {
     constexpr auto selector = "urlStringsForOpenWindows";
-    const bool mayHaveSome = proxy.singleton() && proxy.respondsToSelector(selector);
-    return mayHaveSome ? proxy.performSelector(selector).toStringList() : QStringList(); // none when it throws
+    return proxy.respondsToSelector(selector) ? proxy.performSelector(selector).toStringList()
+                                              : QStringList(); // none when it throws
 }
 
 } // namespace
@@ -53,6 +53,8 @@ void VXPluginManager::finalizeOpenWindowsForQuit()
 {
     QStringList urls;
     for (VXPluginProxy *const proxy : interfacePlugins()) {
+        if (!proxy->singleton())
+            continue; // one that is left out was not at work, and stays so
         const VXPluginMarker::Scope mark(*proxy, VXPluginWork::Unloading);
         urls += openWindowsOf(*proxy);
     }

@@ -528,7 +528,11 @@ protected:
     }
     void writeCrash(const QVariantMap &info, int version = 2000) const
     {
-        VXPluginFixture{.identifier = u"crash"_s, .version = QString::number(version), .info = info}.write(shared());
+        VXPluginFixture{.identifier = u"crash"_s,
+                        .version = QString::number(version),
+                        .kind = u"VXInterfacePlugin"_s, // asked for its windows at the end
+                        .info = info}
+            .write(shared());
     }
     QStringList markers() const { return QDir(shared() + u"/../Loading Plugins"_s).entryList({u"*.plist"_s}); }
 };
