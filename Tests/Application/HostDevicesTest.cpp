@@ -150,6 +150,8 @@ TEST_F(HostDevicesTest, MistakesChangeNothing)
         {{u"do"_s, url, u"fly"_s}, "1 vornix: Mine did not respond. Use the preferences to enable services for this "},
         {{u"do"_s, url, u"fail"_s, u"--object"_s, u"\"no paper\""_s}, "1 vornix: no paper"},
         {{u"do"_s, url, u"throw"_s, u"--object"_s, u"\"no ink\""_s}, "1 vornix: Unable to execute throw on Mine. no i"},
+        {{u"do"_s, url, u"throw"_s, u"--object"_s, u"7"_s}, "1 vornix: Unable to execute throw on Mine. a value of ty"},
+        {{u"do"_s, url, u"fail"_s, u"--object"_s, u"\"\\u001b[2J\""_s}, "1 vornix: ^[[2J"},
     };
     for (const auto &[arguments, outcome] : cases)
         EXPECT_THAT(outcomeOf(arguments), testing::StartsWith(outcome)) << arguments.join(u' ').toStdString();
@@ -160,6 +162,7 @@ TEST_F(HostDevicesTest, DoesActionsAndShowsHowFarTheyAre)
 {
     devices({u"add"_s, u"org.phones"_s, u"one"_s});
     EXPECT_EQ(outcomeOf({u"do"_s, url, u"echo"_s, u"--object"_s, u"\"Hi\""_s}), "0 Hi\n");
+    EXPECT_EQ(outcomeOf({u"do"_s, url, u"echo"_s, u"--object"_s, u"\"\\u001b[2J\""_s}), "0 ^[[2J\n"); // not obeyed
     EXPECT_EQ(outcomeOf({u"do"_s, url, u"echo"_s}), "0 ");
     EXPECT_EQ(outcomeOf({u"do"_s, url, u"count"_s}), "0 3\n");
     EXPECT_FALSE(runHost({u"log"_s}).output.contains("still held by")) << "the registry keeps devices on purpose";

@@ -7,6 +7,7 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXPluginGuard.h"
 #include "VXReadableText.h"
 
 #include <QtCore/QJsonObject>
@@ -35,13 +36,15 @@ int VXDeviceActionRun::run(const VXDevicePlugin::Ptr &device, std::chrono::milli
 {
     if (_writesLines)
         _context.output.beginParts();
-    _action->executeWithDevice(device, [this, concluded = std::weak_ptr(_hasConcluded)](VXDeviceAction *) {
+    const auto conclude = [this, concluded = std::weak_ptr(_hasConcluded)](VXDeviceAction *) {
         if (concluded.expired())
             return; // nobody waits any more
         *_hasConcluded = true;
         if (_window->isRunning())
             _window->ok();
-    });
+    };
+    // What a handler throws that is no exception comes through, once the action has failed with it.
+    VXCallPlugin(*device, "executeWithDevice", [&] { _action->executeWithDevice(device, conclude); });
     if (!*_hasConcluded)
         waitForConclusion(timeout);
     return answer();

@@ -2,6 +2,7 @@
 
 #include "VXException.h"
 #include "VXHostJSON.h"
+#include "VXVisibleText.h"
 
 #include <QtCore/QJsonObject>
 
@@ -84,7 +85,7 @@ void VXHostOutput::writePart(const QByteArray &line)
 void VXHostOutput::note(const QString &text)
 {
     const QByteArray fresh = ::isatty(_errors) != 0 ? "\r\x1b[K"_ba : QByteArray(); // a progress bar may stand there
-    writeFully(_errors, fresh + text.toUtf8() + '\n');
+    writeFully(_errors, fresh + VXVisibleText(text).toUtf8() + '\n');
 }
 
 int VXHostOutput::fail(const QString &text)
@@ -92,7 +93,7 @@ int VXHostOutput::fail(const QString &text)
     if (text == _failure) // as when the same is tried again at the end
         return Failed;
     _failure = text;
-    writeFully(_errors, (u"vornix: "_s + text + u'\n').toUtf8());
+    writeFully(_errors, (u"vornix: "_s + VXVisibleText(text) + u'\n').toUtf8()); // it may quote what came from outside
     return Failed;
 }
 

@@ -2,6 +2,7 @@
 
 #include "VXHostJSON.h"
 #include "VXTextTable.h"
+#include "VXVisibleText.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -45,7 +46,7 @@ QString lineOf(const QJsonValue &value)
         return lineOf(*object.begin());
     QStringList parts;
     if (value.isString())
-        return value.toString();
+        return VXVisibleText(value.toString()); // what a phone holds may come from anybody
     if (value.isArray()) {
         for (const auto &element : value.toArray())
             parts.append(lineOf(element));

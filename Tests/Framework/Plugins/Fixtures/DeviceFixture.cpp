@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
  * "refused", and knows the actions
  *     echo    answers the action's object
  *     fail    reports the action's object as an error
- *     throw   throws it
+ *     throw   throws it: a text as an exception, any other as a number
  *     count   counts in three steps, one a turn of the event loop
  *     wait    shows progress 1 of 4, until it is aborted: then it answers 1
  */
@@ -90,7 +90,12 @@ private:
         action->conclude();
     }
 
-    void throwAsTold(VXDeviceAction *action) { throw VXException(u"FixtureException"_s, action->object().toString()); }
+    void throwAsTold(VXDeviceAction *action)
+    {
+        if (action->object().typeId() != QMetaType::QString)
+            throw action->object().toInt();
+        throw VXException(u"FixtureException"_s, action->object().toString());
+    }
 
     void count(VXDeviceAction *action)
     {
