@@ -41,7 +41,7 @@ TEST_F(HostTriggersTest, AddsShowsTriesAndRemoves)
                   u"--reactor"_s, reactor, u"--option"_s, u"text={from} called"_s, u"--reactor"_s, table,
                   u"--option=VXExporterOptionsFilePath=a.csv"_s, u"--option=columns=[\"a\", \"b\"]"_s});
     EXPECT_EQ(added.status, 0) << added.errors.toStdString();
-    EXPECT_EQ(triggers({u"add"_s, u"--event"_s, u"incoming_call"_s, u"--reactor"_s, reactor}).status, 0);
+    EXPECT_EQ(triggers({u"add"_s, u"--event"_s, u"incoming_call"_s, u"--reactor"_s, u"LogEvent"_s}).status, 0);
 
     const QJsonArray all = json({}).array();
     ASSERT_EQ(all.size(), 2);
@@ -56,6 +56,7 @@ TEST_F(HostTriggersTest, AddsShowsTriesAndRemoves)
               (QJsonObject{{u"VXExporterOptionsFilePath"_s, QDir::current().absoluteFilePath(u"a.csv"_s)},
                            {u"columns"_s, QJsonArray{u"a"_s, u"b"_s}}}));
     EXPECT_TRUE(all[1].toObject().value("filter"_L1).isNull());
+    EXPECT_EQ(all[1][u"reactors"_s][0][u"reactor"_s], QJsonValue(reactor)); // its last part was enough
 
     const QString identifier = first.value("id"_L1).toString();
     const QString uri = first.value("uri"_L1).toString();

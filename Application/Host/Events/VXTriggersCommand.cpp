@@ -5,7 +5,9 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXPluginManager.h"
 #include "VXPluginSession.h"
+#include "VXReactorReport.h"
 #include "VXStoreAccess.h"
 #include "VXTextTable.h"
 #include "VXTriggerReport.h"
@@ -65,13 +67,21 @@ int list(VXHostContext &context, VXTriggerStore &triggers)
 
 // -- Adding and changing
 
+// The identifier whose last part was given, where one reactor has it; else what was given, which the store refuses.
+QString reactorIdentifier(const QString &text)
+{
+    const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+    const VXPluginProxy *const found = VXReactorNamed(manager.reactorPlugins() + manager.exporterPlugins(), text);
+    return found == nullptr ? text : found->identifier();
+}
+
 // The reactors with the options that follow each; `problem` is what is wrong with them.
 QList<Reaction> reactionArguments(const VXHostOptions &options, QString *problem)
 {
     QList<Reaction> reactions;
     for (const auto &[name, value] : options.occurrences()) {
         if (name == "reactor"_L1)
-            reactions.append({value, {}});
+            reactions.append({reactorIdentifier(value), {}});
         if (name != "option"_L1)
             continue;
         if (reactions.isEmpty())
@@ -291,15 +301,17 @@ VXHostCommand VXTriggersCommand()
             "An --option belongs to the --reactor before it. A value that is a list or an object in JSON is "
             "taken as such, any other as text. A relative path of a file to export to counts from the current folder.\n"
             "Example: vornix triggers add --event incoming_call --filter 'from CONTAINS \"Jane\"' "
-            "--reactor com.halvern.VNX2.plugin.runcommand --option program=/home/me/jane.sh"_s,
-        .options = {{u"event"_s, u"NAME"_s, u"add, edit: the event to listen to; needed"_s},
-                    {u"name"_s, u"TEXT"_s, u"add, edit: what to call the trigger"_s},
-                    {u"filter"_s, u"PREDICATE"_s, u"add, edit: what the event's object must satisfy"_s},
-                    {u"no-filter"_s, {}, u"edit: let every object pass"_s},
-                    {u"reactor"_s, u"ID"_s, u"add, edit: a reactor plugin to run; may be repeated"_s},
-                    {u"option"_s, u"KEY=VALUE"_s, u"add, edit: for the reactor before it; may be repeated"_s},
-                    {u"place"_s, u"N"_s, u"move: its place among those of the event, from 1"_s},
-                    {u"object"_s, u"JSON"_s, u"test: the event's object; none without"_s}},
+            "--reactor runcommand --option program=/home/me/jane.sh"_s,
+        .options =
+            {{u"event"_s, u"NAME"_s, u"add, edit: the event to listen to; needed"_s},
+             {u"name"_s, u"TEXT"_s, u"add, edit: what to call the trigger"_s},
+             {u"filter"_s, u"PREDICATE"_s, u"add, edit: what the event's object must satisfy"_s},
+             {u"no-filter"_s, {}, u"edit: let every object pass"_s},
+             {u"reactor"_s, u"ID"_s,
+              u"add, edit: a reactor plugin to run, by its identifier or the last part of it; may be repeated"_s},
+             {u"option"_s, u"KEY=VALUE"_s, u"add, edit: for the reactor before it; may be repeated"_s},
+             {u"place"_s, u"N"_s, u"move: its place among those of the event, from 1"_s},
+             {u"object"_s, u"JSON"_s, u"test: the event's object; none without"_s}},
         .minimumOperands = 0,
         .maximumOperands = 2,
         .firstOperands = verbNames(),
