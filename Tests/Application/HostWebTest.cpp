@@ -75,4 +75,89 @@ TEST_F(HostWebTest, AnInterruptCancels)
     EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("the request was cancelled"));
 }
 
+// -- The outbox
+
+class HostOutboxTest : public HostWebTest
+{
+protected:
+    HostOutcome vornix(const QStringList &arguments) { return runHost(QStringList{u"--home"_s, path()} + arguments); }
+    void addTrigger(const QString &pathAndQuery, const QStringList &options = {})
+    {
+        QStringList arguments{u"triggers"_s,  u"add"_s,
+                              u"--event"_s,   u"incoming_call"_s,
+                              u"--reactor"_s, u"com.halvern.VNX2.plugin.webpost"_s,
+                              u"--option"_s,  "url="_L1 + server.url(pathAndQuery).toString(QUrl::FullyEncoded)};
+        for (const QString &option : options)
+            arguments << u"--option"_s << option;
+        const HostOutcome outcome = vornix(arguments);
+        ASSERT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    }
+    void postCall(const QString &from)
+    {
+        const HostOutcome outcome = vornix({u"post"_s, u"incoming_call"_s, u"--subtype"_s, u"ended"_s, u"--object"_s,
+                                            u"{\"from\": \"%1\", \"duration\": 61}"_s.arg(from)});
+        EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    }
+    QJsonArray outbox(const QStringList &arguments = {u"list"_s})
+    {
+        const QJsonArray list =
+            QJsonDocument::fromJson(vornix(QStringList{u"--json"_s, u"outbox"_s} + arguments).output).array();
+        return list;
+    }
+};
+
+TEST_F(HostOutboxTest, WhatTheServerWasAwayForIsSentOnceItIsBack)
+{
+    addTrigger(u"/form"_s, {u"fields=caller=from,duration"_s, u"extra=note=@/etc/hostname"_s});
+    server.stop();
+    postCall(u"Jane"_s);
+    postCall(u"John"_s);
+    QJsonArray list = outbox();
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list[0][u"state"].toString(), u"queued"_s);
+    EXPECT_EQ(list[0][u"attempts"].toInt(), 1);
+    EXPECT_EQ(list[0][u"problem"].toString().section(u" ("_s, 0, 0), u"Could not connect to the server."_s);
+    EXPECT_EQ(list[1][u"attempts"].toInt(), 0); // behind the first
+
+    server.start();
+    list = outbox({u"retry"_s, u"all"_s});
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list[0][u"state"].toString(), u"sent"_s);
+    EXPECT_EQ(list[1][u"state"].toString(), u"sent"_s);
+    EXPECT_EQ(server.requests(), (QStringList{u"POST /form"_s, u"POST /form"_s}));
+    EXPECT_EQ(vornix({u"outbox"_s, u"retry"_s, u"p1"_s}).status, 1);
+    EXPECT_EQ(server.requests().size(), 2);
+
+    EXPECT_EQ(vornix({u"outbox"_s, u"drop"_s, u"p1"_s}).status, 0);
+    EXPECT_EQ(outbox().size(), 1);
+    EXPECT_EQ(vornix({u"outbox"_s, u"drop"_s, u"p1"_s}).status, 1);
+    EXPECT_EQ(vornix({u"outbox"_s, u"retry"_s}).status, 2);
+}
+
+TEST_F(HostOutboxTest, AnswersDecideWhatBecomesOfAnEntry)
+{
+    const struct
+    {
+        QString path;
+        QString state;
+    } cases[] = {
+        {u"/form"_s, u"sent"_s},
+        {u"/answer?status=202 Accepted"_s, u"sent"_s},
+        {u"/close"_s, u"sent"_s}, // after a 200
+        {u"/answer?status=404 No"_s, u"failed"_s},
+        {u"/loop"_s, u"failed"_s},
+        {u"/answer?status=503 Later"_s, u"queued"_s},
+        {u"/reset"_s, u"perhaps sent"_s},
+    };
+    for (const auto &[path, state] : cases)
+        addTrigger(path);
+    postCall(u"Jane"_s);
+    const QJsonArray list = outbox();
+    ASSERT_EQ(list.size(), std::ssize(cases));
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        EXPECT_EQ(list[i][u"state"].toString(), cases[i].state) << cases[i].path.toStdString();
+        EXPECT_EQ(list[i][u"attempts"].toInt(), 1);
+    }
+}
+
 } // namespace

@@ -20,6 +20,7 @@
 [[nodiscard]] VXHostCommand VXExportersCommand();
 [[nodiscard]] VXHostCommand VXExportCommand();
 [[nodiscard]] VXHostCommand VXPostFormCommand();
+[[nodiscard]] VXHostCommand VXOutboxCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();
 [[nodiscard]] VXHostCommand VXHotKeysCommand();
 [[nodiscard]] VXHostCommand VXRunCommand();

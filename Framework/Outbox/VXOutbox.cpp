@@ -1,0 +1,188 @@
+#include "VXOutbox.h"
+
+#include "VXDataManager.h"
+#include "VXErrorDomain.h"
+#include "VXFramework.h"
+#include "VXManagedObjectContext.h"
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+using Operator = VXPredicate::Operator;
+
+const VXNotificationName VXOutboxDidChangeNotification(u"VXOutboxDidChangeNotification"_s);
+
+namespace {
+
+constexpr QLatin1StringView entityName("VXOutboxEntry");
+
+VXPredicate equals(const QString &key, const QVariant &value)
+{
+    return VXPredicate::comparison(VXExpression::keyPath(key), Operator::Equal, VXExpression::constant(value));
+}
+
+VXOutboxEntry entryOf(const VXManagedObject &object)
+{
+    return {.number = object.objectID().number(),
+            .kind = object.valueForKey(u"kind"_s).toString(),
+            .destination = object.valueForKey(u"destination"_s).toString(),
+            .title = object.valueForKey(u"title"_s).toString(),
+            .payload = object.valueForKey(u"payload"_s).toMap(),
+            .state = static_cast<VXOutboxState>(object.valueForKey(u"state"_s).toInt()),
+            .problem = object.valueForKey(u"problem"_s).toString(),
+            .attempts = object.valueForKey(u"attempts"_s).toInt(),
+            .createdDate = object.valueForKey(u"createdDate"_s).toDateTime(),
+            .nextDate = object.valueForKey(u"nextDate"_s).toDateTime(),
+            .finishedDate = object.valueForKey(u"finishedDate"_s).toDateTime()};
+}
+
+QVariant noneOr(const QDateTime &date)
+{
+    return date.isValid() ? QVariant(date) : QVariant();
+}
+
+void write(const VXOutboxEntry &entry, VXManagedObject &object)
+{
+    object.setValueForKey(static_cast<int>(entry.state), u"state"_s);
+    object.setValueForKey(entry.problem.isNull() ? QVariant() : QVariant(entry.problem), u"problem"_s);
+    object.setValueForKey(entry.attempts, u"attempts"_s);
+    object.setValueForKey(noneOr(entry.nextDate), u"nextDate"_s);
+    object.setValueForKey(noneOr(entry.finishedDate), u"finishedDate"_s);
+}
+
+VXManagedObjectPtr objectOf(VXManagedObjectContext &context, qint64 number, VXError *error)
+{
+    const VXPersistentStoreCoordinator &coordinator = *context.persistentStoreCoordinator();
+    const VXEntityDescription &entity = *coordinator.model().entityForName(entityName);
+    const VXStoreIdentity &store = coordinator.persistentStores().first()->identity();
+    const VXManagedObjectPtr object = context.existingObjectWithID({entity, store, number}, error);
+    if (!object)
+        VXSetError(error, VXMakeError(VXLocalizedString(u"There is no such entry in the outbox."_s)));
+    return object;
+}
+
+void announce(qint64 number)
+{
+    VXNotificationCenter::defaultCenter().postNotificationName(VXOutboxDidChangeNotification, number);
+}
+
+} // namespace
+
+QString VXOutboxStateName(VXOutboxState state)
+{
+    static const std::array names{u"queued"_s, u"sending"_s, u"sent"_s, u"failed"_s, u"perhaps sent"_s};
+    const auto index = static_cast<size_t>(state);
+    return index < names.size() ? names[index] : QString::number(static_cast<int>(state));
+}
+
+std::optional<VXOutbox> VXOutbox::sharedOutbox()
+{
+    const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"outbox"_s);
+    return coordinator ? std::optional(VXOutbox(coordinator)) : std::nullopt;
+}
+
+std::optional<qint64> VXOutbox::add(const QString &kind, const QString &destination, const QString &title,
+                                    const QVariantMap &payload, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    const VXManagedObjectPtr object = context.insertNewObject(entityName);
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    object->setValueForKey(kind, u"kind"_s);
+    object->setValueForKey(destination, u"destination"_s);
+    object->setValueForKey(title, u"title"_s);
+    object->setValueForKey(payload, u"payload"_s);
+    object->setValueForKey(now, u"createdDate"_s);
+    object->setValueForKey(now, u"nextDate"_s);
+    if (!context.save(error))
+        return std::nullopt;
+    const qint64 number = object->objectID().number();
+    announce(number);
+    return number;
+}
+
+std::optional<QList<VXOutboxEntry>> VXOutbox::entries(const QString &kind, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    VXFetchRequest request(*_coordinator->model().entityForName(entityName));
+    if (!kind.isNull())
+        request.predicate = equals(u"kind"_s, kind);
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    if (!found)
+        return std::nullopt;
+    QList<VXOutboxEntry> entries;
+    for (const VXManagedObjectPtr &object : *found)
+        entries.append(entryOf(*object));
+    std::ranges::sort(entries, {}, &VXOutboxEntry::number); // numbers grow
+    return entries;
+}
+
+std::optional<VXOutboxEntry> VXOutbox::entry(qint64 number, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    const VXManagedObjectPtr object = objectOf(context, number, error);
+    return object ? std::optional(entryOf(*object)) : std::nullopt;
+}
+
+bool VXOutbox::retry(qint64 number, VXError *error) const
+{
+    std::optional<VXOutboxEntry> entry = this->entry(number, error);
+    if (!entry)
+        return false;
+    if (entry->state == VXOutboxState::Sent || entry->state == VXOutboxState::Sending) {
+        VXSetError(error,
+                   VXMakeError(VXLocalizedString(entry->state == VXOutboxState::Sent ? u"It has been sent already."_s
+                                                                                     : u"It is just being sent."_s)));
+        return false;
+    }
+    entry->state = VXOutboxState::Queued;
+    entry->nextDate = QDateTime::currentDateTimeUtc();
+    entry->finishedDate = {};
+    return update(*entry, error);
+}
+
+bool VXOutbox::drop(qint64 number, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    const VXManagedObjectPtr object = objectOf(context, number, error);
+    if (!object)
+        return false;
+    if (entryOf(*object).state == VXOutboxState::Sending) {
+        VXSetError(error, VXMakeError(VXLocalizedString(u"It is just being sent."_s)));
+        return false;
+    }
+    context.deleteObject(object);
+    const bool isSaved = context.save(error); // a runner that takes it meanwhile is a conflict
+    if (isSaved)
+        announce(number);
+    return isSaved;
+}
+
+bool VXOutbox::update(const VXOutboxEntry &entry, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    const VXManagedObjectPtr object = objectOf(context, entry.number, error);
+    if (!object)
+        return false;
+    write(entry, *object);
+    const bool isSaved = context.save(error);
+    if (isSaved)
+        announce(entry.number);
+    return isSaved;
+}
+
+bool VXOutbox::forgetSentBefore(const QDateTime &time, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    VXFetchRequest request(*_coordinator->model().entityForName(entityName));
+    request.predicate = VXPredicate::allOf({equals(u"state"_s, static_cast<int>(VXOutboxState::Sent)),
+                                            VXPredicate::comparison(VXExpression::keyPath(u"finishedDate"_s),
+                                                                    Operator::Less, VXExpression::constant(time))});
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    if (!found)
+        return false;
+    for (const VXManagedObjectPtr &object : *found)
+        context.deleteObject(object);
+    return found->isEmpty() || context.save(error);
+}

@@ -1,0 +1,162 @@
+#include "OutboxTestsPaths.h"
+#include "VXErrorDomain.h"
+#include "VXFileManager.h"
+#include "VXManagedObjectModel.h"
+#include "VXOutboxRunner.h"
+#include "VXTesting.h"
+#include "VXUserDefaults.h"
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+
+using Outcome = VXOutboxDelivery::Outcome;
+
+namespace {
+
+class VXOutboxTest : public VXHomeTest
+{
+protected:
+    VXOutboxTest() : outbox(open(path(u"outbox.sqlite"_s)))
+    {
+        VXUserDefaults::standardUserDefaults().setObject(0, u"outbox.retry-delay"_s);
+    }
+    static VXPersistentStoreCoordinator::Ptr open(const QString &path)
+    {
+        const auto model = VXManagedObjectModel::modelWithContentsOfFile(QStringLiteral(VORNIX_OUTBOX_MODEL));
+        auto coordinator = VXPersistentStoreCoordinator::coordinatorWithModel(model);
+        EXPECT_TRUE(coordinator && coordinator->addPersistentStore(VXStoreType::SQLite, path));
+        return coordinator;
+    }
+
+    qint64 add(const QString &destination, const QString &title)
+    {
+        return outbox.add(u"test"_s, destination, title, {{u"a"_s, 1}}).value_or(0);
+    }
+    VXOutboxState stateOf(qint64 number) const { return outbox.entry(number)->state; }
+
+    /** A runner whose deliveries come to what `outcomes` says of their titles, else to Sent, later. */
+    std::unique_ptr<VXOutboxRunner> makeRunner()
+    {
+        return std::make_unique<VXOutboxRunner>(
+            u"test"_s, outbox, [this](const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion) {
+                EXPECT_EQ(stateOf(entry.number), VXOutboxState::Sending); // before anything is sent
+                tried.append(entry.title);
+                waiting.append([=, this] {
+                    QList<Outcome> &list = outcomes[entry.title];
+                    completion({.outcome = list.isEmpty() ? Outcome::Sent : list.takeFirst(), .problem = u"why"_s});
+                });
+            });
+    }
+    void finishAll()
+    {
+        for (const auto &finish : std::exchange(waiting, {}))
+            finish();
+    }
+
+    VXOutbox outbox;
+    QStringList tried;
+    QMap<QString, QList<Outcome>> outcomes;
+    QList<std::function<void()>> waiting;
+};
+
+TEST_F(VXOutboxTest, KeepsTheOrderOfADestinationThroughFailures)
+{
+    for (const QString &title : {u"a1"_s, u"a2"_s, u"b1"_s, u"a3"_s})
+        add(title.left(1), title);
+    outcomes[u"a1"_s] = {Outcome::NotDelivered, Outcome::NotDelivered};
+    outcomes[u"a2"_s] = {Outcome::Refused};
+    const auto runner = makeRunner();
+    runner->run();
+    EXPECT_THAT(tried, ElementsAre(u"a1"_s, u"b1"_s)); // one at a time for each
+    runner->run();
+    EXPECT_EQ(tried.size(), 2);
+    ASSERT_TRUE(VXRunUntil([&] {
+        finishAll();
+        return tried.size() == 6 && !runner->isBusy();
+    }));
+    tried.removeOne(u"b1"_s);
+    EXPECT_THAT(tried, ElementsAre(u"a1"_s, u"a1"_s, u"a1"_s, u"a2"_s, u"a3"_s));
+    const QList<VXOutboxEntry> entries = *outbox.entries();
+    EXPECT_EQ(entries[0].attempts, 3);
+    EXPECT_EQ(entries[0].state, VXOutboxState::Sent);
+    EXPECT_EQ(entries[1].state, VXOutboxState::Failed);
+    EXPECT_EQ(entries[1].problem, u"why"_s);
+    EXPECT_EQ(entries[0].payload, (QVariantMap{{u"a"_s, 1}}));
+}
+
+TEST_F(VXOutboxTest, WhatMayHaveArrivedIsSentAgainOnlyWhenAsked)
+{
+    const qint64 number = add(u"d"_s, u"t"_s);
+    outcomes[u"t"_s] = {Outcome::Unknown};
+    const auto runner = makeRunner();
+    runner->run();
+    finishAll();
+    ASSERT_TRUE(VXRunUntil([&] { return !runner->isBusy(); }));
+    runner->run();
+    EXPECT_EQ(tried.size(), 1);
+    EXPECT_EQ(stateOf(number), VXOutboxState::PerhapsSent);
+
+    VXError error;
+    EXPECT_TRUE(outbox.retry(number));
+    runner->run();
+    EXPECT_FALSE(outbox.retry(number, &error)); // it is being sent
+    EXPECT_FALSE(outbox.drop(number, &error));
+    EXPECT_EQ(error.localizedDescription(), u"It is just being sent."_s);
+    finishAll();
+    EXPECT_EQ(stateOf(number), VXOutboxState::Sent);
+    EXPECT_FALSE(outbox.retry(number, &error));
+    EXPECT_TRUE(outbox.drop(number));
+    EXPECT_FALSE(outbox.drop(number, &error));
+    EXPECT_FALSE(outbox.entry(number));
+}
+
+TEST_F(VXOutboxTest, WhatAnEndedProgramWasSendingIsPerhapsSent)
+{
+    const qint64 number = add(u"d"_s, u"t"_s);
+    makeRunner()->run(); // and its program ends
+    EXPECT_EQ(stateOf(number), VXOutboxState::Sending);
+    const qint64 next = add(u"d"_s, u"next"_s);
+    const auto runner = makeRunner();
+    runner->run();
+    runner->run();
+    EXPECT_EQ(stateOf(number), VXOutboxState::PerhapsSent);
+    EXPECT_EQ(outbox.entry(number)->problem, u"The program ended while it was being sent."_s);
+    EXPECT_EQ(stateOf(next), VXOutboxState::Sending);
+    waiting.clear();
+}
+
+TEST_F(VXOutboxTest, OneProcessSendsAtATime)
+{
+    const qint64 number = add(u"d"_s, u"t"_s);
+    const QString folder = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + u"/Outbox"_s;
+    ASSERT_FALSE(VXFileManager::defaultManager().verifyPathExists(folder));
+    auto other = std::make_unique<VXFileLock>(folder + u"/test.lock"_s);
+    const auto runner = makeRunner();
+    runner->run();
+    EXPECT_TRUE(tried.isEmpty());
+    other.reset();
+    ASSERT_TRUE(VXRunUntil([&] { return tried.size() == 1; })); // it looks again
+    finishAll();
+    EXPECT_EQ(stateOf(number), VXOutboxState::Sent);
+}
+
+TEST_F(VXOutboxTest, WaitsLongerAfterEachTry)
+{
+    VXUserDefaults::standardUserDefaults().setObject(100, u"outbox.retry-delay"_s);
+    const qint64 number = add(u"d"_s, u"t"_s);
+    outcomes[u"t"_s] = QList<Outcome>(8, Outcome::NotDelivered);
+    const auto runner = makeRunner();
+    QList<qint64> delays;
+    for (int round = 0; round < 8; ++round) {
+        runner->run();
+        const QDateTime before = QDateTime::currentDateTimeUtc();
+        finishAll();
+        delays.append(qRound64(double(before.msecsTo(outbox.entry(number)->nextDate)) / 100'000.0));
+        runner->run();
+        EXPECT_EQ(tried.size(), round + 1) << "not before its time";
+        outbox.retry(number);
+    }
+    EXPECT_THAT(delays, ElementsAre(1, 2, 4, 8, 16, 32, 36, 36)); // up to an hour
+}
+
+} // namespace
