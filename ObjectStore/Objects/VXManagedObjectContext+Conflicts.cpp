@@ -73,11 +73,11 @@ bool VXManagedObjectContext::Save::resolve(const QList<VXRowConflict> &conflicts
                                                   : resolveReferenced(part, conflict)))
             return false;
     }
-    return changed.isEmpty() || std::all_of(_parts.begin(), _parts.end(), [&](Part &part) {
-               return resolveChanged(part, changed) &&
-                      std::all_of(_contested.cbegin(), _contested.cend(),
-                                  [&](const Contested &contested) { return pairUp(part, contested); });
-           });
+    return std::all_of(_parts.begin(), _parts.end(), [&](Part &part) {
+        return resolveChanged(part, changed) &&
+               std::all_of(_contested.cbegin(), _contested.cend(),
+                           [&](const Contested &contested) { return pairUp(part, contested); });
+    });
 }
 
 bool VXManagedObjectContext::Save::resolveChanged(Part &part, const QHash<ObjectID, VXStoreRow::Ptr> &stored)

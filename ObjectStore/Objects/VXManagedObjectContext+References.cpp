@@ -165,6 +165,7 @@ bool VXManagedObjectContext::Save::resolveReferenced(Part &part, const VXRowConf
         if (place < 0) // it stays because of another relationship
             return true;
         _yielding.push_back({part.objects[size_t(place)], conflict.stored});
+        _contested.push_back({conflict.objectID, nullptr, conflict.stored});
         part.request.changes.removeAt(place);
         part.objects.erase(part.objects.begin() + place);
         return true;
