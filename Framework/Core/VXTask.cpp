@@ -80,13 +80,27 @@ void VXTask::start(std::function<void()> work, std::function<void()> completion)
         // What the work holds goes before the hand-over, and the reference goes along with it: from there on
         // all belongs to the main thread, and a task that nobody else holds ends there.
         work = nullptr;
-        VXMainThread::perform([task = std::move(self), done = std::move(completion)] { task->finish(done); });
+        handOver(std::move(self), std::move(completion));
     };
     try {
         std::thread(std::move(run)).detach();
     } catch (const std::system_error &error) {
         setError(VXMakeError(QString::fromLocal8Bit(error.what())));
-        VXMainThread::perform([self = shared_from_this(), completion] { self->finish(completion); });
+        handOver(shared_from_this(), completion);
+    }
+}
+
+void VXTask::handOver(Ptr task, std::function<void()> completion)
+{
+    const std::weak_ptr<VXTask> weak = task;
+    if (VXMainThread::perform([task = std::move(task), done = std::move(completion)] { task->finish(done); }))
+        return;
+    // The program ends, and nobody is told. Whoever looks finds that out.
+    if (const Ptr left = weak.lock()) {
+        const VXMutexLocker lock(left->_lock);
+        left->_isRunning = false;
+        if (!left->_error)
+            left->_error = VXError(VXErrorDomain, VXErrorCancelled);
     }
 }
 

@@ -40,7 +40,8 @@ public:
     QObject *delegate() const { return _delegate; }
     void setDelegate(QObject *delegate) { _delegate = delegate; }
 
-    /** From the start of the work until the delegate is about to be told. */
+    /** From the start of the work until the delegate is about to be told; it is not once the application object is
+     *  gone, and the error is then the cancelled one, unless the work had one. */
     bool isRunning() const;
 
     /** Ends the running program, or the next one that the work would start. The delegate is told as ever. */
@@ -80,6 +81,7 @@ protected:
     void tellDelegate(const QByteArray &operation, const QVariant &argument) const;
 
 private:
+    static void handOver(Ptr task, std::function<void()> completion);
     void finish(const std::function<void()> &completion);
 
     QPointer<QObject> _delegate; // main thread only

@@ -104,6 +104,8 @@ void VXDeviceAction::executeThreaded()
     for (int polls = 1; isExecuting(); polls = (polls + 1) % 30) {
         if (polls == 29)
             VXLogMethod(VXLogWarning, "executeThreaded", "waiting for action: "_L1 + description());
+        if (VXMainThread::hasEnded() && isExecuting())
+            finish(); // whatever would conclude it there never runs
         const VXMutexLocker lock(_lock);
         _concluded.waitFor(_lock, pollInterval.load(), [this] { return !isExecuting(); });
     }
@@ -162,10 +164,12 @@ void VXDeviceAction::conclude()
 
 void VXDeviceAction::finish()
 {
-    static_cast<void>(VXMainThread::performAndWait([this] {
+    const bool wasTold = VXMainThread::performAndWait([this] {
         withdrawWatchdogs();
         callCompletion();
-    })); // once the main thread has ended nobody waits to be called
+    });
+    if (!wasTold)
+        dropCompletion();
     VXActivity::Ptr shown;
     {
         const VXMutexLocker lock(_lock);
@@ -196,6 +200,19 @@ void VXDeviceAction::callCompletion()
     }
 }
 
+// Once the main thread has ended.
+void VXDeviceAction::dropCompletion()
+{
+    withdrawWatchdogs();
+    Completion dropped;
+    {
+        const VXMutexLocker lock(_lock);
+        dropped = std::exchange(_callbackInvocation, {});
+    }
+    if (!error())
+        setError(VXError(VXErrorDomain, VXErrorCancelled));
+}
+
 void VXDeviceAction::cancel(QObject *sender)
 {
     const auto watchdog = std::make_shared<CancelWatchdog>(shared_from_this());
@@ -209,12 +226,15 @@ void VXDeviceAction::cancel(QObject *sender)
                 action->_deviceFailedToRespondToCancel();
         });
     };
+    bool isWatched = true;
     if (QAbstractEventDispatcher::instance() != nullptr)
         start();
     else
-        VXMainThread::perform(start);
+        isWatched = VXMainThread::perform(start);
     setError(VXError(VXErrorDomain, VXErrorCancelled));
     tell(&VXDeviceAction::cancelRequested);
+    if (!isWatched)
+        finish(); // nobody would notice that the device does not respond
 }
 
 void VXDeviceAction::withdrawWatchdogs()

@@ -100,8 +100,9 @@ public:
 
     /** How the action is run once the device is known: at once. For subclasses that run it elsewhere or later. */
     virtual void execute();
-    /** For a secondary thread: runs it and returns when it has concluded, however long that takes. To be called by a
-     *  subclass's `execute`; others use executeThreadedWithDevice. */
+    /** For a secondary thread: runs it and returns when it has concluded, however long that takes. Once the application
+     *  object is gone it ends with the cancelled error, and no completion is called. To be called by a subclass's
+     *  `execute`; others use executeThreadedWithDevice. */
     void executeThreaded();
     /** As executeWithDevice, and returns when the action has concluded. The main thread must run its event loop. */
     void executeThreadedWithDevice(const VXDevicePlugin::Ptr &theDevice, Completion completion = {});
@@ -155,6 +156,7 @@ private:
     bool changeActivity(const Change &change);
     void finish();
     void callCompletion();
+    void dropCompletion();
     void withdrawWatchdogs();
     void _deviceFailedToRespondToCancel();
 

@@ -42,6 +42,12 @@ public:
         return true;
     }
 
+    bool isClosed()
+    {
+        const VXMutexLocker lock(_lock);
+        return _closed || (_receiver == nullptr && QCoreApplication::closingDown());
+    }
+
     void runNext()
     {
         if (const std::function<void()> work = pop())
@@ -170,4 +176,9 @@ bool VXMainThread::performAndWait(const std::function<void()> &work)
     if (isAccepted)
         rendezvous.wait();
     return isAccepted;
+}
+
+bool VXMainThread::hasEnded()
+{
+    return MainThreadQueue::shared().isClosed();
 }

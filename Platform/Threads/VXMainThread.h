@@ -29,5 +29,8 @@ public:
      */
     [[nodiscard]] static bool performAndWait(const std::function<void()> &work);
 
+    /** True once the application object is gone: no call is accepted any more. */
+    [[nodiscard]] static bool hasEnded();
+
     VXMainThread() = delete;
 };

@@ -260,6 +260,34 @@ TEST_F(VXDeviceActionTest, AThreadWaitsForTheConclusion)
              });
 }
 
+// In a process of its own, which ends its application while actions run on a thread.
+TEST(VXDeviceActionDeathTest, NoneStaysExecutingWhenTheApplicationEnds)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto run = [](const VXDeviceActionHandler::Call &end) {
+        ThreadedAction::setDelays(60s, 1ms);
+        const auto phone = std::make_shared<Phone>();
+        const auto action = std::make_shared<VXDeviceAction>(u"call"_s);
+        std::atomic<bool> isStarted = false;
+        std::atomic<bool> isTold = false;
+        phone->handle([&](VXDeviceAction *handled) {
+            isStarted = true;
+            while (!VXMainThread::hasEnded())
+                std::this_thread::yield();
+            end(handled);
+        });
+        std::thread worker([&] { action->executeThreadedWithDevice(phone, [&](VXDeviceAction *) { isTold = true; }); });
+        EXPECT_TRUE(VXRunUntil([&] { return isStarted.load(); }));
+        qApp->~QCoreApplication();
+        worker.join();
+        std::_Exit(action->isCancelled() && !action->isExecuting() && !isTold ? 7 : 1);
+    };
+    EXPECT_EXIT(run([](VXDeviceAction *handled) { handled->conclude(); }), testing::ExitedWithCode(7), "");
+    EXPECT_EXIT(run([](VXDeviceAction *handled) { handled->cancel(nullptr); }), testing::ExitedWithCode(7), "");
+    EXPECT_EXIT(run([](VXDeviceAction *handled) { VXMainThread::perform([handled] { handled->conclude(); }); }),
+                testing::ExitedWithCode(7), "");
+}
+
 TEST_F(VXDeviceActionTest, MistakesOfCallersAreContained)
 {
     EXPECT_EQ(VXReasonOfAssertion([] { VXDeviceAction::actionWithName({}); }), u"theActionName can not be nil"_s);
