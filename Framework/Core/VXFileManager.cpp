@@ -10,6 +10,8 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QUrl>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <sys/stat.h>
@@ -30,10 +32,22 @@ VXError folderError(const QString &path)
              {u"Path"_s, path}}};
 }
 
+// Below the home folder, and the user's other folders where they lie elsewhere.
+bool isUsersOwn(const QString &path)
+{
+    const auto isBelow = [&path](const QString &folder) {
+        return !folder.isEmpty() && (path == folder || path.startsWith(folder + u'/'));
+    };
+    using Type = VXFolderType;
+    return path.startsWith(QDir::homePath() + u'/') ||
+           std::ranges::any_of(std::array{Type::ApplicationSupport, Type::Caches, Type::Logs, Type::Preferences},
+                               [&](Type type) { return isBelow(VXFindFolder(type, VXFolderDomain::User)); });
+}
+
 bool makeFolder(const QString &path)
 {
-    // Below the home folder for the user alone, as the XDG folders are to be: contacts, calls and messages are kept there.
-    const mode_t mode = path.startsWith(QDir::homePath() + u'/') ? 0700 : 0777;
+    // For the user alone, as the XDG folders are to be: contacts, calls and messages are kept there.
+    const mode_t mode = isUsersOwn(path) ? 0700 : 0777;
     // Another thread or process may make it at the same moment.
     return ::mkdir(QFile::encodeName(path).constData(), mode) == 0 || QFileInfo(path).isDir();
 }

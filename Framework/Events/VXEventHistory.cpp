@@ -1,10 +1,13 @@
 #include "VXEventHistory.h"
 
 #include "VXErrorDomain.h"
+#include "VXFileDescriptor.h"
 #include "VXFileLock.h"
 #include "VXFileManager.h"
+#include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXJSON.h"
+#include "VXRegularFile.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QFile>
@@ -86,44 +89,33 @@ QByteArray shortLineOf(VXEventRecord record)
     return line;
 }
 
-// A file descriptor, closed at the end of the scope.
-class Descriptor
+// Not open for what is no regular file: a pipe in its place would be waited for, and would tell of people.
+VXFileDescriptor openForAppending(const QString &path)
 {
-public:
-    explicit Descriptor(const QString &path)
-        : _descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0600))
-    {
-    }
-    ~Descriptor()
-    {
-        if (_descriptor >= 0)
-            ::close(_descriptor);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
+    constexpr int flags = O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    VXFileDescriptor file(::open(QFile::encodeName(path).constData(), flags, 0600));
+    struct stat status = {};
+    if (file.isOpen() && ::fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode))
+        return file;
+    if (file.isOpen())
+        errno = EINVAL;
+    return VXFileDescriptor();
+}
 
-    bool isOpen() const { return _descriptor >= 0; }
-    qint64 size() const
-    {
-        struct stat status = {};
-        return ::fstat(_descriptor, &status) == 0 ? qint64(status.st_size) : 0;
-    }
-    // False after a write that a full disk, or the end of the machine, cut short.
-    bool endsWithLine(qint64 size) const
-    {
-        char last = '\n';
-        return size == 0 || ::pread(_descriptor, &last, 1, size - 1) != 1 || last == '\n';
-    }
-    // At once, so that lines of several processes stay whole.
-    bool write(const QByteArray &bytes) const
-    {
-        errno = 0;
-        return ::write(_descriptor, bytes.constData(), size_t(bytes.size())) == bytes.size();
-    }
+// False after a write that a full disk, or the end of the machine, cut short.
+bool endsWithLine(const VXFileDescriptor &file)
+{
+    const off_t size = ::lseek(file.number(), 0, SEEK_END);
+    char last = '\n';
+    return size <= 0 || ::pread(file.number(), &last, 1, size - 1) != 1 || last == '\n';
+}
 
-private:
-    const int _descriptor;
-};
+// At once, so that lines of several processes stay whole.
+bool write(const VXFileDescriptor &file, const QByteArray &bytes)
+{
+    errno = 0;
+    return ::write(file.number(), bytes.constData(), size_t(bytes.size())) == bytes.size();
+}
 
 VXError failure(const QString &path)
 {
@@ -135,7 +127,7 @@ VXError failure(const QString &path)
 void readFile(const QString &path, QList<VXEventRecord> *records)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (QString reason; !VXRegularFile::open(file, &reason))
         return;
     const qint64 skipped = std::max<qint64>(0, file.size() - mostRead);
     file.seek(skipped);
@@ -187,13 +179,14 @@ bool VXEventHistory::append(VXEventRecord &record, VXError *error)
     if (info.size() > largestFile)
         startAnew(path);
     else if (!info.exists()) {
-        if (const VXError problem = VXFileManager::defaultManager().verifyPathExists(_folder)) {
-            VXSetError(error, problem);
+        QString reason;
+        if (!VXMakePrivateFolder(_folder, &reason)) {
+            VXSetError(error, VXMakeFileError(VXLocalizedString(u"Could not create folder."_s), reason, _folder));
             return false;
         }
     }
-    const Descriptor file(path);
-    if (file.isOpen() && file.write(file.endsWithLine(file.size()) ? line : '\n' + line))
+    const VXFileDescriptor file = openForAppending(path);
+    if (file.isOpen() && write(file, endsWithLine(file) ? line : '\n' + line))
         return true;
     VXSetError(error, failure(path));
     return false;

@@ -2,6 +2,7 @@
 
 #include "VXObjectStoreError.h"
 #include "VXPropertyList.h"
+#include "VXRegularFile.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -44,9 +45,9 @@ bool isForeign(const QString &reason, const QString &path, VXError *error)
 bool hasHeader(const QString &path, VXError *error)
 {
     QFile file(path);
-    if (QFileInfo(path).isDir() || !file.open(QIODevice::ReadOnly))
+    if (QString reason; !VXRegularFile::open(file, &reason))
         return fail(Code::FileRead, u"The store cannot be read."_s,
-                    QFileInfo(path).isDir() ? u"It is a folder."_s : file.errorString(), path, error);
+                    QFileInfo(path).isDir() ? u"It is a folder."_s : reason, path, error);
     const QByteArray header = file.read(headerSize);
     if (!header.startsWith("SQLite format 3") || header.size() < headerSize)
         return isForeign(u"It does not begin as an SQLite file."_s, path, error);
@@ -93,11 +94,22 @@ private:
     const int _descriptor;
 };
 
+// An empty file for the user alone; what SQLite makes beside it gets the same mode.
+bool makePrivate(const QString &path, VXError *error)
+{
+    const VXFileDescriptor file(
+        ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file.isOpen())
+        VXSetError(error, writeError(path, qt_error_string()));
+    return file.isOpen();
+}
+
 // The log comes last: from the first transaction on the file itself says what it is. Closing brings it all to the disk.
 bool writeNew(const QString &path, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
               const QVariantMap &metadata, std::chrono::milliseconds busyTimeout, VXError *error)
 {
-    const auto connection = VXSQLiteConnection::open(path, Access::Create, busyTimeout, nullptr, error);
+    const auto connection =
+        makePrivate(path, error) ? VXSQLiteConnection::open(path, Access::Write, busyTimeout, nullptr, error) : nullptr;
     VXSQLiteFile::Contents none;
     // The encoding counts while the file is empty only; so texts need no conversion.
     return connection && connection->execute(u"PRAGMA encoding = 'UTF-16le'"_s, error) &&
@@ -115,7 +127,8 @@ bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseco
 {
     {
         const auto source = VXSQLiteFile::openForReading(path, busyTimeout, nullptr, error);
-        if (!source || !source->execute(u"VACUUM INTO '%1'"_s.arg(QString(to).replace("'"_L1, "''"_L1)), error))
+        if (!source || !makePrivate(to, error) ||
+            !source->execute(u"VACUUM INTO '%1'"_s.arg(QString(to).replace("'"_L1, "''"_L1)), error))
             return false;
     }
     const auto copied = VXSQLiteConnection::open(to, Access::Write, busyTimeout, nullptr, error);

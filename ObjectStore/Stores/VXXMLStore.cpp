@@ -1,6 +1,7 @@
 #include "VXXMLStore.h"
 
 #include "VXAtomicFile.h"
+#include "VXRegularFile.h"
 #include "VXReservedNumbers.h"
 #include "VXXMLStoreReader.h"
 #include "VXXMLStoreWriter.h"
@@ -94,8 +95,8 @@ VXXMLStore::VXXMLStore(const QString &path, const VXManagedObjectModel::Ptr &mod
 QVariantMap VXXMLStore::metadataOfFile(const QString &path, VXError *error)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        VXSetError(error, readError(path, file.errorString()));
+    if (QString reason; !VXRegularFile::open(file, &reason)) {
+        VXSetError(error, readError(path, reason));
         return {};
     }
     return VXXMLStoreReader(file, path).readMetadata(error).value_or(QVariantMap());
@@ -121,15 +122,15 @@ bool VXXMLStore::create(VXError *error)
         return false;
     if (QFileInfo::exists(path())) // by another process, meanwhile
         return true;
-    VXAtomicFile file(path(), VXFileAccess::Shared);
+    VXAtomicFile file(path());
     return writeBeside(file, path(), initialMetadata(), {}, model(), error) && commitTo(file, path(), error);
 }
 
 std::optional<VXXMLStore::Contents> VXXMLStore::read(VXError *error) const
 {
     QFile file(path());
-    if (!file.open(QIODevice::ReadOnly)) {
-        VXSetError(error, readError(path(), file.errorString()));
+    if (QString reason; !VXRegularFile::open(file, &reason)) {
+        VXSetError(error, readError(path(), reason));
         return std::nullopt;
     }
     const VXFileStamp stamp = VXFileStamp::ofDescriptor(file.handle());
@@ -245,7 +246,7 @@ bool VXXMLStore::copyTo(const QString &path, VXError *error)
     }
     const VXMutexLocker lock(_fileLock);
     const std::optional<Contents> contents = read(error); // as it lies there: a save replaces it at once
-    VXAtomicFile file(path, VXFileAccess::Shared);
+    VXAtomicFile file(path);
     return contents && writeBeside(file, path, contents->metadata, contents->tables, model(), error) &&
            commitTo(file, path, error);
 }

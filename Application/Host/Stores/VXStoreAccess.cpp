@@ -5,10 +5,10 @@
 #include "VXFileManager.h"
 #include "VXFolderInMaking.h"
 #include "VXModelParser.h"
+#include "VXRegularFile.h"
 #include "VXStoreLock.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
 using namespace Qt::StringLiterals;
@@ -19,13 +19,14 @@ constexpr std::chrono::seconds longestWait(10); // for who replaces a store
 
 VXManagedObjectModel::Ptr modelFromSource(const QString &path, QString *problem)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *problem = u"%1: %2"_s.arg(path, file.errorString());
+    QString reason;
+    const QByteArray source = VXRegularFile::read(path, &reason);
+    if (source.isNull()) {
+        *problem = u"%1: %2"_s.arg(path, reason);
         return nullptr;
     }
     QList<VXModelProblem> problems;
-    const VXModelDefinition definition = VXParseModel(file.readAll(), &problems);
+    const VXModelDefinition definition = VXParseModel(source, &problems);
     if (problems.isEmpty())
         problems = VXCheckModel(definition);
     QStringList texts;

@@ -515,6 +515,7 @@ TEST_F(VXSQLiteStoreTest, ReadOnlyFoldersAreReadAndRefuseWriting)
 {
     makeStore();
     const bool isRoot = geteuid() == 0;
+    ASSERT_EQ(chmod(path(u"a.sqlite"_s).toUtf8().constData(), 0644), 0);
     ASSERT_EQ(chmod(path().toUtf8().constData(), 0555), 0);
     if (isRoot) {
         ASSERT_EQ(seteuid(65534), 0);
