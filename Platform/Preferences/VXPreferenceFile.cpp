@@ -172,20 +172,34 @@ bool VXPreferenceFile::reload(bool lockHeld, QStringList *changedElsewhere, VXEr
         readError = {};
         stored = readFile(fileLock.isHeld(), &stamp, &readError);
     }
-    _readError = readError;
-    _stamp = stamp;
     if (readError) {
+        _readError = readError;
+        _stamp = stamp;
         VXSetError(error, readError);
         return false;
     }
-    _stored = std::move(stored);
-    adoptStored(changedElsewhere);
+    adopt(std::move(stored), stamp, changedElsewhere);
     return true;
 }
 
-// Makes the values in memory anew from what the file holds, under what was changed here.
-void VXPreferenceFile::adoptStored(QStringList *changedElsewhere)
+void VXPreferenceFile::refresh(QStringList *changedElsewhere)
 {
+    const VXMutexLocker lock(_ioLock);
+    if (VXFileStamp::ofPath(_path) == _stamp)
+        return;
+    VXError error;
+    VXFileStamp stamp;
+    QVariantMap stored = readFile(false, &stamp, &error);
+    if (!error)
+        adopt(std::move(stored), stamp, changedElsewhere);
+}
+
+// Makes the values in memory anew from what the file holds, under what was changed here.
+void VXPreferenceFile::adopt(QVariantMap stored, const VXFileStamp &stamp, QStringList *changedElsewhere)
+{
+    _readError = {};
+    _stamp = stamp;
+    _stored = std::move(stored);
     const VXMutexLocker lock(_lock);
     QHash<QString, QVariant> values;
     values.reserve(_stored.size());

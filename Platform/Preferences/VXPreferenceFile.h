@@ -42,6 +42,12 @@ public:
      */
     bool synchronize(QStringList *changedElsewhere, VXError *error);
 
+    /**
+     * Only reads what other processes wrote. A file that cannot be read stays where it is, as somebody may be writing it,
+     * and changes nothing.
+     */
+    void refresh(QStringList *changedElsewhere);
+
     /** Removes the file and everything in memory. */
     bool remove(VXError *error);
 
@@ -59,7 +65,7 @@ private:
     QString lockPath() const;
     QVariantMap readFile(bool mayBeSetAside, VXFileStamp *stamp, VXError *error) const;
     bool reload(bool lockHeld, QStringList *changedElsewhere, VXError *error) VX_REQUIRES(_ioLock);
-    void adoptStored(QStringList *changedElsewhere) VX_REQUIRES(_ioLock);
+    void adopt(QVariantMap stored, const VXFileStamp &stamp, QStringList *changedElsewhere) VX_REQUIRES(_ioLock);
     bool writeChanges(VXError *error) VX_REQUIRES(_ioLock);
     Changes pendingChanges(quint64 *lastSequence) const;
     void forgetChanges(quint64 lastSequence);

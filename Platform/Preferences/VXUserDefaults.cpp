@@ -8,6 +8,7 @@
 #include "VXMainThread.h"
 #include "VXNone.h"
 #include "VXPreferenceFile.h"
+#include "VXPreferenceWatch.h"
 #include "VXPropertyList.h"
 
 #include <QtCore/QCoreApplication>
@@ -65,6 +66,20 @@ VXUserDefaults &VXUserDefaults::standardUserDefaults()
             standard->_savesWhenIdle = true;
         }
         qAddPostRoutine([] { standardUserDefaults().save(); });
+        static const auto readOthersChanges = [standard] {
+            QStringList changedElsewhere;
+            standard->_own->refresh(&changedElsewhere);
+            if (!changedElsewhere.isEmpty())
+                standard->changed(changedElsewhere);
+        };
+        // Once there is an application, and an event loop of it runs.
+        qAddPreRoutine([] {
+            const auto watch = [] {
+                new VXPreferenceWatch(standardUserDefaults()._own->path(), readOthersChanges,
+                                      QCoreApplication::instance());
+            };
+            QMetaObject::invokeMethod(QCoreApplication::instance(), watch, Qt::QueuedConnection);
+        });
         return standard;
     }();
     return *defaults;

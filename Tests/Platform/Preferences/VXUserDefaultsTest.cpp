@@ -268,7 +268,7 @@ TEST_F(VXUserDefaultsTest, ReadersAndWritersOfManyThreads)
     EXPECT_EQ(stored().size(), 4);
 }
 
-TEST_F(VXUserDefaultsTest, TheStandardDefaultsAreSavedWhenIdle)
+TEST_F(VXUserDefaultsTest, TheStandardDefaultsAreSavedWhenIdleAndFollowOtherProcesses)
 {
     VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
     defaults.setObject(u"value"_s, u"key"_s);
@@ -278,4 +278,41 @@ TEST_F(VXUserDefaultsTest, TheStandardDefaultsAreSavedWhenIdle)
     };
     EXPECT_FALSE(saved());
     EXPECT_TRUE(VXRunUntil(saved));
+
+    const QFileInfo kept = QDir(VXUserDefaults::preferencesFolder()).entryInfoList({u"*.plist"_s}).constFirst();
+    const VXLiveSwitch follower(defaults, u"debug.PLUG"_s);
+    QStringList changedKeys;
+    QObject context;
+    VXNotificationCenter::defaultCenter().addObserver(
+        &context, VXUserDefaultsDidChangeNotification,
+        [&](const VXNotification &notification) { changedKeys.append(notification.object.toString()); });
+    const auto write = [&kept](const QVariant &value) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            VXUserDefaults others(kept.completeBaseName(), kept.path());
+            others.setObject(value, u"debug.PLUG"_s);
+            ::_exit(others.synchronize() ? 0 : 1);
+        }
+        int status = 1;
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    };
+    write(true);
+    EXPECT_TRUE(VXRunUntil([&] { return follower.isOn(); }));
+    write({});
+    EXPECT_TRUE(VXRunUntil([&] { return !follower.isOn(); }));
+    EXPECT_EQ(changedKeys, QStringList(2, u"debug.PLUG"_s));
+
+    // Written into as some editors do, and caught in the midst.
+    const QByteArray before = readFile(kept.filePath());
+    const auto put = [&kept](const QByteArray &bytes) {
+        QFile file(kept.filePath());
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size());
+    };
+    put(before.first(before.size() / 2));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(defaults.stringForKey(u"key"_s), u"value"_s);
+    put(QByteArray(before).replace("<string>value</string>", "<string>edited</string>"));
+    EXPECT_TRUE(VXRunUntil([&] { return defaults.stringForKey(u"key"_s) == u"edited"_s; }));
+    EXPECT_FALSE(QFile::exists(kept.filePath() + ".damaged"_L1));
 }
