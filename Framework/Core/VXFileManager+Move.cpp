@@ -178,10 +178,7 @@ VXError VXFileManager::lastError()
 
 bool VXFileManager::itemExistsAtPath(const QString &path)
 {
-    struct stat status
-    {
-    };
-    return ::lstat(QFile::encodeName(path).constData(), &status) == 0;
+    return VXExistsAtPath(path);
 }
 
 // A link with a slash behind it would stand for what it leads to.

@@ -27,11 +27,6 @@ namespace {
 
 constexpr std::chrono::seconds longestWait(10); // for who replaces the store
 
-bool isThere(const QString &path)
-{
-    return QFileInfo::exists(path) || QFileInfo(path).isSymLink();
-}
-
 bool isEmptyFolder(const QString &path)
 {
     return QFileInfo(path).isDir() &&
@@ -68,7 +63,7 @@ bool VXDataPlugin::copyModels(const QString &path, VXError *error) const
 
 StorePtr VXDataPlugin::createStoreAtPath(const QString &path, const QString &extension, VXError *error)
 {
-    const bool isNew = !isThere(path);
+    const bool isNew = !VXExistsAtPath(path);
     if (const VXError problem = VXFileManager::defaultManager().verifyPathExists(path)) {
         VXLogMethod(VXLogError, "createStoreAtPath:dataFileExtension:error:", problem.description());
         VXSetError(error, problem);
@@ -182,7 +177,7 @@ StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
     tellOfWaitingStore(path);
     VXError problem;
     StorePtr store;
-    if (isThere(path) && !isEmptyFolder(path)) {
+    if (VXExistsAtPath(path) && !isEmptyFolder(path)) {
         VXFolderInMaking::removeLeftovers(QFileInfo(path).path());
         store = _loadBundleStoreFile(path, &problem);
     } else {
@@ -217,7 +212,7 @@ StorePtr VXDataPlugin::createBundleStore(const QString &path, VXError *error)
 bool VXDataPlugin::installWaitingStore(const QString &path, VXError *error)
 {
     const QString waiting = waitingPathFor(path);
-    if (!isThere(waiting))
+    if (!VXExistsAtPath(waiting))
         return true;
     VXError problem = VXFileManager::defaultManager().verifyPathExists(QFileInfo(path).path());
     bool isBusy = false;
@@ -225,7 +220,7 @@ bool VXDataPlugin::installWaitingStore(const QString &path, VXError *error)
         problem ? nullptr
                 : VXStoreLock::take(path, VXStoreLock::Purpose::Replace, std::chrono::seconds(0), &problem, &isBusy);
     if (lock)
-        return !isThere(waiting) ||
+        return !VXExistsAtPath(waiting) ||
                moveInWaitingStore(waiting, path, error); // or another process has just installed it
     VXSetError(error, isBusy ? VXError() : problem);
     return isBusy;
@@ -234,7 +229,7 @@ bool VXDataPlugin::installWaitingStore(const QString &path, VXError *error)
 bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &path, VXError *error)
 {
     VXFileManager &files = VXFileManager::defaultManager();
-    if (isThere(path)) {
+    if (VXExistsAtPath(path)) {
         if (const VXError problem = files.safelyTrashFileAtPath(path)) {
             VXSetError(error, problem);
             return false;
@@ -250,7 +245,7 @@ bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &pat
 // In the log and to who started the program: what was imported is not there yet.
 void VXDataPlugin::tellOfWaitingStore(const QString &path) const
 {
-    if (!isThere(waitingPathFor(path)))
+    if (!VXExistsAtPath(waitingPathFor(path)))
         return;
     const QString text =
         u"The store \"%1\" is in use: its replacement waits for a start when nobody has it open"_s.arg(dataStoreName());

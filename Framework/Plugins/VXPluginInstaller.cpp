@@ -35,12 +35,6 @@ bool isSameFolder(const QString &a, const QString &b)
     return QFileInfo::exists(a) && VXRealPath(a) == VXRealPath(b);
 }
 
-// Also true for a link that leads nowhere.
-bool isTaken(const QString &path)
-{
-    return QFileInfo::exists(path) || QFileInfo(path).isSymLink();
-}
-
 // True when the link leads out of the bundle, or would once the bundle lies elsewhere.
 bool leadsOutside(const fs::path &link, const fs::path &realBundle)
 {
@@ -211,7 +205,7 @@ bool VXPluginInstaller::mustWaitForNextStart(const QString &path, const QString 
 VXError VXPluginInstaller::bringToStaging(const QString &path, const QString &staged)
 {
     VXFileManager &files = VXFileManager::defaultManager();
-    if (!isTaken(staged))
+    if (!VXExistsAtPath(staged))
         return files.moveItemAtPath(path, staged);
     QByteArray folder = QFile::encodeName(QFileInfo(staged).path() + "/.install-XXXXXX"_L1);
     if (::mkdtemp(folder.data()) == nullptr)
@@ -232,7 +226,7 @@ VXError VXPluginInstaller::bringToStaging(const QString &path, const QString &st
 VXError VXPluginInstaller::place(const QString &staged, const QString &target)
 {
     VXFileManager &files = VXFileManager::defaultManager();
-    if (isTaken(target)) {
+    if (VXExistsAtPath(target)) {
         if (VXError error = files.safelyTrashFileAtPath(target)) {
             VXLogMethod(VXLogError, "place", error.description());
             return error;
