@@ -16,6 +16,7 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QProcess>
+#include <QtCore/QTimer>
 
 #include <algorithm>
 #include <iterator>
@@ -23,6 +24,10 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto longestWait = 10s; // for plugins that want time before they are disabled
 
 int list(VXHostContext &context, VXPluginManager &manager)
 {
@@ -202,8 +207,16 @@ int disable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plu
     manager.disablePluginProxy(&plugin);
     if (manager.awaitsUnloadReply())
         context.output.note(u"waiting until the plugins agree: %1"_s.arg(manager.pluginsAwaited().join(", "_L1)));
-    while (manager.awaitsUnloadReply())
+    QTimer limit;
+    limit.setSingleShot(true);
+    limit.start(longestWait);
+    while (manager.awaitsUnloadReply() && limit.isActive())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    if (manager.awaitsUnloadReply())
+        return context.output.fail(
+            u"%1 was not disabled: %2 did not answer in %3 seconds; --safe-mode disables it unasked"_s
+                .arg(report.title(), manager.pluginsAwaited().join(", "_L1))
+                .arg(longestWait.count()));
     if (plugin.isEnabled())
         return context.output.fail(u"%1 was not disabled: %2"_s.arg(report.title(), manager.lastRefusal()));
     return changed(context, u"Disabled %1."_s.arg(namesWithout(manager, enabled, manager.enabledPlugins())), report);

@@ -4,6 +4,7 @@
 #include "VXException.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
+#include "VXGuard.h"
 #include "VXHostCommandTable.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -25,6 +26,23 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// Timers, slots and events of plugins run in the event loop: what they throw is told, and the program goes on.
+class GuardedApplication : public QCoreApplication
+{
+public:
+    using QCoreApplication::QCoreApplication;
+
+    bool notify(QObject *receiver, QEvent *event) override
+    {
+        bool isHandled = false;
+        const auto who = [receiver] {
+            return "an event of "_L1 + QString::fromUtf8(receiver->metaObject()->className());
+        };
+        VXGuard(who, [&] { isHandled = QCoreApplication::notify(receiver, event); });
+        return isHandled;
+    }
+};
 
 QStringList decodedArguments(int argc, char **argv)
 {
@@ -140,6 +158,6 @@ int VXHost::run(int argc, char **argv)
         return output.finish(*status);
     if (!setHome(options, output))
         return output.finish(VXHostOutput::Failed);
-    const QCoreApplication application(argc, argv);
+    const GuardedApplication application(argc, argv);
     return output.finish(runApplication(context));
 }

@@ -325,7 +325,7 @@ TEST_F(VXPluginProxyTest, CodeThatCannotBeUsedIsNamedWithTheLoadersReason)
         {u"GoodCode"_s, u"Missing/invalid principal class (GoodCode not a VXPlugin) in "_s, u"not a VXPlugin"_s},
         {u"NoEntryPointCode"_s, notLoaded, u"VXBundlePrincipalClass"_s},
         {u"UnresolvedSymbolCode"_s, notLoaded, u"symbolThatIsDefinedNowhere"_s},
-        {u"WrongVersionCode"_s, notLoaded, u"interface version 2"_s},
+        {u"WrongVersionCode"_s, notLoaded, u"built for interface version "_s},
         {QString(), notLoaded, u"names no code"_s},
     };
     for (const auto &[code, message, reason] : rows) {

@@ -2,6 +2,7 @@
 #include "VXApplication.h"
 #include "VXDevicePlugin.h"
 #include "VXException.h"
+#include "VXInterfacePlugin.h"
 #include "VXPhonebookPlugin.h"
 #include "VXPluginManager.h"
 #include "VXPrincipalClass.h"
