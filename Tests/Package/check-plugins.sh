@@ -60,6 +60,6 @@ expect "Hello, phone" vornix devices do vxdevice://localhost/org.example.trydevi
 export VORNIX_PLUGIN_PATH=$folder/kinds/new/reactor:$folder/kinds/new/exporter
 expect "" vornix triggers add --event ping --reactor org.example.tryreactor --option greeting=Welcome \
   --reactor org.example.tryexporter --option "VXExporterOptionsFilePath=$folder/exported"
-expect "1 of 1 trigger ran, 2 reactors" vornix post ping --object '{"name": "Jane"}'
+expect "1 of 1 trigger ran, 2 reactors" vornix post ping --object '{"name": "Jane", "from": "Jane <555-0100>"}'
 expect "Welcome Jane: ping" vornix log
 expect "Jane" cat "$folder/exported"
