@@ -33,13 +33,20 @@ function(vornix_publish_headers)
   install(FILES ${ARGN} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Vornix)
 endfunction()
 
-# vornix_add_tests(NAME SOURCES ... LINK ...): a GoogleTest program, each test an entry of its own in ctest.
+# vornix_add_tests(NAME [SERIAL] SOURCES ... LINK ...): a GoogleTest program, each test an entry of its own in ctest. SERIAL:
+# nothing else is tested meanwhile, for tests of what has time-outs of its own.
 function(vornix_add_tests name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LINK} VornixTestSupport VornixCompiler)
   target_precompile_headers(${name} PRIVATE "${VORNIX_PRECOMPILED_HEADER}" <gtest/gtest.h> <gmock/gmock.h>)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120 ENVIRONMENT "${VORNIX_TEST_ENVIRONMENT}")
+  if(ARG_SERIAL)
+    set(serial ON)
+  else()
+    set(serial OFF)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120
+    RUN_SERIAL ${serial} ENVIRONMENT "${VORNIX_TEST_ENVIRONMENT}")
 endfunction()
 
 # vornix_add_test_paths(TARGET NAME PATH [NAME PATH ...]): the header TARGETPaths.h, which defines the names as texts. A
