@@ -157,9 +157,12 @@ void VXDeviceAction::failWithThrown(const VXDeviceActionHandler &handler, const 
 void VXDeviceAction::conclude()
 {
     const Ptr self = shared_from_this();
+    {
+        // Before the end is told: who hears of it may execute the action again, which then holds itself for that.
+        const VXMutexLocker lock(_lock);
+        _self = nullptr;
+    }
     finish();
-    const VXMutexLocker lock(_lock);
-    _self = nullptr;
 }
 
 void VXDeviceAction::finish()

@@ -117,6 +117,24 @@ TEST_F(VXDeviceActionTest, ConcludesAtOnceOrLater)
     EXPECT_TRUE(action->description().endsWith(u"> call no error"_s)) << action->description().toStdString();
 }
 
+TEST_F(VXDeviceActionTest, ExecutedAgainAtItsEndItHoldsItselfToo)
+{
+    VXDeviceAction *running = nullptr;
+    phone->handle([&running](VXDeviceAction *handled) { running = handled; });
+    VXDeviceAction::Ptr again = VXDeviceAction::actionWithName(u"call"_s);
+    const std::weak_ptr<VXDeviceAction> watched = again;
+    QObject::connect(
+        again.get(), &VXDeviceAction::didConclude, again.get(), [&] { watched.lock()->executeWithDevice(phone); },
+        Qt::SingleShotConnection);
+    again->executeWithDevice(phone);
+    again.reset();
+    running->conclude();
+    ASSERT_FALSE(watched.expired());
+    EXPECT_TRUE(running->isExecuting());
+    running->conclude();
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST_F(VXDeviceActionTest, WithoutAHandlerItFailsAndShowsNothing)
 {
     execute();
