@@ -10,11 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString hexadecimal(quint32 status)
-{
-    return QString::number(status, 16).toUpper();
-}
-
 quint32 nextSerialNumber()
 {
     static quint32 last = 0; // main thread only
@@ -24,6 +19,11 @@ quint32 nextSerialNumber()
 } // namespace
 
 VXHotKey::VXHotKey(const QString &identifier, VXHotKeyService &service) : _service(&service), _identifier(identifier) {}
+
+QString VXHotKey::textOfStatus(quint32 status)
+{
+    return QString::number(status, 16).toUpper();
+}
 
 VXHotKey::~VXHotKey()
 {
@@ -43,7 +43,7 @@ bool VXHotKey::registerWithKeyCode(quint32 keyCode, quint32 modifiers, const QSt
                                        &_hotKeyRef);
     if (_status != VXHotKeyDone) {
         VXLogMethod(VXLogError, "registerWithKeyCode:modifiers:displayString:",
-                    u"Unable to register hotkey %1: %2"_s.arg(_identifier, hexadecimal(_status)));
+                    u"Unable to register hotkey %1: %2"_s.arg(_identifier, textOfStatus(_status)));
         return false;
     }
     _displayString = displayString;
@@ -57,7 +57,7 @@ void VXHotKey::unregister()
     const quint32 status = _service->unregisterHotKey(_hotKeyRef);
     if (status != VXHotKeyDone)
         VXLogMethod(VXLogError, "unregister",
-                    u"Unable to unregister hotkey %1: %2"_s.arg(_identifier, hexadecimal(status)));
+                    u"Unable to unregister hotkey %1: %2"_s.arg(_identifier, textOfStatus(status)));
     forgetRegistration(VXHotKeyDone);
 }
 

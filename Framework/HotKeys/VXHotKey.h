@@ -37,6 +37,8 @@ public:
 
     /** Why the latest registration failed (VXHotKeyStatus); VXHotKeyDone when it did not, and without one. */
     quint32 status() const { return _status; }
+    /** A status as logs have it: in upper-case hexadecimal. */
+    static QString textOfStatus(quint32 status);
 
     /**
      * Registers with the service, under a number that was never used before. `modifiers`: VXModifierFlag. Registering twice

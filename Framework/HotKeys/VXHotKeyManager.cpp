@@ -72,19 +72,19 @@ void VXHotKeyManager::addCarbonHotKeyListener()
     const quint32 status = _service->installListener();
     if (status != VXHotKeyDone)
         VXLogMethod(VXLogError, "addCarbonHotKeyListener",
-                    u"Unable to register for hotkey events: %1"_s.arg(QString::number(status, 16).toUpper()));
+                    "Unable to register for hotkey events: "_L1 + VXHotKey::textOfStatus(status));
 }
 
 void VXHotKeyManager::setService(std::unique_ptr<VXHotKeyService> service)
 {
-    for (const std::shared_ptr<VXHotKey> &hotKey : std::as_const(_hotKeys)) {
+    for (const HotKeyPtr &hotKey : std::as_const(_hotKeys)) {
         unregister(*hotKey);
         hotKey->setService(*service);
     }
     _service = std::move(service);
     addCarbonHotKeyListener();
-    for (const std::shared_ptr<VXHotKey> &hotKey : std::as_const(_hotKeys))
-        registerBinding(*hotKey);
+    for (const HotKeyPtr &hotKey : std::as_const(_hotKeys))
+        registerBinding(hotKey);
 }
 
 void VXHotKeyManager::registerHotKeyWithIdentifier(const QString &identifier, const QString &title, QObject *target,
@@ -95,29 +95,36 @@ void VXHotKeyManager::registerHotKeyWithIdentifier(const QString &identifier, co
     hotKey->setTitle(title);
     hotKey->setCallbackInvocation(VXInvocation::withMethod(target, selector, {identifier}));
     _hotKeys.insert(identifier, hotKey);
-    registerBinding(*hotKey);
+    registerBinding(hotKey);
 }
 
 void VXHotKeyManager::unregisterHotKeyWithIdentifier(const QString &identifier)
 {
-    if (const std::shared_ptr<VXHotKey> hotKey = _hotKeys.take(identifier))
+    if (const HotKeyPtr hotKey = _hotKeys.take(identifier))
         unregister(*hotKey);
 }
 
-void VXHotKeyManager::registerBinding(VXHotKey &hotKey)
+void VXHotKeyManager::registerBinding(const HotKeyPtr &hotKey)
 {
-    const std::optional<VXHotKeySettings> settings = settingsIn(storedSettings(), hotKey.identifier());
+    const std::optional<VXHotKeySettings> settings = settingsIn(storedSettings(), hotKey->identifier());
     if (!settings)
         return;
-    _registered.insert(hotKey.identifier(), *settings); // refused ones too: they are tried again once they change
-    if (hotKey.registerWithKeyCode(quint32(settings->keyCode), quint32(settings->modifiers), settings->displayString))
-        _hotKeysByID.insert(hotKey.hotKeyID().id, _hotKeys.value(hotKey.identifier()));
+    _followed.insert(hotKey->identifier(), *settings); // refused ones too: they are tried again once they change
+    registerKey(hotKey, settings->keyCode, settings->modifiers, settings->displayString);
+}
+
+bool VXHotKeyManager::registerKey(const HotKeyPtr &hotKey, int keyCode, int modifiers, const QString &displayString)
+{
+    if (!hotKey->registerWithKeyCode(quint32(keyCode), quint32(modifiers), displayString))
+        return false;
+    _hotKeysByID.insert(hotKey->hotKeyID().id, hotKey);
+    return true;
 }
 
 void VXHotKeyManager::unregister(VXHotKey &hotKey)
 {
     _hotKeysByID.remove(hotKey.hotKeyID().id);
-    _registered.remove(hotKey.identifier());
+    _followed.remove(hotKey.identifier());
     hotKey.unregister();
 }
 
@@ -155,47 +162,45 @@ void VXHotKeyManager::setHotKeySettingsForIdentifier(const QString &identifier, 
 bool VXHotKeyManager::updateHotKeyWithIdentifier(const QString &identifier, int keyCode, int modifiers,
                                                  const QString &displayString)
 {
-    const std::shared_ptr<VXHotKey> hotKey = _hotKeys.value(identifier);
+    const HotKeyPtr hotKey = _hotKeys.value(identifier);
     if (!hotKey) {
         VXLogMethod(VXLogWarning,
                     "updateHotKeyWithIdentifier:keyCode:modifiers:displayString:", "Missing hotkey: "_L1 + identifier);
         return false;
     }
     unregister(*hotKey);
-    if (keyCode != 0) {
-        if (!hotKey->registerWithKeyCode(quint32(keyCode), quint32(modifiers), displayString))
-            return false;
-        _hotKeysByID.insert(hotKey->hotKeyID().id, hotKey);
-        _registered.insert(identifier, {keyCode, modifiers, displayString.section(u' ', 0, 0)});
-    }
-    setHotKeySettingsForIdentifier(identifier, keyCode, modifiers, displayString);
-    return true;
+    const bool isDone = keyCode == 0 || registerKey(hotKey, keyCode, modifiers, displayString);
+    if (isDone)
+        setHotKeySettingsForIdentifier(identifier, keyCode, modifiers, displayString);
+    // Not followed, whatever is stored now: the hot key is what the user just made it, unbound too.
+    if (const std::optional<VXHotKeySettings> settings = settingsIn(storedSettings(), identifier))
+        _followed.insert(identifier, *settings);
+    return isDone;
 }
 
-// Bindings that changed in the defaults, by this process or another, and are not what is registered.
+// Bindings that changed in the defaults since they were followed, by this process or another.
 void VXHotKeyManager::followSettings()
 {
     const QVariantMap stored = storedSettings();
-    for (const std::shared_ptr<VXHotKey> &hotKey : std::as_const(_hotKeys)) {
+    for (const HotKeyPtr &hotKey : std::as_const(_hotKeys)) {
         const std::optional<VXHotKeySettings> wanted = settingsIn(stored, hotKey->identifier());
-        const auto present = _registered.constFind(hotKey->identifier());
-        const bool isBound = present != _registered.cend();
-        if (wanted ? isBound && *present == *wanted : !isBound)
+        const auto followed = _followed.constFind(hotKey->identifier());
+        const bool wasStored = followed != _followed.cend();
+        if (wanted ? wasStored && *followed == *wanted : !wasStored)
             continue;
         unregister(*hotKey);
-        registerBinding(*hotKey);
+        registerBinding(hotKey);
     }
 }
 
 void VXHotKeyManager::registrationWasRefused(VXHotKeyRef ref, const QString &reason)
 {
-    for (const std::shared_ptr<VXHotKey> &hotKey : std::as_const(_hotKeys)) {
+    for (const HotKeyPtr &hotKey : std::as_const(_hotKeys)) {
         if (hotKey->hotKeyRef() != ref)
             continue;
         VXLogMethod(VXLogError, "registrationWasRefused",
-                    u"Unable to register hotkey %1: %2 (%3)"_s.arg(hotKey->identifier())
-                        .arg(quint32(VXHotKeyTaken))
-                        .arg(reason));
+                    u"Unable to register hotkey %1: %2 (%3)"_s.arg(hotKey->identifier(),
+                                                                   VXHotKey::textOfStatus(VXHotKeyTaken), reason));
         _hotKeysByID.remove(hotKey->hotKeyID().id);
         hotKey->forgetRegistration(VXHotKeyTaken);
         return;
@@ -204,7 +209,7 @@ void VXHotKeyManager::registrationWasRefused(VXHotKeyRef ref, const QString &rea
 
 void VXHotKeyManager::carbonHotKeyWasPressed(VXHotKeyID hotKeyID)
 {
-    const std::shared_ptr<VXHotKey> hotKey = _hotKeysByID.value(hotKeyID.id); // the callback may unregister it
+    const HotKeyPtr hotKey = _hotKeysByID.value(hotKeyID.id); // the callback may unregister it
     if (!hotKey) {
         VXLogMethod(VXLogError, "carbonHotKeyWasPressed:", u"Missing hotkey for id: %1"_s.arg(hotKeyID.id));
         return;
@@ -236,7 +241,7 @@ void VXHotKeyManager::run(const VXHotKey &hotKey)
 
 bool VXHotKeyManager::pressHotKeyWithIdentifier(const QString &identifier)
 {
-    const std::shared_ptr<VXHotKey> hotKey = _hotKeys.value(identifier);
+    const HotKeyPtr hotKey = _hotKeys.value(identifier);
     if (!hotKey)
         return false;
     run(*hotKey);

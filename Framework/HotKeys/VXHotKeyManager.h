@@ -77,15 +77,18 @@ public:
     bool pressHotKeyWithIdentifier(const QString &identifier);
 
 private:
+    using HotKeyPtr = std::shared_ptr<VXHotKey>;
+
     void addCarbonHotKeyListener();
-    void registerBinding(VXHotKey &hotKey);
+    void registerBinding(const HotKeyPtr &hotKey);
+    bool registerKey(const HotKeyPtr &hotKey, int keyCode, int modifiers, const QString &displayString);
     void unregister(VXHotKey &hotKey);
     void followSettings();
     void run(const VXHotKey &hotKey);
     void registrationWasRefused(VXHotKeyRef ref, const QString &reason);
 
     std::unique_ptr<VXHotKeyService> _service;
-    QMap<QString, std::shared_ptr<VXHotKey>> _hotKeys;
-    QHash<quint32, std::shared_ptr<VXHotKey>> _hotKeysByID; // those that are registered, by the id word
-    QHash<QString, VXHotKeySettings> _registered;           // what those are bound to, by identifier
+    QMap<QString, HotKeyPtr> _hotKeys;
+    QHash<quint32, HotKeyPtr> _hotKeysByID;     // those that are registered, by the id word
+    QHash<QString, VXHotKeySettings> _followed; // the stored bindings that were seen last, by identifier
 };

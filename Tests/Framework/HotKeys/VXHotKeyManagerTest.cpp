@@ -153,6 +153,25 @@ TEST_F(VXHotKeyManagerTest, UpdatingBindsAnewAndStores)
     EXPECT_TRUE(stored().isEmpty());
 }
 
+TEST_F(VXHotKeyManagerTest, WhatAnUpdateLeavesUnboundStaysSoWhenOthersAreStored)
+{
+    add(u"dial"_s);
+    add(u"other"_s);
+    EXPECT_TRUE(manager.updateHotKeyWithIdentifier(u"dial"_s, 0, 0, u"none"_s)); // unbound, with a text
+    manager.setHotKeySettingsForIdentifier(u"other"_s, 33, 0, u"F"_s);
+    ASSERT_TRUE(VXRunUntil([this] { return !service->registered.isEmpty(); }));
+    EXPECT_FALSE(manager.hotKeys().value(u"dial"_s)->isRegistered());
+
+    ASSERT_TRUE(manager.updateHotKeyWithIdentifier(u"dial"_s, 32, 0, u"D"_s));
+    service->status = VXHotKeyTaken;
+    EXPECT_FALSE(manager.updateHotKeyWithIdentifier(u"dial"_s, 34, 0, u"G"_s));
+    service->status = VXHotKeyDone;
+    const quint32 id = idOf(u"other"_s).id;
+    manager.setHotKeySettingsForIdentifier(u"other"_s, 35, 0, u"H"_s);
+    ASSERT_TRUE(VXRunUntil([&] { return idOf(u"other"_s).id != id; }));
+    EXPECT_FALSE(manager.hotKeys().value(u"dial"_s)->isRegistered());
+}
+
 TEST_F(VXHotKeyManagerTest, FollowsBindingsThatAreStoredElsewhere)
 {
     add(u"dial"_s);
