@@ -83,7 +83,7 @@ QVariantMap VXPluginScanner::peekAtBundleInfo(const QString &bundlePath)
     VXError error;
     const QVariant info = VXPropertyList::fromData(data, &error);
     if (info.metaType() != QMetaType::fromType<QVariantMap>()) {
-        const QString reason = error ? error.localizedRecoverySuggestion() : u"It is no dictionary."_s;
+        const QString reason = error ? error.localizedDescription() : u"It is no dictionary."_s;
         VXLogClassMethod(VXLogError, VXPluginScanner, "peekAtBundleInfo:",
                          u"Unable to create dictionary from plist data: %1 %2"_s.arg(path, reason));
         return {};

@@ -103,10 +103,11 @@ TEST_F(VXPluginScannerTest, SkipsWhatHasNoReadableIdentifierAndSaysWhy)
 
     EXPECT_THAT(log.lines(u"WARNING"_s).filter(u"Info.plist is missing identifier: "_s + nameless), testing::SizeIs(1));
     const QString shared = path(u"shared"_s);
-    for (const auto &[text, bundle] : {std::pair{"Unable to create data from plist: %1"_L1, "Empty"_L1},
-                                       std::pair{"Unable to create data from plist: %1"_L1, "File"_L1},
-                                       std::pair{"Unable to create dictionary from plist data: %1 "_L1, "Damaged"_L1},
-                                       std::pair{"Unable to create dictionary from plist data: %1 "_L1, "List"_L1}})
+    for (const auto &[text, bundle] :
+         {std::pair{"Unable to create data from plist: %1"_L1, "Empty"_L1},
+          std::pair{"Unable to create data from plist: %1"_L1, "File"_L1},
+          std::pair{"Unable to create dictionary from plist data: %1 Not a property list: line 1: "_L1, "Damaged"_L1},
+          std::pair{"Unable to create dictionary from plist data: %1 It is no dictionary."_L1, "List"_L1}})
         EXPECT_EQ(log.count(QString(text).arg(shared + u'/' + bundle + ".vxplugin/Contents/Info.plist"_L1)), 1)
             << bundle.data();
     EXPECT_EQ(log.count(u"Other.bundle"_s), 0);
