@@ -20,6 +20,17 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// The last component of the path, also of one that ends with a slash; of no path the server.
+QString nameOf(const QUrl &url)
+{
+    const QStringList components = url.path(QUrl::FullyDecoded).split(u'/', Qt::SkipEmptyParts);
+    return components.isEmpty() ? url.host() : components.constLast();
+}
+
+} // namespace
+
 /** From a start (or the cancelling of what was never started) until the delegate has been told. */
 struct VXWebRequest::Run
 {
@@ -157,7 +168,7 @@ void VXWebRequest::requestURL(const QUrl &theURL)
         if (!_delegate)
             _delegate = _toldDelegate.lock();
     }
-    const QString title = VXLocalizedString(u"Downloading %1"_s).arg(theURL.fileName());
+    const QString title = VXLocalizedString(u"Downloading %1"_s).arg(nameOf(theURL));
     const VXActivity::Ptr activity = VXActivityManager::sharedActivityManager().addActivityWithTitle(title, _uuid);
     activity->setDelegate(this);
     {

@@ -69,6 +69,19 @@ TEST_F(VXWebRequestTest, WhatIsNoWebURLCanNotBeStarted)
     EXPECT_TRUE(server.requests().isEmpty());
 }
 
+TEST_F(VXWebRequestTest, TheActivityNamesWhatIsAskedFor)
+{
+    for (const auto &[path, name] :
+         {std::pair{u"/form"_s, u"form"_s}, std::pair{u"/lists/spare%20parts/"_s, u"spare parts"_s},
+          std::pair{u"/"_s, server.url({}).host()}}) {
+        const auto connection = VXWebConnection::requestURL(server.url(path), {}, delegate);
+        const auto shown = VXActivityManager::sharedActivityManager().activityWithIdentifier(connection->uuid());
+        ASSERT_TRUE(shown);
+        EXPECT_EQ(shown->title(), "Downloading "_L1 + name);
+        connection->cancel();
+    }
+}
+
 TEST_F(VXWebRequestTest, CancellingWhatWasNeverStartedTellsTheDelegateOnce)
 {
     const auto connection = VXWebConnection::create();
