@@ -38,12 +38,12 @@ bool ships(const VXPluginProxy &proxy)
            VXIsInsideFolder(path, VXFrameworkBundle()->bundlePath());
 }
 
-// The plugin's answer to a URL; invalid when it has none.
-QVariant answerOf(VXPluginProxy &proxy, const char *selector, const QString &url)
+// The plugin's answer to a URL; invalid when it has none, or failed, which `reason` tells.
+QVariant answerOf(VXPluginProxy &proxy, const char *selector, const QString &url, QString *reason)
 {
-    QVariant answer;
-    if (proxy.singleton() && proxy.respondsToSelector(selector, 1))
-        VXCallPlugin(proxy, selector, [&] { answer = proxy.performSelector(selector, {url}); });
+    if (!proxy.singleton() || !proxy.respondsToSelector(selector, 1))
+        return {};
+    const QVariant answer = proxy.performSelector(selector, {url}, reason);
     return VXIsNone(answer) ? QVariant() : answer;
 }
 
@@ -219,15 +219,19 @@ void VXPluginManager::announceHeldPlugins()
 
 // -- URLs
 
-QVariant VXPluginManager::openURLString(const QString &url) const
+QVariant VXPluginManager::openURLString(const QString &url)
 {
+    _lastURLProblem = QString();
     const bool isObject = url.startsWith("x-coredata:"_L1, Qt::CaseInsensitive);
     const char *const selector = isObject ? "openManagedObjectWithURIRepresentation" : "openURLString";
     for (VXPluginProxy *const proxy : isObject ? dataPlugins() : interfacePlugins()) {
         std::optional<VXPluginMarker::Scope> mark;
         if (_restoresWindows)
             mark.emplace(*proxy, VXPluginWork::RestoringWindows);
-        QVariant answer = answerOf(*proxy, selector, url);
+        QString reason;
+        QVariant answer = answerOf(*proxy, selector, url, &reason);
+        if (!reason.isNull() && _lastURLProblem.isNull())
+            _lastURLProblem = VXLocalizedString(u"The plugin %1 failed: %2"_s).arg(proxy->identifier(), reason);
         const bool isRefusal = isObject && answer.typeId() == QMetaType::Bool && !answer.toBool();
         if (answer.isValid() && !isRefusal)
             return answer;

@@ -42,10 +42,11 @@ void VXPluginManager::restoreOpenWindows()
             continue;
         if (!everyPluginIsThere)
             _windowsNotRestored.append(url); // it may be one of theirs
-        VXLogMethod(VXLogNotice, "restoreOpenWindows",
-                    (everyPluginIsThere ? u"No plugin knows this window any more: %1"_s
-                                        : u"This window waits for a plugin that is not loaded: %1"_s)
-                        .arg(url));
+        QString what = everyPluginIsThere ? u"No plugin knows this window any more: "_s
+                                          : u"This window waits for a plugin that is not loaded: "_s;
+        if (!_lastURLProblem.isNull())
+            what = u"This window can not be opened again. %1: "_s.arg(_lastURLProblem);
+        VXLogMethod(VXLogNotice, "restoreOpenWindows", what + url);
     }
 }
 

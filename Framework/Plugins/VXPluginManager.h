@@ -72,6 +72,8 @@ public:
     bool awaitsUnloadReply() const { return !pluginsAwaited().isEmpty(); }
     /** Who refused when plugins were last to be unloaded, for people; null when nobody did. */
     QString lastRefusal() const { return _lastRefusal; }
+    /** Which plugin failed, and why, when a URL was last to be opened, for people; null when none did. */
+    QString lastURLProblem() const { return _lastURLProblem; }
 
     // -- Changes
     /** Enables and loads a root plugin; false, and not enabled, when it cannot be loaded. */
@@ -139,7 +141,7 @@ private:
     void leaveOutForSafeMode();
     void loadEnabledPlugins();
     void announceHeldPlugins();
-    QVariant openURLString(const QString &url) const;
+    QVariant openURLString(const QString &url);
 
     // VXPluginManager+Unload.cpp
     UnloadRun beginRun(VXUnloadPurpose purpose);
@@ -164,6 +166,7 @@ private:
     QList<QPointer<VXPlugin>> _pluginsToLoad; // instances whose loading is still to be announced
     std::vector<UnloadRun> _unloadRuns;       // those under way, oldest first
     QString _lastRefusal;
+    QString _lastURLProblem;
     bool _isShutDown = false;
     bool _safeMode = false;
     bool _restoresWindows = false;

@@ -155,14 +155,15 @@ bool VXPluginProxy::respondsToSelector(const QByteArray &selector, qsizetype arg
            VXInvocation::respondsTo(this, selector, argumentCount);
 }
 
-QVariant VXPluginProxy::performSelector(const QByteArray &selector, const QVariantList &arguments)
+QVariant VXPluginProxy::performSelector(const QByteArray &selector, const QVariantList &arguments, QString *reason)
 {
     const Instance instance = _singleton; // held: the call may unload the plugin
     VXInvocation invocation = VXInvocation::withMethod(instance.get(), selector, arguments);
     if (invocation.isNull())
         invocation = VXInvocation::withMethod(this, selector, arguments);
     std::optional<QVariant> result;
-    const bool returned = VXCallPlugin(*this, selector.constData(), [&] { result = invocation.invoke(); });
+    const auto call = [&] { result = invocation.invoke(); };
+    const bool returned = VXCallPlugin(*this, selector.constData(), call, reason);
     if (returned && !result) // no such method, or none that takes arguments of these types
         doesNotRecognizeSelector(selector);
     return result.value_or(QVariant());

@@ -98,8 +98,8 @@ public:
     /** True when the instance, or the proxy itself, has an invokable method of that name and argument count. */
     bool respondsToSelector(const QByteArray &selector, qsizetype argumentCount = 0) const;
     /** Calls the method by name on the instance, else on the proxy; what neither has fails an assertion.
-     * @return what the call returned; invalid for void. */
-    QVariant performSelector(const QByteArray &selector, const QVariantList &arguments = {});
+     * @return what the call returned; invalid for void, and when it threw, which is logged and told by `reason`. */
+    QVariant performSelector(const QByteArray &selector, const QVariantList &arguments = {}, QString *reason = nullptr);
 
     /**
      * The instance as a class the caller knows, to call `selector` of. Fails an assertion when the plugin is not

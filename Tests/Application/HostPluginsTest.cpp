@@ -258,6 +258,14 @@ TEST_F(HostPluginsTest, WhatAPluginDoesAtTheEndTakesNothingFromTheCommand)
          0,
          true,
          "ended while the plugin org.bad was unloading"},
+        {{{u"FixtureDoes"_s, QVariantMap{{u"pluginShouldUnload"_s, u"exit"_s}}}},
+         0,
+         true,
+         "ended by the plugin org.bad, "},
+        {{{u"FixtureDoes"_s, QVariantMap{{u"pluginShouldUnload"_s, u"_exit"_s}}}},
+         0,
+         true,
+         "ended by the plugin org.bad, "},
         {{{u"FixtureEndsIn"_s, u"pluginWillUnload"_s}},
          128 + SIGABRT,
          true,
@@ -276,6 +284,30 @@ TEST_F(HostPluginsTest, WhatAPluginDoesAtTheEndTakesNothingFromTheCommand)
         QDir(shared + u"/org.bad.vxplugin"_s).removeRecursively();
         EXPECT_EQ(listed(u"org.calls"_s)[u"enabled"_s].toBool(), isDone) << told;
     }
+}
+
+TEST_F(HostPluginsTest, APluginThatEndsTheProgramIsNamedWhereverItWasCalled)
+{
+    writePlugins();
+    enable(R"(["org.window", "org.calls"])");
+    const std::string bundle = (shared + u"/org.window.vxplugin"_s).toStdString();
+    const auto open = [](const QString &how) {
+        return runHostShell(u"\"$0\" open callto:1 > /dev/null; \"$0\" open callto:2?%1 --json; exit $?"_s.arg(how));
+    };
+    for (const QString &how : {u"exit"_s, u"_exit"_s, u"_Exit"_s, u"quick_exit"_s, u"thread"_s}) {
+        const HostOutcome ended = open(how);
+        const std::string text = "the program was ended by the plugin org.window, " + bundle;
+        EXPECT_EQ(ended.status, 1);
+        EXPECT_EQ(ended.errors.toStdString(), "vornix: " + text + '\n') << how.toStdString();
+        EXPECT_EQ(ended.output.toStdString(), "{\"error\":\"" + text + "\"}\n") << how.toStdString();
+    }
+    const HostOutcome crashed = open(u"abort"_s);
+    EXPECT_EQ(crashed.status, 128 + SIGABRT);
+    EXPECT_EQ(VXJSONFromText(crashed.output)->toObject()[u"error"_s].toString().toStdString(),
+              "the program crashed, in the code of " + bundle);
+    const HostOutcome forked = open(u"fork"_s);
+    EXPECT_EQ(forked.errors, QByteArray());
+    EXPECT_EQ(VXJSONFromText(forked.output)->toObject()[u"answer"_s].toString(), u"a window of org.window"_s);
 }
 
 TEST_F(HostPluginsTest, EveryCommandAsksThePluginsBeforeItEnds)
@@ -325,11 +357,14 @@ TEST_F(HostPluginsTest, OpensURLsAndTheirWindowsAgain)
               (QJsonObject{{u"url"_s, u"callto:2"_s}, {u"answer"_s, u"a window of org.window"_s}}));
     EXPECT_EQ(runHost({u"open"_s, u"callto:3?modal"_s}).output,
               QByteArray("{\"class\":\"WindowPlugin\",\"name\":\"\"}\n"));
-    for (const QString &url : {u"other:1"_s, u"callto:4?fault"_s, u""_s}) {
+    for (const QString &url : {u"other:1"_s, u""_s}) {
         const HostOutcome refused = runHost({u"open"_s, url});
         EXPECT_EQ(refused.status, 1);
         EXPECT_EQ(refused.errors, "vornix: no plugin knows the URL "_ba + url.toUtf8() + '\n');
     }
+    EXPECT_THAT(
+        runHost({u"open"_s, u"callto:4?fault"_s}).errors.toStdString(),
+        testing::ContainsRegex("cannot open the URL callto:4.fault: The plugin org.window failed: .*no window"));
     EXPECT_EQ(runHost({u"open"_s, u"callto:5"_s, u"--safe-mode"_s}).status, 1);
     EXPECT_EQ(openWindows(), (QJsonArray{u"callto:1"_s, u"callto:2"_s}));
 }

@@ -3,6 +3,7 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXPluginManager.h"
 #include "VXPluginSession.h"
 
 #include <QtCore/QJsonObject>
@@ -23,9 +24,11 @@ QJsonValue jsonAnswer(const QVariant &answer)
 
 int runOpen(VXHostContext &context)
 {
-    return VXRunWithPlugins(context, [&context](VXPluginManager &) {
+    return VXRunWithPlugins(context, [&context](VXPluginManager &manager) {
         const QString url = context.options.operand(0);
         const QVariant answer = VXApplication::sharedApplication().openURLString(url);
+        if (!answer.isValid() && !manager.lastURLProblem().isNull())
+            return context.output.fail(u"cannot open the URL %1: %2"_s.arg(url, manager.lastURLProblem()));
         if (!answer.isValid())
             return context.output.fail(u"no plugin knows the URL %1"_s.arg(url));
         const QJsonValue json = jsonAnswer(answer);
@@ -43,7 +46,7 @@ VXHostCommand VXOpenCommand()
             .summary = u"Have a plugin open a URL"_s,
             .synopsis = u"URL"_s,
             .details = u"Starts the plugins, offers them the URL, such as \"callto:555-0100\", and shows what stands "
-                       "for the opened thing. Fails when no plugin knows the URL."_s,
+                       "for the opened thing. Fails when no plugin knows the URL, or the one that does fails."_s,
             .minimumOperands = 1,
             .maximumOperands = 1,
             .run = runOpen};

@@ -42,6 +42,7 @@ bool VXHostOutput::isTerminal() const
 
 void VXHostOutput::answer(const QString &text, const QJsonValue &value)
 {
+    const VXMutexLocker lock(_lock);
     VXAssert(!_answered, u"A command answers once"_s);
     _answered = true;
     if (_isJSON)
@@ -57,6 +58,7 @@ void VXHostOutput::answer(const QJsonValue &value)
 
 void VXHostOutput::answerBytes(const QByteArray &bytes)
 {
+    const VXMutexLocker lock(_lock);
     VXAssert(!_isJSON && !_answered, u"Bytes are no JSON value"_s);
     _answered = true;
     write(bytes);
@@ -64,6 +66,7 @@ void VXHostOutput::answerBytes(const QByteArray &bytes)
 
 void VXHostOutput::beginParts()
 {
+    const VXMutexLocker lock(_lock);
     VXAssert(!_answered, u"A command answers once"_s);
     _answered = true;
     _inParts = true;
@@ -73,6 +76,7 @@ void VXHostOutput::beginParts()
 
 void VXHostOutput::writePart(const QByteArray &line)
 {
+    const VXMutexLocker lock(_lock);
     if (_isJSON)
         write(_wroteFirstPart ? ",\n" : "\n");
     _wroteFirstPart = true;
@@ -90,6 +94,7 @@ void VXHostOutput::note(const QString &text)
 
 int VXHostOutput::fail(const QString &text)
 {
+    const VXMutexLocker lock(_lock);
     if (text == _failure) // as when the same is tried again at the end
         return Failed;
     _failure = text;
@@ -106,8 +111,10 @@ int VXHostOutput::failUsage(const QString &text, const QString &usage)
 
 bool VXHostOutput::flush()
 {
+    const VXMutexLocker lock(_lock);
     if (_writingFailed)
         return false;
+    _hasWritten = _hasWritten || !_buffer.isEmpty();
     const int error = writeFully(_output, _buffer);
     _buffer.clear();
     if (error == 0)
@@ -120,13 +127,33 @@ bool VXHostOutput::flush()
 
 int VXHostOutput::finish(int status)
 {
+    const VXMutexLocker lock(_lock);
     if (_isJSON && _inParts)
         write(_wroteFirstPart ? "\n]\n" : "]\n");
     else if (_isJSON && !_answered)
         writeLine(_failure.isNull() ? "null"_ba : VXJSONText(QJsonObject{{u"error"_s, _failure}}));
     _answered = true;
     _inParts = false;
-    return flush() ? status : static_cast<int>(Failed);
+    const bool isWritten = flush();
+    _hasWritten = true;
+    return isWritten ? status : static_cast<int>(Failed);
+}
+
+// Calls only what may be called inside a signal handler.
+void VXHostOutput::answerCrash(std::string_view failure) const
+{
+    if (!_isJSON || _hasWritten)
+        return;
+    const auto put = [this](std::string_view text) {
+        [[maybe_unused]] const ssize_t written = ::write(_output, text.data(), text.size());
+    };
+    put(R"({"error": ")");
+    for (const char &character : failure) {
+        if (character == '"' || character == '\\')
+            put("\\");
+        put(static_cast<unsigned char>(character) < 0x20 ? "?" : std::string_view(&character, 1));
+    }
+    put("\"}\n");
 }
 
 void VXHostOutput::write(const QByteArray &bytes)

@@ -1,14 +1,20 @@
 #pragma once
 
+#include "VXMutex.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QJsonValue>
 #include <QtCore/QString>
+
+#include <atomic>
+#include <string_view>
 
 /**
  * Where a command writes: standard output for what was asked for, standard error for what went wrong. It
  * keeps the promise of --json: exactly one JSON value on standard output, whatever happens ({"error": TEXT}
  * after a failure, null where there is nothing to say). A reader that went away ends the output without a
- * word; other failures to write are told. Used on one thread.
+ * word; other failures to write are told. Used on one thread; but what ends an answer may be called on any, as by a plugin's
+ * thread that ends the program.
  */
 class VXHostOutput
 {
@@ -44,18 +50,23 @@ public:
     bool flush();
     /** Ends the answer and writes it. @return the exit status: the given one, or Failed when writing failed. */
     int finish(int status);
+    /** Inside the handler of a signal that ends the program: the failure as a JSON value, where one was asked for and nothing
+     * of it is written yet. */
+    void answerCrash(std::string_view failure) const;
 
 private:
-    void write(const QByteArray &bytes);
-    void writeLine(const QByteArray &line);
+    void write(const QByteArray &bytes) VX_REQUIRES(_lock);
+    void writeLine(const QByteArray &line) VX_REQUIRES(_lock);
 
     const int _output;
     const int _errors;
     const bool _isJSON;
-    bool _answered = false;
-    bool _inParts = false;
-    bool _wroteFirstPart = false;
-    bool _writingFailed = false;
-    QString _failure;
-    QByteArray _buffer;
+    std::atomic<bool> _hasWritten = false; // or there is nothing more to write
+    mutable VXRecursiveMutex _lock;
+    bool _answered VX_GUARDED_BY(_lock) = false;
+    bool _inParts VX_GUARDED_BY(_lock) = false;
+    bool _wroteFirstPart VX_GUARDED_BY(_lock) = false;
+    bool _writingFailed VX_GUARDED_BY(_lock) = false;
+    QString _failure VX_GUARDED_BY(_lock);
+    QByteArray _buffer VX_GUARDED_BY(_lock);
 };

@@ -1,16 +1,21 @@
 #include "VXLastWords.h"
 
+#include "VXBundle.h"
 #include "VXHostOutput.h"
 #include "VXPluginMarker.h"
+#include "VXPluginOnStack.h"
 #include "VXUserDefaults.h"
 
+#include <QtCore/QFile>
+
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <string_view>
+#include <sys/syscall.h>
 #include <unistd.h>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -18,43 +23,35 @@ namespace {
 
 constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
 
-VXLastWords *current = nullptr;
-
 alignas(16) std::array<char, 64 * 1024> signalStack; // a stack that is used up has no room for a handler
 
-void writeText(const char *text)
+/** Text made inside a signal handler: without allocation, and cut at its end. Written as it grows. */
+class CrashText
 {
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text, std::strlen(text));
-}
-
-// Calls only what may be called inside a signal handler. The signal's own action follows.
-void tellOfCrash(int signal)
-{
-    const char *const worker = VXPluginMarker::lastWords();
-    writeText("vornix: the program crashed");
-    if (*worker != '\0') {
-        writeText(" while the plugin ");
-        writeText(worker);
+public:
+    void add(std::string_view text)
+    {
+        const std::string_view part = text.substr(0, _text.size() - _size);
+        std::ranges::copy(part, _text.begin() + static_cast<std::ptrdiff_t>(_size));
+        _size += part.size();
+        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, part.data(), part.size());
     }
-    writeText("\n");
-    ::raise(signal);
-}
+    std::string_view text() const { return {_text.data(), _size}; }
 
-void setCrashHandler(void (*handler)(int))
-{
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_ONSTACK | SA_NODEFER | static_cast<int>(SA_RESETHAND);
-    for (const int signal : crashSignals)
-        ::sigaction(signal, &action, nullptr);
-}
+private:
+    std::array<char, 2048> _text{};
+    size_t _size = 0;
+};
 
 } // namespace
 
-VXLastWords::VXLastWords(VXHostOutput &output) : _output(output)
+std::atomic<VXLastWords *> VXLastWords::_current = nullptr;
+
+VXLastWords::VXLastWords(VXHostOutput &output) : _output(output), _process(::getpid())
 {
-    current = this;
-    [[maybe_unused]] static const int registered = std::atexit(atExit);
+    VXPrepareStackWalk();
+    _current = this;
+    [[maybe_unused]] static const int registered = std::atexit(atExit) + std::at_quick_exit(atExit);
     const stack_t stack = {.ss_sp = signalStack.data(), .ss_flags = 0, .ss_size = signalStack.size()};
     ::sigaltstack(&stack, nullptr);
     setCrashHandler(tellOfCrash);
@@ -63,20 +60,61 @@ VXLastWords::VXLastWords(VXHostOutput &output) : _output(output)
 VXLastWords::~VXLastWords()
 {
     setCrashHandler(SIG_DFL);
-    current = nullptr;
+    _current = nullptr;
+}
+
+void VXLastWords::setCrashHandler(void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_ONSTACK | SA_NODEFER | static_cast<int>(SA_RESETHAND);
+    for (const int signal : crashSignals)
+        ::sigaction(signal, &action, nullptr);
+}
+
+// Calls only what may be called inside a signal handler; walking up the stack comes last, as it may crash itself. The
+// signal's own action follows.
+void VXLastWords::tellOfCrash(int signal)
+{
+    CrashText text;
+    text.add("vornix: the program crashed");
+    if (const std::string_view worker = VXPluginMarker::lastWords(); !worker.empty()) {
+        text.add(" while the plugin ");
+        text.add(worker);
+    }
+    if (const std::string_view bundle = VXPluginOnStack(); !bundle.empty()) {
+        text.add(", in the code of ");
+        text.add(bundle);
+    }
+    if (const VXLastWords *const lastWords = _current)
+        lastWords->_output.answerCrash(text.text().substr(std::string_view("vornix: ").size()));
+    text.add("\n");
+    ::raise(signal);
 }
 
 void VXLastWords::atExit()
 {
-    if (VXLastWords *const lastWords = std::exchange(current, nullptr))
+    VXLastWords *lastWords = _current;
+    if (lastWords != nullptr && lastWords->_process == ::getpid() && _current.exchange(nullptr) == lastWords)
         lastWords->tellOfExit();
+}
+
+QString VXLastWords::textOfExit()
+{
+    const QString worker = QString::fromUtf8(VXPluginMarker::lastWords());
+    const std::string_view code = VXPluginOnStack();
+    const QString bundlePath = QFile::decodeName(QByteArray(code.data(), static_cast<qsizetype>(code.size())));
+    if (!worker.isEmpty())
+        return u"the program was ended while the plugin %1"_s.arg(worker) +
+               (bundlePath.isEmpty() ? QString() : u", by the code of %1"_s.arg(bundlePath));
+    const VXBundle::Ptr bundle = bundlePath.isEmpty() ? nullptr : VXBundle::bundleWithPath(bundlePath);
+    return bundle ? u"the program was ended by the plugin %1, %2"_s.arg(bundle->bundleIdentifier(), bundlePath)
+                  : u"a plugin ended the program"_s;
 }
 
 void VXLastWords::tellOfExit()
 {
-    const QString worker = QString::fromUtf8(VXPluginMarker::lastWords());
-    const QString text =
-        worker.isEmpty() ? u"a plugin ended the program"_s : u"the program was ended while the plugin %1"_s.arg(worker);
+    const QString text = textOfExit();
     if (_status)
         _output.note("vornix: "_L1 + text);
     else
@@ -84,5 +122,21 @@ void VXLastWords::tellOfExit()
     static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize());
     const int status = _output.finish(_status.value_or(VXHostOutput::Failed));
     std::fflush(nullptr);
+    ::_exit(status);
+}
+
+// -- What ends a process without running what std::atexit was given: the program's own, which plugins find first.
+
+#define VX_SYSTEM_OPERATION extern "C" __attribute__((visibility("default"), noreturn))
+
+VX_SYSTEM_OPERATION void _exit(int status)
+{
+    VXLastWords::atExit();
+    for (;;)
+        ::syscall(SYS_exit_group, status);
+}
+
+VX_SYSTEM_OPERATION void _Exit(int status) noexcept
+{
     ::_exit(status);
 }

@@ -12,6 +12,7 @@
 
 #include <cstdlib>
 #include <stdexcept>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -27,7 +28,7 @@ using namespace Qt::StringLiterals;
  *     FixtureThrows    what it throws: "VXException" (default), "std::exception" or "number"
  *     FixtureEndsIn    the operation in which the process dies
  *     FixtureDoes      dictionary of what it does in operations: "disable" (itself), "quit", "agree" or "refuse" (replies
- *                      to pluginShouldUnload), "exit" (ends the process with 0)
+ *                      to pluginShouldUnload), "exit" and "_exit" (end the process with 0)
  *     FixtureReply     the answer of pluginShouldUnload; 1 without
  *     FixtureName      its own name; the bundle's without
  *     FixtureLeaks     array of what outlives it: "observer", "instance", and of that one "context" and "timer"
@@ -109,6 +110,8 @@ private:
             manager.replyToPluginShouldUnload(what == u"agree"_s, _identifier);
         else if (what == u"exit"_s)
             std::exit(0);
+        else if (what == u"_exit"_s)
+            ::_exit(0);
     }
 
     static void leak(const QStringList &things)

@@ -3,14 +3,18 @@
 
 #include <QtCore/QObject>
 
+#include <cstdlib>
 #include <stdexcept>
+#include <thread>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 /**
  * An interface plugin that opens URLs of the scheme that "FixtureScheme" of its Info.plist names, and has a window for
- * each from then on. Those that end in "?modal" open no window but an object, those in "?fault" throw. With
- * "FixtureForgets" it throws when it is asked for its windows.
+ * each from then on. Those that end in "?modal" open no window but an object, those in "?fault" throw, those in "?exit",
+ * "?_exit", "?_Exit", "?quick_exit", "?abort" and "?thread" (exit on another one) end the process; "?fork" ends a child that
+ * way. With "FixtureForgets" it throws when it is asked for its windows.
  */
 class WindowPlugin : public VXInterfacePlugin
 {
@@ -25,6 +29,7 @@ public:
             return {};
         if (url.endsWith("?fault"_L1))
             throw std::runtime_error("no window");
+        end(url.section(u'?', 1));
         if (url.endsWith("?modal"_L1))
             return QVariant::fromValue(static_cast<QObject *>(this));
         _urls.append(url);
@@ -39,6 +44,24 @@ public:
     }
 
 private:
+    static void end(const QString &how)
+    {
+        if (how == "exit"_L1)
+            std::exit(0);
+        if (how == "_exit"_L1)
+            ::_exit(0);
+        if (how == "_Exit"_L1)
+            std::_Exit(0);
+        if (how == "quick_exit"_L1)
+            std::quick_exit(0);
+        if (how == "abort"_L1)
+            std::abort();
+        if (how == "thread"_L1)
+            std::thread([] { std::exit(0); }).join();
+        if (how == "fork"_L1 && ::fork() == 0)
+            std::exit(0);
+    }
+
     const QVariantMap _info;
     QStringList _urls;
 };
