@@ -3,6 +3,7 @@
 #include "VXErrorDomain.h"
 #include "VXItemCopy.h"
 #include "VXMethodLog.h"
+#include "VXScratchFolder.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QRandomGenerator>
@@ -21,6 +22,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 namespace fs = std::filesystem;
+
+// Of what is on its way: copies beside their destination, and sources that are being removed.
+const QString asidePrefix = u".vornix-move."_s;
 
 struct SharedError
 {
@@ -51,6 +55,11 @@ std::error_code systemError()
     return {errno, std::generic_category()};
 }
 
+QString folderOf(const fs::path &path)
+{
+    return path.has_parent_path() ? QFile::decodeName(path.parent_path().c_str()) : u"."_s;
+}
+
 bool isTaken(const fs::path &path)
 {
     return VXFileManager::itemExistsAtPath(QFile::decodeName(path.c_str()));
@@ -72,10 +81,12 @@ std::error_code renameToFreePath(const fs::path &from, const fs::path &to)
 // The copy grows in a folder of its own beside the destination, so that this is either free or holds all.
 std::error_code copyIntoPlace(const fs::path &from, const fs::path &to)
 {
-    std::string staging = (to.parent_path() / ".vornix-move.XXXXXX").string();
-    if (::mkdtemp(staging.data()) == nullptr)
+    const QString folder = folderOf(to);
+    VXScratchFolder::removeAbandoned(folder, asidePrefix);
+    const VXScratchFolder staging(folder, asidePrefix);
+    if (staging.path().isNull())
         return systemError();
-    const fs::path copy = fs::path(staging) / to.filename();
+    const fs::path copy = fs::path(QFile::encodeName(staging.path()).toStdString()) / to.filename();
     std::error_code error = VXCopyItem(from, copy);
     if (!error)
         error = renameToFreePath(copy, to);
@@ -84,11 +95,11 @@ std::error_code copyIntoPlace(const fs::path &from, const fs::path &to)
         error = VXFinishCopy(from, to);
     if (error && isInPlace)
         VXRemoveCopy(to);
-    VXRemoveCopy(staging);
     return error;
 }
 
-// The source goes at once or not at all: a folder is first given a name under which nobody looks for it.
+// The source goes at once or not at all: a folder is first given a name under which nobody looks for it. It is locked, as
+// what a killed process leaves of it goes with the next move.
 std::error_code removeSource(const fs::path &from)
 {
     std::error_code error;
@@ -96,10 +107,12 @@ std::error_code removeSource(const fs::path &from)
         fs::remove(from, error);
         return error;
     }
+    VXScratchFolder::removeAbandoned(folderOf(from), asidePrefix);
+    const VXFileDescriptor lock = VXScratchFolder::lock(QFile::decodeName(from.c_str()));
     fs::path aside;
     do
-        aside = from.parent_path() /
-                (".vornix-move." + QByteArray::number(QRandomGenerator::global()->generate(), 36).toStdString());
+        aside = from.parent_path() / (asidePrefix.toStdString() +
+                                      QByteArray::number(QRandomGenerator::global()->generate(), 36).toStdString());
     while ((error = renameToFreePath(from, aside)) == std::errc::file_exists);
     if (!error && (fs::remove_all(aside, error), error)) {
         VXLogClassMethod(VXLogWarning, VXFileManager, "moveItemAtPath:",

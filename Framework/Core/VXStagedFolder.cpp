@@ -1,14 +1,11 @@
 #include "VXStagedFolder.h"
 
 #include "VXFileManager.h"
-#include "VXItemCopy.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <limits>
 
@@ -94,24 +91,17 @@ QString nearestFolder(QString folder)
 
 VXStagedFolder::VXStagedFolder(const QString &destination) : _destination(destination)
 {
-    QByteArray path = QFile::encodeName(nearestFolder(destination) + QStringLiteral("/.vornix-new.XXXXXX"));
-    if (::mkdtemp(path.data()) == nullptr)
-        _reason = qt_error_string(errno);
-    else
-        _path = QFile::decodeName(path);
-}
-
-VXStagedFolder::~VXStagedFolder()
-{
-    if (!_path.isNull())
-        VXRemoveCopy(systemPath(_path));
+    const QString folder = nearestFolder(destination);
+    const QString prefix = QStringLiteral(".vornix-new.");
+    VXScratchFolder::removeAbandoned(folder, prefix);
+    _scratch = std::make_unique<VXScratchFolder>(folder, prefix);
 }
 
 qint64 VXStagedFolder::usedBytes() const
 {
     std::error_code error;
     qint64 used = 0;
-    for (fs::recursive_directory_iterator item(systemPath(_path), error); item != fs::recursive_directory_iterator();
+    for (fs::recursive_directory_iterator item(systemPath(path()), error); item != fs::recursive_directory_iterator();
          item.increment(error)) {
         if (item->symlink_status(error).type() == fs::file_type::regular)
             used += qint64(item->file_size(error));
@@ -122,7 +112,7 @@ qint64 VXStagedFolder::usedBytes() const
 qint64 VXStagedFolder::freeBytes() const
 {
     std::error_code error;
-    const fs::space_info space = fs::space(systemPath(_path), error);
+    const fs::space_info space = fs::space(systemPath(path()), error);
     constexpr auto most = quint64(std::numeric_limits<qint64>::max());
     return error ? qint64(most) : qint64(std::min<quint64>(space.available, most));
 }
@@ -131,8 +121,8 @@ QString VXStagedFolder::moveIntoPlace()
 {
     if (const VXError error = VXFileManager::defaultManager().verifyPathExists(_destination))
         return error.localizedDescription();
-    std::error_code error = merge(systemPath(_path), systemPath(_destination), false);
+    std::error_code error = merge(systemPath(path()), systemPath(_destination), false);
     if (!error)
-        error = merge(systemPath(_path), systemPath(_destination), true);
+        error = merge(systemPath(path()), systemPath(_destination), true);
     return error ? qt_error_string(error.value()) : QString();
 }

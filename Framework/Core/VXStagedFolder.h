@@ -1,22 +1,24 @@
 #pragma once
 
+#include "VXScratchFolder.h"
+
 #include <QtCore/QString>
+
+#include <memory>
 
 /**
  * A folder that grows beside its destination (in it, when it is there already), and then moves into it: so that what is not
- * finished is not found there. It goes with the object. Private to VXZipFile; one thread at a time.
+ * finished is not found there. It goes with the object; one that a killed process left goes before the next is made.
+ * Private to VXZipFile; one thread at a time.
  */
 class VXStagedFolder
 {
 public:
     explicit VXStagedFolder(const QString &destination);
-    ~VXStagedFolder();
-    VXStagedFolder(const VXStagedFolder &) = delete;
-    VXStagedFolder &operator=(const VXStagedFolder &) = delete;
 
     /** Null when the folder could not be made; `reason` tells why. */
-    QString path() const { return _path; }
-    QString reason() const { return _reason; }
+    QString path() const { return _scratch->path(); }
+    QString reason() const { return _scratch->reason(); }
 
     /** Bytes in the files so far. */
     qint64 usedBytes() const;
@@ -32,6 +34,5 @@ public:
 
 private:
     const QString _destination;
-    QString _path;
-    QString _reason;
+    std::unique_ptr<VXScratchFolder> _scratch;
 };

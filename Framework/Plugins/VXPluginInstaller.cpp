@@ -6,14 +6,13 @@
 #include "VXMethodLog.h"
 #include "VXPluginPaths.h"
 #include "VXPluginScanner.h"
+#include "VXScratchFolder.h"
 #include "VXVersion.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <unistd.h>
 
@@ -24,6 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const QString identifierKey = u"CFBundleIdentifier"_s;
+const QString installPrefix = u".install-"_s; // of folders for what is on its way into the staging folder
 
 fs::path nativePath(const QString &path)
 {
@@ -96,6 +96,11 @@ QString VXPluginInstaller::problemOfBundle(const QString &path, const QVariantMa
     if (const QString problem = problemOfIdentifiers(path, identifier); !problem.isNull())
         return problem;
     const VXPluginProxy *const known = _manager.pluginWithIdentifier(identifier);
+    const QString kind = info.value(u"VXPluginClass"_s).toString();
+    if (known != nullptr && known->isInstalled() && known->pluginClassType() != kind)
+        return VXLocalizedString(u"\"%1\" is of the kind \"%2\", but \"%3\", which has its identifier, is of the kind "
+                                 "\"%4\": it is no update of that, but another plugin."_s)
+            .arg(path, kind, known->bundle()->bundlePath(), known->pluginClassType());
     if (known != nullptr && known->isInstalled() &&
         !VXIsInsideFolder(known->bundle()->bundlePath(), _manager.pathToSharedPluginFolder())) {
         const QString used = known->infoText(u"CFBundleVersion"_s);
@@ -182,8 +187,27 @@ VXPluginInstallResult VXPluginInstaller::install(const QString &givenPath, QStri
     return VXPluginInstallResult::Installed;
 }
 
+// A process that was killed may have left a bundle on its way into the staging folder. Of two the older goes to the trash.
+void VXPluginInstaller::rescueAbandoned()
+{
+    const QString stagingFolder = _manager.pathToInstallStagingFolder();
+    VXScratchFolder::visitAbandoned(stagingFolder, installPrefix, [&](const QString &folder) {
+        for (const QString &path : VXPluginScanner::pluginPathsInFolder(folder)) {
+            const QFileInfo staged(stagingFolder + u'/' + QFileInfo(path).fileName());
+            const bool isOlder = staged.exists() && staged.metadataChangeTime() > QFileInfo(folder).lastModified();
+            const VXError error =
+                isOlder ? VXFileManager::defaultManager().safelyTrashFileAtPath(path) : place(path, staged.filePath());
+            if (error)
+                VXLogMethod(VXLogError, "rescueAbandoned", error.description());
+        }
+        VXScratchFolder::removeAbandoned(folder, u".vornix-move."_s); // half copies
+        ::rmdir(QFile::encodeName(folder).constData());               // does nothing while something lies there
+    });
+}
+
 void VXPluginInstaller::installStaged()
 {
+    rescueAbandoned();
     for (const QString &path : VXPluginScanner::pluginPathsInFolder(_manager.pathToInstallStagingFolder())) {
         QString pluginPath;
         if (install(path, &pluginPath, nullptr) != VXPluginInstallResult::Installed)
@@ -207,18 +231,19 @@ VXError VXPluginInstaller::bringToStaging(const QString &path, const QString &st
     VXFileManager &files = VXFileManager::defaultManager();
     if (!VXExistsAtPath(staged))
         return files.moveItemAtPath(path, staged);
-    QByteArray folder = QFile::encodeName(QFileInfo(staged).path() + "/.install-XXXXXX"_L1);
-    if (::mkdtemp(folder.data()) == nullptr)
-        return VXMakeFileError(VXLocalizedString(u"Unable to install plugin."_s), qt_error_string(errno), staged);
-    const QString beside = QFile::decodeName(folder) + u'/' + QFileInfo(staged).fileName();
+    VXScratchFolder folder(QFileInfo(staged).path(), installPrefix);
+    if (folder.path().isNull())
+        return VXMakeFileError(VXLocalizedString(u"Unable to install plugin."_s), folder.reason(), staged);
+    const QString beside = folder.path() + u'/' + QFileInfo(staged).fileName();
     VXError error = files.moveItemAtPath(path, beside);
     if (!error) {
         error = place(beside, staged);
-        if (const VXError stuck = error ? files.moveItemAtPath(beside, path) : VXError())
+        if (const VXError stuck = error ? files.moveItemAtPath(beside, path) : VXError()) {
             VXLogMethod(VXLogError, "bringToStaging",
                         u"The plugin lies in \"%1\" now: %2"_s.arg(beside, stuck.description()));
+            folder.keep();
+        }
     }
-    ::rmdir(folder.constData()); // does nothing while something lies there
     return error;
 }
 

@@ -23,6 +23,7 @@ public:
     void installStaged();
 
 private:
+    void rescueAbandoned();
     QString problemOfBundle(const QString &path, const QVariantMap &info) const;
     QString problemOfIdentifiers(const QString &path, const QString &rootIdentifier) const;
     bool mustWaitForNextStart(const QString &path, const QString &identifier) const;

@@ -12,9 +12,11 @@
 #include <QtCore/QScopeGuard>
 #include <QtCore/QUrl>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -302,6 +304,28 @@ TEST_F(VXFileManagerAcrossTest, MovesWholeTrees)
     }
     EXPECT_EQ(readFile(moved + u"/link"_s), "#!/bin/sh\n");
     EXPECT_TRUE(QFileInfo(moved + u"/dangling"_s).isSymLink());
+}
+
+TEST_F(VXFileManagerAcrossTest, RemovesWhatKilledMovesLeftButNothingInUse)
+{
+    const QString dead = u".vornix-move.000001"_s;
+    const QString alive = u".vornix-move.000002"_s;
+    for (const QString &name : {dead, alive}) {
+        writeFile(name + u"/half"_s, "source");
+        ASSERT_TRUE(QDir(other.path()).mkpath(name + u"/half"_s));
+    }
+    QList<int> locks;
+    for (const QString &path : {path(alive), other.filePath(alive)}) {
+        locks.append(::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY));
+        ASSERT_EQ(::flock(locks.last(), LOCK_EX), 0);
+    }
+    writeFile(u"tree/file"_s, "text");
+    ASSERT_TRUE(manager.moveItemAtPath(path(u"tree"_s), other.filePath(u"moved"_s)).isNull());
+    for (const QString &folder : {path(), other.path()}) {
+        EXPECT_FALSE(QFileInfo::exists(folder + u'/' + dead)) << folder.toStdString();
+        EXPECT_TRUE(QFileInfo::exists(folder + u'/' + alive + u"/half"_s)) << folder.toStdString();
+    }
+    std::ranges::for_each(locks, ::close);
 }
 
 TEST_F(VXFileManagerAcrossTest, KeepsHolesAndExtendedAttributes)

@@ -9,6 +9,8 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -170,6 +172,38 @@ TEST_F(VXPluginInstallTest, AnInstallThatWasCutShortIsFinishedAtTheNextStart)
     EXPECT_EQ(versionAt(plugin(u"p"_s)->bundle()->bundlePath()), u"2001"_s) << "the one installed last";
     EXPECT_EQ(versionAt(trash(u"other.vxplugin"_s)), u"2003"_s);
     EXPECT_TRUE(isFolderEmpty(staging()));
+}
+
+// What lies in folders that nobody has locked was on its way when its process was killed.
+TEST_F(VXPluginInstallTest, WhatWasOnItsWayWhenItsProcessWasKilledIsInstalledAtTheNextStart)
+{
+    const QString waiting = staging() + u"/.install-000001"_s;
+    const QString inUse = staging() + u"/.install-000002"_s;
+    ASSERT_TRUE(QDir().mkpath(waiting) && QDir().mkpath(inUse));
+    ASSERT_TRUE(QDir().rename(download(u"2000"_s), waiting + u"/p.vxplugin"_s));
+    ASSERT_TRUE(QDir().rename(download(u"2001"_s, u"q"_s), inUse + u"/p.vxplugin"_s));
+    const int lock = ::open(QFile::encodeName(inUse).constData(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(::flock(lock, LOCK_EX), 0);
+    startWith({});
+    EXPECT_EQ(versionAt(shared() + u"/p.vxplugin"_s), u"2000"_s);
+    EXPECT_EQ(QDir(staging()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+              QStringList{u".install-000002"_s});
+    ::close(lock);
+}
+
+TEST_F(VXPluginInstallTest, RefusesAPluginOfAnotherKindWithTheSameIdentifier)
+{
+    const QString reactor = download(u"2000"_s);
+    ASSERT_TRUE(QDir().mkpath(shared()) && QDir().rename(reactor, shared() + u"/p.vxplugin"_s));
+    startWith({});
+    const QString other =
+        VXPluginFixture{.identifier = u"p"_s, .version = u"2001"_s, .kind = u"VXInterfacePlugin"_s}.write(path());
+    VXError error;
+    EXPECT_EQ(manager().installBundleAtPath(other, &error), VXPluginInstallResult::Failed);
+    for (const QString &part : {other, u"VXInterfacePlugin"_s, shared() + u"/p.vxplugin"_s, u"VXReactorPlugin"_s})
+        EXPECT_TRUE(error.localizedRecoverySuggestion().contains(part)) << error.description().toStdString();
+    EXPECT_TRUE(QFileInfo::exists(other));
+    EXPECT_EQ(versionAt(shared() + u"/p.vxplugin"_s), u"2000"_s);
 }
 
 TEST_F(VXPluginInstallTest, RefusesLinksThatLeadOutsideTheBundle)

@@ -1,0 +1,77 @@
+#include "VXScratchFolder.h"
+
+#include "VXItemCopy.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void removeTree(const QString &path)
+{
+    VXRemoveCopy(QFile::encodeName(path).toStdString());
+}
+
+} // namespace
+
+VXFileDescriptor VXScratchFolder::lock(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    VXFileDescriptor folder(::open(name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat locked = {};
+    struct stat there = {};
+    const bool isOurs = folder.isOpen() && ::flock(folder.number(), LOCK_EX | LOCK_NB) == 0 &&
+                        ::fstat(folder.number(), &locked) == 0 && locked.st_uid == ::geteuid() &&
+                        ::lstat(name.constData(), &there) == 0 && there.st_dev == locked.st_dev &&
+                        there.st_ino == locked.st_ino;
+    if (!isOurs)
+        folder.close();
+    return folder;
+}
+
+VXScratchFolder::VXScratchFolder(const QString &folder, const QString &prefix)
+{
+    while (_path.isNull()) {
+        QByteArray path = QFile::encodeName(u"%1/%2XXXXXX"_s.arg(folder, prefix));
+        if (::mkdtemp(path.data()) == nullptr) {
+            _reason = qt_error_string(errno);
+            return;
+        }
+        // Before it was locked another process may have taken it for one left behind, and removed it.
+        _lock = lock(QFile::decodeName(path));
+        if (_lock.isOpen() || QFile::exists(QFile::decodeName(path)))
+            _path = QFile::decodeName(path);
+    }
+}
+
+VXScratchFolder::~VXScratchFolder()
+{
+    if (!_path.isNull() && !_isKept)
+        removeTree(_path);
+}
+
+void VXScratchFolder::visitAbandoned(const QString &folder, const QString &prefix,
+                                     const std::function<void(const QString &path)> &visit)
+{
+    const QStringList names =
+        QDir(folder).entryList({prefix + u'*'}, QDir::Dirs | QDir::Hidden | QDir::NoSymLinks | QDir::NoDotAndDotDot);
+    for (const QString &name : names) {
+        const QString path = folder + u'/' + name;
+        if (const VXFileDescriptor held = lock(path); held.isOpen())
+            visit(path);
+    }
+}
+
+void VXScratchFolder::removeAbandoned(const QString &folder, const QString &prefix)
+{
+    visitAbandoned(folder, prefix, removeTree);
+}
