@@ -2,15 +2,15 @@
 
 #include "VXBundle.h"
 #include "VXDiagnostics.h"
+#include "VXFileDescriptor.h"
+#include "VXFileLock.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QScopeGuard>
 
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,7 +20,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr float largestLogFile = 2.0F; // megabytes
+constexpr auto longestWait = 1s;       // for one who rotates the log; it may be stopped
 
 float megabytes(off_t size)
 {
@@ -28,15 +31,6 @@ float megabytes(off_t size)
 }
 
 enum class Rotation { Done, KeptInUse, Failed };
-
-// The log file, held so that of many threads and processes one rotates it: closing ends the lock.
-int openLocked(const QByteArray &name)
-{
-    const int descriptor = ::open(name.constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK);
-    while (descriptor >= 0 && ::flock(descriptor, LOCK_EX) != 0 && errno == EINTR)
-        continue;
-    return descriptor;
-}
 
 // False when another one has rotated it meanwhile.
 bool isStillTooLarge(int descriptor, const QByteArray &name)
@@ -56,9 +50,11 @@ Rotation rotate(const QString &path)
     const QByteArray name = QFile::encodeName(path);
     const QString backup = path + ".1"_L1;
     const QByteArray backupName = QFile::encodeName(backup);
-    const int descriptor = openLocked(name);
-    const auto unlock = qScopeGuard([descriptor] { ::close(descriptor); });
-    if (!isStillTooLarge(descriptor, name) || ::rename(name.constData(), backupName.constData()) == 0)
+    const VXFileDescriptor file(::open(name.constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
+    const VXFileLock lock(file.number(), longestWait); // of many threads and processes one rotates it
+    if (lock.isTimedOut())
+        return Rotation::KeptInUse;
+    if (!isStillTooLarge(file.number(), name) || ::rename(name.constData(), backupName.constData()) == 0)
         return Rotation::Done;
     // A backup that is no file, or may not be changed, is what is in the way.
     const bool isBlocked = errno == EISDIR || errno == EACCES || errno == EPERM || errno == EROFS;

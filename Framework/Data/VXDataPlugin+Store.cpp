@@ -52,7 +52,7 @@ bool VXDataPlugin::copyModels(const QString &path, VXError *error) const
     const QStringList models = dataModelPaths();
     return std::all_of(models.cbegin(), models.cend(), [&](const QString &model) {
         const QString copy = path + u'/' + QFileInfo(model).fileName();
-        if (QFile::copy(model, copy))
+        if (QFile::copy(model, copy) && QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner))
             return true;
         VXLogMethod(VXLogError,
                     "createStoreAtPath:dataFileExtension:error:", u"Could not copy file: %1 -> %2"_s.arg(model, copy));

@@ -27,7 +27,8 @@ QString textForPeople(const VXError &error)
     QStringList texts{error.localizedDescription(), error.localizedRecoverySuggestion(), error.filePath()};
     texts.removeAll(QString());
     texts.removeDuplicates();
-    return texts.join(u' ') + u'.';
+    const QString text = texts.join(u' ');
+    return text.endsWith(u'.') ? text : text + u'.';
 }
 
 } // namespace

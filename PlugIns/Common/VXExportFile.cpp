@@ -151,8 +151,10 @@ void VXExportFile::keepUndo()
     QByteArray bytes(reinterpret_cast<const char *>(&undo), sizeof undo);
     bytes.append(_overwritten);
     bytes.append(undoEnd.data(), undoEnd.size());
-    if (!file.writeAll(bytes))
+    if (!file.writeAll(bytes) || ::fsync(file.number()) != 0)
         ::unlink(path.constData()); // half of it is of no use
+    else
+        synchronizeFolder(); // it must be there before the file changes, should the power fail
 }
 
 void VXExportFile::removeUndo() const
@@ -255,8 +257,7 @@ bool VXExportFile::finishAppending()
     if ((isShorter && ::ftruncate(_file.number(), _position) != 0) || ::fsync(_file.number()) != 0)
         return fail();
     removeUndo();
-    if (!_wasThere)
-        synchronizeFolder();
+    synchronizeFolder(); // or a power failure might bring the undo back, and the next export take this one away
     return true;
 }
 

@@ -1,6 +1,7 @@
 #include "VXGammuPhone.h"
 
 #include "VXDeviceURL.h"
+#include "VXErrorDomain.h"
 #include "VXEventManager.h"
 #include "VXGammuStrings.h"
 #include "VXMainThread.h"
@@ -39,6 +40,13 @@ const QString &problemKey()
 {
     static const QString key = u"problem"_s;
     return key;
+}
+
+// The phone went, or the main thread ended, before it was asked.
+void concludeWithoutPhone(VXDeviceAction &action)
+{
+    action.setError(VXError(VXErrorDomain, VXErrorCancelled));
+    action.conclude();
 }
 
 } // namespace
@@ -121,11 +129,15 @@ QVariantMap VXGammuPhone::configuration() const
 void VXGammuPhone::registerActionHandlers()
 {
     const auto enqueue = [this](VXDeviceAction *action) {
-        VXMainThread::perform(
-            [self = QPointer(this), asked = std::static_pointer_cast<VXDeviceAction>(action->shared_from_this())] {
-                if (self)
-                    self->_driver->enqueue(asked);
-            });
+        const auto asked = std::static_pointer_cast<VXDeviceAction>(action->shared_from_this());
+        const bool isAccepted = VXMainThread::perform([self = QPointer(this), asked] {
+            if (self)
+                self->_driver->enqueue(asked);
+            else
+                concludeWithoutPhone(*asked);
+        });
+        if (!isAccepted)
+            concludeWithoutPhone(*asked);
     };
     for (const QString &name :
          {u"read_contacts"_s, u"write_contact"_s, u"delete_contact"_s, u"read_messages"_s, u"send_message"_s,

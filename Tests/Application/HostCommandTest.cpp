@@ -47,6 +47,7 @@ TEST_F(HostCommandTest, ExitStatusesAndTheJSONPromise)
         {{u"info"_s, u"--home"_s, u"/dev/null/x"_s}, 1},
         {{u"log"_s}, 0},
         {{u"log"_s, u"--level"_s, u"loud"_s}, 2},
+        {{u"log"_s, u"--level"_s, u"8"_s}, 2},
         {{u"defaults"_s, u"read"_s, u"d"_s}, 0},
         {{u"defaults"_s, u"read"_s, u"d"_s, u"k"_s}, 1},
         {{u"defaults"_s, u"write"_s, u"d"_s, u"k"_s}, 2},

@@ -3,11 +3,13 @@
 #include "VXPluginFixtures.h"
 #include "VXTesting.h"
 
+#include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
@@ -212,6 +214,42 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         const HostOutcome outcome = runHost(arguments);
         EXPECT_EQ(outcome.status, status) << arguments.join(u' ').toStdString();
         EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(error));
+    }
+}
+
+TEST_F(HostEventsTest, NobodyElseReadsWhatIsKept)
+{
+    for (const QString &mask : {u"022"_s, u"000"_s}) {
+        const QString home = path(u"home"_s + mask); // with the user's data, by chance, elsewhere
+        const QString data = path(u"data"_s + mask);
+        const HostOutcome outcome = runHostShell(uR"sh(
+            umask %1; mkdir -m 755 "%2" "%3"; export HOME="%2" XDG_DATA_HOME="%3/share"; set -e
+            export XDG_CONFIG_HOME="$HOME/.config" XDG_STATE_HOME="$HOME/.local/state" XDG_CACHE_HOME="$HOME/.cache"
+            echo 'entity A { attribute a: string optional; }' > "$HOME/a.vxmodel"; chmod 600 "$HOME/a.vxmodel"
+            for type in xml sqlite; do
+                "$0" store new "$XDG_DATA_HOME/$type.vxdatastore" --model "$HOME/a.vxmodel" --type $type
+                "$0" store insert "$XDG_DATA_HOME/$type.vxdatastore" A '{"a": "b"}'
+            done
+            "$0" triggers add --event incoming_call --reactor com.halvern.VNX2.plugin.logevent
+            "$0" defaults write com.halvern.VNX2 key true
+            "$0" post incoming_call --subtype ended --object '{"call_id": "1", "from": "Jane <555>"}' || true
+            "$0" history)sh"_s.arg(mask, home, data));
+        EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+        QStringList files;
+        for (const QString &folder : {home, data}) {
+            QDirIterator item(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                              QDirIterator::Subdirectories);
+            while (item.hasNext()) {
+                struct stat status = {};
+                const QString name = item.next();
+                EXPECT_EQ(::lstat(name.toUtf8().constData(), &status), 0);
+                EXPECT_EQ(status.st_mode & 077, 0U) << name.toStdString();
+                files.append(item.fileName());
+            }
+        }
+        for (const char *const kept :
+             {"error.log", "events.jsonl", "calls.sqlite", "calls.mom", "xml.xml", "com.halvern.VNX2.plist"})
+            EXPECT_THAT(files, testing::Contains(QString::fromLatin1(kept)));
     }
 }
 

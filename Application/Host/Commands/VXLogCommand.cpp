@@ -4,6 +4,7 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXLog.h"
 #include "VXLogEntry.h"
 #include "VXLogTail.h"
 #include "VXModalSession.h"
@@ -82,8 +83,8 @@ int runLog(VXHostContext &context)
         return output.failUsage(u"--follow has no end and so makes no JSON value"_s, usage);
     const QString levelText = options.value(u"level"_s);
     const auto level = levelText.isNull() ? LogFilter::everything : VXLogLevelFromText(levelText);
-    if (!level)
-        return output.failUsage(u"--level must be a number or a name from fatal to debug"_s, usage);
+    if (!level || (!levelText.isNull() && *level > VXLogDebug))
+        return output.failUsage(u"--level must be a number from 0 to 7 or a name from fatal to debug"_s, usage);
     const QString folder = VXFileManager::defaultManager().pathToUserVNXLogsFolder();
     if (folder.isNull())
         return output.fail(u"there is no logs folder"_s);

@@ -148,7 +148,10 @@ bool VXMakeStoreFolder(const QString &path, const QString &modelPath, const QStr
     const QString file = made.path() + u'/' + QFileInfo(folder).completeBaseName() + u'.';
     if (!error)
         error = VXFileManager::defaultManager().verifyPathExists(made.path());
-    if (error || !model->writeToFile(file + "mom"_L1, &error))
+    const QString ownModel = file + "mom"_L1;
+    if (!error && model->writeToFile(ownModel, &error))
+        QFile::setPermissions(ownModel, QFile::ReadOwner | QFile::WriteOwner); // as all of a store
+    if (error)
         *problem = VXErrorText(error, path);
     else if (attach(*VXPersistentStoreCoordinator::coordinatorWithModel(model), file + type, {}, problem)) {
         bool isTaken = false;

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdio>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -87,4 +88,19 @@ QVariantList VXGammuPhoneTest::items(const VXDeviceAction::Ptr &action, const QS
     for (const QVariant &item : action->result().toMap().value(u"items"_s).toList())
         values.append(item.toMap().value(key));
     return values;
+}
+
+// In a process of its own, which ends its application before the phone is asked on a thread.
+TEST(VXGammuPhoneDeathTest, AnActionIsCancelledWhenTheMainThreadHasEnded)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto run = [] {
+        const VXDevicePlugin::Ptr phone = VXDevicePlugin::hold(new VXGammuPhone(u"/nonexistent"_s));
+        phone->initWithURL(VXMakeDeviceURL({}, u"com.halvern.VNX2.GammuPhone"_s, u"late."_s));
+        const auto action = VXDeviceAction::actionWithName(u"dial"_s);
+        qApp->~QCoreApplication();
+        std::thread([&] { action->executeWithDevice(phone); }).join();
+        std::_Exit(action->isCancelled() && !action->isExecuting() ? 7 : 1);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(7), "");
 }
