@@ -1,7 +1,6 @@
 #include "VXMethodLog.h"
 
-#include <cstdlib>
-#include <cxxabi.h>
+#include "VXGuard.h"
 
 using namespace Qt::StringLiterals;
 
@@ -71,8 +70,6 @@ void VXTraceFrom(const VXLogOrigin &origin, const VXDebugCategory &category, con
 
 QString VXClassName(const std::type_info &type)
 {
-    const std::unique_ptr<char, void (*)(void *)> demangled(abi::__cxa_demangle(type.name(), nullptr, nullptr, nullptr),
-                                                            std::free);
-    const QString name = QString::fromUtf8(demangled ? demangled.get() : type.name());
+    const QString name = VXTypeName(type);
     return name.mid(name.lastIndexOf("::"_L1) < 0 ? 0 : name.lastIndexOf("::"_L1) + 2);
 }

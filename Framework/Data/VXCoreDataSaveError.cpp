@@ -1,5 +1,6 @@
 #include "VXCoreDataSaveError.h"
 
+#include "VXContainer.h"
 #include "VXDiagnostics.h"
 #include "VXLog.h"
 #include "VXManagedObject.h"
@@ -17,13 +18,12 @@ namespace {
 
 bool isCollection(const QVariant &value)
 {
-    return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList ||
-           value.typeId() == QMetaType::QVariantMap;
+    return VXIsList(value) || VXIsMap(value);
 }
 
 qsizetype countOf(const QVariant &value)
 {
-    return value.typeId() == QMetaType::QVariantMap ? value.toMap().size() : value.toList().size();
+    return VXIsMap(value) ? value.toMap().size() : value.toList().size();
 }
 
 QString describe(const QVariant &value)

@@ -1,6 +1,7 @@
 #include "VXSmartFilterRow.h"
 
 #include "VXAttributeType.h"
+#include "VXContainer.h"
 #include "VXFramework.h"
 #include "VXManagedObjectContext.h"
 #include "VXNone.h"
@@ -23,11 +24,6 @@ VXSmartFilterPtr asFilter(const VXManagedObjectPtr &object)
     return VXSmartFilterPtr(dynamic_cast<VXSmartFilter *>(object.get()));
 }
 
-bool isList(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
-}
-
 bool isText(const QVariant &value)
 {
     return value.typeId() == QMetaType::QString;
@@ -43,7 +39,7 @@ QString problemOfPattern(Operator comparison, const QVariant &pattern, VXTextOpt
 {
     if (comparison == Operator::Between && pattern.toList().size() != 2)
         return VXLocalizedString(u"\"%1\" takes two values."_s);
-    if (takesList(comparison) != isList(pattern) || pattern.typeId() == QMetaType::QVariantMap)
+    if (takesList(comparison) != VXIsList(pattern) || pattern.typeId() == QMetaType::QVariantMap)
         return takesList(comparison) ? VXLocalizedString(u"\"%1\" takes a list of values."_s)
                                      : VXLocalizedString(u"\"%1\" takes one value."_s);
     if (VXSmartFilterIsTextOperator(comparison) && !isText(pattern))
@@ -55,7 +51,7 @@ QString problemOfPattern(Operator comparison, const QVariant &pattern, VXTextOpt
 
 VXExpression expressionOf(const QVariant &pattern)
 {
-    if (!isList(pattern))
+    if (!VXIsList(pattern))
         return VXExpression::constant(VXIsNone(pattern) ? QVariant() : pattern);
     QList<VXExpression> elements;
     for (const QVariant &element : pattern.toList())
@@ -68,9 +64,9 @@ std::optional<QVariant> patternOf(const VXExpression &expression)
 {
     if (expression.kind() != Kind::Constant)
         return std::nullopt;
-    if (isList(expression.value())) {
+    if (VXIsList(expression.value())) {
         const QVariantList values = expression.value().toList();
-        const auto fitsNoList = [](const QVariant &value) { return VXIsNone(value) || isList(value); };
+        const auto fitsNoList = [](const QVariant &value) { return VXIsNone(value) || VXIsList(value); };
         if (std::any_of(values.cbegin(), values.cend(), fitsNoList))
             return std::nullopt;
     }
@@ -146,7 +142,7 @@ std::optional<VXPredicate> VXSmartFilterRow::predicate(VXError *error) const
     const QVariant value = pattern();
     if (const QString problem = problemOfPattern(*found, value, *asked); !problem.isNull())
         return fail(problem.arg(comparison()));
-    const QVariantList values = isList(value) ? value.toList() : QVariantList{value};
+    const QVariantList values = VXIsList(value) ? value.toList() : QVariantList{value};
     const bool comparesTexts = std::any_of(values.cbegin(), values.cend(), isText);
     return VXPredicate::comparison(VXExpression::keyPath(attribute), *found, expressionOf(value),
                                    comparesTexts ? *asked : VXTextOptions());

@@ -19,7 +19,7 @@ QString VXExporterPlugin::reactorName() const
 
 QString VXExporterPlugin::exporterTargetName() const
 {
-    return infoText(u"VXExporterTargetName"_s);
+    return localizedInfoText(u"VXExporterTargetName"_s);
 }
 
 VXSavePanel VXExporterPlugin::exportPanel() const

@@ -1,5 +1,6 @@
 #include "VXReactorOption.h"
 
+#include "VXContainer.h"
 #include "VXFramework.h"
 #include "VXNone.h"
 
@@ -12,11 +13,6 @@ namespace {
 bool isText(const QVariant &value)
 {
     return value.typeId() == QMetaType::QString;
-}
-
-bool isList(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
 }
 
 bool isBoolean(const QVariant &value)
@@ -40,9 +36,9 @@ bool hasType(const QVariant &value, VXReactorOption::Type type)
     case Type::Number:
         return isNumber(value);
     case Type::List:
-        return isText(value) || isList(value);
+        return isText(value) || VXIsList(value);
     case Type::Text:
-        return value.canConvert<QString>() && !isList(value) && value.typeId() != QMetaType::QVariantMap;
+        return value.canConvert<QString>() && !VXIsList(value) && value.typeId() != QMetaType::QVariantMap;
     case Type::File:
     case Type::Program:
         return isText(value);

@@ -28,12 +28,12 @@ VXReactorPlugin::~VXReactorPlugin() = default;
 
 QString VXReactorPlugin::reactorName() const
 {
-    return infoText(u"VXReactorName"_s);
+    return localizedInfoText(u"VXReactorName"_s);
 }
 
 QString VXReactorPlugin::reactorCategory() const
 {
-    return infoText(u"VXReactorCategory"_s);
+    return localizedInfoText(u"VXReactorCategory"_s);
 }
 
 std::optional<QStringList> VXReactorPlugin::reactorEventNameList() const
@@ -54,7 +54,7 @@ std::optional<QVariantMap> VXReactorPlugin::reactorDefaults() const
 
 QString VXReactorPlugin::reactorOptionsNibNameForEventName(const QString &) const
 {
-    return infoText(u"VXReactorOptionsNibFile"_s);
+    return localizedInfoText(u"VXReactorOptionsNibFile"_s);
 }
 
 void VXReactorPlugin::reactToEventWithName(const QString &, const QString &, const QVariant &, const QVariantMap &)
@@ -103,7 +103,7 @@ QVariant VXReactorPlugin::infoValue(const QString &key) const
     return found ? found->objectForInfoDictionaryKey(key) : QVariant();
 }
 
-QString VXReactorPlugin::infoText(const QString &key) const
+QString VXReactorPlugin::localizedInfoText(const QString &key) const
 {
     return infoValue(key).toString();
 }

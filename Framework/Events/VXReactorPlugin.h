@@ -66,5 +66,5 @@ protected:
     /** An entry of the bundle's Info.plist, in the user's language; invalid for none. */
     QVariant infoValue(const QString &key) const;
     /** As text; null for none. */
-    QString infoText(const QString &key) const;
+    QString localizedInfoText(const QString &key) const;
 };

@@ -1,5 +1,6 @@
 #include "VXTriggerFilter.h"
 
+#include "VXContainer.h"
 #include "VXFramework.h"
 #include "VXInvocation.h"
 #include "VXNone.h"
@@ -13,16 +14,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-bool isMap(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantHash;
-}
-
-bool isList(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
-}
 
 QString noSuchKey(const QString &key)
 {
@@ -51,7 +42,7 @@ bool isPropertyOf(const QObject &object, const QString &key)
 // of stored objects may know more keys than their entity.
 bool isUnknownKey(const QVariant &value, const QString &key)
 {
-    if (isMap(value))
+    if (VXIsMap(value))
         return false;
     if (value.metaType().flags().testFlag(QMetaType::PointerToQObject)) {
         const auto *const object = value.value<QObject *>();
@@ -67,11 +58,11 @@ bool isUnknownKey(const QVariant &value, const QString &key)
 
 QString keyPathProblem(const QStringList &keys, const QVariant &object)
 {
-    if (keys.size() == 1 && isMap(object))
+    if (keys.size() == 1 && VXIsMap(object))
         return {};
     QVariant value = object;
     for (const QString &key : keys) {
-        if (VXIsNone(value) || isList(value) || key.startsWith(u'@'))
+        if (VXIsNone(value) || VXIsList(value) || key.startsWith(u'@'))
             return {};
         if (isUnknownKey(value, key))
             return noSuchKey(key);
@@ -173,6 +164,7 @@ VXFilterVerdict VXApplyTriggerFilter(const VXManagedObject &trigger, const QVari
 
 QString VXReasonForRejection(const VXFilterVerdict &verdict, const QVariant &object)
 {
-    const QString key = verdict.predicate && isMap(object) ? missingKey(*verdict.predicate, object.toMap()) : QString();
+    const QString key =
+        verdict.predicate && VXIsMap(object) ? missingKey(*verdict.predicate, object.toMap()) : QString();
     return key.isNull() ? QString() : noSuchKey(key);
 }

@@ -1,11 +1,7 @@
 #include "VXPluginGuard.h"
 
 #include "VXDiagnostics.h"
-#include "VXException.h"
 #include "VXMethodLog.h"
-
-#include <cxxabi.h>
-#include <exception>
 
 using namespace Qt::StringLiterals;
 
@@ -23,24 +19,6 @@ QString bundlePath(const VXPlugin &plugin)
 }
 
 } // namespace
-
-VXThrown VXDescribeThrown()
-{
-    const auto describe = [](const QString &kind, const QString &reason) {
-        return VXThrown{kind + ": "_L1 + reason, reason};
-    };
-    try {
-        throw;
-    } catch (const VXException &exception) {
-        return describe(exception.name(), exception.reason());
-    } catch (const std::exception &exception) {
-        return describe(VXClassName(typeid(exception)), QString::fromUtf8(exception.what()));
-    } catch (...) {
-        const std::type_info *const type = abi::__cxa_current_exception_type();
-        const QString text = type == nullptr ? u"unknown"_s : "a value of type "_L1 + VXClassName(*type);
-        return {text, text};
-    }
-}
 
 QString VXIdentifierOfPlugin(const VXPlugin &plugin) noexcept
 {

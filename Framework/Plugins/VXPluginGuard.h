@@ -1,18 +1,9 @@
 #pragma once
 
+#include "VXGuard.h"
 #include "VXPlugin.h"
 
 #include <utility>
-
-/** What was thrown: with its kind, for the log, and the reason alone, for people. */
-struct VXThrown
-{
-    QString description;
-    QString reason;
-};
-
-/** Inside a catch clause. */
-VXThrown VXDescribeThrown();
 
 /** Inside a catch clause: logs what was thrown, with the plugin's identifier and path. @return what was thrown. */
 VX_EXPORT QString VXReportPluginFault(const VXPlugin &plugin, const char *operation) noexcept;

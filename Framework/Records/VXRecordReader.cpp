@@ -1,5 +1,6 @@
 #include "VXRecordReader.h"
 
+#include "VXContainer.h"
 #include "VXKeyValueCoding.h"
 #include "VXManagedObject.h"
 #include "VXNone.h"
@@ -42,8 +43,7 @@ QVariantList VXRecordReader::list(const QString &key) const
             objects.append(QVariant::fromValue(object));
         return objects;
     }
-    const bool isList = found.typeId() == QMetaType::QVariantList || found.typeId() == QMetaType::QStringList;
-    return isList ? found.toList() : QVariantList{found};
+    return VXIsList(found) ? found.toList() : QVariantList{found};
 }
 
 unsigned VXRecordReader::typeMask(const QString &key) const

@@ -1,5 +1,6 @@
 #include "VXPredicate.h"
 
+#include "VXContainer.h"
 #include "VXNone.h"
 #include "VXPatternMatching.h"
 #include "VXValueComparison.h"
@@ -11,15 +12,10 @@ using Operator = VXPredicate::Operator;
 
 namespace {
 
-bool isCollection(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
-}
-
 // The elements of a collection, those of collections within it in their place; of a single value, itself.
 void flatten(const QVariant &value, QVariantList &elements)
 {
-    if (!isCollection(value)) {
+    if (!VXIsList(value)) {
         if (!VXIsNone(value))
             elements.append(value);
         return;
@@ -100,11 +96,11 @@ bool compare(Operator comparison, const QVariant &left, const QVariant &right, V
     case Operator::Between:
         return isBetween(left, right, options);
     case Operator::In:
-        return isCollection(right) ? contains(right.toList(), left, options)
-                                   : compareTexts(Operator::Contains, right, left, options);
+        return VXIsList(right) ? contains(right.toList(), left, options)
+                               : compareTexts(Operator::Contains, right, left, options);
     case Operator::Contains:
-        return isCollection(left) ? contains(left.toList(), right, options)
-                                  : compareTexts(comparison, left, right, options);
+        return VXIsList(left) ? contains(left.toList(), right, options)
+                              : compareTexts(comparison, left, right, options);
     case Operator::BeginsWith:
     case Operator::EndsWith:
     case Operator::Like:

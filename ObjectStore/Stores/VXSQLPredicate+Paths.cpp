@@ -1,5 +1,6 @@
 #include "VXSQLPredicate.h"
 
+#include "VXContainer.h"
 #include "VXNone.h"
 #include "VXSQLiteSchema.h"
 
@@ -29,7 +30,7 @@ VXSQLPredicate::Operand VXSQLPredicate::operand(const VXExpression &expression)
         break;
     }
     const QVariant &value = expression.value();
-    if (value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList) {
+    if (VXIsList(value)) {
         made.shape = Operand::Shape::List;
         for (const QVariant &element : value.toList())
             made.elements.append(VXExpression::constant(element));

@@ -12,28 +12,28 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QString nameOf(const std::type_info &type)
+QString VXTypeName(const std::type_info &type)
 {
     const std::unique_ptr<char, void (*)(void *)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, nullptr),
                                                        std::free);
     return QString::fromUtf8(name ? name.get() : type.name());
 }
 
-} // namespace
-
-QString VXDescribeException() noexcept
+VXThrown VXDescribeThrown() noexcept
 {
+    const auto describe = [](const QString &kind, const QString &reason) {
+        return VXThrown{kind + ": "_L1 + reason, reason};
+    };
     try {
         throw;
     } catch (const VXException &exception) {
-        return exception.name() + ": "_L1 + exception.reason();
+        return describe(exception.name(), exception.reason());
     } catch (const std::exception &exception) {
-        return nameOf(typeid(exception)) + ": "_L1 + QString::fromUtf8(exception.what());
+        return describe(VXTypeName(typeid(exception)), QString::fromUtf8(exception.what()));
     } catch (...) {
         const std::type_info *const type = abi::__cxa_current_exception_type();
-        return type == nullptr ? u"something unknown"_s : "a value of type "_L1 + nameOf(*type);
+        const QString text = type == nullptr ? u"something unknown"_s : "a value of type "_L1 + VXTypeName(*type);
+        return {text, text};
     }
 }
 
@@ -47,5 +47,5 @@ QString VXDescribeCode(const QString &who, const std::type_info &type) noexcept
 
 void VXReportException(const QString &who) noexcept
 {
-    VXReportDiagnostic(3, u"%1, threw %2"_s.arg(who, VXDescribeException()));
+    VXReportDiagnostic(3, u"%1, threw %2"_s.arg(who, VXDescribeThrown().description));
 }

@@ -7,8 +7,18 @@
 #include <typeinfo>
 #include <utility>
 
-/** What was thrown, with its kind, as text for a log. Inside a catch clause only. Any thread. */
-[[nodiscard]] VX_PLATFORM_EXPORT QString VXDescribeException() noexcept;
+/** What was thrown: with its kind, for the log, and the reason alone, for people. */
+struct VXThrown
+{
+    QString description;
+    QString reason;
+};
+
+/** Inside a catch clause only. Any thread. */
+[[nodiscard]] VX_PLATFORM_EXPORT VXThrown VXDescribeThrown() noexcept;
+
+/** The name of a type as programmers write it, namespaces included. */
+[[nodiscard]] VX_PLATFORM_EXPORT QString VXTypeName(const std::type_info &type);
 
 /** "who, of FILE", the shared object or program whose code a type belongs to: that of a lambda is where it was written. */
 [[nodiscard]] VX_PLATFORM_EXPORT QString VXDescribeCode(const QString &who, const std::type_info &type) noexcept;

@@ -291,7 +291,7 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedStore{"Refused", "1.2", "org.example.notes", "refuses", "Unable to read data file", "refused as told",
                      "_validateAndSaveStoreController:] validate: refused as told", nullptr},
         RefusedStore{"Thrown", "1.2", "org.example.notes", "throws", "Unable to read data file", "thrown as told",
-                     "threw runtime_error: thrown as told", nullptr}),
+                     "threw std::runtime_error: thrown as told", nullptr}),
     [](const auto &each) { return std::string(each.param.title); });
 
 TEST_F(VXDataPluginTest, StoreThatCannotBeTrashedIsNotReplaced)

@@ -193,7 +193,7 @@ TEST_F(VXDeviceActionTest, TellsBySignalsHowItGoes)
     execute();
     action->cancel();
     EXPECT_EQ(told, (QStringList{u"progress 0"_s, u"progress 1"_s, u"error 34"_s, u"cancel"_s, u"concluded 0"_s}));
-    EXPECT_EQ(log.count(u"A slot connected to an action threw: runtime_error: a slot threw"_s), 1);
+    EXPECT_EQ(log.count(u"A slot connected to an action threw: std::runtime_error: a slot threw"_s), 1);
     action->setErrorString(u"too late"_s);
     EXPECT_EQ(told.size(), 5) << "only the error that counts is told";
 }
@@ -316,7 +316,7 @@ TEST_F(VXDeviceActionTest, MistakesOfCallersAreContained)
 
     action->executeWithDevice(phone, [](VXDeviceAction *) { throw std::runtime_error("thrown as told"); });
     EXPECT_FALSE(action->isExecuting());
-    EXPECT_EQ(log.count(u"The completion of an action threw: runtime_error: thrown as told"_s), 1);
+    EXPECT_EQ(log.count(u"The completion of an action threw: std::runtime_error: thrown as told"_s), 1);
 }
 
 TEST_F(VXDeviceActionTest, TheObjectsContextLivesAsLong)

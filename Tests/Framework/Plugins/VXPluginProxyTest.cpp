@@ -372,10 +372,10 @@ TEST_F(VXPluginProxyTest, WhatPluginCodeThrowsIsLoggedAndGoesNoFurther)
     };
     const Row rows[] = {
         {u"constructor"_s, u"VXException"_s, u"FixtureException: thrown as told"_s, false},
-        {u"constructor"_s, u"std::exception"_s, u"runtime_error: thrown as told"_s, false},
+        {u"constructor"_s, u"std::exception"_s, u"std::runtime_error: thrown as told"_s, false},
         {u"pluginDidLoad"_s, u"number"_s, u"a value of type int"_s, true},
         {u"pluginShouldUnload"_s, u"VXException"_s, u"FixtureException: thrown as told"_s, true},
-        {u"pluginWillUnload"_s, u"std::exception"_s, u"runtime_error: thrown as told"_s, true},
+        {u"pluginWillUnload"_s, u"std::exception"_s, u"std::runtime_error: thrown as told"_s, true},
     };
     QStringList announced;
     QObject context;
@@ -431,7 +431,7 @@ TEST_F(VXPluginProxyTest, StandsInForItsInstance)
     EXPECT_EQ(reasonOfAssertion([&] { proxy->as<VXPluginProxy>("load"); }),
               u"Plugin stand-in does not respond to selector load"_s);
     EXPECT_FALSE(proxy->performSelector("fail").isValid());
-    EXPECT_EQ(log.count(u"threw runtime_error: failed as told"_s), 1);
+    EXPECT_EQ(log.count(u"threw std::runtime_error: failed as told"_s), 1);
 }
 
 TEST_F(VXPluginProxyTest, DevicePluginsMakeInstancesOnDemand)
