@@ -7,16 +7,9 @@
 #include "VXPluginManager.h"
 #include "VXReactorPlugin.h"
 
-#include <QtCore/QCoreApplication>
-
 using namespace Qt::StringLiterals;
 
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto longestWait = 5s; // for other threads, before a plugin is unloaded all the same
-constexpr auto turn = 5ms;       // between looks at what they want done on the main thread
 
 VXReactorPlugin *reactorIn(const std::shared_ptr<VXPlugin> &instance)
 {
@@ -24,30 +17,6 @@ VXReactorPlugin *reactorIn(const std::shared_ptr<VXPlugin> &instance)
 }
 
 } // namespace
-
-/** Counts a thread that runs a reactor. */
-class VXReactorRegistry::Use
-{
-public:
-    Use(VXReactorRegistry &registry, const QString &identifier) VX_REQUIRES(registry._lock)
-        : _registry(registry), _identifier(identifier)
-    {
-        ++registry._uses[identifier];
-    }
-    ~Use()
-    {
-        const VXMutexLocker locker(_registry._lock);
-        if (--_registry._uses[_identifier] == 0)
-            _registry._uses.remove(_identifier);
-        _registry._changed.notifyAll();
-    }
-    Use(const Use &) = delete;
-    Use &operator=(const Use &) = delete;
-
-private:
-    VXReactorRegistry &_registry;
-    const QString _identifier;
-};
 
 VXReactorRegistry &VXReactorRegistry::shared()
 {
@@ -74,10 +43,7 @@ VXReactorInUse VXReactorRegistry::find(const QString &identifier)
     const auto found = _reactors.constFind(identifier);
     if (found == _reactors.constEnd())
         return {};
-    return {.isEnabled = true,
-            .instance = *found,
-            .plugin = reactorIn(*found),
-            .use = std::make_shared<Use>(*this, identifier)};
+    return {.isEnabled = true, .instance = *found, .plugin = reactorIn(*found), .use = _uses.begin(identifier)};
 }
 
 VXReactorInUse VXReactorRegistry::findNow(const QString &identifier) const
@@ -129,22 +95,7 @@ void VXReactorRegistry::pluginWillUnload(const VXPlugin *plugin)
         const VXMutexLocker locker(_lock);
         gone = _reactors.take(identifier);
     }
-    waitUntilUnused(identifier);
-}
-
-// The threads may wait for the main thread themselves, as a reactor does that shows an alert.
-void VXReactorRegistry::waitUntilUnused(const QString &identifier)
-{
-    const auto isUnused = [&]() VX_REQUIRES(_lock) { return !_uses.contains(identifier); };
-    const auto deadline = std::chrono::steady_clock::now() + longestWait;
-    while (std::chrono::steady_clock::now() < deadline) {
-        {
-            const VXMutexLocker locker(_lock);
-            if (_changed.waitFor(_lock, turn, isUnused))
-                return;
-        }
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-    }
-    VXLogMethod(VXLogWarning,
-                "pluginWillUnload:", u"Plugin %1 is unloaded while another thread still runs it"_s.arg(identifier));
+    if (!_uses.waitUntilUnused(identifier))
+        VXLogMethod(VXLogWarning,
+                    "pluginWillUnload:", u"Plugin %1 is unloaded while another thread still runs it"_s.arg(identifier));
 }

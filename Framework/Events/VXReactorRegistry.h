@@ -2,6 +2,7 @@
 
 #include "VXBundle.h"
 #include "VXMutex.h"
+#include "VXPluginUses.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
@@ -40,8 +41,6 @@ public:
     QList<VXBundle::Ptr> eventPostingBundles() const;
 
 private:
-    class Use;
-
     VXReactorRegistry();
     ~VXReactorRegistry() = default;
 
@@ -49,12 +48,10 @@ private:
     void pluginDidLoad(const VXPlugin *plugin);
     void pluginWillUnload(const VXPlugin *plugin);
     void takeSnapshot();
-    void waitUntilUnused(const QString &identifier);
 
-    mutable VXMutex _lock;
-    VXCondition _changed;
+    mutable VXMutex _lock;                                                    // before that of the uses
     QHash<QString, std::shared_ptr<VXPlugin>> _reactors VX_GUARDED_BY(_lock); // loaded ones
     QList<VXBundle::Ptr> _postingBundles VX_GUARDED_BY(_lock);
-    QHash<QString, int> _uses VX_GUARDED_BY(_lock); // by other threads than the main thread
+    VXPluginUses _uses;
     QObject _observer;
 };

@@ -1,8 +1,21 @@
 #include "VXPhonebookPlugin.h"
 
-VXPhonebookPlugin::VXPhonebookPlugin() = default;
+#include "VXManagedObjectContext.h"
+#include "VXPhonebookManager.h"
+#include "VXPhonebookRegistry.h"
+
+VXPhonebookPlugin::VXPhonebookPlugin()
+{
+    VXPhonebookRegistry::shared(); // from now on it hears of those that are loaded
+}
 
 VXPhonebookPlugin::~VXPhonebookPlugin() = default;
+
+VXManagedObjectPtr VXPhonebookPlugin::insertNewPhonebookEntry(const QString &entityName)
+{
+    VXManagedObjectContext *const context = VXPhonebookManager::sharedPhonebookManager().managedObjectContext();
+    return context == nullptr ? VXManagedObjectPtr() : context->insertNewObject(entityName);
+}
 
 QVariantList VXPhonebookPlugin::completionsForSubstring(const QString &, unsigned, unsigned)
 {

@@ -34,6 +34,23 @@ std::optional<qint64> wholeNumber(const QVariant &value)
     return value.canConvert<qlonglong>() ? std::optional<qint64>(value.toLongLong()) : std::nullopt;
 }
 
+// The first text, by the bytes of UTF-16LE, behind all that begin so; null when there is none.
+QString endOfBeginning(QString text)
+{
+    constexpr ushort highByte = 0xff00;
+    while (!text.isEmpty()) {
+        const ushort last = text.back().unicode();
+        const ushort low = last & 0xff;
+        const ushort high = last & highByte;
+        text.chop(1);
+        if (high != highByte) // the last byte
+            return text + QChar(ushort(last + 0x100));
+        if (low != 0xff) // the byte before
+            return text + QChar(ushort(low + 1));
+    }
+    return {};
+}
+
 } // namespace
 
 QString VXSQLPredicate::holds(const Scalar &left, Operator comparison, const Operand &right, VXTextOptions options,
@@ -63,7 +80,7 @@ QString VXSQLPredicate::holds(const Scalar &left, Operator comparison, const Ope
     case Operator::Contains:
         return texts("VX_CONTAINS"_L1, left, scalar(right), options);
     case Operator::BeginsWith:
-        return texts("VX_BEGINSWITH"_L1, left, scalar(right), options);
+        return beginsWith(left, scalar(right), options);
     case Operator::EndsWith:
         return texts("VX_ENDSWITH"_L1, left, scalar(right), options);
     case Operator::Like:
@@ -191,6 +208,18 @@ QString VXSQLPredicate::texts(QLatin1StringView function, const Scalar &text, co
     if (text.family != Family::Text || part.family != Family::Text)
         return never;
     return u"%1(%2, %3, %4)"_s.arg(function, sql(text), sql(part)).arg(int(options.toInt()));
+}
+
+// Texts with one beginning stand together in the order of their bytes, by which columns and their indexes are sorted.
+QString VXSQLPredicate::beginsWith(const Scalar &text, const Scalar &part, VXTextOptions options)
+{
+    const QString beginning = part.constant.toString();
+    if (options || text.isConstant || text.family != Family::Text || !part.isConstant || part.family != Family::Text ||
+        beginning.isEmpty())
+        return texts("VX_BEGINSWITH"_L1, text, part, options);
+    const QString from = u"%1 >= %2"_s.arg(text.sql, parameter(beginning));
+    const QString end = endOfBeginning(beginning);
+    return end.isNull() ? u'(' + from + u')' : u"(%1 AND %2 < %3)"_s.arg(from, text.sql, parameter(end));
 }
 
 VXSQLPredicate::Scalar VXSQLPredicate::folded(const Scalar &scalar, VXTextOptions options)

@@ -207,6 +207,7 @@ bool VXSQLPredicate::leadsToRows(const VXPredicate &predicate) const
     if (property == nullptr)
         return false;
     const VXAttributeDescription *const attribute = property->asAttribute();
+    const bool isBeginning = predicate.comparisonOperator() == Operator::BeginsWith && !predicate.options();
     return attribute == nullptr ||
-           (attribute->isIndexed() && predicate.comparisonOperator() <= Operator::GreaterOrEqual);
+           (attribute->isIndexed() && (isBeginning || predicate.comparisonOperator() <= Operator::GreaterOrEqual));
 }

@@ -87,6 +87,7 @@ private:
     QString between(const Scalar &left, const Operand &bounds, VXTextOptions options);
     QString contains(const Path &path, const Operand &element, VXTextOptions options);
     QString texts(QLatin1StringView function, const Scalar &text, const Scalar &part, VXTextOptions options);
+    QString beginsWith(const Scalar &text, const Scalar &part, VXTextOptions options);
     static Scalar folded(const Scalar &scalar, VXTextOptions options);
 
     // -- Expressions

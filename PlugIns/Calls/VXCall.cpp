@@ -1,9 +1,5 @@
 #include "VXCall.h"
 
-#include "VXPhonebookList.h"
-#include "VXPhonebookString.h"
-#include "VXPhoneNumber.h"
-
 #include <QtCore/QStringList>
 
 #include <algorithm>
@@ -21,27 +17,7 @@ qsizetype orderOf(const QString &state)
     return states.indexOf(state);
 }
 
-QString searchFormOfItem(const QString &item)
-{
-    QString name;
-    QString value;
-    const bool isAddress = VXPhonebookStringSplit(item, &name, &value);
-    const QString number = isAddress ? VXPhoneNumberSearchString(value) : QString();
-    QStringList parts{name, number.isEmpty() ? value.toLower() : number};
-    parts.removeAll(QString());
-    return parts.isEmpty() ? item : parts.join(u' ');
-}
-
 } // namespace
-
-QString VXCall::searchForm(const QString &phonebookStrings)
-{
-    if (phonebookStrings.isNull())
-        return {};
-    QStringList forms = VXUnpackPhonebookStrings(phonebookStrings, true);
-    std::transform(forms.cbegin(), forms.cend(), forms.begin(), searchFormOfItem);
-    return forms.join(", "_L1);
-}
 
 QDateTime VXCall::date(const QString &key) const
 {
@@ -79,15 +55,4 @@ void VXCall::take(const VXCallNews &news)
         duration = double(connected.msecsTo(call.eventDate)) / 1000;
     if (call.duration || duration > 0)
         setValueForKey(std::max(*duration, 0.0), u"duration"_s);
-}
-
-void VXCall::willSave()
-{
-    if (isDeleted())
-        return;
-    const QString to = searchForm(valueForKey(u"to"_s).toString());
-    const QString from = searchForm(valueForKey(u"from"_s).toString());
-    setValueForKey(to, u"to_search"_s);
-    setValueForKey(from, u"from_search"_s);
-    setValueForKey(valueForKey(u"direction"_s).toInt() != 0 ? from : to, u"otherParty_search"_s);
 }

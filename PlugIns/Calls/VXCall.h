@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VXCallRecord.h"
-#include "VXManagedObject.h"
+#include "VXPhonebookRecord.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QString>
@@ -13,20 +13,14 @@ struct VXCallNews
     VXCallRecord call; // with the date of the event
 };
 
-/** A call of the history (entity "VXCall" of the store "calls"). Keeps the texts for searching in step when it is saved. */
-class VXCall : public VXManagedObject
+/** A call of the history (entity "VXCall" of the store "calls"). */
+class VXCall : public VXRecordObject
 {
 public:
     static const QString entityName; // "VXCall"
 
     /** A call does not go back to an earlier state; what is known of it stays unless there is better news. */
     void take(const VXCallNews &news);
-
-    /** For a list of phonebook strings: each name and, in the form for look-ups, each address. Null for none. */
-    static QString searchForm(const QString &phonebookStrings);
-
-protected:
-    void willSave() override;
 
 private:
     QDateTime date(const QString &key) const;

@@ -1,0 +1,109 @@
+#include "VXContactLookup.h"
+
+#include "VXManagedObjectContext.h"
+#include "VXPhonebookEntry.h"
+#include "VXPhoneNumber.h"
+#include "VXTextComparison.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Above whatever is known of a contact.
+constexpr double sameName = 1e6;
+constexpr double sameType = 1e5;
+
+QString folded(const QString &text)
+{
+    return VXFoldedText(text, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive);
+}
+
+VXContactCandidate candidateFor(const VXManagedObjectPtr &entry, unsigned type, const QString &nameHint)
+{
+    VXContactCandidate candidate{entry, VXPhonebookEntry::informativeValue(*entry)};
+    if (!nameHint.isEmpty() && folded(VXPhonebookEntry::displayString(*entry)) == folded(nameHint)) {
+        candidate.score += sameName;
+        candidate.reasons.append(u"has the name that was given"_s);
+    }
+    if (type != 0 && entry->valueForKey(u"type"_s).toUInt() == type) {
+        candidate.score += sameType;
+        candidate.reasons.append(u"has the type that was given"_s);
+    }
+    const auto known = VXPhonebookEntry::informativeValue(*entry);
+    candidate.reasons.append(known > 0 ? u"%1 for what is known of the contact"_s.arg(double(known))
+                                       : u"nothing more is known of it"_s);
+    return candidate;
+}
+
+} // namespace
+
+QList<VXContactCandidate> VXContactLookup::forPhoneNumber(const QString &number, unsigned type, const QString &nameHint,
+                                                          VXError *error) const
+{
+    return find(u"VXPhoneNumber"_s, VXPhoneNumberSearchString(number), type, nameHint, error);
+}
+
+QList<VXContactCandidate> VXContactLookup::forEmailAddress(const QString &address, unsigned type,
+                                                           const QString &nameHint, VXError *error) const
+{
+    return find(u"VXEmailAddress"_s, address.toLower(), type, nameHint, error);
+}
+
+// The last word of the name leads to the index by which persons are sorted, or the first does.
+VXManagedObjectPtr VXContactLookup::forName(const QString &name, VXError *error) const
+{
+    const QString wanted = folded(name.simplified());
+    const VXEntityDescription *const entity =
+        _context.persistentStoreCoordinator()->model().entityForName(u"VXPerson"_s);
+    if (wanted.isEmpty() || entity == nullptr)
+        return {};
+    QStringList sortNames{wanted}; // "jane doe" may be first "jane", last "doe", or the other way round, as shown
+    for (qsizetype blank = wanted.indexOf(u' '); blank >= 0; blank = wanted.indexOf(u' ', blank + 1))
+        sortNames.append(wanted.sliced(blank + 1) + u' ' + wanted.first(blank));
+    VXFetchRequest request(*entity);
+    request.predicate = VXPredicate::comparison(VXExpression::keyPath(u"sort_name"_s), VXPredicate::Operator::In,
+                                                VXExpression::constant(sortNames));
+    request.includesPendingChanges = false;
+    const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
+    VXManagedObjectPtr best;
+    float highest = -1;
+    for (qsizetype index = 0; found && index < found->size(); ++index) {
+        const VXManagedObjectPtr person = found->at(index);
+        const float value = VXPhonebookEntry::informativeValue(*person);
+        if (folded(VXPhonebookEntry::displayString(*person)) != wanted || value <= highest)
+            continue;
+        highest = value;
+        best = person;
+    }
+    return best;
+}
+
+VXManagedObjectPtr VXContactLookup::best(const QList<VXContactCandidate> &candidates)
+{
+    return candidates.isEmpty() ? VXManagedObjectPtr() : candidates.constFirst().entry;
+}
+
+// What a candidate is worth takes queries, which the only one can do without.
+QList<VXContactCandidate> VXContactLookup::find(const QString &entityName, const QString &search, unsigned type,
+                                                const QString &nameHint, VXError *error) const
+{
+    const VXEntityDescription *const entity = _context.persistentStoreCoordinator()->model().entityForName(entityName);
+    if (search.isEmpty() || entity == nullptr)
+        return {};
+    VXFetchRequest request(*entity);
+    request.predicate = VXPredicate::comparison(VXExpression::keyPath(u"search"_s), VXPredicate::Operator::Equal,
+                                                VXExpression::constant(search));
+    request.includesPendingChanges = false; // copies of what other plugins know may lie in the context
+    const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
+    QList<VXContactCandidate> candidates;
+    if (!found)
+        return candidates;
+    if (found->size() == 1)
+        return {{found->first(), 0, {u"the only one"_s}}};
+    for (const VXManagedObjectPtr &entry : *found)
+        candidates.append(candidateFor(entry, type, nameHint));
+    std::ranges::stable_sort(candidates, std::ranges::greater(), &VXContactCandidate::score);
+    return candidates;
+}

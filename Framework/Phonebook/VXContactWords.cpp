@@ -1,0 +1,145 @@
+#include "VXContactWords.h"
+
+#include "VXPhoneNumber.h"
+#include "VXTextComparison.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr VXTextOptions overlooked = VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive;
+constexpr qsizetype longestWord = 64;   // UTF-16 units
+constexpr qsizetype mostKeys = 100;     // of one contact; more is no contact that anybody types
+constexpr qsizetype shortestNumber = 3; // digits, to be taken for a number while it is typed
+constexpr char endOfWord = '\0';
+
+QString folded(const QString &text)
+{
+    return VXFoldedText(text, overlooked);
+}
+
+bool isWordPart(QChar character)
+{
+    return character.isLetterOrNumber() || character.isSurrogate() || character.isMark();
+}
+
+QString digitsIn(QStringView text)
+{
+    QString digits;
+    for (const QChar character : text) {
+        if (character.isDigit())
+            digits += character;
+    }
+    return digits;
+}
+
+// "jane.doe@example.org", "doe@example.org", "example.org", "org"
+void appendWords(QStringList &words, QStringView token)
+{
+    bool isInWord = false;
+    for (qsizetype index = 0; index < token.size(); ++index) {
+        const bool isPart = isWordPart(token[index]);
+        if (isPart && !isInWord)
+            words.append(token.sliced(index).left(longestWord).toString());
+        isInWord = isPart;
+    }
+}
+
+// As it is dialled from abroad, at home, and compared.
+QStringList wordsOfNumber(const QString &number)
+{
+    const QString digits = digitsIn(number);
+    QStringList words{digits, VXPhoneNumberSearchString(number)};
+    const QString access = VXPhoneNumberInternationalAccessCode(digits);
+    if (number.trimmed().startsWith(u'+'))
+        words.append(VXPhoneNumberByStrippingCountryCode(digits));
+    else if (!access.isNull())
+        words.append(VXPhoneNumberByStrippingCountryCode(digits.sliced(access.size())));
+    words.removeIf([](const QString &word) { return word.isEmpty(); });
+    return words;
+}
+
+void insertKeys(QSet<QByteArray> &keys, const QString &text, VXContactWords::Kind kind)
+{
+    for (const QString &word : VXContactWords::wordsOf(text, kind)) {
+        if (keys.size() < mostKeys)
+            keys.insert(word.toUtf8() + endOfWord + static_cast<char>(kind));
+    }
+}
+
+QString text(const VXManagedObject &object, const QString &key)
+{
+    return object.valueForKey(key).toString();
+}
+
+} // namespace
+
+QString VXContactSortName(const QString &firstName, const QString &lastName, const QString &nickname,
+                          const QString &company)
+{
+    QStringList names{lastName, firstName};
+    names.removeIf([](const QString &name) { return name.isEmpty(); });
+    if (names.isEmpty())
+        names = {nickname.isEmpty() ? company : nickname};
+    return folded(names.join(u' '));
+}
+
+QStringList VXContactWords::wordsOf(const QString &text, Kind kind)
+{
+    QStringList words;
+    if (kind == Kind::Number)
+        return wordsOfNumber(text);
+    const QString plain = folded(text).simplified();
+    for (const QStringView token : QStringView(plain).split(u' ', Qt::SkipEmptyParts))
+        appendWords(words, token);
+    return words;
+}
+
+QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
+{
+    QSet<QByteArray> keys;
+    for (const QString &name : {u"firstName"_s, u"middleName"_s, u"lastName"_s, u"nickname"_s})
+        insertKeys(keys, text(person, name), Kind::Name);
+    insertKeys(keys, text(person, u"company"_s), Kind::Company);
+    const auto insertOf = [&](const QString &relationship, const QString &key, Kind kind) {
+        const int index = person.entity().propertyForName(relationship)->index();
+        for (const VXManagedObjectPtr &each : person.relatedObjects(index))
+            insertKeys(keys, text(*each, key), kind);
+    };
+    insertOf(u"emails"_s, u"address"_s, Kind::Email);
+    insertOf(u"numbers"_s, u"number"_s, Kind::Number);
+    return keys;
+}
+
+QStringList VXContactWords::typedWords(const QString &text)
+{
+    const QString trimmed = text.trimmed();
+    if (const QString digits = digitsIn(trimmed);
+        digits.size() >= shortestNumber && VXIsValidPhoneNumber(trimmed) &&
+        std::ranges::none_of(trimmed, [](QChar character) { return character.isLetter(); }))
+        return {digits};
+    QStringList words;
+    for (QString token : folded(trimmed).simplified().split(u' ', Qt::SkipEmptyParts)) {
+        while (!token.isEmpty() && !isWordPart(token.front()))
+            token.remove(0, 1);
+        while (!token.isEmpty() && (token.back() == u',' || token.back() == u';' || token.back() == u'>'))
+            token.chop(1);
+        if (!token.isEmpty())
+            words.append(token.left(longestWord));
+    }
+    return words;
+}
+
+QStringList VXContactWords::beginnings(const QString &word)
+{
+    QStringList all{word};
+    const bool isNumber = std::ranges::all_of(word, [](QChar character) { return character.isDigit(); });
+    if (isNumber && word.startsWith(u'0')) {
+        const auto *const first = std::ranges::find_if(word, [](QChar character) { return character != u'0'; });
+        if (const QString rest(first, word.cend() - first); !rest.isEmpty())
+            all.append(rest);
+    }
+    return all;
+}

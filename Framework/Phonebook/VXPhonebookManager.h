@@ -1,0 +1,102 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+#include "VXManagedObject.h"
+#include "VXNotificationCenter.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QHash>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <memory>
+#include <utility>
+
+class VXManagedObjectContext;
+
+/** What completions may be: bits of a mask. */
+enum VXPhonebookProperty : unsigned {
+    VXPhonebookPropertyNumber = 1, // "Jane Doe <+1 555 0100/m>"
+    VXPhonebookPropertyEmail = 2,  // "Jane Doe <jane@example.org/H>"
+    VXPhonebookPropertyGroup = 4,  // "Family { Jane Doe <+1 555 0100/m>, ... }"
+    VXPhonebookPropertyAll = 7,
+};
+
+/**
+ * Answers what the rest of the system asks about contacts: who stands behind a phonebook string, with which picture, and what a
+ * text that is being typed may become. The entries lie in the store "phonebook" and are found by the loaded phonebook plugins,
+ * asked on the calling thread. Each thread has a manager of its own, with a context and a cache: any save in the process
+ * makes the next look-up forget both, and no answer is kept for more than five seconds.
+ */
+class VX_EXPORT VXPhonebookManager
+{
+public:
+    /** The calling thread's; made on first use, gone with the thread. */
+    static VXPhonebookManager &sharedPhonebookManager();
+
+    ~VXPhonebookManager();
+    VXPhonebookManager(const VXPhonebookManager &) = delete;
+    VXPhonebookManager &operator=(const VXPhonebookManager &) = delete;
+
+    /** This thread's, over the store "phonebook"; nullptr, logged, while that is not open. Nothing is saved through it. */
+    VXManagedObjectContext *managedObjectContext();
+
+    /**
+     * The best entry for the string's phone number; null for none, and for e-mail addresses, which are not looked up. It
+     * belongs to the manager's context, which a look-up after a save resets: keep it no longer than the present task.
+     */
+    VXManagedObjectPtr entryForPhonebookString(const QString &phonebookString);
+    /** The bytes of a picture file; null for none, and for groups. */
+    QByteArray imageForPhonebookString(const QString &phonebookString);
+    /**
+     * At most `limit` phonebook strings and groups for a typed text, of the properties in the mask (VXPhonebookProperty), sorted
+     * case-insensitively. A mask or a limit of 0 fails an assertion. `indexOfSelectedItem` is never filled in.
+     */
+    QStringList completionsForSubstring(const QString &substring, unsigned propertyMask, unsigned limit,
+                                        int *indexOfSelectedItem = nullptr);
+    /** Forgets the answer for a trimmed phonebook string. */
+    void removeFromCache(const QString &key);
+
+    /** Entries whose "url_string" begins with the prefix: groups, persons, numbers, addresses. On the context's thread. */
+    static QList<VXManagedObjectPtr> phonebookEntriesWithPathPrefix(const QString &prefix,
+                                                                    VXManagedObjectContext &context);
+
+    /** Observes every save of a context in the process. Any thread. */
+    static void contextDidSaveNotification(const VXNotification &notification);
+    /**
+     * Observes plugins that are unloaded: entries that one supplied, whose "url_string" begins with its identifier, are deleted.
+     * Not those of the plugin whose store it is. Main thread.
+     */
+    static void pluginWillUnload(const VXNotification &notification);
+
+    using Clock = std::chrono::steady_clock;
+    /** Takes the place of the clock by which answers grow old; nullptr brings it back. For tests. Any thread. */
+    static void setClock(Clock::time_point (*clock)());
+
+private:
+    /** An answer, which may be none. */
+    struct Answer
+    {
+        VXManagedObjectPtr entry;
+        Clock::time_point end; // it no longer counts
+    };
+
+    VXPhonebookManager();
+
+    void renew(quint32 version);
+    VXManagedObjectPtr find(const QString &phonebookString);
+    VXManagedObjectPtr bestOf(QList<VXManagedObjectPtr> candidates);
+    void keep(const QString &key, const VXManagedObjectPtr &entry);
+    static Clock::time_point now();
+
+    static std::atomic<quint32> _globalContextVersion;
+    static std::atomic<Clock::time_point (*)()> _clock;
+
+    quint32 _contextVersion;
+    std::unique_ptr<VXManagedObjectContext> _managedObjectContext; // outlives what is kept of it
+    QHash<QString, Answer> _lookupCache;
+    std::deque<std::pair<Clock::time_point, QString>> _ends; // of the answers, the first to end in front
+};

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "VXContactWords.h"
+#include "VXError.h"
+#include "VXManagedObject.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QSet>
+#include <QtCore/QStringList>
+
+class VXManagedObjectContext;
+
+/**
+ * Completes what is typed, from the index of words (VXContactWords): one typed word leads there, in pages, and the contacts found
+ * must have words that begin with the others too. Words that are whole come first, then by the alphabet; of equal ones those of
+ * names before those of companies, addresses and numbers. Used once.
+ */
+class VXContactCompletion
+{
+public:
+    VXContactCompletion(VXManagedObjectContext &context, unsigned propertyMask, unsigned limit)
+        : _context(context), _mask(propertyMask), _limit(limit)
+    {
+    }
+
+    /** The best, at most so many as the limit. What was found before an error. */
+    QStringList complete(const QString &typed, VXError *error);
+
+private:
+    /** A contact, and by which kinds of its words it was found. */
+    struct Match
+    {
+        VXManagedObjectPtr person;
+        QSet<VXContactWords::Kind> kinds;
+    };
+    /** Numbers and addresses of many contacts, read at once. */
+    using Owned = QHash<VXManagedObjectID, QList<VXManagedObjectPtr>>;
+
+    bool isFull() const { return _found.size() >= qsizetype(_limit); }
+    void add(const QString &text);
+    bool addGroups(const QStringList &words, VXError *error);
+    bool walk(const QString &beginning, const QStringList &others, VXError *error);
+    /** The next matches of a page; sets `isLast` when there are no more behind. False on failure. */
+    bool readPage(const QString &beginning, qsizetype offset, qsizetype size, QList<Match> *matches, bool *isLast,
+                  VXError *error) const;
+    bool readOwned(const QString &entity, const QList<Match> &matches, Owned *owned, VXError *error) const;
+    void addMatch(const Match &match, const QString &beginning, const Owned &numbers, const Owned &emails);
+
+    VXManagedObjectContext &_context;
+    const unsigned _mask;
+    const unsigned _limit;
+    QStringList _found;
+    QSet<QString> _known;
+};

@@ -1,0 +1,112 @@
+#include "VXPhonebookEntities.h"
+
+#include "VXContactWords.h"
+#include "VXManagedObjectContext.h"
+#include "VXPhonebookEntry.h"
+#include "VXPhoneNumber.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QSet>
+
+using namespace Qt::StringLiterals;
+
+const QString VXPerson::entityName = u"VXPerson"_s;
+const QString VXPhoneNumberEntry::entityName = u"VXPhoneNumber"_s;
+const QString VXEmailAddressEntry::entityName = u"VXEmailAddress"_s;
+
+namespace {
+
+const QString changedDateKey = u"changedDate"_s;
+
+int indexOf(const VXManagedObject &object, const QString &key)
+{
+    return object.entity().propertyForName(key)->index();
+}
+
+QString text(const VXManagedObject &object, const QString &key)
+{
+    return object.attribute(indexOf(object, key)).toString();
+}
+
+} // namespace
+
+QVariant VXPerson::valueForKey(const QString &key) const
+{
+    return key == "displayString"_L1 ? QVariant(VXPhonebookEntry::displayString(*this))
+                                     : VXManagedObject::valueForKey(key);
+}
+
+void VXPerson::ownDidChange()
+{
+    if (isDeleted() || isInserted()) // then it is asked itself
+        return;
+    updateWords();
+    updateDate();
+}
+
+void VXPerson::willSave()
+{
+    if (isDeleted())
+        return;
+    updateSortName();
+    updateWords();
+    updateDate();
+}
+
+void VXPerson::updateSortName()
+{
+    const QString name = VXContactSortName(text(*this, u"firstName"_s), text(*this, u"lastName"_s),
+                                           text(*this, u"nickname"_s), text(*this, u"company"_s));
+    setAttribute(indexOf(*this, u"sort_name"_s), name.isEmpty() ? QVariant() : QVariant(name));
+}
+
+void VXPerson::updateWords()
+{
+    QSet<QByteArray> due = VXContactWords::keysOf(*this);
+    const int words = indexOf(*this, u"words"_s);
+    for (const VXManagedObjectPtr &word : relatedObjects(words)) {
+        if (!due.remove(word->attribute(indexOf(*word, u"key"_s)).toByteArray()))
+            managedObjectContext()->deleteObject(word);
+    }
+    if (due.isEmpty())
+        return;
+    const VXEntityDescription &entity = this->entity().relationshipForName(u"words"_s)->destination();
+    const int key = entity.propertyForName(u"key"_s)->index();
+    for (const QByteArray &each : std::as_const(due)) {
+        const VXManagedObjectPtr word = managedObjectContext()->insertNewObject(entity);
+        word->setAttribute(key, each);
+        addRelated(words, word);
+    }
+}
+
+void VXPerson::updateDate()
+{
+    if (isInserted() ? !valueForKey(changedDateKey).isValid() : !changedValues().contains(changedDateKey))
+        setValueForKey(QDateTime::currentDateTimeUtc(), changedDateKey);
+}
+
+void VXContactAddress::willSave()
+{
+    const QString personKey = u"person"_s;
+    if (isDeleted()) {
+        const auto before = committedValues({personKey}).value(personKey).value<VXManagedObjectPtr>();
+        if (auto *const person = dynamic_cast<VXPerson *>(before.get()))
+            person->ownDidChange();
+        return;
+    }
+    const QString search = searchText();
+    setAttribute(indexOf(*this, u"search"_s), search.isEmpty() ? QVariant() : QVariant(search));
+    const VXManagedObjectPtr owner = related(indexOf(*this, personKey));
+    if (auto *const person = dynamic_cast<VXPerson *>(owner.get()))
+        person->ownDidChange();
+}
+
+QString VXPhoneNumberEntry::searchText() const
+{
+    return VXPhoneNumberSearchString(text(*this, u"number"_s));
+}
+
+QString VXEmailAddressEntry::searchText() const
+{
+    return text(*this, u"address"_s).toLower();
+}

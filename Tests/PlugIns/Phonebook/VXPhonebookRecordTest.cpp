@@ -1,0 +1,72 @@
+#include "VXPhonebookRecord.h"
+#include "VXPhonebookTest.h"
+
+using namespace Qt::StringLiterals;
+
+class VXPhonebookRecordTest : public VXPhonebookTest
+{
+protected:
+    VXPhonebookRecordTest() : VXPhonebookTest({QStringLiteral(VORNIX_CALLS_PLUGIN)})
+    {
+        if (IsSkipped())
+            return;
+        start();
+        calls = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"calls"_s);
+    }
+
+    VXPersistentStoreCoordinator::Ptr calls;
+};
+
+TEST_F(VXPhonebookRecordTest, TextsForSearchingFollowTheParties)
+{
+    VXManagedObjectContext context(calls);
+    const VXManagedObjectPtr call = context.insertNewObject(u"VXCall"_s);
+    VXPhonebookRecord::setTo(*call, u"Friends { Jo <555 0101>, jane@Example.org }, 0044 20 7946 0123"_s);
+    VXPhonebookRecord::setFrom(*call, u"me <555 0199>"_s);
+    const QString to = u"Jo 5550101, jane@example.org, 2079460123"_s;
+    EXPECT_EQ(VXPhonebookRecord::to_display(*call), to);
+    EXPECT_EQ(VXPhonebookRecord::from_display(*call), u"me 5550199"_s);
+    EXPECT_EQ(VXPhonebookRecord::otherParty_display(*call), to);
+    const QVariantMap outgoing{
+        {u"kMDItemAuthors"_s, QStringList{u"me 5550199"_s}},
+        {u"kMDItemRecipients"_s, QStringList{u"Jo 5550101"_s, u"jane@example.org"_s, u"2079460123"_s}},
+        {u"kMDItemPhoneNumbers"_s, QStringList{u"555 0101"_s, u"0044 20 7946 0123"_s}},
+        {u"kMDItemEmailAddresses"_s, QStringList{u"jane@Example.org"_s}}};
+    EXPECT_EQ(VXPhonebookRecord::phonebookMetaData(*call), outgoing);
+    VXPhonebookRecord::setDirection(*call, 1);
+    EXPECT_EQ(VXPhonebookRecord::otherParty(*call), u"me <555 0199>"_s);
+    EXPECT_EQ(call->valueForKey(u"otherParty_display"_s), u"me 5550199"_s);
+    EXPECT_EQ(VXPhonebookRecord::phonebookMetaData(*call).value(u"kMDItemPhoneNumbers"_s), QStringList{u"555 0199"_s});
+    EXPECT_FALSE(VXPhonebookRecord::phonebookMetaData(*call).contains(u"kMDItemEmailAddresses"_s));
+    VXPhonebookRecord::setFrom(*call, {});
+    EXPECT_TRUE(VXPhonebookRecord::from_display(*call).isNull());
+}
+
+TEST_F(VXPhonebookRecordTest, WhatARecordHasAlreadyChangesNothing)
+{
+    VXManagedObjectContext context(calls);
+    const VXManagedObjectPtr call = context.insertNewObject(u"VXCall"_s);
+    call->setValueForKey(QDateTime::currentDateTimeUtc(), u"date"_s);
+    VXPhonebookRecord::setFrom(*call, u"555 0100"_s);
+    ASSERT_TRUE(context.save());
+    VXPhonebookRecord::setFrom(*call, u"555 0100"_s);
+    VXPhonebookRecord::setTo(*call, {});
+    VXPhonebookRecord::setDirection(*call, 0);
+    EXPECT_FALSE(context.hasChanges());
+}
+
+TEST_F(VXPhonebookRecordTest, CallsKnowWhoTheOtherPartyIs)
+{
+    VXManagedObjectContext contacts(store);
+    const VXManagedObjectPtr jane =
+        addPerson(contacts, {{u"firstName"_s, u"Jane"_s}, {u"numbers"_s, QStringList{u"555 0100"_s}}});
+    VXManagedObjectContext context(calls);
+    const VXManagedObjectPtr call = context.insertNewObject(u"VXCall"_s);
+    const QVariant object = QVariant::fromValue(call);
+    VXPhonebookRecord::setTo(*call, u"555 0199, 5550100"_s);
+    EXPECT_EQ(VXValueForKeyPath(object, u"contact.firstName"_s), u"Jane"_s);
+    EXPECT_EQ(VXValueForKeyPath(object, u"contact.displayString"_s), u"Jane"_s);
+    EXPECT_EQ(VXDisplayStringForContacts(u"555 0199, 5550100"_s), u"555 0199, Jane"_s);
+    VXPhonebookRecord::setTo(*call, u"555 0199"_s);
+    EXPECT_FALSE(VXValueForKey(object, u"contact"_s).isValid());
+}
