@@ -122,6 +122,9 @@ void VXZipFile::unzip(const QString &zipPath)
 
 void VXZipFile::unzipFile(const QString &zipPath, const QString &destinationFolder)
 {
+    const QFileInfo info(zipPath);
+    if (info.exists() && !info.isFile() && !info.isDir()) // the archivers would wait for a pipe without an end
+        return refuse(zipPath, VXLocalizedString(u"It is no regular file."_s));
     VXZipArchive archive(zipPath, [this](const QString &program, const QList<QByteArray> &arguments, QByteArray *output,
                                          qsizetype maximumOutput) {
         return runProgram({program, arguments, {}, output, maximumOutput});

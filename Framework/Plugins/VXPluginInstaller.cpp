@@ -191,6 +191,8 @@ VXPluginInstallResult VXPluginInstaller::install(const QString &givenPath, QStri
 void VXPluginInstaller::rescueAbandoned()
 {
     const QString stagingFolder = _manager.pathToInstallStagingFolder();
+    const QString halfCopies = u".vornix-move."_s;
+    VXScratchFolder::removeAbandoned(stagingFolder, halfCopies);
     VXScratchFolder::visitAbandoned(stagingFolder, installPrefix, [&](const QString &folder) {
         for (const QString &path : VXPluginScanner::pluginPathsInFolder(folder)) {
             const QFileInfo staged(stagingFolder + u'/' + QFileInfo(path).fileName());
@@ -200,8 +202,8 @@ void VXPluginInstaller::rescueAbandoned()
             if (error)
                 VXLogMethod(VXLogError, "rescueAbandoned", error.description());
         }
-        VXScratchFolder::removeAbandoned(folder, u".vornix-move."_s); // half copies
-        ::rmdir(QFile::encodeName(folder).constData());               // does nothing while something lies there
+        VXScratchFolder::removeAbandoned(folder, halfCopies);
+        ::rmdir(QFile::encodeName(folder).constData()); // does nothing while something lies there
     });
 }
 

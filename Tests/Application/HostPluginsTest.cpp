@@ -305,6 +305,9 @@ TEST_F(HostPluginsTest, APluginThatEndsTheProgramIsNamedWhereverItWasCalled)
     EXPECT_EQ(crashed.status, 128 + SIGABRT);
     EXPECT_EQ(VXJSONFromText(crashed.output)->toObject()[u"error"_s].toString().toStdString(),
               "the program crashed, in the code of " + bundle);
+    const HostOutcome smashed = open(u"smash"_s); // nobody can tell whose code it was
+    EXPECT_GT(smashed.status, 128);
+    EXPECT_TRUE(VXJSONFromText(smashed.output)->toObject().contains(u"error"_s)) << smashed.errors.toStdString();
     const HostOutcome forked = open(u"fork"_s);
     EXPECT_EQ(forked.errors, QByteArray());
     EXPECT_EQ(VXJSONFromText(forked.output)->toObject()[u"answer"_s].toString(), u"a window of org.window"_s);

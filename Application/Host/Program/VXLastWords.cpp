@@ -21,6 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr unsigned longestSaving = 10; // seconds
 constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
 
 alignas(16) std::array<char, 64 * 1024> signalStack; // a stack that is used up has no room for a handler
@@ -42,6 +43,8 @@ private:
     std::array<char, 2048> _text{};
     size_t _size = 0;
 };
+
+CrashText crashText;
 
 } // namespace
 
@@ -72,23 +75,30 @@ void VXLastWords::setCrashHandler(void (*handler)(int))
         ::sigaction(signal, &action, nullptr);
 }
 
-// Calls only what may be called inside a signal handler; walking up the stack comes last, as it may crash itself. The
-// signal's own action follows.
+// These two call only what may be called inside a signal handler. The walk up the stack may crash itself, where that was
+// written over: then the second one takes its place.
 void VXLastWords::tellOfCrash(int signal)
 {
-    CrashText text;
-    text.add("vornix: the program crashed");
+    setCrashHandler(finishCrash);
+    crashText.add("vornix: the program crashed");
     if (const std::string_view worker = VXPluginMarker::lastWords(); !worker.empty()) {
-        text.add(" while the plugin ");
-        text.add(worker);
+        crashText.add(" while the plugin ");
+        crashText.add(worker);
     }
     if (const std::string_view bundle = VXPluginOnStack(); !bundle.empty()) {
-        text.add(", in the code of ");
-        text.add(bundle);
+        crashText.add(", in the code of ");
+        crashText.add(bundle);
     }
+    finishCrash(signal);
+}
+
+// The signal's own action follows.
+void VXLastWords::finishCrash(int signal)
+{
+    setCrashHandler(SIG_DFL);
     if (const VXLastWords *const lastWords = _current)
-        lastWords->_output.answerCrash(text.text().substr(std::string_view("vornix: ").size()));
-    text.add("\n");
+        lastWords->_output.answerCrash(crashText.text().substr(std::string_view("vornix: ").size()));
+    crashText.add("\n");
     ::raise(signal);
 }
 
@@ -119,9 +129,11 @@ void VXLastWords::tellOfExit()
         _output.note("vornix: "_L1 + text);
     else
         _output.fail(text);
-    static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize());
     const int status = _output.finish(_status.value_or(VXHostOutput::Failed));
     std::fflush(nullptr);
+    std::signal(SIGALRM, SIG_DFL);
+    ::alarm(longestSaving); // the plugin may have been called with the preferences' locks held
+    static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize());
     ::_exit(status);
 }
 

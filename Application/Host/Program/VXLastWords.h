@@ -32,6 +32,7 @@ public:
 private:
     static QString textOfExit();
     static void tellOfCrash(int signal);
+    static void finishCrash(int signal);
     static void setCrashHandler(void (*handler)(int));
     [[noreturn]] void tellOfExit();
 

@@ -13,6 +13,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
@@ -228,6 +229,7 @@ TEST_F(VXZipFileTest, DamagedAndLockedArchivesGiveAnError)
     const QByteArray good = rawArchive({{"a", "contents of a"}, {"b", "b"}});
     QByteArray damaged = good;
     damaged.replace("contents", "CONTENTS");
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path(u"pipe.zip"_s)).constData(), 0600), 0);
     const struct
     {
         QString archive;
@@ -240,6 +242,7 @@ TEST_F(VXZipFileTest, DamagedAndLockedArchivesGiveAnError)
         {writeFile(u"damaged.zip"_s, damaged), u"Error: 2"_s},
         {path(u"missing.zip"_s), u"Error: 9"_s},
         {path(), u"Error: 9"_s},
+        {path(u"pipe.zip"_s), u"It is no regular file."_s},
         {writeFile(u"secret.zip"_s, rawArchive({{"a", QByteArray(20, 'x'), fileMode, hostUnix, 1}})),
          u"Error: 5"_s}, // and nobody is asked for the password
     };

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 /**
  * An interface plugin that opens URLs of the scheme that "FixtureScheme" of its Info.plist names, and has a window for
  * each from then on. Those that end in "?modal" open no window but an object, those in "?fault" throw, those in "?exit",
- * "?_exit", "?_Exit", "?quick_exit", "?abort" and "?thread" (exit on another one) end the process; "?fork" ends a child that
+ * "?_exit", "?_Exit", "?quick_exit", "?abort", "?smash" (the stack) and "?thread" (exit on another one) end the process; "?fork" ends a child that
  * way. With "FixtureForgets" it throws when it is asked for its windows.
  */
 class WindowPlugin : public VXInterfacePlugin
@@ -44,6 +44,15 @@ public:
     }
 
 private:
+    // Over its own frame and those of its callers.
+    __attribute__((noinline, no_sanitize("address", "undefined"))) static void smashStack()
+    {
+        volatile char bytes[16] = {}; // NOLINT
+        volatile char *volatile start = bytes;
+        for (int at = 0; at < 4096; ++at)
+            start[at] = 'A'; // NOLINT
+    }
+
     static void end(const QString &how)
     {
         if (how == "exit"_L1)
@@ -56,6 +65,8 @@ private:
             std::quick_exit(0);
         if (how == "abort"_L1)
             std::abort();
+        if (how == "smash"_L1)
+            smashStack();
         if (how == "thread"_L1)
             std::thread([] { std::exit(0); }).join();
         if (how == "fork"_L1 && ::fork() == 0)
