@@ -67,15 +67,29 @@ bool VXManagedObjectContext::Save::resolve(const QList<VXRowConflict> &conflicts
     for (const VXRowConflict &conflict : conflicts) {
         const auto isOfStore = [&](const Part &part) { return &part.store->identity() == conflict.objectID.store(); };
         Part &part = *std::find_if(_parts.begin(), _parts.end(), isOfStore);
-        if (conflict.kind == Kind::Changed)
+        bool isResolved = true;
+        switch (conflict.kind) {
+        case Kind::Changed:
             changed.insert(conflict.objectID, conflict.stored);
-        else if (!(conflict.kind == Kind::Missing ? resolveMissing(part, conflict.objectID)
-                                                  : resolveReferenced(part, conflict)))
+            break;
+        case Kind::Missing:
+            isResolved = resolveMissing(part, conflict.objectID);
+            break;
+        case Kind::Referenced:
+            isResolved = resolveReferenced(part, conflict);
+            break;
+        case Kind::OneSided:
+            isResolved = resolveOneSided(part, conflict);
+            break;
+        }
+        if (!isResolved)
             return false;
     }
     return std::all_of(_parts.begin(), _parts.end(), [&](Part &part) {
-        return resolveChanged(part, changed) &&
-               std::all_of(_contested.cbegin(), _contested.cend(),
+        if (!resolveChanged(part, changed))
+            return false;
+        restoreDeleted(part);
+        return std::all_of(_contested.cbegin(), _contested.cend(),
                            [&](const Contested &contested) { return pairUp(part, contested); });
     });
 }
@@ -135,7 +149,7 @@ bool VXManagedObjectContext::Save::resolve(Part &part, qsizetype place, const VX
 VXError VXManagedObjectContext::Save::conflictError(const QList<VXRowConflict> &conflicts) const
 {
     QVariantList list;
-    std::array<qsizetype, 3> counts = {}; // by kind
+    std::array<qsizetype, 4> counts = {}; // by kind
     for (const VXRowConflict &conflict : conflicts) {
         const ObjectPtr object = _context.objectWithID(conflict.objectID);
         const bool isChanged = conflict.kind == VXRowConflict::Kind::Changed;
@@ -144,9 +158,10 @@ VXError VXManagedObjectContext::Save::conflictError(const QList<VXRowConflict> &
         list.append(descriptionOf(conflict));
         ++counts.at(size_t(conflict.kind));
     }
-    const std::array<QString, 3> texts{u"Somebody else has changed %1 of them."_s,
+    const std::array<QString, 4> texts{u"Somebody else has changed %1 of them."_s,
                                        u"Somebody else has deleted %1 that they lead to."_s,
-                                       u"Objects that somebody else has saved lead to %1 that are to be deleted."_s};
+                                       u"Objects that somebody else has saved lead to %1 that are to be deleted."_s,
+                                       u"Somebody else has changed %1 that they lead or led to."_s};
     QStringList reasons;
     for (size_t kind = 0; kind < texts.size(); ++kind) {
         if (counts.at(kind) > 0)

@@ -50,9 +50,14 @@ void VXManagedObjectContext::applyDeleteRule(const ObjectPtr &object, const Rela
         VXReportDiagnostic(
             3, u"\"%1\" of %2 cannot be read: %3"_s.arg(
                    relationship.name(), object->objectID().uriRepresentation().toString(), error.description()));
+    DeleteEffects *const effects = object->isInserted() ? nullptr : &_deleteEffects[object.get()];
     for (const ObjectPtr &other : others) {
         if (!other)
             continue;
+        if (effects != nullptr && !isCascade)
+            effects->nullified.append({other, inverse});
+        else if (effects != nullptr && !other->isDeleted())
+            effects->deleted.append(other);
         if (isCascade)
             doomed.append(other);
         else if (relationship.isToMany())

@@ -34,21 +34,15 @@ bool VXManagedObjectContext::Save::removeReferences(VXRowChange &change, const O
 
 // -- Relationships that are to-one at both ends
 
-namespace {
-
-bool isPair(const VXRelationshipDescription &relationship)
+bool VXManagedObjectContext::Save::leadsTo(const VXStoreRow &row, const Relationship &relationship,
+                                           const ObjectID &objectID)
 {
-    return !relationship.isToMany() && !relationship.isTransient() && relationship.inverse() != nullptr &&
-           !relationship.inverse()->isToMany() && VXMustLeadSomewhere(relationship);
-}
-
-bool leadsTo(const VXStoreRow &row, const VXRelationshipDescription &relationship, const VXManagedObjectID &objectID)
-{
-    const VXManagedObjectID *const target = row.target(relationship.index());
+    const ObjectID *const target = row.target(relationship.index());
     return target != nullptr && *target == objectID;
 }
 
-void setTarget(VXRowChange &change, const VXRelationshipDescription &relationship, const QVariant &target)
+void VXManagedObjectContext::Save::setTarget(VXRowChange &change, const Relationship &relationship,
+                                             const QVariant &target)
 {
     auto row = change.row->copy(change.row->version());
     row->value(relationship.index()) = target;
@@ -56,8 +50,6 @@ void setTarget(VXRowChange &change, const VXRelationshipDescription &relationshi
     if (!change.changedProperties.contains(relationship.index()))
         change.changedProperties.append(relationship.index());
 }
-
-} // namespace
 
 VXStoreRow::Ptr VXManagedObjectContext::Save::rowToBe(const Part &part, const ObjectID &objectID) const
 {
@@ -83,14 +75,37 @@ bool VXManagedObjectContext::Save::unpair(Part &part, const ObjectID &objectID, 
         return true;
     if (!relationship.isOptional())
         return false;
+    setTarget(changeOf(part, objectID, row), relationship, {});
+    return true;
+}
+
+// One of those that are written; else it joins them, as it is stored.
+VXRowChange &VXManagedObjectContext::Save::changeOf(Part &part, const ObjectID &objectID, const VXStoreRow::Ptr &stored)
+{
     qsizetype place = placeOf(part, objectID);
     if (place < 0) {
         place = part.request.changes.size();
-        part.request.changes.append({objectID, row->copy(row->version() + 1), row});
+        part.request.changes.append({objectID, stored->copy(stored->version() + 1), stored});
         part.objects.push_back(nullptr);
         _refreshed.insert(objectID);
     }
-    setTarget(part.request.changes[place], relationship, {});
+    return part.request.changes[place];
+}
+
+// The context knew one end as it was before somebody else paired it anew, and did not change it: that end follows. Where the
+// store's changes count, it follows only to let go.
+bool VXManagedObjectContext::Save::resolveOneSided(Part &part, const VXRowConflict &conflict)
+{
+    const VXMergePolicy policy = _context._mergePolicy;
+    if (policy == VXMergePolicy::Error)
+        return false;
+    const VXRowReference &reference = conflict.references.constFirst();
+    const ObjectID &source = reference.source.objectID;
+    const ObjectID target = *reference.source.row->target(reference.relationship->index());
+    const bool isWanted = policy == VXMergePolicy::MergeByPropertyObjectTrumps || policy == VXMergePolicy::Overwrite;
+    if (!isWanted || placeOf(part, target) >= 0)
+        return unpair(part, source, *reference.relationship, target);
+    setTarget(changeOf(part, target, conflict.stored), *reference.relationship->inverse(), QVariant::fromValue(source));
     return true;
 }
 
@@ -104,7 +119,7 @@ bool VXManagedObjectContext::Save::pairUp(Part &part, const Contested &contested
     if (!now) // deleted: what leads there is found by every save
         return true;
     for (const Relationship *const relationship : contested.objectID.entity().relationships()) {
-        if (!isPair(*relationship))
+        if (!VXIsPair(*relationship) || !VXMustLeadSomewhere(*relationship))
             continue;
         const Relationship &inverse = *relationship->inverse();
         const ObjectID *const partner = now->target(relationship->index());

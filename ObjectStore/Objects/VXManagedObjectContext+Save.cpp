@@ -101,7 +101,7 @@ bool VXManagedObjectContext::Save::build(VXError *error)
             return false;
     }
     for (const ObjectPtr &object : std::as_const(_deleted)) {
-        if (!addChange(*object, nullptr, {}, error))
+        if (!addChange(*object, nullptr, {}, error) || !addLinks(*object, error))
             return false;
     }
     addMetadata();
@@ -160,16 +160,20 @@ bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXErr
         if (!set.hasChanges() || relationship.isTransient() || !relationship.isManyToMany() ||
             !isSavedFrom(relationship))
             continue;
+        if (object.isDeleted() && relationship.deleteRule() != VXDeleteRule::Deny) // they go with it
+            continue;
         const bool isSymmetric = relationship.inverse() == &relationship;
         VXLinkChange change{object.objectID(), &relationship, {}, {}};
         const auto add = [&](const ObjectID &target, QList<ObjectID> *list) {
             const VXManagedObject *const known = _context._objects.find(target);
-            const bool isGoing = known != nullptr && known->isDeleted(); // and its links with it
+            // Its links go with it; but those that it may not have then are removed before.
+            const bool isGoing = known != nullptr && known->isDeleted() &&
+                                 (list == &change.added || relationship.inverse()->deleteRule() != VXDeleteRule::Deny);
             if (!isGoing && (!isSymmetric || change.source.number() <= target.number()))
                 list->append(target);
         };
         for (const ObjectPtr &other : set.added()) {
-            if (other->_context != nullptr) // else it was deleted before it was ever saved
+            if (other->_context != nullptr && !object.isDeleted()) // else it was deleted before it was ever saved
                 add(other->objectID(), &change.added);
         }
         for (const ObjectID &target : set.removed())
@@ -231,6 +235,7 @@ void VXManagedObjectContext::Save::finish()
         for (VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
             changed->clear();
         _context._assignedStores.clear();
+        _context._deleteEffects.clear();
     }
     for (const QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted}) {
         for (const ObjectPtr &object : *objects) {
@@ -248,6 +253,7 @@ void VXManagedObjectContext::Save::finish()
         }
     }
     takeOverRows();
+    refreshOthers();
     for (const ObjectPtr &object : std::as_const(_deleted))
         _context.forget(object);
     callDidSave();
@@ -302,6 +308,10 @@ void VXManagedObjectContext::Save::forgetGone()
             _context.noteForObservers(*object);
         _context.forget(object);
     }
+}
+
+void VXManagedObjectContext::Save::refreshOthers()
+{
     for (const ObjectID &objectID : std::as_const(_refreshed)) {
         const ObjectPtr object = _context.objectRegisteredForID(objectID);
         if (!object || object->hasChanges())

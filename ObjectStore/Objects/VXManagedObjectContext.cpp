@@ -75,6 +75,7 @@ void VXManagedObjectContext::forgetAll()
     }
     for (VXChangedObjects *const changed : {&_inserted, &_updated, &_deleted})
         changed->clear();
+    _deleteEffects.clear();
     _noted.clear();
     _refreshed.clear();
 }
@@ -160,6 +161,8 @@ void VXManagedObjectContext::setState(VXManagedObject &object, State state)
     const ObjectPtr held(&object);
     if (VXChangedObjects *const before = objectsInState(object._state); before != nullptr)
         before->remove(object);
+    if (object.isDeleted())
+        _deleteEffects.remove(&object);
     object._state = state;
     if (VXChangedObjects *const now = objectsInState(state); now != nullptr)
         now->insert(held);

@@ -13,6 +13,7 @@
 #include <QtCore/QSet>
 
 #include <optional>
+#include <utility>
 
 /**
  * Posted by a context on its thread; object: the context (VXManagedObjectContext *). The user info has lists of objects
@@ -139,6 +140,12 @@ private:
     VXChangedObjects *objectsInState(State state);
     /** Of all three kinds. */
     QList<ObjectPtr> changedObjects() const;
+    /** What the delete rules of a stored object have done, which is undone where its deletion gives way to the store. */
+    struct DeleteEffects
+    {
+        QList<ObjectPtr> deleted;                                    // by "cascade"
+        QList<std::pair<ObjectPtr, const Relationship *>> nullified; // what led to it, and by which relationship
+    };
     void applyDeleteRule(const ObjectPtr &object, const Relationship &relationship, QList<ObjectPtr> &doomed);
     /** An object without changes left is not an updated one. */
     void settle(VXManagedObject &object);
@@ -175,9 +182,10 @@ private:
     VXChangedObjects _updated;
     VXChangedObjects _deleted;
     QHash<const VXManagedObject *, VXPersistentStoreCoordinator::StorePtr>
-        _assignedStores;                // of new objects, where named
-    QList<ObjectPtr> _noted;            // for observers
-    QSet<VXManagedObject *> _refreshed; // for observers too, not held
+        _assignedStores;                                          // of new objects, where named
+    QHash<const VXManagedObject *, DeleteEffects> _deleteEffects; // of the deleted ones
+    QList<ObjectPtr> _noted;                                      // for observers
+    QSet<VXManagedObject *> _refreshed;                           // for observers too, not held
     qint64 _madeObjectCount = 0;
 };
 

@@ -63,16 +63,31 @@ private:
     bool applyDeleteRule(Part &part, const ObjectID &deleted, const VXRowReference &reference);
     bool pairUp(Part &part, const Contested &contested);
     bool leadsBack(const Part &part, const ObjectID &objectID, const Relationship &relationship) const;
+    bool resolveOneSided(Part &part, const VXRowConflict &conflict);
+    VXRowChange &changeOf(Part &part, const ObjectID &objectID, const VXStoreRow::Ptr &stored);
     bool unpair(Part &part, const ObjectID &objectID, const Relationship &relationship, const ObjectID &from);
     VXStoreRow::Ptr rowToBe(const Part &part, const ObjectID &objectID) const;
     static bool removeReferences(VXRowChange &change, const ObjectID &target);
     static qsizetype placeOf(const Part &part, const ObjectID &objectID);
+
+    static bool leadsTo(const VXStoreRow &row, const Relationship &relationship, const ObjectID &objectID);
+    static void setTarget(VXRowChange &change, const Relationship &relationship, const QVariant &target);
+
+    // -- Deletions that give way (VXManagedObjectContext+Restore.cpp)
+    using Places = QHash<ObjectID, qsizetype>; // of the changes in a part
+    void restoreDeleted(Part &part);
+    QList<ObjectPtr> restoreCascaded(const Part &part, const Places &places, const DeleteEffects &effects,
+                                     QSet<ObjectID> *dropped);
+    void restoreNullified(Part &part, const Places &places, const VXManagedObject &object, const DeleteEffects &effects,
+                          QSet<ObjectID> *dropped);
+    static void removeChanges(Part &part, const QSet<ObjectID> &dropped);
 
     // -- Afterwards
     void undo();
     void finish();
     void forgetGone();
     void takeOverRows();
+    void refreshOthers();
     void callDidSave() const;
 
     VXManagedObjectContext &_context;
@@ -83,7 +98,8 @@ private:
     std::vector<Part> _parts;
     std::vector<Yielding> _yielding;
     std::vector<Contested> _contested;
-    QSet<ObjectID> _gone;                 // which somebody else deleted, or a delete rule of the save
-    QSet<ObjectID> _refreshed;            // which a delete rule of the save changed
-    QSet<const VXStoreIdentity *> _saved; // of a save that failed
+    QSet<ObjectID> _gone;                    // which somebody else deleted, or a delete rule of the save
+    QSet<ObjectID> _refreshed;               // which are other in the store than the context has them
+    QSet<const VXManagedObject *> _restored; // of those yielding, whose deletion is undone
+    QSet<const VXStoreIdentity *> _saved;    // of a save that failed
 };

@@ -104,11 +104,13 @@ struct VXRowConflict
         Changed,    // somebody else has changed or deleted it since the context read it
         Missing,    // it is not there, but something that is saved leads to it
         Referenced, // it is deleted, but something that stays leads to it
+        OneSided, // of a pair, both relationships to-one, one end would lead to the other, and that not back; it is the end
+                  // that the save does not write
     };
     VXManagedObjectID objectID;
     VXStoreRow::Ptr stored; // null: it is gone
     Kind kind = Kind::Changed;
-    QList<VXRowReference> references = {}; // of one that is referenced: from where
+    QList<VXRowReference> references = {}; // of one that is referenced: from where; of a pair: the one that leads
 };
 
 /** A save that has been carried out but is not yet for good. Destroyed without commit it is undone. */
@@ -184,7 +186,8 @@ public:
     virtual std::optional<qint64> reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error) = 0;
     /**
      * Carries out a save: all or nothing. @return null on failure; with conflicts listed, nothing else is wrong. What is saved
-     * leads only to objects that are there afterwards, and nothing to one that is deleted, unless a delete rule allows it.
+     * leads only to objects that are there afterwards, and nothing to one that is deleted, unless a delete rule allows it; where
+     * both ends of a relationship are to-one, they lead to each other.
      */
     virtual std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                                      VXError *error) = 0;

@@ -134,9 +134,10 @@ QList<VXRowConflict> VXRowTables::conflicts(const VXSaveRequest &request) const
 {
     QList<VXRowConflict> found = changedRows(request.changes);
     const VXSaveReferences concerned(request);
-    if (!found.isEmpty() || (concerned.targets().isEmpty() && concerned.deleted().isEmpty()))
+    if (!found.isEmpty() || (concerned.targets().isEmpty() && concerned.deleted().isEmpty() &&
+                             concerned.paired().isEmpty() && concerned.denying().isEmpty()))
         return found;
-    QHash<VXManagedObjectID, const VXRowChange *> changes;
+    Changes changes;
     for (const VXRowChange &change : request.changes)
         changes.insert(change.objectID, &change);
     for (const VXManagedObjectID &target : concerned.targets()) {
@@ -157,6 +158,70 @@ QList<VXRowConflict> VXRowTables::conflicts(const VXSaveRequest &request) const
                 found.append({objectID, changes.value(objectID)->base, VXRowConflict::Kind::Referenced, references});
         }
     }
+    for (auto each = concerned.denying().cbegin(); each != concerned.denying().cend(); ++each) {
+        for (const VXManagedObjectID &objectID : *each)
+            found.append(denied(objectID, *each.key(), request, changes));
+    }
+    for (auto each = concerned.paired().cbegin(); each != concerned.paired().cend(); ++each) {
+        for (const VXManagedObjectID &objectID : *each)
+            found.append(oneSided(objectID, *each.key(), changes));
+    }
+    return found;
+}
+
+// By pairs that stay.
+QList<VXRowConflict> VXRowTables::denied(const VXManagedObjectID &objectID,
+                                         const VXRelationshipDescription &relationship, const VXSaveRequest &request,
+                                         const Changes &changes) const
+{
+    Targets paired = targets(objectID, relationship);
+    for (const VXLinkChange &link : request.links) {
+        if (link.relationship == &relationship && link.source == objectID) {
+            for (const VXManagedObjectID &removed : link.removed)
+                paired.remove(removed);
+        }
+        if (link.relationship == relationship.inverse() && link.removed.contains(objectID))
+            paired.remove(link.source);
+    }
+    QList<VXRowReference> references;
+    for (const VXManagedObjectID &other : std::as_const(paired)) {
+        const VXRowChange *const change = changes.value(other);
+        const VXFetchedRow *const there = find(other);
+        if (there != nullptr && (change == nullptr || change->row))
+            references.append({*there, relationship.inverse()});
+    }
+    return references.isEmpty() ? QList<VXRowConflict>()
+                                : QList<VXRowConflict>{{objectID, changes.value(objectID)->base,
+                                                        VXRowConflict::Kind::Referenced, references}};
+}
+
+// What the object leads to leads back, and nothing else leads to it.
+QList<VXRowConflict> VXRowTables::oneSided(const VXManagedObjectID &objectID,
+                                           const VXRelationshipDescription &relationship, const Changes &changes) const
+{
+    const auto rowToBe = [&](const VXManagedObjectID &each) {
+        const auto change = changes.constFind(each);
+        const VXFetchedRow *const stored = find(each);
+        return change != changes.cend() ? (*change)->row : stored != nullptr ? stored->row : nullptr;
+    };
+    const auto leadsTo = [](const VXStoreRow &row, const VXRelationshipDescription &leading,
+                            const VXManagedObjectID &target) {
+        const VXManagedObjectID *const found = row.target(leading.index());
+        return found != nullptr && *found == target;
+    };
+    const VXRelationshipDescription &inverse = *relationship.inverse();
+    const VXStoreRow::Ptr row = rowToBe(objectID);
+    QList<VXRowConflict> found;
+    if (const VXManagedObjectID *const target = row->target(relationship.index()); target != nullptr) {
+        const VXStoreRow::Ptr there = rowToBe(*target);
+        if (there && !leadsTo(*there, inverse, objectID))
+            found.append({*target, there, VXRowConflict::Kind::OneSided, {{{objectID, row}, &relationship}}});
+    }
+    const VXFetchedRow *const stored = find(objectID);
+    const VXManagedObjectID *const former = stored == nullptr ? nullptr : stored->row->target(relationship.index());
+    const VXStoreRow::Ptr there = former == nullptr ? nullptr : rowToBe(*former);
+    if (there && leadsTo(*there, inverse, objectID) && !leadsTo(*row, relationship, *former))
+        found.append({*former, there, VXRowConflict::Kind::OneSided, {{{*former, there}, &inverse}}});
     return found;
 }
 

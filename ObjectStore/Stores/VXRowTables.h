@@ -36,7 +36,7 @@ public:
                 const VXManagedObjectID &target);
 
     /** What stands against a save: rows that differ from those that the changes are based on, and, when there are none,
-     * references that would lead nowhere. */
+     * references that would lead nowhere, or not back. */
     QList<VXRowConflict> conflicts(const VXSaveRequest &request) const;
     /** Whether an object to be inserted has the number of one that is there. */
     bool hasInserted(const QList<VXRowChange> &changes) const;
@@ -53,6 +53,11 @@ private:
     void take(const VXManagedObjectID &source, const VXRelationshipDescription &relationship,
               const VXManagedObjectID &target);
     QList<VXRowConflict> changedRows(const QList<VXRowChange> &changes) const;
+    using Changes = QHash<VXManagedObjectID, const VXRowChange *>;
+    QList<VXRowConflict> denied(const VXManagedObjectID &objectID, const VXRelationshipDescription &relationship,
+                                const VXSaveRequest &request, const Changes &changes) const;
+    QList<VXRowConflict> oneSided(const VXManagedObjectID &objectID, const VXRelationshipDescription &relationship,
+                                  const Changes &changes) const;
     QList<VXRowReference> references(const VXManagedObjectID &objectID,
                                      const VXRelationshipDescription &relationship) const;
     void updateLinks(const VXManagedObjectID &objectID, const VXStoreRow *before, const VXStoreRow *after);

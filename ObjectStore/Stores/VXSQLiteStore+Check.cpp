@@ -29,22 +29,6 @@ QString danglingQuery(const VXRelationshipDescription &relationship)
            "(SELECT 1 FROM %5 t1 WHERE t1.Z_PK = t2.%1)"_s.arg(link.target, link.table, sources, link.source, targets);
 }
 
-// References that do not lead back, in the same form. Null where one end is made of the other.
-QString oneSidedQuery(const VXRelationshipDescription &relationship)
-{
-    const QString sources = VXSQLiteSchema::table(relationship.entity());
-    if (!relationship.isToMany() && !relationship.inverse()->isToMany())
-        return u"SELECT t0.Z_PK, t0.Z_ENT, t0.%1 FROM %2 t0 JOIN %3 t1 ON t1.Z_PK = t0.%1 "
-               "WHERE t1.%4 IS NOT t0.Z_PK"_s.arg(VXSQLiteSchema::column(relationship), sources,
-                                                  VXSQLiteSchema::table(relationship.destination()),
-                                                  VXSQLiteSchema::column(*relationship.inverse()));
-    if (!relationship.isManyToMany() || !VXSQLiteSchema::link(relationship).isSymmetric)
-        return {};
-    return u"SELECT t0.Z_PK, t0.Z_ENT, t2.Z_TARGET FROM %1 t2 JOIN %2 t0 ON t0.Z_PK = t2.Z_SOURCE WHERE NOT EXISTS "
-           "(SELECT 1 FROM %1 t3 WHERE t3.Z_SOURCE = t2.Z_TARGET AND t3.Z_TARGET = t2.Z_SOURCE)"_s.arg(
-               VXSQLiteSchema::link(relationship).table, sources);
-}
-
 } // namespace
 
 QStringList VXSQLiteStore::check()
@@ -81,6 +65,21 @@ void VXSQLiteStore::findUnreadableRows(QStringList &found)
         if (at == VXRowCursor::Step::Failed)
             found.append(reasonOf(error));
     }
+}
+
+QString VXSQLiteStore::oneSidedQuery(const VXRelationshipDescription &relationship)
+{
+    const QString sources = VXSQLiteSchema::table(relationship.entity());
+    if (VXIsPair(relationship))
+        return u"SELECT t0.Z_PK, t0.Z_ENT, t0.%1 FROM %2 t0 JOIN %3 t1 ON t1.Z_PK = t0.%1 "
+               "WHERE t1.%4 IS NOT t0.Z_PK"_s.arg(VXSQLiteSchema::column(relationship), sources,
+                                                  VXSQLiteSchema::table(relationship.destination()),
+                                                  VXSQLiteSchema::column(*relationship.inverse()));
+    if (!relationship.isManyToMany() || !VXSQLiteSchema::link(relationship).isSymmetric)
+        return {};
+    return u"SELECT t0.Z_PK, t0.Z_ENT, t2.Z_TARGET FROM %1 t2 JOIN %2 t0 ON t0.Z_PK = t2.Z_SOURCE WHERE NOT EXISTS "
+           "(SELECT 1 FROM %1 t3 WHERE t3.Z_SOURCE = t2.Z_TARGET AND t3.Z_TARGET = t2.Z_SOURCE)"_s.arg(
+               VXSQLiteSchema::link(relationship).table, sources);
 }
 
 bool VXSQLiteStore::findBrokenReferences(QList<VXBrokenReference> *found, VXError *error)

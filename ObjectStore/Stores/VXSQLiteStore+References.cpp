@@ -30,7 +30,72 @@ bool VXSQLiteStore::findReferenceConflicts(const VXSaveRequest &request, QList<V
                     {change.objectID, change.base, VXRowConflict::Kind::Referenced, references.take(number)});
         }
     }
+    for (auto each = concerned.paired().cbegin(); each != concerned.paired().cend(); ++each) {
+        if (!findOneSided(request, *each.key(), *each, conflicts, error))
+            return false;
+    }
     return true;
+}
+
+bool VXSQLiteStore::findDenied(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const
+{
+    const VXSaveReferences concerned(request);
+    if (concerned.denying().isEmpty())
+        return true;
+    QHash<VXManagedObjectID, VXStoreRow::Ptr> deleted;
+    for (const VXRowChange &change : request.changes) {
+        if (!change.row)
+            deleted.insert(change.objectID, change.base);
+    }
+    for (auto each = concerned.denying().cbegin(); each != concerned.denying().cend(); ++each) {
+        QHash<qint64, QList<VXRowReference>> references;
+        if (!findReferences(*each.key(), *each, &references, error))
+            return false;
+        for (const VXManagedObjectID &objectID : *each) {
+            QList<VXRowReference> denying = references.value(objectID.number());
+            denying.removeIf([&](const VXRowReference &other) { return deleted.contains(other.source.objectID); });
+            if (!denying.isEmpty())
+                conflicts->append({objectID, deleted.value(objectID), VXRowConflict::Kind::Referenced, denying});
+        }
+    }
+    return true;
+}
+
+// What they lead to leads back, and nothing else leads to them.
+bool VXSQLiteStore::findOneSided(const VXSaveRequest &request, const VXRelationshipDescription &relationship,
+                                 const QList<VXManagedObjectID> &changed, QList<VXRowConflict> *conflicts,
+                                 VXError *error) const
+{
+    const VXRelationshipDescription &inverse = *relationship.inverse();
+    const QString numbers = numberList(changed);
+    const auto find = [&](const VXRelationshipDescription &leading, const QString &column) {
+        VXSQLiteStatement rows = _writer->statement(
+            oneSidedQuery(leading) + u" AND t0.%1 IN (SELECT value FROM json_each(?1))"_s.arg(column), error);
+        if (!rows)
+            return false;
+        rows.bindText(1, numbers);
+        Step at = rows.step();
+        for (; at == Step::Row; at = rows.step()) {
+            const VXManagedObjectID source = layout(leading.entity()).readID(rows, identity());
+            VXError problem;
+            const VXStoreRow::Ptr row = source.isNull() ? nullptr : readRow(*_writer, source, &problem);
+            if (!row) {
+                VXSetError(error, problem);
+                return false;
+            }
+            const VXManagedObjectID target = *row->target(leading.index());
+            const auto isWritten = [&](const VXRowChange &change) { return change.objectID == source; };
+            const bool isOfSave = std::any_of(request.changes.cbegin(), request.changes.cend(), isWritten);
+            conflicts->append({isOfSave ? target : source,
+                               isOfSave ? readRow(*_writer, target, nullptr) : row,
+                               VXRowConflict::Kind::OneSided,
+                               {{{source, row}, &leading}}});
+        }
+        if (at == Step::Failed)
+            VXSetError(error, _writer->lastError());
+        return at == Step::Done;
+    };
+    return find(relationship, u"Z_PK"_s) && find(inverse, VXSQLiteSchema::column(inverse));
 }
 
 bool VXSQLiteStore::findMissing(const VXEntityDescription &root, const QList<VXManagedObjectID> &targets,

@@ -69,6 +69,8 @@ public:
             if (!link(change))
                 return false;
         }
+        if (!_store.findDenied(request, _conflicts, _error))
+            return false;
         for (const VXRowChange &change : request.changes) { // last, and with all links
             if (!change.row && !remove(change))
                 return false;

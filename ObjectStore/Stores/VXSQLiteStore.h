@@ -78,11 +78,18 @@ private:
                      QList<VXRowConflict> *conflicts, VXError *error) const;
     bool findReferences(const VXRelationshipDescription &relationship, const QList<VXManagedObjectID> &deleted,
                         QHash<qint64, QList<VXRowReference>> *references, VXError *error) const;
+    /** To be called before the deleted objects are removed, and their pairs with them. */
+    bool findDenied(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const;
+    bool findOneSided(const VXSaveRequest &request, const VXRelationshipDescription &relationship,
+                      const QList<VXManagedObjectID> &changed, QList<VXRowConflict> *conflicts, VXError *error) const;
     bool isWritable(VXError *error) const;
     bool overwriteLog();
     VXError damage(const QString &reason) const;
 
     // -- Checking
+    /** References that do not lead back: the identity of the source, t0, and the number it holds. Null where one end is made of
+     * the other. */
+    static QString oneSidedQuery(const VXRelationshipDescription &relationship);
     bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) override;
     bool addReferences(VXSQLiteConnection &connection, const VXRelationshipDescription &relationship,
                        const QString &query, bool isTargetThere, QList<VXBrokenReference> *found, VXError *error) const;

@@ -18,6 +18,12 @@ bool VXMustLeadSomewhere(const VXRelationshipDescription &relationship)
                                    : relationship.inverse()->deleteRule() != VXDeleteRule::NoAction;
 }
 
+bool VXIsPair(const VXRelationshipDescription &relationship)
+{
+    return !relationship.isTransient() && !relationship.isToMany() && relationship.inverse() != nullptr &&
+           !relationship.inverse()->isToMany();
+}
+
 VXSaveReferences::VXSaveReferences(const VXSaveRequest &request)
 {
     for (const VXRowChange &change : request.changes) {
@@ -41,16 +47,29 @@ VXSaveReferences::VXSaveReferences(const VXSaveRequest &request)
     }
 }
 
+void VXSaveReferences::lookAt(const VXEntityDescription &entity)
+{
+    if (_entity == &entity)
+        return;
+    _entity = &entity;
+    _toOne.clear();
+    _pairs.clear();
+    for (const VXRelationshipDescription *const relationship : entity.relationships()) {
+        if (!relationship->isToMany() && VXMustLeadSomewhere(*relationship))
+            _toOne.append(relationship->index());
+        if (VXIsPair(*relationship))
+            _pairs.append(relationship);
+    }
+}
+
 void VXSaveReferences::addTargets(const VXRowChange &change)
 {
-    const VXEntityDescription &entity = change.objectID.entity();
-    if (_entity != &entity) {
-        _entity = &entity;
-        _toOne.clear();
-        for (const VXRelationshipDescription *const relationship : entity.relationships()) {
-            if (!relationship->isToMany() && VXMustLeadSomewhere(*relationship))
-                _toOne.append(relationship->index());
-        }
+    lookAt(change.objectID.entity());
+    const bool isNew = !change.base && !change.overwrites; // nothing that was there before leads to it
+    for (const VXRelationshipDescription *const pair : std::as_const(_pairs)) {
+        if (isNew ? change.row->target(pair->index()) != nullptr
+                  : isWhole(change) || change.changedProperties.contains(pair->index()))
+            _paired[pair].append(change.objectID);
     }
     for (const int index : std::as_const(_toOne)) {
         const VXManagedObjectID *const target = change.row->target(index);
@@ -65,5 +84,8 @@ void VXSaveReferences::addDeleted(const VXManagedObjectID &objectID)
         const VXRelationshipDescription *const inverse = relationship->inverse();
         if (inverse != nullptr && !inverse->isToMany() && VXMustLeadSomewhere(*inverse))
             _deleted[relationship].append(objectID);
+        if (!relationship->isTransient() && relationship->isManyToMany() &&
+            relationship->deleteRule() == VXDeleteRule::Deny)
+            _denying[relationship].append(objectID);
     }
 }

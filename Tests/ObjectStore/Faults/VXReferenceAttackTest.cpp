@@ -106,10 +106,7 @@ private:
     void change()
     {
         static const std::array names{u"Part"_s, u"Note"_s, u"Guard"_s, u"Badge"_s, u"Tag"_s, u"Owner"_s};
-        // With badges only where asked for: their pairs still come apart in some of a thousand saves.
-        static const bool hasPairs = qEnvironmentVariableIsSet("VORNIX_FAULT_PAIRS");
-        const QString &chosen = names.at(below(names.size()));
-        const QString &name = chosen == u"Badge"_s && !hasPairs ? names[0] : chosen;
+        const QString &name = names.at(below(names.size()));
         const Object owner = any(u"Owner"_s);
         if (!owner) {
             make(u"Owner"_s);

@@ -130,3 +130,107 @@ TEST_P(VXContextReferencesTest, PairsGoWithTheirObjects)
     EXPECT_TRUE(fetch(request(u"Group"_s, u"members.@count > 0"_s)).isEmpty());
     EXPECT_EQ(store->check(), QStringList());
 }
+
+// Of two that lead to each other the context changes one alone, as it knows the other as it was before.
+TEST_P(VXContextReferencesTest, BothEndsOfAPairLeadToEachOther)
+{
+    for (const VXMergePolicy policy : policies) {
+        const bool objectTrumps =
+            policy == VXMergePolicy::MergeByPropertyObjectTrumps || policy == VXMergePolicy::Overwrite;
+        for (const bool connects : {false, true}) {
+            SCOPED_TRACE(int(policy) * 10 + int(connects));
+            const Object owner = person(u"owner"_s);
+            const Object first = add(u"Passport"_s, {{u"name"_s, u"1"_s}, {u"holder"_s, QVariant::fromValue(owner)}});
+            const Object second = add(u"Passport"_s, {{u"name"_s, u"2"_s}});
+            save();
+            other.reset();
+            const QVariant now = connects ? QVariant() : QVariant::fromValue(there(second));
+            there(owner)->setValueForKey(now, u"passport"_s);
+            save(other);
+            const Object &known = connects ? owner : second; // the context hears of one end only
+            const Object &stale = connects ? first : owner;
+            context.refreshObject(known, false);
+            known->setValueForKey(connects ? QVariant::fromValue(first) : QVariant(),
+                                  connects ? u"passport"_s : u"holder"_s);
+            const bool isSaved = saveWith(policy);
+            ASSERT_EQ(isSaved, policy != VXMergePolicy::Error) << error.description().toStdString();
+            if (!isSaved) {
+                EXPECT_EQ(onlyConflict()[u"object"_s].value<Object>(), stale);
+                context.reset();
+            }
+            EXPECT_EQ(store->check(), QStringList());
+            other.reset();
+            const auto passport = there(owner)->valueForKey(u"passport"_s).value<Object>();
+            const bool isPaired = isSaved ? connects && objectTrumps : !connects;
+            EXPECT_EQ(bool(passport), isPaired);
+            EXPECT_EQ(isSaved && owner->valueForKey(u"passport"_s).isValid(), isSaved && isPaired);
+            context.reset();
+        }
+    }
+}
+
+TEST_P(VXContextReferencesTest, ADeletionThatGivesWayLeavesAllAsItWas)
+{
+    for (const VXMergePolicy policy : {VXMergePolicy::MergeByPropertyStoreTrumps, VXMergePolicy::Rollback}) {
+        SCOPED_TRACE(int(policy));
+        const Object kept = person(u"kept"_s);
+        const QVariant end = QVariant::fromValue(kept);
+        add(u"Call"_s, {{u"name"_s, u"call"_s}, {u"caller"_s, end}});
+        const Object phone = add(u"Phone"_s, {{u"name"_s, u"phone"_s}, {u"owner"_s, end}});
+        add(u"Passport"_s, {{u"name"_s, u"pass"_s}, {u"holder"_s, end}});
+        add(u"Group"_s, {{u"name"_s, u"group"_s}, {u"members"_s, QVariantList{end}}});
+        person(u"friend"_s, {{u"friends"_s, QVariantList{end}}});
+        const Object moved = add(u"Phone"_s, {{u"name"_s, u"moved"_s}, {u"owner"_s, end}});
+        save();
+        context.deleteObject(kept);
+        moved->setValueForKey(QVariant::fromValue(person(u"new"_s)), u"owner"_s);
+        phone->setValueForKey(u"renamed"_s, u"name"_s);
+        other.reset();
+        there(kept)->setValueForKey(u"changed"_s, u"name"_s);
+        save(other);
+        ASSERT_TRUE(saveWith(policy)) << error.description().toStdString();
+        EXPECT_FALSE(context.hasChanges());
+        other.reset();
+        for (const Object &each : {kept, there(kept)}) {
+            EXPECT_EQ(each->valueForKey(u"name"_s), u"changed"_s);
+            EXPECT_EQ(sortedNames(each->valueForKey(u"calls"_s)), u"call"_s) << "cascade";
+            EXPECT_EQ(sortedNames(each->valueForKey(u"phones"_s)), u"renamed"_s) << "nullify; one has left by itself";
+            EXPECT_EQ(sortedNames(each->valueForKey(u"groups"_s)), u"group"_s);
+            EXPECT_EQ(sortedNames(each->valueForKey(u"friends"_s)), u"friend"_s);
+            EXPECT_TRUE(each->valueForKey(u"passport"_s).isValid());
+        }
+        EXPECT_EQ(phone->valueForKey(u"owner"_s).value<Object>(), kept);
+        EXPECT_EQ(store->check(), QStringList());
+        context.reset();
+        other.reset();
+    }
+}
+
+TEST_P(VXContextReferencesTest, DenyHoldsForPairsOfSomebodyElse)
+{
+    for (const VXMergePolicy policy : policies) {
+        SCOPED_TRACE(int(policy));
+        const Object before = person(u"before"_s);
+        const Object member = person(u"member"_s);
+        const Object group =
+            add(u"Group"_s, {{u"name"_s, u"g"_s}, {u"members"_s, QVariantList{QVariant::fromValue(before)}}});
+        save();
+        group->setValueForKey(QVariantList(), u"members"_s);
+        context.deleteObject(group);
+        other.reset();
+        there(member)->setValueForKey(QVariantList{QVariant::fromValue(there(group))}, u"groups"_s);
+        save(other);
+        const bool stays = policy == VXMergePolicy::MergeByPropertyStoreTrumps || policy == VXMergePolicy::Rollback;
+        EXPECT_EQ(saveWith(policy), stays) << error.description().toStdString();
+        EXPECT_TRUE(stays || onlyConflict()[u"object"_s].value<Object>() == group);
+        other.reset();
+        EXPECT_EQ(sortedNames(there(group)->valueForKey(u"members"_s)), stays ? u"member"_s : u"before member"_s);
+        EXPECT_EQ(store->check(), QStringList());
+        context.reset();
+        there(group)->setValueForKey(QVariantList(), u"members"_s);
+        save(other);
+        context.deleteObject(context.objectWithID(group->objectID()));
+        EXPECT_TRUE(saveWith(policy)) << "nothing is left in its way";
+        context.reset();
+    }
+}

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -152,6 +153,12 @@ void VXStoreModel::removeItem(Tag tag)
                 rule == VXDeleteRule::Deny || (rule == VXDeleteRule::NoAction && !relationship->inverse()->isToMany());
             if (isLeft && !isNew(next))
                 continue;
+            for (const Tag other : targets(next, *relationship)) {
+                if (rule == VXDeleteRule::Cascade)
+                    _effects[next].deleted.insert(other);
+                else
+                    _effects[next].nullified.insert({other, relationship->inverse()});
+            }
             if (rule == VXDeleteRule::Cascade)
                 std::ranges::copy(targets(next, *relationship), std::back_inserter(doomed));
             else if (relationship->isToMany())
@@ -169,6 +176,7 @@ void VXStoreModel::drop(Tag tag)
 {
     if (auto deleted = _deleted.extract(tag); deleted)
         _now.items.insert(std::move(deleted));
+    _effects.erase(tag);
     const Item &before = _stored.items.at(tag);
     for (const VXPropertyDescription *const property : before.entity->properties()) {
         const Relationship *const relationship = property->asRelationship();
@@ -212,6 +220,48 @@ void VXStoreModel::set(const State &stored, const State &now)
     _stored = stored;
     _now = now;
     _deleted.clear();
+    _effects.clear();
+}
+
+// By what somebody else has paired with it, and is not deleted as well.
+bool VXStoreModel::isDenied(const State &theirs, const std::map<Tag, Item> &deleted, Tag tag) const
+{
+    return theirs.items.contains(tag) && std::any_of(theirs.links.begin(), theirs.links.end(), [&](const Link &link) {
+               const auto &[relationship, source, target] = link;
+               return source == tag && relationship->deleteRule() == VXDeleteRule::Deny &&
+                      !_stored.links.contains(link) && !deleted.contains(target);
+           });
+}
+
+// Where the store's changes count, what it has changed or needs is not deleted, and the delete rules are undone.
+void VXStoreModel::restoreYielding(const State &theirs, State *own, std::map<Tag, Item> *deleted,
+                                   std::set<Tag> *conflicts) const
+{
+    std::vector<Tag> yielding;
+    const auto findYielding = [&] {
+        for (const auto &[tag, item] : *deleted) {
+            const auto there = theirs.items.find(tag);
+            const bool isChanged = there != theirs.items.end() && !(there->second == _stored.items.at(tag));
+            if (isChanged || isDenied(theirs, *deleted, tag))
+                yielding.push_back(tag);
+        }
+        conflicts->insert(yielding.begin(), yielding.end());
+        return !yielding.empty();
+    };
+    while (!yielding.empty() || findYielding()) {
+        const Tag tag = yielding.back();
+        yielding.pop_back();
+        const auto effects = _effects.find(tag);
+        if (deleted->erase(tag) == 0 || effects == _effects.end())
+            continue;
+        std::ranges::copy(effects->second.deleted, std::back_inserter(yielding));
+        for (const auto &[other, relationship] : effects->second.nullified) {
+            const auto there = own->items.find(other);
+            if (there != own->items.end() && !isNew(other) && !relationship->isToMany() &&
+                there->second.target(*relationship) == 0 && _stored.items.at(other).target(*relationship) == tag)
+                there->second.set(relationship->name(), tag);
+        }
+    }
 }
 
 std::optional<VXStoreModel::State> VXStoreModel::merged(const State &theirs, VXMergePolicy policy,
@@ -220,7 +270,13 @@ std::optional<VXStoreModel::State> VXStoreModel::merged(const State &theirs, VXM
     const bool isRollback = policy == VXMergePolicy::Rollback;
     const bool storeTrumps = isRollback || policy == VXMergePolicy::MergeByPropertyStoreTrumps;
     State result = theirs;
-    const State own = saved();
+    State own = saved();
+    std::map<Tag, Item> deleted = _deleted;
+    if (storeTrumps)
+        restoreYielding(theirs, &own, &deleted, conflicts);
+    else if (std::any_of(deleted.begin(), deleted.end(),
+                         [&](const auto &each) { return isDenied(theirs, deleted, each.first); }))
+        return std::nullopt;
     for (const auto &[tag, item] : own.items) {
         const Item base = isNew(tag) ? Item{item.entity, {}} : _stored.items.at(tag);
         if (!isNew(tag) && base == item)
@@ -244,12 +300,12 @@ std::optional<VXStoreModel::State> VXStoreModel::merged(const State &theirs, VXM
         else
             result.items[tag] = item;
     }
-    for (const auto &[tag, item] : _deleted) {
+    for (const auto &[tag, item] : deleted) {
         const auto there = result.items.find(tag);
         const bool isConflict = there != result.items.end() && !(there->second == _stored.items.at(tag));
         if (isConflict)
             conflicts->insert(tag);
-        if (there != result.items.end() && !(isConflict && storeTrumps))
+        if (there != result.items.end())
             result.items.erase(there);
     }
     const auto isDeleted = [this](Tag tag) { return _deleted.contains(tag); };

@@ -65,9 +65,19 @@ public:
     std::optional<State> merged(const State &theirs, VXMergePolicy policy, std::set<Tag> *conflicts) const;
 
 private:
+    /** What became of others when an item was deleted. */
+    struct DeleteEffects
+    {
+        std::set<Tag> deleted;
+        std::set<std::pair<Tag, const Relationship *>> nullified; // which led to it
+    };
+
     Item *find(Tag tag);
+    bool isDenied(const State &theirs, const std::map<Tag, Item> &deleted, Tag tag) const;
+    void restoreYielding(const State &theirs, State *own, std::map<Tag, Item> *deleted, std::set<Tag> *conflicts) const;
 
     State _stored;
     State _now;
     std::map<Tag, Item> _deleted; // from _now, since the last save
+    std::map<Tag, DeleteEffects> _effects;
 };

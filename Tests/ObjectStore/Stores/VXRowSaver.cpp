@@ -44,6 +44,13 @@ VXManagedObjectID VXRowSaver::add(const QString &entityName, const QVariantMap &
 
 VXRowChange &VXRowSaver::change(const VXManagedObjectID &objectID, const QVariantMap &values)
 {
+    for (VXRowChange &each : request.changes) {
+        if (each.objectID != objectID || each.base)
+            continue;
+        QList<int> changed; // it is to be inserted
+        each.row = madeRow(objectID.entity(), each.row.get(), values, &changed)->copy(1);
+        return each;
+    }
     const VXStoreRow::Ptr base = _store.row(objectID, &error);
     EXPECT_TRUE(base) << error.description().toStdString();
     QList<int> changed;

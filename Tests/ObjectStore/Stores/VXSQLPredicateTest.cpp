@@ -42,7 +42,7 @@ entity Call {
     attribute mood: string optional transient;
     relationship caller: Party optional inverse calls;
     relationship next: Call optional inverse previous;
-    relationship previous: Call optional inverse next;
+    relationship previous: Call[] optional inverse next;
 }
 entity Group {
     attribute name: string optional;
@@ -229,7 +229,7 @@ private:
                                            u"next.number"_s,
                                            u"next.next.index"_s,
                                            u"next.caller"_s,
-                                           u"previous.cost"_s,
+                                           u"next.next.cost"_s,
                                            u"caller.groups"_s,
                                            u"caller.calls.@count"_s,
                                            u"SELF"_s,
