@@ -1,5 +1,6 @@
 #include "VXPredicate.h"
 
+#include "VXConstantSet.h"
 #include "VXContainer.h"
 #include "VXNone.h"
 #include "VXPatternMatching.h"
@@ -113,8 +114,10 @@ bool compare(Operator comparison, const QVariant &left, const QVariant &right, V
 bool evaluateComparison(const VXPredicate &predicate, const QVariant &object)
 {
     const QVariant left = predicate.left().evaluate(object);
-    const QVariant right = predicate.right().evaluate(object);
+    const QVariant right = predicate.constants() != nullptr ? QVariant() : predicate.right().evaluate(object);
     const auto holds = [&](const QVariant &value) {
+        if (const VXConstantSet *const constants = predicate.constants(); constants != nullptr)
+            return constants->contains(value);
         return compare(predicate.comparisonOperator(), value, right, predicate.options());
     };
     if (predicate.modifier() == VXPredicate::Modifier::Direct)
@@ -144,11 +147,13 @@ bool VXPredicate::evaluateWithObject(const QVariant &object) const
     case Kind::And:
         return std::all_of(subpredicates().cbegin(), subpredicates().cend(), holds);
     case Kind::Or:
+        if (const VXPredicate same = joined(); same._node != _node)
+            return same.evaluateWithObject(object);
         return std::any_of(subpredicates().cbegin(), subpredicates().cend(), holds);
     case Kind::Not:
         return !holds(subpredicates().constFirst());
     case Kind::Comparison:
-        return variables().isEmpty() && evaluateComparison(*this, object);
+        return isComparable() && evaluateComparison(*this, object);
     }
     return false;
 }

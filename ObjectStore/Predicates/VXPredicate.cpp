@@ -1,7 +1,12 @@
 #include "VXPredicate.h"
 
+#include "VXConstantSet.h"
+#include "VXContainer.h"
 #include "VXException.h"
+#include "VXNone.h"
 #include "VXPredicateParser.h"
+
+#include <QtCore/QHash>
 
 #include <algorithm>
 
@@ -16,13 +21,43 @@ struct VXPredicate::Node
     Operator comparison = Operator::Equal;
     VXTextOptions options = {};
     Modifier modifier = Modifier::Direct;
-    int depth = 1; // of predicates inside each other, itself included
+    int depth = 1;             // of predicates inside each other, itself included
+    bool hasVariables = false; // of a comparison
+    std::shared_ptr<const VXConstantSet> constants = {};
+    std::shared_ptr<const Node> joined = {};
 };
 
 namespace {
 
 // What walks over a predicate, and what takes it apart, goes as deep as it does.
 constexpr int deepest = 1000;
+
+constexpr qsizetype longList = 16; // where a set is faster than a walk
+
+std::shared_ptr<const VXConstantSet> setOf(const VXExpression &expression, VXTextOptions options)
+{
+    const bool isConstant = expression.kind() == VXExpression::Kind::Constant;
+    const QVariant value = isConstant ? expression.value() : QVariant();
+    if (!VXIsList(value))
+        return nullptr;
+    const QVariantList elements = value.toList();
+    return elements.size() < longList ? nullptr : std::make_shared<const VXConstantSet>(elements, options);
+}
+
+bool hasVariables(const VXExpression &expression)
+{
+    return expression.kind() == VXExpression::Kind::Variable ||
+           std::any_of(expression.elements().cbegin(), expression.elements().cend(), hasVariables);
+}
+
+bool isAlternative(const VXPredicate &predicate)
+{
+    return predicate.kind() == VXPredicate::Kind::Comparison &&
+           predicate.comparisonOperator() == VXPredicate::Operator::Equal &&
+           predicate.modifier() == VXPredicate::Modifier::Direct &&
+           predicate.left().kind() == VXExpression::Kind::KeyPath &&
+           predicate.right().kind() == VXExpression::Kind::Constant && !VXIsNone(predicate.right().value());
+}
 
 } // namespace
 
@@ -51,8 +86,48 @@ VXPredicate VXPredicate::compound(Kind kind, const QList<VXPredicate> &predicate
     for (const VXPredicate &predicate : predicates)
         depth = std::max(depth, predicate._node->depth);
     VXAssert(depth < deepest, u"predicates are nested more than %1 deep"_s.arg(deepest));
-    return VXPredicate(
-        std::make_shared<const Node>(Node{.kind = kind, .subpredicates = predicates, .depth = depth + 1}));
+    Node node{.kind = kind, .subpredicates = predicates, .depth = depth + 1};
+    if (kind == Kind::Or && predicates.size() >= longList)
+        node.joined = joinedAlternatives(predicates);
+    return VXPredicate(std::make_shared<const Node>(std::move(node)));
+}
+
+// "a == 1 OR a == 2 OR b < 3" as "a IN {1, 2} OR b < 3"; null where that would not be shorter by much.
+std::shared_ptr<const VXPredicate::Node> VXPredicate::joinedAlternatives(const QList<VXPredicate> &predicates)
+{
+    QHash<QPair<QString, int>, QVariantList> values; // by key path and options
+    const auto keyOf = [](const VXPredicate &each) {
+        return QPair(each.left().keys().join(u'.'), each.options().toInt());
+    };
+    for (const VXPredicate &each : predicates) {
+        if (isAlternative(each))
+            values[keyOf(each)].append(each.right().value());
+    }
+    QList<VXPredicate> parts;
+    for (const VXPredicate &each : predicates) {
+        if (!isAlternative(each))
+            parts.append(each);
+        else if (const QVariantList list = values.take(keyOf(each)); list.size() == 1)
+            parts.append(each);
+        else if (!list.isEmpty()) // else it is in a list already
+            parts.append(comparison(each.left(), Operator::In, VXExpression::constant(list), each.options()));
+    }
+    return parts.size() > predicates.size() / 2 ? nullptr : anyOf(parts)._node;
+}
+
+bool VXPredicate::isComparable() const
+{
+    return !_node->hasVariables;
+}
+
+const VXConstantSet *VXPredicate::constants() const
+{
+    return _node->constants.get();
+}
+
+VXPredicate VXPredicate::joined() const
+{
+    return _node->joined ? VXPredicate(_node->joined) : *this;
 }
 
 VXPredicate VXPredicate::allOf(const QList<VXPredicate> &predicates)
@@ -73,12 +148,15 @@ VXPredicate VXPredicate::negationOf(const VXPredicate &predicate)
 VXPredicate VXPredicate::comparison(const VXExpression &left, Operator comparison, const VXExpression &right,
                                     VXTextOptions options, Modifier modifier)
 {
-    return VXPredicate(std::make_shared<const Node>(Node{.kind = Kind::Comparison,
-                                                         .left = left,
-                                                         .right = right,
-                                                         .comparison = comparison,
-                                                         .options = options,
-                                                         .modifier = modifier}));
+    return VXPredicate(
+        std::make_shared<const Node>(Node{.kind = Kind::Comparison,
+                                          .left = left,
+                                          .right = right,
+                                          .comparison = comparison,
+                                          .options = options,
+                                          .modifier = modifier,
+                                          .hasVariables = hasVariables(left) || hasVariables(right),
+                                          .constants = comparison == Operator::In ? setOf(right, options) : nullptr}));
 }
 
 VXPredicate::Kind VXPredicate::kind() const
@@ -118,12 +196,15 @@ VXPredicate::Modifier VXPredicate::modifier() const
 
 VXPredicate VXPredicate::substituted(const QVariantMap &variables) const
 {
-    Node node = *_node;
-    for (VXPredicate &predicate : node.subpredicates)
-        predicate = predicate.substituted(variables);
-    node.left = node.left.substituted(variables);
-    node.right = node.right.substituted(variables);
-    return VXPredicate(std::make_shared<const Node>(std::move(node)));
+    if (kind() == Kind::Comparison)
+        return comparison(left().substituted(variables), comparisonOperator(), right().substituted(variables),
+                          options(), modifier());
+    if (subpredicates().isEmpty())
+        return *this;
+    QList<VXPredicate> parts;
+    for (const VXPredicate &predicate : subpredicates())
+        parts.append(predicate.substituted(variables));
+    return compound(kind(), parts);
 }
 
 namespace {

@@ -11,6 +11,8 @@
 #include <memory>
 #include <optional>
 
+class VXConstantSet;
+
 /**
  * A condition on objects: comparisons joined by and, or, not. Made once, from text or from parts; evaluated on objects in
  * memory or compiled to SQL by a store. A cheap value: copies share what never changes. Reentrant.
@@ -65,6 +67,10 @@ public:
     Operator comparisonOperator() const;
     VXTextOptions options() const;
     Modifier modifier() const;
+    /** Of In with a long list of constants: those; else nullptr. */
+    const VXConstantSet *constants() const;
+    /** Of Or with many comparisons of one key path with constants: the same with those as one list; else itself. */
+    VXPredicate joined() const;
 
     /** The predicate with $VARIABLES replaced by values; those that have none stay. */
     VXPredicate substituted(const QVariantMap &variables) const;
@@ -84,6 +90,8 @@ private:
 
     explicit VXPredicate(std::shared_ptr<const Node> node);
     bool isEqual(const VXPredicate &other) const;
+    bool isComparable() const;
+    static std::shared_ptr<const Node> joinedAlternatives(const QList<VXPredicate> &predicates);
     static VXPredicate compound(Kind kind, const QList<VXPredicate> &predicates);
 
     std::shared_ptr<const Node> _node; // never null

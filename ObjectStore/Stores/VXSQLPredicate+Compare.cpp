@@ -3,6 +3,8 @@
 #include "VXNone.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +15,7 @@ using Operator = VXPredicate::Operator;
 
 namespace {
 
-constexpr qsizetype maximumMarkCount = 16; // more whole numbers than that come as one parameter
+constexpr qsizetype maximumMarkCount = 16; // more whole numbers or texts than that come as one parameter
 
 constexpr qsizetype maximumPartCount = 200;
 
@@ -49,6 +51,25 @@ QString endOfBeginning(QString text)
             return text + QChar(ushort(low + 1));
     }
     return {};
+}
+
+// SQLite ends a text at the first, and reads the others as damage.
+bool isUnsayable(QChar character)
+{
+    return character.isNull() || character == QChar(0xFFFE) || character == QChar(0xFFFF);
+}
+
+// As JSON; null where that cannot say them.
+QString textList(const QVariantList &texts)
+{
+    QJsonArray list;
+    for (const QVariant &each : texts) {
+        const QString text = each.toString();
+        if (std::any_of(text.cbegin(), text.cend(), isUnsayable) || !text.isValidUtf16())
+            return {};
+        list.append(text);
+    }
+    return QString::fromUtf8(QJsonDocument(list).toJson(QJsonDocument::Compact));
 }
 
 } // namespace
@@ -171,8 +192,12 @@ QString VXSQLPredicate::oneOfConstants(const Scalar &left, const QVariantList &c
     const QString subject = sql(folded(left, options));
     if (fitting.isEmpty())
         return never;
-    if (left.family != Family::Text && fitting.size() > maximumMarkCount && numbers.size() == fitting.size())
-        return u"%1 IN (SELECT value FROM json_each(%2))"_s.arg(subject, parameter(u'[' + numbers.join(u',') + u']'));
+    const QString list = fitting.size() <= maximumMarkCount ? QString()
+                         : left.family == Family::Text      ? textList(fitting)
+                         : numbers.size() == fitting.size() ? u'[' + numbers.join(u',') + u']'
+                                                            : QString();
+    if (!list.isNull())
+        return u"%1 IN (SELECT value FROM json_each(%2))"_s.arg(subject, parameter(list));
     QStringList marks;
     for (const QVariant &value : std::as_const(fitting))
         marks.append(parameter(value));

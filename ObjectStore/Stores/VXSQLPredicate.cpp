@@ -16,7 +16,7 @@ using Operator = VXPredicate::Operator;
 namespace {
 
 constexpr int maximumDepth = 12;            // SQLite's parser is not made for much more
-constexpr qsizetype maximumValues = 30000;  // parameters of a statement
+constexpr qsizetype maximumValues = 2000;   // parameters: SQLite compares each with all before it
 constexpr qsizetype maximumPartCount = 200; // in one row without brackets, which SQLite takes for nested
 
 // "(a AND b AND ...)", with brackets around groups where there are very many.
@@ -115,8 +115,11 @@ QString VXSQLPredicate::compile(const VXPredicate &predicate)
     case Kind::Or:
         break;
     }
+    const VXPredicate shortest = predicate.joined();
+    if (shortest.kind() != predicate.kind())
+        return comparison(shortest);
     QStringList parts;
-    for (const VXPredicate &part : predicate.subpredicates())
+    for (const VXPredicate &part : shortest.subpredicates())
         parts.append(compile(part));
     return joined(parts, predicate.kind() == Kind::And ? " AND "_L1 : " OR "_L1);
 }

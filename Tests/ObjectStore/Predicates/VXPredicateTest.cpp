@@ -4,6 +4,9 @@
 
 #include <QtCore/QDateTime>
 
+#include <cmath>
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -188,6 +191,47 @@ TEST(VXPredicateTest, NumbersAreReadInEveryForm)
         EXPECT_TRUE(read(u"%1 == %@"_s.arg(QString::fromUtf8(text)), {number})->evaluateWithObject({})) << text;
     for (const QString &text : {u"a == -."_s, u"a == 1e"_s, u"a == 1e+"_s})
         EXPECT_FALSE(read(text)) << text.toStdString();
+}
+
+// Long lists are looked up, short ones walked; alternatives of one key are a list.
+TEST(VXPredicateTest, LongListsHoldWhatTheirElementsEqual)
+{
+    const QVariantList values{QVariant(),
+                              u""_s,
+                              u"Zo\u00eb"_s,
+                              u"zoe"_s,
+                              u"1"_s,
+                              1,
+                              1.0,
+                              1.5,
+                              true,
+                              false,
+                              0,
+                              -1,
+                              2e300,
+                              9007199254740993LL,
+                              9007199254740992.0,
+                              std::numeric_limits<quint64>::max(),
+                              std::nan(""),
+                              QByteArray("zoe"),
+                              QDateTime::fromMSecsSinceEpoch(5, Qt::UTC),
+                              QVariantList{1}};
+    for (const QString &options : {u""_s, u"[c]"_s, u"[cd]"_s}) {
+        for (const QVariant &element : values) {
+            QVariantList list{element};
+            QList<VXPredicate> alternatives{*read(u"a ==%1 %@"_s.arg(options), {element})};
+            for (int filler = 100; filler < 130; ++filler) {
+                list.append(filler);
+                alternatives.append(*read(u"a ==%1 %@"_s.arg(options), {filler}));
+            }
+            for (const QVariant &value : values) {
+                const QVariantMap object{{u"a"_s, value}};
+                const bool isEqual = alternatives.constFirst().evaluateWithObject(object);
+                EXPECT_EQ(read(u"a IN%1 %@"_s.arg(options), {QVariant(list)})->evaluateWithObject(object), isEqual);
+                EXPECT_EQ(VXPredicate::anyOf(alternatives).evaluateWithObject(object), isEqual);
+            }
+        }
+    }
 }
 
 TEST(VXPredicateTest, WideOnesAreReadAndDeepOnesAreRefused)
