@@ -290,22 +290,17 @@ struct Verb
     QStringList operands;         // behind the path
     int (*run)(Session &session); // null: makes the store
     VXStoreUse use = VXStoreUse::Read;
-    QStringList options = {}; // besides --model
 };
 
 const Verb verbs[] = {
     {u"info"_s, {}, info},
     {u"entities"_s, {}, entities},
-    {u"list"_s,
-     {u"ENTITY"_s},
-     list,
-     VXStoreUse::Read,
-     {u"where"_s, u"sort"_s, u"limit"_s, u"offset"_s, u"count"_s, u"related"_s}},
+    {u"list"_s, {u"ENTITY"_s}, list},
     {u"insert"_s, {u"ENTITY"_s, u"JSON"_s}, insert, VXStoreUse::Change},
     {u"update"_s, {u"URI"_s, u"JSON"_s}, update, VXStoreUse::Change},
     {u"delete"_s, {u"URI"_s}, remove, VXStoreUse::Change},
-    {u"new"_s, {}, nullptr, VXStoreUse::Change, {u"type"_s}},
-    {u"check"_s, {}, check, VXStoreUse::Read, {u"mend"_s}},
+    {u"new"_s, {}, nullptr, VXStoreUse::Change},
+    {u"check"_s, {}, check},
 };
 
 QStringList verbNames()
@@ -326,10 +321,6 @@ QString misuse(const Verb &verb, const VXHostOptions &options)
 {
     if (options.operands().size() - 2 != verb.operands.size())
         return (QStringList{verb.name, u"needs PATH"_s} + verb.operands).join(u' ');
-    for (const VXHostOption &option : options.command()->options) {
-        if (options.isSet(option.name) && option.name != "model"_L1 && !verb.options.contains(option.name))
-            return u"--%1 does not go with %2"_s.arg(option.name, verb.name);
-    }
     if (verb.run == nullptr && !options.isSet(u"model"_s))
         return u"new needs --model"_s;
     return verb.run != nullptr && options.isSet(u"model"_s) && isStoreName(options.operand(1))
@@ -388,18 +379,20 @@ VXHostCommand VXStoreCommand()
             "URI JSON\" set the attributes and relationships that the JSON object names: dates are texts in ISO "
             "8601, data is text in Base64, other objects are their URIs. In place of a URI the name that \"list\" "
             "shows will do, as in: vornix store update PATH Person/p1 '{\"name\": \"Jane\"}'"_s,
-        .options = {{u"where"_s, u"PREDICATE"_s, u"List only objects that it describes"_s},
-                    {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
-                    {u"limit"_s, u"N"_s, u"List at most N objects"_s},
-                    {u"offset"_s, u"N"_s, u"Leave out the first N"_s},
-                    {u"count"_s, {}, u"Only count them"_s},
-                    {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s},
-                    {u"mend"_s, {}, u"Remove references to objects that are gone, or do not lead back"_s},
-                    {u"model"_s, u"FILE"_s, u"The model: .vxmodel or .mom"_s},
-                    {u"type"_s,
-                     u"TYPE"_s,
-                     u"Type of a new data file: sqlite unless told otherwise"_s,
-                     {u"sqlite"_s, u"xml"_s}}},
+        .options =
+            {{u"where"_s, u"PREDICATE"_s, u"List only objects that it describes"_s, {}, {u"list"_s}},
+             {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s, {}, {u"list"_s}},
+             {u"limit"_s, u"N"_s, u"List at most N objects"_s, {}, {u"list"_s}},
+             {u"offset"_s, u"N"_s, u"Leave out the first N"_s, {}, {u"list"_s}},
+             {u"count"_s, {}, u"Only count them"_s, {}, {u"list"_s}},
+             {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s, {}, {u"list"_s}},
+             {u"mend"_s, {}, u"Remove references to objects that are gone, or do not lead back"_s, {}, {u"check"_s}},
+             {u"model"_s, u"FILE"_s, u"The model: .vxmodel or .mom"_s},
+             {u"type"_s,
+              u"TYPE"_s,
+              u"Type of a new data file: sqlite unless told otherwise"_s,
+              {u"sqlite"_s, u"xml"_s},
+              {u"new"_s}}},
         .minimumOperands = 2,
         .maximumOperands = 4,
         .firstOperands = verbNames(),
