@@ -120,6 +120,29 @@ TEST_F(HostCommandTest, DefaultsKeepEveryKindOfValue)
     EXPECT_EQ(runHost({u"defaults"_s, u"read"_s, u"com.example"_s}).output, QByteArray("{}\n"));
 }
 
+TEST_F(HostCommandTest, FoldersThatNothingCanBeKeptInAreNamed)
+{
+    const struct
+    {
+        const char *command;
+        const char *problem;
+    } cases[] = {
+        {"env -i \"$0\" info", "HOME is not set; use --home DIR"},
+        {"env -i \"$0\" triggers", "HOME is not set; use --home DIR"},
+        {"env -i HOME=/dev/null \"$0\" defaults write a b 1", "Not a directory: /dev/null"},
+        {"env -i HOME=/dev/null/x \"$0\" plugins", "Not a directory: /dev/null; --home DIR keeps"},
+    };
+    for (const auto &[command, problem] : cases) {
+        const HostOutcome outcome = runHostShell(QString::fromLatin1(command));
+        EXPECT_EQ(outcome.status, 1) << command;
+        EXPECT_THAT(outcome.errors.toStdString(), testing::StartsWith(std::string("vornix: ") + problem));
+        EXPECT_EQ(outcome.errors.count('\n'), 1) << outcome.errors.toStdString();
+        const QJsonValue json =
+            VXJSONFromText(runHostShell(QString::fromLatin1(command) + u" --json"_s).output).value_or(QJsonValue());
+        EXPECT_THAT(json[u"error"].toString().toStdString(), testing::StartsWith(problem));
+    }
+}
+
 TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
 {
     EXPECT_EQ(runHost({u"log"_s}).output, QByteArray("")); // there is none yet
@@ -132,7 +155,11 @@ TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
 
     const QJsonArray entries = VXJSONFromText(runHost({u"log"_s, u"--json"_s}).output)->toArray();
     ASSERT_EQ(entries.size(), 3);
-    const QJsonObject first{{u"date"_s, u"Nov 15 22:04:32.118"_s},
+    // The last November 15, with the offset from UTC.
+    const QDateTime date = QDateTime::fromString(entries[0][u"date"].toString(), Qt::ISODateWithMs);
+    EXPECT_EQ(date.time(), QTime(22, 4, 32, 118));
+    EXPECT_TRUE(date.daysTo(QDateTime::currentDateTime()) >= -1 && date.daysTo(QDateTime::currentDateTime()) < 366);
+    const QJsonObject first{{u"date"_s, entries[0][u"date"]},
                             {u"process"_s, 311},
                             {u"thread"_s, 2},
                             {u"level"_s, u"ERROR"_s},
@@ -141,6 +168,13 @@ TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
     EXPECT_EQ(entries[2][u"level"_s], u"Level 9"_s);
     EXPECT_EQ(runHost({u"log"_s, u"--json"_s, u"--level"_s, u"0"_s}).output, QByteArray("[]\n"));
     EXPECT_EQ(runHost({u"log"_s, u"--json"_s, u"--follow"_s}).status, 2);
+
+    EXPECT_EQ(runHost({u"log"_s, u"--last"_s, u"2"_s}).output, log.mid(log.indexOf("Nov 15 22:04:33")));
+    EXPECT_EQ(runHost({u"log"_s, u"--last"_s, u"7"_s}).output, log);
+    EXPECT_EQ(runHost({u"log"_s, u"--last"_s, u"1"_s, u"--level"_s, u"3"_s}).output, errors);
+    EXPECT_EQ(VXJSONFromText(runHost({u"log"_s, u"--json"_s, u"--last"_s, u"1"_s}).output)->toArray().first(),
+              entries[2]);
+    EXPECT_EQ(runHost({u"log"_s, u"--last"_s, u"0"_s}).status, 2);
 
     // What was logged by others, and may steer a terminal.
     writeFile(logFile, "Nov 15 22:04:34.000 [312:1] <ERROR> \x1b[2J\r\n");

@@ -26,7 +26,6 @@ TEST(HostOptionsTest, ReadsOptionsWhereverTheyStand)
         {{u"info"_s}, u"info"_s, {}, {}},
         {{u"--home"_s, u"/h"_s, u"info"_s}, u"info"_s, {}, u"/h"_s},
         {{u"info"_s, u"--home=/a=b"_s}, u"info"_s, {}, u"/a=b"_s},
-        {{u"--home=/a"_s, u"info"_s, u"--home"_s, u"/b"_s}, u"info"_s, {}, u"/b"_s},
         {{u"plist"_s, u"-"_s}, u"plist"_s, {u"-"_s}, {}},
         {{u"plist"_s, u"--"_s, u"--help"_s}, u"plist"_s, {u"--help"_s}, {}},
         {{u"defaults"_s, u"write"_s, u"d"_s, u"k"_s, u"-5"_s},
@@ -59,7 +58,7 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
         {{u"def"_s}, u"unknown command \"def\"; did you mean \"defaults\"?"_s},
         {{u"mna"_s}, u"unknown command \"mna\""_s}, // hidden commands are not suggested
         {{u"xyzzy"_s, u"a"_s}, u"unknown command \"xyzzy\""_s},
-        {{u"--homer"_s, u"info"_s}, u"unknown option --homer"_s},
+        {{u"--homer"_s, u"info"_s}, u"unknown option --homer; did you mean \"--home\"?"_s},
         {{u"--follow"_s, u"log"_s}, u"unknown option --follow"_s}, // a command's own options come after it
         {{u"-v"_s}, u"unknown option -v"_s},
         {{u"info"_s, u"--home"_s}, u"--home needs a value: DIR"_s},
@@ -68,6 +67,9 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
         {{u"--answer"_s, u"maybe"_s, u"info"_s}, u"--answer must be one of default, cancel, ask"_s},
         {{u"info"_s, u"more"_s}, u"unexpected argument \"more\""_s},
         {{u"plist"_s}, u"too few arguments"_s},
+        {{u"--home"_s, u"a"_s, u"info"_s, u"--home"_s, u"b"_s}, u"--home is given twice"_s},
+        {{u"--json"_s, u"info"_s, u"--json"_s}, {}},
+        {{u"defaults"_s, u"raed"_s}, u"\"raed\" is none of read, write, delete; did you mean \"read\"?"_s},
         {{u"defaults"_s, u"show"_s, u"d"_s}, u"\"show\" is none of read, write, delete"_s},
         {{u"defaults"_s, u"--help"_s}, {}}, // help needs no operands
     };
@@ -93,12 +95,17 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
         {"vornix log --f", "--follow"},
         {"vornix --ver", "--verbose --version"},
         {"vornix defaults read w", ""},
+        {"vornix plugins info ca", "called"},
+        {"vornix --home /h devices do one ", "--home /h completion words actions one"},
+        {"vornix triggers add --reactor ", "completion words reactors"},
     };
     for (const auto &[words, offered] : cases) {
         QProcess bash;
         bash.start(u"bash"_s, {u"--norc"_s, u"-s"_s});
-        bash.write(VXHostBashCompletion(table).toUtf8() + "\nIFS=' ' read -r -a COMP_WORDS <<< '" + words + "'\n[[ '" +
-                   words +
+        bash.write(VXHostBashCompletion(table).toUtf8() +
+                   "\nvornix() { [[ $* == *plugins* ]] && echo called || echo \"'$*'\"; }\nIFS=' ' read -r -a "
+                   "COMP_WORDS <<< '" +
+                   words + "'\n[[ '" + words +
                    "' == *' ' ]] && COMP_WORDS+=('')\n"
                    "COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_vornix\necho \"${COMPREPLY[*]}\"\n");
         bash.closeWriteChannel();

@@ -10,7 +10,11 @@
 class VXWebServer
 {
 public:
-    enum class Kind { Plain, Secure };
+    enum class Kind {
+        Plain,
+        Secure, // over TLS
+        Nginx,  // behind nginx, which speaks HTTP/2 over TLS
+    };
 
     /** Runs once it is made. */
     explicit VXWebServer(Kind kind = Kind::Plain);
@@ -28,12 +32,20 @@ public:
     QStringList requests() const;
     /** The file that these are kept in, a line each. */
     QString requestsPath() const { return _folder.filePath(QStringLiteral("requests")); }
+    /** The folder whose files are at "/files/NAME". */
+    QString filesFolder() const { return _folder.filePath(QStringLiteral("files")); }
     /** The file with the certificate of a secure server, which nobody trusts yet. */
     QString certificatePath() const;
 
 private:
+    void makeCertificate();
+    void startNginx();
+    bool tryNginx(int port);
+
     QTemporaryDir _folder;
     const Kind _kind;
     QProcess _process;
     int _port = 0;
+    QProcess _nginx;
+    int _nginxPort = 0;
 };

@@ -5,12 +5,15 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXManagedObjectContext.h"
+#include "VXNearestWord.h"
 #include "VXPluginSession.h"
 #include "VXStoreAccess.h"
 #include "VXStoreByName.h"
+#include "VXStoreImport.h"
 #include "VXStoreListing.h"
 #include "VXStoreObjects.h"
 #include "VXStoreQuery.h"
+#include "VXTextArgument.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QFileInfo>
@@ -128,13 +131,22 @@ int entities(Session &session)
 
 // -- Lists
 
+QStringList namesOfEntities(const VXManagedObjectModel &model)
+{
+    QStringList names;
+    for (const VXEntityDescription *const entity : model.entities())
+        names.append(entity->name());
+    return names;
+}
+
 const VXEntityDescription *entityOf(Session &session, int *status)
 {
     const QString name = session.operand(0);
     const VXEntityDescription *const entity = session.coordinator->model().entityForName(name);
     if (entity == nullptr)
-        *status = session.fail(
-            u"the store has no entity \"%1\"; \"vornix store entities\" shows those there are"_s.arg(name));
+        *status =
+            session.fail(u"the store has no entity \"%1\"%2; \"vornix store entities\" shows those there are"_s.arg(
+                name, VXDidYouMean(name, namesOfEntities(session.coordinator->model()))));
     return entity;
 }
 
@@ -148,6 +160,29 @@ QStringList toManyRelationships(const VXEntityDescription &entity)
             names.append(relationship->name());
     }
     return names;
+}
+
+// Those of --columns; null, told, when one is none.
+std::optional<VXStoreColumns> chosenColumns(Session &session, const VXEntityDescription &entity)
+{
+    const QString text = session.host.options.value(u"columns"_s);
+    if (text.isNull())
+        return VXColumnsForPeople(entity);
+    const VXStoreColumns known = VXColumnsOfEntity(entity);
+    QStringList names;
+    for (const VXPropertyDescription *const column : known)
+        names.append(column->name());
+    VXStoreColumns columns;
+    for (const QString &name : text.split(u',', Qt::SkipEmptyParts)) {
+        const qsizetype index = names.indexOf(name.trimmed());
+        if (index < 0) {
+            session.fail(u"--columns: \"%1\" is none of %2%3"_s.arg(name.trimmed(), names.join(", "_L1),
+                                                                    VXDidYouMean(name.trimmed(), names)));
+            return std::nullopt;
+        }
+        columns.append(known[index]);
+    }
+    return columns;
 }
 
 int list(Session &session)
@@ -169,14 +204,21 @@ int list(Session &session)
         session.host.output.answer(QString::number(*count) + u'\n', *count);
         return VXHostOutput::Done;
     }
+    const std::optional<VXStoreColumns> columns = chosenColumns(session, *entity);
+    if (!columns)
+        return VXHostOutput::Failed;
     if (session.host.output.isJSON())
         request.prefetchedRelationships = toManyRelationships(*entity);
     const std::optional<VXFetchResult> result = session.context.executeFetchRequest(request, &error);
     if (!result)
         return session.fail(error);
-    const QString problem =
-        VXStoreListing{session.context, *entity, *result, request.batchSize, options.isSet(u"related"_s)}.write(
-            session.host.output);
+    const VXStoreListing listing{.context = session.context,
+                                 .result = *result,
+                                 .columns = *columns,
+                                 .leavesOut = !options.isSet(u"columns"_s),
+                                 .batchSize = request.batchSize,
+                                 .withRelatedURIs = options.isSet(u"related"_s)};
+    const QString problem = listing.write(session.host.output);
     return problem.isNull() ? int(VXHostOutput::Done) : session.fail(problem);
 }
 
@@ -194,7 +236,8 @@ VXManagedObjectPtr objectOf(Session &session, int *status)
 std::optional<QJsonObject> valuesOf(Session &session, int *status)
 {
     QString reason;
-    const std::optional<QJsonValue> value = VXJSONFromText(session.operand(1).toUtf8(), &reason);
+    const std::optional<QByteArray> text = VXTextOfArgument(session.operand(1), &reason);
+    const std::optional<QJsonValue> value = text ? VXJSONFromText(*text, &reason) : std::nullopt;
     if (value && value->isObject())
         return value->toObject();
     *status = session.fail(u"the values are no JSON object%1"_s.arg(reason.isNull() ? QString() : u": "_s + reason));
@@ -213,6 +256,11 @@ int setAndSave(Session &session, const VXManagedObjectPtr &object, const QJsonOb
     return VXHostOutput::Done;
 }
 
+int failAbstract(Session &session, const VXEntityDescription &entity)
+{
+    return session.fail(u"entity %1 is abstract: it has no objects of its own"_s.arg(entity.name()));
+}
+
 int insert(Session &session)
 {
     int status = VXHostOutput::Done;
@@ -221,7 +269,7 @@ int insert(Session &session)
     if (!values)
         return status;
     if (entity->isAbstract())
-        return session.fail(u"entity %1 is abstract: it has no objects of its own"_s.arg(entity->name()));
+        return failAbstract(session, *entity);
     return setAndSave(session, session.context.insertNewObject(*entity), *values);
 }
 
@@ -233,18 +281,60 @@ int update(Session &session)
     return values ? setAndSave(session, object, *values) : status;
 }
 
+// The one that is named, or those of an entity that the predicate describes.
+std::optional<QList<VXManagedObjectPtr>> objectsToRemove(Session &session, int *status)
+{
+    if (!session.host.options.isSet(u"where"_s)) {
+        const VXManagedObjectPtr object = objectOf(session, status);
+        return object ? std::optional(QList{object}) : std::nullopt;
+    }
+    const VXEntityDescription *const entity = entityOf(session, status);
+    if (entity == nullptr)
+        return std::nullopt;
+    VXFetchRequest request(*entity);
+    VXError error;
+    QString problem = VXReadStoreQuery(session.host.options, request);
+    const auto found = problem.isNull() ? session.context.executeFetchRequest(request, &error) : std::nullopt;
+    if (!found) {
+        *status = session.fail(problem.isNull() ? VXErrorText(error) : problem);
+        return std::nullopt;
+    }
+    return QList<VXManagedObjectPtr>(found->begin(), found->end());
+}
+
 int remove(Session &session)
 {
     int status = VXHostOutput::Done;
-    const VXManagedObjectPtr object = objectOf(session, &status);
-    if (!object)
+    const std::optional<QList<VXManagedObjectPtr>> objects = objectsToRemove(session, &status);
+    if (!objects)
         return status;
-    session.context.deleteObject(object);
+    for (const VXManagedObjectPtr &object : *objects)
+        session.context.deleteObject(object);
     const qsizetype count = session.context.deletedObjects().size(); // it and what the delete rules say
     VXError error;
     if (!session.context.save(&error))
         return session.fail(error);
     session.host.output.answer(count == 1 ? u"Deleted it.\n"_s : u"Deleted %1 objects.\n"_s.arg(count), count);
+    return VXHostOutput::Done;
+}
+
+// Adds what a file holds, all of it or nothing.
+int import(Session &session)
+{
+    int status = VXHostOutput::Done;
+    const VXEntityDescription *const entity = entityOf(session, &status);
+    if (entity == nullptr)
+        return status;
+    if (entity->isAbstract())
+        return failAbstract(session, *entity);
+    qsizetype count = 0;
+    if (const QString problem = VXImportObjects(session.context, *entity, session.operand(1), &count);
+        !problem.isNull())
+        return session.fail(problem + u"; nothing was imported"_s);
+    VXError error;
+    if (!session.context.save(&error))
+        return session.fail(error);
+    session.host.output.answer(u"Imported %1.\n"_s.arg(count), count);
     return VXHostOutput::Done;
 }
 
@@ -290,22 +380,18 @@ struct Verb
     QStringList operands;         // behind the path
     int (*run)(Session &session); // null: makes the store
     VXStoreUse use = VXStoreUse::Read;
-    QStringList options = {}; // besides --model
 };
 
 const Verb verbs[] = {
     {u"info"_s, {}, info},
     {u"entities"_s, {}, entities},
-    {u"list"_s,
-     {u"ENTITY"_s},
-     list,
-     VXStoreUse::Read,
-     {u"where"_s, u"sort"_s, u"limit"_s, u"offset"_s, u"count"_s, u"related"_s}},
+    {u"list"_s, {u"ENTITY"_s}, list},
     {u"insert"_s, {u"ENTITY"_s, u"JSON"_s}, insert, VXStoreUse::Change},
     {u"update"_s, {u"URI"_s, u"JSON"_s}, update, VXStoreUse::Change},
     {u"delete"_s, {u"URI"_s}, remove, VXStoreUse::Change},
-    {u"new"_s, {}, nullptr, VXStoreUse::Change, {u"type"_s}},
-    {u"check"_s, {}, check, VXStoreUse::Read, {u"mend"_s}},
+    {u"import"_s, {u"ENTITY"_s, u"FILE"_s}, import, VXStoreUse::Change},
+    {u"new"_s, {}, nullptr, VXStoreUse::Change},
+    {u"check"_s, {}, check},
 };
 
 QStringList verbNames()
@@ -326,10 +412,6 @@ QString misuse(const Verb &verb, const VXHostOptions &options)
 {
     if (options.operands().size() - 2 != verb.operands.size())
         return (QStringList{verb.name, u"needs PATH"_s} + verb.operands).join(u' ');
-    for (const VXHostOption &option : options.command()->options) {
-        if (options.isSet(option.name) && option.name != "model"_L1 && !verb.options.contains(option.name))
-            return u"--%1 does not go with %2"_s.arg(option.name, verb.name);
-    }
     if (verb.run == nullptr && !options.isSet(u"model"_s))
         return u"new needs --model"_s;
     return verb.run != nullptr && options.isSet(u"model"_s) && isStoreName(options.operand(1))
@@ -377,7 +459,7 @@ VXHostCommand VXStoreCommand()
     return {
         .name = u"store"_s,
         .summary = u"Look into stores, and change and check them"_s,
-        .synopsis = u"info|entities|list|insert|update|delete|new|check PATH|NAME [ENTITY|URI] [JSON]"_s,
+        .synopsis = u"info|entities|list|insert|update|delete|import|new|check PATH|NAME [ENTITY|URI] [JSON|FILE]"_s,
         .details =
             u"PATH is a store folder (.vxdatastore), or a data file (.sqlite, .xml) with its model beside it or in "
             "--model. NAME is the store of a data plugin, as in: vornix store list calls VXCall. \"info\" shows what "
@@ -387,21 +469,36 @@ VXHostCommand VXStoreCommand()
             "\"list PATH ENTITY\" shows objects; with --json in full. \"insert PATH ENTITY JSON\" and \"update PATH "
             "URI JSON\" set the attributes and relationships that the JSON object names: dates are texts in ISO "
             "8601, data is text in Base64, other objects are their URIs. In place of a URI the name that \"list\" "
-            "shows will do, as in: vornix store update PATH Person/p1 '{\"name\": \"Jane\"}'"_s,
-        .options = {{u"where"_s, u"PREDICATE"_s, u"List only objects that it describes"_s},
-                    {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
-                    {u"limit"_s, u"N"_s, u"List at most N objects"_s},
-                    {u"offset"_s, u"N"_s, u"Leave out the first N"_s},
-                    {u"count"_s, {}, u"Only count them"_s},
-                    {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s},
-                    {u"mend"_s, {}, u"Remove references to objects that are gone, or do not lead back"_s},
-                    {u"model"_s, u"FILE"_s, u"The model: .vxmodel or .mom"_s},
-                    {u"type"_s,
-                     u"TYPE"_s,
-                     u"Type of a new data file: sqlite unless told otherwise"_s,
-                     {u"sqlite"_s, u"xml"_s}}},
+            "shows will do, as in: vornix store update PATH Person/p1 '{\"name\": \"Jane\"}'. In place of JSON, @FILE "
+            "reads a file, - standard input. \"delete PATH URI\" deletes an object, \"delete PATH ENTITY --where "
+            "PREDICATE\" all that it describes. \"import PATH ENTITY FILE\" adds what a file holds, all of it or "
+            "nothing: a JSON object in each line (.jsonl), or a table whose first line names the attributes (.csv)."_s,
+        .options =
+            {{u"where"_s, u"PREDICATE"_s, u"Only objects that it describes"_s, {}, {u"list"_s, u"delete"_s}},
+             {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s, {}, {u"list"_s}},
+             {u"columns"_s, u"NAME,..."_s, u"What the table shows, in that order"_s, {}, {u"list"_s}},
+             {u"limit"_s, u"N"_s, u"List at most N objects"_s, {}, {u"list"_s}},
+             {u"offset"_s, u"N"_s, u"Leave out the first N"_s, {}, {u"list"_s}},
+             {u"count"_s, {}, u"Only count them"_s, {}, {u"list"_s}},
+             {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s, {}, {u"list"_s}},
+             {u"mend"_s, {}, u"Remove references to objects that are gone, or do not lead back"_s, {}, {u"check"_s}},
+             {u"model"_s, u"FILE"_s, u"The model: .vxmodel or .mom"_s},
+             {u"type"_s,
+              u"TYPE"_s,
+              u"Type of a new data file: sqlite unless told otherwise"_s,
+              {u"sqlite"_s, u"xml"_s},
+              {u"new"_s}}},
         .minimumOperands = 2,
         .maximumOperands = 4,
         .firstOperands = verbNames(),
+        .operandKinds = {{u"list"_s, {u"stores"_s, u"entities"_s}},
+                         {u"insert"_s, {u"stores"_s, u"entities"_s}},
+                         {u"import"_s, {u"stores"_s, u"entities"_s}},
+                         {u"info"_s, {u"stores"_s}},
+                         {u"entities"_s, {u"stores"_s}},
+                         {u"update"_s, {u"stores"_s}},
+                         {u"delete"_s, {u"stores"_s}},
+                         {u"check"_s, {u"stores"_s}},
+                         {u"new"_s, {u"files"_s}}},
         .run = runStore};
 }
