@@ -16,6 +16,7 @@ using namespace Qt::StringLiterals;
 
 const QString VXStoreOwnerIdentifierKey = u"$$__VXStoreOwnerIdentifierKey__$$"_s;
 const QString VXStoreVersionKey = u"$$__VXStoreVersionKey__$$"_s;
+const QString VXStoreSmartFilterVersionKey = u"$$__VXStoreSmartFilterVersionKey__$$"_s;
 const QString VXStoreFileExtension = u"vxdatastore"_s;
 
 namespace {
@@ -88,7 +89,8 @@ VXPersistentStoreCoordinator::Ptr VXCoreDataStore::persistentStoreCoordinator(VX
     }
     VXError problem;
     // From before the models are read, so that they and the data are of one store.
-    const VXStoreLock::Ptr lock = VXStoreLock::take(_path, VXStoreLock::Purpose::Use, longestWait, &problem);
+    const auto purpose = _isReadOnly ? VXStoreLock::Purpose::Read : VXStoreLock::Purpose::Use;
+    const VXStoreLock::Ptr lock = VXStoreLock::take(_path, purpose, longestWait, &problem);
     if (!lock) {
         VXLogMethod(VXLogError, "persistentStoreCoordinator", problem.description());
         VXSetError(error, problem);
@@ -136,7 +138,7 @@ bool VXCoreDataStore::attach(VXPersistentStoreCoordinator &coordinator, VXStoreT
         url = whole.toString(QUrl::FullyEncoded) + ": "_L1;
     }
     VXError problem;
-    if (coordinator.addPersistentStore(type, path, {}, &problem))
+    if (coordinator.addPersistentStore(type, path, {.isReadOnly = _isReadOnly}, &problem))
         return true;
     VXLogMethod(VXLogError, "persistentStoreCoordinator",
                 u"%1%2: %3%4"_s.arg(action, VXPersistentStore::nameOfType(type), url, problem.description()));

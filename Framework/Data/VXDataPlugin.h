@@ -4,14 +4,18 @@
 #include "VXError.h"
 #include "VXManagedObjectContext.h"
 #include "VXPlugin.h"
+#include "VXStoreMigration.h"
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QUrl>
 
 #include <memory>
+#include <optional>
 
+class VXCoreDataStoreMigrationWindowController;
 class VXStoreLock;
+struct VXOpenPanel;
 
 /**
  * The base of plugins that own a store of objects: contacts, calls, messages. The bundle's Info.plist names the store;
@@ -50,9 +54,13 @@ public:
 
     /**
      * The open store's, which the first call opens. Null when that failed, here or in another data plugin before, and, as
-     * long as that call has not returned, to whoever asks meanwhile.
+     * long as that call has not returned, to whoever asks meanwhile. The error then tells why.
      */
-    VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator();
+    VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator(VXError *error = nullptr);
+
+    /** Nobody gets the store of that name (null: holds back none), nor is it opened when its plugin loads: for who looks at it
+     * first, or puts another in its place. Of one that is open already nothing changes. */
+    static void holdBackStore(const QString &storeName);
 
     // -- Making store folders
     /**
@@ -68,10 +76,64 @@ public:
     /** Has the store validated, and saves what that changed. False, logged, on failure. */
     bool _validateAndSaveStoreController(VXCoreDataStore &store, VXError *error = nullptr);
 
+    // -- Copying stores, to upgrade, import and export them (VXDataPlugin+Migrate.cpp). Not on the main thread, unless a test
+    // does it. `version` is the number that the source's version begins with, 0 for none.
+    /**
+     * The object that stands for an old one in the new store. Null, as in the base where the new model has no entity of that
+     * name: it is left out. Of an entity with relationships that takes the whole copy with it: then nothing is saved, and that
+     * counts as success; such a plugin overrides migrateEntityAttributes and migrateEntityRelationships for that entity.
+     */
+    virtual VXManagedObjectPtr insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int version,
+                                                           VXManagedObjectContext &newContext, VXError *error);
+    /** What the new object is to have in place of the old value: here the same. None leaves it as it is; with an error set, it
+     * fails. */
+    virtual QVariant migrateObjectValue(const QVariant &value, const QString &attribute,
+                                        const VXManagedObjectPtr &oldObject, int version,
+                                        const VXManagedObjectPtr &newObject, VXError *error);
+    /** One attribute, by name; one that the new object has not is left out. */
+    virtual bool migrateObjectAttribute(const QString &attribute, const VXManagedObjectPtr &oldObject, int version,
+                                        const VXManagedObjectPtr &newObject, VXError *error);
+    /** All attributes that are stored. */
+    virtual bool migrateObjectAttributes(const VXManagedObjectPtr &oldObject, int version,
+                                         const VXManagedObjectPtr &newObject, VXError *error);
+    /** The objects of an entity, not of those that inherit from it. @return empty on failure. */
+    virtual std::optional<VXMigratedObjects> migrateEntityAttributes(const VXEntityDescription &entity,
+                                                                     VXManagedObjectContext &oldContext, int version,
+                                                                     VXManagedObjectContext &newContext,
+                                                                     VXError *error);
+    /** One relationship, by name. @return the new object; null fails the copy. */
+    virtual VXManagedObjectPtr migrateObjectRelationship(const QString &relationship,
+                                                         const VXManagedObjectPtr &oldObject, int version,
+                                                         const VXMigratedObjects &newObjects, VXError *error);
+    /** All relationships of the objects of an entity. */
+    virtual bool migrateEntityRelationships(const VXEntityDescription &entity, VXManagedObjectContext &oldContext,
+                                            int version, VXManagedObjectContext &newContext,
+                                            const VXMigratedObjects &newObjects, VXError *error);
+    /** Both passes over all entities that the old model has. */
+    virtual bool migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
+                                             VXManagedObjectContext &newContext, VXError *error);
+    /** A context with copies of all objects of the source, not saved. Null on failure, or, without an error, when the hooks want
+     * nothing saved. What the hooks throw becomes the error, if it is a VXException or std::exception. */
+    std::unique_ptr<VXManagedObjectContext> migrateStore(VXCoreDataStore &source, VXCoreDataStore &destination,
+                                                         VXError *error);
+
+    // -- Upgrading (VXDataPlugin+Upgrade.cpp)
+    /** Where the old store lies from the beginning of an upgrade until the user has decided what becomes of it. */
+    QString upgradingPath() const;
+    /** Settles a pre-upgrade copy, if there is one, after a failed or a successful open: brings it back, or offers it as a
+     * backup. */
+    bool restoreUpgradingFile();
+    void removeUpgradingFile();
+
 protected:
     void _pluginWillLoad() override;
 
 private:
+    using StorePtr = VXCoreDataStore::Ptr;
+    friend class VXStoreUpgradeWindowController;
+
+    enum class Age { Same, Older, Newer };
+
     VXManagedObjectModel::Ptr ownModel(VXError *error) const;
     bool copyModels(const QString &path, VXError *error) const;
     VXCoreDataStore::Ptr openStore(VXError *error);
@@ -82,7 +144,16 @@ private:
     bool moveInWaitingStore(const QString &waiting, const QString &path, VXError *error);
     void tellOfWaitingStore(const QString &path) const;
     VXCoreDataStore::Ptr _loadBundleStoreFile(const QString &path, VXError *error);
-    bool hasOwnVersion(const QString &path, const QString &dataFileName, VXError *error) const;
+    QString smartFilterVersion() const;
+    std::optional<Age> ageOfStore(const QString &path, VXError *error) const;
+    StorePtr openOrUpgrade(const QString &path, VXError *error);
+    VXError upgradeStore(const QString &path);
+    bool bringBackLoneUpgradingFile(const QString &path, VXError *error);
+    bool takeOpeningLock(const QString &path, VXError *error);
+    void saveUpgradingFileAsBackup(const QString &upgrading);
+    bool refusesPlace(const QString &path) const;
+    void trashUpgradingFile(const QString &upgrading);
+    bool saveStamp(VXCoreDataStore &store, VXError *error);
     void tellOfChangedModel(const VXManagedObjectModel &stored) const;
     void endApplication(const VXError &error, const VXError &reason);
 
