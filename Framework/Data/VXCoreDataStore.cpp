@@ -3,6 +3,8 @@
 #include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
 #include "VXException.h"
+#include "VXFileManager.h"
+#include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXStoreLock.h"
 
@@ -144,6 +146,34 @@ bool VXCoreDataStore::attach(VXPersistentStoreCoordinator &coordinator, VXStoreT
                 u"%1%2: %3%4"_s.arg(action, VXPersistentStore::nameOfType(type), url, problem.description()));
     VXSetError(error, problem);
     return false;
+}
+
+bool VXCoreDataStore::copyTo(const QString &path, VXError *error)
+{
+    const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator(error);
+    if (!coordinator)
+        return false;
+    if (const VXError problem = VXFileManager::defaultManager().verifyPathExists(path)) {
+        VXSetError(error, problem);
+        return false;
+    }
+    QStringList copied; // the data files with what SQLite keeps beside them
+    for (const QString &name : VXCoreDataStoreClass::dataFilesLike(_dataFileName, _path)) {
+        const auto store = coordinator->persistentStoreForPath(_path + u'/' + name);
+        for (const auto end : {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1})
+            copied.append(name + end);
+        if (!store || !store->copyTo(path + u'/' + name, error))
+            return false;
+    }
+    return std::ranges::all_of(QDir(_path).entryInfoList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot),
+                               [&](const QFileInfo &file) {
+                                   QFile source(file.filePath());
+                                   if (copied.contains(file.fileName()) || source.copy(path + u'/' + file.fileName()))
+                                       return true;
+                                   VXSetError(error, VXMakeFileError(VXLocalizedString(u"Unable to copy file"_s),
+                                                                     source.errorString(), file.filePath()));
+                                   return false;
+                               });
 }
 
 QVariantMap VXCoreDataStore::metadata()

@@ -53,6 +53,11 @@ public:
      * on failure. A name of neither kind, or none, gives a store in memory. As long as it lives, the folder is locked as one in
      * use (VXStoreLock). */
     VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator(VXError *error = nullptr);
+    /**
+     * Copies the folder to a path that is free: the data files that are opened, as of one moment, though others write to them;
+     * everything else file by file. False on failure, which leaves a part there.
+     */
+    bool copyTo(const QString &path, VXError *error = nullptr);
     /** Of the first attached store that names an owner; empty when none does. */
     QVariantMap metadata();
 

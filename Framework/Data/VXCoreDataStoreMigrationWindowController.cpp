@@ -119,6 +119,16 @@ std::unique_ptr<Controller> Controller::exportStore(const StorePtr &source, cons
     return controller;
 }
 
+std::unique_ptr<Controller> Controller::rehearse(const StorePtr &source, const StorePtr &destination,
+                                                 VXDataPlugin &plugin)
+{
+    std::unique_ptr<Controller> controller(
+        new Controller(titleFor(u"Trying to copy %1 data file..."_s, plugin), plugin));
+    controller->setStores(source, destination);
+    controller->_isNewStore = false;
+    return controller;
+}
+
 void Controller::setStores(const StorePtr &source, const StorePtr &destination)
 {
     _srcStore = source;
@@ -147,7 +157,10 @@ VXError Controller::runModal()
     QTimer begin;
     QTimer progress;
     begin.setSingleShot(true);
-    QObject::connect(&begin, &QTimer::timeout, [this] { performMigration(); });
+    QObject::connect(&begin, &QTimer::timeout, [this] {
+        if (!VXGuard([] { return u"beginning to copy a store"_s; }, [this] { performMigration(); }))
+            cancel();
+    });
     QObject::connect(&progress, &QTimer::timeout, [this] { showProgress(); });
     begin.start(untilBegin);
     progress.start(untilShown);
@@ -166,6 +179,8 @@ VXError Controller::runModal()
 
 VXError Controller::finish()
 {
+    if (_isNewStore) // its files are whole when it is closed
+        closeStores();
     return {};
 }
 
@@ -218,7 +233,7 @@ void Controller::performMigrationThreaded()
         const VXStoreMigration::Scope scope(_migration);
         migrate();
     } catch (...) {
-        const QString thrown = VXDescribeException();
+        const QString thrown = VXDescribeThrown().description;
         VXLogMethod(VXLogError, "performMigrationThreaded:", "migrate: "_L1 + thrown);
         const VXError error =
             VXMakeError(VXLocalizedString(u"The data could not be copied"_s), "%s", qUtf8Printable(thrown));
@@ -237,20 +252,19 @@ void Controller::migrate()
         performOnMainThread([&] { migrationDidComplete(error); });
         return;
     }
+    const bool verifies = VXUserDefaults::standardUserDefaults().boolForKey(u"migration.verify"_s);
     VXStoreVerification verification(_migration);
-    const bool verifies = _isNewStore && VXUserDefaults::standardUserDefaults().boolForKey(u"migration.verify"_s);
     if (context) {
-        if (verifies)
+        if (verifies && _isNewStore)
             verification.noteObjects(*context);
         if (!performOnMainThread([&] { contextDidMigrate(*context); }))
             return;
         error = _saveError;
     }
-    if (!error && verifies) {
+    if (!error && verifies && (_isNewStore || !context))
         error = verification.compare(*_dstStore);
-        if (error)
-            VXLogMethod(VXLogError, "performMigrationThreaded:", "verify: "_L1 + error.description());
-    }
+    if (error)
+        VXLogMethod(VXLogError, "performMigrationThreaded:", "migrate: "_L1 + error.description());
     performOnMainThread([&] { migrationDidComplete(error); });
 }
 

@@ -30,6 +30,10 @@ public:
     static std::unique_ptr<VXCoreDataStoreMigrationWindowController>
     exportStore(const StorePtr &source, const StorePtr &destination, VXDataPlugin &plugin);
 
+    /** Into a store in memory, to see what would become of the objects. */
+    static std::unique_ptr<VXCoreDataStoreMigrationWindowController>
+    rehearse(const StorePtr &source, const StorePtr &destination, VXDataPlugin &plugin);
+
     virtual ~VXCoreDataStoreMigrationWindowController();
     VXCoreDataStoreMigrationWindowController(const VXCoreDataStoreMigrationWindowController &) = delete;
     VXCoreDataStoreMigrationWindowController &operator=(const VXCoreDataStoreMigrationWindowController &) = delete;
@@ -76,7 +80,7 @@ private:
     VXDataPlugin &_dataPlugin;
     StorePtr _srcStore;
     StorePtr _dstStore;
-    bool _isNewStore = true;
+    bool _isNewStore = true; // with a file of its own
 
     const std::unique_ptr<VXProgressWindow> _window;
     VXStoreMigration _migration;

@@ -10,6 +10,7 @@
 #include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXStoreLock.h"
+#include "VXStorePast.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -235,10 +236,12 @@ bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &pat
 {
     VXFileManager &files = VXFileManager::defaultManager();
     if (VXExistsAtPath(path)) {
-        if (const VXError problem = files.safelyTrashFileAtPath(path)) {
+        QString trashed;
+        if (const VXError problem = files.safelyTrashFileAtPath(path, &trashed)) {
             VXSetError(error, problem);
             return false;
         }
+        VXStorePast::note(path, trashed, u"replaced"_s);
     }
     if (!files.moveItemAtPath(waiting, path))
         return true;

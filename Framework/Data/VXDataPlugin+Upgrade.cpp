@@ -1,16 +1,18 @@
 #include "VXDataPlugin.h"
 
 #include "VXApplication.h"
+#include "VXDataManager.h"
 #include "VXErrorDomain.h"
+#include "VXException.h"
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXPluginMarker.h"
 #include "VXStoreLock.h"
+#include "VXStorePast.h"
 #include "VXStoreUpgradeWindowController.h"
 #include "VXVersion.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
 using namespace Qt::StringLiterals;
@@ -131,11 +133,60 @@ VXError VXDataPlugin::upgradeStore(const QString &path)
         if (*age == Age::Older) {
             const VXPluginMarker::Scope nobody; // whoever ends the program now has not crashed in the plugin
             const auto controller = VXStoreUpgradeWindowController::upgradeStoreForPlugin(*this);
-            error = controller->runModal();
+            error = run(*controller);
         }
     }
     if (!error && takeOpeningLock(path, &error) && ageOfStore(path, &error) != Age::Same && !error)
         error = VXMakeError(VXLocalizedString(u"Unable to read data file"_s)); // somebody has replaced it since
+    return error;
+}
+
+VXError VXDataPlugin::run(VXCoreDataStoreMigrationWindowController &controller)
+{
+    VXError error = controller.runModal();
+    _lastMigration = controller.migration().entities();
+    return error;
+}
+
+std::optional<bool> VXDataPlugin::isUpgradeDue(VXError *error) const
+{
+    const QString path = dataStorePath();
+    if (dataStoreVersion().isNull() || !exists(path))
+        return false;
+    const std::optional<Age> age = ageOfStore(path, error);
+    return age ? std::optional(*age == Age::Older) : std::nullopt;
+}
+
+VXError VXDataPlugin::rehearse(const StorePtr &source, QList<VXEntityMigration> *entities)
+{
+    VXError error;
+    const StorePtr destination = _loadMemoryStoreController(&error);
+    if (!destination)
+        return error;
+    source->openReadOnly();
+    const auto controller = VXCoreDataStoreMigrationWindowController::rehearse(source, destination, *this);
+    error = controller->runModal();
+    *entities = controller->migration().entities();
+    return error;
+}
+
+// By way of the install folder: whoever ends the program meanwhile, one of both stores is found, and the next start goes on.
+VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
+{
+    VXAssert(_sharedStoreController == nullptr, u"Can not take a store back while the plugin has it open"_s);
+    VXError error;
+    const std::optional<Age> age = ageOfStore(from, &error);
+    const StorePtr store = age ? createStoreFromFileAtPath(from, &error) : nullptr;
+    if (!store)
+        return error;
+    if (*age == Age::Newer)
+        return VXMakeError(VXLocalizedString(u"Data file is newer than this plugin supports"_s), "%s",
+                           qUtf8Printable(from));
+    error = stageStore(*store);
+    if (!error)
+        installWaitingStore(dataStorePath(), &error);
+    *isWaiting =
+        !error && exists(VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(dataStorePath()).fileName());
     return error;
 }
 
@@ -198,6 +249,13 @@ void VXDataPlugin::removeUpgradingFile()
     const QString upgrading = upgradingPath();
     if (!exists(upgrading))
         return;
+    if (_upgradeBackup) {
+        if (_upgradeBackup->isNull())
+            trashUpgradingFile(upgrading);
+        else
+            moveUpgradingFile(upgrading, *_upgradeBackup);
+        return;
+    }
     const VXPluginMarker::Scope nobody;
     VXAlert alert;
     alert.message = VXLocalizedString(u"Successfully upgraded %1."_s).arg(dataStoreName());
@@ -216,48 +274,46 @@ void VXDataPlugin::removeUpgradingFile()
 
 void VXDataPlugin::trashUpgradingFile(const QString &upgrading)
 {
-    const VXError problem = VXFileManager::defaultManager().safelyTrashFileAtPath(upgrading);
-    if (!problem)
+    QString trashed;
+    const VXError problem = VXFileManager::defaultManager().safelyTrashFileAtPath(upgrading, &trashed);
+    if (!problem) {
+        VXStorePast::note(dataStorePath(), trashed, u"upgraded"_s);
         return;
+    }
     VXLogMethod(VXLogError, "removeUpgradingFile", "trash: "_L1 + problem.description());
     VXApplication::sharedApplication().presentError(problem);
-}
-
-// The store itself, or what lies around or in it, must not go to the trash for a file that is to replace it.
-bool VXDataPlugin::refusesPlace(const QString &path) const
-{
-    const QString store = QFileInfo(dataStorePath()).absoluteFilePath() + u'/';
-    const QString folder = QFileInfo(QFileInfo(path).absolutePath()).canonicalFilePath();
-    const QString place = QDir::cleanPath(folder + u'/' + QFileInfo(path).fileName()) + u'/';
-    const QString canonicalStore = QFileInfo(dataStorePath()).canonicalFilePath() + u'/';
-    const auto isAround = [&](const QString &of) { return place.startsWith(of) || of.startsWith(place); };
-    if (!isAround(store) && !isAround(canonicalStore))
-        return false;
-    VXApplication::sharedApplication().presentError(
-        VXMakeError(VXLocalizedString(u"The data file that is in use lies there"_s), "%s", qUtf8Printable(path)));
-    return true;
 }
 
 // Cancelled, it stays, and the question comes back at the next open.
 void VXDataPlugin::saveUpgradingFileAsBackup(const QString &upgrading)
 {
-    constexpr const char *operation = "removeUpgradingFile";
-    VXApplication &application = VXApplication::sharedApplication();
     VXSavePanel panel;
     panel.proposedName = QFileInfo(dataStorePath()).fileName();
-    const VXPanelResult chosen = application.userInterface().runSavePanel(panel);
-    if (!chosen.isOk() || !exists(upgrading) || refusesPlace(chosen.path))
+    const VXPanelResult chosen = VXApplication::sharedApplication().userInterface().runSavePanel(panel);
+    if (chosen.isOk() && exists(upgrading))
+        moveUpgradingFile(upgrading, chosen.path);
+}
+
+void VXDataPlugin::moveUpgradingFile(const QString &upgrading, const QString &place)
+{
+    constexpr const char *operation = "removeUpgradingFile";
+    VXApplication &application = VXApplication::sharedApplication();
+    if (const VXError problem = problemWithPlace(place)) {
+        application.presentError(problem);
         return;
+    }
     VXFileManager &files = VXFileManager::defaultManager();
-    if (exists(chosen.path)) {
-        if (const VXError problem = files.safelyTrashFileAtPath(chosen.path)) {
+    if (exists(place)) {
+        if (const VXError problem = files.safelyTrashFileAtPath(place)) {
             VXLogMethod(VXLogError, operation, "replace: "_L1 + problem.description());
             application.presentError(problem);
             return;
         }
     }
-    if (!files.moveItemAtPath(upgrading, chosen.path))
+    if (!files.moveItemAtPath(upgrading, place)) {
+        VXStorePast::note(dataStorePath(), place, u"upgraded"_s);
         return;
-    VXLogMethod(VXLogError, operation, u"Could not move file: %1 -> %2"_s.arg(upgrading, chosen.path));
+    }
+    VXLogMethod(VXLogError, operation, u"Could not move file: %1 -> %2"_s.arg(upgrading, place));
     application.presentError(VXMakeError(VXLocalizedString(u"Unable to move file"_s)));
 }

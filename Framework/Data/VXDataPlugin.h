@@ -5,6 +5,7 @@
 #include "VXManagedObjectContext.h"
 #include "VXPlugin.h"
 #include "VXStoreMigration.h"
+#include "VXUserInterface.h"
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -15,7 +16,6 @@
 
 class VXCoreDataStoreMigrationWindowController;
 class VXStoreLock;
-struct VXOpenPanel;
 
 /**
  * The base of plugins that own a store of objects: contacts, calls, messages. The bundle's Info.plist names the store;
@@ -27,6 +27,8 @@ class VX_EXPORT VXDataPlugin : public VXPlugin
     Q_OBJECT
 
 public:
+    using StorePtr = VXCoreDataStore::Ptr;
+
     Q_INVOKABLE VXDataPlugin();
     ~VXDataPlugin() override;
 
@@ -124,12 +126,67 @@ public:
      * backup. */
     bool restoreUpgradingFile();
     void removeUpgradingFile();
+    /** Decides beforehand what becomes of the old store, and nobody is asked: null for the trash, else where it goes as a backup. */
+    void setUpgradeBackup(const QString &path) { _upgradeBackup = path; }
+    /** Whether the store is there and of an older version. Empty when it cannot be told. */
+    std::optional<bool> isUpgradeDue(VXError *error = nullptr) const;
+    /** Copies a store into one that is gone afterwards, to see what an upgrade or import would do. Nothing is written. */
+    VXError rehearse(const StorePtr &source, QList<VXEntityMigration> *entities);
+    /** What became of the objects in the last upgrade, import or validated export. */
+    const QList<VXEntityMigration> &lastMigration() const { return _lastMigration; }
+    /**
+     * Has a copy of an earlier store (VXStorePast, or a backup) take the place of the present one, which goes to the trash. The
+     * store must not be open here (holdBackStore). While others have it open, it waits for the next start: `isWaiting`.
+     */
+    VXError takeBack(const QString &from, bool *isWaiting);
+
+    // -- Importing (VXDataPlugin+Import.cpp); what asks the user runs modally
+    /** The store of a folder of whatever version, to be read only. Null when it is none. */
+    StorePtr createStoreFromFileAtPath(const QString &path, VXError *error = nullptr);
+    /** For subclasses: what an import of that store would bring in, for the user; null, as in the base, for nothing. The objects
+     * are plain ones of the model that the store was written with. */
+    virtual QString importDescriptionFromStore(VXCoreDataStore &store);
+    /** A store folder with a data file whose name begins as the store's own. */
+    bool isValidStoreAtPath(const QString &path) const;
+    VXOpenPanel importPanel() const;
+    /** Asks for a file and imports it. False, too, when the user cancels. */
+    bool importStore(VXError *error = nullptr);
+    /** Asks whether to merge the file's objects with the store's, or to replace these at the next start. Failures are shown. */
+    bool importStoreAtPath(const QString &path, VXError *error = nullptr);
+    /** Default to merge, Other to replace, Alternate for neither. */
+    VXAlertButton askHowToImport(const QString &description) const;
+    Q_INVOKABLE void importStoreAction();
+    Q_INVOKABLE void importLegacyDataAction();
+    /** A file that is one to import, and what the plugin says of it. Asks nobody. */
+    StorePtr storeToImport(const QString &path, QString *description, VXError *error);
+    /** Copies all objects of a store, as of now, into the plugin's own, which must be open, with a progress window. */
+    VXError mergeStore(const StorePtr &store);
+    /** Puts a copy of a store, as of now, where it waits to replace the plugin's own at the next start. */
+    VXError stageStore(VXCoreDataStore &store);
+
+    /** Where an earlier generation kept its data; null, as in the base, for nowhere. */
+    virtual QString legacyDataPath() const;
+    bool hasLegacyData() const;
+    bool importLegacyData(VXError *error = nullptr);
+    /** Copies the XML store "global.xml" of a folder, if it has one, into the context, which is not saved, and trashes the folder.
+     */
+    bool importLegacyXMLBundle(const QString &folder, VXManagedObjectContext &context);
+    /** A property list of any kind from a file. None on failure. */
+    QVariant loadDictionaryFromFilePath(const QString &path, VXError *error = nullptr) const;
+
+    // -- Exporting (VXDataPlugin+Export.cpp)
+    /** Asks where to, and whether to validate, which means to copy object by object with the hooks. Failures are shown. */
+    Q_INVOKABLE void exportStoreAction();
+    /** The same without asking. What lies there goes to the trash once the export is whole. */
+    VXError exportStoreTo(const QString &path, bool validates);
 
 protected:
     void _pluginWillLoad() override;
+    /** For descriptions of imports: how many objects of an entity a store has; 0 without such an entity, or when it cannot be
+     * read. */
+    static qsizetype countInStore(VXCoreDataStore &store, const QString &entityName);
 
 private:
-    using StorePtr = VXCoreDataStore::Ptr;
     friend class VXStoreUpgradeWindowController;
 
     enum class Age { Same, Older, Newer };
@@ -151,13 +208,23 @@ private:
     bool bringBackLoneUpgradingFile(const QString &path, VXError *error);
     bool takeOpeningLock(const QString &path, VXError *error);
     void saveUpgradingFileAsBackup(const QString &upgrading);
-    bool refusesPlace(const QString &path) const;
+    StorePtr snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const;
+    void askForRelaunch();
+    VXError exportPlain(const QString &folder);
+    VXError exportValidated(const QString &folder);
+    StorePtr storeToExport(VXError *error) const;
+    VXError problemWithPlace(const QString &path) const;
+    void moveUpgradingFile(const QString &upgrading, const QString &place);
     void trashUpgradingFile(const QString &upgrading);
     bool saveStamp(VXCoreDataStore &store, VXError *error);
     void tellOfChangedModel(const VXManagedObjectModel &stored) const;
     void endApplication(const VXError &error, const VXError &reason);
 
+    VXError run(VXCoreDataStoreMigrationWindowController &controller);
+
     VXCoreDataStore::Ptr _sharedStoreController;
+    std::optional<QString> _upgradeBackup;
+    QList<VXEntityMigration> _lastMigration;
     bool _isOpening = false;
     std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own
 };

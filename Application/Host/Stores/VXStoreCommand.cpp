@@ -11,6 +11,7 @@
 #include "VXStoreListing.h"
 #include "VXStoreObjects.h"
 #include "VXStoreQuery.h"
+#include "VXStoreTransfer.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QFileInfo>
@@ -312,7 +313,7 @@ QStringList verbNames()
 {
     QStringList names;
     std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
-    return names;
+    return names + VXStoreTransferVerbs();
 }
 
 // Whether a data plugin's store is meant, not a file: a name without folder and extension, of no file here.
@@ -350,6 +351,8 @@ int makeStore(VXHostContext &context)
 
 int runStore(VXHostContext &context)
 {
+    if (VXStoreTransferVerbs().contains(context.options.operand(0)))
+        return VXRunStoreTransfer(context);
     const Verb &verb = *std::ranges::find(verbs, context.options.operand(0), &Verb::name);
     if (const QString problem = misuse(verb, context.options); !problem.isNull())
         return context.output.failUsage(problem, VXHostUsage(context.options.command()));
@@ -377,7 +380,8 @@ VXHostCommand VXStoreCommand()
     return {
         .name = u"store"_s,
         .summary = u"Look into stores, and change and check them"_s,
-        .synopsis = u"info|entities|list|insert|update|delete|new|check PATH|NAME [ENTITY|URI] [JSON]"_s,
+        .synopsis = u"info|entities|list|insert|update|delete|new|check PATH|NAME [ENTITY|URI] [JSON], or "
+                    "upgrade|import|export|rollback NAME [FOLDER]"_s,
         .details =
             u"PATH is a store folder (.vxdatastore), or a data file (.sqlite, .xml) with its model beside it or in "
             "--model. NAME is the store of a data plugin, as in: vornix store list calls VXCall. \"info\" shows what "
@@ -387,7 +391,12 @@ VXHostCommand VXStoreCommand()
             "\"list PATH ENTITY\" shows objects; with --json in full. \"insert PATH ENTITY JSON\" and \"update PATH "
             "URI JSON\" set the attributes and relationships that the JSON object names: dates are texts in ISO "
             "8601, data is text in Base64, other objects are their URIs. In place of a URI the name that \"list\" "
-            "shows will do, as in: vornix store update PATH Person/p1 '{\"name\": \"Jane\"}'"_s,
+            "shows will do, as in: vornix store update PATH Person/p1 '{\"name\": \"Jane\"}'\n\n"
+            "\"upgrade NAME\" brings a store of an older version of its plugin up to date, as the plugin does when it "
+            "is loaded. \"import NAME FOLDER\" adds the objects of a store folder to the plugin's store, or has it "
+            "replace that. \"export NAME FOLDER\" writes a copy. All work on what is there at one moment, and say "
+            "with --dry-run what they would do. \"rollback NAME [FOLDER]\" takes back the store that was there "
+            "before the last upgrade or replacement, or the one in FOLDER; with --dry-run it lists those."_s,
         .options = {{u"where"_s, u"PREDICATE"_s, u"List only objects that it describes"_s},
                     {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
                     {u"limit"_s, u"N"_s, u"List at most N objects"_s},
@@ -399,7 +408,13 @@ VXHostCommand VXStoreCommand()
                     {u"type"_s,
                      u"TYPE"_s,
                      u"Type of a new data file: sqlite unless told otherwise"_s,
-                     {u"sqlite"_s, u"xml"_s}}},
+                     {u"sqlite"_s, u"xml"_s}},
+                    {u"dry-run"_s, {}, u"Only say what would be done"_s},
+                    {u"merge"_s, {}, u"Import: add the objects to those that are there"_s},
+                    {u"replace"_s, {}, u"Import: use the folder in place of the store, from the next start on"_s},
+                    {u"validate"_s, {}, u"Export: copy object by object, as an upgrade does"_s},
+                    {u"backup"_s, u"FOLDER"_s, u"Where the old store goes, or a copy of it before an import"_s},
+                    {u"yes"_s, {}, u"Ask nothing: merge, replace, let the old store go to the trash"_s}},
         .minimumOperands = 2,
         .maximumOperands = 4,
         .firstOperands = verbNames(),

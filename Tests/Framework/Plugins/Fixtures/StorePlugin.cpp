@@ -52,6 +52,12 @@ public:
         return bundle()->infoDictionary().value(u"FixtureOpens"_s).toString() == uri.host();
     }
 
+    QString importDescriptionFromStore(VXCoreDataStore &store) override
+    {
+        const QString description = bundle()->infoDictionary().value(u"FixtureDescription"_s).toString();
+        return description.isNull() ? VXDataPlugin::importDescriptionFromStore(store) : description;
+    }
+
     VXManagedObjectPtr insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int version,
                                                    VXManagedObjectContext &newContext, VXError *error) override
     {
