@@ -141,7 +141,7 @@ int checkItem(const QString &path)
 
 } // namespace
 
-VXError VXFileManager::safelyTrashFileAtPath(const QString &path)
+VXError VXFileManager::safelyTrashFileAtPath(const QString &path, QString *trashedPath)
 {
     const VXMutexLocker lock(_lock);
     const auto fail = [this, &path](const QString &reason) {
@@ -164,5 +164,7 @@ VXError VXFileManager::safelyTrashFileAtPath(const QString &path)
     VXError error = moveItemAtPath(item, trash.filePath(name)); // which logs its failures
     if (error && !itemExistsAtPath(trash.filePath(name)))
         trash.release(name);
+    if (!error && trashedPath != nullptr)
+        *trashedPath = trash.filePath(name);
     return error;
 }

@@ -3,6 +3,8 @@
 #include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
 #include "VXException.h"
+#include "VXFileManager.h"
+#include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXStoreLock.h"
 
@@ -16,6 +18,7 @@ using namespace Qt::StringLiterals;
 
 const QString VXStoreOwnerIdentifierKey = u"$$__VXStoreOwnerIdentifierKey__$$"_s;
 const QString VXStoreVersionKey = u"$$__VXStoreVersionKey__$$"_s;
+const QString VXStoreSmartFilterVersionKey = u"$$__VXStoreSmartFilterVersionKey__$$"_s;
 const QString VXStoreFileExtension = u"vxdatastore"_s;
 
 namespace {
@@ -88,7 +91,8 @@ VXPersistentStoreCoordinator::Ptr VXCoreDataStore::persistentStoreCoordinator(VX
     }
     VXError problem;
     // From before the models are read, so that they and the data are of one store.
-    const VXStoreLock::Ptr lock = VXStoreLock::take(_path, VXStoreLock::Purpose::Use, longestWait, &problem);
+    const auto purpose = _isReadOnly ? VXStoreLock::Purpose::Read : VXStoreLock::Purpose::Use;
+    const VXStoreLock::Ptr lock = VXStoreLock::take(_path, purpose, longestWait, &problem);
     if (!lock) {
         VXLogMethod(VXLogError, "persistentStoreCoordinator", problem.description());
         VXSetError(error, problem);
@@ -136,12 +140,40 @@ bool VXCoreDataStore::attach(VXPersistentStoreCoordinator &coordinator, VXStoreT
         url = whole.toString(QUrl::FullyEncoded) + ": "_L1;
     }
     VXError problem;
-    if (coordinator.addPersistentStore(type, path, {}, &problem))
+    if (coordinator.addPersistentStore(type, path, {.isReadOnly = _isReadOnly}, &problem))
         return true;
     VXLogMethod(VXLogError, "persistentStoreCoordinator",
                 u"%1%2: %3%4"_s.arg(action, VXPersistentStore::nameOfType(type), url, problem.description()));
     VXSetError(error, problem);
     return false;
+}
+
+bool VXCoreDataStore::copyTo(const QString &path, VXError *error)
+{
+    const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator(error);
+    if (!coordinator)
+        return false;
+    if (const VXError problem = VXFileManager::defaultManager().verifyPathExists(path)) {
+        VXSetError(error, problem);
+        return false;
+    }
+    QStringList copied; // the data files with what SQLite keeps beside them
+    for (const QString &name : VXCoreDataStoreClass::dataFilesLike(_dataFileName, _path)) {
+        const auto store = coordinator->persistentStoreForPath(_path + u'/' + name);
+        for (const auto end : {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1})
+            copied.append(name + end);
+        if (!store || !store->copyTo(path + u'/' + name, error))
+            return false;
+    }
+    return std::ranges::all_of(QDir(_path).entryInfoList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot),
+                               [&](const QFileInfo &file) {
+                                   QFile source(file.filePath());
+                                   if (copied.contains(file.fileName()) || source.copy(path + u'/' + file.fileName()))
+                                       return true;
+                                   VXSetError(error, VXMakeFileError(VXLocalizedString(u"Unable to copy file"_s),
+                                                                     source.errorString(), file.filePath()));
+                                   return false;
+                               });
 }
 
 QVariantMap VXCoreDataStore::metadata()

@@ -13,6 +13,8 @@
 /** Keys of every store's metadata: the plugin that owns it, and the version of the data it was written for. */
 VX_EXPORT extern const QString VXStoreOwnerIdentifierKey; // "$$__VXStoreOwnerIdentifierKey__$$"
 VX_EXPORT extern const QString VXStoreVersionKey;         // "$$__VXStoreVersionKey__$$"
+/** The version of the smart filters' model, in a store that has it ("1" where there is none). */
+VX_EXPORT extern const QString VXStoreSmartFilterVersionKey; // "$$__VXStoreSmartFilterVersionKey__$$"
 /** Of store folders: "vxdatastore". */
 VX_EXPORT extern const QString VXStoreFileExtension;
 
@@ -42,6 +44,8 @@ public:
     const QString &dataFileName() const { return _dataFileName; }
     /** Before the store is opened: its objects are plain ones, whatever class its models name. */
     void usePlainObjects() { _objectClasses = VXObjectClasses::Plain; }
+    /** Before the store is opened: nothing is written to it, nor left beside it. */
+    void openReadOnly() { _isReadOnly = true; }
 
     /** All models of the folder that can be read, as one; null when there is none. */
     VXManagedObjectModel::Ptr managedObjectModel(VXError *error = nullptr);
@@ -49,6 +53,11 @@ public:
      * on failure. A name of neither kind, or none, gives a store in memory. As long as it lives, the folder is locked as one in
      * use (VXStoreLock). */
     VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator(VXError *error = nullptr);
+    /**
+     * Copies the folder to a path that is free: the data files that are opened, as of one moment, though others write to them;
+     * everything else file by file. False on failure, which leaves a part there.
+     */
+    bool copyTo(const QString &path, VXError *error = nullptr);
     /** Of the first attached store that names an owner; empty when none does. */
     QVariantMap metadata();
 
@@ -67,6 +76,7 @@ private:
     const QString _path;
     const QString _dataFileName;
     VXObjectClasses _objectClasses = VXObjectClasses::Registered;
+    bool _isReadOnly = false;
     VXManagedObjectModel::Ptr _managedObjectModel;
     VXPersistentStoreCoordinator::Ptr _persistentStoreCoordinator;
 };

@@ -45,6 +45,12 @@ QString VXDataManager::smartFilterDataModelPath()
     return VXFrameworkBundle()->pathForResource(u"smart-filters"_s, u"mom"_s);
 }
 
+// Raised with each change of smart-filters.vxmodel.
+QString VXDataManager::smartFilterModelVersion()
+{
+    return u"1"_s;
+}
+
 // -- Stores by name
 
 namespace {
@@ -89,7 +95,7 @@ void VXDataManager::dataPluginDidOpenStore(const QString &storeName, const Coord
     _openStoreCoordinators.insert(storeName, coordinator);
 }
 
-CoordinatorPtr VXDataManager::sharedCoordinatorForDataStore(const QString &storeName)
+CoordinatorPtr VXDataManager::sharedCoordinatorForDataStore(const QString &storeName, VXError *error)
 {
     {
         const VXMutexLocker locker(_lock);
@@ -97,12 +103,12 @@ CoordinatorPtr VXDataManager::sharedCoordinatorForDataStore(const QString &store
             return shared;
     }
     CoordinatorPtr found;
-    const bool wasAsked = VXMainThread::performAndWait([&] { found = findCoordinator(storeName); });
+    const bool wasAsked = VXMainThread::performAndWait([&] { found = findCoordinator(storeName, error); });
     return wasAsked ? found : nullptr;
 }
 
 // On the main thread, where plugins are.
-CoordinatorPtr VXDataManager::findCoordinator(const QString &storeName)
+CoordinatorPtr VXDataManager::findCoordinator(const QString &storeName, VXError *error)
 {
     constexpr const char *operation = "sharedCoordinatorForDataStore:";
     const VXPluginProxy *const plugin = pluginForDataStore(storeName);
@@ -115,7 +121,7 @@ CoordinatorPtr VXDataManager::findCoordinator(const QString &storeName)
         return nullptr;
     }
     const CoordinatorPtr coordinator =
-        plugin->as<VXDataPlugin>("persistentStoreCoordinator").persistentStoreCoordinator();
+        plugin->as<VXDataPlugin>("persistentStoreCoordinator").persistentStoreCoordinator(error);
     if (!coordinator) {
         VXLogMethod(VXLogError, operation,
                     u"plugin %1 did not return store %2"_s.arg(VXDescription(plugin->identifier()), storeName));

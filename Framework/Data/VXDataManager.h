@@ -40,6 +40,8 @@ public:
     static QString sharedDataInstallPath();
     /** The model of smart filters (VXSmartFilter), to be merged into those of stores that keep some. */
     static QString smartFilterDataModelPath();
+    /** The version of that model: stores that have an older one are upgraded, whatever the version of their plugin. */
+    static QString smartFilterModelVersion();
 
     /** The enabled plugin that declares the store. None, or several, fail an assertion. Main thread only. */
     VXPluginProxy *pluginForDataStore(const QString &storeName) const;
@@ -47,10 +49,10 @@ public:
     VXPluginProxy *findPluginForDataStore(const QString &storeName) const;
 
     /**
-     * The store's coordinator. Null, logged, when its plugin is disabled, not loaded, or could not open the store; a
-     * later call tries again. Any thread; one that asks for a store for the first time waits for the main thread.
+     * The store's coordinator. Null, logged, when its plugin is disabled, not loaded, or could not open the store, for
+     * which the error is the plugin's; a later call tries again. Any thread; one that asks for a store for the first time waits for the main thread.
      */
-    VXPersistentStoreCoordinator::Ptr sharedCoordinatorForDataStore(const QString &storeName);
+    VXPersistentStoreCoordinator::Ptr sharedCoordinatorForDataStore(const QString &storeName, VXError *error = nullptr);
     /**
      * The coordinator of a store that was handed out before or that a loaded plugin has open. Null, without a word, for
      * any other, one that is just being opened among them. Any thread; waits for nobody.
@@ -83,7 +85,7 @@ private:
     ~VXDataManager();
 
     void dataPluginDidOpenStore(const QString &storeName, const VXPersistentStoreCoordinator::Ptr &coordinator);
-    VXPersistentStoreCoordinator::Ptr findCoordinator(const QString &storeName);
+    VXPersistentStoreCoordinator::Ptr findCoordinator(const QString &storeName, VXError *error);
     bool exportWithSelectedExporter(const VXExportSheetController &controller) const;
 
     ExportSheetPresenter _exportSheetPresenter;

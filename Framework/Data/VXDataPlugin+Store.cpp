@@ -10,7 +10,7 @@
 #include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXStoreLock.h"
-#include "VXVersion.h"
+#include "VXStorePast.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -24,8 +24,6 @@ using namespace Qt::StringLiterals;
 using StorePtr = VXCoreDataStore::Ptr;
 
 namespace {
-
-constexpr std::chrono::seconds longestWait(10); // for who replaces the store
 
 bool isEmptyFolder(const QString &path)
 {
@@ -46,6 +44,13 @@ VXError storeError(const QString &text, const QString &suggestion)
 } // namespace
 
 // -- Making store folders
+
+QString VXDataPlugin::smartFilterVersion() const
+{
+    return dataModelPaths().contains(VXDataManager::smartFilterDataModelPath())
+               ? VXDataManager::smartFilterModelVersion()
+               : QString();
+}
 
 bool VXDataPlugin::copyModels(const QString &path, VXError *error) const
 {
@@ -113,6 +118,8 @@ bool VXDataPlugin::updateMetaDataForStore(VXCoreDataStore &store, VXError *error
     metadata.insert(VXStoreOwnerIdentifierKey, identifier());
     if (const QString version = dataStoreVersion(); !version.isNull())
         metadata.insert(VXStoreVersionKey, version);
+    if (const QString version = smartFilterVersion(); !version.isNull())
+        metadata.insert(VXStoreSmartFilterVersionKey, version);
     attached->setMetadata(metadata);
     return true;
 }
@@ -168,11 +175,10 @@ VXManagedObjectModel::Ptr VXDataPlugin::ownModel(VXError *error) const
 StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
 {
     const QString path = dataStorePath();
-    if (!installWaitingStore(path, error))
+    if (!bringBackLoneUpgradingFile(path, error) || !installWaitingStore(path, error))
         return nullptr;
     // From here on nobody replaces the store: once it is open it holds such a lock itself.
-    _openingLock = VXStoreLock::take(path, VXStoreLock::Purpose::Use, longestWait, error);
-    if (!_openingLock)
+    if (!takeOpeningLock(path, error))
         return nullptr;
     tellOfWaitingStore(path);
     VXError problem;
@@ -230,10 +236,12 @@ bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &pat
 {
     VXFileManager &files = VXFileManager::defaultManager();
     if (VXExistsAtPath(path)) {
-        if (const VXError problem = files.safelyTrashFileAtPath(path)) {
+        QString trashed;
+        if (const VXError problem = files.safelyTrashFileAtPath(path, &trashed)) {
             VXSetError(error, problem);
             return false;
         }
+        VXStorePast::note(path, trashed, u"replaced"_s);
     }
     if (!files.moveItemAtPath(waiting, path))
         return true;
@@ -253,15 +261,6 @@ void VXDataPlugin::tellOfWaitingStore(const QString &path) const
     VXConsoleLog(text);
 }
 
-// -- Opening a store that is there
-
-// A store of another version is not opened, so that nothing of it is touched.
-StorePtr VXDataPlugin::_loadBundleStoreFile(const QString &path, VXError *error)
-{
-    const StorePtr store = coreDataStoreClass().storeWithPath(path);
-    return store && hasOwnVersion(path, store->dataFileName(), error) ? store : nullptr;
-}
-
 // Whoever changes the model and not the version learns it here, and not when a key turns out to be missing.
 void VXDataPlugin::tellOfChangedModel(const VXManagedObjectModel &stored) const
 {
@@ -279,34 +278,4 @@ void VXDataPlugin::tellOfChangedModel(const VXManagedObjectModel &stored) const
         VXConsoleLog(text);
         return;
     }
-}
-
-bool VXDataPlugin::hasOwnVersion(const QString &path, const QString &dataFileName, VXError *error) const
-{
-    const QString version = dataStoreVersion();
-    if (version.isNull())
-        return true;
-    const VXStoreType type = VXCoreDataStoreClass::typeOfDataFile(dataFileName);
-    QVariantMap metadata; // of the first file that has an owner
-    for (const QString &name : VXCoreDataStoreClass::dataFilesLike(dataFileName, path)) {
-        if (metadata.contains(VXStoreOwnerIdentifierKey))
-            break;
-        VXError problem;
-        metadata = VXPersistentStoreCoordinator::metadataForPersistentStore(type, path + u'/' + name, &problem);
-        if (problem) {
-            VXSetError(error, problem);
-            return false;
-        }
-    }
-    const auto refuse = [&](const QString &text) {
-        VXSetError(error, storeError(text, path));
-        return false;
-    };
-    if (!metadata.contains(VXStoreOwnerIdentifierKey))
-        return refuse(u"Data file does not belong to this plugin"_s);
-    const QString stored = metadata.value(VXStoreVersionKey).toString(); // none: older than any
-    const int order = stored.isNull() ? -1 : vx_compareVersion(stored, version);
-    if (order > 0)
-        return refuse(u"Data file is newer than this plugin supports"_s);
-    return order == 0 || refuse(u"Data file was written by an older version of this plugin"_s);
 }

@@ -21,6 +21,9 @@ namespace {
 // Some data plugin could not open its store, and the user knows: the application is about to end.
 bool hasFailed = false;
 
+// The name of the store that is not to be opened; null for none.
+QString heldBack;
+
 // Without the numbers, which the log has.
 QString textForPeople(const VXError &error)
 {
@@ -79,6 +82,11 @@ bool VXDataPlugin::openManagedObjectWithURIRepresentation(const QUrl &)
     return false;
 }
 
+void VXDataPlugin::holdBackStore(const QString &storeName)
+{
+    heldBack = storeName;
+}
+
 // A store that cannot be opened must not keep the plugin manager from going on to the end of the application.
 void VXDataPlugin::_pluginWillLoad()
 {
@@ -86,16 +94,22 @@ void VXDataPlugin::_pluginWillLoad()
     VXPlugin::_pluginWillLoad();
 }
 
-VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator()
+VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXError *outcome)
 {
-    if (hasFailed)
+    const auto refuse = [&](const QString &text) {
+        VXSetError(outcome, VXMakeError(VXLocalizedString(text), "%s", qUtf8Printable(dataStoreName())));
         return nullptr;
+    };
+    if (hasFailed)
+        return refuse(u"The store of a data plugin could not be opened"_s);
+    if (heldBack == dataStoreName())
+        return refuse(u"The store is left alone for now"_s);
     if (_isOpening) { // by a call that has not returned, as when it asks the user something
         VXLogMethod(VXLogWarning, "persistentStoreCoordinator", "the store is being opened: "_L1 + dataStoreName());
-        return nullptr;
+        return refuse(u"The store is being opened"_s);
     }
     if (_sharedStoreController)
-        return _sharedStoreController->persistentStoreCoordinator();
+        return _sharedStoreController->persistentStoreCoordinator(outcome);
     VXError error;
     VXError reason; // where there is no better error
     QString thrown;
@@ -118,7 +132,9 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator()
     _sharedStoreController = nullptr;
     if (!error && !thrown.isNull())
         error = VXMakeError(VXLocalizedString(u"Unable to read data file"_s), "%s", qUtf8Printable(thrown));
-    endApplication(error, error ? error : reason);
+    const VXError &known = error ? error : reason;
+    VXSetError(outcome, known ? known : VXMakeError(VXLocalizedString(u"Unable to read data file"_s)));
+    endApplication(error, known);
     return nullptr;
 }
 

@@ -4,13 +4,17 @@
 #include "VXError.h"
 #include "VXManagedObjectContext.h"
 #include "VXPlugin.h"
+#include "VXStoreMigration.h"
+#include "VXUserInterface.h"
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QUrl>
 
 #include <memory>
+#include <optional>
 
+class VXCoreDataStoreMigrationWindowController;
 class VXStoreLock;
 
 /**
@@ -23,6 +27,8 @@ class VX_EXPORT VXDataPlugin : public VXPlugin
     Q_OBJECT
 
 public:
+    using StorePtr = VXCoreDataStore::Ptr;
+
     Q_INVOKABLE VXDataPlugin();
     ~VXDataPlugin() override;
 
@@ -50,9 +56,13 @@ public:
 
     /**
      * The open store's, which the first call opens. Null when that failed, here or in another data plugin before, and, as
-     * long as that call has not returned, to whoever asks meanwhile.
+     * long as that call has not returned, to whoever asks meanwhile. The error then tells why.
      */
-    VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator();
+    VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator(VXError *error = nullptr);
+
+    /** Nobody gets the store of that name (null: holds back none), nor is it opened when its plugin loads: for who looks at it
+     * first, or puts another in its place. Of one that is open already nothing changes. */
+    static void holdBackStore(const QString &storeName);
 
     // -- Making store folders
     /**
@@ -68,10 +78,119 @@ public:
     /** Has the store validated, and saves what that changed. False, logged, on failure. */
     bool _validateAndSaveStoreController(VXCoreDataStore &store, VXError *error = nullptr);
 
+    // -- Copying stores, to upgrade, import and export them (VXDataPlugin+Migrate.cpp). Not on the main thread, unless a test
+    // does it. `version` is the number that the source's version begins with, 0 for none.
+    /**
+     * The object that stands for an old one in the new store. Null, as in the base where the new model has no entity of that
+     * name: it is left out. Of an entity with relationships that takes the whole copy with it: then nothing is saved, and that
+     * counts as success; such a plugin overrides migrateEntityAttributes and migrateEntityRelationships for that entity.
+     */
+    virtual VXManagedObjectPtr insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int version,
+                                                           VXManagedObjectContext &newContext, VXError *error);
+    /** What the new object is to have in place of the old value: here the same. None leaves it as it is; with an error set, it
+     * fails. */
+    virtual QVariant migrateObjectValue(const QVariant &value, const QString &attribute,
+                                        const VXManagedObjectPtr &oldObject, int version,
+                                        const VXManagedObjectPtr &newObject, VXError *error);
+    /** One attribute, by name; one that the new object has not is left out. */
+    virtual bool migrateObjectAttribute(const QString &attribute, const VXManagedObjectPtr &oldObject, int version,
+                                        const VXManagedObjectPtr &newObject, VXError *error);
+    /** All attributes that are stored. */
+    virtual bool migrateObjectAttributes(const VXManagedObjectPtr &oldObject, int version,
+                                         const VXManagedObjectPtr &newObject, VXError *error);
+    /** The objects of an entity, not of those that inherit from it. @return empty on failure. */
+    virtual std::optional<VXMigratedObjects> migrateEntityAttributes(const VXEntityDescription &entity,
+                                                                     VXManagedObjectContext &oldContext, int version,
+                                                                     VXManagedObjectContext &newContext,
+                                                                     VXError *error);
+    /** One relationship, by name. @return the new object; null fails the copy. */
+    virtual VXManagedObjectPtr migrateObjectRelationship(const QString &relationship,
+                                                         const VXManagedObjectPtr &oldObject, int version,
+                                                         const VXMigratedObjects &newObjects, VXError *error);
+    /** All relationships of the objects of an entity. */
+    virtual bool migrateEntityRelationships(const VXEntityDescription &entity, VXManagedObjectContext &oldContext,
+                                            int version, VXManagedObjectContext &newContext,
+                                            const VXMigratedObjects &newObjects, VXError *error);
+    /** Both passes over all entities that the old model has. */
+    virtual bool migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
+                                             VXManagedObjectContext &newContext, VXError *error);
+    /** A context with copies of all objects of the source, not saved. Null on failure, or, without an error, when the hooks want
+     * nothing saved. What the hooks throw becomes the error, if it is a VXException or std::exception. */
+    std::unique_ptr<VXManagedObjectContext> migrateStore(VXCoreDataStore &source, VXCoreDataStore &destination,
+                                                         VXError *error);
+
+    // -- Upgrading (VXDataPlugin+Upgrade.cpp)
+    /** Where the old store lies from the beginning of an upgrade until the user has decided what becomes of it. */
+    QString upgradingPath() const;
+    /** Settles a pre-upgrade copy, if there is one, after a failed or a successful open: brings it back, or offers it as a
+     * backup. */
+    bool restoreUpgradingFile();
+    void removeUpgradingFile();
+    /** Decides beforehand what becomes of the old store, and nobody is asked: null for the trash, else where it goes as a backup. */
+    void setUpgradeBackup(const QString &path) { _upgradeBackup = path; }
+    /** Whether the store is there and of an older version. Empty when it cannot be told. */
+    std::optional<bool> isUpgradeDue(VXError *error = nullptr) const;
+    /** Copies a store into one that is gone afterwards, to see what an upgrade or import would do. Nothing is written. */
+    VXError rehearse(const StorePtr &source, QList<VXEntityMigration> *entities);
+    /** What became of the objects in the last upgrade, import or validated export. */
+    const QList<VXEntityMigration> &lastMigration() const { return _lastMigration; }
+    /**
+     * Has a copy of an earlier store (VXStorePast, or a backup) take the place of the present one, which goes to the trash. The
+     * store must not be open here (holdBackStore). While others have it open, it waits for the next start: `isWaiting`.
+     */
+    VXError takeBack(const QString &from, bool *isWaiting);
+
+    // -- Importing (VXDataPlugin+Import.cpp); what asks the user runs modally
+    /** The store of a folder of whatever version, to be read only. Null when it is none. */
+    StorePtr createStoreFromFileAtPath(const QString &path, VXError *error = nullptr);
+    /** For subclasses: what an import of that store would bring in, for the user; null, as in the base, for nothing. The objects
+     * are plain ones of the model that the store was written with. */
+    virtual QString importDescriptionFromStore(VXCoreDataStore &store);
+    /** A store folder with a data file whose name begins as the store's own. */
+    bool isValidStoreAtPath(const QString &path) const;
+    VXOpenPanel importPanel() const;
+    /** Asks for a file and imports it. False, too, when the user cancels. */
+    bool importStore(VXError *error = nullptr);
+    /** Asks whether to merge the file's objects with the store's, or to replace these at the next start. Failures are shown. */
+    bool importStoreAtPath(const QString &path, VXError *error = nullptr);
+    /** Default to merge, Other to replace, Alternate for neither. */
+    VXAlertButton askHowToImport(const QString &description) const;
+    Q_INVOKABLE void importStoreAction();
+    Q_INVOKABLE void importLegacyDataAction();
+    /** A file that is one to import, and what the plugin says of it. Asks nobody. */
+    StorePtr storeToImport(const QString &path, QString *description, VXError *error);
+    /** Copies all objects of a store, as of now, into the plugin's own, which must be open, with a progress window. */
+    VXError mergeStore(const StorePtr &store);
+    /** Puts a copy of a store, as of now, where it waits to replace the plugin's own at the next start. */
+    VXError stageStore(VXCoreDataStore &store);
+
+    /** Where an earlier generation kept its data; null, as in the base, for nowhere. */
+    virtual QString legacyDataPath() const;
+    bool hasLegacyData() const;
+    bool importLegacyData(VXError *error = nullptr);
+    /** Copies the XML store "global.xml" of a folder, if it has one, into the context, which is not saved, and trashes the folder.
+     */
+    bool importLegacyXMLBundle(const QString &folder, VXManagedObjectContext &context);
+    /** A property list of any kind from a file. None on failure. */
+    QVariant loadDictionaryFromFilePath(const QString &path, VXError *error = nullptr) const;
+
+    // -- Exporting (VXDataPlugin+Export.cpp)
+    /** Asks where to, and whether to validate, which means to copy object by object with the hooks. Failures are shown. */
+    Q_INVOKABLE void exportStoreAction();
+    /** The same without asking. What lies there goes to the trash once the export is whole. */
+    VXError exportStoreTo(const QString &path, bool validates);
+
 protected:
     void _pluginWillLoad() override;
+    /** For descriptions of imports: how many objects of an entity a store has; 0 without such an entity, or when it cannot be
+     * read. */
+    static qsizetype countInStore(VXCoreDataStore &store, const QString &entityName);
 
 private:
+    friend class VXStoreUpgradeWindowController;
+
+    enum class Age { Same, Older, Newer };
+
     VXManagedObjectModel::Ptr ownModel(VXError *error) const;
     bool copyModels(const QString &path, VXError *error) const;
     VXCoreDataStore::Ptr openStore(VXError *error);
@@ -82,11 +201,30 @@ private:
     bool moveInWaitingStore(const QString &waiting, const QString &path, VXError *error);
     void tellOfWaitingStore(const QString &path) const;
     VXCoreDataStore::Ptr _loadBundleStoreFile(const QString &path, VXError *error);
-    bool hasOwnVersion(const QString &path, const QString &dataFileName, VXError *error) const;
+    QString smartFilterVersion() const;
+    std::optional<Age> ageOfStore(const QString &path, VXError *error) const;
+    StorePtr openOrUpgrade(const QString &path, VXError *error);
+    VXError upgradeStore(const QString &path);
+    bool bringBackLoneUpgradingFile(const QString &path, VXError *error);
+    bool takeOpeningLock(const QString &path, VXError *error);
+    void saveUpgradingFileAsBackup(const QString &upgrading);
+    StorePtr snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const;
+    void askForRelaunch();
+    VXError exportPlain(const QString &folder);
+    VXError exportValidated(const QString &folder);
+    StorePtr storeToExport(VXError *error) const;
+    VXError problemWithPlace(const QString &path) const;
+    void moveUpgradingFile(const QString &upgrading, const QString &place);
+    void trashUpgradingFile(const QString &upgrading);
+    bool saveStamp(VXCoreDataStore &store, VXError *error);
     void tellOfChangedModel(const VXManagedObjectModel &stored) const;
     void endApplication(const VXError &error, const VXError &reason);
 
+    VXError run(VXCoreDataStoreMigrationWindowController &controller);
+
     VXCoreDataStore::Ptr _sharedStoreController;
+    std::optional<QString> _upgradeBackup;
+    QList<VXEntityMigration> _lastMigration;
     bool _isOpening = false;
     std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own
 };

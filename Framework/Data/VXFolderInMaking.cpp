@@ -36,6 +36,13 @@ void VXFolderInMaking::removeLeftovers(const QString &folder)
         QDir(folder + u'/' + name).removeRecursively();
 }
 
+void VXFolderInMaking::removeLock(const QString &folder)
+{
+    const VXFileLock lock(lockIn(folder), std::chrono::milliseconds(0));
+    if (lock.isHeld())
+        QFile::remove(lockIn(folder));
+}
+
 VXFolderInMaking::VXFolderInMaking(const QString &place) : _place(QDir::cleanPath(QFileInfo(place).absoluteFilePath()))
 {
     const QFileInfo info(_place);

@@ -30,6 +30,8 @@ public:
 
     /** Removes what killed processes left in a folder where others were made. */
     static void removeLeftovers(const QString &folder);
+    /** Removes what those leave in a folder that is not the program's own, once nobody is making any there. */
+    static void removeLock(const QString &folder);
 
 private:
     const QString _place;

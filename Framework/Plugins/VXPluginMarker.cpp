@@ -33,9 +33,7 @@ std::array<char, 256> lastWordsText{};
 
 void setLastWords(const QByteArray &text)
 {
-    const auto size = std::min(static_cast<size_t>(text.size()), lastWordsText.size() - 1);
-    std::copy_n(text.constData(), size, lastWordsText.begin());
-    lastWordsText.at(size) = 0;
+    qstrncpy(lastWordsText.data(), text.constData(), lastWordsText.size() - 1); // the last byte stays as it is
 }
 
 QByteArray dataOf(const VXPluginAtWork &plugin)

@@ -104,6 +104,22 @@ qsizetype VXManagedObject::relatedCount(int index) const
     return readRelatedSet(relationship(index, true)).count();
 }
 
+QList<VXManagedObjectID> VXManagedObject::relatedIDs(int index) const
+{
+    if (const VXRelationshipDescription *const asked = property(index).asRelationship(); asked && !asked->isToMany()) {
+        const VXStoreRow *const row = values();
+        const VXManagedObjectID *const led = row == nullptr ? nullptr : row->target(index);
+        return led == nullptr ? QList<VXManagedObjectID>() : QList{*led};
+    }
+    const VXRelatedSet &set = readRelatedSet(relationship(index, true));
+    QList<VXManagedObjectID> objectIDs = set.keptIDs();
+    for (const VXManagedObjectPtr &object : set.added()) {
+        if (object->_context != nullptr)
+            objectIDs.append(object->_objectID);
+    }
+    return objectIDs;
+}
+
 void VXManagedObject::addRelated(int index, const VXManagedObjectPtr &object)
 {
     const VXRelationshipDescription &changed = relationship(index, true);

@@ -62,6 +62,8 @@ public:
     QList<VXManagedObjectPtr> relatedObjects(int index) const;
     /** Without making the objects. */
     qsizetype relatedCount(int index) const;
+    /** What a relationship of either kind leads to, without making the objects. */
+    QList<VXManagedObjectID> relatedIDs(int index) const;
     void addRelated(int index, const VXManagedObjectPtr &object);
     void removeRelated(int index, const VXManagedObjectPtr &object);
     void setRelatedObjects(int index, const QList<VXManagedObjectPtr> &objects);

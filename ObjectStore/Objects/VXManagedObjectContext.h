@@ -66,6 +66,10 @@ public:
     [[nodiscard]] std::optional<qsizetype> countForFetchRequest(const VXFetchRequest &request,
                                                                 VXError *error = nullptr);
 
+    /** Reads what a to-many relationship of these objects leads to, with one query; the objects led to are not read. */
+    bool readRelated(const QList<VXManagedObjectPtr> &objects, const VXRelationshipDescription &relationship,
+                     VXError *error = nullptr);
+
     // -- Changes
     bool hasChanges() const { return !_inserted.isEmpty() || !_updated.isEmpty() || !_deleted.isEmpty(); }
     QList<VXManagedObjectPtr> insertedObjects() const;
@@ -125,8 +129,6 @@ private:
     /** A failure is reported as a diagnostic. */
     bool fulfillFault(VXManagedObject &object);
     bool fulfillFaults(const QList<ObjectPtr> &objects, VXError *error);
-    /** Reads a to-many relationship of those objects that have not read it, with one query. */
-    bool readRelated(const QList<ObjectPtr> &objects, const Relationship &relationship, VXError *error);
     /** Reads the objects that a relationship leads to. They are held in `held`. */
     bool prefetch(const QList<ObjectPtr> &objects, const Relationship &relationship, QList<ObjectPtr> *held,
                   VXError *error);

@@ -1,12 +1,18 @@
 #include "VXSQLiteConnection.h"
 
+#include "VXMutex.h"
 #include "VXObjectStoreError.h"
 #include "VXSQLiteFunctions.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QUrl>
 
+#include <algorithm>
+#include <cerrno>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -62,15 +68,88 @@ VXError errorOf(sqlite3 *database, int status, const QString &path)
 
 } // namespace
 
-VXSQLiteConnection::VXSQLiteConnection(sqlite3 *database, const QString &path, std::atomic<qint64> *executions)
-    : _database(database), _path(path), _executions(executions)
+namespace {
+
+using FileKey = std::pair<quint64, quint64>;
+
+/** The files that connections of this process have open. */
+struct OpenFiles
 {
+    VXMutex lock;
+    QHash<FileKey, int> counts VX_GUARDED_BY(lock);
+
+    static OpenFiles &shared()
+    {
+        static auto &files = *new OpenFiles;
+        return files;
+    }
+
+    static FileKey keyOf(const QString &path)
+    {
+        struct stat status = {};
+        return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? FileKey(status.st_dev, status.st_ino)
+                                                                         : FileKey();
+    }
+
+    void add(const FileKey &key)
+    {
+        const VXMutexLocker locker(lock);
+        ++counts[key];
+    }
+
+    void remove(const FileKey &key)
+    {
+        const VXMutexLocker locker(lock);
+        if (--counts[key] == 0)
+            counts.remove(key);
+    }
+};
+
+} // namespace
+
+VXSQLiteConnection::VXSQLiteConnection(sqlite3 *database, const QString &path, const FileKey &key,
+                                       std::atomic<qint64> *executions)
+    : _database(database), _path(path), _key(key), _executions(executions)
+{
+}
+
+bool VXSQLiteConnection::whileNotOpenHere(const QString &path, const std::function<void()> &call)
+{
+    OpenFiles &files = OpenFiles::shared();
+    const VXMutexLocker locker(files.lock); // nor is it opened meanwhile
+    if (files.counts.contains(OpenFiles::keyOf(path)))
+        return false;
+    call();
+    return true;
+}
+
+bool VXSQLiteConnection::copyFileTo(const VXFileDescriptor &copy, VXError *error)
+{
+    constexpr qint64 pieceSize = 1 << 20;
+    sqlite3_file *file = nullptr;
+    sqlite3_int64 size = 0;
+    int status = sqlite3_file_control(_database, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    if (status == SQLITE_OK)
+        status = file->pMethods->xFileSize(file, &size);
+    QByteArray piece(qsizetype(std::min<qint64>(size, pieceSize)), Qt::Uninitialized);
+    for (sqlite3_int64 at = 0; status == SQLITE_OK && at < size; at += pieceSize) {
+        piece.truncate(qsizetype(std::min<qint64>(pieceSize, size - at)));
+        status = file->pMethods->xRead(file, piece.data(), int(piece.size()), at);
+        if (status == SQLITE_OK && !copy.writeAll(piece))
+            status = errno == ENOSPC || errno == EDQUOT ? SQLITE_FULL : SQLITE_IOERR_WRITE;
+    }
+    if (status == SQLITE_OK && ::fsync(copy.number()) != 0)
+        status = SQLITE_IOERR_FSYNC;
+    if (status != SQLITE_OK)
+        VXSetError(error, errorOf(_database, status, _path));
+    return status == SQLITE_OK;
 }
 
 VXSQLiteConnection::~VXSQLiteConnection()
 {
     _statements.clear();
     sqlite3_close(_database);
+    OpenFiles::shared().remove(_key);
 }
 
 std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path, Access access,
@@ -90,14 +169,17 @@ std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path
         flags |= SQLITE_OPEN_URI;
         name = "file://" + QUrl::toPercentEncoding(QString::fromUtf8(name), "/") + "?immutable=1";
     }
+    const FileKey key = OpenFiles::keyOf(path);
+    OpenFiles::shared().add(key); // before it has any lock
     sqlite3 *database = nullptr;
     const int status = sqlite3_open_v2(name.constData(), &database, flags, nullptr);
     if (status != SQLITE_OK) {
         VXSetError(error, errorOf(database, status, path));
         sqlite3_close(database);
+        OpenFiles::shared().remove(key);
         return nullptr;
     }
-    std::unique_ptr<VXSQLiteConnection> connection(new VXSQLiteConnection(database, path, executions));
+    std::unique_ptr<VXSQLiteConnection> connection(new VXSQLiteConnection(database, path, key, executions));
     sqlite3_busy_timeout(database, int(busyTimeout.count()));
     connection->protect();
     if (access == Access::Query)

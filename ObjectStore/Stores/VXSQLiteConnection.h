@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXError.h"
+#include "VXFileDescriptor.h"
 #include "VXSQLiteStatement.h"
 
 #include <QtCore/QHash>
@@ -8,7 +9,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
+#include <utility>
 
 struct sqlite3;
 
@@ -29,6 +32,13 @@ public:
                                                     std::chrono::milliseconds busyTimeout,
                                                     std::atomic<qint64> *executions, VXError *error);
     ~VXSQLiteConnection();
+
+    /**
+     * Calls with the file in no use by a connection of this process; false, and not called, when one has it open. To open and
+     * close a file ends all locks that its process has on it, and others would then take away the log that is being written.
+     */
+    static bool whileNotOpenHere(const QString &path, const std::function<void()> &call);
+
     VXSQLiteConnection(const VXSQLiteConnection &) = delete;
     VXSQLiteConnection &operator=(const VXSQLiteConnection &) = delete;
 
@@ -38,6 +48,10 @@ public:
     bool execute(const QString &sql, VXError *error);
     /** The first column of the first row; null without one or on failure. */
     QString textOf(const QString &sql, VXError *error);
+
+    /** Copies the file, as it lies there, to an open one, and that to the disk: for who holds its write lock. Read by way of
+     * SQLite, as to open and close a file that it has open ends the locks that it holds. */
+    bool copyFileTo(const VXFileDescriptor &copy, VXError *error);
 
     /** How many rows the last INSERT, UPDATE or DELETE concerned. */
     int changes() const;
@@ -52,12 +66,15 @@ public:
     VXError lastError() const;
 
 private:
-    VXSQLiteConnection(sqlite3 *database, const QString &path, std::atomic<qint64> *executions);
+    using FileKey = std::pair<quint64, quint64>; // device and inode; both 0 for none
+
+    VXSQLiteConnection(sqlite3 *database, const QString &path, const FileKey &key, std::atomic<qint64> *executions);
     std::shared_ptr<sqlite3_stmt> prepare(const QString &sql, bool isKept, VXError *error);
     void protect();
 
     sqlite3 *const _database; // owned
     const QString _path;
+    const FileKey _key;
     int _lastStatus = 0; // of what execute failed with
     std::atomic<qint64> *const _executions;
     QHash<QString, std::shared_ptr<sqlite3_stmt>> _statements;

@@ -42,7 +42,7 @@ bool isForeign(const QString &reason, const QString &path, VXError *error)
 }
 
 // The header is that of a store from its first transaction on.
-bool hasHeader(const QString &path, VXError *error)
+bool isHeaderOfStore(const QString &path, VXError *error)
 {
     QFile file(path);
     if (QString reason; !VXRegularFile::open(file, &reason))
@@ -57,6 +57,14 @@ bool hasHeader(const QString &path, VXError *error)
         return fail(Code::IncompatibleStoreType, u"The store cannot be read."_s,
                     u"It was written by a later version of this software."_s, path, error);
     return true;
+}
+
+// A file that is open here is one already.
+bool hasHeader(const QString &path, VXError *error)
+{
+    bool isStore = true;
+    VXSQLiteConnection::whileNotOpenHere(path, [&] { isStore = isHeaderOfStore(path, error); });
+    return isStore;
 }
 
 VXError writeError(const QString &path, const QString &reason)
@@ -120,6 +128,28 @@ bool writeNew(const QString &path, const VXSQLiteSchema &schema, const VXManaged
            VXSQLiteFile::extend(*connection, schema, model, none, error) &&
            VXSQLiteFile::writeMetadata(*connection, metadata, error) && connection->execute(u"COMMIT"_s, error) &&
            connection->execute(u"PRAGMA journal_mode = WAL"_s, error);
+}
+
+// As fast as files are copied. Nobody writes meanwhile, and all that was saved is in the file itself, not in its log; where
+// readers keep the log from being emptied, that cannot be had: none.
+std::optional<bool> copyBytes(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout,
+                              VXError *error)
+{
+    if (!hasHeader(path, error))
+        return false;
+    const auto source = VXSQLiteConnection::open(path, Access::Write, busyTimeout, nullptr, error);
+    if (!source)
+        return false;
+    const auto isLogEmpty = [&] { return QFileInfo(path + "-wal"_L1).size() == 0; };
+    if (!source->execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s, error) ||
+        !source->execute(u"BEGIN IMMEDIATE"_s, error) || !isLogEmpty())
+        return std::nullopt;
+    if (!makePrivate(to, error))
+        return false;
+    const VXFileDescriptor file(::open(QFile::encodeName(to).constData(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW));
+    if (!file.isOpen())
+        VXSetError(error, writeError(to, qt_error_string()));
+    return file.isOpen() && source->copyFileTo(file, error);
 }
 
 // One read transaction over all of it. VACUUM keeps the numbers, the version and the mark of the file, and waits for the disk.
@@ -300,7 +330,8 @@ bool VXSQLiteFile::create(const QString &path, const VXSQLiteSchema &schema, con
     return false;
 }
 
-bool VXSQLiteFile::copy(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout, VXError *error)
+bool VXSQLiteFile::copy(const QString &path, const QString &to, bool mayWrite, std::chrono::milliseconds busyTimeout,
+                        VXError *error)
 {
     const QFileInfo place(to);
     const Folder folder(place.path());
@@ -312,7 +343,11 @@ bool VXSQLiteFile::copy(const QString &path, const QString &to, std::chrono::mil
     const QString aside = place.path() + "/."_L1 + place.fileName() + ".new"_L1;
     removeWithLogs(aside);
     VXError problem;
-    if (copyDatabase(path, aside, busyTimeout, &problem) && moveInPlace(aside, to, folder, &problem))
+    bool isReady = false;
+    const std::optional<bool> isCopied = mayWrite ? copyBytes(path, aside, busyTimeout, &problem) : std::nullopt;
+    if (isCopied.value_or(false) || (!isCopied && copyDatabase(path, aside, busyTimeout, &problem)))
+        isReady = true;
+    if (isReady && moveInPlace(aside, to, folder, &problem))
         return true;
     removeWithLogs(aside);
     VXSetError(error, renamed(problem, to));

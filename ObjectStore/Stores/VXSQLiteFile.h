@@ -35,8 +35,10 @@ public:
      * the program leave one. When another process is making it, waits until that is done. */
     static bool create(const QString &path, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
                        const QVariantMap &metadata, std::chrono::milliseconds busyTimeout, VXError *error);
-    /** A consistent copy, of a file that others may be writing. Replaces nothing. */
-    static bool copy(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout, VXError *error);
+    /** A consistent copy, of a file that others may be writing. Replaces nothing. Who may write the file gets it faster: other
+     * writers wait meanwhile. */
+    static bool copy(const QString &path, const QString &to, bool mayWrite, std::chrono::milliseconds busyTimeout,
+                     VXError *error);
     /** Within a transaction adds what the schema has more than the contents. */
     static bool extend(VXSQLiteConnection &connection, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
                        Contents &contents, VXError *error);

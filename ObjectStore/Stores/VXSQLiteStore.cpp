@@ -162,5 +162,5 @@ VXError VXSQLiteStore::damage(const QString &reason) const
 
 bool VXSQLiteStore::copyTo(const QString &path, VXError *error)
 {
-    return VXSQLiteFile::copy(this->path(), path, _options.busyTimeout, error);
+    return VXSQLiteFile::copy(this->path(), path, !_options.isReadOnly, _options.busyTimeout, error);
 }

@@ -8,7 +8,7 @@
  * The version of the interface between host and plugins. It grows with each change after which code built
  * before cannot run: a bundle built for another version is refused when its principal class is asked for.
  */
-inline constexpr int VXInterfaceVersion = 2;
+inline constexpr int VXInterfaceVersion = 3;
 
 /** What a bundle's code tells about itself. The version comes first, for ever, so that it can always be read. */
 struct VXPrincipalClassInfo

@@ -5,6 +5,8 @@
 #include "VXManagedObjectClass.h"
 #include "VXPrincipalClass.h"
 
+using namespace Qt::StringLiterals;
+
 /** Keeps the history of calls, in the store "calls". */
 class CallsPlugin : public VXDataPlugin
 {
@@ -12,6 +14,16 @@ class CallsPlugin : public VXDataPlugin
 
 public:
     Q_INVOKABLE CallsPlugin() { VXManagedObjectClass::registerClass<VXCall>(VXCall::entityName); }
+
+    QString importDescriptionFromStore(VXCoreDataStore &store) override
+    {
+        const qsizetype count = countInStore(store, VXCall::entityName);
+        if (count == 0)
+            return {};
+        return bundle()
+            ->localizedStringForKey(count == 1 ? u"One call"_s : u"%1 calls"_s)
+            .replace("%1"_L1, QString::number(count));
+    }
 
     void pluginDidLoad() override
     {

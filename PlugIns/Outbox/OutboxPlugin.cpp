@@ -1,6 +1,8 @@
 #include "VXDataPlugin.h"
 #include "VXPrincipalClass.h"
 
+using namespace Qt::StringLiterals;
+
 /** Keeps what is to be sent, in the store "outbox". */
 class OutboxPlugin : public VXDataPlugin
 {
@@ -8,6 +10,16 @@ class OutboxPlugin : public VXDataPlugin
 
 public:
     Q_INVOKABLE OutboxPlugin() = default;
+
+    QString importDescriptionFromStore(VXCoreDataStore &store) override
+    {
+        const qsizetype count = countInStore(store, u"VXOutboxEntry"_s);
+        if (count == 0)
+            return {};
+        return bundle()
+            ->localizedStringForKey(count == 1 ? u"One entry"_s : u"%1 entries"_s)
+            .replace("%1"_L1, QString::number(count));
+    }
 };
 
 VX_PRINCIPAL_CLASS(OutboxPlugin)

@@ -3,6 +3,8 @@
 #include "VXPhonebookEntities.h"
 #include "VXPrincipalClass.h"
 
+using namespace Qt::StringLiterals;
+
 /** Keeps the contacts, in the store "phonebook". */
 class PhonebookPlugin : public VXDataPlugin
 {
@@ -14,6 +16,16 @@ public:
         VXManagedObjectClass::registerClass<VXPerson>(VXPerson::entityName);
         VXManagedObjectClass::registerClass<VXPhoneNumberEntry>(VXPhoneNumberEntry::entityName);
         VXManagedObjectClass::registerClass<VXEmailAddressEntry>(VXEmailAddressEntry::entityName);
+    }
+
+    QString importDescriptionFromStore(VXCoreDataStore &store) override
+    {
+        const qsizetype count = countInStore(store, VXPerson::entityName);
+        if (count == 0)
+            return {};
+        return bundle()
+            ->localizedStringForKey(count == 1 ? u"One contact"_s : u"%1 contacts"_s)
+            .replace("%1"_L1, QString::number(count));
     }
 
     void pluginWillUnload() override

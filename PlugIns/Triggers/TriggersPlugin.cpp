@@ -2,6 +2,8 @@
 #include "VXDataPlugin.h"
 #include "VXPrincipalClass.h"
 
+using namespace Qt::StringLiterals;
+
 /** Keeps the user's triggers, in the store "triggers". */
 class TriggersPlugin : public VXDataPlugin
 {
@@ -13,6 +15,16 @@ public:
     QStringList dataModelPaths() const override
     {
         return VXDataPlugin::dataModelPaths() << VXDataManager::smartFilterDataModelPath();
+    }
+
+    QString importDescriptionFromStore(VXCoreDataStore &store) override
+    {
+        const qsizetype count = countInStore(store, u"VXTrigger"_s);
+        if (count == 0)
+            return {};
+        return bundle()
+            ->localizedStringForKey(count == 1 ? u"One trigger"_s : u"%1 triggers"_s)
+            .replace("%1"_L1, QString::number(count));
     }
 };
 

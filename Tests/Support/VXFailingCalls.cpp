@@ -100,7 +100,8 @@ void VXFailureWalk::run() const
     ASSERT_GT(unhindered.counted, 0U) << "no call that could fail";
 
     const int configured = qEnvironmentVariableIntValue("VORNIX_FAULT_CALLS");
-    const auto rounds = std::min<unsigned long>(configured > 0 ? unsigned(configured) : 30, unhindered.counted);
+    const auto rounds =
+        std::min<unsigned long>(configured > 0 ? unsigned(configured) : usualRounds, unhindered.counted);
     const QList<VXCallFailure> ways =
         kinds == VXCallMalloc
             ? QList<VXCallFailure>{{kinds, 0, ENOMEM, false, caller}}

@@ -44,6 +44,9 @@ struct VXFailureWalk
     /** The answer "no" is true of the state after as well, as when only the syncing of a folder failed. */
     bool mayRefuseWhatIsDone = false;
 
+    /** How many calls of each way fail when nothing else is asked for. */
+    unsigned usualRounds = 30;
+
     /** Fails the test where a state or an answer is wrong, or nothing was there to fail. */
     void run() const;
 

@@ -13,6 +13,7 @@
 #include "VXStoreListing.h"
 #include "VXStoreObjects.h"
 #include "VXStoreQuery.h"
+#include "VXStoreTransfer.h"
 #include "VXTextArgument.h"
 #include "VXTextTable.h"
 
@@ -398,6 +399,8 @@ QStringList verbNames()
 {
     QStringList names;
     std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
+    names += VXStoreTransferVerbs();
+    names.removeDuplicates();
     return names;
 }
 
@@ -432,6 +435,10 @@ int makeStore(VXHostContext &context)
 
 int runStore(VXHostContext &context)
 {
+    // Of rows into an entity, else of a whole folder.
+    const bool isImportOfRows = context.options.operand(0) == "import"_L1 && context.options.operands().size() > 3;
+    if (VXStoreTransferVerbs().contains(context.options.operand(0)) && !isImportOfRows)
+        return VXRunStoreTransfer(context);
     const Verb &verb = *std::ranges::find(verbs, context.options.operand(0), &Verb::name);
     if (const QString problem = misuse(verb, context.options); !problem.isNull())
         return context.output.failUsage(problem, VXHostUsage(context.options.command()));
@@ -459,7 +466,8 @@ VXHostCommand VXStoreCommand()
     return {
         .name = u"store"_s,
         .summary = u"Look into stores, and change and check them"_s,
-        .synopsis = u"info|entities|list|insert|update|delete|import|new|check PATH|NAME [ENTITY|URI] [JSON|FILE]"_s,
+        .synopsis = u"info|entities|list|insert|update|delete|import|new|check PATH|NAME [ENTITY|URI] [JSON|FILE], or "
+                    "upgrade|import|export|rollback NAME [FOLDER]"_s,
         .details =
             u"PATH is a store folder (.vxdatastore), or a data file (.sqlite, .xml) with its model beside it or in "
             "--model. NAME is the store of a data plugin, as in: vornix store list calls VXCall. \"info\" shows what "
@@ -472,7 +480,12 @@ VXHostCommand VXStoreCommand()
             "shows will do, as in: vornix store update PATH Person/p1 '{\"name\": \"Jane\"}'. In place of JSON, @FILE "
             "reads a file, - standard input. \"delete PATH URI\" deletes an object, \"delete PATH ENTITY --where "
             "PREDICATE\" all that it describes. \"import PATH ENTITY FILE\" adds what a file holds, all of it or "
-            "nothing: a JSON object in each line (.jsonl), or a table whose first line names the attributes (.csv)."_s,
+            "nothing: a JSON object in each line (.jsonl), or a table whose first line names the attributes (.csv).\n\n"
+            "\"upgrade NAME\" brings a store of an older version of its plugin up to date, as the plugin does when it "
+            "is loaded. \"import NAME FOLDER\" adds the objects of a store folder to the plugin's store, or has it "
+            "replace that. \"export NAME FOLDER\" writes a copy. All work on what is there at one moment, and say "
+            "with --dry-run what they would do. \"rollback NAME [FOLDER]\" takes back the store that was there "
+            "before the last upgrade or replacement, or the one in FOLDER; with --dry-run it lists those."_s,
         .options =
             {{u"where"_s, u"PREDICATE"_s, u"Only objects that it describes"_s, {}, {u"list"_s, u"delete"_s}},
              {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s, {}, {u"list"_s}},
@@ -487,7 +500,25 @@ VXHostCommand VXStoreCommand()
               u"TYPE"_s,
               u"Type of a new data file: sqlite unless told otherwise"_s,
               {u"sqlite"_s, u"xml"_s},
-              {u"new"_s}}},
+              {u"new"_s}},
+             {u"dry-run"_s,
+              {},
+              u"Only say what would be done"_s,
+              {},
+              {u"upgrade"_s, u"import"_s, u"export"_s, u"rollback"_s}},
+             {u"merge"_s, {}, u"Add the objects to those that are there"_s, {}, {u"import"_s}},
+             {u"replace"_s, {}, u"Use the folder in place of the store, from the next start on"_s, {}, {u"import"_s}},
+             {u"validate"_s, {}, u"Copy object by object, as an upgrade does"_s, {}, {u"export"_s}},
+             {u"backup"_s,
+              u"FOLDER"_s,
+              u"Where the old store goes, or a copy of it before an import"_s,
+              {},
+              {u"upgrade"_s, u"import"_s}},
+             {u"yes"_s,
+              {},
+              u"Ask nothing: merge, replace, let the old store go to the trash"_s,
+              {},
+              {u"upgrade"_s, u"import"_s, u"export"_s, u"rollback"_s}}},
         .minimumOperands = 2,
         .maximumOperands = 4,
         .firstOperands = verbNames(),

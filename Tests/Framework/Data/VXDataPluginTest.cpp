@@ -259,12 +259,6 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         RefusedStore{"Newer", "1.10", "org.example.notes", "", "Data file is newer than this plugin supports", "newer",
                      "persistentStoreCoordinator] Data file is newer than this plugin supports", nullptr},
-        RefusedStore{"Older", "1.1", "org.example.notes", "",
-                     "Data file was written by an older version of this plugin", "older",
-                     "persistentStoreCoordinator] Data file was written by an older version of this plugin", nullptr},
-        RefusedStore{"WithoutVersion", nullptr, "org.example.notes", "",
-                     "Data file was written by an older version of this plugin", "older",
-                     "persistentStoreCoordinator] Data file was written by an older version of this plugin", nullptr},
         RefusedStore{"Foreign", "1.2", nullptr, "", "Data file does not belong to this plugin", "does not belong",
                      "persistentStoreCoordinator] Data file does not belong", nullptr},
         RefusedStore{"Damaged", "1.2", "org.example.notes", "", "The store is damaged, or no store at all.",

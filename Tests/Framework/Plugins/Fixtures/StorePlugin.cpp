@@ -1,6 +1,7 @@
 #include "VXDataManager.h"
 #include "VXDataPlugin.h"
 #include "VXErrorDomain.h"
+#include "VXMainThread.h"
 #include "VXPrincipalClass.h"
 
 #include <csignal>
@@ -11,7 +12,8 @@ using namespace Qt::StringLiterals;
 /**
  * A data plugin that looks at a store it has opened as "FixtureValidation" of its Info.plist tells: "seeds" (adds an object
  * of the model's first entity), "refuses", "throws", "looks itself up" or "dies"; with "dies early" the process is gone when the store's models
- * are asked for. It opens objects of the store whose identifier is "FixtureOpens".
+ * are asked for. It opens objects of the store whose identifier is "FixtureOpens". "FixtureMigration" tells how it copies: see
+ * below; an import it describes by "FixtureDescription".
  */
 class StorePlugin : public VXDataPlugin
 {
@@ -50,7 +52,49 @@ public:
         return bundle()->infoDictionary().value(u"FixtureOpens"_s).toString() == uri.host();
     }
 
+    QString importDescriptionFromStore(VXCoreDataStore &store) override
+    {
+        const QString description = bundle()->infoDictionary().value(u"FixtureDescription"_s).toString();
+        return description.isNull() ? VXDataPlugin::importDescriptionFromStore(store) : description;
+    }
+
+    VXManagedObjectPtr insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int version,
+                                                   VXManagedObjectContext &newContext, VXError *error) override
+    {
+        const QString how = migration();
+        setProperty("version", version);
+        if (how == "throws"_L1)
+            throw std::runtime_error("thrown as told");
+        if (how == "throws a number"_L1)
+            throw 7;
+        if (how == "ignores"_L1 && oldObject->entity().name() == "Tag"_L1)
+            return nullptr;
+        if (how == "dies"_L1 && ++_copied > 2)
+            ::raise(SIGKILL);
+        while (how == "waits"_L1 && !VXStoreMigration::current()->isCancelled())
+            static_cast<void>(VXMainThread::performAndWait([] {})); // as code may that needs plugins
+        return VXDataPlugin::insertNewObjectForOldObject(oldObject, version, newContext, error);
+    }
+
+    QVariant migrateObjectValue(const QVariant &value, const QString &attribute, const VXManagedObjectPtr &oldObject,
+                                int version, const VXManagedObjectPtr &newObject, VXError *error) override
+    {
+        if (migration() == "refuses"_L1 && attribute == "text"_L1)
+            VXSetError(error, VXMakeError(u"refused as told"_s));
+        if (migration() == "refuses"_L1 || (migration() == "empties"_L1 && attribute == "mood"_L1))
+            return {};
+        if (migration() == "shouts"_L1 && attribute == "text"_L1)
+            return value.toString().toUpper();
+        if (migration() == "mistypes"_L1 && attribute == "text"_L1)
+            return QVariantList{1};
+        return VXDataPlugin::migrateObjectValue(value, attribute, oldObject, version, newObject, error);
+    }
+
 private:
+    QString migration() const { return bundle()->infoDictionary().value(u"FixtureMigration"_s).toString(); }
+
+    int _copied = 0;
+
     QString validation() const { return bundle()->infoDictionary().value(u"FixtureValidation"_s).toString(); }
 };
 

@@ -1,0 +1,298 @@
+#include "VXStoreTransfer.h"
+
+#include "VXApplication.h"
+#include "VXDataManager.h"
+#include "VXDataPlugin.h"
+#include "VXHostHelp.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXPluginManager.h"
+#include "VXPluginSession.h"
+#include "VXStoreAccess.h"
+#include "VXStoreByName.h"
+#include "VXStorePast.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+#include <algorithm>
+#include <tuple>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/** What a verb works on. */
+struct Transfer
+{
+    VXHostContext &host;
+    VXDataPlugin &plugin;
+    QString name; // of the store
+
+    bool isSet(const QString &option) const { return host.options.isSet(option); }
+    QString path(const QString &text) const { return QDir::cleanPath(QFileInfo(text).absoluteFilePath()); }
+    int fail(const VXError &error) const { return host.output.fail(VXErrorText(error)); }
+};
+
+// -- What became of the objects
+
+QJsonObject jsonOf(const QMap<QString, qint64> &counts)
+{
+    QJsonObject json;
+    for (auto each = counts.cbegin(); each != counts.cend(); ++each)
+        json.insert(each.key(), *each);
+    return json;
+}
+
+QString textOf(const QMap<QString, qint64> &counts)
+{
+    QStringList texts;
+    for (auto each = counts.cbegin(); each != counts.cend(); ++each)
+        texts.append(u"%1: %2"_s.arg(each.key()).arg(*each));
+    return texts.join(", "_L1);
+}
+
+QJsonArray jsonOf(const QList<VXEntityMigration> &entities)
+{
+    QJsonArray json;
+    for (const VXEntityMigration &each : entities)
+        json.append(QJsonObject{{u"entity"_s, each.entity},
+                                {u"found"_s, each.found},
+                                {u"copied"_s, each.copied},
+                                {u"leftOut"_s, each.ignored},
+                                {u"changed"_s, jsonOf(each.changedValues)},
+                                {u"dropped"_s, QJsonArray::fromStringList(each.droppedProperties)},
+                                {u"notFound"_s, jsonOf(each.notFound)}});
+    return json;
+}
+
+QString textOf(const QList<VXEntityMigration> &entities)
+{
+    if (entities.isEmpty())
+        return u"It holds no objects.\n"_s;
+    QList<QStringList> rows{
+        {u"ENTITY"_s, u"FOUND"_s, u"COPIED"_s, u"LEFT OUT"_s, u"CHANGED"_s, u"DROPPED"_s, u"NOT FOUND"_s}};
+    for (const VXEntityMigration &each : entities)
+        rows.append({each.entity, QString::number(each.found), QString::number(each.copied),
+                     QString::number(each.ignored), textOf(each.changedValues), each.droppedProperties.join(", "_L1),
+                     textOf(each.notFound)});
+    return VXTextTable(rows);
+}
+
+int answer(const Transfer &transfer, const QString &text, const QString &action,
+           const QList<VXEntityMigration> &entities, QJsonObject more = {})
+{
+    more.insert(u"store"_s, transfer.name);
+    more.insert(u"action"_s, action);
+    more.insert(u"entities"_s, jsonOf(entities));
+    transfer.host.output.answer(text + (entities.isEmpty() ? QString() : textOf(entities)), more);
+    return VXHostOutput::Done;
+}
+
+int rehearse(const Transfer &transfer, const VXCoreDataStore::Ptr &source)
+{
+    QList<VXEntityMigration> entities;
+    if (const VXError error = transfer.plugin.rehearse(source, &entities))
+        return transfer.fail(error);
+    return answer(transfer, u"Nothing was changed. This is what would be copied:\n"_s, u"rehearsed"_s, entities);
+}
+
+// -- The verbs
+
+int upgrade(Transfer &transfer)
+{
+    VXError error;
+    VXDataPlugin &plugin = transfer.plugin;
+    const std::optional<bool> isDue = plugin.isUpgradeDue(&error);
+    if (!isDue)
+        return transfer.fail(error);
+    if (!*isDue)
+        return answer(transfer, u"The store %1 needs no upgrade.\n"_s.arg(transfer.name), u"none"_s, {});
+    if (transfer.isSet(u"dry-run"_s)) {
+        const auto source = plugin.createStoreFromFileAtPath(plugin.dataStorePath(), &error);
+        return source ? rehearse(transfer, source) : transfer.fail(error);
+    }
+    const QString backup = transfer.host.options.value(u"backup"_s);
+    if (!backup.isNull())
+        plugin.setUpgradeBackup(transfer.path(backup));
+    else if (transfer.isSet(u"yes"_s))
+        plugin.setUpgradeBackup({});
+    VXDataPlugin::holdBackStore({});
+    if (!plugin.persistentStoreCoordinator(&error))
+        return transfer.fail(error);
+    const QList<VXStorePast::Entry> past = VXStorePast::entries(plugin.dataStorePath());
+    const QString kept = past.isEmpty() ? QString() : past.constFirst().path;
+    return answer(
+        transfer,
+        u"Upgraded the store %1. The old one lies in %2; \"vornix store rollback %1\" brings it back.\n"_s.arg(
+            transfer.name, kept),
+        u"upgraded"_s, plugin.lastMigration(), {{u"old"_s, VXJSONFromVariant(kept)}});
+}
+
+int importStore(Transfer &transfer)
+{
+    const QString file = transfer.path(transfer.host.options.operand(2));
+    VXError error;
+    QString description;
+    const auto store = transfer.plugin.storeToImport(file, &description, &error);
+    if (!store)
+        return transfer.fail(error);
+    if (transfer.isSet(u"dry-run"_s))
+        return rehearse(transfer, store);
+    VXAlertButton button = transfer.isSet(u"replace"_s) ? VXAlertButton::Other : VXAlertButton::Default;
+    if (!transfer.isSet(u"replace"_s) && !transfer.isSet(u"merge"_s) && !transfer.isSet(u"yes"_s))
+        button = transfer.plugin.askHowToImport(description);
+    if (button == VXAlertButton::Alternate)
+        return transfer.host.output.fail(u"nothing was imported"_s);
+    if (const QString backup = transfer.host.options.value(u"backup"_s); !backup.isNull()) {
+        error = transfer.plugin.exportStoreTo(transfer.path(backup), false);
+        if (error)
+            return transfer.fail(error);
+    }
+    error = button == VXAlertButton::Default ? transfer.plugin.mergeStore(store) : transfer.plugin.stageStore(*store);
+    if (error)
+        return transfer.fail(error);
+    if (button == VXAlertButton::Default)
+        return answer(transfer, u"Merged %1 into the store %2.\n"_s.arg(file, transfer.name), u"merged"_s,
+                      transfer.plugin.lastMigration());
+    return answer(transfer,
+                  u"%1 replaces the store %2 at the next start when nobody has it open. \"vornix store rollback %2\" "
+                  "then brings back the present one.\n"_s.arg(file, transfer.name),
+                  u"staged"_s, {});
+}
+
+bool agrees(const Transfer &transfer, const QString &question)
+{
+    if (transfer.isSet(u"yes"_s))
+        return true;
+    VXAlert alert;
+    alert.message = question;
+    alert.defaultButton = u"Replace"_s;
+    alert.alternateButton = u"Cancel"_s;
+    return VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default;
+}
+
+int exportStore(Transfer &transfer)
+{
+    const QString place = transfer.path(transfer.host.options.operand(2));
+    if (QFileInfo::exists(place) && !agrees(transfer, u"%1 exists. It would go to the trash."_s.arg(place)))
+        return transfer.host.output.fail(u"nothing was exported"_s);
+    const bool validates = transfer.isSet(u"validate"_s);
+    if (const VXError error = transfer.plugin.exportStoreTo(place, validates))
+        return transfer.fail(error);
+    return answer(transfer, u"Exported the store %1 to %2.\n"_s.arg(transfer.name, place), u"exported"_s,
+                  validates ? transfer.plugin.lastMigration() : QList<VXEntityMigration>());
+}
+
+int listPast(const Transfer &transfer, const QList<VXStorePast::Entry> &past)
+{
+    QList<QStringList> rows{{u"DATE"_s, u"WHY"_s, u"FOLDER"_s}};
+    QJsonArray json;
+    for (const VXStorePast::Entry &each : past) {
+        const QString date = each.date.toLocalTime().toString(Qt::ISODate);
+        rows.append({date, each.reason, each.path});
+        json.append(QJsonObject{{u"date"_s, date}, {u"reason"_s, each.reason}, {u"path"_s, each.path}});
+    }
+    transfer.host.output.answer(past.isEmpty() ? u"No earlier store is known.\n"_s : VXTextTable(rows), json);
+    return VXHostOutput::Done;
+}
+
+int rollBack(Transfer &transfer)
+{
+    const QList<VXStorePast::Entry> past = VXStorePast::entries(transfer.plugin.dataStorePath());
+    if (transfer.isSet(u"dry-run"_s))
+        return listPast(transfer, past);
+    QString from = transfer.host.options.operand(2);
+    if (from.isNull() && past.isEmpty())
+        return transfer.host.output.fail(u"no earlier store of %1 is known; name its folder"_s.arg(transfer.name));
+    from = from.isNull() ? past.constFirst().path : transfer.path(from);
+    if (!agrees(transfer,
+                u"The present store %1 would go to the trash, and %2 take its place."_s.arg(transfer.name, from)))
+        return transfer.host.output.fail(u"nothing was changed"_s);
+    bool isWaiting = false;
+    if (const VXError error = transfer.plugin.takeBack(from, &isWaiting))
+        return transfer.fail(error);
+    return answer(transfer,
+                  (isWaiting ? u"%1 is back as the store %2 at the next start when nobody has it open.\n"_s
+                             : u"%1 is back as the store %2. One of an older version is upgraded again when it is "
+                               "opened.\n"_s)
+                      .arg(from, transfer.name),
+                  isWaiting ? u"staged"_s : u"taken back"_s, {}, {{u"from"_s, from}});
+}
+
+struct Verb
+{
+    QString name;
+    int (*run)(Transfer &transfer);
+    bool leavesStoreAlone; // when its plugin loads
+    qsizetype minimumOperands;
+    qsizetype maximumOperands;
+    QStringList options;
+};
+
+const Verb verbs[] = {
+    {u"upgrade"_s, upgrade, true, 2, 2, {u"dry-run"_s, u"backup"_s, u"yes"_s}},
+    {u"import"_s, importStore, false, 3, 3, {u"dry-run"_s, u"merge"_s, u"replace"_s, u"backup"_s, u"yes"_s}},
+    {u"export"_s, exportStore, false, 3, 3, {u"validate"_s, u"yes"_s}},
+    {u"rollback"_s, rollBack, true, 2, 3, {u"dry-run"_s, u"yes"_s}}};
+
+// What is wrong with the command line; null when nothing is.
+QString misuse(const Verb &verb, const VXHostOptions &options)
+{
+    const qsizetype count = options.operands().size();
+    if (count < verb.minimumOperands || count > verb.maximumOperands)
+        return verb.maximumOperands == 2 ? u"%1 needs NAME"_s.arg(verb.name)
+                                         : u"%1 needs NAME and a FOLDER"_s.arg(verb.name);
+    for (const VXHostOption &option : options.command()->options) {
+        if (options.isSet(option.name) && !verb.options.contains(option.name))
+            return u"--%1 does not go with %2"_s.arg(option.name, verb.name);
+    }
+    return options.isSet(u"merge"_s) && options.isSet(u"replace"_s) ? u"--merge and --replace exclude each other"_s
+                                                                    : QString();
+}
+
+int runVerb(VXHostContext &context, const Verb &verb, const QString &name)
+{
+    if (!VXStoreNames().contains(name)) {
+        QString problem;
+        std::ignore = VXStoreForName(name, &problem); // which knows what to say
+        return context.output.fail(problem);
+    }
+    const VXPluginProxy *const proxy = VXDataManager::sharedDataManager().findPluginForDataStore(name);
+    if (proxy == nullptr || !proxy->isLoaded())
+        return context.output.fail(u"the plugin of the store \"%1\" is not loaded"_s.arg(name));
+    auto &plugin = proxy->as<VXDataPlugin>("persistentStoreCoordinator");
+    if (plugin.dataStoreTypeExtension() == "memory"_L1)
+        return context.output.fail(u"the store \"%1\" is kept in memory only"_s.arg(name));
+    Transfer transfer{context, plugin, name};
+    return verb.run(transfer);
+}
+
+} // namespace
+
+const QStringList &VXStoreTransferVerbs()
+{
+    static const QStringList names = [] {
+        QStringList all;
+        for (const Verb &verb : verbs)
+            all.append(verb.name);
+        return all;
+    }();
+    return names;
+}
+
+int VXRunStoreTransfer(VXHostContext &context)
+{
+    const VXHostOptions &options = context.options;
+    const Verb &verb = *std::ranges::find(verbs, options.operand(0), &Verb::name);
+    if (const QString problem = misuse(verb, options); !problem.isNull())
+        return context.output.failUsage(problem, VXHostUsage(options.command()));
+    const QString name = options.operand(1);
+    if (verb.leavesStoreAlone)
+        VXDataPlugin::holdBackStore(name);
+    return VXRunWithPlugins(context, [&](VXPluginManager &) { return runVerb(context, verb, name); });
+}

@@ -1,0 +1,296 @@
+#include "VXCoreDataStoreMigrationWindowController.h"
+
+#include "VXApplication.h"
+#include "VXCoreDataSaveError.h"
+#include "VXDataPlugin.h"
+#include "VXDiagnostics.h"
+#include "VXErrorDomain.h"
+#include "VXFramework.h"
+#include "VXGuard.h"
+#include "VXMainThread.h"
+#include "VXMethodLog.h"
+#include "VXMutex.h"
+#include "VXStoreVerification.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTimer>
+
+using namespace Qt::StringLiterals;
+
+using Controller = VXCoreDataStoreMigrationWindowController;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto untilBegin = 100ms; // the window is there by then
+constexpr auto untilShown = 100ms; // how often progress is looked at
+
+VXError cancelledError()
+{
+    return {VXErrorDomain, VXErrorCancelled};
+}
+
+QString titleFor(const QString &format, VXDataPlugin &plugin)
+{
+    return VXLocalizedString(format).arg(plugin.dataStoreName());
+}
+
+} // namespace
+
+/** Lets the copying thread wait for the main thread as long as that wants its results. */
+class Controller::Handover
+{
+public:
+    enum class State { Waiting, Done, Given };
+
+    // On the copying thread. False when nobody wants it any more.
+    bool perform(const std::shared_ptr<Handover> &self, const std::function<void()> &work)
+    {
+        {
+            const VXMutexLocker locker(_lock);
+            if (_isGivenUp)
+                return false;
+            _isDone = false;
+        }
+        // By reference: as long as this waits, both are there; and afterwards nothing is run.
+        if (!VXMainThread::perform([self, &work] { self->run(work); }))
+            return false;
+        const VXMutexLocker locker(_lock);
+        _condition.wait(_lock, [this] { return _isDone || _isGivenUp; });
+        return _isDone;
+    }
+
+    void giveUp()
+    {
+        const VXMutexLocker locker(_lock);
+        _isGivenUp = true;
+        _condition.notifyAll();
+    }
+
+private:
+    // Both this and giveUp run on the main thread.
+    void run(const std::function<void()> &work)
+    {
+        {
+            const VXMutexLocker locker(_lock);
+            if (_isGivenUp)
+                return;
+        }
+        VXGuard([] { return u"saving a copied store"_s; }, work);
+        const VXMutexLocker locker(_lock);
+        _isDone = true;
+        _condition.notifyAll();
+    }
+
+    VXMutex _lock;
+    VXCondition _condition;
+    bool _isDone VX_GUARDED_BY(_lock) = false;
+    bool _isGivenUp VX_GUARDED_BY(_lock) = false;
+};
+
+Controller::VXCoreDataStoreMigrationWindowController(const QString &title, VXDataPlugin &plugin)
+    : _dataPlugin(plugin), _window(VXApplication::sharedApplication().userInterface().makeProgressWindow(title)),
+      _handover(std::make_shared<Handover>())
+{
+    _window->setCancelHandler([this] { cancel(); });
+}
+
+Controller::~VXCoreDataStoreMigrationWindowController()
+{
+    waitForThread();
+}
+
+std::unique_ptr<Controller> Controller::importStore(const StorePtr &source, const StorePtr &destination,
+                                                    VXDataPlugin &plugin)
+{
+    std::unique_ptr<Controller> controller(new Controller(titleFor(u"Importing %1 data file..."_s, plugin), plugin));
+    controller->setStores(source, destination);
+    controller->_isNewStore = false; // what was saved cannot be taken back by then
+    return controller;
+}
+
+std::unique_ptr<Controller> Controller::exportStore(const StorePtr &source, const StorePtr &destination,
+                                                    VXDataPlugin &plugin)
+{
+    std::unique_ptr<Controller> controller(new Controller(titleFor(u"Exporting %1 data file..."_s, plugin), plugin));
+    controller->setStores(source, destination);
+    return controller;
+}
+
+std::unique_ptr<Controller> Controller::rehearse(const StorePtr &source, const StorePtr &destination,
+                                                 VXDataPlugin &plugin)
+{
+    std::unique_ptr<Controller> controller(
+        new Controller(titleFor(u"Trying to copy %1 data file..."_s, plugin), plugin));
+    controller->setStores(source, destination);
+    controller->_isNewStore = false;
+    return controller;
+}
+
+void Controller::setStores(const StorePtr &source, const StorePtr &destination)
+{
+    _srcStore = source;
+    _srcStore->usePlainObjects(); // today's classes expect today's properties
+    _dstStore = destination;
+}
+
+void Controller::closeStores()
+{
+    _migration.forgetNewObjects();
+    for (const StorePtr &each : {_srcStore, _dstStore}) {
+        const VXPersistentStoreCoordinator::Ptr coordinator = each ? each->persistentStoreCoordinator() : nullptr;
+        if (!coordinator)
+            continue;
+        for (const auto &store : coordinator->persistentStores()) // whoever else may hold the coordinator
+            coordinator->removePersistentStore(store);
+    }
+    _srcStore = nullptr;
+    _dstStore = nullptr;
+}
+
+// -- The run
+
+VXError Controller::runModal()
+{
+    QTimer begin;
+    QTimer progress;
+    begin.setSingleShot(true);
+    QObject::connect(&begin, &QTimer::timeout, [this] {
+        if (!VXGuard([] { return u"beginning to copy a store"_s; }, [this] { performMigration(); }))
+            cancel();
+    });
+    QObject::connect(&progress, &QTimer::timeout, [this] { showProgress(); });
+    begin.start(untilBegin);
+    progress.start(untilShown);
+    _window->setIndeterminate(true);
+    const VXProgressWindow::Result result = _window->runModal();
+    progress.stop();
+    begin.stop();
+    if (result == VXProgressWindow::Result::Cancelled && !_error) // the application quits
+        _error = cancelledError();
+    waitForThread();
+    _migration.forgetNewObjects();
+    if (!_error)
+        _error = finish();
+    return _error;
+}
+
+VXError Controller::finish()
+{
+    if (_isNewStore) // its files are whole when it is closed
+        closeStores();
+    return {};
+}
+
+void Controller::performMigration()
+{
+    _hasThreadEnded = false;
+    _thread = std::thread([this] { performMigrationThreaded(); });
+}
+
+void Controller::showProgress()
+{
+    const qint64 total = _migration.total();
+    _window->setMessage(_migration.phaseText());
+    _window->setIndeterminate(total == 0);
+    if (total > 0) {
+        _window->setMaxValue(double(total));
+        _window->setDoubleValue(double(std::min(_migration.done(), total)));
+    }
+}
+
+// What the hooks of a plugin are at ends first; they may need the main thread for that.
+void Controller::waitForThread()
+{
+    if (!_thread.joinable())
+        return;
+    _migration.cancel();
+    _handover->giveUp();
+    while (!_hasThreadEnded)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    _thread.join();
+}
+
+void Controller::cancel()
+{
+    setError(cancelledError());
+    _window->cancel();
+}
+
+// -- On the copying thread
+
+bool Controller::performOnMainThread(const std::function<void()> &work)
+{
+    return _handover->perform(_handover, work);
+}
+
+void Controller::performMigrationThreaded()
+{
+    // Foreign code may throw what migrateStore lets pass; a thread must not end by that.
+    try {
+        const VXStoreMigration::Scope scope(_migration);
+        migrate();
+    } catch (...) {
+        const QString thrown = VXDescribeThrown().description;
+        VXLogMethod(VXLogError, "performMigrationThreaded:", "migrate: "_L1 + thrown);
+        const VXError error =
+            VXMakeError(VXLocalizedString(u"The data could not be copied"_s), "%s", qUtf8Printable(thrown));
+        performOnMainThread([&] { migrationDidComplete(error); });
+    }
+    _hasThreadEnded = true;
+    VXMainThread::perform([] {}); // so that who waits for events looks
+}
+
+void Controller::migrate()
+{
+    VXError error;
+    const std::unique_ptr<VXManagedObjectContext> context = _dataPlugin.migrateStore(*_srcStore, *_dstStore, &error);
+    if (!context && error) {
+        VXLogMethod(VXLogError, "performMigrationThreaded:", "migrate: "_L1 + error.description());
+        performOnMainThread([&] { migrationDidComplete(error); });
+        return;
+    }
+    const bool verifies = VXUserDefaults::standardUserDefaults().boolForKey(u"migration.verify"_s);
+    VXStoreVerification verification(_migration);
+    if (context) {
+        if (verifies && _isNewStore)
+            verification.noteObjects(*context);
+        if (!performOnMainThread([&] { contextDidMigrate(*context); }))
+            return;
+        error = _saveError;
+    }
+    if (!error && verifies && (_isNewStore || !context))
+        error = verification.compare(*_dstStore);
+    if (error)
+        VXLogMethod(VXLogError, "performMigrationThreaded:", "migrate: "_L1 + error.description());
+    performOnMainThread([&] { migrationDidComplete(error); });
+}
+
+// -- Back on the main thread
+
+void Controller::contextDidMigrate(VXManagedObjectContext &context)
+{
+    _migration.begin(VXStoreMigration::Phase::Saving);
+    showProgress();
+    _saveError = VXMakeError(VXLocalizedString(u"The data could not be copied"_s)); // should the plugin's classes throw
+    if (context.save(&_saveError)) {
+        _saveError = {};
+        return;
+    }
+    VXLogMethod(VXLogError, "contextDidMigrate:",
+                u"%1: %2"_s.arg(_saveError.description(), VXDescription(_saveError.localizedRecoverySuggestion())));
+    VXLogCoreDataSaveError(_saveError);
+}
+
+void Controller::migrationDidComplete(const VXError &error)
+{
+    if (!_window->isRunning()) // the user was faster
+        return;
+    setError(error);
+    if (error)
+        _window->cancel();
+    else
+        _window->ok();
+}

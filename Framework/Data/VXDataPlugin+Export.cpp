@@ -1,0 +1,104 @@
+#include "VXApplication.h"
+#include "VXCoreDataStoreMigrationWindowController.h"
+#include "VXDataPlugin.h"
+#include "VXErrorDomain.h"
+#include "VXFileManager.h"
+#include "VXFolderInMaking.h"
+#include "VXFramework.h"
+#include "VXMethodLog.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+using StorePtr = VXCoreDataStore::Ptr;
+
+void VXDataPlugin::exportStoreAction()
+{
+    constexpr auto preference = "export.validate"_L1;
+    VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+    VXApplication &application = VXApplication::sharedApplication();
+    VXSavePanel panel;
+    panel.checkBoxTitle = VXLocalizedString(u"Validate data during save"_s);
+    panel.isChecked = defaults.boolForKey(preference);
+    panel.proposedName = QFileInfo(dataStorePath()).fileName();
+    const VXPanelResult chosen = application.userInterface().runSavePanel(panel);
+    if (!chosen.isOk())
+        return;
+    defaults.setObject(chosen.isChecked, preference);
+    if (const VXError problem = exportStoreTo(chosen.path, chosen.isChecked))
+        application.presentError(problem);
+}
+
+// What lies there goes to the trash when the export is whole, and not before.
+VXError VXDataPlugin::exportStoreTo(const QString &path, bool validates)
+{
+    VXError problem = problemWithPlace(path);
+    if (problem)
+        return problem;
+    {
+        VXFolderInMaking folder(path);
+        problem = folder.problem();
+        if (!problem)
+            problem = validates ? exportValidated(folder.path()) : exportPlain(folder.path());
+        if (!problem && VXFileManager::itemExistsAtPath(path))
+            problem = VXFileManager::defaultManager().safelyTrashFileAtPath(path);
+        bool isTaken = false;
+        if (!problem)
+            folder.moveIntoPlace(&isTaken, &problem);
+    }
+    VXFolderInMaking::removeLock(QFileInfo(path).absolutePath());
+    return problem;
+}
+
+VXError VXDataPlugin::exportPlain(const QString &folder)
+{
+    VXError problem;
+    const StorePtr store = storeToExport(&problem);
+    if (store && store->copyTo(folder, &problem))
+        return {};
+    VXLogMethod(VXLogError, "exportStoreAction:",
+                u"Could not copy file: %1 -> %2: %3"_s.arg(dataStorePath(), folder, problem.description()));
+    return VXMakeError(VXLocalizedString(u"Unable to copy file"_s), "%s", qUtf8Printable(problem.description()));
+}
+
+VXError VXDataPlugin::exportValidated(const QString &folder)
+{
+    VXError problem;
+    VXFolderInMaking aside(dataStorePath()); // others go on writing to the store
+    problem = aside.problem();
+    const StorePtr store = problem ? nullptr : storeToExport(&problem);
+    const StorePtr source = store ? snapshotOf(*store, aside.path(), &problem) : nullptr;
+    const StorePtr destination = source ? createStoreAtPath(folder, {}, &problem) : nullptr;
+    if (!destination || !saveStamp(*destination, &problem))
+        return problem;
+    return run(*VXCoreDataStoreMigrationWindowController::exportStore(source, destination, *this));
+}
+
+// The live folder, opened a second time: what is exported is what lies there.
+StorePtr VXDataPlugin::storeToExport(VXError *error) const
+{
+    StorePtr store = coreDataStoreClass().storeWithPath(dataStorePath());
+    if (!store)
+        VXSetError(error,
+                   VXMakeError(VXLocalizedString(u"Missing data store"_s), "%s", qUtf8Printable(dataStorePath())));
+    return store;
+}
+
+// The store itself, or what lies around or in it, must not go to the trash for a file that is to replace it.
+VXError VXDataPlugin::problemWithPlace(const QString &path) const
+{
+    const QFileInfo chosen(path);
+    const QString folder = QFileInfo(chosen.absolutePath()).canonicalFilePath();
+    const QString place =
+        QDir::cleanPath((folder.isEmpty() ? chosen.absolutePath() : folder) + u'/' + chosen.fileName()) + u'/';
+    const auto isAround = [&](const QString &store) {
+        return !store.isEmpty() && (place.startsWith(store + u'/') || (store + u'/').startsWith(place));
+    };
+    const QFileInfo store(dataStorePath());
+    if (!isAround(store.absoluteFilePath()) && !isAround(store.canonicalFilePath()))
+        return {};
+    return VXMakeError(VXLocalizedString(u"The data file that is in use lies there"_s), "%s", qUtf8Printable(path));
+}

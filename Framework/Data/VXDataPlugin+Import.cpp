@@ -1,0 +1,299 @@
+#include "VXApplication.h"
+#include "VXCoreDataStoreMigrationWindowController.h"
+#include "VXDataManager.h"
+#include "VXDataPlugin.h"
+#include "VXDiagnostics.h"
+#include "VXErrorDomain.h"
+#include "VXException.h"
+#include "VXFileManager.h"
+#include "VXFolderInMaking.h"
+#include "VXFramework.h"
+#include "VXMethodLog.h"
+#include "VXPropertyList.h"
+#include "VXRegularFile.h"
+#include "VXVersion.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+
+#include <algorithm>
+#include <tuple>
+
+using namespace Qt::StringLiterals;
+
+using StorePtr = VXCoreDataStore::Ptr;
+
+namespace {
+
+VXError errorOf(const QString &text, const QString &suggestion)
+{
+    return VXMakeError(VXLocalizedString(text), "%s", qUtf8Printable(suggestion));
+}
+
+VXUserInterface &user()
+{
+    return VXApplication::sharedApplication().userInterface();
+}
+
+} // namespace
+
+// -- What can be imported
+
+StorePtr VXDataPlugin::createStoreFromFileAtPath(const QString &path, VXError *error)
+{
+    StorePtr store = coreDataStoreClass().storeWithPath(path);
+    if (!store) {
+        VXSetError(error, errorOf(u"Not a recognized data file."_s, path));
+        return nullptr;
+    }
+    store->usePlainObjects(); // it may be of any version
+    store->openReadOnly();
+    return store;
+}
+
+QString VXDataPlugin::importDescriptionFromStore(VXCoreDataStore &)
+{
+    VXLogMethod(VXLogWarning,
+                "importDescriptionFromStore:", "plugin not designed for importing: "_L1 + VXDescription(identifier()));
+    return {};
+}
+
+qsizetype VXDataPlugin::countInStore(VXCoreDataStore &store, const QString &entityName)
+{
+    const VXPersistentStoreCoordinator::Ptr coordinator = store.persistentStoreCoordinator();
+    const VXEntityDescription *const entity = coordinator ? coordinator->model().entityForName(entityName) : nullptr;
+    return entity == nullptr
+               ? 0
+               : VXManagedObjectContext(coordinator).countForFetchRequest(VXFetchRequest(*entity)).value_or(0);
+}
+
+bool VXDataPlugin::isValidStoreAtPath(const QString &path) const
+{
+    if (QFileInfo(path).suffix() != VXStoreFileExtension)
+        return false;
+    const QRegularExpression pattern(QRegularExpression::anchoredPattern(dataStoreName() + ".*"_L1));
+    const QStringList names = coreDataStoreClass().dataFilesForStorePath(path);
+    return pattern.isValid() &&
+           std::ranges::any_of(names, [&](const QString &name) { return pattern.match(name).hasMatch(); });
+}
+
+VXOpenPanel VXDataPlugin::importPanel() const
+{
+    VXOpenPanel panel;
+    panel.packageExtensions = QStringList{VXStoreFileExtension};
+    panel.shouldShowFilename = [this](const QString &path) { return isValidStoreAtPath(path); };
+    return panel;
+}
+
+StorePtr VXDataPlugin::storeToImport(const QString &path, QString *description, VXError *error)
+{
+    StorePtr store = createStoreFromFileAtPath(path, error);
+    if (!store || !store->persistentStoreCoordinator(error))
+        return nullptr;
+    const QVariantMap metadata = store->persistentStoreCoordinator()->persistentStores().constLast()->metadata();
+    const QString owner = metadata.value(VXStoreOwnerIdentifierKey).toString();
+    const QString version = metadata.value(VXStoreVersionKey).toString();
+    const QString own = dataStoreVersion();
+    if (!owner.isNull() && owner != identifier())
+        VXSetError(error, errorOf(u"Data file does not belong to this plugin"_s, path));
+    else if (!version.isNull() && !own.isNull() && vx_compareVersion(version, own) > 0)
+        VXSetError(error, errorOf(u"Data file is newer than this plugin supports"_s, path));
+    else if (*description = importDescriptionFromStore(*store); description->isNull())
+        VXSetError(error, errorOf(u"No data was found in this file."_s, path));
+    else
+        return store;
+    return nullptr;
+}
+
+// -- Importing
+
+bool VXDataPlugin::importStore(VXError *error)
+{
+    const VXPanelResult chosen = user().runOpenPanel(importPanel());
+    return chosen.isOk() && importStoreAtPath(chosen.path, error);
+}
+
+void VXDataPlugin::importStoreAction()
+{
+    importStore();
+}
+
+void VXDataPlugin::importLegacyDataAction()
+{
+    importLegacyData();
+}
+
+bool VXDataPlugin::importStoreAtPath(const QString &path, VXError *error)
+{
+    const auto fail = [&](const VXError &problem) {
+        VXSetError(error, problem);
+        VXAlert alert;
+        alert.message = VXLocalizedString(u"Unable to import data."_s);
+        alert.informativeText = problem.localizedDescription();
+        alert.defaultButton = VXGlobalString(u"OK"_s);
+        std::ignore = user().runAlert(alert); // there is but one answer
+        return false;
+    };
+    VXError problem;
+    QString description;
+    const StorePtr store = storeToImport(path, &description, &problem);
+    if (!store)
+        return fail(problem);
+    switch (askHowToImport(description)) {
+    case VXAlertButton::Alternate:
+        return false;
+    case VXAlertButton::Default:
+        problem = mergeStore(store);
+        return problem ? fail(problem) : true;
+    case VXAlertButton::Other:
+        break;
+    }
+    problem = stageStore(*store);
+    if (problem)
+        return fail(problem);
+    askForRelaunch();
+    return true;
+}
+
+VXAlertButton VXDataPlugin::askHowToImport(const QString &description) const
+{
+    VXAlert alert;
+    alert.message = VXLocalizedString(u"Merge imported data with existing data?"_s);
+    alert.informativeText = description;
+    alert.defaultButton = VXGlobalString(u"Merge"_s);
+    alert.alternateButton = VXGlobalString(u"Cancel"_s);
+    alert.otherButton = VXGlobalString(u"Replace"_s);
+    return user().runAlert(alert).button;
+}
+
+VXError VXDataPlugin::mergeStore(const StorePtr &store)
+{
+    VXAssert(_sharedStoreController != nullptr, u"Can not import before plugin has loaded"_s);
+    // As of one moment: somebody may be writing to it. The copy lies where there is room for the data anyway.
+    VXFolderInMaking folder(dataStorePath());
+    VXError problem = folder.problem();
+    const StorePtr snapshot = problem ? nullptr : snapshotOf(*store, folder.path(), &problem);
+    return snapshot
+               ? run(*VXCoreDataStoreMigrationWindowController::importStore(snapshot, _sharedStoreController, *this))
+               : problem;
+}
+
+StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const
+{
+    if (!store.copyTo(path, error))
+        return nullptr;
+    StorePtr snapshot = coreDataStoreClass().makeStore(path, store.dataFileName());
+    snapshot->usePlainObjects();
+    snapshot->openReadOnly();
+    return snapshot;
+}
+
+// Under the live store's name, whatever the file is called; there when it is whole.
+VXError VXDataPlugin::stageStore(VXCoreDataStore &store)
+{
+    const QString place = VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(dataStorePath()).fileName();
+    VXFileManager &files = VXFileManager::defaultManager();
+    if (VXFileManager::itemExistsAtPath(place)) {
+        if (VXError problem = files.safelyTrashFileAtPath(place))
+            return problem;
+    }
+    if (VXError problem = files.verifyPathExists(VXDataManager::sharedDataInstallPath()))
+        return problem;
+    VXFolderInMaking folder(place);
+    VXError problem = folder.problem();
+    bool isTaken = false;
+    if (!problem && store.copyTo(folder.path(), &problem) && folder.moveIntoPlace(&isTaken, &problem))
+        return {};
+    VXLogMethod(VXLogError, "importStoreAtPath:error:",
+                u"Could not copy file: %1 -> %2: %3"_s.arg(store.storePath(), place, problem.description()));
+    return errorOf(u"Unable to copy file"_s, problem.localizedRecoverySuggestion());
+}
+
+void VXDataPlugin::askForRelaunch()
+{
+    VXApplication &application = VXApplication::sharedApplication();
+    if (!application.didFinishLaunching()) {
+        application.setNeedsRelaunch(true);
+        return;
+    }
+    VXAlert alert;
+    alert.message = VXLocalizedString(u"Vornix must be re-launched in order to use the new data file."_s);
+    alert.defaultButton = VXGlobalString(u"Re-Launch Now"_s);
+    alert.alternateButton = VXGlobalString(u"Re-Launch Later"_s);
+    if (user().runAlert(alert).button == VXAlertButton::Default)
+        application.relaunchInNextRunLoop();
+}
+
+// -- Data of earlier generations
+
+QString VXDataPlugin::legacyDataPath() const
+{
+    return {};
+}
+
+bool VXDataPlugin::hasLegacyData() const
+{
+    const QString path = legacyDataPath();
+    return !path.isNull() && QFileInfo::exists(path);
+}
+
+bool VXDataPlugin::importLegacyData(VXError *error)
+{
+    if (hasLegacyData())
+        return importStoreAtPath(legacyDataPath(), error);
+    VXAlert alert;
+    alert.message = VXLocalizedString(u"Unable to locate data file."_s);
+    alert.informativeText = legacyDataPath();
+    alert.defaultButton = VXGlobalString(u"Select File..."_s);
+    alert.alternateButton = VXGlobalString(u"Cancel"_s);
+    return user().runAlert(alert).button == VXAlertButton::Default && importStore(error);
+}
+
+bool VXDataPlugin::importLegacyXMLBundle(const QString &folder, VXManagedObjectContext &context)
+{
+    constexpr const char *operation = "importLegacyXMLBundle:intoContext:";
+    const QString file = folder + "/global.xml"_L1;
+    VXError error;
+    if (QFileInfo::exists(file)) {
+        const auto coordinator = VXPersistentStoreCoordinator::coordinatorWithModel(
+            context.persistentStoreCoordinator()->modelPtr(), &error, VXObjectClasses::Plain);
+        if (!coordinator || !coordinator->addPersistentStore(VXStoreType::XML, file, {.isReadOnly = true}, &error)) {
+            VXLogMethod(VXLogError, operation, "store: "_L1 + error.description());
+            return false;
+        }
+        VXManagedObjectContext oldContext(coordinator);
+        if (!migrateManagedObjectContext(oldContext, 0, context, &error)) {
+            VXLogMethod(VXLogError, operation, "migrate: "_L1 + error.description());
+            return false;
+        }
+    } else {
+        VXLogMethod(VXLogWarning, operation, u"Missing legacyFile"_s);
+    }
+    error = VXFileManager::defaultManager().safelyTrashFileAtPath(folder);
+    if (!error)
+        return true;
+    VXLogMethod(VXLogError, operation, "trash: "_L1 + error.description());
+    return false;
+}
+
+QVariant VXDataPlugin::loadDictionaryFromFilePath(const QString &path, VXError *error) const
+{
+    constexpr const char *operation = "loadDictionaryFromFilePath:error:";
+    QString reason;
+    const QByteArray data = VXRegularFile::read(path, &reason);
+    if (data.isNull()) {
+        VXLogMethod(VXLogError, operation, u"Unable to load data from file: %1"_s.arg(path));
+        VXSetError(error, errorOf(u"Unable to load data"_s, path));
+        return {};
+    }
+    VXError problem;
+    QVariant value = VXPropertyList::fromData(data, &problem);
+    if (value.isValid())
+        return value;
+    QStringList texts{problem.localizedDescription(), problem.localizedRecoverySuggestion()};
+    texts.removeAll(QString());
+    const QString description = texts.join(u' ');
+    VXLogMethod(VXLogError, operation, u"Invalid plist: %1\n%2"_s.arg(path, description));
+    VXSetError(error, VXMakeError(description, "%s", qUtf8Printable(path)));
+    return {};
+}

@@ -1,0 +1,347 @@
+#include "VXDataPlugin.h"
+
+#include "VXDiagnostics.h"
+#include "VXErrorDomain.h"
+#include "VXException.h"
+#include "VXFramework.h"
+#include "VXGuard.h"
+#include "VXMethodLog.h"
+
+#include <algorithm>
+#include <exception>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype batchSize = 500; // of old objects that are in memory at once
+
+VXError unreadable(const VXEntityDescription &entity)
+{
+    return VXMakeError(VXLocalizedString(u"Unable to read data file"_s), "%s", qUtf8Printable(entity.name()));
+}
+
+QString nameOf(const VXManagedObjectID &objectID)
+{
+    return objectID.uriRepresentation().toString();
+}
+
+/** Walks the objects of exactly one entity, some at a time: the store may be larger than memory. */
+class Walk
+{
+public:
+    Walk(const VXEntityDescription &entity, VXManagedObjectContext &context) : _entity(entity), _context(context) {}
+
+    // Calls with each batch and each object of it, until one of the calls answers false. False then, and on failure.
+    template <class Batch, class Each>
+    bool forEach(const Batch &batch, const Each &each, VXError *error)
+    {
+        VXFetchRequest request(_entity);
+        request.includesSubentities = false; // they come with their own entity
+        request.batchSize = batchSize;
+        const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
+        if (!found)
+            return false;
+        for (qsizetype at = 0; at < found->size(); at += batchSize) {
+            QList<VXManagedObjectPtr> objects;
+            for (qsizetype i = at; i < std::min(at + batchSize, found->size()); ++i)
+                objects.append(found->at(i));
+            // What cannot be read must not pass for objects without values.
+            if (std::ranges::any_of(objects, [](const auto &object) { return object->isFault(); })) {
+                VXSetError(error, unreadable(_entity));
+                return false;
+            }
+            if (!batch(objects) || !std::ranges::all_of(objects, [&](const auto &object) {
+                    return !isCancelled(error) && each(object) && advance();
+                }))
+                return false;
+        }
+        return true;
+    }
+
+private:
+    static bool isCancelled(VXError *error)
+    {
+        const VXStoreMigration *const run = VXStoreMigration::current();
+        if (run == nullptr || !run->isCancelled())
+            return false;
+        VXSetError(error, VXError(VXErrorDomain, VXErrorCancelled));
+        return true;
+    }
+
+    static bool advance()
+    {
+        if (VXStoreMigration *const run = VXStoreMigration::current())
+            run->advance();
+        return true;
+    }
+
+    const VXEntityDescription &_entity;
+    VXManagedObjectContext &_context;
+};
+
+// What the new objects have not is left out: once for each kind of them.
+void noteDroppedProperties(const VXEntityDescription &old, const VXEntityDescription &made)
+{
+    VXStoreMigration *const run = VXStoreMigration::current();
+    if (run == nullptr)
+        return;
+    QStringList &dropped = run->entity(old.name()).droppedProperties;
+    for (const VXPropertyDescription *const property : old.properties()) {
+        const VXPropertyDescription *const kept = made.propertyForName(property->name());
+        const bool isKept = kept != nullptr && (kept->asAttribute() != nullptr) == (property->asAttribute() != nullptr);
+        if (!isKept && !property->isTransient() && !dropped.contains(property->name()))
+            dropped.append(property->name());
+    }
+}
+
+void noteNotFound(const VXManagedObjectPtr &oldObject, const QString &relationship, qsizetype count)
+{
+    if (VXStoreMigration *const run = VXStoreMigration::current())
+        run->entity(oldObject->entity().name()).notFound[relationship] += count;
+}
+
+} // namespace
+
+// -- Attributes
+
+VXManagedObjectPtr VXDataPlugin::insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int,
+                                                             VXManagedObjectContext &newContext, VXError *)
+{
+    const VXEntityDescription *const entity =
+        newContext.persistentStoreCoordinator()->model().entityForName(oldObject->entity().name());
+    return entity == nullptr || entity->isAbstract() ? nullptr : newContext.insertNewObject(*entity);
+}
+
+QVariant VXDataPlugin::migrateObjectValue(const QVariant &value, const QString &, const VXManagedObjectPtr &, int,
+                                          const VXManagedObjectPtr &, VXError *)
+{
+    return value;
+}
+
+bool VXDataPlugin::migrateObjectAttribute(const QString &attribute, const VXManagedObjectPtr &oldObject, int version,
+                                          const VXManagedObjectPtr &newObject, VXError *error)
+{
+    const VXAttributeDescription *const made = newObject->entity().attributeForName(attribute);
+    const VXAttributeDescription *const old = oldObject->entity().attributeForName(attribute);
+    if (made == nullptr || old == nullptr)
+        return true;
+    const QVariant before = oldObject->attribute(old->index());
+    VXError problem;
+    const QVariant value = migrateObjectValue(before, attribute, oldObject, version, newObject, &problem);
+    if (!value.isValid() && problem) {
+        VXSetError(error, problem);
+        return false;
+    }
+    if (VXStoreMigration *const run = VXStoreMigration::current(); run != nullptr && value != before)
+        ++run->entity(oldObject->entity().name()).changedValues[attribute];
+    if (value.isValid())
+        newObject->setAttribute(made->index(), value);
+    return true;
+}
+
+bool VXDataPlugin::migrateObjectAttributes(const VXManagedObjectPtr &oldObject, int version,
+                                           const VXManagedObjectPtr &newObject, VXError *error)
+{
+    return std::ranges::all_of(oldObject->entity().attributes(), [&](const VXAttributeDescription *attribute) {
+        return attribute->isTransient() ||
+               migrateObjectAttribute(attribute->name(), oldObject, version, newObject, error);
+    });
+}
+
+std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXEntityDescription &entity,
+                                                                       VXManagedObjectContext &oldContext, int version,
+                                                                       VXManagedObjectContext &newContext,
+                                                                       VXError *error)
+{
+    VXMigratedObjects newObjects;
+    VXStoreMigration *const run = VXStoreMigration::current();
+    const VXEntityDescription *lastMade = nullptr;
+    const auto migrate = [&](const VXManagedObjectPtr &oldObject) {
+        VXError problem;
+        const VXManagedObjectPtr made = insertNewObjectForOldObject(oldObject, version, newContext, &problem);
+        if (!made && problem) {
+            VXSetError(error, problem);
+            return false;
+        }
+        if (run != nullptr) {
+            VXEntityMigration &counts = run->entity(entity.name());
+            ++counts.found;
+            ++(made ? counts.copied : counts.ignored);
+        }
+        if (!made) {
+            VXLogMethod(VXLogWarning, "migrateEntityAttributes:fromManagedObjectContext:",
+                        "ignoring: "_L1 + nameOf(oldObject->objectID()));
+            return true;
+        }
+        if (lastMade != &made->entity())
+            noteDroppedProperties(entity, made->entity());
+        lastMade = &made->entity();
+        newObjects.insert(oldObject->objectID(), made);
+        return migrateObjectAttributes(oldObject, version, made, error);
+    };
+    const auto noBatch = [](const QList<VXManagedObjectPtr> &) { return true; };
+    if (!Walk(entity, oldContext).forEach(noBatch, migrate, error))
+        return std::nullopt;
+    return newObjects;
+}
+
+// -- Relationships
+
+VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relationship,
+                                                           const VXManagedObjectPtr &oldObject, int,
+                                                           const VXMigratedObjects &newObjects, VXError *)
+{
+    constexpr const char *operation = "migrateObjectRelationship:oldObject:version:withNewObjects:error:";
+    VXManagedObjectPtr newObject = newObjects.value(oldObject->objectID());
+    const VXRelationshipDescription *const old = oldObject->entity().relationshipForName(relationship);
+    const VXRelationshipDescription *const made =
+        newObject ? newObject->entity().relationshipForName(relationship) : nullptr;
+    if (old == nullptr || old->isTransient() || made == nullptr)
+        return newObject;
+    const QList<VXManagedObjectID> oldIDs = oldObject->relatedIDs(old->index());
+    if (oldIDs.isEmpty())
+        return newObject;
+    QList<VXManagedObjectPtr> related;
+    QStringList oldNames;
+    QStringList newNames;
+    for (const VXManagedObjectID &objectID : oldIDs) {
+        if (VXManagedObjectPtr object = newObjects.value(objectID))
+            related.append(std::move(object));
+    }
+    if (related.size() < oldIDs.size()) {
+        noteNotFound(oldObject, relationship, oldIDs.size() - related.size());
+        QString text =
+            u"Unable to retrieve relationship %1 for object %2"_s.arg(relationship, nameOf(oldObject->objectID()));
+        if (old->isToMany()) {
+            for (const VXManagedObjectID &objectID : oldIDs) {
+                const VXManagedObjectPtr object = newObjects.value(objectID);
+                oldNames.append(nameOf(objectID));
+                newNames.append(object ? nameOf(object->objectID()) : u"<null>"_s);
+            }
+            text += u":\n(%1)\n(%2)"_s.arg(oldNames.join(", "_L1), newNames.join(", "_L1));
+        }
+        VXLogMethod(VXLogWarning, operation, text);
+    }
+    if (made->isToMany())
+        newObject->setRelatedObjects(made->index(), related);
+    else if (!related.isEmpty())
+        newObject->setRelated(made->index(), related.constFirst());
+    return newObject;
+}
+
+bool VXDataPlugin::migrateEntityRelationships(const VXEntityDescription &entity, VXManagedObjectContext &oldContext,
+                                              int version, VXManagedObjectContext &,
+                                              const VXMigratedObjects &newObjects, VXError *error)
+{
+    const QList<const VXRelationshipDescription *> &relationships = entity.relationships();
+    const std::optional<qsizetype> count = oldContext.countForFetchRequest(VXFetchRequest(entity), error);
+    if (!count)
+        return false;
+    // To-many ones are read for a batch at once.
+    const auto read = [&](const QList<VXManagedObjectPtr> &oldObjects) {
+        return std::ranges::all_of(relationships, [&](const VXRelationshipDescription *relationship) {
+            return relationship->isTransient() || !relationship->isToMany() ||
+                   oldContext.readRelated(oldObjects, *relationship, error);
+        });
+    };
+    const auto migrate = [&](const VXManagedObjectPtr &oldObject) {
+        return std::ranges::all_of(relationships, [&](const VXRelationshipDescription *relationship) {
+            return bool(migrateObjectRelationship(relationship->name(), oldObject, version, newObjects, error));
+        });
+    };
+    if (!relationships.isEmpty() && !Walk(entity, oldContext).forEach(read, migrate, error))
+        return false;
+    VXLogMethod(VXLogNotice, "migrateEntityRelationships:fromManagedObjectContext:",
+                u"Duplicated %1 %2"_s.arg(*count).arg(entity.name()));
+    return true;
+}
+
+// -- The whole
+
+bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
+                                               VXManagedObjectContext &newContext, VXError *error)
+{
+    QList<const VXEntityDescription *> entities = oldContext.persistentStoreCoordinator()->model().entities();
+    entities.removeIf([](const VXEntityDescription *entity) { return entity->isAbstract(); });
+    qint64 total = 0;
+    for (const VXEntityDescription *const entity : std::as_const(entities)) {
+        VXFetchRequest request(*entity);
+        request.includesSubentities = false;
+        const std::optional<qsizetype> count = oldContext.countForFetchRequest(request, error);
+        if (!count)
+            return false;
+        total += *count;
+    }
+    VXStoreMigration *const run = VXStoreMigration::current();
+    if (run != nullptr)
+        run->begin(VXStoreMigration::Phase::Attributes, total);
+    VXMigratedObjects newObjects;
+    newObjects.reserve(total);
+    for (const VXEntityDescription *const entity : std::as_const(entities)) {
+        const std::optional<VXMigratedObjects> ofEntity =
+            migrateEntityAttributes(*entity, oldContext, version, newContext, error);
+        if (!ofEntity)
+            return false;
+        newObjects.insert(*ofEntity);
+    }
+    if (run != nullptr) {
+        run->setNewObjects(newObjects);
+        run->begin(VXStoreMigration::Phase::Relationships, total);
+    }
+    return std::ranges::all_of(entities, [&](const VXEntityDescription *entity) {
+        return migrateEntityRelationships(*entity, oldContext, version, newContext, newObjects, error);
+    });
+}
+
+namespace {
+
+// The number that the version of a store begins with; none when it begins with another character.
+std::optional<int> leadingNumber(const QVariant &version)
+{
+    const QString text = version.toString();
+    qsizetype length = 0;
+    while (length < text.size() && text[length] >= u'0' && text[length] <= u'9')
+        ++length;
+    bool isNumber = false;
+    const int number = text.first(length).toInt(&isNumber);
+    return isNumber ? std::optional(number) : std::nullopt;
+}
+
+} // namespace
+
+std::unique_ptr<VXManagedObjectContext> VXDataPlugin::migrateStore(VXCoreDataStore &source,
+                                                                   VXCoreDataStore &destination, VXError *error)
+{
+    constexpr const char *operation = "migrateStore:toStore:error:";
+    const auto fail = [&](const QString &name, const QString &reason) {
+        VXLogMethod(VXLogWarning, operation, u"Exception while migrating store: %1: %2"_s.arg(name, reason));
+        VXSetError(error, VXMakeError(name, "%s", qUtf8Printable(reason)));
+        return nullptr;
+    };
+    try {
+        const VXPersistentStoreCoordinator::Ptr from = source.persistentStoreCoordinator(error);
+        const VXPersistentStoreCoordinator::Ptr to = from ? destination.persistentStoreCoordinator(error) : nullptr;
+        if (!to)
+            return nullptr;
+        VXManagedObjectContext oldContext(from);
+        auto newContext = std::make_unique<VXManagedObjectContext>(to);
+        if (!validateManagedObjectContext(oldContext, error))
+            return nullptr;
+        const QVariant stored = source.metadata().value(VXStoreVersionKey);
+        const std::optional<int> version = leadingNumber(stored);
+        if (!version)
+            VXLogMethod(VXLogWarning, operation,
+                        u"unknown store version: 0x%1 %2"_s.arg(quintptr(stored.constData()), 0, 16)
+                            .arg(VXDescription(stored.toString())));
+        if (!migrateManagedObjectContext(oldContext, version.value_or(0), *newContext, error))
+            return nullptr;
+        if (VXStoreMigration *const run = VXStoreMigration::current())
+            run->begin(VXStoreMigration::Phase::Checking);
+        return validateManagedObjectContext(*newContext, error) ? std::move(newContext) : nullptr;
+    } catch (const VXException &exception) {
+        return fail(exception.name(), exception.reason());
+    } catch (const std::exception &exception) {
+        return fail(VXClassName(typeid(exception)), QString::fromUtf8(exception.what()));
+    }
+}

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+#include "VXManagedObject.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QMap>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <atomic>
+
+class VXManagedObjectContext;
+
+/** New objects by the IDs of those they stand for. */
+using VXMigratedObjects = QHash<VXManagedObjectID, VXManagedObjectPtr>;
+
+/** What became of the objects of one entity, not of those that inherit from it, in a copy. */
+struct VXEntityMigration
+{
+    QString entity;
+    qint64 found = 0;
+    qint64 copied = 0;
+    qint64 ignored = 0;                       // the plugin gave no new object for them
+    QMap<QString, qint64> changedValues = {}; // by attribute: values that the plugin's hooks changed
+    QStringList droppedProperties = {};       // what the new objects have not
+    QMap<QString, qint64> notFound = {};      // by relationship: references to objects that were not copied
+
+    bool isUnchanged() const
+    {
+        return ignored == 0 && changedValues.isEmpty() && droppedProperties.isEmpty() && notFound.isEmpty();
+    }
+};
+
+/**
+ * One run of copying a store: how far it is, whether it is to end, and what became of the objects. The copy passes of
+ * VXDataPlugin find the run of their thread and note there what they do; without one they work all the same. Progress and
+ * cancelling: any thread. The rest: the copying thread, and whoever comes after it.
+ */
+class VX_EXPORT VXStoreMigration
+{
+public:
+    enum class Phase { Starting, Attributes, Relationships, Checking, Saving, Verifying };
+
+    /** For its length the run is the thread's. */
+    class VX_EXPORT Scope
+    {
+    public:
+        explicit Scope(VXStoreMigration &migration);
+        ~Scope();
+        Scope(const Scope &) = delete;
+        Scope &operator=(const Scope &) = delete;
+
+    private:
+        VXStoreMigration *const _before;
+    };
+
+    VXStoreMigration() = default;
+    VXStoreMigration(const VXStoreMigration &) = delete;
+    VXStoreMigration &operator=(const VXStoreMigration &) = delete;
+
+    /** nullptr when the thread copies on its own account. */
+    static VXStoreMigration *current();
+
+    // -- Any thread
+    /** The passes end, with the cancelled error, before their next object. */
+    void cancel() { _isCancelled = true; }
+    bool isCancelled() const { return _isCancelled; }
+    Phase phase() const { return _phase; }
+    /** What users read of it. */
+    QString phaseText() const;
+    /** Objects of the phase that are done, and how many there are; 0 when nobody knows. */
+    qint64 done() const { return _done; }
+    qint64 total() const { return _total; }
+
+    // -- The copying thread
+    void begin(Phase phase, qint64 total = 0);
+    void advance() { _done.store(_done.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed); }
+    VXEntityMigration &entity(const QString &name);
+    /** In the order they were copied; none that had no objects. */
+    const QList<VXEntityMigration> &entities() const { return _entities; }
+    /** The objects that were copied, held until the run is gone. */
+    void setNewObjects(const VXMigratedObjects &newObjects) { _newObjects = newObjects; }
+    const VXMigratedObjects &newObjects() const { return _newObjects; }
+    void forgetNewObjects() { _newObjects.clear(); }
+
+private:
+    std::atomic<bool> _isCancelled = false;
+    std::atomic<Phase> _phase = Phase::Starting;
+    std::atomic<qint64> _done = 0;
+    std::atomic<qint64> _total = 0;
+    QList<VXEntityMigration> _entities;
+    VXMigratedObjects _newObjects;
+};

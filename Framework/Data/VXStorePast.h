@@ -1,0 +1,32 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QList>
+#include <QtCore/QString>
+
+/**
+ * Remembers where the stores went that others took the place of: to the trash, or to where the user wanted a backup. A list of
+ * the last ten in the file ".NAME.vxdatastore.past" beside the store's place. It only helps to find them: none is kept for it.
+ * Main thread only.
+ */
+class VX_EXPORT VXStorePast
+{
+public:
+    struct Entry
+    {
+        QString path;
+        QDateTime date;
+        QString reason; // "upgraded" or "replaced"
+    };
+
+    /** Failures are logged. */
+    static void note(const QString &storePath, const QString &keptPath, const QString &reason);
+    /** Those that are still there, the last one first. */
+    static QList<Entry> entries(const QString &storePath);
+    /** The file of the list. */
+    static QString fileForStorePath(const QString &storePath);
+
+    VXStorePast() = delete;
+};

@@ -1,0 +1,147 @@
+#include "VXStoreVerification.h"
+
+#include "VXErrorDomain.h"
+#include "VXFramework.h"
+#include "VXManagedObjectContext.h"
+#include "VXStoreMigration.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using ObjectID = VXManagedObjectID;
+using Links = QHash<ObjectID, QSet<ObjectID>>;
+
+constexpr qsizetype batchSize = 1000;
+
+VXError difference(const QString &what)
+{
+    return VXMakeError(VXLocalizedString(u"The copy is not what was to be saved"_s), "%s", qUtf8Printable(what));
+}
+
+VXError valueDiffers(const VXManagedObject &object, const VXPropertyDescription &property)
+{
+    return difference(VXLocalizedString(u"\"%1\" of %2 differs."_s)
+                          .arg(property.name(), object.objectID().uriRepresentation().toString()));
+}
+
+bool isSame(const VXManagedObject &object, const VXStoreRow &row, const VXPropertyDescription &property)
+{
+    const VXRelationshipDescription *const relationship = property.asRelationship();
+    if (relationship == nullptr)
+        return object.attribute(property.index()) == row.value(property.index());
+    const QList<ObjectID> wanted = object.relatedIDs(property.index());
+    const ObjectID *const stored = row.target(property.index());
+    return stored == nullptr ? wanted.isEmpty() : wanted == QList{*stored};
+}
+
+} // namespace
+
+void VXStoreVerification::noteObjects(const VXManagedObjectContext &context)
+{
+    _objects = context.insertedObjects();
+}
+
+namespace {
+
+// The same files, opened a second time: what they hold now. The model is the same one, so that IDs can be compared.
+VXPersistentStoreCoordinator::Ptr openAgain(VXCoreDataStore &store, VXError *error)
+{
+    const VXPersistentStoreCoordinator::Ptr opened = store.persistentStoreCoordinator(error);
+    auto again =
+        opened ? VXPersistentStoreCoordinator::coordinatorWithModel(opened->modelPtr(), error, VXObjectClasses::Plain)
+               : nullptr;
+    if (!again)
+        return nullptr;
+    for (const auto &each : opened->persistentStores()) {
+        if (!again->addPersistentStore(each->type(), each->path(), {.isReadOnly = true}, error))
+            return nullptr;
+    }
+    return again;
+}
+
+} // namespace
+
+VXError VXStoreVerification::compare(VXCoreDataStore &destination)
+{
+    const auto expected = _migration.newObjects().size();
+    if (_objects.isEmpty() && expected > 0) // the hooks have made objects, and then had nothing saved
+        return difference(VXLocalizedString(u"Of %1 objects none was saved."_s).arg(expected));
+    _migration.begin(VXStoreMigration::Phase::Verifying, _objects.size());
+    VXError error;
+    const VXPersistentStoreCoordinator::Ptr coordinator = openAgain(destination, &error);
+    for (qsizetype at = 0; at < _objects.size() && !error && !_migration.isCancelled(); at += batchSize)
+        error = compareBatch(_objects.mid(at, batchSize), *coordinator);
+    return error;
+}
+
+VXError VXStoreVerification::compareBatch(const QList<VXManagedObjectPtr> &objects, VXPersistentStoreCoordinator &saved)
+{
+    QHash<const VXStoreIdentity *, QHash<ObjectID, VXManagedObjectPtr>> groups;
+    for (const VXManagedObjectPtr &object : objects)
+        groups[object->objectID().store()].insert(object->objectID(), object);
+    for (auto group = groups.begin(); group != groups.end(); ++group) {
+        const auto store = group.key() == nullptr ? nullptr : saved.persistentStoreForIdentity(*group.key());
+        if (!store)
+            return difference(VXLocalizedString(u"Of %1 objects none was saved."_s).arg(group->size()));
+        VXError error;
+        VXError found;
+        const QList<VXManagedObjectPtr> ofStore = group->values();
+        const auto compareRow = [&](const VXFetchedRow &fetched) {
+            const VXManagedObjectPtr object = group->take(fetched.objectID);
+            if (!object || found)
+                return;
+            for (const VXPropertyDescription *const property : object->entity().properties()) {
+                const VXRelationshipDescription *const relationship = property->asRelationship();
+                const bool isInRow = relationship == nullptr || !relationship->isToMany();
+                if (isInRow && !property->isTransient() && !isSame(*object, *fetched.row, *property))
+                    found = valueDiffers(*object, *property);
+            }
+            _migration.advance();
+        };
+        if (!store->rows(group->keys(), compareRow, &error))
+            return error;
+        if (!found && !group->isEmpty())
+            found = difference(
+                VXLocalizedString(u"%1 is missing."_s).arg(group->cbegin().key().uriRepresentation().toString()));
+        if (!found)
+            found = compareLinks(ofStore, *store);
+        if (found)
+            return found;
+    }
+    return {};
+}
+
+// Of relationships that are to-many at both ends; all others the rows tell of.
+VXError VXStoreVerification::compareLinks(const QList<VXManagedObjectPtr> &objects, VXPersistentStore &store)
+{
+    QHash<const VXRelationshipDescription *, QList<VXManagedObjectPtr>> sources;
+    for (const VXManagedObjectPtr &object : objects) {
+        for (const VXRelationshipDescription *const relationship : object->entity().relationships()) {
+            if (relationship->isManyToMany() && !relationship->isTransient())
+                sources[relationship].append(object);
+        }
+    }
+    for (auto group = sources.cbegin(); group != sources.cend(); ++group) {
+        const VXRelationshipDescription &relationship = *group.key();
+        Links stored;
+        QList<ObjectID> objectIDs;
+        for (const VXManagedObjectPtr &object : *group)
+            objectIDs.append(object->objectID());
+        VXError error;
+        const auto note = [&](const ObjectID &source, const ObjectID &target) { stored[source].insert(target); };
+        if (!store.related(objectIDs, relationship, note, &error))
+            return error;
+        for (const VXManagedObjectPtr &object : *group) {
+            const QList<ObjectID> wanted = object->relatedIDs(relationship.index());
+            if (stored.value(object->objectID()) != QSet<ObjectID>(wanted.cbegin(), wanted.cend()))
+                return valueDiffers(*object, relationship);
+        }
+    }
+    return {};
+}

@@ -1,0 +1,106 @@
+#include "HostProgram.h"
+#include "VXHostJSON.h"
+#include "VXTesting.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+
+namespace {
+
+/** With the store of calls that ships. */
+class HostStoreTransferTest : public VXHomeTest
+{
+protected:
+    static HostOutcome run(const QStringList &arguments)
+    {
+        return runHost(QStringList{u"--answer"_s, u"cancel"_s, u"store"_s} + arguments);
+    }
+    static QJsonObject jsonOf(const QStringList &arguments)
+    {
+        const HostOutcome outcome = run(arguments + QStringList{u"--json"_s});
+        EXPECT_EQ(outcome.status, 0) << arguments.join(u' ').toStdString() << outcome.errors.toStdString();
+        return VXJSONFromText(outcome.output).value_or(QJsonValue()).toObject();
+    }
+    static void addCall(const char *from)
+    {
+        const QString json = u"{\"from\": \"%1\", \"date\": \"2026-01-02T03:04:05Z\"}"_s.arg(QString::fromUtf8(from));
+        EXPECT_EQ(run({u"insert"_s, u"calls"_s, u"VXCall"_s, json}).status, 0);
+    }
+    static int callsIn(const QString &store)
+    {
+        return run({u"list"_s, store, u"VXCall"_s, u"--count"_s}).output.trimmed().toInt();
+    }
+};
+
+} // namespace
+
+TEST_F(HostStoreTransferTest, ExportsImportsReplacesAndRollsBack)
+{
+    addCall("Jane <+1 555 0100>");
+    const QString plain = path(u"plain.vxdatastore"_s);
+    const QString validated = path(u"validated.vxdatastore"_s);
+    EXPECT_EQ(jsonOf({u"export"_s, u"calls"_s, plain}).value(u"action"_s), u"exported"_s);
+    const QJsonObject exported = jsonOf({u"export"_s, u"calls"_s, validated, u"--validate"_s});
+    EXPECT_EQ(exported.value(u"entities"_s).toArray().at(0).toObject().value(u"copied"_s), 1);
+    EXPECT_EQ(callsIn(plain), 1);
+    EXPECT_EQ(callsIn(validated), 1);
+    EXPECT_EQ(run({u"export"_s, u"calls"_s, plain}).status, 1); // there is something, and nobody agrees
+    EXPECT_EQ(run({u"export"_s, u"calls"_s, plain, u"--yes"_s}).status, 0);
+
+    const QJsonObject rehearsed = jsonOf({u"import"_s, u"calls"_s, plain, u"--dry-run"_s});
+    EXPECT_EQ(rehearsed.value(u"action"_s), u"rehearsed"_s);
+    EXPECT_EQ(rehearsed.value(u"entities"_s).toArray().at(0).toObject().value(u"found"_s), 1);
+    EXPECT_EQ(callsIn(u"calls"_s), 1);
+    EXPECT_EQ(run({u"import"_s, u"calls"_s, plain}).status, 1); // nobody to ask
+    EXPECT_EQ(jsonOf({u"import"_s, u"calls"_s, plain, u"--merge"_s, u"--backup"_s, path(u"b.vxdatastore"_s)})
+                  .value(u"action"_s),
+              u"merged"_s);
+    EXPECT_EQ(callsIn(u"calls"_s), 2);
+    EXPECT_EQ(callsIn(path(u"b.vxdatastore"_s)), 1);
+
+    EXPECT_EQ(jsonOf({u"import"_s, u"calls"_s, validated, u"--replace"_s}).value(u"action"_s), u"staged"_s);
+    EXPECT_EQ(callsIn(u"calls"_s), 1);
+    const HostOutcome past = run({u"rollback"_s, u"calls"_s, u"--dry-run"_s});
+    EXPECT_THAT(past.output.toStdString(), HasSubstr("replaced"));
+    EXPECT_EQ(run({u"rollback"_s, u"calls"_s}).status, 1); // nobody agrees
+    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s);
+    EXPECT_EQ(callsIn(u"calls"_s), 2);
+    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s); // the rollback too
+    EXPECT_EQ(callsIn(u"calls"_s), 1);
+    EXPECT_EQ(run({u"rollback"_s, u"calls"_s, path(u"b.vxdatastore"_s), u"--yes"_s}).status, 0);
+    EXPECT_EQ(callsIn(u"calls"_s), 1);
+    EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s}).value(u"action"_s), u"none"_s);
+}
+
+TEST_F(HostStoreTransferTest, MistakesAreTold)
+{
+    const struct
+    {
+        QStringList arguments;
+        int status;
+        const char *text;
+    } rows[] = {
+        {{u"upgrade"_s, u"calls"_s, u"x"_s}, 2, "upgrade needs NAME"},
+        {{u"export"_s, u"calls"_s}, 2, "export needs NAME and a FOLDER"},
+        {{u"export"_s, u"calls"_s, u"x"_s, u"--merge"_s}, 2, "--merge does not go with export"},
+        {{u"import"_s, u"calls"_s, u"x"_s, u"--merge"_s, u"--replace"_s}, 2, "exclude each other"},
+        {{u"list"_s, u"calls"_s, u"VXCall"_s, u"--yes"_s}, 2, "--yes does not go with list"},
+        {{u"upgrade"_s, u"nothing"_s}, 1, "there is no store \"nothing\""},
+        {{u"import"_s, u"calls"_s, path(u"none.vxdatastore"_s)}, 1, "Not a recognized data file."},
+        {{u"rollback"_s, u"calls"_s}, 1, "no earlier store of calls is known"},
+        {{u"rollback"_s, u"calls"_s, path(u"none"_s), u"--yes"_s}, 1, ""},
+        {{u"export"_s, u"calls"_s, path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), u"--yes"_s},
+         1,
+         "The data file that is in use lies there"},
+    };
+    for (const auto &row : rows) {
+        const HostOutcome outcome = run(row.arguments);
+        EXPECT_EQ(outcome.status, row.status) << row.arguments.join(u' ').toStdString();
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(row.text));
+    }
+}

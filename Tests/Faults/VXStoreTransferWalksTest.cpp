@@ -1,0 +1,167 @@
+#include "VXFailingCalls.h"
+#include "VXUpgradeTesting.h"
+
+#include <QtCore/QFileInfo>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/** Walks over upgrading, importing, replacing, taking back and exporting the store of a data plugin. */
+class VXStoreTransferWalks : public VXUpgradeHomeTest
+{
+protected:
+    void startAnew() const
+    {
+        QDir(path(u".local"_s)).removeRecursively();
+        QDir(path(u"out"_s)).removeRecursively();
+        QDir(path()).mkpath(u"out"_s);
+    }
+    // A store that needs no upgrade.
+    void writePresentStore(int count) const
+    {
+        writeOldStore(live, count, u"1.2"_s, u"org.example.notes"_s, newSource());
+        writeNotesPlugin({}, {{u"FixtureDescription"_s, u"Notes"_s}});
+    }
+    void start() const
+    {
+        user->answerAlert(VXAlertButton::Default, false); // to an upgrade, if there is one
+        manager().startup();
+    }
+    bool isOpen() const { return notesPlugin().persistentStoreCoordinator() != nullptr; }
+
+    // The next start, in a process of its own, settles what was cut short. What the store then has.
+    QString contentsAfterStart() const
+    {
+        const QString answer = path(u"answer"_s);
+        QFile::remove(answer);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            start();
+            const auto store = notesPlugin().persistentStoreCoordinator();
+            QFile written(answer);
+            const bool isWritten = written.open(QIODevice::WriteOnly) &&
+                                   written.write((store ? contentsOfStore(store) : u"?"_s).toUtf8()) >= 0;
+            written.close();
+            ::_exit(isWritten ? 0 : 1);
+        }
+        EXPECT_EQ(::waitpid(child, nullptr, 0), child);
+        return QString::fromUtf8(readFile(answer));
+    }
+    static QString versionOf(const QString &folder)
+    {
+        return VXPersistentStoreCoordinator::metadataForPersistentStore(VXStoreType::SQLite,
+                                                                        folder + "/notes.sqlite"_L1)
+            .value(VXStoreVersionKey)
+            .toString();
+    }
+    static VXFailureWalk walk()
+    {
+        VXFailureWalk made;
+        made.usualRounds = 8; // each starts all plugins
+        return made;
+    }
+
+    const QString live = data(u"notes.vxdatastore"_s);
+    const QString file = path(u"others.vxdatastore"_s);
+    const QString out = path(u"out/notes.vxdatastore"_s);
+};
+
+TEST_F(VXStoreTransferWalks, Upgrade)
+{
+    VXFailureWalk upgrade = walk();
+    upgrade.prepare = [&] {
+        startAnew();
+        writeOldStore(live, 20);
+        writeNotesPlugin();
+    };
+    upgrade.operation = [&] {
+        start();
+        return isOpen();
+    };
+    upgrade.state = [&] {
+        const QString found = QFileInfo::exists(live) ? live : live + ".upgrading"_L1;
+        const QString version = versionOf(found);
+        return QStringList{version, contentsAfterStart()}; // the same contents whatever version lay there
+    };
+    upgrade.run();
+}
+
+TEST_F(VXStoreTransferWalks, Merge)
+{
+    writeOldStore(file, 5);
+    VXFailureWalk merge = walk();
+    merge.prepare = [&] {
+        startAnew();
+        writePresentStore(3);
+    };
+    merge.operation = [&] {
+        manager().startup();
+        user->answerAlert(VXAlertButton::Default);
+        return isOpen() && notesPlugin().importStoreAtPath(file);
+    };
+    merge.state = [&] { return contentsAfterStart(); };
+    merge.isUnknown = [&] { return true; }; // a commit that the disk failed may come to light
+    merge.run();
+}
+
+TEST_F(VXStoreTransferWalks, Replace)
+{
+    writeOldStore(file, 5, u"1.2"_s, u"org.example.notes"_s, newSource());
+    VXFailureWalk replace = walk();
+    replace.prepare = [&] {
+        startAnew();
+        writePresentStore(3);
+    };
+    replace.operation = [&] {
+        VXApplication::sharedApplication().setDidFinishLaunching(false);
+        manager().startup();
+        user->answerAlert(VXAlertButton::Other);
+        return isOpen() && notesPlugin().importStoreAtPath(file);
+    };
+    replace.state = [&] { return contentsAfterStart(); };
+    replace.mayRefuseWhatIsDone = true; // it is there, and its folder could not be brought to the disk
+    replace.run();
+}
+
+TEST_F(VXStoreTransferWalks, TakeBack)
+{
+    writeOldStore(file, 5, u"1.2"_s, u"org.example.notes"_s, newSource());
+    VXFailureWalk takeBack = walk();
+    takeBack.prepare = [&] {
+        startAnew();
+        writePresentStore(3);
+    };
+    takeBack.operation = [&] {
+        VXDataPlugin::holdBackStore(u"notes"_s);
+        manager().startup();
+        bool isWaiting = false;
+        return !notesPlugin().takeBack(file, &isWaiting) && !isWaiting;
+    };
+    takeBack.state = [&] { return contentsAfterStart(); };
+    takeBack.mayRefuseWhatIsDone = true; // what waits is put in place by the next start
+    takeBack.run();
+}
+
+TEST_F(VXStoreTransferWalks, Export)
+{
+    for (const bool validates : {false, true}) {
+        VXFailureWalk exports = walk();
+        exports.prepare = [&] {
+            startAnew();
+            writePresentStore(20);
+        };
+        exports.operation = [&] {
+            manager().startup();
+            return isOpen() && !notesPlugin().exportStoreTo(out, validates);
+        };
+        exports.state = [&] { return QStringList{contentsOfStore(out), contentsOfStore(live)}; };
+        exports.mayRefuseWhatIsDone = true;
+        exports.run();
+    }
+}
+
+} // namespace

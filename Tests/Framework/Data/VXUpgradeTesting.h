@@ -1,0 +1,165 @@
+#pragma once
+
+#include "VXDataPlugin.h"
+#include "VXDataPluginTesting.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+/** A test of stores that are copied: notes with tags, authors and notes that they belong to, as an old model had them. */
+class VXUpgradeHomeTest : public VXDataPluginHomeTest
+{
+protected:
+    static QByteArray oldSource()
+    {
+        return "entity Note { attribute text: string = \"new\"; attribute mood: string optional;"
+               " attribute pages: integer32 = 0; relationship tags: Tag[] optional inverse notes;"
+               " relationship author: Author optional inverse notes; relationship parent: Note optional inverse "
+               "children;"
+               " relationship children: Note[] optional inverse parent; relationship gone: Tag optional inverse back; }"
+               "entity Letter: Note { attribute to: string optional; }"
+               "entity Tag { attribute name: string; relationship notes: Note[] optional inverse tags;"
+               " relationship back: Note[] optional inverse gone; }"
+               "entity Author { attribute name: string; attribute born: date optional; attribute face: binary optional;"
+               " relationship notes: Note[] optional inverse author; }";
+    }
+    /** Without "mood" and "gone"; notes have "added" too. */
+    static QByteArray newSource()
+    {
+        return oldSource()
+            .replace(" attribute mood: string optional;", " attribute added: string = \"here\";")
+            .replace(" relationship gone: Tag optional inverse back;", "")
+            .replace(" relationship back: Note[] optional inverse gone;", "");
+    }
+
+    void writeNotesPlugin(const QString &migration = {}, QVariantMap info = {}) const
+    {
+        if (!migration.isNull())
+            info.insert(QStringLiteral("FixtureMigration"), migration);
+        writePlugin(QStringLiteral("notes"), QStringLiteral("sqlite"), info);
+        ASSERT_TRUE(
+            modelOf(newSource())
+                ->writeToFile(shared() + QStringLiteral("/org.example.notes.vxplugin/Contents/Resources/notes.mom")));
+    }
+
+    /** A store of the old model with some notes; null values are left out. */
+    void writeOldStore(const QString &folder, int count = 10, const QString &version = QStringLiteral("1.1"),
+                       const QString &owner = QStringLiteral("org.example.notes"),
+                       const QByteArray &source = oldSource()) const
+    {
+        ASSERT_TRUE(QDir().mkpath(folder));
+        ASSERT_TRUE(modelOf(source)->writeToFile(folder + QStringLiteral("/notes.mom")));
+        VXCoreDataStore made(folder, QStringLiteral("notes.sqlite"));
+        made.usePlainObjects();
+        const auto store = made.persistentStoreCoordinator();
+        ASSERT_TRUE(store);
+        QVariantMap metadata;
+        if (!version.isNull())
+            metadata.insert(VXStoreVersionKey, version);
+        if (!owner.isNull())
+            metadata.insert(VXStoreOwnerIdentifierKey, owner);
+        store->persistentStores().constFirst()->setMetadata(metadata);
+        VXManagedObjectContext context(store);
+        const auto set = [](const VXManagedObjectPtr &object, const char *key, const QVariant &value) {
+            object->setValueForKey(value, QString::fromLatin1(key));
+        };
+        const auto author = context.insertNewObject(QStringLiteral("Author"));
+        set(author, "name", QStringLiteral("Jane"));
+        set(author, "born", QDateTime(QDate(1970, 1, 2), QTime(3, 4, 5, 678), Qt::UTC));
+        set(author, "face", QByteArray("\0\1\2", 3));
+        QVariantList tags;
+        for (const char *const name : {"red", "green"}) {
+            tags.append(QVariant::fromValue(context.insertNewObject(QStringLiteral("Tag"))));
+            set(tags.constLast().value<VXManagedObjectPtr>(), "name", QString::fromLatin1(name));
+        }
+        VXManagedObjectPtr parent;
+        for (int each = 0; each < count; ++each) {
+            const auto note =
+                context.insertNewObject(each % 3 == 2 ? QStringLiteral("Letter") : QStringLiteral("Note"));
+            set(note, "text", QStringLiteral("note %1").arg(each));
+            set(note, "pages", each);
+            if (note->entity().attributeForName(QStringLiteral("mood")) != nullptr)
+                set(note, "mood", QStringLiteral("good"));
+            set(note, "author", QVariant::fromValue(author));
+            set(note, "tags", each % 2 == 0 ? tags : QVariantList{tags.first()});
+            if (parent)
+                set(note, "parent", QVariant::fromValue(parent));
+            parent = note;
+        }
+        ASSERT_TRUE(context.save());
+    }
+
+    VXDataPlugin &notesPlugin() const
+    {
+        return plugin(QStringLiteral("org.example.notes"))->as<VXDataPlugin>("persistentStoreCoordinator");
+    }
+
+    /** All that the store of a folder holds of these entities, as text, whatever IDs its objects have; "?" when it cannot be
+     * read, null when there is none. Properties of one model only are left out. */
+    static QString contentsOfStore(const QString &folder)
+    {
+        if (!QFileInfo::exists(folder))
+            return {};
+        const auto found = VXCoreDataStore::storeClass().storeWithPath(folder);
+        if (!found)
+            return QStringLiteral("?");
+        found->usePlainObjects();
+        found->openReadOnly();
+        const auto store = found->persistentStoreCoordinator();
+        return store ? contentsOfStore(store) : QStringLiteral("?");
+    }
+
+    static QString contentsOfStore(const VXPersistentStoreCoordinator::Ptr &store)
+    {
+        static const QStringList left{QStringLiteral("mood"), QStringLiteral("gone"), QStringLiteral("back"),
+                                      QStringLiteral("added")};
+        VXManagedObjectContext context(store);
+        QStringList lines;
+        for (const VXEntityDescription *const entity : store->model().entities()) {
+            VXFetchRequest request(*entity);
+            request.includesSubentities = false;
+            const auto objects = context.executeFetchRequest(request);
+            if (!objects)
+                return QStringLiteral("?");
+            for (const VXManagedObjectPtr &object : *objects) {
+                QStringList values{entity->name()};
+                for (const VXPropertyDescription *const property : entity->properties()) {
+                    if (!left.contains(property->name()))
+                        values.append(property->name() + u'=' + textOf(*object, *property));
+                }
+                lines.append(values.join(u' '));
+            }
+        }
+        lines.sort();
+        return lines.join(u'\n');
+    }
+
+private:
+    static QString titleOf(const VXManagedObjectPtr &object)
+    {
+        const QString key = object->entity().propertyForName(QStringLiteral("text")) != nullptr
+                                ? QStringLiteral("text")
+                                : QStringLiteral("name");
+        return object->valueForKey(key).toString();
+    }
+    static QString textOf(const VXManagedObject &object, const VXPropertyDescription &property)
+    {
+        const VXRelationshipDescription *const relationship = property.asRelationship();
+        if (relationship == nullptr) {
+            const QVariant value = object.attribute(property.index());
+            return value.typeId() == QMetaType::QByteArray  ? QString::fromLatin1(value.toByteArray().toHex())
+                   : value.typeId() == QMetaType::QDateTime ? value.toDateTime().toString(Qt::ISODateWithMs)
+                                                            : value.toString();
+        }
+        if (!relationship->isToMany()) {
+            const VXManagedObjectPtr related = object.related(property.index());
+            return related ? titleOf(related) : QString();
+        }
+        QStringList titles;
+        for (const VXManagedObjectPtr &related : object.relatedObjects(property.index()))
+            titles.append(titleOf(related));
+        titles.sort();
+        return u'(' + titles.join(u',') + u')';
+    }
+};
