@@ -155,7 +155,6 @@ std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXE
                                                                        VXError *error)
 {
     VXMigratedObjects newObjects;
-    VXStoreMigration *const run = VXStoreMigration::current();
     const VXEntityDescription *lastMade = nullptr;
     const auto migrate = [&](const VXManagedObjectPtr &oldObject) {
         VXError problem;
@@ -163,11 +162,6 @@ std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXE
         if (!made && problem) {
             VXSetError(error, problem);
             return false;
-        }
-        if (run != nullptr) {
-            VXEntityMigration &counts = run->entity(entity.name());
-            ++counts.found;
-            ++(made ? counts.copied : counts.ignored);
         }
         if (!made) {
             VXLogMethod(VXLogWarning, "migrateEntityAttributes:fromManagedObjectContext:",
@@ -264,6 +258,8 @@ bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContex
 {
     QList<const VXEntityDescription *> entities = oldContext.persistentStoreCoordinator()->model().entities();
     entities.removeIf([](const VXEntityDescription *entity) { return entity->isAbstract(); });
+    VXStoreMigration *const run = VXStoreMigration::current();
+    QSet<const VXEntityDescription *> found; // those that have objects
     qint64 total = 0;
     for (const VXEntityDescription *const entity : std::as_const(entities)) {
         VXFetchRequest request(*entity);
@@ -272,8 +268,11 @@ bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContex
         if (!count)
             return false;
         total += *count;
+        if (run != nullptr && *count > 0) {
+            run->entity(entity->name()).found = *count;
+            found.insert(entity);
+        }
     }
-    VXStoreMigration *const run = VXStoreMigration::current();
     if (run != nullptr)
         run->begin(VXStoreMigration::Phase::Attributes, total);
     VXMigratedObjects newObjects;
@@ -283,6 +282,8 @@ bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContex
             migrateEntityAttributes(*entity, oldContext, version, newContext, error);
         if (!ofEntity)
             return false;
+        if (run != nullptr && found.contains(entity))
+            run->noteCopied(entity->name(), ofEntity->size());
         newObjects.insert(*ofEntity);
     }
     if (run != nullptr) {

@@ -56,3 +56,10 @@ VXEntityMigration &VXStoreMigration::entity(const QString &name)
     const auto found = std::ranges::find(_entities, name, &VXEntityMigration::entity);
     return found != _entities.end() ? *found : _entities.emplaceBack(VXEntityMigration{.entity = name});
 }
+
+void VXStoreMigration::noteCopied(const QString &name, qint64 count)
+{
+    VXEntityMigration &counts = entity(name);
+    counts.copied = count;
+    counts.ignored = counts.found - count;
+}

@@ -78,6 +78,8 @@ public:
     void begin(Phase phase, qint64 total = 0);
     void advance() { _done.store(_done.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed); }
     VXEntityMigration &entity(const QString &name);
+    /** How many of an entity's objects have a new one; the others were left out. */
+    void noteCopied(const QString &name, qint64 count);
     /** In the order they were copied; none that had no objects. */
     const QList<VXEntityMigration> &entities() const { return _entities; }
     /** The objects that were copied, held until the run is gone. */

@@ -87,6 +87,7 @@ TEST_F(VXStoreTransferWalks, Upgrade)
         const QString version = versionOf(found);
         return QStringList{version, contentsAfterStart()}; // the same contents whatever version lay there
     };
+    upgrade.mayRefuseWhatIsDone = true; // the new store is there, and cannot be opened on a full disk
     upgrade.run();
 }
 

@@ -23,7 +23,8 @@ if(NOT status EQUAL 0)
 endif()
 foreach(part IN ITEMS
     "Nothing was changed. This is what would be copied:"
-    "Note    2      2       0         priority: 2"
+    "Note     2      2       0         priority: 2"
+    "Sticker  1      0       1"
     "Upgraded the store notes."
     "Water the plants"
     "new in version 2"
