@@ -66,6 +66,14 @@ Rotation rotate(const QString &path)
     return Rotation::KeptInUse;
 }
 
+// False for what must not be opened: a pipe, for one, would be waited for until somebody reads it.
+bool mayBeAppendedTo(const QByteArray &name, const struct stat &status)
+{
+    const bool takesLines = S_ISREG(status.st_mode) || S_ISCHR(status.st_mode);
+    // It may be gone by now: another process moves it away when it is too large.
+    return takesLines && (::faccessat(AT_FDCWD, name.constData(), W_OK, AT_EACCESS) == 0 || errno == ENOENT);
+}
+
 bool createLogFile(const QString &path)
 {
     // Not truncated: another process may have made it and written to it since. For the user alone: numbers and names
@@ -116,15 +124,18 @@ float VXFileManager::fileSizeAtPath(const QString &path) const
 
 bool VXFileManager::verifyLogFileAtPath(const QString &path) const
 {
-    const QFileInfo file(path);
-    if (file.exists()) {
-        if (file.isDir() || !file.isWritable()) {
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status
+    {
+    };
+    if (::stat(name.constData(), &status) == 0) {
+        if (!mayBeAppendedTo(name, status)) {
             VXConsoleLog(u"Log file is not writable: %1"_s.arg(path));
             return false;
         }
-        const Rotation rotation = fileSizeAtPath(path) > largestLogFile ? rotate(path) : Rotation::KeptInUse;
-        if (rotation != Rotation::Done)
-            return rotation == Rotation::KeptInUse;
+        const Rotation rotation = megabytes(status.st_size) > largestLogFile ? rotate(path) : Rotation::KeptInUse;
+        if (rotation == Rotation::Failed)
+            return false;
     }
     return createLogFile(path);
 }

@@ -18,7 +18,7 @@ QVariantMap descriptiveClasses(const VXBundle &bundle)
 
 } // namespace
 
-QList<VXBundle::Ptr> VXPluginManager::descriptiveClassBundles() const
+QList<VXBundle::Ptr> VXPluginManager::_descriptiveClassBundles() const
 {
     QList<VXBundle::Ptr> bundles{VXBundle::mainBundle(), VXFrameworkBundle()};
     for (const VXPluginProxy *const proxy : pluginsWithInfoDictionaryKey(listKey))
@@ -28,7 +28,7 @@ QList<VXBundle::Ptr> VXPluginManager::descriptiveClassBundles() const
 
 VXBundle::Ptr VXPluginManager::bundleForDescriptiveClass(const QString &className) const
 {
-    for (const VXBundle::Ptr &bundle : descriptiveClassBundles()) {
+    for (const VXBundle::Ptr &bundle : _descriptiveClassBundles()) {
         if (descriptiveClasses(*bundle).contains(className))
             return bundle;
     }

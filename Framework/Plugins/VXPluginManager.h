@@ -114,7 +114,7 @@ public:
 
     // -- Descriptive classes: bundles that carry localized texts for classes (VXPluginManager+Descriptive.cpp)
     /** The application's and the framework's bundle, and those of enabled plugins with "VXDescriptiveClassList". */
-    QList<VXBundle::Ptr> descriptiveClassBundles() const;
+    QList<VXBundle::Ptr> _descriptiveClassBundles() const;
     /** The first of those that lists the class; null for none. */
     VXBundle::Ptr bundleForDescriptiveClass(const QString &className) const;
     /** The class's texts, in the user's language; empty when no bundle lists it. */

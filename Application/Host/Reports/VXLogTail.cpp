@@ -1,5 +1,7 @@
 #include "VXLogTail.h"
 
+#include "VXRegularFile.h"
+
 #include <QtCore/QFileInfo>
 
 #include <sys/stat.h>
@@ -60,7 +62,8 @@ bool VXLogTail::isReplaced() const
 bool VXLogTail::open()
 {
     auto file = std::make_unique<QFile>(_path);
-    if (!file->open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+    QString reason;
+    if (!VXRegularFile::open(*file, &reason))
         return false;
     finish();
     _file = std::move(file);

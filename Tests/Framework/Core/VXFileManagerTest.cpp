@@ -487,6 +487,10 @@ TEST_F(VXFileManagerTest, LogProblemsGoToTheConsole)
     };
     EXPECT_THAT(verify(path()), HasSubstr("Log file is not writable: " + path().toStdString()));
     EXPECT_FALSE(verified);
+    const QString pipe = path(u"pipe.log"_s);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    EXPECT_THAT(verify(pipe), HasSubstr("Log file is not writable: " + pipe.toStdString()));
+    EXPECT_FALSE(verified);
     const QString below = writeFile(u"file"_s, {}) + u"/x.log"_s;
     EXPECT_THAT(verify(below), HasSubstr("Unable to create log file: " + below.toStdString()));
     EXPECT_FALSE(verified);

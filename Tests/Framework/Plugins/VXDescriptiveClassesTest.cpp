@@ -67,8 +67,8 @@ TEST_F(VXDescriptiveClassesTest, TheFirstBundleThatListsAClassHasItsTexts)
     VXPluginFixture{.identifier = u"plain"_s}.write(shared());
     startWith({u"a"_s, u"b"_s, u"plain"_s});
 
-    EXPECT_THAT(manager().descriptiveClassBundles(), ElementsAre(VXBundle::mainBundle(), VXFrameworkBundle(),
-                                                                 plugin(u"a"_s)->bundle(), plugin(u"b"_s)->bundle()));
+    EXPECT_THAT(manager()._descriptiveClassBundles(), ElementsAre(VXBundle::mainBundle(), VXFrameworkBundle(),
+                                                                  plugin(u"a"_s)->bundle(), plugin(u"b"_s)->bundle()));
     EXPECT_EQ(manager().bundleForDescriptiveClass(u"Main"_s), VXBundle::mainBundle());
     EXPECT_EQ(manager().bundleForDescriptiveClass(u"Call"_s), plugin(u"a"_s)->bundle());
     EXPECT_EQ(manager().bundleForDescriptiveClass(u"Message"_s), nullptr);
