@@ -25,9 +25,9 @@ VXApplication &application()
 
 // -- Runs of unloading, each with its own purpose and state
 
-VXPluginManager::UnloadRun VXPluginManager::beginRun(VXUnloadPurpose purpose)
+VXPluginManager::UnloadRun VXPluginManager::beginRun(VXUnloadPurpose purpose, VXPluginProxy *subject)
 {
-    return _unloadRuns.emplace_back(std::make_shared<VXPluginUnloadRun>(purpose));
+    return _unloadRuns.emplace_back(std::make_shared<VXPluginUnloadRun>(purpose, subject));
 }
 
 VXPluginManager::UnloadRun VXPluginManager::runOfDisabling(const VXPluginProxy &proxy) const
@@ -53,10 +53,12 @@ QStringList VXPluginManager::pluginsAwaited() const
     return identifiers;
 }
 
-// Asks the plugins; what nobody objects to is done, and what somebody refuses is dropped.
+// Asks the plugins; what nobody objects to is done, and what somebody refuses is dropped. While one wanted time others may
+// have been loaded that depend on what goes.
 void VXPluginManager::carryOn(const UnloadRun &run)
 {
-    if (run->ask() != VXUnloadLater)
+    const bool isCollected = run->purpose() != VXUnloadPurpose::Disable || run->collectSubject();
+    if (!isCollected || run->ask() != VXUnloadLater)
         finishRun(run);
 }
 
@@ -70,7 +72,7 @@ void VXPluginManager::finishRun(const UnloadRun &run)
     }
     if (isAgreed) {
         run->unload();
-        QStringList identifiers;
+        QStringList identifiers{run->subject()->identifier()}; // also when it could not be loaded
         for (const VXPluginProxy *const proxy : run->plugins())
             identifiers.append(proxy->identifier());
         setPluginsEnabled(identifiers, false);
@@ -94,13 +96,7 @@ void VXPluginManager::disablePluginProxy(VXPluginProxy *proxy)
         return; // it is under way: a plugin disables itself while it is asked, or goes
     }
     _lastRefusal = QString();
-    if (!proxy->isLoaded()) // as when it could not be loaded: nothing depends on it, nobody is to be asked
-        setPluginsEnabled({proxy->rootProxy()->identifier()}, false);
-    const UnloadRun run = beginRun(VXUnloadPurpose::Disable);
-    if (run->collect(*proxy))
-        carryOn(run);
-    else
-        finishRun(run);
+    carryOn(beginRun(VXUnloadPurpose::Disable, proxy));
     dropKindCache();
 }
 
@@ -108,12 +104,9 @@ void VXPluginManager::disablePluginProxy(VXPluginProxy *proxy)
 
 void VXPluginManager::collectEveryPlugin(VXPluginUnloadRun &run) const
 {
-    const QList<VXPluginProxy *> plugins = allPlugins();
-    for (const bool isRoot : {true, false}) { // a child may be loaded without its parent
-        for (VXPluginProxy *const proxy : plugins) {
-            if ((proxy->parentProxy() == nullptr) == isRoot)
-                run.collect(*proxy);
-        }
+    for (VXPluginProxy *const proxy : allPlugins()) {
+        if (proxy->parentProxy() == nullptr)
+            run.collect(*proxy);
     }
 }
 

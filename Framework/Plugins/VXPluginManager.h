@@ -144,7 +144,7 @@ private:
     QVariant openURLString(const QString &url);
 
     // VXPluginManager+Unload.cpp
-    UnloadRun beginRun(VXUnloadPurpose purpose);
+    UnloadRun beginRun(VXUnloadPurpose purpose, VXPluginProxy *subject = nullptr);
     UnloadRun runOfDisabling(const VXPluginProxy &proxy) const;
     UnloadRun runOfQuitting() const;
     void carryOn(const UnloadRun &run);

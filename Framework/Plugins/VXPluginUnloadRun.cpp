@@ -9,24 +9,35 @@ using namespace Qt::StringLiterals;
 
 bool VXPluginUnloadRun::concerns(const QString &identifier) const
 {
+    if (_subject != nullptr && _subject->identifier() == identifier)
+        return true;
     return std::any_of(_pluginsToUnload.cbegin(), _pluginsToUnload.cend(),
                        [&](const VXPluginProxy *proxy) { return proxy->identifier() == identifier; });
 }
 
 // -- Collecting
 
+bool VXPluginUnloadRun::collectSubject()
+{
+    _state = State::Collecting;
+    _pluginsToUnload.clear();
+    return collect(*_subject);
+}
+
 bool VXPluginUnloadRun::collect(VXPluginProxy &proxy)
 {
-    if (!proxy.isLoaded() || _pluginsToUnload.contains(&proxy) || _beingCollected.contains(&proxy))
+    if (_pluginsToUnload.contains(&proxy) || _beingCollected.contains(&proxy))
         return true;
+    const auto add = [this](VXPluginProxy *child) { return collect(*child); };
+    QList<VXPluginProxy *> children = proxy.childProxies();
+    if (!proxy.isLoaded()) // a child is without it when another plugin needs that
+        return std::all_of(children.begin(), children.end(), add);
     _beingCollected.insert(&proxy); // plugins may depend on each other, and children on their parents
     const QStringList dependencies = proxy.dependencies();
-    QList<VXPluginProxy *> children = proxy.childProxies();
     // A child that the plugin depends on goes after it.
     const auto deferred = std::stable_partition(children.begin(), children.end(), [&](const VXPluginProxy *child) {
         return !dependencies.contains(child->identifier());
     });
-    const auto add = [this](VXPluginProxy *child) { return collect(*child); };
     bool isAccepted = std::all_of(children.begin(), deferred, add) && collectDependants(proxy);
     if (isAccepted) {
         _pluginsToUnload.append(&proxy);
@@ -43,10 +54,11 @@ bool VXPluginUnloadRun::collectDependants(VXPluginProxy &proxy)
         if (!dependant->isLoaded())
             return true;
         VXPluginProxy *const root = dependant->rootProxy();
-        const bool isAgreed =
-            _purpose != VXUnloadPurpose::Disable || _pluginsToUnload.contains(root) || _beingCollected.contains(root);
+        const bool isAgreed = _purpose != VXUnloadPurpose::Disable || _pluginsToUnload.contains(root) ||
+                              _beingCollected.contains(root) || root == _subject || _agreedRoots.contains(root);
         if (!isAgreed && !userLetsDisable(*root, *proxy.rootProxy()))
             return false;
+        _agreedRoots.insert(root);
         // The root too, for it is what the user agreed to disable.
         return collect(*dependant) && collect(*root);
     });

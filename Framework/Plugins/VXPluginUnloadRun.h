@@ -23,9 +23,15 @@ class VXPluginUnloadRun
 public:
     enum class State { Collecting, Asking, Waiting, Agreed, Refused, Unloading };
 
-    explicit VXPluginUnloadRun(VXUnloadPurpose purpose) : _purpose(purpose) {}
+    /** `subject`: the plugin that is to be disabled. */
+    explicit VXPluginUnloadRun(VXUnloadPurpose purpose, VXPluginProxy *subject = nullptr)
+        : _purpose(purpose), _subject(subject)
+    {
+    }
 
     VXUnloadPurpose purpose() const { return _purpose; }
+    /** nullptr when the run is for none in particular. */
+    VXPluginProxy *subject() const { return _subject; }
     State state() const { return _state; }
     /** Those that go, first to go first. */
     const QList<VXPluginProxy *> &plugins() const { return _pluginsToUnload; }
@@ -35,8 +41,11 @@ public:
     /** Who refused, for people; null while nobody did. */
     QString refusal() const { return _refusal; }
 
-    /** Adds a plugin after all that must go before it; what is not loaded is passed over. False when the user refused. */
+    /** Adds a plugin after all that must go before it; of one that is not loaded, children that are. False when the user
+     *  refused. */
     bool collect(VXPluginProxy &proxy);
+    /** Collects the subject anew, with what was loaded since: the user is not asked again about the same plugin. */
+    bool collectSubject();
 
     /**
      * Asks each plugin, once. A plugin's Cancel counts as consent: what the user has decided is done.
@@ -56,9 +65,11 @@ private:
     bool userLetsDisable(VXPluginProxy &dependantRoot, VXPluginProxy &root);
 
     const VXUnloadPurpose _purpose;
+    VXPluginProxy *const _subject;
     State _state = State::Collecting;
     QList<VXPluginProxy *> _pluginsToUnload;
     QSet<VXPluginProxy *> _beingCollected; // whose dependants are being collected
+    QSet<VXPluginProxy *> _agreedRoots;    // that the user lets go
     QHash<QString, bool> _repliesWhileAsked;
     QStringList _awaited;
     QString _refusal;

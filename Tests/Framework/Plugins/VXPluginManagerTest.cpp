@@ -315,6 +315,39 @@ TEST_F(VXPluginManagerTest, APluginMayTakeItsTimeButNotRefuseToBeDisabled)
 
 // -- Quitting
 
+TEST_F(VXPluginManagerTest, DisablingTakesAlongWhatWasLoadedWhileAPluginWantedTime)
+{
+    VXPluginFixture{.identifier = u"later"_s, .code = u"AnsweringPlugin.so"_s}.write(shared());
+    write({u"needs: later"_s});
+    startWith({u"later"_s});
+    setReply(u"later"_s, VXUnloadLater);
+    manager().disablePluginProxy(plugin(u"later"_s));
+    ASSERT_TRUE(manager().enablePluginProxy(plugin(u"needs"_s)));
+    setReply(u"later"_s, VXUnloadNow);
+    user->answerAlert(VXAlertButton::Default);
+    instance(u"later"_s).replyToPluginShouldUnload(true);
+    EXPECT_FALSE(isLoaded(u"later"_s) || isLoaded(u"needs"_s));
+    EXPECT_THAT(enabled(), IsEmpty());
+    EXPECT_EQ(log.count(u"still has dependants"_s), 0);
+}
+
+TEST_F(VXPluginManagerTest, DisablingTakesAlongPartsThatAreLoadedWithoutTheWhole)
+{
+    const QString whole = VXPluginFixture{.identifier = u"whole"_s, .dependencies = {u"missing"_s}}.write(shared());
+    VXPluginFixture{.identifier = u"part"_s}.write(whole + u"/Contents/PlugIns"_s);
+    write({u"needs: part"_s});
+    startWith({u"whole"_s});
+    ASSERT_TRUE(manager().enablePluginProxy(plugin(u"needs"_s)));
+    ASSERT_TRUE(isLoaded(u"part"_s) && !isLoaded(u"whole"_s));
+    for (const VXAlertButton button : {VXAlertButton::Alternate, VXAlertButton::Default}) {
+        user->answerAlert(button);
+        manager().disablePluginProxy(plugin(u"whole"_s));
+        const bool isRefused = button == VXAlertButton::Alternate;
+        EXPECT_EQ(isLoaded(u"part"_s) && isLoaded(u"needs"_s), isRefused);
+        EXPECT_THAT(enabled(), SizeIs(isRefused ? 2 : 0));
+    }
+}
+
 TEST_F(VXPluginManagerTest, QuittingUnloadsDependantsFirstAndLeavesThemEnabled)
 {
     write({u"a"_s, u"b: a"_s, u"c: b"_s});
