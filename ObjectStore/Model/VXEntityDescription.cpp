@@ -39,6 +39,12 @@ VXEntityDescription::VXEntityDescription(const VXEntityDefinition &definition, c
     }
     for (const VXFetchTemplateDefinition &fetchTemplate : definition.fetchTemplates)
         _fetchTemplates.insert(fetchTemplate.name, fetchTemplate.predicate);
+    for (const VXIndexDefinition &index : definition.indexes) {
+        QList<const VXPropertyDescription *> properties;
+        for (const QString &name : index.properties)
+            properties.append(_byName.value(name));
+        _indexes.append(properties);
+    }
 }
 
 VXEntityDescription::~VXEntityDescription() = default;

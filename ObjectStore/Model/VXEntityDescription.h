@@ -50,6 +50,8 @@ public:
     QString fetchTemplate(const QString &name) const;
     /** Of the entity's own, by name. */
     const QHash<QString, QString> &fetchTemplates() const { return _fetchTemplates; }
+    /** Over several of the entity's own properties, besides those of single ones. */
+    const QList<QList<const VXPropertyDescription *>> &indexes() const { return _indexes; }
 
 private:
     friend class VXModelLinker;
@@ -70,4 +72,5 @@ private:
     QList<const VXRelationshipDescription *> _relationships;
     QHash<QString, const VXPropertyDescription *> _byName;
     QHash<QString, QString> _fetchTemplates;
+    QList<QList<const VXPropertyDescription *>> _indexes;
 };

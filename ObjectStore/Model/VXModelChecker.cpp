@@ -127,6 +127,7 @@ private:
             checkRelationship(entity, relationship);
         }
         checkFetchTemplates(entity);
+        checkIndexes(entity);
     }
 
     // What a root entity and all that inherit from it store lies in one table of an SQLite store.
@@ -216,6 +217,32 @@ private:
                 report(fetchTemplate.line, u"fetch template \"%1\" is defined twice"_s.arg(fetchTemplate.name));
             names.insert(fetchTemplate.name);
             checkKept(fetchTemplate.predicate, fetchTemplate.line);
+        }
+    }
+
+    void checkIndexes(const VXEntityDefinition &entity)
+    {
+        QSet<QString> stored;
+        for (const VXAttributeDefinition &attribute : entity.attributes) {
+            if (!attribute.isTransient)
+                stored.insert(attribute.name);
+        }
+        for (const VXRelationshipDefinition &relationship : entity.relationships) {
+            if (!relationship.isTransient && !relationship.isToMany)
+                stored.insert(relationship.name);
+        }
+        for (const VXIndexDefinition &index : entity.indexes) {
+            if (index.properties.size() < 2)
+                report(index.line, u"an index is over several properties; of one say \"indexed\""_s);
+            QStringList names = index.properties;
+            names.removeDuplicates();
+            for (const QString &name : std::as_const(names)) {
+                if (!stored.contains(name))
+                    report(index.line, u"\"%1\" is no stored attribute or to-one relationship of \"%2\" itself"_s.arg(
+                                           name, entity.name));
+                else if (index.properties.count(name) > 1)
+                    report(index.line, u"the index has \"%1\" twice"_s.arg(name));
+            }
         }
     }
 

@@ -63,6 +63,11 @@ struct Writer
         return {{u"name"_s, fetchTemplate.name}, {u"predicate"_s, fetchTemplate.predicate}};
     }
 
+    static QVariantMap toMap(const VXIndexDefinition &index)
+    {
+        return {{u"properties"_s, QVariant(index.properties).toList()}};
+    }
+
     static QVariantMap toMap(const VXEntityDefinition &entity)
     {
         QVariantMap map{{u"name"_s, entity.name},
@@ -72,6 +77,8 @@ struct Writer
         put(map, u"class"_s, entity.className);
         put(map, u"superentity"_s, entity.superentity);
         putFlag(map, u"abstract"_s, entity.isAbstract);
+        if (!entity.indexes.isEmpty())
+            map.insert(u"indexes"_s, listOf(entity.indexes));
         return map;
     }
 };
@@ -160,6 +167,13 @@ private:
         fetchTemplate.predicate = text(map, u"predicate"_s);
     }
 
+    void read(const QVariantMap &map, VXIndexDefinition &index)
+    {
+        const QVariantList names = take(map, u"properties"_s, QMetaType::fromType<QVariantList>(), true).toList();
+        for (const QVariant &name : names)
+            index.properties.append(name.toString());
+    }
+
     void read(const QVariantMap &map, VXEntityDefinition &entity)
     {
         entity.name = text(map, u"name"_s);
@@ -169,6 +183,8 @@ private:
         entity.attributes = list<VXAttributeDefinition>(map, u"attributes"_s);
         entity.relationships = list<VXRelationshipDefinition>(map, u"relationships"_s);
         entity.fetchTemplates = list<VXFetchTemplateDefinition>(map, u"fetchTemplates"_s);
+        if (map.contains(u"indexes"_s)) // models of earlier programs have none
+            entity.indexes = list<VXIndexDefinition>(map, u"indexes"_s);
     }
 
     QString _problem;

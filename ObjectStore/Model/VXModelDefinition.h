@@ -6,6 +6,7 @@
 
 #include <QtCore/QList>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
 /** What becomes of the objects at the other end when an object is deleted. */
@@ -53,6 +54,13 @@ struct VXFetchTemplateDefinition
     int line = 0;
 };
 
+/** An index over several properties: for fetches that compare the first of them and sort by the last. */
+struct VXIndexDefinition
+{
+    QStringList properties; // attributes and to-one relationships of the entity itself, in order
+    int line = 0;
+};
+
 struct VXEntityDefinition
 {
     QString name;
@@ -62,6 +70,7 @@ struct VXEntityDefinition
     QList<VXAttributeDefinition> attributes = {};
     QList<VXRelationshipDefinition> relationships = {};
     QList<VXFetchTemplateDefinition> fetchTemplates = {};
+    QList<VXIndexDefinition> indexes = {};
     int line = 0;
 };
 

@@ -141,8 +141,10 @@ private:
             entity.relationships.append(relationship(line));
         else if (takeWord(u"fetch"))
             entity.fetchTemplates.append(fetchTemplate(line));
+        else if (takeWord(u"index"))
+            entity.indexes.append(index(line));
         else
-            failExpecting(u"\"attribute\", \"relationship\", \"fetch\" or \"}\""_s);
+            failExpecting(u"\"attribute\", \"relationship\", \"fetch\", \"index\" or \"}\""_s);
     }
 
     VXAttributeDefinition attribute(int line)
@@ -213,6 +215,16 @@ private:
         fetchTemplate.predicate = take(Token::Kind::Text, u"a predicate in quotation marks"_s);
         expectMark(u";"_s);
         return fetchTemplate;
+    }
+
+    VXIndexDefinition index(int line)
+    {
+        VXIndexDefinition index{.properties = {}, .line = line};
+        do {
+            index.properties.append(name(u"the name of an attribute or relationship"_s));
+        } while (takeMark(u","));
+        expectMark(u";"_s);
+        return index;
     }
 
     // A value as it is written for the type; what does not fit it is found when the model is checked.

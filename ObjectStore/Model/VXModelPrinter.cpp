@@ -104,6 +104,8 @@ QString VXModelSource(const VXModelDefinition &definition)
             text += relationshipSource(relationship);
         for (const VXFetchTemplateDefinition &fetchTemplate : entity.fetchTemplates)
             text += u"    fetch %1 = %2;\n"_s.arg(fetchTemplate.name, quoted(fetchTemplate.predicate));
+        for (const VXIndexDefinition &index : entity.indexes)
+            text += u"    index %1;\n"_s.arg(index.properties.join(", "_L1));
         entities.append(text + "}\n"_L1);
     }
     return entities.join(u'\n');

@@ -96,7 +96,7 @@ VXModelToken VXModelScanner::next()
         ++_at;
         return {VXModelToken::Kind::Mark, u"[]"_s, line};
     }
-    if (u"{}():;="_s.contains(c))
+    if (u"{}():;=,"_s.contains(c))
         return {VXModelToken::Kind::Mark, c, line};
     return {VXModelToken::Kind::Bad, u"\"%1\" has no meaning here"_s.arg(c), line};
 }

@@ -15,7 +15,8 @@ struct VXSQLiteSchema::Table
 
     QString name;
     QList<Column> columns;
-    QString ending; // behind the columns
+    QString ending;                  // behind the columns
+    QList<QStringList> indexes = {}; // over several columns
 };
 
 namespace {
@@ -156,6 +157,12 @@ VXSQLiteSchema::Table VXSQLiteSchema::entityTable(const VXEntityDescription &roo
             if (const QString name = entityColumnName(*property->asRelationship()); !name.isNull())
                 made.columns.append({name, u"INTEGER"_s});
         }
+        for (const QList<const VXPropertyDescription *> &index : entity->indexes()) {
+            QStringList columns;
+            for (const VXPropertyDescription *const property : index)
+                columns.append(columnName(*property));
+            made.indexes.append(columns);
+        }
     }
     return made;
 }
@@ -202,6 +209,12 @@ VXSQLiteSchema::Additions VXSQLiteSchema::additions(const Existing &existing) co
             if (column.isIndexed && !existing.indexes.contains(index))
                 made.indexes.append(
                     u"CREATE INDEX %1 ON %2 (%3)"_s.arg(quoted(index), quoted(table.name), quoted(column.name)));
+        }
+        for (const QStringList &names : table.indexes) {
+            const QString index = table.name + u':' + names.join(u',');
+            if (!existing.indexes.contains(index))
+                made.indexes.append(u"CREATE INDEX %1 ON %2 (\"%3\")"_s.arg(quoted(index), quoted(table.name),
+                                                                            names.join("\", \""_L1)));
         }
         if (there.isEmpty())
             made.tables.append(u"CREATE TABLE %1 (%2%3"_s.arg(quoted(table.name), columns.join(", "_L1),

@@ -30,6 +30,7 @@ entity Call: Record (VXCall) {
     relationship caller: Person optional inverse calls;
     relationship tags: Tag[] inverse calls delete cascade;
     fetch callsOf = "caller.name == $NAME";
+    index number, caller, answered;
 }
 
 entity Person {
@@ -124,13 +125,20 @@ TEST(VXModelParserTest, MistakesAreFoundOnTheirLines)
         {QByteArray("entity A {\n attribute x: string = \"\0\";\n fetch f = \"\0\";\n}", 56),
          {u"2: no compiled model can hold this: A property list cannot hold a text with the character U+0000."_s,
           u"3: no compiled model can hold this: A property list cannot hold a text with the character U+0000."_s}},
+        {"entity A {\n attribute x: date;\n attribute t: date transient;\n relationship b: A[] inverse b;\n index x;\n"
+         " index x, t;\n index x, b, y;\n index x, x;\n}",
+         {u"5: an index is over several properties; of one say \"indexed\""_s,
+          u"6: \"t\" is no stored attribute or to-one relationship of \"A\" itself"_s,
+          u"7: \"b\" is no stored attribute or to-one relationship of \"A\" itself"_s,
+          u"7: \"y\" is no stored attribute or to-one relationship of \"A\" itself"_s,
+          u"8: the index has \"x\" twice"_s}},
         {"entity A {\n attribute d: date = \"yesterday\";\n}", {u"2: \"yesterday\" is no date (ISO 8601)"_s}},
         {"entity A {\n attribute self: string;\n attribute n\u00e4h: string;\n}",
          {u"2: \"self\" is a reserved word"_s,
           u"3: \"n\u00e4h\" is no name for an attribute or relationship: letters, digits and _ make one"_s}},
         {"entity A {\n attribute x: string = \"no end;\n}", {u"2: the text does not end on its line"_s}},
         {"entity A {",
-         {u"1: \"attribute\", \"relationship\", \"fetch\" or \"}\" expected, not the end"_s,
+         {u"1: \"attribute\", \"relationship\", \"fetch\", \"index\" or \"}\" expected, not the end"_s,
           u"1: the entity does not end: \"}\" is missing"_s}},
         {"nonsense", {u"1: \"entity\" expected, not \"nonsense\""_s}},
         {"\xff", {u"1: the file is not in UTF-8"_s}},
