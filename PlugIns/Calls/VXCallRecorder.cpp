@@ -5,10 +5,6 @@
 #include "VXManagedObjectContext.h"
 #include "VXMethodLog.h"
 
-#include <QtCore/QScopeGuard>
-
-#include <utility>
-
 using namespace Qt::StringLiterals;
 
 using Operator = VXPredicate::Operator;
@@ -98,36 +94,13 @@ std::optional<VXCallNews> VXCallRecorder::newsOf(const VXNotification &notificat
 
 void VXCallRecorder::eventWillBePosted(const VXNotification &notification)
 {
-    std::optional<VXCallNews> news = newsOf(notification);
-    if (!news)
+    const std::optional<VXCallNews> heard = newsOf(notification);
+    if (!heard)
         return;
-    {
-        const VXMutexLocker locker(_lock);
-        _waiting.push_back(*std::exchange(news, std::nullopt));
-        if (std::exchange(_isWriting, true))
-            return;
-    }
-    auto giveUp = qScopeGuard([this] { // something threw
-        const VXMutexLocker locker(_lock);
-        _isWriting = false;
+    _news.add(*heard, [this](const VXCallNews &news) {
+        if (record(news))
+            announceSave(news);
     });
-    while ((news = takeNext())) {
-        if (record(*news))
-            announceSave(*news);
-    }
-    giveUp.dismiss();
-}
-
-std::optional<VXCallNews> VXCallRecorder::takeNext()
-{
-    const VXMutexLocker locker(_lock);
-    if (_waiting.empty()) {
-        _isWriting = false;
-        return std::nullopt;
-    }
-    VXCallNews next = std::move(_waiting.front());
-    _waiting.pop_front();
-    return next;
 }
 
 bool VXCallRecorder::record(const VXCallNews &news)

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "VXCall.h"
-#include "VXMutex.h"
+#include "VXNewsQueue.h"
 #include "VXNotificationCenter.h"
 #include "VXPersistentStoreCoordinator.h"
 
-#include <deque>
 #include <optional>
 
 /**
@@ -24,13 +23,8 @@ public:
 
 private:
     std::optional<VXCallNews> newsOf(const VXNotification &notification) const;
-    /** The next in line, or none and the turn to write given up. */
-    std::optional<VXCallNews> takeNext();
     bool record(const VXCallNews &news);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
-    VXMutex _lock;
-    // Two events of one call must not both find that there is none: one thread at a time writes.
-    std::deque<VXCallNews> _waiting VX_GUARDED_BY(_lock);
-    bool _isWriting VX_GUARDED_BY(_lock) = false;
+    VXNewsQueue<VXCallNews> _news; // two events of one call must not both find that there is none
 };

@@ -1,25 +1,17 @@
 #include "VXEventText.h"
 #include "VXException.h"
 #include "VXFormDelivery.h"
-#include "VXMainThread.h"
-#include "VXMethodLog.h"
 #include "VXNone.h"
 #include "VXObjectValues.h"
+#include "VXOutboxSender.h"
 #include "VXPluginOptions.h"
 #include "VXPrincipalClass.h"
 #include "VXReactorPlugin.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QPointer>
-#include <QtCore/QTimer>
-
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
-// Commands that end sooner do not take up what was left by others.
-constexpr std::chrono::milliseconds firstRun = 2s;
 constexpr double standardTimeout = 30; // seconds
 
 VXFormField textField(const QString &name, const QString &text)
@@ -86,41 +78,11 @@ public:
 
     void pluginDidLoad() override
     {
-        const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
-        if (!outbox)
-            return;
-        _runner = std::make_unique<VXOutboxRunner>(VXFormDelivery::kind, *outbox, VXFormDelivery::deliver);
-        const QPointer<VXOutboxRunner> runner(_runner.get());
-        VXNotificationCenter::defaultCenter().addObserver(this, VXOutboxDidChangeNotification,
-                                                          [runner](const VXNotification &) {
-                                                              VXMainThread::perform([runner] {
-                                                                  if (runner)
-                                                                      runner->run();
-                                                              });
-                                                          });
-        QTimer::singleShot(firstRun, _runner.get(), &VXOutboxRunner::run);
+        if (const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox())
+            _sender.start(VXFormDelivery::kind, *outbox, VXFormDelivery::deliver);
     }
-
-    int pluginShouldUnload() override
-    {
-        if (!_runner || !_runner->isBusy())
-            return VXUnloadNow;
-        connect(
-            _runner.get(), &VXOutboxRunner::didBecomeIdle, this, [this] { replyToPluginShouldUnload(true); },
-            Qt::SingleShotConnection);
-        return VXUnloadLater;
-    }
-
-    /** What is being sent is sent; what waits is left to the next program. */
-    void pluginWillUnload() override
-    {
-        VXNotificationCenter::defaultCenter().removeObserver(this);
-        if (_runner)
-            _runner->stop();
-        while (_runner && _runner->isBusy())
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        _runner.reset();
-    }
+    int pluginShouldUnload() override { return _sender.shouldUnload(); }
+    void pluginWillUnload() override { _sender.stop(); }
 
 private:
     QUrl urlOption(const QVariantMap &options) const
@@ -180,7 +142,7 @@ private:
         throw VXException(u"WebPostException"_s, argument.isNull() ? text : text.arg(argument));
     }
 
-    std::unique_ptr<VXOutboxRunner> _runner; // main thread only
+    VXOutboxSender _sender{*this};
 };
 
 VX_PRINCIPAL_CLASS(WebPostPlugin)
