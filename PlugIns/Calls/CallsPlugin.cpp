@@ -1,5 +1,6 @@
 #include "VXCall.h"
 #include "VXCallRecorder.h"
+#include "VXCallSync.h"
 #include "VXDataPlugin.h"
 #include "VXEventManager.h"
 #include "VXManagedObjectClass.h"
@@ -30,6 +31,9 @@ public:
         const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
         if (!coordinator)
             return;
+        VXDeviceWork::offer(this, u"sync_calls"_s, u"read_calls"_s, [coordinator](const VXDeviceAction::Ptr &action) {
+            return std::make_shared<VXCallSync>(action, VXCallStore(coordinator));
+        });
         const auto recorder = std::make_shared<VXCallRecorder>(coordinator); // outlives a last call on another thread
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,

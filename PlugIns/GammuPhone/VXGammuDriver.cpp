@@ -8,8 +8,8 @@
 using namespace Qt::StringLiterals;
 using namespace VXGammuProtocol;
 
-VXGammuDriver::VXGammuDriver(const QString &program, Configure configure)
-    : _program(program), _configure(std::move(configure))
+VXGammuDriver::VXGammuDriver(const QString &program, Configure configure, Complete complete)
+    : _program(program), _configure(std::move(configure)), _complete(std::move(complete))
 {
 }
 
@@ -32,6 +32,8 @@ void VXGammuDriver::fail(const Job &job, const VXError &error)
     if (!job.action)
         return;
     job.action->disconnect(this);
+    if (!job.wasAsked && job.action->actionName() == "send_message"_L1 && !job.action->result().isValid())
+        job.action->setResult(QVariantMap{{u"failure"_s, u"later"_s}}); // it is certain that nothing was sent
     job.action->setError(error);
     job.action->conclude();
 }
@@ -40,7 +42,7 @@ void VXGammuDriver::fail(const Job &job, const VXError &error)
 
 void VXGammuDriver::enqueue(const VXDeviceAction::Ptr &action)
 {
-    const Job job{action, {}};
+    const Job job{.action = action, .items = {}};
     if (_isStopped)
         return fail(job, VXErrorFromGammu(VXGammuRefusal(u"The phone is not in use any more."_s)));
     _jobs.push_back(job);
@@ -60,6 +62,7 @@ void VXGammuDriver::askNext()
     if (!_process)
         start();
     const VXDeviceAction::Ptr action = _jobs.front().action;
+    _jobs.front().wasAsked = _isConnected;
     _process->send(action ? Request{.action = action->actionName(), .object = action->object()}
                           : Request{.action = u"state"_s, .object = {}});
 }
@@ -92,6 +95,8 @@ void VXGammuDriver::take(const QCborArray &message)
 {
     if (const auto properties = decode<Properties>(message)) {
         _isConnected = true;
+        if (_isAsking)
+            _jobs.front().wasAsked = true;
         Q_EMIT didTellProperties(properties->values);
     } else if (const auto event = decode<Event>(message)) {
         Q_EMIT didReport(event->name, event->step, event->object);
@@ -106,12 +111,16 @@ void VXGammuDriver::take(const QCborArray &message)
 void VXGammuDriver::takeProgress(const QCborArray &message)
 {
     Job &job = _jobs.front();
-    if (const auto item = decode<Item>(message))
-        job.items.append(item->value);
-    else if (const auto expected = decode<Expect>(message))
+    if (const auto item = decode<Item>(message)) {
+        QVariantMap record = item->value;
+        if (_complete)
+            _complete(record);
+        job.items.append(record);
+    } else if (const auto expected = decode<Expect>(message)) {
         job.action->setProgressMaxValue(expected->maximum);
-    else if (decode<Step>(message))
+    } else if (decode<Step>(message)) {
         job.action->incrementProgress();
+    }
 }
 
 // A request that reads has a result that lacks nothing but its items; so has one that was cut off once it had read some.

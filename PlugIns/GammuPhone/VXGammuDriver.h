@@ -21,8 +21,10 @@ class VXGammuDriver : public QObject
 public:
     /** The preferences that say how the phone is reached, asked anew for each connection. */
     using Configure = std::function<QVariantMap()>;
+    /** Adds to something that was read what only the device knows. */
+    using Complete = std::function<void(QVariantMap &record)>;
 
-    VXGammuDriver(const QString &program, Configure configure);
+    VXGammuDriver(const QString &program, Configure configure, Complete complete = {});
     ~VXGammuDriver() override;
 
     /** Connects if need be, has the request carried out, and concludes the action, which may be none (null): then only
@@ -48,6 +50,7 @@ private:
     {
         VXDeviceAction::Ptr action; // null: asks for the state
         QVariantList items;
+        bool wasAsked = false; // of a phone that was there
     };
 
     void askNext();
@@ -61,6 +64,7 @@ private:
 
     const QString _program;
     const Configure _configure;
+    const Complete _complete;                 // may be none
     std::unique_ptr<VXGammuProcess> _process; // null: not connected
     std::deque<Job> _jobs;                    // the first is asked for while _isAsking
     bool _isAsking = false;

@@ -65,7 +65,8 @@ bool VXGammuPhone::initWithURL(const QUrl &theURL)
 {
     if (!VXDevicePlugin::initWithURL(theURL))
         return false;
-    _driver = std::make_unique<VXGammuDriver>(program(), [this] { return configuration(); });
+    _driver = std::make_unique<VXGammuDriver>(
+        program(), [this] { return configuration(); }, [this](QVariantMap &record) { complete(record); });
     connect(_driver.get(), &VXGammuDriver::didTellProperties, this, &VXGammuPhone::setProperties);
     connect(_driver.get(), &VXGammuDriver::didClose, this, &VXGammuPhone::didClose);
     connect(_driver.get(), &VXGammuDriver::didFailToOpen, this, &VXGammuPhone::didFailToOpen);
@@ -140,8 +141,8 @@ void VXGammuPhone::registerActionHandlers()
             concludeWithoutPhone(*asked);
     };
     for (const QString &name :
-         {u"read_contacts"_s, u"write_contact"_s, u"delete_contact"_s, u"read_messages"_s, u"send_message"_s,
-          u"delete_message"_s, u"read_calls"_s, u"dial"_s, u"answer"_s, u"hang_up"_s})
+         {u"read_contacts"_s, u"write_contact"_s, u"delete_contact"_s, u"read_messages"_s, u"write_message"_s,
+          u"send_message"_s, u"delete_message"_s, u"read_calls"_s, u"dial"_s, u"answer"_s, u"hang_up"_s})
         registerActionHandler(name, VXDeviceActionHandler(this, enqueue), false);
 }
 
@@ -215,9 +216,24 @@ void VXGammuPhone::didFailToOpen(const VXError &error)
     setConnecting(false);
 }
 
+// What only the device knows of a call or message: whose it is, and of what lies on the phone, by which URL.
+void VXGammuPhone::complete(QVariantMap &record) const
+{
+    if (!record.contains(u"direction"_s))
+        return;
+    record.insert(u"device_url"_s, VXAbsoluteString(url()));
+    QStringList locations;
+    for (const QVariant &location : record.value(u"locations"_s).toList())
+        locations.append(location.toString());
+    if (!locations.isEmpty())
+        record.insert(u"url"_s, u"%1/messages/%2/%3"_s.arg(VXAbsoluteString(url()),
+                                                           record.value(u"memory"_s).toString(), locations.join(u'+')));
+}
+
 void VXGammuPhone::announce(const QString &name, const QString &subtype, const QVariantMap &object)
 {
     QVariantMap told = object;
+    complete(told);
     told.insert(u"device_url"_s, VXAbsoluteString(url()));
     VXCallPlugin(*this, "announce",
                  [&] { VXEventManager::sharedEventManager().postEventWithName(name, subtype, told); });

@@ -49,6 +49,7 @@ private:
     void setProperties(const QVariantMap &values);
     void didClose(const VXError &reason);
     void didFailToOpen(const VXError &error);
+    void complete(QVariantMap &record) const;
     void announce(const QString &name, const QString &subtype, const QVariantMap &object);
 
     const QString _program;

@@ -17,14 +17,18 @@ bool isPart(const GSM_SMSMessage &message)
     return message.UDH.AllParts > 1 && message.UDH.PartNumber > 0;
 }
 
+int referenceOf(const GSM_SMSMessage &part)
+{
+    return part.UDH.ID16bit > 0 ? part.UDH.ID16bit : part.UDH.ID8bit;
+}
+
 // What the parts of one message have in common. The reference is the sender's: it means nothing without the number.
 QString keyOfMessage(const GSM_SMSMessage &part)
 {
-    const int reference = part.UDH.ID16bit > 0 ? part.UDH.ID16bit : part.UDH.ID8bit;
     return u"%1 %2 %3 %4 %5"_s.arg(part.Folder)
         .arg(part.State == SMS_Sent || part.State == SMS_UnSent)
         .arg(part.UDH.AllParts)
-        .arg(reference)
+        .arg(referenceOf(part))
         .arg(VXTextFromGammu(part.Number));
 }
 
@@ -122,6 +126,10 @@ QVariantMap messageFromParts(const Parts &parts, const QStringList &folders, VXG
                         {u"state"_s, stateText(first.State)},
                         {u"partCount"_s, expected},
                         {u"isComplete"_s, int(parts.size()) == expected}};
+    if (parts.size() == 1 && expected > 1) { // for those who put it together
+        message.insert(u"reference"_s, referenceOf(first));
+        message.insert(u"partNumber"_s, first.UDH.PartNumber);
+    }
     VXAddParties(message, first.State != SMS_Sent && first.State != SMS_UnSent, VXTextFromGammu(first.Number));
     if (const QDateTime date = VXDateFromGammu(first.DateTime, zone); date.isValid())
         message.insert(u"date"_s, date);

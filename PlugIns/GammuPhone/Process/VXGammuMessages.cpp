@@ -19,6 +19,11 @@ QString cannotSend()
     return u"The message could not be sent: %1"_s;
 }
 
+QString cannotWrite()
+{
+    return u"The message could not be written: %1"_s;
+}
+
 QString cannotDelete()
 {
     return u"The message could not be deleted: %1"_s;
@@ -117,13 +122,40 @@ qsizetype encodedLength(const GSM_MultiSMSMessage &parts)
     return length;
 }
 
+// What an error of the first part says for certain; null when it may have been sent all the same.
+QString certainty(GSM_Error code)
+{
+    switch (code) {
+    case ERR_CANCELED: // before it was asked for
+    case ERR_NOSIM:
+    case ERR_SECURITYERROR:
+    case ERR_BUSY:
+    case ERR_NETWORK_ERROR:
+        return u"later"_s;
+    case ERR_TIMEOUT:
+    case ERR_ABORTED:
+    case ERR_UNKNOWNRESPONSE:
+    case ERR_FRAMENOTREQUESTED:
+        return {};
+    default:
+        return VXGammuSession::endsConnection(code) ? QString() : u"refused"_s; // the phone's answer
+    }
+}
+
+QVariantMap failed(const QString &how)
+{
+    return how.isNull() ? QVariantMap() : QVariantMap{{u"failure"_s, how}};
+}
+
 VXGammuFailure sendParts(VXGammuSession &session, VXGammuJob &job, GSM_MultiSMSMessage &parts)
 {
     GSM_SMSC centre{};
     centre.Location = 1;
     const GSM_Error known = session.call([&](auto *machine) { return GSM_GetSMSC(machine, &centre); });
-    if (VXGammuSession::endsConnection(known))
+    if (VXGammuSession::endsConnection(known)) {
+        job.setResult(failed(u"later"_s));
         return VXGammuTrouble(cannotSend(), known);
+    }
     job.expect(parts.Number);
     for (int at = 0; at < parts.Number; ++at) {
         GSM_SMSMessage &part = parts.SMS[at];
@@ -132,7 +164,10 @@ VXGammuFailure sendParts(VXGammuSession &session, VXGammuJob &job, GSM_MultiSMSM
         const GSM_Error code = job.isCancelled() ? ERR_CANCELED : session.waitUntilSent([&](GSM_StateMachine *machine) {
             return GSM_SendSMS(machine, &part);
         });
-        job.setResult(QVariantMap{{u"partCount"_s, parts.Number}, {u"sentCount"_s, at + (code == ERR_NONE)}});
+        QVariantMap result{{u"partCount"_s, parts.Number}, {u"sentCount"_s, at + (code == ERR_NONE)}};
+        if (code != ERR_NONE && at == 0)
+            result.insert(failed(certainty(code)));
+        job.setResult(result);
         if (code != ERR_NONE)
             return at == 0
                        ? VXGammuTrouble(cannotSend(), code)
@@ -149,6 +184,39 @@ QVariantList locationsOf(const QVariantMap &message)
     if (message.contains(u"locations"_s))
         return message.value(u"locations"_s).toList();
     return message.contains(u"location"_s) ? QVariantList{message.value(u"location"_s)} : QVariantList();
+}
+
+GSM_SMS_State stateOf(const QVariantMap &message)
+{
+    const QVariant state = message.value(u"state"_s);
+    const QStringList words{u"unsent"_s, u"unread"_s, u"sent"_s, u"read"_s}; // in the order of their numbers
+    switch (words.contains(state.toString()) ? words.indexOf(state.toString()) : state.toInt()) {
+    case 0:
+        return SMS_UnSent;
+    case 1:
+        return SMS_UnRead;
+    case 2:
+        return SMS_Sent;
+    default:
+        return SMS_Read;
+    }
+}
+
+// The locations count through all folders and memories: they name the folder too.
+GSM_Error setState(VXGammuSession &session, int location, GSM_SMS_State state)
+{
+    const auto there = std::make_unique<GSM_MultiSMSMessage>();
+    there->Number = 1;
+    there->SMS[0].Location = location;
+    const GSM_Error found = session.call([&](auto *machine) { return GSM_GetSMS(machine, there.get()); });
+    // Phones with AT commands have marked it as read by this; they could only replace it by another.
+    if (found != ERR_NONE || there->SMS[0].State == state || !session.takesCards())
+        return found;
+    GSM_SMSMessage &part = there->SMS[0];
+    part.Folder = 0;
+    part.Location = location;
+    part.State = state;
+    return session.call([&](auto *machine) { return GSM_SetSMS(machine, &part); });
 }
 
 // Nothing, when the message of that memory, and from that number, lies there; else why it is not to be touched.
@@ -176,6 +244,40 @@ VXGammuZone zoneOf(const VXGammuSession &session)
     return session.takesCards() ? VXGammuZone::Local : VXGammuZone::Told;
 }
 
+// Writes the message as a new one, part by part; what was written before a part failed is taken back.
+VXGammuFailure add(VXGammuSession &session, VXGammuJob &job)
+{
+    const QVariantMap message = job.object().toMap();
+    const QString text = message.value(u"text"_s).toString();
+    if (const VXGammuFailure refused = VXGammuGate::checkMessage(text))
+        return refused;
+    const auto parts = std::make_unique<GSM_MultiSMSMessage>();
+    GSM_Error code =
+        session.call([&](GSM_StateMachine *) { return encode(message.value(u"number"_s).toString(), text, *parts); });
+    trimParts(*parts);
+    const bool isIncoming = message.value(u"direction"_s).toInt() != 0;
+    const QDateTime date = message.value(u"date"_s).toDateTime();
+    QVariantList locations;
+    for (GSM_SMSMessage &part : std::span(parts->SMS, size_t(code == ERR_NONE ? parts->Number : 0))) {
+        part.State = stateOf(message);
+        part.Folder = isIncoming ? 1 : 2;
+        part.PDU = isIncoming ? SMS_Deliver : SMS_Submit;
+        if (date.isValid())
+            part.DateTime = VXDateToGammu(date.toLocalTime());
+        code = session.call([&](auto *machine) { return GSM_AddSMS(machine, &part); });
+        if (code != ERR_NONE)
+            break;
+        locations.append(part.Location);
+    }
+    if (code == ERR_NONE) {
+        job.setResult(QVariantMap{{u"locations"_s, locations}});
+        return {};
+    }
+    for (qsizetype at = 0; at < locations.size(); ++at)
+        session.call([&](auto *machine) { return GSM_DeleteSMS(machine, &parts->SMS[at]); });
+    return VXGammuTrouble(cannotWrite(), code);
+}
+
 } // namespace
 
 VXGammuFailure VXGammuMessages::read(VXGammuSession &session, VXGammuJob &job)
@@ -187,11 +289,16 @@ VXGammuFailure VXGammuMessages::read(VXGammuSession &session, VXGammuJob &job)
     const GSM_Error code = readParts(session, job, reading, parts);
     for (const QVariant &message : VXMessagesFromGammu(parts, folders, zoneOf(session)))
         reading.addItem(message.toMap());
-    return reading.finish(u"The messages could not be read: %1"_s, code);
+    const VXGammuFailure failure = reading.finish(u"The messages could not be read: %1"_s, code);
+    QVariantMap result = job.result();
+    result.insert(u"marksAsRead"_s, !session.takesCards());
+    job.setResult(result);
+    return failure;
 }
 
 VXGammuFailure VXGammuMessages::send(VXGammuSession &session, VXGammuJob &job)
 {
+    job.setResult(failed(u"refused"_s)); // until it is asked of the phone
     const QVariantMap message = job.object().toMap();
     const QString number = VXGammuGate::dialableNumber(message.value(u"number"_s).toString());
     const QString text = message.value(u"text"_s).toString();
@@ -208,6 +315,24 @@ VXGammuFailure VXGammuMessages::send(VXGammuSession &session, VXGammuJob &job)
         return VXGammuRefusal(u"The message is too long: it takes more than %1 parts."_s,
                               {QString::number(GSM_MAX_MULTI_SMS)});
     return sendParts(session, job, *parts);
+}
+
+VXGammuFailure VXGammuMessages::write(VXGammuSession &session, VXGammuJob &job)
+{
+    const QVariantMap message = job.object().toMap();
+    const QVariantList locations = locationsOf(message);
+    if (locations.isEmpty())
+        return add(session, job);
+    for (const QVariant &location : locations) { // all, before the first is changed
+        if (const VXGammuFailure failure = checkPlace(session, message, VXLocationFromVariant(location)))
+            return failure;
+    }
+    for (const QVariant &location : locations) {
+        if (const GSM_Error code = setState(session, VXLocationFromVariant(location), stateOf(message));
+            code != ERR_NONE)
+            return VXGammuTrouble(cannotWrite(), code);
+    }
+    return {};
 }
 
 VXGammuFailure VXGammuMessages::remove(VXGammuSession &session, VXGammuJob &job)

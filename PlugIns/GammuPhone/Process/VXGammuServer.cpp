@@ -78,8 +78,8 @@ VXGammuFailure VXGammuServer::work(const QString &action, VXGammuJob &job)
     static const QHash<QString, Work> works{
         {u"read_contacts"_s, &VXGammuContacts::read},    {u"write_contact"_s, &VXGammuContacts::write},
         {u"delete_contact"_s, &VXGammuContacts::remove}, {u"read_messages"_s, &VXGammuMessages::read},
-        {u"send_message"_s, &VXGammuMessages::send},     {u"delete_message"_s, &VXGammuMessages::remove},
-        {u"read_calls"_s, &VXGammuCalls::read},
+        {u"send_message"_s, &VXGammuMessages::send},     {u"write_message"_s, &VXGammuMessages::write},
+        {u"delete_message"_s, &VXGammuMessages::remove}, {u"read_calls"_s, &VXGammuCalls::read},
     };
     using CallWork = VXGammuFailure (VXGammuCalls::*)(VXGammuSession &, VXGammuJob &);
     static const QHash<QString, CallWork> callWorks{

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "VXMessageStore.h"
+
+#include <QtCore/QStringList>
+
+/**
+ * Takes messages from a file that another program wrote: a backup of gammu, or the XML of backup programs on Android. They are
+ * filed in the root folders that fit; one that is anywhere in the store already is left out, so that importing again changes
+ * nothing. Saved in portions. On one thread.
+ */
+class VX_EXPORT VXMessageImport
+{
+public:
+    explicit VXMessageImport(const VXMessageStore &store) : _store(store) {}
+
+    /** False, with an error, when the file cannot be read at all, is of no known form, or the messages cannot be saved. */
+    [[nodiscard]] bool run(const QString &path, VXError *error = nullptr);
+
+    qsizetype addedCount() const { return _addedCount; }
+    qsizetype knownCount() const { return _knownCount; }
+    /** What could not be read, with the line; empty for nothing. */
+    const QStringList &problems() const { return _problems; }
+
+private:
+    bool add(const QList<VXMessageRecord> &records, VXError *error);
+
+    const VXMessageStore _store;
+    qsizetype _addedCount = 0;
+    qsizetype _knownCount = 0;
+    QStringList _problems;
+};

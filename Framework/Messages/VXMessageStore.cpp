@@ -1,0 +1,233 @@
+#include "VXMessageStore.h"
+
+#include "MessageDataConstants.h"
+#include "VXDataManager.h"
+#include "VXDeviceURL.h"
+#include "VXMutex.h"
+#include "VXConversationKey.h"
+#include "VXSmartFilter.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+using Folder = VXManagedObjectPtr;
+using Operator = VXPredicate::Operator;
+
+const QString VXMessageStore::storeName = u"messages"_s;
+const QString VXMessageStore::entityName = u"VXMessage"_s;
+
+namespace {
+
+const QString folderKey = u"folder"_s;
+const QString smartEntity = u"VXSmartDeviceFolder"_s;
+
+// Two threads must not both find that a phone has no folder.
+VXMutex &makingFolders()
+{
+    static VXMutex lock;
+    return lock;
+}
+
+VXPredicate equals(const QString &key, const QVariant &value)
+{
+    return VXPredicate::comparison(VXExpression::keyPath(key), Operator::Equal, VXExpression::constant(value));
+}
+
+Folder folderOf(const Folder &object, const QString &key)
+{
+    return object->valueForKey(key).value<Folder>();
+}
+
+// Which messages of a phone a root folder shows.
+struct Shown
+{
+    QString rootName;
+    QString condition;
+};
+const QList<Shown> &shownInRootFolders()
+{
+    static const QList<Shown> shown{{VXInboxFolder, u"direction == 1"_s},
+                                    {VXSentFolder, u"direction == 0 AND state != 0"_s},
+                                    {VXDraftsFolder, u"direction == 0 AND state == 0"_s}};
+    return shown;
+}
+
+void addSmartFolders(const Folder &device, VXManagedObjectContext &context)
+{
+    for (const Shown &shown : shownInRootFolders()) {
+        const Folder smart = context.insertNewObject(smartEntity);
+        smart->setValueForKey(QVariant::fromValue(device), u"deviceFolder"_s);
+        smart->setValueForKey(QVariant::fromValue(VXFetchRootFolder(shown.rootName, &context)), u"parent"_s);
+        const VXManagedObjectPtr filter = context.insertNewObject(u"VXFolderFilter"_s);
+        if (auto *const conditions = dynamic_cast<VXSmartFilter *>(filter.get()))
+            conditions->setPredicate(*VXPredicate::predicateWithFormat(shown.condition));
+        smart->setValueForKey(QVariant::fromValue(filter), u"filter"_s);
+    }
+}
+
+// The condition under which a folder itself, without those below, shows a message. None, with the reason, without one.
+std::optional<VXPredicate> conditionOf(const Folder &folder, VXError *error)
+{
+    if (folder->entity().name() != smartEntity)
+        return equals(folderKey, QVariant::fromValue(folder));
+    const VXPredicate isThere = equals(folderKey, QVariant::fromValue(folderOf(folder, u"deviceFolder"_s)));
+    const VXManagedObjectPtr filter = folderOf(folder, u"filter"_s);
+    const auto *const conditions = dynamic_cast<const VXSmartFilter *>(filter.get());
+    const std::optional<VXPredicate> predicate = conditions ? conditions->predicate(error) : VXPredicate();
+    return predicate ? std::optional(VXPredicate::allOf({isThere, *predicate})) : std::nullopt;
+}
+
+VXFetchRequest newestFirst(const VXPersistentStoreCoordinator &coordinator, const VXPredicate &predicate)
+{
+    VXFetchRequest request(*coordinator.model().entityForName(VXMessageStore::entityName));
+    request.predicate = predicate;
+    request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
+    return request;
+}
+
+QVariant noneOr(const QString &text)
+{
+    return text.isNull() ? QVariant() : QVariant(text);
+}
+
+QVariant noneOr(const QDateTime &date)
+{
+    return date.isValid() ? QVariant(date.toUTC()) : QVariant();
+}
+
+} // namespace
+
+std::optional<VXMessageStore> VXMessageStore::sharedStore()
+{
+    const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(storeName);
+    return coordinator ? std::optional(VXMessageStore(coordinator)) : std::nullopt;
+}
+
+// -- Folders
+
+VXManagedObjectPtr VXMessageStore::deviceFolder(const QUrl &anyURL, VXManagedObjectContext &context,
+                                                VXError *error) const
+{
+    const VXMutexLocker locker(makingFolders());
+    if (Folder found = VXFetchDeviceFolder(anyURL, &context))
+        return found;
+    VXManagedObjectContext own(_coordinator); // the caller's changes are not to be saved along
+    const Folder folder = own.insertNewObject(u"VXDeviceFolder"_s);
+    folder->setValueForKey(VXAbsoluteString(VXGetDeviceURLFromURL(anyURL)), u"url_search"_s);
+    addSmartFolders(folder, own);
+    return own.save(error) ? context.existingObjectWithID(folder->objectID(), error) : Folder();
+}
+
+std::optional<QList<VXManagedObjectPtr>> VXMessageStore::folders(VXManagedObjectContext &context, VXError *error) const
+{
+    const VXFetchRequest request(*_coordinator->model().entityForName(u"VXMessageFolder"_s));
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    if (!found)
+        return std::nullopt;
+    QList<Folder> folders;
+    for (const Folder &folder : *found) {
+        if (folder->entity().name() != smartEntity)
+            folders.append(folder);
+    }
+    const auto place = [](const Folder &folder) {
+        const QStringList order{u"VXRootFolder"_s, u"VXUserFolder"_s, u"VXDeviceFolder"_s};
+        return std::tuple(order.indexOf(folder->entity().name()), folder->valueForKey(u"index"_s).toInt(),
+                          folderTitle(folder));
+    };
+    std::ranges::sort(folders, {}, place);
+    return folders;
+}
+
+QString VXMessageStore::folderTitle(const VXManagedObjectPtr &folder)
+{
+    for (const QString &key : {u"name"_s, u"root_name"_s, u"url_search"_s}) {
+        const bool hasKey = folder->entity().propertyForName(key) != nullptr;
+        if (const QString title = hasKey ? folder->valueForKey(key).toString() : QString(); !title.isEmpty())
+            return title;
+    }
+    return {};
+}
+
+VXManagedObjectPtr VXMessageStore::folderForText(const QString &text, VXManagedObjectContext &context) const
+{
+    const VXManagedObjectID named = _coordinator->objectIDForURIRepresentation(QUrl(text));
+    const VXEntityDescription &kind = *_coordinator->model().entityForName(u"VXMessageFolder"_s);
+    if (!named.isNull() && named.entity().isKindOfEntity(kind))
+        return context.existingObjectWithID(named);
+    const QList<Folder> all = folders(context).value_or(QList<Folder>());
+    const auto found = std::ranges::find_if(
+        all, [&](const Folder &folder) { return folderTitle(folder).compare(text, Qt::CaseInsensitive) == 0; });
+    return found == all.end() ? Folder() : *found;
+}
+
+// -- What is in them
+
+std::optional<VXFetchRequest> VXMessageStore::messagesOfFolder(const VXManagedObjectPtr &folder, VXError *error) const
+{
+    QList<VXPredicate> conditions;
+    QList<Folder> shown{folder};
+    for (const VXManagedObjectPtr &child :
+         folder->relatedObjects(folder->entity().propertyForName(u"children"_s)->index())) {
+        if (child->entity().name() == smartEntity)
+            shown.append(child);
+    }
+    for (const Folder &each : std::as_const(shown)) {
+        const std::optional<VXPredicate> condition = conditionOf(each, error);
+        if (!condition)
+            return std::nullopt;
+        conditions.append(*condition);
+    }
+    return newestFirst(*_coordinator, conditions.size() == 1 ? conditions.first() : VXPredicate::anyOf(conditions));
+}
+
+VXFetchRequest VXMessageStore::messagesOfConversation(const QString &conversation) const
+{
+    return newestFirst(*_coordinator, equals(u"conversation"_s, noneOr(conversation)));
+}
+
+// -- Messages
+
+VXManagedObjectPtr VXMessageStore::insertMessage(const VXMessageRecord &record, const VXManagedObjectPtr &folder)
+{
+    const VXManagedObjectPtr message = folder->managedObjectContext()->insertNewObject(entityName);
+    message->setValueForKey(noneOr(record.text), u"text"_s);
+    message->setValueForKey(noneOr(record.date), u"date"_s);
+    message->setValueForKey(static_cast<int>(record.state), u"state"_s);
+    message->setValueForKey(static_cast<int>(record.direction), u"direction"_s);
+    message->setValueForKey(noneOr(record.from), u"from"_s);
+    message->setValueForKey(noneOr(record.to), u"to"_s);
+    message->setValueForKey(noneOr(record.deviceURL), u"device_url"_s);
+    message->setValueForKey(noneOr(record.url), u"url"_s);
+    message->setValueForKey(QVariant::fromValue(folder), folderKey);
+    return message;
+}
+
+bool VXMessageStore::isSameMessage(const VXMessageRecord &record, const VXManagedObjectPtr &message)
+{
+    const VXMessageRecord other(QVariant::fromValue(message));
+    return record.direction == other.direction && record.text == other.text && record.date == other.date &&
+           VXConversationKey(record.otherParty()) == VXConversationKey(other.otherParty());
+}
+
+std::optional<QList<VXManagedObjectPtr>> VXMessageStore::findMessages(const VXMessageRecord &record,
+                                                                      const VXManagedObjectPtr &folder,
+                                                                      VXManagedObjectContext &context,
+                                                                      VXError *error) const
+{
+    VXFetchRequest request(*_coordinator->model().entityForName(entityName));
+    QList<VXPredicate> conditions{equals(u"conversation"_s, noneOr(VXConversationKey(record.otherParty()))),
+                                  equals(u"date"_s, noneOr(record.date))};
+    if (folder)
+        conditions.append(equals(folderKey, QVariant::fromValue(folder)));
+    request.predicate = VXPredicate::allOf(conditions);
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    if (!found)
+        return std::nullopt;
+    QList<VXManagedObjectPtr> same;
+    for (const VXManagedObjectPtr &message : *found) {
+        if (isSameMessage(record, message))
+            same.append(message);
+    }
+    return same;
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXFrameworkExport.h"
+#include "VXManagedObjectContext.h"
+#include "VXMessageRecord.h"
+
+#include <QtCore/QUrl>
+
+#include <optional>
+
+/**
+ * The store "messages" of the plugin that ships: its folders, what they show, conversations, and messages as records. Any
+ * thread; contexts and objects on the thread of their context.
+ */
+class VX_EXPORT VXMessageStore
+{
+public:
+    static const QString storeName;  // "messages"
+    static const QString entityName; // "VXMessage"
+
+    /** None, logged, when the store is not there. On another thread than the main one the first call waits for that. */
+    static std::optional<VXMessageStore> sharedStore();
+    explicit VXMessageStore(const VXPersistentStoreCoordinator::Ptr &coordinator) : _coordinator(coordinator) {}
+
+    const VXPersistentStoreCoordinator::Ptr &coordinator() const { return _coordinator; }
+
+    // -- Folders
+    /** The folder of a phone, made with the smart folders that show what lies in it, and saved, when it has none yet. Null,
+     *  with an error, when that cannot be saved. */
+    [[nodiscard]] VXManagedObjectPtr deviceFolder(const QUrl &anyURL, VXManagedObjectContext &context,
+                                                  VXError *error = nullptr) const;
+    /** All but the smart ones that only show what others hold, in the order in which people see them. */
+    [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> folders(VXManagedObjectContext &context,
+                                                                   VXError *error = nullptr) const;
+    /** What people call it: a root folder's root name, a phone's URL, else its name. */
+    static QString folderTitle(const VXManagedObjectPtr &folder);
+    /** The folder with that title, in any case of letters, or that URI; null for none. */
+    [[nodiscard]] VXManagedObjectPtr folderForText(const QString &text, VXManagedObjectContext &context) const;
+
+    // -- What is in them, newest first
+    /** The messages of a folder; of a smart one what its filter lets through, and of any folder also what the smart ones
+     *  below it show. None, with the reason, when a filter does not work. */
+    [[nodiscard]] std::optional<VXFetchRequest> messagesOfFolder(const VXManagedObjectPtr &folder,
+                                                                 VXError *error = nullptr) const;
+    /** The messages with one other party, whichever way they went (VXConversationKey): one indexed fetch. */
+    [[nodiscard]] VXFetchRequest messagesOfConversation(const QString &conversation) const;
+
+    // -- Messages
+    /** A new message in a folder of the context. */
+    static VXManagedObjectPtr insertMessage(const VXMessageRecord &record, const VXManagedObjectPtr &folder);
+    /** The same way, party, text and date, whatever its state and place. */
+    static bool isSameMessage(const VXMessageRecord &record, const VXManagedObjectPtr &message);
+    /** All that are the same message, in that folder, or with null in any; none when they cannot be read. */
+    [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> findMessages(const VXMessageRecord &record,
+                                                                        const VXManagedObjectPtr &folder,
+                                                                        VXManagedObjectContext &context,
+                                                                        VXError *error = nullptr) const;
+
+private:
+    VXPersistentStoreCoordinator::Ptr _coordinator;
+};

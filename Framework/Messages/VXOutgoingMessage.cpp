@@ -1,0 +1,65 @@
+#include "VXOutgoingMessage.h"
+
+#include "MessageDataConstants.h"
+#include "VXDeviceURL.h"
+#include "VXErrorDomain.h"
+#include "VXFramework.h"
+#include "VXPhonebookString.h"
+#include "VXPhoneNumber.h"
+
+using namespace Qt::StringLiterals;
+
+const QString VXOutgoingMessage::kind = u"message"_s;
+
+VXOutgoingMessage::VXOutgoingMessage(const VXOutboxEntry &entry)
+    : to(entry.payload.value(u"to"_s).toString()), text(entry.payload.value(u"text"_s).toString()),
+      device(entry.payload.value(u"device_url"_s).toString()), messageURI(entry.payload.value(u"message"_s).toString())
+{
+}
+
+QString VXOutgoingMessage::number() const
+{
+    QString value;
+    const bool isAddress = VXPhonebookStringSplit(to, nullptr, &value);
+    return isAddress && VXIsValidPhoneNumber(value) && !value.contains(u'@') ? value : QString();
+}
+
+VXMessageRecord VXOutgoingMessage::record() const
+{
+    VXMessageRecord record;
+    record.to = to;
+    record.text = text;
+    record.deviceURL = VXAbsoluteString(device);
+    return record;
+}
+
+std::optional<qint64> VXOutgoingMessage::send(const QString &to, const QString &text, const QUrl &device,
+                                              const VXMessageStore &store, const VXOutbox &outbox, VXError *error)
+{
+    VXOutgoingMessage message;
+    message.to = to;
+    message.text = text;
+    message.device = device;
+    if (message.number().isNull()) {
+        VXSetError(error, VXMakeError(VXLocalizedString(u"\"%1\" has no phone number."_s).arg(to)));
+        return std::nullopt;
+    }
+    VXManagedObjectContext context(store.coordinator());
+    VXMessageRecord record = message.record();
+    record.date = QDateTime::currentDateTimeUtc();
+    const VXManagedObjectPtr draft = VXMessageStore::insertMessage(record, VXFetchRootFolder(VXDraftsFolder, &context));
+    if (!context.save(error))
+        return std::nullopt;
+    const QString destination = VXAbsoluteString(device);
+    const auto number = outbox.add(kind, destination, text.simplified().left(60), // as much as a line has room for
+                                   {{u"to"_s, to},
+                                    {u"text"_s, text},
+                                    {u"device_url"_s, destination},
+                                    {u"message"_s, draft->objectID().uriRepresentation().toString()}},
+                                   error);
+    if (!number) { // else it would stay among the drafts, as if it were to be sent
+        context.deleteObject(draft);
+        context.save();
+    }
+    return number;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXFrameworkExport.h"
+#include "VXMessageStore.h"
+#include "VXOutbox.h"
+
+#include <QtCore/QUrl>
+
+/**
+ * A message that is to be sent: an entry of the outbox (kind "message", its destination the phone) and, until it is sent, a
+ * message among the drafts.
+ */
+struct VX_EXPORT VXOutgoingMessage
+{
+    static const QString kind; // of its entries in the outbox: "message"
+
+    QString to = {}; // a phonebook string
+    QString text = {};
+    QUrl device = {};     // by which it is sent
+    QUrl messageURI = {}; // of the draft
+
+    VXOutgoingMessage() = default;
+    explicit VXOutgoingMessage(const VXOutboxEntry &entry);
+
+    /** The number alone; null when it has none. */
+    QString number() const;
+    VXMessageRecord record() const;
+
+    /** Files it among the drafts and puts it into the outbox; both are on the disk then. @return the entry's number; none, with
+     *  an error, when it has no number or cannot be kept. Any thread. */
+    [[nodiscard]] static std::optional<qint64> send(const QString &to, const QString &text, const QUrl &device,
+                                                    const VXMessageStore &store, const VXOutbox &outbox,
+                                                    VXError *error = nullptr);
+};

@@ -1,0 +1,38 @@
+#include "VXConversationKey.h"
+
+#include "VXPhonebookList.h"
+#include "VXPhonebookString.h"
+#include "VXPhoneNumber.h"
+
+#include <QtCore/QStringList>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString searchFormOfAddress(const QString &address)
+{
+    const QString number = VXPhoneNumberSearchString(address);
+    return address.contains(u'@') || number.isEmpty() ? address.toLower() : number;
+}
+
+QString keyOfItem(const QString &item)
+{
+    QString value;
+    const bool isAddress = VXPhonebookStringSplit(item, nullptr, &value);
+    return isAddress ? searchFormOfAddress(value) : item.toLower();
+}
+
+} // namespace
+
+QString VXConversationKey(const QString &phonebookStrings)
+{
+    if (phonebookStrings.isNull())
+        return {};
+    QStringList keys = VXUnpackPhonebookStrings(phonebookStrings, true);
+    std::ranges::transform(keys, keys.begin(), keyOfItem);
+    keys.sort(); // a group is the same group in any order
+    return keys.join(", "_L1);
+}

@@ -1,0 +1,59 @@
+#include "VXDeviceWork.h"
+
+#include "VXMainThread.h"
+#include "VXPluginGuard.h"
+
+using namespace Qt::StringLiterals;
+
+void VXDeviceWork::offer(QObject *owner, const QString &name, const QString &neededAction, const Maker &make)
+{
+    VXNotificationCenter::defaultCenter().addObserver(
+        owner, VXDevicePluginDidAddDeviceNotification, [=](const VXNotification &notification) {
+            offerTo(notification.object.value<VXDevicePlugin *>(), owner, name, neededAction, make);
+        });
+    for (const VXDevicePlugin::Ptr &device : VXDevicePlugin::liveDevices())
+        offerTo(device.get(), owner, name, neededAction, make);
+}
+
+void VXDeviceWork::offerTo(VXDevicePlugin *device, QObject *owner, const QString &name, const QString &neededAction,
+                           const Maker &make)
+{
+    if (device == nullptr || !device->actionNames().contains(neededAction))
+        return;
+    const auto begin = [make](VXDeviceAction *action) {
+        VXMainThread::perform([make, asked = std::static_pointer_cast<VXDeviceAction>(action->shared_from_this())] {
+            make(asked)->start();
+        });
+    };
+    device->registerActionHandler(name, VXDeviceActionHandler(owner, begin), false);
+}
+
+void VXDeviceWork::perform(const QString &name, const QVariant &object, const QString &statusText, const Then &then)
+{
+    if (_whole->isCancelled())
+        return _whole->conclude();
+    const VXDeviceAction::Ptr part = VXDeviceAction::actionWithName(name);
+    part->setObject(object);
+    _whole->setStatusText(statusText);
+    QObject::connect(_whole.get(), &VXDeviceAction::cancelRequested, part.get(),
+                     [part = part.get()] { part->cancel(); });
+    QObject::connect(part.get(), &VXDeviceAction::progressDidChange, _whole.get(),
+                     [whole = _whole.get(), part = part.get()] {
+                         if (const VXActivity::Ptr activity = part->activity()) {
+                             whole->setProgressMaxValue(activity->maxValue());
+                             whole->setProgressValue(activity->doubleValue());
+                         }
+                     });
+    const auto conclude = [self = shared_from_this(), then](VXDeviceAction *concluded) {
+        concluded->disconnect(self->_whole.get());
+        self->_whole->disconnect(concluded);
+        then(*concluded);
+    };
+    VXCallPlugin(*_whole->device(), "executeWithDevice", [&] { part->executeWithDevice(_whole->device(), conclude); });
+}
+
+bool VXDeviceWork::isOver() const
+{
+    const QVariant isConnected = _whole->device()->property("isConnected");
+    return _whole->isCancelled() || (isConnected.isValid() && !isConnected.toBool());
+}

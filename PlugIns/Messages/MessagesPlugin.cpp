@@ -1,0 +1,71 @@
+#include "VXDataManager.h"
+#include "VXDataPlugin.h"
+#include "VXEventManager.h"
+#include "VXManagedObjectClass.h"
+#include "VXMessage.h"
+#include "VXMessageDelivery.h"
+#include "VXMessageRecorder.h"
+#include "VXMessageSync.h"
+#include "VXOutboxSender.h"
+#include "VXOutgoingMessage.h"
+#include "VXPrincipalClass.h"
+#include "VXRootFolders.h"
+
+using namespace Qt::StringLiterals;
+
+/** Keeps messages and their folders, in the store "messages", and sends those that are to be sent. */
+class MessagesPlugin : public VXDataPlugin
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE MessagesPlugin() { VXManagedObjectClass::registerClass<VXMessage>(VXMessageStore::entityName); }
+
+    QStringList dataModelPaths() const override
+    {
+        return VXDataPlugin::dataModelPaths() << VXDataManager::smartFilterDataModelPath();
+    }
+
+    bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error) override
+    {
+        return VXProvideRootFolders(context, dataStorePath() + "/folders.lock"_L1, error);
+    }
+
+    void pluginDidLoad() override
+    {
+        const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
+        if (!coordinator)
+            return;
+        const VXMessageStore store(coordinator);
+        const auto recorder = std::make_shared<VXMessageRecorder>(store); // outlives a last message on another thread
+        VXNotificationCenter::defaultCenter().addObserver(
+            this, VXEventManagerWillPostEventNotification,
+            [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });
+        VXDeviceWork::offer(this, u"sync_messages"_s, u"read_messages"_s, [store](const VXDeviceAction::Ptr &action) {
+            return std::make_shared<VXMessageSync>(action, store);
+        });
+        const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
+        if (!outbox)
+            return;
+        VXMessageDelivery::fileAllSent(*outbox, store); // before entries are forgotten
+        _sender.start(VXOutgoingMessage::kind, *outbox, VXMessageDelivery::deliver);
+        connect(_sender.runner(), &VXOutboxRunner::didTry, this,
+                [store](const VXOutboxEntry &entry) { VXMessageDelivery::fileIfSent(entry, store); });
+    }
+
+    int pluginShouldUnload() override { return _sender.shouldUnload(); }
+
+    void pluginWillUnload() override
+    {
+        _sender.stop();
+        VXNotificationCenter::defaultCenter().removeObserver(this);
+        VXManagedObjectClass::removeClass(VXMessageStore::entityName);
+    }
+
+private:
+    VXOutboxSender _sender{*this};
+};
+
+VX_PRINCIPAL_CLASS(MessagesPlugin)
+
+#include "MessagesPlugin.moc"

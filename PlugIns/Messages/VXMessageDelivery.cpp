@@ -1,0 +1,95 @@
+#include "VXMessageDelivery.h"
+
+#include "MessageDataConstants.h"
+#include "VXBundle.h"
+#include "VXMethodLog.h"
+#include "VXOutgoingMessage.h"
+#include "VXPluginGuard.h"
+
+using namespace Qt::StringLiterals;
+
+using Outcome = VXOutboxDelivery::Outcome;
+
+namespace {
+
+QString localized(const QString &text)
+{
+    const VXBundle::Ptr bundle = VXBundle::bundleWithIdentifier(u"com.halvern.VNX2.plugin.messages"_s);
+    return bundle ? bundle->localizedStringForKey(text) : text;
+}
+
+QString textOf(const VXError &error)
+{
+    const QString suggestion = error.localizedRecoverySuggestion();
+    return suggestion.isEmpty() ? error.localizedDescription()
+                                : error.localizedDescription() + " ("_L1 + suggestion + u')';
+}
+
+// Why there is no phone to send by: one that is not known any more will not come back.
+VXOutboxDelivery withoutPhone(const QUrl &url)
+{
+    if (VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url))
+        return {.outcome = Outcome::NotDelivered, .problem = localized(u"The phone's plugin is not in use."_s)};
+    return {.outcome = Outcome::Refused, .problem = localized(u"There is no such phone any more."_s)};
+}
+
+} // namespace
+
+void VXMessageDelivery::deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion)
+{
+    const VXOutgoingMessage message(entry);
+    if (message.number().isNull() || message.device.isEmpty())
+        return completion({.outcome = Outcome::Refused, .problem = localized(u"The entry is damaged."_s)});
+    const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(message.device);
+    if (!device)
+        return completion(withoutPhone(message.device));
+    const VXDeviceAction::Ptr action = VXDeviceAction::actionWithName(u"send_message"_s);
+    action->setObject(QVariantMap{{u"number"_s, message.number()}, {u"text"_s, message.text}});
+    const QVariantMap record = message.record().map();
+    VXNotificationCenter::defaultCenter().postNotificationName(VXMessageWillSendNotification, record);
+    VXCallPlugin(*device, "executeWithDevice", [&] {
+        action->executeWithDevice(device, [completion, record](VXDeviceAction *concluded) {
+            completion(outcomeOf(*concluded));
+            VXNotificationCenter::defaultCenter().postNotificationName(VXMessageDidSendNotification, record);
+        });
+    });
+}
+
+// What a phone does not tell for certain may have happened.
+VXOutboxDelivery VXMessageDelivery::outcomeOf(const VXDeviceAction &action)
+{
+    const VXError error = action.error();
+    if (error.isNull())
+        return {.outcome = Outcome::Sent};
+    const QString failure = action.result().toMap().value(u"failure"_s).toString();
+    const bool wasNotAsked = error.domain() == VXErrorDomain && error.code() == VXErrorCouldNotExecute;
+    const Outcome outcome = failure == "refused"_L1 || wasNotAsked ? Outcome::Refused
+                            : failure == "later"_L1                ? Outcome::NotDelivered
+                                                                   : Outcome::Unknown;
+    return {.outcome = outcome, .problem = textOf(error)};
+}
+
+void VXMessageDelivery::fileIfSent(const VXOutboxEntry &entry, const VXMessageStore &store)
+{
+    if (entry.state != VXOutboxState::Sent)
+        return;
+    VXManagedObjectContext context(store.coordinator());
+    const VXManagedObjectID known =
+        store.coordinator()->objectIDForURIRepresentation(VXOutgoingMessage(entry).messageURI);
+    const VXManagedObjectPtr message = known.isNull() ? VXManagedObjectPtr() : context.existingObjectWithID(known);
+    if (!message || message->valueForKey(u"state"_s).toInt() != static_cast<int>(VXMessageRecord::State::Unsent))
+        return; // deleted meanwhile, or filed already
+    message->setValueForKey(static_cast<int>(VXMessageRecord::State::Sent), u"state"_s);
+    message->setValueForKey(entry.finishedDate, u"date"_s);
+    if (message->valueForKey(u"folder"_s).value<VXManagedObjectPtr>() == VXFetchRootFolder(VXDraftsFolder, &context))
+        VXMoveMessageToFolder(message, VXFetchRootFolder(VXSentFolder, &context), false);
+    VXError error;
+    if (!context.save(&error))
+        VXLogClassMethod(VXLogError, VXMessageDelivery, "fileIfSent:", error.description());
+}
+
+void VXMessageDelivery::fileAllSent(const VXOutbox &outbox, const VXMessageStore &store)
+{
+    for (const VXOutboxEntry &entry : outbox.entries(VXOutgoingMessage::kind).value_or(QList<VXOutboxEntry>()))
+        fileIfSent(entry, store);
+}

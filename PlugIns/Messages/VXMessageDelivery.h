@@ -1,0 +1,23 @@
+#pragma once
+
+#include "VXDeviceAction.h"
+#include "VXMessageStore.h"
+#include "VXOutboxRunner.h"
+
+/**
+ * Sends messages that wait in the outbox, each by the phone that is its destination (action "send_message"), and files them as
+ * sent once the outbox says so. Main thread.
+ */
+class VXMessageDelivery
+{
+public:
+    /** Begins to send the entry; calls the completion once. */
+    static void deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion);
+    /** What an action that has concluded says of the message. */
+    static VXOutboxDelivery outcomeOf(const VXDeviceAction &action);
+
+    /** Files the entry's message in the folder "sent" if the entry was sent. */
+    static void fileIfSent(const VXOutboxEntry &entry, const VXMessageStore &store);
+    /** The same for all entries: what a program that was killed did not do any more. */
+    static void fileAllSent(const VXOutbox &outbox, const VXMessageStore &store);
+};

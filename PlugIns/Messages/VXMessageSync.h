@@ -1,0 +1,64 @@
+#pragma once
+
+#include "MessageDataConstants.h"
+#include "VXDeviceWork.h"
+#include "VXMessageStore.h"
+
+#include <QtCore/QHash>
+
+#include <deque>
+
+/**
+ * Brings a phone's folder of messages and the phone into step, as the action "sync_messages": what is on the phone is filed,
+ * whole messages only, and what was changed here is carried out there and then noted as done. Each step is saved before the
+ * next, so that it can be broken off anywhere and be repeated; a second one changes nothing. What was deleted on the phone
+ * stays here. Main thread.
+ */
+class VXMessageSync : public VXDeviceWork
+{
+public:
+    VXMessageSync(const VXDeviceAction::Ptr &action, const VXMessageStore &store) : VXDeviceWork(action), _store(store)
+    {
+    }
+
+protected:
+    void start() override { read(); }
+
+private:
+    struct Item // of the phone
+    {
+        QVariantMap map;
+        VXMessageRecord record;
+    };
+    struct Change // to be carried out there
+    {
+        VXManagedObjectID message;
+        VXPendingChange kind = VXPendingChange::None;
+        QVariantMap object = {}; // of the action
+    };
+    class Match;
+
+    void read();
+    void didRead(const VXDeviceAction &part);
+    bool apply(VXManagedObjectContext &context, VXError *error);
+    void applyItem(const Item &item, Match &match, VXManagedObjectContext &context);
+    void applyAbsence(const VXManagedObjectPtr &message, VXManagedObjectContext &context);
+    void forgetTrash(VXManagedObjectContext &context);
+    void noteChange(const VXManagedObjectPtr &message, const QVariantMap &item);
+
+    void carryOutNext();
+    void didCarryOut(const Change &change, const VXDeviceAction &part);
+    void finish();
+
+    const VXMessageStore _store;
+    QList<Item> _items;
+    bool _isAll = false;       // nothing on the phone is missing from the items
+    bool _marksAsRead = false; // what is read from the phone is a read message there from then on
+    bool _hasReadAgain = false;
+    std::deque<Change> _changes;
+    QList<VXManagedObjectID> _written; // and not met on the phone yet
+    int _addedCount = 0;
+    int _changedCount = 0;
+    int _carriedOutCount = 0;
+    QStringList _problems;
+};
