@@ -1,65 +1,18 @@
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
-#include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXOutboxReport.h"
 #include "VXOutboxRunner.h"
 #include "VXPluginSession.h"
-#include "VXTextTable.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
-#include <QtCore/QTimer>
-
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 using Entries = QList<VXOutboxEntry>;
-
-QString localText(const QDateTime &date)
-{
-    return date.isValid() ? date.toLocalTime().toString(u"yyyy-MM-dd HH:mm:ss"_s) : QString();
-}
-
-QString stateText(const VXOutboxEntry &entry)
-{
-    if (entry.state == VXOutboxState::Queued && entry.attempts > 0)
-        return u"queued until "_s + localText(entry.nextDate);
-    return VXOutboxStateName(entry.state);
-}
-
-QJsonObject jsonOf(const VXOutboxEntry &entry)
-{
-    return {
-        {u"id"_s, u'p' + QString::number(entry.number)},
-        {u"kind"_s, entry.kind},
-        {u"destination"_s, entry.destination},
-        {u"title"_s, entry.title},
-        {u"state"_s, VXOutboxStateName(entry.state)},
-        {u"problem"_s, VXJSONFromVariant(entry.problem)},
-        {u"attempts"_s, entry.attempts},
-        {u"created"_s, VXJSONFromVariant(entry.createdDate)},
-        {u"next"_s, VXJSONFromVariant(entry.nextDate.isValid() ? QVariant(entry.nextDate) : QVariant())},
-        {u"finished"_s, VXJSONFromVariant(entry.finishedDate.isValid() ? QVariant(entry.finishedDate) : QVariant())},
-        {u"payload"_s, VXJSONFromVariant(entry.payload)}};
-}
-
-int answer(VXHostContext &context, const Entries &entries, int status = VXHostOutput::Done)
-{
-    QJsonArray json;
-    QList<QStringList> rows{{u"ID"_s, u"ADDED"_s, u"WHAT"_s, u"TO"_s, u"TRIES"_s, u"STATE"_s, u"WHY"_s}};
-    for (const VXOutboxEntry &entry : entries) {
-        json.append(jsonOf(entry));
-        rows.append({u'p' + QString::number(entry.number), localText(entry.createdDate), entry.title, entry.destination,
-                     QString::number(entry.attempts), stateText(entry), entry.problem});
-    }
-    context.output.answer(entries.isEmpty() ? u"The outbox is empty.\n"_s : VXTextTable(rows), json);
-    return status;
-}
 
 // The entries that the operand names: "p12" or "12", or "all" of those that the verb can do something with.
 std::optional<Entries> chosen(VXHostContext &context, const VXOutbox &outbox, bool isRetry)
@@ -89,7 +42,7 @@ int list(VXHostContext &context, const VXOutbox &outbox)
 {
     VXError error;
     const std::optional<Entries> entries = outbox.entries({}, &error);
-    return entries ? answer(context, *entries) : context.output.fail(error.localizedDescription());
+    return entries ? VXAnswerOutboxEntries(context, *entries) : context.output.fail(error.localizedDescription());
 }
 
 int drop(VXHostContext &context, const VXOutbox &outbox)
@@ -106,28 +59,6 @@ int drop(VXHostContext &context, const VXOutbox &outbox)
     return VXHostOutput::Done;
 }
 
-// Until the tries have ended that were asked for.
-Entries waitForTries(const VXOutbox &outbox, const Entries &asked)
-{
-    QTimer wake;
-    wake.start(std::chrono::milliseconds(200)); // another process may be sending
-    while (true) {
-        Entries now;
-        bool isDone = true;
-        for (const VXOutboxEntry &before : asked) {
-            const std::optional<VXOutboxEntry> entry = outbox.entry(before.number);
-            if (!entry) // dropped meanwhile
-                continue;
-            const bool waits = entry->state == VXOutboxState::Queued && entry->attempts == before.attempts;
-            isDone = isDone && !waits && entry->state != VXOutboxState::Sending;
-            now.append(*entry);
-        }
-        if (isDone)
-            return now;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-}
-
 int retry(VXHostContext &context, const VXOutbox &outbox)
 {
     const std::optional<Entries> entries = chosen(context, outbox, true);
@@ -142,10 +73,7 @@ int retry(VXHostContext &context, const VXOutbox &outbox)
         if (!outbox.retry(entry.number, &error))
             return context.output.fail(u"p%1: %2"_s.arg(entry.number).arg(error.localizedDescription()));
     }
-    const Entries now = waitForTries(outbox, *entries);
-    const bool areSent =
-        std::ranges::all_of(now, [](const VXOutboxEntry &e) { return e.state == VXOutboxState::Sent; });
-    return answer(context, now, areSent ? VXHostOutput::Done : VXHostOutput::Failed);
+    return VXAnswerTries(context, outbox, *entries);
 }
 
 int runOutbox(VXHostContext &context)

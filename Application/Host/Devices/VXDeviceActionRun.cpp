@@ -36,6 +36,18 @@ int VXDeviceActionRun::run(const VXDevicePlugin::Ptr &device, std::chrono::milli
 {
     if (_writesLines)
         _context.output.beginParts();
+    execute(device, timeout);
+    return answer();
+}
+
+QString VXDeviceActionRun::runQuietly(const VXDevicePlugin::Ptr &device)
+{
+    execute(device, {});
+    return failure();
+}
+
+void VXDeviceActionRun::execute(const VXDevicePlugin::Ptr &device, std::chrono::milliseconds timeout)
+{
     const auto conclude = [this, concluded = std::weak_ptr(_hasConcluded)](VXDeviceAction *) {
         if (concluded.expired())
             return; // nobody waits any more
@@ -47,7 +59,6 @@ int VXDeviceActionRun::run(const VXDevicePlugin::Ptr &device, std::chrono::milli
     VXCallPlugin(*device, "executeWithDevice", [&] { _action->executeWithDevice(device, conclude); });
     if (!*_hasConcluded)
         waitForConclusion(timeout);
-    return answer();
 }
 
 void VXDeviceActionRun::waitForConclusion(std::chrono::milliseconds timeout)

@@ -24,8 +24,11 @@ public:
 
     /** None (0): no limit. @return the exit status, after the answer or failure was written. */
     int run(const VXDevicePlugin::Ptr &device, std::chrono::milliseconds timeout);
+    /** The same without a limit and an answer. @return what went wrong; null when nothing did. */
+    QString runQuietly(const VXDevicePlugin::Ptr &device);
 
 private:
+    void execute(const VXDevicePlugin::Ptr &device, std::chrono::milliseconds timeout);
     void waitForConclusion(std::chrono::milliseconds timeout);
     void userDidCancel();
     void showProgress();

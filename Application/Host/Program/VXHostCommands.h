@@ -19,6 +19,9 @@
 [[nodiscard]] VXHostCommand VXReactorsCommand();
 [[nodiscard]] VXHostCommand VXExportersCommand();
 [[nodiscard]] VXHostCommand VXExportCommand();
+[[nodiscard]] VXHostCommand VXSyncCommand();
+[[nodiscard]] VXHostCommand VXMessagesCommand();
+[[nodiscard]] VXHostCommand VXImportCallsCommand();
 [[nodiscard]] VXHostCommand VXPostFormCommand();
 [[nodiscard]] VXHostCommand VXOutboxCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();

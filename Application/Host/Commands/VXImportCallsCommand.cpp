@@ -1,0 +1,55 @@
+#include "VXCallImport.h"
+#include "VXDataManager.h"
+#include "VXHostCommands.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXPluginSession.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int runImportCalls(VXHostContext &context)
+{
+    return VXRunWithPlugins(context, [&](VXPluginManager &) {
+        const auto store = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"calls"_s);
+        if (!store)
+            return context.output.fail(u"there is no store of calls; \"vornix log\" may tell why"_s);
+        VXCallImport import(store);
+        VXError error;
+        if (!import.run(context.options.operand(0), &error))
+            return context.output.fail(error.localizedDescription());
+        for (const QString &problem : import.problems())
+            context.output.note(problem);
+        context.output.answer(
+            u"Imported %1 calls; %2 were there already, %3 could not be read.\n"_s.arg(import.addedCount())
+                .arg(import.knownCount())
+                .arg(import.problems().size()),
+            QJsonObject{{u"added"_s, import.addedCount()},
+                        {u"known"_s, import.knownCount()},
+                        {u"problems"_s, QJsonArray::fromStringList(import.problems())}});
+        return static_cast<int>(VXHostOutput::Done);
+    });
+}
+
+} // namespace
+
+VXHostCommand VXImportCallsCommand()
+{
+    return {.name = u"import-calls"_s,
+            .summary = u"Import calls from a table"_s,
+            .synopsis = u"FILE"_s,
+            .details =
+                u"FILE holds comma-separated values, as \"vornix export csvexporter calls VXCall\" writes them: its "
+                u"first line "
+                "names the columns, \"date\" (ISO 8601) and \"from\" or \"to\" at least; \"direction\", \"duration\", "
+                "\"connectedDate\", \"device_url\" and \"isMissed\" are read too, others are passed over. Calls that "
+                "are there "
+                "already are left out, so that importing again changes nothing."_s,
+            .minimumOperands = 1,
+            .maximumOperands = 1,
+            .run = runImportCalls};
+}

@@ -1,0 +1,94 @@
+#include "VXDeviceAction.h"
+#include "VXDeviceActionRun.h"
+#include "VXDevicePlugin.h"
+#include "VXDeviceReport.h"
+#include "VXDeviceURL.h"
+#include "VXHostCommands.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXPluginManager.h"
+#include "VXPluginSession.h"
+#include "VXReadableText.h"
+
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Kind
+{
+    QString name; // of the option, and in the answer
+    QString action;
+};
+
+// Those that were asked for; without any, all.
+QList<Kind> kindsOf(const VXHostOptions &options)
+{
+    const QList<Kind> all{
+        {u"contacts"_s, u"sync_contacts"_s}, {u"messages"_s, u"sync_messages"_s}, {u"calls"_s, u"sync_calls"_s}};
+    QList<Kind> chosen = all;
+    chosen.removeIf([&](const Kind &kind) { return !options.isSet(kind.name); });
+    return chosen.isEmpty() ? all : chosen;
+}
+
+// One after the other, the rest also when one fails.
+int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
+{
+    QJsonObject results;
+    QStringList failures;
+    const bool isAsked = kindsOf(context.options).size() < 3;
+    for (const Kind &kind : kindsOf(context.options)) {
+        if (!device->actionNames().contains(kind.action) && !isAsked)
+            continue; // the phone has no such things
+        const auto action = VXDeviceAction::actionWithName(kind.action);
+        const QString failure = VXDeviceActionRun(context, action).runQuietly(device);
+        results.insert(kind.name, VXJSONFromVariant(action->result()));
+        if (!failure.isNull())
+            failures.append(kind.name + ": "_L1 + failure);
+        if (action->isCancelled())
+            break;
+    }
+    context.output.answer(VXReadableText(results), results);
+    context.output.flush(); // before failures are told
+    for (const QString &failure : std::as_const(failures))
+        context.output.fail(failure);
+    return failures.isEmpty() ? VXHostOutput::Done : VXHostOutput::Failed;
+}
+
+int runSync(VXHostContext &context)
+{
+    return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
+        const QString text = context.options.operand(0);
+        const QUrl url = VXGetDeviceURLFromURL(QUrl(text));
+        if (!VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url))
+            return context.output.fail(
+                u"there is no device \"%1\"; \"vornix devices list\" shows those there are"_s.arg(text));
+        const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url);
+        return device ? sync(context, device)
+                      : context.output.fail(u"%1 can not be used: %2"_s.arg(VXAbsoluteString(url),
+                                                                            VXDeviceReport(manager, url).state()));
+    });
+}
+
+} // namespace
+
+VXHostCommand VXSyncCommand()
+{
+    return {
+        .name = u"sync"_s,
+        .summary = u"Bring a phone and the stores into step"_s,
+        .synopsis = u"DEVICE-URL"_s,
+        .details = u"Contacts, messages and calls of the phone go into the stores, and what was changed here goes to "
+                   u"the phone: "
+                   "messages that were read, moved away or are to be written. Without options all that the phone has. "
+                   "It may be "
+                   "interrupted at any time, and run again; when nothing has changed it changes nothing."_s,
+        .options = {{.name = u"contacts"_s, .placeholder = {}, .summary = u"Only contacts, and what else is named"_s},
+                    {.name = u"messages"_s, .placeholder = {}, .summary = u"Only messages, and what else is named"_s},
+                    {.name = u"calls"_s, .placeholder = {}, .summary = u"Only calls, and what else is named"_s}},
+        .minimumOperands = 1,
+        .maximumOperands = 1,
+        .run = runSync};
+}

@@ -1,0 +1,218 @@
+#include "GammuPhoneTestsPaths.h"
+#include "VXTesting.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QProcess>
+#include <QtCore/QRandomGenerator>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
+
+namespace {
+
+const QString phone = u"vxdevice://localhost/com.halvern.VNX2.GammuPhone/dummy"_s;
+
+} // namespace
+
+/** The program and a phone without hardware, each in the home folder. */
+class VXSyncTest : public VXHomeTest
+{
+protected:
+    void fillPhone() const
+    {
+        ASSERT_EQ(QProcess::execute(QStringLiteral(EXAMPLE_PHONE) + "/fill"_L1, {path(u"phone"_s)}), 0);
+        addPhone();
+    }
+    void addPhone() const
+    {
+        vornix({u"plugins"_s, u"enable"_s, u"com.halvern.VNX2.GammuPhone"_s});
+        vornix({u"devices"_s, u"add"_s, u"com.halvern.VNX2.GammuPhone"_s, u"dummy"_s, u"model=dummy"_s,
+                u"connection=none"_s, u"port="_s + path(u"phone"_s)});
+    }
+
+    QStringList arguments(const QStringList &command) const
+    {
+        return QStringList{u"--json"_s, u"--home"_s, path(u"home"_s)} + command;
+    }
+    /** What a command answers. */
+    QJsonValue vornix(const QStringList &command, int expectedStatus = 0) const
+    {
+        QProcess process;
+        process.start(QStringLiteral(VORNIX_PROGRAM), arguments(command));
+        EXPECT_TRUE(process.waitForFinished(60000));
+        const QByteArray output = process.readAllStandardOutput();
+        EXPECT_EQ(process.exitCode(), expectedStatus)
+            << command.join(u' ').toStdString() << output.toStdString() << process.readAllStandardError().toStdString();
+        const QJsonDocument document = QJsonDocument::fromJson(output);
+        return document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
+    }
+    void gammu(const QStringList &command) const
+    {
+        QProcess process;
+        process.start(QStringLiteral(GAMMU_PROGRAM), QStringList{u"--config"_s, path(u"phone/gammurc"_s)} + command);
+        EXPECT_TRUE(process.waitForFinished(60000));
+    }
+    /** What a sync did, as "added changed carriedOut". */
+    QString sync(const QString &kind) const
+    {
+        const QJsonObject result = vornix({u"sync"_s, phone, u"--"_s + kind})[kind].toObject();
+        return u"%1 %2 %3"_s.arg(result[u"added"_s].toInt(-1))
+            .arg(result[u"changed"_s].toInt())
+            .arg(result[u"carriedOut"_s].toInt());
+    }
+
+    QJsonArray list(const QString &folder) const
+    {
+        return vornix({u"messages"_s, u"list"_s, folder, u"--limit"_s, u"0"_s}).toArray();
+    }
+    static QStringList lines(const QJsonArray &messages)
+    {
+        QStringList lines;
+        for (const QJsonValue message : messages)
+            lines.append(message[u"state"_s].toString() + u' ' + message[u"text"_s].toString().left(9));
+        return lines;
+    }
+    static QString uriOf(const QJsonArray &messages, const QString &beginning)
+    {
+        for (const QJsonValue message : messages) {
+            if (message[u"text"_s].toString().startsWith(beginning))
+                return message[u"uri"_s].toString();
+        }
+        ADD_FAILURE() << beginning.toStdString();
+        return {};
+    }
+    QStringList onPhone() const
+    {
+        return lines(vornix({u"devices"_s, u"do"_s, phone, u"read_messages"_s})[u"result"_s][u"items"_s].toArray());
+    }
+};
+
+TEST_F(VXSyncTest, ASecondSyncChangesNothing)
+{
+    fillPhone();
+    EXPECT_EQ(sync(u"messages"_s), u"4 0 0"_s);
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
+    EXPECT_THAT(lines(list(u"inbox"_s)),
+                UnorderedElementsAre(u"unread Are you c"_s, u"read До встреч"_s, u"read The parts"_s));
+    EXPECT_THAT(lines(list(u"sent"_s)), ElementsAre(u"sent Yes, at e"_s));
+    EXPECT_EQ(list(phone).size(), 4);
+    EXPECT_EQ(sync(u"calls"_s), u"1 0 0"_s);
+    EXPECT_EQ(sync(u"calls"_s), u"0 0 0"_s);
+    EXPECT_EQ(vornix({u"store"_s, u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().size(), 1);
+}
+
+TEST_F(VXSyncTest, WhatWasChangedHereIsCarriedOutThere)
+{
+    fillPhone();
+    sync(u"messages"_s);
+    const QJsonArray all = list(phone);
+    vornix({u"messages"_s, u"read"_s, uriOf(all, u"Are you"_s)});
+    vornix({u"messages"_s, u"move"_s, uriOf(all, u"The parts"_s), u"user"_s});
+    vornix({u"messages"_s, u"move"_s, uriOf(all, u"Yes"_s), u"trash"_s});
+    EXPECT_EQ(onPhone().size(), 4);             // nothing before the sync
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 4"_s); // and what is in the trash has nothing more to be done
+    EXPECT_THAT(onPhone(), UnorderedElementsAre(u"read Are you c"_s, u"read До встреч"_s));
+    EXPECT_THAT(lines(list(u"user"_s)), ElementsAre(u"read The parts"_s));
+    EXPECT_THAT(lines(list(u"trash"_s)), ElementsAre(u"sent Yes, at e"_s));
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
+
+    // The other way: a message is put on the phone.
+    vornix({u"messages"_s, u"move"_s, uriOf(list(u"trash"_s), u"Yes"_s), phone});
+    EXPECT_EQ(sync(u"messages"_s), u"0 1 1"_s);
+    EXPECT_THAT(onPhone(), UnorderedElementsAre(u"read Are you c"_s, u"read До встреч"_s, u"sent Yes, at e"_s));
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
+    EXPECT_EQ(list(phone).size(), 3);
+}
+
+TEST_F(VXSyncTest, WhatWasDeletedOrReadOnThePhoneIsKnownHere)
+{
+    fillPhone();
+    sync(u"messages"_s);
+    const QJsonValue items = vornix({u"devices"_s, u"do"_s, phone, u"read_messages"_s})[u"result"_s][u"items"_s];
+    for (const QJsonValue item : items.toArray()) {
+        const bool isUnread = item[u"state"_s] == "unread"_L1;
+        QJsonObject object = item.toObject();
+        object.insert(u"state"_s, u"read"_s);
+        if (isUnread || item[u"state"_s] == "sent"_L1)
+            vornix({u"devices"_s, u"do"_s, phone, isUnread ? u"write_message"_s : u"delete_message"_s, u"--object"_s,
+                    QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))});
+    }
+    EXPECT_EQ(sync(u"messages"_s), u"0 2 0"_s);
+    EXPECT_THAT(lines(list(u"inbox"_s)),
+                UnorderedElementsAre(u"read Are you c"_s, u"read До встреч"_s, u"read The parts"_s));
+    EXPECT_THAT(lines(list(u"sent"_s)), ElementsAre(u"sent Yes, at e"_s)); // only here now
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
+}
+
+TEST_F(VXSyncTest, LongMessagesAreLeftOnThePhoneUntilTheyAreWhole)
+{
+    fillPhone();
+    QFile part(path(u"phone/sms/1/4"_s));
+    ASSERT_TRUE(part.rename(path(u"part"_s)));
+    EXPECT_EQ(sync(u"messages"_s), u"3 0 0"_s);
+    ASSERT_TRUE(part.rename(path(u"phone/sms/1/4"_s)));
+    EXPECT_EQ(sync(u"messages"_s), u"1 0 0"_s);
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
+}
+
+// VORNIX_SYNC_KILLS raises how often.
+TEST_F(VXSyncTest, ASyncThatIsKilledLosesAndDoublesNothing)
+{
+    fillPhone();
+    const int kills = std::max(3, qEnvironmentVariableIntValue("VORNIX_SYNC_KILLS"));
+    sync(u"messages"_s);
+    QStringList expected = {u"Are you c"_s, u"До встреч"_s, u"The parts"_s, u"Yes, at e"_s};
+    for (int round = 0; round < kills; ++round) {
+        const QString text = u"round %1"_s.arg(round, 3, 10, QChar(u'0'));
+        expected.append(text);
+        gammu({u"savesms"_s, u"TEXT"_s, u"-folder"_s, u"1"_s, u"-unread"_s, u"-sender"_s, u"+15550100"_s,
+               u"-textutf8"_s, text});
+        const QJsonArray there = list(phone);
+        const auto at = [&](int place) { return there[place % there.size()][u"uri"_s].toString(); };
+        vornix({u"messages"_s, u"read"_s, at(round)});
+        if (there.size() > 1)
+            vornix({u"messages"_s, u"move"_s, at(round + 1), round % 2 == 0 ? u"user"_s : u"trash"_s});
+        QProcess process;
+        process.start(QStringLiteral(VORNIX_PROGRAM), arguments({u"sync"_s, phone, u"--messages"_s}));
+        ASSERT_TRUE(process.waitForStarted());
+        if (!process.waitForFinished(QRandomGenerator::global()->bounded(1, 700)))
+            process.kill();
+        process.waitForFinished();
+    }
+    sync(u"messages"_s);
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
+    const auto texts = [](const QJsonArray &messages) {
+        QStringList result;
+        for (const QJsonValue message : messages)
+            result.append(message[u"text"_s].toString().left(9));
+        return result;
+    };
+    const QStringList kept = texts(list(phone));
+    EXPECT_THAT(kept + texts(list(u"user"_s)) + texts(list(u"trash"_s)), UnorderedElementsAreArray(expected));
+    QStringList there = onPhone();
+    for (QString &line : there)
+        line = line.section(u' ', 1);
+    EXPECT_THAT(there, UnorderedElementsAreArray(kept));
+}
+
+TEST_F(VXSyncTest, AMessageToAPhoneThatIsAwayWaitsAndIsSentWhenItIsBack)
+{
+    ASSERT_TRUE(QDir().mkpath(path(u"home"_s)));
+    ASSERT_TRUE(QDir().mkpath(path(u"phone"_s)));
+    addPhone();
+    ASSERT_TRUE(QDir(path(u"phone"_s)).removeRecursively());
+    const QJsonValue first = vornix({u"messages"_s, u"send"_s, u"+1 555 0100"_s, u"Hello"_s}, 1);
+    EXPECT_EQ(first[0][u"state"_s], "queued"_L1) << first[0][u"problem"_s].toString().toStdString();
+    EXPECT_THAT(lines(list(u"drafts"_s)), ElementsAre(u"unsent Hello"_s));
+    ASSERT_TRUE(QDir().mkpath(path(u"phone"_s)));
+    const QJsonValue second = vornix({u"outbox"_s, u"retry"_s, u"all"_s});
+    EXPECT_EQ(second[0][u"state"_s], "sent"_L1) << second[0][u"problem"_s].toString().toStdString();
+    EXPECT_THAT(lines(list(u"sent"_s)), ElementsAre(u"sent Hello"_s));
+    EXPECT_THAT(list(u"drafts"_s), IsEmpty());
+}

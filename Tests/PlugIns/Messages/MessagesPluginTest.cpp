@@ -1,0 +1,211 @@
+#include "MessagesPluginTest.h"
+
+#include "VXDataPlugin.h"
+#include "VXEventManager.h"
+#include "VXPartySearch.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QScopeGuard>
+#include <sqlite3.h>
+
+#include <thread>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+const QString phone = u"vxdevice://localhost/plugin/phone"_s;
+const QString jane = u"Jane <+1 555 0100>"_s;
+
+QDateTime at(int seconds)
+{
+    return QDateTime::fromString(u"2026-03-01T10:00:00Z"_s, Qt::ISODate).addSecs(seconds);
+}
+
+void arrive(const QVariantMap &message)
+{
+    VXEventManager::sharedEventManager().postEventWithName(u"new_message"_s, {}, message);
+}
+
+QVariantMap partOf(const QString &from, int reference, int number, int count, const QString &text)
+{
+    return {{u"from"_s, from},
+            {u"device_url"_s, phone},
+            {u"date"_s, at(number)},
+            {u"text"_s, text},
+            {u"url"_s, u"%1/messages/ME/%2"_s.arg(phone).arg(number)},
+            {u"isComplete"_s, false},
+            {u"reference"_s, reference},
+            {u"partNumber"_s, number},
+            {u"partCount"_s, count}};
+}
+
+} // namespace
+
+TEST_F(MessagesPluginTest, RootFoldersAreMadeAndDoubledOnesBecomeOne)
+{
+    VXManagedObjectContext context(store->coordinator());
+    for (const QString &name : {VXInboxFolder, VXSentFolder, VXDraftsFolder, VXTrashFolder, VXUserRootFolder})
+        EXPECT_TRUE(VXFetchRootFolder(name, &context));
+    const VXManagedObjectPtr second = context.insertNewObject(u"VXRootFolder"_s);
+    second->setValueForKey(VXInboxFolder, u"root_name"_s);
+    VXMessageRecord record;
+    record.text = u"kept"_s;
+    VXMessageStore::insertMessage(record, second);
+    ASSERT_TRUE(context.save());
+    auto &data = plugin(u"com.halvern.VNX2.plugin.messages"_s)->as<VXDataPlugin>("validateManagedObjectContext:error:");
+    EXPECT_TRUE(data.validateManagedObjectContext(context, nullptr)); // as at the next start
+    EXPECT_TRUE(VXFetchRootFolder(VXInboxFolder, &context));
+    EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"0 kept"_s));
+}
+
+TEST_F(MessagesPluginTest, NewMessagesAreFiledOnceWhereTheyBelong)
+{
+    arrive({{u"from"_s, jane}, {u"text"_s, u"no phone"_s}, {u"date"_s, at(0)}});
+    const QVariantMap onPhone{{u"from"_s, jane},
+                              {u"text"_s, u"by phone"_s},
+                              {u"date"_s, at(1)},
+                              {u"device_url"_s, phone},
+                              {u"url"_s, phone + "/messages/ME/1"_L1}};
+    arrive(onPhone);
+    arrive(onPhone);                                 // told twice
+    arrive({{u"from"_s, jane}, {u"date"_s, at(2)}}); // has no text
+    arrive({{u"to"_s, jane}, {u"text"_s, u"x"_s}, {u"device_url"_s, phone}, {u"date"_s, at(3)}, {u"state"_s, 0}});
+    VXEventManager::sharedEventManager().postEventWithName(u"other"_s, {}, onPhone);
+    EXPECT_THAT(shownIn(phone), ElementsAre(u"0 x"_s, u"1 by phone"_s));
+    EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"1 by phone"_s, u"1 no phone"_s)); // the phone's too
+    EXPECT_THAT(shownIn(VXDraftsFolder), ElementsAre(u"0 x"_s));
+    EXPECT_THAT(shownIn(VXSentFolder), IsEmpty());
+
+    VXManagedObjectContext context(store->coordinator());
+    const auto found = store->findMessages(VXMessageRecord(onPhone), {}, context);
+    ASSERT_EQ(found->size(), 1);
+    EXPECT_EQ(found->first()->valueForKey(u"url"_s), phone + "/messages/ME/1"_L1);
+    EXPECT_EQ(found->first()->valueForKey(u"otherParty_search"_s), u"Jane 5550100"_s);
+    VXEventManager::sharedEventManager().postEventWithName(u"new_message"_s, {}, QVariant::fromValue(found->first()));
+    EXPECT_EQ(shownIn(phone).size(), 2); // it is filed already
+}
+
+TEST_F(MessagesPluginTest, LongMessagesAppearWhenTheyAreWhole)
+{
+    const QString bob = u"+1 555 0101"_s;
+    arrive(partOf(jane, 7, 3, 3, u"c"_s));
+    arrive(partOf(bob, 7, 1, 2, u"B"_s)); // the reference is the sender's
+    arrive(partOf(jane, 7, 1, 3, u"a"_s));
+    arrive(partOf(jane, 7, 1, 3, u"a"_s)); // told twice
+    arrive(partOf(jane, 7, 2, 2, u"z"_s)); // of a message with another number of parts
+    EXPECT_THAT(shownIn(VXInboxFolder), IsEmpty());
+    arrive(partOf(jane, 7, 2, 3, u"b"_s));
+    EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"1 abc"_s));
+    arrive(partOf(bob, 7, 2, 2, u"b"_s));
+    arrive(partOf(jane, 7, 1, 2, u"y"_s));
+    EXPECT_THAT(shownIn(VXInboxFolder), testing::UnorderedElementsAre(u"1 abc"_s, u"1 Bb"_s, u"1 yz"_s));
+    VXManagedObjectContext context(store->coordinator());
+    VXMessageRecord whole(partOf(jane, 7, 1, 3, u"abc"_s));
+    const auto found = store->findMessages(whole, {}, context);
+    ASSERT_EQ(found->size(), 1);
+    EXPECT_EQ(found->first()->valueForKey(u"url"_s), phone + "/messages/ME/1+2+3"_L1);
+    EXPECT_EQ(
+        context.countForFetchRequest(VXFetchRequest(*store->coordinator()->model().entityForName(u"VXMessagePart"_s))),
+        0);
+}
+
+TEST_F(MessagesPluginTest, ReusedReferencesDoNotMix)
+{
+    arrive(partOf(jane, 7, 1, 2, u"old "_s)); // its second part never came
+    arrive(partOf(jane, 7, 1, 2, u"new "_s));
+    arrive(partOf(jane, 7, 2, 2, u"end"_s));
+    arrive(partOf(jane, 7, 2, 2, u"END"_s)); // begins another one
+    EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"1 new end"_s));
+    arrive(partOf(jane, 7, 1, 2, u"next "_s));
+    EXPECT_EQ(shownIn(VXInboxFolder).size(), 2);
+    EXPECT_TRUE(shownIn(VXInboxFolder).contains(u"1 next END"_s));
+}
+
+TEST_F(MessagesPluginTest, MessagesFromManyThreadsAreFiledOnceEach)
+{
+    std::atomic<int> running = 4;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([&running] {
+            for (int number = 0; number < 10; ++number)
+                arrive({{u"from"_s, jane},
+                        {u"text"_s, QString::number(number)},
+                        {u"date"_s, at(number)},
+                        {u"device_url"_s, phone}});
+            --running;
+        });
+    EXPECT_TRUE(VXRunUntil([&] { return running == 0; })); // threads may ask the main one
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_TRUE(VXRunUntil([&] { return shownIn(phone).size() == 10; }));
+}
+
+TEST_F(MessagesPluginTest, AConversationIsOneFetchByItsIndex)
+{
+    const QStringList forms{u"Jane <+1 555 0100>"_s, u"+15550100"_s, u"<1 555 0100/m>"_s};
+    VXManagedObjectContext context(store->coordinator());
+    const VXManagedObjectPtr inbox = VXFetchRootFolder(VXInboxFolder, &context);
+    QStringList expected;
+    for (int number = 0; number < 300; ++number) {
+        VXMessageRecord record;
+        const bool isHers = number % 3 == 0;
+        record.direction = number % 2 == 0 ? VXRecordDirection::Incoming : VXRecordDirection::Outgoing;
+        record.setOtherParty(isHers ? forms[number % forms.size()] : u"+1 555 %1"_s.arg(2000 + number));
+        record.text = QString::number(number);
+        record.date = at(number);
+        VXMessageStore::insertMessage(record, inbox);
+        if (isHers)
+            expected.prepend(record.text);
+    }
+    ASSERT_TRUE(context.save());
+
+    static QStringList statements;
+    const auto database =
+        QDir(path(u".local/share/Vornix 2/Data/messages.vxdatastore"_s)).filePath(u"messages.sqlite"_s);
+    sqlite3_auto_extension(reinterpret_cast<void (*)()>(+[](sqlite3 *connection, char **, const void *) {
+        return sqlite3_trace_v2(
+            connection, SQLITE_TRACE_STMT,
+            [](unsigned, void *, void *statement, void *) {
+                char *const sql = sqlite3_expanded_sql(static_cast<sqlite3_stmt *>(statement));
+                statements.append(QString::fromUtf8(sql));
+                sqlite3_free(sql);
+                return 0;
+            },
+            nullptr);
+    }));
+    const auto traced = VXPersistentStoreCoordinator::coordinatorWithModel(store->coordinator()->modelPtr());
+    ASSERT_TRUE(traced->addPersistentStore(VXStoreType::SQLite, database, {.isReadOnly = true}));
+    sqlite3_reset_auto_extension();
+    VXManagedObjectContext reader(traced);
+    VXFetchRequest request = VXMessageStore(traced).messagesOfConversation(VXConversationKey(forms[1]));
+    request.limit = 50;
+    statements.clear();
+    QStringList texts;
+    const auto newest = reader.executeFetchRequest(request);
+    for (const VXManagedObjectPtr &message : *newest)
+        texts.append(message->valueForKey(u"text"_s).toString());
+    EXPECT_EQ(texts, expected.first(50));
+    statements.removeIf([](const QString &sql) { return !sql.startsWith("SELECT"_L1); });
+    ASSERT_EQ(statements.size(), 1);
+
+    sqlite3 *plain = nullptr;
+    ASSERT_EQ(sqlite3_open(database.toUtf8().constData(), &plain), SQLITE_OK);
+    const auto close = qScopeGuard([&] { sqlite3_close(plain); });
+    QStringList plan;
+    const auto collect = [](void *list, int count, char **values, char **) {
+        static_cast<QStringList *>(list)->append(QString::fromUtf8(values[count - 1]));
+        return 0;
+    };
+    ASSERT_EQ(sqlite3_exec(plain, ("EXPLAIN QUERY PLAN "_L1 + statements.first()).toUtf8().constData(), collect, &plan,
+                           nullptr),
+              SQLITE_OK);
+    const std::string whole = plan.join(u'\n').toStdString();
+    EXPECT_THAT(whole, HasSubstr("USING INDEX VX_VXMessage:conversation,date (conversation=?)"));
+    EXPECT_THAT(whole, testing::Not(HasSubstr("SCAN")));
+    EXPECT_THAT(whole, testing::Not(HasSubstr("TEMP B-TREE FOR ORDER BY"))); // only equal dates are sorted, by number
+}

@@ -1,0 +1,121 @@
+#include "MessagesPluginTest.h"
+
+#include "VXDeviceAction.h"
+#include "VXDevicePlugin.h"
+#include "VXDeviceURL.h"
+#include "VXErrorDomain.h"
+#include "VXOutgoingMessage.h"
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+/** A phone whose answers the test decides. */
+class ScriptedPhone : public VXDevicePlugin
+{
+public:
+    QVariant result;
+    VXError error;
+    QVariantList sent;
+
+    void send(VXDeviceAction *action)
+    {
+        sent.append(action->object());
+        action->setResult(result);
+        action->setError(error);
+        action->conclude();
+    }
+};
+
+} // namespace
+
+class VXMessageDeliveryTest : public MessagesPluginTest
+{
+protected:
+    VXMessageDeliveryTest() : outbox(VXOutbox::sharedOutbox())
+    {
+        phone->initWithURL(url);
+        phone->registerActionHandler(u"send_message"_s, phone, &ScriptedPhone::send);
+        VXDevicePlugin::addDevice(held);
+    }
+    ~VXMessageDeliveryTest() override { VXDevicePlugin::removeDeviceAtURL(url); }
+
+    /** The entry once a try has ended. */
+    VXOutboxEntry tried(qint64 number) const
+    {
+        EXPECT_TRUE(VXRunUntil([&] {
+            const auto entry = outbox->entry(number);
+            return entry && entry->attempts > 0 && entry->state != VXOutboxState::Sending;
+        }));
+        return outbox->entry(number).value_or(VXOutboxEntry());
+    }
+
+    const QUrl url = VXMakeDeviceURL({}, u"plugin"_s, u"phone"_s);
+    ScriptedPhone *const phone = new ScriptedPhone;
+    const VXDevicePlugin::Ptr held = VXDevicePlugin::hold(phone);
+    const std::optional<VXOutbox> outbox;
+};
+
+TEST_F(VXMessageDeliveryTest, WhatWasSentIsFiledAsSent)
+{
+    QStringList heard;
+    const auto hear = [&](const VXNotificationName &name, const QString &word) {
+        VXNotificationCenter::defaultCenter().addObserver(held.get(), name, [&heard, word](const VXNotification &n) {
+            heard.append(word + u' ' + n.object.toMap().value(u"text"_s).toString());
+        });
+    };
+    hear(VXMessageWillSendNotification, u"will"_s);
+    hear(VXMessageDidSendNotification, u"did"_s);
+    const auto number = VXOutgoingMessage::send(u"Jane <+1 555 0100>"_s, u"Hi"_s, url, *store, *outbox);
+    ASSERT_TRUE(number);
+    EXPECT_THAT(shownIn(VXDraftsFolder), ElementsAre(u"0 Hi"_s));
+    EXPECT_EQ(tried(*number).state, VXOutboxState::Sent);
+    EXPECT_TRUE(VXRunUntil([&] { return shownIn(VXSentFolder) == QStringList{u"2 Hi"_s}; }));
+    EXPECT_THAT(shownIn(VXDraftsFolder), IsEmpty());
+    EXPECT_EQ(phone->sent, (QVariantList{QVariantMap{{u"number"_s, u"+1 555 0100"_s}, {u"text"_s, u"Hi"_s}}}));
+    EXPECT_THAT(heard, ElementsAre(u"will Hi"_s, u"did Hi"_s));
+}
+
+TEST_F(VXMessageDeliveryTest, ItDependsOnThePhonesAnswerWhetherAMessageIsTriedAgain)
+{
+    const VXError failure = VXMakeError(u"no"_s);
+    const struct
+    {
+        QVariant result;
+        VXError error;
+        VXOutboxState state;
+    } cases[] = {
+        {QVariantMap{{u"failure"_s, u"later"_s}}, failure, VXOutboxState::Queued},
+        {QVariantMap{{u"failure"_s, u"refused"_s}}, failure, VXOutboxState::Failed},
+        {QVariantMap{{u"sentCount"_s, 1}, {u"partCount"_s, 3}}, failure, VXOutboxState::PerhapsSent},
+        {{}, failure, VXOutboxState::PerhapsSent}, // nobody knows
+    };
+    for (const auto &each : cases) {
+        phone->result = each.result;
+        phone->error = each.error;
+        const auto number = VXOutgoingMessage::send(u"+1 555 0100"_s, u"Hi"_s, url, *store, *outbox);
+        const VXOutboxEntry entry = tried(*number);
+        EXPECT_EQ(entry.state, each.state);
+        EXPECT_EQ(entry.problem, u"no"_s);
+        EXPECT_EQ(entry.nextDate > QDateTime::currentDateTimeUtc(), each.state == VXOutboxState::Queued);
+        EXPECT_TRUE(outbox->drop(*number)); // it would hold up the next one
+    }
+    EXPECT_EQ(shownIn(VXDraftsFolder).size(), qsizetype(std::size(cases))); // none is lost
+    EXPECT_THAT(shownIn(VXSentFolder), IsEmpty());
+}
+
+TEST_F(VXMessageDeliveryTest, WithoutThePhoneMessagesWaitOrFail)
+{
+    VXDevicePlugin::removeDeviceAtURL(url);
+    const auto unknown = VXOutgoingMessage::send(u"+1 555 0100"_s, u"Hi"_s, url, *store, *outbox);
+    EXPECT_EQ(tried(*unknown).state, VXOutboxState::Failed);
+    const QUrl away = VXMakeDeviceURL({}, u"disabled"_s, u"phone"_s);
+    VXUserDefaults::standardUserDefaults().setObject(QStringList{VXAbsoluteString(away)}, u"devices21"_s);
+    const auto number = VXOutgoingMessage::send(u"+1 555 0100"_s, u"Hi"_s, away, *store, *outbox);
+    EXPECT_EQ(tried(*number).state, VXOutboxState::Queued);
+    VXError error;
+    EXPECT_FALSE(VXOutgoingMessage::send(u"Jane <jane@example.org>"_s, u"Hi"_s, url, *store, *outbox, &error));
+    EXPECT_FALSE(error.isNull());
+}
