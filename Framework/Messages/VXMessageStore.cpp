@@ -1,10 +1,10 @@
 #include "VXMessageStore.h"
 
 #include "MessageDataConstants.h"
+#include "VXConversationKey.h"
 #include "VXDataManager.h"
 #include "VXDeviceURL.h"
 #include "VXMutex.h"
-#include "VXConversationKey.h"
 #include "VXSmartFilter.h"
 
 #include <algorithm>
@@ -78,10 +78,14 @@ std::optional<VXPredicate> conditionOf(const Folder &folder, VXError *error)
     return predicate ? std::optional(VXPredicate::allOf({isThere, *predicate})) : std::nullopt;
 }
 
+// Without those that were moved off a phone and only wait to be removed there: their copies are shown.
 VXFetchRequest newestFirst(const VXPersistentStoreCoordinator &coordinator, const VXPredicate &predicate)
 {
     VXFetchRequest request(*coordinator.model().entityForName(VXMessageStore::entityName));
-    request.predicate = predicate;
+    const int removed = static_cast<int>(VXPendingChange::Remove);
+    request.predicate =
+        VXPredicate::allOf({predicate, VXPredicate::comparison(VXExpression::keyPath(u"pending"_s), Operator::NotEqual,
+                                                               VXExpression::constant(removed))});
     request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
     return request;
 }

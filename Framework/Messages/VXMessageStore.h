@@ -38,7 +38,7 @@ public:
     /** The folder with that title, in any case of letters, or that URI; null for none. */
     [[nodiscard]] VXManagedObjectPtr folderForText(const QString &text, VXManagedObjectContext &context) const;
 
-    // -- What is in them, newest first
+    // -- What is in them, newest first, but for what was moved off a phone and only waits to be removed there
     /** The messages of a folder; of a smart one what its filter lets through, and of any folder also what the smart ones
      *  below it show. None, with the reason, when a filter does not work. */
     [[nodiscard]] std::optional<VXFetchRequest> messagesOfFolder(const VXManagedObjectPtr &folder,

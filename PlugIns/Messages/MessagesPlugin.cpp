@@ -31,6 +31,16 @@ public:
         return VXProvideRootFolders(context, dataStorePath() + "/folders.lock"_L1, error);
     }
 
+    QString importDescriptionFromStore(VXCoreDataStore &store) override
+    {
+        const qsizetype count = countInStore(store, VXMessageStore::entityName);
+        if (count == 0)
+            return {};
+        return bundle()
+            ->localizedStringForKey(count == 1 ? u"One message"_s : u"%1 messages"_s)
+            .replace("%1"_L1, QString::number(count));
+    }
+
     void pluginDidLoad() override
     {
         const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();

@@ -10,7 +10,7 @@
 #include "VXMessageStore.h"
 #include "VXOutboxReport.h"
 #include "VXOutgoingMessage.h"
-#include "VXPartySearch.h"
+#include "VXConversationKey.h"
 #include "VXPhonebookString.h"
 #include "VXPluginSession.h"
 #include "VXReadableText.h"

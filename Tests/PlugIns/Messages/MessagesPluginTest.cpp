@@ -1,8 +1,8 @@
 #include "MessagesPluginTest.h"
 
+#include "VXConversationKey.h"
 #include "VXDataPlugin.h"
 #include "VXEventManager.h"
-#include "VXPartySearch.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QScopeGuard>

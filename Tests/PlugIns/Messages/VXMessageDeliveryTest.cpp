@@ -20,13 +20,24 @@ public:
     VXError error;
     QVariantList sent;
 
+    bool takesTime = false; // until `answer`
+
     void send(VXDeviceAction *action)
     {
         sent.append(action->object());
-        action->setResult(result);
-        action->setError(error);
-        action->conclude();
+        _asked = action;
+        if (!takesTime)
+            answer();
     }
+    void answer()
+    {
+        _asked->setResult(result);
+        _asked->setError(error);
+        _asked->conclude();
+    }
+
+private:
+    VXDeviceAction *_asked = nullptr;
 };
 
 } // namespace
@@ -68,9 +79,12 @@ TEST_F(VXMessageDeliveryTest, WhatWasSentIsFiledAsSent)
     };
     hear(VXMessageWillSendNotification, u"will"_s);
     hear(VXMessageDidSendNotification, u"did"_s);
+    phone->takesTime = true;
     const auto number = VXOutgoingMessage::send(u"Jane <+1 555 0100>"_s, u"Hi"_s, url, *store, *outbox);
     ASSERT_TRUE(number);
     EXPECT_THAT(shownIn(VXDraftsFolder), ElementsAre(u"0 Hi"_s));
+    EXPECT_EQ(outbox->entry(*number)->state, VXOutboxState::Sending);
+    phone->answer();
     EXPECT_EQ(tried(*number).state, VXOutboxState::Sent);
     EXPECT_TRUE(VXRunUntil([&] { return shownIn(VXSentFolder) == QStringList{u"2 Hi"_s}; }));
     EXPECT_THAT(shownIn(VXDraftsFolder), IsEmpty());

@@ -35,7 +35,7 @@ TEST_F(VXMessageImportTest, ReadsWhatOtherProgramsWrote)
     EXPECT_EQ(import(QStringLiteral(EXAMPLE_MESSAGES) + "/gammu.smsbackup"_L1), u"4 0"_s);
     EXPECT_THAT(problems, IsEmpty());
     const QString text = u"The parts of a long message come one by one, and are read as one. "_s.repeated(5);
-    EXPECT_TRUE(shownIn(VXInboxFolder).contains("3 "_L1 + text)) << shownIn(VXInboxFolder).join('\n').toStdString();
+    EXPECT_TRUE(shownIn(VXInboxFolder).contains("3 "_L1 + text)) << shownIn(VXInboxFolder).join(u'\n').toStdString();
     EXPECT_THAT(shownIn(VXSentFolder), UnorderedElementsAre(u"2 Yes, at eight 😀"_s, u"2 Yes, at eight."_s));
     EXPECT_EQ(import(QStringLiteral(EXAMPLE_MESSAGES) + "/gammu.smsbackup"_L1), u"0 4"_s);
 }

@@ -1,0 +1,211 @@
+// The newest messages of one conversation, and of one folder, beside the same rows fetched with SQLite by hand, by the same
+// index; how that grows with the number of messages.
+
+#include "VXConversationKey.h"
+#include "VXMessageStore.h"
+#include "VXModelParser.h"
+
+#include <benchmark/benchmark.h>
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include <sqlite3.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int parties = 200; // conversations of a store
+constexpr qsizetype newest = 50;
+
+void check(bool isDone, const char *problem)
+{
+    if (!isDone)
+        throw std::runtime_error(problem);
+}
+
+QString numberOf(qint64 party)
+{
+    return u"+1 650 253 %1"_s.arg(party % parties, 4, 10, QChar(u'0'));
+}
+
+VXManagedObjectModel::Ptr messagesModel()
+{
+    VXModelDefinition whole;
+    for (const char *const path : {VORNIX_MESSAGES_MODEL, VORNIX_SMART_FILTERS_MODEL}) {
+        QFile file(QString::fromUtf8(path));
+        check(file.open(QIODevice::ReadOnly), path);
+        QList<VXModelProblem> mistakes;
+        whole.entities += VXParseModel(file.readAll(), &mistakes).entities;
+    }
+    VXManagedObjectModel::Ptr model = VXManagedObjectModel::modelWithDefinition(whole);
+    check(model != nullptr, "no model");
+    return model;
+}
+
+/** A store of so many messages in one folder, in conversations of equal length. */
+class Messages
+{
+public:
+    explicit Messages(qint64 count) : coordinator(VXPersistentStoreCoordinator::coordinatorWithModel(messagesModel()))
+    {
+        check(coordinator->addPersistentStore(VXStoreType::SQLite, path()) != nullptr, "no store");
+        VXManagedObjectContext context(coordinator);
+        const VXManagedObjectPtr inbox = context.insertNewObject(u"VXRootFolder"_s);
+        inbox->setValueForKey(u"inbox"_s, u"root_name"_s);
+        check(context.save(), "not saved");
+        folder = inbox->objectID().number();
+        folderEntity = inbox->objectID();
+        check(sqlite3_open_v2(path().toUtf8().constData(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+                              nullptr) == SQLITE_OK,
+              "not opened");
+        insert(count);
+    }
+    ~Messages()
+    {
+        sqlite3_finalize(_byHand);
+        sqlite3_close(database);
+    }
+    Messages(const Messages &) = delete;
+    Messages &operator=(const Messages &) = delete;
+
+    static Messages &of(qint64 count)
+    {
+        static std::map<qint64, std::unique_ptr<Messages>> stores; // one at a time: they are large
+        if (!stores.contains(count)) {
+            stores.clear();
+            stores[count] = std::make_unique<Messages>(count);
+        }
+        return *stores[count];
+    }
+
+    /** The newest messages of a conversation, every value of each. */
+    qint64 readByHand(const QString &conversation)
+    {
+        if (_byHand == nullptr)
+            check(sqlite3_prepare_v2(
+                      database,
+                      R"(SELECT * FROM "VX_VXMessage" WHERE "conversation" = ?1 ORDER BY "date" DESC, "Z_PK"
+                                        LIMIT ?2)",
+                      -1, &_byHand, nullptr) == SQLITE_OK,
+                  sqlite3_errmsg(database));
+        sqlite3_bind_text16(_byHand, 1, conversation.utf16(), int(conversation.size() * 2), SQLITE_TRANSIENT);
+        sqlite3_bind_int64(_byHand, 2, newest);
+        std::vector<std::vector<QVariant>> rows;
+        while (sqlite3_step(_byHand) == SQLITE_ROW) {
+            std::vector<QVariant> &row = rows.emplace_back();
+            for (int column = 0; column < sqlite3_column_count(_byHand); ++column)
+                row.push_back(valueAt(column));
+        }
+        sqlite3_reset(_byHand);
+        return qint64(rows.size());
+    }
+
+    const VXPersistentStoreCoordinator::Ptr coordinator;
+    qint64 folder = 0;
+    VXManagedObjectID folderEntity;
+    sqlite3 *database = nullptr;
+
+private:
+    QString path() const { return _home.filePath(u"messages.sqlite"_s); }
+
+    QVariant valueAt(int column)
+    {
+        switch (sqlite3_column_type(_byHand, column)) {
+        case SQLITE_INTEGER:
+            return qint64(sqlite3_column_int64(_byHand, column));
+        case SQLITE_TEXT: {
+            const void *const units = sqlite3_column_text16(_byHand, column);
+            return QString(static_cast<const QChar *>(units), sqlite3_column_bytes16(_byHand, column) / 2);
+        }
+        default:
+            return {};
+        }
+    }
+
+    void insert(qint64 count)
+    {
+        check(sqlite3_exec(database, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) == SQLITE_OK, "no transaction");
+        sqlite3_stmt *statement = nullptr;
+        const char *const sql =
+            R"(INSERT INTO "VX_VXMessage" ("Z_ENT", "Z_OPT", "text", "date", "state", "direction", "from", "from_search",
+               "otherParty_search", "conversation", "pending", "folder", "folder:entity")
+               VALUES ((SELECT "Z_ENT" FROM "Z_ENTITY" WHERE "Z_NAME" = 'VXMessage'), 1, ?1, ?2, 3, 1, ?3, ?4, ?4, ?4, 0, ?5,
+               (SELECT "Z_ENT" FROM "Z_ENTITY" WHERE "Z_NAME" = 'VXRootFolder')))";
+        check(sqlite3_prepare_v2(database, sql, -1, &statement, nullptr) == SQLITE_OK, sqlite3_errmsg(database));
+        const auto bind = [&](int parameter, const QString &text) {
+            sqlite3_bind_text16(statement, parameter, text.utf16(), int(text.size() * 2), SQLITE_TRANSIENT);
+        };
+        for (qint64 index = 0; index < count; ++index) {
+            bind(1, u"Are you coming tonight, or shall we wait until tomorrow? %1"_s.arg(index));
+            sqlite3_bind_int64(statement, 2, 1'600'000'000'000 + index * 1000);
+            bind(3, numberOf(index));
+            bind(4, VXConversationKey(numberOf(index)));
+            sqlite3_bind_int64(statement, 5, folder);
+            check(sqlite3_step(statement) == SQLITE_DONE, sqlite3_errmsg(database));
+            sqlite3_reset(statement);
+        }
+        sqlite3_finalize(statement);
+        check(sqlite3_exec(database, "COMMIT; PRAGMA wal_checkpoint(TRUNCATE)", nullptr, nullptr, nullptr) == SQLITE_OK,
+              "not committed");
+    }
+
+    QTemporaryDir _home;
+    sqlite3_stmt *_byHand = nullptr;
+};
+
+qint64 read(const VXFetchRequest &request, VXManagedObjectContext &context)
+{
+    const auto found = context.executeFetchRequest(request);
+    qint64 sum = 0;
+    const int text = request.entity().propertyForName(u"text"_s)->index();
+    for (const VXManagedObjectPtr &message : *found)
+        sum += message->attribute(text).toString().size();
+    return sum;
+}
+
+void conversation(benchmark::State &state)
+{
+    Messages &messages = Messages::of(state.range(0));
+    const VXMessageStore store(messages.coordinator);
+    qint64 party = 0;
+    for (auto _ : state) {
+        VXManagedObjectContext context(messages.coordinator);
+        VXFetchRequest request = store.messagesOfConversation(VXConversationKey(numberOf(party++)));
+        request.limit = newest;
+        benchmark::DoNotOptimize(read(request, context));
+    }
+    state.counters["allowed"] = 3.0;
+}
+
+void conversationByHand(benchmark::State &state)
+{
+    Messages &messages = Messages::of(state.range(0));
+    qint64 party = 0;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(messages.readByHand(VXConversationKey(numberOf(party++))));
+}
+
+// How the newest of one folder, which holds them all, are fetched among more and more.
+void folder(benchmark::State &state)
+{
+    Messages &messages = Messages::of(state.range(0));
+    const VXMessageStore store(messages.coordinator);
+    for (auto _ : state) {
+        VXManagedObjectContext context(messages.coordinator);
+        VXFetchRequest request = *store.messagesOfFolder(context.objectWithID(messages.folderEntity));
+        request.limit = newest;
+        benchmark::DoNotOptimize(read(request, context));
+    }
+}
+
+} // namespace
+
+BENCHMARK(conversation)->Name("messages newest 50 of a conversation/ours")->RangeMultiplier(10)->Range(1000, 1'000'000);
+BENCHMARK(conversationByHand)->Name("messages newest 50 of a conversation/peer")->RangeMultiplier(10)->Range(1000, 1'000'000);
+BENCHMARK(folder)->Name("messages newest 50 of a folder")->RangeMultiplier(10)->Range(1000, 1'000'000);
