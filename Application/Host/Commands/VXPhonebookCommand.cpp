@@ -129,8 +129,6 @@ int runMatch(VXHostContext &context)
 int runPhonebook(VXHostContext &context)
 {
     const QString verb = context.options.operand(0);
-    if (context.options.isSet(u"pattern"_s) && verb != "format"_L1)
-        return context.output.failUsage(u"--pattern goes with format"_s, VXHostUsage(context.options.command()));
     if (verb == "match"_L1)
         return runMatch(context);
     context.output.beginParts();
@@ -160,7 +158,8 @@ VXHostCommand VXPhonebookCommand()
                 "holds two lists with a tab between them."_s,
             .options = {{.name = u"pattern"_s,
                          .placeholder = u"PATTERN"_s,
-                         .summary = u"Format by this pattern: # stands for a digit, 1 and + for themselves"_s}},
+                         .summary = u"Format by this pattern: # stands for a digit, 1 and + for themselves"_s,
+                         .verbs = {u"format"_s}}},
             .minimumOperands = 1,
             .maximumOperands = 10'000,
             .firstOperands = {u"split"_s, u"search-string"_s, u"format"_s, u"match"_s},

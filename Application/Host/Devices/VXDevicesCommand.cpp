@@ -225,7 +225,6 @@ struct Verb
     qsizetype maximum;
     int (*run)(VXHostContext &context, VXPluginManager &manager);
     int (*runWithURL)(VXHostContext &context, VXPluginManager &manager, const QUrl &url); // of a known device
-    QStringList options = {};                                                             // its own
 };
 
 constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
@@ -233,11 +232,11 @@ constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
 const Verb verbs[] = {
     {u"list"_s, {}, 0, 0, list, nullptr},
     {u"add"_s, u"PLUGIN-ID and DEVICE-ID"_s, 2, unlimited, add, nullptr},
-    {u"remove"_s, u"URL"_s, 1, 1, nullptr, removeDevice, {u"yes"_s}},
-    {u"default"_s, {}, 0, 1, defaultDevice, nullptr, {u"key"_s}},
+    {u"remove"_s, u"URL"_s, 1, 1, nullptr, removeDevice},
+    {u"default"_s, {}, 0, 1, defaultDevice, nullptr},
     {u"info"_s, u"URL"_s, 1, 1, nullptr, info},
     {u"actions"_s, u"URL"_s, 1, 1, nullptr, actions},
-    {u"do"_s, u"URL and ACTION"_s, 2, 2, nullptr, doAction, {u"object"_s, u"timeout"_s, u"json-lines"_s}},
+    {u"do"_s, u"URL and ACTION"_s, 2, 2, nullptr, doAction},
 };
 
 QStringList verbNames()
@@ -257,10 +256,6 @@ QString mistake(const VXHostOptions &options, const Verb &verb)
     if (operands.size() > verb.maximum)
         return verb.maximum == 0 ? u"%1 takes nothing more"_s.arg(verb.name)
                                  : u"%1 takes no \"%2\""_s.arg(verb.name, operands.last());
-    for (const QString &option : {u"yes"_s, u"key"_s, u"object"_s, u"timeout"_s, u"json-lines"_s}) {
-        if (options.isSet(option) && !verb.options.contains(option))
-            return u"--%1 does not go with %2"_s.arg(option, verb.name);
-    }
     return {};
 }
 
@@ -299,17 +294,24 @@ VXHostCommand VXDevicesCommand()
             "does not wait for it."_s,
         .options = {{.name = u"yes"_s,
                      .placeholder = {},
-                     .summary = u"Remove it even if other devices lose preferences (remove)"_s},
+                     .summary = u"Remove it even if other devices lose preferences"_s,
+                     .verbs = {u"remove"_s}},
                     {.name = u"key"_s,
                      .placeholder = u"KEY"_s,
-                     .summary = u"The user default that keeps the preferred device (default)"_s},
-                    {.name = u"object"_s, .placeholder = u"JSON"_s, .summary = u"What the action is about (do)"_s},
+                     .summary = u"The user default that keeps the preferred device"_s,
+                     .verbs = {u"default"_s}},
+                    {.name = u"object"_s,
+                     .placeholder = u"JSON"_s,
+                     .summary = u"What the action is about"_s,
+                     .verbs = {u"do"_s}},
                     {.name = u"timeout"_s,
                      .placeholder = u"SECONDS"_s,
-                     .summary = u"Ask for an abort when it takes longer (do)"_s},
+                     .summary = u"Ask for an abort when it takes longer"_s,
+                     .verbs = {u"do"_s}},
                     {.name = u"json-lines"_s,
                      .placeholder = {},
-                     .summary = u"Write progress and result as JSON, one value a line (do)"_s}},
+                     .summary = u"Write progress and result as JSON, one value a line"_s,
+                     .verbs = {u"do"_s}}},
         .minimumOperands = 0,
         .maximumOperands = 1000,
         .firstOperands = verbNames(),

@@ -224,20 +224,13 @@ struct Verb
     QString name;
     int (*run)(VXHostContext &context, VXTriggerStore &triggers);
     int (*runWithTrigger)(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger);
-    QStringList options = {}; // of its own
 };
 
 const Verb verbs[] = {
-    {u"list"_s, list, nullptr},
-    {u"add"_s, add, nullptr, {u"event"_s, u"name"_s, u"filter"_s, u"reactor"_s, u"option"_s}},
-    {u"show"_s, nullptr, show},
-    {u"edit"_s, nullptr, edit, {u"event"_s, u"name"_s, u"filter"_s, u"no-filter"_s, u"reactor"_s, u"option"_s}},
-    {u"move"_s, nullptr, move, {u"place"_s}},
-    {u"copy"_s, nullptr, copy},
-    {u"remove"_s, nullptr, remove},
-    {u"enable"_s, nullptr, enable},
-    {u"disable"_s, nullptr, disable},
-    {u"test"_s, nullptr, test, {u"object"_s}},
+    {u"list"_s, list, nullptr},     {u"add"_s, add, nullptr},       {u"show"_s, nullptr, show},
+    {u"edit"_s, nullptr, edit},     {u"move"_s, nullptr, move},     {u"copy"_s, nullptr, copy},
+    {u"remove"_s, nullptr, remove}, {u"enable"_s, nullptr, enable}, {u"disable"_s, nullptr, disable},
+    {u"test"_s, nullptr, test},
 };
 
 QStringList verbNames()
@@ -254,10 +247,6 @@ QString usageProblem(const VXHostOptions &options, const Verb &verb)
         return u"%1 needs ID"_s.arg(verb.name);
     if (verb.run != nullptr && !options.operand(1).isNull())
         return u"%1 takes nothing more"_s.arg(verb.name);
-    for (const VXHostOption &option : options.command()->options) {
-        if (options.isSet(option.name) && !verb.options.contains(option.name))
-            return u"--%1 does not go with %2"_s.arg(option.name, verb.name);
-    }
     return {};
 }
 
@@ -303,15 +292,18 @@ VXHostCommand VXTriggersCommand()
             "Example: vornix triggers add --event incoming_call --filter 'from CONTAINS \"Jane\"' "
             "--reactor runcommand --option program=/home/me/jane.sh"_s,
         .options =
-            {{u"event"_s, u"NAME"_s, u"add, edit: the event to listen to; needed"_s},
-             {u"name"_s, u"TEXT"_s, u"add, edit: what to call the trigger"_s},
-             {u"filter"_s, u"PREDICATE"_s, u"add, edit: what the event's object must satisfy"_s},
-             {u"no-filter"_s, {}, u"edit: let every object pass"_s},
-             {u"reactor"_s, u"ID"_s,
-              u"add, edit: a reactor plugin to run, by its identifier or the last part of it; may be repeated"_s},
-             {u"option"_s, u"KEY=VALUE"_s, u"add, edit: for the reactor before it; may be repeated"_s},
-             {u"place"_s, u"N"_s, u"move: its place among those of the event, from 1"_s},
-             {u"object"_s, u"JSON"_s, u"test: the event's object; none without"_s}},
+            {{u"event"_s, u"NAME"_s, u"The event to listen to; needed"_s, {}, {u"add"_s, u"edit"_s}},
+             {u"name"_s, u"TEXT"_s, u"What to call the trigger"_s, {}, {u"add"_s, u"edit"_s}},
+             {u"filter"_s, u"PREDICATE"_s, u"What the event's object must satisfy"_s, {}, {u"add"_s, u"edit"_s}},
+             {u"no-filter"_s, {}, u"Let every object pass"_s, {}, {u"edit"_s}},
+             {u"reactor"_s,
+              u"ID"_s,
+              u"A reactor plugin to run, by its identifier or the last part of it; may be repeated"_s,
+              {},
+              {u"add"_s, u"edit"_s}},
+             {u"option"_s, u"KEY=VALUE"_s, u"For the reactor before it; may be repeated"_s, {}, {u"add"_s, u"edit"_s}},
+             {u"place"_s, u"N"_s, u"Its place among those of the event, from 1"_s, {}, {u"move"_s}},
+             {u"object"_s, u"JSON"_s, u"The event's object; none without"_s, {}, {u"test"_s}}},
         .minimumOperands = 0,
         .maximumOperands = 2,
         .firstOperands = verbNames(),

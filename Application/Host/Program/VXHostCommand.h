@@ -17,6 +17,7 @@ struct VXHostOption
     QString placeholder; // of its value, as "DIR"; null for a switch
     QString summary;
     QStringList choices = {}; // the values it takes; empty: any
+    QStringList verbs = {};   // the first operands that it goes with; empty: any
 };
 
 /** What a command gets to run with. */
@@ -37,7 +38,7 @@ struct VXHostCommand
     QList<VXHostOption> options = {};
     qsizetype minimumOperands = 0;
     qsizetype maximumOperands = 0;
-    QStringList firstOperands = {}; // what the first operand may be; empty: anything
+    QStringList firstOperands = {}; // what the first operand may be, the standard one first; empty: anything
     bool isHidden = false;
     /** Answers the exit status, one of VXHostOutput's. */
     std::function<int(VXHostContext &)> run;

@@ -14,11 +14,6 @@ QString optionText(const VXHostOption &option)
     return "--"_L1 + option.name + (option.placeholder.isNull() ? QString() : u' ' + option.placeholder);
 }
 
-QString optionSummary(const VXHostOption &option)
-{
-    return option.choices.isEmpty() ? option.summary : option.summary + " ("_L1 + option.choices.join(", "_L1) + u')';
-}
-
 // Words put on lines of at most textWidth, all but the first line indented.
 QString wrapped(const QString &text, qsizetype indent, qsizetype used)
 {
@@ -56,11 +51,18 @@ Rows optionRows(const QList<VXHostOption> &options)
 {
     Rows rows;
     for (const VXHostOption &option : options)
-        rows.emplace_back(optionText(option), optionSummary(option));
+        rows.emplace_back(optionText(option), VXHostOptionSummary(option));
     return rows;
 }
 
 } // namespace
+
+QString VXHostOptionSummary(const VXHostOption &option)
+{
+    const QString verbs = option.verbs.isEmpty() ? QString() : option.verbs.join(", "_L1) + ": "_L1;
+    const QString choices = option.choices.isEmpty() ? QString() : " ("_L1 + option.choices.join(", "_L1) + u')';
+    return verbs + option.summary + choices;
+}
 
 QString VXHostUsage(const VXHostCommand *command)
 {

@@ -10,6 +10,8 @@
 [[nodiscard]] QString VXHostUsage(const VXHostCommand *command);
 /** All commands and the global options, aligned. */
 [[nodiscard]] QString VXHostOverview(const VXHostCommandTable &commands);
+/** What it is for, with the verbs it goes with and the values it takes. */
+[[nodiscard]] QString VXHostOptionSummary(const VXHostOption &option);
 [[nodiscard]] QString VXHostCommandHelp(const VXHostCommand &command, const VXHostCommandTable &commands);
 /** A bash completion script. */
 [[nodiscard]] QString VXHostBashCompletion(const VXHostCommandTable &commands);

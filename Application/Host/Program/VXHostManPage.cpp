@@ -19,8 +19,7 @@ QString optionEntry(const VXHostOption &option)
     QString tag = "\\fB"_L1 + escaped("--"_L1 + option.name) + "\\fR"_L1;
     if (!option.placeholder.isNull())
         tag += " \\fI"_L1 + escaped(option.placeholder) + "\\fR"_L1;
-    const QString choices = option.choices.isEmpty() ? QString() : " ("_L1 + option.choices.join(", "_L1) + u')';
-    return ".TP\n"_L1 + tag + u'\n' + escaped(option.summary + choices) + ".\n"_L1;
+    return ".TP\n"_L1 + tag + u'\n' + escaped(VXHostOptionSummary(option)) + ".\n"_L1;
 }
 
 QString commandSection(const VXHostCommand &command)

@@ -87,6 +87,11 @@ void VXHostOptions::checkOperands()
     else if (!_command->firstOperands.isEmpty() && !_operands.isEmpty() &&
              !_command->firstOperands.contains(_operands.first()))
         fail(u"\"%1\" is none of %2"_s.arg(_operands.first(), _command->firstOperands.join(", "_L1)));
+    const QString verb = _operands.value(0, _command->firstOperands.value(0));
+    for (const VXHostOption &option : _command->options) {
+        if (isSet(option.name) && !option.verbs.isEmpty() && !option.verbs.contains(verb))
+            fail(u"--%1 does not go with %2"_s.arg(option.name, verb));
+    }
 }
 
 // The first mistake is the one told; reading goes on, so that --json is known wherever it stands.

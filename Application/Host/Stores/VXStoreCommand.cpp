@@ -291,22 +291,17 @@ struct Verb
     QStringList operands;         // behind the path
     int (*run)(Session &session); // null: makes the store
     VXStoreUse use = VXStoreUse::Read;
-    QStringList options = {}; // besides --model
 };
 
 const Verb verbs[] = {
     {u"info"_s, {}, info},
     {u"entities"_s, {}, entities},
-    {u"list"_s,
-     {u"ENTITY"_s},
-     list,
-     VXStoreUse::Read,
-     {u"where"_s, u"sort"_s, u"limit"_s, u"offset"_s, u"count"_s, u"related"_s}},
+    {u"list"_s, {u"ENTITY"_s}, list},
     {u"insert"_s, {u"ENTITY"_s, u"JSON"_s}, insert, VXStoreUse::Change},
     {u"update"_s, {u"URI"_s, u"JSON"_s}, update, VXStoreUse::Change},
     {u"delete"_s, {u"URI"_s}, remove, VXStoreUse::Change},
-    {u"new"_s, {}, nullptr, VXStoreUse::Change, {u"type"_s}},
-    {u"check"_s, {}, check, VXStoreUse::Read, {u"mend"_s}},
+    {u"new"_s, {}, nullptr, VXStoreUse::Change},
+    {u"check"_s, {}, check},
 };
 
 QStringList verbNames()
@@ -327,10 +322,6 @@ QString misuse(const Verb &verb, const VXHostOptions &options)
 {
     if (options.operands().size() - 2 != verb.operands.size())
         return (QStringList{verb.name, u"needs PATH"_s} + verb.operands).join(u' ');
-    for (const VXHostOption &option : options.command()->options) {
-        if (options.isSet(option.name) && option.name != "model"_L1 && !verb.options.contains(option.name))
-            return u"--%1 does not go with %2"_s.arg(option.name, verb.name);
-    }
     if (verb.run == nullptr && !options.isSet(u"model"_s))
         return u"new needs --model"_s;
     return verb.run != nullptr && options.isSet(u"model"_s) && isStoreName(options.operand(1))
@@ -397,24 +388,34 @@ VXHostCommand VXStoreCommand()
             "replace that. \"export NAME FOLDER\" writes a copy. All work on what is there at one moment, and say "
             "with --dry-run what they would do. \"rollback NAME [FOLDER]\" takes back the store that was there "
             "before the last upgrade or replacement, or the one in FOLDER; with --dry-run it lists those."_s,
-        .options = {{u"where"_s, u"PREDICATE"_s, u"List only objects that it describes"_s},
-                    {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
-                    {u"limit"_s, u"N"_s, u"List at most N objects"_s},
-                    {u"offset"_s, u"N"_s, u"Leave out the first N"_s},
-                    {u"count"_s, {}, u"Only count them"_s},
-                    {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s},
-                    {u"mend"_s, {}, u"Remove references to objects that are gone, or do not lead back"_s},
-                    {u"model"_s, u"FILE"_s, u"The model: .vxmodel or .mom"_s},
-                    {u"type"_s,
-                     u"TYPE"_s,
-                     u"Type of a new data file: sqlite unless told otherwise"_s,
-                     {u"sqlite"_s, u"xml"_s}},
-                    {u"dry-run"_s, {}, u"Only say what would be done"_s},
-                    {u"merge"_s, {}, u"Import: add the objects to those that are there"_s},
-                    {u"replace"_s, {}, u"Import: use the folder in place of the store, from the next start on"_s},
-                    {u"validate"_s, {}, u"Export: copy object by object, as an upgrade does"_s},
-                    {u"backup"_s, u"FOLDER"_s, u"Where the old store goes, or a copy of it before an import"_s},
-                    {u"yes"_s, {}, u"Ask nothing: merge, replace, let the old store go to the trash"_s}},
+        .options =
+            {{u"where"_s, u"PREDICATE"_s, u"List only objects that it describes"_s, {}, {u"list"_s}},
+             {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s, {}, {u"list"_s}},
+             {u"limit"_s, u"N"_s, u"List at most N objects"_s, {}, {u"list"_s}},
+             {u"offset"_s, u"N"_s, u"Leave out the first N"_s, {}, {u"list"_s}},
+             {u"count"_s, {}, u"Only count them"_s, {}, {u"list"_s}},
+             {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s, {}, {u"list"_s}},
+             {u"mend"_s, {}, u"Remove references to objects that are gone, or do not lead back"_s, {}, {u"check"_s}},
+             {u"model"_s, u"FILE"_s, u"The model: .vxmodel or .mom"_s},
+             {u"type"_s,
+              u"TYPE"_s,
+              u"Type of a new data file: sqlite unless told otherwise"_s,
+              {u"sqlite"_s, u"xml"_s},
+              {u"new"_s}},
+             {u"dry-run"_s, {}, u"Only say what would be done"_s, {}, {u"upgrade"_s, u"import"_s, u"rollback"_s}},
+             {u"merge"_s, {}, u"Add the objects to those that are there"_s, {}, {u"import"_s}},
+             {u"replace"_s, {}, u"Use the folder in place of the store, from the next start on"_s, {}, {u"import"_s}},
+             {u"validate"_s, {}, u"Copy object by object, as an upgrade does"_s, {}, {u"export"_s}},
+             {u"backup"_s,
+              u"FOLDER"_s,
+              u"Where the old store goes, or a copy of it before an import"_s,
+              {},
+              {u"upgrade"_s, u"import"_s}},
+             {u"yes"_s,
+              {},
+              u"Ask nothing: merge, replace, let the old store go to the trash"_s,
+              {},
+              {u"upgrade"_s, u"import"_s, u"export"_s, u"rollback"_s}}},
         .minimumOperands = 2,
         .maximumOperands = 4,
         .firstOperands = verbNames(),
