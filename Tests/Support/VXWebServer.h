@@ -28,6 +28,8 @@ public:
     QStringList requests() const;
     /** The file that these are kept in, a line each. */
     QString requestsPath() const { return _folder.filePath(QStringLiteral("requests")); }
+    /** The folder whose files are at "/files/NAME". */
+    QString filesFolder() const { return _folder.filePath(QStringLiteral("files")); }
     /** The file with the certificate of a secure server, which nobody trusts yet. */
     QString certificatePath() const;
 

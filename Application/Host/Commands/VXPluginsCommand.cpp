@@ -8,14 +8,14 @@
 #include "VXPluginReport.h"
 #include "VXPluginScanner.h"
 #include "VXPluginSession.h"
+#include "VXPluginSigning.h"
+#include "VXPluginUpdates.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
-#include <QtCore/QProcess>
 #include <QtCore/QTimer>
 
 #include <algorithm>
@@ -64,31 +64,11 @@ int check(VXHostContext &context)
     return isUsable ? VXHostOutput::Done : VXHostOutput::Failed;
 }
 
-// Why the bundle's code cannot be used; null when it can. Found out by another process: what this one loaded from the old
-// place would be taken for what lies in the new one, and code that crashes takes only that process with it.
-QString problemOfCode(const VXHostOptions &options, const QString &path)
-{
-    QStringList arguments{u"plugins"_s, u"check"_s, QFileInfo(path).absoluteFilePath(), u"--json"_s};
-    if (options.isSet(u"home"_s))
-        arguments += {u"--home"_s, options.value(u"home"_s)};
-    QProcess process;
-    process.start(QCoreApplication::applicationFilePath(), arguments);
-    if (!process.waitForFinished(-1))
-        return process.errorString();
-    if (process.exitStatus() != QProcess::NormalExit)
-        return u"its code crashes when it is loaded"_s;
-    const QJsonObject answer = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
-    for (const auto &finding : answer[u"findings"_s].toArray()) {
-        if (finding[u"isError"_s].toBool())
-            return finding[u"text"_s].toString();
-    }
-    return answer[u"isUsable"_s].toBool() ? QString() : u"its code ends the program when it is loaded"_s;
-}
-
 int install(VXHostContext &context, VXPluginManager &manager)
 {
     const QString path = context.options.operand(1);
-    if (const QString problem = QFileInfo(path).isDir() ? problemOfCode(context.options, path) : QString();
+    if (const QString problem =
+            QFileInfo(path).isDir() ? VXProblemOfPluginCode(path, context.options.value(u"home"_s)) : QString();
         !problem.isNull())
         return context.output.fail(u"%1 was not installed: %2"_s.arg(path, problem));
     const QString identifier =
@@ -232,13 +212,25 @@ int retry(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugi
     return changed(context, u"%1 is loaded."_s.arg(report.title()), report);
 }
 
+int updateAll(VXHostContext &context, VXPluginManager &manager)
+{
+    QList<const VXPluginProxy *> plugins = VXSortedPlugins(manager);
+    plugins.removeIf([](const VXPluginProxy *plugin) { return plugin->parentProxy() != nullptr; });
+    return VXRunPluginUpdates(context, plugins);
+}
+
+int update(VXHostContext &context, VXPluginManager &, VXPluginProxy &plugin)
+{
+    return VXRunPluginUpdates(context, {plugin.rootProxy()});
+}
+
 // -- The command
 
 struct Verb
 {
     QString name;
-    QString operand; // null for none
-    int (*run)(VXHostContext &context, VXPluginManager &manager);
+    QString operand;                                                                               // null for none
+    int (*run)(VXHostContext &context, VXPluginManager &manager);                                  // without a plugin
     int (*runWithPlugin)(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin); // operand: its ID
     int (*runWithoutPlugins)(VXHostContext &context) = nullptr;
 };
@@ -252,6 +244,8 @@ const Verb verbs[] = {
     {u"retry"_s, u"ID"_s, nullptr, retry},
     {u"graph"_s, {}, graph, nullptr},
     {u"check"_s, u"PATH"_s, nullptr, nullptr, check},
+    {u"update"_s, u"[ID]"_s, updateAll, update},
+    {u"sign"_s, u"PATH"_s, nullptr, nullptr, VXSignPlugin},
 };
 
 QStringList verbNames()
@@ -267,14 +261,14 @@ int runPlugins(VXHostContext &context)
     const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
     const QString operand = context.options.operand(1);
     const QString usage = VXHostUsage(context.options.command());
-    if (operand.isEmpty() && !verb.operand.isNull())
+    if (operand.isEmpty() && !verb.operand.isNull() && (verb.run == nullptr || verb.runWithPlugin == nullptr))
         return context.output.failUsage(u"%1 needs %2"_s.arg(name, verb.operand), usage);
     if (!operand.isNull() && verb.operand.isNull())
         return context.output.failUsage(u"%1 takes nothing more"_s.arg(name), usage);
     if (verb.runWithoutPlugins != nullptr)
         return verb.runWithoutPlugins(context);
     const auto run = [&](VXPluginManager &manager) {
-        if (verb.run != nullptr)
+        if (verb.run != nullptr && (verb.runWithPlugin == nullptr || operand.isEmpty()))
             return verb.run(context, manager);
         VXPluginProxy *const plugin = pluginNamed(manager, operand);
         return plugin == nullptr ? unknown(context, manager, operand) : verb.runWithPlugin(context, manager, *plugin);
@@ -288,7 +282,7 @@ VXHostCommand VXPluginsCommand()
 {
     return {.name = u"plugins"_s,
             .summary = u"Show and change the plugins"_s,
-            .synopsis = u"[list|info|enable|disable|install|retry|graph|check] [ID|PATH]"_s,
+            .synopsis = u"[list|info|enable|disable|install|retry|graph|check|update|sign] [ID|PATH]"_s,
             .details =
                 u"\"list\" shows every plugin and its state, parts of a plugin below it. \"info ID\" tells all about "
                 "one, also why this copy was chosen and which others were passed over. \"enable ID\" and \"disable "
@@ -296,7 +290,24 @@ VXHostCommand VXPluginsCommand()
                 "where another copy is in use, that waits for the next start. \"retry ID\" loads a plugin that was "
                 "left out because the program ended while it was loading. \"check PATH\" tells an author what is wrong "
                 "with a bundle. \"graph\" writes what needs what in the "
-                "language of Graphviz, for \"dot\"."_s,
+                "language of Graphviz, for \"dot\".\n"
+                "\"update\" looks for a newer version of every plugin that offers updates, or of one, checks whose "
+                "it is, and installs it at the next start. \"sign PATH\" is for authors: it packs a bundle and "
+                "writes the feed that offers it."_s,
+            .options =
+                {{.name = u"check"_s, .placeholder = {}, .summary = u"Only look for updates"_s, .verbs = {u"update"_s}},
+                 {.name = u"key"_s,
+                  .placeholder = u"FILE"_s,
+                  .summary = u"The author's private Ed25519 key in PEM"_s,
+                  .verbs = {u"sign"_s}},
+                 {.name = u"url"_s,
+                  .placeholder = u"URL"_s,
+                  .summary = u"Where the archive will lie"_s,
+                  .verbs = {u"sign"_s}},
+                 {.name = u"to"_s,
+                  .placeholder = u"DIR"_s,
+                  .summary = u"Where to write the archive and the feed"_s,
+                  .verbs = {u"sign"_s}}},
             .minimumOperands = 0,
             .maximumOperands = 2,
             .firstOperands = verbNames(),

@@ -6,11 +6,17 @@
 #include "VXPluginScanner.h"
 #include "VXStringsTable.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 #include <QtCore/QMap>
 #include <QtCore/QMetaMethod>
+#include <QtCore/QProcess>
 #include <QtCore/QSet>
+#include <QtCore/QUrl>
 
 #include <algorithm>
 
@@ -30,6 +36,8 @@ const QSet<QString> &knownKeys()
                                     u"VXPluginClass"_s,
                                     u"VXPluginDependencies"_s,
                                     u"VXPluginName"_s,
+                                    u"VXPluginUpdateKey"_s,
+                                    u"VXPluginUpdateURL"_s,
                                     u"VXPostsEvents"_s,
                                     u"VXReactorCategory"_s,
                                     u"VXReactorClassList"_s,
@@ -85,6 +93,20 @@ private:
             if (entry.key().startsWith("VX"_L1) && !knownKeys().contains(entry.key()))
                 warn(u"the key %1 means nothing to Vornix"_s.arg(entry.key()));
         }
+        checkUpdates();
+    }
+
+    void checkUpdates()
+    {
+        constexpr qsizetype keySize = 32;
+        const QString url = text(u"VXPluginUpdateURL"_s);
+        const QString key = text(u"VXPluginUpdateKey"_s);
+        if (url.isEmpty() && key.isEmpty())
+            return;
+        if (QUrl(url).scheme() != "https"_L1)
+            error(u"VXPluginUpdateURL \"%1\" is no https URL"_s.arg(url));
+        if (!key.isEmpty() && QByteArray::fromBase64(key.toLatin1()).size() != keySize)
+            error(u"VXPluginUpdateKey is no Ed25519 key in Base64"_s);
     }
 
     void checkCode(const VXBundle::Ptr &bundle)
@@ -157,4 +179,23 @@ QList<VXPluginFinding> VXCheckPlugin(const QString &path)
     QList<VXPluginFinding> findings;
     Check(QDir::cleanPath(path), findings).run(true);
     return findings;
+}
+
+QString VXProblemOfPluginCode(const QString &path, const QString &home)
+{
+    QStringList arguments{u"plugins"_s, u"check"_s, QFileInfo(path).absoluteFilePath(), u"--json"_s};
+    if (!home.isNull())
+        arguments += {u"--home"_s, home};
+    QProcess process;
+    process.start(QCoreApplication::applicationFilePath(), arguments);
+    if (!process.waitForFinished(-1))
+        return process.errorString();
+    if (process.exitStatus() != QProcess::NormalExit)
+        return u"its code crashes when it is loaded"_s;
+    const QJsonObject answer = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+    for (const auto &finding : answer[u"findings"_s].toArray()) {
+        if (finding[u"isError"_s].toBool())
+            return finding[u"text"_s].toString();
+    }
+    return answer[u"isUsable"_s].toBool() ? QString() : u"its code ends the program when it is loaded"_s;
 }

@@ -15,3 +15,10 @@ struct VXPluginFinding
  * code but makes no instance; that is for a process which does nothing else with plugins.
  */
 [[nodiscard]] QList<VXPluginFinding> VXCheckPlugin(const QString &path);
+
+/**
+ * Why the bundle's code cannot be used; null when it can. Found out by another process, with that home folder unless it is
+ * null: what this one loaded from the old place would be taken for what lies in the new one, and code that crashes takes
+ * only that process with it.
+ */
+[[nodiscard]] QString VXProblemOfPluginCode(const QString &path, const QString &home);

@@ -1,7 +1,8 @@
 """A web server for tests: python3 server.py COUNT_FILE [PORT] [CERTIFICATE KEY].
 
 Prints its port and serves on the loopback until its standard input ends. Each request adds a line "METHOD PATH" to the count
-file before it is answered. /form answers with the form's fields as JSON, read by a strict parser; the other paths do what a
+file before it is answered. /form answers with the form's fields as JSON, read by a strict parser; /files/NAME is what lies in the folder "files" beside the
+count file; the other paths do what a
 server may do wrong, see `answer`."""
 
 import base64
@@ -93,6 +94,12 @@ class Handler(socketserver.StreamRequestHandler):
                                          "size": len(self.body)}).encode(), headers=["Set-Cookie: a=b"])
         if path == "/raw":
             return self.send(self.body)
+        if path.startswith("/files/"):  # beside the count file
+            try:
+                with open(os.path.join(os.path.dirname(self.server.count_file), path[1:]), "rb") as file:
+                    return self.send(file.read())
+            except FileNotFoundError:
+                return self.send(status="404 Not Found")
         if path == "/upload":
             return self.send(str(self.received).encode())
         if path == "/answer":  # what the query says

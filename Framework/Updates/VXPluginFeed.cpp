@@ -1,0 +1,149 @@
+#include "VXPluginFeed.h"
+
+#include "VXErrorDomain.h"
+#include "VXFramework.h"
+#include "VXPropertyList.h"
+
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QFile>
+#include <QtCore/QUrl>
+
+#include <array>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+using Context = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
+using Source = std::unique_ptr<BIO, decltype(&BIO_free)>;
+
+constexpr qsizetype hashSize = 32;
+constexpr size_t keySize = 32;
+constexpr size_t signatureSize = 64;
+
+const unsigned char *bytesOf(const QByteArray &data)
+{
+    return reinterpret_cast<const unsigned char *>(data.constData());
+}
+
+// A value of the signed text is one line.
+bool isOneLine(const QString &text)
+{
+    return !text.isEmpty() && !text.contains(u'\n');
+}
+
+// Nobody is asked for a passphrase: whoever signs may be a script.
+int noPassphrase(char *, int, int, void *)
+{
+    return -1;
+}
+
+Key readPrivateKey(const QByteArray &pem, VXError *error)
+{
+    const Source source(BIO_new_mem_buf(pem.constData(), static_cast<int>(pem.size())), BIO_free);
+    Key key(PEM_read_bio_PrivateKey(source.get(), nullptr, noPassphrase, nullptr), EVP_PKEY_free);
+    ERR_clear_error();
+    if (key && EVP_PKEY_id(key.get()) == EVP_PKEY_ED25519)
+        return key;
+    VXSetError(error, VXMakeError(VXLocalizedString(u"That is no private Ed25519 key in PEM without a passphrase."_s)));
+    return {nullptr, EVP_PKEY_free};
+}
+
+} // namespace
+
+std::optional<VXPluginFeed> VXPluginFeed::fromData(const QByteArray &data, VXError *error)
+{
+    VXError problem;
+    const QVariantMap map = VXPropertyList::fromData(data, &problem).toMap();
+    VXPluginFeed feed{.identifier = map.value(u"identifier"_s).toString(),
+                      .version = map.value(u"version"_s).toString(),
+                      .url = map.value(u"url"_s).toString(),
+                      .size = map.value(u"size"_s).toLongLong(),
+                      .sha256 = QByteArray::fromHex(map.value(u"sha256"_s).toString().toLatin1()),
+                      .signature = map.value(u"signature"_s).toByteArray()};
+    if (isOneLine(feed.identifier) && isOneLine(feed.version) && isOneLine(feed.url) &&
+        QUrl(feed.url, QUrl::StrictMode).isValid() && feed.size > 0 && feed.sha256.size() == hashSize)
+        return feed;
+    const QByteArray reason = problem.localizedDescription().toUtf8();
+    VXSetError(error, VXMakeError(VXLocalizedString(u"The update feed can not be read."_s), problem ? "%s" : nullptr,
+                                  reason.constData()));
+    return std::nullopt;
+}
+
+QByteArray VXPluginFeed::data() const
+{
+    QVariantMap map{{u"identifier"_s, identifier},
+                    {u"version"_s, version},
+                    {u"url"_s, url},
+                    {u"size"_s, size},
+                    {u"sha256"_s, QString::fromLatin1(sha256.toHex())}};
+    if (!signature.isEmpty())
+        map.insert(u"signature"_s, signature);
+    return VXPropertyList::toData(map, VXPropertyList::Format::XML);
+}
+
+QByteArray VXPluginFeed::signedText() const
+{
+    return "VornixPluginUpdate 1\n" + identifier.toUtf8() + '\n' + version.toUtf8() + '\n' + url.toUtf8() + '\n' +
+           QByteArray::number(size) + '\n' + sha256.toHex() + '\n';
+}
+
+bool VXPluginFeed::isSignedBy(const QByteArray &publicKey) const
+{
+    const Key key(EVP_PKEY_new_raw_public_key(EVP_PKEY_ED25519, nullptr, bytesOf(publicKey),
+                                              static_cast<size_t>(publicKey.size())),
+                  EVP_PKEY_free);
+    const Context context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    const QByteArray text = signedText();
+    const bool isSigned = key && context &&
+                          EVP_DigestVerifyInit(context.get(), nullptr, nullptr, nullptr, key.get()) == 1 &&
+                          EVP_DigestVerify(context.get(), bytesOf(signature), static_cast<size_t>(signature.size()),
+                                           bytesOf(text), static_cast<size_t>(text.size())) == 1;
+    ERR_clear_error(); // libcurl would take what is left on this thread for its own
+    return isSigned;
+}
+
+bool VXPluginFeed::sign(const QByteArray &privateKey, VXError *error)
+{
+    const Key key = readPrivateKey(privateKey, error);
+    if (!key)
+        return false;
+    const Context context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    const QByteArray text = signedText();
+    std::array<unsigned char, signatureSize> bytes{};
+    size_t count = bytes.size();
+    if (!context || EVP_DigestSignInit(context.get(), nullptr, nullptr, nullptr, key.get()) != 1 ||
+        EVP_DigestSign(context.get(), bytes.data(), &count, bytesOf(text), static_cast<size_t>(text.size())) != 1) {
+        ERR_clear_error();
+        VXSetError(error, VXMakeError(VXLocalizedString(u"The update feed could not be signed."_s)));
+        return false;
+    }
+    signature = QByteArray(reinterpret_cast<const char *>(bytes.data()), static_cast<qsizetype>(count));
+    return true;
+}
+
+std::optional<QByteArray> VXPluginFeed::publicKeyOf(const QByteArray &privateKey, VXError *error)
+{
+    const Key key = readPrivateKey(privateKey, error);
+    if (!key)
+        return std::nullopt;
+    std::array<unsigned char, keySize> bytes{};
+    size_t count = bytes.size();
+    EVP_PKEY_get_raw_public_key(key.get(), bytes.data(), &count);
+    return QByteArray(reinterpret_cast<const char *>(bytes.data()), static_cast<qsizetype>(count));
+}
+
+std::optional<QByteArray> VXHashOfFile(const QString &path, VXError *error)
+{
+    QFile file(path);
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    if (file.open(QIODevice::ReadOnly) && hash.addData(&file))
+        return hash.result();
+    VXSetError(error, VXMakeFileError(u"%1: %2"_s.arg(path, file.errorString()), {}, path));
+    return std::nullopt;
+}
