@@ -23,19 +23,26 @@ VXPredicate equals(const QString &key, const QVariant &value)
     return VXPredicate::comparison(VXExpression::keyPath(key), Operator::Equal, VXExpression::constant(value));
 }
 
-VXOutboxEntry entryOf(const VXManagedObject &object)
+VXOutboxEntry entryWithoutPayload(const VXManagedObject &object)
 {
     return {.number = object.objectID().number(),
             .kind = object.valueForKey(u"kind"_s).toString(),
             .destination = object.valueForKey(u"destination"_s).toString(),
             .title = object.valueForKey(u"title"_s).toString(),
-            .payload = object.valueForKey(u"payload"_s).toMap(),
+            .payload = {},
             .state = static_cast<VXOutboxState>(object.valueForKey(u"state"_s).toInt()),
             .problem = object.valueForKey(u"problem"_s).toString(),
             .attempts = object.valueForKey(u"attempts"_s).toInt(),
             .createdDate = object.valueForKey(u"createdDate"_s).toDateTime(),
             .nextDate = object.valueForKey(u"nextDate"_s).toDateTime(),
             .finishedDate = object.valueForKey(u"finishedDate"_s).toDateTime()};
+}
+
+VXOutboxEntry entryOf(const VXManagedObject &object)
+{
+    VXOutboxEntry entry = entryWithoutPayload(object);
+    entry.payload = object.valueForKey(u"payload"_s).toMap();
+    return entry;
 }
 
 QVariant noneOr(const QDateTime &date)
@@ -52,15 +59,30 @@ void write(const VXOutboxEntry &entry, VXManagedObject &object)
     object.setValueForKey(noneOr(entry.finishedDate), u"finishedDate"_s);
 }
 
+// Null, and no error, when there is no such entry.
 VXManagedObjectPtr objectOf(VXManagedObjectContext &context, qint64 number, VXError *error)
 {
     const VXPersistentStoreCoordinator &coordinator = *context.persistentStoreCoordinator();
     const VXEntityDescription &entity = *coordinator.model().entityForName(entityName);
     const VXStoreIdentity &store = coordinator.persistentStores().first()->identity();
-    const VXManagedObjectPtr object = context.existingObjectWithID({entity, store, number}, error);
+    return context.existingObjectWithID({entity, store, number}, error);
+}
+
+// The same, with an error then.
+VXManagedObjectPtr neededObject(VXManagedObjectContext &context, qint64 number, VXError *error)
+{
+    VXError problem;
+    const VXManagedObjectPtr object = objectOf(context, number, &problem);
     if (!object)
-        VXSetError(error, VXMakeError(VXLocalizedString(u"There is no such entry in the outbox."_s)));
+        VXSetError(error,
+                   problem ? problem : VXMakeError(VXLocalizedString(u"There is no such entry in the outbox."_s)));
     return object;
+}
+
+bool fail(VXError *error, const QString &reason)
+{
+    VXSetError(error, VXMakeError(VXLocalizedString(reason)));
+    return false;
 }
 
 void announce(qint64 number)
@@ -118,6 +140,25 @@ std::optional<QList<VXOutboxEntry>> VXOutbox::entries(const QString &kind, VXErr
     return entries;
 }
 
+std::optional<QList<VXOutboxEntry>> VXOutbox::openEntries(const QString &kind, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    VXFetchRequest request(*_coordinator->model().entityForName(entityName));
+    // Not the kind too: the store would take the index of that, and pass over all that is done.
+    request.predicate = VXPredicate::comparison(VXExpression::keyPath(u"state"_s), Operator::LessOrEqual,
+                                                VXExpression::constant(static_cast<int>(VXOutboxState::Sending)));
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    if (!found)
+        return std::nullopt;
+    QList<VXOutboxEntry> entries;
+    for (const VXManagedObjectPtr &object : *found) {
+        if (object->valueForKey(u"kind"_s).toString() == kind)
+            entries.append(entryWithoutPayload(*object));
+    }
+    std::ranges::sort(entries, {}, &VXOutboxEntry::number);
+    return entries;
+}
+
 std::optional<VXOutboxEntry> VXOutbox::entry(qint64 number, VXError *error) const
 {
     VXManagedObjectContext context(_coordinator);
@@ -127,33 +168,35 @@ std::optional<VXOutboxEntry> VXOutbox::entry(qint64 number, VXError *error) cons
 
 bool VXOutbox::retry(qint64 number, VXError *error) const
 {
-    std::optional<VXOutboxEntry> entry = this->entry(number, error);
-    if (!entry)
+    VXManagedObjectContext context(_coordinator);
+    const VXManagedObjectPtr object = neededObject(context, number, error);
+    if (!object)
         return false;
-    if (entry->state == VXOutboxState::Sent || entry->state == VXOutboxState::Sending) {
-        VXSetError(error,
-                   VXMakeError(VXLocalizedString(entry->state == VXOutboxState::Sent ? u"It has been sent already."_s
-                                                                                     : u"It is just being sent."_s)));
-        return false;
-    }
-    entry->state = VXOutboxState::Queued;
-    entry->nextDate = QDateTime::currentDateTimeUtc();
-    entry->finishedDate = {};
-    return update(*entry, error);
+    VXOutboxEntry entry = entryWithoutPayload(*object);
+    if (entry.state == VXOutboxState::Sent)
+        return fail(error, u"It has been sent already."_s);
+    if (entry.state == VXOutboxState::Sending)
+        return fail(error, u"It is just being sent."_s);
+    entry.state = VXOutboxState::Queued;
+    entry.nextDate = QDateTime::currentDateTimeUtc();
+    entry.finishedDate = {};
+    write(entry, *object);
+    const bool isSaved = context.save(error); // a runner that takes it meanwhile is a conflict
+    if (isSaved)
+        announce(number);
+    return isSaved;
 }
 
 bool VXOutbox::drop(qint64 number, VXError *error) const
 {
     VXManagedObjectContext context(_coordinator);
-    const VXManagedObjectPtr object = objectOf(context, number, error);
+    const VXManagedObjectPtr object = neededObject(context, number, error);
     if (!object)
         return false;
-    if (entryOf(*object).state == VXOutboxState::Sending) {
-        VXSetError(error, VXMakeError(VXLocalizedString(u"It is just being sent."_s)));
-        return false;
-    }
+    if (entryWithoutPayload(*object).state == VXOutboxState::Sending)
+        return fail(error, u"It is just being sent."_s);
     context.deleteObject(object);
-    const bool isSaved = context.save(error); // a runner that takes it meanwhile is a conflict
+    const bool isSaved = context.save(error); // as above
     if (isSaved)
         announce(number);
     return isSaved;
@@ -162,7 +205,7 @@ bool VXOutbox::drop(qint64 number, VXError *error) const
 bool VXOutbox::update(const VXOutboxEntry &entry, VXError *error) const
 {
     VXManagedObjectContext context(_coordinator);
-    const VXManagedObjectPtr object = objectOf(context, entry.number, error);
+    const VXManagedObjectPtr object = neededObject(context, entry.number, error);
     if (!object)
         return false;
     write(entry, *object);

@@ -31,6 +31,10 @@ public:
 
     /** All of them, or those of a kind, in the order they were added; none when they cannot be read. */
     std::optional<QList<VXOutboxEntry>> entries(const QString &kind = {}, VXError *error = nullptr) const;
+    /** Those of a kind that are queued or being sent, in the order they were added, without their payloads. What is done
+     *  is not read. None when they cannot be read. */
+    std::optional<QList<VXOutboxEntry>> openEntries(const QString &kind, VXError *error = nullptr) const;
+    /** None, and no error, when it is not there; none and an error when it cannot be read. */
     std::optional<VXOutboxEntry> entry(qint64 number, VXError *error = nullptr) const;
 
     /** Has an entry tried again now. False for one that is sent or being sent, and one that is not there. */

@@ -2,22 +2,26 @@
 
 #include "VXFileManager.h"
 #include "VXFramework.h"
+#include "VXMainThread.h"
 #include "VXMethodLog.h"
+#include "VXNotificationCenter.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-constexpr qsizetype maximumDestinations = 4; // at once
-constexpr double longestDelay = 60 * 60;     // seconds
+constexpr int maximumDestinations = 4;   // at once
+constexpr double longestDelay = 60 * 60; // seconds
 constexpr std::chrono::milliseconds lockPoll = 1s;
 constexpr std::chrono::milliseconds shortestWait = 100ms;
 constexpr int daysToKeepSent = 7;
@@ -42,6 +46,26 @@ bool isDue(const VXOutboxEntry &entry, const QDateTime &now)
     return entry.nextDate <= now || entry.nextDate > now.addSecs(static_cast<qint64>(longestDelay));
 }
 
+// Held, unless another process sends, or with a line in the log.
+std::unique_ptr<VXFileLock> lockOfKind(const QString &kind)
+{
+    const QString folder = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/Outbox"_L1;
+    if (const VXError error = VXFileManager::defaultManager().verifyPathExists(folder))
+        VXLogClassMethod(VXLogError, VXOutboxRunner, "run", error.description());
+    auto lock = std::make_unique<VXFileLock>(folder + u'/' + kind + ".lock"_L1, 0ms);
+    if (!lock->isHeld() && !lock->isTimedOut())
+        VXLogClassMethod(VXLogError, VXOutboxRunner, "run", lock->reason());
+    return lock;
+}
+
+VXOutboxEntry interrupted(VXOutboxEntry entry)
+{
+    entry.state = VXOutboxState::PerhapsSent;
+    entry.problem = VXLocalizedString(u"The program ended while it was being sent."_s);
+    entry.finishedDate = QDateTime::currentDateTimeUtc();
+    return entry;
+}
+
 } // namespace
 
 VXOutboxRunner::VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deliver deliver)
@@ -51,10 +75,23 @@ VXOutboxRunner::VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deli
     _timer.setSingleShot(true);
     connect(&_timer, &QTimer::timeout, this, &VXOutboxRunner::run);
     static_cast<void>(_outbox.forgetSentBefore(QDateTime::currentDateTimeUtc().addDays(-daysToKeepSent)));
+    const auto isAsked = std::make_shared<std::atomic<bool>>(false); // one run for all that changed before it
+    VXNotificationCenter::defaultCenter().addObserver(
+        this, VXOutboxDidChangeNotification, [self = QPointer(this), isAsked](const VXNotification &) {
+            const bool isOwn = VXMainThread::isCurrent() && self->_isWriting;
+            if (isOwn || isAsked->exchange(true))
+                return;
+            VXMainThread::perform([self, isAsked] {
+                *isAsked = false;
+                if (self)
+                    self->run();
+            });
+        });
 }
 
 VXOutboxRunner::~VXOutboxRunner()
 {
+    VXNotificationCenter::defaultCenter().removeObserver(this);
     --servedKinds()[_kind];
 }
 
@@ -68,86 +105,154 @@ bool VXOutboxRunner::takeLock()
 {
     if (_lock)
         return true;
-    const QString folder = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/Outbox"_L1;
-    if (const VXError error = VXFileManager::defaultManager().verifyPathExists(folder)) {
-        VXLogMethod(VXLogError, "run", error.description());
-        return false;
-    }
-    auto lock = std::make_unique<VXFileLock>(folder + u'/' + _kind + ".lock"_L1, 0ms);
+    std::unique_ptr<VXFileLock> lock = lockOfKind(_kind);
     if (lock->isHeld())
         _lock = std::move(lock);
     else if (lock->isTimedOut())
         _timer.start(lockPoll);
-    else
-        VXLogMethod(VXLogError, "run", lock->reason());
     return _lock != nullptr;
+}
+
+void VXOutboxRunner::settleInterrupted(const VXOutbox &outbox)
+{
+    QSet<QString> kinds;
+    for (const VXOutboxEntry &entry : outbox.entries().value_or(QList<VXOutboxEntry>())) {
+        if (entry.state == VXOutboxState::Sending)
+            kinds.insert(entry.kind);
+    }
+    for (const QString &kind : std::as_const(kinds)) {
+        const std::unique_ptr<VXFileLock> lock = lockOfKind(kind);
+        if (!lock->isHeld())
+            continue;
+        for (const VXOutboxEntry &entry : outbox.openEntries(kind).value_or(QList<VXOutboxEntry>())) {
+            if (entry.state == VXOutboxState::Sending)
+                static_cast<void>(outbox.update(interrupted(entry)));
+        }
+    }
 }
 
 void VXOutboxRunner::run()
 {
     if (_isStopping || _isRunning || !takeLock())
         return;
-    _isRunning = true; // what is changed is announced, and who hears of it may ask for a run
+    _isRunning = true; // who hears of a change may ask for a run
+    if (load())
+        markInterrupted();
+    _isRunning = false;
+    proceed();
+}
+
+// Reads what is queued; what is being sent stays first in its queue.
+bool VXOutboxRunner::load()
+{
     VXError error;
-    std::optional<QList<VXOutboxEntry>> entries = _outbox.entries(_kind, &error);
-    if (entries) {
-        markInterrupted(*entries);
-        sendDue(*entries);
-    } else {
+    const std::optional<QList<VXOutboxEntry>> entries = _outbox.openEntries(_kind, &error);
+    if (!entries) {
         VXLogMethod(VXLogError, "run", error.description());
+        return false;
     }
+    std::erase_if(_queues, [](const auto &each) { return !each.second.isInFlight; });
+    for (auto &[destination, queue] : _queues)
+        queue.entries.resize(1);
+    for (const VXOutboxEntry &entry : *entries) {
+        Queue &queue = _queues[entry.destination];
+        if (!queue.isInFlight || queue.entries.front().number != entry.number)
+            queue.entries.push_back(entry);
+    }
+    return true;
+}
+
+// So that the news of it are known for its own.
+bool VXOutboxRunner::write(const VXOutboxEntry &entry)
+{
+    _isWriting = true;
+    VXError error;
+    const bool isWritten = _outbox.update(entry, &error);
+    _isWriting = false;
+    if (!isWritten)
+        VXLogMethod(VXLogError, "write:", error.description());
+    return isWritten;
+}
+
+// Nobody else sends while the lock is held here: their programs have ended.
+void VXOutboxRunner::markInterrupted()
+{
+    for (auto &each : _queues) {
+        Queue &queue = each.second;
+        const qint64 ours = queue.isInFlight ? queue.entries.front().number : 0;
+        const auto isInterrupted = [&](const VXOutboxEntry &entry) {
+            const bool isMarked = entry.state == VXOutboxState::Sending && entry.number != ours;
+            if (isMarked)
+                static_cast<void>(write(interrupted(entry)));
+            return isMarked;
+        };
+        std::erase_if(queue.entries, isInterrupted);
+    }
+    std::erase_if(_queues, [](const auto &each) { return each.second.entries.empty(); });
+}
+
+void VXOutboxRunner::proceed()
+{
+    _isRunning = true;
+    sendDue();
     _isRunning = false;
     if (isBusy())
         return;
     _lock.reset();
     // What another process added while the lock was held here is seen here now, or by that process.
-    entries = _outbox.entries(_kind, &error);
-    if (entries)
-        runLater(*entries);
+    if (load())
+        runLater();
     Q_EMIT didBecomeIdle();
 }
 
-// Nobody else sends while the lock is held here: their programs have ended.
-void VXOutboxRunner::markInterrupted(const QList<VXOutboxEntry> &entries)
+// Those behind the first wait for it.
+bool VXOutboxRunner::canSend(const Queue &queue, const QDateTime &now)
 {
-    for (VXOutboxEntry entry : entries) {
-        if (entry.state != VXOutboxState::Sending || _inFlight.contains(entry.number))
-            continue;
-        entry.state = VXOutboxState::PerhapsSent;
-        entry.problem = VXLocalizedString(u"The program ended while it was being sent."_s);
-        entry.finishedDate = QDateTime::currentDateTimeUtc();
-        static_cast<void>(_outbox.update(entry));
-    }
+    return !queue.isInFlight && !queue.entries.empty() && isDue(queue.entries.front(), now);
 }
 
-void VXOutboxRunner::sendDue(const QList<VXOutboxEntry> &entries)
+// The destinations take turns: who has waited longest is first.
+void VXOutboxRunner::sendDue()
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
-    const QList<QString> sending = _inFlight.values();
-    QSet<QString> passed(sending.cbegin(), sending.cend());
-    for (const VXOutboxEntry &entry : entries) {
-        if (entry.state != VXOutboxState::Queued || passed.contains(entry.destination))
-            continue;
-        passed.insert(entry.destination); // also when it is not due: those behind it wait
-        if (isDue(entry, now) && _inFlight.size() < maximumDestinations)
-            send(entry);
+    QList<Queue *> due;
+    for (auto &[destination, queue] : _queues) {
+        if (canSend(queue, now))
+            due.append(&queue);
     }
+    std::ranges::sort(due, {}, [](const Queue *queue) { return queue->entries.front().number; });
+    for (Queue *const queue : due) {
+        while (_inFlight < maximumDestinations && canSend(*queue, now) && send(*queue)) {
+        }
+    }
+    std::erase_if(_queues, [](const auto &each) { return each.second.entries.empty(); });
 }
 
-void VXOutboxRunner::send(VXOutboxEntry entry)
+// The first of the queue, or where that is open no more none. False when it could not be marked: it could be sent twice.
+bool VXOutboxRunner::send(Queue &queue)
 {
-    entry.state = VXOutboxState::Sending;
-    ++entry.attempts;
     VXError error;
-    if (!_outbox.update(entry, &error)) { // unmarked it could be sent twice
+    std::optional<VXOutboxEntry> entry = _outbox.entry(queue.entries.front().number, &error);
+    if (error) {
         VXLogMethod(VXLogError, "send:", error.description());
-        return;
+        return false;
     }
-    _inFlight.insert(entry.number, entry.destination);
-    _deliver(entry, [self = QPointer(this), entry](const VXOutboxDelivery &delivery) {
+    if (!entry || entry->state != VXOutboxState::Queued) { // dropped, or changed by another process
+        queue.entries.pop_front();
+        return true;
+    }
+    entry->state = VXOutboxState::Sending;
+    ++entry->attempts;
+    if (!write(*entry))
+        return false;
+    queue.entries.front() = *entry;
+    queue.isInFlight = true;
+    ++_inFlight;
+    _deliver(*entry, [self = QPointer(this), entry = *entry](const VXOutboxDelivery &delivery) {
         if (self)
             self->conclude(entry, delivery);
     });
+    return true;
 }
 
 void VXOutboxRunner::conclude(VXOutboxEntry entry, const VXOutboxDelivery &delivery)
@@ -165,13 +270,21 @@ void VXOutboxRunner::conclude(VXOutboxEntry entry, const VXOutboxDelivery &deliv
     } else {
         entry.state = delivery.outcome == Outcome::Refused ? VXOutboxState::Failed : VXOutboxState::PerhapsSent;
     }
-    VXError error;
-    if (!_outbox.update(entry, &error)) // it stays marked as being sent, and is never sent again by itself
-        VXLogMethod(VXLogError, "conclude:", error.description());
-    _inFlight.remove(entry.number);
+    static_cast<void>(
+        write(entry)); // where that fails it stays marked as being sent, and is never sent again by itself
+    Queue &queue = _queues[entry.destination];
+    queue.isInFlight = false;
+    if (entry.state == VXOutboxState::Queued)
+        queue.entries.front() = entry;
+    else
+        queue.entries.pop_front();
+    if (queue.entries.empty() && !_isRunning) // else a loop over them goes on
+        _queues.erase(entry.destination);
+    --_inFlight;
     Q_EMIT didTry(entry);
     if (!_isStopping) {
-        run();
+        if (!_isRunning)
+            proceed();
     } else if (!isBusy()) {
         _lock.reset();
         Q_EMIT didBecomeIdle();
@@ -179,16 +292,13 @@ void VXOutboxRunner::conclude(VXOutboxEntry entry, const VXOutboxDelivery &deliv
 }
 
 // What is due and was not sent could not be marked, or came from another process just now.
-void VXOutboxRunner::runLater(const QList<VXOutboxEntry> &entries)
+void VXOutboxRunner::runLater()
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
     std::optional<std::chrono::milliseconds> soonest;
-    QSet<QString> passed;
-    for (const VXOutboxEntry &entry : entries) {
-        if (entry.state != VXOutboxState::Queued || passed.contains(entry.destination))
-            continue;
-        passed.insert(entry.destination);
-        const std::chrono::milliseconds wait(isDue(entry, now) ? 0 : now.msecsTo(entry.nextDate));
+    for (const auto &[destination, queue] : _queues) {
+        const VXOutboxEntry &first = queue.entries.front();
+        const std::chrono::milliseconds wait(isDue(first, now) ? 0 : now.msecsTo(first.nextDate));
         soonest = std::min(soonest.value_or(std::chrono::milliseconds::max()), std::max(wait, shortestWait));
     }
     if (soonest)

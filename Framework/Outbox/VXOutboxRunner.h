@@ -4,11 +4,12 @@
 #include "VXFrameworkExport.h"
 #include "VXOutbox.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QTimer>
 
+#include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 
 /** What came of a try to send an entry. */
@@ -28,7 +29,8 @@ struct VXOutboxDelivery
  * Sends the entries of one kind from the outbox: those for one destination one after the other, in their order, a few
  * destinations at once. What did not arrive is tried again after 10 seconds (the user default "outbox.retry-delay"), then
  * after double the time, up to an hour. Of all processes one sends at a time. An entry is marked before it is sent, so
- * that one whose program ended meanwhile is not sent again by itself. Main thread only.
+ * that one whose program ended meanwhile is not sent again by itself. What is added or changed in this process is seen
+ * at once, what other processes add when nothing is being sent here. Main thread only.
  */
 class VX_EXPORT VXOutboxRunner : public QObject
 {
@@ -42,6 +44,8 @@ public:
     VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deliver deliver);
     ~VXOutboxRunner() override;
 
+    /** Marks what programs were sending that have ended since; of kinds that a program is sending just now, nothing. */
+    static void settleInterrupted(const VXOutbox &outbox);
     /** Whether a runner of that kind lives in this process. */
     static bool isServed(const QString &kind);
 
@@ -50,7 +54,7 @@ public:
     /** Begins nothing more. */
     void stop() { _isStopping = true; }
     /** While something is being sent. */
-    bool isBusy() const { return !_inFlight.isEmpty(); }
+    bool isBusy() const { return _inFlight > 0; }
 
 Q_SIGNALS:
     /** A try has ended; the outbox holds what came of it. */
@@ -59,19 +63,32 @@ Q_SIGNALS:
     void didBecomeIdle();
 
 private:
+    /** The open entries for one destination, in their order. Only the first may be in flight. */
+    struct Queue
+    {
+        std::deque<VXOutboxEntry> entries;
+        bool isInFlight = false;
+    };
+
     bool takeLock();
-    void markInterrupted(const QList<VXOutboxEntry> &entries);
-    void sendDue(const QList<VXOutboxEntry> &entries);
-    void send(VXOutboxEntry entry);
+    bool load();
+    bool write(const VXOutboxEntry &entry);
+    void markInterrupted();
+    void proceed();
+    void sendDue();
+    static bool canSend(const Queue &queue, const QDateTime &now);
+    bool send(Queue &queue);
     void conclude(VXOutboxEntry entry, const VXOutboxDelivery &delivery);
-    void runLater(const QList<VXOutboxEntry> &entries);
+    void runLater();
 
     const QString _kind;
     const VXOutbox _outbox;
     const Deliver _deliver;
     std::unique_ptr<VXFileLock> _lock; // held while anything is being sent
-    QHash<qint64, QString> _inFlight;  // destinations by number
+    std::map<QString, Queue> _queues;  // by destination, none is empty; as they are while the lock is held
+    int _inFlight = 0;
     QTimer _timer;
     bool _isStopping = false;
     bool _isRunning = false;
+    bool _isWriting = false; // what it hears of then is its own
 };

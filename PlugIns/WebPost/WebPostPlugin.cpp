@@ -1,7 +1,6 @@
 #include "VXEventText.h"
 #include "VXException.h"
 #include "VXFormDelivery.h"
-#include "VXMainThread.h"
 #include "VXMethodLog.h"
 #include "VXNone.h"
 #include "VXObjectValues.h"
@@ -10,7 +9,6 @@
 #include "VXReactorPlugin.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QPointer>
 #include <QtCore/QTimer>
 
 using namespace Qt::StringLiterals;
@@ -90,14 +88,6 @@ public:
         if (!outbox)
             return;
         _runner = std::make_unique<VXOutboxRunner>(VXFormDelivery::kind, *outbox, VXFormDelivery::deliver);
-        const QPointer<VXOutboxRunner> runner(_runner.get());
-        VXNotificationCenter::defaultCenter().addObserver(this, VXOutboxDidChangeNotification,
-                                                          [runner](const VXNotification &) {
-                                                              VXMainThread::perform([runner] {
-                                                                  if (runner)
-                                                                      runner->run();
-                                                              });
-                                                          });
         QTimer::singleShot(firstRun, _runner.get(), &VXOutboxRunner::run);
     }
 
@@ -114,7 +104,6 @@ public:
     /** What is being sent is sent; what waits is left to the next program. */
     void pluginWillUnload() override
     {
-        VXNotificationCenter::defaultCenter().removeObserver(this);
         if (_runner)
             _runner->stop();
         while (_runner && _runner->isBusy())

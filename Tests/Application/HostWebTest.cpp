@@ -134,6 +134,69 @@ TEST_F(HostOutboxTest, WhatTheServerWasAwayForIsSentOnceItIsBack)
     EXPECT_EQ(vornix({u"outbox"_s, u"retry"_s}).status, 2);
 }
 
+TEST_F(HostOutboxTest, WhatAKilledProgramWasSendingIsPerhapsSent)
+{
+    addTrigger(u"/silent"_s);
+    runHostShell(u"\"$0\" --home '%1' post incoming_call & until grep -q silent '%2'; do :; done; kill -KILL $!; "
+                 "wait $!"_s.arg(path(), server.requestsPath()));
+    const QJsonArray list = outbox();
+    ASSERT_EQ(list.size(), 1);
+    EXPECT_EQ(list[0][u"state"].toString(), u"perhaps sent"_s);
+    EXPECT_EQ(list[0][u"problem"].toString(), u"The program ended while it was being sent."_s);
+    EXPECT_EQ(server.requests().size(), 1); // not again by itself
+    server.stop();
+    EXPECT_EQ(outbox({u"retry"_s, u"p1"_s})[0][u"state"].toString(), u"queued"_s);
+}
+
+TEST_F(HostOutboxTest, OptionsSayWhatIsPosted)
+{
+    const struct
+    {
+        QStringList options;
+        QStringList fields;
+    } cases[] = {
+        {{}, {u"event=incoming_call"_s, u"subtype=ended"_s, u"duration=61"_s, u"from=Jane"_s}},
+        {{u"fields=who=from, duration"_s},
+         {u"event=incoming_call"_s, u"subtype=ended"_s, u"who=Jane"_s, u"duration=61"_s}},
+        {{u"fields=none"_s}, {u"event=incoming_call"_s, u"subtype=ended"_s}},
+        {{u"fields=none"_s, u"extra=[\"a=@/etc/hostname\", \"b={event} of {from}\", \"c=\"]"_s},
+         {u"event=incoming_call"_s, u"subtype=ended"_s, u"a=@/etc/hostname"_s, u"b=incoming_call of Jane"_s, u"c="_s}},
+    };
+    server.stop();
+    for (const auto &[options, fields] : cases)
+        addTrigger(u"/form"_s, options);
+    postCall(u"Jane"_s);
+    const QJsonArray list = outbox();
+    ASSERT_EQ(list.size(), std::ssize(cases));
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        QStringList fields;
+        for (const QJsonValue &field : list[i][u"payload"][u"fields"].toArray())
+            fields.append(field[u"name"].toString() + u'=' + field[u"text"].toString());
+        EXPECT_EQ(fields, cases[i].fields);
+        EXPECT_EQ(list[i][u"payload"][u"timeout"].toDouble(), 30);
+    }
+    const struct
+    {
+        QStringList options;
+        const char *reason;
+    } mistakes[] = {
+        {{}, "The option \"url\" is missing."},
+        {{u"url=ftp://example.org/"_s}, "is no URL of the web"},
+        {{u"url=https:///path"_s}, "is no URL of the web"},
+        {{u"url=https://example.org"_s, u"timeout=soon"_s}, "must be a value of the type number"},
+        {{u"url=https://example.org"_s, u"timeout=0"_s}, "must be a number of seconds"},
+        {{u"url=https://example.org"_s, u"extra=text"_s}, "is no NAME=TEXT"},
+    };
+    for (const auto &[options, reason] : mistakes) {
+        QStringList arguments{u"triggers"_s, u"add"_s, u"--event"_s, u"x"_s, u"--reactor"_s, u"webpost"_s};
+        for (const QString &option : options)
+            arguments << u"--option"_s << option;
+        const HostOutcome outcome = vornix(arguments);
+        EXPECT_NE(outcome.status, 0) << reason;
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(reason));
+    }
+}
+
 TEST_F(HostOutboxTest, AnswersDecideWhatBecomesOfAnEntry)
 {
     const struct

@@ -106,8 +106,8 @@ int drop(VXHostContext &context, const VXOutbox &outbox)
     return VXHostOutput::Done;
 }
 
-// Until the tries have ended that were asked for.
-Entries waitForTries(const VXOutbox &outbox, const Entries &asked)
+// Until the tries have ended that were asked for; none, with an error, when they cannot be read.
+std::optional<Entries> waitForTries(const VXOutbox &outbox, const Entries &asked, VXError *error)
 {
     QTimer wake;
     wake.start(std::chrono::milliseconds(200)); // another process may be sending
@@ -115,7 +115,9 @@ Entries waitForTries(const VXOutbox &outbox, const Entries &asked)
         Entries now;
         bool isDone = true;
         for (const VXOutboxEntry &before : asked) {
-            const std::optional<VXOutboxEntry> entry = outbox.entry(before.number);
+            const std::optional<VXOutboxEntry> entry = outbox.entry(before.number, error);
+            if (!entry && *error)
+                return std::nullopt;
             if (!entry) // dropped meanwhile
                 continue;
             const bool waits = entry->state == VXOutboxState::Queued && entry->attempts == before.attempts;
@@ -142,10 +144,13 @@ int retry(VXHostContext &context, const VXOutbox &outbox)
         if (!outbox.retry(entry.number, &error))
             return context.output.fail(u"p%1: %2"_s.arg(entry.number).arg(error.localizedDescription()));
     }
-    const Entries now = waitForTries(outbox, *entries);
+    VXError error;
+    const std::optional<Entries> now = waitForTries(outbox, *entries, &error);
+    if (!now)
+        return context.output.fail(error.localizedDescription());
     const bool areSent =
-        std::ranges::all_of(now, [](const VXOutboxEntry &e) { return e.state == VXOutboxState::Sent; });
-    return answer(context, now, areSent ? VXHostOutput::Done : VXHostOutput::Failed);
+        std::ranges::all_of(*now, [](const VXOutboxEntry &e) { return e.state == VXOutboxState::Sent; });
+    return answer(context, *now, areSent ? VXHostOutput::Done : VXHostOutput::Failed);
 }
 
 int runOutbox(VXHostContext &context)
@@ -160,6 +165,7 @@ int runOutbox(VXHostContext &context)
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return context.output.fail(u"there is no outbox; \"vornix log\" may tell why"_s);
+        VXOutboxRunner::settleInterrupted(*outbox);
         return verb == "list"_L1    ? list(context, *outbox)
                : verb == "retry"_L1 ? retry(context, *outbox)
                                     : drop(context, *outbox);

@@ -6,6 +6,10 @@
 #include "VXTesting.h"
 #include "VXUserDefaults.h"
 
+#include <QtCore/QProcess>
+
+#include <thread>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 
@@ -123,6 +127,47 @@ TEST_F(VXOutboxTest, WhatAnEndedProgramWasSendingIsPerhapsSent)
     EXPECT_EQ(outbox.entry(number)->problem, u"The program ended while it was being sent."_s);
     EXPECT_EQ(stateOf(next), VXOutboxState::Sending);
     waiting.clear();
+}
+
+TEST_F(VXOutboxTest, ReadsOnlyWhatIsOpenAndTellsWhatIsThereFromWhatCanNotBeRead)
+{
+    const qint64 sent = add(u"d"_s, u"sent"_s);
+    const qint64 open = add(u"d"_s, u"open"_s);
+    ASSERT_TRUE(outbox.add(u"other"_s, u"d"_s, u"of another kind"_s, {}));
+    VXOutboxEntry entry = *outbox.entry(sent);
+    entry.state = VXOutboxState::Sent;
+    ASSERT_TRUE(outbox.update(entry));
+    const QList<VXOutboxEntry> entries = outbox.openEntries(u"test"_s).value_or(QList<VXOutboxEntry>());
+    ASSERT_EQ(entries.size(), 1);
+    EXPECT_EQ(entries.first().number, open);
+
+    VXError error;
+    EXPECT_FALSE(outbox.entry(open + 10, &error));
+    EXPECT_FALSE(error);
+    QProcess sqlite;
+    sqlite.start(u"sqlite3"_s, {path(u"outbox.sqlite"_s), u"ALTER TABLE \"VX_VXOutboxEntry\" RENAME TO gone"_s});
+    ASSERT_TRUE(sqlite.waitForFinished() && sqlite.exitCode() == 0) << sqlite.readAllStandardError().toStdString();
+    EXPECT_FALSE(outbox.entry(open, &error));
+    EXPECT_TRUE(error);
+    EXPECT_FALSE(outbox.openEntries(u"test"_s));
+    EXPECT_FALSE(outbox.retry(open, &error));
+    EXPECT_NE(error.localizedDescription(), u"There is no such entry in the outbox."_s);
+}
+
+// What is added while others are sent, also by another thread, is sent with them.
+TEST_F(VXOutboxTest, HearsOfWhatIsAdded)
+{
+    add(u"d"_s, u"1"_s);
+    const auto runner = makeRunner();
+    runner->run();
+    std::thread([&] { add(u"e"_s, u"2"_s); }).join();
+    ASSERT_TRUE(VXRunUntil([&] { return tried.size() == 2; }));
+    add(u"d"_s, u"3"_s);
+    ASSERT_TRUE(VXRunUntil([&] {
+        finishAll();
+        return tried.size() == 3 && !runner->isBusy();
+    }));
+    EXPECT_THAT(tried, ElementsAre(u"1"_s, u"2"_s, u"3"_s));
 }
 
 TEST_F(VXOutboxTest, OneProcessSendsAtATime)
