@@ -5,22 +5,89 @@
 #include <gtest/gtest.h>
 #include <QtCore/QFile>
 
+#include <csignal>
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
+
+namespace {
+
+int freePort()
+{
+    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto *const any = reinterpret_cast<sockaddr *>(&address);
+    const bool isBound = ::bind(descriptor, any, size) == 0 && ::getsockname(descriptor, any, &size) == 0;
+    ::close(descriptor);
+    return isBound ? ntohs(address.sin_port) : 0;
+}
+
+} // namespace
 
 VXWebServer::VXWebServer(Kind kind) : _kind(kind)
 {
-    if (kind == Kind::Secure) {
-        QProcess maker;
-        maker.start(u"openssl"_s, {u"req"_s, u"-x509"_s, u"-newkey"_s, u"ed25519"_s, u"-nodes"_s, u"-days"_s, u"2"_s,
-                                   u"-subj"_s, u"/CN=localhost"_s, u"-addext"_s, u"subjectAltName=DNS:localhost"_s,
-                                   u"-keyout"_s, _folder.filePath(u"key.pem"_s), u"-out"_s, certificatePath()});
-        EXPECT_TRUE(maker.waitForFinished() && maker.exitCode() == 0) << maker.readAllStandardError().toStdString();
-    }
+    if (kind != Kind::Plain)
+        makeCertificate();
     start();
+    if (kind == Kind::Nginx)
+        startNginx();
+}
+
+void VXWebServer::makeCertificate()
+{
+    QProcess maker;
+    maker.start(u"openssl"_s, {u"req"_s, u"-x509"_s, u"-newkey"_s, u"ed25519"_s, u"-nodes"_s, u"-days"_s, u"2"_s,
+                               u"-subj"_s, u"/CN=localhost"_s, u"-addext"_s, u"subjectAltName=DNS:localhost"_s,
+                               u"-keyout"_s, _folder.filePath(u"key.pem"_s), u"-out"_s, certificatePath()});
+    EXPECT_TRUE(maker.waitForFinished() && maker.exitCode() == 0) << maker.readAllStandardError().toStdString();
+}
+
+// It can not choose a free port itself: another program may be quicker to take the one found here.
+void VXWebServer::startNginx()
+{
+    constexpr int tries = 20;
+    for (int i = 0; i < tries && _nginxPort == 0; ++i) {
+        const int port = freePort();
+        if (tryNginx(port))
+            _nginxPort = port;
+    }
+    EXPECT_NE(_nginxPort, 0) << "nginx did not start";
+}
+
+bool VXWebServer::tryNginx(int port)
+{
+    const QString folder = _folder.path();
+    QFile configuration(_folder.filePath(u"nginx.conf"_s));
+    EXPECT_TRUE(configuration.open(QIODevice::WriteOnly));
+    configuration.write(
+        u"daemon off; master_process off; pid %1/pid; events {}\n"
+        "http { access_log off; client_max_body_size 0; client_body_temp_path %1/b; proxy_temp_path %1/p;\n"
+        "fastcgi_temp_path %1/f; uwsgi_temp_path %1/u; scgi_temp_path %1/s;\n"
+        "server { listen 127.0.0.1:%2 ssl http2; ssl_certificate %1/certificate.pem; ssl_certificate_key %1/key.pem;\n"
+        "location / { proxy_pass http://127.0.0.1:%3; proxy_http_version 1.1; proxy_request_buffering off; } } }\n"_s
+            .arg(folder)
+            .arg(port)
+            .arg(_port)
+            .toUtf8());
+    configuration.close();
+    _nginx.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+    _nginx.start(u"/usr/sbin/nginx"_s, {u"-c"_s, configuration.fileName(), u"-e"_s, folder + u"/errors"_s});
+    // It listens before it writes the file.
+    while (_nginx.state() != QProcess::NotRunning && !QFile::exists(folder + u"/pid"_s))
+        _nginx.waitForFinished(1);
+    return _nginx.state() != QProcess::NotRunning;
 }
 
 VXWebServer::~VXWebServer()
 {
+    _nginx.terminate();
+    _nginx.waitForFinished();
     stop();
 }
 
@@ -45,8 +112,8 @@ void VXWebServer::stop()
 
 QUrl VXWebServer::url(const QString &pathAndQuery) const
 {
-    const QString start = _kind == Kind::Secure ? u"https://localhost:%1"_s : u"http://127.0.0.1:%1"_s;
-    return QUrl(start.arg(_port) + pathAndQuery);
+    const QString start = _kind == Kind::Plain ? u"http://127.0.0.1:%1"_s : u"https://localhost:%1"_s;
+    return QUrl(start.arg(_kind == Kind::Nginx ? _nginxPort : _port) + pathAndQuery);
 }
 
 QStringList VXWebServer::requests() const

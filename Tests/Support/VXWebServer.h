@@ -10,7 +10,11 @@
 class VXWebServer
 {
 public:
-    enum class Kind { Plain, Secure };
+    enum class Kind {
+        Plain,
+        Secure, // over TLS
+        Nginx,  // behind nginx, which speaks HTTP/2 over TLS
+    };
 
     /** Runs once it is made. */
     explicit VXWebServer(Kind kind = Kind::Plain);
@@ -34,8 +38,14 @@ public:
     QString certificatePath() const;
 
 private:
+    void makeCertificate();
+    void startNginx();
+    bool tryNginx(int port);
+
     QTemporaryDir _folder;
     const Kind _kind;
     QProcess _process;
     int _port = 0;
+    QProcess _nginx;
+    int _nginxPort = 0;
 };

@@ -13,6 +13,8 @@ namespace {
 
 class VXWebConnectionTest : public VXWebTest
 {
+protected:
+    void postRandomForms(const VXWebServer &to);
 };
 
 QByteArray readAll(VXMultipartBody &body, qint64 step)
@@ -57,7 +59,7 @@ TEST_F(VXWebConnectionTest, WritesTheBodyByteForByte)
     EXPECT_NE(VXMultipartBody({}).boundary(), VXMultipartBody({}).boundary());
 }
 
-TEST_F(VXWebConnectionTest, AStrictParserReadsBackWhatWasPosted)
+void VXWebConnectionTest::postRandomForms(const VXWebServer &to)
 {
     QRandomGenerator random(20'260'131);
     for (int round = 0; round < 20; ++round) {
@@ -75,7 +77,9 @@ TEST_F(VXWebConnectionTest, AStrictParserReadsBackWhatWasPosted)
             }
             expected[name] = bytes;
         }
-        const VXWebConnection::Ptr connection = post(u"/form"_s, form);
+        const int calls = delegate->calls;
+        const auto connection = VXWebConnection::requestURL(to.url(u"/form"_s), form, delegate);
+        ASSERT_TRUE(told(calls + 1));
         ASSERT_TRUE(connection->error().isNull()) << connection->error().description().toStdString();
         QMap<QString, QByteArray> parsed;
         for (const QJsonValue &field : answerOf(*connection)[u"fields"].toArray())
@@ -83,6 +87,20 @@ TEST_F(VXWebConnectionTest, AStrictParserReadsBackWhatWasPosted)
         EXPECT_EQ(parsed, expected);
     }
     EXPECT_TRUE(delegate->wasOnMainThread);
+}
+
+TEST_F(VXWebConnectionTest, AStrictParserReadsBackWhatWasPosted)
+{
+    postRandomForms(server);
+}
+
+TEST_F(VXWebConnectionTest, AStrictParserBehindNginxReadsBackWhatWasPosted)
+{
+    const VXWebServer nginx(VXWebServer::Kind::Nginx);
+    qputenv("SSL_CERT_FILE", nginx.certificatePath().toUtf8());
+    postRandomForms(nginx);
+    EXPECT_EQ(nginx.requests().size(), 20);
+    qunsetenv("SSL_CERT_FILE");
 }
 
 TEST_F(VXWebConnectionTest, PostsWithoutCachesCookiesAndFoundFiles)
@@ -140,6 +158,13 @@ TEST_F(VXWebConnectionTest, FailsWithANamedErrorWhateverTheServerDoes)
     EXPECT_EQ(log.count(u"Invalid response from server: 404 not found"_s), 1);
 }
 
+// What is more than the announced length belongs to nothing, also not to the next answer.
+TEST_F(VXWebConnectionTest, TakesAsMuchAsWasAnnounced)
+{
+    EXPECT_EQ(post(u"/short"_s)->data(), "four");
+    EXPECT_EQ(post(u"/answer?body=next"_s)->data(), "next");
+}
+
 TEST_F(VXWebConnectionTest, ASilentServerEndsWithTheTimeOut)
 {
     const auto connection = VXWebConnection::create();
@@ -179,6 +204,12 @@ TEST_F(VXWebConnectionTest, TrustsCertificatesThatAreKnownAndNeverLeavesHTTPS)
     EXPECT_EQ(code(u"/answer"_s), VXURLErrorCertificateUntrusted);
     qputenv("SSL_CERT_FILE", secure.certificatePath().toUtf8());
     EXPECT_EQ(code(u"/answer"_s), 0);
+    QUrl otherHost = secure.url(u"/answer"_s);
+    otherHost.setHost(u"127.0.0.1"_s); // not the certificate's
+    const int calls = delegate->calls;
+    const auto connection = VXWebConnection::requestURL(otherHost, {}, delegate);
+    ASSERT_TRUE(told(calls + 1));
+    EXPECT_EQ(connection->error().code(), VXURLErrorCertificateUntrusted);
     const QString down = QString::fromUtf8(server.url(u"/answer"_s).toEncoded());
     EXPECT_EQ(code(u"/answer?status=302 Found&header=Location: "_s + down), VXURLErrorInsecureRedirect);
     EXPECT_TRUE(server.requests().isEmpty());

@@ -111,6 +111,9 @@ class Handler(socketserver.StreamRequestHandler):
         if path == "/close":  # in the middle
             self.send(b"half", length=8)
             return False
+        if path == "/short":  # says less than it sends
+            self.send(b"four and more", length=4)
+            return True
         if path == "/reset":  # without an answer
             self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
             return False
