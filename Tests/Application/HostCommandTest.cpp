@@ -132,7 +132,11 @@ TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
 
     const QJsonArray entries = VXJSONFromText(runHost({u"log"_s, u"--json"_s}).output)->toArray();
     ASSERT_EQ(entries.size(), 3);
-    const QJsonObject first{{u"date"_s, u"Nov 15 22:04:32.118"_s},
+    // The last November 15, with the offset from UTC.
+    const QDateTime date = QDateTime::fromString(entries[0][u"date"].toString(), Qt::ISODateWithMs);
+    EXPECT_EQ(date.time(), QTime(22, 4, 32, 118));
+    EXPECT_TRUE(date.daysTo(QDateTime::currentDateTime()) >= -1 && date.daysTo(QDateTime::currentDateTime()) < 366);
+    const QJsonObject first{{u"date"_s, entries[0][u"date"]},
                             {u"process"_s, 311},
                             {u"thread"_s, 2},
                             {u"level"_s, u"ERROR"_s},
@@ -141,6 +145,13 @@ TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
     EXPECT_EQ(entries[2][u"level"_s], u"Level 9"_s);
     EXPECT_EQ(runHost({u"log"_s, u"--json"_s, u"--level"_s, u"0"_s}).output, QByteArray("[]\n"));
     EXPECT_EQ(runHost({u"log"_s, u"--json"_s, u"--follow"_s}).status, 2);
+
+    EXPECT_EQ(runHost({u"log"_s, u"--last"_s, u"2"_s}).output, log.mid(errors.size()));
+    EXPECT_EQ(runHost({u"log"_s, u"--last"_s, u"7"_s}).output, log);
+    EXPECT_EQ(runHost({u"log"_s, u"--last"_s, u"1"_s, u"--level"_s, u"3"_s}).output, errors);
+    EXPECT_EQ(VXJSONFromText(runHost({u"log"_s, u"--json"_s, u"--last"_s, u"1"_s}).output)->toArray().first(),
+              entries[2]);
+    EXPECT_EQ(runHost({u"log"_s, u"--last"_s, u"0"_s}).status, 2);
 
     // What was logged by others, and may steer a terminal.
     writeFile(logFile, "Nov 15 22:04:34.000 [312:1] <ERROR> \x1b[2J\r\n");

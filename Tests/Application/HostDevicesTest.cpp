@@ -158,6 +158,37 @@ TEST_F(HostDevicesTest, MistakesChangeNothing)
     EXPECT_EQ(defaults(), before);
 }
 
+TEST_F(HostDevicesTest, TakesShortNamesAndGuessesWhatWasMeant)
+{
+    EXPECT_EQ(outcomeOf({u"add"_s, u"phones"_s, u"one"_s, u"name=Mine"_s}), "0 Added " + url.toStdString() + ".\n");
+    devices({u"add"_s, u"org.phones"_s, u"two"_s, u"name=Same"_s});
+    devices({u"add"_s, u"org.phones"_s, u"three"_s, u"name=Same"_s});
+    const std::pair<QStringList, std::string> cases[] = {
+        {{u"add"_s, u"phone"_s, u"d"_s}, "1 vornix: there is no plugin \"phone\"; did you mean \"phones\"?; "},
+        {{u"do"_s, u"one"_s, u"count"_s}, "0 3"},
+        {{u"do"_s, u"mine"_s, u"count"_s}, "0 3"},
+        {{u"info"_s, u"min"_s}, "1 vornix: there is no device \"min\"; did you mean \"Mine\"?"},
+        {{u"info"_s, u"same"_s}, "1 vornix: \"same\" is the name of 2 devices"},
+    };
+    for (const auto &[arguments, outcome] : cases)
+        EXPECT_THAT(outcomeOf(arguments), testing::StartsWith(outcome)) << arguments.join(u' ').toStdString();
+    EXPECT_THAT(devices({u"do"_s, u"one"_s, u"coutn"_s}).errors.toStdString(),
+                testing::HasSubstr("there is no action \"coutn\"; did you mean \"count\"?"));
+    const QString file = writeFile(u"object"_s, "\"from a file\"");
+    EXPECT_EQ(outcomeOf({u"do"_s, u"one"_s, u"echo"_s, u"--object"_s, u'@' + file}), "0 from a file\n");
+    EXPECT_EQ(runHost({u"devices"_s, u"do"_s, u"one"_s, u"echo"_s, u"--object"_s, u"-"_s}, "\"from input\"").output,
+              QByteArray("from input\n"));
+    EXPECT_THAT(outcomeOf({u"do"_s, u"one"_s, u"echo"_s, u"--object"_s, u"@/nowhere"_s}),
+                testing::HasSubstr("No such file"));
+
+    EXPECT_EQ(devices({u"set"_s, u"two"_s, u"name=Other"_s, u"speed=7"_s}).status, 0);
+    EXPECT_EQ(defaults()[u"org.phones.two.name"_s], u"Other"_s);
+    EXPECT_EQ(defaults()[u"org.phones.two.speed"_s], 7);
+    EXPECT_EQ(devices({u"set"_s, u"two"_s, u"speed=null"_s}).status, 0);
+    EXPECT_FALSE(defaults().contains(u"org.phones.two.speed"_s));
+    EXPECT_EQ(devices({u"set"_s, u"two"_s, u"name"_s}).status, 2);
+}
+
 TEST_F(HostDevicesTest, DoesActionsAndShowsHowFarTheyAre)
 {
     devices({u"add"_s, u"org.phones"_s, u"one"_s});

@@ -59,7 +59,7 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
         {{u"def"_s}, u"unknown command \"def\"; did you mean \"defaults\"?"_s},
         {{u"mna"_s}, u"unknown command \"mna\""_s}, // hidden commands are not suggested
         {{u"xyzzy"_s, u"a"_s}, u"unknown command \"xyzzy\""_s},
-        {{u"--homer"_s, u"info"_s}, u"unknown option --homer"_s},
+        {{u"--homer"_s, u"info"_s}, u"unknown option --homer; did you mean \"--home\"?"_s},
         {{u"--follow"_s, u"log"_s}, u"unknown option --follow"_s}, // a command's own options come after it
         {{u"-v"_s}, u"unknown option -v"_s},
         {{u"info"_s, u"--home"_s}, u"--home needs a value: DIR"_s},
@@ -68,6 +68,9 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
         {{u"--answer"_s, u"maybe"_s, u"info"_s}, u"--answer must be one of default, cancel, ask"_s},
         {{u"info"_s, u"more"_s}, u"unexpected argument \"more\""_s},
         {{u"plist"_s}, u"too few arguments"_s},
+        {{u"--home"_s, u"a"_s, u"info"_s, u"--home"_s, u"b"_s}, u"--home is given twice"_s},
+        {{u"--json"_s, u"info"_s, u"--json"_s}, {}},
+        {{u"defaults"_s, u"raed"_s}, u"\"raed\" is none of read, write, delete; did you mean \"read\"?"_s},
         {{u"defaults"_s, u"show"_s, u"d"_s}, u"\"show\" is none of read, write, delete"_s},
         {{u"defaults"_s, u"--help"_s}, {}}, // help needs no operands
     };

@@ -288,3 +288,93 @@ TEST_F(HostStoreTest, TheStoresOfPluginsGoByName)
         EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(row.problem));
     }
 }
+
+TEST_F(HostStoreTest, TablesFitTheLineAndShowWhatIsAskedFor)
+{
+    writeFile(u"people.vxmodel"_s, "entity Person { attribute empty: string optional; attribute name: string;\n"
+                                   "attribute name_search: string optional; attribute note: string optional; }");
+    const QString store = makeStore();
+    insert(store, u"Person"_s, R"({"name": "Jane Doe", "name_search": "janedoe", "note": "a long note"})");
+    const auto table = [&](const QStringList &options) {
+        return outputOf(QStringList{u"list"_s, store, u"Person"_s} + options);
+    };
+    EXPECT_EQ(table({}), QByteArray("OBJECT     empty  name      note\nPerson/p1  -      Jane Doe  a long note\n"));
+    EXPECT_EQ(table({u"--columns"_s, u"note,name_search"_s}),
+              QByteArray("OBJECT     note         name_search\nPerson/p1  a long note  janedoe\n"));
+    const struct
+    {
+        const char *columns;
+        QByteArray output;
+        const char *note;
+    } cases[] = {
+        {"34", "OBJECT     name      note\nPerson/p1  Jane Doe  a long note\n", "without: empty."},
+        {"20", "OBJECT     name\nPerson/p1  Jane Doe\n", "without: empty, note."},
+        {"5", "OBJECT\nPerson/p1\n", "without: empty, name, note."},
+    };
+    for (const auto &[columns, output, note] : cases) {
+        qputenv("COLUMNS", columns);
+        const HostOutcome outcome = run({u"list"_s, store, u"Person"_s});
+        EXPECT_EQ(outcome.output, output);
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(note));
+        EXPECT_THAT(table({u"--columns"_s, u"empty,name,note"_s}).toStdString(), HasSubstr("a long note"));
+        EXPECT_EQ(jsonOf({u"list"_s, store, u"Person"_s})[0].toObject().size(), 6); // in full
+    }
+    qunsetenv("COLUMNS");
+    EXPECT_THAT(run({u"list"_s, store, u"Person"_s, u"--columns"_s, u"naem"_s}).errors.toStdString(),
+                HasSubstr("\"naem\" is none of empty, name, name_search, note; did you mean \"name\"?"));
+    EXPECT_THAT(run({u"lst"_s, store}).errors.toStdString(), HasSubstr("\"lst\" is none of info"));
+    EXPECT_THAT(run({u"list"_s, store, u"Persn"_s}).errors.toStdString(), HasSubstr("did you mean \"Person\"?"));
+}
+
+TEST_F(HostStoreTest, FilesAreImportedAsAWholeOrNotAtAll)
+{
+    const QString store = makeStore();
+    const QString table =
+        writeFile(u"calls.csv"_s, "\xEF\xBB\xBFnumber,seconds,date\r\n"
+                                  "\"+1, \"\"555\"\"\",7,2026-01-02T03:04:05Z\r\n\"two\nlines\",,\r\n");
+    EXPECT_EQ(outputOf({u"import"_s, store, u"Call"_s, table}), QByteArray("Imported 2.\n"));
+    const QJsonArray calls = jsonOf({u"list"_s, store, u"Call"_s, u"--sort"_s, u"number"_s}).toArray();
+    EXPECT_EQ(calls[0][u"number"], u"+1, \"555\""_s);
+    EXPECT_EQ(calls[0][u"seconds"], 7);
+    EXPECT_EQ(calls[1][u"number"], u"two\nlines"_s);
+    EXPECT_TRUE(calls[1][u"seconds"].isNull());
+
+    // What a list writes can be read back elsewhere.
+    QByteArray lines;
+    for (QJsonObject call : {calls[0].toObject(), calls[1].toObject()}) {
+        call.remove(u"tags"_s);
+        lines += VXJSONText(call) + "\n\n";
+    }
+    const QString other = makeStore(u"xml"_s, u"Other"_s);
+    outputOf({u"import"_s, other, u"Call"_s, writeFile(u"calls.jsonl"_s, lines)});
+    EXPECT_EQ(jsonOf({u"list"_s, other, u"Call"_s, u"--where"_s, u"seconds == 7"_s})[0][u"date"], calls[0][u"date"]);
+
+    const struct
+    {
+        QString name;
+        QByteArray contents;
+        const char *problem;
+    } cases[] = {
+        {u"a.csv"_s, "number,secnds\nx,1\n", "a.csv:1: entity Call has no \"secnds\"; did you mean \"seconds\"?"},
+        {u"a.csv"_s, "number,seconds\nx,1\ny,many\n", "a.csv:3: \"seconds\": \"many\" is no"},
+        {u"a.csv"_s, "number,seconds\nx\n", "a.csv:2: there are 1 values for 2 columns"},
+        {u"a.csv"_s, "number\n\"x\n", "a.csv:2: a quoted value has no end"},
+        {u"a.jsonl"_s, "{\"number\": \"x\"}\n[]\n", "a.jsonl:2: that is no JSON object"},
+        {u"a.jsonl"_s, "{\"number\": \"x\"}\n{", "a.jsonl:2: "},
+        {u"a.txt"_s, "", "must end in .csv or .jsonl"},
+    };
+    for (const auto &[name, contents, problem] : cases) {
+        const HostOutcome outcome = run({u"import"_s, store, u"Call"_s, writeFile(name, contents)});
+        EXPECT_EQ(outcome.status, 1) << problem;
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(problem));
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("nothing was imported"));
+    }
+    EXPECT_EQ(outputOf({u"list"_s, store, u"Call"_s, u"--count"_s}), QByteArray("2\n"));
+
+    EXPECT_EQ(outputOf({u"delete"_s, store, u"Call"_s, u"--where"_s, u"seconds == 7"_s}), QByteArray("Deleted it.\n"));
+    EXPECT_EQ(outputOf({u"delete"_s, store, u"Call"_s, u"--where"_s, u"seconds == 7"_s}),
+              QByteArray("Deleted 0 objects.\n"));
+    EXPECT_EQ(outputOf({u"list"_s, store, u"Call"_s, u"--count"_s}), QByteArray("1\n"));
+    outputOf({u"insert"_s, store, u"Call"_s, u'@' + writeFile(u"call.json"_s, R"({"number": "from a file"})")});
+    EXPECT_EQ(outputOf({u"list"_s, store, u"Call"_s, u"--count"_s}), QByteArray("2\n"));
+}

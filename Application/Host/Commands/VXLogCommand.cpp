@@ -12,6 +12,7 @@
 #include "VXVisibleText.h"
 
 #include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -21,7 +22,10 @@ namespace {
 class LogFilter
 {
 public:
-    LogFilter(VXHostOutput &output, unsigned level) : _output(output), _level(level) {}
+    static constexpr unsigned everything = std::numeric_limits<unsigned>::max();
+
+    /** Of the entries before `finish` only the last so many are shown. */
+    LogFilter(VXHostOutput &output, unsigned level, qsizetype last) : _output(output), _level(level), _most(last) {}
 
     void addLine(const QByteArray &line)
     {
@@ -29,28 +33,49 @@ public:
         // Lines before the first entry, of a damaged log, pass only when everything does.
         if (entry)
             _passes = entry->level <= _level;
-        else if (!_last && _level == everything)
+        else if (!_hasEntry && _level == everything)
             _passes = true;
+        _hasEntry = _hasEntry || entry;
         if (_output.isJSON())
             addToEntry(entry, line);
         else if (_passes)
-            _output.writePart(VXVisibleText(QString::fromUtf8(line)).toUtf8());
+            add(VXVisibleText(QString::fromUtf8(line)).toUtf8(), entry || _shown.isEmpty());
     }
 
+    /** What was kept back is written; from now on everything is. */
     void finish()
     {
-        if (_last && _last->level <= _level)
-            _output.writePart(VXJSONText(_last->toJSON()));
-        _last.reset();
+        finishEntry();
+        for (const QList<QByteArray> &lines : std::exchange(_shown, {})) {
+            for (const QByteArray &line : lines)
+                _output.writePart(line);
+        }
+        _most = unlimited;
     }
 
-    static constexpr unsigned everything = std::numeric_limits<unsigned>::max();
+    static constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
 
 private:
+    void add(const QByteArray &line, bool isNew)
+    {
+        if (_most == unlimited)
+            return _output.writePart(line);
+        if (isNew)
+            _shown.append(QList<QByteArray>());
+        _shown.last().append(line);
+        if (_shown.size() > _most)
+            _shown.removeFirst();
+    }
+    void finishEntry()
+    {
+        if (_last && _last->level <= _level)
+            add(VXJSONText(_last->toJSON()), true);
+        _last.reset();
+    }
     void addToEntry(const std::optional<VXLogEntry> &entry, const QByteArray &line)
     {
         if (entry) {
-            finish();
+            finishEntry();
             _last = entry;
         } else if (_last) {
             _last->message += u'\n' + QString::fromUtf8(line.startsWith('\t') ? line.sliced(1) : line);
@@ -59,14 +84,20 @@ private:
 
     VXHostOutput &_output;
     const unsigned _level;
+    qsizetype _most;
+    QList<QList<QByteArray>> _shown; // entries kept back, each with its lines
+    bool _hasEntry = false;
     bool _passes = false;
     std::optional<VXLogEntry> _last; // with --json: not written yet, for its message may go on
 };
 
-int followLog(VXHostOutput &output, VXLogTail &tail)
+int followLog(VXHostOutput &output, VXLogTail &tail, LogFilter &filter)
 {
     VXModalSession session;
     const VXSignalWatcher watcher({SIGINT, SIGTERM}, [&](int) { session.stop(VXHostOutput::Done); });
+    tail.readAvailable();
+    filter.finish();
+    output.flush();
     tail.follow([&] {
         if (!output.flush())
             session.stop(VXHostOutput::Failed);
@@ -85,15 +116,20 @@ int runLog(VXHostContext &context)
     const auto level = levelText.isNull() ? LogFilter::everything : VXLogLevelFromText(levelText);
     if (!level || (!levelText.isNull() && *level > VXLogDebug))
         return output.failUsage(u"--level must be a number from 0 to 7 or a name from fatal to debug"_s, usage);
+    bool isNumber = true;
+    const QString lastText = options.value(u"last"_s);
+    const qsizetype last = lastText.isNull() ? LogFilter::unlimited : lastText.toLongLong(&isNumber);
+    if (!isNumber || last < 1)
+        return output.failUsage(u"--last must be a number from 1 on"_s, usage);
     const QString folder = VXFileManager::defaultManager().pathToUserVNXLogsFolder();
     if (folder.isNull())
         return output.fail(u"there is no logs folder"_s);
 
     output.beginParts();
-    LogFilter filter(output, *level);
+    LogFilter filter(output, *level, last);
     VXLogTail tail(folder + "/error.log"_L1, [&filter](const QByteArray &line) { filter.addLine(line); });
     if (options.isSet(u"follow"_s))
-        return followLog(output, tail);
+        return followLog(output, tail, filter);
     tail.readAvailable();
     tail.finish();
     filter.finish();
@@ -109,9 +145,11 @@ VXHostCommand VXLogCommand()
             .details =
                 u"Shows error.log of the logs folder. An entry keeps the lines that continue it, which begin with a "
                 "tab; control characters are shown, not obeyed. With --json "
-                "the answer is an array of objects with date, process, thread, level and message.\n"
+                "the answer is an array of objects with date (ISO 8601, with the offset from UTC), process, thread, "
+                "level and message.\n"
                 "With --follow it goes on until it is interrupted, across the log's rotation too."_s,
             .options = {{u"follow"_s, {}, u"Go on showing what is logged"_s},
+                        {u"last"_s, u"N"_s, u"Only the last N entries, of those that there are"_s},
                         {u"level"_s, u"L"_s, u"Only entries as severe as L or more: 0 to 7, or fatal to debug"_s}},
             .run = runLog};
 }

@@ -2,6 +2,7 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXNearestWord.h"
 #include "VXPluginCheck.h"
 #include "VXPluginGraph.h"
 #include "VXPluginManager.h"
@@ -92,26 +93,12 @@ int install(VXHostContext &context, VXPluginManager &manager)
 
 // -- Of one plugin
 
-// By its identifier, or where that is unique by the last part of it or by its name, in any case of letters.
-VXPluginProxy *pluginNamed(const VXPluginManager &manager, const QString &typed)
-{
-    if (VXPluginProxy *const plugin = manager.pluginWithIdentifier(typed))
-        return plugin;
-    const auto isMeant = [&typed](const VXPluginProxy *plugin) {
-        return plugin->identifier().section(u'.', -1).compare(typed, Qt::CaseInsensitive) == 0 ||
-               plugin->name().compare(typed, Qt::CaseInsensitive) == 0;
-    };
-    QList<VXPluginProxy *> plugins = manager.allPlugins();
-    plugins.removeIf([&](const VXPluginProxy *plugin) { return !isMeant(plugin); });
-    return plugins.size() == 1 ? plugins.first() : nullptr;
-}
-
 int unknown(VXHostContext &context, const VXPluginManager &manager, const QString &identifier)
 {
     const auto choice = manager.choiceForPlugin(identifier);
     if (!choice)
-        return context.output.fail(
-            u"there is no plugin \"%1\"; \"vornix plugins list\" shows those there are"_s.arg(identifier));
+        return context.output.fail(u"there is no plugin \"%1\"%2; \"vornix plugins list\" shows those there are"_s.arg(
+            identifier, VXDidYouMean(identifier, VXNamesOfPlugins(manager.allPlugins()))));
     if (!choice->chosen.path.isNull())
         return context.output.fail(
             u"the plugin in %1 could not be added; \"vornix log\" may tell why"_s.arg(choice->chosen.path));
@@ -270,7 +257,7 @@ int runPlugins(VXHostContext &context)
     const auto run = [&](VXPluginManager &manager) {
         if (verb.run != nullptr && (verb.runWithPlugin == nullptr || operand.isEmpty()))
             return verb.run(context, manager);
-        VXPluginProxy *const plugin = pluginNamed(manager, operand);
+        VXPluginProxy *const plugin = VXPluginNamed(manager, operand);
         return plugin == nullptr ? unknown(context, manager, operand) : verb.runWithPlugin(context, manager, *plugin);
     };
     return VXRunWithPlugins(context, run, VXWhenQuitting::Run); // so that who has it quit can be disabled

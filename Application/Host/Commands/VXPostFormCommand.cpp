@@ -160,10 +160,14 @@ VXHostCommand VXPostFormCommand()
             .details =
                 u"Writes the server's answer, a property list as JSON. With --download the answer goes into a file, "
                 "whose path is written. Files are read from the disk while they are sent. Ctrl-C cancels."_s,
-            .options = {{.name = u"field"_s, .placeholder = u"NAME=VALUE"_s, .summary = u"A field; may be repeated"_s},
+            .options = {{.name = u"field"_s,
+                         .placeholder = u"NAME=VALUE"_s,
+                         .summary = u"A field; may be repeated"_s,
+                         .mayRepeat = true},
                         {.name = u"file"_s,
                          .placeholder = u"NAME=PATH"_s,
-                         .summary = u"A field with the contents of a file; may be repeated"_s},
+                         .summary = u"A field with the contents of a file; may be repeated"_s,
+                         .mayRepeat = true},
                         {.name = u"download"_s, .placeholder = {}, .summary = u"Save the answer to a file"_s},
                         {.name = u"timeout"_s,
                          .placeholder = u"SECONDS"_s,

@@ -3,6 +3,7 @@
 #include "VXDevicePlugin.h"
 #include "VXDeviceRegistry.h"
 #include "VXDeviceReport.h"
+#include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
 #include "VXDiagnostics.h"
 #include "VXHostCommands.h"
@@ -10,11 +11,13 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXNearestWord.h"
 #include "VXPluginKind.h"
 #include "VXPluginManager.h"
 #include "VXPluginReport.h"
 #include "VXPluginSession.h"
 #include "VXPropertyList.h"
+#include "VXTextArgument.h"
 #include "VXTextTable.h"
 #include "VXUserDefaults.h"
 
@@ -70,10 +73,10 @@ std::optional<std::pair<QString, QVariant>> preferenceFromText(const QString &te
 // The plugin that could make a device; nullptr, told, when there is none.
 VXPluginProxy *devicePlugin(VXHostContext &context, VXPluginManager &manager, const QString &identifier)
 {
-    VXPluginProxy *const plugin = manager.pluginWithIdentifier(identifier);
+    VXPluginProxy *const plugin = VXPluginNamed(manager, identifier);
     if (plugin == nullptr || !plugin->isInstalled()) {
-        context.output.fail(
-            u"there is no plugin \"%1\"; \"vornix plugins list\" shows those there are"_s.arg(identifier));
+        context.output.fail(u"there is no plugin \"%1\"%2; \"vornix plugins list\" shows those there are"_s.arg(
+            identifier, VXDidYouMean(identifier, VXNamesOfPlugins(manager.allPlugins()))));
         return nullptr;
     }
     const VXPluginReport report(manager, *plugin);
@@ -111,13 +114,34 @@ int add(VXHostContext &context, VXPluginManager &manager)
 
 // -- Of one device
 
-// The device that the operand names or leads into; null, told, when it is not in the list.
+// What a device may be called, besides its URL: its identifier, and its name.
+QStringList namesOf(const QUrl &url)
+{
+    return {VXDeviceURLComponent(url, 1), VXDeviceNameAtURL().transformedValue(url).toString()};
+}
+
+// The device that the operand leads into, or the only one of that name; null, told, when there is none in the list.
 QUrl knownURL(VXHostContext &context, const QString &text)
 {
-    const QUrl url = VXGetDeviceURLFromURL(QUrl(text));
-    if (VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url))
+    const QList<QUrl> known = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
+    if (const QUrl url = VXGetDeviceURLFromURL(QUrl(text)); known.contains(url))
         return url;
-    context.output.fail(u"there is no device \"%1\"; \"vornix devices list\" shows those there are"_s.arg(text));
+    QList<QUrl> named;
+    QStringList names;
+    for (const QUrl &url : known) {
+        if (namesOf(url).contains(text, Qt::CaseInsensitive))
+            named.append(url);
+        names += namesOf(url);
+    }
+    if (named.size() == 1)
+        return named.first();
+    if (named.size() > 1)
+        context.output.fail(
+            u"\"%1\" is the name of %2 devices; \"vornix devices list\" shows their URLs"_s.arg(text).arg(
+                named.size()));
+    else
+        context.output.fail(u"there is no device \"%1\"%2; \"vornix devices list\" shows those there are"_s.arg(
+            text, VXDidYouMean(text, names)));
     return {};
 }
 
@@ -192,7 +216,8 @@ int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     const auto action = VXDeviceAction::actionWithName(context.options.operand(2));
     if (const QString text = context.options.value(u"object"_s); !text.isNull()) {
         QString reason;
-        const auto json = VXJSONFromText(text.toUtf8(), &reason);
+        const std::optional<QByteArray> contents = VXTextOfArgument(text, &reason);
+        const auto json = contents ? VXJSONFromText(*contents, &reason) : std::nullopt;
         if (!json)
             return context.output.failUsage(u"the object is no JSON: %1"_s.arg(reason), usage);
         action->setObject(json->isNull() ? QVariant() : VXVariantFromJSON(*json));
@@ -207,12 +232,32 @@ int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     if (!device)
         return VXHostOutput::Failed;
     const auto limit = std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
-    const bool isKnown = device->actionNames().contains(action->actionName());
+    const QStringList names = device->actionNames();
     const int status = VXDeviceActionRun(context, action).run(device, limit);
-    if (!isKnown)
-        context.output.note(u"there is no action \"%1\"; \"vornix devices actions %2\" shows those there are"_s.arg(
-            action->actionName(), VXAbsoluteString(url)));
+    if (const QString name = action->actionName(); !names.contains(name))
+        context.output.note(u"there is no action \"%1\"%2; \"vornix devices actions %3\" shows those there are"_s.arg(
+            name, VXDidYouMean(name, names), VXAbsoluteString(url)));
     return status;
+}
+
+// Sets preferences; null, as JSON has it, takes one away.
+int set(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
+{
+    QList<std::pair<QString, QVariant>> preferences;
+    for (const QString &text : context.options.operands().sliced(2)) {
+        QString reason;
+        const auto preference = preferenceFromText(text, &reason);
+        if (!preference)
+            return context.output.failUsage(reason, VXHostUsage(context.options.command()));
+        preferences.append(*preference);
+    }
+    const VXDevicePlugin::Ptr device = liveDevice(context, manager, url);
+    if (!device)
+        return VXHostOutput::Failed;
+    for (const auto &[key, value] : std::as_const(preferences))
+        device->setPreference(value, key);
+    const VXDeviceReport report(manager, url);
+    return done(context, VXTextTable(report.rows()), report.completeJSON());
 }
 
 // -- The command
@@ -235,6 +280,7 @@ const Verb verbs[] = {
     {u"remove"_s, u"URL"_s, 1, 1, nullptr, removeDevice},
     {u"default"_s, {}, 0, 1, defaultDevice, nullptr},
     {u"info"_s, u"URL"_s, 1, 1, nullptr, info},
+    {u"set"_s, u"URL and KEY=VALUE"_s, 2, unlimited, nullptr, set},
     {u"actions"_s, u"URL"_s, 1, 1, nullptr, actions},
     {u"do"_s, u"URL and ACTION"_s, 2, 2, nullptr, doAction},
 };
@@ -280,7 +326,8 @@ VXHostCommand VXDevicesCommand()
     return {
         .name = u"devices"_s,
         .summary = u"Show and change the devices, and have them do things"_s,
-        .synopsis = u"[list|add|remove|default|info|actions|do] [URL|PLUGIN-ID] [ACTION|DEVICE-ID] [KEY=VALUE]..."_s,
+        .synopsis =
+            u"[list|add|remove|default|info|set|actions|do] [URL|PLUGIN-ID] [ACTION|DEVICE-ID] [KEY=VALUE]..."_s,
         .details =
             u"\"list\" shows the known devices. \"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a "
             "plugin then serves, with preferences for it; a VALUE that is JSON is stored as that, any other as a "
@@ -288,10 +335,12 @@ VXHostCommand VXDevicesCommand()
             "that takes the preferences of devices whose identifiers begin like its own. \"default\" shows "
             "the default device; with --key KEY the one preferred for a purpose, and \"default URL --key KEY\" "
             "chooses that. \"info URL\" tells all about a device; one that is being connected is waited for, up to 5 "
-            "seconds.\n"
+            "seconds. \"set URL KEY=VALUE...\" sets preferences of a device; null takes one away.\n"
             "\"actions URL\" names what the device can do, \"do URL ACTION\" has it do that and shows the result, "
             "also that of a part when the rest failed. Ctrl-C and the end of the time ask it to abort; a second Ctrl-C "
-            "does not wait for it."_s,
+            "does not wait for it.\n"
+            "In place of URL the device's identifier or name will do, in place of PLUGIN-ID the last part of it, where "
+            "only one has it. In place of JSON, @FILE reads a file, - standard input."_s,
         .options = {{.name = u"yes"_s,
                      .placeholder = {},
                      .summary = u"Remove it even if other devices lose preferences"_s,

@@ -6,6 +6,7 @@
 #include "VXJSON.h"
 #include "VXReactionOutcome.h"
 #include "VXSignalWatcher.h"
+#include "VXTextArgument.h"
 
 #include <csignal>
 
@@ -16,7 +17,8 @@ bool VXReadEventObject(const VXHostOptions &options, QVariant *object, QString *
     if (!options.isSet(u"object"_s))
         return true;
     QString reason;
-    const auto json = VXJSONFromText(options.value(u"object"_s).toUtf8(), &reason);
+    const std::optional<QByteArray> text = VXTextOfArgument(options.value(u"object"_s), &reason);
+    const auto json = text ? VXJSONFromText(*text, &reason) : std::nullopt;
     if (!json || !json->isObject()) {
         *problem = u"--object is no JSON object"_s + (reason.isNull() ? QString() : ": "_L1 + reason);
         return false;

@@ -192,7 +192,7 @@ VXHostCommand VXExportCommand()
                         {u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
                         {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
                         {u"to"_s, u"FILE"_s, u"The file to export to; needed"_s},
-                        {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s}},
+                        {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s, {}, {}, true}},
             .minimumOperands = 1,
             .maximumOperands = 3,
             .run = runExport};

@@ -18,6 +18,7 @@ struct VXHostOption
     QString summary;
     QStringList choices = {}; // the values it takes; empty: any
     QStringList verbs = {};   // the first operands that it goes with; empty: any
+    bool mayRepeat = false;   // of one with a value
 };
 
 /** What a command gets to run with. */

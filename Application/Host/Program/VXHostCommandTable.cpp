@@ -3,28 +3,10 @@
 #include "VXHostCommands.h"
 
 #include <algorithm>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// How many letters must be put in, left out or changed to turn one word into the other.
-qsizetype editDistance(const QString &a, const QString &b)
-{
-    std::vector<qsizetype> row(static_cast<std::size_t>(b.size()) + 1);
-    for (std::size_t j = 0; j < row.size(); ++j)
-        row[j] = static_cast<qsizetype>(j);
-    for (qsizetype i = 1; i <= a.size(); ++i) {
-        qsizetype diagonal = std::exchange(row[0], i);
-        for (std::size_t j = 1; j < row.size(); ++j) {
-            const bool isSame = a[i - 1] == b[static_cast<qsizetype>(j) - 1];
-            const qsizetype best = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (isSame ? 0 : 1)});
-            diagonal = std::exchange(row[j], best);
-        }
-    }
-    return row.back();
-}
 
 QList<VXHostOption> standardOptions()
 {
@@ -67,20 +49,12 @@ const VXHostCommand *VXHostCommandTable::find(const QString &name) const
     return found == _commands.end() ? nullptr : &*found;
 }
 
-QString VXHostCommandTable::nearestName(const QString &typed) const
+QStringList VXHostCommandTable::names() const
 {
-    constexpr qsizetype furthest = 2;
-    QString nearest;
-    qsizetype distance = furthest + 1;
+    QStringList names;
     for (const VXHostCommand &command : _commands) {
-        if (command.isHidden)
-            continue;
-        const bool isBeginning = typed.size() > 1 && command.name.startsWith(typed);
-        const qsizetype commandDistance = isBeginning ? 0 : editDistance(typed, command.name);
-        if (commandDistance < distance && commandDistance < command.name.size()) {
-            distance = commandDistance;
-            nearest = command.name;
-        }
+        if (!command.isHidden)
+            names.append(command.name);
     }
-    return nearest;
+    return names;
 }

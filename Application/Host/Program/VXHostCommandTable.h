@@ -18,8 +18,8 @@ public:
 
     /** Nullptr when there is no such command. */
     const VXHostCommand *find(const QString &name) const;
-    /** The command whose name is most like what was typed; null when none is like it. */
-    QString nearestName(const QString &typed) const;
+    /** The names of the commands that are not hidden. */
+    QStringList names() const;
 
 private:
     std::vector<VXHostCommand> _commands;

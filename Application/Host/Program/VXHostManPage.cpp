@@ -57,6 +57,22 @@ They may stand before or after the command.
     }
     return text + uR"(.SH EXIT STATUS
 0 done; 1 failed, with a line on standard error that tells why; 2 wrong usage.
+.SH ENVIRONMENT
+.TP
+.B HOME
+Where the folders lie that the XDG variables do not name; \fB\-\-home\fR takes the place of all of them.
+.TP
+.BR XDG_CONFIG_HOME ", " XDG_DATA_HOME ", " XDG_STATE_HOME ", " XDG_CACHE_HOME
+Where preferences, data and plugins, the log, and what can be made again lie.
+.TP
+.B VORNIX_PLUGIN_PATH
+Folders with plugins that are being developed, separated by colons.
+.TP
+.B COLUMNS
+How wide tables may be, where that is not the terminal's width.
+.TP
+.B SSL_CERT_FILE
+The certificates that web requests trust, in place of the system's.
 .SH FILES
 .TP
 .I $XDG_CONFIG_HOME/Vornix 2
@@ -67,5 +83,18 @@ Data and plugins.
 .TP
 .I $XDG_STATE_HOME/Vornix/error.log
 The log.
+.SH EXAMPLES
+.TP
+.B vornix devices do mine read_contacts
+Read the contacts of the phone \(lqmine\(rq.
+.TP
+.B vornix triggers add \-\-event incoming_call \-\-filter \(aqfrom CONTAINS "Jane"\(aq \-\-reactor logevent
+Log the calls of Jane.
+.TP
+.B vornix history \-\-why
+Which triggers ran, and why.
+.TP
+.B vornix \-\-json store list calls VXCall \-\-sort date
+The calls, as JSON.
 )"_s;
 }

@@ -1,6 +1,7 @@
 #include "VXHostOptions.h"
 
 #include "VXHostCommandTable.h"
+#include "VXNearestWord.h"
 
 using namespace Qt::StringLiterals;
 
@@ -44,8 +45,13 @@ void VXHostOptions::readOption(const QString &argument, QStringList &rest, const
     const VXHostOption *option = findOption(commands.globalOptions(), name);
     if (option == nullptr && _command != nullptr)
         option = findOption(_command->options, name);
-    if (option == nullptr)
-        return fail(u"unknown option %1"_s.arg(shown));
+    if (option == nullptr) {
+        QStringList known;
+        for (const VXHostOption &each :
+             commands.globalOptions() + (_command ? _command->options : QList<VXHostOption>()))
+            known.append("--"_L1 + each.name);
+        return fail(u"unknown option %1%2"_s.arg(shown, VXDidYouMean(shown, known)));
+    }
     if (option->placeholder.isNull()) {
         if (equals >= 0)
             return fail(u"%1 takes no value"_s.arg(shown));
@@ -59,7 +65,10 @@ void VXHostOptions::readOption(const QString &argument, QStringList &rest, const
     if (value.isEmpty())
         return fail(u"%1 needs a value: %2"_s.arg(shown, option->placeholder));
     if (!option->choices.isEmpty() && !option->choices.contains(value))
-        return fail(u"%1 must be one of %2"_s.arg(shown, option->choices.join(", "_L1)));
+        return fail(u"%1 must be one of %2"_s.arg(shown, option->choices.join(", "_L1)) +
+                    VXDidYouMean(value, option->choices));
+    if (isSet(name) && !option->mayRepeat)
+        return fail(u"%1 is given twice"_s.arg(shown));
     _values.insert(name, value);
     _occurrences.append({name, value});
 }
@@ -73,21 +82,20 @@ void VXHostOptions::readOperand(const QString &argument, const VXHostCommandTabl
     _command = commands.find(argument);
     if (_command != nullptr || !_error.isNull())
         return;
-    const QString nearest = commands.nearestName(argument);
-    const QString suggestion = nearest.isNull() ? QString() : u"; did you mean \"%1\"?"_s.arg(nearest);
-    fail(u"unknown command \"%1\"%2"_s.arg(argument, suggestion));
+    fail(u"unknown command \"%1\"%2"_s.arg(argument, VXDidYouMean(argument, commands.names())));
 }
 
 void VXHostOptions::checkOperands()
 {
-    if (_operands.size() < _command->minimumOperands)
+    const QStringList &verbs = _command->firstOperands;
+    if (!verbs.isEmpty() && !_operands.isEmpty() && !verbs.contains(_operands.first()))
+        fail(u"\"%1\" is none of %2"_s.arg(_operands.first(), verbs.join(", "_L1)) +
+             VXDidYouMean(_operands.first(), verbs));
+    else if (_operands.size() < _command->minimumOperands)
         fail(u"too few arguments"_s);
     else if (_operands.size() > _command->maximumOperands)
         fail(u"unexpected argument \"%1\""_s.arg(_operands.at(_command->maximumOperands)));
-    else if (!_command->firstOperands.isEmpty() && !_operands.isEmpty() &&
-             !_command->firstOperands.contains(_operands.first()))
-        fail(u"\"%1\" is none of %2"_s.arg(_operands.first(), _command->firstOperands.join(", "_L1)));
-    const QString verb = _operands.value(0, _command->firstOperands.value(0));
+    const QString verb = _operands.value(0, verbs.value(0));
     for (const VXHostOption &option : _command->options) {
         if (isSet(option.name) && !option.verbs.isEmpty() && !option.verbs.contains(verb))
             fail(u"--%1 does not go with %2"_s.arg(option.name, verb));

@@ -8,8 +8,8 @@
 
 /**
  * The command line, taken apart. Options may stand before and after operands, as "--name VALUE" or "--name=VALUE";
- * "--" ends them; "-" alone and negative numbers are operands, "-h" is "--help". Of a repeated option the
- * last one counts.
+ * "--" ends them; "-" alone and negative numbers are operands, "-h" is "--help". An option with a
+ * value stands there once, unless it may be repeated.
  */
 class VXHostOptions
 {
@@ -28,7 +28,7 @@ public:
     QString operand(qsizetype index) const { return _operands.value(index); }
 
     bool isSet(const QString &option) const { return _values.contains(option); }
-    /** The option's value; null when it was not given. */
+    /** The option's value, of a repeated one the last; null when it was not given. */
     QString value(const QString &option) const { return _values.value(option); }
     /** Every option as it was given, name and value, in order, repeated ones each time. */
     const QList<std::pair<QString, QString>> &occurrences() const { return _occurrences; }

@@ -8,6 +8,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <limits>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -38,6 +40,17 @@ VXHostOutput::VXHostOutput(int output, int errors, bool isJSON) : _output(output
 bool VXHostOutput::isTerminal() const
 {
     return ::isatty(_output) != 0;
+}
+
+qsizetype VXHostOutput::width() const
+{
+    bool isNumber = false;
+    const int columns = qEnvironmentVariableIntValue("COLUMNS", &isNumber);
+    if (isNumber && columns > 0)
+        return columns;
+    winsize size{};
+    const bool isKnown = ::ioctl(_output, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : std::numeric_limits<qsizetype>::max();
 }
 
 void VXHostOutput::answer(const QString &text, const QJsonValue &value)

@@ -2,6 +2,7 @@
 
 #include "VXLog.h"
 
+#include <QtCore/QLocale>
 #include <QtCore/QRegularExpression>
 
 using namespace Qt::StringLiterals;
@@ -22,9 +23,21 @@ std::optional<VXLogEntry> VXLogEntry::fromLine(const QByteArray &line)
         match.captured(5)};
 }
 
+QDateTime VXLogEntry::fullDate(const QDateTime &now) const
+{
+    constexpr int leapYears = 8; // February 29 may be as many years ago
+    for (int year = now.date().year(); year >= now.date().year() - leapYears; --year) {
+        const QDateTime full = QLocale::c().toDateTime(u"%1 %2"_s.arg(year).arg(date), u"yyyy MMM dd hh:mm:ss.zzz"_s);
+        if (full.isValid() && full <= now.addDays(1)) // a clock may have been put back
+            return full;
+    }
+    return {};
+}
+
 QJsonObject VXLogEntry::toJSON() const
 {
-    return {{u"date"_s, date},
+    const QDateTime full = fullDate();
+    return {{u"date"_s, full.isValid() ? full.toOffsetFromUtc(full.offsetFromUtc()).toString(Qt::ISODateWithMs) : date},
             {u"process"_s, process},
             {u"thread"_s, thread},
             {u"level"_s, levelName},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
 
@@ -19,7 +20,10 @@ struct VXLogEntry
     /** None for a line that continues the entry before it. `line` without its line feed. */
     [[nodiscard]] static std::optional<VXLogEntry> fromLine(const QByteArray &line);
 
-    /** The keys date, process, thread, level (the name) and message. */
+    /** The date with the year, the last one in which it is not later than `now`; invalid when it is none. */
+    QDateTime fullDate(const QDateTime &now = QDateTime::currentDateTime()) const;
+
+    /** The keys date (ISO 8601), process, thread, level (the name) and message. */
     QJsonObject toJSON() const;
 };
 

@@ -186,3 +186,24 @@ QList<QStringList> VXPluginChoiceRows(const VXPluginChoice &choice)
         rows.append({u"Passed over"_s, u"%1, version %2: %3"_s.arg(copy.path, copy.version, copy.reason)});
     return rows;
 }
+
+VXPluginProxy *VXPluginNamed(const VXPluginManager &manager, const QString &typed)
+{
+    if (VXPluginProxy *const plugin = manager.pluginWithIdentifier(typed))
+        return plugin;
+    const auto isMeant = [&typed](const VXPluginProxy *plugin) {
+        return plugin->identifier().section(u'.', -1).compare(typed, Qt::CaseInsensitive) == 0 ||
+               plugin->name().compare(typed, Qt::CaseInsensitive) == 0;
+    };
+    QList<VXPluginProxy *> plugins = manager.allPlugins();
+    plugins.removeIf([&](const VXPluginProxy *plugin) { return !isMeant(plugin); });
+    return plugins.size() == 1 ? plugins.first() : nullptr;
+}
+
+QStringList VXNamesOfPlugins(const QList<VXPluginProxy *> &plugins)
+{
+    QStringList names;
+    for (const VXPluginProxy *const plugin : plugins)
+        names += {plugin->identifier().section(u'.', -1), plugin->identifier()};
+    return names;
+}

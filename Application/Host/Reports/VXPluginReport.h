@@ -42,6 +42,12 @@ private:
 /** Every plugin that is known: each root by its identifier, followed by its children. */
 [[nodiscard]] QList<const VXPluginProxy *> VXSortedPlugins(const VXPluginManager &manager);
 
+/** The plugin with that identifier, or the only one whose identifier's last part or name it is, in letters of either case.
+ *  Nullptr when there is none. */
+[[nodiscard]] VXPluginProxy *VXPluginNamed(const VXPluginManager &manager, const QString &typed);
+/** What to call plugins: the identifiers, and the last parts of them. */
+[[nodiscard]] QStringList VXNamesOfPlugins(const QList<VXPluginProxy *> &plugins);
+
 /** Why a copy of a plugin was chosen and others were passed over. */
 [[nodiscard]] QJsonObject VXPluginChoiceJSON(const VXPluginChoice &choice);
 [[nodiscard]] QList<QStringList> VXPluginChoiceRows(const VXPluginChoice &choice);

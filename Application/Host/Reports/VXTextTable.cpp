@@ -1,6 +1,7 @@
 #include "VXTextTable.h"
 
 #include <algorithm>
+#include <numeric>
 
 using namespace Qt::StringLiterals;
 
@@ -13,17 +14,22 @@ QString printable(QString cell)
     return cell;
 }
 
+void widen(QList<qsizetype> &widths, const QList<QStringList> &rows)
+{
+    for (const QStringList &row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (qsizetype column = 0; column < row.size(); ++column)
+            widths[column] = std::max(widths[column], row[column].size());
+    }
+}
+
 } // namespace
 
 QString VXTextTable(const QList<QStringList> &rows, QList<qsizetype> *kept)
 {
     QList<qsizetype> own;
     QList<qsizetype> &widths = kept == nullptr ? own : *kept;
-    for (const QStringList &row : rows) {
-        widths.resize(std::max(widths.size(), row.size()));
-        for (qsizetype column = 0; column < row.size(); ++column)
-            widths[column] = std::max(widths[column], row[column].size());
-    }
+    widen(widths, rows);
     QString text;
     for (const QStringList &row : rows) {
         QString line;
@@ -34,4 +40,11 @@ QString VXTextTable(const QList<QStringList> &rows, QList<qsizetype> *kept)
         text += line + u'\n';
     }
     return text;
+}
+
+qsizetype VXWidthOfTable(const QList<QStringList> &rows)
+{
+    QList<qsizetype> widths;
+    widen(widths, rows);
+    return std::accumulate(widths.cbegin(), widths.cend(), 2 * std::max<qsizetype>(widths.size() - 1, 0));
 }

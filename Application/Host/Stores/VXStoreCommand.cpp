@@ -5,13 +5,16 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXManagedObjectContext.h"
+#include "VXNearestWord.h"
 #include "VXPluginSession.h"
 #include "VXStoreAccess.h"
 #include "VXStoreByName.h"
+#include "VXStoreImport.h"
 #include "VXStoreListing.h"
 #include "VXStoreObjects.h"
 #include "VXStoreQuery.h"
 #include "VXStoreTransfer.h"
+#include "VXTextArgument.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QFileInfo>
@@ -129,13 +132,22 @@ int entities(Session &session)
 
 // -- Lists
 
+QStringList namesOfEntities(const VXManagedObjectModel &model)
+{
+    QStringList names;
+    for (const VXEntityDescription *const entity : model.entities())
+        names.append(entity->name());
+    return names;
+}
+
 const VXEntityDescription *entityOf(Session &session, int *status)
 {
     const QString name = session.operand(0);
     const VXEntityDescription *const entity = session.coordinator->model().entityForName(name);
     if (entity == nullptr)
-        *status = session.fail(
-            u"the store has no entity \"%1\"; \"vornix store entities\" shows those there are"_s.arg(name));
+        *status =
+            session.fail(u"the store has no entity \"%1\"%2; \"vornix store entities\" shows those there are"_s.arg(
+                name, VXDidYouMean(name, namesOfEntities(session.coordinator->model()))));
     return entity;
 }
 
@@ -149,6 +161,29 @@ QStringList toManyRelationships(const VXEntityDescription &entity)
             names.append(relationship->name());
     }
     return names;
+}
+
+// Those of --columns; null, told, when one is none.
+std::optional<VXStoreColumns> chosenColumns(Session &session, const VXEntityDescription &entity)
+{
+    const QString text = session.host.options.value(u"columns"_s);
+    if (text.isNull())
+        return VXColumnsForPeople(entity);
+    const VXStoreColumns known = VXColumnsOfEntity(entity);
+    QStringList names;
+    for (const VXPropertyDescription *const column : known)
+        names.append(column->name());
+    VXStoreColumns columns;
+    for (const QString &name : text.split(u',', Qt::SkipEmptyParts)) {
+        const qsizetype index = names.indexOf(name.trimmed());
+        if (index < 0) {
+            session.fail(u"--columns: \"%1\" is none of %2%3"_s.arg(name.trimmed(), names.join(", "_L1),
+                                                                    VXDidYouMean(name.trimmed(), names)));
+            return std::nullopt;
+        }
+        columns.append(known[index]);
+    }
+    return columns;
 }
 
 int list(Session &session)
@@ -170,14 +205,21 @@ int list(Session &session)
         session.host.output.answer(QString::number(*count) + u'\n', *count);
         return VXHostOutput::Done;
     }
+    const std::optional<VXStoreColumns> columns = chosenColumns(session, *entity);
+    if (!columns)
+        return VXHostOutput::Failed;
     if (session.host.output.isJSON())
         request.prefetchedRelationships = toManyRelationships(*entity);
     const std::optional<VXFetchResult> result = session.context.executeFetchRequest(request, &error);
     if (!result)
         return session.fail(error);
-    const QString problem =
-        VXStoreListing{session.context, *entity, *result, request.batchSize, options.isSet(u"related"_s)}.write(
-            session.host.output);
+    const VXStoreListing listing{.context = session.context,
+                                 .result = *result,
+                                 .columns = *columns,
+                                 .leavesOut = !options.isSet(u"columns"_s),
+                                 .batchSize = request.batchSize,
+                                 .withRelatedURIs = options.isSet(u"related"_s)};
+    const QString problem = listing.write(session.host.output);
     return problem.isNull() ? int(VXHostOutput::Done) : session.fail(problem);
 }
 
@@ -195,7 +237,8 @@ VXManagedObjectPtr objectOf(Session &session, int *status)
 std::optional<QJsonObject> valuesOf(Session &session, int *status)
 {
     QString reason;
-    const std::optional<QJsonValue> value = VXJSONFromText(session.operand(1).toUtf8(), &reason);
+    const std::optional<QByteArray> text = VXTextOfArgument(session.operand(1), &reason);
+    const std::optional<QJsonValue> value = text ? VXJSONFromText(*text, &reason) : std::nullopt;
     if (value && value->isObject())
         return value->toObject();
     *status = session.fail(u"the values are no JSON object%1"_s.arg(reason.isNull() ? QString() : u": "_s + reason));
@@ -214,6 +257,11 @@ int setAndSave(Session &session, const VXManagedObjectPtr &object, const QJsonOb
     return VXHostOutput::Done;
 }
 
+int failAbstract(Session &session, const VXEntityDescription &entity)
+{
+    return session.fail(u"entity %1 is abstract: it has no objects of its own"_s.arg(entity.name()));
+}
+
 int insert(Session &session)
 {
     int status = VXHostOutput::Done;
@@ -222,7 +270,7 @@ int insert(Session &session)
     if (!values)
         return status;
     if (entity->isAbstract())
-        return session.fail(u"entity %1 is abstract: it has no objects of its own"_s.arg(entity->name()));
+        return failAbstract(session, *entity);
     return setAndSave(session, session.context.insertNewObject(*entity), *values);
 }
 
@@ -234,18 +282,60 @@ int update(Session &session)
     return values ? setAndSave(session, object, *values) : status;
 }
 
+// The one that is named, or those of an entity that the predicate describes.
+std::optional<QList<VXManagedObjectPtr>> objectsToRemove(Session &session, int *status)
+{
+    if (!session.host.options.isSet(u"where"_s)) {
+        const VXManagedObjectPtr object = objectOf(session, status);
+        return object ? std::optional(QList{object}) : std::nullopt;
+    }
+    const VXEntityDescription *const entity = entityOf(session, status);
+    if (entity == nullptr)
+        return std::nullopt;
+    VXFetchRequest request(*entity);
+    VXError error;
+    QString problem = VXReadStoreQuery(session.host.options, request);
+    const auto found = problem.isNull() ? session.context.executeFetchRequest(request, &error) : std::nullopt;
+    if (!found) {
+        *status = session.fail(problem.isNull() ? VXErrorText(error) : problem);
+        return std::nullopt;
+    }
+    return QList<VXManagedObjectPtr>(found->begin(), found->end());
+}
+
 int remove(Session &session)
 {
     int status = VXHostOutput::Done;
-    const VXManagedObjectPtr object = objectOf(session, &status);
-    if (!object)
+    const std::optional<QList<VXManagedObjectPtr>> objects = objectsToRemove(session, &status);
+    if (!objects)
         return status;
-    session.context.deleteObject(object);
+    for (const VXManagedObjectPtr &object : *objects)
+        session.context.deleteObject(object);
     const qsizetype count = session.context.deletedObjects().size(); // it and what the delete rules say
     VXError error;
     if (!session.context.save(&error))
         return session.fail(error);
     session.host.output.answer(count == 1 ? u"Deleted it.\n"_s : u"Deleted %1 objects.\n"_s.arg(count), count);
+    return VXHostOutput::Done;
+}
+
+// Adds what a file holds, all of it or nothing.
+int import(Session &session)
+{
+    int status = VXHostOutput::Done;
+    const VXEntityDescription *const entity = entityOf(session, &status);
+    if (entity == nullptr)
+        return status;
+    if (entity->isAbstract())
+        return failAbstract(session, *entity);
+    qsizetype count = 0;
+    if (const QString problem = VXImportObjects(session.context, *entity, session.operand(1), &count);
+        !problem.isNull())
+        return session.fail(problem + u"; nothing was imported"_s);
+    VXError error;
+    if (!session.context.save(&error))
+        return session.fail(error);
+    session.host.output.answer(u"Imported %1.\n"_s.arg(count), count);
     return VXHostOutput::Done;
 }
 
@@ -300,6 +390,7 @@ const Verb verbs[] = {
     {u"insert"_s, {u"ENTITY"_s, u"JSON"_s}, insert, VXStoreUse::Change},
     {u"update"_s, {u"URI"_s, u"JSON"_s}, update, VXStoreUse::Change},
     {u"delete"_s, {u"URI"_s}, remove, VXStoreUse::Change},
+    {u"import"_s, {u"ENTITY"_s, u"FILE"_s}, import, VXStoreUse::Change},
     {u"new"_s, {}, nullptr, VXStoreUse::Change},
     {u"check"_s, {}, check},
 };
@@ -308,7 +399,9 @@ QStringList verbNames()
 {
     QStringList names;
     std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
-    return names + VXStoreTransferVerbs();
+    names += VXStoreTransferVerbs();
+    names.removeDuplicates(); // "import" takes files, and store folders
+    return names;
 }
 
 // Whether a data plugin's store is meant, not a file: a name without folder and extension, of no file here.
@@ -342,7 +435,8 @@ int makeStore(VXHostContext &context)
 
 int runStore(VXHostContext &context)
 {
-    if (VXStoreTransferVerbs().contains(context.options.operand(0)))
+    const bool importsFile = context.options.operand(0) == "import"_L1 && context.options.operands().size() == 4;
+    if (VXStoreTransferVerbs().contains(context.options.operand(0)) && !importsFile)
         return VXRunStoreTransfer(context);
     const Verb &verb = *std::ranges::find(verbs, context.options.operand(0), &Verb::name);
     if (const QString problem = misuse(verb, context.options); !problem.isNull())
@@ -371,7 +465,8 @@ VXHostCommand VXStoreCommand()
     return {
         .name = u"store"_s,
         .summary = u"Look into stores, and change and check them"_s,
-        .synopsis = u"info|entities|list|insert|update|delete|new|check PATH|NAME [ENTITY|URI] [JSON], or "
+        .synopsis = u"info|entities|list|insert|update|delete|new|check PATH|NAME [ENTITY|URI] [JSON], "
+                    "import PATH|NAME ENTITY FILE, or "
                     "upgrade|import|export|rollback NAME [FOLDER]"_s,
         .details =
             u"PATH is a store folder (.vxdatastore), or a data file (.sqlite, .xml) with its model beside it or in "
@@ -382,15 +477,19 @@ VXHostCommand VXStoreCommand()
             "\"list PATH ENTITY\" shows objects; with --json in full. \"insert PATH ENTITY JSON\" and \"update PATH "
             "URI JSON\" set the attributes and relationships that the JSON object names: dates are texts in ISO "
             "8601, data is text in Base64, other objects are their URIs. In place of a URI the name that \"list\" "
-            "shows will do, as in: vornix store update PATH Person/p1 '{\"name\": \"Jane\"}'\n\n"
+            "shows will do, as in: vornix store update PATH Person/p1 '{\"name\": \"Jane\"}'. In place of JSON, @FILE "
+            "reads a file, - standard input. \"delete PATH URI\" deletes an object, \"delete PATH ENTITY --where "
+            "PREDICATE\" all that it describes. \"import PATH ENTITY FILE\" adds what a file holds, all of it or "
+            "nothing: a JSON object in each line (.jsonl), or a table whose first line names the attributes (.csv).\n\n"
             "\"upgrade NAME\" brings a store of an older version of its plugin up to date, as the plugin does when it "
             "is loaded. \"import NAME FOLDER\" adds the objects of a store folder to the plugin's store, or has it "
             "replace that. \"export NAME FOLDER\" writes a copy. All work on what is there at one moment, and say "
             "with --dry-run what they would do. \"rollback NAME [FOLDER]\" takes back the store that was there "
             "before the last upgrade or replacement, or the one in FOLDER; with --dry-run it lists those."_s,
         .options =
-            {{u"where"_s, u"PREDICATE"_s, u"List only objects that it describes"_s, {}, {u"list"_s}},
+            {{u"where"_s, u"PREDICATE"_s, u"Only objects that it describes"_s, {}, {u"list"_s, u"delete"_s}},
              {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s, {}, {u"list"_s}},
+             {u"columns"_s, u"NAME,..."_s, u"What the table shows, in that order"_s, {}, {u"list"_s}},
              {u"limit"_s, u"N"_s, u"List at most N objects"_s, {}, {u"list"_s}},
              {u"offset"_s, u"N"_s, u"Leave out the first N"_s, {}, {u"list"_s}},
              {u"count"_s, {}, u"Only count them"_s, {}, {u"list"_s}},

@@ -7,26 +7,72 @@
 #include "VXStoreObjects.h"
 #include "VXTextTable.h"
 
+#include <algorithm>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/** Keeps the rows of a table back until they are many enough to be aligned. */
+/** Keeps the rows of a table back until they are many enough to be aligned, and to see which columns fit. */
 class TableWriter
 {
 public:
-    TableWriter(VXHostOutput &output, const QStringList &titles) : _output(output), _rows{titles} {}
+    TableWriter(VXHostOutput &output, const VXStoreColumns &columns, bool leavesOut)
+        : _output(output), _columns(columns), _mustFit(leavesOut)
+    {
+        _rows.append({u"OBJECT"_s});
+        for (const VXPropertyDescription *const column : columns)
+            _rows.first().append(column->name());
+    }
 
-    void add(const QStringList &row) { _rows.append(row); }
+    void add(const VXManagedObject &object)
+    {
+        QStringList row{VXShortNameOfObject(object)};
+        for (const VXPropertyDescription *const column : std::as_const(_columns))
+            row.append(VXCellOfObject(object, *column));
+        _rows.append(row);
+    }
     void writePiece()
     {
+        if (_mustFit)
+            fit();
+        _mustFit = false;
         for (const QString &line : VXTextTable(_rows, &_widths).split(u'\n', Qt::SkipEmptyParts))
             _output.writePart(line.toUtf8());
         _rows.clear();
     }
 
 private:
+    // Columns without a value go first, then the last ones; they are named.
+    void fit()
+    {
+        const qsizetype room = _output.width();
+        QStringList gone;
+        for (const bool onlyEmpty : {true, false}) {
+            for (qsizetype i = _columns.size(); i > 0 && VXWidthOfTable(_rows) > room; --i) {
+                if (!onlyEmpty || isEmpty(i))
+                    gone.prepend(take(i));
+            }
+        }
+        if (!gone.isEmpty())
+            _output.note(u"For want of room without: %1. --columns names what to show."_s.arg(gone.join(", "_L1)));
+    }
+    bool isEmpty(qsizetype column) const
+    {
+        return std::all_of(_rows.cbegin() + 1, _rows.cend(),
+                           [column](const QStringList &row) { return row[column] == "-"_L1; });
+    }
+    QString take(qsizetype column)
+    {
+        for (QStringList &row : _rows)
+            row.removeAt(column);
+        return _columns.takeAt(column - 1)->name();
+    }
+
     VXHostOutput &_output;
+    VXStoreColumns _columns;
+    bool _mustFit;
     QList<QStringList> _rows;
     QList<qsizetype> _widths;
 };
@@ -38,7 +84,7 @@ QString VXStoreListing::write(VXHostOutput &output) const
     output.beginParts();
     if (result.isEmpty() && !output.isJSON())
         output.writePart("There are no such objects.");
-    TableWriter table(output, VXColumnTitles(entity));
+    TableWriter table(output, columns, leavesOut);
     for (qsizetype index = 0; index < result.size(); ++index) {
         const VXManagedObjectPtr object = result.at(index);
         VXError error;
@@ -48,7 +94,7 @@ QString VXStoreListing::write(VXHostOutput &output) const
         } else if (output.isJSON()) {
             output.writePart(VXJSONText(VXJSONFromObject(*object, withRelatedURIs)));
         } else {
-            table.add(VXColumnsFromObject(*object, entity));
+            table.add(*object);
         }
         const bool isLast = index + 1 == result.size();
         if (!isLast && (index + 1) % batchSize != 0)

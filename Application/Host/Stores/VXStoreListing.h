@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXFetchResult.h"
+#include "VXStoreObjects.h"
 
 #include <QtCore/QString>
 
@@ -11,14 +12,15 @@ class VXManagedObjectContext;
 struct VXStoreListing
 {
     VXManagedObjectContext &context;
-    const VXEntityDescription &entity;
     const VXFetchResult &result;
+    VXStoreColumns columns; // of the table
+    bool leavesOut;         // those columns that the line has no room for
     qsizetype batchSize;
     bool withRelatedURIs;
 
     /**
      * Writes the objects as a table, or as JSON, batch by batch: there may be more of them than memory has room for. Those that
-     * somebody else deletes meanwhile are left out. @return what went wrong, null when nothing did.
+     * somebody else deletes meanwhile are left out. What room there is for columns the first batch decides. @return what went wrong, null when nothing did.
      */
     [[nodiscard]] QString write(VXHostOutput &output) const;
 };

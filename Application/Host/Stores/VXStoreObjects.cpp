@@ -2,6 +2,7 @@
 
 #include "VXHostJSON.h"
 #include "VXManagedObjectContext.h"
+#include "VXNearestWord.h"
 #include "VXNone.h"
 #include "VXStoreAccess.h"
 
@@ -16,23 +17,6 @@ namespace {
 QString uriOf(const VXManagedObject &object)
 {
     return object.objectID().uriRepresentation().toString();
-}
-
-// "Person/p12"
-QString shortName(const VXManagedObject &object)
-{
-    return uriOf(object).section(u'/', -2);
-}
-
-// What a table shows of an entity: attributes, and relationships to one object.
-QList<const VXPropertyDescription *> columnsOf(const VXEntityDescription &entity)
-{
-    QList<const VXPropertyDescription *> properties = entity.properties();
-    properties.removeIf([](const VXPropertyDescription *property) {
-        return property->isTransient() ||
-               (property->asRelationship() != nullptr && property->asRelationship()->isToMany());
-    });
-    return properties;
 }
 
 QString cellOf(const QVariant &value)
@@ -141,6 +125,14 @@ QString setRelationship(VXManagedObjectContext &context, VXManagedObject &object
 
 } // namespace
 
+QStringList VXNamesOfProperties(const VXEntityDescription &entity)
+{
+    QStringList names;
+    for (const VXPropertyDescription *const property : entity.properties())
+        names.append(property->name());
+    return names;
+}
+
 QJsonObject VXJSONFromObject(const VXManagedObject &object, bool withRelatedURIs)
 {
     QJsonObject json{{u"uri"_s, uriOf(object)}, {u"entity"_s, object.entity().name()}};
@@ -155,27 +147,34 @@ QJsonObject VXJSONFromObject(const VXManagedObject &object, bool withRelatedURIs
     return json;
 }
 
-QStringList VXColumnTitles(const VXEntityDescription &entity)
+QString VXShortNameOfObject(const VXManagedObject &object)
 {
-    QStringList titles{u"OBJECT"_s};
-    for (const VXPropertyDescription *const property : columnsOf(entity))
-        titles.append(property->name());
-    return titles;
+    return uriOf(object).section(u'/', -2);
 }
 
-QStringList VXColumnsFromObject(const VXManagedObject &object, const VXEntityDescription &entity)
+VXStoreColumns VXColumnsOfEntity(const VXEntityDescription &entity)
 {
-    QStringList columns{shortName(object)};
-    for (const VXPropertyDescription *const property : columnsOf(entity)) {
-        const VXRelationshipDescription *const relationship = property->asRelationship();
-        if (relationship == nullptr)
-            columns.append(cellOf(object.attribute(property->index())));
-        else if (const VXManagedObjectPtr related = object.related(relationship->index()))
-            columns.append(shortName(*related));
-        else
-            columns.append(u"-"_s);
-    }
+    VXStoreColumns properties = entity.properties();
+    properties.removeIf([](const VXPropertyDescription *property) {
+        return property->isTransient() ||
+               (property->asRelationship() != nullptr && property->asRelationship()->isToMany());
+    });
+    return properties;
+}
+
+VXStoreColumns VXColumnsForPeople(const VXEntityDescription &entity)
+{
+    VXStoreColumns columns = VXColumnsOfEntity(entity);
+    columns.removeIf([](const VXPropertyDescription *column) { return column->name().endsWith("_search"_L1); });
     return columns;
+}
+
+QString VXCellOfObject(const VXManagedObject &object, const VXPropertyDescription &column)
+{
+    if (column.asRelationship() == nullptr)
+        return cellOf(object.attribute(column.index()));
+    const VXManagedObjectPtr related = object.related(column.index());
+    return related ? VXShortNameOfObject(*related) : u"-"_s;
 }
 
 VXManagedObjectPtr VXObjectNamed(VXManagedObjectContext &context, const QString &name, QString *problem)
@@ -206,7 +205,8 @@ QString VXSetObjectFromJSON(VXManagedObjectContext &context, VXManagedObject &ob
     for (auto entry = values.constBegin(); entry != values.constEnd(); ++entry) {
         const VXPropertyDescription *const property = object.entity().propertyForName(entry.key());
         if (property == nullptr)
-            return u"entity %1 has no \"%2\""_s.arg(object.entity().name(), entry.key());
+            return u"entity %1 has no \"%2\""_s.arg(object.entity().name(), entry.key()) +
+                   VXDidYouMean(entry.key(), VXNamesOfProperties(object.entity()));
         const QString problem = property->asAttribute() != nullptr
                                     ? setAttribute(object, *property->asAttribute(), entry.value())
                                     : setRelationship(context, object, *property->asRelationship(), entry.value());

@@ -8,16 +8,23 @@
 
 class VXManagedObjectContext;
 
+[[nodiscard]] QStringList VXNamesOfProperties(const VXEntityDescription &entity);
+
 /**
  * An object as JSON: "uri", "entity", attributes by name, to-one relationships as URI, to-many ones as their count, or as lists of
  * URIs.
  */
 [[nodiscard]] QJsonObject VXJSONFromObject(const VXManagedObject &object, bool withRelatedURIs);
 
-/** The columns of a table of objects: their names, attributes and to-one relationships. */
-[[nodiscard]] QStringList VXColumnTitles(const VXEntityDescription &entity);
-/** Those of an object of the entity or of a subentity. */
-[[nodiscard]] QStringList VXColumnsFromObject(const VXManagedObject &object, const VXEntityDescription &entity);
+/** What a table can show of objects besides their names: attributes and to-one relationships. */
+using VXStoreColumns = QList<const VXPropertyDescription *>;
+[[nodiscard]] VXStoreColumns VXColumnsOfEntity(const VXEntityDescription &entity);
+/** Without those that only searches are for ("name_search"). */
+[[nodiscard]] VXStoreColumns VXColumnsForPeople(const VXEntityDescription &entity);
+/** The cell of an object of the entity or of a subentity; "-" for none. */
+[[nodiscard]] QString VXCellOfObject(const VXManagedObject &object, const VXPropertyDescription &column);
+/** As tables show it: "Person/p12". */
+[[nodiscard]] QString VXShortNameOfObject(const VXManagedObject &object);
 
 /** The object with a URI, or with the name that tables show, as "Person/p12". @return null with a problem on failure. */
 [[nodiscard]] VXManagedObjectPtr VXObjectNamed(VXManagedObjectContext &context, const QString &name, QString *problem);

@@ -1,0 +1,54 @@
+#include "VXNearestWord.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype furthest = 2;
+
+// How many letters must be put in, left out or changed to turn one word into the other.
+qsizetype editDistance(const QString &a, const QString &b)
+{
+    std::vector<qsizetype> row(static_cast<std::size_t>(b.size()) + 1);
+    for (std::size_t j = 0; j < row.size(); ++j)
+        row[j] = static_cast<qsizetype>(j);
+    for (qsizetype i = 1; i <= a.size(); ++i) {
+        qsizetype diagonal = std::exchange(row[0], i);
+        for (std::size_t j = 1; j < row.size(); ++j) {
+            const bool isSame = a[i - 1] == b[static_cast<qsizetype>(j) - 1];
+            const qsizetype best = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (isSame ? 0 : 1)});
+            diagonal = std::exchange(row[j], best);
+        }
+    }
+    return row.back();
+}
+
+} // namespace
+
+QString VXNearestWord(const QString &typed, const QStringList &words)
+{
+    const QString folded = typed.toCaseFolded();
+    QString nearest;
+    qsizetype distance = furthest + 1;
+    for (const QString &word : words) {
+        if (std::abs(word.size() - typed.size()) > furthest && !word.startsWith(typed, Qt::CaseInsensitive))
+            continue;
+        const bool isBeginning = typed.size() > 1 && word.startsWith(typed, Qt::CaseInsensitive);
+        const qsizetype wordDistance = isBeginning ? 0 : editDistance(folded, word.toCaseFolded());
+        if (wordDistance < distance && wordDistance < word.size()) {
+            distance = wordDistance;
+            nearest = word;
+        }
+    }
+    return nearest;
+}
+
+QString VXDidYouMean(const QString &typed, const QStringList &words)
+{
+    const QString nearest = VXNearestWord(typed, words);
+    return nearest.isNull() ? u""_s : u"; did you mean \"%1\"?"_s.arg(nearest);
+}
