@@ -120,6 +120,29 @@ TEST_F(HostCommandTest, DefaultsKeepEveryKindOfValue)
     EXPECT_EQ(runHost({u"defaults"_s, u"read"_s, u"com.example"_s}).output, QByteArray("{}\n"));
 }
 
+TEST_F(HostCommandTest, FoldersThatNothingCanBeKeptInAreNamed)
+{
+    const struct
+    {
+        const char *command;
+        const char *problem;
+    } cases[] = {
+        {"env -i \"$0\" info", "HOME is not set; use --home DIR"},
+        {"env -i \"$0\" triggers", "HOME is not set; use --home DIR"},
+        {"env -i HOME=/dev/null \"$0\" defaults write a b 1", "Not a directory: /dev/null"},
+        {"env -i HOME=/dev/null/x \"$0\" plugins", "Not a directory: /dev/null; --home DIR keeps"},
+    };
+    for (const auto &[command, problem] : cases) {
+        const HostOutcome outcome = runHostShell(QString::fromLatin1(command));
+        EXPECT_EQ(outcome.status, 1) << command;
+        EXPECT_THAT(outcome.errors.toStdString(), testing::StartsWith(std::string("vornix: ") + problem));
+        EXPECT_EQ(outcome.errors.count('\n'), 1) << outcome.errors.toStdString();
+        const QJsonValue json =
+            VXJSONFromText(runHostShell(QString::fromLatin1(command) + u" --json"_s).output).value_or(QJsonValue());
+        EXPECT_THAT(json[u"error"].toString().toStdString(), testing::StartsWith(problem));
+    }
+}
+
 TEST_F(HostCommandTest, LogShowsEntriesOfALevelWhole)
 {
     EXPECT_EQ(runHost({u"log"_s}).output, QByteArray("")); // there is none yet

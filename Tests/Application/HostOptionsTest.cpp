@@ -96,12 +96,17 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
         {"vornix log --f", "--follow"},
         {"vornix --ver", "--verbose --version"},
         {"vornix defaults read w", ""},
+        {"vornix plugins info ca", "called"},
+        {"vornix --home /h devices do one ", "--home /h completion words actions one"},
+        {"vornix triggers add --reactor ", "completion words reactors"},
     };
     for (const auto &[words, offered] : cases) {
         QProcess bash;
         bash.start(u"bash"_s, {u"--norc"_s, u"-s"_s});
-        bash.write(VXHostBashCompletion(table).toUtf8() + "\nIFS=' ' read -r -a COMP_WORDS <<< '" + words + "'\n[[ '" +
-                   words +
+        bash.write(VXHostBashCompletion(table).toUtf8() +
+                   "\nvornix() { [[ $* == *plugins* ]] && echo called || echo \"'$*'\"; }\nIFS=' ' read -r -a "
+                   "COMP_WORDS <<< '" +
+                   words + "'\n[[ '" + words +
                    "' == *' ' ]] && COMP_WORDS+=('')\n"
                    "COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_vornix\necho \"${COMPREPLY[*]}\"\n");
         bash.closeWriteChannel();

@@ -4,7 +4,9 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPropertyList.h"
+#include "VXStoreAccess.h"
 #include "VXUserDefaults.h"
+#include "VXUserFolders.h"
 
 using namespace Qt::StringLiterals;
 
@@ -23,6 +25,12 @@ int runRead(VXHostContext &context, const QString &domain, const QString &key)
     return VXHostOutput::Done;
 }
 
+int fail(VXHostContext &context, const VXError &error)
+{
+    const QString problem = VXProblemOfUserFolders();
+    return context.output.fail(problem.isNull() ? VXErrorText(error) : problem);
+}
+
 int runWrite(VXHostContext &context, const QString &domain, const QString &key, const QString &text)
 {
     QString reason;
@@ -36,7 +44,7 @@ int runWrite(VXHostContext &context, const QString &domain, const QString &key, 
         return context.output.fail(u"the value cannot be stored: %1"_s.arg(reason));
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().setObject(value, key, domain, &error))
-        return context.output.fail(error.description());
+        return fail(context, error);
     return VXHostOutput::Done;
 }
 
@@ -46,7 +54,7 @@ int runDelete(VXHostContext &context, const QString &domain, const QString &key)
     VXError error;
     const bool done = key.isNull() ? defaults.removePersistentDomainForName(domain, &error)
                                    : defaults.setObject({}, key, domain, &error);
-    return done ? static_cast<int>(VXHostOutput::Done) : context.output.fail(error.description());
+    return done ? static_cast<int>(VXHostOutput::Done) : fail(context, error);
 }
 
 int runDefaults(VXHostContext &context)

@@ -4,6 +4,12 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXNearestWord.h"
+#include "VXPluginManager.h"
+#include "VXPluginSession.h"
+#include "VXWordsOfKind.h"
+
+#include <QtCore/QJsonArray>
 
 using namespace Qt::StringLiterals;
 
@@ -14,7 +20,9 @@ int runHelp(VXHostContext &context)
     const QString name = context.options.operand(0);
     const VXHostCommand *command = name.isNull() ? nullptr : context.commands.find(name);
     if (command == nullptr && !name.isNull())
-        return context.output.failUsage(u"unknown command \"%1\""_s.arg(name), VXHostUsage(nullptr));
+        return context.output.failUsage(
+            u"unknown command \"%1\"%2"_s.arg(name, VXDidYouMean(name, context.commands.names())),
+            VXHostUsage(nullptr));
     const QString text =
         command == nullptr ? VXHostOverview(context.commands) : VXHostCommandHelp(*command, context.commands);
     context.output.answer(text, text);
@@ -23,7 +31,16 @@ int runHelp(VXHostContext &context)
 
 int runCompletion(VXHostContext &context)
 {
-    const QString script = VXHostBashCompletion(context.commands);
+    const QString shell = context.options.operand(0);
+    if (shell == "words"_L1)
+        return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
+            const QStringList words = VXWordsOfKind(manager, context.options.operand(1), context.options.operand(2));
+            context.output.answer(words.join(u'\n') + u'\n', QJsonArray::fromStringList(words));
+            return VXHostOutput::Done;
+        });
+    const QString script = shell == "zsh"_L1    ? VXHostZshCompletion(context.commands)
+                           : shell == "fish"_L1 ? VXHostFishCompletion(context.commands)
+                                                : VXHostBashCompletion(context.commands);
     context.output.answer(script, script);
     return VXHostOutput::Done;
 }
@@ -50,10 +67,10 @@ VXHostCommand VXCompletionCommand()
 {
     return {.name = u"completion"_s,
             .summary = u"Write a completion script for a shell"_s,
-            .synopsis = u"bash"_s,
+            .synopsis = u"bash|zsh|fish"_s,
             .minimumOperands = 1,
-            .maximumOperands = 1,
-            .firstOperands = {u"bash"_s},
+            .maximumOperands = 3,
+            .firstOperands = {u"bash"_s, u"zsh"_s, u"fish"_s, u"words"_s},
             .isHidden = true,
             .run = runCompletion};
 }

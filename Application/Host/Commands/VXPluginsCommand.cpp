@@ -298,5 +298,13 @@ VXHostCommand VXPluginsCommand()
             .minimumOperands = 0,
             .maximumOperands = 2,
             .firstOperands = verbNames(),
+            .operandKinds = {{u"info"_s, {u"plugins"_s}},
+                             {u"enable"_s, {u"plugins"_s}},
+                             {u"disable"_s, {u"plugins"_s}},
+                             {u"retry"_s, {u"plugins"_s}},
+                             {u"update"_s, {u"plugins"_s}},
+                             {u"install"_s, {u"files"_s}},
+                             {u"check"_s, {u"files"_s}},
+                             {u"sign"_s, {u"files"_s}}},
             .run = runPlugins};
 }

@@ -364,5 +364,12 @@ VXHostCommand VXDevicesCommand()
         .minimumOperands = 0,
         .maximumOperands = 1000,
         .firstOperands = verbNames(),
+        .operandKinds = {{u"remove"_s, {u"devices"_s}},
+                         {u"default"_s, {u"devices"_s}},
+                         {u"info"_s, {u"devices"_s}},
+                         {u"set"_s, {u"devices"_s}},
+                         {u"actions"_s, {u"devices"_s}},
+                         {u"do"_s, {u"devices"_s, u"actions"_s}},
+                         {u"add"_s, {u"plugins"_s}}},
         .run = runDevices};
 }

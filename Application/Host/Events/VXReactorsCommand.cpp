@@ -20,6 +20,7 @@ VXHostCommand VXReactorsCommand()
                 "identifier is enough."_s,
             .maximumOperands = 2,
             .firstOperands = {u"list"_s, u"info"_s},
+            .operandKinds = {{u"info"_s, {u"reactors"_s}}},
             .run = [](VXHostContext &context) {
                 const QString identifier = context.options.operand(1);
                 const bool isInfo = context.options.operand(0) == "info"_L1;

@@ -291,7 +291,13 @@ VXHostCommand VXTriggersCommand()
             "taken as such, any other as text. A relative path of a file to export to counts from the current folder.\n"
             "Example: vornix triggers add --event incoming_call --filter 'from CONTAINS \"Jane\"' "
             "--reactor runcommand --option program=/home/me/jane.sh"_s,
-        .options = {{u"event"_s, u"NAME"_s, u"The event to listen to; needed"_s, {}, {u"add"_s, u"edit"_s}},
+        .options = {{u"event"_s,
+                     u"NAME"_s,
+                     u"The event to listen to; needed"_s,
+                     {},
+                     {u"add"_s, u"edit"_s},
+                     false,
+                     u"events"_s},
                     {u"name"_s, u"TEXT"_s, u"What to call the trigger"_s, {}, {u"add"_s, u"edit"_s}},
                     {u"filter"_s, u"PREDICATE"_s, u"What the event's object must satisfy"_s, {}, {u"add"_s, u"edit"_s}},
                     {u"no-filter"_s, {}, u"Let every object pass"_s, {}, {u"edit"_s}},
@@ -300,7 +306,8 @@ VXHostCommand VXTriggersCommand()
                      u"A reactor plugin to run, by its identifier or the last part of it; may be repeated"_s,
                      {},
                      {u"add"_s, u"edit"_s},
-                     true},
+                     true,
+                     u"reactors"_s},
                     {u"option"_s,
                      u"KEY=VALUE"_s,
                      u"For the reactor before it; may be repeated"_s,
@@ -312,5 +319,13 @@ VXHostCommand VXTriggersCommand()
         .minimumOperands = 0,
         .maximumOperands = 2,
         .firstOperands = verbNames(),
+        .operandKinds = {{u"show"_s, {u"triggers"_s}},
+                         {u"edit"_s, {u"triggers"_s}},
+                         {u"move"_s, {u"triggers"_s}},
+                         {u"copy"_s, {u"triggers"_s}},
+                         {u"remove"_s, {u"triggers"_s}},
+                         {u"enable"_s, {u"triggers"_s}},
+                         {u"disable"_s, {u"triggers"_s}},
+                         {u"test"_s, {u"triggers"_s}}},
         .run = runTriggers};
 }

@@ -14,6 +14,7 @@
 #include "VXPersistentStore.h"
 #include "VXTerminalUserInterface.h"
 #include "VXUserDefaults.h"
+#include "VXUserFolders.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
@@ -74,12 +75,19 @@ bool setHome(const VXHostOptions &options, VXHostOutput &output)
     return true;
 }
 
+// Folders that nothing can be kept in are a reason that people can do something about.
+int failWithReason(VXHostContext &context, const QString &text)
+{
+    const QString problem = VXProblemOfUserFolders();
+    return context.output.fail(problem.isNull() ? text : problem);
+}
+
 int runCommand(VXHostContext &context)
 {
     try {
         return context.options.command()->run(context);
     } catch (const VXException &exception) {
-        return context.output.fail(exception.reason());
+        return failWithReason(context, exception.reason());
     }
 }
 
@@ -111,7 +119,7 @@ int runApplication(VXHostContext &context)
     VXPersistentStore::closeAll(); // whoever copies a data file after the end of the program has all of it
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) || !application.relaunchIfDue(&error))
-        status = context.output.fail(error.localizedDescription());
+        status = failWithReason(context, error.localizedDescription());
     return status;
 }
 

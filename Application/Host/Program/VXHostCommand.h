@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QList>
+#include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -19,6 +20,7 @@ struct VXHostOption
     QStringList choices = {}; // the values it takes; empty: any
     QStringList verbs = {};   // the first operands that it goes with; empty: any
     bool mayRepeat = false;   // of one with a value
+    QString valueKind = {};   // what its values name, for the completion: a kind of VXWordsOfKind
 };
 
 /** What a command gets to run with. */
@@ -40,6 +42,8 @@ struct VXHostCommand
     qsizetype minimumOperands = 0;
     qsizetype maximumOperands = 0;
     QStringList firstOperands = {}; // what the first operand may be, the standard one first; empty: anything
+    /** By first operand, what the ones behind it name, for the completion: kinds of VXWordsOfKind, or "files". */
+    QMap<QString, QStringList> operandKinds = {};
     bool isHidden = false;
     /** Answers the exit status, one of VXHostOutput's. */
     std::function<int(VXHostContext &)> run;

@@ -53,10 +53,31 @@ QString valueCases(const QString &command, const QList<VXHostOption> &options)
     QString text;
     for (const VXHostOption &option : options) {
         if (takesValue(option))
-            text += u"        %1\\ --%2) %3; return ;;\n"_s.arg(command, option.name,
-                                                                valueCompletion(option.placeholder, option.choices));
+            text += u"        %1\\ --%2) %3; return ;;\n"_s.arg(
+                command, option.name,
+                option.valueKind.isEmpty() ? valueCompletion(option.placeholder, option.choices)
+                                           : "_vornix_words "_L1 + option.valueKind);
     }
     return text;
+}
+
+// What there is of the kinds that the operands behind the first one name.
+QString operandCases(const VXHostCommand &command)
+{
+    QString text;
+    for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds) {
+        for (qsizetype i = 0; i < kinds->size(); ++i) {
+            const QString kind = kinds->at(i);
+            text += u"                %1\\ %2) %3 ;;\n"_s.arg(kinds.key())
+                        .arg(i + 1)
+                        .arg(kind == "files"_L1 ? u"COMPREPLY=($(compgen -f -- \"$current\"))"_s
+                                                : u"_vornix_words %1 \"${given[%2]}\""_s.arg(kind).arg(i));
+        }
+    }
+    return text.isEmpty()
+               ? text
+               : u"            [[ $current != -* ]] && case \"${given[0]} $operands\" in\n%1            esac\n"_s.arg(
+                     text);
 }
 
 QString commandCase(const VXHostCommand &command, const QStringList &commandNames)
@@ -70,18 +91,14 @@ QString commandCase(const VXHostCommand &command, const QStringList &commandName
         text += u"            [[ $operands -eq 0 && $current != -* ]] && %1\n"_s.arg(operand);
     else if (operand != ":"_L1)
         text += u"            [[ $current != -* ]] && %1\n"_s.arg(operand);
-    return text + u"            ;;\n"_s;
+    return text + operandCases(command) + u"            ;;\n"_s;
 }
 
 } // namespace
 
 QString VXHostBashCompletion(const VXHostCommandTable &commands)
 {
-    QStringList names;
-    for (const VXHostCommand &command : commands.commands()) {
-        if (!command.isHidden)
-            names.append(command.name);
-    }
+    const QStringList names = commands.names();
     QString cases;
     QString values = valueCases(u"*"_s, commands.globalOptions());
     for (const VXHostCommand &command : commands.commands()) {
@@ -93,18 +110,26 @@ QString VXHostBashCompletion(const VXHostCommandTable &commands)
 
     return uR"(# bash completion for vornix
 
+# KIND [OF]: what there is of it.
+_vornix_words()
+{
+    COMPREPLY=($(compgen -W "$(vornix "${home[@]}" completion words "$@" 2>/dev/null)" -- "$current"))
+}
+
 _vornix()
 {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
-    local command='' operands=0 word i
-    local options='%1'
-    COMPREPLY=()
-    for ((i = 1; i < COMP_CWORD; i++)); do
-        word=${COMP_WORDS[i]}
+    local current = ${COMP_WORDS[COMP_CWORD]} previous = ${COMP_WORDS[COMP_CWORD - 1]} local command ='' operands =
+        0 word i given = () home = () local options = '%1' COMPREPLY = () for ((i = 1; i < COMP_CWORD; i++));
+    do
+        word = $
+        {
+            COMP_WORDS[i]
+        }
         case $word in
+            --home) ((i++)); home=(--home "${COMP_WORDS[i]}") ;;
             %2) ((i++)) ;;
             -*) ;;
-            *) if [[ -z $command ]]; then command=$word; else ((operands++)); fi ;;
+            *) if [[ -z $command ]]; then command=$word; else given+=("$word"); ((operands++)); fi ;;
         esac
     done
     case "$command $previous" in
@@ -122,3 +147,66 @@ _vornix()
 complete -o filenames -F _vornix vornix
 )"_s.arg(optionWords(commands.globalOptions()), valueOptions(commands).join(u'|'), values, names.join(u' '), cases);
 }
+
+// zsh runs scripts for bash.
+QString VXHostZshCompletion(const VXHostCommandTable &commands)
+{
+    return u"#compdef vornix\nautoload -U +X compinit bashcompinit && compinit && bashcompinit\n"_s +
+           VXHostBashCompletion(commands);
+}
+
+// -- fish
+
+namespace {
+
+QString fishQuoted(QString text)
+{
+    return u'\'' + text.replace(u'\\', "\\\\"_L1).replace(u'\'', "\\'"_L1) + u'\'';
+}
+
+QString fishOption(const VXHostOption &option, const QString &condition)
+{
+    QString line = u"complete -c vornix%1 -l %2 -d %3"_s.arg(condition, option.name, fishQuoted(option.summary));
+    if (takesValue(option))
+        line += !option.valueKind.isEmpty()   ? u" -x -a '(vornix completion words %1 2>/dev/null)'"_s.arg(option.valueKind)
+                :
+            !option.choices.isEmpty() ? " -x -a "_L1 + fishQuoted(option.choices.join(u' '))
+            : option.placeholder == "DIR"_L1 || option.placeholder.contains("FILE"_L1) ? u" -r -F"_s
+                                                                                       : u" -x"_s;
+            return line + u'\n';
+        }
+
+        QString fishCommand(const VXHostCommand &command)
+        {
+            const QString seen = u" -n '__fish_seen_subcommand_from %1"_s.arg(command.name);
+            QString text = u"complete -c vornix -n __fish_use_subcommand -a %1 -d %2\n"_s.arg(
+                command.name, fishQuoted(command.summary));
+            if (!command.firstOperands.isEmpty()) {
+                const QString verbs = command.firstOperands.join(u' ');
+                text += u"complete -c vornix%1; and not __fish_seen_subcommand_from %2' -a %3\n"_s.arg(
+                    seen, verbs, fishQuoted(verbs));
+            }
+            for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds)
+                text += u"complete -c vornix%1; and __fish_seen_subcommand_from %2' %3\n"_s.arg(
+                    seen, kinds.key(),
+                    kinds->first() == "files"_L1
+                        ? u"-F"_s
+                        : u"-a '(vornix completion words %1 2>/dev/null)'"_s.arg(kinds->first()));
+            for (const VXHostOption &option : command.options)
+                text += fishOption(option, seen + u'\'');
+            return text;
+        }
+
+        } // namespace
+
+        QString VXHostFishCompletion(const VXHostCommandTable &commands)
+        {
+            QString text = u"# fish completion for vornix\ncomplete -c vornix -f\n"_s;
+            for (const VXHostOption &option : commands.globalOptions())
+                text += fishOption(option, {});
+            for (const VXHostCommand &command : commands.commands()) {
+                if (!command.isHidden)
+                    text += fishCommand(command);
+            }
+            return text;
+        }

@@ -13,7 +13,9 @@
 /** What it is for, with the verbs it goes with and the values it takes. */
 [[nodiscard]] QString VXHostOptionSummary(const VXHostOption &option);
 [[nodiscard]] QString VXHostCommandHelp(const VXHostCommand &command, const VXHostCommandTable &commands);
-/** A bash completion script. */
+/** Completion scripts, which ask the program itself for what there is. */
 [[nodiscard]] QString VXHostBashCompletion(const VXHostCommandTable &commands);
+[[nodiscard]] QString VXHostZshCompletion(const VXHostCommandTable &commands);
+[[nodiscard]] QString VXHostFishCompletion(const VXHostCommandTable &commands);
 /** A man page in the man(7) macros. */
 [[nodiscard]] QString VXHostManPage(const VXHostCommandTable &commands, const QString &version);

@@ -7,6 +7,7 @@
 #include "VXLastWords.h"
 #include "VXPluginManager.h"
 #include "VXUserDefaults.h"
+#include "VXUserFolders.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTimer>
@@ -74,6 +75,9 @@ void askForConsent(VXHostOutput &output, VXPluginManager &manager)
 int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginManager &)> &command,
                      VXWhenQuitting whenQuitting)
 {
+    // Each plugin would fail with a part of the reason.
+    if (const QString problem = VXProblemOfUserFolders(); !problem.isNull())
+        return context.output.fail(problem);
     VXApplication &application = VXApplication::sharedApplication();
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
     VXLastWords lastWords(context.output);

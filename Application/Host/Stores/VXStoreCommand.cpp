@@ -518,5 +518,14 @@ VXHostCommand VXStoreCommand()
         .minimumOperands = 2,
         .maximumOperands = 4,
         .firstOperands = verbNames(),
+        .operandKinds = {{u"list"_s, {u"stores"_s, u"entities"_s}},
+                         {u"insert"_s, {u"stores"_s, u"entities"_s}},
+                         {u"import"_s, {u"stores"_s, u"entities"_s}},
+                         {u"info"_s, {u"stores"_s}},
+                         {u"entities"_s, {u"stores"_s}},
+                         {u"update"_s, {u"stores"_s}},
+                         {u"delete"_s, {u"stores"_s}},
+                         {u"check"_s, {u"stores"_s}},
+                         {u"new"_s, {u"files"_s}}},
         .run = runStore};
 }

@@ -1,0 +1,54 @@
+#include "VXUserFolders.h"
+
+#include "VXFolders.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The folder itself, or the nearest above it that is there.
+QString existingPart(const QString &path)
+{
+    QString part = path;
+    while (!QFileInfo::exists(part) && part != "/"_L1)
+        part = QFileInfo(part).path();
+    return part;
+}
+
+QString problemOfFolder(const QString &path)
+{
+    const QString part = existingPart(path);
+    const QByteArray name = QFile::encodeName(part);
+    if (!QFileInfo(part).isDir())
+        return u"%1: %2"_s.arg(qt_error_string(ENOTDIR), part);
+    if (::faccessat(AT_FDCWD, name.constData(), W_OK | X_OK, AT_EACCESS) != 0)
+        return u"%1: %2"_s.arg(qt_error_string(errno), part);
+    struct statvfs room = {};
+    if (::statvfs(name.constData(), &room) == 0 && room.f_blocks > 0 && room.f_bavail == 0)
+        return u"%1: %2"_s.arg(qt_error_string(ENOSPC), part);
+    return {};
+}
+
+} // namespace
+
+QString VXProblemOfUserFolders()
+{
+    for (const VXFolderType type : {VXFolderType::ApplicationSupport, VXFolderType::Preferences, VXFolderType::Logs}) {
+        const QString folder = VXFindFolder(type, VXFolderDomain::User);
+        if (folder.isNull())
+            return u"HOME is not set; use --home DIR"_s;
+        const QString own = folder + (type == VXFolderType::Logs ? "/Vornix"_L1 : "/Vornix 2"_L1);
+        if (const QString problem = problemOfFolder(own); !problem.isNull())
+            return problem + u"; --home DIR keeps everything elsewhere"_s;
+    }
+    return {};
+}
