@@ -56,7 +56,7 @@ int list(VXHostContext &context, VXPluginManager &manager)
 
 // -- add
 
-// KEY=VALUE; none, with the reason, when it is not that.
+// KEY=VALUE, where null is no value; none, with the reason, when it is not that.
 std::optional<std::pair<QString, QVariant>> preferenceFromText(const QString &text, QString *reason)
 {
     const qsizetype equals = text.indexOf(u'=');
@@ -66,6 +66,8 @@ std::optional<std::pair<QString, QVariant>> preferenceFromText(const QString &te
     }
     const QString value = text.sliced(equals + 1);
     const auto json = VXJSONFromText(value.toUtf8());
+    if (json && json->isNull())
+        return std::pair(text.first(equals), QVariant());
     const QVariant parsed = json ? VXVariantFromJSON(*json) : QVariant();
     return std::pair(text.first(equals), VXPropertyList::isValid(parsed) ? parsed : QVariant(value));
 }
@@ -103,7 +105,8 @@ int add(VXHostContext &context, VXPluginManager &manager)
         const auto preference = preferenceFromText(text, &reason);
         if (!preference)
             return context.output.failUsage(reason, VXHostUsage(context.options.command()));
-        preferences.insert(preference->first, preference->second);
+        if (preference->second.isValid())
+            preferences.insert(preference->first, preference->second);
     }
     const QUrl url = VXMakeDeviceURL({}, plugin->identifier(), identifier);
     VXError error;

@@ -48,12 +48,17 @@ private:
     void fit()
     {
         const qsizetype room = _output.width();
-        QStringList gone;
+        const VXStoreColumns all = _columns;
         for (const bool onlyEmpty : {true, false}) {
             for (qsizetype i = _columns.size(); i > 0 && VXWidthOfTable(_rows) > room; --i) {
                 if (!onlyEmpty || isEmpty(i))
-                    gone.prepend(take(i));
+                    take(i);
             }
+        }
+        QStringList gone;
+        for (const VXPropertyDescription *const column : all) {
+            if (!_columns.contains(column))
+                gone.append(column->name());
         }
         if (!gone.isEmpty())
             _output.note(u"For want of room without: %1. --columns names what to show."_s.arg(gone.join(", "_L1)));
@@ -63,11 +68,11 @@ private:
         return std::all_of(_rows.cbegin() + 1, _rows.cend(),
                            [column](const QStringList &row) { return row[column] == "-"_L1; });
     }
-    QString take(qsizetype column)
+    void take(qsizetype column)
     {
         for (QStringList &row : _rows)
             row.removeAt(column);
-        return _columns.takeAt(column - 1)->name();
+        _columns.removeAt(column - 1);
     }
 
     VXHostOutput &_output;

@@ -111,6 +111,15 @@ TEST_F(VXWebDownloadTest, FailsWhereNoFileCanBeMade)
     EXPECT_TRUE(inTheWay.remove());
 }
 
+TEST_F(VXWebDownloadTest, FollowsRedirectsWithoutAWord)
+{
+    const VXWebDownload::Ptr made =
+        fetch(u"/answer?status=302 Found&body=here&header=Location: %2Fanswer%3Fbody%3Dthere"_s);
+    EXPECT_TRUE(made->error().isNull());
+    EXPECT_EQ(readFile(made->filePath()), "there");
+    EXPECT_EQ(log.count(u"Redirecting"_s), 0);
+}
+
 TEST_F(VXWebDownloadTest, AnAnswerThatIsCutShortIsAFailure)
 {
     const VXWebDownload::Ptr made = fetch(u"/close"_s);
