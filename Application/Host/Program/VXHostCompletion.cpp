@@ -108,7 +108,7 @@ QString VXHostBashCompletion(const VXHostCommandTable &commands)
         values += valueCases(command.name, command.options);
     }
 
-    return uR"(# bash completion for vornix
+    return uR"script(# bash completion for vornix
 
 # KIND [OF]: what there is of it.
 _vornix_words()
@@ -118,13 +118,12 @@ _vornix_words()
 
 _vornix()
 {
-    local current = ${COMP_WORDS[COMP_CWORD]} previous = ${COMP_WORDS[COMP_CWORD - 1]} local command ='' operands =
-        0 word i given = () home = () local options = '%1' COMPREPLY = () for ((i = 1; i < COMP_CWORD; i++));
-    do
-        word = $
-        {
-            COMP_WORDS[i]
-        }
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
+    local command='' operands=0 word i given=() home=()
+    local options='%1'
+    COMPREPLY=()
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        word=${COMP_WORDS[i]}
         case $word in
             --home) ((i++)); home=(--home "${COMP_WORDS[i]}") ;;
             %2) ((i++)) ;;
@@ -145,7 +144,8 @@ _vornix()
 }
 
 complete -o filenames -F _vornix vornix
-)"_s.arg(optionWords(commands.globalOptions()), valueOptions(commands).join(u'|'), values, names.join(u' '), cases);
+)script"_s.arg(optionWords(commands.globalOptions()), valueOptions(commands).join(u'|'), values, names.join(u' '),
+               cases);
 }
 
 // zsh runs scripts for bash.
@@ -168,45 +168,44 @@ QString fishOption(const VXHostOption &option, const QString &condition)
 {
     QString line = u"complete -c vornix%1 -l %2 -d %3"_s.arg(condition, option.name, fishQuoted(option.summary));
     if (takesValue(option))
-        line += !option.valueKind.isEmpty()   ? u" -x -a '(vornix completion words %1 2>/dev/null)'"_s.arg(option.valueKind)
-                :
-            !option.choices.isEmpty() ? " -x -a "_L1 + fishQuoted(option.choices.join(u' '))
-            : option.placeholder == "DIR"_L1 || option.placeholder.contains("FILE"_L1) ? u" -r -F"_s
-                                                                                       : u" -x"_s;
-            return line + u'\n';
-        }
+        line += !option.valueKind.isEmpty()
+                    ? u" -x -a '(vornix completion words %1 2>/dev/null)'"_s.arg(option.valueKind)
+                : !option.choices.isEmpty() ? " -x -a "_L1 + fishQuoted(option.choices.join(u' '))
+                : option.placeholder == "DIR"_L1 || option.placeholder.contains("FILE"_L1) ? u" -r -F"_s
+                                                                                           : u" -x"_s;
+    return line + u'\n';
+}
 
-        QString fishCommand(const VXHostCommand &command)
-        {
-            const QString seen = u" -n '__fish_seen_subcommand_from %1"_s.arg(command.name);
-            QString text = u"complete -c vornix -n __fish_use_subcommand -a %1 -d %2\n"_s.arg(
-                command.name, fishQuoted(command.summary));
-            if (!command.firstOperands.isEmpty()) {
-                const QString verbs = command.firstOperands.join(u' ');
-                text += u"complete -c vornix%1; and not __fish_seen_subcommand_from %2' -a %3\n"_s.arg(
-                    seen, verbs, fishQuoted(verbs));
-            }
-            for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds)
-                text += u"complete -c vornix%1; and __fish_seen_subcommand_from %2' %3\n"_s.arg(
-                    seen, kinds.key(),
-                    kinds->first() == "files"_L1
-                        ? u"-F"_s
-                        : u"-a '(vornix completion words %1 2>/dev/null)'"_s.arg(kinds->first()));
-            for (const VXHostOption &option : command.options)
-                text += fishOption(option, seen + u'\'');
-            return text;
-        }
+QString fishCommand(const VXHostCommand &command)
+{
+    const QString seen = u" -n '__fish_seen_subcommand_from %1"_s.arg(command.name);
+    QString text =
+        u"complete -c vornix -n __fish_use_subcommand -a %1 -d %2\n"_s.arg(command.name, fishQuoted(command.summary));
+    if (!command.firstOperands.isEmpty()) {
+        const QString verbs = command.firstOperands.join(u' ');
+        text += u"complete -c vornix%1; and not __fish_seen_subcommand_from %2' -a %3\n"_s.arg(seen, verbs,
+                                                                                               fishQuoted(verbs));
+    }
+    for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds)
+        text += u"complete -c vornix%1; and __fish_seen_subcommand_from %2' %3\n"_s.arg(
+            seen, kinds.key(),
+            kinds->first() == "files"_L1 ? u"-F"_s
+                                         : u"-a '(vornix completion words %1 2>/dev/null)'"_s.arg(kinds->first()));
+    for (const VXHostOption &option : command.options)
+        text += fishOption(option, seen + u'\'');
+    return text;
+}
 
-        } // namespace
+} // namespace
 
-        QString VXHostFishCompletion(const VXHostCommandTable &commands)
-        {
-            QString text = u"# fish completion for vornix\ncomplete -c vornix -f\n"_s;
-            for (const VXHostOption &option : commands.globalOptions())
-                text += fishOption(option, {});
-            for (const VXHostCommand &command : commands.commands()) {
-                if (!command.isHidden)
-                    text += fishCommand(command);
-            }
-            return text;
-        }
+QString VXHostFishCompletion(const VXHostCommandTable &commands)
+{
+    QString text = u"# fish completion for vornix\ncomplete -c vornix -f\n"_s;
+    for (const VXHostOption &option : commands.globalOptions())
+        text += fishOption(option, {});
+    for (const VXHostCommand &command : commands.commands()) {
+        if (!command.isHidden)
+            text += fishCommand(command);
+    }
+    return text;
+}
