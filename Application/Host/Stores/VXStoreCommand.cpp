@@ -415,6 +415,10 @@ QString misuse(const Verb &verb, const VXHostOptions &options)
 {
     if (options.operands().size() - 2 != verb.operands.size())
         return (QStringList{verb.name, u"needs PATH"_s} + verb.operands).join(u' ');
+    for (const QString &option : {u"dry-run"_s, u"merge"_s, u"replace"_s, u"backup"_s, u"yes"_s}) {
+        if (options.isSet(option)) // of the verbs that work on a plugin's store as a whole
+            return u"--%1 goes with import NAME FOLDER, not with a file"_s.arg(option);
+    }
     if (verb.run == nullptr && !options.isSet(u"model"_s))
         return u"new needs --model"_s;
     return verb.run != nullptr && options.isSet(u"model"_s) && isStoreName(options.operand(1))
