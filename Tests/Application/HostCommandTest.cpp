@@ -61,7 +61,7 @@ TEST_F(HostCommandTest, ExitStatusesAndTheJSONPromise)
         {{u"plist"_s, u"-"_s}, 1},
         {{u"plist"_s, path(u"bad.plist"_s), u"--to"_s, u"yaml"_s}, 2},
         {{u"eval"_s}, 0},
-        {{u"completion"_s, u"fish"_s}, 2},
+        {{u"completion"_s, u"tcsh"_s}, 2},
         {{u"man"_s}, 0},
     };
     for (const auto &[arguments, status] : cases) {
