@@ -400,7 +400,7 @@ QStringList verbNames()
     QStringList names;
     std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
     names += VXStoreTransferVerbs();
-    names.removeDuplicates();
+    names.removeDuplicates(); // "import" takes files, and store folders
     return names;
 }
 
@@ -415,6 +415,10 @@ QString misuse(const Verb &verb, const VXHostOptions &options)
 {
     if (options.operands().size() - 2 != verb.operands.size())
         return (QStringList{verb.name, u"needs PATH"_s} + verb.operands).join(u' ');
+    for (const QString &option : {u"dry-run"_s, u"merge"_s, u"replace"_s, u"backup"_s, u"yes"_s}) {
+        if (options.isSet(option)) // of the verbs that work on a plugin's store as a whole
+            return u"--%1 goes with import NAME FOLDER, not with a file"_s.arg(option);
+    }
     if (verb.run == nullptr && !options.isSet(u"model"_s))
         return u"new needs --model"_s;
     return verb.run != nullptr && options.isSet(u"model"_s) && isStoreName(options.operand(1))
@@ -435,9 +439,8 @@ int makeStore(VXHostContext &context)
 
 int runStore(VXHostContext &context)
 {
-    // Of rows into an entity, else of a whole folder.
-    const bool isImportOfRows = context.options.operand(0) == "import"_L1 && context.options.operands().size() > 3;
-    if (VXStoreTransferVerbs().contains(context.options.operand(0)) && !isImportOfRows)
+    const bool importsFile = context.options.operand(0) == "import"_L1 && context.options.operands().size() == 4;
+    if (VXStoreTransferVerbs().contains(context.options.operand(0)) && !importsFile)
         return VXRunStoreTransfer(context);
     const Verb &verb = *std::ranges::find(verbs, context.options.operand(0), &Verb::name);
     if (const QString problem = misuse(verb, context.options); !problem.isNull())
@@ -466,7 +469,8 @@ VXHostCommand VXStoreCommand()
     return {
         .name = u"store"_s,
         .summary = u"Look into stores, and change and check them"_s,
-        .synopsis = u"info|entities|list|insert|update|delete|import|new|check PATH|NAME [ENTITY|URI] [JSON|FILE], or "
+        .synopsis = u"info|entities|list|insert|update|delete|new|check PATH|NAME [ENTITY|URI] [JSON], "
+                    "import PATH|NAME ENTITY FILE, or "
                     "upgrade|import|export|rollback NAME [FOLDER]"_s,
         .details =
             u"PATH is a store folder (.vxdatastore), or a data file (.sqlite, .xml) with its model beside it or in "
@@ -501,11 +505,7 @@ VXHostCommand VXStoreCommand()
               u"Type of a new data file: sqlite unless told otherwise"_s,
               {u"sqlite"_s, u"xml"_s},
               {u"new"_s}},
-             {u"dry-run"_s,
-              {},
-              u"Only say what would be done"_s,
-              {},
-              {u"upgrade"_s, u"import"_s, u"export"_s, u"rollback"_s}},
+             {u"dry-run"_s, {}, u"Only say what would be done"_s, {}, {u"upgrade"_s, u"import"_s, u"rollback"_s}},
              {u"merge"_s, {}, u"Add the objects to those that are there"_s, {}, {u"import"_s}},
              {u"replace"_s, {}, u"Use the folder in place of the store, from the next start on"_s, {}, {u"import"_s}},
              {u"validate"_s, {}, u"Copy object by object, as an upgrade does"_s, {}, {u"export"_s}},
