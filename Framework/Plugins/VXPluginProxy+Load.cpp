@@ -11,6 +11,7 @@
 #include "VXPluginManager.h"
 #include "VXPluginMarker.h"
 #include "VXPluginUnloadRun.h"
+#include "VXScriptingDictionaries.h"
 
 #include <algorithm>
 #include <optional>
@@ -58,6 +59,8 @@ bool VXPluginProxy::load()
         return failLoading("Failed to load dependency for plugin: "_L1 + VXDescription(_identifier));
     if (isStillLoading(load) && createsSingletonInstance() && !loadSingleton(load))
         return failLoading("Failed to instantiate plugin: "_L1 + VXDescription(_identifier));
+    if (_plugin_bundle)
+        VXScriptingDictionaries::shared().addBundle(*_plugin_bundle);
     return isStillLoading(load) && !loadChildren() ? false : endLoading(load);
 }
 
@@ -241,6 +244,8 @@ void VXPluginProxy::unload()
         const VXPluginMarker::Scope mark(*this, VXPluginWork::Unloading);
         instance->_pluginWillUnload();
     }
+    if (_plugin_bundle)
+        VXScriptingDictionaries::shared().removeBundle(*_plugin_bundle);
     removeFromDependencies();
     VXAfterDeferredDeletions(*this, [this, load = _loads] {
         if (load == _loads) // not loaded again meanwhile
