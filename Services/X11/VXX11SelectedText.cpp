@@ -39,15 +39,20 @@ VXX11Reply<xcb_generic_event_t> nextEvent(xcb_connection_t *connection, const QD
     return nullptr;
 }
 
-// Whether the owner of the selection has put it where it was asked to.
-bool waitForSelection(xcb_connection_t *connection)
+enum class Answer { Given, Refused, Silence };
+
+// Has the owner of the selection put it there.
+Answer askForSelection(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t type, xcb_atom_t place)
 {
+    xcb_convert_selection(connection, window, XCB_ATOM_PRIMARY, type, place, XCB_CURRENT_TIME);
     const QDeadlineTimer deadline(longestWait);
     while (const VXX11Reply<xcb_generic_event_t> event = nextEvent(connection, deadline)) {
-        if ((event->response_type & 0x7f) == XCB_SELECTION_NOTIFY)
-            return reinterpret_cast<const xcb_selection_notify_event_t &>(*event).property != XCB_ATOM_NONE;
+        if ((event->response_type & 0x7f) != XCB_SELECTION_NOTIFY)
+            continue;
+        const auto &notify = reinterpret_cast<const xcb_selection_notify_event_t &>(*event);
+        return notify.property == XCB_ATOM_NONE ? Answer::Refused : Answer::Given;
     }
-    return false;
+    return Answer::Silence;
 }
 
 } // namespace
@@ -66,17 +71,21 @@ QString VXX11SelectedText(QString *reason)
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
     const xcb_atom_t utf8 = atomNamed(connection, "UTF8_STRING");
     const xcb_atom_t place = atomNamed(connection, "VORNIX_SELECTION");
-    xcb_convert_selection(connection, window, XCB_ATOM_PRIMARY, utf8, place, XCB_CURRENT_TIME);
-    if (!waitForSelection(connection)) {
+    Answer answer = askForSelection(connection, window, utf8, place);
+    if (answer == Answer::Refused) // by programs of old, which know Latin-1 alone
+        answer = askForSelection(connection, window, XCB_ATOM_STRING, place);
+    if (answer != Answer::Given) {
         *reason = u"no text is selected"_s;
         return {};
     }
     const VXX11Reply<xcb_get_property_reply_t> value(xcb_get_property_reply(
         connection, xcb_get_property(connection, 1, window, place, XCB_ATOM_ANY, 0, longestText), nullptr));
-    if (!value || value->type != utf8 || value->bytes_after != 0) {
+    const bool isText = value && (value->type == utf8 || value->type == XCB_ATOM_STRING);
+    if (!isText || value->bytes_after != 0) {
         *reason = u"what is selected is no text, or too much"_s;
         return {};
     }
-    return QString::fromUtf8(static_cast<const char *>(xcb_get_property_value(value.get())),
-                             xcb_get_property_value_length(value.get()));
+    const QByteArrayView bytes(static_cast<const char *>(xcb_get_property_value(value.get())),
+                               xcb_get_property_value_length(value.get()));
+    return value->type == utf8 ? QString::fromUtf8(bytes) : QString::fromLatin1(bytes);
 }
