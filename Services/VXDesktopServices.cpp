@@ -1,5 +1,6 @@
 #include "VXDesktopServices.h"
 
+#include "VXDBusTransport.h"
 #include "VXPortalHotKeyService.h"
 #include "VXX11HotKeyService.h"
 #include "VXX11SelectedText.h"
@@ -48,4 +49,9 @@ std::unique_ptr<VXHotKeyService> VXMakeHotKeyService(VXHotKeyServiceKind kind)
 QString VXReadSelectedText(QString *reason)
 {
     return VXX11SelectedText(reason); // on Wayland that of the programs which the X server serves there
+}
+
+std::unique_ptr<VXScriptingTransport> VXMakeScriptingTransport(std::chrono::milliseconds timeOut)
+{
+    return std::make_unique<VXDBusTransport>(timeOut);
 }

@@ -60,7 +60,7 @@ bool VXPluginProxy::load()
     if (isStillLoading(load) && createsSingletonInstance() && !loadSingleton(load))
         return failLoading("Failed to instantiate plugin: "_L1 + VXDescription(_identifier));
     if (_plugin_bundle)
-        VXScriptingDictionaries::shared().addBundle(*_plugin_bundle);
+        VXScriptingDictionaries::bundleWasLoaded(*_plugin_bundle);
     return isStillLoading(load) && !loadChildren() ? false : endLoading(load);
 }
 
@@ -245,7 +245,7 @@ void VXPluginProxy::unload()
         instance->_pluginWillUnload();
     }
     if (_plugin_bundle)
-        VXScriptingDictionaries::shared().removeBundle(*_plugin_bundle);
+        VXScriptingDictionaries::bundleWasUnloaded(*_plugin_bundle);
     removeFromDependencies();
     VXAfterDeferredDeletions(*this, [this, load = _loads] {
         if (load == _loads) // not loaded again meanwhile

@@ -1,5 +1,7 @@
 #include "VXAppleScriptBridge.h"
 
+#include "VXErrorDomain.h"
+#include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXScriptingTransport.h"
 
@@ -28,6 +30,23 @@ std::optional<VXEventDescriptor> errorIn(const VXEventDescriptor &reply)
     if (auto number = reply.descriptorForKeyword(Code::ErrorNumber); number && number->integerValue().value_or(0) != 0)
         return number;
     return std::nullopt;
+}
+
+QString textOfStatus(qint32 status)
+{
+    switch (status) {
+    case VXScriptingTargetNotRunning:
+        return u"%1 is not running."_s;
+    case VXScriptingTimeOut:
+        return u"%1 did not answer in time."_s;
+    default:
+        return u"%1 could not be reached."_s;
+    }
+}
+
+VXError errorOfTarget(const QString &text, const QString &target)
+{
+    return {VXErrorDomain, VXErrorCouldNotExecute, {{VXLocalizedDescriptionKey, VXLocalizedString(text).arg(target)}}};
 }
 
 } // namespace
@@ -77,23 +96,30 @@ void VXAppleScriptBridge::executeAppleEvent(VXFourCharCode eventClass, VXFourCha
     sendAppleEvent(eventForTarget(eventClass, eventID));
 }
 
-std::optional<VXEventDescriptor> VXAppleScriptBridge::getAppleScriptPropertyForKeyword(VXFourCharCode property)
+std::optional<VXEventDescriptor> VXAppleScriptBridge::getAppleScriptPropertyForKeyword(VXFourCharCode property,
+                                                                                       VXError *error)
 {
     VXEventDescriptor event = eventForTarget(Code::CoreSuite, Code::GetData);
     event.setDescriptor(descriptorForProperty(VXEventDescriptor::withTypeCode(property)), Code::DirectObject);
     VXEventDescriptor reply;
-    return sendAppleEvent(event, &reply) ? reply.descriptorAtIndex(1) : std::nullopt;
+    if (!sendAppleEvent(event, &reply, error))
+        return std::nullopt;
+    const std::optional<VXEventDescriptor> value = reply.descriptorAtIndex(1);
+    if (!value)
+        VXSetError(error, errorOfTarget(u"%1 answered nothing."_s, _processIdentifier));
+    return value;
 }
 
-bool VXAppleScriptBridge::setAppleScriptProperty(const VXEventDescriptor &value, VXFourCharCode property)
+bool VXAppleScriptBridge::setAppleScriptProperty(const VXEventDescriptor &value, VXFourCharCode property,
+                                                 VXError *error)
 {
     VXEventDescriptor event = eventForTarget(Code::CoreSuite, Code::SetData);
     event.setDescriptor(descriptorForProperty(VXEventDescriptor::withTypeCode(property)), Code::DirectObject);
     event.setDescriptor(value, Code::Data);
-    return sendAppleEvent(event);
+    return sendAppleEvent(event, nullptr, error);
 }
 
-bool VXAppleScriptBridge::sendAppleEvent(const VXEventDescriptor &event, VXEventDescriptor *reply)
+bool VXAppleScriptBridge::sendAppleEvent(const VXEventDescriptor &event, VXEventDescriptor *reply, VXError *error)
 {
     if (reply != nullptr)
         *reply = {};
@@ -103,11 +129,15 @@ bool VXAppleScriptBridge::sendAppleEvent(const VXEventDescriptor &event, VXEvent
     if (status != VXScriptingDone) {
         VXLogMethod(status == VXScriptingTargetNotRunning ? VXLogDebug : VXLogError,
                     "sendAppleEvent:result:", u"%1: AESendMessage: %2"_s.arg(_processIdentifier).arg(status));
+        VXSetError(error, errorOfTarget(textOfStatus(status), _processIdentifier));
         return false;
     }
-    if (const std::optional<VXEventDescriptor> error = errorIn(answer)) {
+    if (const std::optional<VXEventDescriptor> problem = errorIn(answer)) {
         VXLogMethod(VXLogError, "sendAppleEvent:result:",
-                    u"%1: returned error: %2"_s.arg(_processIdentifier, error->stringValue()));
+                    u"%1: returned error: %2"_s.arg(_processIdentifier, problem->stringValue()));
+        VXSetError(error, VXError(VXErrorDomain, VXErrorTextOnly,
+                                  {{VXLocalizedDescriptionKey, VXLocalizedString(u"%1 reported an error: %2"_s)
+                                                                   .arg(_processIdentifier, problem->stringValue())}}));
         return false;
     }
     if (reply != nullptr)

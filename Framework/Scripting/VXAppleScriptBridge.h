@@ -32,13 +32,16 @@ public:
 
     /** Sends an event without parameters, and ignores what it answers. */
     void executeAppleEvent(VXFourCharCode eventClass, VXFourCharCode eventID);
-    /** Empty when it could not be read. */
-    std::optional<VXEventDescriptor> getAppleScriptPropertyForKeyword(VXFourCharCode property);
-    bool setAppleScriptProperty(const VXEventDescriptor &value, VXFourCharCode property);
+    /** Empty when it could not be read; the error tells why, for people, here and below. */
+    std::optional<VXEventDescriptor> getAppleScriptPropertyForKeyword(VXFourCharCode property,
+                                                                      VXError *error = nullptr);
+    bool setAppleScriptProperty(const VXEventDescriptor &value, VXFourCharCode property, VXError *error = nullptr);
 
     /** Waits for the reply, without asking the user anything. False, with a null reply, when the event could not be sent or
      *  the reply tells of an error. */
-    bool sendAppleEvent(const VXEventDescriptor &event, VXEventDescriptor *reply = nullptr);
+    bool sendAppleEvent(const VXEventDescriptor &event, VXEventDescriptor *reply = nullptr, VXError *error = nullptr);
+    /** An event to the target, to which parameters can be added. */
+    VXEventDescriptor eventForTarget(VXFourCharCode eventClass, VXFourCharCode eventID) const;
 
     /** Specifies one property of the target application; `property` is a type code. */
     static VXEventDescriptor descriptorForProperty(const VXEventDescriptor &property);
@@ -47,7 +50,6 @@ public:
                                                        const VXEventDescriptor &property);
 
 private:
-    VXEventDescriptor eventForTarget(VXFourCharCode eventClass, VXFourCharCode eventID) const;
     std::shared_ptr<VXScriptingTransport> transport() const;
 
     const QString _processIdentifier;

@@ -67,6 +67,18 @@ void VXScriptingDictionaries::keep(const std::function<void(Dictionaries &)> &ch
     _dictionaries = std::make_shared<const Dictionaries>(std::move(copy));
 }
 
+void VXScriptingDictionaries::bundleWasLoaded(const VXBundle &bundle)
+{
+    if (QDir(bundle.resourcesPath() + subfolder).exists())
+        shared().addBundle(bundle);
+}
+
+void VXScriptingDictionaries::bundleWasUnloaded(const VXBundle &bundle)
+{
+    if (QDir(bundle.resourcesPath() + subfolder).exists())
+        shared().removeBundle(bundle);
+}
+
 void VXScriptingDictionaries::addBundle(const VXBundle &bundle)
 {
     Dictionaries found;

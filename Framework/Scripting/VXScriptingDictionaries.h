@@ -24,7 +24,10 @@ public:
     VXScriptingDictionaries(const VXScriptingDictionaries &) = delete;
     VXScriptingDictionaries &operator=(const VXScriptingDictionaries &) = delete;
 
-    /** Of a plugin that was loaded, or unloaded again. */
+    /** Those of a plugin; most have none, for which nothing is read. */
+    static void bundleWasLoaded(const VXBundle &bundle);
+    static void bundleWasUnloaded(const VXBundle &bundle);
+
     void addBundle(const VXBundle &bundle);
     void removeBundle(const VXBundle &bundle);
 

@@ -9,6 +9,7 @@
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
 #include "VXReactionOutcome.h"
+#include "VXScriptingService.h"
 #include "VXSignalWatcher.h"
 
 #include <QtCore/QJsonObject>
@@ -92,6 +93,16 @@ void connectToDesktop(VXHostOutput &output)
     hotKeys.setService(std::move(service));
 }
 
+// Scripts of the user's. Without a bus there is nobody to say it to.
+std::unique_ptr<VXScriptingService> serveScripts(VXHostOutput &output)
+{
+    QString problem;
+    std::unique_ptr<VXScriptingService> service = VXScriptingService::start(&problem);
+    if (!service && !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+        output.note(u"scripts can not reach this program: %1"_s.arg(problem));
+    return service;
+}
+
 int runRun(VXHostContext &context)
 {
     return VXRunWithPlugins(context, [&context](VXPluginManager &manager) {
@@ -103,6 +114,7 @@ int runRun(VXHostContext &context)
         VXDeviceRegistry::shared().makeKnownDevices();
         for (const VXDevicePlugin::Ptr &device : VXDeviceRegistry::shared().liveDevices())
             output.note(u"listening to %1, %2"_s.arg(device->name(), VXAbsoluteString(device->url())));
+        const std::unique_ptr<VXScriptingService> scripting = serveScripts(output);
         output.note(u"running, plugins loaded: %1; interrupt to end"_s.arg(count));
         if (!running.untilEnded())
             return output.fail(u"ended before every plugin agreed"_s);

@@ -1,6 +1,7 @@
 #include "VXHost.h"
 
 #include "VXApplication.h"
+#include "VXDesktopServices.h"
 #include "VXException.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
@@ -103,6 +104,7 @@ int runApplication(VXHostContext &context)
     VXInitializeFramework();
     VXInitializeInterface();
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
+    VXScriptingTransport::setMaker([] { return VXMakeScriptingTransport(); });
     VXApplication &application = VXApplication::sharedApplication();
     application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
     application.setDidFinishLaunching(true);

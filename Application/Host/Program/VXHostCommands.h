@@ -23,6 +23,7 @@
 [[nodiscard]] VXHostCommand VXOutboxCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();
 [[nodiscard]] VXHostCommand VXHotKeysCommand();
+[[nodiscard]] VXHostCommand VXScriptingCommand();
 [[nodiscard]] VXHostCommand VXRunCommand();
 [[nodiscard]] VXHostCommand VXEvalCommand();
 [[nodiscard]] VXHostCommand VXHelpCommand();

@@ -1,0 +1,21 @@
+#!/bin/sh
+# dial.sh NUMBER: dials with the first phone that can.
+set -eu
+number=${1:?usage: dial.sh NUMBER}
+
+vornix() {
+    method=$1
+    path=$2
+    shift 2
+    gdbus call --session --dest com.halvern.VNX2 --object-path "$path" --timeout 90 --method "com.halvern.VNX2.$method" "$@"
+}
+
+root=/com/halvern/VNX2
+for url in $(vornix Devices.List $root | grep -o "vxdevice://[^']*"); do
+    vornix Devices.Actions $root "$url" | grep -q "'dial'" || continue
+    action=$(vornix Devices.Run $root "$url" dial "<{'number': <'$number'>}>" | grep -o "/com/[^']*")
+    vornix Action.Wait "$action"
+    exit
+done
+echo "dial: no phone can dial" >&2
+exit 1

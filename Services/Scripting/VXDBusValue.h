@@ -1,0 +1,17 @@
+#pragma once
+
+#include "VXEventDescriptor.h"
+
+#include <QtCore/QVariant>
+
+#include <optional>
+
+/** An argument of a D-Bus message as plain values: texts (paths and signatures too), numbers, truth values, bytes, lists
+ *  (structures too) and maps with texts for keys. */
+[[nodiscard]] QVariant VXPlainDBusValue(const QVariant &argument);
+
+/** A descriptor as an argument of that D-Bus type, one complete one; empty when it can not be that. */
+[[nodiscard]] std::optional<QVariant> VXDBusArgument(const VXEventDescriptor &descriptor, const QByteArray &signature);
+
+/** A plain value as D-Bus can carry it: dates become texts (ISO 8601), URLs texts; what can not be carried is left out. */
+[[nodiscard]] QVariant VXCarriedByDBus(const QVariant &value);

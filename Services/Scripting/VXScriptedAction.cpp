@@ -1,0 +1,135 @@
+#include "VXScriptedAction.h"
+
+#include "VXDBusValue.h"
+#include "VXDeviceURL.h"
+#include "VXPluginGuard.h"
+#include "VXScriptingCalls.h"
+
+#include <QtCore/QPointer>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto progressInterval = 50ms;
+constexpr auto keptAfterEnd = 60s; // for who asks late
+
+QString textOfError(const VXError &error)
+{
+    const QString suggestion = error.localizedRecoverySuggestion();
+    return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
+}
+
+} // namespace
+
+VXScriptedAction::VXScriptedAction(VXScriptingCalls &calls, const VXDeviceAction::Ptr &action, const QString &path,
+                                   QObject *parent)
+    : QObject(parent), _calls(calls), _action(action)
+{
+    _progress.setSingleShot(true);
+    _progress.setInterval(progressInterval);
+    connect(&_progress, &QTimer::timeout, this, &VXScriptedAction::tellProgress);
+    // Steps are told on the threads that make them.
+    connect(
+        _action.get(), &VXDeviceAction::progressDidChange, this,
+        [this] {
+            if (!_progress.isActive() && !_hasConcluded)
+                _progress.start();
+        },
+        Qt::QueuedConnection);
+    QDBusConnection(_calls.connection())
+        .registerObject(path, this, QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportScriptableSignals);
+}
+
+VXScriptedAction::~VXScriptedAction() = default;
+
+void VXScriptedAction::start(const VXDevicePlugin::Ptr &device)
+{
+    // What a handler throws that is no exception comes through, once the action has failed with it.
+    VXCallPlugin(*device, "executeWithDevice", [&] {
+        _action->executeWithDevice(device, [self = QPointer(this)](VXDeviceAction *) {
+            if (self)
+                QMetaObject::invokeMethod( // the caller learns of the object first
+                    self, [self] { self->concluded(); }, Qt::QueuedConnection);
+        });
+    });
+}
+
+void VXScriptedAction::tellProgress()
+{
+    const VXActivity::Ptr activity = _action->activity();
+    if (activity && !_hasConcluded)
+        Q_EMIT Progress(activity->title(), activity->subtitle(), activity->doubleValue(), activity->maxValue());
+}
+
+QString VXScriptedAction::failure() const
+{
+    if (_action->isCancelled())
+        return u"%1 was cancelled"_s.arg(_action->actionName());
+    const VXError error = _action->error();
+    return error.isNull() ? u""_s : textOfError(error);
+}
+
+QDBusVariant VXScriptedAction::result() const
+{
+    const QVariant carried = VXCarriedByDBus(_action->result());
+    return QDBusVariant(carried.isValid() ? carried : QVariant(u""_s));
+}
+
+void VXScriptedAction::concluded()
+{
+    _hasConcluded = true;
+    Q_EMIT Concluded(result(), failure());
+    for (const QDBusMessage &call : std::exchange(_waiting, {}))
+        answer(call);
+    QTimer::singleShot(keptAfterEnd, this, &QObject::deleteLater);
+}
+
+void VXScriptedAction::answer(const QDBusMessage &call)
+{
+    if (const QString text = failure(); !text.isEmpty())
+        _calls.refuse(call, {_action->isCancelled() ? u"Cancelled"_s : u"Failed"_s, text});
+    else
+        _calls.connection().send(call.createReply(QVariant::fromValue(result())));
+}
+
+void VXScriptedAction::Cancel(const QDBusMessage &call)
+{
+    _calls.serve(call, [this] {
+        if (!_hasConcluded)
+            _action->cancel();
+    });
+}
+
+QDBusVariant VXScriptedAction::Wait(const QDBusMessage &call)
+{
+    return _calls.serve(call, [&] {
+        call.setDelayedReply(true);
+        if (_hasConcluded)
+            answer(call);
+        else
+            _waiting.append(call);
+        return QDBusVariant();
+    });
+}
+
+QVariantMap VXScriptedAction::Info(const QDBusMessage &call)
+{
+    return _calls.serve(call, [this] {
+        QVariantMap info{{u"name"_s, _action->actionName()},
+                         {u"device"_s, VXAbsoluteString(_action->device()->url())},
+                         {u"isExecuting"_s, !_hasConcluded},
+                         {u"error"_s, failure()}};
+        if (const VXActivity::Ptr activity = _action->activity()) {
+            info.insert(u"title"_s, activity->title());
+            info.insert(u"status"_s, activity->subtitle());
+            info.insert(u"value"_s, activity->doubleValue());
+            info.insert(u"maximum"_s, activity->maxValue());
+        }
+        return VXCarriedByDBus(info).toMap();
+    });
+}

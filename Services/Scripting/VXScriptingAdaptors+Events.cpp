@@ -1,0 +1,163 @@
+#include "VXScriptingAdaptors.h"
+
+#include "VXDBusValue.h"
+#include "VXErrorDomain.h"
+#include "VXEventHistory.h"
+#include "VXEventManager.h"
+#include "VXScriptingCalls.h"
+#include "VXTriggerStore.h"
+
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+std::unique_ptr<VXTriggerStore> openTriggers()
+{
+    VXError error;
+    std::unique_ptr<VXTriggerStore> store = VXTriggerStore::open(&error);
+    if (!store)
+        throw VXScriptingFault{u"Failed"_s, error.localizedDescription()};
+    return store;
+}
+
+QVariantMap plainRecord(const VXEventRecord &record)
+{
+    return VXCarriedByDBus(record.json().toVariantMap()).toMap();
+}
+
+// D-Bus has no dates: a map with the one key "$date" is one, as in JSON.
+QVariant withDates(const QVariant &value)
+{
+    if (value.metaType() == QMetaType::fromType<QVariantList>()) {
+        QVariantList list = value.toList();
+        for (QVariant &element : list)
+            element = withDates(element);
+        return list;
+    }
+    if (value.metaType() != QMetaType::fromType<QVariantMap>())
+        return value;
+    QVariantMap map = value.toMap();
+    if (map.size() == 1 && map.firstKey() == "$date"_L1) {
+        const QDateTime date = QDateTime::fromString(map.first().toString(), Qt::ISODateWithMs);
+        return date.isValid() ? QVariant(date) : value;
+    }
+    for (QVariant &entry : map)
+        entry = withDates(entry);
+    return map;
+}
+
+QVariant objectFromDBus(const QVariantMap &object)
+{
+    return object.isEmpty() ? QVariant() : withDates(VXPlainDBusValue(object));
+}
+
+QString shortID(const VXTrigger &trigger)
+{
+    return u'p' + QString::number(trigger.record()->objectID().number());
+}
+
+QVariantMap mapOfTrigger(const VXTrigger &trigger)
+{
+    QStringList reactors;
+    for (const VXReaction &reaction : trigger.reactions())
+        reactors.append(reaction.bundleIdentifier());
+    return {{u"id"_s, shortID(trigger)},         {u"event"_s, trigger.eventName()},   {u"name"_s, trigger.userName()},
+            {u"enabled"_s, trigger.isEnabled()}, {u"filter"_s, trigger.filterText()}, {u"reactors"_s, reactors}};
+}
+
+} // namespace
+
+VXEventsAdaptor::VXEventsAdaptor(VXScriptingCalls &calls, QObject *parent) : QDBusAbstractAdaptor(parent), _calls(calls)
+{
+    VXNotificationCenter::defaultCenter().addObserver(
+        this, VXEventManagerWillPostEventNotification,
+        [this](const VXNotification &notification) { tell(notification); });
+}
+
+VXEventsAdaptor::~VXEventsAdaptor() = default;
+
+// On the poster's thread; the object is read there.
+void VXEventsAdaptor::tell(const VXNotification &notification)
+{
+    VXEventRecord record;
+    record.setObject(notification.object);
+    const QVariantMap object = VXCarriedByDBus(record.object).toMap();
+    const QString event = notification.userInfo.value(u"event_name"_s).toString();
+    const QString subtype = notification.userInfo.value(u"event_message"_s).toString();
+    QMetaObject::invokeMethod(
+        this, [this, event, subtype, object] { Q_EMIT Posted(event, subtype, object); }, Qt::QueuedConnection);
+}
+
+QVariantMap VXEventsAdaptor::List(const QDBusMessage &call)
+{
+    return _calls.serve(call, [] {
+        const VXEventManager &manager = VXEventManager::sharedEventManager();
+        QVariantMap names = manager.events();
+        for (auto entry = names.begin(); entry != names.end(); ++entry)
+            *entry = manager.localizedNameForEventName(entry.key());
+        return names;
+    });
+}
+
+QVariantMap VXEventsAdaptor::Post(const QString &event, const QString &subtype, const QVariantMap &object,
+                                  const QDBusMessage &call)
+{
+    return _calls.serve(call, [&] {
+        if (event.isEmpty())
+            throw VXScriptingFault{u"org.freedesktop.DBus.Error.InvalidArgs"_s, u"an event needs a name"_s};
+        return plainRecord(VXEventManager::sharedEventManager().recordByPostingEventWithName(
+            event, subtype.isEmpty() ? QString() : subtype, objectFromDBus(object)));
+    });
+}
+
+QList<QVariantMap> VXEventsAdaptor::History(uint count, const QDBusMessage &call)
+{
+    return _calls.serve(call, [count] {
+        const QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
+        QList<QVariantMap> last;
+        for (const VXEventRecord &record : records.last(qMin(records.size(), qsizetype(count))))
+            last.append(plainRecord(record));
+        return last;
+    });
+}
+
+QList<QVariantMap> VXEventsAdaptor::Triggers(const QDBusMessage &call)
+{
+    return _calls.serve(call, [] {
+        VXError error;
+        const std::optional<QList<VXTrigger>> found = openTriggers()->triggers({}, &error);
+        if (!found)
+            throw VXScriptingFault{u"Failed"_s, error.localizedDescription()};
+        QList<QVariantMap> maps;
+        for (const VXTrigger &trigger : *found)
+            maps.append(VXCarriedByDBus(mapOfTrigger(trigger)).toMap());
+        return maps;
+    });
+}
+
+QVariantMap VXEventsAdaptor::TestTrigger(const QString &id, const QVariantMap &object, const QDBusMessage &call)
+{
+    return _calls.serve(call, [&] {
+        const std::unique_ptr<VXTriggerStore> store = openTriggers();
+        const VXTrigger trigger = store->triggerWithID(id);
+        if (trigger.isNull())
+            throw VXScriptingFault{u"NotFound"_s, u"there is no trigger \"%1\""_s.arg(id)};
+        using Kind = VXFilterVerdict::Kind;
+        const QVariant tried = objectFromDBus(object);
+        const VXFilterVerdict verdict = trigger.test(tried);
+        const bool passes = verdict.kind == Kind::NoFilter || verdict.kind == Kind::Passed;
+        QVariantMap result = mapOfTrigger(trigger);
+        result.insert(u"passes"_s, passes);
+        result.insert(u"problem"_s,
+                      verdict.kind == Kind::Rejected ? VXReasonForRejection(verdict, tried) : verdict.problem);
+        QStringList running;
+        for (const VXReaction &reaction : trigger.reactions()) {
+            if (passes && trigger.isEnabled() && reaction.problem().isNull())
+                running.append(reaction.bundleIdentifier());
+        }
+        result.insert(u"runs"_s, running);
+        return VXCarriedByDBus(result).toMap();
+    });
+}
