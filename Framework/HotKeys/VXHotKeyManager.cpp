@@ -221,7 +221,7 @@ void VXHotKeyManager::carbonHotKeyWasPressed(VXHotKeyID hotKeyID)
 // The command may throw anything; the desktop's events go on.
 void VXHotKeyManager::run(const VXHotKey &hotKey)
 {
-    const VXInvocation invocation = hotKey.callbackInvocation();
+    const VXInvocation &invocation = hotKey.callbackInvocation(); // the caller holds the hot key
     if (invocation.isNull()) {
         VXLogMethod(VXLogError, "carbonHotKeyWasPressed:",
                     u"Missing callback for hotkey %1: %2"_s.arg(hotKey.hotKeyID().id).arg(hotKey.identifier()));

@@ -31,28 +31,22 @@ bool convertArguments(const QMetaMethod &method, QVariantList &arguments)
     return true;
 }
 
-std::optional<QVariant> call(QObject *target, const QMetaMethod &method, QVariantList arguments)
+// The arguments are of the types that the method takes, and stay as they are: it gets them by value or const reference.
+std::optional<QVariant> call(QObject *target, const QMetaMethod &method, QMetaType returned,
+                             const QVariantList &arguments)
 {
-    if (!convertArguments(method, arguments))
-        return std::nullopt;
-    std::array<QGenericArgument, maximumArguments> generic;
-    for (int index = 0; index < method.parameterCount(); ++index) {
-        const QMetaType type = method.parameterMetaType(index);
-        QVariant &argument = arguments[index];
-        const bool wantsVariant = type == QMetaType::fromType<QVariant>();
-        generic[size_t(index)] = QGenericArgument(type.name(), wantsVariant ? &argument : argument.constData());
-    }
-    const QMetaType returned = method.returnMetaType();
+    const bool returnsVariant = returned == QMetaType::fromType<QVariant>();
     QVariant result;
-    if (returned != QMetaType::fromType<void>() && returned != QMetaType::fromType<QVariant>())
+    if (returned != QMetaType::fromType<void>() && !returnsVariant)
         result = QVariant(returned);
-    void *const place = returned == QMetaType::fromType<QVariant>() ? &result : result.data();
-    const QGenericReturnArgument into(returned.name(), place);
-    const bool done =
-        method.invoke(target, Qt::DirectConnection,
-                      returned == QMetaType::fromType<void>() ? QGenericReturnArgument() : into, generic[0], generic[1],
-                      generic[2], generic[3], generic[4], generic[5], generic[6], generic[7], generic[8], generic[9]);
-    return done ? std::optional(result) : std::nullopt;
+    std::array<void *, maximumArguments + 1> places{returnsVariant ? &result : result.data()};
+    for (int index = 0; index < method.parameterCount(); ++index) {
+        const bool wantsVariant = method.parameterMetaType(index) == QMetaType::fromType<QVariant>();
+        const void *const place = wantsVariant ? &arguments[index] : arguments[index].constData();
+        places[size_t(index) + 1] = const_cast<void *>(place);
+    }
+    QMetaObject::metacall(target, QMetaObject::InvokeMetaMethod, method.methodIndex(), places.data());
+    return result;
 }
 
 } // namespace
@@ -65,9 +59,14 @@ VXInvocation VXInvocation::withMethod(QObject *target, const QByteArray &method,
         return {};
     VXInvocation invocation;
     invocation._target = target;
-    invocation._call = [target, arguments, found = findMethod(target->metaObject(), method, arguments.size())] {
-        return call(target, found, arguments);
-    };
+    const QMetaMethod found = findMethod(target->metaObject(), method, arguments.size());
+    QVariantList converted = arguments;
+    if (convertArguments(found, converted))
+        invocation._call = [target, found, returned = found.returnMetaType(), converted] {
+            return call(target, found, returned, converted);
+        };
+    else
+        invocation._call = []() -> std::optional<QVariant> { return std::nullopt; };
     return invocation;
 }
 
