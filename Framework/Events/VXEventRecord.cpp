@@ -4,6 +4,7 @@
 #include "VXManagedObject.h"
 #include "VXMethodLog.h"
 #include "VXNone.h"
+#include "VXPhonebookRecord.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QObject>
@@ -130,6 +131,7 @@ void VXEventRecord::setObject(const QVariant &value)
 {
     if (VXIsNone(value))
         return;
+    who = VXValueForKey(VXObjectWithContact(value), u"who"_s).toString();
     if (value.typeId() == QMetaType::QVariantMap)
         object = value.toMap();
     else if (value.metaType() == QMetaType::fromType<VXManagedObjectPtr>()) {
@@ -155,6 +157,7 @@ QJsonObject VXEventRecord::json() const
     insertText(json, u"subtype"_s, subtype);
     insertText(json, u"objectURI"_s, objectURI);
     insertText(json, u"objectClass"_s, objectClass);
+    insertText(json, u"who"_s, who);
     insertText(json, u"problem"_s, problem);
     if (!object.isEmpty())
         json.insert(u"object"_s, VXJSONFromVariant(object));
@@ -173,6 +176,7 @@ std::optional<VXEventRecord> VXEventRecord::fromJSON(const QJsonObject &json)
                          .object = VXVariantFromJSON(json[u"object"_s]).toMap(),
                          .objectURI = json[u"objectURI"_s].toString(),
                          .objectClass = json[u"objectClass"_s].toString(),
+                         .who = json[u"who"_s].toString(),
                          .omittedTriggers = json[u"omittedTriggers"_s].toInteger(),
                          .problem = json[u"problem"_s].toString(),
                          .milliseconds = json[u"milliseconds"_s].toDouble()};

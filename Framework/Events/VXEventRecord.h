@@ -55,6 +55,7 @@ struct VX_EXPORT VXEventRecord
     QVariantMap object = {};
     QString objectURI = {};
     QString objectClass = {};
+    QString who = {}; // of a call or message: what people call the other party, by the phonebook; null for none
 
     QList<VXTriggerRecord> triggers = {}; // in the order they were looked at
     qsizetype omittedTriggers = 0;        // further ones that did not run

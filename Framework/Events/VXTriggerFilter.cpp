@@ -4,11 +4,13 @@
 #include "VXFramework.h"
 #include "VXInvocation.h"
 #include "VXNone.h"
+#include "VXPhonebookRecord.h"
 #include "VXPluginGuard.h"
 #include "VXSmartFilter.h"
 
 #include <QtCore/QRegularExpression>
 
+#include <algorithm>
 #include <typeinfo>
 
 using namespace Qt::StringLiterals;
@@ -112,6 +114,21 @@ QString problemOf(const VXPredicate &predicate, const QVariant &object)
     return problem.isNull() ? patternProblem(predicate) : problem;
 }
 
+bool asksForContact(const VXExpression &expression)
+{
+    const QString key = expression.keys().value(0);
+    return key == "contact"_L1 || key == "who"_L1 ||
+           std::ranges::any_of(expression.elements(),
+                               [](const VXExpression &element) { return asksForContact(element); });
+}
+
+bool asksForContact(const VXPredicate &predicate)
+{
+    if (predicate.kind() == VXPredicate::Kind::Comparison)
+        return asksForContact(predicate.left()) || asksForContact(predicate.right());
+    return std::ranges::any_of(predicate.subpredicates(), [](const VXPredicate &part) { return asksForContact(part); });
+}
+
 // The first key that the predicate asks of the map and does not get; null for none.
 QString missingKey(const VXPredicate &predicate, const QVariantMap &map)
 {
@@ -119,15 +136,16 @@ QString missingKey(const VXPredicate &predicate, const QVariantMap &map)
         return firstProblem(predicate.subpredicates(), [&](const VXPredicate &part) { return missingKey(part, map); });
     for (const VXExpression *const expression : {&predicate.left(), &predicate.right()}) {
         const QString key = expression->keys().value(0);
-        if (!key.isNull() && !map.contains(key))
+        if (!key.isNull() && !map.contains(key) && !asksForContact(*expression))
             return key;
     }
     return {};
 }
 
 // A predicate that cannot work is told also where it holds: "NOT" and "!=" turn what is missing into yes.
-VXFilterVerdict evaluate(const VXPredicate &predicate, const QVariant &object)
+VXFilterVerdict evaluate(const VXPredicate &predicate, const QVariant &posted)
 {
+    const QVariant object = asksForContact(predicate) ? VXObjectWithContact(posted) : posted;
     if (const QString problem = problemOf(predicate, object); !problem.isNull())
         return {VXFilterVerdict::Kind::Broken, predicate, problem};
     return {predicate.evaluateWithObject(object) ? VXFilterVerdict::Kind::Passed : VXFilterVerdict::Kind::Rejected,

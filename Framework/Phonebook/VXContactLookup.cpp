@@ -51,33 +51,37 @@ QList<VXContactCandidate> VXContactLookup::forEmailAddress(const QString &addres
     return find(u"VXEmailAddress"_s, address.toLower(), type, nameHint, error);
 }
 
-// The last word of the name leads to the index by which persons are sorted, or the first does.
 VXManagedObjectPtr VXContactLookup::forName(const QString &name, VXError *error) const
+{
+    const QList<VXManagedObjectPtr> all = allForName(name, error);
+    const auto best = std::ranges::max_element(
+        all, {}, [](const VXManagedObjectPtr &person) { return VXPhonebookEntry::informativeValue(*person); });
+    return best == all.cend() ? VXManagedObjectPtr() : *best;
+}
+
+// By the index that persons are sorted by: what is shown as "jane doe" stands there as "doe jane", or as it is.
+QList<VXManagedObjectPtr> VXContactLookup::allForName(const QString &name, VXError *error) const
 {
     const QString wanted = folded(name.simplified());
     const VXEntityDescription *const entity =
         _context.persistentStoreCoordinator()->model().entityForName(u"VXPerson"_s);
+    QList<VXManagedObjectPtr> persons;
     if (wanted.isEmpty() || entity == nullptr)
-        return {};
-    QStringList sortNames{wanted}; // "jane doe" may be first "jane", last "doe", or the other way round, as shown
+        return persons;
+    QStringList sortNames{wanted};
     for (qsizetype blank = wanted.indexOf(u' '); blank >= 0; blank = wanted.indexOf(u' ', blank + 1))
         sortNames.append(wanted.sliced(blank + 1) + u' ' + wanted.first(blank));
     VXFetchRequest request(*entity);
-    request.predicate = VXPredicate::comparison(VXExpression::keyPath(u"sort_name"_s), VXPredicate::Operator::In,
-                                                VXExpression::constant(sortNames));
+    request.predicate =
+        VXPredicate::comparison(VXExpression::keyPath(u"sort_name"_s), VXPredicate::Operator::In,
+                                VXExpression::constant(QVariantList(sortNames.cbegin(), sortNames.cend())));
     request.includesPendingChanges = false;
     const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
-    VXManagedObjectPtr best;
-    float highest = -1;
     for (qsizetype index = 0; found && index < found->size(); ++index) {
-        const VXManagedObjectPtr person = found->at(index);
-        const float value = VXPhonebookEntry::informativeValue(*person);
-        if (folded(VXPhonebookEntry::displayString(*person)) != wanted || value <= highest)
-            continue;
-        highest = value;
-        best = person;
+        if (folded(VXPhonebookEntry::displayString(*found->at(index)).simplified()) == wanted)
+            persons.append(found->at(index));
     }
-    return best;
+    return persons;
 }
 
 VXManagedObjectPtr VXContactLookup::best(const QList<VXContactCandidate> &candidates)

@@ -35,6 +35,8 @@ public:
     /** The person whom people call that, case and diacritics overlooked; of several the one of whom most is known. Null for
      * none. */
     VXManagedObjectPtr forName(const QString &name, VXError *error = nullptr) const;
+    /** All of them, in the order they were made. */
+    QList<VXManagedObjectPtr> allForName(const QString &name, VXError *error = nullptr) const;
     /** The best of them; null for none. */
     static VXManagedObjectPtr best(const QList<VXContactCandidate> &candidates);
 

@@ -1,5 +1,6 @@
 #include "VXPhonebookRecord.h"
 
+#include "VXCallRecord.h"
 #include "VXEmailAddress.h"
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookList.h"
@@ -164,6 +165,10 @@ QVariant VXRecordObject::valueForKey(const QString &key) const
          [](const VXManagedObject &record) {
              return VXContactForPhonebookStrings(VXPhonebookRecord::otherParty(record));
          }},
+        {u"who"_s,
+         [](const VXManagedObject &record) {
+             return VXDisplayStringForContacts(VXPhonebookRecord::otherParty(record));
+         }},
     };
     if (entity().propertyForName(key) == nullptr) {
         if (const auto reader = readers.constFind(key); reader != readers.constEnd())
@@ -191,6 +196,21 @@ QVariant VXContactForPhonebookStrings(const QString &phonebookStrings)
         return person.isValid() ? person : QVariant::fromValue(entry);
     }
     return {};
+}
+
+QVariant VXObjectWithContact(const QVariant &object)
+{
+    if (object.typeId() != QMetaType::QVariantMap)
+        return object;
+    QVariantMap map = object.toMap();
+    if (!map.contains(toKey) && !map.contains(fromKey))
+        return object;
+    const QString otherParty = VXCallRecord(object).otherParty();
+    if (!map.contains(u"contact"_s))
+        map.insert(u"contact"_s, VXContactForPhonebookStrings(otherParty));
+    if (!map.contains(u"who"_s))
+        map.insert(u"who"_s, VXDisplayStringForContacts(otherParty));
+    return map;
 }
 
 QString VXDisplayStringForContacts(const QString &phonebookStrings)

@@ -41,7 +41,8 @@ class VX_EXPORT VXRecordObject : public VXManagedObject
 public:
     /**
      * Also "to_display", "from_display", "otherParty_display", "otherParty", "phonebookMetaData", and "contact": who the other
-     * party is by the phonebook, the "VXPerson" or a number without one; none when it is no contact.
+     * party is by the phonebook, the "VXPerson" or a number without one; none when it is no contact; and "who": what people call
+     * the other party.
      */
     QVariant valueForKey(const QString &key) const override;
 
@@ -51,5 +52,8 @@ protected:
 
 /** Who that is by the phonebook of this thread, as "contact" of records: of a list the first who is known. */
 VX_EXPORT QVariant VXContactForPhonebookStrings(const QString &phonebookStrings);
+/** A map that is a call or message with "contact" and "who" as above, where it has none itself; any other object as it is. On the
+ * object's thread. */
+VX_EXPORT QVariant VXObjectWithContact(const QVariant &object);
 /** What people call them: the list with a name for each number that is a contact's; null for none. Any thread. */
 VX_EXPORT QString VXDisplayStringForContacts(const QString &phonebookStrings);

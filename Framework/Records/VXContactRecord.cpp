@@ -21,11 +21,17 @@ struct Text
 };
 
 const std::array texts{
-    Text<Record>{u"name"_s, &Record::name},           Text<Record>{u"namePrefix"_s, &Record::namePrefix},
-    Text<Record>{u"firstName"_s, &Record::firstName}, Text<Record>{u"middleName"_s, &Record::middleName},
-    Text<Record>{u"lastName"_s, &Record::lastName},   Text<Record>{u"nameSuffix"_s, &Record::nameSuffix},
-    Text<Record>{u"nickname"_s, &Record::nickname},   Text<Record>{u"company"_s, &Record::company},
-    Text<Record>{u"jobTitle"_s, &Record::jobTitle},   Text<Record>{u"note"_s, &Record::note},
+    Text<Record>{u"name"_s, &Record::name},
+    Text<Record>{u"namePrefix"_s, &Record::namePrefix},
+    Text<Record>{u"firstName"_s, &Record::firstName},
+    Text<Record>{u"middleName"_s, &Record::middleName},
+    Text<Record>{u"lastName"_s, &Record::lastName},
+    Text<Record>{u"nameSuffix"_s, &Record::nameSuffix},
+    Text<Record>{u"nickname"_s, &Record::nickname},
+    Text<Record>{u"company"_s, &Record::company},
+    Text<Record>{u"jobTitle"_s, &Record::jobTitle},
+    Text<Record>{u"note"_s, &Record::note},
+    Text<Record>{u"uid"_s, &Record::uid},
 };
 
 const std::array addressTexts{
@@ -54,6 +60,7 @@ const QString imageKey = u"image"_s;
 const QString postalKey = u"addresses"_s;
 const QString groupsKey = u"groups"_s;
 const QString groupNameKey = u"name"_s;
+const QString propertiesKey = u"properties"_s; // stored as one text
 
 template <class Holder, class Texts>
 void readTexts(Holder &holder, const Texts &table, const VXRecordReader &reader)
@@ -149,6 +156,7 @@ VXContactRecord::VXContactRecord(const QVariant &object)
         if (!group.isEmpty())
             groups.append(group);
     }
+    properties = reader.text(propertiesKey).split(u'\n', Qt::SkipEmptyParts);
 }
 
 QString VXContactRecord::displayName() const
@@ -193,5 +201,6 @@ QVariantMap VXContactRecord::map() const
         groupMaps.append(QVariantMap{{groupNameKey, group}});
     if (!groupMaps.isEmpty())
         map.insert(groupsKey, groupMaps);
+    VXInsertIntoRecord(map, propertiesKey, properties.join(u'\n'));
     return map;
 }

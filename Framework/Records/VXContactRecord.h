@@ -54,7 +54,9 @@ struct VX_EXPORT VXContactRecord
     QList<Address> emails = {};
     QList<Address> urls = {};
     QList<PostalAddress> addresses = {};
-    QStringList groups = {}; // their names
+    QStringList groups = {};     // their names
+    QString uid = {};            // of the vCard that it came from
+    QStringList properties = {}; // of vCards, that have no place above: content lines
 
     /** What people call the contact: a name, else a company, number or address. Null for no contact at all. */
     QString displayName() const;

@@ -6,7 +6,24 @@
 #include "VXNone.h"
 #include "VXPhonebookType.h"
 
+#include <algorithm>
 #include <cmath>
+
+namespace {
+
+// Stored objects in the order they were made: relationships have none.
+QVariantList sorted(QVariantList list)
+{
+    const auto number = [](const QVariant &element) {
+        const auto object = element.value<VXManagedObjectPtr>();
+        return object ? object->objectID().number() : 0;
+    };
+    if (!list.isEmpty() && list.constFirst().metaType() == QMetaType::fromType<VXManagedObjectPtr>())
+        std::ranges::stable_sort(list, {}, number);
+    return list;
+}
+
+} // namespace
 
 QVariant VXRecordReader::value(const QString &key) const
 {
@@ -41,9 +58,9 @@ QVariantList VXRecordReader::list(const QString &key) const
         QVariantList objects;
         for (const VXManagedObjectPtr &object : found.value<QList<VXManagedObjectPtr>>())
             objects.append(QVariant::fromValue(object));
-        return objects;
+        return sorted(objects);
     }
-    return VXIsList(found) ? found.toList() : QVariantList{found};
+    return VXIsList(found) ? sorted(found.toList()) : QVariantList{found};
 }
 
 unsigned VXRecordReader::typeMask(const QString &key) const

@@ -1,6 +1,7 @@
 #include "VXEventText.h"
 
 #include "VXObjectValues.h"
+#include "VXPhonebookRecord.h"
 
 using namespace Qt::StringLiterals;
 
@@ -12,7 +13,8 @@ QString valueText(const QString &key, const VXEvent &event)
         return event.name;
     if (key == "subtype"_L1)
         return event.subtype;
-    return VXValueText(VXValueForKeyPath(event.object, key));
+    const bool isContact = key == "who"_L1 || key.startsWith("contact."_L1);
+    return VXValueText(VXValueForKeyPath(isContact ? VXObjectWithContact(event.object) : event.object, key));
 }
 
 } // namespace

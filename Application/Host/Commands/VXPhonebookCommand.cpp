@@ -1,3 +1,4 @@
+#include "VXContactVerbs.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
@@ -9,10 +10,12 @@
 #include "VXPhonebookType.h"
 #include "VXPhoneNumber.h"
 #include "VXPhoneNumberFormat.h"
+#include "VXPluginSession.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonObject>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -126,11 +129,43 @@ int runMatch(VXHostContext &context)
     return read ? static_cast<int>(VXHostOutput::Done) : context.output.fail(u"cannot read standard input"_s);
 }
 
+// A verb about the contacts that are kept.
+int runContacts(VXHostContext &context, const VXContactVerb &verb)
+{
+    const QString usage = VXHostUsage(context.options.command());
+    const qsizetype count = context.options.operands().size() - 1;
+    if (count < verb.minimum || count > verb.maximum)
+        return context.output.failUsage(verb.usage.isNull() ? verb.name + u" takes nothing more"_s
+                                                            : u"%1 needs %2"_s.arg(verb.name, verb.usage),
+                                        usage);
+    return VXRunWithPlugins(context, [&](VXPluginManager &) { return verb.run(context); });
+}
+
+// @return one that does not go with the verb; null for none.
+QString strayOption(const VXHostOptions &options, const QStringList &fitting)
+{
+    for (const VXHostOption &option : options.command()->options) {
+        if (options.isSet(option.name) && !fitting.contains(option.name))
+            return option.name;
+    }
+    return {};
+}
+
 int runPhonebook(VXHostContext &context)
 {
     const QString verb = context.options.operand(0);
+    const auto contacts = std::ranges::find(VXContactVerbs(), verb, &VXContactVerb::name);
+    const bool isOfContacts = contacts != VXContactVerbs().cend();
+    const QStringList fitting = isOfContacts          ? contacts->options
+                                : verb == "format"_L1 ? QStringList{u"pattern"_s}
+                                                      : QStringList();
+    if (const QString stray = strayOption(context.options, fitting); !stray.isNull() && stray != "pattern"_L1)
+        return context.output.failUsage(u"--%1 does not go with %2"_s.arg(stray, verb),
+                                        VXHostUsage(context.options.command()));
     if (context.options.isSet(u"pattern"_s) && verb != "format"_L1)
         return context.output.failUsage(u"--pattern goes with format"_s, VXHostUsage(context.options.command()));
+    if (isOfContacts)
+        return runContacts(context, *contacts);
     if (verb == "match"_L1)
         return runMatch(context);
     context.output.beginParts();
@@ -149,20 +184,34 @@ int runPhonebook(VXHostContext &context)
 
 VXHostCommand VXPhonebookCommand()
 {
-    return {.name = u"phonebook"_s,
-            .summary = u"Take apart, normalise, format and compare addresses"_s,
-            .synopsis = u"split|search-string|format|match [TEXT]..."_s,
-            .details =
-                u"\"split\" shows type letters, address and name of phonebook strings such as \"Jane <555-0100/Hm>\". "
-                "\"search-string\" shows the form under which numbers are compared. \"format\" shows numbers in "
-                "the user's address-book format, or in that of --pattern. \"match A B\" tells whether two lists "
-                "name the same addresses.\nWithout TEXT the lines of standard input are taken; for \"match\" each "
-                "holds two lists with a tab between them."_s,
-            .options = {{.name = u"pattern"_s,
-                         .placeholder = u"PATTERN"_s,
-                         .summary = u"Format by this pattern: # stands for a digit, 1 and + for themselves"_s}},
-            .minimumOperands = 1,
-            .maximumOperands = 10'000,
-            .firstOperands = {u"split"_s, u"search-string"_s, u"format"_s, u"match"_s},
-            .run = runPhonebook};
+    QStringList verbs{u"split"_s, u"search-string"_s, u"format"_s, u"match"_s};
+    for (const VXContactVerb &verb : VXContactVerbs())
+        verbs.append(verb.name);
+    return {
+        .name = u"phonebook"_s,
+        .summary = u"Keep contacts, look them up, and take addresses apart"_s,
+        .synopsis = verbs.join(u'|') + u" [TEXT|FILE]..."_s,
+        .details =
+            u"\"lookup STRING\" shows whose phone number that is, \"complete TEXT\" what a beginning may become. "
+            u"\"list\", "
+            "\"show CONTACT\", \"add [NAME]\", \"edit CONTACT\" and \"delete CONTACT\" are for the contacts that are "
+            "kept; CONTACT is an ID as \"list\" shows it, a number, an address or a name.\n\"import FILE\" takes "
+            "contacts from vCards 2.1, 3.0 and 4.0 (\"-\" is standard input); those that are there already, by their "
+            "UID "
+            "or else by name and address, take over what is new. \"export FILE\" writes all of them. \"duplicates\" "
+            "shows contacts of one name that share a number or an address. \"undo-import\" takes the last import or "
+            "merge back.\n\"split\" shows type letters, address and name of phonebook strings such as \"Jane "
+            "<555-0100/Hm>\". "
+            "\"search-string\" shows the form under which numbers are compared. \"format\" shows numbers in "
+            "the user's address-book format, or in that of --pattern. \"match A B\" tells whether two lists "
+            "name the same addresses. Without TEXT these four take the lines of standard input; for \"match\" each "
+            "holds two lists with a tab between them."_s,
+        .options = VXContactOptions() +
+                   QList<VXHostOption>{{.name = u"pattern"_s,
+                                        .placeholder = u"PATTERN"_s,
+                                        .summary = u"Of format: # stands for a digit, 1 and + for themselves"_s}},
+        .minimumOperands = 1,
+        .maximumOperands = 10'000,
+        .firstOperands = verbs,
+        .run = runPhonebook};
 }

@@ -21,7 +21,7 @@ namespace {
 
 QStringList columnsOf(const VXEventRecord &record)
 {
-    return {record.identifier, record.date.toLocalTime().toString(Qt::ISODate), VXEventTitle(record),
+    return {record.identifier, record.date.toLocalTime().toString(Qt::ISODate), VXEventTitle(record), record.who,
             VXEventOutcome(record)};
 }
 
@@ -53,7 +53,7 @@ int list(VXHostContext &context, qsizetype most)
         context.output.answer(QString(), json);
         return VXHostOutput::Done;
     }
-    QList<QStringList> rows{{u"ID"_s, u"DATE"_s, u"EVENT"_s, u"OUTCOME"_s}};
+    QList<QStringList> rows{{u"ID"_s, u"DATE"_s, u"EVENT"_s, u"WHO"_s, u"OUTCOME"_s}};
     std::ranges::transform(records, std::back_inserter(rows), columnsOf);
     const bool withReasons = options.isSet(u"why"_s);
     context.output.answer(records.isEmpty() ? u"There are no such events.\n"_s

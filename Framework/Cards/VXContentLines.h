@@ -1,13 +1,15 @@
 #pragma once
 
+#include "VXFrameworkExport.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
 /**
  * Lines "NAME;PARAMETER=VALUE:VALUE" as vCards (RFC 6350) and calendars (RFC 5545) have them: UTF-8, CRLF, folded so that
- * none is longer than 75 octets, never within a character.
+ * none is longer than 75 octets, never within a character. Used on one thread.
  */
-class VXContentLines
+class VX_EXPORT VXContentLines
 {
 public:
     /** The value stands as it is; control characters are left out. */

@@ -1,0 +1,165 @@
+#include "VXContactReport.h"
+#include "VXContactsOpen.h"
+#include "VXContactVerbs.h"
+#include "VXContactWriter.h"
+#include "VXEmailAddress.h"
+#include "VXHostHelp.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXManagedObjectContext.h"
+#include "VXPhonebookType.h"
+#include "VXPhoneNumber.h"
+#include "VXStoreAccess.h"
+
+#include <QtCore/QDate>
+#include <QtCore/QHash>
+
+using namespace Qt::StringLiterals;
+
+using Address = VXContactRecord::Address;
+
+namespace {
+
+// "+1 555 0100/Hm", the letters behind the last slash
+Address addressFrom(const QString &text)
+{
+    const qsizetype slash = text.lastIndexOf(u'/');
+    if (slash >= 0 && slash + 1 < text.size() && VXIsValidPhonebookType(QStringView(text).sliced(slash + 1)))
+        return {text.first(slash).trimmed(), VXPhonebookTypeMaskFromString(QStringView(text).sliced(slash + 1)), {}};
+    return {text.trimmed(), 0, {}};
+}
+
+// "Jane Doe" or "Doe, Jane"
+void setName(VXContactRecord &contact, const QString &name)
+{
+    const QString plain = name.simplified();
+    const qsizetype comma = plain.indexOf(u',');
+    const qsizetype blank = plain.lastIndexOf(u' ');
+    contact.firstName = comma >= 0 ? plain.sliced(comma + 1).trimmed() : plain.left(blank < 0 ? plain.size() : blank);
+    contact.lastName = comma >= 0 ? plain.first(comma).trimmed() : plain.sliced(blank < 0 ? plain.size() : blank + 1);
+}
+
+QString VXContactRecord::*textField(const QString &option)
+{
+    static const QHash<QString, QString VXContactRecord::*> fields = {
+        {u"first"_s, &VXContactRecord::firstName},    {u"last"_s, &VXContactRecord::lastName},
+        {u"nickname"_s, &VXContactRecord::nickname},  {u"company"_s, &VXContactRecord::company},
+        {u"job-title"_s, &VXContactRecord::jobTitle}, {u"note"_s, &VXContactRecord::note}};
+    return fields.value(option, nullptr);
+}
+
+// False when nothing of the contact was that.
+bool drop(VXContactRecord &contact, const QString &value)
+{
+    qsizetype count = contact.groups.removeAll(value);
+    const QString search = VXPhoneNumberSearchString(value);
+    count += contact.numbers.removeIf([&](const Address &each) {
+        return each.value == value || (!search.isEmpty() && VXPhoneNumberSearchString(each.value) == search);
+    });
+    for (QList<Address> *const list : {&contact.emails, &contact.urls})
+        count +=
+            list->removeIf([&](const Address &each) { return each.value.compare(value, Qt::CaseInsensitive) == 0; });
+    return count > 0;
+}
+
+// @return what is wrong with an option; null when it is done.
+QString apply(VXContactRecord &contact, const QString &option, const QString &value)
+{
+    if (const auto field = textField(option)) {
+        contact.*field = value;
+    } else if (option == "birthday"_L1) {
+        contact.birthday = QDate::fromString(value, Qt::ISODate);
+        if (!value.isEmpty() && !contact.birthday.isValid())
+            return u"--birthday needs a date, as 1985-04-12"_s;
+    } else if (option == "number"_L1) {
+        const Address number = addressFrom(value);
+        if (!VXIsValidPhoneNumber(number.value))
+            return u"\"%1\" is no phone number"_s.arg(number.value);
+        contact.numbers.append(number);
+    } else if (option == "email"_L1) {
+        const Address email = addressFrom(value);
+        if (!VXIsValidEmailAddress(email.value))
+            return u"\"%1\" is no e-mail address"_s.arg(email.value);
+        contact.emails.append(email);
+    } else if (option == "url"_L1) {
+        contact.urls.append({value, 0, {}});
+    } else if (option == "group"_L1 && !contact.groups.contains(value)) {
+        contact.groups.append(value);
+    } else if (option == "drop"_L1 && !drop(contact, value)) {
+        return u"the contact has no \"%1\""_s.arg(value);
+    }
+    return {};
+}
+
+QString applyOptions(VXHostContext &context, VXContactRecord &contact)
+{
+    for (const auto &[option, value] : context.options.occurrences()) {
+        if (const QString problem = apply(contact, option, value); !problem.isNull())
+            return problem;
+    }
+    return {};
+}
+
+int saveAndShow(VXHostContext &context, VXManagedObjectContext &contacts, const VXManagedObjectPtr &person)
+{
+    VXError error;
+    if (!contacts.save(&error))
+        return context.output.fail(VXErrorText(error));
+    const VXShownContact shown(person);
+    context.output.answer(shown.text(), shown.json(false));
+    return VXHostOutput::Done;
+}
+
+} // namespace
+
+int VXAddContact(VXHostContext &context)
+{
+    VXContactRecord contact;
+    if (const QString name = context.options.operand(1); !name.isNull())
+        setName(contact, name);
+    if (const QString problem = applyOptions(context, contact); !problem.isNull())
+        return context.output.fail(problem);
+    if (contact.displayName().isEmpty())
+        return context.output.failUsage(u"add needs a name, company, number or address"_s,
+                                        VXHostUsage(context.options.command()));
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    VXManagedObjectContext contacts(coordinator);
+    return saveAndShow(context, contacts, VXContactWriter(contacts).insert(contact));
+}
+
+int VXEditContact(VXHostContext &context)
+{
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    VXManagedObjectContext contacts(coordinator);
+    const VXManagedObjectPtr person = VXContactNamed(context, contacts, context.options.operand(1));
+    if (!person)
+        return VXHostOutput::Failed;
+    VXContactRecord contact(QVariant::fromValue(person));
+    if (const QString problem = applyOptions(context, contact); !problem.isNull())
+        return context.output.fail(problem);
+    VXContactWriter(contacts).replace(person, contact);
+    return saveAndShow(context, contacts, person);
+}
+
+int VXDeleteContact(VXHostContext &context)
+{
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    VXManagedObjectContext contacts(coordinator);
+    const VXManagedObjectPtr person = VXContactNamed(context, contacts, context.options.operand(1));
+    if (!person)
+        return VXHostOutput::Failed;
+    const VXShownContact shown(person);
+    contacts.deleteObject(person);
+    VXError error;
+    if (!contacts.save(&error))
+        return context.output.fail(VXErrorText(error));
+    context.output.answer(u"Deleted %1 (%2).\n"_s.arg(shown.contact.displayName(), shown.shortID), shown.json(false));
+    return VXHostOutput::Done;
+}

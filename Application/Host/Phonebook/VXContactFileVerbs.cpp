@@ -1,0 +1,227 @@
+#include "VXAtomicFile.h"
+#include "VXCardReader.h"
+#include "VXCardWriter.h"
+#include "VXContactDuplicates.h"
+#include "VXContactHistory.h"
+#include "VXContactImport.h"
+#include "VXContactReport.h"
+#include "VXContactsOpen.h"
+#include "VXContactVerbs.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXManagedObjectContext.h"
+#include "VXRegularFile.h"
+#include "VXStoreAccess.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Outcome = VXImportedContact::Outcome;
+
+constexpr qsizetype batchSize = 200;
+constexpr qsizetype mostShown = 50; // contacts and problems, to people
+
+QString outcomeName(Outcome outcome)
+{
+    static const QStringList names{u"added"_s, u"changed"_s, u"same"_s, u"left out"_s};
+    return names.value(qsizetype(outcome));
+}
+
+QJsonObject jsonOf(const VXContactImportReport &report)
+{
+    QJsonArray contacts;
+    for (const VXImportedContact &each : report.contacts)
+        contacts.append(
+            QJsonObject{{u"outcome"_s, outcomeName(each.outcome)}, {u"name"_s, each.name}, {u"line"_s, each.line}});
+    QJsonArray problems;
+    for (const VXCardProblem &each : report.problems)
+        problems.append(QJsonObject{{u"line"_s, each.line}, {u"problem"_s, each.text}});
+    return {{u"added"_s, report.added},     {u"changed"_s, report.changed}, {u"same"_s, report.same},
+            {u"leftOut"_s, report.leftOut}, {u"contacts"_s, contacts},      {u"problems"_s, problems}};
+}
+
+QString textOf(const VXContactImportReport &report, bool isDryRun)
+{
+    QString text;
+    if (isDryRun) {
+        QList<QStringList> rows;
+        for (const VXImportedContact &each : report.contacts.mid(0, mostShown))
+            rows.append({outcomeName(each.outcome), each.name, u"line %1"_s.arg(each.line)});
+        text = VXTextTable(rows);
+        if (report.contacts.size() > mostShown)
+            text += u"and %1 more\n"_s.arg(report.contacts.size() - mostShown);
+    }
+    return text + u"%1: %2 added, %3 changed, %4 there already, %5 left out\n"_s
+                      .arg(isDryRun ? u"Would be imported"_s : u"Imported"_s)
+                      .arg(report.added)
+                      .arg(report.changed)
+                      .arg(report.same)
+                      .arg(report.leftOut);
+}
+
+void noteProblems(VXHostContext &context, const QString &path, const QList<VXCardProblem> &problems)
+{
+    for (const VXCardProblem &each : problems.mid(0, mostShown))
+        context.output.note(u"%1:%2: %3"_s.arg(path).arg(each.line).arg(each.text));
+    if (problems.size() > mostShown)
+        context.output.note(u"%1: %2 more problems"_s.arg(path).arg(problems.size() - mostShown));
+}
+
+bool openFile(QFile &file, QString *reason)
+{
+    if (file.fileName() == "-"_L1) {
+        const bool isOpen = file.open(stdin, QIODevice::ReadOnly);
+        *reason = file.errorString();
+        return isOpen;
+    }
+    return VXRegularFile::open(file, reason);
+}
+
+// Writes card after card; false when writing failed.
+bool writeCards(const VXFetchResult &persons, VXCardWriter::Version version, QIODevice &device, qsizetype *count)
+{
+    for (const VXManagedObjectPtr &person : persons) {
+        const QByteArray card = VXCardWriter::card(QVariant::fromValue(person), version);
+        if (card.isNull())
+            continue; // no contact: without a name, number or address
+        ++*count;
+        if (device.write(card) != card.size())
+            return false;
+    }
+    return true;
+}
+
+QString nameOf(const VXContactRecord &contact)
+{
+    return contact.displayName();
+}
+
+} // namespace
+
+int VXImportContacts(VXHostContext &context)
+{
+    const QString path = context.options.operand(1);
+    QFile file(path);
+    QString reason;
+    if (!openFile(file, &reason))
+        return context.output.fail(u"%1 can not be read: %2"_s.arg(path, reason));
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    const bool isDryRun = context.options.isSet(u"dry-run"_s);
+    VXCardReader reader(file);
+    VXContactImport import(coordinator, QFileInfo(path).fileName());
+    import.setDryRun(isDryRun);
+    VXError error;
+    const std::optional<VXContactImportReport> report = import.run(reader, &error);
+    if (!report)
+        return context.output.fail(VXErrorText(error));
+    if (file.error() != QFile::NoError)
+        return context.output.fail(u"%1 can not be read: %2"_s.arg(path, file.errorString()));
+    if (!context.output.isJSON())
+        noteProblems(context, path, report->problems);
+    const qsizetype read = report->added + report->changed + report->same;
+    if (read == 0 && report->leftOut == 0)
+        return context.output.fail(u"%1 has no vCards"_s.arg(path));
+    context.output.answer(textOf(*report, isDryRun), jsonOf(*report));
+    return report->leftOut > 0 ? VXHostOutput::Failed : VXHostOutput::Done;
+}
+
+int VXExportContacts(VXHostContext &context)
+{
+    const QString path = context.options.operand(1);
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    const auto version =
+        context.options.value(u"card-version"_s) == "3.0"_L1 ? VXCardWriter::Version::V3 : VXCardWriter::Version::V4;
+    VXManagedObjectContext contacts(coordinator);
+    VXFetchRequest request(*coordinator->model().entityForName(u"VXPerson"_s));
+    request.sortDescriptors = {{.key = u"sort_name"_s}};
+    request.batchSize = batchSize;
+    request.prefetchedRelationships = {u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s};
+    VXError error;
+    const std::optional<VXFetchResult> persons = contacts.executeFetchRequest(request, &error);
+    if (!persons)
+        return context.output.fail(VXErrorText(error));
+    VXAtomicFile file(path, VXFileAccess::Shared);
+    qsizetype count = 0;
+    if (!file.open() || !writeCards(*persons, version, file, &count) || !file.commit())
+        return context.output.fail(u"%1 can not be written: %2"_s.arg(path, file.errorString()));
+    context.output.answer(u"Exported %1.\n"_s.arg(count), QJsonObject{{u"exported"_s, count}});
+    return VXHostOutput::Done;
+}
+
+int VXShowDuplicateContacts(VXHostContext &context)
+{
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    const VXContactDuplicates duplicates(coordinator);
+    VXError error;
+    const std::optional<QList<VXDuplicateContacts>> found = duplicates.find(&error);
+    if (!found)
+        return context.output.fail(VXErrorText(error));
+    const bool merges = context.options.isSet(u"merge"_s);
+    if (merges && !duplicates.merge(*found, &error))
+        return context.output.fail(VXErrorText(error));
+    QList<QStringList> rows{{u"CONTACTS"_s, u"NAME"_s, u"SHARE"_s, u"MERGED"_s}};
+    QJsonArray json;
+    for (const VXDuplicateContacts &each : *found) {
+        QStringList identifiers;
+        for (const VXManagedObjectID &person : each.persons)
+            identifiers.append(u'p' + QString::number(person.number()));
+        QStringList merged = VXShownAddresses(each.merged.numbers) + VXShownAddresses(each.merged.emails);
+        rows.append({identifiers.join(u' '), nameOf(each.merged), each.shared.join(", "_L1), merged.join(", "_L1)});
+        VXContactRecord preview = each.merged;
+        preview.image.clear();
+        json.append(QJsonObject{{u"contacts"_s, QJsonArray::fromStringList(identifiers)},
+                                {u"shared"_s, QJsonArray::fromStringList(each.shared)},
+                                {u"merged"_s, VXJSONFromVariant(preview.map())}});
+    }
+    const QString done = merges ? u"Merged; \"vornix phonebook undo-import\" takes it back.\n"_s
+                                : u"\"--merge\" makes one contact of each.\n"_s;
+    context.output.answer(found->isEmpty() ? u"There are no duplicates.\n"_s : VXTextTable(rows) + done,
+                          QJsonObject{{u"duplicates"_s, json}, {u"merged"_s, merges && !found->isEmpty()}});
+    return VXHostOutput::Done;
+}
+
+int VXUndoContactImport(VXHostContext &context)
+{
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    const bool isDryRun = context.options.isSet(u"dry-run"_s);
+    VXError error;
+    const std::optional<VXContactUndo> undo = VXContactHistory(coordinator).undoLast(isDryRun, &error);
+    if (!undo)
+        return context.output.fail(VXErrorText(error));
+    const VXContactChangeSet &changeSet = undo->changeSet;
+    const QString what =
+        changeSet.title.isEmpty() ? changeSet.kind : u"%1 of %2"_s.arg(changeSet.kind, changeSet.title);
+    QString text = u"%1 the %2 (%3): %4 removed, %5 restored, %6 brought back\n"_s
+                       .arg(isDryRun ? u"Would undo"_s : u"Undid"_s, what,
+                            changeSet.date.toLocalTime().toString(u"yyyy-MM-dd HH:mm:ss"_s))
+                       .arg(undo->removed)
+                       .arg(undo->restored)
+                       .arg(undo->broughtBack);
+    if (!undo->left.isEmpty())
+        text += u"Left as they are, for they were changed since: %1\n"_s.arg(undo->left.join(", "_L1));
+    context.output.answer(text, QJsonObject{{u"kind"_s, changeSet.kind},
+                                            {u"title"_s, changeSet.title},
+                                            {u"removed"_s, undo->removed},
+                                            {u"restored"_s, undo->restored},
+                                            {u"broughtBack"_s, undo->broughtBack},
+                                            {u"left"_s, QJsonArray::fromStringList(undo->left)}});
+    return VXHostOutput::Done;
+}

@@ -1,0 +1,179 @@
+#include "VXContactLookup.h"
+#include "VXContactReport.h"
+#include "VXContactsOpen.h"
+#include "VXContactVerbs.h"
+#include "VXEmailAddress.h"
+#include "VXHostHelp.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXManagedObjectContext.h"
+#include "VXPhonebookEntry.h"
+#include "VXPhonebookManager.h"
+#include "VXPhonebookString.h"
+#include "VXStoreAccess.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QJsonArray>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype batchSize = 200;
+
+VXManagedObjectPtr personOf(const VXManagedObject &entry)
+{
+    return entry.valueForKey(u"person"_s).value<VXManagedObjectPtr>();
+}
+
+QJsonObject jsonOf(const VXManagedObject &entry)
+{
+    const VXManagedObjectPtr person = personOf(entry);
+    return {{u"name"_s, VXPhonebookEntry::displayString(entry)},
+            {u"string"_s, VXPhonebookEntry::phonebookString(entry)},
+            {u"contact"_s, person ? QJsonValue(VXShownContact(person).json(false)) : QJsonValue()}};
+}
+
+// Empty, and told, for what is neither a number nor an address.
+std::optional<QList<VXContactCandidate>> candidatesFor(VXHostContext &context, VXManagedObjectContext &contacts,
+                                                       const QString &text)
+{
+    QString name;
+    QString value;
+    unsigned type = 0;
+    if (!VXPhonebookStringSplit(text, &name, &value, &type)) {
+        context.output.fail(u"\"%1\" is no phone number, e-mail address or phonebook string"_s.arg(text));
+        return std::nullopt;
+    }
+    VXError error;
+    const VXContactLookup lookup(contacts);
+    auto found = VXIsValidEmailAddress(value) ? lookup.forEmailAddress(value, type, name, &error)
+                                              : lookup.forPhoneNumber(value, type, name, &error);
+    if (error) {
+        context.output.fail(VXErrorText(error));
+        return std::nullopt;
+    }
+    return found;
+}
+
+int lookUpAll(VXHostContext &context, const QString &text)
+{
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    VXManagedObjectContext contacts(coordinator);
+    const auto candidates = candidatesFor(context, contacts, text);
+    if (!candidates)
+        return VXHostOutput::Failed;
+    QList<QStringList> rows{{u"SCORE"_s, u"ENTRY"_s, u"ID"_s, u"WHY"_s}};
+    QJsonArray json;
+    for (const VXContactCandidate &candidate : *candidates) {
+        const VXManagedObjectPtr person = personOf(*candidate.entry);
+        rows.append({QString::number(candidate.score), VXPhonebookEntry::phonebookString(*candidate.entry),
+                     person ? VXShownContact(person).shortID : QString(), candidate.reasons.join("; "_L1)});
+        QJsonObject each = jsonOf(*candidate.entry);
+        each.insert(u"score"_s, candidate.score);
+        each.insert(u"reasons"_s, QJsonArray::fromStringList(candidate.reasons));
+        json.append(each);
+    }
+    context.output.answer(candidates->isEmpty() ? u"No contact has it.\n"_s : VXTextTable(rows), json);
+    return candidates->isEmpty() ? VXHostOutput::Failed : VXHostOutput::Done;
+}
+
+// False, and told, when there is one that is none.
+bool readLimit(VXHostContext &context, qsizetype *limit)
+{
+    const QString text = context.options.value(u"limit"_s);
+    if (text.isNull())
+        return true;
+    bool isNumber = false;
+    *limit = text.toInt(&isNumber);
+    if (isNumber && *limit > 0)
+        return true;
+    context.output.failUsage(u"--limit needs a number, at least 1"_s, VXHostUsage(context.options.command()));
+    return false;
+}
+
+} // namespace
+
+int VXLookUpContact(VXHostContext &context)
+{
+    const QString text = context.options.operand(1);
+    if (context.options.isSet(u"all"_s))
+        return lookUpAll(context, text);
+    const VXManagedObjectPtr entry = VXPhonebookManager::sharedPhonebookManager().entryForPhonebookString(text);
+    if (!entry) {
+        context.output.answer(u"No contact has it.\n"_s, QJsonValue());
+        return VXHostOutput::Failed;
+    }
+    const VXManagedObjectPtr person = personOf(*entry);
+    context.output.answer(person ? VXShownContact(person).text() : VXPhonebookEntry::phonebookString(*entry) + u'\n',
+                          jsonOf(*entry));
+    return VXHostOutput::Done;
+}
+
+int VXCompleteContact(VXHostContext &context)
+{
+    qsizetype limit = 10;
+    if (!readLimit(context, &limit))
+        return VXHostOutput::WrongUsage;
+    const QStringList found = VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
+        context.options.operand(1), VXPhonebookPropertyAll, unsigned(limit));
+    context.output.answer(found.isEmpty() ? QString() : found.join(u'\n') + u'\n', QJsonArray::fromStringList(found));
+    return VXHostOutput::Done;
+}
+
+int VXListContacts(VXHostContext &context)
+{
+    qsizetype limit = 0;
+    if (!readLimit(context, &limit))
+        return VXHostOutput::WrongUsage;
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    VXManagedObjectContext contacts(coordinator);
+    VXFetchRequest request(*coordinator->model().entityForName(u"VXPerson"_s));
+    request.sortDescriptors = {{.key = u"sort_name"_s}};
+    request.limit = limit;
+    request.batchSize = batchSize;
+    request.prefetchedRelationships = {u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s};
+    if (const QString group = context.options.value(u"group"_s); !group.isNull())
+        request.predicate = *VXPredicate::predicateWithFormat(u"ANY groups.name ==[cd] %@"_s, {group});
+    VXError error;
+    const std::optional<VXFetchResult> found = contacts.executeFetchRequest(request, &error);
+    if (!found)
+        return context.output.fail(VXErrorText(error));
+    context.output.beginParts();
+    QList<qsizetype> widths;
+    QList<QStringList> rows{VXShownContact::titles()};
+    for (qsizetype index = 0; index < found->size(); ++index) {
+        const VXShownContact shown(found->at(index));
+        if (context.output.isJSON())
+            context.output.writePart(VXJSONText(shown.json(false)));
+        else
+            rows.append(shown.columns());
+        const bool isFull = rows.size() >= batchSize || index + 1 == found->size();
+        if (!context.output.isJSON() && isFull)
+            context.output.writePart(VXTextTable(std::exchange(rows, {}), &widths).chopped(1).toUtf8());
+        if (!context.output.flush())
+            break;
+    }
+    if (found->isEmpty())
+        context.output.note(u"There are no contacts."_s);
+    return VXHostOutput::Done;
+}
+
+int VXShowContact(VXHostContext &context)
+{
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    VXManagedObjectContext contacts(coordinator);
+    const VXManagedObjectPtr person = VXContactNamed(context, contacts, context.options.operand(1));
+    if (!person)
+        return VXHostOutput::Failed;
+    const VXShownContact shown(person);
+    context.output.answer(shown.text(), shown.json(true));
+    return VXHostOutput::Done;
+}

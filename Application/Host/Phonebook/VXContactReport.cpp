@@ -1,0 +1,64 @@
+#include "VXContactReport.h"
+
+#include "VXHostJSON.h"
+#include "VXPhonebookType.h"
+#include "VXReadableText.h"
+
+using namespace Qt::StringLiterals;
+
+VXShownContact::VXShownContact(const VXManagedObjectPtr &person)
+    : shortID(u'p' + QString::number(person->objectID().number())),
+      uri(person->objectID().uriRepresentation().toString()), contact(QVariant::fromValue(person))
+{
+}
+
+QStringList VXShownAddresses(const QList<VXContactRecord::Address> &addresses)
+{
+    QStringList shown;
+    for (const VXContactRecord::Address &address : addresses) {
+        const QString letters = VXStringFromPhonebookTypeMask(address.type);
+        shown.append(letters.isNull() ? address.value : address.value + u'/' + letters);
+    }
+    return shown;
+}
+
+QStringList VXShownContact::titles()
+{
+    return {u"ID"_s, u"NAME"_s, u"NUMBERS"_s, u"ADDRESSES"_s, u"GROUPS"_s};
+}
+
+QStringList VXShownContact::columns() const
+{
+    return {shortID, contact.displayName(), VXShownAddresses(contact.numbers).join(", "_L1),
+            VXShownAddresses(contact.emails).join(", "_L1), contact.groups.join(", "_L1)};
+}
+
+QJsonObject VXShownContact::json(bool withImage) const
+{
+    VXContactRecord shown = contact;
+    if (!withImage)
+        shown.image.clear();
+    QJsonObject json = VXJSONFromVariant(shown.map()).toObject();
+    json.insert(u"id"_s, shortID);
+    json.insert(u"uri"_s, uri);
+    json.insert(u"displayName"_s, contact.displayName());
+    return json;
+}
+
+QString VXShownContact::text() const
+{
+    QJsonObject shown = json(false);
+    const std::pair<QString, QStringList> lists[] = {{u"numbers"_s, VXShownAddresses(contact.numbers)},
+                                                     {u"emails"_s, VXShownAddresses(contact.emails)},
+                                                     {u"urls"_s, VXShownAddresses(contact.urls)},
+                                                     {u"groups"_s, contact.groups}};
+    for (const auto &[key, list] : lists) {
+        if (!list.isEmpty())
+            shown.insert(key, list.join(", "_L1));
+    }
+    if (contact.birthday.isValid())
+        shown.insert(u"birthday"_s, contact.birthday.toString(Qt::ISODate));
+    if (!contact.image.isEmpty())
+        shown.insert(u"image"_s, u"%1 bytes"_s.arg(contact.image.size()));
+    return VXReadableText(shown);
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "VXHostCommand.h"
+
+#include <QtCore/QList>
+#include <QtCore/QString>
+
+// What "vornix phonebook" does with the contacts that are kept. Each verb answers an exit status.
+
+/** A verb that needs the store of contacts. */
+struct VXContactVerb
+{
+    QString name;
+    QStringList options; // that go with it, of those below
+    qsizetype minimum;   // operands behind the verb
+    qsizetype maximum;   //
+    QString usage;       // what it needs
+    int (*run)(VXHostContext &);
+};
+
+/** All of them. */
+[[nodiscard]] const QList<VXContactVerb> &VXContactVerbs();
+/** Their options. */
+[[nodiscard]] QList<VXHostOption> VXContactOptions();
+
+// By topic
+int VXLookUpContact(VXHostContext &context);
+int VXCompleteContact(VXHostContext &context);
+int VXListContacts(VXHostContext &context);
+int VXShowContact(VXHostContext &context);
+int VXAddContact(VXHostContext &context);
+int VXEditContact(VXHostContext &context);
+int VXDeleteContact(VXHostContext &context);
+int VXImportContacts(VXHostContext &context);
+int VXExportContacts(VXHostContext &context);
+int VXShowDuplicateContacts(VXHostContext &context);
+int VXUndoContactImport(VXHostContext &context);

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "VXCardLines.h"
+
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <optional>
+#include <utility>
+
+/** A property of a vCard: "GROUP.NAME;PARAMETER=VALUE:VALUE". A value type. */
+struct VXCardLine
+{
+    /** Empty when the line is none; `problem` then tells why, and also what of its value could not be read as it should. */
+    static std::optional<VXCardLine> parse(const VXRawCardLine &raw, QString *problem);
+
+    QString group = {};
+    QString name = {};                                  // in upper case
+    QString header = {};                                // all before the colon, as it stands
+    QList<std::pair<QString, QString>> parameters = {}; // names in upper case; "TYPE" for a word alone
+    QString value = {};                                 // as text, with its escapes
+    QByteArray data = {};                               // of a value in Base64, decoded
+    bool isData = false;
+
+    /** The words of the parameter's values, in lower case. */
+    QStringList words(const QString &parameter) const;
+    /** As a line again, for whoever does not know the property: without encodings of octets, but for data. */
+    QString contentLine() const;
+};

@@ -1,0 +1,375 @@
+#include "VXCardReader.h"
+
+#include "VXCardLine.h"
+#include "VXCardText.h"
+#include "VXPhonebookType.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QUrl>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+using Address = VXContactRecord::Address;
+
+namespace {
+
+bool isMark(const VXRawCardLine &raw, const QByteArray &name)
+{
+    const QByteArray plain = raw.octets.left(100).trimmed().toUpper().replace(' ', "").replace('\t', "");
+    return plain == name + ":VCARD" || (plain.count(':') == 1 && plain.endsWith('.' + name + ":VCARD"));
+}
+
+unsigned typeOf(const VXCardLine &line)
+{
+    static const QHash<QString, unsigned> kinds = {{u"fax"_s, VXPhonebookTypeFax},
+                                                   {u"cell"_s, VXPhonebookTypeMobile},
+                                                   {u"mobile"_s, VXPhonebookTypeMobile},
+                                                   {u"pager"_s, VXPhonebookTypePager}};
+    const QStringList words = line.words(u"TYPE"_s);
+    unsigned location = 0;
+    unsigned kind = 0;
+    for (const QString &word : words) {
+        location |= word == "home"_L1 ? unsigned(VXPhonebookTypeHome) : 0U;
+        location |= word == "work"_L1 ? unsigned(VXPhonebookTypeWork) : 0U;
+        kind = kind == 0 ? kinds.value(word, 0) : kind; // a value, not a set of bits
+    }
+    const bool isPreferred = words.contains(u"pref"_s) || line.words(u"PREF"_s).contains(u"1"_s);
+    return location | (kind == 0 && isPreferred ? unsigned(VXPhonebookTypePrimary) : kind);
+}
+
+QString labelOf(const VXCardLine &line)
+{
+    const QStringList words = line.words(u"TYPE"_s);
+    if (words.contains(u"video"_s))
+        return u"video"_s;
+    return words.contains(u"msg"_s) || words.contains(u"text"_s) ? u"messaging"_s : QString();
+}
+
+// "_$!<Other>!$_", as some address books write what they have a translation for
+QString plainLabel(const QString &label)
+{
+    const bool isWrapped = label.startsWith("_$!<"_L1) && label.endsWith(">!$_"_L1);
+    return isWrapped ? label.sliced(4).chopped(4).toLower() : label;
+}
+
+QDate birthdayOf(const QString &text)
+{
+    const QString day = text.section(u'T', 0, 0).trimmed();
+    const QDate date = QDate::fromString(day, u"yyyy-MM-dd"_s);
+    return date.isValid() ? date : QDate::fromString(day, u"yyyyMMdd"_s);
+}
+
+// A URI's number: "tel:+1-555-0100;ext=12"
+QString numberOf(const QString &value)
+{
+    if (!value.startsWith("tel:"_L1, Qt::CaseInsensitive))
+        return value;
+    return QUrl::fromPercentEncoding(value.sliced(4).section(u';', 0, 0).toUtf8());
+}
+
+QString nullIfEmpty(const QString &text)
+{
+    return text.isEmpty() ? QString() : text;
+}
+
+} // namespace
+
+/** A card in the making. */
+class VXCardReader::Building
+{
+public:
+    explicit Building(qint64 line) { _card.line = line; }
+
+    void add(const VXRawCardLine &raw)
+    {
+        if (++_propertyCount > mostProperties)
+            return tell(raw.number, u"the card has more than %1 properties; the rest is left out"_s.arg(mostProperties),
+                        _propertyCount == mostProperties + 1);
+        QString problem;
+        const std::optional<VXCardLine> line = VXCardLine::parse(raw, &problem);
+        if (!problem.isNull())
+            tell(raw.number, problem);
+        if (line && !line->value.isNull())
+            take(*line, raw.number);
+        else if (line && line->isData)
+            takeData(*line, raw.number);
+    }
+
+    void tell(qint64 line, const QString &text, bool isNew = true)
+    {
+        if (isNew && _card.problems.size() < mostProblems)
+            _card.problems.append({line, text});
+    }
+
+    VXCard finished(bool isWhole)
+    {
+        if (!isWhole)
+            tell(_card.line, u"the card that begins here has no end; it is left out"_s);
+        finishNames();
+        finishLabels();
+        const bool isContact = !_card.contact.displayName().isEmpty();
+        if (isWhole && !isContact)
+            tell(_card.line, u"the card that begins here has no name, number or address; it is left out"_s);
+        _card.isContact = isWhole && isContact;
+        return _card;
+    }
+
+private:
+    using Taker = bool (Building::*)(const VXCardLine &);
+
+    void take(const VXCardLine &line, qint64 number)
+    {
+        static const QHash<QString, Taker> takers = {
+            {u"FN"_s, &Building::takeFullName},     {u"N"_s, &Building::takeName},
+            {u"NICKNAME"_s, &Building::takeText},   {u"ORG"_s, &Building::takeText},
+            {u"TITLE"_s, &Building::takeText},      {u"NOTE"_s, &Building::takeText},
+            {u"UID"_s, &Building::takeText},        {u"BDAY"_s, &Building::takeBirthday},
+            {u"TEL"_s, &Building::takeAddress},     {u"EMAIL"_s, &Building::takeAddress},
+            {u"URL"_s, &Building::takeAddress},     {u"ADR"_s, &Building::takePostalAddress},
+            {u"CATEGORIES"_s, &Building::takeList}, {u"PHOTO"_s, &Building::takePhotoURI},
+            {u"X-ABLABEL"_s, &Building::takeLabel}};
+        static const QStringList passedOver{u"VERSION"_s, u"REV"_s, u"PRODID"_s, u"BEGIN"_s, u"END"_s};
+        if (passedOver.contains(line.name) || line.value.trimmed().isEmpty())
+            return;
+        const Taker taker = takers.value(line.name, nullptr);
+        _number = number;
+        if (taker == nullptr || !(this->*taker)(line))
+            keepUnknown(line, number);
+    }
+
+    void keepUnknown(const VXCardLine &line, qint64 number)
+    {
+        const QString text = line.contentLine();
+        _unknownSize += text.size();
+        if (_unknownSize > largestUnknown)
+            return tell(number, u"\"%1\" is left out: the card has too much that is not known here"_s.arg(line.name));
+        _card.contact.properties.append(text);
+        if (!line.group.isEmpty())
+            _unknownGroups.append(line.group);
+    }
+
+    void takeData(const VXCardLine &line, qint64 number)
+    {
+        if (line.name != "PHOTO"_L1 || !_card.contact.image.isEmpty())
+            keepUnknown(line, number);
+        else
+            takeImage(line.data, number);
+    }
+
+    void takeImage(const QByteArray &image, qint64 number)
+    {
+        if (image.size() > largestImage)
+            tell(number, u"the picture has more than %1 MB and is left out"_s.arg(largestImage >> 20));
+        else
+            _card.contact.image = image;
+    }
+
+    bool takePhotoURI(const VXCardLine &line)
+    {
+        static const QString mark = u";base64,"_s;
+        const qsizetype comma = line.value.indexOf(mark, 0, Qt::CaseInsensitive);
+        if (!line.value.startsWith("data:"_L1, Qt::CaseInsensitive) || comma < 0 || !_card.contact.image.isEmpty())
+            return false; // somewhere on the net: kept
+        takeImage(QByteArray::fromBase64(QStringView(line.value).sliced(comma + mark.size()).toLatin1()), _number);
+        return true;
+    }
+
+    bool takeFullName(const VXCardLine &line)
+    {
+        if (!_card.contact.name.isEmpty())
+            return false;
+        _card.contact.name = VXUnescapedCardText(line.value).trimmed();
+        return true;
+    }
+
+    bool takeName(const VXCardLine &line)
+    {
+        if (_hasName)
+            return false;
+        _hasName = true;
+        const QStringList parts = VXCardValueParts(line.value, u';');
+        VXContactRecord &contact = _card.contact;
+        QString *const fields[] = {&contact.lastName, &contact.firstName, &contact.middleName, &contact.namePrefix,
+                                   &contact.nameSuffix};
+        for (qsizetype index = 0; index < std::min<qsizetype>(parts.size(), 5); ++index)
+            *fields[index] = nullIfEmpty(parts[index]);
+        return true;
+    }
+
+    bool takeText(const VXCardLine &line)
+    {
+        VXContactRecord &contact = _card.contact;
+        QString &field = line.name == "NICKNAME"_L1 ? contact.nickname
+                         : line.name == "ORG"_L1    ? contact.company
+                         : line.name == "TITLE"_L1  ? contact.jobTitle
+                         : line.name == "UID"_L1    ? contact.uid
+                                                    : contact.note;
+        if (!field.isEmpty())
+            return false;
+        if (line.name == "ORG"_L1) { // the company, then its units
+            QStringList parts = VXCardValueParts(line.value, u';');
+            parts.removeAll(u""_s);
+            field = nullIfEmpty(parts.join("; "_L1));
+        } else {
+            field = nullIfEmpty(VXUnescapedCardText(line.value).trimmed());
+        }
+        return true;
+    }
+
+    bool takeBirthday(const VXCardLine &line)
+    {
+        const QDate date = birthdayOf(line.value);
+        if (!date.isValid() || _card.contact.birthday.isValid())
+            return false; // without a year, as text
+        _card.contact.birthday = date;
+        return true;
+    }
+
+    bool takeAddress(const VXCardLine &line)
+    {
+        const QString text = VXUnescapedCardText(line.value).trimmed();
+        const bool isNumber = line.name == "TEL"_L1;
+        if (text.isEmpty() || (isNumber && numberOf(text).trimmed().isEmpty()))
+            return true;
+        QList<Address> &list = isNumber                  ? _card.contact.numbers
+                               : line.name == "EMAIL"_L1 ? _card.contact.emails
+                                                         : _card.contact.urls;
+        list.append({isNumber ? numberOf(text) : text, typeOf(line), isNumber ? labelOf(line) : QString()});
+        if (!line.group.isEmpty())
+            _labelled.append({line.group, &list, list.size() - 1});
+        return true;
+    }
+
+    bool takePostalAddress(const VXCardLine &line)
+    {
+        QStringList parts = VXCardValueParts(line.value, u';');
+        parts.resize(std::max<qsizetype>(parts.size(), 7));
+        QStringList street{parts[2], parts[1], parts[0]}; // behind it the extended address and the box
+        street.removeAll(u""_s);
+        street.removeAll(QString());
+        VXContactRecord::PostalAddress address{.street = nullIfEmpty(street.join(u'\n')),
+                                               .city = nullIfEmpty(parts[3]),
+                                               .state = nullIfEmpty(parts[4]),
+                                               .zip = nullIfEmpty(parts[5]),
+                                               .country = nullIfEmpty(parts[6]),
+                                               .type = typeOf(line)};
+        const bool isEmpty = std::ranges::all_of(parts, [](const QString &part) { return part.isEmpty(); });
+        if (!isEmpty)
+            _card.contact.addresses.append(address);
+        return true;
+    }
+
+    bool takeList(const VXCardLine &line)
+    {
+        for (const QString &name : VXCardValueParts(line.value, u',')) {
+            if (!name.isEmpty() && !_card.contact.groups.contains(name))
+                _card.contact.groups.append(name);
+        }
+        return true;
+    }
+
+    bool takeLabel(const VXCardLine &line)
+    {
+        if (line.group.isEmpty())
+            return false;
+        _labels.insert(line.group, line);
+        return true;
+    }
+
+    // The name as a whole counts where its parts are not known, and is no company's.
+    void finishNames()
+    {
+        VXContactRecord &contact = _card.contact;
+        const bool hasParts = !contact.firstName.isEmpty() || !contact.lastName.isEmpty();
+        if (hasParts || contact.name == contact.company || contact.name == contact.nickname)
+            contact.name = QString();
+        contact.name = nullIfEmpty(contact.name);
+        const QList<Address> first = contact.numbers + contact.emails; // that is no name but stands in for one
+        if (!first.isEmpty() && contact.name == first.constFirst().value)
+            contact.name = QString();
+    }
+
+    void finishLabels()
+    {
+        for (const Labelled &each : std::as_const(_labelled)) {
+            const auto label = _labels.constFind(each.group);
+            if (label == _labels.constEnd() || _unknownGroups.contains(each.group))
+                continue;
+            Address &address = (*each.list)[each.index];
+            const QString text = plainLabel(VXUnescapedCardText(label->value).trimmed());
+            if (address.label.isEmpty())
+                address.label = text;
+            _labels.erase(label);
+        }
+        for (const VXCardLine &unused : std::as_const(_labels))
+            keepUnknown(unused, _card.line);
+    }
+
+    struct Labelled
+    {
+        QString group;
+        QList<Address> *list;
+        qsizetype index;
+    };
+
+    VXCard _card;
+    QHash<QString, VXCardLine> _labels; // by group
+    QList<Labelled> _labelled;
+    QStringList _unknownGroups; // of properties that are kept as they are
+    qsizetype _propertyCount = 0;
+    qsizetype _unknownSize = 0;
+    qint64 _number = 0; // the line that is being taken
+    bool _hasName = false;
+};
+
+VXCardReader::VXCardReader(QIODevice &device) : _lines(std::make_unique<VXCardLines>(device)) {}
+
+VXCardReader::~VXCardReader() = default;
+
+bool VXCardReader::findBegin()
+{
+    bool isTold = false;
+    for (VXRawCardLine raw; _begin == 0 && _lines->next(raw);) {
+        if (isMark(raw, "BEGIN")) {
+            _begin = raw.number;
+        } else if (!raw.octets.trimmed().isEmpty() && !std::exchange(isTold, true) && _problems.size() < mostProblems) {
+            _problems.append({raw.number, u"what stands here belongs to no card"_s});
+        }
+    }
+    return _begin != 0;
+}
+
+// A card within a card, as 2.1 has it for agents, follows its property at once; any other BEGIN tells that an END is missing.
+std::optional<VXCard> VXCardReader::next()
+{
+    if (!findBegin())
+        return std::nullopt;
+    Building card(std::exchange(_begin, 0));
+    qsizetype depth = 0;
+    bool isAgent = false;
+    for (VXRawCardLine raw; _lines->next(raw);) {
+        if (isMark(raw, "END")) {
+            if (depth == 0)
+                return card.finished(true);
+            --depth;
+        } else if (isMark(raw, "BEGIN")) {
+            if (depth == 0 && !isAgent) {
+                card.tell(raw.number, u"the card before this line has no end"_s);
+                _begin = raw.number;
+                return card.finished(true);
+            }
+            if (depth++ == 0)
+                card.tell(raw.number, u"a card within the card is left out"_s);
+        } else if (depth == 0 && !raw.octets.trimmed().isEmpty()) {
+            const QByteArray upper = raw.octets.left(20).toUpper();
+            isAgent = upper.startsWith("AGENT") && raw.octets.trimmed().endsWith(':');
+            if (!isAgent)
+                card.add(raw);
+            continue;
+        }
+        isAgent = false;
+    }
+    return card.finished(false);
+}

@@ -1,0 +1,203 @@
+#include "VXContactHistory.h"
+
+#include "VXContactWriter.h"
+#include "VXErrorDomain.h"
+#include "VXFramework.h"
+#include "VXManagedObjectContext.h"
+#include "VXPhonebookEntry.h"
+
+using namespace Qt::StringLiterals;
+
+using Operator = VXPredicate::Operator;
+
+namespace {
+
+constexpr qsizetype mostChangeSets = 10;
+constexpr qsizetype portion = 500; // contacts of one save
+
+const QString setEntity = u"VXContactChangeSet"_s;
+const QString changeEntity = u"VXContactChange"_s;
+const QString numberKey = u"number"_s;
+const QString changedDateKey = u"changedDate"_s;
+
+VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
+{
+    return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
+}
+
+VXFetchRequest requestFor(const VXManagedObjectContext &context, const QString &entity)
+{
+    return VXFetchRequest(*context.persistentStoreCoordinator()->model().entityForName(entity));
+}
+
+VXContactChangeSet changeSetOf(const VXManagedObject &object)
+{
+    return {.number = object.valueForKey(numberKey).toLongLong(),
+            .kind = object.valueForKey(u"kind"_s).toString(),
+            .title = object.valueForKey(u"title"_s).toString(),
+            .date = object.valueForKey(u"date"_s).toDateTime()};
+}
+
+// The newest first.
+std::optional<VXFetchResult> changeSets(VXManagedObjectContext &context, VXError *error)
+{
+    VXFetchRequest request = requestFor(context, setEntity);
+    request.sortDescriptors = {{.key = numberKey, .isAscending = false}};
+    return context.executeFetchRequest(request, error);
+}
+
+VXManagedObjectPtr objectOf(VXManagedObjectContext &context, qint64 number, VXError *error = nullptr)
+{
+    VXFetchRequest request = requestFor(context, setEntity);
+    request.predicate = compare(numberKey, Operator::Equal, number);
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    return found ? found->first() : VXManagedObjectPtr();
+}
+
+QString nameOf(const VXManagedObject &person)
+{
+    const QString name = VXPhonebookEntry::displayString(person);
+    return name.isEmpty() ? VXLocalizedString(u"(no name)"_s) : name;
+}
+
+bool isUntouched(const VXManagedObject &person, const VXContactChangeSet &changeSet)
+{
+    return person.valueForKey(changedDateKey).toDateTime() == changeSet.date;
+}
+
+} // namespace
+
+std::optional<VXContactChangeSet> VXContactHistory::begin(const QString &kind, const QString &title,
+                                                          VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    const std::optional<VXFetchResult> old = changeSets(context, error);
+    if (!old)
+        return std::nullopt;
+    for (qsizetype index = mostChangeSets - 1; index < old->size(); ++index)
+        context.deleteObject(old->at(index));
+    const QDateTime date = QDateTime::currentDateTimeUtc();
+    qint64 number = date.toMSecsSinceEpoch(); // so that two processes do not meet
+    if (!old->isEmpty())
+        number = std::max(number, changeSetOf(*old->first()).number + 1);
+    const VXContactChangeSet changeSet{number, kind, title, date};
+    const VXManagedObjectPtr object = context.insertNewObject(setEntity);
+    object->setValueForKey(number, numberKey);
+    object->setValueForKey(kind, u"kind"_s);
+    object->setValueForKey(title, u"title"_s);
+    object->setValueForKey(date, u"date"_s);
+    return context.save(error) ? std::optional(changeSet) : std::nullopt;
+}
+
+void VXContactHistory::note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,
+                            const VXManagedObjectPtr &person, bool isRemoved)
+{
+    const VXManagedObjectPtr change = context.insertNewObject(changeEntity);
+    QVariantMap before = VXContactRecord(QVariant::fromValue(person)).map();
+    before.insert(changedDateKey, person->valueForKey(changedDateKey));
+    change->setValueForKey(before, u"before"_s);
+    if (const VXManagedObjectPtr owner = objectOf(context, changeSet.number))
+        change->setValueForKey(QVariant::fromValue(owner), u"changeSet"_s);
+    if (!isRemoved)
+        change->setValueForKey(QVariant::fromValue(person), u"person"_s);
+}
+
+bool VXContactHistory::forget(const VXContactChangeSet &changeSet, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    const VXManagedObjectPtr object = objectOf(context, changeSet.number, error);
+    if (!object)
+        return false;
+    context.deleteObject(object);
+    return context.save(error);
+}
+
+std::optional<VXContactChangeSet> VXContactHistory::last(VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    const std::optional<VXFetchResult> all = changeSets(context, error);
+    return all && !all->isEmpty() ? std::optional(changeSetOf(*all->first())) : std::nullopt;
+}
+
+std::optional<VXContactUndo> VXContactHistory::undoLast(bool isDryRun, VXError *error) const
+{
+    VXError problem;
+    const std::optional<VXContactChangeSet> changeSet = last(&problem);
+    if (!changeSet) {
+        VXSetError(error, problem ? problem
+                                  : VXMakeError(VXLocalizedString(
+                                        u"There is no import or merge of contacts that could be undone."_s)));
+        return std::nullopt;
+    }
+    VXContactUndo undo{.changeSet = *changeSet};
+    if (!undoChanges(undo, isDryRun, error) || !removeMade(undo, isDryRun, error))
+        return std::nullopt;
+    return isDryRun || forget(*changeSet, error) ? std::optional(undo) : std::nullopt;
+}
+
+// Each change goes with what it undoes.
+bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    VXFetchRequest request = requestFor(context, changeEntity);
+    request.predicate = compare(u"changeSet.number"_s, Operator::Equal, undo.changeSet.number);
+    const std::optional<VXFetchResult> changes = context.executeFetchRequest(request, error);
+    if (!changes)
+        return false;
+    VXContactWriter writer(context);
+    for (const VXManagedObjectPtr &change : *changes) {
+        const QVariantMap values = change->valueForKey(u"before"_s).toMap();
+        const VXContactRecord before(values);
+        const auto person = change->valueForKey(u"person"_s).value<VXManagedObjectPtr>();
+        const bool isLeft = person && !isUntouched(*person, undo.changeSet);
+        if (isLeft)
+            undo.left.append(nameOf(*person));
+        else
+            ++(person ? undo.restored : undo.broughtBack);
+        if (isDryRun)
+            continue;
+        const VXManagedObjectPtr restored = person ? person : writer.insert(before);
+        if (person && !isLeft)
+            writer.replace(person, before);
+        if (!isLeft) // so that what made it can be undone too
+            restored->setValueForKey(values.value(changedDateKey), changedDateKey);
+        context.deleteObject(change);
+    }
+    return isDryRun || changes->isEmpty() || context.save(error);
+}
+
+bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *error) const
+{
+    while (true) {
+        VXManagedObjectContext context(_coordinator);
+        VXFetchRequest request = requestFor(context, u"VXPerson"_s);
+        request.predicate = compare(u"importNumber"_s, Operator::Equal, undo.changeSet.number);
+        if (!isDryRun) {
+            request.limit = portion;
+            request.prefetchedRelationships = {u"numbers"_s,   u"emails"_s, u"urls"_s,
+                                               u"addresses"_s, u"words"_s,  u"groups"_s};
+        } else {
+            request.batchSize = portion;
+        }
+        const std::optional<VXFetchResult> persons = context.executeFetchRequest(request, error);
+        if (!persons)
+            return false;
+        for (const VXManagedObjectPtr &person : *persons) {
+            const bool isLeft = !isUntouched(*person, undo.changeSet);
+            if (isLeft)
+                undo.left.append(nameOf(*person));
+            else
+                ++undo.removed;
+            if (isDryRun)
+                continue;
+            if (isLeft)
+                person->setValueForKey({}, u"importNumber"_s); // it is the user's own by now
+            else
+                context.deleteObject(person);
+        }
+        if (isDryRun || persons->isEmpty())
+            return true;
+        if (!context.save(error))
+            return false;
+    }
+}

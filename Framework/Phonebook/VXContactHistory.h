@@ -1,0 +1,66 @@
+#pragma once
+
+#include "VXContactRecord.h"
+#include "VXError.h"
+#include "VXFrameworkExport.h"
+#include "VXManagedObject.h"
+#include "VXPersistentStoreCoordinator.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <optional>
+
+class VXManagedObjectContext;
+
+/** What changed many contacts at once: an import, or a merge. */
+struct VXContactChangeSet
+{
+    qint64 number = 0;
+    QString kind = {};  // "import", "merge"
+    QString title = {}; // of an import the file
+    QDateTime date = {};
+};
+
+/** What undoing one came to, or would come to. */
+struct VXContactUndo
+{
+    VXContactChangeSet changeSet = {};
+    qsizetype removed = 0;     // that it had made
+    qsizetype restored = 0;    // that it had changed
+    qsizetype broughtBack = 0; // that it had removed
+    QStringList left = {};     // names of those that were changed since: they stay as they are
+};
+
+/**
+ * Remembers what imports and merges did to the contacts of the store "phonebook", in the store itself and with the same saves, so
+ * that the last ones can be undone. On any thread; a context on its own.
+ */
+class VX_EXPORT VXContactHistory
+{
+public:
+    explicit VXContactHistory(const VXPersistentStoreCoordinator::Ptr &coordinator) : _coordinator(coordinator) {}
+
+    /** Saved at once. None, with an error, on failure. The oldest beyond ten are forgotten. */
+    std::optional<VXContactChangeSet> begin(const QString &kind, const QString &title, VXError *error = nullptr) const;
+    /** In a context, to be saved with the change, and before it: a person as it is, whether it is only changed or goes. */
+    static void note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,
+                     const VXManagedObjectPtr &person, bool isRemoved);
+    /** Forgets one that came to nothing. */
+    bool forget(const VXContactChangeSet &changeSet, VXError *error = nullptr) const;
+
+    /** The last one; none when there is none, or, with an error, on failure. */
+    std::optional<VXContactChangeSet> last(VXError *error = nullptr) const;
+    /**
+     * Undoes the last one. One that is broken off can be repeated: it stays the last one until all is undone. With `isDryRun` only tells.
+     * None, with an error, when there is none, or on failure.
+     */
+    std::optional<VXContactUndo> undoLast(bool isDryRun, VXError *error = nullptr) const;
+
+private:
+    bool undoChanges(VXContactUndo &undo, bool isDryRun, VXError *error) const;
+    bool removeMade(VXContactUndo &undo, bool isDryRun, VXError *error) const;
+
+    VXPersistentStoreCoordinator::Ptr _coordinator;
+};

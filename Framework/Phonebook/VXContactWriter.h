@@ -1,0 +1,56 @@
+#pragma once
+
+#include "VXContactRecord.h"
+#include "VXFrameworkExport.h"
+#include "VXManagedObject.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QHash>
+#include <QtCore/QString>
+
+class VXManagedObjectContext;
+
+/** Whose single values count where two contacts become one. */
+enum class VXContactPrecedence { News, Known };
+
+/** A contact as it can be stored: a name whose parts are not known is the first name, and what is empty is none. */
+[[nodiscard]] VX_EXPORT VXContactRecord VXStorableContact(const VXContactRecord &contact);
+/**
+ * Both in one, storable: lists are united, numbers compared by their search strings and addresses without case; of single values
+ * those of the one with precedence count, if it has any. A UID that is known stays.
+ */
+[[nodiscard]] VX_EXPORT VXContactRecord VXUnitedContact(const VXContactRecord &known, const VXContactRecord &news,
+                                                        VXContactPrecedence precedence);
+/** Whether they have the same values, in whatever order. */
+[[nodiscard]] VX_EXPORT bool VXIsSameContact(const VXContactRecord &a, const VXContactRecord &b);
+
+/**
+ * Writes contacts into the store "phonebook" by a context, which the caller saves. What of a person stays as it is is not written
+ * again. On the context's thread.
+ */
+class VX_EXPORT VXContactWriter
+{
+public:
+    explicit VXContactWriter(VXManagedObjectContext &context) : _context(context) {}
+
+    /** Of a change set: persons get this date, and new ones the number. */
+    void setChangeSet(qint64 number, const QDateTime &date);
+
+    /** A new person. One without a UID gets one. */
+    VXManagedObjectPtr insert(const VXContactRecord &contact);
+    /** Gives the person just these values; the UID stays when there is no other. */
+    void replace(const VXManagedObjectPtr &person, const VXContactRecord &contact);
+
+private:
+    void write(VXManagedObject &person, const VXContactRecord &contact);
+    void writeAddresses(const VXManagedObjectPtr &person, const QString &relationship, const QString &valueKey,
+                        const QList<VXContactRecord::Address> &addresses);
+    void writePostalAddresses(const VXManagedObjectPtr &person, const VXContactRecord &contact);
+    void writeGroups(const VXManagedObjectPtr &person, const QStringList &names);
+    VXManagedObjectPtr groupNamed(const QString &name);
+
+    VXManagedObjectContext &_context;
+    QHash<QString, VXManagedObjectPtr> _groups; // by name
+    qint64 _number = 0;
+    QDateTime _date;
+};

@@ -1,0 +1,138 @@
+// The contacts that are kept, by the commands that show and change them.
+
+#include "HostProgram.h"
+#include "HostTestsPaths.h"
+#include "VXHostJSON.h"
+#include "VXTesting.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+
+class HostContactsTest : public VXHomeTest
+{
+protected:
+    HostOutcome phonebook(const QStringList &arguments) const
+    {
+        return runHost(QStringList{u"phonebook"_s} + arguments);
+    }
+
+    /** With --json, and what is not the same in all runs left out. */
+    QJsonValue json(const QStringList &arguments) const
+    {
+        const HostOutcome outcome = phonebook(arguments + QStringList{u"--json"_s});
+        const auto value = VXJSONFromText(outcome.output);
+        EXPECT_TRUE(value) << outcome.output.toStdString() << outcome.errors.toStdString();
+        return value.value_or(QJsonValue());
+    }
+
+    QString file(const QString &name) const { return QStringLiteral(VORNIX_EXAMPLES "/contacts/") + name; }
+};
+
+TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
+{
+    EXPECT_EQ(phonebook({u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100/m"_s, u"--email"_s,
+                         u"jane@example.org"_s, u"--group"_s, u"Family"_s})
+                  .status,
+              0);
+    EXPECT_EQ(phonebook({u"add"_s, u"Doe, Jane"_s, u"--number"_s, u"0044 20 7946 0123"_s}).status, 0);
+    EXPECT_EQ(json({u"lookup"_s, u"(555) 0100"_s})["name"_L1], u"Jane Doe"_s);
+    EXPECT_EQ(json({u"complete"_s, u"ja do"_s, u"--limit"_s, u"5"_s}),
+              (QJsonArray{u"Jane Doe <+1 555 0100/m>"_s, u"Jane Doe <0044 20 7946 0123>"_s,
+                          u"Jane Doe <jane@example.org>"_s}));
+    EXPECT_EQ(phonebook({u"list"_s, u"--group"_s, u"family"_s}).output,
+              "ID  NAME      NUMBERS        ADDRESSES         GROUPS\n"
+              "p1  Jane Doe  +1 555 0100/m  jane@example.org  Family\n");
+    EXPECT_THAT(phonebook({u"show"_s, u"jane doe"_s}).errors.toStdString(), HasSubstr("are several contacts: p1, p2"));
+    EXPECT_EQ(phonebook({u"edit"_s, u"p2"_s, u"--first"_s, u"Zoe"_s, u"--number"_s, u"555 0100/W"_s, u"--drop"_s,
+                         u"020 7946 0123"_s})
+                  .status,
+              0);
+    const QJsonArray all = json({u"lookup"_s, u"<5550100/W>"_s, u"--all"_s}).toArray();
+    ASSERT_EQ(all.size(), 2);
+    EXPECT_EQ(all.at(0)["string"_L1], u"Zoe Doe <555 0100/W>"_s);
+    EXPECT_GT(all.at(0)["score"_L1].toDouble(), all.at(1)["score"_L1].toDouble());
+    EXPECT_EQ(all.at(0)["reasons"_L1].toArray().at(0), u"has the type that was given"_s);
+    EXPECT_EQ(phonebook({u"delete"_s, u"zoe doe"_s}).status, 0);
+    EXPECT_EQ(json({u"list"_s}).toArray().size(), 1);
+    const std::pair<QStringList, const char *> wrong[] = {
+        {{u"lookup"_s}, "lookup needs STRING"},
+        {{u"lookup"_s, u"Jane"_s, u"--all"_s}, "is no phone number"},
+        {{u"show"_s, u"nobody"_s}, "there is no contact \"nobody\""},
+        {{u"add"_s}, "add needs a name"},
+        {{u"add"_s, u"x"_s, u"--number"_s, u"abc"_s}, "\"abc\" is no phone number"},
+        {{u"edit"_s, u"p1"_s, u"--drop"_s, u"x"_s}, "the contact has no \"x\""},
+        {{u"list"_s, u"--merge"_s}, "--merge does not go with list"},
+        {{u"list"_s, u"--limit"_s, u"0"_s}, "--limit needs a number"},
+    };
+    for (const auto &[arguments, problem] : wrong) {
+        const HostOutcome outcome = phonebook(arguments);
+        EXPECT_NE(outcome.status, 0);
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(problem));
+    }
+    EXPECT_NE(phonebook({u"lookup"_s, u"555 0199"_s}).status, 0);
+}
+
+TEST_F(HostContactsTest, FilesOfOtherProgramsAreImportedAndExported)
+{
+    const std::pair<QString, QString> files[] = {
+        {u"phone-2.1.vcf"_s, u"2 added, 0 changed, 0 there already, 0 left out"_s},
+        {u"addressbook-3.0.vcf"_s, u"1 added, 0 changed, 0 there already, 0 left out"_s},
+        {u"desktop-4.0.vcf"_s, u"2 added, 0 changed, 0 there already, 0 left out"_s},
+    };
+    for (const auto &[name, counts] : files) {
+        const HostOutcome preview = phonebook({u"import"_s, file(name), u"--dry-run"_s});
+        EXPECT_THAT(preview.output.toStdString(), HasSubstr("Would be imported: " + counts.toStdString()));
+        const HostOutcome outcome = phonebook({u"import"_s, file(name)});
+        EXPECT_EQ(outcome.output.toStdString(), "Imported: " + counts.toStdString() + '\n')
+            << outcome.errors.toStdString();
+        EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    }
+    const HostOutcome broken = phonebook({u"import"_s, file(u"broken.vcf"_s)});
+    EXPECT_NE(broken.status, 0);
+    EXPECT_THAT(broken.errors.toStdString(), HasSubstr("broken.vcf:7: the card that begins here has no end"));
+    const QString exported = path(u"out.vcf"_s);
+    for (const QString &version : {u"3.0"_s, u"4.0"_s}) {
+        EXPECT_EQ(phonebook({u"export"_s, exported, u"--card-version"_s, version}).output, "Exported 5.\n");
+        EXPECT_EQ(readFile(exported).count("VERSION:" + version.toLatin1()), 5);
+        EXPECT_THAT(readFile(exported).toStdString(),
+                    HasSubstr("X-SOCIALPROFILE;type=example:https://social.example/jane"));
+        EXPECT_EQ(json({u"import"_s, exported})["same"_L1].toInt(), 5) << readFile(exported).toStdString();
+    }
+    EXPECT_THAT(phonebook({u"undo-import"_s}).output.toStdString(), HasSubstr("Undid the import of desktop-4.0.vcf"));
+    EXPECT_EQ(json({u"list"_s}).toArray().size(), 3);
+    phonebook({u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0101"_s});
+    EXPECT_THAT(phonebook({u"duplicates"_s}).output.toStdString(), HasSubstr("Jane Doe  5550101"));
+    EXPECT_EQ(json({u"duplicates"_s, u"--merge"_s})["merged"_L1], true);
+    EXPECT_EQ(json({u"undo-import"_s})["broughtBack"_L1].toInt(), 1);
+    EXPECT_THAT(phonebook({u"import"_s, path(u"none.vcf"_s)}).errors.toStdString(),
+                HasSubstr("none.vcf can not be read"));
+}
+
+TEST_F(HostContactsTest, TriggersKnowWhoCalls)
+{
+    phonebook({u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s, u"--group"_s, u"Family"_s});
+    const auto host = [](const QStringList &arguments) { return runHost(arguments); };
+    const QString family = u"ANY contact.groups.name == 'Family'"_s;
+    const QString stranger = u"contact == NULL AND who != 'Jane Doe'"_s;
+    for (const QString &filter : {family, stranger})
+        EXPECT_EQ(
+            host({u"triggers"_s, u"add"_s, u"--event"_s, u"incoming_call"_s, u"--name"_s, filter, u"--filter"_s, filter,
+                  u"--reactor"_s, u"logevent"_s, u"--option"_s, u"text=from {who}, {contact.firstName}"_s})
+                .status,
+            0);
+    const std::pair<QString, QString> calls[] = {{u"5550100"_s, u"Jane Doe"_s}, {u"555 0199"_s, u"555 0199"_s}};
+    for (const auto &[number, who] : calls) {
+        const HostOutcome posted = host({u"post"_s, u"incoming_call"_s, u"--subtype"_s, u"ringing"_s, u"--object"_s,
+                                         u"{\"from\": \"%1\"}"_s.arg(number), u"--json"_s});
+        const QJsonValue record = VXJSONFromText(posted.output).value_or(QJsonValue());
+        EXPECT_EQ(record["who"_L1], who) << posted.output.toStdString();
+        const bool isJane = who == "Jane Doe"_L1;
+        EXPECT_EQ(record["triggers"_L1].toArray().at(0)["outcome"_L1], isJane ? u"ran"_s : u"rejected"_s);
+        EXPECT_EQ(record["triggers"_L1].toArray().at(1)["outcome"_L1], isJane ? u"rejected"_s : u"ran"_s);
+    }
+    EXPECT_THAT(host({u"log"_s}).output.toStdString(), HasSubstr("from Jane Doe, Jane"));
+    EXPECT_THAT(host({u"history"_s}).output.toStdString(), HasSubstr("incoming_call::ringing  Jane Doe"));
+}

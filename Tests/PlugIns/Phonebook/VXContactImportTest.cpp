@@ -1,0 +1,197 @@
+#include "VXContactImport.h"
+#include "VXContactDuplicates.h"
+#include "VXContactHistory.h"
+#include "VXContactMatch.h"
+#include "VXContactWriter.h"
+#include "VXPhonebookTest.h"
+
+#include <QtCore/QBuffer>
+
+using namespace Qt::StringLiterals;
+
+class VXContactImportTest : public VXPhonebookTest
+{
+protected:
+    VXContactImportTest()
+    {
+        if (!IsSkipped())
+            start();
+    }
+
+    /** "ADDED CHANGED SAME LEFT-OUT" */
+    QString import(const QByteArray &cards, bool isDryRun = false)
+    {
+        QBuffer buffer;
+        buffer.setData(cards);
+        buffer.open(QIODevice::ReadOnly);
+        VXCardReader reader(buffer);
+        VXContactImport import(store, u"a.vcf"_s);
+        import.setDryRun(isDryRun);
+        VXError error;
+        const auto report = import.run(reader, &error);
+        EXPECT_TRUE(report) << error.description().toStdString();
+        return u"%1 %2 %3 %4"_s.arg(report->added).arg(report->changed).arg(report->same).arg(report->leftOut);
+    }
+
+    /** Of each contact name, numbers, addresses and groups, sorted. */
+    QStringList contacts() const
+    {
+        VXManagedObjectContext context(store);
+        QStringList lines;
+        const auto found = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
+        for (const VXManagedObjectPtr &person : *found) {
+            const VXContactRecord contact(QVariant::fromValue(person));
+            QStringList values{contact.displayName(), contact.company};
+            for (const auto &list : {contact.numbers, contact.emails}) {
+                for (const auto &each : list)
+                    values.append(each.value);
+            }
+            values += contact.groups;
+            lines.append(values.join(u'|'));
+        }
+        lines.sort();
+        return lines;
+    }
+
+    qsizetype countOf(const QString &entity) const
+    {
+        VXManagedObjectContext context(store);
+        return context.countForFetchRequest(VXFetchRequest(*store->model().entityForName(entity))).value_or(-1);
+    }
+
+    QString undo(bool isDryRun = false) const
+    {
+        VXError error;
+        const auto undone = VXContactHistory(store).undoLast(isDryRun, &error);
+        return undone ? u"%1 %2 %3 %4"_s.arg(undone->removed)
+                            .arg(undone->restored)
+                            .arg(undone->broughtBack)
+                            .arg(undone->left.join(u','))
+                      : error.localizedDescription();
+    }
+};
+
+namespace {
+
+QByteArray card(const QByteArray &name, const QByteArray &lines)
+{
+    return "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:" + name + "\r\nN:" + name.split(' ').value(1) + ';' +
+           name.split(' ').value(0) + "\r\n" + lines + "END:VCARD\r\n";
+}
+
+const QByteArray jane = card("Jane Doe", "UID:1\r\nTEL:555 0100\r\nEMAIL:jane@example.org\r\nCATEGORIES:Family\r\n");
+const QByteArray bob = card("Bob Hill", "TEL;TYPE=cell:+44 20 7946 0123\r\nX-MOOD:good\r\n");
+const QByteArray alone = card("Zoe Alone", "NOTE:no number\r\n");
+
+} // namespace
+
+TEST_F(VXContactImportTest, TheSameTwiceChangesNothing)
+{
+    const QByteArray cards = jane + bob + alone + bob;
+    EXPECT_EQ(import(cards, true), u"3 0 1 0"_s);
+    EXPECT_EQ(contacts(), QStringList());
+    EXPECT_EQ(import(cards), u"3 0 1 0"_s);
+    const QStringList once{u"Bob Hill||+44 20 7946 0123"_s, u"Jane Doe||555 0100|jane@example.org|Family"_s,
+                           u"Zoe Alone|"_s};
+    EXPECT_EQ(contacts(), once);
+    const qsizetype words = countOf(u"VXSearchWord"_s);
+    EXPECT_EQ(import(cards, true), u"0 0 4 0"_s);
+    EXPECT_EQ(import(cards), u"0 0 4 0"_s);
+    EXPECT_EQ(contacts(), once);
+    EXPECT_EQ(countOf(u"VXSearchWord"_s), words);
+    EXPECT_EQ(countOf(u"VXContactChangeSet"_s), 1);
+}
+
+TEST_F(VXContactImportTest, WhatIsNewIsTakenOverAndNothingIsLost)
+{
+    import(jane + bob);
+    const struct
+    {
+        QByteArray cards;
+        QString counts;
+        QString contact; // one that is there then
+    } cases[] = {
+        {card("Jane Smith", "UID:1\r\nTEL:555 0199\r\n"), u"0 1 0 0"_s,
+         u"Jane Smith||555 0100|555 0199|jane@example.org|Family"_s}, // by the UID, whatever the name
+        {card("Bob Hill", "UID:7\r\nTEL:020 7946 0123\r\nORG:Mill\r\n"), u"0 1 0 0"_s,
+         u"Bob Hill|Mill|+44 20 7946 0123"_s}, // by name and number, however that is written
+        {card("Bob Hill", "TEL:555 0300\r\n"), u"1 0 0 0"_s, u"Bob Hill||555 0300"_s},           // another one
+        {card("Rob Hill", "TEL:020 7946 0123\r\n"), u"1 0 0 0"_s, u"Rob Hill||020 7946 0123"_s}, // too
+        {card("Hill Rob", "TEL:020 7946 0123\r\n"), u"0 1 0 0"_s, u"Hill Rob||020 7946 0123"_s}, // names turned round
+        {"BEGIN:VCARD\r\nNOTE:x\r\nEND:VCARD\r\n", u"0 0 0 1"_s, u"Hill Rob||020 7946 0123"_s},
+    };
+    for (const auto &each : cases) {
+        EXPECT_EQ(import(each.cards, true), each.counts) << each.cards.toStdString();
+        EXPECT_EQ(import(each.cards), each.counts) << each.cards.toStdString();
+        EXPECT_TRUE(contacts().contains(each.contact)) << contacts().join(u'\n').toStdString();
+    }
+}
+
+TEST_F(VXContactImportTest, ImportsAreUndoneButForWhatWasChangedSince)
+{
+    EXPECT_EQ(undo(), u"There is no import or merge of contacts that could be undone."_s);
+    import(jane);
+    const QStringList before = contacts();
+    import(card("Jane Doe", "UID:1\r\nTEL:555 0199\r\nCATEGORIES:Work\r\n") + bob + alone);
+    {
+        VXManagedObjectContext context(store); // the user takes a fancy to one of them
+        VXFetchRequest request(*store->model().entityForName(u"VXPerson"_s));
+        request.predicate = *VXPredicate::predicateWithFormat(u"firstName == 'Zoe'"_s);
+        const auto found = context.executeFetchRequest(request);
+        found->first()->setValueForKey(u"Mill"_s, u"company"_s);
+        ASSERT_TRUE(context.save());
+    }
+    EXPECT_EQ(undo(true), u"1 1 0 Zoe Alone"_s);
+    EXPECT_EQ(contacts().size(), 3);
+    EXPECT_EQ(undo(), u"1 1 0 Zoe Alone"_s);
+    EXPECT_EQ(contacts(), before + QStringList{u"Zoe Alone|Mill"_s});
+    EXPECT_EQ(undo(), u"1 0 0 "_s); // the one before
+    EXPECT_EQ(contacts(), QStringList{u"Zoe Alone|Mill"_s});
+}
+
+TEST_F(VXContactImportTest, DuplicatesBecomeOneAndTwoAgain)
+{
+    VXManagedObjectContext context(store);
+    addPerson(context, {{u"firstName"_s, u"Jane"_s},
+                        {u"lastName"_s, u"Doe"_s},
+                        {u"numbers"_s, QStringList{u"555 0100"_s}},
+                        {u"birthday"_s, QDateTime(QDate(1985, 4, 12), QTime(0, 0), Qt::UTC)}});
+    addPerson(context, {{u"firstName"_s, u"Doe"_s},
+                        {u"lastName"_s, u"Jane"_s},
+                        {u"company"_s, u"Mill"_s},
+                        {u"numbers"_s, QStringList{u"5550100"_s, u"555 0177"_s}}});
+    addPerson(context, {{u"firstName"_s, u"jane doe"_s}, {u"emails"_s, QStringList{u"j@example.org"_s}}});
+    addPerson(context, {{u"firstName"_s, u"Jane"_s},
+                        {u"lastName"_s, u"Doe"_s},
+                        {u"numbers"_s, QStringList{u"555 0177"_s}},
+                        {u"emails"_s, QStringList{u"J@example.org"_s}}});
+    addPerson(context, {{u"firstName"_s, u"Jim"_s}, {u"numbers"_s, QStringList{u"555 0100"_s}}}); // in her house
+    const QStringList before = contacts();
+    const VXContactDuplicates duplicates(store);
+    const auto found = duplicates.find();
+    ASSERT_TRUE(found && found->size() == 1);
+    EXPECT_EQ(found->constFirst().persons.size(), 4);
+    EXPECT_EQ(found->constFirst().shared, (QStringList{u"5550100"_s, u"5550177"_s, u"j@example.org"_s}));
+    VXError error;
+    ASSERT_TRUE(duplicates.merge(*found, &error)) << error.description().toStdString();
+    EXPECT_EQ(contacts(), (QStringList{u"Doe Jane|Mill|5550100|555 0177|J@example.org"_s, u"Jim||555 0100"_s}));
+    EXPECT_EQ(duplicates.find()->size(), 0);
+    EXPECT_EQ(undo(), u"0 1 3 "_s);
+    EXPECT_EQ(contacts(), before);
+    EXPECT_EQ(countOf(u"VXContactChange"_s), 0);
+}
+
+TEST_F(VXContactImportTest, WhatIsKeptIsWhatTheCardHad)
+{
+    const QByteArray full =
+        card("Jane Doe", "UID:urn:1\r\nNICKNAME:J\r\nORG:Mill\r\nTITLE:Chief\r\nTEL;TYPE=home,cell:1234\r\n"
+                         "ADR;TYPE=work:;;12 Mill Lane;Town;;;\r\nURL:https://example.org\r\n"
+                         "BDAY:1985-04-12\r\nNOTE:n\\nm\r\nX-A;P=1:v\r\nitem1.IMPP:xmpp:a\r\n");
+    import(full);
+    VXManagedObjectContext context(store);
+    const auto found = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
+    QBuffer buffer;
+    buffer.setData(full);
+    buffer.open(QIODevice::ReadOnly);
+    EXPECT_EQ(VXContactRecord(QVariant::fromValue(found->first())).map(), VXCardReader(buffer).next()->contact.map());
+}
