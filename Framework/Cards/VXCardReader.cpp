@@ -18,7 +18,7 @@ namespace {
 bool isMark(const VXRawCardLine &raw, const QByteArray &name)
 {
     const QByteArray plain = raw.octets.left(100).trimmed().toUpper().replace(' ', "").replace('\t', "");
-    return plain == name + ":VCARD" || plain.endsWith('.' + name + ":VCARD");
+    return plain == name + ":VCARD" || (plain.count(':') == 1 && plain.endsWith('.' + name + ":VCARD"));
 }
 
 unsigned typeOf(const VXCardLine &line)
