@@ -207,5 +207,8 @@ void folder(benchmark::State &state)
 } // namespace
 
 BENCHMARK(conversation)->Name("messages newest 50 of a conversation/ours")->RangeMultiplier(10)->Range(1000, 1'000'000);
-BENCHMARK(conversationByHand)->Name("messages newest 50 of a conversation/peer")->RangeMultiplier(10)->Range(1000, 1'000'000);
+BENCHMARK(conversationByHand)
+    ->Name("messages newest 50 of a conversation/peer")
+    ->RangeMultiplier(10)
+    ->Range(1000, 1'000'000);
 BENCHMARK(folder)->Name("messages newest 50 of a folder")->RangeMultiplier(10)->Range(1000, 1'000'000);

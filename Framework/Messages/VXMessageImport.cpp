@@ -1,10 +1,10 @@
 #include "VXMessageImport.h"
 
 #include "MessageDataConstants.h"
+#include "VXConversationKey.h"
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 #include "VXMessageFiles.h"
-#include "VXConversationKey.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QSet>

@@ -1,8 +1,8 @@
 #include "VXCallSync.h"
 
 #include "VXBundle.h"
-#include "VXCoreDataSaveError.h"
 #include "VXConversationKey.h"
+#include "VXCoreDataSaveError.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,9 +1,9 @@
 #include "VXMessageSync.h"
 
 #include "VXBundle.h"
+#include "VXConversationKey.h"
 #include "VXCoreDataSaveError.h"
 #include "VXDeviceURL.h"
-#include "VXConversationKey.h"
 #include "VXPhonebookString.h"
 
 using namespace Qt::StringLiterals;

@@ -278,7 +278,7 @@ TEST_F(HostStoreTest, TheStoresOfPluginsGoByName)
         QStringList arguments;
         const char *problem;
     } rows[] = {
-        {{u"info"_s, u"cals"_s}, "there is no store \"cals\"; there are: calls, outbox, phonebook, triggers"},
+        {{u"info"_s, u"cals"_s}, "there is no store \"cals\"; there are: calls, messages, outbox, phonebook, triggers"},
         {{u"info"_s, u"calls"_s, u"--model"_s, path(u"people.vxmodel"_s)}, "--model goes with a PATH"},
         {{u"info"_s, u"calls.sqlite"_s}, "there is no such store"},
     };

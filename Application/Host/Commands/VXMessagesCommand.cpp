@@ -1,4 +1,5 @@
 #include "MessageDataConstants.h"
+#include "VXConversationKey.h"
 #include "VXDevicePlugin.h"
 #include "VXDeviceURL.h"
 #include "VXHostCommands.h"
@@ -10,7 +11,6 @@
 #include "VXMessageStore.h"
 #include "VXOutboxReport.h"
 #include "VXOutgoingMessage.h"
-#include "VXConversationKey.h"
 #include "VXPhonebookString.h"
 #include "VXPluginSession.h"
 #include "VXReadableText.h"
