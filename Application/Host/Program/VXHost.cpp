@@ -23,6 +23,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <memory>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -161,7 +162,9 @@ int VXHost::run(int argc, char **argv)
     std::signal(SIGPIPE, SIG_IGN); // a reader that went away is a failed write, not the end
     const VXHostCommandTable &commands = VXHostCommandTable::standard();
     const VXHostOptions options(decodedArguments(argc, argv), commands);
-    VXHostOutput output(STDOUT_FILENO, STDERR_FILENO, options.isSet(u"json"_s));
+    // Not on the stack, where a crash may leave nothing to answer with.
+    const auto ownedOutput = std::make_unique<VXHostOutput>(STDOUT_FILENO, STDERR_FILENO, options.isSet(u"json"_s));
+    VXHostOutput &output = *ownedOutput;
     VXHostContext context{options, commands, output};
 
     if (const auto status = answerWithoutApplication(context))

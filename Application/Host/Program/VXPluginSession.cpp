@@ -12,6 +12,8 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTimer>
 
+#include <memory>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -80,7 +82,7 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
         return context.output.fail(problem);
     VXApplication &application = VXApplication::sharedApplication();
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
-    VXLastWords lastWords(context.output);
+    const auto lastWords = std::make_unique<VXLastWords>(context.output); // a crash may write over the stack
     manager.setSafeMode(context.options.isSet(u"safe-mode"_s));
     application.setDidFinishLaunching(false); // a plugin that needs a relaunch gets it once all are started
     manager.startup();
@@ -93,7 +95,7 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
                            "--safe-mode leaves it out; of a store, \"vornix store check FOLDER\" tells more"_s)
                      : runGuarded(context, manager, command);
     status = saveAndAnswer(context.output, status);
-    lastWords.setStatus(status);
+    lastWords->setStatus(status);
     askForConsent(context.output, manager);
     manager.shutdown();
     deleteWhatIsDeferred();
