@@ -27,7 +27,7 @@ VXStoreLock::Ptr VXStoreLock::take(const QString &storePath, Purpose purpose, st
     const bool isInTheWay = lock && lock->isTimedOut();
     if (isBusy != nullptr)
         *isBusy = isInTheWay;
-    if (lock && !lock->isHeld() && (isInTheWay || isReplacing)) {
+    if (lock && !lock->isHeld() && (isInTheWay || isReplacing || !lock->isImpossible())) {
         const QString reason = isInTheWay ? isReplacing ? VXLocalizedString(u"Somebody has it open."_s)
                                                         : VXLocalizedString(u"It is being replaced or upgraded."_s)
                                           : lock->reason();

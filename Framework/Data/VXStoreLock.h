@@ -31,7 +31,7 @@ public:
     /**
      * Locks the place of a store folder, which need not exist. Waits while others stand in the way, at most for the time
      * given: then `isBusy` is true, if asked for. To read and use, a place where no file can be made (read-only media,
-     * another user's folder) needs none. @return null on failure.
+     * another user's folder, a full disk) needs none. @return null on failure.
      */
     [[nodiscard]] static Ptr take(const QString &storePath, Purpose purpose, std::chrono::milliseconds timeout,
                                   VXError *error = nullptr, bool *isBusy = nullptr);

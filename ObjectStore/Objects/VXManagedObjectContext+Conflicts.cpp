@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -64,6 +65,8 @@ bool VXManagedObjectContext::Save::resolve(const QList<VXRowConflict> &conflicts
 {
     using Kind = VXRowConflict::Kind;
     QHash<ObjectID, VXStoreRow::Ptr> changed;
+    QSet<ObjectID> gone;
+    std::for_each(_parts.begin(), _parts.end(), notePlaces);
     for (const VXRowConflict &conflict : conflicts) {
         const auto isOfStore = [&](const Part &part) { return &part.store->identity() == conflict.objectID.store(); };
         Part &part = *std::find_if(_parts.begin(), _parts.end(), isOfStore);
@@ -73,7 +76,7 @@ bool VXManagedObjectContext::Save::resolve(const QList<VXRowConflict> &conflicts
             changed.insert(conflict.objectID, conflict.stored);
             break;
         case Kind::Missing:
-            isResolved = resolveMissing(part, conflict.objectID);
+            gone.insert(conflict.objectID);
             break;
         case Kind::Referenced:
             isResolved = resolveReferenced(part, conflict);
@@ -86,11 +89,13 @@ bool VXManagedObjectContext::Save::resolve(const QList<VXRowConflict> &conflicts
             return false;
     }
     return std::all_of(_parts.begin(), _parts.end(), [&](Part &part) {
-        if (!resolveChanged(part, changed))
+        if (!resolveMissing(part, gone) || !resolveChanged(part, changed))
             return false;
         restoreDeleted(part);
-        return std::all_of(_contested.cbegin(), _contested.cend(),
-                           [&](const Contested &contested) { return pairUp(part, contested); });
+        const bool isResolved = std::all_of(_contested.cbegin(), _contested.cend(),
+                                            [&](const Contested &contested) { return pairUp(part, contested); });
+        removeDropped(part);
+        return isResolved;
     });
 }
 
@@ -98,19 +103,66 @@ bool VXManagedObjectContext::Save::resolveChanged(Part &part, const QHash<Object
 {
     for (qsizetype place = part.request.changes.size() - 1; place >= 0; --place) {
         const auto conflict = stored.constFind(part.request.changes[place].objectID);
-        if (conflict == stored.cend())
+        if (conflict == stored.cend() || placeOf(part, conflict.key()) != place)
             continue;
         if (part.objects[size_t(place)] != nullptr)
             _contested.push_back({conflict.key(), part.request.changes[place].row, *conflict});
         bool isDropped = part.objects[size_t(place)] == nullptr; // a delete rule is applied again to what is there now
         if (!isDropped && !resolve(part, place, *conflict, &isDropped))
             return false;
-        if (!isDropped)
-            continue;
-        part.request.changes.removeAt(place);
-        part.objects.erase(part.objects.begin() + place);
+        if (isDropped)
+            drop(part, conflict.key());
     }
     return true;
+}
+
+// -- The changes of a part while conflicts are resolved: what is dropped keeps its place until all are
+
+void VXManagedObjectContext::Save::notePlaces(Part &part)
+{
+    part.places.clear();
+    part.places.reserve(part.request.changes.size());
+    for (qsizetype place = 0; place < part.request.changes.size(); ++place)
+        part.places.insert(part.request.changes[place].objectID, place);
+}
+
+qsizetype VXManagedObjectContext::Save::placeOf(const Part &part, const ObjectID &objectID)
+{
+    return part.places.value(objectID, -1);
+}
+
+// One that is written as it is stored, to be changed by the caller.
+qsizetype VXManagedObjectContext::Save::append(Part &part, const ObjectID &objectID, const VXStoreRow::Ptr &stored)
+{
+    const qsizetype place = part.request.changes.size();
+    part.request.changes.append({objectID, stored->copy(stored->version() + 1), stored});
+    part.objects.push_back(nullptr);
+    part.places.insert(objectID, place);
+    return place;
+}
+
+void VXManagedObjectContext::Save::drop(Part &part, const ObjectID &objectID)
+{
+    part.places.remove(objectID);
+}
+
+void VXManagedObjectContext::Save::removeDropped(Part &part)
+{
+    QList<VXRowChange> &changes = part.request.changes;
+    if (part.places.size() == changes.size())
+        return;
+    qsizetype kept = 0;
+    for (qsizetype place = 0; place < changes.size(); ++place) {
+        if (placeOf(part, changes[place].objectID) != place)
+            continue;
+        if (kept != place) {
+            changes[kept] = std::move(changes[place]);
+            part.objects[size_t(kept)] = part.objects[size_t(place)];
+        }
+        ++kept;
+    }
+    changes.remove(kept, changes.size() - kept);
+    part.objects.resize(size_t(kept));
 }
 
 bool VXManagedObjectContext::Save::resolve(Part &part, qsizetype place, const VXStoreRow::Ptr &stored, bool *isDropped)

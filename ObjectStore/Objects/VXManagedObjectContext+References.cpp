@@ -4,20 +4,13 @@
 
 #include <algorithm>
 
-qsizetype VXManagedObjectContext::Save::placeOf(const Part &part, const ObjectID &objectID)
-{
-    const auto found = std::find_if(part.request.changes.cbegin(), part.request.changes.cend(),
-                                    [&](const VXRowChange &change) { return change.objectID == objectID; });
-    return found == part.request.changes.cend() ? -1 : found - part.request.changes.cbegin();
-}
-
 // False when one of them is mandatory.
-bool VXManagedObjectContext::Save::removeReferences(VXRowChange &change, const ObjectID &target)
+bool VXManagedObjectContext::Save::removeReferences(VXRowChange &change, const QSet<ObjectID> &targets)
 {
     std::shared_ptr<VXStoreRow> row;
     for (const Relationship *const relationship : change.objectID.entity().relationships()) {
         const ObjectID *const to = change.row ? change.row->target(relationship->index()) : nullptr;
-        if (to == nullptr || *to != target)
+        if (to == nullptr || !targets.contains(*to))
             continue;
         if (!relationship->isOptional())
             return false;
@@ -84,9 +77,7 @@ VXRowChange &VXManagedObjectContext::Save::changeOf(Part &part, const ObjectID &
 {
     qsizetype place = placeOf(part, objectID);
     if (place < 0) {
-        place = part.request.changes.size();
-        part.request.changes.append({objectID, stored->copy(stored->version() + 1), stored});
-        part.objects.push_back(nullptr);
+        place = append(part, objectID, stored);
         _refreshed.insert(objectID);
     }
     return part.request.changes[place];
@@ -149,22 +140,25 @@ bool VXManagedObjectContext::Save::pairUp(Part &part, const Contested &contested
 
 // -- Objects that are gone
 
-// What the context lets lead to an object that somebody else has deleted leads nowhere, as if it had done so before.
-bool VXManagedObjectContext::Save::resolveMissing(Part &part, const ObjectID &gone)
+// What the context lets lead to objects that somebody else has deleted leads nowhere, as if it had done so before.
+bool VXManagedObjectContext::Save::resolveMissing(Part &part, const QSet<ObjectID> &gone)
 {
+    if (gone.isEmpty())
+        return true;
     if (_context._mergePolicy == VXMergePolicy::Error)
         return false;
-    for (VXRowChange &change : part.request.changes) {
-        if (!removeReferences(change, gone))
+    for (qsizetype place = 0; place < part.request.changes.size(); ++place) {
+        VXRowChange &change = part.request.changes[place];
+        if (placeOf(part, change.objectID) == place && !removeReferences(change, gone))
             return false;
     }
     for (VXLinkChange &link : part.request.links) {
-        if (link.source == gone)
+        if (gone.contains(link.source))
             link.added.clear();
         else
-            link.added.removeAll(gone);
+            link.added.removeIf([&](const ObjectID &target) { return gone.contains(target); });
     }
-    _gone.insert(gone);
+    _gone.unite(gone);
     return true;
 }
 
@@ -181,8 +175,7 @@ bool VXManagedObjectContext::Save::resolveReferenced(Part &part, const VXRowConf
             return true;
         _yielding.push_back({part.objects[size_t(place)], conflict.stored});
         _contested.push_back({conflict.objectID, nullptr, conflict.stored});
-        part.request.changes.removeAt(place);
-        part.objects.erase(part.objects.begin() + place);
+        drop(part, conflict.objectID);
         return true;
     }
     return std::all_of(conflict.references.cbegin(), conflict.references.cend(), [&](const VXRowReference &reference) {
@@ -195,17 +188,13 @@ bool VXManagedObjectContext::Save::applyDeleteRule(Part &part, const ObjectID &d
 {
     const ObjectID &source = reference.source.objectID;
     qsizetype place = placeOf(part, source);
-    if (place < 0) {
-        place = part.request.changes.size();
-        part.request.changes.append(
-            {source, reference.source.row->copy(reference.source.row->version() + 1), reference.source.row});
-        part.objects.push_back(nullptr);
-    }
+    if (place < 0)
+        place = append(part, source, reference.source.row);
     VXRowChange &change = part.request.changes[place];
     switch (reference.relationship->inverse()->deleteRule()) {
     case VXDeleteRule::Nullify:
         _refreshed.insert(source);
-        return removeReferences(change, deleted);
+        return removeReferences(change, {deleted});
     case VXDeleteRule::Cascade:
         change.row.reset();
         change.overwrites = false;

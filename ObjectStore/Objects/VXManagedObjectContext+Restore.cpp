@@ -10,12 +10,6 @@ void VXManagedObjectContext::Save::restoreDeleted(Part &part)
             !_restored.contains(each.object))
             restored.append(ObjectPtr(each.object));
     }
-    if (restored.isEmpty())
-        return;
-    Places places;
-    for (qsizetype place = 0; place < part.request.changes.size(); ++place)
-        places.insert(part.request.changes[place].objectID, place);
-    QSet<ObjectID> dropped;
     while (!restored.isEmpty()) {
         const ObjectPtr object = restored.takeLast();
         if (_restored.contains(object.get()))
@@ -23,34 +17,31 @@ void VXManagedObjectContext::Save::restoreDeleted(Part &part)
         _restored.insert(object.get());
         _refreshed.insert(object->objectID());
         const DeleteEffects effects = _context._deleteEffects.value(object.get());
-        restored += restoreCascaded(part, places, effects, &dropped);
-        restoreNullified(part, places, *object, effects, &dropped);
+        restored += restoreCascaded(part, effects);
+        restoreNullified(part, *object, effects);
     }
-    removeChanges(part, dropped);
 }
 
-QList<VXManagedObjectPtr> VXManagedObjectContext::Save::restoreCascaded(const Part &part, const Places &places,
-                                                                        const DeleteEffects &effects,
-                                                                        QSet<ObjectID> *dropped)
+QList<VXManagedObjectPtr> VXManagedObjectContext::Save::restoreCascaded(Part &part, const DeleteEffects &effects)
 {
     QList<ObjectPtr> restored;
     for (const ObjectPtr &other : effects.deleted) {
-        const qsizetype place = places.value(other->objectID(), -1);
-        if (place < 0 || part.request.changes[place].row || dropped->contains(other->objectID()))
+        const qsizetype place = placeOf(part, other->objectID());
+        if (place < 0 || part.request.changes[place].row)
             continue;
         _yielding.push_back({other.get(), part.request.changes[place].base});
-        dropped->insert(other->objectID());
+        drop(part, other->objectID());
         restored.append(other);
     }
     return restored;
 }
 
-void VXManagedObjectContext::Save::restoreNullified(Part &part, const Places &places, const VXManagedObject &object,
-                                                    const DeleteEffects &effects, QSet<ObjectID> *dropped)
+void VXManagedObjectContext::Save::restoreNullified(Part &part, const VXManagedObject &object,
+                                                    const DeleteEffects &effects)
 {
     for (const auto &[other, relationship] : effects.nullified) {
         _refreshed.insert(other->objectID());
-        const qsizetype place = places.value(other->objectID(), -1);
+        const qsizetype place = placeOf(part, other->objectID());
         if (place < 0 || relationship->isToMany())
             continue;
         VXRowChange &change = part.request.changes[place];
@@ -60,21 +51,6 @@ void VXManagedObjectContext::Save::restoreNullified(Part &part, const Places &pl
         setTarget(change, *relationship, QVariant::fromValue(object.objectID()));
         change.changedProperties.removeAll(relationship->index());
         if (change.changedProperties.isEmpty())
-            dropped->insert(other->objectID());
+            drop(part, other->objectID());
     }
-}
-
-void VXManagedObjectContext::Save::removeChanges(Part &part, const QSet<ObjectID> &dropped)
-{
-    std::vector<VXManagedObject *> objects;
-    QList<VXRowChange> changes;
-    for (size_t place = 0; place < part.objects.size(); ++place) {
-        VXRowChange &change = part.request.changes[qsizetype(place)];
-        if (dropped.contains(change.objectID))
-            continue;
-        changes.append(std::move(change));
-        objects.push_back(part.objects[place]);
-    }
-    part.request.changes = std::move(changes);
-    part.objects = std::move(objects);
 }

@@ -14,13 +14,16 @@ public:
     bool run(VXError *error);
 
 private:
+    using Places = QHash<ObjectID, qsizetype>; // of the changes in a part
+
     /** What goes to one store. */
     struct Part
     {
         VXPersistentStoreCoordinator::StorePtr store;
         VXSaveRequest request;
-        std::vector<VXManagedObject *>
-            objects; // of the request's changes, in their order; nullptr: no change of the context
+        // Of the request's changes, in their order; nullptr: no change of the context.
+        std::vector<VXManagedObject *> objects;
+        Places places = {}; // while conflicts are resolved; a change that is not at its place is dropped
     };
     /** An object that is not written after all: somebody else has changed it, and that stays. */
     struct Yielding
@@ -54,11 +57,16 @@ private:
     bool resolve(const QList<VXRowConflict> &conflicts);
     bool resolveChanged(Part &part, const QHash<ObjectID, VXStoreRow::Ptr> &stored);
     bool resolve(Part &part, qsizetype place, const VXStoreRow::Ptr &stored, bool *isDropped);
+    static void notePlaces(Part &part);
+    static qsizetype placeOf(const Part &part, const ObjectID &objectID);
+    static qsizetype append(Part &part, const ObjectID &objectID, const VXStoreRow::Ptr &stored);
+    static void drop(Part &part, const ObjectID &objectID);
+    static void removeDropped(Part &part);
     VXError conflictError(const QList<VXRowConflict> &conflicts) const;
     QVariantMap descriptionOf(const VXRowConflict &conflict) const;
 
     // -- References that would lead nowhere (VXManagedObjectContext+References.cpp)
-    bool resolveMissing(Part &part, const ObjectID &gone);
+    bool resolveMissing(Part &part, const QSet<ObjectID> &gone);
     bool resolveReferenced(Part &part, const VXRowConflict &conflict);
     bool applyDeleteRule(Part &part, const ObjectID &deleted, const VXRowReference &reference);
     bool pairUp(Part &part, const Contested &contested);
@@ -67,20 +75,15 @@ private:
     VXRowChange &changeOf(Part &part, const ObjectID &objectID, const VXStoreRow::Ptr &stored);
     bool unpair(Part &part, const ObjectID &objectID, const Relationship &relationship, const ObjectID &from);
     VXStoreRow::Ptr rowToBe(const Part &part, const ObjectID &objectID) const;
-    static bool removeReferences(VXRowChange &change, const ObjectID &target);
-    static qsizetype placeOf(const Part &part, const ObjectID &objectID);
+    static bool removeReferences(VXRowChange &change, const QSet<ObjectID> &targets);
 
     static bool leadsTo(const VXStoreRow &row, const Relationship &relationship, const ObjectID &objectID);
     static void setTarget(VXRowChange &change, const Relationship &relationship, const QVariant &target);
 
     // -- Deletions that give way (VXManagedObjectContext+Restore.cpp)
-    using Places = QHash<ObjectID, qsizetype>; // of the changes in a part
     void restoreDeleted(Part &part);
-    QList<ObjectPtr> restoreCascaded(const Part &part, const Places &places, const DeleteEffects &effects,
-                                     QSet<ObjectID> *dropped);
-    void restoreNullified(Part &part, const Places &places, const VXManagedObject &object, const DeleteEffects &effects,
-                          QSet<ObjectID> *dropped);
-    static void removeChanges(Part &part, const QSet<ObjectID> &dropped);
+    QList<ObjectPtr> restoreCascaded(Part &part, const DeleteEffects &effects);
+    void restoreNullified(Part &part, const VXManagedObject &object, const DeleteEffects &effects);
 
     // -- Afterwards
     void undo();

@@ -16,7 +16,7 @@ using Operator = VXPredicate::Operator;
 namespace {
 
 constexpr int maximumDepth = 12;            // SQLite's parser is not made for much more
-constexpr qsizetype maximumValues = 2000;   // parameters: SQLite compares each with all before it
+constexpr qsizetype maximumValues = 30000;  // parameters of a statement
 constexpr qsizetype maximumPartCount = 200; // in one row without brackets, which SQLite takes for nested
 
 // "(a AND b AND ...)", with brackets around groups where there are very many.

@@ -4,6 +4,7 @@
 #include <QtCore/QFile>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -31,6 +32,14 @@ int lock(int descriptor, int operation, std::chrono::milliseconds timeout)
         pause = std::min(2 * pause, std::chrono::milliseconds(20ms));
     }
     return 0;
+}
+
+// What any other process would find, too: it lies with the place, and is not for want of something here.
+bool isImpossibleForAll(int problem)
+{
+    constexpr std::array problems{EROFS,  EACCES, EPERM,  ENOENT, ENOTDIR,     // the file cannot be made
+                                  ENOSPC, EDQUOT, ENOLCK, ENOSYS, EOPNOTSUPP}; // nor locked
+    return std::find(problems.begin(), problems.end(), problem) != problems.end();
 }
 
 bool isPlainFile(const VXFileDescriptor &file)
@@ -62,6 +71,7 @@ VXFileLock::VXFileLock(int descriptor, std::chrono::milliseconds timeout)
 void VXFileLock::wait(VXFileDescriptor file, std::chrono::milliseconds timeout, Mode mode)
 {
     const int problem = file.isOpen() ? lock(file.number(), mode == Mode::Shared ? LOCK_SH : LOCK_EX, timeout) : errno;
+    _isImpossible = isImpossibleForAll(problem);
     if (problem == 0) {
         _file = std::move(file); // closing it ends the lock
         return;

@@ -29,6 +29,9 @@ public:
     bool isHeld() const { return _file.isOpen(); }
     bool isTimedOut() const { return _isTimedOut; }
     QString reason() const { return _reason; }
+    /** Nobody can have it: no file is there and none can be made (read-only media, another's folder, a full disk), or
+     *  the file system knows no locks. */
+    bool isImpossible() const { return _isImpossible; }
     /** The locked file, for those who keep something in it. */
     const VXFileDescriptor &file() const { return _file; }
 
@@ -37,5 +40,6 @@ private:
 
     VXFileDescriptor _file; // open while the lock is held
     bool _isTimedOut = false;
+    bool _isImpossible = false;
     QString _reason;
 };

@@ -7,6 +7,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <sys/resource.h>
+
 using namespace Qt::StringLiterals;
 using Purpose = VXStoreLock::Purpose;
 
@@ -114,4 +116,21 @@ TEST_F(VXStoreLockTest, FoldersComeToTheirPlaceWholeAndWhatTheKilledLeftGoes)
     EXPECT_FALSE(again.moveIntoPlace(&isTaken, &error));
     EXPECT_TRUE(isTaken && error);
     EXPECT_TRUE(QFile::exists(place + "/inside"_L1));
+}
+
+// What cannot be locked for reasons that others do not have is not used: they could replace it meanwhile.
+TEST_F(VXStoreLockTest, WithoutFileDescriptorsNothingIsUsed)
+{
+    const QString store = path(u"Test.vxdatastore"_s);
+    ASSERT_TRUE(canTake(store, Purpose::Use));
+    rlimit limit = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    rlimit none = limit;
+    none.rlim_cur = 0;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const bool isTaken[] = {canTake(store, Purpose::Use), canTake(store, Purpose::Read),
+                            canTake(store, Purpose::Replace)};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_THAT(isTaken, testing::Each(false));
+    EXPECT_TRUE(canTake(store, Purpose::Use));
 }

@@ -206,6 +206,52 @@ TEST_P(VXContextReferencesTest, ADeletionThatGivesWayLeavesAllAsItWas)
     }
 }
 
+// Deletions of what others let something lead to, changes of what others change, and changes that nobody minds, in turn.
+TEST_P(VXContextReferencesTest, EachOfManyConflictsIsResolvedByItself)
+{
+    for (const VXMergePolicy policy : policies) {
+        SCOPED_TRACE(int(policy));
+        QList<Object> people;
+        while (people.size() < 30)
+            people.append(person(QString::number(people.size())));
+        save();
+        other.reset();
+        QStringList own;
+        QStringList theirs;
+        for (qsizetype each = 0; each < people.size(); ++each) {
+            const QString number = QString::number(each);
+            const bool isDeleted = each % 3 == 0;
+            if (isDeleted)
+                context.deleteObject(people[each]);
+            else
+                people[each]->setValueForKey(u"own"_s + number, u"name"_s);
+            if (isDeleted)
+                add(other, u"Phone"_s, {{u"owner"_s, QVariant::fromValue(there(people[each]))}});
+            else if (each % 3 == 1)
+                there(people[each])->setValueForKey(u"their"_s + number, u"name"_s);
+            own += isDeleted ? QStringList() : QStringList{u"own"_s + number};
+            theirs += isDeleted ? number : (each % 3 == 1 ? u"their"_s : u"own"_s) + number;
+        }
+        save(other);
+        const bool isSaved = saveWith(policy);
+        EXPECT_EQ(isSaved, policy != VXMergePolicy::Error) << error.description().toStdString();
+        const bool storeTrumps =
+            policy == VXMergePolicy::MergeByPropertyStoreTrumps || policy == VXMergePolicy::Rollback;
+        other.reset();
+        QStringList found = names(fetch(other, request(u"Person"_s))).split(u' ');
+        QStringList &expected = storeTrumps ? theirs : own;
+        found.sort();
+        expected.sort();
+        EXPECT_EQ(found == expected, isSaved) << found.join(u' ').toStdString();
+        EXPECT_EQ(store->check(), QStringList());
+        context.reset();
+        other.reset();
+        for (const Object &each : fetch(other, request(u"Person"_s)))
+            other.deleteObject(each);
+        save(other);
+    }
+}
+
 TEST_P(VXContextReferencesTest, DenyHoldsForPairsOfSomebodyElse)
 {
     for (const VXMergePolicy policy : policies) {
