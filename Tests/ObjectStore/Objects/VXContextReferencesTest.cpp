@@ -226,7 +226,7 @@ TEST_P(VXContextReferencesTest, EachOfManyConflictsIsResolvedByItself)
             else
                 people[each]->setValueForKey(u"own"_s + number, u"name"_s);
             if (isDeleted)
-                add(other, u"Phone"_s, {{u"owner"_s, QVariant::fromValue(there(people[each]))}});
+                add(other, u"Phone"_s, {{u"name"_s, number}, {u"owner"_s, QVariant::fromValue(there(people[each]))}});
             else if (each % 3 == 1)
                 there(people[each])->setValueForKey(u"their"_s + number, u"name"_s);
             own += isDeleted ? QStringList() : QStringList{u"own"_s + number};
