@@ -109,12 +109,13 @@ bool VXSQLiteStore::findMissing(const VXEntityDescription &root, const QList<VXM
     if (!missing)
         return false;
     missing.bindText(1, numbers);
+    QSet<qint64> gone;
     Step at = missing.step();
-    for (; at == Step::Row; at = missing.step()) {
-        for (const VXManagedObjectID &target : targets) {
-            if (target.number() == missing.number(0))
-                conflicts->append({target, nullptr, VXRowConflict::Kind::Missing});
-        }
+    for (; at == Step::Row; at = missing.step())
+        gone.insert(missing.number(0));
+    for (const VXManagedObjectID &target : targets) {
+        if (gone.contains(target.number()))
+            conflicts->append({target, nullptr, VXRowConflict::Kind::Missing});
     }
     if (at == Step::Failed)
         VXSetError(error, _writer->lastError());
