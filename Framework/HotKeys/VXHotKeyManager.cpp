@@ -67,7 +67,8 @@ VXHotKeyManager::~VXHotKeyManager()
 
 void VXHotKeyManager::addCarbonHotKeyListener()
 {
-    connect(_service.get(), &VXHotKeyService::hotKeyPressed, this, &VXHotKeyManager::carbonHotKeyWasPressed);
+    connect(_service.get(), &VXHotKeyService::hotKeyPressed, this, &VXHotKeyManager::carbonHotKeyWasPressed,
+            Qt::DirectConnection); // the service is the main thread's too
     connect(_service.get(), &VXHotKeyService::registrationRefused, this, &VXHotKeyManager::registrationWasRefused);
     const quint32 status = _service->installListener();
     if (status != VXHotKeyDone)
@@ -215,7 +216,7 @@ void VXHotKeyManager::carbonHotKeyWasPressed(VXHotKeyID hotKeyID)
         return;
     }
     run(*hotKey);
-    VXNotificationCenter::defaultCenter().postNotificationName(VXHotKeyWasPressedNotification, hotKey->identifier());
+    VXNotificationCenter::defaultCenter().postNotification({VXHotKeyWasPressedNotification, hotKey->identifier(), {}});
 }
 
 // The command may throw anything; the desktop's events go on.

@@ -31,23 +31,45 @@ bool convertArguments(const QMetaMethod &method, QVariantList &arguments)
     return true;
 }
 
-// The arguments are of the types that the method takes, and stay as they are: it gets them by value or const reference.
-std::optional<QVariant> call(QObject *target, const QMetaMethod &method, QMetaType returned,
-                             const QVariantList &arguments)
+/** A call that needs no more than to be made: its arguments are of the types that the method takes. They stay as they are, for
+ *  it gets them by value or const reference. */
+class PreparedCall
 {
-    const bool returnsVariant = returned == QMetaType::fromType<QVariant>();
-    QVariant result;
-    if (returned != QMetaType::fromType<void>() && !returnsVariant)
-        result = QVariant(returned);
-    std::array<void *, maximumArguments + 1> places{returnsVariant ? &result : result.data()};
-    for (int index = 0; index < method.parameterCount(); ++index) {
-        const bool wantsVariant = method.parameterMetaType(index) == QMetaType::fromType<QVariant>();
-        const void *const place = wantsVariant ? &arguments[index] : arguments[index].constData();
-        places[size_t(index) + 1] = const_cast<void *>(place);
+public:
+    PreparedCall(QObject *target, const QMetaMethod &method, const QVariantList &arguments)
+        : _target(target), _methodIndex(method.methodIndex()), _arguments(arguments), _returned(method.returnMetaType())
+    {
+        for (int index = 0; index < method.parameterCount(); ++index)
+            _wantsVariant[size_t(index)] = method.parameterMetaType(index) == QMetaType::fromType<QVariant>();
+        _returnsVariant = _returned == QMetaType::fromType<QVariant>();
+        _returnsNothing = _returned == QMetaType::fromType<void>();
     }
-    QMetaObject::metacall(target, QMetaObject::InvokeMetaMethod, method.methodIndex(), places.data());
-    return result;
-}
+
+    std::optional<QVariant> operator()() const
+    {
+        std::optional<QVariant> result(std::in_place);
+        if (!_returnsNothing && !_returnsVariant)
+            *result = QVariant(_returned);
+        void *places[maximumArguments + 1]; // the first for what is returned
+        places[0] = _returnsNothing ? nullptr : _returnsVariant ? &*result : result->data();
+        for (qsizetype index = 0; index < _arguments.size(); ++index) {
+            const QVariant &argument = _arguments[index];
+            const void *const place = _wantsVariant[size_t(index)] ? &argument : argument.constData();
+            places[index + 1] = const_cast<void *>(place);
+        }
+        QMetaObject::metacall(_target, QMetaObject::InvokeMetaMethod, _methodIndex, places);
+        return result;
+    }
+
+private:
+    QObject *const _target; // the invocation looks whether it is still there
+    const int _methodIndex;
+    const QVariantList _arguments;
+    const QMetaType _returned;
+    bool _returnsVariant;
+    bool _returnsNothing;
+    std::array<bool, maximumArguments> _wantsVariant{};
+};
 
 } // namespace
 
@@ -62,9 +84,7 @@ VXInvocation VXInvocation::withMethod(QObject *target, const QByteArray &method,
     const QMetaMethod found = findMethod(target->metaObject(), method, arguments.size());
     QVariantList converted = arguments;
     if (convertArguments(found, converted))
-        invocation._call = [target, found, returned = found.returnMetaType(), converted] {
-            return call(target, found, returned, converted);
-        };
+        invocation._call = PreparedCall(target, found, converted);
     else
         invocation._call = []() -> std::optional<QVariant> { return std::nullopt; };
     return invocation;
