@@ -26,8 +26,7 @@ struct Kind
 // Those that were asked for; without any, all.
 QList<Kind> kindsOf(const VXHostOptions &options)
 {
-    const QList<Kind> all{
-        {u"contacts"_s, u"sync_contacts"_s}, {u"messages"_s, u"sync_messages"_s}, {u"calls"_s, u"sync_calls"_s}};
+    const QList<Kind> all{{u"messages"_s, u"sync_messages"_s}, {u"calls"_s, u"sync_calls"_s}};
     QList<Kind> chosen = all;
     chosen.removeIf([&](const Kind &kind) { return !options.isSet(kind.name); });
     return chosen.isEmpty() ? all : chosen;
@@ -38,10 +37,12 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
 {
     QJsonObject results;
     QStringList failures;
-    const bool isAsked = kindsOf(context.options).size() < 3;
     for (const Kind &kind : kindsOf(context.options)) {
-        if (!device->actionNames().contains(kind.action) && !isAsked)
-            continue; // the phone has no such things
+        if (!device->actionNames().contains(kind.action)) {
+            if (context.options.isSet(kind.name))
+                failures.append(kind.name + ": the phone does not give them, or the plugin of their store is off"_L1);
+            continue;
+        }
         const auto action = VXDeviceAction::actionWithName(kind.action);
         const QString failure = VXDeviceActionRun(context, action).runQuietly(device);
         results.insert(kind.name, VXJSONFromVariant(action->result()));
@@ -80,13 +81,11 @@ VXHostCommand VXSyncCommand()
         .name = u"sync"_s,
         .summary = u"Bring a phone and the stores into step"_s,
         .synopsis = u"DEVICE-URL"_s,
-        .details = u"Contacts, messages and calls of the phone go into the stores, and what was changed here goes to "
-                   u"the phone: "
+        .details = u"Messages and calls of the phone go into the stores, and what was changed here goes to the phone: "
                    "messages that were read, moved away or are to be written. Without options all that the phone has. "
-                   "It may be "
-                   "interrupted at any time, and run again; when nothing has changed it changes nothing."_s,
-        .options = {{.name = u"contacts"_s, .placeholder = {}, .summary = u"Only contacts, and what else is named"_s},
-                    {.name = u"messages"_s, .placeholder = {}, .summary = u"Only messages, and what else is named"_s},
+                   "It may be interrupted at any time, and run again; when nothing has changed it changes nothing. "
+                   "Contacts come from a phone by \"vornix export vcardexporter\" and \"vornix phonebook import\"."_s,
+        .options = {{.name = u"messages"_s, .placeholder = {}, .summary = u"Only messages, and what else is named"_s},
                     {.name = u"calls"_s, .placeholder = {}, .summary = u"Only calls, and what else is named"_s}},
         .minimumOperands = 1,
         .maximumOperands = 1,
