@@ -1,0 +1,1 @@
+// Empty: a precompiled header is made for a source.
