@@ -72,7 +72,7 @@ TEST_P(VXContextFailureTest, ReadingFailsWithTheStoresError)
     expectFailure("to-one", Call::Row, fetches(callers));
     expectFailure("object", Call::Row,
                   [this](VXError *problem) { return bool(here->existingObjectWithID(jane->objectID(), problem)); });
-    const auto withChange = [this](const Object &changed) { changed->setValueForKey(7, u"age"_s); };
+    const auto withChange = [](const Object &changed) { changed->setValueForKey(7, u"age"_s); };
     expectFailure("count beside changes", Call::Next, [&](VXError *problem) {
         withChange(here->objectWithID(jane->objectID()));
         return here->countForFetchRequest(request(u"Person"_s), problem).has_value();
