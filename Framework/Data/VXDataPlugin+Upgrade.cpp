@@ -21,7 +21,6 @@ using StorePtr = VXCoreDataStore::Ptr;
 
 namespace {
 
-constexpr const char *openOperation = "_loadBundleStoreFile:error:";
 constexpr std::chrono::seconds longestWait(10); // for who replaces the store
 constexpr std::chrono::seconds waitForUsers(1);
 
