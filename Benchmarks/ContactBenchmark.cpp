@@ -29,7 +29,7 @@ constexpr qint64 mostContacts = 100'000;
 
 QString numberOf(qint64 contact)
 {
-    return u"+49 171 %1"_s.arg(contact, 7, 10, u'0');
+    return u"+49 171 "_s + QString::number(contact).rightJustified(7, u'0');
 }
 
 QString word(qint64 seed)
