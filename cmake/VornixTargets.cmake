@@ -56,7 +56,11 @@ function(vornix_add_tests name)
   else()
     set(serial OFF)
   endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120
+  set(timeout 120)
+  if(VORNIX_SANITIZER)
+    set(timeout 600)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${timeout}
     RUN_SERIAL ${serial} ENVIRONMENT "${VORNIX_TEST_ENVIRONMENT}")
 endfunction()
 

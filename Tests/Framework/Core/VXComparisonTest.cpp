@@ -41,7 +41,7 @@ TEST(VXComparison, OrdersValuesOfEveryKind)
         {"sets: equal numbers are one element", set({1, 1.0, true}), set({3, 4}), -1},
         {"lists by length first", QVariantList{9}, QVariantList{1, 1}, -1},
         {"lists by the first difference", QVariantList{1, 5, 0}, QVariantList{1, 4, 9}, 1},
-        {"nested lists", QVariantList{QVariantList{u"b"_s}}, QVariantList{QVariantList{u"a"_s}}, 1},
+        {"nested lists", QVariantList{QVariant(QVariantList{u"b"_s})}, QVariantList{QVariant(QVariantList{u"a"_s})}, 1},
         {"nothing comes first", QVariant(), 0, -1},
         {"nothing and nothing", QVariant(), QVariant(), 0},
         {"lists of texts", QStringList{u"b"_s}, QStringList{u"a"_s}, 1},

@@ -106,7 +106,7 @@ TEST_P(VXRowTableStoreTest, FindsWhatPredicatesDescribe)
         {u"age > 30"_s, {}, {u"Jane"_s}},
         {u"name ==[d] 'zoe' OR name == NULL"_s, {}, {u"zoë"_s, QVariant()}},
         {u"SELF == %@"_s, {janeID}, {u"Jane"_s}},
-        {u"SELF IN %@"_s, {QVariantList{QVariant::fromValue(zoe), janeID}}, {u"Jane"_s, u"zoë"_s}},
+        {u"SELF IN %@"_s, {QVariant(QVariantList{QVariant::fromValue(zoe), janeID})}, {u"Jane"_s, u"zoë"_s}},
         {u"NOT SELF IN {%@, %@}"_s, {janeID, QVariant::fromValue(VXManagedObjectID())}, {u"zoë"_s, QVariant()}},
         {u"ANY calls.cost > 2"_s, {}, {u"Jane"_s}},
         {u"ALL calls.cost > 1"_s, {}, {u"zoë"_s, QVariant()}},
