@@ -152,6 +152,12 @@ bool VXWebRequest::didSendRequest() const
     return _transfer ? _transfer->didSendRequest() : _didSendRequest;
 }
 
+VXFormRedirect VXWebRequest::formRedirect() const
+{
+    const VXMutexLocker lock(_lock);
+    return _transfer ? _transfer->formRedirect() : _formRedirect;
+}
+
 // -- Running
 
 void VXWebRequest::requestURL(const QUrl &theURL)
@@ -165,6 +171,7 @@ void VXWebRequest::requestURL(const QUrl &theURL)
         _run = run;
         _error = {};
         _didSendRequest = false;
+        _formRedirect = {};
         if (!_delegate)
             _delegate = _toldDelegate.lock();
     }
@@ -254,6 +261,7 @@ void VXWebRequest::_requestURL(const QUrl &url, const std::shared_ptr<Run> &run)
         performTransfer(*transfer);
     const VXMutexLocker lock(_lock);
     _didSendRequest = transfer && transfer->didSendRequest();
+    _formRedirect = transfer ? transfer->formRedirect() : VXFormRedirect();
     _transfer.reset();
 }
 

@@ -42,7 +42,8 @@ int list(VXHostContext &context, const VXOutbox &outbox)
 {
     VXError error;
     const std::optional<Entries> entries = outbox.entries({}, &error);
-    return entries ? VXAnswerOutboxEntries(context, *entries) : context.output.fail(error.localizedDescription());
+    return entries ? VXAnswerOutboxEntries(context, outbox, *entries)
+                   : context.output.fail(error.localizedDescription());
 }
 
 int drop(VXHostContext &context, const VXOutbox &outbox)
@@ -70,8 +71,12 @@ int retry(VXHostContext &context, const VXOutbox &outbox)
     }
     for (const VXOutboxEntry &entry : *entries) {
         VXError error;
-        if (!outbox.retry(entry.number, &error))
-            return context.output.fail(u"p%1: %2"_s.arg(entry.number).arg(error.localizedDescription()));
+        if (outbox.retry(entry.number, &error))
+            continue;
+        const QString reason = u"p%1: %2"_s.arg(entry.number).arg(error.localizedDescription());
+        if (entries->size() == 1)
+            return context.output.fail(reason);
+        context.output.note(reason); // sent or dropped meanwhile
     }
     return VXAnswerTries(context, outbox, *entries);
 }
@@ -99,14 +104,17 @@ int runOutbox(VXHostContext &context)
 
 VXHostCommand VXOutboxCommand()
 {
-    return {.name = u"outbox"_s,
-            .summary = u"Show and change what is to be sent"_s,
-            .synopsis = u"[list|retry|drop] [ID|all]"_s,
-            .details =
-                u"\"list\" shows what waits to be sent, and what came of the rest. \"retry ID\" sends an entry now, "
-                "whatever it waits for, also one that was refused or is perhaps sent. \"drop ID\" forgets one."_s,
-            .minimumOperands = 0,
-            .maximumOperands = 2,
-            .firstOperands = {u"list"_s, u"retry"_s, u"drop"_s},
-            .run = runOutbox};
+    return {
+        .name = u"outbox"_s,
+        .summary = u"Show and change what is to be sent"_s,
+        .synopsis = u"[list|retry|drop] [ID|all]"_s,
+        .details =
+            u"\"list\" shows what waits to be sent, and what came of the rest. \"retry ID\" sends an entry now, also "
+            "one that was refused or is perhaps sent; what waits before it for the same destination is tried first, "
+            "and while that can not be sent the entry waits behind it. \"drop ID\" forgets one, also one that still "
+            "waits."_s,
+        .minimumOperands = 0,
+        .maximumOperands = 2,
+        .firstOperands = {u"list"_s, u"retry"_s, u"drop"_s},
+        .run = runOutbox};
 }
