@@ -7,6 +7,7 @@
 #include "VXPluginSession.h"
 
 #include <QtCore/QJsonObject>
+#include <QtCore/QSet>
 
 using namespace Qt::StringLiterals;
 
@@ -69,10 +70,19 @@ int retry(VXHostContext &context, const VXOutbox &outbox)
         if (!VXOutboxRunner::isServed(entry.kind))
             return context.output.fail(u"no plugin sends entries of the kind \"%1\""_s.arg(entry.kind));
     }
+    QSet<QString> known; // of one destination all that waits at once
     for (const VXOutboxEntry &entry : *entries) {
         VXError error;
-        if (outbox.retry(entry.number, &error))
+        const bool waits = entry.state == VXOutboxState::Queued && entries->size() > 1;
+        const QString group = entry.kind + u'\n' + entry.destination;
+        if (waits && known.contains(group))
             continue;
+        if (waits ? outbox.retryDestination(entry.kind, entry.destination, &error)
+                  : outbox.retry(entry.number, &error)) {
+            if (waits)
+                known.insert(group);
+            continue;
+        }
         const QString reason = u"p%1: %2"_s.arg(entry.number).arg(error.localizedDescription());
         if (entries->size() == 1)
             return context.output.fail(reason);
