@@ -7,6 +7,7 @@
 #include "VXInvocation.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
+#include "VXRequestThreads.h"
 #include "VXRunningRequests.h"
 #include "VXURLError.h"
 #include "VXWebTransfer.h"
@@ -14,8 +15,6 @@
 #include <QtCore/QUuid>
 
 #include <exception>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -187,23 +186,16 @@ void VXWebRequest::requestURL(const QUrl &theURL)
 
 void VXWebRequest::startThread(const QUrl &url, const std::shared_ptr<Run> &run)
 {
-    VXRunningRequests &running = VXRunningRequests::shared();
     QString problem = u"the program ends"_s;
-    if (running.add(shared_from_this())) {
-        running.threadWillStart();
-        try {
-            std::thread([self = shared_from_this(), url, run]() mutable {
-                self->runOnThread(url, run);
-                // The reference goes along, so that the request never ends on this thread.
-                VXMainThread::perform([self = std::move(self), run] { self->complete(run); });
-                run->waitForEnd();
-                VXRunningRequests::shared().threadDidEnd();
-            }).detach();
+    if (VXRunningRequests::shared().add(shared_from_this())) {
+        problem = VXRequestThreads::shared().run([self = shared_from_this(), url, run]() mutable {
+            self->runOnThread(url, run);
+            // The reference goes along, so that the request never ends on this thread.
+            VXMainThread::perform([self = std::move(self), run] { self->complete(run); });
+            run->waitForEnd();
+        });
+        if (problem.isNull())
             return;
-        } catch (const std::system_error &error) {
-            running.threadDidEnd();
-            problem = QString::fromLocal8Bit(error.what());
-        }
     }
     setError(unableToStart(url, problem));
     VXMainThread::perform([self = shared_from_this(), run] { self->complete(run); });
