@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <vector>
 
 /**
@@ -32,11 +33,11 @@ private:
 
     VXRequestThreads() = default;
     void serve(std::function<void()> work);
-    bool waitForWork(Thread &thread);
+    bool waitForWork(const std::shared_ptr<Thread> &thread);
 
     VXMutex _lock;
     VXCondition _threadEnded;
-    std::vector<Thread *> _idle VX_GUARDED_BY(_lock); // the last became free last
+    std::vector<std::shared_ptr<Thread>> _idle VX_GUARDED_BY(_lock); // the last became free last
     int _threads VX_GUARDED_BY(_lock) = 0;
     bool _isClosed VX_GUARDED_BY(_lock) = false;
 };

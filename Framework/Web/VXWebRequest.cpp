@@ -35,9 +35,11 @@ struct VXWebRequest::Run
 {
     void end()
     {
-        const VXMutexLocker locker(lock);
-        hasEnded = true;
-        ended.notifyAll();
+        {
+            const VXMutexLocker locker(lock);
+            hasEnded = true;
+        }
+        ended.notifyAll(); // without the lock, which who waits would have to wait for
     }
     void waitForEnd()
     {
