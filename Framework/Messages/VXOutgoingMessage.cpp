@@ -17,6 +17,11 @@ VXOutgoingMessage::VXOutgoingMessage(const VXOutboxEntry &entry)
 {
 }
 
+QString VXOutgoingMessage::destination(const QUrl &device)
+{
+    return VXAbsoluteString(device);
+}
+
 QString VXOutgoingMessage::number() const
 {
     QString value;
@@ -50,13 +55,13 @@ std::optional<qint64> VXOutgoingMessage::send(const QString &to, const QString &
     const VXManagedObjectPtr draft = VXMessageStore::insertMessage(record, VXFetchRootFolder(VXDraftsFolder, &context));
     if (!context.save(error))
         return std::nullopt;
-    const QString destination = VXAbsoluteString(device);
-    const auto number = outbox.add(kind, destination, text.simplified().left(60), // as much as a line has room for
-                                   {{u"to"_s, to},
-                                    {u"text"_s, text},
-                                    {u"device_url"_s, destination},
-                                    {u"message"_s, draft->objectID().uriRepresentation().toString()}},
-                                   error);
+    const auto number =
+        outbox.add(kind, destination(device), text.simplified().left(60), // as much as a line has room for
+                   {{u"to"_s, to},
+                    {u"text"_s, text},
+                    {u"device_url"_s, VXAbsoluteString(device)},
+                    {u"message"_s, draft->objectID().uriRepresentation().toString()}},
+                   error);
     if (!number) { // else it would stay among the drafts, as if it were to be sent
         context.deleteObject(draft);
         context.save();

@@ -14,6 +14,8 @@
 struct VX_EXPORT VXOutgoingMessage
 {
     static const QString kind; // of its entries in the outbox: "message"
+    /** Where the outbox sends what goes by that phone. */
+    static QString destination(const QUrl &device);
 
     QString to = {}; // a phonebook string
     QString text = {};

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -43,6 +44,36 @@ VXOutboxEntry entryOf(const VXManagedObject &object)
     VXOutboxEntry entry = entryWithoutPayload(object);
     entry.payload = object.valueForKey(u"payload"_s).toMap();
     return entry;
+}
+
+VXFetchRequest requestForOpen(const VXPersistentStoreCoordinator &coordinator)
+{
+    VXFetchRequest request(*coordinator.model().entityForName(entityName));
+    // Not the kind too: the store would take the index of that, and pass over all that is done.
+    request.predicate = VXPredicate::comparison(VXExpression::keyPath(u"state"_s), Operator::LessOrEqual,
+                                                VXExpression::constant(static_cast<int>(VXOutboxState::Sending)));
+    return request;
+}
+
+// Those that wait for the destination and were added before a number; the changes are not saved. None when they cannot be read.
+std::optional<QList<qint64>> makeDue(VXManagedObjectContext &context, const QString &kind, const QString &destination,
+                                     qint64 before, VXError *error)
+{
+    const std::optional<VXFetchResult> found =
+        context.executeFetchRequest(requestForOpen(*context.persistentStoreCoordinator()), error);
+    if (!found)
+        return std::nullopt;
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    QList<qint64> changed;
+    for (const VXManagedObjectPtr &object : *found) {
+        const VXOutboxEntry entry = entryWithoutPayload(*object);
+        if (entry.kind != kind || entry.destination != destination || entry.number >= before ||
+            entry.state != VXOutboxState::Queued || entry.nextDate <= now)
+            continue;
+        object->setValueForKey(now, u"nextDate"_s);
+        changed.append(entry.number);
+    }
+    return changed;
 }
 
 QVariant noneOr(const QDateTime &date)
@@ -143,11 +174,7 @@ std::optional<QList<VXOutboxEntry>> VXOutbox::entries(const QString &kind, VXErr
 std::optional<QList<VXOutboxEntry>> VXOutbox::openEntries(const QString &kind, VXError *error) const
 {
     VXManagedObjectContext context(_coordinator);
-    VXFetchRequest request(*_coordinator->model().entityForName(entityName));
-    // Not the kind too: the store would take the index of that, and pass over all that is done.
-    request.predicate = VXPredicate::comparison(VXExpression::keyPath(u"state"_s), Operator::LessOrEqual,
-                                                VXExpression::constant(static_cast<int>(VXOutboxState::Sending)));
-    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(requestForOpen(*_coordinator), error);
     if (!found)
         return std::nullopt;
     QList<VXOutboxEntry> entries;
@@ -181,10 +208,22 @@ bool VXOutbox::retry(qint64 number, VXError *error) const
     entry.nextDate = QDateTime::currentDateTimeUtc();
     entry.finishedDate = {};
     write(entry, *object);
-    const bool isSaved = context.save(error); // a runner that takes it meanwhile is a conflict
+    const bool isSaved = makeDue(context, entry.kind, entry.destination, number, error) &&
+                         context.save(error); // a runner that takes it meanwhile is a conflict
     if (isSaved)
         announce(number);
     return isSaved;
+}
+
+bool VXOutbox::retryDestination(const QString &kind, const QString &destination, VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    const auto changed = makeDue(context, kind, destination, std::numeric_limits<qint64>::max(), error);
+    if (!changed || (!changed->isEmpty() && !context.save(error)))
+        return false;
+    for (const qint64 number : *changed)
+        announce(number);
+    return true;
 }
 
 bool VXOutbox::drop(qint64 number, VXError *error) const

@@ -37,8 +37,11 @@ public:
     /** None, and no error, when it is not there; none and an error when it cannot be read. */
     std::optional<VXOutboxEntry> entry(qint64 number, VXError *error = nullptr) const;
 
-    /** Has an entry tried again now. False for one that is sent or being sent, and one that is not there. */
+    /** Has an entry tried again now, behind those that wait before it for the same destination, which are tried too. False for
+     *  one that is sent or being sent, and one that is not there. */
     bool retry(qint64 number, VXError *error = nullptr) const;
+    /** Has what waits for a destination tried now. */
+    bool retryDestination(const QString &kind, const QString &destination, VXError *error = nullptr) const;
     /** Forgets an entry. False for one that is being sent, and one that is not there. */
     bool drop(qint64 number, VXError *error = nullptr) const;
 

@@ -4,6 +4,7 @@
 #include "VXFramework.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
+#include "VXMutex.h"
 #include "VXNotificationCenter.h"
 #include "VXUserDefaults.h"
 
@@ -11,7 +12,6 @@
 #include <QtCore/QSet>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <utility>
 
@@ -68,6 +68,28 @@ VXOutboxEntry interrupted(VXOutboxEntry entry)
 
 } // namespace
 
+/** The numbers of entries that changed, on any thread, until the main thread takes them. */
+class VXOutboxRunner::News
+{
+public:
+    /** False when somebody is on the way to take them. */
+    bool add(qint64 number)
+    {
+        const VXMutexLocker lock(_lock);
+        _numbers.append(number);
+        return _numbers.size() == 1;
+    }
+    QList<qint64> take()
+    {
+        const VXMutexLocker lock(_lock);
+        return std::exchange(_numbers, {});
+    }
+
+private:
+    VXMutex _lock;
+    QList<qint64> _numbers VX_GUARDED_BY(_lock);
+};
+
 VXOutboxRunner::VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deliver deliver)
     : _kind(kind), _outbox(outbox), _deliver(std::move(deliver))
 {
@@ -75,16 +97,16 @@ VXOutboxRunner::VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deli
     _timer.setSingleShot(true);
     connect(&_timer, &QTimer::timeout, this, &VXOutboxRunner::run);
     static_cast<void>(_outbox.forgetSentBefore(QDateTime::currentDateTimeUtc().addDays(-daysToKeepSent)));
-    const auto isAsked = std::make_shared<std::atomic<bool>>(false); // one run for all that changed before it
+    const auto news = std::make_shared<News>();
     VXNotificationCenter::defaultCenter().addObserver(
-        this, VXOutboxDidChangeNotification, [self = QPointer(this), isAsked](const VXNotification &) {
+        this, VXOutboxDidChangeNotification, [self = QPointer(this), news](const VXNotification &notification) {
             const bool isOwn = VXMainThread::isCurrent() && self->_isWriting;
-            if (isOwn || isAsked->exchange(true))
+            if (isOwn || !news->add(notification.object.toLongLong()))
                 return;
-            VXMainThread::perform([self, isAsked] {
-                *isAsked = false;
+            VXMainThread::perform([self, news] {
+                const QList<qint64> numbers = news->take();
                 if (self)
-                    self->run();
+                    self->takeNews(numbers);
             });
         });
 }
@@ -98,6 +120,39 @@ VXOutboxRunner::~VXOutboxRunner()
 bool VXOutboxRunner::isServed(const QString &kind)
 {
     return servedKinds().value(kind) > 0;
+}
+
+// Where a server is away entries come one after the other, and each only joins those that wait: nothing is read for it but itself.
+void VXOutboxRunner::takeNews(const QList<qint64> &numbers)
+{
+    bool isRunNeeded = false;
+    for (const qint64 number : numbers)
+        isRunNeeded = !putBehind(number) || isRunNeeded;
+    if (isRunNeeded)
+        run();
+}
+
+// False when the entry is not one that has to wait for one before it.
+bool VXOutboxRunner::putBehind(qint64 number)
+{
+    const std::optional<VXOutboxEntry> entry = _outbox.entry(number);
+    if (!entry || entry->state != VXOutboxState::Queued)
+        return false;
+    if (entry->kind != _kind)
+        return true;
+    const auto found = _queues.find(entry->destination);
+    if (found == _queues.end() || found->second.entries.back().number >= number)
+        return false;
+    Queue &queue = found->second;
+    const qint64 first = queue.entries.front().number;
+    const bool isWaiting = !queue.isInFlight && !isDue(queue.entries.front(), QDateTime::currentDateTimeUtc());
+    const std::optional<VXOutboxEntry> seen =
+        isWaiting ? _outbox.entry(first) : std::nullopt; // others may have changed it
+    if (!queue.isInFlight && (!seen || seen->nextDate != queue.entries.front().nextDate))
+        return false;
+    queue.entries.push_back(*entry);
+    queue.entries.back().payload = {};
+    return true;
 }
 
 // False, and tried again later, while another process sends.
@@ -248,11 +303,31 @@ bool VXOutboxRunner::send(Queue &queue)
     queue.entries.front() = *entry;
     queue.isInFlight = true;
     ++_inFlight;
-    _deliver(*entry, [self = QPointer(this), entry = *entry](const VXOutboxDelivery &delivery) {
+    Cancel cancel = _deliver(*entry, [self = QPointer(this), entry = *entry](const VXOutboxDelivery &delivery) {
         if (self)
             self->conclude(entry, delivery);
     });
+    if (queue.isInFlight) // else it has come to an end already
+        queue.cancel = std::move(cancel);
     return true;
+}
+
+void VXOutboxRunner::giveUp()
+{
+    stop();
+    QList<Cancel> cancels; // each takes its delivery out of its queue
+    for (auto &[destination, queue] : _queues)
+        cancels.append(std::exchange(queue.cancel, {}));
+    for (const Cancel &cancel : std::as_const(cancels)) {
+        if (cancel)
+            cancel();
+    }
+}
+
+void VXOutboxRunner::resume()
+{
+    _isStopping = false;
+    run();
 }
 
 void VXOutboxRunner::conclude(VXOutboxEntry entry, const VXOutboxDelivery &delivery)
@@ -274,6 +349,7 @@ void VXOutboxRunner::conclude(VXOutboxEntry entry, const VXOutboxDelivery &deliv
         write(entry)); // where that fails it stays marked as being sent, and is never sent again by itself
     Queue &queue = _queues[entry.destination];
     queue.isInFlight = false;
+    queue.cancel = {};
     if (entry.state == VXOutboxState::Queued)
         queue.entries.front() = entry;
     else

@@ -38,8 +38,10 @@ class VX_EXPORT VXOutboxRunner : public QObject
 
 public:
     using Completion = std::function<void(const VXOutboxDelivery &delivery)>;
-    /** Begins to send the entry, and calls the completion once on the main thread. */
-    using Deliver = std::function<void(const VXOutboxEntry &entry, Completion completion)>;
+    /** Gives a delivery up: its completion is called at once or soon. On the main thread. */
+    using Cancel = std::function<void()>;
+    /** Begins to send the entry, and calls the completion once on the main thread. Null: it cannot be given up. */
+    using Deliver = std::function<Cancel(const VXOutboxEntry &entry, Completion completion)>;
 
     VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deliver deliver);
     ~VXOutboxRunner() override;
@@ -53,6 +55,10 @@ public:
     void run();
     /** Begins nothing more. */
     void stop() { _isStopping = true; }
+    /** Begins nothing more, and gives up what is being sent. */
+    void giveUp();
+    /** Goes on after `stop` or `giveUp`. */
+    void resume();
     /** While something is being sent. */
     bool isBusy() const { return _inFlight > 0; }
 
@@ -68,8 +74,13 @@ private:
     {
         std::deque<VXOutboxEntry> entries;
         bool isInFlight = false;
+        Cancel cancel = {}; // of what is in flight
     };
 
+    class News;
+
+    void takeNews(const QList<qint64> &numbers);
+    bool putBehind(qint64 number);
     bool takeLock();
     bool load();
     bool write(const VXOutboxEntry &entry);
@@ -85,7 +96,7 @@ private:
     const VXOutbox _outbox;
     const Deliver _deliver;
     std::unique_ptr<VXFileLock> _lock; // held while anything is being sent
-    std::map<QString, Queue> _queues;  // by destination, none is empty; as they are while the lock is held
+    std::map<QString, Queue> _queues;  // by destination, none is empty; exact while the lock is held, else as last seen
     int _inFlight = 0;
     QTimer _timer;
     bool _isStopping = false;

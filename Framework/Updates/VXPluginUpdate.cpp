@@ -4,6 +4,7 @@
 #include "VXFramework.h"
 #include "VXPluginManager.h"
 #include "VXPluginScanner.h"
+#include "VXURLError.h"
 #include "VXVersion.h"
 #include "VXZipFile.h"
 
@@ -23,6 +24,14 @@ QString textOf(const VXError &error)
 {
     const QString suggestion = error.localizedRecoverySuggestion();
     return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
+}
+
+// What the server offers is not taken; else it was not there, or could not be saved.
+bool isOfTheServer(const VXError &error)
+{
+    return error.domain() == VXURLErrorDomain &&
+           (error.code() == VXURLErrorInsecureRedirect || error.code() == VXURLErrorTooManyRedirects ||
+            error.code() == VXURLErrorCertificateUntrusted || error.code() == VXURLErrorDataTooLong);
 }
 
 QString folderToUnpackInto(const VXWebDownload &download)
@@ -92,9 +101,10 @@ void VXPluginUpdate::requestDidComplete(VXWebRequest *)
     if (_isCancelled)
         end(State::Cancelled);
     else if (error)
-        refuse(textOf(error));
+        refuse(textOf(error), isOfTheServer(error) ? State::Refused : State::Failed);
     else if (response.statusCode != 200)
-        refuse(u"%1: %2 %3"_s.arg(response.url.toString()).arg(response.statusCode).arg(response.statusText()));
+        refuse(u"%1: %2 %3"_s.arg(response.url.toString()).arg(response.statusCode).arg(response.statusText()),
+               State::Failed);
     else if (_newVersion.isNull())
         checkFeed();
     else
@@ -182,10 +192,10 @@ void VXPluginUpdate::install(const QString &bundlePath)
     }
 }
 
-void VXPluginUpdate::refuse(const QString &reason)
+void VXPluginUpdate::refuse(const QString &reason, State state)
 {
     _reason = reason;
-    end(State::Refused);
+    end(state);
 }
 
 void VXPluginUpdate::removeFolders()

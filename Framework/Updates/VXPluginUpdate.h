@@ -32,6 +32,7 @@ public:
         Installed,             // in place of one that does not run
         InstalledForNextStart, // waits in the staging folder
         Refused,               // see `reason`
+        Failed,                // it could not be looked up or fetched: see `reason`; it may go better later
         Cancelled,
     };
     enum class Mode { Check, Install };
@@ -57,7 +58,7 @@ public:
     QString installedVersion() const { return _installedVersion; }
     /** Of the feed, once it has been checked; null before. */
     QString newVersion() const { return _newVersion; }
-    /** Why it was refused, for people; null when it was not. */
+    /** Why it was refused or failed, for people; null when it was not. */
     QString reason() const { return _reason; }
 
     Q_INVOKABLE void requestDidComplete(VXWebRequest *request);
@@ -69,7 +70,7 @@ private:
     void checkFeed();
     void checkArchive();
     void install(const QString &bundlePath);
-    void refuse(const QString &reason);
+    void refuse(const QString &reason, State state = State::Refused);
     void end(State state);
     void removeFolders();
 

@@ -1,5 +1,7 @@
 #include "VXMultipartBody.h"
 
+#include "VXRegularFile.h"
+
 #include <QtCore/QFileInfo>
 #include <QtCore/QUuid>
 
@@ -39,10 +41,8 @@ void VXMultipartBody::addFile(Part &part)
     part.head += "; filename=\"" + QFileInfo(part.path).fileName().toUtf8() +
                  "\"\r\nContent-Type: application/octet-stream\r\n\r\n";
     QFile file(part.path);
-    if (!QFileInfo(part.path).isFile())
-        _problem = u"%1: there is no such file"_s.arg(part.path);
-    else if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        _problem = u"%1: %2"_s.arg(part.path, file.errorString());
+    if (QString reason; !VXRegularFile::open(file, &reason))
+        _problem = u"\"%1\": %2"_s.arg(part.path, reason);
     part.fileSize = file.size();
 }
 
@@ -80,15 +80,15 @@ qint64 VXMultipartBody::readFile(const Part &part, char *bytes, qint64 maximum)
         return 0;
     if (!_file.isOpen()) {
         _file.setFileName(part.path);
-        if (!_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-            _problem = u"%1: %2"_s.arg(part.path, _file.errorString());
+        if (QString reason; !VXRegularFile::open(_file, &reason)) { // a pipe may be there by now
+            _problem = u"\"%1\": %2"_s.arg(part.path, reason);
             return -1;
         }
     }
     const qint64 count = _file.read(bytes, std::min(maximum, rest)); // a file that grew is sent as it was announced
     if (count > 0)
         return count;
-    _problem = u"%1: %2"_s.arg(part.path, count < 0 ? _file.errorString() : u"it has become shorter"_s);
+    _problem = u"\"%1\": %2"_s.arg(part.path, count < 0 ? _file.errorString() : u"it has become shorter"_s);
     return -1;
 }
 

@@ -1,5 +1,7 @@
 #include "VXRunningRequests.h"
 
+#include "VXRequestThreads.h"
+
 #include <QtCore/QCoreApplication>
 
 #include <chrono>
@@ -36,19 +38,6 @@ void VXRunningRequests::remove(const VXWebRequest::Ptr &request)
     _requests.erase(request);
 }
 
-void VXRunningRequests::threadWillStart()
-{
-    const VXMutexLocker lock(_lock);
-    ++_threads;
-}
-
-void VXRunningRequests::threadDidEnd()
-{
-    const VXMutexLocker lock(_lock);
-    --_threads;
-    _threadEnded.notifyAll();
-}
-
 void VXRunningRequests::close()
 {
     std::set<VXWebRequest::Ptr> requests;
@@ -59,7 +48,5 @@ void VXRunningRequests::close()
     }
     for (const VXWebRequest::Ptr &request : std::exchange(requests, {}))
         request->cancel();
-    const VXMutexLocker lock(_lock);
-    static_cast<void>(
-        _threadEnded.waitFor(_lock, longestFarewell, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return _threads == 0; }));
+    VXRequestThreads::shared().close(longestFarewell);
 }

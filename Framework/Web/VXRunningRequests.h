@@ -18,17 +18,11 @@ public:
     [[nodiscard]] bool add(const VXWebRequest::Ptr &request);
     void remove(const VXWebRequest::Ptr &request);
 
-    /** Around the life of a request's thread. */
-    void threadWillStart();
-    void threadDidEnd();
-
 private:
     VXRunningRequests();
     void close();
 
     VXMutex _lock;
-    VXCondition _threadEnded;
     std::set<VXWebRequest::Ptr> _requests VX_GUARDED_BY(_lock);
-    int _threads VX_GUARDED_BY(_lock) = 0;
     bool _isClosed VX_GUARDED_BY(_lock) = false;
 };

@@ -7,6 +7,7 @@
 #include "VXInvocation.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
+#include "VXRequestThreads.h"
 #include "VXRunningRequests.h"
 #include "VXURLError.h"
 #include "VXWebTransfer.h"
@@ -14,8 +15,6 @@
 #include <QtCore/QUuid>
 
 #include <exception>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -36,9 +35,11 @@ struct VXWebRequest::Run
 {
     void end()
     {
-        const VXMutexLocker locker(lock);
-        hasEnded = true;
-        ended.notifyAll();
+        {
+            const VXMutexLocker locker(lock);
+            hasEnded = true;
+        }
+        ended.notifyAll(); // without the lock, which who waits would have to wait for
     }
     void waitForEnd()
     {
@@ -152,6 +153,12 @@ bool VXWebRequest::didSendRequest() const
     return _transfer ? _transfer->didSendRequest() : _didSendRequest;
 }
 
+VXFormRedirect VXWebRequest::formRedirect() const
+{
+    const VXMutexLocker lock(_lock);
+    return _transfer ? _transfer->formRedirect() : _formRedirect;
+}
+
 // -- Running
 
 void VXWebRequest::requestURL(const QUrl &theURL)
@@ -165,6 +172,7 @@ void VXWebRequest::requestURL(const QUrl &theURL)
         _run = run;
         _error = {};
         _didSendRequest = false;
+        _formRedirect = {};
         if (!_delegate)
             _delegate = _toldDelegate.lock();
     }
@@ -180,23 +188,16 @@ void VXWebRequest::requestURL(const QUrl &theURL)
 
 void VXWebRequest::startThread(const QUrl &url, const std::shared_ptr<Run> &run)
 {
-    VXRunningRequests &running = VXRunningRequests::shared();
     QString problem = u"the program ends"_s;
-    if (running.add(shared_from_this())) {
-        running.threadWillStart();
-        try {
-            std::thread([self = shared_from_this(), url, run]() mutable {
-                self->runOnThread(url, run);
-                // The reference goes along, so that the request never ends on this thread.
-                VXMainThread::perform([self = std::move(self), run] { self->complete(run); });
-                run->waitForEnd();
-                VXRunningRequests::shared().threadDidEnd();
-            }).detach();
+    if (VXRunningRequests::shared().add(shared_from_this())) {
+        problem = VXRequestThreads::shared().run([self = shared_from_this(), url, run]() mutable {
+            self->runOnThread(url, run);
+            // The reference goes along, so that the request never ends on this thread.
+            VXMainThread::perform([self = std::move(self), run] { self->complete(run); });
+            run->waitForEnd();
+        });
+        if (problem.isNull())
             return;
-        } catch (const std::system_error &error) {
-            running.threadDidEnd();
-            problem = QString::fromLocal8Bit(error.what());
-        }
     }
     setError(unableToStart(url, problem));
     VXMainThread::perform([self = shared_from_this(), run] { self->complete(run); });
@@ -254,6 +255,7 @@ void VXWebRequest::_requestURL(const QUrl &url, const std::shared_ptr<Run> &run)
         performTransfer(*transfer);
     const VXMutexLocker lock(_lock);
     _didSendRequest = transfer && transfer->didSendRequest();
+    _formRedirect = transfer ? transfer->formRedirect() : VXFormRedirect();
     _transfer.reset();
 }
 

@@ -72,6 +72,8 @@ public:
 
     /** Whether the server may have the whole request, also where no answer came. */
     bool didSendRequest() const;
+    /** Where the form did not go along, so that the answer is not one to the form; of status 0 when it reached its end. */
+    VXFormRedirect formRedirect() const;
 
 protected:
     VXWebRequest();
@@ -122,6 +124,7 @@ private:
     std::shared_ptr<VXWebTransfer> _transfer VX_GUARDED_BY(_lock);
     std::shared_ptr<Run> _run VX_GUARDED_BY(_lock); // from the start on
     bool _didSendRequest VX_GUARDED_BY(_lock) = false;
+    VXFormRedirect _formRedirect VX_GUARDED_BY(_lock);
     bool _isOnThread VX_GUARDED_BY(_lock) = false; // a start waits until the thread of a cancelled one is through
     VXCondition _leftThread;
 };

@@ -132,12 +132,20 @@ QString nameFromDisposition(QByteArray disposition)
     return extended.isEmpty() ? plain : extended;
 }
 
+// Also what has a text shown in another order, so that "gnp.exe" passes for "exe.png".
+bool isHidden(QChar c)
+{
+    const QChar::Direction direction = c.direction();
+    return c.category() == QChar::Other_Control || c == QChar::LineSeparator || c == QChar::ParagraphSeparator ||
+           (c.category() == QChar::Other_Format && direction != QChar::DirBN);
+}
+
 // What of a name may become a file's; empty when nothing does.
 QString plainName(QString name)
 {
     name.replace(u'\\', u'/');
     name = name.section(u'/', -1).trimmed();
-    name.removeIf([](QChar c) { return c.category() == QChar::Other_Control; });
+    name.removeIf(isHidden);
     return name == "."_L1 || name == ".."_L1 ? QString() : name;
 }
 

@@ -6,6 +6,14 @@
 #include <QtCore/QString>
 #include <QtCore/QUrl>
 
+/** A redirect that was followed without the form, as browsers do after 301, 302 and 303; of status 0 for none. */
+struct VXFormRedirect
+{
+    int status = 0;
+    QUrl from = {};
+    QUrl to = {};
+};
+
 /** The beginning of a server's answer. */
 struct VX_EXPORT VXWebResponse
 {

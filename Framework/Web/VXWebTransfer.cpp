@@ -22,6 +22,7 @@ constexpr qint64 maximumHeaderBytes = 256 * 1024;
 constexpr qint64 maximumRedirectBody = 64 * 1024; // what a redirect says to people is passed over
 constexpr long bufferSize = 256 * 1024;
 constexpr std::chrono::milliseconds longestWait{1000};
+constexpr double longestTimeout = 1e9; // seconds
 
 bool isRedirect(int status)
 {
@@ -50,6 +51,8 @@ Failure failureOf(CURLcode result)
         Failure{CURLE_WEIRD_SERVER_REPLY, VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s},
         Failure{CURLE_UNSUPPORTED_PROTOCOL, VXURLErrorBadServerResponse,
                 u"The server's answer can not be understood."_s},
+        // A line of the header that is longer than libcurl takes.
+        Failure{CURLE_OUT_OF_MEMORY, VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s},
     };
     const auto found = std::ranges::find(failures, result, &Failure::result);
     return found != failures.end()
@@ -120,6 +123,7 @@ private:
     qint64 _headerBytes = 0;
     qint64 _passedOver = 0;
     bool _hasResponse = false;
+    bool _isFinished = false; // nothing more is wanted of the answer
     VXWebResponse _response;
     QByteArray _location;
     QUrl _redirectedTo;
@@ -225,17 +229,21 @@ VXError VXWebTransfer::Exchange::headersDidEnd()
 {
     long status = 0;
     curl_easy_getinfo(_easy, CURLINFO_RESPONSE_CODE, &status);
+    if (status == 101) // what follows is no HTTP
+        return error(VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s,
+                     VXLocalizedString(u"It changes to another protocol, which was not asked for."_s));
     if (status < 200)
         return {};
+    curl_off_t length = -1;
+    curl_easy_getinfo(_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     _hasResponse = true;
     _response.statusCode = static_cast<int>(status);
     _transfer._didSendRequest = true;
     if (isRedirect(_response.statusCode) && !_location.isEmpty()) {
         _redirectedTo = _url.resolved(QUrl::fromEncoded(_location));
+        _isFinished = length < 0 || length > maximumRedirectBody; // nothing that is worth waiting for
         return {};
     }
-    curl_off_t length = -1;
-    curl_easy_getinfo(_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     _response.expectedContentLength = length;
     return _transfer._receiver.transferDidReceiveResponse(_response);
 }
@@ -257,8 +265,9 @@ size_t VXWebTransfer::Exchange::receiveBody(char *bytes, size_t count)
 VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
 {
     using std::chrono::milliseconds;
-    const auto timeout = std::chrono::duration<double>(_transfer._request.timeoutInterval());
-    while (!_transfer._isStopped) {
+    const auto timeout = std::chrono::duration<double>(
+        std::min<double>(_transfer._request.timeoutInterval(), longestTimeout)); // what a clock can count
+    while (!_transfer._isStopped && !_isFinished) {
         int running = 0;
         curl_multi_perform(multi, &running);
         int left = 0;
@@ -270,7 +279,8 @@ VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
         if (timeout.count() > 0) {
             const auto rest = std::chrono::ceil<milliseconds>(timeout - (Clock::now() - _lastSign));
             if (rest.count() <= 0)
-                return error(VXURLErrorTimedOut, u"The server did not answer in time."_s);
+                return _redirectedTo.isEmpty() ? error(VXURLErrorTimedOut, u"The server did not answer in time."_s)
+                                               : VXError();
             longest = std::min(longest, rest);
         }
         curl_multi_poll(multi, nullptr, 0, static_cast<int>(longest.count()), nullptr);
@@ -318,6 +328,12 @@ VXWebTransfer::VXWebTransfer(VXURLRequest request, VXWebTransferReceiver &receiv
 {
 }
 
+VXFormRedirect VXWebTransfer::formRedirect() const
+{
+    const VXMutexLocker lock(_lock);
+    return _formRedirect;
+}
+
 void VXWebTransfer::stop()
 {
     _isStopped = true;
@@ -354,7 +370,12 @@ VXError VXWebTransfer::perform()
         if (error)
             break;
         _receiver.transferWillRedirect(url, next);
-        isPost = isPost && (exchange.status() == 307 || exchange.status() == 308);
+        const bool staysPost = exchange.status() == 307 || exchange.status() == 308;
+        if (isPost && !staysPost) {
+            const VXMutexLocker lock(_lock);
+            _formRedirect = {.status = exchange.status(), .from = url, .to = next};
+        }
+        isPost = isPost && staysPost;
         url = next;
         curl_easy_reset(handle.easy());
     }

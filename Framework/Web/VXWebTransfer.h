@@ -48,6 +48,8 @@ public:
 
     /** Any thread: whether the whole request has been handed to the network, so that the server may have acted on it. */
     bool didSendRequest() const { return _didSendRequest; }
+    /** Any thread: where the form did not go along. */
+    VXFormRedirect formRedirect() const;
 
 private:
     class Exchange; // with one server, without redirects
@@ -56,6 +58,7 @@ private:
     VXWebTransferReceiver &_receiver;
     std::atomic<bool> _isStopped{false};
     std::atomic<bool> _didSendRequest{false};
-    VXMutex _lock;
+    mutable VXMutex _lock;
+    VXFormRedirect _formRedirect VX_GUARDED_BY(_lock);
     void *_wakeable VX_GUARDED_BY(_lock) = nullptr; // the CURLM that waits
 };

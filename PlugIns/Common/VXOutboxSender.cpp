@@ -1,6 +1,7 @@
 #include "VXOutboxSender.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QTimer>
 
 using namespace std::chrono_literals;
@@ -9,6 +10,9 @@ namespace {
 
 // Commands that end sooner do not take up what was left by others.
 constexpr std::chrono::milliseconds firstRun = 2s;
+constexpr std::chrono::milliseconds longestFarewell = 30s;
+constexpr std::chrono::milliseconds resumption = 30s;     // when the program goes on after all
+constexpr std::chrono::milliseconds longestGivingUp = 5s; // then it is not known what became of it
 
 } // namespace
 
@@ -16,6 +20,11 @@ void VXOutboxSender::start(const QString &kind, const VXOutbox &outbox, const VX
 {
     _runner = std::make_unique<VXOutboxRunner>(kind, outbox, deliver);
     QTimer::singleShot(firstRun, _runner.get(), &VXOutboxRunner::run);
+    _farewell.setSingleShot(true);
+    QObject::connect(&_farewell, &QTimer::timeout, _runner.get(), [runner = _runner.get()] {
+        QTimer::singleShot(resumption, runner, &VXOutboxRunner::resume);
+        runner->giveUp();
+    });
 }
 
 int VXOutboxSender::shouldUnload()
@@ -23,8 +32,13 @@ int VXOutboxSender::shouldUnload()
     if (!_runner || !_runner->isBusy())
         return VXUnloadNow;
     QObject::connect(
-        _runner.get(), &VXOutboxRunner::didBecomeIdle, &_plugin, [this] { _plugin.replyToPluginShouldUnload(true); },
+        _runner.get(), &VXOutboxRunner::didBecomeIdle, &_plugin,
+        [this] {
+            _farewell.stop();
+            _plugin.replyToPluginShouldUnload(true);
+        },
         Qt::SingleShotConnection);
+    _farewell.start(longestFarewell);
     return VXUnloadLater;
 }
 
@@ -33,7 +47,18 @@ void VXOutboxSender::stop()
     if (!_runner)
         return;
     _runner->stop();
-    while (_runner->isBusy())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    waitWhileBusy(_farewell.isActive() ? _farewell.remainingTimeAsDuration() : longestFarewell);
+    _farewell.stop();
+    _runner->giveUp();
+    waitWhileBusy(longestGivingUp);
     _runner.reset();
+}
+
+void VXOutboxSender::waitWhileBusy(std::chrono::milliseconds longest)
+{
+    const QDeadlineTimer end(longest);
+    QTimer wake;
+    wake.start(100ms);
+    while (_runner->isBusy() && !end.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }

@@ -3,6 +3,7 @@
 #include "VXOutboxRunner.h"
 #include "VXPlugin.h"
 
+#include <chrono>
 #include <memory>
 
 /**
@@ -23,10 +24,13 @@ public:
 
     /** The plugin's answer when it is asked whether it can be unloaded: later, while something is being sent. */
     int shouldUnload();
-    /** What is being sent is sent; what waits is left to the next program. */
+    /** What is being sent is sent, or given up where that takes half a minute; what waits is left to the next program. */
     void stop();
 
 private:
+    void waitWhileBusy(std::chrono::milliseconds longest);
+
     VXPlugin &_plugin;
     std::unique_ptr<VXOutboxRunner> _runner;
+    QTimer _farewell; // from the question on
 };

@@ -11,6 +11,8 @@
 #include "VXPrincipalClass.h"
 #include "VXRootFolders.h"
 
+#include <QtCore/QPointer>
+
 using namespace Qt::StringLiterals;
 
 /** Keeps messages and their folders, in the store "messages", and sends those that are to be sent. */
@@ -61,6 +63,12 @@ public:
         _sender.start(VXOutgoingMessage::kind, *outbox, VXMessageDelivery::deliver);
         connect(_sender.runner(), &VXOutboxRunner::didTry, this,
                 [store](const VXOutboxEntry &entry) { VXMessageDelivery::fileIfSent(entry, store); });
+        VXNotificationCenter::defaultCenter().addObserver(
+            this, VXDevicePluginDidAddDeviceNotification, [this, outbox](const VXNotification &notification) {
+                watch(notification.object.value<VXDevicePlugin *>(), *outbox);
+            });
+        for (const VXDevicePlugin::Ptr &device : VXDevicePlugin::liveDevices())
+            watch(device.get(), *outbox);
     }
 
     int pluginShouldUnload() override { return _sender.shouldUnload(); }
@@ -73,6 +81,19 @@ public:
     }
 
 private:
+    // What waits for a phone is tried as soon as that is back.
+    void watch(VXDevicePlugin *device, const VXOutbox &outbox)
+    {
+        if (device == nullptr)
+            return;
+        const auto look = [device = QPointer(device), outbox](const QString &key) {
+            if (device && key == "isConnecting"_L1 && device->property("isConnected").toBool())
+                static_cast<void>(
+                    outbox.retryDestination(VXOutgoingMessage::kind, VXOutgoingMessage::destination(device->url())));
+        };
+        connect(device, &VXDevicePlugin::didChangeValueForKey, this, look, Qt::QueuedConnection);
+    }
+
     VXOutboxSender _sender{*this};
 };
 

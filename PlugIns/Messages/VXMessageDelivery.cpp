@@ -35,14 +35,18 @@ VXOutboxDelivery withoutPhone(const QUrl &url)
 
 } // namespace
 
-void VXMessageDelivery::deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion)
+VXOutboxRunner::Cancel VXMessageDelivery::deliver(const VXOutboxEntry &entry,
+                                                  const VXOutboxRunner::Completion &completion)
 {
     const VXOutgoingMessage message(entry);
-    if (message.number().isNull() || message.device.isEmpty())
-        return completion({.outcome = Outcome::Refused, .problem = localized(u"The entry is damaged."_s)});
-    const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(message.device);
-    if (!device)
-        return completion(withoutPhone(message.device));
+    const bool isWhole = !message.number().isNull() && !message.device.isEmpty();
+    const VXDevicePlugin::Ptr device = isWhole ? VXDevicePlugin::deviceAtURL(message.device) : nullptr;
+    if (!device) {
+        completion(
+            isWhole ? withoutPhone(message.device)
+                    : VXOutboxDelivery{.outcome = Outcome::Refused, .problem = localized(u"The entry is damaged."_s)});
+        return {};
+    }
     const VXDeviceAction::Ptr action = VXDeviceAction::actionWithName(u"send_message"_s);
     action->setObject(QVariantMap{{u"number"_s, message.number()}, {u"text"_s, message.text}});
     const QVariantMap record = message.record().map();
@@ -53,6 +57,7 @@ void VXMessageDelivery::deliver(const VXOutboxEntry &entry, const VXOutboxRunner
             VXNotificationCenter::defaultCenter().postNotificationName(VXMessageDidSendNotification, record);
         });
     });
+    return [action] { action->cancel(); };
 }
 
 // What a phone does not tell for certain may have happened.

@@ -12,7 +12,7 @@ class VXMessageDelivery
 {
 public:
     /** Begins to send the entry; calls the completion once. */
-    static void deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion);
+    static VXOutboxRunner::Cancel deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion);
     /** What an action that has concluded says of the message. */
     static VXOutboxDelivery outcomeOf(const VXDeviceAction &action);
 

@@ -14,6 +14,11 @@ const QString VXFormDelivery::kind = u"post"_s;
 
 namespace {
 
+constexpr double longestLook = 24.0 * 60 * 60; // seconds
+constexpr int patientLooks = 10; // time-outs that a sent form is waited for, whatever the server says meanwhile
+const QString givenUp = u"The program ended while it was being sent."_s;
+const QString tooSlow = u"The server did not come to an end with its answer."_s;
+
 // Answers that say "not now".
 bool asksToTryAgain(int status)
 {
@@ -51,12 +56,12 @@ QVariantMap VXFormDelivery::payload(const QUrl &url, const QList<VXFormField> &f
     return {{u"url"_s, url.toString(QUrl::FullyEncoded)}, {u"fields"_s, list}, {u"timeout"_s, timeout}};
 }
 
-void VXFormDelivery::deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion)
+VXOutboxRunner::Cancel VXFormDelivery::deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion)
 {
     const QUrl url(entry.payload.value(u"url"_s).toString());
     if (url.isEmpty()) {
         completion({.outcome = Outcome::Refused, .problem = u"the entry is damaged"_s});
-        return;
+        return {};
     }
     QList<VXFormField> fields;
     for (const QVariant &value : entry.payload.value(u"fields"_s).toList()) {
@@ -67,16 +72,46 @@ void VXFormDelivery::deliver(const VXOutboxEntry &entry, const VXOutboxRunner::C
     }
     const auto delivery = std::make_shared<VXFormDelivery>();
     delivery->_completion = completion;
-    delivery->_connection = VXWebConnection::create();
-    delivery->_connection->setFormFields(fields);
-    delivery->_connection->setTimeout(entry.payload.value(u"timeout"_s).toFloat());
-    delivery->_connection->setUsesOwnConnection(true); // no keep-alive that the server may just be ending
-    delivery->_connection->setDelegate(delivery);      // which holds it
-    delivery->_connection->requestURL(url);
+    delivery->start(url, fields, entry.payload.value(u"timeout"_s).toDouble());
+    return [held = std::weak_ptr(delivery)] {
+        if (const auto running = held.lock())
+            running->giveUp(givenUp);
+    };
+}
+
+void VXFormDelivery::start(const QUrl &url, const QList<VXFormField> &fields, double timeout)
+{
+    _connection = VXWebConnection::create();
+    _connection->setFormFields(fields);
+    _connection->setTimeout(static_cast<float>(timeout));
+    _connection->setUsesOwnConnection(true);      // no keep-alive that the server may just be ending
+    _connection->setDelegate(shared_from_this()); // which holds it
+    connect(&_watch, &QTimer::timeout, this, &VXFormDelivery::look);
+    if (timeout > 0)
+        _watch.start(static_cast<int>(std::min(timeout, longestLook) * 1000));
+    _connection->requestURL(url);
+}
+
+// A server that goes on with its answer byte by byte is not waited for: the status tells all there is to know.
+void VXFormDelivery::look()
+{
+    const bool wasAnswered = std::exchange(_isAnswered, _connection->statusCode() != 0);
+    _looksSinceSent += _connection->didSendRequest() ? 1 : 0;
+    if (wasAnswered || _looksSinceSent > patientLooks)
+        giveUp(tooSlow);
+}
+
+void VXFormDelivery::giveUp(const QString &reason)
+{
+    if (!_connection)
+        return;
+    _reason = reason;
+    _connection->cancel(); // tells us
 }
 
 void VXFormDelivery::requestDidComplete(VXWebRequest *)
 {
+    _watch.stop();
     const VXOutboxDelivery result = outcome();
     _connection.reset();
     std::exchange(_completion, {})(result);
@@ -86,6 +121,9 @@ VXOutboxDelivery VXFormDelivery::outcome() const
 {
     const int status = _connection->statusCode();
     const VXError error = _connection->error();
+    if (const VXFormRedirect redirect = _connection->formRedirect(); redirect.status != 0)
+        return isRefusal(error) && status == 0 ? VXOutboxDelivery{.outcome = Outcome::Refused, .problem = textOf(error)}
+                                               : outcomeOfRedirect(redirect, status);
     if (status / 100 == 2) // also when the rest of the answer did not come
         return {.outcome = Outcome::Sent};
     if (status != 0)
@@ -94,5 +132,20 @@ VXOutboxDelivery VXFormDelivery::outcome() const
     if (isRefusal(error))
         return {.outcome = Outcome::Refused, .problem = textOf(error)};
     return {.outcome = _connection->didSendRequest() ? Outcome::Unknown : Outcome::NotDelivered,
-            .problem = textOf(error)};
+            .problem = _reason.isNull() ? textOf(error) : _reason};
+}
+
+// The form did not go along. "See other" says that it was taken; that something has moved, that it was not.
+VXOutboxDelivery VXFormDelivery::outcomeOfRedirect(const VXFormRedirect &redirect, int status)
+{
+    constexpr auto place = QUrl::RemoveScheme | QUrl::RemoveAuthority | QUrl::StripTrailingSlash;
+    if (redirect.status == 303)
+        return {.outcome = Outcome::Sent};
+    if (redirect.status == 301 || redirect.from.adjusted(place) == redirect.to.adjusted(place))
+        return {.outcome = Outcome::Refused,
+                .problem = u"the server has moved to %1: post to that address"_s.arg(redirect.to.toString())};
+    if (status / 100 == 2)
+        return {.outcome = Outcome::Sent};
+    return {.outcome = Outcome::Unknown,
+            .problem = u"the server led to %1, which failed"_s.arg(redirect.to.toString())};
 }

@@ -3,11 +3,15 @@
 #include "VXOutboxRunner.h"
 #include "VXWebConnection.h"
 
+#include <QtCore/QTimer>
+
+#include <memory>
+
 /**
  * Posts a form that waited in the outbox, and tells what came of it. Every answer that says "success" counts as sent. Where
  * no answer came, it depends on whether the server may have the whole form.
  */
-class VXFormDelivery : public QObject
+class VXFormDelivery : public QObject, public std::enable_shared_from_this<VXFormDelivery>
 {
     Q_OBJECT
 
@@ -18,13 +22,21 @@ public:
     static QVariantMap payload(const QUrl &url, const QList<VXFormField> &fields, double timeout);
 
     /** Starts it; it holds itself until it has called the completion. */
-    static void deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion);
+    static VXOutboxRunner::Cancel deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion);
 
     Q_INVOKABLE void requestDidComplete(VXWebRequest *request);
 
 private:
+    void start(const QUrl &url, const QList<VXFormField> &fields, double timeout);
+    void look();
+    void giveUp(const QString &reason);
     VXOutboxDelivery outcome() const;
+    static VXOutboxDelivery outcomeOfRedirect(const VXFormRedirect &redirect, int status);
 
     VXWebConnection::Ptr _connection;
     VXOutboxRunner::Completion _completion;
+    QTimer _watch; // looks once in each time-out
+    bool _isAnswered = false;
+    int _looksSinceSent = 0;
+    QString _reason; // why it was given up; null when it was not
 };

@@ -83,7 +83,8 @@ protected:
     static std::string reason()
     {
         const QJsonObject outcome = update({u"org.example.sample"_s});
-        return (outcome[u"state"] == u"refused"_s ? outcome[u"reason"] : outcome[u"state"]).toString().toStdString();
+        const QString text = outcome[u"reason"].toString();
+        return (outcome[u"state"].toString() + (text.isEmpty() ? QString() : u": "_s + text)).toStdString();
     }
     QString versionInPlace() const
     {
@@ -154,7 +155,7 @@ TEST_F(HostUpdateTest, RefusesWhatIsNotRightAndChangesNothing)
         {"is that of org.example.other", good, key, [](VXPluginFeed &f) { f.identifier = u"org.example.other"_s; }, {}},
         {"is older than the plugin", good, key, [](VXPluginFeed &feed) { feed.version = u"1999"_s; }, {}},
         {"over HTTPS only", good, key, [](VXPluginFeed &feed) { feed.url.replace(0, 5, u"http"_s); }, {}},
-        {"404 not found", good, key, [](VXPluginFeed &feed) { feed.url.replace(u"new.zip"_s, u"no.zip"_s); }, {}},
+        {"failed: https", good, key, [](VXPluginFeed &feed) { feed.url.replace(u"new.zip"_s, u"no.zip"_s); }, {}},
         {"too long", good, key, [](VXPluginFeed &feed) { --feed.size; }, {}},
         {"bytes, not", good, key, [](VXPluginFeed &feed) { ++feed.size; }, {}},
         {"SHA-256 differs", good, key, [](VXPluginFeed &feed) { feed.sha256[0] = ~feed.sha256[0]; }, {}},

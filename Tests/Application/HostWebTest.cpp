@@ -8,6 +8,7 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <QtCore/QUuid>
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
@@ -52,6 +53,17 @@ TEST_F(HostWebTest, DownloadsIntoAFile)
     EXPECT_EQ(file.readAll(), "hello");
     EXPECT_TRUE(file.remove());
     EXPECT_TRUE(QDir().rmdir(QFileInfo(file).path()));
+
+    const HostOutcome page = postForm(u"/answer?status=404 No&body=page"_s, {u"--download"_s});
+    EXPECT_EQ(page.status, 1);
+    EXPECT_THAT(page.errors.toStdString(), HasSubstr("404 not found; the file holds what it said"));
+    EXPECT_TRUE(QDir(QFileInfo(QString::fromUtf8(page.output.trimmed())).path()).removeRecursively());
+
+    const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    EXPECT_EQ(postForm(u"/close?header=Content-Disposition: attachment; filename="_s + name, {u"--download"_s}).status,
+              1);
+    for (const QString &folder : QDir(u"/tmp"_s).entryList(QDir::Dirs))
+        EXPECT_FALSE(QFileInfo::exists("/tmp/"_L1 + folder + u'/' + name)) << "half a download is left";
 }
 
 TEST_F(HostWebTest, TellsWhatWentWrong)
@@ -64,6 +76,9 @@ TEST_F(HostWebTest, TellsWhatWentWrong)
     EXPECT_EQ(postForm(u"/form"_s, {u"--field"_s, u"=x"_s}).status, 2);
     EXPECT_EQ(postForm(u"/form"_s, {u"--timeout"_s, u"soon"_s}).status, 2);
     EXPECT_EQ(runHost({u"--home"_s, path(), u"post-form"_s, u"nonsense"_s}).status, 2);
+    EXPECT_EQ(runHost({u"--home"_s, path(), u"post-form"_s, u"ftp://localhost/x"_s}).status, 2);
+    EXPECT_THAT(postForm(u"/answer?status=302 Found&header=Location: /answer"_s).errors.toStdString(),
+                HasSubstr("which was asked for without the form"));
 }
 
 TEST_F(HostWebTest, AnInterruptCancels)
@@ -211,9 +226,17 @@ TEST_F(HostOutboxTest, AnswersDecideWhatBecomesOfAnEntry)
         {u"/loop"_s, u"failed"_s},
         {u"/answer?status=503 Later"_s, u"queued"_s},
         {u"/reset"_s, u"perhaps sent"_s},
+        // Redirects without the form: taken, taken whatever then fails, moved without it, led somewhere.
+        {u"/answer?status=303 See&header=Location: /answer?status=503"_s, u"sent"_s},
+        {u"/answer?status=301 Moved&header=Location: /form"_s, u"failed"_s},
+        {u"/answer?status=302 Found&header=Location: /answer"_s, u"sent"_s},
+        {u"/answer?status=302 Found&header=Location: /answer?status=503"_s, u"perhaps sent"_s},
+        // Answers that do not end.
+        {u"/slow"_s, u"sent"_s},
+        {u"/hints"_s, u"perhaps sent"_s},
     };
     for (const auto &[path, state] : cases)
-        addTrigger(path);
+        addTrigger(path, {u"timeout=0.2"_s});
     postCall(u"Jane"_s);
     const QJsonArray list = outbox();
     ASSERT_EQ(list.size(), std::ssize(cases));

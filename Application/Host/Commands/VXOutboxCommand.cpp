@@ -7,6 +7,7 @@
 #include "VXPluginSession.h"
 
 #include <QtCore/QJsonObject>
+#include <QtCore/QSet>
 
 using namespace Qt::StringLiterals;
 
@@ -42,7 +43,8 @@ int list(VXHostContext &context, const VXOutbox &outbox)
 {
     VXError error;
     const std::optional<Entries> entries = outbox.entries({}, &error);
-    return entries ? VXAnswerOutboxEntries(context, *entries) : context.output.fail(error.localizedDescription());
+    return entries ? VXAnswerOutboxEntries(context, outbox, *entries)
+                   : context.output.fail(error.localizedDescription());
 }
 
 int drop(VXHostContext &context, const VXOutbox &outbox)
@@ -68,10 +70,23 @@ int retry(VXHostContext &context, const VXOutbox &outbox)
         if (!VXOutboxRunner::isServed(entry.kind))
             return context.output.fail(u"no plugin sends entries of the kind \"%1\""_s.arg(entry.kind));
     }
+    QSet<QString> known; // of one destination all that waits at once
     for (const VXOutboxEntry &entry : *entries) {
         VXError error;
-        if (!outbox.retry(entry.number, &error))
-            return context.output.fail(u"p%1: %2"_s.arg(entry.number).arg(error.localizedDescription()));
+        const bool waits = entry.state == VXOutboxState::Queued && entries->size() > 1;
+        const QString group = entry.kind + u'\n' + entry.destination;
+        if (waits && known.contains(group))
+            continue;
+        if (waits ? outbox.retryDestination(entry.kind, entry.destination, &error)
+                  : outbox.retry(entry.number, &error)) {
+            if (waits)
+                known.insert(group);
+            continue;
+        }
+        const QString reason = u"p%1: %2"_s.arg(entry.number).arg(error.localizedDescription());
+        if (entries->size() == 1)
+            return context.output.fail(reason);
+        context.output.note(reason); // sent or dropped meanwhile
     }
     return VXAnswerTries(context, outbox, *entries);
 }
@@ -99,14 +114,17 @@ int runOutbox(VXHostContext &context)
 
 VXHostCommand VXOutboxCommand()
 {
-    return {.name = u"outbox"_s,
-            .summary = u"Show and change what is to be sent"_s,
-            .synopsis = u"[list|retry|drop] [ID|all]"_s,
-            .details =
-                u"\"list\" shows what waits to be sent, and what came of the rest. \"retry ID\" sends an entry now, "
-                "whatever it waits for, also one that was refused or is perhaps sent. \"drop ID\" forgets one."_s,
-            .minimumOperands = 0,
-            .maximumOperands = 2,
-            .firstOperands = {u"list"_s, u"retry"_s, u"drop"_s},
-            .run = runOutbox};
+    return {
+        .name = u"outbox"_s,
+        .summary = u"Show and change what is to be sent"_s,
+        .synopsis = u"[list|retry|drop] [ID|all]"_s,
+        .details =
+            u"\"list\" shows what waits to be sent, and what came of the rest. \"retry ID\" sends an entry now, also "
+            "one that was refused or is perhaps sent; what waits before it for the same destination is tried first, "
+            "and while that can not be sent the entry waits behind it. \"drop ID\" forgets one, also one that still "
+            "waits."_s,
+        .minimumOperands = 0,
+        .maximumOperands = 2,
+        .firstOperands = {u"list"_s, u"retry"_s, u"drop"_s},
+        .run = runOutbox};
 }

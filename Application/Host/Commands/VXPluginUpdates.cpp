@@ -42,6 +42,8 @@ Words wordsOf(State state)
         return {u"installed-for-next-start"_s, u"version %1 will be installed at the next start"_s};
     case State::Refused:
         return {u"refused"_s, u"refused: %1"_s};
+    case State::Failed:
+        return {u"failed"_s, u"failed: %1"_s};
     case State::Running:
     case State::Cancelled:
         break;
@@ -52,8 +54,7 @@ Words wordsOf(State state)
 QString textOf(const VXPluginUpdate &update)
 {
     const QString text = wordsOf(update.state()).text;
-    return text.contains("%1"_L1) ? text.arg(update.state() == State::Refused ? update.reason() : update.newVersion())
-                                  : text;
+    return text.contains("%1"_L1) ? text.arg(update.reason().isNull() ? update.newVersion() : update.reason()) : text;
 }
 
 QJsonObject jsonOf(const VXPluginUpdate &update)
@@ -89,7 +90,8 @@ int VXRunPluginUpdates(VXHostContext &context, const QList<const VXPluginProxy *
         const VXPluginUpdate::Ptr update = run(context.options, *plugin);
         if (update->state() == State::NotOffered && plugins.size() > 1)
             continue;
-        if (update->state() == State::Refused || update->state() == State::Cancelled)
+        if (update->state() == State::Refused || update->state() == State::Failed ||
+            update->state() == State::Cancelled)
             status = VXHostOutput::Failed;
         rows.append({update->identifier(), update->installedVersion(), textOf(*update)});
         json.append(jsonOf(*update));

@@ -10,6 +10,7 @@
 #include "VXWebConnection.h"
 #include "VXWebDownload.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QJsonObject>
 #include <QtCore/QTimer>
 
@@ -113,13 +114,23 @@ int answer(VXHostContext &context, const VXWebConnection &connection)
 int answer(VXHostContext &context, const VXWebDownload &download)
 {
     const int status = download.downloadResponse().statusCode;
+    const bool isDone = status / 100 == 2;
     if (status != 200)
-        context.output.note(u"the server answered %1 %2"_s.arg(status).arg(download.downloadResponse().statusText()));
+        context.output.note(u"the server answered %1 %2%3"_s.arg(status).arg(
+            download.downloadResponse().statusText(), isDone ? QString() : u"; the file holds what it said"_s));
     context.output.answer(
         download.filePath() + u'\n',
         QJsonObject{{u"path"_s, download.filePath()}, {u"status"_s, status}, {u"bytes"_s, download.bytesReceived()}});
-    return VXHostOutput::Done;
+    return isDone ? VXHostOutput::Done : VXHostOutput::Failed;
 }
+
+// What came of an answer that is not whole.
+void removeRest(const VXWebDownload &download)
+{
+    QDir(download.folderPath()).removeRecursively();
+}
+
+void removeRest(const VXWebConnection &) {}
 
 template <class Request>
 int post(VXHostContext &context, const QUrl &url, const QList<VXFormField> &fields, float timeout)
@@ -128,7 +139,15 @@ int post(VXHostContext &context, const QUrl &url, const QList<VXFormField> &fiel
     request->setFormFields(fields);
     request->setTimeout(timeout);
     RequestRun(*request, url).run(url);
-    return request->error() ? fail(context, request->error()) : answer(context, *request);
+    const VXFormRedirect redirect = request->formRedirect();
+    if (redirect.status != 0)
+        context.output.note(
+            u"the server answered %1 and led to %2, which was asked for without the form"_s.arg(redirect.status)
+                .arg(redirect.to.toString()));
+    if (!request->error())
+        return answer(context, *request);
+    removeRest(*request);
+    return fail(context, request->error());
 }
 
 int runPostForm(VXHostContext &context)
@@ -136,8 +155,9 @@ int runPostForm(VXHostContext &context)
     const VXHostOptions &options = context.options;
     const QString usage = VXHostUsage(options.command());
     const QUrl url(options.operand(0), QUrl::StrictMode);
-    if (!url.isValid() || url.host().isEmpty())
-        return context.output.failUsage(u"\"%1\" is no URL of the web"_s.arg(options.operand(0)), usage);
+    if (!url.isValid() || url.host().isEmpty() || (url.scheme() != "http"_L1 && url.scheme() != "https"_L1))
+        return context.output.failUsage(
+            u"\"%1\" is no URL of the web: those begin with http:// or https://"_s.arg(options.operand(0)), usage);
     QString reason;
     const auto fields = formFields(options, &reason);
     if (!fields)
@@ -159,7 +179,8 @@ VXHostCommand VXPostFormCommand()
             .synopsis = u"URL"_s,
             .details =
                 u"Writes the server's answer, a property list as JSON. With --download the answer goes into a file, "
-                "whose path is written. Files are read from the disk while they are sent. Ctrl-C cancels."_s,
+                "whose path is written; the command fails all the same where that is the page of an error. Files are "
+                "read from the disk while they are sent. Ctrl-C cancels."_s,
             .options = {{.name = u"field"_s,
                          .placeholder = u"NAME=VALUE"_s,
                          .summary = u"A field; may be repeated"_s,

@@ -49,6 +49,7 @@ protected:
                     QList<Outcome> &list = outcomes[entry.title];
                     completion({.outcome = list.isEmpty() ? Outcome::Sent : list.takeFirst(), .problem = u"why"_s});
                 });
+                return [completion] { completion({.outcome = Outcome::Unknown, .problem = u"given up"_s}); };
             });
     }
     void finishAll()
@@ -183,6 +184,78 @@ TEST_F(VXOutboxTest, OneProcessSendsAtATime)
     ASSERT_TRUE(VXRunUntil([&] { return tried.size() == 1; })); // it looks again
     finishAll();
     EXPECT_EQ(stateOf(number), VXOutboxState::Sent);
+}
+
+// A retry keeps the order: what waits before the entry is tried first, and what is refused then makes way.
+TEST_F(VXOutboxTest, ARetryTakesAlongWhatWaitsBefore)
+{
+    VXUserDefaults::standardUserDefaults().setObject(100, u"outbox.retry-delay"_s);
+    const qint64 first = add(u"d"_s, u"1"_s);
+    const qint64 last = add(u"d"_s, u"2"_s);
+    outcomes[u"1"_s] = {Outcome::NotDelivered, Outcome::Sent, Outcome::NotDelivered};
+    const auto runner = makeRunner();
+    runner->run();
+    finishAll();
+    ASSERT_EQ(stateOf(first), VXOutboxState::Queued);
+    ASSERT_TRUE(outbox.retry(last));
+    ASSERT_TRUE(VXRunUntil([&] {
+        finishAll();
+        return stateOf(last) == VXOutboxState::Sent;
+    }));
+    EXPECT_THAT(tried, ElementsAre(u"1"_s, u"1"_s, u"2"_s));
+
+    const qint64 again = add(u"d"_s, u"1"_s);
+    ASSERT_TRUE(VXRunUntil([&] {
+        finishAll();
+        return outbox.entry(again)->attempts == 1 && !runner->isBusy();
+    }));
+    EXPECT_TRUE(outbox.retryDestination(u"test"_s, u"other"_s));
+    EXPECT_GT(outbox.entry(again)->nextDate, QDateTime::currentDateTimeUtc());
+    EXPECT_TRUE(outbox.retryDestination(u"test"_s, u"d"_s));
+    EXPECT_TRUE(VXRunUntil([&] { return tried.size() == 5; }));
+}
+
+// Many entries for a server that is away: none of them has the outbox read again.
+TEST_F(VXOutboxTest, WhatIsAddedBehindOthersWaitsWithThem)
+{
+    VXUserDefaults::standardUserDefaults().setObject(100, u"outbox.retry-delay"_s);
+    const qint64 first = add(u"d"_s, u"first"_s);
+    outcomes[u"first"_s] = {Outcome::NotDelivered};
+    const auto runner = makeRunner();
+    runner->run();
+    finishAll();
+    for (int number = 0; number < 20; ++number) {
+        add(u"d"_s, QString::number(number));
+        QCoreApplication::processEvents();
+    }
+    EXPECT_EQ(tried.size(), 1);
+    add(u"e"_s, u"other"_s);
+    EXPECT_TRUE(VXRunUntil([&] { return tried.size() == 2; }));
+    finishAll();
+    EXPECT_TRUE(VXOutbox(open(path(u"outbox.sqlite"_s))).drop(first)); // as another process does
+    add(u"d"_s, u"last"_s);
+    ASSERT_TRUE(VXRunUntil([&] {
+        finishAll();
+        return tried.size() == 23 && !runner->isBusy();
+    }));
+    EXPECT_EQ(tried.last(), u"last"_s);
+}
+
+TEST_F(VXOutboxTest, WhatIsGivenUpIsToldAndNothingMoreBegins)
+{
+    const qint64 number = add(u"d"_s, u"1"_s);
+    const qint64 next = add(u"d"_s, u"2"_s);
+    const auto runner = makeRunner();
+    runner->run();
+    runner->giveUp();
+    EXPECT_FALSE(runner->isBusy());
+    EXPECT_EQ(outbox.entry(number)->problem, u"given up"_s);
+    EXPECT_EQ(stateOf(next), VXOutboxState::Queued);
+    waiting.clear();
+    runner->resume();
+    EXPECT_THAT(tried, ElementsAre(u"1"_s, u"2"_s));
+    finishAll();
+    EXPECT_EQ(stateOf(next), VXOutboxState::Sent);
 }
 
 TEST_F(VXOutboxTest, WaitsLongerAfterEachTry)

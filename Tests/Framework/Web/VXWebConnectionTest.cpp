@@ -6,6 +6,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QRandomGenerator>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
 
@@ -136,6 +138,8 @@ TEST_F(VXWebConnectionTest, FailsWithANamedErrorWhateverTheServerDoes)
         {u"/reset"_s, VXURLErrorConnectionLost, "The connection to the server was lost.", ""},
         {u"/loop"_s, VXURLErrorTooManyRedirects, "The server leads from one address to the next.", ""},
         {u"/headers"_s, VXURLErrorBadServerResponse, "The server's answer can not be understood.", "too long"},
+        {u"/longline"_s, VXURLErrorBadServerResponse, "The server's answer can not be understood.", ""},
+        {u"/upgrade"_s, VXURLErrorBadServerResponse, "The server's answer can not be understood.", "another protocol"},
         {u"/garbage"_s, VXURLErrorBadServerResponse, "The server's answer can not be understood.", ""},
         {u"/huge"_s, VXURLErrorDataTooLong, "The server's answer is too long.", ""},
         {u"/huge?announced"_s, VXURLErrorDataTooLong, "The server's answer is too long.", ""},
@@ -176,6 +180,22 @@ TEST_F(VXWebConnectionTest, ASilentServerEndsWithTheTimeOut)
     EXPECT_EQ(connection->error().code(), VXURLErrorTimedOut);
 }
 
+// Also one for longer than any clock counts, and what a redirect announces is not waited for.
+TEST_F(VXWebConnectionTest, ALongTimeOutIsNoShortOne)
+{
+    for (const char *const path : {"/lead?length=100000", "/lead?length=-1"}) {
+        const int calls = delegate->calls;
+        const auto connection = VXWebConnection::create();
+        connection->setTimeout(1e30F);
+        connection->setDelegate(delegate);
+        connection->requestURL(server.url(QString::fromLatin1(path)));
+        ASSERT_TRUE(told(calls + 1));
+        EXPECT_EQ(connection->data(), "there");
+        EXPECT_EQ(connection->formRedirect().status, 302);
+        EXPECT_EQ(connection->formRedirect().to, server.url(u"/answer?body=there"_s));
+    }
+}
+
 TEST_F(VXWebConnectionTest, FollowsRedirectsWithAWarning)
 {
     const QString target = u"/answer?body=there"_s;
@@ -189,6 +209,7 @@ TEST_F(VXWebConnectionTest, FollowsRedirectsWithAWarning)
 
     const VXWebConnection::Ptr again = post(u"/answer?status=307 Again&header=Location: /form"_s, {{u"a"_s, u"1"_s}});
     EXPECT_EQ(answerOf(*again)[u"method"].toString(), u"POST"_s);
+    EXPECT_EQ(again->formRedirect().status, 0);
     EXPECT_EQ(answerOf(*again)[u"fields"].toArray().size(), 1);
 }
 
@@ -240,6 +261,11 @@ TEST_F(VXWebConnectionTest, AFileThatCanNotBeReadFailsBeforeAnythingIsSent)
     ASSERT_TRUE(told());
     EXPECT_EQ(connection->error().code(), VXURLErrorCannotReadBody);
     EXPECT_FALSE(connection->didSendRequest());
+    ASSERT_EQ(::mkfifo(path(u"pipe"_s).toUtf8().constData(), 0600), 0);
+    connection->setFormFields({{.name = u"f"_s, .text = {}, .filePath = path(u"pipe"_s)}});
+    connection->requestURL(server.url(u"/form"_s));
+    ASSERT_TRUE(told(2));
+    EXPECT_THAT(connection->error().localizedRecoverySuggestion().toStdString(), HasSubstr("no regular file"));
     EXPECT_TRUE(server.requests().isEmpty());
 }
 

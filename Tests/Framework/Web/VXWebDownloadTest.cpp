@@ -65,6 +65,7 @@ TEST_F(VXWebDownloadTest, TakesSuggestedNamesOnlyAsPlainNames)
         {u"filename=\"C:\\\\windows\\\\a b;c.txt\"; x=y"_s, u"a b;c.txt"_s},
         {u"filename*=UTF-8''%25e2%2582%25ac%20rates.txt; filename=\"EUR rates.txt\""_s, u"€ rates.txt"_s},
         {u"filename=\"a%7Fb%01c\""_s, u"abc"_s},
+        {u"filename*=UTF-8''%25E2%2580%25AEgnp.%25E2%2581%25A6exe"_s, u"gnp.exe"_s},
         {u"filename=\""_s + x + u".tar.gz\""_s, x.left(197) + u".gz"_s},
     };
     for (const auto &[header, name] : cases) {

@@ -201,7 +201,20 @@ TEST_F(VXWebRequestTest, TheEndOfTheProgramIsToldToo)
             std::this_thread::yield();
         std::_Exit(isToldOnce && connection->error() == cancelled && threadCount() == 1 ? 0 : 1);
     };
+    ASSERT_TRUE(VXRunUntil([] { return threadCount() == 1; })); // a fork has none of the threads that are kept
     EXPECT_EXIT(endProgram(), testing::ExitedWithCode(0), "");
+}
+
+// A thread that has become free runs the next request, and ends when none comes.
+TEST_F(VXWebRequestTest, OneAfterTheOtherShareAThread)
+{
+    const int threadsBefore = threadCount();
+    for (int i = 0; i < 20; ++i) {
+        post(u"/answer?body=x"_s);
+        EXPECT_LE(threadCount(), threadsBefore + 2); // one may be just about to become free
+    }
+    EXPECT_GT(threadCount(), threadsBefore);
+    EXPECT_TRUE(VXRunUntil([&] { return threadCount() <= threadsBefore; }));
 }
 
 TEST_F(VXWebRequestTest, ManyAtOnce)

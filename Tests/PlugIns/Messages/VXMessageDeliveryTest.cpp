@@ -120,6 +120,18 @@ TEST_F(VXMessageDeliveryTest, ItDependsOnThePhonesAnswerWhetherAMessageIsTriedAg
     EXPECT_THAT(shownIn(VXSentFolder), IsEmpty());
 }
 
+TEST_F(VXMessageDeliveryTest, APhoneThatIsBackGetsWhatWaits)
+{
+    phone->result = QVariantMap{{u"failure"_s, u"later"_s}};
+    phone->error = VXMakeError(u"away"_s);
+    const auto number = VXOutgoingMessage::send(u"+1 555 0100"_s, u"Hi"_s, url, *store, *outbox);
+    EXPECT_EQ(tried(*number).state, VXOutboxState::Queued);
+    phone->error = {};
+    phone->setProperty("isConnected", true);
+    Q_EMIT phone->didChangeValueForKey(u"isConnecting"_s);
+    EXPECT_TRUE(VXRunUntil([&] { return outbox->entry(*number)->state == VXOutboxState::Sent; }));
+}
+
 TEST_F(VXMessageDeliveryTest, WithoutThePhoneMessagesWaitOrFail)
 {
     VXDevicePlugin::removeDeviceAtURL(url);

@@ -102,14 +102,14 @@ class Handler(socketserver.StreamRequestHandler):
                 return self.send(status="404 Not Found")
         if path == "/upload":
             return self.send(str(self.received).encode())
+        headers = [self.query["header"]] if "header" in self.query else []
         if path == "/answer":  # what the query says
             status = self.query.get("status", "200 OK")
-            headers = [self.query["header"]] if "header" in self.query else []
             return self.send(self.query.get("body", "").encode(), status, headers)
         if path == "/loop":
             return self.send(status="302 Found", headers=[f"Location: /loop?{time.time()}"])
         if path == "/close":  # in the middle
-            self.send(b"half", length=8)
+            self.send(b"half", headers=headers, length=8)
             return False
         if path == "/short":  # says less than it sends
             self.send(b"four and more", length=4)
@@ -120,6 +120,20 @@ class Handler(socketserver.StreamRequestHandler):
         if path == "/nolength":
             self.send(b"unannounced", length=-1)
             return False
+        if path == "/upgrade":
+            self.send(b"of another protocol", "101 Switching Protocols", ["Upgrade: other"])
+            return False
+        if path == "/longline":
+            self.wfile.write(b"HTTP/1.1 200 OK\r\nX: " + MEGABYTE + b"\r\n\r\n")
+            return False
+        if path == "/lead":  # elsewhere, with a body that never comes
+            self.send(status="302 Found", headers=["Location: /answer?body=there"], length=int(self.query["length"]))
+            self.rfile.read(1)
+            return False
+        if path == "/hints":  # without an end, and without an answer
+            while True:
+                self.wfile.write(b"HTTP/1.1 103 Early Hints\r\n\r\n")
+                time.sleep(0.05)
         if path == "/silent":
             self.rfile.read(1)
             return False
