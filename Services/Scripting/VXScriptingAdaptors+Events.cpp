@@ -6,6 +6,7 @@
 #include "VXEventManager.h"
 #include "VXScriptingCalls.h"
 #include "VXTriggerStore.h"
+#include "VXTriggerTrial.h"
 
 #include <QtCore/QJsonObject>
 
@@ -53,17 +54,12 @@ QVariant objectFromDBus(const QVariantMap &object)
     return object.isEmpty() ? QVariant() : withDates(VXPlainDBusValue(object));
 }
 
-QString shortID(const VXTrigger &trigger)
-{
-    return u'p' + QString::number(trigger.record()->objectID().number());
-}
-
 QVariantMap mapOfTrigger(const VXTrigger &trigger)
 {
     QStringList reactors;
     for (const VXReaction &reaction : trigger.reactions())
         reactors.append(reaction.bundleIdentifier());
-    return {{u"id"_s, shortID(trigger)},         {u"event"_s, trigger.eventName()},   {u"name"_s, trigger.userName()},
+    return {{u"id"_s, trigger.shortID()},        {u"event"_s, trigger.eventName()},   {u"name"_s, trigger.userName()},
             {u"enabled"_s, trigger.isEnabled()}, {u"filter"_s, trigger.filterText()}, {u"reactors"_s, reactors}};
 }
 
@@ -144,19 +140,15 @@ QVariantMap VXEventsAdaptor::TestTrigger(const QString &id, const QVariantMap &o
         const VXTrigger trigger = store->triggerWithID(id);
         if (trigger.isNull())
             throw VXScriptingFault{u"NotFound"_s, u"there is no trigger \"%1\""_s.arg(id)};
-        using Kind = VXFilterVerdict::Kind;
-        const QVariant tried = objectFromDBus(object);
-        const VXFilterVerdict verdict = trigger.test(tried);
-        const bool passes = verdict.kind == Kind::NoFilter || verdict.kind == Kind::Passed;
-        QVariantMap result = mapOfTrigger(trigger);
-        result.insert(u"passes"_s, passes);
-        result.insert(u"problem"_s,
-                      verdict.kind == Kind::Rejected ? VXReasonForRejection(verdict, tried) : verdict.problem);
+        const VXTriggerTrial trial = VXTriggerTrial::of(trigger, objectFromDBus(object));
         QStringList running;
-        for (const VXReaction &reaction : trigger.reactions()) {
-            if (passes && trigger.isEnabled() && reaction.problem().isNull())
-                running.append(reaction.bundleIdentifier());
+        for (const VXTriggerTrial::Reaction &reaction : trial.reactions) {
+            if (reaction.runs)
+                running.append(reaction.identifier);
         }
+        QVariantMap result = mapOfTrigger(trigger);
+        result.insert(u"passes"_s, trial.passes);
+        result.insert(u"problem"_s, trial.problem);
         result.insert(u"runs"_s, running);
         return VXCarriedByDBus(result).toMap();
     });
