@@ -189,8 +189,9 @@ qint32 VXDBusTransport::call(const Errand &errand, QDBusMessage message)
     }
     if (const qint32 status = deliveryStatus(answer); status != VXScriptingDone)
         return status;
-    *errand.reply = errorReply(errand.event, errorNumber(answer.errorName()),
-                               answer.errorMessage().isEmpty() ? answer.errorName() : answer.errorMessage());
+    const QString text = answer.errorMessage().trimmed();
+    *errand.reply =
+        errorReply(errand.event, errorNumber(answer.errorName()), text.isEmpty() ? answer.errorName() : text);
     return VXScriptingDone;
 }
 
@@ -298,7 +299,10 @@ qint32 VXDBusTransport::callMethods(const Errand &errand)
         if (!isUnknown)
             return status;
     }
-    return VXScriptingDone; // with what the last one answered
+    if (methods.size() > 1) // what the last one was about tells nobody anything
+        *errand.reply = errorReply(event, VXScriptingEventNotHandled,
+                                   u"it understands no way of %1 that is known here"_s.arg(methods.first().name));
+    return VXScriptingDone;
 }
 
 // -- Who runs

@@ -2,6 +2,7 @@
 
 #include "VXAppleScriptBridge.h"
 #include "VXDesktopServices.h"
+#include "VXScriptingService.h"
 
 #include "ServicesTestsPaths.h"
 #include "VXLogRecorder.h"
@@ -139,6 +140,14 @@ TEST_F(VXDBusTransportTest, AnswersErrorsForWhatCannotBe)
                         Code::DirectObject);
     EXPECT_EQ(errorOf(every), VXScriptingNoSuchObject);
 
+    Descriptor deep = Descriptor::withInteger(1);
+    for (int level = 0; level < 40; ++level)
+        deep = Descriptor::list({deep});
+    Descriptor action = event("fdap", "actn");
+    action.setDescriptor(Descriptor::withString(u"quit"_s), Code::DirectObject);
+    action.setDescriptor(deep, VXCode("fdPm")); // the bus would end the connection
+    EXPECT_EQ(errorOf(action), VXScriptingCoercionFailed);
+
     Descriptor reply;
     EXPECT_EQ(send(readEvent(VXCode("pMxR")), &reply), VXScriptingDone);
     EXPECT_EQ(reply.descriptorForKeyword(Code::ErrorString)->stringValue(), u"org.example.Error.Strange"_s);
@@ -177,6 +186,18 @@ TEST_F(VXDBusTransportTest, AsksToQuitInTheWayThatTheTargetKnows)
     editor.terminateProcess();
     ASSERT_TRUE(VXRunUntil([&editor] { return !editor.processIsRunning(); }));
     EXPECT_TRUE(log.lines(u"ERROR"_s).isEmpty());
+}
+
+TEST_F(VXDBusTransportTest, ThisProgramAnswersItselfOnTheMainThread)
+{
+    const VXScriptingService service;
+    ASSERT_TRUE(service.problem().isNull()) << service.problem().toStdString();
+    const VXAppleScriptBridge self(VXScriptingService::busName(), transport);
+    Descriptor reply;
+    EXPECT_EQ(send(self.eventForTarget(VXCode("aevt"), VXCode("quit")), &reply), VXScriptingDone); // in time
+    EXPECT_EQ(reply.descriptorForKeyword(Code::ErrorNumber)->integerValue(), VXScriptingEventNotHandled);
+    EXPECT_EQ(reply.descriptorForKeyword(Code::ErrorString)->stringValue(),
+              u"it understands no way of Quit that is known here"_s);
 }
 
 TEST_F(VXDBusTransportTest, ConnectsAgainWhenTheBusWasRestarted)

@@ -213,9 +213,10 @@ int quitTarget(VXHostContext &context, VXAppleScriptBridge &bridge)
     if (!bridge.processIsRunning())
         return context.output.fail(u"%1 is not running"_s.arg(bridge.processIdentifier()));
     VXError error;
-    if (!bridge.sendAppleEvent(bridge.eventForTarget(VXEventCode::RequiredSuite, VXEventCode::Quit), nullptr, &error))
-        return context.output.fail(error.localizedDescription());
-    return VXHostOutput::Done;
+    const VXEventDescriptor quit = bridge.eventForTarget(VXEventCode::RequiredSuite, VXEventCode::Quit);
+    if (bridge.sendAppleEvent(quit, nullptr, &error) || !bridge.processIsRunning()) // some end before they answer
+        return VXHostOutput::Done;
+    return context.output.fail(error.localizedDescription());
 }
 
 // -- The command
