@@ -17,11 +17,12 @@ class VXScriptedAction : public QObject
     Q_CLASSINFO("D-Bus Interface", "com.halvern.VNX2.Action")
 
 public:
-    VXScriptedAction(VXScriptingCalls &calls, const VXDeviceAction::Ptr &action, const QString &path, QObject *parent);
+    VXScriptedAction(VXScriptingCalls &calls, const VXDeviceAction::Ptr &action, const VXDevicePlugin::Ptr &device,
+                     const QString &path, QObject *parent);
     ~VXScriptedAction() override;
 
     /** Runs it; its end may come at once. */
-    void start(const VXDevicePlugin::Ptr &device);
+    void start();
 
 public Q_SLOTS:
     /** Asks for an abort; the action ends with an error then. */
@@ -45,6 +46,7 @@ private:
 
     VXScriptingCalls &_calls;
     const VXDeviceAction::Ptr _action;
+    const VXDevicePlugin::Ptr _device;
     QList<QDBusMessage> _waiting;
     QTimer _progress; // many steps may come at once
     bool _hasConcluded = false;

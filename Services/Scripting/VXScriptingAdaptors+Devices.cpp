@@ -65,10 +65,10 @@ QDBusObjectPath VXDevicesAdaptor::Run(const QString &url, const QString &action,
         if (plain != QVariant(u""_s))
             made->setObject(plain);
         const QString path = u"%1/actions/%2"_s.arg(VXScriptingService::objectPath()).arg(++_lastAction);
-        auto *const scripted = new VXScriptedAction(_calls, made, path, parent());
+        auto *const scripted = new VXScriptedAction(_calls, made, device, path, parent());
         // After the answer, so that who runs it can listen first.
         QMetaObject::invokeMethod(
-            scripted, [scripted, device] { scripted->start(device); }, Qt::QueuedConnection);
+            scripted, [scripted] { scripted->start(); }, Qt::QueuedConnection);
         return QDBusObjectPath(path);
     });
 }
