@@ -4,6 +4,7 @@
 #include "VXMainThread.h"
 #include "VXScriptingDictionaries.h"
 #include "VXScriptingService.h"
+#include "VXSessionBus.h"
 
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusVariant>
@@ -103,12 +104,20 @@ VXEventDescriptor replyWithArguments(const VXEventDescriptor &event, const QVari
 class VXDBusTransport::Link
 {
 public:
-    Link() : _name(nextName()), _connection(QDBusConnection::connectToBus(QDBusConnection::SessionBus, _name)) {}
+    Link()
+        : _name(nextName()), _problem(VXProblemOfSessionBus()),
+          _connection(_problem.isNull() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, _name)
+                                        : QDBusConnection(_name)) // none
+    {
+        if (_problem.isNull() && !_connection.isConnected())
+            _problem = u"there is no D-Bus session bus (%1)"_s.arg(_connection.lastError().message());
+    }
     ~Link() { QDBusConnection::disconnectFromBus(_name); }
     Link(const Link &) = delete;
     Link &operator=(const Link &) = delete;
 
     const QDBusConnection &connection() const { return _connection; }
+    QString problem() const { return _problem; } // when it was made
 
 private:
     static QString nextName()
@@ -118,6 +127,7 @@ private:
     }
 
     const QString _name;
+    QString _problem;
     const QDBusConnection _connection;
 };
 
@@ -306,6 +316,11 @@ qint32 VXDBusTransport::callMethods(const Errand &errand)
 }
 
 // -- Who runs
+
+QString VXDBusTransport::problem()
+{
+    return link()->problem();
+}
 
 QDBusMessage VXDBusTransport::callBus(const QString &method, const QVariantList &arguments)
 {

@@ -105,9 +105,9 @@ void VXScriptedAction::Cancel(const QDBusMessage &call)
     });
 }
 
-QDBusVariant VXScriptedAction::Wait(const QDBusMessage &call)
+void VXScriptedAction::Wait(const QDBusMessage &call, QDBusVariant &result)
 {
-    return _calls.serve(call, [&] {
+    result = _calls.serve(call, [&] {
         call.setDelayedReply(true);
         if (_hasConcluded)
             answer(call);
@@ -117,19 +117,19 @@ QDBusVariant VXScriptedAction::Wait(const QDBusMessage &call)
     });
 }
 
-QVariantMap VXScriptedAction::Info(const QDBusMessage &call)
+void VXScriptedAction::Info(const QDBusMessage &call, QVariantMap &info)
 {
-    return _calls.serve(call, [this] {
-        QVariantMap info{{u"name"_s, _action->actionName()},
-                         {u"device"_s, VXAbsoluteString(_device->url())},
-                         {u"isExecuting"_s, !_hasConcluded},
-                         {u"error"_s, failure()}};
+    info = _calls.serve(call, [this] {
+        QVariantMap shown{{u"name"_s, _action->actionName()},
+                          {u"device"_s, VXAbsoluteString(_device->url())},
+                          {u"isExecuting"_s, !_hasConcluded},
+                          {u"error"_s, failure()}};
         if (const VXActivity::Ptr activity = _action->activity()) {
-            info.insert(u"title"_s, activity->title());
-            info.insert(u"status"_s, activity->subtitle());
-            info.insert(u"value"_s, activity->doubleValue());
-            info.insert(u"maximum"_s, activity->maxValue());
+            shown.insert(u"title"_s, activity->title());
+            shown.insert(u"status"_s, activity->subtitle());
+            shown.insert(u"value"_s, activity->doubleValue());
+            shown.insert(u"maximum"_s, activity->maxValue());
         }
-        return VXCarriedByDBus(info).toMap();
+        return VXCarriedByDBus(shown).toMap();
     });
 }

@@ -28,9 +28,9 @@ public Q_SLOTS:
     /** Asks for an abort; the action ends with an error then. */
     Q_SCRIPTABLE void Cancel(const QDBusMessage &call);
     /** Answers when the action has ended: its result, an empty text for none, or an error. */
-    Q_SCRIPTABLE QDBusVariant Wait(const QDBusMessage &call);
+    Q_SCRIPTABLE void Wait(const QDBusMessage &call, QDBusVariant &result);
     /** "name", "device", "isExecuting", "title", "status", "value", "maximum", "error". */
-    Q_SCRIPTABLE QVariantMap Info(const QDBusMessage &call);
+    Q_SCRIPTABLE void Info(const QDBusMessage &call, QVariantMap &info);
 
 Q_SIGNALS:
     Q_SCRIPTABLE void Progress(const QString &title, const QString &status, double value, double maximum);

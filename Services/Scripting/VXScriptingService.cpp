@@ -3,6 +3,7 @@
 #include "VXMethodLog.h"
 #include "VXScriptingAdaptors.h"
 #include "VXScriptingCalls.h"
+#include "VXSessionBus.h"
 
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
@@ -16,6 +17,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto retryInterval = 2s;
+constexpr auto longRetryInterval = 30s; // for a bus that lets who asks wait
 
 } // namespace
 
@@ -26,6 +28,8 @@ public:
     Server() : _connection(QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)), _calls(_connection)
     {
         qDBusRegisterMetaType<QList<QVariantMap>>();
+        qRegisterMetaType<QDBusVariant>(); // what methods answer is looked up by name
+        qRegisterMetaType<QDBusObjectPath>();
         new VXApplicationAdaptor(_calls, &_application);
         new VXPhonebookAdaptor(_calls, &_application);
         new VXDevicesAdaptor(_calls, &_application);
@@ -68,7 +72,6 @@ private:
 VXScriptingService::VXScriptingService()
 {
     _retry.setSingleShot(true);
-    _retry.setInterval(retryInterval);
     connect(&_retry, &QTimer::timeout, this, &VXScriptingService::connectToBus);
     connectToBus();
 }
@@ -89,12 +92,17 @@ void VXScriptingService::connectToBus()
 {
     const bool wasLost = !_problem.isNull();
     _server.reset(); // the name of its connection is free then
+    if (const QString problem = VXProblemOfSessionBus(); !problem.isNull()) {
+        _problem = problem;
+        _retry.start(longRetryInterval);
+        return;
+    }
     auto server = std::make_unique<Server>();
     QDBusConnection &connection = server->connection();
     if (!connection.isConnected()) {
         _problem = u"there is no D-Bus session bus (%1)"_s.arg(connection.lastError().message());
         if (wasLost || !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
-            _retry.start();
+            _retry.start(retryInterval);
         return;
     }
     connection.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s, u"Disconnected"_s, this,
@@ -114,7 +122,7 @@ void VXScriptingService::busWasLost()
         return;
     _problem = u"the D-Bus session bus ended"_s;
     VXLogMethod(VXLogWarning, "busWasLost", "Scripts can not reach this program: "_L1 + _problem);
-    _retry.start();
+    _retry.start(retryInterval);
 }
 
 // From a process that had it before.

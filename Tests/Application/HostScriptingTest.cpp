@@ -134,6 +134,8 @@ TEST_F(HostScriptingTest, DevicesAreShownAndDoWhatTheyAreTold)
     EXPECT_EQ(call(u"Devices.List"_s), QVariant(QStringList{url}));
     const QVariantMap properties = map(u"Devices.Properties"_s, {url});
     EXPECT_EQ(properties.value(u"name"_s), QVariant(u"Mine"_s));
+    for (const QString &name : {u"Mine"_s, u"one"_s})
+        EXPECT_EQ(map(u"Devices.Properties"_s, {name}).value(u"url"_s), QVariant(url));
     EXPECT_EQ(properties.value(u"phoneNumber"_s), QVariant(u"+15550100"_s));
     EXPECT_EQ(qdbus_cast<QVariantMap>(properties.value(u"properties"_s)),
               (QVariantMap{{u"battery"_s, 80}, {u"model"_s, u"3310"_s}}));
@@ -258,9 +260,9 @@ TEST_F(HostScriptingTest, AnyDBusProgramFindsItsWay)
                 {u"introspect"_s, u"--session"_s, u"--dest"_s, service, u"--object-path"_s, u"/com/halvern/VNX2"_s});
     ASSERT_TRUE(gdbus.waitForFinished()) << "the package libglib2.0-bin is missing";
     const QByteArray shown = gdbus.readAllStandardOutput();
-    for (const char *const part :
-         {"interface com.halvern.VNX2.Phonebook", "interface com.halvern.VNX2.Devices",
-          "interface com.halvern.VNX2.Events", "LookUp(in  s phonebookString", "Run(in  s url,", "Posted(s event,"})
+    for (const char *const part : {"interface com.halvern.VNX2.Phonebook", "interface com.halvern.VNX2.Devices",
+                                   "interface com.halvern.VNX2.Events", "LookUp(in  s phonebookString",
+                                   "out a{sv} contact", "Run(in  s url,", "Posted(s event,"})
         EXPECT_TRUE(shown.contains(part)) << part << "\n" << shown.toStdString();
 
     VXTestProcess second(u"'%1' run 2>&1"_s.arg(hostProgram())); // says why scripts do not reach it
@@ -354,6 +356,8 @@ TEST_F(HostScriptingTest, TheCommandDrivesOtherPrograms)
         {{u"call"_s, player, u"Pause"_s, u"now"_s}, 1, "Pause takes 0 values"},
         {{u"get"_s, player, u"Loudness"_s}, 1, "no scripting dictionary of"},
         {{u"get"_s, player, u"CanGoNext"_s}, 1, "there is no CanGoNext"},
+        {{u"set"_s, player, u"Identity"_s, u"x"_s}, 1, "Identity can only be read"},
+        {{u"get"_s, u"Peer"_s, u"Identity"_s}, 1, "did you mean \"org.mpris.MediaPlayer2.peer\""},
         {{u"get"_s, player}, 2, "get takes TARGET PROPERTY"},
         {{u"dictionaries"_s}, 0, "org.freedesktop.Application"},
         {{u"dictionary"_s, player}, 0, "mpri/paus"},
@@ -368,6 +372,9 @@ TEST_F(HostScriptingTest, TheCommandDrivesOtherPrograms)
         const QByteArray &said = row.status == 0 ? outcome.output : outcome.errors;
         EXPECT_TRUE(said.contains(row.said)) << row.arguments.join(u' ').toStdString() << ": " << said.toStdString();
     }
+    bus.reset();
+    for (const QStringList &arguments : {QStringList{u"targets"_s}, {u"get"_s, player, u"Volume"_s}})
+        EXPECT_TRUE(runHost(QStringList{u"scripting"_s} + arguments).errors.contains("there is no D-Bus session bus"));
 }
 
 #include "HostScriptingTest.moc"

@@ -11,7 +11,10 @@
 
 #include <atomic>
 #include <optional>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -212,6 +215,23 @@ TEST_F(VXDBusTransportTest, ConnectsAgainWhenTheBusWasRestarted)
     startBus();
     startPeer(playerName);
     EXPECT_EQ(read("pPst"), QVariant(u"Playing"_s));
+}
+
+TEST_F(VXDBusTransportTest, ABusThatDoesNotAnswerIsNotWaitedFor)
+{
+    peer.reset();
+    bus.reset();
+    const int listening = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0); // takes connections, and that is all
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    path(u"bus"_s).toUtf8().toStdString().copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(listening, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(listening, 10), 0);
+    Descriptor reply;
+    EXPECT_EQ(send(event("mpri", "play"), &reply), VXScriptingConnectionInvalid);
+    EXPECT_EQ(transport->problem(), u"the D-Bus session bus does not answer"_s);
+    EXPECT_EQ(VXScriptingService().problem(), transport->problem());
+    EXPECT_EQ(VXMakeHotKeyService(VXHotKeyServiceKind::Portal)->problem(), transport->problem());
+    ::close(listening);
 }
 
 TEST_F(VXDBusTransportTest, ServesFourThreadsAtOnce)
