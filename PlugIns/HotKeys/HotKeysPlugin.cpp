@@ -112,7 +112,7 @@ private:
     {
         const VXDevicePlugin::Ptr device = VXDeviceRegistry::shared().defaultDevice(u"hot-keys.device"_s);
         if (!device) {
-            refuse(localized("There is no phone to do it with."));
+            refuse(localized("There is no phone to do it with."), localized("Add one: vornix devices add."));
             return {};
         }
         const VXDeviceAction::Ptr action = VXDeviceAction::actionWithName(name);
@@ -124,7 +124,11 @@ private:
         return QVariant::fromValue(action);
     }
 
-    static void refuse(const QString &reason) { VXApplication::sharedApplication().presentError(VXMakeError(reason)); }
+    static void refuse(const QString &reason, const QString &advice = {})
+    {
+        VXApplication::sharedApplication().presentError(
+            advice.isNull() ? VXMakeError(reason) : VXMakeError(reason, "%s", qUtf8Printable(advice)));
+    }
 
     QSet<QString> _identifiers;
 };

@@ -52,7 +52,8 @@ TEST_F(HostHotKeysTest, APressWaitsForWhatItBeganAndTellsWhatWentWrong)
 {
     HostOutcome outcome = runHost({u"hotkeys"_s, u"press"_s, u"hang-up"_s, u"--json"_s});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.output.trimmed(), "{\"error\":\"There is no phone to do it with.\"}");
+    EXPECT_EQ(outcome.output.trimmed(),
+              "{\"error\":\"There is no phone to do it with. Add one: vornix devices add.\"}");
     outcome = runHost({u"hotkeys"_s, u"press"_s, u"dial-selection"_s});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(outcome.errors.contains("no X display")) << outcome.errors.toStdString();
