@@ -2,6 +2,7 @@
 
 #include "VXDBusTransport.h"
 #include "VXPortalHotKeyService.h"
+#include "VXSessionBus.h"
 #include "VXX11HotKeyService.h"
 #include "VXX11SelectedText.h"
 
@@ -31,12 +32,14 @@ std::unique_ptr<VXHotKeyService> VXMakeHotKeyService(VXHotKeyServiceKind kind)
     QString portalProblem;
     const bool isWayland = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
     if (kind == VXHotKeyServiceKind::Portal || (kind == VXHotKeyServiceKind::Automatic && isWayland)) {
-        auto portal = std::make_unique<VXPortalHotKeyService>();
-        portalProblem = portal->problem();
-        if (kind == VXHotKeyServiceKind::Portal || portalProblem.isNull())
+        portalProblem = VXProblemOfSessionBus();
+        auto portal = portalProblem.isNull() ? std::make_unique<VXPortalHotKeyService>() : nullptr;
+        if (portal)
+            portalProblem = portal->problem();
+        if (portal && (kind == VXHotKeyServiceKind::Portal || portalProblem.isNull()))
             return portal;
     }
-    if (kind == VXHotKeyServiceKind::X11 || !isWayland) {
+    if (kind == VXHotKeyServiceKind::X11 || (kind == VXHotKeyServiceKind::Automatic && !isWayland)) {
         auto x11 = std::make_unique<VXX11HotKeyService>();
         if (x11->problem().isNull())
             return x11;

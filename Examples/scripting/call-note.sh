@@ -3,6 +3,8 @@
 set -eu
 file=${1:?usage: call-note.sh FILE}
 
+# "vornix run" may begin later; without a bus there is nothing to wait for.
+gdbus call --session --dest org.freedesktop.DBus --object-path / --method org.freedesktop.DBus.GetId >/dev/null
 gdbus monitor --session --dest com.halvern.VNX2 --object-path /com/halvern/VNX2 |
     while IFS= read -r line; do
         case $line in

@@ -11,7 +11,11 @@ vornix() {
 }
 
 root=/com/halvern/VNX2
-for url in $(vornix Devices.List $root | grep -o "vxdevice://[^']*"); do
+if ! devices=$(vornix Devices.List $root); then
+    echo "dial: is \"vornix run\" running?" >&2
+    exit 1
+fi
+for url in $(printf '%s\n' "$devices" | grep -o "vxdevice://[^']*"); do
     vornix Devices.Actions $root "$url" | grep -q "'dial'" || continue
     action=$(vornix Devices.Run $root "$url" dial "<{'number': <'$number'>}>" | grep -o "/com/[^']*")
     vornix Action.Wait "$action"

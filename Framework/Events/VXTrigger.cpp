@@ -31,6 +31,11 @@ QString VXTrigger::eventName() const
     return _record->valueForKey(eventNameKey).toString();
 }
 
+QString VXTrigger::shortID() const
+{
+    return u'p' + QString::number(_record->objectID().number());
+}
+
 int VXTrigger::index() const
 {
     return _record->valueForKey(indexKey).toInt();

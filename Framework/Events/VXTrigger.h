@@ -23,6 +23,8 @@ public:
     const VXManagedObjectPtr &record() const { return _record; }
 
     QString eventName() const;
+    /** As its URI has it: "p3". */
+    QString shortID() const;
     /** Triggers of one event run in ascending order. */
     int index() const;
     bool isEnabled() const;

@@ -52,9 +52,7 @@ bool VXHotKey::registerWithKeyCode(quint32 keyCode, quint32 modifiers, const QSt
 
 void VXHotKey::unregister()
 {
-    if (!isRegistered())
-        return;
-    const quint32 status = _service->unregisterHotKey(_hotKeyRef);
+    const quint32 status = isRegistered() ? _service->unregisterHotKey(_hotKeyRef) : quint32(VXHotKeyDone);
     if (status != VXHotKeyDone)
         VXLogMethod(VXLogError, "unregister",
                     u"Unable to unregister hotkey %1: %2"_s.arg(_identifier, textOfStatus(status)));

@@ -45,7 +45,7 @@ public:
      * fails an assertion. False, logged, when the service refuses.
      */
     bool registerWithKeyCode(quint32 keyCode, quint32 modifiers, const QString &displayString);
-    /** Does nothing when it is not registered. */
+    /** Without a registration only the display string goes. */
     void unregister();
     /** The service gave the registration up by itself. */
     void forgetRegistration(quint32 status);

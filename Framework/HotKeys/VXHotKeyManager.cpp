@@ -23,7 +23,7 @@ std::optional<VXHotKeySettings> settingsFromText(const QString &text)
     const QStringList parts = text.split(u' ');
     if (parts.size() < 3)
         return std::nullopt;
-    return VXHotKeySettings{parts[0].toInt(), parts[1].toInt(), parts[2]};
+    return VXHotKeySettings{int(parts[0].toUInt()), int(parts[1].toUInt()), parts[2]};
 }
 
 QVariantMap storedSettings()
@@ -70,6 +70,7 @@ void VXHotKeyManager::addCarbonHotKeyListener()
     connect(_service.get(), &VXHotKeyService::hotKeyPressed, this, &VXHotKeyManager::carbonHotKeyWasPressed,
             Qt::DirectConnection); // the service is the main thread's too
     connect(_service.get(), &VXHotKeyService::registrationRefused, this, &VXHotKeyManager::registrationWasRefused);
+    connect(_service.get(), &VXHotKeyService::problemChanged, this, &VXHotKeyManager::serviceChanged);
     const quint32 status = _service->installListener();
     if (status != VXHotKeyDone)
         VXLogMethod(VXLogError, "addCarbonHotKeyListener",
@@ -101,8 +102,10 @@ void VXHotKeyManager::registerHotKeyWithIdentifier(const QString &identifier, co
 
 void VXHotKeyManager::unregisterHotKeyWithIdentifier(const QString &identifier)
 {
-    if (const HotKeyPtr hotKey = _hotKeys.take(identifier))
+    if (const HotKeyPtr hotKey = _hotKeys.take(identifier)) {
         unregister(*hotKey);
+        _hotKeysByID.remove(hotKey->hotKeyID().id);
+    }
 }
 
 void VXHotKeyManager::registerBinding(const HotKeyPtr &hotKey)
@@ -116,15 +119,15 @@ void VXHotKeyManager::registerBinding(const HotKeyPtr &hotKey)
 
 bool VXHotKeyManager::registerKey(const HotKeyPtr &hotKey, int keyCode, int modifiers, const QString &displayString)
 {
-    if (!hotKey->registerWithKeyCode(quint32(keyCode), quint32(modifiers), displayString))
-        return false;
+    _hotKeysByID.remove(hotKey->hotKeyID().id);
+    const bool isRegistered = hotKey->registerWithKeyCode(quint32(keyCode), quint32(modifiers), displayString);
     _hotKeysByID.insert(hotKey->hotKeyID().id, hotKey);
-    return true;
+    return isRegistered;
 }
 
+// Keeps its number: a press that is on its way finds it.
 void VXHotKeyManager::unregister(VXHotKey &hotKey)
 {
-    _hotKeysByID.remove(hotKey.hotKeyID().id);
     _followed.remove(hotKey.identifier());
     hotKey.unregister();
 }
@@ -179,10 +182,12 @@ bool VXHotKeyManager::updateHotKeyWithIdentifier(const QString &identifier, int 
     return isDone;
 }
 
-// Bindings that changed in the defaults since they were followed, by this process or another.
+// Bindings that changed in the defaults since they were followed, by this process or another. All that changed are given up
+// before one is registered anew: combinations may have changed hands.
 void VXHotKeyManager::followSettings()
 {
     const QVariantMap stored = storedSettings();
+    QList<HotKeyPtr> changed;
     for (const HotKeyPtr &hotKey : std::as_const(_hotKeys)) {
         const std::optional<VXHotKeySettings> wanted = settingsIn(stored, hotKey->identifier());
         const auto followed = _followed.constFind(hotKey->identifier());
@@ -190,7 +195,23 @@ void VXHotKeyManager::followSettings()
         if (wanted ? wasStored && *followed == *wanted : !wasStored)
             continue;
         unregister(*hotKey);
+        changed.append(hotKey);
+    }
+    for (const HotKeyPtr &hotKey : std::as_const(changed))
         registerBinding(hotKey);
+}
+
+// The desktop's service went away, or came back.
+void VXHotKeyManager::serviceChanged()
+{
+    if (const QString problem = _service->problem(); !problem.isNull()) {
+        VXLogMethod(VXLogError, "serviceChanged", "Hot keys do not work: "_L1 + problem);
+        return;
+    }
+    VXLogMethod(VXLogNotice, "serviceChanged", "Hot keys work again: "_L1 + _service->name());
+    for (const HotKeyPtr &hotKey : std::as_const(_hotKeys)) {
+        if (hotKey->status() == VXHotKeyNotConnected) // asked for while it was away
+            registerBinding(hotKey);
     }
 }
 
@@ -202,7 +223,6 @@ void VXHotKeyManager::registrationWasRefused(VXHotKeyRef ref, const QString &rea
         VXLogMethod(VXLogError, "registrationWasRefused",
                     u"Unable to register hotkey %1: %2 (%3)"_s.arg(hotKey->identifier(),
                                                                    VXHotKey::textOfStatus(VXHotKeyTaken), reason));
-        _hotKeysByID.remove(hotKey->hotKeyID().id);
         hotKey->forgetRegistration(VXHotKeyTaken);
         return;
     }
@@ -216,11 +236,10 @@ void VXHotKeyManager::carbonHotKeyWasPressed(VXHotKeyID hotKeyID)
         return;
     }
     run(*hotKey);
-    VXNotificationCenter::defaultCenter().postNotification({VXHotKeyWasPressedNotification, hotKey->identifier(), {}});
 }
 
 // The command may throw anything; the desktop's events go on.
-void VXHotKeyManager::run(const VXHotKey &hotKey)
+void VXHotKeyManager::run(const VXHotKey &hotKey, QVariant *result)
 {
     const VXInvocation &invocation = hotKey.callbackInvocation(); // the caller holds the hot key
     if (invocation.isNull()) {
@@ -228,24 +247,29 @@ void VXHotKeyManager::run(const VXHotKey &hotKey)
                     u"Missing callback for hotkey %1: %2"_s.arg(hotKey.hotKeyID().id).arg(hotKey.identifier()));
         return;
     }
-    QString problem = u"an unknown exception"_s;
     try {
-        invocation.invoke();
-        return;
+        const std::optional<QVariant> returned = invocation.invoke();
+        if (result != nullptr)
+            *result = returned.value_or(QVariant());
     } catch (const std::exception &exception) {
-        problem = QString::fromUtf8(exception.what());
+        reportThrown(hotKey, QString::fromUtf8(exception.what()));
     } catch (...) {
+        reportThrown(hotKey, u"an unknown exception"_s);
     }
+    VXNotificationCenter::defaultCenter().postNotification({VXHotKeyWasPressedNotification, hotKey.identifier(), {}});
+}
+
+void VXHotKeyManager::reportThrown(const VXHotKey &hotKey, const QString &problem)
+{
     VXLogMethod(VXLogError,
                 "carbonHotKeyWasPressed:", u"the command of hotkey %1 threw: %2"_s.arg(hotKey.identifier(), problem));
 }
 
-bool VXHotKeyManager::pressHotKeyWithIdentifier(const QString &identifier)
+bool VXHotKeyManager::pressHotKeyWithIdentifier(const QString &identifier, QVariant *result)
 {
-    const HotKeyPtr hotKey = _hotKeys.value(identifier);
+    const HotKeyPtr hotKey = _hotKeys.value(identifier); // the callback may unregister it
     if (!hotKey)
         return false;
-    run(*hotKey);
-    VXNotificationCenter::defaultCenter().postNotificationName(VXHotKeyWasPressedNotification, identifier);
+    run(*hotKey, result);
     return true;
 }

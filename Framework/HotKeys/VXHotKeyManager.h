@@ -9,6 +9,7 @@
 #include <QtCore/QMap>
 #include <QtCore/QObject>
 #include <QtCore/QString>
+#include <QtCore/QVariant>
 
 #include <memory>
 
@@ -49,7 +50,8 @@ public:
     /**
      * Adds a command, in place of one of the same identifier, and registers the combination that the user bound it to, if
      * there is one. A press calls the target's invokable method `selector` with the identifier; it has none when the
-     * target does not respond to that.
+     * target does not respond to that. A method that begins a device action returns it (VXDeviceAction::Ptr), for those who
+     * wait for it.
      */
     void registerHotKeyWithIdentifier(const QString &identifier, const QString &title, QObject *target,
                                       const QByteArray &selector);
@@ -71,10 +73,10 @@ public:
     bool updateHotKeyWithIdentifier(const QString &identifier, int keyCode, int modifiers,
                                     const QString &displayString);
 
-    /** Runs the command that was registered under that number, logged when there is none. */
+    /** Runs the command whose latest registration had that number, logged when there is none. */
     void carbonHotKeyWasPressed(VXHotKeyID hotKeyID);
-    /** Runs a command as a press does, bound or not. False when there is none. */
-    bool pressHotKeyWithIdentifier(const QString &identifier);
+    /** Runs a command as a press does, bound or not, with what its method returned in `result`. False when there is none. */
+    bool pressHotKeyWithIdentifier(const QString &identifier, QVariant *result = nullptr);
 
 private:
     using HotKeyPtr = std::shared_ptr<VXHotKey>;
@@ -84,11 +86,13 @@ private:
     bool registerKey(const HotKeyPtr &hotKey, int keyCode, int modifiers, const QString &displayString);
     void unregister(VXHotKey &hotKey);
     void followSettings();
-    void run(const VXHotKey &hotKey);
+    void run(const VXHotKey &hotKey, QVariant *result = nullptr);
+    void reportThrown(const VXHotKey &hotKey, const QString &problem);
     void registrationWasRefused(VXHotKeyRef ref, const QString &reason);
+    void serviceChanged();
 
     std::unique_ptr<VXHotKeyService> _service;
     QMap<QString, HotKeyPtr> _hotKeys;
-    QHash<quint32, HotKeyPtr> _hotKeysByID;     // those that are registered, by the id word
+    QHash<quint32, HotKeyPtr> _hotKeysByID;     // by the id word, from their first registration on
     QHash<QString, VXHotKeySettings> _followed; // the stored bindings that were seen last, by identifier
 };

@@ -6,6 +6,38 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+VXFourCharCode locationOfType(unsigned type)
+{
+    switch (type & VXPhonebookTypeLocationMask) {
+    case VXPhonebookTypeHome:
+        return VXCode("vXlh");
+    case VXPhonebookTypeWork:
+        return VXCode("vXlw");
+    default:
+        return VXCode("vXlo");
+    }
+}
+
+VXFourCharCode kindOfType(unsigned type)
+{
+    switch (type & VXPhonebookTypeKindMask) {
+    case VXPhonebookTypeFax:
+        return VXCode("vXnf");
+    case VXPhonebookTypeMobile:
+        return VXCode("vXnm");
+    case VXPhonebookTypePager:
+        return VXCode("vXnp");
+    case VXPhonebookTypePrimary:
+        return VXCode("vXn1");
+    default:
+        return VXCode("vXnu");
+    }
+}
+
+} // namespace
+
 VXScriptContainer::~VXScriptContainer() = default;
 
 std::shared_ptr<VXScriptPhonebookEntry>
@@ -22,26 +54,19 @@ VXScriptPhonebookEntry::VXScriptPhonebookEntry(const QString &phonebookString, c
 {
 }
 
-// What a string holds that has no valid address counts as well.
-QString VXScriptPhonebookEntry::as_name() const
+struct VXScriptPhonebookEntry::Parts
 {
     QString name;
-    static_cast<void>(VXPhonebookStringSplit(_phonebookString, &name));
-    return name;
-}
-
-QString VXScriptPhonebookEntry::as_number() const
-{
     QString number;
-    static_cast<void>(VXPhonebookStringSplit(_phonebookString, nullptr, &number));
-    return number;
-}
+    unsigned type = VXPhonebookTypeNone;
+};
 
-unsigned VXScriptPhonebookEntry::typeMask() const
+// What a string holds that has no valid address counts as well.
+VXScriptPhonebookEntry::Parts VXScriptPhonebookEntry::parts() const
 {
-    unsigned mask = VXPhonebookTypeNone;
-    static_cast<void>(VXPhonebookStringSplit(_phonebookString, nullptr, nullptr, &mask));
-    return mask;
+    Parts parts;
+    static_cast<void>(VXPhonebookStringSplit(_phonebookString, &parts.name, &parts.number, &parts.type));
+    return parts;
 }
 
 QString VXScriptPhonebookEntry::as_string() const
@@ -49,32 +74,24 @@ QString VXScriptPhonebookEntry::as_string() const
     return VXDisplayStringForPhonebookString(_phonebookString);
 }
 
+QString VXScriptPhonebookEntry::as_name() const
+{
+    return parts().name;
+}
+
+QString VXScriptPhonebookEntry::as_number() const
+{
+    return parts().number;
+}
+
 VXFourCharCode VXScriptPhonebookEntry::as_location() const
 {
-    switch (typeMask() & VXPhonebookTypeLocationMask) {
-    case VXPhonebookTypeHome:
-        return VXCode("vXlh");
-    case VXPhonebookTypeWork:
-        return VXCode("vXlw");
-    default:
-        return VXCode("vXlo");
-    }
+    return locationOfType(parts().type);
 }
 
 VXFourCharCode VXScriptPhonebookEntry::as_type() const
 {
-    switch (typeMask() & VXPhonebookTypeKindMask) {
-    case VXPhonebookTypeFax:
-        return VXCode("vXnf");
-    case VXPhonebookTypeMobile:
-        return VXCode("vXnm");
-    case VXPhonebookTypePager:
-        return VXCode("vXnp");
-    case VXPhonebookTypePrimary:
-        return VXCode("vXn1");
-    default:
-        return VXCode("vXnu");
-    }
+    return kindOfType(parts().type);
 }
 
 void VXScriptPhonebookEntry::setAs_string(const QString &phonebookString)
@@ -94,12 +111,13 @@ void VXScriptPhonebookEntry::setAs_number(const QString &number)
 
 QVariantMap VXScriptPhonebookEntry::values() const
 {
+    const Parts parts = this->parts();
     return {{u"phonebookString"_s, _phonebookString},
             {u"as_string"_s, as_string()},
-            {u"as_name"_s, as_name()},
-            {u"as_number"_s, as_number()},
-            {u"as_location"_s, VXStringFromCode(as_location())},
-            {u"as_type"_s, VXStringFromCode(as_type())}};
+            {u"as_name"_s, parts.name},
+            {u"as_number"_s, parts.number},
+            {u"as_location"_s, VXStringFromCode(locationOfType(parts.type))},
+            {u"as_type"_s, VXStringFromCode(kindOfType(parts.type))}};
 }
 
 QVariant VXScriptPhonebookEntry::valueForKey(const QString &key) const

@@ -58,7 +58,8 @@ public:
     QVariantMap values() const;
 
 private:
-    unsigned typeMask() const;
+    struct Parts;
+    Parts parts() const;
 
     QString _phonebookString;
     const VXObjectSpecifier _objectSpecifier;

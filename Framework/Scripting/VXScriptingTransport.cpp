@@ -4,6 +4,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 class MissingTransport : public VXScriptingTransport
@@ -13,6 +15,7 @@ public:
     {
         return VXScriptingConnectionInvalid;
     }
+    QString problem() override { return u"this program has no connection to others"_s; }
     qint64 pidForApplicationWithIdentifier(const QString &) override { return 0; }
     QStringList runningIdentifiers(const QString &) override { return {}; }
 };

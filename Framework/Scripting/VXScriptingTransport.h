@@ -49,6 +49,8 @@ public:
      */
     virtual qint32 sendMessage(const VXEventDescriptor &event, VXEventDescriptor *reply, qint32 sendMode,
                                qint32 timeOut) = 0;
+    /** Why nobody can be reached, for people; null when that is up to the targets. */
+    virtual QString problem() { return {}; }
     /** The process that runs as that target; 0 when none does. */
     virtual qint64 pidForApplicationWithIdentifier(const QString &identifier) = 0;
     /** The targets that run, sorted, whose identifiers begin with the prefix. */

@@ -65,18 +65,19 @@ public:
         _identifiers.clear();
     }
 
-    Q_INVOKABLE void dialSelection(const QString &)
+    // What begins an action returns it.
+    Q_INVOKABLE QVariant dialSelection(const QString &)
     {
         QString reason;
         const QString text = VXApplication::sharedApplication().workspace().selectedText(&reason);
         const QString number = VXNumberInText(text);
-        if (number.isNull())
-            refuse(text.isNull() ? reason : localized("There is no phone number in what is selected."));
-        else
-            run(u"dial"_s, QVariantMap{{u"number"_s, number}});
+        if (!number.isNull())
+            return run(u"dial"_s, QVariantMap{{u"number"_s, number}});
+        refuse(text.isNull() ? reason : localized("There is no phone number in what is selected."));
+        return {};
     }
 
-    Q_INVOKABLE void hangUp(const QString &) { run(u"hang_up"_s, {}); }
+    Q_INVOKABLE QVariant hangUp(const QString &) { return run(u"hang_up"_s, {}); }
 
     Q_INVOKABLE void openPhonebook(const QString &)
     {
@@ -107,12 +108,12 @@ private:
         }
     }
 
-    void run(const QString &name, const QVariant &object)
+    QVariant run(const QString &name, const QVariant &object)
     {
         const VXDevicePlugin::Ptr device = VXDeviceRegistry::shared().defaultDevice(u"hot-keys.device"_s);
         if (!device) {
-            refuse(localized("There is no phone to do it with."));
-            return;
+            refuse(localized("There is no phone to do it with."), localized("Add one: vornix devices add."));
+            return {};
         }
         const VXDeviceAction::Ptr action = VXDeviceAction::actionWithName(name);
         action->setObject(object);
@@ -120,9 +121,14 @@ private:
             if (const VXError error = done->error())
                 VXApplication::sharedApplication().presentError(error);
         });
+        return QVariant::fromValue(action);
     }
 
-    static void refuse(const QString &reason) { VXApplication::sharedApplication().presentError(VXMakeError(reason)); }
+    static void refuse(const QString &reason, const QString &advice = {})
+    {
+        VXApplication::sharedApplication().presentError(
+            advice.isNull() ? VXMakeError(reason) : VXMakeError(reason, "%s", qUtf8Printable(advice)));
+    }
 
     QSet<QString> _identifiers;
 };

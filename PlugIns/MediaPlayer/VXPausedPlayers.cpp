@@ -4,8 +4,9 @@
 #include "VXScriptingTransport.h"
 
 #include <algorithm>
-#include <future>
+#include <atomic>
 #include <optional>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -13,7 +14,28 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr size_t mostAtOnce = 32; // of players that are asked
 const QString playerPrefix = u"org.mpris.MediaPlayer2."_s;
+
+/** Asks for no longer than people wait for their music: a player that hangs must not keep the others. */
+class ImpatientTransport : public VXScriptingTransport
+{
+public:
+    qint32 sendMessage(const VXEventDescriptor &event, VXEventDescriptor *reply, qint32 mode, qint32 timeOut) override
+    {
+        return _shared->sendMessage(event, reply, mode, timeOut < 0 ? longestWait : timeOut);
+    }
+    qint64 pidForApplicationWithIdentifier(const QString &identifier) override
+    {
+        return _shared->pidForApplicationWithIdentifier(identifier);
+    }
+    QStringList runningIdentifiers(const QString &prefix) override { return _shared->runningIdentifiers(prefix); }
+
+private:
+    static constexpr qint32 longestWait = 1500; // milliseconds
+
+    const std::shared_ptr<VXScriptingTransport> _shared = VXScriptingTransport::sharedTransport();
+};
 
 /** What came of one player: nothing, if neither is set. */
 struct Answer
@@ -23,9 +45,10 @@ struct Answer
 };
 
 // Sends an event of the player's own to one that is in that state.
-Answer change(const QString &identifier, const QString &stateBefore, VXFourCharCode eventID)
+Answer change(const std::shared_ptr<VXScriptingTransport> &transport, const QString &identifier,
+              const QString &stateBefore, VXFourCharCode eventID)
 {
-    VXAppleScriptBridge player(identifier);
+    VXAppleScriptBridge player(identifier, transport);
     VXError error;
     const auto state = player.getAppleScriptPropertyForKeyword(VXCode("pPst"), &error);
     if (!state)
@@ -37,16 +60,19 @@ Answer change(const QString &identifier, const QString &stateBefore, VXFourCharC
     return {.isDone = true};
 }
 
-std::vector<Answer> changeAll(const QStringList &identifiers, const QString &stateBefore, VXFourCharCode eventID)
+std::vector<Answer> changeAll(const std::shared_ptr<VXScriptingTransport> &transport, const QStringList &identifiers,
+                              const QString &stateBefore, VXFourCharCode eventID)
 {
-    std::vector<std::future<Answer>> running;
-    running.reserve(size_t(identifiers.size()));
-    for (const QString &identifier : identifiers)
-        running.push_back(std::async(std::launch::async, change, identifier, stateBefore, eventID));
-    std::vector<Answer> answers;
-    answers.reserve(running.size());
-    for (std::future<Answer> &answer : running)
-        answers.push_back(answer.get());
+    std::vector<Answer> answers(size_t(identifiers.size()));
+    std::atomic<size_t> next = 0;
+    const auto work = [&] {
+        for (size_t index = next++; index < answers.size(); index = next++)
+            answers[index] = change(transport, identifiers[qsizetype(index)], stateBefore, eventID);
+    };
+    std::vector<std::jthread> threads;
+    for (size_t count = std::min(answers.size(), mostAtOnce); count > 0; --count)
+        threads.emplace_back(work);
+    threads.clear(); // waits for them
     return answers;
 }
 
@@ -74,10 +100,10 @@ bool isWanted(const QString &identifier, const QStringList &names)
 QString VXPausedPlayers::callBegan(const QString &call, const QStringList &names)
 {
     _calls.insert(call);
-    const std::shared_ptr<VXScriptingTransport> transport = VXScriptingTransport::sharedTransport();
+    const auto transport = std::make_shared<ImpatientTransport>();
     QStringList players = transport->runningIdentifiers(playerPrefix);
     players.removeIf([&names](const QString &identifier) { return !isWanted(identifier, names); });
-    const std::vector<Answer> answers = changeAll(players, u"Playing"_s, VXCode("paus"));
+    const std::vector<Answer> answers = changeAll(transport, players, u"Playing"_s, VXCode("paus"));
     for (size_t index = 0; index < answers.size(); ++index) {
         const QString &player = players[qsizetype(index)];
         if (!answers[index].isDone)
@@ -95,11 +121,11 @@ QString VXPausedPlayers::callEnded(const QString &call, bool goesOn)
     const QList<Player> paused = std::exchange(_paused, {});
     if (!goesOn)
         return {};
-    const std::shared_ptr<VXScriptingTransport> transport = VXScriptingTransport::sharedTransport();
+    const auto transport = std::make_shared<ImpatientTransport>();
     QStringList players;
     for (const Player &player : paused) {
         if (player.process != 0 && transport->pidForApplicationWithIdentifier(player.identifier) == player.process)
             players.append(player.identifier);
     }
-    return problemsOf(changeAll(players, u"Paused"_s, VXCode("play")));
+    return problemsOf(changeAll(transport, players, u"Paused"_s, VXCode("play")));
 }

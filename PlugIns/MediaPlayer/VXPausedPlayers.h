@@ -7,7 +7,7 @@
 
 /**
  * Media players (MPRIS) that were paused for calls, and which calls those are. Used by one thread at a time; asks all players at
- * once, so that one which is slow to answer keeps no other waiting.
+ * once, and none for longer than a second or two, so that one which does not answer keeps no other waiting.
  */
 class VXPausedPlayers
 {

@@ -21,10 +21,11 @@ const QString sessionInterface = u"org.freedesktop.portal.Session"_s;
 const QString propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 constexpr int findTimeout = 2000; // milliseconds; the portal may have to be started
 
-// One of several registrations of a combination is known to the portal by this.
-QString shortcutIdentifier(VXHotKeyRef ref)
+// The same in every session, so that the desktop finds what the user chose for it, and another for another combination, so that
+// the user is asked about that.
+QString shortcutIdentifier(const VXHotKeyRequest &request)
 {
-    return QString::number(ref);
+    return request.identifier + u' ' + VXPortalTrigger(request.keyCode, request.modifiers);
 }
 
 } // namespace
@@ -35,6 +36,8 @@ VXPortalHotKeyService::VXPortalHotKeyService()
     qDBusRegisterMetaType<VXPortalShortcut>();
     qDBusRegisterMetaType<QList<VXPortalShortcut>>();
     _renewal.setSingleShot(true);
+    _bus.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s, u"Disconnected"_s, this,
+                 SLOT(busWasLost()));
     connect(&_renewal, &QTimer::timeout, this, &VXPortalHotKeyService::renewSession);
     connect(&_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &owner) { ownerChanged(owner); });
@@ -118,6 +121,14 @@ void VXPortalHotKeyService::ownerChanged(const QString &owner)
         _renewal.start();
 }
 
+// The process's connection is not made again.
+void VXPortalHotKeyService::busWasLost()
+{
+    _answers.clear();
+    _session = QString();
+    setProblem(u"the D-Bus session bus ended"_s);
+}
+
 QString VXPortalHotKeyService::newToken()
 {
     return u"vornix%1"_s.arg(++_lastToken);
@@ -189,10 +200,14 @@ void VXPortalHotKeyService::renewSession()
 void VXPortalHotKeyService::bindShortcuts()
 {
     QList<VXPortalShortcut> shortcuts;
-    for (auto entry = _registrations.cbegin(); entry != _registrations.cend(); ++entry)
-        shortcuts.append({shortcutIdentifier(entry.key()),
+    _shortcuts.clear();
+    for (auto entry = _registrations.cbegin(); entry != _registrations.cend(); ++entry) {
+        const QString identifier = shortcutIdentifier(*entry);
+        _shortcuts.insert(identifier, entry.key());
+        shortcuts.append({identifier,
                           {{u"description"_s, entry->title.isEmpty() ? entry->identifier : entry->title},
                            {u"preferred_trigger"_s, VXPortalTrigger(entry->keyCode, entry->modifiers)}}});
+    }
     const QList<VXHotKeyRef> asked = _registrations.keys();
     call(u"BindShortcuts"_s,
          {QVariant::fromValue(QDBusObjectPath(_session)), QVariant::fromValue(shortcuts), QString()}, {},
@@ -201,15 +216,15 @@ void VXPortalHotKeyService::bindShortcuts()
 
 void VXPortalHotKeyService::shortcutsBound(uint response, const QVariantMap &results, const QList<VXHotKeyRef> &asked)
 {
-    QStringList bound;
+    QSet<VXHotKeyRef> bound;
     if (response == 0) {
         const auto shortcuts = qdbus_cast<QList<VXPortalShortcut>>(results.value(u"shortcuts"_s));
         for (const VXPortalShortcut &shortcut : shortcuts)
-            bound.append(shortcut.identifier);
+            bound.insert(_shortcuts.value(shortcut.identifier));
     }
     const QString reason = response == 1 ? u"the user refused it"_s : u"the desktop did not grant it"_s;
     for (const VXHotKeyRef ref : asked) {
-        if (!bound.contains(shortcutIdentifier(ref)) && _registrations.remove(ref))
+        if (!bound.contains(ref) && _registrations.remove(ref))
             Q_EMIT registrationRefused(ref, reason);
     }
 }
@@ -231,7 +246,7 @@ void VXPortalHotKeyService::activated(const QDBusMessage &message)
     const QVariantList arguments = message.arguments();
     if (arguments.value(0).value<QDBusObjectPath>().path() != _session)
         return;
-    const auto found = _registrations.constFind(arguments.value(1).toString().toULongLong());
+    const auto found = _registrations.constFind(_shortcuts.value(arguments.value(1).toString()));
     if (found != _registrations.cend())
         Q_EMIT hotKeyPressed(found->hotKeyID);
 }

@@ -16,8 +16,9 @@
 /**
  * Hot keys by the desktop portal (org.freedesktop.portal.GlobalShortcuts): the desktop shows the user what is asked for, and the
  * user may choose another combination or refuse, which is told later by `registrationRefused`. A session can be given shortcuts
- * once, so every change of the registrations makes a new one; changes of one turn of the event loop go together. When the portal
- * is restarted everything is asked for again. Nothing waits for an answer but the constructor, for whether there is a portal.
+ * once, so every change of the registrations makes a new one; changes of one turn of the event loop go together. The desktop
+ * knows a shortcut by the command and the combination asked for, and may remember what the user made of it. When the portal is
+ * restarted everything is asked for again. Nothing waits for an answer but the constructor, for whether there is a portal.
  */
 class VXPortalHotKeyService : public VXHotKeyService
 {
@@ -37,6 +38,7 @@ private Q_SLOTS:
     void activated(const QDBusMessage &message);
     void requestAnswered(const QDBusMessage &message);
     void sessionClosed(const QDBusMessage &message);
+    void busWasLost();
 
 private:
     using Answer = std::function<void(uint response, const QVariantMap &results)>;
@@ -58,8 +60,9 @@ private:
     bool _listens = false;
     QTimer _renewal; // of no length
     QMap<VXHotKeyRef, VXHotKeyRequest> _registrations;
-    QHash<QString, Answer> _answers; // by the path of the request object
-    QString _session;                // its path; null without one
+    QHash<QString, VXHotKeyRef> _shortcuts; // those that the session was given, by the identifier
+    QHash<QString, Answer> _answers;        // by the path of the request object
+    QString _session;                       // its path; null without one
     VXHotKeyRef _lastRef = 0;
     quint64 _lastToken = 0;
 };

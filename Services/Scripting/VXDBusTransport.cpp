@@ -4,6 +4,7 @@
 #include "VXMainThread.h"
 #include "VXScriptingDictionaries.h"
 #include "VXScriptingService.h"
+#include "VXSessionBus.h"
 
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusVariant>
@@ -103,12 +104,20 @@ VXEventDescriptor replyWithArguments(const VXEventDescriptor &event, const QVari
 class VXDBusTransport::Link
 {
 public:
-    Link() : _name(nextName()), _connection(QDBusConnection::connectToBus(QDBusConnection::SessionBus, _name)) {}
+    Link()
+        : _name(nextName()), _problem(VXProblemOfSessionBus()),
+          _connection(_problem.isNull() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, _name)
+                                        : QDBusConnection(_name)) // none
+    {
+        if (_problem.isNull() && !_connection.isConnected())
+            _problem = u"there is no D-Bus session bus (%1)"_s.arg(_connection.lastError().message());
+    }
     ~Link() { QDBusConnection::disconnectFromBus(_name); }
     Link(const Link &) = delete;
     Link &operator=(const Link &) = delete;
 
     const QDBusConnection &connection() const { return _connection; }
+    QString problem() const { return _problem; } // when it was made
 
 private:
     static QString nextName()
@@ -118,6 +127,7 @@ private:
     }
 
     const QString _name;
+    QString _problem;
     const QDBusConnection _connection;
 };
 
@@ -189,8 +199,9 @@ qint32 VXDBusTransport::call(const Errand &errand, QDBusMessage message)
     }
     if (const qint32 status = deliveryStatus(answer); status != VXScriptingDone)
         return status;
-    *errand.reply = errorReply(errand.event, errorNumber(answer.errorName()),
-                               answer.errorMessage().isEmpty() ? answer.errorName() : answer.errorMessage());
+    const QString text = answer.errorMessage().trimmed();
+    *errand.reply =
+        errorReply(errand.event, errorNumber(answer.errorName()), text.isEmpty() ? answer.errorName() : text);
     return VXScriptingDone;
 }
 
@@ -298,10 +309,18 @@ qint32 VXDBusTransport::callMethods(const Errand &errand)
         if (!isUnknown)
             return status;
     }
-    return VXScriptingDone; // with what the last one answered
+    if (methods.size() > 1) // what the last one was about tells nobody anything
+        *errand.reply = errorReply(event, VXScriptingEventNotHandled,
+                                   u"it understands no way of %1 that is known here"_s.arg(methods.first().name));
+    return VXScriptingDone;
 }
 
 // -- Who runs
+
+QString VXDBusTransport::problem()
+{
+    return link()->problem();
+}
 
 QDBusMessage VXDBusTransport::callBus(const QString &method, const QVariantList &arguments)
 {

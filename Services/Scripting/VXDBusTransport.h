@@ -23,6 +23,7 @@ public:
 
     qint32 sendMessage(const VXEventDescriptor &event, VXEventDescriptor *reply, qint32 sendMode,
                        qint32 timeOut) override;
+    QString problem() override;
     qint64 pidForApplicationWithIdentifier(const QString &identifier) override;
     QStringList runningIdentifiers(const QString &prefix) override;
 

@@ -178,6 +178,16 @@ std::optional<QVariant> listArgument(const VXEventDescriptor &descriptor, const 
     return QVariant::fromValue(array);
 }
 
+bool isTooDeep(const VXEventDescriptor &descriptor, int depth = 0)
+{
+    for (qsizetype index = 1; index <= descriptor.numberOfItems(); ++index) {
+        const int step = descriptor.keywordAtIndex(index) == Code::NamedValues ? 0 : 1; // the values of the same map
+        if (depth == VXDeepestDBusValue || isTooDeep(*descriptor.descriptorAtIndex(index), depth + step))
+            return true;
+    }
+    return false;
+}
+
 std::optional<QVariant> mapArgument(const VXEventDescriptor &descriptor)
 {
     const QVariant value = descriptor.value();
@@ -216,6 +226,8 @@ QVariant VXPlainDBusValue(const QVariant &argument)
 
 std::optional<QVariant> VXDBusArgument(const VXEventDescriptor &descriptor, const QByteArray &signature)
 {
+    if (isTooDeep(descriptor))
+        return std::nullopt;
     if (signature.size() == 1 && signature[0] != 'v')
         return basicArgument(descriptor, signature[0]);
     if (signature == "v") {
@@ -229,26 +241,19 @@ std::optional<QVariant> VXDBusArgument(const VXEventDescriptor &descriptor, cons
     return std::nullopt;
 }
 
-QVariant VXCarriedByDBus(const QVariant &value)
+namespace {
+
+QVariant carriedMap(const QVariantMap &map, int depth);
+QVariant carriedList(const QVariantList &list, int depth);
+
+// `depth`: of the lists and maps around it.
+QVariant carried(const QVariant &value, int depth)
 {
     switch (value.metaType().id()) {
-    case QMetaType::QVariantMap: {
-        QVariantMap carried;
-        const QVariantMap map = value.toMap();
-        for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
-            if (const QVariant item = VXCarriedByDBus(entry.value()); item.isValid())
-                carried.insert(entry.key(), item);
-        }
-        return carried;
-    }
-    case QMetaType::QVariantList: {
-        QVariantList carried;
-        for (const QVariant &element : value.toList()) {
-            if (const QVariant item = VXCarriedByDBus(element); item.isValid())
-                carried.append(item);
-        }
-        return carried;
-    }
+    case QMetaType::QVariantMap:
+        return depth < VXDeepestDBusValue ? carriedMap(value.toMap(), depth + 1) : QVariant();
+    case QMetaType::QVariantList:
+        return depth < VXDeepestDBusValue ? carriedList(value.toList(), depth + 1) : QVariant();
     case QMetaType::QDateTime:
         return value.toDateTime().toUTC().toString(Qt::ISODateWithMs);
     case QMetaType::QUrl:
@@ -276,4 +281,31 @@ QVariant VXCarriedByDBus(const QVariant &value)
     default:
         return value.canConvert<QString>() ? QVariant(value.toString()) : QVariant();
     }
+}
+
+QVariant carriedMap(const QVariantMap &map, int depth)
+{
+    QVariantMap result;
+    for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
+        if (const QVariant item = carried(*entry, depth); item.isValid())
+            result.insert(entry.key(), item);
+    }
+    return result;
+}
+
+QVariant carriedList(const QVariantList &list, int depth)
+{
+    QVariantList result;
+    for (const QVariant &element : list) {
+        if (const QVariant item = carried(element, depth); item.isValid())
+            result.append(item);
+    }
+    return result;
+}
+
+} // namespace
+
+QVariant VXCarriedByDBus(const QVariant &value)
+{
+    return carried(value, 0);
 }

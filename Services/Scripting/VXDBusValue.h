@@ -10,8 +10,13 @@
  *  (structures too) and maps with texts for keys. */
 [[nodiscard]] QVariant VXPlainDBusValue(const QVariant &argument);
 
-/** A descriptor as an argument of that D-Bus type, one complete one; empty when it can not be that. */
+/** How deep lists and maps may lie in each other. D-Bus counts 64 levels, three for each map in a map, and ends the connection of
+ *  who sends more. */
+inline constexpr int VXDeepestDBusValue = 16;
+
+/** A descriptor as an argument of that D-Bus type, one complete one; empty when it can not be that, and when it is too deep. */
 [[nodiscard]] std::optional<QVariant> VXDBusArgument(const VXEventDescriptor &descriptor, const QByteArray &signature);
 
-/** A plain value as D-Bus can carry it: dates become texts (ISO 8601), URLs texts; what can not be carried is left out. */
+/** A plain value as D-Bus can carry it: dates become texts (ISO 8601), URLs texts; what can not be carried, and what lies too
+ *  deep, is left out. */
 [[nodiscard]] QVariant VXCarriedByDBus(const QVariant &value);

@@ -26,9 +26,9 @@ QString textOfError(const VXError &error)
 
 } // namespace
 
-VXScriptedAction::VXScriptedAction(VXScriptingCalls &calls, const VXDeviceAction::Ptr &action, const QString &path,
-                                   QObject *parent)
-    : QObject(parent), _calls(calls), _action(action)
+VXScriptedAction::VXScriptedAction(VXScriptingCalls &calls, const VXDeviceAction::Ptr &action,
+                                   const VXDevicePlugin::Ptr &device, const QString &path, QObject *parent)
+    : QObject(parent), _calls(calls), _action(action), _device(device)
 {
     _progress.setSingleShot(true);
     _progress.setInterval(progressInterval);
@@ -47,11 +47,11 @@ VXScriptedAction::VXScriptedAction(VXScriptingCalls &calls, const VXDeviceAction
 
 VXScriptedAction::~VXScriptedAction() = default;
 
-void VXScriptedAction::start(const VXDevicePlugin::Ptr &device)
+void VXScriptedAction::start()
 {
     // What a handler throws that is no exception comes through, once the action has failed with it.
-    VXCallPlugin(*device, "executeWithDevice", [&] {
-        _action->executeWithDevice(device, [self = QPointer(this)](VXDeviceAction *) {
+    VXCallPlugin(*_device, "executeWithDevice", [&] {
+        _action->executeWithDevice(_device, [self = QPointer(this)](VXDeviceAction *) {
             if (self)
                 QMetaObject::invokeMethod( // the caller learns of the object first
                     self, [self] { self->concluded(); }, Qt::QueuedConnection);
@@ -105,9 +105,9 @@ void VXScriptedAction::Cancel(const QDBusMessage &call)
     });
 }
 
-QDBusVariant VXScriptedAction::Wait(const QDBusMessage &call)
+void VXScriptedAction::Wait(const QDBusMessage &call, QDBusVariant &result)
 {
-    return _calls.serve(call, [&] {
+    result = _calls.serve(call, [&] {
         call.setDelayedReply(true);
         if (_hasConcluded)
             answer(call);
@@ -117,19 +117,19 @@ QDBusVariant VXScriptedAction::Wait(const QDBusMessage &call)
     });
 }
 
-QVariantMap VXScriptedAction::Info(const QDBusMessage &call)
+void VXScriptedAction::Info(const QDBusMessage &call, QVariantMap &info)
 {
-    return _calls.serve(call, [this] {
-        QVariantMap info{{u"name"_s, _action->actionName()},
-                         {u"device"_s, VXAbsoluteString(_action->device()->url())},
-                         {u"isExecuting"_s, !_hasConcluded},
-                         {u"error"_s, failure()}};
+    info = _calls.serve(call, [this] {
+        QVariantMap shown{{u"name"_s, _action->actionName()},
+                          {u"device"_s, VXAbsoluteString(_device->url())},
+                          {u"isExecuting"_s, !_hasConcluded},
+                          {u"error"_s, failure()}};
         if (const VXActivity::Ptr activity = _action->activity()) {
-            info.insert(u"title"_s, activity->title());
-            info.insert(u"status"_s, activity->subtitle());
-            info.insert(u"value"_s, activity->doubleValue());
-            info.insert(u"maximum"_s, activity->maxValue());
+            shown.insert(u"title"_s, activity->title());
+            shown.insert(u"status"_s, activity->subtitle());
+            shown.insert(u"value"_s, activity->doubleValue());
+            shown.insert(u"maximum"_s, activity->maxValue());
         }
-        return VXCarriedByDBus(info).toMap();
+        return VXCarriedByDBus(shown).toMap();
     });
 }

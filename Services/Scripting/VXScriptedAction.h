@@ -17,19 +17,20 @@ class VXScriptedAction : public QObject
     Q_CLASSINFO("D-Bus Interface", "com.halvern.VNX2.Action")
 
 public:
-    VXScriptedAction(VXScriptingCalls &calls, const VXDeviceAction::Ptr &action, const QString &path, QObject *parent);
+    VXScriptedAction(VXScriptingCalls &calls, const VXDeviceAction::Ptr &action, const VXDevicePlugin::Ptr &device,
+                     const QString &path, QObject *parent);
     ~VXScriptedAction() override;
 
     /** Runs it; its end may come at once. */
-    void start(const VXDevicePlugin::Ptr &device);
+    void start();
 
 public Q_SLOTS:
     /** Asks for an abort; the action ends with an error then. */
     Q_SCRIPTABLE void Cancel(const QDBusMessage &call);
     /** Answers when the action has ended: its result, an empty text for none, or an error. */
-    Q_SCRIPTABLE QDBusVariant Wait(const QDBusMessage &call);
+    Q_SCRIPTABLE void Wait(const QDBusMessage &call, QDBusVariant &result);
     /** "name", "device", "isExecuting", "title", "status", "value", "maximum", "error". */
-    Q_SCRIPTABLE QVariantMap Info(const QDBusMessage &call);
+    Q_SCRIPTABLE void Info(const QDBusMessage &call, QVariantMap &info);
 
 Q_SIGNALS:
     Q_SCRIPTABLE void Progress(const QString &title, const QString &status, double value, double maximum);
@@ -45,6 +46,7 @@ private:
 
     VXScriptingCalls &_calls;
     const VXDeviceAction::Ptr _action;
+    const VXDevicePlugin::Ptr _device;
     QList<QDBusMessage> _waiting;
     QTimer _progress; // many steps may come at once
     bool _hasConcluded = false;

@@ -11,12 +11,21 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+// The one device of that name or identifier, if there is one.
+VXDevicePlugin::Ptr deviceNamed(const QString &text)
+{
+    QList<VXDevicePlugin::Ptr> found = VXDeviceRegistry::shared().liveDevices();
+    found.removeIf([&text](const VXDevicePlugin::Ptr &device) {
+        return device->name() != text && device->url().fileName() != text;
+    });
+    return found.size() == 1 ? found.first() : nullptr;
+}
+
 VXDevicePlugin::Ptr liveDevice(const QString &url)
 {
     const QUrl wanted(url);
-    const VXDevicePlugin::Ptr device = wanted.isEmpty() || !VXDeviceRegistry::shared().isKnown(wanted)
-                                           ? nullptr
-                                           : VXDeviceRegistry::shared().device(wanted);
+    const bool isURL = !wanted.isEmpty() && VXDeviceRegistry::shared().isKnown(wanted);
+    const VXDevicePlugin::Ptr device = isURL ? VXDeviceRegistry::shared().device(wanted) : deviceNamed(url);
     if (!device)
         throw VXScriptingFault{u"NotFound"_s, u"there is no device \"%1\""_s.arg(url)};
     return device;
@@ -24,39 +33,39 @@ VXDevicePlugin::Ptr liveDevice(const QString &url)
 
 } // namespace
 
-QStringList VXDevicesAdaptor::List(const QDBusMessage &call)
+void VXDevicesAdaptor::List(const QDBusMessage &call, QStringList &urls)
 {
-    return _calls.serve(call, [] {
-        QStringList urls;
+    urls = _calls.serve(call, [] {
+        QStringList found;
         for (const VXDevicePlugin::Ptr &device : VXDeviceRegistry::shared().liveDevices())
-            urls.append(VXAbsoluteString(device->url()));
-        urls.sort();
-        return urls;
+            found.append(VXAbsoluteString(device->url()));
+        found.sort();
+        return found;
     });
 }
 
-QVariantMap VXDevicesAdaptor::Properties(const QString &url, const QDBusMessage &call)
+void VXDevicesAdaptor::Properties(const QString &url, const QDBusMessage &call, QVariantMap &device)
 {
-    return _calls.serve(call, [&url] {
-        const VXDevicePlugin::Ptr device = liveDevice(url);
-        return VXShownToScripts(QVariantMap{{u"url"_s, device->url()},
-                                            {u"name"_s, device->name()},
-                                            {u"plugin"_s, device->identifier()},
-                                            {u"phoneNumber"_s, device->phoneNumber()},
-                                            {u"properties"_s, device->deviceProperties()}})
+    device = _calls.serve(call, [&url] {
+        const VXDevicePlugin::Ptr live = liveDevice(url);
+        return VXShownToScripts(QVariantMap{{u"url"_s, live->url()},
+                                            {u"name"_s, live->name()},
+                                            {u"plugin"_s, live->identifier()},
+                                            {u"phoneNumber"_s, live->phoneNumber()},
+                                            {u"properties"_s, live->deviceProperties()}})
             .toMap();
     });
 }
 
-QStringList VXDevicesAdaptor::Actions(const QString &url, const QDBusMessage &call)
+void VXDevicesAdaptor::Actions(const QString &url, const QDBusMessage &call, QStringList &names)
 {
-    return _calls.serve(call, [&url] { return liveDevice(url)->actionNames(); });
+    names = _calls.serve(call, [&url] { return liveDevice(url)->actionNames(); });
 }
 
-QDBusObjectPath VXDevicesAdaptor::Run(const QString &url, const QString &action, const QDBusVariant &object,
-                                      const QDBusMessage &call)
+void VXDevicesAdaptor::Run(const QString &url, const QString &action, const QDBusVariant &object,
+                           const QDBusMessage &call, QDBusObjectPath &actionObject)
 {
-    return _calls.serve(call, [&] {
+    actionObject = _calls.serve(call, [&] {
         const VXDevicePlugin::Ptr device = liveDevice(url);
         if (!device->actionNames().contains(action))
             throw VXScriptingFault{u"NotFound"_s, u"%1 has no action \"%2\""_s.arg(device->name(), action)};
@@ -65,10 +74,10 @@ QDBusObjectPath VXDevicesAdaptor::Run(const QString &url, const QString &action,
         if (plain != QVariant(u""_s))
             made->setObject(plain);
         const QString path = u"%1/actions/%2"_s.arg(VXScriptingService::objectPath()).arg(++_lastAction);
-        auto *const scripted = new VXScriptedAction(_calls, made, path, parent());
+        auto *const scripted = new VXScriptedAction(_calls, made, device, path, parent());
         // After the answer, so that who runs it can listen first.
         QMetaObject::invokeMethod(
-            scripted, [scripted, device] { scripted->start(device); }, Qt::QueuedConnection);
+            scripted, [scripted] { scripted->start(); }, Qt::QueuedConnection);
         return QDBusObjectPath(path);
     });
 }

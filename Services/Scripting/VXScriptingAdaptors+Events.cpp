@@ -6,6 +6,7 @@
 #include "VXEventManager.h"
 #include "VXScriptingCalls.h"
 #include "VXTriggerStore.h"
+#include "VXTriggerTrial.h"
 
 #include <QtCore/QJsonObject>
 
@@ -53,17 +54,12 @@ QVariant objectFromDBus(const QVariantMap &object)
     return object.isEmpty() ? QVariant() : withDates(VXPlainDBusValue(object));
 }
 
-QString shortID(const VXTrigger &trigger)
-{
-    return u'p' + QString::number(trigger.record()->objectID().number());
-}
-
 QVariantMap mapOfTrigger(const VXTrigger &trigger)
 {
     QStringList reactors;
     for (const VXReaction &reaction : trigger.reactions())
         reactors.append(reaction.bundleIdentifier());
-    return {{u"id"_s, shortID(trigger)},         {u"event"_s, trigger.eventName()},   {u"name"_s, trigger.userName()},
+    return {{u"id"_s, trigger.shortID()},        {u"event"_s, trigger.eventName()},   {u"name"_s, trigger.userName()},
             {u"enabled"_s, trigger.isEnabled()}, {u"filter"_s, trigger.filterText()}, {u"reactors"_s, reactors}};
 }
 
@@ -90,21 +86,21 @@ void VXEventsAdaptor::tell(const VXNotification &notification)
         this, [this, event, subtype, object] { Q_EMIT Posted(event, subtype, object); }, Qt::QueuedConnection);
 }
 
-QVariantMap VXEventsAdaptor::List(const QDBusMessage &call)
+void VXEventsAdaptor::List(const QDBusMessage &call, QVariantMap &names)
 {
-    return _calls.serve(call, [] {
+    names = _calls.serve(call, [] {
         const VXEventManager &manager = VXEventManager::sharedEventManager();
-        QVariantMap names = manager.events();
-        for (auto entry = names.begin(); entry != names.end(); ++entry)
+        QVariantMap titles = manager.events();
+        for (auto entry = titles.begin(); entry != titles.end(); ++entry)
             *entry = manager.localizedNameForEventName(entry.key());
-        return names;
+        return titles;
     });
 }
 
-QVariantMap VXEventsAdaptor::Post(const QString &event, const QString &subtype, const QVariantMap &object,
-                                  const QDBusMessage &call)
+void VXEventsAdaptor::Post(const QString &event, const QString &subtype, const QVariantMap &object,
+                           const QDBusMessage &call, QVariantMap &record)
 {
-    return _calls.serve(call, [&] {
+    record = _calls.serve(call, [&] {
         if (event.isEmpty())
             throw VXScriptingFault{u"org.freedesktop.DBus.Error.InvalidArgs"_s, u"an event needs a name"_s};
         return plainRecord(VXEventManager::sharedEventManager().recordByPostingEventWithName(
@@ -112,20 +108,20 @@ QVariantMap VXEventsAdaptor::Post(const QString &event, const QString &subtype, 
     });
 }
 
-QList<QVariantMap> VXEventsAdaptor::History(uint count, const QDBusMessage &call)
+void VXEventsAdaptor::History(uint count, const QDBusMessage &call, QList<QVariantMap> &records)
 {
-    return _calls.serve(call, [count] {
-        const QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
+    records = _calls.serve(call, [count] {
+        const QList<VXEventRecord> kept = VXEventHistory::sharedEventHistory().records();
         QList<QVariantMap> last;
-        for (const VXEventRecord &record : records.last(qMin(records.size(), qsizetype(count))))
+        for (const VXEventRecord &record : kept.last(qMin(kept.size(), qsizetype(count))))
             last.append(plainRecord(record));
         return last;
     });
 }
 
-QList<QVariantMap> VXEventsAdaptor::Triggers(const QDBusMessage &call)
+void VXEventsAdaptor::Triggers(const QDBusMessage &call, QList<QVariantMap> &triggers)
 {
-    return _calls.serve(call, [] {
+    triggers = _calls.serve(call, [] {
         VXError error;
         const std::optional<QList<VXTrigger>> found = openTriggers()->triggers({}, &error);
         if (!found)
@@ -137,27 +133,24 @@ QList<QVariantMap> VXEventsAdaptor::Triggers(const QDBusMessage &call)
     });
 }
 
-QVariantMap VXEventsAdaptor::TestTrigger(const QString &id, const QVariantMap &object, const QDBusMessage &call)
+void VXEventsAdaptor::TestTrigger(const QString &id, const QVariantMap &object, const QDBusMessage &call,
+                                  QVariantMap &result)
 {
-    return _calls.serve(call, [&] {
+    result = _calls.serve(call, [&] {
         const std::unique_ptr<VXTriggerStore> store = openTriggers();
         const VXTrigger trigger = store->triggerWithID(id);
         if (trigger.isNull())
             throw VXScriptingFault{u"NotFound"_s, u"there is no trigger \"%1\""_s.arg(id)};
-        using Kind = VXFilterVerdict::Kind;
-        const QVariant tried = objectFromDBus(object);
-        const VXFilterVerdict verdict = trigger.test(tried);
-        const bool passes = verdict.kind == Kind::NoFilter || verdict.kind == Kind::Passed;
-        QVariantMap result = mapOfTrigger(trigger);
-        result.insert(u"passes"_s, passes);
-        result.insert(u"problem"_s,
-                      verdict.kind == Kind::Rejected ? VXReasonForRejection(verdict, tried) : verdict.problem);
+        const VXTriggerTrial trial = VXTriggerTrial::of(trigger, objectFromDBus(object));
         QStringList running;
-        for (const VXReaction &reaction : trigger.reactions()) {
-            if (passes && trigger.isEnabled() && reaction.problem().isNull())
-                running.append(reaction.bundleIdentifier());
+        for (const VXTriggerTrial::Reaction &reaction : trial.reactions) {
+            if (reaction.runs)
+                running.append(reaction.identifier);
         }
-        result.insert(u"runs"_s, running);
-        return VXCarriedByDBus(result).toMap();
+        QVariantMap answer = mapOfTrigger(trigger);
+        answer.insert(u"passes"_s, trial.passes);
+        answer.insert(u"problem"_s, trial.problem);
+        answer.insert(u"runs"_s, running);
+        return VXCarriedByDBus(answer).toMap();
     });
 }

@@ -54,9 +54,9 @@ QVariant VXShownToScripts(const QVariant &value)
 
 // -- The application
 
-QDBusVariant VXApplicationAdaptor::Get(const QString &specifier, const QDBusMessage &call)
+void VXApplicationAdaptor::Get(const QString &specifier, const QDBusMessage &call, QDBusVariant &value)
 {
-    return _calls.serve(call, [&specifier] {
+    value = _calls.serve(call, [&specifier] {
         QString reason;
         const auto parsed = VXObjectSpecifier::fromText(specifier, &reason);
         if (!parsed)
@@ -69,29 +69,30 @@ QDBusVariant VXApplicationAdaptor::Get(const QString &specifier, const QDBusMess
         const QVariant objects = command.vx_evaluatedDirectParameter();
         if (command.scriptErrorNumber() != 0)
             throw VXScriptingFault{u"NotFound"_s, command.scriptErrorString()};
-        const QVariant value = VXShownToScripts(objects);
-        return QDBusVariant(value.isValid() ? value : QVariant(u""_s));
+        const QVariant shown = VXShownToScripts(objects);
+        return QDBusVariant(shown.isValid() ? shown : QVariant(u""_s));
     });
 }
 
 // -- The phonebook
 
-QVariantMap VXPhonebookAdaptor::LookUp(const QString &phonebookString, const QDBusMessage &call)
+void VXPhonebookAdaptor::LookUp(const QString &phonebookString, const QDBusMessage &call, QVariantMap &contact)
 {
-    return _calls.serve(call, [&] { return VXShownToScripts(VXScriptPhonebook::lookUp(phonebookString)).toMap(); });
+    contact = _calls.serve(call, [&] { return VXShownToScripts(VXScriptPhonebook::lookUp(phonebookString)).toMap(); });
 }
 
-QStringList VXPhonebookAdaptor::Complete(const QString &typed, uint properties, uint limit, const QDBusMessage &call)
+void VXPhonebookAdaptor::Complete(const QString &typed, uint properties, uint limit, const QDBusMessage &call,
+                                  QStringList &phonebookStrings)
 {
-    return _calls.serve(call, [&] { return VXScriptPhonebook::complete(typed, properties, limit); });
+    phonebookStrings = _calls.serve(call, [&] { return VXScriptPhonebook::complete(typed, properties, limit); });
 }
 
-QVariantMap VXPhonebookAdaptor::Entry(const QString &phonebookString, const QDBusMessage &call)
+void VXPhonebookAdaptor::Entry(const QString &phonebookString, const QDBusMessage &call, QVariantMap &parts)
 {
-    return _calls.serve(call, [&] { return VXShownToScripts(VXScriptPhonebook::entry(phonebookString)).toMap(); });
+    parts = _calls.serve(call, [&] { return VXShownToScripts(VXScriptPhonebook::entry(phonebookString)).toMap(); });
 }
 
-QStringList VXPhonebookAdaptor::List(uint limit, const QDBusMessage &call)
+void VXPhonebookAdaptor::List(uint limit, const QDBusMessage &call, QStringList &phonebookStrings)
 {
-    return _calls.serve(call, [limit] { return VXScriptPhonebook::list(limit); });
+    phonebookStrings = _calls.serve(call, [limit] { return VXScriptPhonebook::list(limit); });
 }

@@ -13,6 +13,8 @@ struct VXNotification;
 /** A value as scripts get it: devices as URLs, plugins as specifiers, and what D-Bus has no type for as text. */
 [[nodiscard]] QVariant VXShownToScripts(const QVariant &value);
 
+// What methods answer stands in their last parameter: the introspection takes its name from there.
+
 /** The application itself: whatever a specifier names. */
 class VXApplicationAdaptor : public QDBusAbstractAdaptor
 {
@@ -24,7 +26,7 @@ public:
 
 public Q_SLOTS:
     /** As "version", "devices[0].localizedDescription", "as_plugins.as_name". */
-    QDBusVariant Get(const QString &specifier, const QDBusMessage &call);
+    void Get(const QString &specifier, const QDBusMessage &call, QDBusVariant &value);
 
 private:
     VXScriptingCalls &_calls;
@@ -41,13 +43,14 @@ public:
 
 public Q_SLOTS:
     /** What is known of who stands behind a phonebook string; empty when nobody knows it. */
-    QVariantMap LookUp(const QString &phonebookString, const QDBusMessage &call);
+    void LookUp(const QString &phonebookString, const QDBusMessage &call, QVariantMap &contact);
     /** Phonebook strings that what was typed may become. */
-    QStringList Complete(const QString &typed, uint properties, uint limit, const QDBusMessage &call);
+    void Complete(const QString &typed, uint properties, uint limit, const QDBusMessage &call,
+                  QStringList &phonebookStrings);
     /** The parts of a phonebook string, known or not. */
-    QVariantMap Entry(const QString &phonebookString, const QDBusMessage &call);
+    void Entry(const QString &phonebookString, const QDBusMessage &call, QVariantMap &parts);
     /** All phonebook strings, up to a limit. */
-    QStringList List(uint limit, const QDBusMessage &call);
+    void List(uint limit, const QDBusMessage &call, QStringList &phonebookStrings);
 
 private:
     VXScriptingCalls &_calls;
@@ -64,14 +67,14 @@ public:
 
 public Q_SLOTS:
     /** URLs. */
-    QStringList List(const QDBusMessage &call);
+    void List(const QDBusMessage &call, QStringList &urls);
     /** "url", "name", "phoneNumber", "plugin", and what the device tells, under "properties". */
-    QVariantMap Properties(const QString &url, const QDBusMessage &call);
-    QStringList Actions(const QString &url, const QDBusMessage &call);
+    void Properties(const QString &url, const QDBusMessage &call, QVariantMap &device);
+    void Actions(const QString &url, const QDBusMessage &call, QStringList &names);
     /** Begins an action about an object, an empty text for none. The answer is the path of its object, which has the
      *  interface com.halvern.VNX2.Action. */
-    QDBusObjectPath Run(const QString &url, const QString &action, const QDBusVariant &object,
-                        const QDBusMessage &call);
+    void Run(const QString &url, const QString &action, const QDBusVariant &object, const QDBusMessage &call,
+             QDBusObjectPath &actionObject);
 
 private:
     VXScriptingCalls &_calls;
@@ -90,14 +93,15 @@ public:
 
 public Q_SLOTS:
     /** The events that triggers can listen to, with their names for people. */
-    QVariantMap List(const QDBusMessage &call);
+    void List(const QDBusMessage &call, QVariantMap &names);
     /** Posts an event, an empty subtype for none; answers with its record, as the history has it. */
-    QVariantMap Post(const QString &event, const QString &subtype, const QVariantMap &object, const QDBusMessage &call);
+    void Post(const QString &event, const QString &subtype, const QVariantMap &object, const QDBusMessage &call,
+              QVariantMap &record);
     /** The last records, oldest first. */
-    QList<QVariantMap> History(uint count, const QDBusMessage &call);
-    QList<QVariantMap> Triggers(const QDBusMessage &call);
+    void History(uint count, const QDBusMessage &call, QList<QVariantMap> &records);
+    void Triggers(const QDBusMessage &call, QList<QVariantMap> &triggers);
     /** Whether the trigger's filter lets an object pass, and what would run; runs nothing. */
-    QVariantMap TestTrigger(const QString &id, const QVariantMap &object, const QDBusMessage &call);
+    void TestTrigger(const QString &id, const QVariantMap &object, const QDBusMessage &call, QVariantMap &result);
 
 Q_SIGNALS:
     /** Of every event that this process posts, before triggers are looked at. */

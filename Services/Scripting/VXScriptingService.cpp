@@ -1,14 +1,25 @@
 #include "VXScriptingService.h"
 
+#include "VXMethodLog.h"
 #include "VXScriptingAdaptors.h"
 #include "VXScriptingCalls.h"
+#include "VXSessionBus.h"
 
-#include <QtCore/QObject>
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusMetaType>
+#include <QtDBus/QDBusReply>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto retryInterval = 2s;
+constexpr auto longRetryInterval = 30s; // for a bus that lets who asks wait
+
+} // namespace
 
 /** A connection of its own, with the object that the adaptors serve. */
 class VXScriptingService::Server
@@ -17,6 +28,8 @@ public:
     Server() : _connection(QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)), _calls(_connection)
     {
         qDBusRegisterMetaType<QList<QVariantMap>>();
+        qRegisterMetaType<QDBusVariant>(); // what methods answer is looked up by name
+        qRegisterMetaType<QDBusObjectPath>();
         new VXApplicationAdaptor(_calls, &_application);
         new VXPhonebookAdaptor(_calls, &_application);
         new VXDevicesAdaptor(_calls, &_application);
@@ -24,25 +37,28 @@ public:
     }
     ~Server()
     {
-        _connection.unregisterService(busName());
+        if (_connection.isConnected())
+            _connection.unregisterService(busName());
         _connection.unregisterObject(objectPath(), QDBusConnection::UnregisterTree);
         QDBusConnection::disconnectFromBus(name);
     }
     Server(const Server &) = delete;
     Server &operator=(const Server &) = delete;
 
-    // The object first: who finds the name may call at once.
-    bool start(QString *problem)
+    QDBusConnection &connection() { return _connection; }
+
+    /** The object first: who finds the name may call at once. @return what keeps scripts from it; null for nothing. */
+    QString serve()
     {
-        if (!_connection.isConnected()) {
-            *problem = u"there is no D-Bus session bus (%1)"_s.arg(_connection.lastError().message());
-            return false;
-        }
-        if (_connection.registerObject(objectPath(), &_application, QDBusConnection::ExportAdaptors) &&
-            _connection.registerService(busName()))
-            return true;
-        *problem = u"another process is %1 on the session bus already"_s.arg(busName());
-        return false;
+        _connection.registerObject(objectPath(), &_application, QDBusConnection::ExportAdaptors);
+        const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
+            _connection.interface()->registerService(busName(), QDBusConnectionInterface::QueueService,
+                                                     QDBusConnectionInterface::DontAllowReplacement);
+        if (!reply.isValid())
+            return reply.error().message();
+        return reply.value() == QDBusConnectionInterface::ServiceRegistered
+                   ? QString()
+                   : u"another process is %1 on the session bus already"_s.arg(busName());
     }
 
 private:
@@ -52,6 +68,15 @@ private:
     VXScriptingCalls _calls;
     QObject _application; // its children are the adaptors, and the actions that run
 };
+
+VXScriptingService::VXScriptingService()
+{
+    _retry.setSingleShot(true);
+    connect(&_retry, &QTimer::timeout, this, &VXScriptingService::connectToBus);
+    connectToBus();
+}
+
+VXScriptingService::~VXScriptingService() = default;
 
 QString VXScriptingService::busName()
 {
@@ -63,14 +88,53 @@ QString VXScriptingService::objectPath()
     return u"/com/halvern/VNX2"_s;
 }
 
-VXScriptingService::VXScriptingService(std::unique_ptr<Server> server) : _server(std::move(server)) {}
-
-VXScriptingService::~VXScriptingService() = default;
-
-std::unique_ptr<VXScriptingService> VXScriptingService::start(QString *problem)
+void VXScriptingService::connectToBus()
 {
+    const bool wasLost = !_problem.isNull();
+    _server.reset(); // the name of its connection is free then
+    if (const QString problem = VXProblemOfSessionBus(); !problem.isNull()) {
+        _problem = problem;
+        _retry.start(longRetryInterval);
+        return;
+    }
     auto server = std::make_unique<Server>();
-    if (!server->start(problem))
-        return nullptr;
-    return std::unique_ptr<VXScriptingService>(new VXScriptingService(std::move(server)));
+    QDBusConnection &connection = server->connection();
+    if (!connection.isConnected()) {
+        _problem = u"there is no D-Bus session bus (%1)"_s.arg(connection.lastError().message());
+        if (wasLost || !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+            _retry.start(retryInterval);
+        return;
+    }
+    connection.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s, u"Disconnected"_s, this,
+                       SLOT(busWasLost()));
+    connect(connection.interface(), &QDBusConnectionInterface::serviceRegistered, this,
+            &VXScriptingService::nameWasAcquired);
+    _problem = server->serve();
+    _server = std::move(server);
+    if (wasLost && _problem.isNull())
+        tellThatItServes();
+}
+
+// The server stays for now, for this is a call of its connection. Actions that scripts began go on; who waited for them is gone.
+void VXScriptingService::busWasLost()
+{
+    if (_server && _server->connection().isConnected())
+        return;
+    _problem = u"the D-Bus session bus ended"_s;
+    VXLogMethod(VXLogWarning, "busWasLost", "Scripts can not reach this program: "_L1 + _problem);
+    _retry.start(retryInterval);
+}
+
+// From a process that had it before.
+void VXScriptingService::nameWasAcquired(const QString &name)
+{
+    if (name != busName() || _problem.isNull())
+        return;
+    _problem = QString();
+    tellThatItServes();
+}
+
+void VXScriptingService::tellThatItServes() const
+{
+    VXLogMethod(VXLogNotice, "tellThatItServes", u"Scripts can reach this program now."_s);
 }

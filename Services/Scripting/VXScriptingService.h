@@ -2,30 +2,43 @@
 
 #include "VXServicesExport.h"
 
+#include <QtCore/QObject>
 #include <QtCore/QString>
+#include <QtCore/QTimer>
 
 #include <memory>
 
 /**
  * The application as other programs script it, on the session bus under its own name: phonebook, devices, events, history
- * (docs/ARCHITECTURE.md). Only programs of the user's own may call; they can do what the command line can. Main thread only.
+ * (docs/ARCHITECTURE.md). Only programs of the user's own may call; they can do what the command line can. While another process
+ * has the name it waits for that to end, and when the bus ended it looks for it again, every few seconds. Main thread only.
  */
-class VX_SERVICES_EXPORT VXScriptingService
+class VX_SERVICES_EXPORT VXScriptingService : public QObject
 {
+    Q_OBJECT
+
 public:
-    /** Null, with the reason for people, when there is no bus, or another process serves there already. */
-    static std::unique_ptr<VXScriptingService> start(QString *problem);
-    ~VXScriptingService();
-    VXScriptingService(const VXScriptingService &) = delete;
-    VXScriptingService &operator=(const VXScriptingService &) = delete;
+    VXScriptingService();
+    ~VXScriptingService() override;
+
+    /** Why scripts can not reach this program, for people; null when they can. */
+    QString problem() const { return _problem; }
 
     /** The application's name on the bus, and the path of its object. */
     static QString busName();
     static QString objectPath();
 
+private Q_SLOTS:
+    void connectToBus();
+    void busWasLost();
+
 private:
     class Server;
-    explicit VXScriptingService(std::unique_ptr<Server> server);
 
-    std::unique_ptr<Server> _server;
+    void nameWasAcquired(const QString &name);
+    void tellThatItServes() const;
+
+    std::unique_ptr<Server> _server; // null before there was a bus
+    QString _problem;
+    QTimer _retry;
 };

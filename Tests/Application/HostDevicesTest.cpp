@@ -122,7 +122,7 @@ TEST_F(HostDevicesTest, TellsAllAboutADevice)
     EXPECT_THAT(outcomeOf({}), testing::HasSubstr("Fixture  connecting     yes"));
     EXPECT_THAT(outcomeOf({u"info"_s, u"vxdevice://localhost/org.phones/two"_s}),
                 testing::HasSubstr("\nSignal      3\n"));
-    EXPECT_EQ(outcomeOf({u"actions"_s, url}), "0 count\necho\nfail\nthrow\nwait\n");
+    EXPECT_EQ(outcomeOf({u"actions"_s, url}), "0 count\necho\nfail\nhang_up\nthrow\nwait\n");
 }
 
 TEST_F(HostDevicesTest, MistakesChangeNothing)

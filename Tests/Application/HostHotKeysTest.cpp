@@ -1,4 +1,5 @@
 #include "HostProgram.h"
+#include "VXPluginFixtures.h"
 #include "VXTesting.h"
 
 #include <QtCore/QJsonArray>
@@ -47,9 +48,34 @@ TEST_F(HostHotKeysTest, CommandsAreBoundAndPressed)
     EXPECT_FALSE(bindings().contains(u"event:note"_s));
 }
 
+TEST_F(HostHotKeysTest, APressWaitsForWhatItBeganAndTellsWhatWentWrong)
+{
+    HostOutcome outcome = runHost({u"hotkeys"_s, u"press"_s, u"hang-up"_s, u"--json"_s});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output.trimmed(),
+              "{\"error\":\"There is no phone to do it with. Add one: vornix devices add.\"}");
+    outcome = runHost({u"hotkeys"_s, u"press"_s, u"dial-selection"_s});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.errors.contains("no X display")) << outcome.errors.toStdString();
+
+    VXPluginFixture{.identifier = u"org.phones"_s,
+                    .kind = u"VXDevicePlugin"_s,
+                    .info = {{u"NSPrincipalClass"_s, u"DeviceFixture"_s}},
+                    .code = u"DeviceFixture.so"_s}
+        .write(path(u".local/share/Vornix 2/PlugIns"_s));
+    ASSERT_EQ(runHost({u"plugins"_s, u"enable"_s, u"org.phones"_s}).status, 0);
+    ASSERT_EQ(runHost({u"devices"_s, u"add"_s, u"org.phones"_s, u"one"_s}).status, 0);
+    outcome = runHost({u"hotkeys"_s, u"press"_s, u"hang-up"_s});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors.trimmed(), "vornix: There is no call."); // what the phone said, in the end
+}
+
 TEST_F(HostHotKeysTest, MistakesAreRefusedWithTheReason)
 {
-    ASSERT_EQ(runHost({u"hotkeys"_s, u"bind"_s, u"hang-up"_s, u"Ctrl+H"_s}).status, 0);
+    ASSERT_EQ(runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"hot-keys"_s,
+                       u"{\"hang-up\": \"35 262144 Strg+H\"}"_s})
+                  .status,
+              0);
     const struct
     {
         QStringList arguments;
@@ -66,6 +92,6 @@ TEST_F(HostHotKeysTest, MistakesAreRefusedWithTheReason)
         EXPECT_NE(outcome.status, 0);
         EXPECT_TRUE(outcome.errors.contains(row.reason)) << outcome.errors.toStdString();
     }
-    EXPECT_EQ(bindings().value(u"hang-up"_s), u"Ctrl+H"_s);
+    EXPECT_EQ(bindings().value(u"hang-up"_s), u"Strg+H"_s);
     EXPECT_TRUE(runHost({u"hotkeys"_s, u"status"_s}).output.contains("DISPLAY is not set"));
 }

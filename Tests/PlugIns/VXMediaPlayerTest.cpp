@@ -113,6 +113,12 @@ TEST_F(VXMediaPlayerTest, APlayerThatDoesNotAnswerKeepsNoOtherPlaying)
     ASSERT_TRUE(VXRunUntil([] { return state(u"b"_s) == u"Paused"_s; }));
     settle();
     EXPECT_EQ(log.count(u"org.mpris.MediaPlayer2.a.silent did not answer in time."_s), 1);
+    VXScriptingTransport::setMaker([] { return VXMakeScriptingTransport(); }); // which would wait for 25 seconds
+    call(u"1"_s, u"ended"_s);
+    call(u"2"_s, u"ringing"_s);
+    ASSERT_TRUE(VXRunUntil([] { return state(u"b"_s) == u"Paused"_s; }));
+    call(u"2"_s, u"ended"_s); // waits for what the ringing asks
+    ASSERT_TRUE(VXRunUntil([] { return state(u"b"_s) == u"Playing"_s; }));
 }
 
 TEST_F(VXMediaPlayerTest, ARealPlayerIsPausedAndGoesOn)

@@ -2,6 +2,7 @@
 
 #include "VXAppleScriptBridge.h"
 #include "VXDesktopServices.h"
+#include "VXScriptingService.h"
 
 #include "ServicesTestsPaths.h"
 #include "VXLogRecorder.h"
@@ -10,7 +11,10 @@
 
 #include <atomic>
 #include <optional>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -139,6 +143,14 @@ TEST_F(VXDBusTransportTest, AnswersErrorsForWhatCannotBe)
                         Code::DirectObject);
     EXPECT_EQ(errorOf(every), VXScriptingNoSuchObject);
 
+    Descriptor deep = Descriptor::withInteger(1);
+    for (int level = 0; level < 40; ++level)
+        deep = Descriptor::list({deep});
+    Descriptor action = event("fdap", "actn");
+    action.setDescriptor(Descriptor::withString(u"quit"_s), Code::DirectObject);
+    action.setDescriptor(deep, VXCode("fdPm")); // the bus would end the connection
+    EXPECT_EQ(errorOf(action), VXScriptingCoercionFailed);
+
     Descriptor reply;
     EXPECT_EQ(send(readEvent(VXCode("pMxR")), &reply), VXScriptingDone);
     EXPECT_EQ(reply.descriptorForKeyword(Code::ErrorString)->stringValue(), u"org.example.Error.Strange"_s);
@@ -179,6 +191,18 @@ TEST_F(VXDBusTransportTest, AsksToQuitInTheWayThatTheTargetKnows)
     EXPECT_TRUE(log.lines(u"ERROR"_s).isEmpty());
 }
 
+TEST_F(VXDBusTransportTest, ThisProgramAnswersItselfOnTheMainThread)
+{
+    const VXScriptingService service;
+    ASSERT_TRUE(service.problem().isNull()) << service.problem().toStdString();
+    const VXAppleScriptBridge self(VXScriptingService::busName(), transport);
+    Descriptor reply;
+    EXPECT_EQ(send(self.eventForTarget(VXCode("aevt"), VXCode("quit")), &reply), VXScriptingDone); // in time
+    EXPECT_EQ(reply.descriptorForKeyword(Code::ErrorNumber)->integerValue(), VXScriptingEventNotHandled);
+    EXPECT_EQ(reply.descriptorForKeyword(Code::ErrorString)->stringValue(),
+              u"it understands no way of Quit that is known here"_s);
+}
+
 TEST_F(VXDBusTransportTest, ConnectsAgainWhenTheBusWasRestarted)
 {
     EXPECT_EQ(read("pPst"), QVariant(u"Playing"_s));
@@ -191,6 +215,23 @@ TEST_F(VXDBusTransportTest, ConnectsAgainWhenTheBusWasRestarted)
     startBus();
     startPeer(playerName);
     EXPECT_EQ(read("pPst"), QVariant(u"Playing"_s));
+}
+
+TEST_F(VXDBusTransportTest, ABusThatDoesNotAnswerIsNotWaitedFor)
+{
+    peer.reset();
+    bus.reset();
+    const int listening = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0); // takes connections, and that is all
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    path(u"bus"_s).toUtf8().toStdString().copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(listening, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(listening, 10), 0);
+    Descriptor reply;
+    EXPECT_EQ(send(event("mpri", "play"), &reply), VXScriptingConnectionInvalid);
+    EXPECT_EQ(transport->problem(), u"the D-Bus session bus does not answer"_s);
+    EXPECT_EQ(VXScriptingService().problem(), transport->problem());
+    EXPECT_EQ(VXMakeHotKeyService(VXHotKeyServiceKind::Portal)->problem(), transport->problem());
+    ::close(listening);
 }
 
 TEST_F(VXDBusTransportTest, ServesFourThreadsAtOnce)

@@ -58,11 +58,12 @@ protected:
         call.setArguments(arguments);
         return QDBusConnection::sessionBus().call(call);
     }
-    QStringList triggers() const
+    QStringList texts(const QString &method) const
     {
-        const QDBusReply<QStringList> reply(play(u"Triggers"_s));
+        const QDBusReply<QStringList> reply(play(method));
         return reply.value();
     }
+    QStringList triggers() const { return texts(u"Triggers"_s); }
     VXHotKeyRef bind(quint32 id, const QString &combination)
     {
         const auto keys = VXKeyCombination::fromText(combination);
@@ -85,6 +86,8 @@ TEST_F(VXPortalHotKeyServiceTest, BindsTogetherAndTellsOfPresses)
     bind(3, u"AudioPlay"_s);
     ASSERT_TRUE(VXRunUntil([this] { return triggers().size() == 3; }));
     EXPECT_EQ(triggers(), (QStringList{u"CTRL+ALT+d"_s, u"LOGO+Page_Up"_s, u"XF86AudioPlay"_s}));
+    EXPECT_EQ(texts(u"Identifiers"_s).first(),
+              u"dial CTRL+ALT+d"_s); // the same at any time, for the desktop remembers it
     play(u"Press"_s, {u"CTRL+ALT+d"_s});
     play(u"Press"_s, {u"XF86AudioPlay"_s});
     ASSERT_TRUE(VXRunUntil([this] { return news.size() == 2; }));
@@ -130,6 +133,13 @@ TEST_F(VXPortalHotKeyServiceTest, EverythingIsAskedForAgainWhenThePortalIsRestar
     EXPECT_TRUE(service->problem().isNull());
     play(u"Press"_s, {u"F5"_s});
     ASSERT_TRUE(VXRunUntil([this] { return news.contains(u"pressed 1"_s); }));
+}
+
+TEST_F(VXPortalHotKeyServiceTest, SaysWhenTheBusEnded)
+{
+    bus->stop();
+    ASSERT_TRUE(VXRunUntil([this] { return news.contains(u"problem"_s); }));
+    EXPECT_FALSE(service->problem().isNull());
 }
 
 TEST_F(VXPortalHotKeyServiceTest, SaysWhenThereIsNoPortal)

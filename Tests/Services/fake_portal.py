@@ -50,6 +50,11 @@ def Triggers(self):
     return [s[1]["preferred_trigger"] for s in self.bound]
 
 
+@dbus.service.method(MOCK_IFACE, in_signature="", out_signature="as")
+def Identifiers(self):
+    return [s[0] for s in self.bound]
+
+
 @dbus.service.method(MOCK_IFACE, in_signature="s", out_signature="")
 def Press(self, trigger):
     for identifier, properties in self.bound:

@@ -91,6 +91,8 @@ class Player(dbus.service.Object):
 
     @dbus.service.method(ROOT)
     def Quit(self):
+        if sys.argv[1].endswith(".abrupt"):  # before it answers
+            os._exit(0)
         GLib.idle_add(loop.quit)
 
 

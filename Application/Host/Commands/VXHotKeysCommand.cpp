@@ -1,4 +1,7 @@
+#include "VXApplication.h"
 #include "VXDesktopServices.h"
+#include "VXDeviceAction.h"
+#include "VXDeviceReport.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -6,8 +9,10 @@
 #include "VXHotKeyManager.h"
 #include "VXKeyCombination.h"
 #include "VXPluginSession.h"
+#include "VXTerminalUserInterface.h"
 #include "VXTextTable.h"
 
+#include <QtCore/QEventLoop>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
@@ -33,6 +38,16 @@ QString boundTo(const VXHotKeyManager &manager, const QString &identifier)
 {
     QString display;
     return manager.getHotKeySettingsForIdentifier(identifier, nullptr, nullptr, &display) ? display : QString();
+}
+
+// Whatever the text for people is.
+std::optional<VXKeyCombination> combinationOf(const VXHotKeyManager &manager, const QString &identifier)
+{
+    int keyCode = 0;
+    int modifiers = 0;
+    if (!manager.getHotKeySettingsForIdentifier(identifier, &keyCode, &modifiers, nullptr))
+        return std::nullopt;
+    return VXKeyCombination{quint32(keyCode), quint32(modifiers)};
 }
 
 int listHotKeys(VXHostContext &context, VXHotKeyManager &manager)
@@ -67,12 +82,12 @@ int bindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &
     if (!combination)
         return context.output.fail(reason);
     for (const QString &other : manager.hotKeys().keys()) {
-        if (other != identifier && boundTo(manager, other) == combination->text())
+        if (other != identifier && combinationOf(manager, other) == combination)
             return context.output.fail(u"%1 is bound to \"%2\"; unbind that first"_s.arg(combination->text(), other));
     }
-    if (combination->modifiers == 0)
+    if ((combination->modifiers & ~quint32(VXModifierShift | VXModifierCapsLock)) == 0)
         context.output.note(
-            u"%1 alone can not be typed in any program while this hot key is bound"_s.arg(combination->text()));
+            u"%1 can not be typed in any program while this hot key is bound"_s.arg(combination->text()));
     manager.setHotKeySettingsForIdentifier(identifier, int(combination->keyCode), int(combination->modifiers),
                                            combination->text());
     const QString text = u"%1 runs \"%2\" while \"vornix run\" is running\n"_s.arg(combination->text(), identifier);
@@ -91,11 +106,43 @@ int unbindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString
     return VXHostOutput::Done;
 }
 
+/** Keeps what is shown to the user, for the answer. */
+class ErrorKeeper : public VXTerminalUserInterface
+{
+public:
+    ErrorKeeper(Policy policy, QStringList &errors) : VXTerminalUserInterface(policy), _errors(errors) {}
+
+protected:
+    void showError(const VXError &error) override { _errors.append(VXTextOfError(error)); }
+
+private:
+    QStringList &_errors;
+};
+
+// What a command began goes on while the program does.
+void waitForAction(const VXDeviceAction::Ptr &action)
+{
+    QEventLoop loop;
+    QObject::connect(action.get(), &VXDeviceAction::didConclude, &loop, &QEventLoop::quit, Qt::QueuedConnection);
+    if (action->isExecuting())
+        loop.exec();
+}
+
 int pressHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &identifier)
 {
-    if (!manager.pressHotKeyWithIdentifier(identifier))
+    VXApplication &application = VXApplication::sharedApplication();
+    application.workspace().setSelectedTextSource(VXReadSelectedText);
+    const auto policy = static_cast<VXTerminalUserInterface &>(application.userInterface()).policy(); // the host's
+    QStringList errors;
+    application.setUserInterface(std::make_unique<ErrorKeeper>(policy, errors));
+    QVariant begun;
+    const bool isPressed = manager.pressHotKeyWithIdentifier(identifier, &begun);
+    if (const auto action = begun.value<VXDeviceAction::Ptr>())
+        waitForAction(action);
+    application.setUserInterface(std::make_unique<VXTerminalUserInterface>(policy));
+    if (!isPressed)
         return context.output.fail(u"\"%1\" is bound to no keys: bind it first"_s.arg(identifier));
-    return VXHostOutput::Done;
+    return errors.isEmpty() ? static_cast<int>(VXHostOutput::Done) : context.output.fail(errors.join(u' '));
 }
 
 VXHotKeyServiceKind wantedKind(const VXHostOptions &options)
@@ -178,7 +225,7 @@ VXHostCommand VXHotKeysCommand()
                        "\"Ctrl+Alt+D\" or \"Super+F5\"; event:NAME as ID makes a hot key that posts the event "
                        "\"hot_key\" with the "
                        "subtype NAME, for triggers. \"unbind ID\" takes the keys away. \"press ID\" does what the keys "
-                       "do. \"status\" "
+                       "do, and waits for it. \"status\" "
                        "tells by which service of the desktop hot keys work here, or why they do not.\n"
                        "\"vornix run\" listens for the keys; it follows changes."_s,
             .options =

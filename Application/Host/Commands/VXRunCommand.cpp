@@ -77,8 +77,9 @@ private:
     bool _isForced = false;
 };
 
-// The desktop's keys and its selection. Without a desktop nothing is said unless keys are bound.
-void connectToDesktop(VXHostOutput &output)
+// The desktop's keys and its selection. Without a desktop nothing is said unless keys are bound. `context`: while this lives, what
+// becomes of the keys is told.
+void connectToDesktop(VXHostOutput &output, QObject &context)
 {
     VXApplication::sharedApplication().workspace().setSelectedTextSource(VXReadSelectedText);
     VXHotKeyManager &hotKeys = VXHotKeyManager::sharedHotKeyManager();
@@ -90,17 +91,20 @@ void connectToDesktop(VXHostOutput &output)
             output.note(u"hot keys do not work: %1"_s.arg(problem));
         return;
     }
+    const VXHotKeyService *const used = service.get();
+    QObject::connect(used, &VXHotKeyService::problemChanged, &context, [&output, used] {
+        const QString problem = used->problem();
+        output.note(problem.isNull() ? u"hot keys work again"_s : u"hot keys do not work any more: %1"_s.arg(problem));
+    });
     hotKeys.setService(std::move(service));
 }
 
-// Scripts of the user's. Without a bus there is nobody to say it to.
-std::unique_ptr<VXScriptingService> serveScripts(VXHostOutput &output)
+// Without a bus there is nobody to say it to.
+void tellWhetherScriptsReach(const VXScriptingService &service, VXHostOutput &output)
 {
-    QString problem;
-    std::unique_ptr<VXScriptingService> service = VXScriptingService::start(&problem);
-    if (!service && !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+    if (const QString problem = service.problem();
+        !problem.isNull() && !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
         output.note(u"scripts can not reach this program: %1"_s.arg(problem));
-    return service;
 }
 
 int runRun(VXHostContext &context)
@@ -110,11 +114,13 @@ int runRun(VXHostContext &context)
         const QList<VXPluginProxy *> plugins = manager.allPlugins();
         const auto count = std::ranges::count_if(plugins, &VXPluginProxy::isLoaded);
         Running running(output);
-        connectToDesktop(output);
+        QObject listener;
+        connectToDesktop(output, listener);
         VXDeviceRegistry::shared().makeKnownDevices();
         for (const VXDevicePlugin::Ptr &device : VXDeviceRegistry::shared().liveDevices())
             output.note(u"listening to %1, %2"_s.arg(device->name(), VXAbsoluteString(device->url())));
-        const std::unique_ptr<VXScriptingService> scripting = serveScripts(output);
+        const VXScriptingService scripting;
+        tellWhetherScriptsReach(scripting, output);
         output.note(u"running, plugins loaded: %1; interrupt to end"_s.arg(count));
         if (!running.untilEnded())
             return output.fail(u"ended before every plugin agreed"_s);

@@ -171,6 +171,8 @@ int getProperty(VXHostContext &context, VXAppleScriptBridge &bridge)
     const auto property = propertyArgument(context);
     if (!property)
         return VXHostOutput::Failed;
+    if (!property->isReadable)
+        return context.output.fail(u"%1 can only be set"_s.arg(property->name));
     VXError error;
     const auto value = bridge.getAppleScriptPropertyForKeyword(property->code, &error);
     return value ? answerValue(context, value) : context.output.fail(error.localizedDescription());
@@ -181,6 +183,8 @@ int setProperty(VXHostContext &context, VXAppleScriptBridge &bridge)
     const auto property = propertyArgument(context);
     if (!property)
         return VXHostOutput::Failed;
+    if (!property->isWritable)
+        return context.output.fail(u"%1 can only be read"_s.arg(property->name));
     VXError error;
     if (!bridge.setAppleScriptProperty(valueArgument(context.options.operand(3)), property->code, &error))
         return context.output.fail(error.localizedDescription());
@@ -210,15 +214,25 @@ int callEvent(VXHostContext &context, VXAppleScriptBridge &bridge)
 
 int quitTarget(VXHostContext &context, VXAppleScriptBridge &bridge)
 {
-    if (!bridge.processIsRunning())
-        return context.output.fail(u"%1 is not running"_s.arg(bridge.processIdentifier()));
     VXError error;
-    if (!bridge.sendAppleEvent(bridge.eventForTarget(VXEventCode::RequiredSuite, VXEventCode::Quit), nullptr, &error))
-        return context.output.fail(error.localizedDescription());
-    return VXHostOutput::Done;
+    const VXEventDescriptor quit = bridge.eventForTarget(VXEventCode::RequiredSuite, VXEventCode::Quit);
+    if (bridge.sendAppleEvent(quit, nullptr, &error) || !bridge.processIsRunning()) // some end before they answer
+        return VXHostOutput::Done;
+    return context.output.fail(error.localizedDescription());
 }
 
 // -- The command
+
+// "one" for org.mpris.MediaPlayer2.one is what people try.
+int failForWhatDoesNotRun(VXHostContext &context, const QString &target)
+{
+    const QStringList running = VXScriptingTransport::sharedTransport()->runningIdentifiers(u""_s);
+    const auto meant = std::ranges::find_if(
+        running, [end = u'.' + target](const QString &name) { return name.endsWith(end, Qt::CaseInsensitive); });
+    return context.output.fail(target + (meant == running.end()
+                                             ? u" is not running; \"vornix scripting targets\" shows what is"_s
+                                             : u" is not running; did you mean \"%1\"?"_s.arg(*meant)));
+}
 
 struct Verb
 {
@@ -226,18 +240,19 @@ struct Verb
     qsizetype minimum; // operands, the verb among them
     qsizetype maximum;
     QString operands; // what it needs, for people
+    bool needsOthers; // programs, that is, by way of a transport
     int (*run)(VXHostContext &context);
     int (*runWithBridge)(VXHostContext &context, VXAppleScriptBridge &bridge);
 };
 
 const Verb verbs[] = {
-    {u"targets"_s, 1, 2, u"[PREFIX]"_s, listTargets, nullptr},
-    {u"dictionaries"_s, 1, 1, u"nothing more"_s, listDictionaries, nullptr},
-    {u"dictionary"_s, 2, 2, u"TARGET"_s, showDictionary, nullptr},
-    {u"get"_s, 3, 3, u"TARGET PROPERTY"_s, nullptr, getProperty},
-    {u"set"_s, 4, 4, u"TARGET PROPERTY VALUE"_s, nullptr, setProperty},
-    {u"call"_s, 3, 20, u"TARGET EVENT [VALUE...]"_s, nullptr, callEvent},
-    {u"quit"_s, 2, 2, u"TARGET"_s, nullptr, quitTarget},
+    {u"targets"_s, 1, 2, u"[PREFIX]"_s, true, listTargets, nullptr},
+    {u"dictionaries"_s, 1, 1, u"nothing more"_s, false, listDictionaries, nullptr},
+    {u"dictionary"_s, 2, 2, u"TARGET"_s, false, showDictionary, nullptr},
+    {u"get"_s, 3, 3, u"TARGET PROPERTY"_s, true, nullptr, getProperty},
+    {u"set"_s, 4, 4, u"TARGET PROPERTY VALUE"_s, true, nullptr, setProperty},
+    {u"call"_s, 3, 20, u"TARGET EVENT [VALUE...]"_s, true, nullptr, callEvent},
+    {u"quit"_s, 2, 2, u"TARGET"_s, true, nullptr, quitTarget},
 };
 
 int runScripting(VXHostContext &context)
@@ -249,10 +264,14 @@ int runScripting(VXHostContext &context)
     if (count < verb.minimum || count > verb.maximum)
         return context.output.failUsage(u"%1 takes %2"_s.arg(verb.name, verb.operands), VXHostUsage(options.command()));
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
+        const QString problem = verb.needsOthers ? VXScriptingTransport::sharedTransport()->problem() : QString();
+        if (!problem.isNull())
+            return context.output.fail(problem);
         if (verb.run != nullptr)
             return verb.run(context);
         VXAppleScriptBridge bridge(options.operand(1));
-        return verb.runWithBridge(context, bridge);
+        return bridge.processIsRunning() ? verb.runWithBridge(context, bridge)
+                                         : failForWhatDoesNotRun(context, bridge.processIdentifier());
     });
 }
 

@@ -1,6 +1,7 @@
 #include "VXTriggerReport.h"
 
 #include "VXHostJSON.h"
+#include "VXTriggerTrial.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QUrl>
@@ -22,11 +23,6 @@ QString valueText(const QVariant &value)
 
 } // namespace
 
-QString VXTriggerReport::shortID() const
-{
-    return u'p' + QString::number(_trigger.record()->objectID().number());
-}
-
 QJsonObject VXTriggerReport::json() const
 {
     QJsonArray reactions;
@@ -34,7 +30,7 @@ QJsonObject VXTriggerReport::json() const
         reactions.append(jsonOf(reaction));
     const QString filter = _trigger.filterText();
     const QString name = _trigger.userName();
-    return {{u"id"_s, shortID()},
+    return {{u"id"_s, _trigger.shortID()},
             {u"uri"_s, _trigger.record()->objectID().uriRepresentation().toString()},
             {u"event"_s, _trigger.eventName()},
             {u"name"_s, name.isNull() ? QJsonValue() : QJsonValue(name)},
@@ -53,18 +49,15 @@ QStringList VXTriggerReport::columns() const
     QStringList identifiers;
     for (const VXReaction &reaction : _trigger.reactions())
         identifiers.append(reaction.bundleIdentifier());
-    return {shortID(),
-            _trigger.isEnabled() ? u"enabled"_s : u"disabled"_s,
-            _trigger.eventName(),
-            _trigger.userName(),
-            identifiers.join(", "_L1),
-            _trigger.filterText()};
+    return {_trigger.shortID(),        _trigger.isEnabled() ? u"enabled"_s : u"disabled"_s,
+            _trigger.eventName(),      _trigger.userName(),
+            identifiers.join(", "_L1), _trigger.filterText()};
 }
 
 QStringList VXTriggerReport::lines() const
 {
     const QString filter = _trigger.filterText();
-    QStringList lines{u"Trigger %1 (%2)"_s.arg(shortID(), _trigger.isEnabled() ? u"enabled"_s : u"disabled"_s),
+    QStringList lines{u"Trigger %1 (%2)"_s.arg(_trigger.shortID(), _trigger.isEnabled() ? u"enabled"_s : u"disabled"_s),
                       u"  event   %1"_s.arg(_trigger.eventName())};
     if (!_trigger.userName().isEmpty())
         lines.append(u"  name    %1"_s.arg(_trigger.userName()));
@@ -84,59 +77,58 @@ QStringList VXTriggerReport::lines() const
 
 // -- Trying it out
 
-QJsonObject VXTriggerReport::testFilter(const QVariant &object, QString *line) const
+namespace {
+
+QString filterLine(const VXTriggerTrial &trial)
 {
     using Kind = VXFilterVerdict::Kind;
-    const VXFilterVerdict verdict = _trigger.test(object);
-    const QString format = verdict.predicate ? verdict.predicate->predicateFormat() : QString();
-    const QString reason = verdict.kind == Kind::Rejected ? VXReasonForRejection(verdict, object) : verdict.problem;
-    const QString problem = reason.isEmpty() ? QString() : u": "_s + reason;
-    const bool passes = verdict.kind == Kind::NoFilter || verdict.kind == Kind::Passed;
-    switch (verdict.kind) {
+    const QString problem = trial.problem.isEmpty() ? QString() : u": "_s + trial.problem;
+    switch (trial.verdict) {
     case Kind::NoFilter:
-        *line = u"No filter: every object passes."_s;
-        break;
+        return u"No filter: every object passes."_s;
     case Kind::Passed:
-        *line = u"The filter lets the object pass: %1"_s.arg(format);
-        break;
+        return u"The filter lets the object pass: %1"_s.arg(trial.filter);
     case Kind::Rejected:
-        *line = u"The filter does not let the object pass: %1%2"_s.arg(format, problem);
-        break;
+        return u"The filter does not let the object pass: %1%2"_s.arg(trial.filter, problem);
     case Kind::Broken:
-        *line = u"The filter does not work%1"_s.arg(problem);
-        break;
+        return u"The filter does not work%1"_s.arg(problem);
     }
-    return {{u"passes"_s, passes},
-            {u"filter"_s, format.isNull() ? QJsonValue() : QJsonValue(format)},
-            {u"problem"_s, reason.isEmpty() ? QJsonValue() : QJsonValue(reason)}};
+    return {};
 }
+
+QString reactionLine(const VXTriggerTrial::Reaction &reaction)
+{
+    const QString problem = reaction.problem.isNull() ? QString() : u", as it "_s + reaction.problem;
+    return u"%1 %2 %3"_s.arg(reaction.identifier,
+                             reaction.runs ? u"would run with"_s : u"would not run%1, with"_s.arg(problem),
+                             QString::fromUtf8(VXJSONText(VXJSONFromVariant(reaction.options))));
+}
+
+QJsonValue textOrNull(const QString &text)
+{
+    return text.isNull() ? QJsonValue() : QJsonValue(text);
+}
+
+} // namespace
 
 QJsonObject VXTriggerReport::test(const QVariant &object, QStringList *lines) const
 {
-    QString line;
-    QJsonObject json = testFilter(object, &line);
-    lines->append(line);
-    const bool isEnabled = _trigger.isEnabled();
-    if (!isEnabled)
+    const VXTriggerTrial trial = VXTriggerTrial::of(_trigger, object);
+    lines->append(filterLine(trial));
+    if (!trial.isEnabled)
         lines->append(u"The trigger is disabled."_s);
-    const bool runs = isEnabled && json.value(u"passes"_s).toBool();
-    QJsonArray list;
-    for (const VXReaction &reaction : _trigger.reactions()) {
-        const QString identifier = reaction.bundleIdentifier();
-        const QString problem = reaction.problem();
-        const bool wouldRun = runs && problem.isNull();
-        const QJsonValue shown = VXJSONFromVariant(reaction.options());
-        const QString verdict =
-            wouldRun ? u"would run with"_s
-                     : u"would not run%1, with"_s.arg(problem.isNull() ? QString() : u", as it "_s + problem);
-        lines->append(u"%1 %2 %3"_s.arg(identifier, verdict, QString::fromUtf8(VXJSONText(shown))));
-        list.append(QJsonObject{{u"reactor"_s, identifier},
-                                {u"options"_s, shown},
-                                {u"runs"_s, wouldRun},
-                                {u"problem"_s, problem.isNull() ? QJsonValue() : QJsonValue(problem)}});
+    QJsonArray reactors;
+    for (const VXTriggerTrial::Reaction &reaction : trial.reactions) {
+        lines->append(reactionLine(reaction));
+        reactors.append(QJsonObject{{u"reactor"_s, reaction.identifier},
+                                    {u"options"_s, VXJSONFromVariant(reaction.options)},
+                                    {u"runs"_s, reaction.runs},
+                                    {u"problem"_s, textOrNull(reaction.problem)}});
     }
-    json.insert(u"id"_s, shortID());
-    json.insert(u"enabled"_s, isEnabled);
-    json.insert(u"reactors"_s, list);
-    return json;
+    return {{u"id"_s, _trigger.shortID()},
+            {u"enabled"_s, trial.isEnabled},
+            {u"passes"_s, trial.passes},
+            {u"filter"_s, textOrNull(trial.filter)},
+            {u"problem"_s, trial.problem.isEmpty() ? QJsonValue() : QJsonValue(trial.problem)},
+            {u"reactors"_s, reactors}};
 }

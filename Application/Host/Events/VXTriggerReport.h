@@ -13,9 +13,6 @@ class VXTriggerReport
 public:
     explicit VXTriggerReport(const VXTrigger &trigger) : _trigger(trigger) {}
 
-    /** As its URI has it: "p3". */
-    QString shortID() const;
-
     QJsonObject json() const;
     /** A line for a table with the titles of `columnTitles`. */
     QStringList columns() const;
@@ -28,7 +25,5 @@ public:
     QStringList lines() const;
 
 private:
-    QJsonObject testFilter(const QVariant &object, QString *line) const;
-
     const VXTrigger _trigger;
 };

@@ -43,7 +43,7 @@ int savedTrigger(VXHostContext &context, VXTriggerStore &triggers, const QString
 {
     return saved(context, triggers, [&] {
         const VXTriggerReport report(trigger);
-        context.output.answer(u"%1 the trigger %2 (%3).\n"_s.arg(done, report.shortID(), trigger.title()),
+        context.output.answer(u"%1 the trigger %2 (%3).\n"_s.arg(done, trigger.shortID(), trigger.title()),
                               report.json());
     });
 }
@@ -136,7 +136,7 @@ int add(VXHostContext &context, VXTriggerStore &triggers)
     return saved(context, triggers, [&] {
         const VXTriggerReport report(trigger);
         VXNoteUnlistedEvent(context, *change.event);
-        context.output.answer(u"Added the trigger %1 for %2.\n"_s.arg(report.shortID(), *change.event), report.json());
+        context.output.answer(u"Added the trigger %1 for %2.\n"_s.arg(trigger.shortID(), *change.event), report.json());
     });
 }
 
@@ -166,7 +166,7 @@ int show(VXHostContext &context, VXTriggerStore &, VXTrigger &trigger)
 int remove(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger)
 {
     const VXTriggerReport report(trigger);
-    const QString text = u"Removed the trigger %1 (%2).\n"_s.arg(report.shortID(), trigger.title());
+    const QString text = u"Removed the trigger %1 (%2).\n"_s.arg(trigger.shortID(), trigger.title());
     const QJsonObject json = report.json();
     triggers.remove(trigger);
     return saved(context, triggers, [&] { context.output.answer(text, json); });

@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** Keeps what is registered; presses are the test's. */
+/** Keeps what is registered, each combination once; presses are the test's. */
 class RecordingService : public VXHotKeyService
 {
 public:
@@ -20,15 +20,21 @@ public:
     quint32 status = VXHotKeyDone; // of the next registrations
     quint32 endStatus = VXHotKeyDone;
     bool listens = true;
+    QString trouble;
 
     QString name() const override { return u"recording"_s; }
-    QString problem() const override { return {}; }
+    QString problem() const override { return trouble; }
     quint32 installListener() override { return listens ? VXHotKeyDone : VXHotKeyNotConnected; }
     quint32 registerHotKey(const VXHotKeyRequest &request, VXHotKeyRef *ref) override
     {
-        if (status == VXHotKeyDone)
-            registered.insert(*ref = ++_last, request);
-        return status;
+        if (status != VXHotKeyDone)
+            return status;
+        for (const VXHotKeyRequest &other : std::as_const(registered)) {
+            if (other.keyCode == request.keyCode && other.modifiers == request.modifiers)
+                return VXHotKeyTaken;
+        }
+        registered.insert(*ref = ++_last, request);
+        return VXHotKeyDone;
     }
     quint32 unregisterHotKey(VXHotKeyRef ref) override
     {
@@ -47,7 +53,11 @@ class Target : public QObject
 public:
     QStringList pressed;
 
-    Q_INVOKABLE void press(const QString &identifier) { pressed.append(identifier); }
+    Q_INVOKABLE int press(const QString &identifier)
+    {
+        pressed.append(identifier);
+        return int(pressed.size());
+    }
     Q_INVOKABLE void fail(const QString &) { throw std::runtime_error("no dial tone"); }
     Q_INVOKABLE void removeItself(const QString &identifier)
     {
@@ -131,6 +141,12 @@ TEST_F(VXHotKeyManagerTest, SettingsAreTextsOfThreeParts)
         EXPECT_EQ(displayString, row.displayString);
     }
     EXPECT_FALSE(manager.getHotKeySettingsForIdentifier(u"other"_s, nullptr, nullptr, nullptr));
+    const int highest = int(0xffff0000U); // numbers without a sign
+    manager.setHotKeySettingsForIdentifier(u"dial"_s, 32, highest, u"D"_s);
+    EXPECT_EQ(stored().value(u"dial"_s), u"32 4294901760 D"_s);
+    int modifiers = 0;
+    EXPECT_TRUE(manager.getHotKeySettingsForIdentifier(u"dial"_s, nullptr, &modifiers, nullptr));
+    EXPECT_EQ(modifiers, highest);
 }
 
 TEST_F(VXHotKeyManagerTest, UpdatingBindsAnewAndStores)
@@ -185,8 +201,61 @@ TEST_F(VXHotKeyManagerTest, FollowsBindingsThatAreStoredElsewhere)
     EXPECT_GT(idOf(u"dial"_s).id, id);
 }
 
+TEST_F(VXHotKeyManagerTest, CombinationsMayChangeHands)
+{
+    const auto keyCodes = [this] {
+        QMap<QString, quint32> codes;
+        for (const VXHotKeyRequest &request : std::as_const(service->registered))
+            codes.insert(request.identifier, request.keyCode);
+        return codes;
+    };
+    VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+    defaults.setObject(QVariantMap{{u"a"_s, u"32 0 D"_s}, {u"b"_s, u"33 0 F"_s}}, u"hot-keys"_s);
+    add(u"a"_s);
+    add(u"b"_s);
+    defaults.setObject(QVariantMap{{u"a"_s, u"33 0 F"_s}, {u"b"_s, u"32 0 D"_s}}, u"hot-keys"_s);
+    ASSERT_TRUE(VXRunUntil([&] { return keyCodes() == QMap<QString, quint32>{{u"a"_s, 33}, {u"b"_s, 32}}; }));
+    defaults.setObject(QVariantMap{{u"a"_s, u"32 0 D"_s}}, u"hot-keys"_s);
+    ASSERT_TRUE(VXRunUntil([&] { return keyCodes() == QMap<QString, quint32>{{u"a"_s, 32}}; }));
+    EXPECT_TRUE(log.lines(u"ERROR"_s).isEmpty());
+}
+
+TEST_F(VXHotKeyManagerTest, APressThatIsOnItsWayFindsWhatIsUnboundMeanwhile)
+{
+    store(u"dial"_s, u"32 0 D"_s);
+    add(u"dial"_s);
+    const VXHotKeyID id = idOf(u"dial"_s);
+    EXPECT_TRUE(manager.updateHotKeyWithIdentifier(u"dial"_s, 0, 0, {}));
+    Q_EMIT service->hotKeyPressed(id);
+    EXPECT_EQ(target.pressed, QStringList{u"dial"_s});
+    EXPECT_TRUE(manager.updateHotKeyWithIdentifier(u"dial"_s, 33, 0, u"F"_s));
+    Q_EMIT service->hotKeyPressed(id); // of a registration before the latest
+    manager.unregisterHotKeyWithIdentifier(u"dial"_s);
+    Q_EMIT service->hotKeyPressed(id);
+    EXPECT_EQ(target.pressed.size(), 1);
+    EXPECT_EQ(log.count(u"Missing hotkey for id: %1"_s.arg(id.id)), 2);
+}
+
+TEST_F(VXHotKeyManagerTest, WhatHappensToTheServiceIsToldAndFollowed)
+{
+    store(u"dial"_s, u"32 0 D"_s);
+    service->status = VXHotKeyNotConnected;
+    add(u"dial"_s);
+    service->trouble = u"the desktop portal ended"_s;
+    Q_EMIT service->problemChanged();
+    EXPECT_EQ(log.count(u"Hot keys do not work: the desktop portal ended"_s), 1);
+    service->status = VXHotKeyDone;
+    service->trouble = QString();
+    Q_EMIT service->problemChanged();
+    EXPECT_EQ(service->registered.size(), 1); // what was asked for meanwhile
+}
+
 TEST_F(VXHotKeyManagerTest, PressesWithoutACommandAreLogged)
 {
+    QStringList told;
+    VXNotificationCenter::defaultCenter().addObserver(
+        &target, VXHotKeyWasPressedNotification,
+        [&told](const VXNotification &notification) { told.append(notification.object.toString()); });
     store(u"dial"_s, u"32 0 D"_s);
     add(u"dial"_s, "noSuchMethod");
     const quint32 id = idOf(u"dial"_s).id;
@@ -194,6 +263,7 @@ TEST_F(VXHotKeyManagerTest, PressesWithoutACommandAreLogged)
     EXPECT_EQ(log.count(u"Missing callback for hotkey %1: dial"_s.arg(id)), 1);
     Q_EMIT service->hotKeyPressed({4711, 4711});
     EXPECT_EQ(log.count(u"Missing hotkey for id: 4711"_s), 1);
+    EXPECT_TRUE(told.isEmpty());
 
     add(u"dial"_s, "fail");
     Q_EMIT service->hotKeyPressed(idOf(u"dial"_s));
@@ -202,6 +272,13 @@ TEST_F(VXHotKeyManagerTest, PressesWithoutACommandAreLogged)
     Q_EMIT service->hotKeyPressed(idOf(u"dial"_s));
     EXPECT_EQ(target.pressed, QStringList{u"dial"_s});
     EXPECT_TRUE(manager.hotKeys().isEmpty());
+    EXPECT_EQ(told, (QStringList{u"dial"_s, u"dial"_s}));
+
+    add(u"dial"_s);
+    QVariant result;
+    EXPECT_TRUE(manager.pressHotKeyWithIdentifier(u"dial"_s, &result));
+    EXPECT_EQ(result, QVariant(2));
+    EXPECT_FALSE(manager.pressHotKeyWithIdentifier(u"other"_s));
 }
 
 TEST_F(VXHotKeyManagerTest, WhatTheServiceRefusesLaterIsUnbound)
@@ -234,6 +311,11 @@ TEST_F(VXHotKeyManagerTest, AKeyIsRegisteredOnce)
     VXHotKey hotKey(u"dial"_s, *service);
     ASSERT_TRUE(hotKey.registerWithKeyCode(32, 0, u"D"_s));
     EXPECT_THROW(hotKey.registerWithKeyCode(32, 0, u"D"_s), VXAssertionException);
+    for (int time = 0; time < 2; ++time) { // registered, and not
+        hotKey.setDisplayString(u"D"_s);
+        hotKey.unregister();
+        EXPECT_TRUE(hotKey.displayString().isNull());
+    }
 }
 
 #include "VXHotKeyManagerTest.moc"

@@ -1,8 +1,15 @@
 #include "VXAppleScriptBridge.h"
 
 #include "VXLogRecorder.h"
+#include "VXMutex.h"
 #include "VXScriptingTransport.h"
 #include "VXTesting.h"
+
+#include <QtCore/QSet>
+
+#include <atomic>
+#include <thread>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 using Code = VXEventCode;
@@ -31,6 +38,37 @@ public:
     }
     qint64 pidForApplicationWithIdentifier(const QString &) override { return process; }
     QStringList runningIdentifiers(const QString &) override { return {}; }
+};
+
+/** Answers a read with the code of the property that is asked for, and any other event with an error. Any thread. */
+class EchoTransport : public VXScriptingTransport
+{
+public:
+    qint32 sendMessage(const Descriptor &event, Descriptor *answer, qint32, qint32) override
+    {
+        {
+            const VXMutexLocker lock(_lock);
+            _returnIDs.insert(event.returnID());
+        }
+        *answer = Descriptor::replyTo(event);
+        if (const auto specifier = event.descriptorForKeyword(Code::DirectObject))
+            answer->setDescriptor(*specifier->descriptorForKeyword(Code::KeyData), Code::DirectObject);
+        else
+            answer->setDescriptor(Descriptor::withInteger(-1708), Code::ErrorNumber);
+        return VXScriptingDone;
+    }
+    qint64 pidForApplicationWithIdentifier(const QString &) override { return 1; }
+    QStringList runningIdentifiers(const QString &) override { return {}; }
+
+    qsizetype returnIDs() const
+    {
+        const VXMutexLocker lock(_lock);
+        return _returnIDs.size();
+    }
+
+private:
+    mutable VXMutex _lock;
+    QSet<qint32> _returnIDs VX_GUARDED_BY(_lock);
 };
 
 } // namespace
@@ -172,6 +210,37 @@ TEST_F(VXAppleScriptBridgeTest, BuildsSpecifiers)
     EXPECT_EQ(examined.type(), VXCode("obj "));
     EXPECT_EQ(examined.descriptorForKeyword(VXCode("from")), Descriptor::withData(VXCode("exmn"), {}));
     EXPECT_EQ(examined.descriptorForKeyword(VXCode("seld")), property);
+}
+
+TEST_F(VXAppleScriptBridgeTest, ServesFourThreadsAtOnce)
+{
+    constexpr int threads = 4;
+    constexpr int rounds = 200;
+    const auto echo = std::make_shared<EchoTransport>();
+    VXScriptingTransport::setMaker([] { return std::make_unique<EchoTransport>(); });
+    VXAppleScriptBridge shared(u"org.example.player"_s, echo);
+    std::atomic<int> right = 0;
+    std::vector<std::thread> running;
+    for (VXFourCharCode number = 1; number <= threads; ++number) {
+        running.emplace_back([&shared, &right, number] {
+            const auto own = VXAppleScriptBridge::bridgeWithIdentifier(u"org.example.other"_s);
+            for (VXFourCharCode round = 1; round <= rounds; ++round) {
+                const VXFourCharCode property = number << 16 | round;
+                const auto code = shared.getAppleScriptPropertyForKeyword(property);
+                const auto ownCode = own->getAppleScriptPropertyForKeyword(~property);
+                VXError error;
+                const bool isDone = shared.sendAppleEvent(shared.eventForTarget(property, property), nullptr, &error);
+                if (code->codeValue() == property && ownCode->codeValue() == ~property && !isDone && error)
+                    ++right;
+            }
+        });
+    }
+    for (std::thread &thread : running)
+        thread.join();
+    VXScriptingTransport::setMaker({});
+    EXPECT_EQ(right, threads * rounds);
+    EXPECT_EQ(echo->returnIDs(), threads * rounds * 2);
+    EXPECT_EQ(log.count(u"org.example.player: returned error: -1708"_s), threads * rounds);
 }
 
 TEST_F(VXAppleScriptBridgeTest, WithoutATransportNobodyIsReached)

@@ -16,6 +16,7 @@ using namespace Qt::StringLiterals;
  *     fail    reports the action's object as an error
  *     throw   throws it: a text as an exception, any other as a number
  *     count   counts in three steps, one a turn of the event loop
+ *     hang_up the same, and reports that there is no call
  *     wait    shows progress 1 of 4, until it is aborted: then it answers 1
  */
 class DeviceFixture : public VXDevicePlugin
@@ -34,6 +35,7 @@ public:
         registerActionHandler(u"fail"_s, this, &DeviceFixture::fail);
         registerActionHandler(u"throw"_s, this, &DeviceFixture::throwAsTold);
         registerActionHandler(u"count"_s, this, &DeviceFixture::count);
+        registerActionHandler(u"hang_up"_s, this, &DeviceFixture::count);
         registerActionHandler(u"wait"_s, this, &DeviceFixture::wait);
         setDeviceProperty(VXLocalizedProperty(80, u"Battery"_s), u"battery"_s);
         setDeviceProperty(u"3310"_s, u"model"_s);
@@ -109,6 +111,8 @@ private:
         if (action->progressValue() < 3)
             return QTimer::singleShot(0, this, [this, action] { countOn(action); });
         action->setResult(action->progressValue());
+        if (action->actionName() == "hang_up"_L1)
+            action->setErrorString(u"There is no call."_s);
         action->conclude();
     }
 
