@@ -58,7 +58,7 @@ public:
         if (!VXMainThread::perform([self, &work] { self->run(work); }))
             return false;
         const VXMutexLocker locker(_lock);
-        _condition.wait(_lock, [this] { return _isDone || _isGivenUp; });
+        _condition.wait(_lock, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return _isDone || _isGivenUp; });
         return _isDone;
     }
 

@@ -97,7 +97,7 @@ std::shared_ptr<const VXPredicate::Node> VXPredicate::joinedAlternatives(const Q
 {
     QHash<QPair<QString, int>, QVariantList> values; // by key path and options
     const auto keyOf = [](const VXPredicate &each) {
-        return QPair(each.left().keys().join(u'.'), each.options().toInt());
+        return std::pair(each.left().keys().join(u'.'), each.options().toInt());
     };
     for (const VXPredicate &each : predicates) {
         if (isAlternative(each))
