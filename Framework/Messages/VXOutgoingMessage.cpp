@@ -5,6 +5,7 @@
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 #include "VXPhonebookString.h"
+#include "VXPhonebookTransformer.h"
 #include "VXPhoneNumber.h"
 
 using namespace Qt::StringLiterals;
@@ -22,6 +23,12 @@ QString VXOutgoingMessage::number() const
     QString value;
     const bool isAddress = VXPhonebookStringSplit(to, nullptr, &value);
     return isAddress && VXIsValidPhoneNumber(value) && !value.contains(u'@') ? value : QString();
+}
+
+// As much as a line has room for.
+QString VXOutgoingMessage::title() const
+{
+    return (VXDisplayStringForPhonebookString(to) + ": "_L1 + text.simplified()).left(60);
 }
 
 VXMessageRecord VXOutgoingMessage::record() const
@@ -51,7 +58,7 @@ std::optional<qint64> VXOutgoingMessage::send(const QString &to, const QString &
     if (!context.save(error))
         return std::nullopt;
     const QString destination = VXAbsoluteString(device);
-    const auto number = outbox.add(kind, destination, text.simplified().left(60), // as much as a line has room for
+    const auto number = outbox.add(kind, destination, message.title(),
                                    {{u"to"_s, to},
                                     {u"text"_s, text},
                                     {u"device_url"_s, destination},

@@ -18,8 +18,8 @@ class VXManagedObjectContext;
 struct VXContactChangeSet
 {
     qint64 number = 0;
-    QString kind = {};  // "import", "merge"
-    QString title = {}; // of an import the file
+    QString kind = {};   // "import", "merge"
+    QString title = {};  // of an import the file
     QDateTime date = {}; // when it began
 };
 
