@@ -8,7 +8,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype textWidth = 79;
-constexpr qsizetype mostInUsage = 8; // options; more would hide the mistake that the usage follows
 
 QString optionText(const VXHostOption &option)
 {
@@ -72,8 +71,6 @@ QString VXHostUsage(const VXHostCommand *command)
     QString text = "usage: vornix "_L1 + command->name;
     if (!command->synopsis.isNull())
         text += u' ' + command->synopsis;
-    if (command->options.size() > mostInUsage)
-        return text + u" [OPTION]...; see vornix help "_s + command->name;
     for (const VXHostOption &option : command->options)
         text += " ["_L1 + optionText(option) + u']';
     return text;

@@ -16,18 +16,6 @@ namespace {
 
 using Entries = QList<VXOutboxEntry>;
 
-// Entries go one after the other to one destination. The number of the one that this waits for until it is due again; 0 for none.
-qint64 heldUpBy(const VXOutbox &outbox, const VXOutboxEntry &entry)
-{
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    for (const VXOutboxEntry &each : outbox.openEntries(entry.kind).value_or(Entries())) {
-        const bool isBefore = each.destination == entry.destination && each.number < entry.number;
-        if (isBefore && each.state == VXOutboxState::Queued && each.attempts > 0 && each.nextDate > now)
-            return each.number;
-    }
-    return 0;
-}
-
 // Until the tries have ended that were asked for; none, with an error, when they cannot be read.
 std::optional<Entries> waitForTries(const VXOutbox &outbox, const Entries &asked, VXError *error)
 {
@@ -37,16 +25,12 @@ std::optional<Entries> waitForTries(const VXOutbox &outbox, const Entries &asked
         Entries now;
         bool isDone = true;
         for (const VXOutboxEntry &before : asked) {
-            std::optional<VXOutboxEntry> entry = outbox.entry(before.number, error);
+            const std::optional<VXOutboxEntry> entry = outbox.entry(before.number, error);
             if (!entry && *error)
                 return std::nullopt;
             if (!entry) // dropped meanwhile
                 continue;
-            bool waits = entry->state == VXOutboxState::Queued && entry->attempts == before.attempts;
-            if (const qint64 other = waits ? heldUpBy(outbox, *entry) : 0; other != 0) {
-                waits = false;
-                entry->problem = u"It waits for p%1, which goes to the same place first."_s.arg(other);
-            }
+            const bool waits = entry->state == VXOutboxState::Queued && entry->attempts == before.attempts;
             isDone = isDone && !waits && entry->state != VXOutboxState::Sending;
             now.append(*entry);
         }
