@@ -2,9 +2,10 @@
 
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
+#include "VXRegularFile.h"
 #include "VXTableFile.h"
 
-#include <QtCore/QFile>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -12,16 +13,28 @@ namespace {
 
 constexpr qsizetype portion = 1000; // calls that are saved at once
 
-VXCallRecord recordOf(const QStringList &columns, const QStringList &row)
+bool fail(const QString &text, VXError *error)
+{
+    VXSetError(error, VXMakeError(text));
+    return false;
+}
+
+} // namespace
+
+// What of the row is no value of its column is told, and the rest is taken.
+VXCallRecord VXCallImport::recordOf(const QStringList &columns, const QStringList &row, qsizetype line)
 {
     QVariantMap map;
     for (qsizetype column = 0; column < qMin(columns.size(), row.size()); ++column) {
         if (!row[column].isEmpty())
             map.insert(columns[column], row[column]);
     }
-    if (bool isNumber = false; map.contains(u"duration"_s)) {
-        const double seconds = map.value(u"duration"_s).toString().toDouble(&isNumber);
+    if (const QString text = map.value(u"duration"_s).toString(); !text.isEmpty()) {
+        bool isNumber = false;
+        const double seconds = text.toDouble(&isNumber);
         map.insert(u"duration"_s, isNumber ? QVariant(seconds) : QVariant());
+        if (!isNumber)
+            _problems.append(u"line %1: the duration \"%2\" is no number of seconds"_s.arg(line).arg(text));
     }
     if (bool isNumber = false; map.contains(u"direction"_s)) {
         const int direction = map.value(u"direction"_s).toString().toInt(&isNumber);
@@ -31,29 +44,36 @@ VXCallRecord recordOf(const QStringList &columns, const QStringList &row)
     return VXCallRecord(map);
 }
 
-} // namespace
-
 bool VXCallImport::run(const QString &path, VXError *error)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        VXSetError(error, VXMakeError(VXLocalizedString(u"%1 can not be read: %2"_s).arg(path, file.errorString())));
-        return false;
-    }
+    QString reason;
+    if (!VXRegularFile::open(file, &reason))
+        return fail(VXLocalizedString(u"%1 can not be read: %2"_s).arg(path, reason), error);
+    return run(file, path, error);
+}
+
+bool VXCallImport::run(QFile &file, const QString &name, VXError *error)
+{
     VXTableFile table(file.readAll());
+    if (file.error() != QFile::NoError)
+        return fail(VXLocalizedString(u"%1 can not be read: %2"_s).arg(name, file.errorString()), error);
     const QStringList columns = table.next();
-    if (!columns.contains(u"date"_s) || !(columns.contains(u"from"_s) || columns.contains(u"to"_s))) {
-        VXSetError(error,
-                   VXMakeError(VXLocalizedString(
-                                   u"The first line of %1 does not name the columns \"date\" and \"from\" or \"to\"."_s)
-                                   .arg(path)));
-        return false;
-    }
+    if (!columns.contains(u"date"_s) || !(columns.contains(u"from"_s) || columns.contains(u"to"_s)))
+        return fail(
+            VXLocalizedString(u"The first line of %1 does not name the columns \"date\" and \"from\" or \"to\"."_s)
+                .arg(name),
+            error);
     QList<VXCallRecord> records;
     while (!table.isAtEnd()) {
         const qsizetype line = table.line();
-        const VXCallRecord record = recordOf(columns, table.next());
-        if (!record.date.isValid())
+        const QStringList row = table.next();
+        if (row == QStringList{QString()})
+            continue; // an empty line
+        const VXCallRecord record = recordOf(columns, row, line);
+        if (!table.isWhole())
+            _problems.append(u"line %1: a quotation mark has no end"_s.arg(line));
+        else if (!record.date.isValid())
             _problems.append(u"line %1: no date of the form 2026-01-31T12:00:00"_s.arg(line));
         else
             records.append(record);

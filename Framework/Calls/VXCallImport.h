@@ -2,6 +2,7 @@
 
 #include "VXCallStore.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QStringList>
 
 /**
@@ -15,6 +16,8 @@ public:
 
     /** False, with an error, when the file cannot be read at all or the calls cannot be saved. */
     [[nodiscard]] bool run(const QString &path, VXError *error = nullptr);
+    /** The same of one that is open, and which errors call so. */
+    [[nodiscard]] bool run(QFile &file, const QString &name, VXError *error = nullptr);
 
     qsizetype addedCount() const { return _addedCount; }
     qsizetype knownCount() const { return _knownCount; }
@@ -22,6 +25,7 @@ public:
     const QStringList &problems() const { return _problems; }
 
 private:
+    VXCallRecord recordOf(const QStringList &columns, const QStringList &row, qsizetype line);
     bool add(const QList<VXCallRecord> &records, VXError *error);
 
     const VXCallStore _store;

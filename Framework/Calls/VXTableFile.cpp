@@ -15,6 +15,7 @@ VXTableFile::VXTableFile(const QByteArray &bytes)
 QStringList VXTableFile::next()
 {
     QStringList fields;
+    _isWhole = true;
     while (!isAtEnd()) {
         QString field;
         if (_text[_at] == u'"')
@@ -38,14 +39,21 @@ QStringList VXTableFile::next()
     return fields;
 }
 
+// Without an end nothing is taken: the mark is a part of the text, and the rows below are rows.
 QString VXTableFile::quotedField()
 {
     QString field;
-    for (++_at; !isAtEnd(); ++_at) {
-        if (_text[_at] == u'"' && (++_at >= _text.size() || _text[_at] != u'"'))
+    qsizetype lines = 0;
+    qsizetype at = _at + 1;
+    for (; at < _text.size(); ++at) {
+        if (_text[at] == u'"' && (++at >= _text.size() || _text[at] != u'"')) {
+            _at = at;
+            _line += lines;
             return field;
-        _line += _text[_at] == u'\n' ? 1 : 0;
-        field += _text[_at];
+        }
+        lines += _text[at] == u'\n' ? 1 : 0;
+        field += _text[at];
     }
-    return field;
+    _isWhole = false;
+    return {};
 }

@@ -14,8 +14,10 @@ public:
     bool isAtEnd() const { return _at >= _text.size(); }
     /** Of the row that is next, from 1. */
     qsizetype line() const { return _line; }
-    /** The fields of the next row; empty at the end. A quoted field that does not end takes the rest. */
+    /** The fields of the next row; empty at the end. */
     QStringList next();
+    /** False when the row read last has a quotation mark without an end, which was then taken for a plain one. */
+    bool isWhole() const { return _isWhole; }
 
 private:
     QString quotedField();
@@ -24,4 +26,5 @@ private:
     QChar _separator = u',';
     qsizetype _at = 0;
     qsizetype _line = 1;
+    bool _isWhole = true;
 };

@@ -1,6 +1,12 @@
 #include "VXCardLines.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace {
+
+constexpr qint64 chunk = 64 * 1024;           // octets that are read at once
+constexpr qsizetype shortestBeginning = 1024; // octets
 
 bool isQuotedPrintable(const QByteArray &line)
 {
@@ -27,20 +33,57 @@ bool carriesBase64(const QByteArray &line)
 
 } // namespace
 
+// Enough to tell the form of the file by.
+void VXCardLines::begin()
+{
+    while (_octets.size() < shortestBeginning && fill()) {
+    }
+    if (_octets.startsWith("\xef\xbb\xbf")) {
+        _at = 3;
+    } else if (_octets.startsWith("\xff\xfe") || _octets.startsWith("\xfe\xff")) {
+        _fromUTF16.emplace(QStringDecoder::Utf16); // takes the mark
+        _octets = _toUTF8(_fromUTF16->decode(_octets));
+    }
+    if (!_octets.contains('\n') && _octets.contains('\r'))
+        _lineEnd = '\r';
+}
+
+// False at the end.
+bool VXCardLines::fill()
+{
+    QByteArray more = _device.read(chunk);
+    if (more.isEmpty())
+        return false;
+    if (_fromUTF16)
+        more = _toUTF8(_fromUTF16->decode(more));
+    _octets.remove(0, std::exchange(_at, 0));
+    _octets.append(more);
+    return true;
+}
+
 // Into _ahead, without its end; the rest of one that is too long is passed over.
 bool VXCardLines::readPhysical()
 {
-    _ahead = _device.readLine(longestLine + 2);
-    if (_ahead.isEmpty())
+    if (!std::exchange(_hasBegun, true))
+        begin();
+    _ahead.resize(0);
+    _aheadIsTooLong = false;
+    bool hasEnd = false;
+    while (!hasEnd && (_at < _octets.size() || fill())) {
+        const QByteArrayView rest = QByteArrayView(_octets).sliced(_at);
+        const qsizetype end = rest.indexOf(_lineEnd);
+        hasEnd = end >= 0;
+        const QByteArrayView part = hasEnd ? rest.first(end) : rest;
+        const qsizetype room = longestLine - _ahead.size();
+        _aheadIsTooLong = _aheadIsTooLong || part.size() > room;
+        _ahead.append(part.first(std::min(part.size(), room)));
+        _at += part.size() + (hasEnd ? 1 : 0);
+    }
+    if (!hasEnd && _ahead.isEmpty())
         return false;
     ++_aheadNumber;
-    _aheadIsTooLong = !_ahead.endsWith('\n') && _ahead.size() > longestLine;
-    for (QByteArray rest = _ahead; !rest.isEmpty() && !rest.endsWith('\n') && !_device.atEnd();)
-        rest = _device.readLine(64 * 1024);
     while (_ahead.endsWith('\n') || _ahead.endsWith('\r'))
         _ahead.chop(1);
-    if (_aheadNumber == 1 && _ahead.startsWith("\xef\xbb\xbf"))
-        _ahead.remove(0, 3);
     return true;
 }
 

@@ -61,12 +61,37 @@ QDate birthdayOf(const QString &text)
     return date.isValid() ? date : QDate::fromString(day, u"yyyyMMdd"_s);
 }
 
+bool isNumberURI(const QString &value)
+{
+    return value.startsWith("tel:"_L1, Qt::CaseInsensitive);
+}
+
 // A URI's number: "tel:+1-555-0100;ext=12"
 QString numberOf(const QString &value)
 {
-    if (!value.startsWith("tel:"_L1, Qt::CaseInsensitive))
+    if (!isNumberURI(value))
         return value;
     return QUrl::fromPercentEncoding(value.sliced(4).section(u';', 0, 0).toUtf8());
+}
+
+// "ext. 12"; null for none. It is not dialled before the call is taken, and no part of the number.
+QString extensionOf(const QString &value)
+{
+    static const QString mark = u";ext="_s;
+    const qsizetype at = isNumberURI(value) ? value.indexOf(mark, 0, Qt::CaseInsensitive) : -1;
+    return at < 0 ? QString() : u"ext. "_s + value.sliced(at + mark.size()).section(u';', 0, 0);
+}
+
+// Several names in one place, "Jean,Marie", as people write them. A comma before a blank is part of a name.
+QString withBlanksBetweenNames(QString value)
+{
+    for (qsizetype index = 0; index + 1 < value.size(); ++index) {
+        if (value[index] == u'\\')
+            ++index; // and what it escapes
+        else if (value[index] == u',' && !value[index + 1].isSpace())
+            value[index] = u' ';
+    }
+    return value;
 }
 
 QString nullIfEmpty(const QString &text)
@@ -107,6 +132,10 @@ public:
     {
         if (!isWhole)
             tell(_card.line, u"the card that begins here has no end; it is left out"_s);
+        if (_isGroup)
+            return finishedGroup(isWhole);
+        for (const VXCardLine &member : std::as_const(_members)) // of no group
+            keepUnknown(member, _card.line);
         finishNames();
         finishLabels();
         const bool isContact = !_card.contact.displayName().isEmpty();
@@ -121,15 +150,25 @@ private:
 
     void take(const VXCardLine &line, qint64 number)
     {
-        static const QHash<QString, Taker> takers = {
-            {u"FN"_s, &Building::takeFullName},     {u"N"_s, &Building::takeName},
-            {u"NICKNAME"_s, &Building::takeText},   {u"ORG"_s, &Building::takeText},
-            {u"TITLE"_s, &Building::takeText},      {u"NOTE"_s, &Building::takeText},
-            {u"UID"_s, &Building::takeText},        {u"BDAY"_s, &Building::takeBirthday},
-            {u"TEL"_s, &Building::takeAddress},     {u"EMAIL"_s, &Building::takeAddress},
-            {u"URL"_s, &Building::takeAddress},     {u"ADR"_s, &Building::takePostalAddress},
-            {u"CATEGORIES"_s, &Building::takeList}, {u"PHOTO"_s, &Building::takePhotoURI},
-            {u"X-ABLABEL"_s, &Building::takeLabel}};
+        static const QHash<QString, Taker> takers = {{u"FN"_s, &Building::takeFullName},
+                                                     {u"N"_s, &Building::takeName},
+                                                     {u"NICKNAME"_s, &Building::takeText},
+                                                     {u"ORG"_s, &Building::takeText},
+                                                     {u"TITLE"_s, &Building::takeText},
+                                                     {u"NOTE"_s, &Building::takeText},
+                                                     {u"UID"_s, &Building::takeText},
+                                                     {u"BDAY"_s, &Building::takeBirthday},
+                                                     {u"TEL"_s, &Building::takeAddress},
+                                                     {u"EMAIL"_s, &Building::takeAddress},
+                                                     {u"URL"_s, &Building::takeAddress},
+                                                     {u"ADR"_s, &Building::takePostalAddress},
+                                                     {u"CATEGORIES"_s, &Building::takeList},
+                                                     {u"PHOTO"_s, &Building::takePhotoURI},
+                                                     {u"X-ABLABEL"_s, &Building::takeLabel},
+                                                     {u"KIND"_s, &Building::takeKind},
+                                                     {u"MEMBER"_s, &Building::takeMember},
+                                                     {u"X-ADDRESSBOOKSERVER-KIND"_s, &Building::takeKind},
+                                                     {u"X-ADDRESSBOOKSERVER-MEMBER"_s, &Building::takeMember}};
         static const QStringList passedOver{u"VERSION"_s, u"REV"_s, u"PRODID"_s, u"BEGIN"_s, u"END"_s};
         if (passedOver.contains(line.name) || line.value.trimmed().isEmpty())
             return;
@@ -189,7 +228,7 @@ private:
         if (_hasName)
             return false;
         _hasName = true;
-        const QStringList parts = VXCardValueParts(line.value, u';');
+        const QStringList parts = VXCardValueParts(withBlanksBetweenNames(line.value), u';');
         VXContactRecord &contact = _card.contact;
         QString *const fields[] = {&contact.lastName, &contact.firstName, &contact.middleName, &contact.namePrefix,
                                    &contact.nameSuffix};
@@ -208,20 +247,28 @@ private:
                                                     : contact.note;
         if (!field.isEmpty())
             return false;
-        if (line.name == "ORG"_L1) { // the company, then its units
-            QStringList parts = VXCardValueParts(line.value, u';');
-            parts.removeAll(u""_s);
-            field = nullIfEmpty(parts.join("; "_L1));
-        } else {
+        if (line.name == "ORG"_L1) // the company, then its units
+            field = joinedParts(line.value, u';');
+        else if (line.name == "NICKNAME"_L1)
+            field = joinedParts(line.value, u',');
+        else
             field = nullIfEmpty(VXUnescapedCardText(line.value).trimmed());
-        }
         return true;
+    }
+
+    // VXCardWriter takes them apart again.
+    static QString joinedParts(const QString &value, QChar separator)
+    {
+        QStringList parts = VXCardValueParts(value, separator);
+        parts.removeAll(u""_s);
+        return nullIfEmpty(parts.join(QString(separator) + u' '));
     }
 
     bool takeBirthday(const VXCardLine &line)
     {
         const QDate date = birthdayOf(line.value);
-        if (!date.isValid() || _card.contact.birthday.isValid())
+        constexpr int noYear = 1604; // as some address books write it
+        if (!date.isValid() || date.year() == noYear || _card.contact.birthday.isValid())
             return false; // without a year, as text
         _card.contact.birthday = date;
         return true;
@@ -236,7 +283,8 @@ private:
         QList<Address> &list = isNumber                  ? _card.contact.numbers
                                : line.name == "EMAIL"_L1 ? _card.contact.emails
                                                          : _card.contact.urls;
-        list.append({isNumber ? numberOf(text) : text, typeOf(line), isNumber ? labelOf(line) : QString()});
+        const QString label = isNumber ? labelOf(line) : QString();
+        list.append({isNumber ? numberOf(text) : text, typeOf(line), label.isNull() ? extensionOf(text) : label});
         if (!line.group.isEmpty())
             _labelled.append({line.group, &list, list.size() - 1});
         return true;
@@ -276,6 +324,36 @@ private:
             return false;
         _labels.insert(line.group, line);
         return true;
+    }
+
+    bool takeKind(const VXCardLine &line)
+    {
+        const bool isGroup = line.value.trimmed().compare("group"_L1, Qt::CaseInsensitive) == 0;
+        _isGroup = _isGroup || isGroup;
+        return isGroup;
+    }
+
+    bool takeMember(const VXCardLine &line)
+    {
+        _members.append(line);
+        return true;
+    }
+
+    VXCard finishedGroup(bool isWhole)
+    {
+        VXContactRecord group;
+        group.name = _card.contact.name.isEmpty() ? _card.contact.displayName() : _card.contact.name;
+        group.uid = _card.contact.uid;
+        _card.contact = group;
+        if (isWhole && group.name.isEmpty())
+            tell(_card.line, u"the group that begins here has no name; it is left out"_s);
+        if (!isWhole || group.name.isEmpty())
+            return _card;
+        QStringList members;
+        for (const VXCardLine &member : std::as_const(_members))
+            members.append(VXUnescapedCardText(member.value).trimmed());
+        _card.members = members;
+        return _card;
     }
 
     // The name as a whole counts where its parts are not known, and is no company's.
@@ -318,6 +396,8 @@ private:
     QHash<QString, VXCardLine> _labels; // by group
     QList<Labelled> _labelled;
     QStringList _unknownGroups; // of properties that are kept as they are
+    QList<VXCardLine> _members; // if it is a group
+    bool _isGroup = false;
     qsizetype _propertyCount = 0;
     qsizetype _unknownSize = 0;
     qint64 _number = 0; // the line that is being taken

@@ -6,6 +6,7 @@
 #include <QtCore/QIODevice>
 #include <QtCore/QList>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <memory>
 #include <optional>
@@ -29,6 +30,8 @@ struct VXCard
     QList<VXCardProblem> problems = {};
     /** Whether it has an end, and a name, number or address: only then it is a contact. */
     bool isContact = false;
+    /** Of a group, which is no contact and whose name is that of `contact`: the UIDs of its members, contacts or groups. */
+    std::optional<QStringList> members = {};
 };
 
 /**

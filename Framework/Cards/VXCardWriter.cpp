@@ -5,7 +5,6 @@
 
 #include <QtCore/QMimeDatabase>
 #include <QtCore/QStringList>
-#include <QtCore/QUrl>
 
 #include <algorithm>
 #include <iterator>
@@ -19,6 +18,14 @@ QString joined(QStringList parts)
 {
     std::transform(parts.cbegin(), parts.cend(), parts.begin(), VXContentLines::escapedText);
     return parts.join(u';');
+}
+
+// The same of what the reader has joined: of each part a blank follows the separator.
+QString separated(const QString &text, QChar separator)
+{
+    QStringList parts = text.split(QString(separator) + u' ');
+    std::transform(parts.cbegin(), parts.cend(), parts.begin(), VXContentLines::escapedText);
+    return parts.join(separator);
 }
 
 // The URI of a stored contact, of a number or address its person's.
@@ -51,8 +58,10 @@ QByteArray VXCardWriter::card(const VXContactRecord &contact, Version version)
     writer._lines.add(u"VERSION"_s, version == Version::V3 ? u"3.0"_s : u"4.0"_s);
     writer._lines.addText(u"FN"_s, name);
     writer.addName();
-    writer._lines.addTextIfAny(u"NICKNAME"_s, contact.nickname);
-    writer._lines.addTextIfAny(u"ORG"_s, contact.company);
+    if (!contact.nickname.isEmpty())
+        writer._lines.add(u"NICKNAME"_s, separated(contact.nickname, u','));
+    if (!contact.company.isEmpty())
+        writer._lines.add(u"ORG"_s, separated(contact.company, u';'));
     writer._lines.addTextIfAny(u"TITLE"_s, contact.jobTitle);
     writer.addAddresses(u"TEL"_s, contact.numbers);
     writer.addAddresses(u"EMAIL"_s, contact.emails);
@@ -134,14 +143,12 @@ void VXCardWriter::addPostalAddresses()
     }
 }
 
+// As they are, also one that is no complete URL: readers take it apart.
 void VXCardWriter::addLinks()
 {
-    for (const VXContactRecord::Address &link : _contact.urls) {
-        const QUrl url(link.value, QUrl::StrictMode);
-        if (!url.isValid() || url.scheme().isEmpty())
-            continue;
-        _lines.add(labelled(u"URL"_s, link.label) + typeParameters(link.type, {}), url.toString(QUrl::FullyEncoded));
-    }
+    for (const VXContactRecord::Address &link : _contact.urls)
+        _lines.add(labelled(u"URL"_s, link.label) + typeParameters(link.type, {}),
+                   QString(link.value).replace(u'\\', "\\\\"_L1));
 }
 
 void VXCardWriter::addGroups()

@@ -1,4 +1,5 @@
 #include "VXMessageFiles.h"
+#include "VXPhonebookString.h"
 
 #include <QtCore/QXmlStreamReader>
 
@@ -77,7 +78,9 @@ std::optional<VXMessageRecord> recordOf(const QXmlStreamAttributes &attributes)
                                                : State::Read;
     const QString name = text(u"contact_name"_s);
     const QString address = text(u"address"_s);
-    record.setOtherParty(isNothing(name) ? QString() : name, isNothing(address) ? QString() : address);
+    const bool isSender =
+        !isNothing(address) && !VXPhonebookStringSplit(address); // a name in place of a number: it is who that is
+    record.setOtherParty(isNothing(name) || isSender ? QString() : name, isNothing(address) ? QString() : address);
     record.date = QDateTime::fromMSecsSinceEpoch(date, Qt::UTC);
     record.text = text(u"body"_s);
     return record;

@@ -5,8 +5,8 @@
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 #include "VXMessageFiles.h"
+#include "VXRegularFile.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QSet>
 
 using namespace Qt::StringLiterals;
@@ -23,22 +23,33 @@ QString rootNameFor(const VXMessageRecord &record)
                                                             : VXSentFolder;
 }
 
+bool fail(const QString &path, const QString &reason, VXError *error)
+{
+    VXSetError(error, VXMakeError(VXLocalizedString(u"%1 can not be read: %2"_s).arg(path, reason)));
+    return false;
+}
+
 } // namespace
 
 bool VXMessageImport::run(const QString &path, VXError *error)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > largestFile) {
-        const QString reason = file.isOpen() ? VXLocalizedString(u"It is too large."_s) : file.errorString();
-        VXSetError(error, VXMakeError(VXLocalizedString(u"%1 can not be read: %2"_s).arg(path, reason)));
-        return false;
-    }
-    const QByteArray bytes = file.readAll();
+    QString reason;
+    return VXRegularFile::open(file, &reason) ? run(file, path, error) : fail(path, reason, error);
+}
+
+bool VXMessageImport::run(QFile &file, const QString &name, VXError *error)
+{
+    const QByteArray bytes = file.read(largestFile + 1);
+    if (file.error() != QFile::NoError)
+        return fail(name, file.errorString(), error);
+    if (bytes.size() > largestFile)
+        return fail(name, VXLocalizedString(u"It is too large."_s), error);
     std::optional<VXMessageFile> contents = VXReadGammuBackup(bytes);
     if (!contents)
         contents = VXReadAndroidMessages(bytes);
     if (!contents) {
-        VXSetError(error, VXMakeError(VXLocalizedString(u"%1 holds no messages of a known form."_s).arg(path)));
+        VXSetError(error, VXMakeError(VXLocalizedString(u"%1 holds no messages of a known form."_s).arg(name)));
         return false;
     }
     _problems = contents->problems;

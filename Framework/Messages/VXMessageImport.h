@@ -2,6 +2,7 @@
 
 #include "VXMessageStore.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QStringList>
 
 /**
@@ -16,6 +17,8 @@ public:
 
     /** False, with an error, when the file cannot be read at all, is of no known form, or the messages cannot be saved. */
     [[nodiscard]] bool run(const QString &path, VXError *error = nullptr);
+    /** The same of one that is open, and which errors call so. */
+    [[nodiscard]] bool run(QFile &file, const QString &name, VXError *error = nullptr);
 
     qsizetype addedCount() const { return _addedCount; }
     qsizetype knownCount() const { return _knownCount; }

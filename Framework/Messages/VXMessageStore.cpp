@@ -190,6 +190,15 @@ VXFetchRequest VXMessageStore::messagesOfConversation(const QString &conversatio
     return newestFirst(*_coordinator, equals(u"conversation"_s, noneOr(conversation)));
 }
 
+VXFetchRequest VXMessageStore::messagesOfConversations(const QStringList &conversations) const
+{
+    if (conversations.size() == 1)
+        return messagesOfConversation(conversations.constFirst());
+    const QVariantList keys(conversations.cbegin(), conversations.cend());
+    return newestFirst(*_coordinator, VXPredicate::comparison(VXExpression::keyPath(u"conversation"_s), Operator::In,
+                                                              VXExpression::constant(keys)));
+}
+
 // -- Messages
 
 VXManagedObjectPtr VXMessageStore::insertMessage(const VXMessageRecord &record, const VXManagedObjectPtr &folder)

@@ -45,6 +45,8 @@ public:
                                                                  VXError *error = nullptr) const;
     /** The messages with one other party, whichever way they went (VXConversationKey): one indexed fetch. */
     [[nodiscard]] VXFetchRequest messagesOfConversation(const QString &conversation) const;
+    /** The same of somebody with several numbers and addresses. */
+    [[nodiscard]] VXFetchRequest messagesOfConversations(const QStringList &conversations) const;
 
     // -- Messages
     /** A new message in a folder of the context. */

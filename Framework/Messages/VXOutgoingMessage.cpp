@@ -5,6 +5,7 @@
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 #include "VXPhonebookString.h"
+#include "VXPhonebookTransformer.h"
 #include "VXPhoneNumber.h"
 
 using namespace Qt::StringLiterals;
@@ -27,6 +28,12 @@ QString VXOutgoingMessage::number() const
     QString value;
     const bool isAddress = VXPhonebookStringSplit(to, nullptr, &value);
     return isAddress && VXIsValidPhoneNumber(value) && !value.contains(u'@') ? value : QString();
+}
+
+// As much as a line has room for.
+QString VXOutgoingMessage::title() const
+{
+    return (VXDisplayStringForPhonebookString(to) + ": "_L1 + text.simplified()).left(60);
 }
 
 VXMessageRecord VXOutgoingMessage::record() const
@@ -55,13 +62,12 @@ std::optional<qint64> VXOutgoingMessage::send(const QString &to, const QString &
     const VXManagedObjectPtr draft = VXMessageStore::insertMessage(record, VXFetchRootFolder(VXDraftsFolder, &context));
     if (!context.save(error))
         return std::nullopt;
-    const auto number =
-        outbox.add(kind, destination(device), text.simplified().left(60), // as much as a line has room for
-                   {{u"to"_s, to},
-                    {u"text"_s, text},
-                    {u"device_url"_s, VXAbsoluteString(device)},
-                    {u"message"_s, draft->objectID().uriRepresentation().toString()}},
-                   error);
+    const auto number = outbox.add(kind, destination(device), message.title(),
+                                   {{u"to"_s, to},
+                                    {u"text"_s, text},
+                                    {u"device_url"_s, VXAbsoluteString(device)},
+                                    {u"message"_s, draft->objectID().uriRepresentation().toString()}},
+                                   error);
     if (!number) { // else it would stay among the drafts, as if it were to be sent
         context.deleteObject(draft);
         context.save();

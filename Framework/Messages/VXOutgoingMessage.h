@@ -27,6 +27,8 @@ struct VX_EXPORT VXOutgoingMessage
 
     /** The number alone; null when it has none. */
     QString number() const;
+    /** To whom, and how it begins. */
+    QString title() const;
     VXMessageRecord record() const;
 
     /** Files it among the drafts and puts it into the outbox; both are on the disk then. @return the entry's number; none, with

@@ -6,6 +6,8 @@
 #include "VXManagedObjectContext.h"
 #include "VXPhonebookEntry.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 using Operator = VXPredicate::Operator;
@@ -14,6 +16,7 @@ namespace {
 
 constexpr qsizetype mostChangeSets = 10;
 constexpr qsizetype portion = 500; // contacts of one save
+constexpr qint64 mostSaves = 100;  // of one contact, each dated a millisecond earlier: later ones are other people's
 
 const QString setEntity = u"VXContactChangeSet"_s;
 const QString changeEntity = u"VXContactChange"_s;
@@ -60,9 +63,22 @@ QString nameOf(const VXManagedObject &person)
     return name.isEmpty() ? VXLocalizedString(u"(no name)"_s) : name;
 }
 
+bool isNoted(const VXManagedObject &person, const VXContactChangeSet &changeSet)
+{
+    if (person.valueForKey(u"importNumber"_s).toLongLong() == changeSet.number) // it was not there before
+        return true;
+    const QList<VXManagedObjectPtr> changes =
+        person.relatedObjects(person.entity().propertyForName(u"changes"_s)->index());
+    return std::ranges::any_of(changes, [&](const VXManagedObjectPtr &change) {
+        const auto owner = change->valueForKey(u"changeSet"_s).value<VXManagedObjectPtr>();
+        return owner && owner->valueForKey(numberKey).toLongLong() == changeSet.number;
+    });
+}
+
 bool isUntouched(const VXManagedObject &person, const VXContactChangeSet &changeSet)
 {
-    return person.valueForKey(changedDateKey).toDateTime() == changeSet.date;
+    const QDateTime date = person.valueForKey(changedDateKey).toDateTime();
+    return date <= changeSet.date && date > changeSet.date.addMSecs(-mostSaves);
 }
 
 } // namespace
@@ -92,6 +108,8 @@ std::optional<VXContactChangeSet> VXContactHistory::begin(const QString &kind, c
 void VXContactHistory::note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,
                             const VXManagedObjectPtr &person, bool isRemoved)
 {
+    if (!isRemoved && isNoted(*person, changeSet))
+        return;
     const VXManagedObjectPtr change = context.insertNewObject(changeEntity);
     QVariantMap before = VXContactRecord(QVariant::fromValue(person)).map();
     before.insert(changedDateKey, person->valueForKey(changedDateKey));
@@ -100,6 +118,12 @@ void VXContactHistory::note(VXManagedObjectContext &context, const VXContactChan
         change->setValueForKey(QVariant::fromValue(owner), u"changeSet"_s);
     if (!isRemoved)
         change->setValueForKey(QVariant::fromValue(person), u"person"_s);
+}
+
+QDateTime VXContactHistory::dateOfChange(const QDateTime &changeSet, const QDateTime &before)
+{
+    const bool isAgain = before <= changeSet && before > changeSet.addMSecs(1 - mostSaves);
+    return isAgain ? before.addMSecs(-1) : changeSet;
 }
 
 bool VXContactHistory::forget(const VXContactChangeSet &changeSet, VXError *error) const
@@ -132,7 +156,8 @@ std::optional<VXContactUndo> VXContactHistory::undoLast(bool isDryRun, VXError *
     VXContactUndo undo{.changeSet = *changeSet};
     if (!undoChanges(undo, isDryRun, error) || !removeMade(undo, isDryRun, error))
         return std::nullopt;
-    return isDryRun || forget(*changeSet, error) ? std::optional(undo) : std::nullopt;
+    const bool isDone = isDryRun || (removeEmptyGroups(error) && forget(*changeSet, error));
+    return isDone ? std::optional(undo) : std::nullopt;
 }
 
 // Each change goes with what it undoes.
@@ -200,4 +225,18 @@ bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *e
         if (!context.save(error))
             return false;
     }
+}
+
+// People know groups by their members: one without any is what an import made and its undoing has emptied.
+bool VXContactHistory::removeEmptyGroups(VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    VXFetchRequest request = requestFor(context, u"VXGroup"_s);
+    request.predicate = *VXPredicate::predicateWithFormat(u"members.@count == 0"_s);
+    const std::optional<VXFetchResult> groups = context.executeFetchRequest(request, error);
+    if (!groups)
+        return false;
+    for (const VXManagedObjectPtr &group : *groups)
+        context.deleteObject(group);
+    return !context.hasChanges() || context.save(error);
 }

@@ -18,9 +18,9 @@ class VXManagedObjectContext;
 struct VXContactChangeSet
 {
     qint64 number = 0;
-    QString kind = {};  // "import", "merge"
-    QString title = {}; // of an import the file
-    QDateTime date = {};
+    QString kind = {};   // "import", "merge"
+    QString title = {};  // of an import the file
+    QDateTime date = {}; // when it began
 };
 
 /** What undoing one came to, or would come to. */
@@ -44,23 +44,27 @@ public:
 
     /** Saved at once. None, with an error, on failure. The oldest beyond ten are forgotten. */
     std::optional<VXContactChangeSet> begin(const QString &kind, const QString &title, VXError *error = nullptr) const;
-    /** In a context, to be saved with the change, and before it: a person as it is, whether it is only changed or goes. */
+    /** In a context, to be saved with the change, and before it: a person as it is, whether it is only changed or goes. The first
+     *  time counts: undoing leads back before all that the set did. */
     static void note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,
                      const VXManagedObjectPtr &person, bool isRemoved);
+    /** The changedDate of a person that the set of that date changes once more: by it one that was changed since is told. */
+    static QDateTime dateOfChange(const QDateTime &changeSet, const QDateTime &before);
     /** Forgets one that came to nothing. */
     bool forget(const VXContactChangeSet &changeSet, VXError *error = nullptr) const;
 
     /** The last one; none when there is none, or, with an error, on failure. */
     std::optional<VXContactChangeSet> last(VXError *error = nullptr) const;
     /**
-     * Undoes the last one. One that is broken off can be repeated: it stays the last one until all is undone. With `isDryRun` only tells.
-     * None, with an error, when there is none, or on failure.
+     * Undoes the last one; groups without members go then. One that is broken off can be repeated: it stays the last one until all
+     * is undone, but for what was changed again since. With `isDryRun` only tells. None, with an error, when there is none, or on failure.
      */
     std::optional<VXContactUndo> undoLast(bool isDryRun, VXError *error = nullptr) const;
 
 private:
     bool undoChanges(VXContactUndo &undo, bool isDryRun, VXError *error) const;
     bool removeMade(VXContactUndo &undo, bool isDryRun, VXError *error) const;
+    bool removeEmptyGroups(VXError *error) const;
 
     VXPersistentStoreCoordinator::Ptr _coordinator;
 };

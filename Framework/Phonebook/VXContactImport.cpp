@@ -1,13 +1,20 @@
 #include "VXContactImport.h"
 
+#include "VXContactGroupImport.h"
 #include "VXContactMatch.h"
 #include "VXContactWriter.h"
+#include "VXErrorDomain.h"
+#include "VXFileLock.h"
+#include "VXFramework.h"
 #include "VXManagedObjectContext.h"
+
+#include <QtCore/QFileInfo>
 
 #include <algorithm>
 #include <iterator>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 using Outcome = VXImportedContact::Outcome;
 
@@ -15,8 +22,29 @@ namespace {
 
 constexpr qsizetype portion = 500;             // contacts of one save
 constexpr qsizetype largestPortion = 32 << 20; // octets of their pictures
+constexpr std::chrono::milliseconds longestWait = 30s;
+
+size_t hashOf(const QString &uid)
+{
+    return qHash(uid, 0);
+}
+
+// Two at once would each find that a contact is not there. Null where nothing is to be locked: the store is no file.
+std::unique_ptr<VXFileLock> lockOf(const VXPersistentStoreCoordinator &coordinator)
+{
+    const QString path = coordinator.persistentStores().constFirst()->path();
+    return path.isEmpty() ? nullptr
+                          : std::make_unique<VXFileLock>(QFileInfo(path).path() + "/import.lock"_L1, longestWait);
+}
 
 } // namespace
+
+VXContactImport::VXContactImport(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &title)
+    : _coordinator(coordinator), _title(title), _groups(std::make_unique<VXContactGroupImport>())
+{
+}
+
+VXContactImport::~VXContactImport() = default;
 
 std::optional<VXContactImportReport> VXContactImport::run(VXCardReader &reader, VXError *error)
 {
@@ -39,10 +67,31 @@ std::optional<VXContactImportReport> VXContactImport::run(const QList<VXContactR
 
 bool VXContactImport::runFrom(const Source &source, VXError *error)
 {
+    if (_isDryRun) {
+        _dryContext = std::make_unique<VXManagedObjectContext>(_coordinator);
+        _dryMatch = std::make_unique<VXContactMatch>(*_dryContext);
+        return importAll(source, error);
+    }
+    const std::unique_ptr<VXFileLock> lock = lockOf(*_coordinator);
+    if (lock && !lock->isHeld()) {
+        VXSetError(error,
+                   VXMakeError(lock->isTimedOut() ? VXLocalizedString(u"Another program is importing contacts."_s)
+                                                  : lock->reason()));
+        return false;
+    }
+    return importAll(source, error);
+}
+
+bool VXContactImport::importAll(const Source &source, VXError *error)
+{
     QList<VXCard> cards;
     qsizetype size = 0;
     while (std::optional<VXCard> card = source()) {
         _report.problems += card->problems;
+        if (card->members) {
+            _groups->addGroup(*card);
+            continue;
+        }
         if (!card->isContact) {
             count(*card, Outcome::LeftOut);
             continue;
@@ -56,7 +105,7 @@ bool VXContactImport::runFrom(const Source &source, VXError *error)
         cards.clear();
         size = 0;
     }
-    if (!cards.isEmpty() && !importPortion(cards, error))
+    if ((!cards.isEmpty() && !importPortion(cards, error)) || (!_groups->isEmpty() && !importGroups(error)))
         return false;
     const bool isNothing = _changeSet && _report.added == 0 && _report.changed == 0;
     return !isNothing || VXContactHistory(_coordinator).forget(*_changeSet, error);
@@ -65,14 +114,18 @@ bool VXContactImport::runFrom(const Source &source, VXError *error)
 bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
 {
     VXManagedObjectContext context(_coordinator);
-    VXContactMatch match(context);
+    VXContactMatch own(context);
+    VXContactMatch &match = _isDryRun ? *_dryMatch : own;
     VXContactWriter writer(context);
     QList<VXContactRecord> contacts;
     std::ranges::transform(cards, std::back_inserter(contacts), &VXCard::contact);
     if (!match.prepare(contacts, error) || (!_isDryRun && !beginChangeSet(error)))
         return false;
-    for (const VXContactRecord &contact : std::as_const(_wouldBeThere))
-        match.add({nullptr, contact});
+    for (const VXContactRecord &contact : std::as_const(contacts)) {
+        const size_t uid = hashOf(contact.uid);
+        if (!contact.uid.isEmpty() && !_metBy.contains(uid))
+            _metBy.insert(uid, uid); // the one with that UID is its, whatever comes before it
+    }
     if (_changeSet)
         writer.setChangeSet(_changeSet->number, _changeSet->date);
     QList<Outcome> outcomes;
@@ -85,22 +138,53 @@ bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
     return true;
 }
 
+bool VXContactImport::importGroups(VXError *error)
+{
+    if (!_isDryRun && !beginChangeSet(error))
+        return false;
+    VXManagedObjectContext context(_coordinator);
+    const auto outcomes = _groups->run(context, _changeSet, &_report.problems, error);
+    if (!outcomes || (context.hasChanges() && !context.save(error)))
+        return false;
+    for (qsizetype index = 0; index < outcomes->size(); ++index)
+        count(_groups->groups()[index], outcomes->at(index));
+    return true;
+}
+
+// Two cards with UIDs of their own are two contacts, even with one name and number.
+bool VXContactImport::mayBe(const VXContactRecord &contact, const VXContactRecord &known) const
+{
+    const size_t card = hashOf(contact.uid);
+    return contact.uid.isEmpty() || known.uid.isEmpty() || _metBy.value(hashOf(known.uid), card) == card;
+}
+
+void VXContactImport::didMeet(const VXContactRecord &contact, const VXContactRecord &known)
+{
+    if (contact.uid.isEmpty() || known.uid.isEmpty())
+        return;
+    _metBy.insert(hashOf(known.uid), hashOf(contact.uid));
+    if (contact.uid != known.uid)
+        _groups->addAlias(contact.uid, known.uid);
+}
+
 Outcome VXContactImport::importContact(const VXContactRecord &contact, VXContactMatch &match, VXContactWriter &writer,
                                        VXManagedObjectContext &context)
 {
-    const VXKnownContact *const found = match.find(contact);
+    const VXKnownContact *const found =
+        match.find(contact, [&](const VXContactRecord &known) { return mayBe(contact, known); });
     if (found == nullptr) {
         VXKnownContact added{nullptr, VXStorableContact(contact)};
-        if (_isDryRun) {
+        if (added.contact.uid.isEmpty())
+            added.contact.uid = VXNewContactUID();
+        if (_isDryRun)
             added.contact.image.clear();
-            _wouldBeThere.append(added.contact);
-        } else {
-            added.person = writer.insert(contact);
-        }
+        else
+            added.person = writer.insert(added.contact);
         match.add(added);
         return Outcome::Added;
     }
     const VXKnownContact known = *found;
+    didMeet(contact, known.contact);
     const VXContactRecord both = VXUnitedContact(known.contact, contact, VXContactPrecedence::News);
     if (VXIsSameContact(VXStorableContact(known.contact), both))
         return Outcome::Same;

@@ -6,17 +6,20 @@
 #include "VXFrameworkExport.h"
 #include "VXPersistentStoreCoordinator.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QString>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
+class VXContactGroupImport;
 class VXContactMatch;
 class VXContactWriter;
 class VXManagedObjectContext;
 
-/** What became, or would become, of one contact that was imported. */
+/** What became, or would become, of one contact, or group, that was imported. */
 struct VXImportedContact
 {
     enum class Outcome { Added, Changed, Same, LeftOut };
@@ -26,7 +29,7 @@ struct VXImportedContact
     qint64 line = 0; // of the file
 };
 
-/** What came of an import. */
+/** What came of an import. Groups that are cards of their own count like contacts. */
 struct VXContactImportReport
 {
     qsizetype added = 0;
@@ -39,17 +42,18 @@ struct VXContactImportReport
 
 /**
  * Imports contacts into the store "phonebook". One that is there already (VXContactMatch) takes over what is new and loses nothing,
- * so that importing the same again changes nothing. Contacts are saved in portions, each contact as a whole: an import
- * that is broken off can be repeated, and undone (VXContactHistory). Any thread.
+ * so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts. Contacts
+ * are saved in portions, each contact as a whole: an import that is broken off can be repeated, and undone (VXContactHistory). One
+ * program imports at a time, others wait. Any thread.
  */
 class VX_EXPORT VXContactImport
 {
 public:
     /** `title`: what people know the source by, as the name of the file. */
-    VXContactImport(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &title)
-        : _coordinator(coordinator), _title(title)
-    {
-    }
+    VXContactImport(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &title);
+    ~VXContactImport();
+    VXContactImport(const VXContactImport &) = delete;
+    VXContactImport &operator=(const VXContactImport &) = delete;
 
     /** Tells what an import would do, and changes nothing. */
     void setDryRun(bool flag) { _isDryRun = flag; }
@@ -63,9 +67,13 @@ private:
     using Source = std::function<std::optional<VXCard>()>;
 
     bool runFrom(const Source &source, VXError *error);
+    bool importAll(const Source &source, VXError *error);
     bool importPortion(const QList<VXCard> &cards, VXError *error);
+    bool importGroups(VXError *error);
     VXImportedContact::Outcome importContact(const VXContactRecord &contact, VXContactMatch &match,
                                              VXContactWriter &writer, VXManagedObjectContext &context);
+    bool mayBe(const VXContactRecord &contact, const VXContactRecord &known) const;
+    void didMeet(const VXContactRecord &contact, const VXContactRecord &known);
     void count(const VXCard &card, VXImportedContact::Outcome outcome);
     bool beginChangeSet(VXError *error);
 
@@ -73,6 +81,10 @@ private:
     const QString _title;
     bool _isDryRun = false;
     std::optional<VXContactChangeSet> _changeSet; // once there is anything to change
-    QList<VXContactRecord> _wouldBeThere;         // of a dry run, without pictures
+    QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card; their hashes
+    std::unique_ptr<VXContactGroupImport> _groups;
+    // Of a dry run: all that would be there.
+    std::unique_ptr<VXManagedObjectContext> _dryContext;
+    std::unique_ptr<VXContactMatch> _dryMatch;
     VXContactImportReport _report;
 };

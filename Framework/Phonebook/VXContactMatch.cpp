@@ -153,15 +153,19 @@ void VXContactMatch::add(const VXKnownContact &known)
     }
 }
 
-const VXKnownContact *VXContactMatch::find(const VXContactRecord &contact) const
+const VXKnownContact *VXContactMatch::find(const VXContactRecord &contact,
+                                           const std::function<bool(const VXContactRecord &known)> &mayBe) const
 {
     const VXContactRecord storable = VXStorableContact(contact);
     const QString name = VXContactNameKey(storable);
+    const auto isLike = [&](const VXContactRecord &known) {
+        return VXContactNameKey(known) == name && hasAddresses(known) == hasAddresses(storable) &&
+               (!mayBe || mayBe(known));
+    };
     for (const QString &key : keysOf(storable)) {
         for (const qsizetype place : _places.value(key)) {
             const VXKnownContact &known = _known[place];
-            const bool isNamedSo = VXContactNameKey(known.contact) == name;
-            if (key.startsWith(uidMark) || (isNamedSo && hasAddresses(known.contact) == hasAddresses(storable)))
+            if (key.startsWith(uidMark) || isLike(known.contact))
                 return &known;
         }
     }

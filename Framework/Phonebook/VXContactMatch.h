@@ -10,6 +10,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <functional>
+
 class VXManagedObjectContext;
 
 /** What people call the contact as a text to compare: its words in any order, case and diacritics overlooked. */
@@ -34,8 +36,10 @@ public:
 
     /** Before `find` is asked about these. False, with an error, when the store cannot be read. */
     bool prepare(const QList<VXContactRecord> &contacts, VXError *error);
-    /** nullptr for none. Holds until something is added. */
-    const VXKnownContact *find(const VXContactRecord &contact) const;
+    /** nullptr for none. Holds until something is added. Of one that only has the name and an address `mayBe`, if there is
+     * any, has the last word. */
+    const VXKnownContact *find(const VXContactRecord &contact,
+                               const std::function<bool(const VXContactRecord &known)> &mayBe = {}) const;
     /** Makes one known that was not when it was prepared, or has changed. */
     void add(const VXKnownContact &known);
 

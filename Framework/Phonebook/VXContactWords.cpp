@@ -56,7 +56,7 @@ QStringList wordsOfNumber(const QString &number)
     if (number.trimmed().startsWith(u'+'))
         words.append(VXPhoneNumberByStrippingCountryCode(digits));
     else if (!access.isNull())
-        words.append(VXPhoneNumberByStrippingCountryCode(digits.sliced(access.size())));
+        words << digits.sliced(access.size()) << VXPhoneNumberByStrippingCountryCode(digits.sliced(access.size()));
     words.removeIf([](const QString &word) { return word.isEmpty(); });
     return words;
 }

@@ -1,5 +1,6 @@
 #include "VXContactWriter.h"
 
+#include "VXContactHistory.h"
 #include "VXManagedObjectContext.h"
 #include "VXPhoneNumber.h"
 
@@ -156,6 +157,11 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
     return both;
 }
 
+QString VXNewContactUID()
+{
+    return "urn:uuid:"_L1 + QUuid::createUuid().toString(QUuid::WithoutBraces);
+}
+
 bool VXIsSameContact(const VXContactRecord &a, const VXContactRecord &b)
 {
     const bool hasSameTexts =
@@ -179,7 +185,7 @@ VXManagedObjectPtr VXContactWriter::insert(const VXContactRecord &contact)
     const VXManagedObjectPtr person = _context.insertNewObject(u"VXPerson"_s);
     VXContactRecord storable = VXStorableContact(contact);
     if (storable.uid.isEmpty())
-        storable.uid = "urn:uuid:"_L1 + QUuid::createUuid().toString(QUuid::WithoutBraces);
+        storable.uid = VXNewContactUID();
     if (_number != 0)
         person->setValueForKey(_number, u"importNumber"_s);
     replace(person, storable);
@@ -195,8 +201,14 @@ void VXContactWriter::replace(const VXManagedObjectPtr &person, const VXContactR
     writeAddresses(person, u"urls"_s, u"url"_s, storable.urls);
     writePostalAddresses(person, storable);
     writeGroups(person, storable.groups);
+    setDate(*person);
+}
+
+void VXContactWriter::setDate(VXManagedObject &person) const
+{
+    const QString key = u"changedDate"_s;
     if (_date.isValid())
-        person->setValueForKey(_date, u"changedDate"_s);
+        person.setValueForKey(VXContactHistory::dateOfChange(_date, person.valueForKey(key).toDateTime()), key);
 }
 
 void VXContactWriter::write(VXManagedObject &person, const VXContactRecord &contact)
@@ -265,6 +277,12 @@ void VXContactWriter::writeGroups(const VXManagedObjectPtr &person, const QStrin
     const QList<VXManagedObjectPtr> old = relatedTo(*person, u"groups"_s);
     if (!std::ranges::is_permutation(old, groups))
         person->setRelatedObjects(person->entity().propertyForName(u"groups"_s)->index(), groups);
+}
+
+void VXContactWriter::addToGroup(const VXManagedObjectPtr &person, const QString &name)
+{
+    person->addRelated(person->entity().propertyForName(u"groups"_s)->index(), groupNamed(name));
+    setDate(*person);
 }
 
 VXManagedObjectPtr VXContactWriter::groupNamed(const QString &name)

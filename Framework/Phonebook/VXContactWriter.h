@@ -21,6 +21,8 @@ enum class VXContactPrecedence { News, Known };
  */
 [[nodiscard]] VX_EXPORT VXContactRecord VXUnitedContact(const VXContactRecord &known, const VXContactRecord &news,
                                                         VXContactPrecedence precedence);
+/** A UID that no other contact has. */
+[[nodiscard]] VX_EXPORT QString VXNewContactUID();
 /** Whether they have the same values, in whatever order. */
 [[nodiscard]] VX_EXPORT bool VXIsSameContact(const VXContactRecord &a, const VXContactRecord &b);
 
@@ -40,9 +42,12 @@ public:
     VXManagedObjectPtr insert(const VXContactRecord &contact);
     /** Gives the person just these values; the UID stays when there is no other. */
     void replace(const VXManagedObjectPtr &person, const VXContactRecord &contact);
+    /** Beside those that it is in. */
+    void addToGroup(const VXManagedObjectPtr &person, const QString &name);
 
 private:
     void write(VXManagedObject &person, const VXContactRecord &contact);
+    void setDate(VXManagedObject &person) const;
     void writeAddresses(const VXManagedObjectPtr &person, const QString &relationship, const QString &valueKey,
                         const QList<VXContactRecord::Address> &addresses);
     void writePostalAddresses(const VXManagedObjectPtr &person, const VXContactRecord &contact);

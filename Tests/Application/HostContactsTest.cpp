@@ -57,11 +57,24 @@ TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
     EXPECT_EQ(all.at(0)["reasons"_L1].toArray().at(0), u"has the type that was given"_s);
     EXPECT_EQ(phonebook({u"delete"_s, u"zoe doe"_s}).status, 0);
     EXPECT_EQ(json({u"list"_s}).toArray().size(), 1);
+    EXPECT_EQ(phonebook({u"add"_s, u"Ann Lee <555 0200/m>"_s, u"--group"_s, u"Work"_s, u"--group"_s, u"Chess"_s,
+                         u"--birthday"_s, u"1985-04-12"_s})
+                  .status,
+              0);
+    EXPECT_EQ(phonebook({u"edit"_s, u"ann lee"_s, u"--birthday"_s, u""_s}).status, 0);
+    EXPECT_EQ(phonebook({u"list"_s, u"--group"_s, u"work"_s, u"--group"_s, u"family"_s}).output.count('\n'), 3);
+    const QJsonValue ann = json({u"show"_s, u"ann lee"_s});
+    EXPECT_EQ(ann["groups"_L1].toArray().size(), 2);
+    EXPECT_EQ(ann["numbers"_L1][0]["number"_L1], u"555 0200"_s);
+    EXPECT_TRUE(ann["birthday"_L1].isUndefined());
+    EXPECT_EQ(phonebook({u"delete"_s, u"ann lee"_s}).status, 0);
     const std::pair<QStringList, const char *> wrong[] = {
         {{u"lookup"_s}, "lookup needs STRING"},
         {{u"lookup"_s, u"Jane"_s, u"--all"_s}, "is no phone number"},
         {{u"show"_s, u"nobody"_s}, "there is no contact \"nobody\""},
         {{u"add"_s}, "add needs a name"},
+        {{u"add"_s, u"Joe"_s, u"Hill"_s}, "add takes no \"Hill\"; several words go between quotation marks"},
+        {{u"list"_s, u"--group"_s, u"Famly"_s}, "there is no group \"Famly\"; did you mean \"Family\"?"},
         {{u"add"_s, u"x"_s, u"--number"_s, u"abc"_s}, "\"abc\" is no phone number"},
         {{u"edit"_s, u"p1"_s, u"--drop"_s, u"x"_s}, "the contact has no \"x\""},
         {{u"list"_s, u"--merge"_s}, "--merge does not go with list"},
@@ -101,6 +114,8 @@ TEST_F(HostContactsTest, FilesOfOtherProgramsAreImportedAndExported)
                     HasSubstr("X-SOCIALPROFILE;type=example:https://social.example/jane"));
         EXPECT_EQ(json({u"import"_s, exported})["same"_L1].toInt(), 5) << readFile(exported).toStdString();
     }
+    const QByteArray written = phonebook({u"export"_s, u"-"_s, u"--card-version"_s, u"4.0"_s}).output;
+    EXPECT_EQ(written, readFile(exported));
     EXPECT_THAT(phonebook({u"undo-import"_s}).output.toStdString(), HasSubstr("Undid the import of desktop-4.0.vcf"));
     EXPECT_EQ(json({u"list"_s}).toArray().size(), 3);
     phonebook({u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0101"_s});

@@ -179,6 +179,7 @@ TEST_F(HostScriptingTest, EventsArePostedHeardAndRemembered)
                  u"--reactor"_s, u"logevent"_s, u"--option"_s, u"text=it was Jane"_s})
             .status,
         0);
+    runHost({u"phonebook"_s, u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s});
     startVornix();
     QDBusConnection::sessionBus().connect(service, {}, service + ".Events"_L1, u"Posted"_s, &listener,
                                           SLOT(posted(QString, QString, QVariantMap)));
@@ -193,6 +194,7 @@ TEST_F(HostScriptingTest, EventsArePostedHeardAndRemembered)
 
     const QVariantMap record = map(u"Events.Post"_s, {u"incoming_call"_s, u"ended"_s, jane});
     EXPECT_EQ(record.value(u"event"_s), QVariant(u"incoming_call"_s));
+    EXPECT_THAT(vornix->readLine().toStdString(), testing::EndsWith("  incoming_call::ended  Jane Doe"));
     EXPECT_EQ(readFile(path(u".local/state/Vornix/error.log"_s)).count("it was Jane"), 1);
     ASSERT_TRUE(VXRunUntil([this] { return !listener.heard.isEmpty(); }));
     EXPECT_EQ(listener.heard.first(), u"incoming_call ended Jane <+1 555 0100>"_s);

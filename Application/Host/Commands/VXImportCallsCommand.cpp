@@ -3,6 +3,7 @@
 #include "VXHostCommands.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXInputFile.h"
 #include "VXPluginSession.h"
 
 #include <QtCore/QJsonArray>
@@ -18,9 +19,14 @@ int runImportCalls(VXHostContext &context)
         const auto store = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"calls"_s);
         if (!store)
             return context.output.fail(u"there is no store of calls; \"vornix log\" may tell why"_s);
+        const QString path = context.options.operand(0);
+        QFile file(path);
+        QString reason;
+        if (!VXOpenInputFile(file, &reason))
+            return context.output.fail(u"%1 can not be read: %2"_s.arg(path, reason));
         VXCallImport import(store);
         VXError error;
-        if (!import.run(context.options.operand(0), &error))
+        if (!import.run(file, path, &error))
             return context.output.fail(error.localizedDescription());
         for (const QString &problem : import.problems())
             context.output.note(problem);
@@ -31,7 +37,7 @@ int runImportCalls(VXHostContext &context)
             QJsonObject{{u"added"_s, import.addedCount()},
                         {u"known"_s, import.knownCount()},
                         {u"problems"_s, QJsonArray::fromStringList(import.problems())}});
-        return static_cast<int>(VXHostOutput::Done);
+        return static_cast<int>(import.problems().isEmpty() ? VXHostOutput::Done : VXHostOutput::Failed);
     });
 }
 

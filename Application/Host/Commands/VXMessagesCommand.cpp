@@ -1,17 +1,18 @@
 #include "MessageDataConstants.h"
-#include "VXConversationKey.h"
+#include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
-#include "VXDeviceURL.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXInputFile.h"
 #include "VXMessageImport.h"
 #include "VXMessageStore.h"
 #include "VXOutboxReport.h"
 #include "VXOutgoingMessage.h"
-#include "VXPhonebookString.h"
+#include "VXPartyNamed.h"
+#include "VXPhonebookRecord.h"
 #include "VXPluginSession.h"
 #include "VXReadableText.h"
 #include "VXTextTable.h"
@@ -57,6 +58,17 @@ QString uriOf(const VXManagedObjectPtr &object)
     return object->objectID().uriRepresentation().toString();
 }
 
+QString shortIDOf(const Message &message)
+{
+    return u'p' + QString::number(message->objectID().number());
+}
+
+// What people call the other party.
+QString whoOf(const Message &message)
+{
+    return VXDisplayStringForContacts(VXPhonebookRecord::otherParty(*message));
+}
+
 QString localText(const QDateTime &date)
 {
     return date.isValid() ? date.toLocalTime().toString(u"yyyy-MM-dd HH:mm"_s) : QString();
@@ -66,7 +78,9 @@ QJsonObject jsonOf(const Message &message)
 {
     QVariantMap values = VXMessageRecord(QVariant::fromValue(message)).map();
     values.insert(u"state"_s, stateWord(message));
+    values.insert(u"id"_s, shortIDOf(message));
     values.insert(u"uri"_s, uriOf(message));
+    values.insert(u"who"_s, whoOf(message));
     values.insert(u"pending"_s, message->valueForKey(u"pending"_s));
     const auto folder = message->valueForKey(u"folder"_s).value<VXManagedObjectPtr>();
     values.insert(u"folder"_s, folder ? VXMessageStore::folderTitle(folder) : QString());
@@ -86,14 +100,14 @@ int answer(const Desk &desk, VXFetchRequest request)
     if (!found)
         return desk.fail(error);
     QJsonArray json;
-    QList<QStringList> rows{{u"DATE"_s, u"STATE"_s, u"FROM OR TO"_s, u"TEXT"_s, u"URI"_s}};
+    QList<QStringList> rows{{u"DATE"_s, u"STATE"_s, u"FROM OR TO"_s, u"TEXT"_s, u"ID"_s}};
     for (const Message &message : *found) {
         const VXMessageRecord record(QVariant::fromValue(message));
         json.append(jsonOf(message));
         const QString text = record.text.simplified();
         rows.append({localText(record.date), stateWord(message),
-                     (record.isIncoming() ? u"< "_s : u"> "_s) + record.otherParty(),
-                     text.size() > longestLine ? text.first(longestLine - 1) + u'…' : text, uriOf(message)});
+                     (record.isIncoming() ? u"< "_s : u"> "_s) + whoOf(message),
+                     text.size() > longestLine ? text.first(longestLine - 1) + u'…' : text, shortIDOf(message)});
     }
     desk.host.output.answer(json.isEmpty() ? u"There are no messages.\n"_s : VXTextTable(rows), json);
     return VXHostOutput::Done;
@@ -122,9 +136,12 @@ int folders(const Desk &desk)
     return VXHostOutput::Done;
 }
 
+// Also that of a phone by its name.
 VXManagedObjectPtr folderFor(const Desk &desk, const QString &text)
 {
     VXManagedObjectPtr folder = desk.store.folderForText(text, desk.context);
+    if (const QUrl device = folder ? QUrl() : VXDeviceWithName(text); !device.isEmpty())
+        folder = VXFetchDeviceFolder(device, &desk.context);
     if (!folder)
         desk.fail(u"there is no folder \"%1\"; \"vornix messages folders\" shows those there are"_s.arg(text));
     return folder;
@@ -140,34 +157,27 @@ int list(const Desk &desk)
     return request ? answer(desk, *request) : desk.fail(error);
 }
 
-// With whom: an address says it; of a name, whoever of that name had the newest message.
-QString conversationFor(const Desk &desk, const QString &person)
-{
-    if (VXPhonebookStringSplit(person))
-        return VXConversationKey(person);
-    VXFetchRequest request(*desk.store.coordinator()->model().entityForName(VXMessageStore::entityName));
-    request.predicate = *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@ OR conversation == %@"_s,
-                                                          {person, VXConversationKey(person)});
-    request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
-    request.limit = 1;
-    const auto found = desk.context.executeFetchRequest(request);
-    return found && !found->isEmpty() ? found->first()->valueForKey(u"conversation"_s).toString() : QString();
-}
-
 int conversation(const Desk &desk)
 {
-    const QString key = conversationFor(desk, desk.operand(1));
-    return key.isNull() ? desk.fail(u"there are no messages with \"%1\""_s.arg(desk.operand(1)))
-                        : answer(desk, desk.store.messagesOfConversation(key));
+    const QStringList keys = VXConversationsWith(desk.store, desk.context, desk.operand(1));
+    return keys.isEmpty() ? desk.fail(u"there are no messages with \"%1\""_s.arg(desk.operand(1)))
+                          : answer(desk, desk.store.messagesOfConversations(keys));
 }
 
-Message messageFor(const Desk &desk, const QString &uri)
+// By its ID as "list" shows it, or its URI.
+Message messageFor(const Desk &desk, const QString &text)
 {
-    const VXManagedObjectID known = desk.store.coordinator()->objectIDForURIRepresentation(QUrl(uri));
+    const VXPersistentStoreCoordinator &store = *desk.store.coordinator();
+    bool isNumber = false;
+    const qint64 number = text.startsWith(u'p') ? text.sliced(1).toLongLong(&isNumber) : 0;
+    const VXManagedObjectID known = isNumber
+                                        ? VXManagedObjectID(*store.model().entityForName(VXMessageStore::entityName),
+                                                            store.persistentStores().constFirst()->identity(), number)
+                                        : store.objectIDForURIRepresentation(QUrl(text));
     const bool isMessage = !known.isNull() && known.entity().name() == VXMessageStore::entityName;
     Message message = isMessage ? desk.context.existingObjectWithID(known) : Message();
     if (!message)
-        desk.fail(u"there is no message \"%1\""_s.arg(uri));
+        desk.fail(u"there is no message \"%1\""_s.arg(text));
     return message;
 }
 
@@ -203,29 +213,31 @@ int move(const Desk &desk)
     return show(desk, info.value(info.contains(u"duplicate"_s) ? u"duplicate"_s : u"message"_s).value<Message>());
 }
 
-// The phone to send by: that of --device, else the preferred one, else the one added last.
+// The phone to send by: that of --device, else the preferred one, else the one added last. Null, told, for none.
 QUrl sendingDevice(const Desk &desk)
 {
+    if (const QString named = desk.host.options.value(u"device"_s); !named.isNull())
+        return VXDeviceNamed(desk.host, named);
     const QList<QUrl> known = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
-    const QString named = desk.host.options.value(u"device"_s);
-    if (!named.isNull()) {
-        const QUrl url = VXGetDeviceURLFromURL(QUrl(named));
-        return known.contains(url) ? url : QUrl();
+    if (known.isEmpty()) {
+        desk.fail(u"there is no phone to send by; \"vornix devices add\" adds one"_s);
+        return {};
     }
     const QUrl preferred(VXUserDefaults::standardUserDefaults().stringForKey(u"messages.device"_s));
-    return known.contains(preferred) ? preferred : known.isEmpty() ? QUrl() : known.last();
+    return known.contains(preferred) ? preferred : known.last();
 }
 
 int send(const Desk &desk)
 {
-    const QUrl device = sendingDevice(desk);
+    const QString receiver = VXReceiverNamed(desk.host, desk.operand(1));
+    const QUrl device = receiver.isNull() ? QUrl() : sendingDevice(desk);
     if (device.isEmpty())
-        return desk.fail(u"there is no phone to send by; \"vornix devices list\" shows those there are"_s);
+        return VXHostOutput::Failed;
     const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
     if (!outbox)
         return desk.fail(u"there is no outbox; \"vornix log\" may tell why"_s);
     VXError error;
-    const auto number = VXOutgoingMessage::send(desk.operand(1), desk.operand(2), device, desk.store, *outbox, &error);
+    const auto number = VXOutgoingMessage::send(receiver, desk.operand(2), device, desk.store, *outbox, &error);
     if (!number)
         return desk.fail(error);
     VXOutboxEntry untried; // it may have been tried by now
@@ -235,9 +247,13 @@ int send(const Desk &desk)
 
 int import(const Desk &desk)
 {
+    QFile file(desk.operand(1));
+    QString reason;
+    if (!VXOpenInputFile(file, &reason))
+        return desk.fail(u"%1 can not be read: %2"_s.arg(desk.operand(1), reason));
     VXMessageImport import(desk.store);
     VXError error;
-    if (!import.run(desk.operand(1), &error))
+    if (!import.run(file, desk.operand(1), &error))
         return desk.fail(error);
     for (const QString &problem : import.problems())
         desk.host.output.note(problem);
@@ -248,7 +264,7 @@ int import(const Desk &desk)
         QJsonObject{{u"added"_s, import.addedCount()},
                     {u"known"_s, import.knownCount()},
                     {u"problems"_s, QJsonArray::fromStringList(import.problems())}});
-    return VXHostOutput::Done;
+    return import.problems().isEmpty() ? VXHostOutput::Done : VXHostOutput::Failed;
 }
 
 struct Verb
@@ -265,8 +281,8 @@ const Verb verbs[] = {
     {u"list"_s, u"FOLDER"_s, 1, list, {u"limit"_s}},
     {u"conversation"_s, u"PERSON"_s, 1, conversation, {u"limit"_s}},
     {u"send"_s, u"TO and TEXT"_s, 2, send, {u"device"_s}},
-    {u"read"_s, u"URI"_s, 1, read},
-    {u"move"_s, u"URI and FOLDER"_s, 2, move, {u"copy"_s}},
+    {u"read"_s, u"ID"_s, 1, read},
+    {u"move"_s, u"ID and FOLDER"_s, 2, move, {u"copy"_s}},
     {u"import"_s, u"FILE"_s, 1, import},
 };
 
@@ -310,22 +326,28 @@ VXHostCommand VXMessagesCommand()
         .synopsis = u"[folders|list|conversation|send|read|move|import] [OPERAND]..."_s,
         .details =
             u"\"folders\" shows the folders. \"list FOLDER\" shows what is in one, newest first: FOLDER is inbox, "
-            u"sent, "
-            "drafts, trash, user, the URL of a phone, or a folder's name or URI. \"conversation PERSON\" shows the "
-            "messages with one other party, whose number, address or name PERSON is.\n"
-            "\"send TO TEXT\" puts a message into the outbox and tells what came of the first try; what the phone did "
-            "not take is tried again while vornix runs, and \"vornix outbox\" shows it. Without --device it goes by "
+            u"sent, drafts, trash, user, the URL or name of a phone, or a folder's name or URI. \"conversation "
+            u"PERSON\" "
+            "shows the messages with one other party, whose number, address or name, or the beginning of it, PERSON "
+            "is.\n"
+            "\"send TO TEXT\" puts a message into the outbox and tells what came of the first try; TO is a number, or "
             "the "
-            "phone in the user default \"messages.device\", else by the one added last.\n"
-            "\"read URI\" shows a message and marks it as read. \"move URI FOLDER\" moves it; one that lies on a phone "
+            "name of a contact who has one, or one mobile one. What the phone did "
+            "not take is tried again while vornix runs, and \"vornix outbox\" shows it. Without --device it goes by "
+            "the phone in the user default \"messages.device\", else by the one added last.\n"
+            "\"read ID\" shows a message and marks it as read. \"move ID FOLDER\" moves it; one that lies on a phone "
             "is "
-            "removed there by the next \"vornix sync\". \"import FILE\" reads a backup of gammu (.smsbackup) or the "
-            "XML "
-            "that backup programs on Android write; messages that are there already are left out."_s,
+            "removed there by the next \"vornix sync\". ID is as \"list\" shows it, or the message's URI. \"import "
+            "FILE\" "
+            "reads a backup of gammu (.smsbackup) or the XML "
+            "that backup programs on Android write (\"-\" is standard input); messages that are there already are left "
+            "out. It ends with status 1 when one could not be read, though the others are taken."_s,
         .options = {{.name = u"limit"_s,
                      .placeholder = u"N"_s,
                      .summary = u"Show so many at most; 0: all (list, conversation; 50 without)"_s},
-                    {.name = u"device"_s, .placeholder = u"URL"_s, .summary = u"The phone to send by (send)"_s},
+                    {.name = u"device"_s,
+                     .placeholder = u"URL"_s,
+                     .summary = u"The phone to send by, or its name (send)"_s},
                     {.name = u"copy"_s, .placeholder = {}, .summary = u"Leave the message where it is too (move)"_s}},
         .minimumOperands = 0,
         .maximumOperands = 3,

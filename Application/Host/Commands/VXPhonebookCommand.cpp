@@ -132,12 +132,14 @@ int runMatch(VXHostContext &context)
 // A verb about the contacts that are kept.
 int runContacts(VXHostContext &context, const VXContactVerb &verb)
 {
-    const QString usage = VXHostUsage(context.options.command());
     const qsizetype count = context.options.operands().size() - 1;
-    if (count < verb.minimum || count > verb.maximum)
-        return context.output.failUsage(verb.usage.isNull() ? verb.name + u" takes nothing more"_s
-                                                            : u"%1 needs %2"_s.arg(verb.name, verb.usage),
-                                        usage);
+    if (count < verb.minimum)
+        return context.output.failUsage(u"%1 needs %2"_s.arg(verb.name, verb.usage), VXContactUsage(verb));
+    if (count > verb.maximum) {
+        const QString first = context.options.operand(verb.maximum + 1);
+        const QString hint = verb.maximum > 0 ? u"; several words go between quotation marks"_s : QString();
+        return context.output.failUsage(u"%1 takes no \"%2\""_s.arg(verb.name, first) + hint, VXContactUsage(verb));
+    }
     return VXRunWithPlugins(context, [&](VXPluginManager &) { return verb.run(context); });
 }
 
@@ -189,10 +191,14 @@ VXHostCommand VXPhonebookCommand()
             u"\"lookup STRING\" shows whose phone number that is, \"complete TEXT\" what a beginning may become. "
             u"\"list\", "
             "\"show CONTACT\", \"add [NAME]\", \"edit CONTACT\" and \"delete CONTACT\" are for the contacts that are "
-            "kept; CONTACT is an ID as \"list\" shows it, a number, an address or a name.\n\"import FILE\" takes "
+            "kept; CONTACT is an ID as \"list\" shows it, a number, an address or a name; NAME may be a phonebook "
+            "string, as "
+            "\"Jane <555-0100/m>\".\n\"import FILE\" takes "
             "contacts from vCards 2.1, 3.0 and 4.0 (\"-\" is standard input); those that are there already, by their "
             "UID "
-            "or else by name and address, take over what is new. \"export FILE\" writes all of them. \"duplicates\" "
+            "or else by name and address, take over what is new. It ends with status 1 when a card could not be read, "
+            "though the others are taken. \"export FILE\" writes all of them (\"-\": to standard output). "
+            "\"duplicates\" "
             "shows contacts of one name that share a number or an address. \"undo-import\" takes the last import or "
             "merge back.\n\"split\" shows type letters, address and name of phonebook strings such as \"Jane "
             "<555-0100/Hm>\". "

@@ -2,10 +2,15 @@
 #include "VXDesktopServices.h"
 #include "VXDeviceRegistry.h"
 #include "VXDeviceURL.h"
+#include "VXEventManager.h"
 #include "VXHostCommands.h"
 #include "VXHostOutput.h"
 #include "VXHotKeyManager.h"
+#include "VXKeyValueCoding.h"
+#include "VXMainThread.h"
 #include "VXModalSession.h"
+#include "VXNotificationCenter.h"
+#include "VXPhonebookRecord.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
 #include "VXReactionOutcome.h"
@@ -13,9 +18,11 @@
 #include "VXSignalWatcher.h"
 
 #include <QtCore/QJsonObject>
+#include <QtCore/QTime>
 
 #include <algorithm>
 #include <csignal>
+#include <memory>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -77,6 +84,45 @@ private:
     bool _isForced = false;
 };
 
+/** Tells of each event, and of whom by the phonebook. */
+class EventLines
+{
+public:
+    explicit EventLines(VXHostOutput &output)
+        : _observer(VXNotificationCenter::defaultCenter().addObserver(
+              nullptr, VXEventManagerWillPostEventNotification,
+              [&output, isGone = _isGone](const VXNotification &notification) {
+                  const QString line = lineOf(notification); // here, on the thread of the event's object
+                  VXMainThread::perform([&output, isGone, line] {
+                      if (!*isGone)
+                          output.note(line);
+                  });
+              }))
+    {
+    }
+    ~EventLines()
+    {
+        VXNotificationCenter::defaultCenter().removeObserver(_observer);
+        *_isGone = true;
+    }
+    EventLines(const EventLines &) = delete;
+    EventLines &operator=(const EventLines &) = delete;
+
+private:
+    static QString lineOf(const VXNotification &notification)
+    {
+        const QString time = QTime::currentTime().toString(u"HH:mm:ss"_s);
+        const QString subtype = notification.userInfo.value(u"event_message"_s).toString();
+        const QString title = notification.userInfo.value(u"event_name"_s).toString() +
+                              (subtype.isNull() ? QString() : "::"_L1 + subtype);
+        const QString who = VXValueForKey(VXObjectWithContact(notification.object), u"who"_s).toString();
+        return time + "  "_L1 + title + (who.isEmpty() ? QString() : "  "_L1 + who);
+    }
+
+    const std::shared_ptr<bool> _isGone = std::make_shared<bool>(false); // for the main thread
+    const VXNotificationCenter::ObserverID _observer;
+};
+
 // The desktop's keys and its selection. Without a desktop nothing is said unless keys are bound. `context`: while this lives, what
 // becomes of the keys is told.
 void connectToDesktop(VXHostOutput &output, QObject &context)
@@ -121,6 +167,7 @@ int runRun(VXHostContext &context)
             output.note(u"listening to %1, %2"_s.arg(device->name(), VXAbsoluteString(device->url())));
         const VXScriptingService scripting;
         tellWhetherScriptsReach(scripting, output);
+        const EventLines eventLines(output);
         output.note(u"running, plugins loaded: %1; interrupt to end"_s.arg(count));
         if (!running.untilEnded())
             return output.fail(u"ended before every plugin agreed"_s);
@@ -135,7 +182,9 @@ VXHostCommand VXRunCommand()
 {
     return {.name = u"run"_s,
             .summary = u"Start the plugins and stay until interrupted"_s,
-            .details = u"The known devices are made, so that what they report reaches the triggers. Ends at an "
+            .details = u"The known devices are made, so that what they report reaches the triggers. Each event is told "
+                       u"with a line, "
+                       "calls and messages with the name of the contact. Ends at an "
                        u"interrupt (Ctrl-C) or SIGTERM, once the plugins agree to it. A second one ends "
                        "at once."_s,
             .run = runRun};

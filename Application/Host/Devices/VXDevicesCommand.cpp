@@ -1,5 +1,6 @@
 #include "VXDeviceAction.h"
 #include "VXDeviceActionRun.h"
+#include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
 #include "VXDeviceRegistry.h"
 #include "VXDeviceReport.h"
@@ -117,37 +118,6 @@ int add(VXHostContext &context, VXPluginManager &manager)
 
 // -- Of one device
 
-// What a device may be called, besides its URL: its identifier, and its name.
-QStringList namesOf(const QUrl &url)
-{
-    return {VXDeviceURLComponent(url, 1), VXDeviceNameAtURL().transformedValue(url).toString()};
-}
-
-// The device that the operand leads into, or the only one of that name; null, told, when there is none in the list.
-QUrl knownURL(VXHostContext &context, const QString &text)
-{
-    const QList<QUrl> known = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
-    if (const QUrl url = VXGetDeviceURLFromURL(QUrl(text)); known.contains(url))
-        return url;
-    QList<QUrl> named;
-    QStringList names;
-    for (const QUrl &url : known) {
-        if (namesOf(url).contains(text, Qt::CaseInsensitive))
-            named.append(url);
-        names += namesOf(url);
-    }
-    if (named.size() == 1)
-        return named.first();
-    if (named.size() > 1)
-        context.output.fail(
-            u"\"%1\" is the name of %2 devices; \"vornix devices list\" shows their URLs"_s.arg(text).arg(
-                named.size()));
-    else
-        context.output.fail(u"there is no device \"%1\"%2; \"vornix devices list\" shows those there are"_s.arg(
-            text, VXDidYouMean(text, names)));
-    return {};
-}
-
 // The device to be used; null, told, when it can not be made.
 VXDevicePlugin::Ptr liveDevice(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 {
@@ -202,7 +172,7 @@ int defaultDevice(VXHostContext &context, VXPluginManager &)
         if (key.isNull())
             return context.output.failUsage(u"default needs --key to keep URL under"_s,
                                             VXHostUsage(context.options.command()));
-        const QUrl url = knownURL(context, text);
+        const QUrl url = VXDeviceNamed(context, text);
         if (url.isEmpty())
             return VXHostOutput::Failed;
         VXDevicePlugin::setDefaultDeviceURL(url, key);
@@ -317,7 +287,7 @@ int runDevices(VXHostContext &context)
     return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
         if (verb.run != nullptr)
             return verb.run(context, manager);
-        const QUrl url = knownURL(context, context.options.operand(1));
+        const QUrl url = VXDeviceNamed(context, context.options.operand(1));
         return url.isEmpty() ? static_cast<int>(VXHostOutput::Failed) : verb.runWithURL(context, manager, url);
     });
 }

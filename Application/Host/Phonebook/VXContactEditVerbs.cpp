@@ -3,11 +3,11 @@
 #include "VXContactVerbs.h"
 #include "VXContactWriter.h"
 #include "VXEmailAddress.h"
-#include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXManagedObjectContext.h"
+#include "VXPhonebookString.h"
 #include "VXPhonebookType.h"
 #include "VXPhoneNumber.h"
 #include "VXStoreAccess.h"
@@ -38,6 +38,19 @@ void setName(VXContactRecord &contact, const QString &name)
     const qsizetype blank = plain.lastIndexOf(u' ');
     contact.firstName = comma >= 0 ? plain.sliced(comma + 1).trimmed() : plain.left(blank < 0 ? plain.size() : blank);
     contact.lastName = comma >= 0 ? plain.first(comma).trimmed() : plain.sliced(blank < 0 ? plain.size() : blank + 1);
+}
+
+// A name, or a phonebook string: "Jane Doe <+1 555 0100/m>", or the number or address alone.
+void setWhole(VXContactRecord &contact, const QString &text)
+{
+    QString name;
+    QString value;
+    unsigned type = 0;
+    if (!VXPhonebookStringSplit(text, &name, &value, &type))
+        return setName(contact, text);
+    if (!name.isEmpty())
+        setName(contact, name);
+    (VXIsValidEmailAddress(value) ? contact.emails : contact.numbers).append({value, type, {}});
 }
 
 QString VXContactRecord::*textField(const QString &option)
@@ -84,8 +97,9 @@ QString apply(VXContactRecord &contact, const QString &option, const QString &va
         contact.emails.append(email);
     } else if (option == "url"_L1) {
         contact.urls.append({value, 0, {}});
-    } else if (option == "group"_L1 && !contact.groups.contains(value)) {
-        contact.groups.append(value);
+    } else if (option == "group"_L1) {
+        if (!contact.groups.contains(value))
+            contact.groups.append(value);
     } else if (option == "drop"_L1 && !drop(contact, value)) {
         return u"the contact has no \"%1\""_s.arg(value);
     }
@@ -117,12 +131,12 @@ int VXAddContact(VXHostContext &context)
 {
     VXContactRecord contact;
     if (const QString name = context.options.operand(1); !name.isNull())
-        setName(contact, name);
+        setWhole(contact, name);
     if (const QString problem = applyOptions(context, contact); !problem.isNull())
         return context.output.fail(problem);
     if (contact.displayName().isEmpty())
         return context.output.failUsage(u"add needs a name, company, number or address"_s,
-                                        VXHostUsage(context.options.command()));
+                                        u"usage: vornix phonebook add [NAME] [OPTION]..."_s);
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
     if (!coordinator)
         return VXHostOutput::Failed;

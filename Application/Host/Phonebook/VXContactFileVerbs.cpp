@@ -10,8 +10,8 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXInputFile.h"
 #include "VXManagedObjectContext.h"
-#include "VXRegularFile.h"
 #include "VXStoreAccess.h"
 #include "VXTextTable.h"
 
@@ -77,16 +77,6 @@ void noteProblems(VXHostContext &context, const QString &path, const QList<VXCar
         context.output.note(u"%1: %2 more problems"_s.arg(path).arg(problems.size() - mostShown));
 }
 
-bool openFile(QFile &file, QString *reason)
-{
-    if (file.fileName() == "-"_L1) {
-        const bool isOpen = file.open(stdin, QIODevice::ReadOnly);
-        *reason = file.errorString();
-        return isOpen;
-    }
-    return VXRegularFile::open(file, reason);
-}
-
 // Writes card after card; false when writing failed.
 bool writeCards(const VXFetchResult &persons, VXCardWriter::Version version, QIODevice &device, qsizetype *count)
 {
@@ -101,6 +91,18 @@ bool writeCards(const VXFetchResult &persons, VXCardWriter::Version version, QIO
     return true;
 }
 
+// To standard output the cards alone go.
+int exportToOutput(VXHostContext &context, const VXFetchResult &persons, VXCardWriter::Version version)
+{
+    if (context.output.isJSON())
+        return context.output.fail(u"vCards are no JSON: --json does not go with export -"_s);
+    QFile file;
+    qsizetype count = 0;
+    if (!file.open(stdout, QIODevice::WriteOnly) || !writeCards(persons, version, file, &count) || !file.flush())
+        return context.output.fail(u"standard output can not be written: %1"_s.arg(file.errorString()));
+    return VXHostOutput::Done;
+}
+
 QString nameOf(const VXContactRecord &contact)
 {
     return contact.displayName();
@@ -113,7 +115,7 @@ int VXImportContacts(VXHostContext &context)
     const QString path = context.options.operand(1);
     QFile file(path);
     QString reason;
-    if (!openFile(file, &reason))
+    if (!VXOpenInputFile(file, &reason))
         return context.output.fail(u"%1 can not be read: %2"_s.arg(path, reason));
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
     if (!coordinator)
@@ -154,6 +156,8 @@ int VXExportContacts(VXHostContext &context)
     const std::optional<VXFetchResult> persons = contacts.executeFetchRequest(request, &error);
     if (!persons)
         return context.output.fail(VXErrorText(error));
+    if (path == "-"_L1)
+        return exportToOutput(context, *persons, version);
     VXAtomicFile file(path, VXFileAccess::Shared);
     qsizetype count = 0;
     if (!file.open() || !writeCards(*persons, version, file, &count) || !file.commit())
@@ -209,9 +213,12 @@ int VXUndoContactImport(VXHostContext &context)
     const VXContactChangeSet &changeSet = undo->changeSet;
     const QString what =
         changeSet.title.isEmpty() ? changeSet.kind : u"%1 of %2"_s.arg(changeSet.kind, changeSet.title);
+    const bool isNothing = undo->removed + undo->restored + undo->broughtBack == 0 && !undo->left.isEmpty();
     QString text = u"%1 the %2 (%3): %4 removed, %5 restored, %6 brought back\n"_s
-                       .arg(isDryRun ? u"Would undo"_s : u"Undid"_s, what,
-                            changeSet.date.toLocalTime().toString(u"yyyy-MM-dd HH:mm:ss"_s))
+                       .arg(isNothing  ? u"There is nothing left to undo of"_s
+                            : isDryRun ? u"Would undo"_s
+                                       : u"Undid"_s,
+                            what, changeSet.date.toLocalTime().toString(u"yyyy-MM-dd HH:mm:ss"_s))
                        .arg(undo->removed)
                        .arg(undo->restored)
                        .arg(undo->broughtBack);
@@ -223,5 +230,5 @@ int VXUndoContactImport(VXHostContext &context)
                                             {u"restored"_s, undo->restored},
                                             {u"broughtBack"_s, undo->broughtBack},
                                             {u"left"_s, QJsonArray::fromStringList(undo->left)}});
-    return VXHostOutput::Done;
+    return isNothing ? VXHostOutput::Failed : VXHostOutput::Done;
 }

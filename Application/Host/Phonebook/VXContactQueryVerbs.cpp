@@ -8,10 +8,12 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXManagedObjectContext.h"
+#include "VXNearestWord.h"
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
 #include "VXStoreAccess.h"
+#include "VXTextComparison.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>
@@ -95,6 +97,35 @@ bool readLimit(VXHostContext &context, qsizetype *limit)
     return false;
 }
 
+// The groups that are asked for, as they are called. Empty where none are; none, and told, when one is not there.
+std::optional<QVariantList> askedGroups(VXHostContext &context, VXManagedObjectContext &contacts)
+{
+    QStringList known;
+    const VXFetchRequest request(*contacts.persistentStoreCoordinator()->model().entityForName(u"VXGroup"_s));
+    if (const auto groups = contacts.executeFetchRequest(request)) {
+        for (const VXManagedObjectPtr &group : *groups)
+            known.append(VXPhonebookEntry::displayString(*group));
+    }
+    const auto folded = [](const QString &text) {
+        return VXFoldedText(text, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive);
+    };
+    QVariantList asked;
+    for (const auto &[option, name] : context.options.occurrences()) {
+        if (option != "group"_L1)
+            continue;
+        const qsizetype before = asked.size();
+        for (const QString &each : std::as_const(known)) {
+            if (folded(each) == folded(name))
+                asked.append(each);
+        }
+        if (asked.size() == before) {
+            context.output.fail(u"there is no group \"%1\"%2"_s.arg(name, VXDidYouMean(name, known)));
+            return std::nullopt;
+        }
+    }
+    return asked;
+}
+
 } // namespace
 
 int VXLookUpContact(VXHostContext &context)
@@ -138,8 +169,11 @@ int VXListContacts(VXHostContext &context)
     request.limit = limit;
     request.batchSize = batchSize;
     request.prefetchedRelationships = {u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s};
-    if (const QString group = context.options.value(u"group"_s); !group.isNull())
-        request.predicate = *VXPredicate::predicateWithFormat(u"ANY groups.name ==[cd] %@"_s, {group});
+    const std::optional<QVariantList> groups = askedGroups(context, contacts);
+    if (!groups)
+        return VXHostOutput::Failed;
+    if (!groups->isEmpty())
+        request.predicate = *VXPredicate::predicateWithFormat(u"ANY groups.name IN %@"_s, {QVariant(*groups)});
     VXError error;
     const std::optional<VXFetchResult> found = contacts.executeFetchRequest(request, &error);
     if (!found)

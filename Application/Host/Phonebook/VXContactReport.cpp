@@ -22,6 +22,28 @@ QStringList VXShownAddresses(const QList<VXContactRecord::Address> &addresses)
     return shown;
 }
 
+namespace {
+
+// With the letters of its type, if it has any.
+QString withType(const QString &text, unsigned type)
+{
+    const QString letters = VXStringFromPhonebookTypeMask(type);
+    return letters.isNull() ? text : text + " ("_L1 + letters + u')';
+}
+
+// As it stands on a letter, on one line.
+QString shownAddress(const VXContactRecord::PostalAddress &address)
+{
+    QStringList town{address.zip, address.city};
+    town.removeIf([](const QString &part) { return part.isEmpty(); });
+    QStringList lines = address.street.split(u'\n') + address.text.split(u'\n');
+    lines << town.join(u' ') << address.state << address.country;
+    lines.removeIf([](const QString &line) { return line.isEmpty(); });
+    return withType(lines.join(", "_L1), address.type);
+}
+
+} // namespace
+
 QStringList VXShownContact::titles()
 {
     return {u"ID"_s, u"NAME"_s, u"NUMBERS"_s, u"ADDRESSES"_s, u"GROUPS"_s};
@@ -48,13 +70,20 @@ QJsonObject VXShownContact::json(bool withImage) const
 QString VXShownContact::text() const
 {
     QJsonObject shown = json(false);
+    QStringList urls; // which have slashes of their own
+    for (const VXContactRecord::Address &url : contact.urls)
+        urls.append(withType(url.value, url.type));
+    QStringList addresses;
+    for (const VXContactRecord::PostalAddress &address : contact.addresses)
+        addresses.append(shownAddress(address));
     const std::pair<QString, QStringList> lists[] = {{u"numbers"_s, VXShownAddresses(contact.numbers)},
                                                      {u"emails"_s, VXShownAddresses(contact.emails)},
-                                                     {u"urls"_s, VXShownAddresses(contact.urls)},
+                                                     {u"urls"_s, urls},
+                                                     {u"addresses"_s, addresses},
                                                      {u"groups"_s, contact.groups}};
     for (const auto &[key, list] : lists) {
         if (!list.isEmpty())
-            shown.insert(key, list.join(", "_L1));
+            shown.insert(key, list.join(key == "addresses"_L1 ? "; "_L1 : ", "_L1));
     }
     if (contact.birthday.isValid())
         shown.insert(u"birthday"_s, contact.birthday.toString(Qt::ISODate));

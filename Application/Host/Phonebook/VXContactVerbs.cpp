@@ -21,26 +21,39 @@ const QList<VXContactVerb> &VXContactVerbs()
     return verbs;
 }
 
+QString VXContactUsage(const VXContactVerb &verb)
+{
+    QString usage = "usage: vornix phonebook "_L1 + verb.name;
+    if (!verb.usage.isNull())
+        usage += u' ' + verb.usage;
+    return verb.options.isEmpty() ? usage : usage + " [OPTION]...; see vornix help phonebook"_L1;
+}
+
 QList<VXHostOption> VXContactOptions()
 {
-    return {{u"all"_s, {}, u"Of lookup: every entry with that number, the best first, and why"_s},
-            {u"limit"_s, u"N"_s, u"Of complete and list: at most N; 10 completions without"_s},
-            {u"group"_s, u"NAME"_s, u"Of list: only its members. Of add and edit: put into it; may be repeated"_s},
-            {u"first"_s, u"NAME"_s, u"Of add and edit: the first name; as for the next ones, empty for none"_s},
-            {u"last"_s, u"NAME"_s, u"The last name"_s},
-            {u"nickname"_s, u"NAME"_s, u"The nickname"_s},
-            {u"company"_s, u"NAME"_s, u"The company"_s},
-            {u"job-title"_s, u"TITLE"_s, u"The job title"_s},
-            {u"note"_s, u"TEXT"_s, u"The note"_s},
-            {u"birthday"_s, u"DATE"_s, u"The birthday, as 1985-04-12"_s},
-            {u"number"_s, u"NUMBER"_s, u"One more phone number, as \"+1 555 0100/Hm\"; may be repeated"_s},
-            {u"email"_s, u"ADDRESS"_s, u"One more e-mail address, as \"jane@example.org/W\"; may be repeated"_s},
-            {u"url"_s, u"URL"_s, u"One more page; may be repeated"_s},
-            {u"drop"_s, u"VALUE"_s, u"Of edit: without that number, address, page or group; may be repeated"_s},
-            {u"dry-run"_s, {}, u"Of import and undo-import: only tell what would happen"_s},
-            {u"merge"_s, {}, u"Of duplicates: make one contact of each"_s},
-            {u"card-version"_s,
-             u"VERSION"_s,
-             u"Of export: the version of the vCards, 4.0 without"_s,
-             {u"3.0"_s, u"4.0"_s}}};
+    const auto text = [](const QString &name, const QString &placeholder, const QString &summary) {
+        return VXHostOption{
+            .name = name, .placeholder = placeholder, .summary = summary + "; empty for none"_L1, .mayBeEmpty = true};
+    };
+    const auto more = [](const QString &name, const QString &placeholder, const QString &summary) {
+        return VXHostOption{
+            .name = name, .placeholder = placeholder, .summary = summary + "; may be repeated"_L1, .mayRepeat = true};
+    };
+    return {{u"all"_s, {}, u"Every entry with that number, the best first, and why"_s},
+            {u"limit"_s, u"N"_s, u"At most N; 10 completions without"_s},
+            more(u"group"_s, u"NAME"_s, u"Show only its members; or put the contact into it"_s),
+            text(u"first"_s, u"NAME"_s, u"The first name"_s),
+            text(u"last"_s, u"NAME"_s, u"The last name"_s),
+            text(u"nickname"_s, u"NAME"_s, u"The nickname"_s),
+            text(u"company"_s, u"NAME"_s, u"The company"_s),
+            text(u"job-title"_s, u"TITLE"_s, u"The job title"_s),
+            text(u"note"_s, u"TEXT"_s, u"The note"_s),
+            text(u"birthday"_s, u"DATE"_s, u"The birthday, as 1985-04-12"_s),
+            more(u"number"_s, u"NUMBER"_s, u"One more phone number, as \"+1 555 0100/Hm\""_s),
+            more(u"email"_s, u"ADDRESS"_s, u"One more e-mail address, as \"jane@example.org/W\""_s),
+            more(u"url"_s, u"URL"_s, u"One more page"_s),
+            more(u"drop"_s, u"VALUE"_s, u"Without that number, address, page or group"_s),
+            {u"dry-run"_s, {}, u"Only tell what would happen"_s},
+            {u"merge"_s, {}, u"Make one contact of each"_s},
+            {u"card-version"_s, u"VERSION"_s, u"The version of the vCards, 4.0 without"_s, {u"3.0"_s, u"4.0"_s}}};
 }

@@ -20,6 +20,8 @@ struct VXContactVerb
 
 /** All of them. */
 [[nodiscard]] const QList<VXContactVerb> &VXContactVerbs();
+/** How one is called, for those who called it wrong. */
+[[nodiscard]] QString VXContactUsage(const VXContactVerb &verb);
 /** Their options. */
 [[nodiscard]] QList<VXHostOption> VXContactOptions();
 

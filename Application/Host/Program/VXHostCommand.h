@@ -21,6 +21,7 @@ struct VXHostOption
     QStringList verbs = {};   // the first operands that it goes with; empty: any
     bool mayRepeat = false;   // of one with a value
     QString valueKind = {};   // what its values name, for the completion: a kind of VXWordsOfKind
+    bool mayBeEmpty = false;  // its value
 };
 
 /** What a command gets to run with. */

@@ -62,7 +62,7 @@ void VXHostOptions::readOption(const QString &argument, QStringList &rest, const
     if (equals < 0 && rest.isEmpty())
         return fail(u"%1 needs a value: %2"_s.arg(shown, option->placeholder));
     const QString value = equals < 0 ? rest.takeFirst() : argument.sliced(equals + 1);
-    if (value.isEmpty())
+    if (value.isEmpty() && !option->mayBeEmpty)
         return fail(u"%1 needs a value: %2"_s.arg(shown, option->placeholder));
     if (!option->choices.isEmpty() && !option->choices.contains(value))
         return fail(u"%1 must be one of %2"_s.arg(shown, option->choices.join(", "_L1)) +

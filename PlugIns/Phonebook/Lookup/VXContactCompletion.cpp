@@ -108,7 +108,8 @@ bool VXContactCompletion::addGroups(const QStringList &typed, VXError *error)
         const QStringList words = VXContactWords::wordsOf(name, Kind::Name);
         if (isFull() || !std::ranges::all_of(typed, [&](const QString &each) { return beginsOneOf(each, words); }))
             continue;
-        add(VXPhonebookGroupJoin(name, membersOf(*group)));
+        if (const QStringList members = membersOf(*group); !members.isEmpty())
+            add(VXPhonebookGroupJoin(name, members));
     }
     return true;
 }

@@ -7,6 +7,7 @@
 
 #include <QtCore/QBuffer>
 #include <QtCore/QProcess>
+#include <QtCore/QStringConverter>
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
@@ -45,6 +46,12 @@ QByteArray card(const QByteArray &lines, const QByteArray &version = "3.0")
     return "BEGIN:VCARD\r\nVERSION:" + version + "\r\n" + lines + "END:VCARD\r\n";
 }
 
+QByteArray inUTF16(const QByteArray &text)
+{
+    QStringEncoder encoder(QStringEncoder::Utf16BE, QStringEncoder::Flag::WriteBom);
+    return encoder(QString::fromUtf8(text));
+}
+
 QString addresses(const QList<VXContactRecord::Address> &list)
 {
     QStringList texts;
@@ -69,6 +76,8 @@ TEST(VXCardReaderTest, PropertiesOfAllVersionsAreRead)
              return QStringList{c.lastName, c.firstName, c.middleName, c.namePrefix, c.nameSuffix}.join(u'|');
          },
          u"Doe|Jane|Q;R|Dr.|Jr."_s},
+        {"N:Dupont;Jean,Marie;;;Ph.D, M.D.\r\n", "4.0", [](const auto &c) { return c.firstName + u'|' + c.nameSuffix; },
+         u"Jean Marie|Ph.D, M.D."_s},
         {"FN:Jane Doe\r\n", "4.0", [](const auto &c) { return c.name; }, u"Jane Doe"_s},
         {"FN:Jane Doe\r\nN:Doe;Jane\r\n", "4.0", [](const auto &c) { return c.name; }, {}},
         {"FN:Mill Ltd\r\nORG:Mill Ltd;Sales\r\n", "3.0", [](const auto &c) { return c.company; }, u"Mill Ltd; Sales"_s},
@@ -83,7 +92,7 @@ TEST(VXCardReaderTest, PropertiesOfAllVersionsAreRead)
         {"TEL;HOME;CELL:1234\nTEL;TYPE=work,fax:1235\nTEL;TYPE=\"cell,pref\":1236\nTEL;TYPE=pref:1237\n"
          "TEL;TYPE=video:1238\nTEL;PREF=1;VALUE=uri:tel:+1-555;ext=1\n",
          "4.0", [](const auto &c) { return addresses(c.numbers); },
-         u"1234 Hm; 1235 Wf; 1236 m; 1237 !; 1238  video; +1-555 !"_s},
+         u"1234 Hm; 1235 Wf; 1236 m; 1237 !; 1238  video; +1-555 ! ext. 1"_s},
         {"item1.TEL:1234\r\nitem1.X-ABLabel:_$!<Other>!$_\r\nitem2.EMAIL;type=INTERNET:a@b.org\r\nitem2.X-ABLabel:"
          "Boat\r\n",
          "3.0", [](const auto &c) { return addresses(c.numbers) + u"; "_s + addresses(c.emails); },
@@ -96,6 +105,9 @@ TEST(VXCardReaderTest, PropertiesOfAllVersionsAreRead)
          u"12 Mill Lane\nBox 1|Springfield|IL|62701|USA|64"_s},
         {"FN:x\r\nBDAY:1984-02-29T00:00:00Z\r\n", "3.0", [](const auto &c) { return c.birthday.toString(Qt::ISODate); },
          u"1984-02-29"_s},
+        {"FN:x\r\nBDAY;VALUE=date:1604-04-12\r\nNICKNAME:J,Jay\r\nKIND:individual\r\nMEMBER:urn:uuid:2\r\n", "4.0",
+         [](const auto &c) { return c.nickname + u'|' + c.properties.join(u'|'); },
+         u"J, Jay|BDAY;VALUE=date:1604-04-12|KIND:individual|MEMBER:urn:uuid:2"_s}, // no year, no group
         {"FN:x\r\nCATEGORIES:Family,Old\\, friends\r\n", "3.0", [](const auto &c) { return c.groups.join(u'|'); },
          u"Family|Old, friends"_s},
         {"FN:x\r\nPHOTO;ENCODING=BASE64;JPEG:\r\n aGVs\r\n bG8=\r\n\r\n", "2.1",
@@ -140,6 +152,13 @@ TEST(VXCardReaderTest, WhatIsBrokenIsToldAndTheRestIsRead)
         {"hello\r\n" + jane, {u"Jane"_s}, {u"1 what stands here belongs to no card"_s}},
         {"\xef\xbb\xbf" + jane, {u"Jane"_s}, {}},
         {QByteArray(jane).replace("\r\n", "\n"), {u"Jane"_s}, {}},
+        {QByteArray(jane).replace("\r\n", "\r") + "x", {u"Jane"_s}, {u"5 what stands here belongs to no card"_s}},
+        {inUTF16(card("FN:Zoë \U0001F600 " + QByteArray(100'000, 'x') + "\r\n")),
+         {u"Zoë \U0001F600 "_s + QString(100'000, u'x')},
+         {}},
+        {"BEGIN:VCARD\r\nKIND:group\r\nMEMBER:1\r\nEND:VCARD\r\n" + jane,
+         {u"Jane"_s},
+         {u"1 the group that begins here has no name; it is left out"_s}},
         {"", {}, {}},
     };
     for (const auto &each : cases) {
@@ -177,8 +196,8 @@ TEST(VXCardReaderTest, WhatIsWrittenIsReadAgain)
     VXContactRecord contact;
     contact.firstName = u"Jane"_s;
     contact.lastName = u"Doe; \\ Esq."_s;
-    contact.nickname = u"J,"_s;
-    contact.company = u"ABC, Inc."_s;
+    contact.nickname = u"J,, Jay"_s;
+    contact.company = u"ABC, Inc.; Sales"_s;
     contact.jobTitle = u"Chief"_s;
     contact.note = u"one\ntwo \U0001F600"_s.repeated(20);
     contact.birthday = QDate(1985, 4, 12);
@@ -189,7 +208,7 @@ TEST(VXCardReaderTest, WhatIsWrittenIsReadAgain)
                        {u"+1 555 0103"_s, 0, u"video"_s},
                        {u"+1 555 0104"_s, 0, u"Boat"_s}};
     contact.emails = {{u"jane@example.org"_s, VXPhonebookTypeWork}};
-    contact.urls = {{u"https://example.org/a;b"_s, 0}};
+    contact.urls = {{u"https://example.org/a;b"_s, 0}, {u"example.org/ü, \\"_s, 0}};
     contact.addresses = {{.street = u"12 Mill Lane"_s, .city = u"Springfield"_s, .type = VXPhonebookTypeHome}};
     contact.groups = {u"Friends, old"_s, u"Work"_s};
     contact.uid = u"urn:uuid:1"_s;
@@ -199,6 +218,9 @@ TEST(VXCardReaderTest, WhatIsWrittenIsReadAgain)
         ASSERT_EQ(read.contacts.size(), 1);
         EXPECT_EQ(read.contacts.constFirst().map(), contact.map());
         EXPECT_EQ(read.problems, QStringList());
+        // For others the parts are parts.
+        EXPECT_THAT(VXCardWriter::card(contact, version).toStdString(),
+                    HasSubstr("NICKNAME:J\\,,Jay\r\nORG:ABC\\, Inc.;Sales\r\n"));
     }
 }
 

@@ -1,4 +1,5 @@
 #include "CallsPluginTestsPaths.h"
+#include "VXCallImport.h"
 #include "VXDataManager.h"
 #include "VXEventManager.h"
 #include "VXManagedObjectContext.h"
@@ -9,6 +10,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QProcess>
 
+#include <sys/stat.h>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -54,6 +56,49 @@ protected:
 
     VXPersistentStoreCoordinator::Ptr store;
 };
+
+TEST_F(CallsPluginTest, TablesAreImportedLineByLine)
+{
+    const struct
+    {
+        QByteArray table;
+        QStringList added; // as "calls"
+        QStringList problems;
+    } cases[] = {
+        {"date,from,duration,isMissed\n2026-01-31T12:00:00Z,\"Doe, \"\"Jane\"\" <+1 555 0100>\",61,\n",
+         {u"1 ended 61 Doe, \"Jane\" 5550100"_s},
+         {}},
+        {"\xef\xbb\xbf"
+         "from;date\r\n5550101;2026-01-31T12:01:00Z\r\n\r\n",
+         {u"1 ended 0 5550101"_s},
+         {}},
+        {"date\tto\tdirection\n2026-01-31T12:02:00Z\t5550102\t0", {u"0 ended 0 5550102"_s}, {}},
+        {"date,note,from\n2026-01-31T12:03:00Z,\"two\nlines\",'+1 555 0103\nyesterday,,5550104\n",
+         {u"1 ended 0 5550103"_s},
+         {u"line 4: no date of the form 2026-01-31T12:00:00"_s}},
+        {"date,from,duration\n2026-01-31T12:04:00Z,5550104,long\n2026-01-31T12:05:00Z,\"5550105,1\n"
+         "2026-01-31T12:06:00Z,5550106\n",
+         {u"1 ended 0 5550104"_s, u"1 ended 0 5550106"_s},
+         {u"line 2: the duration \"long\" is no number of seconds"_s, u"line 3: a quotation mark has no end"_s}},
+    };
+    QStringList expected;
+    for (int round = 0; round < 2; ++round) { // the second adds nothing
+        for (const auto &each : cases) {
+            const QString table = writeFile(u"calls.csv"_s, each.table);
+            VXCallImport import(store);
+            ASSERT_TRUE(import.run(table));
+            EXPECT_EQ(import.problems(), each.problems) << each.table.toStdString();
+            EXPECT_EQ(import.addedCount(), round == 0 ? each.added.size() : 0) << each.table.toStdString();
+            expected += round == 0 ? each.added : QStringList();
+            EXPECT_THAT(calls(), ElementsAreArray(expected));
+        }
+    }
+    VXError error;
+    EXPECT_FALSE(VXCallImport(store).run(writeFile(u"calls.csv"_s, "Date,From\n"), &error));
+    EXPECT_THAT(error.localizedDescription().toStdString(), testing::HasSubstr("does not name the columns"));
+    ASSERT_EQ(mkfifo(path(u"pipe"_s).toUtf8().constData(), 0600), 0);
+    EXPECT_FALSE(VXCallImport(store).run(path(u"pipe"_s), &error)); // and does not wait for somebody to write
+}
 
 struct News
 {

@@ -211,9 +211,57 @@ TEST_F(VXSyncTest, AMessageToAPhoneThatIsAwayWaitsAndIsSentWhenItIsBack)
     const QJsonValue first = vornix({u"messages"_s, u"send"_s, u"+1 555 0100"_s, u"Hello"_s}, 1);
     EXPECT_EQ(first[0][u"state"_s], "queued"_L1) << first[0][u"problem"_s].toString().toStdString();
     EXPECT_THAT(lines(list(u"drafts"_s)), ElementsAre(u"unsent Hello"_s));
+    EXPECT_EQ(first[0][u"title"_s], "+1 555 0100: Hello"_L1);
+    EXPECT_EQ(vornix({u"sync"_s, u"dummy"_s, u"--messages"_s}, 1)[u"messages"_s][u"error"_s].isString(), true);
     ASSERT_TRUE(QDir().mkpath(path(u"phone"_s)));
     const QJsonValue second = vornix({u"outbox"_s, u"retry"_s, u"all"_s});
     EXPECT_EQ(second[0][u"state"_s], "sent"_L1) << second[0][u"problem"_s].toString().toStdString();
     EXPECT_THAT(lines(list(u"sent"_s)), ElementsAre(u"sent Hello"_s));
     EXPECT_THAT(list(u"drafts"_s), IsEmpty());
+}
+
+// VORNIX_SYNC_KILLS raises how often. What was on its way when the program ended is told, and not sent again.
+TEST_F(VXSyncTest, SendingThatIsKilledLosesAndDoublesNothing)
+{
+    ASSERT_TRUE(QDir().mkpath(path(u"phone"_s)));
+    ASSERT_TRUE(QDir().mkpath(path(u"home"_s)));
+    addPhone();
+    const int kills = std::max(6, qEnvironmentVariableIntValue("VORNIX_SYNC_KILLS"));
+    for (int round = 0; round < kills; ++round) {
+        QProcess process;
+        process.start(QStringLiteral(VORNIX_PROGRAM),
+                      arguments({u"messages"_s, u"send"_s, u"+1 555 0100"_s, u"round %1"_s.arg(round)}));
+        ASSERT_TRUE(process.waitForStarted());
+        if (!process.waitForFinished(QRandomGenerator::global()->bounded(1, 400)))
+            process.kill();
+        process.waitForFinished();
+        vornix(
+            {u"plugins"_s, u"retry"_s, u"com.halvern.VNX2.GammuPhone"_s}); // kills while it is loaded tell against it
+    }
+    for (const QJsonValue entry : vornix({u"outbox"_s}).toArray()) {
+        if (entry[u"state"_s] == "queued"_L1) // the program ended before it was sent, which is done now
+            vornix({u"outbox"_s, u"retry"_s, entry[u"id"_s].toString()});
+    }
+    const QJsonArray entries = vornix({u"outbox"_s}).toArray();
+    QStringList sent;
+    QStringList unsent;
+    for (const QJsonValue entry : entries) {
+        const QString text = entry[u"payload"_s][u"text"_s].toString();
+        const QString state = entry[u"state"_s].toString();
+        EXPECT_TRUE(state == "sent"_L1 || state == "perhaps sent"_L1) << state.toStdString();
+        (state == "sent"_L1 ? sent : unsent).append(text);
+        EXPECT_LE(entry[u"attempts"_s].toInt(), 1) << text.toStdString();
+        const bool isUnsure = state == "perhaps sent"_L1;
+        EXPECT_EQ(isUnsure, entry[u"problem"_s] == "The program ended while it was being sent."_L1);
+    }
+    const auto texts = [this](const QString &folder) {
+        QStringList found;
+        for (const QJsonValue message : list(folder))
+            found.append(message[u"text"_s].toString());
+        return found;
+    };
+    QStringList inDrafts = texts(u"drafts"_s); // one whose entry was not kept any more may be among them
+    for (const QString &text : std::as_const(unsent))
+        EXPECT_EQ(inDrafts.count(text), 1) << text.toStdString();
+    EXPECT_THAT(texts(u"sent"_s), UnorderedElementsAreArray(sent));
 }

@@ -1,5 +1,6 @@
 #include "MessagesPluginTest.h"
 
+#include "VXDataManager.h"
 #include "VXDeviceAction.h"
 #include "VXDevicePlugin.h"
 #include "VXDeviceURL.h"
@@ -130,6 +131,45 @@ TEST_F(VXMessageDeliveryTest, APhoneThatIsBackGetsWhatWaits)
     phone->setProperty("isConnected", true);
     Q_EMIT phone->didChangeValueForKey(u"isConnecting"_s);
     EXPECT_TRUE(VXRunUntil([&] { return outbox->entry(*number)->state == VXOutboxState::Sent; }));
+}
+
+// As a program leaves it that was killed between sending and saving: nobody knows whether it went out.
+TEST_F(VXMessageDeliveryTest, WhatWasOnItsWayAtTheEndIsLeftToTheUser)
+{
+    VXManagedObjectContext messages(store->coordinator());
+    VXMessageRecord record;
+    record.to = u"+1 555 0100"_s;
+    record.text = u"Hi"_s;
+    const VXManagedObjectPtr draft =
+        VXMessageStore::insertMessage(record, VXFetchRootFolder(VXDraftsFolder, &messages));
+    ASSERT_TRUE(messages.save());
+    VXManagedObjectContext entries(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"outbox"_s));
+    const VXManagedObjectPtr entry = entries.insertNewObject(u"VXOutboxEntry"_s);
+    const QVariantMap values{
+        {u"kind"_s, VXOutgoingMessage::kind},
+        {u"destination"_s, VXAbsoluteString(url)},
+        {u"payload"_s, QVariantMap{{u"to"_s, record.to},
+                                   {u"text"_s, record.text},
+                                   {u"device_url"_s, VXAbsoluteString(url)},
+                                   {u"message"_s, draft->objectID().uriRepresentation().toString()}}},
+        {u"state"_s, int(VXOutboxState::Sending)},
+        {u"attempts"_s, 1},
+        {u"createdDate"_s, QDateTime::currentDateTimeUtc()},
+        {u"nextDate"_s, QDateTime::currentDateTimeUtc()}};
+    for (auto value = values.cbegin(); value != values.cend(); ++value)
+        entry->setValueForKey(value.value(), value.key());
+    ASSERT_TRUE(entries.save());
+    const qint64 number = entry->objectID().number();
+    VXNotificationCenter::defaultCenter().postNotificationName(VXOutboxDidChangeNotification, number);
+
+    EXPECT_EQ(tried(number).state, VXOutboxState::PerhapsSent);
+    EXPECT_EQ(tried(number).problem, u"The program ended while it was being sent."_s);
+    EXPECT_THAT(phone->sent, IsEmpty()); // never twice by itself
+    EXPECT_THAT(shownIn(VXDraftsFolder), ElementsAre(u"0 Hi"_s));
+    ASSERT_TRUE(outbox->retry(number)); // the user's word
+    EXPECT_TRUE(VXRunUntil([&] { return shownIn(VXSentFolder) == QStringList{u"2 Hi"_s}; }));
+    EXPECT_EQ(phone->sent.size(), 1);
+    EXPECT_THAT(shownIn(VXDraftsFolder), IsEmpty());
 }
 
 TEST_F(VXMessageDeliveryTest, WithoutThePhoneMessagesWaitOrFail)

@@ -31,6 +31,8 @@ TEST_F(VXContactCompletionTest, BeginningsOfAnyWordAreFound)
               {{u"firstName"_s, u"Жанна"_s}, {u"nickname"_s, u"Zed"_s}, {u"numbers"_s, QStringList{u"110"_s}}});
     const VXManagedObjectPtr group = context.insertNewObject(u"VXGroup"_s);
     set(group, {{u"name"_s, u"My Family"_s}, {u"members"_s, QVariantList{QVariant::fromValue(anna)}}});
+    set(context.insertNewObject(u"VXGroup"_s), {{u"name"_s, u"My empty group"_s}}); // is nobody to write to
+    addPerson(context, {{u"firstName"_s, u"Kim"_s}, {u"numbers"_s, QStringList{u"0047 22 123456"_s}}});
     ASSERT_TRUE(context.save());
     const QString mobile = u"Anne-Marie Müller <+49 171 5550123/m>"_s;
     const QString work = u"Anne-Marie Müller <030 901820/W>"_s;
@@ -55,7 +57,9 @@ TEST_F(VXContactCompletionTest, BeginningsOfAnyWordAreFound)
         {u"marie mul"_s, all},
         {u"Müller, Anne"_s, all},
         {u"marie zed"_s, {}},
-        {u"nne"_s, {}}, // not within a word
+        {u"nne"_s, {}},                          // not within a word
+        {u"+47"_s, {u"Kim <0047 22 123456>"_s}}, // however it is written
+        {u"0047"_s, {u"Kim <0047 22 123456>"_s}},
         {u"жан"_s, {zed}},
         {u"zed"_s, {zed}},
         {u"mueller@mail"_s, {email}}, // what was typed is only in the address

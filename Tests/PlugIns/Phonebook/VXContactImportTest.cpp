@@ -127,6 +127,59 @@ TEST_F(VXContactImportTest, WhatIsNewIsTakenOverAndNothingIsLost)
     }
 }
 
+// What one file tells apart stays apart, and finds itself again.
+TEST_F(VXContactImportTest, CardsWithUIDsOfTheirOwnAreContactsOfTheirOwn)
+{
+    import(card("Jane Doe", "TEL:555 0100\r\n")); // of whom no UID is known
+    const QByteArray family = card("Jane Doe", "UID:a\r\nTEL:555 0100\r\nNICKNAME:Ma\r\n") +
+                              card("Jane Doe", "UID:b\r\nTEL:555 0100\r\nNICKNAME:Junior\r\n");
+    EXPECT_EQ(import(family, true), u"1 1 0 0"_s);
+    EXPECT_EQ(import(family), u"1 1 0 0"_s);
+    EXPECT_EQ(import(family), u"0 0 2 0"_s);
+    EXPECT_EQ(countOf(u"VXPerson"_s), 2);
+}
+
+TEST_F(VXContactImportTest, GroupsThatAreCardsHaveTheirMembers)
+{
+    const auto group = [](const QByteArray &name, const QByteArray &lines) {
+        return "BEGIN:VCARD\r\nVERSION:4.0\r\nKIND:group\r\nFN:" + name + "\r\n" + lines + "END:VCARD\r\n";
+    };
+    const QByteArray cards =
+        group("Club", "UID:urn:uuid:c\r\nMEMBER:urn:uuid:1\r\nMEMBER:urn:uuid:board\r\nMEMBER:urn:uuid:c\r\n") + jane +
+        bob + card("Ann Lee", "UID:urn:uuid:2\r\nTEL:555 0102\r\n") +
+        "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Board;;;;\r\nFN:Board\r\nX-ADDRESSBOOKSERVER-KIND:group\r\nUID:board\r\n"
+        "X-ADDRESSBOOKSERVER-MEMBER:urn:uuid:2\r\nX-ADDRESSBOOKSERVER-MEMBER:urn:uuid:c\r\nEND:VCARD\r\n";
+    EXPECT_EQ(import(cards, true), u"5 0 0 0"_s);
+    EXPECT_EQ(countOf(u"VXGroup"_s), 0);
+    EXPECT_EQ(import(cards), u"5 0 0 0"_s);
+    QStringList found = contacts(); // with the groups in any order
+    for (QString &line : found) {
+        QStringList values = line.split(u'|');
+        std::sort(values.begin() + 2, values.end());
+        line = values.join(u'|');
+    }
+    EXPECT_EQ(found, (QStringList{u"Ann Lee||555 0102|Board|Club"_s, u"Bob Hill||+44 20 7946 0123"_s,
+                                  u"Jane Doe||555 0100|Board|Club|Family|jane@example.org"_s}));
+    EXPECT_EQ(import(cards, true), u"0 0 5 0"_s);
+    EXPECT_EQ(import(cards), u"0 0 5 0"_s);
+    EXPECT_EQ(import(group("Club", "MEMBER:1\r\nMEMBER:nobody\r\n")), u"0 0 1 0"_s);
+    EXPECT_EQ(undo(), u"3 0 0 "_s);
+    EXPECT_EQ(countOf(u"VXGroup"_s), 0);
+}
+
+// A contact that two cards change, each in another save, is what it was before both.
+TEST_F(VXContactImportTest, WhatIsChangedTwiceIsUndoneAtOnce)
+{
+    import(jane);
+    const QStringList before = contacts();
+    QByteArray cards = card("Jane Doe", "UID:1\r\nORG:Mill\r\n");
+    for (int number = 0; number < 600; ++number)
+        cards += card("Contact " + QByteArray::number(number), "TEL:555 " + QByteArray::number(1000 + number) + "\r\n");
+    EXPECT_EQ(import(cards + card("Jane Doe", "UID:1\r\nTITLE:Chief\r\n")), u"600 2 0 0"_s);
+    EXPECT_EQ(undo(), u"600 1 0 "_s);
+    EXPECT_EQ(contacts(), before);
+}
+
 TEST_F(VXContactImportTest, ImportsAreUndoneButForWhatWasChangedSince)
 {
     EXPECT_EQ(undo(), u"There is no import or merge of contacts that could be undone."_s);

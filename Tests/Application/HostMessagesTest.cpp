@@ -1,0 +1,83 @@
+// Messages, and who they are from, as the commands show them.
+
+#include "HostProgram.h"
+#include "HostTestsPaths.h"
+#include "VXHostJSON.h"
+#include "VXTesting.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+
+class HostMessagesTest : public VXHomeTest
+{
+protected:
+    HostMessagesTest()
+    {
+        const QByteArray messages =
+            "<?xml version='1.0' encoding='UTF-8'?>\n<smses>\n"
+            "<sms address='+15550100' date='1772359200000' type='1' body='one' read='0' contact_name='(Unknown)'/>\n"
+            "<sms address='+15550101' date='1772359201000' type='2' body='two'/>\n"
+            "<sms address='+15550199' date='1772359202000' type='1' body='three' read='1'/>\n"
+            "<sms address='PARCELS' date='1772359203000' type='1' body='four' contact_name='Parcels'/>\n"
+            "<sms address='PARCELS' date='1772359204000' type='1' body='five'/>\n"
+            "<sms address='1' date='1772359205000' type='9' body='six'/>\n</smses>\n";
+        const HostOutcome import = runHost({u"messages"_s, u"import"_s, u"-"_s}, messages);
+        EXPECT_THAT(import.output.toStdString(), HasSubstr("Imported 5 messages"));
+        EXPECT_EQ(import.status, 1); // one could not be read
+        runHost({u"phonebook"_s, u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s, u"--number"_s,
+                 u"+1 555 0101/m"_s});
+        runHost({u"phonebook"_s, u"add"_s, u"Joe Hill"_s, u"--number"_s, u"+1 555 0110"_s, u"--number"_s,
+                 u"+1 555 0111"_s});
+        runHost({u"phonebook"_s, u"add"_s, u"Ann"_s, u"--email"_s, u"ann@example.org"_s});
+    }
+
+    /** The texts that a command shows, newest first, with who they are from or to. */
+    static QStringList shown(const QStringList &arguments)
+    {
+        const HostOutcome outcome = runHost(QStringList{u"--json"_s, u"messages"_s} + arguments);
+        QStringList lines;
+        for (const QJsonValue message : VXJSONFromText(outcome.output).value_or(QJsonValue()).toArray())
+            lines.append(message[u"who"_s].toString() + u' ' + message[u"text"_s].toString());
+        return lines;
+    }
+};
+
+TEST_F(HostMessagesTest, PeopleAreCalledAsInThePhonebook)
+{
+    const QStringList jane{u"Jane Doe two"_s, u"Jane Doe one"_s};
+    const std::pair<QStringList, QStringList> cases[] = {
+        {{u"list"_s, u"inbox"_s}, {u"PARCELS five"_s, u"PARCELS four"_s, u"+15550199 three"_s, u"Jane Doe one"_s}},
+        {{u"conversation"_s, u"Jane Doe"_s}, jane}, // whichever of her numbers
+        {{u"conversation"_s, u"jan"_s}, jane},
+        {{u"conversation"_s, u"555 0101"_s}, {u"Jane Doe two"_s}},
+        {{u"conversation"_s, u"parcels"_s}, {u"PARCELS five"_s, u"PARCELS four"_s}},
+        {{u"conversation"_s, u"Joe Hill"_s}, {}},
+    };
+    for (const auto &[arguments, expected] : cases)
+        EXPECT_EQ(shown(arguments), expected) << arguments.join(u' ').toStdString();
+    EXPECT_THAT(runHost({u"messages"_s, u"list"_s, u"inbox"_s}).output.toStdString(),
+                HasSubstr("unread  < Jane Doe   one    p1"));
+    EXPECT_THAT(runHost({u"messages"_s, u"read"_s, u"p1"_s}).output.toStdString(), HasSubstr("state      read"));
+    EXPECT_EQ(runHost({u"messages"_s, u"move"_s, u"p1"_s, u"user"_s}).status, 0);
+    EXPECT_EQ(shown({u"list"_s, u"user"_s}), QStringList{u"Jane Doe one"_s});
+}
+
+TEST_F(HostMessagesTest, WhomAMessageCanNotGoToIsTold)
+{
+    const std::pair<QString, const char *> cases[] = {
+        {u"Nobody"_s, "\"Nobody\" is no phone number, and no contact is called so"},
+        {u"Ann"_s, "Ann has no phone number"},
+        {u"joe hill"_s, "Joe Hill has several phone numbers: +1 555 0110, +1 555 0111"},
+        {u"+1 555 0100, +1 555 0101"_s, "a message goes to one number at a time"},
+        {u"jane doe"_s, "there is no phone to send by"}, // her mobile number would do
+    };
+    for (const auto &[to, problem] : cases) {
+        const HostOutcome outcome = runHost({u"messages"_s, u"send"_s, to, u"Hi"_s});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(problem));
+    }
+    EXPECT_EQ(shown({u"list"_s, u"drafts"_s}), QStringList());
+}
