@@ -141,7 +141,7 @@ int checkItem(const QString &path)
 
 } // namespace
 
-VXError VXFileManager::safelyTrashFileAtPath(const QString &path, QString *trashedPath)
+VXError VXFileManager::safelyTrashFileAtPath(const QString &path, QString *trashedPath, const QString &origin)
 {
     const VXMutexLocker lock(_lock);
     const auto fail = [this, &path](const QString &reason) {
@@ -159,7 +159,8 @@ VXError VXFileManager::safelyTrashFileAtPath(const QString &path, QString *trash
         return fail(qt_error_string(error));
 
     QString name;
-    if (const int error = reserveFreeName(trash, placeOf(item), &name))
+    if (const int error =
+            reserveFreeName(trash, placeOf(origin.isNull() ? item : withoutTrailingSlashes(origin)), &name))
         return fail(qt_error_string(error));
     VXError error = moveItemAtPath(item, trash.filePath(name)); // which logs its failures
     if (error && !itemExistsAtPath(trash.filePath(name)))

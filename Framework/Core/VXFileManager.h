@@ -48,9 +48,11 @@ public:
     /**
      * Moves an item into the user's trash (freedesktop.org Trash specification) under its own name, or that
      * name with ".1", ".2", ... when taken; nothing there is replaced. A name too long for the trash's notes loses its end.
-     * @return no error, or why it did not move; it is logged. `trashedPath`, if given, is where it then lies.
+     * @param trashedPath if given, is where it then lies.
+     * @param origin where it is to be put back to, when that is another place than the one it is moved from.
+     * @return no error, or why it did not move; it is logged.
      */
-    VXError safelyTrashFileAtPath(const QString &path, QString *trashedPath = nullptr);
+    VXError safelyTrashFileAtPath(const QString &path, QString *trashedPath = nullptr, const QString &origin = {});
 
     /** True for whatever has that name, a link that leads nowhere too. */
     static bool itemExistsAtPath(const QString &path);

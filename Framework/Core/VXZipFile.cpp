@@ -13,6 +13,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLocale>
+#include <QtCore/QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
@@ -35,6 +36,13 @@ bool hasZipExtension(const QString &path)
 {
     const QString name = QFileInfo(path).fileName();
     return name.size() > 4 && name.endsWith(".zip"_L1);
+}
+
+// A control character in a name is "^" and a letter in the list, and unzip leaves it out.
+QString unpackedName(const QString &folder, QString name)
+{
+    static const QRegularExpression shownControl(u"\\^[@-_]"_s);
+    return VXFileManager::itemExistsAtPath(folder + u'/' + name) ? name : name.remove(shownControl);
 }
 
 QString sizeText(qint64 bytes)
@@ -155,13 +163,14 @@ void VXZipFile::unpack(const VXZipArchive &archive, const QString &zipPath, cons
                     .largestFile = archive.largestSize()});
     if (staged.usedBytes() > archive.totalSize())
         return refuse(zipPath, VXLocalizedString(u"The archive holds more than its list says."_s));
+    const QString first = unpackedName(staged.path(), archive.firstEntryName());
     if (status == 0 || status == VXZipArchive::warned) {
         if (const QString reason = staged.moveIntoPlace(); !reason.isNull())
             return refuse(zipPath, reason);
     }
     if (status != 0)
         return failUnzip(zipPath, statusText(status));
-    setDestinationPath(QDir::cleanPath(destinationFolder + u'/' + archive.firstEntryName()));
+    setDestinationPath(QDir::cleanPath(destinationFolder + u'/' + first));
 }
 
 void VXZipFile::refuse(const QString &zipPath, const QString &reason)

@@ -31,7 +31,9 @@ VXStoreLock::Ptr VXStoreLock::take(const QString &storePath, Purpose purpose, st
         const QString reason = isInTheWay ? isReplacing ? VXLocalizedString(u"Somebody has it open."_s)
                                                         : VXLocalizedString(u"It is being replaced or upgraded."_s)
                                           : lock->reason();
-        VXSetError(error, VXMakeFileError(VXLocalizedString(u"The store is in use"_s), reason, storePath));
+        const QString title = isInTheWay ? VXLocalizedString(u"The store is in use"_s)
+                                         : VXLocalizedString(u"The store can not be locked"_s);
+        VXSetError(error, VXMakeFileError(title, reason, storePath));
         return nullptr;
     }
     if (lock && !lock->isHeld())

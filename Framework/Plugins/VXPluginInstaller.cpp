@@ -6,7 +6,6 @@
 #include "VXMethodLog.h"
 #include "VXPluginPaths.h"
 #include "VXPluginScanner.h"
-#include "VXScratchFolder.h"
 #include "VXVersion.h"
 
 #include <QtCore/QFile>
@@ -14,7 +13,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -23,7 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const QString identifierKey = u"CFBundleIdentifier"_s;
-const QString installPrefix = u".install-"_s; // of folders for what is on its way into the staging folder
 
 fs::path nativePath(const QString &path)
 {
@@ -172,9 +169,9 @@ VXPluginInstallResult VXPluginInstaller::install(const QString &givenPath, QStri
     const QString name = u'/' + QFileInfo(path).fileName();
     const QString staged = isStaged ? path : _manager.pathToInstallStagingFolder() + name;
     const QString target = mustWait ? staged : _manager.pathToSharedPluginFolder() + name;
-    VXError problem = isStaged ? VXError() : bringToStaging(path, staged);
+    VXError problem = isStaged ? VXError() : _placer.bringToStaging(path);
     if (!problem && !mustWait) {
-        problem = place(staged, target);
+        problem = _placer.place(staged, target);
         if (const VXError stuck = problem && !isStaged ? files.moveItemAtPath(staged, path) : VXError())
             VXLogMethod(VXLogError, "install", u"The plugin lies in \"%1\" now: %2"_s.arg(staged, stuck.description()));
     }
@@ -187,29 +184,9 @@ VXPluginInstallResult VXPluginInstaller::install(const QString &givenPath, QStri
     return VXPluginInstallResult::Installed;
 }
 
-// A process that was killed may have left a bundle on its way into the staging folder. Of two the older goes to the trash.
-void VXPluginInstaller::rescueAbandoned()
-{
-    const QString stagingFolder = _manager.pathToInstallStagingFolder();
-    const QString halfCopies = u".vornix-move."_s;
-    VXScratchFolder::removeAbandoned(stagingFolder, halfCopies);
-    VXScratchFolder::visitAbandoned(stagingFolder, installPrefix, [&](const QString &folder) {
-        for (const QString &path : VXPluginScanner::pluginPathsInFolder(folder)) {
-            const QFileInfo staged(stagingFolder + u'/' + QFileInfo(path).fileName());
-            const bool isOlder = staged.exists() && staged.metadataChangeTime() > QFileInfo(folder).lastModified();
-            const VXError error =
-                isOlder ? VXFileManager::defaultManager().safelyTrashFileAtPath(path) : place(path, staged.filePath());
-            if (error)
-                VXLogMethod(VXLogError, "rescueAbandoned", error.description());
-        }
-        VXScratchFolder::removeAbandoned(folder, halfCopies);
-        ::rmdir(QFile::encodeName(folder).constData()); // does nothing while something lies there
-    });
-}
-
 void VXPluginInstaller::installStaged()
 {
-    rescueAbandoned();
+    _placer.finishInterrupted();
     for (const QString &path : VXPluginScanner::pluginPathsInFolder(_manager.pathToInstallStagingFolder())) {
         QString pluginPath;
         if (install(path, &pluginPath, nullptr) != VXPluginInstallResult::Installed)
@@ -225,44 +202,6 @@ bool VXPluginInstaller::mustWaitForNextStart(const QString &path, const QString 
     return std::any_of(plugins.cbegin(), plugins.cend(), [&](const VXPluginProxy *proxy) {
         return proxy->isInstalled() && (proxy->identifier() == identifier || proxy->bundle()->bundlePath() == target);
     });
-}
-
-// A bundle of that name that waits already goes to the trash once the new one lies beside it, where a full disk would show.
-VXError VXPluginInstaller::bringToStaging(const QString &path, const QString &staged)
-{
-    VXFileManager &files = VXFileManager::defaultManager();
-    if (!VXExistsAtPath(staged))
-        return files.moveItemAtPath(path, staged);
-    VXScratchFolder folder(QFileInfo(staged).path(), installPrefix);
-    if (folder.path().isNull())
-        return VXMakeFileError(VXLocalizedString(u"Unable to install plugin."_s), folder.reason(), staged);
-    const QString beside = folder.path() + u'/' + QFileInfo(staged).fileName();
-    VXError error = files.moveItemAtPath(path, beside);
-    if (!error) {
-        error = place(beside, staged);
-        if (const VXError stuck = error ? files.moveItemAtPath(beside, path) : VXError()) {
-            VXLogMethod(VXLogError, "bringToStaging",
-                        u"The plugin lies in \"%1\" now: %2"_s.arg(beside, stuck.description()));
-            folder.keep();
-        }
-    }
-    return error;
-}
-
-// What is in the way goes to the trash. Both paths lie in one file system: moving takes no room, and is one step.
-VXError VXPluginInstaller::place(const QString &staged, const QString &target)
-{
-    VXFileManager &files = VXFileManager::defaultManager();
-    if (VXExistsAtPath(target)) {
-        if (VXError error = files.safelyTrashFileAtPath(target)) {
-            VXLogMethod(VXLogError, "place", error.description());
-            return error;
-        }
-    }
-    const VXError error = files.moveItemAtPath(staged, target);
-    if (error)
-        VXLogMethod(VXLogError, "place", u"An older copy lies in the trash: %1"_s.arg(target));
-    return error;
 }
 
 // Copies of the same plugin under other file names: of two in one folder it could be the older one that is used.

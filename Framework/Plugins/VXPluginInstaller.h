@@ -2,19 +2,23 @@
 
 #include "VXError.h"
 #include "VXPluginManager.h"
+#include "VXPluginPlacer.h"
 
 #include <QtCore/QString>
 
 /**
  * Brings plugin bundles into the shared plugin folder, by way of the staging folder: a bundle lies there whole before
- * anything in its way goes to the trash, so that an install that is cut short is finished at the next start. Refuses what
- * could not be used. Main thread only.
+ * it takes the place of another, so that an install that is cut short is finished at the next start. Refuses what could not
+ * be used. Main thread only.
  */
 class VXPluginInstaller
 {
 public:
     /** The manager knows the folders, and which copies may be running. */
-    explicit VXPluginInstaller(const VXPluginManager &manager) : _manager(manager) {}
+    explicit VXPluginInstaller(const VXPluginManager &manager)
+        : _manager(manager), _placer(manager.pathToInstallStagingFolder())
+    {
+    }
 
     /** @param pluginPath where the bundle then lies; set when the result is Installed. */
     VXPluginInstallResult install(const QString &path, QString *pluginPath, VXError *error);
@@ -23,13 +27,11 @@ public:
     void installStaged();
 
 private:
-    void rescueAbandoned();
     QString problemOfBundle(const QString &path, const QVariantMap &info) const;
     QString problemOfIdentifiers(const QString &path, const QString &rootIdentifier) const;
     bool mustWaitForNextStart(const QString &path, const QString &identifier) const;
-    VXError bringToStaging(const QString &path, const QString &staged);
-    VXError place(const QString &staged, const QString &target);
     void trashOtherCopies(const QString &target, const QString &identifier);
 
     const VXPluginManager &_manager;
+    const VXPluginPlacer _placer;
 };

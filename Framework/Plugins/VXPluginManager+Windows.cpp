@@ -40,8 +40,8 @@ void VXPluginManager::restoreOpenWindows()
     for (const QString &url : urls) {
         if (VXApplication::sharedApplication().openURLString(url).isValid())
             continue;
-        if (!everyPluginIsThere)
-            _windowsNotRestored.append(url); // it may be one of theirs
+        if (!everyPluginIsThere || !_lastURLProblem.isNull())
+            _windowsNotRestored.append(url); // it may be one of theirs, and the plugin that failed may be mended
         QString what = everyPluginIsThere ? u"No plugin knows this window any more: "_s
                                           : u"This window waits for a plugin that is not loaded: "_s;
         if (!_lastURLProblem.isNull())

@@ -176,5 +176,5 @@ private:
     QStringList _startupNotices;
 
     QStringList _windowsAtStart;     // their URLs, as the last quit left them
-    QStringList _windowsNotRestored; // their URLs: a plugin that may know them is not loaded
+    QStringList _windowsNotRestored; // their URLs: a plugin that may know them is not loaded, or failed
 };

@@ -283,28 +283,51 @@ void VXManagedObjectContext::Save::takeOverRows()
                 takeOver(*part.objects[place], row);
         }
     }
+    QSet<const VXManagedObject *> stay;
+    QSet<const VXManagedObject *> gone;
     for (const Yielding &each : _yielding) {
-        const ObjectPtr object(each.object);
-        if (each.stored) {
-            takeOver(*object, each.stored);
-            if (_deleted.removeOne(object))
-                _context.noteForObservers(*object);
-        } else if (_updated.removeOne(object)) {
-            _deleted.append(object);
-        }
+        if (each.stored)
+            takeOver(*each.object, each.stored);
+        (each.stored ? stay : gone).insert(each.object);
     }
+    for (const ObjectPtr &object : takeOut(stay, _deleted))
+        _context.noteForObservers(*object);
+    _deleted += takeOut(gone, _updated);
+}
+
+// Takes those objects out of the list, in one go through it, for they may be many.
+QList<VXManagedObjectContext::ObjectPtr>
+VXManagedObjectContext::Save::takeOut(const QSet<const VXManagedObject *> &objects, QList<ObjectPtr> &list)
+{
+    QList<ObjectPtr> taken;
+    if (objects.isEmpty())
+        return taken;
+    list.removeIf([&](const ObjectPtr &object) {
+        const bool isTaken = objects.contains(object.get());
+        if (isTaken)
+            taken.append(object);
+        return isTaken;
+    });
+    return taken;
 }
 
 // Before what was saved is taken over: relationships then let go of what belongs to no context.
 void VXManagedObjectContext::Save::forgetGone()
 {
+    QList<ObjectPtr> found;
+    QSet<const VXManagedObject *> unchanged;
     for (const ObjectID &objectID : std::as_const(_gone)) {
-        const ObjectPtr object = _context.objectRegisteredForID(objectID);
-        if (!object)
-            continue;
-        if (_updated.removeOne(object))
-            _deleted.append(object);
-        else
+        if (const ObjectPtr object = _context.objectRegisteredForID(objectID)) {
+            found.append(object);
+            unchanged.insert(object.get());
+        }
+    }
+    for (const ObjectPtr &object : takeOut(unchanged, _updated)) {
+        unchanged.remove(object.get());
+        _deleted.append(object);
+    }
+    for (const ObjectPtr &object : std::as_const(found)) {
+        if (unchanged.contains(object.get()))
             _context.noteForObservers(*object);
         _context.forget(object);
     }

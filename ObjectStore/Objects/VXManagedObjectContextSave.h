@@ -90,6 +90,7 @@ private:
     void finish();
     void forgetGone();
     void takeOverRows();
+    static QList<ObjectPtr> takeOut(const QSet<const VXManagedObject *> &objects, QList<ObjectPtr> &list);
     void refreshOthers();
     void callDidSave() const;
 

@@ -1,15 +1,19 @@
 #include "VXAtomicFile.h"
 
 #include "VXDiagnostics.h"
+#include "VXMutex.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRandomGenerator>
+#include <QtCore/QSet>
 
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,6 +23,8 @@ namespace {
 
 constexpr qsizetype bufferSize = 64 * 1024;
 constexpr int mostLinks = 40; // as the kernel follows
+constexpr auto temporaryPrefix = ".vornix-";
+constexpr qsizetype temporaryDigits = 16;
 
 QByteArray folderOf(const QByteArray &path)
 {
@@ -35,6 +41,41 @@ QByteArray destinationOf(const QByteArray &path)
         return {};
     const QByteArray destination(buffer.data(), size);
     return destination.startsWith('/') ? destination : folderOf(path) + destination;
+}
+
+// A file on its way is locked, so that the kernel ends that with its process. False when it is another's, or gone already:
+// before it was locked somebody may have taken it for one left behind. Where files cannot be locked none is ever removed.
+bool lockTemporary(const VXFileDescriptor &file)
+{
+    struct stat status = {};
+    const bool isOurs = ::flock(file.number(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+    return isOurs && ::fstat(file.number(), &status) == 0 && status.st_nlink > 0;
+}
+
+void removeIfAbandoned(const QByteArray &path)
+{
+    const VXFileDescriptor file(::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status = {};
+    if (file.isOpen() && ::fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode) &&
+        status.st_uid == ::geteuid() && ::flock(file.number(), LOCK_EX | LOCK_NB) == 0)
+        ::unlink(path.constData());
+}
+
+// What killed processes left in a folder. Once for each folder: later ones find what is left meanwhile.
+void removeAbandoned(const QByteArray &folder)
+{
+    static VXMutex lock;
+    static QSet<QByteArray> seen;
+    {
+        const VXMutexLocker locker(lock);
+        if (seen.contains(folder))
+            return;
+        seen.insert(folder);
+    }
+    const QString pattern = QLatin1StringView(temporaryPrefix) + QString(temporaryDigits, u'?');
+    const QDir place(folder.isEmpty() ? u"."_s : QFile::decodeName(folder));
+    for (const QString &name : place.entryList({pattern}, QDir::Files | QDir::Hidden | QDir::NoSymLinks))
+        removeIfAbandoned(folder + QFile::encodeName(name));
 }
 
 } // namespace
@@ -100,15 +141,20 @@ bool VXAtomicFile::findTarget()
 bool VXAtomicFile::makeFileBeside()
 {
     constexpr int mostAttempts = 100;
+    const QByteArray folder = folderOf(_target);
+    removeAbandoned(folder);
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
         const quint64 number = QRandomGenerator::system()->generate64();
-        const QByteArray name = folderOf(_target) + ".vornix-" + QByteArray::number(number, 16).rightJustified(16, '0');
+        const QByteArray name =
+            folder + temporaryPrefix + QByteArray::number(number, 16).rightJustified(temporaryDigits, '0');
         const mode_t mode = _access == VXFileAccess::Private ? 0600 : 0666;
         _file = VXFileDescriptor(::open(name.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
         if (!_file.isOpen() && errno == EEXIST)
             continue;
         if (!_file.isOpen())
             return fail(errno);
+        if (!lockTemporary(_file))
+            continue;
         _temporary = name;
         return _mode == 0 || ::fchmod(_file.number(), _mode) == 0 || fail(errno);
     }

@@ -16,8 +16,9 @@ enum class VXFileAccess {
 
 /**
  * Replaces a file as a whole or not at all. What is written goes into a file beside it, which takes its place in `commit`,
- * once it is on the disk. Until then, and after any failure, the old file is as it was, and nothing is left beside it
- * unless the process is killed meanwhile (".vornix-" and 16 digits). A link is followed: what it leads to is replaced.
+ * once it is on the disk. Until then, and after any failure, the old file is as it was, and nothing is left beside it. What a
+ * process that was killed left there (".vornix-" and 16 digits) goes when another process first replaces a file in the
+ * folder. A link is followed: what it leads to is replaced.
  * Refused are what is no regular file, and a file that must not be written. One thread at a time.
  */
 class VX_PLATFORM_EXPORT VXAtomicFile : public QIODevice

@@ -301,16 +301,23 @@ TEST_F(HostPluginsTest, APluginThatEndsTheProgramIsNamedWhereverItWasCalled)
         EXPECT_EQ(ended.errors.toStdString(), "vornix: " + text + '\n') << how.toStdString();
         EXPECT_EQ(ended.output.toStdString(), "{\"error\":\"" + text + "\"}\n") << how.toStdString();
     }
-    const HostOutcome crashed = open(u"abort"_s);
-    EXPECT_EQ(crashed.status, 128 + SIGABRT);
-    EXPECT_EQ(VXJSONFromText(crashed.output)->toObject()[u"error"_s].toString().toStdString(),
-              "the program crashed, in the code of " + bundle);
+    for (const auto &[how, signal] : {std::pair(u"abort"_s, SIGABRT), std::pair(u"recurse"_s, SIGSEGV)}) {
+        const HostOutcome crashed = open(how);
+        EXPECT_EQ(crashed.status, 128 + signal);
+        EXPECT_EQ(VXJSONFromText(crashed.output)->toObject()[u"error"_s].toString().toStdString(),
+                  "the program crashed, in the code of " + bundle);
+    }
     const HostOutcome smashed = open(u"smash"_s); // nobody can tell whose code it was
     EXPECT_GT(smashed.status, 128);
     EXPECT_TRUE(VXJSONFromText(smashed.output)->toObject().contains(u"error"_s)) << smashed.errors.toStdString();
     const HostOutcome forked = open(u"fork"_s);
     EXPECT_EQ(forked.errors, QByteArray());
     EXPECT_EQ(VXJSONFromText(forked.output)->toObject()[u"answer"_s].toString(), u"a window of org.window"_s);
+    const HostOutcome late = open(u"late"_s); // after the answer
+    EXPECT_EQ(late.status, 128 + SIGABRT);
+    EXPECT_THAT(late.errors.toStdString(),
+                testing::StartsWith("vornix: the program crashed, in the code of " + bundle));
+    EXPECT_EQ(VXJSONFromText(late.output)->toObject()[u"answer"_s].toString(), u"a window of org.window"_s);
 }
 
 TEST_F(HostPluginsTest, EveryCommandAsksThePluginsBeforeItEnds)

@@ -28,13 +28,17 @@ protected:
         }
         ASSERT_EQ(::waitpid(child, nullptr, 0), child);
     }
+    static bool isWhole(const QString &bundle)
+    {
+        return QFileInfo(bundle + u"/Contents/Linux/RecordingPlugin.so"_s).size() > 0 &&
+               QFileInfo::exists(bundle + u"/Contents/Info.plist"_s);
+    }
     static QString versionAt(const QString &bundle)
     {
         if (!QFileInfo::exists(bundle))
             return u"none"_s;
-        const bool isWhole = QFileInfo(bundle + u"/Contents/Linux/RecordingPlugin.so"_s).size() > 0;
         const QVariantMap info = VXPropertyList::fromFile(bundle + u"/Contents/Info.plist"_s).toMap();
-        return isWhole ? info.value(u"CFBundleVersion"_s).toString() : u"broken"_s;
+        return isWhole(bundle) ? info.value(u"CFBundleVersion"_s).toString() : u"broken"_s;
     }
     const QString shared = path(u".local/share/Vornix 2/PlugIns"_s);
 };
@@ -54,6 +58,7 @@ TEST_F(VXPluginWalks, Install)
     };
     // Neither version is lost or in pieces, whatever happened; the older one may lie in the trash while the new one waits.
     walk.state = [&] {
+        EXPECT_TRUE(isWhole(shared + u"/p.vxplugin"_s)) << "the older or the newer one is there at any moment";
         startProgram(); // which finishes what was cut short
         const QString place = versionAt(shared + u"/p.vxplugin"_s);
         const QString trash = path(u".local/share/Trash/files/"_s);

@@ -4,6 +4,7 @@
 #include "VXHostOutput.h"
 #include "VXPluginMarker.h"
 #include "VXPluginOnStack.h"
+#include "VXSignalStack.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QFile>
@@ -23,8 +24,6 @@ namespace {
 
 constexpr unsigned longestSaving = 10; // seconds
 constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
-
-alignas(16) std::array<char, 64 * 1024> signalStack; // a stack that is used up has no room for a handler
 
 /** Text made inside a signal handler: without allocation, and cut at its end. Written as it grows. */
 class CrashText
@@ -55,14 +54,13 @@ VXLastWords::VXLastWords(VXHostOutput &output) : _output(output), _process(::get
     VXPrepareStackWalk();
     _current = this;
     [[maybe_unused]] static const int registered = std::atexit(atExit) + std::at_quick_exit(atExit);
-    const stack_t stack = {.ss_sp = signalStack.data(), .ss_flags = 0, .ss_size = signalStack.size()};
-    ::sigaltstack(&stack, nullptr);
+    VXGiveSignalStack();
     setCrashHandler(tellOfCrash);
 }
 
+// Crashes are told on: destructors of plugins' static objects have yet to run.
 VXLastWords::~VXLastWords()
 {
-    setCrashHandler(SIG_DFL);
     _current = nullptr;
 }
 

@@ -224,6 +224,22 @@ TEST_F(VXZipFileTest, UnzipsBesideTheArchiveOverOlderFiles)
     EXPECT_EQ(readFile(path(u"in/folder/a"_s)), "new");
 }
 
+TEST_F(VXZipFileTest, TheDestinationIsTheFirstEntryAsItWasUnpacked)
+{
+    const struct
+    {
+        QByteArray entry;
+        QString unpacked;
+    } cases[] = {{"line\nfeed/", u"linefeed"_s}, {"a^Jb", u"a^Jb"_s}, {"^", u"^"_s}};
+    for (const auto &[entry, unpacked] : cases) {
+        const QString out = path(u"out"_s);
+        unzip(writeFile(u"names.zip"_s, rawArchive({{entry, {}}})), out);
+        EXPECT_EQ(file->destinationPath(), out + u'/' + unpacked);
+        EXPECT_TRUE(QFile::exists(file->destinationPath())) << unpacked.toStdString();
+        QDir(out).removeRecursively();
+    }
+}
+
 TEST_F(VXZipFileTest, DamagedAndLockedArchivesGiveAnError)
 {
     const QByteArray good = rawArchive({{"a", "contents of a"}, {"b", "b"}});

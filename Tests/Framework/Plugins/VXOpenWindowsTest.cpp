@@ -39,7 +39,8 @@ TEST_F(VXOpenWindowsTest, OpenAgainAndAreRecordedAtQuit)
 
     VXApplication::sharedApplication().openURLString(u"a:2"_s);
     manager().shutdown();
-    EXPECT_THAT(openWindows(), ElementsAre(u"a:1"_s, u"a:2"_s, u"b:1"_s, u"b:2"_s));
+    EXPECT_THAT(openWindows(), ElementsAre(u"a:1"_s, u"a:2"_s, u"b:1"_s, u"b:2"_s, u"b:3?fault"_s))
+        << "the plugin that fails may be mended";
 }
 
 TEST_F(VXOpenWindowsTest, WaitForAPluginThatIsNotLoaded)

@@ -1,4 +1,5 @@
 #include "VXAtomicFile.h"
+#include "VXOtherProcess.h"
 #include "VXTesting.h"
 
 #include <QtCore/QDir>
@@ -6,6 +7,7 @@
 #include <QtCore/QScopeGuard>
 
 #include <cstring>
+#include <memory>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -52,6 +54,29 @@ TEST_F(VXAtomicFileTest, ReplacesAllOrNothing)
     EXPECT_EQ(readFile(file), "new");
     EXPECT_EQ(VXFileStamp::ofPath(file), stamp);
     EXPECT_EQ(names(), QStringList(u"file"_s));
+}
+
+TEST_F(VXAtomicFileTest, WhatKilledProcessesLeftGoesAndNothingElse)
+{
+    const auto beginReplacing = [this] {
+        auto writer = std::make_unique<VXAtomicFile>(file);
+        return writer->open() && writer->write("half") == 4 ? std::move(writer) : nullptr;
+    };
+    VXOtherProcess working(beginReplacing);
+    const QStringList inUse = names();
+    VXOtherProcess killed(beginReplacing);
+    ASSERT_TRUE(working.isReady() && killed.isReady());
+    killed.kill();
+    QStringList kept = inUse;
+    for (const QString &name :
+         {u".vornix-move.000000000"_s, u".vornix-0123456789abcde"_s, u"vornix-0123456789abcdef"_s})
+        kept.append(QFileInfo(writeFile(u"folder/"_s + name, {})).fileName());
+    kept.sort();
+    EXPECT_EQ(names().size(), kept.size() + 1);
+    EXPECT_TRUE(VXAtomicFile::replace(file, "new", &reason)) << reason.toStdString();
+    QStringList now = names();
+    now.sort();
+    EXPECT_EQ(now, kept);
 }
 
 TEST_F(VXAtomicFileTest, WhoMayReadIsSaidByThePolicy)

@@ -13,8 +13,9 @@ using namespace Qt::StringLiterals;
 /**
  * An interface plugin that opens URLs of the scheme that "FixtureScheme" of its Info.plist names, and has a window for
  * each from then on. Those that end in "?modal" open no window but an object, those in "?fault" throw, those in "?exit",
- * "?_exit", "?_Exit", "?quick_exit", "?abort", "?smash" (the stack) and "?thread" (exit on another one) end the process; "?fork" ends a child that
- * way. With "FixtureForgets" it throws when it is asked for its windows.
+ * "?_exit", "?_Exit", "?quick_exit", "?abort", "?smash" (the stack), "?recurse" (until a thread's stack is used up), "?late" (at
+ * the program's end) and "?thread" (exit on another one) end the process; "?fork" ends a child that way. With "FixtureForgets"
+ * it throws when it is asked for its windows.
  */
 class WindowPlugin : public VXInterfacePlugin
 {
@@ -53,8 +54,23 @@ private:
             start[at] = 'A'; // NOLINT
     }
 
+    __attribute__((noinline)) static int recurse(int depth) // NOLINT(misc-no-recursion)
+    {
+        volatile char frame[4096] = {}; // NOLINT
+        return depth < 0 ? frame[0] : recurse(depth + 1) + frame[depth % 4096];
+    }
+
+    struct AbortsWhenItGoes
+    {
+        ~AbortsWhenItGoes() { std::abort(); }
+    };
+
     static void end(const QString &how)
     {
+        if (how == "recurse"_L1)
+            std::thread([] { recurse(0); }).join();
+        if (how == "late"_L1) [[maybe_unused]]
+            static const AbortsWhenItGoes object;
         if (how == "exit"_L1)
             std::exit(0);
         if (how == "_exit"_L1)
