@@ -55,7 +55,7 @@ public:
     VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator(VXError *error = nullptr);
     /**
      * Copies the folder to a path that is free: the data files that are opened, as of one moment, though others write to them;
-     * everything else file by file. False on failure, which leaves a part there.
+     * everything else, folders too, as it is. False on failure, which leaves a part there.
      */
     bool copyTo(const QString &path, VXError *error = nullptr);
     /** Of the first attached store that names an owner; empty when none does. */
