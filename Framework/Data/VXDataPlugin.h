@@ -235,6 +235,8 @@ private:
     VXError problemWithPlace(const QString &path) const;
     void moveUpgradingFile(const QString &upgrading, const QString &place);
     void trashUpgradingFile(const QString &upgrading);
+    void tellOfMissingMembers(const VXManagedObjectPtr &oldObject, const QString &relationship,
+                              const QList<VXManagedObjectID> &missing, const VXMigratedObjects &newObjects) const;
     bool saveStamp(VXCoreDataStore &store, VXError *error);
     void tellOfChangedModel(const VXManagedObjectModel &stored) const;
     QString textAboutEarlierStores(bool isCancelled) const;

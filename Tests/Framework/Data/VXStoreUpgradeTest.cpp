@@ -364,7 +364,12 @@ TEST_F(VXStoreUpgradeTest, DanglingReferencesAreLeftOutAndTold)
     writeOldStore(live, 4);
     sqlite3 *database = nullptr;
     ASSERT_EQ(sqlite3_open(qPrintable(live + "/notes.sqlite"_L1), &database), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(database, "DELETE FROM VX_Author", nullptr, nullptr, nullptr), SQLITE_OK)
+    EXPECT_EQ(
+        sqlite3_exec(
+            database,
+            "DELETE FROM VX_Author; INSERT INTO \"VX_Note.tags\" SELECT Z_PK, 999 FROM VX_Note WHERE text = 'note 1'",
+            nullptr, nullptr, nullptr),
+        SQLITE_OK)
         << sqlite3_errmsg(database);
     sqlite3_close(database);
     writeNotesPlugin(u"forgets"_s);
@@ -372,13 +377,13 @@ TEST_F(VXStoreUpgradeTest, DanglingReferencesAreLeftOutAndTold)
     startWith({});
     const QString after = contentsOfStore(notesPlugin().persistentStoreCoordinator());
     EXPECT_EQ(after.count(u"tags=(red)"_s), 4) << after.toStdString();
-    EXPECT_EQ(log.count(u"Unable to retrieve relationship tags for object x-coredata://"_s), 2); // each other note
-    EXPECT_EQ(log.count(u"<null>"_s), 2);
+    EXPECT_EQ(log.count(u"Unable to retrieve relationship tags for object x-coredata://"_s), 3); // each other note, and
+    EXPECT_EQ(log.count(u"<null>"_s), 3); // the one that leads to 999
     EXPECT_EQ(log.count(u"Unable to retrieve relationship author for object x-coredata://"_s), 4);
     const QList<VXEntityMigration> entities = notesPlugin().lastMigration();
     const auto notes = std::ranges::find(entities, u"Note"_s, &VXEntityMigration::entity);
     ASSERT_NE(notes, entities.end());
-    EXPECT_EQ(notes->notFound, (QMap<QString, qint64>{{u"author"_s, 3}, {u"tags"_s, 1}}));
+    EXPECT_EQ(notes->notFound, (QMap<QString, qint64>{{u"author"_s, 3}, {u"tags"_s, 2}}));
 }
 
 namespace {
