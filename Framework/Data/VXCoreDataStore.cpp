@@ -171,6 +171,24 @@ bool VXCoreDataStore::attach(VXPersistentStoreCoordinator &coordinator, VXStoreT
 
 bool VXCoreDataStore::copyTo(const QString &path, VXError *error)
 {
+    QStringList copied;
+    return copyDataFiles(path, &copied, error) &&
+           copyEntries(
+               path, [&](const QString &name) { return !copied.contains(name); }, error);
+}
+
+bool VXCoreDataStore::copyDataTo(const QString &path, VXError *error)
+{
+    QStringList copied;
+    const QStringList models = classOperations().modelFilesForStorePath(_path);
+    return copyDataFiles(path, &copied, error) &&
+           copyEntries(
+               path, [&](const QString &name) { return models.contains(name); }, error);
+}
+
+// `copied`: with what SQLite keeps beside them.
+bool VXCoreDataStore::copyDataFiles(const QString &path, QStringList *copied, VXError *error)
+{
     const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator(error);
     if (!coordinator)
         return false;
@@ -183,18 +201,21 @@ bool VXCoreDataStore::copyTo(const QString &path, VXError *error)
         VXSetError(error, problem);
         return false;
     }
-    QStringList copied; // the data files with what SQLite keeps beside them
-    for (const QString &name : names) {
-        const auto store = coordinator->persistentStoreForPath(_path + u'/' + name);
+    return std::ranges::all_of(names, [&](const QString &name) {
         for (const auto end : {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1})
-            copied.append(name + end);
-        if (!store || !store->copyTo(path + u'/' + name, error))
-            return false;
-    }
+            copied->append(name + end);
+        const auto store = coordinator->persistentStoreForPath(_path + u'/' + name);
+        return store && store->copyTo(path + u'/' + name, error);
+    });
+}
+
+bool VXCoreDataStore::copyEntries(const QString &path, const std::function<bool(const QString &name)> &isWanted,
+                                  VXError *error) const
+{
     return std::ranges::all_of(
         QDir(_path).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
         [&](const QFileInfo &entry) {
-            return copied.contains(entry.fileName()) || copyEntry(entry, path + u'/' + entry.fileName(), error);
+            return !isWanted(entry.fileName()) || copyEntry(entry, path + u'/' + entry.fileName(), error);
         });
 }
 

@@ -198,7 +198,7 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
 
 StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const
 {
-    if (!store.copyTo(path, error))
+    if (!store.copyDataTo(path, error))
         return nullptr;
     StorePtr snapshot = coreDataStoreClass().makeStore(path, store.dataFileName());
     snapshot->usePlainObjects();

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using testing::HasSubstr;
 using testing::SizeIs;
 
 class VXStoreImportTest : public VXUpgradeHomeTest
@@ -172,6 +173,68 @@ TEST_F(VXStoreImportTest, WhatIsSavedIsNotCancelled)
         });
     EXPECT_FALSE(controller->runModal());
     EXPECT_EQ(contentsOfStore(store()).count(u"text=note"_s), 3);
+}
+
+namespace {
+
+// Objects out of order, in each page that has many: some are found only by reading all.
+void swapFirstCells(const QString &database)
+{
+    QFile file(database);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    constexpr qint64 pageSize = 4096;
+    constexpr qint64 headerSize = 8; // of a leaf: its kind first, the number of cells at 3
+    int swapped = 0;
+    for (qint64 page = pageSize; page < file.size(); page += pageSize) {
+        ASSERT_TRUE(file.seek(page));
+        const QByteArray begin = file.read(headerSize + 4);
+        if (begin[0] != 0x0d || begin[4] < 20)
+            continue;
+        ++swapped;
+        ASSERT_TRUE(file.seek(page + headerSize));
+        file.write(begin.sliced(headerSize + 2, 2) + begin.sliced(headerSize, 2));
+    }
+    EXPECT_GT(swapped, 0);
+}
+
+} // namespace
+
+TEST_F(VXStoreImportTest, DamageThatACopyDoesNotStumbleOnIsFoundBeforeAnythingIsReplaced)
+{
+    start();
+    writeOldStore(file, 50);
+    swapFirstCells(file + "/notes.sqlite"_L1);
+    for (const VXAlertButton how : {VXAlertButton::Default, VXAlertButton::Other}) {
+        user->answerAlert(how);
+        VXError error;
+        EXPECT_FALSE(notesPlugin().importStoreAtPath(file, &error));
+        EXPECT_THAT(error.description().toStdString(), HasSubstr("The store is damaged, or no store at all."));
+        EXPECT_FALSE(QFileInfo::exists(staged));
+    }
+}
+
+TEST_F(VXStoreImportTest, ReadOnlySourcesAreMergedAndStagedAndLeftAsTheyAre)
+{
+    start();
+    writeOldStore(file, 5);
+    writeFile(u"others.vxdatastore/folder/inside.txt"_s, "inside");
+    const QString imported = contentsOfStore(file);
+    const auto files = contentsOf(file);
+    const QFile::Permissions reading = QFile::ReadOwner | QFile::ExeOwner;
+    for (const QString &name : files.keys())
+        ASSERT_TRUE(QFile::setPermissions(file + u'/' + name, QFile::ReadOwner));
+    ASSERT_TRUE(QFile::setPermissions(file, reading));
+    user->answerAlert(VXAlertButton::Default);
+    EXPECT_TRUE(notesPlugin().importStoreAtPath(file));
+    EXPECT_EQ(contentsOfStore(store()).count(u"text=note"_s), 5);
+    VXApplication::sharedApplication().setDidFinishLaunching(false);
+    user->answerAlert(VXAlertButton::Other);
+    EXPECT_TRUE(notesPlugin().importStoreAtPath(file));
+    EXPECT_EQ(contentsOfStore(staged), imported);
+    EXPECT_EQ(readFile(staged + "/folder/inside.txt"_L1), "inside");
+    EXPECT_EQ(contentsOf(file), files);
+    EXPECT_EQ(QFile::permissions(file) & QFile::WriteOwner, QFile::Permissions());
+    ASSERT_TRUE(QFile::setPermissions(file, reading | QFile::WriteOwner)); // or it could not be removed
 }
 
 TEST_F(VXStoreImportTest, HostileFilesGetTheirTextAndChangeNothing)
