@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
-// Copies of files, folders and links, for moves to another file system. Private to VXFileManager. Any thread.
+// Copies of files, folders and links, for moves to another file system. Private to the framework. Any thread.
 
 /**
  * Copies an item with all below it to a path that is free: contents (holes stay holes), links as they are, and, as far as

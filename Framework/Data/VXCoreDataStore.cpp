@@ -5,6 +5,7 @@
 #include "VXException.h"
 #include "VXFileManager.h"
 #include "VXFramework.h"
+#include "VXItemCopy.h"
 #include "VXMethodLog.h"
 #include "VXStoreLock.h"
 
@@ -39,6 +40,26 @@ QStringList entriesWithExtensions(const QString &folder, const QStringList &exte
 }
 
 constexpr std::chrono::seconds longestWait(10); // for who replaces a store
+
+// Folders whole, links to files as files: what they lead to may not be there where the copy is taken to.
+bool copyEntry(const QFileInfo &entry, const QString &path, VXError *error)
+{
+    QString reason;
+    if (entry.isFile()) {
+        QFile source(entry.filePath());
+        if (source.copy(path))
+            return true;
+        reason = source.errorString();
+    } else {
+        const auto encoded = [](const QString &name) { return QFile::encodeName(name).toStdString(); };
+        const std::error_code problem = VXCopyItem(encoded(entry.filePath()), encoded(path));
+        if (!problem)
+            return true;
+        reason = qt_error_string(problem.value());
+    }
+    VXSetError(error, VXMakeFileError(VXLocalizedString(u"Unable to copy file"_s), reason, entry.filePath()));
+    return false;
+}
 
 } // namespace
 
@@ -150,30 +171,52 @@ bool VXCoreDataStore::attach(VXPersistentStoreCoordinator &coordinator, VXStoreT
 
 bool VXCoreDataStore::copyTo(const QString &path, VXError *error)
 {
+    QStringList copied;
+    return copyDataFiles(path, &copied, error) &&
+           copyEntries(
+               path, [&](const QString &name) { return !copied.contains(name); }, error);
+}
+
+bool VXCoreDataStore::copyDataTo(const QString &path, VXError *error)
+{
+    QStringList copied;
+    const QStringList models = classOperations().modelFilesForStorePath(_path);
+    return copyDataFiles(path, &copied, error) &&
+           copyEntries(
+               path, [&](const QString &name) { return models.contains(name); }, error);
+}
+
+// `copied`: with what SQLite keeps beside them.
+bool VXCoreDataStore::copyDataFiles(const QString &path, QStringList *copied, VXError *error)
+{
     const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator(error);
     if (!coordinator)
         return false;
+    const QStringList names = VXCoreDataStoreClass::dataFilesLike(_dataFileName, _path);
+    if (names.isEmpty()) { // it was moved away since it was opened
+        VXSetError(error, VXMakeFileError(VXLocalizedString(u"Missing data store"_s), {}, _path));
+        return false;
+    }
     if (const VXError problem = VXFileManager::defaultManager().verifyPathExists(path)) {
         VXSetError(error, problem);
         return false;
     }
-    QStringList copied; // the data files with what SQLite keeps beside them
-    for (const QString &name : VXCoreDataStoreClass::dataFilesLike(_dataFileName, _path)) {
-        const auto store = coordinator->persistentStoreForPath(_path + u'/' + name);
+    return std::ranges::all_of(names, [&](const QString &name) {
         for (const auto end : {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1})
-            copied.append(name + end);
-        if (!store || !store->copyTo(path + u'/' + name, error))
-            return false;
-    }
-    return std::ranges::all_of(QDir(_path).entryInfoList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot),
-                               [&](const QFileInfo &file) {
-                                   QFile source(file.filePath());
-                                   if (copied.contains(file.fileName()) || source.copy(path + u'/' + file.fileName()))
-                                       return true;
-                                   VXSetError(error, VXMakeFileError(VXLocalizedString(u"Unable to copy file"_s),
-                                                                     source.errorString(), file.filePath()));
-                                   return false;
-                               });
+            copied->append(name + end);
+        const auto store = coordinator->persistentStoreForPath(_path + u'/' + name);
+        return store && store->copyTo(path + u'/' + name, error);
+    });
+}
+
+bool VXCoreDataStore::copyEntries(const QString &path, const std::function<bool(const QString &name)> &isWanted,
+                                  VXError *error) const
+{
+    return std::ranges::all_of(
+        QDir(_path).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
+        [&](const QFileInfo &entry) {
+            return !isWanted(entry.fileName()) || copyEntry(entry, path + u'/' + entry.fileName(), error);
+        });
 }
 
 QVariantMap VXCoreDataStore::metadata()

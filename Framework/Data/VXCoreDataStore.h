@@ -8,6 +8,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariantMap>
 
+#include <functional>
 #include <memory>
 
 /** Keys of every store's metadata: the plugin that owns it, and the version of the data it was written for. */
@@ -55,9 +56,11 @@ public:
     VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator(VXError *error = nullptr);
     /**
      * Copies the folder to a path that is free: the data files that are opened, as of one moment, though others write to them;
-     * everything else file by file. False on failure, which leaves a part there.
+     * everything else, folders too, as it is. False on failure, which leaves a part there.
      */
     bool copyTo(const QString &path, VXError *error = nullptr);
+    /** The same of models and data alone: enough to read them. */
+    bool copyDataTo(const QString &path, VXError *error = nullptr);
     /** Of the first attached store that names an owner; empty when none does. */
     QVariantMap metadata();
 
@@ -70,6 +73,9 @@ protected:
 private:
     VXPersistentStoreCoordinator::Ptr openStores(VXStoreType type, VXError *error);
     bool attachDataFiles(VXPersistentStoreCoordinator &coordinator, VXStoreType type, VXError *error);
+    bool copyDataFiles(const QString &path, QStringList *copied, VXError *error);
+    bool copyEntries(const QString &path, const std::function<bool(const QString &name)> &isWanted,
+                     VXError *error) const;
     bool attach(VXPersistentStoreCoordinator &coordinator, VXStoreType type, const QString &fileName,
                 const QString &action, VXError *error);
 

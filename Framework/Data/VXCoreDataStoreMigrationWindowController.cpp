@@ -16,6 +16,8 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTimer>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 using Controller = VXCoreDataStoreMigrationWindowController;
@@ -215,6 +217,8 @@ void Controller::waitForThread()
 
 void Controller::cancel()
 {
+    if (std::exchange(_isComplete, true))
+        return;
     setError(cancelledError());
     _window->cancel();
 }
@@ -254,15 +258,18 @@ void Controller::migrate()
     }
     const bool verifies = VXUserDefaults::standardUserDefaults().boolForKey(u"migration.verify"_s);
     VXStoreVerification verification(_migration);
+    const bool compares = verifies && _isNewStore;
     if (context) {
-        if (verifies && _isNewStore)
+        if (compares)
             verification.noteObjects(*context);
-        if (!performOnMainThread([&] { contextDidMigrate(*context); }))
+        if (!performOnMainThread([&] { contextDidMigrate(*context, !compares); }))
             return;
         error = _saveError;
+        if (!error && compares)
+            error = verification.compare(*_srcStore, *_dstStore);
+    } else if (verifies) {
+        error = VXStoreVerification::compareWithNothing(*_srcStore);
     }
-    if (!error && verifies && (_isNewStore || !context))
-        error = verification.compare(*_dstStore);
     if (error)
         VXLogMethod(VXLogError, "performMigrationThreaded:", "migrate: "_L1 + error.description());
     performOnMainThread([&] { migrationDidComplete(error); });
@@ -270,13 +277,19 @@ void Controller::migrate()
 
 // -- Back on the main thread
 
-void Controller::contextDidMigrate(VXManagedObjectContext &context)
+// What is saved nobody can cancel any more: where nothing comes after it, that is the end.
+void Controller::contextDidMigrate(VXManagedObjectContext &context, bool isLast)
 {
+    _saveError = cancelledError();
+    if (_isComplete)
+        return;
     _migration.begin(VXStoreMigration::Phase::Saving);
     showProgress();
     _saveError = VXMakeError(VXLocalizedString(u"The data could not be copied"_s)); // should the plugin's classes throw
     if (context.save(&_saveError)) {
         _saveError = {};
+        if (isLast)
+            migrationDidComplete({});
         return;
     }
     VXLogMethod(VXLogError, "contextDidMigrate:",
@@ -286,7 +299,7 @@ void Controller::contextDidMigrate(VXManagedObjectContext &context)
 
 void Controller::migrationDidComplete(const VXError &error)
 {
-    if (!_window->isRunning()) // the user was faster
+    if (std::exchange(_isComplete, true)) // the user was faster
         return;
     setError(error);
     if (error)

@@ -50,7 +50,7 @@ public:
 
     /** Begins; called by itself a moment after the window has appeared. */
     virtual void performMigration();
-    /** Makes the outcome the cancelled error, and closes the window: what the user's button does. */
+    /** Makes the outcome the cancelled error, and closes the window: what the user's button does. Nothing once it is done. */
     void cancel();
 
 protected:
@@ -71,7 +71,7 @@ private:
     void migrate();
     bool performOnMainThread(const std::function<void()> &work);
 
-    void contextDidMigrate(VXManagedObjectContext &context);
+    void contextDidMigrate(VXManagedObjectContext &context, bool isLast);
     void migrationDidComplete(const VXError &error);
     void showProgress();
     void waitForThread();
@@ -80,7 +80,8 @@ private:
     VXDataPlugin &_dataPlugin;
     StorePtr _srcStore;
     StorePtr _dstStore;
-    bool _isNewStore = true; // with a file of its own
+    bool _isNewStore = true;  // with a file of its own
+    bool _isComplete = false; // the outcome is known
 
     const std::unique_ptr<VXProgressWindow> _window;
     VXStoreMigration _migration;

@@ -1,5 +1,6 @@
 #include "VXApplication.h"
 #include "VXCoreDataStoreMigrationWindowController.h"
+#include "VXDataManager.h"
 #include "VXDataPlugin.h"
 #include "VXErrorDomain.h"
 #include "VXFileManager.h"
@@ -10,6 +11,9 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+
+#include <algorithm>
+#include <cerrno>
 
 using namespace Qt::StringLiterals;
 
@@ -38,18 +42,15 @@ VXError VXDataPlugin::exportStoreTo(const QString &path, bool validates)
     VXError problem = problemWithPlace(path);
     if (problem)
         return problem;
-    {
-        VXFolderInMaking folder(path);
-        problem = folder.problem();
-        if (!problem)
-            problem = validates ? exportValidated(folder.path()) : exportPlain(folder.path());
-        if (!problem && VXFileManager::itemExistsAtPath(path))
-            problem = VXFileManager::defaultManager().safelyTrashFileAtPath(path);
-        bool isTaken = false;
-        if (!problem)
-            folder.moveIntoPlace(&isTaken, &problem);
-    }
-    VXFolderInMaking::removeLock(QFileInfo(path).absolutePath());
+    VXFolderInMaking folder(path);
+    problem = folder.problem();
+    if (!problem)
+        problem = validates ? exportValidated(folder.path()) : exportPlain(folder.path());
+    if (!problem && VXFileManager::itemExistsAtPath(path))
+        problem = VXFileManager::defaultManager().safelyTrashFileAtPath(path);
+    bool isTaken = false;
+    if (!problem)
+        folder.moveIntoPlace(&isTaken, &problem);
     return problem;
 }
 
@@ -87,7 +88,7 @@ StorePtr VXDataPlugin::storeToExport(VXError *error) const
     return store;
 }
 
-// The store itself, or what lies around or in it, must not go to the trash for a file that is to replace it.
+// What the program keeps there, or around it, must not go to the trash for a file that is to replace it.
 VXError VXDataPlugin::problemWithPlace(const QString &path) const
 {
     const QFileInfo chosen(path);
@@ -97,8 +98,24 @@ VXError VXDataPlugin::problemWithPlace(const QString &path) const
     const auto isAround = [&](const QString &store) {
         return !store.isEmpty() && (place.startsWith(store + u'/') || (store + u'/').startsWith(place));
     };
-    const QFileInfo store(dataStorePath());
-    if (!isAround(store.absoluteFilePath()) && !isAround(store.canonicalFilePath()))
+    const QStringList own{VXDataManager::sharedDataFolderPath(), VXDataManager::sharedDataInstallPath(),
+                          dataStorePath()};
+    if (std::ranges::none_of(own, [&](const QString &each) {
+            const QFileInfo kept(each);
+            return isAround(kept.absoluteFilePath()) || isAround(kept.canonicalFilePath());
+        }))
         return {};
     return VXMakeError(VXLocalizedString(u"The data file that is in use lies there"_s), "%s", qUtf8Printable(path));
+}
+
+VXError VXDataPlugin::prepareBackupPlace(const QString &path) const
+{
+    if (VXError problem = problemWithPlace(path))
+        return problem;
+    const QString folder = QFileInfo(path).absolutePath();
+    if (VXError problem = VXFileManager::defaultManager().verifyPathExists(folder))
+        return problem;
+    return QFileInfo(folder).isWritable()
+               ? VXError()
+               : VXMakeFileError(VXLocalizedString(u"Unable to move file"_s), qt_error_string(EACCES), folder);
 }

@@ -11,7 +11,6 @@
 #include "VXMethodLog.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
-#include "VXVersion.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
@@ -28,6 +27,16 @@ namespace {
 VXError errorOf(const QString &text, const QString &suggestion)
 {
     return VXMakeError(VXLocalizedString(text), "%s", qUtf8Printable(suggestion));
+}
+
+// What is wrong with a copy is so with what was copied, and that is what users know.
+VXError withPathIn(const VXError &error, const QString &copy, const QString &original)
+{
+    QVariantMap info = error.userInfo();
+    if (!error || copy.isEmpty() || !error.filePath().startsWith(copy + u'/'))
+        return error;
+    info.insert(VXFilePathErrorKey, original + error.filePath().sliced(copy.size()));
+    return {error.domain(), error.code(), info};
 }
 
 VXUserInterface &user()
@@ -85,23 +94,32 @@ VXOpenPanel VXDataPlugin::importPanel() const
     return panel;
 }
 
-StorePtr VXDataPlugin::storeToImport(const QString &path, QString *description, VXError *error)
+// It can be opened, is of this plugin, as far as it says, and not too new.
+StorePtr VXDataPlugin::ownStoreAt(const QString &path, VXError *error)
 {
     StorePtr store = createStoreFromFileAtPath(path, error);
     if (!store || !store->persistentStoreCoordinator(error))
         return nullptr;
-    const QVariantMap metadata = store->persistentStoreCoordinator()->persistentStores().constLast()->metadata();
+    const QVariantMap metadata = store->metadata();
     const QString owner = metadata.value(VXStoreOwnerIdentifierKey).toString();
-    const QString version = metadata.value(VXStoreVersionKey).toString();
-    const QString own = dataStoreVersion();
     if (!owner.isNull() && owner != identifier())
         VXSetError(error, errorOf(u"Data file does not belong to this plugin"_s, path));
-    else if (!version.isNull() && !own.isNull() && vx_compareVersion(version, own) > 0)
+    else if (ageOf(metadata) == Age::Newer)
         VXSetError(error, errorOf(u"Data file is newer than this plugin supports"_s, path));
-    else if (*description = importDescriptionFromStore(*store); description->isNull())
-        VXSetError(error, errorOf(u"No data was found in this file."_s, path));
     else
         return store;
+    return nullptr;
+}
+
+StorePtr VXDataPlugin::storeToImport(const QString &path, QString *description, VXError *error)
+{
+    StorePtr store = ownStoreAt(path, error);
+    if (!store)
+        return nullptr;
+    *description = importDescriptionFromStore(*store);
+    if (!description->isNull())
+        return store;
+    VXSetError(error, errorOf(u"No data was found in this file."_s, path));
     return nullptr;
 }
 
@@ -173,14 +191,14 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
     VXFolderInMaking folder(dataStorePath());
     VXError problem = folder.problem();
     const StorePtr snapshot = problem ? nullptr : snapshotOf(*store, folder.path(), &problem);
-    return snapshot
-               ? run(*VXCoreDataStoreMigrationWindowController::importStore(snapshot, _sharedStoreController, *this))
-               : problem;
+    if (snapshot)
+        problem = run(*VXCoreDataStoreMigrationWindowController::importStore(snapshot, _sharedStoreController, *this));
+    return withPathIn(problem, folder.path(), store->storePath());
 }
 
 StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const
 {
-    if (!store.copyTo(path, error))
+    if (!store.copyDataTo(path, error))
         return nullptr;
     StorePtr snapshot = coreDataStoreClass().makeStore(path, store.dataFileName());
     snapshot->usePlainObjects();
@@ -191,22 +209,23 @@ StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, V
 // Under the live store's name, whatever the file is called; there when it is whole.
 VXError VXDataPlugin::stageStore(VXCoreDataStore &store)
 {
-    const QString place = VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(dataStorePath()).fileName();
+    const QString place = waitingPath();
     VXFileManager &files = VXFileManager::defaultManager();
-    if (VXFileManager::itemExistsAtPath(place)) {
-        if (VXError problem = files.safelyTrashFileAtPath(place))
-            return problem;
-    }
     if (VXError problem = files.verifyPathExists(VXDataManager::sharedDataInstallPath()))
         return problem;
     VXFolderInMaking folder(place);
     VXError problem = folder.problem();
+    const bool isCopied = !problem && store.copyTo(folder.path(), &problem);
+    if (isCopied && VXFileManager::itemExistsAtPath(place)) { // which may be the one that was copied
+        if (VXError inTheWay = files.safelyTrashFileAtPath(place))
+            return inTheWay;
+    }
     bool isTaken = false;
-    if (!problem && store.copyTo(folder.path(), &problem) && folder.moveIntoPlace(&isTaken, &problem))
+    if (isCopied && folder.moveIntoPlace(&isTaken, &problem))
         return {};
     VXLogMethod(VXLogError, "importStoreAtPath:error:",
                 u"Could not copy file: %1 -> %2: %3"_s.arg(store.storePath(), place, problem.description()));
-    return errorOf(u"Unable to copy file"_s, problem.localizedRecoverySuggestion());
+    return errorOf(u"Unable to copy file"_s, problem.description());
 }
 
 void VXDataPlugin::askForRelaunch()

@@ -16,6 +16,8 @@ namespace {
 
 constexpr qsizetype batchSize = 500; // of old objects that are in memory at once
 
+constexpr const char *relationshipOperation = "migrateObjectRelationship:oldObject:version:withNewObjects:error:";
+
 VXError unreadable(const VXEntityDescription &entity)
 {
     return VXMakeError(VXLocalizedString(u"Unable to read data file"_s), "%s", qUtf8Printable(entity.name()));
@@ -99,6 +101,40 @@ void noteNotFound(const VXManagedObjectPtr &oldObject, const QString &relationsh
 {
     if (VXStoreMigration *const run = VXStoreMigration::current())
         run->entity(oldObject->entity().name()).notFound[relationship] += count;
+}
+
+using Members = QHash<QString, QList<VXManagedObjectID>>; // by relationship
+
+// What relationships that are to-many at both ends lead to though it is gone, by source. They are read without it.
+std::optional<QHash<VXManagedObjectID, Members>> missingMembers(const VXEntityDescription &entity,
+                                                                const VXManagedObjectContext &context, VXError *error)
+{
+    QHash<VXManagedObjectID, Members> missing;
+    for (const VXRelationshipDescription *const relationship : entity.relationships()) {
+        if (relationship->isTransient() || !relationship->isManyToMany())
+            continue;
+        for (const auto &store : context.persistentStoreCoordinator()->persistentStores()) {
+            QList<VXBrokenReference> found;
+            if (!store->findMissingTargets(*relationship, &found, error))
+                return std::nullopt;
+            for (const VXBrokenReference &each : std::as_const(found))
+                missing[each.source][relationship->name()].append(each.target);
+        }
+    }
+    return missing;
+}
+
+// The new objects, by their names, of what an old object leads to.
+QString textOfMembers(const QList<VXManagedObjectID> &oldIDs, const VXMigratedObjects &newObjects)
+{
+    QStringList oldNames;
+    QStringList newNames;
+    for (const VXManagedObjectID &objectID : oldIDs) {
+        const VXManagedObjectPtr object = newObjects.value(objectID);
+        oldNames.append(nameOf(objectID));
+        newNames.append(object ? nameOf(object->objectID()) : u"<null>"_s);
+    }
+    return u":\n(%1)\n(%2)"_s.arg(oldNames.join(", "_L1), newNames.join(", "_L1));
 }
 
 } // namespace
@@ -186,7 +222,6 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
                                                            const VXManagedObjectPtr &oldObject, int,
                                                            const VXMigratedObjects &newObjects, VXError *)
 {
-    constexpr const char *operation = "migrateObjectRelationship:oldObject:version:withNewObjects:error:";
     VXManagedObjectPtr newObject = newObjects.value(oldObject->objectID());
     const VXRelationshipDescription *const old = oldObject->entity().relationshipForName(relationship);
     const VXRelationshipDescription *const made =
@@ -197,8 +232,6 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
     if (oldIDs.isEmpty())
         return newObject;
     QList<VXManagedObjectPtr> related;
-    QStringList oldNames;
-    QStringList newNames;
     for (const VXManagedObjectID &objectID : oldIDs) {
         if (VXManagedObjectPtr object = newObjects.value(objectID))
             related.append(std::move(object));
@@ -207,21 +240,26 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
         noteNotFound(oldObject, relationship, oldIDs.size() - related.size());
         QString text =
             u"Unable to retrieve relationship %1 for object %2"_s.arg(relationship, nameOf(oldObject->objectID()));
-        if (old->isToMany()) {
-            for (const VXManagedObjectID &objectID : oldIDs) {
-                const VXManagedObjectPtr object = newObjects.value(objectID);
-                oldNames.append(nameOf(objectID));
-                newNames.append(object ? nameOf(object->objectID()) : u"<null>"_s);
-            }
-            text += u":\n(%1)\n(%2)"_s.arg(oldNames.join(", "_L1), newNames.join(", "_L1));
-        }
-        VXLogMethod(VXLogWarning, operation, text);
+        if (old->isToMany())
+            text += textOfMembers(oldIDs, newObjects);
+        VXLogMethod(VXLogWarning, relationshipOperation, text);
     }
     if (made->isToMany())
         newObject->setRelatedObjects(made->index(), related);
     else if (!related.isEmpty())
         newObject->setRelated(made->index(), related.constFirst());
     return newObject;
+}
+
+void VXDataPlugin::tellOfMissingMembers(const VXManagedObjectPtr &oldObject, const QString &relationship,
+                                        const QList<VXManagedObjectID> &missing,
+                                        const VXMigratedObjects &newObjects) const
+{
+    noteNotFound(oldObject, relationship, missing.size());
+    const int index = oldObject->entity().relationshipForName(relationship)->index();
+    VXLogMethod(VXLogWarning, relationshipOperation,
+                u"Unable to retrieve relationship %1 for object %2"_s.arg(relationship, nameOf(oldObject->objectID())) +
+                    textOfMembers(oldObject->relatedIDs(index) + missing, newObjects));
 }
 
 bool VXDataPlugin::migrateEntityRelationships(const VXEntityDescription &entity, VXManagedObjectContext &oldContext,
@@ -239,7 +277,13 @@ bool VXDataPlugin::migrateEntityRelationships(const VXEntityDescription &entity,
                    oldContext.readRelated(oldObjects, *relationship, error);
         });
     };
+    const auto missing = missingMembers(entity, oldContext, error);
+    if (!missing)
+        return false;
     const auto migrate = [&](const VXManagedObjectPtr &oldObject) {
+        const Members gone = missing->value(oldObject->objectID());
+        for (auto each = gone.cbegin(); each != gone.cend(); ++each)
+            tellOfMissingMembers(oldObject, each.key(), *each, newObjects);
         return std::ranges::all_of(relationships, [&](const VXRelationshipDescription *relationship) {
             return bool(migrateObjectRelationship(relationship->name(), oldObject, version, newObjects, error));
         });

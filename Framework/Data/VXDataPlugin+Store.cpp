@@ -31,11 +31,6 @@ bool isEmptyFolder(const QString &path)
            QDir(path).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
 }
 
-QString waitingPathFor(const QString &path)
-{
-    return VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(path).fileName();
-}
-
 VXError storeError(const QString &text, const QString &suggestion)
 {
     return VXMakeError(VXLocalizedString(text), "%s", qUtf8Printable(suggestion));
@@ -175,12 +170,15 @@ VXManagedObjectModel::Ptr VXDataPlugin::ownModel(VXError *error) const
 StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
 {
     const QString path = dataStorePath();
-    if (!bringBackLoneUpgradingFile(path, error) || !installWaitingStore(path, error))
-        return nullptr;
-    // From here on nobody replaces the store: once it is open it holds such a lock itself.
-    if (!takeOpeningLock(path, error))
-        return nullptr;
-    tellOfWaitingStore(path);
+    do { // again when an upgrade was cut short that this waited for
+        _openingLock = nullptr;
+        if (!bringBackLoneUpgradingFile(path, error) || !installWaitingStore(path, error))
+            return nullptr;
+        // From here on nobody replaces the store: once it is open it holds such a lock itself.
+        if (!takeOpeningLock(path, error))
+            return nullptr;
+    } while (isUpgradingFileLone());
+    tellOfWaitingStore();
     VXError problem;
     StorePtr store;
     if (VXExistsAtPath(path) && !isEmptyFolder(path)) {
@@ -215,9 +213,14 @@ StorePtr VXDataPlugin::createBundleStore(const QString &path, VXError *error)
 
 // -- What waits in the install folder replaces the store, which goes to the trash
 
+QString VXDataPlugin::waitingPath() const
+{
+    return VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(dataStorePath()).fileName();
+}
+
 bool VXDataPlugin::installWaitingStore(const QString &path, VXError *error)
 {
-    const QString waiting = waitingPathFor(path);
+    const QString waiting = waitingPath();
     if (!VXExistsAtPath(waiting))
         return true;
     VXError problem = VXFileManager::defaultManager().verifyPathExists(QFileInfo(path).path());
@@ -236,12 +239,10 @@ bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &pat
 {
     VXFileManager &files = VXFileManager::defaultManager();
     if (VXExistsAtPath(path)) {
-        QString trashed;
-        if (const VXError problem = files.safelyTrashFileAtPath(path, &trashed)) {
+        if (const VXError problem = VXStorePast::trash(path, path, u"replaced"_s)) {
             VXSetError(error, problem);
             return false;
         }
-        VXStorePast::note(path, trashed, u"replaced"_s);
     }
     if (!files.moveItemAtPath(waiting, path))
         return true;
@@ -251,9 +252,9 @@ bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &pat
 }
 
 // In the log and to who started the program: what was imported is not there yet.
-void VXDataPlugin::tellOfWaitingStore(const QString &path) const
+void VXDataPlugin::tellOfWaitingStore() const
 {
-    if (!VXExistsAtPath(waitingPathFor(path)))
+    if (!VXExistsAtPath(waitingPath()))
         return;
     const QString text =
         u"The store \"%1\" is in use: its replacement waits for a start when nobody has it open"_s.arg(dataStoreName());

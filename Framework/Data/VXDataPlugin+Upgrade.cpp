@@ -7,13 +7,18 @@
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXPluginManager.h"
 #include "VXPluginMarker.h"
+#include "VXPluginProxy.h"
 #include "VXStoreLock.h"
 #include "VXStorePast.h"
 #include "VXStoreUpgradeWindowController.h"
 #include "VXVersion.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -61,7 +66,9 @@ StorePtr VXDataPlugin::_loadBundleStoreFile(const QString &path, VXError *error)
 StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
 {
     StorePtr store = coreDataStoreClass().storeWithPath(path);
-    if (!store || dataStoreVersion().isNull())
+    if (!store || !isOwnStore(path, error))
+        return nullptr;
+    if (dataStoreVersion().isNull())
         return store;
     const std::optional<Age> age = ageOfStore(path, error);
     if (!age)
@@ -84,27 +91,61 @@ StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
     return coreDataStoreClass().storeWithPath(path);
 }
 
-// By its metadata alone: a store of another version is not opened, so that nothing of it is touched.
-std::optional<VXDataPlugin::Age> VXDataPlugin::ageOfStore(const QString &path, VXError *error) const
+// A store of another version is not opened, so that nothing of it is touched.
+std::optional<QVariantMap> VXDataPlugin::metadataOfStore(const QString &path, VXError *error) const
 {
     const QStringList names = coreDataStoreClass().dataFilesForStorePath(path);
-    const VXStoreType type = VXCoreDataStoreClass::typeOfDataFile(names.value(names.size() - 1));
-    QVariantMap metadata; // of the first file that has an owner
-    for (const QString &name : VXCoreDataStoreClass::dataFilesLike(names.value(names.size() - 1), path)) {
-        if (metadata.contains(VXStoreOwnerIdentifierKey))
-            break;
+    if (names.isEmpty()) {
+        VXSetError(error, VXMakeError(VXLocalizedString(u"Missing data store"_s), "%s", qUtf8Printable(path)));
+        return std::nullopt;
+    }
+    const VXStoreType type = VXCoreDataStoreClass::typeOfDataFile(names.constLast());
+    for (const QString &name : VXCoreDataStoreClass::dataFilesLike(names.constLast(), path)) {
         VXError problem;
-        metadata = VXPersistentStoreCoordinator::metadataForPersistentStore(type, path + u'/' + name, &problem);
+        const QVariantMap metadata =
+            VXPersistentStoreCoordinator::metadataForPersistentStore(type, path + u'/' + name, &problem);
         if (problem) {
             VXSetError(error, problem);
             return std::nullopt;
         }
+        if (metadata.contains(VXStoreOwnerIdentifierKey))
+            return metadata;
     }
-    if (!metadata.contains(VXStoreOwnerIdentifierKey)) {
-        VXSetError(error, VXMakeError(VXLocalizedString(u"Data file does not belong to this plugin"_s), "%s",
-                                      qUtf8Printable(path)));
+    return QVariantMap();
+}
+
+// The identifiers of plugins may change, and their stores stay theirs. But of two plugins that are there, whose stores have one
+// name, only one can have it.
+bool VXDataPlugin::isOwnStore(const QString &path, VXError *error) const
+{
+    const QVariantMap metadata =
+        metadataOfStore(path, nullptr).value_or(QVariantMap()); // what cannot be read fails later
+    const QString owner = metadata.value(VXStoreOwnerIdentifierKey).toString();
+    const VXPluginProxy *const other =
+        owner == identifier() ? nullptr : VXPluginManager::sharedPluginManager().pluginWithIdentifier(owner);
+    if (other == nullptr || !other->isInstalled() ||
+        other->bundle()->infoDictionary().value(u"VXDataStoreName"_s) != dataStoreName())
+        return true;
+    const QString reason = VXLocalizedString(u"It is that of %1, whose store has the same name."_s).arg(owner);
+    VXSetError(error, VXMakeError(VXLocalizedString(u"Data file does not belong to this plugin"_s), "%s",
+                                  qUtf8Printable(reason)));
+    return false;
+}
+
+std::optional<VXDataPlugin::Age> VXDataPlugin::ageOfStore(const QString &path, VXError *error) const
+{
+    const std::optional<QVariantMap> metadata = metadataOfStore(path, error);
+    if (!metadata)
         return std::nullopt;
-    }
+    if (metadata->isEmpty())
+        VXLogMethod(VXLogWarning, "metadata", u"missing store identifier"_s);
+    return ageOf(*metadata);
+}
+
+VXDataPlugin::Age VXDataPlugin::ageOf(const QVariantMap &metadata) const
+{
+    if (dataStoreVersion().isNull())
+        return Age::Same;
     const QString stored = metadata.value(VXStoreVersionKey).toString(); // none: older than any
     int order = stored.isNull() ? -1 : vx_compareVersion(stored, dataStoreVersion());
     if (order == 0) {
@@ -131,8 +172,9 @@ VXError VXDataPlugin::upgradeStore(const QString &path)
             return error;
         if (*age == Age::Older) {
             const VXPluginMarker::Scope nobody; // whoever ends the program now has not crashed in the plugin
-            const auto controller = VXStoreUpgradeWindowController::upgradeStoreForPlugin(*this);
-            error = run(*controller);
+            error = run(*VXStoreUpgradeWindowController::upgradeStoreForPlugin(*this));
+            if (error)
+                putUpgradingFileBack();
         }
     }
     if (!error && takeOpeningLock(path, &error) && ageOfStore(path, &error) != Age::Same && !error)
@@ -147,10 +189,18 @@ VXError VXDataPlugin::run(VXCoreDataStoreMigrationWindowController &controller)
     return error;
 }
 
+// What waits replaces what is there; an old store that is alone was left by an upgrade that was cut short.
+QString VXDataPlugin::storeToOpen() const
+{
+    const QStringList places{waitingPath(), dataStorePath(), upgradingPath()};
+    const auto found = std::ranges::find_if(places, exists);
+    return found == places.end() ? QString() : *found;
+}
+
 std::optional<bool> VXDataPlugin::isUpgradeDue(VXError *error) const
 {
-    const QString path = dataStorePath();
-    if (dataStoreVersion().isNull() || !exists(path))
+    const QString path = storeToOpen();
+    if (dataStoreVersion().isNull() || path.isNull())
         return false;
     const std::optional<Age> age = ageOfStore(path, error);
     return age ? std::optional(*age == Age::Older) : std::nullopt;
@@ -174,19 +224,33 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
 {
     VXAssert(_sharedStoreController == nullptr, u"Can not take a store back while the plugin has it open"_s);
     VXError error;
-    const std::optional<Age> age = ageOfStore(from, &error);
-    const StorePtr store = age ? createStoreFromFileAtPath(from, &error) : nullptr;
+    *isWaiting = false;
+    const bool isOld = QDir::cleanPath(from) == upgradingPath();
+    if (!bringBackLoneUpgradingFile(dataStorePath(), &error) || (isOld && !exists(from)))
+        return error;
+    const StorePtr store = ownStoreAt(from, &error);
     if (!store)
         return error;
-    if (*age == Age::Newer)
-        return VXMakeError(VXLocalizedString(u"Data file is newer than this plugin supports"_s), "%s",
-                           qUtf8Printable(from));
     error = stageStore(*store);
     if (!error)
         installWaitingStore(dataStorePath(), &error);
-    *isWaiting =
-        !error && exists(VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(dataStorePath()).fileName());
+    *isWaiting = !error && exists(waitingPath());
+    if (isOld && !error && !*isWaiting) // it would pass for the old one of another upgrade
+        error = VXFileManager::defaultManager().safelyTrashFileAtPath(upgradingPath());
     return error;
+}
+
+QList<VXStorePast::Entry> VXDataPlugin::earlierStores() const
+{
+    QList<VXStorePast::Entry> stores = VXStorePast::entries(dataStorePath());
+    if (exists(upgradingPath()))
+        stores.prepend({upgradingPath(), QFileInfo(upgradingPath()).lastModified(), u"upgraded"_s});
+    return stores;
+}
+
+VXError VXDataPlugin::withdrawWaitingStore(QString *trashed) const
+{
+    return VXFileManager::defaultManager().safelyTrashFileAtPath(waitingPath(), trashed);
 }
 
 // The stamp is on the disk before the first object is.
@@ -201,37 +265,47 @@ bool VXDataPlugin::saveStamp(VXCoreDataStore &store, VXError *error)
 // The program ended in the midst of an upgrade: nothing but the old store is there, and a new one would hide it.
 bool VXDataPlugin::bringBackLoneUpgradingFile(const QString &path, VXError *error)
 {
-    const auto isLone = [&] { return exists(upgradingPath()) && !exists(path); };
-    if (!isLone())
+    if (!isUpgradingFileLone())
         return true;
     const VXStoreLock::Ptr lock = VXStoreLock::take(path, VXStoreLock::Purpose::Replace, longestWait, error);
     if (!lock)
         return false;
-    if (!isLone() || restoreUpgradingFile())
+    if (!isUpgradingFileLone() || putUpgradingFileBack())
         return true;
     VXSetError(error, VXFileManager::lastError());
     return false;
 }
 
+bool VXDataPlugin::isUpgradingFileLone() const
+{
+    return exists(upgradingPath()) && !exists(dataStorePath());
+}
+
 bool VXDataPlugin::restoreUpgradingFile()
+{
+    if (!exists(upgradingPath()))
+        return true;
+    _openingLock = nullptr;
+    VXError problem; // what others have open, or are upgrading, stays where it is
+    const VXStoreLock::Ptr lock = VXStoreLock::take(dataStorePath(), VXStoreLock::Purpose::Replace, {}, &problem);
+    if (lock)
+        return putUpgradingFileBack();
+    VXLogMethod(VXLogError, "restoreUpgradingFile", problem.description());
+    return false;
+}
+
+// For who has the store's place alone.
+bool VXDataPlugin::putUpgradingFileBack()
 {
     constexpr const char *operation = "restoreUpgradingFile";
     const QString upgrading = upgradingPath();
     const QString path = dataStorePath();
     if (!exists(upgrading))
         return true;
-    _openingLock = nullptr;
     VXFileManager &files = VXFileManager::defaultManager();
     if (exists(path)) {
-        VXError problem;
-        const VXStoreLock::Ptr lock = VXStoreLock::take(path, VXStoreLock::Purpose::Replace, {}, &problem);
-        if (!lock) { // what others have open stays where it is
-            VXLogMethod(VXLogError, operation, "trash: "_L1 + problem.description());
-            return false;
-        }
         VXLogMethod(VXLogWarning, operation, "Removing failed upgrade: "_L1 + path);
-        problem = files.safelyTrashFileAtPath(path);
-        if (problem) {
+        if (const VXError problem = VXStorePast::trash(path, path, u"removed"_s)) {
             VXLogMethod(VXLogError, operation, "trash: "_L1 + problem.description());
             return false;
         }
@@ -273,12 +347,9 @@ void VXDataPlugin::removeUpgradingFile()
 
 void VXDataPlugin::trashUpgradingFile(const QString &upgrading)
 {
-    QString trashed;
-    const VXError problem = VXFileManager::defaultManager().safelyTrashFileAtPath(upgrading, &trashed);
-    if (!problem) {
-        VXStorePast::note(dataStorePath(), trashed, u"upgraded"_s);
+    const VXError problem = VXStorePast::trash(dataStorePath(), upgrading, u"upgraded"_s, &_oldStore);
+    if (!problem)
         return;
-    }
     VXLogMethod(VXLogError, "removeUpgradingFile", "trash: "_L1 + problem.description());
     VXApplication::sharedApplication().presentError(problem);
 }
@@ -310,6 +381,7 @@ void VXDataPlugin::moveUpgradingFile(const QString &upgrading, const QString &pl
         }
     }
     if (!files.moveItemAtPath(upgrading, place)) {
+        _oldStore = place;
         VXStorePast::note(dataStorePath(), place, u"upgraded"_s);
         return;
     }

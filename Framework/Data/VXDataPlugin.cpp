@@ -4,6 +4,7 @@
 #include "VXDataManager.h"
 #include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
+#include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXPluginGuard.h"
@@ -30,7 +31,7 @@ QString textForPeople(const VXError &error)
     QStringList texts{error.localizedDescription(), error.localizedRecoverySuggestion(), error.filePath()};
     texts.removeAll(QString());
     texts.removeDuplicates();
-    const QString text = texts.join(u' ');
+    const QString text = texts.isEmpty() ? VXLocalizedString(u"It does not say why."_s) : texts.join(u' ');
     return text.endsWith(u'.') ? text : text + u'.';
 }
 
@@ -138,6 +139,22 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXErr
     return nullptr;
 }
 
+// What the user may want to know of the stores from before; null when there is nothing.
+QString VXDataPlugin::textAboutEarlierStores(bool isCancelled) const
+{
+    const QList<VXStorePast::Entry> earlier = earlierStores();
+    if (isCancelled)
+        return VXExistsAtPath(upgradingPath()) ? QString() : VXLocalizedString(u"The store is as it was."_s);
+    if (earlier.isEmpty())
+        return {};
+    const QString text =
+        earlier.constFirst().reason == "removed"_L1
+            ? VXLocalizedString(u"The store from before its last upgrade has taken its place, and it lies in %1; "
+                                "\"vornix store rollback %2\" takes it back."_s)
+            : VXLocalizedString(u"The store from before lies in %1; \"vornix store rollback %2\" takes it back."_s);
+    return text.arg(earlier.constFirst().path, dataStoreName());
+}
+
 void VXDataPlugin::endApplication(const VXError &error, const VXError &reason)
 {
     if (std::exchange(hasFailed, true))
@@ -149,6 +166,8 @@ void VXDataPlugin::endApplication(const VXError &error, const VXError &reason)
     alert.details =
         VXLocalizedString(u"The plugin \"%1\" (%2) cannot open it: %3 Without the plugin the program starts."_s)
             .arg(description(), identifier(), textForPeople(reason));
+    if (const QString text = textAboutEarlierStores(reason.code() == VXErrorCancelled); !text.isNull())
+        alert.details += u' ' + text;
     alert.defaultButton = VXGlobalString(u"Quit"_s);
     VXApplication &application = VXApplication::sharedApplication();
     std::ignore = application.userInterface().runAlert(alert); // there is but one answer

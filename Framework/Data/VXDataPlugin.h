@@ -5,6 +5,7 @@
 #include "VXManagedObjectContext.h"
 #include "VXPlugin.h"
 #include "VXStoreMigration.h"
+#include "VXStorePast.h"
 #include "VXUserInterface.h"
 
 #include <QtCore/QString>
@@ -128,17 +129,27 @@ public:
     void removeUpgradingFile();
     /** Decides beforehand what becomes of the old store, and nobody is asked: null for the trash, else where it goes as a backup. */
     void setUpgradeBackup(const QString &path) { _upgradeBackup = path; }
-    /** Whether the store is there and of an older version. Empty when it cannot be told. */
+    /** Where the old store of the last upgrade went, once that is settled. */
+    const QString &oldStore() const { return _oldStore; }
+    /** The store that the next start opens, wherever it lies now; null when there is none. */
+    QString storeToOpen() const;
+    /** Whether that one is of an older version. Empty when it cannot be told. */
     std::optional<bool> isUpgradeDue(VXError *error = nullptr) const;
     /** Copies a store into one that is gone afterwards, to see what an upgrade or import would do. Nothing is written. */
     VXError rehearse(const StorePtr &source, QList<VXEntityMigration> *entities);
     /** What became of the objects in the last upgrade, import or validated export. */
     const QList<VXEntityMigration> &lastMigration() const { return _lastMigration; }
+    /** The stores from before, the last one first; with that of an upgrade that is not settled. */
+    QList<VXStorePast::Entry> earlierStores() const;
     /**
-     * Has a copy of an earlier store (VXStorePast, or a backup) take the place of the present one, which goes to the trash. The
+     * Has a copy of an earlier store, or of a backup, take the place of the present one, which goes to the trash. The
      * store must not be open here (holdBackStore). While others have it open, it waits for the next start: `isWaiting`.
      */
     VXError takeBack(const QString &from, bool *isWaiting);
+    /** Where a store lies that is to replace the present one at the next start. */
+    QString waitingPath() const;
+    /** That one goes to the trash, and the present one stays. */
+    VXError withdrawWaitingStore(QString *trashed) const;
 
     // -- Importing (VXDataPlugin+Import.cpp); what asks the user runs modally
     /** The store of a folder of whatever version, to be read only. Null when it is none. */
@@ -179,6 +190,8 @@ public:
     Q_INVOKABLE void exportStoreAction();
     /** The same without asking. What lies there goes to the trash once the export is whole. */
     VXError exportStoreTo(const QString &path, bool validates);
+    /** Why no copy of the store can be put there; none when it can. Makes the folders above it. */
+    VXError prepareBackupPlace(const QString &path) const;
 
 protected:
     void _pluginWillLoad() override;
@@ -199,12 +212,18 @@ private:
     VXCoreDataStore::Ptr createBundleStore(const QString &path, VXError *error);
     bool installWaitingStore(const QString &path, VXError *error);
     bool moveInWaitingStore(const QString &waiting, const QString &path, VXError *error);
-    void tellOfWaitingStore(const QString &path) const;
+    void tellOfWaitingStore() const;
     VXCoreDataStore::Ptr _loadBundleStoreFile(const QString &path, VXError *error);
     QString smartFilterVersion() const;
+    std::optional<QVariantMap> metadataOfStore(const QString &path, VXError *error) const;
+    bool isOwnStore(const QString &path, VXError *error) const;
+    Age ageOf(const QVariantMap &metadata) const;
     std::optional<Age> ageOfStore(const QString &path, VXError *error) const;
+    StorePtr ownStoreAt(const QString &path, VXError *error);
     StorePtr openOrUpgrade(const QString &path, VXError *error);
     VXError upgradeStore(const QString &path);
+    bool isUpgradingFileLone() const;
+    bool putUpgradingFileBack();
     bool bringBackLoneUpgradingFile(const QString &path, VXError *error);
     bool takeOpeningLock(const QString &path, VXError *error);
     void saveUpgradingFileAsBackup(const QString &upgrading);
@@ -216,14 +235,18 @@ private:
     VXError problemWithPlace(const QString &path) const;
     void moveUpgradingFile(const QString &upgrading, const QString &place);
     void trashUpgradingFile(const QString &upgrading);
+    void tellOfMissingMembers(const VXManagedObjectPtr &oldObject, const QString &relationship,
+                              const QList<VXManagedObjectID> &missing, const VXMigratedObjects &newObjects) const;
     bool saveStamp(VXCoreDataStore &store, VXError *error);
     void tellOfChangedModel(const VXManagedObjectModel &stored) const;
+    QString textAboutEarlierStores(bool isCancelled) const;
     void endApplication(const VXError &error, const VXError &reason);
 
     VXError run(VXCoreDataStoreMigrationWindowController &controller);
 
     VXCoreDataStore::Ptr _sharedStoreController;
     std::optional<QString> _upgradeBackup;
+    QString _oldStore;
     QList<VXEntityMigration> _lastMigration;
     bool _isOpening = false;
     std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own

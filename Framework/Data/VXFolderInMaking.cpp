@@ -3,6 +3,7 @@
 #include "VXErrorDomain.h"
 #include "VXFileManager.h"
 #include "VXFramework.h"
+#include "VXScratchFolder.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -15,32 +16,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString lockIn(const QString &folder)
-{
-    return folder + "/.new.lock"_L1;
-}
+// The program's own name is in it: it is removed from folders of the user's choice, too.
+const QString prefix = u".vornix-new."_s;
 
 } // namespace
 
 void VXFolderInMaking::removeLeftovers(const QString &folder)
 {
-    const auto leftovers = [&] {
-        return QDir(folder).entryList({u".new.*"_s}, QDir::Dirs | QDir::Hidden | QDir::NoSymLinks);
-    };
-    if (leftovers().isEmpty())
-        return;
-    const VXFileLock lock(lockIn(folder), std::chrono::milliseconds(0));
-    if (!lock.isHeld()) // somebody is making one
-        return;
-    for (const QString &name : leftovers())
-        QDir(folder + u'/' + name).removeRecursively();
-}
-
-void VXFolderInMaking::removeLock(const QString &folder)
-{
-    const VXFileLock lock(lockIn(folder), std::chrono::milliseconds(0));
-    if (lock.isHeld())
-        QFile::remove(lockIn(folder));
+    VXScratchFolder::removeAbandoned(folder, prefix);
 }
 
 VXFolderInMaking::VXFolderInMaking(const QString &place) : _place(QDir::cleanPath(QFileInfo(place).absoluteFilePath()))
@@ -50,15 +33,11 @@ VXFolderInMaking::VXFolderInMaking(const QString &place) : _place(QDir::cleanPat
     if (_problem)
         return;
     removeLeftovers(info.path());
-    _lock =
-        std::make_unique<VXFileLock>(lockIn(info.path()), std::chrono::milliseconds::max(), VXFileLock::Mode::Shared);
-    _around = std::make_unique<QTemporaryDir>(info.path() + "/.new.XXXXXX"_L1);
-    if (_lock->isHeld() && _around->isValid()) {
-        _path = _around->filePath(info.fileName());
-        return;
-    }
-    const QString reason = _lock->isHeld() ? _around->errorString() : _lock->reason();
-    _problem = VXMakeFileError(VXLocalizedString(u"Could not create folder."_s), reason, _place);
+    _around = std::make_unique<VXScratchFolder>(info.path(), prefix);
+    if (_around->path().isNull())
+        _problem = VXMakeFileError(VXLocalizedString(u"Could not create folder."_s), _around->reason(), _place);
+    else
+        _path = _around->path() + u'/' + info.fileName();
 }
 
 VXFolderInMaking::~VXFolderInMaking() = default;

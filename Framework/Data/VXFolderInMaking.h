@@ -1,17 +1,18 @@
 #pragma once
 
 #include "VXError.h"
-#include "VXFileLock.h"
 #include "VXFrameworkExport.h"
 
 #include <QtCore/QString>
-#include <QtCore/QTemporaryDir>
 
 #include <memory>
 
+class VXScratchFolder;
+
 /**
- * A folder that comes to its place whole or not at all: it is filled in ".new.XXXXXX" beside the place, for this user
- * only, and then moved. What processes left behind that were killed meanwhile is removed, once nobody is making any.
+ * A folder that comes to its place whole or not at all: it is filled in ".vornix-new.XXXXXX" beside the place, for this user
+ * only, and then moved. What processes left behind that were killed meanwhile is removed; what bears another name, or is being
+ * made, stays.
  */
 class VX_EXPORT VXFolderInMaking
 {
@@ -20,6 +21,8 @@ public:
     explicit VXFolderInMaking(const QString &place);
     /** Removes what was not moved. */
     ~VXFolderInMaking();
+    VXFolderInMaking(const VXFolderInMaking &) = delete;
+    VXFolderInMaking &operator=(const VXFolderInMaking &) = delete;
 
     /** Why it cannot be made; none when it can. */
     const VXError &problem() const { return _problem; }
@@ -30,13 +33,10 @@ public:
 
     /** Removes what killed processes left in a folder where others were made. */
     static void removeLeftovers(const QString &folder);
-    /** Removes what those leave in a folder that is not the program's own, once nobody is making any there. */
-    static void removeLock(const QString &folder);
 
 private:
     const QString _place;
-    std::unique_ptr<VXFileLock> _lock; // shared by all who make folders there
-    std::unique_ptr<QTemporaryDir> _around;
+    std::unique_ptr<VXScratchFolder> _around;
     QString _path;
     VXError _problem;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXError.h"
 #include "VXFrameworkExport.h"
 
 #include <QtCore/QDateTime>
@@ -8,7 +9,8 @@
 
 /**
  * Remembers where the stores went that others took the place of: to the trash, or to where the user wanted a backup. A list of
- * the last ten in the file ".NAME.vxdatastore.past" beside the store's place. It only helps to find them: none is kept for it.
+ * the last ten in the file ".NAME.vxdatastore.past" beside the store's place. It only helps to find them: none is kept for it,
+ * and what has come to lie in the place of one that is gone is not taken for it.
  * Main thread only.
  */
 class VX_EXPORT VXStorePast
@@ -18,9 +20,13 @@ public:
     {
         QString path;
         QDateTime date;
-        QString reason; // "upgraded" or "replaced"
+        QString reason; // "upgraded", "replaced" or "removed"
     };
 
+    /** Puts the folder at `path`, which is or was the store, into the trash, and notes that before: it is found again whenever
+     * the process is ended. Failures to note it are logged. */
+    static VXError trash(const QString &storePath, const QString &path, const QString &reason,
+                         QString *trashedPath = nullptr);
     /** Failures are logged. */
     static void note(const QString &storePath, const QString &keptPath, const QString &reason);
     /** Those that are still there, the last one first. */

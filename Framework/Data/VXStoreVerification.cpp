@@ -67,14 +67,41 @@ VXPersistentStoreCoordinator::Ptr openAgain(VXCoreDataStore &store, VXError *err
 
 } // namespace
 
-VXError VXStoreVerification::compare(VXCoreDataStore &destination)
+namespace {
+
+qsizetype countIn(const VXPersistentStoreCoordinator::Ptr &coordinator, VXError *error)
 {
-    const auto expected = _migration.newObjects().size();
-    if (_objects.isEmpty() && expected > 0) // the hooks have made objects, and then had nothing saved
-        return difference(VXLocalizedString(u"Of %1 objects none was saved."_s).arg(expected));
+    VXManagedObjectContext context(coordinator);
+    qsizetype count = 0;
+    for (const VXEntityDescription *const entity : coordinator->model().entities()) {
+        if (entity->superentity() == nullptr && !*error) // the others are counted with these
+            count += context.countForFetchRequest(VXFetchRequest(*entity), error).value_or(0);
+    }
+    return count;
+}
+
+VXError noneOf(qsizetype count)
+{
+    return count == 0 ? VXError() : difference(VXLocalizedString(u"Of %1 objects none was saved."_s).arg(count));
+}
+
+} // namespace
+
+VXError VXStoreVerification::compareWithNothing(VXCoreDataStore &source)
+{
+    VXError error;
+    const auto coordinator = source.persistentStoreCoordinator(&error);
+    const qsizetype count = coordinator ? countIn(coordinator, &error) : 0;
+    return error ? error : noneOf(count);
+}
+
+VXError VXStoreVerification::compare(VXCoreDataStore &source, VXCoreDataStore &destination)
+{
     _migration.begin(VXStoreMigration::Phase::Verifying, _objects.size());
     VXError error;
     const VXPersistentStoreCoordinator::Ptr coordinator = openAgain(destination, &error);
+    if (!error && _objects.isEmpty() && countIn(coordinator, &error) == 0 && !error)
+        return compareWithNothing(source);
     for (qsizetype at = 0; at < _objects.size() && !error && !_migration.isCancelled(); at += batchSize)
         error = compareBatch(_objects.mid(at, batchSize), *coordinator);
     return error;

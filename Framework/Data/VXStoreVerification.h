@@ -21,8 +21,11 @@ public:
 
     /** Before the context is saved: takes note of what it is to save. */
     void noteObjects(const VXManagedObjectContext &context);
-    /** After it was saved. @return the first difference; none when there is none. */
-    VXError compare(VXCoreDataStore &destination);
+    /** After it was saved; what the hooks had saved themselves before is only counted. @return the first difference; none when
+     * there is none. */
+    VXError compare(VXCoreDataStore &source, VXCoreDataStore &destination);
+    /** When there was nothing to save: a difference if the source has objects. */
+    static VXError compareWithNothing(VXCoreDataStore &source);
 
 private:
     VXError compareBatch(const QList<VXManagedObjectPtr> &objects, VXPersistentStoreCoordinator &saved);

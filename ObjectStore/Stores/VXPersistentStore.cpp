@@ -174,6 +174,16 @@ bool VXPersistentStore::rows(const QList<VXManagedObjectID> &objectIDs, const st
     return true;
 }
 
+bool VXPersistentStore::findMissingTargets(const VXRelationshipDescription &relationship,
+                                           QList<VXBrokenReference> *found, VXError *error)
+{
+    if (!findBrokenReferences(found, error))
+        return false;
+    found->removeIf(
+        [&](const VXBrokenReference &each) { return each.relationship != &relationship || each.isTargetThere; });
+    return true;
+}
+
 // By an ordinary save, so that others who have read a row learn of it.
 std::optional<QStringList> VXPersistentStore::mend(VXError *error)
 {

@@ -191,6 +191,9 @@ public:
      */
     virtual std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                                      VXError *error) = 0;
+    /** The references of a relationship to objects that are gone. Where it is to-many at both ends `related` is without them. */
+    virtual bool findMissingTargets(const VXRelationshipDescription &relationship, QList<VXBrokenReference> *found,
+                                    VXError *error);
     /** What an integrity check finds; empty when the store is sound. */
     virtual QStringList check() = 0;
     /** Removes the references that are broken, and saves that. @return what was removed, as texts; empty on failure. */

@@ -152,7 +152,8 @@ std::optional<bool> copyBytes(const QString &path, const QString &to, std::chron
     return file.isOpen() && source->copyFileTo(file, error);
 }
 
-// One read transaction over all of it. VACUUM keeps the numbers, the version and the mark of the file, and waits for the disk.
+// One read transaction over all of it. VACUUM keeps the numbers, the version and the mark of the file, and waits for the disk. It
+// takes over disorder that it does not stumble on.
 bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout, VXError *error)
 {
     {
@@ -162,7 +163,11 @@ bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseco
             return false;
     }
     const auto copied = VXSQLiteConnection::open(to, Access::Write, busyTimeout, nullptr, error);
-    return copied && copied->execute(u"PRAGMA synchronous = FULL"_s, error) &&
+    const QString check = u"SELECT group_concat(quick_check, ' ') FROM pragma_quick_check(10)"_s;
+    const QString found = copied ? copied->textOf(check, error) : QString();
+    if (!found.isNull() && found != "ok"_L1)
+        return isForeign(found, path, error);
+    return !found.isNull() && copied->execute(u"PRAGMA synchronous = FULL"_s, error) &&
            copied->execute(u"PRAGMA journal_mode = WAL"_s, error);
 }
 

@@ -102,6 +102,13 @@ bool VXSQLiteStore::findBrokenReferences(QList<VXBrokenReference> *found, VXErro
     return true;
 }
 
+bool VXSQLiteStore::findMissingTargets(const VXRelationshipDescription &relationship, QList<VXBrokenReference> *found,
+                                       VXError *error)
+{
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    return connection && addReferences(*connection, relationship, danglingQuery(relationship), false, found, error);
+}
+
 bool VXSQLiteStore::addReferences(VXSQLiteConnection &connection, const VXRelationshipDescription &relationship,
                                   const QString &query, bool isTargetThere, QList<VXBrokenReference> *found,
                                   VXError *error) const

@@ -1,5 +1,7 @@
 #include "VXSQLiteStore.h"
 
+#include "VXFolders.h"
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -49,7 +51,8 @@ bool VXSQLiteStore::open(VXError *error)
     }
     if (VXSQLiteFile::isMissing(path()) && _options.isReadOnly) {
         VXSetError(error, VXObjectStoreError(Code::FileRead, u"The store cannot be read."_s,
-                                             u"There is no such file."_s, path()));
+                                             VXExistsAtPath(path()) ? u"It is empty."_s : u"There is no such file."_s,
+                                             path()));
         return false;
     }
     if (VXSQLiteFile::isMissing(path()) &&

@@ -91,6 +91,8 @@ private:
      * the other. */
     static QString oneSidedQuery(const VXRelationshipDescription &relationship);
     bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) override;
+    bool findMissingTargets(const VXRelationshipDescription &relationship, QList<VXBrokenReference> *found,
+                            VXError *error) override;
     bool addReferences(VXSQLiteConnection &connection, const VXRelationshipDescription &relationship,
                        const QString &query, bool isTargetThere, QList<VXBrokenReference> *found, VXError *error) const;
     void findUnreadableRows(QStringList &found);

@@ -7,6 +7,8 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
+#include <sqlite3.h>
+
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
 
@@ -77,6 +79,55 @@ TEST_F(HostStoreTransferTest, ExportsImportsReplacesAndRollsBack)
     EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s}).value(u"action"_s), u"none"_s);
 }
 
+// What a killed upgrade left, where backups and exports go, and what is taken back first.
+TEST_F(HostStoreTransferTest, SaysWhatIsTrueOfStoresThatWaitOrWereLeft)
+{
+    addCall("Jane <+1 555 0100>");
+    const QString live = path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s);
+    const QString old = live + ".upgrading"_L1;
+    const auto makeOld = [&] { // nobody's, and so older than any
+        const QByteArray file = QFile::encodeName(live + "/calls.sqlite"_L1);
+        sqlite3 *database = nullptr;
+        ASSERT_EQ(sqlite3_open(file.constData(), &database), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(database, "DELETE FROM Z_METADATA WHERE Z_KEY LIKE '$$%'", nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+        sqlite3_close(database);
+    };
+    makeOld();
+    ASSERT_TRUE(QDir().rename(live, old));
+    EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s, u"--dry-run"_s}).value(u"action"_s), u"rehearsed"_s);
+    EXPECT_TRUE(QFileInfo::exists(old)); // nothing was touched
+    writeFile(u"folder/thesis"_s, "precious");
+    writeFile(u"taken.vxdatastore"_s, "taken");
+    for (const QString &place : {path(u"taken.vxdatastore"_s), path(u"folder/thesis/x.vxdatastore"_s), old})
+        EXPECT_EQ(run({u"upgrade"_s, u"calls"_s, u"--backup"_s, place}).status, 1) << place.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(old));
+    EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s, u"--backup"_s, path(u"folder"_s)}).value(u"old"_s),
+              path(u"folder/calls.vxdatastore"_s));
+    EXPECT_EQ(readFile(path(u"folder/thesis"_s)), "precious");
+    EXPECT_EQ(callsIn(u"calls"_s), 1);
+
+    // An upgrade that is not settled is so by the next, and can be taken back.
+    ASSERT_TRUE(QDir().rename(path(u"folder/calls.vxdatastore"_s), old));
+    EXPECT_THAT(run({u"rollback"_s, u"calls"_s, u"--dry-run"_s}).output.toStdString(), HasSubstr(old.toStdString()));
+    EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"settled"_s);
+    EXPECT_FALSE(QFileInfo::exists(old));
+
+    const QString exported = path(u"folder/calls.vxdatastore"_s);
+    EXPECT_EQ(run({u"export"_s, u"calls"_s, path(u"folder"_s), u"--yes"_s}).status, 0);
+    EXPECT_EQ(callsIn(exported), 1);
+    addCall("Joe <+1 555 0101>");
+    EXPECT_EQ(run({u"import"_s, u"calls"_s, exported, u"--replace"_s}).status, 0);
+    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"withdrawn"_s);
+    EXPECT_EQ(callsIn(u"calls"_s), 2);
+
+    const QString others = path(u"outbox.vxdatastore"_s);
+    EXPECT_EQ(run({u"export"_s, u"outbox"_s, others}).status, 0);
+    EXPECT_THAT(run({u"rollback"_s, u"calls"_s, others, u"--yes"_s}).errors.toStdString(),
+                HasSubstr("Data file does not belong to this plugin"));
+    EXPECT_EQ(callsIn(u"calls"_s), 2);
+}
+
 TEST_F(HostStoreTransferTest, MistakesAreTold)
 {
     const struct
@@ -93,7 +144,9 @@ TEST_F(HostStoreTransferTest, MistakesAreTold)
         {{u"upgrade"_s, u"nothing"_s}, 1, "there is no store \"nothing\""},
         {{u"import"_s, u"calls"_s, path(u"none.vxdatastore"_s)}, 1, "Not a recognized data file."},
         {{u"rollback"_s, u"calls"_s}, 1, "no earlier store of calls is known"},
-        {{u"rollback"_s, u"calls"_s, path(u"none"_s), u"--yes"_s}, 1, ""},
+        {{u"rollback"_s, u"calls"_s, path(u"none"_s), u"--yes"_s}, 1, "Not a recognized data file."},
+        {{u"export"_s, u"calls"_s, u""_s}, 2, "the name of the folder is empty"},
+        {{u"upgrade"_s, path(u"x.vxdatastore"_s)}, 1, "upgrade takes the name of a data plugin's store"},
         {{u"export"_s, u"calls"_s, path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), u"--yes"_s},
          1,
          "The data file that is in use lies there"},

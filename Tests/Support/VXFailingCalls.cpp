@@ -2,11 +2,14 @@
 
 #include "VXTesting.h"
 
+#include <QtCore/QRandomGenerator>
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -32,6 +35,27 @@ std::string describe(const VXCallFailure &failure)
            (failure.isLasting ? ", as all after it" : "");
 }
 
+// The kernel does it, whatever the process is doing then.
+void killAfter(std::chrono::microseconds time)
+{
+    sigevent event = {};
+    event.sigev_notify = SIGEV_SIGNAL;
+    event.sigev_signo = SIGKILL;
+    timer_t timer = {};
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    const auto rest = std::chrono::nanoseconds(time - seconds) + std::chrono::nanoseconds(1); // 0 would be never
+    const itimerspec once{.it_interval = {}, .it_value = {seconds.count(), rest.count()}};
+    if (::timer_create(CLOCK_MONOTONIC, &event, &timer) != 0 || ::timer_settime(timer, 0, &once, nullptr) != 0)
+        ::_exit(1);
+}
+
+int configured(const char *variable, unsigned usual)
+{
+    bool isNumber = false;
+    const int number = qEnvironmentVariableIntValue(variable, &isNumber);
+    return isNumber ? number : int(usual);
+}
+
 std::string text(const QVariant &state)
 {
     std::string all = testing::PrintToString(state);
@@ -40,7 +64,7 @@ std::string text(const QVariant &state)
 
 } // namespace
 
-VXFailureWalk::Outcome VXFailureWalk::runOnce(const VXCallFailure &failure) const
+VXFailureWalk::Outcome VXFailureWalk::runOnce(const VXCallFailure &failure, Moment end) const
 {
     VXCallCounts &counts = sharedCounts();
     counts.counted = 0;
@@ -48,9 +72,12 @@ VXFailureWalk::Outcome VXFailureWalk::runOnce(const VXCallFailure &failure) cons
     counts.failedKinds = 0;
     prepare();
     std::fflush(nullptr); // else what is in the buffers would be written twice
+    const auto begin = std::chrono::steady_clock::now();
     const pid_t child = ::fork();
     if (child == 0) {
         ::alarm(secondsUntilStuck);
+        if (end)
+            killAfter(*end);
         VXFailCalls(&failure, &counts);
         const bool answer = operation();
         const VXCallFailure none;
@@ -60,6 +87,7 @@ VXFailureWalk::Outcome VXFailureWalk::runOnce(const VXCallFailure &failure) cons
     }
     Outcome outcome;
     EXPECT_EQ(::waitpid(child, &outcome.status, 0), child);
+    outcome.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
     outcome.counted = counts.counted;
     outcome.failedKinds = counts.failedKinds;
     const int code = WIFEXITED(outcome.status) ? WEXITSTATUS(outcome.status) : -1;
@@ -69,10 +97,10 @@ VXFailureWalk::Outcome VXFailureWalk::runOnce(const VXCallFailure &failure) cons
     return outcome;
 }
 
-void VXFailureWalk::check(const VXCallFailure &failure, const QVariant &before, const QVariant &after) const
+void VXFailureWalk::check(const VXCallFailure &failure, Moment end, const QVariant &before, const QVariant &after) const
 {
-    SCOPED_TRACE(describe(failure));
-    const Outcome outcome = runOnce(failure);
+    SCOPED_TRACE(end ? "killed after " + std::to_string(end->count()) + " us" : describe(failure));
+    const Outcome outcome = runOnce(failure, end);
     const QVariant found = state();
     const bool mayEnd = failure.error == 0 || caller != nullptr;
     if (!outcome.answer) {
@@ -99,9 +127,8 @@ void VXFailureWalk::run() const
     ASSERT_FALSE(before == after) << "nothing changed: " << text(after);
     ASSERT_GT(unhindered.counted, 0U) << "no call that could fail";
 
-    const int configured = qEnvironmentVariableIntValue("VORNIX_FAULT_CALLS");
     const auto rounds =
-        std::min<unsigned long>(configured > 0 ? unsigned(configured) : usualRounds, unhindered.counted);
+        std::min<unsigned long>(unsigned(configured("VORNIX_FAULT_CALLS", usualRounds)), unhindered.counted);
     const QList<VXCallFailure> ways =
         kinds == VXCallMalloc
             ? QList<VXCallFailure>{{kinds, 0, ENOMEM, false, caller}}
@@ -111,7 +138,13 @@ void VXFailureWalk::run() const
     for (VXCallFailure way : ways) {
         for (unsigned long round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {
             way.number = 1 + round * unhindered.counted / rounds;
-            check(way, before, after);
+            check(way, {}, before, after);
         }
     }
+    const VXCallFailure none{kinds, 0, 0, false, caller};
+    for (int kill = configured("VORNIX_KILLS", usualKills); kill > 0 && !testing::Test::HasFailure(); --kill)
+        check(
+            none,
+            std::chrono::microseconds(qint64(QRandomGenerator::global()->bounded(double(unhindered.duration.count())))),
+            before, after);
 }

@@ -5,14 +5,15 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
 
 /**
  * A walk over every writing call of an operation: it runs in processes of its own, in each of which another call fails,
- * with an error once, as on a full disk (that call and all after it), or by the end of the process. Afterwards things
- * must stand as before or as after the operation, and the answer must say which.
+ * with an error once, as on a full disk (that call and all after it), or by the end of the process; some more are killed at
+ * any moment. Afterwards things must stand as before or as after the operation, and the answer must say which.
  *
  *     VXFailureWalk walk;
  *     walk.prepare = [&] { write(file, "old"); };
@@ -20,7 +21,8 @@
  *     walk.state = [&] { return read(file); };
  *     walk.run();
  *
- * Of long operations the usual run takes some calls spread over all; VORNIX_FAULT_CALLS says how many.
+ * Of long operations the usual run takes some calls spread over all; VORNIX_FAULT_CALLS says how many, and VORNIX_KILLS how many
+ * are killed at any moment.
  */
 struct VXFailureWalk
 {
@@ -46,6 +48,8 @@ struct VXFailureWalk
 
     /** How many calls of each way fail when nothing else is asked for. */
     unsigned usualRounds = 30;
+    /** How many processes are killed at any moment. */
+    unsigned usualKills = 2;
 
     /** Fails the test where a state or an answer is wrong, or nothing was there to fail. */
     void run() const;
@@ -58,7 +62,9 @@ private:
         int status = 0;
         unsigned long counted = 0;
         unsigned failedKinds = 0;
+        std::chrono::microseconds duration = {};
     };
-    Outcome runOnce(const VXCallFailure &failure) const;
-    void check(const VXCallFailure &failure, const QVariant &before, const QVariant &after) const;
+    using Moment = std::optional<std::chrono::microseconds>; // from the beginning, when the process is killed
+    Outcome runOnce(const VXCallFailure &failure, Moment end = {}) const;
+    void check(const VXCallFailure &failure, Moment end, const QVariant &before, const QVariant &after) const;
 };

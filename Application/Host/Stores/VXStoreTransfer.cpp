@@ -3,6 +3,7 @@
 #include "VXApplication.h"
 #include "VXDataManager.h"
 #include "VXDataPlugin.h"
+#include "VXFolders.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -35,6 +36,13 @@ struct Transfer
 
     bool isSet(const QString &option) const { return host.options.isSet(option); }
     QString path(const QString &text) const { return QDir::cleanPath(QFileInfo(text).absoluteFilePath()); }
+    // Where a store goes: into a folder that is no store.
+    QString place(const QString &text) const
+    {
+        const QString named = path(text);
+        const bool isFolder = QFileInfo(named).isDir() && QFileInfo(named).suffix() != VXStoreFileExtension;
+        return isFolder ? named + u'/' + QFileInfo(plugin.dataStorePath()).fileName() : named;
+    }
     int fail(const VXError &error) const { return host.output.fail(VXErrorText(error)); }
 };
 
@@ -101,7 +109,44 @@ int rehearse(const Transfer &transfer, const VXCoreDataStore::Ptr &source)
     return answer(transfer, u"Nothing was changed. This is what would be copied:\n"_s, u"rehearsed"_s, entities);
 }
 
+bool agrees(const Transfer &transfer, const QString &question)
+{
+    if (transfer.isSet(u"yes"_s))
+        return true;
+    VXAlert alert;
+    alert.message = question;
+    alert.defaultButton = u"Replace"_s;
+    alert.alternateButton = u"Cancel"_s;
+    return VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default;
+}
+
+bool mayReplace(const Transfer &transfer, const QString &place)
+{
+    return !VXExistsAtPath(place) || agrees(transfer, u"%1 exists. It would go to the trash."_s.arg(place));
+}
+
 // -- The verbs
+
+// Whether the backup that was asked for, if any, can be made at `place`; why not was told.
+bool canMakeBackup(const Transfer &transfer, const QString &place)
+{
+    if (place.isNull())
+        return true;
+    if (const VXError error = transfer.plugin.prepareBackupPlace(place)) {
+        transfer.fail(error);
+        return false;
+    }
+    if (mayReplace(transfer, place))
+        return true;
+    transfer.host.output.fail(u"nothing was changed"_s);
+    return false;
+}
+
+QString backupPlace(const Transfer &transfer)
+{
+    const QString backup = transfer.host.options.value(u"backup"_s);
+    return backup.isNull() ? backup : transfer.place(backup);
+}
 
 int upgrade(Transfer &transfer)
 {
@@ -110,27 +155,33 @@ int upgrade(Transfer &transfer)
     const std::optional<bool> isDue = plugin.isUpgradeDue(&error);
     if (!isDue)
         return transfer.fail(error);
-    if (!*isDue)
+    const bool isToSettle = VXExistsAtPath(plugin.upgradingPath()) && !transfer.isSet(u"dry-run"_s);
+    if (!*isDue && !isToSettle)
         return answer(transfer, u"The store %1 needs no upgrade.\n"_s.arg(transfer.name), u"none"_s, {});
     if (transfer.isSet(u"dry-run"_s)) {
-        const auto source = plugin.createStoreFromFileAtPath(plugin.dataStorePath(), &error);
+        const auto source = plugin.createStoreFromFileAtPath(plugin.storeToOpen(), &error);
         return source ? rehearse(transfer, source) : transfer.fail(error);
     }
-    const QString backup = transfer.host.options.value(u"backup"_s);
+    const QString backup = backupPlace(transfer);
+    if (!canMakeBackup(transfer, backup))
+        return VXHostOutput::Failed;
     if (!backup.isNull())
-        plugin.setUpgradeBackup(transfer.path(backup));
+        plugin.setUpgradeBackup(backup);
     else if (transfer.isSet(u"yes"_s))
         plugin.setUpgradeBackup({});
     VXDataPlugin::holdBackStore({});
     if (!plugin.persistentStoreCoordinator(&error))
         return transfer.fail(error);
-    const QList<VXStorePast::Entry> past = VXStorePast::entries(plugin.dataStorePath());
-    const QString kept = past.isEmpty() ? QString() : past.constFirst().path;
+    const QString done = *isDue ? u"Upgraded the store %1."_s.arg(transfer.name)
+                                : u"The store %1 was upgraded before."_s.arg(transfer.name);
+    const QString old = plugin.oldStore().isNull() ? plugin.upgradingPath() : plugin.oldStore();
+    if (!backup.isNull() && old != backup)
+        return transfer.host.output.fail(
+            u"%1 But the old one could not be put into %2. It lies in %3."_s.arg(done, backup, old));
     return answer(
         transfer,
-        u"Upgraded the store %1. The old one lies in %2; \"vornix store rollback %1\" brings it back.\n"_s.arg(
-            transfer.name, kept),
-        u"upgraded"_s, plugin.lastMigration(), {{u"old"_s, VXJSONFromVariant(kept)}});
+        u"%1 The old one lies in %2; \"vornix store rollback %3\" brings it back.\n"_s.arg(done, old, transfer.name),
+        *isDue ? u"upgraded"_s : u"settled"_s, plugin.lastMigration(), {{u"old"_s, VXJSONFromVariant(old)}});
 }
 
 int importStore(Transfer &transfer)
@@ -148,11 +199,12 @@ int importStore(Transfer &transfer)
         button = transfer.plugin.askHowToImport(description);
     if (button == VXAlertButton::Alternate)
         return transfer.host.output.fail(u"nothing was imported"_s);
-    if (const QString backup = transfer.host.options.value(u"backup"_s); !backup.isNull()) {
-        error = transfer.plugin.exportStoreTo(transfer.path(backup), false);
-        if (error)
-            return transfer.fail(error);
-    }
+    const QString backup = backupPlace(transfer);
+    if (!canMakeBackup(transfer, backup))
+        return VXHostOutput::Failed;
+    error = backup.isNull() ? VXError() : transfer.plugin.exportStoreTo(backup, false);
+    if (error)
+        return transfer.fail(error);
     error = button == VXAlertButton::Default ? transfer.plugin.mergeStore(store) : transfer.plugin.stageStore(*store);
     if (error)
         return transfer.fail(error);
@@ -165,21 +217,10 @@ int importStore(Transfer &transfer)
                   u"staged"_s, {});
 }
 
-bool agrees(const Transfer &transfer, const QString &question)
-{
-    if (transfer.isSet(u"yes"_s))
-        return true;
-    VXAlert alert;
-    alert.message = question;
-    alert.defaultButton = u"Replace"_s;
-    alert.alternateButton = u"Cancel"_s;
-    return VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default;
-}
-
 int exportStore(Transfer &transfer)
 {
-    const QString place = transfer.path(transfer.host.options.operand(2));
-    if (QFileInfo::exists(place) && !agrees(transfer, u"%1 exists. It would go to the trash."_s.arg(place)))
+    const QString place = transfer.place(transfer.host.options.operand(2));
+    if (!mayReplace(transfer, place))
         return transfer.host.output.fail(u"nothing was exported"_s);
     const bool validates = transfer.isSet(u"validate"_s);
     if (const VXError error = transfer.plugin.exportStoreTo(place, validates))
@@ -201,12 +242,34 @@ int listPast(const Transfer &transfer, const QList<VXStorePast::Entry> &past)
     return VXHostOutput::Done;
 }
 
+// What has not replaced the store yet.
+int withdraw(Transfer &transfer, const QString &waiting)
+{
+    if (!agrees(transfer,
+                u"%1 waits to replace the store %2. It would go to the trash, and the store stay as it is."_s.arg(
+                    waiting, transfer.name)))
+        return transfer.host.output.fail(u"nothing was changed"_s);
+    QString trashed;
+    if (const VXError error = transfer.plugin.withdrawWaitingStore(&trashed))
+        return transfer.fail(error);
+    return answer(transfer,
+                  u"The store %1 stays as it is. What waited to replace it lies in %2.\n"_s.arg(transfer.name, trashed),
+                  u"withdrawn"_s, {}, {{u"from"_s, trashed}});
+}
+
 int rollBack(Transfer &transfer)
 {
-    const QList<VXStorePast::Entry> past = VXStorePast::entries(transfer.plugin.dataStorePath());
-    if (transfer.isSet(u"dry-run"_s))
+    QList<VXStorePast::Entry> past = transfer.plugin.earlierStores();
+    const QString waiting = transfer.plugin.waitingPath();
+    const bool isOneWaiting = VXExistsAtPath(waiting);
+    if (transfer.isSet(u"dry-run"_s)) {
+        if (isOneWaiting)
+            past.prepend({waiting, QFileInfo(waiting).lastModified(), u"waits to replace it"_s});
         return listPast(transfer, past);
+    }
     QString from = transfer.host.options.operand(2);
+    if (from.isNull() && isOneWaiting)
+        return withdraw(transfer, waiting);
     if (from.isNull() && past.isEmpty())
         return transfer.host.output.fail(u"no earlier store of %1 is known; name its folder"_s.arg(transfer.name));
     from = from.isNull() ? past.constFirst().path : transfer.path(from);
@@ -247,6 +310,10 @@ QString misuse(const Verb &verb, const VXHostOptions &options)
     if (count < verb.minimumOperands || count > verb.maximumOperands)
         return verb.maximumOperands == 2 ? u"%1 needs NAME"_s.arg(verb.name)
                                          : u"%1 needs NAME and a FOLDER"_s.arg(verb.name);
+    for (qsizetype operand = 2; operand < count; ++operand) {
+        if (options.operand(operand).isEmpty())
+            return u"the name of the folder is empty"_s;
+    }
     for (const VXHostOption &option : options.command()->options) {
         if (options.isSet(option.name) && !verb.options.contains(option.name))
             return u"--%1 does not go with %2"_s.arg(option.name, verb.name);
@@ -260,6 +327,8 @@ int runVerb(VXHostContext &context, const Verb &verb, const QString &name)
     if (!VXStoreNames().contains(name)) {
         QString problem;
         std::ignore = VXStoreForName(name, &problem); // which knows what to say
+        if (name.contains(u'/') || name.endsWith(u'.' + VXStoreFileExtension))
+            problem = u"%1 takes the name of a data plugin's store: "_s.arg(verb.name) + problem;
         return context.output.fail(problem);
     }
     const VXPluginProxy *const proxy = VXDataManager::sharedDataManager().findPluginForDataStore(name);

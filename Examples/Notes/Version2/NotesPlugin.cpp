@@ -78,6 +78,8 @@ public:
         if (version >= 2 || relationship != "labels"_L1)
             return VXDataPlugin::migrateObjectRelationship(relationship, oldObject, version, newObjects, error);
         VXManagedObjectPtr newObject = newObjects.value(oldObject->objectID());
+        if (!newObject) // it was left out: the copy fails
+            return nullptr;
         QList<VXManagedObjectPtr> tags;
         const int labels = oldObject->entity().propertyForName(relationship)->index();
         for (const VXManagedObjectID &label : oldObject->relatedIDs(labels))

@@ -238,6 +238,10 @@ TEST_P(VXDataPluginRefusalTest, TellsTheUserQuitsAndLeavesTheStoreAsItWas)
         refused.spoil(live);
     const QMap<QString, QByteArray> before = contentsOf(live);
     writePlugin(u"notes"_s, u"sqlite"_s, {{u"FixtureValidation"_s, QString::fromUtf8(refused.validation)}});
+    VXPluginFixture{.identifier = u"org.example.disabled"_s,
+                    .kind = u"VXDataPlugin"_s,
+                    .info = {{u"VXDataStoreName"_s, u"notes"_s}}}
+        .write(shared());
     startWith({});
 
     ASSERT_THAT(user->alerts(), SizeIs(1));
@@ -259,7 +263,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         RefusedStore{"Newer", "1.10", "org.example.notes", "", "Data file is newer than this plugin supports", "newer",
                      "persistentStoreCoordinator] Data file is newer than this plugin supports", nullptr},
-        RefusedStore{"Foreign", "1.2", nullptr, "", "Data file does not belong to this plugin", "does not belong",
+        RefusedStore{"OfAnotherPluginWithAStoreOfThatName", "1.2", "org.example.disabled", "",
+                     "Data file does not belong to this plugin",
+                     "It is that of org.example.disabled, whose store has the same name.",
                      "persistentStoreCoordinator] Data file does not belong", nullptr},
         RefusedStore{"Damaged", "1.2", "org.example.notes", "", "The store is damaged, or no store at all.",
                      "It does not begin as an SQLite file.", "It does not begin as an SQLite file.",

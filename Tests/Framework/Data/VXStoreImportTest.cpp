@@ -1,12 +1,16 @@
+#include "VXCoreDataStoreMigrationWindowController.h"
 #include "VXFramework.h"
+#include "VXNotificationCenter.h"
 #include "VXUpgradeTesting.h"
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QTimer>
 
 #include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using testing::HasSubstr;
 using testing::SizeIs;
 
 class VXStoreImportTest : public VXUpgradeHomeTest
@@ -72,7 +76,7 @@ TEST_F(VXStoreImportTest, MergeAddsAllObjectsOfAnyVersion)
     EXPECT_EQ(merged.count(u"text=note"_s), 7);
     EXPECT_EQ(merged.count(u"Author name=Jane"_s), 2); // the one that was there, and that of the file
     EXPECT_EQ(contentsOf(file), files);                // which was only read
-    EXPECT_EQ(QDir(data()).entryList({u".new.??????"_s}, QDir::Dirs | QDir::Hidden), QStringList());
+    EXPECT_EQ(QDir(data()).entryList({u".vornix-new.*"_s}, QDir::Dirs | QDir::Hidden), QStringList());
 }
 
 TEST_F(VXStoreImportTest, CancelDoesNothing)
@@ -110,7 +114,7 @@ TEST_F(VXStoreImportTest, MergeThatSavesNothingIsTold)
     VXError error;
     EXPECT_FALSE(notesPlugin().importStoreAtPath(file, &error));
     expectFailure(u"The copy is not what was to be saved"_s);
-    EXPECT_EQ(error.localizedRecoverySuggestion(), u"Of 11 objects none was saved."_s);
+    EXPECT_EQ(error.localizedRecoverySuggestion(), u"Of 13 objects none was saved."_s);
     EXPECT_EQ(contentsOfStore(store()), before);
 }
 
@@ -137,6 +141,100 @@ TEST_F(VXStoreImportTest, ReplaceStagesAConsistentCopyAndAsksForARelaunch)
     EXPECT_EQ(alert.alternateButton, u"Re-Launch Later"_s);
     EXPECT_EQ(readFile(trash(u"notes.vxdatastore/old"_s)), "waited before");
     EXPECT_EQ(user->unusedAnswers(), 0U);
+}
+
+// What waits may itself be what the user chose.
+TEST_F(VXStoreImportTest, WhatWaitsAlreadyCanBeStagedAgain)
+{
+    start();
+    writeOldStore(staged, 4);
+    const QString waits = contentsOfStore(staged);
+    for (const bool isGone : {false, true}) {
+        const auto store = notesPlugin().createStoreFromFileAtPath(staged);
+        ASSERT_TRUE(store && store->persistentStoreCoordinator());
+        if (isGone)
+            QDir(staged).removeRecursively();
+        EXPECT_EQ(bool(notesPlugin().stageStore(*store)), isGone); // an empty one would replace the user's data
+        EXPECT_EQ(contentsOfStore(staged), isGone ? QString() : waits);
+    }
+}
+
+TEST_F(VXStoreImportTest, WhatIsSavedIsNotCancelled)
+{
+    start();
+    writeOldStore(file, 3);
+    const auto source = notesPlugin().createStoreFromFileAtPath(file);
+    const auto destination = VXCoreDataStore::storeClass().storeWithPath(live);
+    const auto controller = VXCoreDataStoreMigrationWindowController::importStore(source, destination, notesPlugin());
+    QObject context;
+    VXNotificationCenter::defaultCenter().addObserver(
+        &context, VXManagedObjectContextDidSaveNotification, [&](const VXNotification &) {
+            QTimer::singleShot(0, &context, [&] { controller->cancel(); }); // as a click that was waiting
+        });
+    EXPECT_FALSE(controller->runModal());
+    EXPECT_EQ(contentsOfStore(store()).count(u"text=note"_s), 3);
+}
+
+namespace {
+
+// Objects out of order, in each page that has many: some are found only by reading all.
+void swapFirstCells(const QString &database)
+{
+    QFile file(database);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    constexpr qint64 pageSize = 4096;
+    constexpr qint64 headerSize = 8; // of a leaf: its kind first, the number of cells at 3
+    int swapped = 0;
+    for (qint64 page = pageSize; page < file.size(); page += pageSize) {
+        ASSERT_TRUE(file.seek(page));
+        const QByteArray begin = file.read(headerSize + 4);
+        if (begin[0] != 0x0d || begin[4] < 20)
+            continue;
+        ++swapped;
+        ASSERT_TRUE(file.seek(page + headerSize));
+        file.write(begin.sliced(headerSize + 2, 2) + begin.sliced(headerSize, 2));
+    }
+    EXPECT_GT(swapped, 0);
+}
+
+} // namespace
+
+TEST_F(VXStoreImportTest, DamageThatACopyDoesNotStumbleOnIsFoundBeforeAnythingIsReplaced)
+{
+    start();
+    writeOldStore(file, 50);
+    swapFirstCells(file + "/notes.sqlite"_L1);
+    for (const VXAlertButton how : {VXAlertButton::Default, VXAlertButton::Other}) {
+        user->answerAlert(how);
+        VXError error;
+        EXPECT_FALSE(notesPlugin().importStoreAtPath(file, &error));
+        EXPECT_THAT(error.description().toStdString(), HasSubstr("The store is damaged, or no store at all."));
+        EXPECT_FALSE(QFileInfo::exists(staged));
+    }
+}
+
+TEST_F(VXStoreImportTest, ReadOnlySourcesAreMergedAndStagedAndLeftAsTheyAre)
+{
+    start();
+    writeOldStore(file, 5);
+    writeFile(u"others.vxdatastore/folder/inside.txt"_s, "inside");
+    const QString imported = contentsOfStore(file);
+    const auto files = contentsOf(file);
+    const QFile::Permissions reading = QFile::ReadOwner | QFile::ExeOwner;
+    for (const QString &name : files.keys())
+        ASSERT_TRUE(QFile::setPermissions(file + u'/' + name, QFile::ReadOwner));
+    ASSERT_TRUE(QFile::setPermissions(file, reading));
+    user->answerAlert(VXAlertButton::Default);
+    EXPECT_TRUE(notesPlugin().importStoreAtPath(file));
+    EXPECT_EQ(contentsOfStore(store()).count(u"text=note"_s), 5);
+    VXApplication::sharedApplication().setDidFinishLaunching(false);
+    user->answerAlert(VXAlertButton::Other);
+    EXPECT_TRUE(notesPlugin().importStoreAtPath(file));
+    EXPECT_EQ(contentsOfStore(staged), imported);
+    EXPECT_EQ(readFile(staged + "/folder/inside.txt"_L1), "inside");
+    EXPECT_EQ(contentsOf(file), files);
+    EXPECT_EQ(QFile::permissions(file) & QFile::WriteOwner, QFile::Permissions());
+    ASSERT_TRUE(QFile::setPermissions(file, reading | QFile::WriteOwner)); // or it could not be removed
 }
 
 TEST_F(VXStoreImportTest, HostileFilesGetTheirTextAndChangeNothing)
@@ -277,6 +375,8 @@ TEST_F(VXStoreImportTest, ExportsAsItIsOrValidatedAndTrashesWhatWasThere)
     user->answerAlert(VXAlertButton::Default);
     ASSERT_TRUE(notesPlugin().importStoreAtPath(file));
     writeFile(u".local/share/Vornix 2/Data/notes.vxdatastore/extra.txt"_s, "beside");
+    writeFile(u".local/share/Vornix 2/Data/notes.vxdatastore/folder/inside.txt"_s, "inside");
+    writeFile(u".new.project/mine.txt"_s, "the user's own");
     const QString before = contentsOfStore(store());
     for (const bool validates : {false, true}) {
         const QString name = validates ? u"validated.vxdatastore"_s : u"plain.vxdatastore"_s;
@@ -291,10 +391,12 @@ TEST_F(VXStoreImportTest, ExportsAsItIsOrValidatedAndTrashesWhatWasThere)
         EXPECT_THAT(user->errors(), SizeIs(0));
         EXPECT_EQ(contentsOfStore(path(name)), before);
         EXPECT_EQ(QFileInfo::exists(path(name + "/extra.txt"_L1)), !validates);
+        EXPECT_EQ(QFileInfo::exists(path(name + "/folder/inside.txt"_L1)), !validates);
         EXPECT_EQ(readFile(trash(name + "/was"_L1)), "there");
     }
     EXPECT_EQ(user->progressWindows().back()->title, u"Exporting notes data file..."_s);
-    EXPECT_EQ(QDir(path()).entryList({u".new*"_s}, QDir::AllEntries | QDir::Hidden), QStringList());
+    EXPECT_EQ(QDir(path()).entryList({u".vornix-new*"_s}, QDir::AllEntries | QDir::Hidden), QStringList());
+    EXPECT_EQ(readFile(path(u".new.project/mine.txt"_s)), "the user's own");
     VXError error;
     EXPECT_EQ(VXPersistentStoreCoordinator::metadataForPersistentStore(
                   VXStoreType::SQLite, path(u"validated.vxdatastore/notes.sqlite"_s), &error)
@@ -338,7 +440,8 @@ TEST_F(VXStoreImportTest, ExportIsNotWrittenOverTheStoreInUse)
 {
     start();
     ASSERT_TRUE(QFile::link(data(), path(u"linked"_s)));
-    for (const QString &place : {live, data(), live + "/inside.vxdatastore"_L1, path(u"linked/notes.vxdatastore"_s)}) {
+    for (const QString &place : {live, data(), live + "/inside.vxdatastore"_L1, path(u"linked/notes.vxdatastore"_s),
+                                 data(u".notes.vxdatastore.lock"_s), data(u"notes.vxdatastore.upgrading"_s), staged}) {
         EXPECT_EQ(notesPlugin().exportStoreTo(place, false).localizedDescription(),
                   u"The data file that is in use lies there"_s)
             << place.toStdString();

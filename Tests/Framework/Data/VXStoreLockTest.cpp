@@ -92,7 +92,9 @@ TEST_F(VXStoreLockTest, FoldersComeToTheirPlaceWholeAndWhatTheKilledLeftGoes)
         return QDir().mkpath(folder->path()) ? folder : nullptr;
     });
     ASSERT_TRUE(maker.isReady());
-    const auto made = [&] { return QDir(path(u"folders"_s)).entryList({u".new.*"_s}, QDir::Dirs | QDir::Hidden); };
+    const auto made = [&] {
+        return QDir(path(u"folders"_s)).entryList({u".vornix-new.*"_s}, QDir::Dirs | QDir::Hidden);
+    };
     VXFolderInMaking::removeLeftovers(path(u"folders"_s));
     EXPECT_EQ(made().size(), 1) << "it was still being made";
     maker.kill();

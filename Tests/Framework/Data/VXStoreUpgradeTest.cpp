@@ -1,15 +1,23 @@
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
+#include "VXManagedObjectClass.h"
 #include "VXOtherProcess.h"
 #include "VXStoreLock.h"
+#include "VXStorePast.h"
 #include "VXUpgradeTesting.h"
 
 #include <QtCore/QFileInfo>
 
+#include <sqlite3.h>
+
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <sys/inotify.h>
 
 using namespace Qt::StringLiterals;
+using testing::HasSubstr;
 using testing::SizeIs;
 
 class VXStoreUpgradeTest : public VXUpgradeHomeTest
@@ -119,6 +127,7 @@ struct UpgradeRow
     bool verifies = true;
     void (*spoil)(const QString &live, const QString &home) = nullptr;
     bool isEmptied = false; // the new store has nothing
+    const char *owner = "org.example.notes";
 };
 
 void PrintTo(const UpgradeRow &row, std::ostream *out)
@@ -133,7 +142,7 @@ class VXStoreUpgradeOutcomeTest : public VXStoreUpgradeTest, public testing::Wit
 TEST_P(VXStoreUpgradeOutcomeTest, OldDataOrNewDataIsWholeAndTheUserKnows)
 {
     const UpgradeRow &row = GetParam();
-    writeOldStore(live, 10, QString::fromUtf8(row.version));
+    writeOldStore(live, 10, QString::fromUtf8(row.version), QString::fromUtf8(row.owner));
     const QString before = contentsOfStore(live);
     if (row.spoil != nullptr)
         row.spoil(live, path());
@@ -167,6 +176,13 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         UpgradeRow{"Plain", ""},
         UpgradeRow{.title = "WithoutVersion", .migration = "", .version = nullptr, .line = "unknown store version: 0x"},
+        UpgradeRow{.title = "WithoutOwner",
+                   .migration = "",
+                   .version = "1.2",
+                   .line = "missing store identifier",
+                   .owner = nullptr},
+        UpgradeRow{.title = "OfAPluginThatIsGone", .migration = "", .owner = "org.example.renamed"},
+        UpgradeRow{.title = "HookSavesItself", .migration = "saves"},
         UpgradeRow{.title = "VersionIsNoNumber", .migration = "", .version = "!", .line = "unknown store version: 0x"},
         UpgradeRow{.title = "Newer",
                    .migration = "",
@@ -233,7 +249,7 @@ TEST_F(VXStoreUpgradeTest, KilledUpgradeIsUndoneByTheNextStart)
     startWith({});
     EXPECT_EQ(contentsOfStore(notesPlugin().persistentStoreCoordinator()), before);
     EXPECT_EQ(log.count(u"Restoring pre-upgrade file: "_s), 3);
-    EXPECT_EQ(QDir(data()).entryList({u".new.*"_s}, QDir::Dirs | QDir::Hidden), QStringList());
+    EXPECT_EQ(QDir(data()).entryList({u".vornix-new.*"_s}, QDir::Dirs | QDir::Hidden), QStringList());
 }
 
 TEST_F(VXStoreUpgradeTest, WhatKeepsItFromBeginningIsToldAsCancelled)
@@ -248,6 +264,158 @@ TEST_F(VXStoreUpgradeTest, WhatKeepsItFromBeginningIsToldAsCancelled)
     EXPECT_EQ(user->alerts().front().message, VXError(VXErrorDomain, VXErrorCancelled).localizedDescription());
     EXPECT_EQ(contentsOf(live), files);
     EXPECT_TRUE(QFileInfo::exists(upgrading));
+}
+
+namespace {
+
+/** In another process: does something when the lock file of a store is opened for the nth time. Then it is gone, if it does not
+ * keep a lock. */
+template <class F>
+void whenLockIsOpened(const QString &store, int times, F &&act)
+{
+    const int watch = ::inotify_init1(IN_CLOEXEC);
+    const QByteArray file = QFile::encodeName(VXStoreLock::lockFileForStorePath(store));
+    ASSERT_GE(::inotify_add_watch(watch, file.constData(), IN_OPEN), 0);
+    if (::fork() != 0)
+        return;
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    for (alignas(inotify_event) char events[4096]; times > 0;)
+        times -= int(::read(watch, events, sizeof events) / ssize_t(sizeof(inotify_event)));
+    act();
+    ::kill(::getpid(), SIGKILL);
+}
+
+} // namespace
+
+// Killed while another start waits for it: that one must not take the empty place for a first start.
+TEST_F(VXStoreUpgradeTest, KilledUpgradeIsUndoneByWhoWaitedForIt)
+{
+    writeOldStore(live);
+    const QString before = contentsOfStore(live);
+    writeNotesPlugin();
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    auto lock = VXStoreLock::take(live, VXStoreLock::Purpose::Use, {}); // makes the file
+    lock = nullptr;
+    if (::fork() == 0) {
+        const auto alone = VXStoreLock::take(live, VXStoreLock::Purpose::Replace, {});
+        whenLockIsOpened(live, 1, [&] {
+            static_cast<void>(
+                std::rename(QFile::encodeName(live).constData(), QFile::encodeName(upgrading).constData()));
+        });
+        const bool isTold = alone && ::write(ready[1], "r", 1) == 1;
+        ::wait(nullptr);
+        ::_exit(isTold ? 0 : 1);
+    }
+    char told = 0;
+    ASSERT_EQ(::read(ready[0], &told, 1), 1);
+    answerBackup(false);
+    startWith({});
+    EXPECT_EQ(contentsOfStore(notesPlugin().persistentStoreCoordinator()), before);
+    EXPECT_EQ(contentsOfStore(trash(u"notes.vxdatastore.upgrading"_s)), before);
+}
+
+TEST_F(VXStoreUpgradeTest, WhoCannotUpgradeTakesNothingBackFromWhoDoes)
+{
+    writeOldStore(live);
+    writeNotesPlugin();
+    const QString before = contentsOfStore(live);
+    VXOtherProcess other([&] {
+        auto lock = VXStoreLock::take(live, VXStoreLock::Purpose::Use, {});
+        whenLockIsOpened(live, 2, [&] { // by who would have the place alone
+            static_cast<void>(
+                std::rename(QFile::encodeName(live).constData(), QFile::encodeName(upgrading).constData()));
+        });
+        return lock;
+    });
+    ASSERT_TRUE(other.isReady());
+    startWith({});
+    ASSERT_THAT(user->alerts(), SizeIs(1));
+    EXPECT_EQ(user->alerts().front().message, VXLocalizedString(u"The store is in use"_s));
+    EXPECT_FALSE(QFileInfo::exists(live));
+    EXPECT_EQ(contentsOfStore(upgrading), before);
+}
+
+TEST_F(VXStoreUpgradeTest, StoreThatGivesWayToTheOneBeforeIsListed)
+{
+    writeStore(live, u"of the future"_s, u"1.10"_s);
+    writeOldStore(upgrading);
+    const QString before = contentsOfStore(upgrading);
+    writeNotesPlugin();
+    startWith({});
+    ASSERT_THAT(user->alerts(), SizeIs(1));
+    EXPECT_THAT(user->alerts().front().details.toStdString(), HasSubstr("\"vornix store rollback notes\""));
+    EXPECT_EQ(contentsOfStore(live), before);
+    const QList<VXStorePast::Entry> past = VXStorePast::entries(live);
+    ASSERT_EQ(past.size(), 1);
+    EXPECT_EQ(past.constFirst().path, trash(u"notes.vxdatastore"_s));
+    EXPECT_EQ(past.constFirst().reason, u"removed"_s);
+    // What comes to lie there when the trash was emptied is another one.
+    ASSERT_TRUE(QDir().rename(trash(u"notes.vxdatastore"_s), path(u"kept"_s)));
+    ASSERT_TRUE(QDir().mkpath(trash(u"notes.vxdatastore"_s)));
+    EXPECT_EQ(VXStorePast::entries(live).size(), 0);
+}
+
+// -- What the old store holds
+
+// Objects that others lead to: one is gone, of the others one gets no new object.
+TEST_F(VXStoreUpgradeTest, DanglingReferencesAreLeftOutAndTold)
+{
+    writeOldStore(live, 4);
+    sqlite3 *database = nullptr;
+    ASSERT_EQ(sqlite3_open(qPrintable(live + "/notes.sqlite"_L1), &database), SQLITE_OK);
+    EXPECT_EQ(
+        sqlite3_exec(
+            database,
+            "DELETE FROM VX_Author; INSERT INTO \"VX_Note.tags\" SELECT Z_PK, 999 FROM VX_Note WHERE text = 'note 1'",
+            nullptr, nullptr, nullptr),
+        SQLITE_OK)
+        << sqlite3_errmsg(database);
+    sqlite3_close(database);
+    writeNotesPlugin(u"forgets"_s);
+    answerBackup(false);
+    startWith({});
+    const QString after = contentsOfStore(notesPlugin().persistentStoreCoordinator());
+    EXPECT_EQ(after.count(u"tags=(red)"_s), 4) << after.toStdString();
+    EXPECT_EQ(log.count(u"Unable to retrieve relationship tags for object x-coredata://"_s), 3); // each other note, and
+    EXPECT_EQ(log.count(u"<null>"_s), 3); // the one that leads to 999
+    EXPECT_EQ(log.count(u"Unable to retrieve relationship author for object x-coredata://"_s), 4);
+    const QList<VXEntityMigration> entities = notesPlugin().lastMigration();
+    const auto notes = std::ranges::find(entities, u"Note"_s, &VXEntityMigration::entity);
+    ASSERT_NE(notes, entities.end());
+    EXPECT_EQ(notes->notFound, (QMap<QString, qint64>{{u"author"_s, 3}, {u"tags"_s, 2}}));
+}
+
+namespace {
+
+/** As a plugin's class of today, which counts on today's keys. */
+class TestNoteOfToday : public VXManagedObject
+{
+    void awakeFromFetch() override { EXPECT_TRUE(valueForKey(u"added"_s).isValid()); }
+};
+
+} // namespace
+
+TEST_F(VXStoreUpgradeTest, OldObjectsAreNotOfTodaysClasses)
+{
+    const auto named = [](QByteArray source) {
+        return source.replace("entity Note {", "entity Note (TestNoteOfToday) {");
+    };
+    VXManagedObjectClass::registerClass<TestNoteOfToday>(u"TestNoteOfToday"_s);
+    writeOldStore(live, 3, u"1.1"_s, u"org.example.notes"_s, named(oldSource()));
+    const QString before = contentsOfStore(live);
+    writeNotesPlugin();
+    ASSERT_TRUE(modelOf(named(newSource()))
+                    ->writeToFile(shared() + u"/org.example.notes.vxplugin/Contents/Resources/notes.mom"_s));
+    answerBackup(false);
+    startWith({});
+    EXPECT_EQ(contentsOfStore(notesPlugin().persistentStoreCoordinator()), before);
+    VXManagedObjectContext context(notesPlugin().persistentStoreCoordinator());
+    const auto found = context.executeFetchRequest(
+        VXFetchRequest(*context.persistentStoreCoordinator()->model().entityForName(u"Note"_s)));
+    ASSERT_TRUE(found && !found->isEmpty());
+    EXPECT_NE(dynamic_cast<const TestNoteOfToday *>(found->at(0).get()), nullptr);
+    VXManagedObjectClass::removeClass(u"TestNoteOfToday"_s);
 }
 
 TEST_F(VXStoreUpgradeTest, StoreThatOthersHaveOpenIsNotUpgraded)

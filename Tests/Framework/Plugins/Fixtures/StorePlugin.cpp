@@ -90,7 +90,37 @@ public:
         return VXDataPlugin::migrateObjectValue(value, attribute, oldObject, version, newObject, error);
     }
 
+    std::optional<VXMigratedObjects> migrateEntityAttributes(const VXEntityDescription &entity,
+                                                             VXManagedObjectContext &oldContext, int version,
+                                                             VXManagedObjectContext &newContext,
+                                                             VXError *error) override
+    {
+        auto made = VXDataPlugin::migrateEntityAttributes(entity, oldContext, version, newContext, error);
+        if (made && forgets(entity))
+            made->removeIf([](const auto &each) { return each.value()->valueForKey(u"name"_s) == u"green"_s; });
+        return made;
+    }
+
+    bool migrateEntityRelationships(const VXEntityDescription &entity, VXManagedObjectContext &oldContext, int version,
+                                    VXManagedObjectContext &newContext, const VXMigratedObjects &newObjects,
+                                    VXError *error) override
+    {
+        return forgets(entity) ||
+               VXDataPlugin::migrateEntityRelationships(entity, oldContext, version, newContext, newObjects, error);
+    }
+
+    bool migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
+                                     VXManagedObjectContext &newContext, VXError *error) override
+    {
+        return VXDataPlugin::migrateManagedObjectContext(oldContext, version, newContext, error) &&
+               (migration() != "saves"_L1 || newContext.save(error)); // as may do who has no room for all of it
+    }
+
 private:
+    bool forgets(const VXEntityDescription &entity) const
+    {
+        return migration() == "forgets"_L1 && entity.name() == "Tag"_L1;
+    }
     QString migration() const { return bundle()->infoDictionary().value(u"FixtureMigration"_s).toString(); }
 
     int _copied = 0;
