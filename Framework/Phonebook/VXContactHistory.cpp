@@ -199,8 +199,8 @@ bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *e
         request.predicate = compare(u"importNumber"_s, Operator::Equal, undo.changeSet.number);
         if (!isDryRun) {
             request.limit = portion;
-            request.prefetchedRelationships = {u"numbers"_s,   u"emails"_s, u"urls"_s,
-                                               u"addresses"_s, u"words"_s,  u"groups"_s};
+            request.prefetchedRelationships = {u"numbers"_s, u"emails"_s, u"urls"_s,  u"addresses"_s,
+                                               u"words"_s,   u"groups"_s, u"places"_s};
         } else {
             request.batchSize = portion;
         }
@@ -215,10 +215,15 @@ bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *e
                 ++undo.removed;
             if (isDryRun)
                 continue;
-            if (isLeft)
+            if (isLeft) {
                 person->setValueForKey({}, u"importNumber"_s); // it is the user's own by now
-            else
-                context.deleteObject(person);
+                continue;
+            }
+            // On its phone it stays: nobody deleted it there, and the next sync brings it again.
+            const int places = person->entity().propertyForName(u"places"_s)->index();
+            for (const VXManagedObjectPtr &place : person->relatedObjects(places))
+                context.deleteObject(place);
+            context.deleteObject(person);
         }
         if (isDryRun || persons->isEmpty())
             return true;

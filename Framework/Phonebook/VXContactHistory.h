@@ -14,12 +14,12 @@
 
 class VXManagedObjectContext;
 
-/** What changed many contacts at once: an import, or a merge. */
+/** What changed many contacts at once: an import, a merge or a sync. */
 struct VXContactChangeSet
 {
     qint64 number = 0;
-    QString kind = {};   // "import", "merge"
-    QString title = {};  // of an import the file
+    QString kind = {};   // "import", "merge", "sync"
+    QString title = {};  // of an import the file, of a sync the phone
     QDateTime date = {}; // when it began
 };
 
@@ -34,7 +34,7 @@ struct VXContactUndo
 };
 
 /**
- * Remembers what imports and merges did to the contacts of the store "phonebook", in the store itself and with the same saves, so
+ * Remembers what imports, merges and syncs did to the contacts of the store "phonebook", in the store itself and with the same saves, so
  * that the last ones can be undone. On any thread; a context on its own.
  */
 class VX_EXPORT VXContactHistory

@@ -1,3 +1,4 @@
+#include "Sync/VXContactSync.h"
 #include "VXDataPlugin.h"
 #include "VXManagedObjectClass.h"
 #include "VXPhonebookEntities.h"
@@ -28,8 +29,20 @@ public:
             .replace("%1"_L1, QString::number(count));
     }
 
+    void pluginDidLoad() override
+    {
+        const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
+        if (!coordinator)
+            return;
+        VXDeviceWork::offer(this, u"sync_contacts"_s, u"read_contacts"_s,
+                            [coordinator](const VXDeviceAction::Ptr &action) {
+                                return std::make_shared<VXContactSync>(action, coordinator);
+                            });
+    }
+
     void pluginWillUnload() override
     {
+        VXNotificationCenter::defaultCenter().removeObserver(this);
         for (const QString &name :
              {VXPerson::entityName, VXPhoneNumberEntry::entityName, VXEmailAddressEntry::entityName})
             VXManagedObjectClass::removeClass(name);

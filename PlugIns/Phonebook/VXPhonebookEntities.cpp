@@ -50,7 +50,8 @@ void VXPerson::willSave()
         return;
     updateSortName();
     updateWords();
-    updateDate();
+    if (isInserted() || changedValues().keys() != QStringList{u"places"_s}) // which is no change of the contact
+        updateDate();
 }
 
 void VXPerson::updateSortName()

@@ -1,3 +1,4 @@
+#include "VXApplication.h"
 #include "VXDeviceAction.h"
 #include "VXDeviceActionRun.h"
 #include "VXDeviceNamed.h"
@@ -18,6 +19,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const QString deletionsKey = u"acceptsDeletions"_s; // of contacts
+
 struct Kind
 {
     QString name; // of the option, and in the answer
@@ -27,10 +30,30 @@ struct Kind
 // Those that were asked for; without any, all.
 QList<Kind> kindsOf(const VXHostOptions &options)
 {
-    const QList<Kind> all{{u"messages"_s, u"sync_messages"_s}, {u"calls"_s, u"sync_calls"_s}};
+    const QList<Kind> all{
+        {u"contacts"_s, u"sync_contacts"_s}, {u"messages"_s, u"sync_messages"_s}, {u"calls"_s, u"sync_calls"_s}};
     QList<Kind> chosen = all;
     chosen.removeIf([&](const Kind &kind) { return !options.isSet(kind.name); });
     return chosen.isEmpty() ? all : chosen;
+}
+
+VXDeviceAction::Ptr run(VXHostContext &context, const Kind &kind, const VXDevicePlugin::Ptr &device,
+                        const QVariantMap &object, QString *failure)
+{
+    const auto action = VXDeviceAction::actionWithName(kind.action);
+    action->setObject(object);
+    *failure = VXDeviceActionRun(context, action).runQuietly(device);
+    return action;
+}
+
+bool agrees(const QString &question)
+{
+    VXAlert alert;
+    alert.message = question;
+    alert.informativeText = u"Shall they be deleted on the other side too?"_s;
+    alert.defaultButton = u"Delete"_s;
+    alert.alternateButton = u"Cancel"_s;
+    return VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default;
 }
 
 // One after the other, the rest also when one fails.
@@ -47,8 +70,15 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
             failures.append(kind.name + ": "_L1 + failure);
             continue;
         }
-        const auto action = VXDeviceAction::actionWithName(kind.action);
-        const QString failure = VXDeviceActionRun(context, action).runQuietly(device);
+        QVariantMap object{{deletionsKey, context.options.isSet(u"yes"_s)},
+                           {u"addsAll"_s, context.options.isSet(u"add"_s)}};
+        QString failure;
+        VXDeviceAction::Ptr action = run(context, kind, device, object, &failure);
+        if (const QString question = action->result().toMap().value(u"question"_s).toString();
+            !question.isEmpty() && agrees(question)) {
+            object.insert(deletionsKey, true);
+            action = run(context, kind, device, object, &failure);
+        }
         QJsonObject result = VXJSONFromVariant(action->result()).toObject();
         if (!failure.isNull())
             result.insert(u"error"_s, failure);
@@ -86,13 +116,25 @@ VXHostCommand VXSyncCommand()
         .name = u"sync"_s,
         .summary = u"Bring a phone and the stores into step"_s,
         .synopsis = u"DEVICE"_s,
-        .details = u"Messages and calls of the phone go into the stores, and what was changed here goes to the phone: "
-                   "messages that were read, moved away or are to be written. Without options all that the phone has. "
-                   "DEVICE is its URL, identifier or name. "
-                   "It may be interrupted at any time, and run again; when nothing has changed it changes nothing. "
-                   "Contacts come from a phone by \"vornix export vcardexporter\" and \"vornix phonebook import\"."_s,
-        .options = {{.name = u"messages"_s, .placeholder = {}, .summary = u"Only messages, and what else is named"_s},
-                    {.name = u"calls"_s, .placeholder = {}, .summary = u"Only calls, and what else is named"_s}},
+        .details =
+            u"Contacts, messages and calls of the phone go into the stores, and what was changed here goes to the "
+            u"phone: "
+            "contacts that it has and that were changed or deleted, messages that were read, moved away or are to be "
+            "written. Without options all that the phone has. It may be interrupted at any time, and run again; when "
+            "nothing has changed it changes nothing.\n"
+            "DEVICE is its URL, identifier or name. A contact that was changed here and there keeps both values. One "
+            "that was deleted on one side is deleted "
+            "on the other, unless it was changed there; \"vornix phonebook undo-import\" takes back what a sync did "
+            "here. When more than half of the contacts are gone on one side you are asked first."_s,
+        .options = {{.name = u"contacts"_s, .placeholder = {}, .summary = u"Only contacts, and what else is named"_s},
+                    {.name = u"messages"_s, .placeholder = {}, .summary = u"Only messages, and what else is named"_s},
+                    {.name = u"calls"_s, .placeholder = {}, .summary = u"Only calls, and what else is named"_s},
+                    {.name = u"add"_s,
+                     .placeholder = {},
+                     .summary = u"Also put contacts on the phone that were never there"_s},
+                    {.name = u"yes"_s,
+                     .placeholder = {},
+                     .summary = u"Delete contacts also when more than half of them are gone on one side"_s}},
         .minimumOperands = 1,
         .maximumOperands = 1,
         .run = runSync};

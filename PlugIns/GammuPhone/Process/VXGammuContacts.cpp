@@ -4,6 +4,8 @@
 #include "VXGammuReading.h"
 #include "VXGammuText.h"
 
+#include <QtCore/QCborValue>
+
 #include <memory>
 #include <span>
 #include <vector>
@@ -11,6 +13,8 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+const QString expectedKey = u"expected"_s;
 
 struct FreeEntry
 {
@@ -77,6 +81,31 @@ QStringList refusedValues(const GSM_MemoryEntry &entry)
     return refused;
 }
 
+GSM_Error get(VXGammuSession &session, GSM_MemoryEntry &entry)
+{
+    return session.call([&](auto *machine) { return GSM_GetMemory(machine, &entry); });
+}
+
+// Whether it is still the contact that the request was made for, if it says so ("expected", as it was read).
+VXGammuFailure checkPlace(const QVariantMap &contact, const GSM_MemoryEntry &found)
+{
+    if (!contact.contains(expectedKey) ||
+        QCborValue::fromVariant(contact.value(expectedKey)) == QCborValue::fromVariant(VXContactFromGammu(found)))
+        return {};
+    return VXGammuRefusal(
+        u"Another contact lies at %1 %2; read the contacts again."_s,
+        {QLatin1StringView(GSM_MemoryTypeToString(found.MemoryType)), QString::number(found.Location)});
+}
+
+// What the phone has made of it; empty when it does not tell.
+QVariantMap written(VXGammuSession &session, const GSM_MemoryEntry &entry)
+{
+    const Entry there(new GSM_MemoryEntry{});
+    there->MemoryType = entry.MemoryType;
+    there->Location = entry.Location;
+    return get(session, *there) == ERR_NONE ? VXContactFromGammu(*there) : QVariantMap();
+}
+
 } // namespace
 
 VXGammuFailure VXGammuContacts::read(VXGammuSession &session, VXGammuJob &job)
@@ -99,18 +128,21 @@ VXGammuFailure VXGammuContacts::read(VXGammuSession &session, VXGammuJob &job)
 
 VXGammuFailure VXGammuContacts::write(VXGammuSession &session, VXGammuJob &job)
 {
-    const QVariantMap contact = job.object().toMap();
+    QVariantMap contact = job.object().toMap();
     VXGammuFailure failure;
     const Entry entry = makeEntry(contact, failure);
     if (!entry)
         return failure;
     const QString cannotWrite = u"The contact could not be written: %1"_s;
     if (entry->Location > 0) {
-        const GSM_Error found = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });
+        const GSM_Error found = get(session, *entry);
         if (found != ERR_NONE && found != ERR_EMPTY)
             return VXGammuTrouble(cannotWrite, found);
+        if (failure = checkPlace(contact, *entry); failure)
+            return failure;
         VXRemoveContactValues(*entry);
     }
+    contact.remove(expectedKey);
     failure = VXContactToGammu(contact, VXGammuGate(session.takesCards()), *entry);
     if (failure)
         return failure;
@@ -121,20 +153,26 @@ VXGammuFailure VXGammuContacts::write(VXGammuSession &session, VXGammuJob &job)
     QVariantMap result = VXGammuReading::result(refused.isEmpty(), refused);
     result.insert(u"memory"_s, QString::fromLatin1(GSM_MemoryTypeToString(entry->MemoryType)));
     result.insert(u"location"_s, entry->Location);
+    if (const QVariantMap there = written(session, *entry); !there.isEmpty())
+        result.insert(u"contact"_s, there);
     job.setResult(result);
     return {};
 }
 
 VXGammuFailure VXGammuContacts::remove(VXGammuSession &session, VXGammuJob &job)
 {
+    const QVariantMap contact = job.object().toMap();
     VXGammuFailure failure;
-    const Entry entry = makeEntry(job.object().toMap(), failure);
+    const Entry entry = makeEntry(contact, failure);
     if (!entry)
         return failure;
     if (entry->Location == 0)
         return VXGammuRefusal(u"The contact to delete must have a location."_s);
     // Deleting what is not there is an error of some phones and none of others.
-    GSM_Error code = session.call([&](auto *machine) { return GSM_GetMemory(machine, entry.get()); });
+    GSM_Error code = get(session, *entry);
+    failure = code == ERR_NONE ? checkPlace(contact, *entry) : failure;
+    if (failure)
+        return failure;
     if (code == ERR_NONE)
         code = session.call([&](auto *machine) { return GSM_DeleteMemory(machine, entry.get()); });
     return code == ERR_NONE ? VXGammuFailure() : VXGammuTrouble(u"The contact could not be deleted: %1"_s, code);

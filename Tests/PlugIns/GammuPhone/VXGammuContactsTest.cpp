@@ -149,6 +149,30 @@ TEST_F(VXGammuContactsTest, WhatIsWrittenTheProgramReads)
     EXPECT_EQ(run(phone, u"delete_contact"_s, contact)->error().code(), ERR_EMPTY);
 }
 
+// It may have changed since it was read.
+TEST_F(VXGammuContactsTest, OnlyTheContactThatIsExpectedIsReplacedOrDeleted)
+{
+    addContacts("BEGIN:VCARD\nVERSION:3.0\nN:Old;\nBDAY:19840229\nTEL;TYPE=CELL:+1\nEND:VCARD\n");
+    const auto phone = makeDummy();
+    const auto read = [&] {
+        return run(phone, u"read_contacts"_s)->result().toMap().value(u"items"_s).toList().value(0).toMap();
+    };
+    const QVariantMap old = read();
+    QVariantMap news = old;
+    news.insert(u"lastName"_s, u"New"_s);
+    news.insert(u"expected"_s, old);
+    const auto written = run(phone, u"write_contact"_s, news);
+    EXPECT_EQ(written->error(), VXError());
+    EXPECT_EQ(written->result().toMap().value(u"contact"_s).toMap(), read());
+    const QVariantMap place{{u"memory"_s, u"ME"_s}, {u"location"_s, 1}, {u"expected"_s, old}};
+    EXPECT_TRUE(run(phone, u"write_contact"_s, news)->error().localizedDescription().contains("Another contact"_L1));
+    EXPECT_TRUE(run(phone, u"delete_contact"_s, place)->error().localizedDescription().contains("Another contact"_L1));
+    EXPECT_EQ(read().value(u"lastName"_s), u"New"_s);
+    news = place;
+    news.insert(u"expected"_s, read());
+    EXPECT_EQ(run(phone, u"delete_contact"_s, news)->error(), VXError());
+}
+
 // An identifier for synchronisation has no key: writing the contact again keeps it.
 TEST_F(VXGammuContactsTest, WritingKeepsWhatNoKeyStandsFor)
 {

@@ -1,11 +1,5 @@
-#include "GammuPhoneTestsPaths.h"
-#include "VXTesting.h"
+#include "VXPhoneSyncTest.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
-#include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
 
 using namespace Qt::StringLiterals;
@@ -14,59 +8,10 @@ using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 using testing::UnorderedElementsAreArray;
 
-namespace {
-
-const QString phone = u"vxdevice://localhost/com.halvern.VNX2.GammuPhone/dummy"_s;
-
-} // namespace
-
-/** The program and a phone without hardware, each in the home folder. */
-class VXSyncTest : public VXHomeTest
+/** Messages. */
+class VXSyncTest : public VXPhoneSyncTest
 {
 protected:
-    void fillPhone() const
-    {
-        ASSERT_EQ(QProcess::execute(QStringLiteral(EXAMPLE_PHONE) + "/fill"_L1, {path(u"phone"_s)}), 0);
-        addPhone();
-    }
-    void addPhone() const
-    {
-        vornix({u"plugins"_s, u"enable"_s, u"com.halvern.VNX2.GammuPhone"_s});
-        vornix({u"devices"_s, u"add"_s, u"com.halvern.VNX2.GammuPhone"_s, u"dummy"_s, u"model=dummy"_s,
-                u"connection=none"_s, u"port="_s + path(u"phone"_s)});
-    }
-
-    QStringList arguments(const QStringList &command) const
-    {
-        return QStringList{u"--json"_s, u"--home"_s, path(u"home"_s)} + command;
-    }
-    /** What a command answers. */
-    QJsonValue vornix(const QStringList &command, int expectedStatus = 0) const
-    {
-        QProcess process;
-        process.start(QStringLiteral(VORNIX_PROGRAM), arguments(command));
-        EXPECT_TRUE(process.waitForFinished(60000));
-        const QByteArray output = process.readAllStandardOutput();
-        EXPECT_EQ(process.exitCode(), expectedStatus)
-            << command.join(u' ').toStdString() << output.toStdString() << process.readAllStandardError().toStdString();
-        const QJsonDocument document = QJsonDocument::fromJson(output);
-        return document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
-    }
-    void gammu(const QStringList &command) const
-    {
-        QProcess process;
-        process.start(QStringLiteral(GAMMU_PROGRAM), QStringList{u"--config"_s, path(u"phone/gammurc"_s)} + command);
-        EXPECT_TRUE(process.waitForFinished(60000));
-    }
-    /** What a sync did, as "added changed carriedOut". */
-    QString sync(const QString &kind) const
-    {
-        const QJsonObject result = vornix({u"sync"_s, phone, u"--"_s + kind})[kind].toObject();
-        return u"%1 %2 %3"_s.arg(result[u"added"_s].toInt(-1))
-            .arg(result[u"changed"_s].toInt())
-            .arg(result[u"carriedOut"_s].toInt());
-    }
-
     QJsonArray list(const QString &folder) const
     {
         return vornix({u"messages"_s, u"list"_s, folder, u"--limit"_s, u"0"_s}).toArray();

@@ -1,0 +1,218 @@
+#include "VXContactMerge.h"
+
+#include "VXContactWriter.h"
+#include "VXPhoneNumber.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QSet>
+#include <QtCore/QVariant>
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Conflicts = QList<VXMergedContact::Conflict>;
+
+const QString noteKey = u"note"_s;
+const QString nameKey = u"name"_s;
+const QString firstNameKey = u"firstName"_s;
+const std::array furtherNameKeys{u"lastName"_s, u"middleName"_s, u"namePrefix"_s, u"nameSuffix"_s};
+
+bool isList(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QVariantList;
+}
+
+QString textOf(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QDateTime ? value.toDateTime().date().toString(Qt::ISODate) : value.toString();
+}
+
+void set(QVariantMap &map, const QString &key, const QVariant &value)
+{
+    if (value.isValid())
+        map.insert(key, value);
+    else
+        map.remove(key);
+}
+
+// What makes an element of a list the same one, however else it is described.
+QString identityOf(const QVariant &element)
+{
+    const QVariantMap map = element.toMap();
+    if (const QString number = map.value(u"number"_s).toString(); !number.isEmpty()) {
+        const QString search = VXPhoneNumberSearchString(number);
+        return search.isEmpty() ? number : search;
+    }
+    QStringList parts;
+    for (auto part = map.cbegin(); part != map.cend(); ++part) {
+        if (part.key() != "type"_L1 && part.key() != "label"_L1)
+            parts.append(part.key() + u' ' + part->toString().simplified().toLower());
+    }
+    return parts.join(u'\n');
+}
+
+// Invalid when it is not there. A number may be there twice, of different types.
+QVariant findIn(const QVariantList &list, const QVariant &element)
+{
+    if (list.contains(element))
+        return element;
+    const auto found = std::ranges::find(list, identityOf(element), identityOf);
+    return found == list.cend() ? QVariant() : *found;
+}
+
+// Whether it is described just so; it may be known more of it, which phones have no place for.
+bool isAsIn(const QVariantMap &known, const QVariantMap &element)
+{
+    const auto keys = known.keys();
+    return !known.isEmpty() &&
+           std::ranges::all_of(keys, [&](const QString &key) { return known.value(key) == element.value(key); });
+}
+
+// -- Names
+
+QStringList namesOf(const QVariantMap &contact)
+{
+    QStringList names{contact.value(firstNameKey).toString()};
+    for (const QString &key : furtherNameKeys)
+        names.append(contact.value(key).toString());
+    return names;
+}
+
+bool hasNameInParts(const QVariantMap &contact)
+{
+    return std::ranges::any_of(furtherNameKeys, [&](const QString &key) { return contact.contains(key); });
+}
+
+/** Three-way merge of the maps of contacts, and of the elements of their lists. */
+class Merge
+{
+public:
+    void mergeContacts(const QVariantMap &before, QVariantMap after, const QVariantMap &ontoBefore, QVariantMap &onto)
+    {
+        mergeWholeName(before, after, ontoBefore, onto);
+        mergeMaps(before, after, ontoBefore, onto, &_conflicts);
+        std::ranges::sort(_conflicts, {}, &VXMergedContact::Conflict::key);
+    }
+    const Conflicts &conflicts() const { return _conflicts; }
+
+private:
+    // A phone that has one field for it, and somebody with names in parts: then the name is one value.
+    void mergeWholeName(const QVariantMap &before, QVariantMap &after, const QVariantMap &ontoBefore, QVariantMap &onto)
+    {
+        const bool isChanged = namesOf(before) != namesOf(after) && namesOf(after) != namesOf(onto);
+        if (!isChanged || (hasNameInParts(before) || hasNameInParts(after)) == hasNameInParts(onto))
+            return;
+        const bool isTaken = namesOf(onto) == namesOf(ontoBefore);
+        if (!isTaken)
+            _conflicts.append({nameKey, VXContactRecord(after).displayName()});
+        QVariantMap &from = isTaken ? after : onto;
+        QVariantMap &to = isTaken ? onto : after;
+        set(to, firstNameKey, from.value(firstNameKey));
+        for (const QString &key : furtherNameKeys)
+            set(to, key, from.value(key));
+    }
+
+    static void mergeMaps(const QVariantMap &before, const QVariantMap &after, const QVariantMap &ontoBefore,
+                          QVariantMap &onto, Conflicts *conflicts)
+    {
+        const QStringList keys = before.keys() + after.keys();
+        for (const QString &key : QSet(keys.cbegin(), keys.cend())) {
+            const QVariant old = before.value(key);
+            const QVariant news = after.value(key);
+            const QVariant mine = onto.value(key);
+            if (isList(old) || isList(news)) {
+                const QVariantList list =
+                    mergedList(old.toList(), news.toList(), ontoBefore.value(key).toList(), mine.toList());
+                set(onto, key, list.isEmpty() ? QVariant() : QVariant(list));
+            } else if (news != old && news != mine) {
+                const bool isContested = mine != ontoBefore.value(key) && mine != old;
+                if (!isContested)
+                    set(onto, key, news);
+                else if (key == noteKey)
+                    onto.insert(key, withLinesOf(mine.toString(), news.toString()));
+                else if (news.isValid())
+                    contest(key, news, onto, conflicts);
+            }
+        }
+    }
+
+    static void contest(const QString &key, const QVariant &news, QVariantMap &onto, Conflicts *conflicts)
+    {
+        const QString other = textOf(news);
+        const QString mine = textOf(onto.value(key));
+        if (other.startsWith(mine)) // phones cut off what is too long for them
+            onto.insert(key, news);
+        else if (conflicts != nullptr && !mine.startsWith(other))
+            conflicts->append({key, other});
+    }
+
+    static QString withLinesOf(const QString &text, const QString &other)
+    {
+        QStringList lines = text.split(u'\n', Qt::SkipEmptyParts);
+        for (const QString &line : other.split(u'\n', Qt::SkipEmptyParts)) {
+            if (!lines.contains(line))
+                lines.append(line);
+        }
+        return lines.join(u'\n');
+    }
+
+    static QVariantList mergedList(const QVariantList &before, const QVariantList &after,
+                                   const QVariantList &ontoBefore, const QVariantList &onto)
+    {
+        QVariantList merged;
+        for (const QVariant &element : onto) {
+            const QVariant old = findIn(before, element);
+            const QVariant news = findIn(after, element);
+            const QVariant own = findIn(ontoBefore, element);
+            QVariantMap map = element.toMap();
+            const bool isRemoved = old.isValid() && !news.isValid();
+            if (isRemoved && isAsIn(own.toMap(), map))
+                continue;
+            if (news.isValid())
+                mergeMaps(old.toMap(), news.toMap(), own.toMap(), map, nullptr);
+            merged.append(map);
+        }
+        for (const QVariant &element : after) {
+            if (!findIn(onto, element).isValid() && findIn(before, element) != element)
+                merged.append(element);
+        }
+        return merged;
+    }
+
+    Conflicts _conflicts;
+};
+
+} // namespace
+
+VXContactRecord VXContactForPhone(const VXContactRecord &contact)
+{
+    VXContactRecord made = VXStorableContact(contact);
+    made.image.clear();
+    made.groups.clear();
+    made.uid.clear();
+    made.properties.clear();
+    static const QStringList labels{u"other"_s, u"video"_s, u"messaging"_s};
+    for (VXContactRecord::Address &number : made.numbers)
+        number.label = labels.contains(number.label) ? number.label : QString();
+    for (QList<VXContactRecord::Address> *const list : {&made.emails, &made.urls}) {
+        for (VXContactRecord::Address &address : *list)
+            address.label.clear();
+    }
+    std::ranges::sort(made.addresses, {}, [](const VXContactRecord::PostalAddress &address) {
+        return QStringList{address.street, address.city, address.zip, address.text}; // stores give them in any order
+    });
+    return made;
+}
+
+VXMergedContact VXMergeContacts(const VXContactRecord &before, const VXContactRecord &after,
+                                const VXContactRecord &ontoBefore, const VXContactRecord &onto)
+{
+    Merge merge;
+    QVariantMap merged = VXStorableContact(onto).map();
+    merge.mergeContacts(before.map(), after.map(), ontoBefore.map(), merged);
+    return {.contact = VXContactRecord(merged), .conflicts = merge.conflicts()};
+}

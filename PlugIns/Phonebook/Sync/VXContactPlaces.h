@@ -1,0 +1,93 @@
+#pragma once
+
+#include "VXContactRecord.h"
+#include "VXManagedObject.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+#include <QtCore/QSet>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+#include <functional>
+
+class VXManagedObjectContext;
+
+/** A contact as it lies on a phone. */
+struct VXPhoneContact
+{
+    /** Of an item of "read_contacts". */
+    static VXPhoneContact fromItem(const QVariantMap &item);
+
+    QVariantMap item;        // as it was read
+    QString location;        // "MEMORY/LOCATION"
+    VXContactRecord contact; // VXContactForPhone
+};
+
+/** An object of the entity "VXContactPlace", with typed values. On its context's thread; none is null. */
+class VXContactPlace
+{
+public:
+    static const QString entityName; // "VXContactPlace"
+
+    VXContactPlace() = default;
+    explicit VXContactPlace(const VXManagedObjectPtr &object) : _object(object) {}
+    static VXContactPlace make(const QString &deviceURL, const VXManagedObjectPtr &person,
+                               VXManagedObjectContext &context);
+
+    const VXManagedObjectPtr &object() const { return _object; }
+    VXManagedObjectPtr person() const;
+    void setPerson(const VXManagedObjectPtr &person);
+    /** Null: it is to be put on the phone. */
+    QString location() const;
+    /** What there was when both last agreed. */
+    VXContactRecord here() const { return record(QStringLiteral("here")); }
+    VXContactRecord there() const { return record(QStringLiteral("there")); }
+    /** Writes what differs. */
+    void note(const QString &location, const VXContactRecord &here, const VXContactRecord &there);
+
+private:
+    VXContactRecord record(const QString &key) const;
+    void setRecord(const QString &key, const VXContactRecord &record);
+
+    VXManagedObjectPtr _object;
+};
+
+/**
+ * Which contacts of a phone are which that are known from it. One that lies where it lay is known by a name, number or address it still
+ * has, one that lies elsewhere by all of what it has, or by its name and one of those: phones number their contacts anew.
+ */
+class VXContactPlaces
+{
+public:
+    struct Known
+    {
+        VXContactPlace place;
+        const VXPhoneContact *met = nullptr; // on the phone now
+    };
+
+    /** The contacts outlive this. */
+    VXContactPlaces(const QList<VXContactPlace> &places, const QList<VXPhoneContact> &contacts);
+
+    const QList<Known> &known() const { return _known; }
+    const QList<const VXPhoneContact *> &news() const { return _news; }
+
+private:
+    /** What a contact is compared by. */
+    struct Traits
+    {
+        QString location;
+        QByteArray content;
+        QString name;
+        QSet<QString> addresses;
+    };
+    using Test = std::function<bool(const Traits &known, const Traits &contact)>;
+
+    static Traits traitsOf(const QString &location, const VXContactRecord &contact);
+    /** Matches, of those that are left, each contact with the first place with the same key that passes. */
+    void match(const std::function<QByteArray(const Traits &)> &key, const Test &test);
+
+    QList<Known> _known;
+    QList<Traits> _knownTraits; // of these
+    QList<const VXPhoneContact *> _news;
+};

@@ -1,0 +1,354 @@
+#include "VXContactReconciler.h"
+
+#include "VXContactMatch.h"
+#include "VXContactWriter.h"
+#include "VXCoreDataSaveError.h"
+#include "VXPhonebookPluginString.h"
+
+#include <QtCore/QMap>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+using Person = VXManagedObjectPtr;
+
+namespace {
+
+VXContactRecord recordOf(const Person &person)
+{
+    return VXStorableContact(VXContactRecord(QVariant::fromValue(person)));
+}
+
+VXContactRecord phoneRecordOf(const Person &person)
+{
+    return VXContactForPhone(recordOf(person));
+}
+
+QString nameOf(const VXContactRecord &contact)
+{
+    const QString name = contact.displayName();
+    return name.isEmpty() ? VXPhonebookPluginString(u"(no name)"_s) : name;
+}
+
+int placesIndex(const Person &person)
+{
+    return person->entity().propertyForName(u"places"_s)->index();
+}
+
+// What the action that changes it is told: what we know nothing of stays as it was read.
+QVariantMap objectFor(const VXPhoneContact &contact, const VXContactRecord &wanted)
+{
+    QVariantMap object = contact.item;
+    for (const QString &key : VXContactRecord(contact.item).map().keys())
+        object.remove(key);
+    object.insert(wanted.map());
+    object.insert(u"expected"_s, contact.item);
+    return object;
+}
+
+} // namespace
+
+VXContactReconciler::VXContactReconciler(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &deviceURL,
+                                         const QString &deviceName)
+    : _coordinator(coordinator), _deviceURL(deviceURL), _deviceName(deviceName), _context(coordinator),
+      _writer(std::make_unique<VXContactWriter>(_context))
+{
+    _context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
+}
+
+VXContactReconciler::~VXContactReconciler() = default;
+
+bool VXContactReconciler::run(const QList<VXPhoneContact> &contacts, bool isAll, VXError *error)
+{
+    const std::optional<QList<VXContactPlace>> known = readPlaces(error);
+    if (!known)
+        return false;
+    const VXContactPlaces places(*known, contacts);
+    if (!_acceptsDeletions)
+        _question = questionAbout(places, isAll);
+    if (!_question.isNull())
+        return true;
+    VXError failure;
+    if (reconcile(places, isAll, &failure) && (!_context.hasChanges() || _context.save(&failure))) {
+        for (VXPhoneChange &change : _changes)
+            change.placeID = change.place->objectID();
+        return true;
+    }
+    VXLogCoreDataSaveError(failure);
+    VXSetError(error, failure);
+    if (_changeSet)
+        VXContactHistory(_coordinator).forget(*_changeSet);
+    return false;
+}
+
+std::optional<QList<VXContactPlace>> VXContactReconciler::readPlaces(VXError *error)
+{
+    VXFetchRequest request(*_coordinator->model().entityForName(VXContactPlace::entityName));
+    request.predicate = *VXPredicate::predicateWithFormat(u"device_url == %@"_s, {_deviceURL});
+    request.prefetchedRelationships = {u"person"_s};
+    const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
+    if (!found)
+        return std::nullopt;
+    QList<VXContactPlace> places;
+    for (const VXManagedObjectPtr &place : *found)
+        places.append(VXContactPlace(place));
+    return places;
+}
+
+// A phone that was reset, that another card was put into, or that does not answer as it should, has not deleted its contacts; and a
+// store that lost them has not either.
+QString VXContactReconciler::questionAbout(const VXContactPlaces &places, bool isAll) const
+{
+    struct Count
+    {
+        int all = 0;
+        int gone = 0;
+        int deletedHere = 0;
+    };
+    QMap<QString, Count> counts; // by memory
+    for (const VXContactPlaces::Known &known : places.known()) {
+        if (known.place.location().isEmpty())
+            continue;
+        Count &count = counts[known.place.location().section(u'/', 0, 0)];
+        ++count.all;
+        if (!known.place.person())
+            ++count.deletedHere;
+        else if (known.met == nullptr)
+            ++count.gone;
+    }
+    for (const Count &count : std::as_const(counts)) {
+        if (isAll && 2 * count.gone > count.all)
+            return VXPhonebookPluginString(u"Of the %1 contacts that the phone had, %2 are gone from it."_s)
+                .arg(count.all)
+                .arg(count.gone);
+        if (2 * count.deletedHere > count.all)
+            return VXPhonebookPluginString(u"Of the %1 contacts that the phone had, %2 were deleted here."_s)
+                .arg(count.all)
+                .arg(count.deletedHere);
+    }
+    return {};
+}
+
+// First all that comes from the phone: a person may lie on it twice.
+bool VXContactReconciler::reconcile(const VXContactPlaces &places, bool isAll, VXError *error)
+{
+    QList<Link> links;
+    QList<VXContactPlaces::Known> kept;
+    for (const VXPhoneContact *const contact : places.news())
+        links.append({contact});
+    for (const VXContactPlaces::Known &known : places.known()) {
+        if (known.met == nullptr)
+            continue;
+        if (known.place.person())
+            kept.append(known);
+        else
+            links.append({known.met, known.place});
+    }
+    if (!link(links, error))
+        return false;
+    if (!std::ranges::all_of(kept, [&](const VXContactPlaces::Known &known) { return takeOver(known, error); }))
+        return false;
+    for (Link &link : _links)
+        link.place.note(link.contact->location, phoneRecordOf(link.place.person()), link.contact->contact);
+    for (const VXContactPlaces::Known &known : std::as_const(kept))
+        bringBack(known);
+    for (const VXContactPlaces::Known &known : places.known()) {
+        const bool isAbsent = known.met == nullptr && (isAll || known.place.location().isEmpty());
+        if (isAbsent && !applyAbsence(known.place, error))
+            return false;
+    }
+    return !_addsAll || addAll(error);
+}
+
+// -- From the phone
+
+bool VXContactReconciler::link(const QList<Link> &links, VXError *error)
+{
+    QList<VXContactRecord> contacts;
+    for (const Link &link : links)
+        contacts.append(link.contact->contact);
+    VXContactMatch match(_context);
+    return match.prepare(contacts, error) &&
+           std::ranges::all_of(links, [&](const Link &link) { return linkContact(link, match, error); });
+}
+
+// Whoever is here already is the same, and learns what the phone knows besides.
+bool VXContactReconciler::linkContact(Link link, VXContactMatch &match, VXError *error)
+{
+    const VXContactRecord &contact = link.contact->contact;
+    const bool wasDeletedHere = bool(link.place.object());
+    const VXKnownContact *const known = contact.displayName().isEmpty() ? nullptr : match.find(contact);
+    Person person = known != nullptr ? known->person : Person();
+    if (wasDeletedHere && person && hasPlace(person))
+        person = nullptr; // the other one of two that were the same
+    if (wasDeletedHere && !person && VXIsSameContact(contact, link.place.there())) {
+        remove(link.place, *link.contact);
+        return true;
+    }
+    if (wasDeletedHere && !person)
+        _conflicts.append(VXPhonebookPluginString(u"%1 was deleted here and changed on the phone: it is kept."_s)
+                              .arg(nameOf(contact)));
+    if (!person) {
+        if (!beginChangeSet(error))
+            return false;
+        person = _writer->insert(contact);
+        match.add({person, contact});
+        ++_addedCount;
+    } else if (!unite(person, contact, match, error)) {
+        return false;
+    }
+    if (wasDeletedHere)
+        link.place.setPerson(person);
+    else
+        link.place = VXContactPlace::make(_deviceURL, person, _context);
+    _links.append(link);
+    return true;
+}
+
+bool VXContactReconciler::unite(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXContactMatch &match,
+                                VXError *error)
+{
+    const VXContactRecord here = recordOf(person);
+    const VXContactRecord both = VXUnitedContact(here, contact, VXContactPrecedence::Known);
+    if (VXIsSameContact(here, both))
+        return true;
+    match.add({person, both});
+    return replace(person, both, error);
+}
+
+bool VXContactReconciler::takeOver(const VXContactPlaces::Known &known, VXError *error)
+{
+    if (known.place.location().isEmpty()) // what the phone has made of it was written by us
+        return true;
+    const Person person = known.place.person();
+    const VXContactRecord here = recordOf(person);
+    VXMergedContact merged = VXMergeContacts(known.place.there(), known.met->contact, known.place.here(), here);
+    for (const VXMergedContact::Conflict &conflict : std::as_const(merged.conflicts)) {
+        const QString what = VXPhonebookPluginString(conflict.key);
+        const QString line = what + ": "_L1 + conflict.other;
+        QString &note = merged.contact.note;
+        if (!note.split(u'\n').contains(line))
+            note += note.isEmpty() ? line : u'\n' + line;
+        _conflicts.append(VXPhonebookPluginString(
+                              u"%1 was changed here and on the phone (%2): the note has what the phone had, %3."_s)
+                              .arg(nameOf(merged.contact), what, conflict.other));
+    }
+    return VXIsSameContact(here, merged.contact) || replace(person, merged.contact, error);
+}
+
+bool VXContactReconciler::applyAbsence(VXContactPlace place, VXError *error)
+{
+    const Person person = place.person();
+    const bool isPending = place.location().isEmpty();
+    if (person && isPending) {
+        put(place);
+        return true;
+    }
+    const bool isElsewhere = person && person->relatedCount(placesIndex(person)) > 1;
+    const bool isChanged = person && !VXIsSameContact(place.here(), phoneRecordOf(person));
+    if (isChanged && !isElsewhere) {
+        _conflicts.append(VXPhonebookPluginString(u"%1 was deleted on the phone and changed here: it is kept."_s)
+                              .arg(nameOf(recordOf(person))));
+        put(place);
+        return true;
+    }
+    place.setPerson(nullptr);
+    _context.deleteObject(place.object());
+    if (!person || isElsewhere)
+        return true;
+    if (!noteBefore(person, true, error))
+        return false;
+    _context.deleteObject(person);
+    ++_removedCount;
+    return true;
+}
+
+// -- To the phone
+
+// What the phone is to have: what it has, with what changed here since both agreed.
+void VXContactReconciler::bringBack(const VXContactPlaces::Known &known)
+{
+    VXContactPlace place = known.place;
+    const VXContactRecord &there = known.met->contact;
+    const VXContactRecord here = phoneRecordOf(place.person());
+    const VXContactRecord wanted = VXContactForPhone(VXMergeContacts(place.here(), here, there, there).contact);
+    if (VXIsSameContact(wanted, there))
+        return place.note(known.met->location, here, there);
+    place.note(known.met->location, place.here(), there); // until it is done
+    _changes.append(
+        {.name = nameOf(here), .object = objectFor(*known.met, wanted), .here = here, .place = place.object()});
+}
+
+void VXContactReconciler::remove(const VXContactPlace &place, const VXPhoneContact &contact)
+{
+    QVariantMap object{{u"memory"_s, contact.item.value(u"memory"_s)},
+                       {u"location"_s, contact.item.value(u"location"_s)},
+                       {u"expected"_s, contact.item}};
+    VXContactPlace(place).note(contact.location, place.here(), place.there());
+    _changes.prepend({.name = nameOf(contact.contact), .object = std::move(object), .place = place.object()});
+}
+
+void VXContactReconciler::put(VXContactPlace place)
+{
+    const VXContactRecord here = phoneRecordOf(place.person());
+    place.note({}, here, here);
+    _changes.append({.name = nameOf(here), .object = here.map(), .here = here, .place = place.object()});
+}
+
+bool VXContactReconciler::addAll(VXError *error)
+{
+    VXFetchRequest request(*_coordinator->model().entityForName(u"VXPerson"_s));
+    request.prefetchedRelationships = {u"places"_s, u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s};
+    const std::optional<VXFetchResult> persons = _context.executeFetchRequest(request, error);
+    if (!persons)
+        return false;
+    for (const Person &person : *persons) {
+        const bool isOurs = !person->valueForKey(u"url_string"_s).isValid(); // and not supplied by a plugin
+        if (isOurs && !hasPlace(person) && !recordOf(person).displayName().isEmpty())
+            put(VXContactPlace::make(_deviceURL, person, _context));
+    }
+    return true;
+}
+
+// -- Here
+
+bool VXContactReconciler::replace(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXError *error)
+{
+    if (!person->isInserted()) {
+        _changedCount += _noted.contains(person) ? 0 : 1;
+        if (!noteBefore(person, false, error))
+            return false;
+    }
+    _writer->replace(person, contact);
+    return true;
+}
+
+bool VXContactReconciler::noteBefore(const VXManagedObjectPtr &person, bool isRemoved, VXError *error)
+{
+    if (!beginChangeSet(error))
+        return false;
+    if (_noted.contains(person))
+        return true;
+    _noted.insert(person);
+    VXContactHistory::note(_context, *_changeSet, person, isRemoved);
+    return true;
+}
+
+bool VXContactReconciler::hasPlace(const VXManagedObjectPtr &person) const
+{
+    return std::ranges::any_of(person->relatedObjects(placesIndex(person)), [this](const VXManagedObjectPtr &place) {
+        return place->valueForKey(u"device_url"_s).toString() == _deviceURL;
+    });
+}
+
+bool VXContactReconciler::beginChangeSet(VXError *error)
+{
+    if (_changeSet)
+        return true;
+    _changeSet = VXContactHistory(_coordinator).begin(u"sync"_s, _deviceName, error);
+    if (!_changeSet)
+        return false;
+    _writer->setChangeSet(_changeSet->number, _changeSet->date);
+    return true;
+}

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "VXContactHistory.h"
+#include "VXContactMerge.h"
+#include "VXContactPlaces.h"
+#include "VXManagedObjectContext.h"
+
+#include <QtCore/QList>
+#include <QtCore/QSet>
+#include <QtCore/QStringList>
+
+#include <optional>
+
+class VXContactMatch;
+class VXContactWriter;
+
+/** Something that is to be done on a phone. */
+struct VXPhoneChange
+{
+    QString name;                                       // of the person
+    QVariantMap object;                                 // of the action
+    std::optional<VXContactRecord> here = std::nullopt; // what is written, as it is here; none: it is to be deleted
+    VXManagedObjectPtr place;
+    VXManagedObjectID placeID = {}; // once it is saved
+};
+
+/**
+ * Brings the store "phonebook" into step with the contacts that a phone has, in one save that can be undone (VXContactHistory), and
+ * tells what is to be changed on the phone. What both had when they last agreed is kept in the store (VXContactPlace), so
+ * that it is known which of them has changed. For one reading; main thread.
+ */
+class VXContactReconciler
+{
+public:
+    VXContactReconciler(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &deviceURL,
+                        const QString &deviceName);
+    ~VXContactReconciler();
+
+    /** Without, a phone that lost more than half of a memory's contacts, or is to lose them, is a question. */
+    void setAcceptsDeletions(bool flag) { _acceptsDeletions = flag; }
+    /** Also those that were never on the phone are to be put there. */
+    void setAddsAll(bool flag) { _addsAll = flag; }
+
+    /** `isAll`: what is missing is not on the phone any more. False, with an error, when the store cannot be read or saved. */
+    bool run(const QList<VXPhoneContact> &contacts, bool isAll, VXError *error);
+
+    /** To be asked before anything is changed: nothing was. Null for none. */
+    const QString &question() const { return _question; }
+    const QList<VXPhoneChange> &changes() const { return _changes; }
+    int addedCount() const { return _addedCount; }
+    int changedCount() const { return _changedCount; }
+    int removedCount() const { return _removedCount; }
+    /** What was changed at both, and what became of it: a sentence each. */
+    const QStringList &conflicts() const { return _conflicts; }
+
+private:
+    /** A contact and the place that it has now; it may have been known before. */
+    struct Link
+    {
+        const VXPhoneContact *contact;
+        VXContactPlace place = {};
+    };
+
+    bool reconcile(const VXContactPlaces &places, bool isAll, VXError *error);
+    std::optional<QList<VXContactPlace>> readPlaces(VXError *error);
+    QString questionAbout(const VXContactPlaces &places, bool isAll) const;
+
+    bool link(const QList<Link> &links, VXError *error);
+    bool linkContact(Link link, VXContactMatch &match, VXError *error);
+    bool unite(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXContactMatch &match, VXError *error);
+    bool takeOver(const VXContactPlaces::Known &known, VXError *error);
+    void bringBack(const VXContactPlaces::Known &known);
+    bool applyAbsence(VXContactPlace place, VXError *error);
+    bool addAll(VXError *error);
+    void remove(const VXContactPlace &place, const VXPhoneContact &contact);
+    void put(VXContactPlace place);
+
+    bool replace(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXError *error);
+    bool noteBefore(const VXManagedObjectPtr &person, bool isRemoved, VXError *error);
+    bool hasPlace(const VXManagedObjectPtr &person) const;
+    bool beginChangeSet(VXError *error);
+
+    const VXPersistentStoreCoordinator::Ptr _coordinator;
+    const QString _deviceURL;
+    const QString _deviceName;
+    bool _acceptsDeletions = false;
+    bool _addsAll = false;
+    VXManagedObjectContext _context;
+    std::unique_ptr<VXContactWriter> _writer;
+    std::optional<VXContactChangeSet> _changeSet; // once there is something to change
+    QSet<VXManagedObjectPtr> _noted;              // persons
+    QList<Link> _links;
+    QString _question;
+    QList<VXPhoneChange> _changes;
+    int _addedCount = 0;
+    int _changedCount = 0;
+    int _removedCount = 0;
+    QStringList _conflicts;
+};

@@ -1,0 +1,110 @@
+#include "VXContactSync.h"
+
+#include "VXCoreDataSaveError.h"
+#include "VXDeviceURL.h"
+#include "VXPhonebookPluginString.h"
+
+using namespace Qt::StringLiterals;
+
+void VXContactSync::start()
+{
+    perform(u"read_contacts"_s, {}, VXPhonebookPluginString(u"Reading contacts"_s),
+            [this](const VXDeviceAction &part) { didRead(part); });
+}
+
+void VXContactSync::didRead(const VXDeviceAction &part)
+{
+    if (!part.error().isNull())
+        return finish(part.error());
+    const QVariantMap result = part.result().toMap();
+    const QVariantMap options = whole()->object().toMap();
+    _problems = result.value(u"problems"_s).toStringList();
+    QList<VXPhoneContact> contacts;
+    for (const QVariant &item : result.value(u"items"_s).toList()) {
+        const VXPhoneContact contact = VXPhoneContact::fromItem(item.toMap());
+        if (!contact.contact.map().isEmpty())
+            contacts.append(contact);
+    }
+    const VXDevicePlugin::Ptr device = whole()->device();
+    _reconciler = std::make_unique<VXContactReconciler>(_coordinator, VXAbsoluteString(device->url()), device->name());
+    _reconciler->setAcceptsDeletions(options.value(u"acceptsDeletions"_s).toBool());
+    _reconciler->setAddsAll(options.value(u"addsAll"_s).toBool());
+    VXError error;
+    if (!_reconciler->run(contacts, result.value(u"isComplete"_s).toBool(), &error))
+        return finish(error);
+    if (!_reconciler->question().isNull()) {
+        whole()->setErrorString(_reconciler->question() + u' ' +
+                                VXPhonebookPluginString(u"Nothing was changed, here or there."_s));
+        return finish();
+    }
+    const QList<VXPhoneChange> &changes = _reconciler->changes();
+    _changes.assign(changes.cbegin(), changes.cend());
+    whole()->setProgressMaxValue(double(_changes.size()));
+    whole()->setProgressValue(0);
+    carryOutNext();
+}
+
+void VXContactSync::carryOutNext()
+{
+    if (_changes.empty() || whole()->isCancelled())
+        return finish();
+    const VXPhoneChange change = _changes.front();
+    _changes.pop_front();
+    perform(change.here ? u"write_contact"_s : u"delete_contact"_s, change.object,
+            VXPhonebookPluginString(u"Changing contacts"_s),
+            [this, change](const VXDeviceAction &part) { didCarryOut(change, part); });
+}
+
+void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceAction &part)
+{
+    if (!part.error().isNull()) { // it stays to be done
+        _problems.append(change.name + ": "_L1 + part.error().localizedDescription());
+        return isOver() ? finish() : carryOutNext();
+    }
+    const QVariantMap result = part.result().toMap();
+    for (const QString &problem : result.value(u"problems"_s).toStringList())
+        _problems.append(change.name + ": "_L1 + problem);
+    if (VXError error; !note(change, result, &error)) {
+        VXLogCoreDataSaveError(error);
+        return finish(error);
+    }
+    ++_carriedOutCount;
+    whole()->incrementProgress();
+    carryOutNext();
+}
+
+// Phones do not keep all that is written to them: what they made of it is what both agree on.
+bool VXContactSync::note(const VXPhoneChange &change, const QVariantMap &result, VXError *error)
+{
+    VXManagedObjectContext context(_coordinator);
+    context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
+    const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID);
+    if (!object)
+        return true;
+    if (change.here) {
+        QVariantMap item = result.value(u"contact"_s, change.object).toMap();
+        for (const QString &key : {u"memory"_s, u"location"_s})
+            item.insert(key, result.value(key, change.object.value(key)));
+        const VXPhoneContact written = VXPhoneContact::fromItem(item);
+        VXContactPlace(object).note(written.location, *change.here, written.contact);
+    } else {
+        context.deleteObject(object);
+    }
+    return !context.hasChanges() || context.save(error);
+}
+
+void VXContactSync::finish(const VXError &error)
+{
+    QVariantMap result{{u"carriedOut"_s, _carriedOutCount}, {u"problems"_s, _problems}};
+    result.insert(u"added"_s, _reconciler ? _reconciler->addedCount() : 0);
+    result.insert(u"changed"_s, _reconciler ? _reconciler->changedCount() : 0);
+    result.insert(u"removed"_s, _reconciler ? _reconciler->removedCount() : 0);
+    result.insert(u"conflicts"_s, _reconciler ? _reconciler->conflicts() : QStringList());
+    if (_reconciler && !_reconciler->question().isNull())
+        result.insert(u"question"_s, _reconciler->question());
+    whole()->setResult(result);
+    whole()->setError(error);
+    if (!_problems.isEmpty() && whole()->error().isNull())
+        whole()->setErrorString(_problems.first());
+    whole()->conclude();
+}

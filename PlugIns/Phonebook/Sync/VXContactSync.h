@@ -1,0 +1,37 @@
+#pragma once
+
+#include "VXContactReconciler.h"
+#include "VXDeviceWork.h"
+
+#include <deque>
+
+/**
+ * Brings the contacts of a phone and the store "phonebook" into step, as the action "sync_contacts". Its object may say
+ * `acceptsDeletions` and `addsAll` (VXContactReconciler). First what is on the phone comes here, in one save; then what
+ * changed here is carried out there, and each step is noted: a sync that is broken off can be repeated, and a second one
+ * changes nothing. Main thread.
+ */
+class VXContactSync : public VXDeviceWork
+{
+public:
+    VXContactSync(const VXDeviceAction::Ptr &action, const VXPersistentStoreCoordinator::Ptr &coordinator)
+        : VXDeviceWork(action), _coordinator(coordinator)
+    {
+    }
+
+protected:
+    void start() override;
+
+private:
+    void didRead(const VXDeviceAction &part);
+    void carryOutNext();
+    void didCarryOut(const VXPhoneChange &change, const VXDeviceAction &part);
+    bool note(const VXPhoneChange &change, const QVariantMap &result, VXError *error);
+    void finish(const VXError &error = {});
+
+    const VXPersistentStoreCoordinator::Ptr _coordinator;
+    std::unique_ptr<VXContactReconciler> _reconciler; // once the phone was read
+    std::deque<VXPhoneChange> _changes;               // left to be carried out
+    int _carriedOutCount = 0;
+    QStringList _problems;
+};

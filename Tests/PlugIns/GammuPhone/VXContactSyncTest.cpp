@@ -1,0 +1,248 @@
+#include "VXPhoneSyncTest.h"
+
+#include <QtCore/QRandomGenerator>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
+
+/** Contacts. */
+class VXContactSyncTest : public VXPhoneSyncTest
+{
+protected:
+    QString cardPath(int location) const { return path(u"phone/pbk/ME/%1"_s.arg(location)); }
+    /** Changes a contact on the phone. */
+    void replaceOnPhone(int location, const QByteArray &before, const QByteArray &after) const
+    {
+        QByteArray card = readFile(cardPath(location));
+        ASSERT_TRUE(card.contains(before)) << card.toStdString();
+        writeFile(u"phone/pbk/ME/%1"_s.arg(location), card.replace(before, after));
+    }
+    void addOnPhone(int location, const QByteArray &name, const QByteArray &number) const
+    {
+        writeFile(u"phone/pbk/ME/%1"_s.arg(location),
+                  "BEGIN:VCARD\nVERSION:2.1\nN:;" + name + "\nTEL;CELL:" + number + "\nEND:VCARD\n");
+    }
+
+    QJsonObject syncContacts(const QStringList &options = {}, int expectedStatus = 0) const
+    {
+        return vornix(QStringList{u"sync"_s, phone, u"--contacts"_s} + options, expectedStatus)[u"contacts"_s]
+            .toObject();
+    }
+    static std::vector<std::string> conflictsOf(const QJsonObject &result)
+    {
+        std::vector<std::string> texts;
+        for (const QJsonValue conflict : result[u"conflicts"_s].toArray())
+            texts.push_back(conflict.toString().toStdString());
+        return texts;
+    }
+    static QString nameOf(const QJsonValue &contact)
+    {
+        return contact[u"firstName"_s].toString() + contact[u"name"_s].toString();
+    }
+    /** First name, company and numbers of each. */
+    static QStringList lines(const QJsonArray &contacts)
+    {
+        QStringList lines;
+        for (const QJsonValue contact : contacts) {
+            QStringList line{nameOf(contact)};
+            if (const QString company = contact[u"company"_s].toString(); !company.isEmpty())
+                line.append(company);
+            for (const QJsonValue number : contact[u"numbers"_s].toArray())
+                line.append(number.isString() ? number.toString() : number[u"number"_s].toString());
+            lines.append(line.join(u' '));
+        }
+        return lines;
+    }
+    QStringList here() const { return lines(vornix({u"phonebook"_s, u"list"_s}).toArray()); }
+    QStringList there() const
+    {
+        return lines(vornix({u"devices"_s, u"do"_s, phone, u"read_contacts"_s})[u"result"_s][u"items"_s].toArray());
+    }
+    QJsonObject show(const QString &contact) const { return vornix({u"phonebook"_s, u"show"_s, contact}).toObject(); }
+    void edit(const QString &contact, const QStringList &options) const
+    {
+        vornix(QStringList{u"phonebook"_s, u"edit"_s, contact} + options);
+    }
+};
+
+TEST_F(VXContactSyncTest, ContactsComeHereAndASecondSyncChangesNothing)
+{
+    fillPhone();
+    EXPECT_EQ(sync(u"contacts"_s), u"5 0 0"_s);
+    EXPECT_EQ(here().size(), 5);
+    EXPECT_THAT(here(), UnorderedElementsAreArray(there()));
+    const QJsonArray places = vornix({u"store"_s, u"list"_s, u"phonebook"_s, u"VXContactPlace"_s}).toArray();
+    ASSERT_EQ(places.size(), 5);
+    EXPECT_EQ(places[0][u"device_url"_s].toString(), phone);
+    EXPECT_TRUE(places[0][u"location"_s].toString().startsWith("ME/"_L1));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+}
+
+TEST_F(VXContactSyncTest, WhoIsHereAlreadyIsTheSame)
+{
+    fillPhone();
+    vornix({u"phonebook"_s, u"add"_s, u"jane doe"_s, u"--number"_s, u"(555) 0100"_s, u"--company"_s, u"Ours"_s});
+    EXPECT_EQ(sync(u"contacts"_s), u"4 1 0"_s);
+    EXPECT_THAT(here(), testing::Contains(u"jane Ours (555) 0100 +15550101"_s));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s); // what the phone has is not overwritten without need
+    edit(u"jane doe"_s, {u"--nickname"_s, u"JD"_s});
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 1"_s);
+    EXPECT_THAT(there(), testing::Contains(u"Jane Example Books +15550100 +15550101"_s));
+    EXPECT_TRUE(readFile(cardPath(1)).contains("JD"));
+}
+
+TEST_F(VXContactSyncTest, EachSideLearnsWhatChangedOnTheOther)
+{
+    fillPhone();
+    sync(u"contacts"_s);
+    edit(u"Jane Doe"_s, {u"--company"_s, u"New Books"_s, u"--number"_s, u"555 0177/H"_s, u"--group"_s, u"Family"_s});
+    replaceOnPhone(1, "evening", "morning");
+    EXPECT_EQ(sync(u"contacts"_s), u"0 1 1"_s);
+    EXPECT_THAT(there(), testing::Contains(u"Jane New Books +15550100 +15550101 5550177"_s));
+    const QJsonObject jane = show(u"Jane Doe"_s);
+    EXPECT_EQ(jane[u"note"_s], "Returns calls in the morning"_L1);
+    EXPECT_EQ(jane[u"groups"_s].toArray().size(), 1);
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+
+    // The same value: both are kept.
+    edit(u"Jane Doe"_s, {u"--company"_s, u"Ours"_s});
+    replaceOnPhone(1, "New Books", "Theirs");
+    EXPECT_THAT(conflictsOf(syncContacts()), ElementsAre(HasSubstr("Theirs")));
+    EXPECT_EQ(show(u"Jane Doe"_s)[u"company"_s], "Ours"_L1);
+    EXPECT_EQ(show(u"Jane Doe"_s)[u"note"_s], "Returns calls in the morning\nCompany: Theirs"_L1);
+    const QByteArray card = readFile(cardPath(1));
+    EXPECT_TRUE(card.contains("ORG:Ours") && card.contains("Company: Theirs")) << card.toStdString();
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+    vornix({u"phonebook"_s, u"undo-import"_s});
+    EXPECT_EQ(show(u"Jane Doe"_s)[u"note"_s], "Returns calls in the morning"_L1);
+}
+
+TEST_F(VXContactSyncTest, WhatWasDeletedOnOneSideIsDeletedOnTheOtherUnlessItWasChangedThere)
+{
+    fillPhone();
+    for (const int location : {6, 7, 8})
+        addOnPhone(location, "Person" + QByteArray::number(location), "+1555020" + QByteArray::number(location));
+    sync(u"contacts"_s);
+    vornix({u"phonebook"_s, u"delete"_s, u"Jane Doe"_s});
+    vornix({u"phonebook"_s, u"delete"_s, u"Person6"_s});
+    replaceOnPhone(6, "Person6", "Person6b");
+    ASSERT_TRUE(QFile::remove(cardPath(7)));
+    ASSERT_TRUE(QFile::remove(cardPath(8)));
+    edit(u"Person8"_s, {u"--company"_s, u"Ours"_s});
+    const QJsonObject result = syncContacts();
+    EXPECT_THAT(conflictsOf(result),
+                UnorderedElementsAre("Person6b was deleted here and changed on the phone: it is kept.",
+                                     "Person8 was deleted on the phone and changed here: it is kept."));
+    EXPECT_EQ(result[u"added"_s].toInt(), 1);
+    EXPECT_EQ(result[u"removed"_s].toInt(), 1);
+    EXPECT_EQ(result[u"carriedOut"_s].toInt(), 2);
+    EXPECT_EQ(here().size(), 6);
+    EXPECT_THAT(here(), UnorderedElementsAreArray(there()));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+
+    vornix({u"phonebook"_s, u"undo-import"_s}); // which takes Person6b back too: it was added
+    EXPECT_THAT(here(), testing::Contains(u"Person7 +15550207"_s));
+    EXPECT_EQ(sync(u"contacts"_s), u"1 0 0"_s); // and nothing is lost on the phone
+    EXPECT_EQ(here().size(), 7);
+    EXPECT_EQ(there().size(), 6);
+}
+
+// As when it is reset, or another card is in it.
+TEST_F(VXContactSyncTest, APhoneThatLostMostOfItsContactsHasNotDeletedThem)
+{
+    fillPhone();
+    sync(u"contacts"_s);
+    for (const int location : {1, 2, 4}) // of 5
+        ASSERT_TRUE(QFile::rename(cardPath(location), path(u"card%1"_s.arg(location))));
+    edit(u"花子 山田"_s, {u"--company"_s, u"Ours"_s});
+    EXPECT_EQ(syncContacts({}, 1)[u"question"_s], "Of the 5 contacts that the phone had, 3 are gone from it."_L1);
+    EXPECT_EQ(here().size(), 5);
+    EXPECT_EQ(there().size(), 2);
+    for (const int location : {1, 2, 4})
+        ASSERT_TRUE(QFile::rename(path(u"card%1"_s.arg(location)), cardPath(location)));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 1"_s);
+
+    ASSERT_TRUE(QDir(path(u"phone/pbk/ME"_s)).removeRecursively());
+    ASSERT_TRUE(QDir().mkpath(path(u"phone/pbk/ME"_s)));
+    syncContacts({}, 1);
+    EXPECT_EQ(here().size(), 5);
+    EXPECT_EQ(syncContacts({u"--yes"_s})[u"removed"_s].toInt(), 5);
+    EXPECT_THAT(here(), IsEmpty());
+    vornix({u"phonebook"_s, u"undo-import"_s});
+    EXPECT_EQ(here().size(), 5);
+    EXPECT_EQ(syncContacts({u"--add"_s})[u"carriedOut"_s].toInt(), 5);
+    EXPECT_THAT(there(), UnorderedElementsAreArray(here()));
+    for (const QString &contact : {u"Jane Doe"_s, u"Jürgen Müller"_s, u"花子 山田"_s})
+        vornix({u"phonebook"_s, u"delete"_s, contact});
+    EXPECT_EQ(syncContacts({}, 1)[u"question"_s], "Of the 5 contacts that the phone had, 3 were deleted here."_L1);
+    EXPECT_EQ(there().size(), 5);
+}
+
+TEST_F(VXContactSyncTest, APhoneMayNumberItsContactsAnew)
+{
+    fillPhone();
+    sync(u"contacts"_s);
+    for (int location = 5; location > 0; --location)
+        ASSERT_TRUE(QFile::rename(cardPath(location), cardPath(location + 1)));
+    addOnPhone(1, "New", "+15550300");
+    replaceOnPhone(2, "Example Books", "Theirs");
+    EXPECT_EQ(sync(u"contacts"_s), u"1 1 0"_s);
+    EXPECT_THAT(here(), UnorderedElementsAreArray(there()));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+}
+
+// Another one lies there by now, and it is told.
+TEST_F(VXContactSyncTest, WhatAPhoneRefusesIsToldAndTheRestIsDone)
+{
+    fillPhone();
+    sync(u"contacts"_s);
+    edit(u"Jane Doe"_s, {u"--note"_s, QString(300, u'x')});
+    edit(u"花子 山田"_s, {u"--company"_s, u"Ours"_s});
+    const QJsonObject result = syncContacts({}, 1);
+    EXPECT_EQ(result[u"carriedOut"_s].toInt(), 1);
+    EXPECT_EQ(result[u"problems"_s].toArray().size(), 1);
+    EXPECT_TRUE(readFile(cardPath(1)).contains("evening"));
+    edit(u"Jane Doe"_s, {u"--note"_s, u"short"_s});
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 1"_s);
+}
+
+// VORNIX_SYNC_KILLS raises how often.
+TEST_F(VXContactSyncTest, ASyncThatIsKilledLosesAndDoublesNothing)
+{
+    fillPhone();
+    const int kills = std::max(3, qEnvironmentVariableIntValue("VORNIX_SYNC_KILLS"));
+    sync(u"contacts"_s);
+    QStringList expected = here();
+    for (int round = 0; round < kills; ++round) {
+        const QString name = u"Round%1"_s.arg(round, 3, 10, QChar(u'0'));
+        const QString number = u"+1555%1"_s.arg(1000 + round);
+        if (round % 2 == 0)
+            addOnPhone(100 + round, name.toUtf8(), number.toUtf8());
+        else
+            vornix({u"phonebook"_s, u"add"_s, name, u"--number"_s, number});
+        expected.append(name + u' ' + number);
+        const QString changed = expected[round % 5].section(u' ', -1);
+        edit(changed, {u"--nickname"_s, u"nick%1"_s.arg(round)});
+        QProcess process;
+        process.start(QStringLiteral(VORNIX_PROGRAM), arguments({u"sync"_s, phone, u"--contacts"_s, u"--add"_s}));
+        ASSERT_TRUE(process.waitForStarted());
+        if (!process.waitForFinished(QRandomGenerator::global()->bounded(1, 700)))
+            process.kill();
+        process.waitForFinished();
+        vornix({u"plugins"_s, u"retry"_s, u"com.halvern.VNX2.GammuPhone"_s}); // kills while it loads tell against it
+        if (round % 4 == 3) {                                                 // one goes, on either side
+            const QString gone = expected.takeLast();
+            vornix({u"phonebook"_s, u"delete"_s, gone.section(u' ', 1)});
+        }
+    }
+    syncContacts({u"--add"_s});
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+    EXPECT_THAT(here(), UnorderedElementsAreArray(expected));
+    EXPECT_THAT(there(), UnorderedElementsAreArray(expected));
+    const QJsonArray places = vornix({u"store"_s, u"list"_s, u"phonebook"_s, u"VXContactPlace"_s}).toArray();
+    EXPECT_EQ(places.size(), expected.size());
+}
