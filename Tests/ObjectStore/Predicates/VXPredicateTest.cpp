@@ -187,8 +187,10 @@ TEST(VXPredicateTest, NumbersAreReadInEveryForm)
     const std::pair<const char *, double> numbers[] = {{"12", 12},     {"-3", -3},      {"1.", 1},
                                                        {".5", 0.5},    {"-.25", -0.25}, {"2e3", 2000},
                                                        {"1E-2", 0.01}, {"1.5e+1", 15},  {"-0.0", 0}};
-    for (const auto &[text, number] : numbers)
-        EXPECT_TRUE(read(u"%1 == %@"_s.arg(QString::fromUtf8(text)), {number})->evaluateWithObject({})) << text;
+    for (const auto &[text, number] : numbers) {
+        const auto predicate = read(u"%1 == %@"_s.arg(QString::fromUtf8(text)), {number});
+        EXPECT_TRUE(predicate->evaluateWithObject({})) << text;
+    }
     for (const QString &text : {u"a == -."_s, u"a == 1e"_s, u"a == 1e+"_s})
         EXPECT_FALSE(read(text)) << text.toStdString();
 }
