@@ -17,65 +17,86 @@ VXRequestThreads &VXRequestThreads::shared()
     return *threads;
 }
 
-QString VXRequestThreads::run(std::function<void()> work)
+QString VXRequestThreads::run(std::function<void(Lease)> work)
 {
-    std::shared_ptr<Thread> idle;
-    {
-        const VXMutexLocker lock(_lock);
-        if (_idle.empty()) {
-            ++_threads;
-        } else {
-            idle = std::move(_idle.back());
-            _idle.pop_back();
-            idle->work = std::move(work);
-        }
-    }
-    if (idle) {
+    if (const ThreadPtr idle = takeIdle(work)) {
         idle->wake.notifyOne(); // without the lock, which it would only have to wait for
         return {};
     }
     try {
-        std::thread([this, work = std::move(work)]() mutable { serve(std::move(work)); }).detach();
+        std::thread([this, work = std::move(work)]() mutable {
+            serve(std::make_shared<Thread>(), std::move(work));
+        }).detach();
         return {};
     } catch (const std::system_error &error) {
         const VXMutexLocker lock(_lock);
         --_threads;
-        _threadEnded.notifyAll();
         return QString::fromLocal8Bit(error.what());
     }
 }
 
-void VXRequestThreads::serve(std::function<void()> work)
+// Null, and a thread more is counted, when there is none; else the work is the thread's.
+VXRequestThreads::ThreadPtr VXRequestThreads::takeIdle(std::function<void(Lease)> &work)
 {
-    const auto self = std::make_shared<Thread>();
-    self->work = std::move(work);
-    do {
-        std::exchange(self->work, {})();
-    } while (waitForWork(self));
+    const VXMutexLocker lock(_lock);
+    if (_idle.empty()) {
+        ++_threads;
+        return nullptr;
+    }
+    ThreadPtr idle = std::move(_idle.back());
+    _idle.pop_back();
+    idle->work = std::move(work);
+    return idle;
+}
+
+void VXRequestThreads::serve(const ThreadPtr &thread, std::function<void(Lease)> work)
+{
+    while (work) {
+        work(Lease(nullptr, [this, thread](void *) { becomeFree(thread); }));
+        work = {};
+        work = waitForWork(thread);
+    }
     const VXMutexLocker lock(_lock);
     --_threads;
     _threadEnded.notifyAll();
 }
 
-// False when the thread is to end.
-bool VXRequestThreads::waitForWork(const std::shared_ptr<Thread> &thread)
+// Null when the thread is to end.
+std::function<void(VXRequestThreads::Lease)> VXRequestThreads::waitForWork(const ThreadPtr &thread)
 {
     const VXMutexLocker lock(_lock);
-    if (_isClosed || _idle.size() >= maximumIdle)
-        return false;
-    _idle.push_back(thread);
-    static_cast<void>(thread->wake.waitFor(
-        _lock, keptIdle, [&]() VX_NO_THREAD_SAFETY_ANALYSIS { return thread->work != nullptr || _isClosed; }));
-    if (thread->work == nullptr)
+    const auto isDue = [&]() VX_NO_THREAD_SAFETY_ANALYSIS {
+        return thread->work != nullptr || thread->shallEnd || _isClosed;
+    };
+    while (!thread->wake.waitFor(_lock, keptIdle, isDue)) {
+        if (std::erase(_idle, thread) > 0)
+            break;
+    }
+    thread->hasEnded = thread->work == nullptr;
+    if (thread->hasEnded)
         std::erase(_idle, thread);
-    return thread->work != nullptr;
+    return std::exchange(thread->work, {});
+}
+
+// The thread is not woken: it will be by its next work, or in a while by itself.
+void VXRequestThreads::becomeFree(const ThreadPtr &thread)
+{
+    const VXMutexLocker lock(_lock);
+    if (thread->hasEnded)
+        return;
+    if (_idle.size() < maximumIdle) {
+        _idle.push_back(thread);
+    } else {
+        thread->shallEnd = true;
+        thread->wake.notifyOne();
+    }
 }
 
 void VXRequestThreads::close(std::chrono::milliseconds longest)
 {
     const VXMutexLocker lock(_lock);
     _isClosed = true;
-    for (const std::shared_ptr<Thread> &thread : _idle)
+    for (const ThreadPtr &thread : _idle)
         thread->wake.notifyOne();
     static_cast<void>(
         _threadEnded.waitFor(_lock, longest, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return _threads == 0; }));

@@ -16,28 +16,36 @@
 class VXRequestThreads
 {
 public:
+    /** Who holds it, or a copy, has the thread: it does nothing else until the last is gone. */
+    using Lease = std::shared_ptr<void>;
+
     static VXRequestThreads &shared();
 
     /** Runs the work, which throws nothing. @return null, or why there is no thread for it. */
-    [[nodiscard]] QString run(std::function<void()> work);
+    [[nodiscard]] QString run(std::function<void(Lease)> work);
 
-    /** Keeps no thread any more, and waits until those there are have ended, but not longer than that. */
+    /** Lets threads end once their work has returned, and waits for that, but not longer. */
     void close(std::chrono::milliseconds longest);
 
 private:
-    struct Thread
+    struct Thread // under the lock
     {
         VXCondition wake;
-        std::function<void()> work; // under the lock
+        std::function<void(Lease)> work;
+        bool shallEnd = false;
+        bool hasEnded = false;
     };
+    using ThreadPtr = std::shared_ptr<Thread>;
 
     VXRequestThreads() = default;
-    void serve(std::function<void()> work);
-    bool waitForWork(const std::shared_ptr<Thread> &thread);
+    ThreadPtr takeIdle(std::function<void(Lease)> &work);
+    void serve(const ThreadPtr &thread, std::function<void(Lease)> work);
+    std::function<void(Lease)> waitForWork(const ThreadPtr &thread);
+    void becomeFree(const ThreadPtr &thread);
 
     VXMutex _lock;
     VXCondition _threadEnded;
-    std::vector<std::shared_ptr<Thread>> _idle VX_GUARDED_BY(_lock); // the last became free last
+    std::vector<ThreadPtr> _idle VX_GUARDED_BY(_lock); // the last became free last
     int _threads VX_GUARDED_BY(_lock) = 0;
     bool _isClosed VX_GUARDED_BY(_lock) = false;
 };

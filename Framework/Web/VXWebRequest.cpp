@@ -33,24 +33,7 @@ QString nameOf(const QUrl &url)
 /** From a start (or the cancelling of what was never started) until the delegate has been told. */
 struct VXWebRequest::Run
 {
-    void end()
-    {
-        {
-            const VXMutexLocker locker(lock);
-            hasEnded = true;
-        }
-        ended.notifyAll(); // without the lock, which who waits would have to wait for
-    }
-    void waitForEnd()
-    {
-        const VXMutexLocker locker(lock);
-        ended.wait(lock, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return hasEnded; });
-    }
-
     bool isCompleting = false; // under the request's lock
-    VXMutex lock;
-    VXCondition ended;
-    bool hasEnded VX_GUARDED_BY(lock) = false;
 };
 
 /** What the transfer tells, for the request's own operations. */
@@ -190,12 +173,12 @@ void VXWebRequest::startThread(const QUrl &url, const std::shared_ptr<Run> &run)
 {
     QString problem = u"the program ends"_s;
     if (VXRunningRequests::shared().add(shared_from_this())) {
-        problem = VXRequestThreads::shared().run([self = shared_from_this(), url, run]() mutable {
-            self->runOnThread(url, run);
-            // The reference goes along, so that the request never ends on this thread.
-            VXMainThread::perform([self = std::move(self), run] { self->complete(run); });
-            run->waitForEnd();
-        });
+        problem = VXRequestThreads::shared().run(
+            [self = shared_from_this(), url, run](VXRequestThreads::Lease lease) mutable {
+                self->runOnThread(url, run);
+                // The reference goes along, so that the request never ends on this thread, which waits for the delegate.
+                VXMainThread::perform([self = std::move(self), run, lease = std::move(lease)] { self->complete(run); });
+            });
         if (problem.isNull())
             return;
     }
@@ -378,7 +361,6 @@ void VXWebRequest::complete(const std::shared_ptr<Run> &run)
             _delegate.reset(); // `delegate` holds it still
         }
     }
-    run->end();
 }
 
 void VXWebRequest::tellDelegate(QObject *delegate)
