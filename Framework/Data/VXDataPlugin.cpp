@@ -8,6 +8,7 @@
 #include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXPluginGuard.h"
+#include "VXPluginManager.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QScopeGuard>
@@ -160,6 +161,8 @@ void VXDataPlugin::endApplication(const VXError &error, const VXError &reason)
     if (std::exchange(hasFailed, true))
         return;
     VXLogMethod(VXLogError, "persistentStoreCoordinator", VXDescription(error ? error.description() : QString()));
+    if (VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier()))
+        proxy->setLoadError(u"Its store cannot be opened: %1"_s.arg(textForPeople(reason)));
     VXAlert alert;
     alert.message = error ? error.localizedDescription() : VXLocalizedString(u"Unable to read data file"_s);
     alert.informativeText = dataStorePath();

@@ -147,9 +147,9 @@ QString VXPlugin::callPluginWillLoad()
 {
     _isUnloaded = false;
     QString reason;
-    VXCallPlugin(
+    const bool isDone = VXCallPlugin(
         *this, "_pluginWillLoad", [this] { _pluginWillLoad(); }, &reason);
-    return reason;
+    return isDone ? QString() : "_pluginWillLoad threw "_L1 + reason;
 }
 
 QString VXPlugin::_pluginDidLoad()
@@ -158,9 +158,11 @@ QString VXPlugin::_pluginDidLoad()
         return {};
     QString reason;
     const auto call = [this] { pluginDidLoad(); };
-    if (VXCallPlugin(*this, "pluginDidLoad", call, &reason) && !_isUnloaded) // a plugin may disable itself there
+    if (!VXCallPlugin(*this, "pluginDidLoad", call, &reason))
+        return "pluginDidLoad threw "_L1 + reason;
+    if (!_isUnloaded) // a plugin may disable itself there
         post(VXPluginDidLoadNotification);
-    return reason;
+    return {};
 }
 
 void VXPlugin::_pluginWillUnload()

@@ -21,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const QString identifierKey = u"CFBundleIdentifier"_s;
+const QString storeKey = u"VXDataStoreName"_s;
 
 fs::path nativePath(const QString &path)
 {
@@ -45,8 +46,21 @@ bool leadsOutside(const fs::path &link, const fs::path &realBundle)
     return error || end != realBundle.end();
 }
 
-// What is wrong with the links of a bundle, or why they cannot be looked at; null when nothing is.
-QString problemOfLinks(const QString &bundlePath)
+QString problemOfCode(const QString &path, const QVariantMap &info)
+{
+    const QString name = info.value(u"CFBundleExecutable"_s).toString();
+    if (name.isEmpty())
+        return VXLocalizedString(u"It has no code: its Info.plist names no CFBundleExecutable."_s);
+    const QString file = u"Contents/Linux/"_s + name;
+    if (name.contains(u'/') || !QFileInfo(path + u'/' + file).isFile())
+        return VXLocalizedString(u"It has no code: there is no file \"%1\"."_s).arg(file);
+    return {};
+}
+
+} // namespace
+
+// Or why they cannot be looked at.
+QString VXPluginInstaller::problemOfLinks(const QString &bundlePath)
 {
     std::error_code error;
     const fs::path realBundle = fs::canonical(nativePath(bundlePath), error);
@@ -61,18 +75,19 @@ QString problemOfLinks(const QString &bundlePath)
     return error ? QString::fromStdString(error.message()) : QString();
 }
 
-QString problemOfCode(const QString &path, const QVariantMap &info)
+// Who asked for the store by its name could not be told which is meant, and they would open it both.
+QString VXPluginInstaller::problemOfStore(const VXPluginManager &manager, const QVariantMap &info, Others others)
 {
-    const QString name = info.value(u"CFBundleExecutable"_s).toString();
-    if (name.isEmpty())
-        return VXLocalizedString(u"It has no code: its Info.plist names no CFBundleExecutable."_s);
-    const QString file = u"Contents/Linux/"_s + name;
-    if (name.contains(u'/') || !QFileInfo(path + u'/' + file).isFile())
-        return VXLocalizedString(u"It has no code: there is no file \"%1\"."_s).arg(file);
+    const QString store = info.value(storeKey).toString();
+    const QList<VXPluginProxy *> plugins =
+        store.isEmpty() ? QList<VXPluginProxy *>() : manager.pluginsWithInfoDictionaryKey(storeKey, store);
+    for (const VXPluginProxy *const plugin : plugins) {
+        const bool counts = others == Others::Loaded ? plugin->isLoaded() : plugin->isInstalled();
+        if (counts && plugin->identifier() != info.value(identifierKey).toString())
+            return VXLocalizedString(u"Its store \"%1\" is that of the plugin %2."_s).arg(store, plugin->identifier());
+    }
     return {};
 }
-
-} // namespace
 
 // Why a bundle is none to be installed; null when it is.
 QString VXPluginInstaller::problemOfBundle(const QString &path, const QVariantMap &info) const
@@ -91,6 +106,8 @@ QString VXPluginInstaller::problemOfBundle(const QString &path, const QVariantMa
     if (const QString problem = problemOfCode(path, info); !problem.isNull())
         return problem;
     if (const QString problem = problemOfIdentifiers(path, identifier); !problem.isNull())
+        return problem;
+    if (const QString problem = problemOfStore(_manager, info, Others::Installed); !problem.isNull())
         return problem;
     const VXPluginProxy *const known = _manager.pluginWithIdentifier(identifier);
     const QString kind = info.value(u"VXPluginClass"_s).toString();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXError.h"
+#include "VXFrameworkExport.h"
 #include "VXPluginManager.h"
 #include "VXPluginPlacer.h"
 
@@ -11,9 +12,15 @@
  * it takes the place of another, so that an install that is cut short is finished at the next start. Refuses what could not
  * be used. Main thread only.
  */
-class VXPluginInstaller
+class VX_EXPORT VXPluginInstaller
 {
 public:
+    /** What is wrong with the links in a bundle; null when nothing is. */
+    static QString problemOfLinks(const QString &bundlePath);
+    enum class Others { Installed, Loaded };
+    /** Why a bundle with that Info.plist cannot be used beside others: its store is that of one. Null when it can. */
+    static QString problemOfStore(const VXPluginManager &manager, const QVariantMap &info, Others others);
+
     /** The manager knows the folders, and which copies may be running. */
     explicit VXPluginInstaller(const VXPluginManager &manager)
         : _manager(manager), _placer(manager.pathToInstallStagingFolder())

@@ -7,6 +7,7 @@
 #include "VXMethodLog.h"
 #include "VXPluginCode.h"
 #include "VXPluginGuard.h"
+#include "VXPluginInstaller.h"
 #include "VXPluginLeftovers.h"
 #include "VXPluginManager.h"
 #include "VXPluginMarker.h"
@@ -55,6 +56,12 @@ bool VXPluginProxy::load()
     _loadError = QString();
     if (const QString reason = VXPluginManager::sharedPluginManager().reasonToLeaveOut(_identifier); !reason.isNull())
         return failLoading(u"Plugin %1 is left out: %2"_s.arg(VXDescription(_identifier), reason));
+    if (_plugin_bundle)
+        _loadError =
+            VXPluginInstaller::problemOfStore(VXPluginManager::sharedPluginManager(), _plugin_bundle->infoDictionary(),
+                                              VXPluginInstaller::Others::Loaded);
+    if (!_loadError.isNull())
+        return failLoading(u"Plugin %1 can not be loaded: %2"_s.arg(VXDescription(_identifier), _loadError));
     if (!loadDependencies())
         return failLoading("Failed to load dependency for plugin: "_L1 + VXDescription(_identifier));
     if (isStillLoading(load) && createsSingletonInstance() && !loadSingleton(load))

@@ -59,9 +59,17 @@ QString descriptionOf(VXObjectStoreErrorCode code)
     }
 }
 
+// Of the files beside the store, as the index of its log, SQLite tells a full disk as any other failure.
+bool isOutOfSpace(sqlite3 *database, int status)
+{
+    const int problem = (status & 0xFF) == SQLITE_IOERR && database != nullptr ? sqlite3_system_errno(database) : 0;
+    return problem == ENOSPC || problem == EDQUOT;
+}
+
 VXError errorOf(sqlite3 *database, int status, const QString &path)
 {
-    const VXObjectStoreErrorCode code = codeOf(status);
+    const VXObjectStoreErrorCode code =
+        isOutOfSpace(database, status) ? VXObjectStoreErrorCode::FileOutOfSpace : codeOf(status);
     const QString reason = database == nullptr ? u"out of memory"_s : QString::fromUtf8(sqlite3_errmsg(database));
     return VXObjectStoreError(code, descriptionOf(code), u"SQLite: %1 (%2)."_s.arg(reason).arg(status), path);
 }

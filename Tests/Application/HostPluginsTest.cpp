@@ -181,6 +181,21 @@ TEST_F(HostPluginsTest, InstallsNowOrAtTheNextStart)
               QByteArray("Fixture (org.new) will be installed at the next start.\n"));
     EXPECT_EQ(listed(u"org.new"_s)[u"version"_s], u"2001"_s);
 
+    const QString installed = shared + u"/org.new.vxplugin"_s;
+    EXPECT_THAT(runHost({u"plugins"_s, u"install"_s, installed}).output.toStdString(),
+                testing::HasSubstr("stays where it is"));
+    const QString older = plugin.write(path(u"c"_s));
+    const QString namesake = VXPluginFixture{.identifier = u"org.namesake"_s}.write(path(u"d"_s), u"org.new"_s);
+    for (const auto &[bundle, question] :
+         {std::pair(older, "Version 2001 of org.new"), std::pair(namesake, "Another plugin, org.new")}) {
+        const HostOutcome refused = runHost({u"plugins"_s, u"install"_s, bundle, u"--answer"_s, u"cancel"_s});
+        EXPECT_THAT(refused.errors.toStdString(), testing::HasSubstr(question));
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_TRUE(QFile::exists(bundle));
+    }
+    EXPECT_EQ(runHost({u"plugins"_s, u"install"_s, older, u"--answer"_s, u"default"_s}).status, 0);
+    EXPECT_EQ(listed(u"org.new"_s)[u"version"_s], u"2000"_s);
+
     const HostOutcome missing = runHost({u"plugins"_s, u"install"_s, path(u"none.vxplugin"_s)});
     EXPECT_EQ(missing.status, 1);
     EXPECT_TRUE(missing.errors.contains("There is no such bundle.")) << missing.errors.toStdString();
@@ -188,6 +203,8 @@ TEST_F(HostPluginsTest, InstallsNowOrAtTheNextStart)
 
 TEST_F(HostPluginsTest, ChecksABundleAndInstallsNoneThatCannotBeUsed)
 {
+    const QVariantMap notes{{u"VXDataStoreName"_s, u"notes"_s}};
+    VXPluginFixture{.identifier = u"org.notes"_s, .kind = u"VXDataPlugin"_s, .info = notes}.write(shared);
     const struct
     {
         VXPluginFixture fixture;
@@ -202,6 +219,10 @@ TEST_F(HostPluginsTest, ChecksABundleAndInstallsNoneThatCannotBeUsed)
           .info = {{u"VXDataStoreName"_s, u"calls"_s}},
           .code = u"StorePlugin.so"_s},
          "error: org.store.vxplugin: there is no model \"calls.mom\""},
+        {{.identifier = u"org.other"_s, .info = notes}, "its store \"notes\" is that of the plugin org.notes"},
+        {{.identifier = u"org.notes"_s}, "its identifier is that of a plugin of the kind VXDataPlugin"},
+        {{.identifier = u"org.needs"_s, .dependencies = {u"org.notes"_s, u"org.none"_s}},
+         "warning: org.needs.vxplugin: it needs the plugin org.none, which is not installed here"},
         {{.identifier = u"org.typing"_s, .info = {{u"VXPluginDependancies"_s, 1}}},
          "warning: org.typing.vxplugin: the key VXPluginDependancies means nothing"},
     };

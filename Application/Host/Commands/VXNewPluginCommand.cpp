@@ -2,6 +2,7 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXPluginCheck.h"
 #include "VXPluginKind.h"
 #include "VXPluginTemplate.h"
 
@@ -58,6 +59,11 @@ int runNewPlugin(VXHostContext &context)
         identifier = VXPluginTemplate::identifierForClass(className);
     if (!VXPluginTemplate::isIdentifier(identifier))
         return context.output.fail(u"the identifier \"%1\" is not of the form org.example.name"_s.arg(identifier));
+
+    const QString store = kind == VXPluginKind::Data ? VXPluginTemplate::storeForClass(className) : QString();
+    if (const QString owner = VXPluginWithStore(store, identifier); !owner.isNull())
+        return context.output.fail(
+            u"its store would be called \"%1\", as that of the plugin %2; give it another NAME"_s.arg(store, owner));
 
     if (options.operand(1).isEmpty())
         return context.output.failUsage(u"DIR is empty"_s, VXHostUsage(options.command()));

@@ -99,6 +99,11 @@ QString VXPluginTemplate::identifierForClass(const QString &className)
     return "org.example."_L1 + shortName(className);
 }
 
+QString VXPluginTemplate::storeForClass(const QString &className)
+{
+    return shortName(className);
+}
+
 bool VXPluginTemplate::isIdentifier(const QString &text)
 {
     static const QRegularExpression form(u"^[A-Za-z0-9-]+(\\.[A-Za-z0-9-]+)+\\z"_s);
@@ -111,7 +116,7 @@ VXPluginTemplate::VXPluginTemplate(const QString &name, const QString &kind, con
                                                                {u"@IDENTIFIER@"_s, identifier},
                                                                {u"@KIND@"_s, kind},
                                                                {u"@SCHEME@"_s, shortName(_className)},
-                                                               {u"@STORE@"_s, shortName(_className)}},
+                                                               {u"@STORE@"_s, storeForClass(_className)}},
       _info(textOf(templatesFolder() + u'/' + kind + ".info"_L1))
 {
 }

@@ -19,6 +19,8 @@ public:
     static QString classNameForName(const QString &name, VXError *error = nullptr);
     /** An identifier to begin with. */
     static QString identifierForClass(const QString &className);
+    /** What the store of a data plugin of that class is called. */
+    static QString storeForClass(const QString &className);
     /** True for those of the form org.example.hello. */
     static bool isIdentifier(const QString &text);
 

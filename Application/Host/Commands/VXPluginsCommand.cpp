@@ -1,3 +1,4 @@
+#include "VXApplication.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -12,8 +13,10 @@
 #include "VXPluginSigning.h"
 #include "VXPluginUpdates.h"
 #include "VXTextTable.h"
+#include "VXVersion.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -65,15 +68,47 @@ int check(VXHostContext &context)
     return isUsable ? VXHostOutput::Done : VXHostOutput::Failed;
 }
 
+// What would go to the trash although nobody may expect it; null when it is an older version of the same plugin, or nothing.
+QString whatGivesWay(const VXPluginManager &manager, const QString &path, const QVariantMap &info)
+{
+    const QString identifier = info.value(u"CFBundleIdentifier"_s).toString();
+    const QString place = manager.pathToSharedPluginFolder() + u'/' + QFileInfo(path).fileName();
+    const QString other = QFileInfo(place).isDir()
+                              ? VXPluginScanner::peekAtBundleInfo(place).value(u"CFBundleIdentifier"_s).toString()
+                              : QString();
+    if (!other.isEmpty() && other != identifier)
+        return u"Another plugin, %1, lies at %2. It would go to the trash; renaming the bundle keeps both."_s.arg(
+            other, place);
+    const VXPluginProxy *const known = manager.pluginWithIdentifier(identifier);
+    const QString used = known != nullptr && known->isInstalled() ? known->infoText(u"CFBundleVersion"_s) : QString();
+    const QString version = VXPluginScanner::versionOf(info);
+    if (!used.isNull() && vx_compareVersion(used, version) > 0)
+        return u"Version %1 of %2 is installed, which is newer than %3. It would go to the trash."_s.arg(
+            used, identifier, version);
+    return {};
+}
+
+bool agrees(const QString &question)
+{
+    VXAlert alert;
+    alert.message = question;
+    alert.defaultButton = u"Replace"_s;
+    alert.alternateButton = u"Cancel"_s;
+    return VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default;
+}
+
 int install(VXHostContext &context, VXPluginManager &manager)
 {
-    const QString path = context.options.operand(1);
+    const QString path = QDir::cleanPath(context.options.operand(1));
     if (const QString problem =
             QFileInfo(path).isDir() ? VXProblemOfPluginCode(path, context.options.value(u"home"_s)) : QString();
         !problem.isNull())
         return context.output.fail(u"%1 was not installed: %2"_s.arg(path, problem));
-    const QString identifier =
-        VXPluginScanner::peekAtBundleInfo(path).value(u"CFBundleIdentifier"_s).toString(); // before it is moved
+    const QVariantMap info =
+        QFileInfo(path).isDir() ? VXPluginScanner::peekAtBundleInfo(path) : QVariantMap(); // before it is moved
+    const QString identifier = info.value(u"CFBundleIdentifier"_s).toString();
+    if (const QString what = whatGivesWay(manager, path, info); !what.isNull() && !agrees(what))
+        return context.output.fail(u"nothing was installed"_s);
     VXError error;
     const VXPluginInstallResult result = manager.installBundleAtPath(path, &error);
     if (result == VXPluginInstallResult::Failed)
@@ -83,6 +118,10 @@ int install(VXHostContext &context, VXPluginManager &manager)
     const bool isInstalled = result == VXPluginInstallResult::Installed;
     QString text = isInstalled ? u"Installed %1.\n"_s : u"%1 will be installed at the next start.\n"_s;
     text = text.arg(plugin == nullptr ? identifier : VXPluginReport(manager, *plugin).title());
+    const bool stays = isInstalled && QFileInfo::exists(path);
+    if (stays)
+        text = u"%1 stays where it is, in a folder that is searched already: %2\n"_s.arg(
+            plugin == nullptr ? identifier : VXPluginReport(manager, *plugin).title(), path);
     if (isInstalled && plugin != nullptr && plugin->isBuiltInPlugin())
         text += u"It has no name, counts as built in, and cannot be disabled.\n"_s;
     else if (isInstalled && plugin != nullptr && !plugin->isEnabled())
@@ -142,9 +181,17 @@ int enable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plug
         return changed(context, u"%1 is enabled already."_s.arg(report.title()), report);
     if (plugin.isEnabled())
         return context.output.fail(u"%1 is enabled, but not loaded: %2"_s.arg(report.title(), reasonOf(report)));
+    const VXApplication &application = VXApplication::sharedApplication();
+    const bool wasTerminating = application.isTerminating();
     if (!manager.enablePluginProxy(&plugin))
         return context.output.fail(u"%1 was not enabled: %2"_s.arg(report.title(), reasonOf(report)));
-    return changed(context, u"Enabled %1."_s.arg(report.title()), report);
+    if (application.isTerminating() && !wasTerminating) { // no program would start with it
+        manager.disablePluginProxy(&plugin);
+        return context.output.fail(
+            u"%1 was not enabled, as it had the program quit: %2"_s.arg(report.title(), reasonOf(report)));
+    }
+    const QString problem = report.reason().isNull() ? QString() : u" But it failed: %1"_s.arg(report.reason());
+    return changed(context, u"Enabled %1."_s.arg(report.title()) + problem, report);
 }
 
 // The names of the plugins in the one list that are not in the other.

@@ -1,6 +1,7 @@
 #include "VXPluginSession.h"
 
 #include "VXApplication.h"
+#include "VXDataManager.h"
 #include "VXException.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
@@ -10,8 +11,10 @@
 #include "VXUserFolders.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QStorageInfo>
 #include <QtCore/QTimer>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -22,6 +25,7 @@ using namespace std::chrono_literals;
 
 constexpr auto waitUntold = 1s; // for plugins that want time before the program ends
 constexpr auto longestWait = 10s;
+constexpr qint64 bytesOfAStart = 1 << 20; // more than what is written meanwhile
 
 // Instances of plugins are deleted late, and what they own may be deleted later still.
 void deleteWhatIsDeferred()
@@ -72,6 +76,27 @@ void askForConsent(VXHostOutput &output, VXPluginManager &manager)
         output.note(u"ending all the same, for the command is done: %1"_s.arg(manager.lastRefusal()));
 }
 
+// Of the plugin whose store could not be opened, and what to do about it.
+QString reasonToQuit(const VXPluginManager &manager)
+{
+    const QList<VXPluginProxy *> plugins = manager.dataPlugins();
+    const auto found = std::ranges::find_if(
+        plugins, [](const VXPluginProxy *plugin) { return plugin->isLoaded() && !plugin->loadError().isNull(); });
+    if (found == plugins.cend())
+        return u"a plugin had the program quit while it was loaded; \"vornix log\" may tell which"_s;
+    VXPluginProxy &plugin = **found;
+    const QString text =
+        u"the program does not start without the plugin %1. %2 "_s.arg(plugin.identifier(), plugin.loadError());
+    const QString folders = VXDataManager::sharedDataFolderPath();
+    if (QStorageInfo(folders).bytesAvailable() < bytesOfAStart)
+        return text + u"Free some space on the disk"_s;
+    if (!plugin.isBuiltInPlugin())
+        return text + u"\"vornix plugins disable %1\" leaves the plugin out"_s.arg(plugin.rootProxy()->identifier());
+    return text +
+           u"\"vornix store check '%1/%2.vxdatastore'\" tells more of the store; moved elsewhere, it is made anew"_s
+               .arg(folders, plugin.infoText(u"VXDataStoreName"_s));
+}
+
 } // namespace
 
 int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginManager &)> &command,
@@ -90,9 +115,7 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
     for (const QString &notice : manager.startupNotices())
         context.output.note("vornix: "_L1 + notice);
     int status = application.isTerminating() && whenQuitting == VXWhenQuitting::Fail // which a plugin told the user
-                     ? context.output.fail(
-                           u"a plugin had the program quit while it was loaded. \"vornix plugins disable ID\" or "
-                           "--safe-mode leaves it out; of a store, \"vornix store check FOLDER\" tells more"_s)
+                     ? context.output.fail(reasonToQuit(manager))
                      : runGuarded(context, manager, command);
     status = saveAndAnswer(context.output, status);
     lastWords->setStatus(status);

@@ -1,7 +1,10 @@
 #include "VXPluginCheck.h"
 
+#include "VXContainer.h"
 #include "VXManagedObjectModel.h"
+#include "VXPluginInstaller.h"
 #include "VXPluginKind.h"
+#include "VXPluginManager.h"
 #include "VXPluginProxy.h"
 #include "VXPluginScanner.h"
 #include "VXStringsTable.h"
@@ -48,6 +51,21 @@ const QSet<QString> &knownKeys()
     return keys;
 }
 
+// What the Info.plists of all plugins say that there are for the user, with those inside others.
+QList<QVariantMap> installedPlugins()
+{
+    const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+    VXPluginScanner scanner(manager.pluginFolderPaths(), manager.pathToSharedPluginFolder());
+    QStringList paths = scanner.latestPluginPaths();
+    QList<QVariantMap> plugins;
+    while (!paths.isEmpty()) {
+        const QString path = paths.takeFirst();
+        plugins.append(VXPluginScanner::peekAtBundleInfo(path));
+        paths += VXPluginScanner::pluginPathsInFolder(path + "/Contents/PlugIns"_L1);
+    }
+    return plugins;
+}
+
 class Check
 {
 public:
@@ -63,6 +81,8 @@ public:
         if (_info.isEmpty())
             return error(u"Contents/Info.plist cannot be read, or is empty"_s);
         checkInfo(isRoot);
+        if (isRoot)
+            checkBesideOthers();
         const VXBundle::Ptr bundle = VXBundle::bundleWithPath(_path);
         checkCode(bundle);
         if (text(u"VXPluginClass"_s) == VXPluginKind::Data)
@@ -94,6 +114,29 @@ private:
                 warn(u"the key %1 means nothing to Vornix"_s.arg(entry.key()));
         }
         checkUpdates();
+    }
+
+    // What installing and loading refuse because of the plugins that there are.
+    void checkBesideOthers()
+    {
+        const QString identifier = text(u"CFBundleIdentifier"_s);
+        const QString store = text(u"VXDataStoreName"_s);
+        if (const QString owner = VXPluginWithStore(store, identifier); !owner.isNull())
+            error(u"its store \"%1\" is that of the plugin %2"_s.arg(store, owner));
+        QSet<QString> identifiers;
+        for (const QVariantMap &other : installedPlugins()) {
+            const QString kind = other.value(u"VXPluginClass"_s).toString();
+            identifiers.insert(other.value(u"CFBundleIdentifier"_s).toString());
+            if (identifiers.contains(identifier) && kind != text(u"VXPluginClass"_s))
+                error(u"its identifier is that of a plugin of the kind %1"_s.arg(kind));
+            identifiers.remove(identifier);
+        }
+        for (const QString &needed : VXStringListFrom(_info.value(u"VXPluginDependencies"_s))) {
+            if (!identifiers.contains(needed))
+                warn(u"it needs the plugin %1, which is not installed here"_s.arg(needed));
+        }
+        if (const QString problem = VXPluginInstaller::problemOfLinks(_path); !problem.isNull())
+            error(problem);
     }
 
     void checkUpdates()
@@ -173,6 +216,16 @@ private:
 };
 
 } // namespace
+
+QString VXPluginWithStore(const QString &storeName, const QString &exceptIdentifier)
+{
+    for (const QVariantMap &plugin : storeName.isEmpty() ? QList<QVariantMap>() : installedPlugins()) {
+        const QString identifier = plugin.value(u"CFBundleIdentifier"_s).toString();
+        if (plugin.value(u"VXDataStoreName"_s) == storeName && identifier != exceptIdentifier)
+            return identifier;
+    }
+    return {};
+}
 
 QList<VXPluginFinding> VXCheckPlugin(const QString &path)
 {

@@ -16,6 +16,9 @@ struct VXPluginFinding
  */
 [[nodiscard]] QList<VXPluginFinding> VXCheckPlugin(const QString &path);
 
+/** The identifier of the plugin that has the store of that name, among those that there are, but for one; null for none. */
+[[nodiscard]] QString VXPluginWithStore(const QString &storeName, const QString &exceptIdentifier);
+
 /**
  * Why the bundle's code cannot be used; null when it can. Found out by another process, with that home folder unless it is
  * null: what this one loaded from the old place would be taken for what lies in the new one, and code that crashes takes

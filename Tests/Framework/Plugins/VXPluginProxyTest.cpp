@@ -389,7 +389,8 @@ TEST_F(VXPluginProxyTest, WhatPluginCodeThrowsIsLoggedAndGoesNoFurther)
                  .info = {{u"FixtureThrowsIn"_s, row.operation}, {u"FixtureThrows"_s, row.kind}}});
         EXPECT_EQ(proxy->load(), row.loads);
         const bool failsEarly = row.operation == u"constructor"_s || row.operation == u"pluginDidLoad"_s;
-        EXPECT_EQ(proxy->loadError(), failsEarly ? row.text : QString());
+        const QString error = row.operation == u"pluginDidLoad"_s ? "pluginDidLoad threw "_L1 + row.text : row.text;
+        EXPECT_EQ(proxy->loadError(), failsEarly ? error : QString());
         EXPECT_EQ(announced.contains(proxy->identifier()), !failsEarly);
         EXPECT_EQ(proxy->pluginInstancesShouldUnload(), VXUnloadNow);
         proxy->unload();
