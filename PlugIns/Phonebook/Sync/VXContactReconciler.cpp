@@ -15,6 +15,8 @@ using Person = VXManagedObjectPtr;
 
 namespace {
 
+const QStringList contactRelationships{u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s, u"places"_s};
+
 VXContactRecord recordOf(const Person &person)
 {
     return VXStorableContact(VXContactRecord(QVariant::fromValue(person)));
@@ -40,8 +42,10 @@ int placesIndex(const Person &person)
 QVariantMap objectFor(const VXPhoneContact &contact, const VXContactRecord &wanted)
 {
     QVariantMap object = contact.item;
-    for (const QString &key : VXContactRecord(contact.item).map().keys())
-        object.remove(key);
+    const QVariantMap known = VXContactRecord(contact.item).map();
+    object.removeIf([&](const auto &entry) {
+        return known.contains(entry.key()) || entry.value().typeId() == QMetaType::QVariantList;
+    });
     object.insert(wanted.map());
     object.insert(u"expected"_s, contact.item);
     return object;
@@ -86,9 +90,20 @@ std::optional<QList<VXContactPlace>> VXContactReconciler::readPlaces(VXError *er
 {
     VXFetchRequest request(*_coordinator->model().entityForName(VXContactPlace::entityName));
     request.predicate = *VXPredicate::predicateWithFormat(u"device_url == %@"_s, {_deviceURL});
-    request.prefetchedRelationships = {u"person"_s};
     const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
     if (!found)
+        return std::nullopt;
+    QVariantList persons;
+    for (const VXManagedObjectPtr &place : *found) {
+        if (const Person person = VXContactPlace(place).person())
+            persons.append(QVariant::fromValue(person->objectID()));
+    }
+    VXFetchRequest all(*_coordinator->model().entityForName(u"VXPerson"_s));
+    all.predicate =
+        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(persons));
+    all.prefetchedRelationships = contactRelationships;
+    _persons = _context.executeFetchRequest(all, error); // with all that is asked of them below
+    if (!_persons)
         return std::nullopt;
     QList<VXContactPlace> places;
     for (const VXManagedObjectPtr &place : *found)
@@ -299,7 +314,7 @@ void VXContactReconciler::put(VXContactPlace place)
 bool VXContactReconciler::addAll(VXError *error)
 {
     VXFetchRequest request(*_coordinator->model().entityForName(u"VXPerson"_s));
-    request.prefetchedRelationships = {u"places"_s, u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s};
+    request.prefetchedRelationships = contactRelationships;
     const std::optional<VXFetchResult> persons = _context.executeFetchRequest(request, error);
     if (!persons)
         return false;

@@ -87,6 +87,7 @@ private:
     bool _addsAll = false;
     VXManagedObjectContext _context;
     std::unique_ptr<VXContactWriter> _writer;
+    std::optional<VXFetchResult> _persons;        // who were known to be on the phone
     std::optional<VXContactChangeSet> _changeSet; // once there is something to change
     QSet<VXManagedObjectPtr> _noted;              // persons
     QList<Link> _links;

@@ -195,7 +195,27 @@ TEST_F(VXContactSyncTest, APhoneMayNumberItsContactsAnew)
     EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
 }
 
-// Another one lies there by now, and it is told.
+// As on its card, and in its own memory.
+TEST_F(VXContactSyncTest, AContactThatLiesOnThePhoneTwiceIsOneHere)
+{
+    fillPhone();
+    for (const int location : {6, 7, 8})
+        addOnPhone(location, "Twice", "+15550400");
+    EXPECT_EQ(sync(u"contacts"_s), u"6 0 0"_s);
+    edit(u"Twice"_s, {u"--company"_s, u"Ours"_s});
+    replaceOnPhone(8, "+15550400", "+15550400\nTEL;HOME:+15550401");
+    EXPECT_EQ(sync(u"contacts"_s), u"0 1 3"_s);
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+    EXPECT_EQ(there().count(u"Twice Ours +15550400 +15550401"_s), 3);
+    ASSERT_TRUE(QFile::remove(cardPath(6)));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+    EXPECT_THAT(here(), testing::Contains(u"Twice Ours +15550400 +15550401"_s));
+    ASSERT_TRUE(QFile::remove(cardPath(7)));
+    ASSERT_TRUE(QFile::remove(cardPath(8)));
+    EXPECT_EQ(syncContacts()[u"removed"_s].toInt(), 1);
+    EXPECT_EQ(here().size(), 5);
+}
+
 TEST_F(VXContactSyncTest, WhatAPhoneRefusesIsToldAndTheRestIsDone)
 {
     fillPhone();
