@@ -268,7 +268,7 @@ void Controller::migrate()
         if (!error && compares)
             error = verification.compare(*_srcStore, *_dstStore);
     } else if (verifies) {
-        error = VXStoreVerification::compareWithNothing(*_srcStore);
+        error = verification.compareWithNothing(*_srcStore);
     }
     if (error)
         VXLogMethod(VXLogError, "performMigrationThreaded:", "migrate: "_L1 + error.description());

@@ -102,13 +102,23 @@ StorePtr VXDataPlugin::ownStoreAt(const QString &path, VXError *error)
         return nullptr;
     const QVariantMap metadata = store->metadata();
     const QString owner = metadata.value(VXStoreOwnerIdentifierKey).toString();
-    if (!owner.isNull() && owner != identifier())
+    if (owner.isNull() ? !hasEntityOf(*store) : owner != identifier())
         VXSetError(error, errorOf(u"Data file does not belong to this plugin"_s, path));
     else if (ageOf(metadata) == Age::Newer)
         VXSetError(error, errorOf(u"Data file is newer than this plugin supports"_s, path));
     else
         return store;
     return nullptr;
+}
+
+// Whether it has anything that the plugin's own model names: who made it does not say whose it is.
+bool VXDataPlugin::hasEntityOf(VXCoreDataStore &store) const
+{
+    const VXManagedObjectModel::Ptr own = ownModel(nullptr);
+    const VXManagedObjectModel::Ptr theirs = store.managedObjectModel();
+    return own && theirs && std::ranges::any_of(theirs->entities(), [&](const VXEntityDescription *entity) {
+               return own->entityForName(entity->name()) != nullptr;
+           });
 }
 
 StorePtr VXDataPlugin::storeToImport(const QString &path, QString *description, VXError *error)

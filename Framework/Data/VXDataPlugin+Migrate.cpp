@@ -54,7 +54,7 @@ public:
                 return false;
             }
             if (!batch(objects) || !std::ranges::all_of(objects, [&](const auto &object) {
-                    return !isCancelled(error) && each(object) && advance();
+                    return !isCancelled(error) && call(each, object) && advance();
                 }))
                 return false;
         }
@@ -62,6 +62,19 @@ public:
     }
 
 private:
+    // Hooks are foreign code: whoever wrote one wants to know at which object it threw.
+    template <class Each>
+    static bool call(const Each &each, const VXManagedObjectPtr &object)
+    {
+        try {
+            return each(object);
+        } catch (...) {
+            VXLogClassMethod(VXLogWarning, VXDataPlugin, "migrateStore:toStore:error:",
+                             "Exception while migrating object: "_L1 + nameOf(object->objectID()));
+            throw;
+        }
+    }
+
     static bool isCancelled(VXError *error)
     {
         const VXStoreMigration *const run = VXStoreMigration::current();
@@ -82,19 +95,15 @@ private:
     VXManagedObjectContext &_context;
 };
 
-// What the new objects have not is left out: once for each kind of them.
-void noteDroppedProperties(const VXEntityDescription &old, const VXEntityDescription &made)
+// The new object has it not, and no hook took care of it.
+void noteDropped(const VXManagedObjectPtr &oldObject, const QString &property)
 {
     VXStoreMigration *const run = VXStoreMigration::current();
     if (run == nullptr)
         return;
-    QStringList &dropped = run->entity(old.name()).droppedProperties;
-    for (const VXPropertyDescription *const property : old.properties()) {
-        const VXPropertyDescription *const kept = made.propertyForName(property->name());
-        const bool isKept = kept != nullptr && (kept->asAttribute() != nullptr) == (property->asAttribute() != nullptr);
-        if (!isKept && !property->isTransient() && !dropped.contains(property->name()))
-            dropped.append(property->name());
-    }
+    QStringList &dropped = run->entity(oldObject->entity().name()).droppedProperties;
+    if (!dropped.contains(property))
+        dropped.append(property);
 }
 
 void noteNotFound(const VXManagedObjectPtr &oldObject, const QString &relationship, qsizetype count)
@@ -160,8 +169,11 @@ bool VXDataPlugin::migrateObjectAttribute(const QString &attribute, const VXMana
 {
     const VXAttributeDescription *const made = newObject->entity().attributeForName(attribute);
     const VXAttributeDescription *const old = oldObject->entity().attributeForName(attribute);
-    if (made == nullptr || old == nullptr)
+    if (made == nullptr || old == nullptr) {
+        if (old != nullptr && oldObject->attribute(old->index()).isValid())
+            noteDropped(oldObject, attribute);
         return true;
+    }
     const QVariant before = oldObject->attribute(old->index());
     VXError problem;
     const QVariant value = migrateObjectValue(before, attribute, oldObject, version, newObject, &problem);
@@ -191,7 +203,6 @@ std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXE
                                                                        VXError *error)
 {
     VXMigratedObjects newObjects;
-    const VXEntityDescription *lastMade = nullptr;
     const auto migrate = [&](const VXManagedObjectPtr &oldObject) {
         VXError problem;
         const VXManagedObjectPtr made = insertNewObjectForOldObject(oldObject, version, newContext, &problem);
@@ -204,9 +215,6 @@ std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXE
                         "ignoring: "_L1 + nameOf(oldObject->objectID()));
             return true;
         }
-        if (lastMade != &made->entity())
-            noteDroppedProperties(entity, made->entity());
-        lastMade = &made->entity();
         newObjects.insert(oldObject->objectID(), made);
         return migrateObjectAttributes(oldObject, version, made, error);
     };
@@ -226,11 +234,16 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
     const VXRelationshipDescription *const old = oldObject->entity().relationshipForName(relationship);
     const VXRelationshipDescription *const made =
         newObject ? newObject->entity().relationshipForName(relationship) : nullptr;
-    if (old == nullptr || old->isTransient() || made == nullptr)
+    if (old == nullptr || old->isTransient())
         return newObject;
     const QList<VXManagedObjectID> oldIDs = oldObject->relatedIDs(old->index());
     if (oldIDs.isEmpty())
         return newObject;
+    if (made == nullptr) {
+        if (newObject)
+            noteDropped(oldObject, relationship);
+        return newObject;
+    }
     QList<VXManagedObjectPtr> related;
     for (const VXManagedObjectID &objectID : oldIDs) {
         if (VXManagedObjectPtr object = newObjects.value(objectID))

@@ -7,6 +7,7 @@
 #include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXObjectStoreError.h"
 #include "VXPluginGuard.h"
 #include "VXPluginManager.h"
 
@@ -141,13 +142,14 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXErr
 }
 
 // What the user may want to know of the stores from before; null when there is nothing.
-QString VXDataPlugin::textAboutEarlierStores(bool isCancelled) const
+QString VXDataPlugin::textAboutEarlierStores(const VXError &reason) const
 {
     const QList<VXStorePast::Entry> earlier = earlierStores();
-    if (isCancelled)
+    const bool isDamaged = reason.code() == int(VXObjectStoreErrorCode::FileCorrupt);
+    if (reason.code() == VXErrorCancelled)
         return VXExistsAtPath(upgradingPath()) ? QString() : VXLocalizedString(u"The store is as it was."_s);
     if (earlier.isEmpty())
-        return {};
+        return isDamaged ? VXLocalizedString(u"Once its folder is moved away, an empty store is made."_s) : QString();
     const QString text =
         earlier.constFirst().reason == "removed"_L1
             ? VXLocalizedString(u"The store from before its last upgrade has taken its place, and it lies in %1; "
@@ -169,7 +171,7 @@ void VXDataPlugin::endApplication(const VXError &error, const VXError &reason)
     alert.details =
         VXLocalizedString(u"The plugin \"%1\" (%2) cannot open it: %3 Without the plugin the program starts."_s)
             .arg(description(), identifier(), textForPeople(reason));
-    if (const QString text = textAboutEarlierStores(reason.code() == VXErrorCancelled); !text.isNull())
+    if (const QString text = textAboutEarlierStores(reason); !text.isNull())
         alert.details += u' ' + text;
     alert.defaultButton = VXGlobalString(u"Quit"_s);
     VXApplication &application = VXApplication::sharedApplication();

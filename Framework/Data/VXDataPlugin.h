@@ -168,6 +168,8 @@ public:
     VXAlertButton askHowToImport(const QString &description) const;
     Q_INVOKABLE void importStoreAction();
     Q_INVOKABLE void importLegacyDataAction();
+    /** The same of one that may take the place of the plugin's store: as far as it says it is the plugin's, and not too new. */
+    StorePtr ownStoreAt(const QString &path, VXError *error);
     /** A file that is one to import, and what the plugin says of it. Asks nobody. */
     StorePtr storeToImport(const QString &path, QString *description, VXError *error);
     /** Copies all objects of a store, as of now, into the plugin's own, which must be open, with a progress window. */
@@ -219,7 +221,7 @@ private:
     bool isOwnStore(const QString &path, VXError *error) const;
     Age ageOf(const QVariantMap &metadata) const;
     std::optional<Age> ageOfStore(const QString &path, VXError *error) const;
-    StorePtr ownStoreAt(const QString &path, VXError *error);
+    bool hasEntityOf(VXCoreDataStore &store) const;
     StorePtr openOrUpgrade(const QString &path, VXError *error);
     VXError upgradeStore(const QString &path);
     bool isUpgradingFileLone() const;
@@ -239,7 +241,7 @@ private:
                               const QList<VXManagedObjectID> &missing, const VXMigratedObjects &newObjects) const;
     bool saveStamp(VXCoreDataStore &store, VXError *error);
     void tellOfChangedModel(const VXManagedObjectModel &stored) const;
-    QString textAboutEarlierStores(bool isCancelled) const;
+    QString textAboutEarlierStores(const VXError &reason) const;
     void endApplication(const VXError &error, const VXError &reason);
 
     VXError run(VXCoreDataStoreMigrationWindowController &controller);

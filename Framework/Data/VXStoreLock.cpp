@@ -28,7 +28,7 @@ VXStoreLock::Ptr VXStoreLock::take(const QString &storePath, Purpose purpose, st
     if (isBusy != nullptr)
         *isBusy = isInTheWay;
     if (lock && !lock->isHeld() && (isInTheWay || isReplacing || !lock->isImpossible())) {
-        const QString reason = isInTheWay ? isReplacing ? VXLocalizedString(u"Somebody has it open."_s)
+        const QString reason = isInTheWay ? isReplacing ? VXLocalizedString(u"Another program has it open."_s)
                                                         : VXLocalizedString(u"It is being replaced or upgraded."_s)
                                           : lock->reason();
         const QString title = isInTheWay ? VXLocalizedString(u"The store is in use"_s)

@@ -24,7 +24,7 @@ struct VXEntityMigration
     qint64 copied = 0;
     qint64 ignored = 0;                       // the plugin gave no new object for them
     QMap<QString, qint64> changedValues = {}; // by attribute: values that the plugin's hooks changed
-    QStringList droppedProperties = {};       // what the new objects have not
+    QStringList droppedProperties = {};       // what some had, the new ones have not, and no hook took care of
     QMap<QString, qint64> notFound = {};      // by relationship: references to objects that were not copied
 
     bool isUnchanged() const

@@ -80,19 +80,22 @@ qsizetype countIn(const VXPersistentStoreCoordinator::Ptr &coordinator, VXError 
     return count;
 }
 
-VXError noneOf(qsizetype count)
-{
-    return count == 0 ? VXError() : difference(VXLocalizedString(u"Of %1 objects none was saved."_s).arg(count));
-}
-
 } // namespace
 
-VXError VXStoreVerification::compareWithNothing(VXCoreDataStore &source)
+VXError VXStoreVerification::compareWithNothing(VXCoreDataStore &source) const
 {
     VXError error;
     const auto coordinator = source.persistentStoreCoordinator(&error);
     const qsizetype count = coordinator ? countIn(coordinator, &error) : 0;
-    return error ? error : noneOf(count);
+    if (error || count == 0)
+        return error;
+    QString text = VXLocalizedString(u"Of %1 objects none was saved."_s).arg(count);
+    for (const VXEntityMigration &entity : _migration.entities()) { // which is why, most times
+        if (entity.ignored > 0)
+            text +=
+                u' ' + VXLocalizedString(u"%1 of \"%2\" have no new object."_s).arg(entity.ignored).arg(entity.entity);
+    }
+    return difference(text);
 }
 
 VXError VXStoreVerification::compare(VXCoreDataStore &source, VXCoreDataStore &destination)

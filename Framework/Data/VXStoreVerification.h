@@ -25,7 +25,7 @@ public:
      * there is none. */
     VXError compare(VXCoreDataStore &source, VXCoreDataStore &destination);
     /** When there was nothing to save: a difference if the source has objects. */
-    static VXError compareWithNothing(VXCoreDataStore &source);
+    VXError compareWithNothing(VXCoreDataStore &source) const;
 
 private:
     VXError compareBatch(const QList<VXManagedObjectPtr> &objects, VXPersistentStoreCoordinator &saved);

@@ -79,7 +79,8 @@ bool VXManagedObjectContext::Save::validate(VXError *error) const
     } else if (!problems.isEmpty()) {
         QVariantMap userInfo =
             VXObjectStoreError(VXObjectStoreErrorCode::MultipleValidation, u"The objects cannot be saved."_s,
-                               u"%1 of them are not valid."_s.arg(problems.size()))
+                               u"%1 of them are not valid, the first for this: %2"_s.arg(problems.size())
+                                   .arg(problems.constFirst().value<VXError>().localizedRecoverySuggestion()))
                 .userInfo();
         userInfo.insert(VXDetailedErrorsKey, problems);
         VXSetError(error, {VXCocoaErrorDomain, int(VXObjectStoreErrorCode::MultipleValidation), userInfo});

@@ -121,6 +121,13 @@ TEST_F(HostStoreTransferTest, SaysWhatIsTrueOfStoresThatWaitOrWereLeft)
     EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"withdrawn"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 2);
 
+    EXPECT_THAT(run({u"import"_s, u"calls"_s, exported, u"--merge"_s, u"--backup"_s, exported, u"--yes"_s})
+                    .errors.toStdString(),
+                HasSubstr("the backup would take the place of what is to be imported"));
+    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, exported, u"--dry-run"_s}).value(u"from"_s), exported);
+    EXPECT_EQ(run({u"export"_s, u"calls"_s, path(u"named"_s)}).status, 0);
+    EXPECT_EQ(callsIn(path(u"named.vxdatastore"_s)), 1 + 1);
+
     const QString others = path(u"outbox.vxdatastore"_s);
     EXPECT_EQ(run({u"export"_s, u"outbox"_s, others}).status, 0);
     EXPECT_THAT(run({u"rollback"_s, u"calls"_s, others, u"--yes"_s}).errors.toStdString(),

@@ -487,8 +487,12 @@ VXHostCommand VXStoreCommand()
             "nothing: a JSON object in each line (.jsonl), or a table whose first line names the attributes (.csv).\n\n"
             "\"upgrade NAME\" brings a store of an older version of its plugin up to date, as the plugin does when it "
             "is loaded. \"import NAME FOLDER\" adds the objects of a store folder to the plugin's store, or has it "
-            "replace that. \"export NAME FOLDER\" writes a copy. All work on what is there at one moment, and say "
-            "with --dry-run what they would do. \"rollback NAME [FOLDER]\" takes back the store that was there "
+            "replace that. \"export NAME FOLDER\" writes a copy. All work on what is there at one moment; upgrade and "
+            "import say with --dry-run what they would do: how many objects of each entity there are, get a new one, "
+            "or "
+            "are left out; which attributes hooks change, and of how many; which attributes and relationships are "
+            "dropped; and how many references lead to what is not copied. \"rollback NAME [FOLDER]\" takes back the "
+            "store that was there "
             "before the last upgrade or replacement, or the one in FOLDER; with --dry-run it lists those."_s,
         .options =
             {{u"where"_s, u"PREDICATE"_s, u"Only objects that it describes"_s, {}, {u"list"_s, u"delete"_s}},

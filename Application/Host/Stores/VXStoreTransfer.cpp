@@ -36,12 +36,15 @@ struct Transfer
 
     bool isSet(const QString &option) const { return host.options.isSet(option); }
     QString path(const QString &text) const { return QDir::cleanPath(QFileInfo(text).absoluteFilePath()); }
-    // Where a store goes: into a folder that is no store.
+    // Where a store goes: into a folder that is no store, and under a name of stores.
     QString place(const QString &text) const
     {
-        const QString named = path(text);
-        const bool isFolder = QFileInfo(named).isDir() && QFileInfo(named).suffix() != VXStoreFileExtension;
-        return isFolder ? named + u'/' + QFileInfo(plugin.dataStorePath()).fileName() : named;
+        const QFileInfo named(path(text));
+        if (named.suffix() == VXStoreFileExtension)
+            return named.filePath();
+        if (named.isDir())
+            return named.filePath() + u'/' + QFileInfo(plugin.dataStorePath()).fileName();
+        return named.filePath() + u'.' + VXStoreFileExtension;
     }
     int fail(const VXError &error) const { return host.output.fail(VXErrorText(error)); }
 };
@@ -200,6 +203,8 @@ int importStore(Transfer &transfer)
     if (button == VXAlertButton::Alternate)
         return transfer.host.output.fail(u"nothing was imported"_s);
     const QString backup = backupPlace(transfer);
+    if (QFileInfo(backup).canonicalFilePath() == QFileInfo(file).canonicalFilePath())
+        return transfer.host.output.fail(u"the backup would take the place of what is to be imported"_s);
     if (!canMakeBackup(transfer, backup))
         return VXHostOutput::Failed;
     error = backup.isNull() ? VXError() : transfer.plugin.exportStoreTo(backup, false);
@@ -262,17 +267,28 @@ int rollBack(Transfer &transfer)
     QList<VXStorePast::Entry> past = transfer.plugin.earlierStores();
     const QString waiting = transfer.plugin.waitingPath();
     const bool isOneWaiting = VXExistsAtPath(waiting);
+    QString from = transfer.host.options.operand(2);
+    if (!from.isNull()) {
+        from = transfer.path(from);
+        VXError error;
+        if (!transfer.plugin.ownStoreAt(from, &error))
+            return transfer.fail(error);
+        if (transfer.isSet(u"dry-run"_s))
+            return answer(transfer,
+                          u"Nothing was changed. %1 would take the place of the store %2.\n"_s.arg(from, transfer.name),
+                          u"rehearsed"_s, {}, {{u"from"_s, from}});
+    }
     if (transfer.isSet(u"dry-run"_s)) {
         if (isOneWaiting)
             past.prepend({waiting, QFileInfo(waiting).lastModified(), u"waits to replace it"_s});
         return listPast(transfer, past);
     }
-    QString from = transfer.host.options.operand(2);
     if (from.isNull() && isOneWaiting)
         return withdraw(transfer, waiting);
     if (from.isNull() && past.isEmpty())
         return transfer.host.output.fail(u"no earlier store of %1 is known; name its folder"_s.arg(transfer.name));
-    from = from.isNull() ? past.constFirst().path : transfer.path(from);
+    if (from.isNull())
+        from = past.constFirst().path;
     if (!agrees(transfer,
                 u"The present store %1 would go to the trash, and %2 take its place."_s.arg(transfer.name, from)))
         return transfer.host.output.fail(u"nothing was changed"_s);

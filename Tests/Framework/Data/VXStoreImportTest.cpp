@@ -114,7 +114,7 @@ TEST_F(VXStoreImportTest, MergeThatSavesNothingIsTold)
     VXError error;
     EXPECT_FALSE(notesPlugin().importStoreAtPath(file, &error));
     expectFailure(u"The copy is not what was to be saved"_s);
-    EXPECT_EQ(error.localizedRecoverySuggestion(), u"Of 13 objects none was saved."_s);
+    EXPECT_EQ(error.localizedRecoverySuggestion(), u"Of 13 objects none was saved. 2 of \"Tag\" have no new object."_s);
     EXPECT_EQ(contentsOfStore(store()), before);
 }
 

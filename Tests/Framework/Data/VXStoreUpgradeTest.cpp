@@ -383,6 +383,7 @@ TEST_F(VXStoreUpgradeTest, DanglingReferencesAreLeftOutAndTold)
     const QList<VXEntityMigration> entities = notesPlugin().lastMigration();
     const auto notes = std::ranges::find(entities, u"Note"_s, &VXEntityMigration::entity);
     ASSERT_NE(notes, entities.end());
+    EXPECT_EQ(notes->droppedProperties, QStringList{u"mood"_s}); // of "gone" there was none
     EXPECT_EQ(notes->notFound, (QMap<QString, qint64>{{u"author"_s, 3}, {u"tags"_s, 2}}));
 }
 
