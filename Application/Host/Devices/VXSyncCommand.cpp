@@ -1,5 +1,6 @@
 #include "VXDeviceAction.h"
 #include "VXDeviceActionRun.h"
+#include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
 #include "VXDeviceReport.h"
 #include "VXDeviceURL.h"
@@ -39,19 +40,28 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
     QStringList failures;
     for (const Kind &kind : kindsOf(context.options)) {
         if (!device->actionNames().contains(kind.action)) {
-            if (context.options.isSet(kind.name))
-                failures.append(kind.name + ": the phone does not give them, or the plugin of their store is off"_L1);
+            if (!context.options.isSet(kind.name))
+                continue;
+            const QString failure = u"the phone does not give them, or the plugin of their store is off"_s;
+            results.insert(kind.name, QJsonObject{{u"error"_s, failure}});
+            failures.append(kind.name + ": "_L1 + failure);
             continue;
         }
         const auto action = VXDeviceAction::actionWithName(kind.action);
         const QString failure = VXDeviceActionRun(context, action).runQuietly(device);
-        results.insert(kind.name, VXJSONFromVariant(action->result()));
+        QJsonObject result = VXJSONFromVariant(action->result()).toObject();
+        if (!failure.isNull())
+            result.insert(u"error"_s, failure);
+        results.insert(kind.name, result);
         if (!failure.isNull())
             failures.append(kind.name + ": "_L1 + failure);
         if (action->isCancelled())
             break;
     }
-    context.output.answer(VXReadableText(results), results);
+    const QString text = VXReadableText(results);
+    if (!failures.isEmpty())
+        results.insert(u"error"_s, failures.join("; "_L1));
+    context.output.answer(text, results);
     context.output.flush(); // before failures are told
     for (const QString &failure : std::as_const(failures))
         context.output.fail(failure);
@@ -61,11 +71,9 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
 int runSync(VXHostContext &context)
 {
     return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
-        const QString text = context.options.operand(0);
-        const QUrl url = VXGetDeviceURLFromURL(QUrl(text));
-        if (!VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url))
-            return context.output.fail(
-                u"there is no device \"%1\"; \"vornix devices list\" shows those there are"_s.arg(text));
+        const QUrl url = VXDeviceNamed(context, context.options.operand(0));
+        if (url.isEmpty())
+            return static_cast<int>(VXHostOutput::Failed);
         const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url);
         return device ? sync(context, device)
                       : context.output.fail(u"%1 can not be used: %2"_s.arg(VXAbsoluteString(url),
@@ -80,9 +88,10 @@ VXHostCommand VXSyncCommand()
     return {
         .name = u"sync"_s,
         .summary = u"Bring a phone and the stores into step"_s,
-        .synopsis = u"DEVICE-URL"_s,
+        .synopsis = u"DEVICE"_s,
         .details = u"Messages and calls of the phone go into the stores, and what was changed here goes to the phone: "
                    "messages that were read, moved away or are to be written. Without options all that the phone has. "
+                   "DEVICE is its URL, identifier or name. "
                    "It may be interrupted at any time, and run again; when nothing has changed it changes nothing. "
                    "Contacts come from a phone by \"vornix export vcardexporter\" and \"vornix phonebook import\"."_s,
         .options = {{.name = u"messages"_s, .placeholder = {}, .summary = u"Only messages, and what else is named"_s},

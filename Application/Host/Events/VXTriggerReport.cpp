@@ -128,7 +128,7 @@ QJsonObject VXTriggerReport::test(const QVariant &object, QStringList *lines) co
         const QJsonValue shown = VXJSONFromVariant(reaction.options());
         const QString verdict =
             wouldRun ? u"would run with"_s
-                     : u"would not run%1, with"_s.arg(problem.isNull() ? QString() : u", as it "_s + problem);
+                     : u"would not run%1; its options:"_s.arg(problem.isNull() ? QString() : u", as it "_s + problem);
         lines->append(u"%1 %2 %3"_s.arg(identifier, verdict, QString::fromUtf8(VXJSONText(shown))));
         list.append(QJsonObject{{u"reactor"_s, identifier},
                                 {u"options"_s, shown},
