@@ -114,7 +114,9 @@ VXTrigger VXTriggerStore::triggerWithID(const QString &text) const
             return VXTrigger(found);
     }
     QList<VXTrigger> named = triggers().value_or(QList<VXTrigger>());
-    named.removeIf([&](const VXTrigger &trigger) { return text.isEmpty() || trigger.userName() != text; });
+    named.removeIf([&](const VXTrigger &trigger) {
+        return text.isEmpty() || trigger.userName().compare(text, Qt::CaseInsensitive) != 0;
+    });
     return named.size() == 1 ? named.first() : VXTrigger();
 }
 

@@ -86,7 +86,9 @@ private:
         case QMetaType::Double: // infinities and "not a number" have a form of their own in both kinds
             return true;
         default:
-            return refuse(u"a value of type %1"_s.arg(QString::fromUtf8(value.metaType().name())));
+            return refuse(value.typeId() == QMetaType::Nullptr
+                              ? u"null"_s
+                              : u"a value of type %1"_s.arg(QString::fromUtf8(value.metaType().name())));
         }
     }
 

@@ -79,28 +79,29 @@ protected:
 private:
     QString problemOfColumns(const QStringList &columns, const QVariantList &objects) const;
     bool readFormat(const QVariantMap &options, VXCSVFormat *format, QString *reason) const;
-    bool readColumns(const QVariantList &objects, VXExportFile &file, VXCSVFormat *format, QStringList *columns,
+    static std::optional<QStringList> readHeader(VXExportFile &file, VXCSVFormat *format);
+    bool joinColumns(const QVariantList &objects, VXExportFile &file, VXCSVFormat *format, QStringList *columns,
                      QString *reason) const;
 };
 
-bool CSVExporterPlugin::writeObjects(const QVariantList &objects, const QVariantMap &options, VXExportFile &file,
+bool CSVExporterPlugin::writeObjects(const QVariantList &exported, const QVariantMap &options, VXExportFile &file,
                                      QString *reason)
 {
     VXCSVFormat format;
     QStringList columns = VXListOption(options, u"columns"_s);
-    if (!readFormat(options, &format, reason))
+    if (*reason = problemOfColumns(columns, exported); !reason->isNull() || !readFormat(options, &format, reason))
         return false;
+    const QVariantList objects = VXRecordsOfObjects(exported);
+    if (columns.isEmpty())
+        columns = keysOf(objects);
     QByteArray line;
     if (file.oldSize() > 0) {
-        if (!readColumns(objects, file, &format, &columns, reason))
+        const bool hasLineEnd = file.oldBytes(file.oldSize() - 1, 1) == "\n";
+        if (!joinColumns(objects, file, &format, &columns, reason))
             return false;
-        if (file.oldBytes(file.oldSize() - 1, 1) != "\n")
+        if (!hasLineEnd)
             line = format.lineEnd;
     } else {
-        if (*reason = problemOfColumns(columns, objects); !reason->isNull())
-            return false;
-        if (columns.isEmpty())
-            columns = keysOf(objects);
         if (columns.isEmpty()) // the header is left to objects that have values
             return true;
         for (const QString &column : std::as_const(columns)) {
@@ -147,7 +148,7 @@ bool CSVExporterPlugin::readFormat(const QVariantMap &options, VXCSVFormat *form
     format->neutralisesFormulas = VXBooleanOption(options, u"neutraliseFormulas"_s, true);
     format->writesUTC = VXBooleanOption(options, u"utc"_s, false);
     const QString separator = options.value(u"separator"_s, u","_s).toString();
-    if (separator.size() != 1 || !u",;\t|"_s.contains(separator)) {
+    if (separator.size() != 1 || !VXCSVFormat::separators.contains(separator.front().toLatin1())) {
         *reason = localizedString(u"The separator must be a comma, a semicolon, a tab or a vertical bar."_s);
         return false;
     }
@@ -155,31 +156,55 @@ bool CSVExporterPlugin::readFormat(const QVariantMap &options, VXCSVFormat *form
     return true;
 }
 
-// What is in the file already decides, or its lines would no longer go together.
-bool CSVExporterPlugin::readColumns(const QVariantList &objects, VXExportFile &file, VXCSVFormat *format,
-                                    QStringList *columns, QString *reason) const
+// The first line of the file, told apart by the format's separator; none when it has no end.
+std::optional<QStringList> CSVExporterPlugin::readHeader(VXExportFile &file, VXCSVFormat *format)
 {
-    QByteArray start;
-    std::optional<QStringList> header;
     for (const qint64 length : {usualHeader, longestHeader}) {
-        start = file.oldBytes(0, length);
+        QByteArray start = file.oldBytes(0, length);
         if (file.oldSize() <= length)
             start.append('\n');
-        header = format->header(start);
-        if (header)
-            break;
+        format->lineEnd = VXCSVFormat::lineEndOf(start);
+        if (const std::optional<QStringList> header = format->header(start))
+            return header;
     }
-    if (!header) {
+    return std::nullopt;
+}
+
+// What is in the file already decides about separator and order, or its lines would no longer go together; columns that it
+// lacks are added to it.
+bool CSVExporterPlugin::joinColumns(const QVariantList &objects, VXExportFile &file, VXCSVFormat *format,
+                                    QStringList *columns, QString *reason) const
+{
+    const std::optional<QStringList> asked = readHeader(file, format);
+    if (!asked) {
         *reason = localizedString(u"The file does not begin with a line of column names."_s);
         return false;
     }
-    if (!objects.isEmpty() && !hasAnyOf(*header, objects)) {
+    std::optional<QStringList> header = asked;
+    const char askedSeparator = format->separator;
+    for (const char separator : VXCSVFormat::separators) {
+        if (objects.isEmpty() || (header && hasAnyOf(*header, objects)))
+            break;
+        format->separator = separator;
+        header = readHeader(file, format);
+    }
+    if (!header || (!objects.isEmpty() && !hasAnyOf(*header, objects))) {
         *reason = localizedString(u"None of the file's columns (%1) is a value of what is exported."_s)
-                      .arg(header->join(", "_L1));
+                      .arg(asked->join(", "_L1));
         return false;
     }
-    *columns = *header;
-    format->lineEnd = VXCSVFormat::lineEndOf(start);
+    if (header->size() == 1) // then nothing tells
+        format->separator = askedSeparator;
+    columns->removeIf([&](const QString &column) { // or parts of it are there
+        return std::ranges::any_of(
+            *header, [&](const QString &known) { return known == column || known.startsWith(column + u'.'); });
+    });
+    if (!columns->isEmpty()) {
+        const QByteArray wide = format->widened(file.oldBytes(0, file.oldSize()), *columns);
+        file.writeFrom(0);
+        file.write(wide); // a failure is told when it is committed
+    }
+    *columns = *header + *columns;
     return true;
 }
 

@@ -53,8 +53,8 @@ void VXCSVFormat::appendField(QByteArray &line, const QVariant &value) const
                         value.typeId() == QMetaType::QVariantList;
     if (neutralisesFormulas && isText && beginsFormula(QByteArrayView(line).sliced(start)))
         line.insert(start, '\'');
-    const auto mustBeQuoted = [this](char octet) {
-        return octet == separator || octet == '"' || octet == '\n' || octet == '\r';
+    const auto mustBeQuoted = [](char octet) {
+        return separators.contains(octet) || octet == '"' || octet == '\n' || octet == '\r';
     };
     const bool hasOuterBlanks = line[start] == ' ' || line.back() == ' ';
     if (!hasOuterBlanks && std::none_of(line.cbegin() + start, line.cend(), mustBeQuoted))
@@ -89,6 +89,47 @@ std::optional<QStringList> VXCSVFormat::header(const QByteArray &bytes) const
         }
     }
     return std::nullopt;
+}
+
+QByteArray VXCSVFormat::widened(const QByteArray &file, const QStringList &columns) const
+{
+    QByteArray names;
+    for (const QString &column : columns) {
+        names.append(separator);
+        appendField(names, column);
+    }
+    QByteArray wide;
+    wide.reserve(file.size() + file.size() / 8 + names.size());
+    qsizetype headerFields = 0;
+    qsizetype fields = 1;
+    bool isQuoted = false;
+    bool isEmpty = true; // the line, so far
+    const auto endLine = [&] {
+        if (headerFields == 0 && !isEmpty)
+            wide.append(names);
+        else if (!isEmpty)
+            wide.append(std::max<qsizetype>(headerFields - fields, 0) + columns.size(), separator);
+        headerFields = headerFields == 0 && !isEmpty ? fields : headerFields;
+        fields = 1;
+        isEmpty = true;
+    };
+    for (qsizetype index = 0; index < file.size(); ++index) {
+        const char octet = file[index];
+        isQuoted = isQuoted != (octet == '"');
+        const bool isEnd =
+            !isQuoted && (octet == '\n' || (octet == '\r' && index + 1 < file.size() && file[index + 1] == '\n'));
+        if (isEnd)
+            endLine();
+        else
+            isEmpty = false;
+        if (!isQuoted && octet == separator)
+            ++fields;
+        wide.append(octet);
+        if (isEnd && octet == '\r')
+            wide.append(file[++index]);
+    }
+    endLine(); // a last one without an end
+    return wide;
 }
 
 QByteArray VXCSVFormat::lineEndOf(const QByteArray &bytes)

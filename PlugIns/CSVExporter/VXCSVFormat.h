@@ -17,11 +17,16 @@ struct VXCSVFormat
     bool neutralisesFormulas = true;
     bool writesUTC = false;
 
-    /** A field, quoted where it must be. */
+    /** What may be a separator. */
+    static constexpr QByteArrayView separators{",;\t|"};
+
+    /** A field, quoted where it must be: whichever separator a reader goes by. */
     void appendField(QByteArray &line, const QVariant &value) const;
 
     /** The first record of a file, without a byte order mark and the apostrophes before formulas. Empty when it has no end within the bytes. */
     std::optional<QStringList> header(const QByteArray &bytes) const;
+    /** The file with further columns at the end of its header, and empty fields in its lines. */
+    QByteArray widened(const QByteArray &file, const QStringList &columns) const;
     /** The line end that a file uses, judged by its first one. */
     static QByteArray lineEndOf(const QByteArray &bytes);
 };

@@ -1,8 +1,10 @@
 #include "VXObjectValues.h"
 
+#include "VXContactRecord.h"
 #include "VXJSON.h"
 #include "VXNone.h"
 #include "VXNumber.h"
+#include "VXPhonebookType.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>
@@ -11,6 +13,7 @@
 #include <QtCore/QStringEncoder>
 #include <QtCore/QUrl>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -97,13 +100,39 @@ void appendDate(QByteArray &text, const QDateTime &date, bool inUTC)
         text.append('Z');
 }
 
+// Of a contact's number, address, page or group: what people write of it. Null for other maps.
+QString addressText(const QVariantMap &map)
+{
+    static const QStringList whole{u"number"_s, u"address"_s, u"url"_s, u"text"_s, u"name"_s};
+    static const QStringList parts{u"street"_s, u"zip"_s, u"city"_s, u"state"_s, u"country"_s};
+    static const QStringList remarks{u"type"_s, u"label"_s};
+    QStringList texts;
+    for (const QString &key : whole + parts)
+        texts.append(map.value(key).toString());
+    texts.removeAll(QString());
+    const bool isOther =
+        std::ranges::any_of(map.keys(), [](const QString &key) { return !(whole + parts + remarks).contains(key); });
+    if (isOther || texts.isEmpty())
+        return {};
+    const bool hasLetters = map.contains(u"number"_s) || map.contains(u"address"_s);
+    const QVariant type = map.value(u"type"_s);
+    const QString letters = !hasLetters || type.typeId() == QMetaType::QString
+                                ? type.toString()
+                                : VXStringFromPhonebookTypeMask(type.toUInt());
+    return texts.join(u' ') + (hasLetters && !letters.isEmpty() ? u'/' + letters : QString());
+}
+
 void appendList(QByteArray &text, const QVariantList &list, bool inUTC)
 {
     const qsizetype start = text.size();
     for (const QVariant &element : list) {
         if (text.size() > start)
             text.append(", ");
-        VXAppendValueText(text, element, inUTC);
+        const QString address = element.typeId() == QMetaType::QVariantMap ? addressText(element.toMap()) : QString();
+        if (address.isNull())
+            VXAppendValueText(text, element, inUTC);
+        else
+            appendUTF8(text, address);
     }
 }
 
@@ -121,12 +150,24 @@ const VXManagedObject *VXManagedObjectIn(const QVariant &object)
     return nullptr;
 }
 
+QVariantList VXRecordsOfObjects(const QVariantList &objects)
+{
+    QVariantList records = objects;
+    for (QVariant &object : records) {
+        const VXManagedObject *const managed = VXManagedObjectIn(object);
+        const bool isContact = managed != nullptr && managed->entity().relationshipForName(u"numbers"_s) != nullptr;
+        if (isContact)
+            object = VXContactRecord(object).map();
+    }
+    return records;
+}
+
 QStringList VXKeysOfObject(const QVariant &object)
 {
     QStringList keys;
     if (const VXManagedObject *const managed = VXManagedObjectIn(object)) {
         for (const VXAttributeDescription *attribute : managed->entity().attributes()) {
-            if (!attribute->isTransient())
+            if (!attribute->isTransient() && !attribute->name().endsWith("_search"_L1))
                 keys.append(attribute->name());
         }
     } else if (object.metaType().flags().testFlag(QMetaType::PointerToQObject)) {

@@ -16,13 +16,17 @@
 /** nullptr when the object is none. */
 const VXManagedObject *VXManagedObjectIn(const QVariant &object);
 
-/** Names of its values: stored attributes in the model's order, a map's keys sorted, properties as declared. */
+/** Contacts of a store as maps with the keys of records, whose lists lie in objects of their own; all else as it is. */
+QVariantList VXRecordsOfObjects(const QVariantList &objects);
+
+/** Names of its values: stored attributes in the model's order, but for those that are only searched ("..._search"); a map's
+ *  keys sorted; properties as declared. */
 QStringList VXKeysOfObject(const QVariant &object);
 
 /**
  * Appends a value as people read it, in UTF-8; nothing for none. Dates as "2026-01-31 17:05:09" in local time, or with
- * `inUTC` as "2026-01-31T16:05:09Z" (RFC 3339); data as Base64; lists with ", " between; maps as JSON; a managed object
- * as its URI.
+ * `inUTC` as "2026-01-31T16:05:09Z" (RFC 3339); data as Base64; lists with ", " between, and in them the numbers, addresses and
+ * groups of contacts as "+1 555 0100/m"; maps as JSON; a managed object as its URI.
  */
 void VXAppendValueText(QByteArray &text, const QVariant &value, bool inUTC = false);
 QString VXValueText(const QVariant &value, bool inUTC = false);

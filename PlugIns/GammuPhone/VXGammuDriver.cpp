@@ -1,12 +1,30 @@
 #include "VXGammuDriver.h"
 
 #include "VXGammuStrings.h"
+#include "VXPhonebookString.h"
 
 #include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace VXGammuProtocol;
+
+namespace {
+
+// A message that names its receiver as records do: by phonebook strings.
+QVariant objectOf(const VXDeviceAction &action)
+{
+    const QVariant object = action.object();
+    QVariantMap message = object.toMap();
+    QString number;
+    if (action.actionName() != "send_message"_L1 || message.contains(u"number"_s) || !message.contains(u"to"_s))
+        return object;
+    const QString to = message.take(u"to"_s).toString();
+    message.insert(u"number"_s, VXPhonebookStringSplit(to, nullptr, &number) ? number : to);
+    return message;
+}
+
+} // namespace
 
 VXGammuDriver::VXGammuDriver(const QString &program, Configure configure, Complete complete)
     : _program(program), _configure(std::move(configure)), _complete(std::move(complete))
@@ -63,7 +81,7 @@ void VXGammuDriver::askNext()
         start();
     const VXDeviceAction::Ptr action = _jobs.front().action;
     _jobs.front().wasAsked = _isConnected;
-    _process->send(action ? Request{.action = action->actionName(), .object = action->object()}
+    _process->send(action ? Request{.action = action->actionName(), .object = objectOf(*action)}
                           : Request{.action = u"state"_s, .object = {}});
 }
 

@@ -43,6 +43,10 @@ protected:
         QByteArrayList entries;
         for (const QVariant &object : objects) {
             const VXCalendarEntry entry(object, now, translate);
+            if (!entry.isKnown()) {
+                *reason = localizedString(u"One of the objects is neither a call nor a message."_s);
+                return false;
+            }
             const QByteArray identifier = entry.identifier();
             if (places.contains(identifier))
                 entries[places.value(identifier)] = entry.bytes(identifier);

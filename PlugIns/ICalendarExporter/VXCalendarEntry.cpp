@@ -36,6 +36,11 @@ VXCalendarEntry::VXCalendarEntry(const QVariant &object, const QDateTime &now, c
 {
 }
 
+bool VXCalendarEntry::isKnown() const
+{
+    return _isMessage || !parties().from.isEmpty() || !parties().to.isEmpty() || start().isValid() || _call.duration;
+}
+
 QByteArray VXCalendarEntry::bytes(const QByteArray &identifier) const
 {
     VXContentLines lines;

@@ -20,6 +20,8 @@ public:
     /** What has no date is of now. */
     VXCalendarEntry(const QVariant &object, const QDateTime &now, const Translate &translate);
 
+    /** Whether the object tells of a call or a message at all. */
+    bool isKnown() const;
     /** The same for the same call or message; of one with no date always another. */
     QByteArray identifier() const;
     QByteArray bytes(const QByteArray &identifier) const;

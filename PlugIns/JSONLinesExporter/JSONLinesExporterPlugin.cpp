@@ -17,7 +17,7 @@ protected:
         // A line that was cut off, or a last line without an end, spoils no other.
         if (file.oldSize() > 0 && file.oldBytes(file.oldSize() - 1, 1) != "\n")
             file.write("\n");
-        for (const QVariant &object : objects) {
+        for (const QVariant &object : VXRecordsOfObjects(objects)) {
             if (!file.write(VXJSONText(VXPlainJSONOfObject(object)) + '\n'))
                 break; // told when it is committed
         }

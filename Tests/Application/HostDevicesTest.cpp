@@ -52,10 +52,12 @@ TEST_F(HostDevicesTest, AddsListsAndRemoves)
 {
     EXPECT_EQ(outcomeOf({}), "0 There are no devices.\n");
     EXPECT_EQ(outcomeOf({u"default"_s}), "0 There is no default device.\n");
-    EXPECT_EQ(outcomeOf({u"add"_s, u"org.phones"_s, u"one"_s, u"name=My phone"_s, u"connected=true"_s}),
-              "0 Added vxdevice://localhost/org.phones/one.\n");
+    EXPECT_EQ(
+        outcomeOf({u"add"_s, u"org.phones"_s, u"one"_s, u"name=My phone"_s, u"connected=true"_s}),
+        "0 Added vxdevice://localhost/org.phones/one.\n\"vornix devices info one\" tells whether it can be reached.\n");
     EXPECT_EQ(outcomeOf({u"add"_s, u"org.phones"_s, u"/dev/tty 1"_s}),
-              "0 Added vxdevice://localhost/org.phones/%2Fdev%2Ftty%201.\n");
+              "0 Added vxdevice://localhost/org.phones/%2Fdev%2Ftty%201.\n"
+              "\"vornix devices info /dev/tty 1\" tells whether it can be reached.\n");
     writeDefault(u"devices21"_s, R"([7, "vxdevice://localhost/org.phones/one", "no url",
                                      "vxdevice://localhost/org.gone/x", "vxdevice://localhost/org.phones/refused"])");
     EXPECT_EQ(devices({u"list"_s}).output,
@@ -119,7 +121,7 @@ TEST_F(HostDevicesTest, TellsAllAboutADevice)
     EXPECT_EQ(json[u"preferences"_s], (QJsonObject{{u"name"_s, u"Mine"_s}, {u"speed"_s, 9600}}));
     EXPECT_EQ(json[u"live"_s], true);
     devices({u"add"_s, u"org.phones"_s, u"two"_s, u"slow=true"_s});
-    EXPECT_THAT(outcomeOf({}), testing::HasSubstr("Fixture  connecting     yes"));
+    EXPECT_THAT(outcomeOf({}), testing::HasSubstr("Fixture  not connected  yes"));
     EXPECT_THAT(outcomeOf({u"info"_s, u"vxdevice://localhost/org.phones/two"_s}),
                 testing::HasSubstr("\nSignal      3\n"));
     EXPECT_EQ(outcomeOf({u"actions"_s, url}), "0 count\necho\nfail\nhang_up\nthrow\nwait\n");
@@ -135,19 +137,19 @@ TEST_F(HostDevicesTest, MistakesChangeNothing)
         {{u"add"_s, u"org.phones"_s, u"refused"_s, u"a=1"_s},
          "1 vornix: No device vxdevice://localhost/org.phones/refused could be made. The log may"},
         {{u"add"_s, u"org.phones"_s, u"one"_s, u"a=1"_s},
-         "1 vornix: There is a device " + url.toStdString() + " already."},
+         "1 vornix: there is a device one already; \"vornix devices set one KEY=VALUE\""},
         {{u"add"_s, u"org.phones"_s, u"two"_s, u"a=1"_s, u"b"_s}, "2 vornix: \"b\" is not KEY=VALUE"},
         {{u"add"_s, u"org.phones"_s}, "2 vornix: add needs PLUGIN-ID and DEVICE-ID"},
         {{u"remove"_s, u"vxdevice://localhost/org.phones/two"_s}, "1 vornix: there is no device \"vxdevice://"},
         {{u"info"_s, u"no url"_s}, "1 vornix: there is no device \"no url\""},
-        {{u"info"_s, u""_s}, "2 vornix: info needs URL"},
+        {{u"info"_s, u""_s}, "2 vornix: info needs DEVICE"},
         {{u"list"_s, url}, "2 vornix: list takes nothing more"},
         {{u"actions"_s, url, url}, "2 vornix: actions takes no \"vxdevice:"},
-        {{u"default"_s, url}, "2 vornix: default needs --key to keep URL under"},
+        {{u"default"_s, url}, "2 vornix: default needs --key to keep DEVICE under"},
         {{u"info"_s, url, u"--timeout"_s, u"1"_s}, "2 vornix: --timeout does not go with info"},
         {{u"do"_s, url, u"echo"_s, u"--timeout"_s, u"-1"_s}, "2 vornix: --timeout takes a number of seconds"},
         {{u"do"_s, url, u"echo"_s, u"--object"_s, u"{"_s}, "2 vornix: the object is no JSON: "},
-        {{u"do"_s, url, u"fly"_s}, "1 vornix: Mine did not respond. Use the preferences to enable services for this "},
+        {{u"do"_s, url, u"fly"_s}, "1 vornix: there is no action \"fly\""},
         {{u"do"_s, url, u"fail"_s, u"--object"_s, u"\"no paper\""_s}, "1 vornix: no paper"},
         {{u"do"_s, url, u"throw"_s, u"--object"_s, u"\"no ink\""_s}, "1 vornix: Unable to execute throw on Mine. no i"},
         {{u"do"_s, url, u"throw"_s, u"--object"_s, u"7"_s}, "1 vornix: Unable to execute throw on Mine. a value of ty"},
@@ -158,9 +160,37 @@ TEST_F(HostDevicesTest, MistakesChangeNothing)
     EXPECT_EQ(defaults(), before);
 }
 
+TEST_F(HostDevicesTest, PreferencesAreThoseOfThePlugin)
+{
+    VXPluginFixture{.identifier = u"org.strict"_s,
+                    .kind = u"VXDevicePlugin"_s,
+                    .info = {{u"NSPrincipalClass"_s, u"DeviceFixture"_s},
+                             {u"VXDevicePreferences"_s, QStringList{u"name"_s, u"connection"_s}}},
+                    .code = u"DeviceFixture.so"_s}
+        .write(path(u".local/share/Vornix 2/PlugIns"_s));
+    writeDefault(u"plugins"_s, R"(["org.strict"])");
+    const std::string wrong =
+        "1 vornix: devices of org.strict have no preference \"conection\"; did you mean \"connection\"?";
+    const std::pair<QStringList, std::string> cases[] = {
+        {{u"add"_s, u"strict"_s, u"s"_s, u"conection=none"_s}, wrong},
+        {{u"add"_s, u"strict"_s, u"s"_s, u"connection=none"_s}, "0 Added "},
+        {{u"set"_s, u"s"_s, u"conection=none"_s}, wrong},
+        {{u"set"_s, u"s"_s, u"conection=null"_s}, "0 Name"}, // what is there by a slip can go
+        {{u"rename"_s, u"s"_s, u"My phone"_s}, "0 Renamed Fixture to My phone.\n"},
+        {{u"rename"_s, u"my phone"_s}, "2 vornix: rename needs DEVICE and NAME"},
+        {{u"actions"_s, u"my phone"_s}, "0 "},
+    };
+    for (const auto &[arguments, outcome] : cases)
+        EXPECT_THAT(outcomeOf(arguments), testing::StartsWith(outcome)) << arguments.join(u' ').toStdString();
+    const HostOutcome synced = runHost({u"--json"_s, u"sync"_s, u"My Phone"_s, u"--calls"_s}); // it has none
+    EXPECT_EQ(synced.status, 1);
+    EXPECT_TRUE(VXJSONFromText(synced.output)->toObject().contains(u"error"_s)) << synced.output.toStdString();
+}
+
 TEST_F(HostDevicesTest, TakesShortNamesAndGuessesWhatWasMeant)
 {
-    EXPECT_EQ(outcomeOf({u"add"_s, u"phones"_s, u"one"_s, u"name=Mine"_s}), "0 Added " + url.toStdString() + ".\n");
+    EXPECT_EQ(outcomeOf({u"add"_s, u"phones"_s, u"one"_s, u"name=Mine"_s}),
+              "0 Added " + url.toStdString() + ".\n\"vornix devices info one\" tells whether it can be reached.\n");
     devices({u"add"_s, u"org.phones"_s, u"two"_s, u"name=Same"_s});
     devices({u"add"_s, u"org.phones"_s, u"three"_s, u"name=Same"_s});
     const std::pair<QStringList, std::string> cases[] = {

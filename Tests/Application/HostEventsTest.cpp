@@ -198,13 +198,16 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         {u"export test.good triggers VXTrigger --from x --to x"_s.split(u' '), 2, "takes the place of STORE"},
         {u"export test.good --from x --sort a --to x"_s.split(u' '), 2, "--sort does not go with --from"},
         {u"export test.good --from /nowhere --to x"_s.split(u' '), 1, "/nowhere can not be read: No such file"},
-        {u"export test.good --from /dev/null --to x"_s.split(u' '), 1, "--from: this is no JSON"},
+        {u"export test.good --from /dev/null --to x"_s.split(u' '), 1, "/dev/null can not be read"},
+        {u"--json export test.good triggers VXTrigger --to -"_s.split(u' '), 2, "which is no JSON value"},
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s, u"--option"_s, u"x"_s},
          2,
          "KEY=VALUE"},
-        {{u"export"_s, u"test.reactor"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s}, 1, "no enabled exporter"},
+        {{u"export"_s, u"test.reactor"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s}, 1, "is no exporter"},
         {{u"export"_s, u"test.good"_s, u"nothing"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s}, 1, "no store \"nothing\""},
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXNothing"_s, u"--to"_s, u"x"_s}, 1, "no entity VXNothing"},
+        {u"export test.good triggers VXtrigger --to x"_s.split(u' '), 1, "did you mean \"VXTrigger\"?"},
+        {u"export test.god triggers VXTrigger --to x"_s.split(u' '), 1, "there is no exporter \"test.god\""},
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s, u"--where"_s, u"a =="_s},
          1,
          "--where"},
@@ -215,6 +218,21 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         EXPECT_EQ(outcome.status, status) << arguments.join(u' ').toStdString();
         EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(error));
     }
+}
+
+TEST_F(HostEventsTest, ExportsToStandardOutput)
+{
+    const QStringList exported{u"export"_s, u"csvexporter"_s, u"--from"_s, u"-"_s, u"--to"_s, u"-"_s};
+    EXPECT_EQ(runHost(exported, R"([{"a": 1, "b": "x,y"}])").output, QByteArray("a,b\r\n1,\"x,y\"\r\n"));
+    EXPECT_EQ(runHost(exported, "[]").output, QByteArray());
+    EXPECT_FALSE(QFile::exists(u"-"_s));
+}
+
+TEST_F(HostEventsTest, DamagedPreferencesAreToldOfOnce)
+{
+    writeFile(u".config/Vornix 2/com.halvern.VNX2.plist"_s, "<plist><dict>");
+    EXPECT_THAT(runHost({u"plugins"_s}).errors.toStdString(), HasSubstr("preferences were damaged"));
+    EXPECT_EQ(runHost({u"plugins"_s}).errors, QByteArray());
 }
 
 TEST_F(HostEventsTest, NobodyElseReadsWhatIsKept)

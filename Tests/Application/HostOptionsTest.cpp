@@ -1,9 +1,11 @@
 #include "VXHostCommandTable.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
+#include "VXNearestWord.h"
 #include "VXTesting.h"
 
 #include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
@@ -66,7 +68,8 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
         {{u"--json=yes"_s, u"info"_s}, u"--json takes no value"_s},
         {{u"--answer"_s, u"maybe"_s, u"info"_s}, u"--answer must be one of default, cancel, ask"_s},
         {{u"info"_s, u"more"_s}, u"unexpected argument \"more\""_s},
-        {{u"plist"_s}, u"too few arguments"_s},
+        {{u"plist"_s}, u"too few arguments: plist needs FILE"_s},
+        {{u"defaults"_s, u"read"_s}, u"too few arguments: defaults needs read|write|delete DOMAIN [KEY] [VALUE]"_s},
         {{u"--home"_s, u"a"_s, u"info"_s, u"--home"_s, u"b"_s}, u"--home is given twice"_s},
         {{u"--json"_s, u"info"_s, u"--json"_s}, {}},
         {{u"defaults"_s, u"raed"_s}, u"\"raed\" is none of read, write, delete; did you mean \"read\"?"_s},
@@ -76,6 +79,35 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
     for (const auto &[arguments, error] : cases)
         EXPECT_EQ(VXHostOptions(arguments, table).error(), error) << arguments.join(u' ').toStdString();
     EXPECT_TRUE(VXHostOptions({u"bad"_s, u"--json"_s}, table).isSet(u"json"_s)); // known after a mistake too
+}
+
+TEST(HostOptionsTest, UsageIsOfTheVerbAndFitsTheTerminal)
+{
+    const struct
+    {
+        QString command;
+        QString verb;
+        QString usage;
+    } cases[] = {
+        {u"devices"_s, u"rename"_s, u"usage: vornix devices rename DEVICE NAME"_s},
+        {u"devices"_s, u"do"_s,
+         u"usage: vornix devices do DEVICE ACTION [--object JSON] [--timeout SECONDS]\n              [--json-lines]"_s},
+        {u"plugins"_s, u"list"_s, u"usage: vornix plugins list"_s},
+        {u"sync"_s, u"mine"_s, u"usage: vornix sync DEVICE [--messages] [--calls]"_s},
+    };
+    for (const auto &[command, verb, usage] : cases)
+        EXPECT_EQ(VXHostUsage(table.find(command), verb), usage);
+    for (const VXHostCommand &command : table.commands()) {
+        for (const QString &line : VXHostUsage(&command).split(u'\n'))
+            EXPECT_LE(line.size(), 79) << line.toStdString();
+    }
+}
+
+TEST(HostOptionsTest, WhatWasTypedIsNeverSuggested)
+{
+    EXPECT_EQ(VXDidYouMean(u"calls"_s, {u"calls"_s, u"cells"_s}), u"; did you mean \"cells\"?"_s);
+    EXPECT_EQ(VXDidYouMean(u"vxcall"_s, {u"VXCall"_s}), u"; did you mean \"VXCall\"?"_s);
+    EXPECT_EQ(VXDidYouMean(u"calls"_s, {u"calls"_s}), QString());
 }
 
 TEST(HostOptionsTest, CompletionOffersWhatFits)
@@ -119,6 +151,9 @@ TEST(HostOptionsTest, DocumentsNameEveryVisibleCommandAndOption)
 {
     const QString overview = VXHostOverview(table);
     const QString page = VXHostManPage(table, u"1.0"_s);
+    EXPECT_FALSE(page.contains(QRegularExpression(u"^\\.[BI] .*\""_s, QRegularExpression::MultilineOption)))
+        << "these requests take quotation marks away";
+    EXPECT_TRUE(page.contains(u"CONTAINS \\(dqJane\\(dq"_s));
     for (const VXHostCommand &command : table.commands()) {
         EXPECT_EQ(overview.contains(u"\n  "_s + command.name + u' '), !command.isHidden) << command.name.toStdString();
         const QString section = u"\n.SS "_s + QString(command.name).replace(u'-', u"\\-"_s);

@@ -42,6 +42,13 @@ protected:
         const QString value = QString::fromUtf8(identifiers);
         EXPECT_EQ(runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"plugins"_s, value}).status, 0);
     }
+    /** "STATUS OUTPUT", or the last line of the errors. */
+    static std::string change(const QStringList &arguments)
+    {
+        const HostOutcome outcome = runHost(QStringList{u"plugins"_s} + arguments);
+        const QByteArray last = outcome.errors.mid(outcome.errors.lastIndexOf('\n', -2) + 1);
+        return std::to_string(outcome.status) + ' ' + (outcome.status == 0 ? outcome.output : last).toStdString();
+    }
     static QJsonArray openWindows()
     {
         const HostOutcome read = runHost({u"defaults"_s, u"read"_s, u"com.halvern.VNX2"_s, u"open-windows"_s});
@@ -136,11 +143,6 @@ TEST_F(HostPluginsTest, InfoTellsWhyACopyWasChosen)
 TEST_F(HostPluginsTest, WhatIsChangedLasts)
 {
     writePlugins();
-    const auto change = [](const QStringList &arguments) {
-        const HostOutcome outcome = runHost(QStringList{u"plugins"_s} + arguments);
-        const QByteArray last = outcome.errors.mid(outcome.errors.lastIndexOf('\n', -2) + 1);
-        return std::to_string(outcome.status) + ' ' + (outcome.status == 0 ? outcome.output : last).toStdString();
-    };
     const QString window = u"org.window"_s;
     const QString calls = u"org.calls"_s;
     // Each in the state that the ones before it left behind.
@@ -167,7 +169,17 @@ TEST_F(HostPluginsTest, WhatIsChangedLasts)
     for (const auto &[arguments, outcome] : steps)
         EXPECT_THAT(change(arguments), testing::StartsWith(outcome)) << arguments.join(u' ').toStdString();
     for (const QStringList &wrong : {QStringList{u"enable"_s}, {u"list"_s, calls}, {u"lst"_s}, {u"info"_s, u""_s}})
-        EXPECT_THAT(change(wrong), testing::StartsWith("2 usage: vornix plugins"));
+        EXPECT_TRUE(runHost(QStringList{u"plugins"_s} + wrong).errors.contains("\nusage: vornix plugins"));
+}
+
+TEST_F(HostPluginsTest, ShortNamesAreLastPartsBeforeNames)
+{
+    writePlugins(); // org.calls, called "Calls"
+    VXPluginFixture{.identifier = u"org.calls.lookup"_s, .name = u"Calls"_s}.write(shared);
+    EXPECT_THAT(change({u"info"_s, u"calls"_s}), testing::StartsWith("0 Identifier  org.calls\n"));
+    VXPluginFixture{.identifier = u"org.example.calls"_s, .name = u"Other"_s}.write(shared);
+    EXPECT_THAT(change({u"info"_s, u"calls"_s}),
+                testing::StartsWith("1 vornix: \"calls\" may be org.calls or org.example.calls; give the whole"));
 }
 
 TEST_F(HostPluginsTest, InstallsNowOrAtTheNextStart)

@@ -273,14 +273,25 @@ TEST_F(HostStoreTest, TheStoresOfPluginsGoByName)
     EXPECT_EQ(jsonOf({u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().at(0)["uri"_L1].toString(), uri);
     EXPECT_EQ(outputOf({u"list"_s, u"calls"_s, u"VXCall"_s, u"--where"_s, u"duration > 7"_s, u"--count"_s}), "0\n");
     outputOf({u"check"_s, u"calls"_s});
+    QDir(path()).mkdir(u"calls"_s); // a folder of the name hides no store
+    EXPECT_EQ(runHostShell(u"cd \"$HOME\" && \"$0\" store list calls VXCall --count"_s).output, QByteArray("1\n"));
     const struct
     {
         QStringList arguments;
         const char *problem;
     } rows[] = {
-        {{u"info"_s, u"cals"_s}, "there is no store \"cals\"; there are: calls, messages, outbox, phonebook, triggers"},
+        {{u"info"_s, u"cals"_s},
+         "there is no store \"cals\"; did you mean \"calls\"?; there are: calls, messages, outbox, phonebook, "
+         "triggers"},
         {{u"info"_s, u"calls"_s, u"--model"_s, path(u"people.vxmodel"_s)}, "--model goes with a PATH"},
         {{u"info"_s, u"calls.sqlite"_s}, "there is no such store"},
+        {{u"delete"_s, u"calls"_s, u"VXCall"_s}, "an entity goes with --where"},
+        {{u"list"_s, u"calls"_s, u"VXCall"_s, u"--where"_s, u"from = Jane"_s}, "texts stand in quotation marks"},
+        {{u"list"_s, u"calls"_s, u"VXCall"_s, u"--sort"_s, u"durtion"_s}, "did you mean \"duration\"?"},
+        {{u"import"_s, u"calls"_s, u"VXCall"_s, writeFile(u"a.csv"_s, "from;to\n")}, "commas separate the columns"},
+        {{u"import"_s, u"calls"_s, u"VXCall"_s, writeFile(u"b.csv"_s, "")},
+         "the line that names the attributes is missing"},
+        {{u"import"_s, path(u"x.vxdatastore"_s), path(u"a.csv"_s)}, "import needs PATH, ENTITY and FILE"},
     };
     for (const auto &row : rows) {
         const HostOutcome outcome = run(row.arguments);

@@ -1,4 +1,6 @@
 #include "HostProgram.h"
+#include "VXCallRecord.h"
+#include "VXEventKeys.h"
 #include "VXTesting.h"
 
 #include <QtCore/QDir>
@@ -119,6 +121,27 @@ TEST_F(HostTriggersTest, ShowsEditsMovesAndCopies)
     EXPECT_EQ(triggers({u"edit"_s, u"two"_s}).status, 2);
 }
 
+TEST_F(HostTriggersTest, TellsOfFiltersThatAskForWhatEventsDoNotHave)
+{
+    const std::pair<QString, std::string> cases[] = {
+        {u"from CONTAINS Jane"_s,
+         "The filter asks for \"Jane\", but objects of incoming_call have only direction, from, "},
+        {u"frm CONTAINS \"Jane\""_s, "texts stand in quotation marks; did you mean \"from\"?"},
+        {u"from CONTAINS \"Jane\" AND NOT (contact.name == NULL OR duration > 5)"_s, ""},
+    };
+    for (const auto &[filter, doubt] : cases) {
+        const HostOutcome added = runHost({u"triggers"_s, u"add"_s, u"--event"_s, u"incoming_call"_s, u"--reactor"_s,
+                                           reactor, u"--filter"_s, filter});
+        EXPECT_EQ(added.status, 0);
+        EXPECT_EQ(added.errors.isEmpty(), doubt.empty()) << added.errors.toStdString();
+        EXPECT_THAT(added.errors.toStdString(), testing::HasSubstr(doubt));
+    }
+    const QVariantMap call =
+        VXCallRecord(QVariantMap{{u"from"_s, u"1"_s}, {u"duration"_s, 2}, {u"call_id"_s, u"x"_s}}).map();
+    for (const QString &key : call.keys()) // what is documented is known
+        EXPECT_TRUE(VXKeysOfEvent(u"incoming_call"_s).contains(key)) << key.toStdString();
+}
+
 TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
 {
     const QStringList event{u"add"_s, u"--event"_s, u"ping"_s};
@@ -135,8 +158,10 @@ TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
         {whole + QStringList{u"--option"_s, u"=b"_s}, 2, "not of the form KEY=VALUE"},
         {whole + QStringList{u"--filter"_s, u"from =="_s}, 1, "The filter does not work: "},
         {whole + QStringList{u"--filter"_s, u"from == $WHO"_s}, 1, "The variable \"WHO\" of the filter has no value."},
-        {event + QStringList{u"--reactor"_s, u"org.example.none"_s}, 1, "There is no plugin \"org.example.none\""},
-        {event + QStringList{u"--reactor"_s, u"com.halvern.VNX2.plugin.calls"_s}, 1, "does not react to events"},
+        {event + QStringList{u"--reactor"_s, u"org.example.none"_s}, 1, "there is no reactor \"org.example.none\""},
+        {event + QStringList{u"--reactor"_s, u"com.halvern.VNX2.plugin.calls"_s}, 1,
+         "Calls (com.halvern.VNX2.plugin.calls) is no reactor"},
+        {event + QStringList{u"--reactor"_s, u"logevnt"_s}, 1, "did you mean \"logevent\"?"},
         {whole + QStringList{u"--option"_s, u"txet=b"_s}, 1, "no option \"txet\"; there are: level, text"},
         {whole + QStringList{u"--option"_s, u"level=loud"_s}, 1, "\"loud\" is no log level"},
         {event + QStringList{u"--reactor"_s, table}, 1, "\"VXExporterOptionsFilePath\" is missing"},

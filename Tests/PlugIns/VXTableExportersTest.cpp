@@ -96,9 +96,50 @@ TEST_F(VXTableExportersTest, CSVOptionsAndTheExistingHeaderDecideTheColumns)
     // Edited by hand: a mark, other line ends, no line end at the end.
     writeFile(u"a.csv"_s, "\xef\xbb\xbf\"from\",other\nx,y");
     EXPECT_EQ(VXExport(csv, {object}, file), QString());
-    EXPECT_EQ(readFile(file), QByteArray("\xef\xbb\xbf\"from\",other\nx,y\n'@1,\n"));
+    EXPECT_EQ(readFile(file),
+              QByteArray("\xef\xbb\xbf\"from\",other,contact,date\nx,y,,\n'@1,,\"{\"\"name\"\":\"\"Jane\"\"}\","
+                         "2026-01-31 17:05:09\n"));
     EXPECT_EQ(VXExport(csv, {object}, file, {{u"append"_s, false}, {u"columns"_s, QStringList{u"from"_s}}}), QString());
     EXPECT_EQ(rows(), QByteArray("[['from'], [\"'@1\"]]"));
+}
+
+TEST_F(VXTableExportersTest, CSVJoinsWhatTheFileHolds)
+{
+    const QVariantMap call{{u"from"_s, u"Doe, J"_s}, {u"length"_s, 3}};
+    const struct
+    {
+        QByteArray before;
+        QVariantMap options;
+        QByteArray rows;
+    } cases[] = {
+        {"from\nJane\n", {}, "[['from', 'length'], ['Jane', ''], ['Doe, J', '3']]"}, // no value is lost
+        {"from\nJane", {{u"columns"_s, u"from"_s}}, "[['from'], ['Jane'], ['Doe, J']]"},
+        {"\"from\"\r\n\"a\r\nb\"\r\n\r\n", {}, R"([['from', 'length'], ['a\r\nb', ''], [], ['Doe, J', '3']])"},
+        {"from,length\nx\n", {}, "[['from', 'length'], ['x'], ['Doe, J', '3']]"},
+        {"from,to\nx\n", {}, "[['from', 'to', 'length'], ['x', '', ''], ['Doe, J', '', '3']]"},
+        {"from,length\nx,1\n", {{u"separator"_s, u";"_s}}, "[['from', 'length'], ['x', '1'], ['Doe, J', '3']]"},
+        {"from\nx\n", {{u"separator"_s, u";"_s}, {u"columns"_s, u"from"_s}}, "[['from'], ['x'], ['Doe, J']]"},
+    };
+    for (const auto &[before, options, after] : cases) {
+        writeFile(u"a.csv"_s, before);
+        EXPECT_EQ(VXExport(csv, {call}, file, options), QString());
+        EXPECT_EQ(rows(), after) << before.toStdString();
+    }
+    writeFile(u"a.csv"_s, "length;from\n1;x\n");
+    EXPECT_EQ(VXExport(csv, {call}, file), QString());
+    EXPECT_EQ(readFile(file), QByteArray("length;from\n1;x\n3;\"Doe, J\"\n"));
+}
+
+TEST_F(VXTableExportersTest, NumbersOfContactsAreTexts)
+{
+    const QVariantMap contact{
+        {u"numbers"_s,
+         QVariantList{QVariantMap{{u"number"_s, u"1"_s}, {u"type"_s, 2}}, QVariantMap{{u"number"_s, u"2"_s}}}},
+        {u"addresses"_s, QVariantList{QVariantMap{{u"zip"_s, u"12345"_s}, {u"city"_s, u"Town"_s}, {u"type"_s, 64}}}},
+        {u"groups"_s, QVariantList{QVariantMap{{u"name"_s, u"Family"_s}}, QVariantMap{{u"other"_s, 1}}}}};
+    EXPECT_EQ(VXExport(csv, {contact}, file), QString());
+    EXPECT_EQ(rows(),
+              QByteArray("[['addresses', 'groups', 'numbers'], ['12345 Town', 'Family, {\"other\":1}', '1/m, 2']]"));
 }
 
 TEST_F(VXTableExportersTest, CSVKeepsColumnsOfAnyName)
@@ -115,8 +156,7 @@ TEST_F(VXTableExportersTest, CSVKeepsColumnsOfAnyName)
 TEST_F(VXTableExportersTest, CSVRefusesWhatItWouldSpoil)
 {
     const QVariantMap object{{u"from"_s, u"x"_s}};
-    for (const QByteArray &contents :
-         {QByteArray("from;to\r\n1;2\r\n"), QByteArray("\"from\n"), QByteArray("%PDF\n")}) {
+    for (const QByteArray &contents : {QByteArray("a;to\r\n1;2\r\n"), QByteArray("\"from\n"), QByteArray("%PDF\n")}) {
         writeFile(u"a.csv"_s, contents);
         EXPECT_FALSE(VXExport(csv, {object}, file).isNull());
         EXPECT_EQ(readFile(file), contents);

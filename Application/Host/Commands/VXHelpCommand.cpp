@@ -68,10 +68,10 @@ VXHostCommand VXCompletionCommand()
     return {.name = u"completion"_s,
             .summary = u"Write a completion script for a shell"_s,
             .synopsis = u"bash|zsh|fish"_s,
+            .details = u"For example, in ~/.bashrc: source <(vornix completion bash)"_s,
             .minimumOperands = 1,
             .maximumOperands = 3,
             .firstOperands = {u"bash"_s, u"zsh"_s, u"fish"_s, u"words"_s},
-            .isHidden = true,
             .run = runCompletion};
 }
 

@@ -53,11 +53,15 @@ public:
         _most = unlimited;
     }
 
+    /** Nothing was there, or nothing of that level. */
+    bool showedNothing() const { return !_showedAny; }
+
     static constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
 
 private:
     void add(const QByteArray &line, bool isNew)
     {
+        _showedAny = true;
         if (_most == unlimited)
             return _output.writePart(line);
         if (isNew)
@@ -87,6 +91,7 @@ private:
     qsizetype _most;
     QList<QList<QByteArray>> _shown; // entries kept back, each with its lines
     bool _hasEntry = false;
+    bool _showedAny = false;
     bool _passes = false;
     std::optional<VXLogEntry> _last; // with --json: not written yet, for its message may go on
 };
@@ -133,6 +138,8 @@ int runLog(VXHostContext &context)
     tail.readAvailable();
     tail.finish();
     filter.finish();
+    if (filter.showedNothing())
+        output.note(u"There are no such entries."_s);
     return VXHostOutput::Done;
 }
 

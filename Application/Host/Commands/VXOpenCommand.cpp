@@ -45,8 +45,11 @@ VXHostCommand VXOpenCommand()
     return {.name = u"open"_s,
             .summary = u"Have a plugin open a URL"_s,
             .synopsis = u"URL"_s,
-            .details = u"Starts the plugins, offers them the URL, such as \"callto:555-0100\", and shows what stands "
-                       "for the opened thing. Fails when no plugin knows the URL, or the one that does fails."_s,
+            .details =
+                u"Starts the plugins, offers them the URL, and shows what stands for the opened thing. Which URLs are "
+                "known is up to the plugins that are enabled: those that ship know only objects of their stores "
+                "and devices, \"callto:555-0100\" needs one that makes calls. Fails when no plugin knows the URL, "
+                "or the one that does fails."_s,
             .minimumOperands = 1,
             .maximumOperands = 1,
             .run = runOpen};

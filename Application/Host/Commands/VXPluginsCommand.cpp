@@ -3,7 +3,6 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
-#include "VXNearestWord.h"
 #include "VXPluginCheck.h"
 #include "VXPluginGraph.h"
 #include "VXPluginManager.h"
@@ -136,8 +135,8 @@ int unknown(VXHostContext &context, const VXPluginManager &manager, const QStrin
 {
     const auto choice = manager.choiceForPlugin(identifier);
     if (!choice)
-        return context.output.fail(u"there is no plugin \"%1\"%2; \"vornix plugins list\" shows those there are"_s.arg(
-            identifier, VXDidYouMean(identifier, VXNamesOfPlugins(manager.allPlugins()))));
+        return context.output.fail(VXProblemOfPluginName(manager.allPlugins(), identifier, u"plugin"_s) +
+                                   u"; \"vornix plugins list\" shows those there are"_s);
     if (!choice->chosen.path.isNull())
         return context.output.fail(
             u"the plugin in %1 could not be added; \"vornix log\" may tell why"_s.arg(choice->chosen.path));
@@ -294,7 +293,7 @@ int runPlugins(VXHostContext &context)
     const QString name = context.options.operands().value(0, verbs[0].name);
     const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
     const QString operand = context.options.operand(1);
-    const QString usage = VXHostUsage(context.options.command());
+    const QString usage = VXHostUsage(context.options);
     if (operand.isEmpty() && !verb.operand.isNull() && (verb.run == nullptr || verb.runWithPlugin == nullptr))
         return context.output.failUsage(u"%1 needs %2"_s.arg(name, verb.operand), usage);
     if (!operand.isNull() && verb.operand.isNull())
@@ -345,6 +344,16 @@ VXHostCommand VXPluginsCommand()
             .minimumOperands = 0,
             .maximumOperands = 2,
             .firstOperands = verbNames(),
+            .verbSynopses = {{u"list"_s, {}},
+                             {u"info"_s, u"ID"_s},
+                             {u"enable"_s, u"ID"_s},
+                             {u"disable"_s, u"ID"_s},
+                             {u"install"_s, u"PATH"_s},
+                             {u"retry"_s, u"ID"_s},
+                             {u"graph"_s, {}},
+                             {u"check"_s, u"PATH"_s},
+                             {u"update"_s, u"[ID]"_s},
+                             {u"sign"_s, u"PATH"_s}},
             .operandKinds = {{u"info"_s, {u"plugins"_s}},
                              {u"enable"_s, {u"plugins"_s}},
                              {u"disable"_s, {u"plugins"_s}},

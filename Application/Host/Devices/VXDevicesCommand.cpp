@@ -22,6 +22,7 @@
 #include "VXTextTable.h"
 #include "VXUserDefaults.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QJsonArray>
 
 #include <algorithm>
@@ -36,6 +37,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::chrono::seconds connectionLimit{5}; // how long a device that is being connected is waited for
+constexpr std::chrono::seconds listLimit{1};       // all of a list, together
 
 int done(VXHostContext &context, const QString &text, const QJsonValue &json)
 {
@@ -45,9 +47,16 @@ int done(VXHostContext &context, const QString &text, const QJsonValue &json)
 
 int list(VXHostContext &context, VXPluginManager &manager)
 {
+    const QList<QUrl> urls = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
+    const QDeadlineTimer limit(listLimit);
+    for (const QUrl &url : urls) { // they are connected at the same time
+        const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url);
+        if (device && !limit.hasExpired())
+            VXAwaitConnection(*device, std::chrono::milliseconds(limit.remainingTime()));
+    }
     QJsonArray json;
     QList<QStringList> rows{VXDeviceReport::columnTitles()};
-    for (const QUrl &url : VXDevicePlugin::deviceURLs().value_or(QList<QUrl>())) {
+    for (const QUrl &url : urls) {
         const VXDeviceReport report(manager, url);
         json.append(report.json());
         rows.append(report.columns());
@@ -73,13 +82,27 @@ std::optional<std::pair<QString, QVariant>> preferenceFromText(const QString &te
     return std::pair(text.first(equals), VXPropertyList::isValid(parsed) ? parsed : QVariant(value));
 }
 
+// Whether the plugin says which preferences its devices have, and this is none of them; told then.
+bool isUnknownPreference(VXHostContext &context, const QString &plugin, const QString &key)
+{
+    const VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(plugin);
+    const VXBundle::Ptr bundle = proxy != nullptr ? proxy->bundle() : nullptr;
+    const QStringList known =
+        bundle ? bundle->infoDictionary().value(u"VXDevicePreferences"_s).toStringList() : QStringList();
+    if (known.isEmpty() || known.contains(key))
+        return false;
+    context.output.fail(u"devices of %1 have no preference \"%2\"%3; there are: %4"_s.arg(
+        plugin, key, VXDidYouMean(key, known), known.join(", "_L1)));
+    return true;
+}
+
 // The plugin that could make a device; nullptr, told, when there is none.
 VXPluginProxy *devicePlugin(VXHostContext &context, VXPluginManager &manager, const QString &identifier)
 {
     VXPluginProxy *const plugin = VXPluginNamed(manager, identifier);
     if (plugin == nullptr || !plugin->isInstalled()) {
-        context.output.fail(u"there is no plugin \"%1\"%2; \"vornix plugins list\" shows those there are"_s.arg(
-            identifier, VXDidYouMean(identifier, VXNamesOfPlugins(manager.allPlugins()))));
+        context.output.fail(VXProblemOfPluginName(manager.allPlugins(), identifier, u"plugin"_s) +
+                            u"; \"vornix plugins list\" shows those there are"_s);
         return nullptr;
     }
     const VXPluginReport report(manager, *plugin);
@@ -105,15 +128,24 @@ int add(VXHostContext &context, VXPluginManager &manager)
         QString reason;
         const auto preference = preferenceFromText(text, &reason);
         if (!preference)
-            return context.output.failUsage(reason, VXHostUsage(context.options.command()));
+            return context.output.failUsage(reason, VXHostUsage(context.options));
+        if (isUnknownPreference(context, plugin->identifier(), preference->first))
+            return VXHostOutput::Failed;
         if (preference->second.isValid())
             preferences.insert(preference->first, preference->second);
     }
     const QUrl url = VXMakeDeviceURL({}, plugin->identifier(), identifier);
     VXError error;
+    if (VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url))
+        return context.output.fail(
+            u"there is a device %1 already; \"vornix devices set %1 KEY=VALUE\" changes its preferences"_s.arg(
+                identifier));
     if (!VXDeviceRegistry::shared().add(url, preferences, &error))
         return context.output.fail(VXTextOfError(error));
-    return done(context, u"Added %1.\n"_s.arg(VXAbsoluteString(url)), VXDeviceReport(manager, url).json());
+    return done(context,
+                u"Added %1.\n\"vornix devices info %2\" tells whether it can be reached.\n"_s.arg(VXAbsoluteString(url),
+                                                                                                  identifier),
+                VXDeviceReport(manager, url).json());
 }
 
 // -- Of one device
@@ -170,8 +202,8 @@ int defaultDevice(VXHostContext &context, VXPluginManager &)
     const QString key = context.options.value(u"key"_s);
     if (const QString text = context.options.operand(1); !text.isNull()) {
         if (key.isNull())
-            return context.output.failUsage(u"default needs --key to keep URL under"_s,
-                                            VXHostUsage(context.options.command()));
+            return context.output.failUsage(u"default needs --key to keep DEVICE under"_s,
+                                            VXHostUsage(context.options));
         const QUrl url = VXDeviceNamed(context, text);
         if (url.isEmpty())
             return VXHostOutput::Failed;
@@ -185,8 +217,9 @@ int defaultDevice(VXHostContext &context, VXPluginManager &)
 
 int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 {
-    const QString usage = VXHostUsage(context.options.command());
-    const auto action = VXDeviceAction::actionWithName(context.options.operand(2));
+    const QString usage = VXHostUsage(context.options);
+    const QString name = context.options.operand(2);
+    const auto action = VXDeviceAction::actionWithName(name);
     if (const QString text = context.options.value(u"object"_s); !text.isNull()) {
         QString reason;
         const std::optional<QByteArray> contents = VXTextOfArgument(text, &reason);
@@ -204,13 +237,12 @@ int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     const VXDevicePlugin::Ptr device = liveDevice(context, manager, url);
     if (!device)
         return VXHostOutput::Failed;
+    if (const QStringList names = device->actionNames(); !names.contains(name))
+        return context.output.fail(
+            u"there is no action \"%1\"%2; \"vornix devices actions %3\" shows those there are"_s.arg(
+                name, VXDidYouMean(name, names), context.options.operand(1)));
     const auto limit = std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
-    const QStringList names = device->actionNames();
-    const int status = VXDeviceActionRun(context, action).run(device, limit);
-    if (const QString name = action->actionName(); !names.contains(name))
-        context.output.note(u"there is no action \"%1\"%2; \"vornix devices actions %3\" shows those there are"_s.arg(
-            name, VXDidYouMean(name, names), VXAbsoluteString(url)));
-    return status;
+    return VXDeviceActionRun(context, action).run(device, limit);
 }
 
 // Sets preferences; null, as JSON has it, takes one away.
@@ -221,7 +253,10 @@ int set(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
         QString reason;
         const auto preference = preferenceFromText(text, &reason);
         if (!preference)
-            return context.output.failUsage(reason, VXHostUsage(context.options.command()));
+            return context.output.failUsage(reason, VXHostUsage(context.options));
+        if (preference->second.isValid() &&
+            isUnknownPreference(context, VXDeviceURLComponent(url, 0), preference->first))
+            return VXHostOutput::Failed;
         preferences.append(*preference);
     }
     const VXDevicePlugin::Ptr device = liveDevice(context, manager, url);
@@ -231,6 +266,24 @@ int set(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
         device->setPreference(value, key);
     const VXDeviceReport report(manager, url);
     return done(context, VXTextTable(report.rows()), report.completeJSON());
+}
+
+QString nameOf(const QUrl &url)
+{
+    return VXDeviceNameAtURL().transformedValue(url).toString();
+}
+
+int rename(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
+{
+    const VXDevicePlugin::Ptr device = liveDevice(context, manager, url);
+    if (!device)
+        return VXHostOutput::Failed;
+    const QString before = nameOf(url);
+    const QString name = context.options.operand(2);
+    device->setPreference(name, u"name"_s);
+    if (nameOf(url) != name)
+        return context.output.fail(u"%1 gives itself its name: its plugin takes no other"_s.arg(before));
+    return done(context, u"Renamed %1 to %2.\n"_s.arg(before, name), VXDeviceReport(manager, url).json());
 }
 
 // -- The command
@@ -250,12 +303,13 @@ constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
 const Verb verbs[] = {
     {u"list"_s, {}, 0, 0, list, nullptr},
     {u"add"_s, u"PLUGIN-ID and DEVICE-ID"_s, 2, unlimited, add, nullptr},
-    {u"remove"_s, u"URL"_s, 1, 1, nullptr, removeDevice},
+    {u"remove"_s, u"DEVICE"_s, 1, 1, nullptr, removeDevice},
     {u"default"_s, {}, 0, 1, defaultDevice, nullptr},
-    {u"info"_s, u"URL"_s, 1, 1, nullptr, info},
-    {u"set"_s, u"URL and KEY=VALUE"_s, 2, unlimited, nullptr, set},
-    {u"actions"_s, u"URL"_s, 1, 1, nullptr, actions},
-    {u"do"_s, u"URL and ACTION"_s, 2, 2, nullptr, doAction},
+    {u"info"_s, u"DEVICE"_s, 1, 1, nullptr, info},
+    {u"set"_s, u"DEVICE and KEY=VALUE"_s, 2, unlimited, nullptr, set},
+    {u"rename"_s, u"DEVICE and NAME"_s, 2, 2, nullptr, rename},
+    {u"actions"_s, u"DEVICE"_s, 1, 1, nullptr, actions},
+    {u"do"_s, u"DEVICE and ACTION"_s, 2, 2, nullptr, doAction},
 };
 
 QStringList verbNames()
@@ -283,7 +337,7 @@ int runDevices(VXHostContext &context)
     const QString name = context.options.operands().value(0, verbs[0].name);
     const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
     if (const QString wrong = mistake(context.options, verb); !wrong.isNull())
-        return context.output.failUsage(wrong, VXHostUsage(context.options.command()));
+        return context.output.failUsage(wrong, VXHostUsage(context.options));
     return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
         if (verb.run != nullptr)
             return verb.run(context, manager);
@@ -300,19 +354,24 @@ VXHostCommand VXDevicesCommand()
         .name = u"devices"_s,
         .summary = u"Show and change the devices, and have them do things"_s,
         .synopsis =
-            u"[list|add|remove|default|info|set|actions|do] [URL|PLUGIN-ID] [ACTION|DEVICE-ID] [KEY=VALUE]..."_s,
+            u"[list|add|remove|default|info|set|rename|actions|do] [DEVICE|PLUGIN-ID] [ACTION|DEVICE-ID|NAME] [KEY=VALUE]..."_s,
         .details =
             u"\"list\" shows the known devices. \"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a "
             "plugin then serves, with preferences for it; a VALUE that is JSON is stored as that, any other as a "
-            "text. \"remove URL\" forgets a device and its preferences, but for persistent ones; with --yes also where "
+            "text. \"remove DEVICE\" forgets a device and its preferences, but for persistent ones; with --yes also "
+            "where "
             "that takes the preferences of devices whose identifiers begin like its own. \"default\" shows "
-            "the default device; with --key KEY the one preferred for a purpose, and \"default URL --key KEY\" "
-            "chooses that. \"info URL\" tells all about a device; one that is being connected is waited for, up to 5 "
-            "seconds. \"set URL KEY=VALUE...\" sets preferences of a device; null takes one away.\n"
-            "\"actions URL\" names what the device can do, \"do URL ACTION\" has it do that and shows the result, "
+            "the default device; with --key KEY the one preferred for a purpose, and \"default DEVICE --key KEY\" "
+            "chooses that. \"info DEVICE\" tells all about a device; one that is being connected is waited for, up to "
+            "5 "
+            "seconds. \"set DEVICE KEY=VALUE...\" sets preferences of a device; null takes one away. \"rename DEVICE "
+            "NAME\" changes what people call it.\n"
+            "\"actions DEVICE\" names what the device can do, \"do DEVICE ACTION\" has it do that and shows the "
+            "result, "
             "also that of a part when the rest failed. Ctrl-C and the end of the time ask it to abort; a second Ctrl-C "
             "does not wait for it.\n"
-            "In place of URL the device's identifier or name will do, in place of PLUGIN-ID the last part of it, where "
+            "DEVICE is the device's URL, or its identifier or name, in place of PLUGIN-ID the last part of it will do, "
+            "where "
             "only one has it. In place of JSON, @FILE reads a file, - standard input."_s,
         .options = {{.name = u"yes"_s,
                      .placeholder = {},
@@ -337,10 +396,20 @@ VXHostCommand VXDevicesCommand()
         .minimumOperands = 0,
         .maximumOperands = 1000,
         .firstOperands = verbNames(),
+        .verbSynopses = {{u"list"_s, {}},
+                         {u"add"_s, u"PLUGIN-ID DEVICE-ID [KEY=VALUE]..."_s},
+                         {u"remove"_s, u"DEVICE"_s},
+                         {u"default"_s, u"[DEVICE]"_s},
+                         {u"info"_s, u"DEVICE"_s},
+                         {u"set"_s, u"DEVICE KEY=VALUE..."_s},
+                         {u"rename"_s, u"DEVICE NAME"_s},
+                         {u"actions"_s, u"DEVICE"_s},
+                         {u"do"_s, u"DEVICE ACTION"_s}},
         .operandKinds = {{u"remove"_s, {u"devices"_s}},
                          {u"default"_s, {u"devices"_s}},
                          {u"info"_s, {u"devices"_s}},
                          {u"set"_s, {u"devices"_s}},
+                         {u"rename"_s, {u"devices"_s}},
                          {u"actions"_s, {u"devices"_s}},
                          {u"do"_s, {u"devices"_s, u"actions"_s}},
                          {u"add"_s, {u"plugins"_s}}},

@@ -88,7 +88,10 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
         if (action->isCancelled())
             break;
     }
-    context.output.answer(VXReadableText(results), results);
+    const QString text = VXReadableText(results);
+    if (!failures.isEmpty())
+        results.insert(u"error"_s, failures.join("; "_L1));
+    context.output.answer(text, results);
     context.output.flush(); // before failures are told
     for (const QString &failure : std::as_const(failures))
         context.output.fail(failure);

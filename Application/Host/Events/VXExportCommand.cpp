@@ -6,11 +6,13 @@
 #include "VXHostOutput.h"
 #include "VXJSON.h"
 #include "VXManagedObjectContext.h"
+#include "VXNearestWord.h"
 #include "VXPluginGuard.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
 #include "VXReaction.h"
 #include "VXReactorReport.h"
+#include "VXRegularFile.h"
 #include "VXStoreAccess.h"
 #include "VXStoreByName.h"
 #include "VXStoreQuery.h"
@@ -19,6 +21,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
+#include <QtCore/QTemporaryDir>
 
 #include <cstdio>
 
@@ -30,13 +33,10 @@ namespace {
 std::shared_ptr<VXExporterPlugin> exporterForIdentifier(const VXPluginManager &manager, const QString &identifier,
                                                         QString *problem)
 {
-    VXPluginProxy *const proxy = VXReactorNamed(manager.exporterPlugins(), identifier);
+    VXPluginProxy *const proxy = VXReactorNamed(manager.exporterPlugins(), identifier, u"exporter"_s, problem);
     auto exporter = proxy != nullptr ? std::dynamic_pointer_cast<VXExporterPlugin>(proxy->singleton()) : nullptr;
-    if (!exporter)
-        *problem =
-            proxy != nullptr
-                ? u"the exporter %1 is not loaded; \"vornix plugins info %1\" tells why"_s.arg(proxy->identifier())
-                : u"there is no enabled exporter \"%1\"; \"vornix exporters\" shows those there are"_s.arg(identifier);
+    if (proxy != nullptr && !exporter)
+        *problem = u"the exporter %1 is not loaded; \"vornix plugins info %1\" tells why"_s.arg(proxy->identifier());
     return exporter;
 }
 
@@ -53,7 +53,11 @@ std::optional<VXFetchRequest> requestFor(const VXHostOptions &options, const VXP
     const QString entityName = options.operand(2);
     const VXEntityDescription *const entity = coordinator.model().entityForName(entityName);
     if (entity == nullptr) {
-        *problem = u"the store \"%1\" has no entity %2"_s.arg(options.operand(1), entityName);
+        QStringList names;
+        for (const VXEntityDescription *const each : coordinator.model().entities())
+            names.append(each->name());
+        *problem = u"the store \"%1\" has no entity %2%3"_s.arg(options.operand(1), entityName,
+                                                                VXDidYouMean(entityName, names));
         return std::nullopt;
     }
     VXFetchRequest request(*entity);
@@ -94,8 +98,9 @@ QString readObjects(const VXHostOptions &options, Objects &objects)
 {
     const QString path = options.value(u"from"_s);
     QFile file(path);
-    if (!(path == "-"_L1 ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly)))
-        return u"%1 can not be read: %2"_s.arg(path, file.errorString());
+    QString reason;
+    if (!(path == "-"_L1 ? file.open(stdin, QIODevice::ReadOnly) : VXRegularFile::open(file, &reason)))
+        return u"%1 can not be read: %2"_s.arg(path, reason.isNull() ? file.errorString() : reason);
     QString problem;
     const auto json = VXJSONFromText(file.readAll(), &problem);
     if (!json)
@@ -117,6 +122,11 @@ QString readObjects(const VXHostOptions &options, Objects &objects)
     return {};
 }
 
+bool isToOutput(const VXHostOptions &options)
+{
+    return options.value(u"to"_s) == "-"_L1;
+}
+
 // What the user says for this export; the file wins over an option of that name.
 QVariantMap givenOptions(const VXHostOptions &options, QString *problem)
 {
@@ -127,6 +137,16 @@ QVariantMap givenOptions(const VXHostOptions &options, QString *problem)
     }
     given.insert(VXExporterOptionsFilePathKey, QDir::current().absoluteFilePath(options.value(u"to"_s)));
     return given;
+}
+
+// The exported bytes on standard output.
+int answerFile(VXHostContext &context, const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) && file.exists()) // of nothing there may be no file
+        return context.output.fail(file.errorString());
+    context.output.answerBytes(file.readAll());
+    return VXHostOutput::Done;
 }
 
 int exportObjects(VXHostContext &context, const VXPluginManager &manager, const QVariantMap &given)
@@ -150,6 +170,8 @@ int exportObjects(VXHostContext &context, const VXPluginManager &manager, const 
     if (!returned || failure)
         return context.output.fail(failure ? VXErrorText(*failure) : problem);
     const QString path = given.value(VXExporterOptionsFilePathKey).toString();
+    if (isToOutput(options))
+        return answerFile(context, path);
     const QString count = list.size() == 1 ? u"1 object"_s : u"%1 objects"_s.arg(list.size());
     context.output.answer(u"Exported %1 to %2.\n"_s.arg(count, path),
                           QJsonObject{{u"count"_s, list.size()}, {u"path"_s, path}});
@@ -159,18 +181,24 @@ int exportObjects(VXHostContext &context, const VXPluginManager &manager, const 
 int runExport(VXHostContext &context)
 {
     if (context.options.value(u"to"_s).isEmpty())
-        return context.output.failUsage(u"export needs --to FILE"_s, VXHostUsage(context.options.command()));
+        return context.output.failUsage(u"export needs --to FILE"_s, VXHostUsage(context.options));
     const bool takesFile = context.options.isSet(u"from"_s);
     if (context.options.operands().size() != (takesFile ? 1 : 3))
         return context.output.failUsage(takesFile ? u"--from takes the place of STORE and ENTITY"_s
                                                   : u"export needs STORE and ENTITY, or --from FILE"_s,
-                                        VXHostUsage(context.options.command()));
+                                        VXHostUsage(context.options));
     if (takesFile && context.options.isSet(u"sort"_s))
-        return context.output.failUsage(u"--sort does not go with --from"_s, VXHostUsage(context.options.command()));
+        return context.output.failUsage(u"--sort does not go with --from"_s, VXHostUsage(context.options));
+    if (isToOutput(context.options) && context.output.isJSON())
+        return context.output.failUsage(u"--to - writes what the exporter makes, which is no JSON value"_s,
+                                        VXHostUsage(context.options));
     QString problem;
-    const QVariantMap given = givenOptions(context.options, &problem);
+    QVariantMap given = givenOptions(context.options, &problem);
     if (!problem.isNull())
-        return context.output.failUsage(problem, VXHostUsage(context.options.command()));
+        return context.output.failUsage(problem, VXHostUsage(context.options));
+    const QTemporaryDir folder; // exporters write files
+    if (isToOutput(context.options))
+        given.insert(VXExporterOptionsFilePathKey, folder.filePath(u"export"_s));
     return VXRunWithPlugins(context, [&](VXPluginManager &manager) { return exportObjects(context, manager, given); });
 }
 
@@ -191,7 +219,7 @@ VXHostCommand VXExportCommand()
             .options = {{u"from"_s, u"FILE"_s, u"Export the objects in this JSON file; - is standard input"_s},
                         {u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
                         {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
-                        {u"to"_s, u"FILE"_s, u"The file to export to; needed"_s},
+                        {u"to"_s, u"FILE"_s, u"The file to export to, - for standard output; needed"_s},
                         {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s, {}, {}, true}},
             .minimumOperands = 1,
             .maximumOperands = 3,

@@ -81,9 +81,15 @@ int replay(VXHostContext &context, const VXEventRecord &past)
 int runReplay(VXHostContext &context)
 {
     const QString identifier = context.options.operand(1);
-    const auto past = VXEventHistory::sharedEventHistory().recordWithIdentifier(identifier);
-    if (!past)
-        return context.output.fail(u"the history has no event \"%1\", or several that end so"_s.arg(identifier));
+    const VXEventHistory &history = VXEventHistory::sharedEventHistory();
+    const auto past = history.recordWithIdentifier(identifier);
+    if (!past) {
+        const qsizetype count = std::ranges::count_if(
+            history.records(), [&](const VXEventRecord &record) { return record.identifier.endsWith(identifier); });
+        return context.output.fail(
+            count > 1 ? u"the history has %1 events whose IDs end in \"%2\""_s.arg(count).arg(identifier)
+                      : u"the history has no event \"%1\"; \"vornix history\" shows those there are"_s.arg(identifier));
+    }
     if (!past->isRepeatable())
         return context.output.fail(
             u"the event cannot be posted again: its object, a %1, was not kept"_s.arg(past->objectClass));

@@ -4,7 +4,9 @@
 #include "VXHostOutput.h"
 #include "VXJSON.h"
 #include "VXPluginGuard.h"
+#include "VXPluginManager.h"
 #include "VXPluginProxy.h"
+#include "VXPluginReport.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>
@@ -106,24 +108,30 @@ QStringList VXReactorReport::columns() const
             listed(_json[u"events"_s])};
 }
 
-VXPluginProxy *VXReactorNamed(const QList<VXPluginProxy *> &plugins, const QString &identifier)
+VXPluginProxy *VXReactorNamed(const QList<VXPluginProxy *> &plugins, const QString &typed, const QString &noun,
+                              QString *problem)
 {
-    const auto exact = std::ranges::find(plugins, identifier, &VXPluginProxy::identifier);
-    if (exact != plugins.end())
-        return *exact;
-    QList<VXPluginProxy *> found = plugins;
-    found.removeIf([&](const VXPluginProxy *plugin) {
-        return plugin->identifier().section(u'.', -1).compare(identifier, Qt::CaseInsensitive) != 0;
-    });
-    return found.size() == 1 ? found.first() : nullptr;
+    const QList<VXPluginProxy *> called = VXPluginsCalled(plugins, typed);
+    if (called.size() == 1)
+        return called.first();
+    const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+    const VXPluginProxy *const other = called.isEmpty() ? VXPluginNamed(manager, typed) : nullptr;
+    if (other != nullptr && !other->isEnabled())
+        *problem = u"%1 is disabled; \"vornix plugins enable %2\" enables it"_s.arg(
+            VXPluginReport(manager, *other).title(), other->identifier());
+    else if (other != nullptr)
+        *problem = u"%1 is no %2"_s.arg(VXPluginReport(manager, *other).title(), noun);
+    else
+        *problem = VXProblemOfPluginName(plugins, typed, noun) + u"; \"vornix %1s\" shows those there are"_s.arg(noun);
+    return nullptr;
 }
 
 int VXShowReactor(VXHostContext &context, const QList<VXPluginProxy *> &plugins, const QString &identifier)
 {
-    const VXPluginProxy *const found = VXReactorNamed(plugins, identifier);
+    QString problem;
+    const VXPluginProxy *const found = VXReactorNamed(plugins, identifier, u"reactor"_s, &problem);
     if (found == nullptr)
-        return context.output.fail(u"there is no enabled reactor \"%1\", or several that end so; \"vornix reactors\" "
-                                   "shows those there are"_s.arg(identifier));
+        return context.output.fail(problem);
     const VXReactorReport report(*found);
     context.output.answer(report.lines().join(u'\n') + u'\n', report.json());
     return VXHostOutput::Done;

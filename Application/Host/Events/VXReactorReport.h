@@ -25,8 +25,10 @@ private:
     QJsonObject _json;
 };
 
-/** The one with that identifier, or the only one whose identifier has it as its last part; nullptr for none or several. */
-[[nodiscard]] VXPluginProxy *VXReactorNamed(const QList<VXPluginProxy *> &plugins, const QString &identifier);
+/** The only one of the enabled plugins that is so called, as `VXPluginsCalled` has it; each is a `noun`, "reactor" or
+ *  "exporter". Nullptr, with the problem, for none, for several, and for one that is not enabled. */
+[[nodiscard]] VXPluginProxy *VXReactorNamed(const QList<VXPluginProxy *> &plugins, const QString &typed,
+                                            const QString &noun, QString *problem);
 
 /** Answers with all that a reactor tells of itself, its options among it. The identifier's last part is enough when no other
  * reactor has it. @return the command's status. */

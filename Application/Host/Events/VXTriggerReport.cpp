@@ -100,7 +100,7 @@ QString reactionLine(const VXTriggerTrial::Reaction &reaction)
 {
     const QString problem = reaction.problem.isNull() ? QString() : u", as it "_s + reaction.problem;
     return u"%1 %2 %3"_s.arg(reaction.identifier,
-                             reaction.runs ? u"would run with"_s : u"would not run%1, with"_s.arg(problem),
+                             reaction.runs ? u"would run with"_s : u"would not run%1; its options:"_s.arg(problem),
                              QString::fromUtf8(VXJSONText(VXJSONFromVariant(reaction.options))));
 }
 

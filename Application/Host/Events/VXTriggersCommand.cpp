@@ -1,4 +1,5 @@
 #include "VXEventArguments.h"
+#include "VXEventKeys.h"
 #include "VXExporterPlugin.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
@@ -6,6 +7,7 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPluginManager.h"
+#include "VXPluginReport.h"
 #include "VXPluginSession.h"
 #include "VXReactorReport.h"
 #include "VXStoreAccess.h"
@@ -67,27 +69,44 @@ int list(VXHostContext &context, VXTriggerStore &triggers)
 
 // -- Adding and changing
 
-// The identifier whose last part was given, where one reactor has it; else what was given, which the store refuses.
-QString reactorIdentifier(const QString &text)
+/** What the command line says of a trigger. */
+struct Arguments
+{
+    VXTriggerChange change = {};
+    QString misuse = {};  // what is wrong with the command line
+    QString problem = {}; // why there is no such reactor
+};
+
+// One that is installed may be set up before it is enabled. Null, with the problem, when it is none.
+QString reactorIdentifier(VXHostContext &context, const QString &text, QString *problem)
 {
     const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
-    const VXPluginProxy *const found = VXReactorNamed(manager.reactorPlugins() + manager.exporterPlugins(), text);
-    return found == nullptr ? text : found->identifier();
+    QString reason;
+    const QList<VXPluginProxy *> reactors = manager.reactorPlugins() + manager.exporterPlugins();
+    if (const VXPluginProxy *const found = VXReactorNamed(reactors, text, u"reactor"_s, &reason))
+        return found->identifier();
+    const VXPluginProxy *const other = VXPluginNamed(manager, text);
+    if (other != nullptr && !other->isEnabled()) {
+        context.output.note(reason);
+        return other->identifier();
+    }
+    *problem = reason;
+    return {};
 }
 
-// The reactors with the options that follow each; `problem` is what is wrong with them.
-QList<Reaction> reactionArguments(const VXHostOptions &options, QString *problem)
+// The reactors with the options that follow each.
+QList<Reaction> reactionArguments(VXHostContext &context, Arguments &arguments)
 {
     QList<Reaction> reactions;
-    for (const auto &[name, value] : options.occurrences()) {
+    for (const auto &[name, value] : context.options.occurrences()) {
         if (name == "reactor"_L1)
-            reactions.append({reactorIdentifier(value), {}});
+            reactions.append({reactorIdentifier(context, value, &arguments.problem), {}});
         if (name != "option"_L1)
             continue;
         if (reactions.isEmpty())
-            *problem = u"--option %1 stands before any --reactor"_s.arg(value);
+            arguments.misuse = u"--option %1 stands before any --reactor"_s.arg(value);
         else
-            VXReadReactorOption(value, &reactions.last().options, problem);
+            VXReadReactorOption(value, &reactions.last().options, &arguments.misuse);
     }
     for (Reaction &reaction : reactions) {
         const QString file = reaction.options.value(VXExporterOptionsFilePathKey).toString();
@@ -102,55 +121,77 @@ std::optional<QString> given(const VXHostOptions &options, const QString &name)
     return options.isSet(name) ? std::optional(options.value(name)) : std::nullopt;
 }
 
-VXTriggerChange changeFrom(const VXHostOptions &options, QString *problem)
+Arguments argumentsOf(VXHostContext &context)
 {
-    VXTriggerChange change{
-        .event = given(options, u"event"_s), .name = given(options, u"name"_s), .filter = given(options, u"filter"_s)};
+    const VXHostOptions &options = context.options;
+    Arguments arguments{.change = {.event = given(options, u"event"_s),
+                                   .name = given(options, u"name"_s),
+                                   .filter = given(options, u"filter"_s)}};
     if (options.isSet(u"no-filter"_s))
-        change.filter = QString();
-    if (const QList<Reaction> reactions = reactionArguments(options, problem); !reactions.isEmpty())
-        change.reactions = reactions;
-    return change;
+        arguments.change.filter = QString();
+    if (const QList<Reaction> reactions = reactionArguments(context, arguments); !reactions.isEmpty())
+        arguments.change.reactions = reactions;
+    return arguments;
 }
 
-// What the error names is a reactor or a filter; here is how to see which there are.
-int refused(VXHostContext &context, const VXError &error)
+// What the error names is a reactor's option or a filter; of options here is how to see which there are.
+int refused(VXHostContext &context, const VXTriggerChange &change, const VXError &error)
 {
-    return context.output.fail(VXErrorText(error) + u" \"vornix reactors info ID\" shows what a reactor takes."_s);
+    const QString text = VXErrorText(error);
+    const QList<Reaction> reactions = change.reactions.value_or(QList<Reaction>());
+    for (const Reaction &reaction : reactions) {
+        if (text.startsWith(reaction.identifier))
+            return context.output.fail(text +
+                                       u" \"vornix reactors info %1\" shows what it takes."_s.arg(reaction.identifier));
+    }
+    return context.output.fail(text);
+}
+
+void noteDoubts(VXHostContext &context, const VXTrigger &trigger)
+{
+    VXNoteUnlistedEvent(context, trigger.eventName());
+    if (const QString doubt = VXDoubtOfFilter(trigger.filterText(), trigger.eventName()); !doubt.isNull())
+        context.output.note(doubt);
 }
 
 int add(VXHostContext &context, VXTriggerStore &triggers)
 {
-    QString problem;
-    const VXTriggerChange change = changeFrom(context.options, &problem);
-    if (problem.isNull() && !change.event)
-        problem = u"--event is missing"_s;
-    if (problem.isNull() && !change.reactions)
-        problem = u"--reactor is missing"_s;
-    if (!problem.isNull())
-        return context.output.failUsage(problem, VXHostUsage(context.options.command()));
+    Arguments arguments = argumentsOf(context);
+    const VXTriggerChange &change = arguments.change;
+    if (arguments.misuse.isNull() && !change.event)
+        arguments.misuse = u"--event is missing"_s;
+    if (arguments.misuse.isNull() && !change.reactions)
+        arguments.misuse = u"--reactor is missing"_s;
+    if (!arguments.misuse.isNull())
+        return context.output.failUsage(arguments.misuse, VXHostUsage(context.options));
+    if (!arguments.problem.isNull())
+        return context.output.fail(arguments.problem);
     VXError error;
     const VXTrigger trigger = triggers.add(change, &error);
     if (trigger.isNull())
-        return refused(context, error);
+        return refused(context, change, error);
     return saved(context, triggers, [&] {
         const VXTriggerReport report(trigger);
-        VXNoteUnlistedEvent(context, *change.event);
+        noteDoubts(context, trigger);
         context.output.answer(u"Added the trigger %1 for %2.\n"_s.arg(trigger.shortID(), *change.event), report.json());
     });
 }
 
 int edit(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger)
 {
-    QString problem;
-    const VXTriggerChange change = changeFrom(context.options, &problem);
-    if (problem.isNull() && !change.event && !change.name && !change.filter && !change.reactions)
-        problem = u"edit needs what to change"_s;
-    if (!problem.isNull())
-        return context.output.failUsage(problem, VXHostUsage(context.options.command()));
+    Arguments arguments = argumentsOf(context);
+    const VXTriggerChange &change = arguments.change;
+    if (arguments.misuse.isNull() && !change.event && !change.name && !change.filter && !change.reactions)
+        arguments.misuse = u"edit needs what to change"_s;
+    if (!arguments.misuse.isNull())
+        return context.output.failUsage(arguments.misuse, VXHostUsage(context.options));
+    if (!arguments.problem.isNull())
+        return context.output.fail(arguments.problem);
     VXError error;
     if (!triggers.change(trigger, change, &error))
-        return refused(context, error);
+        return refused(context, change, error);
+    if (change.event || change.filter)
+        noteDoubts(context, trigger);
     return savedTrigger(context, triggers, u"Changed"_s, trigger);
 }
 
@@ -189,7 +230,7 @@ int move(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger)
     bool isNumber = false;
     const int place = context.options.value(u"place"_s).toInt(&isNumber);
     if (!isNumber || place < 1)
-        return context.output.failUsage(u"move needs --place N, at least 1"_s, VXHostUsage(context.options.command()));
+        return context.output.failUsage(u"move needs --place N, at least 1"_s, VXHostUsage(context.options));
     VXError error;
     if (!triggers.move(trigger, place, &error))
         return context.output.fail(VXErrorText(error));
@@ -210,7 +251,7 @@ int test(VXHostContext &context, VXTriggerStore &, VXTrigger &trigger)
     QVariant object;
     QString problem;
     if (!VXReadEventObject(context.options, &object, &problem))
-        return context.output.failUsage(problem, VXHostUsage(context.options.command()));
+        return context.output.failUsage(problem, VXHostUsage(context.options));
     QStringList lines;
     const QJsonObject json = VXTriggerReport(trigger).test(object, &lines);
     context.output.answer(lines.join(u'\n') + u'\n', json);
@@ -256,7 +297,7 @@ int runTriggers(VXHostContext &context)
     const QString name = options.operands().value(0, verbs[0].name);
     const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
     if (const QString problem = usageProblem(options, verb); !problem.isNull())
-        return context.output.failUsage(problem, VXHostUsage(options.command()));
+        return context.output.failUsage(problem, VXHostUsage(options));
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         VXError error;
         const std::unique_ptr<VXTriggerStore> triggers = VXTriggerStore::open(&error);
@@ -319,6 +360,16 @@ VXHostCommand VXTriggersCommand()
         .minimumOperands = 0,
         .maximumOperands = 2,
         .firstOperands = verbNames(),
+        .verbSynopses = {{u"list"_s, {}},
+                         {u"add"_s, {}},
+                         {u"show"_s, u"ID"_s},
+                         {u"edit"_s, u"ID"_s},
+                         {u"move"_s, u"ID"_s},
+                         {u"copy"_s, u"ID"_s},
+                         {u"remove"_s, u"ID"_s},
+                         {u"enable"_s, u"ID"_s},
+                         {u"disable"_s, u"ID"_s},
+                         {u"test"_s, u"ID"_s}},
         .operandKinds = {{u"show"_s, {u"triggers"_s}},
                          {u"edit"_s, {u"triggers"_s}},
                          {u"move"_s, {u"triggers"_s}},

@@ -106,8 +106,19 @@ int runInEventLoop(VXHostContext &context)
     return status;
 }
 
+// Preferences that could not be read, and were set aside at some time.
+QStringList damagedPreferences()
+{
+    const QDir folder(VXUserDefaults::preferencesFolder());
+    QStringList paths;
+    for (const QString &name : folder.entryList({u"*.damaged*"_s}, QDir::Files))
+        paths.append(folder.filePath(name));
+    return paths;
+}
+
 int runApplication(VXHostContext &context)
 {
+    const QStringList damagedBefore = damagedPreferences();
     if (context.options.isSet(u"verbose"_s))
         VXLog::setEchoDescriptor(STDERR_FILENO);
     VXInitializeFramework();
@@ -123,6 +134,11 @@ int runApplication(VXHostContext &context)
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) || !application.relaunchIfDue(&error))
         status = failWithReason(context, error.localizedDescription());
+    for (const QString &path : damagedPreferences()) {
+        if (!damagedBefore.contains(path))
+            context.output.note(
+                u"vornix: preferences were damaged, and are not in use any more; they lie in %1"_s.arg(path));
+    }
     return status;
 }
 
@@ -131,7 +147,7 @@ std::optional<int> answerWithoutApplication(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
     if (!options.error().isNull())
-        return context.output.failUsage(options.error(), VXHostUsage(options.command()));
+        return context.output.failUsage(options.error(), VXHostUsage(options));
     if (options.isSet(u"version"_s)) {
         context.output.answer("vornix "_L1 + VXFrameworkVersion() + u'\n', VXFrameworkVersion());
         return VXHostOutput::Done;

@@ -42,7 +42,8 @@ struct VXHostCommand
     QList<VXHostOption> options = {};
     qsizetype minimumOperands = 0;
     qsizetype maximumOperands = 0;
-    QStringList firstOperands = {}; // what the first operand may be, the standard one first; empty: anything
+    QStringList firstOperands = {};           // what the first operand may be, the standard one first; empty: anything
+    QMap<QString, QString> verbSynopses = {}; // by first operand, those behind it, as "URL ACTION"
     /** By first operand, what the ones behind it name, for the completion: kinds of VXWordsOfKind, or "files". */
     QMap<QString, QStringList> operandKinds = {};
     bool isHidden = false;

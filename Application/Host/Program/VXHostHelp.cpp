@@ -1,5 +1,7 @@
 #include "VXHostHelp.h"
 
+#include "VXHostOptions.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -14,12 +16,20 @@ QString optionText(const VXHostOption &option)
     return "--"_L1 + option.name + (option.placeholder.isNull() ? QString() : u' ' + option.placeholder);
 }
 
-// Words put on lines of at most textWidth, all but the first line indented.
+// Words put on lines of at most textWidth, all but the first line indented. Choices ("a|b|c") that no line has room for go on
+// in the next.
 QString wrapped(const QString &text, qsizetype indent, qsizetype used)
 {
     QString result;
     qsizetype column = used;
-    for (const QString &word : text.split(u' ', Qt::SkipEmptyParts)) {
+    QStringList words = text.split(u' ', Qt::SkipEmptyParts);
+    while (!words.isEmpty()) {
+        QString word = words.takeFirst();
+        const qsizetype cut = indent + word.size() > textWidth ? word.lastIndexOf(u'|', textWidth - indent - 1) + 1 : 0;
+        if (cut > 0) {
+            words.prepend(word.sliced(cut));
+            word.truncate(cut);
+        }
         if (column > indent && column + 1 + word.size() > textWidth) {
             result += u'\n' + QString(indent, u' ');
             column = indent;
@@ -64,16 +74,32 @@ QString VXHostOptionSummary(const VXHostOption &option)
     return verbs + option.summary + choices;
 }
 
-QString VXHostUsage(const VXHostCommand *command)
+QString VXHostUsage(const VXHostCommand *command, const QString &verb)
 {
     if (command == nullptr)
         return u"usage: vornix [OPTION]... COMMAND [ARGUMENT]...; see vornix --help"_s;
-    QString text = "usage: vornix "_L1 + command->name;
-    if (!command->synopsis.isNull())
-        text += u' ' + command->synopsis;
-    for (const VXHostOption &option : command->options)
-        text += " ["_L1 + optionText(option) + u']';
-    return text;
+    const bool isOfVerb = command->verbSynopses.contains(verb);
+    QStringList parts{command->name};
+    if (isOfVerb)
+        parts += {verb, command->verbSynopses.value(verb)};
+    else if (!command->synopsis.isNull())
+        parts += command->synopsis;
+    const bool isTooMuch = !isOfVerb && !command->verbSynopses.isEmpty();
+    if (isTooMuch)
+        parts += u"[OPTION]...; see vornix help "_s + command->name;
+    for (const VXHostOption &option : isTooMuch ? QList<VXHostOption>() : command->options) {
+        if (!isOfVerb || option.verbs.isEmpty() || option.verbs.contains(verb))
+            parts += u'[' + QString(optionText(option)).replace(u' ', QChar(QChar::Nbsp)) + u']'; // stays on one line
+    }
+    parts.removeAll(QString());
+    const QString start = u"usage: vornix "_s;
+    QString text = start + wrapped(parts.join(u' '), start.size(), start.size());
+    return text.replace(QChar(QChar::Nbsp), QChar(u' '));
+}
+
+QString VXHostUsage(const VXHostOptions &options)
+{
+    return VXHostUsage(options.command(), options.operand(0));
 }
 
 QString VXHostOverview(const VXHostCommandTable &commands)

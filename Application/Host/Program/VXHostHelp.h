@@ -4,10 +4,15 @@
 
 #include <QtCore/QString>
 
+class VXHostOptions;
+
 // The program's documents, all made from its command table.
 
-/** One line, as "usage: vornix log [--follow] [--level L]"; nullptr for the program itself. */
-[[nodiscard]] QString VXHostUsage(const VXHostCommand *command);
+/** As "usage: vornix log [--follow] [--level L]", on lines of at most 79 characters; nullptr for the program itself. With a
+ *  verb that the command describes, of that verb alone. */
+[[nodiscard]] QString VXHostUsage(const VXHostCommand *command, const QString &verb = {});
+/** Of the command, and the verb, of a command line. */
+[[nodiscard]] QString VXHostUsage(const VXHostOptions &options);
 /** All commands and the global options, aligned. */
 [[nodiscard]] QString VXHostOverview(const VXHostCommandTable &commands);
 /** What it is for, with the verbs it goes with and the values it takes. */

@@ -88,7 +88,7 @@ The log.
 .B vornix devices do mine read_contacts
 Read the contacts of the phone \(lqmine\(rq.
 .TP
-.B vornix triggers add \-\-event incoming_call \-\-filter \(aqfrom CONTAINS "Jane"\(aq \-\-reactor logevent
+\fBvornix triggers add \-\-event incoming_call \-\-filter \(aqfrom CONTAINS \(dqJane\(dq\(aq \-\-reactor logevent\fR
 Log the calls of Jane.
 .TP
 .B vornix history \-\-why

@@ -92,7 +92,7 @@ void VXHostOptions::checkOperands()
         fail(u"\"%1\" is none of %2"_s.arg(_operands.first(), verbs.join(", "_L1)) +
              VXDidYouMean(_operands.first(), verbs));
     else if (_operands.size() < _command->minimumOperands)
-        fail(u"too few arguments"_s);
+        fail(u"too few arguments: "_s + needs());
     else if (_operands.size() > _command->maximumOperands)
         fail(u"unexpected argument \"%1\""_s.arg(_operands.at(_command->maximumOperands)));
     const QString verb = _operands.value(0, verbs.value(0));
@@ -100,6 +100,17 @@ void VXHostOptions::checkOperands()
         if (isSet(option.name) && !option.verbs.isEmpty() && !option.verbs.contains(verb))
             fail(u"--%1 does not go with %2"_s.arg(option.name, verb));
     }
+}
+
+// "store check needs PATH"
+QString VXHostOptions::needs() const
+{
+    const QString verb = _operands.value(0);
+    if (_command->verbSynopses.contains(verb))
+        return u"%1 %2 needs %3"_s.arg(_command->name, verb, _command->verbSynopses.value(verb));
+    const bool lacksVerb = _operands.isEmpty() && !_command->firstOperands.isEmpty();
+    return u"%1 needs %2"_s.arg(_command->name,
+                                lacksVerb ? "one of "_L1 + _command->firstOperands.join(", "_L1) : _command->synopsis);
 }
 
 // The first mistake is the one told; reading goes on, so that --json is known wherever it stands.

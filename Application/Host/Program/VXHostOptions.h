@@ -37,6 +37,7 @@ private:
     void readOption(const QString &argument, QStringList &rest, const VXHostCommandTable &commands);
     void readOperand(const QString &argument, const VXHostCommandTable &commands);
     void checkOperands();
+    QString needs() const;
     void fail(const QString &error);
 
     QString _error;

@@ -35,6 +35,8 @@ QString VXNearestWord(const QString &typed, const QStringList &words)
     QString nearest;
     qsizetype distance = furthest + 1;
     for (const QString &word : words) {
+        if (word == typed) // which would help nobody
+            continue;
         if (std::abs(word.size() - typed.size()) > furthest && !word.startsWith(typed, Qt::CaseInsensitive))
             continue;
         const bool isBeginning = typed.size() > 1 && word.startsWith(typed, Qt::CaseInsensitive);

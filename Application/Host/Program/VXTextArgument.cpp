@@ -1,5 +1,7 @@
 #include "VXTextArgument.h"
 
+#include "VXRegularFile.h"
+
 #include <QtCore/QFile>
 
 #include <cstdio>
@@ -12,10 +14,17 @@ std::optional<QByteArray> VXTextOfArgument(const QString &argument, QString *pro
     if (!isInput && !argument.startsWith(u'@'))
         return argument.toUtf8();
     QFile file(argument.sliced(isInput ? 0 : 1));
-    const bool isOpen = isInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    const QByteArray contents = isOpen ? file.readAll() : QByteArray();
-    if (isOpen && file.error() == QFile::NoError)
+    if (!isInput) {
+        QString reason;
+        const QByteArray contents = VXRegularFile::read(file.fileName(), &reason);
+        if (!contents.isNull())
+            return contents;
+        *problem = file.fileName() + ": "_L1 + reason;
+        return std::nullopt;
+    }
+    const QByteArray contents = file.open(stdin, QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (file.error() == QFile::NoError)
         return contents;
-    *problem = (isInput ? u"standard input"_s : file.fileName()) + ": "_L1 + file.errorString();
+    *problem = "standard input: "_L1 + file.errorString();
     return std::nullopt;
 }

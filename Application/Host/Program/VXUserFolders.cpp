@@ -45,10 +45,14 @@ QString VXProblemOfUserFolders()
     for (const VXFolderType type : {VXFolderType::ApplicationSupport, VXFolderType::Preferences, VXFolderType::Logs}) {
         const QString folder = VXFindFolder(type, VXFolderDomain::User);
         if (folder.isNull())
-            return u"HOME is not set; use --home DIR"_s;
+            return qEnvironmentVariableIsEmpty("HOME") ? u"HOME is not set; use --home DIR"_s
+                                                       : u"HOME is no absolute path; use --home DIR"_s;
         const QString own = folder + (type == VXFolderType::Logs ? "/Vornix"_L1 : "/Vornix 2"_L1);
         if (const QString problem = problemOfFolder(own); !problem.isNull())
-            return problem + u"; --home DIR keeps everything elsewhere"_s;
+            return problem +
+                   u"; --home DIR keeps everything elsewhere, \"vornix store list FOLDER ENTITY\" reads a store in "
+                   "%1 as it is"_s.arg(VXFindFolder(VXFolderType::ApplicationSupport, VXFolderDomain::User) +
+                                       "/Vornix 2/Data"_L1);
     }
     return {};
 }

@@ -35,6 +35,7 @@ const QSet<QString> &knownKeys()
                                     u"VXDataStoreType"_s,
                                     u"VXDataStoreVersion"_s,
                                     u"VXDescriptiveClassList"_s,
+                                    u"VXDevicePreferences"_s,
                                     u"VXExporterTargetName"_s,
                                     u"VXPluginClass"_s,
                                     u"VXPluginDependencies"_s,

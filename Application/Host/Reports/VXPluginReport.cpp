@@ -1,5 +1,6 @@
 #include "VXPluginReport.h"
 
+#include "VXNearestWord.h"
 #include "VXPluginKind.h"
 #include "VXPluginManager.h"
 #include "VXPluginScanner.h"
@@ -187,17 +188,36 @@ QList<QStringList> VXPluginChoiceRows(const VXPluginChoice &choice)
     return rows;
 }
 
+QList<VXPluginProxy *> VXPluginsCalled(const QList<VXPluginProxy *> &plugins, const QString &typed)
+{
+    const auto matching = [&](const auto &nameOf) {
+        QList<VXPluginProxy *> found = plugins;
+        found.removeIf(
+            [&](const VXPluginProxy *plugin) { return nameOf(plugin).compare(typed, Qt::CaseInsensitive) != 0; });
+        return found;
+    };
+    QList<VXPluginProxy *> found = matching([](const VXPluginProxy *plugin) { return plugin->identifier(); });
+    if (found.isEmpty())
+        found = matching([](const VXPluginProxy *plugin) { return plugin->identifier().section(u'.', -1); });
+    if (found.isEmpty())
+        found = matching([](const VXPluginProxy *plugin) { return plugin->name(); });
+    return found;
+}
+
 VXPluginProxy *VXPluginNamed(const VXPluginManager &manager, const QString &typed)
 {
     if (VXPluginProxy *const plugin = manager.pluginWithIdentifier(typed))
         return plugin;
-    const auto isMeant = [&typed](const VXPluginProxy *plugin) {
-        return plugin->identifier().section(u'.', -1).compare(typed, Qt::CaseInsensitive) == 0 ||
-               plugin->name().compare(typed, Qt::CaseInsensitive) == 0;
-    };
-    QList<VXPluginProxy *> plugins = manager.allPlugins();
-    plugins.removeIf([&](const VXPluginProxy *plugin) { return !isMeant(plugin); });
+    const QList<VXPluginProxy *> plugins = VXPluginsCalled(manager.allPlugins(), typed);
     return plugins.size() == 1 ? plugins.first() : nullptr;
+}
+
+QString VXProblemOfPluginName(const QList<VXPluginProxy *> &plugins, const QString &typed, const QString &noun)
+{
+    const QList<VXPluginProxy *> called = VXPluginsCalled(plugins, typed);
+    if (called.size() > 1)
+        return u"\"%1\" may be %2; give the whole identifier"_s.arg(typed, identifiersOf(called).join(" or "_L1));
+    return u"there is no %1 \"%2\"%3"_s.arg(noun, typed, VXDidYouMean(typed, VXNamesOfPlugins(plugins)));
 }
 
 QStringList VXNamesOfPlugins(const QList<VXPluginProxy *> &plugins)

@@ -42,9 +42,15 @@ private:
 /** Every plugin that is known: each root by its identifier, followed by its children. */
 [[nodiscard]] QList<const VXPluginProxy *> VXSortedPlugins(const VXPluginManager &manager);
 
-/** The plugin with that identifier, or the only one whose identifier's last part or name it is, in letters of either case.
- *  Nullptr when there is none. */
+/** Those of the plugins whose identifier it is, in letters of either case; else whose identifier's last part it is; else whose
+ *  name. */
+[[nodiscard]] QList<VXPluginProxy *> VXPluginsCalled(const QList<VXPluginProxy *> &plugins, const QString &typed);
+/** The only one of all that is so called. Nullptr when there is none, or several. */
 [[nodiscard]] VXPluginProxy *VXPluginNamed(const VXPluginManager &manager, const QString &typed);
+/** Why it names none of the plugins, each of which is a `noun`: there is none, with the one that was perhaps meant, or several
+ *  are so called. */
+[[nodiscard]] QString VXProblemOfPluginName(const QList<VXPluginProxy *> &plugins, const QString &typed,
+                                            const QString &noun);
 /** What to call plugins: the identifiers, and the last parts of them. */
 [[nodiscard]] QStringList VXNamesOfPlugins(const QList<VXPluginProxy *> &plugins);
 

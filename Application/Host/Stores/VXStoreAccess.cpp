@@ -132,8 +132,8 @@ VXPersistentStoreCoordinator::Ptr VXOpenStores(const QString &path, const QStrin
 bool VXMakeStoreFolder(const QString &path, const QString &modelPath, const QString &type, QString *problem)
 {
     const QString folder = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-    if (!folder.endsWith(u'.' + VXStoreFileExtension)) {
-        *problem = u"%1: the name of a store folder ends in .%2"_s.arg(path, VXStoreFileExtension);
+    if (!folder.endsWith(u'.' + VXStoreFileExtension) || QFileInfo(folder).completeBaseName().isEmpty()) {
+        *problem = u"%1: a store folder has a name that ends in .%2"_s.arg(path, VXStoreFileExtension);
         return false;
     }
     if (QFileInfo::exists(folder) && !QDir(folder).isEmpty()) { // an empty one may be taken

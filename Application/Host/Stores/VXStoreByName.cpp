@@ -1,6 +1,7 @@
 #include "VXStoreByName.h"
 
 #include "VXDataManager.h"
+#include "VXNearestWord.h"
 #include "VXPluginManager.h"
 
 using namespace Qt::StringLiterals;
@@ -20,7 +21,8 @@ VXPersistentStoreCoordinator::Ptr VXStoreForName(const QString &name, QString *p
     const QStringList names = VXStoreNames();
     if (!names.contains(name)) {
         *problem = names.isEmpty() ? u"there is no store \"%1\": no data plugin is enabled"_s.arg(name)
-                                   : u"there is no store \"%1\"; there are: %2"_s.arg(name, names.join(", "_L1));
+                                   : u"there is no store \"%1\"%2; there are: %3"_s.arg(name, VXDidYouMean(name, names),
+                                                                                        names.join(", "_L1));
         return nullptr;
     }
     auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(name);

@@ -313,8 +313,10 @@ int remove(Session &session)
         session.context.deleteObject(object);
     const qsizetype count = session.context.deletedObjects().size(); // it and what the delete rules say
     VXError error;
-    if (!session.context.save(&error))
-        return session.fail(error);
+    if (!session.context.save(&error)) { // the text of a failed save is about what was to be kept
+        const QString reason = error.localizedRecoverySuggestion();
+        return session.fail("nothing was deleted: "_L1 + (reason.isNull() ? VXErrorText(error) : reason));
+    }
     session.host.output.answer(count == 1 ? u"Deleted it.\n"_s : u"Deleted %1 objects.\n"_s.arg(count), count);
     return VXHostOutput::Done;
 }
@@ -404,15 +406,23 @@ QStringList verbNames()
     return names;
 }
 
-// Whether a data plugin's store is meant, not a file: a name without folder and extension, of no file here.
+// Whether a data plugin's store is meant, not a file: a name without folder and extension. A folder of that name that holds no
+// store hides none.
 bool isStoreName(const QString &path)
 {
-    return !path.contains(u'/') && !path.contains(u'.') && !QFileInfo::exists(path);
+    const bool isWord = !path.contains(u'/') && !path.contains(u'.');
+    return isWord && (!QFileInfo::exists(path) ||
+                      (QFileInfo(path).isDir() && VXCoreDataStore::storeClass().dataFilesForStorePath(path).isEmpty()));
 }
 
 // What is wrong with the command line; null when nothing is.
 QString misuse(const Verb &verb, const VXHostOptions &options)
 {
+    const bool namesEntity = verb.run == remove && !options.isSet(u"where"_s) && !options.operand(2).isEmpty() &&
+                             !options.operand(2).contains(u'/');
+    if (namesEntity)
+        return u"an entity goes with --where: delete PATH %1 --where PREDICATE; \"--where TRUEPREDICATE\" deletes all"_s
+            .arg(options.operand(2));
     if (options.operands().size() - 2 != verb.operands.size())
         return (QStringList{verb.name, u"needs PATH"_s} + verb.operands).join(u' ');
     for (const QString &option : {u"dry-run"_s, u"merge"_s, u"replace"_s, u"backup"_s, u"yes"_s}) {
@@ -439,12 +449,20 @@ int makeStore(VXHostContext &context)
 
 int runStore(VXHostContext &context)
 {
+    const bool isPlace = context.options.operand(1).contains(u'/') || context.options.operand(1).contains(u'.');
+    if (VXStoreTransferVerbs().contains(context.options.operand(0)) && isPlace &&
+        context.options.operands().size() != 4)
+        return context.output.failUsage(
+            context.options.operand(0) == "import"_L1
+                ? u"import needs PATH, ENTITY and FILE; without ENTITY it takes the NAME of a plugin's store"_s
+                : u"%1 takes the NAME of a plugin's store, and no PATH"_s.arg(context.options.operand(0)),
+            VXHostUsage(context.options));
     const bool importsFile = context.options.operand(0) == "import"_L1 && context.options.operands().size() == 4;
     if (VXStoreTransferVerbs().contains(context.options.operand(0)) && !importsFile)
         return VXRunStoreTransfer(context);
     const Verb &verb = *std::ranges::find(verbs, context.options.operand(0), &Verb::name);
     if (const QString problem = misuse(verb, context.options); !problem.isNull())
-        return context.output.failUsage(problem, VXHostUsage(context.options.command()));
+        return context.output.failUsage(problem, VXHostUsage(context.options));
     if (verb.run == nullptr)
         return makeStore(context);
     const QString path = context.options.operand(1);
@@ -526,6 +544,18 @@ VXHostCommand VXStoreCommand()
         .minimumOperands = 2,
         .maximumOperands = 4,
         .firstOperands = verbNames(),
+        .verbSynopses = {{u"info"_s, u"PATH|NAME"_s},
+                         {u"entities"_s, u"PATH|NAME"_s},
+                         {u"list"_s, u"PATH|NAME ENTITY"_s},
+                         {u"insert"_s, u"PATH|NAME ENTITY JSON"_s},
+                         {u"update"_s, u"PATH|NAME URI JSON"_s},
+                         {u"delete"_s, u"PATH|NAME URI|ENTITY"_s},
+                         {u"new"_s, u"PATH"_s},
+                         {u"check"_s, u"PATH|NAME"_s},
+                         {u"import"_s, u"PATH|NAME ENTITY FILE, or import NAME FOLDER"_s},
+                         {u"upgrade"_s, u"NAME"_s},
+                         {u"export"_s, u"NAME FOLDER"_s},
+                         {u"rollback"_s, u"NAME [FOLDER]"_s}},
         .operandKinds = {{u"list"_s, {u"stores"_s, u"entities"_s}},
                          {u"insert"_s, {u"stores"_s, u"entities"_s}},
                          {u"import"_s, {u"stores"_s, u"entities"_s}},

@@ -3,6 +3,7 @@
 #include "VXHostJSON.h"
 #include "VXManagedObjectContext.h"
 #include "VXNearestWord.h"
+#include "VXRegularFile.h"
 #include "VXStoreObjects.h"
 
 #include <QtCore/QFile>
@@ -101,12 +102,15 @@ QString importTable(VXManagedObjectContext &context, const VXEntityDescription &
 {
     TableReader reader(text);
     const QStringList names = reader.next().value_or(QStringList());
+    if (names.isEmpty())
+        return u"1: the line that names the attributes is missing"_s;
     QList<const VXPropertyDescription *> columns;
     for (const QString &name : names) {
         columns.append(entity.propertyForName(name));
         if (columns.last() == nullptr)
             return u"1: entity %1 has no \"%2\""_s.arg(entity.name(), name) +
-                   VXDidYouMean(name, VXNamesOfProperties(entity));
+                   (name.contains(u';') || name.contains(u'\t') ? u"; commas separate the columns"_s
+                                                                : VXDidYouMean(name, VXNamesOfProperties(entity)));
     }
     while (const std::optional<QStringList> record = reader.next()) {
         if (record->size() != columns.size())
@@ -157,8 +161,8 @@ QString VXImportObjects(VXManagedObjectContext &context, const VXEntityDescripti
     if (!isTable && !path.endsWith(".jsonl"_L1, Qt::CaseInsensitive))
         return u"%1: the name must end in .csv or .jsonl, to tell what it is"_s.arg(path);
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return u"%1: %2"_s.arg(path, file.errorString());
+    if (QString reason; !VXRegularFile::open(file, &reason))
+        return u"%1: %2"_s.arg(path, reason);
     const QString problem = isTable ? importTable(context, entity, QString::fromUtf8(file.readAll()), count)
                                     : importLines(context, entity, file, count);
     return problem.isNull() ? QString() : u"%1:%2"_s.arg(path, problem);

@@ -2,11 +2,25 @@
 
 #include "VXEntityPredicate.h"
 #include "VXHostOptions.h"
+#include "VXNearestWord.h"
 #include "VXStoreAccess.h"
+#include "VXStoreObjects.h"
+
+#include <QtCore/QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// With the name that was perhaps meant, where the problem is one that the entity does not have.
+QString withHint(const QString &problem, const VXEntityDescription &entity, const QString &suggestion)
+{
+    static const QRegularExpression unknown(u" has no \"([^\"]*)\"$"_s);
+    const QRegularExpressionMatch match = unknown.match(problem);
+    if (!match.hasMatch())
+        return problem;
+    return problem + suggestion + VXDidYouMean(match.captured(1), VXNamesOfProperties(entity));
+}
 
 QString readPredicate(const QString &text, VXFetchRequest &request)
 {
@@ -19,7 +33,7 @@ QString readPredicate(const QString &text, VXFetchRequest &request)
     QString problem;
     if (const auto fitting = VXPredicateForEntity(*predicate, request.entity(), &problem))
         request.predicate = *fitting;
-    return problem;
+    return withHint(problem, request.entity(), u"; texts stand in quotation marks"_s);
 }
 
 QString readSort(const QString &text, VXFetchRequest &request)
@@ -32,7 +46,7 @@ QString readSort(const QString &text, VXFetchRequest &request)
         QString problem;
         const std::optional<VXEntityPath> end = VXEntityPath::follow(request.entity(), key.split(u'.'), &problem);
         if (!end)
-            return problem;
+            return withHint(problem, request.entity(), {});
         if (end->isToMany || (end->property != nullptr && end->property->asAttribute() == nullptr))
             return u"\"%1\" leads to objects, which have no order"_s.arg(key);
         request.sortDescriptors.append({.key = key, .isAscending = direction != "desc"_L1});

@@ -165,13 +165,13 @@ public:
         if (const Kind *const kind = find(texts, key))
             addText(kind->type, {}, key, value);
         else if (key == "numbers"_L1)
-            addMaps(key, value, [this](const QVariantMap &map) { addNumber(map); });
+            addMaps(key, u"number"_s, value, [this](const QVariantMap &map) { addNumber(map); });
         else if (key == "emails"_L1)
-            addMaps(key, value, [this](const QVariantMap &map) { addParts(emails, map); });
+            addMaps(key, u"address"_s, value, [this](const QVariantMap &map) { addParts(emails, map); });
         else if (key == "urls"_L1)
-            addMaps(key, value, [this](const QVariantMap &map) { addParts(links, map); });
+            addMaps(key, u"url"_s, value, [this](const QVariantMap &map) { addParts(links, map); });
         else if (key == "addresses"_L1)
-            addMaps(key, value, [this](const QVariantMap &map) { addParts(addressParts, map); });
+            addMaps(key, u"text"_s, value, [this](const QVariantMap &map) { addParts(addressParts, map); });
         else if (key == "birthday"_L1)
             addBirthday(value);
         else if (key != "memory"_L1 && key != "location"_L1)
@@ -185,14 +185,20 @@ private:
             _failure = VXGammuRefusal(text, {what});
     }
 
-    void addMaps(const QString &key, const QVariant &value, const std::function<void(const QVariantMap &)> &add)
+    // An element may be the text alone that others have under `textKey`.
+    void addMaps(const QString &key, const QString &textKey, const QVariant &value,
+                 const std::function<void(const QVariantMap &)> &add)
     {
-        if (value.typeId() != QMetaType::QVariantList)
+        const bool isTexts = value.typeId() == QMetaType::QStringList;
+        if (value.typeId() != QMetaType::QVariantList && !isTexts)
             return fail(u"The field \"%1\" must be a list of dictionaries."_s, key);
         for (const QVariant &element : value.toList()) {
-            if (element.typeId() != QMetaType::QVariantMap)
+            if (element.typeId() == QMetaType::QString)
+                add({{textKey, element}});
+            else if (element.typeId() == QMetaType::QVariantMap)
+                add(element.toMap());
+            else
                 return fail(u"The field \"%1\" must be a list of dictionaries."_s, key);
-            add(element.toMap());
         }
     }
 
