@@ -35,10 +35,9 @@ public:
         new VXDevicesAdaptor(_calls, &_application);
         new VXEventsAdaptor(_calls, &_application);
     }
+    // The name goes with the connection; to give it back before would be to wait for a bus that may not answer any more.
     ~Server()
     {
-        if (_connection.isConnected())
-            _connection.unregisterService(busName());
         _connection.unregisterObject(objectPath(), QDBusConnection::UnregisterTree);
         QDBusConnection::disconnectFromBus(name);
     }
