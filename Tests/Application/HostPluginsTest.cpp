@@ -180,6 +180,8 @@ TEST_F(HostPluginsTest, InstallsNowOrAtTheNextStart)
     EXPECT_EQ(runHost({u"plugins"_s, u"install"_s, newer.write(path(u"b"_s))}).output,
               QByteArray("Fixture (org.new) will be installed at the next start.\n"));
     EXPECT_EQ(listed(u"org.new"_s)[u"version"_s], u"2001"_s);
+    const HostOutcome older = runHost({u"plugins"_s, u"install"_s, plugin.write(path(u"c"_s))});
+    EXPECT_EQ(older.errors, "version 2000 takes the place of version 2001, which is newer\n");
 
     const HostOutcome missing = runHost({u"plugins"_s, u"install"_s, path(u"none.vxplugin"_s)});
     EXPECT_EQ(missing.status, 1);

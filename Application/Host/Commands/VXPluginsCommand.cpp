@@ -12,6 +12,7 @@
 #include "VXPluginSigning.h"
 #include "VXPluginUpdates.h"
 #include "VXTextTable.h"
+#include "VXVersion.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
@@ -65,6 +66,16 @@ int check(VXHostContext &context)
     return isUsable ? VXHostOutput::Done : VXHostOutput::Failed;
 }
 
+// What whoever installs an older version over a newer one may not have meant; null when it is none.
+QString warningOfDowngrade(const VXPluginProxy *installed, const QVariantMap &info)
+{
+    const QString version = VXPluginScanner::versionOf(info);
+    const QString used = installed != nullptr ? installed->infoText(u"CFBundleVersion"_s) : QString();
+    return !used.isEmpty() && vx_compareVersion(version, used) < 0
+               ? u"version %1 takes the place of version %2, which is newer"_s.arg(version, used)
+               : QString();
+}
+
 int install(VXHostContext &context, VXPluginManager &manager)
 {
     const QString path = context.options.operand(1);
@@ -72,13 +83,16 @@ int install(VXHostContext &context, VXPluginManager &manager)
             QFileInfo(path).isDir() ? VXProblemOfPluginCode(path, context.options.value(u"home"_s)) : QString();
         !problem.isNull())
         return context.output.fail(u"%1 was not installed: %2"_s.arg(path, problem));
-    const QString identifier =
-        VXPluginScanner::peekAtBundleInfo(path).value(u"CFBundleIdentifier"_s).toString(); // before it is moved
+    const QVariantMap info = VXPluginScanner::peekAtBundleInfo(path); // before it is moved
+    const QString identifier = info.value(u"CFBundleIdentifier"_s).toString();
+    const QString downgrade = warningOfDowngrade(manager.pluginWithIdentifier(identifier), info);
     VXError error;
     const VXPluginInstallResult result = manager.installBundleAtPath(path, &error);
     if (result == VXPluginInstallResult::Failed)
         return context.output.fail(
             u"%1: %2 %3"_s.arg(path, error.localizedDescription(), error.localizedRecoverySuggestion()));
+    if (!downgrade.isNull())
+        context.output.note(downgrade);
     const VXPluginProxy *const plugin = manager.pluginWithIdentifier(identifier);
     const bool isInstalled = result == VXPluginInstallResult::Installed;
     QString text = isInstalled ? u"Installed %1.\n"_s : u"%1 will be installed at the next start.\n"_s;
