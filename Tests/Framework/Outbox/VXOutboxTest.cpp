@@ -6,6 +6,7 @@
 #include "VXTesting.h"
 #include "VXUserDefaults.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QProcess>
 
 #include <thread>
