@@ -227,8 +227,11 @@ TEST_F(VXContactSyncTest, WhatAPhoneRefusesIsToldAndTheRestIsDone)
     EXPECT_EQ(result[u"carriedOut"_s].toInt(), 1);
     EXPECT_EQ(result[u"problems"_s].toArray().size(), 1);
     EXPECT_TRUE(readFile(cardPath(1)).contains("evening"));
-    edit(u"Jane Doe"_s, {u"--note"_s, u"short"_s});
+    edit(u"Jane Doe"_s, {u"--note"_s, u"short\u2028\"text\""_s}); // no phone takes such lines
     EXPECT_EQ(sync(u"contacts"_s), u"0 0 1"_s);
+    EXPECT_TRUE(readFile(cardPath(1)).contains("NOTE:short 'text'")) << readFile(cardPath(1)).toStdString();
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+    EXPECT_EQ(show(u"Jane Doe"_s)[u"note"_s], u"short\u2028\"text\""_s);
 }
 
 TEST_F(VXContactSyncTest, OnlyOneSyncRunsAtATime)
