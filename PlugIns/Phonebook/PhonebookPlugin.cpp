@@ -34,10 +34,11 @@ public:
         const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
         if (!coordinator)
             return;
-        VXDeviceWork::offer(this, u"sync_contacts"_s, u"read_contacts"_s,
-                            [coordinator](const VXDeviceAction::Ptr &action) {
-                                return std::make_shared<VXContactSync>(action, coordinator);
-                            });
+        VXDeviceWork::offer(
+            this, u"sync_contacts"_s, u"read_contacts"_s,
+            [coordinator, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
+                return std::make_shared<VXContactSync>(action, coordinator, lockPath);
+            });
     }
 
     void pluginWillUnload() override

@@ -6,8 +6,36 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// Not all phones take texts of several lines, or with quotation marks. Whether anything changed.
+bool makePlain(QVariantMap &object)
+{
+    bool isChanged = false;
+    for (QVariant &value : object) {
+        if (value.typeId() != QMetaType::QString)
+            continue;
+        QString text = value.toString();
+        for (QChar &letter : text) {
+            const bool isBreak = letter.category() == QChar::Other_Control || letter == QChar::LineSeparator ||
+                                 letter == QChar::ParagraphSeparator;
+            letter = isBreak ? QChar(u' ') : letter == u'"' ? QChar(u'\'') : letter;
+        }
+        isChanged = isChanged || text != value.toString();
+        value = text;
+    }
+    return isChanged;
+}
+
+} // namespace
+
 void VXContactSync::start()
 {
+    _lock.emplace(_lockPath, std::chrono::milliseconds(0));
+    if (_lock->isTimedOut()) {
+        whole()->setErrorString(VXPhonebookPluginString(u"Contacts are being synced already."_s));
+        return finish();
+    }
     perform(u"read_contacts"_s, {}, VXPhonebookPluginString(u"Reading contacts"_s),
             [this](const VXDeviceAction &part) { didRead(part); });
 }
@@ -57,6 +85,11 @@ void VXContactSync::carryOutNext()
 
 void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceAction &part)
 {
+    VXPhoneChange plain = change;
+    if (!part.error().isNull() && !isOver() && makePlain(plain.object)) {
+        _changes.push_front(plain);
+        return carryOutNext();
+    }
     if (!part.error().isNull()) { // it stays to be done
         _problems.append(change.name + ": "_L1 + part.error().localizedDescription());
         return isOver() ? finish() : carryOutNext();
@@ -106,5 +139,6 @@ void VXContactSync::finish(const VXError &error)
     whole()->setError(error);
     if (!_problems.isEmpty() && whole()->error().isNull())
         whole()->setErrorString(_problems.first());
+    _lock.reset(); // who waits for the end may begin another
     whole()->conclude();
 }

@@ -1,3 +1,4 @@
+#include "VXFileLock.h"
 #include "VXPhoneSyncTest.h"
 
 #include <QtCore/QRandomGenerator>
@@ -226,7 +227,23 @@ TEST_F(VXContactSyncTest, WhatAPhoneRefusesIsToldAndTheRestIsDone)
     EXPECT_EQ(result[u"carriedOut"_s].toInt(), 1);
     EXPECT_EQ(result[u"problems"_s].toArray().size(), 1);
     EXPECT_TRUE(readFile(cardPath(1)).contains("evening"));
-    edit(u"Jane Doe"_s, {u"--note"_s, u"short"_s});
+    edit(u"Jane Doe"_s, {u"--note"_s, u"short\u2028\"text\""_s}); // no phone takes such lines
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 1"_s);
+    EXPECT_TRUE(readFile(cardPath(1)).contains("NOTE:short 'text'")) << readFile(cardPath(1)).toStdString();
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+    EXPECT_EQ(show(u"Jane Doe"_s)[u"note"_s], u"short\u2028\"text\""_s);
+}
+
+TEST_F(VXContactSyncTest, OnlyOneSyncRunsAtATime)
+{
+    fillPhone();
+    sync(u"contacts"_s);
+    {
+        const VXFileLock other(path(u"home/.local/share/Vornix 2/Data/phonebook.vxdatastore/sync.lock"_s));
+        ASSERT_TRUE(other.isHeld());
+        edit(u"Jane Doe"_s, {u"--company"_s, u"Ours"_s});
+        syncContacts({}, 1);
+    }
     EXPECT_EQ(sync(u"contacts"_s), u"0 0 1"_s);
 }
 
