@@ -104,6 +104,8 @@ size_t hashOfOther(const QVariant &value, size_t seed)
         return qHash(value.toUrl(), seed);
     if (type == QMetaType::fromType<QUuid>())
         return qHash(value.toUuid(), seed);
+    if (type == QMetaType::fromType<QDate>() || type == QMetaType::fromType<QTime>())
+        return qHash(value.toString(), seed);
     if (type.flags().testFlag(QMetaType::IsPointer))
         return qHash(*static_cast<void *const *>(value.constData()), seed);
     return seed; // equality decides

@@ -235,8 +235,12 @@ bool VXRowTables::hasInserted(const QList<VXRowChange> &changes) const
 void VXRowTables::apply(const VXSaveRequest &request)
 {
     for (const VXRowChange &change : request.changes) {
-        if (change.row)
-            put({change.objectID, change.row});
+        if (!change.row)
+            continue;
+        // Above what it overwrites, so that whoever has read that will notice.
+        const VXFetchedRow *const stored = change.overwrites ? find(change.objectID) : nullptr;
+        const bool isBelow = stored != nullptr && stored->row->version() >= change.row->version();
+        put({change.objectID, isBelow ? change.row->copy(stored->row->version() + 1) : change.row});
     }
     for (const VXLinkChange &change : request.links) {
         for (const VXManagedObjectID &target : change.removed)

@@ -208,6 +208,15 @@ TEST_F(HostPluginsTest, InstallsNowOrAtTheNextStart)
     EXPECT_EQ(runHost({u"plugins"_s, u"install"_s, older, u"--answer"_s, u"default"_s}).status, 0);
     EXPECT_EQ(listed(u"org.new"_s)[u"version"_s], u"2000"_s);
 
+    const QString dependant =
+        VXPluginFixture{.identifier = u"org.user"_s, .dependencies = {u"org.new"_s}}.write(shared);
+    enable(R"(["org.new", "org.user"])");
+    EXPECT_THAT(runHost({u"plugins"_s, u"remove"_s, u"org.new"_s, u"--answer"_s, u"default"_s}).output.toStdString(),
+                testing::StartsWith("Removed Fixture (org.new); it lies in the trash: "));
+    EXPECT_FALSE(QFile::exists(installed));
+    EXPECT_TRUE(QFile::exists(dependant));
+    EXPECT_EQ(stateAndReason(u"org.user"_s), "disabled: ");
+
     const HostOutcome missing = runHost({u"plugins"_s, u"install"_s, path(u"none.vxplugin"_s)});
     EXPECT_EQ(missing.status, 1);
     EXPECT_TRUE(missing.errors.contains("There is no such bundle.")) << missing.errors.toStdString();

@@ -1,4 +1,5 @@
 #include "VXApplication.h"
+#include "VXFileManager.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -6,6 +7,7 @@
 #include "VXPluginCheck.h"
 #include "VXPluginGraph.h"
 #include "VXPluginManager.h"
+#include "VXPluginPaths.h"
 #include "VXPluginReport.h"
 #include "VXPluginScanner.h"
 #include "VXPluginSession.h"
@@ -206,6 +208,24 @@ QString namesWithout(const VXPluginManager &manager, const QList<VXPluginProxy *
     return names.join(", "_L1);
 }
 
+// With those that need it. Why not; null when it is.
+QString disableWithDependants(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
+{
+    manager.disablePluginProxy(&plugin);
+    if (manager.awaitsUnloadReply())
+        context.output.note(u"waiting until the plugins agree: %1"_s.arg(manager.pluginsAwaited().join(", "_L1)));
+    QTimer limit;
+    limit.setSingleShot(true);
+    limit.start(longestWait);
+    while (manager.awaitsUnloadReply() && limit.isActive())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    if (manager.awaitsUnloadReply())
+        return u"%1 did not answer in %2 seconds; --safe-mode disables it unasked"_s
+            .arg(manager.pluginsAwaited().join(", "_L1))
+            .arg(longestWait.count());
+    return plugin.isEnabled() ? manager.lastRefusal() : QString();
+}
+
 int disable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
 {
     const VXPluginReport report(manager, plugin);
@@ -217,22 +237,29 @@ int disable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plu
     if (!plugin.isEnabled())
         return changed(context, u"%1 is disabled already."_s.arg(report.title()), report);
     const QList<VXPluginProxy *> enabled = manager.enabledPlugins();
-    manager.disablePluginProxy(&plugin);
-    if (manager.awaitsUnloadReply())
-        context.output.note(u"waiting until the plugins agree: %1"_s.arg(manager.pluginsAwaited().join(", "_L1)));
-    QTimer limit;
-    limit.setSingleShot(true);
-    limit.start(longestWait);
-    while (manager.awaitsUnloadReply() && limit.isActive())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    if (manager.awaitsUnloadReply())
-        return context.output.fail(
-            u"%1 was not disabled: %2 did not answer in %3 seconds; --safe-mode disables it unasked"_s
-                .arg(report.title(), manager.pluginsAwaited().join(", "_L1))
-                .arg(longestWait.count()));
-    if (plugin.isEnabled())
-        return context.output.fail(u"%1 was not disabled: %2"_s.arg(report.title(), manager.lastRefusal()));
+    if (const QString problem = disableWithDependants(context, manager, plugin); !problem.isNull())
+        return context.output.fail(u"%1 was not disabled: %2"_s.arg(report.title(), problem));
     return changed(context, u"Disabled %1."_s.arg(namesWithout(manager, enabled, manager.enabledPlugins())), report);
+}
+
+int removePlugin(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
+{
+    const VXPluginReport report(manager, plugin);
+    if (plugin.parentProxy() != nullptr)
+        return context.output.fail(
+            u"%1 is part of %2 and removed with it"_s.arg(report.title(), plugin.rootProxy()->identifier()));
+    const QString path = plugin.isInstalled() ? plugin.bundle()->bundlePath() : QString();
+    if (!VXIsInsideFolder(path, manager.pathToSharedPluginFolder()))
+        return context.output.fail(u"%1 is not in the user's plugin folder, and stays: %2"_s.arg(report.title(), path));
+    if (plugin.isEnabled() && !plugin.isBuiltInPlugin()) {
+        if (const QString problem = disableWithDependants(context, manager, plugin); !problem.isNull())
+            return context.output.fail(u"%1 was not removed: %2"_s.arg(report.title(), problem));
+    }
+    QString trashed;
+    if (const VXError error = VXFileManager::defaultManager().safelyTrashFileAtPath(path, &trashed))
+        return context.output.fail(
+            u"%1 was not removed: %2"_s.arg(report.title(), error.localizedRecoverySuggestion()));
+    return changed(context, u"Removed %1; it lies in the trash: %2"_s.arg(report.title(), trashed), report);
 }
 
 int retry(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
@@ -274,6 +301,7 @@ const Verb verbs[] = {
     {u"enable"_s, u"ID"_s, nullptr, enable},
     {u"disable"_s, u"ID"_s, nullptr, disable},
     {u"install"_s, u"PATH"_s, install, nullptr},
+    {u"remove"_s, u"ID"_s, nullptr, removePlugin},
     {u"retry"_s, u"ID"_s, nullptr, retry},
     {u"graph"_s, {}, graph, nullptr},
     {u"check"_s, u"PATH"_s, nullptr, nullptr, check},
@@ -315,12 +343,13 @@ VXHostCommand VXPluginsCommand()
 {
     return {.name = u"plugins"_s,
             .summary = u"Show and change the plugins"_s,
-            .synopsis = u"[list|info|enable|disable|install|retry|graph|check|update|sign] [ID|PATH]"_s,
+            .synopsis = u"[list|info|enable|disable|install|remove|retry|graph|check|update|sign] [ID|PATH]"_s,
             .details =
                 u"\"list\" shows every plugin and its state, parts of a plugin below it. \"info ID\" tells all about "
                 "one, also why this copy was chosen and which others were passed over. \"enable ID\" and \"disable "
                 "ID\" hold for coming starts too. \"install PATH\" moves a bundle into the user's plugin folder; "
-                "where another copy is in use, that waits for the next start. \"retry ID\" loads a plugin that was "
+                "where another copy is in use, that waits for the next start. \"remove ID\" moves it to the trash. "
+                "\"retry ID\" loads a plugin that was "
                 "left out because the program ended while it was loading. \"check PATH\" tells an author what is wrong "
                 "with a bundle. \"graph\" writes what needs what in the "
                 "language of Graphviz, for \"dot\".\n"
@@ -357,6 +386,7 @@ VXHostCommand VXPluginsCommand()
             .operandKinds = {{u"info"_s, {u"plugins"_s}},
                              {u"enable"_s, {u"plugins"_s}},
                              {u"disable"_s, {u"plugins"_s}},
+                             {u"remove"_s, {u"plugins"_s}},
                              {u"retry"_s, {u"plugins"_s}},
                              {u"update"_s, {u"plugins"_s}},
                              {u"install"_s, {u"files"_s}},

@@ -2,13 +2,9 @@
 #include "VXRowSaver.h"
 #include "VXTesting.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QScopeGuard>
-
-#include <cmath>
-#include <limits>
 
 #include <sqlite3.h>
 #include <sys/stat.h>
@@ -51,11 +47,6 @@ entity Call {
 entity Group { relationship members: Party[] optional inverse groups; }
 )";
 
-QVariant moment(qint64 milliseconds)
-{
-    return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC);
-}
-
 } // namespace
 
 class VXSQLiteStoreTest : public VXHomeTest
@@ -97,90 +88,9 @@ protected:
         return rows.size();
     }
 
-    static QSet<VXManagedObjectID> related(VXPersistentStore &store, const QList<VXManagedObjectID> &sources,
-                                           const QString &relationship)
-    {
-        QSet<VXManagedObjectID> found;
-        VXError error;
-        EXPECT_TRUE(store.related(
-            sources, *sources.constFirst().entity().relationshipForName(relationship),
-            [&](const VXManagedObjectID &source, const VXManagedObjectID &target) {
-                EXPECT_TRUE(sources.contains(source));
-                found.insert(target);
-            },
-            &error));
-        return found;
-    }
-
     const VXManagedObjectModel::Ptr model = VXModelOf(phoneSource);
     VXError error;
 };
-
-TEST_F(VXSQLiteStoreTest, ValuesComeBackAsTheyWere)
-{
-    const QMap<QString, QVariantList> values{
-        {u"small"_s, {-32768, 32767, 0, {}}},
-        {u"medium"_s, {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}},
-        {u"large"_s, {std::numeric_limits<qlonglong>::min(), std::numeric_limits<qlonglong>::max()}},
-        {u"cost"_s,
-         {0.1, 3.0, -0.0, std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::max(),
-          std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
-          std::numeric_limits<double>::quiet_NaN()}},
-        {u"answered"_s, {true, false, {}}},
-        {u"number"_s,
-         {u""_s,
-          u"' \" ; -- ?1 %s"_s,
-          QString(u"a\0b\0"_s),
-          QString(QChar(0xD800)),
-          QString(QChar(0xDC00)) + u"x"_s,
-          QString(QChar(0xFEFF)),
-          QString(QChar(0xFEFF)) + u"x"_s,
-          QString(QChar(0xFFFE)) + u"x"_s,
-          u"\U0001F600"_s,
-          u"x"_s.repeated(1000000),
-          {}}},
-        {u"date"_s,
-         {moment(0), moment(-1), moment(1767323045678), moment(-62135596800000), moment(253402300799999), {}}},
-        {u"photo"_s, {QByteArray(""), QByteArray("\0\xff", 2), QByteArray(100000, 'x'), {}}},
-        {u"extra"_s,
-         {u""_s,
-          QVariantList{},
-          QVariantMap{{u"a"_s, QVariantList{1LL, true, 0.5, QByteArray("x"), moment(1000)}}},
-          {}}},
-    };
-    QList<std::tuple<VXManagedObjectID, QString, QVariant>> saved;
-    {
-        const auto store = open();
-        ASSERT_TRUE(store) << error.description().toStdString();
-        VXRowSaver saver(*store);
-        for (auto each = values.cbegin(); each != values.cend(); ++each) {
-            for (const QVariant &value : *each)
-                saved.append({saver.add(u"Call"_s, {{each.key(), value}}), each.key(), value});
-        }
-        ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
-    }
-    const auto store = open();
-    ASSERT_TRUE(store) << error.description().toStdString();
-    for (const auto &[objectID, key, value] : saved) {
-        const VXStoreRow::Ptr row = store->row(objectID, &error);
-        ASSERT_TRUE(row) << error.description().toStdString();
-        for (const VXAttributeDescription *const attribute : objectID.entity().attributes()) {
-            const QVariant &stored = row->value(attribute->index());
-            if (attribute->name() != key || !value.isValid()) {
-                EXPECT_FALSE(stored.isValid()) << attribute->name().toStdString();
-                continue;
-            }
-            EXPECT_EQ(stored.metaType(), value.metaType()) << key.toStdString();
-            if (value.typeId() != QMetaType::Double) {
-                EXPECT_EQ(stored, value) << key.toStdString();
-                continue;
-            }
-            const double real = value.toDouble();
-            EXPECT_TRUE(stored.toDouble() == real || (std::isnan(real) && std::isnan(stored.toDouble()))) << real;
-        }
-    }
-    EXPECT_EQ(store->check(), QStringList());
-}
 
 TEST_F(VXSQLiteStoreTest, EntitiesOfAFamilyShareATable)
 {
@@ -204,93 +114,6 @@ TEST_F(VXSQLiteStoreTest, EntitiesOfAFamilyShareATable)
     // A number that belongs to an object of another entity
     EXPECT_FALSE(store->row({shop.entity(), store->identity(), jane.number()}, &error));
     EXPECT_FALSE(error);
-}
-
-TEST_F(VXSQLiteStoreTest, RelationshipsAreReadFromBothEnds)
-{
-    const auto store = open();
-    VXRowSaver saver(*store);
-    const auto jane = saver.add(u"Person"_s);
-    const auto joe = saver.add(u"Person"_s, {{u"spouse"_s, QVariant::fromValue(jane)}});
-    saver.change(jane, {{u"spouse"_s, QVariant::fromValue(joe)}});
-    const auto shop = saver.add(u"Company"_s);
-    const auto call = saver.add(u"Call"_s, {{u"caller"_s, QVariant::fromValue(jane)}});
-    const auto second = saver.add(u"Call"_s, {{u"caller"_s, QVariant::fromValue(shop)}});
-    const auto club = saver.add(u"Group"_s);
-    saver.link(club, u"members"_s, {jane, joe});
-    saver.link(shop, u"groups"_s, {club});
-    saver.link(jane, u"friends"_s, {joe, jane});
-    ASSERT_TRUE(saver.saveAndCommit());
-    using IDs = QSet<VXManagedObjectID>;
-    EXPECT_EQ(related(*store, {jane}, u"calls"_s), IDs{call});
-    EXPECT_EQ(related(*store, {jane, joe, shop}, u"calls"_s), (IDs{call, second}));
-    EXPECT_EQ(related(*store, {club}, u"members"_s), (IDs{jane, joe, shop}));
-    EXPECT_EQ(related(*store, {joe}, u"friends"_s), IDs{jane});
-    EXPECT_EQ(related(*store, {jane}, u"friends"_s), (IDs{jane, joe}));
-
-    saver.link(joe, u"friends"_s, {}, {jane});
-    saver.link(joe, u"groups"_s, {}, {club});
-    saver.change(call, {{u"caller"_s, QVariant()}});
-    saver.remove(shop);
-    saver.change(second, {{u"caller"_s, QVariant::fromValue(joe)}});
-    ASSERT_TRUE(saver.saveAndCommit());
-    EXPECT_EQ(related(*store, {joe}, u"friends"_s), IDs());
-    EXPECT_EQ(related(*store, {jane}, u"friends"_s), IDs{jane});
-    EXPECT_EQ(related(*store, {club}, u"members"_s), IDs{jane});
-    EXPECT_EQ(related(*store, {jane}, u"calls"_s), IDs());
-    EXPECT_EQ(related(*store, {joe}, u"calls"_s), IDs{second});
-    EXPECT_EQ(store->check(), QStringList());
-}
-
-TEST_F(VXSQLiteStoreTest, ReferencesStayInTheStore)
-{
-    const auto store = open();
-    const auto other = Coordinator::coordinatorWithModel(model)->addPersistentStore(VXStoreType::InMemory, {});
-    VXRowSaver saver(*store);
-    const VXManagedObjectID stranger(*store->model().entityForName(u"Person"_s), other->identity(), 1);
-    saver.add(u"Call"_s, {{u"caller"_s, QVariant::fromValue(stranger)}});
-    EXPECT_FALSE(saver.saveAndCommit());
-    EXPECT_EQ(saver.error.code(), int(Code::ReferentialIntegrity));
-    EXPECT_EQ(rowCount(*store, u"Call"_s), 0);
-}
-
-// As two processes have it: each store object has connections of its own.
-TEST_F(VXSQLiteStoreTest, TwoStoresOnOneFileSeeEachOthersSavesAndConflicts)
-{
-    const VXManagedObjectID jane = makeStore();
-    const auto first = open();
-    const auto second = open();
-    const int name = jane.entity().propertyForName(u"name"_s)->index();
-    VXRowSaver one(*first);
-    VXRowSaver two(*second);
-    one.change(jane, {{u"name"_s, u"one"_s}});
-    two.change(jane, {{u"name"_s, u"two"_s}});
-    two.add(u"Group"_s);
-    ASSERT_TRUE(one.saveAndCommit());
-    EXPECT_EQ(second->row(jane, &error)->value(name), u"one"_s);
-
-    EXPECT_FALSE(two.saveAndCommit());
-    EXPECT_FALSE(two.error);
-    ASSERT_EQ(two.conflicts.size(), 1);
-    EXPECT_EQ(two.conflicts[0].objectID, jane);
-    EXPECT_EQ(two.conflicts[0].stored->value(name), u"one"_s);
-    EXPECT_EQ(rowCount(*first, u"Group"_s), 0);
-
-    two.request.changes[0].overwrites = true;
-    ASSERT_TRUE(two.saveAndCommit());
-    const VXStoreRow::Ptr row = first->row(jane, &error);
-    EXPECT_EQ(row->value(name), u"two"_s);
-    EXPECT_GT(row->version(), 2); // above both, so that whoever read the first's save will notice
-
-    one.change(jane, {{u"name"_s, u"three"_s}});
-    two.remove(jane);
-    ASSERT_TRUE(two.saveAndCommit());
-    EXPECT_FALSE(one.saveAndCommit());
-    ASSERT_EQ(one.conflicts.size(), 1);
-    EXPECT_EQ(one.conflicts[0].stored, nullptr);
-    one.request.changes[0].overwrites = true;
-    ASSERT_TRUE(one.saveAndCommit());
-    EXPECT_EQ(second->row(jane, &error)->value(name), u"three"_s);
 }
 
 TEST_F(VXSQLiteStoreTest, NumbersAreGivenOutOnceAmongProcesses)

@@ -101,6 +101,54 @@ TEST_P(VXStoreFileTest, OtherFilesThanPlainOnesAreRefused)
     EXPECT_TRUE(open(u"a"_s));
 }
 
+// As two processes have it: each store object has a coordinator of its own.
+TEST_P(VXStoreFileTest, TwoStoresOnOneFileSeeEachOthersSavesAndConflicts)
+{
+    const auto first = open(u"store"_s);
+    const auto second = open(u"store"_s);
+    VXRowSaver one(*first);
+    VXRowSaver two(*second);
+    const VXManagedObjectID item = one.add(u"Item"_s, {{u"text"_s, u"first"_s}});
+    two.add(u"Item"_s, {{u"text"_s, u"second"_s}}); // neither was saved, and yet they differ
+    ASSERT_TRUE(one.saveAndCommit() && two.saveAndCommit());
+    const auto texts = [](VXPersistentStore &store) {
+        return VXFetchValues(store, VXFetchRequest(*store.model().entityForName(u"Item"_s)), u"text"_s);
+    };
+    EXPECT_EQ(texts(*first), (QVariantList{u"first"_s, u"second"_s}));
+
+    one.change(item, {{u"text"_s, u"one"_s}});
+    two.change(item, {{u"text"_s, u"two"_s}});
+    two.add(u"Item"_s);
+    first->setMetadata({{u"note"_s, u"\x01?"_s}});
+    one.request.metadata = first->unsavedMetadata();
+    ASSERT_TRUE(one.saveAndCommit());
+    EXPECT_FALSE(first->unsavedMetadata());
+    EXPECT_FALSE(two.saveAndCommit());
+    EXPECT_FALSE(two.error);
+    ASSERT_EQ(two.conflicts.size(), 1);
+    EXPECT_EQ(two.conflicts[0].objectID, item);
+    EXPECT_EQ(two.conflicts[0].stored->value(item.entity().propertyForName(u"text"_s)->index()), u"one"_s);
+    EXPECT_EQ(texts(*second), (QVariantList{u"one"_s, u"second"_s})) << "nothing of it was saved";
+    const QVariantMap metadata = open(u"store"_s)->metadata();
+    EXPECT_EQ(metadata.value(u"note"_s), u"\x01?"_s);
+    EXPECT_EQ(Coordinator::metadataForPersistentStore(GetParam(), path(u"store"_s)), metadata);
+
+    two.request.changes[0].overwrites = true;
+    ASSERT_TRUE(two.saveAndCommit());
+    EXPECT_GT(first->row(item, &error)->version(), 2); // above both, so that whoever read the first's save will notice
+    EXPECT_EQ(texts(*first), (QVariantList{u"two"_s, u"second"_s, QVariant()}));
+
+    one.change(item, {{u"text"_s, u"three"_s}});
+    two.remove(item);
+    ASSERT_TRUE(two.saveAndCommit());
+    EXPECT_FALSE(one.saveAndCommit());
+    ASSERT_EQ(one.conflicts.size(), 1);
+    EXPECT_EQ(one.conflicts[0].stored, nullptr);
+    one.request.changes[0].overwrites = true;
+    ASSERT_TRUE(one.saveAndCommit());
+    EXPECT_EQ(texts(*second), (QVariantList{u"three"_s, u"second"_s, QVariant()}));
+}
+
 TEST_P(VXStoreFileTest, ACopyIsWhatWasSaved)
 {
     const auto store = open(u"a"_s);
