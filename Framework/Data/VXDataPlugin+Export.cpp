@@ -13,7 +13,6 @@
 #include <QtCore/QFileInfo>
 
 #include <algorithm>
-#include <cerrno>
 
 using namespace Qt::StringLiterals;
 
@@ -110,12 +109,6 @@ VXError VXDataPlugin::problemWithPlace(const QString &path) const
 
 VXError VXDataPlugin::prepareBackupPlace(const QString &path) const
 {
-    if (VXError problem = problemWithPlace(path))
-        return problem;
-    const QString folder = QFileInfo(path).absolutePath();
-    if (VXError problem = VXFileManager::defaultManager().verifyPathExists(folder))
-        return problem;
-    return QFileInfo(folder).isWritable()
-               ? VXError()
-               : VXMakeFileError(VXLocalizedString(u"Unable to move file"_s), qt_error_string(EACCES), folder);
+    const VXError problem = problemWithPlace(path);
+    return problem ? problem : VXFolderInMaking(path).problem(); // which is gone again
 }
