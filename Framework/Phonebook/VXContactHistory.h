@@ -18,9 +18,9 @@ class VXManagedObjectContext;
 struct VXContactChangeSet
 {
     qint64 number = 0;
-    QString kind = {};   // "import", "merge"
-    QString title = {};  // of an import the file
-    QDateTime date = {}; // when it began
+    QString kind = {};  // "import", "merge"
+    QString title = {}; // of an import the file
+    QDateTime date = {};
 };
 
 /** What undoing one came to, or would come to. */
