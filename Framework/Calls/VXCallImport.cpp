@@ -5,6 +5,9 @@
 #include "VXRegularFile.h"
 #include "VXTableFile.h"
 
+#include <algorithm>
+#include <cmath>
+#include <optional>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -12,6 +15,35 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype portion = 1000; // calls that are saved at once
+
+// Seconds, or "1:30" and "0:01:30" as spreadsheets write it. None for what is no duration.
+std::optional<double> secondsIn(const QString &text)
+{
+    const QStringList parts = text.split(u':');
+    double seconds = 0;
+    for (const QString &part : parts) {
+        bool isNumber = false;
+        const double number = part.toDouble(&isNumber);
+        if (!isNumber || !std::isfinite(number) || number < 0)
+            return std::nullopt;
+        seconds = seconds * 60 + number;
+    }
+    return parts.size() <= 3 ? std::optional(seconds) : std::nullopt;
+}
+
+// As the keys of records are written, whatever the case.
+QStringList keysOf(const QStringList &columns)
+{
+    static const QStringList known{u"date"_s,     u"from"_s,          u"to"_s,         u"direction"_s,
+                                   u"duration"_s, u"connectedDate"_s, u"device_url"_s, u"call_id"_s};
+    QStringList keys = columns;
+    for (QString &key : keys) {
+        const auto same = std::ranges::find_if(
+            known, [&](const QString &each) { return each.compare(key.trimmed(), Qt::CaseInsensitive) == 0; });
+        key = same == known.cend() ? key : *same;
+    }
+    return keys;
+}
 
 bool fail(const QString &text, VXError *error)
 {
@@ -30,10 +62,9 @@ VXCallRecord VXCallImport::recordOf(const QStringList &columns, const QStringLis
             map.insert(columns[column], row[column]);
     }
     if (const QString text = map.value(u"duration"_s).toString(); !text.isEmpty()) {
-        bool isNumber = false;
-        const double seconds = text.toDouble(&isNumber);
-        map.insert(u"duration"_s, isNumber ? QVariant(seconds) : QVariant());
-        if (!isNumber)
+        const std::optional<double> seconds = secondsIn(text);
+        map.insert(u"duration"_s, seconds ? QVariant(*seconds) : QVariant());
+        if (!seconds)
             _problems.append(u"line %1: the duration \"%2\" is no number of seconds"_s.arg(line).arg(text));
     }
     if (bool isNumber = false; map.contains(u"direction"_s)) {
@@ -58,7 +89,7 @@ bool VXCallImport::run(QFile &file, const QString &name, VXError *error)
     VXTableFile table(file.readAll());
     if (file.error() != QFile::NoError)
         return fail(VXLocalizedString(u"%1 can not be read: %2"_s).arg(name, file.errorString()), error);
-    const QStringList columns = table.next();
+    const QStringList columns = keysOf(table.next());
     if (!columns.contains(u"date"_s) || !(columns.contains(u"from"_s) || columns.contains(u"to"_s)))
         return fail(
             VXLocalizedString(u"The first line of %1 does not name the columns \"date\" and \"from\" or \"to\"."_s)
@@ -75,6 +106,8 @@ bool VXCallImport::run(QFile &file, const QString &name, VXError *error)
             _problems.append(u"line %1: a quotation mark has no end"_s.arg(line));
         else if (!record.date.isValid())
             _problems.append(u"line %1: no date of the form 2026-01-31T12:00:00"_s.arg(line));
+        else if (record.otherParty().isEmpty() && !columns.contains(u"direction"_s))
+            _problems.append(u"line %1: neither from nor to anybody"_s.arg(line));
         else
             records.append(record);
         if (records.size() >= portion && !add(std::exchange(records, {}), error))

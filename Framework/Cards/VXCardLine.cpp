@@ -92,7 +92,9 @@ QString VXCardLine::contentLine() const
 std::optional<VXCardLine> VXCardLine::parse(const VXRawCardLine &raw, QString *problem)
 {
     const qsizetype colon = colonOf(raw.octets);
-    const QList<QByteArray> parts = partsOf(raw.octets.left(std::max<qsizetype>(colon, 0)));
+    QByteArray header = raw.octets.left(std::max<qsizetype>(colon, 0));
+    header.removeIf([](char each) { return (each >= 0 && each < 0x20 && each != '\t') || each == 0x7f; });
+    const QList<QByteArray> parts = partsOf(header);
     const QByteArray full = parts.constFirst().trimmed();
     const qsizetype dot = full.lastIndexOf('.');
     const QByteArray name = full.sliced(dot + 1);
@@ -103,7 +105,7 @@ std::optional<VXCardLine> VXCardLine::parse(const VXRawCardLine &raw, QString *p
     VXCardLine line;
     line.group = QString::fromUtf8(full.left(std::max<qsizetype>(dot, 0)));
     line.name = QString::fromLatin1(name).toUpper();
-    line.header = QString::fromUtf8(raw.octets.first(colon)).trimmed();
+    line.header = QString::fromUtf8(header).trimmed();
     for (const QByteArray &part : parts.sliced(1)) {
         if (!part.trimmed().isEmpty())
             line.parameters.append(parameterOf(part));

@@ -93,7 +93,7 @@ bool VXContactImport::importAll(const Source &source, VXError *error)
             continue;
         }
         if (!card->isContact) {
-            count(*card, Outcome::LeftOut);
+            count({Outcome::LeftOut, card->contact.displayName(), card->line});
             continue;
         }
         size += card->contact.image.size();
@@ -128,13 +128,13 @@ bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
     }
     if (_changeSet)
         writer.setChangeSet(_changeSet->number, _changeSet->date);
-    QList<Outcome> outcomes;
+    QList<VXImportedContact> imported;
     for (const VXCard &card : cards)
-        outcomes.append(importContact(card.contact, match, writer, context));
+        imported.append(importContact(card, match, writer, context));
     if (!_isDryRun && context.hasChanges() && !context.save(error))
         return false;
-    for (qsizetype index = 0; index < cards.size(); ++index)
-        count(cards[index], outcomes[index]);
+    for (const VXImportedContact &each : std::as_const(imported))
+        count(each);
     return true;
 }
 
@@ -146,8 +146,10 @@ bool VXContactImport::importGroups(VXError *error)
     const auto outcomes = _groups->run(context, _changeSet, &_report.problems, error);
     if (!outcomes || (context.hasChanges() && !context.save(error)))
         return false;
-    for (qsizetype index = 0; index < outcomes->size(); ++index)
-        count(_groups->groups()[index], outcomes->at(index));
+    for (qsizetype index = 0; index < outcomes->size(); ++index) {
+        const VXCard &group = _groups->groups()[index];
+        count({outcomes->at(index), group.contact.displayName(), group.line});
+    }
     return true;
 }
 
@@ -167,9 +169,11 @@ void VXContactImport::didMeet(const VXContactRecord &contact, const VXContactRec
         _groups->addAlias(contact.uid, known.uid);
 }
 
-Outcome VXContactImport::importContact(const VXContactRecord &contact, VXContactMatch &match, VXContactWriter &writer,
-                                       VXManagedObjectContext &context)
+VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMatch &match, VXContactWriter &writer,
+                                                 VXManagedObjectContext &context)
 {
+    const VXContactRecord &contact = card.contact;
+    VXImportedContact imported{Outcome::Added, contact.displayName(), card.line};
     const VXKnownContact *const found =
         match.find(contact, [&](const VXContactRecord &known) { return mayBe(contact, known); });
     if (found == nullptr) {
@@ -181,28 +185,31 @@ Outcome VXContactImport::importContact(const VXContactRecord &contact, VXContact
         else
             added.person = writer.insert(added.contact);
         match.add(added);
-        return Outcome::Added;
+        return imported;
     }
     const VXKnownContact known = *found;
     didMeet(contact, known.contact);
-    const VXContactRecord both = VXUnitedContact(known.contact, contact, VXContactPrecedence::News);
-    if (VXIsSameContact(VXStorableContact(known.contact), both))
-        return Outcome::Same;
+    const VXContactRecord before = VXStorableContact(known.contact);
+    const VXContactRecord both = VXUnitedContact(before, contact, VXContactPrecedence::News);
+    imported.outcome = VXIsSameContact(before, both) ? Outcome::Same : Outcome::Changed;
+    imported.replaced = VXReplacedValues(before, both);
+    if (imported.outcome == Outcome::Same)
+        return imported;
     if (known.person && !_isDryRun) {
         if (!known.person->isInserted() && !known.person->isUpdated())
             VXContactHistory::note(context, *_changeSet, known.person, false);
         writer.replace(known.person, both);
     }
     match.add({known.person, both});
-    return Outcome::Changed;
+    return imported;
 }
 
-void VXContactImport::count(const VXCard &card, Outcome outcome)
+void VXContactImport::count(const VXImportedContact &contact)
 {
     qsizetype *const counts[] = {&_report.added, &_report.changed, &_report.same, &_report.leftOut};
-    ++*counts[static_cast<size_t>(outcome)];
-    if (outcome != Outcome::Same)
-        _report.contacts.append({outcome, card.contact.displayName(), card.line});
+    ++*counts[static_cast<size_t>(contact.outcome)];
+    if (contact.outcome != Outcome::Same)
+        _report.contacts.append(contact);
 }
 
 // Only the first portion that may change something makes one.

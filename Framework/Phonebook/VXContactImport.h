@@ -9,6 +9,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <functional>
 #include <memory>
@@ -26,7 +27,8 @@ struct VXImportedContact
 
     Outcome outcome = Outcome::Same;
     QString name = {};
-    qint64 line = 0; // of the file
+    qint64 line = 0;           // of the file
+    QStringList replaced = {}; // values that it had, and those of the file (VXReplacedValues)
 };
 
 /** What came of an import. Groups that are cards of their own count like contacts. */
@@ -41,8 +43,8 @@ struct VXContactImportReport
 };
 
 /**
- * Imports contacts into the store "phonebook". One that is there already (VXContactMatch) takes over what is new and loses nothing,
- * so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts. Contacts
+ * Imports contacts into the store "phonebook". One that is there already (VXContactMatch) takes over what is new, and loses nothing but
+ * single values that the file has otherwise, which are told; so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts. Contacts
  * are saved in portions, each contact as a whole: an import that is broken off can be repeated, and undone (VXContactHistory). One
  * program imports at a time, others wait. Any thread.
  */
@@ -70,11 +72,11 @@ private:
     bool importAll(const Source &source, VXError *error);
     bool importPortion(const QList<VXCard> &cards, VXError *error);
     bool importGroups(VXError *error);
-    VXImportedContact::Outcome importContact(const VXContactRecord &contact, VXContactMatch &match,
-                                             VXContactWriter &writer, VXManagedObjectContext &context);
+    VXImportedContact importContact(const VXCard &card, VXContactMatch &match, VXContactWriter &writer,
+                                    VXManagedObjectContext &context);
     bool mayBe(const VXContactRecord &contact, const VXContactRecord &known) const;
     void didMeet(const VXContactRecord &contact, const VXContactRecord &known);
-    void count(const VXCard &card, VXImportedContact::Outcome outcome);
+    void count(const VXImportedContact &contact);
     bool beginChangeSet(VXError *error);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;

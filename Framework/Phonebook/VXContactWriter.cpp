@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 
@@ -41,20 +42,36 @@ QVariant orNone(const QString &text)
     return text.isEmpty() ? QVariant() : QVariant(text);
 }
 
-QString numberKey(const QString &number)
+// The digits as dialled from abroad; null where the number does not tell the country.
+QString internationalDigits(const QString &number)
 {
-    const QString search = VXPhoneNumberSearchString(number);
-    return search.isEmpty() ? number : search;
+    QString digits;
+    std::ranges::copy_if(number, std::back_inserter(digits), [](QChar character) { return character.isDigit(); });
+    if (number.trimmed().startsWith(u'+'))
+        return digits;
+    const QString access = VXPhoneNumberInternationalAccessCode(digits);
+    return access.isNull() ? QString() : digits.sliced(access.size());
 }
 
-QString lowerCase(const QString &text)
+// As they are looked up; but of two countries they are two.
+bool isSameNumber(const QString &a, const QString &b)
 {
-    return text.toLower();
+    const QString search = VXPhoneNumberSearchString(a);
+    if (search.isEmpty() || search != VXPhoneNumberSearchString(b))
+        return a == b;
+    const QString abroad = internationalDigits(a);
+    const QString other = internationalDigits(b);
+    return abroad.isNull() || other.isNull() || abroad == other;
 }
 
-QString itself(const QString &text)
+bool isSameEmail(const QString &a, const QString &b)
 {
-    return text;
+    return a.toLower() == b.toLower();
+}
+
+bool isSameText(const QString &a, const QString &b)
+{
+    return a == b;
 }
 
 bool isSame(const PostalAddress &a, const PostalAddress &b)
@@ -64,19 +81,40 @@ bool isSame(const PostalAddress &a, const PostalAddress &b)
 }
 
 // What is there with less known of it learns from the news.
-QList<Address> united(QList<Address> known, const QList<Address> &news, QString (*key)(const QString &))
+QList<Address> united(QList<Address> known, const QList<Address> &news,
+                      bool (*isSame)(const QString &, const QString &))
 {
     for (const Address &each : news) {
         const auto found =
-            std::ranges::find_if(known, [&](const Address &old) { return key(old.value) == key(each.value); });
+            std::ranges::find_if(known, [&](const Address &old) { return isSame(old.value, each.value); });
         if (found == known.end()) {
             known.append(each);
         } else {
             found->type = found->type == 0 ? each.type : found->type;
             found->label = found->label.isEmpty() ? each.label : found->label;
+            const bool tellsMore = isSame == isSameNumber && internationalDigits(found->value).isNull() &&
+                                   !internationalDigits(each.value).isNull();
+            found->value = tellsMore ? each.value : found->value;
         }
     }
     return known;
+}
+
+// Of two values one can be kept; the other stands in the note.
+void noteContradictions(VXContactRecord &both, const VXContactRecord &news)
+{
+    QStringList lines;
+    for (const QString &key : {u"nickname"_s, u"company"_s, u"jobTitle"_s}) {
+        const auto text = std::ranges::find(texts, key, &Text::key);
+        const QString &other = news.*text->field;
+        if (!other.isEmpty() && other.compare(both.*text->field, Qt::CaseInsensitive) != 0)
+            lines.append(key + ": "_L1 + other);
+    }
+    if (news.birthday.isValid() && news.birthday != both.birthday)
+        lines.append("birthday: "_L1 + news.birthday.toString(Qt::ISODate));
+    lines.removeIf([&](const QString &line) { return both.note.split(u'\n').contains(line); });
+    if (!lines.isEmpty())
+        both.note = (both.note.isEmpty() ? lines : QStringList{both.note} + lines).join(u'\n');
 }
 
 bool isSameList(const QList<Address> &a, const QList<Address> &b)
@@ -139,13 +177,15 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
         both.note = known.note + u'\n' + news.note; // of two people's notes none is dropped
     if (news.birthday.isValid() && (newsCount || !known.birthday.isValid()))
         both.birthday = news.birthday;
+    if (!newsCount)
+        noteContradictions(both, news);
     if (!news.image.isEmpty() && (newsCount || known.image.isEmpty()))
         both.image = news.image;
     if (both.uid.isEmpty())
         both.uid = news.uid;
-    both.numbers = united(known.numbers, news.numbers, numberKey);
-    both.emails = united(known.emails, news.emails, lowerCase);
-    both.urls = united(known.urls, news.urls, itself);
+    both.numbers = united(known.numbers, news.numbers, isSameNumber);
+    both.emails = united(known.emails, news.emails, isSameEmail);
+    both.urls = united(known.urls, news.urls, isSameText);
     for (const PostalAddress &address : news.addresses) {
         if (std::ranges::none_of(both.addresses, [&](const PostalAddress &each) { return isSame(each, address); }))
             both.addresses.append(address);
@@ -155,6 +195,19 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
     both.properties += news.properties;
     both.properties.removeDuplicates();
     return both;
+}
+
+QStringList VXReplacedValues(const VXContactRecord &before, const VXContactRecord &after)
+{
+    QStringList replaced;
+    const auto tell = [&](const QString &key, const QString &old, const QString &now) {
+        if (!old.isEmpty() && old != now)
+            replaced.append(u"%1 %2 -> %3"_s.arg(key, old, now));
+    };
+    for (const Text &each : texts)
+        tell(each.key, before.*each.field, after.*each.field);
+    tell(u"birthday"_s, before.birthday.toString(Qt::ISODate), after.birthday.toString(Qt::ISODate));
+    return replaced;
 }
 
 QString VXNewContactUID()

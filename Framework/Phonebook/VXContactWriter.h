@@ -16,11 +16,14 @@ enum class VXContactPrecedence { News, Known };
 /** A contact as it can be stored: a name whose parts are not known is the first name, and what is empty is none. */
 [[nodiscard]] VX_EXPORT VXContactRecord VXStorableContact(const VXContactRecord &contact);
 /**
- * Both in one, storable: lists are united, numbers compared by their search strings and addresses without case; of single values
- * those of the one with precedence count, if it has any. A UID that is known stays.
+ * Both in one, storable: lists are united, numbers compared as they are looked up, unless their countries differ, and addresses without
+ * case; of single values those of the one with precedence count, if it has any. Where Known counts, the other values stand in the
+ * note. A UID that is known stays.
  */
 [[nodiscard]] VX_EXPORT VXContactRecord VXUnitedContact(const VXContactRecord &known, const VXContactRecord &news,
                                                         VXContactPrecedence precedence);
+/** The single values that are others than before, as "company Mill -> Acme". */
+[[nodiscard]] VX_EXPORT QStringList VXReplacedValues(const VXContactRecord &before, const VXContactRecord &after);
 /** A UID that no other contact has. */
 [[nodiscard]] VX_EXPORT QString VXNewContactUID();
 /** Whether they have the same values, in whatever order. */

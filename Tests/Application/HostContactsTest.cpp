@@ -39,6 +39,7 @@ TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
               0);
     EXPECT_EQ(phonebook({u"add"_s, u"Doe, Jane"_s, u"--number"_s, u"0044 20 7946 0123"_s}).status, 0);
     EXPECT_EQ(json({u"lookup"_s, u"(555) 0100"_s})["name"_L1], u"Jane Doe"_s);
+    EXPECT_EQ(json({u"lookup"_s, u"Jane@example.org"_s})["name"_L1], u"Jane Doe"_s);
     EXPECT_EQ(json({u"complete"_s, u"ja do"_s, u"--limit"_s, u"5"_s}),
               (QJsonArray{u"Jane Doe <+1 555 0100/m>"_s, u"Jane Doe <0044 20 7946 0123>"_s,
                           u"Jane Doe <jane@example.org>"_s}));
@@ -116,6 +117,9 @@ TEST_F(HostContactsTest, FilesOfOtherProgramsAreImportedAndExported)
     }
     const QByteArray written = phonebook({u"export"_s, u"-"_s, u"--card-version"_s, u"4.0"_s}).output;
     EXPECT_EQ(written, readFile(exported));
+    const QString other = writeFile(u"other.txt"_s, "mine");
+    EXPECT_THAT(phonebook({u"export"_s, other}).errors.toStdString(), HasSubstr("holds no vCards; it stays as it is"));
+    EXPECT_EQ(readFile(other), "mine");
     EXPECT_THAT(phonebook({u"undo-import"_s}).output.toStdString(), HasSubstr("Undid the import of desktop-4.0.vcf"));
     EXPECT_EQ(json({u"list"_s}).toArray().size(), 3);
     phonebook({u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0101"_s});

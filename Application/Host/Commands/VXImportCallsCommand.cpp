@@ -45,17 +45,19 @@ int runImportCalls(VXHostContext &context)
 
 VXHostCommand VXImportCallsCommand()
 {
-    return {.name = u"import-calls"_s,
-            .summary = u"Import calls from a table"_s,
-            .synopsis = u"FILE"_s,
-            .details =
-                u"FILE holds comma-separated values, as \"vornix export csvexporter calls VXCall\" writes them: its "
-                u"first line "
-                "names the columns, \"date\" (ISO 8601) and \"from\" or \"to\" at least; \"direction\", \"duration\", "
-                "\"connectedDate\", \"device_url\" and \"isMissed\" are read too, others are passed over. Calls that "
-                "are there "
-                "already are left out, so that importing again changes nothing."_s,
-            .minimumOperands = 1,
-            .maximumOperands = 1,
-            .run = runImportCalls};
+    return {
+        .name = u"import-calls"_s,
+        .summary = u"Import calls from a table"_s,
+        .synopsis = u"FILE"_s,
+        .details =
+            u"FILE holds values with commas, semicolons or tabs between, as \"vornix export csvexporter calls VXCall "
+            "--option utc=true\" writes them: its first line "
+            "names the columns, \"date\" (ISO 8601; without a zone it is the local time here) and \"from\" or \"to\" "
+            "at least; \"direction\" (1 came in, 0 went out), \"duration\" (seconds, or hours:minutes:seconds), "
+            "\"connectedDate\" and \"device_url\" are read too, others are passed over. Calls that are there "
+            "already are left out, so that importing again changes nothing. \"-\" is standard input. It ends with "
+            "status 1 when a line could not be read, though the others are taken."_s,
+        .minimumOperands = 1,
+        .maximumOperands = 1,
+        .run = runImportCalls};
 }

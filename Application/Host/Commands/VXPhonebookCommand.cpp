@@ -188,7 +188,8 @@ VXHostCommand VXPhonebookCommand()
         .summary = u"Keep contacts, look them up, and take addresses apart"_s,
         .synopsis = verbs.join(u'|') + u" [TEXT|FILE]..."_s,
         .details =
-            u"\"lookup STRING\" shows whose phone number that is, \"complete TEXT\" what a beginning may become. "
+            u"\"lookup STRING\" shows whose phone number or e-mail address that is, \"complete TEXT\" what a beginning "
+            u"may become. "
             u"\"list\", "
             "\"show CONTACT\", \"add [NAME]\", \"edit CONTACT\" and \"delete CONTACT\" are for the contacts that are "
             "kept; CONTACT is an ID as \"list\" shows it, a number, an address or a name; NAME may be a phonebook "

@@ -2,15 +2,11 @@
 #include "VXDesktopServices.h"
 #include "VXDeviceRegistry.h"
 #include "VXDeviceURL.h"
-#include "VXEventManager.h"
+#include "VXEventLines.h"
 #include "VXHostCommands.h"
 #include "VXHostOutput.h"
 #include "VXHotKeyManager.h"
-#include "VXKeyValueCoding.h"
-#include "VXMainThread.h"
 #include "VXModalSession.h"
-#include "VXNotificationCenter.h"
-#include "VXPhonebookRecord.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
 #include "VXReactionOutcome.h"
@@ -18,11 +14,9 @@
 #include "VXSignalWatcher.h"
 
 #include <QtCore/QJsonObject>
-#include <QtCore/QTime>
 
 #include <algorithm>
 #include <csignal>
-#include <memory>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -84,45 +78,6 @@ private:
     bool _isForced = false;
 };
 
-/** Tells of each event, and of whom by the phonebook. */
-class EventLines
-{
-public:
-    explicit EventLines(VXHostOutput &output)
-        : _observer(VXNotificationCenter::defaultCenter().addObserver(
-              nullptr, VXEventManagerWillPostEventNotification,
-              [&output, isGone = _isGone](const VXNotification &notification) {
-                  const QString line = lineOf(notification); // here, on the thread of the event's object
-                  VXMainThread::perform([&output, isGone, line] {
-                      if (!*isGone)
-                          output.note(line);
-                  });
-              }))
-    {
-    }
-    ~EventLines()
-    {
-        VXNotificationCenter::defaultCenter().removeObserver(_observer);
-        *_isGone = true;
-    }
-    EventLines(const EventLines &) = delete;
-    EventLines &operator=(const EventLines &) = delete;
-
-private:
-    static QString lineOf(const VXNotification &notification)
-    {
-        const QString time = QTime::currentTime().toString(u"HH:mm:ss"_s);
-        const QString subtype = notification.userInfo.value(u"event_message"_s).toString();
-        const QString title = notification.userInfo.value(u"event_name"_s).toString() +
-                              (subtype.isNull() ? QString() : "::"_L1 + subtype);
-        const QString who = VXValueForKey(VXObjectWithContact(notification.object), u"who"_s).toString();
-        return time + "  "_L1 + title + (who.isEmpty() ? QString() : "  "_L1 + who);
-    }
-
-    const std::shared_ptr<bool> _isGone = std::make_shared<bool>(false); // for the main thread
-    const VXNotificationCenter::ObserverID _observer;
-};
-
 // The desktop's keys and its selection. Without a desktop nothing is said unless keys are bound. `context`: while this lives, what
 // becomes of the keys is told.
 void connectToDesktop(VXHostOutput &output, QObject &context)
@@ -159,6 +114,7 @@ int runRun(VXHostContext &context)
         VXHostOutput &output = context.output;
         const QList<VXPluginProxy *> plugins = manager.allPlugins();
         const auto count = std::ranges::count_if(plugins, &VXPluginProxy::isLoaded);
+        const VXEventLines eventLines(output);
         Running running(output);
         QObject listener;
         connectToDesktop(output, listener);
@@ -167,7 +123,6 @@ int runRun(VXHostContext &context)
             output.note(u"listening to %1, %2"_s.arg(device->name(), VXAbsoluteString(device->url())));
         const VXScriptingService scripting;
         tellWhetherScriptsReach(scripting, output);
-        const EventLines eventLines(output);
         output.note(u"running, plugins loaded: %1; interrupt to end"_s.arg(count));
         if (!running.untilEnded())
             return output.fail(u"ended before every plugin agreed"_s);

@@ -12,6 +12,7 @@
 #include "VXHostOutput.h"
 #include "VXInputFile.h"
 #include "VXManagedObjectContext.h"
+#include "VXRegularFile.h"
 #include "VXStoreAccess.h"
 #include "VXTextTable.h"
 
@@ -41,8 +42,10 @@ QJsonObject jsonOf(const VXContactImportReport &report)
 {
     QJsonArray contacts;
     for (const VXImportedContact &each : report.contacts)
-        contacts.append(
-            QJsonObject{{u"outcome"_s, outcomeName(each.outcome)}, {u"name"_s, each.name}, {u"line"_s, each.line}});
+        contacts.append(QJsonObject{{u"outcome"_s, outcomeName(each.outcome)},
+                                    {u"name"_s, each.name},
+                                    {u"line"_s, each.line},
+                                    {u"replaced"_s, QJsonArray::fromStringList(each.replaced)}});
     QJsonArray problems;
     for (const VXCardProblem &each : report.problems)
         problems.append(QJsonObject{{u"line"_s, each.line}, {u"problem"_s, each.text}});
@@ -52,15 +55,15 @@ QJsonObject jsonOf(const VXContactImportReport &report)
 
 QString textOf(const VXContactImportReport &report, bool isDryRun)
 {
-    QString text;
-    if (isDryRun) {
-        QList<QStringList> rows;
-        for (const VXImportedContact &each : report.contacts.mid(0, mostShown))
-            rows.append({outcomeName(each.outcome), each.name, u"line %1"_s.arg(each.line)});
-        text = VXTextTable(rows);
-        if (report.contacts.size() > mostShown)
-            text += u"and %1 more\n"_s.arg(report.contacts.size() - mostShown);
-    }
+    // Once it is done, only what had another value before.
+    QList<VXImportedContact> told = report.contacts;
+    told.removeIf([&](const VXImportedContact &each) { return !isDryRun && each.replaced.isEmpty(); });
+    QList<QStringList> rows;
+    for (const VXImportedContact &each : told.mid(0, mostShown))
+        rows.append({outcomeName(each.outcome), each.name, u"line %1"_s.arg(each.line), each.replaced.join("; "_L1)});
+    QString text = rows.isEmpty() ? QString() : VXTextTable(rows);
+    if (told.size() > mostShown)
+        text += u"and %1 more\n"_s.arg(told.size() - mostShown);
     return text + u"%1: %2 added, %3 changed, %4 there already, %5 left out\n"_s
                       .arg(isDryRun ? u"Would be imported"_s : u"Imported"_s)
                       .arg(report.added)
@@ -89,6 +92,18 @@ bool writeCards(const VXFetchResult &persons, VXCardWriter::Version version, QIO
             return false;
     }
     return true;
+}
+
+// What an export may not take the place of: a file that is no export.
+QString whyNotReplaced(const QString &path)
+{
+    QFile file(path);
+    QString reason;
+    if (!QFileInfo::exists(path) || !VXRegularFile::open(file, &reason) || file.size() == 0)
+        return {};
+    const QByteArray mark = "BEGIN:VCARD";
+    return file.read(mark.size()).toUpper() == mark ? QString()
+                                                    : u"%1 is there and holds no vCards; it stays as it is"_s.arg(path);
 }
 
 // To standard output the cards alone go.
@@ -158,6 +173,10 @@ int VXExportContacts(VXHostContext &context)
         return context.output.fail(VXErrorText(error));
     if (path == "-"_L1)
         return exportToOutput(context, *persons, version);
+    if (const QString problem = whyNotReplaced(path); !problem.isNull())
+        return context.output.fail(problem);
+    if (persons->isEmpty())
+        return context.output.fail(u"there are no contacts to export"_s);
     VXAtomicFile file(path, VXFileAccess::Shared);
     qsizetype count = 0;
     if (!file.open() || !writeCards(*persons, version, file, &count) || !file.commit())

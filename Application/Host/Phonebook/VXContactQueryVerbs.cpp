@@ -72,7 +72,7 @@ int lookUpAll(VXHostContext &context, const QString &text)
     QJsonArray json;
     for (const VXContactCandidate &candidate : *candidates) {
         const VXManagedObjectPtr person = personOf(*candidate.entry);
-        rows.append({QString::number(candidate.score), VXPhonebookEntry::phonebookString(*candidate.entry),
+        rows.append({QString::number(candidate.score, 'f', 0), VXPhonebookEntry::phonebookString(*candidate.entry),
                      person ? VXShownContact(person).shortID : QString(), candidate.reasons.join("; "_L1)});
         QJsonObject each = jsonOf(*candidate.entry);
         each.insert(u"score"_s, candidate.score);
@@ -133,7 +133,15 @@ int VXLookUpContact(VXHostContext &context)
     const QString text = context.options.operand(1);
     if (context.options.isSet(u"all"_s))
         return lookUpAll(context, text);
-    const VXManagedObjectPtr entry = VXPhonebookManager::sharedPhonebookManager().entryForPhonebookString(text);
+    VXPhonebookManager &manager = VXPhonebookManager::sharedPhonebookManager();
+    VXManagedObjectPtr entry = manager.entryForPhonebookString(text); // which knows numbers alone
+    if (VXManagedObjectContext *const contacts = entry ? nullptr : manager.managedObjectContext()) {
+        QString name;
+        QString value;
+        unsigned type = 0;
+        if (VXPhonebookStringSplit(text, &name, &value, &type) && VXIsValidEmailAddress(value))
+            entry = VXContactLookup::best(VXContactLookup(*contacts).forEmailAddress(value, type, name));
+    }
     if (!entry) {
         context.output.answer(u"No contact has it.\n"_s, QJsonValue());
         return VXHostOutput::Failed;

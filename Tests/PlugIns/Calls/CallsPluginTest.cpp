@@ -72,6 +72,10 @@ TEST_F(CallsPluginTest, TablesAreImportedLineByLine)
          "from;date\r\n5550101;2026-01-31T12:01:00Z\r\n\r\n",
          {u"1 ended 0 5550101"_s},
          {}},
+        {"Date,From,Duration\n2026-01-31T12:01:30Z,5550107,0:01:30\n2026-01-31T12:01:40Z,5550108,-5\n"
+         "2026-01-31T12:01:50Z,,7\n",
+         {u"1 ended 90 5550107"_s, u"1 ended 0 5550108"_s},
+         {u"line 3: the duration \"-5\" is no number of seconds"_s, u"line 4: neither from nor to anybody"_s}},
         {"date\tto\tdirection\n2026-01-31T12:02:00Z\t5550102\t0", {u"0 ended 0 5550102"_s}, {}},
         {"date,note,from\n2026-01-31T12:03:00Z,\"two\nlines\",'+1 555 0103\nyesterday,,5550104\n",
          {u"1 ended 0 5550103"_s},
@@ -94,7 +98,7 @@ TEST_F(CallsPluginTest, TablesAreImportedLineByLine)
         }
     }
     VXError error;
-    EXPECT_FALSE(VXCallImport(store).run(writeFile(u"calls.csv"_s, "Date,From\n"), &error));
+    EXPECT_FALSE(VXCallImport(store).run(writeFile(u"calls.csv"_s, "When,From\n"), &error));
     EXPECT_THAT(error.localizedDescription().toStdString(), testing::HasSubstr("does not name the columns"));
     ASSERT_EQ(mkfifo(path(u"pipe"_s).toUtf8().constData(), 0600), 0);
     EXPECT_FALSE(VXCallImport(store).run(path(u"pipe"_s), &error)); // and does not wait for somebody to write

@@ -93,34 +93,6 @@ TEST_F(VXMessageDeliveryTest, WhatWasSentIsFiledAsSent)
     EXPECT_THAT(heard, ElementsAre(u"will Hi"_s, u"did Hi"_s));
 }
 
-TEST_F(VXMessageDeliveryTest, ItDependsOnThePhonesAnswerWhetherAMessageIsTriedAgain)
-{
-    const VXError failure = VXMakeError(u"no"_s);
-    const struct
-    {
-        QVariant result;
-        VXError error;
-        VXOutboxState state;
-    } cases[] = {
-        {QVariantMap{{u"failure"_s, u"later"_s}}, failure, VXOutboxState::Queued},
-        {QVariantMap{{u"failure"_s, u"refused"_s}}, failure, VXOutboxState::Failed},
-        {QVariantMap{{u"sentCount"_s, 1}, {u"partCount"_s, 3}}, failure, VXOutboxState::PerhapsSent},
-        {{}, failure, VXOutboxState::PerhapsSent}, // nobody knows
-    };
-    for (const auto &each : cases) {
-        phone->result = each.result;
-        phone->error = each.error;
-        const auto number = VXOutgoingMessage::send(u"+1 555 0100"_s, u"Hi"_s, url, *store, *outbox);
-        const VXOutboxEntry entry = tried(*number);
-        EXPECT_EQ(entry.state, each.state);
-        EXPECT_EQ(entry.problem, u"no"_s);
-        EXPECT_EQ(entry.nextDate > QDateTime::currentDateTimeUtc(), each.state == VXOutboxState::Queued);
-        EXPECT_TRUE(outbox->drop(*number)); // it would hold up the next one
-    }
-    EXPECT_EQ(shownIn(VXDraftsFolder).size(), qsizetype(std::size(cases))); // none is lost
-    EXPECT_THAT(shownIn(VXSentFolder), IsEmpty());
-}
-
 TEST_F(VXMessageDeliveryTest, APhoneThatIsBackGetsWhatWaits)
 {
     phone->result = QVariantMap{{u"failure"_s, u"later"_s}};
@@ -170,6 +142,34 @@ TEST_F(VXMessageDeliveryTest, WhatWasOnItsWayAtTheEndIsLeftToTheUser)
     EXPECT_TRUE(VXRunUntil([&] { return shownIn(VXSentFolder) == QStringList{u"2 Hi"_s}; }));
     EXPECT_EQ(phone->sent.size(), 1);
     EXPECT_THAT(shownIn(VXDraftsFolder), IsEmpty());
+}
+
+TEST_F(VXMessageDeliveryTest, ItDependsOnThePhonesAnswerWhetherAMessageIsTriedAgain)
+{
+    const VXError failure = VXMakeError(u"no"_s);
+    const struct
+    {
+        QVariant result;
+        VXError error;
+        VXOutboxState state;
+    } cases[] = {
+        {QVariantMap{{u"failure"_s, u"later"_s}}, failure, VXOutboxState::Queued},
+        {QVariantMap{{u"failure"_s, u"refused"_s}}, failure, VXOutboxState::Failed},
+        {QVariantMap{{u"sentCount"_s, 1}, {u"partCount"_s, 3}}, failure, VXOutboxState::PerhapsSent},
+        {{}, failure, VXOutboxState::PerhapsSent}, // nobody knows
+    };
+    for (const auto &each : cases) {
+        phone->result = each.result;
+        phone->error = each.error;
+        const auto number = VXOutgoingMessage::send(u"+1 555 0100"_s, u"Hi"_s, url, *store, *outbox);
+        const VXOutboxEntry entry = tried(*number);
+        EXPECT_EQ(entry.state, each.state);
+        EXPECT_EQ(entry.problem, u"no"_s);
+        EXPECT_EQ(entry.nextDate > QDateTime::currentDateTimeUtc(), each.state == VXOutboxState::Queued);
+        EXPECT_TRUE(outbox->drop(*number)); // it would hold up the next one
+    }
+    EXPECT_EQ(shownIn(VXDraftsFolder).size(), qsizetype(std::size(cases))); // none is lost
+    EXPECT_THAT(shownIn(VXSentFolder), IsEmpty());
 }
 
 TEST_F(VXMessageDeliveryTest, WithoutThePhoneMessagesWaitOrFail)

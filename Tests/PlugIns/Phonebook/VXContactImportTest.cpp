@@ -30,8 +30,13 @@ protected:
         VXError error;
         const auto report = import.run(reader, &error);
         EXPECT_TRUE(report) << error.description().toStdString();
+        replaced.clear();
+        for (const VXImportedContact &each : report->contacts)
+            replaced += each.replaced;
         return u"%1 %2 %3 %4"_s.arg(report->added).arg(report->changed).arg(report->same).arg(report->leftOut);
     }
+
+    QStringList replaced; // by the last import
 
     /** Of each contact name, numbers, addresses and groups, sorted. */
     QStringList contacts() const
@@ -123,6 +128,7 @@ TEST_F(VXContactImportTest, WhatIsNewIsTakenOverAndNothingIsLost)
     for (const auto &each : cases) {
         EXPECT_EQ(import(each.cards, true), each.counts) << each.cards.toStdString();
         EXPECT_EQ(import(each.cards), each.counts) << each.cards.toStdString();
+        EXPECT_EQ(replaced.contains(u"lastName Doe -> Smith"_s), each.cards.contains("Smith"));
         EXPECT_TRUE(contacts().contains(each.contact)) << contacts().join(u'\n').toStdString();
     }
 }
@@ -232,6 +238,21 @@ TEST_F(VXContactImportTest, DuplicatesBecomeOneAndTwoAgain)
     EXPECT_EQ(undo(), u"0 1 3 "_s);
     EXPECT_EQ(contacts(), before);
     EXPECT_EQ(countOf(u"VXContactChange"_s), 0);
+}
+
+// The user finds in the note what of two values is not kept; numbers of two countries are two.
+TEST_F(VXContactImportTest, MergesLoseNothing)
+{
+    import(card("Jane Doe", "UID:a\r\nTEL:(555) 0100\r\nORG:Acme\r\nBDAY:1980-01-01\r\nTITLE:Chief\r\nNOTE:n\r\n") +
+           card("Jane Doe", "UID:b\r\nTEL:+1 555 0100\r\nTEL:+44 555 0100\r\nORG:Other\r\nBDAY:1981-01-01\r\n"));
+    const VXContactDuplicates duplicates(store);
+    const auto found = duplicates.find();
+    ASSERT_TRUE(found && found->size() == 1);
+    ASSERT_TRUE(duplicates.merge(*found));
+    EXPECT_EQ(contacts(), QStringList{u"Jane Doe|Other|+1 555 0100|+44 555 0100"_s});
+    VXManagedObjectContext context(store);
+    const auto persons = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
+    EXPECT_EQ(persons->first()->valueForKey(u"note"_s), u"n\ncompany: Acme\nbirthday: 1980-01-01"_s);
 }
 
 TEST_F(VXContactImportTest, WhatIsKeptIsWhatTheCardHad)
