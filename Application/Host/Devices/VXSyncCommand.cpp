@@ -98,5 +98,6 @@ VXHostCommand VXSyncCommand()
                     {.name = u"calls"_s, .placeholder = {}, .summary = u"Only calls, and what else is named"_s}},
         .minimumOperands = 1,
         .maximumOperands = 1,
+        .operandKinds = {{{}, {u"devices"_s}}},
         .run = runSync};
 }
