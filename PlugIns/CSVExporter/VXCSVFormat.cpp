@@ -23,9 +23,13 @@ bool isUnsignedNumber(QByteArrayView text)
     return isPoint && point + 1 != text.end() && std::all_of(point + 1, text.end(), isDigit);
 }
 
-// What follows the plus of an international phone number.
+// What follows the plus of an international phone number, which may have letters of a type at its end ("/Hm").
 bool isPhoneNumber(QByteArrayView text)
 {
+    const auto isLetter = [](char octet) { return QByteArrayView("HWmfp!").contains(octet); };
+    const qsizetype slash = text.lastIndexOf('/');
+    if (slash >= 0 && std::all_of(text.begin() + slash + 1, text.end(), isLetter))
+        text = text.first(slash);
     const auto isPart = [](char octet) { return isDigit(octet) || QByteArrayView(" ()-./").contains(octet); };
     return std::all_of(text.begin(), text.end(), isPart) && std::any_of(text.begin(), text.end(), isDigit);
 }

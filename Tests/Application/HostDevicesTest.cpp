@@ -65,6 +65,11 @@ TEST_F(HostDevicesTest, AddsListsAndRemoves)
                          "My phone  connected              -        vxdevice://localhost/org.phones/one\n"
                          "x         plugin missing         -        vxdevice://localhost/org.gone/x\n"
                          "refused   refused by its plugin  yes      vxdevice://localhost/org.phones/refused\n"));
+    qputenv("COLUMNS", "40"); // the least useful columns go, and are named
+    const HostOutcome narrow = devices({u"list"_s});
+    qunsetenv("COLUMNS");
+    EXPECT_TRUE(narrow.output.startsWith("NAME      STATE\nMy phone  connected\n")) << narrow.output.toStdString();
+    EXPECT_EQ(narrow.errors, QByteArray("For want of room without: DEFAULT, URL. --json has everything.\n"));
     EXPECT_EQ(outcomeOf({u"default"_s, url + u"/messages/7"_s, u"--key"_s, u"calls"_s}),
               "0 " + url.toStdString() + '\n');
     EXPECT_EQ(outcomeOf({u"default"_s, u"--key"_s, u"calls"_s}), "0 " + url.toStdString() + '\n');

@@ -130,6 +130,8 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
         {"vornix plugins info ca", "called"},
         {"vornix --home /h devices do one ", "--home /h completion words actions one"},
         {"vornix triggers add --reactor ", "completion words reactors"},
+        {"vornix sync ", "completion words devices"},
+        {"vornix export csv calls ", "completion words entities calls"},
     };
     for (const auto &[words, offered] : cases) {
         QProcess bash;

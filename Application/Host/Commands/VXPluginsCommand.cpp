@@ -43,7 +43,9 @@ int list(VXHostContext &context, VXPluginManager &manager)
         json.append(report.json());
         rows.append(report.columns());
     }
-    context.output.answer(json.isEmpty() ? u"There are no plugins.\n"_s : VXTextTable(rows), json);
+    context.output.answer(json.isEmpty() ? u"There are no plugins.\n"_s
+                                         : VXFittingTable(context.output, rows, {u"VERSION"_s, u"KIND"_s, u"NAME"_s}),
+                          json);
     return VXHostOutput::Done;
 }
 

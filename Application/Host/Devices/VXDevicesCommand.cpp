@@ -61,7 +61,10 @@ int list(VXHostContext &context, VXPluginManager &manager)
         json.append(report.json());
         rows.append(report.columns());
     }
-    return done(context, json.isEmpty() ? u"There are no devices.\n"_s : VXTextTable(rows), json);
+    return done(context,
+                json.isEmpty() ? u"There are no devices.\n"_s
+                               : VXFittingTable(context.output, rows, {u"DEFAULT"_s, u"URL"_s}),
+                json);
 }
 
 // -- add

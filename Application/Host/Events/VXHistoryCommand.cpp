@@ -58,7 +58,7 @@ int list(VXHostContext &context, qsizetype most)
     const bool withReasons = options.isSet(u"why"_s);
     context.output.answer(records.isEmpty() ? u"There are no such events.\n"_s
                           : withReasons     ? textWithReasons(records)
-                                            : VXTextTable(rows),
+                                            : VXFittingTable(context.output, rows, {u"DATE"_s, u"WHO"_s}),
                           {});
     return VXHostOutput::Done;
 }

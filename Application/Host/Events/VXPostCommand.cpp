@@ -63,5 +63,6 @@ VXHostCommand VXPostCommand()
                         {u"trace"_s, {}, u"Tell why each trigger did or did not run"_s}},
             .minimumOperands = 1,
             .maximumOperands = 1,
+            .operandKinds = {{{}, {u"events"_s}}},
             .run = runPost};
 }

@@ -147,6 +147,7 @@ int VXListReactors(VXHostContext &context, QList<VXPluginProxy *> plugins, const
         json.append(report.json());
         rows.append(report.columns());
     }
-    context.output.answer(json.isEmpty() ? none : VXTextTable(rows), json);
+    context.output.answer(json.isEmpty() ? none : VXFittingTable(context.output, rows, {u"EVENTS"_s, u"CATEGORY"_s}),
+                          json);
     return VXHostOutput::Done;
 }

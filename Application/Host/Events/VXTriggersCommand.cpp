@@ -63,7 +63,10 @@ int list(VXHostContext &context, VXTriggerStore &triggers)
         json.append(report.json());
         rows.append(report.columns());
     }
-    context.output.answer(json.isEmpty() ? u"There are no triggers.\n"_s : VXTextTable(rows), json);
+    context.output.answer(json.isEmpty()
+                              ? u"There are no triggers.\n"_s
+                              : VXFittingTable(context.output, rows, {u"FILTER"_s, u"NAME"_s, u"REACTORS"_s}),
+                          json);
     return VXHostOutput::Done;
 }
 

@@ -44,7 +44,8 @@ struct VXHostCommand
     qsizetype maximumOperands = 0;
     QStringList firstOperands = {};           // what the first operand may be, the standard one first; empty: anything
     QMap<QString, QString> verbSynopses = {}; // by first operand, those behind it, as "URL ACTION"
-    /** By first operand, what the ones behind it name, for the completion: kinds of VXWordsOfKind, or "files". */
+    /** By first operand, what the ones behind it name, for the completion: kinds of VXWordsOfKind, or "files". Under the empty
+     *  text what all operands name, of commands without verbs. */
     QMap<QString, QStringList> operandKinds = {};
     bool isHidden = false;
     /** Answers the exit status, one of VXHostOutput's. */

@@ -61,17 +61,20 @@ QString valueCases(const QString &command, const QList<VXHostOption> &options)
     return text;
 }
 
-// What there is of the kinds that the operands behind the first one name.
+// What there is of the kinds that operands name, each of which may be "of" the one before.
 QString operandCases(const VXHostCommand &command)
 {
     QString text;
     for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds) {
+        const bool isOfVerb = !kinds.key().isEmpty();
         for (qsizetype i = 0; i < kinds->size(); ++i) {
             const QString kind = kinds->at(i);
-            text += u"                %1\\ %2) %3 ;;\n"_s.arg(kinds.key())
-                        .arg(i + 1)
+            const qsizetype place = isOfVerb ? i + 1 : i;
+            const QString of = place > 0 ? u" \"${given[%1]}\""_s.arg(place - 1) : QString();
+            text += u"                %1\\ %2) %3 ;;\n"_s.arg(isOfVerb ? kinds.key() : u"*"_s)
+                        .arg(place)
                         .arg(kind == "files"_L1 ? u"COMPREPLY=($(compgen -f -- \"$current\"))"_s
-                                                : u"_vornix_words %1 \"${given[%2]}\""_s.arg(kind).arg(i));
+                                                : "_vornix_words "_L1 + kind + of);
         }
     }
     return text.isEmpty()
@@ -187,8 +190,8 @@ QString fishCommand(const VXHostCommand &command)
                                                                                                fishQuoted(verbs));
     }
     for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds)
-        text += u"complete -c vornix%1; and __fish_seen_subcommand_from %2' %3\n"_s.arg(
-            seen, kinds.key(),
+        text += u"complete -c vornix%1%2' %3\n"_s.arg(
+            seen, kinds.key().isEmpty() ? QString() : u"; and __fish_seen_subcommand_from "_s + kinds.key(),
             kinds->first() == "files"_L1 ? u"-F"_s
                                          : u"-a '(vornix completion words %1 2>/dev/null)'"_s.arg(kinds->first()));
     for (const VXHostOption &option : command.options)

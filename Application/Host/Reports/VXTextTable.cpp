@@ -1,5 +1,7 @@
 #include "VXTextTable.h"
 
+#include "VXHostOutput.h"
+
 #include <algorithm>
 #include <numeric>
 
@@ -47,4 +49,22 @@ qsizetype VXWidthOfTable(const QList<QStringList> &rows)
     QList<qsizetype> widths;
     widen(widths, rows);
     return std::accumulate(widths.cbegin(), widths.cend(), 2 * std::max<qsizetype>(widths.size() - 1, 0));
+}
+
+QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStringList &dispensable)
+{
+    QStringList gone;
+    for (const QString &title : dispensable) {
+        const qsizetype column = rows.first().indexOf(title);
+        if (VXWidthOfTable(rows) <= output.width())
+            break;
+        if (column < 0)
+            continue;
+        for (QStringList &row : rows)
+            row.removeAt(column);
+        gone.append(title);
+    }
+    if (!gone.isEmpty() && !output.isJSON())
+        output.note(u"For want of room without: %1. --json has everything."_s.arg(gone.join(", "_L1)));
+    return VXTextTable(rows);
 }

@@ -4,6 +4,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+class VXHostOutput;
+
 /**
  * Rows as lines of aligned columns, with two spaces between; nothing is put after the last column. Control characters,
  * which could steer a terminal, become spaces. A long table can be made piece by piece: `widths` keeps those of the columns.
@@ -12,3 +14,7 @@
 
 /** How wide the longest line of such a table is, at most. */
 [[nodiscard]] qsizetype VXWidthOfTable(const QList<QStringList> &rows);
+
+/** The table without those of the dispensable columns, named by their titles, that the output has no room for: the first ones
+ *  go first, and a note names them. */
+[[nodiscard]] QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStringList &dispensable);

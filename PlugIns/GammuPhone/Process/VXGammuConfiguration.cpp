@@ -94,6 +94,9 @@ VXGammuFailure VXGammuConfiguration::setValues(GSM_Config *target) const
     if (connection.isNull() || port.isNull())
         return VXGammuRefusal(
             u"The phone is not configured: set connection and port, or config_file and config_section."_s);
+    const bool isFile = port.startsWith(u'/') || connection == "none"_L1;
+    if (isFile && !QFileInfo::exists(port)) // of which the library would say that it may not be opened
+        return VXGammuTrouble(u"The phone could not be reached: %1"_s, ERR_DEVICENOTEXIST);
     const QByteArray name = model == "auto"_L1 ? QByteArray() : model.toUtf8();
     if (size_t(name.size()) >= sizeof target->Model)
         return VXGammuRefusal(u"No phone has the model \"%1\"."_s, {model});

@@ -1,5 +1,7 @@
 #include "VXGammuPhoneTest.h"
 
+#include <gammu.h>
+
 using namespace Qt::StringLiterals;
 
 class VXGammuConfigurationTest : public VXGammuPhoneTest
@@ -48,6 +50,14 @@ TEST_F(VXGammuConfigurationTest, WhatCannotBeReachedIsTold)
         EXPECT_FALSE(told.isEmpty());
         EXPECT_EQ(phone->devicePropertyForKey(u"problem"_s).value<VXLocalizedProperty>().value(), told);
         EXPECT_FALSE(static_cast<VXGammuPhone *>(phone.get())->isConnecting());
+    }
+}
+
+TEST_F(VXGammuConfigurationTest, APortThatIsNotThereIsToldAsThat)
+{
+    for (const QString &connection : {u"none"_s, u"at"_s}) {
+        const auto phone = makePhone({{u"connection"_s, connection}, {u"port"_s, path(u"nowhere"_s)}});
+        EXPECT_EQ(run(phone, u"read_contacts"_s)->error().code(), ERR_DEVICENOTEXIST);
     }
 }
 

@@ -201,7 +201,8 @@ TEST_F(VXGammuContactsTest, BadContactsAreRefusedAndChangeNothing)
         QVariantMap{{u"note"_s, QVariantList()}},
         QVariantMap{{u"numbers"_s, many}},
         QVariantMap{{u"numbers"_s, u"+1"_s}},
-        QVariantMap{{u"numbers"_s, QVariantList{u"+1"_s}}},
+        QVariantMap{{u"numbers"_s, QVariantList{1}}},
+        QVariantMap{{u"numbers"_s, QVariantList{u"one"_s}}},
         QVariantMap{{u"numbers"_s, QVariantList{QVariantMap{{u"number"_s, u"+1"_s}, {u"type"_s, u"odd"_s}}}}},
         QVariantMap{{u"numbers"_s, QVariantList{QVariantMap{{u"number"_s, u"+1"_s}, {u"label"_s, u"moon"_s}}}}},
         QVariantMap{{u"birthday"_s, u"soon"_s}},
@@ -220,6 +221,18 @@ TEST_F(VXGammuContactsTest, BadContactsAreRefusedAndChangeNothing)
     }
     EXPECT_EQ(QDir(dummyPath(u"pbk/ME"_s)).entryList(QDir::Files), QStringList(u"1"_s));
     EXPECT_EQ(readFile(dummyPath(u"pbk/ME/1"_s)), before);
+}
+
+TEST_F(VXGammuContactsTest, ElementsOfListsMayBeTexts)
+{
+    const auto phone = makeDummy();
+    const QVariantMap contact{{u"lastName"_s, u"Zed"_s},
+                              {u"numbers"_s, QStringList{u"+1 555"_s}},
+                              {u"emails"_s, QVariantList{u"z@example.org"_s}}};
+    EXPECT_FALSE(run(phone, u"write_contact"_s, contact)->error());
+    const QVariantMap read = run(phone, u"read_contacts"_s)->result().toMap()[u"items"_s].toList().first().toMap();
+    EXPECT_EQ(read[u"numbers"_s].toList().first().toMap()[u"number"_s], u"+1555"_s);
+    EXPECT_EQ(read[u"emails"_s].toList().first().toMap()[u"address"_s], u"z@example.org"_s);
 }
 
 TEST_F(VXGammuContactsTest, ReadsTheListsOfCalls)
