@@ -6,6 +6,8 @@ using namespace Qt::StringLiterals;
 
 bool VXPatternMatches(const QRegularExpression &pattern, const QString &text)
 {
+    if (!text.isValidUtf16()) // which no pattern is matched with: halves of pairs count as any other character
+        return VXPatternMatches(pattern, QString::fromUtf8(text.toUtf8()));
     const QRegularExpressionMatch fast = pattern.match(text);
     if (fast.hasMatch() || fast.isValid()) // invalid: it was not decided
         return fast.hasMatch();

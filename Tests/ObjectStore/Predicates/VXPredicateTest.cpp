@@ -170,6 +170,9 @@ TEST(VXPredicateTest, PatternsDescribeLongTextsToo)
     const QVariantMap object{{u"a"_s, u"ab"_s.repeated(500000)}};
     EXPECT_TRUE(read(u"a MATCHES '(ab|cd)*'"_s)->evaluateWithObject(object));
     EXPECT_FALSE(read(u"NOT a MATCHES '(ab|cd)*'"_s)->evaluateWithObject(object));
+    const QVariantMap halfPair{{u"a"_s, QString(u"ab"_s + QChar(0xD800))}};
+    EXPECT_TRUE(read(u"a MATCHES 'ab.'"_s)->evaluateWithObject(halfPair));
+    EXPECT_FALSE(read(u"NOT a MATCHES 'ab.'"_s)->evaluateWithObject(halfPair));
     EXPECT_FALSE(read(u"a MATCHES '(ab|cd)*c'"_s)->evaluateWithObject(object));
 }
 
