@@ -163,14 +163,16 @@ void VXDataPlugin::endApplication(const VXError &error, const VXError &reason)
     if (std::exchange(hasFailed, true))
         return;
     VXLogMethod(VXLogError, "persistentStoreCoordinator", VXDescription(error ? error.description() : QString()));
-    if (VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier()))
+    VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier());
+    if (proxy != nullptr)
         proxy->setLoadError(u"Its store cannot be opened: %1"_s.arg(textForPeople(reason)));
     VXAlert alert;
     alert.message = error ? error.localizedDescription() : VXLocalizedString(u"Unable to read data file"_s);
     alert.informativeText = dataStorePath();
-    alert.details =
-        VXLocalizedString(u"The plugin \"%1\" (%2) cannot open it: %3 Without the plugin the program starts."_s)
-            .arg(description(), identifier(), textForPeople(reason));
+    alert.details = VXLocalizedString(u"The plugin \"%1\" (%2) cannot open it: %3"_s)
+                        .arg(description(), identifier(), textForPeople(reason));
+    if (proxy != nullptr && !proxy->isBuiltInPlugin())
+        alert.details += u' ' + VXLocalizedString(u"Without the plugin the program starts."_s);
     if (const QString text = textAboutEarlierStores(reason); !text.isNull())
         alert.details += u' ' + text;
     alert.defaultButton = VXGlobalString(u"Quit"_s);

@@ -93,7 +93,7 @@ TEST(HostOptionsTest, UsageIsOfTheVerbAndFitsTheTerminal)
         {u"devices"_s, u"do"_s,
          u"usage: vornix devices do DEVICE ACTION [--object JSON] [--timeout SECONDS]\n              [--json-lines]"_s},
         {u"plugins"_s, u"list"_s, u"usage: vornix plugins list"_s},
-        {u"sync"_s, u"mine"_s, u"usage: vornix sync DEVICE [--messages] [--calls]"_s},
+        {u"sync"_s, u"mine"_s, u"usage: vornix sync DEVICE [--contacts] [--messages] [--calls] [--add] [--yes]"_s},
     };
     for (const auto &[command, verb, usage] : cases)
         EXPECT_EQ(VXHostUsage(table.find(command), verb), usage);

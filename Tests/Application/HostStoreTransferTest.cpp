@@ -153,7 +153,7 @@ TEST_F(HostStoreTransferTest, MistakesAreTold)
         {{u"rollback"_s, u"calls"_s}, 1, "no earlier store of calls is known"},
         {{u"rollback"_s, u"calls"_s, path(u"none"_s), u"--yes"_s}, 1, "Not a recognized data file."},
         {{u"export"_s, u"calls"_s, u""_s}, 2, "the name of the folder is empty"},
-        {{u"upgrade"_s, path(u"x.vxdatastore"_s)}, 1, "upgrade takes the name of a data plugin's store"},
+        {{u"upgrade"_s, path(u"x.vxdatastore"_s)}, 2, "upgrade takes the NAME of a plugin's store, and no PATH"},
         {{u"export"_s, u"calls"_s, path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), u"--yes"_s},
          1,
          "The data file that is in use lies there"},

@@ -214,6 +214,6 @@ TEST_F(HostTriggersTest, StoreThatDoesNotOpenNamesItsPluginAndLeavesAWayOut)
     EXPECT_THAT(failed.errors.toStdString(),
                 testing::AllOf(HasSubstr("triggers.vxdatastore"), HasSubstr("(com.halvern.VNX2.plugin.triggers)"),
                                HasSubstr("It does not begin as an SQLite file."),
-                               HasSubstr("vornix plugins disable ID")));
+                               HasSubstr("moved elsewhere, it is made anew")));
     EXPECT_EQ(runHost({u"plugins"_s, u"list"_s}).status, 0); // as do those that mend it
 }

@@ -4,6 +4,7 @@
 #include "VXException.h"
 #include "VXFolders.h"
 #include "VXMutex.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDeadlineTimer>
@@ -40,7 +41,10 @@ VXHomeTest::VXHomeTest()
     VXSetHomeFolder(_home.path());
 }
 
-VXHomeTest::~VXHomeTest() = default;
+VXHomeTest::~VXHomeTest()
+{
+    VXUserDefaults::standardUserDefaults().synchronize(); // else the end of the program makes the folder again for them
+}
 
 QString VXHomeTest::path(const QString &relative) const
 {
