@@ -39,7 +39,8 @@ VXPredicateToken VXPredicateScanner::next()
     }
     if (c == u'"' || c == u'\'')
         return text(c);
-    if (c.isDigit() || ((c == u'-' || c == u'.') && peek(1).isDigit()))
+    const QChar unsignedStart = c == u'-' ? peek(1) : c;
+    if (unsignedStart.isDigit() || (unsignedStart == u'.' && peek(c == u'-' ? 2 : 1).isDigit()))
         return number();
     return mark();
 }

@@ -191,7 +191,9 @@ TEST(VXPredicateTest, NumbersAreReadInEveryForm)
                                                        {".5", 0.5},    {"-.25", -0.25}, {"2e3", 2000},
                                                        {"1E-2", 0.01}, {"1.5e+1", 15},  {"-0.0", 0}};
     for (const auto &[text, number] : numbers) {
-        const auto predicate = read(u"%1 == %@"_s.arg(QString::fromUtf8(text)), {number});
+        VXError error;
+        const auto predicate = read(u"%1 == %@"_s.arg(QString::fromUtf8(text)), {number}, &error);
+        ASSERT_TRUE(predicate) << text << error.description().toStdString();
         EXPECT_TRUE(predicate->evaluateWithObject({})) << text;
     }
     for (const QString &text : {u"a == -."_s, u"a == 1e"_s, u"a == 1e+"_s})

@@ -19,7 +19,8 @@ protected:
         source.remove(QRegularExpression(u"    relationship places:[^\n]*\n"_s));
         source.remove(QRegularExpression(u"entity VXContactPlace \\{[^}]*\\}"_s));
         EXPECT_FALSE(source.contains("VXContactPlace"_L1));
-        return VXManagedObjectModel::modelWithDefinition(VXParseModel(source.toUtf8(), nullptr), nullptr);
+        QList<VXModelProblem> problems;
+        return VXManagedObjectModel::modelWithDefinition(VXParseModel(source.toUtf8(), &problems), nullptr);
     }
 };
 
