@@ -191,7 +191,9 @@ std::optional<double> VXEventDescriptor::realValue() const
     }
     case Code::UInt64: {
         const auto number = numberIn<quint64>(_contents->data);
-        return number && quint64(double(*number)) == *number ? std::optional(double(*number)) : std::nullopt;
+        constexpr double end = 0x1p64; // the largest numbers round up to it, and it is none
+        return number && double(*number) < end && quint64(double(*number)) == *number ? std::optional(double(*number))
+                                                                                      : std::nullopt;
     }
     case Code::Text: {
         bool isParsed = false;

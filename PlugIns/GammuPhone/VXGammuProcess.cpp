@@ -2,6 +2,7 @@
 
 #include "VXMethodLog.h"
 
+#include <QtCore/QSet>
 #include <QtCore/QTimer>
 
 #include <chrono>
@@ -13,6 +14,13 @@ namespace {
 // The process ends its work by itself sooner; this is for one that is stuck altogether.
 constexpr std::chrono::seconds cancelLimit{2};
 constexpr std::chrono::seconds endLimit{5};
+
+// Those that take leave of their phones. At the end of the program they are left to it, for whose object goes is killed.
+QSet<QProcess *> &leavingProcesses()
+{
+    static auto *const processes = new QSet<QProcess *>; // used on the main thread only
+    return *processes;
+}
 
 } // namespace
 
@@ -39,7 +47,11 @@ VXGammuProcess::~VXGammuProcess()
         _process->deleteLater();
         return;
     }
-    connect(_process, &QProcess::finished, _process, &QObject::deleteLater);
+    leavingProcesses().insert(_process);
+    connect(_process, &QProcess::finished, _process, [process = _process] {
+        leavingProcesses().remove(process);
+        process->deleteLater();
+    });
     QTimer::singleShot(endLimit, _process, &QProcess::kill);
     _process->closeWriteChannel();
 }
