@@ -7,10 +7,10 @@ struct LaterInfo
     int unknown = 0x5a5a5a5a;
 };
 
-extern "C" [[gnu::visibility("default")]] const LaterInfo *VXBundlePrincipalClass();
+extern "C" [[gnu::visibility("default")]] const VXPrincipalClassInfo *VXBundlePrincipalClass();
 
-const LaterInfo *VXBundlePrincipalClass()
+const VXPrincipalClassInfo *VXBundlePrincipalClass()
 {
     static const LaterInfo info;
-    return &info;
+    return reinterpret_cast<const VXPrincipalClassInfo *>(&info);
 }
