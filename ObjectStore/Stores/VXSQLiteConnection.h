@@ -2,6 +2,7 @@
 
 #include "VXError.h"
 #include "VXFileDescriptor.h"
+#include "VXObjectStoreExport.h"
 #include "VXSQLiteStatement.h"
 
 #include <QtCore/QHash>
@@ -16,7 +17,7 @@
 struct sqlite3;
 
 /** A connection to an SQLite file, with its prepared statements. For one thread at a time. */
-class VXSQLiteConnection
+class VX_STORE_EXPORT VXSQLiteConnection
 {
 public:
     enum class Access {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VXObjectStoreExport.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
@@ -14,7 +16,7 @@ struct sqlite3_stmt;
  * A prepared statement, borrowed from its connection until the end of a scope, which resets it; the connection lives longer.
  * Parameters count from 1, columns from 0. What is bound is not copied: it must stay as it is until the statement is reset.
  */
-class VXSQLiteStatement
+class VX_STORE_EXPORT VXSQLiteStatement
 {
 public:
     enum class Step { Row, Done, Failed };

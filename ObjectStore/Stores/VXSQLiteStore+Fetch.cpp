@@ -120,6 +120,8 @@ VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request) const
     }
     QStringList conditions{entityCondition(request, _schema, predicate.isSelective()), predicate.conditions()};
     conditions.removeAll(QString());
+    if (request.afterNumber > 0)
+        conditions.append(u"t0.Z_PK > %1"_s.arg(request.afterNumber));
     made.source = u" FROM %1 t0"_s.arg(VXSQLiteSchema::table(request.entity()));
     if (!conditions.isEmpty())
         made.source += " WHERE "_L1 + conditions.join(" AND "_L1);
