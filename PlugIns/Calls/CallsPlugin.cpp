@@ -4,6 +4,7 @@
 #include "VXDataPlugin.h"
 #include "VXEventManager.h"
 #include "VXManagedObjectClass.h"
+#include "VXMetaDataSync.h"
 #include "VXPrincipalClass.h"
 
 using namespace Qt::StringLiterals;
@@ -38,13 +39,20 @@ public:
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,
             [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });
+        _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), coordinator, VXCall::entityName,
+                                                                   VXCall::changedDateKey);
     }
 
     void pluginWillUnload() override
     {
+        if (_search)
+            _search->terminate();
         VXNotificationCenter::defaultCenter().removeObserver(this);
         VXManagedObjectClass::removeClass(VXCall::entityName);
     }
+
+private:
+    VXMetaDataSync::Ptr _search; // null when the user wants none
 };
 
 VX_PRINCIPAL_CLASS(CallsPlugin)

@@ -6,6 +6,7 @@
 #include "VXMessageDelivery.h"
 #include "VXMessageRecorder.h"
 #include "VXMessageSync.h"
+#include "VXMetaDataSync.h"
 #include "VXOutboxSender.h"
 #include "VXOutgoingMessage.h"
 #include "VXPrincipalClass.h"
@@ -56,6 +57,8 @@ public:
         VXDeviceWork::offer(this, u"sync_messages"_s, u"read_messages"_s, [store](const VXDeviceAction::Ptr &action) {
             return std::make_shared<VXMessageSync>(action, store);
         });
+        _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), coordinator,
+                                                                   VXMessageStore::entityName, u"date"_s);
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return;
@@ -76,6 +79,8 @@ public:
     void pluginWillUnload() override
     {
         _sender.stop();
+        if (_search)
+            _search->terminate();
         VXNotificationCenter::defaultCenter().removeObserver(this);
         VXManagedObjectClass::removeClass(VXMessageStore::entityName);
     }
@@ -95,6 +100,7 @@ private:
     }
 
     VXOutboxSender _sender{*this};
+    VXMetaDataSync::Ptr _search; // null when the user wants none
 };
 
 VX_PRINCIPAL_CLASS(MessagesPlugin)
