@@ -12,6 +12,7 @@
 #include "VXHostOutput.h"
 #include "VXInitializeInterface.h"
 #include "VXLog.h"
+#include "VXMetaDataSync.h"
 #include "VXPersistentStore.h"
 #include "VXTerminalUserInterface.h"
 #include "VXUserDefaults.h"
@@ -124,6 +125,7 @@ int runApplication(VXHostContext &context)
     VXInitializeFramework();
     VXInitializeInterface();
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
+    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves); // unless the command is one that stays
     VXScriptingTransport::setMaker([] { return VXMakeScriptingTransport(); });
     VXApplication &application = VXApplication::sharedApplication();
     application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
