@@ -180,6 +180,12 @@ void VXNotificationCenter::postNotification(const VXNotification &notification)
     }
 }
 
+bool VXNotificationCenter::isObserved(VXNotificationName name) const
+{
+    const VXMutexLocker lock(_lock);
+    return name._index < _lists.size() && _lists[name._index];
+}
+
 // For a log: what it observes, for which class, and whose code it is.
 QString VXNotificationCenter::describe(const Observer &observer)
 {

@@ -83,6 +83,8 @@ public:
     /** Calls the observers of that name, and returns when all have run. */
     void postNotificationName(VXNotificationName name, const QVariant &object = {}, const QVariantMap &userInfo = {});
     void postNotification(const VXNotification &notification);
+    /** Whether anybody has asked for it: for who posts often, and makes the notification only then. */
+    bool isObserved(VXNotificationName name) const;
 
 private:
     struct Observer;
