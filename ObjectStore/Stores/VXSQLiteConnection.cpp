@@ -158,6 +158,23 @@ VXSQLiteConnection::~VXSQLiteConnection()
     _statements.clear();
     sqlite3_close(_database);
     OpenFiles::shared().remove(_key);
+    if (_attached)
+        OpenFiles::shared().remove(*_attached);
+}
+
+bool VXSQLiteConnection::attach(const QString &path, const QString &name, VXError *error)
+{
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    VXSQLiteStatement statement(prepare(u"ATTACH DATABASE ?1 AS "_s + name, false, error), _executions);
+    if (!statement)
+        return false;
+    _attached = OpenFiles::keyOf(path);
+    OpenFiles::shared().add(*_attached);
+    statement.bindText(1, absolute);
+    const bool isDone = statement.run();
+    if (!isDone)
+        VXSetError(error, lastError());
+    return isDone;
 }
 
 std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path, Access access,

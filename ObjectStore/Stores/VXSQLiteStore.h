@@ -44,6 +44,7 @@ public:
     qint64 executedStatementCount() const { return _executions.load(std::memory_order_relaxed); }
 
 private:
+    friend class VXStoreRowCopy; // which works on two files at once
     class Cursor;
     class Transaction;
     class Saver;
