@@ -21,8 +21,6 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -93,8 +91,7 @@ int answer(const Desk &desk, VXFetchRequest request)
     const QString limit = desk.host.options.value(u"limit"_s);
     request.limit = limit.isNull() ? usualLimit : limit.toLongLong(&isNumber);
     if (!isNumber || request.limit < 0)
-        return desk.host.output.failUsage(u"--limit takes a number; 0 is no limit"_s,
-                                          VXHostUsage(desk.host.options.command()));
+        return desk.host.output.failUsage(u"--limit takes a number; 0 is no limit"_s, VXHostUsage(desk.host.options));
     VXError error;
     const auto found = desk.context.executeFetchRequest(request, &error);
     if (!found)
@@ -267,46 +264,24 @@ int import(const Desk &desk)
     return import.problems().isEmpty() ? VXHostOutput::Done : VXHostOutput::Failed;
 }
 
-struct Verb
+struct Verb : VXHostVerb
 {
-    QString name;
-    QString operands; // it needs
-    qsizetype count;
     int (*run)(const Desk &desk);
-    QStringList options = {};
 };
 
 const Verb verbs[] = {
-    {u"folders"_s, {}, 0, folders},
-    {u"list"_s, u"FOLDER"_s, 1, list, {u"limit"_s}},
-    {u"conversation"_s, u"PERSON"_s, 1, conversation, {u"limit"_s}},
-    {u"send"_s, u"TO and TEXT"_s, 2, send, {u"device"_s}},
-    {u"read"_s, u"ID"_s, 1, read},
-    {u"move"_s, u"ID and FOLDER"_s, 2, move, {u"copy"_s}},
-    {u"import"_s, u"FILE"_s, 1, import},
+    {{u"folders"_s}, folders},
+    {{u"list"_s, u"FOLDER"_s, 1, 1}, list},
+    {{u"conversation"_s, u"PERSON"_s, 1, 1}, conversation},
+    {{u"send"_s, u"TO TEXT"_s, 2, 2}, send},
+    {{u"read"_s, u"ID"_s, 1, 1}, read},
+    {{u"move"_s, u"ID FOLDER"_s, 2, 2}, move},
+    {{u"import"_s, u"FILE"_s, 1, 1, {u"files"_s}}, import},
 };
-
-// What is wrong with the operands and options for the verb; null when nothing is.
-QString mistake(const VXHostOptions &options, const Verb &verb)
-{
-    const QStringList operands = options.operands().mid(1);
-    if (operands.size() < verb.count || operands.contains(QString(u""_s)))
-        return u"%1 needs %2"_s.arg(verb.name, verb.operands);
-    if (operands.size() > verb.count)
-        return u"%1 takes no \"%2\""_s.arg(verb.name, operands.last());
-    for (const QString &option : {u"limit"_s, u"device"_s, u"copy"_s}) {
-        if (options.isSet(option) && !verb.options.contains(option))
-            return u"--%1 does not go with %2"_s.arg(option, verb.name);
-    }
-    return {};
-}
 
 int runMessages(VXHostContext &host)
 {
-    const QString name = host.options.operands().value(0, verbs[0].name);
-    const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
-    if (const QString wrong = mistake(host.options, verb); !wrong.isNull())
-        return host.output.failUsage(wrong, VXHostUsage(host.options.command()));
+    const Verb &verb = host.options.verbIn(verbs);
     return VXRunWithPlugins(host, [&](VXPluginManager &) {
         const std::optional<VXMessageStore> store = VXMessageStore::sharedStore();
         if (!store)
@@ -323,7 +298,6 @@ VXHostCommand VXMessagesCommand()
     return {
         .name = u"messages"_s,
         .summary = u"Show, send, move and import text messages"_s,
-        .synopsis = u"[folders|list|conversation|send|read|move|import] [OPERAND]..."_s,
         .details =
             u"\"folders\" shows the folders. \"list FOLDER\" shows what is in one, newest first: FOLDER is inbox, "
             u"sent, drafts, trash, user, the URL or name of a phone, or a folder's name or URI. \"conversation "
@@ -344,13 +318,17 @@ VXHostCommand VXMessagesCommand()
             "out. It ends with status 1 when one could not be read, though the others are taken."_s,
         .options = {{.name = u"limit"_s,
                      .placeholder = u"N"_s,
-                     .summary = u"Show so many at most; 0: all (list, conversation; 50 without)"_s},
+                     .summary = u"Show so many at most, 50 without; 0: all"_s,
+                     .verbs = {u"list"_s, u"conversation"_s}},
                     {.name = u"device"_s,
                      .placeholder = u"URL"_s,
-                     .summary = u"The phone to send by, or its name (send)"_s},
-                    {.name = u"copy"_s, .placeholder = {}, .summary = u"Leave the message where it is too (move)"_s}},
-        .minimumOperands = 0,
-        .maximumOperands = 3,
-        .firstOperands = {u"folders"_s, u"list"_s, u"conversation"_s, u"send"_s, u"read"_s, u"move"_s, u"import"_s},
+                     .summary = u"The phone to send by, or its name"_s,
+                     .verbs = {u"send"_s},
+                     .valueKind = u"devices"_s},
+                    {.name = u"copy"_s,
+                     .placeholder = {},
+                     .summary = u"Leave the message where it is too"_s,
+                     .verbs = {u"move"_s}}},
+        .verbs = VXHostVerbsOf(verbs),
         .run = runMessages};
 }

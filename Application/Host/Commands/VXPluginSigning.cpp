@@ -120,7 +120,7 @@ int VXSignPlugin(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
     if (const QString wrong = mistake(options); !wrong.isNull())
-        return context.output.failUsage(wrong, VXHostUsage(options.command()));
+        return context.output.failUsage(wrong, VXHostUsage(options));
     QString problem;
     const std::optional<AuthorKey> key = readKey(options.value(u"key"_s), &problem);
     if (!key)

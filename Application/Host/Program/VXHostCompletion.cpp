@@ -65,18 +65,17 @@ QString valueCases(const QString &command, const QList<VXHostOption> &options)
 QString operandCases(const VXHostCommand &command)
 {
     QString text;
-    for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds) {
-        const bool isOfVerb = !kinds.key().isEmpty();
-        for (qsizetype i = 0; i < kinds->size(); ++i) {
-            const QString kind = kinds->at(i);
-            const qsizetype place = isOfVerb ? i + 1 : i;
+    const auto add = [&](const QString &verb, const QStringList &kinds, qsizetype place) {
+        for (const QString &kind : kinds) {
             const QString of = place > 0 ? u" \"${given[%1]}\""_s.arg(place - 1) : QString();
-            text += u"                %1\\ %2) %3 ;;\n"_s.arg(isOfVerb ? kinds.key() : u"*"_s)
-                        .arg(place)
-                        .arg(kind == "files"_L1 ? u"COMPREPLY=($(compgen -f -- \"$current\"))"_s
-                                                : "_vornix_words "_L1 + kind + of);
+            text += u"                %1\\ %2) %3 ;;\n"_s.arg(verb).arg(place).arg(
+                kind == "files"_L1 ? u"COMPREPLY=($(compgen -f -- \"$current\"))"_s : "_vornix_words "_L1 + kind + of);
+            ++place;
         }
-    }
+    };
+    for (const VXHostVerb &verb : command.verbs)
+        add(verb.name, verb.operandKinds, 1);
+    add(u"*"_s, command.operandKinds, 0);
     return text.isEmpty()
                ? text
                : u"            [[ $current != -* ]] && case \"${given[0]} $operands\" in\n%1            esac\n"_s.arg(
@@ -85,10 +84,14 @@ QString operandCases(const VXHostCommand &command)
 
 QString commandCase(const VXHostCommand &command, const QStringList &commandNames)
 {
-    const QStringList first = command.synopsis == "[COMMAND]"_L1 ? commandNames : command.firstOperands;
+    const QStringList first = command.synopsis == "[COMMAND]"_L1 ? commandNames : command.verbNames();
     QString text = u"        %1)\n"_s.arg(command.name);
-    if (!command.options.isEmpty())
-        text += u"            options=\"$options %1\"\n"_s.arg(optionWords(command.options));
+    for (const VXHostOption &option : command.options) {
+        const QString condition =
+            u"[[ $operands -eq 0 || ' %1 ' == *\" ${given[0]} \"* ]] && "_s.arg(option.verbs.join(u' '));
+        text += u"            %1options=\"$options --%2\"\n"_s.arg(option.verbs.isEmpty() ? QString() : condition,
+                                                                   option.name);
+    }
     const QString operand = valueCompletion(command.synopsis, first);
     if (!first.isEmpty())
         text += u"            [[ $operands -eq 0 && $current != -* ]] && %1\n"_s.arg(operand);
@@ -184,18 +187,25 @@ QString fishCommand(const VXHostCommand &command)
     const QString seen = u" -n '__fish_seen_subcommand_from %1"_s.arg(command.name);
     QString text =
         u"complete -c vornix -n __fish_use_subcommand -a %1 -d %2\n"_s.arg(command.name, fishQuoted(command.summary));
-    if (!command.firstOperands.isEmpty()) {
-        const QString verbs = command.firstOperands.join(u' ');
+    if (const QString verbs = command.verbNames().join(u' '); !verbs.isEmpty()) {
         text += u"complete -c vornix%1; and not __fish_seen_subcommand_from %2' -a %3\n"_s.arg(seen, verbs,
                                                                                                fishQuoted(verbs));
     }
-    for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds)
-        text += u"complete -c vornix%1%2' %3\n"_s.arg(
-            seen, kinds.key().isEmpty() ? QString() : u"; and __fish_seen_subcommand_from "_s + kinds.key(),
-            kinds->first() == "files"_L1 ? u"-F"_s
-                                         : u"-a '(vornix completion words %1 2>/dev/null)'"_s.arg(kinds->first()));
+    const auto with = [&seen](const QStringList &verbs) {
+        return seen + (verbs.isEmpty() ? u"'"_s : "; and __fish_seen_subcommand_from "_L1 + verbs.join(u' ') + u'\'');
+    };
+    const auto addOperand = [&](const QStringList &verb, const QStringList &kinds) { // the first
+        if (!kinds.isEmpty())
+            text += u"complete -c vornix%1 %2\n"_s.arg(
+                with(verb), kinds.constFirst() == "files"_L1
+                                ? u"-F"_s
+                                : u"-a '(vornix completion words %1 2>/dev/null)'"_s.arg(kinds.constFirst()));
+    };
+    for (const VXHostVerb &verb : command.verbs)
+        addOperand({verb.name}, verb.operandKinds);
+    addOperand({}, command.operandKinds);
     for (const VXHostOption &option : command.options)
-        text += fishOption(option, seen + u'\'');
+        text += fishOption(option, with(option.verbs));
     return text;
 }
 
