@@ -258,7 +258,7 @@ void VXHotKeyManager::run(const VXHotKey &hotKey, QVariant *result)
         reportThrown(hotKey, u"an unknown exception"_s);
     }
     VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
-    if (center.isObserved(VXHotKeyWasPressedNotification))
+    if (center.hasObservers(VXHotKeyWasPressedNotification))
         center.postNotification({VXHotKeyWasPressedNotification, hotKey.identifier(), {}});
 }
 

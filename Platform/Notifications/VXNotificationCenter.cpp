@@ -156,6 +156,18 @@ std::vector<VXNotificationCenter::Observation> VXNotificationCenter::observation
     return found;
 }
 
+std::shared_ptr<const VXNotificationCenter::ObserverList>
+VXNotificationCenter::observersOf(VXNotificationName name) const
+{
+    const VXMutexLocker lock(_lock);
+    return name._index < _lists.size() ? _lists[name._index] : nullptr;
+}
+
+bool VXNotificationCenter::hasObservers(VXNotificationName name) const
+{
+    return observersOf(name) != nullptr;
+}
+
 void VXNotificationCenter::postNotificationName(VXNotificationName name, const QVariant &object,
                                                 const QVariantMap &userInfo)
 {
@@ -164,13 +176,7 @@ void VXNotificationCenter::postNotificationName(VXNotificationName name, const Q
 
 void VXNotificationCenter::postNotification(const VXNotification &notification)
 {
-    std::shared_ptr<const ObserverList> list;
-    {
-        const VXMutexLocker lock(_lock);
-        if (notification.name._index >= _lists.size())
-            return;
-        list = _lists[notification.name._index];
-    }
+    const std::shared_ptr<const ObserverList> list = observersOf(notification.name);
     if (!list)
         return;
     for (const auto &observer : list->observers) {
@@ -178,12 +184,6 @@ void VXNotificationCenter::postNotification(const VXNotification &notification)
         if (wanted && !observer->removed.load(std::memory_order_relaxed))
             VXGuard([&] { return describe(*observer); }, [&] { observer->handler(notification); });
     }
-}
-
-bool VXNotificationCenter::isObserved(VXNotificationName name) const
-{
-    const VXMutexLocker lock(_lock);
-    return name._index < _lists.size() && _lists[name._index];
 }
 
 // For a log: what it observes, for which class, and whose code it is.
