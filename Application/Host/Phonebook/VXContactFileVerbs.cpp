@@ -13,6 +13,7 @@
 #include "VXInputFile.h"
 #include "VXManagedObjectContext.h"
 #include "VXRegularFile.h"
+#include "VXShownDate.h"
 #include "VXStoreAccess.h"
 #include "VXTextTable.h"
 
@@ -237,7 +238,7 @@ int VXUndoContactImport(VXHostContext &context)
                        .arg(isNothing  ? u"There is nothing left to undo of"_s
                             : isDryRun ? u"Would undo"_s
                                        : u"Undid"_s,
-                            what, changeSet.date.toLocalTime().toString(u"yyyy-MM-dd HH:mm:ss"_s))
+                            what, VXShownDate(changeSet.date))
                        .arg(undo->removed)
                        .arg(undo->restored)
                        .arg(undo->broughtBack);
