@@ -16,7 +16,7 @@ const QList<VXContactVerb> &VXContactVerbs()
         {u"delete"_s, {}, 1, 1, u"CONTACT"_s, VXDeleteContact},
         {u"import"_s, {u"dry-run"_s}, 1, 1, u"FILE"_s, VXImportContacts},
         {u"export"_s, {u"card-version"_s}, 1, 1, u"FILE"_s, VXExportContacts},
-        {u"duplicates"_s, {u"merge"_s}, 0, 0, {}, VXShowDuplicateContacts},
+        {u"duplicates"_s, {u"merge"_s}, 0, 10'000, u"[NO|CONTACT|NAME]..."_s, VXShowDuplicateContacts},
         {u"undo-import"_s, {u"dry-run"_s}, 0, 0, {}, VXUndoContactImport}};
     return verbs;
 }
