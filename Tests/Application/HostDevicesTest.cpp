@@ -129,7 +129,12 @@ TEST_F(HostDevicesTest, TellsAllAboutADevice)
     EXPECT_THAT(outcomeOf({}), testing::HasSubstr("Fixture  not connected  yes"));
     EXPECT_THAT(outcomeOf({u"info"_s, u"vxdevice://localhost/org.phones/two"_s}),
                 testing::HasSubstr("\nSignal      3\n"));
-    EXPECT_EQ(outcomeOf({u"actions"_s, url}), "0 count\necho\nfail\nhang_up\nthrow\nwait\n");
+    writeFile(u".local/share/Vornix 2/PlugIns/org.phones.vxplugin/Contents/Resources/actions.plist"_s,
+              "<plist version=\"1.0\"><dict><key>echo</key><dict><key>object</key><string>anything</string>"
+              "<key>meaning</key><string>Gives it back</string></dict></dict></plist>");
+    EXPECT_EQ(outcomeOf({u"actions"_s, url}),
+              "0 ACTION   OBJECT    WHAT IT DOES\ncount\necho     anything  Gives it back\n"
+              "fail\nhang_up\nthrow\nwait\n");
 }
 
 TEST_F(HostDevicesTest, MistakesChangeNothing)

@@ -1,4 +1,5 @@
 #include "VXDeviceAction.h"
+#include "VXDeviceActionInfo.h"
 #include "VXDeviceActionRun.h"
 #include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
@@ -191,12 +192,20 @@ int actions(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     const VXDevicePlugin::Ptr device = liveDevice(context, manager, url);
     if (!device)
         return VXHostOutput::Failed;
-    const QStringList names = device->actionNames();
-    QString text;
-    for (const QString &name : names)
-        text += name + u'\n';
-    return done(context, names.isEmpty() ? u"The device knows no actions.\n"_s : text,
-                QJsonArray::fromStringList(names));
+    QJsonArray json;
+    QList<QStringList> rows{{u"ACTION"_s, u"OBJECT"_s, u"WHAT IT DOES"_s}};
+    for (const QString &name : device->actionNames()) {
+        const VXDeviceActionInfo info = VXInfoOfDeviceAction(name, url);
+        rows.append({name, info.object, info.meaning});
+        json.append(QJsonObject{{u"name"_s, name},
+                                {u"object"_s, info.object.isNull() ? QJsonValue() : QJsonValue(info.object)},
+                                {u"meaning"_s, info.meaning.isNull() ? QJsonValue() : QJsonValue(info.meaning)}});
+    }
+    const bool areNone = json.isEmpty();
+    return done(context,
+                areNone ? u"The device knows no actions.\n"_s
+                        : VXFittingTable(context.output, rows, {u"OBJECT"_s}, u"WHAT IT DOES"_s),
+                json);
 }
 
 int defaultDevice(VXHostContext &context, VXPluginManager &)
@@ -340,7 +349,8 @@ VXHostCommand VXDevicesCommand()
             "5 "
             "seconds. \"set DEVICE KEY=VALUE...\" sets preferences of a device; null takes one away. \"rename DEVICE "
             "NAME\" changes what people call it.\n"
-            "\"actions DEVICE\" names what the device can do, \"do DEVICE ACTION\" has it do that and shows the "
+            "\"actions DEVICE\" shows what the device can do, and what --object each action is given; \"do DEVICE "
+            "ACTION\" has it do that and shows the "
             "result, "
             "also that of a part when the rest failed. Ctrl-C and the end of the time ask it to abort; a second Ctrl-C "
             "does not wait for it.\n"

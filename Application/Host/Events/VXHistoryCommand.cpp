@@ -6,6 +6,7 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPluginSession.h"
+#include "VXShownDate.h"
 #include "VXStoredObject.h"
 #include "VXTextTable.h"
 
@@ -21,8 +22,7 @@ namespace {
 
 QStringList columnsOf(const VXEventRecord &record)
 {
-    return {record.identifier, record.date.toLocalTime().toString(Qt::ISODate), VXEventTitle(record), record.who,
-            VXEventOutcome(record)};
+    return {record.identifier, VXShownDate(record.date), VXEventTitle(record), record.who, VXEventOutcome(record)};
 }
 
 QString textWithReasons(const QList<VXEventRecord> &records)

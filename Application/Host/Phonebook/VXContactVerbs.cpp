@@ -5,17 +5,18 @@ using namespace Qt::StringLiterals;
 const QList<VXContactVerb> &VXContactVerbs()
 {
     static const QStringList files{u"files"_s}; // a kind of words
-    static const QList<VXContactVerb> verbs = {{{u"lookup"_s, u"STRING"_s, 1, 1}, VXLookUpContact},
-                                               {{u"complete"_s, u"TEXT"_s, 1, 1}, VXCompleteContact},
-                                               {{u"list"_s}, VXListContacts},
-                                               {{u"show"_s, u"CONTACT"_s, 1, 1}, VXShowContact},
-                                               {{u"add"_s, u"[NAME]"_s, 0, 1}, VXAddContact},
-                                               {{u"edit"_s, u"CONTACT"_s, 1, 1}, VXEditContact},
-                                               {{u"delete"_s, u"CONTACT"_s, 1, 1}, VXDeleteContact},
-                                               {{u"import"_s, u"FILE"_s, 1, 1, files}, VXImportContacts},
-                                               {{u"export"_s, u"FILE"_s, 1, 1, files}, VXExportContacts},
-                                               {{u"duplicates"_s}, VXShowDuplicateContacts},
-                                               {{u"undo-import"_s}, VXUndoContactImport}};
+    static const QList<VXContactVerb> verbs = {
+        {{u"lookup"_s, u"STRING"_s, 1, 1}, VXLookUpContact},
+        {{u"complete"_s, u"TEXT"_s, 1, 1}, VXCompleteContact},
+        {{u"list"_s}, VXListContacts},
+        {{u"show"_s, u"CONTACT"_s, 1, 1}, VXShowContact},
+        {{u"add"_s, u"[NAME]"_s, 0, 1}, VXAddContact},
+        {{u"edit"_s, u"CONTACT"_s, 1, 1}, VXEditContact},
+        {{u"delete"_s, u"CONTACT"_s, 1, 1}, VXDeleteContact},
+        {{u"import"_s, u"FILE"_s, 1, 1, files}, VXImportContacts},
+        {{u"export"_s, u"FILE"_s, 1, 1, files}, VXExportContacts},
+        {{u"duplicates"_s, u"[NO|CONTACT|NAME]..."_s, 0, VXHostVerb::unlimited}, VXShowDuplicateContacts},
+        {{u"undo-import"_s}, VXUndoContactImport}};
     return verbs;
 }
 

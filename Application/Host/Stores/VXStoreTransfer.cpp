@@ -10,6 +10,7 @@
 #include "VXHostOutput.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
+#include "VXShownDate.h"
 #include "VXStoreAccess.h"
 #include "VXStoreByName.h"
 #include "VXStorePast.h"
@@ -239,9 +240,9 @@ int listPast(const Transfer &transfer, const QList<VXStorePast::Entry> &past)
     QList<QStringList> rows{{u"DATE"_s, u"WHY"_s, u"FOLDER"_s}};
     QJsonArray json;
     for (const VXStorePast::Entry &each : past) {
-        const QString date = each.date.toLocalTime().toString(Qt::ISODate);
-        rows.append({date, each.reason, each.path});
-        json.append(QJsonObject{{u"date"_s, date}, {u"reason"_s, each.reason}, {u"path"_s, each.path}});
+        rows.append({VXShownDate(each.date), each.reason, each.path});
+        json.append(
+            QJsonObject{{u"date"_s, VXReportedDate(each.date)}, {u"reason"_s, each.reason}, {u"path"_s, each.path}});
     }
     transfer.host.output.answer(past.isEmpty() ? u"No earlier store is known.\n"_s : VXTextTable(rows), json);
     return VXHostOutput::Done;

@@ -1,4 +1,5 @@
 #include "VXContactImport.h"
+#include "VXCardWriter.h"
 #include "VXContactDuplicates.h"
 #include "VXContactHistory.h"
 #include "VXContactMatch.h"
@@ -253,6 +254,34 @@ TEST_F(VXContactImportTest, MergesLoseNothing)
     VXManagedObjectContext context(store);
     const auto persons = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
     EXPECT_EQ(persons->first()->valueForKey(u"note"_s), u"n\ncompany: Acme\nbirthday: 1980-01-01"_s);
+}
+
+// How a person writes the whole name is not what its parts would give.
+TEST_F(VXContactImportTest, TheWholeNameIsKeptWhileTheNameIs)
+{
+    const QByteArray written = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Dr. Jane \"J\" Doe\r\nN:Doe;Jane;;Dr.;\r\nUID:1\r\n"
+                               "TEL:555 0100\r\nEND:VCARD\r\n";
+    import(written);
+    EXPECT_EQ(import(written), u"0 0 1 0"_s);
+    const auto exported = [this] {
+        VXManagedObjectContext context(store);
+        const auto found = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
+        const QByteArray card = VXCardWriter::card(QVariant::fromValue(found->first()), VXCardWriter::Version::V3);
+        return card.mid(card.indexOf("FN:")).split('\r').first();
+    };
+    EXPECT_EQ(exported(), "FN:Dr. Jane \"J\" Doe");
+    VXManagedObjectContext context(store);
+    const VXManagedObjectPtr person =
+        context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)))->first();
+    VXContactRecord contact(QVariant::fromValue(person));
+    contact.company = u"Mill"_s;
+    VXContactWriter(context).replace(person, contact);
+    ASSERT_TRUE(context.save());
+    EXPECT_EQ(exported(), "FN:Dr. Jane \"J\" Doe");
+    contact.lastName = u"Hill"_s;
+    VXContactWriter(context).replace(person, contact);
+    ASSERT_TRUE(context.save());
+    EXPECT_EQ(exported(), "FN:Jane Hill");
 }
 
 TEST_F(VXContactImportTest, WhatIsKeptIsWhatTheCardHad)
