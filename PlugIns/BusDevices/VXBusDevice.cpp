@@ -7,6 +7,7 @@
 #include "VXMethodLog.h"
 #include "VXPluginGuard.h"
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -85,6 +86,11 @@ void VXBusDevice::setState(State state, const VXError &why, std::chrono::millise
         return;
     Q_EMIT didChangeValueForKey(u"isConnecting"_s);
     Q_EMIT connectionDidChange();
+}
+
+bool VXBusDevice::isAwaited() const
+{
+    return std::ranges::any_of(_queues, [](const auto &queue) { return queue->isBusy(); });
 }
 
 void VXBusDevice::closeQueues(const VXError &why)

@@ -54,6 +54,8 @@ protected:
      */
     void setState(State state, const VXError &why = {}, std::chrono::milliseconds limit = std::chrono::seconds(20));
     State state() const { return _state; }
+    /** Whether something was asked and waits for the phone: then a service that is not there is worth starting. */
+    bool isAwaited() const;
 
     /** Has the queue do the work when the action is asked for; any thread may ask. */
     void offer(const QString &action, VXBusQueue &queue, const VXBusQueue::Work &work);
