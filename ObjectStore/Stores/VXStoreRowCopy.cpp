@@ -191,7 +191,7 @@ QString VXStoreRowCopy::Plan::surveyEntity(VXSQLiteConnection &connection, const
         return u"the new model has no objects of \"%1\""_s.arg(from.name());
     if (plan.count > 0 && !plan.rows.obstacle().isNull())
         return plan.rows.obstacle();
-    if (plan.count > 0 && survey.real(3) > 0)
+    if (plan.count > 0 && survey.number(3) > 0)
         return u"an object of \"%1\" has a value that the new model does not allow"_s.arg(from.name());
     for (qsizetype i = 0; i < plan.rows.droppable().size(); ++i) {
         if (survey.number(int(i) + 4) != 0)
