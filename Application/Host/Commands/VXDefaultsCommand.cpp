@@ -1,9 +1,9 @@
+#include "VXErrorText.h"
 #include "VXHostCommands.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPropertyList.h"
-#include "VXStoreAccess.h"
 #include "VXUserDefaults.h"
 #include "VXUserFolders.h"
 

@@ -2,6 +2,7 @@
 #include "VXDesktopServices.h"
 #include "VXDeviceAction.h"
 #include "VXDeviceReport.h"
+#include "VXErrorText.h"
 #include "VXHostCommands.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -113,7 +114,7 @@ public:
     ErrorKeeper(Policy policy, QStringList &errors) : VXTerminalUserInterface(policy), _errors(errors) {}
 
 protected:
-    void showError(const VXError &error) override { _errors.append(VXTextOfError(error)); }
+    void showError(const VXError &error) override { _errors.append(VXErrorText(error)); }
 
 private:
     QStringList &_errors;

@@ -1,6 +1,7 @@
 #include "VXPluginSigning.h"
 
 #include "VXAtomicFile.h"
+#include "VXErrorText.h"
 #include "VXHostCommand.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -8,7 +9,6 @@
 #include "VXPluginCheck.h"
 #include "VXPluginFeed.h"
 #include "VXPluginScanner.h"
-#include "VXStoreAccess.h"
 #include "VXZipFile.h"
 
 #include <QtCore/QDir>

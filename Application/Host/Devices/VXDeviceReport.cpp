@@ -120,12 +120,6 @@ QVariantMap VXDevicePreferences(const QUrl &url, bool persistent)
     return values;
 }
 
-QString VXTextOfError(const VXError &error)
-{
-    const QString suggestion = error.localizedRecoverySuggestion();
-    return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
-}
-
 VXDeviceReport::VXDeviceReport(const VXPluginManager &manager, const QUrl &url)
     : _url(url), _name(VXDeviceNameAtURL().transformedValue(url).toString())
 {

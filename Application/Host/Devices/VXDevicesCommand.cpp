@@ -8,6 +8,7 @@
 #include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
 #include "VXDiagnostics.h"
+#include "VXErrorText.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
@@ -144,7 +145,7 @@ int add(VXHostContext &context, VXPluginManager &manager)
             u"there is a device %1 already; \"vornix devices set %1 KEY=VALUE\" changes its preferences"_s.arg(
                 identifier));
     if (!VXDeviceRegistry::shared().add(url, preferences, &error))
-        return context.output.fail(VXTextOfError(error));
+        return context.output.fail(VXErrorText(error));
     return done(context,
                 u"Added %1.\n\"vornix devices info %2\" tells whether it can be reached.\n"_s.arg(VXAbsoluteString(url),
                                                                                                   identifier),

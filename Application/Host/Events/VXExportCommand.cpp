@@ -1,3 +1,4 @@
+#include "VXErrorText.h"
 #include "VXEventArguments.h"
 #include "VXExporterPlugin.h"
 #include "VXHostCommands.h"
@@ -13,7 +14,6 @@
 #include "VXReaction.h"
 #include "VXReactorReport.h"
 #include "VXRegularFile.h"
-#include "VXStoreAccess.h"
 #include "VXStoreByName.h"
 #include "VXStoreQuery.h"
 

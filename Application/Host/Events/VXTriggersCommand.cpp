@@ -1,3 +1,4 @@
+#include "VXErrorText.h"
 #include "VXEventArguments.h"
 #include "VXEventKeys.h"
 #include "VXExporterPlugin.h"
@@ -10,7 +11,6 @@
 #include "VXPluginReport.h"
 #include "VXPluginSession.h"
 #include "VXReactorReport.h"
-#include "VXStoreAccess.h"
 #include "VXTextTable.h"
 #include "VXTriggerReport.h"
 #include "VXTriggerStore.h"

@@ -3,6 +3,7 @@
 #include "VXContactVerbs.h"
 #include "VXContactWriter.h"
 #include "VXEmailAddress.h"
+#include "VXErrorText.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -11,7 +12,6 @@
 #include "VXPhonebookString.h"
 #include "VXPhonebookType.h"
 #include "VXPhoneNumber.h"
-#include "VXStoreAccess.h"
 
 #include <QtCore/QDate>
 #include <QtCore/QHash>

@@ -3,6 +3,7 @@
 #include "VXContactsOpen.h"
 #include "VXContactVerbs.h"
 #include "VXEmailAddress.h"
+#include "VXErrorText.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -12,7 +13,6 @@
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
-#include "VXStoreAccess.h"
 #include "VXTextComparison.h"
 #include "VXTextTable.h"
 

@@ -1,9 +1,9 @@
+#include "VXErrorText.h"
 #include "VXStoreVerbs.h"
 
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
-#include "VXStoreAccess.h"
 #include "VXStoreImport.h"
 #include "VXStoreObjects.h"
 #include "VXStoreQuery.h"

@@ -1,3 +1,4 @@
+#include "VXErrorText.h"
 #include "VXStoreVerbs.h"
 
 #include "VXCoreDataStore.h"
@@ -5,7 +6,6 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXNearestWord.h"
-#include "VXStoreAccess.h"
 #include "VXStoreListing.h"
 #include "VXStoreObjects.h"
 #include "VXStoreQuery.h"
