@@ -177,7 +177,7 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
         QProcess bash;
         bash.start(u"bash"_s, {u"--norc"_s, u"-s"_s});
         bash.write(VXHostBashCompletion(table()).toUtf8() +
-                   "\nvornix() { [[ $* == *plugins* ]] && echo called || echo \"'$*'\"; }\nIFS=' ' read -r -a "
+                   "\nvornix() { [[ $* == *plugins* ]] && echo called || echo \"$*\"; }\nIFS=' ' read -r -a "
                    "COMP_WORDS <<< '" +
                    words + "'\n[[ '" + words +
                    "' == *' ' ]] && COMP_WORDS+=('')\n"
@@ -186,6 +186,33 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
         ASSERT_TRUE(bash.waitForFinished());
         EXPECT_EQ(bash.readAllStandardOutput().trimmed(), offered) << words.toStdString();
         EXPECT_EQ(bash.readAllStandardError(), QByteArray("")) << words.toStdString();
+    }
+}
+
+// What stands before decides, where options and their values stand between.
+TEST(HostOptionsTest, FishCompletesOperandsByTheirPlaces)
+{
+    const std::pair<QString, QByteArray> cases[] = {
+        {u"vornix de"_s, "defaults devices"},
+        {u"vornix --home d defaults w"_s, "write"},
+        {u"vornix defaults read w"_s, ""},
+        {u"vornix --answer "_s, "ask cancel default"},
+        {u"vornix log --fol"_s, "--follow"},
+        {u"vornix --home /h devices do one "_s, "--home /h completion words actions one"},
+        {u"vornix triggers add --reactor "_s, "completion words reactors add"},
+        {u"vornix export csv "_s, "completion words stores csv"},
+        {u"vornix export --to f csv calls "_s, "completion words entities calls"},
+        {u"vornix messages move p1 "_s, "completion words message-folders p1"},
+    };
+    for (const auto &[words, offered] : cases) {
+        QProcess fish;
+        fish.start(u"fish"_s, {u"--no-config"_s});
+        fish.write(VXHostFishCompletion(table()).toUtf8() + "\nfunction vornix; echo $argv; end\n" +
+                   "string join -- ' ' (complete -C '" + words.toUtf8() + "' | string replace -r '\\t.*' '')\n");
+        fish.closeWriteChannel();
+        ASSERT_TRUE(fish.waitForFinished()) << fish.errorString().toStdString();
+        EXPECT_EQ(fish.readAllStandardOutput().trimmed(), offered) << words.toStdString();
+        EXPECT_EQ(fish.readAllStandardError(), QByteArray("")) << words.toStdString();
     }
 }
 
