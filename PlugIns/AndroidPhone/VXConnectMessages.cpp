@@ -219,12 +219,24 @@ QVariantList VXConnectMessages::recordsOf(const Messages &read, const QString &d
 
 // -- Sending
 
+// What the phone tells of as sent must be newer than all it has: in a program that has just begun nobody knows yet what that is.
 void VXConnectMessages::send(VXBusErrand &errand)
 {
-    const auto sending =
-        std::make_shared<Sending>(Sending{.message = VXTextToSend::ofObject(errand.object()), .newestBefore = _newest});
-    if (!sending->message.error.isNull())
-        return errand.fail(sending->message.error, {{u"failure"_s, u"refused"_s}});
+    const VXTextToSend message = VXTextToSend::ofObject(errand.object());
+    if (!message.error.isNull())
+        return errand.fail(message.error, {{u"failure"_s, u"refused"_s}});
+    const auto go = [this, &errand, message] {
+        sendNow(errand, std::make_shared<Sending>(Sending{.message = message, .newestBefore = _newest}));
+    };
+    if (_watermark)
+        return go();
+    errand.begin(_device.text(u"Looking for conversations"_s), threadsLimit);
+    errand.wait(quiet, go); // also when it tells of none
+    askForThreads(errand, go);
+}
+
+void VXConnectMessages::sendNow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending)
+{
     errand.begin(_device.text(u"Sending the message"_s), sendLimit);
     listen(errand, [this, &errand, sending](const VXConnectMessage &message) { follow(errand, sending, message); });
     const QVariant address = QVariant::fromValue(VXConnectAddress{.address = sending->message.number});

@@ -39,6 +39,7 @@ private:
     void finishThread(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
     void finish(VXBusErrand &errand, const std::shared_ptr<Reading> &reading) const;
     static QVariantList recordsOf(const Messages &read, const QString &deviceURL);
+    void sendNow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending);
     void follow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending, const VXConnectMessage &message);
     void take(const VXConnectMessage &message);
 
