@@ -27,8 +27,7 @@ void VXBusDevice::pluginWillUnload()
 {
     _isShutdown = true;
     unregisterActionHandlers();
-    for (const auto &queue : _queues)
-        queue->stop();
+    stopQueues();
     setState(State::Away);
 }
 
@@ -86,6 +85,12 @@ void VXBusDevice::setState(State state, const VXError &why, std::chrono::millise
         return;
     Q_EMIT didChangeValueForKey(u"isConnecting"_s);
     Q_EMIT connectionDidChange();
+}
+
+void VXBusDevice::stopQueues()
+{
+    for (const auto &queue : _queues)
+        queue->stop();
 }
 
 bool VXBusDevice::isAwaited() const

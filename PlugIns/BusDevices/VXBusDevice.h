@@ -48,6 +48,8 @@ protected:
 
     /** A queue for a channel of this phone. It is open while the phone is connected. */
     VXBusQueue &addQueue(const VXBusService::Ptr &service);
+    /** Ends what is done, for good: what ends may call its device, so a subclass's destructor does it first. */
+    void stopQueues();
     /**
      * How it stands. Connected opens the queues. Away closes them; what waits fails with `why`, which the property "problem"
      * shows too, with its suggestion. Connecting lasts as long as said: then it is Away for `why`, or because nothing came.

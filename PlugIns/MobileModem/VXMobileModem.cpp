@@ -67,7 +67,13 @@ QVariant valueForPeople(QStringView key, const QVariant &value)
 
 } // namespace
 
-VXMobileModem::~VXMobileModem() = default;
+VXMobileModem::~VXMobileModem()
+{
+    _isShutdown = true;
+    if (_finder)
+        _finder->stop();
+    stopQueues();
+}
 
 bool VXMobileModem::initWithURL(const QUrl &theURL)
 {
