@@ -21,6 +21,8 @@ public:
                                                                     VXError *error = nullptr);
 
     const VXEntityDescription &entity() const { return *_entity; }
+    /** Whether only some of what matches is wanted. */
+    bool isCut() const { return limit > 0 || offset > 0; }
 
     VXPredicate predicate;
     QList<VXSortDescriptor> sortDescriptors = {};

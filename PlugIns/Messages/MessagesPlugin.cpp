@@ -34,6 +34,8 @@ public:
         return VXProvideRootFolders(context, dataStorePath() + "/folders.lock"_L1, error);
     }
 
+    // Since the first version nothing is derived from other values that was not before.
+    bool copiesRows(int version) const override { return version >= 1; }
     QString importDescriptionFromStore(VXCoreDataStore &store) override
     {
         const qsizetype count = countInStore(store, VXMessageStore::entityName);

@@ -20,6 +20,8 @@ public:
         VXManagedObjectClass::registerClass<VXEmailAddressEntry>(VXEmailAddressEntry::entityName);
     }
 
+    // Since the first version nothing is derived from other values that was not before.
+    bool copiesRows(int version) const override { return version >= 1; }
     QString importDescriptionFromStore(VXCoreDataStore &store) override
     {
         const qsizetype count = countInStore(store, VXPerson::entityName);

@@ -24,7 +24,7 @@ int indexOf(const VXManagedObject &object, const QString &key)
     return object.entity().propertyForName(key)->index();
 }
 
-QString text(const VXManagedObject &object, const QString &key)
+QString textOf(const VXManagedObject &object, const QString &key)
 {
     return object.attribute(indexOf(object, key)).toString();
 }
@@ -93,8 +93,8 @@ void VXPerson::willSave()
 
 void VXPerson::updateSortName()
 {
-    const QString name = VXContactSortName(text(*this, u"firstName"_s), text(*this, u"lastName"_s),
-                                           text(*this, u"nickname"_s), text(*this, u"company"_s));
+    const QString name = VXContactSortName(textOf(*this, u"firstName"_s), textOf(*this, u"lastName"_s),
+                                           textOf(*this, u"nickname"_s), textOf(*this, u"company"_s));
     setAttribute(indexOf(*this, u"sort_name"_s), name.isEmpty() ? QVariant() : QVariant(name));
 }
 
@@ -141,10 +141,10 @@ void VXContactAddress::willSave()
 
 QString VXPhoneNumberEntry::searchText() const
 {
-    return VXPhoneNumberSearchString(text(*this, u"number"_s));
+    return VXPhoneNumberSearchString(textOf(*this, u"number"_s));
 }
 
 QString VXEmailAddressEntry::searchText() const
 {
-    return text(*this, u"address"_s).toLower();
+    return textOf(*this, u"address"_s).toLower();
 }

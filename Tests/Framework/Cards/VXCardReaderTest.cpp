@@ -247,7 +247,7 @@ TEST(VXCardReaderTest, AnotherReaderAgrees)
     QByteArray expected;
     for (const VXContactRecord &contact : contacts) {
         written += VXCardWriter::card(contact, VXCardWriter::Version::V3);
-        expected += QStringList{contact.displayName(),     contact.lastName,
+        expected += QStringList{contact.firstName,         contact.lastName, // FN is written as it was
                                 contact.firstName,         addresses(contact.numbers).section(u" m"_s, 0, 0),
                                 addresses(contact.emails), QString(contact.note).replace(u'\n', u'/')}
                         .join(u'|')
