@@ -29,7 +29,8 @@ VXDeviceActionInfo VXInfoOfDeviceAction(const QString &actionName, const QUrl &d
 {
     const QString owner = VXDeviceURLComponent(deviceURL, 0);
     QList<VXPluginProxy *> plugins = VXPluginManager::sharedPluginManager().enabledPlugins();
-    std::ranges::stable_partition(plugins, [&](const VXPluginProxy *plugin) { return plugin->identifier() == owner; });
+    std::stable_partition(plugins.begin(), plugins.end(),
+                          [&](const VXPluginProxy *plugin) { return plugin->identifier() == owner; });
     for (const VXPluginProxy *const plugin : std::as_const(plugins)) {
         if (const VXDeviceActionInfo info = infoIn(*plugin, actionName); !info.meaning.isNull())
             return info;

@@ -491,7 +491,7 @@ VXFoundObject foundIn(const VXSQLiteStatement &row)
                          .kind = row.text(1),
                          .title = row.text(2),
                          .detail = row.text(3)};
-    if (!row.isNull(4))
+    if (!row.value(4).isNull())
         object.date = QDateTime::fromMSecsSinceEpoch(row.number(4), Qt::UTC);
     return object;
 }
