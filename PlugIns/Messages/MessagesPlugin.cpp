@@ -12,6 +12,7 @@
 #include "VXPrincipalClass.h"
 #include "VXRootFolders.h"
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 
 using namespace Qt::StringLiterals;
@@ -31,7 +32,9 @@ public:
 
     bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error) override
     {
-        return VXProvideRootFolders(context, dataStorePath() + "/folders.lock"_L1, error);
+        // Beside the store, which is not there while it is being upgraded.
+        const QFileInfo store(dataStorePath());
+        return VXProvideRootFolders(context, store.path() + "/."_L1 + store.fileName() + ".folders.lock"_L1, error);
     }
 
     // Since the first version nothing is derived from other values that was not before.

@@ -5,6 +5,7 @@
 #include "VXEventManager.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QDir>
 #include <QtCore/QScopeGuard>
 #include <sqlite3.h>
 
@@ -61,6 +62,12 @@ TEST_F(MessagesPluginTest, RootFoldersAreMadeAndDoubledOnesBecomeOne)
     EXPECT_TRUE(data.validateManagedObjectContext(context, nullptr)); // as at the next start
     EXPECT_TRUE(VXFetchRootFolder(VXInboxFolder, &context));
     EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"0 kept"_s));
+
+    const QString aside = data.dataStorePath() + ".upgrading"_L1; // as while it is upgraded
+    ASSERT_TRUE(QDir().rename(data.dataStorePath(), aside));
+    VXError error;
+    EXPECT_TRUE(data.validateManagedObjectContext(context, &error)) << error.description().toStdString();
+    EXPECT_TRUE(QDir().rename(aside, data.dataStorePath()));
 }
 
 TEST_F(MessagesPluginTest, NewMessagesAreFiledOnceWhereTheyBelong)
