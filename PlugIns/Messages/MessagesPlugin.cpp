@@ -1,16 +1,14 @@
 #include "VXDataManager.h"
-#include "VXDataPlugin.h"
 #include "VXEventManager.h"
-#include "VXManagedObjectClass.h"
 #include "VXMessage.h"
 #include "VXMessageDelivery.h"
 #include "VXMessageRecorder.h"
 #include "VXMessageSync.h"
-#include "VXMetaDataSync.h"
 #include "VXOutboxSender.h"
 #include "VXOutgoingMessage.h"
 #include "VXPrincipalClass.h"
 #include "VXRootFolders.h"
+#include "VXStorePlugin.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
@@ -18,12 +16,15 @@
 using namespace Qt::StringLiterals;
 
 /** Keeps messages and their folders, in the store "messages", and sends those that are to be sent. */
-class MessagesPlugin : public VXDataPlugin
+class MessagesPlugin : public VXStorePlugin
 {
     Q_OBJECT
 
 public:
-    Q_INVOKABLE MessagesPlugin() { VXManagedObjectClass::registerClass<VXMessage>(VXMessageStore::entityName); }
+    Q_INVOKABLE MessagesPlugin() : VXStorePlugin(VXMessageStore::entityName, u"One message"_s, u"%1 messages"_s)
+    {
+        registerClass<VXMessage>(VXMessageStore::entityName);
+    }
 
     QStringList dataModelPaths() const override
     {
@@ -35,18 +36,6 @@ public:
         // Beside the store, which is not there while it is being upgraded.
         const QFileInfo store(dataStorePath());
         return VXProvideRootFolders(context, store.path() + "/."_L1 + store.fileName() + ".folders.lock"_L1, error);
-    }
-
-    // Since the first version nothing is derived from other values that was not before.
-    bool copiesRows(int version) const override { return version >= 1; }
-    QString importDescriptionFromStore(VXCoreDataStore &store) override
-    {
-        const qsizetype count = countInStore(store, VXMessageStore::entityName);
-        if (count == 0)
-            return {};
-        return bundle()
-            ->localizedStringForKey(count == 1 ? u"One message"_s : u"%1 messages"_s)
-            .replace("%1"_L1, QString::number(count));
     }
 
     void pluginDidLoad() override
@@ -62,8 +51,7 @@ public:
         VXDeviceWork::offer(this, u"sync_messages"_s, u"read_messages"_s, [store](const VXDeviceAction::Ptr &action) {
             return std::make_shared<VXMessageSync>(action, store);
         });
-        _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), coordinator,
-                                                                   VXMessageStore::entityName, u"date"_s);
+        launchSearch(u"date"_s);
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return;
@@ -84,10 +72,7 @@ public:
     void pluginWillUnload() override
     {
         _sender.stop();
-        if (_search)
-            _search->terminate();
-        VXNotificationCenter::defaultCenter().removeObserver(this);
-        VXManagedObjectClass::removeClass(VXMessageStore::entityName);
+        VXStorePlugin::pluginWillUnload();
     }
 
 private:
@@ -105,7 +90,6 @@ private:
     }
 
     VXOutboxSender _sender{*this};
-    VXMetaDataSync::Ptr _search; // null when the user wants none
 };
 
 VX_PRINCIPAL_CLASS(MessagesPlugin)
