@@ -222,6 +222,17 @@ TEST_F(HostPluginsTest, InstallsNowOrAtTheNextStart)
     EXPECT_TRUE(missing.errors.contains("There is no such bundle.")) << missing.errors.toStdString();
 }
 
+TEST_F(HostPluginsTest, CopiesOfOnePluginThatAreInstalledAtOnceLeaveOne)
+{
+    for (int number = 1; number <= 6; ++number)
+        VXPluginFixture{.identifier = u"org.new"_s}.write(path(u"copy%1"_s.arg(number)));
+    const HostOutcome outcome = runHostShell(uR"(
+        for i in 1 2 3 4 5 6; do "$0" plugins install '%1'/copy$i/org.new.vxplugin --answer default & done
+        for job in $(jobs -p); do wait $job || exit 1; done)"_s.arg(path({})));
+    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    EXPECT_EQ(QDir(shared).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList{u"org.new.vxplugin"_s});
+}
+
 TEST_F(HostPluginsTest, ChecksABundleAndInstallsNoneThatCannotBeUsed)
 {
     const QVariantMap notes{{u"VXDataStoreName"_s, u"notes"_s}};
