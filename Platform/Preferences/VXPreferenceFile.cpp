@@ -12,6 +12,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+VXMutex filesLock;
+QStringList filesAside VX_GUARDED_BY(filesLock);
+
 // Moves a damaged file out of the way without replacing anything; null when it cannot be moved.
 QString setAside(const QString &path)
 {
@@ -19,7 +22,11 @@ QString setAside(const QString &path)
         const QString aside = path + ".damaged"_L1 + (number == 0 ? QString() : u'.' + QString::number(number));
         if (VXExistsAtPath(aside))
             continue;
-        return QFile::rename(path, aside) ? aside : QString();
+        if (!QFile::rename(path, aside))
+            return {};
+        const VXMutexLocker lock(filesLock);
+        filesAside.append(aside);
+        return aside;
     }
 }
 
@@ -36,6 +43,12 @@ VXPreferenceFile::VXPreferenceFile(const QString &path) : _path(path)
     VXError error;
     if (!reload(false, nullptr, &error))
         VXReportDiagnostic(3, u"Unable to read preferences: %1"_s.arg(error.description()));
+}
+
+QStringList VXPreferenceFile::filesSetAside()
+{
+    const VXMutexLocker lock(filesLock);
+    return filesAside;
 }
 
 QString VXPreferenceFile::lockPath() const

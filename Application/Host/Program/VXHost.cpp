@@ -3,6 +3,7 @@
 #include "VXApplication.h"
 #include "VXBackgroundThread.h"
 #include "VXDesktopServices.h"
+#include "VXErrorText.h"
 #include "VXException.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
@@ -110,19 +111,8 @@ int runInEventLoop(VXHostContext &context)
     return status;
 }
 
-// Preferences that could not be read, and were set aside at some time.
-QStringList damagedPreferences()
-{
-    const QDir folder(VXUserDefaults::preferencesFolder());
-    QStringList paths;
-    for (const QString &name : folder.entryList({u"*.damaged*"_s}, QDir::Files))
-        paths.append(folder.filePath(name));
-    return paths;
-}
-
 int runApplication(VXHostContext &context)
 {
-    const QStringList damagedBefore = damagedPreferences();
     if (context.options.isSet(u"verbose"_s))
         VXLog::setEchoDescriptor(STDERR_FILENO);
     VXInitializeFramework();
@@ -138,12 +128,10 @@ int runApplication(VXHostContext &context)
     VXPersistentStore::closeAll(); // whoever copies a data file after the end of the program has all of it
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) || !application.relaunchIfDue(&error))
-        status = failWithReason(context, error.localizedDescription());
-    for (const QString &path : damagedPreferences()) {
-        if (!damagedBefore.contains(path))
-            context.output.note(
-                u"vornix: preferences were damaged, and are not in use any more; they lie in %1"_s.arg(path));
-    }
+        status = failWithReason(context, VXErrorText(error));
+    for (const QString &path : VXUserDefaults::filesSetAside())
+        context.output.note(
+            u"vornix: preferences were damaged, and are not in use any more; they lie in %1"_s.arg(path));
     return status;
 }
 

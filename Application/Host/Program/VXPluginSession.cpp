@@ -2,6 +2,7 @@
 
 #include "VXApplication.h"
 #include "VXDataManager.h"
+#include "VXErrorText.h"
 #include "VXException.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
@@ -49,7 +50,7 @@ int saveAndAnswer(VXHostOutput &output, int status)
 {
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error))
-        status = output.fail(error.localizedDescription());
+        status = output.fail(VXErrorText(error));
     return output.finish(status);
 }
 
