@@ -4,6 +4,7 @@
 #include "VXException.h"
 #include "VXFileLock.h"
 #include "VXGuard.h"
+#include "VXMetaDataOrigin.h"
 #include "VXMetaDataSource.h"
 #include "VXMetaDataSync.h"
 #include "VXMetaDataWalk.h"
@@ -112,5 +113,7 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
         report->isIndexWhole = _mirror.indexer().isInStep(_mirror.folder().fileCount());
     if (report && repairs && !report->isIndexWhole)
         static_cast<void>(_mirror.indexer().settle(_mirror.folder().fileCount()));
+    if (report && repairs && report->unrepaired == 0)
+        static_cast<void>(_mirror.folder().setOrigin(VXMarkOfStores(*_persistentStoreCoordinator)));
     return report;
 }

@@ -133,6 +133,20 @@ bool VXMetaDataFolder::write(const QString &name, const QVariantMap &values, std
     return false;
 }
 
+QByteArray VXMetaDataFolder::origin() const
+{
+    QString reason;
+    return VXRegularFile::read(originPath(), &reason);
+}
+
+bool VXMetaDataFolder::setOrigin(const QByteArray &mark) const
+{
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
+    VXFileDescriptor file(::open(QFile::encodeName(originPath()).constData(), flags, S_IRUSR | S_IWUSR));
+    const bool isWritten = file.isOpen() && file.writeAll(mark);
+    return file.close() && isWritten;
+}
+
 void VXMetaDataFolder::removeUnfinished() const
 {
     ::unlinkat(_folder.number(), beingWritten, 0);

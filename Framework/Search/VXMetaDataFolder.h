@@ -25,6 +25,10 @@ public:
     QString pathOf(const QString &name) const { return _path + u'/' + name; }
     /** A file beside the folder; who works on the folder holds its lock. */
     QString lockPath() const { return _path + QLatin1String(".lock"); }
+    /** The mark of the stores whose objects the files tell of, from a file beside the folder; empty where none was set. */
+    QByteArray origin() const;
+    /** Replaces it. False, with errno, when that fails. */
+    bool setOrigin(const QByteArray &mark) const;
 
     /** Makes the folder if need be, and looks at it afresh from then on. */
     VXError open();
@@ -53,6 +57,8 @@ public:
     bool remove(const QString &name) const;
 
 private:
+    QString originPath() const { return _path + QLatin1String(".store"); }
+
     const QString _path;
     VXFileDescriptor _folder;
 };

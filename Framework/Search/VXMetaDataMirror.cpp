@@ -135,8 +135,10 @@ void VXMetaDataMirror::removeOrphan(const QString &name)
 void VXMetaDataMirror::writeAhead(const VXManagedObject &object)
 {
     const QString name = metaDataFilename(object.objectID());
+    if (!metaDataPlist(object))
+        return removeAhead(name);
     const Ahead kind = _folder.modificationTime(name) ? Ahead::Updated : Ahead::Added;
-    if (metaDataPlist(object) && writeFile(name, object) && !_ahead.contains(name))
+    if (writeFile(name, object) && !_ahead.contains(name))
         _ahead.insert(name, kind);
 }
 

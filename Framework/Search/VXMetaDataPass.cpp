@@ -3,6 +3,7 @@
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXGuard.h"
+#include "VXMetaDataOrigin.h"
 #include "VXMetaDataSource.h"
 #include "VXMetaDataSync.h"
 #include "VXMetaDataWalk.h"
@@ -39,6 +40,10 @@ private:
     bool takeTurn(std::chrono::milliseconds time);
     void trashFormerFolder() const;
     bool prepareFolder();
+    /** Whether the files tell of the objects of this store. */
+    bool isOfThisStore() const;
+    /** Else they go, for objects of this one have the same numbers. False when it was broken off. */
+    bool makeWayForStore();
     /** All that is due, with the folder in hand. False when it was broken off. */
     bool work();
     /** Each only when the one before ran to its end, or the sync does not run any more. False when it was broken off. */
@@ -163,10 +168,33 @@ bool VXMetaDataSync::Pass::work()
     for (const VXEntityDescription *const each : entity->family())
         _endings.insert(u'.' + each->name().toLower());
     qint64 fileCount = 0;
-    if (!synchronizeObjects(*entity) || !removeOrphans(&fileCount))
+    if (!makeWayForStore() || !synchronizeObjects(*entity) || !removeOrphans(&fileCount))
         return false;
     if (!_sync._mirror.indexer().settle(fileCount))
         _sync.setNeedsUpdate(true); // files that were removed are to be written
+    return true;
+}
+
+bool VXMetaDataSync::Pass::isOfThisStore() const
+{
+    const QByteArray origin = _sync._mirror.folder().origin();
+    return origin.isEmpty() || origin == VXMarkOfStores(*_sync._persistentStoreCoordinator);
+}
+
+bool VXMetaDataSync::Pass::makeWayForStore()
+{
+    VXMetaDataFolder &folder = _sync._mirror.folder();
+    if (!isOfThisStore()) {
+        log(VXLogNotice, "%1: the files tell of another store, and are made anew"_L1.arg(_sync._identifier));
+        folder.forEachName([&](const QString &name) {
+            if (_sync.isRunning())
+                withFile([&] { _sync._mirror.removeOrphan(name); });
+        });
+    }
+    if (!_sync.isRunning())
+        return false;
+    if (!folder.setOrigin(VXMarkOfStores(*_sync._persistentStoreCoordinator)))
+        log(VXLogError, "%1: which store the files tell of can not be noted"_L1.arg(_sync._identifier));
     return true;
 }
 
@@ -232,7 +260,7 @@ bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
 
 bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
 {
-    if (!prepareFolder() || !takeTurn(0ms) || !_turn)
+    if (!prepareFolder() || !takeTurn(0ms) || !_turn || !isOfThisStore())
         return false;
     const VXMetaDataMirror::Use use(_sync._mirror);
     for (const VXManagedObjectID &objectID : saved.present) {
@@ -244,8 +272,11 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
         withFile([&] { _sync._mirror.writeAhead(*object); });
         _context.refreshObject(object, false);
     }
-    for (const VXManagedObjectID &objectID : saved.deleted)
+    for (const VXManagedObjectID &objectID : saved.deleted) {
+        if (saved.present.contains(objectID) && _context.existingObjectWithID(objectID))
+            continue; // written again since
         withFile([&] { _sync._mirror.removeAhead(metaDataFilename(objectID)); });
+    }
     return saved.isAll && !_sync._mirror.isFolderGone();
 }
 

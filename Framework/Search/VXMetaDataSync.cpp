@@ -2,6 +2,7 @@
 
 #include "VXMainThread.h"
 #include "VXMetaDataKeeper.h"
+#include "VXMetaDataOrigin.h"
 #include "VXMethodLog.h"
 #include "VXThread.h"
 #include "VXUserDefaults.h"
@@ -88,9 +89,18 @@ VXMetaDataSync::launchMetaDataSyncWithIdentifier(const QString &identifier,
     return sync;
 }
 
+// So that the files are made anew although nothing is saved.
+void VXMetaDataSync::noteOtherStore() const
+{
+    const QByteArray origin = VXMetaDataFolder(_identifier).origin();
+    if (!origin.isEmpty() && origin != VXMarkOfStores(*_persistentStoreCoordinator))
+        _debt.mark();
+}
+
 // False when the program is at its end.
 bool VXMetaDataSync::startWork()
 {
+    noteOtherStore();
     _mirrorsOwnSaves = workOfProcess == VXMetaDataWork::OwnSaves;
     if (_mirrorsOwnSaves) {
         _mostSaved = mostOwnSaves;

@@ -113,6 +113,7 @@ private:
                    const QString &entityName, const QString &modificationDateKey);
     void addStoreListener();
     bool startWork();
+    void noteOtherStore() const;
     void noteSaved(const VXNotification &notification);
     std::chrono::milliseconds delay() const;
     void runDuePass();

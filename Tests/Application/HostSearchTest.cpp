@@ -199,3 +199,17 @@ TEST_F(HostSearchTest, TheProgramThatStaysTakesInWhatOthersLeave)
         isFound = VXRunUntil([&] { return kinds({u"joe"_s}).contains(u"contact"_s); });
     EXPECT_TRUE(isFound);
 }
+
+// The objects of a store that takes another's place have the same numbers, and perhaps earlier dates.
+TEST_F(HostSearchTest, FindsWhatIsInTheStoreThatTookThePlace)
+{
+    const QString copy = path(u"copy.vxdatastore"_s);
+    EXPECT_EQ(runHost({u"store"_s, u"export"_s, u"phonebook"_s, copy}).status, 0);
+    EXPECT_EQ(runHost({u"phonebook"_s, u"edit"_s, u"Zoë Müller"_s, u"--last"_s, u"Renamed"_s}).status, 0);
+    EXPECT_EQ(kinds({u"renamed"_s}), QStringList{u"contact"_s});
+    EXPECT_EQ(runHost({u"store"_s, u"import"_s, u"phonebook"_s, copy, u"--replace"_s, u"--yes"_s}).status, 0);
+    runHost({u"phonebook"_s, u"list"_s}); // puts it in place
+    EXPECT_EQ(runHost({u"search"_s, u"update"_s}).status, 0);
+    EXPECT_EQ(kinds({u"renamed"_s}), QStringList());
+    EXPECT_EQ(kinds({u"müller"_s}), QStringList{u"contact"_s});
+}

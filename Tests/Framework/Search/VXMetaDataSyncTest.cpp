@@ -138,6 +138,25 @@ TEST_F(VXMetaDataSyncTest, KeepsOneFileForEachObject)
     EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1})); // and not written again until that time
 }
 
+TEST_F(VXMetaDataSyncTest, ObjectsOfAnotherStoreHaveTheSameNumbers)
+{
+    add(u"Jane"_s);
+    add(u"Joe"_s);
+    pass();
+    const auto other = VXPersistentStoreCoordinator::coordinatorWithModel(model());
+    ASSERT_TRUE(other->addPersistentStore(VXStoreType::InMemory, {}));
+    VXManagedObjectContext otherContext(other);
+    const VXManagedObjectPtr ann = addPerson(otherContext, u"Ann"_s);
+    ann->setValueForKey(QDateTime::currentDateTimeUtc().addYears(-1), u"changed"_s); // older than the files
+    ASSERT_TRUE(otherContext.save());
+    sync->terminate();
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, other, u"Person"_s, u"changed"_s);
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1, .orphaned = 2}));
+    EXPECT_EQ(titleIn(fileOf(ann)), u"Ann"_s);
+    EXPECT_THAT(find(u"j"_s), IsEmpty());
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1}));
+}
+
 TEST_F(VXMetaDataSyncTest, WritesAnObjectThatIsChangedAndNotSaved)
 {
     const VXManagedObjectPtr jane = add(u"Jane"_s);
