@@ -140,7 +140,7 @@ public:
     const QString &oldStore() const { return _oldStore; }
     /** The store that the next start opens, wherever it lies now; null when there is none. */
     QString storeToOpen() const;
-    /** Whether that one is of an older version. Empty when it cannot be told. */
+    /** Whether that one is of an older version. Empty, with an error, when it cannot be told, or is of a newer one. */
     std::optional<bool> isUpgradeDue(VXError *error = nullptr) const;
     /** Copies a store into one that is gone afterwards, to see what an upgrade or import would do. Nothing is written. */
     VXError rehearse(const StorePtr &source, QList<VXEntityMigration> *entities);

@@ -130,8 +130,27 @@ bool writeNew(const QString &path, const VXSQLiteSchema &schema, const VXManaged
            connection->execute(u"PRAGMA journal_mode = WAL"_s, error);
 }
 
-// As fast as files are copied. Nobody writes meanwhile, and all that was saved is in the file itself, not in its log; where
-// readers keep the log from being emptied, that cannot be had: none.
+// Reads the file itself, as of now: whoever reads from it alone, for its log is empty, keeps all from changing it, and what is
+// saved meanwhile goes to the log. None, as that cannot be had, where other readers or writers keep the log from being empty.
+bool beginReadingWithoutLog(VXSQLiteConnection &source, const QString &path, VXError *error)
+{
+    constexpr int tries = 3;
+    const auto isLogEmpty = [&] { return QFileInfo(path + "-wal"_L1).size() == 0; };
+    // Not longer: who waits for readers to end lets nobody write.
+    if (!source.execute(u"PRAGMA busy_timeout = 200"_s, error))
+        return false;
+    for (int attempt = 0; attempt < tries; ++attempt) {
+        if (!source.execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s, error) || !source.execute(u"BEGIN"_s, error) ||
+            source.textOf(u"SELECT COUNT(*) FROM sqlite_master"_s, error).isNull())
+            return false;
+        if (isLogEmpty())
+            return true;
+        source.execute(u"ROLLBACK"_s, nullptr);
+    }
+    return false;
+}
+
+// As fast as files are copied, and nobody waits meanwhile. None where that cannot be had.
 std::optional<bool> copyBytes(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout,
                               VXError *error)
 {
@@ -140,9 +159,7 @@ std::optional<bool> copyBytes(const QString &path, const QString &to, std::chron
     const auto source = VXSQLiteConnection::open(path, Access::Write, busyTimeout, nullptr, error);
     if (!source)
         return false;
-    const auto isLogEmpty = [&] { return QFileInfo(path + "-wal"_L1).size() == 0; };
-    if (!source->execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s, error) ||
-        !source->execute(u"BEGIN IMMEDIATE"_s, error) || !isLogEmpty())
+    if (!beginReadingWithoutLog(*source, path, error))
         return std::nullopt;
     if (!makePrivate(to, error))
         return false;

@@ -3,9 +3,12 @@
 #include "VXNone.h"
 #include "VXSQLPredicate.h"
 
+#include <QtCore/QDateTime>
+
 #include <algorithm>
 #include <cmath>
 
+using namespace Qt::StringLiterals;
 using Kind = VXPredicate::Kind;
 
 namespace {
@@ -71,6 +74,33 @@ bool isSameShape(const VXFetchRequest &a, const VXFetchRequest &b)
            a.sortDescriptors == b.sortDescriptors && isSameShape(a.predicate, b.predicate);
 }
 
+// Of the same type. What was asked for is not kept, which may be long, and private.
+QVariant withoutValue(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::QString:
+        return u""_s;
+    case QMetaType::QByteArray:
+        return QByteArray("");
+    case QMetaType::QDateTime:
+        return QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
+    default:
+        return value;
+    }
+}
+
+VXPredicate shapeOf(const VXPredicate &predicate)
+{
+    if (predicate.kind() == Kind::True)
+        return predicate;
+    if (predicate.kind() == Kind::Comparison)
+        return VXPredicate::comparison(predicate.left(), predicate.comparisonOperator(),
+                                       VXExpression::constant(withoutValue(predicate.right().value())));
+    QList<VXPredicate> parts;
+    std::ranges::transform(predicate.subpredicates(), std::back_inserter(parts), shapeOf);
+    return VXPredicate::allOf(parts);
+}
+
 } // namespace
 
 std::optional<QVariantList> VXSQLiteQueryCache::valuesOf(const VXPredicate &predicate, const VXStoreIdentity &store)
@@ -98,9 +128,11 @@ QString VXSQLiteQueryCache::find(const VXFetchRequest &request, Wanted wanted)
 
 void VXSQLiteQueryCache::keep(const VXFetchRequest &request, Wanted wanted, const QString &sql)
 {
+    Entry entry{request, wanted, sql};
+    entry.request.predicate = shapeOf(request.predicate);
     const VXMutexLocker lock(_lock);
     if (_entries.size() < maximumEntries)
-        _entries.push_back({request, wanted, sql});
+        _entries.push_back(std::move(entry));
     else
-        _entries[_next++ % maximumEntries] = {request, wanted, sql};
+        _entries[_next++ % maximumEntries] = std::move(entry);
 }

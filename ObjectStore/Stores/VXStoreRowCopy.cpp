@@ -179,8 +179,6 @@ QString VXStoreRowCopy::Plan::surveyEntity(VXSQLiteConnection &connection, const
         .rows = {from, _source._schema, isThere ? *found : from, isThere ? _destination._schema : _source._schema}};
     VXError error;
     VXSQLiteStatement survey = connection.statement(plan.rows.survey(), &error);
-    for (qsizetype i = 0; survey && i < plan.rows.constants().size(); ++i)
-        survey.bindValue(int(i) + 3, plan.rows.constants()[i]);
     if (!survey || survey.step() != Step::Row)
         return error ? error.description() : connection.lastError().description();
     Entity told{.name = from.name(), .count = survey.number(0)};
@@ -198,6 +196,10 @@ QString VXStoreRowCopy::Plan::surveyEntity(VXSQLiteConnection &connection, const
             told.dropped.append(plan.rows.droppable()[i]);
     }
     entities->append(told);
+    for (const QString &sql : {plan.rows.insertion(), plan.rows.comparison()}) {
+        if (plan.count > 0 && !connection.statement(sql, &error)) // some models have more than SQL can say at once
+            return error.description();
+    }
     const QString obstacle = plan.count > 0 ? obstacleInLists(connection, plan) : QString();
     if (plan.count > 0)
         _entities.push_back(std::move(plan));

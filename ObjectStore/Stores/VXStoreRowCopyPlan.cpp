@@ -1,5 +1,7 @@
 #include "VXStoreRowCopyPlan.h"
 
+#include "VXSQLPredicate.h"
+
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -132,7 +134,7 @@ void VXEntityRowPlan::addAttribute(const VXAttributeDescription &made)
     }
     if (made.defaultValue().isValid())
         value = u"COALESCE(%1, %2)"_s.arg(value, constant(made.defaultValue()));
-    if (!made.isOptional())
+    else if (!made.isOptional())
         _unsound.append(value + " IS NULL"_L1);
     addColumn(VXSQLiteSchema::column(made), value);
 }
@@ -187,7 +189,7 @@ QString VXEntityRowPlan::survey() const
     for (const QString &condition : _isDropped)
         dropped += u", MAX(%1)"_s.arg(condition);
     return u"SELECT COUNT(*), MIN(s.Z_PK), MAX(s.Z_PK), TOTAL(%1)%2 FROM source.%3 s WHERE +s.Z_ENT = %4"_s
-        .arg(_unsound.isEmpty() ? u"0"_s : _unsound.join(" OR "_L1), dropped, VXSQLiteSchema::table(_from))
+        .arg(_unsound.isEmpty() ? u"0"_s : VXSQLJoined(_unsound, " OR "_L1), dropped, VXSQLiteSchema::table(_from))
         .arg(_fromSchema.entityNumber(_from));
 }
 
@@ -205,12 +207,12 @@ QString VXEntityRowPlan::insertion() const
 
 QString VXEntityRowPlan::comparison() const
 {
-    QString differs = u"d.Z_ENT IS NOT %1"_s.arg(_toSchema.entityNumber(_to));
+    QStringList differs{u"d.Z_ENT IS NOT %1"_s.arg(_toSchema.entityNumber(_to))};
     for (qsizetype i = 0; i < _columns.size(); ++i)
-        differs += u" OR d.%1 IS NOT %2"_s.arg(_columns[i], _values[i]);
+        differs.append(u"d.%1 IS NOT %2"_s.arg(_columns[i], _values[i]));
     return u"SELECT s.Z_PK FROM source.%1 s LEFT JOIN main.%2 d ON d.Z_PK = s.Z_PK "
-           "WHERE s.Z_PK BETWEEN ?1 AND ?2 AND +s.Z_ENT = %3 AND (%4) LIMIT 1"_s
+           "WHERE s.Z_PK BETWEEN ?1 AND ?2 AND +s.Z_ENT = %3 AND %4 LIMIT 1"_s
                .arg(VXSQLiteSchema::table(_from), VXSQLiteSchema::table(_to))
                .arg(_fromSchema.entityNumber(_from))
-               .arg(differs);
+               .arg(VXSQLJoined(differs, " OR "_L1));
 }
