@@ -35,6 +35,7 @@ public:
 
     std::optional<VXMetaDataReport> run(const VXEntityDescription &entity, VXError *error)
     {
+        _endings = VXMetaDataFileEndings(entity);
         const auto look = [this](const VXManagedObjectPtr &object) {
             ++_report.objectCount;
             compare(*object);
@@ -70,7 +71,7 @@ private:
     {
         ++_report.fileCount;
         const std::optional<qint64> number = VXNumberInMetaDataFilename(name);
-        if (number && _numbers.contains(*number))
+        if (number && _numbers.contains(*number) && _endings.contains(VXEndingOfMetaDataFilename(name)))
             return;
         note(Kind::Orphaned, name, [&] {
             _mirror.removeOrphan(name);
@@ -91,7 +92,8 @@ private:
     VXMetaDataMirror &_mirror;
     const bool _repairs;
     VXManagedObjectContext _context;
-    VXNumberSet _numbers; // of the objects that have files
+    VXNumberSet _numbers;   // of the objects that have files
+    QSet<QString> _endings; // of their names
     VXMetaDataReport _report;
 };
 
@@ -109,10 +111,12 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
     }
     const VXMetaDataMirror::Use use(_mirror);
     std::optional<VXMetaDataReport> report = Check(*this, repairs).run(*entity, error);
+    VXMetaDataIndexer &indexer = _mirror.indexer();
     if (report)
-        report->isIndexWhole = _mirror.indexer().isInStep(_mirror.folder().fileCount());
+        report->isIndexWhole = indexer.isSound() && indexer.isInStep(_mirror.folder().fileCount());
     if (report && repairs && !report->isIndexWhole)
-        static_cast<void>(_mirror.indexer().settle(_mirror.folder().fileCount()));
+        report->isIndexRepaired =
+            indexer.settle(_mirror.folder().fileCount()) && indexer.isInStep(_mirror.folder().fileCount());
     if (report && repairs && report->unrepaired == 0)
         static_cast<void>(_mirror.folder().setOrigin(VXMarkOfStores(*_persistentStoreCoordinator)));
     return report;

@@ -22,8 +22,10 @@ struct VXMetaDataReport
     qint64 objectCount = 0;
     qint64 fileCount = 0;
     QList<VXMetaDataFinding> findings = {};
-    bool isIndexWhole = true; // as many files are in the search index as are in the folder
-    qint64 unrepaired = 0;    // of the findings, with repairing
+    bool isIndexWhole = true;    // it is sound, and as many files are in it as are in the folder
+    qint64 unrepaired = 0;       // of the findings, with repairing
+    bool isIndexRepaired = true; // with repairing: false when it is not whole all the same
 
     bool isClean() const { return findings.isEmpty() && isIndexWhole; }
+    bool isRepaired() const { return unrepaired == 0 && isIndexRepaired; }
 };

@@ -6,6 +6,7 @@
 #include "VXRegularFile.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QScopeGuard>
 
 #include <cerrno>
@@ -39,6 +40,8 @@ VXMetaDataFolder::VXMetaDataFolder(const QString &identifier)
 VXError VXMetaDataFolder::open()
 {
     QString reason;
+    if (QFileInfo(_path).isSymLink()) // to what is not the sync's
+        return VXError::platformError(VXPlatformErrorCode::FileWrite, u"It is a link."_s, {}, _path);
     if (!VXMakePrivateFolder(_path, &reason))
         return VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, _path);
     return openExisting() ? VXError() : writeError(_path);
@@ -46,7 +49,8 @@ VXError VXMetaDataFolder::open()
 
 bool VXMetaDataFolder::openExisting()
 {
-    _folder = VXFileDescriptor(::open(QFile::encodeName(_path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    _folder =
+        VXFileDescriptor(::open(QFile::encodeName(_path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
     return _folder.isOpen();
 }
 

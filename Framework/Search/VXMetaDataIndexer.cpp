@@ -21,7 +21,7 @@ void VXMetaDataIndexer::open()
     _isMarked = _wasComplete = false;
     _index = VXSearchIndex::open(&error);
     if (_index)
-        _wasComplete = _index->isComplete(_identifier, &error);
+        _wasComplete = _index->isComplete(_identifier, &error) && !_debt.isIndexOwed();
     if (error)
         giveUp(error);
 }
@@ -31,6 +31,7 @@ void VXMetaDataIndexer::giveUp(const VXError &error)
     VXLogMethod(VXLogError, "open", "not indexed: "_L1 + error.description());
     _index.reset();
     _changes.clear();
+    _debt.markIndex();
     VXSearchIndex::discardIfDamaged(error);
 }
 
@@ -65,6 +66,17 @@ bool VXMetaDataIndexer::isInStep(qint64 fileCount)
     return _index && _wasComplete && _index->count(_identifier, nullptr) == fileCount;
 }
 
+bool VXMetaDataIndexer::isSound()
+{
+    VXError error;
+    if (_index && !_index->isSound(&error)) {
+        giveUp(error);
+        _index = VXSearchIndex::open(&error);
+        _wasComplete = false;
+    }
+    return _index && _wasComplete;
+}
+
 bool VXMetaDataIndexer::settle(qint64 fileCount)
 {
     return isInStep(fileCount) || !_index || putAllIn();
@@ -97,7 +109,11 @@ void VXMetaDataIndexer::close()
 {
     flush();
     VXError error;
-    if (_index && _isMarked && _wasComplete && !_index->endChanges(_identifier, &error))
-        giveUp(error);
+    if (_index && _isMarked && _wasComplete) {
+        if (_index->endChanges(_identifier, &error))
+            _debt.settleIndex();
+        else
+            giveUp(error);
+    }
     _index.reset();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXMetaDataDebt.h"
 #include "VXMetaDataFolder.h"
 #include "VXSearchIndex.h"
 
@@ -31,6 +32,8 @@ public:
     bool settle(qint64 fileCount);
     /** Whether all files are in the index, if so many are in the folder. */
     bool isInStep(qint64 fileCount);
+    /** Reads all of the index. One that says other words than its entries have is thrown away, so that settle() makes it anew. */
+    bool isSound();
     void close();
 
 private:
@@ -41,6 +44,7 @@ private:
 
     const QString _identifier;
     const VXMetaDataFolder &_folder;
+    const VXMetaDataDebt _debt{_identifier};
     std::unique_ptr<VXSearchIndex> _index; // while it is open and works
     QList<VXSearchIndex::Change> _changes; // not carried over yet
     bool _wasComplete = false;

@@ -8,9 +8,26 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QScopeGuard>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// What no file can hold, zero and half a character, gives way to signs.
+QVariant writable(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::QString)
+        return QString::fromUtf8(value.toString().toUtf8()).replace(QChar(0), QChar::ReplacementCharacter);
+    if (value.typeId() != QMetaType::QStringList && value.typeId() != QMetaType::QVariantList)
+        return value;
+    QVariantList list = value.toList();
+    std::ranges::transform(list, list.begin(), writable);
+    return list;
+}
+
+} // namespace
 
 VXMetaDataMirror::VXMetaDataMirror(const QString &identifier, const QString &modificationDateKey)
     : _identifier(identifier), _modificationDateKey(modificationDateKey), _folder(identifier)
@@ -22,6 +39,7 @@ VXMetaDataMirror::Use::Use(VXMetaDataMirror &mirror) : _mirror(mirror)
     static_cast<void>(_mirror._folder.open()); // else what is written is told
     _mirror._folder.removeUnfinished();
     _mirror._isFolderGone = false;
+    _mirror._isWhole = true;
     _mirror._indexer.open();
 }
 
@@ -44,7 +62,7 @@ void VXMetaDataMirror::resetCounts()
 bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObject &object)
 {
     const std::optional<qint64> fileTime = _folder.modificationTime(name);
-    if (fileTime && isCurrent(object, *fileTime)) {
+    if (fileTime && isCurrent(object, *fileTime) && !_owed.contains(object.objectID().number())) {
         const auto ahead = _ahead.constFind(name);
         ++(ahead == _ahead.cend() ? _unchanged : *ahead == Ahead::Added ? _added : _updated);
         if (ahead != _ahead.cend())
@@ -78,7 +96,7 @@ std::optional<QVariantMap> VXMetaDataMirror::valuesOf(const VXManagedObject &obj
     QVariantMap values{{u"kMDItemIdentifier"_s, QString(uri.host() + uri.path())}, {u"kMDItemCreator"_s, _identifier}};
     for (const auto &[key, value] : described->asKeyValueRange()) {
         if (!VXIsNone(value))
-            values.insert(key, value);
+            values.insert(key, writable(value));
     }
     return values;
 }
@@ -102,6 +120,7 @@ bool VXMetaDataMirror::writeFile(const QString &name, const VXManagedObject &obj
         _indexer.didWrite(name, *values);
         isGone.dismiss();
     } else {
+        _isWhole = false;
         _isFolderGone = _isFolderGone || _folder.isGone();
         VXLogMethod(VXLogError, operation, "Unable to write metadata file: "_L1 + _folder.pathOf(name));
         VXLogMethod(VXLogError, operation, error.description());
@@ -114,6 +133,7 @@ bool VXMetaDataMirror::removeFile(const QString &name, const char *operation)
 {
     _indexer.willChange();
     const bool isGone = _folder.remove(name);
+    _isWhole = _isWhole && isGone;
     if (!isGone)
         VXLogMethod(VXLogWarning, operation, "Unable to delete file: "_L1 + _folder.pathOf(name));
     return isGone;

@@ -59,6 +59,10 @@ public:
     bool writeFile(const QString &name, const VXManagedObject &object);
     /** Removes a file without object; what is no file of a sync's goes to the trash. */
     void removeOrphan(const QString &name);
+    /** Since the use of it began: whether every file could be written and removed that was to be. */
+    bool isWhole() const { return _isWhole; }
+    /** Objects whose files are not to be taken for current by their dates. */
+    void setOwed(VXMetaDataDebt::Owed owed) { _owed = std::move(owed); }
     /** Whether a file could not be written because the folder was removed. */
     bool isFolderGone() const { return _isFolderGone; }
 
@@ -82,6 +86,8 @@ private:
     VXMetaDataIndexer _indexer{_identifier, _folder};
     QHash<QString, Ahead> _ahead; // files written since the last pass
     qint32 _removedAhead = 0;
+    VXMetaDataDebt::Owed _owed;
     bool _isFolderGone = false;
+    bool _isWhole = true;
     std::atomic<qint32> _added{0}, _updated{0}, _unchanged{0}, _orphaned{0}, _errors{0};
 };

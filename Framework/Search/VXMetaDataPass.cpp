@@ -30,13 +30,14 @@ constexpr std::chrono::milliseconds turnPoll = 200ms; // while another process w
 class VXMetaDataSync::Pass
 {
 public:
+    using Wait = std::optional<std::chrono::milliseconds>; // none: without an end
     explicit Pass(VXMetaDataSync &sync) : _sync(sync), _context(sync._persistentStoreCoordinator) {}
-    void run();
+    Outcome run(Wait longestWait);
     /** Only what was saved, and only if nobody else is at work. False when some of it is left. */
     bool runFor(const SavedObjects &saved);
 
 private:
-    bool waitForTurn();
+    bool waitForTurn(Wait longestWait);
     bool takeTurn(std::chrono::milliseconds time);
     void trashFormerFolder() const;
     bool prepareFolder();
@@ -64,14 +65,15 @@ private:
     VXMetaDataSync &_sync;
     VXManagedObjectContext _context;
     std::unique_ptr<VXFileLock> _turn;
+    bool _isRefused = false; // the turn, for ever
     VXActivity::Ptr _activity;
     VXNumberSet _numbers;   // of the objects that have been visited
     QSet<QString> _endings; // of their files' names
 };
 
-void VXMetaDataSync::synchronizeMetaDataFiles()
+VXMetaDataSync::Outcome VXMetaDataSync::synchronizeMetaDataFiles(std::optional<std::chrono::milliseconds> longestWait)
 {
-    Pass(*this).run();
+    return Pass(*this).run(longestWait);
 }
 
 void VXMetaDataSync::mirrorSavedObjects()
@@ -81,28 +83,33 @@ void VXMetaDataSync::mirrorSavedObjects()
         const VXMutexLocker locker(_lock);
         saved = std::exchange(_saved, {});
     }
-    if (saved.isEmpty() || !Pass(*this).runFor(saved))
+    if (!saved.isEmpty() && !Pass(*this).runFor(saved))
         return; // the pass that is due does it
     const VXMutexLocker locker(_lock);
     if (_saved.isEmpty())
         _debt.settleOwn();
 }
 
-void VXMetaDataSync::Pass::run()
+VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
 {
     _sync._mirror.resetCounts();
     const auto start = std::chrono::steady_clock::now();
     _activity = VXActivityManager::sharedActivityManager().addActivityWithTitle(
         VXLocalizedString(u"Updating Spotlight data"_s));
     const auto end = qScopeGuard([this] { VXActivityManager::sharedActivityManager().removeActivity(_activity); });
+    if (!_sync.isRunning()) // by now: what lies above the folder may be gone as well
+        return Outcome::Failed;
     trashFormerFolder();
-    if (!prepareFolder() || !waitForTurn())
-        return;
-    _sync._debt.settleAll(); // what is saved from now on, anywhere, is a new one
-    if (!work())
-        _sync._debt.mark();
+    if (!prepareFolder())
+        return Outcome::Failed;
+    if (!waitForTurn(longestWait))
+        return _isRefused || !_sync.isRunning() ? Outcome::Failed : Outcome::Elsewhere;
+    _sync._mirror.setOwed(_sync._debt.beginPass()); // what is saved from now on, anywhere, is owed anew
+    const bool isDone = work();
+    _sync._debt.endPass(isDone);
     _turn.reset(); // before the main thread is asked for anything, which may wait for it
     trace(std::chrono::steady_clock::now() - start);
+    return isDone ? Outcome::Done : Outcome::Failed;
 }
 
 void VXMetaDataSync::Pass::trashFormerFolder() const
@@ -133,13 +140,17 @@ bool VXMetaDataSync::Pass::takeTurn(std::chrono::milliseconds time)
         _turn = std::move(turn);
     else if (isDecided)
         log(VXLogError, turn->reason());
+    _isRefused = isDecided && !_turn;
     return isDecided;
 }
 
 // False when it will not come.
-bool VXMetaDataSync::Pass::waitForTurn()
+bool VXMetaDataSync::Pass::waitForTurn(Wait longestWait)
 {
+    const auto end = std::chrono::steady_clock::now() + longestWait.value_or(0ms);
     while (_sync.isRunning() && !takeTurn(turnPoll)) {
+        if (longestWait && std::chrono::steady_clock::now() >= end)
+            break;
     }
     return _turn != nullptr;
 }
@@ -165,14 +176,13 @@ bool VXMetaDataSync::Pass::work()
         log(VXLogError, "%1: there is no entity %2"_L1.arg(_sync._identifier, _sync._entityName));
         return true; // nor will there be
     }
-    for (const VXEntityDescription *const each : entity->family())
-        _endings.insert(u'.' + each->name().toLower());
+    _endings = VXMetaDataFileEndings(*entity);
     qint64 fileCount = 0;
     if (!makeWayForStore() || !synchronizeObjects(*entity) || !removeOrphans(&fileCount))
         return false;
     if (!_sync._mirror.indexer().settle(fileCount))
         _sync.setNeedsUpdate(true); // files that were removed are to be written
-    return true;
+    return _sync._mirror.isWhole();
 }
 
 bool VXMetaDataSync::Pass::isOfThisStore() const
@@ -246,7 +256,7 @@ bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
         if (!_sync.isRunning())
             return;
         const std::optional<qint64> number = VXNumberInMetaDataFilename(name);
-        if (number && _numbers.contains(*number) && _endings.contains(name.mid(name.indexOf(u'.')))) {
+        if (number && _numbers.contains(*number) && _endings.contains(VXEndingOfMetaDataFilename(name))) {
             ++*fileCount;
             return;
         }
@@ -277,7 +287,7 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
             continue; // written again since
         withFile([&] { _sync._mirror.removeAhead(metaDataFilename(objectID)); });
     }
-    return saved.isAll && !_sync._mirror.isFolderGone();
+    return saved.isAll && _sync._mirror.isWhole();
 }
 
 void VXMetaDataSync::Pass::trace(std::chrono::duration<double> duration) const

@@ -28,6 +28,19 @@ QString VXMetaDataFilename(const QString &name, const QString &entityName)
     return name + generation + entityName.toLower();
 }
 
+QSet<QString> VXMetaDataFileEndings(const VXEntityDescription &entity)
+{
+    QSet<QString> endings;
+    for (const VXEntityDescription *const each : entity.family())
+        endings.insert(each->name().toLower());
+    return endings;
+}
+
+QString VXEndingOfMetaDataFilename(const QString &name)
+{
+    return name.section(u'.', 1);
+}
+
 // "p" NUMBER "_MD2." ENTITY, as it is made above.
 std::optional<qint64> VXNumberInMetaDataFilename(QStringView name)
 {

@@ -26,6 +26,7 @@ constexpr std::chrono::milliseconds delayAfterSave = 5s; // that came during a p
 constexpr std::chrono::seconds longestFarewell = 10s;
 constexpr std::chrono::milliseconds servingTurn = 5ms;
 constexpr qsizetype mostOwnSaves = 100; // a few milliseconds' work
+constexpr qsizetype mostNamed = 10000;  // then all are looked at
 
 std::atomic<VXMetaDataWork> workOfProcess{VXMetaDataWork::Passes};
 
@@ -94,7 +95,7 @@ void VXMetaDataSync::noteOtherStore() const
 {
     const QByteArray origin = VXMetaDataFolder(_identifier).origin();
     if (!origin.isEmpty() && origin != VXMarkOfStores(*_persistentStoreCoordinator))
-        _debt.mark();
+        _debt.markPass();
 }
 
 // False when the program is at its end.
@@ -144,14 +145,18 @@ VXMetaDataSync::Ptr VXMetaDataSync::initWithIdentifier(const QString &identifier
 
 void VXMetaDataSync::addStoreListener()
 {
-    const auto observer = VXNotificationCenter::defaultCenter().addObserver(
-        nullptr, VXManagedObjectContextDidSaveNotification,
-        [weak = weak_from_this()](const VXNotification &notification) {
-            if (const Ptr self = weak.lock())
-                self->contextDidSaveNotification(notification);
-        });
+    const auto observe = [this](VXNotificationName name, void (VXMetaDataSync::*call)(const VXNotification &)) {
+        return VXNotificationCenter::defaultCenter().addObserver(
+            nullptr, name, [weak = weak_from_this(), call](const VXNotification &notification) {
+                if (const Ptr self = weak.lock())
+                    (self.get()->*call)(notification);
+            });
+    };
+    const QList<VXNotificationCenter::ObserverID> observers{
+        observe(VXManagedObjectContextWillSaveNotification, &VXMetaDataSync::contextWillSaveNotification),
+        observe(VXManagedObjectContextDidSaveNotification, &VXMetaDataSync::contextDidSaveNotification)};
     const VXMutexLocker locker(_lock);
-    _observer = observer;
+    _observers = observers;
 }
 
 VXMetaDataCounts VXMetaDataSync::counts() const
@@ -166,13 +171,48 @@ double VXMetaDataSync::syncFrequency()
     return frequency >= shortestFrequency ? frequency : shortestFrequency; // not a number is none
 }
 
-// On whatever thread saved.
-void VXMetaDataSync::contextDidSaveNotification(const VXNotification &notification)
+bool VXMetaDataSync::isOfThisStore(const VXNotification &notification) const
 {
     const auto *const context = notification.object.value<VXManagedObjectContext *>();
-    if (context == nullptr || context->persistentStoreCoordinator() != _persistentStoreCoordinator)
+    return context != nullptr && context->persistentStoreCoordinator() == _persistentStoreCoordinator;
+}
+
+// On whatever thread saves.
+void VXMetaDataSync::contextWillSaveNotification(const VXNotification &notification)
+{
+    if (isOfThisStore(notification))
+        markDebt(notification);
+}
+
+// New objects have no files, and those of deleted ones are seen to have no object; the date of a changed one may stay.
+void VXMetaDataSync::markDebt(const VXNotification &notification)
+{
+    const VXEntityDescription *const entity = _persistentStoreCoordinator->model().entityForName(_entityName);
+    bool isAny = false;
+    QList<qint64> changed;
+    for (const QString &key : {VXInsertedObjectsKey, VXUpdatedObjectsKey, VXDeletedObjectsKey}) {
+        for (const QVariant &element : notification.userInfo.value(key).toList()) {
+            const auto object = element.value<VXManagedObjectPtr>();
+            if (entity == nullptr || !object || !object->entity().isKindOfEntity(*entity))
+                continue;
+            isAny = true;
+            if (key == VXUpdatedObjectsKey)
+                changed.append(object->objectID().number());
+        }
+    }
+    if (changed.size() > mostNamed)
+        _debt.markAll();
+    else if (isAny)
+        _debt.mark(changed);
+}
+
+void VXMetaDataSync::contextDidSaveNotification(const VXNotification &notification)
+{
+    if (!isOfThisStore(notification))
         return;
     setNeedsUpdate(true);
+    if (!_debt.isMarked()) // a pass took it over, and may have seen the objects as they were
+        markDebt(notification);
     noteSaved(notification);
 }
 
@@ -198,7 +238,6 @@ void VXMetaDataSync::noteSaved(const VXNotification &notification)
     note(VXDeletedObjectsKey, &SavedObjects::deleted);
     if (_saved.isEmpty())
         return;
-    _debt.mark(); // until they are mirrored
     _changed.notifyAll();
 }
 
@@ -207,17 +246,20 @@ void VXMetaDataSync::terminate()
     const auto deadline = Clock::now() + longestFarewell;
     if (_mirrorsOwnSaves && isRunning())
         mirrorSavedObjects();
-    VXNotificationCenter::ObserverID observer = 0;
+    QList<VXNotificationCenter::ObserverID> observers;
     {
         const VXMutexLocker locker(_lock);
         // Whoever writes may be in a class of the store's that never returns.
         static_cast<void>(
             _changed.waitFor(_lock, longestFarewell, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_isWriting; }));
         _active = false;
-        observer = std::exchange(_observer, 0);
+        observers = std::exchange(_observers, {});
         _changed.notifyAll();
     }
-    const auto unregister = [observer] { VXNotificationCenter::defaultCenter().removeObserver(observer); };
+    const auto unregister = [&observers] {
+        for (const VXNotificationCenter::ObserverID observer : std::as_const(observers))
+            VXNotificationCenter::defaultCenter().removeObserver(observer);
+    };
     if (!VXMainThread::performAndWait(unregister))
         unregister(); // the main thread takes no more calls
     waitForWorker(deadline);

@@ -78,8 +78,14 @@ public:
     void terminate();
 
     // -- The work, on the thread that calls; one thread at a time
-    /** A pass over all objects. */
-    void synchronizeMetaDataFiles();
+    /** What came of a pass. */
+    enum class Outcome {
+        Done,
+        Elsewhere, // another process works on the folder, and the time was over
+        Failed,    // something could not be read or written, which is logged, or it was broken off
+    };
+    /** A pass over all objects. Waits for its turn until terminate(), or at most for that time. */
+    Outcome synchronizeMetaDataFiles(std::optional<std::chrono::milliseconds> longestWait = {});
     /** Writes the object's file if it is not there or older than the object. False when it could not be written. */
     bool synchronizeMetaDataFile(const QString &path, const VXManagedObject &object);
     /**
@@ -114,6 +120,10 @@ private:
     void addStoreListener();
     bool startWork();
     void noteOtherStore() const;
+    /** Before what is to be saved is: a kill in the midst of it leaves word. */
+    void contextWillSaveNotification(const VXNotification &notification);
+    void markDebt(const VXNotification &notification);
+    bool isOfThisStore(const VXNotification &notification) const;
     void noteSaved(const VXNotification &notification);
     std::chrono::milliseconds delay() const;
     void runDuePass();
@@ -129,7 +139,7 @@ private:
     const QString _entityName;
     const QString _modificationDateKey;
     const VXPersistentStoreCoordinator::Ptr _persistentStoreCoordinator;
-    const VXMetaDataDebt _debt{_identifier};
+    VXMetaDataDebt _debt{_identifier};
     VXMetaDataMirror _mirror;      // the worker's
     bool _mirrorsOwnSaves = false; // at the end
     qsizetype _mostSaved = 10000;  // more are left to the pass
@@ -142,5 +152,5 @@ private:
     bool _isWriting VX_GUARDED_BY(_lock) = false;     // while one file is synchronised
     bool _isWorkerThere VX_GUARDED_BY(_lock) = false; // on a thread of its own
     SavedObjects _saved VX_GUARDED_BY(_lock);         // and not mirrored yet
-    VXNotificationCenter::ObserverID _observer VX_GUARDED_BY(_lock) = 0;
+    QList<VXNotificationCenter::ObserverID> _observers VX_GUARDED_BY(_lock);
 };

@@ -24,7 +24,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr std::chrono::milliseconds busyTimeout = 5s;
+constexpr std::chrono::milliseconds busyTimeout = 2s; // what is put in at once takes a tenth of that
 constexpr qsizetype fewestDigits = 4;
 constexpr qint64 entriesOfAMoment = 1 << 16;   // IDs for what has one date
 constexpr qint64 latestDate = qint64(1) << 45; // in milliseconds, a thousand years on
@@ -58,10 +58,10 @@ bool makeFile(const QString &path)
     return VXFileDescriptor(::open(QFile::encodeName(path).constData(), flags, S_IRUSR | S_IWUSR)).isOpen();
 }
 
-// Of a file that is no index, or one of another version, which both are made anew.
-VXError damage(const QString &path)
+// Of what is made anew.
+VXError damage(const QString &path, const QString &reason)
 {
-    return VXObjectStoreError(VXObjectStoreErrorCode::FileCorrupt, u"The index is of another version."_s, {}, path);
+    return VXObjectStoreError(VXObjectStoreErrorCode::FileCorrupt, reason, {}, path);
 }
 
 QString reversed(const QString &text)
@@ -182,7 +182,7 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::openFile(VXError *error)
     if (found.isNull())
         return nullptr;
     if (found != "0"_L1 && found.toInt() != version) {
-        VXSetError(error, damage(path()));
+        VXSetError(error, damage(path(), u"The index is of another version."_s));
         return nullptr;
     }
     for (const char *const statement : schema) {
@@ -218,13 +218,14 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::openExisting(VXError *error)
     return QFile::exists(path()) ? openFile(error) : nullptr;
 }
 
-void VXSearchIndex::discardIfDamaged(const VXError &error)
+bool VXSearchIndex::discardIfDamaged(const VXError &error)
 {
     if (error.domain() != VXCocoaErrorDomain || error.code() != int(VXObjectStoreErrorCode::FileCorrupt))
-        return;
+        return false;
     VXLogClassMethod(VXLogWarning, VXSearchIndex, "discardIfDamaged", "made anew: "_L1 + error.description());
     for (const QLatin1String suffix : {""_L1, "-wal"_L1, "-shm"_L1})
         QFile::remove(path() + suffix);
+    return true;
 }
 
 // The first column of the first row; none without one, and on failure, with an error. `folder`: the one parameter, if not null.
@@ -249,6 +250,14 @@ bool VXSearchIndex::isComplete(const QString &folder, VXError *error)
 bool VXSearchIndex::isAllComplete(VXError *error)
 {
     return number(u"SELECT min(isComplete) FROM folder"_s, {}, error).value_or(0) != 0;
+}
+
+bool VXSearchIndex::isSound(VXError *error)
+{
+    if (_connection->execute(u"INSERT INTO words (words, rank) VALUES ('integrity-check', 1)"_s, nullptr))
+        return true;
+    VXSetError(error, damage(path(), u"The words of the index are not those of its entries."_s));
+    return false;
 }
 
 qint64 VXSearchIndex::count(const QString &folder, VXError *error)
@@ -470,7 +479,7 @@ bool VXSearchIndex::collectNumbers(const QString &digits, const QString &kind, q
     VXSQLiteStatement statement = _connection->statement(
         u"SELECT object, entry.kind, title, detail, date FROM number JOIN entry ON entry.id = number.entry "
         "WHERE reversed >= ?1 AND reversed < ?2 AND (?3 IS NULL OR entry.kind = ?3) "
-        "ORDER BY reversed <> ?1, entry.id DESC LIMIT ?4"_s,
+        "GROUP BY entry.id ORDER BY min(reversed <> ?1), entry.id DESC LIMIT ?4"_s,
         error);
     if (!statement)
         return false;
@@ -506,8 +515,10 @@ bool VXSearchIndex::collect(VXSQLiteStatement &statement, qsizetype limit, QList
     VXSQLiteStatement::Step step = VXSQLiteStatement::Step::Row;
     while (found->size() < limit && (step = statement.step()) == VXSQLiteStatement::Step::Row) {
         const VXFoundObject object = foundIn(statement);
-        if (!known.contains(object.uri))
-            found->append(object);
+        if (known.contains(object.uri))
+            continue;
+        known.insert(object.uri);
+        found->append(object);
     }
     if (step == VXSQLiteStatement::Step::Failed)
         VXSetError(error, _connection->lastError());

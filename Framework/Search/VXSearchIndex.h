@@ -44,8 +44,8 @@ public:
     static std::unique_ptr<VXSearchIndex> open(VXError *error = nullptr);
     /** For searching only. Null, without an error, when there is none yet. */
     static std::unique_ptr<VXSearchIndex> openExisting(VXError *error = nullptr);
-    /** Removes it after such a failure, so that it is made anew; nothing after any other. */
-    static void discardIfDamaged(const VXError &error);
+    /** Removes it after such a failure, so that it is made anew: true; nothing after any other. */
+    static bool discardIfDamaged(const VXError &error);
     ~VXSearchIndex();
     static QString path();
     /** False once another file lies there, or none. */
@@ -56,6 +56,8 @@ public:
     bool isComplete(const QString &folder, VXError *error);
     /** Whether there is a folder, and all are complete. */
     bool isAllComplete(VXError *error);
+    /** Whether the words are those of the entries. False, with an error, when it is damaged. */
+    bool isSound(VXError *error);
     /** How many files of the folder are in it; -1 on failure. */
     qint64 count(const QString &folder, VXError *error);
     /** Before files are changed. */

@@ -34,6 +34,7 @@ bool VXManagedObjectContext::Save::run(VXError *error)
     _deleted = _context._deleted.objects();
     if (!validate(error))
         return false;
+    announce(VXManagedObjectContextWillSaveNotification);
     const bool isSaved = build(error) && write(error);
     if (!isSaved)
         undo();
@@ -260,9 +261,15 @@ void VXManagedObjectContext::Save::finish()
     for (const ObjectPtr &object : std::as_const(_deleted))
         _context.forget(object);
     callDidSave();
-    _context.post(
-        VXManagedObjectContextDidSaveNotification,
-        {{VXInsertedObjectsKey, _inserted}, {VXUpdatedObjectsKey, _updated}, {VXDeletedObjectsKey, _deleted}});
+    announce(VXManagedObjectContextDidSaveNotification);
+}
+
+void VXManagedObjectContext::Save::announce(const VXNotificationName &name) const
+{
+    if (VXNotificationCenter::defaultCenter().hasObservers(name))
+        _context.post(
+            name,
+            {{VXInsertedObjectsKey, _inserted}, {VXUpdatedObjectsKey, _updated}, {VXDeletedObjectsKey, _deleted}});
 }
 
 void VXManagedObjectContext::Save::takeOverRows()

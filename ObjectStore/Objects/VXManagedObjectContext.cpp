@@ -7,6 +7,7 @@
 using namespace Qt::StringLiterals;
 
 using StorePtr = VXPersistentStoreCoordinator::StorePtr;
+const VXNotificationName VXManagedObjectContextWillSaveNotification{u"VXManagedObjectContextWillSaveNotification"_s};
 const VXNotificationName VXManagedObjectContextDidSaveNotification{u"VXManagedObjectContextDidSaveNotification"_s};
 const VXNotificationName VXManagedObjectContextObjectsDidChangeNotification{
     u"VXManagedObjectContextObjectsDidChangeNotification"_s};

@@ -49,8 +49,9 @@ QString textOf(const VXMetaDataSync &sync, const VXMetaDataReport &report, bool 
     if (report.isClean())
         return text + u", all in step\n"_s;
     if (isRepaired)
-        text += report.unrepaired == 0 ? u"; what differed was put right"_s
-                                       : u"; not put right: %1"_s.arg(report.unrepaired);
+        text += report.isRepaired()
+                    ? u"; what differed was put right"_s
+                    : u"; not put right: %1"_s.arg(report.unrepaired + (report.isIndexRepaired ? 0 : 1));
     text += u'\n';
     for (const auto &[kind, word] : kinds) {
         const QStringList names = namesOfKind(report, kind);
@@ -59,7 +60,7 @@ QString textOf(const VXMetaDataSync &sync, const VXMetaDataReport &report, bool 
         if (names.size() > mostNames)
             text += u"  %1  and %2 more\n"_s.arg(word, -8).arg(names.size() - mostNames);
     }
-    return report.isIndexWhole ? text : text + u"  the index does not hold all files\n"_s;
+    return report.isIndexWhole ? text : text + u"  the index did not hold all files as they are\n"_s;
 }
 
 } // namespace
@@ -75,7 +76,7 @@ int VXCheckSearch(VXHostContext &context)
         const std::optional<VXMetaDataReport> report = sync->checkMetaDataFiles(repairs, &error);
         if (!report)
             return context.output.fail(u"%1: %2"_s.arg(sync->entityName(), error.localizedDescription()));
-        isClean = isClean && (repairs ? report->unrepaired == 0 : report->isClean());
+        isClean = isClean && (repairs ? report->isRepaired() : report->isClean());
         text += textOf(*sync, *report, repairs);
         folders.append(jsonOf(*sync, *report));
     }

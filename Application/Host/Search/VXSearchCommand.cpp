@@ -1,3 +1,6 @@
+#include "VXErrorText.h"
+#include "VXFileLock.h"
+#include "VXFileManager.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -9,46 +12,76 @@
 #include "VXSearchUpdate.h"
 #include "VXThread.h"
 
+#include <chrono>
 #include <limits>
+#include <optional>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr qsizetype usualLimit = 50;
+constexpr std::chrono::milliseconds longestWait = 2s; // of who searches, for another process
+constexpr int mostRounds = 3;
 
-// From the index alone, without the plugins.
-int find(VXHostContext &context, const QString &words, qsizetype limit)
+// From the index alone, without the plugins. None when it is damaged, and to be made anew.
+std::optional<int> tryToFind(VXHostContext &context, const QString &words, qsizetype limit)
 {
     VXError error;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
     const auto found = index ? index->find(words, context.options.value(u"kind"_s), limit, &error) : std::nullopt;
+    if (!found && VXSearchIndex::discardIfDamaged(error))
+        return std::nullopt;
     if (!found)
-        return context.output.fail(error ? error.localizedDescription() : u"there is no index"_s);
+        return context.output.fail(error ? VXErrorText(error) : u"there is no index"_s);
     VXAnswerFoundObjects(context.output, *found);
     return VXHostOutput::Done;
 }
 
+int find(VXHostContext &context, const QString &words, qsizetype limit)
+{
+    return tryToFind(context, words, limit).value_or(VXHostOutput::Failed);
+}
+
 int findInStep(VXHostContext &context, const QString &words, qsizetype limit)
 {
-    if (!VXIsSearchUpdateDue())
-        return find(context, words, limit);
+    if (const auto status = VXIsSearchUpdateDue() ? std::nullopt : tryToFind(context, words, limit))
+        return *status;
     if (VXMetaDataKeeper::isElsewhere()) {
         context.output.note(u"the running vornix is about to take in what was saved just now"_s);
         return find(context, words, limit);
     }
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
-        return VXUpdateSearch(context) ? find(context, words, limit) : static_cast<int>(VXHostOutput::Failed);
+        static_cast<void>(VXUpdateSearch(context, longestWait)); // which tells what is missing
+        return find(context, words, limit);
+    });
+}
+
+// One at a time; who comes meanwhile leaves what is due to it.
+int updateInBackground(VXHostContext &context)
+{
+    const auto isDue = [] { return VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere(); };
+    if (!isDue())
+        return VXHostOutput::Done;
+    VXThread::vx_lowerPriority();
+    return VXRunWithPlugins(context, [&](VXPluginManager &) {
+        bool isDone = true;
+        for (int round = 0; round < mostRounds && isDone && isDue(); ++round) {
+            const VXFileLock turn(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.updating.lock"_L1,
+                                  0ms);
+            if (turn.isTimedOut())
+                break;
+            isDone = VXUpdateSearch(context);
+        }
+        return static_cast<int>(isDone ? VXHostOutput::Done : VXHostOutput::Failed);
     });
 }
 
 int update(VXHostContext &context)
 {
-    const bool isBackground = context.options.isSet(u"background"_s);
-    if (isBackground && (!VXIsSearchUpdateDue() || VXMetaDataKeeper::isElsewhere()))
-        return VXHostOutput::Done;
-    if (isBackground)
-        VXThread::vx_lowerPriority();
+    if (context.options.isSet(u"background"_s))
+        return updateInBackground(context);
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         if (!VXUpdateSearch(context))
             return static_cast<int>(VXHostOutput::Failed);

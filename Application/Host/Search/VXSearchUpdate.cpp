@@ -15,11 +15,13 @@ namespace {
 
 constexpr int mostRounds = 3;
 
-}
+bool isTriedHere = false; // by this process; what it could not do another one like it cannot
+
+} // namespace
 
 void VXStartSearchUpdateIfDue()
 {
-    if (!VXMetaDataDebt::isOwnOfAll() || VXMetaDataKeeper::isElsewhere())
+    if (isTriedHere || !VXMetaDataDebt::isOwnOfAll() || VXMetaDataKeeper::isElsewhere())
         return;
     VXStartSearchUpdate();
 }
@@ -49,17 +51,29 @@ bool VXIsSearchUpdateDue()
     return !index || !index->isAllComplete(nullptr);
 }
 
-bool VXUpdateSearch(VXHostContext &context)
+bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseconds> longestWait)
 {
+    using Outcome = VXMetaDataSync::Outcome;
+    isTriedHere = true;
     const QList<VXMetaDataSync::Ptr> syncs = VXMetaDataSync::launchedSyncs();
-    for (const VXMetaDataSync::Ptr &sync : syncs) {
-        for (int round = 0; round < mostRounds && sync->needsUpdate(); ++round) {
-            sync->setNeedsUpdate(false); // unless it finds a reason for one more
-            sync->synchronizeMetaDataFiles();
-        }
-    }
-    if (syncs.isEmpty())
+    if (syncs.isEmpty()) {
         context.output.fail(u"nothing is searched: no data plugin is loaded that wants it, or the user default "
                             "\"metadata.ignore\" is true"_s);
-    return !syncs.isEmpty();
+        return false;
+    }
+    bool isDone = true;
+    for (const VXMetaDataSync::Ptr &sync : syncs) {
+        Outcome outcome = Outcome::Done;
+        for (int round = 0; round < mostRounds && sync->needsUpdate() && outcome != Outcome::Elsewhere; ++round) {
+            sync->setNeedsUpdate(false); // unless it finds a reason for one more
+            outcome = sync->synchronizeMetaDataFiles(longestWait);
+        }
+        if (outcome == Outcome::Elsewhere)
+            context.output.note(u"%1: another process is taking in what was saved; some may not be found yet"_s.arg(
+                sync->entityName()));
+        else if (outcome == Outcome::Failed)
+            context.output.note(u"%1: not all could be taken in; \"vornix log\" tells why"_s.arg(sync->entityName()));
+        isDone = isDone && outcome == Outcome::Done;
+    }
+    return isDone;
 }

@@ -2,6 +2,9 @@
 
 #include <QtCore/QStringList>
 
+#include <chrono>
+#include <optional>
+
 struct VXHostContext;
 
 /**
@@ -19,5 +22,8 @@ void VXStartSearchUpdate();
 /** Whether something was saved that searching does not know of, or nobody has made a pass yet. */
 [[nodiscard]] bool VXIsSearchUpdateDue();
 
-/** Makes a pass over each store that is searched, among the plugins. False, told, when there is none. */
-[[nodiscard]] bool VXUpdateSearch(VXHostContext &context);
+/**
+ * Makes a pass over each store that is searched, among the plugins; waits for other processes that do at most for that time,
+ * none: until they are done. False, told, when there is none, or not all could be taken in.
+ */
+[[nodiscard]] bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseconds> longestWait = {});

@@ -9,6 +9,7 @@
 #include "VXOtherProcess.h"
 #include "VXPropertyList.h"
 #include "VXSearchIndex.h"
+#include "VXSQLiteConnection.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QDir>
@@ -155,6 +156,53 @@ TEST_F(VXMetaDataSyncTest, ObjectsOfAnotherStoreHaveTheSameNumbers)
     EXPECT_EQ(titleIn(fileOf(ann)), u"Ann"_s);
     EXPECT_THAT(find(u"j"_s), IsEmpty());
     EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1}));
+}
+
+TEST_F(VXMetaDataSyncTest, WhatIsOwedIsWrittenWhateverItsDateSays)
+{
+    const VXManagedObjectPtr jane = add(u"Jane"_s);
+    add(u"Joe"_s);
+    pass();
+    jane->setValueForKey(u"Janet"_s, u"name"_s); // and its date stays
+    ASSERT_TRUE(context.save());
+    EXPECT_TRUE(VXMetaDataDebt::isOwnOfAll());
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1, .unchanged = 1}));
+    EXPECT_EQ(titleIn(fileOf(jane)), u"Janet"_s);
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+}
+
+TEST_F(VXMetaDataSyncTest, TextsThatNoFileCanHoldAreFoundAllTheSame)
+{
+    const VXManagedObjectPtr odd = add(u"Odd"_s + QChar(0) + u"one"_s + QChar(0xd800));
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1}));
+    EXPECT_EQ(titleIn(fileOf(odd)), u"Odd\ufffdone?"_s);
+}
+
+TEST_F(VXMetaDataSyncTest, AnIndexThatSaysOtherWordsIsMadeAnew)
+{
+    add(u"Jane"_s);
+    pass();
+    const auto spoil = [](const QString &sql) {
+        VXError error;
+        const auto index = VXSQLiteConnection::open(VXSearchIndex::path(), VXSQLiteConnection::Access::Write,
+                                                    std::chrono::seconds(1), nullptr, &error);
+        EXPECT_TRUE(index && index->execute(sql, &error)) << error.description().toStdString();
+    };
+    spoil(u"INSERT INTO words (words) VALUES ('delete-all')"_s);
+    EXPECT_THAT(find(u"jane"_s), IsEmpty());
+    EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean());
+    EXPECT_TRUE(sync->checkMetaDataFiles(true)->isRepaired());
+    EXPECT_EQ(find(u"jane"_s).size(), 1);
+    // One that could not be told of a change, as somebody held it.
+    QFile::remove(VXSearchIndex::path());
+    QDir().mkpath(VXSearchIndex::path());
+    add(u"Joe"_s);
+    pass();
+    EXPECT_TRUE(VXMetaDataDebt::isAnyOfAll());
+    QDir().rmdir(VXSearchIndex::path());
+    pass();
+    EXPECT_EQ(find(u"j"_s).size(), 2);
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
 }
 
 TEST_F(VXMetaDataSyncTest, WritesAnObjectThatIsChangedAndNotSaved)
