@@ -23,9 +23,11 @@ public:
         const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
         if (!coordinator)
             return;
-        VXDeviceWork::offer(this, u"sync_calls"_s, u"read_calls"_s, [coordinator](const VXDeviceAction::Ptr &action) {
-            return std::make_shared<VXCallSync>(action, VXCallStore(coordinator));
-        });
+        VXDeviceWork::offer(
+            this, u"sync_calls"_s, u"read_calls"_s,
+            [coordinator, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
+                return std::make_shared<VXCallSync>(action, VXCallStore(coordinator), lockPath);
+            });
         const auto recorder = std::make_shared<VXCallRecorder>(coordinator); // outlives a last call on another thread
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,

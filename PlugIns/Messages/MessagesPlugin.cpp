@@ -48,9 +48,10 @@ public:
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,
             [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });
-        VXDeviceWork::offer(this, u"sync_messages"_s, u"read_messages"_s, [store](const VXDeviceAction::Ptr &action) {
-            return std::make_shared<VXMessageSync>(action, store);
-        });
+        VXDeviceWork::offer(this, u"sync_messages"_s, u"read_messages"_s,
+                            [store, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
+                                return std::make_shared<VXMessageSync>(action, store, lockPath);
+                            });
         launchSearch(u"date"_s);
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)

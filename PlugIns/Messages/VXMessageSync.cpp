@@ -328,5 +328,5 @@ void VXMessageSync::finish()
                                    {u"problems"_s, _problems}});
     if (!_problems.isEmpty() && whole()->error().isNull())
         whole()->setErrorString(_problems.first());
-    whole()->conclude();
+    end();
 }

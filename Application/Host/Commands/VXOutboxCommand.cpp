@@ -8,11 +8,21 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QSet>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
 using Entries = QList<VXOutboxEntry>;
+
+// Of what is perhaps sent already a second one goes out only by its name: who means "the phone is back" sends no doubles.
+bool isMeantByAll(const VXOutboxEntry &entry, bool isRetry)
+{
+    if (entry.state == VXOutboxState::Sending)
+        return false;
+    return !isRetry || entry.state == VXOutboxState::Queued || entry.state == VXOutboxState::Failed;
+}
 
 // The entries that the operand names: "p12" or "12", or "all" of those that the verb can do something with.
 std::optional<Entries> chosen(VXHostContext &context, const VXOutbox &outbox, bool isRetry)
@@ -28,10 +38,14 @@ std::optional<Entries> chosen(VXHostContext &context, const VXOutbox &outbox, bo
     for (const VXOutboxEntry &entry : *all) {
         const bool isNamed =
             operand == QString::number(entry.number) || operand == u'p' + QString::number(entry.number);
-        const bool isOpen = entry.state != VXOutboxState::Sending && !(isRetry && entry.state == VXOutboxState::Sent);
-        if (isNamed || (operand == "all"_L1 && isOpen))
+        if (isNamed || (operand == "all"_L1 && isMeantByAll(entry, isRetry)))
             found.append(entry);
     }
+    const auto left = std::ranges::count(*all, VXOutboxState::PerhapsSent, &VXOutboxEntry::state);
+    if (operand == "all"_L1 && isRetry && left > 0)
+        context.output.note(
+            u"left alone, for nobody knows whether they arrived: %1; \"vornix outbox retry ID\" sends one "
+            "again"_s.arg(left));
     if (!found.isEmpty() || operand == "all"_L1)
         return found;
     context.output.fail(u"there is no entry \"%1\"; \"vornix outbox list\" shows those there are"_s.arg(operand));

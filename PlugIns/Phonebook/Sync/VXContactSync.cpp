@@ -36,11 +36,6 @@ QString actionOf(const VXPhoneChange &change)
 
 void VXContactSync::start()
 {
-    _lock.emplace(_lockPath, std::chrono::milliseconds(0));
-    if (_lock->isTimedOut()) {
-        whole()->setErrorString(VXPhonebookPluginString(u"Contacts are being synced already."_s));
-        return finish();
-    }
     perform(u"read_contacts"_s, {}, VXPhonebookPluginString(u"Reading contacts"_s),
             [this](const VXDeviceAction &part) { didRead(part); });
 }
@@ -146,6 +141,5 @@ void VXContactSync::finish(const VXError &error)
     whole()->setError(error);
     if (!_problems.isEmpty() && whole()->error().isNull())
         whole()->setErrorString(_problems.first());
-    _lock.reset(); // who waits for the end may begin another
-    whole()->conclude();
+    end();
 }
