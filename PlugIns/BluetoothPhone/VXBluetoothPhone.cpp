@@ -26,7 +26,9 @@ VXBluetoothPhone::VXBluetoothPhone() : _delay(firstDelay)
 
 VXBluetoothPhone::~VXBluetoothPhone()
 {
-    ++_attempt; // what is under way ends with its queue
+    ++_attempt; // what comes of what is under way is dropped
+    _connecting.reset();
+    stopQueues();
 }
 
 QString VXBluetoothPhone::preference(const QString &key, const QString &otherwise) const

@@ -7,6 +7,7 @@
 #include "VXMethodLog.h"
 #include "VXPluginGuard.h"
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -26,8 +27,7 @@ void VXBusDevice::pluginWillUnload()
 {
     _isShutdown = true;
     unregisterActionHandlers();
-    for (const auto &queue : _queues)
-        queue->stop();
+    stopQueues();
     setState(State::Away);
 }
 
@@ -85,6 +85,17 @@ void VXBusDevice::setState(State state, const VXError &why, std::chrono::millise
         return;
     Q_EMIT didChangeValueForKey(u"isConnecting"_s);
     Q_EMIT connectionDidChange();
+}
+
+void VXBusDevice::stopQueues()
+{
+    for (const auto &queue : _queues)
+        queue->stop();
+}
+
+bool VXBusDevice::isAwaited() const
+{
+    return std::ranges::any_of(_queues, [](const auto &queue) { return queue->isBusy(); });
 }
 
 void VXBusDevice::closeQueues(const VXError &why)

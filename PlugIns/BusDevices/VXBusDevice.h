@@ -48,12 +48,16 @@ protected:
 
     /** A queue for a channel of this phone. It is open while the phone is connected. */
     VXBusQueue &addQueue(const VXBusService::Ptr &service);
+    /** Ends what is done, for good: what ends may call its device, so a subclass's destructor does it first. */
+    void stopQueues();
     /**
      * How it stands. Connected opens the queues. Away closes them; what waits fails with `why`, which the property "problem"
      * shows too, with its suggestion. Connecting lasts as long as said: then it is Away for `why`, or because nothing came.
      */
     void setState(State state, const VXError &why = {}, std::chrono::milliseconds limit = std::chrono::seconds(20));
     State state() const { return _state; }
+    /** Whether something was asked and waits for the phone: then a service that is not there is worth starting. */
+    bool isAwaited() const;
 
     /** Has the queue do the work when the action is asked for; any thread may ask. */
     void offer(const QString &action, VXBusQueue &queue, const VXBusQueue::Work &work);

@@ -111,7 +111,9 @@ void VXBusService::setOwner(const QString &owner)
     const QString next = owner.isEmpty() ? QString() : owner;
     if (next == _owner)
         return;
-    const Ptr self = shared_from_this(); // those who are told may let go of it
+    const Ptr self = weak_from_this().lock(); // those who are told may let go of it
+    if (!self)
+        return; // it is about to be deleted
     ++_generation;
     if (isThere()) {
         for (const QString &interface : std::as_const(_routes))
@@ -130,7 +132,9 @@ void VXBusService::setOwner(const QString &owner)
 
 void VXBusService::busDidClose()
 {
-    const Ptr self = shared_from_this();
+    const Ptr self = weak_from_this().lock();
+    if (!self)
+        return;
     _watcher.reset();
     setOwner({});
     if (!std::exchange(_isKnown, false)) // another bus may know it
@@ -210,9 +214,9 @@ void VXBusService::stopListening(quint64 number)
 
 void VXBusService::route(const QDBusMessage &signal)
 {
-    if (signal.service() != _owner)
-        return; // it was on its way when its sender lost the name
-    const Ptr self = shared_from_this();
+    const Ptr self = weak_from_this().lock();
+    if (!self || signal.service() != _owner)
+        return; // it was on its way when its sender lost the name, or all let go of this
     const QString path = signal.path();
     const QString interface = signal.interface();
     const QString member = signal.member();

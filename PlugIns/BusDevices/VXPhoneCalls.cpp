@@ -37,14 +37,14 @@ void VXPhoneCalls::connect(const QString &key)
     tell(Call(*found), u"connected"_s);
 }
 
-void VXPhoneCalls::end(const QString &key)
+void VXPhoneCalls::end(const QString &key, End knowledge)
 {
     const auto found = std::ranges::find(_calls, key, &Call::key);
     if (found == _calls.end())
         return;
     const Call call = *found;
     _calls.erase(found);
-    tell(call, u"ended"_s);
+    tell(call, u"ended"_s, knowledge);
 }
 
 void VXPhoneCalls::endAll()
@@ -58,6 +58,12 @@ bool VXPhoneCalls::contains(const QString &key) const
     return std::ranges::find(_calls, key, &Call::key) != _calls.end();
 }
 
+QString VXPhoneCalls::identifier(const QString &key) const
+{
+    const auto found = std::ranges::find(_calls, key, &Call::key);
+    return found != _calls.end() ? found->identifier : QString();
+}
+
 QStringList VXPhoneCalls::keys(bool onlyRingingHere) const
 {
     QStringList keys;
@@ -68,13 +74,13 @@ QStringList VXPhoneCalls::keys(bool onlyRingingHere) const
     return keys;
 }
 
-void VXPhoneCalls::tell(const Call &call, const QString &step) const
+void VXPhoneCalls::tell(const Call &call, const QString &step, End knowledge) const
 {
     QVariantMap object{{u"date"_s, call.began}, {u"call_id"_s, call.identifier}, {u"event_date"_s, _now()}};
     VXInsertParty(object, call.isIncoming, call.number);
     if (call.connected.isValid())
         object.insert(u"connectedDate"_s, call.connected);
-    if (step == "ended"_L1) {
+    if (step == "ended"_L1 && knowledge == End::Known) {
         object.insert(u"isMissed"_s, call.isIncoming && call.connected.isNull());
         object.insert(u"duration"_s, call.connected.isNull() ? 0 : call.connected.secsTo(_now()));
     }

@@ -36,18 +36,22 @@ public:
     void ring(const QString &key, bool isIncoming, const QString &number);
     /** Somebody took it. */
     void connect(const QString &key);
+    /** What is known of a call that is over: all; or that nobody can tell whether it was taken. */
+    enum class End { Known, Unknown };
     /** It is over; one that is not known is ignored. */
-    void end(const QString &key);
+    void end(const QString &key, End knowledge = End::Known);
     /** The service or the phone is gone: nothing more will be told of its calls. */
     void endAll();
 
     bool isEmpty() const { return _calls.empty(); }
     bool contains(const QString &key) const;
+    /** What the call is told under; null for one that is not known. */
+    QString identifier(const QString &key) const;
     /** Keys of those that ring here, or of all; the oldest first. */
     QStringList keys(bool onlyRingingHere = false) const;
 
 private:
-    void tell(const Call &call, const QString &step) const;
+    void tell(const Call &call, const QString &step, End knowledge = End::Known) const;
 
     const Listener _listener;
     const std::function<QDateTime()> _now;
