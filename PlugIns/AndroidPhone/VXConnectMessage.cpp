@@ -68,7 +68,8 @@ void VXConnectMessage::registerTypes()
 
 std::optional<VXConnectMessage> VXConnectMessage::fromArgument(const QVariant &argument)
 {
-    const QVariant value = argument.value<QDBusVariant>().variant();
+    const bool isWrapped = argument.metaType() == QMetaType::fromType<QDBusVariant>();
+    const QVariant value = isWrapped ? argument.value<QDBusVariant>().variant() : argument;
     const auto wrapped = value.value<QDBusArgument>();
     if (wrapped.currentType() != QDBusArgument::StructureType ||
         wrapped.currentSignature() != "(isa(s)xiixixa(xsss))"_L1)

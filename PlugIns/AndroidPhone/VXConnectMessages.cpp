@@ -78,11 +78,11 @@ void VXConnectMessages::survey()
 {
     const auto look = [this](VXBusErrand &errand) {
         errand.begin(_device.text(u"Looking for conversations"_s), threadsLimit);
-        askForThreads(errand, [&errand] { errand.succeed(); });
+        askForThreads(errand, [this, &errand] { askForNewest(errand, [&errand] { errand.succeed(); }); });
     };
     _queue.enqueue(look, [this](const QVariantMap &, const VXError &) {
-        if (!_watermark) // a phone without any message, or which keeps silent, tells of the first one too
-            _watermark = _newest;
+        if (!_watermark)
+            _watermark = _newest > 0 ? _newest : QDateTime::currentMSecsSinceEpoch();
     });
 }
 
@@ -110,6 +110,22 @@ void VXConnectMessages::askForThreads(VXBusErrand &errand, const std::function<v
                  .interface = VXConnectNames::conversations,
                  .method = u"requestAllConversationThreads"_s},
                 [](const QVariantList &) {});
+}
+
+// What the daemon knows from earlier, of another program too, it does not tell again.
+void VXConnectMessages::askForNewest(VXBusErrand &errand, const std::function<void()> &then)
+{
+    errand.ask({.path = VXConnectNames::path(_phone),
+                .interface = VXConnectNames::conversations,
+                .method = u"activeConversations"_s,
+                .signature = u"av"_s},
+               [this, then](const QDBusMessage &answer) {
+                   for (const QVariant &value : qdbus_cast<QVariantList>(answer.arguments().value(0))) {
+                       if (const auto message = VXConnectMessage::fromArgument(value))
+                           _newest = std::max(_newest, message->date);
+                   }
+                   then();
+               });
 }
 
 // The daemon tells of messages that it did not know, and of each conversation that the phone has.
@@ -231,8 +247,9 @@ void VXConnectMessages::send(VXBusErrand &errand)
     if (_watermark)
         return go();
     errand.begin(_device.text(u"Looking for conversations"_s), threadsLimit);
-    errand.wait(quiet, go); // also when it tells of none
-    askForThreads(errand, go);
+    const auto look = [this, &errand, go] { askForNewest(errand, go); };
+    errand.wait(quiet, look); // also when it tells of none
+    askForThreads(errand, look);
 }
 
 void VXConnectMessages::sendNow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending)

@@ -34,6 +34,7 @@ private:
 
     void listen(VXBusErrand &errand, const std::function<void(const VXConnectMessage &message)> &heard);
     void askForThreads(VXBusErrand &errand, const std::function<void()> &then);
+    void askForNewest(VXBusErrand &errand, const std::function<void()> &then);
     void readNext(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
     void readLoaded(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, qulonglong count);
     void finishThread(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);

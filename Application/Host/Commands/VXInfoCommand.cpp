@@ -2,6 +2,7 @@
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXHostCommands.h"
+#include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXUserDefaults.h"
@@ -40,7 +41,7 @@ QJsonObject object(const std::vector<VXTitledValue> &rows)
 {
     QJsonObject result;
     for (const VXTitledValue &row : rows)
-        result.insert(row.key, row.value.isNull() ? QJsonValue() : QJsonValue(row.value));
+        result.insert(row.key, VXJSONFromVariant(row.value));
     return result;
 }
 

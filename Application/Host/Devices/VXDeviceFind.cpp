@@ -5,6 +5,7 @@
 #include "VXDeviceSearch.h"
 #include "VXDeviceURL.h"
 #include "VXErrorDomain.h"
+#include "VXErrorText.h"
 #include "VXFileManager.h"
 #include "VXFolders.h"
 #include "VXHostJSON.h"
@@ -111,7 +112,7 @@ QStringList rowOf(const VXFoundDevice &device, int number, const VXPluginManager
     if (const QUrl made = madeOf(device); !made.isEmpty())
         state = u"added as "_s + VXDeviceURLComponent(made, 1);
     else if (!device.problem.isNull())
-        state = VXTextOfError(device.problem);
+        state = VXErrorText(device.problem);
     return {QString::number(number), device.name, pluginName, device.place, state};
 }
 
@@ -168,7 +169,7 @@ int VXFindDevices(VXHostContext &context, VXPluginManager &manager)
     QJsonArray problems;
     for (const auto &[plugin, problem] : searching.problems() + pluginsNotAsked(manager)) {
         problems.append(withProblem({{u"plugin"_s, plugin}}, problem));
-        text += plugin + ": "_L1 + VXTextOfError(problem) + u'\n';
+        text += plugin + ": "_L1 + VXErrorText(problem) + u'\n';
     }
     context.output.answer(text, QJsonObject{{u"devices"_s, found}, {u"problems"_s, problems}});
     return VXHostOutput::Done;

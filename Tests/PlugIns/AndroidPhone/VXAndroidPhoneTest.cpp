@@ -57,6 +57,12 @@ protected:
             }
             return QVariantList();
         });
+        mock->answer(u"activeConversations"_s, [this](const QDBusMessage &) {
+            QVariantList all;
+            for (const VXConnectMessage &message : messages)
+                all.append(QVariant::fromValue(message));
+            return QVariantList{QVariant(all)};
+        });
         mock->answer(u"requestConversation"_s, [this](const QDBusMessage &call) {
             const qint64 thread = call.arguments().value(0).toLongLong();
             QList<VXConnectMessage> its = messages;
@@ -207,6 +213,21 @@ TEST_F(VXAndroidPhoneTest, AnnouncesWhatIsNewOnce)
     ASSERT_TRUE(hears({u"new_message +49170 News"_s, u"new_message +49170 Other"_s}));
     EXPECT_EQ(texts(perform(u"read_messages"_s), u"text"_s).size(), 4); // pages are no news
     EXPECT_EQ(events.size(), 2);
+}
+
+TEST_F(VXAndroidPhoneTest, WhatAnotherProgramAskedForIsNoNews)
+{
+    startDaemon();
+    mock->answer(u"requestAllConversationThreads"_s, [this](const QDBusMessage &) {
+        loaded(7, 1); // it knows them, and does not tell again
+        return QVariantList();
+    });
+    makePhone();
+    isReached();
+    EXPECT_EQ(texts(perform(u"read_messages"_s), u"text"_s), QStringList{u"First"_s});
+    EXPECT_EQ(texts(perform(u"read_messages"_s), u"text"_s), QStringList{u"First"_s}); // behind the survey, surely
+    tell(u"conversationUpdated"_s, add(7, u"News"_s, VXConnectMessage::Inbox));
+    ASSERT_TRUE(hears({u"new_message +49170 News"_s}));
 }
 
 TEST_F(VXAndroidPhoneTest, AMessageIsSentWhenItComesBack)

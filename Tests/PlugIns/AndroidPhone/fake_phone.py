@@ -146,6 +146,8 @@ def main(folder, control, daemon, contact_count="0", message_count="0"):
         while True:
             for key, _ in selector.select():
                 if key.fileobj is not orders:
+                    if key.fileobj.fileno() < 0:  # closed by an order that came with it
+                        continue
                     if not phone.receive():
                         selector.unregister(key.fileobj)
                     continue

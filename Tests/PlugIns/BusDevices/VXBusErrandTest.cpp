@@ -16,9 +16,9 @@ protected:
     VXTestBus bus{path(u"bus"_s)};
     std::optional<VXBusMock> mock{std::in_place, bus.address(), name};
     VXBusService::Ptr service = VXBusService::named(name, QString::fromLocal8Bit(bus.address()));
-    std::optional<VXBusQueue> queue{service};
-    QStringList ends; // "RESULT" or "failed: TEXT"
+    QStringList ends; // "RESULT" or "failed: TEXT"; the queue's own end may add to them
     QStringList steps;
+    std::optional<VXBusQueue> queue{service};
 
     void SetUp() override
     {

@@ -31,9 +31,9 @@ protected:
                 {u"EquipmentIdentifier"_s, u"490154203237518"_s},
                 {u"OwnNumbers"_s, QStringList{u"+491700000"_s}}};
     }
-    void addModem(const QString &path, const QVariantMap &properties, bool hasVoice = true)
+    void addModem(const QString &path, const QVariantMap &values, bool hasVoice = true)
     {
-        Interfaces interfaces{{VXModemNames::modem, properties}, {messaging, {}}};
+        Interfaces interfaces{{VXModemNames::modem, values}, {messaging, {}}};
         if (hasVoice)
             interfaces.insert(voice, {});
         objects.insert(QDBusObjectPath(path), interfaces);
@@ -45,8 +45,8 @@ protected:
                      [this](const QDBusMessage &) { return QVariantList{QVariant::fromValue(objects)}; });
         mock->answer(u"List"_s, [this](const QDBusMessage &) { return QVariantList{paths(messages)}; });
         mock->answer(u"ListCalls"_s, [this](const QDBusMessage &) { return QVariantList{paths(calls)}; });
-        mock->answer(u"GetAll"_s, [this](const QDBusMessage &call) {
-            return QVariantList{messages.value(call.path(), calls.value(call.path()))};
+        mock->answer(u"GetAll"_s, [this](const QDBusMessage &asked) {
+            return QVariantList{messages.value(asked.path(), calls.value(asked.path()))};
         });
     }
     void connectModem()
@@ -116,9 +116,9 @@ TEST_F(VXMobileModemTest, SaysWhyThereIsNoModem)
                           {Failed, CardError, u"The modem does not work."_s},
                           {Disabling, 0, u"The modem is switched off."_s}};
     for (const Row &row : rows) {
-        QVariantMap properties = modemProperties(row.state);
-        properties.insert(u"StateFailedReason"_s, row.reason);
-        addModem(first, properties);
+        QVariantMap values = modemProperties(row.state);
+        values.insert(u"StateFailedReason"_s, row.reason);
+        addModem(first, values);
         mock->emitSignal(root, objectManager, u"InterfacesAdded"_s,
                          {QVariant::fromValue(QDBusObjectPath(first)), QVariant::fromValue(Interfaces())});
         hasProblem(row.problem);

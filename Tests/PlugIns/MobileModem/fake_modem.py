@@ -1,6 +1,7 @@
 """fake_modem.py NAME CONTROL: a modem that speaks AT on the abstract socket NAME, for ModemManager's test profiles. What is to happen
 to it is told by lines in the fifo CONTROL: `message NUMBER TEXT`, `part N/COUNT REFERENCE NUMBER TEXT`, `ring NUMBER`, `taken`, `over`.
-What it was made to do it prints: `sent PDU`, `dialled NUMBER`, `answered`, `hung up`, `deleted INDEX`."""
+What it was made to do it prints: `sent PDU`, `dialled NUMBER`, `answered`, `hung up`, `deleted INDEX`; and `over`
+once it has told of that."""
 import os
 import re
 import selectors
@@ -64,6 +65,7 @@ class Modem:
         elif event == "over":
             self.calls.clear()
             self.say("NO CARRIER")
+            print("over", flush=True)
 
     def store(self, pdu):
         index = max(self.messages, default=0) + 1
