@@ -1,6 +1,7 @@
 #include "VXModemCalls.h"
 
 #include "VXBusText.h"
+#include "VXBusValue.h"
 #include "VXModemNames.h"
 #include "VXPhoneText.h"
 
@@ -37,7 +38,7 @@ VXModemCalls::VXModemCalls(VXBusDevice &device, VXBusQueue &queue)
     listen(VXModemNames::properties, u"PropertiesChanged"_s, [this](const QDBusMessage &signal) {
         if (!_calls.contains(signal.path()))
             return;
-        const QVariantMap changed = qdbus_cast<QVariantMap>(signal.arguments().value(1));
+        const QVariantMap changed = VXBusMap(signal.arguments().value(1));
         if (const QString number = changed.value(u"Number"_s).toString(); !number.isEmpty())
             _calls.ring(signal.path(), true, number); // it came after the first ring
     });
