@@ -2,6 +2,7 @@
 
 #include "VXBluetoothNames.h"
 #include "VXBusText.h"
+#include "VXBusValue.h"
 
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusObjectPath>
@@ -98,12 +99,12 @@ void VXBluetoothWatch::take(const QDBusMessage &answer)
         const QMap<QString, Interfaces> objects = objectsOf(answer.arguments().value(0));
         for (auto object = objects.cbegin(); object != objects.cend(); ++object) {
             const QVariantMap values = object->value(VXBluetoothNames::device);
-            const QString adapter = qdbus_cast<QDBusObjectPath>(values.value(u"Adapter"_s)).path();
+            const QString adapter = values.value(u"Adapter"_s).value<QDBusObjectPath>().path();
             const VXBluetoothEntry entry{
                 .path = object.key(),
                 .address = values.value(u"Address"_s).toString(),
                 .name = values.value(u"Alias"_s).toString(),
-                .profiles = qdbus_cast<QStringList>(values.value(u"UUIDs"_s)),
+                .profiles = VXBusTexts(values.value(u"UUIDs"_s)),
                 .isPaired = values.value(u"Paired"_s).toBool(),
                 .isConnected = values.value(u"Connected"_s).toBool(),
                 .isPowered =

@@ -2,6 +2,7 @@
 
 #include "VXBluetoothNames.h"
 #include "VXBusText.h"
+#include "VXBusValue.h"
 #include "VXDeviceURL.h"
 #include "VXPhoneText.h"
 #include "VXTransferFolder.h"
@@ -73,6 +74,11 @@ bool isObjectUnknown(const QDBusMessage &answer)
            answer.errorName().endsWith(".UnknownInterface"_L1);
 }
 
+QString handleOf(const QString &path)
+{
+    return path.section("/message"_L1, -1);
+}
+
 VXMessageEnvelope envelopeIn(const QString &path)
 {
     QFile file(path);
@@ -138,12 +144,13 @@ void VXMessageAccess::withSession(VXBusErrand &errand, const Then &then)
     VXOpenObexSession(errand, _peer, u"map"_s, [this, &errand, then](const QString &session) {
         _session = session;
         _told.clear();
+        errand.setFarewell([this] { close(); }); // without its folder it is of no use
         errand.begin(_peer.text(u"Connecting"_s), stepLimit);
         errand.ask(call(u"SetFolder"_s, {u"/telecom/msg"_s}, {}), [this, &errand, then](const QDBusMessage &answer) {
-            if (answer.type() != QDBusMessage::ErrorMessage)
-                return then();
-            close(); // of no use
-            errand.fail(VXBusErrand::errorOf(answer));
+            if (answer.type() == QDBusMessage::ErrorMessage)
+                return errand.fail(VXBusErrand::errorOf(answer));
+            errand.setFarewell({});
+            then();
         });
     });
 }
@@ -223,12 +230,16 @@ void VXMessageAccess::readNext(VXBusErrand &errand, const std::shared_ptr<Readin
                         .method = u"Get"_s,
                         .arguments = {path, false},
                         .signature = u"oa{sv}"_s};
-    VXRunObexTransfer(errand, _peer, get, [this, &errand, reading, message, path] {
-        reading->items.append(record(message.path, message.values, envelopeIn(path)));
+    const auto take = [this, &errand, reading, message, path](const VXError &problem) {
+        if (problem.isNull())
+            reading->items.append(record(message.path, message.values, envelopeIn(path)));
+        else
+            reading->problems.append(u"%1: %2"_s.arg(handleOf(message.path), problem.localizedDescription()));
         if (errand.action())
             errand.action()->incrementProgress();
-        readNext(errand, reading);
-    });
+        readNext(errand, reading); // the others may be had
+    };
+    errand.setFarewell(VXRunObexTransfer(errand, _peer, get, take));
 }
 
 // As records and the first driver have it.
@@ -240,7 +251,7 @@ QVariantMap VXMessageAccess::record(const QString &path, const QVariantMap &list
                                .toLower();
     const bool isIn = folder == "inbox"_L1 || folder.isEmpty();
     const bool isRead = listed.contains(u"Read"_s) ? listed.value(u"Read"_s).toBool() : envelope.isRead;
-    const QString handle = path.section("/message"_L1, -1);
+    const QString handle = handleOf(path);
     QVariantMap record{{u"kind"_s, u"message"_s},
                        {u"state"_s, isIn                  ? (isRead ? u"read"_s : u"unread"_s)
                                     : folder == "sent"_L1 ? u"sent"_s
@@ -272,6 +283,7 @@ void VXMessageAccess::send(VXBusErrand &errand)
     const VXTextToSend message = VXTextToSend::ofObject(errand.object());
     if (!message.error.isNull())
         return errand.fail(message.error, {{u"failure"_s, u"refused"_s}});
+    errand.setResultOfFailure({{u"failure"_s, u"later"_s}}); // until the phone is handed something
     withSession(errand, [this, &errand, message] { push(errand, message.number, message.text); });
 }
 
@@ -283,14 +295,18 @@ void VXMessageAccess::push(VXBusErrand &errand, const QString &number, const QSt
     const QByteArray bytes = VXMessageEnvelope::toBeSent(number, text);
     if (folder->path().isNull() || !file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() ||
         !file.flush())
-        return errand.fail(VXBusError(_peer.text(u"There is no place for what the phone hands over."_s)),
-                           {{u"failure"_s, u"later"_s}});
+        return errand.fail(VXBusError(_peer.text(u"There is no place for what the phone hands over."_s)));
     errand.begin(_peer.text(u"Sending the message"_s), stepLimit);
+    errand.setResultOfFailure({});
     // The phone takes it; what becomes of it in the network nobody tells.
-    VXRunObexTransfer(errand, _peer, call(u"PushMessage"_s, {path, u"outbox"_s, QVariantMap()}, u"oa{sv}"_s),
-                      [&errand, folder] {
-                          errand.succeed({{u"partCount"_s, 1}, {u"sentCount"_s, 1}});
-                      });
+    const auto taken = [&errand, folder](const VXError &problem) {
+        if (problem.isNull())
+            errand.succeed({{u"partCount"_s, 1}, {u"sentCount"_s, 1}});
+        else
+            errand.fail(problem);
+    };
+    const VXBusCall push = call(u"PushMessage"_s, {path, u"outbox"_s, QVariantMap()}, u"oa{sv}"_s);
+    errand.setFarewell(VXRunObexTransfer(errand, _peer, push, taken));
 }
 
 // -- Marking and deleting
@@ -366,7 +382,7 @@ void VXMessageAccess::wasAdded(const QDBusMessage &signal)
     const QString path = signal.arguments().value(0).value<QDBusObjectPath>().path();
     if (!isOpen() || !path.startsWith(_session + "/message"_L1))
         return;
-    const auto interfaces = qdbus_cast<QMap<QString, QVariantMap>>(signal.arguments().value(1));
+    const auto interfaces = VXBusInterfaces(signal.arguments().value(1));
     const QVariantMap listed = interfaces.value(VXBluetoothNames::message);
     const QString folder = listed.value(u"Folder"_s).toString();
     const bool isNews =
@@ -388,14 +404,17 @@ void VXMessageAccess::announce(VXBusErrand &errand, const QString &path, const Q
                         .method = u"Get"_s,
                         .arguments = {file, false},
                         .signature = u"oa{sv}"_s};
-    VXRunObexTransfer(errand, _peer, get, [this, &errand, path, listed, folder, file] {
+    const auto tell = [this, &errand, path, listed, folder, file](const VXError &problem) {
+        if (!problem.isNull())
+            return errand.fail(problem); // it is read with the others
         QVariantMap message = record(path, listed, envelopeIn(file));
         message.insert(u"state"_s, u"unread"_s);
         if (!message.contains(u"date"_s))
             message.insert(u"date"_s, QDateTime::currentDateTimeUtc());
         errand.succeed();
         _device.announce(u"new_message"_s, {}, message);
-    });
+    };
+    errand.setFarewell(VXRunObexTransfer(errand, _peer, get, tell));
 }
 
 void VXMessageAccess::wasRemoved(const QDBusMessage &signal)

@@ -96,8 +96,9 @@ private:
     {
         constexpr qsizetype frame = 22; // of "BEGIN:MSG", "END:MSG" and the ends of three lines
         const QByteArray closing = "\r\nEND:MSG"_ba;
-        qsizetype end = _at + _length - frame;
-        if (_length < frame || end < _at || _bytes.mid(end, closing.size()) != closing) {
+        const bool isPossible = _length >= frame && _length - frame <= _bytes.size() - _at;
+        qsizetype end = isPossible ? _at + _length - frame : _at;
+        if (!isPossible || _bytes.mid(end, closing.size()) != closing) {
             const qsizetype body = _bytes.indexOf("END:BBODY", _at);
             end = _bytes.lastIndexOf("END:MSG", body < 0 ? -1 : body);
             _isCut = end < _at;

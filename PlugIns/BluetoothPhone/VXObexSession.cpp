@@ -2,6 +2,7 @@
 
 #include "VXBluetoothNames.h"
 #include "VXBusText.h"
+#include "VXBusValue.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QSet>
@@ -39,43 +40,75 @@ VXError errorOfSession(const QDBusMessage &answer, const VXObexPeer &peer, const
         peer.text(u"Switch Bluetooth on at the phone, and bring it near."_s));
 }
 
+QString pathIn(const QDBusMessage &message)
+{
+    return message.arguments().value(0).value<QDBusObjectPath>().path();
+}
+
+// Asks for an object of the service. The answer is heard even when nobody waits for it any more: the object would stay.
+void askFor(VXBusErrand &errand, const VXBusCall &call, const VXBusService::Answer &then,
+            const std::function<VXBusCall(const QString &object)> &farewell)
+{
+    const auto taken = errand.guarded<QDBusMessage>(then);
+    const std::weak_ptr<VXBusErrand> whose = errand.weak_from_this();
+    const VXBusService::Ptr service = errand.service().shared_from_this();
+    const auto heard = [whose, service, taken, farewell](const QDBusMessage &answer) {
+        const VXBusErrand::Ptr waiting = whose.lock();
+        if (waiting && !waiting->isConcluded())
+            taken(answer);
+        else if (answer.type() != QDBusMessage::ErrorMessage)
+            service->send(farewell(pathIn(answer)));
+    };
+    service->call(call, 2 * sessionLimit, service.get(), heard);
+}
+
+VXBusCall cancellation(const QString &transfer)
+{
+    return {.path = transfer, .interface = VXBluetoothNames::transfer, .method = u"Cancel"_s};
+}
+
 void trySession(VXBusErrand &errand, const VXObexPeer &peer, const QString &target, int triesLeft,
                 const std::function<void(const QString &)> &then)
 {
     errand.begin(peer.text(u"Connecting; the phone may ask for permission"_s), sessionLimit);
-    const auto taken =
-        errand.guarded<QDBusMessage>([&errand, peer, target, triesLeft, then](const QDBusMessage &answer) {
-            if (answer.type() != QDBusMessage::ErrorMessage)
-                return then(answer.arguments().value(0).value<QDBusObjectPath>().path());
-            if (triesLeft > 0 && answer.errorMessage().contains("Timed out"_L1))
-                return trySession(errand, peer, target, triesLeft - 1, then);
-            errand.fail(errorOfSession(answer, peer, target));
-        });
-    const std::weak_ptr<VXBusErrand> whose = errand.weak_from_this();
-    const VXBusService::Ptr service = errand.service().shared_from_this();
-    // The answer is heard even when nobody waits any more: the session would stay.
-    const auto heard = [whose, service, taken](const QDBusMessage &answer) {
-        const VXBusErrand::Ptr waiting = whose.lock();
-        if (waiting && !waiting->isConcluded())
-            return taken(answer);
+    const VXBusCall create{.path = VXBluetoothNames::obexPath,
+                           .interface = VXBluetoothNames::client,
+                           .method = u"CreateSession"_s,
+                           .arguments = {peer.address(), QVariantMap{{u"Target"_s, target}}},
+                           .signature = u"o"_s};
+    const auto taken = [&errand, peer, target, triesLeft, then](const QDBusMessage &answer) {
         if (answer.type() != QDBusMessage::ErrorMessage)
-            service->send(VXObexFarewell(answer.arguments().value(0).value<QDBusObjectPath>().path()));
+            return then(pathIn(answer));
+        if (triesLeft > 0 && answer.errorMessage().contains("Timed out"_L1))
+            return trySession(errand, peer, target, triesLeft - 1, then);
+        errand.fail(errorOfSession(answer, peer, target));
     };
-    service->call({.path = VXBluetoothNames::obexPath,
-                   .interface = VXBluetoothNames::client,
-                   .method = u"CreateSession"_s,
-                   .arguments = {peer.address(), QVariantMap{{u"Target"_s, target}}},
-                   .signature = u"o"_s},
-                  2 * sessionLimit, service.get(), heard);
+    askFor(errand, create, taken, VXObexFarewell);
 }
 
 /** What is known of the transfers of the service while one is waited for: it may end before its name is told. */
 struct Transfers
 {
-    QString awaited; // null until it is told
-    QHash<QString, QString> status;
-    QSet<QString> gone;
-    std::function<void()> then;
+    QString awaited = {}; // null until it is told
+    QHash<QString, QString> status = {};
+    QSet<QString> gone = {};
+    std::function<void(const VXError &problem)> then; // none once it was called
+
+    void conclude(const VXError &problem)
+    {
+        if (const auto call = std::exchange(then, {}))
+            call(problem);
+    }
+    void look(const VXObexPeer &peer)
+    {
+        const QString known = status.value(awaited);
+        if (awaited.isNull())
+            return;
+        if (known == "complete"_L1)
+            conclude({});
+        else if (known == "error"_L1 || gone.contains(awaited))
+            conclude(VXBusError(peer.text(u"The phone ended the transfer before it was complete."_s)));
+    }
 };
 
 } // namespace
@@ -94,41 +127,38 @@ VXBusCall VXObexFarewell(const QString &session)
             .arguments = {QVariant::fromValue(QDBusObjectPath(session))}};
 }
 
-void VXRunObexTransfer(VXBusErrand &errand, const VXObexPeer &peer, const VXBusCall &call,
-                       const std::function<void()> &then)
+std::function<void()> VXRunObexTransfer(VXBusErrand &errand, const VXObexPeer &peer, const VXBusCall &call,
+                                        const std::function<void(const VXError &problem)> &then)
 {
-    const auto transfers = std::make_shared<Transfers>();
-    transfers->then = then;
-    const auto look = [&errand, peer, transfers] {
-        const QString status = transfers->status.value(transfers->awaited);
-        if (transfers->awaited.isNull() || !transfers->then)
-            return;
-        if (status == "complete"_L1)
-            std::exchange(transfers->then, {})();
-        else if (status == "error"_L1 || transfers->gone.contains(transfers->awaited))
-            errand.fail(VXBusError(peer.text(u"The phone ended the transfer before it was complete."_s)));
-    };
+    const std::shared_ptr<Transfers> transfers(new Transfers{.then = then});
     errand.listen({}, VXBluetoothNames::properties, u"PropertiesChanged"_s,
-                  [&errand, transfers, look](const QDBusMessage &signal) {
+                  [&errand, peer, transfers](const QDBusMessage &signal) {
                       if (signal.arguments().value(0) != VXBluetoothNames::transfer)
                           return;
-                      const auto changed = qdbus_cast<QVariantMap>(signal.arguments().value(1));
+                      const QVariantMap changed = VXBusMap(signal.arguments().value(1));
                       if (const QString status = changed.value(u"Status"_s).toString(); !status.isEmpty())
                           transfers->status.insert(signal.path(), status);
                       if (signal.path() == transfers->awaited)
                           errand.prolong();
-                      look();
+                      transfers->look(peer);
                   });
     errand.listen(u"/"_s, VXBluetoothNames::objects, u"InterfacesRemoved"_s,
-                  [transfers, look](const QDBusMessage &signal) {
-                      transfers->gone.insert(signal.arguments().value(0).value<QDBusObjectPath>().path());
-                      look();
+                  [peer, transfers](const QDBusMessage &signal) {
+                      transfers->gone.insert(pathIn(signal));
+                      transfers->look(peer);
                   });
-    errand.call(call, [transfers, look](const QVariantList &answer) {
-        transfers->awaited = answer.value(0).value<QDBusObjectPath>().path();
-        const auto properties = qdbus_cast<QVariantMap>(answer.value(1));
+    const auto taken = [peer, transfers](const QDBusMessage &answer) {
+        if (answer.type() == QDBusMessage::ErrorMessage)
+            return transfers->conclude(VXBusErrand::errorOf(answer));
+        transfers->awaited = pathIn(answer);
+        const QVariantMap properties = VXBusMap(answer.arguments().value(1));
         if (!transfers->status.contains(transfers->awaited))
             transfers->status.insert(transfers->awaited, properties.value(u"Status"_s).toString());
-        look();
-    });
+        transfers->look(peer);
+    };
+    askFor(errand, call, taken, cancellation);
+    return [service = errand.service().shared_from_this(), transfers] {
+        if (!transfers->awaited.isNull())
+            service->send(cancellation(transfers->awaited));
+    };
 }

@@ -21,8 +21,9 @@ void VXOpenObexSession(VXBusErrand &errand, const VXObexPeer &peer, const QStrin
 VXBusCall VXObexFarewell(const QString &session);
 
 /**
- * Calls a method that answers with a transfer, and calls when that is complete. One that fails, or goes without a word, fails the
- * errand. While octets come, the step is prolonged.
+ * Calls a method that answers with a transfer, and calls once when that is complete; with the problem when it fails, or goes without
+ * a word. While octets come, the step is prolonged.
+ * @return what ends the transfer, for the errand's farewell where its session is kept.
  */
-void VXRunObexTransfer(VXBusErrand &errand, const VXObexPeer &peer, const VXBusCall &call,
-                       const std::function<void()> &then);
+std::function<void()> VXRunObexTransfer(VXBusErrand &errand, const VXObexPeer &peer, const VXBusCall &call,
+                                        const std::function<void(const VXError &problem)> &then);

@@ -96,7 +96,9 @@ void VXPhonebookAccess::pull(VXBusErrand &errand, const std::shared_ptr<Reading>
                        .method = u"PullAll"_s,
                        .arguments = {path, QVariantMap{{u"Format"_s, u"vcard30"_s}}},
                        .signature = u"oa{sv}"_s},
-                      [this, &errand, reading, path] {
+                      [this, &errand, reading, path](const VXError &problem) {
+                          if (!problem.isNull())
+                              return errand.fail(problem);
                           errand.begin(reading->what, stepLimit);
                           errand.compute([reading, path] { return reading->read(path); },
                                          [this, &errand, reading, path](const VXPhonebookCards &cards) {

@@ -1,6 +1,7 @@
 #include "VXTelephony.h"
 
 #include "VXBusText.h"
+#include "VXBusValue.h"
 #include "VXPhoneText.h"
 
 #include <QtDBus/QDBusArgument>
@@ -62,7 +63,7 @@ VXTelephony::VXTelephony(VXBusDevice &device, const Settings &settings)
             didChangeModem(signal.arguments().value(0).toString(), changedValue(signal));
     };
     _service->listen({}, managerInterface, u"ModemAdded"_s, this, [this](const QDBusMessage &signal) {
-        takeModem(pathIn(signal), qdbus_cast<QVariantMap>(signal.arguments().value(1)));
+        takeModem(pathIn(signal), VXBusMap(signal.arguments().value(1)));
     });
     _service->listen({}, managerInterface, u"ModemRemoved"_s, this, [this](const QDBusMessage &signal) {
         if (pathIn(signal) == _modem)
@@ -71,7 +72,7 @@ VXTelephony::VXTelephony(VXBusDevice &device, const Settings &settings)
     _service->listen({}, modemInterface, u"PropertyChanged"_s, this, onModem);
     _service->listen({}, callsInterface, u"CallAdded"_s, this, [this](const QDBusMessage &signal) {
         if (signal.path() == _modem)
-            takeCall(pathIn(signal), qdbus_cast<QVariantMap>(signal.arguments().value(1)));
+            takeCall(pathIn(signal), VXBusMap(signal.arguments().value(1)));
     });
     _service->listen({}, callsInterface, u"CallRemoved"_s, this,
                      [this](const QDBusMessage &signal) { _calls.end(pathIn(signal)); });
@@ -85,6 +86,11 @@ VXTelephony::VXTelephony(VXBusDevice &device, const Settings &settings)
     connect(&_queue, &VXBusQueue::isWanted, this, [this] {
         if (!_patience.isActive())
             _patience.start(waitLimit);
+        _service->activate();
+    });
+    connect(_service.get(), &VXBusService::didFailToStart, this, [this] {
+        if (!_isReady)
+            _queue.close(absence());
     });
     if (_service->isThere())
         look();
@@ -146,13 +152,13 @@ void VXTelephony::takeModem(const QString &path, const QVariantMap &properties)
                         .interface = modemInterface,
                         .method = u"SetProperty"_s,
                         .arguments = {u"Powered"_s, QVariant::fromValue(QDBusVariant(true))}});
-    setInterfaces(qdbus_cast<QStringList>(properties.value(u"Interfaces"_s)));
+    setInterfaces(VXBusTexts(properties.value(u"Interfaces"_s)));
 }
 
 void VXTelephony::didChangeModem(const QString &property, const QVariant &value)
 {
     if (property == "Interfaces"_L1)
-        setInterfaces(qdbus_cast<QStringList>(value));
+        setInterfaces(VXBusTexts(value));
 }
 
 // A lost link takes the interfaces away, and tells nothing of the calls.
