@@ -76,6 +76,21 @@ protected:
         return line.startsWith(what);
     }
     QStringList texts() { return VXBusPhoneTest::texts(perform(u"read_messages"_s), u"text"_s); }
+    QString commandLine(const QString &arguments) const
+    {
+        return u"'%1' --home '%2' %3"_s.arg(QStringLiteral(VORNIX_PROGRAM), path(u"home"_s), arguments);
+    }
+    /** What the program answers. */
+    QJsonDocument vornix(const QStringList &command) const
+    {
+        QProcess process;
+        process.start(QStringLiteral(VORNIX_PROGRAM), QStringList{u"--json"_s, u"--home"_s, path(u"home"_s)} + command);
+        EXPECT_TRUE(process.waitForFinished(60000));
+        const QByteArray output = process.readAllStandardOutput();
+        EXPECT_EQ(process.exitCode(), 0) << command.join(u' ').toStdString() << output.toStdString()
+                                         << process.readAllStandardError().toStdString();
+        return QJsonDocument::fromJson(output);
+    }
     /** The modem is probed, and switched on. */
     bool isReachedInTheEnd() const
     {
@@ -146,15 +161,6 @@ TEST_F(VXModemManagerTest, MakesAndTakesCalls)
 
 TEST_F(VXModemManagerTest, IsSyncedByTheProgramAndASecondTimeNothingChanges)
 {
-    const auto vornix = [this](const QStringList &command) {
-        QProcess process;
-        process.start(QStringLiteral(VORNIX_PROGRAM), QStringList{u"--json"_s, u"--home"_s, path(u"home"_s)} + command);
-        EXPECT_TRUE(process.waitForFinished(60000));
-        const QByteArray output = process.readAllStandardOutput();
-        EXPECT_EQ(process.exitCode(), 0) << command.join(u' ').toStdString() << output.toStdString()
-                                         << process.readAllStandardError().toStdString();
-        return QJsonDocument::fromJson(output);
-    };
     const auto sync = [&] {
         const QJsonObject result = vornix({u"sync"_s, u"mine"_s, u"--messages"_s}).object()[u"messages"_s].toObject();
         return u"%1 %2"_s.arg(result[u"added"_s].toInt(-1)).arg(result[u"changed"_s].toInt(-1));
@@ -172,4 +178,43 @@ TEST_F(VXModemManagerTest, IsSyncedByTheProgramAndASecondTimeNothingChanges)
                     .object()[u"properties"_s][u"phoneNumber"_s]
                     .toString()
                     .startsWith(u"+49170"_s));
+}
+
+TEST_F(VXModemManagerTest, OutboxTriggersAndTheRunningProgramUseIt)
+{
+    vornix({u"plugins"_s, u"enable"_s, u"MobileModem"_s});
+    QJsonObject found;
+    ASSERT_TRUE(VXRunUntil([&] { // once it is probed
+        found = vornix({u"devices"_s, u"find"_s}).object()[u"devices"_s][0].toObject();
+        return !found.isEmpty();
+    }));
+    EXPECT_EQ(found[u"name"_s], u"Example Fake 1"_s);
+    vornix({u"devices"_s, u"add"_s, u"1"_s, u"mine"_s});
+    const auto isConnected = [&] {
+        return vornix({u"status"_s}).object()[u"phones"_s][0][u"state"_s] == "connected"_L1;
+    };
+    ASSERT_TRUE(VXRunUntil(isConnected) || VXRunUntil(isConnected)); // switched on
+    const QString heard = path(u"heard"_s);
+    vornix({u"triggers"_s, u"add"_s, u"--event"_s, u"new_message"_s, u"--filter"_s, u"text BEGINSWITH \"Hello\""_s,
+            u"--reactor"_s, u"runcommand"_s, u"--option"_s, u"program=printf %s \"$VORNIX_OBJECT_TEXT\" >$1"_s,
+            u"--option"_s, u"useShell=true"_s, u"--option"_s, u"arguments=[\"%1\"]"_s.arg(heard)});
+    VXTestProcess running(commandLine(u"run 2>&1"_s)); // it tells on standard error
+    const auto tells = [&](const QByteArray &what) {
+        QByteArray line;
+        do
+            line = running.readLine();
+        while (!line.isEmpty() && !line.contains(what));
+        return line.contains(what);
+    };
+    happen(u"ring +491705"_s);
+    EXPECT_TRUE(tells("ringing"));
+    vornix({u"devices"_s, u"do"_s, u"mine"_s, u"hang_up"_s});
+    EXPECT_TRUE(obeyed("hung up"));
+    EXPECT_TRUE(tells("ended"));
+    happen(u"message +491701 Hello there"_s);
+    EXPECT_TRUE(tells("new_message"));
+    EXPECT_TRUE(VXRunUntil([&] { return readFile(heard) == "Hello there"; })) << readFile(heard).toStdString();
+    vornix({u"messages"_s, u"send"_s, u"+491709"_s, u"Hi"_s});
+    EXPECT_TRUE(obeyed("sent "));
+    EXPECT_EQ(vornix({u"messages"_s, u"list"_s, u"sent"_s}).array().size(), 1);
 }
