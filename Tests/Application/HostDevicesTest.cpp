@@ -88,11 +88,11 @@ TEST_F(HostDevicesTest, FindsPhonesAndAddsThemByNumber)
     EXPECT_EQ(outcomeOf({u"find"_s}).substr(0, 24), "0 No phones were found.\n");
     qputenv("VXFoundDevices", found);
     EXPECT_EQ(outcomeOf({u"add"_s, u"2"_s}), "1 vornix: \"vornix devices find\" has found nothing yet");
-    EXPECT_EQ(devices({u"find"_s}).output.split('\n').first(3),
+    EXPECT_EQ(devices({u"find"_s}).output.split('\n').first(4),
               (QList<QByteArray>{
                   "#  NAME    PLUGIN   WHERE        STATE", "1  Pixel   Fixture  USB, /dev/a  ready to be added",
-                  "2  Galaxy  Fixture               There is no /nowhere/b. Connect the phone and switch it on; "
-                  "\"vornix devices find\" shows the ports that there are."}));
+                  "2  Galaxy  Fixture               There is no /nowhere/b.",
+                  "2: Connect the phone and switch it on; \"vornix devices find\" shows the ports that there are."}));
     qputenv("VXFoundDevices", "[]"); // what a number means was shown, whatever there is by now
     EXPECT_EQ(outcomeOf({u"add"_s, u"3"_s}), "1 vornix: \"vornix devices find\" has shown the numbers 1 to 2");
     EXPECT_EQ(outcomeOf({u"add"_s, u"1"_s, u"mine"_s, u"name=My phone"_s}),
@@ -183,8 +183,7 @@ TEST_F(HostDevicesTest, MistakesChangeNothing)
         {{u"add"_s, u"org.phones"_s, u"one"_s, u"a=1"_s},
          "1 vornix: there is a device one already; \"vornix devices set one KEY=VALUE\""},
         {{u"add"_s, u"org.phones"_s, u"two"_s, u"a=1"_s, u"b"_s}, "2 vornix: \"b\" is not KEY=VALUE"},
-        {{u"add"_s, u"org.phones"_s},
-         "2 vornix: add needs PLUGIN-ID DEVICE-ID|NUMBER [DEVICE-ID] [KEY=VALUE]..."},
+        {{u"add"_s, u"org.phones"_s}, "2 vornix: add needs PLUGIN-ID and DEVICE-ID, or a number that \"find\" showed"},
         {{u"remove"_s, u"vxdevice://localhost/org.phones/two"_s}, "1 vornix: there is no device \"vxdevice://"},
         {{u"info"_s, u"no url"_s}, "1 vornix: there is no device \"no url\""},
         {{u"info"_s, u""_s}, "2 vornix: info needs DEVICE"},

@@ -208,6 +208,7 @@ TEST_F(HostReportTest, ReplacesAnOlderOneOrLeavesItAlone)
     const QString old = writeFile(u"old.zip"_s, "not an archive");
     report(u"old.zip"_s);
     EXPECT_TRUE(readFile(old).startsWith("PK"));
+    EXPECT_EQ(QFileInfo(old).permissions() & (QFile::ReadGroup | QFile::ReadOther), 0);
     const HostOutcome outcome = runHost({u"status"_s, u"--bundle"_s, path(u"nowhere/x.zip"_s)});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("the report was not written: "));

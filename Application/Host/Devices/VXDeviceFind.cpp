@@ -15,6 +15,8 @@
 #include "VXPluginReport.h"
 #include "VXPropertyList.h"
 #include "VXTextTable.h"
+#include "VXVisibleText.h"
+#include "VXWrappedText.h"
 
 #include <QtCore/QEventLoop>
 #include <QtCore/QJsonArray>
@@ -104,16 +106,21 @@ QJsonObject jsonOf(const VXFoundDevice &device, int number)
                        device.problem);
 }
 
+QString nameOf(const QString &plugin, const VXPluginManager &manager)
+{
+    const VXPluginProxy *const proxy = manager.pluginWithIdentifier(plugin);
+    return proxy == nullptr ? plugin : proxy->name();
+}
+
 QStringList rowOf(const VXFoundDevice &device, int number, const VXPluginManager &manager)
 {
-    const VXPluginProxy *const plugin = manager.pluginWithIdentifier(device.plugin);
-    const QString pluginName = plugin == nullptr ? QString() : plugin->name();
     QString state = u"ready to be added"_s;
     if (const QUrl made = madeOf(device); !made.isEmpty())
         state = u"added as "_s + VXDeviceURLComponent(made, 1);
     else if (!device.problem.isNull())
-        state = VXErrorText(device.problem);
-    return {QString::number(number), device.name, pluginName, device.place, state};
+        state = device.problem.localizedDescription();
+    return {QString::number(number), VXVisibleText(device.name), nameOf(device.plugin, manager), device.place,
+            VXVisibleText(state)};
 }
 
 // Plugins of devices that could not be asked are no fault, but a reason why something was not found.
@@ -124,15 +131,23 @@ QList<VXDeviceSearch::Problem> pluginsNotAsked(const VXPluginManager &manager)
         if (plugin->pluginClassType() != VXPluginKind::Device || !plugin->isInstalled() || plugin->isLoaded())
             continue;
         const VXPluginReport report(manager, *plugin);
+        const QString shortName = plugin->identifier().section(u'.', -1); // which commands take
         const bool isOff = !plugin->isEnabled();
-        const QString remedy = isOff ? u"\"vornix plugins enable %1\" has it look too."_s.arg(plugin->identifier())
-                                     : u"\"vornix plugins info %1\" tells more."_s.arg(plugin->identifier());
+        const QString remedy = isOff ? u"\"vornix plugins enable %1\" has it look too."_s.arg(shortName)
+                                     : u"\"vornix plugins info %1\" tells more."_s.arg(shortName);
         problems.append({plugin->identifier(), VXError(VXErrorDomain, VXErrorGeneral,
                                                        {{VXLocalizedDescriptionKey, u"It is %1."_s.arg(report.state())},
                                                         {VXLocalizedRecoverySuggestionKey, remedy}})});
     }
     std::ranges::sort(problems, {}, &VXDeviceSearch::Problem::plugin);
     return problems;
+}
+
+// An empty text is no line.
+QString indented(const QString &text, qsizetype indent, qsizetype width)
+{
+    return text.isEmpty() ? text
+                          : QString(indent, u' ') + VXWrappedText(VXVisibleText(text), width, indent, indent) + u'\n';
 }
 
 void search(VXDeviceSearch &search)
@@ -164,12 +179,21 @@ int VXFindDevices(VXHostContext &context, VXPluginManager &manager)
         rows.append(rowOf(device, number, manager));
     }
     QString text = found.isEmpty() ? u"No phones were found.\n"_s
-                                   : VXFittingTable(context.output, rows, {u"PLUGIN"_s, u"WHERE"_s}) +
-                                         u"\"vornix devices add NUMBER\" adds one of them.\n"_s;
+                                   : VXFittingTable(context.output, rows, {u"PLUGIN"_s, u"WHERE"_s});
+    const qsizetype width = context.output.width();
+    for (int number = 1; number <= devices.size(); ++number) {
+        const QString remedy = devices[number - 1].problem.localizedRecoverySuggestion();
+        if (!remedy.isEmpty() && madeOf(devices[number - 1]).isEmpty())
+            text += indented(u"%1: %2"_s.arg(number).arg(remedy), 0, width);
+    }
+    if (!found.isEmpty())
+        text += u"\"vornix devices add NUMBER\" adds one of them.\n"_s;
     QJsonArray problems;
     for (const auto &[plugin, problem] : searching.problems() + pluginsNotAsked(manager)) {
         problems.append(withProblem({{u"plugin"_s, plugin}}, problem));
-        text += plugin + ": "_L1 + VXErrorText(problem) + u'\n';
+        text += nameOf(plugin, manager) + u'\n';
+        for (const QString &line : {problem.localizedDescription(), problem.localizedRecoverySuggestion()})
+            text += indented(line, 4, width);
     }
     context.output.answer(text, QJsonObject{{u"devices"_s, found}, {u"problems"_s, problems}});
     return VXHostOutput::Done;

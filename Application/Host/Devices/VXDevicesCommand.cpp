@@ -343,9 +343,7 @@ const QString devices = u"devices"_s; // a kind of words
 const Verb verbs[] = {
     {{u"list"_s}, list, nullptr},
     {{u"find"_s}, VXFindDevices, nullptr},
-    {{u"add"_s, u"PLUGIN-ID DEVICE-ID|NUMBER [DEVICE-ID] [KEY=VALUE]..."_s, 1, unlimited, {u"plugins"_s}},
-     add,
-     nullptr},
+    {{u"add"_s, u"PLUGIN-ID|NUMBER [DEVICE-ID] [KEY=VALUE]..."_s, 1, unlimited, {u"plugins"_s}}, add, nullptr},
     {{u"remove"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, removeDevice},
     {{u"default"_s, u"[DEVICE]"_s, 0, 1, {devices}}, defaultDevice, nullptr},
     {{u"info"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, info},

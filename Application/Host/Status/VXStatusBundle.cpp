@@ -42,7 +42,8 @@ log.txt         the log
 history.jsonl   the events and what reacted to them, a line each
 
 Numbers, names, addresses, paths and texts are replaced by marks such as <number:3f2a90c1d7>. The same value
-has the same mark, also in later reports of the same user. Only what the program itself says is left.
+has the same mark, also in later reports of the same user. What the program itself says is left, and
+the names and versions of plugins and services.
 )";
 
 // -- What is masked
@@ -183,6 +184,7 @@ QString VXWriteStatusBundle(const VXPluginManager &manager, const VXStatusReport
     const QString archive = making.filePath(u"report.zip"_s);
     if (const VXError error = VXPackFolder(folder, archive))
         return error.localizedDescription();
+    QFile::setPermissions(archive, QFile::ReadOwner | QFile::WriteOwner); // until its owner has read it
     if (std::rename(QFile::encodeName(archive).constData(), QFile::encodeName(path).constData()) != 0)
         return u"%1: %2"_s.arg(path, qt_error_string());
     return {};

@@ -25,7 +25,7 @@ int runStatus(VXHostContext &context)
         const VXStatusReport report(manager);
         if (const QString path = context.options.value(u"bundle"_s); !path.isNull())
             return writeBundle(context, manager, report, path);
-        context.output.answer(report.text(), report.json());
+        context.output.answer(report.text(context.output.width()), report.json());
         return static_cast<int>(VXHostOutput::Done);
     };
     return VXRunWithPlugins(context, run, VXWhenQuitting::Run); // what keeps the program from starting is told too
@@ -44,7 +44,7 @@ VXHostCommand VXStatusCommand()
             "Nothing is started for it; phones that are being connected are waited for, up to 5 seconds.\n"
             "--bundle packs the same with versions, the log and the history of events as a zip archive for somebody "
             "who helps. Numbers, names, addresses, paths and texts are replaced by marks in it, the same for the same "
-            "value; only what the program itself says is left."_s,
+            "value; what the program itself says is left, and the names of plugins and services."_s,
         .options = {{.name = u"bundle"_s,
                      .placeholder = u"FILE"_s,
                      .summary = u"Write a report without personal data, a zip archive, to FILE"_s}},

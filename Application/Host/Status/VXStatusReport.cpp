@@ -9,6 +9,8 @@
 #include "VXPluginManager.h"
 #include "VXPluginReport.h"
 #include "VXServiceStanding.h"
+#include "VXVisibleText.h"
+#include "VXWrappedText.h"
 
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QJsonArray>
@@ -31,6 +33,7 @@ struct Service
     QString title;
     QString package; // that brings it; null when unknown
     QStringList users = {};
+    bool isOptional = false; // to all of them
 };
 
 Service serviceFrom(const QVariantMap &info)
@@ -39,7 +42,8 @@ Service serviceFrom(const QVariantMap &info)
     const QString title = info.value(u"title"_s).toString();
     return {.name = {.name = name, .isOnSystemBus = info.value(u"bus"_s) == u"system"_s},
             .title = title.isEmpty() ? name : title,
-            .package = info.value(u"package"_s).toString()};
+            .package = info.value(u"package"_s).toString(),
+            .isOptional = info.value(u"optional"_s).toBool()};
 }
 
 // Those that plugins name, each once.
@@ -55,11 +59,18 @@ QList<Service> servicesOf(const VXPluginManager &manager)
                 services, [&](const Service &other) { return other.name.name == service.name.name; });
             if (known == services.end())
                 known = services.insert(services.end(), service);
+            known->isOptional = known->isOptional && service.isOptional;
             if (plugin->isEnabled())
                 known->users.append(plugin->identifier());
         }
     }
     return services;
+}
+
+QString remedyWithoutBus(bool isSystemBus)
+{
+    return isSystemBus ? u"Start the message bus of the system (the package \"dbus\")."_s
+                       : u"Start the program in a session of the desktop."_s;
 }
 
 VXStatusItem itemOfService(const Service &service, const VXServiceStanding &standing)
@@ -83,11 +94,12 @@ VXStatusItem itemOfService(const Service &service, const VXServiceStanding &stan
     case State::NoBus:
         item.state = u"unreachable"_s;
         item.reason = standing.problem;
-        item.remedy = u"Start the program in a session of the desktop."_s;
+        item.remedy = remedyWithoutBus(service.name.isOnSystemBus);
         break;
     }
-    item.isAtFault = !item.reason.isNull() && !service.users.isEmpty();
-    if (service.users.isEmpty())
+    item.isNeeded = !service.users.isEmpty();
+    item.isAtFault = item.isNeeded && !service.isOptional && !item.reason.isNull();
+    if (!item.isNeeded)
         item.remedy = QString();
     return item;
 }
@@ -100,10 +112,15 @@ VXStatusItem itemOfProgram(const VXServiceStanding &standing)
         item.state = u"running"_s;
         return item;
     }
-    item.state = standing.state == VXServiceStanding::State::NoBus ? u"unreachable"_s : u"not running"_s;
-    item.reason = standing.problem.isNull() ? u"Nothing listens to the phones, and no trigger runs by itself."_s
-                                            : standing.problem;
-    item.remedy = u"\"vornix run\" starts it, \"systemctl --user enable --now vornix\" in every session."_s;
+    if (standing.state == VXServiceStanding::State::NoBus) {
+        item.state = u"unreachable"_s;
+        item.reason = standing.problem;
+        item.remedy = remedyWithoutBus(false);
+    } else {
+        item.state = u"not running"_s;
+        item.reason = u"Nothing listens to the phones, and no trigger runs by itself."_s;
+        item.remedy = u"\"vornix run\" starts it, \"systemctl --user enable --now vornix\" in every session."_s;
+    }
     return item;
 }
 
@@ -117,7 +134,7 @@ VXStatusItem itemOfHotKeys()
         item.reason = problem;
         item.isAtFault = std::ranges::any_of(bound, [](const auto &hotKey) { return hotKey->isRegistered(); });
         if (item.isAtFault)
-            item.remedy = u"Start the program in a session of the desktop."_s;
+            item.remedy = remedyWithoutBus(false);
     }
     return item;
 }
@@ -259,18 +276,28 @@ QJsonArray jsonOf(const QList<VXStatusItem> &items, const QString &identifierKey
     return json;
 }
 
-QString textOf(const QString &title, const QList<VXStatusItem> &items)
+// Where there is no room beside the names, the states stand below them.
+QString textOf(const QString &title, const QList<VXStatusItem> &items, qsizetype width)
 {
-    QString text = title + u'\n';
-    qsizetype width = 0;
-    for (const VXStatusItem &item : items)
-        width = std::max(width, item.name.size());
+    constexpr qsizetype indent = 6;
+    QStringList names; // what a phone calls itself may have any character
+    qsizetype longestName = 0;
+    qsizetype longestState = 0;
     for (const VXStatusItem &item : items) {
-        const QString name = item.name.isNull() ? item.identifier : item.name;
-        text += (item.isAtFault ? "! "_L1 : "  "_L1) + name.leftJustified(width + 2) + item.state + u'\n';
+        names.append(VXVisibleText(item.name.isNull() ? item.identifier : item.name));
+        longestName = std::max(longestName, names.last().size());
+        longestState = std::max(longestState, item.state.size());
+    }
+    const bool isNarrow = longestName + longestState + 4 > width;
+    QString text = title + u'\n';
+    for (qsizetype at = 0; at < items.size(); ++at) {
+        const VXStatusItem &item = items[at];
+        text += (item.isAtFault ? "! "_L1 : "  "_L1) +
+                (isNarrow ? names[at] + u'\n' + QString(indent, u' ') : names[at].leftJustified(longestName + 2)) +
+                item.state + (item.isNeeded ? QString() : u", not needed"_s) + u'\n';
         for (const QString &line : {item.reason, item.remedy}) {
-            if (!line.isEmpty())
-                text += "      "_L1 + line + u'\n';
+            if (!line.isEmpty() && item.isNeeded)
+                text += QString(indent, u' ') + VXWrappedText(VXVisibleText(line), width, indent, indent) + u'\n';
         }
     }
     return items.isEmpty() ? text + "  none\n"_L1 : text;
@@ -290,8 +317,8 @@ QJsonObject VXStatusReport::json() const
             {u"plugins"_s, jsonOf(_plugins, u"identifier"_s)}};
 }
 
-QString VXStatusReport::text() const
+QString VXStatusReport::text(qsizetype width) const
 {
-    return textOf(u"Services"_s, _services) + u'\n' + textOf(u"Phones"_s, _phones) + u'\n' +
-           textOf(u"Plugins"_s, _plugins);
+    return textOf(u"Services"_s, _services, width) + u'\n' + textOf(u"Phones"_s, _phones, width) + u'\n' +
+           textOf(u"Plugins"_s, _plugins, width);
 }

@@ -17,6 +17,7 @@ struct VXStatusItem
     QString remedy = {};    // what to do about it
     QString version = {};   // of plugins
     QStringList users = {}; // of services: the enabled plugins that need it
+    bool isNeeded = true;   // of services: by something that is enabled
     bool isAtFault = false; // something that the user wants does not work
 };
 
@@ -32,7 +33,8 @@ public:
     const QList<VXStatusItem> &plugins() const { return _plugins; }
 
     QJsonObject json() const;
-    QString text() const;
+    /** For people, on lines of about that many characters. */
+    QString text(qsizetype width) const;
 
 private:
     const QList<VXStatusItem> _services;
