@@ -38,6 +38,7 @@ public:
     VXDeviceFinding();
     ~VXDeviceFinding() override;
 
+    /** Its texts may come from the phone: they get one line each, without control characters, and no more than 200 characters. */
     void add(const VXFoundDevice &device);
     /** Nothing can be found, or not all: the description says why, the recovery suggestion what to do. The last counts. */
     void setProblem(const VXError &problem);

@@ -5,6 +5,8 @@
 #include "VXConnectNames.h"
 #include "VXPhoneText.h"
 
+#include <QtCore/QRegularExpression>
+
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -78,6 +80,9 @@ void VXAndroidPhone::findDevices(const std::shared_ptr<VXDeviceFinding> &finding
 void VXAndroidPhone::addNext(VXBusErrand &errand, const VXDeviceFinding::Ptr &finding,
                              QMap<QString, QString> phones) const
 {
+    static const QRegularExpression partOfPath(u"\\A\\w+\\z"_s);
+    phones.removeIf(
+        [](const QMap<QString, QString>::iterator &each) { return !partOfPath.match(each.key()).hasMatch(); });
     if (phones.isEmpty())
         return errand.succeed();
     const QString phone = phones.firstKey();

@@ -1,9 +1,11 @@
 #include "VXBluetoothWatch.h"
 
 #include "VXBluetoothNames.h"
+#include "VXBusErrand.h"
 #include "VXBusText.h"
 #include "VXBusValue.h"
 
+#include <QtCore/QRegularExpression>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusObjectPath>
 
@@ -14,7 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto answerLimit = 10s;
+constexpr auto answerLimit = 8s;
 
 using Interfaces = QMap<QString, QVariantMap>;
 
@@ -46,6 +48,9 @@ bool VXBluetoothEntry::offers(const QString &profile) const
 bool VXBluetoothEntry::isPhone() const
 {
     using namespace VXBluetoothNames;
+    static const QRegularExpression form(u"\\A([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}\\z"_s);
+    if (!form.match(address).hasMatch())
+        return false;
     return offers(contactsProfile) || offers(messagesProfile) || offers(callsProfile);
 }
 
@@ -94,7 +99,10 @@ void VXBluetoothWatch::take(const QDBusMessage &answer)
 {
     _phones.clear();
     _isKnown = true;
-    _problem = answer.type() == QDBusMessage::ErrorMessage ? VXBusError(answer.errorMessage()) : VXError();
+    if (answer.errorName().endsWith(".NoReply"_L1))
+        _problem = VXBusError(VXBusText(u"%1: the answer did not come in time."_s).arg(u"Bluetooth"_s));
+    else
+        _problem = answer.type() == QDBusMessage::ErrorMessage ? VXBusErrand::errorOf(answer) : VXError();
     if (_problem.isNull()) {
         const QMap<QString, Interfaces> objects = objectsOf(answer.arguments().value(0));
         for (auto object = objects.cbegin(); object != objects.cend(); ++object) {

@@ -114,6 +114,24 @@ TEST_F(VXDeviceSearchTest, AsksThePluginsAndTellsWhoHoldsThePortsThatTwoWant)
     EXPECT_TRUE(VXDevicePlugin::liveDevices().isEmpty()) << "nothing was made of what was found";
 }
 
+TEST_F(VXDeviceSearchTest, WhatAPhoneCallsItselfGetsOneShortLine)
+{
+    VXDeviceFinding finding;
+    const QString face = QString::fromUtf8("\xf0\x9f\x98\x80");
+    const std::pair<QString, QString> cases[] = {{u" A\x1b[31m\nB\x07"_s, u"A [31m B"_s},
+                                                 {face + QChar(0xd800) + u'x', u"x"_s}, // one half of a pair
+                                                 {face, face},
+                                                 {QString(300, u'x'), QString(200, u'x') + u'…'},
+                                                 {u"\x1b"_s, QString()}};
+    for (const auto &[said, kept] : cases) {
+        finding.add({.name = said, .identifier = said, .preferences = {{u"name"_s, said}, {u"number"_s, 7}}});
+        const VXFoundDevice &device = finding.devices().last();
+        EXPECT_EQ(device.name, kept);
+        EXPECT_EQ(device.identifier, device.name);
+        EXPECT_EQ(device.preferences, (QVariantMap{{u"name"_s, device.name}, {u"number"_s, 7}}));
+    }
+}
+
 TEST_F(VXDeviceSearchTest, DoesNotWaitForWhoNeverAnswers)
 {
     setFound({u"never"_s});

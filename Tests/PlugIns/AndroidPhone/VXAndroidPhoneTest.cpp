@@ -146,7 +146,11 @@ TEST_F(VXAndroidPhoneTest, FindsPhonesAndNotComputers)
 {
     EXPECT_TRUE(found().first().startsWith(u"The service org.kde.kdeconnect could not be started: "_s));
     startDaemon();
-    names = {{u"abc"_s, u"Pixel"_s}, {u"def"_s, u"Pixel"_s}, {u"fed"_s, u"Gone"_s}, {u"pc"_s, u"Laptop"_s}};
+    names = {{u"abc"_s, u"Pixel"_s},
+             {u"def"_s, u"Pixel"_s},
+             {u"fed"_s, u"Gone"_s},
+             {u"pc"_s, u"Laptop"_s},
+             {u"../a b"_s, u"Lying"_s}};
     mock->answer(u"GetAll"_s, [this](const QDBusMessage &call) {
         QVariantMap values = state;
         values.insert(u"type"_s, call.path().endsWith("/pc"_L1) ? u"laptop"_s : u"phone"_s);

@@ -130,16 +130,18 @@ TEST_F(VXBluetoothPhoneTest, FindsPairedPhones)
                                    u"adapter, and see that the service "
                                    "\"bluetooth\" runs (package bluez)."_s});
     startServices();
-    addPhone(u"11:22:33:44:55:67"_s, u"Mock"_s, false); // of the same name
+    addPhone(u"11:22:33:44:55:67"_s, u"Mock\x1b\n"_s, false); // of the same name, as people see it
     addPhone(u"11:22:33:44:55:68"_s, {}, true);
     profiles = 7; // of another type
     addPhone(u"11:22:33:44:55:69"_s, u"Lying"_s, true);
+    profiles = QStringList{contactsProfile};
+    addPhone(u"no address"_s, u"Lying"_s, true);
     EXPECT_EQ(found(), (QStringList{u"Mock|112233445566|Bluetooth, 11:22:33:44:55:66||"_s,
                                     u"Mock|112233445567|Bluetooth, 11:22:33:44:55:67||The phone 11:22:33:44:55:67 is "
                                     "not paired with this computer."_s,
                                     u"11:22:33:44:55:68|112233445568|Bluetooth, 11:22:33:44:55:68||"_s}));
     bluez->answer(u"GetManagedObjects"_s, {QStringList{u"no objects"_s}});
-    EXPECT_TRUE(found().first().startsWith(u"The answer is of the type \"as\""_s));
+    EXPECT_TRUE(found().first().startsWith(u"The service's answer is not understood."_s));
 }
 
 TEST_F(VXBluetoothPhoneTest, ATransferMayEndBeforeItsNameIsTold)
