@@ -58,7 +58,7 @@ public:
         if (!_problem.isNull())
             return {.state = State::NoBus, .problem = _problem};
         if (_running.contains(service))
-            return {.state = State::Running, .program = programOf(service)};
+            return {.state = State::Running};
         return {.state = _startable.contains(service) ? State::Startable : State::Missing};
     }
 
@@ -87,13 +87,6 @@ private:
         }
         _running = running.arguments().value(0).toStringList();
         _startable = startable.arguments().value(0).toStringList();
-    }
-
-    QString programOf(const QString &service) const
-    {
-        const uint process = ask(u"GetConnectionUnixProcessID"_s, {service}).arguments().value(0).toUInt();
-        QFile name(u"/proc/%1/comm"_s.arg(process));
-        return process != 0 && name.open(QIODevice::ReadOnly) ? QString::fromUtf8(name.readAll()).trimmed() : QString();
     }
 
     const QString _name;

@@ -16,14 +16,13 @@ struct VXServiceName
 struct VXServiceStanding
 {
     enum class State {
-        Running,   // `program` offers it
+        Running,
         Startable, // the bus starts it when it is asked for
         Missing,   // nobody offers it, and the bus knows no program that would
         NoBus,     // `problem` says why the bus cannot be asked
     };
 
     State state = State::Missing;
-    QString program = {}; // null when the bus does not tell it
     QString problem = {};
 };
 

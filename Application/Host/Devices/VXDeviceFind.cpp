@@ -146,8 +146,9 @@ QList<VXDeviceSearch::Problem> pluginsNotAsked(const VXPluginManager &manager)
 // An empty text is no line.
 QString indented(const QString &text, qsizetype indent, qsizetype width)
 {
-    return text.isEmpty() ? text
-                          : QString(indent, u' ') + VXWrappedText(VXVisibleText(text), width, indent, indent) + u'\n';
+    return text.isEmpty()
+               ? text
+               : QString(indent, u' ') + VXWrappedText(VXVisibleText(text.simplified()), width, indent, indent) + u'\n';
 }
 
 void search(VXDeviceSearch &search)
@@ -179,7 +180,7 @@ int VXFindDevices(VXHostContext &context, VXPluginManager &manager)
         rows.append(rowOf(device, number, manager));
     }
     QString text = found.isEmpty() ? u"No phones were found.\n"_s
-                                   : VXFittingTable(context.output, rows, {u"PLUGIN"_s, u"WHERE"_s});
+                                   : VXFittingTable(context.output, rows, {u"PLUGIN"_s, u"WHERE"_s}, u"NAME"_s);
     const qsizetype width = context.output.width();
     for (int number = 1; number <= devices.size(); ++number) {
         const QString remedy = devices[number - 1].problem.localizedRecoverySuggestion();

@@ -297,7 +297,8 @@ QString textOf(const QString &title, const QList<VXStatusItem> &items, qsizetype
                 item.state + (item.isNeeded ? QString() : u", not needed"_s) + u'\n';
         for (const QString &line : {item.reason, item.remedy}) {
             if (!line.isEmpty() && item.isNeeded)
-                text += QString(indent, u' ') + VXWrappedText(VXVisibleText(line), width, indent, indent) + u'\n';
+                text += QString(indent, u' ') + VXWrappedText(VXVisibleText(line.simplified()), width, indent, indent) +
+                        u'\n';
         }
     }
     return items.isEmpty() ? text + "  none\n"_L1 : text;
