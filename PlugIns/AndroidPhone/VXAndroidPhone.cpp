@@ -24,6 +24,7 @@ const QString smsPlugin = u"kdeconnect_sms"_s;
 const QString contactsPlugin = u"kdeconnect_contacts"_s;
 const QString telephonyPlugin = u"kdeconnect_telephony"_s;
 const QString sharePlugin = u"kdeconnect_share"_s;
+const QStringList allPlugins{smsPlugin, contactsPlugin, sharePlugin}; // that actions need
 
 VXBusCall propertiesOf(const QString &phone)
 {
@@ -113,7 +114,7 @@ bool VXAndroidPhone::initWithURL(const QUrl &theURL)
     _messages = std::make_unique<VXConnectMessages>(*this, *_messageQueue);
     offer(u"pair"_s, *_finder, [this](VXBusErrand &errand) { pair(errand); });
     offer(u"unpair"_s, *_finder, [this](VXBusErrand &errand) { unpair(errand); });
-    offerActions({smsPlugin, contactsPlugin, sharePlugin}); // as far as known
+    offerActions(allPlugins); // as far as known
     listen();
     if (_service->isThere()) {
         _finder->open();
@@ -229,6 +230,9 @@ void VXAndroidPhone::lose(const VXError &why)
 {
     _calls.endAll();
     setState(State::Away, why);
+    // A phone that goes takes its plugins with it, one after the other: what is asked of it now waits, and is not refused.
+    if (!_isShutdown)
+        offerActions(allPlugins);
 }
 
 void VXAndroidPhone::setPhone(const QString &deviceID)

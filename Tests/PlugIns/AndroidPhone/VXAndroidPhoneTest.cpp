@@ -185,6 +185,14 @@ TEST_F(VXAndroidPhoneTest, OffersWhatThePhoneAllows)
                QStringList{u"pair"_s, u"read_contacts"_s, u"read_messages"_s, u"send_message"_s, u"unpair"_s};
     }));
     EXPECT_TRUE(shown(u"notAllowed"_s).isEmpty());
+
+    plugins.clear(); // as while it goes
+    changed(u"pluginsChanged"_s);
+    EXPECT_TRUE(VXRunUntil([this] { return !phone->actionNames().contains(u"send_message"_s); }));
+    state.insert(u"isReachable"_s, false);
+    changed(u"reachableChanged"_s, {false});
+    ASSERT_TRUE(hasProblem(u"The phone is not in reach."_s));
+    EXPECT_EQ(fateOfSending(u"+49 170"_s, u"Hello"_s), u"later"_s) << "it may have what it had";
 }
 
 TEST_F(VXAndroidPhoneTest, ReadsTheWholeHistory)
