@@ -5,6 +5,8 @@
 #include "VXConnectNames.h"
 #include "VXPhoneText.h"
 
+#include <QtCore/QRegularExpression>
+
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -22,6 +24,29 @@ const QString smsPlugin = u"kdeconnect_sms"_s;
 const QString contactsPlugin = u"kdeconnect_contacts"_s;
 const QString telephonyPlugin = u"kdeconnect_telephony"_s;
 const QString sharePlugin = u"kdeconnect_share"_s;
+const QStringList allPlugins{smsPlugin, contactsPlugin, sharePlugin}; // that actions need
+
+VXBusCall propertiesOf(const QString &phone)
+{
+    return {.path = VXConnectNames::path(phone),
+            .interface = VXConnectNames::properties,
+            .method = u"GetAll"_s,
+            .arguments = {VXConnectNames::device},
+            .signature = u"a{sv}"_s};
+}
+
+const VXBusCall knownDevices{.path = VXConnectNames::root,
+                             .interface = VXConnectNames::daemon,
+                             .method = u"deviceNames"_s,
+                             .arguments = {false, false},
+                             .signature = u"a{ss}"_s};
+
+// It connects computers with each other too.
+bool isComputer(const QDBusMessage &properties)
+{
+    const QString type = qdbus_cast<QVariantMap>(properties.arguments().value(0)).value(u"type"_s).toString();
+    return type == "desktop"_L1 || type == "laptop"_L1 || type == "tv"_L1;
+}
 
 } // namespace
 
@@ -39,6 +64,43 @@ VXAndroidPhone::~VXAndroidPhone()
     stopQueues();
 }
 
+// -- Finding
+
+void VXAndroidPhone::findDevices(const std::shared_ptr<VXDeviceFinding> &finding)
+{
+    const auto look = [this, finding](VXBusErrand &errand) {
+        errand.begin(text(u"Looking for the phone"_s), answerLimit);
+        errand.call(knownDevices, [this, finding, &errand](const QVariantList &answer) {
+            addNext(errand, finding, qdbus_cast<QMap<QString, QString>>(answer.value(0)));
+        });
+    };
+    search(finding, VXBusService::named(VXConnectNames::service, u"session"_s),
+           text(u"Is the package kdeconnect installed?"_s), look);
+}
+
+void VXAndroidPhone::addNext(VXBusErrand &errand, const VXDeviceFinding::Ptr &finding,
+                             QMap<QString, QString> phones) const
+{
+    static const QRegularExpression partOfPath(u"\\A\\w+\\z"_s);
+    phones.removeIf(
+        [](const QMap<QString, QString>::iterator &each) { return !partOfPath.match(each.key()).hasMatch(); });
+    if (phones.isEmpty())
+        return errand.succeed();
+    const QString phone = phones.firstKey();
+    const QString name = phones.take(phone);
+    errand.ask(propertiesOf(phone), [this, &errand, finding, phones, phone, name](const QDBusMessage &properties) {
+        if (!isComputer(properties))
+            finding->add({.name = name,
+                          .identifier = phone,
+                          .preferences = {{u"device"_s, phone}, {u"name"_s, name}},
+                          .place = u"KDE Connect"_s,
+                          .problem = problemOf(properties)});
+        addNext(errand, finding, phones);
+    });
+}
+
+// -- The device
+
 bool VXAndroidPhone::initWithURL(const QUrl &theURL)
 {
     if (!VXBusDevice::initWithURL(theURL))
@@ -52,7 +114,7 @@ bool VXAndroidPhone::initWithURL(const QUrl &theURL)
     _messages = std::make_unique<VXConnectMessages>(*this, *_messageQueue);
     offer(u"pair"_s, *_finder, [this](VXBusErrand &errand) { pair(errand); });
     offer(u"unpair"_s, *_finder, [this](VXBusErrand &errand) { unpair(errand); });
-    offerActions({smsPlugin, contactsPlugin, sharePlugin}); // as far as known
+    offerActions(allPlugins); // as far as known
     listen();
     if (_service->isThere()) {
         _finder->open();
@@ -168,6 +230,9 @@ void VXAndroidPhone::lose(const VXError &why)
 {
     _calls.endAll();
     setState(State::Away, why);
+    // A phone that goes takes its plugins with it, one after the other: what is asked of it now waits, and is not refused.
+    if (!_isShutdown)
+        offerActions(allPlugins);
 }
 
 void VXAndroidPhone::setPhone(const QString &deviceID)
@@ -197,19 +262,14 @@ void VXAndroidPhone::find()
 void VXAndroidPhone::lookForPhone(VXBusErrand &errand)
 {
     errand.begin(text(u"Looking for the phone"_s), answerLimit);
-    errand.call({.path = VXConnectNames::root,
-                 .interface = VXConnectNames::daemon,
-                 .method = u"deviceNames"_s,
-                 .arguments = {false, false},
-                 .signature = u"a{ss}"_s},
-                [this, &errand](const QVariantList &answer) {
-                    VXError error;
-                    const QString phone = choose(qdbus_cast<QMap<QString, QString>>(answer.value(0)), &error);
-                    setPhone(phone);
-                    if (phone.isNull())
-                        return errand.fail(error);
-                    lookAtPhone(errand);
-                });
+    errand.call(knownDevices, [this, &errand](const QVariantList &answer) {
+        VXError error;
+        const QString phone = choose(qdbus_cast<QMap<QString, QString>>(answer.value(0)), &error);
+        setPhone(phone);
+        if (phone.isNull())
+            return errand.fail(error);
+        lookAtPhone(errand);
+    });
 }
 
 // What its preference "device" says: the daemon's identifier, or the phone's name; without, the only one there is.
@@ -234,29 +294,30 @@ QString VXAndroidPhone::choose(const QMap<QString, QString> &phones, VXError *er
     return {};
 }
 
+VXError VXAndroidPhone::problemOf(const QDBusMessage &properties) const
+{
+    const QVariantMap phone = qdbus_cast<QVariantMap>(properties.arguments().value(0));
+    if (properties.type() == QDBusMessage::ErrorMessage || !phone.value(u"isReachable"_s).toBool())
+        return VXBusError(text(u"The phone is not in reach."_s),
+                          text(u"Is the app KDE Connect open on the phone, in the same network?"_s));
+    // From version 23.08 on it is called otherwise.
+    if (!phone.value(u"isTrusted"_s, phone.value(u"isPaired"_s)).toBool())
+        return VXBusError(
+            text(u"The phone is not paired with this computer."_s),
+            text(u"The action \"pair\" asks for it; the person at the phone must agree within half a minute."_s));
+    return {};
+}
+
 // Before it is paired, a phone may be known and have no object.
 void VXAndroidPhone::lookAtPhone(VXBusErrand &errand)
 {
-    const VXBusCall getAll{.path = VXConnectNames::path(_phone),
-                           .interface = VXConnectNames::properties,
-                           .method = u"GetAll"_s,
-                           .arguments = {VXConnectNames::device},
-                           .signature = u"a{sv}"_s};
-    errand.ask(getAll, [this, &errand](const QDBusMessage &answer) {
+    errand.ask(propertiesOf(_phone), [this, &errand](const QDBusMessage &answer) {
         const QVariantMap phone = qdbus_cast<QVariantMap>(answer.arguments().value(0));
-        const bool isThere = answer.type() != QDBusMessage::ErrorMessage && phone.value(u"isReachable"_s).toBool();
-        // From version 23.08 on it is called otherwise.
-        const bool isPaired = phone.value(u"isTrusted"_s, phone.value(u"isPaired"_s)).toBool();
         const QString name = phone.value(u"name"_s).toString();
         if (!name.isEmpty())
             setDeviceProperty(name, u"ownName"_s);
-        if (!isThere)
-            return errand.fail(VXBusError(text(u"The phone is not in reach."_s),
-                                          text(u"Is the app KDE Connect open on the phone, in the same network?"_s)));
-        if (!isPaired)
-            return errand.fail(VXBusError(
-                text(u"The phone is not paired with this computer."_s),
-                text(u"The action \"pair\" asks for it; the person at the phone must agree within half a minute."_s)));
+        if (const VXError problem = problemOf(answer); !problem.isNull())
+            return errand.fail(problem);
         lookAtPlugins(errand);
     });
 }

@@ -17,6 +17,8 @@ public:
     Q_INVOKABLE VXAndroidPhone();
     ~VXAndroidPhone() override;
 
+    /** The phones that KDE Connect knows, paired or not. */
+    void findDevices(const std::shared_ptr<VXDeviceFinding> &finding) override;
     bool initWithURL(const QUrl &theURL) override;
     void pluginWillUnload() override;
 
@@ -33,6 +35,8 @@ private:
     void lookAtPhone(VXBusErrand &errand);
     void lookAtPlugins(VXBusErrand &errand);
     QString choose(const QMap<QString, QString> &phones, VXError *error) const;
+    void addNext(VXBusErrand &errand, const VXDeviceFinding::Ptr &finding, QMap<QString, QString> phones) const;
+    VXError problemOf(const QDBusMessage &properties) const;
     void setPhone(const QString &deviceID);
     void lose(const VXError &why);
     VXError withoutService() const;

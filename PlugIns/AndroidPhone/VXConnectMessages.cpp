@@ -241,6 +241,7 @@ void VXConnectMessages::send(VXBusErrand &errand)
     const VXTextToSend message = VXTextToSend::ofObject(errand.object());
     if (!message.error.isNull())
         return errand.fail(message.error, {{u"failure"_s, u"refused"_s}});
+    errand.setResultOfFailure({{u"failure"_s, u"later"_s}}); // until the daemon is told
     const auto go = [this, &errand, message] {
         sendNow(errand, std::make_shared<Sending>(Sending{.message = message, .newestBefore = _newest}));
     };
@@ -254,6 +255,7 @@ void VXConnectMessages::send(VXBusErrand &errand)
 
 void VXConnectMessages::sendNow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending)
 {
+    errand.setResultOfFailure({});
     errand.begin(_device.text(u"Sending the message"_s), sendLimit);
     listen(errand, [this, &errand, sending](const VXConnectMessage &message) { follow(errand, sending, message); });
     const QVariant address = QVariant::fromValue(VXConnectAddress{.address = sending->message.number});

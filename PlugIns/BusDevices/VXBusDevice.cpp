@@ -87,6 +87,28 @@ void VXBusDevice::setState(State state, const VXError &why, std::chrono::millise
     Q_EMIT connectionDidChange();
 }
 
+// -- Finding
+
+void VXBusDevice::search(const VXDeviceFinding::Ptr &finding, const VXBusService::Ptr &service, const QString &remedy,
+                         const VXBusQueue::Work &work)
+{
+    _search = std::make_unique<VXBusQueue>(service);
+    _search->enqueue(work, [finding](const QVariantMap &, const VXError &error) {
+        if (!error.isNull())
+            finding->setProblem(error);
+        finding->conclude();
+    });
+    connect(service.get(), &VXBusService::didAppear, _search.get(), &VXBusQueue::open);
+    connect(service.get(), &VXBusService::didFailToStart, _search.get(),
+            [queue = _search.get(), remedy](const QString &problem) { queue->close(VXBusError(problem, remedy)); });
+    if (service->isThere())
+        _search->open();
+    else
+        service->activate();
+}
+
+// -- Queues
+
 void VXBusDevice::stopQueues()
 {
     for (const auto &queue : _queues)
@@ -107,17 +129,20 @@ void VXBusDevice::closeQueues(const VXError &why)
 
 void VXBusDevice::setProblem(const VXError &why)
 {
-    const QString suggestion = why.localizedRecoverySuggestion();
-    QString told = why.isNull() ? QString() : why.localizedDescription();
-    if (!suggestion.isEmpty())
-        told += u' ' + suggestion;
-    const VXLocalizedProperty shown(told, VXBusText(u"Problem"_s));
-    const QVariant before = devicePropertyForKey(u"problem"_s);
-    if (told == before.value<VXLocalizedProperty>().value().toString())
+    const QString problem = why.localizedDescription();
+    const QString remedy = why.localizedRecoverySuggestion();
+    const auto isNew = [this](const QString &key, const QString &told) {
+        return told != devicePropertyForKey(key).value<VXLocalizedProperty>().value().toString();
+    };
+    if (!isNew(u"problem"_s, problem) && !isNew(u"remedy"_s, remedy))
         return;
-    if (!told.isNull()) // told once, and not at each try
-        VXLogMethod(VXLogWarning, "setState:", description() + ": "_L1 + told);
-    setDeviceProperty(told.isNull() ? QVariant() : QVariant(shown), u"problem"_s);
+    if (!problem.isEmpty()) // told once, and not at each try
+        VXLogMethod(VXLogWarning, "setState:", u"%1: %2 %3"_s.arg(description(), problem, remedy).trimmed());
+    const auto property = [](const QString &told, const QString &title, int priority) {
+        return told.isEmpty() ? QVariant() : QVariant(VXLocalizedProperty(told, VXBusText(title), priority));
+    };
+    setDeviceProperty(property(remedy, u"What to do"_s, 1), u"remedy"_s);
+    setDeviceProperty(property(problem, u"Problem"_s, 0), u"problem"_s);
 }
 
 // -- Actions

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXBusQueue.h"
+#include "VXDeviceFinding.h"
 #include "VXDevicePlugin.h"
 
 #include <vector>
@@ -52,10 +53,16 @@ protected:
     void stopQueues();
     /**
      * How it stands. Connected opens the queues. Away closes them; what waits fails with `why`, which the property "problem"
-     * shows too, with its suggestion. Connecting lasts as long as said: then it is Away for `why`, or because nothing came.
+     * shows too, and "remedy" its suggestion. Connecting lasts as long as said: then it is Away for `why`, or because nothing came.
      */
     void setState(State state, const VXError &why = {}, std::chrono::milliseconds limit = std::chrono::seconds(20));
     State state() const { return _state; }
+    /**
+     * For findDevices: does the work, which adds what it finds, on the service, and concludes the finding when it ends. The service
+     * is started where its bus knows how; when there is none, `remedy` says what to do.
+     */
+    void search(const VXDeviceFinding::Ptr &finding, const VXBusService::Ptr &service, const QString &remedy,
+                const VXBusQueue::Work &work);
     /** Whether something was asked and waits for the phone: then a service that is not there is worth starting. */
     bool isAwaited() const;
 
@@ -74,4 +81,5 @@ private:
     VXError _why;
     QTimer _limit; // of connecting
     std::vector<std::unique_ptr<VXBusQueue>> _queues;
+    std::unique_ptr<VXBusQueue> _search; // of an instance that finds devices
 };

@@ -28,11 +28,11 @@ void VXBusErrand::endStep()
 {
     ++_step;
     _deadline.stop();
+    if (_wait)
+        _wait->disconnect();
     for (QObject *const over : {static_cast<QObject *>(_wait.release()), _context.release()}) {
-        if (over == nullptr)
-            continue;
-        over->disconnect();
-        over->deleteLater();
+        if (over != nullptr)
+            over->deleteLater();
     }
 }
 
@@ -115,7 +115,7 @@ void VXBusErrand::succeed(const QVariantMap &result)
 
 void VXBusErrand::fail(const VXError &error, const QVariantMap &result)
 {
-    conclude(result, error);
+    conclude(result.isEmpty() ? _resultOfFailure : result, error);
 }
 
 void VXBusErrand::conclude(const QVariantMap &result, const VXError &error)

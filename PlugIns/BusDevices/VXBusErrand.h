@@ -73,6 +73,8 @@ public:
     // -- The end
     /** What takes leave of the service when the errand ends otherwise than by `succeed`; nobody waits for it. */
     void setFarewell(const std::function<void()> &farewell) { _farewell = farewell; }
+    /** The result of a failure that brings none, from now on: what is known to be done, or not to be. */
+    void setResultOfFailure(const QVariantMap &result) { _resultOfFailure = result; }
     /** Of two conclusions the first counts. */
     void succeed(const QVariantMap &result = {});
     /** `result` is what was done all the same. */
@@ -91,6 +93,7 @@ private:
     const VXDeviceAction::Ptr _action;
     Conclusion _conclusion; // none once it is concluded
     std::function<void()> _farewell;
+    QVariantMap _resultOfFailure;
     quint64 _step = 0; // counts them
     QString _what;
     std::chrono::milliseconds _limit{};

@@ -199,6 +199,8 @@ quint64 VXBusService::listen(const QString &path, const QString &interface, cons
                              const Heard &heard)
 {
     _listeners.push_back({++_lastNumber, path, interface, member, context, heard});
+    // What the function keeps alive, as files of a phone, goes with its context.
+    connect(context, &QObject::destroyed, this, &VXBusService::dropListeners, Qt::UniqueConnection);
     if (!_routes.contains(interface)) {
         _routes.append(interface);
         if (isThere())
@@ -212,6 +214,11 @@ void VXBusService::stopListening(quint64 number)
     std::erase_if(_listeners, [number](const Listener &listener) { return listener.number == number; });
 }
 
+void VXBusService::dropListeners()
+{
+    std::erase_if(_listeners, [](const Listener &listener) { return listener.context.isNull(); });
+}
+
 void VXBusService::route(const QDBusMessage &signal)
 {
     const Ptr self = weak_from_this().lock();
@@ -221,7 +228,6 @@ void VXBusService::route(const QDBusMessage &signal)
     const QString interface = signal.interface();
     const QString member = signal.member();
     std::vector<quint64> meant; // who is told may listen, and stop listening
-    std::erase_if(_listeners, [](const Listener &listener) { return listener.context.isNull(); });
     for (const Listener &listener : _listeners) {
         if (listener.interface == interface && (listener.path.isNull() || listener.path == path) &&
             (listener.member.isNull() || listener.member == member))

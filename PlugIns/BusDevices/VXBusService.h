@@ -87,6 +87,7 @@ private:
     };
 
     VXBusService(const QString &name, const QString &bus);
+    void dropListeners(); // whose context is gone
     void watch();
     void busDidClose();
     void setOwner(const QString &owner);

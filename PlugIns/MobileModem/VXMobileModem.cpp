@@ -1,6 +1,7 @@
 #include "VXMobileModem.h"
 
 #include "VXBusText.h"
+#include "VXBusValue.h"
 
 #include <QtDBus/QDBusMetaType>
 
@@ -31,38 +32,62 @@ constexpr std::array shown{
     Shown{u"ports", u"Ports", u"Ports"},
 };
 
+struct Signal
+{
+    quint32 percent = 0;
+    bool isRecent = false;
+};
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, Signal &signal)
+{
+    argument.beginStructure();
+    argument >> signal.percent >> signal.isRecent;
+    argument.endStructure();
+    return argument;
+}
+
+struct Port
+{
+    QString name;
+    quint32 type = 0;
+};
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, Port &port)
+{
+    argument.beginStructure();
+    argument >> port.name >> port.type;
+    argument.endStructure();
+    return argument;
+}
+
+QList<Port> portsFrom(const QVariant &value)
+{
+    return VXBusValue<QList<Port>>(value, "a(su)"_L1);
+}
+
 // What is wrapped as D-Bus has it becomes what people read; invalid for nothing.
 QVariant valueForPeople(QStringView key, const QVariant &value)
 {
     if (key == u"SignalQuality") {
-        const auto argument = value.value<QDBusArgument>();
-        if (argument.currentType() != QDBusArgument::StructureType)
-            return {};
-        quint32 percent = 0;
-        bool isRecent = false;
-        argument.beginStructure();
-        argument >> percent >> isRecent;
-        argument.endStructure();
-        return percent;
+        const Signal signal = VXBusValue<Signal>(value, "(ub)"_L1);
+        return signal.percent > 0 || signal.isRecent ? QVariant(signal.percent) : QVariant();
     }
     if (key == u"Ports") {
-        const auto argument = value.value<QDBusArgument>();
-        if (argument.currentType() != QDBusArgument::ArrayType)
-            return {};
         QStringList names;
-        for (argument.beginArray(); !argument.atEnd();) {
-            QString name;
-            quint32 type = 0;
-            argument.beginStructure();
-            argument >> name >> type;
-            argument.endStructure();
-            names.append(name);
-        }
-        argument.endArray();
+        for (const Port &port : portsFrom(value))
+            names.append(port.name);
         return names.isEmpty() ? QVariant() : QVariant(names.join(", "_L1));
     }
-    const QString text = key == u"OwnNumbers" ? qdbus_cast<QStringList>(value).value(0) : value.toString();
+    const QString text = key == u"OwnNumbers" ? VXBusTexts(value).value(0) : value.toString();
     return text.isEmpty() ? QVariant() : QVariant(text);
+}
+
+VXBusCall managedObjects()
+{
+    return {.path = VXModemNames::root,
+            .interface = VXModemNames::objectManager,
+            .method = u"GetManagedObjects"_s,
+            .signature = u"a{oa{sa{sv}}}"_s};
 }
 
 } // namespace
@@ -74,6 +99,57 @@ VXMobileModem::~VXMobileModem()
         _finder->stop();
     stopQueues();
 }
+
+// -- Finding
+
+void VXMobileModem::findDevices(const std::shared_ptr<VXDeviceFinding> &finding)
+{
+    const auto look = [this, finding](VXBusErrand &errand) {
+        errand.begin(text(u"Looking for the modem"_s), answerLimit);
+        errand.call(managedObjects(), [this, finding, &errand](const QVariantList &answer) {
+            const auto objects = qdbus_cast<VXModemNames::Objects>(answer.value(0));
+            for (auto object = objects.cbegin(); object != objects.cend(); ++object) {
+                if (object->contains(VXModemNames::modem))
+                    finding->add(found(object.key().path(), object->value(VXModemNames::modem)));
+            }
+            errand.succeed();
+        });
+    };
+    search(finding, VXBusService::named(VXModemNames::service, u"system"_s),
+           text(u"Is the package modemmanager installed?"_s), look);
+}
+
+VXFoundDevice VXMobileModem::found(const QString &path, const QVariantMap &modem) const
+{
+    const auto value = [&modem](const QString &key) { return modem.value(key).toString(); };
+    const QString maker = value(u"Manufacturer"_s);
+    const QString model = value(u"Model"_s);
+    QString identifier = value(u"EquipmentIdentifier"_s);
+    if (identifier.isEmpty())
+        identifier = value(u"DeviceIdentifier"_s);
+    if (identifier.isEmpty())
+        identifier = path.section(u'/', -1);
+    VXFoundDevice device{.name = (model.startsWith(maker) ? model : maker + u' ' + model).trimmed(),
+                         .identifier = identifier,
+                         .preferences = {{u"modem"_s, identifier}},
+                         .place = "ModemManager"_L1,
+                         .holder = u"ModemManager"_s,
+                         .problem =
+                             faultOf(modem.value(u"State"_s).toInt(), modem.value(u"StateFailedReason"_s).toInt())};
+    if (device.name.isEmpty())
+        device.name = identifier;
+    else
+        device.preferences.insert(u"name"_s, device.name);
+    if (const QString port = value(u"PrimaryPort"_s); !port.isEmpty())
+        device.place += ", /dev/"_L1 + port;
+    for (const Port &port : portsFrom(modem.value(u"Ports"_s))) {
+        if (port.type != VXModemNames::NetPort)
+            device.ports.append("/dev/"_L1 + port.name);
+    }
+    return device;
+}
+
+// -- The device
 
 bool VXMobileModem::initWithURL(const QUrl &theURL)
 {
@@ -181,14 +257,10 @@ void VXMobileModem::find()
         setState(State::Connecting, withoutService(), enableLimit);
     const auto look = [this](VXBusErrand &errand) {
         errand.begin(text(u"Looking for the modem"_s), answerLimit);
-        errand.call({.path = VXModemNames::root,
-                     .interface = VXModemNames::objectManager,
-                     .method = u"GetManagedObjects"_s,
-                     .signature = u"a{oa{sa{sv}}}"_s},
-                    [this, &errand](const QVariantList &answer) {
-                        choose(qdbus_cast<VXModemNames::Objects>(answer.value(0)));
-                        errand.succeed();
-                    });
+        errand.call(managedObjects(), [this, &errand](const QVariantList &answer) {
+            choose(qdbus_cast<VXModemNames::Objects>(answer.value(0)));
+            errand.succeed();
+        });
     };
     _finder->enqueue(look, [this](const QVariantMap &, const VXError &error) {
         if (!error.isNull())
@@ -251,6 +323,20 @@ void VXMobileModem::lose(const VXError &why)
 
 // -- How it is
 
+// What nobody but its user can mend; null for none.
+VXError VXMobileModem::faultOf(int modemState, int failedReason) const
+{
+    using namespace VXModemNames;
+    if (modemState == Locked)
+        return VXBusError(text(u"The card of the modem is locked."_s),
+                          text(u"Unlock it with its PIN, as by \"mmcli -i any --pin=PIN\"."_s));
+    if (modemState == Failed)
+        return failedReason == CardMissing ? VXBusError(text(u"There is no card in the modem."_s))
+                                           : VXBusError(text(u"The modem does not work."_s),
+                                                        text(u"Its card may be damaged; plug the modem in again."_s));
+    return {};
+}
+
 // One that somebody switches off meanwhile stays so until it is used.
 void VXMobileModem::judge(int modemState, int failedReason, bool mayEnable)
 {
@@ -260,15 +346,9 @@ void VXMobileModem::judge(int modemState, int failedReason, bool mayEnable)
             _calls->readAll();
         return setState(State::Connected);
     }
+    if (const VXError fault = faultOf(modemState, failedReason); !fault.isNull())
+        return setState(State::Away, fault);
     switch (modemState) {
-    case Locked:
-        return setState(State::Away, VXBusError(text(u"The card of the modem is locked."_s),
-                                                text(u"Unlock it with its PIN, as by \"mmcli -i any --pin=PIN\"."_s)));
-    case Failed:
-        return setState(State::Away, failedReason == CardMissing
-                                         ? VXBusError(text(u"There is no card in the modem."_s))
-                                         : VXBusError(text(u"The modem does not work."_s),
-                                                      text(u"Its card may be damaged; plug the modem in again."_s)));
     case Disabled:
         if (mayEnable)
             return enable();
@@ -301,7 +381,7 @@ void VXMobileModem::modemDidChange(const QDBusMessage &signal)
     const QVariantList arguments = signal.arguments();
     if (signal.path() != _modem || arguments.value(0).toString() != VXModemNames::modem)
         return;
-    const QVariantMap changed = qdbus_cast<QVariantMap>(arguments.value(1));
+    const QVariantMap changed = VXBusMap(arguments.value(1));
     showAll(changed);
     if (changed.contains(u"State"_s))
         judge(changed.value(u"State"_s).toInt(), _properties.value(u"StateFailedReason"_s).toInt(), false);

@@ -18,6 +18,8 @@ public:
     Q_INVOKABLE VXMobileModem() = default;
     ~VXMobileModem() override;
 
+    /** The modems that ModemManager reaches. */
+    void findDevices(const std::shared_ptr<VXDeviceFinding> &finding) override;
     bool initWithURL(const QUrl &theURL) override;
     void pluginWillUnload() override;
 
@@ -35,6 +37,8 @@ private:
     void lose(const VXError &why);
     void modemDidChange(const QDBusMessage &signal);
 
+    VXFoundDevice found(const QString &path, const QVariantMap &modem) const;
+    VXError faultOf(int modemState, int failedReason) const;
     void judge(int modemState, int failedReason, bool mayEnable);
     void enable();
     void showAll(const QVariantMap &modem);

@@ -1,6 +1,7 @@
 #include "VXModemCalls.h"
 
 #include "VXBusText.h"
+#include "VXBusValue.h"
 #include "VXModemNames.h"
 #include "VXPhoneText.h"
 
@@ -11,6 +12,17 @@ namespace {
 
 constexpr auto answerLimit = 15s;
 constexpr auto networkLimit = 60s;
+
+using Paths = QList<QDBusObjectPath>;
+
+VXBusCall propertiesOf(const QString &call)
+{
+    return {.path = call,
+            .interface = VXModemNames::properties,
+            .method = u"GetAll"_s,
+            .arguments = {VXModemNames::call},
+            .signature = u"a{sv}"_s};
+}
 
 } // namespace
 
@@ -37,7 +49,7 @@ VXModemCalls::VXModemCalls(VXBusDevice &device, VXBusQueue &queue)
     listen(VXModemNames::properties, u"PropertiesChanged"_s, [this](const QDBusMessage &signal) {
         if (!_calls.contains(signal.path()))
             return;
-        const QVariantMap changed = qdbus_cast<QVariantMap>(signal.arguments().value(1));
+        const QVariantMap changed = VXBusMap(signal.arguments().value(1));
         if (const QString number = changed.value(u"Number"_s).toString(); !number.isEmpty())
             _calls.ring(signal.path(), true, number); // it came after the first ring
     });
@@ -59,33 +71,37 @@ VXBusCall VXModemCalls::method(const QString &path, const QString &name) const
 
 // -- What the modem tells
 
+VXBusCall VXModemCalls::listing() const
+{
+    return {.path = _modem, .interface = VXModemNames::voice, .method = u"ListCalls"_s, .signature = u"ao"_s};
+}
+
 void VXModemCalls::readAll()
 {
-    _queue.service()->call(
-        {.path = _modem, .interface = VXModemNames::voice, .method = u"ListCalls"_s, .signature = u"ao"_s}, answerLimit,
-        this, [this, modem = _modem](const QDBusMessage &answer) {
-            if (answer.type() == QDBusMessage::ErrorMessage || modem != _modem)
-                return;
-            for (const QDBusObjectPath &path : qdbus_cast<QList<QDBusObjectPath>>(answer.arguments().value(0)))
-                begin(path.path());
-        });
+    _queue.service()->call(listing(), answerLimit, this, [this, modem = _modem](const QDBusMessage &answer) {
+        if (answer.type() == QDBusMessage::ErrorMessage || modem != _modem)
+            return;
+        for (const QDBusObjectPath &path : qdbus_cast<Paths>(answer.arguments().value(0)))
+            begin(path.path());
+    });
 }
 
 void VXModemCalls::begin(const QString &path)
 {
-    const auto took = [this, path, modem = _modem](const QDBusMessage &answer) {
-        if (answer.type() == QDBusMessage::ErrorMessage || modem != _modem)
-            return;
-        const QVariantMap call = qdbus_cast<QVariantMap>(answer.arguments().value(0));
-        take(path, call.value(u"Direction"_s).toInt() == 1, call.value(u"Number"_s).toString(),
-             call.value(u"State"_s).toInt());
-    };
-    _queue.service()->call({.path = path,
-                            .interface = VXModemNames::properties,
-                            .method = u"GetAll"_s,
-                            .arguments = {VXModemNames::call},
-                            .signature = u"a{sv}"_s},
-                           answerLimit, this, took);
+    _queue.service()->call(propertiesOf(path), answerLimit, this,
+                           [this, path, modem = _modem](const QDBusMessage &answer) {
+                               if (modem == _modem)
+                                   take(path, answer);
+                           });
+}
+
+void VXModemCalls::take(const QString &path, const QDBusMessage &properties)
+{
+    if (properties.type() == QDBusMessage::ErrorMessage)
+        return;
+    const auto call = qdbus_cast<QVariantMap>(properties.arguments().value(0));
+    take(path, call.value(u"Direction"_s).toInt() == 1, call.value(u"Number"_s).toString(),
+         call.value(u"State"_s).toInt());
 }
 
 // One that is made, and not dialled yet, is none.
@@ -141,22 +157,45 @@ void VXModemCalls::dial(VXBusErrand &errand)
     });
 }
 
+// Who has just begun to listen does not know yet what goes on.
+void VXModemCalls::withCalls(VXBusErrand &errand, const QString &what, const std::function<void()> &then)
+{
+    errand.begin(what, networkLimit);
+    if (!_calls.isEmpty())
+        return then();
+    errand.call(listing(), [this, &errand, then](const QVariantList &answer) {
+        takeNext(errand, qdbus_cast<Paths>(answer.value(0)), then);
+    });
+}
+
+void VXModemCalls::takeNext(VXBusErrand &errand, QList<QDBusObjectPath> paths, const std::function<void()> &then)
+{
+    if (paths.isEmpty())
+        return then();
+    const QString path = paths.takeFirst().path();
+    errand.ask(propertiesOf(path), [this, &errand, paths, path, then](const QDBusMessage &answer) {
+        take(path, answer);
+        takeNext(errand, paths, then);
+    });
+}
+
 void VXModemCalls::answer(VXBusErrand &errand)
 {
-    const QStringList ringing = _calls.keys(true);
-    if (ringing.isEmpty())
-        return errand.fail(VXBusError(_device.text(u"No call is ringing."_s)));
-    errand.begin(_device.text(u"Taking the call"_s), networkLimit);
-    errand.call(method(ringing.first(), u"Accept"_s), [&errand](const QVariantList &) { errand.succeed(); });
+    withCalls(errand, _device.text(u"Taking the call"_s), [this, &errand] {
+        const QStringList ringing = _calls.keys(true);
+        if (ringing.isEmpty())
+            return errand.fail(VXBusError(_device.text(u"No call is ringing."_s)));
+        errand.call(method(ringing.first(), u"Accept"_s), [&errand](const QVariantList &) { errand.succeed(); });
+    });
 }
 
 void VXModemCalls::hangUp(VXBusErrand &errand)
 {
-    const QStringList paths = _calls.keys();
-    if (paths.isEmpty())
-        return errand.fail(VXBusError(_device.text(u"There is no call."_s)));
-    errand.begin(_device.text(u"Ending the call"_s), networkLimit);
-    hangUpNext(errand, paths);
+    withCalls(errand, _device.text(u"Ending the call"_s), [this, &errand] {
+        if (_calls.isEmpty())
+            return errand.fail(VXBusError(_device.text(u"There is no call."_s)));
+        hangUpNext(errand, _calls.keys());
+    });
 }
 
 void VXModemCalls::hangUpNext(VXBusErrand &errand, QStringList paths)

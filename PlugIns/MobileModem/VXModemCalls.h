@@ -4,6 +4,7 @@
 #include "VXPhoneCalls.h"
 
 #include <QtCore/QSet>
+#include <QtDBus/QDBusObjectPath>
 
 /** The calls of a modem that has voice: announces them, dials, takes and ends them. Main thread. */
 class VXModemCalls : public QObject
@@ -26,6 +27,10 @@ public:
 
 private:
     void begin(const QString &path);
+    void take(const QString &path, const QDBusMessage &properties);
+    void withCalls(VXBusErrand &errand, const QString &what, const std::function<void()> &then);
+    void takeNext(VXBusErrand &errand, QList<QDBusObjectPath> paths, const std::function<void()> &then);
+    VXBusCall listing() const;
     void take(const QString &path, bool isIncoming, const QString &number, int state);
     void stateDidChange(const QString &path, int state);
     void forget(const QString &path);

@@ -184,6 +184,7 @@ void VXModemMessages::send(VXBusErrand &errand)
     const VXTextToSend message = VXTextToSend::ofObject(errand.object());
     if (!message.error.isNull())
         return errand.fail(message.error, {{u"failure"_s, u"refused"_s}});
+    errand.setResultOfFailure({{u"failure"_s, u"later"_s}}); // until it is made
     errand.begin(_device.text(u"Sending the message"_s), answerLimit);
     const QVariantMap properties{{u"number"_s, message.number}, {u"text"_s, message.text}};
     errand.ask({.path = _modem,
@@ -193,9 +194,9 @@ void VXModemMessages::send(VXBusErrand &errand)
                 .signature = u"o"_s},
                [this, &errand, isShort = message.isShort()](const QDBusMessage &answer) {
                    if (answer.type() == QDBusMessage::ErrorMessage) {
-                       const QString fate = fateOfMessage(answer, true); // it was not even made
+                       const QString fate = fateOfMessage(answer, true);
                        return errand.fail(errorOfSending(answer, _device),
-                                          {{u"failure"_s, fate.isNull() ? u"later"_s : fate}});
+                                          fate.isNull() ? QVariantMap() : QVariantMap{{u"failure"_s, fate}});
                    }
                    sendCreated(errand, answer.arguments().value(0).value<QDBusObjectPath>().path(), isShort);
                });
@@ -203,6 +204,7 @@ void VXModemMessages::send(VXBusErrand &errand)
 
 void VXModemMessages::sendCreated(VXBusErrand &errand, const QString &path, bool isShort)
 {
+    errand.setResultOfFailure({});
     // The modem's copy would be a message of its own for whoever reads it.
     errand.setFarewell([service = _queue.service(), forget = deletion(path)] { service->send(forget); });
     errand.begin(_device.text(u"Sending the message"_s), sendLimit);

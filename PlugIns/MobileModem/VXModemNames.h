@@ -25,6 +25,8 @@ using Objects = QMap<QDBusObjectPath, Interfaces>;
 /** Of a modem. */
 enum ModemState { Failed = -1, Unknown, Initializing, Locked, Disabled, Disabling, Enabling, Enabled };
 enum FailedReason { NoReason, UnknownReason, CardMissing, CardError };
+/** Of a port. */
+enum PortType { UnknownPort = 1, NetPort };
 /** Of a message, and what kind it is. */
 enum MessageState { MessageUnknown, Stored, Receiving, Received, Sending, Sent };
 enum MessageKind { KindUnknown, Deliver, Submit, StatusReport, CDMADeliver = 32, CDMASubmit = 33 };

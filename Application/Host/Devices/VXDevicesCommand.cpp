@@ -1,6 +1,7 @@
 #include "VXDeviceAction.h"
 #include "VXDeviceActionInfo.h"
 #include "VXDeviceActionRun.h"
+#include "VXDeviceFind.h"
 #include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
 #include "VXDeviceRegistry.h"
@@ -121,35 +122,65 @@ VXPluginProxy *devicePlugin(VXHostContext &context, VXPluginManager &manager, co
     return plugin;
 }
 
-int add(VXHostContext &context, VXPluginManager &manager)
+// Adds the preferences that the texts give to those there are. @return the exit status; what is wrong is told.
+int readPreferences(VXHostContext &context, const QString &plugin, const QStringList &texts, QVariantMap &preferences)
 {
-    const QString identifier = context.options.operand(2);
-    VXPluginProxy *const plugin = devicePlugin(context, manager, context.options.operand(1));
-    if (plugin == nullptr)
-        return VXHostOutput::Failed;
-    QVariantMap preferences;
-    for (const QString &text : context.options.operands().sliced(3)) {
+    for (const QString &text : texts) {
         QString reason;
         const auto preference = preferenceFromText(text, &reason);
         if (!preference)
             return context.output.failUsage(reason, VXHostUsage(context.options));
-        if (isUnknownPreference(context, plugin->identifier(), preference->first))
+        if (isUnknownPreference(context, plugin, preference->first))
             return VXHostOutput::Failed;
         if (preference->second.isValid())
             preferences.insert(preference->first, preference->second);
+        else
+            preferences.remove(preference->first);
     }
-    const QUrl url = VXMakeDeviceURL({}, plugin->identifier(), identifier);
+    return VXHostOutput::Done;
+}
+
+int addDevice(VXHostContext &context, VXPluginManager &manager, const VXFoundDevice &device, const QStringList &texts)
+{
+    VXPluginProxy *const plugin = devicePlugin(context, manager, device.plugin);
+    if (plugin == nullptr)
+        return VXHostOutput::Failed;
+    QVariantMap preferences = device.preferences;
+    if (const int status = readPreferences(context, plugin->identifier(), texts, preferences); status != 0)
+        return status;
+    const QUrl url = VXMakeDeviceURL({}, plugin->identifier(), device.identifier);
     VXError error;
     if (VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url))
         return context.output.fail(
             u"there is a device %1 already; \"vornix devices set %1 KEY=VALUE\" changes its preferences"_s.arg(
-                identifier));
+                device.identifier));
     if (!VXDeviceRegistry::shared().add(url, preferences, &error))
         return context.output.fail(VXErrorText(error));
     return done(context,
                 u"Added %1.\n\"vornix devices info %2\" tells whether it can be reached.\n"_s.arg(VXAbsoluteString(url),
-                                                                                                  identifier),
+                                                                                                  device.identifier),
                 VXDeviceReport(manager, url).json());
+}
+
+// PLUGIN-ID DEVICE-ID, or the number of one that was found, which may be given another identifier.
+int add(VXHostContext &context, VXPluginManager &manager)
+{
+    QStringList texts = context.options.operands().sliced(2);
+    bool isNumber = false;
+    const int number = context.options.operand(1).toInt(&isNumber);
+    VXFoundDevice device{.plugin = context.options.operand(1)};
+    if (isNumber) {
+        const auto found = VXFoundDeviceWithNumber(context, number);
+        if (!found)
+            return VXHostOutput::Failed;
+        device = *found;
+    }
+    if (!isNumber || (!texts.isEmpty() && !texts.first().contains(u'=')))
+        device.identifier = texts.isEmpty() ? QString() : texts.takeFirst();
+    if (device.identifier.isEmpty())
+        return context.output.failUsage(u"add needs PLUGIN-ID and DEVICE-ID, or a number that \"find\" showed"_s,
+                                        VXHostUsage(context.options));
+    return addDevice(context, manager, device, texts);
 }
 
 // -- Of one device
@@ -311,7 +342,8 @@ const QString devices = u"devices"_s; // a kind of words
 
 const Verb verbs[] = {
     {{u"list"_s}, list, nullptr},
-    {{u"add"_s, u"PLUGIN-ID DEVICE-ID [KEY=VALUE]..."_s, 2, unlimited, {u"plugins"_s}}, add, nullptr},
+    {{u"find"_s}, VXFindDevices, nullptr},
+    {{u"add"_s, u"PLUGIN-ID|NUMBER [DEVICE-ID] [KEY=VALUE]..."_s, 1, unlimited, {u"plugins"_s}}, add, nullptr},
     {{u"remove"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, removeDevice},
     {{u"default"_s, u"[DEVICE]"_s, 0, 1, {devices}}, defaultDevice, nullptr},
     {{u"info"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, info},
@@ -340,16 +372,17 @@ VXHostCommand VXDevicesCommand()
         .name = u"devices"_s,
         .summary = u"Show and change the devices, and have them do things"_s,
         .details =
-            u"\"list\" shows the known devices. \"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a "
-            "plugin then serves, with preferences for it; a VALUE that is JSON is stored as that, any other as a "
-            "text. \"remove DEVICE\" forgets a device and its preferences, but for persistent ones; with --yes also "
-            "where "
-            "that takes the preferences of devices whose identifiers begin like its own. \"default\" shows "
-            "the default device; with --key KEY the one preferred for a purpose, and \"default DEVICE --key KEY\" "
-            "chooses that. \"info DEVICE\" tells all about a device; one that is being connected is waited for, up to "
-            "5 "
-            "seconds. \"set DEVICE KEY=VALUE...\" sets preferences of a device; null takes one away. \"rename DEVICE "
-            "NAME\" changes what people call it.\n"
+            u"\"list\" shows the known devices. \"find\" asks the device plugins which phones there are, at serial "
+            "ports and through the services of the desktop, and shows them with numbers; where two want one port it "
+            "says which program holds it. \"add NUMBER [DEVICE-ID]\" adds the one that was shown under that number. "
+            "\"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a plugin then serves, with preferences for it; a "
+            "VALUE that is JSON is stored as that, any other as a text. \"remove DEVICE\" forgets a device and its "
+            "preferences, but for persistent ones; with --yes also where that takes the preferences of devices whose "
+            "identifiers begin like its own. \"default\" shows the default device; with --key KEY the one preferred "
+            "for "
+            "a purpose, and \"default DEVICE --key KEY\" chooses that. \"info DEVICE\" tells all about a device; one "
+            "that is being connected is waited for, up to 5 seconds. \"set DEVICE KEY=VALUE...\" sets preferences of a "
+            "device; null takes one away. \"rename DEVICE NAME\" changes what people call it.\n"
             "\"actions DEVICE\" shows what the device can do, and what --object each action is given; \"do DEVICE "
             "ACTION\" has it do that and shows the "
             "result, "

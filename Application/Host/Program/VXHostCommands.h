@@ -6,6 +6,7 @@
 [[nodiscard]] VXHostCommand VXInfoCommand();
 [[nodiscard]] VXHostCommand VXDefaultsCommand();
 [[nodiscard]] VXHostCommand VXLogCommand();
+[[nodiscard]] VXHostCommand VXStatusCommand();
 [[nodiscard]] VXHostCommand VXPropertyListCommand();
 [[nodiscard]] VXHostCommand VXPhonebookCommand();
 [[nodiscard]] VXHostCommand VXStoreCommand();

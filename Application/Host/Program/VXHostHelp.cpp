@@ -1,6 +1,7 @@
 #include "VXHostHelp.h"
 
 #include "VXHostOptions.h"
+#include "VXWrappedText.h"
 
 #include <algorithm>
 #include <utility>
@@ -16,31 +17,9 @@ QString optionText(const VXHostOption &option)
     return "--"_L1 + option.name + (option.placeholder.isNull() ? QString() : u' ' + option.placeholder);
 }
 
-// Words put on lines of at most textWidth, all but the first line indented. Choices ("a|b|c") that no line has room for go on
-// in the next.
 QString wrapped(const QString &text, qsizetype indent, qsizetype used)
 {
-    QString result;
-    qsizetype column = used;
-    QStringList words = text.split(u' ', Qt::SkipEmptyParts);
-    while (!words.isEmpty()) {
-        QString word = words.takeFirst();
-        const qsizetype cut = indent + word.size() > textWidth ? word.lastIndexOf(u'|', textWidth - indent - 1) + 1 : 0;
-        if (cut > 0) {
-            words.prepend(word.sliced(cut));
-            word.truncate(cut);
-        }
-        if (column > indent && column + 1 + word.size() > textWidth) {
-            result += u'\n' + QString(indent, u' ');
-            column = indent;
-        } else if (column > indent) {
-            result += u' ';
-            ++column;
-        }
-        result += word;
-        column += word.size();
-    }
-    return result;
+    return VXWrappedText(text, textWidth, indent, used);
 }
 
 using Rows = std::vector<std::pair<QString, QString>>;

@@ -1,7 +1,8 @@
 // What the daemon of KDE Connect cannot be made to do is played by VXBusMock; VXConnectDaemonTest has the real one.
 
-#include "VXAndroidTesting.h"
+#include "VXAndroidPhone.h"
 #include "VXBusMock.h"
+#include "VXBusPhoneTest.h"
 #include "VXConnectNames.h"
 
 #include <QtCore/QFileInfo>
@@ -10,9 +11,14 @@
 using namespace Qt::StringLiterals;
 using namespace VXConnectNames;
 
-class VXAndroidPhoneTest : public VXAndroidTest
+class VXAndroidPhoneTest : public VXBusPhoneTest
 {
 protected:
+    VXAndroidPhoneTest()
+        : VXBusPhoneTest(u"com.halvern.VNX2.AndroidPhone"_s, [] { return std::make_shared<VXAndroidPhone>(); })
+    {
+    }
+
     const QString id = u"abc"_s;
     std::unique_ptr<VXBusMock> mock;
     QMap<QString, QString> names{{u"abc"_s, u"Pixel"_s}};
@@ -136,6 +142,34 @@ TEST_F(VXAndroidPhoneTest, SaysHowItStands)
     hasProblem(u"The service org.kde.kdeconnect is not running."_s);
 }
 
+TEST_F(VXAndroidPhoneTest, FindsPhonesAndNotComputers)
+{
+    EXPECT_TRUE(found().first().startsWith(u"The service org.kde.kdeconnect could not be started: "_s));
+    startDaemon();
+    names = {{u"abc"_s, u"Pixel"_s},
+             {u"def"_s, u"Pixel"_s},
+             {u"fed"_s, u"Gone"_s},
+             {u"pc"_s, u"Laptop"_s},
+             {u"../a b"_s, u"Lying"_s}};
+    mock->answer(u"GetAll"_s, [this](const QDBusMessage &call) {
+        QVariantMap values = state;
+        values.insert(u"type"_s, call.path().endsWith("/pc"_L1) ? u"laptop"_s : u"phone"_s);
+        values.insert(u"isTrusted"_s, !call.path().endsWith("/def"_L1));
+        return QVariantList{call.path().endsWith("/fed"_L1) ? QVariant(u"no properties"_s) : QVariant(values)};
+    });
+    EXPECT_EQ(found(), (QStringList{u"Pixel|abc|KDE Connect||"_s,
+                                    u"Pixel|def|KDE Connect||The phone is not paired with this computer."_s,
+                                    u"Gone|fed|KDE Connect||The phone is not in reach."_s}));
+    mock->hold(u"deviceNames"_s);
+    VXAndroidPhone finder;
+    const auto finding = std::make_shared<VXDeviceFinding>();
+    finder.findDevices(finding);
+    ASSERT_TRUE(VXRunUntil([this] { return mock->held().size() == 1; }));
+    mock->vanish();
+    EXPECT_TRUE(VXRunUntil([&] { return finding->isConcluded(); }));
+    EXPECT_EQ(finding->problem().localizedDescription(), u"The service org.kde.kdeconnect has ended."_s);
+}
+
 TEST_F(VXAndroidPhoneTest, OffersWhatThePhoneAllows)
 {
     plugins = {u"kdeconnect_share"_s};
@@ -151,6 +185,14 @@ TEST_F(VXAndroidPhoneTest, OffersWhatThePhoneAllows)
                QStringList{u"pair"_s, u"read_contacts"_s, u"read_messages"_s, u"send_message"_s, u"unpair"_s};
     }));
     EXPECT_TRUE(shown(u"notAllowed"_s).isEmpty());
+
+    plugins.clear(); // as while it goes
+    changed(u"pluginsChanged"_s);
+    EXPECT_TRUE(VXRunUntil([this] { return !phone->actionNames().contains(u"send_message"_s); }));
+    state.insert(u"isReachable"_s, false);
+    changed(u"reachableChanged"_s, {false});
+    ASSERT_TRUE(hasProblem(u"The phone is not in reach."_s));
+    EXPECT_EQ(fateOfSending(u"+49 170"_s, u"Hello"_s), u"later"_s) << "it may have what it had";
 }
 
 TEST_F(VXAndroidPhoneTest, ReadsTheWholeHistory)
@@ -163,9 +205,8 @@ TEST_F(VXAndroidPhoneTest, ReadsTheWholeHistory)
     picture.read = 1;
     connectPhone();
     const VXDeviceAction::Ptr read = perform(u"read_messages"_s);
-    const QVariantMap result = read->result().toMap();
-    EXPECT_TRUE(result.value(u"isComplete"_s).toBool());
-    const QVariantList items = result.value(u"items"_s).toList();
+    EXPECT_TRUE(resultOf(read).value(u"isComplete"_s).toBool());
+    const QVariantList items = this->items(read);
     ASSERT_EQ(items.size(), 4);
     const QVariantMap first = items.at(0).toMap();
     EXPECT_EQ(first.value(u"from"_s), u"+49170"_s);
@@ -187,10 +228,9 @@ TEST_F(VXAndroidPhoneTest, ReadsTheWholeHistory)
         return QVariantList();
     });
     const VXDeviceAction::Ptr lacking = begin(u"read_messages"_s);
-    ASSERT_TRUE(VXRunUntil([&] { return !lacking->isExecuting(); }) ||
-                VXRunUntil([&] { return !lacking->isExecuting(); }));
-    EXPECT_FALSE(lacking->result().toMap().value(u"isComplete"_s).toBool());
-    EXPECT_EQ(lacking->result().toMap().value(u"problems"_s).toStringList(),
+    ASSERT_TRUE(waitFor(lacking) || waitFor(lacking));
+    EXPECT_FALSE(resultOf(lacking).value(u"isComplete"_s).toBool());
+    EXPECT_EQ(resultOf(lacking).value(u"problems"_s).toStringList(),
               (QStringList{u"Of a conversation only 0 of 1000 messages could be read."_s,
                            u"Of a conversation only 0 of 1000 messages could be read."_s}));
     EXPECT_EQ(texts(lacking, u"text"_s).size(), 2); // those that it told of by itself
@@ -232,6 +272,13 @@ TEST_F(VXAndroidPhoneTest, WhatAnotherProgramAskedForIsNoNews)
 
 TEST_F(VXAndroidPhoneTest, AMessageIsSentWhenItComesBack)
 {
+    startDaemon();
+    mock->refuse(u"requestAllConversationThreads"_s, u"org.freedesktop.DBus.Error.UnknownObject"_s);
+    makePhone();
+    ASSERT_TRUE(isReached());
+    EXPECT_EQ(fateOfSending(u"+49 170"_s, u"Hello"_s), u"later"_s) << "it has gone before it was asked";
+    phone->pluginWillUnload();
+    mock.reset();
     connectAndSurvey();
     mock->answer(u"sendSms"_s);
     const VXDeviceAction::Ptr sent = begin(u"send_message"_s, hello());
@@ -248,22 +295,22 @@ TEST_F(VXAndroidPhoneTest, AMessageIsSentWhenItComesBack)
     EXPECT_TRUE(sent->isExecuting());
     ours.type = VXConnectMessage::Sent;
     tell(u"conversationUpdated"_s, ours);
-    ASSERT_TRUE(VXRunUntil([&] { return !sent->isExecuting(); }));
+    ASSERT_TRUE(waitFor(sent));
     EXPECT_TRUE(sent->error().isNull());
 
     const VXDeviceAction::Ptr failed = begin(u"send_message"_s, hello());
     ASSERT_TRUE(VXRunUntil([this] { return mock->count(u"sendSms"_s) == 2; }));
     tell(u"conversationUpdated"_s, add(7, u"Hello"_s, VXConnectMessage::Failed));
-    ASSERT_TRUE(VXRunUntil([&] { return !failed->isExecuting(); }));
-    EXPECT_EQ(failed->result().toMap().value(u"failure"_s), u"refused"_s);
+    ASSERT_TRUE(waitFor(failed));
+    EXPECT_EQ(resultOf(failed).value(u"failure"_s), u"refused"_s);
 
     mock->refuse(u"sendSms"_s, u"org.freedesktop.DBus.Error.UnknownObject"_s); // the phone has just gone
-    EXPECT_EQ(perform(u"send_message"_s, hello())->result().toMap().value(u"failure"_s), u"later"_s);
+    EXPECT_EQ(fateOfSending(u"+49 170"_s, u"Hello"_s), u"later"_s);
     mock->hold(u"sendSms"_s);
     const VXDeviceAction::Ptr lost = begin(u"send_message"_s, hello());
     ASSERT_TRUE(VXRunUntil([this] { return mock->held().size() == 1; }));
     mock->vanish();
-    ASSERT_TRUE(VXRunUntil([&] { return !lost->isExecuting(); }));
+    ASSERT_TRUE(waitFor(lost));
     EXPECT_FALSE(lost->result().isValid()); // nobody knows
 }
 
@@ -282,7 +329,7 @@ TEST_F(VXAndroidPhoneTest, ContactsAreFetchedAnewAndNeverLost)
         return QVariantList();
     });
     const VXDeviceAction::Ptr read = perform(u"read_contacts"_s);
-    const QVariantMap result = read->result().toMap();
+    const QVariantMap result = resultOf(read);
     EXPECT_FALSE(result.value(u"isComplete"_s).toBool());
     EXPECT_EQ(result.value(u"problems"_s).toStringList().size(), 1);
     ASSERT_EQ(texts(read, u"lastName"_s), QStringList{u"Müller"_s});
@@ -290,7 +337,7 @@ TEST_F(VXAndroidPhoneTest, ContactsAreFetchedAnewAndNeverLost)
     EXPECT_FALSE(result.value(u"items"_s).toList().first().toMap().contains(u"properties"_s));
 
     mock->refuse(u"synchronizeRemoteWithLocal"_s, u"org.freedesktop.DBus.Error.UnknownObject"_s);
-    EXPECT_FALSE(perform(u"read_contacts"_s)->error().isNull());
+    EXPECT_FALSE(succeeds(u"read_contacts"_s));
     EXPECT_TRUE(VXRunUntil([&] { return QFileInfo::exists(VXHomeTest::path(folder + u"1.vcf"_s)); }));
 }
 
@@ -328,7 +375,7 @@ TEST_F(VXAndroidPhoneTest, PairsWhenThePersonAgrees)
     const VXDeviceAction::Ptr refused = begin(u"pair"_s);
     ASSERT_TRUE(VXRunUntil([this] { return mock->count(u"requestPair"_s) == 1; }));
     changed(u"pairingError"_s, {u"Timed out"_s});
-    ASSERT_TRUE(VXRunUntil([&] { return !refused->isExecuting(); }));
+    ASSERT_TRUE(waitFor(refused));
     EXPECT_EQ(refused->error().localizedDescription(), u"The phone was not paired: Timed out"_s);
     EXPECT_TRUE(VXRunUntil([this] { return mock->count(u"releaseDiscoveryMode"_s) == 1; }));
 
@@ -340,7 +387,7 @@ TEST_F(VXAndroidPhoneTest, PairsWhenThePersonAgrees)
     ASSERT_TRUE(VXRunUntil([this] { return mock->count(u"requestPair"_s) == 2; }));
     state.insert(u"isTrusted"_s, true);
     changed(u"trustedChanged"_s, {true});
-    ASSERT_TRUE(VXRunUntil([&] { return !paired->isExecuting(); }));
+    ASSERT_TRUE(waitFor(paired));
     EXPECT_TRUE(paired->error().isNull());
     isReached();
     EXPECT_TRUE(perform(u"unpair"_s)->error().code() != VXErrorCancelled);
@@ -350,7 +397,7 @@ TEST_F(VXAndroidPhoneTest, DialsByURL)
 {
     connectPhone();
     mock->answer(u"shareUrl"_s);
-    EXPECT_TRUE(perform(u"dial"_s, u"*#06#"_s)->error().isNull());
+    EXPECT_TRUE(succeeds(u"dial"_s, u"*#06#"_s));
     EXPECT_TRUE(mock->calls().contains(u"shareUrl tel:*%2306%23"_s));
-    EXPECT_FALSE(perform(u"dial"_s, u"tel:1"_s)->error().isNull());
+    EXPECT_FALSE(succeeds(u"dial"_s, u"tel:1"_s));
 }

@@ -1,7 +1,8 @@
 // With the real daemon of KDE Connect in a network namespace of its own. The phone is fake_phone.py.
 
 #include "ConnectDaemonTestsPaths.h"
-#include "VXAndroidTesting.h"
+#include "VXAndroidPhone.h"
+#include "VXBusPhoneTest.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
@@ -17,9 +18,14 @@
 
 using namespace Qt::StringLiterals;
 
-class VXConnectDaemonTest : public VXAndroidTest
+class VXConnectDaemonTest : public VXBusPhoneTest
 {
 protected:
+    VXConnectDaemonTest()
+        : VXBusPhoneTest(u"com.halvern.VNX2.AndroidPhone"_s, [] { return std::make_shared<VXAndroidPhone>(); })
+    {
+    }
+
     std::optional<VXTestProcess> other; // the daemon and the phone
     QFile control{path(u"control"_s)};
 
@@ -28,7 +34,6 @@ protected:
         const QString space = u"unshare --map-current-user --keep-caps --net"_s;
         if (QProcess::execute(u"sh"_s, {u"-c"_s, space + " true 2>/dev/null"_L1}) != 0)
             GTEST_SKIP() << "user namespaces are refused here: the daemon is not tried";
-        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address());
         qputenv("QT_QPA_PLATFORM", "offscreen");
         QDir().mkpath(path(u"run"_s));
         QFile::setPermissions(path(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -81,11 +86,11 @@ TEST_F(VXConnectDaemonTest, PairsReadsSendsAndHears)
 
     for (int time = 0; time < 2; ++time) {
         const VXDeviceAction::Ptr contacts = perform(u"read_contacts"_s);
-        EXPECT_TRUE(contacts->result().toMap().value(u"isComplete"_s).toBool());
+        EXPECT_TRUE(resultOf(contacts).value(u"isComplete"_s).toBool());
         EXPECT_EQ(texts(contacts, u"location"_s), (QStringList{u"1r1"_s, u"2r2"_s}));
         EXPECT_EQ(texts(contacts, u"firstName"_s), (QStringList{u"Bob"_s, u"Jörg"_s}));
         const VXDeviceAction::Ptr messages = perform(u"read_messages"_s);
-        EXPECT_TRUE(messages->result().toMap().value(u"isComplete"_s).toBool());
+        EXPECT_TRUE(resultOf(messages).value(u"isComplete"_s).toBool());
         EXPECT_EQ(texts(messages, u"text"_s).size(), 63);
         EXPECT_EQ(texts(messages, u"text"_s).mid(0, 3), (QStringList{u"Answer"_s, u"First"_s, u"Group"_s}));
     }
@@ -94,13 +99,11 @@ TEST_F(VXConnectDaemonTest, PairsReadsSendsAndHears)
     happen(u"message 7 +491701 Hello"_s);
     ASSERT_TRUE(hears({u"new_message +491701 Hello"_s}));
     EXPECT_EQ(lastEvent.value(u"url"_s), url.toString() + "/messages/7/64"_L1);
-    const auto sent =
-        perform(u"send_message"_s, QVariantMap{{u"number"_s, u"+49 1701"_s}, {u"text"_s, u"Grüß Gott"_s}});
-    EXPECT_TRUE(sent->error().isNull()) << sent->error().description().toStdString();
+    EXPECT_EQ(fateOfSending(u"+49 1701"_s, u"Grüß Gott"_s), u"sent"_s);
     EXPECT_TRUE(obeyed("sent +491701 Gr\xc3\xbc\xc3\x9f Gott"));
     EXPECT_EQ(events.size(), 1); // what was sent did not come in
 
-    EXPECT_TRUE(perform(u"dial"_s, u"+49 170-5"_s)->error().isNull());
+    EXPECT_TRUE(succeeds(u"dial"_s, u"+49 170-5"_s));
     EXPECT_TRUE(obeyed("shared tel:+491705"));
     events.clear();
     happen(u"ring +491709"_s);
@@ -117,12 +120,11 @@ TEST_F(VXConnectDaemonTest, FollowsAPhoneThatGoesAndComes)
         return;
     happen(u"unlink"_s);
     hasProblem(u"The phone is not in reach. Is the app KDE Connect open"_s);
-    const auto sent = perform(u"send_message"_s, QVariantMap{{u"number"_s, u"1"_s}, {u"text"_s, u"Hi"_s}});
-    EXPECT_EQ(sent->result().toMap().value(u"failure"_s), u"later"_s);
+    EXPECT_EQ(fateOfSending(u"1"_s, u"Hi"_s), u"later"_s);
     happen(u"link"_s);
     isReached();
     EXPECT_EQ(texts(perform(u"read_messages"_s), u"text"_s).size(), 3);
-    EXPECT_TRUE(perform(u"unpair"_s)->error().isNull());
+    EXPECT_TRUE(succeeds(u"unpair"_s));
     EXPECT_TRUE(VXRunUntil([this] { return !phone->isConnected(); }));
 }
 
@@ -156,13 +158,13 @@ TEST_F(VXConnectDaemonTest, DISABLED_ReadsTensOfThousands)
         pulse.start(0);
         const VXDeviceAction::Ptr action = begin(name);
         for (int wait = 0; wait < 60 && action->isExecuting(); ++wait)
-            static_cast<void>(VXRunUntil([&] { return !action->isExecuting(); }));
+            static_cast<void>(waitFor(action));
         pulse.stop();
         std::printf("%s: %.1f s, the main thread at most %lld ms at once\n", qPrintable(name),
                     double(time.elapsed()) / 1000, static_cast<long long>(longest));
         EXPECT_TRUE(action->error().isNull()) << action->error().description().toStdString();
-        EXPECT_TRUE(action->result().toMap().value(u"isComplete"_s).toBool());
-        return action->result().toMap().value(u"items"_s).toList().size();
+        EXPECT_TRUE(resultOf(action).value(u"isComplete"_s).toBool());
+        return resultOf(action).value(u"items"_s).toList().size();
     };
     EXPECT_EQ(perform(u"read_contacts"_s), 10'002);
     EXPECT_EQ(perform(u"read_messages"_s), 100'003);

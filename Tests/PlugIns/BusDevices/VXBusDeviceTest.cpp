@@ -87,9 +87,9 @@ protected:
     {
         return VXRunUntil([&] { return done.size() == count; });
     }
-    QString problem() const
+    QString problem(const QString &key = u"problem"_s) const
     {
-        return phone->devicePropertyForKey(u"problem"_s).value<VXLocalizedProperty>().value().toString();
+        return phone->devicePropertyForKey(key).value<VXLocalizedProperty>().value().toString();
     }
 };
 
@@ -143,11 +143,13 @@ TEST_F(VXBusDeviceTest, TellsHowItStands)
     mock->vanish();
     ASSERT_TRUE(ended(2));
     EXPECT_EQ(news, (QStringList{u"connected"_s, u"away"_s}));
-    EXPECT_EQ(problem(), u"gone Switch it on."_s);
+    EXPECT_EQ(problem(), u"gone"_s);
+    EXPECT_EQ(problem(u"remedy"_s), u"Switch it on."_s);
     EXPECT_EQ(done.last()->error().localizedDescription(), u"gone"_s);
     mock->appear();
     ASSERT_TRUE(VXRunUntil([&] { return phone->isConnected(); }));
     EXPECT_TRUE(problem().isNull());
+    EXPECT_TRUE(problem(u"remedy"_s).isNull());
 }
 
 TEST_F(VXBusDeviceTest, ActionsMayBeCancelled)

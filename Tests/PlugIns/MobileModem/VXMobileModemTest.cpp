@@ -1,16 +1,46 @@
 // What ModemManager cannot be made to do is played by VXBusMock; VXModemManagerTest has the real one.
 
+#include "VXMobileModem.h"
 #include "VXBusMock.h"
-#include "VXModemTesting.h"
+#include "VXBusPhoneTest.h"
 
 #include <QtDBus/QDBusMetaType>
 
 using namespace Qt::StringLiterals;
 using namespace VXModemNames;
 
-class VXMobileModemTest : public VXModemTest
+namespace {
+
+struct Port
+{
+    QString name;
+    quint32 type = 0;
+};
+using Ports = QList<Port>;
+
+QDBusArgument &operator<<(QDBusArgument &argument, const Port &port)
+{
+    argument.beginStructure();
+    argument << port.name << port.type;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, Port &)
+{
+    return argument;
+}
+
+} // namespace
+
+class VXMobileModemTest : public VXBusPhoneTest
 {
 protected:
+    VXMobileModemTest()
+        : VXBusPhoneTest(u"com.halvern.VNX2.MobileModem"_s, [] { return std::make_shared<VXMobileModem>(); })
+    {
+    }
+
     const QString first = u"/org/freedesktop/ModemManager1/Modem/0"_s;
     const QString second = u"/org/freedesktop/ModemManager1/Modem/1"_s;
     std::unique_ptr<VXBusMock> mock;
@@ -23,6 +53,8 @@ protected:
         qDBusRegisterMetaType<Interfaces>();
         qDBusRegisterMetaType<Objects>();
         qDBusRegisterMetaType<QList<QDBusObjectPath>>();
+        qDBusRegisterMetaType<Port>();
+        qDBusRegisterMetaType<Ports>();
     }
     static QVariantMap modemProperties(int state = Enabled)
     {
@@ -52,8 +84,8 @@ protected:
     void connectModem()
     {
         startService();
-        makeModem();
-        ASSERT_TRUE(VXRunUntil([this] { return modem->isConnected(); })) << shown(u"problem"_s).toStdString();
+        makePhone();
+        ASSERT_TRUE(isReached());
     }
     static QVariant paths(const QMap<QString, QVariantMap> &of)
     {
@@ -91,17 +123,11 @@ protected:
     {
         mock->emitSignal(callPath(number), call, u"StateChanged"_s, {0, state, quint32(0)});
     }
-    bool hasProblem(const QString &beginning)
-    {
-        const bool has = VXRunUntil([&] { return shown(u"problem"_s).startsWith(beginning); });
-        EXPECT_TRUE(has) << shown(u"problem"_s).toStdString();
-        return has;
-    }
 };
 
 TEST_F(VXMobileModemTest, SaysWhyThereIsNoModem)
 {
-    makeModem();
+    makePhone();
     hasProblem(u"The service org.freedesktop.ModemManager1 is not running. Is the package modemmanager installed?"_s);
     startService();
     hasProblem(u"ModemManager tells of no modem. Is it plugged in"_s);
@@ -124,8 +150,8 @@ TEST_F(VXMobileModemTest, SaysWhyThereIsNoModem)
         hasProblem(row.problem);
     }
     setModemState(Enabled);
-    EXPECT_TRUE(VXRunUntil([this] { return modem->isConnected(); }));
-    EXPECT_TRUE(shown(u"problem"_s).isEmpty());
+    EXPECT_TRUE(isReached());
+    EXPECT_TRUE(problem().isEmpty());
     setModemState(Disabled); // by somebody else: it stays so until it is used
     hasProblem(u"The modem is switched off."_s);
     EXPECT_EQ(mock->count(u"Enable"_s), 0);
@@ -133,17 +159,13 @@ TEST_F(VXMobileModemTest, SaysWhyThereIsNoModem)
         setModemState(Enabled);
         return QVariantList();
     });
-    EXPECT_TRUE(perform(u"read_messages"_s)->error().isNull());
+    EXPECT_TRUE(succeeds(u"read_messages"_s));
     EXPECT_EQ(mock->count(u"Enable"_s), 1);
     objects.clear();
     mock->emitSignal(root, objectManager, u"InterfacesRemoved"_s,
                      {QVariant::fromValue(QDBusObjectPath(first)), QStringList{VXModemNames::modem}});
     hasProblem(u"ModemManager tells of no modem."_s);
-    EXPECT_EQ(perform(u"send_message"_s, QVariantMap{{u"number"_s, u"1"_s}, {u"text"_s, u"Hi"_s}})
-                  ->result()
-                  .toMap()
-                  .value(u"failure"_s),
-              u"later"_s);
+    EXPECT_EQ(fateOfSending(u"1"_s, u"Hi"_s), u"later"_s);
 }
 
 TEST_F(VXMobileModemTest, SaysWhoMaySwitchAModemOn)
@@ -151,7 +173,7 @@ TEST_F(VXMobileModemTest, SaysWhoMaySwitchAModemOn)
     addModem(first, modemProperties(Disabled));
     startService();
     mock->refuse(u"Enable"_s, u"org.freedesktop.ModemManager1.Error.Core.Unauthorized"_s, u"PolicyKit: not allowed"_s);
-    makeModem();
+    makePhone();
     hasProblem(
         u"The modem could not be switched on: PolicyKit: not allowed ModemManager lets only the user who sits"_s);
 }
@@ -164,13 +186,15 @@ TEST_F(VXMobileModemTest, TakesTheModemThatItsPreferenceNames)
     addModem(first, other, true);
     addModem(second, modemProperties(), false);
     setPreference(u"modem"_s, u"490154203237518"_s);
+    setPreference(u"bus"_s, QString::fromLocal8Bit(bus.address()));
+    qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
     connectModem();
-    EXPECT_EQ(modem->phoneNumber(), u"+491700000"_s);
-    EXPECT_EQ(modem->actionNames(), (QStringList{u"delete_message"_s, u"read_messages"_s, u"send_message"_s}));
-    modem->setPreference(u"1"_s, u"modem"_s);
-    EXPECT_TRUE(VXRunUntil([this] { return modem->phoneNumber() == u"+4916"_s; }));
-    EXPECT_TRUE(modem->actionNames().contains(u"dial"_s));
-    modem->setPreference(u"elsewhere"_s, u"modem"_s);
+    EXPECT_EQ(phone->phoneNumber(), u"+491700000"_s);
+    EXPECT_EQ(phone->actionNames(), (QStringList{u"delete_message"_s, u"read_messages"_s, u"send_message"_s}));
+    phone->setPreference(u"1"_s, u"modem"_s);
+    EXPECT_TRUE(VXRunUntil([this] { return phone->phoneNumber() == u"+4916"_s; }));
+    EXPECT_TRUE(phone->actionNames().contains(u"dial"_s));
+    phone->setPreference(u"elsewhere"_s, u"modem"_s);
     hasProblem(u"ModemManager tells of no modem. It tells of others: the preference"_s);
 }
 
@@ -188,9 +212,8 @@ TEST_F(VXMobileModemTest, ReadsMessages)
     messages.insert(messagePath(5), odd);
     connectModem();
     const VXDeviceAction::Ptr read = perform(u"read_messages"_s);
-    const QVariantMap result = read->result().toMap();
-    EXPECT_TRUE(result.value(u"isComplete"_s).toBool());
-    const QVariantList items = result.value(u"items"_s).toList();
+    EXPECT_TRUE(resultOf(read).value(u"isComplete"_s).toBool());
+    const QVariantList items = this->items(read);
     ASSERT_EQ(items.size(), 5);
     const QVariantMap in = items.at(0).toMap();
     EXPECT_EQ(in.value(u"from"_s), u"+49170"_s);
@@ -209,11 +232,10 @@ TEST_F(VXMobileModemTest, ReadsMessages)
     EXPECT_EQ(perform(u"read_messages"_s)->error().localizedDescription(),
               u"The service's answer is not understood."_s);
     mock->hold(u"List"_s);
-    const VXDeviceAction::Ptr broken = VXDeviceAction::actionWithName(u"read_messages"_s);
-    broken->executeWithDevice(modem);
+    const VXDeviceAction::Ptr broken = begin(u"read_messages"_s);
     ASSERT_TRUE(VXRunUntil([this] { return mock->held().size() == 1; }));
     mock->restart();
-    ASSERT_TRUE(VXRunUntil([&] { return !broken->isExecuting() && modem->isConnected(); }));
+    ASSERT_TRUE(waitFor(broken) && isReached());
     EXPECT_FALSE(broken->error().isNull());
 }
 
@@ -223,38 +245,50 @@ TEST_F(VXMobileModemTest, TellsWhatBecameOfAMessage)
     connectModem();
     mock->answer(u"Create"_s, {QVariant::fromValue(QDBusObjectPath(messagePath(9)))});
     mock->answer(u"Delete"_s);
-    struct Row
-    {
-        QString error; // of sending
-        QString text;
-        QVariant failure;
-    };
     const QString longText = QString(u"x"_s).repeated(300);
     const QString prefix = u"org.freedesktop.ModemManager1.Error."_s;
-    const QList<Row> rows{{prefix + u"MobileEquipment.NoNetwork"_s, u"Hi"_s, u"later"_s},
-                          {prefix + u"MobileEquipment.NoNetwork"_s, longText, {}},
-                          {prefix + u"MobileEquipment.NetworkTimeout"_s, u"Hi"_s, {}},
-                          {prefix + u"Message.InvalidPduParameter"_s, u"Hi"_s, u"refused"_s},
-                          {u"org.freedesktop.DBus.Error.NoReply"_s, u"Hi"_s, {}}};
-    for (const Row &row : rows) {
+    const std::tuple<QString, QString, QString> cases[] = {
+        // how sending fails, the text, its fate
+        {prefix + u"MobileEquipment.NoNetwork"_s, u"Hi"_s, u"later"_s},
+        {prefix + u"MobileEquipment.NoNetwork"_s, longText, {}},
+        {prefix + u"MobileEquipment.NetworkTimeout"_s, u"Hi"_s, {}},
+        {prefix + u"Message.InvalidPduParameter"_s, u"Hi"_s, u"refused"_s},
+        {u"org.freedesktop.DBus.Error.NoReply"_s, u"Hi"_s, {}}};
+    for (const auto &[error, text, fate] : cases) {
         mock->forgetCalls();
-        mock->refuse(u"Send"_s, row.error, u"no"_s);
-        const auto sent = perform(u"send_message"_s, QVariantMap{{u"number"_s, u"+49 170"_s}, {u"text"_s, row.text}});
-        EXPECT_EQ(sent->result().toMap().value(u"failure"_s), row.failure) << row.error.toStdString();
-        EXPECT_EQ(sent->error().localizedDescription(), u"The message could not be sent: no"_s);
+        mock->refuse(u"Send"_s, error, u"no"_s);
+        EXPECT_EQ(fateOfSending(u"+49 170"_s, text), fate) << error.toStdString();
         EXPECT_TRUE(VXRunUntil([this] { return mock->count(u"Delete"_s) == 1; })); // nothing is left on the modem
     }
+    EXPECT_EQ(fateOfSending(u"Jane"_s, u"Hi"_s), u"refused"_s);
     mock->refuse(u"Create"_s, prefix + u"Core.WrongState"_s, u"not now"_s);
-    EXPECT_EQ(perform(u"send_message"_s, QVariantMap{{u"to"_s, u"Jane <+49170/H>"_s}, {u"text"_s, longText}})
-                  ->result()
-                  .toMap()
-                  .value(u"failure"_s),
-              u"later"_s);
-    EXPECT_EQ(perform(u"send_message"_s, QVariantMap{{u"number"_s, u"Jane"_s}, {u"text"_s, u"Hi"_s}})
-                  ->result()
-                  .toMap()
-                  .value(u"failure"_s),
-              u"refused"_s);
+    EXPECT_EQ(fateOfSending(u"+49170"_s, longText), u"later"_s);
+    mock->hold(u"Create"_s);
+    const VXDeviceAction::Ptr lost =
+        begin(u"send_message"_s, QVariantMap{{u"to"_s, u"Jane <+49170/H>"_s}, {u"text"_s, u"Hi"_s}});
+    ASSERT_TRUE(VXRunUntil([this] { return mock->held().size() == 1; }));
+    mock->vanish();
+    ASSERT_TRUE(waitFor(lost));
+    EXPECT_EQ(resultOf(lost).value(u"failure"_s), u"later"_s) << "it was not even made";
+}
+
+TEST_F(VXMobileModemTest, FindsModems)
+{
+    EXPECT_TRUE(found().first().startsWith(u"The service org.freedesktop.ModemManager1 could not be started: "_s));
+    startService();
+    EXPECT_TRUE(found().isEmpty());
+    QVariantMap odd{{u"SignalQuality"_s, u"full"_s}, {u"Ports"_s, 7}, {u"State"_s, Failed}};
+    addModem(second, odd);
+    QVariantMap values = modemProperties(Locked);
+    values.insert({{u"Model"_s, u"Stick"_s},
+                   {u"PrimaryPort"_s, u"ttyUSB2"_s},
+                   {u"Ports"_s, QVariant::fromValue(Ports{{u"ttyUSB2"_s, 3}, {u"wwan0"_s, 2}, {u"cdc-wdm0"_s, 6}})}});
+    addModem(first, values);
+    EXPECT_EQ(found(), (QStringList{u"Example Stick|490154203237518|ModemManager, /dev/ttyUSB2|/dev/ttyUSB2 "
+                                    "/dev/cdc-wdm0|The card of the modem is locked."_s,
+                                    u"1|1|ModemManager||The modem does not work."_s}));
+    mock->answer(u"GetManagedObjects"_s, {u"nothing of the kind"_s});
+    EXPECT_TRUE(found().first().startsWith(u"The service's answer is not understood."_s));
 }
 
 TEST_F(VXMobileModemTest, DeletesOnlyTheMessageThatWasRead)
@@ -263,14 +297,14 @@ TEST_F(VXMobileModemTest, DeletesOnlyTheMessageThatWasRead)
     messages = {{messagePath(1), message(u"In"_s)}};
     connectModem();
     mock->answer(u"Delete"_s);
-    QVariantMap item = perform(u"read_messages"_s)->result().toMap().value(u"items"_s).toList().first().toMap();
-    EXPECT_TRUE(perform(u"delete_message"_s, item)->error().isNull());
+    const QVariant item = items(perform(u"read_messages"_s)).first();
+    EXPECT_TRUE(succeeds(u"delete_message"_s, item));
     EXPECT_EQ(mock->count(u"Delete"_s), 1);
     messages[messagePath(1)] = message(u"Another"_s);
-    EXPECT_FALSE(perform(u"delete_message"_s, item)->error().isNull());
+    EXPECT_FALSE(succeeds(u"delete_message"_s, item));
     mock->refuse(u"GetAll"_s, u"org.freedesktop.DBus.Error.UnknownObject"_s);
-    EXPECT_FALSE(perform(u"delete_message"_s, item)->error().isNull());
-    EXPECT_FALSE(perform(u"delete_message"_s, QVariantMap())->error().isNull());
+    EXPECT_FALSE(succeeds(u"delete_message"_s, item));
+    EXPECT_FALSE(succeeds(u"delete_message"_s, QVariantMap()));
     EXPECT_EQ(mock->count(u"Delete"_s), 1);
 }
 
@@ -278,12 +312,12 @@ TEST_F(VXMobileModemTest, AnnouncesWholeMessagesOnce)
 {
     addModem(first, modemProperties(Enabling));
     startService();
-    makeModem();
+    makePhone();
     messages = {{messagePath(1), message(u"stored"_s)}};
     ASSERT_TRUE(VXRunUntil([this] { return mock->count(u"GetManagedObjects"_s) == 1; }));
     announceMessage(1); // while it is being enabled
     setModemState(Enabled);
-    ASSERT_TRUE(VXRunUntil([this] { return modem->isConnected(); }));
+    ASSERT_TRUE(isReached());
 
     messages.insert(messagePath(2), message({}, Receiving));
     messages.insert(messagePath(3), message(u"short"_s));
@@ -307,9 +341,9 @@ TEST_F(VXMobileModemTest, FollowsCalls)
     addModem(first, modemProperties());
     calls = {{callPath(1), {{u"Direction"_s, 1}, {u"Number"_s, u"+49170"_s}, {u"State"_s, RingingIn}}}};
     connectModem();
-    ASSERT_TRUE(hears({u"incoming_call ringing +49170"_s})); // it rang already
     mock->answer(u"Accept"_s);
-    EXPECT_TRUE(perform(u"answer"_s)->error().isNull());
+    EXPECT_TRUE(succeeds(u"answer"_s));                      // though nobody told of it
+    ASSERT_TRUE(hears({u"incoming_call ringing +49170"_s})); // it rang already
     EXPECT_EQ(mock->count(u"Accept"_s), 1);
     setCallState(1, Active);
     setCallState(1, Held);
@@ -319,24 +353,25 @@ TEST_F(VXMobileModemTest, FollowsCalls)
     ASSERT_TRUE(hears(
         {u"incoming_call ringing +49170"_s, u"incoming_call connected +49170"_s, u"incoming_call ended +49170"_s}));
     EXPECT_FALSE(lastEvent.value(u"isMissed"_s).toBool());
-    EXPECT_FALSE(perform(u"answer"_s)->error().isNull());
-    EXPECT_FALSE(perform(u"hang_up"_s)->error().isNull());
+    calls = {};
+    EXPECT_FALSE(succeeds(u"answer"_s));
+    EXPECT_FALSE(succeeds(u"hang_up"_s));
 
     // Dialled here, ended by the service's end.
     events.clear();
     mock->answer(u"CreateCall"_s, {QVariant::fromValue(QDBusObjectPath(callPath(2)))});
     mock->answer(u"Start"_s);
-    EXPECT_TRUE(perform(u"dial"_s, u"+49 171"_s)->error().isNull());
+    EXPECT_TRUE(succeeds(u"dial"_s, u"+49 171"_s));
     calls = {};
     mock->restart();
     ASSERT_TRUE(hears({u"outgoing_call ringing +49171"_s, u"outgoing_call ended +49171"_s}));
     EXPECT_EQ(lastEvent.value(u"duration"_s), 0);
 
     // One that fails leaves nothing behind.
-    ASSERT_TRUE(VXRunUntil([this] { return modem->isConnected(); }));
+    ASSERT_TRUE(isReached());
     mock->refuse(u"Start"_s, u"org.freedesktop.ModemManager1.Error.Core.Failed"_s, u"no network"_s);
     mock->answer(u"DeleteCall"_s);
     EXPECT_EQ(perform(u"dial"_s, u"171"_s)->error().localizedDescription(), u"no network"_s);
     EXPECT_TRUE(VXRunUntil([this] { return mock->count(u"DeleteCall"_s) == 1; }));
-    EXPECT_FALSE(perform(u"dial"_s, u"CALL ME"_s)->error().isNull());
+    EXPECT_FALSE(succeeds(u"dial"_s, u"CALL ME"_s));
 }
