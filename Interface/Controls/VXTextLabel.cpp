@@ -1,0 +1,81 @@
+#include "VXTextLabel.h"
+
+#include <QtCore/QScopedValueRollback>
+#include <QtGui/QResizeEvent>
+#include <QtWidgets/QApplication>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+double scaleOf(VXTextLabel::Role role)
+{
+    switch (role) {
+    case VXTextLabel::Role::Headline:
+        return 1.6;
+    case VXTextLabel::Role::Title:
+        return 1.12;
+    case VXTextLabel::Role::Caption:
+        return 0.88;
+    case VXTextLabel::Role::Body:
+    case VXTextLabel::Role::Secondary:
+        break;
+    }
+    return 1.0;
+}
+
+bool isStrong(VXTextLabel::Role role)
+{
+    return role == VXTextLabel::Role::Headline || role == VXTextLabel::Role::Title;
+}
+
+bool isQuiet(VXTextLabel::Role role)
+{
+    return role == VXTextLabel::Role::Secondary || role == VXTextLabel::Role::Caption;
+}
+
+} // namespace
+
+VXTextLabel::VXTextLabel(const QString &text, Role role, QWidget *parent) : QLabel(parent), _role(role)
+{
+    setTextFormat(Qt::PlainText);
+    setWordWrap(true);
+    setText(text);
+    if (isQuiet(role))
+        setProperty("vxTone", u"quiet"_s); // the style sheet's
+    updateFont();
+}
+
+void VXTextLabel::updateFont()
+{
+    const QScopedValueRollback updating(_isUpdatingFont, true);
+    QFont font = QApplication::font(this);
+    font.setPointSizeF(font.pointSizeF() * scaleOf(_role));
+    if (isStrong(_role))
+        font.setWeight(QFont::DemiBold);
+    setFont(font);
+}
+
+void VXTextLabel::setTextWidth(int width)
+{
+    if (width > 0)
+        setFixedWidth(width);
+    else
+        setMaximumWidth(QWIDGETSIZE_MAX);
+    setMinimumHeight(width > 0 ? heightForWidth(width) : 0);
+}
+
+void VXTextLabel::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ApplicationFontChange && !_isUpdatingFont)
+        updateFont();
+    QLabel::changeEvent(event);
+}
+
+// Layouts in scroll areas and fixed windows do not ask for the height that a width needs.
+void VXTextLabel::resizeEvent(QResizeEvent *event)
+{
+    QLabel::resizeEvent(event);
+    if (wordWrap() && event->size().width() != event->oldSize().width())
+        setMinimumHeight(heightForWidth(event->size().width()));
+}
