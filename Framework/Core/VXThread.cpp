@@ -7,6 +7,9 @@
 #include <cstring>
 #include <dirent.h>
 #include <memory>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 bool VXThread::vx_isMainThread()
@@ -39,4 +42,14 @@ int VXThread::vx_threadIndex()
         ++index;
     }
     return -1;
+}
+
+void VXThread::vx_lowerPriority()
+{
+    // As in linux/ioprio.h, which glibc does not show.
+    constexpr int thisThread = 1; // IOPRIO_WHO_PROCESS, whose 0 is the calling thread
+    constexpr int idleClass = 3 << 13;
+    const sched_param parameter = {};
+    ::pthread_setschedparam(::pthread_self(), SCHED_IDLE, &parameter);
+    ::syscall(SYS_ioprio_set, thisThread, 0, idleClass);
 }

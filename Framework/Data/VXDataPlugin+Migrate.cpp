@@ -392,7 +392,9 @@ std::unique_ptr<VXManagedObjectContext> VXDataPlugin::migrateStore(VXCoreDataSto
             VXLogMethod(VXLogWarning, operation,
                         u"unknown store version: 0x%1 %2"_s.arg(quintptr(stored.constData()), 0, 16)
                             .arg(VXDescription(stored.toString())));
-        if (!migrateManagedObjectContext(oldContext, version.value_or(0), *newContext, error))
+        const std::optional<bool> areCopied = copyRows(*from, *to, version.value_or(0), error);
+        if (!(areCopied ? *areCopied
+                        : migrateManagedObjectContext(oldContext, version.value_or(0), *newContext, error)))
             return nullptr;
         if (VXStoreMigration *const run = VXStoreMigration::current())
             run->begin(VXStoreMigration::Phase::Checking);

@@ -141,6 +141,19 @@ QVariantMap VXPhonebookRecord::phonebookMetaData(const VXManagedObject &record)
     return metaData;
 }
 
+QVariantMap VXPhonebookRecord::searchMetaData(const VXManagedObject &record, const QString &kind)
+{
+    QVariantMap metaData = phonebookMetaData(record);
+    QStringList names = itemsOf(record, isIncoming(record) ? fromKey : toKey);
+    for (QString &item : names)
+        item = VXDisplayStringForPhonebookString(item);
+    metaData.insert(u"kMDItemKind"_s, kind);
+    metaData.insert(u"kMDItemContentCreationDate"_s, record.valueForKey(u"date"_s));
+    if (!names.isEmpty())
+        metaData.insert(u"kMDItemTitle"_s, names.join(", "_L1));
+    return metaData;
+}
+
 QString VXPhonebookRecord::searchForm(const QString &phonebookStrings)
 {
     if (phonebookStrings.isNull())

@@ -84,6 +84,31 @@ std::optional<VXAttributeType> VXAttributeTypeFromName(QStringView name)
     return std::nullopt;
 }
 
+bool VXIsPlainAttributeValue(VXAttributeType type, const QVariant &value)
+{
+    const int held = value.typeId();
+    switch (type) {
+    case VXAttributeType::Integer32:
+        return held == QMetaType::Int;
+    case VXAttributeType::Integer64:
+        return held == QMetaType::LongLong;
+    case VXAttributeType::Double:
+        return held == QMetaType::Double;
+    case VXAttributeType::Boolean:
+        return held == QMetaType::Bool;
+    case VXAttributeType::String:
+        return held == QMetaType::QString && !static_cast<const QString *>(value.constData())->isNull();
+    case VXAttributeType::Date:
+        return held == QMetaType::QDateTime && static_cast<const QDateTime *>(value.constData())->isValid() &&
+               static_cast<const QDateTime *>(value.constData())->timeSpec() == Qt::UTC;
+    case VXAttributeType::Integer16:
+    case VXAttributeType::Binary:
+    case VXAttributeType::PropertyList:
+        break;
+    }
+    return false;
+}
+
 std::optional<QVariant> VXAttributeValue(VXAttributeType type, const QVariant &value)
 {
     if (VXIsNone(value))

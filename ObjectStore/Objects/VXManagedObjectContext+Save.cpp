@@ -49,14 +49,16 @@ void VXManagedObjectContext::Save::callWillSave() const
 {
     QList<ObjectPtr> asked;
     for (bool isDone = false; !isDone;) {
-        isDone = true;
         for (const ObjectPtr &object : _context.changedObjects()) {
             if (std::exchange(object->_wasAskedToSave, true))
                 continue;
             asked.append(object);
             object->willSave();
-            isDone = false;
         }
+        isDone = true;
+        const auto look = [&isDone](const ObjectPtr &object) { isDone = isDone && object->_wasAskedToSave; };
+        for (const VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
+            changed->forEach(look);
     }
     for (const ObjectPtr &object : std::as_const(asked))
         object->_wasAskedToSave = false;

@@ -33,6 +33,8 @@ public:
     QString conditions() const;
     /** Of the parameters, in order: texts, numbers, dates and data. */
     const QVariantList &values() const { return _values; }
+    /** The value of a parameter that stands for a constant. */
+    static QVariant boundValue(const QVariant &constant);
     /** Whether an index leads to the rows. */
     bool isSelective() const { return _isSelective; }
 

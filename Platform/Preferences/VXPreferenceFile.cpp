@@ -216,12 +216,30 @@ void VXPreferenceFile::adopt(QVariantMap stored, const VXFileStamp &stamp, QStri
     changedElsewhere->append(values.keys()); // what is left has no value any more
 }
 
+namespace {
+
+// Byte by byte: to a variant the numbers 1 and 1.0, and true, are equal.
+bool isSameFile(const QVariantMap &values, const QVariantMap &stored)
+{
+    const auto contents = [](const QVariantMap &map) {
+        return VXPropertyList::toData(map, VXPropertyList::Format::Binary, nullptr);
+    };
+    const QByteArray data = values == stored ? contents(values) : QByteArray();
+    return !data.isEmpty() && data == contents(stored);
+}
+
+} // namespace
+
 bool VXPreferenceFile::writeChanges(VXError *error)
 {
     quint64 lastSequence = 0;
     const Changes changes = pendingChanges(&lastSequence);
     QVariantMap values = _stored;
     applyChanges(changes, values);
+    if (isSameFile(values, _stored)) { // most programs set at their start what they set the last time
+        forgetChanges(lastSequence);
+        return true;
+    }
     VXFileStamp stamp;
     if (!VXPropertyList::toFile(values, _path, VXPropertyList::Format::XML, error, VXFileAccess::Private, &stamp))
         return false;

@@ -4,6 +4,7 @@
 #include "VXDataPlugin.h"
 #include "VXEventManager.h"
 #include "VXManagedObjectClass.h"
+#include "VXMetaDataSync.h"
 #include "VXPrincipalClass.h"
 
 using namespace Qt::StringLiterals;
@@ -16,6 +17,8 @@ class CallsPlugin : public VXDataPlugin
 public:
     Q_INVOKABLE CallsPlugin() { VXManagedObjectClass::registerClass<VXCall>(VXCall::entityName); }
 
+    // Since the first version nothing is derived from other values that was not before.
+    bool copiesRows(int version) const override { return version >= 1; }
     QString importDescriptionFromStore(VXCoreDataStore &store) override
     {
         const qsizetype count = countInStore(store, VXCall::entityName);
@@ -38,13 +41,20 @@ public:
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,
             [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });
+        _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), coordinator, VXCall::entityName,
+                                                                   VXCall::changedDateKey);
     }
 
     void pluginWillUnload() override
     {
+        if (_search)
+            _search->terminate();
         VXNotificationCenter::defaultCenter().removeObserver(this);
         VXManagedObjectClass::removeClass(VXCall::entityName);
     }
+
+private:
+    VXMetaDataSync::Ptr _search; // null when the user wants none
 };
 
 VX_PRINCIPAL_CLASS(CallsPlugin)

@@ -6,11 +6,13 @@
 #include "VXMessageDelivery.h"
 #include "VXMessageRecorder.h"
 #include "VXMessageSync.h"
+#include "VXMetaDataSync.h"
 #include "VXOutboxSender.h"
 #include "VXOutgoingMessage.h"
 #include "VXPrincipalClass.h"
 #include "VXRootFolders.h"
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 
 using namespace Qt::StringLiterals;
@@ -30,9 +32,13 @@ public:
 
     bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error) override
     {
-        return VXProvideRootFolders(context, dataStorePath() + "/folders.lock"_L1, error);
+        // Beside the store, which is not there while it is being upgraded.
+        const QFileInfo store(dataStorePath());
+        return VXProvideRootFolders(context, store.path() + "/."_L1 + store.fileName() + ".folders.lock"_L1, error);
     }
 
+    // Since the first version nothing is derived from other values that was not before.
+    bool copiesRows(int version) const override { return version >= 1; }
     QString importDescriptionFromStore(VXCoreDataStore &store) override
     {
         const qsizetype count = countInStore(store, VXMessageStore::entityName);
@@ -56,6 +62,8 @@ public:
         VXDeviceWork::offer(this, u"sync_messages"_s, u"read_messages"_s, [store](const VXDeviceAction::Ptr &action) {
             return std::make_shared<VXMessageSync>(action, store);
         });
+        _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), coordinator,
+                                                                   VXMessageStore::entityName, u"date"_s);
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return;
@@ -76,6 +84,8 @@ public:
     void pluginWillUnload() override
     {
         _sender.stop();
+        if (_search)
+            _search->terminate();
         VXNotificationCenter::defaultCenter().removeObserver(this);
         VXManagedObjectClass::removeClass(VXMessageStore::entityName);
     }
@@ -95,6 +105,7 @@ private:
     }
 
     VXOutboxSender _sender{*this};
+    VXMetaDataSync::Ptr _search; // null when the user wants none
 };
 
 VX_PRINCIPAL_CLASS(MessagesPlugin)

@@ -11,6 +11,8 @@ class OutboxPlugin : public VXDataPlugin
 public:
     Q_INVOKABLE OutboxPlugin() = default;
 
+    // Since the first version nothing is derived from other values that was not before.
+    bool copiesRows(int version) const override { return version >= 1; }
     QString importDescriptionFromStore(VXCoreDataStore &store) override
     {
         const qsizetype count = countInStore(store, u"VXOutboxEntry"_s);

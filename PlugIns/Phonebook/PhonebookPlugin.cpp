@@ -1,6 +1,7 @@
 #include "Sync/VXContactSync.h"
 #include "VXDataPlugin.h"
 #include "VXManagedObjectClass.h"
+#include "VXMetaDataSync.h"
 #include "VXPhonebookEntities.h"
 #include "VXPrincipalClass.h"
 
@@ -19,6 +20,8 @@ public:
         VXManagedObjectClass::registerClass<VXEmailAddressEntry>(VXEmailAddressEntry::entityName);
     }
 
+    // Since the first version nothing is derived from other values that was not before.
+    bool copiesRows(int version) const override { return version >= 1; }
     QString importDescriptionFromStore(VXCoreDataStore &store) override
     {
         const qsizetype count = countInStore(store, VXPerson::entityName);
@@ -39,15 +42,22 @@ public:
             [coordinator, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
                 return std::make_shared<VXContactSync>(action, coordinator, lockPath);
             });
+        _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), coordinator, VXPerson::entityName,
+                                                                   u"changedDate"_s);
     }
 
     void pluginWillUnload() override
     {
+        if (_search)
+            _search->terminate();
         VXNotificationCenter::defaultCenter().removeObserver(this);
         for (const QString &name :
              {VXPerson::entityName, VXPhoneNumberEntry::entityName, VXEmailAddressEntry::entityName})
             VXManagedObjectClass::removeClass(name);
     }
+
+private:
+    VXMetaDataSync::Ptr _search; // null when the user wants none
 };
 
 VX_PRINCIPAL_CLASS(PhonebookPlugin)

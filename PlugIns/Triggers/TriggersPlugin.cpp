@@ -17,6 +17,8 @@ public:
         return VXDataPlugin::dataModelPaths() << VXDataManager::smartFilterDataModelPath();
     }
 
+    // Since the first version nothing is derived from other values that was not before.
+    bool copiesRows(int version) const override { return version >= 1; }
     QString importDescriptionFromStore(VXCoreDataStore &store) override
     {
         const qsizetype count = countInStore(store, u"VXTrigger"_s);

@@ -130,6 +130,29 @@ TEST_F(HostContactsTest, FilesOfOtherProgramsAreImportedAndExported)
                 HasSubstr("none.vcf can not be read"));
 }
 
+TEST_F(HostContactsTest, OneOfManyDuplicatesCanBeMerged)
+{
+    for (const QString &name : {u"Jane Doe"_s, u"Jane Doe"_s, u"Jane Doe"_s, u"Joe Hill"_s, u"Joe Hill"_s})
+        phonebook({u"add"_s, name, u"--number"_s, u"+1 555 0101"_s});
+    const auto merged = [this](const QStringList &chosen) {
+        return json(QStringList{u"duplicates"_s, u"--merge"_s} + chosen)["duplicates"_L1].toArray();
+    };
+    const auto names = [this] {
+        QStringList all;
+        for (const QJsonValue contact : json({u"list"_s}).toArray())
+            all.append(contact["firstName"_L1].toString());
+        return all.join(u' ');
+    };
+    EXPECT_EQ(json({u"duplicates"_s})["duplicates"_L1].toArray().size(), 2);
+    EXPECT_EQ(phonebook({u"duplicates"_s, u"--merge"_s, u"3"_s}).status, 1); // there are two
+    EXPECT_EQ(merged({u"p1"_s, u"p3"_s})[0]["contacts"_L1].toArray().size(), 2);
+    EXPECT_EQ(names(), u"Jane Jane Joe Joe"_s);
+    EXPECT_EQ(merged({u"joe hill"_s})[0]["number"_L1].toInt(), 2);
+    EXPECT_EQ(names(), u"Jane Jane Joe"_s);
+    EXPECT_EQ(merged({u"1"_s}).size(), 1);
+    EXPECT_EQ(names(), u"Jane Joe"_s);
+}
+
 TEST_F(HostContactsTest, TriggersKnowWhoCalls)
 {
     phonebook({u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s, u"--group"_s, u"Family"_s});

@@ -129,7 +129,12 @@ TEST_F(HostDevicesTest, TellsAllAboutADevice)
     EXPECT_THAT(outcomeOf({}), testing::HasSubstr("Fixture  not connected  yes"));
     EXPECT_THAT(outcomeOf({u"info"_s, u"vxdevice://localhost/org.phones/two"_s}),
                 testing::HasSubstr("\nSignal      3\n"));
-    EXPECT_EQ(outcomeOf({u"actions"_s, url}), "0 count\necho\nfail\nhang_up\nthrow\nwait\n");
+    writeFile(u".local/share/Vornix 2/PlugIns/org.phones.vxplugin/Contents/Resources/actions.plist"_s,
+              "<plist version=\"1.0\"><dict><key>echo</key><dict><key>object</key><string>anything</string>"
+              "<key>meaning</key><string>Gives it back</string></dict></dict></plist>");
+    EXPECT_EQ(outcomeOf({u"actions"_s, url}),
+              "0 ACTION   OBJECT    WHAT IT DOES\ncount\necho     anything  Gives it back\n"
+              "fail\nhang_up\nthrow\nwait\n");
 }
 
 TEST_F(HostDevicesTest, MistakesChangeNothing)
@@ -144,7 +149,7 @@ TEST_F(HostDevicesTest, MistakesChangeNothing)
         {{u"add"_s, u"org.phones"_s, u"one"_s, u"a=1"_s},
          "1 vornix: there is a device one already; \"vornix devices set one KEY=VALUE\""},
         {{u"add"_s, u"org.phones"_s, u"two"_s, u"a=1"_s, u"b"_s}, "2 vornix: \"b\" is not KEY=VALUE"},
-        {{u"add"_s, u"org.phones"_s}, "2 vornix: add needs PLUGIN-ID and DEVICE-ID"},
+        {{u"add"_s, u"org.phones"_s}, "2 vornix: add needs PLUGIN-ID DEVICE-ID [KEY=VALUE]..."},
         {{u"remove"_s, u"vxdevice://localhost/org.phones/two"_s}, "1 vornix: there is no device \"vxdevice://"},
         {{u"info"_s, u"no url"_s}, "1 vornix: there is no device \"no url\""},
         {{u"info"_s, u""_s}, "2 vornix: info needs DEVICE"},
@@ -182,7 +187,7 @@ TEST_F(HostDevicesTest, PreferencesAreThoseOfThePlugin)
         {{u"set"_s, u"s"_s, u"conection=none"_s}, wrong},
         {{u"set"_s, u"s"_s, u"conection=null"_s}, "0 Name"}, // what is there by a slip can go
         {{u"rename"_s, u"s"_s, u"My phone"_s}, "0 Renamed Fixture to My phone.\n"},
-        {{u"rename"_s, u"my phone"_s}, "2 vornix: rename needs DEVICE and NAME"},
+        {{u"rename"_s, u"my phone"_s}, "2 vornix: rename needs DEVICE NAME"},
         {{u"actions"_s, u"my phone"_s}, "0 "},
     };
     for (const auto &[arguments, outcome] : cases)

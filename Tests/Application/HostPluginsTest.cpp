@@ -409,11 +409,9 @@ TEST_F(HostPluginsTest, OpensURLsAndTheirWindowsAgain)
               (QJsonObject{{u"url"_s, u"callto:2"_s}, {u"answer"_s, u"a window of org.window"_s}}));
     EXPECT_EQ(runHost({u"open"_s, u"callto:3?modal"_s}).output,
               QByteArray("{\"class\":\"WindowPlugin\",\"name\":\"\"}\n"));
-    for (const QString &url : {u"other:1"_s, u""_s}) {
-        const HostOutcome refused = runHost({u"open"_s, url});
-        EXPECT_EQ(refused.status, 1);
-        EXPECT_EQ(refused.errors, "vornix: no plugin knows the URL "_ba + url.toUtf8() + '\n');
-    }
+    const HostOutcome refused = runHost({u"open"_s, u"other:1"_s});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.errors, "vornix: no plugin knows the URL other:1\n"_ba);
     EXPECT_THAT(
         runHost({u"open"_s, u"callto:4?fault"_s}).errors.toStdString(),
         testing::ContainsRegex("cannot open the URL callto:4.fault: The plugin org.window failed: .*no window"));

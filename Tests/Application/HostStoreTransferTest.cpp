@@ -143,8 +143,8 @@ TEST_F(HostStoreTransferTest, MistakesAreTold)
         int status;
         const char *text;
     } rows[] = {
-        {{u"upgrade"_s, u"calls"_s, u"x"_s}, 2, "upgrade needs NAME"},
-        {{u"export"_s, u"calls"_s}, 2, "export needs NAME and a FOLDER"},
+        {{u"upgrade"_s, u"calls"_s, u"x"_s}, 2, "upgrade takes no \"x\"; several words"},
+        {{u"export"_s, u"calls"_s}, 2, "export needs NAME FOLDER"},
         {{u"export"_s, u"calls"_s, u"x"_s, u"--merge"_s}, 2, "--merge does not go with export"},
         {{u"import"_s, u"calls"_s, u"x"_s, u"--merge"_s, u"--replace"_s}, 2, "exclude each other"},
         {{u"list"_s, u"calls"_s, u"VXCall"_s, u"--yes"_s}, 2, "--yes does not go with list"},
@@ -152,7 +152,9 @@ TEST_F(HostStoreTransferTest, MistakesAreTold)
         {{u"import"_s, u"calls"_s, path(u"none.vxdatastore"_s)}, 1, "Not a recognized data file."},
         {{u"rollback"_s, u"calls"_s}, 1, "no earlier store of calls is known"},
         {{u"rollback"_s, u"calls"_s, path(u"none"_s), u"--yes"_s}, 1, "Not a recognized data file."},
-        {{u"export"_s, u"calls"_s, u""_s}, 2, "the name of the folder is empty"},
+        {{u"export"_s, u"calls"_s, u""_s}, 2, "export needs NAME FOLDER"},
+        {{u"rollback"_s, u"calls"_s, u""_s}, 2, "the name of the folder is empty"},
+        {{u"import"_s, u"calls"_s, u"x"_s, u"--model"_s, u"y"_s}, 2, "--model goes with a PATH"},
         {{u"upgrade"_s, path(u"x.vxdatastore"_s)}, 2, "upgrade takes the NAME of a plugin's store, and no PATH"},
         {{u"export"_s, u"calls"_s, path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), u"--yes"_s},
          1,

@@ -2,6 +2,7 @@
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXHostCommands.h"
+#include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXUserDefaults.h"
@@ -63,7 +64,7 @@ QJsonObject object(const std::vector<Row> &rows)
 {
     QJsonObject result;
     for (const Row &row : rows)
-        result.insert(row.key, row.value.isNull() ? QJsonValue() : QJsonValue(row.value));
+        result.insert(row.key, VXJSONFromVariant(row.value));
     return result;
 }
 

@@ -1,5 +1,4 @@
 #include "VXHostCommands.h"
-#include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXOutboxReport.h"
@@ -91,22 +90,25 @@ int retry(VXHostContext &context, const VXOutbox &outbox)
     return VXAnswerTries(context, outbox, *entries);
 }
 
+struct Verb : VXHostVerb
+{
+    int (*run)(VXHostContext &context, const VXOutbox &outbox);
+};
+
+const Verb verbs[] = {
+    {{u"list"_s}, list},
+    {{u"retry"_s, u"ID|all"_s, 1, 1}, retry},
+    {{u"drop"_s, u"ID|all"_s, 1, 1}, drop},
+};
+
 int runOutbox(VXHostContext &context)
 {
-    const QString verb = context.options.operands().value(0, u"list"_s);
-    const QString usage = VXHostUsage(context.options.command());
-    if (verb != "list"_L1 && context.options.operand(1).isEmpty())
-        return context.output.failUsage(u"%1 needs ID"_s.arg(verb), usage);
-    if (verb == "list"_L1 && !context.options.operand(1).isNull())
-        return context.output.failUsage(u"list takes nothing more"_s, usage);
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return context.output.fail(u"there is no outbox; \"vornix log\" may tell why"_s);
         VXOutboxRunner::settleInterrupted(*outbox);
-        return verb == "list"_L1    ? list(context, *outbox)
-               : verb == "retry"_L1 ? retry(context, *outbox)
-                                    : drop(context, *outbox);
+        return context.options.verbIn(verbs).run(context, *outbox);
     });
 }
 
@@ -117,14 +119,11 @@ VXHostCommand VXOutboxCommand()
     return {
         .name = u"outbox"_s,
         .summary = u"Show and change what is to be sent"_s,
-        .synopsis = u"[list|retry|drop] [ID|all]"_s,
         .details =
             u"\"list\" shows what waits to be sent, and what came of the rest. \"retry ID\" sends an entry now, also "
             "one that was refused or is perhaps sent; what waits before it for the same destination is tried first, "
             "and while that can not be sent the entry waits behind it. \"drop ID\" forgets one, also one that still "
             "waits."_s,
-        .minimumOperands = 0,
-        .maximumOperands = 2,
-        .firstOperands = {u"list"_s, u"retry"_s, u"drop"_s},
+        .verbs = VXHostVerbsOf(verbs),
         .run = runOutbox};
 }

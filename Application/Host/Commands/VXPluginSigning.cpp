@@ -1,6 +1,7 @@
 #include "VXPluginSigning.h"
 
 #include "VXAtomicFile.h"
+#include "VXErrorText.h"
 #include "VXHostCommand.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -8,7 +9,6 @@
 #include "VXPluginCheck.h"
 #include "VXPluginFeed.h"
 #include "VXPluginScanner.h"
-#include "VXStoreAccess.h"
 #include "VXZipFile.h"
 
 #include <QtCore/QDir>
@@ -120,7 +120,7 @@ int VXSignPlugin(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
     if (const QString wrong = mistake(options); !wrong.isNull())
-        return context.output.failUsage(wrong, VXHostUsage(options.command()));
+        return context.output.failUsage(wrong, VXHostUsage(options));
     QString problem;
     const std::optional<AuthorKey> key = readKey(options.value(u"key"_s), &problem);
     if (!key)

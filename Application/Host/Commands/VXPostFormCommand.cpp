@@ -39,9 +39,10 @@ public:
         _window->setCancelHandler([this] { _request.cancel(); });
         _window->setIndeterminate(true);
         _request.setDelegate(std::shared_ptr<QObject>(std::shared_ptr<void>(), this)); // not owned
-        _request.requestURL(url);
-        if (!_isComplete) // as where there is no thread for it
-            static_cast<void>(_window->runModal());
+        // Inside the session, which hears of interrupts.
+        QMetaObject::invokeMethod(
+            this, [this, url] { _request.requestURL(url); }, Qt::QueuedConnection);
+        static_cast<void>(_window->runModal());
         if (!_isComplete)
             _request.cancel(); // the program quits
     }

@@ -1,4 +1,5 @@
 #include "VXDeviceAction.h"
+#include "VXDeviceActionInfo.h"
 #include "VXDeviceActionRun.h"
 #include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
@@ -7,6 +8,7 @@
 #include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
 #include "VXDiagnostics.h"
+#include "VXErrorText.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
@@ -27,7 +29,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -144,7 +145,7 @@ int add(VXHostContext &context, VXPluginManager &manager)
             u"there is a device %1 already; \"vornix devices set %1 KEY=VALUE\" changes its preferences"_s.arg(
                 identifier));
     if (!VXDeviceRegistry::shared().add(url, preferences, &error))
-        return context.output.fail(VXTextOfError(error));
+        return context.output.fail(VXErrorText(error));
     return done(context,
                 u"Added %1.\n\"vornix devices info %2\" tells whether it can be reached.\n"_s.arg(VXAbsoluteString(url),
                                                                                                   identifier),
@@ -192,12 +193,20 @@ int actions(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     const VXDevicePlugin::Ptr device = liveDevice(context, manager, url);
     if (!device)
         return VXHostOutput::Failed;
-    const QStringList names = device->actionNames();
-    QString text;
-    for (const QString &name : names)
-        text += name + u'\n';
-    return done(context, names.isEmpty() ? u"The device knows no actions.\n"_s : text,
-                QJsonArray::fromStringList(names));
+    QJsonArray json;
+    QList<QStringList> rows{{u"ACTION"_s, u"OBJECT"_s, u"WHAT IT DOES"_s}};
+    for (const QString &name : device->actionNames()) {
+        const VXDeviceActionInfo info = VXInfoOfDeviceAction(name, url);
+        rows.append({name, info.object, info.meaning});
+        json.append(QJsonObject{{u"name"_s, name},
+                                {u"object"_s, info.object.isNull() ? QJsonValue() : QJsonValue(info.object)},
+                                {u"meaning"_s, info.meaning.isNull() ? QJsonValue() : QJsonValue(info.meaning)}});
+    }
+    const bool areNone = json.isEmpty();
+    return done(context,
+                areNone ? u"The device knows no actions.\n"_s
+                        : VXFittingTable(context.output, rows, {u"OBJECT"_s}, u"WHAT IT DOES"_s),
+                json);
 }
 
 int defaultDevice(VXHostContext &context, VXPluginManager &)
@@ -291,56 +300,30 @@ int rename(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 
 // -- The command
 
-struct Verb
+struct Verb : VXHostVerb
 {
-    QString name;
-    QString operands; // what must follow; null for nothing
-    qsizetype minimum;
-    qsizetype maximum;
     int (*run)(VXHostContext &context, VXPluginManager &manager);
     int (*runWithURL)(VXHostContext &context, VXPluginManager &manager, const QUrl &url); // of a known device
 };
 
-constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
+constexpr qsizetype unlimited = VXHostVerb::unlimited;
+const QString devices = u"devices"_s; // a kind of words
 
 const Verb verbs[] = {
-    {u"list"_s, {}, 0, 0, list, nullptr},
-    {u"add"_s, u"PLUGIN-ID and DEVICE-ID"_s, 2, unlimited, add, nullptr},
-    {u"remove"_s, u"DEVICE"_s, 1, 1, nullptr, removeDevice},
-    {u"default"_s, {}, 0, 1, defaultDevice, nullptr},
-    {u"info"_s, u"DEVICE"_s, 1, 1, nullptr, info},
-    {u"set"_s, u"DEVICE and KEY=VALUE"_s, 2, unlimited, nullptr, set},
-    {u"rename"_s, u"DEVICE and NAME"_s, 2, 2, nullptr, rename},
-    {u"actions"_s, u"DEVICE"_s, 1, 1, nullptr, actions},
-    {u"do"_s, u"DEVICE and ACTION"_s, 2, 2, nullptr, doAction},
+    {{u"list"_s}, list, nullptr},
+    {{u"add"_s, u"PLUGIN-ID DEVICE-ID [KEY=VALUE]..."_s, 2, unlimited, {u"plugins"_s}}, add, nullptr},
+    {{u"remove"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, removeDevice},
+    {{u"default"_s, u"[DEVICE]"_s, 0, 1, {devices}}, defaultDevice, nullptr},
+    {{u"info"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, info},
+    {{u"set"_s, u"DEVICE KEY=VALUE..."_s, 2, unlimited, {devices}}, nullptr, set},
+    {{u"rename"_s, u"DEVICE NAME"_s, 2, 2, {devices}}, nullptr, rename},
+    {{u"actions"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, actions},
+    {{u"do"_s, u"DEVICE ACTION"_s, 2, 2, {devices, u"actions"_s}}, nullptr, doAction},
 };
-
-QStringList verbNames()
-{
-    QStringList names;
-    std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
-    return names;
-}
-
-// What is wrong with the operands and options for the verb; null when nothing is.
-QString mistake(const VXHostOptions &options, const Verb &verb)
-{
-    const QStringList operands = options.operands().mid(1);
-    const QStringList needed = operands.mid(0, verb.minimum);
-    if (needed.size() < verb.minimum || std::ranges::any_of(needed, &QString::isEmpty))
-        return u"%1 needs %2"_s.arg(verb.name, verb.operands);
-    if (operands.size() > verb.maximum)
-        return verb.maximum == 0 ? u"%1 takes nothing more"_s.arg(verb.name)
-                                 : u"%1 takes no \"%2\""_s.arg(verb.name, operands.last());
-    return {};
-}
 
 int runDevices(VXHostContext &context)
 {
-    const QString name = context.options.operands().value(0, verbs[0].name);
-    const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
-    if (const QString wrong = mistake(context.options, verb); !wrong.isNull())
-        return context.output.failUsage(wrong, VXHostUsage(context.options));
+    const Verb &verb = context.options.verbIn(verbs);
     return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
         if (verb.run != nullptr)
             return verb.run(context, manager);
@@ -356,8 +339,6 @@ VXHostCommand VXDevicesCommand()
     return {
         .name = u"devices"_s,
         .summary = u"Show and change the devices, and have them do things"_s,
-        .synopsis =
-            u"[list|add|remove|default|info|set|rename|actions|do] [DEVICE|PLUGIN-ID] [ACTION|DEVICE-ID|NAME] [KEY=VALUE]..."_s,
         .details =
             u"\"list\" shows the known devices. \"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a "
             "plugin then serves, with preferences for it; a VALUE that is JSON is stored as that, any other as a "
@@ -369,7 +350,8 @@ VXHostCommand VXDevicesCommand()
             "5 "
             "seconds. \"set DEVICE KEY=VALUE...\" sets preferences of a device; null takes one away. \"rename DEVICE "
             "NAME\" changes what people call it.\n"
-            "\"actions DEVICE\" names what the device can do, \"do DEVICE ACTION\" has it do that and shows the "
+            "\"actions DEVICE\" shows what the device can do, and what --object each action is given; \"do DEVICE "
+            "ACTION\" has it do that and shows the "
             "result, "
             "also that of a part when the rest failed. Ctrl-C and the end of the time ask it to abort; a second Ctrl-C "
             "does not wait for it.\n"
@@ -396,25 +378,6 @@ VXHostCommand VXDevicesCommand()
                      .placeholder = {},
                      .summary = u"Write progress and result as JSON, one value a line"_s,
                      .verbs = {u"do"_s}}},
-        .minimumOperands = 0,
-        .maximumOperands = 1000,
-        .firstOperands = verbNames(),
-        .verbSynopses = {{u"list"_s, {}},
-                         {u"add"_s, u"PLUGIN-ID DEVICE-ID [KEY=VALUE]..."_s},
-                         {u"remove"_s, u"DEVICE"_s},
-                         {u"default"_s, u"[DEVICE]"_s},
-                         {u"info"_s, u"DEVICE"_s},
-                         {u"set"_s, u"DEVICE KEY=VALUE..."_s},
-                         {u"rename"_s, u"DEVICE NAME"_s},
-                         {u"actions"_s, u"DEVICE"_s},
-                         {u"do"_s, u"DEVICE ACTION"_s}},
-        .operandKinds = {{u"remove"_s, {u"devices"_s}},
-                         {u"default"_s, {u"devices"_s}},
-                         {u"info"_s, {u"devices"_s}},
-                         {u"set"_s, {u"devices"_s}},
-                         {u"rename"_s, {u"devices"_s}},
-                         {u"actions"_s, {u"devices"_s}},
-                         {u"do"_s, {u"devices"_s, u"actions"_s}},
-                         {u"add"_s, {u"plugins"_s}}},
+        .verbs = VXHostVerbsOf(verbs),
         .run = runDevices};
 }

@@ -140,6 +140,6 @@ VXHostCommand VXSyncCommand()
                      .summary = u"Delete contacts also when more than half of them are gone on one side"_s}},
         .minimumOperands = 1,
         .maximumOperands = 1,
-        .operandKinds = {{{}, {u"devices"_s}}},
+        .operandKinds = {u"devices"_s},
         .run = runSync};
 }

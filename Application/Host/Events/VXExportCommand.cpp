@@ -1,3 +1,4 @@
+#include "VXErrorText.h"
 #include "VXEventArguments.h"
 #include "VXExporterPlugin.h"
 #include "VXHostCommands.h"
@@ -13,7 +14,6 @@
 #include "VXReaction.h"
 #include "VXReactorReport.h"
 #include "VXRegularFile.h"
-#include "VXStoreAccess.h"
 #include "VXStoreByName.h"
 #include "VXStoreQuery.h"
 
@@ -223,6 +223,6 @@ VXHostCommand VXExportCommand()
                         {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s, {}, {}, true}},
             .minimumOperands = 1,
             .maximumOperands = 3,
-            .operandKinds = {{{}, {u"exporters"_s, u"stores"_s, u"entities"_s}}},
+            .operandKinds = {u"exporters"_s, u"stores"_s, u"entities"_s},
             .run = runExport};
 }

@@ -1,10 +1,8 @@
 #include "VXAtomicFile.h"
 #include "VXCardReader.h"
 #include "VXCardWriter.h"
-#include "VXContactDuplicates.h"
 #include "VXContactHistory.h"
 #include "VXContactImport.h"
-#include "VXContactReport.h"
 #include "VXContactsOpen.h"
 #include "VXContactVerbs.h"
 #include "VXHostJSON.h"
@@ -13,6 +11,7 @@
 #include "VXInputFile.h"
 #include "VXManagedObjectContext.h"
 #include "VXRegularFile.h"
+#include "VXShownDate.h"
 #include "VXStoreAccess.h"
 #include "VXTextTable.h"
 
@@ -20,6 +19,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
 
 #include <cstdio>
 
@@ -118,11 +118,6 @@ int exportToOutput(VXHostContext &context, const VXFetchResult &persons, VXCardW
     return VXHostOutput::Done;
 }
 
-QString nameOf(const VXContactRecord &contact)
-{
-    return contact.displayName();
-}
-
 } // namespace
 
 int VXImportContacts(VXHostContext &context)
@@ -185,40 +180,6 @@ int VXExportContacts(VXHostContext &context)
     return VXHostOutput::Done;
 }
 
-int VXShowDuplicateContacts(VXHostContext &context)
-{
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
-    if (!coordinator)
-        return VXHostOutput::Failed;
-    const VXContactDuplicates duplicates(coordinator);
-    VXError error;
-    const std::optional<QList<VXDuplicateContacts>> found = duplicates.find(&error);
-    if (!found)
-        return context.output.fail(VXErrorText(error));
-    const bool merges = context.options.isSet(u"merge"_s);
-    if (merges && !duplicates.merge(*found, &error))
-        return context.output.fail(VXErrorText(error));
-    QList<QStringList> rows{{u"CONTACTS"_s, u"NAME"_s, u"SHARE"_s, u"MERGED"_s}};
-    QJsonArray json;
-    for (const VXDuplicateContacts &each : *found) {
-        QStringList identifiers;
-        for (const VXManagedObjectID &person : each.persons)
-            identifiers.append(u'p' + QString::number(person.number()));
-        QStringList merged = VXShownAddresses(each.merged.numbers) + VXShownAddresses(each.merged.emails);
-        rows.append({identifiers.join(u' '), nameOf(each.merged), each.shared.join(", "_L1), merged.join(", "_L1)});
-        VXContactRecord preview = each.merged;
-        preview.image.clear();
-        json.append(QJsonObject{{u"contacts"_s, QJsonArray::fromStringList(identifiers)},
-                                {u"shared"_s, QJsonArray::fromStringList(each.shared)},
-                                {u"merged"_s, VXJSONFromVariant(preview.map())}});
-    }
-    const QString done = merges ? u"Merged; \"vornix phonebook undo-import\" takes it back.\n"_s
-                                : u"\"--merge\" makes one contact of each.\n"_s;
-    context.output.answer(found->isEmpty() ? u"There are no duplicates.\n"_s : VXTextTable(rows) + done,
-                          QJsonObject{{u"duplicates"_s, json}, {u"merged"_s, merges && !found->isEmpty()}});
-    return VXHostOutput::Done;
-}
-
 int VXUndoContactImport(VXHostContext &context)
 {
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
@@ -237,7 +198,7 @@ int VXUndoContactImport(VXHostContext &context)
                        .arg(isNothing  ? u"There is nothing left to undo of"_s
                             : isDryRun ? u"Would undo"_s
                                        : u"Undid"_s,
-                            what, changeSet.date.toLocalTime().toString(u"yyyy-MM-dd HH:mm:ss"_s))
+                            what, VXShownDate(changeSet.date))
                        .arg(undo->removed)
                        .arg(undo->restored)
                        .arg(undo->broughtBack);

@@ -3,6 +3,7 @@
 #include "VXContactsOpen.h"
 #include "VXContactVerbs.h"
 #include "VXEmailAddress.h"
+#include "VXErrorText.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -12,7 +13,6 @@
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
-#include "VXStoreAccess.h"
 #include "VXTextComparison.h"
 #include "VXTextTable.h"
 
@@ -93,7 +93,7 @@ bool readLimit(VXHostContext &context, qsizetype *limit)
     *limit = text.toInt(&isNumber);
     if (isNumber && *limit > 0)
         return true;
-    context.output.failUsage(u"--limit needs a number, at least 1"_s, VXHostUsage(context.options.command()));
+    context.output.failUsage(u"--limit needs a number, at least 1"_s, VXHostUsage(context.options));
     return false;
 }
 
@@ -208,14 +208,10 @@ int VXListContacts(VXHostContext &context)
 
 int VXShowContact(VXHostContext &context)
 {
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
-    if (!coordinator)
+    const VXNamedContact named(context);
+    if (!named.person)
         return VXHostOutput::Failed;
-    VXManagedObjectContext contacts(coordinator);
-    const VXManagedObjectPtr person = VXContactNamed(context, contacts, context.options.operand(1));
-    if (!person)
-        return VXHostOutput::Failed;
-    const VXShownContact shown(person);
+    const VXShownContact shown(named.person);
     context.output.answer(shown.text(), shown.json(true));
     return VXHostOutput::Done;
 }

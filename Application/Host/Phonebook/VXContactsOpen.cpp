@@ -3,8 +3,8 @@
 #include "VXContactLookup.h"
 #include "VXContactReport.h"
 #include "VXEmailAddress.h"
+#include "VXHostOptions.h"
 #include "VXHostOutput.h"
-#include "VXManagedObjectContext.h"
 #include "VXPhoneNumber.h"
 #include "VXStoreByName.h"
 
@@ -80,15 +80,21 @@ VXPersistentStoreCoordinator::Ptr VXOpenContacts(VXHostContext &context)
     return coordinator;
 }
 
-VXManagedObjectPtr VXContactNamed(VXHostContext &context, VXManagedObjectContext &contacts, const QString &text)
+VXNamedContact::VXNamedContact(VXHostContext &context)
 {
-    const QList<VXManagedObjectPtr> persons = personsNamed(contacts, text);
-    if (persons.size() == 1)
-        return persons.constFirst();
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return;
+    contacts = std::make_unique<VXManagedObjectContext>(coordinator);
+    const QString text = context.options.operand(1);
+    const QList<VXManagedObjectPtr> persons = personsNamed(*contacts, text);
+    if (persons.size() == 1) {
+        person = persons.constFirst();
+        return;
+    }
     QStringList choices;
-    for (const VXManagedObjectPtr &person : persons)
-        choices.append(VXShownContact(person).shortID);
+    for (const VXManagedObjectPtr &each : persons)
+        choices.append(VXShownContact(each).shortID);
     context.output.fail(persons.isEmpty() ? u"there is no contact \"%1\""_s.arg(text)
                                           : u"\"%1\" are several contacts: %2"_s.arg(text, choices.join(", "_L1)));
-    return {};
 }

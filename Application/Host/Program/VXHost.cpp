@@ -1,6 +1,7 @@
 #include "VXHost.h"
 
 #include "VXApplication.h"
+#include "VXBackgroundThread.h"
 #include "VXDesktopServices.h"
 #include "VXException.h"
 #include "VXFolders.h"
@@ -12,6 +13,7 @@
 #include "VXHostOutput.h"
 #include "VXInitializeInterface.h"
 #include "VXLog.h"
+#include "VXMetaDataSync.h"
 #include "VXPersistentStore.h"
 #include "VXTerminalUserInterface.h"
 #include "VXUserDefaults.h"
@@ -21,7 +23,9 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <memory>
 #include <unistd.h>
@@ -124,6 +128,7 @@ int runApplication(VXHostContext &context)
     VXInitializeFramework();
     VXInitializeInterface();
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
+    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves); // unless the command is one that stays
     VXScriptingTransport::setMaker([] { return VXMakeScriptingTransport(); });
     VXApplication &application = VXApplication::sharedApplication();
     application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
@@ -160,6 +165,24 @@ std::optional<int> answerWithoutApplication(VXHostContext &context)
     return VXHostOutput::Done;
 }
 
+int runInApplication(int argc, char **argv, VXHostContext &context)
+{
+    const GuardedApplication application(argc, argv);
+    return runApplication(context);
+}
+
+// A thread that ends later would meet static objects that are gone: then the process ends without destroying them.
+int end(VXHostOutput &output, int status)
+{
+    constexpr std::chrono::seconds longestWait{3};
+    const bool areThreadsOver = VXBackgroundThread::awaitEnds(longestWait);
+    const int result = output.finish(status);
+    if (areThreadsOver)
+        return result;
+    std::fflush(nullptr);
+    ::_exit(result);
+}
+
 // A standard descriptor that the caller closed would be given to the next file opened. These cannot be used for what
 // they stand for, so that reading and writing fail as they should.
 void occupyStandardDescriptors()
@@ -187,6 +210,5 @@ int VXHost::run(int argc, char **argv)
         return output.finish(*status);
     if (!setHome(options, output))
         return output.finish(VXHostOutput::Failed);
-    const GuardedApplication application(argc, argv);
-    return output.finish(runApplication(context));
+    return end(output, runInApplication(argc, argv, context));
 }

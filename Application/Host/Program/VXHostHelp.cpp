@@ -65,6 +65,15 @@ Rows optionRows(const QList<VXHostOption> &options)
     return rows;
 }
 
+// What may follow a command's name: its operands, or one of its verbs with those of that.
+QString operandsText(const VXHostCommand &command)
+{
+    if (command.verbs.isEmpty())
+        return command.synopsis;
+    const QString any = command.verbNames().join(u'|');
+    return (command.needsVerb ? any : u'[' + any + u']') + " [OPERAND]..."_L1;
+}
+
 } // namespace
 
 QString VXHostOptionSummary(const VXHostOption &option)
@@ -74,17 +83,29 @@ QString VXHostOptionSummary(const VXHostOption &option)
     return verbs + option.summary + choices;
 }
 
+QStringList VXHostVerbLines(const VXHostCommand &command)
+{
+    QStringList lines;
+    for (const VXHostVerb &verb : command.verbs) {
+        const bool isStandard = lines.isEmpty() && !command.needsVerb;
+        const QString words = verb.operands.isNull() ? verb.name : verb.name + u' ' + verb.operands;
+        lines.append(command.name + u' ' + (isStandard ? u'[' + words + u']' : words));
+    }
+    return lines;
+}
+
 QString VXHostUsage(const VXHostCommand *command, const QString &verb)
 {
     if (command == nullptr)
         return u"usage: vornix [OPTION]... COMMAND [ARGUMENT]...; see vornix --help"_s;
-    const bool isOfVerb = command->verbSynopses.contains(verb);
+    const auto found = std::ranges::find(command->verbs, verb, &VXHostVerb::name);
+    const bool isOfVerb = found != command->verbs.end();
     QStringList parts{command->name};
     if (isOfVerb)
-        parts += {verb, command->verbSynopses.value(verb)};
-    else if (!command->synopsis.isNull())
-        parts += command->synopsis;
-    const bool isTooMuch = !isOfVerb && !command->verbSynopses.isEmpty();
+        parts += {verb, found->operands};
+    else
+        parts += operandsText(*command);
+    const bool isTooMuch = !isOfVerb && !command->verbs.isEmpty();
     if (isTooMuch)
         parts += u"[OPTION]...; see vornix help "_s + command->name;
     for (const VXHostOption &option : isTooMuch ? QList<VXHostOption>() : command->options) {
@@ -118,7 +139,10 @@ QString VXHostOverview(const VXHostCommandTable &commands)
 
 QString VXHostCommandHelp(const VXHostCommand &command, const VXHostCommandTable &commands)
 {
-    QString text = VXHostUsage(&command) + "\n\n"_L1 + command.summary + ".\n"_L1;
+    QString text = VXHostUsage(&command);
+    if (const QStringList lines = VXHostVerbLines(command); !lines.isEmpty())
+        text = "usage: vornix "_L1 + lines.join("\n       vornix "_L1);
+    text += "\n\n"_L1 + command.summary + ".\n"_L1;
     for (const QString &paragraph : command.details.split(u'\n', Qt::SkipEmptyParts))
         text += u'\n' + wrapped(paragraph, 0, 0) + u'\n';
     if (!command.options.isEmpty())

@@ -7,6 +7,7 @@
 #include "VXHostOutput.h"
 #include "VXLastWords.h"
 #include "VXPluginManager.h"
+#include "VXSearchUpdate.h"
 #include "VXUserDefaults.h"
 #include "VXUserFolders.h"
 
@@ -122,5 +123,6 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
     askForConsent(context.output, manager);
     manager.shutdown();
     deleteWhatIsDeferred();
+    VXStartSearchUpdateIfDue();
     return status;
 }

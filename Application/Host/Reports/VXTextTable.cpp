@@ -25,6 +25,35 @@ void widen(QList<qsizetype> &widths, const QList<QStringList> &rows)
     }
 }
 
+constexpr qsizetype leastReadable = 20; // characters of an elastic column
+
+qsizetype widthOf(const QList<QStringList> &rows, qsizetype column)
+{
+    qsizetype width = 0;
+    for (const QStringList &row : rows)
+        width = std::max(width, row.value(column).size());
+    return width;
+}
+
+// By how much the elastic column can become narrower.
+qsizetype slackOf(const QList<QStringList> &rows, const QString &elastic)
+{
+    const qsizetype column = rows.first().indexOf(elastic);
+    return column < 0 ? 0 : std::max<qsizetype>(widthOf(rows, column) - leastReadable, 0);
+}
+
+void shorten(QList<QStringList> &rows, const QString &elastic, qsizetype excess)
+{
+    const qsizetype column = rows.first().indexOf(elastic);
+    if (column < 0 || excess <= 0)
+        return;
+    const qsizetype width = std::max(widthOf(rows, column) - excess, leastReadable);
+    for (QStringList &row : rows) {
+        if (row[column].size() > width)
+            row[column] = row[column].first(width - 1) + u'…';
+    }
+}
+
 } // namespace
 
 QString VXTextTable(const QList<QStringList> &rows, QList<qsizetype> *kept)
@@ -51,12 +80,13 @@ qsizetype VXWidthOfTable(const QList<QStringList> &rows)
     return std::accumulate(widths.cbegin(), widths.cend(), 2 * std::max<qsizetype>(widths.size() - 1, 0));
 }
 
-QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStringList &dispensable)
+QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStringList &dispensable,
+                       const QString &elastic)
 {
     QStringList gone;
     for (const QString &title : dispensable) {
         const qsizetype column = rows.first().indexOf(title);
-        if (VXWidthOfTable(rows) <= output.width())
+        if (VXWidthOfTable(rows) - slackOf(rows, elastic) <= output.width())
             break;
         if (column < 0)
             continue;
@@ -64,6 +94,7 @@ QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStr
             row.removeAt(column);
         gone.append(title);
     }
+    shorten(rows, elastic, VXWidthOfTable(rows) - output.width());
     if (!gone.isEmpty() && !output.isJSON())
         output.note(u"For want of room without: %1. --json has everything."_s.arg(gone.join(", "_L1)));
     return VXTextTable(rows);

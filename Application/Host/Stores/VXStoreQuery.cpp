@@ -22,20 +22,6 @@ QString withHint(const QString &problem, const VXEntityDescription &entity, cons
     return problem + suggestion + VXDidYouMean(match.captured(1), VXNamesOfProperties(entity));
 }
 
-QString readPredicate(const QString &text, VXFetchRequest &request)
-{
-    VXError error;
-    const auto predicate = VXPredicate::predicateWithFormat(text, {}, &error);
-    if (!predicate)
-        return VXErrorText(error);
-    if (const QStringList variables = predicate->variables(); !variables.isEmpty())
-        return u"$%1 has no value"_s.arg(variables.first());
-    QString problem;
-    if (const auto fitting = VXPredicateForEntity(*predicate, request.entity(), &problem))
-        request.predicate = *fitting;
-    return withHint(problem, request.entity(), u"; texts stand in quotation marks"_s);
-}
-
 QString readSort(const QString &text, VXFetchRequest &request)
 {
     for (const QString &each : text.split(u',')) {
@@ -63,13 +49,27 @@ QString readNumber(const QString &text, qsizetype least, qsizetype *number)
 
 } // namespace
 
+QString VXReadPredicate(const QString &text, VXFetchRequest &request)
+{
+    VXError error;
+    const auto predicate = VXPredicate::predicateWithFormat(text, {}, &error);
+    if (!predicate)
+        return VXErrorText(error);
+    if (const QStringList variables = predicate->variables(); !variables.isEmpty())
+        return u"$%1 has no value"_s.arg(variables.first());
+    QString problem;
+    if (const auto fitting = VXPredicateForEntity(*predicate, request.entity(), &problem))
+        request.predicate = *fitting;
+    return withHint(problem, request.entity(), u"; texts stand in quotation marks"_s);
+}
+
 QString VXReadStoreQuery(const VXHostOptions &options, VXFetchRequest &request)
 {
     const auto read = [&](const QString &name, const auto &reader) {
         const QString problem = options.isSet(name) ? reader(options.value(name)) : QString();
         return problem.isNull() ? QString() : u"--%1: %2"_s.arg(name, problem);
     };
-    QString problem = read(u"where"_s, [&](const QString &text) { return readPredicate(text, request); });
+    QString problem = read(u"where"_s, [&](const QString &text) { return VXReadPredicate(text, request); });
     if (problem.isNull())
         problem = read(u"sort"_s, [&](const QString &text) { return readSort(text, request); });
     if (problem.isNull())

@@ -27,6 +27,11 @@ bool makePlain(QVariantMap &object)
     return isChanged;
 }
 
+QString actionOf(const VXPhoneChange &change)
+{
+    return change.here ? u"write_contact"_s : u"delete_contact"_s;
+}
+
 } // namespace
 
 void VXContactSync::start()
@@ -56,7 +61,8 @@ void VXContactSync::didRead(const VXDeviceAction &part)
     const VXDevicePlugin::Ptr device = whole()->device();
     _reconciler = std::make_unique<VXContactReconciler>(_coordinator, VXAbsoluteString(device->url()), device->name());
     _reconciler->setAcceptsDeletions(options.value(u"acceptsDeletions"_s).toBool());
-    _reconciler->setAddsAll(options.value(u"addsAll"_s).toBool());
+    const bool takesContacts = device->actionNames().contains(u"write_contact"_s);
+    _reconciler->setAddsAll(takesContacts && options.value(u"addsAll"_s).toBool());
     VXError error;
     if (!_reconciler->run(contacts, result.value(u"isComplete"_s).toBool(), &error))
         return finish(error);
@@ -65,8 +71,10 @@ void VXContactSync::didRead(const VXDeviceAction &part)
                                 VXPhonebookPluginString(u"Nothing was changed, here or there."_s));
         return finish();
     }
-    const QList<VXPhoneChange> &changes = _reconciler->changes();
-    _changes.assign(changes.cbegin(), changes.cend());
+    for (const VXPhoneChange &change : _reconciler->changes()) {
+        if (whole()->device()->actionNames().contains(actionOf(change))) // else the contact stays on the phone as it is
+            _changes.push_back(change);
+    }
     whole()->setProgressMaxValue(double(_changes.size()));
     whole()->setProgressValue(0);
     carryOutNext();
@@ -78,8 +86,7 @@ void VXContactSync::carryOutNext()
         return finish();
     const VXPhoneChange change = _changes.front();
     _changes.pop_front();
-    perform(change.here ? u"write_contact"_s : u"delete_contact"_s, change.object,
-            VXPhonebookPluginString(u"Changing contacts"_s),
+    perform(actionOf(change), change.object, VXPhonebookPluginString(u"Changing contacts"_s),
             [this, change](const VXDeviceAction &part) { didCarryOut(change, part); });
 }
 

@@ -2,6 +2,7 @@
 
 #include "VXActivityManager.h"
 #include "VXDeviceTesting.h"
+#include "VXException.h"
 #include "VXMainThread.h"
 
 #include <stdexcept>

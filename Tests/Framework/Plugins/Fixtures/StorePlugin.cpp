@@ -58,6 +58,8 @@ public:
         return description.isNull() ? VXDataPlugin::importDescriptionFromStore(store) : description;
     }
 
+    bool copiesRows(int version) const override { return migration() == "rows"_L1 && version >= 1; }
+
     VXManagedObjectPtr insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int version,
                                                    VXManagedObjectContext &newContext, VXError *error) override
     {

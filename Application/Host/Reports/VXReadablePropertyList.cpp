@@ -1,4 +1,4 @@
-#include "VXPropertyListText.h"
+#include "VXReadablePropertyList.h"
 
 #include "VXHostJSON.h"
 
@@ -102,7 +102,7 @@ private:
 
 } // namespace
 
-QString VXPropertyListText(const QVariant &value)
+QString VXReadablePropertyList(const QVariant &value)
 {
     TextWriter writer;
     writer.write(value);
