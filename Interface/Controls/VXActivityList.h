@@ -10,8 +10,8 @@
 #include <QtCore/QTimer>
 
 /**
- * The running activities in the order in which they began, for views: one that takes less than half a second is not among
- * them. While there are any, views are told ten times a second to look again. Main thread only.
+ * The running activities for views, in the order in which they began; those that ran before the list was made come first. One
+ * that takes less than half a second is not among them. While there are any, views are told ten times a second to look again. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXActivityList : public QObject
 {

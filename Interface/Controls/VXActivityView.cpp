@@ -79,7 +79,8 @@ void VXActivityView::stop()
     QObject *const delegate = _activity->delegate();
     _isStopping = true;
     refresh();
-    VXInvocation::withMethod(delegate, cancelSelector, {QVariant::fromValue<QObject *>(this)}).invoke();
+    // Without a sender: a device action that has one is ended a minute later even if it was executed again.
+    VXInvocation::withMethod(delegate, cancelSelector, {QVariant::fromValue<QObject *>(nullptr)}).invoke();
 }
 
 void VXActivityView::refresh()

@@ -58,6 +58,8 @@ void VXTableHeader::restore()
 
 QVariant VXTableHeader::state() const
 {
+    if (model() == nullptr) // it went first: what was written holds
+        return _state->value();
     return QVariantMap{{u"columns"_s, columnTitles()}, {u"state"_s, saveState()}};
 }
 

@@ -4,6 +4,8 @@
 #include <QtGui/QResizeEvent>
 #include <QtWidgets/QApplication>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -62,7 +64,7 @@ void VXTextLabel::setTextWidth(int width)
         setFixedWidth(width);
     else
         setMaximumWidth(QWIDGETSIZE_MAX);
-    setMinimumHeight(width > 0 ? heightForWidth(width) : 0);
+    setMinimumHeight(width > 0 ? std::max(0, heightForWidth(width)) : 0);
 }
 
 void VXTextLabel::changeEvent(QEvent *event)
@@ -77,5 +79,5 @@ void VXTextLabel::resizeEvent(QResizeEvent *event)
 {
     QLabel::resizeEvent(event);
     if (wordWrap() && event->size().width() != event->oldSize().width())
-        setMinimumHeight(heightForWidth(event->size().width()));
+        setMinimumHeight(std::max(0, heightForWidth(event->size().width())));
 }

@@ -88,6 +88,10 @@ VXAlertWindow::VXAlertWindow(const VXAlert &alert, Kind kind, QWidget *parent)
     all->setSizeConstraint(QLayout::SetFixedSize);
     all->addLayout(row);
     all->addLayout(makeButtons());
+    if (QPushButton *const standard = button(VXAlertButton::Default)) {
+        standard->setDefault(true);
+        standard->setFocus(); // or else another button gets it, and with it the Return key
+    }
 }
 
 VXAlertWindow::~VXAlertWindow() = default;
@@ -122,6 +126,7 @@ void VXAlertWindow::addDetails(QBoxLayout &column)
     toggle->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     toggle->setIcon(VXSymbol::named(u"chevron-right"_s));
     toggle->setCheckable(true);
+    toggle->setProperty("vxRole", u"disclosure"_s);
     auto *const details = new QPlainTextEdit(_alert.details);
     details->setReadOnly(true);
     details->setTabChangesFocus(true);
@@ -152,10 +157,6 @@ QBoxLayout *VXAlertWindow::makeButtons()
         connect(view, &QPushButton::clicked, this, [this, button] { press(button); });
         _buttons[indexOf(button)] = view;
         row->addWidget(view);
-    }
-    if (QPushButton *const standard = this->button(VXAlertButton::Default)) {
-        standard->setDefault(true);
-        standard->setFocus();
     }
     return row;
 }

@@ -3,12 +3,9 @@
 #include "VXDataManager.h"
 #include "VXExportView.h"
 #include "VXSheet.h"
-#include "VXUserDefaults.h"
 
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QWidget>
-
-using namespace Qt::StringLiterals;
 
 VXExportSheet::VXExportSheet(const QVariantList &objects, const QString &descriptiveClassName, QWidget *window)
     : VXExportSheetController(objects, descriptiveClassName), _view(new VXExportView(*this))
@@ -27,16 +24,7 @@ VXExportSheet::VXExportSheet(const QVariantList &objects, const QString &descrip
     QObject::connect(_sheet, &VXSheet::didEnd, _sheet, [this](int returnCode) {
         if (_view && returnCode == VXSheet::Ok) {
             _options = _view->options();
-            const QVariantMap options = *_options;
-            const QString exporter = selectedExporterIdentifier();
-            VXUserDefaults::standardUserDefaults().updateObject(u"export.sheet.options"_s,
-                                                                [options, exporter](const QVariant &stored) {
-                                                                    QVariantMap all = stored.toMap();
-                                                                    QVariantMap kept = options;
-                                                                    kept.remove(u"VXExporterOptionsFilePath"_s);
-                                                                    all.insert(exporter, kept);
-                                                                    return QVariant(all);
-                                                                });
+            _view->rememberOptions();
         }
         if (returnCode == VXSheet::Ok)
             OKAction();

@@ -55,6 +55,7 @@ VXExportView::VXExportView(VXExportSheetController &controller, QWidget *parent)
     auto *const formatLabel = new VXTextLabel(VXInterfaceString(u"Format"_s), VXTextLabel::Role::Secondary);
     formatLabel->setBuddy(_format);
     _format->setAccessibleName(formatLabel->text());
+    _format->setEnabled(_format->count() > 0);
 
     auto *const choose = new QPushButton(VXInterfaceString(u"Choose"_s));
     choose->setAutoDefault(false);
@@ -175,6 +176,18 @@ QVariantMap VXExportView::options() const
         options.insert(VXExporterOptionsFilePathKey,
                        QDir(folderOfLastTime()).absoluteFilePath(_path->text().trimmed()));
     return options;
+}
+
+void VXExportView::rememberOptions() const
+{
+    QVariantMap kept = options();
+    kept.remove(VXExporterOptionsFilePathKey);
+    const auto update = [kept, exporter = _controller.selectedExporterIdentifier()](const QVariant &stored) {
+        QVariantMap all = stored.toMap();
+        all.insert(exporter, kept);
+        return QVariant(all);
+    };
+    VXUserDefaults::standardUserDefaults().updateObject(optionsKey, update);
 }
 
 QString VXExportView::problem() const

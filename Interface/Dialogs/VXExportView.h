@@ -27,6 +27,8 @@ public:
 
     /** The options as they stand. */
     QVariantMap options() const;
+    /** Has the sheet begin with them the next time, but for the file. */
+    void rememberOptions() const;
     /** Why it cannot be exported yet; null when it can. */
     QString problem() const;
 

@@ -23,7 +23,7 @@ namespace {
 
 const QString lastFolderKey = u"panel.folder"_s;
 
-/** Leaves out the files that the panel does not take; folders stay, to be looked into. */
+/** Leaves out the files and packages that the panel does not take; folders stay, to be looked into. */
 class PanelFilter : public QSortFilterProxyModel
 {
 public:
@@ -34,9 +34,9 @@ protected:
     {
         const auto *const files = qobject_cast<const QFileSystemModel *>(sourceModel());
         const QModelIndex index = files->index(row, 0, parent);
-        if (files->isDir(index))
-            return true;
-        return !_panel.canChooseFiles ? false : _panel.canChoose(files->filePath(index));
+        const QString path = files->filePath(index);
+        const bool isFolder = files->isDir(index) && !_panel.isPackage(path);
+        return isFolder || _panel.canChoose(path);
     }
 
 private:
@@ -149,12 +149,11 @@ void VXFileWindow::accept()
         return;
     if (!_openPanel)
         return acceptSave(path);
-    if (_openPanel->isPackage(path) && _openPanel->canChoose(path))
-        return done(Accepted); // not looked into
-    if (QFileInfo(path).isDir() && _openPanel->canChooseDirectories)
+    const bool isPackage = _openPanel->isPackage(path); // is not looked into
+    const bool isFolder = QFileInfo(path).isDir() && !isPackage;
+    if ((isPackage && _openPanel->canChoose(path)) || (isFolder && _openPanel->canChooseDirectories))
         return done(Accepted);
-    const bool isLookedInto = QFileInfo(path).isDir();
-    if (isLookedInto || _openPanel->canChoose(path) || !QFileInfo::exists(path))
+    if (isFolder || _openPanel->canChoose(path) || !QFileInfo::exists(path))
         return QFileDialog::accept();
     VXAlert alert;
     alert.message = VXInterfaceString(u"\"%1\" can not be chosen here."_s).arg(QFileInfo(path).fileName());

@@ -27,7 +27,7 @@ public:
 
     /** One that is true for all has no rows. */
     void setPredicate(const VXPredicate &predicate);
-    /** Of the rows that say something; true for all without any. Empty while a row is wrong or has no value yet. */
+    /** Of the rows; true for all without any. Empty while a row is wrong or has no value yet. */
     std::optional<VXPredicate> predicate() const;
     /** The whole in words: "All of: Contact contains "Jane"; Duration is at least 10 s". */
     QString words() const;

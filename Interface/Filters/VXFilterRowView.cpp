@@ -69,6 +69,7 @@ void VXFilterRowView::makeComparison(const VXPredicate *predicate)
     for (const VXFilterField &each : _fields)
         _field->addItem(each.title, each.key);
     _field->setAccessibleName(text(u"Field"_s));
+    _operator->setMinimumWidth(widthOfOperators());
     _operator->setAccessibleName(text(u"Comparison"_s));
     auto *const row = static_cast<QHBoxLayout *>(layout());
     row->addWidget(_field);
@@ -138,6 +139,18 @@ void VXFilterRowView::fieldChanged()
     _value->setKind(field(), comparison());
 }
 
+// The same in each row, so that values stand below each other.
+int VXFilterRowView::widthOfOperators() const
+{
+    constexpr int arrowAndFrame = 40;
+    int widest = 0;
+    for (const VXFilterField &each : _fields) {
+        for (const Operator comparison : each.operators())
+            widest = std::max(widest, fontMetrics().horizontalAdvance(each.titleOf(comparison)));
+    }
+    return widest + arrowAndFrame;
+}
+
 const VXFilterField &VXFilterRowView::field() const
 {
     return _fields.at(std::max(0, _field->currentIndex()));
@@ -165,6 +178,8 @@ QString VXFilterRowView::words() const
     if (_text != nullptr)
         return _text->text();
     const QVariant value = _value->value();
-    return QStringList{field().title, field().titleOf(comparison()), value.isValid() ? field().textOf(value) : u"…"_s}
-        .join(u' ');
+    QString shown = value.isValid() ? field().textOf(value) : u"…"_s;
+    if (const QVariantList ends = value.toList(); comparison() == Operator::Between && ends.size() == 2)
+        shown = QStringList{field().textOf(ends.first()), text(u"and"_s), field().textOf(ends.last())}.join(u' ');
+    return QStringList{field().title, field().titleOf(comparison()), shown}.join(u' ');
 }

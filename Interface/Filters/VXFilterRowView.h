@@ -35,6 +35,7 @@ private:
     void makeText(const VXPredicate &predicate);
     void addRemoveButton();
     void fieldChanged();
+    int widthOfOperators() const;
     const VXFilterField &field() const;
     VXPredicate::Operator comparison() const;
 

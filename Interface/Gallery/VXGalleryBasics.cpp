@@ -72,6 +72,12 @@ QWidget *makeFields()
     days->setValue(90);
     auto *const off = new QLineEdit(VXGalleryString(u"Not now"_s));
     off->setEnabled(false);
+    const auto call = [](QWidget *field, const QString &title) { field->setAccessibleName(VXGalleryString(title)); };
+    call(name, u"Name"_s);
+    call(empty, u"Number"_s);
+    call(wrong, u"Number"_s);
+    call(kinds, u"Kind of number"_s);
+    call(days, u"Days"_s);
     return rowOf({name, empty, wrong, kinds, days, off});
 }
 
@@ -122,6 +128,7 @@ QWidget *VXMakeControlsPage()
     bar->setTextVisible(false);
     auto *const slider = new QSlider(Qt::Horizontal);
     slider->setValue(40);
+    slider->setAccessibleName(VXGalleryString(u"Values"_s));
     auto *const tabs = new QTabWidget;
     tabs->addTab(new QWidget, VXGalleryString(u"Contacts"_s));
     tabs->addTab(new QWidget, VXGalleryString(u"Texts"_s));

@@ -90,6 +90,7 @@ QWidget *VXMakeTokensPage()
     auto *const suggestions = new VXCompletionWindow(*typed);
     suggestions->setParent(page, Qt::Widget);
     suggestions->showRows(source->rankedCompletions(u"jan"_s, {}), {});
+    suggestions->setMinimumHeight(suggestions->height());
     static_cast<void>(suggestions->takeKey(Qt::Key_Down));
     VXAddSection(*column, u"Suggestions for \"jan\""_s, suggestions);
     VXAddSection(*column, u"Nothing yet"_s, new VXPhonebookTokenField(source, nullptr));
@@ -167,6 +168,7 @@ QWidget *VXMakeHotKeysPage()
     auto *const form = new QFormLayout(view);
     form->setContentsMargins(0, 0, 0, 0);
     form->setVerticalSpacing(12);
+    form->setHorizontalSpacing(18);
     auto *const dial = new VXHotKeyRecorder(u"dial"_s);
     dial->setStandard(VXKeyCombination::fromText(u"Super+D"_s).value_or(VXKeyCombination()));
     auto *const recording = new VXHotKeyRecorder;

@@ -18,6 +18,8 @@
 #include <QtWidgets/QListView>
 #include <QtWidgets/QTreeView>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -32,18 +34,32 @@ public:
     Q_INVOKABLE void cancel(QObject *) {}
 };
 
-VXActivity::Ptr addActivity(const QString &title, const QString &subtitle, double value, double maximum, QObject *owner)
+/** A page with activities that run as long as it is there: they end before what shows them goes. */
+class BusyPage : public QWidget
 {
-    VXActivityManager &manager = VXActivityManager::sharedActivityManager();
-    const VXActivity::Ptr activity = manager.addActivityWithTitle(VXGalleryString(title));
-    activity->setSubtitle(VXGalleryString(subtitle));
-    activity->setDoubleValue(value);
-    activity->setMaxValue(maximum);
-    activity->setDelegate(owner);
-    QObject::connect(owner, &QObject::destroyed,
-                     [activity] { VXActivityManager::sharedActivityManager().removeActivity(activity); });
-    return activity;
-}
+public:
+    ~BusyPage() override
+    {
+        for (const VXActivity::Ptr &activity : std::as_const(_activities))
+            VXActivityManager::sharedActivityManager().removeActivity(activity);
+    }
+
+    VXActivity::Ptr addActivity(const QString &title, const QString &subtitle, double value, double maximum)
+    {
+        VXActivityManager &manager = VXActivityManager::sharedActivityManager();
+        const VXActivity::Ptr activity = manager.addActivityWithTitle(VXGalleryString(title));
+        activity->setSubtitle(VXGalleryString(subtitle));
+        activity->setDoubleValue(value);
+        activity->setMaxValue(maximum);
+        activity->setDelegate(&_stoppable);
+        _activities.append(activity);
+        return activity;
+    }
+
+private:
+    Stoppable _stoppable;
+    QList<VXActivity::Ptr> _activities;
+};
 
 QStandardItemModel *callsModel(QObject *parent)
 {
@@ -68,14 +84,13 @@ QStandardItemModel *callsModel(QObject *parent)
 QWidget *VXMakeActivitiesPage()
 {
     QVBoxLayout *column = nullptr;
-    QWidget *const page =
-        VXMakePage(u"Status bar"_s, u"What runs stands below the window, each with its stop button."_s, &column);
-    auto *const stoppable = new Stoppable(page);
-    const VXActivity::Ptr reading = addActivity(u"Nokia"_s, u"messages 340 of 1200"_s, 340, 1200, stoppable);
-    addActivity(u"Backup"_s, u"contacts"_s, 0, 0, stoppable);
-    const VXActivity::Ptr loading = addActivity(u"Downloading a plugin"_s, u"1.2 of 3.4 MB"_s, 1.2, 3.4, stoppable);
+    auto *const page = new BusyPage;
+    VXMakePage(u"Status bar"_s, u"What runs stands below the window, each with its stop button."_s, &column, page);
     auto *const bar = new VXStatusBar;
     bar->activityList().setDelay(0);
+    const VXActivity::Ptr reading = page->addActivity(u"Nokia"_s, u"messages 340 of 1200"_s, 340, 1200);
+    page->addActivity(u"Backup"_s, u"contacts"_s, 0, 0);
+    const VXActivity::Ptr loading = page->addActivity(u"Downloading a plugin"_s, u"1.2 of 3.4 MB"_s, 1.2, 3.4);
     bar->setText(VXGalleryString(u"1,204 contacts, 2 phones"_s));
     VXAddSection(*column, u"Running"_s, bar);
     auto *const blocks = new QWidget;
@@ -117,7 +132,9 @@ QWidget *VXMakeTablesPage()
     }());
     folders->setCurrentIndex(folders->model()->index(0, 0));
     folders->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    folders->setAccessibleName(VXGalleryString(u"Folders"_s));
     auto *const table = new QTreeView;
+    table->setAccessibleName(VXGalleryString(u"All calls"_s));
     table->setRootIsDecorated(false);
     table->setUniformRowHeights(true);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -167,6 +184,7 @@ QWidget *VXMakeDevicesPage()
     delegate->setOnlineRole(onlineRole);
     list->setItemDelegate(delegate);
     list->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    list->setAccessibleName(VXGalleryString(u"Phones"_s));
     list->setMaximumHeight(90);
     list->setProperty("vxFramed", true);
     VXAddSection(*column, u"Marks in a list"_s, list);

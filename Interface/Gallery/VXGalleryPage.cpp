@@ -3,6 +3,7 @@
 #include "VXInterface.h"
 #include "VXTextLabel.h"
 
+#include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QWidget>
 
@@ -13,9 +14,10 @@ QString VXGalleryString(const QString &key)
     return VXInterfaceString(key, u"Gallery"_s);
 }
 
-QWidget *VXMakePage(const QString &title, const QString &text, QVBoxLayout **column)
+QWidget *VXMakePage(const QString &title, const QString &text, QVBoxLayout **column, QWidget *page)
 {
-    auto *const page = new QWidget;
+    if (page == nullptr)
+        page = new QWidget;
     *column = new QVBoxLayout(page);
     (*column)->setContentsMargins(32, 26, 32, 26);
     (*column)->setSpacing(8);
@@ -29,7 +31,8 @@ void VXAddSection(QVBoxLayout &column, const QString &title, QWidget *content)
     column.addSpacing(14);
     if (!title.isEmpty())
         column.addWidget(new VXTextLabel(VXGalleryString(title), VXTextLabel::Role::Title));
-    column.addWidget(content);
+    const bool isButton = qobject_cast<QAbstractButton *>(content) != nullptr;
+    column.addWidget(content, 0, isButton ? Qt::AlignLeft : Qt::Alignment());
 }
 
 QList<VXGalleryPage> VXGalleryPages()

@@ -25,8 +25,8 @@ QString VXGalleryString(const QString &key);
 
 // What pages are put together of.
 
-/** A page with a headline and what the piece is for. */
-QWidget *VXMakePage(const QString &title, const QString &text, QVBoxLayout **column);
+/** A page with a headline and what the piece is for; in `page` where that is given. */
+QWidget *VXMakePage(const QString &title, const QString &text, QVBoxLayout **column, QWidget *page = nullptr);
 /** A titled part of a page. */
 void VXAddSection(QVBoxLayout &column, const QString &title, QWidget *content);
 

@@ -96,7 +96,8 @@ void VXTemplateEditor::showFieldMenu()
 QString VXTemplateEditor::example() const
 {
     QString text;
-    for (const Part &part : attributedTemplate().parts()) {
+    const VXAttributedTemplate value = attributedTemplate();
+    for (const Part &part : value.parts()) {
         const auto known = std::ranges::find(_fields, part.key, &VXTemplateField::key);
         if (!part.isField())
             text += part.text;

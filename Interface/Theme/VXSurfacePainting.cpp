@@ -13,7 +13,7 @@ void VXPaintFloatingSurface(QPainter &painter, const QRect &rect, int shadow, in
     for (int step = shadow; step > 0; --step) {
         QColor color = colors.shadow;
         const double strength = 1.0 - double(step) / (shadow + 1);
-        color.setAlphaF(float(color.alphaF() * strength * strength * 0.28));
+        color.setAlphaF(float(color.alphaF() * strength * strength * 0.12));
         painter.setBrush(color);
         const QRectF spread = inner.adjusted(-step, -step + 2, step, step + 2);
         painter.drawRoundedRect(spread, radius + step, radius + step);

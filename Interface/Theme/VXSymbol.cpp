@@ -12,6 +12,8 @@
 #include <QtGui/QPixmapCache>
 #include <QtSvg/QSvgRenderer>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -42,37 +44,50 @@ QColor colorOf(VXSymbol::Tone tone, QIcon::Mode mode)
     return colors.text;
 }
 
-/** Draws the SVG anew in the colour of the moment, so that a change of the theme shows at the next painting. */
+/** Draws in the colour of the moment, so that a change of the theme shows at the next painting. */
 class ToneIconEngine : public QIconEngine
 {
 public:
-    ToneIconEngine(QByteArray drawing, VXSymbol::Tone tone) : _drawing(std::move(drawing)), _tone(tone) {}
+    ToneIconEngine(QString name, QByteArray drawing, VXSymbol::Tone tone)
+        : _name(std::move(name)), _drawing(std::move(drawing)), _tone(tone)
+    {
+    }
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
     {
-        QByteArray colored = _drawing;
-        colored.replace("currentColor", colorOf(_tone, mode).name().toLatin1());
-        QSvgRenderer(colored).render(painter, rect);
+        painter->drawPixmap(rect, drawn(rect.size() * painter->device()->devicePixelRatio(), mode));
     }
 
-    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
-    {
-        return scaledPixmap(size, mode, state, 1.0);
-    }
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State) override { return drawn(size, mode); }
 
-    QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State state, qreal) override
+    QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State, qreal) override
     {
-        QPixmap pixmap(size); // in device pixels
-        pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        paint(&painter, pixmap.rect(), mode, state);
-        return pixmap;
+        return drawn(size, mode);
     }
 
     QIconEngine *clone() const override { return new ToneIconEngine(*this); }
     bool isNull() override { return false; }
 
 private:
+    // Lists paint the same few symbols for every row.
+    QPixmap drawn(const QSize &pixels, QIcon::Mode mode) const
+    {
+        const QString color = colorOf(_tone, mode).name();
+        const QString key = u"vornix %1 %2 %3 %4"_s.arg(_name, color).arg(pixels.width()).arg(pixels.height());
+        QPixmap pixmap;
+        if (QPixmapCache::find(key, &pixmap))
+            return pixmap;
+        pixmap = QPixmap(pixels);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        QByteArray colored = _drawing;
+        QSvgRenderer(colored.replace("currentColor", color.toLatin1())).render(&painter);
+        painter.end();
+        QPixmapCache::insert(key, pixmap);
+        return pixmap;
+    }
+
+    const QString _name;
     const QByteArray _drawing;
     const VXSymbol::Tone _tone;
 };
@@ -89,7 +104,7 @@ QIcon VXSymbol::named(const QString &name, Tone tone)
             VXLog::log(VXLogError, u"There is no icon \"%1\""_s.arg(name));
         drawing = drawings.insert(name, file.isOpen() ? file.readAll() : QByteArray());
     }
-    return drawing->isEmpty() ? QIcon() : QIcon(new ToneIconEngine(*drawing, tone));
+    return drawing->isEmpty() ? QIcon() : QIcon(new ToneIconEngine(name, *drawing, tone));
 }
 
 QStringList VXSymbol::names()

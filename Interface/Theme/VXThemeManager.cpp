@@ -5,13 +5,13 @@
 #include "VXLog.h"
 #include "VXMainThread.h"
 #include "VXNotificationCenter.h"
+#include "VXThemeStyle.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QStyleFactory>
 
 #include <array>
 #include <utility>
@@ -51,7 +51,7 @@ VXThemeManager::VXThemeManager()
     : _startedDark(QApplication::palette().color(QPalette::Window).lightness() < darkBelow),
       _appearance(VXDesktopAppearance::sessionAppearance())
 {
-    QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
+    QApplication::setStyle(new VXThemeStyle); // the application owns it
     connect(_appearance.get(), &VXDesktopAppearance::colorSchemeDidChange, this, &VXThemeManager::apply);
     const auto follow = [manager = QPointer(this)](const VXNotification &) {
         VXMainThread::perform([manager] {

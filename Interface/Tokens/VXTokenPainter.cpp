@@ -5,7 +5,6 @@
 #include "VXTokenFormat.h"
 #include "VXTokenTextEdit.h"
 
-#include <QtGui/QFontMetrics>
 #include <QtGui/QPainter>
 #include <QtWidgets/QTextEdit>
 
@@ -17,6 +16,8 @@ constexpr int sidePadding = 8;
 constexpr int topPadding = 2;
 constexpr int margin = 2; // between tokens
 constexpr int iconGap = 4;
+constexpr int lift = 2;            // its middle stands on the line of the texts around, and theirs above
+constexpr int spare = 2;           // widths are not whole pixels
 constexpr int flashInterval = 140; // ms
 constexpr int flashes = 6;         // on and off
 
@@ -65,6 +66,11 @@ VXTokenPainter::VXTokenPainter(QTextEdit &edit) : QObject(&edit), _edit(edit)
     });
 }
 
+int VXTokenPainter::heightOf(const QFontMetrics &metrics)
+{
+    return metrics.height() + 2 * topPadding + 2;
+}
+
 void VXTokenPainter::flash(int position)
 {
     _flashingPosition = position;
@@ -88,8 +94,9 @@ QSizeF VXTokenPainter::intrinsicSize(QTextDocument *, int, const QTextFormat &fo
     const int chrome = 2 * (sidePadding + margin) + (hasIcon ? iconSizeOf(metrics) + iconGap : 0);
     // A long one is cut, so that it never takes more than a line.
     const int most = std::max(_edit.viewport()->width() - 24, 80);
-    const int wanted = metrics.horizontalAdvance(format.stringProperty(VXTokenFormat::Label)) + chrome;
-    return QSizeF(std::min(wanted, most), metrics.height() + 2 * topPadding + 2);
+    const int label = metrics.horizontalAdvance(format.stringProperty(VXTokenFormat::Label)) + spare;
+    const int wanted = label + chrome;
+    return QSizeF(std::min(wanted, most), heightOf(metrics));
 }
 
 void VXTokenPainter::drawObject(QPainter *painter, const QRectF &rect, QTextDocument *, int position,
@@ -102,7 +109,7 @@ void VXTokenPainter::drawObject(QPainter *painter, const QRectF &rect, QTextDocu
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(QPen(look.line, 1, mood == Mood::Unsure ? Qt::DashLine : Qt::SolidLine));
     painter->setBrush(look.fill);
-    const QRectF body = rect.adjusted(margin + 0.5, 1.5, -margin - 0.5, -1.5);
+    const QRectF body = rect.adjusted(margin + 0.5, 1.5, -margin - 0.5, -1.5).translated(0, -lift);
     painter->drawRoundedRect(body, body.height() / 2, body.height() / 2);
 
     QRectF inside = body.adjusted(sidePadding, 0, -sidePadding, 0);

@@ -2,6 +2,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QTimer>
+#include <QtGui/QFontMetrics>
 #include <QtGui/QTextObjectInterface>
 
 class QTextEdit;
@@ -16,6 +17,9 @@ public:
     static constexpr int objectType = QTextFormat::UserObject + 1;
 
     explicit VXTokenPainter(QTextEdit &edit);
+
+    /** Of a token, and so of a line with tokens. */
+    static int heightOf(const QFontMetrics &metrics);
 
     QSizeF intrinsicSize(QTextDocument *document, int position, const QTextFormat &format) override;
     void drawObject(QPainter *painter, const QRectF &rect, QTextDocument *document, int position,

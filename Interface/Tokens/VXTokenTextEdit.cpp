@@ -14,6 +14,7 @@
 #include <QtWidgets/QToolTip>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -283,10 +284,11 @@ void VXTokenTextEdit::setLineRange(int fewest, int most)
 
 void VXTokenTextEdit::followHeight()
 {
-    const int line = fontMetrics().height() + 8;
-    const int frame = 2 * frameWidth() + 8;
-    const int wanted = static_cast<int>(document()->size().height()) + frame;
-    const int height = std::clamp(wanted, _fewestLines * line + frame, _mostLines * line + frame);
+    const int line = VXTokenPainter::heightOf(fontMetrics());
+    const int margins = 2 * static_cast<int>(document()->documentMargin());
+    const int frame = this->height() - contentsRect().height();
+    const int wanted = static_cast<int>(std::ceil(document()->size().height()));
+    const int height = frame + std::clamp(wanted, _fewestLines * line + margins, _mostLines * line + margins);
     if (height != minimumHeight() || height != maximumHeight())
         setFixedHeight(height);
 }
@@ -312,5 +314,6 @@ void VXTokenTextEdit::changeEvent(QEvent *event)
 void VXTokenTextEdit::resizeEvent(QResizeEvent *event)
 {
     QTextEdit::resizeEvent(event);
+    followHeight(); // the frame may have become another one
     document()->markContentsDirty(0, document()->characterCount());
 }

@@ -67,6 +67,3 @@ private:
     int _second = 1000;
     int _seconds = 0;
 };
-
-/** The picture as a disc of that many pixels, for people in lists and notices; drawn from the initials without one. */
-VX_INTERFACE_EXPORT QPixmap VXRoundPicture(const QImage &picture, const QString &name, int size, qreal ratio);

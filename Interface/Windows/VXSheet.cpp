@@ -31,7 +31,8 @@ QWidgetList focusChain(const QWidget &content)
 VXSheet::VXSheet(QWidget *content) : _content(content)
 {
     content->setParent(this);
-    setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_NoMousePropagation);
+    setAccessibleName(content->accessibleName());
 }
 
 VXSheet::~VXSheet()

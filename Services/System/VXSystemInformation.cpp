@@ -4,7 +4,6 @@
 #include "VXX11Connection.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QSysInfo>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusUnixFileDescriptor>
@@ -79,11 +78,6 @@ std::optional<milliseconds> VXIdleTime()
 {
     const auto told = idleTimeOfMonitor();
     return told ? told : idleTimeOfXServer();
-}
-
-QString VXMachineArchitecture()
-{
-    return QSysInfo::currentCpuArchitecture();
 }
 
 VXSleepInhibitor::~VXSleepInhibitor() = default;

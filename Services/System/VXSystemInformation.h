@@ -14,9 +14,6 @@
  */
 [[nodiscard]] VX_SERVICES_EXPORT std::optional<std::chrono::milliseconds> VXIdleTime();
 
-/** The processor's architecture, as "x86_64". Any thread. */
-[[nodiscard]] VX_SERVICES_EXPORT QString VXMachineArchitecture();
-
 /**
  * Keeps the machine from going to sleep while it lives, as while a phone is being written; the kernel lets go when the process
  * ends, however it ends. Main thread only.

@@ -15,11 +15,14 @@ T *VXChild(const QWidget &parent, const QString &name = {})
     return parent.findChild<T *>(name);
 }
 
-/** Calls `answer` with the modal window as soon as there is one. */
+/** Calls `answer` with the next modal window as soon as it is there. */
 void VXWhenModal(const std::function<void(QWidget &window)> &answer);
 
 /** Shows the widget in a window of the size, active, as a user would have it before them. */
 void VXShowActive(QWidget &widget, const QSize &size = {400, 300});
+
+/** What assistive technology calls the widget. */
+QString VXAccessibleName(const QWidget &widget);
 
 /** Real key events, one for each character. */
 void VXType(QWidget &widget, const QString &text);

@@ -13,6 +13,8 @@
 #include <QtWidgets/QProgressBar>
 #include <QtWidgets/QPushButton>
 
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -109,7 +111,13 @@ TEST_F(VXWidgetsUserInterfaceTest, AnOpenPanelTakesOnlyWhatItsFilterLetsThrough)
         auto &dialog = dynamic_cast<QFileDialog &>(window);
         auto *const name = VXChild<QLineEdit>(dialog, u"fileNameEdit"_s);
         name->setText(path(u"in/bad.vxdatastore"_s));
+        bool isTold = false;
+        VXWhenModal([&isTold](QWidget &refusal) {
+            isTold = true;
+            VXPress(refusal, Qt::Key_Return);
+        });
         VXPress(*name, Qt::Key_Return);
+        EXPECT_TRUE(isTold);
         EXPECT_TRUE(dialog.isVisible());
         name->setText(path(u"in/good.vxdatastore"_s));
         VXPress(*name, Qt::Key_Return);
@@ -133,7 +141,6 @@ TEST_F(VXWidgetsUserInterfaceTest, ASavePanelAsksBeforeItReplaces)
                 ++asked;
                 VXPress(question, answer);
             });
-            // The question is the modal window only once it is shown.
             static_cast<QDialog &>(window).accept();
         }
     });
@@ -199,6 +206,10 @@ TEST_F(VXWidgetsUserInterfaceTest, NothingIsClickedWhileTheProgressWindowWaits)
 
 TEST_F(VXWidgetsUserInterfaceTest, TheApplicationsEndDismissesAnAlert)
 {
+    std::optional<VXAlertResult> result;
     VXWhenModal([](QWidget &) { QCoreApplication::quit(); });
-    EXPECT_EQ(interface.runAlert(question()).button, VXAlertButton::Alternate);
+    QTimer::singleShot(0, [&] { result = interface.runAlert(question()); });
+    QCoreApplication::exec();
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->button, VXAlertButton::Alternate);
 }

@@ -32,9 +32,10 @@ TEST(VXFilterEditorTest, WhatItShowsSaysTheSame)
         {"from CONTAINS[cd] \"Jane\"", 1, "Caller contains \"Jane\""},
         {"from == \"Jane\"", 1, "Caller is \"Jane\""}, // case counts, and stays so
         {"from CONTAINS[cd] \"Jane\" AND duration >= 10", 2,
-         "All of: Caller contains \"Jane\"; Duration is at least 10\u00a0s"},
+         "All of: Caller contains \"Jane\"; Duration is at least 10 s"},
         {"from IN[cd] {\"a\", \"b\"} OR missed == YES", 2, "Any of: Caller is one of \"a\", \"b\"; Missed is yes"},
-        {"NOT (missed == YES OR duration BETWEEN {1, 5})", 2, nullptr},
+        {"NOT (missed == YES OR duration BETWEEN {1, 65})", 2,
+         "None of: Missed is yes; Duration is between 1 s and 1 min\u00a05 s"},
         {"NOT from CONTAINS[cd] \"x\"", 1, "None of: Caller contains \"x\""},
         {"missed == YES AND (duration > 3 OR duration < 1)", 2, nullptr}, // a group
         {"ANY to == \"x\" AND missed == NO", 2, nullptr},                 // what no row can say
