@@ -78,9 +78,11 @@ void VXSearchField::setResultCount(std::optional<qint64> count)
 void VXSearchField::placeCount()
 {
     _count->adjustSize();
-    const int x = layoutDirection() == Qt::RightToLeft ? buttonWidth + 4 : width() - buttonWidth - 4 - _count->width();
+    const bool isRightToLeft = layoutDirection() == Qt::RightToLeft;
+    const int x = isRightToLeft ? buttonWidth + 4 : width() - buttonWidth - 4 - _count->width();
     _count->move(x, (height() - _count->height()) / 2);
-    setTextMargins(0, 0, _count->isHidden() ? 0 : _count->width() + 4, 0);
+    const int room = _count->isHidden() ? 0 : _count->width() + 4;
+    setTextMargins(isRightToLeft ? room : 0, 0, isRightToLeft ? 0 : room, 0);
 }
 
 void VXSearchField::resizeEvent(QResizeEvent *event)

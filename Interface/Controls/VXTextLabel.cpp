@@ -46,6 +46,15 @@ VXTextLabel::VXTextLabel(const QString &text, Role role, QWidget *parent) : QLab
     if (isQuiet(role))
         setProperty("vxTone", u"quiet"_s); // the style sheet's
     updateFont();
+    followDirection();
+}
+
+void VXTextLabel::followDirection()
+{
+    if (alignment().testFlag(Qt::AlignHCenter))
+        return;
+    const Qt::Alignment side = layoutDirection() == Qt::RightToLeft ? Qt::AlignRight : Qt::AlignLeft;
+    setAlignment((alignment() & Qt::AlignVertical_Mask) | side | Qt::AlignAbsolute);
 }
 
 void VXTextLabel::updateFont()
@@ -71,6 +80,8 @@ void VXTextLabel::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::ApplicationFontChange && !_isUpdatingFont)
         updateFont();
+    else if (event->type() == QEvent::LayoutDirectionChange)
+        followDirection();
     QLabel::changeEvent(event);
 }
 

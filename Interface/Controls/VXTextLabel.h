@@ -6,7 +6,7 @@
 
 /**
  * A text that wraps and takes the height it needs, in one of the few sizes that the windows have. Plain text: what comes from
- * outside is never taken for markup.
+ * outside is never taken for markup. It begins where the layout does, whatever it is written in.
  */
 class VX_INTERFACE_EXPORT VXTextLabel : public QLabel
 {
@@ -33,6 +33,7 @@ protected:
 
 private:
     void updateFont();
+    void followDirection();
 
     const Role _role;
     bool _isUpdatingFont = false;

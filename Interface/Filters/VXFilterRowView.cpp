@@ -69,7 +69,7 @@ void VXFilterRowView::makeComparison(const VXPredicate *predicate)
     for (const VXFilterField &each : _fields)
         _field->addItem(each.title, each.key);
     _field->setAccessibleName(text(u"Field"_s));
-    _operator->setMinimumWidth(widthOfOperators());
+    _operator->setMinimumContentsLength(lengthOfOperators());
     _operator->setAccessibleName(text(u"Comparison"_s));
     auto *const row = static_cast<QHBoxLayout *>(layout());
     row->addWidget(_field);
@@ -140,15 +140,14 @@ void VXFilterRowView::fieldChanged()
 }
 
 // The same in each row, so that values stand below each other.
-int VXFilterRowView::widthOfOperators() const
+int VXFilterRowView::lengthOfOperators() const
 {
-    constexpr int arrowAndFrame = 40;
     int widest = 0;
     for (const VXFilterField &each : _fields) {
         for (const Operator comparison : each.operators())
             widest = std::max(widest, fontMetrics().horizontalAdvance(each.titleOf(comparison)));
     }
-    return widest + arrowAndFrame;
+    return widest / fontMetrics().horizontalAdvance(u'X') + 1; // boxes count in that letter
 }
 
 const VXFilterField &VXFilterRowView::field() const

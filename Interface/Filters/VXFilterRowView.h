@@ -35,7 +35,7 @@ private:
     void makeText(const VXPredicate &predicate);
     void addRemoveButton();
     void fieldChanged();
-    int widthOfOperators() const;
+    int lengthOfOperators() const;
     const VXFilterField &field() const;
     VXPredicate::Operator comparison() const;
 

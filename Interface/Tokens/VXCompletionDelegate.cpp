@@ -60,12 +60,11 @@ void VXCompletionDelegate::paint(QPainter *painter, const QStyleOptionViewItem &
         titleRect.setRight(inside.right() - lineWidth - gap);
     painter->setFont(option.font);
     painter->setPen(isChosen ? colors.onAccent : colors.text);
-    const int leading = isRightToLeft ? Qt::AlignRight : Qt::AlignLeft;
-    const int trailing = isRightToLeft ? Qt::AlignLeft : Qt::AlignRight;
-    painter->drawText(titleRect, leading | Qt::AlignVCenter | Qt::TextSingleLine,
+    painter->setLayoutDirection(option.direction); // mirrors the alignments
+    painter->drawText(titleRect, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
                       option.fontMetrics.elidedText(title, Qt::ElideRight, titleRect.width()));
     painter->setPen(isChosen ? colors.onAccent : colors.quietText);
     if (lineWidth > 0)
-        painter->drawText(inside, trailing | Qt::AlignVCenter | Qt::TextSingleLine, line);
+        painter->drawText(inside, Qt::AlignTrailing | Qt::AlignVCenter | Qt::TextSingleLine, line);
     painter->restore();
 }

@@ -12,6 +12,7 @@
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QClipboard>
 #include <QtGui/QKeyEvent>
+#include <QtGui/QTextOption>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QMenu>
 
@@ -43,6 +44,7 @@ VXPhonebookTokenField::VXPhonebookTokenField(std::shared_ptr<VXAddressSource> so
     _rest.callOnTimeout(this, &VXPhonebookTokenField::suggest);
     connect(_completions, &VXCompletionWindow::rowWanted, this, &VXPhonebookTokenField::take);
     connect(this, &QTextEdit::textChanged, this, &VXPhonebookTokenField::tellOfChange);
+    followDirection();
 }
 
 VXPhonebookTokenField::~VXPhonebookTokenField() = default;
@@ -329,6 +331,21 @@ void VXPhonebookTokenField::hideEvent(QHideEvent *event)
 {
     closeSuggestions();
     VXTokenTextEdit::hideEvent(event);
+}
+
+void VXPhonebookTokenField::changeEvent(QEvent *event)
+{
+    VXTokenTextEdit::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange)
+        followDirection();
+}
+
+// By themselves tokens would stand from left to right: they have no letters.
+void VXPhonebookTokenField::followDirection()
+{
+    QTextOption option = document()->defaultTextOption();
+    option.setTextDirection(layoutDirection());
+    document()->setDefaultTextOption(option);
 }
 
 void VXPhonebookTokenField::resizeEvent(QResizeEvent *event)

@@ -60,6 +60,7 @@ protected:
     void inputMethodEvent(QInputMethodEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
     bool focusNextPrevChild(bool next) override;
+    void changeEvent(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void hideEvent(QHideEvent *event) override;
 
@@ -74,6 +75,7 @@ private:
     int insertAddresses(QTextCursor &cursor, const QStringList &strings);
     void insertAsked(const QStringList &strings);
     void tellOfChange();
+    void followDirection();
 
     const std::shared_ptr<VXAddressSource> _source;
     VXCompletionWindow *const _completions;

@@ -2,8 +2,8 @@
 
 #include "VXSessionBus.h"
 
-#include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusPendingCallWatcher>
+#include <QtDBus/QDBusVariant>
 
 #include <utility>
 
@@ -39,8 +39,7 @@ VXPortalAppearance::VXPortalAppearance(const QDBusConnection &bus) : _bus(bus)
 {
     if (!_bus.isConnected())
         return;
-    // From whoever has that path: a portal's new process has another name on the bus.
-    _bus.connect({}, path, interface, u"SettingChanged"_s, this, SLOT(settingChanged(QString, QString, QDBusVariant)));
+    _bus.connect(service, path, interface, u"SettingChanged"_s, this, SLOT(settingChanged(QDBusMessage)));
     const QDBusMessage answer = _bus.call(question(), QDBus::Block, startWaits);
     if (answer.type() == QDBusMessage::ReplyMessage)
         takeOverAnswer(answer);
@@ -63,18 +62,18 @@ void VXPortalAppearance::takeOverAnswer(const QDBusMessage &answer)
         takeOver(answer.arguments().first());
 }
 
-void VXPortalAppearance::settingChanged(const QString &changedGroup, const QString &changedKey,
-                                        const QDBusVariant &value)
+void VXPortalAppearance::settingChanged(const QDBusMessage &signal)
 {
-    if (changedGroup == group && changedKey == key)
-        takeOver(value.variant());
+    const QVariantList arguments = signal.arguments();
+    if (arguments.size() == 3 && arguments[0] == group && arguments[1] == key)
+        takeOver(arguments[2]);
 }
 
 // The answer wraps the value once more than the signal does.
 void VXPortalAppearance::takeOver(const QVariant &value)
 {
     QVariant inner = value;
-    while (inner.canConvert<QDBusVariant>())
+    while (inner.metaType() == QMetaType::fromType<QDBusVariant>())
         inner = inner.value<QDBusVariant>().variant();
     const uint number = inner.toUInt();
     const auto scheme = number <= 2 ? static_cast<ColorScheme>(number) : ColorScheme::NoPreference;

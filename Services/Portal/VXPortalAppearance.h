@@ -3,9 +3,7 @@
 #include "VXDesktopAppearance.h"
 
 #include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusVariant>
-
-class QDBusMessage;
+#include <QtDBus/QDBusMessage>
 
 /** The portal's setting "color-scheme" of "org.freedesktop.appearance" (interface org.freedesktop.portal.Settings). */
 class VXPortalAppearance : public VXDesktopAppearance
@@ -18,7 +16,7 @@ public:
     ColorScheme colorScheme() const override { return _scheme; }
 
 private Q_SLOTS:
-    void settingChanged(const QString &group, const QString &key, const QDBusVariant &value);
+    void settingChanged(const QDBusMessage &signal);
 
 private:
     void readAgain();

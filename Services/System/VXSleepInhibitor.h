@@ -4,15 +4,7 @@
 
 #include <QtCore/QString>
 
-#include <chrono>
 #include <memory>
-#include <optional>
-
-/**
- * How long the user has touched neither keyboard nor pointer: as the session's idle monitor tells, else the X server's screen
- * saver. None where nobody tells. Waits for the session bus a second at most. Main thread only.
- */
-[[nodiscard]] VX_SERVICES_EXPORT std::optional<std::chrono::milliseconds> VXIdleTime();
 
 /**
  * Keeps the machine from going to sleep while it lives, as while a phone is being written; the kernel lets go when the process

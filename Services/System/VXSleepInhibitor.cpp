@@ -1,18 +1,12 @@
-#include "VXSystemInformation.h"
+#include "VXSleepInhibitor.h"
 
-#include "VXSessionBus.h"
-#include "VXX11Connection.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusUnixFileDescriptor>
 
-#include <xcb/screensaver.h>
-
 using namespace Qt::StringLiterals;
-
-using std::chrono::milliseconds;
 
 namespace {
 
@@ -26,34 +20,6 @@ QVariant answerTo(const QDBusConnection &bus, const QDBusMessage &question, QStr
     if (reason != nullptr)
         *reason = answer.errorMessage();
     return {};
-}
-
-std::optional<milliseconds> idleTimeOfMonitor()
-{
-    if (!VXProblemOfSessionBus().isNull())
-        return std::nullopt;
-    const QVariant answer = answerTo(
-        QDBusConnection::sessionBus(),
-        QDBusMessage::createMethodCall(u"org.gnome.Mutter.IdleMonitor"_s, u"/org/gnome/Mutter/IdleMonitor/Core"_s,
-                                       u"org.gnome.Mutter.IdleMonitor"_s, u"GetIdletime"_s));
-    return answer.isValid() ? std::optional(milliseconds(answer.toLongLong())) : std::nullopt;
-}
-
-std::optional<milliseconds> idleTimeOfXServer()
-{
-    if (qEnvironmentVariableIsEmpty("DISPLAY"))
-        return std::nullopt;
-    const VXX11Connection connection;
-    if (!connection.isUp() || connection.rootWindows().isEmpty())
-        return std::nullopt;
-    const xcb_query_extension_reply_t *const extension = xcb_get_extension_data(connection.get(), &xcb_screensaver_id);
-    if (extension == nullptr || extension->present == 0)
-        return std::nullopt;
-    const xcb_screensaver_query_info_cookie_t cookie =
-        xcb_screensaver_query_info(connection.get(), connection.rootWindows().first());
-    const VXX11Reply<xcb_screensaver_query_info_reply_t> info(
-        xcb_screensaver_query_info_reply(connection.get(), cookie, nullptr));
-    return info ? std::optional(milliseconds(info->ms_since_user_input)) : std::nullopt;
 }
 
 /** Holds logind's descriptor open. */
@@ -73,12 +39,6 @@ private:
 };
 
 } // namespace
-
-std::optional<milliseconds> VXIdleTime()
-{
-    const auto told = idleTimeOfMonitor();
-    return told ? told : idleTimeOfXServer();
-}
 
 VXSleepInhibitor::~VXSleepInhibitor() = default;
 
