@@ -13,6 +13,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+// Its stop button may be what ended the activity.
+void takeAway(QWidget *view)
+{
+    view->setParent(nullptr);
+    view->deleteLater();
+}
+
 /** All running activities above each other; follows the list. */
 class AllActivities : public QWidget
 {
@@ -34,7 +41,7 @@ private:
     void fill()
     {
         while (QLayoutItem *const item = _column->takeAt(0)) {
-            delete item->widget();
+            takeAway(item->widget());
             delete item;
         }
         const QList<VXActivity::Ptr> activities = _list.activities();
@@ -95,7 +102,9 @@ void VXStatusBar::update()
 {
     const QList<VXActivity::Ptr> activities = _list->activities();
     if (!_view || activities.isEmpty() || _view->activity() != activities.first()) {
-        delete _view;
+        if (_view)
+            takeAway(_view);
+        _view.clear();
         if (!activities.isEmpty()) {
             _view = new VXActivityView(activities.first());
             _place->layout()->addWidget(_view);

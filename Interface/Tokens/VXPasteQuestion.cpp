@@ -11,8 +11,8 @@
 
 using namespace Qt::StringLiterals;
 
-VXPasteQuestion::VXPasteQuestion(qsizetype count, std::function<void()> yes, QWidget &field)
-    : QFrame(&field), _yes(std::move(yes))
+VXPasteQuestion::VXPasteQuestion(qsizetype count, std::function<void(bool isYes)> answered, QWidget &field)
+    : QFrame(&field), _answered(std::move(answered))
 {
     setProperty("vxSurface", u"card"_s);
     auto *const text = new VXTextLabel(VXInterfaceString(u"Add %1 recipients?"_s).arg(count));
@@ -49,10 +49,10 @@ void VXPasteQuestion::keyPressEvent(QKeyEvent *event)
 
 void VXPasteQuestion::answer(bool isYes)
 {
-    const auto yes = std::exchange(_yes, nullptr);
+    const auto answered = std::exchange(_answered, nullptr);
     parentWidget()->setFocus();
     hide();
     deleteLater();
-    if (isYes && yes)
-        yes();
+    if (answered)
+        answered(isYes);
 }

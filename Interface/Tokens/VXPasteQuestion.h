@@ -10,7 +10,7 @@ class VXPasteQuestion : public QFrame
     Q_OBJECT
 
 public:
-    VXPasteQuestion(qsizetype count, std::function<void()> yes, QWidget &field);
+    VXPasteQuestion(qsizetype count, std::function<void(bool isYes)> answered, QWidget &field);
 
     /** At the lower edge of its field. */
     void place();
@@ -21,5 +21,5 @@ protected:
 private:
     void answer(bool isYes);
 
-    std::function<void()> _yes;
+    std::function<void(bool isYes)> _answered; // once
 };

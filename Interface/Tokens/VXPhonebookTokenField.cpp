@@ -25,6 +25,7 @@ using State = VXPhonebookToken::State;
 
 namespace {
 
+constexpr int mostLines = 4;
 constexpr int restInterval = 150; // ms before suggestions
 
 } // namespace
@@ -351,7 +352,7 @@ void VXPhonebookTokenField::followDirection()
 void VXPhonebookTokenField::resizeEvent(QResizeEvent *event)
 {
     VXTokenTextEdit::resizeEvent(event);
-    if (_question != nullptr)
+    if (_question)
         _question->place();
 }
 
@@ -384,9 +385,13 @@ void VXPhonebookTokenField::insertText(const QString &text)
     if (strings.size() <= pasteWithoutAsking)
         return insertAsked(strings);
     delete _question;
-    _question = new VXPasteQuestion(
-        strings.size(), [this, strings] { insertAsked(strings); }, *this);
-    connect(_question, &QObject::destroyed, this, [this] { _question = nullptr; });
+    setLineRange(2, mostLines); // room for the question
+    const auto answered = [this, strings](bool isYes) {
+        setLineRange(1, mostLines);
+        if (isYes)
+            insertAsked(strings);
+    };
+    _question = new VXPasteQuestion(strings.size(), answered, *this);
 }
 
 void VXPhonebookTokenField::insertAsked(const QStringList &strings)

@@ -4,6 +4,7 @@
 #include "VXInterfaceExport.h"
 #include "VXTokenTextEdit.h"
 
+#include <QtCore/QPointer>
 #include <QtCore/QStringList>
 #include <QtCore/QTimer>
 
@@ -79,7 +80,7 @@ private:
 
     const std::shared_ptr<VXAddressSource> _source;
     VXCompletionWindow *const _completions;
-    VXPasteQuestion *_question = nullptr;
+    QPointer<VXPasteQuestion> _question;
     QTimer _rest;
     QStringList _told; // payloads
 };

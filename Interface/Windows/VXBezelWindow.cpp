@@ -51,7 +51,8 @@ bool VXBezelWindow::canPlaceWindows()
 void VXBezelWindow::showNotice(const VXBezelNotice &notice)
 {
     while (QLayoutItem *const item = layout()->takeAt(0)) {
-        delete item->widget();
+        item->widget()->hide();
+        item->widget()->deleteLater(); // it may be one of its buttons that shows the next notice
         delete item;
     }
     fill(notice);

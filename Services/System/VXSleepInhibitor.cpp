@@ -1,6 +1,5 @@
 #include "VXSleepInhibitor.h"
 
-
 #include <QtCore/QCoreApplication>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>

@@ -28,7 +28,12 @@ class Stoppable : public QObject
 
 public:
     int cancels = 0;
-    Q_INVOKABLE void cancel(QObject *) { ++cancels; }
+    VXActivity::Ptr endsAtOnce;
+    Q_INVOKABLE void cancel(QObject *)
+    {
+        ++cancels;
+        VXActivityManager::sharedActivityManager().removeActivity(endsAtOnce);
+    }
 };
 
 class Command : public QObject
@@ -157,7 +162,11 @@ TEST_F(VXControlsTest, TheStatusBarShowsWhatRunsAndStopsIt)
     EXPECT_EQ(work.cancels, 1);
     manager.removeActivity(first);
     EXPECT_FALSE(VXChild<VXActivityView>(bar)->canStop()); // the other has nobody to ask
-    manager.removeActivity(second);
+    second->setDelegate(&work);
+    work.endsAtOnce = second;
+    ASSERT_TRUE(VXRunUntil([&] { return VXChild<VXActivityView>(bar)->canStop(); }));
+    QTest::mouseClick(VXChild<QToolButton>(*VXChild<VXActivityView>(bar)), Qt::LeftButton);
+    EXPECT_EQ(work.cancels, 2);
     EXPECT_EQ(VXChild<VXActivityView>(bar), nullptr);
 }
 

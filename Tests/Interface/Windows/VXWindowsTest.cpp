@@ -13,6 +13,7 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QToolButton>
 
 #include <algorithm>
 #include <cmath>
@@ -114,10 +115,16 @@ TEST_F(VXWindowsTest, ABezelTakesNoFocusAndGoesByItself)
     EXPECT_EQ(bezel.accessibleName(), u"Incoming call Jane Doe +44 20 7946 0000"_s);
     ASSERT_TRUE(VXRunUntil([&] { return closes == 1; }));
     int answers = 0;
-    bezel.showNotice({.title = u"Jane"_s, .buttons = {{u"Answer"_s, [&] { ++answers; }, true}}, .seconds = 0});
-    for (QPushButton *const button : bezel.findChildren<QPushButton *>())
-        button->click();
+    const auto answer = [&] {
+        ++answers;
+        bezel.showNotice({.title = u"Talking"_s, .seconds = 0});
+    };
+    bezel.showNotice({.title = u"Jane"_s, .buttons = {{u"Answer"_s, answer, true}}, .seconds = 0});
+    VXChild<QPushButton>(bezel)->click();
     EXPECT_EQ(answers, 1);
+    EXPECT_EQ(bezel.accessibleName(), u"Talking"_s);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    VXChild<QToolButton>(bezel)->click();
     EXPECT_FALSE(bezel.isVisible());
 }
 
