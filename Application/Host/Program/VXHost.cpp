@@ -16,6 +16,7 @@
 #include "VXLog.h"
 #include "VXMetaDataSync.h"
 #include "VXPersistentStore.h"
+#include "VXSleepGuard.h"
 #include "VXTerminalUserInterface.h"
 #include "VXUserDefaults.h"
 #include "VXUserFolders.h"
@@ -124,7 +125,11 @@ int runApplication(VXHostContext &context)
     application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
     application.setDidFinishLaunching(true);
 
-    int status = runInEventLoop(context);
+    int status = VXHostOutput::Failed;
+    {
+        const VXSleepGuard guard;
+        status = runInEventLoop(context);
+    }
     VXPersistentStore::closeAll(); // whoever copies a data file after the end of the program has all of it
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) || !application.relaunchIfDue(&error))

@@ -90,6 +90,7 @@ TEST_F(VXDeviceActionTest, ConcludesAtOnceOrLater)
     for (const bool later : {false, true}) {
         phone->handle([later](VXDeviceAction *handled) {
             EXPECT_EQ(handled->activity()->title(), u"[Nokia] call"_s);
+            EXPECT_EQ(handled->activity()->delegate(), handled); // its stop button cancels
             handled->setProgressMaxValue(3);
             handled->setProgressValue(1);
             handled->incrementProgress();
