@@ -62,9 +62,9 @@ private:
 
     QString surveyEntity(VXSQLiteConnection &connection, const VXEntityDescription &from, QList<Entity> *entities);
     QString obstacleInLists(VXSQLiteConnection &connection, const EntityPlan &plan) const;
-    QString obstacleInLinks();
+    void findLinks();
     QString obstacleInNumbers(VXSQLiteConnection &connection) const;
-    QString obstacleInReferences() const;
+    static bool findBrokenReference(VXSQLiteStore &store, QString *description, VXError *error);
     bool copyNumbers(VXSQLiteConnection &connection, VXError *error) const;
     template <class Each>
     static bool forEachPiece(VXSQLiteConnection &connection, const EntityPlan &plan, const QString &sql,
@@ -135,9 +135,10 @@ QString VXStoreRowCopy::Plan::obstacle(QList<Entity> *entities)
             entity.countOfFamily += other == entities->end() ? 0 : other->count;
         }
     }
-    if (found.isNull())
-        found = obstacleInLinks();
-    return found.isNull() ? obstacleInReferences() : found;
+    if (!found.isNull())
+        return found;
+    findLinks();
+    return findBrokenReference(_source, &found, &error) ? found : error.description();
 }
 
 // The new store has given no numbers so far, so that objects can keep theirs; and all old rows are of entities there are.
@@ -222,17 +223,8 @@ QString VXStoreRowCopy::Plan::obstacleInLists(VXSQLiteConnection &connection, co
     return {};
 }
 
-// Two families must not become one: their objects may have the same numbers.
-QString VXStoreRowCopy::Plan::obstacleInLinks()
+void VXStoreRowCopy::Plan::findLinks()
 {
-    QHash<const VXEntityDescription *, const VXEntityDescription *> roots;
-    for (const EntityPlan &plan : _entities) {
-        const VXEntityDescription *const from = &plan.rows.from().rootEntity();
-        if (roots.value(&plan.rows.to().rootEntity(), from) != from)
-            return u"entities that had different roots have the root \"%1\" now"_s.arg(
-                plan.rows.to().rootEntity().name());
-        roots.insert(&plan.rows.to().rootEntity(), from);
-    }
     QSet<QString> tables;
     for (const EntityPlan &plan : _entities) {
         for (const VXRelationshipDescription *const made : plan.rows.to().relationships()) {
@@ -245,25 +237,26 @@ QString VXStoreRowCopy::Plan::obstacleInLinks()
             tables.insert(link.to.table);
         }
     }
-    return {};
 }
 
-QString VXStoreRowCopy::Plan::obstacleInReferences() const
+// The first one; null when there is none.
+bool VXStoreRowCopy::Plan::findBrokenReference(VXSQLiteStore &store, QString *description, VXError *error)
 {
     QList<VXBrokenReference> broken;
-    VXError error;
-    const VXSQLiteConnectionPool::Lease reader = _source._readers.borrow(&error);
-    for (const VXEntityDescription *const entity : _source.model().entities()) {
+    const VXSQLiteConnectionPool::Lease reader = store._readers.borrow(error);
+    for (const VXEntityDescription *const entity : store.model().entities()) {
         for (const VXRelationshipDescription *const each : entity->relationships()) {
             if (&each->entity() != entity || each->isTransient() || (each->isToMany() && !each->isManyToMany()))
                 continue;
             const QString oneSided = VXSQLiteStore::oneSidedQuery(*each);
-            if (!reader || !_source.findMissingTargets(*each, &broken, &error) ||
-                (!oneSided.isNull() && !_source.addReferences(*reader, *each, oneSided, true, &broken, &error)))
-                return error.description();
+            if (!reader || !store.findMissingTargets(*each, &broken, error) ||
+                (!oneSided.isNull() && !store.addReferences(*reader, *each, oneSided, true, &broken, error)))
+                return false;
         }
     }
-    return broken.isEmpty() ? QString() : broken.constFirst().description();
+    if (!broken.isEmpty())
+        *description = broken.constFirst().description();
+    return true;
 }
 
 // -- Copying and comparing
@@ -380,5 +373,6 @@ bool VXStoreRowCopy::Plan::compare(VXSQLiteConnection &connection, const Progres
             return true;
         }
     }
-    return true;
+    // The pairs being the same ones, they could lead to what was not copied.
+    return findBrokenReference(_destination, difference, error);
 }

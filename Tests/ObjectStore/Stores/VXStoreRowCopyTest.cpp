@@ -233,6 +233,15 @@ const ObstacleRow obstacles[] = {
     {.title = "required and new",
      .change = {"attribute duration: integer32 = 7", "attribute duration: integer32"},
      .obstacle = badValue},
+    {.title = "of no family any more",
+     .change = {"entity Company: Party {", "entity Company {"},
+     .obstacle = "\"Company\" inherits from others"},
+    {.title = "of another family",
+     .change = {"entity Person: Party {", "entity Person: Note {"},
+     .obstacle = "\"Person\" inherits from others"},
+    {.title = "with one more between",
+     .change = {"entity Company: Party {", "entity Firm: Party {} entity Company: Firm {"},
+     .obstacle = "\"Company\" inherits from others"},
     {.title = "not stored any more",
      .change = {"string optional;\n    relationship friends", "string optional transient;\n    relationship friends"},
      .obstacle = "\"name\""},
@@ -270,6 +279,12 @@ TEST_F(VXStoreRowCopyTest, ComparingFindsWhatDiffers)
                "VX_Party SELECT * FROM p; DELETE FROM \"VX_Party.friends\"; INSERT INTO \"VX_Party.friends\" "
                "SELECT * FROM f");
     }
+    // The same pairs in both, and nothing there that they lead to.
+    runSQL(u"old.sqlite"_s, "INSERT INTO \"VX_Party.friends\" VALUES (1, 99)");
+    runSQL(u"new.sqlite"_s, "INSERT INTO \"VX_Party.friends\" VALUES (1, 99)");
+    QString difference;
+    EXPECT_TRUE(copy.compare(goOn, &difference, &error)) << error.description().toStdString();
+    EXPECT_THAT(difference.toStdString(), testing::HasSubstr("/Party/p99, which is not there"));
 }
 
 TEST_F(VXStoreRowCopyTest, WhatIsEndedLeavesNothing)
