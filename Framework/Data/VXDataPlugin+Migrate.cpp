@@ -6,6 +6,7 @@
 #include "VXFramework.h"
 #include "VXGuard.h"
 #include "VXMethodLog.h"
+#include "VXValueIdentity.h"
 
 #include <algorithm>
 #include <exception>
@@ -181,7 +182,8 @@ bool VXDataPlugin::migrateObjectAttribute(const QString &attribute, const VXMana
         VXSetError(error, problem);
         return false;
     }
-    if (VXStoreMigration *const run = VXStoreMigration::current(); run != nullptr && value != before)
+    VXStoreMigration *const run = VXStoreMigration::current();
+    if (run != nullptr && value != before && !VXIsSameValue(value, before)) // not a number is the same, too
         ++run->entity(oldObject->entity().name()).changedValues[attribute];
     if (value.isValid())
         newObject->setAttribute(made->index(), value);

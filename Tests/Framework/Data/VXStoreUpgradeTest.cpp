@@ -65,6 +65,9 @@ TEST_F(VXStoreUpgradeTest, CopiesAllThatBothModelsHaveAndOffersTheOldStoreAsBack
     EXPECT_EQ(log.count(u"Duplicated 1200 Note"_s), 1); // letters are notes
     EXPECT_EQ(log.count(u"Duplicated 400 Letter"_s), 1);
     EXPECT_EQ(log.count(u"] Upgrading store..."_s), 1);
+    const QList<VXEntityMigration> entities = notesPlugin().lastMigration();
+    const auto authors = std::ranges::find(entities, u"Author"_s, &VXEntityMigration::entity);
+    EXPECT_TRUE(authors != entities.end() && authors->isUnchanged()); // what is not a number stays so
     EXPECT_EQ(QDir(data()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{u"notes.vxdatastore"_s});
 }
 
