@@ -418,6 +418,36 @@ class TestNoteOfToday : public VXManagedObject
 
 } // namespace
 
+class VXStoreUpgradeInheritanceTest : public VXStoreUpgradeTest, public testing::WithParamInterface<const char *>
+{
+};
+
+// Letters are no notes any more, so that nothing may lead to one, however they are copied.
+TEST_P(VXStoreUpgradeInheritanceTest, ReferencesThatItAllowedAreLeftOutAndTold)
+{
+    writeOldStore(live, 6);
+    writeNotesPlugin(QString::fromUtf8(GetParam()));
+    ASSERT_TRUE(modelOf(newSource().replace("entity Letter: Note {", "entity Letter { attribute text: string;"))
+                    ->writeToFile(shared() + u"/org.example.notes.vxplugin/Contents/Resources/notes.mom"_s));
+    answerBackup(false);
+    startWith({});
+    const auto store = notesPlugin().persistentStoreCoordinator();
+    ASSERT_TRUE(store) << log.lines().join(u'\n').toStdString();
+    EXPECT_EQ(store->persistentStores().constFirst()->check(), QStringList());
+    const QString after = contentsOfStore(store);
+    EXPECT_EQ(after.count(u"Letter "_s), 2);
+    EXPECT_THAT(after.toStdString(), HasSubstr("notes=(note 0,note 1,note 3,note 4)"));
+    EXPECT_EQ(notesPlugin().property("version"), 1); // the hooks were called
+    QMap<QString, QMap<QString, qint64>> notFound;
+    for (const VXEntityMigration &entity : notesPlugin().lastMigration())
+        notFound.insert(entity.entity, entity.notFound);
+    EXPECT_EQ(notFound[u"Author"_s], (QMap<QString, qint64>{{u"notes"_s, 2}}));
+    EXPECT_EQ(notFound[u"Tag"_s], (QMap<QString, qint64>{{u"notes"_s, 3}})); // one letter has both tags
+    EXPECT_EQ(notFound[u"Note"_s], (QMap<QString, qint64>{{u"children"_s, 2}, {u"parent"_s, 1}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, VXStoreUpgradeInheritanceTest, testing::Values("", "rows"));
+
 TEST_F(VXStoreUpgradeTest, OldObjectsAreNotOfTodaysClasses)
 {
     const auto named = [](QByteArray source) {
