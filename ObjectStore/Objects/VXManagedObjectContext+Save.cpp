@@ -128,6 +128,8 @@ VXManagedObjectContext::Save::Part *VXManagedObjectContext::Save::partFor(const 
 // The values as they are saved. Stores share them from then on, and the object as well.
 VXStoreRow::Ptr VXManagedObjectContext::Save::rowOf(const VXManagedObject &object)
 {
+    if (object._values.use_count() == 1) // else a save that failed left it with a store
+        object._values->shrink();
     if (!VXHasTransientValues(object.entity(), *object._values))
         return object._values;
     auto row = object._values->copy(object._values->version());
