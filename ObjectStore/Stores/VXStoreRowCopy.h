@@ -39,8 +39,11 @@ public:
     VXStoreRowCopy(const VXStoreRowCopy &) = delete;
     VXStoreRowCopy &operator=(const VXStoreRowCopy &) = delete;
 
-    /** To be asked first. @return why this cannot copy them, in English, for the log; null when it can. */
-    QString obstacle();
+    /** To be asked first; the progress is told of no rows, but may end it. @return why this cannot copy them, in English, for
+     * the log; null when it can. */
+    QString obstacle(const Progress &progress = [](qint64) { return true; });
+    /** Of objects and of pairs. */
+    qint64 rowCount() const;
     /** Those that are not abstract. */
     const QList<Entity> &entities() const { return _entities; }
     /** All or nothing. False without an error: the progress ended it. */
