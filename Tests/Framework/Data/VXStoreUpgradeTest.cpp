@@ -267,11 +267,15 @@ INSTANTIATE_TEST_SUITE_P(
                        }}),
     [](const auto &each) { return std::string(each.param.title); });
 
-TEST_F(VXStoreUpgradeTest, KilledUpgradeIsUndoneByTheNextStart)
+class VXStoreKilledUpgradeTest : public VXStoreUpgradeTest, public testing::WithParamInterface<const char *>
+{
+};
+
+TEST_P(VXStoreKilledUpgradeTest, IsUndoneByTheNextStart)
 {
     writeOldStore(live);
     const QString before = contentsOfStore(live);
-    writeNotesPlugin(u"dies"_s);
+    writeNotesPlugin(QString::fromUtf8(GetParam()));
     for (int round = 0; round < 3; ++round) { // it is no crash of the plugin, however often
         EXPECT_EXIT(startWith({}), testing::KilledBySignal(SIGKILL), "");
         EXPECT_EQ(contentsOfStore(QFileInfo::exists(live) ? live : upgrading), before);
@@ -283,6 +287,8 @@ TEST_F(VXStoreUpgradeTest, KilledUpgradeIsUndoneByTheNextStart)
     EXPECT_EQ(log.count(u"Restoring pre-upgrade file: "_s), 3);
     EXPECT_EQ(QDir(data()).entryList({u".vornix-new.*"_s}, QDir::Dirs | QDir::Hidden), QStringList());
 }
+
+INSTANTIATE_TEST_SUITE_P(All, VXStoreKilledUpgradeTest, testing::Values("dies", "rows die"));
 
 TEST_F(VXStoreUpgradeTest, WhatKeepsItFromBeginningIsToldAsCancelled)
 {
@@ -412,16 +418,6 @@ TEST_F(VXStoreUpgradeTest, DanglingReferencesAreLeftOutAndTold)
     EXPECT_EQ(notes->notFound, (QMap<QString, qint64>{{u"author"_s, 3}, {u"tags"_s, 2}}));
 }
 
-namespace {
-
-/** As a plugin's class of today, which counts on today's keys. */
-class TestNoteOfToday : public VXManagedObject
-{
-    void awakeFromFetch() override { EXPECT_TRUE(valueForKey(u"added"_s).isValid()); }
-};
-
-} // namespace
-
 class VXStoreUpgradeInheritanceTest : public VXStoreUpgradeTest, public testing::WithParamInterface<const char *>
 {
 };
@@ -451,6 +447,16 @@ TEST_P(VXStoreUpgradeInheritanceTest, ReferencesThatItAllowedAreLeftOutAndTold)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, VXStoreUpgradeInheritanceTest, testing::Values("", "rows"));
+
+namespace {
+
+/** As a plugin's class of today, which counts on today's keys. */
+class TestNoteOfToday : public VXManagedObject
+{
+    void awakeFromFetch() override { EXPECT_TRUE(valueForKey(u"added"_s).isValid()); }
+};
+
+} // namespace
 
 TEST_F(VXStoreUpgradeTest, OldObjectsAreNotOfTodaysClasses)
 {
