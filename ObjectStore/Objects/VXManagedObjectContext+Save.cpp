@@ -177,11 +177,13 @@ bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXErr
             if (!isGoing && (!isSymmetric || change.source.number() <= target.number()))
                 list->append(target);
         };
-        for (const ObjectPtr &other : set.added()) {
+        const QList<ObjectPtr> added = set.added();
+        for (const ObjectPtr &other : added) {
             if (other->_context != nullptr && !object.isDeleted()) // else it was deleted before it was ever saved
                 add(other->objectID(), &change.added);
         }
-        for (const ObjectID &target : set.removed())
+        const QList<ObjectID> removed = set.removed();
+        for (const ObjectID &target : removed)
             add(target, &change.removed);
         if (change.added.isEmpty() && change.removed.isEmpty())
             continue;
