@@ -4,11 +4,14 @@
 #include "VXMethodLog.h"
 #include "VXStoreRowCopy.h"
 
+#include <typeinfo>
+
 using namespace Qt::StringLiterals;
 
 bool VXDataPlugin::copiesRows(int) const
 {
-    return metaObject() == &VXDataPlugin::staticMetaObject;
+    // Who forgot the Q_OBJECT of a subclass has its hooks all the same.
+    return metaObject() == &VXDataPlugin::staticMetaObject && typeid(*this) == typeid(VXDataPlugin);
 }
 
 // Empty when objects have to be copied one by one. What is copied here is saved at once, and so only into a store that nobody
@@ -22,17 +25,20 @@ std::optional<bool> VXDataPlugin::copyRows(const VXPersistentStoreCoordinator &f
         to.persistentStores().size() != 1)
         return std::nullopt;
     VXStoreRowCopy copy(*from.persistentStores().constFirst(), *to.persistentStores().constFirst());
-    if (const QString obstacle = copy.obstacle(); !obstacle.isNull()) {
-        VXLogMethod(VXLogInfo, operation, "copying objects one by one: "_L1 + obstacle);
-        return std::nullopt;
-    }
-    qint64 total = 0;
-    for (const VXStoreRowCopy::Entity &entity : copy.entities())
-        total += entity.count;
     const auto progress = [&](qint64 rows) {
         run->advance(rows);
         return !run->isCancelled();
     };
+    const QString obstacle = copy.obstacle(progress);
+    if (run->isCancelled()) {
+        VXSetError(error, VXError(VXErrorDomain, VXErrorCancelled));
+        return false;
+    }
+    if (!obstacle.isNull()) {
+        VXLogMethod(VXLogInfo, operation, "copying objects one by one: "_L1 + obstacle);
+        return std::nullopt;
+    }
+    const qint64 total = copy.rowCount();
     VXError problem;
     QString difference;
     run->begin(VXStoreMigration::Phase::Attributes, total);

@@ -195,7 +195,7 @@ public:
     QVariant loadDictionaryFromFilePath(const QString &path, VXError *error = nullptr) const;
 
     // -- Exporting (VXDataPlugin+Export.cpp)
-    /** Asks where to, and whether to validate, which means to copy object by object with the hooks. Failures are shown. */
+    /** Asks where to, and whether to validate, which means to copy the objects as an upgrade does. Failures are shown. */
     Q_INVOKABLE void exportStoreAction();
     /** The same without asking. What lies there goes to the trash once the export is whole. */
     VXError exportStoreTo(const QString &path, bool validates);

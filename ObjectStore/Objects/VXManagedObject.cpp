@@ -184,7 +184,7 @@ QVariantMap VXManagedObject::committedValues(const QStringList &keys) const
         if (relationship == nullptr || !relationship->isToMany())
             committed.insert(each->name(), objectValue(*_row, *each));
         else if (const VXRelatedSet *const set = findRelatedSet(*relationship); set != nullptr && set->isRead())
-            committed.insert(each->name(), variants(_context->objectsWithIDs(set->stored().values())));
+            committed.insert(each->name(), variants(_context->objectsWithIDs(set->stored())));
     }
     return committed;
 }

@@ -129,6 +129,8 @@ VXManagedObjectContext::Save::Part *VXManagedObjectContext::Save::partFor(const 
 // The values as they are saved. Stores share them from then on, and the object as well.
 VXStoreRow::Ptr VXManagedObjectContext::Save::rowOf(const VXManagedObject &object)
 {
+    if (object._values.use_count() == 1) // else a save that failed left it with a store
+        object._values->shrink();
     if (!VXHasTransientValues(object.entity(), *object._values))
         return object._values;
     auto row = object._values->copy(object._values->version());
@@ -176,11 +178,13 @@ bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXErr
             if (!isGoing && (!isSymmetric || change.source.number() <= target.number()))
                 list->append(target);
         };
-        for (const ObjectPtr &other : set.added()) {
+        const QList<ObjectPtr> added = set.added();
+        for (const ObjectPtr &other : added) {
             if (other->_context != nullptr && !object.isDeleted()) // else it was deleted before it was ever saved
                 add(other->objectID(), &change.added);
         }
-        for (const ObjectID &target : set.removed())
+        const QList<ObjectID> removed = set.removed();
+        for (const ObjectID &target : removed)
             add(target, &change.removed);
         if (change.added.isEmpty() && change.removed.isEmpty())
             continue;

@@ -1,5 +1,6 @@
 #include "VXSQLiteFile.h"
 
+#include "VXAtomicFile.h"
 #include "VXObjectStoreError.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
@@ -96,7 +97,6 @@ public:
     Folder &operator=(const Folder &) = delete;
 
     void lock() const { ::flock(_descriptor, LOCK_EX); } // for as long as it takes to make a store
-    void synchronize() const { ::fsync(_descriptor); }
 
 private:
     const int _descriptor;
@@ -188,10 +188,10 @@ bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseco
            copied->execute(u"PRAGMA journal_mode = WAL"_s, error);
 }
 
-bool moveInPlace(const QString &from, const QString &path, const Folder &folder, VXError *error)
+bool moveInPlace(const QString &from, const QString &path, VXError *error)
 {
     if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(path).constData()) == 0) {
-        folder.synchronize();
+        static_cast<void>(VXSynchronizeFolderOf(path)); // it is there all the same
         return true;
     }
     VXSetError(error, writeError(path, qt_error_string()));
@@ -345,7 +345,7 @@ bool VXSQLiteFile::create(const QString &path, const VXSQLiteSchema &schema, con
     const QString aside = place.path() + "/."_L1 + place.fileName() + ".new"_L1;
     removeWithLogs(aside); // left by somebody who died
     VXError problem;
-    if (writeNew(aside, schema, model, metadata, busyTimeout, &problem) && moveInPlace(aside, path, folder, &problem))
+    if (writeNew(aside, schema, model, metadata, busyTimeout, &problem) && moveInPlace(aside, path, &problem))
         return true;
     removeWithLogs(aside);
     VXSetError(error, renamed(problem, path));
@@ -369,7 +369,7 @@ bool VXSQLiteFile::copy(const QString &path, const QString &to, bool mayWrite, s
     const std::optional<bool> isCopied = mayWrite ? copyBytes(path, aside, busyTimeout, &problem) : std::nullopt;
     if (isCopied.value_or(false) || (!isCopied && copyDatabase(path, aside, busyTimeout, &problem)))
         isReady = true;
-    if (isReady && moveInPlace(aside, to, folder, &problem))
+    if (isReady && moveInPlace(aside, to, &problem))
         return true;
     removeWithLogs(aside);
     VXSetError(error, renamed(problem, to));

@@ -266,32 +266,62 @@ void VXStoreRow::setOther(int index, const QVariant &value)
 // In place of what the property had, where there is room for it.
 void VXStoreRow::setBytes(int index, Kind kind, const void *bytes, size_t size)
 {
-    const bool fits = cell(index).kind >= Kind::Text && cell(index).kind <= Kind::Target && cell(index).size >= size;
+    const bool fits = isPacked(index) && cell(index).place.room >= size;
     if (!fits) {
-        if (_used + aligned(size) > _capacity)
-            makeRoom(aligned(size));
-        replace(index, kind).offset = std::exchange(_used, _used + quint32(aligned(size)));
+        const size_t room = aligned(size);
+        if (_used + room > _capacity)
+            makeRoom(index, room);
+        Cell &made = replace(index, kind);
+        made.place.offset = std::exchange(_used, _used + quint32(room));
+        made.place.room = quint32(room);
     }
     Cell &at = cell(index);
     at.kind = kind;
     at.size = quint32(size);
     if (size > 0)
-        std::memmove(static_cast<std::byte *>(_block) + at.offset, bytes, size);
+        std::memmove(static_cast<std::byte *>(_block) + at.place.offset, bytes, size);
 }
 
-// What texts and data were replaced by others is left out.
-void VXStoreRow::makeRoom(size_t size)
+size_t VXStoreRow::liveBytes(int exceptFor) const
 {
-    const size_t capacity = std::max<size_t>(size_t(_capacity) * 2, _used + size);
+    size_t live = sizeof(Cell) * size_t(_count);
+    for (int index = 0; index < _count; ++index) {
+        if (index != exceptFor && isPacked(index))
+            live += aligned(cell(index).size);
+    }
+    return live;
+}
+
+// Twice what it holds then, so that it is not made again for each text, and does not grow with their number.
+void VXStoreRow::makeRoom(int index, size_t size)
+{
+    repack(index, 2 * (liveBytes(index) + size));
+}
+
+void VXStoreRow::shrink()
+{
+    if (const size_t live = liveBytes(-1); _capacity > 2 * live + roomForText * size_t(_count))
+        repack(-1, live);
+}
+
+// What texts and data were replaced by others is left out, and so is the one that is about to be.
+void VXStoreRow::repack(int exceptFor, size_t capacity)
+{
     auto *const block = static_cast<std::byte *>(allocated(capacity));
     const size_t cells = sizeof(Cell) * size_t(_count);
     size_t used = cells;
     for (int index = 0; index < _count; ++index) {
-        if (kind(index) < Kind::Text || kind(index) > Kind::Target)
+        if (!isPacked(index))
             continue;
-        std::memcpy(block + used, bytes(index), cell(index).size);
-        cell(index).offset = quint32(used);
-        used += aligned(cell(index).size);
+        Cell &at = cell(index);
+        if (index == exceptFor) {
+            at.kind = Kind::None;
+            continue;
+        }
+        std::memcpy(block + used, bytes(index), at.size);
+        at.place.offset = quint32(used);
+        at.place.room = quint32(aligned(at.size));
+        used += at.place.room;
     }
     std::memcpy(block, _block, cells);
     std::free(std::exchange(_block, block));

@@ -81,6 +81,10 @@ public:
     void clear(int index) { replace(index, Kind::None); }
     /** Makes it a row without values. */
     void start(int propertyCount, qint64 version);
+    /** Gives back memory where most of it holds nothing. */
+    void shrink();
+    /** Of texts and data, and of the cells. */
+    qsizetype allocatedBytes() const { return _capacity; }
 
 private:
     friend class VXStoreRowBatch;
@@ -90,7 +94,11 @@ private:
         union {
             qint64 number = 0;
             double real;
-            quint32 offset; // in the block
+            struct
+            {
+                quint32 offset; // in the block
+                quint32 room;   // from there on, which what is shorter leaves in part
+            } place;
             QVariant *other;
         };
         quint32 size = 0; // of a text or data, in bytes
@@ -102,7 +110,7 @@ private:
 
     Cell &cell(int index) { return static_cast<Cell *>(_block)[index]; }
     const Cell &cell(int index) const { return static_cast<const Cell *>(_block)[index]; }
-    const void *bytes(int index) const { return static_cast<const std::byte *>(_block) + cell(index).offset; }
+    const void *bytes(int index) const { return static_cast<const std::byte *>(_block) + cell(index).place.offset; }
     Cell &replace(int index, Kind kind)
     {
         Cell &at = cell(index);
@@ -113,7 +121,11 @@ private:
     }
     void setOther(int index, const QVariant &value);
     void setBytes(int index, Kind kind, const void *bytes, size_t size);
-    void makeRoom(size_t size);
+    bool isPacked(int index) const { return kind(index) >= Kind::Text && kind(index) <= Kind::Target; }
+    /** What the values need, but for those of one property; -1: of none. */
+    size_t liveBytes(int exceptFor) const;
+    void makeRoom(int index, size_t size);
+    void repack(int exceptFor, size_t capacity);
     void copyOthers();
     void removeOthers();
 

@@ -16,6 +16,8 @@ namespace {
 
 constexpr int pieceSize = 20'000; // rows of one statement
 
+const QString ended = u"it was to end"_s;
+
 VXSQLiteStore *asSQLite(VXPersistentStore &store)
 {
     return store.type() == VXStoreType::SQLite ? static_cast<VXSQLiteStore *>(&store) : nullptr;
@@ -31,11 +33,23 @@ std::unique_ptr<VXSQLiteConnection> openBoth(const QString &source, const QStrin
     return isOpen ? std::move(connection) : nullptr;
 }
 
+/** Rows of a table of the old file, in the order of a column of numbers. */
+struct Range
+{
+    QString table;
+    QString column;
+    qint64 count = 0;
+    qint64 first = 0;
+    qint64 last = -1;
+};
+
 /** A table of pairs, in both files. */
 struct LinkPlan
 {
-    VXSQLiteLink from;
-    VXSQLiteLink to;
+    Range from; // by Z_SOURCE
+    QString to;
+    QString source; // the column of the new table that has what Z_SOURCE has in the old one
+    QString target;
     const VXRelationshipDescription *relationship;
 };
 
@@ -47,7 +61,8 @@ class VXStoreRowCopy::Plan
 public:
     Plan(VXSQLiteStore &source, VXSQLiteStore &destination) : _source(source), _destination(destination) {}
 
-    QString obstacle(QList<Entity> *entities);
+    QString obstacle(const Progress &progress, QList<Entity> *entities);
+    qint64 rowCount() const;
     bool copy(VXSQLiteConnection &connection, const Progress &progress, VXError *error);
     bool compare(VXSQLiteConnection &connection, const Progress &progress, QString *difference, VXError *error);
 
@@ -55,20 +70,22 @@ private:
     struct EntityPlan
     {
         VXEntityRowPlan rows;
-        qint64 count = 0;
-        qint64 first = 0;
-        qint64 last = 0;
+        Range from = {};
     };
 
-    QString surveyEntity(VXSQLiteConnection &connection, const VXEntityDescription &from, QList<Entity> *entities);
-    QString obstacleInLists(VXSQLiteConnection &connection, const EntityPlan &plan) const;
-    QString obstacleInLinks();
+    QString surveyEntity(VXSQLiteConnection &connection, const VXEntityDescription &from, const Progress &progress,
+                         QList<Entity> *entities);
+    static QString obstacleInLists(VXSQLiteConnection &connection, const EntityPlan &plan, const Progress &progress);
+    bool findLinks(VXSQLiteConnection &connection, VXError *error);
     QString obstacleInNumbers(VXSQLiteConnection &connection) const;
-    QString obstacleInReferences() const;
+    static bool findBrokenReference(VXSQLiteStore &store, const Progress &progress, QString *description,
+                                    VXError *error);
     bool copyNumbers(VXSQLiteConnection &connection, VXError *error) const;
+    bool compareLinks(VXSQLiteConnection &connection, const LinkPlan &link, const Progress &progress,
+                      QString *difference, VXError *error) const;
     template <class Each>
-    static bool forEachPiece(VXSQLiteConnection &connection, const EntityPlan &plan, const QString &sql,
-                             const Each &each, VXError *error);
+    static bool forEachPiece(VXSQLiteConnection &connection, const Range &range, const QVariantList &constants,
+                             const QString &sql, const Each &each, VXError *error);
 
     VXSQLiteStore &_source;
     VXSQLiteStore &_destination;
@@ -83,7 +100,7 @@ VXStoreRowCopy::VXStoreRowCopy(VXPersistentStore &source, VXPersistentStore &des
 
 VXStoreRowCopy::~VXStoreRowCopy() = default;
 
-QString VXStoreRowCopy::obstacle()
+QString VXStoreRowCopy::obstacle(const Progress &progress)
 {
     _plan.reset();
     _entities.clear();
@@ -92,10 +109,15 @@ QString VXStoreRowCopy::obstacle()
     if (VXSQLiteFile::accessForReaders(_source->path()) != VXSQLiteConnection::Access::Query)
         return u"the old store lies where nothing can be written"_s; // nor can SQLite keep its locks there
     auto plan = std::make_unique<Plan>(*_source, *_destination);
-    QString obstacle = plan->obstacle(&_entities);
+    QString obstacle = plan->obstacle(progress, &_entities);
     if (obstacle.isNull())
         _plan = std::move(plan);
     return obstacle;
+}
+
+qint64 VXStoreRowCopy::rowCount() const
+{
+    return _plan ? _plan->rowCount() : 0;
 }
 
 bool VXStoreRowCopy::perform(const Progress &progress, VXError *error)
@@ -118,7 +140,7 @@ bool VXStoreRowCopy::compare(const Progress &progress, QString *difference, VXEr
 
 // -- Finding out
 
-QString VXStoreRowCopy::Plan::obstacle(QList<Entity> *entities)
+QString VXStoreRowCopy::Plan::obstacle(const Progress &progress, QList<Entity> *entities)
 {
     VXError error;
     const auto connection = openBoth(_source.path(), _destination.path(), &error);
@@ -127,7 +149,7 @@ QString VXStoreRowCopy::Plan::obstacle(QList<Entity> *entities)
     QString found = obstacleInNumbers(*connection);
     for (const VXEntityDescription *const entity : _source.model().entities()) {
         if (found.isNull() && !entity->isAbstract())
-            found = surveyEntity(*connection, *entity, entities);
+            found = surveyEntity(*connection, *entity, progress, entities);
     }
     for (Entity &entity : *entities) {
         for (const VXEntityDescription *const each : _source.model().entityForName(entity.name)->family()) {
@@ -135,9 +157,11 @@ QString VXStoreRowCopy::Plan::obstacle(QList<Entity> *entities)
             entity.countOfFamily += other == entities->end() ? 0 : other->count;
         }
     }
-    if (found.isNull())
-        found = obstacleInLinks();
-    return found.isNull() ? obstacleInReferences() : found;
+    if (!found.isNull())
+        return found;
+    if (findLinks(*connection, &error) && findBrokenReference(_source, progress, &found, &error))
+        return found;
+    return error ? error.description() : ended;
 }
 
 // The new store has given no numbers so far, so that objects can keep theirs; and all old rows are of entities there are.
@@ -171,25 +195,25 @@ QString VXStoreRowCopy::Plan::obstacleInNumbers(VXSQLiteConnection &connection) 
 }
 
 QString VXStoreRowCopy::Plan::surveyEntity(VXSQLiteConnection &connection, const VXEntityDescription &from,
-                                           QList<Entity> *entities)
+                                           const Progress &progress, QList<Entity> *entities)
 {
     const VXEntityDescription *const found = _destination.model().entityForName(from.name());
     const bool isThere = found != nullptr && !found->isAbstract();
     EntityPlan plan{
         .rows = {from, _source._schema, isThere ? *found : from, isThere ? _destination._schema : _source._schema}};
+    if (!progress(0))
+        return ended;
     VXError error;
     VXSQLiteStatement survey = connection.statement(plan.rows.survey(), &error);
     if (!survey || survey.step() != Step::Row)
         return error ? error.description() : connection.lastError().description();
     Entity told{.name = from.name(), .count = survey.number(0)};
-    plan.count = told.count;
-    plan.first = survey.number(1);
-    plan.last = survey.number(2);
-    if (plan.count > 0 && !isThere)
+    plan.from = {VXSQLiteSchema::table(from), u"Z_PK"_s, told.count, survey.number(1), survey.number(2)};
+    if (told.count > 0 && !isThere)
         return u"the new model has no objects of \"%1\""_s.arg(from.name());
-    if (plan.count > 0 && !plan.rows.obstacle().isNull())
+    if (told.count > 0 && !plan.rows.obstacle().isNull())
         return plan.rows.obstacle();
-    if (plan.count > 0 && survey.number(3) > 0)
+    if (told.count > 0 && survey.number(3) > 0)
         return u"an object of \"%1\" has a value that the new model does not allow"_s.arg(from.name());
     for (qsizetype i = 0; i < plan.rows.droppable().size(); ++i) {
         if (survey.number(int(i) + 4) != 0)
@@ -197,16 +221,17 @@ QString VXStoreRowCopy::Plan::surveyEntity(VXSQLiteConnection &connection, const
     }
     entities->append(told);
     for (const QString &sql : {plan.rows.insertion(), plan.rows.comparison()}) {
-        if (plan.count > 0 && !connection.statement(sql, &error)) // some models have more than SQL can say at once
+        if (told.count > 0 && !connection.statement(sql, &error)) // some models have more than SQL can say at once
             return error.description();
     }
-    const QString obstacle = plan.count > 0 ? obstacleInLists(connection, plan) : QString();
-    if (plan.count > 0)
+    const QString obstacle = told.count > 0 ? obstacleInLists(connection, plan, progress) : QString();
+    if (told.count > 0)
         _entities.push_back(std::move(plan));
     return obstacle;
 }
 
-QString VXStoreRowCopy::Plan::obstacleInLists(VXSQLiteConnection &connection, const EntityPlan &plan) const
+QString VXStoreRowCopy::Plan::obstacleInLists(VXSQLiteConnection &connection, const EntityPlan &plan,
+                                              const Progress &progress)
 {
     for (const QString &column : plan.rows.propertyLists()) {
         VXError error;
@@ -217,6 +242,8 @@ QString VXStoreRowCopy::Plan::obstacleInLists(VXSQLiteConnection &connection, co
         for (; at == Step::Row; at = lists.step()) {
             if (!VXPropertyList::fromData(lists.data(0), &error).isValid())
                 return error.description();
+            if (!progress(0))
+                return ended;
         }
         if (at == Step::Failed)
             return connection.lastError().description();
@@ -224,60 +251,80 @@ QString VXStoreRowCopy::Plan::obstacleInLists(VXSQLiteConnection &connection, co
     return {};
 }
 
-// Two families must not become one: their objects may have the same numbers.
-QString VXStoreRowCopy::Plan::obstacleInLinks()
+bool VXStoreRowCopy::Plan::findLinks(VXSQLiteConnection &connection, VXError *error)
 {
-    QHash<const VXEntityDescription *, const VXEntityDescription *> roots;
-    for (const EntityPlan &plan : _entities) {
-        const VXEntityDescription *const from = &plan.rows.from().rootEntity();
-        if (roots.value(&plan.rows.to().rootEntity(), from) != from)
-            return u"entities that had different roots have the root \"%1\" now"_s.arg(
-                plan.rows.to().rootEntity().name());
-        roots.insert(&plan.rows.to().rootEntity(), from);
-    }
     QSet<QString> tables;
     for (const EntityPlan &plan : _entities) {
         for (const VXRelationshipDescription *const made : plan.rows.to().relationships()) {
             const VXRelationshipDescription *const old = plan.rows.from().relationshipForName(made->name());
             if (old == nullptr || made->isTransient() || !made->isManyToMany())
                 continue;
-            const LinkPlan link{VXSQLiteSchema::link(*old), VXSQLiteSchema::link(*made), old};
-            if (!tables.contains(link.to.table))
-                _links.append(link);
-            tables.insert(link.to.table);
+            const VXSQLiteLink from = VXSQLiteSchema::link(*old);
+            const VXSQLiteLink to = VXSQLiteSchema::link(*made);
+            if (tables.contains(to.table))
+                continue;
+            tables.insert(to.table);
+            VXSQLiteStatement count = connection.statement(
+                u"SELECT COUNT(*), MIN(Z_SOURCE), MAX(Z_SOURCE) FROM source.%1"_s.arg(from.table), error);
+            if (!count || count.step() != Step::Row) {
+                VXSetError(error, connection.lastError());
+                return false;
+            }
+            const bool isAlike = from.source == "Z_SOURCE"_L1;
+            _links.append({{from.table, u"Z_SOURCE"_s, count.number(0), count.number(1), count.number(2)},
+                           to.table,
+                           isAlike ? to.source : to.target,
+                           isAlike ? to.target : to.source,
+                           old});
         }
     }
-    return {};
+    return true;
 }
 
-QString VXStoreRowCopy::Plan::obstacleInReferences() const
+qint64 VXStoreRowCopy::Plan::rowCount() const
+{
+    qint64 count = 0;
+    for (const EntityPlan &plan : _entities)
+        count += plan.from.count;
+    for (const LinkPlan &link : _links)
+        count += link.from.count;
+    return count;
+}
+
+// The first one; null when there is none.
+bool VXStoreRowCopy::Plan::findBrokenReference(VXSQLiteStore &store, const Progress &progress, QString *description,
+                                               VXError *error)
 {
     QList<VXBrokenReference> broken;
-    VXError error;
-    const VXSQLiteConnectionPool::Lease reader = _source._readers.borrow(&error);
-    for (const VXEntityDescription *const entity : _source.model().entities()) {
+    const VXSQLiteConnectionPool::Lease reader = store._readers.borrow(error);
+    for (const VXEntityDescription *const entity : store.model().entities()) {
         for (const VXRelationshipDescription *const each : entity->relationships()) {
             if (&each->entity() != entity || each->isTransient() || (each->isToMany() && !each->isManyToMany()))
                 continue;
+            if (!progress(0))
+                return false;
             const QString oneSided = VXSQLiteStore::oneSidedQuery(*each);
-            if (!reader || !_source.findMissingTargets(*each, &broken, &error) ||
-                (!oneSided.isNull() && !_source.addReferences(*reader, *each, oneSided, true, &broken, &error)))
-                return error.description();
+            if (!reader || !store.findMissingTargets(*each, &broken, error) ||
+                (!oneSided.isNull() && !store.addReferences(*reader, *each, oneSided, true, &broken, error)))
+                return false;
         }
     }
-    return broken.isEmpty() ? QString() : broken.constFirst().description();
+    if (!broken.isEmpty())
+        *description = broken.constFirst().description();
+    return true;
 }
 
 // -- Copying and comparing
 
 template <class Each>
-bool VXStoreRowCopy::Plan::forEachPiece(VXSQLiteConnection &connection, const EntityPlan &plan, const QString &sql,
-                                        const Each &each, VXError *error)
+bool VXStoreRowCopy::Plan::forEachPiece(VXSQLiteConnection &connection, const Range &range,
+                                        const QVariantList &constants, const QString &sql, const Each &each,
+                                        VXError *error)
 {
-    const QString end = u"SELECT MAX(Z_PK) FROM (SELECT Z_PK FROM source.%1 WHERE Z_PK >= ?1 ORDER BY Z_PK LIMIT %2)"_s
-                            .arg(VXSQLiteSchema::table(plan.rows.from()))
+    const QString end = u"SELECT MAX(%1) FROM (SELECT %1 FROM source.%2 WHERE %1 >= ?1 ORDER BY %1 LIMIT %3)"_s
+                            .arg(range.column, range.table)
                             .arg(pieceSize);
-    for (qint64 first = plan.first; first <= plan.last;) {
+    for (qint64 first = range.first; range.count > 0 && first <= range.last;) {
         VXSQLiteStatement ending = connection.statement(end, error);
         VXSQLiteStatement piece = connection.statement(sql, error);
         if (!ending || !piece)
@@ -287,11 +334,11 @@ bool VXStoreRowCopy::Plan::forEachPiece(VXSQLiteConnection &connection, const En
             VXSetError(error, connection.lastError());
             return false;
         }
-        const qint64 last = std::min(ending.number(0), plan.last);
+        const qint64 last = std::min(ending.number(0), range.last);
         piece.bindNumber(1, first);
         piece.bindNumber(2, last);
-        for (qsizetype i = 0; i < plan.rows.constants().size(); ++i)
-            piece.bindValue(int(i) + 3, plan.rows.constants()[i]);
+        for (qsizetype i = 0; i < constants.size(); ++i)
+            piece.bindValue(int(i) + 3, constants[i]);
         if (!each(piece))
             return false;
         first = last + 1;
@@ -308,35 +355,39 @@ bool VXStoreRowCopy::Plan::copy(VXSQLiteConnection &connection, const Progress &
         return false;
     };
     for (const EntityPlan &plan : _entities) {
-        if (!forEachPiece(connection, plan, plan.rows.insertion(), insert, error))
+        if (!forEachPiece(connection, plan.from, plan.rows.constants(), plan.rows.insertion(), insert, error))
             return false;
     }
     for (const LinkPlan &link : std::as_const(_links)) {
-        const QString sql = u"INSERT INTO main.%1 (%2, %3) SELECT %4, %5 FROM source.%6"_s.arg(
-            link.to.table, link.to.source, link.to.target, link.from.source, link.from.target, link.from.table);
-        if (!connection.execute(sql, error) || !progress(0))
+        const QString sql =
+            u"INSERT INTO main.%1 (%2, %3) SELECT Z_SOURCE, Z_TARGET FROM source.%4 "
+            "WHERE Z_SOURCE BETWEEN ?1 AND ?2"_s.arg(link.to, link.source, link.target, link.from.table);
+        if (!forEachPiece(connection, link.from, {}, sql, insert, error))
             return false;
     }
     return copyNumbers(connection, error);
 }
 
-// No object gets a number that one had before, be it gone by now.
+// No object gets a number that one of its family had before, be it gone by now.
 bool VXStoreRowCopy::Plan::copyNumbers(VXSQLiteConnection &connection, VXError *error) const
 {
-    VXSQLiteStatement statement = connection.statement(
-        u"INSERT INTO main.Z_PRIMARYKEY (Z_NAME, Z_MAX) VALUES (?1, MAX(?2, IFNULL((SELECT Z_MAX FROM "
-        u"source.Z_PRIMARYKEY "
-        "WHERE Z_NAME = ?3), 0))) ON CONFLICT (Z_NAME) DO UPDATE SET Z_MAX = MAX(Z_MAX, excluded.Z_MAX)"_s,
-        error);
-    return statement && std::ranges::all_of(_entities, [&](const EntityPlan &plan) {
-               statement.bindText(1, plan.rows.to().rootEntity().name());
-               statement.bindNumber(2, plan.last);
-               statement.bindText(3, plan.rows.from().rootEntity().name());
-               if (statement.run())
-                   return true;
-               VXSetError(error, connection.lastError());
-               return false;
-           });
+    for (const VXEntityDescription *const root : _source.model().entities()) {
+        const VXEntityDescription *const made = _destination.model().entityForName(root->name());
+        if (root->superentity() != nullptr || made == nullptr || made->superentity() != nullptr)
+            continue;
+        VXSQLiteStatement statement = connection.statement(
+            u"INSERT INTO main.Z_PRIMARYKEY (Z_NAME, Z_MAX) SELECT ?1, MAX(IFNULL((SELECT MAX(Z_PK) FROM main.%1), 0), "
+            "IFNULL((SELECT Z_MAX FROM source.Z_PRIMARYKEY WHERE Z_NAME = ?1), 0))"_s.arg(VXSQLiteSchema::table(*made)),
+            error);
+        if (!statement)
+            return false;
+        statement.bindText(1, root->name());
+        if (!statement.run()) {
+            VXSetError(error, connection.lastError());
+            return false;
+        }
+    }
+    return true;
 }
 
 bool VXStoreRowCopy::Plan::compare(VXSQLiteConnection &connection, const Progress &progress, QString *difference,
@@ -356,7 +407,7 @@ bool VXStoreRowCopy::Plan::compare(VXSQLiteConnection &connection, const Progres
             VXSetError(error, connection.lastError());
             return false;
         };
-        if (!forEachPiece(connection, plan, plan.rows.comparison(), look, error))
+        if (!forEachPiece(connection, plan.from, plan.rows.constants(), plan.rows.comparison(), look, error))
             return !difference->isNull();
         const QString count = connection.textOf(
             u"SELECT COUNT(*) FROM main.%1 WHERE Z_ENT = %2"_s.arg(VXSQLiteSchema::table(plan.rows.to()))
@@ -364,23 +415,42 @@ bool VXStoreRowCopy::Plan::compare(VXSQLiteConnection &connection, const Progres
             error);
         if (count.isNull())
             return false;
-        if (count.toLongLong() != plan.count) {
-            *difference = u"%1: %2 objects of %3"_s.arg(plan.rows.from().name(), count).arg(plan.count);
+        if (count.toLongLong() != plan.from.count) {
+            *difference = u"%1: %2 objects of %3"_s.arg(plan.rows.from().name(), count).arg(plan.from.count);
             return true;
         }
     }
     for (const LinkPlan &link : std::as_const(_links)) {
-        const QString pairs = u"SELECT %1, %2 FROM %3.%4"_s;
-        const QString old = pairs.arg(link.from.source, link.from.target, u"source"_s, link.from.table);
-        const QString made = pairs.arg(link.to.source, link.to.target, u"main"_s, link.to.table);
-        const QString sql = u"SELECT EXISTS (%1 EXCEPT %2) OR EXISTS (%2 EXCEPT %1)"_s.arg(old, made);
-        const QString differs = connection.textOf(sql, error);
-        if (differs.isNull() || !progress(0))
+        if (!compareLinks(connection, link, progress, difference, error))
             return false;
-        if (differs != "0"_L1) {
-            *difference = link.relationship->entity().name() + u'.' + link.relationship->name();
+        if (!difference->isNull())
             return true;
-        }
     }
+    // The pairs being the same ones, they could lead to what was not copied.
+    return findBrokenReference(_destination, progress, difference, error);
+}
+
+// As many, and each of the old ones is there: none is twice in a table.
+bool VXStoreRowCopy::Plan::compareLinks(VXSQLiteConnection &connection, const LinkPlan &link, const Progress &progress,
+                                        QString *difference, VXError *error) const
+{
+    const QString count = connection.textOf(u"SELECT COUNT(*) FROM main."_s + link.to, error);
+    if (count.isNull())
+        return false;
+    bool differs = count.toLongLong() != link.from.count;
+    const auto look = [&](VXSQLiteStatement &piece) {
+        const Step at = piece.step();
+        if (at == Step::Failed)
+            VXSetError(error, connection.lastError());
+        differs = differs || at == Step::Row;
+        return at == Step::Done && progress(pieceSize);
+    };
+    const QString sql = u"SELECT 1 FROM source.%1 s WHERE s.Z_SOURCE BETWEEN ?1 AND ?2 AND NOT EXISTS "
+                        "(SELECT 1 FROM main.%2 d WHERE d.%3 = s.Z_SOURCE AND d.%4 = s.Z_TARGET) LIMIT 1"_s.arg(
+                            link.from.table, link.to, link.source, link.target);
+    if (!differs && !forEachPiece(connection, link.from, {}, sql, look, error) && !differs)
+        return false;
+    if (differs)
+        *difference = link.relationship->entity().name() + u'.' + link.relationship->name();
     return true;
 }

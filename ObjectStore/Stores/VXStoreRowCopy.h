@@ -15,7 +15,7 @@ class VXSQLiteStore;
 
 /**
  * Copies all objects of one store into an empty one, row by row in SQL, where both are SQLite files and the model of the new
- * one has more or fewer properties, and no other ones by the same name. Objects keep their numbers; none is made in memory,
+ * one has more or fewer properties, no other ones by the same name, and the same inheritance. Objects keep their numbers; none is made in memory,
  * and classes of objects are not asked. What it cannot do, or finds wrong in the rows, is for a copy object by object.
  * For one thread.
  */
@@ -39,14 +39,17 @@ public:
     VXStoreRowCopy(const VXStoreRowCopy &) = delete;
     VXStoreRowCopy &operator=(const VXStoreRowCopy &) = delete;
 
-    /** To be asked first. @return why this cannot copy them, in English, for the log; null when it can. */
-    QString obstacle();
+    /** To be asked first; the progress is told of no rows, but may end it. @return why this cannot copy them, in English, for
+     * the log; null when it can. */
+    QString obstacle(const Progress &progress = [](qint64) { return true; });
+    /** Of objects and of pairs. */
+    qint64 rowCount() const;
     /** Those that are not abstract. */
     const QList<Entity> &entities() const { return _entities; }
     /** All or nothing. False without an error: the progress ended it. */
     bool perform(const Progress &progress, VXError *error);
-    /** Opens both files anew and holds every value of one against the other. `difference`: the first one, in English; null when
-     * there is none. False on failure; without an error the progress ended it. */
+    /** Opens both files anew and holds every value of one against the other; references of the new one must lead somewhere.
+     * `difference`: the first one, in English; null when there is none. False on failure; without an error the progress ended it. */
     bool compare(const Progress &progress, QString *difference, VXError *error);
 
 private:

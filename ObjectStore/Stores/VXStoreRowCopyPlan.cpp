@@ -60,6 +60,18 @@ QString hasAny(const VXPropertyDescription &property)
         relationship.isManyToMany() ? link.source : VXSQLiteSchema::column(*relationship.inverse()));
 }
 
+// What an object inherits decides in which table it lies, and what may lead to it.
+bool inheritsAlike(const VXEntityDescription &old, const VXEntityDescription &made)
+{
+    const VXEntityDescription *from = old.superentity();
+    const VXEntityDescription *to = made.superentity();
+    for (; from != nullptr && to != nullptr; from = from->superentity(), to = to->superentity()) {
+        if (from->name() != to->name())
+            return false;
+    }
+    return from == to; // both at the end
+}
+
 bool leadsAlike(const VXRelationshipDescription &old, const VXRelationshipDescription &made)
 {
     return old.isToMany() == made.isToMany() && old.destination().name() == made.destination().name() &&
@@ -74,6 +86,8 @@ VXEntityRowPlan::VXEntityRowPlan(const VXEntityDescription &from, const VXSQLite
                                  const VXEntityDescription &to, const VXSQLiteSchema &toSchema)
     : _from(from), _fromSchema(fromSchema), _to(to), _toSchema(toSchema)
 {
+    if (!inheritsAlike(from, to))
+        _obstacle = u"\"%1\" inherits from others in the new model"_s.arg(from.name());
     for (const VXAttributeDescription *const attribute : to.attributes())
         addAttribute(*attribute);
     for (const VXRelationshipDescription *const relationship : to.relationships())

@@ -1,11 +1,13 @@
 #include "VXWorkerThreads.h"
 
+#include "VXDiagnostics.h"
 #include "VXGuard.h"
 #include "VXMainThread.h"
 
 #include <QtCore/QString>
 
 #include <chrono>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -25,14 +27,24 @@ VXWorkerThreads &VXWorkerThreads::shared()
 
 bool VXWorkerThreads::start(std::function<void()> work, std::function<void()> stop)
 {
-    const VXMutexLocker locker(_lock);
-    if (!_isWatching)
-        _isWatching = VXMainThread::performAtEnd([this] { close(); });
-    if (!_isWatching || _isClosed)
-        return false;
-    const auto place = _running.insert(_running.end(), std::move(stop));
-    std::thread([this, work = std::move(work), place] { run(work, place); }).detach();
-    return true;
+    QString problem;
+    {
+        const VXMutexLocker locker(_lock);
+        if (!_isWatching)
+            _isWatching = VXMainThread::performAtEnd([this] { close(); });
+        if (!_isWatching || _isClosed)
+            return false;
+        const auto place = _running.insert(_running.end(), stop);
+        try {
+            std::thread([this, work = std::move(work), place] { run(work, place); }).detach();
+            return true;
+        } catch (const std::system_error &error) {
+            _running.erase(place); // nobody is left to be awaited
+            problem = QString::fromLocal8Bit(error.what());
+        }
+    }
+    VXReportDiagnostic(4, u"A thread could not be started: %1"_s.arg(problem));
+    return false;
 }
 
 void VXWorkerThreads::run(const std::function<void()> &work, std::list<std::function<void()>>::iterator place)

@@ -19,7 +19,7 @@ public:
     /**
      * Runs `work` on a new thread; an exception that leaves it is reported as a diagnostic. `stop` makes it return soon; it
      * is called once at most, and only while the work runs or just after. @return false, and nothing is run, without an
-     * application object.
+     * application object, and when the system gives no more threads, which is reported.
      */
     bool start(std::function<void()> work, std::function<void()> stop);
 

@@ -1,6 +1,7 @@
 #include "HostProgram.h"
 #include "VXHostJSON.h"
 #include "VXTesting.h"
+#include "VXUpgradeTesting.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -165,4 +166,29 @@ TEST_F(HostStoreTransferTest, MistakesAreTold)
         EXPECT_EQ(outcome.status, row.status) << row.arguments.join(u' ').toStdString();
         EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(row.text));
     }
+}
+
+namespace {
+
+/** With the store of a plugin whose hooks are told what to do. */
+class HostStoreOfPluginTest : public VXUpgradeHomeTest
+{
+};
+
+} // namespace
+
+// Why nothing would be saved the reason says, and the table where.
+TEST_F(HostStoreOfPluginTest, RehearsalThatFailsTellsOfEachEntity)
+{
+    writeOldStore(data(u"notes.vxdatastore"_s), 4);
+    writeNotesPlugin(u"ignores"_s);
+    const QStringList arguments{u"store"_s, u"upgrade"_s, u"notes"_s, u"--dry-run"_s};
+    const HostOutcome outcome = runHost(arguments);
+    EXPECT_EQ(outcome.status, 1) << outcome.errors.toStdString();
+    EXPECT_THAT(outcome.output.toStdString(), testing::ContainsRegex("Tag +2 +0 +2"));
+    EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("2 of \"Tag\" have no new object"));
+    const QJsonObject json =
+        VXJSONFromText(runHost(arguments + QStringList{u"--json"_s}).output).value_or(QJsonValue()).toObject();
+    EXPECT_THAT(json.value(u"error"_s).toString().toStdString(), HasSubstr("2 of \"Tag\" have no new object"));
+    EXPECT_EQ(json.value(u"entities"_s).toArray().size(), 4);
 }

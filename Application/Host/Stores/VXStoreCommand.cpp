@@ -183,7 +183,7 @@ VXHostCommand VXStoreCommand()
              {u"dry-run"_s, {}, u"Only say what would be done"_s, {}, {u"upgrade"_s, u"import"_s, u"rollback"_s}},
              {u"merge"_s, {}, u"Add the objects to those that are there"_s, {}, {u"import"_s}},
              {u"replace"_s, {}, u"Use the folder in place of the store, from the next start on"_s, {}, {u"import"_s}},
-             {u"validate"_s, {}, u"Copy object by object, as an upgrade does"_s, {}, {u"export"_s}},
+             {u"validate"_s, {}, u"Copy the objects as an upgrade does, instead of the file"_s, {}, {u"export"_s}},
              {u"backup"_s,
               u"FOLDER"_s,
               u"Where the old store goes, or a copy of it before an import"_s,

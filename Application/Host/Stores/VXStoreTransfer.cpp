@@ -108,8 +108,12 @@ int answer(const Transfer &transfer, const QString &text, const QString &action,
 int rehearse(const Transfer &transfer, const VXCoreDataStore::Ptr &source)
 {
     QList<VXEntityMigration> entities;
-    if (const VXError error = transfer.plugin.rehearse(source, &entities))
+    if (const VXError error = transfer.plugin.rehearse(source, &entities)) {
+        if (!entities.isEmpty()) // they may tell why
+            answer(transfer, u"Nothing was changed, and this could not be saved:\n"_s, u"rehearsed"_s, entities,
+                   {{u"error"_s, VXErrorText(error)}});
         return transfer.fail(error);
+    }
     return answer(transfer, u"Nothing was changed. This is what would be copied:\n"_s, u"rehearsed"_s, entities);
 }
 

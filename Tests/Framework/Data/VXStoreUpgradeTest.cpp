@@ -65,6 +65,9 @@ TEST_F(VXStoreUpgradeTest, CopiesAllThatBothModelsHaveAndOffersTheOldStoreAsBack
     EXPECT_EQ(log.count(u"Duplicated 1200 Note"_s), 1); // letters are notes
     EXPECT_EQ(log.count(u"Duplicated 400 Letter"_s), 1);
     EXPECT_EQ(log.count(u"] Upgrading store..."_s), 1);
+    const QList<VXEntityMigration> entities = notesPlugin().lastMigration();
+    const auto authors = std::ranges::find(entities, u"Author"_s, &VXEntityMigration::entity);
+    EXPECT_TRUE(authors != entities.end() && authors->isUnchanged()); // what is not a number stays so
     EXPECT_EQ(QDir(data()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{u"notes.vxdatastore"_s});
 }
 
@@ -104,8 +107,12 @@ TEST_F(VXStoreUpgradeTest, WithoutABackupTheOldStoreGoesToTheTrash)
     EXPECT_EQ(contentsOfStore(notesPlugin().persistentStoreCoordinator()), before);
     EXPECT_EQ(log.count(u"moving old upgrade file to trash"_s), 1);
     EXPECT_EQ(contentsOfStore(trash(u"notes.vxdatastore.upgrading.1"_s)), before);
-    EXPECT_TRUE(QFileInfo::exists(trash(u"notes.vxdatastore.upgrading"_s)));
     EXPECT_FALSE(QFileInfo::exists(upgrading));
+    QStringList past; // the one that nobody settled, too
+    for (const VXStorePast::Entry &entry : VXStorePast::entries(live))
+        past.append(entry.reason + u' ' + entry.path);
+    EXPECT_EQ(past, (QStringList{"upgraded "_L1 + trash(u"notes.vxdatastore.upgrading.1"_s),
+                                 "upgraded "_L1 + trash(u"notes.vxdatastore.upgrading"_s)}));
 }
 
 TEST_F(VXStoreUpgradeTest, LeftoverBesideAStoreOfTheSameVersionIsOfferedUntilItIsSettled)
@@ -260,11 +267,15 @@ INSTANTIATE_TEST_SUITE_P(
                        }}),
     [](const auto &each) { return std::string(each.param.title); });
 
-TEST_F(VXStoreUpgradeTest, KilledUpgradeIsUndoneByTheNextStart)
+class VXStoreKilledUpgradeTest : public VXStoreUpgradeTest, public testing::WithParamInterface<const char *>
+{
+};
+
+TEST_P(VXStoreKilledUpgradeTest, IsUndoneByTheNextStart)
 {
     writeOldStore(live);
     const QString before = contentsOfStore(live);
-    writeNotesPlugin(u"dies"_s);
+    writeNotesPlugin(QString::fromUtf8(GetParam()));
     for (int round = 0; round < 3; ++round) { // it is no crash of the plugin, however often
         EXPECT_EXIT(startWith({}), testing::KilledBySignal(SIGKILL), "");
         EXPECT_EQ(contentsOfStore(QFileInfo::exists(live) ? live : upgrading), before);
@@ -276,6 +287,8 @@ TEST_F(VXStoreUpgradeTest, KilledUpgradeIsUndoneByTheNextStart)
     EXPECT_EQ(log.count(u"Restoring pre-upgrade file: "_s), 3);
     EXPECT_EQ(QDir(data()).entryList({u".vornix-new.*"_s}, QDir::Dirs | QDir::Hidden), QStringList());
 }
+
+INSTANTIATE_TEST_SUITE_P(All, VXStoreKilledUpgradeTest, testing::Values("dies", "rows die"));
 
 TEST_F(VXStoreUpgradeTest, WhatKeepsItFromBeginningIsToldAsCancelled)
 {
@@ -404,6 +417,36 @@ TEST_F(VXStoreUpgradeTest, DanglingReferencesAreLeftOutAndTold)
     EXPECT_EQ(notes->droppedProperties, QStringList{u"mood"_s}); // of "gone" there was none
     EXPECT_EQ(notes->notFound, (QMap<QString, qint64>{{u"author"_s, 3}, {u"tags"_s, 2}}));
 }
+
+class VXStoreUpgradeInheritanceTest : public VXStoreUpgradeTest, public testing::WithParamInterface<const char *>
+{
+};
+
+// Letters are no notes any more, so that nothing may lead to one, however they are copied.
+TEST_P(VXStoreUpgradeInheritanceTest, ReferencesThatItAllowedAreLeftOutAndTold)
+{
+    writeOldStore(live, 6);
+    writeNotesPlugin(QString::fromUtf8(GetParam()));
+    ASSERT_TRUE(modelOf(newSource().replace("entity Letter: Note {", "entity Letter { attribute text: string;"))
+                    ->writeToFile(shared() + u"/org.example.notes.vxplugin/Contents/Resources/notes.mom"_s));
+    answerBackup(false);
+    startWith({});
+    const auto store = notesPlugin().persistentStoreCoordinator();
+    ASSERT_TRUE(store) << log.lines().join(u'\n').toStdString();
+    EXPECT_EQ(store->persistentStores().constFirst()->check(), QStringList());
+    const QString after = contentsOfStore(store);
+    EXPECT_EQ(after.count(u"Letter "_s), 2);
+    EXPECT_THAT(after.toStdString(), HasSubstr("notes=(note 0,note 1,note 3,note 4)"));
+    EXPECT_EQ(notesPlugin().property("version"), 1); // the hooks were called
+    QMap<QString, QMap<QString, qint64>> notFound;
+    for (const VXEntityMigration &entity : notesPlugin().lastMigration())
+        notFound.insert(entity.entity, entity.notFound);
+    EXPECT_EQ(notFound[u"Author"_s], (QMap<QString, qint64>{{u"notes"_s, 2}}));
+    EXPECT_EQ(notFound[u"Tag"_s], (QMap<QString, qint64>{{u"notes"_s, 3}})); // one letter has both tags
+    EXPECT_EQ(notFound[u"Note"_s], (QMap<QString, qint64>{{u"children"_s, 2}, {u"parent"_s, 1}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, VXStoreUpgradeInheritanceTest, testing::Values("", "rows"));
 
 namespace {
 

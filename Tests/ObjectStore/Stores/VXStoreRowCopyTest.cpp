@@ -36,11 +36,13 @@ entity Call {
     attribute photo: binary optional;
     relationship caller: Party optional inverse calls;
 }
+entity Draft { attribute text: string optional; }
 )";
 
 // Another order of entities, so that their numbers in the file differ; one attribute less, and two more.
 const QByteArray newSource = R"(
 entity Note { attribute text: string optional; }
+entity Draft { attribute text: string optional; }
 entity Call {
     attribute isRead: boolean = false;
     attribute duration: integer32 = 7;
@@ -83,6 +85,7 @@ protected:
         const auto bob = saver.add(u"Person"_s, {{u"nick"_s, u"B"_s}});
         const auto shop = saver.add(u"Company"_s, {{u"extra"_s, QVariantMap{{u"a"_s, 1}}}});
         const auto gone = saver.add(u"Company"_s);
+        const auto draft = saver.add(u"Draft"_s);
         saver.link(jane, u"friends"_s, {shop, bob});
         saver.link(bob, u"friends"_s, {jane});
         saver.link(bob, u"idols"_s, {jane});
@@ -98,6 +101,7 @@ protected:
         wedding.change(jane, {{u"spouse"_s, QVariant::fromValue(bob)}});
         wedding.change(bob, {{u"spouse"_s, QVariant::fromValue(jane)}});
         wedding.remove(gone);
+        wedding.remove(draft);
         ASSERT_TRUE(wedding.saveAndCommit());
     }
 
@@ -129,7 +133,8 @@ TEST_F(VXStoreRowCopyTest, CopiesValuesAndReferencesUnderTheirNumbers)
     QStringList told;
     for (const VXStoreRowCopy::Entity &entity : copy.entities())
         told.append(u"%1 %2 %3"_s.arg(entity.name).arg(entity.count).arg(entity.dropped.join(u',')).trimmed());
-    EXPECT_EQ(told, (QStringList{u"Person 2 nick,fans,idols"_s, u"Company 1 paid"_s, u"Call 25000 payer"_s}));
+    EXPECT_EQ(told,
+              (QStringList{u"Person 2 nick,fans,idols"_s, u"Company 1 paid"_s, u"Call 25000 payer"_s, u"Draft 0"_s}));
     EXPECT_TRUE(to->check().isEmpty()) << to->check().join(u'\n').toStdString();
 
     const auto coordinator = Coordinator::coordinatorWithModel(VXModelOf(newSource));
@@ -156,6 +161,7 @@ TEST_F(VXStoreRowCopyTest, CopiesValuesAndReferencesUnderTheirNumbers)
     // The number of the company that is gone is not given again.
     const auto next = to->reserveNumbers(*to->model().entityForName(u"Party"_s), 1, &error);
     EXPECT_GT(next.value_or(0), 4);
+    EXPECT_GT(to->reserveNumbers(*to->model().entityForName(u"Draft"_s), 1, &error).value_or(0), 1); // nor of the draft
 }
 
 struct ObstacleRow
@@ -233,6 +239,15 @@ const ObstacleRow obstacles[] = {
     {.title = "required and new",
      .change = {"attribute duration: integer32 = 7", "attribute duration: integer32"},
      .obstacle = badValue},
+    {.title = "of no family any more",
+     .change = {"entity Company: Party {", "entity Company {"},
+     .obstacle = "\"Company\" inherits from others"},
+    {.title = "of another family",
+     .change = {"entity Person: Party {", "entity Person: Note {"},
+     .obstacle = "\"Person\" inherits from others"},
+    {.title = "with one more between",
+     .change = {"entity Company: Party {", "entity Firm: Party {} entity Company: Firm {"},
+     .obstacle = "\"Company\" inherits from others"},
     {.title = "not stored any more",
      .change = {"string optional;\n    relationship friends", "string optional transient;\n    relationship friends"},
      .obstacle = "\"name\""},
@@ -256,6 +271,8 @@ TEST_F(VXStoreRowCopyTest, ComparingFindsWhatDiffers)
         {"INSERT INTO VX_Call (Z_PK, Z_ENT, Z_OPT) SELECT 30000, Z_ENT, 1 FROM VX_Call WHERE Z_PK = 1",
          "Call: 25001 objects of 25000"},
         {"DELETE FROM \"VX_Party.friends\" WHERE Z_SOURCE = 1 AND Z_TARGET = 2", "Party.friends"},
+        {"INSERT INTO \"VX_Party.friends\" VALUES (2, 2)", "Party.friends"},
+        {"UPDATE \"VX_Party.friends\" SET Z_TARGET = 2 WHERE Z_SOURCE = 3", "Party.friends"},
     };
     for (const auto &[sql, expected] : changes) {
         runSQL(u"new.sqlite"_s,
@@ -270,6 +287,12 @@ TEST_F(VXStoreRowCopyTest, ComparingFindsWhatDiffers)
                "VX_Party SELECT * FROM p; DELETE FROM \"VX_Party.friends\"; INSERT INTO \"VX_Party.friends\" "
                "SELECT * FROM f");
     }
+    // The same pairs in both, and nothing there that they lead to.
+    runSQL(u"old.sqlite"_s, "UPDATE \"VX_Party.friends\" SET Z_TARGET = 99 WHERE Z_SOURCE = 3");
+    runSQL(u"new.sqlite"_s, "UPDATE \"VX_Party.friends\" SET Z_TARGET = 99 WHERE Z_SOURCE = 3");
+    QString difference;
+    EXPECT_TRUE(copy.compare(goOn, &difference, &error)) << error.description().toStdString();
+    EXPECT_THAT(difference.toStdString(), testing::HasSubstr("/Party/p99, which is not there"));
 }
 
 TEST_F(VXStoreRowCopyTest, WhatIsEndedLeavesNothing)
@@ -293,4 +316,36 @@ TEST_F(VXStoreRowCopyTest, WhatIsEndedLeavesNothing)
     EXPECT_EQ(to->count(all, &error), 0);
     EXPECT_TRUE(copy.perform(goOn, &error)); // another time it may be whole
     EXPECT_EQ(to->count(all, &error), 3);
+}
+
+// Everybody is everybody's friend: more pairs than one piece has.
+TEST_F(VXStoreRowCopyTest, PairsAreCopiedInPiecesThatCanBeEnded)
+{
+    constexpr qint64 count = 200;
+    writeOld(0);
+    runSQL(
+        u"old.sqlite"_s,
+        "DELETE FROM \"VX_Party.friends\"; DELETE FROM \"VX_Party.fans\"; DELETE FROM VX_Party;"
+        "WITH n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200) INSERT INTO VX_Party (Z_PK, Z_ENT, Z_OPT)"
+        " SELECT i, (SELECT Z_ENT FROM Z_ENTITY WHERE Z_NAME = 'Person'), 1 FROM n;"
+        "INSERT INTO \"VX_Party.friends\" SELECT a.Z_PK, b.Z_PK FROM VX_Party a, VX_Party b");
+    const auto from = open(oldSource, u"old.sqlite"_s);
+    const auto to = open(newSource, u"new.sqlite"_s);
+    VXStoreRowCopy copy(*from, *to);
+    EXPECT_THAT(copy.obstacle([](qint64) { return false; }).toStdString(), testing::HasSubstr("to end"));
+    ASSERT_TRUE(copy.obstacle().isNull()) << copy.obstacle().toStdString();
+    EXPECT_EQ(copy.rowCount(), count + count * count);
+    for (const qint64 end : {count + 1, count * count, count + count * count + 1}) {
+        VXError error;
+        qint64 done = 0;
+        const auto goesOn = [&](qint64 rows) { return (done += rows) < end; };
+        EXPECT_EQ(copy.perform(goesOn, &error), end > copy.rowCount()) << end;
+        EXPECT_FALSE(error);
+        EXPECT_GE(done, std::min(end, copy.rowCount()));
+    }
+    VXError error;
+    QString difference;
+    EXPECT_TRUE(copy.compare(goOn, &difference, &error));
+    EXPECT_TRUE(difference.isNull()) << difference.toStdString();
+    EXPECT_TRUE(to->check().isEmpty());
 }

@@ -100,6 +100,36 @@ TEST(VXStoreRowTest, ReplacesAnyValueByAnyOther)
     expectValues(row, wanted);
 }
 
+TEST(VXStoreRowTest, MemoryGrowsWithWhatItHoldsAndNotWithTheChanges)
+{
+    const struct
+    {
+        const char *title;
+        int properties;                 // that are set, of ten
+        std::vector<qsizetype> lengths; // of the texts, in turn
+    } rows[] = {{"one", 1, {1, 5000}},
+                {"growing and starting anew", 1, {1, 10, 100, 1000, 10'000}},
+                {"several", 5, {0, 3, 700, 2000, 40, 9}},
+                {"shared ones between", 3, {20'000, 5000, 8}}};
+    constexpr qsizetype cells = 10 * 16;
+    for (const auto &[title, properties, lengths] : rows) {
+        SCOPED_TRACE(title);
+        VXStoreRow row(10, 1);
+        const qsizetype longest = *std::max_element(lengths.begin(), lengths.end());
+        for (int change = 0; change < 10'000; ++change) {
+            const qsizetype length = lengths[size_t(change) % lengths.size()];
+            row.setText(change / 7 % properties, QString(length, QChar(u'a' + change % 26)));
+            ASSERT_LE(row.allocatedBytes(), 2 * (cells + properties * (2 * longest + 8)) + 10 * 24);
+        }
+        for (int index = 0; index < properties; ++index)
+            row.setText(index, QString(index, u'z'));
+        row.shrink();
+        EXPECT_LE(row.allocatedBytes(), 2 * (cells + properties * 8) + 10 * 24);
+        for (int index = 0; index < properties; ++index)
+            EXPECT_EQ(row.text(index), QString(index, u'z'));
+    }
+}
+
 TEST(VXStoreRowTest, RowsOfAPageOutliveTheirBatchEachByItself)
 {
     const QVariantList possible = values();

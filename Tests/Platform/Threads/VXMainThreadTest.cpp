@@ -8,6 +8,8 @@
 #include <atomic>
 #include <thread>
 
+#include <pthread.h>
+
 using namespace Qt::StringLiterals;
 
 TEST(VXMainThread, WorkOfTheMainThreadItselfRunsAtOnce)
@@ -122,4 +124,22 @@ TEST(VXMainThreadDeathTest, WorkOnOtherThreadsEndsAfterTheCalls)
             std::_Exit(isDone && isLast ? 7 : 1);
         },
         testing::ExitedWithCode(7), "");
+}
+
+// A default stack that no address space holds: the system has no thread to give.
+TEST(VXMainThreadDeathTest, WorkThatCouldNotBeStartedIsNotAwaited)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            pthread_attr_t attributes;
+            pthread_attr_init(&attributes);
+            pthread_attr_setstacksize(&attributes, size_t(1) << 50);
+            pthread_setattr_default_np(&attributes);
+            bool isStopped = false;
+            const bool isStarted = VXWorkerThreads::shared().start([] {}, [&] { isStopped = true; });
+            qApp->~QCoreApplication();
+            std::_Exit(!isStarted && !isStopped ? 7 : 1);
+        },
+        testing::ExitedWithCode(7), "could not be started");
 }
