@@ -1,36 +1,46 @@
 #include "VXHostHelp.h"
 
 #include "VXHostOptions.h"
+#include "VXHostOutput.h"
 
 #include <algorithm>
+#include <unistd.h>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype textWidth = 79;
+constexpr qsizetype widest = 79;
+constexpr qsizetype narrowest = 30;
+constexpr qsizetype leastOfRow = 20; // of what stands beside a name
+
+qsizetype textWidth()
+{
+    return std::clamp(VXHostOutput::widthOf(STDOUT_FILENO) - 1, narrowest, widest);
+}
 
 QString optionText(const VXHostOption &option)
 {
     return "--"_L1 + option.name + (option.placeholder.isNull() ? QString() : u' ' + option.placeholder);
 }
 
-// Words put on lines of at most textWidth, all but the first line indented. Choices ("a|b|c") that no line has room for go on
+// Words put on lines of at most textWidth(), all but the first line indented. Choices ("a|b|c") that no line has room for go on
 // in the next.
 QString wrapped(const QString &text, qsizetype indent, qsizetype used)
 {
+    const qsizetype width = textWidth();
     QString result;
     qsizetype column = used;
     QStringList words = text.split(u' ', Qt::SkipEmptyParts);
     while (!words.isEmpty()) {
         QString word = words.takeFirst();
-        const qsizetype cut = indent + word.size() > textWidth ? word.lastIndexOf(u'|', textWidth - indent - 1) + 1 : 0;
+        const qsizetype cut = indent + word.size() > width ? word.lastIndexOf(u'|', width - indent - 1) + 1 : 0;
         if (cut > 0) {
             words.prepend(word.sliced(cut));
             word.truncate(cut);
         }
-        if (column > indent && column + 1 + word.size() > textWidth) {
+        if (column > indent && column + 1 + word.size() > width) {
             result += u'\n' + QString(indent, u' ');
             column = indent;
         } else if (column > indent) {
@@ -52,6 +62,12 @@ QString alignedRows(const Rows &rows)
         width = std::max(width, left.size());
     const qsizetype indent = width + 4;
     QString text;
+    if (indent + leastOfRow > textWidth()) { // below its name
+        constexpr qsizetype below = 6;
+        for (const auto &[left, right] : rows)
+            text += "  "_L1 + left + u'\n' + QString(below, u' ') + wrapped(right, below, below) + u'\n';
+        return text;
+    }
     for (const auto &[left, right] : rows)
         text += "  "_L1 + left.leftJustified(width + 2) + wrapped(right, indent, indent) + u'\n';
     return text;
@@ -130,7 +146,8 @@ QString VXHostOverview(const VXHostCommandTable &commands)
         if (!command.isHidden)
             rows.emplace_back(command.name, command.summary);
     }
-    return u"vornix manages mobile phones and the personal data kept with them.\n\n"
+    return wrapped(u"vornix manages mobile phones and the personal data kept with them."_s, 0, 0) +
+           u"\n\n"
            "usage: vornix [OPTION]... COMMAND [ARGUMENT]...\n\nCommands:\n"_s +
            alignedRows(rows) + u"\nOptions, before or after the command:\n"_s +
            alignedRows(optionRows(commands.globalOptions())) +
