@@ -111,6 +111,7 @@ std::unique_ptr<Controller> Controller::importStore(const StorePtr &source, cons
     std::unique_ptr<Controller> controller(new Controller(titleFor(u"Importing %1 data file..."_s, plugin), plugin));
     controller->setStores(source, destination);
     controller->_migration.setIntoNewStore(false); // what was saved cannot be taken back by then
+    controller->_migration.setMerge(true);
     return controller;
 }
 

@@ -90,6 +90,7 @@ StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
     }
     store = nullptr;
     if (const VXError problem = upgradeStore(path)) {
+        _hasUpgradeFailed = true;
         VXSetError(error, problem);
         return nullptr;
     }

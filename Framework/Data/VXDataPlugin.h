@@ -260,5 +260,6 @@ private:
     QString _oldStore;
     QList<VXEntityMigration> _lastMigration;
     bool _isOpening = false;
+    bool _hasUpgradeFailed = false;                  // and the store was put back, or never touched
     std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own
 };

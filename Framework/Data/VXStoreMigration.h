@@ -78,6 +78,9 @@ public:
     /** Nobody sees the destination before the run has succeeded, so that a part of it may be saved earlier. */
     void setIntoNewStore(bool isNew) { _isIntoNewStore = isNew; }
     bool isIntoNewStore() const { return _isIntoNewStore; }
+    /** The destination is in use and keeps what it has: what is only about the source, as its undo history, has no place there. */
+    void setMerge(bool isMerge) { _isMerge = isMerge; }
+    bool isMerge() const { return _isMerge; }
     /** What is saved is read once more and compared. */
     void setVerifies(bool verifies) { _verifies = verifies; }
     bool verifies() const { return _verifies; }
@@ -100,6 +103,7 @@ public:
 
 private:
     bool _isIntoNewStore = false;
+    bool _isMerge = false;
     bool _verifies = false;
     std::atomic<bool> _isCancelled = false;
     std::atomic<Phase> _phase = Phase::Starting;

@@ -152,6 +152,13 @@ std::optional<VXContactChangeSet> VXContactHistory::begin(const QString &kind, c
                                                           VXError *error) const
 {
     VXManagedObjectContext context(_coordinator);
+    const std::optional<VXContactChangeSet> changeSet = insert(context, kind, title, error);
+    return changeSet && context.save(error) ? changeSet : std::nullopt;
+}
+
+std::optional<VXContactChangeSet> VXContactHistory::insert(VXManagedObjectContext &context, const QString &kind,
+                                                           const QString &title, VXError *error)
+{
     const std::optional<VXFetchResult> old = changeSets(context, error);
     if (!old)
         return std::nullopt;
@@ -167,7 +174,7 @@ std::optional<VXContactChangeSet> VXContactHistory::begin(const QString &kind, c
     object->setValueForKey(kind, u"kind"_s);
     object->setValueForKey(title, u"title"_s);
     object->setValueForKey(date, u"date"_s);
-    return context.save(error) ? std::optional(changeSet) : std::nullopt;
+    return changeSet;
 }
 
 void VXContactHistory::note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,

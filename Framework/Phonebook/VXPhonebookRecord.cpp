@@ -165,9 +165,12 @@ QString VXPhonebookRecord::searchForm(const QString &phonebookStrings)
 
 // -- Objects of that kind
 
-QVariant VXRecordObject::valueForKey(const QString &key) const
+namespace {
+
+using Reader = std::function<QVariant(const VXManagedObject &)>;
+
+const QHash<QString, Reader> &furtherReaders()
 {
-    using Reader = std::function<QVariant(const VXManagedObject &)>;
     static const QHash<QString, Reader> readers = {
         {u"to_display"_s, VXPhonebookRecord::to_display},
         {u"from_display"_s, VXPhonebookRecord::from_display},
@@ -183,8 +186,20 @@ QVariant VXRecordObject::valueForKey(const QString &key) const
              return VXDisplayStringForContacts(VXPhonebookRecord::otherParty(record));
          }},
     };
+    return readers;
+}
+
+} // namespace
+
+bool VXRecordObject::isFurtherKey(const QString &key)
+{
+    return furtherReaders().contains(key);
+}
+
+QVariant VXRecordObject::valueForKey(const QString &key) const
+{
     if (entity().propertyForName(key) == nullptr) {
-        if (const auto reader = readers.constFind(key); reader != readers.constEnd())
+        if (const auto reader = furtherReaders().constFind(key); reader != furtherReaders().constEnd())
             return (*reader)(*this);
     }
     return VXManagedObject::valueForKey(key);

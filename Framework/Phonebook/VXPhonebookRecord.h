@@ -48,6 +48,8 @@ public:
      * the other party.
      */
     QVariant valueForKey(const QString &key) const override;
+    /** Whether it is one of these. */
+    static bool isFurtherKey(const QString &key);
 
 protected:
     void willSave() override;

@@ -294,6 +294,21 @@ TEST_F(HostPluginsTest, APluginThatTwiceEndedTheProgramIsLeftOutUntilItIsRetried
     EXPECT_EQ(runHost({u"plugins"_s}).errors, QByteArray(""));
 }
 
+TEST_F(HostPluginsTest, WhoInterruptsAPluginThatLoadsIsToldAndNoCrash)
+{
+    const QVariantMap ends{{u"FixtureEndsIn"_s, u"constructor"_s}, {u"FixtureSignal"_s, SIGINT}};
+    VXPluginFixture{.identifier = u"org.slow"_s, .info = ends}.write(shared);
+    enable(R"(["org.slow"])");
+    for (int start = 0; start < 3; ++start) {
+        const HostOutcome ended = runHostShell(u"(trap - INT; exec \"$0\" plugins); exit $?"_s);
+        EXPECT_EQ(ended.status, 128 + SIGINT) << ended.errors.toStdString();
+        EXPECT_THAT(ended.errors.toStdString(),
+                    testing::StartsWith("vornix: ended by a signal while the plugin org.slow was loading"));
+    }
+    VXPluginFixture{.identifier = u"org.slow"_s}.write(shared);
+    EXPECT_EQ(stateAndReason(u"org.slow"_s), "loaded: ");
+}
+
 TEST_F(HostPluginsTest, WhatAPluginDoesAtTheEndTakesNothingFromTheCommand)
 {
     const struct

@@ -1,6 +1,7 @@
 #include "VXApplication.h"
 #include "VXCallRecord.h"
 #include "VXContactRecord.h"
+#include "VXContactReport.h"
 #include "VXHostCommands.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -49,7 +50,9 @@ std::optional<int> showFoundObject(VXHostContext &context, const QString &url)
     if (!stored.object)
         return problem.isNull() ? std::nullopt : std::optional(context.output.fail(problem));
     const QJsonObject record = recordOf(stored.object);
-    context.output.answer(VXReadableText(record), QJsonObject{{u"url"_s, url}, {u"answer"_s, record}});
+    const bool isContact = stored.object->entity().name() == "VXPerson"_L1;
+    context.output.answer(isContact ? VXShownContact(stored.object).text() : VXReadableText(record),
+                          QJsonObject{{u"url"_s, url}, {u"answer"_s, record}});
     return VXHostOutput::Done;
 }
 

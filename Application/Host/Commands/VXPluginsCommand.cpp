@@ -13,6 +13,7 @@
 #include "VXPluginSigning.h"
 #include "VXPluginUpdates.h"
 #include "VXTextTable.h"
+#include "VXTriggerStore.h"
 #include "VXVersion.h"
 
 #include <QtCore/QCoreApplication>
@@ -21,6 +22,9 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QTimer>
+
+#include <algorithm>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -240,6 +244,24 @@ int disable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plu
     return changed(context, u"Disabled %1."_s.arg(namesWithout(manager, enabled, manager.enabledPlugins())), report);
 }
 
+// The user's triggers that run it, or a plugin inside it.
+QStringList triggersThatUse(const VXPluginManager &manager, const VXPluginProxy &plugin)
+{
+    QStringList titles;
+    const auto store = VXTriggerStore::open();
+    const auto triggers = store ? store->triggers() : std::nullopt;
+    for (const VXTrigger &trigger : triggers ? *triggers : QList<VXTrigger>()) {
+        const QList<VXReaction> reactions = trigger.reactions();
+        const bool uses = std::ranges::any_of(reactions, [&](const VXReaction &reaction) {
+            VXPluginProxy *const reactor = manager.pluginWithIdentifier(reaction.bundleIdentifier());
+            return reactor != nullptr && reactor->rootProxy() == &plugin;
+        });
+        if (uses)
+            titles.append(u"%1 (%2)"_s.arg(trigger.title(), trigger.shortID()));
+    }
+    return titles;
+}
+
 int removePlugin(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
 {
     const VXPluginReport report(manager, plugin);
@@ -253,10 +275,13 @@ int removePlugin(VXHostContext &context, VXPluginManager &manager, VXPluginProxy
         if (const QString problem = disableWithDependants(context, manager, plugin); !problem.isNull())
             return context.output.fail(u"%1 was not removed: %2"_s.arg(report.title(), problem));
     }
+    const QStringList triggers = triggersThatUse(manager, plugin);
     QString trashed;
     if (const VXError error = VXFileManager::defaultManager().safelyTrashFileAtPath(path, &trashed))
         return context.output.fail(
             u"%1 was not removed: %2"_s.arg(report.title(), error.localizedRecoverySuggestion()));
+    if (!triggers.isEmpty())
+        context.output.note(u"Triggers that use it find it missing from now on: %1"_s.arg(triggers.join(", "_L1)));
     return changed(context, u"Removed %1; it lies in the trash: %2"_s.arg(report.title(), trashed), report);
 }
 

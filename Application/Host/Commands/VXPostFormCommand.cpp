@@ -181,7 +181,9 @@ VXHostCommand VXPostFormCommand()
             .details =
                 u"Writes the server's answer, a property list as JSON. With --download the answer goes into a file, "
                 "whose path is written; the command fails all the same where that is the page of an error. Files are "
-                "read from the disk while they are sent. Ctrl-C cancels."_s,
+                "read from the disk while they are sent. Ctrl-C cancels.\nA server that took the form answers with the "
+                "status 200; any other, 204 for no content too, is told and counts as failed, but --download takes all "
+                "from 200 to 299."_s,
             .options = {{.name = u"field"_s,
                          .placeholder = u"NAME=VALUE"_s,
                          .summary = u"A field; may be repeated"_s,

@@ -27,6 +27,7 @@
 
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QJsonArray>
+#include <QtCore/QRegularExpression>
 
 #include <algorithm>
 #include <iterator>
@@ -258,6 +259,21 @@ int defaultDevice(VXHostContext &context, VXPluginManager &)
                 device ? QJsonValue(url) : QJsonValue());
 }
 
+// The first key that the action is not said to be given, where it is given an object as "{number, text}"; null for none.
+QString unknownKey(const QVariant &object, const QString &described)
+{
+    static const QRegularExpression plain(u"^\\{([a-zA-Z_, ]+)\\}$"_s);
+    const QRegularExpressionMatch match = plain.match(described);
+    QStringList known = match.captured(1).split(u',');
+    for (QString &key : known)
+        key = key.trimmed();
+    for (const QString &key : match.hasMatch() ? object.toMap().keys() : QStringList()) {
+        if (!known.contains(key))
+            return key;
+    }
+    return {};
+}
+
 int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 {
     const QString usage = VXHostUsage(context.options);
@@ -284,6 +300,9 @@ int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
         return context.output.fail(
             u"there is no action \"%1\"%2; \"vornix devices actions %3\" shows those there are"_s.arg(
                 name, VXDidYouMean(name, names), context.options.operand(1)));
+    const QString described = VXInfoOfDeviceAction(name, url).object;
+    if (const QString key = unknownKey(action->object(), described); !key.isNull())
+        context.output.note(u"%1 is given %2, and may not know \"%3\""_s.arg(name, described, key));
     const auto limit = std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
     return VXDeviceActionRun(context, action).run(device, limit);
 }

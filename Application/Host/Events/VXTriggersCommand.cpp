@@ -320,6 +320,9 @@ VXHostCommand VXTriggersCommand()
             "--place N\" makes it the Nth of its event. ID is as \"list\" shows it, or the name that only one has.\n"
             "An --option belongs to the --reactor before it. A value that is a list or an object in JSON is "
             "taken as such, any other as text. A relative path of a file to export to counts from the current folder.\n"
+            "Of a call or message the filter can ask for \"who\" and \"contact\" too, who the other party is by the "
+            "phonebook: 'contact.company == \"Acme\"'; of lists, as groups and numbers, for one of them: 'ANY "
+            "contact.groups.name == \"Family\"'.\n"
             "Example: vornix triggers add --event incoming_call --filter 'from CONTAINS \"Jane\"' "
             "--reactor runcommand --option program=/home/me/jane.sh"_s,
         .options = {{u"event"_s,

@@ -1,3 +1,4 @@
+#include "VXContactHistory.h"
 #include "VXContactReport.h"
 #include "VXContactsOpen.h"
 #include "VXContactVerbs.h"
@@ -163,10 +164,17 @@ int VXDeleteContact(VXHostContext &context)
     if (!named.person)
         return VXHostOutput::Failed;
     const VXShownContact shown(named.person);
-    named.contacts->deleteObject(named.person);
+    const QString name = shown.contact.displayName();
     VXError error;
-    if (!named.contacts->save(&error))
+    const auto changeSet = VXContactHistory::insert(*named.contacts, u"deletion"_s, name, &error);
+    if (changeSet) {
+        VXContactHistory::note(*named.contacts, *changeSet, named.person, true);
+        named.contacts->deleteObject(named.person);
+    }
+    if (!changeSet || !named.contacts->save(&error))
         return context.output.fail(VXErrorText(error));
-    context.output.answer(u"Deleted %1 (%2).\n"_s.arg(shown.contact.displayName(), shown.shortID), shown.json(false));
+    context.output.answer(
+        u"Deleted %1 (%2); \"vornix phonebook undo-import\" takes it back.\n"_s.arg(name, shown.shortID),
+        shown.json(false));
     return VXHostOutput::Done;
 }

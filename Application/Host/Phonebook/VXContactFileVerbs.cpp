@@ -12,6 +12,7 @@
 #include "VXManagedObjectContext.h"
 #include "VXRegularFile.h"
 #include "VXShownDate.h"
+#include "VXSignalWatcher.h"
 #include "VXStoreAccess.h"
 #include "VXTextTable.h"
 
@@ -21,6 +22,7 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
+#include <csignal>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -70,6 +72,16 @@ QString textOf(const VXContactImportReport &report, bool isDryRun)
                       .arg(report.changed)
                       .arg(report.same)
                       .arg(report.leftOut);
+}
+
+// Of an import that was broken off: what is in by then, and what to do.
+QString textOfPart(const VXContactImportReport &report)
+{
+    if (report.added + report.changed == 0)
+        return u"; no contact was changed"_s;
+    return u"; %1 contacts were added and %2 changed before: import the file again, which brings the rest, or take "
+           "these back with \"vornix phonebook undo-import\""_s.arg(report.added)
+               .arg(report.changed);
 }
 
 void noteProblems(VXHostContext &context, const QString &path, const QList<VXCardProblem> &problems)
@@ -134,19 +146,30 @@ int VXImportContacts(VXHostContext &context)
     VXCardReader reader(file);
     VXContactImport import(coordinator, QFileInfo(path).fileName());
     import.setDryRun(isDryRun);
-    VXError error;
-    const std::optional<VXContactImportReport> report = import.run(reader, &error);
-    if (!report)
-        return context.output.fail(VXErrorText(error));
-    if (file.error() != QFile::NoError)
-        return context.output.fail(u"%1 can not be read: %2"_s.arg(path, file.errorString()));
-    if (!context.output.isJSON())
-        noteProblems(context, path, report->problems);
-    const qsizetype read = report->added + report->changed + report->same;
-    if (read == 0 && report->leftOut == 0)
-        return context.output.fail(u"%1 has no vCards"_s.arg(path));
-    context.output.answer(textOf(*report, isDryRun), jsonOf(*report));
-    return report->leftOut > 0 ? VXHostOutput::Failed : VXHostOutput::Done;
+    // Standard input may be waited for: there an interrupt ends the program at once.
+    bool isInterrupted = false;
+    std::optional<VXSignalWatcher> interrupt;
+    if (path != "-"_L1)
+        interrupt.emplace(std::initializer_list<int>{SIGINT, SIGTERM}, [&](int) { isInterrupted = true; });
+    import.setCancelCheck([&] {
+        if (interrupt)
+            interrupt->deliverPending();
+    return isInterrupted;
+});
+VXError error;
+const std::optional<VXContactImportReport> report = import.run(reader, &error);
+if (!report)
+    return context.output.fail((isInterrupted ? u"the import was interrupted"_s : VXErrorText(error)) +
+                               (isDryRun ? QString() : textOfPart(import.reportSoFar())));
+if (file.error() != QFile::NoError)
+    return context.output.fail(u"%1 can not be read: %2"_s.arg(path, file.errorString()));
+if (!context.output.isJSON())
+    noteProblems(context, path, report->problems);
+const qsizetype read = report->added + report->changed + report->same;
+if (read == 0 && report->leftOut == 0)
+    return context.output.fail(u"%1 has no vCards"_s.arg(path));
+context.output.answer(textOf(*report, isDryRun), jsonOf(*report));
+return report->leftOut > 0 ? VXHostOutput::Failed : VXHostOutput::Done;
 }
 
 int VXExportContacts(VXHostContext &context)

@@ -13,10 +13,14 @@
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
+#include "VXShownWidth.h"
 #include "VXTextComparison.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -126,6 +130,65 @@ std::optional<QVariantList> askedGroups(VXHostContext &context, VXManagedObjectC
     return asked;
 }
 
+/** The rows of contacts, piece by piece, in columns that fit the output: the first piece decides which these are. */
+class ContactTable
+{
+public:
+    explicit ContactTable(VXHostOutput &output) : _output(output) {}
+
+    void add(const VXShownContact &contact)
+    {
+        _rows.append(contact.columns());
+        for (const qsizetype column : std::as_const(_gone))
+            _rows.last().removeAt(column);
+    }
+    qsizetype size() const { return _rows.size(); }
+    void write()
+    {
+        if (!std::exchange(_isFitted, true))
+            fit();
+        if (_isNarrow)
+            cutLast();
+        _output.writePart(VXTextTable(std::exchange(_rows, {}), &_widths).chopped(1).toUtf8());
+    }
+
+private:
+    static constexpr qsizetype leastReadable = 8;
+
+    void fit()
+    {
+        QStringList names;
+        for (qsizetype column = _rows.first().size() - 1; column > 1 && isTooWide(); --column) {
+            if (_rows.first()[column] == "NUMBERS"_L1)
+                continue;
+            names.prepend(_rows.first()[column]);
+            for (QStringList &row : _rows)
+                row.removeAt(column);
+            _gone.append(column);
+        }
+        _isNarrow = isTooWide();
+        if (!names.isEmpty())
+            _output.note(u"For want of room without: %1. --json has everything."_s.arg(names.join(", "_L1)));
+    }
+    void cutLast()
+    {
+        QList<QStringList> others = _rows;
+        for (QStringList &row : others)
+            row.last().clear();
+        const qsizetype room = std::max(_output.width() - VXWidthOfTable(others), leastReadable);
+        for (QStringList &row : _rows)
+            row.last() = VXCutToWidth(row.last(), room);
+    }
+    bool isTooWide() const { return VXWidthOfTable(_rows) > _output.width(); }
+
+    VXHostOutput &_output;
+    QList<QStringList> _rows{VXShownContact::titles()};
+    QList<qsizetype> _widths;
+    QList<qsizetype> _gone; // columns, in the order in which they are taken away
+    bool _isFitted = false;
+    bool _isNarrow = false;
+};
+
 } // namespace
 
 int VXLookUpContact(VXHostContext &context)
@@ -144,6 +207,12 @@ int VXLookUpContact(VXHostContext &context)
     }
     if (!entry) {
         context.output.answer(u"No contact has it.\n"_s, QJsonValue());
+        QString name;
+        QString value;
+        unsigned type = 0;
+        if (!context.output.isJSON() && !VXPhonebookStringSplit(text, &name, &value, &type))
+            context.output.note(u"\"%1\" is no number or address; \"vornix phonebook show\" and \"complete\" find "
+                                "contacts by their names"_s.arg(text));
         return VXHostOutput::Failed;
     }
     const VXManagedObjectPtr person = personOf(*entry);
@@ -187,17 +256,16 @@ int VXListContacts(VXHostContext &context)
     if (!found)
         return context.output.fail(VXErrorText(error));
     context.output.beginParts();
-    QList<qsizetype> widths;
-    QList<QStringList> rows{VXShownContact::titles()};
+    ContactTable table(context.output);
     for (qsizetype index = 0; index < found->size(); ++index) {
         const VXShownContact shown(found->at(index));
         if (context.output.isJSON())
             context.output.writePart(VXJSONText(shown.json(false)));
         else
-            rows.append(shown.columns());
-        const bool isFull = rows.size() >= batchSize || index + 1 == found->size();
+            table.add(shown);
+        const bool isFull = table.size() >= batchSize || index + 1 == found->size();
         if (!context.output.isJSON() && isFull)
-            context.output.writePart(VXTextTable(std::exchange(rows, {}), &widths).chopped(1).toUtf8());
+            table.write();
         if (!context.output.flush())
             break;
     }

@@ -5,6 +5,7 @@
 #include "VXEmailAddress.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXPhonebookManager.h"
 #include "VXPhoneNumber.h"
 #include "VXStoreByName.h"
 
@@ -92,9 +93,16 @@ VXNamedContact::VXNamedContact(VXHostContext &context)
         person = persons.constFirst();
         return;
     }
+    if (persons.isEmpty()) {
+        constexpr unsigned mostNear = 5;
+        const QStringList near = VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
+            text, VXPhonebookPropertyAll, mostNear);
+        context.output.fail(u"there is no contact \"%1\""_s.arg(text) +
+                            (near.isEmpty() ? QString() : u"; near it are: "_s + near.join(", "_L1)));
+        return;
+    }
     QStringList choices;
     for (const VXManagedObjectPtr &each : persons)
         choices.append(VXShownContact(each).shortID);
-    context.output.fail(persons.isEmpty() ? u"there is no contact \"%1\""_s.arg(text)
-                                          : u"\"%1\" are several contacts: %2"_s.arg(text, choices.join(", "_L1)));
+    context.output.fail(u"\"%1\" are several contacts: %2"_s.arg(text, choices.join(", "_L1)));
 }

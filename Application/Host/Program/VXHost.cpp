@@ -3,6 +3,7 @@
 #include "VXApplication.h"
 #include "VXBackgroundThread.h"
 #include "VXDesktopServices.h"
+#include "VXDiagnostics.h"
 #include "VXErrorText.h"
 #include "VXException.h"
 #include "VXFolders.h"
@@ -116,6 +117,7 @@ int runApplication(VXHostContext &context)
 {
     if (context.options.isSet(u"verbose"_s))
         VXLog::setEchoDescriptor(STDERR_FILENO);
+    VXSetConsoleOmitsRepetitions(true);
     VXInitializeFramework();
     VXInitializeInterface();
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());

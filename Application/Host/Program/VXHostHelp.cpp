@@ -1,16 +1,25 @@
 #include "VXHostHelp.h"
 
 #include "VXHostOptions.h"
+#include "VXHostOutput.h"
 #include "VXWrappedText.h"
 
 #include <algorithm>
+#include <unistd.h>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype textWidth = 79;
+constexpr qsizetype widest = 79;
+constexpr qsizetype narrowest = 30;
+constexpr qsizetype leastOfRow = 20; // of what stands beside a name
+
+qsizetype textWidth()
+{
+    return std::clamp(VXHostOutput::widthOf(STDOUT_FILENO) - 1, narrowest, widest);
+}
 
 QString optionText(const VXHostOption &option)
 {
@@ -19,7 +28,7 @@ QString optionText(const VXHostOption &option)
 
 QString wrapped(const QString &text, qsizetype indent, qsizetype used)
 {
-    return VXWrappedText(text, textWidth, indent, used);
+    return VXWrappedText(text, textWidth(), indent, used);
 }
 
 using Rows = std::vector<std::pair<QString, QString>>;
@@ -31,6 +40,12 @@ QString alignedRows(const Rows &rows)
         width = std::max(width, left.size());
     const qsizetype indent = width + 4;
     QString text;
+    if (indent + leastOfRow > textWidth()) { // below its name
+        constexpr qsizetype below = 6;
+        for (const auto &[left, right] : rows)
+            text += "  "_L1 + left + u'\n' + QString(below, u' ') + wrapped(right, below, below) + u'\n';
+        return text;
+    }
     for (const auto &[left, right] : rows)
         text += "  "_L1 + left.leftJustified(width + 2) + wrapped(right, indent, indent) + u'\n';
     return text;
@@ -109,7 +124,8 @@ QString VXHostOverview(const VXHostCommandTable &commands)
         if (!command.isHidden)
             rows.emplace_back(command.name, command.summary);
     }
-    return u"vornix manages mobile phones and the personal data kept with them.\n\n"
+    return wrapped(u"vornix manages mobile phones and the personal data kept with them."_s, 0, 0) +
+           u"\n\n"
            "usage: vornix [OPTION]... COMMAND [ARGUMENT]...\n\nCommands:\n"_s +
            alignedRows(rows) + u"\nOptions, before or after the command:\n"_s +
            alignedRows(optionRows(commands.globalOptions())) +

@@ -1,6 +1,7 @@
 #include "VXTextTable.h"
 
 #include "VXHostOutput.h"
+#include "VXShownWidth.h"
 
 #include <algorithm>
 #include <numeric>
@@ -21,7 +22,7 @@ void widen(QList<qsizetype> &widths, const QList<QStringList> &rows)
     for (const QStringList &row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (qsizetype column = 0; column < row.size(); ++column)
-            widths[column] = std::max(widths[column], row[column].size());
+            widths[column] = std::max(widths[column], VXShownWidth(row[column]));
     }
 }
 
@@ -31,7 +32,7 @@ qsizetype widthOf(const QList<QStringList> &rows, qsizetype column)
 {
     qsizetype width = 0;
     for (const QStringList &row : rows)
-        width = std::max(width, row.value(column).size());
+        width = std::max(width, VXShownWidth(row.value(column)));
     return width;
 }
 
@@ -48,10 +49,8 @@ void shorten(QList<QStringList> &rows, const QString &elastic, qsizetype excess)
     if (column < 0 || excess <= 0)
         return;
     const qsizetype width = std::max(widthOf(rows, column) - excess, leastReadable);
-    for (QStringList &row : rows) {
-        if (row[column].size() > width)
-            row[column] = row[column].first(width - 1) + u'…';
-    }
+    for (QStringList &row : rows)
+        row[column] = VXCutToWidth(row[column], width);
 }
 
 } // namespace
@@ -65,7 +64,7 @@ QString VXTextTable(const QList<QStringList> &rows, QList<qsizetype> *kept)
     for (const QStringList &row : rows) {
         QString line;
         for (qsizetype column = 0; column < row.size(); ++column)
-            line += printable(row[column]).leftJustified(widths[column] + 2);
+            line += printable(row[column]) + QString(widths[column] + 2 - VXShownWidth(row[column]), u' ');
         while (line.endsWith(u' '))
             line.chop(1);
         text += line + u'\n';

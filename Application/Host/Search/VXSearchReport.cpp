@@ -2,6 +2,7 @@
 
 #include "VXHostJSON.h"
 #include "VXHostOutput.h"
+#include "VXShownWidth.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>
@@ -17,7 +18,7 @@ QString cell(const QString &text)
 {
     if (text.isEmpty())
         return u"-"_s;
-    return text.size() > longestText ? text.first(longestText - 1) + u'…' : text;
+    return VXCutToWidth(text, longestText);
 }
 
 } // namespace
@@ -39,7 +40,7 @@ void VXAnswerFoundObjects(VXHostOutput &output, const QList<VXFoundObject> &foun
         const QString date = object.date.isValid() ? object.date.toLocalTime().toString(u"yyyy-MM-dd HH:mm"_s) : u"-"_s;
         rows.append({object.kind, date, cell(object.title), cell(object.detail), object.uri.path().mid(1)});
     }
-    output.answer(found.isEmpty() ? QString() : VXFittingTable(output, rows, {u"ID"_s, u"DATE"_s}), json);
+    output.answer(found.isEmpty() ? QString() : VXFittingTable(output, rows, {u"ID"_s, u"DATE"_s}, u"TEXT"_s), json);
     if (found.isEmpty())
         output.note(u"nothing was found"_s);
 }

@@ -3,6 +3,7 @@
 #include "VXEntityPredicate.h"
 #include "VXHostOptions.h"
 #include "VXNearestWord.h"
+#include "VXPhonebookRecord.h"
 #include "VXStoreAccess.h"
 #include "VXStoreObjects.h"
 
@@ -19,6 +20,9 @@ QString withHint(const QString &problem, const VXEntityDescription &entity, cons
     const QRegularExpressionMatch match = unknown.match(problem);
     if (!match.hasMatch())
         return problem;
+    if (entity.propertyForName(u"otherParty_search"_s) != nullptr && VXRecordObject::isFurtherKey(match.captured(1)))
+        return u"\"%1\" is looked up in the phonebook and not stored: ask for \"from\" or \"to\", as "
+               "'from CONTAINS \"555\"', or use \"vornix search\""_s.arg(match.captured(1));
     return problem + suggestion + VXDidYouMean(match.captured(1), VXNamesOfProperties(entity));
 }
 

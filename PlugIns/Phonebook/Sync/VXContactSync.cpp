@@ -103,7 +103,7 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
         VXLogCoreDataSaveError(error);
         return finish(error);
     }
-    ++_carriedOutCount;
+    _carriedOut.append(change.name);
     whole()->incrementProgress();
     carryOutNext();
 }
@@ -130,10 +130,20 @@ bool VXContactSync::note(const VXPhoneChange &change, const QVariantMap &result,
 
 void VXContactSync::finish(const VXError &error)
 {
-    QVariantMap result{{u"carriedOut"_s, _carriedOutCount}, {u"problems"_s, _problems}};
-    result.insert(u"added"_s, _reconciler ? _reconciler->addedCount() : 0);
-    result.insert(u"changed"_s, _reconciler ? _reconciler->changedCount() : 0);
-    result.insert(u"removed"_s, _reconciler ? _reconciler->removedCount() : 0);
+    QVariantMap result{{u"problems"_s, _problems}};
+    const std::pair<QString, QStringList> outcomes[] = {
+        {u"added"_s, _reconciler ? _reconciler->added() : QStringList()},
+        {u"changed"_s, _reconciler ? _reconciler->changed() : QStringList()},
+        {u"removed"_s, _reconciler ? _reconciler->removed() : QStringList()},
+        {u"carriedOut"_s, _carriedOut}};
+    QVariantMap names;
+    for (const auto &[key, persons] : outcomes) {
+        result.insert(key, persons.size());
+        if (!persons.isEmpty())
+            names.insert(key, persons);
+    }
+    if (!names.isEmpty())
+        result.insert(u"names"_s, names);
     result.insert(u"conflicts"_s, _reconciler ? _reconciler->conflicts() : QStringList());
     if (_reconciler && !_reconciler->question().isNull())
         result.insert(u"question"_s, _reconciler->question());

@@ -34,6 +34,6 @@ private:
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     std::unique_ptr<VXContactReconciler> _reconciler; // once the phone was read
     std::deque<VXPhoneChange> _changes;               // left to be carried out
-    int _carriedOutCount = 0;
+    QStringList _carriedOut;                          // names
     QStringList _problems;
 };

@@ -160,6 +160,7 @@ struct UpgradeRow
     void (*spoil)(const QString &live, const QString &home) = nullptr;
     bool isEmptied = false; // the new store has nothing
     const char *owner = "org.example.notes";
+    bool namesEarlierStore = false; // as the way out
 };
 
 void PrintTo(const UpgradeRow &row, std::ostream *out)
@@ -179,6 +180,9 @@ TEST_P(VXStoreUpgradeOutcomeTest, OldDataOrNewDataIsWholeAndTheUserKnows)
     if (row.spoil != nullptr)
         row.spoil(live, path());
     const QMap<QString, QByteArray> filesBefore = contentsOf(live);
+    const QString earlier = path(u"earlier"_s);
+    ASSERT_TRUE(QDir().mkpath(earlier));
+    VXStorePast::note(live, earlier, u"upgraded"_s);
     writeNotesPlugin(QString::fromUtf8(row.migration));
     VXUserDefaults::standardUserDefaults().setObject(row.verifies, u"migration.verify"_s);
     if (row.userCancels)
@@ -199,6 +203,9 @@ TEST_P(VXStoreUpgradeOutcomeTest, OldDataOrNewDataIsWholeAndTheUserKnows)
         EXPECT_EQ(user->alerts().front().message, QString::fromUtf8(row.message));
         EXPECT_TRUE(VXApplication::sharedApplication().isTerminating());
         EXPECT_EQ(contentsOf(live), filesBefore); // to the last byte
+        const QString details = user->alerts().front().details;
+        EXPECT_EQ(details.contains(earlier), row.namesEarlierStore) << details.toStdString();
+        EXPECT_EQ(details.contains("The store is as it was."_L1), !row.namesEarlierStore) << details.toStdString();
     }
     EXPECT_TRUE(VXStoreLock::take(live, VXStoreLock::Purpose::Use, {})); // nobody is left who has it
 }
@@ -219,7 +226,8 @@ INSTANTIATE_TEST_SUITE_P(
         UpgradeRow{.title = "Newer",
                    .migration = "",
                    .version = "1.10",
-                   .message = "Data file is newer than this plugin supports"},
+                   .message = "Data file is newer than this plugin supports",
+                   .namesEarlierStore = true},
         UpgradeRow{.title = "HookThrows",
                    .migration = "throws",
                    .line = "Exception while migrating store: runtime_error: thrown as told",
@@ -264,7 +272,8 @@ INSTANTIATE_TEST_SUITE_P(
                            ASSERT_TRUE(file.open(QIODevice::ReadWrite));
                            ASSERT_TRUE(file.seek(file.size() / 2));
                            file.write(QByteArray(int(file.size() / 2), '\x5a'));
-                       }}),
+                       },
+                   .namesEarlierStore = true}),
     [](const auto &each) { return std::string(each.param.title); });
 
 class VXStoreKilledUpgradeTest : public VXStoreUpgradeTest, public testing::WithParamInterface<const char *>

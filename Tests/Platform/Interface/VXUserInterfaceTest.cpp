@@ -128,7 +128,8 @@ TEST_F(VXUserInterfaceTest, PolicyAnswersWhereNobodyIsAsked)
         return QString::fromUtf8(buffer.data(), count);
     };
     EXPECT_FALSE(run(Policy::Cancel, VXAlertButton::Alternate, {}).contains(u"terminal"_s));
-    EXPECT_TRUE(run(Policy::Default, VXAlertButton::Default, path(u"out"_s)).contains(u"-> Merge\n"_s));
+    EXPECT_TRUE(
+        run(Policy::Default, VXAlertButton::Default, path(u"out"_s)).contains(u"-> Merge, and not: Keep a copy\n"_s));
     EXPECT_EQ(run(Policy::Ask, VXAlertButton::Alternate, {}).count(u"There is no terminal"_s), 1);
     writeFile(u"out"_s, "kept");
     run(Policy::Default, VXAlertButton::Default, {}); // nothing is replaced unasked

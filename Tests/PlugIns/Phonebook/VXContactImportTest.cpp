@@ -4,6 +4,8 @@
 #include "VXContactHistory.h"
 #include "VXContactMatch.h"
 #include "VXContactWriter.h"
+#include "VXDataPlugin.h"
+#include "VXErrorDomain.h"
 #include "VXPhonebookTest.h"
 
 #include <QtCore/QBuffer>
@@ -348,4 +350,46 @@ TEST_F(VXContactImportTest, WhatIsKeptIsWhatTheCardHad)
     buffer.setData(full);
     buffer.open(QIODevice::ReadOnly);
     EXPECT_EQ(VXContactRecord(QVariant::fromValue(found->first())).map(), VXCardReader(buffer).next()->contact.map());
+}
+
+// What can be undone in the other store, or has its number, was done there.
+TEST_F(VXContactImportTest, AStoreThatIsMergedIsOneStepAndBringsNoHistory)
+{
+    EXPECT_EQ(import(jane), u"1 0 0 0"_s);
+    auto &phonebookPlugin =
+        plugin(u"com.halvern.VNX2.plugin.phonebook"_s)->as<VXDataPlugin>("persistentStoreCoordinator");
+    const QString copy = path(u"copy.vxdatastore"_s);
+    EXPECT_FALSE(phonebookPlugin.exportStoreTo(copy, false));
+    EXPECT_EQ(import(bob), u"1 0 0 0"_s);
+    QString description;
+    VXError error;
+    const VXCoreDataStore::Ptr other = phonebookPlugin.storeToImport(copy, &description, &error);
+    ASSERT_TRUE(other) << error.description().toStdString();
+    error = phonebookPlugin.mergeStore(other);
+    EXPECT_FALSE(error) << error.description().toStdString();
+    EXPECT_EQ(contacts().size(), 3);
+    EXPECT_EQ(countOf(u"VXContactChangeSet"_s), 3); // of both imports and the merge
+    for (const qsizetype left : {2, 1, 0}) {
+        EXPECT_EQ(undo(), u"1 0 0 "_s);
+        EXPECT_EQ(contacts().size(), left);
+    }
+}
+
+TEST_F(VXContactImportTest, AnImportThatIsBrokenOffTellsWhatIsIn)
+{
+    QByteArray cards;
+    for (int each = 0; each < 700; ++each)
+        cards += card("Jane N" + QByteArray::number(each), "TEL:555 0100\r\n");
+    QBuffer buffer(&cards);
+    ASSERT_TRUE(buffer.open(QIODevice::ReadOnly));
+    VXCardReader reader(buffer);
+    VXContactImport broken(store, u"a.vcf"_s);
+    int asked = 0;
+    broken.setCancelCheck([&asked] { return ++asked == 2; });
+    VXError error;
+    EXPECT_FALSE(broken.run(reader, &error));
+    EXPECT_EQ(error.code(), VXErrorCancelled);
+    EXPECT_EQ(broken.reportSoFar().added, 500);
+    EXPECT_EQ(countOf(u"VXPerson"_s), 500);
+    EXPECT_EQ(undo(), u"500 0 0 "_s);
 }
