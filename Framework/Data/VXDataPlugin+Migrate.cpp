@@ -273,6 +273,12 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
             text += textOfMembers(oldIDs, newObjects, made);
         VXLogMethod(VXLogWarning, relationshipOperation, text);
     }
+    if (!made->isToMany() && related.size() > 1) { // there is room for one of them
+        noteNotFound(oldObject, relationship, related.size() - 1);
+        VXLogMethod(VXLogWarning, relationshipOperation,
+                    u"Unable to keep more than one of %1 objects in relationship %2 for object %3"_s.arg(related.size())
+                        .arg(relationship, nameOf(oldObject->objectID())));
+    }
     if (made->isToMany())
         newObject->setRelatedObjects(made->index(), related);
     else if (!related.isEmpty())

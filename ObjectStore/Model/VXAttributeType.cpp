@@ -68,6 +68,29 @@ std::optional<QVariant> date(const QVariant &value)
     return time.isValid() ? std::optional<QVariant>(time.toUTC()) : std::nullopt;
 }
 
+// As a store gives it back: else a value would differ from itself once it was saved.
+QVariant asRead(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantHash) {
+        QVariantMap map = value.toMap();
+        for (QVariant &each : map)
+            each = asRead(each);
+        return map;
+    }
+    if (value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList) {
+        QVariantList list = value.toList();
+        for (QVariant &each : list)
+            each = asRead(each);
+        return list;
+    }
+    if (value.typeId() == QMetaType::QDateTime)
+        return value.toDateTime().toUTC();
+    if (VXIsRealNumber(value.metaType()))
+        return value.toDouble();
+    const std::optional<qint64> number = VXIsWholeNumber(value.metaType()) ? wholeNumber<qint64>(value) : std::nullopt;
+    return number ? QVariant(qlonglong(*number)) : value;
+}
+
 } // namespace
 
 QString VXAttributeTypeName(VXAttributeType type)
@@ -135,7 +158,7 @@ std::optional<QVariant> VXAttributeValue(VXAttributeType type, const QVariant &v
     case VXAttributeType::Binary:
         return ofType<QByteArray>(value);
     case VXAttributeType::PropertyList:
-        return VXPropertyList::isValid(value) ? std::optional(value) : std::nullopt;
+        return VXPropertyList::isValid(value) ? std::optional(asRead(value)) : std::nullopt;
     }
     return std::nullopt;
 }
