@@ -120,6 +120,26 @@ TEST_P(VXManagedObjectTest, ChangesAreKnownUntilTheyAreSaved)
     EXPECT_EQ(same->valueForKey(u"age"_s), 19);
 }
 
+TEST_P(VXManagedObjectTest, PropertyListsAreAsTheStoreGivesThemBack)
+{
+    const auto list = [](int number) {
+        const QDateTime local(QDate(2026, 3, 1), QTime(12, 0), Qt::LocalTime);
+        return QVariantMap{{u"a"_s, number}, {u"b"_s, QVariantList{1.5F, local}}, {u"c"_s, QStringList{u"x"_s}}};
+    };
+    const Object jane = person(u"Jane"_s, {{u"extra"_s, list(1)}});
+    save();
+    jane->setValueForKey(list(1), u"extra"_s);
+    EXPECT_FALSE(context.hasChanges()) << "the same value";
+    const Object same = there(jane);
+    same->setValueForKey(30, u"age"_s);
+    ASSERT_TRUE(other.save());
+    context.setMergePolicy(VXMergePolicy::MergeByPropertyStoreTrumps);
+    jane->setValueForKey(list(2), u"extra"_s);
+    save();
+    other.refreshObject(same, false);
+    EXPECT_EQ(same->valueForKey(u"extra"_s).toMap()[u"a"_s], 2);
+}
+
 TEST_P(VXManagedObjectTest, RegisteredClassesAreUsedAndTheirHooksCalled)
 {
     VXManagedObjectClass::registerClass<TestPerson>(u"TestPerson"_s);
