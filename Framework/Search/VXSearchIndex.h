@@ -95,6 +95,8 @@ private:
     bool put(qint64 folder, const Change &change, VXError *error);
     bool insert(qint64 folder, const Change &change, VXError *error);
     std::optional<qint64> freeID(qint64 place, VXError *error);
+    /** Numbers are kept so: those with the same end begin alike. */
+    static QString reversed(const QString &text);
     bool putNumbers(qint64 id, const QVariantMap &values, VXError *error);
     bool run(VXSQLiteStatement &statement, VXError *error);
     bool setComplete(const QString &folder, bool isComplete, VXError *error);
