@@ -20,7 +20,7 @@ install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CONTRIBUT
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION "${document_dir}/docs" FILES_MATCHING PATTERN "*.md")
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/Examples" DESTINATION "${document_dir}" USE_SOURCE_PERMISSIONS)
 file(GLOB_RECURSE documents CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/PlugIns/*.md"
-  "${PROJECT_SOURCE_DIR}/Tools/*.md")
+  "${PROJECT_SOURCE_DIR}/Interface/*.md" "${PROJECT_SOURCE_DIR}/Tools/*.md")
 foreach(document IN LISTS documents)
   cmake_path(GET document PARENT_PATH folder)
   install(FILES "${PROJECT_SOURCE_DIR}/${document}" DESTINATION "${document_dir}/${folder}")
