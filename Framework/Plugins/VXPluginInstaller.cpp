@@ -179,7 +179,7 @@ VXPluginInstallResult VXPluginInstaller::install(const QString &givenPath, QStri
         if (const VXError problem = files.verifyPathExists(needed))
             return fail(problem.description(), problem.localizedDescription());
     }
-    const VXFileLock lock(_manager.pathToInstallStagingFolder() + "/.lock"_L1); // two at once may bring the same one
+    const VXFileLock lock(_manager.pathToInstallStagingFolder() + ".lock"_L1); // two at once may bring the same one
     if (!lock.isHeld() && !lock.isImpossible())
         return fail(lock.reason(), lock.reason());
     const QString identifier = info.value(identifierKey).toString();

@@ -89,16 +89,17 @@ public:
 private:
     friend class VXStoreRowBatch;
 
+    struct Place
+    {
+        quint32 offset; // in the block
+        quint32 room;   // from there on, which what is shorter leaves in part
+    };
     struct Cell
     {
         union {
             qint64 number = 0;
             double real;
-            struct
-            {
-                quint32 offset; // in the block
-                quint32 room;   // from there on, which what is shorter leaves in part
-            } place;
+            Place place;
             QVariant *other;
         };
         quint32 size = 0; // of a text or data, in bytes
