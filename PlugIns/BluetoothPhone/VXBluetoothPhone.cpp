@@ -167,30 +167,30 @@ void VXBluetoothPhone::setOffered(const QString &action, bool isOffered, const s
 void VXBluetoothPhone::offerActions()
 {
     using namespace VXBluetoothNames;
-    const auto contacts = [this](const QString &action, void (VXPhonebookAccess::*work)(VXBusErrand &)) {
+    const auto offerContacts = [this](const QString &action, void (VXPhonebookAccess::*work)(VXBusErrand &)) {
         setOffered(action, hasProfile(contactsProfile), [this, action, work] {
             offer(action, *_contactsQueue, [this, work](VXBusErrand &errand) { (_phonebook.get()->*work)(errand); });
         });
     };
-    const auto messages = [this](const QString &action, void (VXMessageAccess::*work)(VXBusErrand &)) {
+    const auto offerMessages = [this](const QString &action, void (VXMessageAccess::*work)(VXBusErrand &)) {
         setOffered(action, hasProfile(messagesProfile), [this, action, work] {
             offer(action, *_messagesQueue, [this, work](VXBusErrand &errand) { (_messages.get()->*work)(errand); });
         });
     };
-    const auto calls = [this](const QString &action, void (VXTelephony::*work)(VXBusErrand &)) {
+    const auto offerCalls = [this](const QString &action, void (VXTelephony::*work)(VXBusErrand &)) {
         setOffered(action, hasProfile(callsProfile), [this, action, work] {
             offer(action, [this, work](const VXDeviceAction::Ptr &asked) { _telephony->enqueue(asked, work); });
         });
     };
-    contacts(u"read_contacts"_s, &VXPhonebookAccess::readContacts);
-    contacts(u"read_calls"_s, &VXPhonebookAccess::readCalls);
-    messages(u"read_messages"_s, &VXMessageAccess::read);
-    messages(u"send_message"_s, &VXMessageAccess::send);
-    messages(u"write_message"_s, &VXMessageAccess::write);
-    messages(u"delete_message"_s, &VXMessageAccess::remove);
-    calls(u"dial"_s, &VXTelephony::dial);
-    calls(u"answer"_s, &VXTelephony::answer);
-    calls(u"hang_up"_s, &VXTelephony::hangUp);
+    offerContacts(u"read_contacts"_s, &VXPhonebookAccess::readContacts);
+    offerContacts(u"read_calls"_s, &VXPhonebookAccess::readCalls);
+    offerMessages(u"read_messages"_s, &VXMessageAccess::read);
+    offerMessages(u"send_message"_s, &VXMessageAccess::send);
+    offerMessages(u"write_message"_s, &VXMessageAccess::write);
+    offerMessages(u"delete_message"_s, &VXMessageAccess::remove);
+    offerCalls(u"dial"_s, &VXTelephony::dial);
+    offerCalls(u"answer"_s, &VXTelephony::answer);
+    offerCalls(u"hang_up"_s, &VXTelephony::hangUp);
 }
 
 // -- Connecting
