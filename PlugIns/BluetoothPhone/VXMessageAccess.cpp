@@ -146,7 +146,7 @@ void VXMessageAccess::withSession(VXBusErrand &errand, const Then &then)
         _told.clear();
         errand.setFarewell([this] { close(); }); // without its folder it is of no use
         errand.begin(_peer.text(u"Connecting"_s), stepLimit);
-        errand.ask(call(u"SetFolder"_s, {u"/telecom/msg"_s}, {}), [this, &errand, then](const QDBusMessage &answer) {
+        errand.ask(call(u"SetFolder"_s, {u"/telecom/msg"_s}, {}), [&errand, then](const QDBusMessage &answer) {
             if (answer.type() == QDBusMessage::ErrorMessage)
                 return errand.fail(VXBusErrand::errorOf(answer));
             errand.setFarewell({});
