@@ -255,6 +255,29 @@ const ObstacleRow obstacles[] = {
 
 INSTANTIATE_TEST_SUITE_P(All, VXStoreRowCopyObstacleTest, testing::ValuesIn(obstacles));
 
+// Defaults of optional attributes, and more conditions than SQLite takes in one chain.
+TEST_F(VXStoreRowCopyTest, ModelsMayGainDefaultsAndVeryManyAttributes)
+{
+    QByteArray attributes = "attribute name: string optional; attribute rank: integer32 optional = 5;";
+    for (int number = 0; number < 1100; ++number)
+        attributes += " attribute a" + QByteArray::number(number) + ": string optional;";
+    {
+        const auto old = open("entity Item { attribute name: string optional; }", u"old.sqlite"_s);
+        VXRowSaver saver(*old);
+        saver.add(u"Item"_s, {{u"name"_s, u"Jane"_s}});
+        ASSERT_TRUE(saver.saveAndCommit());
+    }
+    const auto from = open("entity Item { attribute name: string optional; }", u"old.sqlite"_s);
+    const auto to = open("entity Item { " + attributes + " }", u"new.sqlite"_s);
+    VXStoreRowCopy copy(*from, *to);
+    ASSERT_TRUE(copy.obstacle().isNull()) << copy.obstacle().toStdString();
+    VXError error;
+    QString difference;
+    EXPECT_TRUE(copy.perform(goOn, &error) && copy.compare(goOn, &difference, &error))
+        << error.description().toStdString();
+    EXPECT_TRUE(difference.isNull()) << difference.toStdString();
+}
+
 TEST_F(VXStoreRowCopyTest, ComparingFindsWhatDiffers)
 {
     writeOld();
