@@ -10,6 +10,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QUuid>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -38,6 +39,14 @@ const QString &token()
 {
     static const auto &token = *new QString(QUuid::createUuid().toString(QUuid::Id128).first(16));
     return token;
+}
+
+// A name of its own each time: what an earlier pass left is not to be replaced.
+bool moveToPass(const QString &path, QString *own)
+{
+    static std::atomic<unsigned> count = 0;
+    *own = path + u'.' + token() + u'-' + QString::number(++count) + passSuffix;
+    return std::rename(QFile::encodeName(path).constData(), QFile::encodeName(*own).constData()) == 0;
 }
 
 // For adding to it. Made if need be; not open on failure.
@@ -106,13 +115,18 @@ void VXMetaDataDebt::settleOwn() const
     QFile::remove(ownPath());
 }
 
+void VXMetaDataDebt::leaveToPass() const
+{
+    QString own;
+    static_cast<void>(moveToPass(ownPath(), &own)); // else nothing is owed, or a pass has it already
+}
+
 // Under a name of its own first: whoever marks meanwhile makes a new file.
 bool VXMetaDataDebt::takeOver(const QString &name, Owed *owed)
 {
     QString path = folder() + u'/' + name;
-    if (!name.endsWith(passSuffix)) {
-        const QString own = path + u'.' + token() + passSuffix;
-        if (std::rename(QFile::encodeName(path).constData(), QFile::encodeName(own).constData()) != 0)
+    if (QString own; !name.endsWith(passSuffix)) {
+        if (!moveToPass(path, &own))
             return false;
         path = own;
     }

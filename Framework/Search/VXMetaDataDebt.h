@@ -36,6 +36,9 @@ public:
     /** What it owed is done. */
     void settleOwn() const;
 
+    /** What it owes is left to a pass, whatever is settled after. */
+    void leaveToPass() const;
+
     // -- A pass
     /** A pass is due whether or not anything was saved. */
     void markPass() const;

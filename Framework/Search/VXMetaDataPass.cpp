@@ -84,7 +84,7 @@ void VXMetaDataSync::mirrorSavedObjects()
         saved = std::exchange(_saved, {});
     }
     if (!saved.isEmpty() && !Pass(*this).runFor(saved))
-        return; // the pass that is due does it
+        return _debt.leaveToPass();
     const VXMutexLocker locker(_lock);
     if (_saved.isEmpty())
         _debt.settleOwn();
@@ -202,6 +202,8 @@ bool VXMetaDataSync::Pass::makeWayForStore()
         });
     }
     if (!_sync.isRunning())
+        return false;
+    if (!_sync._mirror.isWhole()) // some of them are still there
         return false;
     if (!folder.setOrigin(VXMarkOfStores(*_sync._persistentStoreCoordinator)))
         log(VXLogError, "%1: which store the files tell of can not be noted"_L1.arg(_sync._identifier));

@@ -41,7 +41,8 @@ std::optional<int> tryToFind(VXHostContext &context, const QString &words, qsize
 
 int find(VXHostContext &context, const QString &words, qsizetype limit)
 {
-    return tryToFind(context, words, limit).value_or(VXHostOutput::Failed);
+    const std::optional<int> status = tryToFind(context, words, limit);
+    return status ? *status : context.output.fail(u"the index is damaged, and made anew by the next search"_s);
 }
 
 int findInStep(VXHostContext &context, const QString &words, qsizetype limit)

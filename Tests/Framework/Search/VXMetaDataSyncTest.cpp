@@ -171,6 +171,22 @@ TEST_F(VXMetaDataSyncTest, WhatIsOwedIsWrittenWhateverItsDateSays)
     EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
 }
 
+TEST_F(VXMetaDataSyncTest, WhatIsOwedOutlivesWhatIsSettledAfter)
+{
+    VXMetaDataDebt debt(u"people"_s);
+    debt.mark({1});
+    debt.beginPass();
+    debt.endPass(false); // broken off
+    debt.mark({2});
+    debt.leaveToPass();
+    debt.mark({3});
+    debt.settleOwn();
+    debt.mark({4});
+    EXPECT_THAT(debt.beginPass().numbers, UnorderedElementsAre(1, 2, 4));
+    debt.endPass(true);
+    EXPECT_FALSE(debt.isAny());
+}
+
 TEST_F(VXMetaDataSyncTest, TextsThatNoFileCanHoldAreFoundAllTheSame)
 {
     const VXManagedObjectPtr odd = add(u"Odd"_s + QChar(0) + u"one"_s + QChar(0xd800));
