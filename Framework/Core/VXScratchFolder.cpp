@@ -23,14 +23,16 @@ void removeTree(const QString &path)
 
 } // namespace
 
-VXFileDescriptor VXScratchFolder::lock(const QString &path)
+VXFileDescriptor VXScratchFolder::lock(const QString &path, bool *isHeldElsewhere)
 {
     const QByteArray name = QFile::encodeName(path);
     VXFileDescriptor folder(::open(name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat locked = {};
     struct stat there = {};
-    const bool isOurs = folder.isOpen() && ::flock(folder.number(), LOCK_EX | LOCK_NB) == 0 &&
-                        ::fstat(folder.number(), &locked) == 0 && locked.st_uid == ::geteuid() &&
+    const bool isLocked = folder.isOpen() && ::flock(folder.number(), LOCK_EX | LOCK_NB) == 0;
+    if (isHeldElsewhere != nullptr)
+        *isHeldElsewhere = folder.isOpen() && !isLocked && errno == EWOULDBLOCK;
+    const bool isOurs = isLocked && ::fstat(folder.number(), &locked) == 0 && locked.st_uid == ::geteuid() &&
                         ::lstat(name.constData(), &there) == 0 && there.st_dev == locked.st_dev &&
                         there.st_ino == locked.st_ino;
     if (!isOurs)
@@ -46,9 +48,11 @@ VXScratchFolder::VXScratchFolder(const QString &folder, const QString &prefix)
             _reason = qt_error_string(errno);
             return;
         }
-        // Before it was locked another process may have taken it for one left behind, and removed it.
-        _lock = lock(QFile::decodeName(path));
-        if (_lock.isOpen() || QFile::exists(QFile::decodeName(path)))
+        // Before it was locked another process may have taken it for one left behind: it has been removed, or is just
+        // about to be by whoever holds its lock.
+        bool isBeingRemoved = false;
+        _lock = lock(QFile::decodeName(path), &isBeingRemoved);
+        if (_lock.isOpen() || (!isBeingRemoved && QFile::exists(QFile::decodeName(path))))
             _path = QFile::decodeName(path);
     }
 }

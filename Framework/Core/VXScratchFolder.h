@@ -34,7 +34,7 @@ public:
     static void removeAbandoned(const QString &folder, const QString &prefix);
 
     /** Locks a folder until the descriptor is closed; none is open when somebody else has it, or it is not there any more. */
-    [[nodiscard]] static VXFileDescriptor lock(const QString &path);
+    [[nodiscard]] static VXFileDescriptor lock(const QString &path, bool *isHeldElsewhere = nullptr);
 
 private:
     QString _path;

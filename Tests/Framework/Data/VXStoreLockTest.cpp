@@ -7,10 +7,31 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <functional>
+#include <sys/file.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using Purpose = VXStoreLock::Purpose;
+
+namespace {
+
+std::function<void(const char *path)> whenFolderIsMade; // the next one
+
+} // namespace
+
+// In the place of the C library's.
+extern "C" __attribute__((visibility("default"))) char *mkdtemp(char *pattern) noexcept
+{
+    static auto *const original = reinterpret_cast<char *(*)(char *)>(::dlsym(RTLD_NEXT, "mkdtemp"));
+    char *const path = original(pattern);
+    if (const auto call = path != nullptr ? std::exchange(whenFolderIsMade, nullptr) : nullptr)
+        call(path);
+    return path;
+}
 
 class VXStoreLockTest : public VXStoreFolderTest
 {
@@ -118,6 +139,22 @@ TEST_F(VXStoreLockTest, FoldersComeToTheirPlaceWholeAndWhatTheKilledLeftGoes)
     EXPECT_FALSE(again.moveIntoPlace(&isTaken, &error));
     EXPECT_TRUE(isTaken && error);
     EXPECT_TRUE(QFile::exists(place + "/inside"_L1));
+}
+
+// A process that tidies up may take a folder for one left behind before its maker has locked it.
+TEST_F(VXStoreLockTest, WhatIsBeingTidiedUpIsNotFilled)
+{
+    const QString folder = path(u"folders"_s);
+    int lock = -1;
+    whenFolderIsMade = [&](const char *made) {
+        lock = ::open(made, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        EXPECT_EQ(::flock(lock, LOCK_EX), 0);
+    };
+    const VXFolderInMaking making(folder + "/made"_L1);
+    ASSERT_GE(lock, 0);
+    EXPECT_EQ(::close(lock), 0);
+    VXFolderInMaking::removeLeftovers(folder);
+    EXPECT_TRUE(QDir().mkdir(making.path()));
 }
 
 // What cannot be locked for reasons that others do not have is not used: they could replace it meanwhile.
