@@ -149,6 +149,17 @@ TEST(HostOptionsTest, WhatWasTypedIsNeverSuggested)
     EXPECT_EQ(VXDidYouMean(u"calls"_s, {u"calls"_s}), QString());
 }
 
+TEST(HostOptionsTest, TheNearestWordIsTheSameInAnyOrder)
+{
+    const std::pair<QStringList, QString> cases[] = {{{u"phonebook"_s, u"phones"_s}, u"phones"_s},
+                                                     {{u"honey"_s, u"phony"_s, u"bone"_s}, u"phony"_s},
+                                                     {{u"phonez"_s, u"phones"_s}, u"phones"_s}};
+    for (const auto &[words, nearest] : cases) {
+        EXPECT_EQ(VXNearestWord(u"phone"_s, words), nearest);
+        EXPECT_EQ(VXNearestWord(u"phone"_s, QStringList(words.rbegin(), words.rend())), nearest);
+    }
+}
+
 TEST(HostOptionsTest, CompletionOffersWhatFits)
 {
     const struct

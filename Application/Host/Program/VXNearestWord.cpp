@@ -33,15 +33,16 @@ QString VXNearestWord(const QString &typed, const QStringList &words)
 {
     const QString folded = typed.toCaseFolded();
     QString nearest;
-    qsizetype distance = furthest + 1;
+    std::pair<qsizetype, qsizetype> distance(furthest + 1, 0); // letters to change, then letters too many or too few
     for (const QString &word : words) {
-        if (word == typed) // which would help nobody
-            continue;
-        if (std::abs(word.size() - typed.size()) > furthest && !word.startsWith(typed, Qt::CaseInsensitive))
-            continue;
+        const qsizetype difference = std::abs(word.size() - typed.size());
         const bool isBeginning = typed.size() > 1 && word.startsWith(typed, Qt::CaseInsensitive);
-        const qsizetype wordDistance = isBeginning ? 0 : editDistance(folded, word.toCaseFolded());
-        if (wordDistance < distance && wordDistance < word.size()) {
+        if (word == typed || (difference > furthest && !isBeginning)) // itself would help nobody
+            continue;
+        const std::pair wordDistance(isBeginning ? 0 : editDistance(folded, word.toCaseFolded()), difference);
+        // Whatever order the words come in, the answer is the same.
+        if (wordDistance.first < word.size() &&
+            (wordDistance < distance || (wordDistance == distance && !nearest.isNull() && word < nearest))) {
             distance = wordDistance;
             nearest = word;
         }
