@@ -1,9 +1,10 @@
 // The newest messages of one conversation, and of one folder, beside the same rows fetched with SQLite by hand, by the same
 // index; how that grows with the number of messages.
 
+#include "BenchmarkModels.h"
+
 #include "VXConversationKey.h"
 #include "VXMessageStore.h"
-#include "VXModelParser.h"
 
 #include <benchmark/benchmark.h>
 #include <QtCore/QFile>
@@ -23,12 +24,6 @@ namespace {
 constexpr int parties = 200; // conversations of a store
 constexpr qsizetype newest = 50;
 
-void check(bool isDone, const char *problem)
-{
-    if (!isDone)
-        throw std::runtime_error(problem);
-}
-
 QString numberOf(qint64 party)
 {
     return u"+1 650 253 %1"_s.arg(party % parties, 4, 10, QChar(u'0'));
@@ -36,16 +31,7 @@ QString numberOf(qint64 party)
 
 VXManagedObjectModel::Ptr messagesModel()
 {
-    VXModelDefinition whole;
-    for (const char *const path : {VORNIX_MESSAGES_MODEL, VORNIX_SMART_FILTERS_MODEL}) {
-        QFile file(QString::fromUtf8(path));
-        check(file.open(QIODevice::ReadOnly), path);
-        QList<VXModelProblem> mistakes;
-        whole.entities += VXParseModel(file.readAll(), &mistakes).entities;
-    }
-    VXManagedObjectModel::Ptr model = VXManagedObjectModel::modelWithDefinition(whole);
-    check(model != nullptr, "no model");
-    return model;
+    return modelFromFiles({QStringLiteral(VORNIX_MESSAGES_MODEL), QStringLiteral(VORNIX_SMART_FILTERS_MODEL)});
 }
 
 /** A store of so many messages in one folder, in conversations of equal length. */

@@ -1,12 +1,13 @@
 // Upgrades, imports and exports of stores beside INSERT ... SELECT of the same rows from one SQLite file into another, and
 // beside a copy of the file. How time and memory grow with the number of objects.
 
+#include "BenchmarkModels.h"
+
 #include "VXApplication.h"
 #include "VXDataManager.h"
 #include "VXDataPlugin.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
-#include "VXModelParser.h"
 #include "VXPropertyList.h"
 #include "VXScriptedUserInterface.h"
 #include "VXUserDefaults.h"
@@ -28,29 +29,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Eight attributes, a relationship to one and one to many objects.
-const QByteArray modelSource = R"(
-entity Call {
-    attribute title: string optional;
-    attribute number: string optional indexed;
-    attribute duration: integer32 = 0;
-    attribute position: integer64 = 0 indexed;
-    attribute cost: double optional;
-    attribute isRead: boolean = false;
-    attribute date: date optional;
-    attribute note: string optional;
+// A relationship to one and one to many objects.
+const QByteArray relationships = R"(
     relationship previous: Call optional inverse next;
     relationship next: Call[] optional inverse previous;
 }
 )";
-
-template <class T>
-T &&required(T &&value, const VXError &error = {})
-{
-    if (!value)
-        throw std::runtime_error(error.description().toStdString());
-    return std::forward<T>(value);
-}
 
 /** A home folder with the store of a plugin, of version 1, and with it a plugin of any version. */
 class World
@@ -67,10 +51,8 @@ public:
         auto user = std::make_unique<VXScriptedUserInterface>();
         _user = user.get();
         VXApplication::sharedApplication().setUserInterface(std::move(user));
-        QList<VXModelProblem> problems;
         VXError error;
-        const auto model =
-            required(VXManagedObjectModel::modelWithDefinition(VXParseModel(modelSource, &problems), &error), error);
+        const auto model = modelFromSource("entity Call {" + callAttributes + relationships);
         required(model->writeToFile(modelPath(), &error), error);
         writeStore(count);
     }

@@ -2,13 +2,14 @@
 // nothing changed beside reading the same file attributes, one message saved among many, the memory of a pass; and a search of
 // two letters beside the same query bare.
 
+#include "BenchmarkModels.h"
+
 #include "VXFileDescriptor.h"
 #include "VXFolders.h"
 #include "VXManagedObjectClass.h"
 #include "VXMessage.h"
 #include "VXMessageStore.h"
 #include "VXMetaDataSync.h"
-#include "VXModelParser.h"
 #include "VXSearchIndex.h"
 
 #include <benchmark/benchmark.h>
@@ -37,24 +38,9 @@ constexpr qint64 usualCount = 100'000;
 constexpr qint64 indexCount = 1'000'000;
 const QString identifier = u"benchmark"_s;
 
-void check(bool isDone, const char *problem)
-{
-    if (!isDone)
-        throw std::runtime_error(problem);
-}
-
 VXManagedObjectModel::Ptr messagesModel()
 {
-    VXModelDefinition whole;
-    for (const char *const path : {VORNIX_MESSAGES_MODEL, VORNIX_SMART_FILTERS_MODEL}) {
-        QFile file(QString::fromUtf8(path));
-        check(file.open(QIODevice::ReadOnly), path);
-        QList<VXModelProblem> mistakes;
-        whole.entities += VXParseModel(file.readAll(), &mistakes).entities;
-    }
-    VXManagedObjectModel::Ptr model = VXManagedObjectModel::modelWithDefinition(whole);
-    check(model != nullptr, "no model");
-    return model;
+    return modelFromFiles({QStringLiteral(VORNIX_MESSAGES_MODEL), QStringLiteral(VORNIX_SMART_FILTERS_MODEL)});
 }
 
 /** A store of so many messages, and what is mirrored of it. */
