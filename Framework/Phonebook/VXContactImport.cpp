@@ -77,6 +77,7 @@ bool VXContactImport::importAll(const Source &source, VXError *error)
             count({Outcome::LeftOut, card->contact.displayName(), card->line});
             continue;
         }
+        card->contact.uid = card->contact.uid.trimmed(); // as it is kept
         size += card->contact.image.size();
         cards.append(*std::move(card));
         if (cards.size() < portion && size < largestPortion)
@@ -175,7 +176,10 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
     const VXKnownContact known = *found;
     didMeet(contact, known.contact);
     const VXContactRecord before = VXStorableContact(known.contact);
-    const VXContactRecord both = VXUnitedContact(before, contact, VXContactPrecedence::News);
+    // Of one that was merged into it the user has seen what counts.
+    const bool wasMerged = known.contact.uid != contact.uid && known.contact.formerUIDs().contains(contact.uid);
+    const VXContactRecord both =
+        VXUnitedContact(before, contact, wasMerged ? VXContactPrecedence::Known : VXContactPrecedence::News);
     imported.outcome = VXIsSameContact(before, both) ? Outcome::Same : Outcome::Changed;
     imported.replaced = VXReplacedValues(before, both);
     if (imported.outcome == Outcome::Same)
