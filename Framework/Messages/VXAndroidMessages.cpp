@@ -3,6 +3,9 @@
 
 #include <QtCore/QXmlStreamReader>
 
+#include <algorithm>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -15,51 +18,99 @@ bool isNothing(const QString &text)
     return text.isEmpty() || text == "null"_L1 || text == "(Unknown)"_L1;
 }
 
+constexpr qsizetype longestReference = 10; // "&#1114111;"
+
 // The number of a character reference at the place, and where it ends; -1 for none.
 int referenceAt(const QByteArray &bytes, qsizetype at, qsizetype *end)
 {
-    if (bytes.mid(at, 2) != "&#")
+    const QByteArray text = bytes.mid(at, longestReference);
+    const qsizetype length = text.indexOf(';');
+    if (length < 3 || !text.startsWith("&#"))
         return -1;
-    *end = bytes.indexOf(';', at);
-    const QByteArray digits = *end > at && *end - at < 10 ? bytes.sliced(at + 2, *end - at - 2) : QByteArray();
+    *end = at + length;
+    const QByteArray digits = text.sliced(2, length - 2);
     bool isNumber = false;
     const int number = digits.startsWith('x') ? digits.sliced(1).toInt(&isNumber, 16) : digits.toInt(&isNumber);
     return isNumber ? number : -1;
 }
 
-// Characters beyond the first 65,536 are written as two references, to the halves of what UTF-16 makes of them: no XML. A half
-// alone, and control characters, are no characters either.
-QByteArray mended(const QByteArray &bytes)
+/**
+ * The bytes of another device, mended. Characters beyond the first 65,536 are written as two references, to the halves of what UTF-16
+ * makes of them: no XML. A half alone, and control characters, are no characters either.
+ */
+class MendedXML : public QIODevice
 {
-    QByteArray result;
-    result.reserve(bytes.size());
-    qsizetype from = 0;
-    for (qsizetype at = bytes.indexOf("&#"); at >= 0; at = bytes.indexOf("&#", from)) {
-        result.append(bytes.constData() + from, at - from);
-        qsizetype end = 0;
-        const int number = referenceAt(bytes, at, &end);
-        if (number < 0) {
-            result.append("&#");
-            from = at + 2;
-            continue;
+public:
+    explicit MendedXML(QIODevice &source) : _source(source) { QIODevice::open(ReadOnly | Unbuffered); }
+
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char *data, qint64 size) override
+    {
+        while (_at == _ready.size()) {
+            const QByteArray bytes = _source.read(chunk);
+            _ready.clear();
+            _at = 0;
+            _raw.append(bytes);
+            _raw.remove(0, mend(bytes.isEmpty()));
+            if (bytes.isEmpty() && _ready.isEmpty())
+                return -1;
         }
-        from = end + 1;
+        const qsizetype count = std::min<qsizetype>(size, _ready.size() - _at);
+        std::copy_n(_ready.cbegin() + _at, count, data);
+        _at += count;
+        return count;
+    }
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    static constexpr qsizetype chunk = 1 << 16;
+
+    // How many of the raw bytes are done: what may go on in the next ones waits for them.
+    qsizetype mend(bool isLast)
+    {
+        qsizetype from = 0;
+        for (qsizetype at = _raw.indexOf("&#"); at >= 0; at = _raw.indexOf("&#", from)) {
+            _ready.append(_raw.constData() + from, at - from);
+            if (!isLast && _raw.size() - at < 2 * longestReference)
+                return at;
+            from = mendReference(at);
+        }
+        const qsizetype end = !isLast && _raw.endsWith('&') ? _raw.size() - 1 : _raw.size();
+        _ready.append(_raw.constData() + from, end - from);
+        return end;
+    }
+
+    // Where it ends.
+    qsizetype mendReference(qsizetype at)
+    {
+        qsizetype end = 0;
+        const int number = referenceAt(_raw, at, &end);
+        if (number < 0) {
+            _ready.append("&#");
+            return at + 2;
+        }
+        const qsizetype behind = end + 1;
         qsizetype nextEnd = 0;
-        const int next = QChar::isHighSurrogate(char32_t(number)) ? referenceAt(bytes, from, &nextEnd) : -1;
+        const int next = QChar::isHighSurrogate(char32_t(number)) ? referenceAt(_raw, behind, &nextEnd) : -1;
         if (next >= 0 && QChar::isLowSurrogate(char32_t(next))) {
             const char32_t whole = QChar::surrogateToUcs4(char16_t(number), char16_t(next));
-            result.append(QString::fromUcs4(&whole, 1).toUtf8());
-            from = nextEnd + 1;
-        } else if (QChar::isSurrogate(char32_t(number)) ||
-                   (number < 0x20 && number != 9 && number != 10 && number != 13)) {
-            result.append("\xef\xbf\xbd"); // U+FFFD
-        } else {
-            result.append(bytes.constData() + at, end + 1 - at);
+            _ready.append(QString::fromUcs4(&whole, 1).toUtf8());
+            return nextEnd + 1;
         }
+        if (QChar::isSurrogate(char32_t(number)) || (number < 0x20 && number != 9 && number != 10 && number != 13))
+            _ready.append("\xef\xbf\xbd"); // U+FFFD
+        else
+            _ready.append(_raw.constData() + at, behind - at);
+        return behind;
     }
-    result.append(bytes.constData() + from, bytes.size() - from);
-    return result;
-}
+
+    QIODevice &_source;
+    QByteArray _raw;   // not mended yet
+    QByteArray _ready; // to be read, from `_at` on
+    qsizetype _at = 0;
+};
 
 // None for what is no message that was sent, received or drafted.
 std::optional<VXMessageRecord> recordOf(const QXmlStreamAttributes &attributes)
@@ -86,29 +137,40 @@ std::optional<VXMessageRecord> recordOf(const QXmlStreamAttributes &attributes)
     return record;
 }
 
+class AndroidMessages : public VXMessageFile
+{
+public:
+    explicit AndroidMessages(QIODevice &device) : _device(device), _reader(&_device) {}
+
+    bool begin() { return _reader.readNextStartElement() && _reader.name() == "smses"_L1; }
+
+    std::optional<VXMessageRecord> next() override
+    {
+        while (_reader.readNextStartElement()) {
+            std::optional<VXMessageRecord> record;
+            if (_reader.name() == "mms"_L1)
+                report(_reader.lineNumber(), u"a multimedia message"_s);
+            else if (_reader.name() == "sms"_L1 && !(record = recordOf(_reader.attributes())))
+                report(_reader.lineNumber(), u"a message without text, date or a known type"_s);
+            _reader.skipCurrentElement();
+            if (record)
+                return record;
+        }
+        if (_reader.hasError() && !std::exchange(_isErrorTold, true))
+            report(_reader.lineNumber(), _reader.errorString());
+        return std::nullopt;
+    }
+
+private:
+    MendedXML _device;
+    QXmlStreamReader _reader;
+    bool _isErrorTold = false;
+};
+
 } // namespace
 
-std::optional<VXMessageFile> VXReadAndroidMessages(const QByteArray &bytes)
+std::unique_ptr<VXMessageFile> VXOpenAndroidMessages(QIODevice &device)
 {
-    QXmlStreamReader reader(mended(bytes));
-    if (!reader.readNextStartElement() || reader.name() != "smses"_L1)
-        return std::nullopt;
-    VXMessageFile file;
-    const auto report = [&](const QString &problem) {
-        file.problems.append(u"line %1: %2"_s.arg(reader.lineNumber()).arg(problem));
-    };
-    while (reader.readNextStartElement()) {
-        if (reader.name() == "mms"_L1) {
-            report(u"a multimedia message"_s);
-        } else if (reader.name() == "sms"_L1) {
-            if (const auto record = recordOf(reader.attributes()))
-                file.messages.append(*record);
-            else
-                report(u"a message without text, date or a known type"_s);
-        }
-        reader.skipCurrentElement();
-    }
-    if (reader.hasError())
-        report(reader.errorString());
-    return file;
+    auto file = std::make_unique<AndroidMessages>(device);
+    return file->begin() ? std::move(file) : nullptr;
 }

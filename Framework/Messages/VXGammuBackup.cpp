@@ -1,6 +1,10 @@
 #include "VXMessageFiles.h"
+#include "VXMessagePartGroups.h"
 
 #include <QtCore/QMap>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -20,14 +24,6 @@ struct Section
     QString text(const QString &key) const { return values.value(key); }
 };
 
-/** The section's place in a longer message. */
-struct Place
-{
-    int reference = 0;
-    int count = 1;
-    int number = 1;
-};
-
 // UTF-16 in hexadecimal, the most significant byte first.
 QString decoded(const QString &hexadecimal)
 {
@@ -44,27 +40,16 @@ QString withoutQuotes(const QString &value)
     return isQuoted ? value.sliced(1, value.size() - 2) : value;
 }
 
-QList<Section> sectionsOf(const QByteArray &bytes)
+/** The section's place in a longer message. */
+struct Header
 {
-    QList<Section> sections;
-    bool isInside = false;
-    qsizetype number = 0;
-    for (const QByteArray &raw : bytes.split('\n')) {
-        ++number;
-        const QString line = QString::fromUtf8(raw).trimmed();
-        if (line.startsWith(u'[')) {
-            isInside = line.sliced(1).startsWith(sectionPrefix, Qt::CaseInsensitive);
-            if (isInside)
-                sections.append(Section{.line = number});
-        } else if (const qsizetype equals = line.indexOf(u'='); isInside && equals > 0 && !line.startsWith(u';')) {
-            sections.last().values.insert(line.first(equals).trimmed(), line.sliced(equals + 1).trimmed());
-        }
-    }
-    return sections;
-}
+    int reference = 0;
+    int count = 1;
+    int number = 1;
+};
 
-// By the header of the user data: 0 is a reference of one byte, 8 of two.
-Place placeOf(const Section &section)
+// Of the user data: 0 is a reference of one byte, 8 of two.
+Header headerOf(const Section &section)
 {
     const QByteArray header = QByteArray::fromHex(section.text(u"UDH"_s).toLatin1());
     for (qsizetype at = 1; at + 1 < header.size(); at += 2 + uchar(header[at + 1])) {
@@ -119,90 +104,96 @@ bool hasText(const Section &section)
     return section.values.contains(u"Text00"_s) && !coding.startsWith("8bit"_L1, Qt::CaseInsensitive);
 }
 
-/** Puts parts together, each message where its last part stands. */
-class Assembly
+class GammuBackup : public VXMessageFile
 {
 public:
-    explicit Assembly(VXMessageFile &file) : _file(file) {}
-
-    void add(const Section &section)
+    /** False when it has no section of a message. */
+    bool read(QIODevice &device)
     {
-        const Place place = placeOf(section);
-        const VXMessageRecord record = recordOf(section);
-        if (place.count < 2)
-            return _file.messages.append(record);
-        if (place.number < 1 || place.number > place.count || place.count > mostParts)
-            return report(section.line, u"a part of a message that can not be"_s);
-        const QString key =
-            u"%1 %2 %3 %4"_s.arg(record.otherParty()).arg(place.reference).arg(place.count).arg(int(record.direction));
-        Message &message = _open[key];
-        if (message.parts.contains(place.number)) { // the reference was used again
-            reportIncomplete(message);
-            message = {};
+        Section section;
+        bool isInside = false;
+        bool isKnown = false;
+        for (qsizetype number = 1; !device.atEnd() || device.bytesAvailable() > 0; ++number) {
+            const QByteArray raw = device.readLine(longestLine);
+            if (raw.isEmpty())
+                break;
+            const QString line = QString::fromUtf8(raw).trimmed();
+            if (line.startsWith(u'[')) {
+                if (isInside)
+                    add(section);
+                isInside = line.sliced(1).startsWith(sectionPrefix, Qt::CaseInsensitive);
+                isKnown = isKnown || isInside;
+                section = Section{.line = number};
+            } else if (const qsizetype equals = line.indexOf(u'='); isInside && equals > 0 && !line.startsWith(u';')) {
+                section.values.insert(line.first(equals).trimmed(), line.sliced(equals + 1).trimmed());
+            }
         }
-        if (message.parts.isEmpty())
-            message.line = section.line;
-        message.count = place.count;
-        message.parts.insert(place.number, record);
-        if (message.parts.size() == place.count)
-            finish(key);
+        if (isInside)
+            add(section);
+        assemble();
+        return isKnown;
     }
 
-    void end()
+    std::optional<VXMessageRecord> next() override
     {
-        for (const Message &message : std::as_const(_open))
-            reportIncomplete(message);
-    }
-
-    void report(qsizetype line, const QString &problem)
-    {
-        _file.problems.append(u"line %1: %2"_s.arg(line).arg(problem));
+        return _next < _messages.size() ? std::optional(std::exchange(_messages[_next++], {})) : std::nullopt;
     }
 
 private:
-    struct Message
+    static constexpr qint64 longestLine = 1 << 20;
+
+    struct Part
     {
-        qsizetype line = 0;
-        int count = 0;
-        QMap<int, VXMessageRecord> parts = {};
+        qsizetype line;
+        VXMessageRecord record;
     };
 
-    void finish(const QString &key)
+    void add(const Section &section)
     {
-        const Message message = _open.take(key);
-        VXMessageRecord whole = message.parts.first();
-        whole.text.clear();
-        for (const VXMessageRecord &part : message.parts)
-            whole.text += part.text;
-        _file.messages.append(whole);
+        if (!hasText(section))
+            return report(section.line, u"a message without a text"_s);
+        const Header header = headerOf(section);
+        if (header.count > 1 && (header.number < 1 || header.number > header.count || header.count > mostParts))
+            return report(section.line, u"a part of a message that can not be"_s);
+        const VXMessageRecord record = recordOf(section);
+        if (header.count < 2)
+            return _messages.append(record);
+        const QString series = u"%1 %2 %3 %4"_s.arg(record.otherParty())
+                                   .arg(header.reference)
+                                   .arg(header.count)
+                                   .arg(int(record.direction));
+        _places.append({series, header.number, header.count, record.date});
+        _parts.append({section.line, record});
     }
 
-    void reportIncomplete(const Message &message)
+    void assemble()
     {
-        report(
-            message.line,
-            u"%1 of %2 parts of a message are missing"_s.arg(message.count - message.parts.size()).arg(message.count));
+        for (const QList<qsizetype> &group : VXMessagePartGroups::of(_places)) {
+            const int count = _places[group.constFirst()].count;
+            if (group.size() < count) {
+                report(_parts[*std::ranges::min_element(group)].line,
+                       u"%1 of %2 parts of a message are missing"_s.arg(count - group.size()).arg(count));
+                continue;
+            }
+            VXMessageRecord whole = _parts[group.constFirst()].record;
+            for (const qsizetype at : group.sliced(1))
+                whole.text += _parts[at].record.text;
+            _messages.append(whole);
+        }
+        _parts.clear();
+        _places.clear();
     }
 
-    VXMessageFile &_file;
-    QMap<QString, Message> _open;
+    QList<VXMessageRecord> _messages;
+    qsizetype _next = 0;
+    QList<Part> _parts;
+    QList<VXMessagePartPlace> _places; // of these
 };
 
 } // namespace
 
-std::optional<VXMessageFile> VXReadGammuBackup(const QByteArray &bytes)
+std::unique_ptr<VXMessageFile> VXOpenGammuBackup(QIODevice &device)
 {
-    const QList<Section> sections = sectionsOf(bytes);
-    if (sections.isEmpty())
-        return std::nullopt;
-    VXMessageFile file;
-    Assembly assembly(file);
-    for (const Section &section : sections) {
-        if (hasText(section))
-            assembly.add(section);
-        else
-            assembly.report(section.line, u"a message without a text"_s);
-    }
-    assembly.end();
-    return file;
+    auto file = std::make_unique<GammuBackup>();
+    return file->read(device) ? std::move(file) : nullptr;
 }

@@ -6,6 +6,7 @@
 #include "VXFramework.h"
 #include "VXMessageFiles.h"
 #include "VXRegularFile.h"
+#include "VXStoreWorkLock.h"
 
 #include <QtCore/QSet>
 
@@ -13,8 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype portion = 1000;                  // messages that are saved at once
-constexpr qint64 largestFile = 1024LL * 1024 * 1024; // bytes
+constexpr qsizetype portion = 1000; // messages that are saved at once
 
 QString rootNameFor(const VXMessageRecord &record)
 {
@@ -40,28 +40,37 @@ bool VXMessageImport::run(const QString &path, VXError *error)
 
 bool VXMessageImport::run(QFile &file, const QString &name, VXError *error)
 {
-    const QByteArray bytes = file.read(largestFile + 1);
+    const std::unique_ptr<VXMessageFile> messages = VXMessageFile::open(file);
     if (file.error() != QFile::NoError)
         return fail(name, file.errorString(), error);
-    if (bytes.size() > largestFile)
-        return fail(name, VXLocalizedString(u"It is too large."_s), error);
-    std::optional<VXMessageFile> contents = VXReadGammuBackup(bytes);
-    if (!contents)
-        contents = VXReadAndroidMessages(bytes);
-    if (!contents) {
+    if (!messages) {
         VXSetError(error, VXMakeError(VXLocalizedString(u"%1 holds no messages of a known form."_s).arg(name)));
         return false;
     }
-    _problems = contents->problems;
-    for (qsizetype at = 0; at < contents->messages.size(); at += portion) {
-        if (!add(contents->messages.mid(at, portion), error))
+    QList<VXMessageRecord> records;
+    bool isLast = false;
+    while (!isLast) {
+        const std::optional<VXMessageRecord> record = messages->next();
+        isLast = !record;
+        if (record)
+            records.append(*record);
+        if (!isLast && records.size() < portion)
+            continue;
+        if (!add(records, error))
             return false;
+        records.clear();
     }
-    return true;
+    _problems = messages->problems();
+    return file.error() == QFile::NoError || fail(name, file.errorString(), error);
 }
 
 bool VXMessageImport::add(const QList<VXMessageRecord> &records, VXError *error)
 {
+    if (records.isEmpty())
+        return true;
+    const VXStoreWorkLock lock(*_store.coordinator(), VXStoreWorkLock::savingName);
+    if (!lock.isHeld(error))
+        return false;
     VXManagedObjectContext context(_store.coordinator());
     QSet<QString> added; // of this portion: the search texts of what is not saved are not there yet
     for (const VXMessageRecord &record : records) {

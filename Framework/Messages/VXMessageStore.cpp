@@ -6,6 +6,7 @@
 #include "VXDeviceURL.h"
 #include "VXMutex.h"
 #include "VXSmartFilter.h"
+#include "VXStoreWorkLock.h"
 
 #include <algorithm>
 
@@ -117,6 +118,11 @@ VXManagedObjectPtr VXMessageStore::deviceFolder(const QUrl &anyURL, VXManagedObj
                                                 VXError *error) const
 {
     const VXMutexLocker locker(makingFolders());
+    if (Folder found = VXFetchDeviceFolder(anyURL, &context))
+        return found;
+    const VXStoreWorkLock lock(*_coordinator, VXStoreWorkLock::savingName); // nor two programs
+    if (!lock.isHeld(error))
+        return {};
     if (Folder found = VXFetchDeviceFolder(anyURL, &context))
         return found;
     VXManagedObjectContext own(_coordinator); // the caller's changes are not to be saved along

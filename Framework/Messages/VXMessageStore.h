@@ -27,7 +27,7 @@ public:
 
     // -- Folders
     /** The folder of a phone, made with the smart folders that show what lies in it, and saved, when it has none yet. Null,
-     *  with an error, when that cannot be saved. */
+     *  with an error, when that cannot be saved. Before the lock of saving is taken (VXStoreWorkLock), unless it is there. */
     [[nodiscard]] VXManagedObjectPtr deviceFolder(const QUrl &anyURL, VXManagedObjectContext &context,
                                                   VXError *error = nullptr) const;
     /** In the order in which people see them: the root folders, the user's own, smart ones among them, and the phones'. Smart

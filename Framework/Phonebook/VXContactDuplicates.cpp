@@ -7,6 +7,7 @@
 #include "VXFramework.h"
 #include "VXManagedObjectContext.h"
 #include "VXPhonebookEntry.h"
+#include "VXStoreWorkLock.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMap>
@@ -107,6 +108,12 @@ VXDuplicateContacts describe(VXManagedObjectContext &context, QList<VXManagedObj
     return made;
 }
 
+bool areAllThere(VXManagedObjectContext &context, const QList<VXManagedObjectID> &persons)
+{
+    return std::ranges::all_of(
+        persons, [&](const VXManagedObjectID &person) { return bool(context.existingObjectWithID(person)); });
+}
+
 } // namespace
 
 std::optional<QList<VXDuplicateContacts>> VXContactDuplicates::find(VXError *error) const
@@ -149,6 +156,9 @@ bool VXContactDuplicates::merge(const QList<VXDuplicateContacts> &duplicates, VX
 {
     if (duplicates.isEmpty())
         return true;
+    const VXStoreWorkLock lock(*_coordinator, VXStoreWorkLock::syncName);
+    if (!lock.isHeld(error))
+        return false;
     const VXContactHistory history(_coordinator);
     const std::optional<VXContactChangeSet> changeSet = history.begin(u"merge"_s, {}, error);
     if (!changeSet)
@@ -157,16 +167,17 @@ bool VXContactDuplicates::merge(const QList<VXDuplicateContacts> &duplicates, VX
     VXContactWriter writer(context);
     writer.setChangeSet(changeSet->number, changeSet->date);
     for (const VXDuplicateContacts &each : duplicates) {
-        const VXManagedObjectPtr kept = context.existingObjectWithID(each.persons.constFirst(), error);
-        if (!kept) {
+        if (!areAllThere(context, each.persons)) {
             VXSetError(error, VXMakeError(VXLocalizedString(u"One of the contacts is gone meanwhile."_s)));
             history.forget(*changeSet);
             return false;
         }
+        const VXDuplicateContacts now = describe(context, each.persons, each.shared);
+        const VXManagedObjectPtr kept = context.objectWithID(now.persons.constFirst());
         VXContactHistory::note(context, *changeSet, kept, false);
-        writer.replace(kept, each.merged);
-        for (qsizetype index = 1; index < each.persons.size(); ++index) {
-            const VXManagedObjectPtr other = context.objectWithID(each.persons[index]);
+        writer.replace(kept, now.merged);
+        for (const VXManagedObjectID &person : now.persons.sliced(1)) {
+            const VXManagedObjectPtr other = context.objectWithID(person);
             VXContactHistory::note(context, *changeSet, other, true);
             context.deleteObject(other);
         }

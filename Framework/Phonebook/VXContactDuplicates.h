@@ -36,7 +36,7 @@ public:
     std::optional<QList<VXDuplicateContacts>> find(VXError *error = nullptr) const;
     /** Of those some, at least two; the others stay contacts of their own. */
     VXDuplicateContacts some(const VXDuplicateContacts &duplicates, const QList<VXManagedObjectID> &persons) const;
-    /** Makes each of them one contact, all in one save that can be undone (VXContactHistory). */
+    /** Makes each of them, as they are by then, one contact, all in one save that can be undone (VXContactHistory). */
     bool merge(const QList<VXDuplicateContacts> &duplicates, VXError *error = nullptr) const;
 
 private:

@@ -19,7 +19,17 @@ VXFetchRequest requestFor(const VXManagedObjectContext &context, const QString &
     VXFetchRequest request(*context.persistentStoreCoordinator()->model().entityForName(entity));
     request.predicate =
         VXPredicate::comparison(VXExpression::keyPath(key), VXPredicate::Operator::In, VXExpression::constant(values));
+    if (entity == "VXPerson"_L1)
+        request.prefetchedRelationships = {u"groups"_s};
     return request;
+}
+
+bool isIn(const VXManagedObjectPtr &person, const QString &group)
+{
+    const QList<VXManagedObjectPtr> groups =
+        person->relatedObjects(person->entity().propertyForName(u"groups"_s)->index());
+    return std::ranges::any_of(
+        groups, [&](const VXManagedObjectPtr &each) { return each->valueForKey(u"name"_s).toString() == group; });
 }
 
 } // namespace
@@ -30,30 +40,35 @@ QString VXContactGroupImport::plainUID(const QString &uid)
     return uid.startsWith(uuidScheme, Qt::CaseInsensitive) ? uid.sliced(uuidScheme.size()) : uid;
 }
 
-qsizetype VXContactGroupImport::groupWithUID(const QString &plain) const
+void VXContactGroupImport::addGroup(const VXCard &group)
 {
-    const auto found = std::ranges::find_if(
-        _groups, [&](const VXCard &group) { return !plain.isEmpty() && plainUID(group.contact.uid) == plain; });
-    return found == _groups.cend() ? -1 : found - _groups.cbegin();
+    if (const QString plain = plainUID(group.contact.uid); !plain.isEmpty() && !_places.contains(plain))
+        _places.insert(plain, _groups.size());
+    _groups.append(group);
 }
 
 // By plain UIDs. A group that leads back to itself ends there.
-void VXContactGroupImport::collectMembers(qsizetype group, QSet<qsizetype> &visited, QSet<QString> &members) const
+QSet<QString> VXContactGroupImport::membersOf(qsizetype group) const
 {
-    QList<qsizetype> waiting{group};
-    while (!waiting.isEmpty()) {
-        const qsizetype at = waiting.takeLast();
-        if (visited.contains(at))
-            continue;
-        visited.insert(at);
-        for (const QString &member : *_groups[at].members) {
-            const QString plain = plainUID(member);
-            if (const qsizetype inner = groupWithUID(plain); inner >= 0)
-                waiting.append(inner);
-            else
-                members.insert(plain);
+    QSet<QString> members;
+    QSet<qsizetype> visited{group};
+    QList<qsizetype> level{group};
+    for (int depth = 0; depth < deepest && !level.isEmpty(); ++depth) {
+        QList<qsizetype> below;
+        for (const qsizetype at : std::as_const(level)) {
+            for (const QString &member : *_groups[at].members) {
+                const QString plain = plainUID(member);
+                const qsizetype inner = _places.value(plain, -1);
+                if (inner < 0)
+                    members.insert(plain);
+                else if (!visited.contains(inner))
+                    below.append(inner);
+                visited.insert(inner);
+            }
         }
+        level = below;
     }
+    return members;
 }
 
 std::optional<QList<Outcome>> VXContactGroupImport::run(VXManagedObjectContext &context,
@@ -67,9 +82,7 @@ std::optional<QList<Outcome>> VXContactGroupImport::run(VXManagedObjectContext &
     for (qsizetype group = 0; group < _groups.size(); ++group) {
         const VXCard &card = _groups[group];
         const QString &name = card.contact.name;
-        QSet<qsizetype> visited;
-        QSet<QString> members;
-        collectMembers(group, visited, members);
+        const QSet<QString> members = membersOf(group);
         QVariantList uids;
         for (const QString &plain : std::as_const(members))
             uids << plain << uuidScheme + plain << _aliases.value(plain, plain);
@@ -82,7 +95,7 @@ std::optional<QList<Outcome>> VXContactGroupImport::run(VXManagedObjectContext &
         const qsizetype missing = std::max<qsizetype>(members.size() - persons->size(), 0);
         qsizetype joined = changeSet ? 0 : missing; // that are not there yet when nothing is changed
         for (const VXManagedObjectPtr &person : *persons) {
-            if (VXContactRecord(QVariant::fromValue(person)).groups.contains(name))
+            if (isIn(person, name))
                 continue;
             ++joined;
             if (!changeSet)

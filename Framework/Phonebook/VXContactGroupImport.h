@@ -17,12 +17,14 @@ class VXManagedObjectContext;
 
 /**
  * Puts contacts into the groups that a file keeps as cards of their own, each with the UIDs of its members; who is in a group
- * within a group is in both. Comes behind the contacts, for a card may name members that stand below it. On one thread.
+ * within a group is in both, as far as `deepest` groups within each other. Comes behind the contacts, for a card may name members that stand below it. On one thread.
  */
 class VXContactGroupImport
 {
 public:
-    void addGroup(const VXCard &group) { _groups.append(group); }
+    static constexpr int deepest = 8; // in a ring each would have the members of all
+
+    void addGroup(const VXCard &group);
     /** The UID under which a contact of the file is kept, where that is not the card's own. */
     void addAlias(const QString &cardUID, const QString &keptUID) { _aliases.insert(plainUID(cardUID), keptUID); }
 
@@ -37,9 +39,9 @@ public:
 
 private:
     static QString plainUID(const QString &uid);
-    void collectMembers(qsizetype group, QSet<qsizetype> &visited, QSet<QString> &members) const;
-    qsizetype groupWithUID(const QString &plain) const;
+    QSet<QString> membersOf(qsizetype group) const;
 
     QList<VXCard> _groups;
-    QHash<QString, QString> _aliases; // by plain UID
+    QHash<QString, qsizetype> _places; // of these, by plain UID
+    QHash<QString, QString> _aliases;  // by plain UID
 };

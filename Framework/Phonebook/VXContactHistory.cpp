@@ -5,6 +5,7 @@
 #include "VXFramework.h"
 #include "VXManagedObjectContext.h"
 #include "VXPhonebookEntry.h"
+#include "VXStoreWorkLock.h"
 
 #include <algorithm>
 
@@ -219,6 +220,9 @@ std::optional<VXContactChangeSet> VXContactHistory::last(VXError *error) const
 
 std::optional<VXContactUndo> VXContactHistory::undoLast(bool isDryRun, VXError *error) const
 {
+    std::optional<VXStoreWorkLock> lock;
+    if (!isDryRun && !lock.emplace(*_coordinator, VXStoreWorkLock::syncName).isHeld(error))
+        return std::nullopt;
     VXError problem;
     const std::optional<VXContactChangeSet> changeSet = last(&problem);
     if (!changeSet) {

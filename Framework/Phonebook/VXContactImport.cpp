@@ -4,17 +4,13 @@
 #include "VXContactMatch.h"
 #include "VXContactWriter.h"
 #include "VXErrorDomain.h"
-#include "VXFileLock.h"
-#include "VXFramework.h"
 #include "VXManagedObjectContext.h"
-
-#include <QtCore/QFileInfo>
+#include "VXStoreWorkLock.h"
 
 #include <algorithm>
 #include <iterator>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 using Outcome = VXImportedContact::Outcome;
 
@@ -22,19 +18,10 @@ namespace {
 
 constexpr qsizetype portion = 500;             // contacts of one save
 constexpr qsizetype largestPortion = 32 << 20; // octets of their pictures
-constexpr std::chrono::milliseconds longestWait = 30s;
 
 size_t hashOf(const QString &uid)
 {
     return qHash(uid, 0);
-}
-
-// Two at once would each find that a contact is not there. Null where nothing is to be locked: the store is no file.
-std::unique_ptr<VXFileLock> lockOf(const VXPersistentStoreCoordinator &coordinator)
-{
-    const QString path = coordinator.persistentStores().constFirst()->path();
-    return path.isEmpty() ? nullptr
-                          : std::make_unique<VXFileLock>(QFileInfo(path).path() + "/import.lock"_L1, longestWait);
 }
 
 } // namespace
@@ -72,14 +59,8 @@ bool VXContactImport::runFrom(const Source &source, VXError *error)
         _dryMatch = std::make_unique<VXContactMatch>(*_dryContext);
         return importAll(source, error);
     }
-    const std::unique_ptr<VXFileLock> lock = lockOf(*_coordinator);
-    if (lock && !lock->isHeld()) {
-        VXSetError(error,
-                   VXMakeError(lock->isTimedOut() ? VXLocalizedString(u"Another program is importing contacts."_s)
-                                                  : lock->reason()));
-        return false;
-    }
-    return importAll(source, error);
+    const VXStoreWorkLock lock(*_coordinator, VXStoreWorkLock::syncName);
+    return lock.isHeld(error) && importAll(source, error);
 }
 
 bool VXContactImport::importAll(const Source &source, VXError *error)
@@ -96,6 +77,7 @@ bool VXContactImport::importAll(const Source &source, VXError *error)
             count({Outcome::LeftOut, card->contact.displayName(), card->line});
             continue;
         }
+        card->contact.uid = card->contact.uid.trimmed(); // as it is kept
         size += card->contact.image.size();
         cards.append(*std::move(card));
         if (cards.size() < portion && size < largestPortion)
@@ -194,7 +176,10 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
     const VXKnownContact known = *found;
     didMeet(contact, known.contact);
     const VXContactRecord before = VXStorableContact(known.contact);
-    const VXContactRecord both = VXUnitedContact(before, contact, VXContactPrecedence::News);
+    // Of one that was merged into it the user has seen what counts.
+    const bool wasMerged = known.contact.uid != contact.uid && known.contact.formerUIDs().contains(contact.uid);
+    const VXContactRecord both =
+        VXUnitedContact(before, contact, wasMerged ? VXContactPrecedence::Known : VXContactPrecedence::News);
     imported.outcome = VXIsSameContact(before, both) ? Outcome::Same : Outcome::Changed;
     imported.replaced = VXReplacedValues(before, both);
     if (imported.outcome == Outcome::Same)

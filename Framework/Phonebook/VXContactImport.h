@@ -46,7 +46,7 @@ struct VXContactImportReport
  * Imports contacts into the store "phonebook". One that is there already (VXContactMatch) takes over what is new, and loses nothing but
  * single values that the file has otherwise, which are told; so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts. Contacts
  * are saved in portions, each contact as a whole: an import that is broken off can be repeated, and undone (VXContactHistory). One
- * program imports at a time, others wait. Any thread.
+ * imports, merges, undoes or syncs at a time, of whatever process (VXStoreWorkLock); others wait. Any thread.
  */
 class VX_EXPORT VXContactImport
 {

@@ -12,7 +12,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // Above whatever is known of a contact.
+constexpr double otherCountry = -1e7;
 constexpr double sameName = 1e6;
+constexpr double sameCountry = 5e5;
 constexpr double sameType = 1e5;
 
 QString folded(const QString &text)
@@ -20,9 +22,24 @@ QString folded(const QString &text)
     return VXFoldedText(text, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive);
 }
 
-VXContactCandidate candidateFor(const VXManagedObjectPtr &entry, unsigned type, const QString &nameHint)
+// Search strings leave out the country, which tells two numbers apart where both have it.
+void compareCountries(VXContactCandidate &candidate, const QString &abroad)
+{
+    const QString own = abroad.isNull() || candidate.entry->entity().name() != "VXPhoneNumber"_L1
+                            ? QString()
+                            : VXPhoneNumberInternationalDigits(candidate.entry->valueForKey(u"number"_s).toString());
+    if (own.isNull())
+        return;
+    candidate.score += own == abroad ? sameCountry : otherCountry;
+    candidate.reasons.append(own == abroad ? u"has the number with its country"_s
+                                           : u"has the number in another country"_s);
+}
+
+VXContactCandidate candidateFor(const VXManagedObjectPtr &entry, const QString &abroad, unsigned type,
+                                const QString &nameHint)
 {
     VXContactCandidate candidate{entry, VXPhonebookEntry::informativeValue(*entry)};
+    compareCountries(candidate, abroad);
     if (!nameHint.isEmpty() && folded(VXPhonebookEntry::displayString(*entry)) == folded(nameHint)) {
         candidate.score += sameName;
         candidate.reasons.append(u"has the name that was given"_s);
@@ -42,13 +59,14 @@ VXContactCandidate candidateFor(const VXManagedObjectPtr &entry, unsigned type, 
 QList<VXContactCandidate> VXContactLookup::forPhoneNumber(const QString &number, unsigned type, const QString &nameHint,
                                                           VXError *error) const
 {
-    return find(u"VXPhoneNumber"_s, VXPhoneNumberSearchString(number), type, nameHint, error);
+    return find(u"VXPhoneNumber"_s, VXPhoneNumberSearchString(number), VXPhoneNumberInternationalDigits(number), type,
+                nameHint, error);
 }
 
 QList<VXContactCandidate> VXContactLookup::forEmailAddress(const QString &address, unsigned type,
                                                            const QString &nameHint, VXError *error) const
 {
-    return find(u"VXEmailAddress"_s, address.toLower(), type, nameHint, error);
+    return find(u"VXEmailAddress"_s, address.toLower(), {}, type, nameHint, error);
 }
 
 VXManagedObjectPtr VXContactLookup::forName(const QString &name, VXError *error) const
@@ -90,8 +108,8 @@ VXManagedObjectPtr VXContactLookup::best(const QList<VXContactCandidate> &candid
 }
 
 // What a candidate is worth takes queries, which the only one can do without.
-QList<VXContactCandidate> VXContactLookup::find(const QString &entityName, const QString &search, unsigned type,
-                                                const QString &nameHint, VXError *error) const
+QList<VXContactCandidate> VXContactLookup::find(const QString &entityName, const QString &search, const QString &abroad,
+                                                unsigned type, const QString &nameHint, VXError *error) const
 {
     const VXEntityDescription *const entity = _context.persistentStoreCoordinator()->model().entityForName(entityName);
     if (search.isEmpty() || entity == nullptr)
@@ -107,7 +125,7 @@ QList<VXContactCandidate> VXContactLookup::find(const QString &entityName, const
     if (found->size() == 1)
         return {{found->first(), 0, {u"the only one"_s}}};
     for (const VXManagedObjectPtr &entry : *found)
-        candidates.append(candidateFor(entry, type, nameHint));
+        candidates.append(candidateFor(entry, abroad, type, nameHint));
     std::ranges::stable_sort(candidates, std::ranges::greater(), &VXContactCandidate::score);
     return candidates;
 }

@@ -27,7 +27,8 @@ class VX_EXPORT VXContactLookup
 public:
     explicit VXContactLookup(VXManagedObjectContext &context) : _context(context) {}
 
-    /** The best first. Name (null for none) and type mask prefer one of several. Empty, with an error, on failure. */
+    /** The best first. Name (null for none), the same country and type mask, in this order, prefer one of several; one that has
+     *  the number in another country is behind all others. Empty, with an error, on failure. */
     QList<VXContactCandidate> forPhoneNumber(const QString &number, unsigned type, const QString &nameHint,
                                              VXError *error = nullptr) const;
     QList<VXContactCandidate> forEmailAddress(const QString &address, unsigned type, const QString &nameHint,
@@ -41,8 +42,8 @@ public:
     static VXManagedObjectPtr best(const QList<VXContactCandidate> &candidates);
 
 private:
-    QList<VXContactCandidate> find(const QString &entity, const QString &search, unsigned type, const QString &nameHint,
-                                   VXError *error) const;
+    QList<VXContactCandidate> find(const QString &entity, const QString &search, const QString &abroad, unsigned type,
+                                   const QString &nameHint, VXError *error) const;
 
     VXManagedObjectContext &_context;
 };

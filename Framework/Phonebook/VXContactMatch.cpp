@@ -16,11 +16,13 @@ namespace {
 
 // What keys begin with.
 const QString uidMark = u"u"_s;
+const QString formerMark = u"f"_s; // a UID too
 const QString numberMark = u"n"_s;
 const QString emailMark = u"e"_s;
 const QString nameMark = u"s"_s;
 
 constexpr QLatin1StringView uriScheme("x-coredata:");
+constexpr qsizetype mostOfEach = 3; // persons whom a contact may be, before their names are looked at
 
 struct Source
 {
@@ -39,6 +41,26 @@ bool hasAddresses(const VXContactRecord &contact)
     return !contact.numbers.isEmpty() || !contact.emails.isEmpty();
 }
 
+// By which a contact is looked for in the store: numbers and addresses, or what it is sorted by where it has none of those.
+QStringList addressKeysOf(const VXContactRecord &contact)
+{
+    QStringList keys;
+    for (const VXContactRecord::Address &number : contact.numbers)
+        keys.append(numberMark + VXPhoneNumberSearchString(number.value));
+    for (const VXContactRecord::Address &email : contact.emails)
+        keys.append(emailMark + email.value.toLower());
+    if (keys.isEmpty())
+        keys.append(nameMark + sortNameOf(contact));
+    keys.removeDuplicates();
+    return keys;
+}
+
+// Many may have one number: what is known is found by the name too.
+QString placeKey(const QString &addressKey, const QString &name)
+{
+    return addressKey + u'\n' + name;
+}
+
 } // namespace
 
 QString VXContactNameKey(const VXContactRecord &contact)
@@ -50,40 +72,71 @@ QString VXContactNameKey(const VXContactRecord &contact)
     return words.join(u' ');
 }
 
-QStringList VXContactMatch::keysOf(const VXContactRecord &contact)
-{
-    QStringList keys;
-    if (!contact.uid.isEmpty())
-        keys.append(uidMark + contact.uid);
-    for (const VXContactRecord::Address &number : contact.numbers)
-        keys.append(numberMark + VXPhoneNumberSearchString(number.value));
-    for (const VXContactRecord::Address &email : contact.emails)
-        keys.append(emailMark + email.value.toLower());
-    if (!hasAddresses(contact))
-        keys.append(nameMark + sortNameOf(contact));
-    keys.removeDuplicates();
-    return keys;
-}
-
 bool VXContactMatch::prepare(const QList<VXContactRecord> &contacts, VXError *error)
 {
     QStringList keys;
-    for (const VXContactRecord &contact : contacts)
-        keys += keysOf(VXStorableContact(contact));
+    for (const VXContactRecord &contact : contacts) {
+        const VXContactRecord storable = VXStorableContact(contact);
+        if (!storable.uid.isEmpty())
+            keys << uidMark + storable.uid << formerMark + storable.uid;
+        keys += addressKeysOf(storable);
+    }
     QVariantList persons;
     if (!readPersons(keys, &persons, error))
         return false;
+    if (persons.size() > mostOfEach * contacts.size() && !keepAlike(contacts, &persons, error))
+        return false;
     if (persons.isEmpty())
         return true;
-    VXFetchRequest request(*_context.persistentStoreCoordinator()->model().entityForName(u"VXPerson"_s));
-    request.predicate =
-        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(persons));
+    VXFetchRequest request = requestFor(persons);
     request.prefetchedRelationships = {u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s};
     const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
     if (!found)
         return false;
     for (const VXManagedObjectPtr &person : *found)
         add({person, VXContactRecord(QVariant::fromValue(person))});
+    return true;
+}
+
+VXFetchRequest VXContactMatch::requestFor(const QVariantList &persons) const
+{
+    VXFetchRequest request(*_context.persistentStoreCoordinator()->model().entityForName(u"VXPerson"_s));
+    request.predicate =
+        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(persons));
+    return request;
+}
+
+// Of the many who share a number those that have a name or UID of the contacts; others would be read for nothing.
+bool VXContactMatch::keepAlike(const QList<VXContactRecord> &contacts, QVariantList *persons, VXError *error)
+{
+    QSet<QString> names;
+    QSet<QString> uids;
+    for (const VXContactRecord &contact : contacts) {
+        names.insert(VXContactNameKey(VXStorableContact(contact)));
+        uids.insert(contact.uid);
+    }
+    uids.remove(QString());
+    const std::optional<VXFetchResult> found = _context.executeFetchRequest(requestFor(*persons), error);
+    if (!found)
+        return false;
+    persons->clear();
+    for (const VXManagedObjectPtr &person : *found) {
+        const auto text = [&](const QString &key) { return person->valueForKey(key).toString(); };
+        VXContactRecord known;
+        known.firstName = text(u"firstName"_s);
+        known.middleName = text(u"middleName"_s);
+        known.lastName = text(u"lastName"_s);
+        known.nickname = text(u"nickname"_s);
+        known.company = text(u"company"_s);
+        known.uid = text(u"uid"_s);
+        known.properties = text(u"properties"_s).split(u'\n', Qt::SkipEmptyParts);
+        const QStringList ownUIDs = known.formerUIDs()
+                                    << known.uid << person->objectID().uriRepresentation().toString();
+        const bool isNamed = std::ranges::any_of(ownUIDs, [&](const QString &uid) { return uids.contains(uid); });
+        const QString name = VXContactNameKey(known);
+        if (isNamed || name.isEmpty() || names.contains(name))
+            persons->append(QVariant::fromValue(person->objectID()));
+    }
     return true;
 }
 
@@ -99,6 +152,7 @@ bool VXContactMatch::readPersons(const QStringList &keys, QVariantList *persons,
         }
     };
     const Source sources[] = {{uidMark, u"VXPerson"_s, u"uid"_s},
+                              {formerMark, u"VXSearchWord"_s, u"key"_s},
                               {nameMark, u"VXPerson"_s, u"sort_name"_s},
                               {numberMark, u"VXPhoneNumber"_s, u"search"_s},
                               {emailMark, u"VXEmailAddress"_s, u"search"_s}};
@@ -107,7 +161,8 @@ bool VXContactMatch::readPersons(const QStringList &keys, QVariantList *persons,
         for (const QString &key : keys) {
             if (!key.startsWith(source.mark))
                 continue;
-            wanted.append(key.sliced(source.mark.size()));
+            const QString text = key.sliced(source.mark.size());
+            wanted.append(source.mark == formerMark ? QVariant(VXContactWords::keyOfFormerUID(text)) : QVariant(text));
             if (source.mark != uidMark || !wanted.constLast().toString().startsWith(uriScheme))
                 continue;
             const VXManagedObjectID objectID =
@@ -142,11 +197,23 @@ void VXContactMatch::add(const VXKnownContact &known)
         _placesOfPersons.insert(objectID, place);
         _places[uidMark + objectID.uriRepresentation().toString()] = {place};
     }
-    if (place == _known.size())
+    const VXContactRecord contact = VXStorableContact(known.contact);
+    const QString name = VXContactNameKey(contact);
+    if (place == _known.size()) {
         _known.append(known);
-    else
+        _names.append(name);
+    } else {
         _known[place] = known;
-    for (const QString &key : keysOf(VXStorableContact(known.contact))) {
+        _names[place] = name;
+    }
+    QStringList keys;
+    if (!contact.uid.isEmpty())
+        keys.append(uidMark + contact.uid);
+    for (const QString &uid : contact.formerUIDs())
+        keys.append(formerMark + uid);
+    for (const QString &key : addressKeysOf(contact))
+        keys.append(placeKey(key, name));
+    for (const QString &key : std::as_const(keys)) {
         QList<qsizetype> &places = _places[key];
         if (!places.contains(place))
             places.append(place);
@@ -157,16 +224,19 @@ const VXKnownContact *VXContactMatch::find(const VXContactRecord &contact,
                                            const std::function<bool(const VXContactRecord &known)> &mayBe) const
 {
     const VXContactRecord storable = VXStorableContact(contact);
+    if (!storable.uid.isEmpty()) {
+        for (const QString &mark : {uidMark, formerMark}) {
+            if (const QList<qsizetype> places = _places.value(mark + storable.uid); !places.isEmpty())
+                return &_known[places.constFirst()];
+        }
+    }
     const QString name = VXContactNameKey(storable);
-    const auto isLike = [&](const VXContactRecord &known) {
-        return VXContactNameKey(known) == name && hasAddresses(known) == hasAddresses(storable) &&
-               (!mayBe || mayBe(known));
-    };
-    for (const QString &key : keysOf(storable)) {
-        for (const qsizetype place : _places.value(key)) {
-            const VXKnownContact &known = _known[place];
-            if (key.startsWith(uidMark) || isLike(known.contact))
-                return &known;
+    for (const QString &key : addressKeysOf(storable)) {
+        for (const qsizetype place : _places.value(placeKey(key, name))) {
+            const VXContactRecord &known = _known[place].contact;
+            const bool isLike = _names[place] == name && hasAddresses(known) == hasAddresses(storable); // by now
+            if (isLike && (!mayBe || mayBe(known)))
+                return &_known[place];
         }
     }
     return nullptr;

@@ -12,6 +12,7 @@
 
 #include <functional>
 
+class VXFetchRequest;
 class VXManagedObjectContext;
 
 /** What people call the contact as a text to compare: its words in any order, case and diacritics overlooked. */
@@ -25,8 +26,8 @@ struct VXKnownContact
 };
 
 /**
- * Tells which contact of the store "phonebook" is meant by a record: the one with its UID, else the one with its name and one of its
- * numbers or addresses, or without any where it has none itself. Reads what a whole portion of records may be about with few
+ * Tells which contact of the store "phonebook" is meant by a record: the one with its UID, else one that had it before it was merged,
+ * else the one with its name and one of its numbers or addresses, or without any where it has none itself. Reads what a whole portion of records may be about with few
  * queries. On the context's thread.
  */
 class VX_EXPORT VXContactMatch
@@ -44,12 +45,13 @@ public:
     void add(const VXKnownContact &known);
 
 private:
-    /** Under which a contact is found: its UID, numbers, addresses, or its name where it has none of those. */
-    static QStringList keysOf(const VXContactRecord &contact);
+    VXFetchRequest requestFor(const QVariantList &persons) const;
+    bool keepAlike(const QList<VXContactRecord> &contacts, QVariantList *persons, VXError *error);
     bool readPersons(const QStringList &keys, QVariantList *persons, VXError *error);
 
     VXManagedObjectContext &_context;
     QList<VXKnownContact> _known;
-    QHash<QString, QList<qsizetype>> _places; // by key
+    QStringList _names;                       // of these: VXContactNameKey
+    QHash<QString, QList<qsizetype>> _places; // by UID, by former UID, or by name and number, address or nothing
     QHash<VXManagedObjectID, qsizetype> _placesOfPersons;
 };

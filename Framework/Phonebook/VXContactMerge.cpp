@@ -1,9 +1,11 @@
 #include "VXContactMerge.h"
 
+#include "VXContactName.h"
 #include "VXContactWriter.h"
 #include "VXPhoneNumber.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QHash>
 #include <QtCore/QSet>
 #include <QtCore/QVariant>
 
@@ -55,14 +57,28 @@ QString identityOf(const QVariant &element)
     return parts.join(u'\n');
 }
 
-// Invalid when it is not there. A number may be there twice, of different types.
-QVariant findIn(const QVariantList &list, const QVariant &element)
+/** The elements of a list, to be found by what makes them the same. */
+class Elements
 {
-    if (list.contains(element))
-        return element;
-    const auto found = std::ranges::find(list, identityOf(element), identityOf);
-    return found == list.cend() ? QVariant() : *found;
-}
+public:
+    explicit Elements(const QVariantList &list)
+    {
+        for (const QVariant &element : list)
+            _elements[identityOf(element)].append(element);
+    }
+
+    /** Invalid when it is not there. A number may be there twice, of different types. */
+    QVariant find(const QVariant &element) const
+    {
+        const auto alike = _elements.constFind(identityOf(element));
+        if (alike == _elements.constEnd())
+            return {};
+        return alike->contains(element) ? element : alike->constFirst();
+    }
+
+private:
+    QHash<QString, QVariantList> _elements;
+};
 
 // Whether it is described just so; it may be known more of it, which phones have no place for.
 bool isAsIn(const QVariantMap &known, const QVariantMap &element)
@@ -100,14 +116,15 @@ public:
     const Conflicts &conflicts() const { return _conflicts; }
 
 private:
-    // A phone that has one field for it, and somebody with names in parts: then the name is one value.
+    // Where one has it in one field, as many phones do, and another in parts, the name is one value.
     void mergeWholeName(const QVariantMap &before, QVariantMap &after, const QVariantMap &ontoBefore, QVariantMap &onto)
     {
         const bool isChanged = namesOf(before) != namesOf(after) && namesOf(after) != namesOf(onto);
-        if (!isChanged || (hasNameInParts(before) || hasNameInParts(after)) == hasNameInParts(onto))
+        const bool isInParts = hasNameInParts(onto);
+        if (!isChanged || (hasNameInParts(before) == isInParts && hasNameInParts(after) == isInParts))
             return;
         const bool isTaken = namesOf(onto) == namesOf(ontoBefore);
-        if (!isTaken)
+        if (!isTaken && !VXContactName::saysAllOf(VXContactRecord(onto), VXContactRecord(after)))
             _conflicts.append({nameKey, VXContactRecord(after).displayName()});
         QVariantMap &from = isTaken ? after : onto;
         QVariantMap &to = isTaken ? onto : after;
@@ -163,21 +180,25 @@ private:
     static QVariantList mergedList(const QVariantList &before, const QVariantList &after,
                                    const QVariantList &ontoBefore, const QVariantList &onto)
     {
+        const Elements beforehand(before);
+        const Elements there(after);
+        const Elements own(ontoBefore);
+        const Elements here(onto);
         QVariantList merged;
         for (const QVariant &element : onto) {
-            const QVariant old = findIn(before, element);
-            const QVariant news = findIn(after, element);
-            const QVariant own = findIn(ontoBefore, element);
+            const QVariant old = beforehand.find(element);
+            const QVariant news = there.find(element);
+            const QVariantMap mine = own.find(element).toMap();
             QVariantMap map = element.toMap();
             const bool isRemoved = old.isValid() && !news.isValid();
-            if (isRemoved && isAsIn(own.toMap(), map))
+            if (isRemoved && isAsIn(mine, map))
                 continue;
             if (news.isValid())
-                mergeMaps(old.toMap(), news.toMap(), own.toMap(), map, nullptr);
+                mergeMaps(old.toMap(), news.toMap(), mine, map, nullptr);
             merged.append(map);
         }
         for (const QVariant &element : after) {
-            if (!findIn(onto, element).isValid() && findIn(before, element) != element)
+            if (!here.find(element).isValid() && beforehand.find(element) != element)
                 merged.append(element);
         }
         return merged;

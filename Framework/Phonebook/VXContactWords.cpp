@@ -1,5 +1,6 @@
 #include "VXContactWords.h"
 
+#include "VXContactRecord.h"
 #include "VXPhoneNumber.h"
 #include "VXTextComparison.h"
 
@@ -110,6 +111,10 @@ QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
     };
     insertOf(u"emails"_s, u"address"_s, Kind::Email);
     insertOf(u"numbers"_s, u"number"_s, Kind::Number);
+    VXContactRecord former;
+    former.properties = text(person, u"properties"_s).split(u'\n', Qt::SkipEmptyParts);
+    for (const QString &uid : former.formerUIDs())
+        keys.insert(keyOfFormerUID(uid));
     return keys;
 }
 

@@ -23,8 +23,10 @@ public:
     /** Of what a word is part; the best first. */
     enum class Kind : char { Name = '1', Company = '2', Email = '3', Number = '4' };
 
-    /** The keys of a "VXPerson" with its numbers and addresses: UTF-8 of the word, a zero, the kind. */
+    /** The keys of a "VXPerson" with its numbers and addresses: UTF-8 of the word, a zero, the kind; and those of its former UIDs. */
     static QSet<QByteArray> keysOf(const VXManagedObject &person);
+    /** Under which a person that was merged with that one is found: no word begins so. */
+    static QByteArray keyOfFormerUID(const QString &uid) { return '\xff' + uid.toUtf8(); }
     /** What was typed, as words to be looked for. A phone number is one word. Empty for blanks. */
     static QStringList typedWords(const QString &text);
     /** The beginnings under which a typed word is looked for: itself; of a phone number without leading zeros too. */

@@ -1,9 +1,11 @@
 #include "VXContactWriter.h"
 
 #include "VXContactHistory.h"
+#include "VXContactName.h"
 #include "VXManagedObjectContext.h"
 #include "VXPhoneNumber.h"
 
+#include <QtCore/QSet>
 #include <QtCore/QUuid>
 
 #include <algorithm>
@@ -33,9 +35,6 @@ const std::array texts{Text{u"namePrefix"_s, &VXContactRecord::namePrefix},
                        Text{u"jobTitle"_s, &VXContactRecord::jobTitle},
                        Text{u"note"_s, &VXContactRecord::note}};
 
-constexpr std::array nameFields{&VXContactRecord::namePrefix, &VXContactRecord::firstName, &VXContactRecord::middleName,
-                                &VXContactRecord::lastName, &VXContactRecord::nameSuffix};
-
 const std::pair<QString, QString PostalAddress::*> postalTexts[] = {
     {u"street"_s, &PostalAddress::street}, {u"city"_s, &PostalAddress::city},       {u"state"_s, &PostalAddress::state},
     {u"zip"_s, &PostalAddress::zip},       {u"country"_s, &PostalAddress::country}, {u"text"_s, &PostalAddress::text}};
@@ -45,36 +44,29 @@ QVariant orNone(const QString &text)
     return text.isEmpty() ? QVariant() : QVariant(text);
 }
 
-// The digits as dialled from abroad; null where the number does not tell the country.
-QString internationalDigits(const QString &number)
+// What two of them have in common that are the same: numbers are compared as they are looked up.
+QString numberKey(const QString &number)
 {
-    QString digits;
-    std::ranges::copy_if(number, std::back_inserter(digits), [](QChar character) { return character.isDigit(); });
-    if (number.trimmed().startsWith(u'+'))
-        return digits;
-    const QString access = VXPhoneNumberInternationalAccessCode(digits);
-    return access.isNull() ? QString() : digits.sliced(access.size());
+    const QString search = VXPhoneNumberSearchString(number);
+    return search.isEmpty() ? number : search;
 }
 
-// As they are looked up; but of two countries they are two.
-bool isSameNumber(const QString &a, const QString &b)
+QString emailKey(const QString &address)
 {
-    const QString search = VXPhoneNumberSearchString(a);
-    if (search.isEmpty() || search != VXPhoneNumberSearchString(b))
-        return a == b;
-    const QString abroad = internationalDigits(a);
-    const QString other = internationalDigits(b);
-    return abroad.isNull() || other.isNull() || abroad == other;
+    return address.toLower();
 }
 
-bool isSameEmail(const QString &a, const QString &b)
+QString urlKey(const QString &url)
 {
-    return a.toLower() == b.toLower();
+    return url;
 }
 
-bool isSameText(const QString &a, const QString &b)
+// But of two countries they are two.
+bool areOfTwoCountries(const QString &a, const QString &b)
 {
-    return a == b;
+    const QString abroad = VXPhoneNumberInternationalDigits(a);
+    const QString other = VXPhoneNumberInternationalDigits(b);
+    return !abroad.isNull() && !other.isNull() && abroad != other;
 }
 
 bool isSame(const PostalAddress &a, const PostalAddress &b)
@@ -83,21 +75,41 @@ bool isSame(const PostalAddress &a, const PostalAddress &b)
         postalTexts, [&](const auto &each) { return (a.*each.second).simplified() == (b.*each.second).simplified(); });
 }
 
-// What is there with less known of it learns from the news.
-QList<Address> united(QList<Address> known, const QList<Address> &news,
-                      bool (*isSame)(const QString &, const QString &))
+QString lineOf(const Address &address)
 {
+    return QStringList{address.value, QString::number(address.type), address.label}.join(u'\0');
+}
+
+// What is there with less known of it learns from the news.
+void learn(Address &known, const Address &news, bool isNumber)
+{
+    known.type = known.type == 0 ? news.type : known.type;
+    known.label = known.label.isEmpty() ? news.label : known.label;
+    if (isNumber && VXPhoneNumberInternationalDigits(known.value).isNull() &&
+        !VXPhoneNumberInternationalDigits(news.value).isNull())
+        known.value = news.value;
+}
+
+QList<Address> united(QList<Address> known, const QList<Address> &news, QString (*keyOf)(const QString &))
+{
+    const bool isNumber = keyOf == numberKey;
+    QHash<QString, QList<qsizetype>> places;
+    QSet<QString> lines;
+    for (qsizetype at = 0; at < known.size(); ++at) {
+        places[keyOf(known[at].value)].append(at);
+        lines.insert(lineOf(known[at]));
+    }
     for (const Address &each : news) {
-        const auto found =
-            std::ranges::find_if(known, [&](const Address &old) { return isSame(old.value, each.value); });
-        if (found == known.end()) {
-            known.append(each);
+        if (lines.contains(lineOf(each))) // just so, beside one that it could be told of too
+            continue;
+        QList<qsizetype> &alike = places[keyOf(each.value)];
+        const auto found = std::ranges::find_if(
+            alike, [&](qsizetype at) { return !isNumber || !areOfTwoCountries(known[at].value, each.value); });
+        if (found != alike.end()) {
+            learn(known[*found], each, isNumber);
         } else {
-            found->type = found->type == 0 ? each.type : found->type;
-            found->label = found->label.isEmpty() ? each.label : found->label;
-            const bool tellsMore = isSame == isSameNumber && internationalDigits(found->value).isNull() &&
-                                   !internationalDigits(each.value).isNull();
-            found->value = tellsMore ? each.value : found->value;
+            alike.append(known.size());
+            known.append(each);
         }
     }
     return known;
@@ -107,6 +119,8 @@ QList<Address> united(QList<Address> known, const QList<Address> &news,
 void noteContradictions(VXContactRecord &both, const VXContactRecord &news)
 {
     QStringList lines;
+    if (!VXContactName::saysAllOf(both, news))
+        lines.append("name: "_L1 + VXContactName::textOf(news));
     for (const QString &key : {u"nickname"_s, u"company"_s, u"jobTitle"_s}) {
         const auto text = std::ranges::find(texts, key, &Text::key);
         const QString &other = news.*text->field;
@@ -120,27 +134,31 @@ void noteContradictions(VXContactRecord &both, const VXContactRecord &news)
         both.note = (both.note.isEmpty() ? lines : QStringList{both.note} + lines).join(u'\n');
 }
 
-bool hasSameName(const VXContactRecord &a, const VXContactRecord &b)
-{
-    return std::ranges::all_of(nameFields, [&](QString VXContactRecord::*field) { return a.*field == b.*field; });
-}
-
-// Of two contacts that become one: how the whole name is written.
-QStringList fullNameLinesOf(const VXContactRecord &known, const VXContactRecord &news, bool newsCount)
+// Of two contacts that became one: how the whole name is written that it has now.
+QStringList fullNameLinesOf(const VXContactRecord &both, const VXContactRecord &known, const VXContactRecord &news,
+                            bool newsCount)
 {
     const QStringList own = known.fullNameLines();
     const QStringList others = news.fullNameLines();
-    if (newsCount && !others.isEmpty())
-        return others;
-    return own.isEmpty() && hasSameName(known, news) ? others : own;
+    const bool isOfNews = VXContactName::isSame(both, news);
+    if (isOfNews != VXContactName::isSame(both, known))
+        return isOfNews ? others : own;
+    return own.isEmpty() || (newsCount && !others.isEmpty()) ? others : own;
+}
+
+// A line that stands there twice is two.
+QStringList withoutThose(QStringList lines, const QStringList &known)
+{
+    for (const QString &each : known)
+        lines.removeOne(each);
+    return lines;
 }
 
 bool isSameList(const QList<Address> &a, const QList<Address> &b)
 {
     const auto lines = [](const QList<Address> &list) {
         QStringList made;
-        for (const Address &each : list)
-            made.append(each.value + u'\0' + QString::number(each.type) + u'\0' + each.label);
+        std::ranges::transform(list, std::back_inserter(made), lineOf);
         made.sort();
         return made;
     };
@@ -166,14 +184,22 @@ VXContactRecord VXStorableContact(const VXContactRecord &contact)
     if (storable.firstName.isEmpty() && storable.lastName.isEmpty() && !storable.name.isEmpty())
         storable.firstName = storable.name;
     storable.name = QString();
+    storable.uid = storable.uid.trimmed();
     for (const Text &each : texts) {
         QString &text = storable.*each.field;
         text = text.trimmed();
         if (text.isEmpty())
             text = QString();
     }
-    for (QList<Address> *const list : {&storable.numbers, &storable.emails, &storable.urls})
-        list->removeIf([](const Address &each) { return each.value.trimmed().isEmpty(); });
+    for (QList<Address> *const list : {&storable.numbers, &storable.emails, &storable.urls}) {
+        for (Address &each : *list) {
+            each.value = each.value.trimmed();
+            each.label = each.label.trimmed();
+        }
+        list->removeIf([](const Address &each) { return each.value.isEmpty(); });
+    }
+    for (QString &group : storable.groups)
+        group = group.trimmed();
     storable.groups.removeAll(QString());
     storable.groups.removeDuplicates();
     return storable;
@@ -186,9 +212,11 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
     const VXContactRecord news = VXStorableContact(newContact);
     const bool newsCount = precedence == VXContactPrecedence::News;
     VXContactRecord both = known;
+    VXContactName::unite(both, news, newsCount);
     for (const Text &each : texts) {
         const QString &text = news.*each.field;
-        if (!text.isEmpty() && (newsCount || (both.*each.field).isEmpty()))
+        const bool isName = std::ranges::find(VXContactName::parts, each.field) != VXContactName::parts.end();
+        if (!isName && !text.isEmpty() && (newsCount || (both.*each.field).isEmpty()))
             both.*each.field = text;
     }
     if (!newsCount && !news.note.isEmpty() && !known.note.isEmpty() && !known.note.contains(news.note))
@@ -201,19 +229,19 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
         both.image = news.image;
     if (both.uid.isEmpty())
         both.uid = news.uid;
-    both.numbers = united(known.numbers, news.numbers, isSameNumber);
-    both.emails = united(known.emails, news.emails, isSameEmail);
-    both.urls = united(known.urls, news.urls, isSameText);
+    both.numbers = united(known.numbers, news.numbers, numberKey);
+    both.emails = united(known.emails, news.emails, emailKey);
+    both.urls = united(known.urls, news.urls, urlKey);
     for (const PostalAddress &address : news.addresses) {
         if (std::ranges::none_of(both.addresses, [&](const PostalAddress &each) { return isSame(each, address); }))
             both.addresses.append(address);
     }
     both.groups += news.groups;
     both.groups.removeDuplicates();
-    both.properties += news.properties;
-    both.properties.removeDuplicates();
+    both.properties += withoutThose(news.properties, known.properties);
     both.removeFullNameLines();
-    both.properties = fullNameLinesOf(known, news, newsCount) + both.properties;
+    both.addFormerUID(newsCount ? QString() : news.uid);
+    both.properties = fullNameLinesOf(both, known, news, newsCount) + both.properties;
     return both;
 }
 
@@ -292,7 +320,8 @@ QStringList VXContactWriter::propertiesFor(const VXManagedObject &person, const 
         before.*each.field = person.valueForKey(each.key).toString();
     before.properties = person.valueForKey(u"properties"_s).toString().split(u'\n', Qt::SkipEmptyParts);
     VXContactRecord after = contact;
-    if (!person.isInserted() && !hasSameName(before, contact) && before.fullNameLines() == contact.fullNameLines())
+    if (!person.isInserted() && !VXContactName::isSame(before, contact) &&
+        before.fullNameLines() == contact.fullNameLines())
         after.removeFullNameLines();
     return after.properties;
 }
@@ -314,20 +343,24 @@ void VXContactWriter::write(VXManagedObject &person, const VXContactRecord &cont
 void VXContactWriter::writeAddresses(const VXManagedObjectPtr &person, const QString &relationship,
                                      const QString &valueKey, const QList<Address> &addresses)
 {
-    QList<Address> missing = addresses;
+    QHash<QString, int> due;
+    for (const Address &each : addresses)
+        ++due[lineOf(each)];
+    QHash<QString, int> kept;
     for (const VXManagedObjectPtr &object : relatedTo(*person, relationship)) {
-        const auto same = std::ranges::find_if(missing, [&](const Address &each) {
-            return object->valueForKey(valueKey).toString() == each.value &&
-                   object->valueForKey(u"type"_s).toUInt() == each.type &&
-                   object->valueForKey(u"label"_s).toString() == each.label;
-        });
-        if (same == missing.end())
-            _context.deleteObject(object);
+        const QString line = lineOf({object->valueForKey(valueKey).toString(), object->valueForKey(u"type"_s).toUInt(),
+                                     object->valueForKey(u"label"_s).toString()});
+        if (due.value(line) > kept.value(line))
+            ++kept[line];
         else
-            missing.erase(same);
+            _context.deleteObject(object);
     }
     const VXEntityDescription &entity = person->entity().relationshipForName(relationship)->destination();
-    for (const Address &address : std::as_const(missing)) {
+    for (const Address &address : addresses) {
+        if (int &there = kept[lineOf(address)]; there > 0) {
+            --there;
+            continue;
+        }
         const VXManagedObjectPtr object = _context.insertNewObject(entity);
         object->setValueForKey(address.value, valueKey);
         object->setValueForKey(int(address.type), u"type"_s);

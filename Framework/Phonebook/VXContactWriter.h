@@ -17,8 +17,9 @@ enum class VXContactPrecedence { News, Known };
 [[nodiscard]] VX_EXPORT VXContactRecord VXStorableContact(const VXContactRecord &contact);
 /**
  * Both in one, storable: lists are united, numbers compared as they are looked up, unless their countries differ, and addresses without
- * case; of single values those of the one with precedence count, if it has any. Where Known counts, the other values stand in the
- * note. A UID that is known stays.
+ * case; of single values those of the one with precedence count, if it has any. The name is one value: of two that do not contradict
+ * each other the one that says more counts. Where Known counts, the other values stand in the note. A UID that is known stays; the
+ * other is a former one then.
  */
 [[nodiscard]] VX_EXPORT VXContactRecord VXUnitedContact(const VXContactRecord &known, const VXContactRecord &news,
                                                         VXContactPrecedence precedence);

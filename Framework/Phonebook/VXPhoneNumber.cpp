@@ -113,6 +113,15 @@ QString VXPhoneNumberInternationalAccessCode(QStringView digits)
     return internationalAccessCode(digits);
 }
 
+QString VXPhoneNumberInternationalDigits(QStringView number)
+{
+    const QString digits = VXCharacterSet::decimalDigitCharacterSet().membersOf(number);
+    if (number.trimmed().startsWith(u'+'))
+        return digits;
+    const QLatin1StringView access = internationalAccessCode(digits);
+    return access.isNull() ? QString() : digits.sliced(access.size());
+}
+
 QString VXPhoneNumberNationalAccessCode(QStringView digits)
 {
     return nationalAccessCode(digits);

@@ -22,5 +22,8 @@
 /** The prefix that leads abroad ("00", "011", ...); null when there is none or the number has fewer than 9 digits. */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberInternationalAccessCode(QStringView digits);
 
+/** The digits as they are dialled from abroad, without access code; null where the number does not tell its country. */
+[[nodiscard]] VX_EXPORT QString VXPhoneNumberInternationalDigits(QStringView number);
+
 /** The prefix for calls within the country ("0", "1", ...); null when there is none or for fewer than 7 digits. */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberNationalAccessCode(QStringView digits);

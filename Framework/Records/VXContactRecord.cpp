@@ -61,6 +61,7 @@ const QString postalKey = u"addresses"_s;
 const QString groupsKey = u"groups"_s;
 const QString groupNameKey = u"name"_s;
 const QString propertiesKey = u"properties"_s; // stored as one text
+constexpr QLatin1StringView formerUID("X-VORNIX-FORMER-UID:");
 
 template <class Holder, class Texts>
 void readTexts(Holder &holder, const Texts &table, const VXRecordReader &reader)
@@ -163,7 +164,7 @@ VXContactRecord::VXContactRecord(const QVariant &object)
         if (!group.isEmpty())
             groups.append(group);
     }
-    properties = reader.text(propertiesKey).split(u'\n', Qt::SkipEmptyParts);
+    properties = reader.value(propertiesKey).toString().split(u'\n', Qt::SkipEmptyParts);
 }
 
 QString VXContactRecord::displayName() const
@@ -193,6 +194,23 @@ QStringList VXContactRecord::fullNameLines() const
 void VXContactRecord::removeFullNameLines()
 {
     properties.removeIf(isFullName);
+}
+
+QStringList VXContactRecord::formerUIDs() const
+{
+    QStringList uids;
+    for (const QString &line : properties) {
+        if (line.startsWith(formerUID))
+            uids.append(line.sliced(formerUID.size()));
+    }
+    return uids;
+}
+
+void VXContactRecord::addFormerUID(const QString &former)
+{
+    const QString line = formerUID + former;
+    if (!former.isEmpty() && former != uid && !former.contains(u'\n') && !properties.contains(line))
+        properties.append(line);
 }
 
 QVariantMap VXContactRecord::map() const

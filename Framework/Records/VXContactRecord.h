@@ -64,6 +64,9 @@ struct VX_EXPORT VXContactRecord
     /** Of the properties those that write the whole name (FN) otherwise than the parts would. */
     QStringList fullNameLines() const;
     void removeFullNameLines();
+    /** The UIDs of those that were merged into it, by which they are still known; they stand among the properties. */
+    QStringList formerUIDs() const;
+    void addFormerUID(const QString &former);
 
     /** In lists, and as the object of an event; without what is none. */
     QVariantMap map() const;

@@ -4,6 +4,7 @@
 #include "VXEventManager.h"
 #include "VXPrincipalClass.h"
 #include "VXStorePlugin.h"
+#include "VXStoreWorkLock.h"
 
 using namespace Qt::StringLiterals;
 
@@ -23,11 +24,11 @@ public:
         const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
         if (!coordinator)
             return;
-        VXDeviceWork::offer(
-            this, u"sync_calls"_s, u"read_calls"_s,
-            [coordinator, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
-                return std::make_shared<VXCallSync>(action, VXCallStore(coordinator), lockPath);
-            });
+        VXDeviceWork::offer(this, u"sync_calls"_s, u"read_calls"_s,
+                            [coordinator, lockPath = dataStorePath() + u'/' +
+                                                     VXStoreWorkLock::syncName](const VXDeviceAction::Ptr &action) {
+                                return std::make_shared<VXCallSync>(action, VXCallStore(coordinator), lockPath);
+                            });
         const auto recorder = std::make_shared<VXCallRecorder>(coordinator); // outlives a last call on another thread
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,

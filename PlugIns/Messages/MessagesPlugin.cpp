@@ -9,6 +9,7 @@
 #include "VXPrincipalClass.h"
 #include "VXRootFolders.h"
 #include "VXStorePlugin.h"
+#include "VXStoreWorkLock.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
@@ -48,16 +49,20 @@ public:
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,
             [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });
-        VXDeviceWork::offer(this, u"sync_messages"_s, u"read_messages"_s,
-                            [store, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
-                                return std::make_shared<VXMessageSync>(action, store, lockPath);
-                            });
+        VXDeviceWork::offer(
+            this, u"sync_messages"_s, u"read_messages"_s,
+            [store, lockPath = dataStorePath() + u'/' + VXStoreWorkLock::syncName](const VXDeviceAction::Ptr &action) {
+                return std::make_shared<VXMessageSync>(action, store, lockPath);
+            });
         launchSearch(u"date"_s);
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return;
         VXMessageDelivery::fileAllSent(*outbox, store); // before entries are forgotten
-        _sender.start(VXOutgoingMessage::kind, *outbox, VXMessageDelivery::deliver);
+        _sender.start(VXOutgoingMessage::kind, *outbox,
+                      [store](const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion) {
+                          return VXMessageDelivery::deliver(entry, store, completion);
+                      });
         connect(_sender.runner(), &VXOutboxRunner::didTry, this,
                 [store](const VXOutboxEntry &entry) { VXMessageDelivery::fileIfSent(entry, store); });
         VXNotificationCenter::defaultCenter().addObserver(

@@ -33,12 +33,40 @@ VXOutboxDelivery withoutPhone(const QUrl &url)
     return {.outcome = Outcome::Refused, .problem = localized(u"There is no such phone any more."_s)};
 }
 
+// Who deletes the draft does not want it to be sent. None while it is there, or nothing is known of one.
+std::optional<VXOutboxDelivery> withoutDraft(const QUrl &messageURI, const VXMessageStore &store)
+{
+    const VXManagedObjectID known = store.coordinator()->objectIDForURIRepresentation(messageURI);
+    if (known.isNull())
+        return std::nullopt;
+    VXManagedObjectContext context(store.coordinator());
+    VXFetchRequest request(known.entity());
+    request.predicate = VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::Equal,
+                                                VXExpression::constant(QVariant::fromValue(known)));
+    VXError error;
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, &error);
+    if (!found) // it may be there
+        return VXOutboxDelivery{.outcome = Outcome::NotDelivered, .problem = error.localizedDescription()};
+    const auto isInTrash = [&] {
+        return found->first()->valueForKey(u"folder"_s).value<VXManagedObjectPtr>() ==
+               VXFetchRootFolder(VXTrashFolder, &context);
+    };
+    if (found->isEmpty() || isInTrash())
+        return VXOutboxDelivery{.outcome = Outcome::Refused,
+                                .problem = localized(u"The message was deleted before it was sent."_s)};
+    return std::nullopt;
+}
+
 } // namespace
 
-VXOutboxRunner::Cancel VXMessageDelivery::deliver(const VXOutboxEntry &entry,
+VXOutboxRunner::Cancel VXMessageDelivery::deliver(const VXOutboxEntry &entry, const VXMessageStore &store,
                                                   const VXOutboxRunner::Completion &completion)
 {
     const VXOutgoingMessage message(entry);
+    if (const std::optional<VXOutboxDelivery> obstacle = withoutDraft(message.messageURI, store)) {
+        completion(*obstacle);
+        return {};
+    }
     const bool isWhole = !message.number().isNull() && !message.device.isEmpty();
     const VXDevicePlugin::Ptr device = isWhole ? VXDevicePlugin::deviceAtURL(message.device) : nullptr;
     if (!device) {

@@ -11,8 +11,9 @@
 class VXMessageDelivery
 {
 public:
-    /** Begins to send the entry; calls the completion once. */
-    static VXOutboxRunner::Cancel deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion);
+    /** Begins to send the entry, unless its message was deleted while it waited; calls the completion once. */
+    static VXOutboxRunner::Cancel deliver(const VXOutboxEntry &entry, const VXMessageStore &store,
+                                          const VXOutboxRunner::Completion &completion);
     /** What an action that has concluded says of the message. */
     static VXOutboxDelivery outcomeOf(const VXDeviceAction &action);
 

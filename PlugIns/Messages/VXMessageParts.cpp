@@ -1,14 +1,14 @@
 #include "VXMessageParts.h"
 
+#include "VXMessagePartGroups.h"
+
 #include <QtCore/QDateTime>
-#include <QtCore/QMap>
-#include <QtCore/QUrl>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr qint64 longestWait = 24 * 60 * 60; // seconds
 
 const QString entityName = u"VXMessagePart"_s;
 
@@ -22,34 +22,39 @@ QString textOf(const QVariantMap &record)
     return record.value(u"text"_s).toString();
 }
 
-// By their numbers.
-QMap<int, VXManagedObjectPtr> partsOf(const QString &series, VXManagedObjectContext &context)
+// In the order in which they came.
+QList<VXManagedObjectPtr> partsOf(const QString &series, VXManagedObjectContext &context)
 {
     VXFetchRequest request(*context.persistentStoreCoordinator()->model().entityForName(entityName));
     request.predicate = *VXPredicate::predicateWithFormat(u"series == %@"_s, {series});
-    QMap<int, VXManagedObjectPtr> parts;
-    if (const std::optional<VXFetchResult> found = context.executeFetchRequest(request)) {
-        for (const VXManagedObjectPtr &part : *found)
-            parts.insert(part->valueForKey(u"number"_s).toInt(), part);
-    }
+    request.sortDescriptors = {{.key = u"date"_s}};
+    QList<VXManagedObjectPtr> parts;
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request);
+    for (qsizetype index = 0; found && index < found->size(); ++index)
+        parts.append(found->at(index));
     return parts;
 }
 
-// They wait on under a name that no other part bears.
-void setAside(const QMap<int, VXManagedObjectPtr> &parts)
+VXMessagePartPlace placeOf(int number, int count, const QVariantMap &record)
 {
-    for (const VXManagedObjectPtr &part : parts)
-        part->setValueForKey(part->objectID().uriRepresentation().toString(), u"series"_s);
+    return {.series = {}, .number = number, .count = count, .date = record.value(u"date"_s).toDateTime()};
 }
 
-bool areOfOtherMessage(const QMap<int, VXManagedObjectPtr> &parts, const VXMessagePartNews &news)
+// They wait on under a name that no other part bears.
+void setAside(const QList<VXManagedObjectPtr> &parts, const QList<qsizetype> &group)
 {
-    if (parts.isEmpty())
-        return false;
-    const VXManagedObjectPtr same = parts.value(news.number);
-    const QDateTime first = parts.first()->valueForKey(u"date"_s).toDateTime();
-    return (same && textOf(recordOf(same)) != textOf(news.record)) ||
-           first.secsTo(QDateTime::currentDateTimeUtc()) > longestWait;
+    for (const qsizetype at : group)
+        parts[at]->setValueForKey(parts[at]->objectID().uriRepresentation().toString(), u"series"_s);
+}
+
+// It was told of before.
+bool isSamePart(const VXManagedObjectPtr &part, const VXMessagePartNews &news)
+{
+    const QVariantMap record = recordOf(part);
+    const qint64 apart =
+        record.value(u"date"_s).toDateTime().secsTo(news.record.value(u"date"_s).toDateTime()); // 0 where one has none
+    return part->valueForKey(u"number"_s).toInt() == news.number && textOf(record) == textOf(news.record) &&
+           qAbs(apart) <= VXMessagePartGroups::longestSpan;
 }
 
 void keep(const VXMessagePartNews &news, VXManagedObjectContext &context)
@@ -89,21 +94,28 @@ QVariantMap joined(const QList<QVariantMap> &records)
 
 std::optional<QVariantMap> VXTakeMessagePart(const VXMessagePartNews &news, VXManagedObjectContext &context)
 {
-    QMap<int, VXManagedObjectPtr> parts = partsOf(news.series, context);
-    if (areOfOtherMessage(parts, news)) {
-        setAside(parts);
-        parts.clear();
-    }
-    if (parts.contains(news.number))
+    const QList<VXManagedObjectPtr> parts = partsOf(news.series, context);
+    if (std::ranges::any_of(parts, [&](const VXManagedObjectPtr &part) { return isSamePart(part, news); }))
         return std::nullopt;
-    if (parts.size() + 1 < news.count) {
+    QList<VXMessagePartPlace> places;
+    for (const VXManagedObjectPtr &part : parts)
+        places.append(placeOf(part->valueForKey(u"number"_s).toInt(), news.count, recordOf(part)));
+    places.append(placeOf(news.number, news.count, news.record));
+    const QList<QList<qsizetype>> groups = VXMessagePartGroups::of(places);
+    const auto own =
+        std::ranges::find_if(groups, [&](const QList<qsizetype> &group) { return group.contains(parts.size()); });
+    if (own->size() < news.count) {
         keep(news, context);
         return std::nullopt;
     }
-    QMap<int, QVariantMap> records{{news.number, news.record}};
-    for (auto part = parts.cbegin(); part != parts.cend(); ++part) {
-        records.insert(part.key(), recordOf(*part));
-        context.deleteObject(*part);
+    // What waits from before it is not to meet with what comes after it.
+    for (auto before = groups.cbegin(); before != own; ++before)
+        setAside(parts, *before);
+    QList<QVariantMap> records;
+    for (const qsizetype at : *own) {
+        records.append(at == parts.size() ? news.record : recordOf(parts[at]));
+        if (at < parts.size())
+            context.deleteObject(parts[at]);
     }
-    return joined(records.values());
+    return joined(records);
 }

@@ -16,9 +16,8 @@ struct VXMessagePartNews
 };
 
 /**
- * Keeps the part, in the context and unsaved, until all are there. @return then the whole message's record, the parts being
- * deleted. A part that came before is passed over; one that has the place of another begins a new message, as one does that comes
- * a day later: senders use references again.
+ * Keeps the part, in the context and unsaved, until all of its message are there (VXMessagePartGroups). @return then the whole
+ * message's record, the parts being deleted. A part that came before is passed over.
  */
 [[nodiscard]] std::optional<QVariantMap> VXTakeMessagePart(const VXMessagePartNews &news,
                                                            VXManagedObjectContext &context);

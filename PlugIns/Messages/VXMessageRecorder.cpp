@@ -5,6 +5,7 @@
 #include "VXDataManager.h"
 #include "VXKeyValueCoding.h"
 #include "VXMethodLog.h"
+#include "VXStoreWorkLock.h"
 
 using namespace Qt::StringLiterals;
 
@@ -68,7 +69,11 @@ bool VXMessageRecorder::record(const VXMessageNews &news)
     VXManagedObjectContext context(_store.coordinator());
     VXError error;
     VXMessageNews whole = news;
-    if (news.part) {
+    if (!news.record.deviceURL.isNull()) // made before others have to wait
+        static_cast<void>(_store.deviceFolder(QUrl(news.record.deviceURL), context, &error));
+    // Other programs hear of it too. Who waits in vain files it all the same: twice is better than not at all.
+    const VXStoreWorkLock lock(*_store.coordinator(), VXStoreWorkLock::savingName);
+    if (error.isNull() && news.part) {
         const std::optional<QVariantMap> joined = VXTakeMessagePart(*news.part, context);
         if (joined)
             whole.record = VXMessageRecord(*joined);

@@ -5,6 +5,7 @@
 #include "VXCoreDataSaveError.h"
 #include "VXDeviceURL.h"
 #include "VXPhonebookString.h"
+#include "VXStoreWorkLock.h"
 
 using namespace Qt::StringLiterals;
 
@@ -155,21 +156,11 @@ void VXMessageSync::didRead(const VXDeviceAction &part)
     if (!_hasReadAgain)
         _problems += result.value(u"problems"_s).toStringList();
     _items.clear();
-    for (const QVariant &value : result.value(u"items"_s).toList()) {
-        const QVariantMap map = value.toMap();
-        if (map.value(u"kind"_s) == "report"_L1)
-            continue;
-        VXMessageRecord record(value);
-        // What is no text, and what is not there as a whole, is left where it lies; its place is taken all the same.
-        if (!map.value(u"isComplete"_s, true).toBool() || !VXMessageRecord::isMessage(value))
-            record.text = QString();
-        _items.append({.map = map, .record = record});
-    }
+    _leftCount = 0;
+    for (const QVariant &item : result.value(u"items"_s).toList())
+        take(item.toMap());
     _changes.clear();
-    VXManagedObjectContext context(_store.coordinator());
-    context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
-    VXError error;
-    if (!apply(context, &error) || (context.hasChanges() && !context.save(&error))) {
+    if (VXError error; !fileAndSave(&error)) {
         VXLogCoreDataSaveError(error);
         whole()->setError(error);
         return finish();
@@ -179,6 +170,30 @@ void VXMessageSync::didRead(const VXDeviceAction &part)
     carryOutNext();
 }
 
+// What is no text, and what is not there as a whole, is left where it lies; its place is taken all the same.
+void VXMessageSync::take(const QVariantMap &item)
+{
+    if (item.value(u"kind"_s) == "report"_L1)
+        return;
+    Item taken{.map = item, .record = VXMessageRecord(item)};
+    taken.isKept = item.value(u"isComplete"_s, true).toBool() && item.contains(u"text"_s);
+    if (taken.isKept && taken.record.text.isNull())
+        taken.record.text = u""_s; // an empty message is one
+    _leftCount += taken.isKept ? 0 : 1;
+    _items.append(taken);
+}
+
+// Others file messages too, as events tell of them, and import them.
+bool VXMessageSync::fileAndSave(VXError *error)
+{
+    VXManagedObjectContext context(_store.coordinator());
+    context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
+    if (!_store.deviceFolder(whole()->device()->url(), context, error))
+        return false;
+    const VXStoreWorkLock lock(*_store.coordinator(), VXStoreWorkLock::savingName);
+    return lock.isHeld(error) && apply(context, error) && (!context.hasChanges() || context.save(error));
+}
+
 bool VXMessageSync::apply(VXManagedObjectContext &context, VXError *error)
 {
     const Message folder = _store.deviceFolder(whole()->device()->url(), context, error);
@@ -186,7 +201,7 @@ bool VXMessageSync::apply(VXManagedObjectContext &context, VXError *error)
         return false;
     Match match(_store, folder, _items, _written, context);
     for (const Item &item : std::as_const(_items)) {
-        if (!item.record.text.isNull())
+        if (item.isKept)
             applyItem(item, match, context);
     }
     for (const Message &message : match.missing()) {
@@ -322,10 +337,14 @@ void VXMessageSync::didCarryOut(const Change &change, const VXDeviceAction &part
 
 void VXMessageSync::finish()
 {
-    whole()->setResult(QVariantMap{{u"added"_s, _addedCount},
-                                   {u"changed"_s, _changedCount},
-                                   {u"carriedOut"_s, _carriedOutCount},
-                                   {u"problems"_s, _problems}});
+    QVariantMap result{{u"added"_s, _addedCount},
+                       {u"changed"_s, _changedCount},
+                       {u"carriedOut"_s, _carriedOutCount},
+                       {u"problems"_s, _problems}};
+    if (_leftCount > 0)
+        result.insert(u"notices"_s,
+                      QStringList(localized(u"Left on the phone, as no text or not whole yet: %1."_s).arg(_leftCount)));
+    whole()->setResult(result);
     if (!_problems.isEmpty() && whole()->error().isNull())
         whole()->setErrorString(_problems.first());
     end();

@@ -30,6 +30,7 @@ private:
     {
         QVariantMap map;
         VXMessageRecord record;
+        bool isKept = true; // else it is left where it lies
     };
     struct Change // to be carried out there
     {
@@ -40,7 +41,9 @@ private:
     class Match;
 
     void read();
+    void take(const QVariantMap &item);
     void didRead(const VXDeviceAction &part);
+    bool fileAndSave(VXError *error);
     bool apply(VXManagedObjectContext &context, VXError *error);
     void applyItem(const Item &item, Match &match, VXManagedObjectContext &context);
     void applyAbsence(const VXManagedObjectPtr &message, VXManagedObjectContext &context);
@@ -61,5 +64,6 @@ private:
     int _addedCount = 0;
     int _changedCount = 0;
     int _carriedOutCount = 0;
+    int _leftCount = 0;
     QStringList _problems;
 };

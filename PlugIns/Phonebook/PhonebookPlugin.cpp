@@ -3,6 +3,7 @@
 #include "VXPhonebookEntities.h"
 #include "VXPrincipalClass.h"
 #include "VXStorePlugin.h"
+#include "VXStoreWorkLock.h"
 
 using namespace Qt::StringLiterals;
 
@@ -41,11 +42,11 @@ public:
         const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
         if (!coordinator)
             return;
-        VXDeviceWork::offer(
-            this, u"sync_contacts"_s, u"read_contacts"_s,
-            [coordinator, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
-                return std::make_shared<VXContactSync>(action, coordinator, lockPath);
-            });
+        VXDeviceWork::offer(this, u"sync_contacts"_s, u"read_contacts"_s,
+                            [coordinator, lockPath = dataStorePath() + u'/' +
+                                                     VXStoreWorkLock::syncName](const VXDeviceAction::Ptr &action) {
+                                return std::make_shared<VXContactSync>(action, coordinator, lockPath);
+                            });
         launchSearch(u"changedDate"_s);
     }
 

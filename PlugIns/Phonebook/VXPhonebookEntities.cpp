@@ -75,10 +75,8 @@ std::optional<QVariantMap> VXPerson::metaDataPlist() const
 
 void VXPerson::ownDidChange()
 {
-    if (isDeleted() || isInserted()) // then it is asked itself
-        return;
-    updateWords();
-    updateDate();
+    if (!isDeleted() && !isInserted()) // then it is asked itself
+        updateDate();                  // and by that it is now: once, however many there are
 }
 
 void VXPerson::willSave()

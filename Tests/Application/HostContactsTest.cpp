@@ -180,6 +180,29 @@ TEST_F(HostContactsTest, OneOfManyDuplicatesCanBeMerged)
     EXPECT_EQ(names(), u"Jane Joe"_s);
 }
 
+// Each finds what the others have made.
+TEST_F(HostContactsTest, ProgramsThatImportAtOnceDoubleNothing)
+{
+    QByteArray cards;
+    QByteArray messages = "<smses>";
+    for (int number = 0; number < 200; ++number) {
+        const QByteArray text = QByteArray::number(1000 + number);
+        cards += "BEGIN:VCARD\nVERSION:3.0\nFN:Person" + text + "\nTEL:555 " + text + "\nCATEGORIES:Club\nEND:VCARD\n";
+        messages += "<sms address='+1' date='" + text + "' type='1' read='1' body='a'/>\n";
+    }
+    const QString contactFile = writeFile(u"all.vcf"_s, cards);
+    const QString messageFile = writeFile(u"all.xml"_s, messages + "</smses>");
+    const QString all = u"for i in 1 2 3; do \"$0\" %1 import '%2' & done; wait"_s;
+    runHostShell(all.arg(u"phonebook"_s, contactFile));
+    runHostShell(all.arg(u"messages"_s, messageFile));
+    EXPECT_EQ(json({u"list"_s}).toArray().size(), 200);
+    const auto listed = [](const QStringList &command) {
+        return VXJSONFromText(runHost(command + QStringList{u"--json"_s}).output).value_or(QJsonValue()).toArray();
+    };
+    EXPECT_EQ(listed({u"store"_s, u"list"_s, u"phonebook"_s, u"VXGroup"_s}).size(), 1);
+    EXPECT_EQ(listed({u"messages"_s, u"list"_s, u"inbox"_s, u"--limit"_s, u"0"_s}).size(), 200);
+}
+
 TEST_F(HostContactsTest, TriggersKnowWhoCalls)
 {
     phonebook({u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s, u"--group"_s, u"Family"_s});

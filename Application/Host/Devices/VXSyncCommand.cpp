@@ -21,6 +21,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString deletionsKey = u"acceptsDeletions"_s; // of contacts
+const QString newPhoneKey = u"isNewPhone"_s;
 
 struct Kind
 {
@@ -47,14 +48,24 @@ VXDeviceAction::Ptr run(VXHostContext &context, const Kind &kind, const VXDevice
     return action;
 }
 
-bool agrees(const QString &question)
+// What is to be set for the sync to go on; null for nothing.
+QString answerTo(const QString &question)
 {
     VXAlert alert;
     alert.message = question;
-    alert.informativeText = u"Shall they be deleted on the other side too?"_s;
+    alert.informativeText = u"Shall they be deleted on the other side too? A phone that was reset or replaced is a new "
+                            "one: nothing is deleted then."_s;
     alert.defaultButton = u"Delete"_s;
     alert.alternateButton = u"Cancel"_s;
-    return VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default;
+    alert.otherButton = u"New Phone"_s;
+    switch (VXApplication::sharedApplication().userInterface().runAlert(alert).button) {
+    case VXAlertButton::Default:
+        return deletionsKey;
+    case VXAlertButton::Other:
+        return newPhoneKey;
+    default:
+        return {};
+    }
 }
 
 constexpr qsizetype mostNames = 10;
@@ -89,7 +100,7 @@ QString textOfResults(const QJsonObject &results)
             parts.append(u"nothing to do"_s);
         if (!parts.isEmpty())
             text += kind.key() + ": "_L1 + parts.join(", "_L1) + u'\n';
-        for (const QString &key : {u"conflicts"_s, u"problems"_s}) {
+        for (const QString &key : {u"conflicts"_s, u"notices"_s, u"problems"_s}) {
             for (const auto &each : result.value(key).toArray())
                 text += "  "_L1 + VXVisibleText(each.toString()) + u'\n';
         }
@@ -112,12 +123,13 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
             continue;
         }
         QVariantMap object{{deletionsKey, context.options.isSet(u"yes"_s)},
+                           {newPhoneKey, context.options.isSet(u"new-phone"_s)},
                            {u"addsAll"_s, context.options.isSet(u"add"_s)}};
         QString failure;
         VXDeviceAction::Ptr action = run(context, kind, device, object, &failure);
-        if (const QString question = action->result().toMap().value(u"question"_s).toString();
-            !question.isEmpty() && agrees(question)) {
-            object.insert(deletionsKey, true);
+        const QString question = action->result().toMap().value(u"question"_s).toString();
+        if (const QString key = question.isEmpty() ? QString() : answerTo(question); !key.isNull()) {
+            object.insert(key, true);
             action = run(context, kind, device, object, &failure);
         }
         QJsonObject result = VXJSONFromVariant(action->result()).toObject();
@@ -169,13 +181,18 @@ VXHostCommand VXSyncCommand()
             "DEVICE is its URL, identifier or name. A contact that was changed here and there keeps both values. One "
             "that was deleted on one side is deleted "
             "on the other, unless it was changed there; \"vornix phonebook undo-import\" takes back what a sync did "
-            "here. When more than half of the contacts are gone on one side you are asked first."_s,
+            "here. When more than half of the contacts are gone on one side you are asked first: a phone that was "
+            "reset or "
+            "replaced gets back what it had with --new-phone."_s,
         .options = {{.name = u"contacts"_s, .placeholder = {}, .summary = u"Only contacts, and what else is named"_s},
                     {.name = u"messages"_s, .placeholder = {}, .summary = u"Only messages, and what else is named"_s},
                     {.name = u"calls"_s, .placeholder = {}, .summary = u"Only calls, and what else is named"_s},
                     {.name = u"add"_s,
                      .placeholder = {},
                      .summary = u"Also put contacts on the phone that were never there"_s},
+                    {.name = u"new-phone"_s,
+                     .placeholder = {},
+                     .summary = u"The phone was reset or replaced: delete nothing, and put there what it had"_s},
                     {.name = u"yes"_s,
                      .placeholder = {},
                      .summary = u"Delete contacts also when more than half of them are gone on one side"_s}},

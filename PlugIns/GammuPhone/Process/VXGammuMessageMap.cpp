@@ -1,8 +1,7 @@
 #include "VXGammuMessageMap.h"
 
 #include "VXGammuText.h"
-
-#include <QtCore/QHash>
+#include "VXMessagePartGroups.h"
 
 #include <algorithm>
 
@@ -22,35 +21,32 @@ int referenceOf(const GSM_SMSMessage &part)
     return part.UDH.ID16bit > 0 ? part.UDH.ID16bit : part.UDH.ID8bit;
 }
 
-// What the parts of one message have in common. The reference is the sender's: it means nothing without the number.
-QString keyOfMessage(const GSM_SMSMessage &part)
+// The reference is the sender's: it means nothing without the number.
+VXMessagePartPlace placeOf(const GSM_SMSMessage &part, VXGammuZone zone)
 {
-    return u"%1 %2 %3 %4 %5"_s.arg(part.Folder)
-        .arg(part.State == SMS_Sent || part.State == SMS_UnSent)
-        .arg(part.UDH.AllParts)
-        .arg(referenceOf(part))
-        .arg(VXTextFromGammu(part.Number));
+    return {.series = u"%1 %2 %3 %4 %5"_s.arg(part.Folder)
+                          .arg(part.State == SMS_Sent || part.State == SMS_UnSent)
+                          .arg(part.UDH.AllParts)
+                          .arg(referenceOf(part))
+                          .arg(VXTextFromGammu(part.Number)),
+            .number = part.UDH.PartNumber,
+            .count = part.UDH.AllParts,
+            .date = VXDateFromGammu(part.DateTime, zone)};
 }
 
-// A part that is there twice begins another message with the same reference.
-std::vector<Parts> groupParts(const std::vector<GSM_SMSMessage> &parts)
+std::vector<Parts> groupParts(const std::vector<GSM_SMSMessage> &parts, VXGammuZone zone)
 {
+    QList<VXMessagePartPlace> places;
+    for (const GSM_SMSMessage &part : parts)
+        places.append(isPart(part) ? placeOf(part, zone) : VXMessagePartPlace());
     std::vector<Parts> messages;
-    QHash<QString, size_t> open;
-    for (const GSM_SMSMessage &part : parts) {
-        const QString key = isPart(part) ? keyOfMessage(part) : QString();
-        const auto found = key.isNull() ? open.end() : open.find(key);
-        const auto isSame = [&](const GSM_SMSMessage *other) { return other->UDH.PartNumber == part.UDH.PartNumber; };
-        if (found != open.end() && std::ranges::none_of(messages[*found], isSame)) {
-            messages[*found].push_back(&part);
-            continue;
-        }
-        if (!key.isNull())
-            open.insert(key, messages.size());
-        messages.push_back({&part});
+    for (const QList<qsizetype> &group : VXMessagePartGroups::of(places)) {
+        Parts message;
+        for (const qsizetype at : group)
+            message.push_back(&parts[size_t(at)]);
+        messages.push_back(message);
     }
-    for (Parts &message : messages)
-        std::ranges::sort(message, {}, [](const GSM_SMSMessage *part) { return part->UDH.PartNumber; });
+    std::ranges::sort(messages, {}, [](const Parts &message) { return *std::ranges::min_element(message); });
     return messages;
 }
 
@@ -145,7 +141,7 @@ QVariantMap messageFromParts(const Parts &parts, const QStringList &folders, VXG
 QVariantList VXMessagesFromGammu(const std::vector<GSM_SMSMessage> &parts, const QStringList &folders, VXGammuZone zone)
 {
     QVariantList messages;
-    for (const Parts &message : groupParts(parts))
+    for (const Parts &message : groupParts(parts, zone))
         messages.append(messageFromParts(message, folders, zone));
     return messages;
 }

@@ -219,29 +219,58 @@ GSM_Error setState(VXGammuSession &session, int location, GSM_SMS_State state)
     return session.call([&](auto *machine) { return GSM_SetSMS(machine, &part); });
 }
 
-// Nothing, when the message of that memory, and from that number, lies there; else why it is not to be touched.
-VXGammuFailure checkPlace(VXGammuSession &session, const QVariantMap &message, int location)
-{
-    const auto there = std::make_unique<GSM_MultiSMSMessage>();
-    there->Number = 1;
-    there->SMS[0].Location = location;
-    const GSM_Error code = session.call([&](auto *machine) { return GSM_GetSMS(machine, there.get()); });
-    if (code != ERR_NONE)
-        return VXGammuTrouble(cannotDelete(), code);
-    const QString memory = QString::fromLatin1(GSM_MemoryTypeToString(there->SMS[0].Memory));
-    const QString number = message.value(u"number"_s).toString();
-    // A phone that is a folder counts its messages through, and does not tell the memory here.
-    const bool isElsewhere = !session.takesCards() && message.value(u"memory"_s) != memory;
-    if (isElsewhere || (!number.isEmpty() && number != VXTextFromGammu(there->SMS[0].Number)))
-        return VXGammuRefusal(u"Another message lies at %1 %2; read the messages again."_s,
-                              {message.value(u"memory"_s).toString(), QString::number(location)});
-    return {};
-}
-
 // What a phone keeps by itself has no zone; what came through the network has.
 VXGammuZone zoneOf(const VXGammuSession &session)
 {
     return session.takesCards() ? VXGammuZone::Local : VXGammuZone::Told;
+}
+
+// What lies there now; parts that a phone tells together, as it does with each of them, once.
+GSM_Error readPlaces(VXGammuSession &session, const QVariantList &locations, std::vector<GSM_SMSMessage> &parts)
+{
+    const auto there = std::make_unique<GSM_MultiSMSMessage>();
+    for (const QVariant &location : locations) {
+        *there = {};
+        there->Number = 1;
+        there->SMS[0].Location = VXLocationFromVariant(location);
+        const GSM_Error code = session.call([&](auto *machine) { return GSM_GetSMS(machine, there.get()); });
+        if (code != ERR_NONE)
+            return code;
+        for (const GSM_SMSMessage &part : std::span(there->SMS, size_t(there->Number))) {
+            if (std::ranges::find(parts, part.Location, &GSM_SMSMessage::Location) == parts.end())
+                parts.push_back(part);
+        }
+    }
+    return ERR_NONE;
+}
+
+// As far as the message says what it is: phones give the place of one that is gone to the next that comes.
+bool isSameMessage(const QVariantMap &message, const QVariantMap &there, bool hasMemories)
+{
+    const auto isSame = [&](const QString &key) {
+        const QVariant value = message.value(key);
+        const bool isKnown = value.isValid() && !value.toString().isEmpty();
+        return !isKnown || value == there.value(key);
+    };
+    const QDateTime date = message.value(u"date"_s).toDateTime();
+    const QDateTime dateThere = there.value(u"date"_s).toDateTime();
+    return (!hasMemories || message.value(u"memory"_s) == there.value(u"memory"_s)) && isSame(u"number"_s) &&
+           isSame(u"text"_s) && isSame(u"data"_s) &&
+           (!date.isValid() || date.toSecsSinceEpoch() == dateThere.toSecsSinceEpoch());
+}
+
+// Nothing, when it is that message which lies at all of the places; else why it is not to be touched.
+VXGammuFailure checkPlaces(VXGammuSession &session, const QVariantMap &message, const QVariantList &locations)
+{
+    std::vector<GSM_SMSMessage> parts;
+    if (const GSM_Error code = readPlaces(session, locations, parts); code != ERR_NONE)
+        return VXGammuTrouble(cannotDelete(), code);
+    const QVariantList there = VXMessagesFromGammu(parts, {}, zoneOf(session));
+    // A phone that is a folder counts its messages through, and does not tell the memory here.
+    if (there.size() == 1 && isSameMessage(message, there.constFirst().toMap(), !session.takesCards()))
+        return {};
+    return VXGammuRefusal(u"Another message lies at %1 %2; read the messages again."_s,
+                          {message.value(u"memory"_s).toString(), locations.constFirst().toString()});
 }
 
 // Writes the message as a new one, part by part; what was written before a part failed is taken back.
@@ -323,10 +352,8 @@ VXGammuFailure VXGammuMessages::write(VXGammuSession &session, VXGammuJob &job)
     const QVariantList locations = locationsOf(message);
     if (locations.isEmpty())
         return add(session, job);
-    for (const QVariant &location : locations) { // all, before the first is changed
-        if (const VXGammuFailure failure = checkPlace(session, message, VXLocationFromVariant(location)))
-            return failure;
-    }
+    if (const VXGammuFailure failure = checkPlaces(session, message, locations))
+        return failure;
     for (const QVariant &location : locations) {
         if (const GSM_Error code = setState(session, VXLocationFromVariant(location), stateOf(message));
             code != ERR_NONE)
@@ -342,10 +369,8 @@ VXGammuFailure VXGammuMessages::remove(VXGammuSession &session, VXGammuJob &job)
     if (locations.isEmpty() || message.value(u"memory"_s).toString().isEmpty() ||
         std::ranges::any_of(locations, [](const QVariant &value) { return VXLocationFromVariant(value) == 0; }))
         return VXGammuRefusal(u"The message to delete must have a memory and a location."_s);
-    for (const QVariant &location : locations) { // all, before the first is deleted
-        if (const VXGammuFailure failure = checkPlace(session, message, VXLocationFromVariant(location)))
-            return failure;
-    }
+    if (const VXGammuFailure failure = checkPlaces(session, message, locations))
+        return failure;
     for (const QVariant &location : locations) {
         GSM_SMSMessage part{};
         part.Location = VXLocationFromVariant(location);

@@ -59,12 +59,35 @@ bool beginsOneOf(const QString &beginning, const QStringList &words)
     return std::ranges::any_of(words, [&](const QString &word) { return word.startsWith(beginning); });
 }
 
-bool hasWord(const QSet<QByteArray> &keys, const QString &typed)
+bool isNamedSo(const VXManagedObject &person, const QString &word)
 {
-    return std::ranges::any_of(VXContactWords::beginnings(typed), [&](const QString &beginning) {
-        const QByteArray octets = beginning.toUtf8();
-        return std::ranges::any_of(keys, [&](const QByteArray &key) { return key.startsWith(octets); });
-    });
+    return std::ranges::any_of(QStringList{u"firstName"_s, u"middleName"_s, u"lastName"_s, u"nickname"_s, u"company"_s},
+                               [&](const QString &key) {
+                                   return beginsOneOf(
+                                       word, VXContactWords::wordsOf(person.valueForKey(key).toString(), Kind::Name));
+                               });
+}
+
+// "key" of the words that begin so, or that of a person's words. One comparison, so that it is one look into the index.
+VXPredicate begins(const QString &keyPath, const QString &beginning, VXPredicate::Modifier modifier)
+{
+    const QByteArray from = beginning.toUtf8();
+    // No key is the upper bound, for it lacks the zero and the kind.
+    return VXPredicate::comparison(VXExpression::keyPath(keyPath), Operator::Between,
+                                   VXExpression::constant(QVariantList{from, endOfBeginning(from)}), {}, modifier);
+}
+
+// That a person has words for all that was typed.
+VXPredicate hasWords(const QStringList &typed)
+{
+    QList<VXPredicate> all;
+    for (const QString &word : typed) {
+        QList<VXPredicate> any;
+        for (const QString &beginning : VXContactWords::beginnings(word))
+            any.append(begins(u"person.words.key"_s, beginning, VXPredicate::Modifier::Any));
+        all.append(any.size() == 1 ? any.constFirst() : VXPredicate::anyOf(any));
+    }
+    return VXPredicate::allOf(all);
 }
 
 } // namespace
@@ -74,10 +97,10 @@ QStringList VXContactCompletion::complete(const QString &typed, VXError *error)
     QStringList words = VXContactWords::typedWords(typed);
     if (words.isEmpty() || !addGroups(words, error))
         return _found;
-    // The longest word leads to the fewest contacts.
-    const auto longest = std::ranges::max_element(words, {}, [](const QString &word) { return word.size(); });
-    const QString leading = *longest;
-    words.erase(longest);
+    const qsizetype rarest = words.size() == 1 ? 0 : rarestOf(words, error);
+    if (rarest < 0)
+        return _found;
+    const QString leading = words.takeAt(rarest);
     for (const QString &beginning : VXContactWords::beginnings(leading)) {
         if (!walk(beginning, words, error))
             break;
@@ -114,6 +137,30 @@ bool VXContactCompletion::addGroups(const QStringList &typed, VXError *error)
     return true;
 }
 
+// The place of the word that leads to the fewest contacts; -1 on failure.
+qsizetype VXContactCompletion::rarestOf(const QStringList &words, VXError *error) const
+{
+    qsizetype rarest = -1;
+    qsizetype fewest = 0;
+    for (qsizetype at = 0; at < words.size(); ++at) {
+        qsizetype count = 0;
+        for (const QString &beginning : VXContactWords::beginnings(words[at])) {
+            VXFetchRequest request(*_context.persistentStoreCoordinator()->model().entityForName(u"VXSearchWord"_s));
+            request.predicate = begins(u"key"_s, beginning, VXPredicate::Modifier::Direct);
+            request.includesPendingChanges = false;
+            const std::optional<qsizetype> counted = _context.countForFetchRequest(request, error);
+            if (!counted)
+                return -1;
+            count += *counted;
+        }
+        if (rarest < 0 || count < fewest) {
+            rarest = at;
+            fewest = count;
+        }
+    }
+    return rarest;
+}
+
 bool VXContactCompletion::walk(const QString &beginning, const QStringList &others, VXError *error)
 {
     qsizetype size = std::clamp<qsizetype>(2 * qsizetype(_limit), smallestPage, largestPage);
@@ -122,34 +169,28 @@ bool VXContactCompletion::walk(const QString &beginning, const QStringList &othe
         QList<Match> matches;
         Owned numbers;
         Owned emails;
-        if (!readPage(beginning, offset, size, &matches, &isLast, error))
+        if (!readPage(beginning, others, offset, size, &matches, &isLast, error))
             return false;
         offset += size;
         size = std::min(2 * size, largestPage);
-        if (!others.isEmpty()) {
-            matches.removeIf([&](const Match &match) {
-                const QSet<QByteArray> keys = VXContactWords::keysOf(*match.person);
-                return !std::ranges::all_of(others, [&](const QString &each) { return hasWord(keys, each); });
-            });
-        }
         if (((_mask & VXPhonebookPropertyNumber) != 0 && !readOwned(u"VXPhoneNumber"_s, matches, &numbers, error)) ||
             ((_mask & VXPhonebookPropertyEmail) != 0 && !readOwned(u"VXEmailAddress"_s, matches, &emails, error)))
             return false;
         for (const Match &match : std::as_const(matches))
-            addMatch(match, beginning, numbers, emails);
+            addMatch(match, beginning, others, numbers, emails);
     }
     return true;
 }
 
-bool VXContactCompletion::readPage(const QString &beginning, qsizetype offset, qsizetype size, QList<Match> *matches,
-                                   bool *isLast, VXError *error) const
+bool VXContactCompletion::readPage(const QString &beginning, const QStringList &others, qsizetype offset,
+                                   qsizetype size, QList<Match> *matches, bool *isLast, VXError *error) const
 {
     const VXEntityDescription &entity =
         *_context.persistentStoreCoordinator()->model().entityForName(u"VXSearchWord"_s);
-    const QByteArray from = beginning.toUtf8();
     VXFetchRequest request(entity);
-    request.predicate = VXPredicate::allOf(
-        {compare(u"key"_s, Operator::GreaterOrEqual, from), compare(u"key"_s, Operator::Less, endOfBeginning(from))});
+    request.predicate = begins(u"key"_s, beginning, VXPredicate::Modifier::Direct);
+    if (!others.isEmpty())
+        request.predicate = VXPredicate::allOf({request.predicate, hasWords(others)});
     request.sortDescriptors = {{.key = u"key"_s}};
     request.offset = offset;
     request.limit = size;
@@ -199,10 +240,12 @@ bool VXContactCompletion::readOwned(const QString &entityName, const QList<Match
 }
 
 // Found by its name or company, a contact is offered with all it has; found by a number or address alone, with that.
-void VXContactCompletion::addMatch(const Match &match, const QString &beginning, const Owned &numbers,
-                                   const Owned &emails)
+void VXContactCompletion::addMatch(const Match &match, const QString &beginning, const QStringList &others,
+                                   const Owned &numbers, const Owned &emails)
 {
-    const bool isNamed = match.kinds.contains(Kind::Name) || match.kinds.contains(Kind::Company);
+    const bool isNamed =
+        match.kinds.contains(Kind::Name) || match.kinds.contains(Kind::Company) ||
+        std::ranges::any_of(others, [&](const QString &word) { return isNamedSo(*match.person, word); });
     const auto addAll = [&](const Owned &owned, const QString &key, Kind kind) {
         QList<VXManagedObjectPtr> all = owned.value(match.person->objectID());
         std::ranges::sort(all, {}, numberOf);

@@ -12,8 +12,8 @@
 class VXManagedObjectContext;
 
 /**
- * Completes what is typed, from the index of words (VXContactWords): one typed word leads there, in pages, and the contacts found
- * must have words that begin with the others too. Words that are whole come first, then by the alphabet; of equal ones those of
+ * Completes what is typed, from the index of words (VXContactWords): the rarest typed word leads there, in pages, and the contacts
+ * found must have words that begin with the others too. Words that are whole come first, then by the alphabet; of equal ones those of
  * names before those of companies, addresses and numbers. Used once.
  */
 class VXContactCompletion
@@ -41,11 +41,13 @@ private:
     void add(const QString &text);
     bool addGroups(const QStringList &words, VXError *error);
     bool walk(const QString &beginning, const QStringList &others, VXError *error);
-    /** The next matches of a page; sets `isLast` when there are no more behind. False on failure. */
-    bool readPage(const QString &beginning, qsizetype offset, qsizetype size, QList<Match> *matches, bool *isLast,
-                  VXError *error) const;
+    qsizetype rarestOf(const QStringList &words, VXError *error) const;
+    /** The next matches of a page, of persons who have the other words too; sets `isLast` when there are no more behind. False on failure. */
+    bool readPage(const QString &beginning, const QStringList &others, qsizetype offset, qsizetype size,
+                  QList<Match> *matches, bool *isLast, VXError *error) const;
     bool readOwned(const QString &entity, const QList<Match> &matches, Owned *owned, VXError *error) const;
-    void addMatch(const Match &match, const QString &beginning, const Owned &numbers, const Owned &emails);
+    void addMatch(const Match &match, const QString &beginning, const QStringList &others, const Owned &numbers,
+                  const Owned &emails);
 
     VXManagedObjectContext &_context;
     const unsigned _mask;

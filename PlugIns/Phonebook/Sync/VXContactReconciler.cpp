@@ -65,16 +65,26 @@ VXContactReconciler::~VXContactReconciler() = default;
 
 bool VXContactReconciler::run(const QList<VXPhoneContact> &contacts, bool isAll, VXError *error)
 {
-    const std::optional<QList<VXContactPlace>> known = readPlaces(error);
+    std::optional<QList<VXContactPlace>> known = readPlaces(error);
     if (!known)
         return false;
+    const bool isNew = _isNewPhone && isAll; // else it might be given twice what was not read
+    const QList<Person> former = isNew ? forgetPlaces(*known) : QList<Person>();
+    if (isNew)
+        known->clear();
     const VXContactPlaces places(*known, contacts);
     if (!_acceptsDeletions)
         _question = questionAbout(places, isAll);
     if (!_question.isNull())
         return true;
     VXError failure;
-    if (reconcile(places, isAll, &failure) && (!_context.hasChanges() || _context.save(&failure))) {
+    bool isDone = reconcile(places, isAll, &failure);
+    for (const Person &person : former) {
+        if (isDone && !hasPlace(person))
+            put(VXContactPlace::make(_deviceURL, person, _context));
+    }
+    isDone = isDone && (!_addsAll || addAll(&failure)) && (!_context.hasChanges() || _context.save(&failure));
+    if (isDone) {
         for (VXPhoneChange &change : _changes)
             change.placeID = change.place->objectID();
         return true;
@@ -173,7 +183,7 @@ bool VXContactReconciler::reconcile(const VXContactPlaces &places, bool isAll, V
         if (isAbsent && !applyAbsence(known.place, error))
             return false;
     }
-    return !_addsAll || addAll(error);
+    return true;
 }
 
 // -- From the phone
@@ -309,6 +319,19 @@ void VXContactReconciler::put(VXContactPlace place)
     const VXContactRecord here = phoneRecordOf(place.person());
     place.note({}, here, here);
     _changes.append({.name = nameOf(here), .object = here.map(), .here = here, .place = place.object()});
+}
+
+// @return whose they were.
+QList<Person> VXContactReconciler::forgetPlaces(const QList<VXContactPlace> &places)
+{
+    QList<Person> persons;
+    for (VXContactPlace place : places) {
+        if (const Person person = place.person(); person && !persons.contains(person))
+            persons.append(person);
+        place.setPerson(nullptr);
+        _context.deleteObject(place.object());
+    }
+    return persons;
 }
 
 bool VXContactReconciler::addAll(VXError *error)

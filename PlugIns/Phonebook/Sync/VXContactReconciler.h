@@ -38,6 +38,9 @@ public:
 
     /** Without, a phone that lost more than half of a memory's contacts, or is to lose them, is a question. */
     void setAcceptsDeletions(bool flag) { _acceptsDeletions = flag; }
+    /** The phone was reset, or is another one: nothing that it lacks was deleted there. It is brought into step as one that was
+     * never seen, and then gets again what it had. */
+    void setIsNewPhone(bool flag) { _isNewPhone = flag; }
     /** Also those that were never on the phone are to be put there. */
     void setAddsAll(bool flag) { _addsAll = flag; }
 
@@ -72,6 +75,7 @@ private:
     bool takeOver(const VXContactPlaces::Known &known, VXError *error);
     void bringBack(const VXContactPlaces::Known &known);
     bool applyAbsence(VXContactPlace place, VXError *error);
+    QList<VXManagedObjectPtr> forgetPlaces(const QList<VXContactPlace> &places);
     bool addAll(VXError *error);
     void remove(const VXContactPlace &place, const VXPhoneContact &contact);
     void put(VXContactPlace place);
@@ -85,6 +89,7 @@ private:
     const QString _deviceURL;
     const QString _deviceName;
     bool _acceptsDeletions = false;
+    bool _isNewPhone = false;
     bool _addsAll = false;
     VXManagedObjectContext _context;
     std::unique_ptr<VXContactWriter> _writer;

@@ -56,14 +56,16 @@ void VXContactSync::didRead(const VXDeviceAction &part)
     const VXDevicePlugin::Ptr device = whole()->device();
     _reconciler = std::make_unique<VXContactReconciler>(_coordinator, VXAbsoluteString(device->url()), device->name());
     _reconciler->setAcceptsDeletions(options.value(u"acceptsDeletions"_s).toBool());
+    _reconciler->setIsNewPhone(options.value(u"isNewPhone"_s).toBool());
     const bool takesContacts = device->actionNames().contains(u"write_contact"_s);
     _reconciler->setAddsAll(takesContacts && options.value(u"addsAll"_s).toBool());
     VXError error;
     if (!_reconciler->run(contacts, result.value(u"isComplete"_s).toBool(), &error))
         return finish(error);
     if (!_reconciler->question().isNull()) {
-        whole()->setErrorString(_reconciler->question() + u' ' +
-                                VXPhonebookPluginString(u"Nothing was changed, here or there."_s));
+        whole()->setErrorString(
+            _reconciler->question() + u' ' + VXPhonebookPluginString(u"Nothing was changed, here or there."_s) + u' ' +
+            VXPhonebookPluginString(u"A phone that was reset or replaced can be taken as a new one (isNewPhone)."_s));
         return finish();
     }
     for (const VXPhoneChange &change : _reconciler->changes()) {

@@ -8,7 +8,7 @@
 
 /**
  * Brings the contacts of a phone and the store "phonebook" into step, as the action "sync_contacts". Its object may say
- * `acceptsDeletions` and `addsAll` (VXContactReconciler). First what is on the phone comes here, in one save; then what
+ * `acceptsDeletions`, `isNewPhone` and `addsAll` (VXContactReconciler). First what is on the phone comes here, in one save; then what
  * changed here is carried out there, and each step is noted: a sync that is broken off can be repeated, and a second one
  * changes nothing. Main thread.
  */

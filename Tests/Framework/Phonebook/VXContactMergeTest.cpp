@@ -68,6 +68,14 @@ TEST(VXContactMergeTest, WhatChangedIsTakenOverAndNothingIsLost)
         {"both, one in parts", R"({"firstName":"Jane Doe"})", R"({"firstName":"Jane Roe"})",
          R"({"firstName":"Jane","lastName":"Doe"})", R"({"firstName":"Janet","lastName":"Doe"})",
          R"({"firstName":"Janet","lastName":"Doe"})", "name Jane Roe"},
+        {"both, one the parts", R"({"firstName":"Jane","lastName":"Doe"})", R"({"firstName":"Jane Doe"})",
+         R"({"firstName":"Jane","lastName":"Doe"})", R"({"firstName":"Jane","lastName":"Roe"})",
+         R"({"firstName":"Jane","lastName":"Roe"})", "name Jane Doe"},
+        {"both, to the same in parts", R"({"company":"A"})", R"({"company":"A","firstName":"Jane Doe"})",
+         R"({"company":"A"})", R"({"company":"A","firstName":"Jane","lastName":"Doe"})",
+         R"({"company":"A","firstName":"Jane","lastName":"Doe"})"},
+        {"put into parts there, longer here", R"({"firstName":"Jane Doe"})", R"({"firstName":"Jane","lastName":"Doe"})",
+         R"({"firstName":"Jane Doe"})", R"({"firstName":"Jane M. Doe"})", R"({"firstName":"Jane M. Doe"})"},
         {"numbers added at both", R"({"numbers":["1"]})", R"({"numbers":["1","2"]})", R"({"numbers":["1"]})",
          R"({"numbers":["1","3"]})", R"({"numbers":["1","3","2"]})"},
         {"one removed there, one here", R"({"numbers":["1","2","3"]})", R"({"numbers":["2","3"]})",
@@ -100,5 +108,50 @@ TEST(VXContactMergeTest, WhatChangedIsTakenOverAndNothingIsLost)
         for (const VXMergedContact::Conflict &conflict : merged.conflicts)
             conflicts.append(conflict.key + u' ' + conflict.other);
         EXPECT_EQ(conflicts.join(u','), QString::fromUtf8(each.conflicts)) << each.name;
+    }
+}
+
+// A name in one field and the same in parts is one name.
+TEST(VXContactMergeTest, OfTwoNamesTheOneThatSaysMoreIsKept)
+{
+    const struct
+    {
+        const char *known;
+        const char *news;
+        const char *withNews;
+        const char *withKnown;
+    } cases[] = {
+        {R"({"firstName":"Jane","lastName":"Doe"})", R"({"name":"Jane Doe"})",
+         R"({"firstName":"Jane","lastName":"Doe"})", R"({"firstName":"Jane","lastName":"Doe"})"},
+        {R"({"firstName":"Jane Doe"})", R"({"firstName":"Jane","lastName":"Doe"})",
+         R"({"firstName":"Jane","lastName":"Doe"})", R"({"firstName":"Jane","lastName":"Doe"})"},
+        {R"({"firstName":"Jane","lastName":"Doe"})", R"({"name":"DOE, Jane"})",
+         R"({"firstName":"Jane","lastName":"Doe"})", R"({"firstName":"Jane","lastName":"Doe"})"},
+        {R"({"firstName":"Jane","middleName":"Q","lastName":"Doe"})", R"({"firstName":"Jane Doe"})",
+         R"({"firstName":"Jane","middleName":"Q","lastName":"Doe"})",
+         R"({"firstName":"Jane","middleName":"Q","lastName":"Doe"})"},
+        {R"({"firstName":"Jane","lastName":"Doe"})", R"({"firstName":"Jane","lastName":"Doe","namePrefix":"Dr."})",
+         R"({"firstName":"Jane","lastName":"Doe","namePrefix":"Dr."})",
+         R"({"firstName":"Jane","lastName":"Doe","namePrefix":"Dr."})"},
+        {R"({"firstName":"Jane","lastName":"Doe","nameSuffix":"M.A."})",
+         R"({"firstName":"Jane","lastName":"Doe","namePrefix":"Dr."})",
+         R"({"firstName":"Jane","lastName":"Doe","namePrefix":"Dr.","nameSuffix":"M.A."})",
+         R"({"firstName":"Jane","lastName":"Doe","namePrefix":"Dr.","nameSuffix":"M.A."})"},
+        {R"({"firstName":"Jane","lastName":"Doe"})", R"({"firstName":"Jane Roe"})", R"({"firstName":"Jane Roe"})",
+         R"({"firstName":"Jane","lastName":"Doe","note":"name: Jane Roe"})"},
+        {R"({"firstName":"Jane","middleName":"Q","lastName":"Doe"})", R"({"firstName":"Janet","lastName":"Doe"})",
+         R"({"firstName":"Janet","lastName":"Doe"})",
+         R"({"firstName":"Jane","middleName":"Q","lastName":"Doe","note":"name: Janet Doe"})"},
+        {R"({"company":"Mill"})", R"({"firstName":"Jane","lastName":"Doe"})",
+         R"({"company":"Mill","firstName":"Jane","lastName":"Doe"})",
+         R"({"company":"Mill","firstName":"Jane","lastName":"Doe"})"},
+    };
+    for (const auto &each : cases) {
+        for (const auto &[precedence, expected] :
+             {std::pair(VXContactPrecedence::News, each.withNews), {VXContactPrecedence::Known, each.withKnown}}) {
+            const VXContactRecord both = VXUnitedContact(contactFrom(each.known), contactFrom(each.news), precedence);
+            EXPECT_TRUE(VXIsSameContact(both, contactFrom(expected))) << each.news << ": " << textOf(both);
+            EXPECT_TRUE(VXIsSameContact(VXUnitedContact(both, contactFrom(each.news), precedence), both)) << each.news;
+        }
     }
 }

@@ -183,6 +183,27 @@ TEST_F(VXContactSyncTest, APhoneThatLostMostOfItsContactsHasNotDeletedThem)
     EXPECT_EQ(there().size(), 5);
 }
 
+TEST_F(VXContactSyncTest, ANewPhoneGetsWhatTheOldOneHad)
+{
+    fillPhone();
+    sync(u"contacts"_s);
+    const QStringList former = here();
+    vornix({u"phonebook"_s, u"add"_s, u"Own"_s, u"--number"_s, u"+15550300"_s});
+    const QByteArray card = readFile(cardPath(1));
+    ASSERT_TRUE(QDir(path(u"phone/pbk/ME"_s)).removeRecursively());
+    ASSERT_TRUE(QDir().mkpath(path(u"phone/pbk/ME"_s)));
+    writeFile(u"phone/pbk/ME/7"_s, card); // the old one's too
+    addOnPhone(8, "Other", "+15550301");
+    EXPECT_TRUE(syncContacts({}, 1)[u"question"_s].isString());
+    const QJsonObject result = syncContacts({u"--new-phone"_s});
+    EXPECT_EQ(result[u"added"_s].toInt(), 1);
+    EXPECT_EQ(result[u"removed"_s].toInt(), 0);
+    EXPECT_EQ(result[u"carriedOut"_s].toInt(), 4);
+    EXPECT_EQ(there().size(), 6);
+    EXPECT_THAT(here(), UnorderedElementsAreArray(former + QStringList{u"Own +15550300"_s, u"Other +15550301"_s}));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+}
+
 TEST_F(VXContactSyncTest, APhoneMayNumberItsContactsAnew)
 {
     fillPhone();

@@ -13,6 +13,12 @@ protected:
     {
         gammu(QStringList{u"savesms"_s, u"TEXT"_s, u"-textutf8"_s, text} + options);
     }
+    void putBack(const QString &place, const QByteArray &contents) const
+    {
+        QFile file(dummyPath(place));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(contents);
+    }
 };
 
 TEST_F(VXGammuMessagesTest, ReadsWhatTheProgramSaved)
@@ -49,6 +55,39 @@ TEST_F(VXGammuMessagesTest, AMessageThatLacksAPartSaysSo)
     EXPECT_EQ(items(action, u"partCount"_s), (QVariantList{3}));
     const QString read = items(action, u"text"_s).first().toString();
     EXPECT_TRUE(read.startsWith(u"aaa"_s) && read.endsWith(u"bbb"_s) && read.size() < text.size());
+}
+
+// Whoever read the messages a while ago means another one by then.
+TEST_F(VXGammuMessagesTest, AnotherMessageThatLiesThereIsNotTouched)
+{
+    const QStringList options{u"-folder"_s, u"1"_s, u"-unread"_s, u"-sender"_s, u"+15550199"_s};
+    const QString longText = u"The quick brown fox jumps over the lazy dog. "_s.repeated(8).trimmed();
+    saveMessage(u"Old"_s, options);
+    saveMessage(longText, options + QStringList{u"-len"_s, u"400"_s});
+    const auto phone = makeDummy();
+    const QVariantList items = run(phone, u"read_messages"_s)->result().toMap().value(u"items"_s).toList();
+    ASSERT_EQ(items.size(), 2);
+    const QByteArray old = readFile(dummyPath(u"sms/1/1"_s));
+    const QByteArray last = readFile(dummyPath(u"sms/1/4"_s));
+    ASSERT_TRUE(QFile::remove(dummyPath(u"sms/1/1"_s)) && QFile::remove(dummyPath(u"sms/1/4"_s)));
+    saveMessage(u"New"_s, options); // from the same sender
+    saveMessage(u"New too"_s, options);
+    for (const QVariant &item : items) {
+        EXPECT_TRUE(run(phone, u"delete_message"_s, item)->error());
+        EXPECT_TRUE(run(phone, u"write_message"_s, item)->error());
+    }
+    EXPECT_EQ(QDir(dummyPath(u"sms/1"_s)).entryList(QDir::Files).size(), 4);
+    QByteArray later = old; // the same text, sent again
+    const qsizetype year = later.indexOf("DateTime = ");
+    ASSERT_GT(year, 0) << later.toStdString();
+    later.replace(year + 11, 4, "1999");
+    putBack(u"sms/1/1"_s, later);
+    EXPECT_TRUE(run(phone, u"delete_message"_s, items.first())->error());
+    putBack(u"sms/1/1"_s, old);
+    putBack(u"sms/1/4"_s, last);
+    for (const QVariant &item : items)
+        EXPECT_EQ(run(phone, u"delete_message"_s, item)->error(), VXError());
+    EXPECT_TRUE(QDir(dummyPath(u"sms/1"_s)).isEmpty());
 }
 
 TEST_F(VXGammuMessagesTest, WhatCannotBeSentIsRefused)

@@ -121,9 +121,12 @@ TEST_F(VXSyncTest, LongMessagesAreLeftOnThePhoneUntilTheyAreWhole)
     QFile part(path(u"phone/sms/1/4"_s));
     ASSERT_TRUE(part.rename(path(u"part"_s)));
     EXPECT_EQ(sync(u"messages"_s), u"3 0 0"_s);
+    const auto notices = [this] { return vornix({u"sync"_s, phone, u"--messages"_s})[u"messages"_s][u"notices"_s]; };
+    EXPECT_EQ(notices(), QJsonArray{u"Left on the phone, as no text or not whole yet: 1."_s}); // which is no failure
     ASSERT_TRUE(part.rename(path(u"phone/sms/1/4"_s)));
     EXPECT_EQ(sync(u"messages"_s), u"1 0 0"_s);
     EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
+    EXPECT_TRUE(notices().isUndefined());
 }
 
 // VORNIX_SYNC_KILLS raises how often.

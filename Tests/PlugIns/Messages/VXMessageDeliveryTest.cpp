@@ -1,5 +1,6 @@
 #include "MessagesPluginTest.h"
 
+#include "MessageDataConstants.h"
 #include "VXDataManager.h"
 #include "VXDeviceAction.h"
 #include "VXDevicePlugin.h"
@@ -103,6 +104,30 @@ TEST_F(VXMessageDeliveryTest, APhoneThatIsBackGetsWhatWaits)
     phone->setProperty("isConnected", true);
     Q_EMIT phone->didChangeValueForKey(u"isConnecting"_s);
     EXPECT_TRUE(VXRunUntil([&] { return outbox->entry(*number)->state == VXOutboxState::Sent; }));
+}
+
+TEST_F(VXMessageDeliveryTest, WhatIsDeletedWhileItWaitsIsNotSent)
+{
+    phone->result = QVariantMap{{u"failure"_s, u"later"_s}};
+    phone->error = VXMakeError(u"away"_s);
+    for (const bool isForGood : {false, true}) {
+        const auto number = VXOutgoingMessage::send(u"+1 555 0100"_s, u"Hi"_s, url, *store, *outbox);
+        EXPECT_EQ(tried(*number).state, VXOutboxState::Queued);
+        phone->sent.clear();
+        VXManagedObjectContext context(store->coordinator());
+        const auto draft = context.existingObjectWithID(
+            store->coordinator()->objectIDForURIRepresentation(VXOutgoingMessage(*outbox->entry(*number)).messageURI));
+        ASSERT_TRUE(draft);
+        if (isForGood)
+            VXMessageStore::deleteMessage(draft);
+        else
+            EXPECT_TRUE(VXMoveMessageToFolder(draft, VXFetchRootFolder(VXTrashFolder, &context), false));
+        ASSERT_TRUE(context.save());
+        ASSERT_TRUE(outbox->retry(*number));
+        EXPECT_TRUE(VXRunUntil([&] { return outbox->entry(*number)->state == VXOutboxState::Failed; }));
+        EXPECT_EQ(outbox->entry(*number)->problem, u"The message was deleted before it was sent."_s);
+        EXPECT_THAT(phone->sent, IsEmpty());
+    }
 }
 
 // As a program leaves it that was killed between sending and saving: nobody knows whether it went out.

@@ -40,6 +40,26 @@ TEST_F(VXMessageImportTest, ReadsWhatOtherProgramsWrote)
     EXPECT_EQ(import(QStringLiteral(EXAMPLE_MESSAGES) + "/gammu.smsbackup"_L1), u"0 4"_s);
 }
 
+// Characters that are written as two references may stand anywhere, also where one piece of the file ends and the next begins.
+TEST_F(VXMessageImportTest, LargeFilesAreReadInPieces)
+{
+    constexpr int count = 3000;
+    QByteArray file = "<smses>";
+    for (int number = 0; number < count; ++number)
+        file += "<sms address='+1' date='" + QByteArray::number(1000 + number) + "' type='1' read='1' body='" +
+                QByteArray(number % 23, 'x') + "&#55357;&#56832;&#x41;&#55357;&#56832; &amp; &#'/>\n";
+    EXPECT_TRUE(import(writeFile(u"broken.xml"_s, file)).startsWith(u"0 0"_s)); // "&#" is no XML
+    EXPECT_EQ(problems.size(), 1);
+    file.replace(" &#'", "'");
+    EXPECT_EQ(import(writeFile(u"large.xml"_s, file + "</smses>")), u"%1 0"_s.arg(count));
+    EXPECT_THAT(problems, IsEmpty());
+    QSet<QString> texts;
+    for (const QString &text : shownIn(VXInboxFolder))
+        texts.insert(text);
+    EXPECT_EQ(texts.size(), 23);
+    EXPECT_TRUE(texts.contains("3 "_L1 + QString(22, u'x') + u"😀A😀 &"_s));
+}
+
 TEST_F(VXMessageImportTest, WhatCannotBeReadIsToldWithItsLine)
 {
     const QByteArray part =
@@ -58,6 +78,10 @@ TEST_F(VXMessageImportTest, WhatCannotBeReadIsToldWithItsLine)
         {part + "0500030B0201\n" + part + "0500030B0201\n" + part + "0500030B0202\n",
          u"0 1"_s,
          {u"line 1: 1 of 2 parts of a message are missing"_s}}, // "aa" is there
+        {part + "0500030D0201\n" + QByteArray(part).replace("0301T10", "0302T10") + "0500030D0202\n" +
+             QByteArray(part).replace("0301T10", "0302T10") + "0500030D0201\n",
+         u"1 0"_s,
+         {u"line 1: 1 of 2 parts of a message are missing"_s}}, // a day later: another message
         {part + "0500030C0305\n", u"0 0"_s, {u"line 1: a part of a message that can not be"_s}},
         {"[SMSBackup0]\nState = Read\nCoding = 8bit\nText00 = 00\n", u"0 0"_s, {u"line 1: a message without a text"_s}},
         {"something else", {}, {}},

@@ -110,6 +110,35 @@ TEST_F(VXContactImportTest, TheSameTwiceChangesNothing)
     EXPECT_EQ(countOf(u"VXContactChangeSet"_s), 1);
 }
 
+// However it is written, what a card has is there when it comes again.
+TEST_F(VXContactImportTest, NoCardIsNewsASecondTime)
+{
+    const QByteArray cases[] = {
+        "X-MOOD:good \r\n",
+        "X-MOOD:good\r\nX-MOOD:good\r\n",
+        "X-MOOD:good\r\nX-MOOD;P=1:good\r\n \r\n",
+        "CATEGORIES:Family , Work\r\n",
+        "TEL:555 0100\r\nTEL;TYPE=cell:555 0100\r\n",
+        "TEL:030 1234567\r\nTEL:+49 30 1234567\r\n",
+        "TEL;TYPE=cell:+49 30 1234567 \r\nTEL;TYPE=home:030 1234567\r\n",
+        "EMAIL: A@example.org \r\nEMAIL;TYPE=work:a@example.org\r\n",
+        "URL:https://example.org/ \r\nNOTE: a \\n \r\n",
+        "ADR:;;1 Lane ;Town;;;\r\nADR:;;1 Lane;Town;;;\r\n",
+        "UID: x \r\nBDAY:1980-01-02\r\n",
+        "ORG: Mill \r\nTITLE: \r\nNICKNAME:J \r\n",
+    };
+    int number = 0;
+    for (const QByteArray &lines : cases) {
+        const QByteArray one = card("Jane N" + QByteArray::number(++number), lines);
+        EXPECT_EQ(import(one), u"1 0 0 0"_s) << lines.toStdString();
+        EXPECT_EQ(import(one), u"0 0 1 0"_s) << lines.toStdString() << replaced.join(u'\n').toStdString();
+    }
+    const QByteArray whole = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Jane Doe\r\nTEL:555 0199\r\nEND:VCARD\r\n";
+    EXPECT_EQ(import(card("Jane Doe", "TEL:555 0199\r\n")), u"1 0 0 0"_s);
+    EXPECT_EQ(import(whole), u"0 0 1 0"_s);
+    EXPECT_TRUE(contacts().contains(u"Jane Doe||555 0199"_s)) << contacts().join(u'\n').toStdString();
+}
+
 TEST_F(VXContactImportTest, WhatIsNewIsTakenOverAndNothingIsLost)
 {
     import(jane + bob);
@@ -256,6 +285,28 @@ TEST_F(VXContactImportTest, MergesLoseNothing)
     VXManagedObjectContext context(store);
     const auto persons = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
     EXPECT_EQ(persons->first()->valueForKey(u"note"_s), u"n\ncompany: Acme\nbirthday: 1980-01-01"_s);
+}
+
+// Those that were merged into another are known again when their cards come again.
+TEST_F(VXContactImportTest, WhatWasMergedStaysMerged)
+{
+    const QByteArray cards = card("Jane Doe", "UID:a\r\nTEL:555 0100\r\nORG:Acme\r\nBDAY:1980-01-01\r\n") +
+                             card("Jane Doe", "UID:b\r\nTEL:555 0100\r\nTEL:555 0101\r\nORG:Other\r\n") +
+                             card("Jane Doe", "UID:c\r\nTEL:555 0101\r\nTITLE:Chief\r\n");
+    import(cards);
+    const VXContactDuplicates duplicates(store);
+    ASSERT_TRUE(duplicates.merge(*duplicates.find()));
+    const QStringList merged = contacts();
+    EXPECT_EQ(merged.size(), 1);
+    EXPECT_EQ(import(cards, true), u"0 0 3 0"_s);
+    EXPECT_EQ(import(cards), u"0 0 3 0"_s);
+    EXPECT_EQ(import(card("Janet Roe", "UID:c\r\nTEL:555 0102\r\n")), u"0 1 0 0"_s);
+    EXPECT_EQ(contacts().size(), 1);
+    EXPECT_EQ(undo(), u"0 1 0 "_s);
+    EXPECT_EQ(contacts(), merged);
+    EXPECT_EQ(undo(), u"0 1 2 "_s);
+    EXPECT_EQ(import(cards), u"0 0 3 0"_s);
+    EXPECT_EQ(contacts().size(), 3);
 }
 
 // Where a contact lies on a phone, and what made and changed it, is known of the one that comes back.

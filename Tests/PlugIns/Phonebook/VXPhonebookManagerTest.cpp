@@ -74,6 +74,13 @@ TEST_F(VXPhonebookManagerTest, NumbersAreFoundByTheirSearchStringsAlone)
     addPerson(context, {{u"firstName"_s, u"Janet"_s}, {u"numbers"_s, QStringList{u"555 0100"_s}}});
     addPerson(context,
               {{u"company"_s, u"Mill"_s}, {u"nickname"_s, u"M"_s}, {u"numbers"_s, QStringList{u"555-0100/W"_s}}});
+    addPerson(context, {{u"firstName"_s, u"Berta"_s}, {u"numbers"_s, QStringList{u"+49 30 1234567"_s}}});
+    addPerson(context,
+              {{u"firstName"_s, u"Carl"_s}, {u"lastName"_s, u"Hill"_s}, {u"numbers"_s, QStringList{u"030 1234567"_s}}});
+    addPerson(context, {{u"firstName"_s, u"Dora"_s},
+                        {u"lastName"_s, u"Hill"_s},
+                        {u"company"_s, u"Mill"_s},
+                        {u"numbers"_s, QStringList{u"+44 30 1234567/m"_s}}});
     const struct
     {
         QString asked;
@@ -89,6 +96,13 @@ TEST_F(VXPhonebookManagerTest, NumbersAreFoundByTheirSearchStringsAlone)
         {u"5550100"_s, u"M"_s},             // of whom most is known
         {u"JANET <5550100>"_s, u"Janet"_s}, // whom the name names
         {u"<5550100/m>"_s, u"Jane Doe"_s},  // whose number is of that kind
+        {u"+49 30 1234567"_s, u"Berta"_s},  // with its country
+        {u"0049 30 1234567"_s, u"Berta"_s}, //
+        {u"+44 30 1234567"_s, u"Dora Hill"_s},
+        {u"Dora <+49 30 1234567/m>"_s, u"Berta"_s}, // Dora's is in another country
+        {u"+43 30 1234567"_s, u"Carl Hill"_s},      // the others' are
+        {u"Carl Hill <+49 30 1234567>"_s, u"Carl Hill"_s},
+        {u"030 1234567"_s, u"Dora Hill"_s}, // of whom most is known
     };
     for (const auto &each : cases)
         EXPECT_EQ(nameFor(each.asked), each.found) << each.asked.toStdString();

@@ -1,0 +1,13 @@
+#include "VXMessageFiles.h"
+
+// XML begins with a tag, whatever its encoding; gammu writes no character that looks like one before the first section.
+std::unique_ptr<VXMessageFile> VXMessageFile::open(QIODevice &device)
+{
+    QByteArray beginning = device.peek(256);
+    for (const char *const mark : {"\xef\xbb\xbf", "\xff\xfe", "\xfe\xff"}) {
+        if (beginning.startsWith(mark))
+            beginning.remove(0, qstrlen(mark));
+    }
+    beginning.replace('\0', "");
+    return beginning.trimmed().startsWith('<') ? VXOpenAndroidMessages(device) : VXOpenGammuBackup(device);
+}
