@@ -268,13 +268,26 @@ void Controller::migrate()
             return;
         error = _saveError;
         if (!error && compares)
-            error = verification.compare(*_srcStore, *_dstStore);
-    } else if (_migration.verifies()) {
-        error = verification.compareWithNothing(*_srcStore);
+            error = verification.compare(*_dstStore);
+    } else {
+        tellOfNothing();
     }
     if (error)
         VXLogMethod(VXLogError, "performMigrationThreaded:", "migrate: "_L1 + error.description());
     performOnMainThread([&] { migrationDidComplete(error); });
+}
+
+// The hooks want nothing saved, which counts as success. Who misses something then finds the reason here.
+void Controller::tellOfNothing()
+{
+    QString text = u"nothing is saved"_s;
+    const QList<VXEntityMigration> entities = _migration.entities();
+    for (const VXEntityMigration &entity : entities) {
+        if (entity.ignored > 0)
+            text += u"; %1 of \"%2\" have no new object"_s.arg(entity.ignored).arg(entity.entity);
+        _migration.noteCopied(entity.entity, 0);
+    }
+    VXLogMethod(VXLogWarning, "performMigrationThreaded:", text);
 }
 
 // -- Back on the main thread

@@ -69,6 +69,7 @@ private:
     /** On the copying thread. */
     void performMigrationThreaded();
     void migrate();
+    void tellOfNothing();
     bool performOnMainThread(const std::function<void()> &work);
 
     void contextDidMigrate(VXManagedObjectContext &context, bool isLast);

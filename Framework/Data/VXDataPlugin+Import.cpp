@@ -11,6 +11,7 @@
 #include "VXMethodLog.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
+#include "VXStorePast.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
@@ -201,9 +202,25 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
     VXFolderInMaking folder(dataStorePath());
     VXError problem = folder.problem();
     const StorePtr snapshot = problem ? nullptr : snapshotOf(*store, folder.path(), &problem);
-    if (snapshot)
+    // The store as it was, so that the merge can be taken back.
+    const VXFolderInMaking before(dataStorePath());
+    if (!problem)
+        problem = before.problem();
+    if (!problem && !_sharedStoreController->storePath().isNull())
+        _sharedStoreController->copyTo(before.path(), &problem);
+    if (!problem)
         problem = run(*VXCoreDataStoreMigrationWindowController::importStore(snapshot, _sharedStoreController, *this));
+    if (!problem)
+        keepMerged(before.path());
     return withPathIn(problem, folder.path(), store->storePath());
+}
+
+void VXDataPlugin::keepMerged(const QString &before)
+{
+    if (!VXFileManager::itemExistsAtPath(before))
+        return;
+    if (const VXError problem = VXStorePast::trash(dataStorePath(), before, u"merged"_s))
+        VXLogMethod(VXLogWarning, "importStoreAtPath:error:", "trash: "_L1 + problem.description());
 }
 
 StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const

@@ -356,15 +356,17 @@ bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContex
     if (run != nullptr)
         run->begin(VXStoreMigration::Phase::Attributes, total);
     VXMigratedObjects newObjects;
-    newObjects.reserve(total);
     for (const VXEntityDescription *const entity : std::as_const(entities)) {
-        const std::optional<VXMigratedObjects> ofEntity =
+        std::optional<VXMigratedObjects> ofEntity =
             migrateEntityAttributes(*entity, oldContext, version, newContext, error);
         if (!ofEntity)
             return false;
         if (run != nullptr && found.contains(entity))
             run->noteCopied(entity->name(), ofEntity->size());
-        newObjects.insert(*ofEntity);
+        if (newObjects.isEmpty())
+            newObjects = *std::move(ofEntity);
+        else
+            newObjects.insert(*ofEntity);
     }
     if (run != nullptr) {
         run->setNewObjects(newObjects);

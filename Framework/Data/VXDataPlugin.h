@@ -179,7 +179,8 @@ public:
     StorePtr ownStoreAt(const QString &path, VXError *error);
     /** A file that is one to import, and what the plugin says of it. Asks nobody. */
     StorePtr storeToImport(const QString &path, QString *description, VXError *error);
-    /** Copies all objects of a store, as of now, into the plugin's own, which must be open, with a progress window. */
+    /** Copies all objects of a store, as of now, into the plugin's own, which must be open, with a progress window. What that was
+     * before is then in the trash, as an earlier store. */
     VXError mergeStore(const StorePtr &store);
     /** Puts a copy of a store, as of now, where it waits to replace the plugin's own at the next start. */
     VXError stageStore(VXCoreDataStore &store);
@@ -237,6 +238,7 @@ private:
     bool takeOpeningLock(const QString &path, VXError *error);
     void saveUpgradingFileAsBackup(const QString &upgrading);
     StorePtr snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const;
+    void keepMerged(const QString &before);
     void askForRelaunch();
     VXError exportPlain(const QString &folder);
     VXError exportValidated(const QString &folder);

@@ -8,8 +8,8 @@
 #include <QtCore/QString>
 
 /**
- * Remembers where the stores went that others took the place of: to the trash, or to where the user wanted a backup. A list of
- * the last ten in the file ".NAME.vxdatastore.past" beside the store's place. It only helps to find them: none is kept for it,
+ * Remembers where the stores went that others took the place of, and what stores were before another was merged into them: to
+ * the trash, or to where the user wanted a backup. A list of the last ten in the file ".NAME.vxdatastore.past" beside the store's place. It only helps to find them: none is kept for it,
  * and what has come to lie in the place of one that is gone is not taken for it.
  * Main thread only.
  */
@@ -20,7 +20,7 @@ public:
     {
         QString path;
         QDateTime date;
-        QString reason; // "upgraded", "replaced" or "removed"
+        QString reason; // "upgraded", "replaced", "merged" or "removed"
     };
 
     /** Puts the folder at `path`, which is or was the store, into the trash, and notes that before: it is found again whenever

@@ -37,8 +37,30 @@ bool isSameList(const QVariant &list, const VXStoreRow &row, int index)
     return row.isSame(index, VXPropertyList::fromData(VXPropertyList::toData(list, VXPropertyList::Format::Binary)));
 }
 
+// Without making values of what most attributes hold. False means no more than that it is not that plain.
+bool isPlainlySame(const VXManagedObject &object, const VXStoreRow &row, int index)
+{
+    switch (row.kind(index)) {
+    case VXStoreRow::Kind::Text:
+        return !object.text(index).isNull() && object.text(index) == row.text(index);
+    case VXStoreRow::Kind::Data:
+        return !object.data(index).isNull() && object.data(index) == row.data(index);
+    case VXStoreRow::Kind::Integer:
+    case VXStoreRow::Kind::LongInteger:
+    case VXStoreRow::Kind::Boolean:
+    case VXStoreRow::Kind::Date:
+        return object.number(index) == row.number(index);
+    case VXStoreRow::Kind::Real:
+        return object.real(index) == row.real(index);
+    default:
+        return false;
+    }
+}
+
 bool isSame(const VXManagedObject &object, const VXStoreRow &row, const VXPropertyDescription &property)
 {
+    if (isPlainlySame(object, row, property.index()))
+        return true;
     if (const VXAttributeDescription *const attribute = property.asAttribute()) {
         const QVariant value = object.attribute(property.index());
         return row.isSame(property.index(), value) ||
@@ -76,44 +98,11 @@ VXPersistentStoreCoordinator::Ptr openAgain(VXCoreDataStore &store, VXError *err
 
 } // namespace
 
-namespace {
-
-qsizetype countIn(const VXPersistentStoreCoordinator::Ptr &coordinator, VXError *error)
-{
-    VXManagedObjectContext context(coordinator);
-    qsizetype count = 0;
-    for (const VXEntityDescription *const entity : coordinator->model().entities()) {
-        if (entity->superentity() == nullptr && !*error) // the others are counted with these
-            count += context.countForFetchRequest(VXFetchRequest(*entity), error).value_or(0);
-    }
-    return count;
-}
-
-} // namespace
-
-VXError VXStoreVerification::compareWithNothing(VXCoreDataStore &source) const
-{
-    VXError error;
-    const auto coordinator = source.persistentStoreCoordinator(&error);
-    const qsizetype count = coordinator ? countIn(coordinator, &error) : 0;
-    if (error || count == 0)
-        return error;
-    QString text = VXLocalizedString(u"Of %1 objects none was saved."_s).arg(count);
-    for (const VXEntityMigration &entity : _migration.entities()) { // which is why, most times
-        if (entity.ignored > 0)
-            text +=
-                u' ' + VXLocalizedString(u"%1 of \"%2\" have no new object."_s).arg(entity.ignored).arg(entity.entity);
-    }
-    return difference(text);
-}
-
-VXError VXStoreVerification::compare(VXCoreDataStore &source, VXCoreDataStore &destination)
+VXError VXStoreVerification::compare(VXCoreDataStore &destination)
 {
     _migration.begin(VXStoreMigration::Phase::Verifying, _objects.size());
     VXError error;
     const VXPersistentStoreCoordinator::Ptr coordinator = openAgain(destination, &error);
-    if (!error && _objects.isEmpty() && countIn(coordinator, &error) == 0 && !error)
-        return compareWithNothing(source);
     for (qsizetype at = 0; at < _objects.size() && !error && !_migration.isCancelled(); at += batchSize)
         error = compareBatch(_objects.mid(at, batchSize), *coordinator);
     return error;

@@ -21,11 +21,9 @@ public:
 
     /** Before the context is saved: takes note of what it is to save. */
     void noteObjects(const VXManagedObjectContext &context);
-    /** After it was saved; what the hooks had saved themselves before is only counted. @return the first difference; none when
+    /** After it was saved; what the hooks had saved themselves before is not looked at. @return the first difference; none when
      * there is none. */
-    VXError compare(VXCoreDataStore &source, VXCoreDataStore &destination);
-    /** When there was nothing to save: a difference if the source has objects. */
-    VXError compareWithNothing(VXCoreDataStore &source) const;
+    VXError compare(VXCoreDataStore &destination);
 
 private:
     VXError compareBatch(const QList<VXManagedObjectPtr> &objects, VXPersistentStoreCoordinator &saved);

@@ -73,14 +73,35 @@ bool VXEntityDescription::inheritsFrom(const VXEntityDescription &entity) const
     return at != nullptr;
 }
 
+namespace {
+
+constexpr qsizetype mostCompared = 16;
+
+// Of few, comparing is faster than hashing the name: most differ in length already.
+template <class Property>
+const Property *propertyNamed(const QString &name, const QList<const Property *> &properties)
+{
+    for (const Property *const property : properties) {
+        if (property->name() == name)
+            return property;
+    }
+    return nullptr;
+}
+
+} // namespace
+
 const VXAttributeDescription *VXEntityDescription::attributeForName(const QString &name) const
 {
+    if (_attributes.size() <= mostCompared)
+        return propertyNamed(name, _attributes);
     const VXPropertyDescription *const property = propertyForName(name);
     return property == nullptr ? nullptr : property->asAttribute();
 }
 
 const VXRelationshipDescription *VXEntityDescription::relationshipForName(const QString &name) const
 {
+    if (_relationships.size() <= mostCompared)
+        return propertyNamed(name, _relationships);
     const VXPropertyDescription *const property = propertyForName(name);
     return property == nullptr ? nullptr : property->asRelationship();
 }

@@ -158,8 +158,13 @@ void VXManagedObject::removeRelated(int index, const VXManagedObjectPtr &object)
 
 void VXManagedObject::setRelatedObjects(int index, const QList<VXManagedObjectPtr> &objects)
 {
-    const QSet<VXManagedObjectPtr> wanted(objects.cbegin(), objects.cend());
     const QList<VXManagedObjectPtr> before = relatedObjects(index);
+    if (before.isEmpty()) {
+        for (const VXManagedObjectPtr &object : objects)
+            addRelated(index, object);
+        return;
+    }
+    const QSet<VXManagedObjectPtr> wanted(objects.cbegin(), objects.cend());
     for (const VXManagedObjectPtr &object : before) {
         if (!wanted.contains(object))
             removeRelated(index, object);

@@ -108,13 +108,17 @@ bool VXManagedObjectContext::readRelated(const QList<ObjectPtr> &objects, const 
                                          VXError *error)
 {
     QHash<const VXStoreIdentity *, QList<ObjectID>> sources;
-    QHash<ObjectID, QSet<ObjectID>> targets;
+    QHash<ObjectID, VXSmallSet<ObjectID>> targets;
     for (const ObjectPtr &object : objects) {
-        if (object->relatedSet(relationship).isRead())
+        VXRelatedSet &set = object->relatedSet(relationship);
+        if (set.isRead())
             continue;
+        if (object->isInserted() || object->objectID().isTemporary()) {
+            set.setStored({}); // no store has anything of it
+            continue;
+        }
         targets.insert(object->objectID(), {});
-        if (!object->isInserted() && !object->objectID().isTemporary())
-            sources[object->objectID().store()].append(object->objectID());
+        sources[object->objectID().store()].append(object->objectID());
     }
     for (auto group = sources.cbegin(); group != sources.cend(); ++group) {
         const StorePtr store = _coordinator->persistentStoreForIdentity(*group.key());

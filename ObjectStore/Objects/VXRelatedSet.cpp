@@ -30,10 +30,10 @@ bool VXRelatedSet::remove(const VXManagedObjectPtr &object)
     return _removed.insert(objectID) || wasAdded;
 }
 
-void VXRelatedSet::setStored(const QSet<VXManagedObjectID> &objectIDs)
+void VXRelatedSet::setStored(const VXSmallSet<VXManagedObjectID> &objectIDs)
 {
     _isRead = true;
-    _stored = VXSmallSet(objectIDs);
+    _stored = objectIDs;
     _removed.removeIf([this](const VXManagedObjectID &objectID) { return !_stored.contains(objectID); });
     _added.removeIf([this](const VXManagedObjectPtr &object) { return _stored.contains(object->objectID()); });
 }

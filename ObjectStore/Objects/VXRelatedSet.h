@@ -31,7 +31,7 @@ public:
     void revert(const VXManagedObjectPtr &object);
 
     /** What the store has; changes stay. */
-    void setStored(const QSet<VXManagedObjectID> &objectIDs);
+    void setStored(const VXSmallSet<VXManagedObjectID> &objectIDs);
     void forgetStored();
     /** The store now has, or no longer has, an object; of no effect on what was not read. */
     void addStored(const VXManagedObjectID &objectID);

@@ -11,14 +11,6 @@ class VXSmallSet
 {
 public:
     VXSmallSet() = default;
-    explicit VXSmallSet(const QSet<T> &members)
-    {
-        if (members.size() > mostFew)
-            _many = members;
-        else
-            _few = members.values();
-    }
-
     bool isEmpty() const { return size() == 0; }
     qsizetype size() const { return _few.size() + _many.size(); } // one of them is empty
     bool contains(const T &member) const { return _many.isEmpty() ? _few.contains(member) : _many.contains(member); }
@@ -46,7 +38,8 @@ public:
     void removeIf(const Predicate &predicate)
     {
         _few.removeIf(predicate);
-        _many.removeIf(predicate);
+        if (!_many.isEmpty()) // an empty QSet, too, would take memory for that
+            _many.removeIf(predicate);
     }
     void clear() { *this = {}; }
 

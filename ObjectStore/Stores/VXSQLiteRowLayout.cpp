@@ -29,7 +29,8 @@ VXSQLiteRowLayout::VXSQLiteRowLayout(const VXEntityDescription &entity, const VX
             cells.push_back(placed.value(property));
         }
     }
-    _rowQuery = u"SELECT %1 FROM %2 t0 WHERE t0.Z_PK = ?1"_s.arg(_rowColumns, VXSQLiteSchema::table(entity));
+    _rowsQuery = u"SELECT %1 FROM %2 t0 WHERE t0.Z_PK "_s.arg(_rowColumns, VXSQLiteSchema::table(entity));
+    _rowQuery = query(u"= ?1"_s);
     QString columns = u"Z_PK, Z_ENT, Z_OPT"_s;
     QString marks = u"?1, ?2, ?3"_s;
     for (const Cell &cell : _cells[size_t(entity.number())]) {

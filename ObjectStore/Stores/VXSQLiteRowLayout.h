@@ -22,6 +22,8 @@ public:
     const QString &rowColumns() const { return _rowColumns; }
     /** The row of the object with the number ?1. */
     const QString &rowQuery() const { return _rowQuery; }
+    /** The rows of the objects whose numbers are as `wanted` says (VXObjectNumbers). */
+    QString query(const QString &wanted) const { return _rowsQuery + wanted; }
     /** INSERT with all values of an object of just that entity. */
     const QString &insertion() const { return _insertion; }
 
@@ -70,6 +72,7 @@ private:
     QList<int> _storedProperties;
     QString _identityColumns;
     QString _rowColumns;
+    QString _rowsQuery;
     QString _rowQuery;
     QString _insertion;
 };

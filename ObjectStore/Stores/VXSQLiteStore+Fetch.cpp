@@ -1,5 +1,6 @@
 #include "VXSQLiteStore.h"
 
+#include "VXObjectNumbers.h"
 #include "VXSQLPredicate.h"
 #include "VXStoreRowBatch.h"
 
@@ -58,20 +59,7 @@ public:
 private:
     bool read(VXFetchedRow &fetched, VXError *error)
     {
-        fetched = {_layout.readID(_statement, _store.identity()), nullptr};
-        QString problem;
-        if (fetched.objectID.isNull()) {
-            problem = u"An object is of an unknown entity, or has no number."_s;
-        } else if (_needsRows) {
-            const int propertyCount = int(fetched.objectID.entity().properties().size());
-            VXStoreRow &row = _rows.next(propertyCount, VXSQLiteRowLayout::readVersion(_statement));
-            if (_layout.readRow(_statement, fetched.objectID, row, &problem))
-                fetched.row = _rows.finish();
-        }
-        if (problem.isNull())
-            return true;
-        VXSetError(error, _store.damage(problem));
-        return false;
+        return _store.readFetched(_layout, _statement, _needsRows ? &_rows : nullptr, &fetched, error);
     }
 
     const VXSQLiteStore &_store;
@@ -200,33 +188,65 @@ VXStoreRow::Ptr VXSQLiteStore::row(const VXManagedObjectID &objectID, VXError *e
 bool VXSQLiteStore::rows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(VXFetchedRow)> &sink,
                          VXError *error)
 {
-    QHash<const VXEntityDescription *, QVariantList> families;
-    for (const VXManagedObjectID &objectID : objectIDs)
-        families[&objectID.entity().rootEntity()].append(QVariant::fromValue(objectID));
+    QHash<const VXEntityDescription *, QList<VXManagedObjectID>> families;
+    for (const VXManagedObjectID &objectID : objectIDs) {
+        if (objectID.store() == &identity())
+            families[&objectID.entity().rootEntity()].append(objectID);
+    }
     for (auto family = families.cbegin(); family != families.cend(); ++family) {
-        const bool isOne = family->size() == 1;
-        const bool isRead = isOne ? VXPersistentStore::rows({family->front().value<VXManagedObjectID>()}, sink, error)
-                                  : readRows(*family.key(), *family, sink, error);
+        const bool isRead = family->size() == 1 ? VXPersistentStore::rows(*family, sink, error)
+                                                : readRows(*family.key(), *family, sink, error);
         if (!isRead)
             return false;
     }
     return true;
 }
 
-bool VXSQLiteStore::readRows(const VXEntityDescription &root, const QVariantList &objectIDs,
+bool VXSQLiteStore::readRows(const VXEntityDescription &root, const QList<VXManagedObjectID> &objectIDs,
                              const std::function<void(VXFetchedRow)> &sink, VXError *error)
 {
-    VXFetchRequest request(root);
-    request.predicate =
-        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(objectIDs));
-    const std::unique_ptr<VXRowCursor> cursor = fetch(request, true, error);
-    VXRowCursor::Step at = cursor ? VXRowCursor::Step::Row : VXRowCursor::Step::Failed;
-    for (VXFetchedRow row; at == VXRowCursor::Step::Row;) {
-        at = cursor->next(&row, error);
-        if (at == VXRowCursor::Step::Row)
-            sink(std::move(row));
+    const VXObjectNumbers numbers(objectIDs, 1);
+    const VXSQLiteRowLayout &rowLayout = layout(root);
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    VXSQLiteStatement statement =
+        connection ? connection->statement(rowLayout.query(numbers.wanted()), error) : VXSQLiteStatement();
+    if (!statement)
+        return false;
+    numbers.bind(statement);
+    VXStoreRowBatch batch;
+    Step at = statement.step();
+    for (; at == Step::Row; at = statement.step()) {
+        if (numbers.find(statement.number(0)) == nullptr)
+            continue;
+        VXFetchedRow fetched;
+        if (!readFetched(rowLayout, statement, &batch, &fetched, error))
+            return false;
+        sink(std::move(fetched));
     }
-    return at == VXRowCursor::Step::End;
+    if (at == Step::Failed)
+        VXSetError(error, connection->lastError());
+    return at == Step::Done;
+}
+
+// The present row of a statement that asks for the layout's columns.
+bool VXSQLiteStore::readFetched(const VXSQLiteRowLayout &rowLayout, const VXSQLiteStatement &statement,
+                                VXStoreRowBatch *batch, VXFetchedRow *fetched, VXError *error) const
+{
+    fetched->objectID = rowLayout.readID(statement, identity());
+    fetched->row = nullptr;
+    QString problem;
+    if (fetched->objectID.isNull()) {
+        problem = u"An object is of an unknown entity, or has no number."_s;
+    } else if (batch != nullptr) {
+        const int propertyCount = int(fetched->objectID.entity().properties().size());
+        VXStoreRow &row = batch->next(propertyCount, VXSQLiteRowLayout::readVersion(statement));
+        if (rowLayout.readRow(statement, fetched->objectID, row, &problem))
+            fetched->row = batch->finish();
+    }
+    if (problem.isNull())
+        return true;
+    VXSetError(error, damage(problem));
+    return false;
 }
 
 VXStoreRow::Ptr VXSQLiteStore::readRow(VXSQLiteConnection &connection, const VXManagedObjectID &objectID,
@@ -252,19 +272,9 @@ VXStoreRow::Ptr VXSQLiteStore::readRow(VXSQLiteConnection &connection, const VXM
     return nullptr;
 }
 
-QString VXSQLiteStore::numberList(const QList<VXManagedObjectID> &objectIDs)
-{
-    QStringList numbers;
-    numbers.reserve(objectIDs.size());
-    for (const VXManagedObjectID &objectID : objectIDs)
-        numbers.append(QString::number(objectID.number()));
-    return u'[' + numbers.join(u',') + u']';
-}
-
-QString VXSQLiteStore::relatedQuery(const VXRelationshipDescription &relationship, bool isOne)
+QString VXSQLiteStore::relatedQuery(const VXRelationshipDescription &relationship, const QString &wanted)
 {
     const QString targets = VXSQLiteSchema::table(relationship.destination());
-    const QString wanted = isOne ? u"= ?1"_s : u"IN (SELECT value FROM json_each(?1))"_s;
     if (!relationship.isManyToMany())
         return u"SELECT t0.Z_PK, t0.Z_ENT, t0.%1 FROM %2 t0 WHERE t0.%1 %3"_s.arg(
             VXSQLiteSchema::column(*relationship.inverse()), targets, wanted);
@@ -279,29 +289,25 @@ bool VXSQLiteStore::related(
 {
     if (sources.isEmpty())
         return true;
-    const bool isOne = sources.size() == 1;
+    const VXObjectNumbers numbers(sources);
     const VXSQLiteRowLayout &targetLayout = layout(relationship.destination());
-    const QString numbers = isOne ? QString() : numberList(sources);
     const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
     VXSQLiteStatement statement =
-        connection ? connection->statement(relatedQuery(relationship, isOne), error) : VXSQLiteStatement();
+        connection ? connection->statement(relatedQuery(relationship, numbers.wanted()), error) : VXSQLiteStatement();
     if (!statement)
         return false;
-    if (isOne)
-        statement.bindNumber(1, sources.constFirst().number());
-    else
-        statement.bindText(1, numbers);
-    QHash<qint64, VXManagedObjectID> byNumber;
-    for (const VXManagedObjectID &source : sources)
-        byNumber.insert(source.number(), source);
+    numbers.bind(statement);
     Step at = statement.step();
     for (; at == Step::Row; at = statement.step()) {
+        const VXManagedObjectID *const source = numbers.find(statement.number(2));
+        if (source == nullptr)
+            continue;
         const VXManagedObjectID target = targetLayout.readID(statement, identity());
         if (target.isNull()) {
             VXSetError(error, damage(u"\"%1\" leads to an object of another entity."_s.arg(relationship.name())));
             return false;
         }
-        sink(byNumber.value(statement.number(2)), target);
+        sink(*source, target);
     }
     if (at == Step::Failed)
         VXSetError(error, connection->lastError());

@@ -1,5 +1,6 @@
 #include "VXSQLiteStore.h"
 
+#include "VXObjectNumbers.h"
 #include "VXSaveReferences.h"
 
 using namespace Qt::StringLiterals;
@@ -66,7 +67,7 @@ bool VXSQLiteStore::findOneSided(const VXSaveRequest &request, const VXRelations
                                  VXError *error) const
 {
     const VXRelationshipDescription &inverse = *relationship.inverse();
-    const QString numbers = numberList(changed);
+    const QString numbers = VXObjectNumbers::list(changed);
     const auto find = [&](const VXRelationshipDescription &leading, const QString &column) {
         VXSQLiteStatement rows = _writer->statement(
             oneSidedQuery(leading) + u" AND t0.%1 IN (SELECT value FROM json_each(?1))"_s.arg(column), error);
@@ -100,7 +101,7 @@ bool VXSQLiteStore::findOneSided(const VXSaveRequest &request, const VXRelations
 bool VXSQLiteStore::findMissing(const VXEntityDescription &root, const QList<VXManagedObjectID> &targets,
                                 QList<VXRowConflict> *conflicts, VXError *error) const
 {
-    const QString numbers = numberList(targets);
+    const QString numbers = VXObjectNumbers::list(targets);
     VXSQLiteStatement missing = _writer->statement(
         u"SELECT e.value FROM json_each(?1) e WHERE NOT EXISTS (SELECT 1 FROM %1 t0 WHERE t0.Z_PK = e.value)"_s.arg(
             VXSQLiteSchema::table(root)),
@@ -126,17 +127,15 @@ bool VXSQLiteStore::findReferences(const VXRelationshipDescription &relationship
                                    const QList<VXManagedObjectID> &deleted,
                                    QHash<qint64, QList<VXRowReference>> *references, VXError *error) const
 {
-    const bool isOne = deleted.size() == 1;
-    const QString numbers = isOne ? QString() : numberList(deleted);
-    VXSQLiteStatement rows = _writer->statement(relatedQuery(relationship, isOne), error);
+    const VXObjectNumbers numbers(deleted);
+    VXSQLiteStatement rows = _writer->statement(relatedQuery(relationship, numbers.wanted()), error);
     if (!rows)
         return false;
-    if (isOne)
-        rows.bindNumber(1, deleted.constFirst().number());
-    else
-        rows.bindText(1, numbers);
+    numbers.bind(rows);
     Step at = rows.step();
     for (; at == Step::Row; at = rows.step()) {
+        if (numbers.find(rows.number(2)) == nullptr)
+            continue;
         const VXManagedObjectID source = layout(relationship.destination()).readID(rows, identity());
         VXError problem;
         const VXStoreRow::Ptr row = source.isNull() ? nullptr : readRow(*_writer, source, &problem);

@@ -13,6 +13,7 @@
 #include <vector>
 
 class VXSaveReferences;
+class VXStoreRowBatch;
 
 /**
  * A store in an SQLite file (docs/FORMATS.md) with a write-ahead log: readers of any thread and process run beside the one
@@ -68,14 +69,15 @@ private:
     }
     Query query(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted);
     Query compiled(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted) const;
-    bool readRows(const VXEntityDescription &root, const QVariantList &objectIDs,
+    bool readRows(const VXEntityDescription &root, const QList<VXManagedObjectID> &objectIDs,
                   const std::function<void(VXFetchedRow)> &sink, VXError *error);
+    /** The ID alone where there is no batch. */
+    bool readFetched(const VXSQLiteRowLayout &rowLayout, const VXSQLiteStatement &statement, VXStoreRowBatch *batch,
+                     VXFetchedRow *fetched, VXError *error) const;
     VXStoreRow::Ptr readRow(VXSQLiteConnection &connection, const VXManagedObjectID &objectID, VXError *error) const;
-    /** What leads from a relationship's destination to its own objects: their numbers are ?1, one or a JSON array; columns: the
-     * identity of what it leads to, then the number of the source. */
-    static QString relatedQuery(const VXRelationshipDescription &relationship, bool isOne);
-    /** As a JSON array. */
-    static QString numberList(const QList<VXManagedObjectID> &objectIDs);
+    /** What leads from a relationship's destination to its own objects: `wanted` says what their numbers are
+     * (VXObjectNumbers); columns: the identity of what it leads to, then the number of the source. */
+    static QString relatedQuery(const VXRelationshipDescription &relationship, const QString &wanted);
 
     // -- Saving (VXSQLiteStore+References.cpp), looked at once all is written: what leads to objects that are not there
     bool findReferenceConflicts(const VXSaveRequest &request, const VXSaveReferences &concerned,

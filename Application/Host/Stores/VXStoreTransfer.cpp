@@ -219,8 +219,11 @@ int importStore(Transfer &transfer)
     if (error)
         return transfer.fail(error);
     if (button == VXAlertButton::Default)
-        return answer(transfer, u"Merged %1 into the store %2.\n"_s.arg(file, transfer.name), u"merged"_s,
-                      transfer.plugin.lastMigration());
+        return answer(
+            transfer,
+            u"Merged %1 into the store %2. \"vornix store rollback %2\" brings back what that was before.\n"_s.arg(
+                file, transfer.name),
+            u"merged"_s, transfer.plugin.lastMigration());
     return answer(transfer,
                   u"%1 replaces the store %2 at the next start when nobody has it open. \"vornix store rollback %2\" "
                   "then brings back the present one.\n"_s.arg(file, transfer.name),

@@ -3,7 +3,10 @@
 #include "VXSQLiteStore.h"
 #include "VXTesting.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QUrl>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -226,4 +229,106 @@ TEST_F(VXSQLPredicateTest, AKeyPathIsOneStatementThatGivesOnlyWhatMatches)
     EXPECT_TRUE(exact);
     EXPECT_GT(rowCount, 0);
     EXPECT_LT(rowCount, VXRandomStore::callCount / 2);
+}
+
+// The SQL of an earlier fetch of the same shape serves again; what it was asked for then must not show.
+TEST_F(VXSQLPredicateTest, EachFetchHasItsOwnConstants)
+{
+    const QVariantList constants{1,
+                                 qlonglong(1),
+                                 2,
+                                 1.0,
+                                 2.5,
+                                 std::numeric_limits<double>::quiet_NaN(),
+                                 2,
+                                 QVariant(),
+                                 1,
+                                 true,
+                                 u"1"_s,
+                                 u""_s,
+                                 u"x"_s,
+                                 u"1"_s,
+                                 QByteArray(),
+                                 QByteArray("1"),
+                                 QString(),
+                                 QDateTime::fromMSecsSinceEpoch(1, Qt::UTC),
+                                 QDateTime::fromMSecsSinceEpoch(1'000, Qt::UTC),
+                                 1};
+    const QStringList keys{u"index"_s, u"cost"_s, u"number"_s, u"answered"_s, u"date"_s, u"photo"_s};
+    int matches = 0;
+    for (const char *const comparison : {"==", "!=", "<", ">="}) {
+        for (const QString &key : keys) {
+            for (const QVariant &constant : constants) {
+                const QString format = key + u' ' + QString::fromLatin1(comparison) + u" %@"_s;
+                const VXFetchRequest wanted = request(u"Call"_s, format, {constant});
+                VXFetchRequest twin(*memory.store->model().entityForName(u"Call"_s));
+                twin.predicate = wanted.predicate;
+                bool isInSQL = false;
+                bool isInMemory = false;
+                QStringList actual = found(sql, wanted, &isInSQL);
+                QStringList expected = found(memory, twin, &isInMemory);
+                actual.sort();
+                expected.sort();
+                matches += expected.isEmpty() ? 0 : 1;
+                if (!isInSQL)
+                    continue;
+                ASSERT_EQ(actual, expected) << format.toStdString() << ' ' << constant.toString().toStdString();
+            }
+        }
+    }
+    EXPECT_GT(matches, 50);
+    // Objects, of either family of what the relationship leads to.
+    for (const QString &entity : {u"Person"_s, u"Company"_s, u"Person"_s}) {
+        VXError error;
+        for (const VXFetchedRow &party : VXFetchRows(*sql.store, request(sql, entity), &error)) {
+            const VXFetchRequest wanted = request(u"Call"_s, u"caller == %@"_s, {QVariant::fromValue(party.objectID)});
+            const int caller = wanted.entity().propertyForName(u"caller"_s)->index();
+            for (const VXFetchedRow &row : VXFetchRows(*sql.store, wanted, &error))
+                ASSERT_EQ(*row.row->target(caller), party.objectID);
+        }
+    }
+}
+
+// Those close together are read as a range, which may have others between; in each order, and with some that are gone.
+TEST_F(VXSQLPredicateTest, ManyObjectsAreReadAndNoOthers)
+{
+    VXError error;
+    QList<VXManagedObjectID> all;
+    for (const VXFetchedRow &row : VXFetchRows(*sql.store, request(sql, u"Call"_s), &error))
+        all.append(row.objectID);
+    const VXManagedObjectID gone(all.front().entity(), sql.store->identity(), 1'000'000);
+    const VXRelationshipDescription &previous = *all.front().entity().relationshipForName(u"previous"_s);
+    for (const qsizetype step : {1, 2, 3, 7}) {
+        QList<VXManagedObjectID> asked{gone};
+        for (qsizetype at = all.size() - 1; at >= 0; at -= step)
+            asked.append(all[at]);
+        QSet<VXManagedObjectID> wanted(asked.cbegin() + 1, asked.cend());
+        const qsizetype count = wanted.size();
+        for (const bool withGone : {true, false}) {
+            QSet<VXManagedObjectID> read;
+            const auto note = [&](const VXFetchedRow &row) {
+                EXPECT_EQ(row.row->propertyCount(), all.front().entity().properties().size());
+                EXPECT_FALSE(read.contains(row.objectID));
+                read.insert(row.objectID);
+            };
+            ASSERT_TRUE(sql.store->rows(withGone ? asked : asked.mid(1), note, &error));
+            EXPECT_EQ(read.size(), count);
+            EXPECT_EQ(read, wanted);
+            QSet<std::pair<VXManagedObjectID, VXManagedObjectID>> links;
+            QSet<std::pair<VXManagedObjectID, VXManagedObjectID>> expected;
+            ASSERT_TRUE(sql.store->related(
+                withGone ? asked : asked.mid(1), previous,
+                [&](const auto &source, const auto &target) {
+                    links.insert({source, target});
+                },
+                &error));
+            for (const VXFetchedRow &row : VXFetchRows(*sql.store, request(sql, u"Call"_s), &error)) {
+                const VXManagedObjectID *const next = row.row->target(previous.inverse()->index());
+                if (next != nullptr && wanted.contains(*next))
+                    expected.insert({*next, row.objectID});
+            }
+            EXPECT_FALSE(expected.isEmpty());
+            EXPECT_EQ(links, expected);
+        }
+    }
 }

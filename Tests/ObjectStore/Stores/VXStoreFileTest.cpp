@@ -8,9 +8,12 @@
 #include <QtCore/QScopeGuard>
 
 #include <array>
+#include <csignal>
+#include <cstdlib>
 #include <functional>
 
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -176,6 +179,59 @@ TEST_P(VXStoreFileTest, ACopyIsWhatWasSaved)
     EXPECT_EQ(copy->check(), QStringList());
     EXPECT_EQ(copy->row({one.entity(), copy->identity(), one.number()}, &error)->version(), 1);
     EXPECT_EQ(files().filter(u"new"_s), QStringList());
+}
+
+namespace {
+
+std::array<int, 2> inTheMidst; // written to by who copies, once half of it is there
+std::array<int, 2> goOn;       // read from then
+
+void waitInTheMidst(int)
+{
+    char sign = 'x';
+    if (::write(inTheMidst[1], &sign, 1) != 1 || ::read(goOn[0], &sign, 1) != 1)
+        std::_Exit(2);
+}
+
+} // namespace
+
+// To a place that takes long: who writes to the store meanwhile does not wait for it.
+TEST_P(VXStoreFileTest, ACopyUnderWayKeepsNoWriterOut)
+{
+    if (GetParam() == VXStoreType::XML) // whose writers take turns with readers
+        return;
+    {
+        const auto store = open(u"a"_s);
+        VXRowSaver saver(*store);
+        for (int item = 0; item < 200; ++item)
+            saver.add(u"Item"_s, {{u"text"_s, QString(1000, u'x')}});
+        ASSERT_TRUE(saver.saveAndCommit());
+        VXPersistentStore::closeAll();
+    }
+    ASSERT_EQ(::pipe(inTheMidst.data()) | ::pipe(goOn.data()), 0);
+    const pid_t copier = ::fork();
+    if (copier == 0) {
+        const auto store = open(u"a"_s);
+        std::signal(SIGXFSZ, waitInTheMidst);
+        const rlimit most{rlim_t(QFileInfo(path(u"a"_s)).size() / 2), RLIM_INFINITY};
+        ::setrlimit(RLIMIT_FSIZE, &most);
+        std::_Exit(!store || store->copyTo(path(u"b"_s), &error) ? 1 : 0); // it fails by that limit in the end
+    }
+    char sign = 0;
+    ASSERT_EQ(::read(inTheMidst[0], &sign, 1), 1);
+    const auto store = open(u"a"_s, {.busyTimeout = std::chrono::milliseconds(0)});
+    ASSERT_TRUE(store) << error.description().toStdString();
+    addItem(*store);
+    EXPECT_EQ(::write(goOn[1], &sign, 1), 1);
+    int status = 0;
+    EXPECT_EQ(::waitpid(copier, &status, 0), copier);
+    EXPECT_EQ(status, 0);
+    for (const int end : {inTheMidst[0], inTheMidst[1], goOn[0], goOn[1]})
+        ::close(end);
+    EXPECT_EQ(count(*store), 201);
+    EXPECT_EQ(files().filter(u"b"_s), QStringList());
+    EXPECT_TRUE(store->copyTo(path(u"b"_s), &error));
+    EXPECT_EQ(count(*open(u"b"_s)), 201);
 }
 
 TEST_P(VXStoreFileTest, AClosedStoreIsAllInItsFile)
