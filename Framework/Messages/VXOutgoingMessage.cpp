@@ -56,10 +56,12 @@ std::optional<qint64> VXOutgoingMessage::send(const QString &to, const QString &
         VXSetError(error, VXMakeError(VXLocalizedString(u"\"%1\" has no phone number."_s).arg(to)));
         return std::nullopt;
     }
+    // Who is killed here leaves a draft without a word, which nobody meant to keep, or an entry whose draft is written later.
     VXManagedObjectContext context(store.coordinator());
-    VXMessageRecord record = message.record();
-    record.date = QDateTime::currentDateTimeUtc();
-    const VXManagedObjectPtr draft = VXMessageStore::insertMessage(record, VXFetchRootFolder(VXDraftsFolder, &context));
+    VXMessageRecord empty;
+    empty.deviceURL = VXAbsoluteString(device);
+    empty.date = QDateTime::currentDateTimeUtc();
+    const VXManagedObjectPtr draft = VXMessageStore::insertMessage(empty, VXFetchRootFolder(VXDraftsFolder, &context));
     if (!context.save(error))
         return std::nullopt;
     const auto number = outbox.add(kind, destination(device), message.title(),
@@ -68,9 +70,22 @@ std::optional<qint64> VXOutgoingMessage::send(const QString &to, const QString &
                                     {u"device_url"_s, VXAbsoluteString(device)},
                                     {u"message"_s, draft->objectID().uriRepresentation().toString()}},
                                    error);
-    if (!number) { // else it would stay among the drafts, as if it were to be sent
+    if (number)
+        message.writeTo(draft);
+    else // else it would stay among the drafts, as if it were to be sent
         context.deleteObject(draft);
-        context.save();
-    }
+    context.save(); // where that fails, whoever sends it next does it
     return number;
+}
+
+bool VXOutgoingMessage::isEmptyDraft(const VXManagedObjectPtr &message)
+{
+    return message->valueForKey(u"state"_s).toInt() == static_cast<int>(VXMessageRecord::State::Unsent) &&
+           message->valueForKey(u"to"_s).toString().isNull() && message->valueForKey(u"text"_s).toString().isNull();
+}
+
+void VXOutgoingMessage::writeTo(const VXManagedObjectPtr &draft) const
+{
+    draft->setValueForKey(to, u"to"_s);
+    draft->setValueForKey(text, u"text"_s);
 }

@@ -31,6 +31,10 @@ struct VX_EXPORT VXOutgoingMessage
     QString title() const;
     VXMessageRecord record() const;
 
+    /** A draft that was made for a message, which is not written into it yet. */
+    static bool isEmptyDraft(const VXManagedObjectPtr &message);
+    void writeTo(const VXManagedObjectPtr &draft) const;
+
     /** Files it among the drafts and puts it into the outbox; both are on the disk then. @return the entry's number; none, with
      *  an error, when it has no number or cannot be kept. Any thread. */
     [[nodiscard]] static std::optional<qint64> send(const QString &to, const QString &text, const QUrl &device,

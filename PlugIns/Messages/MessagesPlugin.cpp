@@ -58,7 +58,7 @@ public:
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return;
-        VXMessageDelivery::fileAllSent(*outbox, store); // before entries are forgotten
+        VXMessageDelivery::settle(*outbox, store); // before entries are forgotten
         _sender.start(VXOutgoingMessage::kind, *outbox,
                       [store](const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion) {
                           return VXMessageDelivery::deliver(entry, store, completion);

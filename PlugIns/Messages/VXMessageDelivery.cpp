@@ -6,11 +6,15 @@
 #include "VXOutgoingMessage.h"
 #include "VXPluginGuard.h"
 
+#include <QtCore/QHash>
+
 using namespace Qt::StringLiterals;
 
 using Outcome = VXOutboxDelivery::Outcome;
 
 namespace {
+
+constexpr qint64 longestSending = 60; // seconds, from making a draft to adding its entry: a younger one may get one yet
 
 QString localized(const QString &text)
 {
@@ -112,6 +116,8 @@ void VXMessageDelivery::fileIfSent(const VXOutboxEntry &entry, const VXMessageSt
     const VXManagedObjectPtr message = known.isNull() ? VXManagedObjectPtr() : context.existingObjectWithID(known);
     if (!message || message->valueForKey(u"state"_s).toInt() != static_cast<int>(VXMessageRecord::State::Unsent))
         return; // deleted meanwhile, or filed already
+    if (VXOutgoingMessage::isEmptyDraft(message))
+        VXOutgoingMessage(entry).writeTo(message);
     message->setValueForKey(static_cast<int>(VXMessageRecord::State::Sent), u"state"_s);
     message->setValueForKey(entry.finishedDate, u"date"_s);
     if (message->valueForKey(u"folder"_s).value<VXManagedObjectPtr>() == VXFetchRootFolder(VXDraftsFolder, &context))
@@ -121,8 +127,34 @@ void VXMessageDelivery::fileIfSent(const VXOutboxEntry &entry, const VXMessageSt
         VXLogClassMethod(VXLogError, VXMessageDelivery, "fileIfSent:", error.description());
 }
 
-void VXMessageDelivery::fileAllSent(const VXOutbox &outbox, const VXMessageStore &store)
+void VXMessageDelivery::settle(const VXOutbox &outbox, const VXMessageStore &store)
 {
-    for (const VXOutboxEntry &entry : outbox.entries(VXOutgoingMessage::kind).value_or(QList<VXOutboxEntry>()))
+    const std::optional<QList<VXOutboxEntry>> entries = outbox.entries(VXOutgoingMessage::kind);
+    if (!entries)
+        return;
+    QHash<QUrl, VXOutgoingMessage> messages;
+    for (const VXOutboxEntry &entry : *entries) {
         fileIfSent(entry, store);
+        const VXOutgoingMessage message(entry);
+        messages.insert(message.messageURI, message);
+    }
+    VXManagedObjectContext context(store.coordinator());
+    VXFetchRequest request(*store.coordinator()->model().entityForName(VXMessageStore::entityName));
+    request.predicate = *VXPredicate::predicateWithFormat(
+        u"folder == %@ AND text == NULL"_s, {QVariant::fromValue(VXFetchRootFolder(VXDraftsFolder, &context))});
+    const std::optional<VXFetchResult> drafts = context.executeFetchRequest(request);
+    const QDateTime latest = QDateTime::currentDateTimeUtc().addSecs(-longestSending);
+    for (qsizetype at = 0; drafts && at < drafts->size(); ++at) {
+        const VXManagedObjectPtr draft = drafts->at(at);
+        const auto message = messages.constFind(draft->objectID().uriRepresentation());
+        if (!VXOutgoingMessage::isEmptyDraft(draft))
+            continue;
+        if (message != messages.constEnd())
+            message->writeTo(draft);
+        else if (draft->valueForKey(u"date"_s).toDateTime() < latest)
+            context.deleteObject(draft);
+    }
+    VXError error;
+    if (context.hasChanges() && !context.save(&error))
+        VXLogClassMethod(VXLogError, VXMessageDelivery, "settle:", error.description());
 }

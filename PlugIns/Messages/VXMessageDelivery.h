@@ -19,6 +19,7 @@ public:
 
     /** Files the entry's message in the folder "sent" if the entry was sent. */
     static void fileIfSent(const VXOutboxEntry &entry, const VXMessageStore &store);
-    /** The same for all entries: what a program that was killed did not do any more. */
-    static void fileAllSent(const VXOutbox &outbox, const VXMessageStore &store);
+    /** What programs that were killed did not do any more: files all that was sent, writes the drafts of what waits, and removes
+     * drafts without a word that have no entry. */
+    static void settle(const VXOutbox &outbox, const VXMessageStore &store);
 };

@@ -57,15 +57,17 @@ TEST_F(VXSyncTest, ASecondSyncChangesNothing)
 TEST_F(VXSyncTest, ProcessesThatSyncAtOnceDoubleNothing)
 {
     fillPhone();
-    std::array<QProcess, 3> processes;
-    for (QProcess &process : processes)
-        process.start(QStringLiteral(VORNIX_PROGRAM), arguments({u"sync"_s, phone, u"--messages"_s, u"--calls"_s}));
-    int done = 0;
-    for (QProcess &process : processes) {
-        ASSERT_TRUE(process.waitForFinished());
-        done += process.exitCode() == 0 ? 1 : 0;
+    for (const QString &kind : {u"--messages"_s, u"--calls"_s}) { // of both, each might be refused one
+        std::array<QProcess, 3> processes;
+        for (QProcess &process : processes)
+            process.start(QStringLiteral(VORNIX_PROGRAM), arguments({u"sync"_s, phone, kind}));
+        int done = 0;
+        for (QProcess &process : processes) {
+            ASSERT_TRUE(process.waitForFinished());
+            done += process.exitCode() == 0 ? 1 : 0;
+        }
+        EXPECT_GE(done, 1) << kind.toStdString(); // the others may have been told that it is being done
     }
-    EXPECT_GE(done, 1); // the others may have been told that it is being done
     sync(u"messages"_s);
     EXPECT_EQ(list(phone).size(), 4);
     EXPECT_EQ(vornix({u"store"_s, u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().size(), 1);
@@ -227,8 +229,8 @@ TEST_F(VXSyncTest, SendingThatIsKilledLosesAndDoublesNothing)
             found.append(message[u"text"_s].toString());
         return found;
     };
-    QStringList inDrafts = texts(u"drafts"_s); // one whose entry was not kept any more may be among them
-    for (const QString &text : std::as_const(unsent))
-        EXPECT_EQ(inDrafts.count(text), 1) << text.toStdString();
+    QStringList inDrafts = texts(u"drafts"_s);
+    inDrafts.removeAll(QString()); // of a program that ended before the outbox had it: goes after a while
+    EXPECT_THAT(inDrafts, UnorderedElementsAreArray(unsent));
     EXPECT_THAT(texts(u"sent"_s), UnorderedElementsAreArray(sent));
 }
