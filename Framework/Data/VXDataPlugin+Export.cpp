@@ -50,7 +50,7 @@ VXError VXDataPlugin::exportStoreTo(const QString &path, bool validates)
     bool isTaken = false;
     if (!problem)
         folder.moveIntoPlace(&isTaken, &problem);
-    return problem;
+    return folder.errorAbout(problem, path);
 }
 
 VXError VXDataPlugin::exportPlain(const QString &folder)
@@ -74,7 +74,8 @@ VXError VXDataPlugin::exportValidated(const QString &folder)
     const StorePtr destination = source ? createStoreAtPath(folder, {}, &problem) : nullptr;
     if (!destination || !saveStamp(*destination, &problem))
         return problem;
-    return run(*VXCoreDataStoreMigrationWindowController::exportStore(source, destination, *this));
+    problem = run(*VXCoreDataStoreMigrationWindowController::exportStore(source, destination, *this));
+    return aside.errorAbout(problem, dataStorePath());
 }
 
 // The live folder, opened a second time: what is exported is what lies there.

@@ -30,16 +30,6 @@ VXError errorOf(const QString &text, const QString &suggestion)
     return VXMakeError(VXLocalizedString(text), "%s", qUtf8Printable(suggestion));
 }
 
-// What is wrong with a copy is so with what was copied, and that is what users know.
-VXError withPathIn(const VXError &error, const QString &copy, const QString &original)
-{
-    QVariantMap info = error.userInfo();
-    if (!error || copy.isEmpty() || !error.filePath().startsWith(copy + u'/'))
-        return error;
-    info.insert(VXFilePathErrorKey, original + error.filePath().sliced(copy.size()));
-    return {error.domain(), error.code(), info};
-}
-
 VXUserInterface &user()
 {
     return VXApplication::sharedApplication().userInterface();
@@ -212,7 +202,7 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
         problem = run(*VXCoreDataStoreMigrationWindowController::importStore(snapshot, _sharedStoreController, *this));
     if (!problem)
         keepMerged(before.path());
-    return withPathIn(problem, folder.path(), store->storePath());
+    return folder.errorAbout(before.errorAbout(problem, dataStorePath()), store->storePath());
 }
 
 void VXDataPlugin::keepMerged(const QString &before)

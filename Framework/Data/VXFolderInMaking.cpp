@@ -62,3 +62,12 @@ bool VXFolderInMaking::moveIntoPlace(bool *isTaken, VXError *error)
             4, u"The folder of \"%1\" could not be brought to the disk: %2"_s.arg(_place, qt_error_string(errno)));
     return true;
 }
+
+VXError VXFolderInMaking::errorAbout(const VXError &error, const QString &original) const
+{
+    if (!error || _path.isEmpty() || !error.filePath().startsWith(_path + u'/'))
+        return error;
+    QVariantMap info = error.userInfo();
+    info.insert(VXFilePathErrorKey, original + error.filePath().sliced(_path.size()));
+    return {error.domain(), error.code(), info};
+}

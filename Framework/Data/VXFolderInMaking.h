@@ -31,6 +31,9 @@ public:
     /** Moves it. False when that fails, or `isTaken`: there is something else than an empty folder, which stays. */
     bool moveIntoPlace(bool *isTaken, VXError *error);
 
+    /** An error of what lies in the folder, told of what that is a copy of, or is to become: it is that which users know. */
+    VXError errorAbout(const VXError &error, const QString &original) const;
+
     /** Removes what killed processes left in a folder where others were made. */
     static void removeLeftovers(const QString &folder);
 

@@ -70,7 +70,10 @@ VXError errorOf(sqlite3 *database, int status, const QString &path)
 {
     const VXObjectStoreErrorCode code =
         isOutOfSpace(database, status) ? VXObjectStoreErrorCode::FileOutOfSpace : codeOf(status);
-    const QString reason = database == nullptr ? u"out of memory"_s : QString::fromUtf8(sqlite3_errmsg(database));
+    const bool isOfDatabase = database != nullptr && (sqlite3_errcode(database) & 0xff) == (status & 0xff);
+    const QString reason = database == nullptr
+                               ? u"out of memory"_s
+                               : QString::fromUtf8(isOfDatabase ? sqlite3_errmsg(database) : sqlite3_errstr(status));
     return VXObjectStoreError(code, descriptionOf(code), u"SQLite: %1 (%2)."_s.arg(reason).arg(status), path);
 }
 

@@ -156,6 +156,13 @@ QString backupPlace(const Transfer &transfer)
     return backup.isNull() ? backup : transfer.place(backup);
 }
 
+// Another process may have settled it.
+QString placeOfOldStore(const VXDataPlugin &plugin)
+{
+    const QList<VXStorePast::Entry> earlier = plugin.earlierStores(); // with one that is not settled
+    return plugin.oldStore().isNull() && !earlier.isEmpty() ? earlier.constFirst().path : plugin.oldStore();
+}
+
 int upgrade(Transfer &transfer)
 {
     VXError error;
@@ -182,7 +189,7 @@ int upgrade(Transfer &transfer)
         return transfer.fail(error);
     const QString done = *isDue ? u"Upgraded the store %1."_s.arg(transfer.name)
                                 : u"The store %1 was upgraded before."_s.arg(transfer.name);
-    const QString old = plugin.oldStore().isNull() ? plugin.upgradingPath() : plugin.oldStore();
+    const QString old = placeOfOldStore(plugin);
     if (!backup.isNull() && old != backup)
         return transfer.host.output.fail(
             u"%1 But the old one could not be put into %2. It lies in %3."_s.arg(done, backup, old));

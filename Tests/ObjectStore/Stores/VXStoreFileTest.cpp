@@ -215,7 +215,9 @@ TEST_P(VXStoreFileTest, ACopyUnderWayKeepsNoWriterOut)
         std::signal(SIGXFSZ, waitInTheMidst);
         const rlimit most{rlim_t(QFileInfo(path(u"a"_s)).size() / 2), RLIM_INFINITY};
         ::setrlimit(RLIMIT_FSIZE, &most);
-        std::_Exit(!store || store->copyTo(path(u"b"_s), &error) ? 1 : 0); // it fails by that limit in the end
+        std::_Exit(!store || store->copyTo(path(u"b"_s), &error) || error.description().contains(u"not an error"_s)
+                       ? 1
+                       : 0); // it fails by that limit in the end
     }
     char sign = 0;
     ASSERT_EQ(::read(inTheMidst[0], &sign, 1), 1);
