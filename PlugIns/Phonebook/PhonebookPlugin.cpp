@@ -34,6 +34,7 @@ public:
         registerClass<VXPerson>(VXPerson::entityName);
         registerClass<VXPhoneNumberEntry>(VXPhoneNumberEntry::entityName);
         registerClass<VXEmailAddressEntry>(VXEmailAddressEntry::entityName);
+        registerClass<VXContactGroup>(VXContactGroup::entityName);
     }
 
     void pluginDidLoad() override
@@ -46,7 +47,7 @@ public:
             [coordinator, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
                 return std::make_shared<VXContactSync>(action, coordinator, lockPath);
             });
-        launchSearch(u"changedDate"_s);
+        launchSearch(u"changedDate"_s, {u"phonebook.names.last_first"_s});
     }
 
     // A merge is one step to undo: all that it brings is of one change set.

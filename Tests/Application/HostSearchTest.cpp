@@ -71,6 +71,9 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
     for (const auto &[arguments, expected] : cases)
         EXPECT_EQ(kinds(arguments), expected) << arguments.join(u' ').toStdString();
     EXPECT_EQ(json({u"zoo"_s})[0][u"title"_s].toString(), u"Zoë Müller"_s);
+    runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"phonebook.names.last_first"_s, u"1"_s});
+    EXPECT_EQ(json({u"zoo"_s})[0][u"title"_s].toString(), u"Müller Zoë"_s);
+    runHost({u"defaults"_s, u"delete"_s, u"com.halvern.VNX2"_s, u"phonebook.names.last_first"_s});
     runHost({u"phonebook"_s, u"edit"_s, u"Zoë Müller"_s, u"--nickname"_s, u"Zozo"_s});
     EXPECT_EQ(kinds({u"zozo"_s, u"--kind"_s, u"contact"_s}), QStringList{u"contact"_s});
     const QString url = json({u"zozo"_s})[0][u"url"_s].toString();
@@ -120,6 +123,24 @@ TEST_F(HostSearchTest, MirrorsNothingForWhoWantsThat)
     runHost({u"phonebook"_s, u"add"_s, u"Joe Hill"_s});
     EXPECT_EQ(runHost({u"search"_s, u"joe"_s}).status, 1);
     EXPECT_FALSE(QFile::exists(path(u".cache/Metadata"_s)));
+}
+
+TEST_F(HostSearchTest, NothingStaysOfWhatIsNotSearchedAnyMore)
+{
+    // Of a plugin that was removed.
+    const QString left[] = {mirror() + "/.due/com.example.gone@0123"_L1, mirror() + "/com.example.gone/p1_MD2.note"_L1,
+                            mirror() + "/com.example.gone.store"_L1};
+    for (const QString &each : left)
+        writeFile(QDir(path()).relativeFilePath(each), "*\n");
+    ASSERT_EQ(kinds({u"hill"_s}), QStringList{u"call"_s});
+    for (const QString &each : left)
+        EXPECT_FALSE(QFile::exists(each)) << each.toStdString();
+    EXPECT_FALSE(QFile::exists(mirror() + "/com.example.gone"_L1));
+    runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"metadata.ignore"_s, u"true"_s});
+    EXPECT_EQ(runHost({u"search"_s, u"hill"_s}).status, 1);
+    for (const QString &plugin : {u"phonebook"_s, u"messages"_s, u"calls"_s})
+        EXPECT_FALSE(QFile::exists(fileOf(plugin, {}))) << plugin.toStdString();
+    EXPECT_FALSE(QFile::exists(mirror() + "/index.sqlite"_L1));
 }
 
 TEST_F(HostSearchTest, ChecksItself)
