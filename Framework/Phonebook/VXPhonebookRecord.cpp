@@ -61,6 +61,15 @@ QStringList itemsOf(const VXManagedObject &record, const QString &key)
     return VXUnpackPhonebookStrings(text(record, key), true);
 }
 
+// As it stands there: whose a bare number is, and how people write it, is seen when it is shown.
+QString nameOrAddress(const QString &item)
+{
+    QString name;
+    QString value;
+    static_cast<void>(VXPhonebookStringSplit(item, &name, &value));
+    return !name.isEmpty() ? name : value.isEmpty() ? item : value;
+}
+
 QStringList addressesIn(const QStringList &items, bool (*isValid)(QStringView))
 {
     QStringList addresses;
@@ -146,7 +155,7 @@ QVariantMap VXPhonebookRecord::searchMetaData(const VXManagedObject &record, con
     QVariantMap metaData = phonebookMetaData(record);
     QStringList names = itemsOf(record, isIncoming(record) ? fromKey : toKey);
     for (QString &item : names)
-        item = VXDisplayStringForPhonebookString(item);
+        item = nameOrAddress(item);
     metaData.insert(u"kMDItemKind"_s, kind);
     metaData.insert(u"kMDItemContentCreationDate"_s, record.valueForKey(u"date"_s));
     if (!names.isEmpty())

@@ -186,6 +186,21 @@ bool VXMetaDataDebt::isAny() const
     return !debts(_prefix + u'*').isEmpty();
 }
 
+void VXMetaDataDebt::forget() const
+{
+    for (const QString &name : debts(_prefix + u'*'))
+        QFile::remove(folder() + u'/' + name);
+}
+
+QStringList VXMetaDataDebt::identifiersOfAll()
+{
+    QStringList identifiers;
+    for (const QString &name : debts(u"*@*"_s))
+        identifiers.append(name.section(u'@', 0, -2).replace("%2F"_L1, u"/"_s));
+    identifiers.removeDuplicates();
+    return identifiers;
+}
+
 bool VXMetaDataDebt::isAnyOfAll()
 {
     return !debts(u"*"_s).isEmpty();

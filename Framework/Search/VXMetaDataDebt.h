@@ -53,7 +53,12 @@ public:
     void settleIndex() const;
     bool isIndexOwed() const;
 
+    /** Nothing is owed any more, whatever it was. */
+    void forget() const;
+
     bool isAny() const;
+    /** Who owes something. */
+    static QStringList identifiersOfAll();
     /** Of any sync, by any process, or by this one. */
     static bool isAnyOfAll();
     static bool isOwnOfAll();

@@ -151,6 +151,11 @@ bool VXMetaDataFolder::setOrigin(const QByteArray &mark) const
     return file.close() && isWritten;
 }
 
+bool VXMetaDataFolder::removeOrigin() const
+{
+    return QFile::remove(originPath()) || !QFile::exists(originPath());
+}
+
 void VXMetaDataFolder::removeUnfinished() const
 {
     ::unlinkat(_folder.number(), beingWritten, 0);

@@ -29,6 +29,7 @@ public:
     QByteArray origin() const;
     /** Replaces it. False, with errno, when that fails. */
     bool setOrigin(const QByteArray &mark) const;
+    bool removeOrigin() const;
 
     /** Makes the folder if need be, and looks at it afresh from then on. */
     VXError open();

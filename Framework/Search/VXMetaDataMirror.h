@@ -33,6 +33,7 @@ public:
     VXMetaDataMirror(const QString &identifier, const QString &modificationDateKey);
 
     VXMetaDataFolder &folder() { return _folder; }
+    const VXMetaDataFolder &folder() const { return _folder; }
     VXMetaDataIndexer &indexer() { return _indexer; }
 
     /** Has folder and index open for its length. */

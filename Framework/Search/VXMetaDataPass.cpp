@@ -83,6 +83,8 @@ void VXMetaDataSync::mirrorSavedObjects()
         const VXMutexLocker locker(_lock);
         saved = std::exchange(_saved, {});
     }
+    if (isIgnored())
+        return;
     if (!saved.isEmpty() && !Pass(*this).runFor(saved))
         return _debt.leaveToPass();
     const VXMutexLocker locker(_lock);
@@ -104,9 +106,13 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
         return Outcome::Failed;
     if (!waitForTurn(longestWait))
         return _isRefused || !_sync.isRunning() ? Outcome::Failed : Outcome::Elsewhere;
-    _sync._mirror.setOwed(_sync._debt.beginPass()); // what is saved from now on, anywhere, is owed anew
-    const bool isDone = work();
+    const QVariantMap settings = _sync._settings.present();
+    VXMetaDataDebt::Owed owed = _sync._debt.beginPass(); // what is saved from now on, anywhere, is owed anew
+    owed.isAll = owed.isAll || !_sync._settings.areNoted(settings);
+    _sync._mirror.setOwed(std::move(owed));
+    const bool isDone = work() && _sync._settings.note(settings);
     _sync._debt.endPass(isDone);
+    _sync._isMade = isDone;
     _turn.reset(); // before the main thread is asked for anything, which may wait for it
     trace(std::chrono::steady_clock::now() - start);
     return isDone ? Outcome::Done : Outcome::Failed;

@@ -9,6 +9,7 @@ constexpr QLatin1String generation("_MD2."); // of the format, and the point of 
 }
 
 VXMetaDataSource::~VXMetaDataSource() = default;
+VXMetaDataPart::~VXMetaDataPart() = default;
 
 std::optional<QVariantMap> metaDataPlist(const VXManagedObject &object)
 {

@@ -3,6 +3,7 @@
 #include "VXFrameworkExport.h"
 #include "VXManagedObject.h"
 
+#include <QtCore/QList>
 #include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
@@ -20,6 +21,19 @@ public:
      * are left out. Empty optional: the object is not to be found. Called on the thread of the object's context.
      */
     virtual std::optional<QVariantMap> metaDataPlist() const = 0;
+};
+
+/** Implemented by classes of store objects that others tell of when they are searched, as a group by its members. */
+class VX_EXPORT VXMetaDataPart
+{
+public:
+    virtual ~VXMetaDataPart();
+
+    /**
+     * Asked before it is saved: the objects of the same store that tell of it what is not so after that, and are not changed
+     * themselves. On the thread of its context.
+     */
+    virtual QList<VXManagedObjectID> objectsToldAnew() const = 0;
 };
 
 /** What the object's class says; none for a class that is no VXMetaDataSource. */

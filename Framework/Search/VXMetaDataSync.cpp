@@ -1,9 +1,13 @@
 #include "VXMetaDataSync.h"
 
+#include "VXFileManager.h"
 #include "VXMainThread.h"
 #include "VXMetaDataKeeper.h"
 #include "VXMetaDataOrigin.h"
+#include "VXMetaDataRemoval.h"
+#include "VXMetaDataSource.h"
 #include "VXMethodLog.h"
+#include "VXSearchIndex.h"
 #include "VXThread.h"
 #include "VXUserDefaults.h"
 #include "VXWorkerThreads.h"
@@ -46,9 +50,11 @@ struct Launched
 } // namespace
 
 VXMetaDataSync::VXMetaDataSync(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
-                               const QString &entityName, const QString &modificationDateKey)
+                               const QString &entityName, const QString &modificationDateKey,
+                               const QStringList &settings)
     : _identifier(identifier), _entityName(entityName), _modificationDateKey(modificationDateKey),
-      _persistentStoreCoordinator(coordinator), _mirror(identifier, modificationDateKey)
+      _persistentStoreCoordinator(coordinator), _settings(identifier, settings),
+      _mirror(identifier, modificationDateKey)
 {
 }
 
@@ -73,14 +79,15 @@ QList<VXMetaDataSync::Ptr> VXMetaDataSync::launchedSyncs()
     return syncs;
 }
 
-VXMetaDataSync::Ptr
-VXMetaDataSync::launchMetaDataSyncWithIdentifier(const QString &identifier,
-                                                 const VXPersistentStoreCoordinator::Ptr &coordinator,
-                                                 const QString &entityName, const QString &modificationDateKey)
+VXMetaDataSync::Ptr VXMetaDataSync::launchMetaDataSyncWithIdentifier(
+    const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &entityName,
+    const QString &modificationDateKey, const QStringList &settings)
 {
-    if (VXUserDefaults::standardUserDefaults().boolForKey(u"metadata.ignore"_s))
+    if (isIgnored()) {
+        static_cast<void>(VXMetaDataRemoval::remove(identifier)); // the next time, if not now
         return nullptr;
-    const Ptr sync = initWithIdentifier(identifier, coordinator, entityName, modificationDateKey);
+    }
+    const Ptr sync = initWithIdentifier(identifier, coordinator, entityName, modificationDateKey, settings);
     if (!sync || !sync->startWork())
         return nullptr;
     Launched &launched = Launched::shared();
@@ -94,8 +101,17 @@ VXMetaDataSync::launchMetaDataSyncWithIdentifier(const QString &identifier,
 void VXMetaDataSync::noteOtherStore() const
 {
     const QByteArray origin = VXMetaDataFolder(_identifier).origin();
-    if (!origin.isEmpty() && origin != VXMarkOfStores(*_persistentStoreCoordinator))
+    const bool isKnown =
+        origin.isEmpty() ? !isNewAmongOthers() : origin == VXMarkOfStores(*_persistentStoreCoordinator);
+    if (!isKnown)
         _debt.markPass();
+}
+
+// Who searches looks at an index that says that it is whole.
+bool VXMetaDataSync::isNewAmongOthers() const
+{
+    const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting();
+    return index && index->isAllComplete(nullptr) && !index->folders(nullptr).contains(_identifier);
 }
 
 // False when the program is at its end.
@@ -129,7 +145,8 @@ bool VXMetaDataSync::startWork()
 
 VXMetaDataSync::Ptr VXMetaDataSync::initWithIdentifier(const QString &identifier,
                                                        const VXPersistentStoreCoordinator::Ptr &coordinator,
-                                                       const QString &entityName, const QString &modificationDateKey)
+                                                       const QString &entityName, const QString &modificationDateKey,
+                                                       const QStringList &settings)
 {
     if (!coordinator) {
         VXLogClassMethod(VXLogError, VXMetaDataSync,
@@ -137,7 +154,7 @@ VXMetaDataSync::Ptr VXMetaDataSync::initWithIdentifier(const QString &identifier
                          "thePersistentStoreCoordinator can not be nil: %1/%2"_L1.arg(identifier, entityName));
         return nullptr;
     }
-    const Ptr sync(new VXMetaDataSync(identifier, coordinator, entityName, modificationDateKey));
+    const Ptr sync(new VXMetaDataSync(identifier, coordinator, entityName, modificationDateKey, settings));
     if (!VXMainThread::performAndWait([&sync] { sync->addStoreListener(); }))
         return nullptr; // the program is at its end
     return sync;
@@ -157,6 +174,11 @@ void VXMetaDataSync::addStoreListener()
         observe(VXManagedObjectContextDidSaveNotification, &VXMetaDataSync::contextDidSaveNotification)};
     const VXMutexLocker locker(_lock);
     _observers = observers;
+}
+
+bool VXMetaDataSync::isIgnored()
+{
+    return VXUserDefaults::standardUserDefaults().boolForKey(u"metadata.ignore"_s);
 }
 
 VXMetaDataCounts VXMetaDataSync::counts() const
@@ -180,16 +202,41 @@ bool VXMetaDataSync::isOfThisStore(const VXNotification &notification) const
 // On whatever thread saves.
 void VXMetaDataSync::contextWillSaveNotification(const VXNotification &notification)
 {
-    if (isOfThisStore(notification))
-        markDebt(notification);
+    if (!isOfThisStore(notification) || isIgnored())
+        return;
+    const ObjectIDs toldAnew = objectsToldAnew(notification);
+    markDebt(notification, toldAnew);
+    const VXMutexLocker locker(_lock);
+    _toldAnew[notification.object.value<VXManagedObjectContext *>()] = toldAnew;
+}
+
+VXMetaDataSync::ObjectIDs VXMetaDataSync::objectsToldAnew(const VXNotification &notification) const
+{
+    const VXEntityDescription *const entity = _persistentStoreCoordinator->model().entityForName(_entityName);
+    ObjectIDs objectIDs;
+    for (const QString &key : {VXInsertedObjectsKey, VXUpdatedObjectsKey, VXDeletedObjectsKey}) {
+        for (const QVariant &element : notification.userInfo.value(key).toList()) {
+            const auto object = element.value<VXManagedObjectPtr>();
+            const auto *const part = dynamic_cast<const VXMetaDataPart *>(object.get());
+            if (entity == nullptr || part == nullptr)
+                continue;
+            for (const VXManagedObjectID &objectID : part->objectsToldAnew()) {
+                if (!objectID.isTemporary() && objectID.entity().isKindOfEntity(*entity))
+                    objectIDs.insert(objectID);
+            }
+        }
+    }
+    return objectIDs;
 }
 
 // New objects have no files, and those of deleted ones are seen to have no object; the date of a changed one may stay.
-void VXMetaDataSync::markDebt(const VXNotification &notification)
+void VXMetaDataSync::markDebt(const VXNotification &notification, const ObjectIDs &toldAnew)
 {
     const VXEntityDescription *const entity = _persistentStoreCoordinator->model().entityForName(_entityName);
-    bool isAny = false;
+    bool isAny = !toldAnew.isEmpty();
     QList<qint64> changed;
+    for (const VXManagedObjectID &objectID : toldAnew)
+        changed.append(objectID.number());
     for (const QString &key : {VXInsertedObjectsKey, VXUpdatedObjectsKey, VXDeletedObjectsKey}) {
         for (const QVariant &element : notification.userInfo.value(key).toList()) {
             const auto object = element.value<VXManagedObjectPtr>();
@@ -211,31 +258,42 @@ void VXMetaDataSync::contextDidSaveNotification(const VXNotification &notificati
     if (!isOfThisStore(notification))
         return;
     setNeedsUpdate(true);
+    if (isIgnored())
+        return;
+    ObjectIDs toldAnew;
+    {
+        const VXMutexLocker locker(_lock);
+        toldAnew = _toldAnew.take(notification.object.value<VXManagedObjectContext *>());
+    }
     if (!_debt.isMarked()) // a pass took it over, and may have seen the objects as they were
-        markDebt(notification);
-    noteSaved(notification);
+        markDebt(notification, toldAnew);
+    noteSaved(notification, toldAnew);
 }
 
-void VXMetaDataSync::noteSaved(const VXNotification &notification)
+void VXMetaDataSync::noteSaved(const VXNotification &notification, const ObjectIDs &toldAnew)
 {
     const VXEntityDescription *const entity = _persistentStoreCoordinator->model().entityForName(_entityName);
     if (entity == nullptr)
         return;
-    const auto note = [&](const QString &key, QSet<VXManagedObjectID> SavedObjects::*ids) VX_REQUIRES(_lock) {
+    const auto noteOne = [&](const VXManagedObjectID &objectID, ObjectIDs SavedObjects::*ids) VX_REQUIRES(_lock) {
+        if ((_saved.*ids).size() < _mostSaved)
+            (_saved.*ids).insert(objectID);
+        else
+            _saved.isAll = false;
+    };
+    const auto note = [&](const QString &key, ObjectIDs SavedObjects::*ids) VX_REQUIRES(_lock) {
         for (const QVariant &element : notification.userInfo.value(key).toList()) {
             const auto object = element.value<VXManagedObjectPtr>();
-            if (!object || !object->entity().isKindOfEntity(*entity))
-                continue;
-            if ((_saved.*ids).size() < _mostSaved)
-                (_saved.*ids).insert(object->objectID());
-            else
-                _saved.isAll = false;
+            if (object && object->entity().isKindOfEntity(*entity))
+                noteOne(object->objectID(), ids);
         }
     };
     const VXMutexLocker locker(_lock);
     note(VXInsertedObjectsKey, &SavedObjects::present);
     note(VXUpdatedObjectsKey, &SavedObjects::present);
     note(VXDeletedObjectsKey, &SavedObjects::deleted);
+    for (const VXManagedObjectID &objectID : toldAnew)
+        noteOne(objectID, &SavedObjects::present);
     if (_saved.isEmpty())
         return;
     _changed.notifyAll();
@@ -316,10 +374,25 @@ std::chrono::milliseconds VXMetaDataSync::delay() const
 
 void VXMetaDataSync::runDuePass()
 {
-    if (_debt.isAny()) // perhaps of another process
-        setNeedsUpdate(true);
-    if (_needsUpdate.exchange(false))
+    noteChangesElsewhere();
+    if (isIgnored())
+        static_cast<void>(VXMetaDataRemoval::remove(_identifier));
+    else if (_needsUpdate.exchange(false))
         synchronizeMetaDataFiles();
+}
+
+// What other processes owe, set and remove.
+void VXMetaDataSync::noteChangesElsewhere()
+{
+    if (_debt.isAny() || !_settings.areNoted(_settings.present()) || isMirrorGone())
+        setNeedsUpdate(true);
+    // Seen the next time; whoever observes the user defaults is on the main thread.
+    VXMainThread::perform([] { static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize()); });
+}
+
+bool VXMetaDataSync::isMirrorGone() const
+{
+    return _isMade && !(VXExistsAtPath(_mirror.folder().path()) && VXExistsAtPath(VXSearchIndex::path()));
 }
 
 void VXMetaDataSync::threadedMetaDataWorker()

@@ -5,12 +5,15 @@
 #include "VXMetaDataCheck.h"
 #include "VXMetaDataDebt.h"
 #include "VXMetaDataMirror.h"
+#include "VXMetaDataSettings.h"
 #include "VXMutex.h"
 #include "VXNotificationCenter.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QSet>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <atomic>
 #include <chrono>
@@ -35,21 +38,26 @@ public:
     using Ptr = std::shared_ptr<VXMetaDataSync>;
 
     /**
-     * Starts to mirror into the folder of that identifier; the thread keeps the sync until terminate(). Null when the user
-     * default "metadata.ignore" is true, and without a coordinator.
+     * Starts to mirror into the folder of that identifier; the thread keeps the sync until terminate(). `settings`: user
+     * defaults that the texts of the objects go by; when one changes, all are written anew. Null when the user default
+     * "metadata.ignore" is true, and what was mirrored before is removed then; and without a coordinator.
      */
     static Ptr launchMetaDataSyncWithIdentifier(const QString &identifier,
                                                 const VXPersistentStoreCoordinator::Ptr &coordinator,
-                                                const QString &entityName, const QString &modificationDateKey);
+                                                const QString &entityName, const QString &modificationDateKey,
+                                                const QStringList &settings = {});
     /** Makes a sync whose first pass is due, and starts nothing. Null, logged, without a coordinator. */
     static Ptr initWithIdentifier(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
-                                  const QString &entityName, const QString &modificationDateKey);
+                                  const QString &entityName, const QString &modificationDateKey,
+                                  const QStringList &settings = {});
     ~VXMetaDataSync();
     VXMetaDataSync(const VXMetaDataSync &) = delete;
     VXMetaDataSync &operator=(const VXMetaDataSync &) = delete;
 
     /** What syncs that are launched from now on do; passes, unless told otherwise. */
     static void setWork(VXMetaDataWork work);
+    /** Whether the user wants nothing mirrored. Who finds that out while syncs run has them mirror nothing more. */
+    static bool isIgnored();
     /** Those launched that run, in the order of their identifiers. */
     static QList<Ptr> launchedSyncs();
 
@@ -116,15 +124,22 @@ private:
     using Clock = std::chrono::steady_clock;
 
     VXMetaDataSync(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
-                   const QString &entityName, const QString &modificationDateKey);
+                   const QString &entityName, const QString &modificationDateKey, const QStringList &settings);
     void addStoreListener();
     bool startWork();
     void noteOtherStore() const;
+    bool isNewAmongOthers() const;
+    /** Whether somebody has removed what the last pass made. */
+    bool isMirrorGone() const;
+    void noteChangesElsewhere();
     /** Before what is to be saved is: a kill in the midst of it leaves word. */
     void contextWillSaveNotification(const VXNotification &notification);
-    void markDebt(const VXNotification &notification);
+    using ObjectIDs = QSet<VXManagedObjectID>;
+    /** Of this entity, told anew because of others that are to be saved. */
+    ObjectIDs objectsToldAnew(const VXNotification &notification) const;
+    void markDebt(const VXNotification &notification, const ObjectIDs &toldAnew);
     bool isOfThisStore(const VXNotification &notification) const;
-    void noteSaved(const VXNotification &notification);
+    void noteSaved(const VXNotification &notification, const ObjectIDs &toldAnew);
     std::chrono::milliseconds delay() const;
     void runDuePass();
     /** Mirrors what is saved meanwhile. */
@@ -139,18 +154,22 @@ private:
     const QString _entityName;
     const QString _modificationDateKey;
     const VXPersistentStoreCoordinator::Ptr _persistentStoreCoordinator;
+    const VXMetaDataSettings _settings;
     VXMetaDataDebt _debt{_identifier};
     VXMetaDataMirror _mirror;      // the worker's
     bool _mirrorsOwnSaves = false; // at the end
     qsizetype _mostSaved = 10000;  // more are left to the pass
+
+    bool _isMade = false; // by the last pass; the worker's
 
     std::atomic<bool> _active{true};
     std::atomic<bool> _needsUpdate{true};
 
     VXMutex _lock;
     VXCondition _changed;
-    bool _isWriting VX_GUARDED_BY(_lock) = false;     // while one file is synchronised
-    bool _isWorkerThere VX_GUARDED_BY(_lock) = false; // on a thread of its own
-    SavedObjects _saved VX_GUARDED_BY(_lock);         // and not mirrored yet
+    bool _isWriting VX_GUARDED_BY(_lock) = false;                                    // while one file is synchronised
+    bool _isWorkerThere VX_GUARDED_BY(_lock) = false;                                // on a thread of its own
+    SavedObjects _saved VX_GUARDED_BY(_lock);                                        // and not mirrored yet
+    QHash<const VXManagedObjectContext *, ObjectIDs> _toldAnew VX_GUARDED_BY(_lock); // of contexts that save
     QList<VXNotificationCenter::ObserverID> _observers VX_GUARDED_BY(_lock);
 };

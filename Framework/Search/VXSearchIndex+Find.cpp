@@ -1,7 +1,8 @@
 #include "VXSearchIndex.h"
 
+#include "VXErrorDomain.h"
 #include "VXMetaDataSource.h"
-#include "VXPhoneNumber.h"
+#include "VXSearchTerms.h"
 #include "VXSQLiteConnection.h"
 #include "VXURLStrings.h"
 
@@ -13,38 +14,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr qsizetype fewestDigits = 4;
-
-// Each word in quotes, so that nothing in it is taken for an operator.
-QString expressionOf(const QStringList &words, const QString &kind, bool isPrefix)
-{
-    QStringList terms;
-    for (QString word : words)
-        terms.append("text : \""_L1 + word.replace(u'"', u' ') + (isPrefix ? "\" *"_L1 : "\""_L1));
-    if (!kind.isNull())
-        terms.append("kind : \""_L1 + QString(kind).replace(u'"', u' ') + u'"');
-    return terms.join(" AND "_L1);
-}
-
-// Words that have a letter or digit: the others are no words to the index.
-QStringList wordsOf(const QString &text)
-{
-    static const QRegularExpression space(u"\\s+"_s);
-    QStringList words = QString(text).replace(QChar(0), u' ').split(space, Qt::SkipEmptyParts);
-    words.removeIf([](const QString &word) {
-        return std::ranges::none_of(word, [](QChar each) { return each.isLetterOrNumber(); });
-    });
-    return words;
-}
-
-// Null for what is no number.
-QString digitsOf(const QString &text)
-{
-    static const QRegularExpression number(u"^[-+0-9 ()/.*#]+$"_s);
-    const QString digits = number.match(text).hasMatch() ? VXPhoneNumberSearchString(text) : QString();
-    return digits.size() >= fewestDigits ? digits : QString();
-}
 
 VXFoundObject foundIn(const VXSQLiteStatement &row)
 {
@@ -76,16 +45,23 @@ QUrl VXFoundObject::uriForURL(const QUrl &url)
 std::optional<QList<VXFoundObject>> VXSearchIndex::find(const QString &words, const QString &kind, qsizetype limit,
                                                         VXError *error)
 {
-    QList<VXFoundObject> found;
-    const QString digits = digitsOf(words.trimmed());
-    if (!digits.isNull() && !collectNumbers(digits, kind, limit, &found, error))
+    const VXSearchTerms terms(words);
+    if (!terms.problem().isNull()) {
+        VXSetError(error, VXMakeError(terms.problem()));
         return std::nullopt;
-    const QStringList all = wordsOf(words);
-    for (const bool isPrefix : {false, true}) {
-        if (!all.isEmpty() && found.size() < limit &&
-            !collectWords(expressionOf(all, kind, isPrefix), limit, &found, error))
+    }
+    QList<VXFoundObject> found;
+    if (!terms.digits().isNull() && !collectNumbers(terms.digits(), kind, limit, &found, error))
+        return std::nullopt;
+    const QStringList &all = terms.words();
+    const auto isMoreWanted = [&] { return !all.isEmpty() && found.size() < limit; };
+    for (const auto match : {VXSearchTerms::Match::Whole, VXSearchTerms::Match::Prefix}) {
+        if (isMoreWanted() && !collectWords(VXSearchTerms::expression(all, match, kind), limit, &found, error))
             return std::nullopt;
     }
+    if (isMoreWanted() && kind != "contact"_L1 && !collectOfContacts(all, kind, limit, &found, error))
+        return std::nullopt;
+    std::ranges::for_each(found, [this](VXFoundObject &object) { nameParties(&object); });
     return found;
 }
 
@@ -157,5 +133,9 @@ std::optional<VXFoundObject> VXSearchIndex::object(const QUrl &uri, VXError *err
     const VXSQLiteStatement::Step step = statement.step();
     if (step == VXSQLiteStatement::Step::Failed)
         VXSetError(error, _connection->lastError());
-    return step == VXSQLiteStatement::Step::Row ? std::optional(foundIn(statement)) : std::nullopt;
+    if (step != VXSQLiteStatement::Step::Row)
+        return std::nullopt;
+    VXFoundObject found = foundIn(statement);
+    nameParties(&found);
+    return found;
 }

@@ -8,6 +8,7 @@
 #include "VXSQLiteConnection.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 #include <algorithm>
 #include <chrono>
@@ -23,7 +24,6 @@ namespace {
 constexpr std::chrono::milliseconds busyTimeout = 2s; // what is put in at once takes a tenth of that
 constexpr qint64 entriesOfAMoment = 1 << 16;          // IDs for what has one date
 constexpr qint64 latestDate = qint64(1) << 45;        // in milliseconds, a thousand years on
-constexpr qint64 undated = qint64(1) << 62;
 
 const QString identifierKey = u"kMDItemIdentifier"_s;
 const QString numbersKey = u"kMDItemPhoneNumbers"_s;
@@ -76,14 +76,6 @@ QString kindOf(const VXSearchIndex::Change &change)
 {
     const QString kind = change.values->value(u"kMDItemKind"_s).toString();
     return kind.isEmpty() ? change.name.section(u'.', -1) : kind;
-}
-
-// Where an entry stands among others, from its ID on: the later ones come first, and what has no date before all.
-qint64 placeOf(const QVariantMap &values)
-{
-    const QVariant date = values.value(u"kMDItemContentCreationDate"_s);
-    const QDateTime when = date.toDateTime();
-    return when.isValid() ? std::clamp<qint64>(when.toMSecsSinceEpoch(), 0, latestDate) * entriesOfAMoment : undated;
 }
 
 } // namespace
@@ -159,7 +151,29 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::open(VXError *error)
 
 std::unique_ptr<VXSearchIndex> VXSearchIndex::openExisting(VXError *error)
 {
-    return QFile::exists(path()) ? openFile(error) : nullptr;
+    if (!QFile::exists(path()))
+        return nullptr;
+    VXError problem;
+    std::unique_ptr<VXSearchIndex> index = openFile(&problem);
+    if (!index)
+        index = openReadOnly();
+    if (!index)
+        VXSetError(error, problem);
+    return index;
+}
+
+// Where nothing can be made beside it, it is as it lies there: unless its log has more, which needs that.
+std::unique_ptr<VXSearchIndex> VXSearchIndex::openReadOnly()
+{
+    using Access = VXSQLiteConnection::Access;
+    for (const Access access : {Access::Read, Access::Immutable}) {
+        if (access == Access::Immutable && QFileInfo(path() + "-wal"_L1).size() > 0)
+            break;
+        auto connection = VXSQLiteConnection::open(path(), access, busyTimeout, nullptr, nullptr);
+        if (connection && connection->textOf(u"PRAGMA user_version"_s, nullptr).toInt() == version)
+            return std::unique_ptr<VXSearchIndex>(new VXSearchIndex(std::move(connection)));
+    }
+    return nullptr;
 }
 
 bool VXSearchIndex::discardIfDamaged(const VXError &error)
@@ -167,9 +181,14 @@ bool VXSearchIndex::discardIfDamaged(const VXError &error)
     if (error.domain() != VXCocoaErrorDomain || error.code() != int(VXObjectStoreErrorCode::FileCorrupt))
         return false;
     VXLogClassMethod(VXLogWarning, VXSearchIndex, "discardIfDamaged", "made anew: "_L1 + error.description());
+    discard();
+    return true;
+}
+
+void VXSearchIndex::discard()
+{
     for (const QLatin1String suffix : {""_L1, "-wal"_L1, "-shm"_L1})
         QFile::remove(path() + suffix);
-    return true;
 }
 
 // The first column of the first row; none without one, and on failure, with an error. `folder`: the one parameter, if not null.
@@ -262,6 +281,29 @@ bool VXSearchIndex::removeFolder(const QString &folder, VXError *error)
         error);
 }
 
+bool VXSearchIndex::forgetFolder(const QString &folder, VXError *error)
+{
+    if (!removeFolder(folder, error))
+        return false;
+    VXSQLiteStatement statement = _connection->statement(u"DELETE FROM folder WHERE name = ?"_s, error);
+    if (!statement)
+        return false;
+    statement.bindText(1, folder);
+    return run(statement, error);
+}
+
+QStringList VXSearchIndex::folders(VXError *error)
+{
+    QStringList names;
+    VXSQLiteStatement statement = _connection->statement(u"SELECT name FROM folder"_s, error);
+    VXSQLiteStatement::Step step = VXSQLiteStatement::Step::Row;
+    while (statement && (step = statement.step()) == VXSQLiteStatement::Step::Row)
+        names.append(statement.text(0));
+    if (step == VXSQLiteStatement::Step::Failed)
+        VXSetError(error, _connection->lastError());
+    return names;
+}
+
 // Entries, with their words and numbers.
 bool VXSearchIndex::takeOut(const QString &condition, const std::function<void(VXSQLiteStatement &)> &bind,
                             VXError *error)
@@ -334,6 +376,13 @@ std::optional<qint64> VXSearchIndex::freeID(qint64 place, VXError *error)
             return found;
         place = found; // that moment is full
     }
+}
+
+// Where an entry stands among others, from its ID on: the later ones come first, and what has no date before all.
+qint64 VXSearchIndex::placeOf(const QVariantMap &values)
+{
+    const QDateTime when = values.value(u"kMDItemContentCreationDate"_s).toDateTime();
+    return when.isValid() ? std::clamp<qint64>(when.toMSecsSinceEpoch(), 0, latestDate) * entriesOfAMoment : undated;
 }
 
 bool VXSearchIndex::insert(qint64 folder, const Change &change, VXError *error)

@@ -42,10 +42,11 @@ class VX_EXPORT VXSearchIndex
 public:
     /** Made if need be; one that is damaged, or of another version, is made anew. Null on failure. */
     static std::unique_ptr<VXSearchIndex> open(VXError *error = nullptr);
-    /** For searching only. Null, without an error, when there is none yet. */
+    /** For searching only, also where nothing can be written. Null, without an error, when there is none yet. */
     static std::unique_ptr<VXSearchIndex> openExisting(VXError *error = nullptr);
     /** Removes it after such a failure, so that it is made anew: true; nothing after any other. */
     static bool discardIfDamaged(const VXError &error);
+    static void discard();
     ~VXSearchIndex();
     static QString path();
     /** False once another file lies there, or none. */
@@ -64,8 +65,12 @@ public:
     bool beginChanges(const QString &folder, VXError *error);
     /** After what was changed is in. */
     bool endChanges(const QString &folder, VXError *error);
-    /** Takes a folder out. */
+    /** Takes what is in a folder out. */
     bool removeFolder(const QString &folder, VXError *error);
+    /** And the folder, which is not to be any more. */
+    bool forgetFolder(const QString &folder, VXError *error);
+    /** Empty on failure, too. */
+    QStringList folders(VXError *error);
 
     struct Change
     {
@@ -79,7 +84,9 @@ public:
     /**
      * Objects that have a word beginning with each of the words given, letters with and without marks being the same, or a
      * phone number that ends with the digits, if there are four at least. Whole words and numbers first; among them what has no
-     * date (contacts), then the latest. `kind`: null for all. None on failure.
+     * date (contacts), then the latest. After all these, records of a number that a contact has, by the words of both: of up
+     * to 100 contacts. `kind`: null for all. None on failure, and for more than 32 words or 1,000 characters. A record's
+     * title has the name of a contact for a bare number of its.
      */
     std::optional<QList<VXFoundObject>> find(const QString &words, const QString &kind, qsizetype limit,
                                              VXError *error);
@@ -89,11 +96,13 @@ public:
 private:
     explicit VXSearchIndex(std::unique_ptr<VXSQLiteConnection> connection);
     static std::unique_ptr<VXSearchIndex> openFile(VXError *error);
+    static std::unique_ptr<VXSearchIndex> openReadOnly();
     std::optional<qint64> number(const QString &sql, const QString &folder, VXError *error);
     bool inTransaction(const std::function<bool(VXError *)> &work, VXError *error);
     bool takeOut(const QString &condition, const std::function<void(VXSQLiteStatement &)> &bind, VXError *error);
     bool put(qint64 folder, const Change &change, VXError *error);
     bool insert(qint64 folder, const Change &change, VXError *error);
+    static qint64 placeOf(const QVariantMap &values);
     std::optional<qint64> freeID(qint64 place, VXError *error);
     /** Numbers are kept so: those with the same end begin alike. */
     static QString reversed(const QString &text);
@@ -104,6 +113,27 @@ private:
     bool collectWords(const QString &expression, qsizetype limit, QList<VXFoundObject> *found, VXError *error);
     bool collectNumbers(const QString &digits, const QString &kind, qsizetype limit, QList<VXFoundObject> *found,
                         VXError *error);
+
+    // -- By their contacts
+    struct FoundContact
+    {
+        qint64 id;
+        quint32 words; // by which it was found, a bit for each
+    };
+    static constexpr qint64 undated = qint64(1) << 62; // IDs of what has no date begin here
+    bool collectOfContacts(const QStringList &words, const QString &kind, qsizetype limit, QList<VXFoundObject> *found,
+                           VXError *error);
+    bool contactsWith(const QStringList &words, QList<qint64> *contacts, VXError *error);
+    std::optional<QList<FoundContact>> contactsWithAny(const QStringList &words, VXError *error);
+    std::optional<QStringList> numbersOf(const QList<qint64> &entries, VXError *error);
+    bool recordsOfNumbers(const QStringList &numbers, const QString &kind, qsizetype limit, QList<qint64> *records,
+                          VXError *error);
+    bool recordsOfNumbersWith(const QStringList &words, const QStringList &numbers, const QString &kind,
+                              qsizetype limit, QList<qint64> *records, VXError *error);
+    bool collectEntries(const QList<qint64> &entries, qsizetype limit, QList<VXFoundObject> *found, VXError *error);
+    bool collectNumbersIn(VXSQLiteStatement &statement, QList<qint64> *numbers, VXError *error);
+    QString nameOfNumber(const QString &number);
+    void nameParties(VXFoundObject *object);
 
     std::unique_ptr<VXSQLiteConnection> _connection;
     const std::pair<quint64, quint64> _file; // device and inode

@@ -18,10 +18,10 @@ QString VXStorePlugin::importDescriptionFromStore(VXCoreDataStore &store)
     return bundle()->localizedStringForKey(count == 1 ? _one : _many).replace("%1"_L1, QString::number(count));
 }
 
-void VXStorePlugin::launchSearch(const QString &modificationDateKey)
+void VXStorePlugin::launchSearch(const QString &modificationDateKey, const QStringList &settings)
 {
     _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), persistentStoreCoordinator(), _entityName,
-                                                               modificationDateKey);
+                                                               modificationDateKey, settings);
 }
 
 void VXStorePlugin::pluginWillUnload()

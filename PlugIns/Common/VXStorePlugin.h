@@ -27,8 +27,11 @@ protected:
         VXManagedObjectClass::registerClass<Class>(entityName);
         _classes.append(entityName);
     }
-    /** Lets the objects of the entity be found until the plugin unloads, unless the user wants no search. */
-    void launchSearch(const QString &modificationDateKey);
+    /**
+     * Lets the objects of the entity be found until the plugin unloads, unless the user wants no search. `settings`: user defaults
+     * that their texts go by.
+     */
+    void launchSearch(const QString &modificationDateKey, const QStringList &settings = {});
 
 private:
     QString _entityName;

@@ -35,6 +35,7 @@ public:
         registerClass<VXPerson>(VXPerson::entityName);
         registerClass<VXPhoneNumberEntry>(VXPhoneNumberEntry::entityName);
         registerClass<VXEmailAddressEntry>(VXEmailAddressEntry::entityName);
+        registerClass<VXContactGroup>(VXContactGroup::entityName);
     }
 
     void pluginDidLoad() override
@@ -47,7 +48,7 @@ public:
                                                      VXStoreWorkLock::syncName](const VXDeviceAction::Ptr &action) {
                                 return std::make_shared<VXContactSync>(action, coordinator, lockPath);
                             });
-        launchSearch(u"changedDate"_s);
+        launchSearch(u"changedDate"_s, {u"phonebook.names.last_first"_s});
     }
 
     // A merge is one step to undo: all that it brings is of one change set.

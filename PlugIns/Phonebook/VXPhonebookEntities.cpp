@@ -14,6 +14,7 @@ using namespace Qt::StringLiterals;
 const QString VXPerson::entityName = u"VXPerson"_s;
 const QString VXPhoneNumberEntry::entityName = u"VXPhoneNumber"_s;
 const QString VXEmailAddressEntry::entityName = u"VXEmailAddress"_s;
+const QString VXContactGroup::entityName = u"VXGroup"_s;
 
 namespace {
 
@@ -135,6 +136,17 @@ void VXContactAddress::willSave()
     const VXManagedObjectPtr owner = related(indexOf(*this, personKey));
     if (auto *const person = dynamic_cast<VXPerson *>(owner.get()))
         person->ownDidChange();
+}
+
+// Who comes or goes is changed itself.
+QList<VXManagedObjectID> VXContactGroup::objectsToldAnew() const
+{
+    QList<VXManagedObjectID> members;
+    if (isInserted() || isDeleted() || !changedValues().contains(u"name"_s))
+        return members;
+    for (const VXManagedObjectPtr &member : relatedObjects(indexOf(*this, u"members"_s)))
+        members.append(member->objectID());
+    return members;
 }
 
 QString VXPhoneNumberEntry::searchText() const

@@ -41,6 +41,15 @@ protected:
     virtual QString searchText() const = 0;
 };
 
+/** A group, which its members are found by. */
+class VXContactGroup : public VXManagedObject, public VXMetaDataPart
+{
+public:
+    static const QString entityName; // "VXGroup"
+
+    QList<VXManagedObjectID> objectsToldAnew() const override;
+};
+
 class VXPhoneNumberEntry : public VXContactAddress
 {
 public:

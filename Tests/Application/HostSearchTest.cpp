@@ -55,12 +55,14 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
     // Each command has mirrored what it saved: nothing is left for the search to do.
     EXPECT_EQ(QDir(mirror() + "/.due"_L1).entryList(QDir::Files), QStringList());
     const std::pair<QStringList, QStringList> cases[] = {
-        {{u"zoe"_s}, {u"contact"_s}},
+        {{u"zoe"_s}, {u"contact"_s, u"message"_s}}, // which has the number alone
         {{u"zo"_s}, {u"contact"_s, u"message"_s}},
         {{u"zo"_s, u"--limit"_s, u"1"_s}, {u"contact"_s}},
         {{u"zo"_s, u"--kind"_s, u"contact"_s}, {u"contact"_s}},
-        {{u"MULLER"_s, u"zo"_s}, {u"contact"_s}},
-        {{u"family"_s}, {u"contact"_s}},
+        {{u"MULLER"_s, u"zo"_s}, {u"contact"_s, u"message"_s}},
+        {{u"muller"_s, u"see"_s}, {u"message"_s}},
+        {{u"muller"_s, u"--kind"_s, u"contact"_s}, {u"contact"_s}},
+        {{u"family"_s}, {u"contact"_s, u"message"_s}},
         {{u"hill"_s}, {u"call"_s}},
         {{u"0199"_s}, {u"call"_s}},
         {{u"0170 5550100"_s}, {u"contact"_s, u"message"_s}},
@@ -68,8 +70,12 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
     };
     for (const auto &[arguments, expected] : cases)
         EXPECT_EQ(kinds(arguments), expected) << arguments.join(u' ').toStdString();
+    EXPECT_EQ(json({u"zoo"_s})[0][u"title"_s].toString(), u"Zoë Müller"_s);
+    runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"phonebook.names.last_first"_s, u"1"_s});
+    EXPECT_EQ(json({u"zoo"_s})[0][u"title"_s].toString(), u"Müller Zoë"_s);
+    runHost({u"defaults"_s, u"delete"_s, u"com.halvern.VNX2"_s, u"phonebook.names.last_first"_s});
     runHost({u"phonebook"_s, u"edit"_s, u"Zoë Müller"_s, u"--nickname"_s, u"Zozo"_s});
-    EXPECT_EQ(kinds({u"zozo"_s}), QStringList{u"contact"_s});
+    EXPECT_EQ(kinds({u"zozo"_s, u"--kind"_s, u"contact"_s}), QStringList{u"contact"_s});
     const QString url = json({u"zozo"_s})[0][u"url"_s].toString();
     EXPECT_THAT(runHost({u"open"_s, url}).output.toStdString(), HasSubstr("Zozo"));
     runHost({u"phonebook"_s, u"delete"_s, u"Zoë Müller"_s});
@@ -119,6 +125,24 @@ TEST_F(HostSearchTest, MirrorsNothingForWhoWantsThat)
     EXPECT_FALSE(QFile::exists(path(u".cache/Metadata"_s)));
 }
 
+TEST_F(HostSearchTest, NothingStaysOfWhatIsNotSearchedAnyMore)
+{
+    // Of a plugin that was removed.
+    const QString left[] = {mirror() + "/.due/com.example.gone@0123"_L1, mirror() + "/com.example.gone/p1_MD2.note"_L1,
+                            mirror() + "/com.example.gone.store"_L1};
+    for (const QString &each : left)
+        writeFile(QDir(path()).relativeFilePath(each), "*\n");
+    ASSERT_EQ(kinds({u"hill"_s}), QStringList{u"call"_s});
+    for (const QString &each : left)
+        EXPECT_FALSE(QFile::exists(each)) << each.toStdString();
+    EXPECT_FALSE(QFile::exists(mirror() + "/com.example.gone"_L1));
+    runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"metadata.ignore"_s, u"true"_s});
+    EXPECT_EQ(runHost({u"search"_s, u"hill"_s}).status, 1);
+    for (const QString &plugin : {u"phonebook"_s, u"messages"_s, u"calls"_s})
+        EXPECT_FALSE(QFile::exists(fileOf(plugin, {}))) << plugin.toStdString();
+    EXPECT_FALSE(QFile::exists(mirror() + "/index.sqlite"_L1));
+}
+
 TEST_F(HostSearchTest, ChecksItself)
 {
     EXPECT_EQ(runHost({u"search"_s, u"check"_s}).status, 1); // nobody has looked at all objects yet
@@ -142,7 +166,7 @@ TEST_F(HostSearchTest, ChecksItself)
     }
     EXPECT_TRUE(json({u"check"_s})[u"clean"_s].toBool());
     EXPECT_EQ(kinds({u"hill"_s}), QStringList{u"call"_s});
-    EXPECT_EQ(kinds({u"muller"_s}), QStringList{u"contact"_s});
+    EXPECT_EQ(kinds({u"muller"_s}), (QStringList{u"contact"_s, u"message"_s}));
 }
 
 TEST_F(HostSearchTest, TheBusStartsWhoAnswersTheDesktop)
@@ -178,7 +202,7 @@ TEST_F(HostSearchTest, TheBusStartsWhoAnswersTheDesktop)
     ASSERT_TRUE(client.waitForFinished());
     const QByteArrayList lines = client.readAllStandardOutput().trimmed().split('\n');
     ASSERT_EQ(lines.size(), 3) << client.readAllStandardError().toStdString();
-    EXPECT_THAT(lines[0].toStdString(), HasSubstr("/VXPerson/p1'],)"));
+    EXPECT_THAT(lines[0].toStdString(), HasSubstr("/VXPerson/p1', "));
     EXPECT_THAT(lines[1].toStdString(), HasSubstr("'Joe Hill'"));
     EXPECT_EQ(lines[2], lines[0]);
 }
@@ -206,10 +230,10 @@ TEST_F(HostSearchTest, FindsWhatIsInTheStoreThatTookThePlace)
     const QString copy = path(u"copy.vxdatastore"_s);
     EXPECT_EQ(runHost({u"store"_s, u"export"_s, u"phonebook"_s, copy}).status, 0);
     EXPECT_EQ(runHost({u"phonebook"_s, u"edit"_s, u"Zoë Müller"_s, u"--last"_s, u"Renamed"_s}).status, 0);
-    EXPECT_EQ(kinds({u"renamed"_s}), QStringList{u"contact"_s});
+    EXPECT_EQ(kinds({u"renamed"_s}), (QStringList{u"contact"_s, u"message"_s}));
     EXPECT_EQ(runHost({u"store"_s, u"import"_s, u"phonebook"_s, copy, u"--replace"_s, u"--yes"_s}).status, 0);
     runHost({u"phonebook"_s, u"list"_s}); // puts it in place
     EXPECT_EQ(runHost({u"search"_s, u"update"_s}).status, 0);
     EXPECT_EQ(kinds({u"renamed"_s}), QStringList());
-    EXPECT_EQ(kinds({u"müller"_s}), QStringList{u"contact"_s});
+    EXPECT_EQ(kinds({u"müller"_s}), (QStringList{u"contact"_s, u"message"_s}));
 }

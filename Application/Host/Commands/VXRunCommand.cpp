@@ -12,6 +12,7 @@
 #include "VXPluginSession.h"
 #include "VXReactionOutcome.h"
 #include "VXScriptingService.h"
+#include "VXSearchUpdate.h"
 #include "VXSignalWatcher.h"
 
 #include <QtCore/QJsonObject>
@@ -114,6 +115,7 @@ int runRun(VXHostContext &context)
     VXMetaDataSync::setWork(VXMetaDataWork::Passes); // also for what other commands save
     return VXRunWithPlugins(context, [&context](VXPluginManager &manager) {
         VXHostOutput &output = context.output;
+        VXRemoveUnsearched(manager);
         const QList<VXPluginProxy *> plugins = manager.allPlugins();
         const auto count = std::ranges::count_if(plugins, &VXPluginProxy::isLoaded);
         const VXEventLines eventLines(output);

@@ -81,8 +81,7 @@ int VXCheckSearch(VXHostContext &context)
         folders.append(jsonOf(*sync, *report));
     }
     if (folders.isEmpty())
-        return context.output.fail(u"nothing is searched: no data plugin is loaded that wants it, or the user default "
-                                   "\"metadata.ignore\" is true"_s);
+        return context.output.fail(u"nothing is searched: no data plugin is loaded that wants it"_s);
     context.output.answer(text, QJsonObject{{u"clean"_s, isClean}, {u"repaired"_s, repairs}, {u"folders"_s, folders}});
     return isClean ? VXHostOutput::Done : VXHostOutput::Failed;
 }

@@ -106,6 +106,8 @@ int runSearch(VXHostContext &context)
         if (options.isSet(option) && !isMeant)
             return context.output.failUsage(u"--%1 does not go with that"_s.arg(option), usage);
     }
+    if (VXFailIfNothingIsSearched(context))
+        return VXHostOutput::Failed;
     if (isCheck)
         return VXRunWithPlugins(context, [&](VXPluginManager &) { return VXCheckSearch(context); });
     if (isUpdate)
@@ -128,8 +130,9 @@ VXHostCommand VXSearchCommand()
         .synopsis = u"WORD..."_s,
         .details =
             u"Finds what has a word beginning with each WORD, letters with and without accents being the same, or "
-            u"phone numbers by their last digits, four at least. Exact matches come first, then the newest. What is "
-            u"found can be opened with \"vornix open\" by the \"url\" that --json tells.\n"
+            u"phone numbers by their last digits, four at least. Exact matches come first, then the newest, then "
+            u"messages and calls of the contacts that the words find. Up to 32 words. What is found can be opened with "
+            u"\"vornix open\" by the \"url\" that --json tells.\n"
             "\"search check\" compares what is searched with the stores and tells what is stale, missing, orphaned or "
             u"damaged; --repair puts it right. It ends with status 1 when something is wrong. \"search update\" takes "
             "in what was saved, which otherwise happens by itself. To search for one of these words alone, put a blank "

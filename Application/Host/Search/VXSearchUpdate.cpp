@@ -3,11 +3,16 @@
 #include "VXHostCommand.h"
 #include "VXHostOutput.h"
 #include "VXMetaDataKeeper.h"
+#include "VXMetaDataRemoval.h"
 #include "VXMetaDataSync.h"
+#include "VXPluginManager.h"
 #include "VXSearchIndex.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QProcess>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -45,10 +50,50 @@ void VXStartSearchUpdate()
 
 bool VXIsSearchUpdateDue()
 {
-    if (VXMetaDataDebt::isAnyOfAll())
+    if (VXMetaDataSync::isIgnored())
+        return false;
+    if (VXMetaDataDebt::isAnyOfAll() || !VXMetaDataSettings::areAllPresent())
         return true;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting();
     return !index || !index->isAllComplete(nullptr);
+}
+
+namespace {
+
+// The files may all be there without it, as where the disk is full.
+bool isIndexWhole(VXHostContext &context)
+{
+    VXError error;
+    const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
+    if (index && index->isAllComplete(&error))
+        return true;
+    context.output.note(u"the index could not be made whole; \"vornix log\" tells why"_s);
+    return false;
+}
+
+} // namespace
+
+// While a plugin is missing that the user wants, nobody knows what is its own.
+void VXRemoveUnsearched(const VXPluginManager &manager)
+{
+    const QList<VXPluginProxy *> plugins = manager.enabledPlugins();
+    if (manager.isSafeMode() || !std::ranges::all_of(plugins, &VXPluginProxy::isLoaded))
+        return;
+    QStringList identifiers = VXMetaDataRemoval::identifiers();
+    for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
+        identifiers.removeAll(sync->identifier());
+    for (const QString &identifier : std::as_const(identifiers))
+        static_cast<void>(VXMetaDataRemoval::remove(identifier));
+}
+
+bool VXFailIfNothingIsSearched(VXHostContext &context)
+{
+    if (!VXMetaDataSync::isIgnored())
+        return false;
+    for (const QString &identifier : VXMetaDataRemoval::identifiers())
+        static_cast<void>(VXMetaDataRemoval::remove(identifier));
+    context.output.fail(u"nothing is searched: the user default \"metadata.ignore\" is true"_s);
+    return true;
 }
 
 bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseconds> longestWait)
@@ -57,10 +102,10 @@ bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseco
     isTriedHere = true;
     const QList<VXMetaDataSync::Ptr> syncs = VXMetaDataSync::launchedSyncs();
     if (syncs.isEmpty()) {
-        context.output.fail(u"nothing is searched: no data plugin is loaded that wants it, or the user default "
-                            "\"metadata.ignore\" is true"_s);
+        context.output.fail(u"nothing is searched: no data plugin is loaded that wants it"_s);
         return false;
     }
+    VXRemoveUnsearched(VXPluginManager::sharedPluginManager());
     bool isDone = true;
     for (const VXMetaDataSync::Ptr &sync : syncs) {
         Outcome outcome = Outcome::Done;
@@ -75,5 +120,5 @@ bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseco
             context.output.note(u"%1: not all could be taken in; \"vornix log\" tells why"_s.arg(sync->entityName()));
         isDone = isDone && outcome == Outcome::Done;
     }
-    return isDone;
+    return isDone && isIndexWhole(context);
 }

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <optional>
 
+class VXPluginManager;
 struct VXHostContext;
 
 /**
@@ -21,6 +22,12 @@ void VXStartSearchUpdate();
 
 /** Whether something was saved that searching does not know of, or nobody has made a pass yet. */
 [[nodiscard]] bool VXIsSearchUpdateDue();
+
+/** What was mirrored for plugins that are gone, or are not to be used any more, goes: among the plugins, and for them. */
+void VXRemoveUnsearched(const VXPluginManager &manager);
+
+/** True, told, when the user wants no search; then what was mirrored before goes. */
+[[nodiscard]] bool VXFailIfNothingIsSearched(VXHostContext &context);
 
 /**
  * Makes a pass over each store that is searched, among the plugins; waits for other processes that do at most for that time,

@@ -2,6 +2,7 @@
 
 #include "VXApplication.h"
 #include "VXLogRecorder.h"
+#include "VXMetaDataSync.h"
 #include "VXPluginFixtures.h"
 #include "VXPluginManager.h"
 #include "VXScriptedUserInterface.h"
@@ -24,6 +25,12 @@ protected:
         auto scripted = std::make_unique<VXScriptedUserInterface>();
         user = scripted.get();
         VXApplication::sharedApplication().setUserInterface(std::move(scripted));
+    }
+
+    ~VXPluginManagerHomeTest() override
+    {
+        for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
+            sync->terminate(); // else it writes on while the home folder is removed, and some of that stays
     }
 
     void SetUp() override

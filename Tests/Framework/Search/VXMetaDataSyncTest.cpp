@@ -5,6 +5,7 @@
 #include "VXLogRecorder.h"
 #include "VXMainThread.h"
 #include "VXManagedObjectClass.h"
+#include "VXMetaDataRemoval.h"
 #include "VXMetaDataSource.h"
 #include "VXOtherProcess.h"
 #include "VXPropertyList.h"
@@ -185,6 +186,58 @@ TEST_F(VXMetaDataSyncTest, WhatIsOwedOutlivesWhatIsSettledAfter)
     EXPECT_THAT(debt.beginPass().numbers, UnorderedElementsAre(1, 2, 4));
     debt.endPass(true);
     EXPECT_FALSE(debt.isAny());
+}
+
+TEST_F(VXMetaDataSyncTest, AllIsToldAnewWhenASettingOfTheTextsChanges)
+{
+    VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+    sync->terminate();
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s, {u"order"_s});
+    add(u"Jane"_s);
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1}));
+    for (const QVariant &value : {QVariant(1), QVariant(2), QVariant()}) {
+        EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1}));
+        EXPECT_TRUE(VXMetaDataSettings::areAllPresent());
+        defaults.setObject(value, u"order"_s);
+        EXPECT_FALSE(VXMetaDataSettings::areAllPresent());
+        EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1}));
+    }
+}
+
+TEST_F(VXMetaDataSyncTest, NothingStaysOfWhatIsNotSearchedAnyMore)
+{
+    const auto items = [] {
+        return QDir(VXFileManager::defaultManager().pathToUserMetadataFolder())
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    };
+    EXPECT_TRUE(VXMetaDataRemoval::remove(u"people"_s));
+    EXPECT_THAT(items(), IsEmpty());
+    const auto mirror = [&] {
+        add(u"Jane"_s);
+        pass();
+        add(u"Joe"_s); // which is owed
+        EXPECT_THAT(VXMetaDataRemoval::identifiers(), ElementsAre(u"people"_s));
+    };
+    mirror();
+    writeFile(QDir(path()).relativeFilePath(folder() + "/notes.txt"_L1), "mine");
+    {
+        VXOtherProcess other([&] { return std::make_unique<VXFileLock>(folder() + ".lock"_L1); });
+        ASSERT_TRUE(other.isReady());
+        EXPECT_FALSE(VXMetaDataRemoval::remove(u"people"_s)); // while somebody works on it
+        EXPECT_EQ(files().size(), 2);
+        other.kill();
+    }
+    EXPECT_TRUE(VXMetaDataRemoval::remove(u"people"_s));
+    EXPECT_THAT(items(), UnorderedElementsAre(u".due"_s, u"people.lock"_s)); // the one empty
+    EXPECT_THAT(VXMetaDataRemoval::identifiers(), IsEmpty());
+    EXPECT_TRUE(QFile::exists(VXFileManager::defaultManager().pathToUserTrashFolder() + "/notes.txt"_L1));
+    // The user changes his mind, and what is told of others stays.
+    mirror();
+    ASSERT_TRUE(VXSearchIndex::open()->endChanges(u"others"_s, nullptr));
+    VXUserDefaults::standardUserDefaults().setObject(true, u"metadata.ignore"_s);
+    EXPECT_FALSE(VXMetaDataSync::launchMetaDataSyncWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s));
+    EXPECT_THAT(VXMetaDataRemoval::identifiers(), ElementsAre(u"others"_s));
+    EXPECT_THAT(find(u"j"_s), IsEmpty());
 }
 
 TEST_F(VXMetaDataSyncTest, TextsThatNoFileCanHoldAreFoundAllTheSame)

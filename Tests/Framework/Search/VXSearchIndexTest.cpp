@@ -4,6 +4,11 @@
 
 #include <QtCore/QFile>
 
+#include <cstdlib>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -87,6 +92,95 @@ TEST_F(VXSearchIndexTest, TellsContactsFirstAndThenTheLatest)
     ASSERT_TRUE(index->apply(u"people"_s, changes, nullptr));
     EXPECT_EQ(find(u"ca"_s),
               (QStringList{u"Cat"_s, u"Cat 3000"_s, u"Cat 2000"_s, u"Cat 2000"_s, u"Cat 1000"_s, u"Cat -5"_s}));
+}
+
+// However often the contact changes: nothing of the record does.
+TEST_F(VXSearchIndexTest, RecordsOfABareNumberAreFoundByTheirContacts)
+{
+    const auto record = [](int number, const QString &kind, const QString &from, const QString &text, int second) {
+        VXSearchIndex::Change made = change(number, kind, from, {from}, text);
+        made.values->insert(u"kMDItemContentCreationDate"_s, QDateTime::fromSecsSinceEpoch(second, Qt::UTC));
+        return made;
+    };
+    fill();
+    ASSERT_TRUE(index->apply(u"people"_s,
+                             {record(11, u"message"_s, u"0049 170 5550100"_s, u"Dinner at eight?"_s, 100),
+                              record(12, u"message"_s, u"+491705550100"_s, u"No dinner"_s, 300),
+                              record(13, u"call"_s, u"0170 555 0199"_s, {}, 200),
+                              record(14, u"call"_s, u"+1 555 0177"_s, {}, 400)},
+                             nullptr));
+    const QString zoe = u"Zoë Müller"_s;
+    const QString ann = u"Zo Ann"_s;
+    const struct
+    {
+        QString words;
+        QString kind;
+        qsizetype limit;
+        QStringList found;
+    } cases[] = {
+        {u"muller"_s, {}, 10, {zoe, zoe, zoe}},
+        {u"muller"_s, {}, 2, {zoe, zoe}},
+        {u"muller"_s, u"contact"_s, 10, {zoe}},
+        {u"muller"_s, u"message"_s, 10, {zoe, zoe}},
+        {u"dinner mull"_s, {}, 10, {zoe, zoe}},
+        {u"zoe eight mull"_s, {}, 10, {zoe}},
+        {u"ann eight"_s, {}, 10, {}},
+        {u"zo"_s, u"call"_s, 10, {ann}},
+        {u"0177"_s, {}, 10, {u"+1 555 0177"_s}},
+    };
+    for (const auto &each : cases)
+        EXPECT_EQ(find(each.words, each.kind, each.limit), each.found) << each.words.toStdString();
+    ASSERT_TRUE(index->apply(u"people"_s, {change(1, u"contact"_s, u"Eve"_s, {u"0170 5550100"_s})}, nullptr));
+    EXPECT_EQ(find(u"eve"_s), (QStringList{u"Eve"_s, u"Eve"_s, u"Eve"_s}));
+    EXPECT_THAT(find(u"muller"_s), IsEmpty());
+    EXPECT_EQ(index->object(QUrl(u"x-coredata://store/message/p12"_s), nullptr)->title, u"Eve"_s);
+}
+
+TEST_F(VXSearchIndexTest, RefusesWhatIsTooMuchToSearchFor)
+{
+    fill();
+    QStringList words;
+    for (int i = 0; i < 33; ++i)
+        words.append(u"zo"_s + QString::number(i));
+    const std::pair<QString, bool> cases[] = {{words.join(u' '), false},
+                                              {words.mid(1).join(u' '), true},
+                                              {QStringList(200, u"zo"_s).join(u' '), true}, // one word
+                                              {u"zo "_s + QString(996, u'-'), true},
+                                              {QString(1001, u'z'), false}};
+    for (const auto &[text, isSearched] : cases) {
+        VXError error;
+        EXPECT_EQ(bool(index->find(text, {}, 10, &error)), isSearched) << text.toStdString();
+        EXPECT_EQ(error.localizedDescription().isEmpty(), isSearched) << text.toStdString();
+    }
+}
+
+TEST_F(VXSearchIndexTest, IsReadWhereNothingCanBeWritten)
+{
+    fill();
+    index.reset(); // which leaves nothing beside it
+    const QString folder = VXFileManager::defaultManager().pathToUserMetadataFolder();
+    const QByteArrayList paths{QFile::encodeName(path()), QFile::encodeName(folder),
+                               QFile::encodeName(VXSearchIndex::path())};
+    const pid_t child = ::fork();
+    if (child == 0) {
+        // Root may write everywhere: so as somebody else, whose these are.
+        for (const QByteArray &each : paths)
+            static_cast<void>(::geteuid() == 0 && ::chown(each.constData(), 65534, 65534) == 0);
+        static_cast<void>(::chmod(paths[2].constData(), 0400) == 0 && ::chmod(paths[1].constData(), 0500) == 0);
+        for (QByteArray each = paths[1]; each != paths[0]; each.truncate(each.lastIndexOf('/')))
+            static_cast<void>(::geteuid() == 0 && ::chown(each.constData(), 65534, 65534) == 0);
+        if (::geteuid() == 0 && (::setegid(65534) != 0 || ::seteuid(65534) != 0))
+            std::_Exit(2);
+        if (VXSearchIndex::open())
+            std::_Exit(3);
+        index = VXSearchIndex::openExisting();
+        std::_Exit(index && index->find(u"zoo"_s, {}, 10, nullptr).value_or(QList<VXFoundObject>()).size() == 1 ? 0
+                                                                                                                : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ::chmod(paths[1].constData(), 0700); // else it stays
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST_F(VXSearchIndexTest, ForgetsWhatWasReplacedOrRemoved)

@@ -1,5 +1,8 @@
 #include "VXPhonebookRecord.h"
+#include "VXFileManager.h"
+#include "VXMetaDataSource.h"
 #include "VXPhonebookTest.h"
+#include "VXPropertyList.h"
 
 using namespace Qt::StringLiterals;
 
@@ -40,6 +43,33 @@ TEST_F(VXPhonebookRecordTest, TextsForSearchingFollowTheParties)
     EXPECT_FALSE(VXPhonebookRecord::phonebookMetaData(*call).contains(u"kMDItemEmailAddresses"_s));
     VXPhonebookRecord::setFrom(*call, {});
     EXPECT_TRUE(VXPhonebookRecord::from_display(*call).isNull());
+}
+
+TEST_F(VXPhonebookRecordTest, MembersAreFoundByWhatTheirGroupIsCalled)
+{
+    VXManagedObjectContext context(store);
+    const VXManagedObjectPtr jane = addPerson(context, {{u"firstName"_s, u"Jane"_s}});
+    const VXManagedObjectPtr group = context.insertNewObject(u"VXGroup"_s);
+    group->setValueForKey(u"Friends"_s, u"name"_s);
+    group->addRelated(group->entity().propertyForName(u"members"_s)->index(), jane);
+    ASSERT_TRUE(context.save());
+    const QDateTime changed = jane->valueForKey(u"changedDate"_s).toDateTime();
+    const auto areFoundBy = [&](const QStringList &groups) {
+        const QString file =
+            VXFileManager::defaultManager().pathToUserMetadataFolder() + "/com.halvern.VNX2.plugin.phonebook/"_L1;
+        return VXRunUntil([&] {
+            const QVariantMap values = VXPropertyList::fromFile(file + metaDataFilename(jane->objectID())).toMap();
+            return !values.isEmpty() && values.value(u"kMDItemKeywords"_s).toStringList() == groups;
+        });
+    };
+    EXPECT_TRUE(areFoundBy({u"Friends"_s}));
+    group->setValueForKey(u"Foes"_s, u"name"_s);
+    ASSERT_TRUE(context.save());
+    EXPECT_TRUE(areFoundBy({u"Foes"_s}));
+    EXPECT_EQ(jane->valueForKey(u"changedDate"_s).toDateTime(), changed); // which phones go by
+    context.deleteObject(group);
+    ASSERT_TRUE(context.save());
+    EXPECT_TRUE(areFoundBy({}));
 }
 
 TEST_F(VXPhonebookRecordTest, WhatARecordHasAlreadyChangesNothing)

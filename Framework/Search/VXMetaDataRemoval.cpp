@@ -1,0 +1,85 @@
+#include "VXMetaDataRemoval.h"
+
+#include "VXFileLock.h"
+#include "VXFileManager.h"
+#include "VXMetaDataDebt.h"
+#include "VXMetaDataFolder.h"
+#include "VXMetaDataSettings.h"
+#include "VXMetaDataSource.h"
+#include "VXMethodLog.h"
+#include "VXSearchIndex.h"
+
+#include <QtCore/QDir>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::chrono::milliseconds longestTurn = 2s; // of who works on the folder
+
+bool isAnyOf(const QString &identifier)
+{
+    const VXMetaDataFolder folder(identifier);
+    return VXExistsAtPath(folder.path()) || !folder.origin().isEmpty() || VXMetaDataDebt(identifier).isAny();
+}
+
+bool removeFiles(const QString &identifier)
+{
+    VXMetaDataFolder folder(identifier);
+    bool isGone = true;
+    if (folder.openExisting()) {
+        folder.removeUnfinished();
+        isGone = folder.forEachName([&](const QString &name) {
+            if (VXNumberInMetaDataFilename(name))
+                static_cast<void>(folder.remove(name)); // else the folder stays, which is told
+            else
+                static_cast<void>(VXFileManager::defaultManager().safelyTrashFileAtPath(folder.pathOf(name)));
+        });
+    }
+    return isGone && (!VXExistsAtPath(folder.path()) || QDir().rmdir(folder.path())) && folder.removeOrigin();
+}
+
+} // namespace
+
+// A lock is no sign: it stays, as somebody may wait for it.
+QStringList VXMetaDataRemoval::identifiers()
+{
+    const QDir all(VXFileManager::defaultManager().pathToUserMetadataFolder());
+    QStringList identifiers = VXMetaDataDebt::identifiersOfAll();
+    for (const QString &name : all.entryList({u"*.store"_s}, QDir::Files))
+        identifiers.append(name.chopped(6));
+    for (const QString &name : all.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks)) {
+        if (all.exists(name + ".lock"_L1))
+            identifiers.append(name);
+    }
+    if (const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting())
+        identifiers += index->folders(nullptr);
+    identifiers.removeDuplicates();
+    return identifiers;
+}
+
+bool VXMetaDataRemoval::remove(const QString &identifier)
+{
+    VXError error;
+    const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
+    const bool isIndexed = index && index->folders(&error).contains(identifier);
+    if (!isIndexed && !isAnyOf(identifier))
+        return true;
+    const VXFileLock turn(VXMetaDataFolder(identifier).lockPath(), longestTurn);
+    bool isGone = turn.isHeld() && removeFiles(identifier);
+    if (isGone && isIndexed) {
+        isGone = index->forgetFolder(identifier, &error);
+        if (isGone && index->folders(&error).isEmpty() && !error)
+            VXSearchIndex::discard(); // what was taken out may still be read in it
+    }
+    if (isGone) {
+        VXMetaDataDebt(identifier).forget();
+        VXMetaDataSettings(identifier, {}).forget();
+    } else {
+        VXLogClassMethod(VXLogWarning, VXMetaDataRemoval, "remove",
+                         "what was mirrored can not be removed: %1. %2"_L1.arg(identifier, error ? error.description()
+                                                                                                 : turn.reason()));
+    }
+    return isGone;
+}

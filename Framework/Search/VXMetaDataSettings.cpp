@@ -1,0 +1,70 @@
+#include "VXMetaDataSettings.h"
+
+#include "VXFileManager.h"
+#include "VXPropertyList.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QLatin1String suffix(".settings");
+
+QString folder()
+{
+    return VXFileManager::defaultManager().pathToUserMetadataFolder();
+}
+
+// As texts: one that is not set is not less of a setting.
+QVariantMap valuesOf(const QStringList &keys)
+{
+    QVariantMap values;
+    for (const QString &key : keys) {
+        const QString text = VXUserDefaults::standardUserDefaults().objectForKey(key).toString();
+        values.insert(key, text.isNull() ? u""_s : text);
+    }
+    return values;
+}
+
+} // namespace
+
+VXMetaDataSettings::VXMetaDataSettings(const QString &identifier, const QStringList &keys)
+    : _path(folder() + u'/' + identifier + suffix), _keys(keys)
+{
+}
+
+QVariantMap VXMetaDataSettings::present() const
+{
+    return valuesOf(_keys);
+}
+
+bool VXMetaDataSettings::areNoted(const QVariantMap &settings) const
+{
+    return settings.isEmpty() || VXPropertyList::fromFile(_path).toMap() == settings;
+}
+
+bool VXMetaDataSettings::note(const QVariantMap &settings) const
+{
+    return areNoted(settings) ||
+           VXPropertyList::toFile(settings, _path, VXPropertyList::Format::Binary, nullptr, VXFileAccess::Private);
+}
+
+void VXMetaDataSettings::forget() const
+{
+    QFile::remove(_path);
+}
+
+bool VXMetaDataSettings::areAllPresent()
+{
+    const QDir all(folder());
+    const QStringList names = all.entryList({u'*' + suffix}, QDir::Files, QDir::Unsorted);
+    return std::ranges::all_of(names, [&all](const QString &name) {
+        const QVariantMap noted = VXPropertyList::fromFile(all.filePath(name)).toMap();
+        return noted == valuesOf(noted.keys());
+    });
+}

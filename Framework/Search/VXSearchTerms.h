@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+/** What somebody searches for: words, each of them once, and perhaps the digits of a phone number. */
+class VXSearchTerms
+{
+public:
+    explicit VXSearchTerms(const QString &text);
+
+    /** Why it is more than can be searched for; null when it is not. */
+    const QString &problem() const { return _problem; }
+    const QStringList &words() const { return _words; }
+    /** In the form for look-ups; null when it is no phone number, or too short a part of one. */
+    const QString &digits() const { return _digits; }
+
+    enum class Match { Whole, Prefix };
+    /** The FTS5 expression for texts that have all of these words. `kind`: null for all. */
+    static QString expression(const QStringList &words, Match match, const QString &kind = {});
+
+private:
+    QString _problem;
+    QStringList _words;
+    QString _digits;
+};
