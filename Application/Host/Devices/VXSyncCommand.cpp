@@ -83,7 +83,7 @@ QString textOfResults(const QJsonObject &results)
         QStringList parts{textOfOutcome(result, u"added"_s, u"%1 added here"_s),
                           textOfOutcome(result, u"changed"_s, u"%1 changed here"_s),
                           textOfOutcome(result, u"removed"_s, u"%1 removed here"_s),
-                          textOfOutcome(result, u"carriedOut"_s, u"%1 brought to the phone"_s)};
+                          textOfOutcome(result, u"carriedOut"_s, u"%1 changed on the phone"_s)};
         parts.removeAll(QString());
         if (parts.isEmpty() && !result.contains(u"error"_s))
             parts.append(u"nothing to do"_s);
@@ -119,6 +119,8 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
             !question.isEmpty() && agrees(question)) {
             object.insert(deletionsKey, true);
             action = run(context, kind, device, object, &failure);
+        } else if (!question.isEmpty()) {
+            context.output.note(u"nothing was deleted; --yes agrees beforehand"_s);
         }
         QJsonObject result = VXJSONFromVariant(action->result()).toObject();
         if (!failure.isNull())
