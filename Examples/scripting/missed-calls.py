@@ -3,7 +3,10 @@
 import datetime
 import sys
 
-import dbus
+try:
+    import dbus
+except ImportError:
+    sys.exit("missed-calls.py needs the Python module \"dbus\" (Debian: python3-dbus).")
 
 NAME, PATH = "com.halvern.VNX2", "/com/halvern/VNX2"
 

@@ -9,6 +9,7 @@
 #include "VXFolderInMaking.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXPluginManager.h"
 #include "VXStoreLock.h"
 #include "VXStorePast.h"
 
@@ -50,6 +51,10 @@ QString VXDataPlugin::smartFilterVersion() const
 bool VXDataPlugin::copyModels(const QString &path, VXError *error) const
 {
     const QStringList models = dataModelPaths();
+    if (models.isEmpty()) {
+        VXSetError(error, storeError(u"The plugin has no object model"_s, dataStoreName() + ".mom"_L1));
+        return false;
+    }
     return std::all_of(models.cbegin(), models.cend(), [&](const QString &model) {
         const QString copy = path + u'/' + QFileInfo(model).fileName();
         if (QFile::copy(model, copy) && QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner))
@@ -94,7 +99,9 @@ StorePtr VXDataPlugin::createStore(VXError *error)
 bool VXDataPlugin::updateMetaDataForStore(VXCoreDataStore &store, VXError *error)
 {
     constexpr const char *operation = "updateMetaDataForStore:error:";
-    const VXPersistentStoreCoordinator::Ptr coordinator = store.persistentStoreCoordinator();
+    const VXPersistentStoreCoordinator::Ptr coordinator = store.persistentStoreCoordinator(error);
+    if (!coordinator) // which was logged
+        return false;
     const QStringList names = coreDataStoreClass().dataFilesForStorePath(store.storePath());
     if (names.isEmpty()) {
         VXLogMethod(VXLogError, operation, "missing data file "_L1 + VXDescription(store.storePath()));
@@ -102,7 +109,7 @@ bool VXDataPlugin::updateMetaDataForStore(VXCoreDataStore &store, VXError *error
         return false;
     }
     const QString path = store.storePath() + u'/' + names.constLast();
-    const auto attached = coordinator ? coordinator->persistentStoreForPath(path) : nullptr;
+    const auto attached = coordinator->persistentStoreForPath(path);
     if (!attached) {
         const QString url = QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded);
         VXLogMethod(VXLogError, operation, u"missing data store %1: %2"_s.arg(names.constLast(), url));
@@ -277,6 +284,8 @@ void VXDataPlugin::tellOfChangedModel(const VXManagedObjectModel &stored) const
                 hash.key(), VXDescription(identifier()), dataStoreName());
         VXLogMethod(VXLogWarning, "_validateAndSaveStoreController:", text);
         VXConsoleLog(text);
+        if (VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier()))
+            proxy->setLoadError(text);
         return;
     }
 }

@@ -1,5 +1,6 @@
 #include "VXExporterPlugin.h"
 
+#include "VXCallRecord.h"
 #include "VXDiagnostics.h"
 #include "VXException.h"
 #include "VXFramework.h"
@@ -7,6 +8,25 @@
 using namespace Qt::StringLiterals;
 
 const QString VXExporterOptionsFilePathKey = u"VXExporterOptionsFilePath"_s;
+
+namespace {
+
+// A call that ended has begun, whether or not who posts the event told when: by then, as its history tells it.
+QVariant withDate(const QVariant &object)
+{
+    if (object.typeId() != QMetaType::QVariantMap)
+        return object;
+    VXCallRecord call(object);
+    if (call.date.isValid())
+        return object;
+    if (!call.eventDate.isValid())
+        call.eventDate = QDateTime::currentDateTimeUtc();
+    QVariantMap dated = object.toMap();
+    dated.insert(u"date"_s, call.start());
+    return dated;
+}
+
+} // namespace
 
 VXExporterPlugin::VXExporterPlugin() = default;
 
@@ -39,7 +59,7 @@ void VXExporterPlugin::reactToEventWithName(const QString &eventName, const QStr
 {
     const bool isCall = eventName == "incoming_call"_L1 || eventName == "outgoing_call"_L1;
     if (isCall && subtype != "ended"_L1)
-        return;
-    if (const std::optional<VXError> error = exportObjects({object}, options))
+        return remark(VXLocalizedString(u"It writes when the call has ended."_s));
+    if (const std::optional<VXError> error = exportObjects({isCall ? withDate(object) : object}, options))
         presentError(*error);
 }

@@ -48,6 +48,17 @@ bool hasType(const QVariant &value, VXReactorOption::Type type)
     return true;
 }
 
+// Characters, as separators, in quotation marks, or they would look like those between them.
+QString shownChoices(const QStringList &choices)
+{
+    QStringList shown;
+    for (const QString &choice : choices) {
+        const bool isWord = choice.size() > 1 || (!choice.isEmpty() && choice.front().isLetterOrNumber());
+        shown.append(isWord ? choice : u'"' + (choice == "\t"_L1 ? u"<tab>"_s : choice) + u'"');
+    }
+    return shown.join(", "_L1);
+}
+
 } // namespace
 
 QString VXReactorOption::typeName() const
@@ -78,6 +89,6 @@ QString VXReactorOption::problemOf(const QVariant &value) const
     if (!hasType(value, type))
         return VXLocalizedString(u"The option \"%1\" must be a value of the type %2."_s).arg(key, typeName());
     if (!choices.isEmpty() && !choices.contains(value.toString(), Qt::CaseInsensitive))
-        return VXLocalizedString(u"The option \"%1\" must be one of %2."_s).arg(key, choices.join(", "_L1));
+        return VXLocalizedString(u"The option \"%1\" must be one of %2."_s).arg(key, shownChoices(choices));
     return {};
 }

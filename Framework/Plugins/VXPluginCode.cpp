@@ -88,7 +88,8 @@ QString VXPluginCode::problemOfClass(const QMetaObject &type, const VXBundle &bu
     const QString kind = _proxy.pluginClassType();
     const QString base = VXPluginKind::baseClass(kind);
     if (!base.isNull() && !descendsFrom(type, base))
-        return u"Class %1 in %2 is no %3, which its kind \"%4\" asks for"_s.arg(name, bundle.bundlePath(), base, kind);
+        return u"Class %1 in %2 is no %3, which its kind \"%4\" asks for: one of the two is "
+               "to change"_s.arg(name, bundle.bundlePath(), base, kind);
     return {};
 }
 
@@ -100,6 +101,8 @@ std::shared_ptr<VXPlugin> VXPluginCode::makeInstance(QString *reason) const
     QObject *made = nullptr;
     const bool returned = VXCallPlugin(
         _proxy, "instantiate", [&] { made = type->newInstance(); }, reason);
+    if (made == nullptr && !returned)
+        *reason = u"Its constructor threw %1"_s.arg(*reason);
     if (made == nullptr && returned)
         *reason =
             u"Class %1 has no Q_INVOKABLE constructor without arguments"_s.arg(QString::fromUtf8(type->className()));

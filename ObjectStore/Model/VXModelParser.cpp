@@ -13,6 +13,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+QStringList typeNames()
+{
+    QStringList names;
+    for (int type = 0; type <= int(VXAttributeType::PropertyList); ++type)
+        names.append(VXAttributeTypeName(VXAttributeType(type)));
+    return names;
+}
+
 using Token = VXModelToken;
 
 /** A mistake in the source; caught where parsing can go on. */
@@ -156,7 +164,7 @@ private:
         const QString typeName = name(u"the attribute's type"_s);
         const std::optional<VXAttributeType> type = VXAttributeTypeFromName(typeName);
         if (!type)
-            fail(u"\"%1\" is no type of attributes"_s.arg(typeName));
+            fail(u"\"%1\" is no type of attributes; there are %2"_s.arg(typeName, typeNames().join(", "_L1)));
         attribute.type = *type;
         while (!takeMark(u";")) {
             if (takeWord(u"optional"))

@@ -15,7 +15,7 @@ namespace {
 
 std::atomic<VXDiagnosticHandler> diagnosticHandler{nullptr};
 
-std::atomic<bool> omitsRepetitions = false;
+std::atomic<bool> isForPeople = false;
 
 // Whether it is the last text once more.
 bool isRepeated(const QString &text)
@@ -34,29 +34,36 @@ bool isRepeated(const QString &text)
     return false;
 }
 
-} // namespace
-
-void VXConsoleLog(const QString &text)
+// Date, program and process, as other programs write it there.
+QString stamp()
 {
-    if (omitsRepetitions && isRepeated(text))
-        return;
     const auto now = std::chrono::system_clock::now();
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
     const auto milliseconds = now.time_since_epoch() / std::chrono::milliseconds(1) % 1000;
     std::tm local{};
     ::localtime_r(&seconds, &local);
-    std::array<char, 32> stamp{};
-    std::strftime(stamp.data(), stamp.size(), "%Y-%m-%d %H:%M:%S", &local);
-    const QString line = QString::asprintf("%s.%03d %s[%d] ", stamp.data(), int(milliseconds),
-                                           program_invocation_short_name, ::getpid());
-    const QByteArray bytes = line.toUtf8() + text.toUtf8() + '\n';
+    std::array<char, 32> date{};
+    std::strftime(date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &local);
+    return QString::asprintf("%s.%03d %s[%d] ", date.data(), int(milliseconds), program_invocation_short_name,
+                             ::getpid());
+}
+
+} // namespace
+
+void VXConsoleLog(const QString &text)
+{
+    if (isForPeople && isRepeated(text))
+        return;
+    const QString start =
+        isForPeople ? QString::fromLocal8Bit(program_invocation_short_name) + QStringLiteral(": ") : stamp();
+    const QByteArray bytes = start.toUtf8() + text.toUtf8() + '\n';
     // One write keeps lines of several threads whole. Nobody is left to tell when the console is gone.
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, bytes.constData(), size_t(bytes.size()));
 }
 
-void VXSetConsoleOmitsRepetitions(bool flag)
+void VXSetConsoleIsForPeople(bool flag)
 {
-    omitsRepetitions = flag;
+    isForPeople = flag;
 }
 
 VXDiagnosticHandler VXSetDiagnosticHandler(VXDiagnosticHandler handler)

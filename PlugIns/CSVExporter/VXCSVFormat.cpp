@@ -23,7 +23,7 @@ bool isUnsignedNumber(QByteArrayView text)
     return isPoint && point + 1 != text.end() && std::all_of(point + 1, text.end(), isDigit);
 }
 
-// What follows the plus of an international phone number, which may have letters of a type at its end ("/Hm").
+// An international phone number, which may have letters of a type at its end ("/Hm"), without its plus, or one of this country.
 bool isPhoneNumber(QByteArrayView text)
 {
     const auto isLetter = [](char octet) { return QByteArrayView("HWmfp!").contains(octet); };
@@ -34,6 +34,20 @@ bool isPhoneNumber(QByteArrayView text)
     return std::all_of(text.begin(), text.end(), isPart) && std::any_of(text.begin(), text.end(), isDigit);
 }
 
+// "+1 555 0100/m, 555 0101": all that a contact has stand in one field.
+bool arePhoneNumbers(QByteArrayView text)
+{
+    for (qsizetype start = 0; start <= text.size();) {
+        const qsizetype comma = text.indexOf(", ", start);
+        const qsizetype end = comma < 0 ? text.size() : comma;
+        const QByteArrayView number = text.sliced(start, end - start);
+        if (!isPhoneNumber(number.startsWith('+') ? number.sliced(1) : number))
+            return false;
+        start = end + 2;
+    }
+    return true;
+}
+
 // Neither numbers nor phone numbers, which can call no function and name no cell.
 bool beginsFormula(QByteArrayView text)
 {
@@ -41,7 +55,7 @@ bool beginsFormula(QByteArrayView text)
     if (!QByteArrayView("=+-@\t\r").contains(first))
         return false;
     const bool hasSign = first == '+' || first == '-';
-    return !(hasSign && isUnsignedNumber(text.sliced(1))) && !(first == '+' && isPhoneNumber(text.sliced(1)));
+    return !(hasSign && isUnsignedNumber(text.sliced(1))) && !(first == '+' && arePhoneNumbers(text));
 }
 
 } // namespace

@@ -6,6 +6,8 @@
 #include "VXNone.h"
 #include "VXPluginOptions.h"
 
+#include <QtCore/QFileInfo>
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -19,9 +21,10 @@ constexpr qint64 longestStart = 64; // bytes, of which a few may be blank
 std::optional<VXError> VXFileExporter::exportObjects(const QVariantList &objects, const QVariantMap &options)
 {
     const QString path = VXExpandTilde(options.value(VXExporterOptionsFilePathKey).toString());
-    const QString description = VXLocalizedString(u"The export failed."_s);
     if (path.isEmpty())
-        return VXMakeFileError(description, VXLocalizedString(u"No file to export to is set."_s), {});
+        return VXMakeFileError(VXLocalizedString(u"The export failed."_s),
+                               VXLocalizedString(u"No file to export to is set."_s), {});
+    const QString description = VXLocalizedString(u"The export to \"%1\" failed."_s).arg(path);
 
     QVariantList present = objects;
     present.removeIf([](const QVariant &object) { return VXIsNone(object); });
@@ -63,6 +66,14 @@ VXReactorOptions VXFileExporter::reactorOptions() const
                  .type = Type::Boolean,
                  .meaning = VXLocalizedString(u"Whether to write behind what the file holds, or in place of it."_s)}}) +
            furtherOptions();
+}
+
+QString VXFileExporter::problemOfOptions(const QVariantMap &options) const
+{
+    const QString path = VXExpandTilde(options.value(VXExporterOptionsFilePathKey).toString());
+    const QString folder = QFileInfo(path).path();
+    return path.isEmpty() || QFileInfo(folder).isDir() ? QString()
+                                                       : VXLocalizedString(u"There is no folder \"%1\"."_s).arg(folder);
 }
 
 QString VXFileExporter::localizedString(const QString &key) const

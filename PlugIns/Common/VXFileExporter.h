@@ -17,6 +17,8 @@ public:
 
     /** The file and whether to append, and those of `furtherOptions`. */
     VXReactorOptions reactorOptions() const final;
+    /** The folder of the file must be there. */
+    QString problemOfOptions(const QVariantMap &options) const final;
 
 protected:
     /** Those of the format. */

@@ -87,10 +87,10 @@ void VXGammuDriver::askNext()
 
 void VXGammuDriver::start()
 {
-    _process = std::make_unique<VXGammuProcess>(_program, _configure());
+    _process = VXGammuProcess::start(_program, _configure());
     connect(_process.get(), &VXGammuProcess::didReceive, this, &VXGammuDriver::take);
     connect(_process.get(), &VXGammuProcess::willEnd, this, [this] { _isEnding = true; });
-    // Not at once: the process must not be deleted while it tells, and may fail to start before this one has asked.
+    // Not at once: the process may fail to start before this one has asked.
     connect(_process.get(), &VXGammuProcess::didEnd, this, &VXGammuDriver::processDidEnd, Qt::QueuedConnection);
 }
 
@@ -129,15 +129,16 @@ void VXGammuDriver::take(const QCborArray &message)
 void VXGammuDriver::takeProgress(const QCborArray &message)
 {
     Job &job = _jobs.front();
+    const VXDeviceAction::Ptr action = job.action; // whoever hears of the progress may have this one stop
     if (const auto item = decode<Item>(message)) {
         QVariantMap record = item->value;
         if (_complete)
             _complete(record);
         job.items.append(record);
     } else if (const auto expected = decode<Expect>(message)) {
-        job.action->setProgressMaxValue(expected->maximum);
+        action->setProgressMaxValue(expected->maximum);
     } else if (decode<Step>(message)) {
-        job.action->incrementProgress();
+        action->incrementProgress();
     }
 }
 

@@ -8,7 +8,6 @@
 
 #include <deque>
 #include <functional>
-#include <memory>
 
 /**
  * Has the process of a phone do what is asked of the phone, one after the other, and tells what the phone reports. The
@@ -64,9 +63,9 @@ private:
 
     const QString _program;
     const Configure _configure;
-    const Complete _complete;                 // may be none
-    std::unique_ptr<VXGammuProcess> _process; // null: not connected
-    std::deque<Job> _jobs;                    // the first is asked for while _isAsking
+    const Complete _complete;     // may be none
+    VXGammuProcess::Ptr _process; // null: not connected
+    std::deque<Job> _jobs;        // the first is asked for while _isAsking
     bool _isAsking = false;
     bool _isConnected = false;
     bool _isEnding = false; // the process: another takes its place once it is gone

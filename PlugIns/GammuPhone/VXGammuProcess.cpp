@@ -24,6 +24,11 @@ QSet<QProcess *> &leavingProcesses()
 
 } // namespace
 
+VXGammuProcess::Ptr VXGammuProcess::start(const QString &program, const QVariantMap &configuration)
+{
+    return Ptr(new VXGammuProcess(program, configuration));
+}
+
 VXGammuProcess::VXGammuProcess(const QString &program, const QVariantMap &configuration) : _process(new QProcess)
 {
     connect(_process, &QProcess::readyReadStandardOutput, this, &VXGammuProcess::read);
@@ -39,10 +44,13 @@ VXGammuProcess::VXGammuProcess(const QString &program, const QVariantMap &config
     send(VXGammuProtocol::Configure{.values = configuration});
 }
 
-// Hangs up. The process takes leave of its phone, for which nobody waits.
-VXGammuProcess::~VXGammuProcess()
+// The process takes leave of its phone, for which nobody waits.
+void VXGammuProcess::hangUp()
 {
+    _isHungUp = true;
+    disconnect();
     _process->disconnect(this);
+    deleteLater();
     if (_process->state() == QProcess::NotRunning) {
         _process->deleteLater();
         return;
@@ -68,7 +76,7 @@ void VXGammuProcess::cancel()
 void VXGammuProcess::read()
 {
     _frames.add(_process->readAllStandardOutput());
-    while (const auto message = _frames.next()) {
+    while (const auto message = _isHungUp ? std::nullopt : _frames.next()) { // each may make its receiver hang up
         const auto lost = VXGammuProtocol::decode<VXGammuProtocol::Lost>(*message);
         if (!lost) {
             Q_EMIT didReceive(*message);
@@ -77,7 +85,7 @@ void VXGammuProcess::read()
             Q_EMIT willEnd();
         }
     }
-    if (_frames.isDamaged())
+    if (!_isHungUp && _frames.isDamaged())
         _process->kill();
 }
 
@@ -86,6 +94,8 @@ void VXGammuProcess::finish(const QString &reason)
     if (std::exchange(_hasEnded, true))
         return;
     read();
+    if (_isHungUp)
+        return;
     const QByteArray said = _process->readAllStandardError().trimmed();
     if (!said.isEmpty())
         VXLogMethod(VXLogWarning,

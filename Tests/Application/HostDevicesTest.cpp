@@ -303,6 +303,9 @@ TEST_F(HostDevicesTest, RunningMakesTheKnownDevices)
     process.start(hostProgram(), {u"run"_s});
     QByteArray errors;
     EXPECT_TRUE(VXRunUntil([&] { return (errors += process.readAllStandardError()).contains("interrupt to end"); }));
+    const HostOutcome second = runHost({u"run"_s});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_TRUE(second.errors.contains("serves this home already")) << second.errors.toStdString();
     ::kill(static_cast<pid_t>(process.processId()), SIGTERM);
     ASSERT_TRUE(process.waitForFinished());
     EXPECT_TRUE(errors.contains("listening to Mine, " + url.toUtf8())) << errors.toStdString();

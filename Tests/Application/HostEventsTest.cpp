@@ -3,6 +3,7 @@
 #include "VXPluginFixtures.h"
 #include "VXTesting.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
@@ -298,4 +299,89 @@ TEST_F(HostEventsTest, ProcessesPostAtOnceIntoTheSameStores)
     QList<QByteArray> written = readFile(lines).trimmed().split('\n');
     EXPECT_EQ(written.takeFirst(), "call_id\r");
     EXPECT_EQ(QSet<QByteArray>(written.cbegin(), written.cend()).size(), 10);
+}
+
+TEST_F(HostEventsTest, CallsGoIntoASpreadsheetWithTheirDates)
+{
+    const QString file = path(u"calls.csv"_s);
+    const auto added = [&](const QString &option, const QString &value) {
+        return run(u"triggers add --event incoming_call --reactor csvexporter --option columns=date,who --option"_s,
+                   {option + u'=' + value});
+    };
+    EXPECT_THAT(added(u"file"_s, path(u"none/calls.csv"_s)).errors.toStdString(), HasSubstr("There is no folder \""));
+    EXPECT_EQ(added(u"file"_s, file).errors, "");
+    EXPECT_EQ(run(u"phonebook add Jane --number 5550100"_s).status, 0);
+    const QString call = u"{\"from\": \"5550100\", \"event_date\": {\"$date\": \"2026-01-31T12:00:00Z\"}}"_s;
+    EXPECT_THAT(run(u"post incoming_call --trace --subtype ringing --object"_s, {call}).output.toStdString(),
+                HasSubstr("It writes when the call has ended."));
+    EXPECT_EQ(run(u"post incoming_call --subtype ended --object"_s, {call}).status, 0);
+    EXPECT_THAT(readFile(file).toStdString(), testing::MatchesRegex("date,who\r?\n2026-0[^,]*,Jane\r?\n"));
+
+    EXPECT_EQ(run(u"triggers edit p1 --option columns=dat,who"_s).errors.count("did you mean \"date\"?"), 1);
+    EXPECT_EQ(json(u"triggers show p1"_s)[u"reactors"_s][0][u"options"_s][u"VXExporterOptionsFilePath"_s], file);
+    EXPECT_EQ(QDir(path()).remove(u"calls.csv"_s), true);
+    EXPECT_EQ(QDir(path()).mkdir(u"calls.csv"_s), true);
+    EXPECT_THAT(run(u"post incoming_call --subtype ended --object"_s, {call}).errors.toStdString(),
+                HasSubstr("The export to \"" + file.toStdString() + "\" failed."));
+}
+
+TEST_F(HostEventsTest, TellsOfEventsThatNobodyWouldUnderstand)
+{
+    const std::pair<QStringList, const char *> cases[] = {
+        {{u"incoming_cal"_s}, "did you mean \"incoming_call\"?"},
+        {{u"incoming_call"_s, u"--subtype"_s, u"ende"_s}, "did you mean \"ended\"?; there are: ringing"},
+        {{u"incoming_call"_s, u"--object"_s, u"{\"frm\": \"1\"}"_s}, "have no \"frm\"; did you mean \"from\"?"},
+        {{u"incoming_call"_s, u"--object"_s, u"{\"from\": {\"a\": 1}}"_s}, "\"from\" is no text"},
+    };
+    for (const auto &[arguments, problem] : cases)
+        EXPECT_THAT(run(u"post"_s, arguments).errors.toStdString(), HasSubstr(problem));
+    const HostOutcome known = run(u"post outgoing_call --subtype ended --object"_s, {u"{\"to\": \"1\"}"_s});
+    EXPECT_EQ(known.errors, "");
+}
+
+TEST_F(HostEventsTest, ShowsTheHistoryOfCalls)
+{
+    run(u"phonebook add Jane --number 5550100"_s);
+    const auto post = [](const QString &event, const QString &object) {
+        EXPECT_EQ(run(u"post %1 --subtype ended --object"_s.arg(event), {object}).status, 0);
+    };
+    post(u"incoming_call"_s, u"{\"from\": \"+15550100\", \"date\": {\"$date\": \"2026-01-01T10:00:00Z\"}}"_s);
+    post(u"incoming_call"_s, u"{\"from\": \"5550100\", \"duration\": 61, "
+                             u"\"date\": {\"$date\": \"2026-01-02T10:00:00Z\"}}"_s);
+    post(u"outgoing_call"_s, u"{\"to\": \"5550199\", \"date\": {\"$date\": \"2026-01-03T10:00:00Z\"}}"_s);
+    const std::pair<QString, QStringList> cases[] = {
+        {u"calls"_s, {u"p3"_s, u"p2"_s, u"p1"_s}},   {u"calls --missed"_s, {u"p1"_s}},
+        {u"calls --incoming"_s, {u"p2"_s, u"p1"_s}}, {u"calls --outgoing"_s, {u"p3"_s}},
+        {u"calls --with jan"_s, {u"p2"_s, u"p1"_s}}, {u"calls --with 5550199"_s, {u"p3"_s}},
+        {u"calls --limit 1"_s, {u"p3"_s}},           {u"calls --since 2026-01-02T00:00:00Z"_s, {u"p3"_s, u"p2"_s}},
+    };
+    for (const auto &[command, expected] : cases) {
+        QStringList shown;
+        for (const QJsonValue call : json(command).toArray())
+            shown.append(call[u"id"_s].toString());
+        EXPECT_EQ(shown, expected) << command.toStdString();
+    }
+    const std::string table = run(u"calls"_s).output.toStdString();
+    EXPECT_THAT(table, testing::ContainsRegex("in +Jane +1:01"));
+    EXPECT_THAT(table, testing::ContainsRegex("missed +Jane "));
+    for (const char *const wrong : {"calls --since tomorrow", "calls --limit x"})
+        EXPECT_EQ(run(QString::fromLatin1(wrong)).status, 2);
+}
+
+TEST_F(HostEventsTest, TriggersThatFindTheirPluginMissingAreTold)
+{
+    writePlugins();
+    EXPECT_EQ(run(u"triggers add --event ping --name Jane --reactor test.reactor"_s).status, 0);
+    EXPECT_THAT(run(u"plugins disable test.reactor"_s).errors.toStdString(),
+                HasSubstr("Triggers that use it find it missing from now on: Jane (p1)"));
+    EXPECT_THAT(run(u"triggers"_s).output.toStdString(), HasSubstr("reactor (is disabled)"));
+    EXPECT_THAT(run(u"post ping --trace"_s).output.toStdString(), HasSubstr("\"vornix plugins enable test.reactor\""));
+    EXPECT_THAT(run(u"status"_s).output.toStdString(), HasSubstr("Triggers that use it: 1;"));
+
+    EXPECT_TRUE(QDir(shared + u"/test.good.vxplugin"_s).removeRecursively());
+    for (const QString &command : {u"plugins"_s, u"status"_s})
+        EXPECT_THAT(run(command).output.toStdString(), HasSubstr("its bundle is in none of the plugin folders"));
+    EXPECT_EQ(run(u"plugins info test.good"_s).status, 1);
+    EXPECT_EQ(run(u"plugins disable test.good"_s).output, "Disabled test.good.\n");
+    EXPECT_THAT(run(u"plugins"_s).output.toStdString(), testing::Not(HasSubstr("test.good")));
 }

@@ -89,7 +89,8 @@ TEST_F(HostMessagesTest, ListsFitTheLinesThatThereAre)
 TEST_F(HostMessagesTest, WhomAMessageCanNotGoToIsTold)
 {
     const std::pair<QString, const char *> cases[] = {
-        {u"Nobody"_s, "\"Nobody\" is no phone number, and no contact is called so"},
+        {u"Nobody"_s, "\"Nobody\" is no phone number, and no contact is called so\n"},
+        {u"Jane"_s, "no contact is called so; near it is: Jane Doe (p1)"},
         {u"Ann"_s, "Ann has no phone number"},
         {u"joe hill"_s, "Joe Hill has several phone numbers: +1 555 0110, +1 555 0111"},
         {u"+1 555 0100, +1 555 0101"_s, "a message goes to one number at a time"},

@@ -81,13 +81,14 @@ TEST_F(HostPluginsTest, ListsThemAlignedAndAsJSON)
     enable(R"(["org.window", "org.calls", "org.broken"])");
 
     const HostOutcome table = runHost({u"plugins"_s, u"list"_s});
-    EXPECT_EQ(table.output, QByteArray("IDENTIFIER  NAME      VERSION     KIND       STATE\n"
-                                       "org.broken  Fixture   2000        reactor    failed: FixtureException: "
-                                       "thrown as told\n"
-                                       "org.calls   Calls     1.4 (2000)  phonebook  loaded\n"
-                                       "  org.part  Fixture   2000        reactor    loaded\n"
-                                       "org.off     Off line  2000        reactor    disabled\n"
-                                       "org.window  Dialler   2000        interface  loaded\n"));
+    EXPECT_EQ(table.output,
+              QByteArray("IDENTIFIER  NAME      VERSION     KIND       STATE\n"
+                         "org.broken  Fixture   2000        reactor    failed: Its constructor threw FixtureException: "
+                         "thrown as told\n"
+                         "org.calls   Calls     1.4 (2000)  phonebook  loaded\n"
+                         "  org.part  Fixture   2000        reactor    loaded\n"
+                         "org.off     Off line  2000        reactor    disabled\n"
+                         "org.window  Dialler   2000        interface  loaded\n"));
     EXPECT_EQ(table.errors, QByteArray(""));
     EXPECT_EQ(table.status, 0);
 

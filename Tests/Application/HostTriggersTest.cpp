@@ -130,7 +130,10 @@ TEST_F(HostTriggersTest, TellsOfFiltersThatAskForWhatEventsDoNotHave)
         {u"from CONTAINS Jane"_s, "texts stand in quotation marks, as \"Jane\"\n"},
         {u"contact.groups CONTAINS \"Family\""_s, "; ANY contact.groups.name == \"Family\" asks for one"},
         {u"ANY contact.groups.name == \"Family\""_s, ""},
-        {u"from CONTAINS \"Jane\" AND NOT (contact.name == NULL OR duration > 5)"_s, ""},
+        {u"ANY contact.groups.nam == \"Family\""_s, "asks for \"contact.groups.nam\", but there is only "},
+        {u"contact.lstName == \"Doe\""_s, "did you mean \"lastName\"?"},
+        {u"from CONTAINS \"Jane\""_s, "\"who\" has the name"},
+        {u"from CONTAINS \"555\" AND NOT (contact.lastName == NULL OR duration > 5)"_s, ""},
     };
     for (const auto &[filter, doubt] : cases) {
         const HostOutcome added = runHost({u"triggers"_s, u"add"_s, u"--event"_s, u"incoming_call"_s, u"--reactor"_s,

@@ -91,6 +91,8 @@ int bindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &
             u"%1 can not be typed in any program while this hot key is bound"_s.arg(combination->text()));
     manager.setHotKeySettingsForIdentifier(identifier, int(combination->keyCode), int(combination->modifiers),
                                            combination->text());
+    if (const QString problem = VXMakeHotKeyService()->problem(); !problem.isNull())
+        context.output.note(u"hot keys do not work here: %1"_s.arg(problem));
     const QString text = u"%1 runs \"%2\" while \"vornix run\" is running\n"_s.arg(combination->text(), identifier);
     context.output.answer(text, QJsonObject{{u"identifier"_s, identifier},
                                             {u"keys"_s, combination->text()},
@@ -103,7 +105,10 @@ int unbindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString
 {
     if (boundTo(manager, identifier).isNull())
         return context.output.fail(u"\"%1\" is bound to no keys"_s.arg(identifier));
+    const QString keys = boundTo(manager, identifier);
     manager.setHotKeySettingsForIdentifier(identifier, 0, 0, {});
+    context.output.answer(u"%1 does not run \"%2\" any more\n"_s.arg(keys, identifier),
+                          QJsonObject{{u"identifier"_s, identifier}});
     return VXHostOutput::Done;
 }
 

@@ -2,11 +2,11 @@
 #include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
 #include "VXHostCommands.h"
-#include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXInputFile.h"
+#include "VXLimitOption.h"
 #include "VXMessageDesk.h"
 #include "VXMessageImport.h"
 #include "VXOutboxReport.h"
@@ -69,11 +69,10 @@ QJsonObject jsonOf(const Message &message)
 
 int answer(const Desk &desk, VXFetchRequest request)
 {
-    bool isNumber = true;
-    const QString limit = desk.host.options.value(u"limit"_s);
-    request.limit = limit.isNull() ? usualLimit : limit.toLongLong(&isNumber);
-    if (!isNumber || request.limit < 0)
-        return desk.host.output.failUsage(u"--limit takes a number; 0 is no limit"_s, VXHostUsage(desk.host.options));
+    const std::optional<qsizetype> limit = VXLimitOption(desk.host, usualLimit);
+    if (!limit)
+        return VXHostOutput::WrongUsage;
+    request.limit = *limit;
     VXError error;
     const auto found = desk.context.executeFetchRequest(request, &error);
     if (!found)
@@ -131,12 +130,27 @@ int read(const Desk &desk)
     return !desk.context.hasChanges() || desk.context.save(&error) ? show(desk, message) : desk.fail(error);
 }
 
+// The phone that what is moved to the folder would wait for in vain. Null for none.
+QString unknownPhoneOf(const VXManagedObjectPtr &folder)
+{
+    const bool isSmart = folder->entity().name() == "VXSmartDeviceFolder"_L1;
+    const auto target = isSmart ? folder->valueForKey(u"deviceFolder"_s).value<VXManagedObjectPtr>() : folder;
+    const QString phone = target && target->entity().name() == "VXDeviceFolder"_L1
+                              ? target->valueForKey(u"url_search"_s).toString()
+                              : QString();
+    const bool isKnown = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(QUrl(phone));
+    return phone.isEmpty() || isKnown ? QString() : phone;
+}
+
 int move(const Desk &desk)
 {
     const Message message = desk.messageNamed(desk.operand(1));
     const VXManagedObjectPtr folder = message ? desk.folderNamed(desk.operand(2)) : VXManagedObjectPtr();
     if (!folder)
         return VXHostOutput::Failed;
+    if (const QString phone = unknownPhoneOf(folder); !phone.isNull())
+        return desk.fail(
+            u"the phone of that folder, %1, is not known any more: nothing would be put on it"_s.arg(phone));
     QVariantMap info;
     if (!VXMoveMessageToFolder(message, folder, desk.host.options.isSet(u"copy"_s), &info))
         return desk.fail(u"the message is in that folder already"_s);

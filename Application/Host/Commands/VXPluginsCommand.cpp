@@ -13,7 +13,8 @@
 #include "VXPluginSigning.h"
 #include "VXPluginUpdates.h"
 #include "VXTextTable.h"
-#include "VXTriggerStore.h"
+#include "VXTriggerReport.h"
+#include "VXUserDefaults.h"
 #include "VXVersion.h"
 
 #include <QtCore/QCoreApplication>
@@ -42,6 +43,10 @@ int list(VXHostContext &context, VXPluginManager &manager)
         const VXPluginReport report(manager, *plugin);
         json.append(report.json());
         rows.append(report.columns());
+    }
+    for (const VXAbsentPlugin &plugin : VXAbsentPlugins(manager)) {
+        json.append(plugin.json());
+        rows.append(plugin.columns());
     }
     context.output.answer(json.isEmpty() ? u"There are no plugins.\n"_s
                                          : VXFittingTable(context.output, rows, {u"VERSION"_s, u"KIND"_s, u"NAME"_s}),
@@ -111,7 +116,7 @@ int install(VXHostContext &context, VXPluginManager &manager)
         QFileInfo(path).isDir() ? VXPluginScanner::peekAtBundleInfo(path) : QVariantMap(); // before it is moved
     const QString identifier = info.value(u"CFBundleIdentifier"_s).toString();
     if (const QString what = whatGivesWay(manager, path, info); !what.isNull() && !agrees(what))
-        return context.output.fail(u"nothing was installed"_s);
+        return context.output.fail(u"nothing was installed; --answer default agrees beforehand"_s);
     VXError error;
     const VXPluginInstallResult result = manager.installBundleAtPath(path, &error);
     if (result == VXPluginInstallResult::Failed)
@@ -135,8 +140,29 @@ int install(VXHostContext &context, VXPluginManager &manager)
 
 // -- Of one plugin
 
+// One that is enabled and not there can be taken off the list, and no more.
+int disableAbsent(VXHostContext &context, const VXAbsentPlugin &plugin)
+{
+    VXUserDefaults::standardUserDefaults().updateObject(u"plugins"_s, [&](const QVariant &current) {
+        QStringList enabled = current.toStringList();
+        enabled.removeAll(plugin.identifier);
+        return QVariant(enabled);
+    });
+    context.output.answer(u"Disabled %1.\n"_s.arg(plugin.identifier), plugin.json());
+    return VXHostOutput::Done;
+}
+
 int unknown(VXHostContext &context, const VXPluginManager &manager, const QString &identifier)
 {
+    for (const VXAbsentPlugin &plugin : VXAbsentPlugins(manager)) {
+        if (plugin.identifier != identifier)
+            continue;
+        if (context.options.operand(0) == "disable"_L1)
+            return disableAbsent(context, plugin);
+        return context.output.fail(
+            u"%1 is not installed: %2; \"vornix plugins disable %1\" takes it off the list"_s.arg(identifier,
+                                                                                                  plugin.reason));
+    }
     const auto choice = manager.choiceForPlugin(identifier);
     if (!choice)
         return context.output.fail(VXProblemOfPluginName(manager.allPlugins(), identifier, u"plugin"_s) +
@@ -228,6 +254,12 @@ QString disableWithDependants(VXHostContext &context, VXPluginManager &manager, 
     return plugin.isEnabled() ? manager.lastRefusal() : QString();
 }
 
+void noteTriggers(VXHostContext &context, const QStringList &triggers)
+{
+    if (!triggers.isEmpty())
+        context.output.note(u"Triggers that use it find it missing from now on: %1"_s.arg(triggers.join(", "_L1)));
+}
+
 int disable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
 {
     const VXPluginReport report(manager, plugin);
@@ -239,27 +271,11 @@ int disable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plu
     if (!plugin.isEnabled())
         return changed(context, u"%1 is disabled already."_s.arg(report.title()), report);
     const QList<VXPluginProxy *> enabled = manager.enabledPlugins();
+    const QStringList triggers = VXTriggersByPlugin().value(plugin.identifier());
     if (const QString problem = disableWithDependants(context, manager, plugin); !problem.isNull())
         return context.output.fail(u"%1 was not disabled: %2"_s.arg(report.title(), problem));
+    noteTriggers(context, triggers);
     return changed(context, u"Disabled %1."_s.arg(namesWithout(manager, enabled, manager.enabledPlugins())), report);
-}
-
-// The user's triggers that run it, or a plugin inside it.
-QStringList triggersThatUse(const VXPluginManager &manager, const VXPluginProxy &plugin)
-{
-    QStringList titles;
-    const auto store = VXTriggerStore::open();
-    const auto triggers = store ? store->triggers() : std::nullopt;
-    for (const VXTrigger &trigger : triggers ? *triggers : QList<VXTrigger>()) {
-        const QList<VXReaction> reactions = trigger.reactions();
-        const bool uses = std::ranges::any_of(reactions, [&](const VXReaction &reaction) {
-            VXPluginProxy *const reactor = manager.pluginWithIdentifier(reaction.bundleIdentifier());
-            return reactor != nullptr && reactor->rootProxy() == &plugin;
-        });
-        if (uses)
-            titles.append(u"%1 (%2)"_s.arg(trigger.title(), trigger.shortID()));
-    }
-    return titles;
 }
 
 int removePlugin(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
@@ -275,13 +291,12 @@ int removePlugin(VXHostContext &context, VXPluginManager &manager, VXPluginProxy
         if (const QString problem = disableWithDependants(context, manager, plugin); !problem.isNull())
             return context.output.fail(u"%1 was not removed: %2"_s.arg(report.title(), problem));
     }
-    const QStringList triggers = triggersThatUse(manager, plugin);
+    const QStringList triggers = VXTriggersByPlugin().value(plugin.identifier());
     QString trashed;
     if (const VXError error = VXFileManager::defaultManager().safelyTrashFileAtPath(path, &trashed))
         return context.output.fail(
             u"%1 was not removed: %2"_s.arg(report.title(), error.localizedRecoverySuggestion()));
-    if (!triggers.isEmpty())
-        context.output.note(u"Triggers that use it find it missing from now on: %1"_s.arg(triggers.join(", "_L1)));
+    noteTriggers(context, triggers);
     return changed(context, u"Removed %1; it lies in the trash: %2"_s.arg(report.title(), trashed), report);
 }
 
@@ -329,8 +344,8 @@ VXHostVerb ofBundle(const QString &name)
 const Verb verbs[] = {
     {{u"list"_s}, list, nullptr},
     {ofPlugin(u"info"_s), nullptr, info},
-    {ofPlugin(u"enable"_s), nullptr, enable},
-    {ofPlugin(u"disable"_s), nullptr, disable},
+    {{u"enable"_s, u"ID"_s, 1, 1, {u"disabled-plugins"_s}}, nullptr, enable},
+    {{u"disable"_s, u"ID"_s, 1, 1, {u"enabled-plugins"_s}}, nullptr, disable},
     {ofBundle(u"install"_s), install, nullptr},
     {ofPlugin(u"remove"_s), nullptr, removePlugin},
     {ofPlugin(u"retry"_s), nullptr, retry},

@@ -3,6 +3,8 @@
 #include "VXDeviceRegistry.h"
 #include "VXDeviceURL.h"
 #include "VXEventLines.h"
+#include "VXFileLock.h"
+#include "VXFileManager.h"
 #include "VXHostCommands.h"
 #include "VXHostOutput.h"
 #include "VXHotKeyManager.h"
@@ -110,8 +112,24 @@ void tellWhetherScriptsReach(const VXScriptingService &service, VXHostOutput &ou
         output.note(u"scripts can not reach this program: %1"_s.arg(problem));
 }
 
+// Two that serve the same home would run each trigger twice. Where no lock can be had, as on some file systems, there is none.
+QString problemOfOther(const VXFileLock &lock)
+{
+    if (lock.isHeld() || lock.isImpossible())
+        return {};
+    return lock.isTimedOut()
+               ? u"\"vornix run\" serves this home already; each event would run its triggers twice"_s
+               : u"it can not be told whether \"vornix run\" serves this home already: %1"_s.arg(lock.reason());
+}
+
 int runRun(VXHostContext &context)
 {
+    const QString folder = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder();
+    static_cast<void>(
+        VXFileManager::defaultManager().verifyPathExists(folder)); // what ails it is told by the plugins' session
+    const VXFileLock lock(folder + "/.run.lock"_L1, std::chrono::milliseconds(0));
+    if (const QString problem = problemOfOther(lock); !problem.isNull())
+        return context.output.fail(problem);
     VXMetaDataSync::setWork(VXMetaDataWork::Passes); // also for what other commands save
     return VXRunWithPlugins(context, [&context](VXPluginManager &manager) {
         VXHostOutput &output = context.output;
@@ -145,6 +163,6 @@ VXHostCommand VXRunCommand()
                        u"with a line, "
                        "calls and messages with the name of the contact. Ends at an "
                        u"interrupt (Ctrl-C) or SIGTERM, once the plugins agree to it. A second one ends "
-                       "at once."_s,
+                       "at once. Only one serves a home at a time; another is refused."_s,
             .run = runRun};
 }

@@ -117,7 +117,9 @@ VXPluginProxy *devicePlugin(VXHostContext &context, VXPluginManager &manager, co
         return nullptr;
     }
     if (!plugin->isEnabled() || !plugin->isLoaded()) {
-        context.output.fail(u"%1 is %2"_s.arg(report.title(), report.state()));
+        const QString remedy =
+            plugin->isEnabled() ? QString() : u"; \"vornix plugins enable %1\" enables it"_s.arg(plugin->identifier());
+        context.output.fail(u"%1 is %2"_s.arg(report.title(), report.state()) + remedy);
         return nullptr;
     }
     return plugin;

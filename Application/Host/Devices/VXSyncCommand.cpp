@@ -94,7 +94,7 @@ QString textOfResults(const QJsonObject &results)
         QStringList parts{textOfOutcome(result, u"added"_s, u"%1 added here"_s),
                           textOfOutcome(result, u"changed"_s, u"%1 changed here"_s),
                           textOfOutcome(result, u"removed"_s, u"%1 removed here"_s),
-                          textOfOutcome(result, u"carriedOut"_s, u"%1 brought to the phone"_s)};
+                          textOfOutcome(result, u"carriedOut"_s, u"%1 changed on the phone"_s)};
         parts.removeAll(QString());
         if (parts.isEmpty() && !result.contains(u"error"_s))
             parts.append(u"nothing to do"_s);
@@ -131,6 +131,8 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
         if (const QString key = question.isEmpty() ? QString() : answerTo(question); !key.isNull()) {
             object.insert(key, true);
             action = run(context, kind, device, object, &failure);
+        } else if (!question.isEmpty()) {
+            context.output.note(u"nothing was deleted; --yes agrees beforehand"_s);
         }
         QJsonObject result = VXJSONFromVariant(action->result()).toObject();
         if (!failure.isNull())

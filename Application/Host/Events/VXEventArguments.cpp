@@ -4,6 +4,7 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXJSON.h"
+#include "VXNearestWord.h"
 #include "VXReactionOutcome.h"
 #include "VXSignalWatcher.h"
 #include "VXTextArgument.h"
@@ -50,6 +51,18 @@ VXEventRecord VXPostAndAwait(const VXEvent &event)
 void VXNoteUnlistedEvent(VXHostContext &context, const QString &event)
 {
     if (!VXEventManager::sharedEventManager().bundleForEventName(event))
-        context.output.note(
-            u"No plugin says that it posts \"%1\"; \"vornix events\" shows what they post."_s.arg(event));
+        context.output.note(u"No plugin says that it posts \"%1\"%2; \"vornix events\" shows what they post."_s.arg(
+            event, VXDidYouMean(event, VXEventManager::sharedEventManager().events().keys())));
+}
+
+void VXNoteUnlistedSubtype(VXHostContext &context, const QString &event, const QString &subtype)
+{
+    const VXBundle::Ptr bundle = VXEventManager::sharedEventManager().bundleForEventName(event);
+    const QVariantMap events = bundle ? bundle->infoDictionary().value(u"VXPostsEvents"_s).toMap() : QVariantMap();
+    const QStringList known = events.value(event).toMap().value(u"subtypes"_s).toStringList();
+    if (known.isEmpty() || known.contains(subtype))
+        return;
+    context.output.note(subtype.isNull() ? u"\"%1\" is understood by its subtype: %2"_s.arg(event, known.join(", "_L1))
+                                         : u"\"%1\" is no subtype of \"%2\"%3; there are: %4"_s.arg(
+                                               subtype, event, VXDidYouMean(subtype, known), known.join(", "_L1)));
 }

@@ -23,3 +23,5 @@ bool VXReadReactorOption(const QString &text, QVariantMap *options, QString *pro
 
 /** Tells the user when no plugin lists the event, which may be misspelt. */
 void VXNoteUnlistedEvent(VXHostContext &context, const QString &event);
+/** Tells the user when the event has subtypes, and this is none of them. */
+void VXNoteUnlistedSubtype(VXHostContext &context, const QString &event, const QString &subtype);

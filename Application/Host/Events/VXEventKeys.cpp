@@ -1,7 +1,13 @@
 #include "VXEventKeys.h"
 
+#include "VXDataManager.h"
 #include "VXNearestWord.h"
+#include "VXNone.h"
 #include "VXPredicate.h"
+#include "VXStoreObjects.h"
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -45,6 +51,64 @@ QString textKeyOfList(const QStringList &keys)
     return keys.size() == 2 && keys.first() == "contact"_L1 ? texts.value(keys.last()) : QString();
 }
 
+bool hasLetters(const QVariant &value)
+{
+    const QString text = value.typeId() == QMetaType::QString ? value.toString() : QString();
+    return std::ranges::any_of(text, [](QChar character) { return character.isLetter(); });
+}
+
+// "\"contact.nme\", but a contact has only ...": what the key path asks a contact for and it does not have. Null where it does, or
+// nothing is known.
+QString doubtOfContactKeys(const QStringList &keys)
+{
+    static const QString further = u"displayString"_s;
+    const auto coordinator = VXDataManager::sharedDataManager().openCoordinatorForDataStore(u"phonebook"_s);
+    const VXEntityDescription *entity =
+        coordinator && keys.first() == "contact"_L1 ? coordinator->model().entityForName(u"VXPerson"_s) : nullptr;
+    for (qsizetype at = 1; entity != nullptr && at < keys.size(); ++at) {
+        const VXPropertyDescription *const property = entity->propertyForName(keys[at]);
+        if (property == nullptr && keys[at] != further && !keys[at].startsWith(u'@')) {
+            QStringList known{further};
+            for (const QString &name : VXNamesOfProperties(*entity))
+                known.append(name);
+            return u"\"%1\", but there is only %2%3"_s.arg(keys.join(u'.'), known.join(", "_L1),
+                                                           VXDidYouMean(keys[at], known));
+        }
+        const VXRelationshipDescription *const relationship =
+            property == nullptr ? nullptr : property->asRelationship();
+        entity = relationship == nullptr ? nullptr : &relationship->destination();
+    }
+    return {};
+}
+
+QStringList columnsIn(const QVariant &value)
+{
+    QStringList columns =
+        value.typeId() == QMetaType::QString ? value.toString().split(u',', Qt::SkipEmptyParts) : value.toStringList();
+    for (QString &column : columns)
+        column = column.trimmed();
+    return columns;
+}
+
+// The key paths in braces, as texts of reactors have them.
+QStringList fieldsIn(const QString &text, QString *problem)
+{
+    QStringList fields;
+    for (qsizetype brace = text.indexOf(u'{'); brace >= 0; brace = text.indexOf(u'{', brace + 1)) {
+        if (text.mid(brace + 1, 1) == "{"_L1) {
+            ++brace;
+            continue;
+        }
+        const qsizetype end = text.indexOf(u'}', brace);
+        if (end < 0) {
+            *problem = u"has a \"{\" without its \"}\"; \"{{\" stands for the character itself"_s;
+            return {};
+        }
+        fields.append(text.sliced(brace + 1, end - brace - 1).trimmed());
+    }
+    return fields;
+}
+
 } // namespace
 
 QStringList VXKeysOfEvent(const QString &event)
@@ -75,10 +139,56 @@ QString VXDoubtOfFilter(const QString &filter, const QString &event)
         if (const QString text = textKeyOfList(keys); !text.isNull() && other.typeId() == QMetaType::QString)
             return u"The filter compares \"%1\" with a text, but these are objects; ANY %1.%2 == \"%3\" asks for one of them"_s
                 .arg(keys.join(u'.'), text, other.toString());
+        if ((key == "from"_L1 || key == "to"_L1) && hasLetters(other))
+            return u"\"%1\" is what the phone tells, mostly a number alone; \"who\" has the name from the phonebook too"_s
+                .arg(key);
+        if (const QString doubt = doubtOfContactKeys(keys); !doubt.isNull())
+            return "The filter asks for "_L1 + doubt;
         if (known.contains(key) || key.startsWith(u'@'))
             continue;
         return u"The filter asks for \"%1\", but objects of %2 have only %3; texts stand in quotation marks%4"_s.arg(
             key, event, known.join(", "_L1), isRight ? u", as \"%1\""_s.arg(key) : VXDidYouMean(key, known));
+    }
+    return {};
+}
+
+QString VXDoubtOfOptions(const QVariantMap &options, const VXReactorOptions &described, const QString &event)
+{
+    const QStringList known = VXKeysOfEvent(event);
+    if (known.isEmpty())
+        return {};
+    for (const VXReactorOption &option : described) {
+        const QVariant value = options.value(option.key);
+        const bool isText = option.type == VXReactorOption::Type::Text;
+        if (!value.isValid() || (!isText && option.key != "columns"_L1))
+            continue;
+        QString problem;
+        const QStringList paths = isText ? fieldsIn(value.toString(), &problem) : columnsIn(value);
+        if (!problem.isNull())
+            return u"The option \"%1\" %2"_s.arg(option.key, problem);
+        const QStringList all = isText ? known + QStringList{u"event"_s, u"subtype"_s} : known;
+        for (const QString &path : paths) {
+            const QStringList keys = path.split(u'.');
+            const QString doubt = all.contains(keys.first())
+                                      ? doubtOfContactKeys(keys)
+                                      : u"\"%1\", but objects of %2 have only %3%4"_s.arg(
+                                            path, event, known.join(", "_L1), VXDidYouMean(keys.first(), all));
+            if (!doubt.isNull())
+                return u"The option \"%1\" asks for %2"_s.arg(option.key, doubt);
+        }
+    }
+    return {};
+}
+
+QString VXDoubtOfObject(const QVariantMap &object, const QString &event)
+{
+    static const QStringList texts{u"from"_s, u"to"_s, u"device_url"_s, u"text"_s, u"call_id"_s};
+    const QStringList known = VXKeysOfEvent(event);
+    for (auto value = object.begin(); value != object.end() && !known.isEmpty(); ++value) {
+        if (!known.contains(value.key()))
+            return u"Objects of %1 have no \"%2\"%3"_s.arg(event, value.key(), VXDidYouMean(value.key(), known));
+        if (texts.contains(value.key()) && value->typeId() != QMetaType::QString && !VXIsNone(*value))
+            return u"\"%1\" is no text, and not understood"_s.arg(value.key());
     }
     return {};
 }

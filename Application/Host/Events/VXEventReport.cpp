@@ -1,6 +1,8 @@
 #include "VXEventReport.h"
 
 #include "VXHostOutput.h"
+#include "VXPluginManager.h"
+#include "VXPluginProxy.h"
 
 #include <algorithm>
 
@@ -39,6 +41,15 @@ QString reasonOf(const VXTriggerRecord &trigger)
     return {};
 }
 
+// Of a reactor that did not run, as things are now.
+QString absenceOf(const QString &identifier)
+{
+    const VXPluginProxy *const plugin = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier);
+    return plugin != nullptr && plugin->isInstalled() && !plugin->isEnabled()
+               ? u"is disabled; \"vornix plugins enable %1\" enables it"_s.arg(identifier)
+               : u"is not installed, or not enabled"_s;
+}
+
 QString outcomeOf(const VXReactionRecord &reaction)
 {
     switch (reaction.outcome) {
@@ -50,7 +61,7 @@ QString outcomeOf(const VXReactionRecord &reaction)
     case ReactionOutcome::Running:
         return u"goes on, or was cut off with the process that posted the event"_s;
     case ReactionOutcome::Missing:
-        return u"is not installed, or not enabled"_s;
+        return absenceOf(reaction.identifier);
     }
     return {};
 }

@@ -1,4 +1,5 @@
 #include "VXEventArguments.h"
+#include "VXEventKeys.h"
 #include "VXEventReport.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
@@ -24,6 +25,9 @@ int post(VXHostContext &context, QVariant object)
         object = QVariant::fromValue(stored.object);
     }
     VXNoteUnlistedEvent(context, name);
+    VXNoteUnlistedSubtype(context, name, options.value(u"subtype"_s));
+    if (const QString doubt = VXDoubtOfObject(object.toMap(), name); !doubt.isNull())
+        context.output.note(doubt);
     const VXEventRecord record = VXPostAndAwait({name, options.value(u"subtype"_s), object});
     return VXReportEvent(context, record, options.isSet(u"trace"_s));
 }

@@ -97,6 +97,16 @@ QStringList VXReactorReport::lines() const
     return lines;
 }
 
+VXReactorOptions VXReactorReport::optionsOf(const QString &identifier)
+{
+    const VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier);
+    const VXPluginProxy::Instance instance = proxy == nullptr ? VXPluginProxy::Instance() : proxy->singleton();
+    VXReactorOptions options;
+    if (const auto *const reactor = dynamic_cast<const VXReactorPlugin *>(instance.get()))
+        VXCallPlugin(*proxy, "reactorOptions", [&] { options = reactor->reactorOptions(); });
+    return options;
+}
+
 QStringList VXReactorReport::columnTitles()
 {
     return {u"ID"_s, u"NAME"_s, u"CATEGORY"_s, u"EVENTS"_s};

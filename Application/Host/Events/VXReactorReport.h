@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXHostCommand.h"
+#include "VXReactorOption.h"
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QList>
@@ -20,6 +21,9 @@ public:
     /** A line for a table with the titles of `columnTitles`. */
     QStringList columns() const;
     static QStringList columnTitles();
+
+    /** As the reactor describes them; empty where it does not, or is not loaded. */
+    static VXReactorOptions optionsOf(const QString &identifier);
 
 private:
     QJsonObject _json;

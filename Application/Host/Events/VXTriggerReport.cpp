@@ -1,10 +1,15 @@
 #include "VXTriggerReport.h"
 
 #include "VXHostJSON.h"
+#include "VXPluginManager.h"
+#include "VXPluginReport.h"
+#include "VXTriggerStore.h"
 #include "VXTriggerTrial.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QUrl>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -12,7 +17,20 @@ namespace {
 
 QJsonObject jsonOf(const VXReaction &reaction)
 {
-    return {{u"reactor"_s, reaction.bundleIdentifier()}, {u"options"_s, VXJSONFromVariant(reaction.userOptions())}};
+    return {{u"reactor"_s, reaction.bundleIdentifier()},
+            {u"options"_s, VXJSONFromVariant(reaction.userOptions())},
+            {u"problem"_s, VXJSONFromVariant(reaction.problem())}};
+}
+
+// By the last part of its identifier, unless that is another's too; with what keeps it from running.
+QString shownReactor(const VXReaction &reaction)
+{
+    const QString identifier = reaction.bundleIdentifier();
+    const QString name = identifier.section(u'.', -1);
+    const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+    const QString shown = VXPluginsCalled(manager.allPlugins(), name).size() > 1 ? identifier : name;
+    const QString problem = reaction.problem();
+    return problem.isNull() ? shown : u"%1 (%2)"_s.arg(shown, problem);
 }
 
 QString valueText(const QVariant &value)
@@ -46,12 +64,12 @@ QStringList VXTriggerReport::columnTitles()
 
 QStringList VXTriggerReport::columns() const
 {
-    QStringList identifiers;
+    QStringList reactors;
     for (const VXReaction &reaction : _trigger.reactions())
-        identifiers.append(reaction.bundleIdentifier());
-    return {_trigger.shortID(),        _trigger.isEnabled() ? u"enabled"_s : u"disabled"_s,
-            _trigger.eventName(),      _trigger.userName(),
-            identifiers.join(", "_L1), _trigger.filterText()};
+        reactors.append(shownReactor(reaction));
+    return {_trigger.shortID(),     _trigger.isEnabled() ? u"enabled"_s : u"disabled"_s,
+            _trigger.eventName(),   _trigger.userName(),
+            reactors.join(", "_L1), _trigger.filterText()};
 }
 
 QStringList VXTriggerReport::lines() const
@@ -73,6 +91,25 @@ QStringList VXTriggerReport::lines() const
                                                 own.contains(option.key()) ? QString() : u" (default)"_s));
     }
     return lines;
+}
+
+QMap<QString, QStringList> VXTriggersByPlugin()
+{
+    QMap<QString, QStringList> titles;
+    const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+    const auto store = VXTriggerStore::open();
+    const auto triggers = store ? store->triggers() : std::nullopt;
+    for (const VXTrigger &trigger : triggers ? *triggers : QList<VXTrigger>()) {
+        QStringList roots;
+        for (const VXReaction &reaction : trigger.reactions()) {
+            VXPluginProxy *const reactor = manager.pluginWithIdentifier(reaction.bundleIdentifier());
+            roots.append(reactor == nullptr ? reaction.bundleIdentifier() : reactor->rootProxy()->identifier());
+        }
+        roots.removeDuplicates();
+        for (const QString &root : std::as_const(roots))
+            titles[root].append(u"%1 (%2)"_s.arg(trigger.title(), trigger.shortID()));
+    }
+    return titles;
 }
 
 // -- Trying it out

@@ -3,6 +3,7 @@
 #include "VXTrigger.h"
 
 #include <QtCore/QJsonObject>
+#include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
@@ -27,3 +28,6 @@ public:
 private:
     const VXTrigger _trigger;
 };
+
+/** The user's triggers, "Calls of Jane (p1)", by the identifiers of the plugins that they run, or that hold those. */
+[[nodiscard]] QMap<QString, QStringList> VXTriggersByPlugin();

@@ -19,6 +19,7 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -95,21 +96,37 @@ QString reactorIdentifier(VXHostContext &context, const QString &text, QString *
     return {};
 }
 
-// The reactors with the options that follow each.
-QList<Reaction> reactionArguments(VXHostContext &context, Arguments &arguments)
+// An exporter's file has a long name.
+void lengthenFileOption(Reaction &reaction)
+{
+    const QString brief = u"file"_s;
+    const VXReactorOptions described = VXReactorReport::optionsOf(reaction.identifier);
+    const auto has = [&](const QString &key) {
+        return std::ranges::any_of(described, [&](const VXReactorOption &option) { return option.key == key; });
+    };
+    if (reaction.options.contains(brief) && has(VXExporterOptionsFilePathKey) && !has(brief))
+        reaction.options.insert(VXExporterOptionsFilePathKey, reaction.options.take(brief));
+}
+
+// The reactors with the options that follow each; without a reactor they change those of the only one that the edited trigger has.
+QList<Reaction> reactionArguments(VXHostContext &context, const VXTrigger &edited, Arguments &arguments)
 {
     QList<Reaction> reactions;
+    const QList<VXReaction> present = edited.isNull() ? QList<VXReaction>() : edited.reactions();
     for (const auto &[name, value] : context.options.occurrences()) {
         if (name == "reactor"_L1)
             reactions.append({reactorIdentifier(context, value, &arguments.problem), {}});
         if (name != "option"_L1)
             continue;
+        if (reactions.isEmpty() && present.size() == 1)
+            reactions.append({present.first().bundleIdentifier(), present.first().userOptions()});
         if (reactions.isEmpty())
             arguments.misuse = u"--option %1 stands before any --reactor"_s.arg(value);
         else
             VXReadReactorOption(value, &reactions.last().options, &arguments.misuse);
     }
     for (Reaction &reaction : reactions) {
+        lengthenFileOption(reaction);
         const QString file = reaction.options.value(VXExporterOptionsFilePathKey).toString();
         if (!file.isEmpty() && !file.startsWith(u'~')) // from here, wherever the event will be posted
             reaction.options[VXExporterOptionsFilePathKey] = QDir::current().absoluteFilePath(file);
@@ -122,7 +139,7 @@ std::optional<QString> given(const VXHostOptions &options, const QString &name)
     return options.isSet(name) ? std::optional(options.value(name)) : std::nullopt;
 }
 
-Arguments argumentsOf(VXHostContext &context)
+Arguments argumentsOf(VXHostContext &context, const VXTrigger &edited = {})
 {
     const VXHostOptions &options = context.options;
     Arguments arguments{.change = {.event = given(options, u"event"_s),
@@ -130,7 +147,7 @@ Arguments argumentsOf(VXHostContext &context)
                                    .filter = given(options, u"filter"_s)}};
     if (options.isSet(u"no-filter"_s))
         arguments.change.filter = QString();
-    if (const QList<Reaction> reactions = reactionArguments(context, arguments); !reactions.isEmpty())
+    if (const QList<Reaction> reactions = reactionArguments(context, edited, arguments); !reactions.isEmpty())
         arguments.change.reactions = reactions;
     return arguments;
 }
@@ -153,6 +170,12 @@ void noteDoubts(VXHostContext &context, const VXTrigger &trigger)
     VXNoteUnlistedEvent(context, trigger.eventName());
     if (const QString doubt = VXDoubtOfFilter(trigger.filterText(), trigger.eventName()); !doubt.isNull())
         context.output.note(doubt);
+    for (const VXReaction &reaction : trigger.reactions()) {
+        const QString doubt = VXDoubtOfOptions(
+            reaction.userOptions(), VXReactorReport::optionsOf(reaction.bundleIdentifier()), trigger.eventName());
+        if (!doubt.isNull())
+            context.output.note(doubt);
+    }
 }
 
 int add(VXHostContext &context, VXTriggerStore &triggers)
@@ -180,7 +203,7 @@ int add(VXHostContext &context, VXTriggerStore &triggers)
 
 int edit(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger)
 {
-    Arguments arguments = argumentsOf(context);
+    Arguments arguments = argumentsOf(context, trigger);
     const VXTriggerChange &change = arguments.change;
     if (arguments.misuse.isNull() && !change.event && !change.name && !change.filter && !change.reactions)
         arguments.misuse = u"edit needs what to change"_s;
@@ -191,7 +214,7 @@ int edit(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger)
     VXError error;
     if (!triggers.change(trigger, change, &error))
         return refused(context, change, error);
-    if (change.event || change.filter)
+    if (change.event || change.filter || change.reactions)
         noteDoubts(context, trigger);
     return savedTrigger(context, triggers, u"Changed"_s, trigger);
 }
@@ -235,7 +258,9 @@ int move(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger)
     VXError error;
     if (!triggers.move(trigger, place, &error))
         return context.output.fail(VXErrorText(error));
-    return savedTrigger(context, triggers, u"Moved"_s, trigger);
+    const qsizetype count = triggers.triggers(trigger.eventName()).value_or(QList<VXTrigger>()).size();
+    return savedTrigger(context, triggers,
+                        u"Moved to place %1 of %2:"_s.arg(std::min<qsizetype>(place, count)).arg(count), trigger);
 }
 
 int copy(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger)
@@ -316,14 +341,18 @@ VXHostCommand VXTriggersCommand()
             "\"list\" shows all; \"add\" makes one, which runs after those of the same event; \"test ID\" tells "
             "whether the filter lets an object pass and what would run, and runs nothing. \"edit ID\" changes what is "
             "given: "
-            "--reactor takes the place of all reactors there are, --no-filter takes the filter away. \"move ID "
+            "--reactor takes the place of all reactors there are, --option without it changes an option of the only "
+            "one, "
+            "--no-filter takes the filter away. \"move ID "
             "--place N\" makes it the Nth of its event. ID is as \"list\" shows it, or the name that only one has.\n"
             "An --option belongs to the --reactor before it. A value that is a list or an object in JSON is "
-            "taken as such, any other as text. A relative path of a file to export to counts from the current folder.\n"
+            "taken as such, any other as text. \"file\" is short for the option \"VXExporterOptionsFilePath\" of "
+            "exporters; a "
+            "relative path counts from the current folder.\n"
             "Of a call or message the filter can ask for \"who\" and \"contact\" too, who the other party is by the "
             "phonebook: 'contact.company == \"Acme\"'; of lists, as groups and numbers, for one of them: 'ANY "
             "contact.groups.name == \"Family\"'.\n"
-            "Example: vornix triggers add --event incoming_call --filter 'from CONTAINS \"Jane\"' "
+            "Example: vornix triggers add --event incoming_call --filter 'who CONTAINS \"Jane\"' "
             "--reactor runcommand --option program=/home/me/jane.sh"_s,
         .options = {{u"event"_s,
                      u"NAME"_s,

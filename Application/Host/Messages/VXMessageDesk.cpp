@@ -5,6 +5,36 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// What is left on the phone, until the next sync, of a message whose copy is elsewhere.
+bool isGoneFromPhone(const VXManagedObjectPtr &message)
+{
+    return message->valueForKey(u"pending"_s).toInt() == static_cast<int>(VXPendingChange::Remove);
+}
+
+// The newest message that is the same, and not on a phone. Null for none.
+VXManagedObjectPtr copyOf(const VXManagedObjectPtr &message, VXManagedObjectContext &context)
+{
+    VXFetchRequest request(message->entity());
+    QList<VXPredicate> all{*VXPredicate::predicateWithFormat(u"url == NULL"_s)};
+    for (const QString &key : {u"date"_s, u"text"_s, u"from"_s, u"to"_s, u"direction"_s})
+        all.append(VXPredicate::comparison(VXExpression::keyPath(key), VXPredicate::Operator::Equal,
+                                           VXExpression::constant(message->valueForKey(key))));
+    request.predicate = VXPredicate::allOf(all);
+    const auto found = context.executeFetchRequest(request);
+    VXManagedObjectPtr copy;
+    if (!found)
+        return copy;
+    for (const VXManagedObjectPtr &each : *found) {
+        if (each->objectID().number() > (copy ? copy->objectID().number() : message->objectID().number()))
+            copy = each;
+    }
+    return copy;
+}
+
+} // namespace
+
 VXManagedObjectPtr VXMessageDesk::folderNamed(const QString &text) const
 {
     VXManagedObjectPtr folder = store.folderForText(text, context);
@@ -28,7 +58,14 @@ VXManagedObjectPtr VXMessageDesk::messageNamed(const QString &text) const
     VXManagedObjectPtr message = isMessage ? context.existingObjectWithID(known) : VXManagedObjectPtr();
     if (!message)
         fail(u"there is no message \"%1\""_s.arg(text));
-    return message;
+    if (!message || !isGoneFromPhone(message))
+        return message;
+    const VXManagedObjectPtr copy = copyOf(message, context);
+    if (copy)
+        host.output.note(u"%1 was moved off its phone, and is p%2 now"_s.arg(text).arg(copy->objectID().number()));
+    else
+        fail(u"%1 was moved off its phone, and goes with the next \"vornix sync\""_s.arg(text));
+    return copy;
 }
 
 QList<VXManagedObjectPtr> VXMessageDesk::messagesNamed(const QStringList &texts) const

@@ -21,7 +21,8 @@ struct VXMessageDesk
 
     /** The folder with that name or URI, also that of a phone by its name; null, told, for none. */
     VXManagedObjectPtr folderNamed(const QString &text) const;
-    /** The message with that ID, as "list" shows it, or that URI; null, told, for none. */
+    /** The message with that ID, as "list" shows it, or that URI; null, told, for none. Of one that was moved off its phone the
+     *  copy, which is told too. */
     VXManagedObjectPtr messageNamed(const QString &text) const;
     /** All of them; empty, told, when there is one that is none. */
     QList<VXManagedObjectPtr> messagesNamed(const QStringList &texts) const;

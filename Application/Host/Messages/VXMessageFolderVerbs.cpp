@@ -93,12 +93,6 @@ int addSmartFolder(const VXMessageDesk &desk)
     return folder ? saveAndShow(desk, u"Made the smart folder \"%1\".\n"_s, folder) : desk.fail(error);
 }
 
-// What is left on the phone of a message whose copy is elsewhere.
-bool isGoneFromPhone(const VXManagedObjectPtr &message)
-{
-    return message->valueForKey(u"pending"_s).toInt() == static_cast<int>(VXPendingChange::Remove);
-}
-
 } // namespace
 
 int VXShowMessageFolders(const VXMessageDesk &desk)
@@ -178,9 +172,6 @@ int VXDeleteMessages(const VXMessageDesk &desk)
     QList<VXManagedObjectPtr> trashed;
     for (const VXManagedObjectPtr &message : messages) {
         QVariantMap info;
-        if (isGoneFromPhone(message))
-            return desk.fail(u"p%1 was moved off its phone, and goes with the next \"vornix sync\""_s.arg(
-                message->objectID().number()));
         if (isForGood) {
             VXMessageStore::deleteMessage(message);
         } else if (VXMoveMessageToFolder(message, trash, false, &info)) {

@@ -276,7 +276,7 @@ int VXListContacts(VXHostContext &context)
 
 int VXShowContact(VXHostContext &context)
 {
-    const VXNamedContact named(context);
+    const VXNamedContact named(context, VXNamedContact::Purpose::Look);
     if (!named.person)
         return VXHostOutput::Failed;
     const VXShownContact shown(named.person);

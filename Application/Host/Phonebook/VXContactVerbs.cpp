@@ -4,15 +4,16 @@ using namespace Qt::StringLiterals;
 
 const QList<VXContactVerb> &VXContactVerbs()
 {
-    static const QStringList files{u"files"_s}; // a kind of words
+    static const QStringList files{u"files"_s}; // kinds of words
+    static const QStringList contacts{u"contacts"_s};
     static const QList<VXContactVerb> verbs = {
         {{u"lookup"_s, u"STRING"_s, 1, 1}, VXLookUpContact},
         {{u"complete"_s, u"TEXT"_s, 1, 1}, VXCompleteContact},
         {{u"list"_s}, VXListContacts},
-        {{u"show"_s, u"CONTACT"_s, 1, 1}, VXShowContact},
+        {{u"show"_s, u"CONTACT"_s, 1, 1, contacts}, VXShowContact},
         {{u"add"_s, u"[NAME]"_s, 0, 1}, VXAddContact},
-        {{u"edit"_s, u"CONTACT"_s, 1, 1}, VXEditContact},
-        {{u"delete"_s, u"CONTACT"_s, 1, 1}, VXDeleteContact},
+        {{u"edit"_s, u"CONTACT"_s, 1, 1, contacts}, VXEditContact},
+        {{u"delete"_s, u"CONTACT"_s, 1, 1, contacts}, VXDeleteContact},
         {{u"import"_s, u"FILE"_s, 1, 1, files}, VXImportContacts},
         {{u"export"_s, u"FILE"_s, 1, 1, files}, VXExportContacts},
         {{u"duplicates"_s, u"[NO|CONTACT|NAME]..."_s, 0, VXHostVerb::unlimited}, VXShowDuplicateContacts},

@@ -1,11 +1,13 @@
 #include "VXContactsOpen.h"
 
 #include "VXContactLookup.h"
+#include "VXContactRecord.h"
 #include "VXContactReport.h"
 #include "VXEmailAddress.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPhonebookManager.h"
+#include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
 #include "VXStoreByName.h"
 
@@ -81,28 +83,56 @@ VXPersistentStoreCoordinator::Ptr VXOpenContacts(VXHostContext &context)
     return coordinator;
 }
 
-VXNamedContact::VXNamedContact(VXHostContext &context)
+QList<VXManagedObjectPtr> VXContactsNear(VXManagedObjectContext &contacts, const QString &text)
+{
+    constexpr unsigned mostCompletions = 20; // a person may have several
+    const VXContactLookup lookup(contacts);
+    QList<VXManagedObjectPtr> persons;
+    for (const QString &entry : VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
+             text, VXPhonebookPropertyAll, mostCompletions)) {
+        QString name = entry;
+        QString address;
+        static_cast<void>(VXPhonebookStringSplit(entry, &name, &address)); // else it is a name alone
+        const auto candidates = VXIsValidEmailAddress(address) ? lookup.forEmailAddress(address, 0, name)
+                                                               : lookup.forPhoneNumber(address, 0, name);
+        const VXManagedObjectPtr found = VXContactLookup::best(candidates);
+        appendOnce(persons, found ? found->valueForKey(u"person"_s).value<VXManagedObjectPtr>() : lookup.forName(name));
+    }
+    return persons;
+}
+
+QString VXTextOfContactsNear(VXManagedObjectContext &contacts, const QString &text)
+{
+    constexpr qsizetype mostNear = 5;
+    QStringList near;
+    for (const VXManagedObjectPtr &person : VXContactsNear(contacts, text).mid(0, mostNear))
+        near.append(u"%1 (%2)"_s.arg(VXContactRecord(QVariant::fromValue(person)).displayName(),
+                                     VXShownContact(person).shortID));
+    return near.isEmpty() ? u""_s
+                          : (near.size() == 1 ? u"; near it is: "_s : u"; near it are: "_s) + near.join(", "_L1);
+}
+
+VXNamedContact::VXNamedContact(VXHostContext &context, Purpose purpose)
 {
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
     if (!coordinator)
         return;
     contacts = std::make_unique<VXManagedObjectContext>(coordinator);
     const QString text = context.options.operand(1);
-    const QList<VXManagedObjectPtr> persons = personsNamed(*contacts, text);
+    QList<VXManagedObjectPtr> persons = personsNamed(*contacts, text);
+    if (persons.isEmpty() && purpose == Purpose::Look)
+        persons = VXContactsNear(*contacts, text);
     if (persons.size() == 1) {
         person = persons.constFirst();
         return;
     }
     if (persons.isEmpty()) {
-        constexpr unsigned mostNear = 5;
-        const QStringList near = VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
-            text, VXPhonebookPropertyAll, mostNear);
-        context.output.fail(u"there is no contact \"%1\""_s.arg(text) +
-                            (near.isEmpty() ? QString() : u"; near it are: "_s + near.join(", "_L1)));
+        context.output.fail(u"there is no contact \"%1\""_s.arg(text) + VXTextOfContactsNear(*contacts, text));
         return;
     }
     QStringList choices;
     for (const VXManagedObjectPtr &each : persons)
-        choices.append(VXShownContact(each).shortID);
+        choices.append(
+            u"%1 (%2)"_s.arg(VXContactRecord(QVariant::fromValue(each)).displayName(), VXShownContact(each).shortID));
     context.output.fail(u"\"%1\" are several contacts: %2"_s.arg(text, choices.join(", "_L1)));
 }

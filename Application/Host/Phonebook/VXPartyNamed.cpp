@@ -72,7 +72,8 @@ QString VXReceiverNamed(VXHostContext &context, const QString &text)
     VXManagedObjectContext contacts(coordinator);
     const QList<VXManagedObjectPtr> persons = VXContactLookup(contacts).allForName(text);
     if (persons.isEmpty())
-        return failed(context, u"\"%1\" is no phone number, and no contact is called so"_s.arg(text));
+        return failed(context, u"\"%1\" is no phone number, and no contact is called so%2"_s.arg(
+                                   text, VXTextOfContactsNear(contacts, text)));
     if (persons.size() == 1)
         return numberOf(context, persons.constFirst());
     QStringList choices;

@@ -117,7 +117,7 @@ int runApplication(VXHostContext &context)
 {
     if (context.options.isSet(u"verbose"_s))
         VXLog::setEchoDescriptor(STDERR_FILENO);
-    VXSetConsoleOmitsRepetitions(true);
+    VXSetConsoleIsForPeople(true);
     VXInitializeFramework();
     VXInitializeInterface();
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());

@@ -22,6 +22,7 @@
 [[nodiscard]] VXHostCommand VXExportCommand();
 [[nodiscard]] VXHostCommand VXSyncCommand();
 [[nodiscard]] VXHostCommand VXMessagesCommand();
+[[nodiscard]] VXHostCommand VXCallsCommand();
 [[nodiscard]] VXHostCommand VXImportCallsCommand();
 [[nodiscard]] VXHostCommand VXPostFormCommand();
 [[nodiscard]] VXHostCommand VXOutboxCommand();

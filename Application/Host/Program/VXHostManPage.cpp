@@ -90,7 +90,7 @@ The log.
 .B vornix devices do mine read_contacts
 Read the contacts of the phone \(lqmine\(rq.
 .TP
-\fBvornix triggers add \-\-event incoming_call \-\-filter \(aqfrom CONTAINS \(dqJane\(dq\(aq \-\-reactor logevent\fR
+\fBvornix triggers add \-\-event incoming_call \-\-filter \(aqwho CONTAINS \(dqJane\(dq\(aq \-\-reactor logevent\fR
 Log the calls of Jane.
 .TP
 .B vornix history \-\-why

@@ -105,8 +105,11 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
                      VXWhenQuitting whenQuitting)
 {
     // Each plugin would fail with a part of the reason.
-    if (const QString problem = VXProblemOfUserFolders(); !problem.isNull())
-        return context.output.fail(problem);
+    if (const QString problem = VXProblemOfUserFolders(); !problem.isNull()) {
+        if (whenQuitting == VXWhenQuitting::Fail)
+            return context.output.fail(problem);
+        context.output.note("vornix: "_L1 + problem);
+    }
     VXApplication &application = VXApplication::sharedApplication();
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
     const auto lastWords = std::make_unique<VXLastWords>(context.output); // a crash may write over the stack

@@ -1,6 +1,7 @@
 #include "VXWordsOfKind.h"
 
 #include "VXDevicePlugin.h"
+#include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
 #include "VXMessageStore.h"
 #include "VXPersistentStoreCoordinator.h"
@@ -24,14 +25,15 @@ QStringList deviceNames(const QString &, const VXPluginManager &)
 {
     QStringList names;
     for (const QUrl &url : VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()))
-        names.append(VXDeviceURLComponent(url, 1));
+        names += {VXDeviceURLComponent(url, 1), VXDeviceNameAtURL().transformedValue(url).toString()};
     return names;
 }
 
 QStringList actionNames(const QString &device, const VXPluginManager &)
 {
     for (const QUrl &url : VXDevicePlugin::deviceURLs().value_or(QList<QUrl>())) {
-        if (VXDeviceURLComponent(url, 1) != device && VXAbsoluteString(url) != device)
+        if (VXDeviceURLComponent(url, 1) != device && VXAbsoluteString(url) != device &&
+            VXDeviceNameAtURL().transformedValue(url).toString() != device)
             continue;
         const VXDevicePlugin::Ptr found = VXDevicePlugin::deviceAtURL(url);
         return found ? found->actionNames() : QStringList();
@@ -45,7 +47,35 @@ QStringList triggerNames(const QString &, const VXPluginManager &)
     const std::unique_ptr<VXTriggerStore> store = VXTriggerStore::open(nullptr);
     const auto triggers = store ? store->triggers() : std::nullopt;
     for (const VXTrigger &trigger : triggers.value_or(QList<VXTrigger>()))
-        names.append(u'p' + QString::number(trigger.record()->objectID().number()));
+        names += {trigger.shortID(), trigger.userName()};
+    return names;
+}
+
+// Those that can be switched on, or off.
+QStringList switchableNames(const VXPluginManager &manager, bool areEnabled)
+{
+    QList<VXPluginProxy *> plugins = manager.allPlugins();
+    plugins.removeIf([&](const VXPluginProxy *plugin) {
+        return plugin->parentProxy() != nullptr || plugin->isBuiltInPlugin() || plugin->isEnabled() != areEnabled;
+    });
+    return shortNames(plugins);
+}
+
+QStringList contactNames(const QString &, const VXPluginManager &)
+{
+    constexpr qsizetype most = 1000; // more would not be seen
+    QStringList names;
+    QString problem;
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXStoreForName(u"phonebook"_s, &problem);
+    if (!coordinator)
+        return names;
+    VXManagedObjectContext context(coordinator);
+    VXFetchRequest request(*coordinator->model().entityForName(u"VXPerson"_s));
+    request.sortDescriptors = {{.key = u"sort_name"_s}};
+    request.limit = most;
+    const auto found = context.executeFetchRequest(request);
+    for (qsizetype index = 0; found && index < found->size(); ++index)
+        names.append(found->at(index)->valueForKey(u"displayString"_s).toString());
     return names;
 }
 
@@ -110,6 +140,9 @@ QStringList VXWordsOfKind(const VXPluginManager &manager, const QString &kind, c
     using List = QStringList (*)(const QString &of, const VXPluginManager &manager);
     static const std::pair<QString, List> lists[] = {
         {u"plugins"_s, [](const QString &, const VXPluginManager &m) { return shortNames(m.allPlugins()); }},
+        {u"enabled-plugins"_s, [](const QString &, const VXPluginManager &m) { return switchableNames(m, true); }},
+        {u"disabled-plugins"_s, [](const QString &, const VXPluginManager &m) { return switchableNames(m, false); }},
+        {u"contacts"_s, contactNames},
         {u"reactors"_s, [](const QString &,
                            const VXPluginManager &m) { return shortNames(m.reactorPlugins() + m.exporterPlugins()); }},
         {u"exporters"_s, [](const QString &, const VXPluginManager &m) { return shortNames(m.exporterPlugins()); }},
@@ -126,6 +159,7 @@ QStringList VXWordsOfKind(const VXPluginManager &manager, const QString &kind, c
         if (name != kind)
             continue;
         QStringList words = list(of, manager);
+        words.removeAll(QString());
         words.sort();
         words.removeDuplicates();
         return words;

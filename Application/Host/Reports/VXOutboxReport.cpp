@@ -1,5 +1,7 @@
 #include "VXOutboxReport.h"
 
+#include "VXDeviceTransformer.h"
+#include "VXDeviceURL.h"
 #include "VXHostJSON.h"
 #include "VXShownDate.h"
 #include "VXTextTable.h"
@@ -78,12 +80,22 @@ QString idOf(const VXOutboxEntry &entry)
     return u'p' + QString::number(entry.number);
 }
 
+// Phones by their names: people take the rest of the URL for noise.
+QString shownDestination(const QString &destination)
+{
+    const QUrl device = VXGetDeviceURLFromURL(QUrl(destination));
+    const QString name = device.isEmpty() ? QString() : VXDeviceNameAtURL().transformedValue(device).toString();
+    return name.isEmpty() ? destination : name;
+}
+
 QString stateText(const VXOutboxEntry &entry, const std::optional<VXOutboxEntry> &before)
 {
     if (before)
         return u"queued behind "_s + idOf(*before);
-    if (entry.state == VXOutboxState::Queued && entry.attempts > 0)
+    if (entry.state == VXOutboxState::Queued && entry.attempts > 0 && entry.nextDate > QDateTime::currentDateTimeUtc())
         return u"queued until "_s + VXShownDate(entry.nextDate);
+    if (entry.state == VXOutboxState::Queued && entry.attempts > 0)
+        return u"queued, due"_s;
     return VXOutboxStateName(entry.state);
 }
 
@@ -113,7 +125,7 @@ int VXAnswerOutboxEntries(VXHostContext &context, const VXOutbox &outbox, const 
     for (const VXOutboxEntry &entry : entries) {
         const std::optional<VXOutboxEntry> before = predecessors.firstBefore(entry);
         json.append(jsonOf(entry, before));
-        rows.append({idOf(entry), VXShownDate(entry.createdDate), entry.title, entry.destination,
+        rows.append({idOf(entry), VXShownDate(entry.createdDate), entry.title, shownDestination(entry.destination),
                      QString::number(entry.attempts), stateText(entry, before), entry.problem});
     }
     context.output.answer(entries.isEmpty()
@@ -131,5 +143,9 @@ int VXAnswerTries(VXHostContext &context, const VXOutbox &outbox, const QList<VX
         return context.output.fail(error.localizedDescription());
     const bool areSent =
         std::ranges::all_of(*now, [](const VXOutboxEntry &e) { return e.state == VXOutboxState::Sent; });
+    if (std::ranges::any_of(*now, [](const VXOutboxEntry &e) { return e.state == VXOutboxState::Queued; }))
+        context.output.note(
+            u"What is queued is kept, and sent once that works while \"vornix run\" runs; \"vornix outbox "
+            "retry all\" tries again now."_s);
     return VXAnswerOutboxEntries(context, outbox, *now, areSent ? VXHostOutput::Done : VXHostOutput::Failed);
 }

@@ -2,11 +2,13 @@
 
 #include "VXContainer.h"
 #include "VXManagedObjectModel.h"
+#include "VXPluginGuard.h"
 #include "VXPluginInstaller.h"
 #include "VXPluginKind.h"
 #include "VXPluginManager.h"
 #include "VXPluginProxy.h"
 #include "VXPluginScanner.h"
+#include "VXReactorPlugin.h"
 #include "VXStringsTable.h"
 
 #include <QtCore/QCoreApplication>
@@ -22,6 +24,7 @@
 #include <QtCore/QUrl>
 
 #include <algorithm>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -158,6 +161,8 @@ private:
     {
         VXPluginProxy proxy(bundle->bundleIdentifier());
         proxy.setBundle(bundle);
+        if (const QString code = bundle->executablePath(); !QFileInfo(code).isFile())
+            return error(u"it has no code%1; did the build fail?"_s.arg(code.isEmpty() ? QString() : u", "_s + code));
         const QMetaObject *const type = proxy.pluginClass();
         if (type == nullptr)
             return error(proxy.loadError());
@@ -169,6 +174,28 @@ private:
             error(u"class %1 has no Q_INVOKABLE constructor without arguments"_s.arg(name));
         if (const QString named = text(u"NSPrincipalClass"_s); named != name)
             warn(u"NSPrincipalClass is \"%1\", but the code names %2"_s.arg(named, name));
+        if (isInvokable)
+            checkInstance(proxy, *type);
+    }
+
+    // One is made as loading would make it.
+    void checkInstance(const VXPluginProxy &proxy, const QMetaObject &type)
+    {
+        std::unique_ptr<QObject> instance;
+        QString thrown;
+        QStringList further; // defaults of what is no option
+        const auto look = [&] {
+            instance.reset(type.newInstance());
+            const auto *const reactor = qobject_cast<const VXReactorPlugin *>(instance.get());
+            const VXReactorOptions options = reactor == nullptr ? VXReactorOptions() : reactor->reactorOptions();
+            further = options.isEmpty() ? QStringList() : _info.value(u"VXReactorDefaults"_s).toMap().keys();
+            for (const VXReactorOption &option : options)
+                further.removeAll(option.key);
+        };
+        if (!VXCallPlugin(proxy, "instantiate", look, &thrown))
+            return error(u"%1 throws: %2"_s.arg(instance ? u"reactorOptions"_s : u"its constructor"_s, thrown));
+        if (!further.isEmpty())
+            warn(u"VXReactorDefaults has what is none of its options: %1"_s.arg(further.join(", "_L1)));
     }
 
     void checkModel(const VXBundle &bundle)

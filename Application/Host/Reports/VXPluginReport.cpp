@@ -5,6 +5,7 @@
 #include "VXPluginKind.h"
 #include "VXPluginManager.h"
 #include "VXPluginScanner.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QJsonArray>
 
@@ -163,6 +164,49 @@ QList<const VXPluginProxy *> VXSortedPlugins(const VXPluginManager &manager)
     for (const VXPluginProxy *const root : std::as_const(roots))
         appendWithChildren(root, plugins);
     return plugins;
+}
+
+QList<VXAbsentPlugin> VXAbsentPlugins(const VXPluginManager &manager)
+{
+    QList<VXAbsentPlugin> absent;
+    QStringList enabled = VXUserDefaults::standardUserDefaults().objectForKey(u"plugins"_s).toStringList();
+    enabled.sort();
+    for (const QString &identifier : std::as_const(enabled)) {
+        const VXPluginProxy *const plugin = manager.pluginWithIdentifier(identifier);
+        if (plugin != nullptr && plugin->isInstalled())
+            continue;
+        const auto choice = manager.choiceForPlugin(identifier);
+        const VXPluginCopy copy = choice && !choice->passedOver.isEmpty() ? choice->passedOver.first() : VXPluginCopy();
+        absent.append({identifier, copy.path.isNull()
+                                       ? u"it is enabled, but its bundle is in none of the plugin folders"_s
+                                       : u"%1, version %2, is %3"_s.arg(copy.path, copy.version, copy.reason)});
+    }
+    return absent;
+}
+
+QJsonObject VXAbsentPlugin::json() const
+{
+    return {{u"identifier"_s, identifier},
+            {u"name"_s, {}},
+            {u"version"_s, {}},
+            {u"shortVersion"_s, {}},
+            {u"kind"_s, {}},
+            {u"path"_s, {}},
+            {u"parent"_s, {}},
+            {u"children"_s, QJsonArray()},
+            {u"dependencies"_s, QJsonArray()},
+            {u"dependants"_s, QJsonArray()},
+            {u"installed"_s, false},
+            {u"enabled"_s, true},
+            {u"builtIn"_s, false},
+            {u"loaded"_s, false},
+            {u"state"_s, u"not installed"_s},
+            {u"reason"_s, reason}};
+}
+
+QStringList VXAbsentPlugin::columns() const
+{
+    return {identifier, u"-"_s, QString(), QString(), u"not installed: "_s + reason};
 }
 
 QJsonObject VXPluginChoiceJSON(const VXPluginChoice &choice)

@@ -42,6 +42,19 @@ private:
 /** Every plugin that is known: each root by its identifier, followed by its children. */
 [[nodiscard]] QList<const VXPluginProxy *> VXSortedPlugins(const VXPluginManager &manager);
 
+/** A plugin that the user enabled and of which no bundle is used. */
+struct VXAbsentPlugin
+{
+    QString identifier;
+    QString reason; // for people
+
+    /** As VXPluginReport tells of plugins that are there. */
+    QJsonObject json() const;
+    QStringList columns() const;
+};
+/** By identifier. */
+[[nodiscard]] QList<VXAbsentPlugin> VXAbsentPlugins(const VXPluginManager &manager);
+
 /** Those of the plugins whose identifier it is, in letters of either case; else whose identifier's last part it is; else whose
  *  name. */
 [[nodiscard]] QList<VXPluginProxy *> VXPluginsCalled(const QList<VXPluginProxy *> &plugins, const QString &typed);

@@ -82,6 +82,9 @@ int VXCheckSearch(VXHostContext &context)
     }
     if (folders.isEmpty())
         return context.output.fail(u"nothing is searched: no data plugin is loaded that wants it"_s);
+    if (!isClean)
+        context.output.note(repairs ? u"\"vornix log\" may tell what was in the way"_s
+                                    : u"\"vornix search check --repair\" puts it right"_s);
     context.output.answer(text, QJsonObject{{u"clean"_s, isClean}, {u"repaired"_s, repairs}, {u"folders"_s, folders}});
     return isClean ? VXHostOutput::Done : VXHostOutput::Failed;
 }

@@ -5,6 +5,7 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXLimitOption.h"
 #include "VXMetaDataKeeper.h"
 #include "VXPluginSession.h"
 #include "VXSearchCheck.h"
@@ -13,7 +14,6 @@
 #include "VXThread.h"
 
 #include <chrono>
-#include <limits>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -112,12 +112,9 @@ int runSearch(VXHostContext &context)
         return VXRunWithPlugins(context, [&](VXPluginManager &) { return VXCheckSearch(context); });
     if (isUpdate)
         return update(context);
-    bool isNumber = true;
-    const QString limit = options.value(u"limit"_s);
-    const qsizetype most = limit.isNull() ? usualLimit : limit.toLongLong(&isNumber);
-    if (!isNumber || most < 0)
-        return context.output.failUsage(u"--limit takes a number; 0 is no limit"_s, usage);
-    return findInStep(context, options.operands().join(u' '), most == 0 ? std::numeric_limits<int>::max() : most);
+    const std::optional<qsizetype> most = VXLimitOption(context, usualLimit);
+    return most ? findInStep(context, options.operands().join(u' '), *most)
+                : static_cast<int>(VXHostOutput::WrongUsage);
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include "VXPluginManager.h"
 #include "VXPluginReport.h"
 #include "VXServiceStanding.h"
+#include "VXTriggerReport.h"
 #include "VXVisibleText.h"
 #include "VXWrappedText.h"
 
@@ -168,7 +169,8 @@ void tellOfPlugin(VXStatusItem &item, const VXPluginManager &manager, const QStr
     const VXPluginProxy *const plugin = manager.pluginWithIdentifier(identifier);
     if (plugin == nullptr || !plugin->isInstalled()) {
         item.reason = u"There is no plugin %1."_s.arg(identifier);
-        item.remedy = u"Install it, or take the phone off the list: \"vornix devices remove\"."_s;
+        item.remedy =
+            u"Install it, or take the phone off the list: \"vornix devices remove %1\"."_s.arg(item.identifier);
     } else if (!plugin->isEnabled()) {
         item.reason = u"The plugin %1 is disabled."_s.arg(identifier);
         item.remedy = u"\"vornix plugins enable %1\" has it serve the phone."_s.arg(identifier);
@@ -232,9 +234,18 @@ QString remedyOfPlugin(const QString &state, const VXPluginProxy &plugin)
     return {};
 }
 
+// A plugin that triggers wait for is at fault. Their names are the user's own, and not for a report.
+void tellOfTriggers(VXStatusItem &item, qsizetype triggers)
+{
+    item.isAtFault = true;
+    item.reason = u"Triggers that use it: %1; they do not run it."_s.arg(triggers);
+    item.remedy = u"\"vornix plugins enable %1\" enables it, \"vornix triggers\" shows them."_s.arg(item.identifier);
+}
+
 QList<VXStatusItem> statusOfPlugins(const VXPluginManager &manager)
 {
     QList<VXStatusItem> items;
+    const QMap<QString, QStringList> triggers = VXTriggersByPlugin();
     for (const VXPluginProxy *const plugin : VXSortedPlugins(manager)) {
         const VXPluginReport report(manager, *plugin);
         VXStatusItem item{.identifier = plugin->identifier(),
@@ -244,8 +255,17 @@ QList<VXStatusItem> statusOfPlugins(const VXPluginManager &manager)
                           .remedy = remedyOfPlugin(report.state(), *plugin),
                           .version = plugin->infoText(u"CFBundleVersion"_s)};
         item.isAtFault = !item.reason.isNull() || (plugin->isEnabled() && !plugin->isLoaded());
+        if (!plugin->isEnabled() && triggers.contains(item.identifier))
+            tellOfTriggers(item, triggers[item.identifier].size());
         items.append(item);
     }
+    for (const VXAbsentPlugin &plugin : VXAbsentPlugins(manager))
+        items.append({.identifier = plugin.identifier,
+                      .state = u"not installed"_s,
+                      .reason = plugin.reason,
+                      .remedy = u"Install it again; \"vornix plugins disable %1\" takes it off the list."_s.arg(
+                          plugin.identifier),
+                      .isAtFault = true});
     return items;
 }
 

@@ -1,8 +1,11 @@
 #include "VXStoreByName.h"
 
+#include "VXCoreDataStore.h"
 #include "VXDataManager.h"
 #include "VXNearestWord.h"
 #include "VXPluginManager.h"
+
+#include <QtCore/QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -19,6 +22,13 @@ QStringList VXStoreNames()
 VXPersistentStoreCoordinator::Ptr VXStoreForName(const QString &name, QString *problem)
 {
     const QStringList names = VXStoreNames();
+    const QString folder = u"%1/%2.%3"_s.arg(VXDataManager::sharedDataFolderPath(), name, VXStoreFileExtension);
+    if (!names.contains(name) && QFileInfo(folder).isDir()) {
+        *problem =
+            u"the data plugin of the store \"%1\" is not in use (\"vornix plugins list\"); the store itself lies in "
+            "%2, and can be given by that path"_s.arg(name, folder);
+        return nullptr;
+    }
     if (!names.contains(name)) {
         *problem = names.isEmpty() ? u"there is no store \"%1\": no data plugin is enabled"_s.arg(name)
                                    : u"there is no store \"%1\"%2; there are: %3"_s.arg(name, VXDidYouMean(name, names),

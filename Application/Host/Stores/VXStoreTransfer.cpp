@@ -146,7 +146,7 @@ bool canMakeBackup(const Transfer &transfer, const QString &place)
     }
     if (mayReplace(transfer, place))
         return true;
-    transfer.host.output.fail(u"nothing was changed"_s);
+    transfer.host.output.fail(u"nothing was changed; --yes agrees beforehand"_s);
     return false;
 }
 
@@ -213,7 +213,7 @@ int importStore(Transfer &transfer)
     if (!transfer.isSet(u"replace"_s) && !transfer.isSet(u"merge"_s) && !transfer.isSet(u"yes"_s))
         button = transfer.plugin.askHowToImport(description);
     if (button == VXAlertButton::Alternate)
-        return transfer.host.output.fail(u"nothing was imported"_s);
+        return transfer.host.output.fail(u"nothing was imported; --merge or --replace tells how beforehand"_s);
     const QString backup = backupPlace(transfer);
     if (QFileInfo(backup).canonicalFilePath() == QFileInfo(file).canonicalFilePath())
         return transfer.host.output.fail(u"the backup would take the place of what is to be imported"_s);
@@ -241,7 +241,7 @@ int exportStore(Transfer &transfer)
 {
     const QString place = transfer.place(transfer.host.options.operand(2));
     if (!mayReplace(transfer, place))
-        return transfer.host.output.fail(u"nothing was exported"_s);
+        return transfer.host.output.fail(u"nothing was exported; --yes agrees beforehand"_s);
     const bool validates = transfer.isSet(u"validate"_s);
     if (const VXError error = transfer.plugin.exportStoreTo(place, validates))
         return transfer.fail(error);
@@ -268,7 +268,7 @@ int withdraw(Transfer &transfer, const QString &waiting)
     if (!agrees(transfer,
                 u"%1 waits to replace the store %2. It would go to the trash, and the store stay as it is."_s.arg(
                     waiting, transfer.name)))
-        return transfer.host.output.fail(u"nothing was changed"_s);
+        return transfer.host.output.fail(u"nothing was changed; --yes agrees beforehand"_s);
     QString trashed;
     if (const VXError error = transfer.plugin.withdrawWaitingStore(&trashed))
         return transfer.fail(error);
@@ -306,7 +306,7 @@ int rollBack(Transfer &transfer)
         from = past.constFirst().path;
     if (!agrees(transfer,
                 u"The present store %1 would go to the trash, and %2 take its place."_s.arg(transfer.name, from)))
-        return transfer.host.output.fail(u"nothing was changed"_s);
+        return transfer.host.output.fail(u"nothing was changed; --yes agrees beforehand"_s);
     bool isWaiting = false;
     if (const VXError error = transfer.plugin.takeBack(from, &isWaiting))
         return transfer.fail(error);

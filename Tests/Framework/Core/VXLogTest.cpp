@@ -188,9 +188,9 @@ TEST_F(VXLogTest, FallsSilentAMinuteAfterAFailedWriteForGood)
         return QString::fromStdString(testing::internal::GetCapturedStderr()).count(u"EXCEPTION: "_s);
     };
     EXPECT_EQ(toldOnConsole(), 3);
-    VXSetConsoleOmitsRepetitions(true);
+    VXSetConsoleIsForPeople(true);
     EXPECT_EQ(toldOnConsole(), 1);
-    VXSetConsoleOmitsRepetitions(false);
+    VXSetConsoleIsForPeople(false);
     handle->full = false;
     testTime = testTime.addSecs(60);
     log->logMessage(3, u"still within the minute"_s);

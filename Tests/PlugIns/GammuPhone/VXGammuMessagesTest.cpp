@@ -106,3 +106,18 @@ TEST_F(VXGammuMessagesTest, WhatCannotBeSentIsRefused)
         run(phone, u"delete_message"_s, QVariantMap{{u"memory"_s, u"ME"_s}, {u"location"_s, 10009}})->error().code(),
         ERR_EMPTY);
 }
+
+// As when a message that waited is the last thing that the program's end waits for.
+TEST_F(VXGammuMessagesTest, WhoHearsOfAnEndMayTakeThePhoneOutOfUse)
+{
+    addContacts("BEGIN:VCARD\r\nVERSION:3.0\r\nN:Doe;Jane\r\nTEL:+1\r\nEND:VCARD\r\n");
+    const auto phone = makeDummy();
+    const auto action = VXDeviceAction::actionWithName(u"send_message"_s);
+    action->setObject(QVariantMap{{u"number"_s, u"+1"_s}, {u"text"_s, u"x"_s}});
+    const auto next = VXDeviceAction::actionWithName(u"read_contacts"_s);
+    action->executeWithDevice(phone, [&](VXDeviceAction *) { phone->pluginWillUnload(); });
+    next->executeWithDevice(phone);
+    EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting() && !next->isExecuting(); }));
+    EXPECT_FALSE(action->error());
+    EXPECT_TRUE(next->error());
+}

@@ -1,0 +1,182 @@
+#include "VXCallStore.h"
+#include "VXContactRecord.h"
+#include "VXContactsOpen.h"
+#include "VXDataManager.h"
+#include "VXDeviceTransformer.h"
+#include "VXErrorText.h"
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXLimitOption.h"
+#include "VXPhonebookRecord.h"
+#include "VXPhoneNumber.h"
+#include "VXPluginSession.h"
+#include "VXShownDate.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QUrl>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Call = VXManagedObjectPtr;
+
+constexpr qsizetype usualLimit = 50;
+const QString missedCalls = u"direction == 1 AND duration == 0 AND connectedDate == NULL AND state == \"ended\""_s;
+
+bool isMissed(const Call &call, const VXCallRecord &record)
+{
+    return record.isIncoming() && record.duration.value_or(0) == 0 && !record.connectedDate.isValid() &&
+           call->valueForKey(u"state"_s) == u"ended"_s;
+}
+
+// "1:01"; nothing for a call that nobody took.
+QString shownDuration(double seconds)
+{
+    const qint64 whole = std::llround(seconds);
+    return whole == 0 ? QString() : u"%1:%2"_s.arg(int(whole / 60)).arg(int(whole % 60), 2, 10, QLatin1Char('0'));
+}
+
+QString shortIDOf(const Call &call)
+{
+    return u'p' + QString::number(call->objectID().number());
+}
+
+QJsonObject jsonOf(const Call &call, const VXCallRecord &record, const QString &who)
+{
+    QVariantMap values = record.map();
+    values.insert(u"who"_s, who);
+    values.insert(u"isMissed"_s, isMissed(call, record));
+    values.insert(u"state"_s, call->valueForKey(u"state"_s));
+    values.insert(u"id"_s, shortIDOf(call));
+    values.insert(u"uri"_s, call->objectID().uriRepresentation().toString());
+    QJsonObject json = VXJSONFromVariant(values).toObject();
+    json.insert(u"date"_s, VXReportedDate(record.date));
+    json.insert(u"connectedDate"_s, VXReportedDate(record.connectedDate));
+    return json;
+}
+
+QStringList rowOf(const Call &call, const VXCallRecord &record, const QString &who)
+{
+    const QString phone =
+        record.deviceURL.isNull() ? QString() : VXDeviceNameAtURL().transformedValue(record.deviceURL).toString();
+    return {VXShownDate(record.date),
+            isMissed(call, record) ? u"missed"_s : (record.isIncoming() ? u"in"_s : u"out"_s),
+            who.isEmpty() ? u"-"_s : who,
+            shownDuration(record.duration.value_or(0)),
+            phone,
+            shortIDOf(call)};
+}
+
+// By what is stored of the other party, and by the numbers of those who are called so.
+VXPredicate predicateOfParty(VXHostContext &host, const QString &text)
+{
+    QStringList searches;
+    if (VXIsValidPhoneNumber(text))
+        searches.append(VXPhoneNumberSearchString(text));
+    else if (const VXPersistentStoreCoordinator::Ptr phonebook = VXOpenContacts(host)) {
+        VXManagedObjectContext contacts(phonebook);
+        for (const VXManagedObjectPtr &person : VXContactsNear(contacts, text)) {
+            for (const VXContactRecord::Address &number : VXContactRecord(QVariant::fromValue(person)).numbers)
+                searches.append(VXPhoneNumberSearchString(number.value));
+        }
+    }
+    searches.removeAll(QString());
+    QList<VXPredicate> any;
+    for (const QString &search : QStringList(text) + searches)
+        any.append(*VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {search}));
+    return VXPredicate::anyOf(any);
+}
+
+// What the options let pass. False when one is misused, which was told.
+bool readFilters(VXHostContext &host, VXFetchRequest &request)
+{
+    const VXHostOptions &options = host.options;
+    QList<VXPredicate> all;
+    const std::pair<QString, QString> filters[] = {
+        {u"missed"_s, missedCalls}, {u"incoming"_s, u"direction == 1"_s}, {u"outgoing"_s, u"direction == 0"_s}};
+    for (const auto &[option, format] : filters) {
+        if (options.isSet(option))
+            all.append(*VXPredicate::predicateWithFormat(format));
+    }
+    if (const QString since = options.value(u"since"_s); !since.isNull()) {
+        const QDateTime date = QDateTime::fromString(since, Qt::ISODate);
+        if (!date.isValid()) {
+            host.output.failUsage(u"--since takes a date, as 2026-01-31 or 2026-01-31T17:05"_s, VXHostUsage(options));
+            return false;
+        }
+        all.append(*VXPredicate::predicateWithFormat(u"date >= %@"_s, {date}));
+    }
+    if (const QString party = options.value(u"with"_s); !party.isNull())
+        all.append(predicateOfParty(host, party));
+    if (!all.isEmpty())
+        request.predicate = VXPredicate::allOf(all);
+    return true;
+}
+
+int show(VXHostContext &host, const VXPersistentStoreCoordinator::Ptr &store)
+{
+    const std::optional<qsizetype> limit = VXLimitOption(host, usualLimit);
+    VXFetchRequest request(*store->model().entityForName(VXCallStore::entityName));
+    if (!limit || !readFilters(host, request))
+        return VXHostOutput::WrongUsage;
+    request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
+    request.limit = *limit;
+    VXError error;
+    VXManagedObjectContext context(store);
+    const auto found = context.executeFetchRequest(request, &error);
+    if (!found)
+        return host.output.fail(VXErrorText(error));
+    QJsonArray json;
+    QList<QStringList> rows{{u"DATE"_s, u"CALL"_s, u"WHO"_s, u"DURATION"_s, u"PHONE"_s, u"ID"_s}};
+    for (const Call &call : *found) {
+        const VXCallRecord record(QVariant::fromValue(call));
+        const QString who = VXDisplayStringForContacts(record.otherParty());
+        json.append(jsonOf(call, record, who));
+        rows.append(rowOf(call, record, who));
+    }
+    host.output.answer(json.isEmpty() ? u"There are no calls.\n"_s
+                                      : VXFittingTable(host.output, rows, {u"PHONE"_s, u"ID"_s}, u"WHO"_s),
+                       json);
+    return VXHostOutput::Done;
+}
+
+int runCalls(VXHostContext &host)
+{
+    return VXRunWithPlugins(host, [&](VXPluginManager &) {
+        const auto store = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(VXCallStore::storeName);
+        return store ? show(host, store)
+                     : host.output.fail(u"there is no store of calls; \"vornix log\" may tell why"_s);
+    });
+}
+
+} // namespace
+
+VXHostCommand VXCallsCommand()
+{
+    return {.name = u"calls"_s,
+            .summary = u"Show the history of calls"_s,
+            .details =
+                u"The newest first, with the names of the contacts. A call that came in and that nobody took is "
+                u"\"missed\". "
+                "WHO is a name or the beginning of one, or a number. \"vornix sync\" and \"vornix run\" fill the "
+                "history, \"vornix import-calls\" reads it from a table, \"vornix export\" writes it."_s,
+            .options = {{.name = u"missed"_s, .placeholder = {}, .summary = u"Only calls that nobody took"_s},
+                        {.name = u"incoming"_s, .placeholder = {}, .summary = u"Only calls that came in"_s},
+                        {.name = u"outgoing"_s, .placeholder = {}, .summary = u"Only calls that went out"_s},
+                        {.name = u"with"_s, .placeholder = u"WHO"_s, .summary = u"Only calls with that party"_s},
+                        {.name = u"since"_s,
+                         .placeholder = u"DATE"_s,
+                         .summary = u"Only calls since then (ISO 8601; local time without a zone)"_s},
+                        {.name = u"limit"_s,
+                         .placeholder = u"N"_s,
+                         .summary = u"Show so many at most, 50 without; 0: all"_s}},
+            .run = runCalls};
+}
