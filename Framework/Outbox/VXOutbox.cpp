@@ -4,16 +4,20 @@
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 #include "VXManagedObjectContext.h"
+#include "VXObjectStoreError.h"
 
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 using Operator = VXPredicate::Operator;
 
 const VXNotificationName VXOutboxDidChangeNotification(u"VXOutboxDidChangeNotification"_s);
+const QString VXOutboxNumbersKey = u"numbers"_s;
+const QString VXOutboxChangeKey = u"change"_s;
 
 namespace {
 
@@ -55,27 +59,6 @@ VXFetchRequest requestForOpen(const VXPersistentStoreCoordinator &coordinator)
     return request;
 }
 
-// Those that wait for the destination and were added before a number; the changes are not saved. None when they cannot be read.
-std::optional<QList<qint64>> makeDue(VXManagedObjectContext &context, const QString &kind, const QString &destination,
-                                     qint64 before, VXError *error)
-{
-    const std::optional<VXFetchResult> found =
-        context.executeFetchRequest(requestForOpen(*context.persistentStoreCoordinator()), error);
-    if (!found)
-        return std::nullopt;
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    QList<qint64> changed;
-    for (const VXManagedObjectPtr &object : *found) {
-        const VXOutboxEntry entry = entryWithoutPayload(*object);
-        if (entry.kind != kind || entry.destination != destination || entry.number >= before ||
-            entry.state != VXOutboxState::Queued || entry.nextDate <= now)
-            continue;
-        object->setValueForKey(now, u"nextDate"_s);
-        changed.append(entry.number);
-    }
-    return changed;
-}
-
 QVariant noneOr(const QDateTime &date)
 {
     return date.isValid() ? QVariant(date) : QVariant();
@@ -110,15 +93,19 @@ VXManagedObjectPtr neededObject(VXManagedObjectContext &context, qint64 number, 
     return object;
 }
 
-bool fail(VXError *error, const QString &reason)
+void announce(VXOutboxChange change, const QString &kind, const QVariantList &numbers)
 {
-    VXSetError(error, VXMakeError(VXLocalizedString(reason)));
-    return false;
+    VXNotificationCenter::defaultCenter().postNotificationName(
+        VXOutboxDidChangeNotification, kind,
+        {{VXOutboxNumbersKey, numbers}, {VXOutboxChangeKey, static_cast<int>(change)}});
 }
 
-void announce(qint64 number)
+// What was done to one of several entries tells a caller who asked for that one alone.
+bool isDone(const std::optional<VXOutbox::Refusals> &refusals, VXError *error)
 {
-    VXNotificationCenter::defaultCenter().postNotificationName(VXOutboxDidChangeNotification, number);
+    if (refusals && !refusals->isEmpty())
+        VXSetError(error, refusals->first());
+    return refusals && refusals->isEmpty();
 }
 
 } // namespace
@@ -151,7 +138,7 @@ std::optional<qint64> VXOutbox::add(const QString &kind, const QString &destinat
     if (!context.save(error))
         return std::nullopt;
     const qint64 number = object->objectID().number();
-    announce(number);
+    announce(VXOutboxChange::Due, kind, {number});
     return number;
 }
 
@@ -193,52 +180,138 @@ std::optional<VXOutboxEntry> VXOutbox::entry(qint64 number, VXError *error) cons
     return object ? std::optional(entryOf(*object)) : std::nullopt;
 }
 
+/** One save of changes to several entries, and what is to be told of it. */
+class VXOutbox::Batch
+{
+public:
+    explicit Batch(const VXPersistentStoreCoordinator::Ptr &coordinator) : _context(coordinator) {}
+
+    /** @return why not; no error when it is done. */
+    VXError apply(VXOutboxChange change, qint64 number);
+    /** What waits for the destination and was added before that number is due, too, once it is saved. */
+    void askFor(const QString &kind, const QString &destination, qint64 before);
+    bool save(VXError *error);
+    void announce(VXOutboxChange change) const;
+
+private:
+    bool makeDue(VXError *error);
+
+    VXManagedObjectContext _context;
+    const QDateTime _now = QDateTime::currentDateTimeUtc();
+    QMap<std::pair<QString, QString>, qint64> _asked; // by kind and destination
+    QMap<QString, QVariantList> _changed;             // by kind
+};
+
+VXError VXOutbox::Batch::apply(VXOutboxChange change, qint64 number)
+{
+    VXError problem;
+    const VXManagedObjectPtr object = neededObject(_context, number, &problem);
+    if (!object)
+        return problem;
+    VXOutboxEntry entry = entryWithoutPayload(*object);
+    if (entry.state == VXOutboxState::Sending)
+        return VXMakeError(VXLocalizedString(u"It is just being sent."_s));
+    if (change == VXOutboxChange::Dropped) {
+        _context.deleteObject(object);
+    } else if (entry.state == VXOutboxState::Sent) {
+        return VXMakeError(VXLocalizedString(u"It has been sent already."_s));
+    } else {
+        entry.state = VXOutboxState::Queued;
+        entry.nextDate = _now;
+        entry.finishedDate = {};
+        write(entry, *object);
+        askFor(entry.kind, entry.destination, number);
+    }
+    _changed[entry.kind].append(number);
+    return {};
+}
+
+void VXOutbox::Batch::askFor(const QString &kind, const QString &destination, qint64 before)
+{
+    qint64 &asked = _asked[{kind, destination}];
+    asked = std::max(asked, before);
+}
+
+bool VXOutbox::Batch::makeDue(VXError *error)
+{
+    const auto found = _context.executeFetchRequest(requestForOpen(*_context.persistentStoreCoordinator()), error);
+    if (!found)
+        return false;
+    for (const VXManagedObjectPtr &object : *found) {
+        const VXOutboxEntry entry = entryWithoutPayload(*object);
+        if (entry.number >= _asked.value({entry.kind, entry.destination}) || entry.state != VXOutboxState::Queued ||
+            entry.nextDate <= _now)
+            continue;
+        object->setValueForKey(_now, u"nextDate"_s);
+        _changed[entry.kind].append(entry.number);
+    }
+    return true;
+}
+
+bool VXOutbox::Batch::save(VXError *error)
+{
+    return (_asked.isEmpty() || makeDue(error)) && (_changed.isEmpty() || _context.save(error));
+}
+
+void VXOutbox::Batch::announce(VXOutboxChange change) const
+{
+    for (const auto &[kind, numbers] : _changed.asKeyValueRange())
+        ::announce(change, kind, numbers);
+}
+
+// A runner that takes one of them meanwhile is a conflict: they are looked at once more.
+std::optional<VXOutbox::Refusals> VXOutbox::change(const QList<qint64> &numbers, VXOutboxChange change,
+                                                   VXError *error) const
+{
+    constexpr int maximumTries = 10;
+    VXError problem;
+    for (int tries = 0; tries < maximumTries; ++tries) {
+        Batch batch(_coordinator);
+        Refusals refusals;
+        for (const qint64 number : numbers) {
+            if (VXError refusal = batch.apply(change, number))
+                refusals.insert(number, std::move(refusal));
+        }
+        problem = {};
+        if (batch.save(&problem)) {
+            batch.announce(change);
+            return refusals;
+        }
+        if (problem.code() != static_cast<int>(VXObjectStoreErrorCode::MergeConflict))
+            break;
+    }
+    VXSetError(error, problem);
+    return std::nullopt;
+}
+
 bool VXOutbox::retry(qint64 number, VXError *error) const
 {
-    VXManagedObjectContext context(_coordinator);
-    const VXManagedObjectPtr object = neededObject(context, number, error);
-    if (!object)
-        return false;
-    VXOutboxEntry entry = entryWithoutPayload(*object);
-    if (entry.state == VXOutboxState::Sent)
-        return fail(error, u"It has been sent already."_s);
-    if (entry.state == VXOutboxState::Sending)
-        return fail(error, u"It is just being sent."_s);
-    entry.state = VXOutboxState::Queued;
-    entry.nextDate = QDateTime::currentDateTimeUtc();
-    entry.finishedDate = {};
-    write(entry, *object);
-    const bool isSaved = makeDue(context, entry.kind, entry.destination, number, error) &&
-                         context.save(error); // a runner that takes it meanwhile is a conflict
-    if (isSaved)
-        announce(number);
-    return isSaved;
+    return isDone(retryAll({number}, error), error);
+}
+
+std::optional<VXOutbox::Refusals> VXOutbox::retryAll(const QList<qint64> &numbers, VXError *error) const
+{
+    return change(numbers, VXOutboxChange::Due, error);
 }
 
 bool VXOutbox::retryDestination(const QString &kind, const QString &destination, VXError *error) const
 {
-    VXManagedObjectContext context(_coordinator);
-    const auto changed = makeDue(context, kind, destination, std::numeric_limits<qint64>::max(), error);
-    if (!changed || (!changed->isEmpty() && !context.save(error)))
+    Batch batch(_coordinator);
+    batch.askFor(kind, destination, std::numeric_limits<qint64>::max());
+    if (!batch.save(error))
         return false;
-    for (const qint64 number : *changed)
-        announce(number);
+    batch.announce(VXOutboxChange::Due);
     return true;
 }
 
 bool VXOutbox::drop(qint64 number, VXError *error) const
 {
-    VXManagedObjectContext context(_coordinator);
-    const VXManagedObjectPtr object = neededObject(context, number, error);
-    if (!object)
-        return false;
-    if (entryWithoutPayload(*object).state == VXOutboxState::Sending)
-        return fail(error, u"It is just being sent."_s);
-    context.deleteObject(object);
-    const bool isSaved = context.save(error); // as above
-    if (isSaved)
-        announce(number);
-    return isSaved;
+    return isDone(dropAll({number}, error), error);
+}
+
+std::optional<VXOutbox::Refusals> VXOutbox::dropAll(const QList<qint64> &numbers, VXError *error) const
+{
+    return change(numbers, VXOutboxChange::Dropped, error);
 }
 
 bool VXOutbox::update(const VXOutboxEntry &entry, VXError *error) const
@@ -250,8 +323,14 @@ bool VXOutbox::update(const VXOutboxEntry &entry, VXError *error) const
     write(entry, *object);
     const bool isSaved = context.save(error);
     if (isSaved)
-        announce(entry.number);
+        announce(VXOutboxChange::Updated, entry.kind, {entry.number});
     return isSaved;
+}
+
+QStringList VXOutbox::files() const
+{
+    const QString path = _coordinator->persistentStores().first()->path();
+    return {path, path + "-wal"_L1};
 }
 
 bool VXOutbox::forgetSentBefore(const QDateTime &time, VXError *error) const

@@ -1,6 +1,7 @@
 #include "VXOutboxRunner.h"
 
 #include "VXFileManager.h"
+#include "VXFileWatch.h"
 #include "VXFramework.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
@@ -9,7 +10,6 @@
 #include "VXUserDefaults.h"
 
 #include <QtCore/QPointer>
-#include <QtCore/QSet>
 
 #include <algorithm>
 #include <chrono>
@@ -20,30 +20,21 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int maximumDestinations = 4;   // at once
-constexpr double longestDelay = 60 * 60; // seconds
+constexpr int maximumDestinations = 4; // at once
+constexpr double firstDelay = 10;      // seconds
+constexpr double shortestDelay = 0.1;  // also when the user wants none
+constexpr double longestDelay = 60 * 60;
 constexpr std::chrono::milliseconds lockPoll = 1s;
 constexpr std::chrono::milliseconds shortestWait = 100ms;
+constexpr std::chrono::milliseconds longestWait = 1min;  // clocks are put forward, and computers sleep
+constexpr std::chrono::milliseconds longestPause = 5min; // while the store can not be written
+constexpr std::chrono::milliseconds lookDelay = 2s;      // programs that end sooner leave what is not theirs
 constexpr int daysToKeepSent = 7;
 
 QHash<QString, int> &servedKinds()
 {
     static QHash<QString, int> kinds; // main thread only
     return kinds;
-}
-
-// Seconds after so many attempts.
-double delayAfter(int attempts)
-{
-    const QVariant setting = VXUserDefaults::standardUserDefaults().objectForKey(u"outbox.retry-delay"_s);
-    const double first = setting.isValid() ? std::max(setting.toDouble(), 0.0) : 10;
-    return std::min(first * static_cast<double>(1LL << std::clamp(attempts - 1, 0, 20)), longestDelay);
-}
-
-// A clock that was put back must not keep an entry waiting for years.
-bool isDue(const VXOutboxEntry &entry, const QDateTime &now)
-{
-    return entry.nextDate <= now || entry.nextDate > now.addSecs(static_cast<qint64>(longestDelay));
 }
 
 // Held, unless another process sends, or with a line in the log.
@@ -68,26 +59,68 @@ VXOutboxEntry interrupted(VXOutboxEntry entry)
 
 } // namespace
 
-/** The numbers of entries that changed, on any thread, until the main thread takes them. */
+/** When entries are due, as things are just now. */
+class VXOutboxRunner::Schedule
+{
+public:
+    Schedule()
+    {
+        bool isNumber = false;
+        const double seconds =
+            VXUserDefaults::standardUserDefaults().objectForKey(u"outbox.retry-delay"_s).toDouble(&isNumber);
+        if (isNumber && seconds >= 0)
+            _first = std::clamp(seconds, shortestDelay, longestDelay);
+    }
+    bool isDue(const VXOutboxEntry &entry) const { return wait(entry) <= 0; }
+    /** Milliseconds. A clock that was put back keeps no entry waiting: for longer than its delay none has to. */
+    qint64 wait(const VXOutboxEntry &entry) const
+    {
+        const qint64 rest = _now.msecsTo(entry.nextDate);
+        return rest > delayAfter(entry.attempts) + slack ? 0 : rest;
+    }
+    QDateTime nextDate(int attempts) const { return _now.addMSecs(delayAfter(attempts)); }
+
+private:
+    static constexpr qint64 slack = 1000;
+
+    qint64 delayAfter(int attempts) const
+    {
+        const double seconds = _first * static_cast<double>(1LL << std::clamp(attempts - 1, 0, 20));
+        return static_cast<qint64>(std::min(seconds, longestDelay) * 1000);
+    }
+
+    const QDateTime _now = QDateTime::currentDateTimeUtc();
+    double _first = firstDelay;
+};
+
+/** The entries that changed, on any thread, until the main thread takes the news. */
 class VXOutboxRunner::News
 {
 public:
     /** False when somebody is on the way to take them. */
-    bool add(qint64 number)
+    bool add(const VXNotification &notification)
     {
         const VXMutexLocker lock(_lock);
-        _numbers.append(number);
-        return _numbers.size() == 1;
+        const bool isFirst = _dropped.isEmpty() && _due.isEmpty();
+        const bool isDrop = notification.userInfo.value(VXOutboxChangeKey) == static_cast<int>(VXOutboxChange::Dropped);
+        for (const QVariant &number : notification.userInfo.value(VXOutboxNumbersKey).toList()) {
+            if (isDrop)
+                _dropped.insert(number.toLongLong());
+            else
+                _due.append(number.toLongLong());
+        }
+        return isFirst;
     }
-    QList<qint64> take()
+    std::pair<QSet<qint64>, QList<qint64>> take()
     {
         const VXMutexLocker lock(_lock);
-        return std::exchange(_numbers, {});
+        return {std::exchange(_dropped, {}), std::exchange(_due, {})};
     }
 
 private:
     VXMutex _lock;
-    QList<qint64> _numbers VX_GUARDED_BY(_lock);
+    QSet<qint64> _dropped VX_GUARDED_BY(_lock);
+    QList<qint64> _due VX_GUARDED_BY(_lock);
 };
 
 VXOutboxRunner::VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deliver deliver)
@@ -96,63 +129,95 @@ VXOutboxRunner::VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deli
     ++servedKinds()[kind];
     _timer.setSingleShot(true);
     connect(&_timer, &QTimer::timeout, this, &VXOutboxRunner::run);
+    _look.setSingleShot(true);
+    connect(&_look, &QTimer::timeout, this, &VXOutboxRunner::look);
     static_cast<void>(_outbox.forgetSentBefore(QDateTime::currentDateTimeUtc().addDays(-daysToKeepSent)));
-    const auto news = std::make_shared<News>();
-    VXNotificationCenter::defaultCenter().addObserver(
-        this, VXOutboxDidChangeNotification, [self = QPointer(this), news](const VXNotification &notification) {
-            const bool isOwn = VXMainThread::isCurrent() && self->_isWriting;
-            if (isOwn || !news->add(notification.object.toLongLong()))
-                return;
-            VXMainThread::perform([self, news] {
-                const QList<qint64> numbers = news->take();
-                if (self)
-                    self->takeNews(numbers);
-            });
-        });
+    observe();
 }
 
 VXOutboxRunner::~VXOutboxRunner()
 {
     VXNotificationCenter::defaultCenter().removeObserver(this);
+    settleAll();
     --servedKinds()[_kind];
+}
+
+// -- What wakes it
+
+void VXOutboxRunner::observe()
+{
+    const auto news = std::make_shared<News>();
+    VXNotificationCenter::defaultCenter().addObserver(
+        this, VXOutboxDidChangeNotification, [self = QPointer(this), news, kind = _kind](const VXNotification &told) {
+            const bool isUpdate = told.userInfo.value(VXOutboxChangeKey) == static_cast<int>(VXOutboxChange::Updated);
+            if (told.object.toString() != kind || isUpdate || !news->add(told))
+                return;
+            VXMainThread::perform([self, news] {
+                const auto [dropped, due] = news->take();
+                if (self)
+                    self->takeNews(dropped, due);
+            });
+        });
+    const auto lookSoon = [this] {
+        if (!_look.isActive())
+            _look.start(lookDelay);
+    };
+    new VXFileWatch(_outbox.files(), lookSoon, this);
+}
+
+// Where a server is away entries come one after the other, and each only joins those that wait: nothing is read for it but itself.
+void VXOutboxRunner::takeNews(const QSet<qint64> &dropped, const QList<qint64> &due)
+{
+    if (!dropped.isEmpty())
+        forget(dropped);
+    if (!std::ranges::all_of(due, [this](qint64 number) { return join(number); }))
+        run();
+}
+
+// What waited behind them has its turn when it is looked at next: who drops does not mean to send.
+void VXOutboxRunner::forget(const QSet<qint64> &numbers)
+{
+    for (auto &[destination, queue] : _queues) {
+        const qint64 held = queue.isHeld() ? queue.entries.front().number : 0;
+        std::erase_if(queue.entries, [&](const VXOutboxEntry &entry) {
+            return entry.number != held && numbers.contains(entry.number);
+        });
+    }
+    if (!_isRunning) // else a loop over them goes on
+        std::erase_if(_queues, [](const auto &each) { return each.second.entries.empty(); });
+}
+
+// True when nothing is to be done for it now: it waits behind others, or is gone.
+bool VXOutboxRunner::join(qint64 number)
+{
+    const std::optional<VXOutboxEntry> entry = _outbox.entry(number);
+    if (!entry || entry->state != VXOutboxState::Queued)
+        return !entry;
+    const auto found = _queues.find(entry->destination);
+    if (found == _queues.end() || found->second.entries.empty() || found->second.entries.back().number >= number)
+        return false;
+    Queue &queue = found->second;
+    if (!queue.isHeld() && Schedule().isDue(queue.entries.front()))
+        return false;
+    queue.entries.push_back(*entry);
+    queue.entries.back().payload = {};
+    return true;
+}
+
+void VXOutboxRunner::look()
+{
+    if (_isStopping || _isRunning)
+        return;
+    if (_lock)
+        return run();
+    _isTroubled = false;
+    load();
+    plan();
 }
 
 bool VXOutboxRunner::isServed(const QString &kind)
 {
     return servedKinds().value(kind) > 0;
-}
-
-// Where a server is away entries come one after the other, and each only joins those that wait: nothing is read for it but itself.
-void VXOutboxRunner::takeNews(const QList<qint64> &numbers)
-{
-    bool isRunNeeded = false;
-    for (const qint64 number : numbers)
-        isRunNeeded = !putBehind(number) || isRunNeeded;
-    if (isRunNeeded)
-        run();
-}
-
-// False when the entry is not one that has to wait for one before it.
-bool VXOutboxRunner::putBehind(qint64 number)
-{
-    const std::optional<VXOutboxEntry> entry = _outbox.entry(number);
-    if (!entry || entry->state != VXOutboxState::Queued)
-        return false;
-    if (entry->kind != _kind)
-        return true;
-    const auto found = _queues.find(entry->destination);
-    if (found == _queues.end() || found->second.entries.back().number >= number)
-        return false;
-    Queue &queue = found->second;
-    const qint64 first = queue.entries.front().number;
-    const bool isWaiting = !queue.isInFlight && !isDue(queue.entries.front(), QDateTime::currentDateTimeUtc());
-    const std::optional<VXOutboxEntry> seen =
-        isWaiting ? _outbox.entry(first) : std::nullopt; // others may have changed it
-    if (!queue.isInFlight && (!seen || seen->nextDate != queue.entries.front().nextDate))
-        return false;
-    queue.entries.push_back(*entry);
-    queue.entries.back().payload = {};
-    return true;
 }
 
 // False, and tried again later, while another process sends.
@@ -166,6 +231,15 @@ bool VXOutboxRunner::takeLock()
     else if (lock->isTimedOut())
         _timer.start(lockPoll);
     return _lock != nullptr;
+}
+
+// False while it is needed: others would take what came of a try for lost.
+bool VXOutboxRunner::releaseLock()
+{
+    const bool isFree = std::ranges::none_of(_queues, [](const auto &each) { return each.second.isHeld(); });
+    if (isFree)
+        _lock.reset();
+    return isFree;
 }
 
 void VXOutboxRunner::settleInterrupted(const VXOutbox &outbox)
@@ -186,11 +260,15 @@ void VXOutboxRunner::settleInterrupted(const VXOutbox &outbox)
     }
 }
 
+// -- Runs
+
 void VXOutboxRunner::run()
 {
     if (_isStopping || _isRunning || !takeLock())
         return;
+    _isTroubled = false;
     _isRunning = true; // who hears of a change may ask for a run
+    settleAll();
     if (load())
         markInterrupted();
     _isRunning = false;
@@ -203,29 +281,32 @@ bool VXOutboxRunner::load()
     VXError error;
     const std::optional<QList<VXOutboxEntry>> entries = _outbox.openEntries(_kind, &error);
     if (!entries) {
-        VXLogMethod(VXLogError, "run", error.description());
+        tell("run", error);
         return false;
     }
-    std::erase_if(_queues, [](const auto &each) { return !each.second.isInFlight; });
+    std::erase_if(_queues, [](const auto &each) { return !each.second.isHeld(); });
     for (auto &[destination, queue] : _queues)
         queue.entries.resize(1);
     for (const VXOutboxEntry &entry : *entries) {
         Queue &queue = _queues[entry.destination];
-        if (!queue.isInFlight || queue.entries.front().number != entry.number)
+        if (!queue.isHeld() || queue.entries.front().number != entry.number)
             queue.entries.push_back(entry);
     }
     return true;
 }
 
-// So that the news of it are known for its own.
+void VXOutboxRunner::tell(const char *method, const VXError &error)
+{
+    VXLogMethod(VXLogError, method, error.description());
+    _isTroubled = true;
+}
+
 bool VXOutboxRunner::write(const VXOutboxEntry &entry)
 {
-    _isWriting = true;
     VXError error;
     const bool isWritten = _outbox.update(entry, &error);
-    _isWriting = false;
     if (!isWritten)
-        VXLogMethod(VXLogError, "write:", error.description());
+        tell("write:", error);
     return isWritten;
 }
 
@@ -234,12 +315,9 @@ void VXOutboxRunner::markInterrupted()
 {
     for (auto &each : _queues) {
         Queue &queue = each.second;
-        const qint64 ours = queue.isInFlight ? queue.entries.front().number : 0;
+        const qint64 ours = queue.isHeld() ? queue.entries.front().number : 0;
         const auto isInterrupted = [&](const VXOutboxEntry &entry) {
-            const bool isMarked = entry.state == VXOutboxState::Sending && entry.number != ours;
-            if (isMarked)
-                static_cast<void>(write(interrupted(entry)));
-            return isMarked;
+            return entry.state == VXOutboxState::Sending && entry.number != ours && write(interrupted(entry));
         };
         std::erase_if(queue.entries, isInterrupted);
     }
@@ -249,38 +327,34 @@ void VXOutboxRunner::markInterrupted()
 void VXOutboxRunner::proceed()
 {
     _isRunning = true;
-    sendDue();
-    _isRunning = false;
-    if (isBusy())
-        return;
-    _lock.reset();
-    // What another process added while the lock was held here is seen here now, or by that process.
-    if (load())
-        runLater();
-    Q_EMIT didBecomeIdle();
-}
-
-// Those behind the first wait for it.
-bool VXOutboxRunner::canSend(const Queue &queue, const QDateTime &now)
-{
-    return !queue.isInFlight && !queue.entries.empty() && isDue(queue.entries.front(), now);
-}
-
-// The destinations take turns: who has waited longest is first.
-void VXOutboxRunner::sendDue()
-{
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    QList<Queue *> due;
-    for (auto &[destination, queue] : _queues) {
-        if (canSend(queue, now))
-            due.append(&queue);
-    }
-    std::ranges::sort(due, {}, [](const Queue *queue) { return queue->entries.front().number; });
-    for (Queue *const queue : due) {
-        while (_inFlight < maximumDestinations && canSend(*queue, now) && send(*queue)) {
-        }
+    while (Queue *const queue = firstDue()) {
+        if (!send(*queue))
+            break;
     }
     std::erase_if(_queues, [](const auto &each) { return each.second.entries.empty(); });
+    _isRunning = false;
+    if (releaseLock())
+        load(); // what another process added while the lock was held here is seen here now, or by that process
+    _troubledRuns = _isTroubled ? _troubledRuns + 1 : 0;
+    plan();
+    if (!isBusy())
+        Q_EMIT didBecomeIdle();
+}
+
+// The destinations take turns: who has waited longest is first. Those behind the first of a queue wait for it.
+VXOutboxRunner::Queue *VXOutboxRunner::firstDue()
+{
+    Queue *found = nullptr;
+    if (_inFlight >= maximumDestinations || _isTroubled || _isStopping)
+        return found;
+    const Schedule schedule;
+    for (auto &[destination, queue] : _queues) {
+        if (queue.isHeld() || queue.entries.empty() || !schedule.isDue(queue.entries.front()))
+            continue;
+        if (found == nullptr || queue.entries.front().number < found->entries.front().number)
+            found = &queue;
+    }
+    return found;
 }
 
 // The first of the queue, or where that is open no more none. False when it could not be marked: it could be sent twice.
@@ -289,7 +363,7 @@ bool VXOutboxRunner::send(Queue &queue)
     VXError error;
     std::optional<VXOutboxEntry> entry = _outbox.entry(queue.entries.front().number, &error);
     if (error) {
-        VXLogMethod(VXLogError, "send:", error.description());
+        tell("send:", error);
         return false;
     }
     if (!entry || entry->state != VXOutboxState::Queued) { // dropped, or changed by another process
@@ -333,50 +407,73 @@ void VXOutboxRunner::resume()
 void VXOutboxRunner::conclude(VXOutboxEntry entry, const VXOutboxDelivery &delivery)
 {
     using Outcome = VXOutboxDelivery::Outcome;
-    const QDateTime now = QDateTime::currentDateTimeUtc();
     entry.problem = delivery.problem;
-    entry.finishedDate = now;
+    entry.finishedDate = QDateTime::currentDateTimeUtc();
     if (delivery.outcome == Outcome::NotDelivered) {
         entry.state = VXOutboxState::Queued;
         entry.finishedDate = {};
-        entry.nextDate = now.addMSecs(static_cast<qint64>(delayAfter(entry.attempts) * 1000));
+        entry.nextDate = Schedule().nextDate(entry.attempts);
     } else if (delivery.outcome == Outcome::Sent) {
         entry.state = VXOutboxState::Sent;
     } else {
         entry.state = delivery.outcome == Outcome::Refused ? VXOutboxState::Failed : VXOutboxState::PerhapsSent;
     }
-    static_cast<void>(
-        write(entry)); // where that fails it stays marked as being sent, and is never sent again by itself
     Queue &queue = _queues[entry.destination];
+    queue.entries.front() = entry;
     queue.isInFlight = false;
+    queue.isConcluded = true;
     queue.cancel = {};
-    if (entry.state == VXOutboxState::Queued)
-        queue.entries.front() = entry;
-    else
-        queue.entries.pop_front();
-    if (queue.entries.empty() && !_isRunning) // else a loop over them goes on
-        _queues.erase(entry.destination);
     --_inFlight;
-    Q_EMIT didTry(entry);
+    settle(queue);
+    if (_isRunning)
+        return; // the run goes on
     if (!_isStopping) {
-        if (!_isRunning)
-            proceed();
+        proceed();
     } else if (!isBusy()) {
-        _lock.reset();
+        releaseLock();
         Q_EMIT didBecomeIdle();
     }
 }
 
-// What is due and was not sent could not be marked, or came from another process just now.
-void VXOutboxRunner::runLater()
+void VXOutboxRunner::settleAll()
 {
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    std::optional<std::chrono::milliseconds> soonest;
+    for (auto &[destination, queue] : _queues) {
+        if (queue.isConcluded)
+            settle(queue);
+    }
+}
+
+// Where it can not be written now the entry stays marked as being sent, and whatever happens is not sent again by itself.
+void VXOutboxRunner::settle(Queue &queue)
+{
+    const VXOutboxEntry entry = queue.entries.front();
+    VXError error;
+    const bool isGone = !_outbox.entry(entry.number, &error) && !error;
+    if (!isGone && !write(entry))
+        return;
+    queue.isConcluded = false;
+    if (entry.state != VXOutboxState::Queued)
+        queue.entries.pop_front(); // who goes through the queues removes those that are empty
+    Q_EMIT didTry(entry);
+}
+
+// When the next has its time; while the store can not be written later and later.
+void VXOutboxRunner::plan()
+{
+    using std::chrono::milliseconds;
+    if (_isTroubled) {
+        const milliseconds pause = std::min(longestPause, milliseconds(1s) * (1 << std::min(_troubledRuns, 10)));
+        _timer.start(pause);
+        return;
+    }
+    if (_inFlight >= maximumDestinations)
+        return; // the end of one of them is the next event
+    const Schedule schedule;
+    std::optional<milliseconds> soonest;
     for (const auto &[destination, queue] : _queues) {
-        const VXOutboxEntry &first = queue.entries.front();
-        const std::chrono::milliseconds wait(isDue(first, now) ? 0 : now.msecsTo(first.nextDate));
-        soonest = std::min(soonest.value_or(std::chrono::milliseconds::max()), std::max(wait, shortestWait));
+        if (!queue.isHeld())
+            soonest = std::min(soonest.value_or(longestWait), milliseconds(schedule.wait(queue.entries.front())));
     }
     if (soonest)
-        _timer.start(*soonest);
+        _timer.start(std::max(*soonest, shortestWait));
 }

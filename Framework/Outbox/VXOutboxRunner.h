@@ -5,6 +5,7 @@
 #include "VXOutbox.h"
 
 #include <QtCore/QObject>
+#include <QtCore/QSet>
 #include <QtCore/QTimer>
 
 #include <deque>
@@ -29,8 +30,9 @@ struct VXOutboxDelivery
  * Sends the entries of one kind from the outbox: those for one destination one after the other, in their order, a few
  * destinations at once. What did not arrive is tried again after 10 seconds (the user default "outbox.retry-delay"), then
  * after double the time, up to an hour. Of all processes one sends at a time. An entry is marked before it is sent, so
- * that one whose program ended meanwhile is not sent again by itself. What is added or changed in this process is seen
- * at once, what other processes add when nothing is being sent here. Main thread only.
+ * that one whose program ended meanwhile is not sent again by itself; what came of it and can not be written is kept, and
+ * written once that goes. What is added or is to be tried now in this process is sent at once, what other processes leave, or
+ * left before the start, in a few seconds. What is dropped makes nothing be sent. Main thread only.
  */
 class VX_EXPORT VXOutboxRunner : public QObject
 {
@@ -69,37 +71,48 @@ Q_SIGNALS:
     void didBecomeIdle();
 
 private:
-    /** The open entries for one destination, in their order. Only the first may be in flight. */
+    /** The open entries for one destination, in their order. */
     struct Queue
     {
         std::deque<VXOutboxEntry> entries;
-        bool isInFlight = false;
-        Cancel cancel = {}; // of what is in flight
+        bool isInFlight = false;  // the first
+        Cancel cancel = {};       // of what is in flight
+        bool isConcluded = false; // what came of the first has yet to be written
+        bool isHeld() const { return isInFlight || isConcluded; }
     };
 
     class News;
+    class Schedule;
 
-    void takeNews(const QList<qint64> &numbers);
-    bool putBehind(qint64 number);
+    void observe();
+    void takeNews(const QSet<qint64> &dropped, const QList<qint64> &due);
+    void forget(const QSet<qint64> &numbers);
+    bool join(qint64 number);
+    void look();
     bool takeLock();
+    bool releaseLock();
     bool load();
     bool write(const VXOutboxEntry &entry);
     void markInterrupted();
+    void settleAll();
+    void settle(Queue &queue);
     void proceed();
-    void sendDue();
-    static bool canSend(const Queue &queue, const QDateTime &now);
+    Queue *firstDue();
     bool send(Queue &queue);
     void conclude(VXOutboxEntry entry, const VXOutboxDelivery &delivery);
-    void runLater();
+    void plan();
+    void tell(const char *method, const VXError &error);
 
     const QString _kind;
     const VXOutbox _outbox;
     const Deliver _deliver;
-    std::unique_ptr<VXFileLock> _lock; // held while anything is being sent
-    std::map<QString, Queue> _queues;  // by destination, none is empty; exact while the lock is held, else as last seen
+    std::unique_ptr<VXFileLock> _lock; // held while anything is being sent, and while what came of it is not written
+    std::map<QString, Queue> _queues;  // by destination, none is empty; as last seen
     int _inFlight = 0;
-    QTimer _timer;
+    QTimer _timer; // of the next run
+    QTimer _look;  // for what other processes left
     bool _isStopping = false;
     bool _isRunning = false;
-    bool _isWriting = false; // what it hears of then is its own
+    bool _isTroubled = false; // the store could not be read or written in this run
+    int _troubledRuns = 0;    // in a row
 };

@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::chrono::milliseconds keptIdle{1000};
 constexpr size_t maximumIdle = 8;
+constexpr int maximumThreads = 100; // each needs a few of the descriptors that a process has
 
 } // namespace
 
@@ -18,38 +19,47 @@ VXRequestThreads &VXRequestThreads::shared()
     return *threads;
 }
 
-QString VXRequestThreads::run(std::function<void(Lease)> work)
+QString VXRequestThreads::run(Work work)
 {
-    if (const ThreadPtr idle = takeIdle(work)) {
-        idle->wake.notifyOne(); // without the lock, which it would only have to wait for
+    const VXMutexLocker starting(_startLock);
+    if (place(work, maximumThreads) != Place::OnNew)
         return {};
-    }
     try {
-        VXBackgroundThread::start(
-            [this, work = std::move(work)]() mutable { serve(std::make_shared<Thread>(), std::move(work)); });
+        VXBackgroundThread::start([this, work] { serve(std::make_shared<Thread>(), work); });
         return {};
     } catch (const std::system_error &error) {
-        const VXMutexLocker lock(_lock);
-        --_threads;
-        return QString::fromLocal8Bit(error.what());
+        {
+            const VXMutexLocker lock(_lock);
+            --_threads;
+        }
+        return place(work, 0) != Place::OnNew ? QString() : QString::fromLocal8Bit(error.what());
     }
 }
 
-// Null, and a thread more is counted, when there is none; else the work is the thread's.
-VXRequestThreads::ThreadPtr VXRequestThreads::takeIdle(std::function<void(Lease)> &work)
+// On an idle thread, else to wait for one that will be free, where there are so many; else a thread more is counted, unless
+// there can be none.
+VXRequestThreads::Place VXRequestThreads::place(const Work &work, int maximum)
 {
-    const VXMutexLocker lock(_lock);
-    if (_idle.empty()) {
-        ++_threads;
-        return nullptr;
+    ThreadPtr idle;
+    {
+        const VXMutexLocker lock(_lock);
+        if (_idle.empty()) {
+            const bool waits = _threads > 0 && _threads >= maximum;
+            if (waits)
+                _waiting.push_back(work);
+            else if (maximum > 0)
+                ++_threads;
+            return waits ? Place::InQueue : Place::OnNew;
+        }
+        idle = std::move(_idle.back());
+        _idle.pop_back();
+        idle->work = work;
     }
-    ThreadPtr idle = std::move(_idle.back());
-    _idle.pop_back();
-    idle->work = std::move(work);
-    return idle;
+    idle->wake.notifyOne(); // without the lock, which it would only have to wait for
+    return Place::OnIdle;
 }
 
-void VXRequestThreads::serve(const ThreadPtr &thread, std::function<void(Lease)> work)
+void VXRequestThreads::serve(const ThreadPtr &thread, Work work)
 {
     while (work) {
         work(Lease(nullptr, [this, thread](void *) { becomeFree(thread); }));
@@ -62,7 +72,7 @@ void VXRequestThreads::serve(const ThreadPtr &thread, std::function<void(Lease)>
 }
 
 // Null when the thread is to end.
-std::function<void(VXRequestThreads::Lease)> VXRequestThreads::waitForWork(const ThreadPtr &thread)
+VXRequestThreads::Work VXRequestThreads::waitForWork(const ThreadPtr &thread)
 {
     const VXMutexLocker lock(_lock);
     const auto isDue = [&]() VX_NO_THREAD_SAFETY_ANALYSIS {
@@ -84,7 +94,11 @@ void VXRequestThreads::becomeFree(const ThreadPtr &thread)
     const VXMutexLocker lock(_lock);
     if (thread->hasEnded)
         return;
-    if (_idle.size() < maximumIdle) {
+    if (!_waiting.empty()) {
+        thread->work = std::move(_waiting.front());
+        _waiting.pop_front();
+        thread->wake.notifyOne();
+    } else if (_idle.size() < maximumIdle) {
         _idle.push_back(thread);
     } else {
         thread->shallEnd = true;
@@ -94,8 +108,10 @@ void VXRequestThreads::becomeFree(const ThreadPtr &thread)
 
 void VXRequestThreads::close(std::chrono::milliseconds longest)
 {
+    std::deque<Work> dropped; // goes once the lock is free
     const VXMutexLocker lock(_lock);
     _isClosed = true;
+    dropped.swap(_waiting);
     for (const ThreadPtr &thread : _idle)
         thread->wake.notifyOne();
     static_cast<void>(

@@ -5,13 +5,15 @@
 #include <QtCore/QString>
 
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
 
 /**
- * Threads that requests run on, one each. One that has become free is kept for a moment: to make another would take longer
- * than many a request. Any thread.
+ * Threads that requests run on, one each, up to 100 at once: more wait for their turn, as they do where the system has no
+ * thread to spare. One that has become free is kept for a moment: to make another would take longer than many a request.
+ * Any thread.
  */
 class VXRequestThreads
 {
@@ -21,31 +23,36 @@ public:
 
     static VXRequestThreads &shared();
 
-    /** Runs the work, which throws nothing. @return null, or why there is no thread for it. */
-    [[nodiscard]] QString run(std::function<void(Lease)> work);
+    using Work = std::function<void(Lease)>;
 
-    /** Lets threads end once their work has returned, and waits for that, but not longer. */
+    /** Runs the work, which throws nothing. @return null, or why there is no thread for it and none to wait for. */
+    [[nodiscard]] QString run(Work work);
+
+    /** Lets threads end once their work has returned, and waits for that, but not longer. What has no thread yet gets none. */
     void close(std::chrono::milliseconds longest);
 
 private:
     struct Thread // under the lock
     {
         VXCondition wake;
-        std::function<void(Lease)> work;
+        Work work;
         bool shallEnd = false;
         bool hasEnded = false;
     };
     using ThreadPtr = std::shared_ptr<Thread>;
 
     VXRequestThreads() = default;
-    ThreadPtr takeIdle(std::function<void(Lease)> &work);
-    void serve(const ThreadPtr &thread, std::function<void(Lease)> work);
-    std::function<void(Lease)> waitForWork(const ThreadPtr &thread);
+    enum class Place { OnIdle, InQueue, OnNew };
+    Place place(const Work &work, int maximum);
+    void serve(const ThreadPtr &thread, Work work);
+    Work waitForWork(const ThreadPtr &thread);
     void becomeFree(const ThreadPtr &thread);
 
+    VXMutex _startLock; // before the other: all threads that are counted have started, or one is just being started
     VXMutex _lock;
     VXCondition _threadEnded;
     std::vector<ThreadPtr> _idle VX_GUARDED_BY(_lock); // the last became free last
+    std::deque<Work> _waiting VX_GUARDED_BY(_lock);
     int _threads VX_GUARDED_BY(_lock) = 0;
     bool _isClosed VX_GUARDED_BY(_lock) = false;
 };

@@ -84,7 +84,7 @@ bool VXWebConnection::_executeWithRequest(const VXURLRequest &request)
 void VXWebConnection::willRedirect(const QUrl &from, const QUrl &to)
 {
     VXLogMethod(VXLogWarning, "connection:willSendRequest:redirectResponse:",
-                u"Redirecting %1 to %2"_s.arg(from.toString(), to.toString()));
+                u"Redirecting %1 to %2"_s.arg(from.toDisplayString(), to.toDisplayString()));
 }
 
 VXError VXWebConnection::tooLong(const QUrl &url) const

@@ -44,9 +44,8 @@ VXWebHandle::VXWebHandle()
 
 VXWebHandle::~VXWebHandle()
 {
-    if (_easy != nullptr)
+    if (_isKept) {
         curl_easy_reset(_easy);
-    if (_easy != nullptr && _multi != nullptr) {
         IdleHandles &idle = IdleHandles::shared();
         const VXMutexLocker lock(idle.lock);
         if (idle.handles.size() < maximumIdleHandles) {

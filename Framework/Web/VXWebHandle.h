@@ -18,7 +18,11 @@ public:
     CURL *easy() const { return _easy; }
     CURLM *multi() const { return _multi; }
 
+    /** It is in order, and may serve others once it is given back; else it goes. */
+    void keep() { _isKept = true; }
+
 private:
     CURL *_easy = nullptr;
     CURLM *_multi = nullptr;
+    bool _isKept = false;
 };

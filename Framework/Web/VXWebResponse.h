@@ -6,12 +6,13 @@
 #include <QtCore/QString>
 #include <QtCore/QUrl>
 
-/** A redirect that was followed without the form, as browsers do after 301, 302 and 303; of status 0 for none. */
+/** A redirect that goes on without the form, as browsers do after 301, 302 and 303; of status 0 for none. */
 struct VXFormRedirect
 {
     int status = 0;
     QUrl from = {};
     QUrl to = {};
+    bool wasFollowed = false; // else it was not safe, or one too many
 };
 
 /** The beginning of a server's answer. */

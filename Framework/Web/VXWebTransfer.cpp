@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <exception>
 #include <memory>
+#include <optional>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -20,6 +22,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int maximumRedirects = 16;
 constexpr qint64 maximumHeaderBytes = 256 * 1024;
 constexpr qint64 maximumRedirectBody = 64 * 1024; // what a redirect says to people is passed over
+constexpr std::chrono::seconds longestRedirectBody{2};
+constexpr long noConnectTimeout = 100L * 24 * 60 * 60; // seconds: ours holds
 constexpr long bufferSize = 256 * 1024;
 constexpr std::chrono::milliseconds longestWait{1000};
 constexpr double longestTimeout = 1e9; // seconds
@@ -87,15 +91,24 @@ public:
 
     VXError run(CURLM *multi);
 
+    /** Whether the handles may be used again. */
+    bool isInOrder() const { return _isInOrder; }
     /** Where the server sends us; empty when this was the answer. */
     QUrl redirectedTo() const { return _redirectedTo; }
     int status() const { return _response.statusCode; }
 
 private:
+    // What a receiver throws must not pass through libcurl.
     template <auto member>
     static size_t callback(char *bytes, size_t size, size_t count, void *self)
     {
-        return (static_cast<Exchange *>(self)->*member)(bytes, size * count);
+        auto *const exchange = static_cast<Exchange *>(self);
+        try {
+            return (exchange->*member)(bytes, size * count);
+        } catch (...) {
+            exchange->_thrown = std::current_exception();
+            return CURL_READFUNC_ABORT; // more than a receiving callback may take
+        }
     }
     void setOptions(bool isPost);
     void setSecurityOptions();
@@ -104,7 +117,9 @@ private:
     size_t receiveBody(char *bytes, size_t count);
     void readHeaderLine(QByteArrayView line);
     VXError headersDidEnd();
+    VXError readLength(QByteArrayView value);
     VXError wait(CURLM *multi, CURLcode *result);
+    std::optional<std::chrono::duration<double>> longestSilence() const;
     VXError errorOf(CURLcode result) const;
     VXError error(VXURLErrorCode code, const QString &description, const QString &suggestion = {}) const
     {
@@ -118,12 +133,15 @@ private:
     HeaderList _headers;
     std::array<char, CURL_ERROR_SIZE> _details{};
     VXError _refusal; // why a callback ended it
+    std::exception_ptr _thrown;
     Clock::time_point _lastSign = Clock::now();
     qint64 _bytesSent = 0;
     qint64 _headerBytes = 0;
     qint64 _passedOver = 0;
+    qint64 _announced = -1;
     bool _hasResponse = false;
     bool _isFinished = false; // nothing more is wanted of the answer
+    bool _isInOrder = false;
     VXWebResponse _response;
     QByteArray _location;
     QUrl _redirectedTo;
@@ -145,6 +163,7 @@ void VXWebTransfer::Exchange::setOptions(bool isPost)
     for (const char *const line : {"Cache-Control: no-cache", "Pragma: no-cache", "Expect:"})
         append(_headers, line);
     append(_headers, "User-Agent: Vornix/" + VXFrameworkVersion().toUtf8());
+    curl_easy_setopt(_easy, CURLOPT_CONNECTTIMEOUT, noConnectTimeout);
     if (_transfer._request.usesOwnConnection()) {
         curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
         curl_easy_setopt(_easy, CURLOPT_FORBID_REUSE, 1L);
@@ -154,7 +173,10 @@ void VXWebTransfer::Exchange::setOptions(bool isPost)
             append(_headers, name + ": " + value);
         curl_easy_setopt(_easy, CURLOPT_POST, 1L);
         curl_easy_setopt(_easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t{_body ? _body->size() : 0});
-        // There is no way to rewind, so that libcurl never sends a body a second time by itself.
+        // A server that hangs up on a kept connection has libcurl send once more by itself, but no body that has no way to
+        // be rewound; what has no body gets a new connection.
+        if (!_body)
+            curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
         curl_easy_setopt(_easy, CURLOPT_READFUNCTION, &callback<&Exchange::send>);
         curl_easy_setopt(_easy, CURLOPT_READDATA, this);
         if (const QByteArray method = _transfer._request.httpMethod(); method != "POST")
@@ -213,6 +235,7 @@ void VXWebTransfer::Exchange::readHeaderLine(QByteArrayView line)
     if (line.startsWith("HTTP/")) { // another answer, after one that was provisional or a proxy's
         _response = {.url = _url};
         _location = {};
+        _announced = -1;
         return;
     }
     if (colon < 0)
@@ -223,6 +246,20 @@ void VXWebTransfer::Exchange::readHeaderLine(QByteArrayView line)
         _location = value;
     else if (name == "content-disposition")
         _response.contentDisposition = value;
+    else if (name == "content-length")
+        _refusal = readLength(value);
+}
+
+// Where it is none, or there are two, nobody knows what belongs to the answer.
+VXError VXWebTransfer::Exchange::readLength(QByteArrayView value)
+{
+    bool isNumber = false;
+    const qint64 length = value.toLongLong(&isNumber);
+    if (!isNumber || length < 0 || (_announced >= 0 && _announced != length))
+        return error(VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s,
+                     VXLocalizedString(u"It does not say how long it is."_s));
+    _announced = length;
+    return {};
 }
 
 VXError VXWebTransfer::Exchange::headersDidEnd()
@@ -252,7 +289,8 @@ size_t VXWebTransfer::Exchange::receiveBody(char *bytes, size_t count)
 {
     if (_transfer._isStopped)
         return 0;
-    _lastSign = Clock::now();
+    if (_redirectedTo.isEmpty()) // else there is nothing that is worth waiting for
+        _lastSign = Clock::now();
     const auto size = static_cast<qsizetype>(count);
     if (_redirectedTo.isEmpty())
         _refusal = _transfer._receiver.transferDidReceiveData(QByteArrayView(bytes, size));
@@ -261,29 +299,43 @@ size_t VXWebTransfer::Exchange::receiveBody(char *bytes, size_t count)
     return _refusal ? 0 : count;
 }
 
+// None: without end.
+std::optional<std::chrono::duration<double>> VXWebTransfer::Exchange::longestSilence() const
+{
+    const std::chrono::duration<double> timeout(
+        std::min<double>(_transfer._request.timeoutInterval(), longestTimeout)); // what a clock can count
+    if (!_redirectedTo.isEmpty())
+        return timeout.count() > 0 ? std::min<std::chrono::duration<double>>(timeout, longestRedirectBody)
+                                   : longestRedirectBody;
+    return timeout.count() > 0 ? std::optional(timeout) : std::nullopt;
+}
+
 // Until libcurl is done; an error when time is over.
 VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
 {
     using std::chrono::milliseconds;
-    const auto timeout = std::chrono::duration<double>(
-        std::min<double>(_transfer._request.timeoutInterval(), longestTimeout)); // what a clock can count
+    CURLMcode state = CURLM_OK;
     while (!_transfer._isStopped && !_isFinished) {
         int running = 0;
-        curl_multi_perform(multi, &running);
+        state = curl_multi_perform(multi, &running);
         int left = 0;
         if (const CURLMsg *const message = curl_multi_info_read(multi, &left)) {
             *result = message->data.result;
             return {};
         }
         milliseconds longest = longestWait;
-        if (timeout.count() > 0) {
-            const auto rest = std::chrono::ceil<milliseconds>(timeout - (Clock::now() - _lastSign));
+        if (const auto silence = longestSilence()) {
+            const auto rest = std::chrono::ceil<milliseconds>(*silence - (Clock::now() - _lastSign));
             if (rest.count() <= 0)
                 return _redirectedTo.isEmpty() ? error(VXURLErrorTimedOut, u"The server did not answer in time."_s)
                                                : VXError();
             longest = std::min(longest, rest);
         }
-        curl_multi_poll(multi, nullptr, 0, static_cast<int>(longest.count()), nullptr);
+        if (state == CURLM_OK)
+            state = curl_multi_poll(multi, nullptr, 0, static_cast<int>(longest.count()), nullptr);
+        if (state != CURLM_OK)
+            return error(VXURLErrorConnectionLost, u"The connection to the server was lost."_s,
+                         QString::fromUtf8(curl_multi_strerror(state)));
     }
     return {};
 }
@@ -295,6 +347,9 @@ VXError VXWebTransfer::Exchange::errorOf(CURLcode result) const
     if (!_redirectedTo.isEmpty())
         return {}; // whatever came behind it
     const Failure failure = failureOf(result);
+    if (result ==
+        CURLE_SEND_FAIL_REWIND) // the server hung up on a kept connection: the details are libcurl's own worries
+        return error(failure.code, failure.description);
     const char *const details = _details[0] != '\0' ? _details.data() : curl_easy_strerror(result);
     return error(failure.code, failure.description, QString::fromUtf8(details));
 }
@@ -305,10 +360,14 @@ VXError VXWebTransfer::Exchange::run(CURLM *multi)
         return error(VXURLErrorCannotReadBody, u"A file of the form can not be read."_s, _body->problem());
     if (_body)
         _body->rewind();
-    curl_multi_add_handle(multi, _easy);
+    if (const CURLMcode state = curl_multi_add_handle(multi, _easy); state != CURLM_OK)
+        return error(VXURLErrorUnknown, u"Unable to start web request"_s,
+                     QString::fromUtf8(curl_multi_strerror(state)));
     CURLcode result = CURLE_OK;
     const VXError timeout = wait(multi, &result);
-    curl_multi_remove_handle(multi, _easy);
+    _isInOrder = curl_multi_remove_handle(multi, _easy) == CURLM_OK;
+    if (_thrown)
+        std::rethrow_exception(_thrown);
     long requestBytes = 0;
     curl_easy_getinfo(_easy, CURLINFO_REQUEST_SIZE, &requestBytes);
     if (!_body && requestBytes > 0)
@@ -342,43 +401,66 @@ void VXWebTransfer::stop()
         curl_multi_wakeup(_wakeable);
 }
 
+/** While it lives `stop` wakes the transfer. */
+class VXWebTransfer::Wakeable
+{
+public:
+    Wakeable(VXWebTransfer &transfer, void *multi) : _transfer(transfer) { set(multi); }
+    ~Wakeable() { set(nullptr); }
+    Wakeable(const Wakeable &) = delete;
+    Wakeable &operator=(const Wakeable &) = delete;
+
+private:
+    void set(void *multi)
+    {
+        const VXMutexLocker lock(_transfer._lock);
+        _transfer._wakeable = multi;
+    }
+
+    VXWebTransfer &_transfer;
+};
+
 VXError VXWebTransfer::perform()
 {
-    const VXWebHandle handle;
+    VXWebHandle handle;
     QUrl url = _request.url();
     if (handle.easy() == nullptr || handle.multi() == nullptr)
         return VXMakeURLError(VXURLErrorUnknown, u"Unable to start web request"_s, url);
-    const auto setWakeable = [&](void *multi) {
-        const VXMutexLocker lock(_lock);
-        _wakeable = multi;
-    };
-    setWakeable(handle.multi());
+    const Wakeable wakeable(*this, handle.multi());
     VXError error;
     bool isPost = true;
+    bool isInOrder = true;
     for (int redirects = 0; !_isStopped; ++redirects) {
         Exchange exchange(*this, url, isPost, handle.easy());
         error = exchange.run(handle.multi());
+        isInOrder = exchange.isInOrder();
         const QUrl next = exchange.redirectedTo();
         if (error || next.isEmpty())
             break;
-        if (!canHandle(next) || (url.scheme() == "https"_L1 && next.scheme() != "https"_L1))
-            error =
-                VXMakeURLError(VXURLErrorInsecureRedirect, u"The server leads to an address that is not safe."_s, next);
-        else if (redirects == maximumRedirects)
-            error =
-                VXMakeURLError(VXURLErrorTooManyRedirects, u"The server leads from one address to the next."_s, url);
-        if (error)
-            break;
-        _receiver.transferWillRedirect(url, next);
+        error = refusalOf(url, next, redirects);
         const bool staysPost = exchange.status() == 307 || exchange.status() == 308;
         if (isPost && !staysPost) {
             const VXMutexLocker lock(_lock);
-            _formRedirect = {.status = exchange.status(), .from = url, .to = next};
+            _formRedirect = {.status = exchange.status(), .from = url, .to = next, .wasFollowed = error.isNull()};
         }
+        if (error)
+            break;
+        _receiver.transferWillRedirect(url, next);
         isPost = isPost && staysPost;
         url = next;
         curl_easy_reset(handle.easy());
     }
-    setWakeable(nullptr);
+    if (isInOrder)
+        handle.keep();
     return error;
+}
+
+// Why a redirect is not followed; no error when it is.
+VXError VXWebTransfer::refusalOf(const QUrl &url, const QUrl &next, int redirects)
+{
+    if (!canHandle(next) || (url.scheme() == "https"_L1 && next.scheme() != "https"_L1))
+        return VXMakeURLError(VXURLErrorInsecureRedirect, u"The server leads to an address that is not safe."_s, next);
+    if (redirects == maximumRedirects)
+        return VXMakeURLError(VXURLErrorTooManyRedirects, u"The server leads from one address to the next."_s, url);
+    return {};
 }

@@ -39,7 +39,8 @@ public:
     VXWebTransfer(const VXWebTransfer &) = delete;
     VXWebTransfer &operator=(const VXWebTransfer &) = delete;
 
-    /** Returns when the answer is there as a whole, when that has failed, or soon after `stop`; no error for the first. */
+    /** Returns when the answer is there as a whole, when that has failed, or soon after `stop`; no error for the first. What
+     *  the receiver throws ends it, and is thrown here again. */
     VXError perform();
 
     /** Any thread: ends the transfer, or the one that is not yet performed. */
@@ -53,6 +54,9 @@ public:
 
 private:
     class Exchange; // with one server, without redirects
+    class Wakeable;
+
+    static VXError refusalOf(const QUrl &url, const QUrl &next, int redirects);
 
     VXURLRequest _request;
     VXWebTransferReceiver &_receiver;

@@ -4,11 +4,11 @@
 #include "VXContainer.h"
 #include "VXDiagnostics.h"
 #include "VXException.h"
+#include "VXFileWatch.h"
 #include "VXFolders.h"
 #include "VXMainThread.h"
 #include "VXNone.h"
 #include "VXPreferenceFile.h"
-#include "VXPreferenceWatch.h"
 #include "VXPropertyList.h"
 
 #include <QtCore/QCoreApplication>
@@ -75,8 +75,7 @@ VXUserDefaults &VXUserDefaults::standardUserDefaults()
         // Once there is an application, and an event loop of it runs.
         qAddPreRoutine([] {
             const auto watch = [] {
-                new VXPreferenceWatch(standardUserDefaults()._own->path(), readOthersChanges,
-                                      QCoreApplication::instance());
+                new VXFileWatch({standardUserDefaults()._own->path()}, readOthersChanges, QCoreApplication::instance());
             };
             QMetaObject::invokeMethod(QCoreApplication::instance(), watch, Qt::QueuedConnection);
         });

@@ -8,8 +8,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Commands that end sooner do not take up what was left by others.
-constexpr std::chrono::milliseconds firstRun = 2s;
 constexpr std::chrono::milliseconds longestFarewell = 30s;
 constexpr std::chrono::milliseconds resumption = 30s;     // when the program goes on after all
 constexpr std::chrono::milliseconds longestGivingUp = 5s; // then it is not known what became of it
@@ -19,7 +17,6 @@ constexpr std::chrono::milliseconds longestGivingUp = 5s; // then it is not know
 void VXOutboxSender::start(const QString &kind, const VXOutbox &outbox, const VXOutboxRunner::Deliver &deliver)
 {
     _runner = std::make_unique<VXOutboxRunner>(kind, outbox, deliver);
-    QTimer::singleShot(firstRun, _runner.get(), &VXOutboxRunner::run);
     _farewell.setSingleShot(true);
     QObject::connect(&_farewell, &QTimer::timeout, _runner.get(), [runner = _runner.get()] {
         QTimer::singleShot(resumption, runner, &VXOutboxRunner::resume);

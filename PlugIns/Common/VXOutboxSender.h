@@ -7,8 +7,7 @@
 #include <memory>
 
 /**
- * Has a plugin send entries of one kind from the outbox for as long as it is loaded: whenever something was added, and soon after
- * the start what was left by earlier programs. Main thread only.
+ * Has a plugin send entries of one kind from the outbox for as long as it is loaded: as VXOutboxRunner does. Main thread only.
  */
 class VXOutboxSender
 {

@@ -6,7 +6,6 @@
 #include "VXPluginSession.h"
 
 #include <QtCore/QJsonObject>
-#include <QtCore/QSet>
 
 #include <algorithm>
 
@@ -60,17 +59,44 @@ int list(VXHostContext &context, const VXOutbox &outbox)
                    : context.output.fail(error.localizedDescription());
 }
 
+QList<qint64> numbersOf(const Entries &entries)
+{
+    QList<qint64> numbers;
+    for (const VXOutboxEntry &entry : entries)
+        numbers.append(entry.number);
+    return numbers;
+}
+
+// Notes why something could not be done to some of the entries; false, and it has failed, where that was the only one.
+bool answerRefusals(VXHostContext &context, const std::optional<VXOutbox::Refusals> &refusals, const VXError &error,
+                    const Entries &entries)
+{
+    if (!refusals) {
+        context.output.fail(error.localizedDescription());
+        return false;
+    }
+    for (const auto &[number, refusal] : refusals->asKeyValueRange()) {
+        const QString reason = u"p%1: %2"_s.arg(number).arg(refusal.localizedDescription());
+        if (entries.size() == 1) {
+            context.output.fail(reason);
+            return false;
+        }
+        context.output.note(reason); // sent or dropped meanwhile
+    }
+    return true;
+}
+
 int drop(VXHostContext &context, const VXOutbox &outbox)
 {
     const std::optional<Entries> entries = chosen(context, outbox, false);
     if (!entries)
         return VXHostOutput::Failed;
-    for (const VXOutboxEntry &entry : *entries) {
-        VXError error;
-        if (!outbox.drop(entry.number, &error))
-            return context.output.fail(u"p%1: %2"_s.arg(entry.number).arg(error.localizedDescription()));
-    }
-    context.output.answer(u"Dropped %1.\n"_s.arg(entries->size()), QJsonObject{{u"dropped"_s, entries->size()}});
+    VXError error;
+    const auto refusals = outbox.dropAll(numbersOf(*entries), &error);
+    if (!answerRefusals(context, refusals, error, *entries))
+        return VXHostOutput::Failed;
+    const qsizetype count = entries->size() - refusals->size();
+    context.output.answer(u"Dropped %1.\n"_s.arg(count), QJsonObject{{u"dropped"_s, count}});
     return VXHostOutput::Done;
 }
 
@@ -83,25 +109,10 @@ int retry(VXHostContext &context, const VXOutbox &outbox)
         if (!VXOutboxRunner::isServed(entry.kind))
             return context.output.fail(u"no plugin sends entries of the kind \"%1\""_s.arg(entry.kind));
     }
-    QSet<QString> known; // of one destination all that waits at once
-    for (const VXOutboxEntry &entry : *entries) {
-        VXError error;
-        const bool waits = entry.state == VXOutboxState::Queued && entries->size() > 1;
-        const QString group = entry.kind + u'\n' + entry.destination;
-        if (waits && known.contains(group))
-            continue;
-        if (waits ? outbox.retryDestination(entry.kind, entry.destination, &error)
-                  : outbox.retry(entry.number, &error)) {
-            if (waits)
-                known.insert(group);
-            continue;
-        }
-        const QString reason = u"p%1: %2"_s.arg(entry.number).arg(error.localizedDescription());
-        if (entries->size() == 1)
-            return context.output.fail(reason);
-        context.output.note(reason); // sent or dropped meanwhile
-    }
-    return VXAnswerTries(context, outbox, *entries);
+    VXError error;
+    const auto refusals = outbox.retryAll(numbersOf(*entries), &error);
+    return answerRefusals(context, refusals, error, *entries) ? VXAnswerTries(context, outbox, *entries)
+                                                              : VXHostOutput::Failed;
 }
 
 struct Verb : VXHostVerb

@@ -7,12 +7,16 @@
 #include "VXTextTable.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QHash>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
+#include <QtCore/QSet>
 #include <QtCore/QTimer>
+#include <QtCore/QUrl>
 
 #include <algorithm>
+#include <deque>
+#include <map>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -20,72 +24,110 @@ namespace {
 
 using Entries = QList<VXOutboxEntry>;
 
-/** What waits before an entry, for the same destination. */
+/** What waits first for each destination. */
 class Predecessors
 {
 public:
-    Predecessors(const VXOutbox &outbox, const Entries &entries)
+    template <class Range>
+    Predecessors(const VXOutbox &outbox, const Range &entries)
     {
-        for (const VXOutboxEntry &entry : entries) {
-            if (entry.state == VXOutboxState::Queued && !_open.contains(entry.kind))
-                _open.insert(entry.kind, outbox.openEntries(entry.kind).value_or(Entries()));
+        QSet<QString> kinds;
+        for (const VXOutboxEntry &entry : entries)
+            kinds.insert(entry.kind);
+        for (const QString &kind : std::as_const(kinds)) {
+            const Entries open = outbox.openEntries(kind).value_or(Entries());
+            for (const VXOutboxEntry &entry : open)
+                _first.try_emplace({kind, entry.destination}, entry);
         }
     }
-    /** The first of them; none where the entry is the first, or does not wait. */
+    /** None where the entry is the first, or does not wait. */
     std::optional<VXOutboxEntry> firstBefore(const VXOutboxEntry &entry) const
     {
-        if (entry.state != VXOutboxState::Queued)
-            return std::nullopt;
-        for (const VXOutboxEntry &other : _open.value(entry.kind)) {
-            if (other.destination == entry.destination)
-                return other.number < entry.number ? std::optional(other) : std::nullopt;
+        const auto found = _first.find({entry.kind, entry.destination});
+        const bool isBefore =
+            entry.state == VXOutboxState::Queued && found != _first.end() && found->second.number < entry.number;
+        return isBefore ? std::optional(found->second) : std::nullopt;
+    }
+
+private:
+    std::map<std::pair<QString, QString>, VXOutboxEntry> _first; // by kind and destination
+};
+
+/** Entries that were asked for, until the try of each has ended. */
+class AwaitedTries
+{
+public:
+    AwaitedTries(const VXOutbox &outbox, const Entries &asked) : _outbox(outbox), _awaited(asked.begin(), asked.end())
+    {
+    }
+
+    /** None, with an error, when they cannot be read. */
+    std::optional<Entries> wait(VXError *error)
+    {
+        QTimer tick; // another process may be sending
+        tick.start(std::chrono::milliseconds(200));
+        bool hasTicked = true;
+        QObject::connect(&tick, &QTimer::timeout, &tick, [&] { hasTicked = true; });
+        while (pass(std::exchange(hasTicked, false), error)) {
+            if (_awaited.empty())
+                return _ended;
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         }
         return std::nullopt;
     }
 
 private:
-    QHash<QString, Entries> _open; // by kind, in their order
-};
-
-// Until the tries have ended that were asked for; none, with an error, when they cannot be read.
-std::optional<Entries> waitForTries(const VXOutbox &outbox, const Entries &asked, VXError *error)
-{
-    QTimer wake;
-    wake.start(std::chrono::milliseconds(200)); // another process may be sending
-    while (true) {
-        Entries now;
-        bool isDone = true;
-        for (const VXOutboxEntry &before : asked) {
-            const std::optional<VXOutboxEntry> entry = outbox.entry(before.number, error);
+    // They end in about their order, so that it is the first that is looked at; what waits before it only now and then.
+    bool pass(bool looksAtAll, VXError *error)
+    {
+        if (looksAtAll)
+            _predecessors.reset();
+        while (!_awaited.empty()) {
+            const std::optional<VXOutboxEntry> entry = _outbox.entry(_awaited.front().number, error);
             if (!entry && *error)
-                return std::nullopt;
-            if (!entry) // dropped meanwhile
-                continue;
-            now.append(*entry);
-            const bool waits = entry->state == VXOutboxState::Queued && entry->attempts == before.attempts;
-            const auto first = waits ? Predecessors(outbox, {*entry}).firstBefore(*entry) : std::nullopt;
-            const bool isBehind = first && first->nextDate > QDateTime::currentDateTimeUtc();
-            isDone = isDone && (!waits || isBehind) && entry->state != VXOutboxState::Sending;
-            if (!isDone)
-                break;
+                return false;
+            if (entry && !isEnded(*entry, _awaited.front()))
+                return true;
+            if (entry) // else it was dropped meanwhile
+                _ended.append(*entry);
+            _awaited.pop_front();
         }
-        if (isDone)
-            return now;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        return true;
     }
-}
+    bool isEnded(const VXOutboxEntry &now, const VXOutboxEntry &before)
+    {
+        if (now.state != VXOutboxState::Queued || now.attempts != before.attempts)
+            return now.state != VXOutboxState::Sending;
+        if (!_predecessors)
+            _predecessors.emplace(_outbox, _awaited);
+        const auto first = _predecessors->firstBefore(now);
+        return first && first->nextDate > QDateTime::currentDateTimeUtc();
+    }
+
+    const VXOutbox &_outbox;
+    std::deque<VXOutboxEntry> _awaited; // as they were
+    Entries _ended;
+    std::optional<Predecessors> _predecessors; // of a while ago
+};
 
 QString idOf(const VXOutboxEntry &entry)
 {
     return u'p' + QString::number(entry.number);
 }
 
-// Phones by their names: people take the rest of the URL for noise.
-QString shownDestination(const QString &destination)
+// A URL's password is nobody's business.
+QString destinationText(const VXOutboxEntry &entry)
 {
-    const QUrl device = VXGetDeviceURLFromURL(QUrl(destination));
+    const QUrl url(entry.destination, QUrl::StrictMode);
+    return url.password().isEmpty() ? entry.destination : url.toDisplayString(QUrl::FullyEncoded);
+}
+
+// Phones by their names: people take the rest of the URL for noise.
+QString shownDestination(const VXOutboxEntry &entry)
+{
+    const QUrl device = VXGetDeviceURLFromURL(QUrl(entry.destination));
     const QString name = device.isEmpty() ? QString() : VXDeviceNameAtURL().transformedValue(device).toString();
-    return name.isEmpty() ? destination : name;
+    return name.isEmpty() ? destinationText(entry) : name;
 }
 
 QString stateText(const VXOutboxEntry &entry, const std::optional<VXOutboxEntry> &before)
@@ -125,7 +167,7 @@ int VXAnswerOutboxEntries(VXHostContext &context, const VXOutbox &outbox, const 
     for (const VXOutboxEntry &entry : entries) {
         const std::optional<VXOutboxEntry> before = predecessors.firstBefore(entry);
         json.append(jsonOf(entry, before));
-        rows.append({idOf(entry), VXShownDate(entry.createdDate), entry.title, shownDestination(entry.destination),
+        rows.append({idOf(entry), VXShownDate(entry.createdDate), entry.title, shownDestination(entry),
                      QString::number(entry.attempts), stateText(entry, before), entry.problem});
     }
     context.output.answer(entries.isEmpty()
@@ -138,7 +180,7 @@ int VXAnswerOutboxEntries(VXHostContext &context, const VXOutbox &outbox, const 
 int VXAnswerTries(VXHostContext &context, const VXOutbox &outbox, const QList<VXOutboxEntry> &asked)
 {
     VXError error;
-    const std::optional<Entries> now = waitForTries(outbox, asked, &error);
+    const std::optional<Entries> now = AwaitedTries(outbox, asked).wait(&error);
     if (!now)
         return context.output.fail(error.localizedDescription());
     const bool areSent =

@@ -8,6 +8,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QProcess>
+#include <QtCore/QtNumeric>
 
 #include <thread>
 
@@ -52,6 +53,13 @@ protected:
                 });
                 return [completion] { completion({.outcome = Outcome::Unknown, .problem = u"given up"_s}); };
             });
+    }
+    /** As another process changes the store: nobody here is told. */
+    void changeStore(const QString &statement)
+    {
+        QProcess sqlite;
+        sqlite.start(u"sqlite3"_s, {path(u"outbox.sqlite"_s), statement});
+        ASSERT_TRUE(sqlite.waitForFinished() && sqlite.exitCode() == 0) << sqlite.readAllStandardError().toStdString();
     }
     void finishAll()
     {
@@ -146,9 +154,7 @@ TEST_F(VXOutboxTest, ReadsOnlyWhatIsOpenAndTellsWhatIsThereFromWhatCanNotBeRead)
     VXError error;
     EXPECT_FALSE(outbox.entry(open + 10, &error));
     EXPECT_FALSE(error);
-    QProcess sqlite;
-    sqlite.start(u"sqlite3"_s, {path(u"outbox.sqlite"_s), u"ALTER TABLE \"VX_VXOutboxEntry\" RENAME TO gone"_s});
-    ASSERT_TRUE(sqlite.waitForFinished() && sqlite.exitCode() == 0) << sqlite.readAllStandardError().toStdString();
+    changeStore(u"ALTER TABLE VX_VXOutboxEntry RENAME TO gone"_s);
     EXPECT_FALSE(outbox.entry(open, &error));
     EXPECT_TRUE(error);
     EXPECT_FALSE(outbox.openEntries(u"test"_s));
@@ -257,6 +263,106 @@ TEST_F(VXOutboxTest, WhatIsGivenUpIsToldAndNothingMoreBegins)
     EXPECT_THAT(tried, ElementsAre(u"1"_s, u"2"_s));
     finishAll();
     EXPECT_EQ(stateOf(next), VXOutboxState::Sent);
+}
+
+// Who drops one entry, or all, does not mean to send the others, or those that are just to be dropped.
+TEST_F(VXOutboxTest, WhatIsDroppedMakesNothingBeSent)
+{
+    VXUserDefaults::standardUserDefaults().setObject(100, u"outbox.retry-delay"_s);
+    const qint64 first = add(u"d"_s, u"1"_s);
+    const qint64 second = add(u"d"_s, u"2"_s);
+    const qint64 third = add(u"d"_s, u"3"_s);
+    outcomes[u"1"_s] = {Outcome::NotDelivered};
+    const auto runner = makeRunner();
+    runner->run();
+    finishAll();
+    EXPECT_TRUE(outbox.drop(first));
+    EXPECT_EQ(tried.size(), 1);
+    const auto refusals = outbox.dropAll({first, second, third});
+    ASSERT_TRUE(refusals);
+    EXPECT_EQ(refusals->keys(), QList<qint64>{first});
+    EXPECT_EQ(tried.size(), 1);
+    EXPECT_TRUE(outbox.entries()->isEmpty());
+
+    add(u"e"_s, u"4"_s); // is being sent
+    const qint64 fifth = add(u"e"_s, u"5"_s);
+    EXPECT_TRUE(outbox.drop(fifth));
+    finishAll();
+    EXPECT_THAT(tried, ElementsAre(u"1"_s, u"4"_s));
+}
+
+TEST_F(VXOutboxTest, WhatAnotherProcessLeavesIsSentToo)
+{
+    const qint64 number = add(u"d"_s, u"t"_s);
+    const auto runner = makeRunner();
+    runner->run();
+    finishAll();
+    ASSERT_EQ(stateOf(number), VXOutboxState::Sent);
+    changeStore(u"UPDATE VX_VXOutboxEntry SET state = 0"_s);
+    EXPECT_TRUE(VXRunUntil([&] { return tried.size() == 2; }));
+    waiting.clear();
+}
+
+// What came of a try is not forgotten where the store can not be written just then, and nothing is sent twice for it.
+TEST_F(VXOutboxTest, AnOutcomeThatCanNotBeWrittenIsWrittenLater)
+{
+    const qint64 sent = add(u"d"_s, u"sent"_s);
+    const qint64 later = add(u"e"_s, u"later"_s);
+    outcomes[u"later"_s] = {Outcome::NotDelivered};
+    const auto runner = makeRunner();
+    runner->run();
+    changeStore(u"ALTER TABLE VX_VXOutboxEntry RENAME TO gone"_s);
+    finishAll();
+    EXPECT_FALSE(runner->isBusy());
+    changeStore(u"ALTER TABLE gone RENAME TO VX_VXOutboxEntry"_s);
+    EXPECT_EQ(stateOf(sent), VXOutboxState::Sending);
+    VXOutboxRunner::settleInterrupted(outbox); // as another process does: it is not interrupted
+    ASSERT_TRUE(VXRunUntil([&] {
+        finishAll();
+        return stateOf(sent) == VXOutboxState::Sent && stateOf(later) == VXOutboxState::Sent;
+    }));
+    EXPECT_THAT(tried, ElementsAre(u"sent"_s, u"later"_s, u"later"_s));
+}
+
+TEST_F(VXOutboxTest, ADelayThatIsNoneIsTheUsualOne)
+{
+    const struct
+    {
+        QVariant setting;
+        int delay; // in tenths of a second
+    } cases[] = {{3, 30}, {0, 1}, {-5, 100}, {u"soon"_s, 100}, {u"nan"_s, 100}, {qQNaN(), 100}, {1e30, 36000}};
+    for (const auto &[setting, delay] : cases) {
+        VXUserDefaults::standardUserDefaults().setObject(setting, u"outbox.retry-delay"_s);
+        const qint64 number = add(u"d"_s, u"t"_s);
+        outcomes[u"t"_s] = {Outcome::NotDelivered};
+        const auto runner = makeRunner();
+        runner->run();
+        const QDateTime before = QDateTime::currentDateTimeUtc();
+        finishAll();
+        EXPECT_GE(before.msecsTo(outbox.entry(number)->nextDate) / 100, delay) << setting.toString().toStdString();
+        EXPECT_LT(before.msecsTo(outbox.entry(number)->nextDate) / 100, delay + 50);
+        outbox.drop(number);
+    }
+}
+
+TEST_F(VXOutboxTest, AClockThatWasPutBackKeepsNothingWaiting)
+{
+    VXUserDefaults::standardUserDefaults().setObject(100, u"outbox.retry-delay"_s);
+    const struct
+    {
+        int secondsAhead;
+        bool isTried;
+    } cases[] = {{90, false}, {600, true}};
+    for (const auto &[secondsAhead, isTried] : cases) {
+        VXOutboxEntry entry = *outbox.entry(add(QString::number(secondsAhead), u"t"_s));
+        entry.attempts = 1;
+        entry.nextDate = QDateTime::currentDateTimeUtc().addSecs(secondsAhead);
+        ASSERT_TRUE(outbox.update(entry));
+        tried.clear();
+        makeRunner()->run();
+        EXPECT_EQ(tried.size(), isTried ? 1 : 0) << secondsAhead;
+    }
+    waiting.clear();
 }
 
 TEST_F(VXOutboxTest, WaitsLongerAfterEachTry)

@@ -141,6 +141,10 @@ TEST_F(VXWebConnectionTest, FailsWithANamedErrorWhateverTheServerDoes)
         {u"/longline"_s, VXURLErrorBadServerResponse, "The server's answer can not be understood.", ""},
         {u"/upgrade"_s, VXURLErrorBadServerResponse, "The server's answer can not be understood.", "another protocol"},
         {u"/garbage"_s, VXURLErrorBadServerResponse, "The server's answer can not be understood.", ""},
+        {u"/answer?body=x&header=Content-Length: 5"_s, VXURLErrorBadServerResponse,
+         "The server's answer can not be understood.", "how long it is"},
+        {u"/answer?header=Content-Length: 99999999999999999999"_s, VXURLErrorBadServerResponse,
+         "The server's answer can not be understood.", "how long it is"},
         {u"/huge"_s, VXURLErrorDataTooLong, "The server's answer is too long.", ""},
         {u"/huge?announced"_s, VXURLErrorDataTooLong, "The server's answer is too long.", ""},
         {u"/answer?status=302 Found&header=Location: file:///etc/passwd"_s, VXURLErrorInsecureRedirect,
@@ -169,6 +173,15 @@ TEST_F(VXWebConnectionTest, TakesAsMuchAsWasAnnounced)
     EXPECT_EQ(post(u"/answer?body=next"_s)->data(), "next");
 }
 
+// A server that hangs up on a kept connection may have acted on what it read.
+TEST_F(VXWebConnectionTest, NothingIsSentTwiceOverAKeptConnection)
+{
+    EXPECT_EQ(post(u"/once"_s)->data(), "first");
+    EXPECT_EQ(post(u"/once"_s)->data(), "first"); // over another one
+    EXPECT_EQ(post(u"/once"_s, {{u"a"_s, 1}})->error().code(), VXURLErrorConnectionLost);
+    EXPECT_EQ(server.requests().size(), 3);
+}
+
 TEST_F(VXWebConnectionTest, ASilentServerEndsWithTheTimeOut)
 {
     const auto connection = VXWebConnection::create();
@@ -183,7 +196,7 @@ TEST_F(VXWebConnectionTest, ASilentServerEndsWithTheTimeOut)
 // Also one for longer than any clock counts, and what a redirect announces is not waited for.
 TEST_F(VXWebConnectionTest, ALongTimeOutIsNoShortOne)
 {
-    for (const char *const path : {"/lead?length=100000", "/lead?length=-1"}) {
+    for (const char *const path : {"/lead?length=100000", "/lead?length=-1", "/lead?length=60000&drips"}) {
         const int calls = delegate->calls;
         const auto connection = VXWebConnection::create();
         connection->setTimeout(1e30F);

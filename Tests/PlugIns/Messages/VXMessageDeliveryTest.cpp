@@ -157,7 +157,9 @@ TEST_F(VXMessageDeliveryTest, WhatWasOnItsWayAtTheEndIsLeftToTheUser)
         entry->setValueForKey(value.value(), value.key());
     ASSERT_TRUE(entries.save());
     const qint64 number = entry->objectID().number();
-    VXNotificationCenter::defaultCenter().postNotificationName(VXOutboxDidChangeNotification, number);
+    VXNotificationCenter::defaultCenter().postNotificationName(
+        VXOutboxDidChangeNotification, VXOutgoingMessage::kind,
+        {{VXOutboxNumbersKey, QVariantList{number}}, {VXOutboxChangeKey, static_cast<int>(VXOutboxChange::Due)}});
 
     EXPECT_EQ(tried(number).state, VXOutboxState::PerhapsSent);
     EXPECT_EQ(tried(number).problem, u"The program ended while it was being sent."_s);

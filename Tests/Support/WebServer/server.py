@@ -43,6 +43,7 @@ def fields_of(boundary, body):
 
 class Handler(socketserver.StreamRequestHandler):
     def handle(self):
+        self.served = 0  # on this connection
         try:
             while self.serve_one():
                 pass
@@ -74,6 +75,7 @@ class Handler(socketserver.StreamRequestHandler):
         self.body = b"".join(parts)
         with self.server.lock, open(self.server.count_file, "a") as file:
             file.write(f"{self.method} {target}\n")
+        self.served += 1
         return self.answer(url.path)
 
     def send(self, body=b"", status="200 OK", headers=(), length=None):
@@ -107,13 +109,17 @@ class Handler(socketserver.StreamRequestHandler):
             status = self.query.get("status", "200 OK")
             return self.send(self.query.get("body", "").encode(), status, headers)
         if path == "/loop":
-            return self.send(status="302 Found", headers=[f"Location: /loop?{time.time()}"])
+            status = self.query.get("status", "302 Found")
+            query = urllib.parse.urlencode({"status": status, "time": time.time()})
+            return self.send(status=status, headers=[f"Location: /loop?{query}"])
         if path == "/close":  # in the middle
             self.send(b"half", headers=headers, length=8)
             return False
         if path == "/short":  # says less than it sends
             self.send(b"four and more", length=4)
             return True
+        if path == "/once":  # hangs up instead of a second answer
+            return self.served == 1 and self.send(b"first")
         if path == "/reset":  # without an answer
             self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
             return False
@@ -128,6 +134,9 @@ class Handler(socketserver.StreamRequestHandler):
             return False
         if path == "/lead":  # elsewhere, with a body that never comes
             self.send(status="302 Found", headers=["Location: /answer?body=there"], length=int(self.query["length"]))
+            while "drips" in self.query:
+                self.wfile.write(b"x")
+                time.sleep(0.05)
             self.rfile.read(1)
             return False
         if path == "/hints":  # without an end, and without an answer
