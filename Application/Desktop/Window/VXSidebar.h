@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QtWidgets/QListWidget>
+
+class VXSection;
+
+/** The names of the window's sections, with what each has to be looked at. */
+class VXSidebar : public QListWidget
+{
+    Q_OBJECT
+
+public:
+    explicit VXSidebar(QWidget *parent);
+    void addSection(VXSection &section);
+
+private:
+    class Delegate;
+};
