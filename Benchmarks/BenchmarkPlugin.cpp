@@ -1,9 +1,9 @@
 // The code of the plugins that PluginBenchmark loads.
 
-#include "VXPlugin.h"
+#include "VXPhonebookPlugin.h"
 #include "VXPrincipalClass.h"
 
-class BenchmarkPlugin : public VXPlugin
+class BenchmarkPlugin : public VXPhonebookPlugin
 {
     Q_OBJECT
 

@@ -152,6 +152,26 @@ private:
     VXBundle::Ptr _bundle;
 };
 
+/** As the plugins that ship. */
+class RowPlugin : public Plugin
+{
+public:
+    using Plugin::Plugin;
+    bool copiesRows(int) const override { return true; }
+};
+
+/** One that has something to do with its objects. */
+class HookPlugin : public Plugin
+{
+public:
+    using Plugin::Plugin;
+    QVariant migrateObjectValue(const QVariant &value, const QString &attribute, const VXManagedObjectPtr &, int,
+                                const VXManagedObjectPtr &, VXError *) override
+    {
+        return attribute == "isRead"_L1 ? true : value;
+    }
+};
+
 qint64 residentPeak()
 {
     QFile status(u"/proc/self/status"_s);
@@ -174,16 +194,18 @@ qint64 beginPeak()
     return residentPeak();
 }
 
+template <class T>
 void upgradeOnce(World &world, bool verifies)
 {
     VXUserDefaults::standardUserDefaults().setObject(verifies, u"migration.verify"_s);
-    Plugin plugin(world, u"2"_s);
+    T plugin(world, u"2"_s);
     plugin.setUpgradeBackup({});
     VXError error;
     required(plugin.persistentStoreCoordinator(&error), error);
     required(plugin.lastMigration().size() == 1);
 }
 
+template <class T>
 void upgrade(benchmark::State &state, bool verifies)
 {
     World world(state.range(0));
@@ -193,7 +215,7 @@ void upgrade(benchmark::State &state, bool verifies)
         world.reset();
         const qint64 before = beginPeak();
         state.ResumeTiming();
-        upgradeOnce(world, verifies);
+        upgradeOnce<T>(world, verifies);
         peak = std::max(peak, residentPeak() - before);
     }
     state.counters["bytes/object"] = double(peak) / double(state.range(0));
@@ -203,7 +225,7 @@ void upgrade(benchmark::State &state, bool verifies)
 
 void upgradeOurs(benchmark::State &state)
 {
-    upgrade(state, true);
+    upgrade<RowPlugin>(state, true);
     state.counters["allowed"] = 4;
     state.counters["bytes allowed"] =
         2048; // for each object; of few objects what the program needs anyway counts for most
@@ -211,14 +233,23 @@ void upgradeOurs(benchmark::State &state)
 
 void upgradeUnverified(benchmark::State &state)
 {
-    upgrade(state, false);
+    upgrade<RowPlugin>(state, false);
 }
 
+// Each object is made, saved and compared.
+void upgradeByObjects(benchmark::State &state)
+{
+    upgrade<HookPlugin>(state, true);
+    state.counters["allowed"] = 20;
+    state.counters["bytes allowed"] = 2048;
+}
+
+template <class T>
 void exportOurs(benchmark::State &state, bool validates, double allowed)
 {
     World world(state.range(0));
     world.reset();
-    Plugin plugin(world, u"1"_s);
+    T plugin(world, u"1"_s);
     VXError error;
     required(plugin.persistentStoreCoordinator(&error), error);
     const QString place = world.home() + "/exported.vxdatastore"_L1;
@@ -238,12 +269,12 @@ void exportOurs(benchmark::State &state, bool validates, double allowed)
 
 void exportValidated(benchmark::State &state)
 {
-    exportOurs(state, true, 4);
+    exportOurs<RowPlugin>(state, true, 4);
 }
 
 void exportPlain(benchmark::State &state)
 {
-    exportOurs(state, false, 1.2);
+    exportOurs<RowPlugin>(state, false, 1.2);
 }
 
 void execute(sqlite3 *database, const QString &sql)
@@ -309,6 +340,8 @@ constexpr qint64 usual = 100'000;
 BENCHMARK(upgradeOurs)->Name("Upgrade/ours")->Arg(usual)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(insertSelect)->Name("Upgrade/peer")->Arg(usual)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(upgradeUnverified)->Name("UpgradeUnverified")->Arg(usual)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(upgradeByObjects)->Name("UpgradeByObjects/ours")->Arg(usual)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(insertSelect)->Name("UpgradeByObjects/peer")->Arg(usual)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(exportValidated)->Name("ExportValidated/ours")->Arg(usual)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(insertSelect)->Name("ExportValidated/peer")->Arg(usual)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(exportPlain)->Name("ExportPlain/ours")->Arg(usual)->Unit(benchmark::kMillisecond)->UseRealTime();
@@ -317,6 +350,13 @@ BENCHMARK(upgradeOurs)
     ->Name("UpgradeGrowth")
     ->RangeMultiplier(10)
     ->Range(1'000, 1'000'000)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(upgradeByObjects)
+    ->Name("UpgradeByObjectsGrowth")
+    ->RangeMultiplier(10)
+    ->Range(1'000, 100'000)
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();

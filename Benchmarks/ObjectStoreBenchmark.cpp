@@ -12,8 +12,10 @@
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 #include <malloc.h>
@@ -91,17 +93,16 @@ public:
     void insert(VXManagedObjectContext &context, qint64 count, const QList<VXManagedObjectPtr> &people,
                 const QList<VXManagedObjectPtr> &folders) const
     {
-        const auto index = [this](const QString &name) { return call->propertyForName(name)->index(); };
-        const int title = index(u"title"_s);
-        const int number = index(u"number"_s);
-        const int duration = index(u"duration"_s);
-        const int position = index(u"position"_s);
-        const int cost = index(u"cost"_s);
-        const int isRead = index(u"isRead"_s);
-        const int date = index(u"date"_s);
-        const int note = index(u"note"_s);
-        const int caller = index(u"caller"_s);
-        const int folder = index(u"folder"_s);
+        const int title = indexOf(u"title"_s);
+        const int number = indexOf(u"number"_s);
+        const int duration = indexOf(u"duration"_s);
+        const int position = indexOf(u"position"_s);
+        const int cost = indexOf(u"cost"_s);
+        const int isRead = indexOf(u"isRead"_s);
+        const int date = indexOf(u"date"_s);
+        const int note = indexOf(u"note"_s);
+        const int caller = indexOf(u"caller"_s);
+        const int folder = indexOf(u"folder"_s);
         for (qint64 place = 0; place < count; ++place) {
             const BenchmarkCall values(place);
             const VXManagedObjectPtr object = context.insertNewObject(*call);
@@ -120,6 +121,8 @@ public:
         required(context.save(&error), error);
     }
 
+    int indexOf(const QString &name) const { return call->propertyForName(name)->index(); }
+
     VXFetchRequest request(const QString &format = u"TRUEPREDICATE"_s, const QVariantList &arguments = {}) const
     {
         VXFetchRequest made(*call);
@@ -127,8 +130,27 @@ public:
         return made;
     }
 
-    /** Reads every attribute. */
+    /** Reads every attribute as it lies in the row. */
     qint64 read(const VXFetchResult &result) const
+    {
+        const int title = indexOf(u"title"_s);
+        const int number = indexOf(u"number"_s);
+        const int duration = indexOf(u"duration"_s);
+        const int position = indexOf(u"position"_s);
+        const int cost = indexOf(u"cost"_s);
+        const int isRead = indexOf(u"isRead"_s);
+        const int date = indexOf(u"date"_s);
+        const int note = indexOf(u"note"_s);
+        qint64 sum = 0;
+        for (const VXManagedObjectPtr &object : result)
+            sum += object->text(title).size() + object->text(number).size() + *object->number(duration) +
+                   *object->number(position) + qint64(*object->real(cost)) + *object->number(isRead) +
+                   *object->number(date) + object->text(note).size();
+        return sum;
+    }
+
+    /** Makes a value of every attribute. */
+    qint64 readValues(const VXFetchResult &result) const
     {
         std::vector<int> indexes;
         for (const VXAttributeDescription *const attribute : call->attributes())
@@ -138,6 +160,18 @@ public:
             for (const int index : indexes)
                 sum += object->attribute(index).typeId();
         }
+        return sum;
+    }
+
+    /** Three of them, without values of their own. */
+    qint64 readThree(const VXFetchResult &result) const
+    {
+        const int title = indexOf(u"title"_s);
+        const int duration = indexOf(u"duration"_s);
+        const int date = indexOf(u"date"_s);
+        qint64 sum = 0;
+        for (const VXManagedObjectPtr &object : result)
+            sum += object->text(title).size() + *object->number(duration) + *object->number(date);
         return sum;
     }
 
@@ -250,7 +284,7 @@ void updateWithContext(benchmark::State &state)
         required(context.save(&error), error);
     }
     state.SetItemsProcessed(state.iterations() * callCount);
-    state.counters["allowed"] = 2.5;
+    state.counters["allowed"] = 2.0;
 }
 
 void updateByHand(benchmark::State &state)
@@ -278,7 +312,17 @@ void fetchWithContext(benchmark::State &state)
         benchmark::DoNotOptimize(store.read(*context.executeFetchRequest(store.request())));
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
-    state.counters["allowed"] = 2.5;
+    state.counters["allowed"] = 1.5;
+}
+
+void fetchValuesWithContext(benchmark::State &state)
+{
+    const CallStore &store = fullStore();
+    for (auto _ : state) {
+        VXManagedObjectContext context(store.coordinator);
+        benchmark::DoNotOptimize(store.readValues(*context.executeFetchRequest(store.request())));
+    }
+    state.SetItemsProcessed(state.iterations() * callCount);
 }
 
 void fetchByHand(benchmark::State &state)
@@ -319,6 +363,48 @@ void fetchWithQt(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+void fetchThreeWithContext(benchmark::State &state)
+{
+    const CallStore &store = fullStore();
+    for (auto _ : state) {
+        VXManagedObjectContext context(store.coordinator);
+        benchmark::DoNotOptimize(store.readThree(*context.executeFetchRequest(store.request())));
+    }
+    state.SetItemsProcessed(state.iterations() * callCount);
+    state.counters["allowed"] = 1.3;
+}
+
+void keepByHand(benchmark::State &state)
+{
+    RawCallStore raw(fullStore().path());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(raw.readAll());
+    state.SetItemsProcessed(state.iterations() * callCount);
+}
+
+// Four fetches at once beside the same one after the other: half the time where there are two processors.
+void fetchFourTimes(benchmark::State &state, bool atOnce)
+{
+    const CallStore &store = fullStore();
+    const auto fetch = [&store] {
+        VXManagedObjectContext context(store.coordinator);
+        benchmark::DoNotOptimize(store.read(*context.executeFetchRequest(store.request())));
+    };
+    for (auto _ : state) {
+        std::vector<std::thread> threads;
+        for (int number = 0; number < 4; ++number) {
+            if (atOnce)
+                threads.emplace_back(fetch);
+            else
+                fetch();
+        }
+        for (std::thread &thread : threads)
+            thread.join();
+    }
+    state.SetItemsProcessed(state.iterations() * 4 * callCount);
+    state.counters["allowed"] = 1 / 1.8;
+}
+
 void fetchIndexedWithContext(benchmark::State &state)
 {
     const CallStore &store = fullStore();
@@ -333,7 +419,7 @@ void fetchIndexedWithContext(benchmark::State &state)
         }
     }
     state.SetItemsProcessed(state.iterations() * 1000);
-    state.counters["allowed"] = 2.0;
+    state.counters["allowed"] = 1.5;
 }
 
 void fetchIndexedByHand(benchmark::State &state)
@@ -379,6 +465,37 @@ void findByID(benchmark::State &state)
             benchmark::DoNotOptimize(context.objectWithID(objectID));
     }
     state.SetItemsProcessed(state.iterations() * objectIDs.size());
+}
+
+// What it allocates until it is called again, for each of the objects.
+double bytesPerCall(const std::function<void()> &allocate)
+{
+    const auto allocated = [] {
+        const auto info = ::mallinfo2();
+        return info.uordblks + info.hblkhd;
+    };
+    const size_t before = allocated();
+    allocate();
+    return double(allocated() - before) / double(callCount);
+}
+
+void holdWithContext(benchmark::State &state)
+{
+    const CallStore &store = fullStore();
+    for (auto _ : state) {
+        VXManagedObjectContext context(store.coordinator);
+        std::optional<VXFetchResult> held;
+        state.counters["bytes each"] = bytesPerCall([&] { held = context.executeFetchRequest(store.request()); });
+    }
+}
+
+void holdByHand(benchmark::State &state)
+{
+    RawCallStore raw(fullStore().path());
+    for (auto _ : state) {
+        state.counters["bytes each"] = bytesPerCall([&] { raw.holdAll(); });
+        raw.letGo();
+    }
 }
 
 double residentMebibytes()
@@ -448,6 +565,14 @@ BENCHMARK(fetchWithContext)->Name("store fetch and read/ours")->RangeMultiplier(
 BENCHMARK(fetchByHand)->Name("store fetch and read/peer")->RangeMultiplier(10)->Range(1000, 1'000'000);
 BENCHMARK(streamByHand)->Name("store fetch and read/peer keeping nothing")->Arg(callCount);
 BENCHMARK(fetchWithQt)->Name("store fetch and read/peer Qt SQL")->Arg(callCount);
+BENCHMARK(fetchValuesWithContext)->Name("store fetch and make values/ours");
+BENCHMARK(keepByHand)->Name("store fetch and make values/peer");
+BENCHMARK(fetchThreeWithContext)->Name("store fetch and read three of eight/ours");
+BENCHMARK(keepByHand)->Name("store fetch and read three of eight/peer");
+BENCHMARK_CAPTURE(fetchFourTimes, atOnce, true)->Name("store four fetches at once/ours")->UseRealTime();
+BENCHMARK_CAPTURE(fetchFourTimes, inTurn, false)->Name("store four fetches at once/peer")->UseRealTime();
+BENCHMARK(holdWithContext)->Name("store memory of 100,000/ours")->Iterations(1);
+BENCHMARK(holdByHand)->Name("store memory of 100,000/peer")->Iterations(1);
 BENCHMARK(fetchIndexedWithContext)->Name("store 1,000 indexed fetches of 100/ours");
 BENCHMARK(fetchIndexedByHand)->Name("store 1,000 indexed fetches of 100/peer");
 BENCHMARK(countWithContext)->Name("store count by predicate/ours");

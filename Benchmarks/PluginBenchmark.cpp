@@ -93,7 +93,7 @@ QString writeBundle(const QString &into, int64_t number, const QString &version,
                            {u"NSPrincipalClass"_s, u"BenchmarkPlugin"_s},
                            {u"NSHumanReadableCopyright"_s, u"Copyright of the authors"_s},
                            {u"VXPluginName"_s, u"Plugin %1"_s.arg(number)},
-                           {u"VXPluginClass"_s, VXPluginKind::all()[number % 5]},
+                           {u"VXPluginClass"_s, hasCode ? VXPluginKind::Phonebook : VXPluginKind::all()[number % 5]},
                            {u"VXPluginDependencies"_s, dependencies}};
     VXPropertyList::toFile(info, path + "/Contents/Info.plist"_L1, VXPropertyList::Format::XML);
     if (hasCode)

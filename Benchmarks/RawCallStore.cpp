@@ -3,7 +3,6 @@
 #include <QtCore/QStringList>
 
 #include <stdexcept>
-#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -59,6 +58,29 @@ BenchmarkCall::BenchmarkCall(qint64 index)
       caller(index % personCount + 1), folder(index % folderCount + 1)
 {
 }
+
+struct RawCallStore::Row
+{
+    qint64 number = 0;
+    qint64 entity = 0;
+    qint64 version = 0;
+    QString title;
+    QString phoneNumber;
+    int duration = 0;
+    qint64 position = 0;
+    double cost = 0;
+    bool isRead = false;
+    QDateTime date;
+    QString note;
+    qint64 caller = 0;
+    qint64 folder = 0;
+
+    qint64 sum() const
+    {
+        return number + entity + version + title.size() + phoneNumber.size() + duration + position + qint64(cost) +
+               (isRead ? 1 : 0) + date.toMSecsSinceEpoch() + note.size() + caller + folder;
+    }
+};
 
 RawCallStore::RawCallStore(const QString &path)
 {
@@ -127,29 +149,6 @@ void RawCallStore::update(qint64 count)
     ++_version;
 }
 
-struct RawCallStore::Row
-{
-    qint64 number = 0;
-    qint64 entity = 0;
-    qint64 version = 0;
-    QString title;
-    QString phoneNumber;
-    int duration = 0;
-    qint64 position = 0;
-    double cost = 0;
-    bool isRead = false;
-    QDateTime date;
-    QString note;
-    qint64 caller = 0;
-    qint64 folder = 0;
-
-    qint64 sum() const
-    {
-        return number + entity + version + title.size() + phoneNumber.size() + duration + position + qint64(cost) +
-               (isRead ? 1 : 0) + date.toMSecsSinceEpoch() + note.size() + caller + folder;
-    }
-};
-
 RawCallStore::Row RawCallStore::readRow(sqlite3_stmt *statement)
 {
     Row row;
@@ -178,16 +177,32 @@ qint64 RawCallStore::streamRows(sqlite3_stmt *statement)
     return sum;
 }
 
-qint64 RawCallStore::readRows(sqlite3_stmt *statement)
+std::vector<RawCallStore::Row> RawCallStore::rowsOf(sqlite3_stmt *statement)
 {
     std::vector<Row> rows;
     while (sqlite3_step(statement) == SQLITE_ROW)
         rows.push_back(readRow(statement));
     sqlite3_reset(statement);
+    return rows;
+}
+
+qint64 RawCallStore::readRows(sqlite3_stmt *statement)
+{
     qint64 sum = 0;
-    for (const Row &row : rows)
+    for (const Row &row : rowsOf(statement))
         sum += row.sum();
     return sum;
+}
+
+void RawCallStore::holdAll()
+{
+    _held = rowsOf(query(All));
+    _held.shrink_to_fit();
+}
+
+void RawCallStore::letGo()
+{
+    _held = {};
 }
 
 qint64 RawCallStore::readAll()

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <functional>
+#include <vector>
 
 #include <sqlite3.h>
 
@@ -44,6 +45,9 @@ public:
      * a fetch does, or lets go of each at once. */
     qint64 readAll();
     qint64 streamAll();
+    /** Reads all, and keeps them until letGo. */
+    void holdAll();
+    void letGo();
     qint64 readNumber(const QString &number);
     qint64 count(qint64 below, double cost);
 
@@ -55,9 +59,11 @@ private:
     struct Row;
     static Row readRow(sqlite3_stmt *statement);
     static qint64 streamRows(sqlite3_stmt *statement);
+    static std::vector<Row> rowsOf(sqlite3_stmt *statement);
     static qint64 readRows(sqlite3_stmt *statement);
 
     sqlite3 *_database = nullptr;
     std::array<sqlite3_stmt *, 5> _statements = {};
+    std::vector<Row> _held;
     qint64 _version = 1; // of the rows; each update makes it one more
 };

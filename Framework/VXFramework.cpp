@@ -3,6 +3,7 @@
 #include "VXDiagnostics.h"
 #include "VXLog.h"
 #include "VXPropertyList.h"
+#include "VXTextTransformers.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QFileInfo>
@@ -53,6 +54,7 @@ void VXInitializeFramework()
     static const bool initialized = [] {
         VXSetDiagnosticHandler([](unsigned level, const QString &text) { VXLog::log(level, text); });
         VXRegisterDefaultsOfBundle(*VXFrameworkBundle());
+        VXRegisterTextTransformers();
         return true;
     }();
     Q_UNUSED(initialized);

@@ -31,6 +31,6 @@ VX_EXPORT void VXRegisterDefaultsOfBundle(const VXBundle &bundle);
 
 /**
  * Makes the framework ready in a program: problems of the platform layer go to the log, the framework's default
- * preferences are registered. Call it on the main thread, once the application object is there; again does nothing.
+ * preferences and the transformers that make texts of values are registered. Call it on the main thread, once the application object is there; again does nothing.
  */
 VX_EXPORT void VXInitializeFramework();

@@ -1,6 +1,7 @@
 # The host's and the framework's bundles, in the build tree as they are installed:
 #   lib/libVornix*.so
 #   lib/vornix/Vornix.framework/Resources/...
+#   lib/vornix/VornixInterface.framework/Resources/...
 #   lib/vornix/Vornix.app/Contents/{Info.plist,Linux,PlugIns,Resources}
 #   bin/vornix -> ../lib/vornix/Vornix.app/Contents/Linux/vornix
 
@@ -28,9 +29,14 @@ function(vornix_copy_folder target from to)
   add_custom_target(${target} ALL DEPENDS ${outputs})
 endfunction()
 
-# vornix_add_framework_bundle(LIBRARY FOLDER): the framework's resources, Info.plist made from Info.plist.in.
+# vornix_add_framework_bundle(LIBRARY FOLDER [BUNDLE NAME]): a library's resources in NAME.framework (Vornix unless named),
+# Info.plist made from Info.plist.in.
 function(vornix_add_framework_bundle library folder)
-  set(resources "Vornix.framework/Resources")
+  cmake_parse_arguments(ARG "" "BUNDLE" "" ${ARGN})
+  if(NOT ARG_BUNDLE)
+    set(ARG_BUNDLE Vornix)
+  endif()
+  set(resources "${ARG_BUNDLE}.framework/Resources")
   configure_file("${folder}/Info.plist.in" "${VORNIX_BUNDLES_BUILD_DIR}/${resources}/Info.plist" @ONLY)
   vornix_copy_folder(${library}Resources "${CMAKE_CURRENT_SOURCE_DIR}/${folder}" "${VORNIX_BUNDLES_BUILD_DIR}/${resources}")
   add_dependencies(${library} ${library}Resources)

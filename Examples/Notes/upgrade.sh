@@ -1,7 +1,19 @@
 #!/usr/bin/env bash
-# upgrade.sh VORNIX VERSION1 VERSION2 HOME: a store that version 1 of the notes plugin wrote is upgraded by version 2, after a
+# upgrade.sh [VORNIX VERSION1 VERSION2 HOME]: a store that version 1 of the notes plugin wrote is upgraded by version 2, after a
 # look at what would be done; then it is taken back, and upgraded again. VERSION1 and VERSION2 are the folders of the bundles.
+# Without arguments it takes the installed program, builds both versions, and works in a folder that goes at the end.
 set -euo pipefail
+if (($# == 0)); then
+  here=$(cd "$(dirname "$0")" && pwd)
+  trial=$(mktemp -d)
+  trap 'rm -rf "$trial"' EXIT
+  vornix=$(realpath "$(command -v vornix)") # in PREFIX/lib/vornix/Vornix.app/Contents/Linux
+  for version in 1 2; do
+    cmake -S "$here/Version$version" -B "$trial/$version" -DCMAKE_PREFIX_PATH="${vornix%/lib*/vornix/*}" >/dev/null
+    cmake --build "$trial/$version" >/dev/null
+  done
+  set -- "$vornix" "$trial/1" "$trial/2" "$trial/home"
+fi
 vornix=$1 version1=$2 version2=$3 home=$4
 store="$home/.local/share/Vornix 2/Data/notes.vxdatastore"
 

@@ -1,10 +1,16 @@
 #!/usr/bin/python3
 """missed-calls.py [COUNT]: lists who called and was not answered, as far as the last COUNT (500) events tell."""
+import datetime
 import sys
 
 import dbus
 
 NAME, PATH = "com.halvern.VNX2", "/com/halvern/VNX2"
+
+
+def local(date):
+    """Events are dated in UTC."""
+    return datetime.datetime.fromisoformat(date.replace("Z", "+00:00")).astimezone().strftime("%Y-%m-%d %H:%M")
 
 
 def main():
@@ -26,7 +32,7 @@ def main():
         sys.exit("missed-calls: is \"vornix run\" running? " + error.get_dbus_message())
     for name, (times, number, date) in sorted(callers.items(), key=lambda caller: caller[1][2], reverse=True):
         shown = name if name == number or not number else f"{name} ({number})"
-        print(f"{date[:16].replace('T', ' ')}  {shown}" + (f", {times} times" if times > 1 else ""))
+        print(f"{local(date)}  {shown}" + (f", {times} times" if times > 1 else ""))
     if not callers:
         print("No call was missed.")
 

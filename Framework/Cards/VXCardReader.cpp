@@ -220,6 +220,7 @@ private:
         if (!_card.contact.name.isEmpty())
             return false;
         _card.contact.name = VXUnescapedCardText(line.value).trimmed();
+        _fullName = line;
         return true;
     }
 
@@ -356,11 +357,14 @@ private:
         return _card;
     }
 
-    // The name as a whole counts where its parts are not known, and is no company's.
+    // The name as a whole counts where its parts are not known, and is no company's. One that the parts would not give is kept.
     void finishNames()
     {
         VXContactRecord &contact = _card.contact;
         const bool hasParts = !contact.firstName.isEmpty() || !contact.lastName.isEmpty();
+        const bool isOther = hasParts && !contact.name.isEmpty() && contact.name != contact.displayName();
+        if (_fullName && (isOther || !contact.fullNameLines().isEmpty()))
+            contact.properties.prepend(_fullName->contentLine());
         if (hasParts || contact.name == contact.company || contact.name == contact.nickname)
             contact.name = QString();
         contact.name = nullIfEmpty(contact.name);
@@ -397,6 +401,7 @@ private:
     QList<Labelled> _labelled;
     QStringList _unknownGroups; // of properties that are kept as they are
     QList<VXCardLine> _members; // if it is a group
+    std::optional<VXCardLine> _fullName;
     bool _isGroup = false;
     qsizetype _propertyCount = 0;
     qsizetype _unknownSize = 0;

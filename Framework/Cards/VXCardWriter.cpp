@@ -56,7 +56,9 @@ QByteArray VXCardWriter::card(const VXContactRecord &contact, Version version)
     VXCardWriter writer(contact, version);
     writer._lines.add(u"BEGIN"_s, u"VCARD"_s);
     writer._lines.add(u"VERSION"_s, version == Version::V3 ? u"3.0"_s : u"4.0"_s);
-    writer._lines.addText(u"FN"_s, name);
+    if (contact.fullNameLines().isEmpty())
+        writer._lines.addText(u"FN"_s, name);
+    writer.addProperties(contact.fullNameLines());
     writer.addName();
     if (!contact.nickname.isEmpty())
         writer._lines.add(u"NICKNAME"_s, separated(contact.nickname, u','));
@@ -75,7 +77,9 @@ QByteArray VXCardWriter::card(const VXContactRecord &contact, Version version)
         writer._lines.add(u"UID"_s, contact.uid);
     else
         writer._lines.addTextIfAny(u"UID"_s, contact.uid);
-    writer.addProperties();
+    VXContactRecord rest = contact;
+    rest.removeFullNameLines();
+    writer.addProperties(rest.properties);
     writer._lines.add(u"END"_s, u"VCARD"_s);
     return writer._lines.bytes();
 }
@@ -178,9 +182,9 @@ void VXCardWriter::addBirthday()
         _lines.add(u"BDAY"_s, _contact.birthday.toString(_version == Version::V3 ? u"yyyy-MM-dd"_s : u"yyyyMMdd"_s));
 }
 
-void VXCardWriter::addProperties()
+void VXCardWriter::addProperties(const QStringList &lines)
 {
-    for (const QString &line : _contact.properties) {
+    for (const QString &line : lines) {
         if (const qsizetype colon = line.indexOf(u':'); colon > 0) // any: the parts are put together as they were
             _lines.add(line.first(colon), line.sliced(colon + 1));
     }

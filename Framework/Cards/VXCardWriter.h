@@ -32,7 +32,7 @@ private:
     void addImage();
     void addLinks();
     void addBirthday();
-    void addProperties();
+    void addProperties(const QStringList &lines);
 
     const VXContactRecord &_contact;
     const Version _version;

@@ -6,6 +6,7 @@
 #include "VXMethodLog.h"
 
 #include <QtCore/QScopeGuard>
+#include <QtCore/QStringBuilder>
 #include <QtCore/QUuid>
 
 #include <atomic>
@@ -23,7 +24,7 @@ QString freshIdentifier()
 {
     static const QString process = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u'-';
     static std::atomic<quint64> count{0};
-    return process + QString::number(++count, 16).toUpper();
+    return process % QString::number(++count);
 }
 
 // Once the main thread has ended nobody watches the registry, and nothing is to be done.
@@ -67,12 +68,14 @@ VXActivity::Ptr VXActivityManager::addActivityWithTitle(const QString &title, co
 void VXActivityManager::add(const VXActivity::Ptr &activity)
 {
     const QString identifier = activity->identifier();
-    if (_activities.contains(identifier)) {
+    if (VXActivity::Ptr &place = _activities[identifier]; !place) {
+        place = activity;
+    } else {
         VXLogMethod(VXLogError, "addActivityWithTitle:identifier:",
                     u"Activity with this identifier is aready running: %1"_s.arg(identifier));
         remove(identifier);
+        _activities.insert(identifier, activity);
     }
-    _activities.insert(identifier, activity);
     VXNotificationCenter::defaultCenter().postNotificationName(VXActivityManagerDidAddActivityNotification, identifier);
 }
 
@@ -82,7 +85,7 @@ void VXActivityManager::removeActivity(const VXActivity::Ptr &activity)
         return;
     onMainThread([this, &activity] {
         if (_activities.value(activity->identifier()) == activity)
-            remove(activity->identifier());
+            remove(activity);
     });
 }
 
@@ -93,15 +96,23 @@ void VXActivityManager::removeActivityWithIdentifier(const QString &identifier)
 
 void VXActivityManager::remove(const QString &identifier)
 {
-    const VXActivity::Ptr activity = _activities.value(identifier);
-    if (!activity || _leaving.contains(activity))
+    if (const VXActivity::Ptr activity = _activities.value(identifier))
+        remove(activity);
+}
+
+void VXActivityManager::remove(const VXActivity::Ptr &leaving)
+{
+    if (_leaving.contains(leaving))
         return;
+    const VXActivity::Ptr activity = leaving; // whatever observers do with the caller's
+    const QString identifier = activity->identifier();
     _leaving.append(activity);
     // Whatever observers do: throw, remove it themselves, or put another one in its place.
     const auto leave = qScopeGuard([&] {
         _leaving.removeOne(activity);
-        if (_activities.value(identifier) == activity)
-            _activities.remove(identifier);
+        if (const auto there = _activities.constFind(identifier);
+            there != _activities.cend() && there.value() == activity)
+            _activities.erase(there);
         activity->setDelegate(nullptr);
     });
     VXNotificationCenter::defaultCenter().postNotificationName(VXActivityManagerWillRemoveActivityNotification,

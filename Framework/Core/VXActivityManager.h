@@ -44,6 +44,7 @@ private:
 
     void add(const VXActivity::Ptr &activity);
     void remove(const QString &identifier);
+    void remove(const VXActivity::Ptr &leaving);
 
     QHash<QString, VXActivity::Ptr> _activities; // this and what follows: main thread only
     QList<VXActivity::Ptr> _leaving;             // while observers are told

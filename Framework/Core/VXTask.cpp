@@ -1,5 +1,6 @@
 #include "VXTask.h"
 
+#include "VXBackgroundThread.h"
 #include "VXErrorDomain.h"
 #include "VXException.h"
 #include "VXInvocation.h"
@@ -10,7 +11,6 @@
 #include <csignal>
 #include <exception>
 #include <system_error>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -83,7 +83,7 @@ void VXTask::start(std::function<void()> work, std::function<void()> completion)
         handOver(std::move(self), std::move(completion));
     };
     try {
-        std::thread(std::move(run)).detach();
+        VXBackgroundThread::start(std::move(run));
     } catch (const std::system_error &error) {
         setError(VXMakeError(QString::fromLocal8Bit(error.what())));
         handOver(shared_from_this(), completion);

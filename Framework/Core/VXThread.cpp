@@ -7,6 +7,10 @@
 #include <cstring>
 #include <dirent.h>
 #include <memory>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 bool VXThread::vx_isMainThread()
@@ -39,4 +43,18 @@ int VXThread::vx_threadIndex()
         ++index;
     }
     return -1;
+}
+
+// Not idle: the thread may hold a lock that one of the usual priority waits for, and would keep it from going on for as long
+// as others want the processors.
+void VXThread::vx_lowerPriority()
+{
+    // As in linux/ioprio.h, which glibc does not show.
+    constexpr int thisThread = 1; // IOPRIO_WHO_PROCESS, whose 0 is the calling thread
+    constexpr int lastOfUsualClass = (2 << 13) | 7;
+    constexpr int lowest = 19;
+    const sched_param parameter = {};
+    ::pthread_setschedparam(::pthread_self(), SCHED_BATCH, &parameter);
+    ::setpriority(PRIO_PROCESS, id_t(::gettid()), lowest); // of this thread alone
+    ::syscall(SYS_ioprio_set, thisThread, 0, lastOfUsualClass);
 }

@@ -18,5 +18,9 @@ public:
     /** The position, from 0, in the kernel's list of the process's threads; -1 when that cannot be read. */
     static int vx_threadIndex();
 
+    /** From now on the calling thread gives way to the others of the system, with the processor and with files; but it goes on
+     * all the same, so that nobody waits long for a lock that it holds. */
+    static void vx_lowerPriority();
+
     VXThread() = delete;
 };

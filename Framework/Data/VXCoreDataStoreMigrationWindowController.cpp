@@ -97,6 +97,7 @@ Controller::VXCoreDataStoreMigrationWindowController(const QString &title, VXDat
       _handover(std::make_shared<Handover>())
 {
     _window->setCancelHandler([this] { cancel(); });
+    _migration.setIntoNewStore(true);
 }
 
 Controller::~VXCoreDataStoreMigrationWindowController()
@@ -109,7 +110,8 @@ std::unique_ptr<Controller> Controller::importStore(const StorePtr &source, cons
 {
     std::unique_ptr<Controller> controller(new Controller(titleFor(u"Importing %1 data file..."_s, plugin), plugin));
     controller->setStores(source, destination);
-    controller->_isNewStore = false; // what was saved cannot be taken back by then
+    controller->_migration.setIntoNewStore(false); // what was saved cannot be taken back by then
+    controller->_migration.setMerge(true);
     return controller;
 }
 
@@ -127,7 +129,7 @@ std::unique_ptr<Controller> Controller::rehearse(const StorePtr &source, const S
     std::unique_ptr<Controller> controller(
         new Controller(titleFor(u"Trying to copy %1 data file..."_s, plugin), plugin));
     controller->setStores(source, destination);
-    controller->_isNewStore = false;
+    controller->_migration.setIntoNewStore(false);
     return controller;
 }
 
@@ -181,13 +183,14 @@ VXError Controller::runModal()
 
 VXError Controller::finish()
 {
-    if (_isNewStore) // its files are whole when it is closed
+    if (_migration.isIntoNewStore()) // its files are whole when it is closed
         closeStores();
     return {};
 }
 
 void Controller::performMigration()
 {
+    _migration.setVerifies(VXUserDefaults::standardUserDefaults().boolForKey(u"migration.verify"_s));
     _hasThreadEnded = false;
     _thread = std::thread([this] { performMigrationThreaded(); });
 }
@@ -256,9 +259,8 @@ void Controller::migrate()
         performOnMainThread([&] { migrationDidComplete(error); });
         return;
     }
-    const bool verifies = VXUserDefaults::standardUserDefaults().boolForKey(u"migration.verify"_s);
     VXStoreVerification verification(_migration);
-    const bool compares = verifies && _isNewStore;
+    const bool compares = _migration.verifies() && _migration.isIntoNewStore();
     if (context) {
         if (compares)
             verification.noteObjects(*context);
@@ -267,7 +269,7 @@ void Controller::migrate()
         error = _saveError;
         if (!error && compares)
             error = verification.compare(*_srcStore, *_dstStore);
-    } else if (verifies) {
+    } else if (_migration.verifies()) {
         error = verification.compareWithNothing(*_srcStore);
     }
     if (error)

@@ -80,7 +80,6 @@ private:
     VXDataPlugin &_dataPlugin;
     StorePtr _srcStore;
     StorePtr _dstStore;
-    bool _isNewStore = true;  // with a file of its own
     bool _isComplete = false; // the outcome is known
 
     const std::unique_ptr<VXProgressWindow> _window;

@@ -6,6 +6,7 @@
 #include "VXFramework.h"
 #include "VXGuard.h"
 #include "VXMethodLog.h"
+#include "VXValueIdentity.h"
 
 #include <algorithm>
 #include <exception>
@@ -133,13 +134,28 @@ std::optional<QHash<VXManagedObjectID, Members>> missingMembers(const VXEntityDe
     return missing;
 }
 
+// What stands for the target of a relationship; null also for what the new relationship, if there is one, cannot lead to.
+VXManagedObjectPtr newTarget(const VXManagedObjectID &oldID, const VXMigratedObjects &newObjects,
+                             const VXRelationshipDescription *made)
+{
+    VXManagedObjectPtr object = newObjects.value(oldID);
+    const bool fits = object && (made == nullptr || object->entity().isKindOfEntity(made->destination()));
+    return fits ? object : nullptr;
+}
+
+const VXRelationshipDescription *relationshipOf(const VXManagedObjectPtr &object, const QString &name)
+{
+    return object ? object->entity().relationshipForName(name) : nullptr;
+}
+
 // The new objects, by their names, of what an old object leads to.
-QString textOfMembers(const QList<VXManagedObjectID> &oldIDs, const VXMigratedObjects &newObjects)
+QString textOfMembers(const QList<VXManagedObjectID> &oldIDs, const VXMigratedObjects &newObjects,
+                      const VXRelationshipDescription *made)
 {
     QStringList oldNames;
     QStringList newNames;
     for (const VXManagedObjectID &objectID : oldIDs) {
-        const VXManagedObjectPtr object = newObjects.value(objectID);
+        const VXManagedObjectPtr object = newTarget(objectID, newObjects, made);
         oldNames.append(nameOf(objectID));
         newNames.append(object ? nameOf(object->objectID()) : u"<null>"_s);
     }
@@ -181,7 +197,8 @@ bool VXDataPlugin::migrateObjectAttribute(const QString &attribute, const VXMana
         VXSetError(error, problem);
         return false;
     }
-    if (VXStoreMigration *const run = VXStoreMigration::current(); run != nullptr && value != before)
+    VXStoreMigration *const run = VXStoreMigration::current();
+    if (run != nullptr && value != before && !VXIsSameValue(value, before)) // not a number is the same, too
         ++run->entity(oldObject->entity().name()).changedValues[attribute];
     if (value.isValid())
         newObject->setAttribute(made->index(), value);
@@ -232,8 +249,7 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
 {
     VXManagedObjectPtr newObject = newObjects.value(oldObject->objectID());
     const VXRelationshipDescription *const old = oldObject->entity().relationshipForName(relationship);
-    const VXRelationshipDescription *const made =
-        newObject ? newObject->entity().relationshipForName(relationship) : nullptr;
+    const VXRelationshipDescription *const made = relationshipOf(newObject, relationship);
     if (old == nullptr || old->isTransient())
         return newObject;
     const QList<VXManagedObjectID> oldIDs = oldObject->relatedIDs(old->index());
@@ -246,7 +262,7 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
     }
     QList<VXManagedObjectPtr> related;
     for (const VXManagedObjectID &objectID : oldIDs) {
-        if (VXManagedObjectPtr object = newObjects.value(objectID))
+        if (VXManagedObjectPtr object = newTarget(objectID, newObjects, made))
             related.append(std::move(object));
     }
     if (related.size() < oldIDs.size()) {
@@ -254,8 +270,14 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
         QString text =
             u"Unable to retrieve relationship %1 for object %2"_s.arg(relationship, nameOf(oldObject->objectID()));
         if (old->isToMany())
-            text += textOfMembers(oldIDs, newObjects);
+            text += textOfMembers(oldIDs, newObjects, made);
         VXLogMethod(VXLogWarning, relationshipOperation, text);
+    }
+    if (!made->isToMany() && related.size() > 1) { // there is room for one of them
+        noteNotFound(oldObject, relationship, related.size() - 1);
+        VXLogMethod(VXLogWarning, relationshipOperation,
+                    u"Unable to keep more than one of %1 objects in relationship %2 for object %3"_s.arg(related.size())
+                        .arg(relationship, nameOf(oldObject->objectID())));
     }
     if (made->isToMany())
         newObject->setRelatedObjects(made->index(), related);
@@ -272,7 +294,8 @@ void VXDataPlugin::tellOfMissingMembers(const VXManagedObjectPtr &oldObject, con
     const int index = oldObject->entity().relationshipForName(relationship)->index();
     VXLogMethod(VXLogWarning, relationshipOperation,
                 u"Unable to retrieve relationship %1 for object %2"_s.arg(relationship, nameOf(oldObject->objectID())) +
-                    textOfMembers(oldObject->relatedIDs(index) + missing, newObjects));
+                    textOfMembers(oldObject->relatedIDs(index) + missing, newObjects,
+                                  relationshipOf(newObjects.value(oldObject->objectID()), relationship)));
 }
 
 bool VXDataPlugin::migrateEntityRelationships(const VXEntityDescription &entity, VXManagedObjectContext &oldContext,
@@ -392,7 +415,9 @@ std::unique_ptr<VXManagedObjectContext> VXDataPlugin::migrateStore(VXCoreDataSto
             VXLogMethod(VXLogWarning, operation,
                         u"unknown store version: 0x%1 %2"_s.arg(quintptr(stored.constData()), 0, 16)
                             .arg(VXDescription(stored.toString())));
-        if (!migrateManagedObjectContext(oldContext, version.value_or(0), *newContext, error))
+        const std::optional<bool> areCopied = copyRows(*from, *to, version.value_or(0), error);
+        if (!(areCopied ? *areCopied
+                        : migrateManagedObjectContext(oldContext, version.value_or(0), *newContext, error)))
             return nullptr;
         if (VXStoreMigration *const run = VXStoreMigration::current())
             run->begin(VXStoreMigration::Phase::Checking);

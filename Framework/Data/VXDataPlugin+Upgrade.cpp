@@ -34,6 +34,12 @@ bool exists(const QString &path)
     return VXFileManager::itemExistsAtPath(path);
 }
 
+VXError newerError(const QString &path)
+{
+    return VXMakeError(VXLocalizedString(u"Data file is newer than this plugin supports"_s), "%s",
+                       qUtf8Printable(path));
+}
+
 } // namespace
 
 QString VXDataPlugin::upgradingPath() const
@@ -77,14 +83,14 @@ StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
     case Age::Same:
         return store;
     case Age::Newer:
-        VXSetError(error, VXMakeError(VXLocalizedString(u"Data file is newer than this plugin supports"_s), "%s",
-                                      qUtf8Printable(path)));
+        VXSetError(error, newerError(path));
         return nullptr;
     case Age::Older:
         break;
     }
     store = nullptr;
     if (const VXError problem = upgradeStore(path)) {
+        _hasUpgradeFailed = true;
         VXSetError(error, problem);
         return nullptr;
     }
@@ -203,7 +209,9 @@ std::optional<bool> VXDataPlugin::isUpgradeDue(VXError *error) const
     if (dataStoreVersion().isNull() || path.isNull())
         return false;
     const std::optional<Age> age = ageOfStore(path, error);
-    return age ? std::optional(*age == Age::Older) : std::nullopt;
+    if (age == Age::Newer)
+        VXSetError(error, newerError(path));
+    return age && age != Age::Newer ? std::optional(*age == Age::Older) : std::nullopt;
 }
 
 VXError VXDataPlugin::rehearse(const StorePtr &source, QList<VXEntityMigration> *entities)
@@ -348,7 +356,7 @@ void VXDataPlugin::removeUpgradingFile()
 void VXDataPlugin::trashUpgradingFile(const QString &upgrading)
 {
     const VXError problem = VXStorePast::trash(dataStorePath(), upgrading, u"upgraded"_s, &_oldStore);
-    if (!problem)
+    if (!problem || !exists(upgrading)) // another process did it
         return;
     VXLogMethod(VXLogError, "removeUpgradingFile", "trash: "_L1 + problem.description());
     VXApplication::sharedApplication().presentError(problem);

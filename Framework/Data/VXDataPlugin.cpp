@@ -122,6 +122,7 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXErr
         _isOpening = false;
         _openingLock = nullptr;
     });
+    _hasUpgradeFailed = false;
     const auto open = [&] {
         _sharedStoreController = openStore(&error);
         isOpen = _sharedStoreController && !error && _validateAndSaveStoreController(*_sharedStoreController, &reason);
@@ -146,7 +147,8 @@ QString VXDataPlugin::textAboutEarlierStores(const VXError &reason) const
 {
     const QList<VXStorePast::Entry> earlier = earlierStores();
     const bool isDamaged = reason.code() == int(VXObjectStoreErrorCode::FileCorrupt);
-    if (reason.code() == VXErrorCancelled)
+    // Those from before are older than the one that is back in its place.
+    if (reason.code() == VXErrorCancelled || (_hasUpgradeFailed && !isDamaged))
         return VXExistsAtPath(upgradingPath()) ? QString() : VXLocalizedString(u"The store is as it was."_s);
     if (earlier.isEmpty())
         return isDamaged ? VXLocalizedString(u"Once its folder is moved away, an empty store is made."_s) : QString();

@@ -82,6 +82,12 @@ public:
     // -- Copying stores, to upgrade, import and export them (VXDataPlugin+Migrate.cpp). Not on the main thread, unless a test
     // does it. `version` is the number that the source's version begins with, 0 for none.
     /**
+     * Whether the objects of a store of that version may be copied as the rows they are, where the models allow it: many times
+     * faster, but none of the hooks below is called, nor the classes of objects. So what those make of other values must be in
+     * the old store already. The base says so where there is no subclass.
+     */
+    virtual bool copiesRows(int version) const;
+    /**
      * The object that stands for an old one in the new store. Null, as in the base where the new model has no entity of that
      * name: it is left out. Of an entity with relationships that takes the whole copy with it: then nothing is saved, and that
      * counts as success; such a plugin overrides migrateEntityAttributes and migrateEntityRelationships for that entity.
@@ -115,7 +121,8 @@ public:
     /** Both passes over all entities that the old model has. */
     virtual bool migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
                                              VXManagedObjectContext &newContext, VXError *error);
-    /** A context with copies of all objects of the source, not saved. Null on failure, or, without an error, when the hooks want
+    /** A context with copies of all objects of the source, not saved; of rows that were copied as they are it knows nothing, they
+     * are in the new store already. Null on failure, or, without an error, when the hooks want
      * nothing saved. What the hooks throw becomes the error, if it is a VXException or std::exception. */
     std::unique_ptr<VXManagedObjectContext> migrateStore(VXCoreDataStore &source, VXCoreDataStore &destination,
                                                          VXError *error);
@@ -133,7 +140,7 @@ public:
     const QString &oldStore() const { return _oldStore; }
     /** The store that the next start opens, wherever it lies now; null when there is none. */
     QString storeToOpen() const;
-    /** Whether that one is of an older version. Empty when it cannot be told. */
+    /** Whether that one is of an older version. Empty, with an error, when it cannot be told, or is of a newer one. */
     std::optional<bool> isUpgradeDue(VXError *error = nullptr) const;
     /** Copies a store into one that is gone afterwards, to see what an upgrade or import would do. Nothing is written. */
     VXError rehearse(const StorePtr &source, QList<VXEntityMigration> *entities);
@@ -188,7 +195,7 @@ public:
     QVariant loadDictionaryFromFilePath(const QString &path, VXError *error = nullptr) const;
 
     // -- Exporting (VXDataPlugin+Export.cpp)
-    /** Asks where to, and whether to validate, which means to copy object by object with the hooks. Failures are shown. */
+    /** Asks where to, and whether to validate, which means to copy the objects as an upgrade does. Failures are shown. */
     Q_INVOKABLE void exportStoreAction();
     /** The same without asking. What lies there goes to the trash once the export is whole. */
     VXError exportStoreTo(const QString &path, bool validates);
@@ -245,11 +252,14 @@ private:
     void endApplication(const VXError &error, const VXError &reason);
 
     VXError run(VXCoreDataStoreMigrationWindowController &controller);
+    std::optional<bool> copyRows(const VXPersistentStoreCoordinator &from, const VXPersistentStoreCoordinator &to,
+                                 int version, VXError *error) const;
 
     VXCoreDataStore::Ptr _sharedStoreController;
     std::optional<QString> _upgradeBackup;
     QString _oldStore;
     QList<VXEntityMigration> _lastMigration;
     bool _isOpening = false;
+    bool _hasUpgradeFailed = false;                  // and the store was put back, or never touched
     std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own
 };

@@ -1,5 +1,7 @@
 #include "VXFolderInMaking.h"
 
+#include "VXAtomicFile.h"
+#include "VXDiagnostics.h"
 #include "VXErrorDomain.h"
 #include "VXFileManager.h"
 #include "VXFramework.h"
@@ -50,8 +52,13 @@ bool VXFolderInMaking::moveIntoPlace(bool *isTaken, VXError *error)
     const bool isMoved = std::rename(QFile::encodeName(_path).constData(), QFile::encodeName(_place).constData()) == 0;
     const int problem = isMoved ? 0 : errno;
     *isTaken = problem == EEXIST || problem == ENOTEMPTY || problem == ENOTDIR;
-    if (!isMoved)
+    if (!isMoved) {
         VXSetError(error,
                    VXMakeFileError(VXLocalizedString(u"Unable to move file"_s), qt_error_string(problem), _place));
-    return isMoved;
+        return false;
+    }
+    if (!VXSynchronizeFolderOf(_place)) // it is there all the same
+        VXReportDiagnostic(
+            4, u"The folder of \"%1\" could not be brought to the disk: %2"_s.arg(_place, qt_error_string(errno)));
+    return true;
 }

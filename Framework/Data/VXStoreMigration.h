@@ -74,9 +74,23 @@ public:
     qint64 done() const { return _done; }
     qint64 total() const { return _total; }
 
+    // -- Set before it begins
+    /** Nobody sees the destination before the run has succeeded, so that a part of it may be saved earlier. */
+    void setIntoNewStore(bool isNew) { _isIntoNewStore = isNew; }
+    bool isIntoNewStore() const { return _isIntoNewStore; }
+    /** The destination is in use and keeps what it has: what is only about the source, as its undo history, has no place there. */
+    void setMerge(bool isMerge) { _isMerge = isMerge; }
+    bool isMerge() const { return _isMerge; }
+    /** What is saved is read once more and compared. */
+    void setVerifies(bool verifies) { _verifies = verifies; }
+    bool verifies() const { return _verifies; }
+
     // -- The copying thread
     void begin(Phase phase, qint64 total = 0);
-    void advance() { _done.store(_done.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed); }
+    void advance(qint64 objects = 1)
+    {
+        _done.store(_done.load(std::memory_order_relaxed) + objects, std::memory_order_relaxed);
+    }
     VXEntityMigration &entity(const QString &name);
     /** How many of an entity's objects have a new one; the others were left out. */
     void noteCopied(const QString &name, qint64 count);
@@ -88,6 +102,9 @@ public:
     void forgetNewObjects() { _newObjects.clear(); }
 
 private:
+    bool _isIntoNewStore = false;
+    bool _isMerge = false;
+    bool _verifies = false;
     std::atomic<bool> _isCancelled = false;
     std::atomic<Phase> _phase = Phase::Starting;
     std::atomic<qint64> _done = 0;

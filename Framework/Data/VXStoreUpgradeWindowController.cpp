@@ -5,6 +5,7 @@
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXStorePast.h"
 
 using namespace Qt::StringLiterals;
 
@@ -32,7 +33,7 @@ bool VXStoreUpgradeWindowController::prepare()
     const QString upgrading = plugin().upgradingPath();
     if (VXFileManager::itemExistsAtPath(upgrading)) {
         VXLogMethod(VXLogWarning, operation, u"moving old upgrade file to trash"_s);
-        setError(files.safelyTrashFileAtPath(upgrading));
+        setError(VXStorePast::trash(path, upgrading, u"upgraded"_s));
         if (error())
             return false;
     }

@@ -3,6 +3,7 @@
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 #include "VXManagedObjectContext.h"
+#include "VXPropertyList.h"
 #include "VXStoreMigration.h"
 
 #include <QtCore/QHash>
@@ -30,11 +31,19 @@ VXError valueDiffers(const VXManagedObject &object, const VXPropertyDescription 
                           .arg(property.name(), object.objectID().uriRepresentation().toString()));
 }
 
+// A list comes back with its whole numbers in the largest type.
+bool isSameList(const QVariant &list, const VXStoreRow &row, int index)
+{
+    return row.isSame(index, VXPropertyList::fromData(VXPropertyList::toData(list, VXPropertyList::Format::Binary)));
+}
+
 bool isSame(const VXManagedObject &object, const VXStoreRow &row, const VXPropertyDescription &property)
 {
-    const VXRelationshipDescription *const relationship = property.asRelationship();
-    if (relationship == nullptr)
-        return object.attribute(property.index()) == row.value(property.index());
+    if (const VXAttributeDescription *const attribute = property.asAttribute()) {
+        const QVariant value = object.attribute(property.index());
+        return row.isSame(property.index(), value) ||
+               (attribute->type() == VXAttributeType::PropertyList && isSameList(value, row, property.index()));
+    }
     const QList<ObjectID> wanted = object.relatedIDs(property.index());
     const ObjectID *const stored = row.target(property.index());
     return stored == nullptr ? wanted.isEmpty() : wanted == QList{*stored};

@@ -11,6 +11,7 @@
 #include "VXPluginGuard.h"
 
 #include <QtCore/QAbstractEventDispatcher>
+#include <QtCore/QStringBuilder>
 #include <QtCore/QTimer>
 
 #include <utility>
@@ -118,7 +119,7 @@ void VXDeviceAction::_execute()
     const VXDeviceActionHandler handler = on ? on->actionHandlerForAction(_actionName) : VXDeviceActionHandler();
     if (handler.isNull())
         return failWithoutHandler();
-    setTitle(u'[' + nameOf(on) + "] "_L1 + _actionName);
+    setTitle(u'[' % nameOf(on) % "] "_L1 % _actionName);
     try {
         handler.invoke(this);
     } catch (const std::exception &) {

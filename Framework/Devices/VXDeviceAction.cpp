@@ -90,6 +90,7 @@ void VXDeviceAction::setTitle(const QString &title)
     if (changeActivity([&](VXActivity &shown) { shown.setTitle(title); }))
         return;
     const VXActivity::Ptr made = VXActivityManager::sharedActivityManager().addActivityWithTitle(title);
+    made->setDelegate(this); // its stop control calls `cancel`
     {
         const VXMutexLocker lock(_lock);
         _activity = made;

@@ -118,7 +118,7 @@ public:
      * When it has not 60 seconds later, the execution is ended for it, by a timer of this thread (of the main thread,
      * when this one has no event loop). With a sender the timer outlives the conclusion and does so again.
      */
-    void cancel(QObject *sender = nullptr);
+    Q_INVOKABLE void cancel(QObject *sender = nullptr);
 
 Q_SIGNALS:
     /** Title, status, value or maximum changed: see `activity`. */

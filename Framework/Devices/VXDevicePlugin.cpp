@@ -1,5 +1,6 @@
 #include "VXDevicePlugin.h"
 
+#include "VXDeviceFinding.h"
 #include "VXDeviceURL.h"
 #include "VXDiagnostics.h"
 #include "VXException.h"
@@ -52,6 +53,11 @@ VXDevicePlugin::Ptr VXDevicePlugin::hold(VXDevicePlugin *device)
 {
     // A device may stand on the call stack when the last holder lets go, and that may be another thread.
     return {device, [](VXDevicePlugin *gone) { gone->deleteLater(); }};
+}
+
+void VXDevicePlugin::findDevices(const std::shared_ptr<VXDeviceFinding> &finding)
+{
+    finding->conclude();
 }
 
 bool VXDevicePlugin::initWithURL(const QUrl &theURL)

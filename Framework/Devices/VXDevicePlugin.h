@@ -19,6 +19,8 @@
 #include <type_traits>
 #include <vector>
 
+class VXDeviceFinding;
+
 /** Posted on the thread that changed the registry, under its lock. Object of the first two: the device, as
  *  VXDevicePlugin *; of the third: none. */
 VX_EXPORT extern const VXNotificationName VXDevicePluginDidAddDeviceNotification;
@@ -51,6 +53,14 @@ public:
 
     /** Holds a device that its plugin made itself, for addDevice; the event loop deletes it after the last holder. */
     static Ptr hold(VXDevicePlugin *device);
+
+    // -- In place of a class operation: called of an instance that becomes no device
+    /**
+     * Tells which phones there are that could become devices of this class, those that are devices already among them, and
+     * concludes the finding, at once or when it has asked whom it must; never by waiting here. The instance lives until then. The
+     * base finds none. VXDeviceSearch asks all plugins.
+     */
+    Q_INVOKABLE virtual void findDevices(const std::shared_ptr<VXDeviceFinding> &finding);
 
     /** Called once, first. A null URL fails an assertion. @return false when the device is of no use. */
     Q_INVOKABLE virtual bool initWithURL(const QUrl &theURL);

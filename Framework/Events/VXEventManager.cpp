@@ -156,11 +156,13 @@ void VXEventManager::run(const VXEvent &event, VXEventRecord *record, std::vecto
 
 void VXEventManager::announce(const VXEvent &event) const
 {
+    VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
+    if (!center.hasObservers(VXEventManagerWillPostEventNotification))
+        return;
     QVariantMap userInfo{{u"event_name"_s, event.name}};
     if (!event.subtype.isNull())
         userInfo.insert(u"event_message"_s, event.subtype);
-    VXNotificationCenter::defaultCenter().postNotificationName(VXEventManagerWillPostEventNotification, event.object,
-                                                               userInfo);
+    center.postNotificationName(VXEventManagerWillPostEventNotification, event.object, userInfo);
 }
 
 // On the main thread, to which plugins belong, the store is asked for; elsewhere one that is not open counts as none.

@@ -70,6 +70,7 @@ QJsonObject reactionJSON(const VXReactionRecord &reaction)
                      {u"milliseconds"_s, reaction.milliseconds}};
     if (!reaction.problems.isEmpty())
         json.insert(u"problems"_s, QJsonArray::fromStringList(reaction.problems));
+    insertText(json, u"remark"_s, reaction.remark);
     return json;
 }
 
@@ -78,6 +79,7 @@ VXReactionRecord reactionFrom(const QJsonObject &json)
     return {.identifier = json[u"reactor"_s].toString(),
             .outcome = outcomeOf(reactionOutcomes, json[u"outcome"_s]),
             .problems = json[u"problems"_s].toVariant().toStringList(),
+            .remark = json[u"remark"_s].toString(),
             .milliseconds = json[u"milliseconds"_s].toDouble()};
 }
 

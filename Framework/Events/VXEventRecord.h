@@ -24,6 +24,7 @@ struct VX_EXPORT VXReactionRecord
     QString identifier = {}; // of the reactor plugin
     Outcome outcome = Outcome::Done;
     QStringList problems = {}; // what it threw, and the errors that it showed the user
+    QString remark = {}; // what it says of a success: where something waits that is not done yet; null for nothing
     double milliseconds = 0;
 };
 

@@ -250,6 +250,7 @@ void VXEventRun::react(const VXReactorInUse &reactor, const QVariantMap &userOpt
         _event.options = VXOptionsForReactor(*reactor.plugin, userOptions);
         reactor.plugin->reactToEventWithName(_event.name, _event.subtype, _event.object, _event.options);
         record.problems = scope.problems();
+        record.remark = scope.remark();
     } catch (...) {
         const VXThrown thrown = VXDescribeThrown();
         record.problems = scope.problems() << thrown.reason;

@@ -33,3 +33,9 @@ void VXReactionScope::noteError(const VXError &error)
     innermost->_problems.append(suggestion.isEmpty() ? error.localizedDescription()
                                                      : error.localizedDescription() + u' ' + suggestion);
 }
+
+void VXReactionScope::noteRemark(const QString &remark)
+{
+    if (innermost != nullptr)
+        innermost->_remark = remark;
+}

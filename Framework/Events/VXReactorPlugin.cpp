@@ -91,6 +91,11 @@ VXReactionOutcome VXReactorPlugin::deferOutcome()
     return VXReactionScope::deferOutcome();
 }
 
+void VXReactorPlugin::remark(const QString &text)
+{
+    VXReactionScope::noteRemark(text);
+}
+
 void VXReactorPlugin::presentError(const VXError &error) const
 {
     VXReactionScope::noteError(error);

@@ -60,6 +60,10 @@ protected:
      */
     static VXReactionOutcome deferOutcome();
 
+    /** What the event's history tells beside that it is done: "It waits in the outbox." Called while it reacts, on the same
+     * thread; the last one counts. */
+    static void remark(const QString &text);
+
     /** Shows the user why the reaction failed. While an event runs the reactor, its history tells of it too. */
     void presentError(const VXError &error) const;
 

@@ -142,6 +142,28 @@ QString missingKey(const VXPredicate &predicate, const QVariantMap &map)
     return {};
 }
 
+// A key path that leads to objects, compared with a text, which none of them is; null for none.
+QString listComparedAsText(const VXPredicate &predicate, const QVariant &object)
+{
+    if (predicate.kind() != VXPredicate::Kind::Comparison)
+        return firstProblem(predicate.subpredicates(),
+                            [&](const VXPredicate &part) { return listComparedAsText(part, object); });
+    const auto isText = [](const VXExpression &expression) {
+        return expression.kind() == VXExpression::Kind::Constant && expression.value().typeId() == QMetaType::QString;
+    };
+    for (const auto &[key, other] :
+         {std::pair(predicate.left(), predicate.right()), std::pair(predicate.right(), predicate.left())}) {
+        const QString path = key.keys().join(u'.');
+        if (path.isEmpty() || !isText(other))
+            continue;
+        const QVariant value = VXValueForKeyPath(object, path);
+        const QVariantList list = VXIsList(value) ? value.toList() : QVariantList();
+        if (!list.isEmpty() && list.constFirst().canConvert<VXKeyValueCoding *>())
+            return path;
+    }
+    return {};
+}
+
 // A predicate that cannot work is told also where it holds: "NOT" and "!=" turn what is missing into yes.
 VXFilterVerdict evaluate(const VXPredicate &predicate, const QVariant &posted)
 {
@@ -182,7 +204,12 @@ VXFilterVerdict VXApplyTriggerFilter(const VXManagedObject &trigger, const QVari
 
 QString VXReasonForRejection(const VXFilterVerdict &verdict, const QVariant &object)
 {
-    const QString key =
-        verdict.predicate && VXIsMap(object) ? missingKey(*verdict.predicate, object.toMap()) : QString();
-    return key.isNull() ? QString() : noSuchKey(key);
+    if (!verdict.predicate)
+        return {};
+    const QString key = VXIsMap(object) ? missingKey(*verdict.predicate, object.toMap()) : QString();
+    if (!key.isNull())
+        return noSuchKey(key);
+    const QString list = listComparedAsText(*verdict.predicate,
+                                            asksForContact(*verdict.predicate) ? VXObjectWithContact(object) : object);
+    return list.isNull() ? QString() : VXLocalizedString(u"\"%1\" is a list of objects, and no text."_s).arg(list);
 }

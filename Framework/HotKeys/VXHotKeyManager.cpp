@@ -230,11 +230,12 @@ void VXHotKeyManager::registrationWasRefused(VXHotKeyRef ref, const QString &rea
 
 void VXHotKeyManager::carbonHotKeyWasPressed(VXHotKeyID hotKeyID)
 {
-    const HotKeyPtr hotKey = _hotKeysByID.value(hotKeyID.id); // the callback may unregister it
-    if (!hotKey) {
+    const auto found = _hotKeysByID.constFind(hotKeyID.id);
+    if (found == _hotKeysByID.cend()) {
         VXLogMethod(VXLogError, "carbonHotKeyWasPressed:", u"Missing hotkey for id: %1"_s.arg(hotKeyID.id));
         return;
     }
+    const HotKeyPtr hotKey = *found; // the callback may unregister it
     run(*hotKey);
 }
 
@@ -256,7 +257,9 @@ void VXHotKeyManager::run(const VXHotKey &hotKey, QVariant *result)
     } catch (...) {
         reportThrown(hotKey, u"an unknown exception"_s);
     }
-    VXNotificationCenter::defaultCenter().postNotification({VXHotKeyWasPressedNotification, hotKey.identifier(), {}});
+    VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
+    if (center.hasObservers(VXHotKeyWasPressedNotification))
+        center.postNotification({VXHotKeyWasPressedNotification, hotKey.identifier(), {}});
 }
 
 void VXHotKeyManager::reportThrown(const VXHotKey &hotKey, const QString &problem)

@@ -59,11 +59,14 @@ void addSmartFolders(const Folder &device, VXManagedObjectContext &context)
         const Folder smart = context.insertNewObject(smartEntity);
         smart->setValueForKey(QVariant::fromValue(device), u"deviceFolder"_s);
         smart->setValueForKey(QVariant::fromValue(VXFetchRootFolder(shown.rootName, &context)), u"parent"_s);
-        const VXManagedObjectPtr filter = context.insertNewObject(u"VXFolderFilter"_s);
-        if (auto *const conditions = dynamic_cast<VXSmartFilter *>(filter.get()))
-            conditions->setPredicate(*VXPredicate::predicateWithFormat(shown.condition));
-        smart->setValueForKey(QVariant::fromValue(filter), u"filter"_s);
+        VXMessageStore::setFilter(smart, *VXPredicate::predicateWithFormat(shown.condition));
     }
+}
+
+// A smart folder that the user has named; the others are part of what their root folder shows.
+bool isOfItsOwn(const Folder &smart)
+{
+    return !smart->valueForKey(u"name"_s).toString().isEmpty();
 }
 
 // The condition under which a folder itself, without those below, shows a message. None, with the reason, without one.
@@ -131,11 +134,11 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageStore::folders(VXManagedObject
         return std::nullopt;
     QList<Folder> folders;
     for (const Folder &folder : *found) {
-        if (folder->entity().name() != smartEntity)
+        if (folder->entity().name() != smartEntity || isOfItsOwn(folder))
             folders.append(folder);
     }
     const auto place = [](const Folder &folder) {
-        const QStringList order{u"VXRootFolder"_s, u"VXUserFolder"_s, u"VXDeviceFolder"_s};
+        const QStringList order{u"VXRootFolder"_s, u"VXUserFolder"_s, smartEntity, u"VXDeviceFolder"_s};
         return std::tuple(order.indexOf(folder->entity().name()), folder->valueForKey(u"index"_s).toInt(),
                           folderTitle(folder));
     };
@@ -173,7 +176,7 @@ std::optional<VXFetchRequest> VXMessageStore::messagesOfFolder(const VXManagedOb
     QList<Folder> shown{folder};
     for (const VXManagedObjectPtr &child :
          folder->relatedObjects(folder->entity().propertyForName(u"children"_s)->index())) {
-        if (child->entity().name() == smartEntity)
+        if (child->entity().name() == smartEntity && !isOfItsOwn(child))
             shown.append(child);
     }
     for (const Folder &each : std::as_const(shown)) {

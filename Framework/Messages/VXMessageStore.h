@@ -30,13 +30,27 @@ public:
      *  with an error, when that cannot be saved. */
     [[nodiscard]] VXManagedObjectPtr deviceFolder(const QUrl &anyURL, VXManagedObjectContext &context,
                                                   VXError *error = nullptr) const;
-    /** All but the smart ones that only show what others hold, in the order in which people see them. */
+    /** In the order in which people see them: the root folders, the user's own, smart ones among them, and the phones'. Smart
+     *  ones without a name are left out: they only belong to what their root folder shows. */
     [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> folders(VXManagedObjectContext &context,
                                                                    VXError *error = nullptr) const;
     /** What people call it: a root folder's root name, a phone's URL, else its name. */
     static QString folderTitle(const VXManagedObjectPtr &folder);
     /** The folder with that title, in any case of letters, or that URI; null for none. */
     [[nodiscard]] VXManagedObjectPtr folderForText(const QString &text, VXManagedObjectContext &context) const;
+
+    // -- The user's own folders. Nothing is saved; null or false, with the reason, for a name that is empty or taken, and for
+    //    folders that are not the user's.
+    [[nodiscard]] VXManagedObjectPtr insertFolder(const QString &name, VXManagedObjectContext &context,
+                                                  VXError *error = nullptr) const;
+    /** One that shows what of a phone's folder meets the condition, and holds nothing itself. */
+    [[nodiscard]] VXManagedObjectPtr insertSmartFolder(const QString &name, const VXManagedObjectPtr &deviceFolder,
+                                                       const VXPredicate &condition, VXError *error = nullptr) const;
+    bool renameFolder(const VXManagedObjectPtr &folder, const QString &name, VXError *error = nullptr) const;
+    /** What it holds goes to the trash, folders below it go up. A phone's folder may go too: the next sync makes it anew. */
+    bool removeFolder(const VXManagedObjectPtr &folder, VXError *error = nullptr) const;
+    /** What a smart folder shows of its phone's from now on. */
+    static void setFilter(const VXManagedObjectPtr &smartFolder, const VXPredicate &condition);
 
     // -- What is in them, newest first, but for what was moved off a phone and only waits to be removed there
     /** The messages of a folder; of a smart one what its filter lets through, and of any folder also what the smart ones
@@ -51,6 +65,11 @@ public:
     // -- Messages
     /** A new message in a folder of the context. */
     static VXManagedObjectPtr insertMessage(const VXMessageRecord &record, const VXManagedObjectPtr &folder);
+    /** For good, when its context is saved. One that lies on a phone is not shown any more, and goes with the next sync. */
+    static void deleteMessage(const VXManagedObjectPtr &message);
+    /** Deletes for good what is in the trash, and saves that in portions. @return how many; none, with an error, when they
+     *  cannot be read or saved: what was saved is gone. */
+    std::optional<qsizetype> emptyTrash(VXError *error = nullptr) const;
     /** The same way, party, text and date, whatever its state and place. */
     static bool isSameMessage(const VXMessageRecord &record, const VXManagedObjectPtr &message);
     /** All that are the same message, in that folder, or with null in any; none when they cannot be read. */
@@ -60,5 +79,7 @@ public:
                                                                         VXError *error = nullptr) const;
 
 private:
+    bool isFreeName(const QString &name, VXManagedObjectContext &context, VXError *error) const;
+
     VXPersistentStoreCoordinator::Ptr _coordinator;
 };

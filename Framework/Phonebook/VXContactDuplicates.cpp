@@ -138,6 +138,13 @@ std::optional<QList<VXDuplicateContacts>> VXContactDuplicates::find(VXError *err
     return found;
 }
 
+VXDuplicateContacts VXContactDuplicates::some(const VXDuplicateContacts &duplicates,
+                                              const QList<VXManagedObjectID> &persons) const
+{
+    VXManagedObjectContext context(_coordinator);
+    return describe(context, persons, duplicates.shared);
+}
+
 bool VXContactDuplicates::merge(const QList<VXDuplicateContacts> &duplicates, VXError *error) const
 {
     if (duplicates.isEmpty())

@@ -34,6 +34,8 @@ public:
 
     /** None, with an error, when the store cannot be read. */
     std::optional<QList<VXDuplicateContacts>> find(VXError *error = nullptr) const;
+    /** Of those some, at least two; the others stay contacts of their own. */
+    VXDuplicateContacts some(const VXDuplicateContacts &duplicates, const QList<VXManagedObjectID> &persons) const;
     /** Makes each of them one contact, all in one save that can be undone (VXContactHistory). */
     bool merge(const QList<VXDuplicateContacts> &duplicates, VXError *error = nullptr) const;
 

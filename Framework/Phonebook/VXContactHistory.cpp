@@ -22,6 +22,12 @@ const QString setEntity = u"VXContactChangeSet"_s;
 const QString changeEntity = u"VXContactChange"_s;
 const QString numberKey = u"number"_s;
 const QString changedDateKey = u"changedDate"_s;
+const QString importNumberKey = u"importNumber"_s;
+const QString identityKey = u"identity"_s; // of one that goes: what else knows it
+const QString placeEntity = u"VXContactPlace"_s;
+const QString placesKey = u"places"_s;
+const QString changesKey = u"changes"_s;
+const QStringList placeKeys{u"device_url"_s, u"location"_s, u"here"_s, u"there"_s};
 
 VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
 {
@@ -81,12 +87,78 @@ bool isUntouched(const VXManagedObject &person, const VXContactChangeSet &change
     return date <= changeSet.date && date > changeSet.date.addMSecs(-mostSaves);
 }
 
+QList<VXManagedObjectPtr> relatedTo(const VXManagedObject &person, const QString &relationship)
+{
+    return person.relatedObjects(person.entity().propertyForName(relationship)->index());
+}
+
+// What else knows a person that goes, and is to know the one that comes back in its stead: the places on phones, the changes of
+// other imports and merges, and the one that made it.
+QVariantMap identityOf(const VXManagedObject &person)
+{
+    QVariantList places;
+    for (const VXManagedObjectPtr &place : relatedTo(person, placesKey)) {
+        QVariantMap map{{numberKey, place->objectID().number()}};
+        for (const QString &key : placeKeys) {
+            if (const QVariant value = place->valueForKey(key); value.isValid())
+                map.insert(key, value);
+        }
+        places.append(map);
+    }
+    QVariantList changes;
+    for (const VXManagedObjectPtr &change : relatedTo(person, changesKey))
+        changes.append(change->objectID().number());
+    return {{placesKey, places},
+            {changesKey, changes},
+            {importNumberKey, person.valueForKey(importNumberKey).toLongLong()}};
+}
+
+VXManagedObjectPtr orphan(VXManagedObjectContext &context, const QString &entity, const QVariant &number)
+{
+    const VXPersistentStoreCoordinator &coordinator = *context.persistentStoreCoordinator();
+    const VXManagedObjectPtr object = context.existingObjectWithID(
+        VXManagedObjectID(*coordinator.model().entityForName(entity),
+                          coordinator.persistentStores().constFirst()->identity(), number.toLongLong()));
+    const bool isFree = object && !object->valueForKey(u"person"_s).value<VXManagedObjectPtr>();
+    return isFree ? object : VXManagedObjectPtr();
+}
+
+// Where a sync has removed it from its phone meanwhile, the next one puts it there again.
+void giveIdentity(const VXManagedObjectPtr &person, const QVariantMap &identity)
+{
+    VXManagedObjectContext &context = *person->managedObjectContext();
+    for (const QVariant &value : identity.value(placesKey).toList()) {
+        const QVariantMap map = value.toMap();
+        VXManagedObjectPtr place = orphan(context, placeEntity, map.value(numberKey));
+        if (!place) {
+            place = context.insertNewObject(placeEntity);
+            for (const QString &key : placeKeys)
+                place->setValueForKey(map.value(key), key);
+            place->setValueForKey({}, u"location"_s);
+        }
+        place->setValueForKey(QVariant::fromValue(person), u"person"_s);
+    }
+    for (const QVariant &number : identity.value(changesKey).toList()) {
+        if (const VXManagedObjectPtr change = orphan(context, changeEntity, number))
+            change->setValueForKey(QVariant::fromValue(person), u"person"_s);
+    }
+    if (const qint64 number = identity.value(importNumberKey).toLongLong(); number != 0)
+        person->setValueForKey(number, importNumberKey);
+}
+
 } // namespace
 
 std::optional<VXContactChangeSet> VXContactHistory::begin(const QString &kind, const QString &title,
                                                           VXError *error) const
 {
     VXManagedObjectContext context(_coordinator);
+    const std::optional<VXContactChangeSet> changeSet = insert(context, kind, title, error);
+    return changeSet && context.save(error) ? changeSet : std::nullopt;
+}
+
+std::optional<VXContactChangeSet> VXContactHistory::insert(VXManagedObjectContext &context, const QString &kind,
+                                                           const QString &title, VXError *error)
+{
     const std::optional<VXFetchResult> old = changeSets(context, error);
     if (!old)
         return std::nullopt;
@@ -102,7 +174,7 @@ std::optional<VXContactChangeSet> VXContactHistory::begin(const QString &kind, c
     object->setValueForKey(kind, u"kind"_s);
     object->setValueForKey(title, u"title"_s);
     object->setValueForKey(date, u"date"_s);
-    return context.save(error) ? std::optional(changeSet) : std::nullopt;
+    return changeSet;
 }
 
 void VXContactHistory::note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,
@@ -113,6 +185,8 @@ void VXContactHistory::note(VXManagedObjectContext &context, const VXContactChan
     const VXManagedObjectPtr change = context.insertNewObject(changeEntity);
     QVariantMap before = VXContactRecord(QVariant::fromValue(person)).map();
     before.insert(changedDateKey, person->valueForKey(changedDateKey));
+    if (isRemoved)
+        before.insert(identityKey, identityOf(*person));
     change->setValueForKey(before, u"before"_s);
     if (const VXManagedObjectPtr owner = objectOf(context, changeSet.number))
         change->setValueForKey(QVariant::fromValue(owner), u"changeSet"_s);
@@ -182,6 +256,8 @@ bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *
         if (isDryRun)
             continue;
         const VXManagedObjectPtr restored = person ? person : writer.insert(before);
+        if (!person)
+            giveIdentity(restored, values.value(identityKey).toMap());
         if (person && !isLeft)
             writer.replace(person, before);
         if (!isLeft) // so that what made it can be undone too

@@ -14,12 +14,12 @@
 
 class VXManagedObjectContext;
 
-/** What changed many contacts at once: an import, a merge or a sync. */
+/** What changed many contacts at once, an import, a merge or a sync; or removed one. */
 struct VXContactChangeSet
 {
     qint64 number = 0;
-    QString kind = {};   // "import", "merge", "sync"
-    QString title = {};  // of an import the file, of a sync the phone
+    QString kind = {};   // "import", "merge", "sync", "deletion"
+    QString title = {};  // of an import the file, of a sync the phone, of a deletion who it was
     QDateTime date = {}; // when it began
 };
 
@@ -44,6 +44,9 @@ public:
 
     /** Saved at once. None, with an error, on failure. The oldest beyond ten are forgotten. */
     std::optional<VXContactChangeSet> begin(const QString &kind, const QString &title, VXError *error = nullptr) const;
+    /** The same in a context, to be saved with the changes. */
+    static std::optional<VXContactChangeSet> insert(VXManagedObjectContext &context, const QString &kind,
+                                                    const QString &title, VXError *error = nullptr);
     /** In a context, to be saved with the change, and before it: a person as it is, whether it is only changed or goes. The first
      *  time counts: undoing leads back before all that the set did. */
     static void note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,

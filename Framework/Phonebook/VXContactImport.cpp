@@ -113,6 +113,10 @@ bool VXContactImport::importAll(const Source &source, VXError *error)
 
 bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
 {
+    if (_isCancelled && _isCancelled()) {
+        VXSetError(error, VXError(VXErrorDomain, VXErrorCancelled));
+        return false;
+    }
     VXManagedObjectContext context(_coordinator);
     VXContactMatch own(context);
     VXContactMatch &match = _isDryRun ? *_dryMatch : own;

@@ -60,10 +60,15 @@ public:
     /** Tells what an import would do, and changes nothing. */
     void setDryRun(bool flag) { _isDryRun = flag; }
 
-    /** All cards of the reader. None, with an error, when the store cannot be read or saved; what was saved stays. */
+    /** Asked before each save: when it says so, the import is broken off with VXErrorCancelled. */
+    void setCancelCheck(const std::function<bool()> &check) { _isCancelled = check; }
+
+    /** All cards of the reader. None, with an error, when the store cannot be read or saved; what was saved stays (reportSoFar). */
     std::optional<VXContactImportReport> run(VXCardReader &reader, VXError *error = nullptr);
     /** The same of contacts from elsewhere, as a phone. */
     std::optional<VXContactImportReport> run(const QList<VXContactRecord> &contacts, VXError *error = nullptr);
+    /** What was saved, also of an import that failed or was broken off. */
+    const VXContactImportReport &reportSoFar() const { return _report; }
 
 private:
     using Source = std::function<std::optional<VXCard>()>;
@@ -82,6 +87,7 @@ private:
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     const QString _title;
     bool _isDryRun = false;
+    std::function<bool()> _isCancelled;
     std::optional<VXContactChangeSet> _changeSet; // once there is anything to change
     QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card; their hashes
     std::unique_ptr<VXContactGroupImport> _groups;

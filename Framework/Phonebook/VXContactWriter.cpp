@@ -33,6 +33,9 @@ const std::array texts{Text{u"namePrefix"_s, &VXContactRecord::namePrefix},
                        Text{u"jobTitle"_s, &VXContactRecord::jobTitle},
                        Text{u"note"_s, &VXContactRecord::note}};
 
+constexpr std::array nameFields{&VXContactRecord::namePrefix, &VXContactRecord::firstName, &VXContactRecord::middleName,
+                                &VXContactRecord::lastName, &VXContactRecord::nameSuffix};
+
 const std::pair<QString, QString PostalAddress::*> postalTexts[] = {
     {u"street"_s, &PostalAddress::street}, {u"city"_s, &PostalAddress::city},       {u"state"_s, &PostalAddress::state},
     {u"zip"_s, &PostalAddress::zip},       {u"country"_s, &PostalAddress::country}, {u"text"_s, &PostalAddress::text}};
@@ -117,6 +120,21 @@ void noteContradictions(VXContactRecord &both, const VXContactRecord &news)
         both.note = (both.note.isEmpty() ? lines : QStringList{both.note} + lines).join(u'\n');
 }
 
+bool hasSameName(const VXContactRecord &a, const VXContactRecord &b)
+{
+    return std::ranges::all_of(nameFields, [&](QString VXContactRecord::*field) { return a.*field == b.*field; });
+}
+
+// Of two contacts that become one: how the whole name is written.
+QStringList fullNameLinesOf(const VXContactRecord &known, const VXContactRecord &news, bool newsCount)
+{
+    const QStringList own = known.fullNameLines();
+    const QStringList others = news.fullNameLines();
+    if (newsCount && !others.isEmpty())
+        return others;
+    return own.isEmpty() && hasSameName(known, news) ? others : own;
+}
+
 bool isSameList(const QList<Address> &a, const QList<Address> &b)
 {
     const auto lines = [](const QList<Address> &list) {
@@ -194,6 +212,8 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
     both.groups.removeDuplicates();
     both.properties += news.properties;
     both.properties.removeDuplicates();
+    both.removeFullNameLines();
+    both.properties = fullNameLinesOf(known, news, newsCount) + both.properties;
     return both;
 }
 
@@ -264,13 +284,27 @@ void VXContactWriter::setDate(VXManagedObject &person) const
         person.setValueForKey(VXContactHistory::dateOfChange(_date, person.valueForKey(key).toDateTime()), key);
 }
 
+// How the whole name was written says nothing of another name.
+QStringList VXContactWriter::propertiesFor(const VXManagedObject &person, const VXContactRecord &contact)
+{
+    VXContactRecord before;
+    for (const Text &each : texts)
+        before.*each.field = person.valueForKey(each.key).toString();
+    before.properties = person.valueForKey(u"properties"_s).toString().split(u'\n', Qt::SkipEmptyParts);
+    VXContactRecord after = contact;
+    if (!person.isInserted() && !hasSameName(before, contact) && before.fullNameLines() == contact.fullNameLines())
+        after.removeFullNameLines();
+    return after.properties;
+}
+
 void VXContactWriter::write(VXManagedObject &person, const VXContactRecord &contact)
 {
+    const QStringList properties = propertiesFor(person, contact);
     for (const Text &each : texts)
         person.setValueForKey(orNone(contact.*each.field), each.key);
     if (!contact.uid.isEmpty())
         person.setValueForKey(contact.uid, u"uid"_s);
-    person.setValueForKey(orNone(contact.properties.join(u'\n')), u"properties"_s);
+    person.setValueForKey(orNone(properties.join(u'\n')), u"properties"_s);
     person.setValueForKey(contact.image.isEmpty() ? QVariant() : QVariant(contact.image), u"image"_s);
     person.setValueForKey(contact.birthday.isValid() ? QVariant(QDateTime(contact.birthday, QTime(0, 0), Qt::UTC))
                                                      : QVariant(),

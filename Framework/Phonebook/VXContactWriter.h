@@ -49,6 +49,7 @@ public:
     void addToGroup(const VXManagedObjectPtr &person, const QString &name);
 
 private:
+    static QStringList propertiesFor(const VXManagedObject &person, const VXContactRecord &contact);
     void write(VXManagedObject &person, const VXContactRecord &contact);
     void setDate(VXManagedObject &person) const;
     void writeAddresses(const VXManagedObjectPtr &person, const QString &relationship, const QString &valueKey,

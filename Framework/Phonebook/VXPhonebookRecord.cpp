@@ -141,6 +141,19 @@ QVariantMap VXPhonebookRecord::phonebookMetaData(const VXManagedObject &record)
     return metaData;
 }
 
+QVariantMap VXPhonebookRecord::searchMetaData(const VXManagedObject &record, const QString &kind)
+{
+    QVariantMap metaData = phonebookMetaData(record);
+    QStringList names = itemsOf(record, isIncoming(record) ? fromKey : toKey);
+    for (QString &item : names)
+        item = VXDisplayStringForPhonebookString(item);
+    metaData.insert(u"kMDItemKind"_s, kind);
+    metaData.insert(u"kMDItemContentCreationDate"_s, record.valueForKey(u"date"_s));
+    if (!names.isEmpty())
+        metaData.insert(u"kMDItemTitle"_s, names.join(", "_L1));
+    return metaData;
+}
+
 QString VXPhonebookRecord::searchForm(const QString &phonebookStrings)
 {
     if (phonebookStrings.isNull())
@@ -152,9 +165,12 @@ QString VXPhonebookRecord::searchForm(const QString &phonebookStrings)
 
 // -- Objects of that kind
 
-QVariant VXRecordObject::valueForKey(const QString &key) const
+namespace {
+
+using Reader = std::function<QVariant(const VXManagedObject &)>;
+
+const QHash<QString, Reader> &furtherReaders()
 {
-    using Reader = std::function<QVariant(const VXManagedObject &)>;
     static const QHash<QString, Reader> readers = {
         {u"to_display"_s, VXPhonebookRecord::to_display},
         {u"from_display"_s, VXPhonebookRecord::from_display},
@@ -170,8 +186,20 @@ QVariant VXRecordObject::valueForKey(const QString &key) const
              return VXDisplayStringForContacts(VXPhonebookRecord::otherParty(record));
          }},
     };
+    return readers;
+}
+
+} // namespace
+
+bool VXRecordObject::isFurtherKey(const QString &key)
+{
+    return furtherReaders().contains(key);
+}
+
+QVariant VXRecordObject::valueForKey(const QString &key) const
+{
     if (entity().propertyForName(key) == nullptr) {
-        if (const auto reader = readers.constFind(key); reader != readers.constEnd())
+        if (const auto reader = furtherReaders().constFind(key); reader != furtherReaders().constEnd())
             return (*reader)(*this);
     }
     return VXManagedObject::valueForKey(key);

@@ -31,6 +31,9 @@ public:
      * texts; without those that are empty. */
     static QVariantMap phonebookMetaData(const VXManagedObject &record);
 
+    /** The same for a file of a VXMetaDataSync, with the kind ("call", "message"), who the other party is and when it was. */
+    static QVariantMap searchMetaData(const VXManagedObject &record, const QString &kind);
+
     /** For a list of phonebook strings: each name and, in the form for look-ups, each address. Null for none. */
     static QString searchForm(const QString &phonebookStrings);
 };
@@ -45,6 +48,8 @@ public:
      * the other party.
      */
     QVariant valueForKey(const QString &key) const override;
+    /** Whether it is one of these. */
+    static bool isFurtherKey(const QString &key);
 
 protected:
     void willSave() override;

@@ -1,7 +1,9 @@
 #include "VXPluginInstaller.h"
 
 #include "VXErrorDomain.h"
+#include "VXFileLock.h"
 #include "VXFileManager.h"
+#include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
 #include "VXPluginPaths.h"
@@ -172,17 +174,19 @@ VXPluginInstallResult VXPluginInstaller::install(const QString &givenPath, QStri
     if (const QString problem = problemOfBundle(path, info); !problem.isNull())
         return fail(u"Refused plugin %1: %2"_s.arg(path, problem), problem);
 
-    const QString identifier = info.value(identifierKey).toString();
-    const bool isStaged = isSameFolder(folder, _manager.pathToInstallStagingFolder());
-    const bool mustWait = mustWaitForNextStart(path, identifier);
-    if (isStaged && mustWait)
-        return VXPluginInstallResult::InstalledForNextStart;
-
     VXFileManager &files = VXFileManager::defaultManager();
     for (const QString &needed : {_manager.pathToSharedPluginFolder(), _manager.pathToInstallStagingFolder()}) {
         if (const VXError problem = files.verifyPathExists(needed))
             return fail(problem.description(), problem.localizedDescription());
     }
+    const VXFileLock lock(_manager.pathToInstallStagingFolder() + ".lock"_L1); // two at once may bring the same one
+    if (!lock.isHeld() && !lock.isImpossible())
+        return fail(lock.reason(), lock.reason());
+    const QString identifier = info.value(identifierKey).toString();
+    const bool isStaged = isSameFolder(folder, _manager.pathToInstallStagingFolder());
+    const bool mustWait = mustWaitForNextStart(path, identifier);
+    if (isStaged && mustWait)
+        return VXPluginInstallResult::InstalledForNextStart;
     const QString name = u'/' + QFileInfo(path).fileName();
     const QString staged = isStaged ? path : _manager.pathToInstallStagingFolder() + name;
     const QString target = mustWait ? staged : _manager.pathToSharedPluginFolder() + name;
@@ -206,7 +210,8 @@ void VXPluginInstaller::installStaged()
     _placer.finishInterrupted();
     for (const QString &path : VXPluginScanner::pluginPathsInFolder(_manager.pathToInstallStagingFolder())) {
         QString pluginPath;
-        if (install(path, &pluginPath, nullptr) != VXPluginInstallResult::Installed)
+        const VXPluginInstallResult result = install(path, &pluginPath, nullptr);
+        if (result != VXPluginInstallResult::Installed && VXExistsAtPath(path)) // else another process did
             VXLogFrom(VXInstanceOrigin(&_manager, "startup"), VXLogError, "Could not install: "_L1 + path);
     }
 }

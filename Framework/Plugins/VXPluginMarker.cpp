@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -30,6 +31,19 @@ constexpr auto workKey = "work"_L1;
 
 // Read by signal handlers: no allocation, and a zero byte at its end at all times.
 std::array<char, 256> lastWordsText{};
+
+// The file's path for signal handlers, which read it only while the flag is set.
+std::array<char, 4096> pathText{};
+std::atomic<pid_t> pathOwner = 0; // the process whose file it is, not a child that has yet to run its program
+
+void setPathText(const QByteArray &path)
+{
+    pathOwner = 0;
+    if (size_t(path.size()) >= pathText.size())
+        return;
+    std::copy(path.cbegin(), path.cend() + 1, pathText.begin()); // with its zero byte
+    pathOwner = path.isEmpty() ? 0 : ::getpid();
+}
 
 void setLastWords(const QByteArray &text)
 {
@@ -109,6 +123,12 @@ const char *VXPluginMarker::lastWords()
     return lastWordsText.data();
 }
 
+void VXPluginMarker::takeBack()
+{
+    if (pathOwner == ::getpid())
+        ::unlink(pathText.data());
+}
+
 QList<VXPluginAtWork> VXPluginMarker::takeLeftBehind()
 {
     QList<VXPluginAtWork> plugins;
@@ -149,6 +169,7 @@ void VXPluginMarker::removeFile()
     setLastWords({});
     if (_path.isNull())
         return;
+    setPathText({});
     QFile::remove(_path);
     ::close(_descriptor);
     _descriptor = -1;
@@ -178,6 +199,7 @@ bool VXPluginMarker::open()
         }
         _descriptor = descriptor;
         _path = QFile::decodeName(path);
+        setPathText(path);
     }
     return true;
 }

@@ -56,6 +56,8 @@ public:
 
     /** "IDENTIFIER was loading", of the one at work now; empty for none. May be called inside a signal handler. */
     static const char *lastWords();
+    /** Takes the word back, for who ends the program on request: nobody crashed. May be called inside a signal handler. */
+    static void takeBack();
 
     VXPluginMarker(const VXPluginMarker &) = delete;
     VXPluginMarker &operator=(const VXPluginMarker &) = delete;

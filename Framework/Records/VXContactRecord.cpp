@@ -124,6 +124,13 @@ QVariant contactIn(const QVariant &object)
     return person.isValid() ? person : object;
 }
 
+// "FN:Jane Doe", perhaps of a group ("item1.FN") and with parameters
+bool isFullName(const QString &line)
+{
+    const QString property = line.section(u':', 0, 0).section(u';', 0, 0);
+    return property.section(u'.', -1).compare("FN"_L1, Qt::CaseInsensitive) == 0;
+}
+
 QDate dayOf(const QVariant &value)
 {
     const QDateTime date = value.typeId() == QMetaType::QDate ? QDateTime() : value.toDateTime();
@@ -174,6 +181,18 @@ QString VXContactRecord::displayName() const
             return list.first().value;
     }
     return {};
+}
+
+QStringList VXContactRecord::fullNameLines() const
+{
+    QStringList lines = properties;
+    lines.removeIf([](const QString &line) { return !isFullName(line); });
+    return lines;
+}
+
+void VXContactRecord::removeFullNameLines()
+{
+    properties.removeIf(isFullName);
 }
 
 QVariantMap VXContactRecord::map() const

@@ -61,6 +61,10 @@ struct VX_EXPORT VXContactRecord
     /** What people call the contact: a name, else a company, number or address. Null for no contact at all. */
     QString displayName() const;
 
+    /** Of the properties those that write the whole name (FN) otherwise than the parts would. */
+    QStringList fullNameLines() const;
+    void removeFullNameLines();
+
     /** In lists, and as the object of an event; without what is none. */
     QVariantMap map() const;
 };

@@ -1,7 +1,8 @@
 #include "VXRequestThreads.h"
 
+#include "VXBackgroundThread.h"
+
 #include <system_error>
-#include <thread>
 #include <utility>
 
 namespace {
@@ -24,9 +25,8 @@ QString VXRequestThreads::run(std::function<void(Lease)> work)
         return {};
     }
     try {
-        std::thread([this, work = std::move(work)]() mutable {
-            serve(std::make_shared<Thread>(), std::move(work));
-        }).detach();
+        VXBackgroundThread::start(
+            [this, work = std::move(work)]() mutable { serve(std::make_shared<Thread>(), std::move(work)); });
         return {};
     } catch (const std::system_error &error) {
         const VXMutexLocker lock(_lock);

@@ -224,6 +224,11 @@ VXURLRequest VXWebRequest::makeRequest(const QUrl &url) const
 
 void VXWebRequest::_requestURL(const QUrl &url, const std::shared_ptr<Run> &run)
 {
+    {
+        const VXMutexLocker lock(_lock);
+        if (run->isCompleting) // before its turn came; the data may be those of a run that began later
+            return;
+    }
     const bool isStarted = VXWebTransfer::canHandle(url) && _executeWithRequest(makeRequest(url));
     std::shared_ptr<VXWebTransfer> transfer;
     {
@@ -235,7 +240,7 @@ void VXWebRequest::_requestURL(const QUrl &url, const std::shared_ptr<Run> &run)
         transfer = _transfer;
     }
     if (isStarted && transfer)
-        performTransfer(*transfer);
+        performTransfer(*transfer, *run);
     const VXMutexLocker lock(_lock);
     _didSendRequest = transfer && transfer->didSendRequest();
     _formRedirect = transfer ? transfer->formRedirect() : VXFormRedirect();
@@ -261,12 +266,12 @@ bool VXWebRequest::startTransfer(const VXURLRequest &request)
     return true;
 }
 
-void VXWebRequest::performTransfer(VXWebTransfer &transfer)
+void VXWebRequest::performTransfer(VXWebTransfer &transfer, const Run &run)
 {
     const VXError failure = transfer.perform();
     const VXError outcome = transferDidEnd(transfer.isStopped() ? error() : failure);
     const VXMutexLocker lock(_lock);
-    if (!_error)
+    if (!_error && !run.isCompleting) // else it may be that of a run that began meanwhile
         _error = outcome;
 }
 

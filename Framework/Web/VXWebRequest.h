@@ -104,7 +104,7 @@ private:
 
     void startThread(const QUrl &url, const std::shared_ptr<Run> &run);
     void _requestURL(const QUrl &url, const std::shared_ptr<Run> &run);
-    void performTransfer(VXWebTransfer &transfer);
+    void performTransfer(VXWebTransfer &transfer, const Run &run);
     void runOnThread(const QUrl &url, const std::shared_ptr<Run> &run);
     VXURLRequest makeRequest(const QUrl &url) const;
     VXError unableToStart(const QUrl &url, const QString &reason) const;

@@ -21,11 +21,16 @@ public:
                                                                     VXError *error = nullptr);
 
     const VXEntityDescription &entity() const { return *_entity; }
+    /** Whether only some of what matches is wanted. */
+    bool isCut() const { return limit > 0 || offset > 0; }
 
     VXPredicate predicate;
     QList<VXSortDescriptor> sortDescriptors = {};
     qsizetype limit = 0; // 0: all
     qsizetype offset = 0;
+    /** Only objects with a greater number: for who goes through all of one store, a page (`limit`) after the other, without
+     * sort descriptors, which is in the order of their numbers. */
+    qint64 afterNumber = 0;
     /** Objects read from the store at once while the result is walked; 0: all at the start. */
     qsizetype batchSize = 0;
     bool includesSubentities = true;

@@ -68,6 +68,29 @@ std::optional<QVariant> date(const QVariant &value)
     return time.isValid() ? std::optional<QVariant>(time.toUTC()) : std::nullopt;
 }
 
+// As a store gives it back: else a value would differ from itself once it was saved.
+QVariant asRead(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantHash) {
+        QVariantMap map = value.toMap();
+        for (QVariant &each : map)
+            each = asRead(each);
+        return map;
+    }
+    if (value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList) {
+        QVariantList list = value.toList();
+        for (QVariant &each : list)
+            each = asRead(each);
+        return list;
+    }
+    if (value.typeId() == QMetaType::QDateTime)
+        return value.toDateTime().toUTC();
+    if (VXIsRealNumber(value.metaType()))
+        return value.toDouble();
+    const std::optional<qint64> number = VXIsWholeNumber(value.metaType()) ? wholeNumber<qint64>(value) : std::nullopt;
+    return number ? QVariant(qlonglong(*number)) : value;
+}
+
 } // namespace
 
 QString VXAttributeTypeName(VXAttributeType type)
@@ -82,6 +105,31 @@ std::optional<VXAttributeType> VXAttributeTypeFromName(QStringView name)
             return VXAttributeType(index);
     }
     return std::nullopt;
+}
+
+bool VXIsPlainAttributeValue(VXAttributeType type, const QVariant &value)
+{
+    const int held = value.typeId();
+    switch (type) {
+    case VXAttributeType::Integer32:
+        return held == QMetaType::Int;
+    case VXAttributeType::Integer64:
+        return held == QMetaType::LongLong;
+    case VXAttributeType::Double:
+        return held == QMetaType::Double;
+    case VXAttributeType::Boolean:
+        return held == QMetaType::Bool;
+    case VXAttributeType::String:
+        return held == QMetaType::QString && !static_cast<const QString *>(value.constData())->isNull();
+    case VXAttributeType::Date:
+        return held == QMetaType::QDateTime && static_cast<const QDateTime *>(value.constData())->isValid() &&
+               static_cast<const QDateTime *>(value.constData())->timeSpec() == Qt::UTC;
+    case VXAttributeType::Integer16:
+    case VXAttributeType::Binary:
+    case VXAttributeType::PropertyList:
+        break;
+    }
+    return false;
 }
 
 std::optional<QVariant> VXAttributeValue(VXAttributeType type, const QVariant &value)
@@ -110,7 +158,7 @@ std::optional<QVariant> VXAttributeValue(VXAttributeType type, const QVariant &v
     case VXAttributeType::Binary:
         return ofType<QByteArray>(value);
     case VXAttributeType::PropertyList:
-        return VXPropertyList::isValid(value) ? std::optional(value) : std::nullopt;
+        return VXPropertyList::isValid(value) ? std::optional(asRead(value)) : std::nullopt;
     }
     return std::nullopt;
 }

@@ -24,6 +24,10 @@ enum class VXAttributeType : quint8 {
 VX_STORE_EXPORT QString VXAttributeTypeName(VXAttributeType type);
 VX_STORE_EXPORT std::optional<VXAttributeType> VXAttributeTypeFromName(QStringView name);
 
+/** Whether the value is just what an attribute of the type holds, and not none. Of property lists, and of what is seldom met, it
+ * says no: VXAttributeValue knows more. */
+VX_STORE_EXPORT bool VXIsPlainAttributeValue(VXAttributeType type, const QVariant &value);
+
 /**
  * The value as the attribute holds it: whole numbers that fit are converted to the type's own, dates to UTC and whole
  * milliseconds. None (invalid or null) stays none. @return empty when the value is of another kind or out of range.

@@ -18,13 +18,14 @@ VXRelationshipDescription::VXRelationshipDescription(const VXRelationshipDefinit
 VXEntityDescription::VXEntityDescription(const VXEntityDefinition &definition, const VXManagedObjectModel &model,
                                          int number, const VXEntityDescription *superentity)
     : _name(definition.name), _model(model), _className(definition.className), _isAbstract(definition.isAbstract),
-      _number(number), _superentity(superentity)
+      _number(number), _superentity(superentity), _root(superentity == nullptr ? this : superentity->_root)
 {
     if (superentity != nullptr) {
         _properties = superentity->_properties;
         _attributes = superentity->_attributes;
         _relationships = superentity->_relationships;
         _byName = superentity->_byName;
+        _hasTransientProperties = superentity->_hasTransientProperties;
     }
     for (const VXAttributeDefinition &attribute : definition.attributes) {
         _ownAttributes.push_back(std::make_unique<VXAttributeDescription>(attribute, *this, int(_properties.size())));
@@ -53,14 +54,7 @@ void VXEntityDescription::add(const VXPropertyDescription &property)
 {
     _properties.append(&property);
     _byName.insert(property.name(), &property);
-}
-
-const VXEntityDescription &VXEntityDescription::rootEntity() const
-{
-    const VXEntityDescription *root = this;
-    while (root->_superentity != nullptr)
-        root = root->_superentity;
-    return *root;
+    _hasTransientProperties = _hasTransientProperties || property.isTransient();
 }
 
 QList<const VXEntityDescription *> VXEntityDescription::family() const
@@ -71,9 +65,9 @@ QList<const VXEntityDescription *> VXEntityDescription::family() const
     return result;
 }
 
-bool VXEntityDescription::isKindOfEntity(const VXEntityDescription &entity) const
+bool VXEntityDescription::inheritsFrom(const VXEntityDescription &entity) const
 {
-    const VXEntityDescription *at = this;
+    const VXEntityDescription *at = _superentity;
     while (at != nullptr && at != &entity)
         at = at->_superentity;
     return at != nullptr;

@@ -30,17 +30,18 @@ public:
 
     /** nullptr for a root. */
     const VXEntityDescription *superentity() const { return _superentity; }
-    const VXEntityDescription &rootEntity() const;
+    const VXEntityDescription &rootEntity() const { return *_root; }
     const QList<const VXEntityDescription *> &subentities() const { return _subentities; }
     /** Itself and all below it. */
     QList<const VXEntityDescription *> family() const;
     /** True for the entity itself and for those it inherits from. */
-    bool isKindOfEntity(const VXEntityDescription &entity) const;
+    bool isKindOfEntity(const VXEntityDescription &entity) const { return this == &entity || inheritsFrom(entity); }
 
     /** All properties, inherited ones first: the one at place i has index i. */
     const QList<const VXPropertyDescription *> &properties() const { return _properties; }
     const QList<const VXAttributeDescription *> &attributes() const { return _attributes; }
     const QList<const VXRelationshipDescription *> &relationships() const { return _relationships; }
+    bool hasTransientProperties() const { return _hasTransientProperties; }
     /** nullptr when the entity has none of that name. */
     const VXPropertyDescription *propertyForName(const QString &name) const { return _byName.value(name); }
     const VXAttributeDescription *attributeForName(const QString &name) const;
@@ -57,6 +58,7 @@ private:
     friend class VXModelLinker;
 
     void add(const VXPropertyDescription &property);
+    bool inheritsFrom(const VXEntityDescription &entity) const;
 
     const QString _name;
     const VXManagedObjectModel &_model;
@@ -64,6 +66,7 @@ private:
     const bool _isAbstract;
     const int _number;
     const VXEntityDescription *const _superentity;
+    const VXEntityDescription *const _root;
     QList<const VXEntityDescription *> _subentities;
     std::vector<std::unique_ptr<VXAttributeDescription>> _ownAttributes;
     std::vector<std::unique_ptr<VXRelationshipDescription>> _ownRelationships;
@@ -71,6 +74,7 @@ private:
     QList<const VXAttributeDescription *> _attributes;
     QList<const VXRelationshipDescription *> _relationships;
     QHash<QString, const VXPropertyDescription *> _byName;
+    bool _hasTransientProperties = false;
     QHash<QString, QString> _fetchTemplates;
     QList<QList<const VXPropertyDescription *>> _indexes;
 };

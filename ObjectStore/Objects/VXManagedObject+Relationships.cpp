@@ -92,7 +92,8 @@ QList<VXManagedObjectPtr> VXManagedObject::relatedObjects(int index) const
     if (_context == nullptr)
         return {};
     QList<VXManagedObjectPtr> objects = _context->objectsWithIDs(set.keptIDs());
-    for (const VXManagedObjectPtr &object : set.added()) {
+    const QList<VXManagedObjectPtr> added = set.added();
+    for (const VXManagedObjectPtr &object : added) {
         if (object->_context != nullptr) // it may have been deleted before it was ever saved
             objects.append(object);
     }
@@ -113,7 +114,8 @@ QList<VXManagedObjectID> VXManagedObject::relatedIDs(int index) const
     }
     const VXRelatedSet &set = readRelatedSet(relationship(index, true));
     QList<VXManagedObjectID> objectIDs = set.keptIDs();
-    for (const VXManagedObjectPtr &object : set.added()) {
+    const QList<VXManagedObjectPtr> added = set.added();
+    for (const VXManagedObjectPtr &object : added) {
         if (object->_context != nullptr)
             objectIDs.append(object->_objectID);
     }

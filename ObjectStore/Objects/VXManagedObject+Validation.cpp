@@ -23,7 +23,7 @@ bool VXManagedObject::hasMandatoryValues(VXError *error) const
         return true;
     for (const VXPropertyDescription *const each : entity().properties()) {
         const VXRelationshipDescription *const relationship = each->asRelationship();
-        if (each->isOptional() || each->isTransient() || _values->value(each->index()).isValid() ||
+        if (each->isOptional() || each->isTransient() || _values->hasValue(each->index()) ||
             (relationship != nullptr && relationship->isToMany()))
             continue;
         VXSetError(error, problemOf(*this, VXObjectStoreErrorCode::MissingMandatoryProperty, *each,

@@ -10,8 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QVariant none;
-
 // So that key paths of predicates and sort descriptors can be followed from objects.
 [[maybe_unused]] const bool isConverterRegistered =
     QMetaType::registerConverter<VXManagedObjectPtr, VXKeyValueCoding *>(
@@ -107,19 +105,17 @@ void VXManagedObject::setValue(const VXPropertyDescription &property, const QVar
         _values = before->copy(before->version() + 1);
     else if (_values.use_count() > 1) // a save that failed may have left it with a store
         _values = before->copy(before->version());
-    _values->value(property.index()) = value;
+    _values->setValue(property.index(), value);
     if (property.asAttribute() == nullptr || !property.isTransient())
         _context->noteChange(*this);
 }
 
-const QVariant &VXManagedObject::readAttribute(int index) const
+const VXStoreRow *VXManagedObject::readValuesWith(int index) const
 {
     const VXStoreRow *const row = values();
-    if (row == nullptr)
-        return none;
-    VXAssert(index >= 0 && index < row->propertyCount(),
+    VXAssert(row == nullptr || (index >= 0 && index < row->propertyCount()),
              u"entity \"%1\" has no property %2"_s.arg(entity().name()).arg(index));
-    return row->value(index);
+    return row;
 }
 
 void VXManagedObject::setAttribute(int index, const QVariant &value)
@@ -127,11 +123,16 @@ void VXManagedObject::setAttribute(int index, const QVariant &value)
     const VXAttributeDescription *const attribute = property(index).asAttribute();
     VXAssert(attribute != nullptr,
              u"\"%1\" of entity \"%2\" is no attribute"_s.arg(property(index).name(), entity().name()));
+    const auto set = [&](const QVariant &fitting) {
+        const VXStoreRow *const row = values();
+        if (row == nullptr || !row->isSame(index, fitting))
+            setValue(*attribute, fitting);
+    };
+    if (VXIsPlainAttributeValue(attribute->type(), value))
+        return set(value);
     const std::optional<QVariant> fitting = VXAttributeValue(attribute->type(), value);
     VXAssert(fitting, valueProblem(*attribute, value));
-    const VXStoreRow *const row = values();
-    if (row == nullptr || !VXIsSameValue(row->value(index), *fitting))
-        setValue(*attribute, *fitting);
+    set(*fitting);
 }
 
 QVariant VXManagedObject::valueForKey(const QString &key) const
@@ -183,7 +184,7 @@ QVariantMap VXManagedObject::committedValues(const QStringList &keys) const
         if (relationship == nullptr || !relationship->isToMany())
             committed.insert(each->name(), objectValue(*_row, *each));
         else if (const VXRelatedSet *const set = findRelatedSet(*relationship); set != nullptr && set->isRead())
-            committed.insert(each->name(), variants(_context->objectsWithIDs(set->stored().values())));
+            committed.insert(each->name(), variants(_context->objectsWithIDs(set->stored())));
     }
     return committed;
 }

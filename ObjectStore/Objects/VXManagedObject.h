@@ -45,12 +45,34 @@ public:
     /** Sets an attribute (a value of another type fails an assertion) or relationship. An unknown key fails one too. */
     void setValueForKey(const QVariant &value, const QString &key);
 
-    /** By index. The reference holds until the object changes or turns into a fault. */
-    const QVariant &attribute(int index) const
+    /** By index. */
+    QVariant attribute(int index) const
     {
-        const VXStoreRow *const row = _values ? _values.get() : _row.get();
-        return Q_LIKELY(!_isFault && index >= 0 && index < row->propertyCount()) ? row->value(index)
-                                                                                 : readAttribute(index);
+        const VXStoreRow *const row = valuesWith(index);
+        return row == nullptr ? QVariant() : row->value(index);
+    }
+    // The same without a QVariant; null for none and for attributes of another type. Views hold until the object changes, is
+    // saved or refreshed, or turns into a fault, and no longer than somebody holds it.
+    QStringView text(int index) const
+    {
+        const VXStoreRow *const row = valuesWith(index);
+        return row == nullptr ? QStringView() : row->text(index);
+    }
+    QByteArrayView data(int index) const
+    {
+        const VXStoreRow *const row = valuesWith(index);
+        return row == nullptr ? QByteArrayView() : row->data(index);
+    }
+    /** A whole number, a boolean as 0 or 1, a date in milliseconds since 1970, UTC. */
+    std::optional<qint64> number(int index) const
+    {
+        const VXStoreRow *const row = valuesWith(index);
+        return row == nullptr ? std::nullopt : row->number(index);
+    }
+    std::optional<double> real(int index) const
+    {
+        const VXStoreRow *const row = valuesWith(index);
+        return row == nullptr ? std::nullopt : row->real(index);
     }
     /** One that is transient makes no unsaved change. */
     void setAttribute(int index, const QVariant &value);
@@ -106,9 +128,15 @@ private:
     const VXPropertyDescription &property(int index) const;
     const VXPropertyDescription &property(const QString &key) const;
     const VXRelationshipDescription &relationship(int index, bool isToMany) const;
-    const QVariant &readAttribute(int index) const;
     /** The present values; reads a fault. nullptr when the object is gone from the store. */
     const VXStoreRow *values() const;
+    /** The same, of an object that has such a property. */
+    const VXStoreRow *valuesWith(int index) const
+    {
+        const VXStoreRow *const row = _values ? _values.get() : _row.get();
+        return Q_LIKELY(!_isFault && index >= 0 && index < row->propertyCount()) ? row : readValuesWith(index);
+    }
+    const VXStoreRow *readValuesWith(int index) const;
     void setValue(const VXPropertyDescription &property, const QVariant &value);
     void setStoredRow(VXStoreRow::Ptr row);
     static QVariantList variants(const QList<VXManagedObjectPtr> &objects);

@@ -16,7 +16,7 @@ QHash<QString, VXManagedObjectClass::Factory> &factories() VX_REQUIRES(lock)
 
 } // namespace
 
-void VXManagedObjectClass::registerFactory(const QString &name, const Factory &factory)
+void VXManagedObjectClass::registerFactory(const QString &name, Factory factory)
 {
     const VXMutexLocker locker(lock);
     factories().insert(name, factory);
@@ -33,10 +33,10 @@ VXManagedObject *VXManagedObjectClass::make(const VXEntityDescription &entity, V
     const QString &name = entity.managedObjectClassName();
     if (name.isNull() || classes == VXObjectClasses::Plain)
         return new VXManagedObject;
-    Factory factory;
+    Factory factory = nullptr;
     {
         const VXMutexLocker locker(lock);
         factory = factories().value(name);
     }
-    return factory ? factory() : new VXManagedObject;
+    return factory != nullptr ? factory() : new VXManagedObject;
 }

@@ -3,8 +3,6 @@
 #include "VXManagedObject.h"
 #include "VXPersistentStoreCoordinator.h"
 
-#include <functional>
-
 /**
  * The classes of managed objects, by the name that entities give ("entity Call (VXCall)"). An entity whose class is not
  * registered has plain VXManagedObjects. Any thread.
@@ -12,12 +10,12 @@
 class VX_STORE_EXPORT VXManagedObjectClass
 {
 public:
-    using Factory = std::function<VXManagedObject *()>;
+    using Factory = VXManagedObject *(*)();
 
     template <class T>
     static void registerClass(const QString &name)
     {
-        registerFactory(name, [] { return new T; });
+        registerFactory(name, []() -> VXManagedObject * { return new T; });
     }
     /** Objects that exist keep their class. */
     static void removeClass(const QString &name);
@@ -25,6 +23,6 @@ public:
 private:
     friend class VXManagedObjectContext;
 
-    static void registerFactory(const QString &name, const Factory &factory);
+    static void registerFactory(const QString &name, Factory factory);
     static VXManagedObject *make(const VXEntityDescription &entity, VXObjectClasses classes);
 };

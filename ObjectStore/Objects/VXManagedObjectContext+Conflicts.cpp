@@ -27,7 +27,7 @@ QVariantMap storedValues(const VXEntityDescription &entity, const VXStoreRow &ro
     return values;
 }
 
-QVariantList variants(const QSet<VXManagedObjectID> &objectIDs)
+QVariantList variants(const QList<VXManagedObjectID> &objectIDs)
 {
     QVariantList list;
     for (const VXManagedObjectID &objectID : objectIDs)
@@ -241,7 +241,7 @@ QVariantMap VXManagedObjectContext::Save::descriptionOf(const VXRowConflict &con
             QSet<ObjectID> now;
             const auto note = [&now](const ObjectID &, const ObjectID &target) { now.insert(target); };
             if (conflict.stored && store && store->related({conflict.objectID}, set.relationship(), note, nullptr))
-                stored.insert(set.relationship().name(), variants(now));
+                stored.insert(set.relationship().name(), variants(now.values()));
         }
     }
     return {{u"object"_s, QVariant::fromValue(object)},

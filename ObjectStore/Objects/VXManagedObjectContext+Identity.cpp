@@ -13,8 +13,9 @@ bool VXManagedObjectContext::assignPermanentIDs(const QList<ObjectPtr> &objects,
 {
     const StorePtr first = _coordinator->persistentStores().value(0);
     const auto placeOf = [&](const ObjectPtr &object) {
-        const StorePtr store = _assignedStores.isEmpty() ? first : _assignedStores.value(object.get(), first);
-        return std::pair(store.get(), &object->entity().rootEntity());
+        VXPersistentStore *const store =
+            _assignedStores.isEmpty() ? first.get() : _assignedStores.value(object.get(), first).get();
+        return std::pair(store, &object->entity().rootEntity());
     };
     std::map<std::pair<VXPersistentStore *, const VXEntityDescription *>, qint64>
         numbers; // first how many, then the next
@@ -56,8 +57,10 @@ void VXManagedObjectContext::replaceReferences(const std::function<ObjectID(cons
             if (before == nullptr)
                 continue;
             const ObjectID now = replacement(*before);
-            if (now != *before)
-                object->_values->value(relationship->index()) = now.isNull() ? QVariant() : QVariant::fromValue(now);
+            if (now.isNull())
+                object->_values->clear(relationship->index());
+            else if (now != *before)
+                object->_values->setTarget(relationship->index(), now);
         }
     };
     _inserted.forEach(replaceIn);

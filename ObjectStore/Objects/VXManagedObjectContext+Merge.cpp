@@ -185,7 +185,7 @@ void VXManagedObjectContext::dropLinks(const ObjectPtr &object, const Relationsh
     const VXRelatedSet *const set = object->findRelatedSet(relationship);
     if (set == nullptr || !set->hasChanges())
         return;
-    for (const ObjectPtr &other : set->added().values() + objectsWithIDs(set->removed().values())) {
+    for (const ObjectPtr &other : set->added() + objectsWithIDs(set->removed())) {
         if (other->isDeleted())
             continue;
         object->relatedSet(relationship).revert(other);

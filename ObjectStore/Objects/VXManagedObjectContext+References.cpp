@@ -16,7 +16,7 @@ bool VXManagedObjectContext::Save::removeReferences(VXRowChange &change, const Q
             return false;
         if (!row)
             row = change.row->copy(change.row->version());
-        row->value(relationship->index()).clear();
+        row->clear(relationship->index());
         if (!change.changedProperties.contains(relationship->index()))
             change.changedProperties.append(relationship->index());
     }
@@ -38,7 +38,7 @@ void VXManagedObjectContext::Save::setTarget(VXRowChange &change, const Relation
                                              const QVariant &target)
 {
     auto row = change.row->copy(change.row->version());
-    row->value(relationship.index()) = target;
+    row->setValue(relationship.index(), target);
     change.row = row;
     if (!change.changedProperties.contains(relationship.index()))
         change.changedProperties.append(relationship.index());

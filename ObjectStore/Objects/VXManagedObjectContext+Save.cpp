@@ -34,6 +34,7 @@ bool VXManagedObjectContext::Save::run(VXError *error)
     _deleted = _context._deleted.objects();
     if (!validate(error))
         return false;
+    announce(VXManagedObjectContextWillSaveNotification);
     const bool isSaved = build(error) && write(error);
     if (!isSaved)
         undo();
@@ -49,14 +50,16 @@ void VXManagedObjectContext::Save::callWillSave() const
 {
     QList<ObjectPtr> asked;
     for (bool isDone = false; !isDone;) {
-        isDone = true;
         for (const ObjectPtr &object : _context.changedObjects()) {
             if (std::exchange(object->_wasAskedToSave, true))
                 continue;
             asked.append(object);
             object->willSave();
-            isDone = false;
         }
+        isDone = true;
+        const auto look = [&isDone](const ObjectPtr &object) { isDone = isDone && object->_wasAskedToSave; };
+        for (const VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
+            changed->forEach(look);
     }
     for (const ObjectPtr &object : std::as_const(asked))
         object->_wasAskedToSave = false;
@@ -126,6 +129,8 @@ VXManagedObjectContext::Save::Part *VXManagedObjectContext::Save::partFor(const 
 // The values as they are saved. Stores share them from then on, and the object as well.
 VXStoreRow::Ptr VXManagedObjectContext::Save::rowOf(const VXManagedObject &object)
 {
+    if (object._values.use_count() == 1) // else a save that failed left it with a store
+        object._values->shrink();
     if (!VXHasTransientValues(object.entity(), *object._values))
         return object._values;
     auto row = object._values->copy(object._values->version());
@@ -173,11 +178,13 @@ bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXErr
             if (!isGoing && (!isSymmetric || change.source.number() <= target.number()))
                 list->append(target);
         };
-        for (const ObjectPtr &other : set.added()) {
+        const QList<ObjectPtr> added = set.added();
+        for (const ObjectPtr &other : added) {
             if (other->_context != nullptr && !object.isDeleted()) // else it was deleted before it was ever saved
                 add(other->objectID(), &change.added);
         }
-        for (const ObjectID &target : set.removed())
+        const QList<ObjectID> removed = set.removed();
+        for (const ObjectID &target : removed)
             add(target, &change.removed);
         if (change.added.isEmpty() && change.removed.isEmpty())
             continue;
@@ -258,9 +265,15 @@ void VXManagedObjectContext::Save::finish()
     for (const ObjectPtr &object : std::as_const(_deleted))
         _context.forget(object);
     callDidSave();
-    _context.post(
-        VXManagedObjectContextDidSaveNotification,
-        {{VXInsertedObjectsKey, _inserted}, {VXUpdatedObjectsKey, _updated}, {VXDeletedObjectsKey, _deleted}});
+    announce(VXManagedObjectContextDidSaveNotification);
+}
+
+void VXManagedObjectContext::Save::announce(const VXNotificationName &name) const
+{
+    if (VXNotificationCenter::defaultCenter().hasObservers(name))
+        _context.post(
+            name,
+            {{VXInsertedObjectsKey, _inserted}, {VXUpdatedObjectsKey, _updated}, {VXDeletedObjectsKey, _deleted}});
 }
 
 void VXManagedObjectContext::Save::takeOverRows()

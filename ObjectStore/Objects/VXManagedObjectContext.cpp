@@ -7,6 +7,7 @@
 using namespace Qt::StringLiterals;
 
 using StorePtr = VXPersistentStoreCoordinator::StorePtr;
+const VXNotificationName VXManagedObjectContextWillSaveNotification{u"VXManagedObjectContextWillSaveNotification"_s};
 const VXNotificationName VXManagedObjectContextDidSaveNotification{u"VXManagedObjectContextDidSaveNotification"_s};
 const VXNotificationName VXManagedObjectContextObjectsDidChangeNotification{
     u"VXManagedObjectContextObjectsDidChangeNotification"_s};
@@ -120,8 +121,10 @@ VXManagedObjectPtr VXManagedObjectContext::insertNewObject(const VXEntityDescrip
     VXAssert(!entity.isAbstract(), u"entity \"%1\" is abstract"_s.arg(entity.name()));
     VXManagedObjectPtr object(&makeObject(VXManagedObjectID::temporary(entity)));
     object->_values = std::make_shared<VXStoreRow>(int(entity.properties().size()), 1);
-    for (const VXAttributeDescription *const attribute : entity.attributes())
-        object->_values->value(attribute->index()) = attribute->defaultValue();
+    for (const VXAttributeDescription *const attribute : entity.attributes()) {
+        if (attribute->defaultValue().isValid())
+            object->_values->setValue(attribute->index(), attribute->defaultValue());
+    }
     object->_isFault = false;
     if (store)
         _assignedStores.insert(object.get(), store);
@@ -270,11 +273,14 @@ void VXManagedObjectContext::processPendingChanges()
 // Of the lists, those that are not empty.
 void VXManagedObjectContext::post(VXNotificationName name, const QMap<QString, QList<ObjectPtr>> &lists)
 {
+    VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
+    if (!center.hasObservers(name))
+        return;
     QVariantMap userInfo;
     for (auto list = lists.cbegin(); list != lists.cend(); ++list) {
         if (!list->isEmpty())
             userInfo.insert(list.key(), VXManagedObject::variants(*list));
     }
     if (!userInfo.isEmpty())
-        VXNotificationCenter::defaultCenter().postNotificationName(name, QVariant::fromValue(this), userInfo);
+        center.postNotificationName(name, QVariant::fromValue(this), userInfo);
 }

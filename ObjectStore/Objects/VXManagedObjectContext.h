@@ -19,6 +19,7 @@
  * Posted by a context on its thread; object: the context (VXManagedObjectContext *). The user info has lists of objects
  * (VXManagedObjectPtr) under the keys below, each only when it is not empty. They may be read during the call only.
  */
+VX_STORE_EXPORT extern const VXNotificationName VXManagedObjectContextWillSaveNotification; // once all is found valid
 VX_STORE_EXPORT extern const VXNotificationName VXManagedObjectContextDidSaveNotification;
 VX_STORE_EXPORT extern const VXNotificationName VXManagedObjectContextObjectsDidChangeNotification;
 VX_STORE_EXPORT extern const QString VXInsertedObjectsKey;  // "inserted"

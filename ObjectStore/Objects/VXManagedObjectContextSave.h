@@ -89,6 +89,7 @@ private:
     void undo();
     void finish();
     void forgetGone();
+    void announce(const VXNotificationName &name) const;
     void takeOverRows();
     static QList<ObjectPtr> takeOut(const QSet<const VXManagedObject *> &objects, QList<ObjectPtr> &list);
     void refreshOthers();

@@ -1,5 +1,7 @@
 #include "VXObjectPredicate.h"
 
+#include <algorithm>
+
 namespace {
 
 using Replacement = std::function<QVariant(const QVariant &)>;
@@ -24,6 +26,29 @@ VXExpression replaced(const VXExpression &expression, const Replacement &replace
     for (const VXExpression &element : expression.elements())
         elements.append(replaced(element, replacement));
     return VXExpression::aggregate(elements);
+}
+
+bool holdsObject(const QVariant &value)
+{
+    if (value.metaType() != QMetaType::fromType<QVariantList>())
+        return value.metaType() == QMetaType::fromType<VXManagedObjectPtr>();
+    const auto &elements = *static_cast<const QVariantList *>(value.constData());
+    return std::any_of(elements.cbegin(), elements.cend(), [](const QVariant &each) { return holdsObject(each); });
+}
+
+bool holdsObject(const VXExpression &expression)
+{
+    const QList<VXExpression> &elements = expression.elements();
+    return holdsObject(expression.value()) ||
+           std::any_of(elements.cbegin(), elements.cend(), [](const VXExpression &each) { return holdsObject(each); });
+}
+
+bool holdsObject(const VXPredicate &predicate)
+{
+    if (predicate.kind() == VXPredicate::Kind::Comparison)
+        return holdsObject(predicate.left()) || holdsObject(predicate.right());
+    const QList<VXPredicate> &parts = predicate.subpredicates();
+    return std::any_of(parts.cbegin(), parts.cend(), [](const VXPredicate &part) { return holdsObject(part); });
 }
 
 } // namespace
@@ -53,6 +78,8 @@ VXPredicate VXPredicateWithConstants(const VXPredicate &predicate, const Replace
 
 VXPredicate VXPredicateWithIDs(const VXPredicate &predicate)
 {
+    if (!holdsObject(predicate)) // as most; to make it anew costs more than a look
+        return predicate;
     return VXPredicateWithConstants(predicate, [](const QVariant &value) {
         if (value.metaType() != QMetaType::fromType<VXManagedObjectPtr>())
             return value;

@@ -2,7 +2,10 @@
 
 QList<VXManagedObjectID> VXRelatedSet::keptIDs() const
 {
-    return (_removed.isEmpty() ? _stored : _stored - _removed).values();
+    QList<VXManagedObjectID> kept = _stored.values();
+    if (!_removed.isEmpty())
+        kept.removeIf([this](const VXManagedObjectID &objectID) { return _removed.contains(objectID); });
+    return kept;
 }
 
 bool VXRelatedSet::add(const VXManagedObjectPtr &object)
@@ -14,9 +17,8 @@ bool VXRelatedSet::add(const VXManagedObjectPtr &object)
         if (_stored.contains(object->objectID()))
             return false;
     }
-    const qsizetype before = _added.size(); // with a removal it may never have been there, so it is added all the same
-    _added.insert(object);
-    return wasRemoved || _added.size() != before;
+    // With a removal it may never have been there, so it is added all the same.
+    return _added.insert(object) || wasRemoved;
 }
 
 bool VXRelatedSet::remove(const VXManagedObjectPtr &object)
@@ -25,16 +27,14 @@ bool VXRelatedSet::remove(const VXManagedObjectPtr &object)
     const VXManagedObjectID &objectID = object->objectID();
     if (objectID.isTemporary() || (_isRead && !_stored.contains(objectID)) || (wasAdded && followsRows()))
         return wasAdded;
-    const qsizetype before = _removed.size();
-    _removed.insert(objectID);
-    return wasAdded || _removed.size() != before;
+    return _removed.insert(objectID) || wasAdded;
 }
 
 void VXRelatedSet::setStored(const QSet<VXManagedObjectID> &objectIDs)
 {
     _isRead = true;
-    _stored = objectIDs;
-    _removed.intersect(_stored);
+    _stored = VXSmallSet(objectIDs);
+    _removed.removeIf([this](const VXManagedObjectID &objectID) { return !_stored.contains(objectID); });
     _added.removeIf([this](const VXManagedObjectPtr &object) { return _stored.contains(object->objectID()); });
 }
 
@@ -58,8 +58,9 @@ void VXRelatedSet::removeStored(const VXManagedObjectID &objectID)
 void VXRelatedSet::commit()
 {
     if (_isRead) {
-        _stored.subtract(_removed);
-        for (const VXManagedObjectPtr &object : std::as_const(_added)) {
+        _stored.removeIf([this](const VXManagedObjectID &objectID) { return _removed.contains(objectID); });
+        const QList<VXManagedObjectPtr> added = _added.values();
+        for (const VXManagedObjectPtr &object : added) {
             if (object->managedObjectContext() != nullptr) // it may have been deleted before it was ever saved
                 _stored.insert(object->objectID());
         }

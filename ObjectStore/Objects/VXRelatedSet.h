@@ -1,8 +1,7 @@
 #pragma once
 
 #include "VXManagedObject.h"
-
-#include <QtCore/QSet>
+#include "VXSmallSet.h"
 
 /**
  * What a to-many relationship of one object leads to: the objects that the store has, once they were read, and the changes
@@ -16,12 +15,12 @@ public:
     const VXRelationshipDescription &relationship() const { return *_relationship; }
     bool isRead() const { return _isRead; }
     bool hasChanges() const { return !_added.isEmpty() || !_removed.isEmpty(); }
-    const QSet<VXManagedObjectPtr> &added() const { return _added; }
-    const QSet<VXManagedObjectID> &removed() const { return _removed; }
+    QList<VXManagedObjectPtr> added() const { return _added.values(); }
+    QList<VXManagedObjectID> removed() const { return _removed.values(); }
 
     /** As long as it is not read, of the objects that were added. */
     qsizetype count() const { return _added.size() + (_isRead ? _stored.size() - _removed.size() : 0); }
-    const QSet<VXManagedObjectID> &stored() const { return _stored; }
+    QList<VXManagedObjectID> stored() const { return _stored.values(); }
     /** Those stored that were not removed. */
     QList<VXManagedObjectID> keptIDs() const;
 
@@ -49,7 +48,8 @@ private:
 
     const VXRelationshipDescription *_relationship;
     bool _isRead = false;
-    QSet<VXManagedObjectID> _stored;
-    QSet<VXManagedObjectID> _removed; // once it is read, some of those stored
-    QSet<VXManagedObjectPtr> _added;  // once it is read, none of those stored; held, they may be known from here only
+    VXSmallSet<VXManagedObjectID> _stored;
+    VXSmallSet<VXManagedObjectID> _removed; // once it is read, some of those stored
+    VXSmallSet<VXManagedObjectPtr>
+        _added; // once it is read, none of those stored; held, they may be known from here only
 };

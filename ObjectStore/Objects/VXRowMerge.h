@@ -7,9 +7,6 @@
 
 #include <memory>
 
-/** True for one and the same value: of the same type, also inside lists and dictionaries, where 1, 1.0 and true differ. */
-bool VXIsSameValue(const QVariant &a, const QVariant &b);
-
 /** Indexes of the properties with a place in the row that differ between two rows of an entity. */
 QList<int> VXChangedProperties(const VXEntityDescription &entity, const VXStoreRow &before, const VXStoreRow &after);
 

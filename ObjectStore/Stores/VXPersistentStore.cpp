@@ -210,7 +210,7 @@ std::optional<QStringList> VXPersistentStore::mend(VXError *error)
             place = request.changes.size();
             request.changes.append({each.source, mendedRow, base});
         }
-        mendedRow->value(each.relationship->index()).clear();
+        mendedRow->clear(each.relationship->index());
         request.changes[place].changedProperties.append(each.relationship->index());
     }
     QList<VXRowConflict> conflicts;

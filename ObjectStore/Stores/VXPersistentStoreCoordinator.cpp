@@ -46,11 +46,9 @@ std::optional<VXManagedObjectID> strangerIn(const VXRowChange &change)
     if (!change.row)
         return std::nullopt;
     for (const VXRelationshipDescription *const relationship : change.objectID.entity().relationships()) {
-        const QVariant &value = change.row->value(relationship->index());
-        if (value.metaType() != QMetaType::fromType<VXManagedObjectID>())
-            continue;
-        if (const auto target = value.value<VXManagedObjectID>(); target.store() != change.objectID.store())
-            return target;
+        const VXManagedObjectID *const target = change.row->target(relationship->index());
+        if (target != nullptr && target->store() != change.objectID.store())
+            return *target;
     }
     return std::nullopt;
 }

@@ -86,6 +86,8 @@ std::vector<const VXFetchedRow *> VXRowFetch::run()
         const VXEntityDescription &own = row.objectID.entity();
         if (&own != &entity && !(_request.includesSubentities && own.isKindOfEntity(entity)))
             continue;
+        if (row.objectID.number() <= _request.afterNumber)
+            continue;
         if (isTrue || _predicate.evaluateWithObject(_objects.object(row.objectID)))
             rows.push_back(&row);
     }

@@ -51,6 +51,13 @@ VXSQLPredicate::Scalar VXSQLPredicate::scalar(const Operand &operand)
     return made;
 }
 
+QVariant VXSQLPredicate::boundValue(const QVariant &constant)
+{
+    return constant.metaType() == QMetaType::fromType<VXManagedObjectID>()
+               ? qlonglong(constant.value<VXManagedObjectID>().number())
+               : constant;
+}
+
 VXSQLPredicate::Scalar VXSQLPredicate::constant(const QVariant &value) const
 {
     Scalar made{.family = Family::Other, .isConstant = true, .constant = value};
@@ -63,7 +70,7 @@ VXSQLPredicate::Scalar VXSQLPredicate::constant(const QVariant &value) const
         made.family = objectID.isNull() ? Family::None : Family::Object;
         if (!objectID.isNull() && objectID.store() == &_store)
             made.root = &objectID.entity().rootEntity();
-        made.constant = qlonglong(objectID.number());
+        made.constant = boundValue(value);
         return made;
     }
     switch (value.typeId()) {

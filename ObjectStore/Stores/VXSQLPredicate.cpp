@@ -19,17 +19,6 @@ constexpr int maximumDepth = 12;            // SQLite's parser is not made for m
 constexpr qsizetype maximumValues = 30000;  // parameters of a statement
 constexpr qsizetype maximumPartCount = 200; // in one row without brackets, which SQLite takes for nested
 
-// "(a AND b AND ...)", with brackets around groups where there are very many.
-QString joined(const QStringList &parts, QLatin1StringView word)
-{
-    if (parts.size() <= maximumPartCount)
-        return u'(' + parts.join(word) + u')';
-    QStringList groups;
-    for (qsizetype start = 0; start < parts.size(); start += maximumPartCount)
-        groups.append(u'(' + parts.mid(start, maximumPartCount).join(word) + u')');
-    return joined(groups, word);
-}
-
 QString negated(const QString &condition)
 {
     return u'(' + condition + " IS NOT TRUE)"_L1;
@@ -63,6 +52,16 @@ VXPredicate turned(const VXPredicate &predicate)
 
 } // namespace
 
+QString VXSQLJoined(const QStringList &parts, QLatin1StringView word)
+{
+    if (parts.size() <= maximumPartCount)
+        return u'(' + parts.join(word) + u')';
+    QStringList groups;
+    for (qsizetype start = 0; start < parts.size(); start += maximumPartCount)
+        groups.append(u'(' + parts.mid(start, maximumPartCount).join(word) + u')');
+    return VXSQLJoined(groups, word);
+}
+
 bool VXSQLPredicate::add(const VXPredicate &predicate)
 {
     if (predicate.kind() == Kind::True)
@@ -89,7 +88,7 @@ bool VXSQLPredicate::add(const VXPredicate &predicate)
 
 QString VXSQLPredicate::conditions() const
 {
-    return _conditions.isEmpty() ? QString() : joined(_conditions, " AND "_L1);
+    return _conditions.isEmpty() ? QString() : VXSQLJoined(_conditions, " AND "_L1);
 }
 
 QString VXSQLPredicate::parameter(const QVariant &value)
@@ -121,7 +120,7 @@ QString VXSQLPredicate::compile(const VXPredicate &predicate)
     QStringList parts;
     for (const VXPredicate &part : shortest.subpredicates())
         parts.append(compile(part));
-    return joined(parts, predicate.kind() == Kind::And ? " AND "_L1 : " OR "_L1);
+    return VXSQLJoined(parts, predicate.kind() == Kind::And ? " AND "_L1 : " OR "_L1);
 }
 
 QString VXSQLPredicate::comparison(const VXPredicate &predicate)

@@ -11,6 +11,9 @@
 #include <functional>
 #include <optional>
 
+/** "(a AND b AND ...)", with brackets around groups where there are more than SQLite takes in one row. */
+QString VXSQLJoined(const QStringList &parts, QLatin1StringView word);
+
 /**
  * Says predicates and sort descriptors in SQL, so that just those rows match for which VXPredicate::evaluateWithObject is true.
  * SQL's third truth value counts as false: a negation is written IS NOT TRUE. The table of the entity is named t0. Values and
@@ -33,6 +36,8 @@ public:
     QString conditions() const;
     /** Of the parameters, in order: texts, numbers, dates and data. */
     const QVariantList &values() const { return _values; }
+    /** The value of a parameter that stands for a constant. */
+    static QVariant boundValue(const QVariant &constant);
     /** Whether an index leads to the rows. */
     bool isSelective() const { return _isSelective; }
 

@@ -113,6 +113,13 @@ struct OpenFiles
     }
 };
 
+// Else SQLite counts every piece of memory under one lock, for which readers of all threads wait. Without effect where somebody
+// else in the process was first to use it.
+void countNoMemory()
+{
+    [[maybe_unused]] static const int status = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+}
+
 } // namespace
 
 VXSQLiteConnection::VXSQLiteConnection(sqlite3 *database, const QString &path, const FileKey &key,
@@ -158,6 +165,23 @@ VXSQLiteConnection::~VXSQLiteConnection()
     _statements.clear();
     sqlite3_close(_database);
     OpenFiles::shared().remove(_key);
+    if (_attached)
+        OpenFiles::shared().remove(*_attached);
+}
+
+bool VXSQLiteConnection::attach(const QString &path, const QString &name, VXError *error)
+{
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    VXSQLiteStatement statement(prepare(u"ATTACH DATABASE ?1 AS "_s + name, false, error), _executions);
+    if (!statement)
+        return false;
+    _attached = OpenFiles::keyOf(path);
+    OpenFiles::shared().add(*_attached);
+    statement.bindText(1, absolute);
+    const bool isDone = statement.run();
+    if (!isDone)
+        VXSetError(error, lastError());
+    return isDone;
 }
 
 std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path, Access access,
@@ -177,6 +201,7 @@ std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path
         flags |= SQLITE_OPEN_URI;
         name = "file://" + QUrl::toPercentEncoding(QString::fromUtf8(name), "/") + "?immutable=1";
     }
+    countNoMemory();
     const FileKey key = OpenFiles::keyOf(path);
     OpenFiles::shared().add(key); // before it has any lock
     sqlite3 *database = nullptr;

@@ -2,6 +2,7 @@
 
 #include "VXError.h"
 #include "VXFileDescriptor.h"
+#include "VXObjectStoreExport.h"
 #include "VXSQLiteStatement.h"
 
 #include <QtCore/QHash>
@@ -11,12 +12,13 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 
 struct sqlite3;
 
 /** A connection to an SQLite file, with its prepared statements. For one thread at a time. */
-class VXSQLiteConnection
+class VX_STORE_EXPORT VXSQLiteConnection
 {
 public:
     enum class Access {
@@ -53,6 +55,9 @@ public:
      * SQLite, as to open and close a file that it has open ends the locks that it holds. */
     bool copyFileTo(const VXFileDescriptor &copy, VXError *error);
 
+    /** Adds another file, under a name of its own in SQL. Once. */
+    bool attach(const QString &path, const QString &name, VXError *error);
+
     /** How many rows the last INSERT, UPDATE or DELETE concerned. */
     int changes() const;
     bool isInTransaction() const;
@@ -75,6 +80,7 @@ private:
     sqlite3 *const _database; // owned
     const QString _path;
     const FileKey _key;
+    std::optional<FileKey> _attached;
     int _lastStatus = 0; // of what execute failed with
     std::atomic<qint64> *const _executions;
     QHash<QString, std::shared_ptr<sqlite3_stmt>> _statements;

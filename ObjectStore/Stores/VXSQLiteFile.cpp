@@ -1,5 +1,6 @@
 #include "VXSQLiteFile.h"
 
+#include "VXAtomicFile.h"
 #include "VXObjectStoreError.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
@@ -96,7 +97,6 @@ public:
     Folder &operator=(const Folder &) = delete;
 
     void lock() const { ::flock(_descriptor, LOCK_EX); } // for as long as it takes to make a store
-    void synchronize() const { ::fsync(_descriptor); }
 
 private:
     const int _descriptor;
@@ -130,8 +130,27 @@ bool writeNew(const QString &path, const VXSQLiteSchema &schema, const VXManaged
            connection->execute(u"PRAGMA journal_mode = WAL"_s, error);
 }
 
-// As fast as files are copied. Nobody writes meanwhile, and all that was saved is in the file itself, not in its log; where
-// readers keep the log from being emptied, that cannot be had: none.
+// Reads the file itself, as of now: whoever reads from it alone, for its log is empty, keeps all from changing it, and what is
+// saved meanwhile goes to the log. None, as that cannot be had, where other readers or writers keep the log from being empty.
+bool beginReadingWithoutLog(VXSQLiteConnection &source, const QString &path, VXError *error)
+{
+    constexpr int tries = 3;
+    const auto isLogEmpty = [&] { return QFileInfo(path + "-wal"_L1).size() == 0; };
+    // Not longer: who waits for readers to end lets nobody write.
+    if (!source.execute(u"PRAGMA busy_timeout = 200"_s, error))
+        return false;
+    for (int attempt = 0; attempt < tries; ++attempt) {
+        if (!source.execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s, error) || !source.execute(u"BEGIN"_s, error) ||
+            source.textOf(u"SELECT COUNT(*) FROM sqlite_master"_s, error).isNull())
+            return false;
+        if (isLogEmpty())
+            return true;
+        source.execute(u"ROLLBACK"_s, nullptr);
+    }
+    return false;
+}
+
+// As fast as files are copied, and nobody waits meanwhile. None where that cannot be had.
 std::optional<bool> copyBytes(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout,
                               VXError *error)
 {
@@ -140,9 +159,7 @@ std::optional<bool> copyBytes(const QString &path, const QString &to, std::chron
     const auto source = VXSQLiteConnection::open(path, Access::Write, busyTimeout, nullptr, error);
     if (!source)
         return false;
-    const auto isLogEmpty = [&] { return QFileInfo(path + "-wal"_L1).size() == 0; };
-    if (!source->execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s, error) ||
-        !source->execute(u"BEGIN IMMEDIATE"_s, error) || !isLogEmpty())
+    if (!beginReadingWithoutLog(*source, path, error))
         return std::nullopt;
     if (!makePrivate(to, error))
         return false;
@@ -171,10 +188,10 @@ bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseco
            copied->execute(u"PRAGMA journal_mode = WAL"_s, error);
 }
 
-bool moveInPlace(const QString &from, const QString &path, const Folder &folder, VXError *error)
+bool moveInPlace(const QString &from, const QString &path, VXError *error)
 {
     if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(path).constData()) == 0) {
-        folder.synchronize();
+        static_cast<void>(VXSynchronizeFolderOf(path)); // it is there all the same
         return true;
     }
     VXSetError(error, writeError(path, qt_error_string()));
@@ -328,7 +345,7 @@ bool VXSQLiteFile::create(const QString &path, const VXSQLiteSchema &schema, con
     const QString aside = place.path() + "/."_L1 + place.fileName() + ".new"_L1;
     removeWithLogs(aside); // left by somebody who died
     VXError problem;
-    if (writeNew(aside, schema, model, metadata, busyTimeout, &problem) && moveInPlace(aside, path, folder, &problem))
+    if (writeNew(aside, schema, model, metadata, busyTimeout, &problem) && moveInPlace(aside, path, &problem))
         return true;
     removeWithLogs(aside);
     VXSetError(error, renamed(problem, path));
@@ -352,7 +369,7 @@ bool VXSQLiteFile::copy(const QString &path, const QString &to, bool mayWrite, s
     const std::optional<bool> isCopied = mayWrite ? copyBytes(path, aside, busyTimeout, &problem) : std::nullopt;
     if (isCopied.value_or(false) || (!isCopied && copyDatabase(path, aside, busyTimeout, &problem)))
         isReady = true;
-    if (isReady && moveInPlace(aside, to, folder, &problem))
+    if (isReady && moveInPlace(aside, to, &problem))
         return true;
     removeWithLogs(aside);
     VXSetError(error, renamed(problem, to));

@@ -89,57 +89,57 @@ bool VXSQLiteRowLayout::readRow(const VXSQLiteStatement &statement, const VXMana
         return false;
     }
     for (const Cell &cell : _cells[size_t(objectID.entity().number())]) {
-        if (!statement.isNull(cell.column) &&
-            !readCell(statement, cell, *objectID.store(), &row.value(cell.index), problem))
+        const VXSQLiteValue value = statement.value(cell.column);
+        if (!value.isNull() && !readCell(value, statement, cell, *objectID.store(), row, problem))
             return false;
     }
     return true;
 }
 
-// Into a value that holds none so far, and so has nothing to let go of.
-bool VXSQLiteRowLayout::readCell(const VXSQLiteStatement &statement, const Cell &cell, const VXStoreIdentity &store,
-                                 QVariant *value, QString *problem) const
+bool VXSQLiteRowLayout::readCell(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
+                                 const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const
 {
     if (cell.relationship != nullptr) {
         const VXEntityDescription &destination = cell.relationship->destination();
         const VXEntityDescription *entity = &destination;
-        if (cell.entityColumn >= 0 && !statement.isNull(cell.entityColumn))
+        if (cell.entityColumn >= 0 && !statement.value(cell.entityColumn).isNull())
             entity = _schema.entityWithNumber(statement.number(cell.entityColumn));
-        const qint64 number = statement.number(cell.column);
+        const qint64 number = value.number();
         if (entity == nullptr || !entity->isKindOfEntity(destination) || number < 1) {
             *problem = u"A reference of \"%1\" leads to no object that can be."_s.arg(cell.property->name());
             return false;
         }
-        std::construct_at(value, QVariant::fromValue(VXManagedObjectID(*entity, store, number)));
+        row.setTarget(cell.index, {*entity, store, number});
         return true;
     }
+    using Kind = VXStoreRow::Kind;
     switch (cell.type) {
     case VXAttributeType::Integer16:
     case VXAttributeType::Integer32:
-        std::construct_at(value, int(statement.number(cell.column)));
+        row.setNumber(cell.index, Kind::Integer, int(value.number()));
         break;
     case VXAttributeType::Integer64:
-        std::construct_at(value, qlonglong(statement.number(cell.column)));
+        row.setNumber(cell.index, Kind::LongInteger, value.number());
         break;
     case VXAttributeType::Double:
-        std::construct_at(value, statement.real(cell.column));
+        row.setReal(cell.index, value.real());
         break;
     case VXAttributeType::Boolean:
-        std::construct_at(value, statement.number(cell.column) != 0);
+        row.setNumber(cell.index, Kind::Boolean, value.number() != 0 ? 1 : 0);
         break;
     case VXAttributeType::String:
-        std::construct_at(value, statement.text(cell.column));
+        row.setText(cell.index, value.text());
         break;
     case VXAttributeType::Date:
-        std::construct_at(value, QDateTime::fromMSecsSinceEpoch(statement.number(cell.column), Qt::UTC));
+        row.setNumber(cell.index, Kind::Date, value.number());
         break;
     case VXAttributeType::Binary:
-        std::construct_at(value, statement.data(cell.column));
+        row.setData(cell.index, value.data());
         break;
     case VXAttributeType::PropertyList: {
         VXError error;
-        *value = VXPropertyList::fromData(statement.data(cell.column), &error);
-        if (value->isValid())
+        row.setValue(cell.index, VXPropertyList::fromData(value.data().toByteArray(), &error));
+        if (row.hasValue(cell.index))
             break;
         *problem = u"\"%1\" of an object is no property list. %2"_s.arg(cell.property->name(), error.description());
         return false;
@@ -188,40 +188,62 @@ bool VXSQLiteRowLayout::bindProperties(VXSQLiteStatement &statement, const QList
 {
     for (const int index : properties) {
         const Cell &cell = _byProperty[size_t(index)];
-        if (cell.property != nullptr &&
-            !bindCell(statement, cell, row.value(index), *objectID.store(), parameter, error))
+        if (cell.property != nullptr && !bindCell(statement, cell, row, *objectID.store(), parameter, error))
             return false;
     }
     return true;
 }
 
-bool VXSQLiteRowLayout::bindCell(VXSQLiteStatement &statement, const Cell &cell, const QVariant &value,
+bool VXSQLiteRowLayout::bindCell(VXSQLiteStatement &statement, const Cell &cell, const VXStoreRow &row,
                                  const VXStoreIdentity &store, int *parameter, VXError *error) const
 {
-    if (cell.relationship != nullptr) {
-        const auto target = value.value<VXManagedObjectID>();
-        if (!target.isNull() && target.store() != &store) {
+    using Kind = VXStoreRow::Kind;
+    const int at = (*parameter)++;
+    if (cell.type == VXAttributeType::PropertyList && cell.relationship == nullptr && row.hasValue(cell.index)) {
+        const QByteArray list = VXPropertyList::toData(row.value(cell.index), VXPropertyList::Format::Binary, error);
+        if (list.isNull())
+            return false;
+        statement.bindDataCopy(at, list);
+        return true;
+    }
+    switch (row.kind(cell.index)) {
+    case Kind::None:
+        statement.bindNull(at);
+        if (cell.entityColumn >= 0)
+            statement.bindNull((*parameter)++);
+        break;
+    case Kind::Integer:
+    case Kind::LongInteger:
+    case Kind::Boolean:
+    case Kind::Date:
+        statement.bindNumber(at, *row.number(cell.index));
+        break;
+    case Kind::Real:
+        statement.bindReal(at, *row.real(cell.index));
+        break;
+    case Kind::Text:
+        statement.bindText(at, row.text(cell.index));
+        break;
+    case Kind::Data:
+        statement.bindData(at, row.data(cell.index));
+        break;
+    case Kind::Target: {
+        const VXManagedObjectID &target = *row.target(cell.index);
+        if (target.store() != &store) {
             VXSetError(error,
                        VXObjectStoreError(
                            VXObjectStoreErrorCode::ReferentialIntegrity, u"An object cannot be saved."_s,
                            u"\"%1\" leads to an object of another store, or of none."_s.arg(cell.property->name())));
             return false;
         }
-        if (target.isNull())
-            statement.bindNull((*parameter)++);
-        else
-            statement.bindNumber((*parameter)++, target.number());
-        if (cell.entityColumn >= 0 && target.isNull())
-            statement.bindNull((*parameter)++);
-        else if (cell.entityColumn >= 0)
+        statement.bindNumber(at, target.number());
+        if (cell.entityColumn >= 0)
             statement.bindNumber((*parameter)++, _schema.entityNumber(target.entity()));
-    } else if (cell.type == VXAttributeType::PropertyList && value.isValid()) {
-        const QByteArray list = VXPropertyList::toData(value, VXPropertyList::Format::Binary, error);
-        if (list.isNull())
-            return false;
-        statement.bindDataCopy((*parameter)++, list);
-    } else {
-        statement.bindValue((*parameter)++, value);
+        break;
+    }
+    case Kind::Other: // whose copies share what is bound
+        statement.bindValue(at, row.value(cell.index));
+        break;
     }
     return true;
 }

@@ -58,9 +58,9 @@ private:
 
     Cell place(const VXPropertyDescription &property, int *column);
     static QStringList columnsOf(const Cell &cell);
-    bool readCell(const VXSQLiteStatement &statement, const Cell &cell, const VXStoreIdentity &store, QVariant *value,
-                  QString *problem) const;
-    bool bindCell(VXSQLiteStatement &statement, const Cell &cell, const QVariant &value, const VXStoreIdentity &store,
+    bool readCell(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
+                  const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const;
+    bool bindCell(VXSQLiteStatement &statement, const Cell &cell, const VXStoreRow &row, const VXStoreIdentity &store,
                   int *parameter, VXError *error) const;
 
     const VXEntityDescription &_entity;

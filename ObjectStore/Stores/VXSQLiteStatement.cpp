@@ -14,7 +14,7 @@ namespace {
 constexpr char notANumber[] = "NaN";
 
 // SQLite takes a first U+FEFF or U+FFFE for a mark of the byte order and drops it; one put before it takes its place.
-bool looksMarked(const QString &text)
+bool looksMarked(QStringView text)
 {
     return !text.isEmpty() && (text.front() == QChar(0xFEFF) || text.front() == QChar(0xFFFE));
 }
@@ -53,26 +53,26 @@ void VXSQLiteStatement::bindReal(int parameter, double number)
         note(sqlite3_bind_double(raw(), parameter, number));
 }
 
-void VXSQLiteStatement::bindText(int parameter, const QString &text)
+void VXSQLiteStatement::bindText(int parameter, QStringView text)
 {
     if (text.isNull()) {
         bindNull(parameter);
     } else if (looksMarked(text)) {
-        const QString marked = QChar(QChar::ByteOrderMark) + text;
+        const QString marked = QChar(QChar::ByteOrderMark) + text.toString();
         note(sqlite3_bind_text64(raw(), parameter, reinterpret_cast<const char *>(marked.utf16()),
                                  sqlite3_uint64(marked.size()) * sizeof(QChar), SQLITE_TRANSIENT, SQLITE_UTF16));
     } else {
-        note(sqlite3_bind_text64(raw(), parameter, reinterpret_cast<const char *>(text.constData()),
+        note(sqlite3_bind_text64(raw(), parameter, reinterpret_cast<const char *>(text.utf16()),
                                  sqlite3_uint64(text.size()) * sizeof(QChar), SQLITE_STATIC, SQLITE_UTF16));
     }
 }
 
-void VXSQLiteStatement::bindData(int parameter, const QByteArray &data)
+void VXSQLiteStatement::bindData(int parameter, QByteArrayView data)
 {
     if (data.isNull())
         bindNull(parameter);
     else
-        note(sqlite3_bind_blob64(raw(), parameter, data.constData(), sqlite3_uint64(data.size()), SQLITE_STATIC));
+        note(sqlite3_bind_blob64(raw(), parameter, data.data(), sqlite3_uint64(data.size()), SQLITE_STATIC));
 }
 
 void VXSQLiteStatement::bindDataCopy(int parameter, const QByteArray &data)
@@ -142,35 +142,17 @@ void VXSQLiteStatement::reset()
     sqlite3_reset(raw());
 }
 
-bool VXSQLiteStatement::isNull(int column) const
+double VXSQLiteValue::real() const
 {
-    return sqlite3_column_type(raw(), column) == SQLITE_NULL;
-}
-
-qint64 VXSQLiteStatement::number(int column) const
-{
-    return sqlite3_column_int64(raw(), column);
-}
-
-double VXSQLiteStatement::real(int column) const
-{
-    if (sqlite3_column_type(raw(), column) == SQLITE_BLOB)
+    if (sqlite3_value_type(_value) == SQLITE_BLOB)
         return std::numeric_limits<double>::quiet_NaN();
-    return sqlite3_column_double(raw(), column);
+    return sqlite3_value_double(_value);
 }
 
-QString VXSQLiteStatement::text(int column) const
+QByteArrayView VXSQLiteValue::data() const
 {
-    const void *const units = sqlite3_column_text16(raw(), column);
-    if (units == nullptr)
-        return {};
-    return QString(static_cast<const QChar *>(units), sqlite3_column_bytes16(raw(), column) / qsizetype(sizeof(QChar)));
-}
-
-QByteArray VXSQLiteStatement::data(int column) const
-{
-    const void *const bytes = sqlite3_column_blob(raw(), column);
+    const void *const bytes = sqlite3_value_blob(_value);
     if (bytes == nullptr) // also for data of no bytes
-        return isNull(column) ? QByteArray() : QByteArray("");
-    return {static_cast<const char *>(bytes), sqlite3_column_bytes(raw(), column)};
+        return isNull() ? QByteArrayView() : QByteArrayView("", 0);
+    return {static_cast<const char *>(bytes), sqlite3_value_bytes(_value)};
 }

@@ -1,20 +1,46 @@
 #pragma once
 
+#include "VXObjectStoreExport.h"
+
 #include <QtCore/QByteArray>
+#include <QtCore/QByteArrayView>
 #include <QtCore/QString>
+#include <QtCore/QStringView>
 #include <QtCore/QVariant>
 
 #include <atomic>
 #include <memory>
 #include <utility>
 
-struct sqlite3_stmt;
+#include <sqlite3.h>
+
+/** A column of a statement's present row; views hold until the statement steps on. */
+class VXSQLiteValue
+{
+public:
+    explicit VXSQLiteValue(sqlite3_value *value) : _value(value) {}
+
+    bool isNull() const { return sqlite3_value_type(_value) == SQLITE_NULL; }
+    qint64 number() const { return sqlite3_value_int64(_value); }
+    double real() const;
+    QStringView text() const
+    {
+        const void *const units = sqlite3_value_text16(_value);
+        return units == nullptr ? QStringView()
+                                : QStringView(static_cast<const QChar *>(units),
+                                              sqlite3_value_bytes16(_value) / qsizetype(sizeof(QChar)));
+    }
+    QByteArrayView data() const;
+
+private:
+    sqlite3_value *const _value;
+};
 
 /**
  * A prepared statement, borrowed from its connection until the end of a scope, which resets it; the connection lives longer.
  * Parameters count from 1, columns from 0. What is bound is not copied: it must stay as it is until the statement is reset.
  */
-class VXSQLiteStatement
+class VX_STORE_EXPORT VXSQLiteStatement
 {
 public:
     enum class Step { Row, Done, Failed };
@@ -42,9 +68,9 @@ public:
     /** Not a number, which SQL takes for NULL, is kept as data of the bytes "NaN". */
     void bindReal(int parameter, double number);
     /** A null text is bound as NULL. */
-    void bindText(int parameter, const QString &text);
+    void bindText(int parameter, QStringView text);
     /** Null data is bound as NULL. */
-    void bindData(int parameter, const QByteArray &data);
+    void bindData(int parameter, QByteArrayView data);
     /** As bindData, with a copy of its own. */
     void bindDataCopy(int parameter, const QByteArray &data);
     /** A number, text, date or data by its type; NULL for anything else. */
@@ -56,11 +82,11 @@ public:
     bool run();
     void reset();
 
-    bool isNull(int column) const;
-    qint64 number(int column) const;
-    double real(int column) const;
-    QString text(int column) const;
-    QByteArray data(int column) const;
+    /** Of the present row. One look-up for all that is asked of it; no other thread uses the connection meanwhile. */
+    VXSQLiteValue value(int column) const { return VXSQLiteValue(sqlite3_column_value(raw(), column)); }
+    qint64 number(int column) const { return value(column).number(); }
+    QString text(int column) const { return value(column).text().toString(); }
+    QByteArray data(int column) const { return value(column).data().toByteArray(); }
 
 private:
     void note(int status);

@@ -8,14 +8,13 @@
 using namespace Qt::StringLiterals;
 
 using Step = VXSQLiteStatement::Step;
+using Wanted = VXSQLiteQueryCache::Wanted;
 
-/** What is common to the fetch and the count of a request. */
 struct VXSQLiteStore::Query
 {
-    QString source;      // FROM and WHERE
-    QString order;       // ORDER BY; null: none
+    QString sql;
     QVariantList values; // of the parameters, which must outlive the statement's use
-    bool isExact = true; // whether predicate and order are all in it
+    bool isExact = true; // whether predicate, order, limit and offset are all in it
 
     void bind(VXSQLiteStatement &statement) const
     {
@@ -33,10 +32,10 @@ public:
     {
     }
 
-    bool start(VXSQLiteConnectionPool::Lease connection, const QString &sql, VXError *error)
+    bool start(VXSQLiteConnectionPool::Lease connection, VXError *error)
     {
         _connection = std::move(connection);
-        _statement = _connection ? _connection->statement(sql, error) : VXSQLiteStatement();
+        _statement = _connection ? _connection->statement(_query.sql, error) : VXSQLiteStatement();
         if (_statement)
             _query.bind(_statement);
         return bool(_statement);
@@ -65,9 +64,9 @@ private:
             problem = u"An object is of an unknown entity, or has no number."_s;
         } else if (_needsRows) {
             const int propertyCount = int(fetched.objectID.entity().properties().size());
-            const auto row = _rows.next(propertyCount, VXSQLiteRowLayout::readVersion(_statement));
-            _layout.readRow(_statement, fetched.objectID, *row, &problem);
-            fetched.row = row;
+            VXStoreRow &row = _rows.next(propertyCount, VXSQLiteRowLayout::readVersion(_statement));
+            if (_layout.readRow(_statement, fetched.objectID, row, &problem))
+                fetched.row = _rows.finish();
         }
         if (problem.isNull())
             return true;
@@ -85,6 +84,13 @@ private:
 };
 
 namespace {
+
+QString columns(const VXSQLiteRowLayout &layout, Wanted wanted)
+{
+    return wanted == Wanted::Rows  ? layout.rowColumns()
+           : wanted == Wanted::IDs ? layout.identityColumns()
+                                   : u"COUNT(*)"_s;
+}
 
 // The condition that rows are of the entities asked for; null when all of the table are.
 QString entityCondition(const VXFetchRequest &request, const VXSQLiteSchema &schema, bool usesIndex)
@@ -108,7 +114,25 @@ QString entityCondition(const VXFetchRequest &request, const VXSQLiteSchema &sch
 
 } // namespace
 
-VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request) const
+VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted)
+{
+    std::optional<QVariantList> values;
+    if (request.afterNumber == 0) // which the SQL has in it
+        values = VXSQLiteQueryCache::valuesOf(request.predicate, identity());
+    Query made;
+    if (values)
+        made = {_queries.find(request, wanted), *values};
+    if (made.sql.isNull()) {
+        made = compiled(request, wanted);
+        if (values && made.isExact && made.values.size() == values->size())
+            _queries.keep(request, wanted, made.sql);
+    }
+    if (made.isExact && wanted != Wanted::Count && request.isCut())
+        made.values.append({request.limit > 0 ? qlonglong(request.limit) : -1LL, qlonglong(request.offset)});
+    return made;
+}
+
+VXSQLiteStore::Query VXSQLiteStore::compiled(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted) const
 {
     VXSQLPredicate predicate(request.entity(), identity());
     Query made;
@@ -120,42 +144,42 @@ VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request) const
     }
     QStringList conditions{entityCondition(request, _schema, predicate.isSelective()), predicate.conditions()};
     conditions.removeAll(QString());
-    made.source = u" FROM %1 t0"_s.arg(VXSQLiteSchema::table(request.entity()));
+    if (request.afterNumber > 0)
+        conditions.append(u"t0.Z_PK > %1"_s.arg(request.afterNumber));
+    made.sql = u"SELECT %1 FROM %2 t0"_s.arg(columns(layout(request.entity()), wanted),
+                                             VXSQLiteSchema::table(request.entity()));
     if (!conditions.isEmpty())
-        made.source += " WHERE "_L1 + conditions.join(" AND "_L1);
-    if (made.isExact && !terms.isEmpty()) // the number last, so that pages of a result never overlap
-        made.order = u" ORDER BY %1, t0.Z_PK"_s.arg(terms.join(", "_L1));
+        made.sql += " WHERE "_L1 + conditions.join(" AND "_L1);
     made.values = predicate.values();
+    if (!made.isExact || wanted == Wanted::Count)
+        return made;
+    if (!terms.isEmpty() || request.isCut()) { // the number last, so that pages of a result never overlap
+        terms.append(u"t0.Z_PK"_s);
+        made.sql += " ORDER BY "_L1 + terms.join(", "_L1);
+    }
+    if (request.isCut()) {
+        const qsizetype next = made.values.size() + 1;
+        made.sql += u" LIMIT ?%1 OFFSET ?%2"_s.arg(next).arg(next + 1);
+    }
     return made;
 }
 
 std::unique_ptr<VXRowCursor> VXSQLiteStore::fetch(const VXFetchRequest &request, bool needsRows, VXError *error)
 {
-    const VXSQLiteRowLayout &rowLayout = layout(request.entity());
-    Query wanted = query(request);
-    QString sql = "SELECT "_L1 + (needsRows ? rowLayout.rowColumns() : rowLayout.identityColumns()) + wanted.source +
-                  wanted.order;
-    if (wanted.isExact && (request.limit > 0 || request.offset > 0)) {
-        if (wanted.order.isNull())
-            sql += " ORDER BY t0.Z_PK"_L1;
-        const qsizetype next = wanted.values.size() + 1;
-        sql += u" LIMIT ?%1 OFFSET ?%2"_s.arg(next).arg(next + 1);
-        wanted.values.append({request.limit > 0 ? qlonglong(request.limit) : -1LL, qlonglong(request.offset)});
-    }
-    auto cursor = std::make_unique<Cursor>(*this, rowLayout, std::move(wanted), needsRows);
-    return cursor->start(_readers.borrow(error), sql, error) ? std::move(cursor) : nullptr;
+    auto cursor = std::make_unique<Cursor>(*this, layout(request.entity()),
+                                           query(request, needsRows ? Wanted::Rows : Wanted::IDs), needsRows);
+    return cursor->start(_readers.borrow(error), error) ? std::move(cursor) : nullptr;
 }
 
 std::optional<qint64> VXSQLiteStore::count(const VXFetchRequest &request, VXError *error)
 {
     VXFetchRequest unordered = request;
     unordered.sortDescriptors.clear();
-    const Query wanted = query(unordered);
+    const Query wanted = query(unordered, Wanted::Count);
     if (!wanted.isExact)
         return std::nullopt;
     const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
-    VXSQLiteStatement statement =
-        connection ? connection->statement("SELECT COUNT(*)"_L1 + wanted.source, error) : VXSQLiteStatement();
+    VXSQLiteStatement statement = connection ? connection->statement(wanted.sql, error) : VXSQLiteStatement();
     if (!statement)
         return std::nullopt;
     wanted.bind(statement);
@@ -220,10 +244,10 @@ VXStoreRow::Ptr VXSQLiteStore::readRow(VXSQLiteConnection &connection, const VXM
     if (found.isNull()) // the number may also be that of an object of another entity
         return nullptr;
     QString problem;
-    auto row = std::make_shared<VXStoreRow>(int(found.entity().properties().size()),
-                                            VXSQLiteRowLayout::readVersion(statement));
-    if (rowLayout.readRow(statement, found, *row, &problem))
-        return row;
+    VXStoreRowBatch rows;
+    VXStoreRow &row = rows.next(int(found.entity().properties().size()), VXSQLiteRowLayout::readVersion(statement));
+    if (rowLayout.readRow(statement, found, row, &problem))
+        return rows.finish();
     VXSetError(error, damage(problem));
     return nullptr;
 }

@@ -7,10 +7,9 @@ using namespace Qt::StringLiterals;
 using Step = VXSQLiteStatement::Step;
 
 // Few statements for a save, however large it is, and none for one without relationships.
-bool VXSQLiteStore::findReferenceConflicts(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
-                                           VXError *error) const
+bool VXSQLiteStore::findReferenceConflicts(const VXSaveRequest &request, const VXSaveReferences &concerned,
+                                           QList<VXRowConflict> *conflicts, VXError *error) const
 {
-    const VXSaveReferences concerned(request);
     QHash<const VXEntityDescription *, QList<VXManagedObjectID>> targets; // by root entity
     for (const VXManagedObjectID &target : concerned.targets())
         targets[&target.entity().rootEntity()].append(target);
@@ -37,9 +36,9 @@ bool VXSQLiteStore::findReferenceConflicts(const VXSaveRequest &request, QList<V
     return true;
 }
 
-bool VXSQLiteStore::findDenied(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const
+bool VXSQLiteStore::findDenied(const VXSaveRequest &request, const VXSaveReferences &concerned,
+                               QList<VXRowConflict> *conflicts, VXError *error) const
 {
-    const VXSaveReferences concerned(request);
     if (concerned.denying().isEmpty())
         return true;
     QHash<VXManagedObjectID, VXStoreRow::Ptr> deleted;

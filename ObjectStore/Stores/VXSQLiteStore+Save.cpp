@@ -1,5 +1,7 @@
 #include "VXSQLiteStore.h"
 
+#include "VXSaveReferences.h"
+
 #include <map>
 
 using namespace Qt::StringLiterals;
@@ -69,13 +71,15 @@ public:
             if (!link(change))
                 return false;
         }
-        if (!_store.findDenied(request, _conflicts, _error))
+        const VXSaveReferences concerned(request);
+        if (!_store.findDenied(request, concerned, _conflicts, _error))
             return false;
         for (const VXRowChange &change : request.changes) { // last, and with all links
             if (!change.row && !remove(change))
                 return false;
         }
-        if (_conflicts->size() > conflictCount || !_store.findReferenceConflicts(request, _conflicts, _error) ||
+        if (_conflicts->size() > conflictCount ||
+            !_store.findReferenceConflicts(request, concerned, _conflicts, _error) ||
             _conflicts->size() > conflictCount)
             return false;
         return !request.metadata || VXSQLiteFile::writeMetadata(_connection, *request.metadata, _error);

@@ -3,6 +3,7 @@
 #include "VXPersistentStore.h"
 #include "VXSQLiteConnectionPool.h"
 #include "VXSQLiteFile.h"
+#include "VXSQLiteQueryCache.h"
 #include "VXSQLiteRowLayout.h"
 #include "VXSQLiteSchema.h"
 
@@ -10,6 +11,8 @@
 #include <memory>
 #include <mutex>
 #include <vector>
+
+class VXSaveReferences;
 
 /**
  * A store in an SQLite file (docs/FORMATS.md) with a write-ahead log: readers of any thread and process run beside the one
@@ -44,6 +47,7 @@ public:
     qint64 executedStatementCount() const { return _executions.load(std::memory_order_relaxed); }
 
 private:
+    friend class VXStoreRowCopy; // which works on two files at once
     class Cursor;
     class Transaction;
     class Saver;
@@ -62,7 +66,8 @@ private:
     {
         return *_layouts[size_t(entity.number())];
     }
-    Query query(const VXFetchRequest &request) const;
+    Query query(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted);
+    Query compiled(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted) const;
     bool readRows(const VXEntityDescription &root, const QVariantList &objectIDs,
                   const std::function<void(VXFetchedRow)> &sink, VXError *error);
     VXStoreRow::Ptr readRow(VXSQLiteConnection &connection, const VXManagedObjectID &objectID, VXError *error) const;
@@ -73,13 +78,15 @@ private:
     static QString numberList(const QList<VXManagedObjectID> &objectIDs);
 
     // -- Saving (VXSQLiteStore+References.cpp), looked at once all is written: what leads to objects that are not there
-    bool findReferenceConflicts(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const;
+    bool findReferenceConflicts(const VXSaveRequest &request, const VXSaveReferences &concerned,
+                                QList<VXRowConflict> *conflicts, VXError *error) const;
     bool findMissing(const VXEntityDescription &root, const QList<VXManagedObjectID> &targets,
                      QList<VXRowConflict> *conflicts, VXError *error) const;
     bool findReferences(const VXRelationshipDescription &relationship, const QList<VXManagedObjectID> &deleted,
                         QHash<qint64, QList<VXRowReference>> *references, VXError *error) const;
     /** To be called before the deleted objects are removed, and their pairs with them. */
-    bool findDenied(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const;
+    bool findDenied(const VXSaveRequest &request, const VXSaveReferences &concerned, QList<VXRowConflict> *conflicts,
+                    VXError *error) const;
     bool findOneSided(const VXSaveRequest &request, const VXRelationshipDescription &relationship,
                       const QList<VXManagedObjectID> &changed, QList<VXRowConflict> *conflicts, VXError *error) const;
     bool isWritable(VXError *error) const;
@@ -101,6 +108,7 @@ private:
     VXSQLiteSchema _schema; // this and the layouts do not change once the store is open
     std::vector<std::unique_ptr<VXSQLiteRowLayout>> _layouts; // by the entity's place in the model
     std::atomic<qint64> _executions = 0;
+    VXSQLiteQueryCache _queries;
     VXMutex _writing;                            // guards the writer: who holds it may save
     std::unique_ptr<VXSQLiteConnection> _writer; // null in a store that is read only or closed
     VXSQLiteConnectionPool _readers;

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "VXManagedObjectID.h"
+#include "VXObjectStoreExport.h"
 
+#include <QtCore/QByteArrayView>
+#include <QtCore/QStringView>
 #include <QtCore/QVariant>
 
-#include <algorithm>
 #include <memory>
+#include <optional>
 
 /** The numbers of objects and the versions of rows go no further: with larger ones a store is damaged. */
 constexpr qint64 VXLargestStoreNumber = qint64(1) << 62;
@@ -13,49 +16,125 @@ constexpr qint64 VXLargestStoreNumber = qint64(1) << 62;
 /**
  * What a store holds of one object, as it was read: the values by property index and the version of the row. Never changed
  * once shared, so that contexts on any thread may keep it. Values: of an attribute as VXAttributeType says; of a to-one
- * relationship a VXManagedObjectID; invalid for none, for to-many relationships and for transient properties.
+ * relationship a VXManagedObjectID; none for to-many relationships and, in stores, for transient properties.
+ *
+ * One piece of memory has a cell for each property and, behind the cells, texts and data as SQLite gives them. Values are made
+ * when they are asked for; what is given as a view or pointer holds until the row is changed or gone.
  */
-class VXStoreRow
+class VX_STORE_EXPORT VXStoreRow
 {
 public:
     using Ptr = std::shared_ptr<const VXStoreRow>;
 
-    VXStoreRow(int propertyCount, qint64 version)
-        : _version(version), _count(propertyCount), _owned(new QVariant[size_t(propertyCount)]), _values(_owned.get())
-    {
-    }
-    /** With values that somebody else owns, and keeps as long as the row. */
-    VXStoreRow(QVariant *values, int propertyCount, qint64 version)
-        : _version(version), _count(propertyCount), _values(values)
-    {
-    }
+    enum class Kind : quint8 {
+        None,
+        Integer,     // int
+        LongInteger, // qlonglong
+        Real,
+        Boolean,
+        Date,   // milliseconds since 1970, UTC
+        Text,   // behind the cells
+        Data,   // likewise
+        Target, // likewise, the ID of an object
+        Other,  // a QVariant of its own: property lists, and what is too large to be copied with the row
+    };
+
+    VXStoreRow(int propertyCount, qint64 version);
+    VXStoreRow(const VXStoreRow &other, qint64 version);
+    ~VXStoreRow();
+    VXStoreRow(const VXStoreRow &) = delete;
+    VXStoreRow &operator=(const VXStoreRow &) = delete;
 
     /** All values, with another version. */
-    std::shared_ptr<VXStoreRow> copy(qint64 version) const
-    {
-        auto copied = std::make_shared<VXStoreRow>(_count, version);
-        std::copy_n(_values, _count, copied->_values);
-        return copied;
-    }
+    std::shared_ptr<VXStoreRow> copy(qint64 version) const { return std::make_shared<VXStoreRow>(*this, version); }
 
     /** Grows by one with each save that changes the object; 1 when it is new. */
     qint64 version() const { return _version; }
     int propertyCount() const { return _count; }
-    const QVariant &value(int index) const { return _values[index]; }
-    /** While it is being made. */
-    QVariant &value(int index) { return _values[index]; }
+
+    Kind kind(int index) const { return cell(index).kind; }
+    bool hasValue(int index) const { return kind(index) != Kind::None; }
+    QVariant value(int index) const;
     /** The object that a to-one relationship leads to; nullptr for none. */
     const VXManagedObjectID *target(int index) const
     {
-        const QVariant &value = _values[index];
-        return value.metaType() == QMetaType::fromType<VXManagedObjectID>()
-                   ? static_cast<const VXManagedObjectID *>(value.constData())
-                   : nullptr;
+        return kind(index) == Kind::Target ? static_cast<const VXManagedObjectID *>(bytes(index)) : nullptr;
     }
+    // Null and empty for none, and for values of another type:
+    QStringView text(int index) const;
+    QByteArrayView data(int index) const;
+    /** A whole number, a boolean as 0 or 1, a date in milliseconds since 1970. */
+    std::optional<qint64> number(int index) const;
+    std::optional<double> real(int index) const;
+
+    bool isSame(int index, const VXStoreRow &other) const;
+    bool isSame(int index, const QVariant &value) const;
+
+    // -- While it is being made
+    void setValue(int index, const QVariant &value);
+    void setText(int index, QStringView text);
+    void setData(int index, QByteArrayView data);
+    void setTarget(int index, const VXManagedObjectID &target);
+    /** Of a kind that holds whole numbers. */
+    void setNumber(int index, Kind kind, qint64 number) { replace(index, kind).number = number; }
+    void setReal(int index, double real) { replace(index, Kind::Real).real = real; }
+    void clear(int index) { replace(index, Kind::None); }
+    /** Makes it a row without values. */
+    void start(int propertyCount, qint64 version);
+    /** Gives back memory where most of it holds nothing. */
+    void shrink();
+    /** Of texts and data, and of the cells. */
+    qsizetype allocatedBytes() const { return _capacity; }
 
 private:
-    const qint64 _version;
-    const int _count;
-    const std::unique_ptr<QVariant[]> _owned;
-    QVariant *const _values;
+    friend class VXStoreRowBatch;
+
+    struct Place
+    {
+        quint32 offset; // in the block
+        quint32 room;   // from there on, which what is shorter leaves in part
+    };
+    struct Cell
+    {
+        union {
+            qint64 number = 0;
+            double real;
+            Place place;
+            QVariant *other;
+        };
+        quint32 size = 0; // of a text or data, in bytes
+        Kind kind = Kind::None;
+    };
+
+    /** Of a block that somebody else owns, and keeps as long as the row. */
+    VXStoreRow(const VXStoreRow &other, void *block);
+
+    Cell &cell(int index) { return static_cast<Cell *>(_block)[index]; }
+    const Cell &cell(int index) const { return static_cast<const Cell *>(_block)[index]; }
+    const void *bytes(int index) const { return static_cast<const std::byte *>(_block) + cell(index).place.offset; }
+    Cell &replace(int index, Kind kind)
+    {
+        Cell &at = cell(index);
+        if (Q_UNLIKELY(at.kind == Kind::Other))
+            delete at.other;
+        at.kind = kind;
+        return at;
+    }
+    void setOther(int index, const QVariant &value);
+    void setBytes(int index, Kind kind, const void *bytes, size_t size);
+    bool isPacked(int index) const { return kind(index) >= Kind::Text && kind(index) <= Kind::Target; }
+    /** What the values need, but for those of one property; -1: of none. */
+    size_t liveBytes(int exceptFor) const;
+    void makeRoom(int index, size_t size);
+    void repack(int exceptFor, size_t capacity);
+    void copyOthers();
+    void removeOthers();
+
+    qint64 _version;
+    void *_block;      // cells, then texts and data
+    quint32 _used;     // of the block, in bytes
+    quint32 _capacity; // likewise
+    int _count;        // of the properties
+    bool _isOwner;     // of the block; else it is as it is
+    bool _hasOthers = false;
 };

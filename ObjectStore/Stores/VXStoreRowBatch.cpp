@@ -1,33 +1,24 @@
 #include "VXStoreRowBatch.h"
 
 #include <algorithm>
-#include <optional>
-#include <vector>
 
 namespace {
 
-constexpr size_t mostRows = 16; // in one block: one row that is kept holds on to all of them
+constexpr size_t largestPage = 8 << 10; // in bytes, of several rows: one row that is kept holds on to all of them
 
 } // namespace
 
-struct VXStoreRowBatch::Block
+VXStoreRow::Ptr VXStoreRowBatch::finish()
 {
-    Block(size_t rowCount, int count)
-        : propertyCount(count), values(new QVariant[rowCount * size_t(count)]), rows(rowCount)
-    {
+    if (_row._hasOthers)
+        return _row.copy(_row.version());
+    const size_t size = sizeof(VXStoreRow) + _row._used;
+    if (_capacity - _used < size) {
+        _capacity = std::max(size, std::min(_capacity * 2, largestPage));
+        _page = std::make_shared_for_overwrite<std::uint64_t[]>(_capacity / sizeof(std::uint64_t));
+        _used = 0;
     }
-
-    const int propertyCount;
-    const std::unique_ptr<QVariant[]> values;
-    std::vector<std::optional<VXStoreRow>> rows;
-    size_t usedRows = 0;
-};
-
-std::shared_ptr<VXStoreRow> VXStoreRowBatch::next(int propertyCount, qint64 version)
-{
-    if (!_block || _block->usedRows == _block->rows.size() || _block->propertyCount != propertyCount)
-        _block = std::make_shared<Block>(_block ? std::min(_block->rows.size() * 2, mostRows) : 1, propertyCount);
-    const size_t place = _block->usedRows++;
-    QVariant *const values = _block->values.get() + place * size_t(propertyCount);
-    return {_block, &_block->rows[place].emplace(values, propertyCount, version)};
+    auto *const place = reinterpret_cast<std::byte *>(_page.get()) + _used;
+    _used += size;
+    return {_page, new (place) VXStoreRow(_row, place + sizeof(VXStoreRow))};
 }

@@ -150,7 +150,7 @@ void VXXMLStoreReader::readAttribute(const VXEntityDescription &entity, VXStoreR
     const VXAttributeDescription *const attribute = entity.attributeForName(name);
     if (attribute == nullptr || attribute->isTransient())
         return fail(u"Entity \"%1\" stores no attribute \"%2\"."_s.arg(entity.name(), name));
-    if (row.value(attribute->index()).isValid())
+    if (row.hasValue(attribute->index()))
         return fail(u"Attribute \"%1\" is there twice."_s.arg(name));
     const QString text = _xml.readElementText();
     if (_xml.hasError())
@@ -158,7 +158,7 @@ void VXXMLStoreReader::readAttribute(const VXEntityDescription &entity, VXStoreR
     const std::optional<QVariant> value = VXXMLValue(attribute->type(), text);
     if (!value)
         return fail(u"The value of attribute \"%1\" is no %2."_s.arg(name, VXAttributeTypeName(attribute->type())));
-    row.value(attribute->index()) = *value;
+    row.setValue(attribute->index(), *value);
 }
 
 void VXXMLStoreReader::readRelationship(const VXManagedObjectID &objectID, VXStoreRow &row)
@@ -178,9 +178,9 @@ void VXXMLStoreReader::readRelationship(const VXManagedObjectID &objectID, VXSto
             _links.append({objectID, relationship, target});
         return;
     }
-    if (targets.size() != 1 || row.value(relationship->index()).isValid())
+    if (targets.size() != 1 || row.hasValue(relationship->index()))
         return fail(u"Relationship \"%1\" leads to one object."_s.arg(name));
-    row.value(relationship->index()) = QVariant::fromValue(targets.front());
+    row.setTarget(relationship->index(), targets.front());
 }
 
 // "ENTITY/NUMBER", separated by spaces.

@@ -96,7 +96,7 @@ void VXXMLStoreWriter::writeObject(const VXFetchedRow &object, const VXRowTables
     _xml.writeAttribute(u"id"_s, QString::number(object.objectID.number()));
     _xml.writeAttribute(u"version"_s, QString::number(object.row->version()));
     for (const VXAttributeDescription *const attribute : entity.attributes()) {
-        const QVariant &value = object.row->value(attribute->index());
+        const QVariant value = object.row->value(attribute->index());
         if (attribute->isTransient() || VXIsNone(value))
             continue;
         _xml.writeStartElement(u"attribute"_s);

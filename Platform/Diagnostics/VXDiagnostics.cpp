@@ -1,5 +1,7 @@
 #include "VXDiagnostics.h"
 
+#include "VXMutex.h"
+
 #include <QtCore/QByteArray>
 
 #include <array>
@@ -13,10 +15,31 @@ namespace {
 
 std::atomic<VXDiagnosticHandler> diagnosticHandler{nullptr};
 
+std::atomic<bool> omitsRepetitions = false;
+
+// Whether it is the last text once more.
+bool isRepeated(const QString &text)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::minutes longest{1};
+    static VXMutex lock;
+    static auto *const last = new QString; // never freed: threads may tell of something to the very end
+    static Clock::time_point date;
+    const VXMutexLocker locker(lock);
+    const auto now = Clock::now();
+    if (text == *last && now - date < longest)
+        return true;
+    *last = text;
+    date = now;
+    return false;
+}
+
 } // namespace
 
 void VXConsoleLog(const QString &text)
 {
+    if (omitsRepetitions && isRepeated(text))
+        return;
     const auto now = std::chrono::system_clock::now();
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
     const auto milliseconds = now.time_since_epoch() / std::chrono::milliseconds(1) % 1000;
@@ -29,6 +52,11 @@ void VXConsoleLog(const QString &text)
     const QByteArray bytes = line.toUtf8() + text.toUtf8() + '\n';
     // One write keeps lines of several threads whole. Nobody is left to tell when the console is gone.
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, bytes.constData(), size_t(bytes.size()));
+}
+
+void VXSetConsoleOmitsRepetitions(bool flag)
+{
+    omitsRepetitions = flag;
 }
 
 VXDiagnosticHandler VXSetDiagnosticHandler(VXDiagnosticHandler handler)

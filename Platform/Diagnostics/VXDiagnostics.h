@@ -6,6 +6,9 @@
 
 /** Writes one line to the console (standard error): date, program name, process number, text. Any thread. */
 VX_PLATFORM_EXPORT void VXConsoleLog(const QString &text);
+/** From then on the same text again, with none between, is left out for a minute: for programs that people look at. A full disk is
+ * told once, and not with each line that the log loses. */
+VX_PLATFORM_EXPORT void VXSetConsoleOmitsRepetitions(bool flag);
 
 /** Receives the platform layer's own problems. Level: 3 failure, 4 warning, 5 notice. Called on any thread. */
 using VXDiagnosticHandler = void (*)(unsigned level, const QString &text);

@@ -26,9 +26,10 @@ QString messageText(const QString &message, const QString &informativeText, cons
     return texts.join(u'\n') + u'\n';
 }
 
+// What becomes of a check box that nobody was asked about.
 QString checkBoxText(const QString &title, bool isChecked)
 {
-    return title.isNull() ? QString() : (isChecked ? "[x] "_L1 : "[ ] "_L1) + title + u'\n';
+    return title.isNull() ? QString() : (isChecked ? ", and: "_L1 : ", and not: "_L1) + title;
 }
 
 // The path a user typed, "~/" meaning home, relative ones below the panel's folder.
@@ -72,7 +73,9 @@ VXAlertResult VXTerminalUserInterface::showAlert(const VXAlert &alert)
     }
     if (!canAsk()) {
         const auto button = _policy == Policy::Default ? VXAlertButton::Default : alert.dismissButton();
-        print(text + checkBoxText(alert.checkBoxTitle, alert.isChecked) + "-> "_L1 + alert.title(button) + u'\n');
+        const bool isCancelled = button != VXAlertButton::Default;
+        print(text + "-> "_L1 + alert.title(button) +
+              (isCancelled ? QString() : checkBoxText(alert.checkBoxTitle, alert.isChecked)) + u'\n');
         return {button, alert.isChecked};
     }
     print(text);
@@ -149,7 +152,7 @@ VXPanelResult VXTerminalUserInterface::showSavePanel(const VXSavePanel &panel)
     print(messageText(panel.message.isNull() ? u"Save as"_s : panel.message, {}));
     if (!canAsk()) {
         const bool take = _policy == Policy::Default && !proposed.isNull() && !QFileInfo::exists(proposed);
-        print(checkBoxText(panel.checkBoxTitle, panel.isChecked) + "-> "_L1 + (take ? proposed : u"cancelled"_s) +
+        print("-> "_L1 + (take ? proposed + checkBoxText(panel.checkBoxTitle, panel.isChecked) : u"cancelled"_s) +
               u'\n');
         return {take ? proposed : QString(), panel.isChecked};
     }
@@ -182,7 +185,7 @@ bool VXTerminalUserInterface::canAsk()
     if (_policy != Policy::Ask)
         return false;
     if (_input < 0 && !_saidNoTerminal) {
-        print(u"There is no terminal to ask on; questions are cancelled.\n"_s);
+        print(u"There is no terminal to ask on; questions are cancelled where they can be.\n"_s);
         _saidNoTerminal = true;
     }
     return _input >= 0;

@@ -156,6 +156,18 @@ std::vector<VXNotificationCenter::Observation> VXNotificationCenter::observation
     return found;
 }
 
+std::shared_ptr<const VXNotificationCenter::ObserverList>
+VXNotificationCenter::observersOf(VXNotificationName name) const
+{
+    const VXMutexLocker lock(_lock);
+    return name._index < _lists.size() ? _lists[name._index] : nullptr;
+}
+
+bool VXNotificationCenter::hasObservers(VXNotificationName name) const
+{
+    return observersOf(name) != nullptr;
+}
+
 void VXNotificationCenter::postNotificationName(VXNotificationName name, const QVariant &object,
                                                 const QVariantMap &userInfo)
 {
@@ -164,13 +176,7 @@ void VXNotificationCenter::postNotificationName(VXNotificationName name, const Q
 
 void VXNotificationCenter::postNotification(const VXNotification &notification)
 {
-    std::shared_ptr<const ObserverList> list;
-    {
-        const VXMutexLocker lock(_lock);
-        if (notification.name._index >= _lists.size())
-            return;
-        list = _lists[notification.name._index];
-    }
+    const std::shared_ptr<const ObserverList> list = observersOf(notification.name);
     if (!list)
         return;
     for (const auto &observer : list->observers) {

@@ -80,6 +80,8 @@ public:
     /** Every observation now made. */
     std::vector<Observation> observations() const;
 
+    /** Whether somebody observes it: else what it would tell need not be gathered. */
+    bool hasObservers(VXNotificationName name) const;
     /** Calls the observers of that name, and returns when all have run. */
     void postNotificationName(VXNotificationName name, const QVariant &object = {}, const QVariantMap &userInfo = {});
     void postNotification(const VXNotification &notification);
@@ -89,6 +91,7 @@ private:
     struct ObserverList;
 
     static QString describe(const Observer &observer);
+    std::shared_ptr<const ObserverList> observersOf(VXNotificationName name) const;
     void removeObserversIf(const std::function<bool(const Observer &)> &matches);
 
     mutable VXMutex _lock;

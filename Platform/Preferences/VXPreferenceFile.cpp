@@ -12,6 +12,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+VXMutex filesLock;
+QStringList filesAside VX_GUARDED_BY(filesLock);
+
 // Moves a damaged file out of the way without replacing anything; null when it cannot be moved.
 QString setAside(const QString &path)
 {
@@ -19,7 +22,11 @@ QString setAside(const QString &path)
         const QString aside = path + ".damaged"_L1 + (number == 0 ? QString() : u'.' + QString::number(number));
         if (VXExistsAtPath(aside))
             continue;
-        return QFile::rename(path, aside) ? aside : QString();
+        if (!QFile::rename(path, aside))
+            return {};
+        const VXMutexLocker lock(filesLock);
+        filesAside.append(aside);
+        return aside;
     }
 }
 
@@ -36,6 +43,12 @@ VXPreferenceFile::VXPreferenceFile(const QString &path) : _path(path)
     VXError error;
     if (!reload(false, nullptr, &error))
         VXReportDiagnostic(3, u"Unable to read preferences: %1"_s.arg(error.description()));
+}
+
+QStringList VXPreferenceFile::filesSetAside()
+{
+    const VXMutexLocker lock(filesLock);
+    return filesAside;
 }
 
 QString VXPreferenceFile::lockPath() const
@@ -216,12 +229,30 @@ void VXPreferenceFile::adopt(QVariantMap stored, const VXFileStamp &stamp, QStri
     changedElsewhere->append(values.keys()); // what is left has no value any more
 }
 
+namespace {
+
+// Byte by byte: to a variant the numbers 1 and 1.0, and true, are equal.
+bool isSameFile(const QVariantMap &values, const QVariantMap &stored)
+{
+    const auto contents = [](const QVariantMap &map) {
+        return VXPropertyList::toData(map, VXPropertyList::Format::Binary, nullptr);
+    };
+    const QByteArray data = values == stored ? contents(values) : QByteArray();
+    return !data.isEmpty() && data == contents(stored);
+}
+
+} // namespace
+
 bool VXPreferenceFile::writeChanges(VXError *error)
 {
     quint64 lastSequence = 0;
     const Changes changes = pendingChanges(&lastSequence);
     QVariantMap values = _stored;
     applyChanges(changes, values);
+    if (isSameFile(values, _stored)) { // most programs set at their start what they set the last time
+        forgetChanges(lastSequence);
+        return true;
+    }
     VXFileStamp stamp;
     if (!VXPropertyList::toFile(values, _path, VXPropertyList::Format::XML, error, VXFileAccess::Private, &stamp))
         return false;

@@ -23,6 +23,8 @@ public:
     explicit VXPreferenceFile(const QString &path);
 
     QString path() const { return _path; }
+    /** Where damaged files of all domains went. */
+    static QStringList filesSetAside();
     QVariant value(const QString &key) const;
     QVariantMap values() const;
 

@@ -91,6 +91,11 @@ QString VXUserDefaults::preferencesFolder()
     return home.isNull() ? QString() : home + "/Vornix 2"_L1;
 }
 
+QStringList VXUserDefaults::filesSetAside()
+{
+    return VXPreferenceFile::filesSetAside();
+}
+
 VXUserDefaults::VXUserDefaults(const QString &domain, const QString &folder)
     : _domain(domain), _folder(folder), _own(std::make_shared<VXPreferenceFile>(pathForDomain(domain, folder)))
 {

@@ -33,6 +33,8 @@ public:
 
     /** Where the domains' files lie: "Vornix 2" in the user's configuration home; null without a home. */
     static QString preferencesFolder();
+    /** Where this process laid damaged files that it set aside. */
+    static QStringList filesSetAside();
 
     /** Defaults for one domain in one folder; reads its file now. */
     VXUserDefaults(const QString &domain, const QString &folder);

@@ -11,6 +11,7 @@
 #include <deque>
 #include <exception>
 #include <unistd.h>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -39,6 +40,15 @@ public:
         _queue.push_back(std::move(work));
         if (_queue.size() == 1)
             wake();
+        return true;
+    }
+
+    bool pushAtEnd(std::function<void()> work)
+    {
+        const VXMutexLocker lock(_lock);
+        if (_closed || !attach())
+            return false;
+        _lastCalls.push_back(std::move(work));
         return true;
     }
 
@@ -91,6 +101,18 @@ private:
     {
         while (const std::function<void()> work = popOrClose())
             work();
+        while (const std::function<void()> work = popLastCall())
+            work();
+    }
+
+    std::function<void()> popLastCall()
+    {
+        const VXMutexLocker lock(_lock);
+        if (_lastCalls.empty())
+            return {};
+        std::function<void()> work = std::move(_lastCalls.back());
+        _lastCalls.pop_back();
+        return work;
     }
 
     std::function<void()> popOrClose()
@@ -109,7 +131,8 @@ private:
 
     VXMutex _lock;
     std::deque<std::function<void()>> _queue VX_GUARDED_BY(_lock);
-    Receiver *_receiver VX_GUARDED_BY(_lock) = nullptr; // never freed
+    std::vector<std::function<void()>> _lastCalls VX_GUARDED_BY(_lock); // for when it is closed
+    Receiver *_receiver VX_GUARDED_BY(_lock) = nullptr;                 // never freed
     bool _closed VX_GUARDED_BY(_lock) = false;
 };
 
@@ -138,6 +161,13 @@ struct Rendezvous
     }
 };
 
+std::function<void()> guarded(std::function<void()> work)
+{
+    return [work = std::move(work)] {
+        VXGuard([&] { return VXDescribeCode(u"Work on the main thread"_s, work.target_type()); }, work);
+    };
+}
+
 } // namespace
 
 bool VXMainThread::isCurrent()
@@ -148,13 +178,15 @@ bool VXMainThread::isCurrent()
 
 bool VXMainThread::perform(std::function<void()> work)
 {
-    if (!isCurrent()) {
-        return MainThreadQueue::shared().push([work = std::move(work)] {
-            VXGuard([&] { return VXDescribeCode(u"Work on the main thread"_s, work.target_type()); }, work);
-        });
-    }
+    if (!isCurrent())
+        return MainThreadQueue::shared().push(guarded(std::move(work)));
     work();
     return true;
+}
+
+bool VXMainThread::performAtEnd(std::function<void()> work)
+{
+    return MainThreadQueue::shared().pushAtEnd(guarded(std::move(work)));
 }
 
 bool VXMainThread::performAndWait(const std::function<void()> &work)

@@ -29,6 +29,13 @@ public:
      */
     [[nodiscard]] static bool performAndWait(const std::function<void()> &work);
 
+    /**
+     * Runs `work` on the main thread when the application object goes, after all calls: none is accepted any more by then.
+     * What was given later runs first. @return false, and nothing will be run, when that time has come or there is no
+     * application object yet.
+     */
+    [[nodiscard]] static bool performAtEnd(std::function<void()> work);
+
     /** True once the application object is gone: no call is accepted any more. */
     [[nodiscard]] static bool hasEnded();
 

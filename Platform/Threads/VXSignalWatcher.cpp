@@ -63,9 +63,17 @@ VXSignalWatcher::~VXSignalWatcher()
     ::close(_pipe[1]);
 }
 
-void VXSignalWatcher::deliver()
+void VXSignalWatcher::deliverPending()
+{
+    while (deliver()) {
+    }
+}
+
+bool VXSignalWatcher::deliver()
 {
     unsigned char number = 0;
-    if (::read(_pipe[0], &number, 1) == 1)
-        _handler(number);
+    if (::read(_pipe[0], &number, 1) != 1)
+        return false;
+    _handler(number);
+    return true;
 }

@@ -22,6 +22,9 @@ public:
     VXSignalWatcher(const VXSignalWatcher &) = delete;
     VXSignalWatcher &operator=(const VXSignalWatcher &) = delete;
 
+    /** Calls with what has come meanwhile, for work that lets no event loop run. */
+    void deliverPending();
+
 private:
     struct Watched
     {
@@ -30,7 +33,7 @@ private:
         int previousPipe;
     };
 
-    void deliver();
+    bool deliver();
 
     int _pipe[2];
     Handler _handler;

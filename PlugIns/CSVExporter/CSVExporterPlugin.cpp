@@ -1,6 +1,7 @@
 #include "VXCSVFormat.h"
 #include "VXFileExporter.h"
 #include "VXObjectValues.h"
+#include "VXPhonebookRecord.h"
 #include "VXPluginOptions.h"
 #include "VXPrincipalClass.h"
 
@@ -33,6 +34,11 @@ QStringList keysOf(const QVariantList &objects)
         }
     }
     return keys;
+}
+
+bool asksForContact(const QString &column)
+{
+    return column == "who"_L1 || column.section(u'.', 0, 0) == "contact"_L1;
 }
 
 bool hasAnyOf(const QStringList &columns, const QVariantList &objects)
@@ -91,7 +97,7 @@ bool CSVExporterPlugin::writeObjects(const QVariantList &exported, const QVarian
     QStringList columns = VXListOption(options, u"columns"_s);
     if (*reason = problemOfColumns(columns, exported); !reason->isNull() || !readFormat(options, &format, reason))
         return false;
-    const QVariantList objects = VXRecordsOfObjects(exported);
+    QVariantList objects = VXRecordsOfObjects(exported);
     if (columns.isEmpty())
         columns = keysOf(objects);
     QByteArray line;
@@ -112,6 +118,8 @@ bool CSVExporterPlugin::writeObjects(const QVariantList &exported, const QVarian
         line.append(format.lineEnd);
     }
 
+    if (std::ranges::any_of(columns, asksForContact)) // which records that are not stored do not know
+        std::ranges::transform(objects, objects.begin(), VXObjectWithContact);
     VXColumnReader reader(columns);
     for (const QVariant &object : objects) {
         reader.read(object, [&](qsizetype column, const QVariant &value) {
@@ -135,7 +143,8 @@ QString CSVExporterPlugin::problemOfColumns(const QStringList &columns, const QV
         const QString key = column.section(u'.', 0, 0);
         const bool isUnknown = !objects.isEmpty() && std::ranges::all_of(objects, [&](const QVariant &object) {
             const VXManagedObject *const managed = VXManagedObjectIn(object);
-            return managed != nullptr && managed->entity().propertyForName(key) == nullptr;
+            return managed != nullptr && managed->entity().propertyForName(key) == nullptr &&
+                   !(dynamic_cast<const VXRecordObject *>(managed) != nullptr && VXRecordObject::isFurtherKey(key));
         });
         if (isUnknown)
             return localizedString(u"What is exported has no value \"%1\"."_s).arg(column);

@@ -1,29 +1,21 @@
 #include "VXCall.h"
 #include "VXCallRecorder.h"
 #include "VXCallSync.h"
-#include "VXDataPlugin.h"
 #include "VXEventManager.h"
-#include "VXManagedObjectClass.h"
 #include "VXPrincipalClass.h"
+#include "VXStorePlugin.h"
 
 using namespace Qt::StringLiterals;
 
 /** Keeps the history of calls, in the store "calls". */
-class CallsPlugin : public VXDataPlugin
+class CallsPlugin : public VXStorePlugin
 {
     Q_OBJECT
 
 public:
-    Q_INVOKABLE CallsPlugin() { VXManagedObjectClass::registerClass<VXCall>(VXCall::entityName); }
-
-    QString importDescriptionFromStore(VXCoreDataStore &store) override
+    Q_INVOKABLE CallsPlugin() : VXStorePlugin(VXCall::entityName, u"One call"_s, u"%1 calls"_s)
     {
-        const qsizetype count = countInStore(store, VXCall::entityName);
-        if (count == 0)
-            return {};
-        return bundle()
-            ->localizedStringForKey(count == 1 ? u"One call"_s : u"%1 calls"_s)
-            .replace("%1"_L1, QString::number(count));
+        registerClass<VXCall>(VXCall::entityName);
     }
 
     void pluginDidLoad() override
@@ -31,19 +23,16 @@ public:
         const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
         if (!coordinator)
             return;
-        VXDeviceWork::offer(this, u"sync_calls"_s, u"read_calls"_s, [coordinator](const VXDeviceAction::Ptr &action) {
-            return std::make_shared<VXCallSync>(action, VXCallStore(coordinator));
-        });
+        VXDeviceWork::offer(
+            this, u"sync_calls"_s, u"read_calls"_s,
+            [coordinator, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
+                return std::make_shared<VXCallSync>(action, VXCallStore(coordinator), lockPath);
+            });
         const auto recorder = std::make_shared<VXCallRecorder>(coordinator); // outlives a last call on another thread
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,
             [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });
-    }
-
-    void pluginWillUnload() override
-    {
-        VXNotificationCenter::defaultCenter().removeObserver(this);
-        VXManagedObjectClass::removeClass(VXCall::entityName);
+        launchSearch(VXCall::changedDateKey);
     }
 };
 

@@ -3,11 +3,12 @@
 #include <QtCore/QStringList>
 
 #include <algorithm>
-#include <optional>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
 const QString VXCall::entityName = u"VXCall"_s;
+const QString VXCall::changedDateKey = u"changedDate"_s;
 
 namespace {
 
@@ -55,4 +56,27 @@ void VXCall::take(const VXCallNews &news)
         duration = double(connected.msecsTo(call.eventDate)) / 1000;
     if (call.duration || duration > 0)
         setValueForKey(std::max(*duration, 0.0), u"duration"_s);
+}
+
+QVariant VXCall::valueForKey(const QString &key) const
+{
+    return key == changedDateKey ? QVariant(changedDate()) : VXRecordObject::valueForKey(key);
+}
+
+// By the clock that dates the call, which may be the phone's. Each state comes later than the one before, if only by a
+// millisecond.
+QDateTime VXCall::changedDate() const
+{
+    const QDateTime connected = date(u"connectedDate"_s);
+    const double duration = valueForKey(u"duration"_s).toDouble();
+    const QDateTime last = connected.isValid() ? connected : date(u"date"_s);
+    return last.addMSecs(std::llround(std::clamp(duration, 0.0, 1e9) * 1000) +
+                         std::max<qsizetype>(0, orderOf(valueForKey(u"state"_s).toString())));
+}
+
+std::optional<QVariantMap> VXCall::metaDataPlist() const
+{
+    QVariantMap values = VXPhonebookRecord::searchMetaData(*this, u"call"_s);
+    values.insert(u"kMDItemDurationSeconds"_s, valueForKey(u"duration"_s));
+    return values;
 }

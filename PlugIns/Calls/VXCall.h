@@ -1,10 +1,13 @@
 #pragma once
 
 #include "VXCallRecord.h"
+#include "VXMetaDataSource.h"
 #include "VXPhonebookRecord.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QString>
+
+#include <optional>
 
 /** What an event says about a call. */
 struct VXCallNews
@@ -14,15 +17,21 @@ struct VXCallNews
 };
 
 /** A call of the history (entity "VXCall" of the store "calls"). */
-class VXCall : public VXRecordObject
+class VXCall : public VXRecordObject, public VXMetaDataSource
 {
 public:
-    static const QString entityName; // "VXCall"
+    static const QString entityName;     // "VXCall"
+    static const QString changedDateKey; // "changedDate": when the last happened that is known of it
 
     /** A call does not go back to an earlier state; what is known of it stays unless there is better news. */
     void take(const VXCallNews &news);
 
+    /** Also "changedDate". */
+    QVariant valueForKey(const QString &key) const override;
+    std::optional<QVariantMap> metaDataPlist() const override;
+
 private:
+    QDateTime changedDate() const;
     QDateTime date(const QString &key) const;
     void takeText(const QString &text, const QString &key);
 };

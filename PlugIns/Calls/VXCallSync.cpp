@@ -67,5 +67,5 @@ void VXCallSync::finish(const VXError &error, const QStringList &problems)
     whole()->setError(error);
     if (!problems.isEmpty() && error.isNull())
         whole()->setErrorString(problems.first());
-    whole()->conclude();
+    end();
 }

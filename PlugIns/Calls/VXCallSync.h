@@ -12,7 +12,10 @@
 class VXCallSync : public VXDeviceWork
 {
 public:
-    VXCallSync(const VXDeviceAction::Ptr &action, const VXCallStore &store) : VXDeviceWork(action), _store(store) {}
+    VXCallSync(const VXDeviceAction::Ptr &action, const VXCallStore &store, const QString &lockPath)
+        : VXDeviceWork(action, lockPath), _store(store)
+    {
+    }
 
 protected:
     void start() override;

@@ -1,5 +1,6 @@
 #include "VXDeviceWork.h"
 
+#include "VXFramework.h"
 #include "VXMainThread.h"
 #include "VXPluginGuard.h"
 
@@ -22,16 +23,32 @@ void VXDeviceWork::offerTo(VXDevicePlugin *device, QObject *owner, const QString
         return;
     const auto begin = [make](VXDeviceAction *action) {
         VXMainThread::perform([make, asked = std::static_pointer_cast<VXDeviceAction>(action->shared_from_this())] {
-            make(asked)->start();
+            make(asked)->begin();
         });
     };
     device->registerActionHandler(name, VXDeviceActionHandler(owner, begin), false);
 }
 
+void VXDeviceWork::begin()
+{
+    if (!_lockPath.isNull())
+        _lock.emplace(_lockPath, std::chrono::milliseconds(0));
+    if (!_lock || !_lock->isTimedOut())
+        return start();
+    _whole->setErrorString(VXLocalizedString(u"The same is being done already, here or by another program."_s));
+    end();
+}
+
+void VXDeviceWork::end()
+{
+    _lock.reset(); // who waits for the end may begin another
+    _whole->conclude();
+}
+
 void VXDeviceWork::perform(const QString &name, const QVariant &object, const QString &statusText, const Then &then)
 {
     if (_whole->isCancelled())
-        return _whole->conclude();
+        return end();
     const VXDeviceAction::Ptr part = VXDeviceAction::actionWithName(name);
     part->setObject(object);
     _whole->setStatusText(statusText);

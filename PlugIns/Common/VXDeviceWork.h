@@ -1,14 +1,17 @@
 #pragma once
 
 #include "VXDeviceAction.h"
+#include "VXFileLock.h"
 
 #include <QtCore/QPointer>
 
 #include <functional>
+#include <memory>
+#include <optional>
 
 /**
  * An action that consists of others on the same device, one after the other: their progress is shown as its own, and its cancel
- * goes to the one that runs. It is to conclude the whole. Main thread.
+ * goes to the one that runs. It is to end the whole. Main thread.
  */
 class VXDeviceWork : public std::enable_shared_from_this<VXDeviceWork>
 {
@@ -23,9 +26,15 @@ public:
     static void offer(QObject *owner, const QString &name, const QString &neededAction, const Maker &make);
 
 protected:
-    explicit VXDeviceWork(const VXDeviceAction::Ptr &action) : _whole(action) {}
+    /** One at a time works under the lock of that file, whoever's; another is refused. Null: any number. */
+    explicit VXDeviceWork(const VXDeviceAction::Ptr &action, const QString &lockPath = {})
+        : _whole(action), _lockPath(lockPath)
+    {
+    }
 
     virtual void start() = 0;
+    /** Concludes the whole; what it had to report is set. */
+    void end();
     const VXDeviceAction::Ptr &whole() const { return _whole; }
 
     using Then = std::function<void(const VXDeviceAction &part)>;
@@ -38,5 +47,9 @@ private:
     static void offerTo(VXDevicePlugin *device, QObject *owner, const QString &name, const QString &neededAction,
                         const Maker &make);
 
+    void begin();
+
     const VXDeviceAction::Ptr _whole;
+    const QString _lockPath;
+    std::optional<VXFileLock> _lock; // from the begin to the end
 };

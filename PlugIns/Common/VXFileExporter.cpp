@@ -6,7 +6,15 @@
 #include "VXNone.h"
 #include "VXPluginOptions.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 longestStart = 64; // bytes, of which a few may be blank
+
+} // namespace
 
 std::optional<VXError> VXFileExporter::exportObjects(const QVariantList &objects, const QVariantMap &options)
 {
@@ -25,9 +33,22 @@ std::optional<VXError> VXFileExporter::exportObjects(const QVariantList &objects
     const Mode mode = VXBooleanOption(options, u"append"_s, true) ? Mode::Append : Mode::Replace;
     QString reason;
     const auto file = VXExportFile::open(path, mode, &reason);
-    if (file && writeObjects(present, options, *file, &reason) && file->commit(&reason))
+    if (file && goesTogether(*file, &reason) && writeObjects(present, options, *file, &reason) && file->commit(&reason))
         return std::nullopt;
     return VXMakeFileError(description, reason, path);
+}
+
+bool VXFileExporter::goesTogether(VXExportFile &file, QString *reason) const
+{
+    const QByteArray mark = formatMark();
+    QByteArray start = file.oldBytes(0, longestStart);
+    if (start.startsWith("\xef\xbb\xbf"))
+        start.remove(0, 3);
+    start = start.trimmed();
+    if (mark.isEmpty() || start.isEmpty() || start.first(std::min(mark.size(), start.size())).toUpper() == mark)
+        return true;
+    *reason = VXLocalizedString(u"The file holds something else; it stays as it is."_s);
+    return false;
 }
 
 VXReactorOptions VXFileExporter::reactorOptions() const

@@ -1,5 +1,7 @@
 #include "VXGammuPhone.h"
 
+#include "VXDeviceFinding.h"
+#include "VXDevicePort.h"
 #include "VXDeviceURL.h"
 #include "VXErrorDomain.h"
 #include "VXEventManager.h"
@@ -7,6 +9,7 @@
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
 #include "VXPluginGuard.h"
+#include "VXSerialPorts.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
@@ -35,10 +38,16 @@ constexpr std::array properties{
     Property{u"signal", u"Signal (%)"},
 };
 
-// The property that tells why the phone cannot be reached.
+// The properties that tell why the phone cannot be reached, and what to do about it.
 const QString &problemKey()
 {
     static const QString key = u"problem"_s;
+    return key;
+}
+
+const QString &remedyKey()
+{
+    static const QString key = u"remedy"_s;
     return key;
 }
 
@@ -60,6 +69,22 @@ VXGammuPhone::VXGammuPhone(const QString &program) : _program(program), _delay(f
 }
 
 VXGammuPhone::~VXGammuPhone() = default;
+
+void VXGammuPhone::findDevices(const std::shared_ptr<VXDeviceFinding> &finding)
+{
+    for (const VXSerialPort &port : VXSerialPorts()) {
+        VXFoundDevice device{.name = port.product.isEmpty() ? port.device : port.product,
+                             .identifier = port.device,
+                             .preferences = {{u"connection"_s, u"at"_s}, {u"port"_s, port.path}},
+                             .ports = {port.path}};
+        device.place = port.device.startsWith("rfcomm"_L1) ? u"Bluetooth"_s : u"USB"_s;
+        device.place += ", "_L1 + port.path;
+        if (!port.product.isEmpty())
+            device.preferences.insert(u"name"_s, port.product);
+        finding->add(device);
+    }
+    finding->conclude();
+}
 
 bool VXGammuPhone::initWithURL(const QUrl &theURL)
 {
@@ -181,8 +206,10 @@ void VXGammuPhone::setProperties(const QVariantMap &values)
     _delay = firstDelay;
     if (!_isShutdown)
         _upkeep.start(upkeepInterval);
-    if (!std::exchange(_lastFailure, {}).isNull())
+    if (!std::exchange(_lastFailure, {}).isNull()) {
         setDeviceProperty({}, problemKey());
+        setDeviceProperty({}, remedyKey());
+    }
     for (size_t at = 0; at < properties.size(); ++at) {
         const QString key = properties.at(at).key.toString();
         const QVariant value = values.value(key);
@@ -211,9 +238,20 @@ void VXGammuPhone::didFailToOpen(const VXError &error)
     if (std::exchange(_lastFailure, text) != text) { // told once, and not at each try
         VXLogMethod(VXLogWarning, "didFailToOpen:", description() + ": "_L1 + text);
         setDeviceProperty(VXLocalizedProperty(text, VXGammuLocalizedString(u"Problem"_s)), problemKey());
+        setDeviceProperty(VXLocalizedProperty(remedy(), VXGammuLocalizedString(u"What to do"_s), 1), remedyKey());
     }
     connectAgainLater();
     setConnecting(false);
+}
+
+// The library's texts do not tell a port that this user may not open from one that another program holds.
+QString VXGammuPhone::remedy() const
+{
+    const QString port = preferenceForKey(u"port"_s).toString();
+    const VXError problem = port.startsWith(u'/') ? VXProblemOfPort(port) : VXError();
+    if (problem.isNull())
+        return VXGammuLocalizedString(u"Switch the phone on, and check its preferences connection, port and model."_s);
+    return problem.localizedDescription() + u' ' + problem.localizedRecoverySuggestion();
 }
 
 // What only the device knows of a call or message: whose it is, and of what lies on the phone, by which URL.

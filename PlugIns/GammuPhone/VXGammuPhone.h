@@ -24,6 +24,8 @@ public:
     explicit VXGammuPhone(const QString &program);
     ~VXGammuPhone() override;
 
+    /** The serial ports at which there may be a phone. */
+    void findDevices(const std::shared_ptr<VXDeviceFinding> &finding) override;
     bool initWithURL(const QUrl &theURL) override;
     void pluginWillUnload() override;
 
@@ -49,6 +51,7 @@ private:
     void setProperties(const QVariantMap &values);
     void didClose(const VXError &reason);
     void didFailToOpen(const VXError &error);
+    QString remedy() const; // of what keeps it from being reached
     void complete(QVariantMap &record) const;
     void announce(const QString &name, const QString &subtype, const QVariantMap &object);
 

@@ -12,6 +12,8 @@ public:
     Q_INVOKABLE JSONLinesExporterPlugin() = default;
 
 protected:
+    QByteArray formatMark() const override { return "{"; }
+
     bool writeObjects(const QVariantList &objects, const QVariantMap &, VXExportFile &file, QString *) override
     {
         // A line that was cut off, or a last line without an end, spoils no other.

@@ -1,7 +1,5 @@
 #include "VXDataManager.h"
-#include "VXDataPlugin.h"
 #include "VXEventManager.h"
-#include "VXManagedObjectClass.h"
 #include "VXMessage.h"
 #include "VXMessageDelivery.h"
 #include "VXMessageRecorder.h"
@@ -10,18 +8,23 @@
 #include "VXOutgoingMessage.h"
 #include "VXPrincipalClass.h"
 #include "VXRootFolders.h"
+#include "VXStorePlugin.h"
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 
 using namespace Qt::StringLiterals;
 
 /** Keeps messages and their folders, in the store "messages", and sends those that are to be sent. */
-class MessagesPlugin : public VXDataPlugin
+class MessagesPlugin : public VXStorePlugin
 {
     Q_OBJECT
 
 public:
-    Q_INVOKABLE MessagesPlugin() { VXManagedObjectClass::registerClass<VXMessage>(VXMessageStore::entityName); }
+    Q_INVOKABLE MessagesPlugin() : VXStorePlugin(VXMessageStore::entityName, u"One message"_s, u"%1 messages"_s)
+    {
+        registerClass<VXMessage>(VXMessageStore::entityName);
+    }
 
     QStringList dataModelPaths() const override
     {
@@ -30,17 +33,9 @@ public:
 
     bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error) override
     {
-        return VXProvideRootFolders(context, dataStorePath() + "/folders.lock"_L1, error);
-    }
-
-    QString importDescriptionFromStore(VXCoreDataStore &store) override
-    {
-        const qsizetype count = countInStore(store, VXMessageStore::entityName);
-        if (count == 0)
-            return {};
-        return bundle()
-            ->localizedStringForKey(count == 1 ? u"One message"_s : u"%1 messages"_s)
-            .replace("%1"_L1, QString::number(count));
+        // Beside the store, which is not there while it is being upgraded.
+        const QFileInfo store(dataStorePath());
+        return VXProvideRootFolders(context, store.path() + "/."_L1 + store.fileName() + ".folders.lock"_L1, error);
     }
 
     void pluginDidLoad() override
@@ -53,9 +48,11 @@ public:
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,
             [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });
-        VXDeviceWork::offer(this, u"sync_messages"_s, u"read_messages"_s, [store](const VXDeviceAction::Ptr &action) {
-            return std::make_shared<VXMessageSync>(action, store);
-        });
+        VXDeviceWork::offer(this, u"sync_messages"_s, u"read_messages"_s,
+                            [store, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
+                                return std::make_shared<VXMessageSync>(action, store, lockPath);
+                            });
+        launchSearch(u"date"_s);
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return;
@@ -76,8 +73,7 @@ public:
     void pluginWillUnload() override
     {
         _sender.stop();
-        VXNotificationCenter::defaultCenter().removeObserver(this);
-        VXManagedObjectClass::removeClass(VXMessageStore::entityName);
+        VXStorePlugin::pluginWillUnload();
     }
 
 private:

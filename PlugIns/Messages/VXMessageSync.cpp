@@ -31,6 +31,11 @@ void setPending(const Message &message, VXPendingChange change)
     message->setValueForKey(static_cast<int>(change), u"pending"_s);
 }
 
+QString actionOf(VXPendingChange change)
+{
+    return change == VXPendingChange::Remove ? u"delete_message"_s : u"write_message"_s;
+}
+
 QString urlOf(const Message &message)
 {
     return message->valueForKey(u"url"_s).toString();
@@ -251,6 +256,12 @@ void VXMessageSync::noteChange(const VXManagedObjectPtr &message, const QVariant
     const VXPendingChange kind = pendingOf(message);
     if (kind != VXPendingChange::Remove && kind != VXPendingChange::Update)
         return;
+    // What the phone cannot be made to do waits; what is read and unread is then known here alone.
+    if (!whole()->device()->actionNames().contains(actionOf(kind))) {
+        if (kind == VXPendingChange::Update && !item.isEmpty())
+            setPending(message, VXPendingChange::None);
+        return;
+    }
     QVariantMap object = item;
     if (item.isEmpty()) {
         const VXMessageRecord record(QVariant::fromValue(message));
@@ -277,8 +288,7 @@ void VXMessageSync::carryOutNext()
     }
     const Change change = _changes.front();
     _changes.pop_front();
-    const bool removes = change.kind == VXPendingChange::Remove;
-    perform(removes ? u"delete_message"_s : u"write_message"_s, change.object, localized(u"Changing messages"_s),
+    perform(actionOf(change.kind), change.object, localized(u"Changing messages"_s),
             [this, change](const VXDeviceAction &part) { didCarryOut(change, part); });
 }
 
@@ -318,5 +328,5 @@ void VXMessageSync::finish()
                                    {u"problems"_s, _problems}});
     if (!_problems.isEmpty() && whole()->error().isNull())
         whole()->setErrorString(_problems.first());
-    whole()->conclude();
+    end();
 }

@@ -17,7 +17,8 @@
 class VXMessageSync : public VXDeviceWork
 {
 public:
-    VXMessageSync(const VXDeviceAction::Ptr &action, const VXMessageStore &store) : VXDeviceWork(action), _store(store)
+    VXMessageSync(const VXDeviceAction::Ptr &action, const VXMessageStore &store, const QString &lockPath)
+        : VXDeviceWork(action, lockPath), _store(store)
     {
     }
 

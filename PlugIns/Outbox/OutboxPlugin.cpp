@@ -1,25 +1,15 @@
-#include "VXDataPlugin.h"
 #include "VXPrincipalClass.h"
+#include "VXStorePlugin.h"
 
 using namespace Qt::StringLiterals;
 
 /** Keeps what is to be sent, in the store "outbox". */
-class OutboxPlugin : public VXDataPlugin
+class OutboxPlugin : public VXStorePlugin
 {
     Q_OBJECT
 
 public:
-    Q_INVOKABLE OutboxPlugin() = default;
-
-    QString importDescriptionFromStore(VXCoreDataStore &store) override
-    {
-        const qsizetype count = countInStore(store, u"VXOutboxEntry"_s);
-        if (count == 0)
-            return {};
-        return bundle()
-            ->localizedStringForKey(count == 1 ? u"One entry"_s : u"%1 entries"_s)
-            .replace("%1"_L1, QString::number(count));
-    }
+    Q_INVOKABLE OutboxPlugin() : VXStorePlugin(u"VXOutboxEntry"_s, u"One entry"_s, u"%1 entries"_s) {}
 };
 
 VX_PRINCIPAL_CLASS(OutboxPlugin)

@@ -1,32 +1,39 @@
 #include "Sync/VXContactSync.h"
-#include "VXDataPlugin.h"
-#include "VXManagedObjectClass.h"
+#include "VXContactHistory.h"
 #include "VXPhonebookEntities.h"
 #include "VXPrincipalClass.h"
+#include "VXStorePlugin.h"
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// Of a store that is merged: what can be undone was done elsewhere, and with its phones its contacts agreed elsewhere.
+bool isOnlyOfItsStore(const QString &entityName)
+{
+    return entityName == "VXContactChangeSet"_L1 || entityName == "VXContactChange"_L1 ||
+           entityName == "VXContactPlace"_L1;
+}
+
+bool isMerge()
+{
+    const VXStoreMigration *const run = VXStoreMigration::current();
+    return run != nullptr && run->isMerge();
+}
+
+} // namespace
+
 /** Keeps the contacts, in the store "phonebook". */
-class PhonebookPlugin : public VXDataPlugin
+class PhonebookPlugin : public VXStorePlugin
 {
     Q_OBJECT
 
 public:
-    Q_INVOKABLE PhonebookPlugin()
+    Q_INVOKABLE PhonebookPlugin() : VXStorePlugin(VXPerson::entityName, u"One contact"_s, u"%1 contacts"_s)
     {
-        VXManagedObjectClass::registerClass<VXPerson>(VXPerson::entityName);
-        VXManagedObjectClass::registerClass<VXPhoneNumberEntry>(VXPhoneNumberEntry::entityName);
-        VXManagedObjectClass::registerClass<VXEmailAddressEntry>(VXEmailAddressEntry::entityName);
-    }
-
-    QString importDescriptionFromStore(VXCoreDataStore &store) override
-    {
-        const qsizetype count = countInStore(store, VXPerson::entityName);
-        if (count == 0)
-            return {};
-        return bundle()
-            ->localizedStringForKey(count == 1 ? u"One contact"_s : u"%1 contacts"_s)
-            .replace("%1"_L1, QString::number(count));
+        registerClass<VXPerson>(VXPerson::entityName);
+        registerClass<VXPhoneNumberEntry>(VXPhoneNumberEntry::entityName);
+        registerClass<VXEmailAddressEntry>(VXEmailAddressEntry::entityName);
     }
 
     void pluginDidLoad() override
@@ -39,15 +46,60 @@ public:
             [coordinator, lockPath = dataStorePath() + "/sync.lock"_L1](const VXDeviceAction::Ptr &action) {
                 return std::make_shared<VXContactSync>(action, coordinator, lockPath);
             });
+        launchSearch(u"changedDate"_s);
     }
 
-    void pluginWillUnload() override
+    // A merge is one step to undo: all that it brings is of one change set.
+    bool migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
+                                     VXManagedObjectContext &newContext, VXError *error) override
     {
-        VXNotificationCenter::defaultCenter().removeObserver(this);
-        for (const QString &name :
-             {VXPerson::entityName, VXPhoneNumberEntry::entityName, VXEmailAddressEntry::entityName})
-            VXManagedObjectClass::removeClass(name);
+        _merge = std::nullopt;
+        if (isMerge()) {
+            _merge = VXContactHistory::insert(newContext, u"import"_s, u"another store"_s, error);
+            if (!_merge)
+                return false;
+        }
+        return VXStorePlugin::migrateManagedObjectContext(oldContext, version, newContext, error);
     }
+    std::optional<VXMigratedObjects> migrateEntityAttributes(const VXEntityDescription &entity,
+                                                             VXManagedObjectContext &oldContext, int version,
+                                                             VXManagedObjectContext &newContext,
+                                                             VXError *error) override
+    {
+        if (isMerge() && isOnlyOfItsStore(entity.name()))
+            return VXMigratedObjects();
+        return VXStorePlugin::migrateEntityAttributes(entity, oldContext, version, newContext, error);
+    }
+    bool migrateObjectAttributes(const VXManagedObjectPtr &oldObject, int version, const VXManagedObjectPtr &newObject,
+                                 VXError *error) override
+    {
+        if (!VXStorePlugin::migrateObjectAttributes(oldObject, version, newObject, error))
+            return false;
+        if (_merge && isMerge() && newObject->entity().name() == VXPerson::entityName) {
+            newObject->setValueForKey(_merge->number, u"importNumber"_s);
+            newObject->setValueForKey(_merge->date, u"changedDate"_s);
+        }
+        return true;
+    }
+    VXManagedObjectPtr migrateObjectRelationship(const QString &relationship, const VXManagedObjectPtr &oldObject,
+                                                 int version, const VXMigratedObjects &newObjects,
+                                                 VXError *error) override
+    {
+        const VXRelationshipDescription *const old = oldObject->entity().relationshipForName(relationship);
+        if (isMerge() && old != nullptr && isOnlyOfItsStore(old->destination().name()))
+            return newObjects.value(oldObject->objectID());
+        return VXStorePlugin::migrateObjectRelationship(relationship, oldObject, version, newObjects, error);
+    }
+    bool migrateEntityRelationships(const VXEntityDescription &entity, VXManagedObjectContext &oldContext, int version,
+                                    VXManagedObjectContext &newContext, const VXMigratedObjects &newObjects,
+                                    VXError *error) override
+    {
+        return (isMerge() && isOnlyOfItsStore(entity.name())) ||
+               VXStorePlugin::migrateEntityRelationships(entity, oldContext, version, newContext, newObjects, error);
+    }
+
+private:
+    std::optional<VXContactChangeSet> _merge; // the copying thread's, while it merges
 };
 
 VX_PRINCIPAL_CLASS(PhonebookPlugin)

@@ -1,5 +1,6 @@
 #include "VXPhonebookEntities.h"
 
+#include "VXContactRecord.h"
 #include "VXContactWords.h"
 #include "VXManagedObjectContext.h"
 #include "VXPhonebookEntry.h"
@@ -23,7 +24,7 @@ int indexOf(const VXManagedObject &object, const QString &key)
     return object.entity().propertyForName(key)->index();
 }
 
-QString text(const VXManagedObject &object, const QString &key)
+QString textOf(const VXManagedObject &object, const QString &key)
 {
     return object.attribute(indexOf(object, key)).toString();
 }
@@ -34,6 +35,42 @@ QVariant VXPerson::valueForKey(const QString &key) const
 {
     return key == "displayString"_L1 ? QVariant(VXPhonebookEntry::displayString(*this))
                                      : VXManagedObject::valueForKey(key);
+}
+
+std::optional<QVariantMap> VXPerson::metaDataPlist() const
+{
+    const VXContactRecord contact(QVariant::fromValue(VXManagedObjectPtr(const_cast<VXPerson *>(this))));
+    const auto textsOf = [](const QList<VXContactRecord::Address> &addresses) {
+        QStringList texts;
+        for (const VXContactRecord::Address &address : addresses)
+            texts.append(address.value);
+        return texts;
+    };
+    QStringList others{contact.namePrefix, contact.firstName,  contact.middleName,
+                       contact.lastName,   contact.nameSuffix, contact.nickname};
+    others.removeAll(QString());
+    const QStringList numbers = textsOf(contact.numbers);
+    const QStringList emails = textsOf(contact.emails);
+    QStringList shown = QStringList{contact.company} + numbers + emails;
+    shown.removeAll(QString());
+    const std::pair<QString, QVariant> values[] = {
+        {u"kMDItemKind"_s, u"contact"_s},
+        {u"kMDItemTitle"_s, valueForKey(u"displayString"_s)},
+        {u"kMDItemDescription"_s, shown.join(u", "_s)},
+        {u"kMDItemContactKeywords"_s, others},
+        {u"kMDItemOrganizations"_s, contact.company},
+        {u"kMDItemPhoneNumbers"_s, numbers},
+        {u"kMDItemEmailAddresses"_s, emails},
+        {u"kMDItemKeywords"_s, contact.groups},
+        {u"kMDItemTextContent"_s, contact.note},
+    };
+    QVariantMap metaData;
+    for (const auto &[key, value] : values) {
+        const bool isList = value.typeId() == QMetaType::QStringList;
+        if (isList ? !value.toStringList().isEmpty() : !value.toString().isEmpty())
+            metaData.insert(key, value);
+    }
+    return metaData;
 }
 
 void VXPerson::ownDidChange()
@@ -56,8 +93,8 @@ void VXPerson::willSave()
 
 void VXPerson::updateSortName()
 {
-    const QString name = VXContactSortName(text(*this, u"firstName"_s), text(*this, u"lastName"_s),
-                                           text(*this, u"nickname"_s), text(*this, u"company"_s));
+    const QString name = VXContactSortName(textOf(*this, u"firstName"_s), textOf(*this, u"lastName"_s),
+                                           textOf(*this, u"nickname"_s), textOf(*this, u"company"_s));
     setAttribute(indexOf(*this, u"sort_name"_s), name.isEmpty() ? QVariant() : QVariant(name));
 }
 
@@ -104,10 +141,10 @@ void VXContactAddress::willSave()
 
 QString VXPhoneNumberEntry::searchText() const
 {
-    return VXPhoneNumberSearchString(text(*this, u"number"_s));
+    return VXPhoneNumberSearchString(textOf(*this, u"number"_s));
 }
 
 QString VXEmailAddressEntry::searchText() const
 {
-    return text(*this, u"address"_s).toLower();
+    return textOf(*this, u"address"_s).toLower();
 }

@@ -1,20 +1,24 @@
 #pragma once
 
 #include "VXManagedObject.h"
+#include "VXMetaDataSource.h"
 
 #include <QtCore/QString>
+
+#include <optional>
 
 /**
  * A person of the phonebook. Before it is saved, what it is sorted and found by is brought in step with its name, numbers and
  * addresses, and its changedDate is set, unless whoever changed it has done that.
  */
-class VXPerson : public VXManagedObject
+class VXPerson : public VXManagedObject, public VXMetaDataSource
 {
 public:
     static const QString entityName; // "VXPerson"
 
     /** Also "displayString". */
     QVariant valueForKey(const QString &key) const override;
+    std::optional<QVariantMap> metaDataPlist() const override;
 
     /** A number or address of it is about to be saved. */
     void ownDidChange();

@@ -1,30 +1,20 @@
 #include "VXDataManager.h"
-#include "VXDataPlugin.h"
 #include "VXPrincipalClass.h"
+#include "VXStorePlugin.h"
 
 using namespace Qt::StringLiterals;
 
 /** Keeps the user's triggers, in the store "triggers". */
-class TriggersPlugin : public VXDataPlugin
+class TriggersPlugin : public VXStorePlugin
 {
     Q_OBJECT
 
 public:
-    Q_INVOKABLE TriggersPlugin() = default;
+    Q_INVOKABLE TriggersPlugin() : VXStorePlugin(u"VXTrigger"_s, u"One trigger"_s, u"%1 triggers"_s) {}
 
     QStringList dataModelPaths() const override
     {
         return VXDataPlugin::dataModelPaths() << VXDataManager::smartFilterDataModelPath();
-    }
-
-    QString importDescriptionFromStore(VXCoreDataStore &store) override
-    {
-        const qsizetype count = countInStore(store, u"VXTrigger"_s);
-        if (count == 0)
-            return {};
-        return bundle()
-            ->localizedStringForKey(count == 1 ? u"One trigger"_s : u"%1 triggers"_s)
-            .replace("%1"_L1, QString::number(count));
     }
 };
 

@@ -20,6 +20,8 @@ protected:
                                   .choices = {u"3.0"_s, u"4.0"_s}}});
     }
 
+    QByteArray formatMark() const override { return "BEGIN:VCARD"; }
+
     bool writeObjects(const QVariantList &objects, const QVariantMap &options, VXExportFile &file,
                       QString *reason) override
     {

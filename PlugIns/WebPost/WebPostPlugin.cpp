@@ -47,6 +47,7 @@ public:
                                 : std::nullopt;
         if (!number)
             fail(u"The form could not be put into the outbox: %1"_s, error.localizedDescription());
+        remark(bundle()->localizedStringForKey(u"The form is in the outbox as p%1, to be sent."_s).arg(*number));
     }
 
     VXReactorOptions reactorOptions() const override

@@ -89,6 +89,33 @@ TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
     EXPECT_NE(phonebook({u"lookup"_s, u"555 0199"_s}).status, 0);
 }
 
+TEST_F(HostContactsTest, WhoWasDeletedByMistakeComesBack)
+{
+    EXPECT_EQ(phonebook({u"add"_s, u"Jane Doe <+1 555 0100/m>"_s, u"--group"_s, u"Family"_s}).status, 0);
+    EXPECT_THAT(phonebook({u"show"_s, u"jan"_s}).errors.toStdString(),
+                HasSubstr("near it are: Jane Doe <+1 555 0100/m>"));
+    EXPECT_THAT(phonebook({u"lookup"_s, u"Jane Doe"_s}).errors.toStdString(), HasSubstr("is no number or address"));
+    EXPECT_THAT(phonebook({u"delete"_s, u"jane doe"_s}).output.toStdString(), HasSubstr("undo-import"));
+    EXPECT_TRUE(json({u"list"_s}).toArray().isEmpty());
+    EXPECT_THAT(phonebook({u"undo-import"_s}).output.toStdString(), HasSubstr("Undid the deletion of Jane Doe"));
+    const QJsonValue jane = json({u"show"_s, u"jane doe"_s});
+    EXPECT_EQ(jane["numbers"_L1][0]["number"_L1], u"+1 555 0100"_s);
+    EXPECT_EQ(jane["groups"_L1].toArray().size(), 1);
+}
+
+TEST_F(HostContactsTest, ListsFitTheTerminal)
+{
+    for (const QString &contact : {u"Jane Doe <+1 555 0100/m>"_s, u"山田 太郎 <+81 3 1234 5678>"_s})
+        EXPECT_EQ(phonebook({u"add"_s, contact, u"--email"_s, u"a.long.address@mail.example.org"_s}).status, 0);
+    qputenv("COLUMNS", "31");
+    const HostOutcome list = phonebook({u"list"_s});
+    qunsetenv("COLUMNS");
+    EXPECT_EQ(list.output.toStdString(), "ID  NAME       NUMBERS\n"
+                                         "p1  Jane Doe   +1 555 0100/m\n"
+                                         "p2  山田 太郎  +81 3 1234 5678\n");
+    EXPECT_THAT(list.errors.toStdString(), HasSubstr("without: ADDRESSES, GROUPS"));
+}
+
 TEST_F(HostContactsTest, FilesOfOtherProgramsAreImportedAndExported)
 {
     const std::pair<QString, QString> files[] = {
@@ -128,6 +155,29 @@ TEST_F(HostContactsTest, FilesOfOtherProgramsAreImportedAndExported)
     EXPECT_EQ(json({u"undo-import"_s})["broughtBack"_L1].toInt(), 1);
     EXPECT_THAT(phonebook({u"import"_s, path(u"none.vcf"_s)}).errors.toStdString(),
                 HasSubstr("none.vcf can not be read"));
+}
+
+TEST_F(HostContactsTest, OneOfManyDuplicatesCanBeMerged)
+{
+    for (const QString &name : {u"Jane Doe"_s, u"Jane Doe"_s, u"Jane Doe"_s, u"Joe Hill"_s, u"Joe Hill"_s})
+        phonebook({u"add"_s, name, u"--number"_s, u"+1 555 0101"_s});
+    const auto merged = [this](const QStringList &chosen) {
+        return json(QStringList{u"duplicates"_s, u"--merge"_s} + chosen)["duplicates"_L1].toArray();
+    };
+    const auto names = [this] {
+        QStringList all;
+        for (const QJsonValue contact : json({u"list"_s}).toArray())
+            all.append(contact["firstName"_L1].toString());
+        return all.join(u' ');
+    };
+    EXPECT_EQ(json({u"duplicates"_s})["duplicates"_L1].toArray().size(), 2);
+    EXPECT_EQ(phonebook({u"duplicates"_s, u"--merge"_s, u"3"_s}).status, 1); // there are two
+    EXPECT_EQ(merged({u"p1"_s, u"p3"_s})[0]["contacts"_L1].toArray().size(), 2);
+    EXPECT_EQ(names(), u"Jane Jane Joe Joe"_s);
+    EXPECT_EQ(merged({u"joe hill"_s})[0]["number"_L1].toInt(), 2);
+    EXPECT_EQ(names(), u"Jane Jane Joe"_s);
+    EXPECT_EQ(merged({u"1"_s}).size(), 1);
+    EXPECT_EQ(names(), u"Jane Joe"_s);
 }
 
 TEST_F(HostContactsTest, TriggersKnowWhoCalls)

@@ -79,6 +79,40 @@ TEST_F(HostDevicesTest, AddsListsAndRemoves)
     EXPECT_FALSE(left.contains(u"org.phones.one.name"_s));
 }
 
+TEST_F(HostDevicesTest, FindsPhonesAndAddsThemByNumber)
+{
+    const QByteArray found = R"([
+        {"name": "Pixel", "identifier": "pixel", "place": "USB, /dev/a", "preferences": {"port": "/dev/a", "name": "Pixel"}},
+        {"name": "Galaxy", "identifier": "galaxy", "ports": ["/nowhere/b"], "preferences": {"port": "/nowhere/b"}}])";
+    EXPECT_EQ(outcomeOf({u"add"_s, u"1"_s}), "1 vornix: \"vornix devices find\" has found nothing yet");
+    EXPECT_EQ(outcomeOf({u"find"_s}).substr(0, 24), "0 No phones were found.\n");
+    qputenv("VXFoundDevices", found);
+    EXPECT_EQ(outcomeOf({u"add"_s, u"2"_s}), "1 vornix: \"vornix devices find\" has found nothing yet");
+    EXPECT_EQ(devices({u"find"_s}).output.split('\n').first(4),
+              (QList<QByteArray>{
+                  "#  NAME    PLUGIN   WHERE        STATE", "1  Pixel   Fixture  USB, /dev/a  ready to be added",
+                  "2  Galaxy  Fixture               There is no /nowhere/b.",
+                  "2: Connect the phone and switch it on; \"vornix devices find\" shows the ports that there are."}));
+    qputenv("VXFoundDevices", "[]"); // what a number means was shown, whatever there is by now
+    EXPECT_EQ(outcomeOf({u"add"_s, u"3"_s}), "1 vornix: \"vornix devices find\" has shown the numbers 1 to 2");
+    EXPECT_EQ(outcomeOf({u"add"_s, u"1"_s, u"mine"_s, u"name=My phone"_s}),
+              "0 Added vxdevice://localhost/org.phones/mine.\n\"vornix devices info mine\" tells whether it can be "
+              "reached.\n");
+    EXPECT_EQ(outcomeOf({u"add"_s, u"2"_s, u"port=null"_s}).substr(0, 46),
+              "0 Added vxdevice://localhost/org.phones/galaxy");
+    const QJsonObject kept = defaults();
+    EXPECT_EQ(kept[u"org.phones.mine.port"_s], "/dev/a"_L1);
+    EXPECT_EQ(kept[u"org.phones.mine.name"_s], "My phone"_L1);
+    EXPECT_FALSE(kept.contains(u"org.phones.galaxy.port"_s));
+
+    qputenv("VXFoundDevices", found);
+    const QJsonObject json = VXJSONFromText(runHost({u"--json"_s, u"devices"_s, u"find"_s}).output)->toObject();
+    qunsetenv("VXFoundDevices");
+    EXPECT_EQ(json[u"devices"_s][0][u"addedAs"_s], "vxdevice://localhost/org.phones/mine"_L1);
+    EXPECT_TRUE(json[u"devices"_s][1][u"addedAs"_s].isNull());
+    EXPECT_EQ(json[u"devices"_s][1][u"problem"_s], "There is no /nowhere/b."_L1);
+}
+
 TEST_F(HostDevicesTest, RemovingWhatTakesPreferencesOfOthersNeedsAYes)
 {
     devices({u"add"_s, u"org.phones"_s, u"one"_s, u"name=Mine"_s});
@@ -129,7 +163,12 @@ TEST_F(HostDevicesTest, TellsAllAboutADevice)
     EXPECT_THAT(outcomeOf({}), testing::HasSubstr("Fixture  not connected  yes"));
     EXPECT_THAT(outcomeOf({u"info"_s, u"vxdevice://localhost/org.phones/two"_s}),
                 testing::HasSubstr("\nSignal      3\n"));
-    EXPECT_EQ(outcomeOf({u"actions"_s, url}), "0 count\necho\nfail\nhang_up\nthrow\nwait\n");
+    writeFile(u".local/share/Vornix 2/PlugIns/org.phones.vxplugin/Contents/Resources/actions.plist"_s,
+              "<plist version=\"1.0\"><dict><key>echo</key><dict><key>object</key><string>anything</string>"
+              "<key>meaning</key><string>Gives it back</string></dict></dict></plist>");
+    EXPECT_EQ(outcomeOf({u"actions"_s, url}),
+              "0 ACTION   OBJECT    WHAT IT DOES\ncount\necho     anything  Gives it back\n"
+              "fail\nhang_up\nthrow\nwait\n");
 }
 
 TEST_F(HostDevicesTest, MistakesChangeNothing)
@@ -144,7 +183,7 @@ TEST_F(HostDevicesTest, MistakesChangeNothing)
         {{u"add"_s, u"org.phones"_s, u"one"_s, u"a=1"_s},
          "1 vornix: there is a device one already; \"vornix devices set one KEY=VALUE\""},
         {{u"add"_s, u"org.phones"_s, u"two"_s, u"a=1"_s, u"b"_s}, "2 vornix: \"b\" is not KEY=VALUE"},
-        {{u"add"_s, u"org.phones"_s}, "2 vornix: add needs PLUGIN-ID and DEVICE-ID"},
+        {{u"add"_s, u"org.phones"_s}, "2 vornix: add needs PLUGIN-ID and DEVICE-ID, or a number that \"find\" showed"},
         {{u"remove"_s, u"vxdevice://localhost/org.phones/two"_s}, "1 vornix: there is no device \"vxdevice://"},
         {{u"info"_s, u"no url"_s}, "1 vornix: there is no device \"no url\""},
         {{u"info"_s, u""_s}, "2 vornix: info needs DEVICE"},
@@ -182,7 +221,7 @@ TEST_F(HostDevicesTest, PreferencesAreThoseOfThePlugin)
         {{u"set"_s, u"s"_s, u"conection=none"_s}, wrong},
         {{u"set"_s, u"s"_s, u"conection=null"_s}, "0 Name"}, // what is there by a slip can go
         {{u"rename"_s, u"s"_s, u"My phone"_s}, "0 Renamed Fixture to My phone.\n"},
-        {{u"rename"_s, u"my phone"_s}, "2 vornix: rename needs DEVICE and NAME"},
+        {{u"rename"_s, u"my phone"_s}, "2 vornix: rename needs DEVICE NAME"},
         {{u"actions"_s, u"my phone"_s}, "0 "},
     };
     for (const auto &[arguments, outcome] : cases)

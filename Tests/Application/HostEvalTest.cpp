@@ -81,7 +81,8 @@ TEST_F(HostEvalTest, AnswersCalls)
     EXPECT_TRUE(answersTo("{\"call\"").first().startsWith(R"({"error":"no JSON object: )"));
 }
 
-TEST_F(HostEvalTest, AnswersPhonebookCalls)
+// What each operation does, tests of its own tell; here that each call reaches it, with all it takes and gives.
+TEST_F(HostEvalTest, EveryCallReachesItsOperation)
 {
     const struct
     {
@@ -89,21 +90,10 @@ TEST_F(HostEvalTest, AnswersPhonebookCalls)
         QByteArray arguments;
         QByteArray answer; // without the braces around it
     } cases[] = {
-        {"VXPhonebookStringSplit", R"(["555-0100"])", R"("name":null,"result":true,"type":0,"value":"555-0100")"},
         {"VXPhonebookStringSplit", R"(["Jane <555-0100/Hm>"])",
          R"("name":"Jane","result":true,"type":66,"value":"555-0100")"},
-        {"VXPhonebookStringSplit", R"(["Jane <555-0100/>"])",
-         R"("name":"Jane","result":true,"type":0,"value":"555-0100")"},
-        {"VXPhonebookStringSplit", R"(["Jane <555-0100/x>"])",
-         R"("name":"Jane","result":false,"type":0,"value":"555-0100/x")"},
-        {"VXPhonebookStringSplit", R"(["Jane"])", R"("name":"Jane","result":false,"type":0,"value":null)"},
-        {"VXPhonebookStringSplit", R"(["<a@b.c> x"])", R"("name":"<a@b.c> x","result":false,"type":0,"value":null)"},
         {"VXPhonebookStringSplit", "[null]", R"("name":null,"result":false,"type":0,"value":null)"},
-        {"VXPhonebookStringJoin", R"(["Jane","555-0100",0])", R"("result":"Jane <555-0100>")"},
-        {"VXPhonebookStringJoin", R"([null,"555-0100",0])", R"("result":"555-0100")"},
-        {"VXPhonebookStringJoin", R"([null,"555-0100",2])", R"("result":"<555-0100/m>")"},
-        {"VXPhonebookStringJoin", R"(["A<B","555-0100",0])", R"("result":"A\\<B <555-0100>")"},
-        {"VXPhonebookStringJoin", R"(["A<B",null,2])", R"("result":"A<B")"},
+        {"VXPhonebookStringJoin", R"(["Jane","555-0100",2])", R"("result":"Jane <555-0100/m>")"},
         {"VXUnpackPhonebookStrings", R"(["Doe, Jane <555-0100>, 555-0199",true])",
          R"("result":["Doe, Jane <555-0100>","555-0199"])"},
         {"VXUnpackPhonebookStrings", R"(["F { a@b.cd, 555 }",false])", R"("result":["F { a@b.cd, 555 }"])"},
@@ -113,67 +103,37 @@ TEST_F(HostEvalTest, AnswersPhonebookCalls)
         {"VXPhonebookGroupSplit", R"(["Friends {"])", R"("members":[],"name":null,"result":false)"},
         {"VXPhonebookGroupJoin", R"(["Friends",["a","b"]])", R"("result":"Friends { a, b }")"},
         {"VXPhonebookStringsMatch", R"(["555-0100, a@b.c","a@b.c, Jo <5550100>"])", R"("result":true)"},
-        {"VXIsValidPhoneNumber", R"(["12"])", R"("result":false)"},
-        {"VXIsValidPhoneNumber", R"(["xy1"])", R"("result":false)"},
-        {"VXIsValidPhoneNumber", R"(["ab1"])", R"("result":true)"},
         {"VXIsValidPhoneNumber", R"(["*#06#"])", R"("result":true)"},
-        {"VXIsValidEmailAddress", R"(["x@a_b.c.d.e"])", R"("result":true)"},
         {"VXIsValidEmailAddress", R"(["x@c.d.e.a_b"])", R"("result":false)"},
         {"VXIsValidPhonebookType", R"([""])", R"("result":true)"},
         {"VXPhonebookTypeMaskFromString", R"(["fm"])", R"("result":3)"},
-        {"VXStringFromPhonebookTypeMask", "[66]", R"("result":"Hm")"},
         {"VXStringFromPhonebookTypeMask", "[192]", R"("result":null)"},
         {"stringByEscapingCharactersInString", R"(["a,b","<>{},"])", R"("result":"a\\,b")"},
         {"stringByUnescapingCharactersInString", R"(["a\\,b\\","<>{},"])", R"("result":"a,b")"},
         {"VXPhoneNumberSearchString", R"(["+44 20 7946 0000"])", R"("result":"2079460000")"},
-        {"VXPhoneNumberSearchString", R"(["0044 20 7946 0000"])", R"("result":"2079460000")"},
-        {"VXPhoneNumberSearchString", R"(["1 (555) 010-0000"])", R"("result":"5550100000")"},
-        {"VXPhoneNumberSearchString", R"(["020 7946 0000"])", R"("result":"2079460000")"},
         {"VXPhoneNumberByStrippingCountryCode", R"(["442079460000"])", R"("result":"2079460000")"},
         {"VXPhoneNumberInternationalAccessCode", R"(["0011555010"])", R"("result":"0011")"},
         {"VXPhoneNumberNationalAccessCode", R"(["5550100"])", R"("result":null)"},
         {"VXPhoneNumberWithFormat", R"(["+15550100000","+1 (###) ###-####"])", R"("result":"+1 (555) 010-0000")"},
-        {"VXPhoneNumberWithFormat", R"(["555 010 0000","(###) ###-####"])", R"("result":null)"},
         {"VXFormatPhoneNumber", R"(["5550100"])", R"("result":"5550100")"},
+        {"compareVersion", R"(["1.9","1.10"])", R"("result":-1)"},
+        {"VXMakeURLString", R"(["x","a&b",{"k":"%","n":1,"o":null,"p":""}])", R"("result":"x:a%26b?k=%25&n=1")"},
+        {"VXComponentsFromURLString", R"(["callto:555%201234?device=x"])",
+         R"("result":{"device":"x","host":"555 1234","scheme":"callto"})"},
+        {"VXComponentsFromURLString", "[null]", R"("result":null)"},
+        {"VXCalltoURLString", R"(["555 1234","d"])", R"("result":"callto:555%201234?device=d")"},
+        {"VXCalltoURLString", R"(["5"])", R"("result":"callto:5")"},
+        {"VXChatURLString", R"(["joe",null,"d"])", R"("result":"vxchat:joe?device=d")"},
+        {"VXMessagetoURLString", R"(["joe","","d"])", R"("result":"messageto:joe?body=&device=d")"},
+        {"VXMakePhonebookURL", "[]", R"("result":"vxbook://localhost/")"},
+        {"VXMakePhonebookURL", R"(["h","a b","c/d"])", R"("result":"vxbook://h/a%20b/c%2Fd")"},
+        {"VXMakeDeviceURL", R"([null,"p","d"])", R"("result":"vxdevice://localhost/p/d")"},
+        {"VXGetDeviceURLFromURL", R"(["vxdevice://localhost/p/d/messages/7"])",
+         R"("result":"vxdevice://localhost/p/d")"},
+        {"VXMakeDevicePreferenceKey", R"(["vxdevice://localhost/org.p/d","k"])", R"("result":"org.p.d.k")"},
     };
     for (const auto &[call, arguments, answer] : cases)
         EXPECT_EQ(answersTo(requestFor(call, arguments)), QByteArrayList{'{' + answer + '}'}) << call.toStdString();
-}
-
-TEST_F(HostEvalTest, AnswersPluginCalls)
-{
-    const struct
-    {
-        QByteArray call;
-        QByteArray arguments;
-        QByteArray result;
-    } cases[] = {
-        {"compareVersion", R"(["1.2.1","1.2"])", "1"},
-        {"compareVersion", R"(["1.9","1.10"])", "-1"},
-        {"VXMakeURLString", R"(["x","a&b",{"k":"%","n":1,"o":null,"p":""}])", R"("x:a%26b?k=%25&n=1")"},
-        {"VXMakeURLString", R"(["x",null,null])", R"("x:")"},
-        {"VXMakeURLString", R"(["x","\ud800"])", R"("x:%3F")"},
-        {"VXComponentsFromURLString", R"(["callto:555%201234?device=x"])",
-         R"({"device":"x","host":"555 1234","scheme":"callto"})"},
-        {"VXComponentsFromURLString", R"(["callto:"])", R"({"scheme":"callto"})"},
-        {"VXComponentsFromURLString", R"(["callto"])", "null"},
-        {"VXComponentsFromURLString", "[null]", "null"},
-        {"VXCalltoURLString", R"(["555 1234","d"])", R"("callto:555%201234?device=d")"},
-        {"VXCalltoURLString", R"(["5"])", R"("callto:5")"},
-        {"VXChatURLString", R"(["joe",null,"d"])", R"("vxchat:joe?device=d")"},
-        {"VXMessagetoURLString", R"(["joe","","d"])", R"("messageto:joe?body=&device=d")"},
-        {"VXMakePhonebookURL", "[]", R"("vxbook://localhost/")"},
-        {"VXMakePhonebookURL", R"(["h","a b","c/d"])", R"("vxbook://h/a%20b/c%2Fd")"},
-        {"VXMakePhonebookURL", R"(["no host"])", "null"},
-        {"VXMakeDeviceURL", R"([null,"p","d"])", R"("vxdevice://localhost/p/d")"},
-        {"VXMakeDeviceURL", R"(["h",null,"d"])", R"("vxdevice://h/")"},
-        {"VXGetDeviceURLFromURL", R"(["vxdevice://localhost/p/d/messages/7"])", R"("vxdevice://localhost/p/d")"},
-        {"VXGetDeviceURLFromURL", "[null]", "null"},
-        {"VXMakeDevicePreferenceKey", R"(["vxdevice://localhost/org.p/d","k"])", R"("org.p.d.k")"},
-    };
-    for (const auto &[call, arguments, result] : cases)
-        EXPECT_EQ(answersTo(requestFor(call, arguments)), QByteArrayList{"{\"result\":" + result + '}'})
-            << call.toStdString();
 }
 
 TEST_F(HostEvalTest, FormatsLogLines)

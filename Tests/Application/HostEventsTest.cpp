@@ -183,13 +183,11 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         int status;
         std::string error;
     } rows[] = {
-        {{u"post"_s}, 2, "EVENT"},
-        {{u"post"_s, u""_s}, 2, "empty"},
+        {{u"post"_s, u""_s}, 2, "post needs EVENT"},
         {{u"post"_s, u"ping"_s, u"--object"_s, u"{"_s}, 2, "--object is no JSON object: "},
         {{u"post"_s, u"ping"_s, u"--object"_s, u"[1]"_s}, 2, "--object is no JSON object"},
         {{u"post"_s, u"ping"_s, u"--object"_s, u"{}"_s, u"--object-uri"_s, u"x"_s}, 2, "one object"},
         {{u"post"_s, u"ping"_s, u"--object-uri"_s, u"x-coredata://a/B/p1"_s}, 1, "no store has an object"},
-        {{u"history"_s, u"replay"_s}, 2, "needs ID"},
         {{u"history"_s, u"replay"_s, u"nothing"_s}, 1, "no event \"nothing\""},
         {{u"history"_s, u"--last"_s, u"many"_s}, 2, "--last needs a number"},
         {{u"history"_s, u"--last"_s, u"0"_s}, 2, "--last needs a number, at least 1"},

@@ -65,6 +65,27 @@ TEST_F(HostMessagesTest, PeopleAreCalledAsInThePhonebook)
     EXPECT_EQ(shown({u"list"_s, u"user"_s}), QStringList{u"Jane Doe one"_s});
 }
 
+TEST_F(HostMessagesTest, ListsFitTheLinesThatThereAre)
+{
+    const std::pair<QString, QStringList> cases[] = {
+        {u"80"_s, {u"DATE"_s, u"STATE"_s, u"FROM"_s, u"TEXT"_s, u"ID"_s}},
+        {u"50"_s, {u"STATE"_s, u"FROM"_s, u"TEXT"_s, u"ID"_s}},
+    };
+    runHost(
+        {u"messages"_s, u"import"_s, u"-"_s},
+        "<?xml version='1.0' encoding='UTF-8'?>\n<smses><sms address='PARCELS' date='1772359204001' type='1' body='" +
+            QByteArray(200, 'x') + "'/></smses>");
+    for (const auto &[columns, titles] : cases) {
+        const HostOutcome outcome = runHostShell(u"COLUMNS=%1 \"$0\" messages list inbox"_s.arg(columns));
+        const QList<QByteArray> lines = outcome.output.split('\n');
+        for (const QByteArray &line : lines)
+            EXPECT_LE(QString::fromUtf8(line).size(), columns.toInt()) << line.toStdString();
+        for (const QString &title : {u"DATE"_s, u"STATE"_s, u"FROM"_s, u"TEXT"_s, u"ID"_s})
+            EXPECT_EQ(lines.first().contains(title.toUtf8()), titles.contains(title)) << title.toStdString();
+    }
+    EXPECT_THAT(runHost({u"messages"_s, u"list"_s, u"inbox"_s}).output.toStdString(), HasSubstr(std::string(200, 'x')));
+}
+
 TEST_F(HostMessagesTest, WhomAMessageCanNotGoToIsTold)
 {
     const std::pair<QString, const char *> cases[] = {
@@ -80,4 +101,46 @@ TEST_F(HostMessagesTest, WhomAMessageCanNotGoToIsTold)
         EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(problem));
     }
     EXPECT_EQ(shown({u"list"_s, u"drafts"_s}), QStringList());
+}
+
+TEST_F(HostMessagesTest, FoldersAreTheUsersToMakeAndToRemove)
+{
+    const auto messages = [](const QStringList &arguments) { return runHost(QStringList{u"messages"_s} + arguments); };
+    const auto titles = [] {
+        QStringList all;
+        const HostOutcome outcome = runHost({u"--json"_s, u"messages"_s, u"folders"_s});
+        for (const QJsonValue folder : VXJSONFromText(outcome.output).value_or(QJsonValue()).toArray())
+            all.append(folder[u"title"_s].toString() + u':' + QString::number(folder[u"count"_s].toInt()));
+        return all.mid(5).join(u' ');
+    };
+    EXPECT_EQ(messages({u"add-folder"_s, u"My  work"_s}).output, "Made the folder \"My work\".\n");
+    const std::pair<QStringList, const char *> refused[] = {
+        {{u"add-folder"_s, u"my work"_s}, "There is a folder \"my work\" already."},
+        {{u"add-folder"_s, u"Inbox"_s}, "There is a folder \"Inbox\" already."},
+        {{u"add-folder"_s, u" "_s}, "A folder needs a name."},
+        {{u"add-folder"_s, u"b"_s, u"--where"_s, u"txt == 1"_s}, "--where: "},
+        {{u"add-folder"_s, u"b"_s, u"--where"_s, u"state == 1"_s}, "a smart folder shows messages of a phone"},
+        {{u"rename-folder"_s, u"inbox"_s, u"In"_s}, "The folder \"inbox\" keeps its name."},
+        {{u"remove-folder"_s, u"trash"_s}, "The folder \"trash\" stays."},
+        {{u"delete"_s, u"p1"_s, u"p99"_s}, "there is no message \"p99\""},
+    };
+    for (const auto &[arguments, problem] : refused)
+        EXPECT_THAT(messages(arguments).errors.toStdString(), HasSubstr(problem));
+    EXPECT_EQ(messages({u"move"_s, u"p1"_s, u"my work"_s}).status, 0);
+    EXPECT_EQ(messages({u"rename-folder"_s, u"my work"_s, u"Work"_s}).status, 0);
+    EXPECT_EQ(titles(), u"Work:1"_s);
+    EXPECT_THAT(runHost({u"completion"_s, u"words"_s, u"message-folders"_s}).output.toStdString(), HasSubstr("Work"));
+
+    EXPECT_EQ(messages({u"remove-folder"_s, u"work"_s}).status, 0);
+    EXPECT_EQ(titles(), QString());
+    EXPECT_EQ(messages({u"delete"_s, u"p2"_s, u"p3"_s}).status, 0);
+    EXPECT_EQ(shown({u"list"_s, u"trash"_s}),
+              (QStringList{u"+15550199 three"_s, u"Jane Doe two"_s, u"Jane Doe one"_s}));
+    EXPECT_EQ(messages({u"delete"_s, u"p3"_s}).status, 1); // it is there
+    EXPECT_EQ(messages({u"move"_s, u"p3"_s, u"inbox"_s}).status, 0);
+    EXPECT_EQ(messages({u"delete"_s, u"p2"_s, u"--for-good"_s}).status, 0);
+    EXPECT_EQ(messages({u"empty-trash"_s}).output, "Deleted for good: 1.\n");
+    EXPECT_EQ(messages({u"empty-trash"_s}).output, "There is nothing in the trash.\n");
+    EXPECT_EQ(shown({u"list"_s, u"inbox"_s}),
+              (QStringList{u"PARCELS five"_s, u"PARCELS four"_s, u"+15550199 three"_s}));
 }

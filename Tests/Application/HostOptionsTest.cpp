@@ -11,7 +11,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const VXHostCommandTable &table = VXHostCommandTable::standard();
+const VXHostCommandTable &table()
+{
+    return VXHostCommandTable::standard();
+}
 
 } // namespace
 
@@ -40,7 +43,7 @@ TEST(HostOptionsTest, ReadsOptionsWhereverTheyStand)
          u"/h"_s},
     };
     for (const auto &[arguments, command, operands, home] : cases) {
-        const VXHostOptions options(arguments, table);
+        const VXHostOptions options(arguments, table());
         const std::string shown = arguments.join(u' ').toStdString();
         EXPECT_EQ(options.error(), QString()) << shown;
         EXPECT_EQ(options.command() == nullptr ? QString() : options.command()->name, command) << shown;
@@ -67,9 +70,18 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
         {{u"--home="_s, u"info"_s}, u"--home needs a value: DIR"_s},
         {{u"--json=yes"_s, u"info"_s}, u"--json takes no value"_s},
         {{u"--answer"_s, u"maybe"_s, u"info"_s}, u"--answer must be one of default, cancel, ask"_s},
-        {{u"info"_s, u"more"_s}, u"unexpected argument \"more\""_s},
-        {{u"plist"_s}, u"too few arguments: plist needs FILE"_s},
-        {{u"defaults"_s, u"read"_s}, u"too few arguments: defaults needs read|write|delete DOMAIN [KEY] [VALUE]"_s},
+        {{u"info"_s, u"more"_s}, u"info takes nothing more"_s},
+        {{u"plist"_s}, u"plist needs FILE"_s},
+        {{u"new-plugin"_s, u"Hello"_s, u""_s}, u"new-plugin needs NAME DIR"_s},
+        {{u"post"_s, u"a"_s, u"b"_s}, u"post takes no \"b\"; several words go between quotation marks"_s},
+        {{u"defaults"_s}, u"defaults needs one of read, write, delete"_s},
+        {{u"defaults"_s, u"read"_s}, u"read needs DOMAIN [KEY]"_s},
+        {{u"defaults"_s, u"write"_s, u""_s, u"k"_s, u"1"_s}, u"write needs DOMAIN KEY VALUE"_s},
+        {{u"scripting"_s, u"set"_s, u"a"_s, u"b"_s, u""_s}, {}}, // a value may be empty
+        {{u"scripting"_s, u"set"_s, u"a"_s, u""_s, u"c"_s}, u"set needs TARGET PROPERTY VALUE"_s},
+        {{u"triggers"_s}, {}}, // "list" is meant
+        {{u"triggers"_s, u"list"_s, u"p1"_s}, u"list takes nothing more"_s},
+        {{u"triggers"_s, u"--place"_s, u"1"_s}, u"--place does not go with list"_s},
         {{u"--home"_s, u"a"_s, u"info"_s, u"--home"_s, u"b"_s}, u"--home is given twice"_s},
         {{u"--json"_s, u"info"_s, u"--json"_s}, {}},
         {{u"defaults"_s, u"raed"_s}, u"\"raed\" is none of read, write, delete; did you mean \"read\"?"_s},
@@ -77,8 +89,8 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
         {{u"defaults"_s, u"--help"_s}, {}}, // help needs no operands
     };
     for (const auto &[arguments, error] : cases)
-        EXPECT_EQ(VXHostOptions(arguments, table).error(), error) << arguments.join(u' ').toStdString();
-    EXPECT_TRUE(VXHostOptions({u"bad"_s, u"--json"_s}, table).isSet(u"json"_s)); // known after a mistake too
+        EXPECT_EQ(VXHostOptions(arguments, table()).error(), error) << arguments.join(u' ').toStdString();
+    EXPECT_TRUE(VXHostOptions({u"bad"_s, u"--json"_s}, table()).isSet(u"json"_s)); // known after a mistake too
 }
 
 TEST(HostOptionsTest, UsageIsOfTheVerbAndFitsTheTerminal)
@@ -92,14 +104,41 @@ TEST(HostOptionsTest, UsageIsOfTheVerbAndFitsTheTerminal)
         {u"devices"_s, u"rename"_s, u"usage: vornix devices rename DEVICE NAME"_s},
         {u"devices"_s, u"do"_s,
          u"usage: vornix devices do DEVICE ACTION [--object JSON] [--timeout SECONDS]\n              [--json-lines]"_s},
-        {u"plugins"_s, u"list"_s, u"usage: vornix plugins list"_s},
+        {u"plugins"_s, u"remove"_s, u"usage: vornix plugins remove ID"_s},
+        {u"history"_s,
+         {},
+         u"usage: vornix history [list|replay] [OPERAND]... [OPTION]...; see vornix help\n              history"_s},
         {u"sync"_s, u"mine"_s, u"usage: vornix sync DEVICE [--contacts] [--messages] [--calls] [--add] [--yes]"_s},
     };
     for (const auto &[command, verb, usage] : cases)
-        EXPECT_EQ(VXHostUsage(table.find(command), verb), usage);
-    for (const VXHostCommand &command : table.commands()) {
+        EXPECT_EQ(VXHostUsage(table().find(command), verb), usage);
+    for (const VXHostCommand &command : table().commands()) {
         for (const QString &line : VXHostUsage(&command).split(u'\n'))
             EXPECT_LE(line.size(), 79) << line.toStdString();
+    }
+}
+
+TEST(HostOptionsTest, VerbsTakeWhatTheySay)
+{
+    for (const VXHostCommand &command : table().commands()) {
+        const QStringList names = command.verbNames();
+        for (const VXHostOption &option : command.options) {
+            for (const QString &verb : option.verbs)
+                EXPECT_TRUE(names.contains(verb)) << option.name.toStdString();
+        }
+        const QString help = VXHostCommandHelp(command, table());
+        for (const VXHostVerb &verb : command.verbs) {
+            const std::string shown = (command.name + u' ' + verb.name).toStdString();
+            EXPECT_EQ(names.count(verb.name), 1) << shown;
+            const QString line = (verb.name + u' ' + verb.operands).trimmed();
+            EXPECT_TRUE(help.contains(line + u'\n') || help.contains(line + u"]\n"_s)) << shown;
+            if (verb.operands.contains(u','))
+                continue; // one of several ways
+            const QStringList words = verb.operands.split(u' ', Qt::SkipEmptyParts);
+            const QString needed = QString(verb.operands).remove(QRegularExpression(u"\\[[^]]*\\](\\.\\.\\.)?"_s));
+            EXPECT_EQ(needed.split(u' ', Qt::SkipEmptyParts).size(), verb.minimum) << shown;
+            EXPECT_EQ(verb.operands.contains(u"..."_s) ? VXHostVerb::unlimited : words.size(), verb.maximum) << shown;
+        }
     }
 }
 
@@ -125,6 +164,7 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
         {"vornix defaults w", "write"},
         {"vornix help po", "post post-form"},
         {"vornix log --f", "--follow"},
+        {"vornix triggers move p1 --", "--home --json --answer --safe-mode --verbose --version --help --place"},
         {"vornix --ver", "--verbose --version"},
         {"vornix defaults read w", ""},
         {"vornix plugins info ca", "called"},
@@ -136,8 +176,8 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
     for (const auto &[words, offered] : cases) {
         QProcess bash;
         bash.start(u"bash"_s, {u"--norc"_s, u"-s"_s});
-        bash.write(VXHostBashCompletion(table).toUtf8() +
-                   "\nvornix() { [[ $* == *plugins* ]] && echo called || echo \"'$*'\"; }\nIFS=' ' read -r -a "
+        bash.write(VXHostBashCompletion(table()).toUtf8() +
+                   "\nvornix() { [[ $* == *plugins* ]] && echo called || echo \"$*\"; }\nIFS=' ' read -r -a "
                    "COMP_WORDS <<< '" +
                    words + "'\n[[ '" + words +
                    "' == *' ' ]] && COMP_WORDS+=('')\n"
@@ -149,19 +189,46 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
     }
 }
 
+// What stands before decides, where options and their values stand between.
+TEST(HostOptionsTest, FishCompletesOperandsByTheirPlaces)
+{
+    const std::pair<QString, QByteArray> cases[] = {
+        {u"vornix de"_s, "defaults devices"},
+        {u"vornix --home d defaults w"_s, "write"},
+        {u"vornix defaults read w"_s, ""},
+        {u"vornix --answer "_s, "ask cancel default"},
+        {u"vornix log --fol"_s, "--follow"},
+        {u"vornix --home /h devices do one "_s, "--home /h completion words actions one"},
+        {u"vornix triggers add --reactor "_s, "completion words reactors add"},
+        {u"vornix export csv "_s, "completion words stores csv"},
+        {u"vornix export --to f csv calls "_s, "completion words entities calls"},
+        {u"vornix messages move p1 "_s, "completion words message-folders p1"},
+    };
+    for (const auto &[words, offered] : cases) {
+        QProcess fish;
+        fish.start(u"fish"_s, {u"--no-config"_s});
+        fish.write(VXHostFishCompletion(table()).toUtf8() + "\nfunction vornix; echo $argv; end\n" +
+                   "string join -- ' ' (complete -C '" + words.toUtf8() + "' | string replace -r '\\t.*' '')\n");
+        fish.closeWriteChannel();
+        ASSERT_TRUE(fish.waitForFinished()) << fish.errorString().toStdString();
+        EXPECT_EQ(fish.readAllStandardOutput().trimmed(), offered) << words.toStdString();
+        EXPECT_EQ(fish.readAllStandardError(), QByteArray("")) << words.toStdString();
+    }
+}
+
 TEST(HostOptionsTest, DocumentsNameEveryVisibleCommandAndOption)
 {
-    const QString overview = VXHostOverview(table);
-    const QString page = VXHostManPage(table, u"1.0"_s);
+    const QString overview = VXHostOverview(table());
+    const QString page = VXHostManPage(table(), u"1.0"_s);
     EXPECT_FALSE(page.contains(QRegularExpression(u"^\\.[BI] .*\""_s, QRegularExpression::MultilineOption)))
         << "these requests take quotation marks away";
     EXPECT_TRUE(page.contains(u"CONTAINS \\(dqJane\\(dq"_s));
-    for (const VXHostCommand &command : table.commands()) {
+    for (const VXHostCommand &command : table().commands()) {
         EXPECT_EQ(overview.contains(u"\n  "_s + command.name + u' '), !command.isHidden) << command.name.toStdString();
         const QString section = u"\n.SS "_s + QString(command.name).replace(u'-', u"\\-"_s);
         EXPECT_EQ(page.contains(section), !command.isHidden) << command.name.toStdString();
         for (const VXHostOption &option : command.options) {
-            EXPECT_TRUE(VXHostCommandHelp(command, table).contains(u"--"_s + option.name));
+            EXPECT_TRUE(VXHostCommandHelp(command, table()).contains(u"--"_s + option.name));
             EXPECT_TRUE(page.contains(u"\\-\\-"_s + QString(option.name).replace(u'-', u"\\-"_s)));
         }
     }

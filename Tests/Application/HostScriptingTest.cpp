@@ -360,7 +360,7 @@ TEST_F(HostScriptingTest, TheCommandDrivesOtherPrograms)
         {{u"get"_s, player, u"CanGoNext"_s}, 1, "there is no CanGoNext"},
         {{u"set"_s, player, u"Identity"_s, u"x"_s}, 1, "Identity can only be read"},
         {{u"get"_s, u"Peer"_s, u"Identity"_s}, 1, "did you mean \"org.mpris.MediaPlayer2.peer\""},
-        {{u"get"_s, player}, 2, "get takes TARGET PROPERTY"},
+        {{u"get"_s, player}, 2, "get needs TARGET PROPERTY"},
         {{u"dictionaries"_s}, 0, "org.freedesktop.Application"},
         {{u"dictionary"_s, player}, 0, "mpri/paus"},
         {{u"quit"_s, player}, 0, ""},

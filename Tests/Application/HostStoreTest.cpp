@@ -1,6 +1,7 @@
 #include "HostProgram.h"
 #include "VXHostJSON.h"
 #include "VXManagedObjectContext.h"
+#include "VXShownDate.h"
 #include "VXTesting.h"
 
 #include <QtCore/QDir>
@@ -83,11 +84,14 @@ TEST_F(HostStoreTest, ObjectsAreInsertedListedChangedAndDeleted)
         insert(store, u"Call"_s, R"({"number": "1", "date": "2026-01-02T05:04:05.5+02:00", "data": "AQID",
             "extra": {"a": [1, {"$date": "2026-01-01T00:00:00Z"}]}, "caller": "Person/p1", "tags": ["Tag/p1"]})");
 
+        const QString date = VXShownDate(QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC));
         EXPECT_EQ(outputOf({u"list"_s, store, u"Call"_s}),
-                  "OBJECT   date                  number  seconds  data     "
+                  "OBJECT   date                        number  seconds  data     "
                   "extra                                     caller\n"
-                  "Call/p1  2026-01-02T03:04:05Z  1       -        3 bytes  "
-                  "{\"a\":[1,{\"$date\":\"2026-01-01T00:00:00Z\"…  Person/p1\n");
+                  "Call/p1  " +
+                      date.toUtf8() +
+                      "  1       -        3 bytes  "
+                      "{\"a\":[1,{\"$date\":\"2026-01-01T00:00:00Z\"…  Person/p1\n");
         EXPECT_EQ(outputOf({u"list"_s, store, u"Person"_s, u"--sort"_s, u"name:desc"_s}),
                   "OBJECT     name  spouse\nPerson/p2  a b   Person/p1\nPerson/p1  Jane  Person/p2\n");
         const QJsonArray calls =

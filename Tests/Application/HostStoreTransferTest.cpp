@@ -1,6 +1,7 @@
 #include "HostProgram.h"
 #include "VXHostJSON.h"
 #include "VXTesting.h"
+#include "VXUpgradeTesting.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -143,8 +144,8 @@ TEST_F(HostStoreTransferTest, MistakesAreTold)
         int status;
         const char *text;
     } rows[] = {
-        {{u"upgrade"_s, u"calls"_s, u"x"_s}, 2, "upgrade needs NAME"},
-        {{u"export"_s, u"calls"_s}, 2, "export needs NAME and a FOLDER"},
+        {{u"upgrade"_s, u"calls"_s, u"x"_s}, 2, "upgrade takes no \"x\"; several words"},
+        {{u"export"_s, u"calls"_s}, 2, "export needs NAME FOLDER"},
         {{u"export"_s, u"calls"_s, u"x"_s, u"--merge"_s}, 2, "--merge does not go with export"},
         {{u"import"_s, u"calls"_s, u"x"_s, u"--merge"_s, u"--replace"_s}, 2, "exclude each other"},
         {{u"list"_s, u"calls"_s, u"VXCall"_s, u"--yes"_s}, 2, "--yes does not go with list"},
@@ -152,7 +153,9 @@ TEST_F(HostStoreTransferTest, MistakesAreTold)
         {{u"import"_s, u"calls"_s, path(u"none.vxdatastore"_s)}, 1, "Not a recognized data file."},
         {{u"rollback"_s, u"calls"_s}, 1, "no earlier store of calls is known"},
         {{u"rollback"_s, u"calls"_s, path(u"none"_s), u"--yes"_s}, 1, "Not a recognized data file."},
-        {{u"export"_s, u"calls"_s, u""_s}, 2, "the name of the folder is empty"},
+        {{u"export"_s, u"calls"_s, u""_s}, 2, "export needs NAME FOLDER"},
+        {{u"rollback"_s, u"calls"_s, u""_s}, 2, "the name of the folder is empty"},
+        {{u"import"_s, u"calls"_s, u"x"_s, u"--model"_s, u"y"_s}, 2, "--model goes with a PATH"},
         {{u"upgrade"_s, path(u"x.vxdatastore"_s)}, 2, "upgrade takes the NAME of a plugin's store, and no PATH"},
         {{u"export"_s, u"calls"_s, path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), u"--yes"_s},
          1,
@@ -163,4 +166,29 @@ TEST_F(HostStoreTransferTest, MistakesAreTold)
         EXPECT_EQ(outcome.status, row.status) << row.arguments.join(u' ').toStdString();
         EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(row.text));
     }
+}
+
+namespace {
+
+/** With the store of a plugin whose hooks are told what to do. */
+class HostStoreOfPluginTest : public VXUpgradeHomeTest
+{
+};
+
+} // namespace
+
+// Why nothing would be saved the reason says, and the table where.
+TEST_F(HostStoreOfPluginTest, RehearsalThatFailsTellsOfEachEntity)
+{
+    writeOldStore(data(u"notes.vxdatastore"_s), 4);
+    writeNotesPlugin(u"ignores"_s);
+    const QStringList arguments{u"store"_s, u"upgrade"_s, u"notes"_s, u"--dry-run"_s};
+    const HostOutcome outcome = runHost(arguments);
+    EXPECT_EQ(outcome.status, 1) << outcome.errors.toStdString();
+    EXPECT_THAT(outcome.output.toStdString(), testing::ContainsRegex("Tag +2 +0 +2"));
+    EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("2 of \"Tag\" have no new object"));
+    const QJsonObject json =
+        VXJSONFromText(runHost(arguments + QStringList{u"--json"_s}).output).value_or(QJsonValue()).toObject();
+    EXPECT_THAT(json.value(u"error"_s).toString().toStdString(), HasSubstr("2 of \"Tag\" have no new object"));
+    EXPECT_EQ(json.value(u"entities"_s).toArray().size(), 4);
 }

@@ -127,6 +127,9 @@ TEST_F(HostTriggersTest, TellsOfFiltersThatAskForWhatEventsDoNotHave)
         {u"from CONTAINS Jane"_s,
          "The filter asks for \"Jane\", but objects of incoming_call have only direction, from, "},
         {u"frm CONTAINS \"Jane\""_s, "texts stand in quotation marks; did you mean \"from\"?"},
+        {u"from CONTAINS Jane"_s, "texts stand in quotation marks, as \"Jane\"\n"},
+        {u"contact.groups CONTAINS \"Family\""_s, "; ANY contact.groups.name == \"Family\" asks for one"},
+        {u"ANY contact.groups.name == \"Family\""_s, ""},
         {u"from CONTAINS \"Jane\" AND NOT (contact.name == NULL OR duration > 5)"_s, ""},
     };
     for (const auto &[filter, doubt] : cases) {

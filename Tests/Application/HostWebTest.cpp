@@ -107,11 +107,12 @@ protected:
         const HostOutcome outcome = vornix(arguments);
         ASSERT_EQ(outcome.status, 0) << outcome.errors.toStdString();
     }
-    void postCall(const QString &from)
+    std::string postCall(const QString &from)
     {
-        const HostOutcome outcome = vornix({u"post"_s, u"incoming_call"_s, u"--subtype"_s, u"ended"_s, u"--object"_s,
-                                            u"{\"from\": \"%1\", \"duration\": 61}"_s.arg(from)});
+        const HostOutcome outcome = vornix({u"post"_s, u"incoming_call"_s, u"--subtype"_s, u"ended"_s, u"--trace"_s,
+                                            u"--object"_s, u"{\"from\": \"%1\", \"duration\": 61}"_s.arg(from)});
         EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+        return outcome.output.toStdString();
     }
     QJsonArray outbox(const QStringList &arguments = {u"list"_s})
     {
@@ -126,7 +127,7 @@ TEST_F(HostOutboxTest, WhatTheServerWasAwayForIsSentOnceItIsBack)
     addTrigger(u"/form"_s, {u"fields=caller=from,duration"_s, u"extra=note=@/etc/hostname"_s});
     server.stop();
     postCall(u"Jane"_s);
-    postCall(u"John"_s);
+    EXPECT_THAT(postCall(u"John"_s), HasSubstr(" ms: The form is in the outbox as p2, to be sent.\n"));
     QJsonArray list = outbox();
     ASSERT_EQ(list.size(), 2);
     EXPECT_EQ(list[0][u"state"].toString(), u"queued"_s);

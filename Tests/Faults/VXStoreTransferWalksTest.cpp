@@ -21,10 +21,10 @@ protected:
         QDir(path()).mkpath(u"out"_s);
     }
     // A store that needs no upgrade.
-    void writePresentStore(int count) const
+    void writePresentStore(int count, const QString &migration = {}) const
     {
         writeOldStore(live, count, u"1.2"_s, u"org.example.notes"_s, newSource());
-        writeNotesPlugin({}, {{u"FixtureDescription"_s, u"Notes"_s}});
+        writeNotesPlugin(migration, {{u"FixtureDescription"_s, u"Notes"_s}});
     }
     void start() const
     {
@@ -70,17 +70,26 @@ protected:
     const QString out = path(u"out/notes.vxdatastore"_s);
 };
 
-TEST_F(VXStoreTransferWalks, Upgrade)
+/** Those of which a copy is made, which may be one of rows. */
+class VXStoreCopyWalks : public VXStoreTransferWalks, public testing::WithParamInterface<bool>
+{
+protected:
+    QString migration() const { return GetParam() ? u"rows"_s : QString(); }
+    // No hook was called where the rows were to be copied.
+    bool isCopiedAsTold() const { return notesPlugin().property("version").isValid() != GetParam(); }
+};
+
+TEST_P(VXStoreCopyWalks, Upgrade)
 {
     VXFailureWalk upgrade = walk();
     upgrade.prepare = [&] {
         startAnew();
         writeOldStore(live, 20);
-        writeNotesPlugin();
+        writeNotesPlugin(migration());
     };
     upgrade.operation = [&] {
         start();
-        return isOpen();
+        return isOpen() && isCopiedAsTold();
     };
     upgrade.state = [&] {
         const QString found = QFileInfo::exists(live) ? live : live + ".upgrading"_L1;
@@ -90,6 +99,25 @@ TEST_F(VXStoreTransferWalks, Upgrade)
     upgrade.mayRefuseWhatIsDone = true; // the new store is there, and cannot be opened on a full disk
     upgrade.run();
 }
+
+TEST_P(VXStoreCopyWalks, ValidatedExport)
+{
+    VXFailureWalk exports = walk();
+    exports.prepare = [&] {
+        startAnew();
+        writePresentStore(20, migration());
+    };
+    exports.operation = [&] {
+        manager().startup();
+        return isOpen() && !notesPlugin().exportStoreTo(out, true) && isCopiedAsTold();
+    };
+    exports.state = [&] { return QStringList{contentsOfStore(out), contentsOfStore(live)}; };
+    exports.mayRefuseWhatIsDone = true;
+    exports.run();
+}
+
+INSTANTIATE_TEST_SUITE_P(, VXStoreCopyWalks, testing::Values(false, true),
+                         [](const auto &each) { return each.param ? "OfRows" : "OfObjects"; });
 
 TEST_F(VXStoreTransferWalks, Merge)
 {
@@ -149,20 +177,18 @@ TEST_F(VXStoreTransferWalks, TakeBack)
 
 TEST_F(VXStoreTransferWalks, Export)
 {
-    for (const bool validates : {false, true}) {
-        VXFailureWalk exports = walk();
-        exports.prepare = [&] {
-            startAnew();
-            writePresentStore(20);
-        };
-        exports.operation = [&] {
-            manager().startup();
-            return isOpen() && !notesPlugin().exportStoreTo(out, validates);
-        };
-        exports.state = [&] { return QStringList{contentsOfStore(out), contentsOfStore(live)}; };
-        exports.mayRefuseWhatIsDone = true;
-        exports.run();
-    }
+    VXFailureWalk exports = walk();
+    exports.prepare = [&] {
+        startAnew();
+        writePresentStore(20);
+    };
+    exports.operation = [&] {
+        manager().startup();
+        return isOpen() && !notesPlugin().exportStoreTo(out, false);
+    };
+    exports.state = [&] { return QStringList{contentsOfStore(out), contentsOfStore(live)}; };
+    exports.mayRefuseWhatIsDone = true;
+    exports.run();
 }
 
 } // namespace

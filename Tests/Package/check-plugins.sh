@@ -49,6 +49,7 @@ build "$folder" "$folder/kinds"
 for kind in data exporter reactor interface phonebook device conduit; do
   export VORNIX_PLUGIN_PATH=$folder/kinds/new/$kind
   expect "" vornix plugins enable "org.example.try$kind"
+  ctest --test-dir "$folder/kinds/new/$kind" --output-on-failure >"$folder/tests.log" || { cat "$folder/tests.log"; exit 1; }
 done
 expect "Try reactor is loaded" vornix log
 

@@ -98,6 +98,19 @@ TEST_F(VXContentLineExportersTest, CardsHaveTheContactsValues)
     EXPECT_EQ(readFile(file), before);
 }
 
+TEST_F(VXContentLineExportersTest, NothingIsPutBehindWhatIsOfAnotherFormat)
+{
+    const QVariantMap jane{{u"firstName"_s, u"Jane"_s}};
+    for (const QString &exporter : {u"VCardExporterPlugin"_s, u"JSONLinesExporterPlugin"_s, calendar}) {
+        const QString file = writeFile(exporter, "Buy milk\n");
+        EXPECT_FALSE(VXExport(exporter, {jane}, file).isNull()) << exporter.toStdString();
+        EXPECT_EQ(readFile(file), QByteArray("Buy milk\n"));
+    }
+    const QString cards = writeFile(u"b.vcf"_s, "\xef\xbb\xbf\nbegin:vcard\nend:vcard");
+    EXPECT_EQ(VXExport(u"VCardExporterPlugin"_s, {jane}, cards), QString());
+    EXPECT_EQ(linesOf(readFile(cards), "FN"), QByteArrayList{"FN:Jane"});
+}
+
 TEST_F(VXContentLineExportersTest, CalendarEntriesTellOfCallsAndMessages)
 {
     const QDateTime date({2026, 1, 31}, {17, 5, 9}, Qt::OffsetFromUTC, 3600);

@@ -106,6 +106,15 @@ TEST_F(VXTableExportersTest, CSVOptionsAndTheExistingHeaderDecideTheColumns)
     EXPECT_EQ(rows(), QByteArray("[['from'], [\"'@1\"]]"));
 }
 
+// Of records that are not stored too, which know it as little as their contact.
+TEST_F(VXTableExportersTest, CSVAsksWhoACallWasWith)
+{
+    const QVariantMap call{{u"from"_s, u"Jane <+1 555 0100>"_s}, {u"direction"_s, 1}};
+    EXPECT_EQ(VXExport(csv, {call, QVariantMap{{u"who"_s, u"Joe"_s}}}, file, {{u"columns"_s, u"who, from"_s}}),
+              QString());
+    EXPECT_EQ(readFile(file), QByteArray("who,from\r\nJane,Jane <+1 555 0100>\r\nJoe,\r\n"));
+}
+
 TEST_F(VXTableExportersTest, CSVJoinsWhatTheFileHolds)
 {
     const QVariantMap call{{u"from"_s, u"Doe, J"_s}, {u"length"_s, 3}};

@@ -120,12 +120,3 @@ QStringList VXDiagnosticRecorder::texts() const
     const VXMutexLocker lock(recordedLock);
     return recorded;
 }
-
-int main(int argc, char **argv)
-{
-    testing::InitGoogleTest(&argc, argv);
-    const QTemporaryDir home; // for what runs outside a VXHomeTest: never the user's own
-    VXSetHomeFolder(home.path());
-    const QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
-}

@@ -1,10 +1,9 @@
+#include "VXErrorText.h"
 #include "VXHostCommands.h"
-#include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPropertyList.h"
-#include "VXStoreAccess.h"
 #include "VXUserDefaults.h"
 #include "VXUserFolders.h"
 
@@ -60,13 +59,8 @@ int runDelete(VXHostContext &context, const QString &domain, const QString &key)
 int runDefaults(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
-    const QString verb = options.operand(0);
-    const bool writes = verb == "write"_L1;
-    if (writes != (options.operands().size() == 4)) {
-        const QString expected = writes ? u"write needs DOMAIN KEY VALUE"_s : u"%1 needs DOMAIN [KEY]"_s.arg(verb);
-        return context.output.failUsage(expected, VXHostUsage(options.command()));
-    }
-    if (writes)
+    const QString verb = options.verb();
+    if (verb == "write"_L1)
         return runWrite(context, options.operand(1), options.operand(2), options.operand(3));
     if (verb == "read"_L1)
         return runRead(context, options.operand(1), options.operand(2));
@@ -79,14 +73,14 @@ VXHostCommand VXDefaultsCommand()
 {
     return {.name = u"defaults"_s,
             .summary = u"Read, write and delete preferences"_s,
-            .synopsis = u"read|write|delete DOMAIN [KEY] [VALUE]"_s,
             .details =
                 u"\"read DOMAIN [KEY]\" shows the values of a domain, or one of them. \"write DOMAIN KEY VALUE\" "
                 "stores a value. \"delete DOMAIN [KEY]\" removes one value, or the whole domain.\n"
                 "Values are JSON; data is {\"$data\": BASE64} and a date is {\"$date\": ISO 8601}. The "
                 "application's own domain is \"com.halvern.VNX2\"."_s,
-            .minimumOperands = 2,
-            .maximumOperands = 4,
-            .firstOperands = {u"read"_s, u"write"_s, u"delete"_s},
+            .verbs = {{u"read"_s, u"DOMAIN [KEY]"_s, 1, 2},
+                      {u"write"_s, u"DOMAIN KEY VALUE"_s, 3, 3},
+                      {u"delete"_s, u"DOMAIN [KEY]"_s, 1, 2}},
+            .needsVerb = true,
             .run = runDefaults};
 }

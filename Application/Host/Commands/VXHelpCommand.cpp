@@ -67,11 +67,9 @@ VXHostCommand VXCompletionCommand()
 {
     return {.name = u"completion"_s,
             .summary = u"Write a completion script for a shell"_s,
-            .synopsis = u"bash|zsh|fish"_s,
             .details = u"For example, in ~/.bashrc: source <(vornix completion bash)"_s,
-            .minimumOperands = 1,
-            .maximumOperands = 3,
-            .firstOperands = {u"bash"_s, u"zsh"_s, u"fish"_s, u"words"_s},
+            .verbs = {{u"bash"_s}, {u"zsh"_s}, {u"fish"_s}, {u"words"_s, u"KIND [OF]"_s, 1, 2}},
+            .needsVerb = true,
             .run = runCompletion};
 }
 

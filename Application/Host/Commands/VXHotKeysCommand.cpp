@@ -2,8 +2,9 @@
 #include "VXDesktopServices.h"
 #include "VXDeviceAction.h"
 #include "VXDeviceReport.h"
+#include "VXErrorText.h"
 #include "VXHostCommands.h"
-#include "VXHostHelp.h"
+#include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXHotKeyManager.h"
@@ -59,7 +60,7 @@ int listHotKeys(VXHostContext &context, VXHotKeyManager &manager)
         rows.append({hotKey->identifier(), keys.isNull() ? u"-"_s : keys, hotKey->title()});
         json.append(QJsonObject{{u"identifier"_s, hotKey->identifier()},
                                 {u"title"_s, hotKey->title()},
-                                {u"keys"_s, keys.isNull() ? QJsonValue() : QJsonValue(keys)}});
+                                {u"keys"_s, VXJSONFromVariant(keys)}});
     }
     context.output.answer(VXTextTable(rows), json);
     return VXHostOutput::Done;
@@ -75,10 +76,10 @@ bool findHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString 
     return false;
 }
 
-int bindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &identifier, const QString &keys)
+int bindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &identifier)
 {
     QString reason;
-    const std::optional<VXKeyCombination> combination = VXKeyCombination::fromText(keys, &reason);
+    const auto combination = VXKeyCombination::fromText(context.options.operand(2), &reason);
     if (!combination)
         return context.output.fail(reason);
     for (const QString &other : manager.hotKeys().keys()) {
@@ -113,7 +114,7 @@ public:
     ErrorKeeper(Policy policy, QStringList &errors) : VXTerminalUserInterface(policy), _errors(errors) {}
 
 protected:
-    void showError(const VXError &error) override { _errors.append(VXTextOfError(error)); }
+    void showError(const VXError &error) override { _errors.append(VXErrorText(error)); }
 
 private:
     QStringList &_errors;
@@ -180,37 +181,36 @@ int showStatus(VXHostContext &context, VXHotKeyManager &manager)
     const QString problem = service->problem();
     const QString headline = problem.isNull() ? u"Hot keys go through: %1\n"_s.arg(service->name())
                                               : u"Hot keys do not work here: %1\n"_s.arg(problem);
-    context.output.answer(headline + (rows.isEmpty() ? u"No keys are bound.\n"_s : VXTextTable(rows)),
-                          QJsonObject{{u"service"_s, service->name()},
-                                      {u"problem"_s, problem.isNull() ? QJsonValue() : QJsonValue(problem)},
-                                      {u"hotKeys"_s, json}});
+    context.output.answer(
+        headline + (rows.isEmpty() ? u"No keys are bound.\n"_s : VXTextTable(rows)),
+        QJsonObject{{u"service"_s, service->name()}, {u"problem"_s, VXJSONFromVariant(problem)}, {u"hotKeys"_s, json}});
     return VXHostOutput::Done;
 }
 
+struct Verb : VXHostVerb
+{
+    int (*run)(VXHostContext &context, VXHotKeyManager &manager);
+    int (*runWithKey)(VXHostContext &context, VXHotKeyManager &manager, const QString &identifier);
+};
+
+const Verb verbs[] = {
+    {{u"list"_s}, listHotKeys, nullptr},
+    {{u"bind"_s, u"ID KEYS"_s, 2, 2}, nullptr, bindHotKey},
+    {{u"unbind"_s, u"ID"_s, 1, 1}, nullptr, unbindHotKey},
+    {{u"press"_s, u"ID"_s, 1, 1}, nullptr, pressHotKey},
+    {{u"status"_s}, showStatus, nullptr},
+};
+
 int runHotKeys(VXHostContext &context)
 {
-    const VXHostOptions &options = context.options;
-    const QString verb = options.operands().value(0, u"list"_s);
-    const qsizetype needed = verb == "bind"_L1 ? 3 : verb == "unbind"_L1 || verb == "press"_L1 ? 2 : 1;
-    if (options.operands().size() != needed && !options.operands().isEmpty()) {
-        const QString expected = needed == 3   ? u"bind needs ID KEYS"_s
-                                 : needed == 2 ? u"%1 needs ID"_s.arg(verb)
-                                               : u"%1 takes no operands"_s.arg(verb);
-        return context.output.failUsage(expected, VXHostUsage(options.command()));
-    }
+    const Verb &verb = context.options.verbIn(verbs);
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         VXHotKeyManager &manager = VXHotKeyManager::sharedHotKeyManager();
-        if (verb == "status"_L1)
-            return showStatus(context, manager);
-        if (verb == "list"_L1)
-            return listHotKeys(context, manager);
-        const QString identifier = options.operand(1);
-        if (!findHotKey(context, manager, identifier))
-            return static_cast<int>(VXHostOutput::Failed);
-        if (verb == "bind"_L1)
-            return bindHotKey(context, manager, identifier, options.operand(2));
-        return verb == "unbind"_L1 ? unbindHotKey(context, manager, identifier)
-                                   : pressHotKey(context, manager, identifier);
+        if (verb.run != nullptr)
+            return verb.run(context, manager);
+        const QString identifier = context.options.operand(1);
+        return findHotKey(context, manager, identifier) ? verb.runWithKey(context, manager, identifier)
+                                                        : static_cast<int>(VXHostOutput::Failed);
     });
 }
 
@@ -220,7 +220,6 @@ VXHostCommand VXHotKeysCommand()
 {
     return {.name = u"hotkeys"_s,
             .summary = u"Show and bind key combinations that work in every program"_s,
-            .synopsis = u"[list|bind|unbind|press|status] [ID] [KEYS]"_s,
             .details = u"\"list\" shows the commands that keys can be bound to. \"bind ID KEYS\" binds one, as to "
                        "\"Ctrl+Alt+D\" or \"Super+F5\"; event:NAME as ID makes a hot key that posts the event "
                        "\"hot_key\" with the "
@@ -228,9 +227,7 @@ VXHostCommand VXHotKeysCommand()
                        "do, and waits for it. \"status\" "
                        "tells by which service of the desktop hot keys work here, or why they do not.\n"
                        "\"vornix run\" listens for the keys; it follows changes."_s,
-            .options =
-                {{u"service"_s, u"NAME"_s, u"The service that status asks: x11 or portal"_s, {u"x11"_s, u"portal"_s}}},
-            .maximumOperands = 3,
-            .firstOperands = {u"list"_s, u"bind"_s, u"unbind"_s, u"press"_s, u"status"_s},
+            .options = {{u"service"_s, u"NAME"_s, u"The service to ask"_s, {u"x11"_s, u"portal"_s}, {u"status"_s}}},
+            .verbs = VXHostVerbsOf(verbs),
             .run = runHotKeys};
 }

@@ -2,13 +2,14 @@
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXHostCommands.h"
+#include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXUserDefaults.h"
+#include "VXVersions.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonObject>
-#include <QtCore/QSysInfo>
 
 #include <vector>
 
@@ -16,30 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Row
-{
-    QString key;   // in the JSON object
-    QString title; // for people
-    QString value; // null: there is none
-};
-
-QString systemVersionText()
-{
-    return u"%1.%2"_s.arg(QString::number(VX_OSX_VERSION >> 8, 16)).arg((VX_OSX_VERSION >> 4) & 0xf);
-}
-
-std::vector<Row> versions()
-{
-    const QString application =
-        VXBundle::mainBundle()->objectForInfoDictionaryKey(u"CFBundleShortVersionString"_s).toString();
-    return {{u"application"_s, u"Application"_s, application},
-            {u"framework"_s, u"Framework"_s, VXFrameworkVersion()},
-            {u"qt"_s, u"Qt"_s, QString::fromLatin1(qVersion())},
-            {u"system"_s, u"System"_s, QSysInfo::prettyProductName()},
-            {u"compatibleSystem"_s, u"Compatible with system"_s, systemVersionText()}};
-}
-
-std::vector<Row> folders()
+std::vector<VXTitledValue> folders()
 {
     const VXFileManager &files = VXFileManager::defaultManager();
     const auto bundle = VXBundle::mainBundle();
@@ -59,29 +37,29 @@ std::vector<Row> folders()
             {u"builtInPlugIns"_s, u"Built-in plugins"_s, bundle->builtInPlugInsPath()}};
 }
 
-QJsonObject object(const std::vector<Row> &rows)
+QJsonObject object(const std::vector<VXTitledValue> &rows)
 {
     QJsonObject result;
-    for (const Row &row : rows)
-        result.insert(row.key, row.value.isNull() ? QJsonValue() : QJsonValue(row.value));
+    for (const VXTitledValue &row : rows)
+        result.insert(row.key, VXJSONFromVariant(row.value));
     return result;
 }
 
-QString lines(const std::vector<Row> &rows, qsizetype width)
+QString lines(const std::vector<VXTitledValue> &rows, qsizetype width)
 {
     QString text;
-    for (const Row &row : rows)
+    for (const VXTitledValue &row : rows)
         text += "  "_L1 + row.title.leftJustified(width + 2) + (row.value.isNull() ? u"none"_s : row.value) + u'\n';
     return text;
 }
 
 int runInfo(VXHostContext &context)
 {
-    const auto versionRows = versions();
+    const auto versionRows = VXVersions();
     const auto folderRows = folders();
     qsizetype width = 0;
     for (const auto *rows : {&versionRows, &folderRows}) {
-        for (const Row &row : *rows)
+        for (const VXTitledValue &row : *rows)
             width = std::max(width, row.title.size());
     }
     context.output.answer(u"Versions\n"_s + lines(versionRows, width) + u"\nFolders\n"_s + lines(folderRows, width),

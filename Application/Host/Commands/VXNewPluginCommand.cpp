@@ -65,8 +65,6 @@ int runNewPlugin(VXHostContext &context)
         return context.output.fail(
             u"its store would be called \"%1\", as that of the plugin %2; give it another NAME"_s.arg(store, owner));
 
-    if (options.operand(1).isEmpty())
-        return context.output.failUsage(u"DIR is empty"_s, VXHostUsage(options.command()));
     const QString folder = QDir::cleanPath(options.operand(1));
     VXPluginTemplate files(name, kind, identifier);
     if (!files.writeToFolder(folder, &error))

@@ -1,5 +1,4 @@
 #include "VXHostCommands.h"
-#include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXOutboxReport.h"
@@ -9,11 +8,21 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QSet>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
 using Entries = QList<VXOutboxEntry>;
+
+// Of what is perhaps sent already a second one goes out only by its name: who means "the phone is back" sends no doubles.
+bool isMeantByAll(const VXOutboxEntry &entry, bool isRetry)
+{
+    if (entry.state == VXOutboxState::Sending)
+        return false;
+    return !isRetry || entry.state == VXOutboxState::Queued || entry.state == VXOutboxState::Failed;
+}
 
 // The entries that the operand names: "p12" or "12", or "all" of those that the verb can do something with.
 std::optional<Entries> chosen(VXHostContext &context, const VXOutbox &outbox, bool isRetry)
@@ -29,10 +38,14 @@ std::optional<Entries> chosen(VXHostContext &context, const VXOutbox &outbox, bo
     for (const VXOutboxEntry &entry : *all) {
         const bool isNamed =
             operand == QString::number(entry.number) || operand == u'p' + QString::number(entry.number);
-        const bool isOpen = entry.state != VXOutboxState::Sending && !(isRetry && entry.state == VXOutboxState::Sent);
-        if (isNamed || (operand == "all"_L1 && isOpen))
+        if (isNamed || (operand == "all"_L1 && isMeantByAll(entry, isRetry)))
             found.append(entry);
     }
+    const auto left = std::ranges::count(*all, VXOutboxState::PerhapsSent, &VXOutboxEntry::state);
+    if (operand == "all"_L1 && isRetry && left > 0)
+        context.output.note(
+            u"left alone, for nobody knows whether they arrived: %1; \"vornix outbox retry ID\" sends one "
+            "again"_s.arg(left));
     if (!found.isEmpty() || operand == "all"_L1)
         return found;
     context.output.fail(u"there is no entry \"%1\"; \"vornix outbox list\" shows those there are"_s.arg(operand));
@@ -91,22 +104,25 @@ int retry(VXHostContext &context, const VXOutbox &outbox)
     return VXAnswerTries(context, outbox, *entries);
 }
 
+struct Verb : VXHostVerb
+{
+    int (*run)(VXHostContext &context, const VXOutbox &outbox);
+};
+
+const Verb verbs[] = {
+    {{u"list"_s}, list},
+    {{u"retry"_s, u"ID|all"_s, 1, 1}, retry},
+    {{u"drop"_s, u"ID|all"_s, 1, 1}, drop},
+};
+
 int runOutbox(VXHostContext &context)
 {
-    const QString verb = context.options.operands().value(0, u"list"_s);
-    const QString usage = VXHostUsage(context.options.command());
-    if (verb != "list"_L1 && context.options.operand(1).isEmpty())
-        return context.output.failUsage(u"%1 needs ID"_s.arg(verb), usage);
-    if (verb == "list"_L1 && !context.options.operand(1).isNull())
-        return context.output.failUsage(u"list takes nothing more"_s, usage);
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return context.output.fail(u"there is no outbox; \"vornix log\" may tell why"_s);
         VXOutboxRunner::settleInterrupted(*outbox);
-        return verb == "list"_L1    ? list(context, *outbox)
-               : verb == "retry"_L1 ? retry(context, *outbox)
-                                    : drop(context, *outbox);
+        return context.options.verbIn(verbs).run(context, *outbox);
     });
 }
 
@@ -117,14 +133,11 @@ VXHostCommand VXOutboxCommand()
     return {
         .name = u"outbox"_s,
         .summary = u"Show and change what is to be sent"_s,
-        .synopsis = u"[list|retry|drop] [ID|all]"_s,
         .details =
             u"\"list\" shows what waits to be sent, and what came of the rest. \"retry ID\" sends an entry now, also "
             "one that was refused or is perhaps sent; what waits before it for the same destination is tried first, "
             "and while that can not be sent the entry waits behind it. \"drop ID\" forgets one, also one that still "
             "waits."_s,
-        .minimumOperands = 0,
-        .maximumOperands = 2,
-        .firstOperands = {u"list"_s, u"retry"_s, u"drop"_s},
+        .verbs = VXHostVerbsOf(verbs),
         .run = runOutbox};
 }

@@ -29,11 +29,6 @@ struct Answer
     QStringList columns;
 };
 
-QJsonValue jsonText(const QString &text)
-{
-    return text.isNull() ? QJsonValue() : QJsonValue(text);
-}
-
 Answer split(const QString &text)
 {
     QString name;
@@ -43,10 +38,10 @@ Answer split(const QString &text)
     const QString letters = VXStringFromPhonebookTypeMask(type);
     return {{{u"text"_s, text},
              {u"result"_s, isAddress},
-             {u"name"_s, jsonText(name)},
-             {u"value"_s, jsonText(value)},
+             {u"name"_s, VXJSONFromVariant(name)},
+             {u"value"_s, VXJSONFromVariant(value)},
              {u"type"_s, qint64(type)},
-             {u"letters"_s, jsonText(letters)}},
+             {u"letters"_s, VXJSONFromVariant(letters)}},
             {isAddress ? u"address"_s : u"-"_s, letters, value, name}};
 }
 
@@ -59,7 +54,8 @@ Answer searchString(const QString &number)
 Answer format(const QString &number, const QString &pattern)
 {
     const QString result = pattern.isNull() ? VXFormatPhoneNumber(number) : VXPhoneNumberWithFormat(number, pattern);
-    return {{{u"number"_s, number}, {u"result"_s, jsonText(result)}}, {result.isNull() ? u"-"_s : result, number}};
+    return {{{u"number"_s, number}, {u"result"_s, VXJSONFromVariant(result)}},
+            {result.isNull() ? u"-"_s : result, number}};
 }
 
 Answer match(const QString &a, const QString &b)
@@ -106,87 +102,84 @@ bool forEachText(const VXHostContext &context, Function function)
     return input.error() == QFile::NoError;
 }
 
+int ended(VXHostContext &context, bool couldRead)
+{
+    return couldRead ? static_cast<int>(VXHostOutput::Done) : context.output.fail(u"cannot read standard input"_s);
+}
+
 int runMatch(VXHostContext &context)
 {
     const QStringList operands = context.options.operands();
-    const QString usage = VXHostUsage(context.options.command());
-    if (operands.size() != 1 && operands.size() != 3)
-        return context.output.failUsage(u"match needs two lists, or lines with a tab between two"_s, usage);
+    if (operands.size() == 2)
+        return context.output.failUsage(u"match needs two lists, or lines with a tab between two"_s,
+                                        VXHostUsage(context.options));
     context.output.beginParts();
     if (operands.size() == 3) {
         write(context.output, match(operands[1], operands[2]));
         return VXHostOutput::Done;
     }
     bool wellFormed = true;
-    const bool read = forEachText(context, [&](const QString &line) {
+    const bool couldRead = forEachText(context, [&](const QString &line) {
         const qsizetype tab = line.indexOf(u'\t');
         wellFormed = wellFormed && tab >= 0;
         if (tab >= 0)
             write(context.output, match(line.first(tab), line.sliced(tab + 1)));
     });
-    if (!wellFormed)
-        return context.output.fail(u"a line without a tab between two lists was left out"_s);
-    return read ? static_cast<int>(VXHostOutput::Done) : context.output.fail(u"cannot read standard input"_s);
+    return wellFormed ? ended(context, couldRead)
+                      : context.output.fail(u"a line without a tab between two lists was left out"_s);
 }
 
-// A verb about the contacts that are kept.
-int runContacts(VXHostContext &context, const VXContactVerb &verb)
+template <class Function>
+int runForEachText(VXHostContext &context, Function answer)
 {
-    const qsizetype count = context.options.operands().size() - 1;
-    if (count < verb.minimum)
-        return context.output.failUsage(u"%1 needs %2"_s.arg(verb.name, verb.usage), VXContactUsage(verb));
-    if (count > verb.maximum) {
-        const QString first = context.options.operand(verb.maximum + 1);
-        const QString hint = verb.maximum > 0 ? u"; several words go between quotation marks"_s : QString();
-        return context.output.failUsage(u"%1 takes no \"%2\""_s.arg(verb.name, first) + hint, VXContactUsage(verb));
-    }
-    return VXRunWithPlugins(context, [&](VXPluginManager &) { return verb.run(context); });
+    context.output.beginParts();
+    return ended(context, forEachText(context, [&](const QString &text) { write(context.output, answer(text)); }));
 }
 
-// Each with the verbs that it goes with.
-QList<VXHostOption> contactOptions()
+int runSplit(VXHostContext &context)
 {
-    QList<VXHostOption> options = VXContactOptions();
-    for (VXHostOption &option : options) {
-        for (const VXContactVerb &verb : VXContactVerbs()) {
-            if (verb.options.contains(option.name))
-                option.verbs.append(verb.name);
-        }
-    }
-    return options;
+    return runForEachText(context, split);
 }
+
+int runSearchString(VXHostContext &context)
+{
+    return runForEachText(context, searchString);
+}
+
+int runFormat(VXHostContext &context)
+{
+    const QString pattern = context.options.value(u"pattern"_s);
+    return runForEachText(context, [&](const QString &text) { return format(text, pattern); });
+}
+
+struct Verb : VXHostVerb
+{
+    int (*run)(VXHostContext &context);
+};
+
+const Verb textVerbs[] = {
+    {{u"split"_s, u"[TEXT]..."_s, 0, VXHostVerb::unlimited}, runSplit},
+    {{u"search-string"_s, u"[TEXT]..."_s, 0, VXHostVerb::unlimited}, runSearchString},
+    {{u"format"_s, u"[TEXT]..."_s, 0, VXHostVerb::unlimited}, runFormat},
+    {{u"match"_s, u"[A B]"_s, 0, 2}, runMatch},
+};
 
 int runPhonebook(VXHostContext &context)
 {
-    const QString verb = context.options.operand(0);
-    const auto contacts = std::ranges::find(VXContactVerbs(), verb, &VXContactVerb::name);
-    if (contacts != VXContactVerbs().cend())
-        return runContacts(context, *contacts);
-    if (verb == "match"_L1)
-        return runMatch(context);
-    context.output.beginParts();
-    const bool read = forEachText(context, [&](const QString &text) {
-        if (verb == "split"_L1)
-            write(context.output, split(text));
-        else if (verb == "search-string"_L1)
-            write(context.output, searchString(text));
-        else
-            write(context.output, format(text, context.options.value(u"pattern"_s)));
-    });
-    return read ? static_cast<int>(VXHostOutput::Done) : context.output.fail(u"cannot read standard input"_s);
+    const QString name = context.options.verb();
+    if (const auto found = std::ranges::find(textVerbs, name, &Verb::name); found != std::end(textVerbs))
+        return found->run(context);
+    const VXContactVerb &verb = context.options.verbIn(VXContactVerbs());
+    return VXRunWithPlugins(context, [&](VXPluginManager &) { return verb.run(context); });
 }
 
 } // namespace
 
 VXHostCommand VXPhonebookCommand()
 {
-    QStringList verbs{u"split"_s, u"search-string"_s, u"format"_s, u"match"_s};
-    for (const VXContactVerb &verb : VXContactVerbs())
-        verbs.append(verb.name);
     return {
         .name = u"phonebook"_s,
         .summary = u"Keep contacts, look them up, and take addresses apart"_s,
-        .synopsis = verbs.join(u'|') + u" [TEXT|FILE]..."_s,
         .details =
             u"\"lookup STRING\" shows whose phone number or e-mail address that is, \"complete TEXT\" what a beginning "
             u"may become. "
@@ -200,19 +193,21 @@ VXHostCommand VXPhonebookCommand()
             "or else by name and address, take over what is new. It ends with status 1 when a card could not be read, "
             "though the others are taken. \"export FILE\" writes all of them (\"-\": to standard output). "
             "\"duplicates\" "
-            "shows contacts of one name that share a number or an address. \"undo-import\" takes the last import or "
+            "shows contacts of one name that share a number or an address; with their number in that list, or a name "
+            "or ID of "
+            "theirs, only these, and with several IDs just those contacts. \"undo-import\" takes the last import or "
             "merge back.\n\"split\" shows type letters, address and name of phonebook strings such as \"Jane "
             "<555-0100/Hm>\". "
             "\"search-string\" shows the form under which numbers are compared. \"format\" shows numbers in "
             "the user's address-book format, or in that of --pattern. \"match A B\" tells whether two lists "
             "name the same addresses. Without TEXT these four take the lines of standard input; for \"match\" each "
             "holds two lists with a tab between them."_s,
-        .options = contactOptions() + QList<VXHostOption>{{.name = u"pattern"_s,
-                                                           .placeholder = u"PATTERN"_s,
-                                                           .summary = u"# stands for a digit, 1 and + for themselves"_s,
-                                                           .verbs = {u"format"_s}}},
-        .minimumOperands = 1,
-        .maximumOperands = 10'000,
-        .firstOperands = verbs,
+        .options =
+            VXContactOptions() + QList<VXHostOption>{{.name = u"pattern"_s,
+                                                      .placeholder = u"PATTERN"_s,
+                                                      .summary = u"# stands for a digit, 1 and + for themselves"_s,
+                                                      .verbs = {u"format"_s}}},
+        .verbs = VXHostVerbsOf(textVerbs) + VXHostVerbsOf(VXContactVerbs()),
+        .needsVerb = true,
         .run = runPhonebook};
 }

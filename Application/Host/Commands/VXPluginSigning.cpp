@@ -1,18 +1,17 @@
 #include "VXPluginSigning.h"
 
 #include "VXAtomicFile.h"
+#include "VXErrorText.h"
 #include "VXHostCommand.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXPackFolder.h"
 #include "VXPluginCheck.h"
 #include "VXPluginFeed.h"
 #include "VXPluginScanner.h"
-#include "VXStoreAccess.h"
-#include "VXZipFile.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QEventLoop>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonObject>
@@ -21,28 +20,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/** Packs a bundle, and waits for that. */
-class Packing : public QObject
-{
-    Q_OBJECT
-
-public:
-    VXError pack(const QString &bundle, const QString &archive)
-    {
-        QFile::remove(archive); // one that is there would be added to
-        const VXZipFile::Ptr file = VXZipFile::create();
-        file->setDelegate(this);
-        file->setDestinationPath(archive);
-        file->zip({bundle});
-        _loop.exec();
-        return file->error();
-    }
-    Q_INVOKABLE void zipDidComplete(VXZipFile *) { _loop.quit(); }
-
-private:
-    QEventLoop _loop;
-};
 
 struct AuthorKey
 {
@@ -120,7 +97,7 @@ int VXSignPlugin(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
     if (const QString wrong = mistake(options); !wrong.isNull())
-        return context.output.failUsage(wrong, VXHostUsage(options.command()));
+        return context.output.failUsage(wrong, VXHostUsage(options));
     QString problem;
     const std::optional<AuthorKey> key = readKey(options.value(u"key"_s), &problem);
     if (!key)
@@ -139,7 +116,7 @@ int VXSignPlugin(VXHostContext &context)
     const QString archive = folder.absoluteFilePath(QUrl(url).fileName());
     if (!folder.mkpath(u"."_s))
         return context.output.fail(u"cannot make the folder %1"_s.arg(folder.path()));
-    if (const VXError error = Packing().pack(bundle, archive))
+    if (const VXError error = VXPackFolder(bundle, archive))
         return context.output.fail(VXErrorText(error, archive));
     if (problem = writeFeed(info, url, archive, *key, feedPath); !problem.isNull())
         return context.output.fail(u"%1: %2"_s.arg(feedPath, problem));
@@ -147,5 +124,3 @@ int VXSignPlugin(VXHostContext &context)
                           QJsonObject{{u"feed"_s, feedPath}, {u"archive"_s, archive}});
     return VXHostOutput::Done;
 }
-
-#include "VXPluginSigning.moc"

@@ -1,6 +1,7 @@
 #include "VXPluginUpdates.h"
 
 #include "VXHostCommand.h"
+#include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPluginCheck.h"
@@ -59,12 +60,11 @@ QString textOf(const VXPluginUpdate &update)
 
 QJsonObject jsonOf(const VXPluginUpdate &update)
 {
-    const auto textOrNull = [](const QString &text) { return text.isNull() ? QJsonValue() : QJsonValue(text); };
     return {{u"identifier"_s, update.identifier()},
             {u"version"_s, update.installedVersion()},
-            {u"newVersion"_s, textOrNull(update.newVersion())},
+            {u"newVersion"_s, VXJSONFromVariant(update.newVersion())},
             {u"state"_s, wordsOf(update.state()).name},
-            {u"reason"_s, textOrNull(update.reason())}};
+            {u"reason"_s, VXJSONFromVariant(update.reason())}};
 }
 
 VXPluginUpdate::Ptr run(const VXHostOptions &options, const VXPluginProxy &plugin)

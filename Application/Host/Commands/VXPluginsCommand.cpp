@@ -1,7 +1,6 @@
 #include "VXApplication.h"
 #include "VXFileManager.h"
 #include "VXHostCommands.h"
-#include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPluginCheck.h"
@@ -14,6 +13,7 @@
 #include "VXPluginSigning.h"
 #include "VXPluginUpdates.h"
 #include "VXTextTable.h"
+#include "VXTriggerStore.h"
 #include "VXVersion.h"
 
 #include <QtCore/QCoreApplication>
@@ -24,7 +24,7 @@
 #include <QtCore/QTimer>
 
 #include <algorithm>
-#include <iterator>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -244,6 +244,24 @@ int disable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plu
     return changed(context, u"Disabled %1."_s.arg(namesWithout(manager, enabled, manager.enabledPlugins())), report);
 }
 
+// The user's triggers that run it, or a plugin inside it.
+QStringList triggersThatUse(const VXPluginManager &manager, const VXPluginProxy &plugin)
+{
+    QStringList titles;
+    const auto store = VXTriggerStore::open();
+    const auto triggers = store ? store->triggers() : std::nullopt;
+    for (const VXTrigger &trigger : triggers ? *triggers : QList<VXTrigger>()) {
+        const QList<VXReaction> reactions = trigger.reactions();
+        const bool uses = std::ranges::any_of(reactions, [&](const VXReaction &reaction) {
+            VXPluginProxy *const reactor = manager.pluginWithIdentifier(reaction.bundleIdentifier());
+            return reactor != nullptr && reactor->rootProxy() == &plugin;
+        });
+        if (uses)
+            titles.append(u"%1 (%2)"_s.arg(trigger.title(), trigger.shortID()));
+    }
+    return titles;
+}
+
 int removePlugin(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
 {
     const VXPluginReport report(manager, plugin);
@@ -257,10 +275,13 @@ int removePlugin(VXHostContext &context, VXPluginManager &manager, VXPluginProxy
         if (const QString problem = disableWithDependants(context, manager, plugin); !problem.isNull())
             return context.output.fail(u"%1 was not removed: %2"_s.arg(report.title(), problem));
     }
+    const QStringList triggers = triggersThatUse(manager, plugin);
     QString trashed;
     if (const VXError error = VXFileManager::defaultManager().safelyTrashFileAtPath(path, &trashed))
         return context.output.fail(
             u"%1 was not removed: %2"_s.arg(report.title(), error.localizedRecoverySuggestion()));
+    if (!triggers.isEmpty())
+        context.output.note(u"Triggers that use it find it missing from now on: %1"_s.arg(triggers.join(", "_L1)));
     return changed(context, u"Removed %1; it lies in the trash: %2"_s.arg(report.title(), trashed), report);
 }
 
@@ -288,46 +309,41 @@ int update(VXHostContext &context, VXPluginManager &, VXPluginProxy &plugin)
 
 // -- The command
 
-struct Verb
+struct Verb : VXHostVerb
 {
-    QString name;
-    QString operand;                                                                               // null for none
     int (*run)(VXHostContext &context, VXPluginManager &manager);                                  // without a plugin
     int (*runWithPlugin)(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin); // operand: its ID
     int (*runWithoutPlugins)(VXHostContext &context) = nullptr;
 };
 
-const Verb verbs[] = {
-    {u"list"_s, {}, list, nullptr},
-    {u"info"_s, u"ID"_s, nullptr, info},
-    {u"enable"_s, u"ID"_s, nullptr, enable},
-    {u"disable"_s, u"ID"_s, nullptr, disable},
-    {u"install"_s, u"PATH"_s, install, nullptr},
-    {u"remove"_s, u"ID"_s, nullptr, removePlugin},
-    {u"retry"_s, u"ID"_s, nullptr, retry},
-    {u"graph"_s, {}, graph, nullptr},
-    {u"check"_s, u"PATH"_s, nullptr, nullptr, check},
-    {u"update"_s, u"[ID]"_s, updateAll, update},
-    {u"sign"_s, u"PATH"_s, nullptr, nullptr, VXSignPlugin},
-};
-
-QStringList verbNames()
+VXHostVerb ofPlugin(const QString &name)
 {
-    QStringList names;
-    std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
-    return names;
+    return {name, u"ID"_s, 1, 1, {u"plugins"_s}};
 }
+
+VXHostVerb ofBundle(const QString &name)
+{
+    return {name, u"PATH"_s, 1, 1, {u"files"_s}};
+}
+
+const Verb verbs[] = {
+    {{u"list"_s}, list, nullptr},
+    {ofPlugin(u"info"_s), nullptr, info},
+    {ofPlugin(u"enable"_s), nullptr, enable},
+    {ofPlugin(u"disable"_s), nullptr, disable},
+    {ofBundle(u"install"_s), install, nullptr},
+    {ofPlugin(u"remove"_s), nullptr, removePlugin},
+    {ofPlugin(u"retry"_s), nullptr, retry},
+    {{u"graph"_s}, graph, nullptr},
+    {ofBundle(u"check"_s), nullptr, nullptr, check},
+    {{u"update"_s, u"[ID]"_s, 0, 1, {u"plugins"_s}}, updateAll, update},
+    {ofBundle(u"sign"_s), nullptr, nullptr, VXSignPlugin},
+};
 
 int runPlugins(VXHostContext &context)
 {
-    const QString name = context.options.operands().value(0, verbs[0].name);
-    const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
+    const Verb &verb = context.options.verbIn(verbs);
     const QString operand = context.options.operand(1);
-    const QString usage = VXHostUsage(context.options);
-    if (operand.isEmpty() && !verb.operand.isNull() && (verb.run == nullptr || verb.runWithPlugin == nullptr))
-        return context.output.failUsage(u"%1 needs %2"_s.arg(name, verb.operand), usage);
-    if (!operand.isNull() && verb.operand.isNull())
-        return context.output.failUsage(u"%1 takes nothing more"_s.arg(name), usage);
     if (verb.runWithoutPlugins != nullptr)
         return verb.runWithoutPlugins(context);
     const auto run = [&](VXPluginManager &manager) {
@@ -345,7 +361,6 @@ VXHostCommand VXPluginsCommand()
 {
     return {.name = u"plugins"_s,
             .summary = u"Show and change the plugins"_s,
-            .synopsis = u"[list|info|enable|disable|install|remove|retry|graph|check|update|sign] [ID|PATH]"_s,
             .details =
                 u"\"list\" shows every plugin and its state, parts of a plugin below it. \"info ID\" tells all about "
                 "one, also why this copy was chosen and which others were passed over. \"enable ID\" and \"disable "
@@ -372,27 +387,6 @@ VXHostCommand VXPluginsCommand()
                   .placeholder = u"DIR"_s,
                   .summary = u"Where to write the archive and the feed"_s,
                   .verbs = {u"sign"_s}}},
-            .minimumOperands = 0,
-            .maximumOperands = 2,
-            .firstOperands = verbNames(),
-            .verbSynopses = {{u"list"_s, {}},
-                             {u"info"_s, u"ID"_s},
-                             {u"enable"_s, u"ID"_s},
-                             {u"disable"_s, u"ID"_s},
-                             {u"install"_s, u"PATH"_s},
-                             {u"retry"_s, u"ID"_s},
-                             {u"graph"_s, {}},
-                             {u"check"_s, u"PATH"_s},
-                             {u"update"_s, u"[ID]"_s},
-                             {u"sign"_s, u"PATH"_s}},
-            .operandKinds = {{u"info"_s, {u"plugins"_s}},
-                             {u"enable"_s, {u"plugins"_s}},
-                             {u"disable"_s, {u"plugins"_s}},
-                             {u"remove"_s, {u"plugins"_s}},
-                             {u"retry"_s, {u"plugins"_s}},
-                             {u"update"_s, {u"plugins"_s}},
-                             {u"install"_s, {u"files"_s}},
-                             {u"check"_s, {u"files"_s}},
-                             {u"sign"_s, {u"files"_s}}},
+            .verbs = VXHostVerbsOf(verbs),
             .run = runPlugins};
 }

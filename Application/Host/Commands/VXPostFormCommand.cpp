@@ -39,9 +39,10 @@ public:
         _window->setCancelHandler([this] { _request.cancel(); });
         _window->setIndeterminate(true);
         _request.setDelegate(std::shared_ptr<QObject>(std::shared_ptr<void>(), this)); // not owned
-        _request.requestURL(url);
-        if (!_isComplete) // as where there is no thread for it
-            static_cast<void>(_window->runModal());
+        // Inside the session, which hears of interrupts.
+        QMetaObject::invokeMethod(
+            this, [this, url] { _request.requestURL(url); }, Qt::QueuedConnection);
+        static_cast<void>(_window->runModal());
         if (!_isComplete)
             _request.cancel(); // the program quits
     }
@@ -180,7 +181,9 @@ VXHostCommand VXPostFormCommand()
             .details =
                 u"Writes the server's answer, a property list as JSON. With --download the answer goes into a file, "
                 "whose path is written; the command fails all the same where that is the page of an error. Files are "
-                "read from the disk while they are sent. Ctrl-C cancels."_s,
+                "read from the disk while they are sent. Ctrl-C cancels.\nA server that took the form answers with the "
+                "status 200; any other, 204 for no content too, is told and counts as failed, but --download takes all "
+                "from 200 to 299."_s,
             .options = {{.name = u"field"_s,
                          .placeholder = u"NAME=VALUE"_s,
                          .summary = u"A field; may be repeated"_s,

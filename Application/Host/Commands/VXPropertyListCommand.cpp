@@ -4,7 +4,7 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPropertyList.h"
-#include "VXPropertyListText.h"
+#include "VXReadablePropertyList.h"
 
 #include <QtCore/QFile>
 
@@ -40,7 +40,7 @@ QByteArray converted(const QVariant &value, const QString &form, VXError *error)
     if (form == "json"_L1)
         return VXJSONText(VXJSONFromVariant(value), QJsonDocument::Indented) + '\n';
     if (form == "text"_L1)
-        return VXPropertyListText(value).toUtf8();
+        return VXReadablePropertyList(value).toUtf8();
     const auto format = form == "xml"_L1 ? VXPropertyList::Format::XML : VXPropertyList::Format::Binary;
     return VXPropertyList::toData(value, format, error);
 }

@@ -6,6 +6,7 @@
 #include "VXHostCommands.h"
 #include "VXHostOutput.h"
 #include "VXHotKeyManager.h"
+#include "VXMetaDataSync.h"
 #include "VXModalSession.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
@@ -110,6 +111,7 @@ void tellWhetherScriptsReach(const VXScriptingService &service, VXHostOutput &ou
 
 int runRun(VXHostContext &context)
 {
+    VXMetaDataSync::setWork(VXMetaDataWork::Passes); // also for what other commands save
     return VXRunWithPlugins(context, [&context](VXPluginManager &manager) {
         VXHostOutput &output = context.output;
         const QList<VXPluginProxy *> plugins = manager.allPlugins();

@@ -1,6 +1,5 @@
 #include "VXAppleScriptBridge.h"
 #include "VXHostCommands.h"
-#include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXJSON.h"
@@ -234,35 +233,29 @@ int failForWhatDoesNotRun(VXHostContext &context, const QString &target)
                                              : u" is not running; did you mean \"%1\"?"_s.arg(*meant)));
 }
 
-struct Verb
+struct Verb : VXHostVerb
 {
-    QString name;
-    qsizetype minimum; // operands, the verb among them
-    qsizetype maximum;
-    QString operands; // what it needs, for people
     bool needsOthers; // programs, that is, by way of a transport
     int (*run)(VXHostContext &context);
     int (*runWithBridge)(VXHostContext &context, VXAppleScriptBridge &bridge);
 };
 
+constexpr bool valueMayBeEmpty = true;
+
 const Verb verbs[] = {
-    {u"targets"_s, 1, 2, u"[PREFIX]"_s, true, listTargets, nullptr},
-    {u"dictionaries"_s, 1, 1, u"nothing more"_s, false, listDictionaries, nullptr},
-    {u"dictionary"_s, 2, 2, u"TARGET"_s, false, showDictionary, nullptr},
-    {u"get"_s, 3, 3, u"TARGET PROPERTY"_s, true, nullptr, getProperty},
-    {u"set"_s, 4, 4, u"TARGET PROPERTY VALUE"_s, true, nullptr, setProperty},
-    {u"call"_s, 3, 20, u"TARGET EVENT [VALUE...]"_s, true, nullptr, callEvent},
-    {u"quit"_s, 2, 2, u"TARGET"_s, true, nullptr, quitTarget},
+    {{u"targets"_s, u"[PREFIX]"_s, 0, 1}, true, listTargets, nullptr},
+    {{u"dictionaries"_s}, false, listDictionaries, nullptr},
+    {{u"dictionary"_s, u"TARGET"_s, 1, 1}, false, showDictionary, nullptr},
+    {{u"get"_s, u"TARGET PROPERTY"_s, 2, 2}, true, nullptr, getProperty},
+    {{u"set"_s, u"TARGET PROPERTY VALUE"_s, 3, 3, {}, valueMayBeEmpty}, true, nullptr, setProperty},
+    {{u"call"_s, u"TARGET EVENT [VALUE...]"_s, 2, VXHostVerb::unlimited}, true, nullptr, callEvent},
+    {{u"quit"_s, u"TARGET"_s, 1, 1}, true, nullptr, quitTarget},
 };
 
 int runScripting(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
-    const QString name = options.operands().value(0, verbs[0].name);
-    const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
-    const qsizetype count = qMax(qsizetype(1), options.operands().size());
-    if (count < verb.minimum || count > verb.maximum)
-        return context.output.failUsage(u"%1 takes %2"_s.arg(verb.name, verb.operands), VXHostUsage(options.command()));
+    const Verb &verb = options.verbIn(verbs);
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         const QString problem = verb.needsOthers ? VXScriptingTransport::sharedTransport()->problem() : QString();
         if (!problem.isNull())
@@ -279,12 +272,8 @@ int runScripting(VXHostContext &context)
 
 VXHostCommand VXScriptingCommand()
 {
-    QStringList names;
-    for (const Verb &verb : verbs)
-        names.append(verb.name);
     return {.name = u"scripting"_s,
             .summary = u"Drive other programs, as plugins do"_s,
-            .synopsis = u"[targets|dictionaries|dictionary|get|set|call|quit] [TARGET] [PROPERTY|EVENT] [VALUE...]"_s,
             .details =
                 u"\"targets\" shows the programs that run and are known, or those that begin with a prefix. TARGET "
                 "is a name on the D-Bus session bus, as org.mpris.MediaPlayer2.vlc. \"get TARGET PROPERTY\" and "
@@ -295,8 +284,6 @@ VXHostCommand VXScriptingCommand()
                 "are, and \"dictionary TARGET\" what they say about one. Your own go into the folder \"Scripting\" "
                 "in application support.\n"
                 "The other way, \"vornix run\" can be scripted over D-Bus by the name com.halvern.VNX2."_s,
-            .minimumOperands = 0,
-            .maximumOperands = 20,
-            .firstOperands = names,
+            .verbs = VXHostVerbsOf(verbs),
             .run = runScripting};
 }

@@ -3,6 +3,7 @@
 #include "VXApplication.h"
 #include "VXDeviceReport.h"
 #include "VXDeviceURL.h"
+#include "VXErrorText.h"
 #include "VXHostCommand.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -118,7 +119,7 @@ QString VXDeviceActionRun::failure() const
     if (_action->isCancelled())
         return u"%1 was cancelled"_s.arg(_action->actionName());
     if (const VXError error = _action->error(); !error.isNull())
-        return VXTextOfError(error);
+        return VXErrorText(error);
     return *_hasConcluded ? QString() : u"%1 did not end"_s.arg(_action->actionName());
 }
 

@@ -53,11 +53,6 @@ QString stateWithoutDevice(const VXPluginManager &manager, const QUrl &url)
     return plugin->isLoaded() ? u"refused by its plugin"_s : "plugin "_L1 + VXPluginReport(manager, *plugin).state();
 }
 
-QJsonValue jsonText(const QString &text)
-{
-    return text.isNull() ? QJsonValue() : QJsonValue(text);
-}
-
 QList<VXLocalizedProperty> sortedProperties(const VXDevicePlugin &device)
 {
     QList<VXLocalizedProperty> properties = device.localizedProperties();
@@ -125,12 +120,6 @@ QVariantMap VXDevicePreferences(const QUrl &url, bool persistent)
     return values;
 }
 
-QString VXTextOfError(const VXError &error)
-{
-    const QString suggestion = error.localizedRecoverySuggestion();
-    return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
-}
-
 VXDeviceReport::VXDeviceReport(const VXPluginManager &manager, const QUrl &url)
     : _url(url), _name(VXDeviceNameAtURL().transformedValue(url).toString())
 {
@@ -144,8 +133,8 @@ QJsonObject VXDeviceReport::json() const
 {
     return {{u"url"_s, VXAbsoluteString(_url)},
             {u"name"_s, _name},
-            {u"plugin"_s, jsonText(VXDeviceURLComponent(_url, 0))},
-            {u"device"_s, jsonText(VXDeviceURLComponent(_url, 1))},
+            {u"plugin"_s, VXJSONFromVariant(VXDeviceURLComponent(_url, 0))},
+            {u"device"_s, VXJSONFromVariant(VXDeviceURLComponent(_url, 1))},
             {u"state"_s, _state},
             {u"live"_s, VXDevicePlugin::deviceAtURL(_url) != nullptr},
             {u"default"_s, _isDefault}};
@@ -165,7 +154,7 @@ QJsonObject VXDeviceReport::completeJSON() const
 {
     QJsonObject json = this->json();
     const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(_url);
-    json.insert(u"phoneNumber"_s, jsonText(device ? device->phoneNumber() : QString()));
+    json.insert(u"phoneNumber"_s, VXJSONFromVariant(device ? device->phoneNumber() : QString()));
     json.insert(u"properties"_s, device ? jsonOfProperties(*device, Properties::All) : QJsonObject());
     json.insert(u"localizedProperties"_s, device ? jsonOfLocalizedProperties(*device) : QJsonArray());
     json.insert(u"preferences"_s, VXJSONFromVariant(VXDevicePreferences(_url, false)));

@@ -42,6 +42,3 @@ void VXAwaitConnection(VXDevicePlugin &device, std::chrono::milliseconds limit);
 
 /** The device's preferences by their keys; the persistent ones, or the others. */
 [[nodiscard]] QVariantMap VXDevicePreferences(const QUrl &url, bool persistent);
-
-/** What went wrong, and what might be done about it, as one line. */
-[[nodiscard]] QString VXTextOfError(const VXError &error);

@@ -1,5 +1,7 @@
 #include "VXDeviceAction.h"
+#include "VXDeviceActionInfo.h"
 #include "VXDeviceActionRun.h"
+#include "VXDeviceFind.h"
 #include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
 #include "VXDeviceRegistry.h"
@@ -7,6 +9,7 @@
 #include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
 #include "VXDiagnostics.h"
+#include "VXErrorText.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
@@ -24,10 +27,10 @@
 
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QJsonArray>
+#include <QtCore/QRegularExpression>
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -120,35 +123,65 @@ VXPluginProxy *devicePlugin(VXHostContext &context, VXPluginManager &manager, co
     return plugin;
 }
 
-int add(VXHostContext &context, VXPluginManager &manager)
+// Adds the preferences that the texts give to those there are. @return the exit status; what is wrong is told.
+int readPreferences(VXHostContext &context, const QString &plugin, const QStringList &texts, QVariantMap &preferences)
 {
-    const QString identifier = context.options.operand(2);
-    VXPluginProxy *const plugin = devicePlugin(context, manager, context.options.operand(1));
-    if (plugin == nullptr)
-        return VXHostOutput::Failed;
-    QVariantMap preferences;
-    for (const QString &text : context.options.operands().sliced(3)) {
+    for (const QString &text : texts) {
         QString reason;
         const auto preference = preferenceFromText(text, &reason);
         if (!preference)
             return context.output.failUsage(reason, VXHostUsage(context.options));
-        if (isUnknownPreference(context, plugin->identifier(), preference->first))
+        if (isUnknownPreference(context, plugin, preference->first))
             return VXHostOutput::Failed;
         if (preference->second.isValid())
             preferences.insert(preference->first, preference->second);
+        else
+            preferences.remove(preference->first);
     }
-    const QUrl url = VXMakeDeviceURL({}, plugin->identifier(), identifier);
+    return VXHostOutput::Done;
+}
+
+int addDevice(VXHostContext &context, VXPluginManager &manager, const VXFoundDevice &device, const QStringList &texts)
+{
+    VXPluginProxy *const plugin = devicePlugin(context, manager, device.plugin);
+    if (plugin == nullptr)
+        return VXHostOutput::Failed;
+    QVariantMap preferences = device.preferences;
+    if (const int status = readPreferences(context, plugin->identifier(), texts, preferences); status != 0)
+        return status;
+    const QUrl url = VXMakeDeviceURL({}, plugin->identifier(), device.identifier);
     VXError error;
     if (VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url))
         return context.output.fail(
             u"there is a device %1 already; \"vornix devices set %1 KEY=VALUE\" changes its preferences"_s.arg(
-                identifier));
+                device.identifier));
     if (!VXDeviceRegistry::shared().add(url, preferences, &error))
-        return context.output.fail(VXTextOfError(error));
+        return context.output.fail(VXErrorText(error));
     return done(context,
                 u"Added %1.\n\"vornix devices info %2\" tells whether it can be reached.\n"_s.arg(VXAbsoluteString(url),
-                                                                                                  identifier),
+                                                                                                  device.identifier),
                 VXDeviceReport(manager, url).json());
+}
+
+// PLUGIN-ID DEVICE-ID, or the number of one that was found, which may be given another identifier.
+int add(VXHostContext &context, VXPluginManager &manager)
+{
+    QStringList texts = context.options.operands().sliced(2);
+    bool isNumber = false;
+    const int number = context.options.operand(1).toInt(&isNumber);
+    VXFoundDevice device{.plugin = context.options.operand(1)};
+    if (isNumber) {
+        const auto found = VXFoundDeviceWithNumber(context, number);
+        if (!found)
+            return VXHostOutput::Failed;
+        device = *found;
+    }
+    if (!isNumber || (!texts.isEmpty() && !texts.first().contains(u'=')))
+        device.identifier = texts.isEmpty() ? QString() : texts.takeFirst();
+    if (device.identifier.isEmpty())
+        return context.output.failUsage(u"add needs PLUGIN-ID and DEVICE-ID, or a number that \"find\" showed"_s,
+                                        VXHostUsage(context.options));
+    return addDevice(context, manager, device, texts);
 }
 
 // -- Of one device
@@ -192,12 +225,20 @@ int actions(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     const VXDevicePlugin::Ptr device = liveDevice(context, manager, url);
     if (!device)
         return VXHostOutput::Failed;
-    const QStringList names = device->actionNames();
-    QString text;
-    for (const QString &name : names)
-        text += name + u'\n';
-    return done(context, names.isEmpty() ? u"The device knows no actions.\n"_s : text,
-                QJsonArray::fromStringList(names));
+    QJsonArray json;
+    QList<QStringList> rows{{u"ACTION"_s, u"OBJECT"_s, u"WHAT IT DOES"_s}};
+    for (const QString &name : device->actionNames()) {
+        const VXDeviceActionInfo info = VXInfoOfDeviceAction(name, url);
+        rows.append({name, info.object, info.meaning});
+        json.append(QJsonObject{{u"name"_s, name},
+                                {u"object"_s, info.object.isNull() ? QJsonValue() : QJsonValue(info.object)},
+                                {u"meaning"_s, info.meaning.isNull() ? QJsonValue() : QJsonValue(info.meaning)}});
+    }
+    const bool areNone = json.isEmpty();
+    return done(context,
+                areNone ? u"The device knows no actions.\n"_s
+                        : VXFittingTable(context.output, rows, {u"OBJECT"_s}, u"WHAT IT DOES"_s),
+                json);
 }
 
 int defaultDevice(VXHostContext &context, VXPluginManager &)
@@ -216,6 +257,21 @@ int defaultDevice(VXHostContext &context, VXPluginManager &)
     const QString url = device ? VXAbsoluteString(device->url()) : QString();
     return done(context, device ? url + u'\n' : u"There is no default device.\n"_s,
                 device ? QJsonValue(url) : QJsonValue());
+}
+
+// The first key that the action is not said to be given, where it is given an object as "{number, text}"; null for none.
+QString unknownKey(const QVariant &object, const QString &described)
+{
+    static const QRegularExpression plain(u"^\\{([a-zA-Z_, ]+)\\}$"_s);
+    const QRegularExpressionMatch match = plain.match(described);
+    QStringList known = match.captured(1).split(u',');
+    for (QString &key : known)
+        key = key.trimmed();
+    for (const QString &key : match.hasMatch() ? object.toMap().keys() : QStringList()) {
+        if (!known.contains(key))
+            return key;
+    }
+    return {};
 }
 
 int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
@@ -244,6 +300,9 @@ int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
         return context.output.fail(
             u"there is no action \"%1\"%2; \"vornix devices actions %3\" shows those there are"_s.arg(
                 name, VXDidYouMean(name, names), context.options.operand(1)));
+    const QString described = VXInfoOfDeviceAction(name, url).object;
+    if (const QString key = unknownKey(action->object(), described); !key.isNull())
+        context.output.note(u"%1 is given %2, and may not know \"%3\""_s.arg(name, described, key));
     const auto limit = std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
     return VXDeviceActionRun(context, action).run(device, limit);
 }
@@ -291,56 +350,31 @@ int rename(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 
 // -- The command
 
-struct Verb
+struct Verb : VXHostVerb
 {
-    QString name;
-    QString operands; // what must follow; null for nothing
-    qsizetype minimum;
-    qsizetype maximum;
     int (*run)(VXHostContext &context, VXPluginManager &manager);
     int (*runWithURL)(VXHostContext &context, VXPluginManager &manager, const QUrl &url); // of a known device
 };
 
-constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
+constexpr qsizetype unlimited = VXHostVerb::unlimited;
+const QString devices = u"devices"_s; // a kind of words
 
 const Verb verbs[] = {
-    {u"list"_s, {}, 0, 0, list, nullptr},
-    {u"add"_s, u"PLUGIN-ID and DEVICE-ID"_s, 2, unlimited, add, nullptr},
-    {u"remove"_s, u"DEVICE"_s, 1, 1, nullptr, removeDevice},
-    {u"default"_s, {}, 0, 1, defaultDevice, nullptr},
-    {u"info"_s, u"DEVICE"_s, 1, 1, nullptr, info},
-    {u"set"_s, u"DEVICE and KEY=VALUE"_s, 2, unlimited, nullptr, set},
-    {u"rename"_s, u"DEVICE and NAME"_s, 2, 2, nullptr, rename},
-    {u"actions"_s, u"DEVICE"_s, 1, 1, nullptr, actions},
-    {u"do"_s, u"DEVICE and ACTION"_s, 2, 2, nullptr, doAction},
+    {{u"list"_s}, list, nullptr},
+    {{u"find"_s}, VXFindDevices, nullptr},
+    {{u"add"_s, u"PLUGIN-ID|NUMBER [DEVICE-ID] [KEY=VALUE]..."_s, 1, unlimited, {u"plugins"_s}}, add, nullptr},
+    {{u"remove"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, removeDevice},
+    {{u"default"_s, u"[DEVICE]"_s, 0, 1, {devices}}, defaultDevice, nullptr},
+    {{u"info"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, info},
+    {{u"set"_s, u"DEVICE KEY=VALUE..."_s, 2, unlimited, {devices}}, nullptr, set},
+    {{u"rename"_s, u"DEVICE NAME"_s, 2, 2, {devices}}, nullptr, rename},
+    {{u"actions"_s, u"DEVICE"_s, 1, 1, {devices}}, nullptr, actions},
+    {{u"do"_s, u"DEVICE ACTION"_s, 2, 2, {devices, u"actions"_s}}, nullptr, doAction},
 };
-
-QStringList verbNames()
-{
-    QStringList names;
-    std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
-    return names;
-}
-
-// What is wrong with the operands and options for the verb; null when nothing is.
-QString mistake(const VXHostOptions &options, const Verb &verb)
-{
-    const QStringList operands = options.operands().mid(1);
-    const QStringList needed = operands.mid(0, verb.minimum);
-    if (needed.size() < verb.minimum || std::ranges::any_of(needed, &QString::isEmpty))
-        return u"%1 needs %2"_s.arg(verb.name, verb.operands);
-    if (operands.size() > verb.maximum)
-        return verb.maximum == 0 ? u"%1 takes nothing more"_s.arg(verb.name)
-                                 : u"%1 takes no \"%2\""_s.arg(verb.name, operands.last());
-    return {};
-}
 
 int runDevices(VXHostContext &context)
 {
-    const QString name = context.options.operands().value(0, verbs[0].name);
-    const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
-    if (const QString wrong = mistake(context.options, verb); !wrong.isNull())
-        return context.output.failUsage(wrong, VXHostUsage(context.options));
+    const Verb &verb = context.options.verbIn(verbs);
     return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
         if (verb.run != nullptr)
             return verb.run(context, manager);
@@ -356,20 +390,20 @@ VXHostCommand VXDevicesCommand()
     return {
         .name = u"devices"_s,
         .summary = u"Show and change the devices, and have them do things"_s,
-        .synopsis =
-            u"[list|add|remove|default|info|set|rename|actions|do] [DEVICE|PLUGIN-ID] [ACTION|DEVICE-ID|NAME] [KEY=VALUE]..."_s,
         .details =
-            u"\"list\" shows the known devices. \"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a "
-            "plugin then serves, with preferences for it; a VALUE that is JSON is stored as that, any other as a "
-            "text. \"remove DEVICE\" forgets a device and its preferences, but for persistent ones; with --yes also "
-            "where "
-            "that takes the preferences of devices whose identifiers begin like its own. \"default\" shows "
-            "the default device; with --key KEY the one preferred for a purpose, and \"default DEVICE --key KEY\" "
-            "chooses that. \"info DEVICE\" tells all about a device; one that is being connected is waited for, up to "
-            "5 "
-            "seconds. \"set DEVICE KEY=VALUE...\" sets preferences of a device; null takes one away. \"rename DEVICE "
-            "NAME\" changes what people call it.\n"
-            "\"actions DEVICE\" names what the device can do, \"do DEVICE ACTION\" has it do that and shows the "
+            u"\"list\" shows the known devices. \"find\" asks the device plugins which phones there are, at serial "
+            "ports and through the services of the desktop, and shows them with numbers; where two want one port it "
+            "says which program holds it. \"add NUMBER [DEVICE-ID]\" adds the one that was shown under that number. "
+            "\"add PLUGIN-ID DEVICE-ID [KEY=VALUE]...\" adds one that a plugin then serves, with preferences for it; a "
+            "VALUE that is JSON is stored as that, any other as a text. \"remove DEVICE\" forgets a device and its "
+            "preferences, but for persistent ones; with --yes also where that takes the preferences of devices whose "
+            "identifiers begin like its own. \"default\" shows the default device; with --key KEY the one preferred "
+            "for "
+            "a purpose, and \"default DEVICE --key KEY\" chooses that. \"info DEVICE\" tells all about a device; one "
+            "that is being connected is waited for, up to 5 seconds. \"set DEVICE KEY=VALUE...\" sets preferences of a "
+            "device; null takes one away. \"rename DEVICE NAME\" changes what people call it.\n"
+            "\"actions DEVICE\" shows what the device can do, and what --object each action is given; \"do DEVICE "
+            "ACTION\" has it do that and shows the "
             "result, "
             "also that of a part when the rest failed. Ctrl-C and the end of the time ask it to abort; a second Ctrl-C "
             "does not wait for it.\n"
@@ -396,25 +430,6 @@ VXHostCommand VXDevicesCommand()
                      .placeholder = {},
                      .summary = u"Write progress and result as JSON, one value a line"_s,
                      .verbs = {u"do"_s}}},
-        .minimumOperands = 0,
-        .maximumOperands = 1000,
-        .firstOperands = verbNames(),
-        .verbSynopses = {{u"list"_s, {}},
-                         {u"add"_s, u"PLUGIN-ID DEVICE-ID [KEY=VALUE]..."_s},
-                         {u"remove"_s, u"DEVICE"_s},
-                         {u"default"_s, u"[DEVICE]"_s},
-                         {u"info"_s, u"DEVICE"_s},
-                         {u"set"_s, u"DEVICE KEY=VALUE..."_s},
-                         {u"rename"_s, u"DEVICE NAME"_s},
-                         {u"actions"_s, u"DEVICE"_s},
-                         {u"do"_s, u"DEVICE ACTION"_s}},
-        .operandKinds = {{u"remove"_s, {u"devices"_s}},
-                         {u"default"_s, {u"devices"_s}},
-                         {u"info"_s, {u"devices"_s}},
-                         {u"set"_s, {u"devices"_s}},
-                         {u"rename"_s, {u"devices"_s}},
-                         {u"actions"_s, {u"devices"_s}},
-                         {u"do"_s, {u"devices"_s, u"actions"_s}},
-                         {u"add"_s, {u"plugins"_s}}},
+        .verbs = VXHostVerbsOf(verbs),
         .run = runDevices};
 }

@@ -11,8 +11,9 @@
 #include "VXHostOutput.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
-#include "VXReadableText.h"
+#include "VXVisibleText.h"
 
+#include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
 using namespace Qt::StringLiterals;
@@ -56,6 +57,46 @@ bool agrees(const QString &question)
     return VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default;
 }
 
+constexpr qsizetype mostNames = 10;
+
+// "3 added (Jane, Joe, Zoe)"; null where there are none.
+QString textOfOutcome(const QJsonObject &result, const QString &key, const QString &words)
+{
+    const int count = result.value(key).toInt();
+    if (count == 0)
+        return {};
+    QStringList names = result.value(u"names"_s)[key].toVariant().toStringList();
+    const qsizetype omitted = names.size() - mostNames;
+    if (omitted > 0)
+        names = names.mid(0, mostNames) + QStringList(u"%1 more"_s.arg(omitted));
+    for (QString &name : names)
+        name = VXVisibleText(name);
+    return words.arg(count) + (names.isEmpty() ? QString() : u" (%1)"_s.arg(names.join(", "_L1)));
+}
+
+// For people: what came here and what went to the phone, then what could not be settled, a line each.
+QString textOfResults(const QJsonObject &results)
+{
+    QString text;
+    for (auto kind = results.begin(); kind != results.end(); ++kind) {
+        const QJsonObject result = kind->toObject();
+        QStringList parts{textOfOutcome(result, u"added"_s, u"%1 added here"_s),
+                          textOfOutcome(result, u"changed"_s, u"%1 changed here"_s),
+                          textOfOutcome(result, u"removed"_s, u"%1 removed here"_s),
+                          textOfOutcome(result, u"carriedOut"_s, u"%1 brought to the phone"_s)};
+        parts.removeAll(QString());
+        if (parts.isEmpty() && !result.contains(u"error"_s))
+            parts.append(u"nothing to do"_s);
+        if (!parts.isEmpty())
+            text += kind.key() + ": "_L1 + parts.join(", "_L1) + u'\n';
+        for (const QString &key : {u"conflicts"_s, u"problems"_s}) {
+            for (const auto &each : result.value(key).toArray())
+                text += "  "_L1 + VXVisibleText(each.toString()) + u'\n';
+        }
+    }
+    return text;
+}
+
 // One after the other, the rest also when one fails.
 int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
 {
@@ -88,7 +129,7 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
         if (action->isCancelled())
             break;
     }
-    const QString text = VXReadableText(results);
+    const QString text = textOfResults(results);
     if (!failures.isEmpty())
         results.insert(u"error"_s, failures.join("; "_L1));
     context.output.answer(text, results);
@@ -140,6 +181,6 @@ VXHostCommand VXSyncCommand()
                      .summary = u"Delete contacts also when more than half of them are gone on one side"_s}},
         .minimumOperands = 1,
         .maximumOperands = 1,
-        .operandKinds = {{{}, {u"devices"_s}}},
+        .operandKinds = {u"devices"_s},
         .run = runSync};
 }

@@ -43,7 +43,8 @@ QString outcomeOf(const VXReactionRecord &reaction)
 {
     switch (reaction.outcome) {
     case ReactionOutcome::Done:
-        return u"done in %1 ms"_s.arg(reaction.milliseconds, 0, 'f', 1);
+        return u"done in %1 ms"_s.arg(reaction.milliseconds, 0, 'f', 1) +
+               (reaction.remark.isNull() ? QString() : ": "_L1 + reaction.remark);
     case ReactionOutcome::Failed:
         return u"failed after %1 ms: %2"_s.arg(reaction.milliseconds, 0, 'f', 1).arg(reaction.problems.join("; "_L1));
     case ReactionOutcome::Running:

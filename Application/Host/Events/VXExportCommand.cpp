@@ -1,3 +1,4 @@
+#include "VXErrorText.h"
 #include "VXEventArguments.h"
 #include "VXExporterPlugin.h"
 #include "VXHostCommands.h"
@@ -13,12 +14,12 @@
 #include "VXReaction.h"
 #include "VXReactorReport.h"
 #include "VXRegularFile.h"
-#include "VXStoreAccess.h"
 #include "VXStoreByName.h"
 #include "VXStoreQuery.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QTemporaryDir>
@@ -149,6 +150,23 @@ int answerFile(VXHostContext &context, const QString &path)
     return VXHostOutput::Done;
 }
 
+// As the exporters that ship read it.
+bool appends(const QVariantMap &given)
+{
+    static const QStringList no{u"false"_s, u"no"_s, u"0"_s, QString()};
+    return !given.contains(u"append"_s) || !no.contains(given.value(u"append"_s).toString().toLower());
+}
+
+// Of what goes to standard output nobody knows the file that it went to first.
+QString textOf(const VXError &failure, const VXHostOptions &options)
+{
+    if (!isToOutput(options))
+        return VXErrorText(failure);
+    QVariantMap info = failure.userInfo();
+    info.remove(VXFilePathErrorKey);
+    return VXErrorText({failure.domain(), failure.code(), info});
+}
+
 int exportObjects(VXHostContext &context, const VXPluginManager &manager, const QVariantMap &given)
 {
     const VXHostOptions &options = context.options;
@@ -163,18 +181,23 @@ int exportObjects(VXHostContext &context, const VXPluginManager &manager, const 
     if (!problem.isNull())
         return context.output.fail(problem);
     const QVariantList &list = objects.list;
+    const QString path = given.value(VXExporterOptionsFilePathKey).toString();
+    const bool isAppended = QFileInfo(path).size() > 0 && appends(given);
     std::optional<VXError> failure;
     const bool returned = VXCallPlugin(
         *exporter, "exportObjects:options:",
         [&] { failure = exporter->exportObjects(list, VXOptionsForReactor(*exporter, given)); }, &problem);
     if (!returned || failure)
-        return context.output.fail(failure ? VXErrorText(*failure) : problem);
-    const QString path = given.value(VXExporterOptionsFilePathKey).toString();
+        return context.output.fail(failure ? textOf(*failure, options) : problem);
     if (isToOutput(options))
         return answerFile(context, path);
     const QString count = list.size() == 1 ? u"1 object"_s : u"%1 objects"_s.arg(list.size());
-    context.output.answer(u"Exported %1 to %2.\n"_s.arg(count, path),
-                          QJsonObject{{u"count"_s, list.size()}, {u"path"_s, path}});
+    if (isAppended && (given.contains(u"columns"_s) || given.contains(u"separator"_s)))
+        context.output.note(
+            u"What %1 holds already decides about columns and their separator; columns that it lacked were "
+            "added, and --option append=false begins it anew"_s.arg(path));
+    context.output.answer((isAppended ? u"Appended %1 to %2.\n"_s : u"Exported %1 to %2.\n"_s).arg(count, path),
+                          QJsonObject{{u"count"_s, list.size()}, {u"path"_s, path}, {u"appended"_s, isAppended}});
     return VXHostOutput::Done;
 }
 
@@ -206,23 +229,25 @@ int runExport(VXHostContext &context)
 
 VXHostCommand VXExportCommand()
 {
-    return {.name = u"export"_s,
-            .summary = u"Export objects of a store, or what a phone gave, to a file"_s,
-            .synopsis = u"EXPORTER [STORE ENTITY]"_s,
-            .details =
-                u"EXPORTER is the identifier of an exporter plugin (\"vornix exporters\"), or its last part; STORE the "
-                "name of a data plugin's store, ENTITY one of its entities. The exporters that ship append to a file "
-                "that is there already; --option append=false replaces what it holds. For example: vornix export "
-                "csvexporter calls VXCall --where 'duration > 60' --to calls.csv\nWith --from the objects are those of "
-                "a JSON array, or of what a device answered. For example: vornix --json devices do URL read_contacts | "
-                "vornix export vcardexporter --from - --to contacts.vcf"_s,
-            .options = {{u"from"_s, u"FILE"_s, u"Export the objects in this JSON file; - is standard input"_s},
-                        {u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
-                        {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
-                        {u"to"_s, u"FILE"_s, u"The file to export to, - for standard output; needed"_s},
-                        {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s, {}, {}, true}},
-            .minimumOperands = 1,
-            .maximumOperands = 3,
-            .operandKinds = {{{}, {u"exporters"_s, u"stores"_s, u"entities"_s}}},
-            .run = runExport};
+    return {
+        .name = u"export"_s,
+        .summary = u"Export objects of a store, or what a phone gave, to a file"_s,
+        .synopsis = u"EXPORTER [STORE ENTITY]"_s,
+        .details =
+            u"EXPORTER is the identifier of an exporter plugin (\"vornix exporters\"), or its last part; STORE the "
+            "name of a data plugin's store, ENTITY one of its entities. The exporters that ship append to a file of "
+            "their "
+            "format that is there already; --option append=false replaces what it holds. For example: vornix export "
+            "csvexporter calls VXCall --where 'duration > 60' --to calls.csv\nWith --from the objects are those of "
+            "a JSON array, or of what a device answered. For example: vornix --json devices do URL read_contacts | "
+            "vornix export vcardexporter --from - --to contacts.vcf"_s,
+        .options = {{u"from"_s, u"FILE"_s, u"Export the objects in this JSON file; - is standard input"_s},
+                    {u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
+                    {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
+                    {u"to"_s, u"FILE"_s, u"The file to export to, - for standard output; needed"_s},
+                    {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s, {}, {}, true}},
+        .minimumOperands = 1,
+        .maximumOperands = 3,
+        .operandKinds = {u"exporters"_s, u"stores"_s, u"entities"_s},
+        .run = runExport};
 }

@@ -6,6 +6,7 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPluginSession.h"
+#include "VXShownDate.h"
 #include "VXStoredObject.h"
 #include "VXTextTable.h"
 
@@ -21,8 +22,7 @@ namespace {
 
 QStringList columnsOf(const VXEventRecord &record)
 {
-    return {record.identifier, record.date.toLocalTime().toString(Qt::ISODate), VXEventTitle(record), record.who,
-            VXEventOutcome(record)};
+    return {record.identifier, VXShownDate(record.date), VXEventTitle(record), record.who, VXEventOutcome(record)};
 }
 
 QString textWithReasons(const QList<VXEventRecord> &records)
@@ -36,9 +36,13 @@ QString textWithReasons(const QList<VXEventRecord> &records)
     return text;
 }
 
-int list(VXHostContext &context, qsizetype most)
+int list(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
+    bool isNumber = true;
+    const int most = options.isSet(u"last"_s) ? options.value(u"last"_s).toInt(&isNumber) : INT_MAX;
+    if (!isNumber || most < 1)
+        return context.output.failUsage(u"--last needs a number, at least 1"_s, VXHostUsage(options));
     QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
     records.removeIf([&](const VXEventRecord &record) {
         return (options.isSet(u"event"_s) && record.name != options.value(u"event"_s)) ||
@@ -96,22 +100,6 @@ int runReplay(VXHostContext &context)
     return VXRunWithPlugins(context, [&](VXPluginManager &) { return replay(context, *past); });
 }
 
-int runHistory(VXHostContext &context)
-{
-    const VXHostOptions &options = context.options;
-    const QString usage = VXHostUsage(options.command());
-    if (options.operand(0) == "replay"_L1)
-        return options.operand(1).isEmpty() ? context.output.failUsage(u"replay needs ID"_s, usage)
-                                            : runReplay(context);
-    if (!options.operand(1).isNull())
-        return context.output.failUsage(u"list takes nothing more"_s, usage);
-    bool isNumber = true;
-    const int most = options.isSet(u"last"_s) ? options.value(u"last"_s).toInt(&isNumber) : INT_MAX;
-    if (!isNumber || most < 1)
-        return context.output.failUsage(u"--last needs a number, at least 1"_s, usage);
-    return list(context, most);
-}
-
 } // namespace
 
 VXHostCommand VXHistoryCommand()
@@ -119,16 +107,16 @@ VXHostCommand VXHistoryCommand()
     return {
         .name = u"history"_s,
         .summary = u"Show what came of events, and post one again"_s,
-        .synopsis = u"[list|replay] [ID]"_s,
         .details =
             u"\"list\" shows the last events, oldest first: which triggers there were, and how their reactors "
             "fared. Events in which something failed are kept longest. \"replay ID\" posts an event again, with the "
             "same object; the end of the ID is enough. The user default \"events.history\" turns the history off."_s,
-        .options = {{u"event"_s, u"EVENT"_s, u"Only events of that name"_s},
-                    {u"failures"_s, {}, u"Only those in which something failed"_s},
-                    {u"last"_s, u"N"_s, u"Only the last N"_s},
-                    {u"why"_s, {}, u"Tell why each trigger did or did not run"_s}},
-        .maximumOperands = 2,
-        .firstOperands = {u"list"_s, u"replay"_s},
-        .run = runHistory};
+        .options = {{u"event"_s, u"EVENT"_s, u"Only events of that name"_s, {}, {u"list"_s}},
+                    {u"failures"_s, {}, u"Only those in which something failed"_s, {}, {u"list"_s}},
+                    {u"last"_s, u"N"_s, u"Only the last N"_s, {}, {u"list"_s}},
+                    {u"why"_s, {}, u"Tell why each trigger did or did not run"_s, {}, {u"list"_s}}},
+        .verbs = {{u"list"_s}, {u"replay"_s, u"ID"_s, 1, 1}},
+        .run = [](VXHostContext &context) {
+            return context.options.verb() == "list"_L1 ? list(context) : runReplay(context);
+        }};
 }

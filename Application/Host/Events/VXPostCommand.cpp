@@ -31,9 +31,7 @@ int post(VXHostContext &context, QVariant object)
 int runPost(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
-    const QString usage = VXHostUsage(options.command());
-    if (options.operand(0).isEmpty())
-        return context.output.failUsage(u"the name of the event is empty"_s, usage);
+    const QString usage = VXHostUsage(options);
     if (options.isSet(u"object"_s) && options.isSet(u"object-uri"_s))
         return context.output.failUsage(u"an event has one object: --object or --object-uri"_s, usage);
     QVariant object;
@@ -63,6 +61,6 @@ VXHostCommand VXPostCommand()
                         {u"trace"_s, {}, u"Tell why each trigger did or did not run"_s}},
             .minimumOperands = 1,
             .maximumOperands = 1,
-            .operandKinds = {{{}, {u"events"_s}}},
+            .operandKinds = {u"events"_s},
             .run = runPost};
 }

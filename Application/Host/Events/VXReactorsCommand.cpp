@@ -1,7 +1,5 @@
 #include "VXHostCommands.h"
-#include "VXHostHelp.h"
 #include "VXHostOptions.h"
-#include "VXHostOutput.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
 #include "VXReactorReport.h"
@@ -12,21 +10,15 @@ VXHostCommand VXReactorsCommand()
 {
     return {.name = u"reactors"_s,
             .summary = u"Show what triggers can run"_s,
-            .synopsis = u"[list|info] [ID]"_s,
             .details =
                 u"The enabled reactor plugins, exporters among them: their identifiers, which triggers name, and "
                 "the events that they offer themselves for. \"info ID\" shows the options that one takes; the last "
                 "part of its "
                 "identifier is enough."_s,
-            .maximumOperands = 2,
-            .firstOperands = {u"list"_s, u"info"_s},
-            .operandKinds = {{u"info"_s, {u"reactors"_s}}},
+            .verbs = {{u"list"_s}, {u"info"_s, u"ID"_s, 1, 1, {u"reactors"_s}}},
             .run = [](VXHostContext &context) {
                 const QString identifier = context.options.operand(1);
-                const bool isInfo = context.options.operand(0) == "info"_L1;
-                if (isInfo == identifier.isNull())
-                    return context.output.failUsage(isInfo ? u"info needs ID"_s : u"list takes nothing more"_s,
-                                                    VXHostUsage(context.options.command()));
+                const bool isInfo = context.options.verb() == "info"_L1;
                 return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
                     const QList<VXPluginProxy *> plugins = manager.reactorPlugins() + manager.exporterPlugins();
                     return isInfo ? VXShowReactor(context, plugins, identifier)

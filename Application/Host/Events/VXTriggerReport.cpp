@@ -33,9 +33,9 @@ QJsonObject VXTriggerReport::json() const
     return {{u"id"_s, _trigger.shortID()},
             {u"uri"_s, _trigger.record()->objectID().uriRepresentation().toString()},
             {u"event"_s, _trigger.eventName()},
-            {u"name"_s, name.isNull() ? QJsonValue() : QJsonValue(name)},
+            {u"name"_s, VXJSONFromVariant(name)},
             {u"enabled"_s, _trigger.isEnabled()},
-            {u"filter"_s, filter.isNull() ? QJsonValue() : QJsonValue(filter)},
+            {u"filter"_s, VXJSONFromVariant(filter)},
             {u"reactors"_s, reactions}};
 }
 
@@ -104,11 +104,6 @@ QString reactionLine(const VXTriggerTrial::Reaction &reaction)
                              QString::fromUtf8(VXJSONText(VXJSONFromVariant(reaction.options))));
 }
 
-QJsonValue textOrNull(const QString &text)
-{
-    return text.isNull() ? QJsonValue() : QJsonValue(text);
-}
-
 } // namespace
 
 QJsonObject VXTriggerReport::test(const QVariant &object, QStringList *lines) const
@@ -123,12 +118,12 @@ QJsonObject VXTriggerReport::test(const QVariant &object, QStringList *lines) co
         reactors.append(QJsonObject{{u"reactor"_s, reaction.identifier},
                                     {u"options"_s, VXJSONFromVariant(reaction.options)},
                                     {u"runs"_s, reaction.runs},
-                                    {u"problem"_s, textOrNull(reaction.problem)}});
+                                    {u"problem"_s, VXJSONFromVariant(reaction.problem)}});
     }
     return {{u"id"_s, _trigger.shortID()},
             {u"enabled"_s, trial.isEnabled},
             {u"passes"_s, trial.passes},
-            {u"filter"_s, textOrNull(trial.filter)},
+            {u"filter"_s, VXJSONFromVariant(trial.filter)},
             {u"problem"_s, trial.problem.isEmpty() ? QJsonValue() : QJsonValue(trial.problem)},
             {u"reactors"_s, reactors}};
 }

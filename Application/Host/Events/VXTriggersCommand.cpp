@@ -1,3 +1,4 @@
+#include "VXErrorText.h"
 #include "VXEventArguments.h"
 #include "VXEventKeys.h"
 #include "VXExporterPlugin.h"
@@ -10,7 +11,6 @@
 #include "VXPluginReport.h"
 #include "VXPluginSession.h"
 #include "VXReactorReport.h"
-#include "VXStoreAccess.h"
 #include "VXTextTable.h"
 #include "VXTriggerReport.h"
 #include "VXTriggerStore.h"
@@ -19,9 +19,7 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
-#include <algorithm>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -263,44 +261,34 @@ int test(VXHostContext &context, VXTriggerStore &, VXTrigger &trigger)
 
 // -- The command
 
-struct Verb
+struct Verb : VXHostVerb
 {
-    QString name;
     int (*run)(VXHostContext &context, VXTriggerStore &triggers);
     int (*runWithTrigger)(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger);
 };
 
+VXHostVerb ofTrigger(const QString &name)
+{
+    return {name, u"ID"_s, 1, 1, {u"triggers"_s}};
+}
+
 const Verb verbs[] = {
-    {u"list"_s, list, nullptr},     {u"add"_s, add, nullptr},       {u"show"_s, nullptr, show},
-    {u"edit"_s, nullptr, edit},     {u"move"_s, nullptr, move},     {u"copy"_s, nullptr, copy},
-    {u"remove"_s, nullptr, remove}, {u"enable"_s, nullptr, enable}, {u"disable"_s, nullptr, disable},
-    {u"test"_s, nullptr, test},
+    {{u"list"_s}, list, nullptr},
+    {{u"add"_s}, add, nullptr},
+    {ofTrigger(u"show"_s), nullptr, show},
+    {ofTrigger(u"edit"_s), nullptr, edit},
+    {ofTrigger(u"move"_s), nullptr, move},
+    {ofTrigger(u"copy"_s), nullptr, copy},
+    {ofTrigger(u"remove"_s), nullptr, remove},
+    {ofTrigger(u"enable"_s), nullptr, enable},
+    {ofTrigger(u"disable"_s), nullptr, disable},
+    {ofTrigger(u"test"_s), nullptr, test},
 };
-
-QStringList verbNames()
-{
-    QStringList names;
-    std::ranges::transform(verbs, std::back_inserter(names), &Verb::name);
-    return names;
-}
-
-// Null when nothing is wrong.
-QString usageProblem(const VXHostOptions &options, const Verb &verb)
-{
-    if (verb.runWithTrigger != nullptr && options.operand(1).isNull())
-        return u"%1 needs ID"_s.arg(verb.name);
-    if (verb.run != nullptr && !options.operand(1).isNull())
-        return u"%1 takes nothing more"_s.arg(verb.name);
-    return {};
-}
 
 int runTriggers(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
-    const QString name = options.operands().value(0, verbs[0].name);
-    const Verb &verb = *std::ranges::find(verbs, name, &Verb::name);
-    if (const QString problem = usageProblem(options, verb); !problem.isNull())
-        return context.output.failUsage(problem, VXHostUsage(options));
+    const Verb &verb = options.verbIn(verbs);
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         VXError error;
         const std::unique_ptr<VXTriggerStore> triggers = VXTriggerStore::open(&error);
@@ -323,7 +311,6 @@ VXHostCommand VXTriggersCommand()
     return {
         .name = u"triggers"_s,
         .summary = u"Show and change what happens on events"_s,
-        .synopsis = u"[list|add|show|edit|move|copy|remove|enable|disable|test] [ID]"_s,
         .details =
             u"A trigger runs reactors, in order, when an event is posted whose object its filter lets pass. "
             "\"list\" shows all; \"add\" makes one, which runs after those of the same event; \"test ID\" tells "
@@ -333,6 +320,9 @@ VXHostCommand VXTriggersCommand()
             "--place N\" makes it the Nth of its event. ID is as \"list\" shows it, or the name that only one has.\n"
             "An --option belongs to the --reactor before it. A value that is a list or an object in JSON is "
             "taken as such, any other as text. A relative path of a file to export to counts from the current folder.\n"
+            "Of a call or message the filter can ask for \"who\" and \"contact\" too, who the other party is by the "
+            "phonebook: 'contact.company == \"Acme\"'; of lists, as groups and numbers, for one of them: 'ANY "
+            "contact.groups.name == \"Family\"'.\n"
             "Example: vornix triggers add --event incoming_call --filter 'from CONTAINS \"Jane\"' "
             "--reactor runcommand --option program=/home/me/jane.sh"_s,
         .options = {{u"event"_s,
@@ -360,26 +350,6 @@ VXHostCommand VXTriggersCommand()
                      true},
                     {u"place"_s, u"N"_s, u"Its place among those of the event, from 1"_s, {}, {u"move"_s}},
                     {u"object"_s, u"JSON"_s, u"The event's object; none without"_s, {}, {u"test"_s}}},
-        .minimumOperands = 0,
-        .maximumOperands = 2,
-        .firstOperands = verbNames(),
-        .verbSynopses = {{u"list"_s, {}},
-                         {u"add"_s, {}},
-                         {u"show"_s, u"ID"_s},
-                         {u"edit"_s, u"ID"_s},
-                         {u"move"_s, u"ID"_s},
-                         {u"copy"_s, u"ID"_s},
-                         {u"remove"_s, u"ID"_s},
-                         {u"enable"_s, u"ID"_s},
-                         {u"disable"_s, u"ID"_s},
-                         {u"test"_s, u"ID"_s}},
-        .operandKinds = {{u"show"_s, {u"triggers"_s}},
-                         {u"edit"_s, {u"triggers"_s}},
-                         {u"move"_s, {u"triggers"_s}},
-                         {u"copy"_s, {u"triggers"_s}},
-                         {u"remove"_s, {u"triggers"_s}},
-                         {u"enable"_s, {u"triggers"_s}},
-                         {u"disable"_s, {u"triggers"_s}},
-                         {u"test"_s, {u"triggers"_s}}},
+        .verbs = VXHostVerbsOf(verbs),
         .run = runTriggers};
 }

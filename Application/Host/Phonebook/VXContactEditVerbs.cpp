@@ -1,8 +1,11 @@
+#include "VXContactHistory.h"
 #include "VXContactReport.h"
 #include "VXContactsOpen.h"
 #include "VXContactVerbs.h"
 #include "VXContactWriter.h"
 #include "VXEmailAddress.h"
+#include "VXErrorText.h"
+#include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
@@ -10,7 +13,6 @@
 #include "VXPhonebookString.h"
 #include "VXPhonebookType.h"
 #include "VXPhoneNumber.h"
-#include "VXStoreAccess.h"
 
 #include <QtCore/QDate>
 #include <QtCore/QHash>
@@ -136,7 +138,7 @@ int VXAddContact(VXHostContext &context)
         return context.output.fail(problem);
     if (contact.displayName().isEmpty())
         return context.output.failUsage(u"add needs a name, company, number or address"_s,
-                                        u"usage: vornix phonebook add [NAME] [OPTION]..."_s);
+                                        VXHostUsage(context.options));
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
     if (!coordinator)
         return VXHostOutput::Failed;
@@ -146,34 +148,33 @@ int VXAddContact(VXHostContext &context)
 
 int VXEditContact(VXHostContext &context)
 {
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
-    if (!coordinator)
+    const VXNamedContact named(context);
+    if (!named.person)
         return VXHostOutput::Failed;
-    VXManagedObjectContext contacts(coordinator);
-    const VXManagedObjectPtr person = VXContactNamed(context, contacts, context.options.operand(1));
-    if (!person)
-        return VXHostOutput::Failed;
-    VXContactRecord contact(QVariant::fromValue(person));
+    VXContactRecord contact(QVariant::fromValue(named.person));
     if (const QString problem = applyOptions(context, contact); !problem.isNull())
         return context.output.fail(problem);
-    VXContactWriter(contacts).replace(person, contact);
-    return saveAndShow(context, contacts, person);
+    VXContactWriter(*named.contacts).replace(named.person, contact);
+    return saveAndShow(context, *named.contacts, named.person);
 }
 
 int VXDeleteContact(VXHostContext &context)
 {
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
-    if (!coordinator)
+    const VXNamedContact named(context);
+    if (!named.person)
         return VXHostOutput::Failed;
-    VXManagedObjectContext contacts(coordinator);
-    const VXManagedObjectPtr person = VXContactNamed(context, contacts, context.options.operand(1));
-    if (!person)
-        return VXHostOutput::Failed;
-    const VXShownContact shown(person);
-    contacts.deleteObject(person);
+    const VXShownContact shown(named.person);
+    const QString name = shown.contact.displayName();
     VXError error;
-    if (!contacts.save(&error))
+    const auto changeSet = VXContactHistory::insert(*named.contacts, u"deletion"_s, name, &error);
+    if (changeSet) {
+        VXContactHistory::note(*named.contacts, *changeSet, named.person, true);
+        named.contacts->deleteObject(named.person);
+    }
+    if (!changeSet || !named.contacts->save(&error))
         return context.output.fail(VXErrorText(error));
-    context.output.answer(u"Deleted %1 (%2).\n"_s.arg(shown.contact.displayName(), shown.shortID), shown.json(false));
+    context.output.answer(
+        u"Deleted %1 (%2); \"vornix phonebook undo-import\" takes it back.\n"_s.arg(name, shown.shortID),
+        shown.json(false));
     return VXHostOutput::Done;
 }

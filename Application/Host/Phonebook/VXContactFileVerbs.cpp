@@ -1,10 +1,8 @@
 #include "VXAtomicFile.h"
 #include "VXCardReader.h"
 #include "VXCardWriter.h"
-#include "VXContactDuplicates.h"
 #include "VXContactHistory.h"
 #include "VXContactImport.h"
-#include "VXContactReport.h"
 #include "VXContactsOpen.h"
 #include "VXContactVerbs.h"
 #include "VXHostJSON.h"
@@ -13,6 +11,8 @@
 #include "VXInputFile.h"
 #include "VXManagedObjectContext.h"
 #include "VXRegularFile.h"
+#include "VXShownDate.h"
+#include "VXSignalWatcher.h"
 #include "VXStoreAccess.h"
 #include "VXTextTable.h"
 
@@ -20,7 +20,9 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
 
+#include <csignal>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -72,6 +74,16 @@ QString textOf(const VXContactImportReport &report, bool isDryRun)
                       .arg(report.leftOut);
 }
 
+// Of an import that was broken off: what is in by then, and what to do.
+QString textOfPart(const VXContactImportReport &report)
+{
+    if (report.added + report.changed == 0)
+        return u"; no contact was changed"_s;
+    return u"; %1 contacts were added and %2 changed before: import the file again, which brings the rest, or take "
+           "these back with \"vornix phonebook undo-import\""_s.arg(report.added)
+               .arg(report.changed);
+}
+
 void noteProblems(VXHostContext &context, const QString &path, const QList<VXCardProblem> &problems)
 {
     for (const VXCardProblem &each : problems.mid(0, mostShown))
@@ -118,11 +130,6 @@ int exportToOutput(VXHostContext &context, const VXFetchResult &persons, VXCardW
     return VXHostOutput::Done;
 }
 
-QString nameOf(const VXContactRecord &contact)
-{
-    return contact.displayName();
-}
-
 } // namespace
 
 int VXImportContacts(VXHostContext &context)
@@ -139,19 +146,30 @@ int VXImportContacts(VXHostContext &context)
     VXCardReader reader(file);
     VXContactImport import(coordinator, QFileInfo(path).fileName());
     import.setDryRun(isDryRun);
-    VXError error;
-    const std::optional<VXContactImportReport> report = import.run(reader, &error);
-    if (!report)
-        return context.output.fail(VXErrorText(error));
-    if (file.error() != QFile::NoError)
-        return context.output.fail(u"%1 can not be read: %2"_s.arg(path, file.errorString()));
-    if (!context.output.isJSON())
-        noteProblems(context, path, report->problems);
-    const qsizetype read = report->added + report->changed + report->same;
-    if (read == 0 && report->leftOut == 0)
-        return context.output.fail(u"%1 has no vCards"_s.arg(path));
-    context.output.answer(textOf(*report, isDryRun), jsonOf(*report));
-    return report->leftOut > 0 ? VXHostOutput::Failed : VXHostOutput::Done;
+    // Standard input may be waited for: there an interrupt ends the program at once.
+    bool isInterrupted = false;
+    std::optional<VXSignalWatcher> interrupt;
+    if (path != "-"_L1)
+        interrupt.emplace(std::initializer_list<int>{SIGINT, SIGTERM}, [&](int) { isInterrupted = true; });
+    import.setCancelCheck([&] {
+        if (interrupt)
+            interrupt->deliverPending();
+    return isInterrupted;
+});
+VXError error;
+const std::optional<VXContactImportReport> report = import.run(reader, &error);
+if (!report)
+    return context.output.fail((isInterrupted ? u"the import was interrupted"_s : VXErrorText(error)) +
+                               (isDryRun ? QString() : textOfPart(import.reportSoFar())));
+if (file.error() != QFile::NoError)
+    return context.output.fail(u"%1 can not be read: %2"_s.arg(path, file.errorString()));
+if (!context.output.isJSON())
+    noteProblems(context, path, report->problems);
+const qsizetype read = report->added + report->changed + report->same;
+if (read == 0 && report->leftOut == 0)
+    return context.output.fail(u"%1 has no vCards"_s.arg(path));
+context.output.answer(textOf(*report, isDryRun), jsonOf(*report));
+return report->leftOut > 0 ? VXHostOutput::Failed : VXHostOutput::Done;
 }
 
 int VXExportContacts(VXHostContext &context)
@@ -185,40 +203,6 @@ int VXExportContacts(VXHostContext &context)
     return VXHostOutput::Done;
 }
 
-int VXShowDuplicateContacts(VXHostContext &context)
-{
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
-    if (!coordinator)
-        return VXHostOutput::Failed;
-    const VXContactDuplicates duplicates(coordinator);
-    VXError error;
-    const std::optional<QList<VXDuplicateContacts>> found = duplicates.find(&error);
-    if (!found)
-        return context.output.fail(VXErrorText(error));
-    const bool merges = context.options.isSet(u"merge"_s);
-    if (merges && !duplicates.merge(*found, &error))
-        return context.output.fail(VXErrorText(error));
-    QList<QStringList> rows{{u"CONTACTS"_s, u"NAME"_s, u"SHARE"_s, u"MERGED"_s}};
-    QJsonArray json;
-    for (const VXDuplicateContacts &each : *found) {
-        QStringList identifiers;
-        for (const VXManagedObjectID &person : each.persons)
-            identifiers.append(u'p' + QString::number(person.number()));
-        QStringList merged = VXShownAddresses(each.merged.numbers) + VXShownAddresses(each.merged.emails);
-        rows.append({identifiers.join(u' '), nameOf(each.merged), each.shared.join(", "_L1), merged.join(", "_L1)});
-        VXContactRecord preview = each.merged;
-        preview.image.clear();
-        json.append(QJsonObject{{u"contacts"_s, QJsonArray::fromStringList(identifiers)},
-                                {u"shared"_s, QJsonArray::fromStringList(each.shared)},
-                                {u"merged"_s, VXJSONFromVariant(preview.map())}});
-    }
-    const QString done = merges ? u"Merged; \"vornix phonebook undo-import\" takes it back.\n"_s
-                                : u"\"--merge\" makes one contact of each.\n"_s;
-    context.output.answer(found->isEmpty() ? u"There are no duplicates.\n"_s : VXTextTable(rows) + done,
-                          QJsonObject{{u"duplicates"_s, json}, {u"merged"_s, merges && !found->isEmpty()}});
-    return VXHostOutput::Done;
-}
-
 int VXUndoContactImport(VXHostContext &context)
 {
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
@@ -237,7 +221,7 @@ int VXUndoContactImport(VXHostContext &context)
                        .arg(isNothing  ? u"There is nothing left to undo of"_s
                             : isDryRun ? u"Would undo"_s
                                        : u"Undid"_s,
-                            what, changeSet.date.toLocalTime().toString(u"yyyy-MM-dd HH:mm:ss"_s))
+                            what, VXShownDate(changeSet.date))
                        .arg(undo->removed)
                        .arg(undo->restored)
                        .arg(undo->broughtBack);

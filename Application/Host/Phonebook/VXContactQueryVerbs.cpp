@@ -3,6 +3,7 @@
 #include "VXContactsOpen.h"
 #include "VXContactVerbs.h"
 #include "VXEmailAddress.h"
+#include "VXErrorText.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -12,11 +13,14 @@
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
-#include "VXStoreAccess.h"
+#include "VXShownWidth.h"
 #include "VXTextComparison.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -93,7 +97,7 @@ bool readLimit(VXHostContext &context, qsizetype *limit)
     *limit = text.toInt(&isNumber);
     if (isNumber && *limit > 0)
         return true;
-    context.output.failUsage(u"--limit needs a number, at least 1"_s, VXHostUsage(context.options.command()));
+    context.output.failUsage(u"--limit needs a number, at least 1"_s, VXHostUsage(context.options));
     return false;
 }
 
@@ -126,6 +130,65 @@ std::optional<QVariantList> askedGroups(VXHostContext &context, VXManagedObjectC
     return asked;
 }
 
+/** The rows of contacts, piece by piece, in columns that fit the output: the first piece decides which these are. */
+class ContactTable
+{
+public:
+    explicit ContactTable(VXHostOutput &output) : _output(output) {}
+
+    void add(const VXShownContact &contact)
+    {
+        _rows.append(contact.columns());
+        for (const qsizetype column : std::as_const(_gone))
+            _rows.last().removeAt(column);
+    }
+    qsizetype size() const { return _rows.size(); }
+    void write()
+    {
+        if (!std::exchange(_isFitted, true))
+            fit();
+        if (_isNarrow)
+            cutLast();
+        _output.writePart(VXTextTable(std::exchange(_rows, {}), &_widths).chopped(1).toUtf8());
+    }
+
+private:
+    static constexpr qsizetype leastReadable = 8;
+
+    void fit()
+    {
+        QStringList names;
+        for (qsizetype column = _rows.first().size() - 1; column > 1 && isTooWide(); --column) {
+            if (_rows.first()[column] == "NUMBERS"_L1)
+                continue;
+            names.prepend(_rows.first()[column]);
+            for (QStringList &row : _rows)
+                row.removeAt(column);
+            _gone.append(column);
+        }
+        _isNarrow = isTooWide();
+        if (!names.isEmpty())
+            _output.note(u"For want of room without: %1. --json has everything."_s.arg(names.join(", "_L1)));
+    }
+    void cutLast()
+    {
+        QList<QStringList> others = _rows;
+        for (QStringList &row : others)
+            row.last().clear();
+        const qsizetype room = std::max(_output.width() - VXWidthOfTable(others), leastReadable);
+        for (QStringList &row : _rows)
+            row.last() = VXCutToWidth(row.last(), room);
+    }
+    bool isTooWide() const { return VXWidthOfTable(_rows) > _output.width(); }
+
+    VXHostOutput &_output;
+    QList<QStringList> _rows{VXShownContact::titles()};
+    QList<qsizetype> _widths;
+    QList<qsizetype> _gone; // columns, in the order in which they are taken away
+    bool _isFitted = false;
+    bool _isNarrow = false;
+};
+
 } // namespace
 
 int VXLookUpContact(VXHostContext &context)
@@ -144,6 +207,12 @@ int VXLookUpContact(VXHostContext &context)
     }
     if (!entry) {
         context.output.answer(u"No contact has it.\n"_s, QJsonValue());
+        QString name;
+        QString value;
+        unsigned type = 0;
+        if (!context.output.isJSON() && !VXPhonebookStringSplit(text, &name, &value, &type))
+            context.output.note(u"\"%1\" is no number or address; \"vornix phonebook show\" and \"complete\" find "
+                                "contacts by their names"_s.arg(text));
         return VXHostOutput::Failed;
     }
     const VXManagedObjectPtr person = personOf(*entry);
@@ -187,17 +256,16 @@ int VXListContacts(VXHostContext &context)
     if (!found)
         return context.output.fail(VXErrorText(error));
     context.output.beginParts();
-    QList<qsizetype> widths;
-    QList<QStringList> rows{VXShownContact::titles()};
+    ContactTable table(context.output);
     for (qsizetype index = 0; index < found->size(); ++index) {
         const VXShownContact shown(found->at(index));
         if (context.output.isJSON())
             context.output.writePart(VXJSONText(shown.json(false)));
         else
-            rows.append(shown.columns());
-        const bool isFull = rows.size() >= batchSize || index + 1 == found->size();
+            table.add(shown);
+        const bool isFull = table.size() >= batchSize || index + 1 == found->size();
         if (!context.output.isJSON() && isFull)
-            context.output.writePart(VXTextTable(std::exchange(rows, {}), &widths).chopped(1).toUtf8());
+            table.write();
         if (!context.output.flush())
             break;
     }
@@ -208,14 +276,10 @@ int VXListContacts(VXHostContext &context)
 
 int VXShowContact(VXHostContext &context)
 {
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
-    if (!coordinator)
+    const VXNamedContact named(context);
+    if (!named.person)
         return VXHostOutput::Failed;
-    VXManagedObjectContext contacts(coordinator);
-    const VXManagedObjectPtr person = VXContactNamed(context, contacts, context.options.operand(1));
-    if (!person)
-        return VXHostOutput::Failed;
-    const VXShownContact shown(person);
+    const VXShownContact shown(named.person);
     context.output.answer(shown.text(), shown.json(true));
     return VXHostOutput::Done;
 }

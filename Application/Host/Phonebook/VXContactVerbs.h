@@ -8,20 +8,13 @@
 // What "vornix phonebook" does with the contacts that are kept. Each verb answers an exit status.
 
 /** A verb that needs the store of contacts. */
-struct VXContactVerb
+struct VXContactVerb : VXHostVerb
 {
-    QString name;
-    QStringList options; // that go with it, of those below
-    qsizetype minimum;   // operands behind the verb
-    qsizetype maximum;   //
-    QString usage;       // what it needs
-    int (*run)(VXHostContext &);
+    int (*run)(VXHostContext &context);
 };
 
 /** All of them. */
 [[nodiscard]] const QList<VXContactVerb> &VXContactVerbs();
-/** How one is called, for those who called it wrong. */
-[[nodiscard]] QString VXContactUsage(const VXContactVerb &verb);
 /** Their options. */
 [[nodiscard]] QList<VXHostOption> VXContactOptions();
 

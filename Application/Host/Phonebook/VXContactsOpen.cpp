@@ -3,8 +3,9 @@
 #include "VXContactLookup.h"
 #include "VXContactReport.h"
 #include "VXEmailAddress.h"
+#include "VXHostOptions.h"
 #include "VXHostOutput.h"
-#include "VXManagedObjectContext.h"
+#include "VXPhonebookManager.h"
 #include "VXPhoneNumber.h"
 #include "VXStoreByName.h"
 
@@ -80,15 +81,28 @@ VXPersistentStoreCoordinator::Ptr VXOpenContacts(VXHostContext &context)
     return coordinator;
 }
 
-VXManagedObjectPtr VXContactNamed(VXHostContext &context, VXManagedObjectContext &contacts, const QString &text)
+VXNamedContact::VXNamedContact(VXHostContext &context)
 {
-    const QList<VXManagedObjectPtr> persons = personsNamed(contacts, text);
-    if (persons.size() == 1)
-        return persons.constFirst();
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return;
+    contacts = std::make_unique<VXManagedObjectContext>(coordinator);
+    const QString text = context.options.operand(1);
+    const QList<VXManagedObjectPtr> persons = personsNamed(*contacts, text);
+    if (persons.size() == 1) {
+        person = persons.constFirst();
+        return;
+    }
+    if (persons.isEmpty()) {
+        constexpr unsigned mostNear = 5;
+        const QStringList near = VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
+            text, VXPhonebookPropertyAll, mostNear);
+        context.output.fail(u"there is no contact \"%1\""_s.arg(text) +
+                            (near.isEmpty() ? QString() : u"; near it are: "_s + near.join(", "_L1)));
+        return;
+    }
     QStringList choices;
-    for (const VXManagedObjectPtr &person : persons)
-        choices.append(VXShownContact(person).shortID);
-    context.output.fail(persons.isEmpty() ? u"there is no contact \"%1\""_s.arg(text)
-                                          : u"\"%1\" are several contacts: %2"_s.arg(text, choices.join(", "_L1)));
-    return {};
+    for (const VXManagedObjectPtr &each : persons)
+        choices.append(VXShownContact(each).shortID);
+    context.output.fail(u"\"%1\" are several contacts: %2"_s.arg(text, choices.join(", "_L1)));
 }

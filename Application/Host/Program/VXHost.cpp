@@ -1,7 +1,10 @@
 #include "VXHost.h"
 
 #include "VXApplication.h"
+#include "VXBackgroundThread.h"
 #include "VXDesktopServices.h"
+#include "VXDiagnostics.h"
+#include "VXErrorText.h"
 #include "VXException.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
@@ -12,7 +15,9 @@
 #include "VXHostOutput.h"
 #include "VXInitializeInterface.h"
 #include "VXLog.h"
+#include "VXMetaDataSync.h"
 #include "VXPersistentStore.h"
+#include "VXSleepGuard.h"
 #include "VXTerminalUserInterface.h"
 #include "VXUserDefaults.h"
 #include "VXUserFolders.h"
@@ -21,7 +26,9 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <memory>
 #include <unistd.h>
@@ -106,39 +113,32 @@ int runInEventLoop(VXHostContext &context)
     return status;
 }
 
-// Preferences that could not be read, and were set aside at some time.
-QStringList damagedPreferences()
-{
-    const QDir folder(VXUserDefaults::preferencesFolder());
-    QStringList paths;
-    for (const QString &name : folder.entryList({u"*.damaged*"_s}, QDir::Files))
-        paths.append(folder.filePath(name));
-    return paths;
-}
-
 int runApplication(VXHostContext &context)
 {
-    const QStringList damagedBefore = damagedPreferences();
     if (context.options.isSet(u"verbose"_s))
         VXLog::setEchoDescriptor(STDERR_FILENO);
+    VXSetConsoleOmitsRepetitions(true);
     VXInitializeFramework();
     VXInitializeInterface();
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
+    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves); // unless the command is one that stays
     VXScriptingTransport::setMaker([] { return VXMakeScriptingTransport(); });
     VXApplication &application = VXApplication::sharedApplication();
     application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
     application.setDidFinishLaunching(true);
 
-    int status = runInEventLoop(context);
+    int status = VXHostOutput::Failed;
+    {
+        const VXSleepGuard guard;
+        status = runInEventLoop(context);
+    }
     VXPersistentStore::closeAll(); // whoever copies a data file after the end of the program has all of it
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) || !application.relaunchIfDue(&error))
-        status = failWithReason(context, error.localizedDescription());
-    for (const QString &path : damagedPreferences()) {
-        if (!damagedBefore.contains(path))
-            context.output.note(
-                u"vornix: preferences were damaged, and are not in use any more; they lie in %1"_s.arg(path));
-    }
+        status = failWithReason(context, VXErrorText(error));
+    for (const QString &path : VXUserDefaults::filesSetAside())
+        context.output.note(
+            u"vornix: preferences were damaged, and are not in use any more; they lie in %1"_s.arg(path));
     return status;
 }
 
@@ -158,6 +158,24 @@ std::optional<int> answerWithoutApplication(VXHostContext &context)
                                                       : VXHostCommandHelp(*options.command(), context.commands);
     context.output.answer(help, help);
     return VXHostOutput::Done;
+}
+
+int runInApplication(int argc, char **argv, VXHostContext &context)
+{
+    const GuardedApplication application(argc, argv);
+    return runApplication(context);
+}
+
+// A thread that ends later would meet static objects that are gone: then the process ends without destroying them.
+int end(VXHostOutput &output, int status)
+{
+    constexpr std::chrono::seconds longestWait{3};
+    const bool areThreadsOver = VXBackgroundThread::awaitEnds(longestWait);
+    const int result = output.finish(status);
+    if (areThreadsOver)
+        return result;
+    std::fflush(nullptr);
+    ::_exit(result);
 }
 
 // A standard descriptor that the caller closed would be given to the next file opened. These cannot be used for what
@@ -187,6 +205,5 @@ int VXHost::run(int argc, char **argv)
         return output.finish(*status);
     if (!setHome(options, output))
         return output.finish(VXHostOutput::Failed);
-    const GuardedApplication application(argc, argv);
-    return output.finish(runApplication(context));
+    return end(output, runInApplication(argc, argv, context));
 }

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <QtCore/QList>
-#include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 #include <functional>
+#include <iterator>
+#include <limits>
 
 class VXHostCommandTable;
 class VXHostOptions;
@@ -18,11 +19,31 @@ struct VXHostOption
     QString placeholder; // of its value, as "DIR"; null for a switch
     QString summary;
     QStringList choices = {}; // the values it takes; empty: any
-    QStringList verbs = {};   // the first operands that it goes with; empty: any
+    QStringList verbs = {};   // the names of those that it goes with; empty: any
     bool mayRepeat = false;   // of one with a value
     QString valueKind = {};   // what its values name, for the completion: a kind of VXWordsOfKind
     bool mayBeEmpty = false;  // its value
 };
+
+/** What the first operand of a command says that it shall do, and the operands behind that one. */
+struct VXHostVerb
+{
+    static constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
+
+    QString name;
+    QString operands = {};         // as "DEVICE KEY=VALUE..."; null for none
+    qsizetype minimum = 0;         // of them
+    qsizetype maximum = 0;         //
+    QStringList operandKinds = {}; // what they name, for the completion: kinds of VXWordsOfKind, or "files"
+    bool mayEndEmpty = false;      // whether the last of the needed ones may be an empty text
+};
+
+/** The verbs of a command's own table, where ways to run them follow each. */
+template <class Verbs>
+[[nodiscard]] QList<VXHostVerb> VXHostVerbsOf(const Verbs &verbs)
+{
+    return QList<VXHostVerb>(std::begin(verbs), std::end(verbs));
+}
 
 /** What a command gets to run with. */
 struct VXHostContext
@@ -37,17 +58,23 @@ struct VXHostCommand
 {
     QString name;
     QString summary;
-    QString synopsis = {}; // its operands, as "FILE" or "read|write DOMAIN"; null for none
+    QString synopsis = {}; // its operands, as "FILE", when it has no verbs; null for none
     QString details = {};  // paragraphs for its help
     QList<VXHostOption> options = {};
     qsizetype minimumOperands = 0;
     qsizetype maximumOperands = 0;
-    QStringList firstOperands = {};           // what the first operand may be, the standard one first; empty: anything
-    QMap<QString, QString> verbSynopses = {}; // by first operand, those behind it, as "URL ACTION"
-    /** By first operand, what the ones behind it name, for the completion: kinds of VXWordsOfKind, or "files". Under the empty
-     *  text what all operands name, of commands without verbs. */
-    QMap<QString, QStringList> operandKinds = {};
+    QStringList operandKinds = {}; // as a verb's
+    QList<VXHostVerb> verbs = {};  // empty: the operands are those above
+    bool needsVerb = false;        // else the first is meant when none is named
     bool isHidden = false;
+
+    QStringList verbNames() const
+    {
+        QStringList names;
+        for (const VXHostVerb &verb : verbs)
+            names.append(verb.name);
+        return names;
+    }
     /** Answers the exit status, one of VXHostOutput's. */
     std::function<int(VXHostContext &)> run;
 };

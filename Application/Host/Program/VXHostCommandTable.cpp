@@ -34,12 +34,13 @@ VXHostCommandTable::VXHostCommandTable(std::vector<VXHostCommand> commands, QLis
 const VXHostCommandTable &VXHostCommandTable::standard()
 {
     static const VXHostCommandTable table(
-        {VXInfoCommand(),   VXDefaultsCommand(), VXLogCommand(),        VXPropertyListCommand(), VXPhonebookCommand(),
-         VXStoreCommand(),  VXPluginsCommand(),  VXNewPluginCommand(),  VXDevicesCommand(),      VXTriggersCommand(),
-         VXEventsCommand(), VXPostCommand(),     VXHistoryCommand(),    VXReactorsCommand(),     VXExportersCommand(),
-         VXExportCommand(), VXSyncCommand(),     VXMessagesCommand(),   VXImportCallsCommand(),  VXPostFormCommand(),
-         VXOutboxCommand(), VXOpenCommand(),     VXHotKeysCommand(),    VXScriptingCommand(),    VXRunCommand(),
-         VXEvalCommand(),   VXHelpCommand(),     VXCompletionCommand(), VXManPageCommand()},
+        {VXInfoCommand(),       VXDefaultsCommand(), VXLogCommand(),     VXStatusCommand(),    VXPropertyListCommand(),
+         VXPhonebookCommand(),  VXStoreCommand(),    VXPluginsCommand(), VXNewPluginCommand(), VXDevicesCommand(),
+         VXTriggersCommand(),   VXEventsCommand(),   VXPostCommand(),    VXHistoryCommand(),   VXReactorsCommand(),
+         VXExportersCommand(),  VXExportCommand(),   VXSyncCommand(),    VXMessagesCommand(),  VXImportCallsCommand(),
+         VXPostFormCommand(),   VXOutboxCommand(),   VXSearchCommand(),  VXOpenCommand(),      VXHotKeysCommand(),
+         VXScriptingCommand(),  VXRunCommand(),      VXEvalCommand(),    VXHelpCommand(),      VXSearchServiceCommand(),
+         VXCompletionCommand(), VXManPageCommand()},
         standardOptions());
     return table;
 }

@@ -6,6 +6,7 @@
 [[nodiscard]] VXHostCommand VXInfoCommand();
 [[nodiscard]] VXHostCommand VXDefaultsCommand();
 [[nodiscard]] VXHostCommand VXLogCommand();
+[[nodiscard]] VXHostCommand VXStatusCommand();
 [[nodiscard]] VXHostCommand VXPropertyListCommand();
 [[nodiscard]] VXHostCommand VXPhonebookCommand();
 [[nodiscard]] VXHostCommand VXStoreCommand();
@@ -24,6 +25,7 @@
 [[nodiscard]] VXHostCommand VXImportCallsCommand();
 [[nodiscard]] VXHostCommand VXPostFormCommand();
 [[nodiscard]] VXHostCommand VXOutboxCommand();
+[[nodiscard]] VXHostCommand VXSearchCommand();
 [[nodiscard]] VXHostCommand VXOpenCommand();
 [[nodiscard]] VXHostCommand VXHotKeysCommand();
 [[nodiscard]] VXHostCommand VXScriptingCommand();
@@ -31,6 +33,8 @@
 [[nodiscard]] VXHostCommand VXEvalCommand();
 [[nodiscard]] VXHostCommand VXHelpCommand();
 
+/** Hidden: started by the session bus. */
+[[nodiscard]] VXHostCommand VXSearchServiceCommand();
 /** Hidden: they write the completion script and the man page that are installed. */
 [[nodiscard]] VXHostCommand VXCompletionCommand();
 [[nodiscard]] VXHostCommand VXManPageCommand();

@@ -65,18 +65,17 @@ QString valueCases(const QString &command, const QList<VXHostOption> &options)
 QString operandCases(const VXHostCommand &command)
 {
     QString text;
-    for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds) {
-        const bool isOfVerb = !kinds.key().isEmpty();
-        for (qsizetype i = 0; i < kinds->size(); ++i) {
-            const QString kind = kinds->at(i);
-            const qsizetype place = isOfVerb ? i + 1 : i;
+    const auto add = [&](const QString &verb, const QStringList &kinds, qsizetype place) {
+        for (const QString &kind : kinds) {
             const QString of = place > 0 ? u" \"${given[%1]}\""_s.arg(place - 1) : QString();
-            text += u"                %1\\ %2) %3 ;;\n"_s.arg(isOfVerb ? kinds.key() : u"*"_s)
-                        .arg(place)
-                        .arg(kind == "files"_L1 ? u"COMPREPLY=($(compgen -f -- \"$current\"))"_s
-                                                : "_vornix_words "_L1 + kind + of);
+            text += u"                %1\\ %2) %3 ;;\n"_s.arg(verb).arg(place).arg(
+                kind == "files"_L1 ? u"COMPREPLY=($(compgen -f -- \"$current\"))"_s : "_vornix_words "_L1 + kind + of);
+            ++place;
         }
-    }
+    };
+    for (const VXHostVerb &verb : command.verbs)
+        add(verb.name, verb.operandKinds, 1);
+    add(u"*"_s, command.operandKinds, 0);
     return text.isEmpty()
                ? text
                : u"            [[ $current != -* ]] && case \"${given[0]} $operands\" in\n%1            esac\n"_s.arg(
@@ -85,10 +84,14 @@ QString operandCases(const VXHostCommand &command)
 
 QString commandCase(const VXHostCommand &command, const QStringList &commandNames)
 {
-    const QStringList first = command.synopsis == "[COMMAND]"_L1 ? commandNames : command.firstOperands;
+    const QStringList first = command.synopsis == "[COMMAND]"_L1 ? commandNames : command.verbNames();
     QString text = u"        %1)\n"_s.arg(command.name);
-    if (!command.options.isEmpty())
-        text += u"            options=\"$options %1\"\n"_s.arg(optionWords(command.options));
+    for (const VXHostOption &option : command.options) {
+        const QString condition =
+            u"[[ $operands -eq 0 || ' %1 ' == *\" ${given[0]} \"* ]] && "_s.arg(option.verbs.join(u' '));
+        text += u"            %1options=\"$options --%2\"\n"_s.arg(option.verbs.isEmpty() ? QString() : condition,
+                                                                   option.name);
+    }
     const QString operand = valueCompletion(command.synopsis, first);
     if (!first.isEmpty())
         text += u"            [[ $operands -eq 0 && $current != -* ]] && %1\n"_s.arg(operand);
@@ -113,10 +116,14 @@ QString VXHostBashCompletion(const VXHostCommandTable &commands)
 
     return uR"script(# bash completion for vornix
 
-# KIND [OF]: what there is of it.
+# KIND [OF]: what there is of it. The names may hold blanks, and whatever a shell would expand.
 _vornix_words()
 {
-    COMPREPLY=($(compgen -W "$(vornix "${home[@]}" completion words "$@" 2>/dev/null)" -- "$current"))
+    local name typed=${current//\\/}
+    typed=${typed#[\'\"]}
+    while IFS= read -r name; do
+        [[ $name == "$typed"* ]] && COMPREPLY+=("$name")
+    done < <(vornix "${home[@]}" completion words "$@" 2>/dev/null)
 }
 
 _vornix()
@@ -167,12 +174,22 @@ QString fishQuoted(QString text)
     return u'\'' + text.replace(u'\\', "\\\\"_L1).replace(u'\'', "\\'"_L1) + u'\'';
 }
 
+// The operand at that place behind the command: as many words are there already, the command among them.
+QString fishCondition(qsizetype words, const QString &command, const QString &verb = {})
+{
+    return u" -n '__vornix_at %1 %2%3'"_s.arg(words).arg(command, verb.isEmpty() ? QString() : u' ' + verb);
+}
+
+QString fishWords(const QString &kind)
+{
+    return kind == "files"_L1 ? u" -F"_s : u" -a '(__vornix_words %1)'"_s.arg(kind);
+}
+
 QString fishOption(const VXHostOption &option, const QString &condition)
 {
     QString line = u"complete -c vornix%1 -l %2 -d %3"_s.arg(condition, option.name, fishQuoted(option.summary));
     if (takesValue(option))
-        line += !option.valueKind.isEmpty()
-                    ? u" -x -a '(vornix completion words %1 2>/dev/null)'"_s.arg(option.valueKind)
+        line += !option.valueKind.isEmpty() ? " -x"_L1 + fishWords(option.valueKind)
                 : !option.choices.isEmpty() ? " -x -a "_L1 + fishQuoted(option.choices.join(u' '))
                 : option.placeholder == "DIR"_L1 || option.placeholder.contains("FILE"_L1) ? u" -r -F"_s
                                                                                            : u" -x"_s;
@@ -181,21 +198,22 @@ QString fishOption(const VXHostOption &option, const QString &condition)
 
 QString fishCommand(const VXHostCommand &command)
 {
-    const QString seen = u" -n '__fish_seen_subcommand_from %1"_s.arg(command.name);
     QString text =
-        u"complete -c vornix -n __fish_use_subcommand -a %1 -d %2\n"_s.arg(command.name, fishQuoted(command.summary));
-    if (!command.firstOperands.isEmpty()) {
-        const QString verbs = command.firstOperands.join(u' ');
-        text += u"complete -c vornix%1; and not __fish_seen_subcommand_from %2' -a %3\n"_s.arg(seen, verbs,
-                                                                                               fishQuoted(verbs));
-    }
-    for (auto kinds = command.operandKinds.cbegin(); kinds != command.operandKinds.cend(); ++kinds)
-        text += u"complete -c vornix%1%2' %3\n"_s.arg(
-            seen, kinds.key().isEmpty() ? QString() : u"; and __fish_seen_subcommand_from "_s + kinds.key(),
-            kinds->first() == "files"_L1 ? u"-F"_s
-                                         : u"-a '(vornix completion words %1 2>/dev/null)'"_s.arg(kinds->first()));
+        u"complete -c vornix -n '__vornix_at 0' -a %1 -d %2\n"_s.arg(command.name, fishQuoted(command.summary));
+    if (const QString verbs = command.verbNames().join(u' '); !verbs.isEmpty())
+        text += u"complete -c vornix%1 -a %2\n"_s.arg(fishCondition(1, command.name), fishQuoted(verbs));
+    const auto addOperands = [&](const QString &verb, const QStringList &kinds) {
+        const qsizetype before = verb.isEmpty() ? 1 : 2; // the command, and its verb
+        for (qsizetype place = 0; place < kinds.size(); ++place)
+            text += u"complete -c vornix%1%2\n"_s.arg(fishCondition(before + place, command.name, verb),
+                                                      fishWords(kinds[place]));
+    };
+    for (const VXHostVerb &verb : command.verbs)
+        addOperands(verb.name, verb.operandKinds);
+    addOperands({}, command.operandKinds);
     for (const VXHostOption &option : command.options)
-        text += fishOption(option, seen + u'\'');
+        text += fishOption(option,
+                           u" -n '__vornix_command %1'"_s.arg((QStringList{command.name} + option.verbs).join(u' ')));
     return text;
 }
 
@@ -203,7 +221,50 @@ QString fishCommand(const VXHostCommand &command)
 
 QString VXHostFishCompletion(const VXHostCommandTable &commands)
 {
-    QString text = u"# fish completion for vornix\ncomplete -c vornix -f\n"_s;
+    QString text = uR"script(# fish completion for vornix
+
+# The command and its operands, without options and their values.
+function __vornix_given
+    set -l isValue 0
+    for word in (commandline -opc)[2..-1]
+        if test $isValue = 1
+            set isValue 0
+        else if contains -- $word %1
+            set isValue 1
+        else if not string match -q -- '-*' $word
+            echo $word
+        end
+    end
+end
+
+# COUNT COMMAND VERB: whether so many of them are there, and which.
+function __vornix_at
+    set -l given (__vornix_given)
+    test (count $given) -eq $argv[1]; or return 1
+    test (count $argv) -lt 2; or test "$given[1]" = "$argv[2]"; or return 1
+    test (count $argv) -lt 3; or test "$given[2]" = "$argv[3]"
+end
+
+# COMMAND VERB...: whether it is there, with one of the verbs.
+function __vornix_command
+    set -l given (__vornix_given)
+    test "$given[1]" = "$argv[1]"; or return 1
+    test (count $argv) -lt 2; or contains -- "$given[2]" $argv[2..-1]
+end
+
+# KIND: what there is of it, perhaps of what stands before.
+function __vornix_words
+    set -l given (__vornix_given)
+    set -l home
+    set -l words (commandline -opc)
+    if set -l at (contains -i -- --home $words)
+        set home --home $words[(math $at + 1)]
+    end
+    vornix $home completion words $argv[1] "$given[-1]" 2>/dev/null
+end
+
+complete -c vornix -f
+)script"_s.arg(valueOptions(commands).join(u' '));
     for (const VXHostOption &option : commands.globalOptions())
         text += fishOption(option, {});
     for (const VXHostCommand &command : commands.commands()) {

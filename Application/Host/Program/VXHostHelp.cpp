@@ -1,46 +1,34 @@
 #include "VXHostHelp.h"
 
 #include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXWrappedText.h"
 
 #include <algorithm>
+#include <unistd.h>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype textWidth = 79;
+constexpr qsizetype widest = 79;
+constexpr qsizetype narrowest = 30;
+constexpr qsizetype leastOfRow = 20; // of what stands beside a name
+
+qsizetype textWidth()
+{
+    return std::clamp(VXHostOutput::widthOf(STDOUT_FILENO) - 1, narrowest, widest);
+}
 
 QString optionText(const VXHostOption &option)
 {
     return "--"_L1 + option.name + (option.placeholder.isNull() ? QString() : u' ' + option.placeholder);
 }
 
-// Words put on lines of at most textWidth, all but the first line indented. Choices ("a|b|c") that no line has room for go on
-// in the next.
 QString wrapped(const QString &text, qsizetype indent, qsizetype used)
 {
-    QString result;
-    qsizetype column = used;
-    QStringList words = text.split(u' ', Qt::SkipEmptyParts);
-    while (!words.isEmpty()) {
-        QString word = words.takeFirst();
-        const qsizetype cut = indent + word.size() > textWidth ? word.lastIndexOf(u'|', textWidth - indent - 1) + 1 : 0;
-        if (cut > 0) {
-            words.prepend(word.sliced(cut));
-            word.truncate(cut);
-        }
-        if (column > indent && column + 1 + word.size() > textWidth) {
-            result += u'\n' + QString(indent, u' ');
-            column = indent;
-        } else if (column > indent) {
-            result += u' ';
-            ++column;
-        }
-        result += word;
-        column += word.size();
-    }
-    return result;
+    return VXWrappedText(text, textWidth(), indent, used);
 }
 
 using Rows = std::vector<std::pair<QString, QString>>;
@@ -52,6 +40,12 @@ QString alignedRows(const Rows &rows)
         width = std::max(width, left.size());
     const qsizetype indent = width + 4;
     QString text;
+    if (indent + leastOfRow > textWidth()) { // below its name
+        constexpr qsizetype below = 6;
+        for (const auto &[left, right] : rows)
+            text += "  "_L1 + left + u'\n' + QString(below, u' ') + wrapped(right, below, below) + u'\n';
+        return text;
+    }
     for (const auto &[left, right] : rows)
         text += "  "_L1 + left.leftJustified(width + 2) + wrapped(right, indent, indent) + u'\n';
     return text;
@@ -65,6 +59,15 @@ Rows optionRows(const QList<VXHostOption> &options)
     return rows;
 }
 
+// What may follow a command's name: its operands, or one of its verbs with those of that.
+QString operandsText(const VXHostCommand &command)
+{
+    if (command.verbs.isEmpty())
+        return command.synopsis;
+    const QString any = command.verbNames().join(u'|');
+    return (command.needsVerb ? any : u'[' + any + u']') + " [OPERAND]..."_L1;
+}
+
 } // namespace
 
 QString VXHostOptionSummary(const VXHostOption &option)
@@ -74,17 +77,29 @@ QString VXHostOptionSummary(const VXHostOption &option)
     return verbs + option.summary + choices;
 }
 
+QStringList VXHostVerbLines(const VXHostCommand &command)
+{
+    QStringList lines;
+    for (const VXHostVerb &verb : command.verbs) {
+        const bool isStandard = lines.isEmpty() && !command.needsVerb;
+        const QString words = verb.operands.isNull() ? verb.name : verb.name + u' ' + verb.operands;
+        lines.append(command.name + u' ' + (isStandard ? u'[' + words + u']' : words));
+    }
+    return lines;
+}
+
 QString VXHostUsage(const VXHostCommand *command, const QString &verb)
 {
     if (command == nullptr)
         return u"usage: vornix [OPTION]... COMMAND [ARGUMENT]...; see vornix --help"_s;
-    const bool isOfVerb = command->verbSynopses.contains(verb);
+    const auto found = std::ranges::find(command->verbs, verb, &VXHostVerb::name);
+    const bool isOfVerb = found != command->verbs.end();
     QStringList parts{command->name};
     if (isOfVerb)
-        parts += {verb, command->verbSynopses.value(verb)};
-    else if (!command->synopsis.isNull())
-        parts += command->synopsis;
-    const bool isTooMuch = !isOfVerb && !command->verbSynopses.isEmpty();
+        parts += {verb, found->operands};
+    else
+        parts += operandsText(*command);
+    const bool isTooMuch = !isOfVerb && !command->verbs.isEmpty();
     if (isTooMuch)
         parts += u"[OPTION]...; see vornix help "_s + command->name;
     for (const VXHostOption &option : isTooMuch ? QList<VXHostOption>() : command->options) {
@@ -109,7 +124,8 @@ QString VXHostOverview(const VXHostCommandTable &commands)
         if (!command.isHidden)
             rows.emplace_back(command.name, command.summary);
     }
-    return u"vornix manages mobile phones and the personal data kept with them.\n\n"
+    return wrapped(u"vornix manages mobile phones and the personal data kept with them."_s, 0, 0) +
+           u"\n\n"
            "usage: vornix [OPTION]... COMMAND [ARGUMENT]...\n\nCommands:\n"_s +
            alignedRows(rows) + u"\nOptions, before or after the command:\n"_s +
            alignedRows(optionRows(commands.globalOptions())) +
@@ -118,7 +134,10 @@ QString VXHostOverview(const VXHostCommandTable &commands)
 
 QString VXHostCommandHelp(const VXHostCommand &command, const VXHostCommandTable &commands)
 {
-    QString text = VXHostUsage(&command) + "\n\n"_L1 + command.summary + ".\n"_L1;
+    QString text = VXHostUsage(&command);
+    if (const QStringList lines = VXHostVerbLines(command); !lines.isEmpty())
+        text = "usage: vornix "_L1 + lines.join("\n       vornix "_L1);
+    text += "\n\n"_L1 + command.summary + ".\n"_L1;
     for (const QString &paragraph : command.details.split(u'\n', Qt::SkipEmptyParts))
         text += u'\n' + wrapped(paragraph, 0, 0) + u'\n';
     if (!command.options.isEmpty())

@@ -13,6 +13,8 @@ class VXHostOptions;
 [[nodiscard]] QString VXHostUsage(const VXHostCommand *command, const QString &verb = {});
 /** Of the command, and the verb, of a command line. */
 [[nodiscard]] QString VXHostUsage(const VXHostOptions &options);
+/** Of a command with verbs what each takes, as "devices rename DEVICE NAME". */
+[[nodiscard]] QStringList VXHostVerbLines(const VXHostCommand &command);
 /** All commands and the global options, aligned. */
 [[nodiscard]] QString VXHostOverview(const VXHostCommandTable &commands);
 /** What it is for, with the verbs it goes with and the values it takes. */

@@ -28,6 +28,8 @@ QString commandSection(const VXHostCommand &command)
     if (!command.synopsis.isNull())
         text += u' ' + escaped(command.synopsis);
     text += u'\n' + escaped(command.summary) + ".\n"_L1;
+    for (const QString &line : VXHostVerbLines(command))
+        text += ".br\nvornix "_L1 + escaped(line) + u'\n';
     for (const QString &paragraph : command.details.split(u'\n', Qt::SkipEmptyParts))
         text += ".PP\n"_L1 + escaped(paragraph) + u'\n';
     for (const VXHostOption &option : command.options)

@@ -33,8 +33,10 @@ VXHostOptions::VXHostOptions(const QStringList &arguments, const VXHostCommandTa
         else
             readOption(argument, rest, commands);
     }
-    if (_error.isNull() && _command != nullptr && !isSet(u"help"_s) && !isSet(u"version"_s))
-        checkOperands();
+    if (_error.isNull() && _command != nullptr && !isSet(u"help"_s) && !isSet(u"version"_s)) {
+        checkVerb();
+        checkOptions();
+    }
 }
 
 void VXHostOptions::readOption(const QString &argument, QStringList &rest, const VXHostCommandTable &commands)
@@ -85,32 +87,49 @@ void VXHostOptions::readOperand(const QString &argument, const VXHostCommandTabl
     fail(u"unknown command \"%1\"%2"_s.arg(argument, VXDidYouMean(argument, commands.names())));
 }
 
-void VXHostOptions::checkOperands()
+QString VXHostOptions::verb() const
 {
-    const QStringList &verbs = _command->firstOperands;
-    if (!verbs.isEmpty() && !_operands.isEmpty() && !verbs.contains(_operands.first()))
-        fail(u"\"%1\" is none of %2"_s.arg(_operands.first(), verbs.join(", "_L1)) +
-             VXDidYouMean(_operands.first(), verbs));
-    else if (_operands.size() < _command->minimumOperands)
-        fail(u"too few arguments: "_s + needs());
-    else if (_operands.size() > _command->maximumOperands)
-        fail(u"unexpected argument \"%1\""_s.arg(_operands.at(_command->maximumOperands)));
-    const QString verb = _operands.value(0, verbs.value(0));
-    for (const VXHostOption &option : _command->options) {
-        if (isSet(option.name) && !option.verbs.isEmpty() && !option.verbs.contains(verb))
-            fail(u"--%1 does not go with %2"_s.arg(option.name, verb));
-    }
+    if (_command == nullptr || _command->verbs.isEmpty())
+        return {};
+    return _operands.value(0, _command->needsVerb ? QString() : _command->verbs.constFirst().name);
 }
 
-// "store check needs PATH"
-QString VXHostOptions::needs() const
+void VXHostOptions::checkVerb()
 {
-    const QString verb = _operands.value(0);
-    if (_command->verbSynopses.contains(verb))
-        return u"%1 %2 needs %3"_s.arg(_command->name, verb, _command->verbSynopses.value(verb));
-    const bool lacksVerb = _operands.isEmpty() && !_command->firstOperands.isEmpty();
-    return u"%1 needs %2"_s.arg(_command->name,
-                                lacksVerb ? "one of "_L1 + _command->firstOperands.join(", "_L1) : _command->synopsis);
+    const QList<VXHostVerb> &verbs = _command->verbs;
+    if (verbs.isEmpty())
+        return checkOperands({.name = _command->name,
+                              .operands = _command->synopsis,
+                              .minimum = _command->minimumOperands,
+                              .maximum = _command->maximumOperands},
+                             _operands);
+    const QString name = verb();
+    const auto found = std::ranges::find(verbs, name, &VXHostVerb::name);
+    if (found != verbs.end())
+        return checkOperands(*found, _operands.mid(1));
+    const QStringList names = _command->verbNames();
+    fail(name.isNull() ? u"%1 needs one of %2"_s.arg(_command->name, names.join(", "_L1))
+                       : u"\"%1\" is none of %2"_s.arg(name, names.join(", "_L1)) + VXDidYouMean(name, names));
+}
+
+void VXHostOptions::checkOperands(const VXHostVerb &verb, const QStringList &operands)
+{
+    const QStringList filled = operands.first(std::min(operands.size(), verb.minimum - (verb.mayEndEmpty ? 1 : 0)));
+    if (operands.size() < verb.minimum || filled.contains(u""_s))
+        fail(u"%1 needs %2"_s.arg(verb.name, verb.operands));
+    else if (operands.size() > verb.maximum)
+        fail(verb.maximum == 0 ? u"%1 takes nothing more"_s.arg(verb.name)
+                               : u"%1 takes no \"%2\"; several words go between quotation marks"_s.arg(
+                                     verb.name, operands.at(verb.maximum)));
+}
+
+void VXHostOptions::checkOptions()
+{
+    const QString name = verb();
+    for (const VXHostOption &option : _command->options) {
+        if (isSet(option.name) && !option.verbs.isEmpty() && !option.verbs.contains(name))
+            fail(u"--%1 does not go with %2"_s.arg(option.name, name));
+    }
 }
 
 // The first mistake is the one told; reading goes on, so that --json is known wherever it stands.

@@ -4,6 +4,7 @@
 
 #include <QtCore/QHash>
 
+#include <algorithm>
 #include <utility>
 
 /**
@@ -26,6 +27,14 @@ public:
     const QStringList &operands() const { return _operands; }
     /** Null when there are not so many. */
     QString operand(qsizetype index) const { return _operands.value(index); }
+    /** The first operand, or the verb that is meant without any; null for a command that has none. */
+    QString verb() const;
+    /** That verb in the table which the command's verbs were made of. */
+    template <class Verbs>
+    const auto &verbIn(const Verbs &table) const
+    {
+        return *std::ranges::find(table, verb(), &VXHostVerb::name);
+    }
 
     bool isSet(const QString &option) const { return _values.contains(option); }
     /** The option's value, of a repeated one the last; null when it was not given. */
@@ -36,8 +45,9 @@ public:
 private:
     void readOption(const QString &argument, QStringList &rest, const VXHostCommandTable &commands);
     void readOperand(const QString &argument, const VXHostCommandTable &commands);
-    void checkOperands();
-    QString needs() const;
+    void checkVerb();
+    void checkOperands(const VXHostVerb &verb, const QStringList &operands);
+    void checkOptions();
     void fail(const QString &error);
 
     QString _error;

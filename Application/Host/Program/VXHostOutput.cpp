@@ -44,12 +44,17 @@ bool VXHostOutput::isTerminal() const
 
 qsizetype VXHostOutput::width() const
 {
+    return widthOf(_output);
+}
+
+qsizetype VXHostOutput::widthOf(int descriptor)
+{
     bool isNumber = false;
     const int columns = qEnvironmentVariableIntValue("COLUMNS", &isNumber);
     if (isNumber && columns > 0)
         return columns;
     winsize size{};
-    const bool isKnown = ::ioctl(_output, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    const bool isKnown = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return isKnown ? size.ws_col : std::numeric_limits<qsizetype>::max();
 }
 

@@ -31,6 +31,7 @@ public:
     /** How many characters a line has room for: COLUMNS of the environment, else what the terminal has; the greatest number
      *  where neither tells. */
     qsizetype width() const;
+    static qsizetype widthOf(int descriptor);
 
     /** The whole answer, in the form for people or as a JSON value: whichever was asked for. Once. */
     void answer(const QString &text, const QJsonValue &value);

@@ -24,6 +24,7 @@ namespace {
 
 constexpr unsigned longestSaving = 10; // seconds
 constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
+constexpr std::array requestSignals{SIGINT, SIGTERM, SIGHUP};
 
 /** Text made inside a signal handler: without allocation, and cut at its end. Written as it grows. */
 class CrashText
@@ -45,6 +46,32 @@ private:
 
 CrashText crashText;
 
+// Calls only what may be called inside a signal handler. The signal's own action follows.
+void endOnRequest(int signal)
+{
+    VXPluginMarker::takeBack();
+    if (const std::string_view worker = VXPluginMarker::lastWords(); !worker.empty()) {
+        CrashText text;
+        text.add("vornix: ended by a signal while the plugin ");
+        text.add(worker);
+        text.add("\n");
+    }
+    std::signal(signal, SIG_DFL);
+    ::raise(signal);
+}
+
+// Whoever wants to be told of one takes it over (VXSignalWatcher). What the program was started to ignore stays ignored.
+void setRequestHandler()
+{
+    for (const int signal : requestSignals) {
+        struct sigaction action = {};
+        if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL)
+            continue;
+        action.sa_handler = endOnRequest;
+        ::sigaction(signal, &action, nullptr);
+    }
+}
+
 } // namespace
 
 std::atomic<VXLastWords *> VXLastWords::_current = nullptr;
@@ -56,6 +83,7 @@ VXLastWords::VXLastWords(VXHostOutput &output) : _output(output), _process(::get
     [[maybe_unused]] static const int registered = std::atexit(atExit) + std::at_quick_exit(atExit);
     VXGiveSignalStack();
     setCrashHandler(tellOfCrash);
+    setRequestHandler();
 }
 
 // Crashes are told on: destructors of plugins' static objects have yet to run.

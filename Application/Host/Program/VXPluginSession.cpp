@@ -2,11 +2,13 @@
 
 #include "VXApplication.h"
 #include "VXDataManager.h"
+#include "VXErrorText.h"
 #include "VXException.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXLastWords.h"
 #include "VXPluginManager.h"
+#include "VXSearchUpdate.h"
 #include "VXUserDefaults.h"
 #include "VXUserFolders.h"
 
@@ -48,7 +50,7 @@ int saveAndAnswer(VXHostOutput &output, int status)
 {
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error))
-        status = output.fail(error.localizedDescription());
+        status = output.fail(VXErrorText(error));
     return output.finish(status);
 }
 
@@ -122,5 +124,6 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
     askForConsent(context.output, manager);
     manager.shutdown();
     deleteWhatIsDeferred();
+    VXStartSearchUpdateIfDue();
     return status;
 }

@@ -2,6 +2,7 @@
 
 #include "VXDevicePlugin.h"
 #include "VXDeviceURL.h"
+#include "VXMessageStore.h"
 #include "VXPersistentStoreCoordinator.h"
 #include "VXPluginManager.h"
 #include "VXStoreByName.h"
@@ -68,6 +69,40 @@ QStringList entityNames(const QString &store, const VXPluginManager &)
     return names;
 }
 
+// Those of phones by the phones' names.
+QStringList messageFolderNames(const QString &, const VXPluginManager &)
+{
+    QStringList names;
+    const std::optional<VXMessageStore> store = VXMessageStore::sharedStore();
+    if (!store)
+        return names;
+    VXManagedObjectContext context(store->coordinator());
+    for (const VXManagedObjectPtr &folder : store->folders(context).value_or(QList<VXManagedObjectPtr>())) {
+        const QString title = VXMessageStore::folderTitle(folder);
+        const bool isOfPhone = folder->entity().name() == "VXDeviceFolder"_L1;
+        names.append(isOfPhone ? VXDeviceURLComponent(QUrl(title), 1) : title);
+    }
+    return names;
+}
+
+// The newest: they are what people mean, and the others too many.
+QStringList messageNames(const QString &, const VXPluginManager &)
+{
+    constexpr qsizetype most = 50;
+    QStringList names;
+    const std::optional<VXMessageStore> store = VXMessageStore::sharedStore();
+    if (!store)
+        return names;
+    VXManagedObjectContext context(store->coordinator());
+    VXFetchRequest request(*store->coordinator()->model().entityForName(VXMessageStore::entityName));
+    request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
+    request.limit = most;
+    const auto found = context.executeFetchRequest(request);
+    for (qsizetype index = 0; found && index < found->size(); ++index)
+        names.append(u'p' + QString::number(found->at(index)->objectID().number()));
+    return names;
+}
+
 } // namespace
 
 QStringList VXWordsOfKind(const VXPluginManager &manager, const QString &kind, const QString &of)
@@ -84,6 +119,8 @@ QStringList VXWordsOfKind(const VXPluginManager &manager, const QString &kind, c
         {u"triggers"_s, triggerNames},
         {u"events"_s, eventNames},
         {u"entities"_s, entityNames},
+        {u"message-folders"_s, messageFolderNames},
+        {u"messages"_s, messageNames},
     };
     for (const auto &[name, list] : lists) {
         if (name != kind)

@@ -1,6 +1,7 @@
 #include "VXOutboxReport.h"
 
 #include "VXHostJSON.h"
+#include "VXShownDate.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QCoreApplication>
@@ -72,11 +73,6 @@ std::optional<Entries> waitForTries(const VXOutbox &outbox, const Entries &asked
     }
 }
 
-QString localText(const QDateTime &date)
-{
-    return date.isValid() ? date.toLocalTime().toString(u"yyyy-MM-dd HH:mm:ss"_s) : QString();
-}
-
 QString idOf(const VXOutboxEntry &entry)
 {
     return u'p' + QString::number(entry.number);
@@ -87,25 +83,24 @@ QString stateText(const VXOutboxEntry &entry, const std::optional<VXOutboxEntry>
     if (before)
         return u"queued behind "_s + idOf(*before);
     if (entry.state == VXOutboxState::Queued && entry.attempts > 0)
-        return u"queued until "_s + localText(entry.nextDate);
+        return u"queued until "_s + VXShownDate(entry.nextDate);
     return VXOutboxStateName(entry.state);
 }
 
 QJsonObject jsonOf(const VXOutboxEntry &entry, const std::optional<VXOutboxEntry> &before)
 {
-    return {
-        {u"id"_s, idOf(entry)},
-        {u"behind"_s, before ? QJsonValue(idOf(*before)) : QJsonValue()},
-        {u"kind"_s, entry.kind},
-        {u"destination"_s, entry.destination},
-        {u"title"_s, entry.title},
-        {u"state"_s, VXOutboxStateName(entry.state)},
-        {u"problem"_s, VXJSONFromVariant(entry.problem)},
-        {u"attempts"_s, entry.attempts},
-        {u"created"_s, VXJSONFromVariant(entry.createdDate)},
-        {u"next"_s, VXJSONFromVariant(entry.nextDate.isValid() ? QVariant(entry.nextDate) : QVariant())},
-        {u"finished"_s, VXJSONFromVariant(entry.finishedDate.isValid() ? QVariant(entry.finishedDate) : QVariant())},
-        {u"payload"_s, VXJSONFromVariant(entry.payload)}};
+    return {{u"id"_s, idOf(entry)},
+            {u"behind"_s, before ? QJsonValue(idOf(*before)) : QJsonValue()},
+            {u"kind"_s, entry.kind},
+            {u"destination"_s, entry.destination},
+            {u"title"_s, entry.title},
+            {u"state"_s, VXOutboxStateName(entry.state)},
+            {u"problem"_s, VXJSONFromVariant(entry.problem)},
+            {u"attempts"_s, entry.attempts},
+            {u"created"_s, VXReportedDate(entry.createdDate)},
+            {u"next"_s, VXReportedDate(entry.nextDate)},
+            {u"finished"_s, VXReportedDate(entry.finishedDate)},
+            {u"payload"_s, VXJSONFromVariant(entry.payload)}};
 }
 
 } // namespace
@@ -118,10 +113,13 @@ int VXAnswerOutboxEntries(VXHostContext &context, const VXOutbox &outbox, const 
     for (const VXOutboxEntry &entry : entries) {
         const std::optional<VXOutboxEntry> before = predecessors.firstBefore(entry);
         json.append(jsonOf(entry, before));
-        rows.append({idOf(entry), localText(entry.createdDate), entry.title, entry.destination,
+        rows.append({idOf(entry), VXShownDate(entry.createdDate), entry.title, entry.destination,
                      QString::number(entry.attempts), stateText(entry, before), entry.problem});
     }
-    context.output.answer(entries.isEmpty() ? u"The outbox is empty.\n"_s : VXTextTable(rows), json);
+    context.output.answer(entries.isEmpty()
+                              ? u"The outbox is empty.\n"_s
+                              : VXFittingTable(context.output, rows, {u"ADDED"_s, u"TRIES"_s, u"TO"_s}, u"WHY"_s),
+                          json);
     return status;
 }
 

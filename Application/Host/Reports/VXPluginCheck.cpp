@@ -48,7 +48,8 @@ const QSet<QString> &knownKeys()
                                     u"VXReactorDefaults"_s,
                                     u"VXReactorEventNameList"_s,
                                     u"VXReactorName"_s,
-                                    u"VXReactorOptionsNibFile"_s};
+                                    u"VXReactorOptionsNibFile"_s,
+                                    u"VXServices"_s};
     return keys;
 }
 

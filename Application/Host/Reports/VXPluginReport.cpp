@@ -1,5 +1,6 @@
 #include "VXPluginReport.h"
 
+#include "VXHostJSON.h"
 #include "VXNearestWord.h"
 #include "VXPluginKind.h"
 #include "VXPluginManager.h"
@@ -12,11 +13,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QJsonValue jsonText(const QString &text)
-{
-    return text.isNull() ? QJsonValue() : QJsonValue(text);
-}
 
 QStringList identifiersOf(const QList<VXPluginProxy *> &plugins)
 {
@@ -110,11 +106,11 @@ QJsonObject VXPluginReport::json() const
 {
     const VXPluginProxy *const parent = _proxy.parentProxy();
     return {{u"identifier"_s, _proxy.identifier()},
-            {u"name"_s, jsonText(_proxy.name())},
-            {u"version"_s, jsonText(_proxy.infoText(u"CFBundleVersion"_s))},
-            {u"shortVersion"_s, jsonText(_proxy.infoText(u"CFBundleShortVersionString"_s))},
-            {u"kind"_s, jsonText(_proxy.pluginClassType())},
-            {u"path"_s, jsonText(pathOf(_proxy))},
+            {u"name"_s, VXJSONFromVariant(_proxy.name())},
+            {u"version"_s, VXJSONFromVariant(_proxy.infoText(u"CFBundleVersion"_s))},
+            {u"shortVersion"_s, VXJSONFromVariant(_proxy.infoText(u"CFBundleShortVersionString"_s))},
+            {u"kind"_s, VXJSONFromVariant(_proxy.pluginClassType())},
+            {u"path"_s, VXJSONFromVariant(pathOf(_proxy))},
             {u"parent"_s, parent == nullptr ? QJsonValue() : QJsonValue(parent->identifier())},
             {u"children"_s, QJsonArray::fromStringList(identifiersOf(_proxy.childProxies()))},
             {u"dependencies"_s, QJsonArray::fromStringList(_proxy.dependencies())},
@@ -124,7 +120,7 @@ QJsonObject VXPluginReport::json() const
             {u"builtIn"_s, _proxy.isBuiltInPlugin()},
             {u"loaded"_s, _proxy.isLoaded()},
             {u"state"_s, state()},
-            {u"reason"_s, jsonText(reason())}};
+            {u"reason"_s, VXJSONFromVariant(reason())}};
 }
 
 QStringList VXPluginReport::columnTitles()

@@ -1,6 +1,7 @@
 #include "VXReadableText.h"
 
 #include "VXHostJSON.h"
+#include "VXShownDate.h"
 #include "VXTextTable.h"
 #include "VXVisibleText.h"
 
@@ -40,10 +41,17 @@ bool isMarked(const QJsonObject &object)
     return object.size() == 1 && object.begin().key().startsWith(u'$');
 }
 
-QString lineOf(const QJsonValue &value)
+// A moment as people have it; a birthday is no moment.
+QString dateOf(const QString &text, const QString &key)
+{
+    const QDateTime date = QDateTime::fromString(text, Qt::ISODateWithMs);
+    return key == "birthday"_L1 ? date.date().toString(Qt::ISODate) : VXShownDate(date);
+}
+
+QString lineOf(const QJsonValue &value, const QString &key = {})
 {
     if (const QJsonObject object = value.toObject(); isMarked(object))
-        return lineOf(*object.begin());
+        return object.contains(u"$date"_s) ? dateOf(object.begin()->toString(), key) : lineOf(*object.begin());
     QStringList parts;
     if (value.isString())
         return VXVisibleText(value.toString()); // what a phone holds may come from anybody
@@ -53,7 +61,7 @@ QString lineOf(const QJsonValue &value)
     } else if (value.isObject()) {
         const QJsonObject object = value.toObject();
         for (auto member = object.begin(); member != object.end(); ++member)
-            parts.append(member.key() + u' ' + lineOf(*member));
+            parts.append(member.key() + u' ' + lineOf(*member, member.key()));
     } else {
         return value.isNull() ? u"-"_s : QString::fromUtf8(VXJSONText(value));
     }
@@ -80,7 +88,7 @@ QString blocks(const QJsonArray &array)
 QList<QStringList> rowsOf(const QString &key, const QJsonValue &value)
 {
     if (isLine(value))
-        return {{key, lineOf(value)}};
+        return {{key, lineOf(value, key)}};
     const QJsonArray array = value.toArray();
     if (!std::ranges::all_of(array, [](const auto &element) { return isLine(element); }))
         return {};

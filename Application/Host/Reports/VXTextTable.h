@@ -16,5 +16,6 @@ class VXHostOutput;
 [[nodiscard]] qsizetype VXWidthOfTable(const QList<QStringList> &rows);
 
 /** The table without those of the dispensable columns, named by their titles, that the output has no room for: the first ones
- *  go first, and a note names them. */
-[[nodiscard]] QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStringList &dispensable);
+ *  go first, and a note names them. Before one goes the cells of the elastic column are cut, as far as they can still be read. */
+[[nodiscard]] QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStringList &dispensable,
+                                     const QString &elastic = {});

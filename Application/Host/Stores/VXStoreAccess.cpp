@@ -81,14 +81,6 @@ bool attach(VXPersistentStoreCoordinator &coordinator, const QString &file, cons
 
 } // namespace
 
-QString VXErrorText(const VXError &error, const QString &path)
-{
-    const QString file = error.filePath().isNull() ? path : error.filePath();
-    const QString suggestion = error.localizedRecoverySuggestion();
-    return (file.isNull() ? QString() : file + ": "_L1) + error.localizedDescription() +
-           (suggestion.isNull() ? QString() : u' ' + suggestion);
-}
-
 VXManagedObjectModel::Ptr VXModelFromFile(const QString &path, QString *problem)
 {
     if (!path.endsWith(".mom"_L1))

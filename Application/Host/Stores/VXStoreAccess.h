@@ -1,12 +1,10 @@
 #pragma once
 
+#include "VXErrorText.h"
 #include "VXManagedObjectModel.h"
 #include "VXPersistentStoreCoordinator.h"
 
 #include <QtCore/QString>
-
-/** An error as the program tells it: to which file what happened, and why. `path` is the file when the error names none. */
-[[nodiscard]] QString VXErrorText(const VXError &error, const QString &path = {});
 
 /** A model from a file: compiled (.mom) or source (.vxmodel). @return null, with every mistake as `problem`, on failure. */
 [[nodiscard]] VXManagedObjectModel::Ptr VXModelFromFile(const QString &path, QString *problem);

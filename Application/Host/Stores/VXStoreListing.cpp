@@ -1,9 +1,9 @@
 #include "VXStoreListing.h"
 
+#include "VXErrorText.h"
 #include "VXHostJSON.h"
 #include "VXHostOutput.h"
 #include "VXManagedObjectContext.h"
-#include "VXStoreAccess.h"
 #include "VXStoreObjects.h"
 #include "VXTextTable.h"
 

@@ -4,6 +4,7 @@
 #include "VXManagedObjectContext.h"
 #include "VXNearestWord.h"
 #include "VXNone.h"
+#include "VXShownDate.h"
 #include "VXStoreAccess.h"
 
 #include <QtCore/QDateTime>
@@ -26,7 +27,7 @@ QString cellOf(const QVariant &value)
     if (VXIsNone(value))
         text = u"-"_s;
     else if (value.typeId() == QMetaType::QDateTime)
-        text = value.toDateTime().toUTC().toString(Qt::ISODate);
+        text = VXShownDate(value.toDateTime());
     else if (value.typeId() == QMetaType::QByteArray)
         text = u"%1 bytes"_s.arg(value.toByteArray().size());
     else if (value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantList)

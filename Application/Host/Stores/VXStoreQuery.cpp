@@ -3,6 +3,7 @@
 #include "VXEntityPredicate.h"
 #include "VXHostOptions.h"
 #include "VXNearestWord.h"
+#include "VXPhonebookRecord.h"
 #include "VXStoreAccess.h"
 #include "VXStoreObjects.h"
 
@@ -19,21 +20,10 @@ QString withHint(const QString &problem, const VXEntityDescription &entity, cons
     const QRegularExpressionMatch match = unknown.match(problem);
     if (!match.hasMatch())
         return problem;
+    if (entity.propertyForName(u"otherParty_search"_s) != nullptr && VXRecordObject::isFurtherKey(match.captured(1)))
+        return u"\"%1\" is looked up in the phonebook and not stored: ask for \"from\" or \"to\", as "
+               "'from CONTAINS \"555\"', or use \"vornix search\""_s.arg(match.captured(1));
     return problem + suggestion + VXDidYouMean(match.captured(1), VXNamesOfProperties(entity));
-}
-
-QString readPredicate(const QString &text, VXFetchRequest &request)
-{
-    VXError error;
-    const auto predicate = VXPredicate::predicateWithFormat(text, {}, &error);
-    if (!predicate)
-        return VXErrorText(error);
-    if (const QStringList variables = predicate->variables(); !variables.isEmpty())
-        return u"$%1 has no value"_s.arg(variables.first());
-    QString problem;
-    if (const auto fitting = VXPredicateForEntity(*predicate, request.entity(), &problem))
-        request.predicate = *fitting;
-    return withHint(problem, request.entity(), u"; texts stand in quotation marks"_s);
 }
 
 QString readSort(const QString &text, VXFetchRequest &request)
@@ -63,13 +53,27 @@ QString readNumber(const QString &text, qsizetype least, qsizetype *number)
 
 } // namespace
 
+QString VXReadPredicate(const QString &text, VXFetchRequest &request)
+{
+    VXError error;
+    const auto predicate = VXPredicate::predicateWithFormat(text, {}, &error);
+    if (!predicate)
+        return VXErrorText(error);
+    if (const QStringList variables = predicate->variables(); !variables.isEmpty())
+        return u"$%1 has no value"_s.arg(variables.first());
+    QString problem;
+    if (const auto fitting = VXPredicateForEntity(*predicate, request.entity(), &problem))
+        request.predicate = *fitting;
+    return withHint(problem, request.entity(), u"; texts stand in quotation marks"_s);
+}
+
 QString VXReadStoreQuery(const VXHostOptions &options, VXFetchRequest &request)
 {
     const auto read = [&](const QString &name, const auto &reader) {
         const QString problem = options.isSet(name) ? reader(options.value(name)) : QString();
         return problem.isNull() ? QString() : u"--%1: %2"_s.arg(name, problem);
     };
-    QString problem = read(u"where"_s, [&](const QString &text) { return readPredicate(text, request); });
+    QString problem = read(u"where"_s, [&](const QString &text) { return VXReadPredicate(text, request); });
     if (problem.isNull())
         problem = read(u"sort"_s, [&](const QString &text) { return readSort(text, request); });
     if (problem.isNull())

@@ -11,3 +11,5 @@ class VXHostOptions;
  * the entity does not have are, although a fetch would take them for none.
  */
 [[nodiscard]] QString VXReadStoreQuery(const VXHostOptions &options, VXFetchRequest &request);
+/** The same with a condition alone. */
+[[nodiscard]] QString VXReadPredicate(const QString &text, VXFetchRequest &request);

@@ -10,6 +10,7 @@
 #include "VXHostOutput.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
+#include "VXShownDate.h"
 #include "VXStoreAccess.h"
 #include "VXStoreByName.h"
 #include "VXStorePast.h"
@@ -107,8 +108,12 @@ int answer(const Transfer &transfer, const QString &text, const QString &action,
 int rehearse(const Transfer &transfer, const VXCoreDataStore::Ptr &source)
 {
     QList<VXEntityMigration> entities;
-    if (const VXError error = transfer.plugin.rehearse(source, &entities))
+    if (const VXError error = transfer.plugin.rehearse(source, &entities)) {
+        if (!entities.isEmpty()) // they may tell why
+            answer(transfer, u"Nothing was changed, and this could not be saved:\n"_s, u"rehearsed"_s, entities,
+                   {{u"error"_s, VXErrorText(error)}});
         return transfer.fail(error);
+    }
     return answer(transfer, u"Nothing was changed. This is what would be copied:\n"_s, u"rehearsed"_s, entities);
 }
 
@@ -239,9 +244,9 @@ int listPast(const Transfer &transfer, const QList<VXStorePast::Entry> &past)
     QList<QStringList> rows{{u"DATE"_s, u"WHY"_s, u"FOLDER"_s}};
     QJsonArray json;
     for (const VXStorePast::Entry &each : past) {
-        const QString date = each.date.toLocalTime().toString(Qt::ISODate);
-        rows.append({date, each.reason, each.path});
-        json.append(QJsonObject{{u"date"_s, date}, {u"reason"_s, each.reason}, {u"path"_s, each.path}});
+        rows.append({VXShownDate(each.date), each.reason, each.path});
+        json.append(
+            QJsonObject{{u"date"_s, VXReportedDate(each.date)}, {u"reason"_s, each.reason}, {u"path"_s, each.path}});
     }
     transfer.host.output.answer(past.isEmpty() ? u"No earlier store is known.\n"_s : VXTextTable(rows), json);
     return VXHostOutput::Done;
@@ -303,37 +308,26 @@ int rollBack(Transfer &transfer)
                   isWaiting ? u"staged"_s : u"taken back"_s, {}, {{u"from"_s, from}});
 }
 
-struct Verb
+struct Verb : VXHostVerb
 {
-    QString name;
     int (*run)(Transfer &transfer);
     bool leavesStoreAlone; // when its plugin loads
-    qsizetype minimumOperands;
-    qsizetype maximumOperands;
-    QStringList options;
 };
 
-const Verb verbs[] = {
-    {u"upgrade"_s, upgrade, true, 2, 2, {u"dry-run"_s, u"backup"_s, u"yes"_s}},
-    {u"import"_s, importStore, false, 3, 3, {u"dry-run"_s, u"merge"_s, u"replace"_s, u"backup"_s, u"yes"_s}},
-    {u"export"_s, exportStore, false, 3, 3, {u"validate"_s, u"yes"_s}},
-    {u"rollback"_s, rollBack, true, 2, 3, {u"dry-run"_s, u"yes"_s}}};
+const QStringList stores{u"stores"_s}; // a kind of words
+
+const Verb verbs[] = {{{u"upgrade"_s, u"NAME"_s, 1, 1, stores}, upgrade, true},
+                      {{u"import"_s, u"NAME FOLDER"_s, 2, 2, stores}, importStore, false},
+                      {{u"export"_s, u"NAME FOLDER"_s, 2, 2, stores}, exportStore, false},
+                      {{u"rollback"_s, u"NAME [FOLDER]"_s, 1, 2, stores}, rollBack, true}};
 
 // What is wrong with the command line; null when nothing is.
-QString misuse(const Verb &verb, const VXHostOptions &options)
+QString misuse(const VXHostOptions &options)
 {
-    const qsizetype count = options.operands().size();
-    if (count < verb.minimumOperands || count > verb.maximumOperands)
-        return verb.maximumOperands == 2 ? u"%1 needs NAME"_s.arg(verb.name)
-                                         : u"%1 needs NAME and a FOLDER"_s.arg(verb.name);
-    for (qsizetype operand = 2; operand < count; ++operand) {
-        if (options.operand(operand).isEmpty())
-            return u"the name of the folder is empty"_s;
-    }
-    for (const VXHostOption &option : options.command()->options) {
-        if (options.isSet(option.name) && !verb.options.contains(option.name))
-            return u"--%1 does not go with %2"_s.arg(option.name, verb.name);
-    }
+    if (options.operands().size() > 2 && options.operand(2).isEmpty())
+        return u"the name of the folder is empty"_s;
+    if (options.isSet(u"model"_s)) // of an import
+        return u"--model goes with a PATH: the store %1 has the model of its plugin"_s.arg(options.operand(1));
     return options.isSet(u"merge"_s) && options.isSet(u"replace"_s) ? u"--merge and --replace exclude each other"_s
                                                                     : QString();
 }
@@ -359,23 +353,18 @@ int runVerb(VXHostContext &context, const Verb &verb, const QString &name)
 
 } // namespace
 
-const QStringList &VXStoreTransferVerbs()
+const QList<VXHostVerb> &VXStoreTransferVerbs()
 {
-    static const QStringList names = [] {
-        QStringList all;
-        for (const Verb &verb : verbs)
-            all.append(verb.name);
-        return all;
-    }();
-    return names;
+    static const QList<VXHostVerb> list = VXHostVerbsOf(verbs);
+    return list;
 }
 
 int VXRunStoreTransfer(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
-    const Verb &verb = *std::ranges::find(verbs, options.operand(0), &Verb::name);
-    if (const QString problem = misuse(verb, options); !problem.isNull())
-        return context.output.failUsage(problem, VXHostUsage(options.command()));
+    const Verb &verb = options.verbIn(verbs);
+    if (const QString problem = misuse(options); !problem.isNull())
+        return context.output.failUsage(problem, VXHostUsage(options));
     const QString name = options.operand(1);
     if (verb.leavesStoreAlone)
         VXDataPlugin::holdBackStore(name);

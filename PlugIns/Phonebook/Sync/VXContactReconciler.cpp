@@ -209,7 +209,7 @@ bool VXContactReconciler::linkContact(Link link, VXContactMatch &match, VXError 
             return false;
         person = _writer->insert(contact);
         match.add({person, contact});
-        ++_addedCount;
+        _added.append(nameOf(contact));
     } else if (!unite(person, contact, match, error)) {
         return false;
     }
@@ -274,8 +274,8 @@ bool VXContactReconciler::applyAbsence(VXContactPlace place, VXError *error)
         return true;
     if (!noteBefore(person, true, error))
         return false;
+    _removed.append(nameOf(recordOf(person)));
     _context.deleteObject(person);
-    ++_removedCount;
     return true;
 }
 
@@ -331,7 +331,8 @@ bool VXContactReconciler::addAll(VXError *error)
 bool VXContactReconciler::replace(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXError *error)
 {
     if (!person->isInserted()) {
-        _changedCount += _noted.contains(person) ? 0 : 1;
+        if (!_noted.contains(person))
+            _changed.append(nameOf(contact));
         if (!noteBefore(person, false, error))
             return false;
     }

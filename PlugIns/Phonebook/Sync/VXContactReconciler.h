@@ -47,9 +47,10 @@ public:
     /** To be asked before anything is changed: nothing was. Null for none. */
     const QString &question() const { return _question; }
     const QList<VXPhoneChange> &changes() const { return _changes; }
-    int addedCount() const { return _addedCount; }
-    int changedCount() const { return _changedCount; }
-    int removedCount() const { return _removedCount; }
+    /** The names of those that were added, changed and removed here. */
+    const QStringList &added() const { return _added; }
+    const QStringList &changed() const { return _changed; }
+    const QStringList &removed() const { return _removed; }
     /** What was changed at both, and what became of it: a sentence each. */
     const QStringList &conflicts() const { return _conflicts; }
 
@@ -93,8 +94,8 @@ private:
     QList<Link> _links;
     QString _question;
     QList<VXPhoneChange> _changes;
-    int _addedCount = 0;
-    int _changedCount = 0;
-    int _removedCount = 0;
+    QStringList _added;
+    QStringList _changed;
+    QStringList _removed;
     QStringList _conflicts;
 };

@@ -27,15 +27,15 @@ bool makePlain(QVariantMap &object)
     return isChanged;
 }
 
+QString actionOf(const VXPhoneChange &change)
+{
+    return change.here ? u"write_contact"_s : u"delete_contact"_s;
+}
+
 } // namespace
 
 void VXContactSync::start()
 {
-    _lock.emplace(_lockPath, std::chrono::milliseconds(0));
-    if (_lock->isTimedOut()) {
-        whole()->setErrorString(VXPhonebookPluginString(u"Contacts are being synced already."_s));
-        return finish();
-    }
     perform(u"read_contacts"_s, {}, VXPhonebookPluginString(u"Reading contacts"_s),
             [this](const VXDeviceAction &part) { didRead(part); });
 }
@@ -56,7 +56,8 @@ void VXContactSync::didRead(const VXDeviceAction &part)
     const VXDevicePlugin::Ptr device = whole()->device();
     _reconciler = std::make_unique<VXContactReconciler>(_coordinator, VXAbsoluteString(device->url()), device->name());
     _reconciler->setAcceptsDeletions(options.value(u"acceptsDeletions"_s).toBool());
-    _reconciler->setAddsAll(options.value(u"addsAll"_s).toBool());
+    const bool takesContacts = device->actionNames().contains(u"write_contact"_s);
+    _reconciler->setAddsAll(takesContacts && options.value(u"addsAll"_s).toBool());
     VXError error;
     if (!_reconciler->run(contacts, result.value(u"isComplete"_s).toBool(), &error))
         return finish(error);
@@ -65,8 +66,10 @@ void VXContactSync::didRead(const VXDeviceAction &part)
                                 VXPhonebookPluginString(u"Nothing was changed, here or there."_s));
         return finish();
     }
-    const QList<VXPhoneChange> &changes = _reconciler->changes();
-    _changes.assign(changes.cbegin(), changes.cend());
+    for (const VXPhoneChange &change : _reconciler->changes()) {
+        if (whole()->device()->actionNames().contains(actionOf(change))) // else the contact stays on the phone as it is
+            _changes.push_back(change);
+    }
     whole()->setProgressMaxValue(double(_changes.size()));
     whole()->setProgressValue(0);
     carryOutNext();
@@ -78,8 +81,7 @@ void VXContactSync::carryOutNext()
         return finish();
     const VXPhoneChange change = _changes.front();
     _changes.pop_front();
-    perform(change.here ? u"write_contact"_s : u"delete_contact"_s, change.object,
-            VXPhonebookPluginString(u"Changing contacts"_s),
+    perform(actionOf(change), change.object, VXPhonebookPluginString(u"Changing contacts"_s),
             [this, change](const VXDeviceAction &part) { didCarryOut(change, part); });
 }
 
@@ -101,7 +103,7 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
         VXLogCoreDataSaveError(error);
         return finish(error);
     }
-    ++_carriedOutCount;
+    _carriedOut.append(change.name);
     whole()->incrementProgress();
     carryOutNext();
 }
@@ -128,10 +130,20 @@ bool VXContactSync::note(const VXPhoneChange &change, const QVariantMap &result,
 
 void VXContactSync::finish(const VXError &error)
 {
-    QVariantMap result{{u"carriedOut"_s, _carriedOutCount}, {u"problems"_s, _problems}};
-    result.insert(u"added"_s, _reconciler ? _reconciler->addedCount() : 0);
-    result.insert(u"changed"_s, _reconciler ? _reconciler->changedCount() : 0);
-    result.insert(u"removed"_s, _reconciler ? _reconciler->removedCount() : 0);
+    QVariantMap result{{u"problems"_s, _problems}};
+    const std::pair<QString, QStringList> outcomes[] = {
+        {u"added"_s, _reconciler ? _reconciler->added() : QStringList()},
+        {u"changed"_s, _reconciler ? _reconciler->changed() : QStringList()},
+        {u"removed"_s, _reconciler ? _reconciler->removed() : QStringList()},
+        {u"carriedOut"_s, _carriedOut}};
+    QVariantMap names;
+    for (const auto &[key, persons] : outcomes) {
+        result.insert(key, persons.size());
+        if (!persons.isEmpty())
+            names.insert(key, persons);
+    }
+    if (!names.isEmpty())
+        result.insert(u"names"_s, names);
     result.insert(u"conflicts"_s, _reconciler ? _reconciler->conflicts() : QStringList());
     if (_reconciler && !_reconciler->question().isNull())
         result.insert(u"question"_s, _reconciler->question());
@@ -139,6 +151,5 @@ void VXContactSync::finish(const VXError &error)
     whole()->setError(error);
     if (!_problems.isEmpty() && whole()->error().isNull())
         whole()->setErrorString(_problems.first());
-    _lock.reset(); // who waits for the end may begin another
-    whole()->conclude();
+    end();
 }

@@ -10,14 +10,14 @@
  * Brings the contacts of a phone and the store "phonebook" into step, as the action "sync_contacts". Its object may say
  * `acceptsDeletions` and `addsAll` (VXContactReconciler). First what is on the phone comes here, in one save; then what
  * changed here is carried out there, and each step is noted: a sync that is broken off can be repeated, and a second one
- * changes nothing. One sync of contacts runs at a time, whoever's (lockPath); another one is refused. Main thread.
+ * changes nothing. Main thread.
  */
 class VXContactSync : public VXDeviceWork
 {
 public:
     VXContactSync(const VXDeviceAction::Ptr &action, const VXPersistentStoreCoordinator::Ptr &coordinator,
                   const QString &lockPath)
-        : VXDeviceWork(action), _coordinator(coordinator), _lockPath(lockPath)
+        : VXDeviceWork(action, lockPath), _coordinator(coordinator)
     {
     }
 
@@ -32,10 +32,8 @@ private:
     void finish(const VXError &error = {});
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
-    const QString _lockPath;
-    std::optional<VXFileLock> _lock;
     std::unique_ptr<VXContactReconciler> _reconciler; // once the phone was read
     std::deque<VXPhoneChange> _changes;               // left to be carried out
-    int _carriedOutCount = 0;
+    QStringList _carriedOut;                          // names
     QStringList _problems;
 };

@@ -1,4 +1,5 @@
 #include "VXLog.h"
+#include "VXDiagnostics.h"
 #include "VXException.h"
 #include "VXFileHandle.h"
 #include "VXFramework.h"
@@ -180,7 +181,16 @@ TEST_F(VXLogTest, FallsSilentAMinuteAfterAFailedWriteForGood)
     const auto handle = std::make_shared<FailingHandle>();
     log->addFileHandle(handle);
     log->addFileHandle(handle); // the same one only once
-    log->logMessage(3, u"fails"_s);
+    const auto toldOnConsole = [&log] {
+        testing::internal::CaptureStderr();
+        for (int message = 0; message < 3; ++message)
+            log->logMessage(3, u"fails"_s);
+        return QString::fromStdString(testing::internal::GetCapturedStderr()).count(u"EXCEPTION: "_s);
+    };
+    EXPECT_EQ(toldOnConsole(), 3);
+    VXSetConsoleOmitsRepetitions(true);
+    EXPECT_EQ(toldOnConsole(), 1);
+    VXSetConsoleOmitsRepetitions(false);
     handle->full = false;
     testTime = testTime.addSecs(60);
     log->logMessage(3, u"still within the minute"_s);

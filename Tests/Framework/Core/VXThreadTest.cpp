@@ -4,6 +4,10 @@
 #include <set>
 #include <thread>
 
+#include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
 TEST(VXThread, NumbersThreadsFromTheMainOneUpwards)
 {
     EXPECT_TRUE(VXThread::vx_isMainThread());
@@ -30,4 +34,21 @@ TEST(VXThread, TheIndexIsTheThreadsPlaceAmongAllOfTheProcess)
     int index = -1;
     std::thread([&index] { index = VXThread::vx_threadIndex(); }).join();
     EXPECT_GT(index, 0);
+}
+
+// One that were idle would keep those waiting who want a lock that it holds.
+TEST(VXThread, LowPriorityIsTheThreadsOwnAndNotIdle)
+{
+    const int before = getpriority(PRIO_PROCESS, id_t(gettid()));
+    int policy = -1;
+    int nice = 0;
+    std::thread([&] {
+        VXThread::vx_lowerPriority();
+        sched_param parameter = {};
+        pthread_getschedparam(pthread_self(), &policy, &parameter);
+        nice = getpriority(PRIO_PROCESS, id_t(gettid()));
+    }).join();
+    EXPECT_EQ(policy, SCHED_BATCH);
+    EXPECT_EQ(nice, 19);
+    EXPECT_EQ(getpriority(PRIO_PROCESS, id_t(gettid())), before);
 }

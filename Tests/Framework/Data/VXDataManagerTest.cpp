@@ -1,7 +1,6 @@
 #include "VXDataManager.h"
 #include "VXDataPlugin.h"
 #include "VXDataPluginTesting.h"
-#include "VXException.h"
 #include "VXExportSheetController.h"
 
 #include <QtCore/QCoreApplication>
@@ -16,16 +15,6 @@ class VXDataManagerTest : public VXDataPluginHomeTest
 {
 protected:
     static VXDataManager &stores() { return VXDataManager::sharedDataManager(); }
-
-    static QString reasonOfAssertion(const std::function<void()> &call)
-    {
-        try {
-            call();
-        } catch (const VXAssertionException &exception) {
-            return exception.reason();
-        }
-        return {};
-    }
 };
 
 TEST_F(VXDataManagerTest, NamesThatAreNotOfOnePluginFailAnAssertion)
@@ -33,8 +22,9 @@ TEST_F(VXDataManagerTest, NamesThatAreNotOfOnePluginFailAnAssertion)
     writePlugin(u"notes"_s, u"memory"_s);
     writePlugin(u"notes"_s, u"memory"_s, {}, u"org.example.other"_s);
     startWith({});
-    EXPECT_EQ(reasonOfAssertion([] { stores().pluginForDataStore(u"pages"_s); }), u"Missing plugin for store: pages"_s);
-    const QString reason = reasonOfAssertion([] { stores().sharedCoordinatorForDataStore(u"notes"_s); });
+    EXPECT_EQ(VXReasonOfAssertion([] { stores().pluginForDataStore(u"pages"_s); }),
+              u"Missing plugin for store: pages"_s);
+    const QString reason = VXReasonOfAssertion([] { stores().sharedCoordinatorForDataStore(u"notes"_s); });
     EXPECT_TRUE(reason.startsWith("2 plugins with identical data store names: "_L1)) << reason.toStdString();
     EXPECT_TRUE(reason.contains("org.example.notes"_L1) && reason.contains("org.example.other"_L1));
 }

@@ -310,3 +310,23 @@ TEST_F(VXDataPluginTest, StoreThatCannotBeTrashedIsNotReplaced)
     EXPECT_EQ(contentsOf(live), before);
     EXPECT_EQ(contentsOf(replacement), waitingBefore);
 }
+
+namespace {
+
+/** Whoever wrote it forgot the Q_OBJECT. */
+class TestPluginWithHooks : public VXDataPlugin
+{
+    QVariant migrateObjectValue(const QVariant &, const QString &, const VXManagedObjectPtr &, int,
+                                const VXManagedObjectPtr &, VXError *) override
+    {
+        return 1;
+    }
+};
+
+} // namespace
+
+TEST_F(VXDataPluginTest, RowsAreCopiedWithoutAskingOnlyWhereThereIsNoSubclass)
+{
+    EXPECT_TRUE(VXDataPlugin().copiesRows(1));
+    EXPECT_FALSE(TestPluginWithHooks().copiesRows(1));
+}

@@ -7,6 +7,8 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
+#include <limits>
+
 /** A test of stores that are copied: notes with tags, authors and notes that they belong to, as an old model had them. */
 class VXUpgradeHomeTest : public VXDataPluginHomeTest
 {
@@ -22,6 +24,7 @@ protected:
                "entity Tag { attribute name: string; relationship notes: Note[] optional inverse tags;"
                " relationship back: Note[] optional inverse gone; }"
                "entity Author { attribute name: string; attribute born: date optional; attribute face: binary optional;"
+               " attribute rate: double optional; attribute rates: property-list optional;"
                " relationship notes: Note[] optional inverse author; }";
     }
     /** Without "mood" and "gone"; notes have "added" too. */
@@ -68,6 +71,8 @@ protected:
         set(author, "name", QStringLiteral("Jane"));
         set(author, "born", QDateTime(QDate(1970, 1, 2), QTime(3, 4, 5, 678), Qt::UTC));
         set(author, "face", QByteArray("\0\1\2", 3));
+        set(author, "rate", std::numeric_limits<double>::quiet_NaN());
+        set(author, "rates", QVariantList{std::numeric_limits<double>::quiet_NaN(), 1});
         QVariantList tags;
         for (const char *const name : {"red", "green"}) {
             tags.append(QVariant::fromValue(context.insertNewObject(QStringLiteral("Tag"))));
@@ -148,6 +153,8 @@ private:
         const VXRelationshipDescription *const relationship = property.asRelationship();
         if (relationship == nullptr) {
             const QVariant value = object.attribute(property.index());
+            if (value.typeId() == QMetaType::QVariantList)
+                return value.toStringList().join(u',');
             return value.typeId() == QMetaType::QByteArray  ? QString::fromLatin1(value.toByteArray().toHex())
                    : value.typeId() == QMetaType::QDateTime ? value.toDateTime().toString(Qt::ISODateWithMs)
                                                             : value.toString();

@@ -2,6 +2,7 @@
 
 #include "VXActivityManager.h"
 #include "VXDeviceTesting.h"
+#include "VXException.h"
 #include "VXMainThread.h"
 
 #include <stdexcept>
@@ -89,6 +90,7 @@ TEST_F(VXDeviceActionTest, ConcludesAtOnceOrLater)
     for (const bool later : {false, true}) {
         phone->handle([later](VXDeviceAction *handled) {
             EXPECT_EQ(handled->activity()->title(), u"[Nokia] call"_s);
+            EXPECT_EQ(handled->activity()->delegate(), handled); // its stop button cancels
             handled->setProgressMaxValue(3);
             handled->setProgressValue(1);
             handled->incrementProgress();

@@ -2,20 +2,7 @@
 
 #include "VXDevicePlugin.h"
 #include "VXDeviceURL.h"
-#include "VXException.h"
 #include "VXPluginManagerTesting.h"
-
-/** The reason of the assertion that the call fails; null when it fails none. */
-template <class F>
-QString VXReasonOfAssertion(F &&call)
-{
-    try {
-        call();
-        return {};
-    } catch (const VXAssertionException &exception) {
-        return exception.reason();
-    }
-}
 
 /** A test with the plugin "org.phones" of DeviceFixture.so. */
 class VXDeviceHomeTest : public VXPluginManagerHomeTest

@@ -1,6 +1,5 @@
 #include "VXReactorPlugin.h"
 #include "VXEventTesting.h"
-#include "VXException.h"
 #include "VXExporterPlugin.h"
 #include "VXExportSheetController.h"
 
@@ -9,20 +8,6 @@
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::SizeIs;
-
-namespace {
-
-QString assertionOf(const std::function<void()> &call)
-{
-    try {
-        call();
-    } catch (const VXAssertionException &exception) {
-        return exception.reason();
-    }
-    return {};
-}
-
-} // namespace
 
 class VXReactorPluginTest : public VXEventTest
 {
@@ -73,11 +58,11 @@ TEST_F(VXReactorPluginTest, TellsWhatItsBundleSaysAndNoneWhereThatIsSilent)
 TEST_F(VXReactorPluginTest, WhatSubclassesMustImplementFailsAnAssertion)
 {
     VXReactorPlugin plain;
-    EXPECT_EQ(assertionOf([&] { plain.reactToEventWithName(u"ping"_s, {}, {}, {}); }),
+    EXPECT_EQ(VXReasonOfAssertion([&] { plain.reactToEventWithName(u"ping"_s, {}, {}, {}); }),
               u"subclasses of VXReactorPlugin must implement "
               "-[VXReactorPlugin reactToEventWithName:subtype:object:options:]"_s);
     VXExporterPlugin exporter;
-    EXPECT_EQ(assertionOf([&] { exporter.reactToEventWithName(u"ping"_s, {}, {}, {}); }),
+    EXPECT_EQ(VXReasonOfAssertion([&] { exporter.reactToEventWithName(u"ping"_s, {}, {}, {}); }),
               u"Subclasses of VXExporterPlugin must overload -exportObjects:"_s);
 }
 

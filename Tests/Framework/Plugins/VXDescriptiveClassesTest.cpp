@@ -1,4 +1,3 @@
-#include "VXException.h"
 #include "VXFramework.h"
 #include "VXPluginManagerTesting.h"
 
@@ -41,12 +40,7 @@ protected:
     }
     static std::string failureFor(const QString &className)
     {
-        try {
-            manager().localizationInfoForDescriptiveClass(className);
-        } catch (const VXAssertionException &exception) {
-            return exception.reason().toStdString();
-        }
-        return "none";
+        return VXReasonOfAssertion([&] { manager().localizationInfoForDescriptiveClass(className); }).toStdString();
     }
 
 private:

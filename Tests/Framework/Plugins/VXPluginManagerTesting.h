@@ -37,6 +37,17 @@ protected:
     QString staging() const { return shared() + QStringLiteral(" (Install)"); }
     QString trash(const QString &name) const { return path(QStringLiteral(".local/share/Trash/files/")) + name; }
 
+    /** Writes plugins, each named "identifier" or "identifier: dependency dependency". */
+    void write(const QStringList &descriptions) const
+    {
+        for (const QString &description : descriptions)
+            VXPluginFixture{.identifier = description.section(QLatin1Char(':'), 0, 0),
+                            .name = description.section(QLatin1Char(':'), 0, 0).toUpper(),
+                            .dependencies =
+                                description.section(QLatin1Char(':'), 1).split(QLatin1Char(' '), Qt::SkipEmptyParts)}
+                .write(shared());
+    }
+
     static VXPluginManager &manager() { return VXPluginManager::sharedPluginManager(); }
     static VXPluginProxy *plugin(const QString &identifier) { return manager().pluginWithIdentifier(identifier); }
     static bool isLoaded(const QString &identifier)

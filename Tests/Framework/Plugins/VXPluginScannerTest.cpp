@@ -2,17 +2,16 @@
 #include "VXLogRecorder.h"
 #include "VXPluginFixtures.h"
 #include "VXTesting.h"
-#include "VXUserDefaults.h"
 
 using namespace Qt::StringLiterals;
-using testing::IsEmpty;
 
 class VXPluginScannerTest : public VXHomeTest
 {
 protected:
-    QString writeCopy(const QString &folder, const QString &version, const QString &fileName = u"Copy"_s) const
+    QString writeCopy(const QString &folder, const QString &version) const
     {
-        return VXPluginFixture{.identifier = u"copied"_s, .version = version, .code = {}}.write(path(folder), fileName);
+        return VXPluginFixture{.identifier = u"copied"_s, .version = version, .code = {}}.write(path(folder),
+                                                                                                u"Copy"_s);
     }
 
     VXPluginScanner scanner{{path(u"application"_s), path(u"extra"_s), path(u"shared"_s)}, path(u"shared"_s)};
@@ -111,22 +110,4 @@ TEST_F(VXPluginScannerTest, SkipsWhatHasNoReadableIdentifierAndSaysWhy)
         EXPECT_EQ(log.count(QString(text).arg(shared + u'/' + bundle + ".vxplugin/Contents/Info.plist"_L1)), 1)
             << bundle.data();
     EXPECT_EQ(log.count(u"Other.bundle"_s), 0);
-}
-
-TEST_F(VXPluginScannerTest, TracesWhatItPassesOver)
-{
-    const QString outdated = writeCopy(u"application"_s, u"2"_s);
-    const QString replaced = writeCopy(u"extra"_s, u"3"_s);
-    writeCopy(u"extra"_s, u"4"_s, u"Newer"_s);
-    const QString tooOld = writeCopy(u"shared"_s, u"1944"_s);
-    scanner.latestPluginPaths();
-    EXPECT_THAT(log.lines(), IsEmpty());
-
-    VXUserDefaults::standardUserDefaults().setObject(true, u"debug.PLUG"_s);
-    scanner.latestPluginPaths();
-    EXPECT_EQ(log.count(u"[PLUG] "_s), 3);
-    EXPECT_EQ(log.count(u"Ignoring updated plugin: "_s + outdated), 1);
-    EXPECT_EQ(log.count(u"Ignoring updated plugin: "_s + replaced), 1);
-    EXPECT_EQ(log.count(u"Ignoring outdated plugin: "_s + tooOld), 1);
-    VXUserDefaults::standardUserDefaults().removeObjectForKey(u"debug.PLUG"_s);
 }

@@ -35,17 +35,9 @@ TEST_F(VXWebRequestTest, TheBaseIsAbstract)
 {
     const auto request = std::make_shared<AbstractRequest>();
     EXPECT_FALSE(request->isActive());
-    const auto reason = [](const auto &operation) {
-        try {
-            operation();
-        } catch (const VXAssertionException &exception) {
-            return exception.reason();
-        }
-        return QString();
-    };
-    EXPECT_EQ(reason([&] { request->_executeWithRequest(VXURLRequest(server.url({}))); }),
+    EXPECT_EQ(VXReasonOfAssertion([&] { request->_executeWithRequest(VXURLRequest(server.url({}))); }),
               u"VXWebRequest is an abstract class.  Use one of its subclasses instead"_s);
-    EXPECT_EQ(reason([&] { request->requestURL({}); }), u"theURL can not be nil"_s);
+    EXPECT_EQ(VXReasonOfAssertion([&] { request->requestURL({}); }), u"theURL can not be nil"_s);
     request->setDelegate(delegate);
     request->requestURL(server.url(u"/form"_s));
     ASSERT_TRUE(told());

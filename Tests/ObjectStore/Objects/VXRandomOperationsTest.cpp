@@ -1,8 +1,7 @@
 #include "VXContextTest.h"
 #include "VXRowSaver.h"
 #include "VXStoreModel.h"
-
-#include <QtCore/QDateTime>
+#include "VXThings.h"
 
 #include <array>
 #include <random>
@@ -20,57 +19,6 @@ using Tag = VXStoreModel::Tag;
 using Type = VXAttributeType;
 
 constexpr int operationCount = 30; // of a sequence
-
-const QByteArray thingSource = R"(
-abstract entity Thing {
-    attribute tag: integer64 optional;
-    attribute small: integer16 optional;
-    attribute whole: integer32 optional indexed;
-    attribute large: integer64 optional;
-    attribute real: double optional;
-    attribute truth: boolean optional;
-    attribute text: string optional indexed;
-    attribute date: date optional;
-    attribute data: binary optional;
-    attribute list: property-list optional;
-}
-entity Person: Thing {
-    relationship calls: Call[] optional inverse caller delete cascade;
-    relationship phones: Phone[] optional inverse owner;
-    relationship boxes: Box[] optional inverse keeper delete no-action;
-    relationship groups: Group[] optional inverse members;
-    relationship friends: Person[] optional inverse friends;
-    relationship passport: Passport optional inverse holder delete cascade;
-    relationship boss: Person optional inverse staff;
-    relationship staff: Person[] optional inverse boss delete deny;
-}
-entity Worker: Person { attribute pay: double optional; }
-entity Call: Thing { relationship caller: Person optional inverse calls; }
-entity Phone: Thing { relationship owner: Person optional inverse phones; }
-entity Box: Thing { relationship keeper: Person optional inverse boxes; }
-entity Group: Thing { relationship members: Person[] optional inverse groups delete deny; }
-entity Passport: Thing { relationship holder: Person optional inverse passport; }
-)";
-
-const std::array entityNames{u"Person"_s, u"Person"_s, u"Worker"_s, u"Call"_s,
-                             u"Phone"_s,  u"Box"_s,    u"Group"_s,  u"Passport"_s};
-
-QVariant moment(qint64 milliseconds)
-{
-    return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC);
-}
-
-const std::map<Type, QVariantList> values{
-    {Type::Integer16, {{}, -32768, 0, 7}},
-    {Type::Integer32, {{}, -1, 0, 1, 2, 3}},
-    {Type::Integer64, {{}, 1LL << 53, (1LL << 53) + 1, -5LL}},
-    {Type::Double, {{}, 0.1, -2.5, 3.0, 1e300}},
-    {Type::Boolean, {{}, true, false}},
-    {Type::String, {{}, u""_s, u"a"_s, u"A"_s, u"Ärger"_s, u"a'b%"_s, QString(u"a\0b"_s), QString(QChar(0xD800))}},
-    {Type::Date, {{}, moment(0), moment(-1), moment(1'700'000'000'123)}},
-    {Type::Binary, {{}, QByteArray(""), QByteArray("\0\xff", 2)}},
-    {Type::PropertyList, {{}, u"x"_s, QVariantList{1LL, true}, QVariantMap{{u"k"_s, 0.5}}}},
-};
 
 // Of whole numbers. The first ones look at nothing but the object itself, and so stores can be asked also for unsaved changes.
 constexpr std::array conditions{"TRUEPREDICATE"_L1,
@@ -241,7 +189,7 @@ private:
 
     void insert(Side &side)
     {
-        const VXEntityDescription &inserted = entity(pickFrom(entityNames));
+        const VXEntityDescription &inserted = entity(pickFrom(VXThingNames));
         const Tag tag = ++_lastTag;
         log.append(u"insert %1 %2"_s.arg(inserted.name()).arg(tag));
         side.objects[tag] = side.context.insertNewObject(inserted);
@@ -256,7 +204,7 @@ private:
         const VXAttributeDescription &attribute = *pickFrom(changed->entity().attributes());
         if (attribute.index() == _tagIndex)
             return;
-        const QVariant value = pickFrom(values.at(attribute.type()));
+        const QVariant value = pickFrom(VXThingValues.at(attribute.type()));
         log.append(u"set %1 of %2"_s.arg(attribute.name()).arg(tag));
         changed->setAttribute(attribute.index(), value);
         side.model.setValue(tag, attribute.name(), value);
@@ -360,7 +308,7 @@ private:
         if (condition >= ownConditionCount && (!isPerson || model.hasChanges() || _own.context.hasChanges()))
             condition = 0;
         const QString format = conditions.at(condition);
-        const QVariant argument = pickFrom(values.at(Type::Integer32));
+        const QVariant argument = pickFrom(VXThingValues.at(Type::Integer32));
         log.append(u"fetch %1 %2 (%3)"_s.arg(request.entity().name(), format, argument.toString()));
         request.predicate = *VXPredicate::predicateWithFormat(format, QVariantList(format.count("%@"_L1), argument));
         const QString key = pickFrom(std::array{u"small"_s, u"large"_s, u"real"_s, u"text"_s, u"date"_s, u"truth"_s});
@@ -499,7 +447,7 @@ TEST_P(VXRandomOperationsTest, EndAsTheModelSays)
 {
     const QTemporaryDir memory(u"/dev/shm/vornix-XXXXXX"_s); // where there is such; it does not wait for a disk
     const QString file = memory.isValid() ? memory.filePath(u"store"_s) : path(u"things"_s);
-    const auto things = VXPersistentStoreCoordinator::coordinatorWithModel(VXModelOf(thingSource));
+    const auto things = VXPersistentStoreCoordinator::coordinatorWithModel(VXModelOf(VXThingSource));
     ASSERT_TRUE(things->addPersistentStore(GetParam(), file));
     const int chosen = qEnvironmentVariableIntValue("VORNIX_RANDOM_SEED");
     const int configured = qEnvironmentVariableIntValue("VORNIX_RANDOM_SEQUENCES");

@@ -19,11 +19,11 @@ VXStoreRow::Ptr madeRow(const VXEntityDescription &entity, const VXStoreRow *bas
 {
     const auto row = std::make_shared<VXStoreRow>(int(entity.properties().size()), base ? base->version() + 1 : 1);
     for (int index = 0; base != nullptr && index < base->propertyCount(); ++index)
-        row->value(index) = base->value(index);
+        row->setValue(index, base->value(index));
     for (auto value = values.cbegin(); value != values.cend(); ++value) {
         const VXPropertyDescription *const property = entity.propertyForName(value.key());
         EXPECT_NE(property, nullptr) << value.key().toStdString();
-        row->value(property->index()) = *value;
+        row->setValue(property->index(), *value);
         changed->append(property->index());
     }
     return row;

@@ -1,342 +1,23 @@
-#include "VXPersistentStoreCoordinator.h"
+#include "VXRandomStore.h"
 #include "VXRowSaver.h"
 #include "VXSQLiteStore.h"
 #include "VXTesting.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QUrl>
 
-#include <limits>
-#include <random>
-
 using namespace Qt::StringLiterals;
-
-namespace {
-
-using Operator = VXPredicate::Operator;
-using Modifier = VXPredicate::Modifier;
-
-const QByteArray phoneSource = R"(
-abstract entity Party {
-    attribute name: string optional indexed;
-    relationship calls: Call[] optional inverse caller;
-    relationship groups: Group[] optional inverse members;
-    relationship friends: Party[] optional inverse friends;
-}
-entity Person: Party {
-    attribute age: integer32 optional;
-    attribute weight: double optional;
-    relationship boss: Person optional inverse staff;
-    relationship staff: Person[] optional inverse boss;
-}
-entity Company: Party { attribute age: string optional; }
-entity Call {
-    attribute number: string optional;
-    attribute index: integer64 optional indexed;
-    attribute cost: double optional;
-    attribute rate: double optional;
-    attribute answered: boolean optional;
-    attribute date: date optional;
-    attribute photo: binary optional;
-    attribute extra: property-list optional;
-    attribute mood: string optional transient;
-    relationship caller: Party optional inverse calls;
-    relationship next: Call optional inverse previous;
-    relationship previous: Call[] optional inverse next;
-}
-entity Group {
-    attribute name: string optional;
-    relationship members: Party[] optional inverse groups;
-}
-)";
-
-// Values that are likely to be equal, to contain each other, and to upset whatever takes them apart.
-const QVariantList texts{
-    QVariant(),
-    u""_s,
-    u"zoe"_s,
-    u"Zoë"_s,
-    u"ZOE\u0308"_s,
-    u"o"_s,
-    u"stra\u00dfe"_s,
-    u"STRASSE"_s,
-    u"' OR 1=1 --"_s,
-    u"\"); DROP TABLE \"VX_Call\"; --"_s,
-    u"%_?*\\"_s,
-    u"Z*"_s,
-    u"z?e"_s,
-    u"("_s,
-    u"[zZ]o.*"_s,
-    QString(u"zo\0e"_s),
-    QString(QChar(0xD800)) + u"x"_s,
-    QString(QChar(0xFEFF)) + u"zoe"_s,
-    QString(QChar(0xFFFE)) + u"zoe"_s,
-    u"\U0001F600"_s,
-    u"\uFFFF"_s,
-    u"1"_s,
-};
-const QVariantList numbers{
-    QVariant(),
-    0,
-    1,
-    -1,
-    true,
-    0.5,
-    -0.0,
-    1.0,
-    3,
-    41,
-    9007199254740993LL,
-    9007199254740992.0,
-    std::numeric_limits<qlonglong>::max(),
-    std::numeric_limits<qlonglong>::min(),
-    0x1p63,
-    std::numeric_limits<double>::infinity(),
-    -std::numeric_limits<double>::infinity(),
-    std::numeric_limits<double>::quiet_NaN(),
-    std::numeric_limits<qulonglong>::max(),
-};
-
-QVariant dateAt(qint64 milliseconds)
-{
-    return QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC);
-}
-
-const QVariantList dates{QVariant(), dateAt(0), dateAt(1), dateAt(-62135596800001), dateAt(1767323045678)};
-const QVariantList data{QVariant(), QByteArray(""), QByteArray("\0", 1), QByteArray("\1\2"), QByteArray("\xff")};
-
-/** The same objects in an SQLite store and in one in memory, with the same numbers. */
-struct Twin
-{
-    explicit Twin(VXStoreType type, const QString &path)
-        : coordinator(VXPersistentStoreCoordinator::coordinatorWithModel(VXModelOf(phoneSource))),
-          store(coordinator->addPersistentStore(type, path))
-    {
-    }
-
-    VXManagedObjectID objectID(const QString &entity, qint64 number) const
-    {
-        return {*store->model().entityForName(entity), store->identity(), number};
-    }
-
-    const VXPersistentStoreCoordinator::Ptr coordinator;
-    const VXPersistentStoreCoordinator::StorePtr store;
-};
-
-class Dice
-{
-public:
-    explicit Dice(quint32 seed) : _engine(seed) {}
-    int below(qsizetype count) { return int(_engine() % quint32(count)); }
-    bool oneIn(int count) { return below(count) == 0; }
-    template <class T>
-    const T &of(const QList<T> &list)
-    {
-        return list[below(list.size())];
-    }
-
-private:
-    std::mt19937 _engine; // the same on every platform
-};
-
-constexpr int partyCount = 25;
-constexpr int callCount = 60;
-constexpr int groupCount = 5;
-
-void fill(VXPersistentStore &store, quint32 seed)
-{
-    Dice dice(seed);
-    VXRowSaver saver(store);
-    QList<VXManagedObjectID> parties;
-    QList<VXManagedObjectID> people;
-    QList<VXManagedObjectID> calls;
-    const auto reference = [&](const QList<VXManagedObjectID> &objects) {
-        return objects.isEmpty() || dice.oneIn(4) ? QVariant() : QVariant::fromValue(dice.of(objects));
-    };
-    for (int count = 0; count < partyCount; ++count) {
-        const QVariant name = dice.of(texts);
-        if (dice.oneIn(4)) {
-            parties.append(saver.add(u"Company"_s, {{u"name"_s, name}, {u"age"_s, dice.of(texts)}}));
-            continue;
-        }
-        const QVariant weight = dice.of(numbers);
-        const QVariantMap values{{u"name"_s, name},
-                                 {u"age"_s, dice.oneIn(4) ? QVariant() : dice.below(50)},
-                                 {u"weight"_s, *VXAttributeValue(VXAttributeType::Double, weight.toDouble())},
-                                 {u"boss"_s, reference(people)}};
-        parties.append(saver.add(u"Person"_s, values));
-        people.append(parties.constLast());
-    }
-    for (int count = 0; count < callCount; ++count) {
-        const QVariant cost = dice.of(numbers);
-        const QVariant index = dice.of(numbers);
-        calls.append(saver.add(u"Call"_s,
-                               {{u"number"_s, dice.of(texts)},
-                                {u"index"_s, VXAttributeValue(VXAttributeType::Integer64, index).value_or(QVariant())},
-                                {u"cost"_s, cost.isValid() ? QVariant(cost.toDouble()) : cost},
-                                {u"rate"_s, dice.of(numbers).toDouble()},
-                                {u"answered"_s, dice.oneIn(3) ? QVariant() : QVariant(dice.oneIn(2))},
-                                {u"date"_s, dice.of(dates)},
-                                {u"photo"_s, dice.of(data)},
-                                {u"extra"_s, dice.oneIn(2) ? QVariant() : QVariant(QVariantMap{{u"a"_s, 1LL}})},
-                                {u"caller"_s, reference(parties)},
-                                {u"next"_s, reference(calls)}}));
-    }
-    for (int count = 0; count < groupCount; ++count) {
-        const VXManagedObjectID group = saver.add(u"Group"_s, {{u"name"_s, dice.of(texts)}});
-        QSet<VXManagedObjectID> members;
-        for (int member = 0; member < 6 && count > 0; ++member)
-            members.insert(dice.of(parties));
-        saver.link(group, u"members"_s, members.values());
-    }
-    for (int count = 0; count < 20; ++count)
-        saver.link(dice.of(parties), u"friends"_s, {dice.of(parties)});
-    ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
-}
-
-/** Predicates by chance: the same ones for two stores, but for the object IDs in them. */
-class PredicateMaker
-{
-public:
-    PredicateMaker(quint32 seed, const Twin &twin) : _dice(seed), _twin(twin) {}
-
-    VXPredicate make(const QString &entity, int depth = 0)
-    {
-        const int kind = depth > 3 ? 9 : _dice.below(10);
-        if (kind >= 4)
-            return comparison(entity);
-        if (kind == 0)
-            return VXPredicate::negationOf(make(entity, depth + 1));
-        QList<VXPredicate> parts;
-        for (int count = 2 + _dice.below(2); count > 0; --count)
-            parts.append(make(entity, depth + 1));
-        return kind == 1 ? VXPredicate::anyOf(parts) : VXPredicate::allOf(parts);
-    }
-
-private:
-    VXExpression path(const QString &entity)
-    {
-        static const QStringList callPaths{u"number"_s,
-                                           u"index"_s,
-                                           u"cost"_s,
-                                           u"rate"_s,
-                                           u"answered"_s,
-                                           u"date"_s,
-                                           u"photo"_s,
-                                           u"extra"_s,
-                                           u"caller"_s,
-                                           u"caller.name"_s,
-                                           u"next.number"_s,
-                                           u"next.next.index"_s,
-                                           u"next.caller"_s,
-                                           u"next.next.cost"_s,
-                                           u"caller.groups"_s,
-                                           u"caller.calls.@count"_s,
-                                           u"SELF"_s,
-                                           u"caller.name"_s,
-                                           u"next"_s,
-                                           u"caller.groups.name"_s,
-                                           u"caller.calls.index"_s};
-        static const QStringList personPaths{u"name"_s,
-                                             u"age"_s,
-                                             u"weight"_s,
-                                             u"boss"_s,
-                                             u"boss.name"_s,
-                                             u"calls.number"_s,
-                                             u"calls.index"_s,
-                                             u"calls.cost"_s,
-                                             u"calls"_s,
-                                             u"calls.@count"_s,
-                                             u"groups"_s,
-                                             u"groups.name"_s,
-                                             u"friends"_s,
-                                             u"friends.name"_s,
-                                             u"groups.@count"_s,
-                                             u"staff.age"_s,
-                                             u"boss.boss"_s,
-                                             u"SELF"_s,
-                                             u"boss.staff.@count"_s,
-                                             u"groups.members.name"_s,
-                                             u"calls.date"_s,
-                                             u"boss.weight"_s,
-                                             u"staff"_s,
-                                             u"calls.next.number"_s,
-                                             u"friends.friends"_s};
-        static const QStringList partyPaths{u"name"_s, u"calls.number"_s, u"calls.caller"_s, u"friends.groups.name"_s,
-                                            u"groups.@count"_s};
-        return VXExpression::keyPath(_dice.of(entity == u"Call"_s    ? callPaths
-                                              : entity == u"Party"_s ? partyPaths
-                                                                     : personPaths));
-    }
-
-    QVariant value()
-    {
-        switch (_dice.below(8)) {
-        case 0:
-        case 1:
-        case 2:
-            return _dice.of(texts);
-        case 3:
-        case 4:
-            return _dice.of(numbers);
-        case 5:
-            return _dice.of(dates);
-        case 6:
-            return _dice.of(data);
-        default:
-            return _dice.oneIn(2) ? QVariant::fromValue(_twin.objectID(u"Call"_s, 1 + _dice.below(callCount + 1)))
-                                  : QVariant::fromValue(_twin.objectID(u"Person"_s, 1 + _dice.below(partyCount + 1)));
-        }
-    }
-
-    VXExpression side(const QString &entity)
-    {
-        if (_dice.oneIn(4))
-            return path(entity);
-        if (_dice.oneIn(4))
-            return list(entity);
-        return VXExpression::constant(value());
-    }
-
-    VXExpression list(const QString &entity)
-    {
-        QList<VXExpression> elements;
-        QVariantList values;
-        for (int count = _dice.oneIn(6) ? 40 : _dice.below(4); count > 0; --count) {
-            values.append(value());
-            elements.append(_dice.oneIn(8) ? path(entity) : VXExpression::constant(values.constLast()));
-        }
-        return _dice.oneIn(2) ? VXExpression::constant(values) : VXExpression::aggregate(elements);
-    }
-
-    VXPredicate comparison(const QString &entity)
-    {
-        const auto operation = Operator(_dice.below(int(Operator::Between) + 1));
-        const bool takesList = operation == Operator::In || operation == Operator::Between;
-        const VXExpression left = _dice.oneIn(6) ? side(entity) : path(entity);
-        const VXExpression right = takesList && !_dice.oneIn(4) ? list(entity) : side(entity);
-        const auto options = VXTextOptions::fromInt(_dice.oneIn(2) ? 0U : unsigned(_dice.below(4)));
-        const auto modifier = _dice.oneIn(2) ? Modifier::Direct : Modifier(_dice.below(4));
-        return VXPredicate::comparison(left, operation, right, options, modifier);
-    }
-
-    Dice _dice;
-    const Twin &_twin;
-};
-
-} // namespace
 
 class VXSQLPredicateTest : public VXHomeTest
 {
 protected:
     VXSQLPredicateTest() : sql(VXStoreType::SQLite, path(u"a.sqlite"_s)), memory(VXStoreType::InMemory, {})
     {
-        fill(*sql.store, 1);
-        fill(*memory.store, 1);
+        sql.fill(1);
+        memory.fill(1);
     }
 
     /** Objects as "Entity number". */
-    static QStringList found(const Twin &twin, const VXFetchRequest &request, bool *isExact)
+    static QStringList found(const VXRandomStore &twin, const VXFetchRequest &request, bool *isExact)
     {
         QStringList objects;
         VXError error;
@@ -346,7 +27,7 @@ protected:
         return objects;
     }
 
-    static VXFetchRequest request(const Twin &twin, const QString &entity, const VXPredicate &predicate = {})
+    static VXFetchRequest request(const VXRandomStore &twin, const QString &entity, const VXPredicate &predicate = {})
     {
         VXFetchRequest made(*twin.store->model().entityForName(entity));
         made.predicate = predicate;
@@ -368,8 +49,8 @@ protected:
         return exact;
     }
 
-    Twin sql;
-    Twin memory;
+    VXRandomStore sql;
+    VXRandomStore memory;
 };
 
 // Whatever SQL decides, evaluation in memory decides the same; what it leaves to others it lets through.
@@ -380,12 +61,11 @@ TEST_F(VXSQLPredicateTest, AgreesWithEvaluationInMemory)
     constexpr int roundCount = 3000;
     for (quint32 seed = 0; seed < roundCount; ++seed) {
         const QString entity = QStringList{u"Call"_s, u"Person"_s, u"Party"_s}[qsizetype(seed) % 3];
-        const VXPredicate predicate = PredicateMaker(seed, sql).make(entity);
+        const VXPredicate predicate = sql.predicate(seed, entity);
         bool inSQL = false;
         bool inMemory = false;
         QStringList actual = found(sql, request(sql, entity, predicate), &inSQL);
-        QStringList expected =
-            found(memory, request(memory, entity, PredicateMaker(seed, memory).make(entity)), &inMemory);
+        QStringList expected = found(memory, request(memory, entity, memory.predicate(seed, entity)), &inMemory);
         ASSERT_TRUE(inMemory);
         actual.sort();
         expected.sort();
@@ -417,7 +97,9 @@ TEST_F(VXSQLPredicateTest, SaysInSQLWhatPredicatesMostlyAsk)
         {u"Call"_s, u"number CONTAINS[cd] 'zoe' AND index > 3 OR NOT caller.name LIKE[c] 'z*'"_s, {}},
         {u"Call"_s, u"caller == nil OR caller.name == nil OR caller.calls.@count > 2"_s, {}},
         {u"Call"_s, u"SELF == %@ OR SELF IN %@ OR next == %@"_s, {call, QVariant(manyCalls), call}},
-        {u"Call"_s, u"date BETWEEN %@ AND photo == %@"_s, {QVariant(QVariantList{dates[1], dates[2]}), data[2]}},
+        {u"Call"_s,
+         u"date BETWEEN %@ AND photo == %@"_s,
+         {QVariant(QVariantList{VXRandomValues::dates[1], VXRandomValues::dates[2]}), VXRandomValues::data[2]}},
         {u"Call"_s, u"caller.name == next.caller.name AND cost < rate"_s, {}},
         {u"Person"_s, u"ANY calls.number MATCHES 'z.*' AND NONE friends.groups.name == 'x'"_s, {}},
         {u"Person"_s, u"ALL calls.cost > 1 AND calls CONTAINS %@ AND groups.@count == 0"_s, {call}},
@@ -458,7 +140,7 @@ TEST_F(VXSQLPredicateTest, TakesPredicatesOfAnyDepthAndLength)
         bool inMemory = false;
         const QStringList expected = found(memory, request(memory, u"Call"_s, deep), &inMemory);
         const QStringList actual = found(sql, request(sql, u"Call"_s, deep), &inSQL);
-        EXPECT_EQ(actual.size(), inSQL ? expected.size() : callCount) << depth;
+        EXPECT_EQ(actual.size(), inSQL ? expected.size() : VXRandomStore::callCount) << depth;
     }
     QList<VXPredicate> parts;
     QVariantList values;
@@ -476,7 +158,8 @@ TEST_F(VXSQLPredicateTest, TakesPredicatesOfAnyDepthAndLength)
         const bool isPlain = format == "number == %@"_L1; // and can be written as one list
         QList<VXPredicate> many;
         for (int index = 0; index < 3000; ++index) {
-            QVariant value = index < texts.size() ? texts.at(index) : QVariant(u"text %1"_s.arg(index));
+            QVariant value = index < VXRandomValues::texts.size() ? VXRandomValues::texts.at(index)
+                                                                  : QVariant(u"text %1"_s.arg(index));
             const QString text = value.toString();
             if (isPlain && (text.contains(QChar(0)) || text.contains(QChar(0xFFFE)) || text.contains(QChar(0xFFFF)) ||
                             !text.isValidUtf16()))
@@ -527,7 +210,7 @@ TEST_F(VXSQLPredicateTest, SortsAndCutsAsInMemory)
     unsayable.sortDescriptors = {{u"mood"_s}};
     unsayable.limit = 1;
     bool exact = true;
-    EXPECT_EQ(found(sql, unsayable, &exact).size(), callCount);
+    EXPECT_EQ(found(sql, unsayable, &exact).size(), VXRandomStore::callCount);
     EXPECT_FALSE(exact);
 }
 
@@ -542,5 +225,5 @@ TEST_F(VXSQLPredicateTest, AKeyPathIsOneStatementThatGivesOnlyWhatMatches)
     EXPECT_EQ(store.executedStatementCount() - before, 1);
     EXPECT_TRUE(exact);
     EXPECT_GT(rowCount, 0);
-    EXPECT_LT(rowCount, callCount / 2);
+    EXPECT_LT(rowCount, VXRandomStore::callCount / 2);
 }

@@ -5,6 +5,7 @@
 
 #include <QtCore/QDateTime>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cmath>
@@ -249,6 +250,25 @@ TEST_P(VXStoreConformanceTest, SortsThenCuts)
     EXPECT_EQ(names(fetch), QVariantList{u"Jane"_s});
     fetch.offset = 9;
     EXPECT_EQ(names(fetch), QVariantList());
+}
+
+TEST_P(VXStoreConformanceTest, IsWalkedPageAfterPage)
+{
+    VXFetchRequest page = request(u"Person"_s);
+    page.limit = 2;
+    QList<qint64> numbers;
+    VXError error;
+    while (true) {
+        const QList<VXFetchedRow> rows = VXFetchRows(*store, page, &error);
+        for (const VXFetchedRow &row : rows)
+            numbers.append(row.objectID.number());
+        if (rows.size() < page.limit)
+            break;
+        page.afterNumber = numbers.last();
+    }
+    EXPECT_EQ(numbers.size(), 3);
+    EXPECT_TRUE(std::is_sorted(numbers.cbegin(), numbers.cend()));
+    EXPECT_EQ(store->count(page, &error), 1);
 }
 
 TEST_P(VXStoreConformanceTest, RelationshipsAreKeptFromBothEnds)

@@ -71,8 +71,10 @@ TEST_F(VXNotificationCenterTest, ObserversGoWithTheirContext)
     center.addObserver(context.get(), firstName, record(u"gone"_s));
     center.addObserver(&other, firstName, record(u"removed"_s));
     center.addObserver(&other, otherName, record(u"removed"_s));
+    EXPECT_TRUE(center.hasObservers(firstName));
     context.reset();
     center.removeObserver(&other);
+    EXPECT_FALSE(center.hasObservers(firstName));
     center.postNotificationName(firstName);
     center.postNotificationName(otherName);
     EXPECT_EQ(calls, QStringList());

@@ -1,11 +1,14 @@
 #include "VXMainThread.h"
 #include "VXException.h"
 #include "VXTesting.h"
+#include "VXWorkerThreads.h"
 
 #include <QtCore/QCoreApplication>
 
 #include <atomic>
 #include <thread>
+
+#include <pthread.h>
 
 using namespace Qt::StringLiterals;
 
@@ -92,4 +95,51 @@ TEST(VXMainThreadDeathTest, WhatWasAcceptedRunsBeforeTheApplicationEnds)
             std::_Exit(done == accepted ? 7 : 1); // the test program ends without its application object
         },
         testing::ExitedWithCode(7), "");
+}
+
+// The same for work on threads of their own: it is told when nobody takes calls any more, and awaited.
+TEST(VXMainThreadDeathTest, WorkOnOtherThreadsEndsAfterTheCalls)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            std::atomic<bool> mayWork = true;
+            std::atomic<bool> isServed = false;
+            std::atomic<int> ended = 0;
+            bool isLast = false;
+            const auto end = [&] { isLast = VXMainThread::hasEnded() && ended == 2; };
+            bool isDone = VXMainThread::performAtEnd(end); // what was given later comes first
+            for (int thread = 0; thread < 2; ++thread) {
+                const auto work = [&] {
+                    isServed = VXMainThread::performAndWait([] {});
+                    while (mayWork)
+                        std::this_thread::yield();
+                    ++ended;
+                };
+                isDone = VXWorkerThreads::shared().start(work, [&] { mayWork = false; }) && isDone;
+            }
+            isDone = VXRunUntil([&] { return isServed.load(); }) && isDone;
+            qApp->~QCoreApplication();
+            isDone = isDone && !VXWorkerThreads::shared().start([] {}, [] {}) && !VXMainThread::performAtEnd([] {});
+            std::_Exit(isDone && isLast ? 7 : 1);
+        },
+        testing::ExitedWithCode(7), "");
+}
+
+// A default stack that no address space holds: the system has no thread to give.
+TEST(VXMainThreadDeathTest, WorkThatCouldNotBeStartedIsNotAwaited)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            pthread_attr_t attributes;
+            pthread_attr_init(&attributes);
+            pthread_attr_setstacksize(&attributes, size_t(1) << 50);
+            pthread_setattr_default_np(&attributes);
+            bool isStopped = false;
+            const bool isStarted = VXWorkerThreads::shared().start([] {}, [&] { isStopped = true; });
+            qApp->~QCoreApplication();
+            std::_Exit(!isStarted && !isStopped ? 7 : 1);
+        },
+        testing::ExitedWithCode(7), "could not be started");
 }

@@ -2,6 +2,8 @@
 
 #include <QtCore/QRandomGenerator>
 
+#include <array>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -49,6 +51,23 @@ TEST_F(VXSyncTest, ASecondSyncChangesNothing)
     EXPECT_EQ(list(phone).size(), 4);
     EXPECT_EQ(sync(u"calls"_s), u"1 0 0"_s);
     EXPECT_EQ(sync(u"calls"_s), u"0 0 0"_s);
+    EXPECT_EQ(vornix({u"store"_s, u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().size(), 1);
+}
+
+TEST_F(VXSyncTest, ProcessesThatSyncAtOnceDoubleNothing)
+{
+    fillPhone();
+    std::array<QProcess, 3> processes;
+    for (QProcess &process : processes)
+        process.start(QStringLiteral(VORNIX_PROGRAM), arguments({u"sync"_s, phone, u"--messages"_s, u"--calls"_s}));
+    int done = 0;
+    for (QProcess &process : processes) {
+        ASSERT_TRUE(process.waitForFinished());
+        done += process.exitCode() == 0 ? 1 : 0;
+    }
+    EXPECT_GE(done, 1); // the others may have been told that it is being done
+    sync(u"messages"_s);
+    EXPECT_EQ(list(phone).size(), 4);
     EXPECT_EQ(vornix({u"store"_s, u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().size(), 1);
 }
 

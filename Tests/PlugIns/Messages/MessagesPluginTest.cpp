@@ -5,6 +5,7 @@
 #include "VXEventManager.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QDir>
 #include <QtCore/QScopeGuard>
 #include <sqlite3.h>
 
@@ -61,6 +62,12 @@ TEST_F(MessagesPluginTest, RootFoldersAreMadeAndDoubledOnesBecomeOne)
     EXPECT_TRUE(data.validateManagedObjectContext(context, nullptr)); // as at the next start
     EXPECT_TRUE(VXFetchRootFolder(VXInboxFolder, &context));
     EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"0 kept"_s));
+
+    const QString aside = data.dataStorePath() + ".upgrading"_L1; // as while it is upgraded
+    ASSERT_TRUE(QDir().rename(data.dataStorePath(), aside));
+    VXError error;
+    EXPECT_TRUE(data.validateManagedObjectContext(context, &error)) << error.description().toStdString();
+    EXPECT_TRUE(QDir().rename(aside, data.dataStorePath()));
 }
 
 TEST_F(MessagesPluginTest, NewMessagesAreFiledOnceWhereTheyBelong)
@@ -88,6 +95,39 @@ TEST_F(MessagesPluginTest, NewMessagesAreFiledOnceWhereTheyBelong)
     EXPECT_EQ(found->first()->valueForKey(u"otherParty_search"_s), u"Jane 5550100"_s);
     VXEventManager::sharedEventManager().postEventWithName(u"new_message"_s, {}, QVariant::fromValue(found->first()));
     EXPECT_EQ(shownIn(phone).size(), 2); // it is filed already
+}
+
+// What lies on a phone would come back with the next sync, were it only deleted here.
+TEST_F(MessagesPluginTest, WhatLiesOnAPhoneIsDeletedThereToo)
+{
+    for (const int number : {1, 2, 3})
+        arrive({{u"from"_s, jane},
+                {u"device_url"_s, phone},
+                {u"date"_s, at(number)},
+                {u"state"_s, number == 3 ? 1 : 3},
+                {u"text"_s, u"text %1"_s.arg(number)},
+                {u"url"_s, u"%1/messages/ME/%2"_s.arg(phone).arg(number)}});
+    VXManagedObjectContext context(store->coordinator());
+    const VXManagedObjectPtr folder = store->folderForText(phone, context);
+    const VXPredicate isUnread = *VXPredicate::predicateWithFormat(u"state == 1"_s);
+    const VXManagedObjectPtr smart = store->insertSmartFolder(u"News"_s, folder, isUnread);
+    ASSERT_TRUE(smart && context.save());
+    EXPECT_THAT(shownIn(u"news"_s), ElementsAre(u"1 text 3"_s));
+    EXPECT_THAT(shownIn(VXUserRootFolder), IsEmpty()); // it stands beside it
+    EXPECT_EQ(store->folders(context)->at(5), smart);
+    EXPECT_FALSE(store->insertFolder(u"NEWS"_s, context));
+
+    const auto all = context.executeFetchRequest(*store->messagesOfFolder(folder));
+    VXMessageStore::deleteMessage(all->at(2));
+    ASSERT_TRUE(context.save());
+    EXPECT_EQ(all->at(2)->valueForKey(u"pending"_s), static_cast<int>(VXPendingChange::Remove));
+    EXPECT_EQ(shownIn(phone), (QStringList{u"1 text 3"_s, u"3 text 2"_s}));
+    ASSERT_TRUE(store->removeFolder(folder) && context.save()); // of a phone that is there no more
+    EXPECT_FALSE(store->folderForText(u"news"_s, context));
+    EXPECT_EQ(shownIn(VXTrashFolder), (QStringList{u"1 text 3"_s, u"3 text 2"_s}));
+    EXPECT_EQ(store->emptyTrash(), 2);
+    const VXFetchRequest left(*store->coordinator()->model().entityForName(VXMessageStore::entityName));
+    EXPECT_EQ(context.countForFetchRequest(left), 0);
 }
 
 TEST_F(MessagesPluginTest, LongMessagesAppearWhenTheyAreWhole)

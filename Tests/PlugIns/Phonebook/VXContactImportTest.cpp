@@ -1,8 +1,11 @@
 #include "VXContactImport.h"
+#include "VXCardWriter.h"
 #include "VXContactDuplicates.h"
 #include "VXContactHistory.h"
 #include "VXContactMatch.h"
 #include "VXContactWriter.h"
+#include "VXDataPlugin.h"
+#include "VXErrorDomain.h"
 #include "VXPhonebookTest.h"
 
 #include <QtCore/QBuffer>
@@ -255,6 +258,85 @@ TEST_F(VXContactImportTest, MergesLoseNothing)
     EXPECT_EQ(persons->first()->valueForKey(u"note"_s), u"n\ncompany: Acme\nbirthday: 1980-01-01"_s);
 }
 
+// Where a contact lies on a phone, and what made and changed it, is known of the one that comes back.
+TEST_F(VXContactImportTest, AMergeThatIsUndoneLeavesEachContactItsPast)
+{
+    const QByteArray first = card("Jane Doe", "UID:a\r\nTEL:555 0100\r\nCATEGORIES:Family\r\nORG:Mill\r\n");
+    import(first);
+    import(card("Jane Doe", "UID:a\r\nTEL:555 0100\r\nTEL:555 0101\r\n"));
+    import(first + card("Jane Doe", "UID:b\r\nTEL:555 0100\r\n"));
+    VXManagedObjectContext context(store);
+    const auto persons = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
+    for (const VXManagedObjectPtr &person : *persons) {
+        const VXManagedObjectPtr place = context.insertNewObject(u"VXContactPlace"_s);
+        place->setValueForKey(u"vxdevice://localhost/phones/mine"_s, u"device_url"_s);
+        place->setValueForKey("SM/"_L1 + person->valueForKey(u"uid"_s).toString(), u"location"_s);
+        place->setValueForKey(QVariantMap(), u"here"_s);
+        place->setValueForKey(QVariantMap(), u"there"_s);
+        place->setValueForKey(QVariant::fromValue(person), u"person"_s);
+    }
+    ASSERT_TRUE(context.save());
+    const auto places = [this] {
+        VXManagedObjectContext now(store);
+        QStringList lines;
+        const auto found = now.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXContactPlace"_s)));
+        for (const VXManagedObjectPtr &place : *found) {
+            const auto person = place->valueForKey(u"person"_s).value<VXManagedObjectPtr>();
+            lines.append(place->valueForKey(u"location"_s).toString() + u' ' +
+                         (person ? person->valueForKey(u"uid"_s).toString() : QString()));
+        }
+        lines.sort();
+        return lines;
+    };
+    const QStringList before = places();
+    const VXContactDuplicates duplicates(store);
+    ASSERT_TRUE(duplicates.merge(*duplicates.find()));
+    EXPECT_EQ(contacts().size(), 1);
+    EXPECT_EQ(undo(), u"0 1 1 "_s);
+    EXPECT_EQ(places(), before);
+    ASSERT_TRUE(duplicates.merge(*duplicates.find()));
+    const auto all = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXContactPlace"_s)));
+    for (const VXManagedObjectPtr &place : *all)
+        context.deleteObject(place); // a sync carried it out
+    ASSERT_TRUE(context.save());
+    EXPECT_EQ(undo(), u"0 1 1 "_s);
+    EXPECT_EQ(places().size(), 1); // of the one that was brought back, to be put there again
+    EXPECT_TRUE(places().constFirst().startsWith(u' '));
+    EXPECT_EQ(undo(), u"1 0 0 "_s); // the third import
+    EXPECT_EQ(undo(), u"0 1 0 "_s); // the second
+    EXPECT_EQ(contacts(), QStringList{u"Jane Doe|Mill|555 0100|Family"_s});
+    EXPECT_EQ(undo(), u"1 0 0 "_s);
+    EXPECT_EQ(contacts(), QStringList());
+}
+
+// How a person writes the whole name is not what its parts would give.
+TEST_F(VXContactImportTest, TheWholeNameIsKeptWhileTheNameIs)
+{
+    const QByteArray written = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Dr. Jane \"J\" Doe\r\nN:Doe;Jane;;Dr.;\r\nUID:1\r\n"
+                               "TEL:555 0100\r\nEND:VCARD\r\n";
+    import(written);
+    EXPECT_EQ(import(written), u"0 0 1 0"_s);
+    const auto exported = [this] {
+        VXManagedObjectContext context(store);
+        const auto found = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
+        const QByteArray card = VXCardWriter::card(QVariant::fromValue(found->first()), VXCardWriter::Version::V3);
+        return card.mid(card.indexOf("FN:")).split('\r').first();
+    };
+    EXPECT_EQ(exported(), "FN:Dr. Jane \"J\" Doe");
+    VXManagedObjectContext context(store);
+    const VXManagedObjectPtr person =
+        context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)))->first();
+    VXContactRecord contact(QVariant::fromValue(person));
+    contact.company = u"Mill"_s;
+    VXContactWriter(context).replace(person, contact);
+    ASSERT_TRUE(context.save());
+    EXPECT_EQ(exported(), "FN:Dr. Jane \"J\" Doe");
+    contact.lastName = u"Hill"_s;
+    VXContactWriter(context).replace(person, contact);
+    ASSERT_TRUE(context.save());
+    EXPECT_EQ(exported(), "FN:Jane Hill");
+}
+
 TEST_F(VXContactImportTest, WhatIsKeptIsWhatTheCardHad)
 {
     const QByteArray full =
@@ -268,4 +350,46 @@ TEST_F(VXContactImportTest, WhatIsKeptIsWhatTheCardHad)
     buffer.setData(full);
     buffer.open(QIODevice::ReadOnly);
     EXPECT_EQ(VXContactRecord(QVariant::fromValue(found->first())).map(), VXCardReader(buffer).next()->contact.map());
+}
+
+// What can be undone in the other store, or has its number, was done there.
+TEST_F(VXContactImportTest, AStoreThatIsMergedIsOneStepAndBringsNoHistory)
+{
+    EXPECT_EQ(import(jane), u"1 0 0 0"_s);
+    auto &phonebookPlugin =
+        plugin(u"com.halvern.VNX2.plugin.phonebook"_s)->as<VXDataPlugin>("persistentStoreCoordinator");
+    const QString copy = path(u"copy.vxdatastore"_s);
+    EXPECT_FALSE(phonebookPlugin.exportStoreTo(copy, false));
+    EXPECT_EQ(import(bob), u"1 0 0 0"_s);
+    QString description;
+    VXError error;
+    const VXCoreDataStore::Ptr other = phonebookPlugin.storeToImport(copy, &description, &error);
+    ASSERT_TRUE(other) << error.description().toStdString();
+    error = phonebookPlugin.mergeStore(other);
+    EXPECT_FALSE(error) << error.description().toStdString();
+    EXPECT_EQ(contacts().size(), 3);
+    EXPECT_EQ(countOf(u"VXContactChangeSet"_s), 3); // of both imports and the merge
+    for (const qsizetype left : {2, 1, 0}) {
+        EXPECT_EQ(undo(), u"1 0 0 "_s);
+        EXPECT_EQ(contacts().size(), left);
+    }
+}
+
+TEST_F(VXContactImportTest, AnImportThatIsBrokenOffTellsWhatIsIn)
+{
+    QByteArray cards;
+    for (int each = 0; each < 700; ++each)
+        cards += card("Jane N" + QByteArray::number(each), "TEL:555 0100\r\n");
+    QBuffer buffer(&cards);
+    ASSERT_TRUE(buffer.open(QIODevice::ReadOnly));
+    VXCardReader reader(buffer);
+    VXContactImport broken(store, u"a.vcf"_s);
+    int asked = 0;
+    broken.setCancelCheck([&asked] { return ++asked == 2; });
+    VXError error;
+    EXPECT_FALSE(broken.run(reader, &error));
+    EXPECT_EQ(error.code(), VXErrorCancelled);
+    EXPECT_EQ(broken.reportSoFar().added, 500);
+    EXPECT_EQ(countOf(u"VXPerson"_s), 500);
+    EXPECT_EQ(undo(), u"500 0 0 "_s);
 }

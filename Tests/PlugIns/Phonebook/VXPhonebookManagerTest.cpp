@@ -272,18 +272,6 @@ TEST_F(VXPhonebookManagerTest, TwoThreadsLookUpWhileAThirdSaves)
     EXPECT_EQ(log.count(u"<ERROR>"_s), 0) << log.lines().join(u'\n').toStdString();
 }
 
-TEST_F(VXPhonebookManagerTest, SavesAreTracedWithTheirCounts)
-{
-    start();
-    VXUserDefaults::standardUserDefaults().setObject(true, u"debug.PHBK"_s);
-    phonebook();
-    VXManagedObjectContext context(store);
-    addPerson(context, {});
-    EXPECT_THAT(log.lines().join(u'\n').toStdString(),
-                testing::ContainsRegex("\\[PHBK\\] 0x[0-9a-f]{8} \\+\\[VXPhonebookManager "
-                                       "contextDidSaveNotification:\\] \\+\\(1\\) ~\\(0\\) -\\(0\\)"));
-}
-
 // -- Entries
 
 TEST_F(VXPhonebookManagerTest, EntriesHaveNames)

@@ -1,9 +1,12 @@
 #include "VXDeviceAction.h"
+#include "VXDeviceFinding.h"
 #include "VXDevicePlugin.h"
 #include "VXException.h"
 #include "VXPrincipalClass.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
 #include <QtCore/QTimer>
 
 using namespace Qt::StringLiterals;
@@ -11,7 +14,8 @@ using namespace Qt::StringLiterals;
 /**
  * A phone that is not there. Its name, and whether it is connected, are its preferences "name" and "connected"; with
  * "slow" it is being connected for a turn of the event loop, and has its property "signal" then. It records "DEVICE-IDENTIFIER OPERATION" in the property "VXPluginEvents" of the application, refuses to be the device
- * "refused", and knows the actions
+ * "refused". It finds the phones of the list of maps "VXFoundDevices" of the application, or of the environment as JSON; it never answers when that has the
+ * text "never". It knows the actions
  *     echo    answers the action's object
  *     fail    reports the action's object as an error
  *     throw   throws it: a text as an exception, any other as a number
@@ -27,6 +31,30 @@ public:
     Q_INVOKABLE DeviceFixture() = default;
     ~DeviceFixture() override { record("destructor"_L1); }
 
+    void findDevices(const std::shared_ptr<VXDeviceFinding> &finding) override
+    {
+        QVariantList found = QCoreApplication::instance()->property("VXFoundDevices").toList();
+        found += QJsonDocument::fromJson(qgetenv("VXFoundDevices")).array().toVariantList();
+        if (found.contains(u"never"_s)) {
+            _finding = finding;
+            return;
+        }
+        for (const QVariant &each : std::as_const(found)) {
+            const QVariantMap map = each.toMap();
+            const auto text = [&map](const QString &key) {
+                const QString value = map.value(key).toString();
+                return value.isEmpty() ? QString() : value;
+            };
+            finding->add({.name = text(u"name"_s),
+                          .identifier = text(u"identifier"_s),
+                          .preferences = map.value(u"preferences"_s).toMap(),
+                          .place = text(u"place"_s),
+                          .ports = map.value(u"ports"_s).toStringList(),
+                          .holder = text(u"holder"_s)});
+        }
+        finding->conclude();
+    }
+
     Q_INVOKABLE bool initWithURL(const QUrl &theURL) override
     {
         if (!VXDevicePlugin::initWithURL(theURL) || theURL.fileName() == "refused"_L1)
@@ -39,6 +67,8 @@ public:
         registerActionHandler(u"wait"_s, this, &DeviceFixture::wait);
         setDeviceProperty(VXLocalizedProperty(80, u"Battery"_s), u"battery"_s);
         setDeviceProperty(u"3310"_s, u"model"_s);
+        if (const QVariant problem = preferenceForKey(u"problem"_s); problem.isValid())
+            setDeviceProperty(VXLocalizedProperty(problem, u"Problem"_s), u"problem"_s);
         if (preferenceForKey(u"slow"_s).toBool()) {
             _isConnecting = true;
             QTimer::singleShot(0, this, &DeviceFixture::didConnect);
@@ -128,6 +158,7 @@ private:
         });
     }
 
+    std::shared_ptr<VXDeviceFinding> _finding;
     bool _isConnecting = false;
 };
 

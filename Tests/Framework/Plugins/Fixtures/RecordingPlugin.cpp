@@ -10,7 +10,7 @@
 
 #include <QtCore/QCoreApplication>
 
-#include <cstdlib>
+#include <csignal>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -27,6 +27,7 @@ using namespace Qt::StringLiterals;
  *     FixtureThrowsIn  the operation that throws
  *     FixtureThrows    what it throws: "VXException" (default), "std::exception" or "number"
  *     FixtureEndsIn    the operation in which the process dies
+ *     FixtureSignal    and the signal that does it; SIGABRT without
  *     FixtureDoes      dictionary of what it does in operations: "disable" (itself), "quit", "agree" or "refuse" (replies
  *                      to pluginShouldUnload), "exit" and "_exit" (end the process with 0)
  *     FixtureReply     the answer of pluginShouldUnload; 1 without
@@ -88,7 +89,7 @@ private:
         record(operation);
         act(_info.value(u"FixtureDoes"_s).toMap().value(operation).toString());
         if (text(u"FixtureEndsIn"_s, {}) == operation)
-            std::abort();
+            ::raise(_info.value(u"FixtureSignal"_s, SIGABRT).toInt());
         if (text(u"FixtureThrowsIn"_s, {}) != operation)
             return;
         const QString what = text(u"FixtureThrows"_s, u"VXException"_s);

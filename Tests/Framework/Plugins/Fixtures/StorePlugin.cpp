@@ -32,7 +32,9 @@ public:
     bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error) override
     {
         const QString how = validation();
-        if (how == "dies"_L1)
+        const VXStoreMigration *const run = VXStoreMigration::current();
+        const bool isCopied = run != nullptr && run->phase() == VXStoreMigration::Phase::Checking;
+        if (how == "dies"_L1 || (migration() == "rows die"_L1 && isCopied))
             ::raise(SIGKILL);
         if (how == "throws"_L1)
             throw std::runtime_error("thrown as told");
@@ -57,6 +59,8 @@ public:
         const QString description = bundle()->infoDictionary().value(u"FixtureDescription"_s).toString();
         return description.isNull() ? VXDataPlugin::importDescriptionFromStore(store) : description;
     }
+
+    bool copiesRows(int version) const override { return migration().startsWith("rows"_L1) && version >= 1; }
 
     VXManagedObjectPtr insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int version,
                                                    VXManagedObjectContext &newContext, VXError *error) override

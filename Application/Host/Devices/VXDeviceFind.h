@@ -1,0 +1,14 @@
+#pragma once
+
+#include "VXDeviceFinding.h"
+#include "VXHostCommand.h"
+
+#include <optional>
+
+class VXPluginManager;
+
+/** "devices find": asks the device plugins which phones there are, shows them with numbers, and keeps these for "devices add". */
+[[nodiscard]] int VXFindDevices(VXHostContext &context, VXPluginManager &manager);
+
+/** What the last "devices find" of this user showed under the number; none, told, when it showed none. */
+[[nodiscard]] std::optional<VXFoundDevice> VXFoundDeviceWithNumber(VXHostContext &context, int number);

@@ -1,0 +1,41 @@
+#include "VXShownWidth.h"
+
+#include <algorithm>
+#include <cwchar>
+
+namespace {
+
+// By the C library in the locale that Qt has set, which is one with UTF-8. What cannot be shown takes one, as what stands for it.
+qsizetype widthOf(char32_t character)
+{
+    const int width = ::wcwidth(static_cast<wchar_t>(character));
+    return width < 0 ? 1 : width;
+}
+
+} // namespace
+
+qsizetype VXShownWidth(QStringView text)
+{
+    const bool isPlain = std::ranges::all_of(text, [](QChar each) { return each.unicode() < 0x80; });
+    if (isPlain)
+        return text.size();
+    qsizetype width = 0;
+    for (const uint character : text.toUcs4())
+        width += widthOf(character);
+    return width;
+}
+
+QString VXCutToWidth(const QString &text, qsizetype width)
+{
+    if (VXShownWidth(text) <= width)
+        return text;
+    QString cut;
+    qsizetype used = 1; // of the "…"
+    for (const uint character : text.toUcs4()) {
+        used += widthOf(character);
+        if (used > width)
+            break;
+        cut += QString::fromUcs4(reinterpret_cast<const char32_t *>(&character), 1);
+    }
+    return cut + u'…';
+}

@@ -1,0 +1,151 @@
+#include "VXErrorText.h"
+#include "VXFileLock.h"
+#include "VXFileManager.h"
+#include "VXHostCommands.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXMetaDataKeeper.h"
+#include "VXPluginSession.h"
+#include "VXSearchCheck.h"
+#include "VXSearchReport.h"
+#include "VXSearchUpdate.h"
+#include "VXThread.h"
+
+#include <chrono>
+#include <limits>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qsizetype usualLimit = 50;
+constexpr std::chrono::milliseconds longestWait = 2s; // of who searches, for another process
+constexpr int mostRounds = 3;
+
+// From the index alone, without the plugins. None when it is damaged, and to be made anew.
+std::optional<int> tryToFind(VXHostContext &context, const QString &words, qsizetype limit)
+{
+    VXError error;
+    const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
+    const auto found = index ? index->find(words, context.options.value(u"kind"_s), limit, &error) : std::nullopt;
+    if (!found && VXSearchIndex::discardIfDamaged(error))
+        return std::nullopt;
+    if (!found)
+        return context.output.fail(error ? VXErrorText(error) : u"there is no index"_s);
+    VXAnswerFoundObjects(context.output, *found);
+    return VXHostOutput::Done;
+}
+
+int find(VXHostContext &context, const QString &words, qsizetype limit)
+{
+    const std::optional<int> status = tryToFind(context, words, limit);
+    return status ? *status : context.output.fail(u"the index is damaged, and made anew by the next search"_s);
+}
+
+int findInStep(VXHostContext &context, const QString &words, qsizetype limit)
+{
+    if (const auto status = VXIsSearchUpdateDue() ? std::nullopt : tryToFind(context, words, limit))
+        return *status;
+    if (VXMetaDataKeeper::isElsewhere()) {
+        context.output.note(u"the running vornix is about to take in what was saved just now"_s);
+        return find(context, words, limit);
+    }
+    return VXRunWithPlugins(context, [&](VXPluginManager &) {
+        static_cast<void>(VXUpdateSearch(context, longestWait)); // which tells what is missing
+        return find(context, words, limit);
+    });
+}
+
+// One at a time; who comes meanwhile leaves what is due to it.
+int updateInBackground(VXHostContext &context)
+{
+    const auto isDue = [] { return VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere(); };
+    if (!isDue())
+        return VXHostOutput::Done;
+    VXThread::vx_lowerPriority();
+    return VXRunWithPlugins(context, [&](VXPluginManager &) {
+        bool isDone = true;
+        for (int round = 0; round < mostRounds && isDone && isDue(); ++round) {
+            const VXFileLock turn(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.updating.lock"_L1,
+                                  0ms);
+            if (turn.isTimedOut())
+                break;
+            isDone = VXUpdateSearch(context);
+        }
+        return static_cast<int>(isDone ? VXHostOutput::Done : VXHostOutput::Failed);
+    });
+}
+
+int update(VXHostContext &context)
+{
+    if (context.options.isSet(u"background"_s))
+        return updateInBackground(context);
+    return VXRunWithPlugins(context, [&](VXPluginManager &) {
+        if (!VXUpdateSearch(context))
+            return static_cast<int>(VXHostOutput::Failed);
+        context.output.answer({}, QJsonValue(true));
+        return static_cast<int>(VXHostOutput::Done);
+    });
+}
+
+int runSearch(VXHostContext &context)
+{
+    const VXHostOptions &options = context.options;
+    const QString usage = VXHostUsage(options.command());
+    const QStringList verbs = options.operands().size() == 1 ? options.operands() : QStringList();
+    const bool isCheck = verbs == QStringList{u"check"_s};
+    const bool isUpdate = verbs == QStringList{u"update"_s};
+    const std::pair<QString, bool> goesWith[] = {{u"repair"_s, isCheck},
+                                                 {u"background"_s, isUpdate},
+                                                 {u"kind"_s, !isCheck && !isUpdate},
+                                                 {u"limit"_s, !isCheck && !isUpdate}};
+    for (const auto &[option, isMeant] : goesWith) {
+        if (options.isSet(option) && !isMeant)
+            return context.output.failUsage(u"--%1 does not go with that"_s.arg(option), usage);
+    }
+    if (isCheck)
+        return VXRunWithPlugins(context, [&](VXPluginManager &) { return VXCheckSearch(context); });
+    if (isUpdate)
+        return update(context);
+    bool isNumber = true;
+    const QString limit = options.value(u"limit"_s);
+    const qsizetype most = limit.isNull() ? usualLimit : limit.toLongLong(&isNumber);
+    if (!isNumber || most < 0)
+        return context.output.failUsage(u"--limit takes a number; 0 is no limit"_s, usage);
+    return findInStep(context, options.operands().join(u' '), most == 0 ? std::numeric_limits<int>::max() : most);
+}
+
+} // namespace
+
+VXHostCommand VXSearchCommand()
+{
+    return {
+        .name = u"search"_s,
+        .summary = u"Find contacts, messages and calls"_s,
+        .synopsis = u"WORD..."_s,
+        .details =
+            u"Finds what has a word beginning with each WORD, letters with and without accents being the same, or "
+            u"phone numbers by their last digits, four at least. Exact matches come first, then the newest. What is "
+            u"found can be opened with \"vornix open\" by the \"url\" that --json tells.\n"
+            "\"search check\" compares what is searched with the stores and tells what is stale, missing, orphaned or "
+            u"damaged; --repair puts it right. It ends with status 1 when something is wrong. \"search update\" takes "
+            "in what was saved, which otherwise happens by itself. To search for one of these words alone, put a blank "
+            "behind it, in quotes."_s,
+        .options = {{.name = u"kind"_s,
+                     .placeholder = u"KIND"_s,
+                     .summary = u"Only of that kind"_s,
+                     .choices = {u"contact"_s, u"message"_s, u"call"_s}},
+                    {.name = u"limit"_s,
+                     .placeholder = u"N"_s,
+                     .summary = u"Show so many at most; 0: all (50 without)"_s},
+                    {.name = u"repair"_s, .placeholder = {}, .summary = u"Put right what differs (check)"_s},
+                    {.name = u"background"_s,
+                     .placeholder = {},
+                     .summary = u"Only while the computer has nothing else to do, and if it is due (update)"_s}},
+        .minimumOperands = 1,
+        .maximumOperands = 100,
+        .run = runSearch};
+}

@@ -1,0 +1,48 @@
+#include "VXHostCommands.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXMetaDataKeeper.h"
+#include "VXModalSession.h"
+#include "VXSearchService.h"
+#include "VXSearchUpdate.h"
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto usualIdleTime = 30s; // a user types on
+
+void openLater(const QString &url)
+{
+    VXStartBeside({u"open"_s, url});
+}
+
+// Without the plugins: desktops ask at each letter, and start this for it.
+int runSearchService(VXHostContext &context)
+{
+    bool isNumber = false;
+    const qint64 seconds = context.options.operand(0).toLongLong(&isNumber);
+    VXSearchService service(openLater, isNumber ? std::chrono::seconds(seconds) : usualIdleTime);
+    if (!service.problem().isNull())
+        return context.output.fail(u"desktops can not search here: %1"_s.arg(service.problem()));
+    if (VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere())
+        VXStartSearchUpdate();
+    VXModalSession session;
+    QObject::connect(&service, &VXSearchService::idle, &service, [&session] { session.stop(0); });
+    session.run();
+    return VXHostOutput::Done;
+}
+
+} // namespace
+
+VXHostCommand VXSearchServiceCommand()
+{
+    return {.name = u"search-service"_s,
+            .summary = u"Answer the searches of GNOME and Plasma, started by the session bus"_s,
+            .synopsis = u"[SECONDS]"_s,
+            .details = u"Ends when nobody has asked for so long, 30 seconds without."_s,
+            .maximumOperands = 1,
+            .isHidden = true,
+            .run = runSearchService};
+}

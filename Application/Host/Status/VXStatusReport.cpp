@@ -1,0 +1,325 @@
+#include "VXStatusReport.h"
+
+#include "VXDesktopServices.h"
+#include "VXDevicePlugin.h"
+#include "VXDeviceReport.h"
+#include "VXDeviceURL.h"
+#include "VXHotKeyManager.h"
+#include "VXHotKeyService.h"
+#include "VXPluginManager.h"
+#include "VXPluginReport.h"
+#include "VXServiceStanding.h"
+#include "VXVisibleText.h"
+#include "VXWrappedText.h"
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QJsonArray>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::chrono::seconds connectionLimit{5}; // all phones together
+
+// -- Services
+
+struct Service
+{
+    VXServiceName name;
+    QString title;
+    QString package; // that brings it; null when unknown
+    QStringList users = {};
+    bool isOptional = false; // to all of them
+};
+
+Service serviceFrom(const QVariantMap &info)
+{
+    const QString name = info.value(u"name"_s).toString();
+    const QString title = info.value(u"title"_s).toString();
+    return {.name = {.name = name, .isOnSystemBus = info.value(u"bus"_s) == u"system"_s},
+            .title = title.isEmpty() ? name : title,
+            .package = info.value(u"package"_s).toString(),
+            .isOptional = info.value(u"optional"_s).toBool()};
+}
+
+// Those that plugins name, each once.
+QList<Service> servicesOf(const VXPluginManager &manager)
+{
+    QList<Service> services;
+    for (const VXPluginProxy *const plugin : VXSortedPlugins(manager)) {
+        const VXBundle::Ptr bundle = plugin->bundle();
+        const QVariantList named = bundle ? bundle->infoDictionary().value(u"VXServices"_s).toList() : QVariantList();
+        for (const QVariant &each : named) {
+            const Service service = serviceFrom(each.toMap());
+            auto known = std::ranges::find_if(
+                services, [&](const Service &other) { return other.name.name == service.name.name; });
+            if (known == services.end())
+                known = services.insert(services.end(), service);
+            known->isOptional = known->isOptional && service.isOptional;
+            if (plugin->isEnabled())
+                known->users.append(plugin->identifier());
+        }
+    }
+    return services;
+}
+
+QString remedyWithoutBus(bool isSystemBus)
+{
+    return isSystemBus ? u"Start the message bus of the system (the package \"dbus\")."_s
+                       : u"Start the program in a session of the desktop."_s;
+}
+
+VXStatusItem itemOfService(const Service &service, const VXServiceStanding &standing)
+{
+    using State = VXServiceStanding::State;
+    VXStatusItem item{.identifier = service.name.name, .name = service.title, .users = service.users};
+    switch (standing.state) {
+    case State::Running:
+        item.state = u"running"_s;
+        break;
+    case State::Startable:
+        item.state = u"starts when needed"_s;
+        break;
+    case State::Missing:
+        item.state = u"not there"_s;
+        item.reason = u"No program offers it, and the bus knows none to start."_s;
+        item.remedy = service.package.isEmpty()
+                          ? u"Start the program that offers it."_s
+                          : u"Install the package \"%1\", or start it if it is there."_s.arg(service.package);
+        break;
+    case State::NoBus:
+        item.state = u"unreachable"_s;
+        item.reason = standing.problem;
+        item.remedy = remedyWithoutBus(service.name.isOnSystemBus);
+        break;
+    }
+    item.isNeeded = !service.users.isEmpty();
+    item.isAtFault = item.isNeeded && !service.isOptional && !item.reason.isNull();
+    if (!item.isNeeded)
+        item.remedy = QString();
+    return item;
+}
+
+// Whether "vornix run" runs: only then is anything reacted to.
+VXStatusItem itemOfProgram(const VXServiceStanding &standing)
+{
+    VXStatusItem item{.identifier = u"com.halvern.VNX2"_s, .name = u"Vornix (vornix run)"_s};
+    if (standing.state == VXServiceStanding::State::Running) {
+        item.state = u"running"_s;
+        return item;
+    }
+    if (standing.state == VXServiceStanding::State::NoBus) {
+        item.state = u"unreachable"_s;
+        item.reason = standing.problem;
+        item.remedy = remedyWithoutBus(false);
+    } else {
+        item.state = u"not running"_s;
+        item.reason = u"Nothing listens to the phones, and no trigger runs by itself."_s;
+        item.remedy = u"\"vornix run\" starts it, \"systemctl --user enable --now vornix\" in every session."_s;
+    }
+    return item;
+}
+
+VXStatusItem itemOfHotKeys()
+{
+    VXStatusItem item{.identifier = u"hot-keys"_s, .name = u"Hot keys"_s, .state = u"ready"_s};
+    const std::unique_ptr<VXHotKeyService> service = VXMakeHotKeyService();
+    const QMap<QString, std::shared_ptr<VXHotKey>> bound = VXHotKeyManager::sharedHotKeyManager().hotKeys();
+    if (const QString problem = service->problem(); !problem.isNull()) {
+        item.state = u"unreachable"_s;
+        item.reason = problem;
+        item.isAtFault = std::ranges::any_of(bound, [](const auto &hotKey) { return hotKey->isRegistered(); });
+        if (item.isAtFault)
+            item.remedy = remedyWithoutBus(false);
+    }
+    return item;
+}
+
+QList<VXStatusItem> statusOfServices(const VXPluginManager &manager)
+{
+    const QList<Service> services = servicesOf(manager);
+    QList<VXServiceName> names{{.name = u"com.halvern.VNX2"_s}};
+    std::ranges::transform(services, std::back_inserter(names), &Service::name);
+    const QList<VXServiceStanding> standings = VXStandingOfServices(names);
+    QList<VXStatusItem> items{itemOfProgram(standings.first()), itemOfHotKeys()};
+    for (qsizetype at = 0; at < services.size(); ++at)
+        items.append(itemOfService(services[at], standings[at + 1]));
+    return items;
+}
+
+// -- Phones
+
+QString textOfProperty(const VXDevicePlugin &device, const QString &key)
+{
+    const QVariant value = device.devicePropertyForKey(key);
+    const QString text = value.metaType() == QMetaType::fromType<VXLocalizedProperty>()
+                             ? value.value<VXLocalizedProperty>().value().toString()
+                             : value.toString();
+    return text.isEmpty() ? QString() : text;
+}
+
+// Why there is no device, and what to do about it.
+void tellOfPlugin(VXStatusItem &item, const VXPluginManager &manager, const QString &identifier)
+{
+    const VXPluginProxy *const plugin = manager.pluginWithIdentifier(identifier);
+    if (plugin == nullptr || !plugin->isInstalled()) {
+        item.reason = u"There is no plugin %1."_s.arg(identifier);
+        item.remedy = u"Install it, or take the phone off the list: \"vornix devices remove\"."_s;
+    } else if (!plugin->isEnabled()) {
+        item.reason = u"The plugin %1 is disabled."_s.arg(identifier);
+        item.remedy = u"\"vornix plugins enable %1\" has it serve the phone."_s.arg(identifier);
+    } else if (!plugin->isLoaded()) {
+        item.reason = VXPluginReport(manager, *plugin).reason();
+        item.remedy = u"\"vornix plugins info %1\" tells more of the plugin."_s.arg(identifier);
+    } else {
+        item.reason = u"The plugin %1 made no device of it."_s.arg(identifier);
+        item.remedy = u"\"vornix log --level error\" may tell why."_s;
+    }
+}
+
+VXStatusItem itemOfPhone(const VXPluginManager &manager, const QUrl &url)
+{
+    const QJsonObject report = VXDeviceReport(manager, url).json();
+    VXStatusItem item{.identifier = VXAbsoluteString(url),
+                      .name = report[u"name"_s].toString(),
+                      .state = report[u"state"_s].toString()};
+    if (const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url)) {
+        item.reason = textOfProperty(*device, u"problem"_s);
+        item.remedy = textOfProperty(*device, u"remedy"_s);
+        if (!item.reason.isNull() && item.remedy.isNull())
+            item.remedy = u"\"vornix devices info %1\" tells more of it."_s.arg(VXDeviceURLComponent(url, 1));
+    } else {
+        tellOfPlugin(item, manager, VXDeviceURLComponent(url, 0));
+    }
+    item.isAtFault = !item.reason.isNull();
+    return item;
+}
+
+QList<VXStatusItem> statusOfPhones(const VXPluginManager &manager)
+{
+    const QList<QUrl> urls = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
+    QList<VXDevicePlugin::Ptr> devices; // all are being connected at the same time
+    std::ranges::transform(urls, std::back_inserter(devices), VXDevicePlugin::deviceAtURL);
+    const QDeadlineTimer limit(connectionLimit);
+    for (const VXDevicePlugin::Ptr &device : std::as_const(devices)) {
+        if (device && !limit.hasExpired())
+            VXAwaitConnection(*device, std::chrono::milliseconds(limit.remainingTime()));
+    }
+    QList<VXStatusItem> items;
+    for (const QUrl &url : urls)
+        items.append(itemOfPhone(manager, url));
+    return items;
+}
+
+// -- Plugins
+
+QString remedyOfPlugin(const QString &state, const VXPluginProxy &plugin)
+{
+    const QString identifier = plugin.identifier();
+    if (state == "left out"_L1)
+        return u"\"vornix plugins retry %1\" loads it once more."_s.arg(identifier);
+    if (state == "failed"_L1) {
+        const QString more = u"\"vornix plugins info %1\" and \"vornix log\" tell more; "_s.arg(identifier);
+        return more + (plugin.isBuiltInPlugin() ? u"installing the program anew may mend it."_s
+                                                : u"\"vornix plugins disable %1\" leaves it out."_s.arg(identifier));
+    }
+    if (state == "not installed"_L1)
+        return u"Install it, or disable what needs it."_s;
+    return {};
+}
+
+QList<VXStatusItem> statusOfPlugins(const VXPluginManager &manager)
+{
+    QList<VXStatusItem> items;
+    for (const VXPluginProxy *const plugin : VXSortedPlugins(manager)) {
+        const VXPluginReport report(manager, *plugin);
+        VXStatusItem item{.identifier = plugin->identifier(),
+                          .name = plugin->name(),
+                          .state = report.state(),
+                          .reason = report.reason(),
+                          .remedy = remedyOfPlugin(report.state(), *plugin),
+                          .version = plugin->infoText(u"CFBundleVersion"_s)};
+        item.isAtFault = !item.reason.isNull() || (plugin->isEnabled() && !plugin->isLoaded());
+        items.append(item);
+    }
+    return items;
+}
+
+// -- Telling
+
+QJsonValue jsonText(const QString &text)
+{
+    return text.isNull() ? QJsonValue() : QJsonValue(text);
+}
+
+QJsonObject jsonOf(const VXStatusItem &item, const QString &identifierKey)
+{
+    QJsonObject json{
+        {identifierKey, item.identifier},     {u"name"_s, jsonText(item.name)},     {u"state"_s, item.state},
+        {u"reason"_s, jsonText(item.reason)}, {u"remedy"_s, jsonText(item.remedy)}, {u"fault"_s, item.isAtFault}};
+    if (!item.version.isNull())
+        json.insert(u"version"_s, item.version);
+    if (!item.users.isEmpty())
+        json.insert(u"users"_s, QJsonArray::fromStringList(item.users));
+    return json;
+}
+
+QJsonArray jsonOf(const QList<VXStatusItem> &items, const QString &identifierKey)
+{
+    QJsonArray json;
+    for (const VXStatusItem &item : items)
+        json.append(jsonOf(item, identifierKey));
+    return json;
+}
+
+// Where there is no room beside the names, the states stand below them.
+QString textOf(const QString &title, const QList<VXStatusItem> &items, qsizetype width)
+{
+    constexpr qsizetype indent = 6;
+    QStringList names; // what a phone calls itself may have any character
+    qsizetype longestName = 0;
+    qsizetype longestState = 0;
+    for (const VXStatusItem &item : items) {
+        names.append(VXVisibleText(item.name.isNull() ? item.identifier : item.name));
+        longestName = std::max(longestName, names.last().size());
+        longestState = std::max(longestState, item.state.size());
+    }
+    const bool isNarrow = longestName + longestState + 4 > width;
+    QString text = title + u'\n';
+    for (qsizetype at = 0; at < items.size(); ++at) {
+        const VXStatusItem &item = items[at];
+        text += (item.isAtFault ? "! "_L1 : "  "_L1) +
+                (isNarrow ? names[at] + u'\n' + QString(indent, u' ') : names[at].leftJustified(longestName + 2)) +
+                item.state + (item.isNeeded ? QString() : u", not needed"_s) + u'\n';
+        for (const QString &line : {item.reason, item.remedy}) {
+            if (!line.isEmpty() && item.isNeeded)
+                text += QString(indent, u' ') + VXWrappedText(VXVisibleText(line.simplified()), width, indent, indent) +
+                        u'\n';
+        }
+    }
+    return items.isEmpty() ? text + "  none\n"_L1 : text;
+}
+
+} // namespace
+
+VXStatusReport::VXStatusReport(const VXPluginManager &manager)
+    : _services(statusOfServices(manager)), _phones(statusOfPhones(manager)), _plugins(statusOfPlugins(manager))
+{
+}
+
+QJsonObject VXStatusReport::json() const
+{
+    return {{u"services"_s, jsonOf(_services, u"service"_s)},
+            {u"phones"_s, jsonOf(_phones, u"url"_s)},
+            {u"plugins"_s, jsonOf(_plugins, u"identifier"_s)}};
+}
+
+QString VXStatusReport::text(qsizetype width) const
+{
+    return textOf(u"Services"_s, _services, width) + u'\n' + textOf(u"Phones"_s, _phones, width) + u'\n' +
+           textOf(u"Plugins"_s, _plugins, width);
+}

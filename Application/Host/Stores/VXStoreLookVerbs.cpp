@@ -1,0 +1,250 @@
+#include "VXErrorText.h"
+#include "VXStoreVerbs.h"
+
+#include "VXCoreDataStore.h"
+#include "VXHostJSON.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
+#include "VXNearestWord.h"
+#include "VXStoreListing.h"
+#include "VXStoreObjects.h"
+#include "VXStoreQuery.h"
+#include "VXTextTable.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QLocale>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QStringList namesOfEntities(const VXManagedObjectModel &model)
+{
+    QStringList names;
+    for (const VXEntityDescription *const entity : model.entities())
+        names.append(entity->name());
+    return names;
+}
+
+// The store's own entries are told by themselves, or are of no interest to people.
+QList<QStringList> rowsOfMetadata(const QVariantMap &metadata)
+{
+    QList<QStringList> rows;
+    for (auto entry = metadata.cbegin(); entry != metadata.cend(); ++entry) {
+        if (entry.key() == VXStoreOwnerIdentifierKey)
+            rows.append({u"Owner"_s, entry->toString()});
+        else if (entry.key() == VXStoreVersionKey)
+            rows.append({u"Data version"_s, entry->toString()});
+        else if (entry.key() != VXStoreUUIDKey && entry.key() != VXStoreTypeKey &&
+                 entry.key() != VXStoreModelVersionHashesKey)
+            rows.append({entry.key(), QString::fromUtf8(VXJSONText(VXJSONFromVariant(*entry)))});
+    }
+    return rows;
+}
+
+QString kindOf(const VXPropertyDescription &property)
+{
+    const VXRelationshipDescription *const relationship = property.asRelationship();
+    if (relationship == nullptr)
+        return VXAttributeTypeName(property.asAttribute()->type());
+    return relationship->destination().name() + (relationship->isToMany() ? "[]"_L1 : ""_L1);
+}
+
+// What the entity does not inherit; the table shows where the rest comes from.
+QString ownProperties(const VXEntityDescription &entity)
+{
+    QStringList texts;
+    for (const VXPropertyDescription *const property : entity.properties()) {
+        if (&property->entity() == &entity)
+            texts.append(u"%1: %2"_s.arg(property->name(), kindOf(*property)));
+    }
+    return texts.join(", "_L1);
+}
+
+QJsonArray jsonOfProperties(const VXEntityDescription &entity)
+{
+    QJsonArray json;
+    for (const VXPropertyDescription *const property : entity.properties())
+        json.append(QJsonObject{{u"name"_s, property->name()},
+                                {u"kind"_s, kindOf(*property)},
+                                {u"isOptional"_s, property->isOptional()},
+                                {u"isTransient"_s, property->isTransient()}});
+    return json;
+}
+
+// JSON tells of these in full: read for a batch at once they cost one query each, not one for each object.
+QStringList toManyRelationships(const VXEntityDescription &entity)
+{
+    QStringList names;
+    for (const VXPropertyDescription *const property : entity.properties()) {
+        const VXRelationshipDescription *const relationship = property->asRelationship();
+        if (relationship != nullptr && relationship->isToMany() && !relationship->isTransient())
+            names.append(relationship->name());
+    }
+    return names;
+}
+
+// Those of --columns; null, told, when one is none.
+std::optional<VXStoreColumns> chosenColumns(VXStoreSession &session, const VXEntityDescription &entity)
+{
+    const QString text = session.host.options.value(u"columns"_s);
+    if (text.isNull())
+        return VXColumnsForPeople(entity);
+    const VXStoreColumns known = VXColumnsOfEntity(entity);
+    QStringList names;
+    for (const VXPropertyDescription *const column : known)
+        names.append(column->name());
+    VXStoreColumns columns;
+    for (const QString &name : text.split(u',', Qt::SkipEmptyParts)) {
+        const qsizetype index = names.indexOf(name.trimmed());
+        if (index < 0) {
+            session.fail(u"--columns: \"%1\" is none of %2%3"_s.arg(name.trimmed(), names.join(", "_L1),
+                                                                    VXDidYouMean(name.trimmed(), names)));
+            return std::nullopt;
+        }
+        columns.append(known[index]);
+    }
+    return columns;
+}
+
+// Tells what was removed; what cannot be mended is found again by the check that follows.
+int mend(VXStoreSession &session)
+{
+    QStringList mended;
+    for (const auto &store : session.coordinator->persistentStores()) {
+        VXError error;
+        const std::optional<QStringList> found = store->mend(&error);
+        if (!found)
+            return session.fail(error);
+        for (const QString &each : *found)
+            mended.append(u"%1: removed: %2"_s.arg(store->path(), each));
+    }
+    session.host.output.answer(mended.isEmpty() ? u"There was nothing to mend.\n"_s : mended.join(u'\n') + u'\n',
+                               QJsonArray::fromStringList(mended));
+    return VXHostOutput::Done;
+}
+
+} // namespace
+
+QString VXStoreSession::operand(qsizetype index) const
+{
+    return host.options.operand(index + 2);
+}
+
+int VXStoreSession::fail(const QString &text) const
+{
+    return host.output.fail(text);
+}
+
+int VXStoreSession::fail(const VXError &error) const
+{
+    return fail(VXErrorText(error));
+}
+
+const VXEntityDescription *VXStoreSession::entity() const
+{
+    const QString name = operand(0);
+    const VXEntityDescription *const entity = coordinator->model().entityForName(name);
+    if (entity == nullptr)
+        fail(u"the store has no entity \"%1\"%2; \"vornix store entities\" shows those there are"_s.arg(
+            name, VXDidYouMean(name, namesOfEntities(coordinator->model()))));
+    return entity;
+}
+
+int VXShowStoreInfo(VXStoreSession &session)
+{
+    QJsonArray json;
+    QStringList texts;
+    for (const auto &store : session.coordinator->persistentStores()) {
+        const QString type = VXPersistentStore::nameOfType(store->type());
+        const QString identifier = store->identity().identifier();
+        const qint64 size = QFileInfo(store->path()).size();
+        json.append(QJsonObject{{u"path"_s, store->path()},
+                                {u"type"_s, type},
+                                {u"identifier"_s, identifier},
+                                {u"size"_s, size},
+                                {u"metadata"_s, VXJSONFromVariant(store->metadata())}});
+        const QList<QStringList> rows{{u"Data file"_s, store->path()},
+                                      {u"Size"_s, QLocale::c().formattedDataSize(size)},
+                                      {u"Type"_s, type},
+                                      {u"Identifier"_s, identifier}};
+        texts.append(VXTextTable(rows + rowsOfMetadata(store->metadata())));
+    }
+    session.host.output.answer(texts.join(u'\n'), json);
+    return VXHostOutput::Done;
+}
+
+int VXShowStoreEntities(VXStoreSession &session)
+{
+    QJsonArray json;
+    QList<QStringList> rows{{u"ENTITY"_s, u"OBJECTS"_s, u"INHERITS FROM"_s, u"PROPERTIES"_s}};
+    for (const VXEntityDescription *const entity : session.coordinator->model().entities()) {
+        VXError error;
+        const std::optional<qsizetype> count = session.context.countForFetchRequest(VXFetchRequest(*entity), &error);
+        if (!count)
+            return session.fail(error);
+        const QString superentity = entity->superentity() == nullptr ? QString() : entity->superentity()->name();
+        rows.append({entity->name(), QString::number(*count), superentity, ownProperties(*entity)});
+        json.append(QJsonObject{{u"name"_s, entity->name()},
+                                {u"objects"_s, *count},
+                                {u"superentity"_s, VXJSONFromVariant(superentity)},
+                                {u"isAbstract"_s, entity->isAbstract()},
+                                {u"properties"_s, jsonOfProperties(*entity)}});
+    }
+    session.host.output.answer(VXTextTable(rows), json);
+    return VXHostOutput::Done;
+}
+
+int VXListStoreObjects(VXStoreSession &session)
+{
+    const VXEntityDescription *const entity = session.entity();
+    if (entity == nullptr)
+        return VXHostOutput::Failed;
+    const VXHostOptions &options = session.host.options;
+    VXFetchRequest request(*entity);
+    request.batchSize = 500; // stores may be larger than memory
+    if (const QString problem = VXReadStoreQuery(options, request); !problem.isNull())
+        return session.fail(problem);
+    VXError error;
+    if (options.isSet(u"count"_s)) {
+        const std::optional<qsizetype> count = session.context.countForFetchRequest(request, &error);
+        if (!count)
+            return session.fail(error);
+        session.host.output.answer(QString::number(*count) + u'\n', *count);
+        return VXHostOutput::Done;
+    }
+    const std::optional<VXStoreColumns> columns = chosenColumns(session, *entity);
+    if (!columns)
+        return VXHostOutput::Failed;
+    if (session.host.output.isJSON())
+        request.prefetchedRelationships = toManyRelationships(*entity);
+    const std::optional<VXFetchResult> result = session.context.executeFetchRequest(request, &error);
+    if (!result)
+        return session.fail(error);
+    const VXStoreListing listing{.context = session.context,
+                                 .result = *result,
+                                 .columns = *columns,
+                                 .leavesOut = !options.isSet(u"columns"_s),
+                                 .batchSize = request.batchSize,
+                                 .withRelatedURIs = options.isSet(u"related"_s)};
+    const QString problem = listing.write(session.host.output);
+    return problem.isNull() ? int(VXHostOutput::Done) : session.fail(problem);
+}
+
+int VXCheckStore(VXStoreSession &session)
+{
+    if (session.host.options.isSet(u"mend"_s))
+        return mend(session);
+    QStringList problems;
+    for (const auto &store : session.coordinator->persistentStores()) {
+        for (const QString &problem : store->check())
+            problems.append(u"%1: %2"_s.arg(store->path(), problem));
+    }
+    if (problems.isEmpty()) {
+        session.host.output.answer(u"The store is sound.\n"_s, QJsonArray());
+        return VXHostOutput::Done;
+    }
+    session.host.output.answer(problems.join(u'\n') + u'\n', QJsonArray::fromStringList(problems));
+    return VXHostOutput::Failed;
+}

@@ -1,0 +1,123 @@
+#include "VXMetaDataCheck.h"
+
+#include "VXErrorDomain.h"
+#include "VXException.h"
+#include "VXFileLock.h"
+#include "VXGuard.h"
+#include "VXMetaDataOrigin.h"
+#include "VXMetaDataSource.h"
+#include "VXMetaDataSync.h"
+#include "VXMetaDataWalk.h"
+#include "VXMethodLog.h"
+#include "VXNumberSet.h"
+
+#include <QtCore/QScopeGuard>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+using Kind = VXMetaDataFinding::Kind;
+
+namespace {
+
+constexpr std::chrono::milliseconds longestTurn = 60s; // of another process that makes a pass
+
+}
+
+/** One look at all objects and files. */
+class VXMetaDataSync::Check
+{
+public:
+    Check(VXMetaDataSync &sync, bool repairs)
+        : _mirror(sync._mirror), _repairs(repairs), _context(sync._persistentStoreCoordinator)
+    {
+    }
+
+    std::optional<VXMetaDataReport> run(const VXEntityDescription &entity, VXError *error)
+    {
+        _endings = VXMetaDataFileEndings(entity);
+        const auto look = [this](const VXManagedObjectPtr &object) {
+            ++_report.objectCount;
+            compare(*object);
+            return true;
+        };
+        if (!VXMetaDataWalk(_context, entity).forEach(look, error))
+            return std::nullopt;
+        _mirror.folder().forEachName([this](const QString &name) { lookForOrphan(name); });
+        return _report;
+    }
+
+private:
+    void compare(const VXManagedObject &object)
+    {
+        const QString name = metaDataFilename(object.objectID());
+        std::optional<QVariantMap> expected;
+        try {
+            expected = _mirror.valuesOf(object);
+        } catch (...) {
+            VXLogMethod(VXLogError, "checkMetaDataFiles", name + ": "_L1 + VXDescribeThrown().description);
+            _numbers.insert(object.objectID().number()); // nobody knows what its file should say
+            return;
+        }
+        if (!expected)
+            return; // a file of it is an orphan
+        _numbers.insert(object.objectID().number());
+        if (const std::optional<Kind> kind = _mirror.folder().compare(name, *expected))
+            note(*kind, name,
+                 [&] { return _mirror.writeFile(name, object) && !_mirror.folder().compare(name, *expected); });
+    }
+
+    void lookForOrphan(const QString &name)
+    {
+        ++_report.fileCount;
+        const std::optional<qint64> number = VXNumberInMetaDataFilename(name);
+        if (number && _numbers.contains(*number) && _endings.contains(VXEndingOfMetaDataFilename(name)))
+            return;
+        note(Kind::Orphaned, name, [&] {
+            _mirror.removeOrphan(name);
+            return !_mirror.folder().modificationTime(name);
+        });
+    }
+
+    template <class Repair>
+    void note(Kind kind, const QString &name, const Repair &repair)
+    {
+        _report.findings.append({.kind = kind, .name = name});
+        if (!_repairs)
+            return;
+        if (!repair())
+            ++_report.unrepaired;
+    }
+
+    VXMetaDataMirror &_mirror;
+    const bool _repairs;
+    VXManagedObjectContext _context;
+    VXNumberSet _numbers;   // of the objects that have files
+    QSet<QString> _endings; // of their names
+    VXMetaDataReport _report;
+};
+
+std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs, VXError *error)
+{
+    const VXEntityDescription *const entity = _persistentStoreCoordinator->model().entityForName(_entityName);
+    VXAssert(entity != nullptr, "there is no entity "_L1 + _entityName);
+    const VXError problem = _mirror.folder().open();
+    const VXFileLock turn(_mirror.folder().lockPath(), longestTurn);
+    if (problem || !turn.isHeld()) {
+        VXSetError(error, problem ? problem
+                                  : VXMakeError(turn.reason().isNull() ? u"another process works on the folder"_s
+                                                                       : turn.reason()));
+        return std::nullopt;
+    }
+    const VXMetaDataMirror::Use use(_mirror);
+    std::optional<VXMetaDataReport> report = Check(*this, repairs).run(*entity, error);
+    VXMetaDataIndexer &indexer = _mirror.indexer();
+    if (report)
+        report->isIndexWhole = indexer.isSound() && indexer.isInStep(_mirror.folder().fileCount());
+    if (report && repairs && !report->isIndexWhole)
+        report->isIndexRepaired =
+            indexer.settle(_mirror.folder().fileCount()) && indexer.isInStep(_mirror.folder().fileCount());
+    if (report && repairs && report->unrepaired == 0)
+        static_cast<void>(_mirror.folder().setOrigin(VXMarkOfStores(*_persistentStoreCoordinator)));
+    return report;
+}

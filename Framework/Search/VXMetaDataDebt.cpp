@@ -1,0 +1,197 @@
+#include "VXMetaDataDebt.h"
+
+#include "VXFileDescriptor.h"
+#include "VXFileManager.h"
+#include "VXFolders.h"
+#include "VXRegularFile.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QUuid>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString indexSuffix = u"index"_s;
+const QString passSuffix = u".pass"_s;
+
+QString folder()
+{
+    return VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.due"_L1;
+}
+
+QStringList debts(const QString &pattern)
+{
+    return QDir(folder()).entryList({pattern}, QDir::Files, QDir::Unsorted);
+}
+
+// Unlike that of any other, in this or another container.
+const QString &token()
+{
+    static const auto &token = *new QString(QUuid::createUuid().toString(QUuid::Id128).first(16));
+    return token;
+}
+
+// A name of its own each time: what an earlier pass left is not to be replaced.
+bool moveToPass(const QString &path, QString *own)
+{
+    static std::atomic<unsigned> count = 0;
+    *own = path + u'.' + token() + u'-' + QString::number(++count) + passSuffix;
+    return std::rename(QFile::encodeName(path).constData(), QFile::encodeName(*own).constData()) == 0;
+}
+
+// For adding to it. Made if need be; not open on failure.
+VXFileDescriptor make(const QString &path)
+{
+    const auto open = [&path] {
+        return VXFileDescriptor(::open(QFile::encodeName(path).constData(),
+                                       O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+    };
+    VXFileDescriptor file = open();
+    return file.isOpen() || errno != ENOENT || !VXMakePrivateFolder(folder()) ? std::move(file) : open();
+}
+
+// A line that was cut off names nobody knows which object.
+void addLines(const QByteArray &text, VXMetaDataDebt::Owed *owed)
+{
+    owed->isAll = owed->isAll || (!text.isEmpty() && !text.endsWith('\n'));
+    for (const QByteArray &line : text.split('\n')) {
+        bool isNumber = false;
+        const qint64 number = line.toLongLong(&isNumber);
+        if (isNumber)
+            owed->numbers.insert(number);
+        else if (!line.isEmpty())
+            owed->isAll = true;
+    }
+}
+
+} // namespace
+
+VXMetaDataDebt::VXMetaDataDebt(const QString &identifier) : _prefix(QString(identifier).replace(u'/', "%2F"_L1) + u'@')
+{
+}
+
+QString VXMetaDataDebt::ownPath() const
+{
+    return folder() + u'/' + _prefix + token();
+}
+
+void VXMetaDataDebt::append(const QByteArray &lines) const
+{
+    const VXFileDescriptor file = make(ownPath());
+    if (file.isOpen())
+        static_cast<void>(file.writeAll(lines));
+}
+
+void VXMetaDataDebt::mark(const QList<qint64> &changed) const
+{
+    QByteArray lines;
+    for (const qint64 number : changed)
+        lines += QByteArray::number(number) + '\n';
+    append(lines);
+}
+
+void VXMetaDataDebt::markAll() const
+{
+    append("*\n");
+}
+
+bool VXMetaDataDebt::isMarked() const
+{
+    return VXExistsAtPath(ownPath());
+}
+
+void VXMetaDataDebt::settleOwn() const
+{
+    QFile::remove(ownPath());
+}
+
+void VXMetaDataDebt::leaveToPass() const
+{
+    QString own;
+    static_cast<void>(moveToPass(ownPath(), &own)); // else nothing is owed, or a pass has it already
+}
+
+// Under a name of its own first: whoever marks meanwhile makes a new file.
+bool VXMetaDataDebt::takeOver(const QString &name, Owed *owed)
+{
+    QString path = folder() + u'/' + name;
+    if (QString own; !name.endsWith(passSuffix)) {
+        if (!moveToPass(path, &own))
+            return false;
+        path = own;
+    }
+    QString reason;
+    const QByteArray text = VXRegularFile::read(path, &reason);
+    owed->isAll = owed->isAll || text.isNull();
+    addLines(text, owed);
+    _taken.append({path, text.size()});
+    return true;
+}
+
+void VXMetaDataDebt::markPass() const
+{
+    make(ownPath() + passSuffix);
+}
+
+VXMetaDataDebt::Owed VXMetaDataDebt::beginPass()
+{
+    Owed owed;
+    _taken.clear();
+    for (const QString &name : debts(_prefix + u'*')) {
+        if (name != _prefix + indexSuffix)
+            takeOver(name, &owed);
+    }
+    return owed;
+}
+
+// What was written after it was read, by who had the file open already, is not done.
+void VXMetaDataDebt::endPass(bool isDone)
+{
+    const QList<Taken> all = std::exchange(_taken, {});
+    if (!isDone && all.isEmpty())
+        markPass();
+    for (const Taken &taken : all) {
+        if (isDone && QFileInfo(taken.path).size() == taken.size)
+            QFile::remove(taken.path);
+    }
+}
+
+void VXMetaDataDebt::markIndex() const
+{
+    make(folder() + u'/' + _prefix + indexSuffix);
+}
+
+void VXMetaDataDebt::settleIndex() const
+{
+    QFile::remove(folder() + u'/' + _prefix + indexSuffix);
+}
+
+bool VXMetaDataDebt::isIndexOwed() const
+{
+    return VXExistsAtPath(folder() + u'/' + _prefix + indexSuffix);
+}
+
+bool VXMetaDataDebt::isAny() const
+{
+    return !debts(_prefix + u'*').isEmpty();
+}
+
+bool VXMetaDataDebt::isAnyOfAll()
+{
+    return !debts(u"*"_s).isEmpty();
+}
+
+bool VXMetaDataDebt::isOwnOfAll()
+{
+    return !debts("*@*"_L1 + token() + u'*').isEmpty();
+}

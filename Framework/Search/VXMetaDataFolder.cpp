@@ -1,0 +1,162 @@
+#include "VXMetaDataFolder.h"
+
+#include "VXFileManager.h"
+#include "VXFolders.h"
+#include "VXPropertyList.h"
+#include "VXRegularFile.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QScopeGuard>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Only one worker writes at a time.
+constexpr char beingWritten[] = ".vornix-new";
+
+VXError writeError(const QString &path)
+{
+    return VXError::platformError(VXPlatformErrorCode::FileWrite, QString::fromLocal8Bit(std::strerror(errno)), {},
+                                  path);
+}
+
+} // namespace
+
+VXMetaDataFolder::VXMetaDataFolder(const QString &identifier)
+    : _path(VXFileManager::defaultManager().pathToUserMetadataFolder() + u'/' + identifier)
+{
+}
+
+VXError VXMetaDataFolder::open()
+{
+    QString reason;
+    if (QFileInfo(_path).isSymLink()) // to what is not the sync's
+        return VXError::platformError(VXPlatformErrorCode::FileWrite, u"It is a link."_s, {}, _path);
+    if (!VXMakePrivateFolder(_path, &reason))
+        return VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, _path);
+    return openExisting() ? VXError() : writeError(_path);
+}
+
+bool VXMetaDataFolder::openExisting()
+{
+    _folder =
+        VXFileDescriptor(::open(QFile::encodeName(_path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
+    return _folder.isOpen();
+}
+
+bool VXMetaDataFolder::isGone() const
+{
+    struct stat status = {};
+    return ::fstat(_folder.number(), &status) == 0 && status.st_nlink == 0;
+}
+
+bool VXMetaDataFolder::forEachName(const std::function<void(const QString &name)> &visit) const
+{
+    // A descriptor of its own: listing moves the place where the next one would begin.
+    VXFileDescriptor descriptor(::openat(_folder.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    DIR *const list = ::fdopendir(descriptor.number());
+    if (list == nullptr)
+        return false;
+    static_cast<void>(descriptor.release()); // the list's now
+    const auto close = qScopeGuard([list] { ::closedir(list); });
+    while (const dirent *const entry = ::readdir(list)) {
+        if (entry->d_name[0] != '.')
+            visit(QFile::decodeName(entry->d_name));
+    }
+    return true;
+}
+
+std::optional<qint64> VXMetaDataFolder::modificationTime(const QString &name) const
+{
+    struct stat status = {};
+    if (::fstatat(_folder.number(), QFile::encodeName(name).constData(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return std::nullopt;
+    return qint64(status.st_mtim.tv_sec) * 1000 + status.st_mtim.tv_nsec / 1000000;
+}
+
+std::optional<QVariantMap> VXMetaDataFolder::read(const QString &name, VXError *error) const
+{
+    const QVariant values = VXPropertyList::fromFile(pathOf(name), error);
+    if (values.typeId() == QMetaType::QVariantMap)
+        return values.toMap();
+    if (values.isValid())
+        VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileCorrupt, u"It is no dictionary."_s, {},
+                                                 pathOf(name)));
+    return std::nullopt;
+}
+
+qint64 VXMetaDataFolder::fileCount() const
+{
+    qint64 count = 0;
+    forEachName([&count](const QString &) { ++count; });
+    return count;
+}
+
+// Byte by byte: the same values are always written as the same bytes.
+std::optional<VXMetaDataFinding::Kind> VXMetaDataFolder::compare(const QString &name, const QVariantMap &values) const
+{
+    if (!modificationTime(name))
+        return VXMetaDataFinding::Kind::Missing;
+    QString reason;
+    if (VXRegularFile::read(pathOf(name), &reason) == VXPropertyList::toData(values, VXPropertyList::Format::Binary))
+        return std::nullopt;
+    return read(name) ? VXMetaDataFinding::Kind::Stale : VXMetaDataFinding::Kind::Damaged;
+}
+
+bool VXMetaDataFolder::write(const QString &name, const QVariantMap &values, std::optional<qint64> time,
+                             VXError *error) const
+{
+    const QByteArray bytes = VXPropertyList::toData(values, VXPropertyList::Format::Binary, error);
+    if (bytes.isNull())
+        return false;
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
+    VXFileDescriptor file(::openat(_folder.number(), beingWritten, flags, S_IRUSR | S_IWUSR));
+    bool isWritten = file.isOpen() && file.writeAll(bytes);
+    if (isWritten && time) {
+        const qint64 seconds = *time >= 0 ? *time / 1000 : (*time - 999) / 1000;
+        const timespec stamp{.tv_sec = seconds, .tv_nsec = (*time - seconds * 1000) * 1000000};
+        const timespec times[] = {stamp, stamp};
+        isWritten = ::futimens(file.number(), times) == 0;
+    }
+    isWritten = file.close() && isWritten;
+    if (isWritten &&
+        ::renameat(_folder.number(), beingWritten, _folder.number(), QFile::encodeName(name).constData()) == 0)
+        return true;
+    VXSetError(error, writeError(pathOf(name)));
+    ::unlinkat(_folder.number(), beingWritten, 0);
+    return false;
+}
+
+QByteArray VXMetaDataFolder::origin() const
+{
+    QString reason;
+    return VXRegularFile::read(originPath(), &reason);
+}
+
+bool VXMetaDataFolder::setOrigin(const QByteArray &mark) const
+{
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
+    VXFileDescriptor file(::open(QFile::encodeName(originPath()).constData(), flags, S_IRUSR | S_IWUSR));
+    const bool isWritten = file.isOpen() && file.writeAll(mark);
+    return file.close() && isWritten;
+}
+
+void VXMetaDataFolder::removeUnfinished() const
+{
+    ::unlinkat(_folder.number(), beingWritten, 0);
+}
+
+bool VXMetaDataFolder::remove(const QString &name) const
+{
+    return ::unlinkat(_folder.number(), QFile::encodeName(name).constData(), 0) == 0 || errno == ENOENT;
+}

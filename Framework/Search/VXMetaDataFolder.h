@@ -1,0 +1,64 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXFileDescriptor.h"
+#include "VXFrameworkExport.h"
+#include "VXMetaDataCheck.h"
+
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+#include <functional>
+#include <optional>
+
+/**
+ * The folder in the user's caches where a VXMetaDataSync keeps its files, which nobody else may read. Files are replaced as a
+ * whole; unlike a store's they are not carried to the disk at once, for they can be made again. One thread at a time.
+ */
+class VX_EXPORT VXMetaDataFolder
+{
+public:
+    /** Of the sync of that identifier. Nothing is made yet. */
+    explicit VXMetaDataFolder(const QString &identifier);
+
+    QString path() const { return _path; }
+    QString pathOf(const QString &name) const { return _path + u'/' + name; }
+    /** A file beside the folder; who works on the folder holds its lock. */
+    QString lockPath() const { return _path + QLatin1String(".lock"); }
+    /** The mark of the stores whose objects the files tell of, from a file beside the folder; empty where none was set. */
+    QByteArray origin() const;
+    /** Replaces it. False, with errno, when that fails. */
+    bool setOrigin(const QByteArray &mark) const;
+
+    /** Makes the folder if need be, and looks at it afresh from then on. */
+    VXError open();
+    /** For looking only. False when there is none. */
+    bool openExisting();
+    /** Of one that was opened: true when it was removed since. */
+    bool isGone() const;
+
+    /** Visits what lies there, without what is hidden; what the visitor removes or makes may be visited or not. False when it
+     *  cannot be listed. */
+    bool forEachName(const std::function<void(const QString &name)> &visit) const;
+    qint64 fileCount() const;
+    /** Milliseconds since 1970 of the last change; none without a file. */
+    std::optional<qint64> modificationTime(const QString &name) const;
+    /** None, with an error, for a file that cannot be read or is no property list of the form expected. */
+    std::optional<QVariantMap> read(const QString &name, VXError *error = nullptr) const;
+    /** What is wrong with a file that is to say that; none when it does. */
+    std::optional<VXMetaDataFinding::Kind> compare(const QString &name, const QVariantMap &values) const;
+
+    /** Writes a file as of that time, in milliseconds since 1970; as of now for none. */
+    bool write(const QString &name, const QVariantMap &values, std::optional<qint64> time,
+               VXError *error = nullptr) const;
+    /** What a killed process had not written to its end. For who holds the lock. */
+    void removeUnfinished() const;
+    /** False, with errno, when it is still there. */
+    bool remove(const QString &name) const;
+
+private:
+    QString originPath() const { return _path + QLatin1String(".store"); }
+
+    const QString _path;
+    VXFileDescriptor _folder;
+};

@@ -1,0 +1,119 @@
+#include "VXMetaDataIndexer.h"
+
+#include "VXMetaDataSource.h"
+#include "VXMethodLog.h"
+
+#include <QtCore/QStringList>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype batchSize = 2000;
+
+}
+
+void VXMetaDataIndexer::open()
+{
+    VXError error;
+    _isMarked = _wasComplete = false;
+    _index = VXSearchIndex::open(&error);
+    if (_index)
+        _wasComplete = _index->isComplete(_identifier, &error) && !_debt.isIndexOwed();
+    if (error)
+        giveUp(error);
+}
+
+void VXMetaDataIndexer::giveUp(const VXError &error)
+{
+    VXLogMethod(VXLogError, "open", "not indexed: "_L1 + error.description());
+    _index.reset();
+    _changes.clear();
+    _debt.markIndex();
+    VXSearchIndex::discardIfDamaged(error);
+}
+
+void VXMetaDataIndexer::willChange()
+{
+    VXError error;
+    if (!_index || std::exchange(_isMarked, true))
+        return;
+    if (_wasComplete && !_index->beginChanges(_identifier, &error))
+        giveUp(error);
+}
+
+void VXMetaDataIndexer::note(const VXSearchIndex::Change &change)
+{
+    if (!_index)
+        return;
+    _changes.append(change);
+    if (_changes.size() >= batchSize)
+        flush();
+}
+
+void VXMetaDataIndexer::flush()
+{
+    VXError error;
+    if (_index && !_changes.isEmpty() && !_index->apply(_identifier, std::exchange(_changes, {}), &error))
+        giveUp(error);
+}
+
+bool VXMetaDataIndexer::isInStep(qint64 fileCount)
+{
+    flush();
+    return _index && _wasComplete && _index->count(_identifier, nullptr) == fileCount;
+}
+
+bool VXMetaDataIndexer::isSound()
+{
+    VXError error;
+    if (_index && !_index->isSound(&error)) {
+        giveUp(error);
+        _index = VXSearchIndex::open(&error);
+        _wasComplete = false;
+    }
+    return _index && _wasComplete;
+}
+
+bool VXMetaDataIndexer::settle(qint64 fileCount)
+{
+    return isInStep(fileCount) || !_index || putAllIn();
+}
+
+bool VXMetaDataIndexer::putAllIn()
+{
+    VXError error;
+    if (!_index->removeFolder(_identifier, &error)) {
+        giveUp(error);
+        return true;
+    }
+    QStringList damaged;
+    const bool isListed = _folder.forEachName([&](const QString &name) {
+        if (!VXNumberInMetaDataFilename(name))
+            return;
+        if (const std::optional<QVariantMap> values = _folder.read(name))
+            didWrite(name, *values);
+        else
+            damaged.append(name);
+    });
+    flush();
+    _isMarked = _wasComplete = isListed;
+    for (const QString &name : std::as_const(damaged))
+        _folder.remove(name);
+    return damaged.isEmpty();
+}
+
+void VXMetaDataIndexer::close()
+{
+    flush();
+    VXError error;
+    if (_index && _isMarked && _wasComplete) {
+        if (_index->endChanges(_identifier, &error))
+            _debt.settleIndex();
+        else
+            giveUp(error);
+    }
+    _index.reset();
+}

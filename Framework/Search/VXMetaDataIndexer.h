@@ -1,0 +1,52 @@
+#pragma once
+
+#include "VXMetaDataDebt.h"
+#include "VXMetaDataFolder.h"
+#include "VXSearchIndex.h"
+
+#include <QtCore/QList>
+#include <QtCore/QString>
+
+#include <memory>
+
+/**
+ * Carries the changes of one metadata folder into the search index, a few thousand at once. A worker that is killed leaves
+ * the folder marked, and the next pass puts all its files in again. Without an index, which is logged, it does nothing. One
+ * thread at a time.
+ */
+class VXMetaDataIndexer
+{
+public:
+    VXMetaDataIndexer(const QString &identifier, const VXMetaDataFolder &folder)
+        : _identifier(identifier), _folder(folder)
+    {
+    }
+
+    void open();
+    /** Before a file is changed. */
+    void willChange();
+    void didWrite(const QString &name, const QVariantMap &values) { note({name, values}); }
+    void didRemove(const QString &name) { note({name, std::nullopt}); }
+    /** At the end of a look at all files of the folder, which has so many: puts all in where the index tells another story.
+     *  Files that can not be read are removed. False when there were some. */
+    bool settle(qint64 fileCount);
+    /** Whether all files are in the index, if so many are in the folder. */
+    bool isInStep(qint64 fileCount);
+    /** Reads all of the index. One that says other words than its entries have is thrown away, so that settle() makes it anew. */
+    bool isSound();
+    void close();
+
+private:
+    void note(const VXSearchIndex::Change &change);
+    void flush();
+    bool putAllIn();
+    void giveUp(const VXError &error);
+
+    const QString _identifier;
+    const VXMetaDataFolder &_folder;
+    const VXMetaDataDebt _debt{_identifier};
+    std::unique_ptr<VXSearchIndex> _index; // while it is open and works
+    QList<VXSearchIndex::Change> _changes; // not carried over yet
+    bool _wasComplete = false;
+    bool _isMarked = false;
+};

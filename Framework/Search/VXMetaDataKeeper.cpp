@@ -1,0 +1,32 @@
+#include "VXMetaDataKeeper.h"
+
+#include "VXFileLock.h"
+#include "VXFileManager.h"
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+QString lockPath()
+{
+    return VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.keeper.lock"_L1;
+}
+
+} // namespace
+
+void VXMetaDataKeeper::begin()
+{
+    // Shared, as there may be several. Who asks whether there is one holds it for a moment.
+    static const auto lock = [] {
+        VXMakePrivateFolder(VXFileManager::defaultManager().pathToUserMetadataFolder());
+        return std::make_unique<VXFileLock>(lockPath(), 1s, VXFileLock::Mode::Shared);
+    }();
+}
+
+bool VXMetaDataKeeper::isElsewhere()
+{
+    return VXExistsAtPath(lockPath()) && VXFileLock(lockPath(), 0ms).isTimedOut();
+}

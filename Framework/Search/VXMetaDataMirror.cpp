@@ -1,0 +1,172 @@
+#include "VXMetaDataMirror.h"
+
+#include "VXFileManager.h"
+#include "VXMetaDataSource.h"
+#include "VXMethodLog.h"
+#include "VXNone.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QScopeGuard>
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// What no file can hold, zero and half a character, gives way to signs.
+QVariant writable(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::QString)
+        return QString::fromUtf8(value.toString().toUtf8()).replace(QChar(0), QChar::ReplacementCharacter);
+    if (value.typeId() != QMetaType::QStringList && value.typeId() != QMetaType::QVariantList)
+        return value;
+    QVariantList list = value.toList();
+    std::ranges::transform(list, list.begin(), writable);
+    return list;
+}
+
+} // namespace
+
+VXMetaDataMirror::VXMetaDataMirror(const QString &identifier, const QString &modificationDateKey)
+    : _identifier(identifier), _modificationDateKey(modificationDateKey), _folder(identifier)
+{
+}
+
+VXMetaDataMirror::Use::Use(VXMetaDataMirror &mirror) : _mirror(mirror)
+{
+    static_cast<void>(_mirror._folder.open()); // else what is written is told
+    _mirror._folder.removeUnfinished();
+    _mirror._isFolderGone = false;
+    _mirror._isWhole = true;
+    _mirror._indexer.open();
+}
+
+VXMetaDataMirror::Use::~Use()
+{
+    _mirror._indexer.close();
+}
+
+VXMetaDataCounts VXMetaDataMirror::counts() const
+{
+    return {.added = _added, .updated = _updated, .unchanged = _unchanged, .orphaned = _orphaned, .errors = _errors};
+}
+
+void VXMetaDataMirror::resetCounts()
+{
+    _added = _updated = _unchanged = _errors = 0;
+    _orphaned = std::exchange(_removedAhead, 0);
+}
+
+bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObject &object)
+{
+    const std::optional<qint64> fileTime = _folder.modificationTime(name);
+    if (fileTime && isCurrent(object, *fileTime) && !_owed.contains(object.objectID().number())) {
+        const auto ahead = _ahead.constFind(name);
+        ++(ahead == _ahead.cend() ? _unchanged : *ahead == Ahead::Added ? _added : _updated);
+        if (ahead != _ahead.cend())
+            _ahead.erase(ahead);
+        return true;
+    }
+    ++(fileTime ? _updated : _added);
+    const bool isWritten = writeFile(name, object);
+    if (!isWritten)
+        ++_errors;
+    return isWritten;
+}
+
+bool VXMetaDataMirror::isCurrent(const VXManagedObject &object, qint64 fileTime) const
+{
+    return !object.hasChanges() && fileTime >= modificationTime(object).value_or(fileTime);
+}
+
+std::optional<qint64> VXMetaDataMirror::modificationTime(const VXManagedObject &object) const
+{
+    const QDateTime date = object.valueForKey(_modificationDateKey).toDateTime();
+    return date.isValid() ? std::optional(date.toMSecsSinceEpoch()) : std::nullopt;
+}
+
+std::optional<QVariantMap> VXMetaDataMirror::valuesOf(const VXManagedObject &object) const
+{
+    const std::optional<QVariantMap> described = metaDataPlist(object);
+    if (!described)
+        return std::nullopt;
+    const QUrl uri = object.objectID().uriRepresentation();
+    QVariantMap values{{u"kMDItemIdentifier"_s, QString(uri.host() + uri.path())}, {u"kMDItemCreator"_s, _identifier}};
+    for (const auto &[key, value] : described->asKeyValueRange()) {
+        if (!VXIsNone(value))
+            values.insert(key, writable(value));
+    }
+    return values;
+}
+
+bool VXMetaDataMirror::writeFile(const QString &name, const VXManagedObject &object)
+{
+    constexpr auto operation = "writeObjectMetaData:toFile:";
+    // The old file goes in any case: it does not tell of the object as it is.
+    if (!removeFile(name, operation))
+        return false;
+    auto isGone = qScopeGuard([&] { _indexer.didRemove(name); }); // also when the object's class throws
+    const std::optional<QVariantMap> values = valuesOf(object);
+    if (!values) {
+        VXLogMethod(VXLogWarning, operation,
+                    "Unable to create meta data for object: "_L1 + object.objectID().uriRepresentation().toString());
+        return false;
+    }
+    // As of the object's own date, not of now: a save that came after it was read has a later one, and the file is older.
+    VXError error;
+    if (_folder.write(name, *values, modificationTime(object), &error)) {
+        _indexer.didWrite(name, *values);
+        isGone.dismiss();
+    } else {
+        _isWhole = false;
+        _isFolderGone = _isFolderGone || _folder.isGone();
+        VXLogMethod(VXLogError, operation, "Unable to write metadata file: "_L1 + _folder.pathOf(name));
+        VXLogMethod(VXLogError, operation, error.description());
+    }
+    return true;
+}
+
+// The index is the caller's to tell.
+bool VXMetaDataMirror::removeFile(const QString &name, const char *operation)
+{
+    _indexer.willChange();
+    const bool isGone = _folder.remove(name);
+    _isWhole = _isWhole && isGone;
+    if (!isGone)
+        VXLogMethod(VXLogWarning, operation, "Unable to delete file: "_L1 + _folder.pathOf(name));
+    return isGone;
+}
+
+// What the user has put there is not lost.
+void VXMetaDataMirror::removeOrphan(const QString &name)
+{
+    constexpr auto operation = "synchronizeMetaDataFiles";
+    ++_orphaned;
+    if (VXNumberInMetaDataFilename(name)) {
+        if (removeFile(name, operation))
+            _indexer.didRemove(name);
+    } else if (VXFileManager::defaultManager().safelyTrashFileAtPath(_folder.pathOf(name))) {
+        VXLogMethod(VXLogWarning, operation, "Unable to delete file: "_L1 + _folder.pathOf(name));
+    }
+}
+
+void VXMetaDataMirror::writeAhead(const VXManagedObject &object)
+{
+    const QString name = metaDataFilename(object.objectID());
+    if (!metaDataPlist(object))
+        return removeAhead(name);
+    const Ahead kind = _folder.modificationTime(name) ? Ahead::Updated : Ahead::Added;
+    if (writeFile(name, object) && !_ahead.contains(name))
+        _ahead.insert(name, kind);
+}
+
+void VXMetaDataMirror::removeAhead(const QString &name)
+{
+    _ahead.remove(name);
+    if (!_folder.modificationTime(name) || !removeFile(name, "mirrorSavedObjects"))
+        return;
+    _indexer.didRemove(name);
+    ++_removedAhead;
+}

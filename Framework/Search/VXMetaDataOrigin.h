@@ -1,0 +1,11 @@
+#pragma once
+
+#include "VXPersistentStoreCoordinator.h"
+
+#include <QtCore/QByteArray>
+
+/**
+ * What tells the coordinator's stores from all others that ever lay in their places, and from copies of themselves: a folder
+ * that is moved away, or was copied, is another one. Empty without a store.
+ */
+QByteArray VXMarkOfStores(const VXPersistentStoreCoordinator &coordinator);

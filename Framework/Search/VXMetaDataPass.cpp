@@ -1,0 +1,304 @@
+#include "VXActivityManager.h"
+#include "VXFileLock.h"
+#include "VXFileManager.h"
+#include "VXFramework.h"
+#include "VXGuard.h"
+#include "VXMetaDataOrigin.h"
+#include "VXMetaDataSource.h"
+#include "VXMetaDataSync.h"
+#include "VXMetaDataWalk.h"
+#include "VXMethodLog.h"
+#include "VXNumberSet.h"
+#include "VXPropertyList.h"
+
+#include <QtCore/QScopeGuard>
+#include <QtCore/QSet>
+
+#include <chrono>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::chrono::milliseconds turnPoll = 200ms; // while another process works on the folder
+
+} // namespace
+
+/** One walk over all objects of the entity. */
+class VXMetaDataSync::Pass
+{
+public:
+    using Wait = std::optional<std::chrono::milliseconds>; // none: without an end
+    explicit Pass(VXMetaDataSync &sync) : _sync(sync), _context(sync._persistentStoreCoordinator) {}
+    Outcome run(Wait longestWait);
+    /** Only what was saved, and only if nobody else is at work. False when some of it is left. */
+    bool runFor(const SavedObjects &saved);
+
+private:
+    bool waitForTurn(Wait longestWait);
+    bool takeTurn(std::chrono::milliseconds time);
+    void trashFormerFolder() const;
+    bool prepareFolder();
+    /** Whether the files tell of the objects of this store. */
+    bool isOfThisStore() const;
+    /** Else they go, for objects of this one have the same numbers. False when it was broken off. */
+    bool makeWayForStore();
+    /** All that is due, with the folder in hand. False when it was broken off. */
+    bool work();
+    /** Each only when the one before ran to its end, or the sync does not run any more. False when it was broken off. */
+    bool synchronizeObjects(const VXEntityDescription &entity);
+    bool removeOrphans(qint64 *fileCount);
+    void synchronizeOne(const VXManagedObjectPtr &object);
+    /** False when the object is not there any more. */
+    bool synchronize(const VXManagedObjectPtr &object, const QString &name);
+    /** Runs work on one file; what a class of the store's throws is logged. */
+    template <class Work>
+    void withFile(const Work &work);
+    void trace(std::chrono::duration<double> duration) const;
+    void log(unsigned level, const QString &text) const
+    {
+        VXLogFrom(VXInstanceOrigin(&_sync, "synchronizeMetaDataFiles"), level, text);
+    }
+
+    VXMetaDataSync &_sync;
+    VXManagedObjectContext _context;
+    std::unique_ptr<VXFileLock> _turn;
+    bool _isRefused = false; // the turn, for ever
+    VXActivity::Ptr _activity;
+    VXNumberSet _numbers;   // of the objects that have been visited
+    QSet<QString> _endings; // of their files' names
+};
+
+VXMetaDataSync::Outcome VXMetaDataSync::synchronizeMetaDataFiles(std::optional<std::chrono::milliseconds> longestWait)
+{
+    return Pass(*this).run(longestWait);
+}
+
+void VXMetaDataSync::mirrorSavedObjects()
+{
+    SavedObjects saved;
+    {
+        const VXMutexLocker locker(_lock);
+        saved = std::exchange(_saved, {});
+    }
+    if (!saved.isEmpty() && !Pass(*this).runFor(saved))
+        return _debt.leaveToPass();
+    const VXMutexLocker locker(_lock);
+    if (_saved.isEmpty())
+        _debt.settleOwn();
+}
+
+VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
+{
+    _sync._mirror.resetCounts();
+    const auto start = std::chrono::steady_clock::now();
+    _activity = VXActivityManager::sharedActivityManager().addActivityWithTitle(
+        VXLocalizedString(u"Updating Spotlight data"_s));
+    const auto end = qScopeGuard([this] { VXActivityManager::sharedActivityManager().removeActivity(_activity); });
+    if (!_sync.isRunning()) // by now: what lies above the folder may be gone as well
+        return Outcome::Failed;
+    trashFormerFolder();
+    if (!prepareFolder())
+        return Outcome::Failed;
+    if (!waitForTurn(longestWait))
+        return _isRefused || !_sync.isRunning() ? Outcome::Failed : Outcome::Elsewhere;
+    _sync._mirror.setOwed(_sync._debt.beginPass()); // what is saved from now on, anywhere, is owed anew
+    const bool isDone = work();
+    _sync._debt.endPass(isDone);
+    _turn.reset(); // before the main thread is asked for anything, which may wait for it
+    trace(std::chrono::steady_clock::now() - start);
+    return isDone ? Outcome::Done : Outcome::Failed;
+}
+
+void VXMetaDataSync::Pass::trashFormerFolder() const
+{
+    VXFileManager &files = VXFileManager::defaultManager();
+    const QString former = files.pathToUserVNXApplicationSupportFolder() + "/MetaData"_L1;
+    if (VXFileManager::itemExistsAtPath(former))
+        static_cast<void>(files.safelyTrashFileAtPath(former));
+}
+
+bool VXMetaDataSync::Pass::prepareFolder()
+{
+    const VXError error = _sync._mirror.folder().open();
+    if (error) {
+        const QByteArray details = VXPropertyList::toData(error.userInfo(), VXPropertyList::Format::XML);
+        log(VXLogError, "%1: Unable to create metadata folder at %2: %3 %4"_L1.arg(
+                            _sync._identifier, _sync._mirror.folder().path(), error.localizedDescription(),
+                            QString::fromUtf8(details)));
+    }
+    return !error;
+}
+
+bool VXMetaDataSync::Pass::takeTurn(std::chrono::milliseconds time)
+{
+    auto turn = std::make_unique<VXFileLock>(_sync._mirror.folder().lockPath(), time);
+    const bool isDecided = turn->isHeld() || !turn->isTimedOut();
+    if (turn->isHeld())
+        _turn = std::move(turn);
+    else if (isDecided)
+        log(VXLogError, turn->reason());
+    _isRefused = isDecided && !_turn;
+    return isDecided;
+}
+
+// False when it will not come.
+bool VXMetaDataSync::Pass::waitForTurn(Wait longestWait)
+{
+    const auto end = std::chrono::steady_clock::now() + longestWait.value_or(0ms);
+    while (_sync.isRunning() && !takeTurn(turnPoll)) {
+        if (longestWait && std::chrono::steady_clock::now() >= end)
+            break;
+    }
+    return _turn != nullptr;
+}
+
+template <class Work>
+void VXMetaDataSync::Pass::withFile(const Work &work)
+{
+    _sync.beginFile();
+    const auto end = qScopeGuard([this] { _sync.endFile(); });
+    try {
+        work();
+    } catch (...) {
+        log(VXLogError, "%1: caught exception "_L1.arg(_sync._identifier) + VXDescribeThrown().description);
+    }
+}
+
+bool VXMetaDataSync::Pass::work()
+{
+    const VXMetaDataMirror::Use use(_sync._mirror);
+    const VXEntityDescription *const entity =
+        _sync._persistentStoreCoordinator->model().entityForName(_sync._entityName);
+    if (entity == nullptr) {
+        log(VXLogError, "%1: there is no entity %2"_L1.arg(_sync._identifier, _sync._entityName));
+        return true; // nor will there be
+    }
+    _endings = VXMetaDataFileEndings(*entity);
+    qint64 fileCount = 0;
+    if (!makeWayForStore() || !synchronizeObjects(*entity) || !removeOrphans(&fileCount))
+        return false;
+    if (!_sync._mirror.indexer().settle(fileCount))
+        _sync.setNeedsUpdate(true); // files that were removed are to be written
+    return _sync._mirror.isWhole();
+}
+
+bool VXMetaDataSync::Pass::isOfThisStore() const
+{
+    const QByteArray origin = _sync._mirror.folder().origin();
+    return origin.isEmpty() || origin == VXMarkOfStores(*_sync._persistentStoreCoordinator);
+}
+
+bool VXMetaDataSync::Pass::makeWayForStore()
+{
+    VXMetaDataFolder &folder = _sync._mirror.folder();
+    if (!isOfThisStore()) {
+        log(VXLogNotice, "%1: the files tell of another store, and are made anew"_L1.arg(_sync._identifier));
+        folder.forEachName([&](const QString &name) {
+            if (_sync.isRunning())
+                withFile([&] { _sync._mirror.removeOrphan(name); });
+        });
+    }
+    if (!_sync.isRunning())
+        return false;
+    if (!_sync._mirror.isWhole()) // some of them are still there
+        return false;
+    if (!folder.setOrigin(VXMarkOfStores(*_sync._persistentStoreCoordinator)))
+        log(VXLogError, "%1: which store the files tell of can not be noted"_L1.arg(_sync._identifier));
+    return true;
+}
+
+bool VXMetaDataSync::Pass::synchronizeObjects(const VXEntityDescription &entity)
+{
+    VXError error;
+    const VXMetaDataWalk walk(_context, entity);
+    _activity->setDoubleValue(0);
+    _activity->setMaxValue(double(walk.count(&error).value_or(0)));
+    bool isBrokenOff = false;
+    const auto visit = [&](const VXManagedObjectPtr &object) {
+        if (_sync._mirror.isFolderGone())
+            _sync.setNeedsUpdate(true);
+        isBrokenOff =
+            _sync.isRunning() && _sync.needsUpdate(); // the next pass knows more, and which files have no object
+        if (isBrokenOff || !_sync.isRunning())
+            return false;
+        synchronizeOne(object);
+        return true;
+    };
+    const bool isRead = walk.forEach(visit, &error);
+    if (!isRead && _sync.isRunning()) // else the store may be closed already
+        log(VXLogError, error.description());
+    return isRead && !isBrokenOff;
+}
+
+void VXMetaDataSync::Pass::synchronizeOne(const VXManagedObjectPtr &object)
+{
+    const VXManagedObjectID &objectID = object->objectID();
+    _activity->increment();
+    bool isThere = true; // also one that throws
+    withFile([&] { isThere = synchronize(object, metaDataFilename(objectID)); });
+    if (isThere)
+        _numbers.insert(objectID.number());
+}
+
+bool VXMetaDataSync::Pass::synchronize(const VXManagedObjectPtr &object, const QString &name)
+{
+    static_cast<void>(object->valueForKey(_sync._modificationDateKey)); // reads it
+    const bool isThere = !object->isFault();
+    if (isThere)
+        static_cast<void>(_sync._mirror.synchronizeFile(name, *object));
+    return isThere;
+}
+
+bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
+{
+    const bool isListed = _sync._mirror.folder().forEachName([&](const QString &name) {
+        if (!_sync.isRunning())
+            return;
+        const std::optional<qint64> number = VXNumberInMetaDataFilename(name);
+        if (number && _numbers.contains(*number) && _endings.contains(VXEndingOfMetaDataFilename(name))) {
+            ++*fileCount;
+            return;
+        }
+        _activity->increment();
+        withFile([&] { _sync._mirror.removeOrphan(name); });
+    });
+    if (!isListed)
+        log(VXLogError, "The folder can not be listed: "_L1 + _sync._mirror.folder().path());
+    return isListed && _sync.isRunning();
+}
+
+bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
+{
+    if (!prepareFolder() || !takeTurn(0ms) || !_turn || !isOfThisStore())
+        return false;
+    const VXMetaDataMirror::Use use(_sync._mirror);
+    for (const VXManagedObjectID &objectID : saved.present) {
+        const VXManagedObjectPtr object = _context.existingObjectWithID(objectID);
+        if (!_sync.isRunning())
+            return false;
+        if (!object)
+            continue; // deleted since, which is noted too
+        withFile([&] { _sync._mirror.writeAhead(*object); });
+        _context.refreshObject(object, false);
+    }
+    for (const VXManagedObjectID &objectID : saved.deleted) {
+        if (saved.present.contains(objectID) && _context.existingObjectWithID(objectID))
+            continue; // written again since
+        withFile([&] { _sync._mirror.removeAhead(metaDataFilename(objectID)); });
+    }
+    return saved.isAll && _sync._mirror.isWhole();
+}
+
+void VXMetaDataSync::Pass::trace(std::chrono::duration<double> duration) const
+{
+    const VXDebugCategory &category = VXDebugCategory::META();
+    if (!category.isEnabled())
+        return;
+    const VXMetaDataCounts counts = _sync.counts();
+    const auto text = QString::asprintf(" +(%d) ~(%d) -(%d) (%d) !(%d) %.3fsec", counts.added, counts.updated,
+                                        counts.orphaned, counts.unchanged, counts.errors, duration.count());
+    VXTraceFrom(VXInstanceOrigin(&_sync, "synchronizeMetaDataFiles"), category, _sync._entityName + text);
+}

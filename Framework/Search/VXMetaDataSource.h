@@ -1,0 +1,36 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+#include "VXManagedObject.h"
+
+#include <QtCore/QSet>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+#include <optional>
+
+/** Implemented by classes of store objects that can be found by searching. */
+class VX_EXPORT VXMetaDataSource
+{
+public:
+    virtual ~VXMetaDataSource();
+
+    /**
+     * What a search finds the object by and shows of it, by the attribute keys of docs/FORMATS.md; values that are none
+     * are left out. Empty optional: the object is not to be found. Called on the thread of the object's context.
+     */
+    virtual std::optional<QVariantMap> metaDataPlist() const = 0;
+};
+
+/** What the object's class says; none for a class that is no VXMetaDataSource. */
+[[nodiscard]] VX_EXPORT std::optional<QVariantMap> metaDataPlist(const VXManagedObject &object);
+
+/** The name of the object's file in a metadata folder: "p42_MD2.contact" for object p42 of the entity "Contact". */
+[[nodiscard]] VX_EXPORT QString metaDataFilename(const VXManagedObjectID &objectID);
+/** The same from the last part of the object's URI, and its entity. */
+[[nodiscard]] VX_EXPORT QString VXMetaDataFilename(const QString &name, const QString &entityName);
+/** The number of the object that a file of that name is of; none for what is no such name. */
+[[nodiscard]] VX_EXPORT std::optional<qint64> VXNumberInMetaDataFilename(QStringView name);
+/** What stands behind the point in the names of files of an entity's objects, and in one name. */
+[[nodiscard]] VX_EXPORT QSet<QString> VXMetaDataFileEndings(const VXEntityDescription &entity);
+[[nodiscard]] VX_EXPORT QString VXEndingOfMetaDataFilename(const QString &name);

@@ -1,0 +1,361 @@
+#include "VXMetaDataSync.h"
+
+#include "VXMainThread.h"
+#include "VXMetaDataKeeper.h"
+#include "VXMetaDataOrigin.h"
+#include "VXMethodLog.h"
+#include "VXThread.h"
+#include "VXUserDefaults.h"
+#include "VXWorkerThreads.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QScopeGuard>
+#include <QtCore/QTimer>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr double shortestFrequency = 10;                 // seconds
+constexpr std::chrono::milliseconds delayAfterSave = 5s; // that came during a pass
+constexpr std::chrono::seconds longestFarewell = 10s;
+constexpr std::chrono::milliseconds servingTurn = 5ms;
+constexpr qsizetype mostOwnSaves = 100; // a few milliseconds' work
+constexpr qsizetype mostNamed = 10000;  // then all are looked at
+
+std::atomic<VXMetaDataWork> workOfProcess{VXMetaDataWork::Passes};
+
+/** Those launched. */
+struct Launched
+{
+    VXMutex lock;
+    QList<std::weak_ptr<VXMetaDataSync>> syncs VX_GUARDED_BY(lock);
+
+    static Launched &shared()
+    {
+        static auto &launched = *new Launched;
+        return launched;
+    }
+};
+
+} // namespace
+
+VXMetaDataSync::VXMetaDataSync(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
+                               const QString &entityName, const QString &modificationDateKey)
+    : _identifier(identifier), _entityName(entityName), _modificationDateKey(modificationDateKey),
+      _persistentStoreCoordinator(coordinator), _mirror(identifier, modificationDateKey)
+{
+}
+
+VXMetaDataSync::~VXMetaDataSync() = default;
+
+void VXMetaDataSync::setWork(VXMetaDataWork work)
+{
+    workOfProcess = work;
+}
+
+QList<VXMetaDataSync::Ptr> VXMetaDataSync::launchedSyncs()
+{
+    Launched &launched = Launched::shared();
+    QList<Ptr> syncs;
+    {
+        const VXMutexLocker locker(launched.lock);
+        for (const std::weak_ptr<VXMetaDataSync> &each : std::as_const(launched.syncs))
+            syncs.append(each.lock());
+    }
+    syncs.removeIf([](const Ptr &sync) { return !sync || !sync->isRunning(); });
+    std::ranges::sort(syncs, {}, [](const Ptr &sync) { return sync->_identifier; });
+    return syncs;
+}
+
+VXMetaDataSync::Ptr
+VXMetaDataSync::launchMetaDataSyncWithIdentifier(const QString &identifier,
+                                                 const VXPersistentStoreCoordinator::Ptr &coordinator,
+                                                 const QString &entityName, const QString &modificationDateKey)
+{
+    if (VXUserDefaults::standardUserDefaults().boolForKey(u"metadata.ignore"_s))
+        return nullptr;
+    const Ptr sync = initWithIdentifier(identifier, coordinator, entityName, modificationDateKey);
+    if (!sync || !sync->startWork())
+        return nullptr;
+    Launched &launched = Launched::shared();
+    const VXMutexLocker locker(launched.lock);
+    launched.syncs.removeIf([](const std::weak_ptr<VXMetaDataSync> &each) { return each.expired(); });
+    launched.syncs.append(sync);
+    return sync;
+}
+
+// So that the files are made anew although nothing is saved.
+void VXMetaDataSync::noteOtherStore() const
+{
+    const QByteArray origin = VXMetaDataFolder(_identifier).origin();
+    if (!origin.isEmpty() && origin != VXMarkOfStores(*_persistentStoreCoordinator))
+        _debt.markPass();
+}
+
+// False when the program is at its end.
+bool VXMetaDataSync::startWork()
+{
+    noteOtherStore();
+    _mirrorsOwnSaves = workOfProcess == VXMetaDataWork::OwnSaves;
+    if (_mirrorsOwnSaves) {
+        _mostSaved = mostOwnSaves;
+        return true;
+    }
+    VXMetaDataKeeper::begin();
+    if (!isThreaded()) {
+        const std::chrono::milliseconds time(std::llround(syncFrequency() * 1000));
+        QTimer::singleShot(time, [self = shared_from_this()] { self->timedMetaDataWorker(); });
+        return true;
+    }
+    {
+        const VXMutexLocker locker(_lock);
+        _isWorkerThere = true;
+    }
+    const bool isStarted =
+        VXWorkerThreads::shared().start([self = shared_from_this()] { self->threadedMetaDataWorker(); },
+                                        [self = shared_from_this()] { self->terminate(); });
+    if (!isStarted) {
+        const VXMutexLocker locker(_lock);
+        _isWorkerThere = false;
+    }
+    return isStarted;
+}
+
+VXMetaDataSync::Ptr VXMetaDataSync::initWithIdentifier(const QString &identifier,
+                                                       const VXPersistentStoreCoordinator::Ptr &coordinator,
+                                                       const QString &entityName, const QString &modificationDateKey)
+{
+    if (!coordinator) {
+        VXLogClassMethod(VXLogError, VXMetaDataSync,
+                         "initWithIdentifier:persistentStoreCoordinator:entityName:modificationDateKey:",
+                         "thePersistentStoreCoordinator can not be nil: %1/%2"_L1.arg(identifier, entityName));
+        return nullptr;
+    }
+    const Ptr sync(new VXMetaDataSync(identifier, coordinator, entityName, modificationDateKey));
+    if (!VXMainThread::performAndWait([&sync] { sync->addStoreListener(); }))
+        return nullptr; // the program is at its end
+    return sync;
+}
+
+void VXMetaDataSync::addStoreListener()
+{
+    const auto observe = [this](VXNotificationName name, void (VXMetaDataSync::*call)(const VXNotification &)) {
+        return VXNotificationCenter::defaultCenter().addObserver(
+            nullptr, name, [weak = weak_from_this(), call](const VXNotification &notification) {
+                if (const Ptr self = weak.lock())
+                    (self.get()->*call)(notification);
+            });
+    };
+    const QList<VXNotificationCenter::ObserverID> observers{
+        observe(VXManagedObjectContextWillSaveNotification, &VXMetaDataSync::contextWillSaveNotification),
+        observe(VXManagedObjectContextDidSaveNotification, &VXMetaDataSync::contextDidSaveNotification)};
+    const VXMutexLocker locker(_lock);
+    _observers = observers;
+}
+
+VXMetaDataCounts VXMetaDataSync::counts() const
+{
+    return _mirror.counts();
+}
+
+double VXMetaDataSync::syncFrequency()
+{
+    const double frequency =
+        VXUserDefaults::standardUserDefaults().objectForKey(u"metadata.sync.frequency"_s).toDouble();
+    return frequency >= shortestFrequency ? frequency : shortestFrequency; // not a number is none
+}
+
+bool VXMetaDataSync::isOfThisStore(const VXNotification &notification) const
+{
+    const auto *const context = notification.object.value<VXManagedObjectContext *>();
+    return context != nullptr && context->persistentStoreCoordinator() == _persistentStoreCoordinator;
+}
+
+// On whatever thread saves.
+void VXMetaDataSync::contextWillSaveNotification(const VXNotification &notification)
+{
+    if (isOfThisStore(notification))
+        markDebt(notification);
+}
+
+// New objects have no files, and those of deleted ones are seen to have no object; the date of a changed one may stay.
+void VXMetaDataSync::markDebt(const VXNotification &notification)
+{
+    const VXEntityDescription *const entity = _persistentStoreCoordinator->model().entityForName(_entityName);
+    bool isAny = false;
+    QList<qint64> changed;
+    for (const QString &key : {VXInsertedObjectsKey, VXUpdatedObjectsKey, VXDeletedObjectsKey}) {
+        for (const QVariant &element : notification.userInfo.value(key).toList()) {
+            const auto object = element.value<VXManagedObjectPtr>();
+            if (entity == nullptr || !object || !object->entity().isKindOfEntity(*entity))
+                continue;
+            isAny = true;
+            if (key == VXUpdatedObjectsKey)
+                changed.append(object->objectID().number());
+        }
+    }
+    if (changed.size() > mostNamed)
+        _debt.markAll();
+    else if (isAny)
+        _debt.mark(changed);
+}
+
+void VXMetaDataSync::contextDidSaveNotification(const VXNotification &notification)
+{
+    if (!isOfThisStore(notification))
+        return;
+    setNeedsUpdate(true);
+    if (!_debt.isMarked()) // a pass took it over, and may have seen the objects as they were
+        markDebt(notification);
+    noteSaved(notification);
+}
+
+void VXMetaDataSync::noteSaved(const VXNotification &notification)
+{
+    const VXEntityDescription *const entity = _persistentStoreCoordinator->model().entityForName(_entityName);
+    if (entity == nullptr)
+        return;
+    const auto note = [&](const QString &key, QSet<VXManagedObjectID> SavedObjects::*ids) VX_REQUIRES(_lock) {
+        for (const QVariant &element : notification.userInfo.value(key).toList()) {
+            const auto object = element.value<VXManagedObjectPtr>();
+            if (!object || !object->entity().isKindOfEntity(*entity))
+                continue;
+            if ((_saved.*ids).size() < _mostSaved)
+                (_saved.*ids).insert(object->objectID());
+            else
+                _saved.isAll = false;
+        }
+    };
+    const VXMutexLocker locker(_lock);
+    note(VXInsertedObjectsKey, &SavedObjects::present);
+    note(VXUpdatedObjectsKey, &SavedObjects::present);
+    note(VXDeletedObjectsKey, &SavedObjects::deleted);
+    if (_saved.isEmpty())
+        return;
+    _changed.notifyAll();
+}
+
+void VXMetaDataSync::terminate()
+{
+    const auto deadline = Clock::now() + longestFarewell;
+    if (_mirrorsOwnSaves && isRunning())
+        mirrorSavedObjects();
+    QList<VXNotificationCenter::ObserverID> observers;
+    {
+        const VXMutexLocker locker(_lock);
+        // Whoever writes may be in a class of the store's that never returns.
+        static_cast<void>(
+            _changed.waitFor(_lock, longestFarewell, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_isWriting; }));
+        _active = false;
+        observers = std::exchange(_observers, {});
+        _changed.notifyAll();
+    }
+    const auto unregister = [&observers] {
+        for (const VXNotificationCenter::ObserverID observer : std::as_const(observers))
+            VXNotificationCenter::defaultCenter().removeObserver(observer);
+    };
+    if (!VXMainThread::performAndWait(unregister))
+        unregister(); // the main thread takes no more calls
+    waitForWorker(deadline);
+}
+
+// The worker may itself wait for the main thread, to show its activity.
+void VXMetaDataSync::waitForWorker(Clock::time_point deadline)
+{
+    const bool serves = VXMainThread::isCurrent() && !VXMainThread::hasEnded();
+    while (Clock::now() < deadline) {
+        {
+            const VXMutexLocker locker(_lock);
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+            if (_changed.waitFor(_lock, serves ? std::min(servingTurn, left) : left,
+                                 [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_isWorkerThere; }))
+                return;
+        }
+        if (serves)
+            QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    }
+}
+
+void VXMetaDataSync::beginFile()
+{
+    const VXMutexLocker locker(_lock);
+    _isWriting = true;
+}
+
+void VXMetaDataSync::endFile()
+{
+    const VXMutexLocker locker(_lock);
+    _isWriting = false;
+    _changed.notifyAll();
+}
+
+bool VXMetaDataSync::synchronizeMetaDataFile(const QString &path, const VXManagedObject &object)
+{
+    const VXMetaDataMirror::Use use(_mirror);
+    return _mirror.synchronizeFile(path.section(u'/', -1), object);
+}
+
+bool VXMetaDataSync::writeObjectMetaData(const VXManagedObject &object, const QString &path)
+{
+    const VXMetaDataMirror::Use use(_mirror);
+    return _mirror.writeFile(path.section(u'/', -1), object);
+}
+
+// -- The worker
+
+std::chrono::milliseconds VXMetaDataSync::delay() const
+{
+    return needsUpdate() ? delayAfterSave : std::chrono::milliseconds(std::llround(syncFrequency() * 1000));
+}
+
+void VXMetaDataSync::runDuePass()
+{
+    if (_debt.isAny()) // perhaps of another process
+        setNeedsUpdate(true);
+    if (_needsUpdate.exchange(false))
+        synchronizeMetaDataFiles();
+}
+
+void VXMetaDataSync::threadedMetaDataWorker()
+{
+    const auto end = qScopeGuard([this] {
+        const VXMutexLocker locker(_lock);
+        _isWorkerThere = false;
+        _changed.notifyAll();
+    });
+    while (isRunning()) {
+        VXThread::vx_lowerPriority();
+        runDuePass();
+        sleepUntil(Clock::now() + delay());
+    }
+}
+
+void VXMetaDataSync::timedMetaDataWorker()
+{
+    if (!isRunning())
+        return;
+    runDuePass();
+    QTimer::singleShot(delay(), [self = shared_from_this()] { self->timedMetaDataWorker(); });
+}
+
+void VXMetaDataSync::sleepUntil(Clock::time_point time)
+{
+    while (isRunning()) {
+        {
+            const VXMutexLocker locker(_lock);
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now());
+            if (left.count() <= 0)
+                return;
+            static_cast<void>(_changed.waitFor(
+                _lock, left, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_active || !_saved.isEmpty(); }));
+        }
+        if (isRunning())
+            mirrorSavedObjects();
+    }
+}

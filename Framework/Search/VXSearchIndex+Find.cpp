@@ -1,0 +1,161 @@
+#include "VXSearchIndex.h"
+
+#include "VXMetaDataSource.h"
+#include "VXPhoneNumber.h"
+#include "VXSQLiteConnection.h"
+#include "VXURLStrings.h"
+
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype fewestDigits = 4;
+
+// Each word in quotes, so that nothing in it is taken for an operator.
+QString expressionOf(const QStringList &words, const QString &kind, bool isPrefix)
+{
+    QStringList terms;
+    for (QString word : words)
+        terms.append("text : \""_L1 + word.replace(u'"', u' ') + (isPrefix ? "\" *"_L1 : "\""_L1));
+    if (!kind.isNull())
+        terms.append("kind : \""_L1 + QString(kind).replace(u'"', u' ') + u'"');
+    return terms.join(" AND "_L1);
+}
+
+// Words that have a letter or digit: the others are no words to the index.
+QStringList wordsOf(const QString &text)
+{
+    static const QRegularExpression space(u"\\s+"_s);
+    QStringList words = QString(text).replace(QChar(0), u' ').split(space, Qt::SkipEmptyParts);
+    words.removeIf([](const QString &word) {
+        return std::ranges::none_of(word, [](QChar each) { return each.isLetterOrNumber(); });
+    });
+    return words;
+}
+
+// Null for what is no number.
+QString digitsOf(const QString &text)
+{
+    static const QRegularExpression number(u"^[-+0-9 ()/.*#]+$"_s);
+    const QString digits = number.match(text).hasMatch() ? VXPhoneNumberSearchString(text) : QString();
+    return digits.size() >= fewestDigits ? digits : QString();
+}
+
+VXFoundObject foundIn(const VXSQLiteStatement &row)
+{
+    VXFoundObject object{.uri = QUrl(u"x-coredata://"_s + row.text(0)),
+                         .kind = row.text(1),
+                         .title = row.text(2),
+                         .detail = row.text(3)};
+    if (!row.value(4).isNull())
+        object.date = QDateTime::fromMSecsSinceEpoch(row.number(4), Qt::UTC);
+    return object;
+}
+
+} // namespace
+
+QUrl VXFoundObject::url() const
+{
+    const QStringList parts = uri.path().split(u'/');
+    return VXMakePhonebookURL(uri.host(), parts.value(1), parts.value(2));
+}
+
+QUrl VXFoundObject::uriForURL(const QUrl &url)
+{
+    static const QRegularExpression object(u"^/[^/]+/p[0-9]+$"_s);
+    if (url.scheme() != "vxbook"_L1 || url.host() == "localhost"_L1 || !object.match(url.path()).hasMatch())
+        return {};
+    return QUrl(u"x-coredata://"_s + url.host() + url.path());
+}
+
+std::optional<QList<VXFoundObject>> VXSearchIndex::find(const QString &words, const QString &kind, qsizetype limit,
+                                                        VXError *error)
+{
+    QList<VXFoundObject> found;
+    const QString digits = digitsOf(words.trimmed());
+    if (!digits.isNull() && !collectNumbers(digits, kind, limit, &found, error))
+        return std::nullopt;
+    const QStringList all = wordsOf(words);
+    for (const bool isPrefix : {false, true}) {
+        if (!all.isEmpty() && found.size() < limit &&
+            !collectWords(expressionOf(all, kind, isPrefix), limit, &found, error))
+            return std::nullopt;
+    }
+    return found;
+}
+
+bool VXSearchIndex::collectWords(const QString &expression, qsizetype limit, QList<VXFoundObject> *found,
+                                 VXError *error)
+{
+    VXSQLiteStatement statement = _connection->statement(
+        u"SELECT object, entry.kind, title, detail, date FROM words JOIN entry ON entry.id = words.rowid "
+        "WHERE words MATCH ? ORDER BY words.rowid DESC LIMIT ?"_s,
+        error);
+    if (!statement)
+        return false;
+    statement.bindText(1, expression);
+    statement.bindNumber(2, limit + found->size()); // those may be among them
+    return collect(statement, limit, found, error);
+}
+
+bool VXSearchIndex::collectNumbers(const QString &digits, const QString &kind, qsizetype limit,
+                                   QList<VXFoundObject> *found, VXError *error)
+{
+    VXSQLiteStatement statement = _connection->statement(
+        u"SELECT object, entry.kind, title, detail, date FROM number JOIN entry ON entry.id = number.entry "
+        "WHERE reversed >= ?1 AND reversed < ?2 AND (?3 IS NULL OR entry.kind = ?3) "
+        "GROUP BY entry.id ORDER BY min(reversed <> ?1), entry.id DESC LIMIT ?4"_s,
+        error);
+    if (!statement)
+        return false;
+    const QString first = reversed(digits);
+    const QString behind = first + u':'; // follows the digits
+    statement.bindText(1, first);
+    statement.bindText(2, behind);
+    statement.bindText(3, kind);
+    statement.bindNumber(4, limit);
+    return collect(statement, limit, found, error);
+}
+
+bool VXSearchIndex::collect(VXSQLiteStatement &statement, qsizetype limit, QList<VXFoundObject> *found, VXError *error)
+{
+    QSet<QUrl> known;
+    for (const VXFoundObject &object : std::as_const(*found))
+        known.insert(object.uri);
+    VXSQLiteStatement::Step step = VXSQLiteStatement::Step::Row;
+    while (found->size() < limit && (step = statement.step()) == VXSQLiteStatement::Step::Row) {
+        const VXFoundObject object = foundIn(statement);
+        if (known.contains(object.uri))
+            continue;
+        known.insert(object.uri);
+        found->append(object);
+    }
+    if (step == VXSQLiteStatement::Step::Failed)
+        VXSetError(error, _connection->lastError());
+    return step != VXSQLiteStatement::Step::Failed;
+}
+
+// By the name of its file, which there is an index of; in each of the few folders.
+std::optional<VXFoundObject> VXSearchIndex::object(const QUrl &uri, VXError *error)
+{
+    const QStringList parts = uri.path().split(u'/');
+    VXSQLiteStatement statement =
+        _connection->statement(u"SELECT object, kind, title, detail, date FROM folder CROSS JOIN entry "
+                               "ON entry.folder = folder.id AND entry.name = ?1 WHERE object = ?2"_s,
+                               error);
+    if (!statement || parts.size() != 3)
+        return std::nullopt;
+    const QString name = VXMetaDataFilename(parts[2], parts[1]);
+    const QString object = uri.host() + uri.path();
+    statement.bindText(1, name);
+    statement.bindText(2, object);
+    const VXSQLiteStatement::Step step = statement.step();
+    if (step == VXSQLiteStatement::Step::Failed)
+        VXSetError(error, _connection->lastError());
+    return step == VXSQLiteStatement::Step::Row ? std::optional(foundIn(statement)) : std::nullopt;
+}

@@ -1,0 +1,393 @@
+#include "VXSearchIndex.h"
+
+#include "VXFileManager.h"
+#include "VXFolders.h"
+#include "VXMethodLog.h"
+#include "VXObjectStoreError.h"
+#include "VXPhoneNumber.h"
+#include "VXSQLiteConnection.h"
+
+#include <QtCore/QFile>
+
+#include <algorithm>
+#include <chrono>
+#include <fcntl.h>
+#include <limits>
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::chrono::milliseconds busyTimeout = 2s; // what is put in at once takes a tenth of that
+constexpr qint64 entriesOfAMoment = 1 << 16;          // IDs for what has one date
+constexpr qint64 latestDate = qint64(1) << 45;        // in milliseconds, a thousand years on
+constexpr qint64 undated = qint64(1) << 62;
+
+const QString identifierKey = u"kMDItemIdentifier"_s;
+const QString numbersKey = u"kMDItemPhoneNumbers"_s;
+
+constexpr int version = 1;
+
+// The text is kept beside the index of its words: taking it out needs it. No triggers: connections run none.
+constexpr const char *schema[] = {
+    "PRAGMA journal_mode = WAL",
+    "PRAGMA synchronous = OFF", // it can be made again
+    "BEGIN IMMEDIATE",
+    "CREATE TABLE IF NOT EXISTS folder (id INTEGER PRIMARY KEY, name TEXT UNIQUE, isComplete INTEGER)",
+    "CREATE TABLE IF NOT EXISTS entry (id INTEGER PRIMARY KEY, folder INTEGER, name TEXT, object TEXT, "
+    "kind TEXT, title TEXT, detail TEXT, date INTEGER, text TEXT, UNIQUE (folder, name))",
+    "CREATE TABLE IF NOT EXISTS number (reversed TEXT, entry INTEGER, PRIMARY KEY (reversed, entry)) WITHOUT ROWID",
+    "CREATE INDEX IF NOT EXISTS numberByEntry ON number (entry)",
+    "CREATE VIRTUAL TABLE IF NOT EXISTS words USING fts5 (kind, text, content = 'entry', content_rowid = 'id', "
+    "prefix = '2 3', columnsize = 0, tokenize = 'unicode61 remove_diacritics 2')",
+    "PRAGMA user_version = 1",
+    "COMMIT",
+};
+
+// For the user alone, which SQLite's own would not be. False when there is one.
+bool makeFile(const QString &path)
+{
+    const int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
+    return VXFileDescriptor(::open(QFile::encodeName(path).constData(), flags, S_IRUSR | S_IWUSR)).isOpen();
+}
+
+// Of what is made anew.
+VXError damage(const QString &path, const QString &reason)
+{
+    return VXObjectStoreError(VXObjectStoreErrorCode::FileCorrupt, reason, {}, path);
+}
+
+QString wordsOf(const QVariantMap &values)
+{
+    QStringList words;
+    for (const auto &[key, value] : values.asKeyValueRange()) {
+        if (key == identifierKey || key == "kMDItemCreator"_L1 || key == "kMDItemKind"_L1)
+            continue;
+        if (value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QStringList ||
+            value.typeId() == QMetaType::QVariantList)
+            words += value.toStringList(); // of a text the list of it
+    }
+    return words.join(u'\n');
+}
+
+QString kindOf(const VXSearchIndex::Change &change)
+{
+    const QString kind = change.values->value(u"kMDItemKind"_s).toString();
+    return kind.isEmpty() ? change.name.section(u'.', -1) : kind;
+}
+
+// Where an entry stands among others, from its ID on: the later ones come first, and what has no date before all.
+qint64 placeOf(const QVariantMap &values)
+{
+    const QVariant date = values.value(u"kMDItemContentCreationDate"_s);
+    const QDateTime when = date.toDateTime();
+    return when.isValid() ? std::clamp<qint64>(when.toMSecsSinceEpoch(), 0, latestDate) * entriesOfAMoment : undated;
+}
+
+} // namespace
+
+namespace {
+
+std::pair<quint64, quint64> fileAt(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0
+               ? std::pair<quint64, quint64>(status.st_dev, status.st_ino)
+               : std::pair<quint64, quint64>();
+}
+
+} // namespace
+
+VXSearchIndex::VXSearchIndex(std::unique_ptr<VXSQLiteConnection> connection)
+    : _connection(std::move(connection)), _file(fileAt(path()))
+{
+}
+
+bool VXSearchIndex::isCurrent() const
+{
+    return fileAt(path()) == _file;
+}
+
+VXSearchIndex::~VXSearchIndex() = default;
+
+QString VXSearchIndex::path()
+{
+    return VXFileManager::defaultManager().pathToUserMetadataFolder() + "/index.sqlite"_L1;
+}
+
+std::unique_ptr<VXSearchIndex> VXSearchIndex::openFile(VXError *error)
+{
+    auto connection = VXSQLiteConnection::open(path(), VXSQLiteConnection::Access::Create, busyTimeout, nullptr, error);
+    if (!connection)
+        return nullptr;
+    const QString found = connection->textOf(u"PRAGMA user_version"_s, error);
+    if (found.isNull())
+        return nullptr;
+    if (found != "0"_L1 && found.toInt() != version) {
+        VXSetError(error, damage(path(), u"The index is of another version."_s));
+        return nullptr;
+    }
+    for (const char *const statement : schema) {
+        const bool isDue = found == "0"_L1 || statement == schema[1];
+        if (isDue && !connection->execute(QString::fromLatin1(statement), error))
+            return nullptr;
+    }
+    return std::unique_ptr<VXSearchIndex>(new VXSearchIndex(std::move(connection)));
+}
+
+std::unique_ptr<VXSearchIndex> VXSearchIndex::open(VXError *error)
+{
+    QString reason;
+    if (!VXMakePrivateFolder(VXFileManager::defaultManager().pathToUserMetadataFolder(), &reason)) {
+        VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, path()));
+        return nullptr;
+    }
+    VXError problem;
+    makeFile(path());
+    std::unique_ptr<VXSearchIndex> index = openFile(&problem);
+    if (!index) {
+        discardIfDamaged(problem);
+        if (makeFile(path()))
+            index = openFile(&problem);
+    }
+    if (!index)
+        VXSetError(error, problem);
+    return index;
+}
+
+std::unique_ptr<VXSearchIndex> VXSearchIndex::openExisting(VXError *error)
+{
+    return QFile::exists(path()) ? openFile(error) : nullptr;
+}
+
+bool VXSearchIndex::discardIfDamaged(const VXError &error)
+{
+    if (error.domain() != VXCocoaErrorDomain || error.code() != int(VXObjectStoreErrorCode::FileCorrupt))
+        return false;
+    VXLogClassMethod(VXLogWarning, VXSearchIndex, "discardIfDamaged", "made anew: "_L1 + error.description());
+    for (const QLatin1String suffix : {""_L1, "-wal"_L1, "-shm"_L1})
+        QFile::remove(path() + suffix);
+    return true;
+}
+
+// The first column of the first row; none without one, and on failure, with an error. `folder`: the one parameter, if not null.
+std::optional<qint64> VXSearchIndex::number(const QString &sql, const QString &folder, VXError *error)
+{
+    VXSQLiteStatement statement = _connection->statement(sql, error);
+    if (!statement)
+        return std::nullopt;
+    if (!folder.isNull())
+        statement.bindText(1, folder);
+    const VXSQLiteStatement::Step step = statement.step();
+    if (step == VXSQLiteStatement::Step::Failed)
+        VXSetError(error, _connection->lastError());
+    return step == VXSQLiteStatement::Step::Row ? std::optional(statement.number(0)) : std::nullopt;
+}
+
+bool VXSearchIndex::isComplete(const QString &folder, VXError *error)
+{
+    return number(u"SELECT isComplete FROM folder WHERE name = ?"_s, folder, error).value_or(0) != 0;
+}
+
+bool VXSearchIndex::isAllComplete(VXError *error)
+{
+    return number(u"SELECT min(isComplete) FROM folder"_s, {}, error).value_or(0) != 0;
+}
+
+bool VXSearchIndex::isSound(VXError *error)
+{
+    if (_connection->execute(u"INSERT INTO words (words, rank) VALUES ('integrity-check', 1)"_s, nullptr))
+        return true;
+    VXSetError(error, damage(path(), u"The words of the index are not those of its entries."_s));
+    return false;
+}
+
+qint64 VXSearchIndex::count(const QString &folder, VXError *error)
+{
+    return number(u"SELECT count(*) FROM entry WHERE folder = (SELECT id FROM folder WHERE name = ?)"_s, folder, error)
+        .value_or(-1);
+}
+
+bool VXSearchIndex::run(VXSQLiteStatement &statement, VXError *error)
+{
+    const bool isDone = statement.run();
+    if (!isDone)
+        VXSetError(error, _connection->lastError());
+    return isDone;
+}
+
+bool VXSearchIndex::setComplete(const QString &folder, bool isComplete, VXError *error)
+{
+    VXSQLiteStatement statement = _connection->statement(
+        u"INSERT INTO folder (name, isComplete) VALUES (?1, ?2) ON CONFLICT (name) DO UPDATE SET isComplete = ?2"_s,
+        error);
+    if (!statement)
+        return false;
+    statement.bindText(1, folder);
+    statement.bindNumber(2, isComplete ? 1 : 0);
+    return run(statement, error);
+}
+
+bool VXSearchIndex::beginChanges(const QString &folder, VXError *error)
+{
+    return setComplete(folder, false, error);
+}
+
+bool VXSearchIndex::endChanges(const QString &folder, VXError *error)
+{
+    return setComplete(folder, true, error);
+}
+
+bool VXSearchIndex::inTransaction(const std::function<bool(VXError *)> &work, VXError *error)
+{
+    if (!_connection->execute(u"BEGIN IMMEDIATE"_s, error))
+        return false;
+    if (work(error) && _connection->execute(u"COMMIT"_s, error))
+        return true;
+    static_cast<void>(_connection->execute(u"ROLLBACK"_s, nullptr));
+    return false;
+}
+
+bool VXSearchIndex::removeFolder(const QString &folder, VXError *error)
+{
+    return inTransaction(
+        [&](VXError *problem) {
+            return takeOut(
+                       u"folder = (SELECT id FROM folder WHERE name = ?1)"_s,
+                       [&](VXSQLiteStatement &statement) { statement.bindText(1, folder); }, problem) &&
+                   setComplete(folder, false, problem);
+        },
+        error);
+}
+
+// Entries, with their words and numbers.
+bool VXSearchIndex::takeOut(const QString &condition, const std::function<void(VXSQLiteStatement &)> &bind,
+                            VXError *error)
+{
+    const QString statements[] = {
+        u"INSERT INTO words (words, rowid, kind, text) SELECT 'delete', id, kind, text FROM entry WHERE "_s + condition,
+        u"DELETE FROM number WHERE entry IN (SELECT id FROM entry WHERE "_s + condition + u')',
+        u"DELETE FROM entry WHERE "_s + condition,
+    };
+    return std::ranges::all_of(statements, [&](const QString &sql) {
+        VXSQLiteStatement statement = _connection->statement(sql, error);
+        if (!statement)
+            return false;
+        bind(statement);
+        return run(statement, error);
+    });
+}
+
+bool VXSearchIndex::apply(const QString &folder, const QList<Change> &changes, VXError *error)
+{
+    return inTransaction(
+        [&](VXError *problem) {
+            VXSQLiteStatement make =
+                _connection->statement(u"INSERT OR IGNORE INTO folder (name, isComplete) VALUES (?, 0)"_s, problem);
+            if (!make)
+                return false;
+            make.bindText(1, folder);
+            if (!run(make, problem))
+                return false;
+            const auto id = number(u"SELECT id FROM folder WHERE name = ?"_s, folder, problem);
+            return id && std::ranges::all_of(changes, [&](const Change &change) { return put(*id, change, problem); });
+        },
+        error);
+}
+
+bool VXSearchIndex::put(qint64 folder, const Change &change, VXError *error)
+{
+    const auto bind = [&](VXSQLiteStatement &statement) {
+        statement.bindNumber(1, folder);
+        statement.bindText(2, change.name);
+    };
+    VXSQLiteStatement known = _connection->statement(u"SELECT 1 FROM entry WHERE folder = ?1 AND name = ?2"_s, error);
+    if (!known)
+        return false;
+    bind(known);
+    const bool isKnown = known.step() == VXSQLiteStatement::Step::Row;
+    known.reset();
+    return (!isKnown || takeOut(u"folder = ?1 AND name = ?2"_s, bind, error)) &&
+           (!change.values || insert(folder, change, error));
+}
+
+// The next free one from there on; none on failure.
+std::optional<qint64> VXSearchIndex::freeID(qint64 place, VXError *error)
+{
+    VXSQLiteStatement statement =
+        _connection->statement(u"SELECT coalesce(max(id) + 1, ?1) FROM entry WHERE id BETWEEN ?1 AND ?2"_s, error);
+    if (!statement)
+        return std::nullopt;
+    while (true) {
+        const qint64 end = place == undated ? std::numeric_limits<qint64>::max() : place + entriesOfAMoment - 1;
+        statement.bindNumber(1, place);
+        statement.bindNumber(2, end);
+        if (statement.step() != VXSQLiteStatement::Step::Row) {
+            VXSetError(error, _connection->lastError());
+            return std::nullopt;
+        }
+        const qint64 found = statement.number(0);
+        statement.reset();
+        if (found <= end)
+            return found;
+        place = found; // that moment is full
+    }
+}
+
+bool VXSearchIndex::insert(qint64 folder, const Change &change, VXError *error)
+{
+    const std::optional<qint64> id = freeID(placeOf(*change.values), error);
+    if (!id)
+        return false;
+    VXSQLiteStatement entry =
+        _connection->statement(u"INSERT INTO entry (folder, name, object, kind, title, detail, date, text, id) "
+                               "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
+                               error);
+    VXSQLiteStatement words =
+        _connection->statement(u"INSERT INTO words (rowid, kind, text) VALUES (?, ?, ?)"_s, error);
+    if (!entry || !words)
+        return false;
+    const QVariantMap &values = *change.values;
+    // What is bound lives as long as the statement runs.
+    const QString object = values.value(identifierKey).toString();
+    const QString kind = kindOf(change);
+    const QString title = values.value(u"kMDItemTitle"_s).toString();
+    const QString detail = values.value(u"kMDItemDescription"_s).toString();
+    const QString text = wordsOf(values);
+    entry.bindNumber(1, folder);
+    entry.bindText(2, change.name);
+    entry.bindText(3, object);
+    entry.bindText(4, kind);
+    entry.bindText(5, title);
+    entry.bindText(6, detail);
+    entry.bindValue(7, values.value(u"kMDItemContentCreationDate"_s));
+    entry.bindText(8, text);
+    entry.bindNumber(9, *id);
+    words.bindNumber(1, *id);
+    words.bindText(2, kind);
+    words.bindText(3, text);
+    return run(entry, error) && run(words, error) && putNumbers(*id, values, error);
+}
+
+QString VXSearchIndex::reversed(const QString &text)
+{
+    QString result = text;
+    std::reverse(result.begin(), result.end());
+    return result;
+}
+
+bool VXSearchIndex::putNumbers(qint64 id, const QVariantMap &values, VXError *error)
+{
+    const QVariantList numbers = values.value(numbersKey).toList();
+    if (numbers.isEmpty())
+        return true;
+    VXSQLiteStatement statement = _connection->statement(u"INSERT OR IGNORE INTO number VALUES (?, ?)"_s, error);
+    return statement && std::ranges::all_of(numbers, [&](const QVariant &number) {
+               const QString text = reversed(VXPhoneNumberSearchString(number.toString()));
+               statement.bindText(1, text);
+               statement.bindNumber(2, id);
+               return text.isEmpty() || run(statement, error);
+           });
+}

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXFrameworkExport.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QUrl>
+#include <QtCore/QVariant>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <utility>
+
+class VXSQLiteConnection;
+class VXSQLiteStatement;
+
+/** An object that was found. */
+struct VX_EXPORT VXFoundObject
+{
+    QUrl uri = {};      // x-coredata://STORE/ENTITY/pNUMBER
+    QString kind = {};  // "contact", "message", "call"
+    QString title = {}; // null for none, as the detail
+    QString detail = {};
+    QDateTime date = {}; // invalid for none
+
+    /** By which the application opens it: "vxbook://STORE/ENTITY/pNUMBER". */
+    QUrl url() const;
+    /** The object's URI for such a URL; null for any other. */
+    static QUrl uriForURL(const QUrl &url);
+};
+
+/**
+ * An index over the metadata files of all syncs (SQLite, FTS5) in the user's caches. It can be lost at any time: it is made
+ * again from the files. One thread at a time; any number of processes, of which one writes at a time.
+ */
+class VX_EXPORT VXSearchIndex
+{
+public:
+    /** Made if need be; one that is damaged, or of another version, is made anew. Null on failure. */
+    static std::unique_ptr<VXSearchIndex> open(VXError *error = nullptr);
+    /** For searching only. Null, without an error, when there is none yet. */
+    static std::unique_ptr<VXSearchIndex> openExisting(VXError *error = nullptr);
+    /** Removes it after such a failure, so that it is made anew: true; nothing after any other. */
+    static bool discardIfDamaged(const VXError &error);
+    ~VXSearchIndex();
+    static QString path();
+    /** False once another file lies there, or none. */
+    bool isCurrent() const;
+
+    // -- What is in it, by the identifier of the sync and the names of its files
+    /** False after a start that had no end: files and index may differ. */
+    bool isComplete(const QString &folder, VXError *error);
+    /** Whether there is a folder, and all are complete. */
+    bool isAllComplete(VXError *error);
+    /** Whether the words are those of the entries. False, with an error, when it is damaged. */
+    bool isSound(VXError *error);
+    /** How many files of the folder are in it; -1 on failure. */
+    qint64 count(const QString &folder, VXError *error);
+    /** Before files are changed. */
+    bool beginChanges(const QString &folder, VXError *error);
+    /** After what was changed is in. */
+    bool endChanges(const QString &folder, VXError *error);
+    /** Takes a folder out. */
+    bool removeFolder(const QString &folder, VXError *error);
+
+    struct Change
+    {
+        QString name;
+        std::optional<QVariantMap> values; // none: the file is gone
+    };
+    /** All of them or none. */
+    bool apply(const QString &folder, const QList<Change> &changes, VXError *error);
+
+    // -- Searching
+    /**
+     * Objects that have a word beginning with each of the words given, letters with and without marks being the same, or a
+     * phone number that ends with the digits, if there are four at least. Whole words and numbers first; among them what has no
+     * date (contacts), then the latest. `kind`: null for all. None on failure.
+     */
+    std::optional<QList<VXFoundObject>> find(const QString &words, const QString &kind, qsizetype limit,
+                                             VXError *error);
+    /** What is known of an object; none when it is not in the index, and on failure. */
+    std::optional<VXFoundObject> object(const QUrl &uri, VXError *error);
+
+private:
+    explicit VXSearchIndex(std::unique_ptr<VXSQLiteConnection> connection);
+    static std::unique_ptr<VXSearchIndex> openFile(VXError *error);
+    std::optional<qint64> number(const QString &sql, const QString &folder, VXError *error);
+    bool inTransaction(const std::function<bool(VXError *)> &work, VXError *error);
+    bool takeOut(const QString &condition, const std::function<void(VXSQLiteStatement &)> &bind, VXError *error);
+    bool put(qint64 folder, const Change &change, VXError *error);
+    bool insert(qint64 folder, const Change &change, VXError *error);
+    std::optional<qint64> freeID(qint64 place, VXError *error);
+    /** Numbers are kept so: those with the same end begin alike. */
+    static QString reversed(const QString &text);
+    bool putNumbers(qint64 id, const QVariantMap &values, VXError *error);
+    bool run(VXSQLiteStatement &statement, VXError *error);
+    bool setComplete(const QString &folder, bool isComplete, VXError *error);
+    bool collect(VXSQLiteStatement &statement, qsizetype limit, QList<VXFoundObject> *found, VXError *error);
+    bool collectWords(const QString &expression, qsizetype limit, QList<VXFoundObject> *found, VXError *error);
+    bool collectNumbers(const QString &digits, const QString &kind, qsizetype limit, QList<VXFoundObject> *found,
+                        VXError *error);
+
+    std::unique_ptr<VXSQLiteConnection> _connection;
+    const std::pair<quint64, quint64> _file; // device and inode
+};

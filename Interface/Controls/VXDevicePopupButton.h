@@ -1,0 +1,46 @@
+#pragma once
+
+#include "VXDevicePopup.h"
+#include "VXInterfaceExport.h"
+
+#include <QtWidgets/QComboBox>
+
+/**
+ * Lets the user choose a phone: each with its name and whether it is connected, and where there is none an item that adds one.
+ * What it does is VXDevicePopup's. Main thread only.
+ */
+class VX_INTERFACE_EXPORT VXDevicePopupButton : public QComboBox
+{
+    Q_OBJECT
+
+public:
+    explicit VXDevicePopupButton(QWidget *parent = nullptr);
+    ~VXDevicePopupButton() override;
+
+    VXDevicePopup &popup() const { return *_popup; }
+    QUrl selectedURL() const { return _popup->selectedURL(); }
+    void showPopup() override;
+
+Q_SIGNALS:
+    /** Null when there is no device. */
+    void selectedURLDidChange(const QUrl &url);
+    /** In place of what the pop-up does when the user wants to add a phone; see `setHandlesAdding`. */
+    void addPhoneWanted();
+
+public:
+    /** With true `addPhoneWanted` is emitted, for a program with an assistant of its own. */
+    void setHandlesAdding(bool flag) { _handlesAdding = flag; }
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    void fill();
+    void select();
+    void activate(int index);
+    void refreshMarks();
+
+    VXDevicePopup *const _popup;
+    bool _handlesAdding = false;
+};

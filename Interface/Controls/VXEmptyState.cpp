@@ -1,0 +1,74 @@
+#include "VXEmptyState.h"
+
+#include "VXSymbol.h"
+#include "VXTextLabel.h"
+
+#include <QtCore/QEvent>
+#include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QPushButton>
+
+namespace {
+
+constexpr int symbolSize = 56;
+constexpr int textWidthInCharacters = 44;
+
+} // namespace
+
+VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QString &text, QWidget *parent)
+    : QWidget(parent), _symbol(symbol), _picture(new QLabel), _title(new VXTextLabel({}, VXTextLabel::Role::Title)),
+      _text(new VXTextLabel({}, VXTextLabel::Role::Secondary)), _button(new QPushButton)
+{
+    for (VXTextLabel *const label : {_title, _text}) {
+        label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+        label->setTextWidth(fontMetrics().averageCharWidth() * textWidthInCharacters);
+    }
+    _button->hide();
+    _button->setDefault(true);
+    connect(_button, &QPushButton::clicked, this, &VXEmptyState::actionWanted);
+    auto *const column = new QVBoxLayout(this);
+    column->setSpacing(8);
+    column->addStretch(2);
+    column->addWidget(_picture, 0, Qt::AlignHCenter);
+    column->addSpacing(4);
+    column->addWidget(_title, 0, Qt::AlignHCenter);
+    column->addWidget(_text, 0, Qt::AlignHCenter);
+    column->addSpacing(8);
+    column->addWidget(_button, 0, Qt::AlignHCenter);
+    column->addStretch(3);
+    setTexts(title, text);
+    updateSymbol();
+}
+
+VXEmptyState::~VXEmptyState() = default;
+
+void VXEmptyState::setTexts(const QString &title, const QString &text)
+{
+    const int width = _title->width();
+    _title->setText(title);
+    _text->setText(text);
+    for (VXTextLabel *const label : {_title, _text})
+        label->setTextWidth(width);
+    _text->setVisible(!text.isEmpty());
+    setAccessibleName(title);
+    setAccessibleDescription(text);
+}
+
+void VXEmptyState::setActionTitle(const QString &title)
+{
+    _button->setText(title);
+    _button->setVisible(!title.isEmpty());
+}
+
+void VXEmptyState::updateSymbol()
+{
+    const QSize size(symbolSize, symbolSize);
+    _picture->setPixmap(VXSymbol::named(_symbol, VXSymbol::Tone::Quiet).pixmap(size, devicePixelRatioF()));
+}
+
+void VXEmptyState::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        updateSymbol();
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "VXInterfaceExport.h"
+#include "VXThemeColors.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QString>
+
+#include <memory>
+
+class VXDesktopAppearance;
+
+/** What the user chose; stored by name, "system", "light" or "dark", under the user default "interface.theme". */
+enum class VXThemeChoice { System, Light, Dark };
+
+/**
+ * Gives all windows their look: colours, a style and one style sheet, light or dark, as the user chose or as the desktop says,
+ * whose changes are followed while the program runs. A desktop that says nothing is followed by the brightness of the
+ * palette that the program started with. Main thread only.
+ */
+class VX_INTERFACE_EXPORT VXThemeManager : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** Made on first use, when the QApplication is there; applies the theme then. */
+    static VXThemeManager &sharedThemeManager();
+    ~VXThemeManager() override;
+
+    VXThemeChoice choice() const;
+    /** Stores the choice and shows it at once. */
+    void setChoice(VXThemeChoice choice);
+
+    bool isDark() const { return colors().isDark; }
+    /** Of the present theme. */
+    const VXThemeColors &colors() const { return *_colors; }
+
+    /** The style sheet with its colours and drawings filled in. */
+    static QString styleSheet(const VXThemeColors &colors);
+
+Q_SIGNALS:
+    /** After all windows have the new look; for what paints itself. */
+    void themeDidChange();
+
+private:
+    VXThemeManager();
+
+    void apply();
+    bool wantsDark() const;
+
+    const bool _startedDark;
+    const std::unique_ptr<VXDesktopAppearance> _appearance;
+    const VXThemeColors *_colors = nullptr;
+};

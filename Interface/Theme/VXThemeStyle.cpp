@@ -1,0 +1,17 @@
+#include "VXThemeStyle.h"
+
+#include <QtWidgets/QAbstractItemView>
+#include <QtWidgets/QHeaderView>
+
+using namespace Qt::StringLiterals;
+
+VXThemeStyle::VXThemeStyle() : QProxyStyle(u"Fusion"_s) {}
+
+// A list that is given its current row before it is shown measures its rows without the sheet, and keeps that.
+void VXThemeStyle::polish(QWidget *widget)
+{
+    QProxyStyle::polish(widget);
+    auto *const view = qobject_cast<QAbstractItemView *>(widget);
+    if (view != nullptr && qobject_cast<QHeaderView *>(widget) == nullptr)
+        QMetaObject::invokeMethod(view, &QAbstractItemView::doItemsLayout, Qt::QueuedConnection);
+}

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "VXAddressSource.h"
+#include "VXInterfaceExport.h"
+#include "VXTokenTextEdit.h"
+
+#include <QtCore/QPointer>
+#include <QtCore/QStringList>
+#include <QtCore/QTimer>
+
+#include <memory>
+
+class QMenu;
+class VXCompletionWindow;
+class VXPasteQuestion;
+
+/**
+ * Where the user says to whom: names and numbers become tokens. Comma, semicolon, Return and Tab commit what is typed, and so
+ * does leaving the field; a suggestion is taken only when the user chose it. Each address is there once. The value is a list
+ * of phonebook strings and groups. Main thread only.
+ */
+class VX_INTERFACE_EXPORT VXPhonebookTokenField : public VXTokenTextEdit
+{
+    Q_OBJECT
+
+public:
+    explicit VXPhonebookTokenField(QWidget *parent = nullptr);
+    VXPhonebookTokenField(std::shared_ptr<VXAddressSource> source, QWidget *parent);
+    ~VXPhonebookTokenField() override;
+
+    /** What the tokens stand for, in order, as VXPackPhonebookStrings has lists; what is typed is committed first. */
+    QString phonebookStrings();
+    /** In place of all there is; not to be undone. */
+    void setPhonebookStrings(const QString &list);
+    QList<VXPhonebookToken> phonebookTokens() const;
+    /** Tokens that are no address: while there are any, nothing can be sent. */
+    QList<VXPhonebookToken> invalidTokens() const;
+
+    /** Makes tokens of what is typed. True when there was something. */
+    bool commit();
+    /** Adds addresses at the end, in one step to undo; those there already are shown and left out. */
+    void addAddresses(const QStringList &phonebookStrings);
+    /** What a program knows of the phonebook changed: looks every token up again. */
+    void refresh();
+
+    /** More than this many pasted addresses are asked about first. */
+    static constexpr int pasteWithoutAsking = 50;
+
+Q_SIGNALS:
+    /** The tokens are other ones. */
+    void tokensDidChange();
+    /** The user wants an unknown address in the phonebook. */
+    void addToContactsWanted(const QString &phonebookString);
+
+protected:
+    QString textOfToken(const Token &token) const override;
+    QString textOfPieces(const QList<Piece> &pieces) const override;
+    void insertText(const QString &text) override;
+    void fillMenu(QMenu &menu, const Piece &piece) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void inputMethodEvent(QInputMethodEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
+    bool focusNextPrevChild(bool next) override;
+    void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    static Token tokenFor(const VXPhonebookToken &address);
+    VXPhonebookToken addressOf(const Token &token) const;
+    std::optional<Piece> typedPiece() const;
+    void commitPiece(const Piece &piece);
+    void take(const QString &row);
+    void suggest();
+    void closeSuggestions();
+    int insertAddresses(QTextCursor &cursor, const QStringList &strings);
+    void insertAsked(const QStringList &strings);
+    void tellOfChange();
+    void followDirection();
+
+    const std::shared_ptr<VXAddressSource> _source;
+    VXCompletionWindow *const _completions;
+    QPointer<VXPasteQuestion> _question;
+    QTimer _rest;
+    QStringList _told; // payloads
+};

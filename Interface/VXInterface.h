@@ -1,0 +1,19 @@
+#pragma once
+
+#include "VXBundle.h"
+#include "VXInterfaceExport.h"
+
+#include <QtCore/QString>
+
+/** The interface kit's own bundle, found beside libVornixInterface. Never null. Any thread. */
+VX_INTERFACE_EXPORT VXBundle::Ptr VXInterfaceBundle();
+
+/** The kit's text in the user's language, from a table of its bundle ("Localizable" when null); the key when there is none. */
+VX_INTERFACE_EXPORT QString VXInterfaceString(const QString &key, const QString &table = {});
+
+/**
+ * Makes the kit ready in a program with windows: the named value transformers, Qt's own texts in the user's language, the
+ * theme, the user interface of VXApplication in windows, export sheets, interface files of plugins. Call it on the main thread
+ * when the QApplication and the framework are ready, before the first window; again does nothing.
+ */
+VX_INTERFACE_EXPORT void VXInitializeInterfaceKit();

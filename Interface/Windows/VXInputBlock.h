@@ -1,0 +1,21 @@
+#pragma once
+
+#include "VXInterfaceExport.h"
+
+#include <QtCore/QObject>
+
+/**
+ * While it lives no widget gets keys, clicks, drops or requests to close: for work that has begun and shows no window of its
+ * own yet. Main thread only.
+ */
+class VX_INTERFACE_EXPORT VXInputBlock : public QObject
+{
+    Q_OBJECT
+
+public:
+    VXInputBlock();
+    ~VXInputBlock() override;
+
+protected:
+    bool eventFilter(QObject *object, QEvent *event) override;
+};

@@ -1,0 +1,155 @@
+#include "VXInterfaceFile.h"
+
+#include "VXActivityView.h"
+#include "VXDevicePopupButton.h"
+#include "VXHotKeyRecorder.h"
+#include "VXKeyValueCoding.h"
+#include "VXLog.h"
+#include "VXPhonebookTokenField.h"
+#include "VXPluginProxy.h"
+#include "VXSearchField.h"
+#include "VXSplitView.h"
+#include "VXStatusBar.h"
+#include "VXTextLabel.h"
+#include "VXValueTransformer.h"
+#include "VXWindowMemory.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QMetaMethod>
+#include <QtCore/QPointer>
+#include <QtUiTools/QUiLoader>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/** Knows the widgets of the kit. */
+class KitLoader : public QUiLoader
+{
+public:
+    QWidget *createWidget(const QString &className, QWidget *parent, const QString &name) override
+    {
+        QWidget *const widget = make(className, parent);
+        if (widget == nullptr)
+            return QUiLoader::createWidget(className, parent, name);
+        widget->setObjectName(name);
+        return widget;
+    }
+
+private:
+    static QWidget *make(const QString &className, QWidget *parent)
+    {
+        if (className == "VXSearchField"_L1)
+            return new VXSearchField(parent);
+        if (className == "VXDevicePopupButton"_L1)
+            return new VXDevicePopupButton(parent);
+        if (className == "VXHotKeyRecorder"_L1)
+            return new VXHotKeyRecorder({}, parent);
+        if (className == "VXPhonebookTokenField"_L1)
+            return new VXPhonebookTokenField(parent);
+        if (className == "VXSplitView"_L1)
+            return new VXSplitView(Qt::Horizontal, parent);
+        if (className == "VXStatusBar"_L1)
+            return new VXStatusBar(parent);
+        if (className == "VXTextLabel"_L1)
+            return new VXTextLabel({}, VXTextLabel::Role::Body, parent);
+        return nullptr;
+    }
+};
+
+void setOutlet(QObject &owner, QWidget &widget)
+{
+    const QByteArray name = widget.objectName().toUtf8();
+    const int index = name.isEmpty() ? -1 : owner.metaObject()->indexOfProperty(name.constData());
+    if (index < 0)
+        return;
+    const QMetaProperty property = owner.metaObject()->property(index);
+    QVariant value;
+    if (property.metaType() == QMetaType::fromType<QObject *>()) {
+        value = QVariant::fromValue<QObject *>(&widget);
+    } else {
+        QWidget *pointer = &widget;
+        const QMetaObject *const wanted = property.metaType().metaObject();
+        if (wanted == nullptr || widget.metaObject()->inherits(wanted))
+            value = QVariant(property.metaType(), &pointer);
+    }
+    if (!value.isValid() || !property.write(&owner, value))
+        VXLog::log(VXLogWarning,
+                   u"The interface file's \"%1\" is no value of that property"_s.arg(widget.objectName()));
+}
+
+// "save_clicked" of the owner is called by the signal "clicked" of the widget "save".
+void connectActions(QObject &owner, QWidget &widget)
+{
+    const QMetaObject &methods = *owner.metaObject();
+    const QByteArray prefix = widget.objectName().toUtf8() + '_';
+    if (prefix.size() == 1)
+        return;
+    for (int i = 0; i < methods.methodCount(); ++i) {
+        const QMetaMethod method = methods.method(i);
+        if (method.methodType() == QMetaMethod::Signal || !method.name().startsWith(prefix))
+            continue;
+        const QByteArray wanted = method.name().sliced(prefix.size());
+        for (int j = widget.metaObject()->methodCount() - 1; j >= 0; --j) {
+            const QMetaMethod signal = widget.metaObject()->method(j);
+            if (signal.methodType() == QMetaMethod::Signal && signal.name() == wanted &&
+                QMetaObject::checkConnectArgs(signal, method)) {
+                QObject::connect(&widget, signal, &owner, method);
+                break;
+            }
+        }
+    }
+}
+
+void showValue(QObject &owner, QWidget &widget)
+{
+    const QString keyPath = widget.property("vxValue").toString();
+    if (keyPath.isEmpty())
+        return;
+    QVariant value = VXValueForKeyPath(QVariant::fromValue(&owner), keyPath);
+    const QString name = widget.property("vxTransformer").toString();
+    if (const auto transformer = name.isEmpty() ? nullptr : VXValueTransformer::valueTransformerForName(name))
+        value = transformer->transformedValue(value);
+    if (!widget.setProperty("text", value.toString()))
+        widget.setProperty("value", value);
+}
+
+} // namespace
+
+bool VXInterfaceFile::load(const QString &path, QObject &owner)
+{
+    QFile file(path);
+    KitLoader loader;
+    loader.setWorkingDirectory(QFileInfo(path).dir()); // pictures lie beside it
+    QWidget *const window = file.open(QIODevice::ReadOnly) ? loader.load(&file) : nullptr;
+    if (window == nullptr) {
+        VXLog::log(VXLogError, u"Unable to load the interface file %1: %2"_s.arg(
+                                   path, file.isOpen() ? loader.errorString() : file.errorString()));
+        return false;
+    }
+    QObject::connect(&owner, &QObject::destroyed, window, [window] {
+        window->hide();
+        window->deleteLater();
+    });
+    QList<QWidget *> widgets = window->findChildren<QWidget *>();
+    widgets.prepend(window);
+    for (QWidget *const widget : std::as_const(widgets)) {
+        setOutlet(owner, *widget);
+        connectActions(owner, *widget);
+        showValue(owner, *widget);
+    }
+    if (!window->objectName().isEmpty())
+        VXRememberWindow(*window, QString::fromLatin1(owner.metaObject()->className()) + u'.' + window->objectName(),
+                         window->size());
+    return true;
+}
+
+void VXInterfaceFile::install()
+{
+    VXPluginProxy::setInterfaceFileLoader(
+        [](const QString &path, VXPlugin &owner) { return VXInterfaceFile::load(path, owner); });
+}

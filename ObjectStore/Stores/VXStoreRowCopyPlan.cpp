@@ -1,0 +1,232 @@
+#include "VXStoreRowCopyPlan.h"
+
+#include "VXSQLPredicate.h"
+
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// SQLite sorts numbers before texts, and texts before data; to compare costs far less than to ask for the type.
+QString isNoWholeNumber(const QString &column)
+{
+    return u"%1 >= '' OR %1 <> CAST(%1 AS INTEGER)"_s.arg(column);
+}
+
+QString isOutside(const QString &column, qint64 lowest, qint64 highest)
+{
+    return u"%1 NOT BETWEEN %2 AND %3 OR %1 <> CAST(%1 AS INTEGER)"_s.arg(column).arg(lowest).arg(highest);
+}
+
+// What holds for a value that no object could have given the column.
+QString isNoneOf(VXAttributeType type, const QString &column)
+{
+    switch (type) {
+    case VXAttributeType::Integer16:
+        return isOutside(column, std::numeric_limits<qint16>::min(), std::numeric_limits<qint16>::max());
+    case VXAttributeType::Integer32:
+        return isOutside(column, std::numeric_limits<qint32>::min(), std::numeric_limits<qint32>::max());
+    case VXAttributeType::Boolean:
+        return isOutside(column, 0, 1);
+    case VXAttributeType::Integer64:
+    case VXAttributeType::Date:
+        return isNoWholeNumber(column);
+    case VXAttributeType::Double: // not a number stands there as data
+        return u"%1 >= '' AND %1 <> X'4E614E'"_s.arg(column);
+    case VXAttributeType::String:
+        return u"%1 < '' OR %1 >= X''"_s.arg(column);
+    case VXAttributeType::Binary:
+    case VXAttributeType::PropertyList:
+        break;
+    }
+    return u"%1 < X''"_s.arg(column);
+}
+
+QString ofOld(const QString &column)
+{
+    return "s."_L1 + column;
+}
+
+// Holds for an old row that has a value, or leads to something.
+QString hasAny(const VXPropertyDescription &property)
+{
+    if (VXSQLiteSchema::hasColumn(property))
+        return ofOld(VXSQLiteSchema::column(property)) + " IS NOT NULL"_L1;
+    const VXRelationshipDescription &relationship = *property.asRelationship();
+    const VXSQLiteLink link = relationship.isManyToMany() ? VXSQLiteSchema::link(relationship) : VXSQLiteLink();
+    return u"EXISTS (SELECT 1 FROM source.%1 t WHERE t.%2 = s.Z_PK)"_s.arg(
+        relationship.isManyToMany() ? link.table : VXSQLiteSchema::table(relationship.destination()),
+        relationship.isManyToMany() ? link.source : VXSQLiteSchema::column(*relationship.inverse()));
+}
+
+// What an object inherits decides in which table it lies, and what may lead to it.
+bool inheritsAlike(const VXEntityDescription &old, const VXEntityDescription &made)
+{
+    const VXEntityDescription *from = old.superentity();
+    const VXEntityDescription *to = made.superentity();
+    for (; from != nullptr && to != nullptr; from = from->superentity(), to = to->superentity()) {
+        if (from->name() != to->name())
+            return false;
+    }
+    return from == to; // both at the end
+}
+
+bool leadsAlike(const VXRelationshipDescription &old, const VXRelationshipDescription &made)
+{
+    return old.isToMany() == made.isToMany() && old.destination().name() == made.destination().name() &&
+           old.inverse() != nullptr && made.inverse() != nullptr && old.inverse()->name() == made.inverse()->name() &&
+           old.inverse()->isToMany() == made.inverse()->isToMany() && !old.inverse()->isTransient() &&
+           !made.inverse()->isTransient();
+}
+
+} // namespace
+
+VXEntityRowPlan::VXEntityRowPlan(const VXEntityDescription &from, const VXSQLiteSchema &fromSchema,
+                                 const VXEntityDescription &to, const VXSQLiteSchema &toSchema)
+    : _from(from), _fromSchema(fromSchema), _to(to), _toSchema(toSchema)
+{
+    if (!inheritsAlike(from, to))
+        _obstacle = u"\"%1\" inherits from others in the new model"_s.arg(from.name());
+    for (const VXAttributeDescription *const attribute : to.attributes())
+        addAttribute(*attribute);
+    for (const VXRelationshipDescription *const relationship : to.relationships())
+        addRelationship(*relationship);
+    for (const VXPropertyDescription *const old : from.properties()) {
+        const VXPropertyDescription *const made = to.propertyForName(old->name());
+        if (old->isTransient() || (made != nullptr && !made->isTransient()))
+            continue;
+        if (made != nullptr) { // a class may make something of it
+            refuse(*old);
+            continue;
+        }
+        _droppable.append(old->name());
+        _isDropped.append(hasAny(*old));
+    }
+}
+
+void VXEntityRowPlan::refuse(const VXPropertyDescription &property)
+{
+    if (_obstacle.isNull())
+        _obstacle = u"\"%1\" of \"%2\" is another one in the new model"_s.arg(property.name(), _from.name());
+}
+
+void VXEntityRowPlan::addColumn(const QString &column, const QString &value)
+{
+    _columns.append(column);
+    _values.append(value);
+}
+
+QString VXEntityRowPlan::constant(const QVariant &value)
+{
+    _constants.append(value);
+    return u"?%1"_s.arg(_constants.size() + 2);
+}
+
+// As an object that is copied has it: the default stays where the old one has no value.
+void VXEntityRowPlan::addAttribute(const VXAttributeDescription &made)
+{
+    if (made.isTransient())
+        return;
+    const VXPropertyDescription *const property = _from.propertyForName(made.name());
+    const VXAttributeDescription *const old = property == nullptr ? nullptr : property->asAttribute();
+    const bool isList = made.type() == VXAttributeType::PropertyList;
+    if (property != nullptr && (old == nullptr || old->isTransient() || old->type() != made.type())) {
+        refuse(made);
+        return;
+    }
+    if (isList && made.defaultValue().isValid()) { // which is not stored as it is
+        refuse(made);
+        return;
+    }
+    QString value = old == nullptr ? u"NULL"_s : ofOld(VXSQLiteSchema::column(*old));
+    if (old != nullptr) {
+        _unsound.append(u'(' + isNoneOf(made.type(), value) +
+                        u')'); // NULL, which counts for nothing, where there is no value
+        if (isList)
+            _propertyLists.append(value);
+    }
+    if (made.defaultValue().isValid())
+        value = u"COALESCE(%1, %2)"_s.arg(value, constant(made.defaultValue()));
+    else if (!made.isOptional())
+        _unsound.append(value + " IS NULL"_L1);
+    addColumn(VXSQLiteSchema::column(made), value);
+}
+
+void VXEntityRowPlan::addRelationship(const VXRelationshipDescription &made)
+{
+    if (made.isTransient())
+        return;
+    const VXPropertyDescription *const property = _from.propertyForName(made.name());
+    const VXRelationshipDescription *const old = property == nullptr ? nullptr : property->asRelationship();
+    if (property != nullptr && (old == nullptr || old->isTransient() || !leadsAlike(*old, made))) {
+        refuse(made);
+        return;
+    }
+    if (made.isToMany()) { // the other end has it, or a table of its own
+        if (!made.isOptional())
+            refuse(made);
+        return;
+    }
+    const QString value = old == nullptr ? u"NULL"_s : ofOld(VXSQLiteSchema::column(*old));
+    if (!made.isOptional())
+        _unsound.append(value + " IS NULL"_L1);
+    addColumn(VXSQLiteSchema::column(made), value);
+    if (const QString column = VXSQLiteSchema::entityColumn(made); !column.isNull())
+        addColumn(column, old == nullptr ? u"NULL"_s : entityNumber(*old, made));
+    else if (old != nullptr && !VXSQLiteSchema::entityColumn(*old).isNull())
+        refuse(made);
+}
+
+// The file has numbers of its own for its entities.
+QString VXEntityRowPlan::entityNumber(const VXRelationshipDescription &old, const VXRelationshipDescription &made)
+{
+    const QString column = VXSQLiteSchema::entityColumn(old);
+    if (column.isNull())
+        return u"NULL"_s;
+    QString cases;
+    for (const VXEntityDescription *const each : old.destination().family()) {
+        const VXEntityDescription *const target = made.entity().model().entityForName(each->name());
+        if (target != nullptr && target->isKindOfEntity(made.destination()))
+            cases += u" WHEN %1 THEN %2"_s.arg(_fromSchema.entityNumber(*each)).arg(_toSchema.entityNumber(*target));
+    }
+    const QString value = u"CASE %1%2 END"_s.arg(ofOld(column), cases);
+    _unsound.append(u"(%1 IS NOT NULL AND %2 IS NULL)"_s.arg(ofOld(column), value));
+    return value;
+}
+
+// -- Statements. The sign before Z_ENT keeps SQLite from walking by its index instead of by the numbers.
+
+QString VXEntityRowPlan::survey() const
+{
+    QString dropped;
+    for (const QString &condition : _isDropped)
+        dropped += u", MAX(%1)"_s.arg(condition);
+    return u"SELECT COUNT(*), MIN(s.Z_PK), MAX(s.Z_PK), TOTAL(%1)%2 FROM source.%3 s WHERE +s.Z_ENT = %4"_s
+        .arg(_unsound.isEmpty() ? u"0"_s : VXSQLJoined(_unsound, " OR "_L1), dropped, VXSQLiteSchema::table(_from))
+        .arg(_fromSchema.entityNumber(_from));
+}
+
+QString VXEntityRowPlan::insertion() const
+{
+    const auto list = [](const QStringList &names) {
+        return names.isEmpty() ? QString() : ", "_L1 + names.join(", "_L1);
+    };
+    return u"INSERT INTO main.%1 (Z_PK, Z_ENT, Z_OPT%2) SELECT s.Z_PK, %3, 1%4 FROM source.%5 s "
+           "WHERE s.Z_PK BETWEEN ?1 AND ?2 AND +s.Z_ENT = %6"_s.arg(VXSQLiteSchema::table(_to), list(_columns))
+               .arg(_toSchema.entityNumber(_to))
+               .arg(list(_values), VXSQLiteSchema::table(_from))
+               .arg(_fromSchema.entityNumber(_from));
+}
+
+QString VXEntityRowPlan::comparison() const
+{
+    QStringList differs{u"d.Z_ENT IS NOT %1"_s.arg(_toSchema.entityNumber(_to))};
+    for (qsizetype i = 0; i < _columns.size(); ++i)
+        differs.append(u"d.%1 IS NOT %2"_s.arg(_columns[i], _values[i]));
+    return u"SELECT s.Z_PK FROM source.%1 s LEFT JOIN main.%2 d ON d.Z_PK = s.Z_PK "
+           "WHERE s.Z_PK BETWEEN ?1 AND ?2 AND +s.Z_ENT = %3 AND %4 LIMIT 1"_s
+               .arg(VXSQLiteSchema::table(_from), VXSQLiteSchema::table(_to))
+               .arg(_fromSchema.entityNumber(_from))
+               .arg(VXSQLJoined(differs, " OR "_L1));
+}

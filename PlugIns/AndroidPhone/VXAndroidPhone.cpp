@@ -1,0 +1,513 @@
+#include "VXAndroidPhone.h"
+
+#include "VXBusText.h"
+#include "VXConnectContacts.h"
+#include "VXConnectNames.h"
+#include "VXPhoneText.h"
+
+#include <QtCore/QRegularExpression>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto answerLimit = 15s;
+constexpr auto pairLimit = 45s;      // the daemon gives the person 30
+constexpr auto discoveryLimit = 20s; // for the phone to be heard of
+constexpr auto contactsLimit = 60s;
+constexpr auto longestRinging = 120s; // nobody tells that a call was taken
+
+const QString smsPlugin = u"kdeconnect_sms"_s;
+const QString contactsPlugin = u"kdeconnect_contacts"_s;
+const QString telephonyPlugin = u"kdeconnect_telephony"_s;
+const QString sharePlugin = u"kdeconnect_share"_s;
+const QStringList allPlugins{smsPlugin, contactsPlugin, sharePlugin}; // that actions need
+
+VXBusCall propertiesOf(const QString &phone)
+{
+    return {.path = VXConnectNames::path(phone),
+            .interface = VXConnectNames::properties,
+            .method = u"GetAll"_s,
+            .arguments = {VXConnectNames::device},
+            .signature = u"a{sv}"_s};
+}
+
+const VXBusCall knownDevices{.path = VXConnectNames::root,
+                             .interface = VXConnectNames::daemon,
+                             .method = u"deviceNames"_s,
+                             .arguments = {false, false},
+                             .signature = u"a{ss}"_s};
+
+// It connects computers with each other too.
+bool isComputer(const QDBusMessage &properties)
+{
+    const QString type = qdbus_cast<QVariantMap>(properties.arguments().value(0)).value(u"type"_s).toString();
+    return type == "desktop"_L1 || type == "laptop"_L1 || type == "tv"_L1;
+}
+
+} // namespace
+
+VXAndroidPhone::VXAndroidPhone()
+    : _calls(
+          [this](const QString &event, const QString &step, const QVariantMap &call) { announce(event, step, call); })
+{
+}
+
+VXAndroidPhone::~VXAndroidPhone()
+{
+    _isShutdown = true;
+    if (_finder)
+        _finder->stop();
+    stopQueues();
+}
+
+// -- Finding
+
+void VXAndroidPhone::findDevices(const std::shared_ptr<VXDeviceFinding> &finding)
+{
+    const auto look = [this, finding](VXBusErrand &errand) {
+        errand.begin(text(u"Looking for the phone"_s), answerLimit);
+        errand.call(knownDevices, [this, finding, &errand](const QVariantList &answer) {
+            addNext(errand, finding, qdbus_cast<QMap<QString, QString>>(answer.value(0)));
+        });
+    };
+    search(finding, VXBusService::named(VXConnectNames::service, u"session"_s),
+           text(u"Is the package kdeconnect installed?"_s), look);
+}
+
+void VXAndroidPhone::addNext(VXBusErrand &errand, const VXDeviceFinding::Ptr &finding,
+                             QMap<QString, QString> phones) const
+{
+    static const QRegularExpression partOfPath(u"\\A\\w+\\z"_s);
+    phones.removeIf(
+        [](const QMap<QString, QString>::iterator &each) { return !partOfPath.match(each.key()).hasMatch(); });
+    if (phones.isEmpty())
+        return errand.succeed();
+    const QString phone = phones.firstKey();
+    const QString name = phones.take(phone);
+    errand.ask(propertiesOf(phone), [this, &errand, finding, phones, phone, name](const QDBusMessage &properties) {
+        if (!isComputer(properties))
+            finding->add({.name = name,
+                          .identifier = phone,
+                          .preferences = {{u"device"_s, phone}, {u"name"_s, name}},
+                          .place = u"KDE Connect"_s,
+                          .problem = problemOf(properties)});
+        addNext(errand, finding, phones);
+    });
+}
+
+// -- The device
+
+bool VXAndroidPhone::initWithURL(const QUrl &theURL)
+{
+    if (!VXBusDevice::initWithURL(theURL))
+        return false;
+    const QString bus = preferenceForKey(u"bus"_s).toString();
+    _service = VXBusService::named(VXConnectNames::service, bus.isEmpty() ? u"session"_s : bus);
+    _finder = std::make_unique<VXBusQueue>(_service);
+    _messageQueue = &addQueue(_service);
+    _contactQueue = &addQueue(_service);
+    _dialQueue = &addQueue(_service);
+    _messages = std::make_unique<VXConnectMessages>(*this, *_messageQueue);
+    offer(u"pair"_s, *_finder, [this](VXBusErrand &errand) { pair(errand); });
+    offer(u"unpair"_s, *_finder, [this](VXBusErrand &errand) { unpair(errand); });
+    offerActions(allPlugins); // as far as known
+    listen();
+    if (_service->isThere()) {
+        _finder->open();
+        find();
+    } else {
+        setState(State::Connecting, withoutService());
+    }
+    return true;
+}
+
+void VXAndroidPhone::pluginWillUnload()
+{
+    _calls.endAll();
+    if (_finder)
+        _finder->stop();
+    VXBusDevice::pluginWillUnload();
+}
+
+void VXAndroidPhone::listen()
+{
+    connect(_service.get(), &VXBusService::didAppear, this, [this] {
+        _finder->open();
+        find();
+    });
+    const auto end = [this](const VXError &why) {
+        lose(why);
+        _finder->close(why);
+    };
+    connect(_service.get(), &VXBusService::didVanish, this, [this, end] { end(withoutService()); });
+    connect(_service.get(), &VXBusService::didProveAbsent, this, [this, end] {
+        if (isAwaited() || _finder->isBusy())
+            reach();
+        else
+            end(withoutService());
+    });
+    connect(_service.get(), &VXBusService::didFailToStart, this, [this, end](const QString &problem) {
+        end(VXBusError(problem, text(u"Is the package kdeconnect installed?"_s)));
+    });
+    connect(_finder.get(), &VXBusQueue::isWanted, this, [this] {
+        if (state() == State::Away)
+            reach();
+    });
+    for (const QString &member : {u"deviceAdded"_s, u"deviceRemoved"_s, u"deviceVisibilityChanged"_s})
+        _service->listen({}, VXConnectNames::daemon, member, this, [this](const QDBusMessage &signal) {
+            if (!isConnected() || signal.arguments().value(0).toString() == _phone)
+                find();
+        });
+    for (const QString &member : {u"reachableChanged"_s, u"trustedChanged"_s, u"pluginsChanged"_s, u"nameChanged"_s})
+        _service->listen({}, VXConnectNames::device, member, this, [this](const QDBusMessage &signal) {
+            if (!isConnected() || signal.path() == VXConnectNames::path(_phone))
+                find();
+        });
+    _service->listen({}, VXConnectNames::telephony, u"callReceived"_s, this, [this](const QDBusMessage &signal) {
+        if (isConnected() && signal.path() == VXConnectNames::path(_phone, u"telephony"_s))
+            callWasReceived(signal.arguments().value(0).toString(), signal.arguments().value(1).toString());
+    });
+    _service->listen({}, VXConnectNames::battery, u"refreshed"_s, this, [this](const QDBusMessage &signal) {
+        const int charge = signal.arguments().value(1).toInt();
+        if (signal.path() == VXConnectNames::path(_phone, u"battery"_s))
+            show(u"battery"_s, charge >= 0 ? QVariant(charge) : QVariant(), u"Battery (%)"_s, 10);
+    });
+    connect(this, &VXDevicePlugin::preferencesDidChange, this, [this](const QString &key) {
+        if (key == "device"_L1 && _service->isThere())
+            find();
+    });
+}
+
+// What the phone allows is what its app has as plugins for this computer.
+void VXAndroidPhone::offerActions(const QStringList &plugins)
+{
+    struct Action
+    {
+        QString name;
+        QString plugin;
+        VXBusQueue *queue;
+        VXBusQueue::Work work;
+    };
+    const std::array actions{
+        Action{u"read_messages"_s, smsPlugin, _messageQueue, [this](VXBusErrand &errand) { _messages->read(errand); }},
+        Action{u"send_message"_s, smsPlugin, _messageQueue, [this](VXBusErrand &errand) { _messages->send(errand); }},
+        Action{u"read_contacts"_s, contactsPlugin, _contactQueue,
+               [this](VXBusErrand &errand) { readContacts(errand); }},
+        Action{u"dial"_s, sharePlugin, _dialQueue, [this](VXBusErrand &errand) { dial(errand); }}};
+    for (const Action &action : actions) {
+        const bool isThere = plugins.contains(action.plugin);
+        if (isThere && !_plugins.contains(action.plugin))
+            offer(action.name, *action.queue, action.work);
+        else if (!isThere && _plugins.contains(action.plugin))
+            withdraw(action.name);
+    }
+    _plugins = plugins;
+}
+
+// -- Which phone
+
+VXError VXAndroidPhone::withoutService() const
+{
+    const QString problem = _service->problem();
+    return VXBusError(problem.isNull() ? text(u"KDE Connect does not answer."_s) : problem,
+                      text(u"Is the package kdeconnect installed?"_s));
+}
+
+void VXAndroidPhone::reach()
+{
+    setState(State::Connecting, withoutService());
+    if (_service->isThere())
+        find();
+    else
+        _service->activate();
+}
+
+void VXAndroidPhone::lose(const VXError &why)
+{
+    _calls.endAll();
+    setState(State::Away, why);
+    // A phone that goes takes its plugins with it, one after the other: what is asked of it now waits, and is not refused.
+    if (!_isShutdown)
+        offerActions(allPlugins);
+}
+
+void VXAndroidPhone::setPhone(const QString &deviceID)
+{
+    _phone = deviceID;
+    _messages->setPhone(deviceID);
+}
+
+// Signals come in swarms: while it looks, one more look is enough.
+void VXAndroidPhone::find()
+{
+    if (_finder->isBusy()) {
+        _isToBeFoundAgain = true;
+        return;
+    }
+    if (!isConnected())
+        setState(State::Connecting, withoutService());
+    _finder->enqueue([this](VXBusErrand &errand) { lookForPhone(errand); },
+                     [this](const QVariantMap &, const VXError &error) {
+                         if (!error.isNull())
+                             lose(error);
+                         if (std::exchange(_isToBeFoundAgain, false))
+                             QMetaObject::invokeMethod(this, &VXAndroidPhone::find, Qt::QueuedConnection);
+                     });
+}
+
+void VXAndroidPhone::lookForPhone(VXBusErrand &errand)
+{
+    errand.begin(text(u"Looking for the phone"_s), answerLimit);
+    errand.call(knownDevices, [this, &errand](const QVariantList &answer) {
+        VXError error;
+        const QString phone = choose(qdbus_cast<QMap<QString, QString>>(answer.value(0)), &error);
+        setPhone(phone);
+        if (phone.isNull())
+            return errand.fail(error);
+        lookAtPhone(errand);
+    });
+}
+
+// What its preference "device" says: the daemon's identifier, or the phone's name; without, the only one there is.
+QString VXAndroidPhone::choose(const QMap<QString, QString> &phones, VXError *error) const
+{
+    const QString wanted = preferenceForKey(u"device"_s).toString();
+    QStringList found;
+    QStringList all;
+    for (auto phone = phones.cbegin(); phone != phones.cend(); ++phone) {
+        if (wanted.isEmpty() || wanted == phone.key() || wanted.compare(*phone, Qt::CaseInsensitive) == 0)
+            found.append(phone.key());
+        all.append(u"%1 (%2)"_s.arg(*phone, phone.key()));
+    }
+    if (found.size() == 1)
+        return found.first();
+    const QString known = all.isEmpty()
+                              ? text(u"Is the app KDE Connect open on the phone, in the same network?"_s)
+                              : text(u"It knows %1: the preference \"device\" names one."_s).arg(all.join(", "_L1));
+    *error = VXBusError(found.isEmpty() ? text(u"KDE Connect does not know the phone."_s)
+                                        : text(u"KDE Connect knows several phones."_s),
+                        known);
+    return {};
+}
+
+VXError VXAndroidPhone::problemOf(const QDBusMessage &properties) const
+{
+    const QVariantMap phone = qdbus_cast<QVariantMap>(properties.arguments().value(0));
+    if (properties.type() == QDBusMessage::ErrorMessage || !phone.value(u"isReachable"_s).toBool())
+        return VXBusError(text(u"The phone is not in reach."_s),
+                          text(u"Is the app KDE Connect open on the phone, in the same network?"_s));
+    // From version 23.08 on it is called otherwise.
+    if (!phone.value(u"isTrusted"_s, phone.value(u"isPaired"_s)).toBool())
+        return VXBusError(
+            text(u"The phone is not paired with this computer."_s),
+            text(u"The action \"pair\" asks for it; the person at the phone must agree within half a minute."_s));
+    return {};
+}
+
+// Before it is paired, a phone may be known and have no object.
+void VXAndroidPhone::lookAtPhone(VXBusErrand &errand)
+{
+    errand.ask(propertiesOf(_phone), [this, &errand](const QDBusMessage &answer) {
+        const QVariantMap phone = qdbus_cast<QVariantMap>(answer.arguments().value(0));
+        const QString name = phone.value(u"name"_s).toString();
+        if (!name.isEmpty())
+            setDeviceProperty(name, u"ownName"_s);
+        if (const VXError problem = problemOf(answer); !problem.isNull())
+            return errand.fail(problem);
+        lookAtPlugins(errand);
+    });
+}
+
+void VXAndroidPhone::lookAtPlugins(VXBusErrand &errand)
+{
+    errand.call({.path = VXConnectNames::path(_phone),
+                 .interface = VXConnectNames::device,
+                 .method = u"loadedPlugins"_s,
+                 .signature = u"as"_s},
+                [this, &errand](const QVariantList &answer) {
+                    offerActions(answer.value(0).toStringList());
+                    QStringList missing;
+                    if (!_plugins.contains(smsPlugin))
+                        missing.append(text(u"SMS (permissions to read and send SMS)"_s));
+                    if (!_plugins.contains(contactsPlugin))
+                        missing.append(text(u"contacts (permission to read contacts)"_s));
+                    if (!_plugins.contains(telephonyPlugin))
+                        missing.append(text(u"calls (permissions for the phone's state and its list of calls)"_s));
+                    show(u"notAllowed"_s, missing.isEmpty() ? QVariant() : QVariant(missing.join("; "_L1)),
+                         u"To be allowed in the app KDE Connect"_s, 20);
+                    const bool isNew = !isConnected();
+                    setState(State::Connected);
+                    errand.succeed();
+                    if (isNew && _plugins.contains(smsPlugin))
+                        _messages->survey();
+                    if (isNew)
+                        readBattery();
+                });
+}
+
+void VXAndroidPhone::readBattery()
+{
+    const VXBusCall get{.path = VXConnectNames::path(_phone, u"battery"_s),
+                        .interface = VXConnectNames::properties,
+                        .method = u"Get"_s,
+                        .arguments = {VXConnectNames::battery, u"charge"_s},
+                        .signature = u"v"_s};
+    _service->call(get, answerLimit, this, [this](const QDBusMessage &answer) {
+        const QVariant charge = answer.arguments().value(0).value<QDBusVariant>().variant();
+        if (answer.type() != QDBusMessage::ErrorMessage && charge.toInt() >= 0)
+            show(u"battery"_s, charge.toInt(), u"Battery (%)"_s, 10);
+    });
+}
+
+// -- Pairing
+
+// A phone that is not heard of is looked for.
+void VXAndroidPhone::pair(VXBusErrand &errand)
+{
+    const QVariantList owner{u"vornix"_s};
+    const VXBusCall release{.path = VXConnectNames::root,
+                            .interface = VXConnectNames::daemon,
+                            .method = u"releaseDiscoveryMode"_s,
+                            .arguments = owner};
+    errand.setFarewell([service = _service, release] { service->send(release); });
+    errand.begin(text(u"Looking for the phone"_s), discoveryLimit);
+    const auto look = [this, &errand] {
+        errand.call({.path = VXConnectNames::root,
+                     .interface = VXConnectNames::daemon,
+                     .method = u"deviceNames"_s,
+                     .arguments = {true, false},
+                     .signature = u"a{ss}"_s},
+                    [this, &errand](const QVariantList &answer) {
+                        VXError error;
+                        const auto phones = qdbus_cast<QMap<QString, QString>>(answer.value(0));
+                        const QString phone = choose(phones, &error);
+                        if (!phone.isNull()) {
+                            setPhone(phone);
+                            requestPair(errand);
+                        } else if (phones.size() > 1 && preferenceForKey(u"device"_s).toString().isEmpty()) {
+                            errand.fail(error);
+                        }
+                    });
+    };
+    errand.listen(VXConnectNames::root, VXConnectNames::daemon, {}, [look](const QDBusMessage &) { look(); });
+    for (const QString &method : {u"acquireDiscoveryMode"_s, u"forceOnNetworkChange"_s})
+        errand.call({.path = VXConnectNames::root,
+                     .interface = VXConnectNames::daemon,
+                     .method = method,
+                     .arguments = method == "acquireDiscoveryMode"_L1 ? owner : QVariantList()},
+                    [](const QVariantList &) {});
+    look();
+}
+
+void VXAndroidPhone::requestPair(VXBusErrand &errand)
+{
+    errand.begin(text(u"Waiting for the person at the phone to agree"_s), pairLimit);
+    const QString path = VXConnectNames::path(_phone);
+    const auto done = [this, &errand] {
+        errand.service().send({.path = VXConnectNames::root,
+                               .interface = VXConnectNames::daemon,
+                               .method = u"releaseDiscoveryMode"_s,
+                               .arguments = {u"vornix"_s}});
+        errand.succeed();
+        find();
+    };
+    errand.listen(path, VXConnectNames::device, u"trustedChanged"_s, [done](const QDBusMessage &signal) {
+        if (signal.arguments().value(0).toBool())
+            done();
+    });
+    errand.listen(path, VXConnectNames::device, u"pairingError"_s, [this, &errand](const QDBusMessage &signal) {
+        errand.fail(VXBusError(text(u"The phone was not paired: %1"_s).arg(signal.arguments().value(0).toString())));
+    });
+    errand.call({.path = path, .interface = VXConnectNames::device, .method = u"isTrusted"_s, .signature = u"b"_s},
+                [&errand, path, done](const QVariantList &answer) {
+                    if (answer.value(0).toBool())
+                        return done(); // it is already
+                    errand.call({.path = path, .interface = VXConnectNames::device, .method = u"requestPair"_s},
+                                [](const QVariantList &) {});
+                });
+}
+
+void VXAndroidPhone::unpair(VXBusErrand &errand)
+{
+    if (_phone.isNull())
+        return errand.fail(VXBusError(text(u"KDE Connect does not know the phone."_s)));
+    errand.begin(text(u"Ending the pairing"_s), answerLimit);
+    errand.call({.path = VXConnectNames::path(_phone), .interface = VXConnectNames::device, .method = u"unpair"_s},
+                [this, &errand](const QVariantList &) {
+                    errand.succeed();
+                    find();
+                });
+}
+
+// -- Contacts
+
+void VXAndroidPhone::readContacts(VXBusErrand &errand)
+{
+    errand.begin(text(u"Reading contacts"_s), contactsLimit);
+    const VXConnectContacts contacts(_phone);
+    errand.compute(
+        [contacts] {
+            contacts.putAside();
+            return 0;
+        },
+        [this, &errand](int) { fetchContacts(errand); });
+    errand.setFarewell([contacts] { QThreadPool::globalInstance()->start([contacts] { contacts.bringBack(); }); });
+}
+
+void VXAndroidPhone::fetchContacts(VXBusErrand &errand)
+{
+    const QString path = VXConnectNames::path(_phone, u"contacts"_s);
+    const VXConnectContacts contacts(_phone);
+    const auto parse = [this, &errand, contacts] {
+        errand.begin(text(u"Reading contacts"_s), contactsLimit);
+        errand.compute(
+            [contacts] {
+                contacts.forget();
+                return contacts.read();
+            },
+            [&errand](const VXConnectContacts::Cards &cards) {
+                errand.succeed({{u"items"_s, cards.items},
+                                {u"problems"_s, cards.problems},
+                                {u"isComplete"_s, cards.problems.isEmpty()}});
+            });
+    };
+    errand.listen(path, VXConnectNames::contacts, u"localCacheSynchronized"_s,
+                  [parse](const QDBusMessage &) { parse(); });
+    errand.call({.path = path, .interface = VXConnectNames::contacts, .method = u"synchronizeRemoteWithLocal"_s},
+                [](const QVariantList &) {});
+}
+
+// -- Calls
+
+// The phone shows the number; the person presses the key.
+void VXAndroidPhone::dial(VXBusErrand &errand)
+{
+    VXError error;
+    const QString number = VXNumberToDial(errand.object(), &error);
+    if (number.isNull())
+        return errand.fail(error);
+    errand.begin(text(u"Dialling"_s), answerLimit);
+    errand.call({.path = VXConnectNames::path(_phone, u"share"_s),
+                 .interface = VXConnectNames::share,
+                 .method = u"shareUrl"_s,
+                 .arguments = {"tel:"_L1 + QString(number).replace(u'#', u"%23"_s)}},
+                [&errand](const QVariantList &) { errand.succeed(); });
+}
+
+void VXAndroidPhone::callWasReceived(const QString &event, const QString &number)
+{
+    if (event != "callReceived"_L1 && event != "missedCall"_L1)
+        return;
+    _calls.ring(number, true, number);
+    if (event == "missedCall"_L1)
+        return _calls.end(number);
+    const QString identifier = _calls.identifier(number);
+    QTimer::singleShot(longestRinging, this, [this, number, identifier] {
+        if (_calls.identifier(number) == identifier)
+            _calls.end(number, VXPhoneCalls::End::Unknown);
+    });
+}

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "VXBusDevice.h"
+#include "VXConnectMessages.h"
+#include "VXPhoneCalls.h"
+
+/**
+ * An Android phone that KDE Connect's daemon reaches over the network: contacts, messages with their whole history, calls that come
+ * in, and dialling on the phone. The plugin's README lists preferences, properties, actions, events, and what must be allowed
+ * on the phone. Main thread.
+ */
+class VXAndroidPhone : public VXBusDevice
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE VXAndroidPhone();
+    ~VXAndroidPhone() override;
+
+    /** The phones that KDE Connect knows, paired or not. */
+    void findDevices(const std::shared_ptr<VXDeviceFinding> &finding) override;
+    bool initWithURL(const QUrl &theURL) override;
+    void pluginWillUnload() override;
+
+protected:
+    void reach() override;
+
+private:
+    void listen();
+    void offerActions(const QStringList &plugins);
+
+    // -- Which phone, and how it stands
+    void find();
+    void lookForPhone(VXBusErrand &errand);
+    void lookAtPhone(VXBusErrand &errand);
+    void lookAtPlugins(VXBusErrand &errand);
+    QString choose(const QMap<QString, QString> &phones, VXError *error) const;
+    void addNext(VXBusErrand &errand, const VXDeviceFinding::Ptr &finding, QMap<QString, QString> phones) const;
+    VXError problemOf(const QDBusMessage &properties) const;
+    void setPhone(const QString &deviceID);
+    void lose(const VXError &why);
+    VXError withoutService() const;
+
+    // -- Work of actions
+    void pair(VXBusErrand &errand);
+    void requestPair(VXBusErrand &errand);
+    void unpair(VXBusErrand &errand);
+    void readContacts(VXBusErrand &errand);
+    void fetchContacts(VXBusErrand &errand);
+    void dial(VXBusErrand &errand);
+
+    void callWasReceived(const QString &event, const QString &number);
+    void readBattery();
+
+    VXBusService::Ptr _service;
+    std::unique_ptr<VXBusQueue> _finder; // what is asked of the daemon itself, at any time
+    VXBusQueue *_messageQueue = nullptr;
+    VXBusQueue *_contactQueue = nullptr;
+    VXBusQueue *_dialQueue = nullptr;
+    std::unique_ptr<VXConnectMessages> _messages;
+    VXPhoneCalls _calls; // by number
+    QString _phone;      // the daemon's identifier of it; null while none is known
+    QStringList _plugins;
+    bool _isToBeFoundAgain = false;
+};

@@ -1,0 +1,4 @@
+#include "VXAndroidPhone.h"
+#include "VXPrincipalClass.h"
+
+VX_PRINCIPAL_CLASS(VXAndroidPhone)

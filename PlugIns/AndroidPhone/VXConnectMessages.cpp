@@ -1,0 +1,288 @@
+#include "VXConnectMessages.h"
+
+#include "VXBusText.h"
+#include "VXConnectNames.h"
+#include "VXConversationKey.h"
+#include "VXDeviceURL.h"
+#include "VXPhoneText.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto threadsLimit = 20s; // until the first conversation is told of
+constexpr auto quiet = 2s;         // there is no sign of the last one
+constexpr auto threadLimit = 60s;  // for a conversation, as long as nothing comes
+constexpr auto rest = 5s;          // for what is missing of one
+constexpr auto sendLimit = 90s;    // until the phone tells of the message as sent
+
+} // namespace
+
+struct VXConnectMessages::Reading
+{
+    Messages messages = {};
+    QList<qint64> threads = {}; // those that are left
+    qint64 thread = 0;          // the one that is read
+    QSet<int> found = {};       // of it
+    qulonglong expected = 0;
+    QStringList problems = {};
+};
+
+struct VXConnectMessages::Sending
+{
+    VXTextToSend message;
+    qint64 newestBefore; // of the messages there were
+};
+
+VXConnectMessages::VXConnectMessages(VXBusDevice &device, VXBusQueue &queue) : _device(device), _queue(queue)
+{
+    VXConnectMessage::registerTypes();
+    const auto heard = [this](const QDBusMessage &signal) {
+        if (_phone.isNull() || signal.path() != VXConnectNames::path(_phone))
+            return;
+        if (const auto message = VXConnectMessage::fromArgument(signal.arguments().value(0)))
+            take(*message);
+    };
+    for (const QString &member : {u"conversationCreated"_s, u"conversationUpdated"_s})
+        queue.service()->listen({}, VXConnectNames::conversations, member, this, heard);
+}
+
+void VXConnectMessages::setPhone(const QString &deviceID)
+{
+    if (_phone == deviceID)
+        return;
+    _phone = deviceID;
+    _watermark.reset();
+    _newest = 0;
+    _told.clear();
+}
+
+// -- News
+
+void VXConnectMessages::take(const VXConnectMessage &message)
+{
+    _newest = std::max(_newest, message.date);
+    if (!_watermark || !message.isIncoming() || message.date <= *_watermark || _told.contains(message.key()))
+        return;
+    _told.insert(message.key());
+    const QVariantMap record = message.record(VXAbsoluteString(_device.url()));
+    if (record.contains(u"text"_s))
+        _device.announce(u"new_message"_s, {}, record);
+}
+
+// A phone that was away for a while has its mark already: what came meanwhile is news.
+void VXConnectMessages::survey()
+{
+    const auto look = [this](VXBusErrand &errand) {
+        errand.begin(_device.text(u"Looking for conversations"_s), threadsLimit);
+        askForThreads(errand, [this, &errand] { askForNewest(errand, [&errand] { errand.succeed(); }); });
+    };
+    _queue.enqueue(look, [this](const QVariantMap &, const VXError &) {
+        if (!_watermark)
+            _watermark = _newest > 0 ? _newest : QDateTime::currentMSecsSinceEpoch();
+    });
+}
+
+// -- Reading
+
+void VXConnectMessages::listen(VXBusErrand &errand, const std::function<void(const VXConnectMessage &)> &heard)
+{
+    const auto unwrapped = [heard](const QDBusMessage &signal) {
+        if (const auto message = VXConnectMessage::fromArgument(signal.arguments().value(0)))
+            heard(*message);
+    };
+    for (const QString &member : {u"conversationCreated"_s, u"conversationUpdated"_s})
+        errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, member, unwrapped);
+}
+
+// Calls `then` when no more conversations are told of. The step is begun already.
+void VXConnectMessages::askForThreads(VXBusErrand &errand, const std::function<void()> &then)
+{
+    errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, {},
+                  [&errand, then](const QDBusMessage &) {
+                      errand.prolong();
+                      errand.wait(quiet, then);
+                  });
+    errand.call({.path = VXConnectNames::path(_phone),
+                 .interface = VXConnectNames::conversations,
+                 .method = u"requestAllConversationThreads"_s},
+                [](const QVariantList &) {});
+}
+
+// What the daemon knows from earlier, of another program too, it does not tell again.
+void VXConnectMessages::askForNewest(VXBusErrand &errand, const std::function<void()> &then)
+{
+    errand.ask({.path = VXConnectNames::path(_phone),
+                .interface = VXConnectNames::conversations,
+                .method = u"activeConversations"_s,
+                .signature = u"av"_s},
+               [this, then](const QDBusMessage &answer) {
+                   for (const QVariant &value : qdbus_cast<QVariantList>(answer.arguments().value(0))) {
+                       if (const auto message = VXConnectMessage::fromArgument(value))
+                           _newest = std::max(_newest, message->date);
+                   }
+                   then();
+               });
+}
+
+// The daemon tells of messages that it did not know, and of each conversation that the phone has.
+void VXConnectMessages::read(VXBusErrand &errand)
+{
+    const auto reading = std::make_shared<Reading>();
+    const auto threads = std::make_shared<QSet<qint64>>();
+    errand.begin(_device.text(u"Looking for conversations"_s), threadsLimit);
+    listen(errand, [reading, threads](const VXConnectMessage &message) {
+        reading->messages.insert(message.key(), message);
+        threads->insert(message.thread);
+    });
+    errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, u"conversationLoaded"_s,
+                  [threads](const QDBusMessage &signal) { threads->insert(signal.arguments().value(0).toLongLong()); });
+    askForThreads(errand, [this, &errand, reading, threads] {
+        reading->threads = threads->values();
+        std::ranges::sort(reading->threads);
+        if (errand.action())
+            errand.action()->setProgressMaxValue(double(reading->threads.size()));
+        readNext(errand, reading);
+    });
+}
+
+// Of a conversation the daemon first fetches what it has not, and says how much there is; then it hands that over.
+void VXConnectMessages::readNext(VXBusErrand &errand, const std::shared_ptr<Reading> &reading)
+{
+    if (reading->threads.isEmpty())
+        return finish(errand, reading);
+    reading->thread = reading->threads.takeFirst();
+    reading->found.clear();
+    errand.begin(_device.text(u"Reading messages"_s), threadLimit);
+    listen(errand, [reading](const VXConnectMessage &message) { reading->messages.insert(message.key(), message); });
+    const auto loaded = [this, &errand, reading](const QDBusMessage &signal) {
+        if (signal.arguments().value(0).toLongLong() == reading->thread)
+            readLoaded(errand, reading, signal.arguments().value(1).toULongLong());
+    };
+    errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, u"conversationLoaded"_s, loaded);
+    errand.call({.path = VXConnectNames::path(_phone, u"sms"_s),
+                 .interface = VXConnectNames::sms,
+                 .method = u"requestConversation"_s,
+                 .arguments = {reading->thread, qint64(-1), qint64(-1)}},
+                [](const QVariantList &) {});
+}
+
+// The daemon reads what is not there when it is asked for more than it said.
+void VXConnectMessages::readLoaded(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, qulonglong count)
+{
+    reading->expected = count;
+    if (count == 0)
+        return finishThread(errand, reading);
+    errand.begin(_device.text(u"Reading messages"_s), threadLimit);
+    const auto end = [this, &errand, reading] { finishThread(errand, reading); };
+    listen(errand, [&errand, reading, end](const VXConnectMessage &message) {
+        reading->messages.insert(message.key(), message);
+        if (message.thread != reading->thread)
+            return;
+        reading->found.insert(message.identifier);
+        if (qulonglong(reading->found.size()) >= reading->expected)
+            return end();
+        errand.prolong();
+        errand.wait(rest, end);
+    });
+    errand.wait(rest, end);
+    errand.call({.path = VXConnectNames::path(_phone),
+                 .interface = VXConnectNames::conversations,
+                 .method = u"requestConversation"_s,
+                 .arguments = {reading->thread, 0, int(count)}},
+                [](const QVariantList &) {});
+}
+
+void VXConnectMessages::finishThread(VXBusErrand &errand, const std::shared_ptr<Reading> &reading)
+{
+    if (qulonglong(reading->found.size()) < reading->expected)
+        reading->problems.append(_device.text(u"Of a conversation only %1 of %2 messages could be read."_s)
+                                     .arg(reading->found.size())
+                                     .arg(reading->expected));
+    if (errand.action())
+        errand.action()->incrementProgress();
+    readNext(errand, reading);
+}
+
+// A hundred thousand records take their time, which is another thread's.
+void VXConnectMessages::finish(VXBusErrand &errand, const std::shared_ptr<Reading> &reading) const
+{
+    errand.begin(_device.text(u"Reading messages"_s), threadLimit);
+    const auto make = [messages = std::exchange(reading->messages, {}), deviceURL = VXAbsoluteString(_device.url())] {
+        return recordsOf(messages, deviceURL);
+    };
+    errand.compute(make, [&errand, reading](const QVariantList &items) {
+        errand.succeed(
+            {{u"items"_s, items}, {u"problems"_s, reading->problems}, {u"isComplete"_s, reading->problems.isEmpty()}});
+    });
+}
+
+QVariantList VXConnectMessages::recordsOf(const Messages &read, const QString &deviceURL)
+{
+    QList<VXConnectMessage> messages = read.values();
+    std::ranges::sort(messages, {}, [](const VXConnectMessage &message) {
+        return std::tuple(message.date, message.thread, message.identifier);
+    });
+    QVariantList items;
+    items.reserve(messages.size());
+    for (const VXConnectMessage &message : messages)
+        items.append(message.record(deviceURL));
+    return items;
+}
+
+// -- Sending
+
+// What the phone tells of as sent must be newer than all it has: in a program that has just begun nobody knows yet what that is.
+void VXConnectMessages::send(VXBusErrand &errand)
+{
+    const VXTextToSend message = VXTextToSend::ofObject(errand.object());
+    if (!message.error.isNull())
+        return errand.fail(message.error, {{u"failure"_s, u"refused"_s}});
+    errand.setResultOfFailure({{u"failure"_s, u"later"_s}}); // until the daemon is told
+    const auto go = [this, &errand, message] {
+        sendNow(errand, std::make_shared<Sending>(Sending{.message = message, .newestBefore = _newest}));
+    };
+    if (_watermark)
+        return go();
+    errand.begin(_device.text(u"Looking for conversations"_s), threadsLimit);
+    const auto look = [this, &errand, go] { askForNewest(errand, go); };
+    errand.wait(quiet, look); // also when it tells of none
+    askForThreads(errand, look);
+}
+
+void VXConnectMessages::sendNow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending)
+{
+    errand.setResultOfFailure({});
+    errand.begin(_device.text(u"Sending the message"_s), sendLimit);
+    listen(errand, [this, &errand, sending](const VXConnectMessage &message) { follow(errand, sending, message); });
+    const QVariant address = QVariant::fromValue(VXConnectAddress{.address = sending->message.number});
+    errand.ask({.path = VXConnectNames::path(_phone, u"sms"_s),
+                .interface = VXConnectNames::sms,
+                .method = u"sendSms"_s,
+                .arguments = {QVariantList{address}, sending->message.text, QVariantList(), qint64(-1)}},
+               [&errand](const QDBusMessage &answer) {
+                   if (answer.type() == QDBusMessage::ErrorMessage) // it did not even reach the phone
+                       errand.fail(VXBusErrand::errorOf(answer), {{u"failure"_s, u"later"_s}});
+               });
+}
+
+// There is no receipt: the message is sent once it comes back as one that is.
+void VXConnectMessages::follow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending,
+                               const VXConnectMessage &message)
+{
+    const bool isOurs = message.date > sending->newestBefore && !message.isIncoming() &&
+                        message.body == sending->message.text &&
+                        VXConversationKey(message.number()) == VXConversationKey(sending->message.number);
+    if (!isOurs)
+        return;
+    if (message.type == VXConnectMessage::Sent)
+        errand.succeed();
+    else if (message.type == VXConnectMessage::Failed)
+        errand.fail(VXBusError(_device.text(u"The phone could not send the message."_s)),
+                    {{u"failure"_s, u"refused"_s}});
+    else
+        errand.prolong(); // it is on its way
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "VXBusDevice.h"
+#include "VXConnectMessage.h"
+
+#include <QtCore/QSet>
+
+/**
+ * The messages of a phone, by its daemon's conversations: reads their whole history, sends, and announces what comes in. The
+ * daemon's answers and its news are the same signals; what is newer than all that was there when the phone was connected is
+ * news. Main thread.
+ */
+class VXConnectMessages : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** Both outlive this. */
+    VXConnectMessages(VXBusDevice &device, VXBusQueue &queue);
+
+    /** Which phone it is; none of it while it is null. */
+    void setPhone(const QString &deviceID);
+    /** To be asked after each connection: phones tell of new messages only when they were asked for messages. */
+    void survey();
+
+    // -- Work of actions
+    void read(VXBusErrand &errand);
+    void send(VXBusErrand &errand);
+
+private:
+    using Messages = QHash<VXConnectMessage::Key, VXConnectMessage>;
+    struct Reading;
+    struct Sending;
+
+    void listen(VXBusErrand &errand, const std::function<void(const VXConnectMessage &message)> &heard);
+    void askForThreads(VXBusErrand &errand, const std::function<void()> &then);
+    void askForNewest(VXBusErrand &errand, const std::function<void()> &then);
+    void readNext(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
+    void readLoaded(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, qulonglong count);
+    void finishThread(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
+    void finish(VXBusErrand &errand, const std::shared_ptr<Reading> &reading) const;
+    static QVariantList recordsOf(const Messages &read, const QString &deviceURL);
+    void sendNow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending);
+    void follow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending, const VXConnectMessage &message);
+    void take(const VXConnectMessage &message);
+
+    VXBusDevice &_device;
+    VXBusQueue &_queue;
+    QString _phone;
+    std::optional<qint64> _watermark; // of the messages there were; none before the first survey
+    qint64 _newest = 0;               // date of any message
+    QSet<VXConnectMessage::Key> _told;
+};

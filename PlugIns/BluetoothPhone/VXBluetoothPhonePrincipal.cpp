@@ -1,0 +1,4 @@
+#include "VXBluetoothPhone.h"
+#include "VXPrincipalClass.h"
+
+VX_PRINCIPAL_CLASS(VXBluetoothPhone)

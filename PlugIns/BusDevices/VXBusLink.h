@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+#include <QtDBus/QDBusConnection>
+
+#include <chrono>
+#include <memory>
+
+/**
+ * A connection to a message bus, shared by all who use the same bus, and made again when the bus went away. It is made on
+ * another thread: the main thread, which this belongs to, never waits for a bus.
+ */
+class VXBusLink : public QObject, public std::enable_shared_from_this<VXBusLink>
+{
+    Q_OBJECT
+
+public:
+    using Ptr = std::shared_ptr<VXBusLink>;
+
+    /** `bus` is "session", "system", or an address as D-Bus writes it. The link opens by itself. */
+    static Ptr toBus(const QString &bus);
+    ~VXBusLink() override;
+
+    bool isOpen() const { return _isOpen; }
+    /** While it is open. */
+    QDBusConnection connection() const { return QDBusConnection(_name); }
+    /** Why it is not open, for the user; null while it is, and while it is not known. */
+    const QString &problem() const { return _problem; }
+
+    /** Tries now what it would try again later. */
+    void open();
+
+Q_SIGNALS:
+    void didOpen();
+    /** The bus is gone, or cannot be reached: see `problem`. */
+    void didClose();
+
+private Q_SLOTS:
+    void busWasLost();
+
+private:
+    explicit VXBusLink(const QString &bus);
+    void concludeOpening(const QString &name, const QString &problem);
+    void close(const QString &problem);
+
+    const QString _bus;
+    QString _name; // of the connection
+    QString _problem;
+    QTimer _retry;
+    std::chrono::milliseconds _delay;
+    bool _isOpen = false;
+    bool _isOpening = false;
+};

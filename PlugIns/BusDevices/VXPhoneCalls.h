@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QtCore/QDateTime>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <functional>
+#include <vector>
+
+/**
+ * The calls of one phone, as its service tells of them: makes of that the events of each call, in order and each once, with the keys
+ * of records. A service's name for a call means nothing once the call has ended: the call is told under an identifier of its own.
+ * One thread.
+ */
+class VXPhoneCalls
+{
+public:
+    /** Told of each step: "incoming_call" or "outgoing_call", "ringing", "connected" or "ended", and the call. */
+    using Listener = std::function<void(const QString &event, const QString &step, const QVariantMap &call)>;
+
+    struct Call
+    {
+        QString key; // the service's name for it
+        bool isIncoming = false;
+        QString number; // empty: withheld, or unknown
+        QString identifier = {};
+        QDateTime began = {};
+        QDateTime connected = {}; // null while it rings
+    };
+
+    /** `now` is the clock. */
+    explicit VXPhoneCalls(Listener listener, std::function<QDateTime()> now = QDateTime::currentDateTimeUtc);
+
+    /** It rings, here or there; one that is known may have got its number. */
+    void ring(const QString &key, bool isIncoming, const QString &number);
+    /** Somebody took it. */
+    void connect(const QString &key);
+    /** What is known of a call that is over: all; or that nobody can tell whether it was taken. */
+    enum class End { Known, Unknown };
+    /** It is over; one that is not known is ignored. */
+    void end(const QString &key, End knowledge = End::Known);
+    /** The service or the phone is gone: nothing more will be told of its calls. */
+    void endAll();
+
+    bool isEmpty() const { return _calls.empty(); }
+    bool contains(const QString &key) const;
+    /** What the call is told under; null for one that is not known. */
+    QString identifier(const QString &key) const;
+    /** Keys of those that ring here, or of all; the oldest first. */
+    QStringList keys(bool onlyRingingHere = false) const;
+
+private:
+    void tell(const Call &call, const QString &step, End knowledge = End::Known) const;
+
+    const Listener _listener;
+    const std::function<QDateTime()> _now;
+    std::vector<Call> _calls; // those that go on, the oldest first
+};

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "VXDataPlugin.h"
+#include "VXManagedObjectClass.h"
+#include "VXMetaDataSync.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+/** The base of the stores that ship: each is known by the objects of one entity. Main thread only. */
+class VXStorePlugin : public VXDataPlugin
+{
+public:
+    // Since the first version nothing is derived from other values that was not before.
+    bool copiesRows(int version) const override { return version >= 1; }
+    QString importDescriptionFromStore(VXCoreDataStore &store) override;
+    void pluginWillUnload() override;
+
+protected:
+    /** The entity, and keys of the texts that count its objects: "One call", "%1 calls". */
+    VXStorePlugin(const QString &entityName, const QString &one, const QString &many);
+
+    /** Objects of that entity are of that class until the plugin unloads. */
+    template <typename Class>
+    void registerClass(const QString &entityName)
+    {
+        VXManagedObjectClass::registerClass<Class>(entityName);
+        _classes.append(entityName);
+    }
+    /** Lets the objects of the entity be found until the plugin unloads, unless the user wants no search. */
+    void launchSearch(const QString &modificationDateKey);
+
+private:
+    QString _entityName;
+    QString _one;
+    QString _many;
+    QStringList _classes;        // whose entities have classes of their own
+    VXMetaDataSync::Ptr _search; // null when the user wants none
+};

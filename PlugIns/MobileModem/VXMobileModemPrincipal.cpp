@@ -1,0 +1,4 @@
+#include "VXMobileModem.h"
+#include "VXPrincipalClass.h"
+
+VX_PRINCIPAL_CLASS(VXMobileModem)

@@ -1,0 +1,91 @@
+#include "VXSearchAnswers.h"
+
+#include "VXFramework.h"
+#include "VXMethodLog.h"
+
+#include <QtCore/QLocale>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype mostResults = 20; // desktops show fewer
+constexpr qsizetype longestSubtitle = 120;
+
+QString kindWord(const QString &kind)
+{
+    return kind == "contact"_L1   ? VXLocalizedString(u"Contact"_s)
+           : kind == "message"_L1 ? VXLocalizedString(u"Message"_s)
+           : kind == "call"_L1    ? VXLocalizedString(u"Call"_s)
+                                  : kind;
+}
+
+} // namespace
+
+VXSearchAnswers::VXSearchAnswers(std::function<void(const QString &url)> open, std::chrono::milliseconds idleTime)
+    : _open(std::move(open))
+{
+    _idle.setSingleShot(true);
+    _idle.setInterval(idleTime);
+    _idle.start();
+}
+
+// One that was made anew meanwhile is another file.
+VXSearchIndex *VXSearchAnswers::index()
+{
+    VXError error;
+    if (!_index || !_index->isCurrent())
+        _index = VXSearchIndex::openExisting(&error);
+    if (error)
+        VXLogMethod(VXLogWarning, "index", error.description());
+    return _index.get();
+}
+
+QList<VXFoundObject> VXSearchAnswers::find(const QString &words)
+{
+    VXError error;
+    VXSearchIndex *const index = this->index();
+    const auto found = index == nullptr ? std::nullopt : index->find(words, {}, mostResults, &error);
+    if (error)
+        VXLogMethod(VXLogWarning, "find", error.description());
+    _found.clear();
+    for (const VXFoundObject &object : found.value_or(QList<VXFoundObject>()))
+        _found.insert(object.uri.toString(), object);
+    return found.value_or(QList<VXFoundObject>());
+}
+
+std::optional<VXFoundObject> VXSearchAnswers::object(const QString &id)
+{
+    if (const auto known = _found.constFind(id); known != _found.cend())
+        return *known;
+    VXSearchIndex *const index = this->index();
+    return index == nullptr ? std::nullopt : index->object(QUrl(id), nullptr);
+}
+
+void VXSearchAnswers::open(const QString &id)
+{
+    if (const std::optional<VXFoundObject> known = object(id))
+        _open(known->url().toString());
+}
+
+QString VXSearchAnswers::title(const VXFoundObject &object)
+{
+    return object.title.isEmpty() ? kindWord(object.kind) : object.title;
+}
+
+QString VXSearchAnswers::subtitle(const VXFoundObject &object)
+{
+    QStringList parts{kindWord(object.kind)};
+    if (object.date.isValid())
+        parts.append(QLocale().toString(object.date.toLocalTime(), QLocale::ShortFormat));
+    if (!object.detail.isEmpty())
+        parts.append(object.detail.left(longestSubtitle));
+    return parts.join(u" · "_s);
+}
+
+QString VXSearchAnswers::icon(const VXFoundObject &object)
+{
+    return object.kind == "message"_L1 ? u"mail-message-new"_s
+           : object.kind == "call"_L1  ? u"call-start"_s
+                                       : u"avatar-default"_s;
+}

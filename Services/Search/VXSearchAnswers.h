@@ -1,0 +1,46 @@
+#pragma once
+
+#include "VXSearchIndex.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QTimer>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+/** What the desktops' interfaces have in common: the index, what was found last, and for how long nobody has asked. */
+class VXSearchAnswers
+{
+public:
+    VXSearchAnswers(std::function<void(const QString &url)> open, std::chrono::milliseconds idleTime);
+
+    /** Every call of a desktop's comes by here. */
+    void noteCall() { _idle.start(); }
+    QTimer &idleTimer() { return _idle; }
+
+    /** Empty when nothing is found, and without an index. */
+    QList<VXFoundObject> find(const QString &words);
+    /** The object of an ID, as find() told it (its URI); none for one that is gone. */
+    std::optional<VXFoundObject> object(const QString &id);
+    /** Does nothing with one that is gone. */
+    void open(const QString &id);
+    void openApplication() { _open(QStringLiteral("vxbook:")); }
+
+    /** "message, 31 January 2026": what is told of one beside its name. */
+    static QString subtitle(const VXFoundObject &object);
+    static QString title(const VXFoundObject &object);
+    /** Of the freedesktop.org icon names. */
+    static QString icon(const VXFoundObject &object);
+
+private:
+    VXSearchIndex *index();
+
+    const std::function<void(const QString &url)> _open;
+    std::unique_ptr<VXSearchIndex> _index;
+    QHash<QString, VXFoundObject> _found; // by the last search
+    QTimer _idle;
+};

@@ -1,0 +1,222 @@
+// Contacts and phones that do not take or keep all that they are given.
+
+#include "VXContactHistory.h"
+#include "VXContactRecord.h"
+#include "VXDeviceAction.h"
+#include "VXDevicePlugin.h"
+#include "VXDeviceURL.h"
+#include "VXErrorDomain.h"
+#include "VXPhonebookTest.h"
+
+#include <QtCore/QMap>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
+
+namespace {
+
+/** A phone with one field for the name, and with limits. */
+class DifficultPhone : public VXDevicePlugin
+{
+public:
+    QMap<int, QVariantMap> contacts; // by location
+    int capacity = 100;
+    qsizetype longestName = 100;
+    QString refusedName;
+    bool readsAll = true;
+
+    void offerActions()
+    {
+        registerActionHandler(u"read_contacts"_s, this, &DifficultPhone::read);
+        registerActionHandler(u"write_contact"_s, this, &DifficultPhone::write);
+        registerActionHandler(u"delete_contact"_s, this, &DifficultPhone::remove);
+    }
+
+    QStringList names() const
+    {
+        QStringList names;
+        for (const QVariantMap &contact : contacts)
+            names.append(contact.value(u"name"_s).toString());
+        return names;
+    }
+
+private:
+    void read(VXDeviceAction *action)
+    {
+        QVariantList items;
+        for (auto contact = contacts.cbegin(); contact != contacts.cend(); ++contact)
+            items.append(placed(contact.value(), contact.key()));
+        action->setResult(QVariantMap{{u"items"_s, items}, {u"isComplete"_s, readsAll}});
+        action->conclude();
+    }
+    void write(VXDeviceAction *action)
+    {
+        const VXContactRecord contact(action->object());
+        const int asked = action->object().toMap().value(u"location"_s).toInt();
+        const QString name = contact.displayName();
+        if (name == refusedName)
+            return fail(action, u"The phone refused it."_s);
+        if (asked == 0 && contacts.size() >= capacity)
+            return fail(action, u"The phone is full."_s);
+        const int location = asked != 0 ? asked : contacts.isEmpty() ? 1 : contacts.lastKey() + 1;
+        const QVariantMap made{{u"name"_s, name.left(longestName)}, {u"numbers"_s, contact.map().value(u"numbers"_s)}};
+        contacts.insert(location, made);
+        action->setResult(
+            QVariantMap{{u"memory"_s, u"ME"_s}, {u"location"_s, location}, {u"contact"_s, placed(made, location)}});
+        action->conclude();
+    }
+    void remove(VXDeviceAction *action)
+    {
+        contacts.remove(action->object().toMap().value(u"location"_s).toInt());
+        action->conclude();
+    }
+    static QVariantMap placed(QVariantMap contact, int location)
+    {
+        contact.insert(u"memory"_s, u"ME"_s);
+        contact.insert(u"location"_s, location);
+        return contact;
+    }
+    static void fail(VXDeviceAction *action, const QString &reason)
+    {
+        action->setErrorString(reason);
+        action->conclude();
+    }
+};
+
+} // namespace
+
+class VXDifficultPhoneTest : public VXPhonebookTest
+{
+protected:
+    VXDifficultPhoneTest()
+    {
+        start();
+        phone->initWithURL(url);
+        phone->offerActions();
+        VXDevicePlugin::addDevice(held);
+    }
+    ~VXDifficultPhoneTest() override { VXDevicePlugin::removeDeviceAtURL(url); }
+
+    void add(const QString &firstName, const QString &lastName, const QString &number)
+    {
+        VXManagedObjectContext context(store);
+        addPerson(context, {{u"firstName"_s, firstName}, {u"lastName"_s, lastName}, {u"numbers"_s, number}});
+    }
+    void setNumber(const QString &firstName, const QString &number)
+    {
+        VXManagedObjectContext context(store);
+        const auto numbers = context.executeFetchRequest(request(u"VXPhoneNumber"_s, u"person.firstName"_s, firstName));
+        numbers->first()->setValueForKey(number, u"number"_s);
+        ASSERT_TRUE(context.save());
+    }
+
+    /** "ADDED CHANGED REMOVED CARRIED-OUT" */
+    QString sync()
+    {
+        const auto action = VXDeviceAction::actionWithName(u"sync_contacts"_s);
+        action->setObject(QVariantMap{{u"addsAll"_s, true}});
+        bool isOver = false;
+        action->executeWithDevice(held, [&](VXDeviceAction *) { isOver = true; });
+        EXPECT_TRUE(VXRunUntil([&] { return isOver; }));
+        const QVariantMap result = action->result().toMap();
+        problems = result.value(u"problems"_s).toStringList();
+        error = action->error().localizedDescription();
+        return u"%1 %2 %3 %4"_s.arg(result.value(u"added"_s).toInt())
+            .arg(result.value(u"changed"_s).toInt())
+            .arg(result.value(u"removed"_s).toInt())
+            .arg(result.value(u"carriedOut"_s).toInt());
+    }
+    QStringList here() const
+    {
+        VXManagedObjectContext context(store);
+        const auto found = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
+        QStringList lines;
+        for (const VXManagedObjectPtr &person : *found) {
+            const VXContactRecord contact(QVariant::fromValue(person));
+            lines.append(contact.displayName() + u' ' + contact.numbers.value(0).value);
+        }
+        return lines;
+    }
+
+    const QUrl url = VXMakeDeviceURL({}, u"plugin"_s, u"phone"_s);
+    DifficultPhone *const phone = new DifficultPhone;
+    const VXDevicePlugin::Ptr held = VXDevicePlugin::hold(phone);
+    QStringList problems;
+    QString error;
+
+private:
+    VXFetchRequest request(const QString &entity, const QString &key, const QString &value) const
+    {
+        VXFetchRequest made(*store->model().entityForName(entity));
+        made.predicate = *VXPredicate::predicateWithFormat(key + " == %@"_L1, {value});
+        return made;
+    }
+};
+
+// The rest is done, each failure told, and what is missing there is put there when it can be.
+TEST_F(VXDifficultPhoneTest, WhatIsRefusedOrHasNoRoomStaysHereAndToBeDone)
+{
+    for (const QString &name : {u"Ann"_s, u"Bob"_s, u"Cid"_s, u"Dan"_s})
+        add(name, {}, u"555 010"_s + QString::number(name.front().unicode() - 'A'));
+    const QStringList before = here();
+    phone->capacity = 2;
+    phone->refusedName = u"Ann"_s;
+    EXPECT_EQ(sync(), u"0 0 0 2"_s);
+    EXPECT_EQ(problems.size(), 2);
+    EXPECT_TRUE(problems.contains(u"Ann: The phone refused it."_s)) << problems.join(u' ').toStdString();
+    EXPECT_EQ(problems.filter(u": The phone is full."_s).size(), 1);
+    EXPECT_EQ(error, problems.constFirst());
+    EXPECT_EQ(here(), before);
+    EXPECT_EQ(sync(), u"0 0 0 0"_s); // as before
+    EXPECT_EQ(problems.size(), 2);
+    EXPECT_EQ(here(), before);
+    phone->capacity = 10;
+    phone->refusedName = QString();
+    EXPECT_EQ(sync(), u"0 0 0 2"_s);
+    EXPECT_EQ(error, QString());
+    EXPECT_THAT(phone->names(), UnorderedElementsAre(u"Ann"_s, u"Bob"_s, u"Cid"_s, u"Dan"_s));
+    EXPECT_EQ(sync(), u"0 0 0 0"_s);
+    EXPECT_EQ(here(), before);
+}
+
+TEST_F(VXDifficultPhoneTest, NamesThatThePhoneCutsOffStayWholeHere)
+{
+    phone->longestName = 8;
+    add(u"Alexandra"_s, u"Hamilton"_s, u"555 0100"_s);
+    EXPECT_EQ(sync(), u"0 0 0 1"_s);
+    EXPECT_THAT(phone->names(), ElementsAre(u"Alexandr"_s));
+    EXPECT_EQ(sync(), u"0 0 0 0"_s);
+    phone->contacts[1].insert(u"numbers"_s, QVariantList{QVariantMap{{u"number"_s, u"555 0111"_s}}});
+    EXPECT_EQ(sync(), u"0 1 0 0"_s);
+    EXPECT_THAT(here(), ElementsAre(u"Alexandra Hamilton 555 0111"_s));
+    setNumber(u"Alexandra"_s, u"555 0122"_s);
+    EXPECT_EQ(sync(), u"0 0 0 1"_s);
+    EXPECT_THAT(phone->names(), ElementsAre(u"Alexandr"_s));
+    EXPECT_EQ(phone->contacts[1].value(u"numbers"_s).toList()[0].toMap().value(u"number"_s), u"555 0122"_s);
+    EXPECT_EQ(sync(), u"0 0 0 0"_s);
+    EXPECT_THAT(here(), ElementsAre(u"Alexandra Hamilton 555 0122"_s));
+}
+
+// What is gone from a phone that gave all it has was deleted there; that can be undone.
+TEST_F(VXDifficultPhoneTest, AContactThatThePhoneLosesCanBeBroughtBack)
+{
+    for (const QString &name : {u"Ann"_s, u"Bob"_s, u"Cid"_s})
+        add(name, {}, u"555 010"_s + QString::number(name.front().unicode() - 'A'));
+    const QStringList before = here();
+    EXPECT_EQ(sync(), u"0 0 0 3"_s);
+    const int lost = phone->contacts.firstKey();
+    phone->contacts.remove(lost);
+    phone->readsAll = false; // it may lie where the phone could not be read
+    EXPECT_EQ(sync(), u"0 0 0 0"_s);
+    EXPECT_EQ(here(), before);
+    phone->readsAll = true;
+    EXPECT_EQ(sync(), u"0 0 1 0"_s);
+    EXPECT_EQ(here().size(), 2);
+    const auto undone = VXContactHistory(store).undoLast(false);
+    EXPECT_TRUE(undone && undone->broughtBack == 1);
+    EXPECT_THAT(here(), UnorderedElementsAreArray(before));
+    EXPECT_EQ(sync(), u"0 0 0 1"_s); // it is put there again
+    EXPECT_EQ(phone->contacts.size(), 3);
+}

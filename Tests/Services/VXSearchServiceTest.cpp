@@ -1,0 +1,119 @@
+// The clients are real ones: gdbus as GNOME would ask, busctl as KRunner would.
+
+#include "VXSearchService.h"
+
+#include "VXSearchIndex.h"
+#include "VXTesting.h"
+#include "VXTestProcess.h"
+
+#include <QtCore/QProcess>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+using testing::Not;
+
+class VXSearchServiceTest : public VXHomeTest
+{
+protected:
+    static constexpr std::chrono::milliseconds idleTime{60'000};
+    const QString jane = u"x-coredata://store/vxperson/p1"_s;
+    std::optional<VXTestBus> bus;
+    QStringList opened;
+
+    void SetUp() override
+    {
+        bus.emplace(path(u"bus"_s));
+        ASSERT_FALSE(bus->address().isEmpty()) << "the package dbus is missing";
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path(u"bus"_s).toUtf8());
+        const auto change = [](const QString &name, const QString &kind, const QString &title) {
+            return VXSearchIndex::Change{.name = name + "_MD2.vxperson"_L1,
+                                         .values =
+                                             QVariantMap{{u"kMDItemIdentifier"_s, "store/vxperson/"_L1 + name},
+                                                         {u"kMDItemKind"_s, kind},
+                                                         {u"kMDItemTitle"_s, title},
+                                                         {u"kMDItemPhoneNumbers"_s, QStringList{u"+1 555 0100"_s}},
+                                                         {u"kMDItemDescription"_s, u"See you at eight!"_s}}};
+        };
+        ASSERT_TRUE(VXSearchIndex::open()->apply(
+            u"people"_s, {change(u"p1"_s, u"contact"_s, u"Jane Doe"_s), change(u"p2"_s, u"message"_s, u"Jané"_s)},
+            nullptr));
+    }
+    std::unique_ptr<VXSearchService> makeService(std::chrono::milliseconds time = idleTime)
+    {
+        return std::make_unique<VXSearchService>([this](const QString &url) { opened.append(url); }, time);
+    }
+    /** What the program writes, while this process serves it. */
+    static std::string run(const QString &program, const QStringList &arguments)
+    {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(program, arguments);
+        EXPECT_TRUE(VXRunUntil([&] { return process.state() == QProcess::NotRunning; }));
+        return process.readAll().toStdString();
+    }
+    static std::string gdbus(const QString &method, const QStringList &arguments)
+    {
+        return run(u"gdbus"_s, QStringList{u"call"_s, u"--session"_s, u"--dest"_s, VXSearchService::busName(),
+                                           u"--object-path"_s, VXSearchService::objectPath(), u"--method"_s,
+                                           "org.gnome.Shell.SearchProvider2."_L1 + method} +
+                                   arguments);
+    }
+    static std::string busctl(const QString &method, const QStringList &arguments)
+    {
+        return run(u"busctl"_s, QStringList{u"--user"_s, u"call"_s, VXSearchService::busName(),
+                                            VXSearchService::objectPath(), u"org.kde.krunner1"_s, method} +
+                                    arguments);
+    }
+};
+
+TEST_F(VXSearchServiceTest, AnswersGnome)
+{
+    const auto service = makeService();
+    ASSERT_EQ(service->problem(), QString());
+    EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['jane', 'd']"_s}), "(['x-coredata://store/vxperson/p1'],)\n");
+    EXPECT_EQ(gdbus(u"GetSubsearchResultSet"_s, {u"['"_s + jane + u"']"_s, u"['JANE']"_s}),
+              "(['x-coredata://store/vxperson/p2', 'x-coredata://store/vxperson/p1'],)\n");
+    EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"@as []"_s}), "(@as [],)\n");
+    EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['\" OR *', 'nobody']"_s}), "(@as [],)\n");
+    const std::string metas = gdbus(u"GetResultMetas"_s, {u"['x-coredata://none/vxperson/p9', '"_s + jane + u"']"_s});
+    EXPECT_THAT(metas, HasSubstr("'name': <'Jane Doe'>"));
+    EXPECT_THAT(metas, HasSubstr("'id': <'x-coredata://store/vxperson/p1'>"));
+    EXPECT_THAT(metas, HasSubstr("See you at eight!"));
+    EXPECT_THAT(metas, Not(HasSubstr("p9")));
+    EXPECT_EQ(gdbus(u"ActivateResult"_s, {jane, u"['jane']"_s, u"0"_s}), "()\n");
+    EXPECT_EQ(gdbus(u"ActivateResult"_s, {u"x-coredata://none/vxperson/p9"_s, u"['jane']"_s, u"0"_s}), "()\n");
+    EXPECT_EQ(gdbus(u"LaunchSearch"_s, {u"['jane']"_s, u"0"_s}), "()\n");
+    EXPECT_EQ(opened, (QStringList{u"vxbook://store/vxperson/p1"_s, u"vxbook:"_s}));
+}
+
+TEST_F(VXSearchServiceTest, AnswersKRunner)
+{
+    const auto service = makeService();
+    EXPECT_EQ(busctl(u"Actions"_s, {}), "a(sss) 0\n");
+    const std::string matches = busctl(u"Match"_s, {u"s"_s, u"jane doe"_s});
+    EXPECT_THAT(matches, HasSubstr("a(sssida{sv}) 1 \"x-coredata://store/vxperson/p1\" \"Jane Doe\" "
+                                   "\"avatar-default\" 100 1 1 \"subtext\" s"));
+    EXPECT_EQ(busctl(u"Match"_s, {u"s"_s, u"nobody"_s}), "a(sssida{sv}) 0\n");
+    EXPECT_THAT(busctl(u"Match"_s, {u"s"_s, u"0100"_s}), HasSubstr("a(sssida{sv}) 2 "));
+    busctl(u"Run"_s, {u"ss"_s, jane, QString(u""_s)});
+    EXPECT_EQ(opened, QStringList{u"vxbook://store/vxperson/p1"_s});
+}
+
+TEST_F(VXSearchServiceTest, EndsWhenNobodyAsks)
+{
+    const auto service = makeService(std::chrono::milliseconds(50));
+    bool isIdle = false;
+    QObject::connect(service.get(), &VXSearchService::idle, service.get(), [&] { isIdle = true; });
+    EXPECT_TRUE(VXRunUntil([&] { return isIdle; }));
+    // The name is free for the next one.
+    const auto next = makeService();
+    EXPECT_EQ(next->problem(), QString());
+}
+
+TEST_F(VXSearchServiceTest, TellsThatThereIsNoBus)
+{
+    bus->stop();
+    EXPECT_NE(makeService()->problem(), QString());
+}
