@@ -16,16 +16,19 @@ constexpr int textWidthInCharacters = 44;
 } // namespace
 
 VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QString &text, QWidget *parent)
-    : QWidget(parent), _symbol(symbol), _picture(new QLabel), _title(new VXTextLabel({}, VXTextLabel::Role::Title)),
-      _text(new VXTextLabel({}, VXTextLabel::Role::Secondary)), _button(new QPushButton)
+    : QWidget(parent), _picture(new QLabel), _title(new VXTextLabel({}, VXTextLabel::Role::Title)),
+      _text(new VXTextLabel({}, VXTextLabel::Role::Secondary)), _button(new QPushButton), _secondButton(new QPushButton)
 {
     for (VXTextLabel *const label : {_title, _text}) {
         label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
         label->setTextWidth(fontMetrics().averageCharWidth() * textWidthInCharacters);
     }
-    _button->hide();
     _button->setDefault(true);
     connect(_button, &QPushButton::clicked, this, &VXEmptyState::actionWanted);
+    connect(_secondButton, &QPushButton::clicked, this, &VXEmptyState::secondActionWanted);
+    auto *const buttons = new QHBoxLayout;
+    buttons->addWidget(_button);
+    buttons->addWidget(_secondButton);
     auto *const column = new QVBoxLayout(this);
     column->setSpacing(8);
     column->addStretch(2);
@@ -34,24 +37,32 @@ VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QS
     column->addWidget(_title, 0, Qt::AlignHCenter);
     column->addWidget(_text, 0, Qt::AlignHCenter);
     column->addSpacing(8);
-    column->addWidget(_button, 0, Qt::AlignHCenter);
+    column->addLayout(buttons);
+    column->setAlignment(buttons, Qt::AlignHCenter);
     column->addStretch(3);
-    setTexts(title, text);
-    updateSymbol();
+    setContents(symbol, title, text);
 }
 
 VXEmptyState::~VXEmptyState() = default;
 
 void VXEmptyState::setTexts(const QString &title, const QString &text)
 {
-    const int width = _title->width();
     _title->setText(title);
     _text->setText(text);
-    for (VXTextLabel *const label : {_title, _text})
-        label->setTextWidth(width);
     _text->setVisible(!text.isEmpty());
     setAccessibleName(title);
     setAccessibleDescription(text);
+}
+
+void VXEmptyState::setContents(const QString &symbol, const QString &title, const QString &text, const QString &action,
+                               const QString &secondAction)
+{
+    _symbol = symbol;
+    updateSymbol();
+    setTexts(title, text);
+    setActionTitle(action);
+    _secondButton->setText(secondAction);
+    _secondButton->setVisible(!secondAction.isEmpty());
 }
 
 void VXEmptyState::setActionTitle(const QString &title)

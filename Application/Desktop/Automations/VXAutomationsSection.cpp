@@ -4,12 +4,12 @@
 #include "VXDateText.h"
 #include "VXDesktopText.h"
 #include "VXDesktopWork.h"
+#include "VXEmptyState.h"
 #include "VXEventHistory.h"
 #include "VXEventManager.h"
 #include "VXHistoryText.h"
 #include "VXListPane.h"
 #include "VXNoticeBar.h"
-#include "VXPlaceholder.h"
 #include "VXReactionEditor.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
@@ -56,7 +56,7 @@ VXListRow rowOf(const VXTrigger &trigger)
     }
     VXRowContents contents;
     contents.title = trigger.title();
-    contents.detail = QStringList{event.isEmpty() ? trigger.eventName() : event, reactors.join(", "_L1)}.join(" → "_L1);
+    contents.detail = QStringList{event.isEmpty() ? trigger.eventName() : event, reactors.join(", "_L1)}.join(u" → "_s);
     contents.icon = u"bolt"_s;
     contents.isQuiet = !trigger.isEnabled();
     contents.iconTone = !problem.isNull()     ? VXRowContents::Tone::Warning
@@ -106,7 +106,7 @@ VXAutomationsSection::VXAutomationsSection(QWidget *parent)
     : VXSection(u"automations"_s, VXText("Automations"), u"bolt"_s, parent),
       _pane(new VXListPane(VXText("Search automations"), VXText("Automations"), this)), _chips(new QButtonGroup(this)),
       _model(new QStandardItemModel(this)), _detail(new QStackedWidget(this)), _editor(new VXTriggerEditor(this)),
-      _nothing(new VXPlaceholder(this)), _eventTitle(new VXTextLabel({}, VXTextLabel::Role::Headline)),
+      _nothing(new VXEmptyState({}, {}, {}, this)), _eventTitle(new VXTextLabel({}, VXTextLabel::Role::Headline)),
       _eventDate(new VXTextLabel({}, VXTextLabel::Role::Secondary)),
       _eventWhy(new VXTextLabel({}, VXTextLabel::Role::Body)),
       _again(new QPushButton(VXSymbol::named(u"play"_s), VXText("Run it again")))
@@ -147,8 +147,8 @@ VXAutomationsSection::VXAutomationsSection(QWidget *parent)
     connect(_pane, &VXListPane::chosen, this, &VXAutomationsSection::show);
     connect(_pane, &VXListPane::searchDidChange, this, &VXAutomationsSection::update);
     connect(_pane, &VXListPane::activated, this, &VXAutomationsSection::edit);
-    connect(_pane->placeholder(), &VXPlaceholder::buttonClicked, this, &VXAutomationsSection::makeNew);
-    connect(_pane->placeholder(), &VXPlaceholder::secondButtonClicked, this, [this] {
+    connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXAutomationsSection::makeNew);
+    connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, [this] {
         startFrom({VXText("Tell me of missed calls"),
                    u"incoming_call"_s,
                    u"isMissed == TRUE"_s,
@@ -258,12 +258,12 @@ void VXAutomationsSection::updateTriggers()
     }
     fill(*_model, rows, _pane->search()->searchText());
     if (rows.isEmpty()) {
-        _pane->placeholder()->setTexts(u"bolt"_s, VXText("No automations yet"),
-                                       VXText("Have something done by itself when a call or a message comes."),
-                                       VXText("Make one"), VXText("Start with “missed calls”"));
-        _nothing->setTexts(u"bolt"_s, VXText("When something happens, if you want, then do it"), {});
+        _pane->placeholder()->setContents(u"bolt"_s, VXText("No automations yet"),
+                                          VXText("Have something done by itself when a call or a message comes."),
+                                          VXText("Make one"), VXText("Start with “missed calls”"));
+        _nothing->setContents(u"bolt"_s, VXText("When something happens, if you want, then do it"), {});
     } else {
-        _pane->placeholder()->setTexts(u"search"_s, VXText("Nothing found"), {});
+        _pane->placeholder()->setContents(u"search"_s, VXText("Nothing found"), {});
     }
 }
 
@@ -274,9 +274,9 @@ void VXAutomationsSection::updateHistory()
     for (auto record = records.crbegin(); record != records.crend() && rows.size() < mostEvents; ++record)
         rows.append(VXRowOfEvent(*record));
     fill(*_model, rows, _pane->search()->searchText());
-    _pane->placeholder()->setTexts(u"clock"_s, VXText("Nothing has happened yet"),
-                                   VXText("Calls and messages show here, with what came of them and why."));
-    _nothing->setTexts(u"clock"_s, VXText("No event chosen"), {});
+    _pane->placeholder()->setContents(u"clock"_s, VXText("Nothing has happened yet"),
+                                      VXText("Calls and messages show here, with what came of them and why."));
+    _nothing->setContents(u"clock"_s, VXText("No event chosen"), {});
 }
 
 void VXAutomationsSection::show(int row)
@@ -440,7 +440,7 @@ void VXAutomationsSection::showRecord(const QString &identifier)
     _eventTitle->setText(VXTitleOfEvent(*_event));
     QStringList about{VXTextOfDate(_event->date), _event->who};
     about.removeAll(QString());
-    _eventDate->setText(about.join(" · "_L1));
+    _eventDate->setText(about.join(u" · "_s));
     _eventWhy->setText(VXWhyOfEvent(*_event).join(u'\n'));
     _again->setVisible(!_event->object.isEmpty());
 }

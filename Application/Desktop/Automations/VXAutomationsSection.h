@@ -12,7 +12,7 @@ class QButtonGroup;
 class QFileSystemWatcher;
 class QPushButton;
 class QStackedWidget;
-class VXPlaceholder;
+class VXEmptyState;
 class VXListPane;
 class VXStoreWatch;
 class VXTextLabel;
@@ -55,7 +55,7 @@ private:
     QStandardItemModel *_model;
     QStackedWidget *_detail;
     VXTriggerEditor *_editor;
-    VXPlaceholder *_nothing;
+    VXEmptyState *_nothing;
     VXTextLabel *_eventTitle;
     VXTextLabel *_eventDate;
     VXTextLabel *_eventWhy;

@@ -10,6 +10,7 @@
 #include "VXDesktopText.h"
 #include "VXDesktopWork.h"
 #include "VXDeviceTransformer.h"
+#include "VXEmptyState.h"
 #include "VXListPane.h"
 #include "VXManagedObjectContext.h"
 #include "VXMessageText.h"
@@ -18,7 +19,6 @@
 #include "VXPhonebookRecord.h"
 #include "VXPhonebookString.h"
 #include "VXPhoneNumberFormat.h"
-#include "VXPlaceholder.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
 #include "VXSplitView.h"
@@ -118,7 +118,10 @@ public:
         names->addSpacing(4);
         names->addLayout(buttons);
         names->addStretch();
-        auto *const head = new QHBoxLayout;
+        auto *const top = new QWidget;
+        top->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
+        auto *const head = new QHBoxLayout(top);
+        head->setContentsMargins(0, 0, 0, 0);
         head->setSpacing(18);
         head->addWidget(_avatar);
         head->addLayout(names, 1);
@@ -127,7 +130,7 @@ public:
         auto *const column = new QVBoxLayout(middle);
         column->setContentsMargins(16, 20, 16, 24);
         column->setSpacing(16);
-        column->addLayout(head);
+        column->addWidget(top);
         column->addWidget(card);
         column->addStretch();
         auto *const sides = new QHBoxLayout(this);
@@ -193,8 +196,8 @@ VXCallsSection::VXCallsSection(QWidget *parent)
     connect(_pane, &VXListPane::searchDidChange, this, &VXCallsSection::showList);
     connect(_pane, &VXListPane::chosen, this, &VXCallsSection::showCall);
     connect(_pane, &VXListPane::activated, this, [this] { Q_EMIT wantsCall(chosenNumber()); });
-    connect(_pane->placeholder(), &VXPlaceholder::buttonClicked, this, &VXSection::wantsSync);
-    connect(_pane->placeholder(), &VXPlaceholder::secondButtonClicked, this, &VXCallsSection::importItems);
+    connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXSection::wantsSync);
+    connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXCallsSection::importItems);
     connect(_model, &VXStoreListModel::didRead, this, &VXCallsSection::listWasRead);
     connect(_model, &VXStoreListModel::dataChanged, this, [this] { showCall(_pane->list()->currentIndex().row()); });
     const auto onKeys = [this](const QKeySequence &keys, const std::function<void()> &perform) {
@@ -249,11 +252,11 @@ void VXCallsSection::listWasRead()
     const bool isEmpty = _model->rowCount() == 0;
     const bool isAll = _chips->checkedId() == int(Kind::All) && _pane->search()->searchText().isEmpty();
     if (isAll)
-        _pane->placeholder()->setTexts(u"call"_s, VXText("No calls yet"),
-                                       VXText("Sync a phone to see its calls here, or import a table."),
-                                       VXText("Sync a phone"), VXText("Import…"));
+        _pane->placeholder()->setContents(u"call"_s, VXText("No calls yet"),
+                                          VXText("Sync a phone to see its calls here, or import a table."),
+                                          VXText("Sync a phone"), VXText("Import…"));
     else
-        _pane->placeholder()->setTexts(u"search"_s, VXText("No such calls"), {});
+        _pane->placeholder()->setContents(u"search"_s, VXText("No such calls"), {});
     _pane->setIsEmpty(isEmpty);
     _detail->setVisible(!isEmpty);
     if (!isEmpty && !_pane->list()->currentIndex().isValid())
@@ -276,7 +279,7 @@ void VXCallsSection::showCall(int row)
 QString VXCallsSection::chosenParty() const
 {
     const QVariant value = _pane->list()->currentIndex().data(VXStoreListModel::ValueRole);
-    return VXDisplayStringForContacts(value.value<VXRowContents>().data.value<ShownCall>().call.otherParty());
+    return value.value<VXRowContents>().data.value<ShownCall>().call.otherParty();
 }
 
 QString VXCallsSection::chosenNumber() const

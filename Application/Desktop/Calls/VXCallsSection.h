@@ -6,7 +6,7 @@
 #include <memory>
 
 class QButtonGroup;
-class VXPlaceholder;
+class VXEmptyState;
 class VXListPane;
 class VXStoreListModel;
 class VXStoreWatch;

@@ -111,6 +111,7 @@ void VXContactCard::setContact(const VXContactRecord &contact)
 QWidget *VXContactCard::makeHead(const VXContactRecord &contact)
 {
     auto *const head = new QWidget;
+    head->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     auto *const row = new QHBoxLayout(head);
     row->setContentsMargins(4, 0, 4, 0);
     row->setSpacing(18);
@@ -127,7 +128,7 @@ QWidget *VXContactCard::makeHead(const VXContactRecord &contact)
     if (!contact.nickname.isEmpty() && contact.nickname != name)
         about.prepend(u"“%1”"_s.arg(contact.nickname));
     if (!about.isEmpty())
-        column->addWidget(new VXTextLabel(about.join(" · "_L1), VXTextLabel::Role::Secondary));
+        column->addWidget(new VXTextLabel(about.join(u" · "_s), VXTextLabel::Role::Secondary));
     auto *const buttons = new QHBoxLayout;
     if (!contact.numbers.isEmpty()) {
         const QString first = contact.numbers.constFirst().value;

@@ -12,13 +12,13 @@
 #include "VXDesktopText.h"
 #include "VXDesktopWork.h"
 #include "VXEmailAddress.h"
+#include "VXEmptyState.h"
 #include "VXErrorDomain.h"
 #include "VXListPane.h"
 #include "VXManagedObjectContext.h"
 #include "VXNoticeBar.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
-#include "VXPlaceholder.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
 #include "VXSplitView.h"
@@ -38,13 +38,13 @@ VXContactsSection::VXContactsSection(QWidget *parent)
       _coordinator(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s)),
       _model(new VXStoreListModel(this)), _pane(new VXListPane(VXText("Search contacts"), VXText("Contacts"), this)),
       _group(new QComboBox(this)), _detail(new QStackedWidget(this)), _card(new VXContactCard(this)),
-      _form(new VXContactForm(this)), _nothing(new VXPlaceholder(this))
+      _form(new VXContactForm(this)), _nothing(new VXEmptyState({}, {}, {}, this))
 {
     _group->setAccessibleName(VXText("Group"));
     _pane->secondRow()->addWidget(_group, 1);
     _pane->setModel(_model);
-    _nothing->setTexts(u"person"_s, VXText("No contact chosen"),
-                       VXText("Choose one from the list, or make a new one."));
+    _nothing->setContents(u"person"_s, VXText("No contact chosen"),
+                          VXText("Choose one from the list, or make a new one."));
     for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _card, _form})
         _detail->addWidget(page);
     auto *const split = new VXSplitView(Qt::Horizontal, this);
@@ -63,8 +63,8 @@ VXContactsSection::VXContactsSection(QWidget *parent)
             show(_model->objectIDAt(row));
     });
     connect(_pane, &VXListPane::activated, this, &VXContactsSection::edit);
-    connect(_pane->placeholder(), &VXPlaceholder::buttonClicked, this, &VXContactsSection::importItems);
-    connect(_pane->placeholder(), &VXPlaceholder::secondButtonClicked, this, &VXContactsSection::makeNew);
+    connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXContactsSection::importItems);
+    connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXContactsSection::makeNew);
     connect(_group, &QComboBox::activated, this, &VXContactsSection::showList);
     connect(_model, &VXStoreListModel::didRead, this, &VXContactsSection::listWasRead);
     connect(_model, &VXStoreListModel::dataChanged, this, [this] {
@@ -132,12 +132,12 @@ void VXContactsSection::listWasRead()
     const int count = _model->rowCount();
     const bool isSearched = !_pane->search()->searchText().isEmpty();
     if (count == 0 && isSearched)
-        _pane->placeholder()->setTexts(u"search"_s, VXText("Nobody found"),
-                                       VXText("No contact has a name, number or address that begins so."));
+        _pane->placeholder()->setContents(u"search"_s, VXText("Nobody found"),
+                                          VXText("No contact has a name, number or address that begins so."));
     else if (count == 0)
-        _pane->placeholder()->setTexts(u"people"_s, VXText("No contacts yet"),
-                                       VXText("Import a vCard file, sync a phone, or make the first one."),
-                                       VXText("Import…"), VXText("New contact"));
+        _pane->placeholder()->setContents(u"people"_s, VXText("No contacts yet"),
+                                          VXText("Import a vCard file, sync a phone, or make the first one."),
+                                          VXText("Import…"), VXText("New contact"));
     _pane->setIsEmpty(count == 0);
     _pane->search()->setResultCount(isSearched ? std::optional<qint64>(count) : std::nullopt);
     if (count == 0 && !_edited) {
@@ -179,10 +179,10 @@ void VXContactsSection::showCard()
     }
     _detail->setCurrentWidget(contact ? static_cast<QWidget *>(_card) : _nothing);
     if (isEmpty())
-        _nothing->setTexts(u"person"_s, VXText("Your phonebook is empty"), {});
+        _nothing->setContents(u"person"_s, VXText("Your phonebook is empty"), {});
     else
-        _nothing->setTexts(u"person"_s, VXText("No contact chosen"),
-                           VXText("Choose one from the list, or make a new one."));
+        _nothing->setContents(u"person"_s, VXText("No contact chosen"),
+                              VXText("Choose one from the list, or make a new one."));
 }
 
 void VXContactsSection::find()

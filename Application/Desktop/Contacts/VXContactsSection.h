@@ -12,7 +12,7 @@ class QComboBox;
 class QStackedWidget;
 class VXContactCard;
 class VXContactForm;
-class VXPlaceholder;
+class VXEmptyState;
 class VXListPane;
 class VXStoreListModel;
 class VXStoreWatch;
@@ -65,7 +65,7 @@ private:
     QStackedWidget *_detail;
     VXContactCard *_card;
     VXContactForm *_form;
-    VXPlaceholder *_nothing;
+    VXEmptyState *_nothing;
     std::unique_ptr<VXStoreWatch> _watch;
     VXManagedObjectID _shown;
     VXManagedObjectID _onCard; // what the card was made of

@@ -1,6 +1,7 @@
 #include "VXConversationList.h"
 
 #include "MessageDataConstants.h"
+#include "VXDesktopText.h"
 #include "VXMessageText.h"
 #include "VXRowDelegate.h"
 #include "VXStoreListModel.h"
@@ -57,10 +58,38 @@ public:
             row.objectID = message->objectID();
             rows.append(row);
         }
+        addUnread(rows, known);
         return rows;
     }
 
 private:
+    // The newest message of a conversation may be one's own.
+    void addUnread(QList<VXListRow> &rows, const QSet<QString> &conversations)
+    {
+        VXFetchRequest request(*_store.coordinator()->model().entityForName(VXMessageStore::entityName));
+        request.predicate = VXPredicate::allOf(
+            {compare(u"conversation"_s, Operator::In, QVariantList(conversations.cbegin(), conversations.cend())),
+             compare(u"state"_s, Operator::Equal, int(VXMessageRecord::State::Unread)),
+             compare(u"pending"_s, Operator::NotEqual, int(VXPendingChange::Remove))});
+        QHash<QString, int> unread;
+        const auto found = _context.executeFetchRequest(request);
+        if (!found)
+            return;
+        for (const VXManagedObjectPtr &message : *found)
+            ++unread[message->valueForKey(u"conversation"_s).toString()];
+        for (VXListRow &row : rows) {
+            const int count = unread.value(conversationOf(row));
+            if (count == 0)
+                continue;
+            auto contents = row.value.value<VXRowContents>();
+            contents.isStrong = true;
+            contents.mark = QLocale().toString(count);
+            contents.markTone = VXRowContents::Tone::Accent;
+            row.value = QVariant::fromValue(contents);
+            row.text = VXText("%1 unread", "%1 unread", count) + u", "_s + row.text;
+        }
+    }
+
     static QDateTime dateOf(const VXManagedObjectPtr &message) { return message->valueForKey(u"date"_s).toDateTime(); }
 
     void addFolder(const VXManagedObjectPtr &folder, qsizetype wanted, QList<VXManagedObjectPtr> *found, bool *isAll)

@@ -7,12 +7,12 @@
 #include "VXConversationModel.h"
 #include "VXDesktopText.h"
 #include "VXDevicePlugin.h"
+#include "VXEmptyState.h"
 #include "VXPhonebookList.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
 #include "VXPhonebookTokenField.h"
 #include "VXPhoneNumberFormat.h"
-#include "VXPlaceholder.h"
 #include "VXSection.h"
 #include "VXSymbol.h"
 #include "VXTextLabel.h"
@@ -35,7 +35,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
       _name(new VXTextLabel({}, VXTextLabel::Role::Title, this)),
       _about(new VXTextLabel({}, VXTextLabel::Role::Caption, this)), _newHead(new QWidget(this)),
       _to(new VXPhonebookTokenField(this)), _list(new QListView(this)), _composer(new VXComposer(this)),
-      _nothing(new VXPlaceholder(this))
+      _nothing(new VXEmptyState({}, {}, {}, this))
 {
     auto *const headRow = new QHBoxLayout(_head);
     headRow->setContentsMargins(16, 10, 12, 10);
@@ -75,8 +75,8 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
     _list->setResizeMode(QListView::Adjust);
     _list->setFrameShape(QFrame::NoFrame);
     _list->setContextMenuPolicy(Qt::CustomContextMenu);
-    _nothing->setTexts(u"message"_s, VXText("No conversation chosen"),
-                       VXText("Choose one from the list, or write a new message."));
+    _nothing->setContents(u"message"_s, VXText("No conversation chosen"),
+                          VXText("Choose one from the list, or write a new message."));
 
     auto *const page = new QWidget(this);
     auto *const column = new QVBoxLayout(page);
@@ -145,8 +145,8 @@ void VXConversationView::setParty(const QString &party, const QStringList &conve
     _isAtEnd = true;
     _head->show();
     _newHead->hide();
-    const QString names = VXNamesOf(party);
-    _name->setText(names.isEmpty() ? VXText("Unknown") : names);
+    const QString names = VXWhoOf(party);
+    _name->setText(names);
     _avatar->setPerson(names, VXPhonebookManager::sharedPhonebookManager().imageForPhonebookString(party));
     QString number;
     const bool hasNumber = VXPhonebookStringSplit(VXUnpackPhonebookStrings(party, true).value(0), nullptr, &number);

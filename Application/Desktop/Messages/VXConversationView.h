@@ -9,7 +9,7 @@ class QStackedWidget;
 class VXAvatar;
 class VXComposer;
 class VXConversationModel;
-class VXPlaceholder;
+class VXEmptyState;
 class VXPhonebookTokenField;
 class VXTextLabel;
 
@@ -62,7 +62,7 @@ private:
     VXPhonebookTokenField *_to;
     QListView *_list;
     VXComposer *_composer;
-    VXPlaceholder *_nothing;
+    VXEmptyState *_nothing;
     QString _party;
     bool _isNew = false;
     bool _isAtEnd = true;

@@ -25,14 +25,18 @@ QString VXNamesOf(const QString &phonebookStrings)
     return names.join(", "_L1);
 }
 
+QString VXWhoOf(const QString &phonebookStrings)
+{
+    const QString names = VXNamesOf(VXDisplayStringForContacts(phonebookStrings));
+    return names.isEmpty() ? VXText("Unknown") : names;
+}
+
 VXShownMessage VXShowMessage(const VXManagedObjectPtr &message)
 {
     VXShownMessage shown;
     shown.message = VXMessageRecord(QVariant::fromValue(message));
     shown.conversation = message->valueForKey(u"conversation"_s).toString();
-    shown.who = VXNamesOf(VXDisplayStringForContacts(shown.message.otherParty()));
-    if (shown.who.isEmpty())
-        shown.who = VXText("Unknown");
+    shown.who = VXWhoOf(shown.message.otherParty());
     return shown;
 }
 

@@ -25,3 +25,5 @@ Q_DECLARE_METATYPE(VXShownMessage)
 [[nodiscard]] VXListRow VXRowOfMessage(const VXManagedObjectPtr &message);
 /** The name alone of what people call somebody: "Jane Doe" of "Jane Doe <+1 555 0100>", of several all; else the number. */
 [[nodiscard]] QString VXNamesOf(const QString &phonebookStrings);
+/** The same by the phonebook's names; "Unknown" of nobody. Any thread. */
+[[nodiscard]] QString VXWhoOf(const QString &phonebookStrings);

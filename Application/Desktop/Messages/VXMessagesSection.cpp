@@ -11,6 +11,7 @@
 #include "VXDesktopText.h"
 #include "VXDesktopWork.h"
 #include "VXDeviceTransformer.h"
+#include "VXEmptyState.h"
 #include "VXListPane.h"
 #include "VXMessageImport.h"
 #include "VXMessageText.h"
@@ -19,7 +20,6 @@
 #include "VXOutgoingMessage.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookRecord.h"
-#include "VXPlaceholder.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
 #include "VXSplitView.h"
@@ -50,11 +50,6 @@ QString titleOfFolder(const VXManagedObjectPtr &folder)
     return phone.isEmpty() ? title : phone;
 }
 
-QString conversationOf(const QVariant &value)
-{
-    return value.value<VXRowContents>().data.value<VXShownMessage>().conversation;
-}
-
 // Those of all numbers and addresses of the contact behind the party, the party's own first.
 QStringList conversationsWith(const QString &party)
 {
@@ -80,9 +75,9 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
     column->setContentsMargins(0, 0, 0, 0);
     if (!_store) {
         _pane->hide();
-        auto *const nothing = new VXPlaceholder(this);
-        nothing->setTexts(u"warning"_s, VXText("The messages cannot be read"),
-                          VXText("The log tells why their store could not be opened."));
+        auto *const nothing = new VXEmptyState({}, {}, {}, this);
+        nothing->setContents(u"warning"_s, VXText("The messages cannot be read"),
+                             VXText("The log tells why their store could not be opened."));
         column->addWidget(nothing);
         return;
     }
@@ -106,8 +101,8 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
     });
     connect(_pane, &VXListPane::chosen, this, &VXMessagesSection::showRow);
     connect(_pane, &VXListPane::activated, this, [this] { _view->focusText(); });
-    connect(_pane->placeholder(), &VXPlaceholder::buttonClicked, this, &VXMessagesSection::makeNew);
-    connect(_pane->placeholder(), &VXPlaceholder::secondButtonClicked, this, &VXMessagesSection::importItems);
+    connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXMessagesSection::makeNew);
+    connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXMessagesSection::importItems);
     connect(_folder, &QComboBox::activated, this, &VXMessagesSection::showFolder);
     connect(_conversations, &VXConversationList::didRead, this, [this] {
         if (_folder->currentIndex() == 0)
@@ -201,13 +196,13 @@ void VXMessagesSection::listWasRead(int count)
 {
     const bool isSearched = !_pane->search()->searchText().isEmpty();
     if (isSearched)
-        _pane->placeholder()->setTexts(u"search"_s, VXText("Nothing found"), VXText("No message has that in it."));
+        _pane->placeholder()->setContents(u"search"_s, VXText("Nothing found"), VXText("No message has that in it."));
     else if (_folder->currentIndex() <= 0)
-        _pane->placeholder()->setTexts(u"message"_s, VXText("No messages yet"),
-                                       VXText("Sync a phone, import a backup, or write the first one."),
-                                       VXText("Write the first"), VXText("Import…"));
+        _pane->placeholder()->setContents(u"message"_s, VXText("No messages yet"),
+                                          VXText("Sync a phone, import a backup, or write the first one."),
+                                          VXText("Write the first"), VXText("Import…"));
     else
-        _pane->placeholder()->setTexts(u"inbox"_s, VXText("This folder is empty"), {});
+        _pane->placeholder()->setContents(u"inbox"_s, VXText("This folder is empty"), {});
     _pane->setIsEmpty(count == 0 && !(_folder->currentIndex() <= 0 && _conversations->isReading()));
     if (count == 0 && !_view->isNew())
         _view->setNone();
@@ -223,12 +218,19 @@ void VXMessagesSection::showRow(int row)
     if (!value.isValid())
         return;
     const VXShownMessage shown = value.value<VXRowContents>().data.value<VXShownMessage>();
-    const QString party = VXDisplayStringForContacts(shown.message.otherParty());
-    const QStringList keys = conversationsWith(shown.message.otherParty());
+    const QString party = shown.message.otherParty();
+    const QStringList keys = conversationsWith(party);
     _shownConversation = shown.conversation;
-    _view->setParty(party.isEmpty() ? shown.who : party, keys);
+    _view->setParty(party, keys);
     if (isVisible())
         markAsRead(keys);
+}
+
+void VXMessagesSection::showEvent(QShowEvent *event)
+{
+    VXSection::showEvent(event);
+    if (const QModelIndex index = _pane->list()->currentIndex(); index.isValid() && !_view->isNew())
+        showRow(index.row());
 }
 
 bool VXMessagesSection::change(const std::function<void(VXManagedObjectContext &)> &work)
@@ -321,14 +323,14 @@ void VXMessagesSection::send(const QStringList &receivers, const QString &text)
         }
     }
     if (!failed.isEmpty()) {
-        notices().showProblem(VXText("Not sent to %1: %2").arg(VXNamesOf(failed.join(", "_L1)), reason));
+        notices().showProblem(VXText("Not sent to %1: %2").arg(VXWhoOf(failed.join(", "_L1)), reason));
         return;
     }
     _view->composer().setText({});
     Q_EMIT _view->composer().textDidChange();
     if (_view->isNew()) {
         _shownConversation = VXConversationKey(receivers.constFirst());
-        _view->setParty(VXDisplayStringForContacts(receivers.constFirst()), conversationsWith(receivers.constFirst()));
+        _view->setParty(receivers.constFirst(), conversationsWith(receivers.constFirst()));
     }
     _view->focusText();
 }

@@ -35,6 +35,9 @@ public:
     void exportItems() override;
     void importItems() override;
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     void updateFolders();
     void updateBadge();

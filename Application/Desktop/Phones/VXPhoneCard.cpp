@@ -63,7 +63,7 @@ VXPhoneCard::VXPhoneCard(const QUrl &url, QWidget *parent)
       _button(new QPushButton(this))
 {
     setProperty("vxSurface", u"card"_s);
-    _icon->setPixmap(VXSymbol::named(u"phone"_s, VXSymbol::Tone::Accent).pixmap(36, 36));
+    updateIcon();
     _bar->setTextVisible(false);
     auto *const more = new QToolButton(this);
     more->setIcon(VXSymbol::named(u"more"_s, VXSymbol::Tone::Quiet));
@@ -92,6 +92,18 @@ VXPhoneCard::~VXPhoneCard()
 {
     if (_sync != nullptr)
         _sync->stop();
+}
+
+void VXPhoneCard::updateIcon()
+{
+    _icon->setPixmap(VXSymbol::named(u"phone"_s, VXSymbol::Tone::Accent).pixmap({36, 36}, devicePixelRatioF()));
+}
+
+void VXPhoneCard::changeEvent(QEvent *event)
+{
+    QFrame::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        updateIcon();
 }
 
 void VXPhoneCard::update()
@@ -123,7 +135,7 @@ QString VXPhoneCard::facts(const VXDevicePlugin &device) const
         if (const QString text = property.transformedValue().toString(); !text.isEmpty())
             facts.append(u"%1 %2"_s.arg(property.title(), text));
     }
-    return facts.join(" · "_L1);
+    return facts.join(u" · "_s);
 }
 
 void VXPhoneCard::showState()
@@ -173,7 +185,7 @@ void VXPhoneCard::showProgress()
         return;
     QStringList texts{activity ? activity->title() : VXText("Syncing"), activity ? activity->subtitle() : QString()};
     texts.removeAll(QString());
-    _working->setText(texts.join(" — "_L1));
+    _working->setText(texts.join(u" — "_s));
     const int maximum = activity ? int(activity->maxValue()) : 0;
     _bar->setRange(0, maximum);
     _bar->setValue(activity ? int(activity->doubleValue()) : 0);

@@ -29,7 +29,11 @@ Q_SIGNALS:
     void wantsSettings(const QUrl &url);
     void didSync(const QUrl &url, const QStringList &problems, bool wasStopped);
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
+    void updateIcon();
     void showState();
     void showProgress();
     void showMenu();

@@ -6,10 +6,10 @@
 #include "VXDeviceRegistry.h"
 #include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
+#include "VXEmptyState.h"
 #include "VXNoticeBar.h"
 #include "VXPhoneCard.h"
 #include "VXPhoneDialog.h"
-#include "VXPlaceholder.h"
 #include "VXSymbol.h"
 #include "VXTextLabel.h"
 
@@ -22,12 +22,13 @@ using namespace Qt::StringLiterals;
 
 VXPhonesSection::VXPhonesSection(QWidget *parent)
     : VXSection(u"phones"_s, VXText("Phones"), u"phone"_s, parent), _column(new QVBoxLayout),
-      _stack(new QStackedWidget(this)), _nothing(new VXPlaceholder(this))
+      _stack(new QStackedWidget(this)), _nothing(new VXEmptyState({}, {}, {}, this))
 {
-    _nothing->setTexts(u"phone-plus"_s, VXText("No phone yet"),
-                       VXText("Connect a phone by cable or Bluetooth to keep its contacts, messages and calls here."),
-                       VXText("Add a phone…"));
-    connect(_nothing, &VXPlaceholder::buttonClicked, this, &VXPhonesSection::makeNew);
+    _nothing->setContents(
+        u"phone-plus"_s, VXText("No phone yet"),
+        VXText("Connect a phone by cable or Bluetooth to keep its contacts, messages and calls here."),
+        VXText("Add a phone…"));
+    connect(_nothing, &VXEmptyState::actionWanted, this, &VXPhonesSection::makeNew);
     auto *const head = new QHBoxLayout;
     auto *const add = new QPushButton(VXSymbol::named(u"phone-plus"_s), VXText("Add a phone…"));
     head->addWidget(new VXTextLabel(VXText("Phones"), VXTextLabel::Role::Headline), 1);

@@ -6,7 +6,7 @@
 
 class QStackedWidget;
 class QVBoxLayout;
-class VXPlaceholder;
+class VXEmptyState;
 class VXPhoneCard;
 
 /** The phones that are known: how each is, when it was synced, and what it does just now. */
@@ -30,5 +30,5 @@ private:
     QList<VXPhoneCard *> _cards;
     QVBoxLayout *_column;
     QStackedWidget *_stack;
-    VXPlaceholder *_nothing;
+    VXEmptyState *_nothing;
 };

@@ -3,23 +3,19 @@
 #include "VXDesktopText.h"
 #include "VXPreferencePages.h"
 #include "VXSection.h"
-#include "VXSymbol.h"
+#include "VXSidebar.h"
 
 #include <QtWidgets/QBoxLayout>
-#include <QtWidgets/QListWidget>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QStackedWidget>
 
 using namespace Qt::StringLiterals;
 
 VXPreferencesWindow::VXPreferencesWindow(QWidget *parent)
-    : QDialog(parent), _list(new QListWidget(this)), _pages(new QStackedWidget(this))
+    : QDialog(parent), _list(new VXSidebar(this)), _pages(new QStackedWidget(this))
 {
     setWindowTitle(VXText("Preferences"));
     resize(780, 560);
-    _list->setFixedWidth(180);
-    _list->setFrameShape(QFrame::NoFrame);
-    _list->setProperty("vxSurface", u"sidebar"_s);
     _list->setAccessibleName(VXText("Pages"));
     auto *const row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
@@ -39,20 +35,19 @@ VXPreferencesWindow::VXPreferencesWindow(QWidget *parent)
 
 void VXPreferencesWindow::add(const QString &key, const QString &title, const QString &icon, QWidget *page)
 {
-    auto *const item = new QListWidgetItem(VXSymbol::named(icon), title, _list);
-    item->setData(Qt::UserRole, key);
-    item->setSizeHint({0, fontMetrics().height() + 20});
+    _list->addPage(title, icon);
     auto *const scroll = new QScrollArea(this);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidget(page);
+    scroll->setObjectName(key);
     _pages->addWidget(scroll);
 }
 
 void VXPreferencesWindow::showPage(const QString &key)
 {
     for (int row = 0; row < _list->count(); ++row) {
-        if (_list->item(row)->data(Qt::UserRole).toString() == key)
+        if (_pages->widget(row)->objectName() == key)
             _list->setCurrentRow(row);
     }
 }

@@ -2,8 +2,8 @@
 
 #include <QtWidgets/QDialog>
 
-class QListWidget;
 class QStackedWidget;
+class VXSidebar;
 
 /** The user's choices, each applied at once. Pages: general, phones, plugins, keys, data, privacy. */
 class VXPreferencesWindow : public QDialog
@@ -19,6 +19,6 @@ public:
 private:
     void add(const QString &key, const QString &title, const QString &icon, QWidget *page);
 
-    QListWidget *_list;
+    VXSidebar *_list;
     QStackedWidget *_pages;
 };

@@ -60,6 +60,8 @@ struct Options
 {
     QString home;
     QString pictures; // a folder to write pictures into
+    QString theme;    // of them
+    QString language;
     QStringList uris;
 };
 
@@ -69,7 +71,9 @@ Options readOptions(const QStringList &arguments)
     const QCommandLineOption home(u"home"_s, u"Keep all of the user's folders below DIR."_s, u"DIR"_s);
     const QCommandLineOption pictures(u"pictures"_s, u"Write pictures of the windows into DIR, and end."_s, u"DIR"_s);
     parser.setApplicationDescription(u"Contacts, messages and calls, in step with your phones."_s);
-    parser.addOptions({home, pictures});
+    const QCommandLineOption theme(u"theme"_s, u"With --pictures: light or dark."_s, u"THEME"_s);
+    const QCommandLineOption language(u"language"_s, u"With --pictures: en or de."_s, u"LANGUAGE"_s);
+    parser.addOptions({home, pictures, theme, language});
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(u"URI"_s, u"What to open: tel: and sms: URLs, vCard files, plugins."_s, u"[URI...]"_s);
@@ -77,7 +81,7 @@ Options readOptions(const QStringList &arguments)
     QStringList uris;
     for (const QString &each : parser.positionalArguments()) // from here, whoever opens it
         uris.append(each.contains(u':') ? each : QFileInfo(each).absoluteFilePath());
-    return {parser.value(home), parser.value(pictures), uris};
+    return {parser.value(home), parser.value(pictures), parser.value(theme), parser.value(language), uris};
 }
 
 // The desktop's keys and selection; where there are none preferences say so.
@@ -135,7 +139,12 @@ int runWindow(const Options &options, VXDesktopInstance &instance)
     VXMainWindow window;
     follow(instance, window);
     if (!options.pictures.isNull()) {
+        VXThemeManager &themes = VXThemeManager::sharedThemeManager();
+        const VXThemeChoice chosen = themes.choice();
+        if (!options.theme.isNull())
+            themes.setChoice(options.theme == "dark"_L1 ? VXThemeChoice::Dark : VXThemeChoice::Light);
         const bool isDone = VXWritePictures(window, options.pictures);
+        themes.setChoice(chosen);
         VXApplication::sharedApplication().terminate();
         return isDone ? 0 : 1;
     }
@@ -192,6 +201,10 @@ int VXDesktop::run(int argc, char **argv)
     VXDesktopInstance instance;
     if (isShared && !instance.take())
         return VXDesktopInstance::handOver(options.uris) ? 0 : 1;
+    if (!options.language.isNull()) {
+        VXBundle::setPreferredLanguages({options.language});
+        QLocale::setDefault(QLocale(options.language));
+    }
     prepare();
     QApplication::setWindowIcon(QIcon(VXBundle::mainBundle()->pathForResource(u"Vornix"_s, u"svg"_s)));
     QApplication::setQuitOnLastWindowClosed(false);

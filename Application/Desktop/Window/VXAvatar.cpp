@@ -1,11 +1,10 @@
 #include "VXAvatar.h"
 
-#include "VXThemeManager.h"
+#include "VXRoundPicture.h"
 
 #include <QtCore/QBuffer>
 #include <QtGui/QImageReader>
 #include <QtGui/QPainter>
-#include <QtGui/QPainterPath>
 
 using namespace Qt::StringLiterals;
 
@@ -27,74 +26,6 @@ QImage VXSquarePicture(const QByteArray &bytes, int pixels)
     return filled.copy((filled.width() - pixels) / 2, (filled.height() - pixels) / 2, pixels, pixels);
 }
 
-namespace {
-
-// The first letters of the first and the last word; a number has none.
-QString initialsOf(const QString &name)
-{
-    const QStringList words = name.split(u' ', Qt::SkipEmptyParts);
-    QString initials;
-    for (const QString &word : {words.value(0), words.size() > 1 ? words.last() : QString()}) {
-        for (const QChar letter : word) {
-            if (letter.isLetter()) {
-                initials += letter.toUpper();
-                break;
-            }
-        }
-    }
-    return initials;
-}
-
-QColor colorOf(const QString &name, bool isDark)
-{
-    static constexpr int hues[] = {210, 262, 330, 12, 32, 150, 176, 240};
-    uint sum = 0;
-    for (const QChar letter : name)
-        sum = sum * 31 + letter.unicode();
-    const int hue = hues[sum % std::size(hues)];
-    return isDark ? QColor::fromHsl(hue, 90, 95) : QColor::fromHsl(hue, 105, 120);
-}
-
-void paintSilhouette(QPainter &painter, const QRectF &area)
-{
-    QPainterPath path;
-    const qreal unit = area.width() / 10;
-    path.addEllipse(area.center() - QPointF(0, unit * 1.1), unit * 1.7, unit * 1.7);
-    path.addEllipse(area.center() + QPointF(0, unit * 3.6), unit * 3.0, unit * 2.5);
-    painter.drawPath(path.simplified());
-}
-
-} // namespace
-
-void VXPaintAvatar(QPainter &painter, const QRectF &area, const QString &name, const QImage &picture)
-{
-    painter.save();
-    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    QPainterPath circle;
-    circle.addEllipse(area);
-    painter.setClipPath(circle);
-    if (!picture.isNull()) {
-        painter.drawImage(area, picture);
-        painter.restore();
-        return;
-    }
-    painter.fillPath(circle, colorOf(name, VXThemeManager::sharedThemeManager().isDark()));
-    const QString initials = initialsOf(name);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Qt::white);
-    if (initials.isEmpty()) {
-        paintSilhouette(painter, area);
-    } else {
-        QFont font = painter.font();
-        font.setPixelSize(int(area.height() * (initials.size() > 1 ? 0.38 : 0.46)));
-        font.setWeight(QFont::DemiBold);
-        painter.setFont(font);
-        painter.setPen(Qt::white);
-        painter.drawText(area, Qt::AlignCenter, initials);
-    }
-    painter.restore();
-}
-
 VXAvatar::VXAvatar(int size, QWidget *parent) : QWidget(parent)
 {
     setFixedSize(size, size);
@@ -110,5 +41,5 @@ void VXAvatar::setPerson(const QString &name, const QByteArray &picture)
 void VXAvatar::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    VXPaintAvatar(painter, rect(), _name, _picture);
+    VXPaintRoundPicture(painter, rect(), _name, _picture);
 }

@@ -4,16 +4,11 @@
 #include <QtGui/QImage>
 #include <QtWidgets/QWidget>
 
-class QPainter;
-
 /** A picture file's bytes as a square image of that many pixels, cut to its middle; null for none, and for what is too large to
  *  be read or no picture. Any thread. */
 [[nodiscard]] QImage VXSquarePicture(const QByteArray &bytes, int pixels);
 
-/** Paints a person's round picture, or without one the initials of the name on a colour that the name stands for. */
-void VXPaintAvatar(QPainter &painter, const QRectF &area, const QString &name, const QImage &picture);
-
-/** The same as a widget. */
+/** The round picture of a person. */
 class VXAvatar : public QWidget
 {
     Q_OBJECT

@@ -5,7 +5,7 @@
 
 class QBoxLayout;
 class QStackedWidget;
-class VXPlaceholder;
+class VXEmptyState;
 class VXSearchField;
 
 /** The list side of a section: a search field with room for buttons beside and below it, the list, and what shows when it is empty. */
@@ -18,7 +18,7 @@ public:
 
     QListView *list() const { return _list; }
     VXSearchField *search() const { return _search; }
-    VXPlaceholder *placeholder() const { return _empty; }
+    VXEmptyState *placeholder() const { return _empty; }
     /** Beside the search field. */
     QBoxLayout *topRow() const { return _topRow; }
     /** Below it, for chips. */
@@ -39,7 +39,7 @@ Q_SIGNALS:
 private:
     VXSearchField *_search;
     QListView *_list;
-    VXPlaceholder *_empty;
+    VXEmptyState *_empty;
     QStackedWidget *_stack;
     QBoxLayout *_topRow;
     QBoxLayout *_secondRow;

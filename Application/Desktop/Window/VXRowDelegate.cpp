@@ -1,6 +1,6 @@
 #include "VXRowDelegate.h"
 
-#include "VXAvatar.h"
+#include "VXRoundPicture.h"
 #include "VXStoreListModel.h"
 #include "VXSymbol.h"
 #include "VXThemeManager.h"
@@ -147,7 +147,7 @@ void VXRowDelegate::paintContents(QPainter &painter, const QStyleOptionViewItem 
             .paint(&painter, placed(option, picture.adjusted(10, 10, -10, -10)));
         left += pictureSize + margin;
     } else if (!contents.person.isNull()) {
-        VXPaintAvatar(painter, placed(option, picture), contents.person, contents.picture);
+        VXPaintRoundPicture(painter, placed(option, picture), contents.person, contents.picture);
         left += pictureSize + margin;
     }
 

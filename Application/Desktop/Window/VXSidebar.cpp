@@ -85,10 +85,16 @@ VXSidebar::VXSidebar(QWidget *parent) : QListWidget(parent)
     setStyleSheet(u"QListWidget { padding-top: 8px; }"_s);
 }
 
+QListWidgetItem *VXSidebar::addPage(const QString &title, const QString &icon)
+{
+    auto *const item = new QListWidgetItem(title, this);
+    item->setData(IconRole, icon);
+    return item;
+}
+
 void VXSidebar::addSection(VXSection &section)
 {
-    auto *const item = new QListWidgetItem(section.title(), this);
-    item->setData(IconRole, section.icon());
+    QListWidgetItem *const item = addPage(section.title(), section.icon());
     const auto update = [item, &section] {
         item->setData(BadgeRole, section.badge());
         item->setData(Qt::AccessibleTextRole,

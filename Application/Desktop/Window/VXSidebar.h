@@ -4,7 +4,7 @@
 
 class VXSection;
 
-/** The names of the window's sections, with what each has to be looked at. */
+/** The names of a window's sections, with what each has to be looked at. */
 class VXSidebar : public QListWidget
 {
     Q_OBJECT
@@ -12,6 +12,8 @@ class VXSidebar : public QListWidget
 public:
     explicit VXSidebar(QWidget *parent);
     void addSection(VXSection &section);
+    /** `icon`: by name (VXSymbol). */
+    QListWidgetItem *addPage(const QString &title, const QString &icon);
 
 private:
     class Delegate;

@@ -25,8 +25,8 @@ protected:
     Coordinator openStore() const
     {
         QList<VXModelProblem> problems;
-        const auto model = VXManagedObjectModel::modelWithDefinition(VXParseModel(modelText, &problems));
-        const Coordinator opened = VXPersistentStoreCoordinator::coordinatorWithModel(model);
+        const auto entries = VXManagedObjectModel::modelWithDefinition(VXParseModel(modelText, &problems));
+        const Coordinator opened = VXPersistentStoreCoordinator::coordinatorWithModel(entries);
         EXPECT_TRUE(opened->addPersistentStore(VXStoreType::SQLite, path(u"entries"_s)));
         return opened;
     }
