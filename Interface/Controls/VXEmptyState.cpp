@@ -74,7 +74,9 @@ void VXEmptyState::setActionTitle(const QString &title)
 void VXEmptyState::updateSymbol()
 {
     const QSize size(symbolSize, symbolSize);
-    _picture->setPixmap(VXSymbol::named(_symbol, VXSymbol::Tone::Quiet).pixmap(size, devicePixelRatioF()));
+    _picture->setPixmap(_symbol.isEmpty()
+                            ? QPixmap()
+                            : VXSymbol::named(_symbol, VXSymbol::Tone::Quiet).pixmap(size, devicePixelRatioF()));
 }
 
 void VXEmptyState::changeEvent(QEvent *event)

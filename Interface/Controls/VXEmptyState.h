@@ -17,6 +17,8 @@ class VX_INTERFACE_EXPORT VXEmptyState : public QWidget
     Q_OBJECT
 
 public:
+    /** Empty, for `setContents`. */
+    explicit VXEmptyState(QWidget *parent = nullptr) : VXEmptyState({}, {}, {}, parent) {}
     /** `symbol`: by name (VXSymbol). */
     VXEmptyState(const QString &symbol, const QString &title, const QString &text, QWidget *parent = nullptr);
     ~VXEmptyState() override;

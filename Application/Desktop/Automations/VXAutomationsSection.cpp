@@ -106,7 +106,7 @@ VXAutomationsSection::VXAutomationsSection(QWidget *parent)
     : VXSection(u"automations"_s, VXText("Automations"), u"bolt"_s, parent),
       _pane(new VXListPane(VXText("Search automations"), VXText("Automations"), this)), _chips(new QButtonGroup(this)),
       _model(new QStandardItemModel(this)), _detail(new QStackedWidget(this)), _editor(new VXTriggerEditor(this)),
-      _nothing(new VXEmptyState({}, {}, {}, this)), _eventTitle(new VXTextLabel({}, VXTextLabel::Role::Headline)),
+      _nothing(new VXEmptyState(this)), _eventTitle(new VXTextLabel({}, VXTextLabel::Role::Headline)),
       _eventDate(new VXTextLabel({}, VXTextLabel::Role::Secondary)),
       _eventWhy(new VXTextLabel({}, VXTextLabel::Role::Body)),
       _again(new QPushButton(VXSymbol::named(u"play"_s), VXText("Run it again")))
@@ -208,8 +208,10 @@ bool VXAutomationsSection::showsHistory() const
 
 void VXAutomationsSection::update()
 {
-    const QString chosen =
+    QString chosen =
         _pane->list()->currentIndex().data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
+    if (!showsHistory() && !_shownTrigger.isNull())
+        chosen = _shownTrigger; // one that was just made is not in the list yet
     const QSignalBlocker blocker(_pane);
     if (showsHistory())
         updateHistory();

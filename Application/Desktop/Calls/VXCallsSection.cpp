@@ -276,6 +276,12 @@ void VXCallsSection::showCall(int row)
     }
 }
 
+void VXCallsSection::showEvent(QShowEvent *event)
+{
+    VXSection::showEvent(event);
+    showCall(_pane->list()->currentIndex().row());
+}
+
 QString VXCallsSection::chosenParty() const
 {
     const QVariant value = _pane->list()->currentIndex().data(VXStoreListModel::ValueRole);

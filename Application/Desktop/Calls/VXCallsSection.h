@@ -24,6 +24,9 @@ public:
     void exportItems() override;
     void importItems() override;
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     enum class Kind { All, In, Out, Missed };
 

@@ -38,7 +38,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
       _coordinator(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s)),
       _model(new VXStoreListModel(this)), _pane(new VXListPane(VXText("Search contacts"), VXText("Contacts"), this)),
       _group(new QComboBox(this)), _detail(new QStackedWidget(this)), _card(new VXContactCard(this)),
-      _form(new VXContactForm(this)), _nothing(new VXEmptyState({}, {}, {}, this))
+      _form(new VXContactForm(this)), _nothing(new VXEmptyState(this))
 {
     _group->setAccessibleName(VXText("Group"));
     _pane->secondRow()->addWidget(_group, 1);

@@ -45,6 +45,7 @@ struct VXBubbleDelegate::Shape
     QRect bubble;
     QRect text;
     QRect noteRect;
+    int wrapping = Qt::TextWordWrap;
     bool isMine;
     int height;
 };
@@ -72,9 +73,13 @@ VXBubbleDelegate::Shape VXBubbleDelegate::shapeOf(const QStyleOptionViewItem &op
         top = shape.dayRect.bottom() + 12;
     }
     const int room = std::max(80, std::min(widestBubble, (option.rect.width() - 2 * sideMargin) * 4 / 5));
-    const QRect text = QFontMetrics(option.font)
-                           .boundingRect(QRect(0, 0, room - 2 * padding, 1 << 20),
-                                         Qt::TextWrapAnywhere | Qt::TextWordWrap, message.text);
+    const QRect most(0, 0, room - 2 * padding, 1 << 20);
+    const QFontMetrics metrics(option.font);
+    QRect text = metrics.boundingRect(most, shape.wrapping, message.text);
+    if (text.width() > most.width()) { // a word that is too long, as the address of a page
+        shape.wrapping = Qt::TextWrapAnywhere;
+        text = metrics.boundingRect(most, shape.wrapping, message.text);
+    }
     const int width = std::max(text.width() + 2 * padding + 1, 2 * radius);
     const bool isLeft = shape.isMine == (option.direction == Qt::RightToLeft);
     const int left = isLeft ? option.rect.left() + sideMargin : option.rect.right() - sideMargin - width + 1;
@@ -132,8 +137,7 @@ void VXBubbleDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opti
     painter->setFont(option.font);
     painter->setPen(shape.isMine && !isPending ? colors.onAccent : colors.text);
     const bool isRightToLeft = shape.shown.message.text.isRightToLeft();
-    painter->drawText(shape.text,
-                      (isRightToLeft ? Qt::AlignRight : Qt::AlignLeft) | Qt::TextWrapAnywhere | Qt::TextWordWrap,
+    painter->drawText(shape.text, (isRightToLeft ? Qt::AlignRight : Qt::AlignLeft) | shape.wrapping,
                       shape.shown.message.text);
     painter->restore();
 }

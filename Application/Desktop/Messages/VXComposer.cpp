@@ -27,6 +27,7 @@ VXComposer::VXComposer(QWidget *parent)
 {
     setProperty("vxSurface", u"bar"_s);
     setAttribute(Qt::WA_StyledBackground);
+    setFocusProxy(_edit);
     _edit->setPlaceholderText(VXText("Write a message"));
     _edit->setAccessibleName(VXText("Message"));
     _edit->setTabChangesFocus(true);

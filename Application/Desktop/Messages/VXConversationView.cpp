@@ -35,7 +35,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
       _name(new VXTextLabel({}, VXTextLabel::Role::Title, this)),
       _about(new VXTextLabel({}, VXTextLabel::Role::Caption, this)), _newHead(new QWidget(this)),
       _to(new VXPhonebookTokenField(this)), _list(new QListView(this)), _composer(new VXComposer(this)),
-      _nothing(new VXEmptyState({}, {}, {}, this))
+      _nothing(new VXEmptyState(this))
 {
     auto *const headRow = new QHBoxLayout(_head);
     headRow->setContentsMargins(16, 10, 12, 10);
@@ -115,6 +115,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
             Q_EMIT wantsCall(number);
     });
     connect(contact, &QToolButton::clicked, this, [this] { Q_EMIT wantsContact(_party); });
+    setTabOrder(_to, _composer);
     setNone();
 }
 

@@ -75,7 +75,7 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
     column->setContentsMargins(0, 0, 0, 0);
     if (!_store) {
         _pane->hide();
-        auto *const nothing = new VXEmptyState({}, {}, {}, this);
+        auto *const nothing = new VXEmptyState(this);
         nothing->setContents(u"warning"_s, VXText("The messages cannot be read"),
                              VXText("The log tells why their store could not be opened."));
         column->addWidget(nothing);

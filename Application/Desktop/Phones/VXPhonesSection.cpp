@@ -22,7 +22,7 @@ using namespace Qt::StringLiterals;
 
 VXPhonesSection::VXPhonesSection(QWidget *parent)
     : VXSection(u"phones"_s, VXText("Phones"), u"phone"_s, parent), _column(new QVBoxLayout),
-      _stack(new QStackedWidget(this)), _nothing(new VXEmptyState({}, {}, {}, this))
+      _stack(new QStackedWidget(this)), _nothing(new VXEmptyState(this))
 {
     _nothing->setContents(
         u"phone-plus"_s, VXText("No phone yet"),

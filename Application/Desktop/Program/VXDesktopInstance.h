@@ -23,6 +23,6 @@ public:
 Q_SIGNALS:
     void wantsActivation();
     void wantsOpen(const QStringList &uris);
-    /** "new-message", "new-contact", "sync". */
+    /** "new-message". */
     void wantsAction(const QString &name);
 };

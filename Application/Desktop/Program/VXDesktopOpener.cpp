@@ -4,6 +4,7 @@
 #include "VXDesktopText.h"
 #include "VXErrorDomain.h"
 #include "VXMainWindow.h"
+#include "VXPhoneNumberFormat.h"
 #include "VXPluginManager.h"
 
 #include <QtCore/QFileInfo>
@@ -57,7 +58,7 @@ void VXDesktopOpener::openOne(const QString &uri, QStringList &cards)
     if (scheme == "tel"_L1 || scheme == "callto"_L1) {
         const QStringList numbers = messageOf(uri).numbers;
         if (!numbers.isEmpty())
-            _window.call(numbers.constFirst());
+            call(numbers.constFirst());
         return;
     }
     if (scheme == "sms"_L1 || scheme == "smsto"_L1) {
@@ -67,6 +68,17 @@ void VXDesktopOpener::openOne(const QString &uri, QStringList &cards)
     }
     if (!VXApplication::sharedApplication().openURLString(uri).isValid())
         fail(VXText("“%1” cannot be opened.").arg(uri), VXPluginManager::sharedPluginManager().lastURLProblem());
+}
+
+// A page that is looked at may have such a link: nobody is called unasked.
+void VXDesktopOpener::call(const QString &number)
+{
+    VXAlert alert;
+    alert.message = VXText("Call %1?").arg(VXFormatPhoneNumber(number));
+    alert.defaultButton = VXText("Call");
+    alert.alternateButton = VXText("Cancel");
+    if (VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default)
+        _window.call(number);
 }
 
 void VXDesktopOpener::openFile(const QString &path, QStringList &cards)

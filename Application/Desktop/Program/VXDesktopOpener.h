@@ -24,6 +24,7 @@ public:
 
 private:
     void openOne(const QString &uri, QStringList &cards);
+    void call(const QString &number);
     void openFile(const QString &path, QStringList &cards);
     void installPlugin(const QString &path);
 

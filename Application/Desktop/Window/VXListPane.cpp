@@ -16,9 +16,8 @@ constexpr int smallestWidth = 280;
 } // namespace
 
 VXListPane::VXListPane(const QString &searchHint, const QString &listName, QWidget *parent)
-    : QWidget(parent), _search(new VXSearchField(this)), _list(new QListView(this)),
-      _empty(new VXEmptyState({}, {}, {}, this)), _stack(new QStackedWidget(this)), _topRow(new QHBoxLayout),
-      _secondRow(new QHBoxLayout)
+    : QWidget(parent), _search(new VXSearchField(this)), _list(new QListView(this)), _empty(new VXEmptyState(this)),
+      _stack(new QStackedWidget(this)), _topRow(new QHBoxLayout), _secondRow(new QHBoxLayout)
 {
     setProperty("vxSurface", u"base"_s);
     setAttribute(Qt::WA_StyledBackground);
