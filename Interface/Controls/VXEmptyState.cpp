@@ -8,10 +8,13 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int symbolSize = 56;
 constexpr int textWidthInCharacters = 44;
+constexpr int sideMargin = 20;
 
 } // namespace
 
@@ -19,10 +22,8 @@ VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QS
     : QWidget(parent), _picture(new QLabel), _title(new VXTextLabel({}, VXTextLabel::Role::Title)),
       _text(new VXTextLabel({}, VXTextLabel::Role::Secondary)), _button(new QPushButton), _secondButton(new QPushButton)
 {
-    for (VXTextLabel *const label : {_title, _text}) {
+    for (VXTextLabel *const label : {_title, _text})
         label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
-        label->setTextWidth(fontMetrics().averageCharWidth() * textWidthInCharacters);
-    }
     _button->setDefault(true);
     connect(_button, &QPushButton::clicked, this, &VXEmptyState::actionWanted);
     connect(_secondButton, &QPushButton::clicked, this, &VXEmptyState::secondActionWanted);
@@ -34,8 +35,8 @@ VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QS
     column->addStretch(2);
     column->addWidget(_picture, 0, Qt::AlignHCenter);
     column->addSpacing(4);
-    column->addWidget(_title, 0, Qt::AlignHCenter);
-    column->addWidget(_text, 0, Qt::AlignHCenter);
+    column->addWidget(_title);
+    column->addWidget(_text);
     column->addSpacing(8);
     column->addLayout(buttons);
     column->setAlignment(buttons, Qt::AlignHCenter);
@@ -84,4 +85,13 @@ void VXEmptyState::changeEvent(QEvent *event)
     QWidget::changeEvent(event);
     if (event->type() == QEvent::PaletteChange)
         updateSymbol();
+}
+
+// Lines of texts stay short where there is room, and keep away from the edges where there is none.
+void VXEmptyState::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    const int wanted = fontMetrics().averageCharWidth() * textWidthInCharacters;
+    const int side = std::max(sideMargin, (width() - wanted) / 2);
+    layout()->setContentsMargins(side, sideMargin, side, sideMargin);
 }

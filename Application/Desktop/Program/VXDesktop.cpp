@@ -114,10 +114,14 @@ void activate(VXMainWindow &window)
 void follow(VXDesktopInstance &instance, VXMainWindow &window)
 {
     QObject::connect(&instance, &VXDesktopInstance::wantsActivation, &window, [&window] { activate(window); });
-    QObject::connect(&instance, &VXDesktopInstance::wantsOpen, &window, [&window](const QStringList &uris) {
-        activate(window);
-        VXDesktopOpener(window).open(uris);
-    });
+    // What is opened may ask the user: whoever hands it over does not wait for that.
+    QObject::connect(
+        &instance, &VXDesktopInstance::wantsOpen, &window,
+        [&window](const QStringList &uris) {
+            activate(window);
+            VXDesktopOpener(window).open(uris);
+        },
+        Qt::QueuedConnection);
     QObject::connect(&instance, &VXDesktopInstance::wantsAction, &window, [&window](const QString &name) {
         activate(window);
         if (name == "new-message"_L1)

@@ -4,6 +4,7 @@
 #include "VXSymbol.h"
 #include "VXTextLabel.h"
 
+#include <QtGui/QKeyEvent>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QPushButton>
 
@@ -27,6 +28,7 @@ VXAssistant::VXAssistant(QWidget *parent) : QDialog(parent)
         auto *const button = new QPushButton(VXSymbol::named(icon, VXSymbol::Tone::Accent), choice);
         button->setIconSize({24, 24});
         button->setMinimumHeight(48);
+        button->setAutoDefault(false);
         button->setStyleSheet(u"text-align: left;"_s);
         column->addWidget(button);
         connect(button, &QPushButton::clicked, this, [this, chosen] {
@@ -40,7 +42,18 @@ VXAssistant::VXAssistant(QWidget *parent) : QDialog(parent)
     addChoice(u"message"_s, VXText("Import messages from a backup"), &VXAssistant::wantsMessages);
     auto *const later = new QPushButton(VXText("Look around first"));
     later->setFlat(true);
+    later->setAutoDefault(false);
     connect(later, &QPushButton::clicked, this, &QDialog::reject);
     column->addSpacing(4);
     column->addWidget(later, 0, Qt::AlignHCenter);
+}
+
+// None of the buttons comes first: Return presses the one with the focus.
+void VXAssistant::keyPressEvent(QKeyEvent *event)
+{
+    auto *const button = qobject_cast<QPushButton *>(focusWidget());
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && button != nullptr)
+        button->click();
+    else
+        QDialog::keyPressEvent(event);
 }

@@ -14,4 +14,7 @@ Q_SIGNALS:
     void wantsPhone();
     void wantsContacts();
     void wantsMessages();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
 };
