@@ -43,26 +43,33 @@ function(vornix_add_framework_bundle library folder)
   install(DIRECTORY "${VORNIX_BUNDLES_BUILD_DIR}/${resources}/" DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${resources}")
 endfunction()
 
-# vornix_add_application_bundle(PROGRAM BUNDLE FOLDER): a program inside Vornix.app, with its resources.
-function(vornix_add_application_bundle program bundle folder)
+# vornix_place_program(PROGRAM BUNDLE): puts a program inside an application's bundle, with a link in bin/.
+function(vornix_place_program program bundle)
   set(contents "${bundle}/Contents")
   set_target_properties(${program} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Linux"
     INSTALL_RPATH "$ORIGIN/../../../..")
-  configure_file("${folder}/Info.plist.in" "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Info.plist" @ONLY)
-  vornix_copy_folder(${program}Resources "${CMAKE_CURRENT_SOURCE_DIR}/${folder}" "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Resources")
-  add_dependencies(${program} ${program}Resources)
-  file(MAKE_DIRECTORY "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/PlugIns" "${PROJECT_BINARY_DIR}/bin")
+  file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
   file(CREATE_LINK "../lib/vornix/${contents}/Linux/${program}" "${PROJECT_BINARY_DIR}/bin/${program}" SYMBOLIC)
-
   install(TARGETS ${program} RUNTIME DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}/Linux")
-  install(DIRECTORY "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Resources" "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/PlugIns"
-    DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}" USE_SOURCE_PERMISSIONS) # plugins may bring programs
-  install(FILES "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Info.plist" DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}")
   file(RELATIVE_PATH from_bin "/${CMAKE_INSTALL_BINDIR}" "/${VORNIX_BUNDLES_INSTALL_DIR}/${contents}/Linux/${program}")
   install(CODE "
     set(link \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/${program}\")
     cmake_path(GET link PARENT_PATH folder)
     file(MAKE_DIRECTORY \"\${folder}\")
     file(CREATE_LINK \"${from_bin}\" \"\${link}\" SYMBOLIC)")
+endfunction()
+
+# vornix_add_application_bundle(PROGRAM BUNDLE FOLDER): a program inside Vornix.app, with its resources.
+function(vornix_add_application_bundle program bundle folder)
+  set(contents "${bundle}/Contents")
+  vornix_place_program(${program} ${bundle})
+  configure_file("${folder}/Info.plist.in" "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Info.plist" @ONLY)
+  vornix_copy_folder(${program}Resources "${CMAKE_CURRENT_SOURCE_DIR}/${folder}" "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Resources")
+  add_dependencies(${program} ${program}Resources)
+  file(MAKE_DIRECTORY "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/PlugIns")
+
+  install(DIRECTORY "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Resources" "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/PlugIns"
+    DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}" USE_SOURCE_PERMISSIONS) # plugins may bring programs
+  install(FILES "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Info.plist" DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}")
 endfunction()

@@ -1,12 +1,14 @@
 #include "VXOutgoingMessage.h"
 
 #include "MessageDataConstants.h"
+#include "VXDevicePlugin.h"
 #include "VXDeviceURL.h"
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 #include "VXPhonebookString.h"
 #include "VXPhonebookTransformer.h"
 #include "VXPhoneNumber.h"
+#include "VXUserDefaults.h"
 
 using namespace Qt::StringLiterals;
 
@@ -21,6 +23,15 @@ VXOutgoingMessage::VXOutgoingMessage(const VXOutboxEntry &entry)
 QString VXOutgoingMessage::destination(const QUrl &device)
 {
     return VXAbsoluteString(device);
+}
+
+QUrl VXOutgoingMessage::preferredDevice()
+{
+    const QList<QUrl> known = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
+    const QUrl preferred(VXUserDefaults::standardUserDefaults().stringForKey(u"messages.device"_s));
+    if (known.isEmpty())
+        return {};
+    return known.contains(preferred) ? preferred : known.last();
 }
 
 QString VXOutgoingMessage::number() const

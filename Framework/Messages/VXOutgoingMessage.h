@@ -35,6 +35,8 @@ struct VX_EXPORT VXOutgoingMessage
     static bool isEmptyDraft(const VXManagedObjectPtr &message);
     void writeTo(const VXManagedObjectPtr &draft) const;
 
+    /** The phone to send by: that of the user default "messages.device", else the one added last; empty for none. */
+    [[nodiscard]] static QUrl preferredDevice();
     /** Files it among the drafts and puts it into the outbox; both are on the disk then. @return the entry's number; none, with
      *  an error, when it has no number or cannot be kept. Any thread. */
     [[nodiscard]] static std::optional<qint64> send(const QString &to, const QString &text, const QUrl &device,

@@ -8,50 +8,62 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int symbolSize = 56;
 constexpr int textWidthInCharacters = 44;
+constexpr int sideMargin = 20;
 
 } // namespace
 
 VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QString &text, QWidget *parent)
-    : QWidget(parent), _symbol(symbol), _picture(new QLabel), _title(new VXTextLabel({}, VXTextLabel::Role::Title)),
-      _text(new VXTextLabel({}, VXTextLabel::Role::Secondary)), _button(new QPushButton)
+    : QWidget(parent), _picture(new QLabel), _title(new VXTextLabel({}, VXTextLabel::Role::Title)),
+      _text(new VXTextLabel({}, VXTextLabel::Role::Secondary)), _button(new QPushButton), _secondButton(new QPushButton)
 {
-    for (VXTextLabel *const label : {_title, _text}) {
+    for (VXTextLabel *const label : {_title, _text})
         label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
-        label->setTextWidth(fontMetrics().averageCharWidth() * textWidthInCharacters);
-    }
-    _button->hide();
     _button->setDefault(true);
     connect(_button, &QPushButton::clicked, this, &VXEmptyState::actionWanted);
+    connect(_secondButton, &QPushButton::clicked, this, &VXEmptyState::secondActionWanted);
+    auto *const buttons = new QHBoxLayout;
+    buttons->addWidget(_button);
+    buttons->addWidget(_secondButton);
     auto *const column = new QVBoxLayout(this);
     column->setSpacing(8);
     column->addStretch(2);
     column->addWidget(_picture, 0, Qt::AlignHCenter);
     column->addSpacing(4);
-    column->addWidget(_title, 0, Qt::AlignHCenter);
-    column->addWidget(_text, 0, Qt::AlignHCenter);
+    column->addWidget(_title);
+    column->addWidget(_text);
     column->addSpacing(8);
-    column->addWidget(_button, 0, Qt::AlignHCenter);
+    column->addLayout(buttons);
+    column->setAlignment(buttons, Qt::AlignHCenter);
     column->addStretch(3);
-    setTexts(title, text);
-    updateSymbol();
+    setContents(symbol, title, text);
 }
 
 VXEmptyState::~VXEmptyState() = default;
 
 void VXEmptyState::setTexts(const QString &title, const QString &text)
 {
-    const int width = _title->width();
     _title->setText(title);
     _text->setText(text);
-    for (VXTextLabel *const label : {_title, _text})
-        label->setTextWidth(width);
     _text->setVisible(!text.isEmpty());
     setAccessibleName(title);
     setAccessibleDescription(text);
+}
+
+void VXEmptyState::setContents(const QString &symbol, const QString &title, const QString &text, const QString &action,
+                               const QString &secondAction)
+{
+    _symbol = symbol;
+    updateSymbol();
+    setTexts(title, text);
+    setActionTitle(action);
+    _secondButton->setText(secondAction);
+    _secondButton->setVisible(!secondAction.isEmpty());
 }
 
 void VXEmptyState::setActionTitle(const QString &title)
@@ -63,7 +75,9 @@ void VXEmptyState::setActionTitle(const QString &title)
 void VXEmptyState::updateSymbol()
 {
     const QSize size(symbolSize, symbolSize);
-    _picture->setPixmap(VXSymbol::named(_symbol, VXSymbol::Tone::Quiet).pixmap(size, devicePixelRatioF()));
+    _picture->setPixmap(_symbol.isEmpty()
+                            ? QPixmap()
+                            : VXSymbol::named(_symbol, VXSymbol::Tone::Quiet).pixmap(size, devicePixelRatioF()));
 }
 
 void VXEmptyState::changeEvent(QEvent *event)
@@ -71,4 +85,13 @@ void VXEmptyState::changeEvent(QEvent *event)
     QWidget::changeEvent(event);
     if (event->type() == QEvent::PaletteChange)
         updateSymbol();
+}
+
+// Lines of texts stay short where there is room, and keep away from the edges where there is none.
+void VXEmptyState::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    const int wanted = fontMetrics().averageCharWidth() * textWidthInCharacters;
+    const int side = std::max(sideMargin, (width() - wanted) / 2);
+    layout()->setContentsMargins(side, sideMargin, side, sideMargin);
 }

@@ -8,32 +8,43 @@ class QLabel;
 class QPushButton;
 class VXTextLabel;
 
-/** What stands in place of a list that has nothing: what belongs there, and a button for the first step. Main thread only. */
+/**
+ * What stands in place of what is not there: a drawing, what belongs there, and up to two buttons for a first step. Main thread
+ * only.
+ */
 class VX_INTERFACE_EXPORT VXEmptyState : public QWidget
 {
     Q_OBJECT
 
 public:
+    /** Empty, for `setContents`. */
+    explicit VXEmptyState(QWidget *parent = nullptr) : VXEmptyState({}, {}, {}, parent) {}
     /** `symbol`: by name (VXSymbol). */
     VXEmptyState(const QString &symbol, const QString &title, const QString &text, QWidget *parent = nullptr);
     ~VXEmptyState() override;
 
     void setTexts(const QString &title, const QString &text);
-    /** The button; null takes it away. It is pressed with Return, and `actionWanted` tells. */
+    /** All of it; an empty text or title takes away what it stands for. */
+    void setContents(const QString &symbol, const QString &title, const QString &text, const QString &action = {},
+                     const QString &secondAction = {});
+    /** The first button, which Return presses. */
     void setActionTitle(const QString &title);
 
 Q_SIGNALS:
     void actionWanted();
+    void secondActionWanted();
 
 protected:
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void updateSymbol();
 
-    const QString _symbol;
+    QString _symbol;
     QLabel *const _picture;
     VXTextLabel *const _title;
     VXTextLabel *const _text;
     QPushButton *const _button;
+    QPushButton *const _secondButton;
 };

@@ -5,6 +5,7 @@
 #include <QtWidgets/QApplication>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -65,6 +66,7 @@ void VXTextLabel::updateFont()
     if (isStrong(_role))
         font.setWeight(QFont::DemiBold);
     setFont(font);
+    fit();
 }
 
 void VXTextLabel::setTextWidth(int width)
@@ -73,7 +75,23 @@ void VXTextLabel::setTextWidth(int width)
         setFixedWidth(width);
     else
         setMaximumWidth(QWIDGETSIZE_MAX);
-    setMinimumHeight(width > 0 ? std::max(0, heightForWidth(width)) : 0);
+    _fittedWidth = width;
+    fit();
+}
+
+void VXTextLabel::setText(const QString &text)
+{
+    QLabel::setText(text);
+    fit();
+}
+
+// Layouts in scroll areas and fixed windows do not ask for the height that a width needs. What a label needs is never less
+// than its least height, so that goes first.
+void VXTextLabel::fit()
+{
+    setMinimumHeight(0);
+    if (wordWrap() && _fittedWidth > 0)
+        setMinimumHeight(std::max(0, heightForWidth(_fittedWidth)));
 }
 
 void VXTextLabel::changeEvent(QEvent *event)
@@ -85,10 +103,9 @@ void VXTextLabel::changeEvent(QEvent *event)
     QLabel::changeEvent(event);
 }
 
-// Layouts in scroll areas and fixed windows do not ask for the height that a width needs.
 void VXTextLabel::resizeEvent(QResizeEvent *event)
 {
     QLabel::resizeEvent(event);
-    if (wordWrap() && event->size().width() != event->oldSize().width())
-        setMinimumHeight(std::max(0, heightForWidth(event->size().width())));
+    if (std::exchange(_fittedWidth, event->size().width()) != event->size().width())
+        fit();
 }

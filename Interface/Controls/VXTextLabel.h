@@ -24,6 +24,7 @@ public:
     explicit VXTextLabel(const QString &text = {}, Role role = Role::Body, QWidget *parent = nullptr);
 
     Role role() const { return _role; }
+    void setText(const QString &text);
     /** Wraps at this width; 0 gives the width to the layout again. */
     void setTextWidth(int width);
 
@@ -34,7 +35,9 @@ protected:
 private:
     void updateFont();
     void followDirection();
+    void fit();
 
     const Role _role;
+    int _fittedWidth = 0; // that the height is made for; 0: none yet
     bool _isUpdatingFont = false;
 };

@@ -1,6 +1,5 @@
 #include "VXRoundPicture.h"
 
-#include "VXSymbol.h"
 #include "VXThemeManager.h"
 
 #include <QtGui/QGuiApplication>
@@ -11,49 +10,81 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+// The first letters of the first and the last word; a number has none.
 QString initialsOf(const QString &name)
 {
+    const QStringList words = name.split(u' ', Qt::SkipEmptyParts);
     QString initials;
-    for (const QString &word : name.split(u' ', Qt::SkipEmptyParts)) {
-        if (word.at(0).isLetter() && initials.size() < 2)
-            initials += word.at(0).toUpper();
+    for (const QString &word : {words.value(0), words.size() > 1 ? words.last() : QString()}) {
+        for (const QChar letter : word) {
+            if (letter.isLetter()) {
+                initials += letter.toUpper();
+                break;
+            }
+        }
     }
     return initials;
 }
 
+QColor colorOf(const QString &name, bool isDark)
+{
+    static constexpr int hues[] = {210, 262, 330, 12, 32, 150, 176, 240};
+    uint sum = 0;
+    for (const QChar letter : name)
+        sum = sum * 31 + letter.unicode();
+    const int hue = hues[sum % std::size(hues)];
+    return isDark ? QColor::fromHsl(hue, 90, 95) : QColor::fromHsl(hue, 105, 120);
+}
+
+void paintSilhouette(QPainter &painter, const QRectF &area)
+{
+    QPainterPath path;
+    const qreal unit = area.width() / 10;
+    path.addEllipse(area.center() - QPointF(0, unit * 1.1), unit * 1.7, unit * 1.7);
+    path.addEllipse(area.center() + QPointF(0, unit * 3.6), unit * 3.0, unit * 2.5);
+    painter.drawPath(path.simplified());
+}
+
 } // namespace
+
+void VXPaintRoundPicture(QPainter &painter, const QRectF &area, const QString &name, const QImage &picture)
+{
+    painter.save();
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+    QPainterPath circle;
+    circle.addEllipse(area);
+    painter.setClipPath(circle);
+    if (!picture.isNull()) {
+        const QSizeF filled = QSizeF(picture.size()).scaled(area.size(), Qt::KeepAspectRatioByExpanding);
+        QRectF place({}, filled);
+        place.moveCenter(area.center());
+        painter.drawImage(place, picture);
+        painter.restore();
+        return;
+    }
+    painter.fillPath(circle, colorOf(name, VXThemeManager::sharedThemeManager().isDark()));
+    const QString initials = initialsOf(name);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Qt::white);
+    if (initials.isEmpty()) {
+        paintSilhouette(painter, area);
+    } else {
+        QFont font = QGuiApplication::font();
+        font.setPixelSize(int(area.height() * (initials.size() > 1 ? 0.38 : 0.46)));
+        font.setWeight(QFont::DemiBold);
+        painter.setFont(font);
+        painter.setPen(Qt::white);
+        painter.drawText(area, Qt::AlignCenter, initials);
+    }
+    painter.restore();
+}
 
 QPixmap VXRoundPicture(const QImage &picture, const QString &name, int size, qreal ratio)
 {
-    const VXThemeColors &colors = VXThemeManager::sharedThemeManager().colors();
-    const int pixels = qRound(size * ratio);
-    QPixmap result(pixels, pixels);
+    QPixmap result(QSize(size, size) * ratio);
+    result.setDevicePixelRatio(ratio);
     result.fill(Qt::transparent);
     QPainter painter(&result);
-    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    QPainterPath disc;
-    disc.addEllipse(0, 0, pixels, pixels);
-    painter.setClipPath(disc);
-    if (!picture.isNull()) {
-        const QImage scaled = picture.scaled(pixels, pixels, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
-        painter.drawImage((pixels - scaled.width()) / 2, (pixels - scaled.height()) / 2, scaled);
-    } else {
-        painter.fillPath(disc, colors.selection);
-        const QString initials = initialsOf(name);
-        if (initials.isEmpty()) {
-            const int icon = pixels * 6 / 10;
-            VXSymbol::named(u"person"_s, VXSymbol::Tone::Accent)
-                .paint(&painter, (pixels - icon) / 2, (pixels - icon) / 2, icon, icon);
-        } else {
-            QFont font = QGuiApplication::font();
-            font.setPixelSize(pixels * 38 / 100);
-            font.setWeight(QFont::DemiBold);
-            painter.setFont(font);
-            painter.setPen(colors.text);
-            painter.drawText(result.rect(), Qt::AlignCenter, initials);
-        }
-    }
-    painter.end();
-    result.setDevicePixelRatio(ratio);
+    VXPaintRoundPicture(painter, QRectF(0, 0, size, size), name, picture);
     return result;
 }

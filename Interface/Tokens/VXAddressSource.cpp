@@ -35,12 +35,7 @@ public:
     {
         const VXManagedObjectPtr entry =
             VXPhonebookManager::sharedPhonebookManager().entryForPhonebookString(phonebookString);
-        if (!entry)
-            return {};
-        const QString known = entry->valueForKey(u"phonebook_string"_s).toString();
-        QString name;
-        static_cast<void>(VXPhonebookStringSplit(known, &name));
-        return name;
+        return entry ? VXPhonebookEntry::displayString(*entry) : QString();
     }
 };
 

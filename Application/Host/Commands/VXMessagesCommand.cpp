@@ -1,6 +1,5 @@
 #include "MessageDataConstants.h"
 #include "VXDeviceNamed.h"
-#include "VXDevicePlugin.h"
 #include "VXHostCommands.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -17,7 +16,6 @@
 #include "VXReadableText.h"
 #include "VXShownDate.h"
 #include "VXTextTable.h"
-#include "VXUserDefaults.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -165,13 +163,10 @@ QUrl sendingDevice(const Desk &desk)
 {
     if (const QString named = desk.host.options.value(u"device"_s); !named.isNull())
         return VXDeviceNamed(desk.host, named);
-    const QList<QUrl> known = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
-    if (known.isEmpty()) {
+    const QUrl preferred = VXOutgoingMessage::preferredDevice();
+    if (preferred.isEmpty())
         desk.fail(u"there is no phone to send by; \"vornix devices add\" adds one"_s);
-        return {};
-    }
-    const QUrl preferred(VXUserDefaults::standardUserDefaults().stringForKey(u"messages.device"_s));
-    return known.contains(preferred) ? preferred : known.last();
+    return preferred;
 }
 
 int send(const Desk &desk)

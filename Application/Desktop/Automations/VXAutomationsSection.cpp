@@ -1,0 +1,462 @@
+#include "VXAutomationsSection.h"
+
+#include "VXDataManager.h"
+#include "VXDateText.h"
+#include "VXDesktopText.h"
+#include "VXDesktopWork.h"
+#include "VXEmptyState.h"
+#include "VXEventHistory.h"
+#include "VXEventManager.h"
+#include "VXHistoryText.h"
+#include "VXListPane.h"
+#include "VXNoticeBar.h"
+#include "VXReactionEditor.h"
+#include "VXRowDelegate.h"
+#include "VXSearchField.h"
+#include "VXSplitView.h"
+#include "VXStoreListModel.h"
+#include "VXStoreWatch.h"
+#include "VXSymbol.h"
+#include "VXTextLabel.h"
+#include "VXTriggerTrial.h"
+
+#include <QtGui/QShortcut>
+#include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QButtonGroup>
+#include <QtWidgets/QFrame>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QStackedWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int mostTrials = 12;
+constexpr int mostEvents = 500;
+
+// The object that an event was posted with; invalid when it was not kept.
+QVariant objectOf(const VXEventRecord &record)
+{
+    return record.object.isEmpty() ? QVariant() : QVariant(record.object);
+}
+
+VXListRow rowOf(const VXTrigger &trigger)
+{
+    const QString event = VXEventManager::sharedEventManager().localizedNameForEventName(trigger.eventName());
+    QStringList reactors;
+    QString problem;
+    for (const VXReaction &reaction : trigger.reactions()) {
+        for (const auto &[identifier, name] : VXUsableReactors()) {
+            if (identifier == reaction.bundleIdentifier())
+                reactors.append(name);
+        }
+        if (problem.isNull())
+            problem = reaction.problem();
+    }
+    VXRowContents contents;
+    contents.title = trigger.title();
+    contents.detail = QStringList{event.isEmpty() ? trigger.eventName() : event, reactors.join(", "_L1)}.join(u" → "_s);
+    contents.icon = u"bolt"_s;
+    contents.isQuiet = !trigger.isEnabled();
+    contents.iconTone = !problem.isNull()     ? VXRowContents::Tone::Warning
+                        : trigger.isEnabled() ? VXRowContents::Tone::Accent
+                                              : VXRowContents::Tone::Plain;
+    contents.when = trigger.isEnabled() ? QString() : VXText("Off");
+    contents.data = trigger.shortID();
+    return {.text = QStringList{contents.title, contents.detail, contents.when}.join(", "_L1),
+            .value = QVariant::fromValue(contents)};
+}
+
+} // namespace
+
+/** A change of a trigger, its making or its removal, to be undone and done again. */
+class VXAutomationsSection::Edit : public QUndoCommand
+{
+public:
+    Edit(VXAutomationsSection &section, const QString &shortID, const std::optional<VXTriggerDraft> &before,
+         const std::optional<VXTriggerDraft> &after)
+        : _section(section), _shortID(shortID), _before(before), _after(after)
+    {
+        const QString name = (after ? *after : *before).name;
+        setText(VXText("changing “%1”").arg(name));
+    }
+    void undo() override { write(_before); }
+    void redo() override
+    {
+        if (std::exchange(_isDone, true))
+            write(_after);
+    }
+
+private:
+    void write(const std::optional<VXTriggerDraft> &draft)
+    {
+        _shortID = _section.write(_shortID, draft ? &*draft : nullptr);
+        _section.showTrigger(_shortID);
+    }
+
+    VXAutomationsSection &_section;
+    QString _shortID;
+    const std::optional<VXTriggerDraft> _before;
+    const std::optional<VXTriggerDraft> _after;
+    bool _isDone = false; // it is done when it is noted
+};
+
+VXAutomationsSection::VXAutomationsSection(QWidget *parent)
+    : VXSection(u"automations"_s, VXText("Automations"), u"bolt"_s, parent),
+      _pane(new VXListPane(VXText("Search automations"), VXText("Automations"), this)), _chips(new QButtonGroup(this)),
+      _model(new QStandardItemModel(this)), _detail(new QStackedWidget(this)), _editor(new VXTriggerEditor(this)),
+      _nothing(new VXEmptyState(this)), _eventTitle(new VXTextLabel({}, VXTextLabel::Role::Headline)),
+      _eventDate(new VXTextLabel({}, VXTextLabel::Role::Secondary)),
+      _eventWhy(new VXTextLabel({}, VXTextLabel::Role::Body)),
+      _again(new QPushButton(VXSymbol::named(u"play"_s), VXText("Run it again")))
+{
+    makeChips();
+    _pane->setModel(_model);
+    auto *const card = new QFrame;
+    card->setProperty("vxSurface", u"card"_s);
+    auto *const why = new QVBoxLayout(card);
+    why->setContentsMargins(18, 14, 18, 14);
+    why->addWidget(_eventWhy);
+    _eventWhy->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto *const event = new QWidget;
+    auto *const eventColumn = new QVBoxLayout(event);
+    eventColumn->setContentsMargins(28, 20, 28, 24);
+    eventColumn->setSpacing(10);
+    eventColumn->addWidget(_eventTitle);
+    eventColumn->addWidget(_eventDate);
+    eventColumn->addWidget(card);
+    eventColumn->addWidget(_again, 0, Qt::AlignLeading);
+    eventColumn->addStretch();
+    auto *const eventPage = new QScrollArea;
+    eventPage->setWidgetResizable(true);
+    eventPage->setFrameShape(QFrame::NoFrame);
+    eventPage->setWidget(event);
+    for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _editor, eventPage})
+        _detail->addWidget(page);
+    auto *const split = new VXSplitView(Qt::Horizontal, this);
+    split->addWidget(_pane);
+    split->addWidget(_detail);
+    split->setStretchFactor(1, 1);
+    split->setSizes({320, 640});
+    split->setAutosaveName(u"automations"_s);
+    auto *const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(split);
+
+    connect(_pane, &VXListPane::chosen, this, &VXAutomationsSection::show);
+    connect(_pane, &VXListPane::searchDidChange, this, &VXAutomationsSection::update);
+    connect(_pane, &VXListPane::activated, this, &VXAutomationsSection::edit);
+    connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXAutomationsSection::makeNew);
+    connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, [this] {
+        startFrom({VXText("Tell me of missed calls"),
+                   u"incoming_call"_s,
+                   u"isMissed == TRUE"_s,
+                   true,
+                   {{u"com.halvern.VNX2.DesktopNotification"_s, {}}}});
+    });
+    connect(_editor, &VXTriggerEditor::didChange, this, &VXAutomationsSection::take);
+    connect(_editor, &VXTriggerEditor::wantsTrials, this, &VXAutomationsSection::showTrials);
+    connect(_again, &QPushButton::clicked, this, &VXAutomationsSection::replay);
+    const auto onKeys = [this](const QKeySequence &keys, QWidget *where, Qt::ShortcutContext context,
+                               const std::function<void()> &perform) {
+        auto *const shortcut = new QShortcut(keys, where);
+        shortcut->setContext(context);
+        connect(shortcut, &QShortcut::activated, this, perform);
+    };
+    onKeys(Qt::Key_Space, _pane->list(), Qt::WidgetShortcut, [this] { toggle(_pane->list()->currentIndex().row()); });
+    onKeys(Qt::CTRL | Qt::Key_R, this, Qt::WidgetWithChildrenShortcut, [this] { showTrials(); });
+    onKeys(Qt::CTRL | Qt::Key_H, this, Qt::WidgetWithChildrenShortcut,
+           [this] { _chips->button(showsHistory() ? 0 : 1)->click(); });
+    if (const auto store = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(VXTrigger::storeName)) {
+        _watch = std::make_unique<VXStoreWatch>(store);
+        connect(_watch.get(), &VXStoreWatch::didChange, this, &VXAutomationsSection::update);
+    }
+    VXNotificationCenter::defaultCenter().addObserver(
+        this, VXEventManagerWillPostEventNotification, [this](const VXNotification &) {
+            QMetaObject::invokeMethod(this, &VXAutomationsSection::update, Qt::QueuedConnection);
+        });
+    update();
+}
+
+VXAutomationsSection::~VXAutomationsSection() = default;
+
+void VXAutomationsSection::makeChips()
+{
+    int number = 0;
+    for (const char *const title : {"Automations", "History"}) {
+        auto *const chip = new QPushButton(VXText(title));
+        chip->setCheckable(true);
+        chip->setChecked(number == 0);
+        _chips->addButton(chip, number++);
+        _pane->secondRow()->addWidget(chip);
+    }
+    _pane->secondRow()->addStretch();
+    connect(_chips, &QButtonGroup::idClicked, this, [this] {
+        commit();
+        _pane->list()->setCurrentIndex({});
+        update();
+    });
+}
+
+bool VXAutomationsSection::showsHistory() const
+{
+    return _chips->checkedId() == 1;
+}
+
+// -- The list
+
+void VXAutomationsSection::update()
+{
+    QString chosen =
+        _pane->list()->currentIndex().data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
+    if (!showsHistory() && !_shownTrigger.isNull())
+        chosen = _shownTrigger; // one that was just made is not in the list yet
+    const QSignalBlocker blocker(_pane);
+    if (showsHistory())
+        updateHistory();
+    else
+        updateTriggers();
+    int row = 0;
+    for (int i = 0; i < _model->rowCount(); ++i) {
+        if (_model->item(i)->data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString() == chosen)
+            row = i;
+    }
+    _pane->setIsEmpty(_model->rowCount() == 0);
+    if (_model->rowCount() == 0 || (_isNew && !showsHistory())) {
+        if (!_isNew || showsHistory())
+            _detail->setCurrentIndex(0);
+        return;
+    }
+    _pane->choose(row);
+    const QString now = _model->item(row)->data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
+    if (now != chosen || showsHistory() || now != _shownTrigger)
+        show(row);
+}
+
+namespace {
+
+void fill(QStandardItemModel &model, const QList<VXListRow> &rows, const QString &search)
+{
+    model.clear();
+    for (const VXListRow &row : rows) {
+        if (!row.text.contains(search, Qt::CaseInsensitive))
+            continue;
+        auto *const item = new QStandardItem(row.text);
+        item->setEditable(false);
+        item->setData(row.value, VXStoreListModel::ValueRole);
+        model.appendRow(item);
+    }
+}
+
+} // namespace
+
+void VXAutomationsSection::updateTriggers()
+{
+    QList<VXListRow> rows;
+    if (const auto store = VXTriggerStore::open()) {
+        for (const VXTrigger &trigger : store->triggers().value_or(QList<VXTrigger>()))
+            rows.append(rowOf(trigger));
+    }
+    fill(*_model, rows, _pane->search()->searchText());
+    if (rows.isEmpty()) {
+        _pane->placeholder()->setContents(u"bolt"_s, VXText("No automations yet"),
+                                          VXText("Have something done by itself when a call or a message comes."),
+                                          VXText("Make one"), VXText("Start with “missed calls”"));
+        _nothing->setContents(u"bolt"_s, VXText("When something happens, if you want, then do it"), {});
+    } else {
+        _pane->placeholder()->setContents(u"search"_s, VXText("Nothing found"), {});
+    }
+}
+
+void VXAutomationsSection::updateHistory()
+{
+    QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
+    QList<VXListRow> rows;
+    for (auto record = records.crbegin(); record != records.crend() && rows.size() < mostEvents; ++record)
+        rows.append(VXRowOfEvent(*record));
+    fill(*_model, rows, _pane->search()->searchText());
+    _pane->placeholder()->setContents(u"clock"_s, VXText("Nothing has happened yet"),
+                                      VXText("Calls and messages show here, with what came of them and why."));
+    _nothing->setContents(u"clock"_s, VXText("No event chosen"), {});
+}
+
+void VXAutomationsSection::show(int row)
+{
+    const QStandardItem *const item = _model->item(row);
+    if (item == nullptr)
+        return;
+    const QString chosen = item->data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
+    if (showsHistory()) {
+        showRecord(chosen);
+        return;
+    }
+    if (chosen == _shownTrigger && _detail->currentWidget() == _editor)
+        return;
+    commit();
+    showTrigger(chosen);
+}
+
+// -- One automation
+
+void VXAutomationsSection::showTrigger(const QString &shortID)
+{
+    const auto store = VXTriggerStore::open();
+    const VXTrigger trigger = store && !shortID.isNull() ? store->triggerWithID(shortID) : VXTrigger();
+    _isNew = false;
+    _shownTrigger = trigger.isNull() ? QString() : shortID;
+    if (trigger.isNull()) {
+        _detail->setCurrentIndex(0);
+        return;
+    }
+    _before = VXTriggerDraft::of(trigger);
+    _editor->setDraft(_before);
+    VXError error;
+    if (trigger.usesFilter() && !trigger.filter(&error))
+        _editor->setProblem(VXText("Its condition does not work: %1").arg(error.localizedDescription()));
+    _detail->setCurrentWidget(_editor);
+}
+
+// A null draft removes it. @return the trigger's ID; null for none, and, told, when it was refused.
+QString VXAutomationsSection::write(const QString &shortID, const VXTriggerDraft *draft)
+{
+    VXError error;
+    const auto store = VXTriggerStore::open(&error);
+    VXTrigger trigger = store && !shortID.isNull() ? store->triggerWithID(shortID) : VXTrigger();
+    bool isDone = store != nullptr;
+    if (isDone && draft == nullptr && !trigger.isNull())
+        store->remove(trigger);
+    else if (isDone && draft != nullptr && trigger.isNull())
+        isDone = !(trigger = store->add(draft->change(), &error)).isNull();
+    else if (isDone && draft != nullptr)
+        isDone = store->change(trigger, draft->change(), &error);
+    isDone = isDone && store->save(&error);
+    const QString reason = error.localizedDescription() + u' ' + error.localizedRecoverySuggestion();
+    _editor->setProblem(isDone ? QString() : VXText("Not saved yet: %1").arg(reason.trimmed()));
+    return isDone && draft != nullptr ? trigger.shortID() : QString();
+}
+
+void VXAutomationsSection::take()
+{
+    const VXTriggerDraft draft = _editor->draft();
+    if (!_isNew && _shownTrigger.isNull())
+        return;
+    if (draft.reactions.isEmpty()) {
+        _editor->setProblem(VXText("Not saved yet: say what shall happen."));
+        return;
+    }
+    const QString written = write(_shownTrigger, &draft);
+    if (written.isNull())
+        return;
+    undoStack().push(new Edit(*this, written, _isNew ? std::nullopt : std::optional(_before), draft));
+    _isNew = false;
+    _shownTrigger = written;
+    _before = draft;
+}
+
+void VXAutomationsSection::startFrom(const VXTriggerDraft &draft)
+{
+    if (showsHistory())
+        _chips->button(0)->click();
+    commit();
+    _isNew = true;
+    _shownTrigger.clear();
+    _pane->list()->setCurrentIndex({});
+    _editor->setDraft(draft);
+    _detail->setCurrentWidget(_editor);
+    if (!draft.reactions.isEmpty())
+        take();
+    _editor->focusName();
+}
+
+void VXAutomationsSection::makeNew()
+{
+    startFrom({{}, u"incoming_call"_s, {}, true, {}});
+}
+
+void VXAutomationsSection::edit()
+{
+    if (_detail->currentWidget() == _editor)
+        _editor->focusName();
+}
+
+void VXAutomationsSection::remove()
+{
+    if (_shownTrigger.isNull() || showsHistory())
+        return;
+    _editor->flush();
+    const VXTriggerDraft draft = _before;
+    const QString shortID = std::exchange(_shownTrigger, QString());
+    write(shortID, nullptr);
+    undoStack().push(new Edit(*this, {}, draft, std::nullopt));
+    update();
+    notices().showDone(VXText("“%1” was deleted.").arg(draft.name), VXText("Undo"), [this] { undoStack().undo(); });
+}
+
+void VXAutomationsSection::commit()
+{
+    _editor->flush();
+}
+
+void VXAutomationsSection::toggle(int row)
+{
+    if (row < 0 || showsHistory() || _shownTrigger.isNull())
+        return;
+    _editor->flush();
+    VXTriggerDraft draft = _before;
+    draft.isEnabled = !draft.isEnabled;
+    _editor->setDraft(draft);
+    take();
+}
+
+void VXAutomationsSection::showTrials()
+{
+    commit();
+    const auto store = VXTriggerStore::open();
+    const VXTrigger trigger = store && !_shownTrigger.isNull() ? store->triggerWithID(_shownTrigger) : VXTrigger();
+    if (trigger.isNull())
+        return;
+    const QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
+    QStringList lines;
+    for (auto record = records.crbegin(); record != records.crend() && lines.size() < mostTrials; ++record) {
+        if (record->name != trigger.eventName() || record->object.isEmpty())
+            continue;
+        const VXTriggerTrial trial = VXTriggerTrial::of(trigger, objectOf(*record));
+        const QString who = VXTitleOfEvent(*record) + (record->who.isEmpty() ? QString() : u" · "_s + record->who);
+        lines.append(u"%1  %2, %3"_s.arg(trial.passes ? u"✓"_s : u"✗"_s, VXTextOfDate(record->date), who) +
+                     (trial.passes              ? QString()
+                      : trial.problem.isEmpty() ? u": "_s + VXText("does not fit")
+                                                : u": "_s + trial.problem));
+    }
+    _editor->setTrials(lines.isEmpty() ? QStringList{VXText("There was no such event yet.")} : lines);
+}
+
+// -- One event
+
+void VXAutomationsSection::showRecord(const QString &identifier)
+{
+    _event = VXEventHistory::sharedEventHistory().recordWithIdentifier(identifier);
+    _detail->setCurrentIndex(_event ? 2 : 0);
+    if (!_event)
+        return;
+    _eventTitle->setText(VXTitleOfEvent(*_event));
+    QStringList about{VXTextOfDate(_event->date), _event->who};
+    about.removeAll(QString());
+    _eventDate->setText(about.join(u" · "_s));
+    _eventWhy->setText(VXWhyOfEvent(*_event).join(u'\n'));
+    _again->setVisible(!_event->object.isEmpty());
+}
+
+void VXAutomationsSection::replay()
+{
+    if (!_event)
+        return;
+    VXEventManager::sharedEventManager().postEventWithName(_event->name, _event->subtype, objectOf(*_event));
+    notices().showDone(VXText("The event was posted again."));
+}
+
+void VXAutomationsSection::find()
+{
+    _pane->search()->setFocus();
+    _pane->search()->selectAll();
+}

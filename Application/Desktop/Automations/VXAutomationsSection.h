@@ -1,0 +1,68 @@
+#pragma once
+
+#include "VXEventRecord.h"
+#include "VXSection.h"
+#include "VXTriggerEditor.h"
+
+#include <QtGui/QStandardItemModel>
+
+#include <memory>
+
+class QButtonGroup;
+class QFileSystemWatcher;
+class QPushButton;
+class QStackedWidget;
+class VXEmptyState;
+class VXListPane;
+class VXStoreWatch;
+class VXTextLabel;
+
+/** What the user wants to happen when something happens: automations with their editor, and the history that tells why. */
+class VXAutomationsSection : public VXSection
+{
+    Q_OBJECT
+
+public:
+    explicit VXAutomationsSection(QWidget *parent);
+    ~VXAutomationsSection() override;
+
+    void find() override;
+    void makeNew() override;
+    void edit() override;
+    void remove() override;
+    void commit() override;
+
+private:
+    class Edit;
+
+    void makeChips();
+    void update();
+    void updateTriggers();
+    void updateHistory();
+    void show(int row);
+    void showTrigger(const QString &shortID);
+    void showRecord(const QString &identifier);
+    void take();
+    QString write(const QString &shortID, const VXTriggerDraft *draft);
+    void showTrials();
+    void startFrom(const VXTriggerDraft &draft);
+    void toggle(int row);
+    void replay();
+    bool showsHistory() const;
+
+    VXListPane *_pane;
+    QButtonGroup *_chips;
+    QStandardItemModel *_model;
+    QStackedWidget *_detail;
+    VXTriggerEditor *_editor;
+    VXEmptyState *_nothing;
+    VXTextLabel *_eventTitle;
+    VXTextLabel *_eventDate;
+    VXTextLabel *_eventWhy;
+    QPushButton *_again;
+    std::unique_ptr<VXStoreWatch> _watch;
+    QString _shownTrigger; // short ID; null: a new one, or none
+    bool _isNew = false;
+    VXTriggerDraft _before; // of the one shown
+    std::optional<VXEventRecord> _event;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "VXPersistentStoreCoordinator.h"
+#include "VXSection.h"
+
+#include <memory>
+
+class QButtonGroup;
+class VXEmptyState;
+class VXListPane;
+class VXStoreListModel;
+class VXStoreWatch;
+
+/** The history of calls: who, when, how long; in, out and missed by chips, and what to do about the chosen one. */
+class VXCallsSection : public VXSection
+{
+    Q_OBJECT
+
+public:
+    explicit VXCallsSection(QWidget *parent);
+    ~VXCallsSection() override;
+
+    void find() override;
+    void exportItems() override;
+    void importItems() override;
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    enum class Kind { All, In, Out, Missed };
+
+    void makeChips();
+    void showList();
+    void listWasRead();
+    void showCall(int row);
+    QString chosenParty() const;
+    QString chosenNumber() const;
+    void updateBadge();
+
+    VXPersistentStoreCoordinator::Ptr _coordinator;
+    VXStoreListModel *_model;
+    VXListPane *_pane;
+    QButtonGroup *_chips;
+    class Detail;
+    Detail *_detail;
+    std::unique_ptr<VXStoreWatch> _watch;
+};

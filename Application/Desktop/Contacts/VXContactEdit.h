@@ -1,0 +1,37 @@
+#pragma once
+
+#include "VXContactRecord.h"
+#include "VXError.h"
+#include "VXManagedObject.h"
+#include "VXPersistentStoreCoordinator.h"
+
+#include <QtGui/QUndoCommand>
+
+#include <functional>
+#include <optional>
+
+class VXManagedObjectContext;
+
+/** One contact as it was and as it is to be; none for one that is not there. Undone and redone in the store, by its UID. */
+class VXContactEdit : public QUndoCommand
+{
+public:
+    /** Told after each step: the person's ID, null when it is gone, or what went wrong. */
+    using Done = std::function<void(const VXManagedObjectID &person, const VXError &error)>;
+
+    VXContactEdit(const VXPersistentStoreCoordinator::Ptr &coordinator, const VXManagedObjectID &person,
+                  const std::optional<VXContactRecord> &before, const std::optional<VXContactRecord> &after, Done done);
+
+    void undo() override { write(_before); }
+    void redo() override { write(_after); }
+
+private:
+    VXManagedObjectPtr find(VXManagedObjectContext &context, VXError *error) const;
+    void write(const std::optional<VXContactRecord> &contact);
+
+    const VXPersistentStoreCoordinator::Ptr _coordinator;
+    VXManagedObjectID _person;
+    std::optional<VXContactRecord> _before;
+    std::optional<VXContactRecord> _after;
+    const Done _done;
+};

@@ -1,0 +1,296 @@
+#include "VXContactForm.h"
+
+#include "VXApplication.h"
+#include "VXAvatar.h"
+#include "VXContactFields.h"
+#include "VXDesktopText.h"
+#include "VXEmailAddress.h"
+#include "VXPhoneNumber.h"
+#include "VXSymbol.h"
+#include "VXTextLabel.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QLocale>
+#include <QtGui/QImageReader>
+#include <QtGui/QKeyEvent>
+#include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QCompleter>
+#include <QtWidgets/QFormLayout>
+#include <QtWidgets/QFrame>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPlainTextEdit>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QStyle>
+#include <QtWidgets/QToolButton>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int widestForm = 620;
+constexpr qint64 largestPicture = 8 << 20; // bytes
+
+void setBad(QLineEdit *edit, bool isBad)
+{
+    edit->setProperty("vxTone", isBad ? QVariant(u"bad"_s) : QVariant());
+    edit->style()->unpolish(edit);
+    edit->style()->polish(edit);
+}
+
+QDate dateFrom(const QString &text)
+{
+    for (const QDate &date : {QLocale().toDate(text, QLocale::ShortFormat), QLocale().toDate(text, QLocale::LongFormat),
+                              QDate::fromString(text, Qt::ISODate)}) {
+        if (date.isValid())
+            return date;
+    }
+    return {};
+}
+
+QStringList groupsFrom(const QString &text)
+{
+    QStringList groups;
+    for (const QString &each : text.split(u',')) {
+        if (!each.trimmed().isEmpty() && !groups.contains(each.trimmed()))
+            groups.append(each.trimmed());
+    }
+    return groups;
+}
+
+} // namespace
+
+VXContactForm::VXContactForm(QWidget *parent) : QScrollArea(parent)
+{
+    setWidgetResizable(true);
+    setFrameShape(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setAccessibleName(VXText("Edit contact"));
+}
+
+void VXContactForm::setContact(const VXContactRecord &contact, const QStringList &groups)
+{
+    _contact = contact;
+    _lists.clear();
+    _texts.clear();
+    auto *const page = new QWidget;
+    auto *const sides = new QHBoxLayout(page);
+    auto *const middle = new QWidget;
+    middle->setMaximumWidth(widestForm);
+    auto *const column = new QVBoxLayout(middle);
+    column->setContentsMargins(12, 20, 12, 24);
+    column->setSpacing(14);
+    addHead(column);
+
+    addAddresses(column, VXText("Phone numbers"), VXText("Add number"), &VXContactRecord::numbers);
+    addAddresses(column, VXText("E-mail"), VXText("Add address"), &VXContactRecord::emails);
+    addAddresses(column, VXText("Web pages"), VXText("Add page"), &VXContactRecord::urls);
+
+    auto *const rest = new QFormLayout;
+    rest->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    _birthday = new QLineEdit(contact.birthday.isValid() ? QLocale().toString(contact.birthday, QLocale::ShortFormat)
+                                                         : QString());
+    _birthday->setPlaceholderText(QLocale().dateFormat(QLocale::ShortFormat));
+    _groups = new QLineEdit(contact.groups.join(", "_L1));
+    _groups->setPlaceholderText(VXText("Family, Friends"));
+    if (contact.groups.isEmpty())
+        _groups->setCompleter(new QCompleter(groups, _groups));
+    _note = new QPlainTextEdit(contact.note);
+    _note->setTabChangesFocus(true);
+    _note->setFixedHeight(fontMetrics().height() * 5);
+    rest->addRow(VXText("Birthday"), _birthday);
+    rest->addRow(VXText("Groups"), _groups);
+    rest->addRow(VXText("Note"), _note);
+    column->addLayout(rest);
+
+    _problem = new VXTextLabel({}, VXTextLabel::Role::Body);
+    _problem->setProperty("vxTone", u"bad"_s);
+    _problem->hide();
+    column->addWidget(_problem);
+    auto *const buttons = new QHBoxLayout;
+    auto *const remove = new QPushButton(VXText("Delete"));
+    remove->setProperty("vxRole", u"danger"_s);
+    auto *const cancel = new QPushButton(VXText("Discard changes"));
+    auto *const save = new QPushButton(VXText("Done"));
+    save->setDefault(true);
+    remove->setVisible(!contact.uid.isEmpty());
+    buttons->addWidget(remove);
+    buttons->addStretch();
+    buttons->addWidget(cancel);
+    buttons->addWidget(save);
+    column->addLayout(buttons);
+    column->addStretch();
+    connect(save, &QPushButton::clicked, this, &VXContactForm::done);
+    connect(cancel, &QPushButton::clicked, this, &VXContactForm::cancelled);
+    connect(remove, &QPushButton::clicked, this, &VXContactForm::wantsRemoval);
+
+    sides->addStretch(1);
+    sides->addWidget(middle, 100);
+    sides->addStretch(1);
+    setWidget(page);
+    _texts.front()->setFocus();
+}
+
+void VXContactForm::addHead(QVBoxLayout *column)
+{
+    auto *const row = new QHBoxLayout;
+    row->setSpacing(18);
+    auto *const picture = new QVBoxLayout;
+    _avatar = new VXAvatar(88);
+    _avatar->setPerson(_contact.displayName(), _contact.image);
+    auto *const change = new QPushButton(VXText("Picture…"));
+    connect(change, &QPushButton::clicked, this, &VXContactForm::choosePicture);
+    picture->addWidget(_avatar, 0, Qt::AlignHCenter);
+    picture->addWidget(change);
+    picture->addStretch();
+    row->addLayout(picture);
+    auto *const form = new QFormLayout;
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    for (const VXContactField &field : VXContactTextFields()) {
+        auto *const edit = new QLineEdit(_contact.*field.field);
+        form->addRow(VXText(field.title), edit);
+        connect(edit, &QLineEdit::textEdited, this,
+                [this] { _avatar->setPerson(this->contact().displayName(), _contact.image); });
+        connect(edit, &QLineEdit::returnPressed, this, &VXContactForm::done);
+        _texts.push_back(edit);
+    }
+    row->addLayout(form, 1);
+    column->addLayout(row);
+}
+
+void VXContactForm::addAddresses(QVBoxLayout *column, const QString &title, const QString &add,
+                                 Addresses VXContactRecord::*field)
+{
+    column->addWidget(new VXTextLabel(title, VXTextLabel::Role::Title));
+    auto *const rows = new QVBoxLayout;
+    column->addLayout(rows);
+    _lists.push_back(std::make_unique<AddressList>(AddressList{field, rows}));
+    AddressList &list = *_lists.back();
+    for (const VXContactRecord::Address &address : _contact.*field)
+        addRow(list, address);
+    if (field == &VXContactRecord::numbers && (_contact.*field).isEmpty())
+        addRow(list, {{}, VXContactAddressTypes(field).front(), {}});
+    auto *const button = new QToolButton;
+    button->setIcon(VXSymbol::named(u"plus"_s, VXSymbol::Tone::Accent));
+    button->setText(add);
+    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    column->addWidget(button);
+    connect(button, &QToolButton::clicked, this, [this, &list] {
+        addRow(list, {{}, VXContactAddressTypes(list.field).front(), {}});
+        list.edits.back().value->setFocus();
+    });
+}
+
+void VXContactForm::addRow(AddressList &list, const VXContactRecord::Address &address)
+{
+    auto *const widget = new QWidget;
+    auto *const row = new QHBoxLayout(widget);
+    row->setContentsMargins(0, 0, 0, 0);
+    auto *const type = new QComboBox;
+    type->setAccessibleName(VXText("Kind"));
+    for (const unsigned each : VXContactAddressTypes(list.field))
+        type->addItem(VXContactTypeTitle(each), each);
+    if (type->findData(address.type) < 0)
+        type->addItem(address.label.isEmpty() ? VXContactTypeTitle(address.type) : address.label, address.type);
+    type->setCurrentIndex(type->findData(address.type));
+    type->setMinimumWidth(fontMetrics().averageCharWidth() * 20);
+    auto *const value = new QLineEdit(address.value);
+    value->setAccessibleName(list.field == &VXContactRecord::numbers ? VXText("Number") : VXText("Address"));
+    auto *const remove = new QToolButton;
+    remove->setIcon(VXSymbol::named(u"minus"_s, VXSymbol::Tone::Quiet));
+    remove->setAccessibleName(VXText("Remove"));
+    remove->setToolTip(VXText("Remove"));
+    row->addWidget(type);
+    row->addWidget(value, 1);
+    row->addWidget(remove);
+    list.rows->addWidget(widget);
+    list.edits.push_back({widget, value, type});
+    connect(value, &QLineEdit::returnPressed, this, &VXContactForm::done);
+    connect(remove, &QToolButton::clicked, this, [&list, widget] {
+        std::erase_if(list.edits, [widget](const AddressRow &each) { return each.widget == widget; });
+        widget->deleteLater();
+    });
+}
+
+VXContactRecord VXContactForm::contact() const
+{
+    VXContactRecord contact = _contact;
+    for (size_t i = 0; i < _texts.size(); ++i)
+        contact.*VXContactTextFields()[i].field = _texts[i]->text().trimmed();
+    for (const auto &list : _lists) {
+        Addresses addresses;
+        for (const AddressRow &row : list->edits) {
+            const QString value = row.value->text().trimmed();
+            const auto known = std::ranges::find(_contact.*list->field, value, &VXContactRecord::Address::value);
+            const QString label = known == (_contact.*list->field).cend() ? QString() : known->label;
+            if (!value.isEmpty())
+                addresses.append({value, row.type->currentData().toUInt(), label});
+        }
+        contact.*list->field = addresses;
+    }
+    if (_birthday != nullptr) {
+        contact.birthday = dateFrom(_birthday->text().trimmed());
+        contact.groups = groupsFrom(_groups->text());
+        contact.note = _note->toPlainText().trimmed();
+    }
+    return contact;
+}
+
+QString VXContactForm::problem()
+{
+    QString problem;
+    const auto check = [&](QLineEdit *edit, bool isGood, const QString &text) {
+        setBad(edit, !isGood);
+        if (!isGood && problem.isNull())
+            problem = text;
+    };
+    for (const auto &list : _lists) {
+        for (const AddressRow &row : list->edits) {
+            const QString value = row.value->text().trimmed();
+            if (list->field == &VXContactRecord::numbers)
+                check(row.value, value.isEmpty() || VXIsValidPhoneNumber(value),
+                      VXText("“%1” is no phone number.").arg(value));
+            else if (list->field == &VXContactRecord::emails)
+                check(row.value, value.isEmpty() || VXIsValidEmailAddress(value),
+                      VXText("“%1” is no e-mail address.").arg(value));
+        }
+    }
+    const QString birthday = _birthday->text().trimmed();
+    check(_birthday, birthday.isEmpty() || dateFrom(birthday).isValid(), VXText("“%1” is no date.").arg(birthday));
+    _problem->setText(problem);
+    _problem->setVisible(!problem.isNull());
+    return problem;
+}
+
+void VXContactForm::choosePicture()
+{
+    VXOpenPanel panel;
+    panel.message = VXText("Choose a picture");
+    panel.shouldShowFilename = [](const QString &path) {
+        return QImageReader::supportedImageFormats().contains(QFileInfo(path).suffix().toLower().toLatin1());
+    };
+    const VXPanelResult chosen = VXApplication::sharedApplication().userInterface().runOpenPanel(panel);
+    if (chosen.path.isNull())
+        return;
+    QFile file(chosen.path);
+    const bool isRead = file.open(QFile::ReadOnly) && file.size() <= largestPicture;
+    const QByteArray bytes = isRead ? file.readAll() : QByteArray();
+    if (VXSquarePicture(bytes, 1).isNull()) {
+        _problem->setText(VXText("“%1” is no picture that can be used.").arg(chosen.path));
+        _problem->show();
+        return;
+    }
+    _contact.image = bytes;
+    _avatar->setPerson(contact().displayName(), bytes);
+}
+
+void VXContactForm::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        Q_EMIT done();
+    else
+        QScrollArea::keyPressEvent(event);
+}

@@ -1,0 +1,394 @@
+#include "VXContactsSection.h"
+
+#include "VXApplication.h"
+#include "VXCardReader.h"
+#include "VXContactCard.h"
+#include "VXContactEdit.h"
+#include "VXContactForm.h"
+#include "VXContactImport.h"
+#include "VXContactRow.h"
+#include "VXContactWriter.h"
+#include "VXDataManager.h"
+#include "VXDesktopText.h"
+#include "VXDesktopWork.h"
+#include "VXEmailAddress.h"
+#include "VXEmptyState.h"
+#include "VXErrorDomain.h"
+#include "VXListPane.h"
+#include "VXManagedObjectContext.h"
+#include "VXNoticeBar.h"
+#include "VXPhonebookManager.h"
+#include "VXPhonebookString.h"
+#include "VXRowDelegate.h"
+#include "VXSearchField.h"
+#include "VXSplitView.h"
+#include "VXStoreListModel.h"
+#include "VXStoreWatch.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QStackedWidget>
+
+using namespace Qt::StringLiterals;
+
+VXContactsSection::VXContactsSection(QWidget *parent)
+    : VXSection(u"contacts"_s, VXText("Contacts"), u"people"_s, parent),
+      _coordinator(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s)),
+      _model(new VXStoreListModel(this)), _pane(new VXListPane(VXText("Search contacts"), VXText("Contacts"), this)),
+      _group(new QComboBox(this)), _detail(new QStackedWidget(this)), _card(new VXContactCard(this)),
+      _form(new VXContactForm(this)), _nothing(new VXEmptyState(this))
+{
+    _group->setAccessibleName(VXText("Group"));
+    _pane->secondRow()->addWidget(_group, 1);
+    _pane->setModel(_model);
+    _nothing->setContents(u"person"_s, VXText("No contact chosen"),
+                          VXText("Choose one from the list, or make a new one."));
+    for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _card, _form})
+        _detail->addWidget(page);
+    auto *const split = new VXSplitView(Qt::Horizontal, this);
+    split->addWidget(_pane);
+    split->addWidget(_detail);
+    split->setStretchFactor(1, 1);
+    split->setSizes({320, 640});
+    split->setAutosaveName(u"contacts"_s);
+    auto *const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(split);
+
+    connect(_pane, &VXListPane::searchDidChange, this, &VXContactsSection::showList);
+    connect(_pane, &VXListPane::chosen, this, [this](int row) {
+        if (row >= 0)
+            show(_model->objectIDAt(row));
+    });
+    connect(_pane, &VXListPane::activated, this, &VXContactsSection::edit);
+    connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXContactsSection::importItems);
+    connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXContactsSection::makeNew);
+    connect(_group, &QComboBox::activated, this, &VXContactsSection::showList);
+    connect(_model, &VXStoreListModel::didRead, this, &VXContactsSection::listWasRead);
+    connect(_model, &VXStoreListModel::dataChanged, this, [this] {
+        if (_shown.isNull() && !_edited && _pane->list()->currentIndex().isValid())
+            show(_model->objectIDAt(_pane->list()->currentIndex().row()));
+    });
+    connect(_card, &VXContactCard::wantsEdit, this, &VXContactsSection::edit);
+    connect(_card, &VXContactCard::wantsCall, this, &VXSection::wantsCall);
+    connect(_card, &VXContactCard::wantsMessage, this, [this](const QString &party) { Q_EMIT wantsMessage({party}); });
+    connect(_form, &VXContactForm::done, this, &VXContactsSection::endEditing);
+    connect(_form, &VXContactForm::wantsRemoval, this, &VXContactsSection::remove);
+    connect(_form, &VXContactForm::cancelled, this, [this] {
+        _edited.reset();
+        showCard();
+    });
+    if (!_coordinator)
+        return;
+    _watch = std::make_unique<VXStoreWatch>(_coordinator);
+    connect(_watch.get(), &VXStoreWatch::didChange, this, [this] {
+        updateGroups();
+        if (!_edited)
+            showCard();
+    });
+    updateGroups();
+    showList();
+}
+
+VXContactsSection::~VXContactsSection() = default;
+
+bool VXContactsSection::isEmpty() const
+{
+    return !_model->isReading() && _model->rowCount() == 0 && _pane->search()->searchText().isEmpty();
+}
+
+// -- The list
+
+void VXContactsSection::updateGroups()
+{
+    const QVariant chosen = _group->currentData();
+    VXManagedObjectContext context(_coordinator);
+    VXFetchRequest request(*_coordinator->model().entityForName(u"VXGroup"_s));
+    request.sortDescriptors = {{.key = u"name"_s}};
+    const auto found = context.executeFetchRequest(request);
+    _group->clear();
+    _group->addItem(VXText("All contacts"));
+    for (const VXManagedObjectPtr &group :
+         found ? QList<VXManagedObjectPtr>(found->begin(), found->end()) : QList<VXManagedObjectPtr>())
+        _group->addItem(group->valueForKey(u"name"_s).toString(), QVariant::fromValue(group->objectID()));
+    for (int i = 1; i < _group->count(); ++i) {
+        if (chosen.isValid() && _group->itemData(i).value<VXManagedObjectID>() == chosen.value<VXManagedObjectID>())
+            _group->setCurrentIndex(i);
+    }
+    _group->setVisible(_group->count() > 1);
+}
+
+void VXContactsSection::showList()
+{
+    if (_coordinator)
+        _model->setQuery(VXContactsQuery(_coordinator, _group->currentData().value<VXManagedObjectID>(),
+                                         _pane->search()->searchText()));
+}
+
+void VXContactsSection::listWasRead()
+{
+    const int count = _model->rowCount();
+    const bool isSearched = !_pane->search()->searchText().isEmpty();
+    if (count == 0 && isSearched)
+        _pane->placeholder()->setContents(u"search"_s, VXText("Nobody found"),
+                                          VXText("No contact has a name, number or address that begins so."));
+    else if (count == 0)
+        _pane->placeholder()->setContents(u"people"_s, VXText("No contacts yet"),
+                                          VXText("Import a vCard file, sync a phone, or make the first one."),
+                                          VXText("Import…"), VXText("New contact"));
+    _pane->setIsEmpty(count == 0);
+    _pane->search()->setResultCount(isSearched ? std::optional<qint64>(count) : std::nullopt);
+    if (count == 0 && !_edited) {
+        _shown = {};
+        showCard();
+    } else if (!_edited) {
+        const int row = _shown.isNull() ? -1 : _model->rowOfObject(_shown);
+        if (row >= 0 || !_pane->list()->currentIndex().isValid())
+            _pane->choose(std::max(0, row));
+    }
+}
+
+// -- The chosen one
+
+std::optional<VXContactRecord> VXContactsSection::read(const VXManagedObjectID &person) const
+{
+    if (person.isNull() || !_coordinator)
+        return std::nullopt;
+    VXManagedObjectContext context(_coordinator);
+    const VXManagedObjectPtr found = context.existingObjectWithID(person);
+    return found ? std::optional(VXContactRecord(QVariant::fromValue(found))) : std::nullopt;
+}
+
+void VXContactsSection::show(const VXManagedObjectID &person)
+{
+    if (_edited && !(person == _shown) && !endEditing())
+        return; // what is wrong with it shows in the form
+    _shown = person;
+    showCard();
+}
+
+void VXContactsSection::showCard()
+{
+    const std::optional<VXContactRecord> contact = read(_shown);
+    if (contact && !(_onCard == _shown && VXIsSameContact(_cardContact, *contact))) {
+        _onCard = _shown;
+        _cardContact = *contact;
+        _card->setContact(*contact);
+    }
+    _detail->setCurrentWidget(contact ? static_cast<QWidget *>(_card) : _nothing);
+    if (isEmpty())
+        _nothing->setContents(u"person"_s, VXText("Your phonebook is empty"), {});
+    else
+        _nothing->setContents(u"person"_s, VXText("No contact chosen"),
+                              VXText("Choose one from the list, or make a new one."));
+}
+
+void VXContactsSection::find()
+{
+    _pane->search()->setFocus();
+    _pane->search()->selectAll();
+}
+
+void VXContactsSection::makeNew()
+{
+    if (!_coordinator || (_edited && !endEditing()))
+        return;
+    VXContactRecord contact;
+    if (_group->currentIndex() > 0)
+        contact.groups.append(_group->currentText());
+    _isNew = true;
+    startEditing(contact);
+}
+
+void VXContactsSection::edit()
+{
+    if (const auto contact = _edited ? std::nullopt : read(_shown)) {
+        _isNew = false;
+        startEditing(*contact);
+    }
+}
+
+void VXContactsSection::startEditing(const VXContactRecord &contact)
+{
+    _edited = contact;
+    QStringList groups;
+    for (int i = 1; i < _group->count(); ++i)
+        groups.append(_group->itemText(i));
+    _detail->setCurrentWidget(_form);
+    _form->setContact(contact, groups);
+}
+
+bool VXContactsSection::endEditing()
+{
+    if (!_edited)
+        return true;
+    if (!_form->problem().isNull())
+        return false;
+    const VXContactRecord before = *_edited;
+    const VXContactRecord after = VXStorableContact(_form->contact());
+    _edited.reset();
+    const bool isNothing = after.displayName().isEmpty();
+    if (!isNothing && (_isNew || !VXIsSameContact(before, after)))
+        push(_isNew ? VXManagedObjectID() : _shown, _isNew ? std::nullopt : std::optional(before), after);
+    else
+        showCard();
+    _pane->list()->setFocus();
+    return true;
+}
+
+void VXContactsSection::push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
+                             const std::optional<VXContactRecord> &after)
+{
+    undoStack().push(
+        new VXContactEdit(_coordinator, person, before, after,
+                          [this](const VXManagedObjectID &id, const VXError &error) { editDone(id, error); }));
+}
+
+// A disk that is full, or somebody else's change: what was typed stays on screen.
+void VXContactsSection::editDone(const VXManagedObjectID &person, const VXError &error)
+{
+    if (!error.isNull()) {
+        notices().showProblem(VXText("The contact could not be saved: %1").arg(error.localizedDescription()),
+                              VXText("Try again"), [this] { undoStack().redo(); });
+        return;
+    }
+    notices().hide();
+    _shown = person;
+    showCard();
+}
+
+void VXContactsSection::remove()
+{
+    const auto contact = read(_shown);
+    if (!contact)
+        return;
+    _edited.reset();
+    const QString name = contact->displayName();
+    push(_shown, contact, std::nullopt);
+    if (!notices().isProblem() || !notices().isVisible())
+        notices().showDone(VXText("“%1” was deleted.").arg(name), VXText("Undo"), [this] { undoStack().undo(); });
+}
+
+void VXContactsSection::commit()
+{
+    endEditing();
+}
+
+bool VXContactsSection::leave()
+{
+    return _edited.has_value() && endEditing();
+}
+
+void VXContactsSection::showContact(const QString &phonebookString)
+{
+    VXPhonebookManager &manager = VXPhonebookManager::sharedPhonebookManager();
+    const VXManagedObjectPtr entry = manager.entryForPhonebookString(phonebookString);
+    if (entry) {
+        const auto person = entry->entity().name() == "VXPerson"_L1
+                                ? entry
+                                : entry->valueForKey(u"person"_s).value<VXManagedObjectPtr>();
+        if (person) {
+            _pane->search()->clear();
+            show(person->objectID());
+            _pane->choose(_model->rowOfObject(_shown));
+            return;
+        }
+    }
+    if (!_coordinator || (_edited && !endEditing()))
+        return;
+    VXContactRecord contact;
+    QString name;
+    QString value;
+    unsigned type = 0;
+    if (VXPhonebookStringSplit(phonebookString, &name, &value, &type))
+        (VXIsValidEmailAddress(value) ? contact.emails : contact.numbers).append({value, type, {}});
+    contact.firstName = name;
+    _isNew = true;
+    startEditing(contact);
+}
+
+// -- Files
+
+void VXContactsSection::exportItems()
+{
+    QVariantList contacts;
+    VXManagedObjectContext context(_coordinator);
+    VXListQuery shown =
+        VXContactsQuery(_coordinator, _group->currentData().value<VXManagedObjectID>(), _pane->search()->searchText());
+    const auto found = context.executeFetchRequest(*shown.request);
+    for (const VXManagedObjectPtr &person :
+         found ? QList<VXManagedObjectPtr>(found->begin(), found->end()) : QList<VXManagedObjectPtr>())
+        contacts.append(VXContactRecord(QVariant::fromValue(person)).map());
+    VXDataManager::sharedDataManager().exportObjects(contacts, VXText("contacts"), window(), nullptr, {});
+}
+
+void VXContactsSection::importItems()
+{
+    VXOpenPanel panel;
+    panel.message = VXText("Import contacts from a vCard file");
+    panel.shouldShowFilename = [](const QString &path) {
+        return QFileInfo(path).suffix().compare("vcf"_L1, Qt::CaseInsensitive) == 0;
+    };
+    const VXPanelResult chosen = VXApplication::sharedApplication().userInterface().runOpenPanel(panel);
+    if (!chosen.path.isNull())
+        importFile(chosen.path);
+}
+
+void VXContactsSection::importFiles(const QStringList &paths)
+{
+    for (const QString &path : paths)
+        importFile(path);
+}
+
+void VXContactsSection::importFile(const QString &path)
+{
+    struct Outcome
+    {
+        std::optional<VXContactImportReport> report;
+        VXError error;
+    };
+    const QString name = QFileInfo(path).fileName();
+    VXWorkInBackground<Outcome>(
+        this, VXText("Importing %1").arg(name),
+        [coordinator = _coordinator, path, name] {
+            Outcome outcome;
+            QFile file(path);
+            if (!file.open(QFile::ReadOnly)) {
+                outcome.error = VXMakeError(file.errorString());
+                return outcome;
+            }
+            VXCardReader reader(file);
+            outcome.report = VXContactImport(coordinator, name).run(reader, &outcome.error);
+            return outcome;
+        },
+        [this, name](const Outcome &outcome) {
+            if (!outcome.report) {
+                notices().showProblem(
+                    VXText("%1 could not be imported: %2").arg(name, outcome.error.localizedDescription()));
+                return;
+            }
+            const VXContactImportReport &report = *outcome.report;
+            QStringList parts{VXText("%1 new contact", "%1 new contacts", report.added)};
+            if (report.changed > 0)
+                parts << VXText("%1 completed", "%1 completed", report.changed);
+            if (report.same > 0)
+                parts << VXText("%1 already there", "%1 already there", report.same);
+            if (report.leftOut > 0)
+                parts << VXText("%1 could not be read", "%1 could not be read", report.leftOut);
+            const bool isUndoable = report.added + report.changed > 0;
+            notices().showDone(parts.join(", "_L1) + u'.', isUndoable ? VXText("Undo") : QString(),
+                               [this] { undoImport(); });
+        });
+}
+
+void VXContactsSection::undoImport()
+{
+    VXError error;
+    const auto undone = VXContactHistory(_coordinator).undoLast(false, &error);
+    if (undone)
+        notices().showDone(VXText("The import was undone."));
+    else
+        notices().showProblem(error.localizedDescription());
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "VXContactRecord.h"
+#include "VXError.h"
+#include "VXManagedObjectID.h"
+#include "VXPersistentStoreCoordinator.h"
+#include "VXSection.h"
+
+#include <memory>
+
+class QComboBox;
+class QStackedWidget;
+class VXContactCard;
+class VXContactForm;
+class VXEmptyState;
+class VXListPane;
+class VXStoreListModel;
+class VXStoreWatch;
+
+/** The phonebook: groups, a list that is searched while one types, and the chosen contact, edited in place. */
+class VXContactsSection : public VXSection
+{
+    Q_OBJECT
+
+public:
+    explicit VXContactsSection(QWidget *parent);
+    ~VXContactsSection() override;
+
+    /** Imports vCard files, each with one undo. */
+    void importFiles(const QStringList &paths);
+    /** Shows who that is; someone unknown as a new contact with the number or address. */
+    void showContact(const QString &phonebookString);
+    /** False where the store could not be opened. */
+    bool isUsable() const { return _coordinator != nullptr; }
+    bool isEmpty() const;
+
+    void find() override;
+    void makeNew() override;
+    void edit() override;
+    void remove() override;
+    void exportItems() override;
+    void importItems() override;
+    void commit() override;
+    bool leave() override;
+
+private:
+    void showList();
+    void updateGroups();
+    void listWasRead();
+    void show(const VXManagedObjectID &person);
+    void showCard();
+    void startEditing(const VXContactRecord &contact);
+    bool endEditing();
+    void push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
+              const std::optional<VXContactRecord> &after);
+    void editDone(const VXManagedObjectID &person, const VXError &error);
+    std::optional<VXContactRecord> read(const VXManagedObjectID &person) const;
+    void importFile(const QString &path);
+    void undoImport();
+
+    VXPersistentStoreCoordinator::Ptr _coordinator;
+    VXStoreListModel *_model;
+    VXListPane *_pane;
+    QComboBox *_group;
+    QStackedWidget *_detail;
+    VXContactCard *_card;
+    VXContactForm *_form;
+    VXEmptyState *_nothing;
+    std::unique_ptr<VXStoreWatch> _watch;
+    VXManagedObjectID _shown;
+    VXManagedObjectID _onCard; // what the card was made of
+    VXContactRecord _cardContact;
+    std::optional<VXContactRecord> _edited; // as it was, while the form is there
+    bool _isNew = false;
+};

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "VXMessageStore.h"
+#include "VXMessageText.h"
+
+#include <QtCore/QAbstractListModel>
+
+#include <atomic>
+#include <memory>
+
+class VXStoreWatch;
+
+/** The messages with one other party, oldest first: the newest 200, and 200 more above each time the top is reached, up to 5,000.
+ *  Read on another thread. Main thread. */
+class VXConversationModel : public QAbstractListModel
+{
+    Q_OBJECT
+
+public:
+    static constexpr qsizetype portion = 200;
+    static constexpr qsizetype mostRows = 5000;
+
+    VXConversationModel(const VXMessageStore &store, QObject *parent);
+    ~VXConversationModel() override;
+
+    /** Of somebody with several addresses all of them. Empty shows nothing. */
+    void setConversations(const QStringList &keys);
+    const QStringList &conversations() const { return _keys; }
+    const VXShownMessage &messageAt(int row) const { return _rows.at(row).shown; }
+    VXManagedObjectID objectIDAt(int row) const { return _rows.at(row).objectID; }
+    bool hasOlder() const { return !_isAll && _wanted < mostRows; }
+    void readOlder();
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+
+Q_SIGNALS:
+    /** The conversation is another one, or what was read is there. `added`: rows at the end that were not there before. */
+    void didRead(bool isOther, int added);
+
+private:
+    struct Row
+    {
+        VXManagedObjectID objectID;
+        VXShownMessage shown;
+    };
+    using Rows = QList<Row>;
+
+    void read();
+    void take(const Rows &rows);
+    static Rows find(const VXMessageStore &store, const QStringList &keys, qsizetype wanted);
+
+    const VXMessageStore _store;
+    std::unique_ptr<VXStoreWatch> _watch;
+    std::unique_ptr<VXStoreWatch> _outboxWatch;
+    QStringList _keys;
+    Rows _rows;
+    qsizetype _wanted = portion;
+    quint64 _asked = 0;
+    bool _isAll = false;
+    bool _isOther = false;
+    std::shared_ptr<std::atomic<bool>> _isGone = std::make_shared<std::atomic<bool>>(false);
+};

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "VXMessageStore.h"
+
+#include <QtWidgets/QWidget>
+
+class QListView;
+class QStackedWidget;
+class VXAvatar;
+class VXComposer;
+class VXConversationModel;
+class VXEmptyState;
+class VXPhonebookTokenField;
+class VXTextLabel;
+
+/** The messages with somebody, and the next one being written; or a new message, whose receivers are still to be named. */
+class VXConversationView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    VXConversationView(const VXMessageStore &store, QWidget *parent);
+
+    /** `party`: phonebook strings of who that is; `conversations`: the keys of all messages with them. */
+    void setParty(const QString &party, const QStringList &conversations);
+    /** A message to whoever is named then; none to begin with, or these. */
+    void startNew(const QStringList &phonebookStrings, const QString &text);
+    /** Nothing is chosen. */
+    void setNone();
+    bool isNew() const { return _isNew; }
+    /** The phonebook strings that a message would go to. */
+    QStringList receivers() const;
+    void focusText();
+
+Q_SIGNALS:
+    void wantsSend(const QStringList &receivers, const QString &text);
+    void wantsCall(const QString &number);
+    void wantsContact(const QString &phonebookString);
+    /** Of a message that was not sent: what to do about it. */
+    void wantsRetry(qint64 outboxNumber);
+    void wantsDrop(qint64 outboxNumber, const VXManagedObjectID &message);
+    void wantsRemoval(const VXManagedObjectID &message);
+
+public:
+    VXComposer &composer() { return *_composer; }
+
+private:
+    void wasRead(bool isOther, int added);
+    void watchTop();
+    void showMenu(const QModelIndex &index);
+    void updateObstacle();
+    QString draftKey() const;
+    void keepDraft();
+
+    VXConversationModel *_model;
+    QStackedWidget *_stack;
+    QWidget *_head;
+    VXAvatar *_avatar;
+    VXTextLabel *_name;
+    VXTextLabel *_about;
+    QWidget *_newHead;
+    VXPhonebookTokenField *_to;
+    QListView *_list;
+    VXComposer *_composer;
+    VXEmptyState *_nothing;
+    QString _party;
+    bool _isNew = false;
+    bool _isAtEnd = true;
+};

@@ -1,0 +1,430 @@
+#include "VXMessagesSection.h"
+
+#include "MessageDataConstants.h"
+#include "VXApplication.h"
+#include "VXComposer.h"
+#include "VXContactRecord.h"
+#include "VXConversationKey.h"
+#include "VXConversationList.h"
+#include "VXConversationView.h"
+#include "VXDataManager.h"
+#include "VXDesktopText.h"
+#include "VXDesktopWork.h"
+#include "VXDeviceTransformer.h"
+#include "VXEmptyState.h"
+#include "VXListPane.h"
+#include "VXMessageImport.h"
+#include "VXMessageText.h"
+#include "VXNoticeBar.h"
+#include "VXOutbox.h"
+#include "VXOutgoingMessage.h"
+#include "VXPhonebookManager.h"
+#include "VXPhonebookRecord.h"
+#include "VXRowDelegate.h"
+#include "VXSearchField.h"
+#include "VXSplitView.h"
+#include "VXStoreListModel.h"
+#include "VXStoreWatch.h"
+
+#include <QtCore/QFileInfo>
+#include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QComboBox>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype askedFrom = 10; // receivers of one text
+
+QString titleOfFolder(const VXManagedObjectPtr &folder)
+{
+    const QString title = VXMessageStore::folderTitle(folder);
+    static const QHash<QString, const char *> known{{VXInboxFolder, "Inbox"},
+                                                    {VXSentFolder, "Sent"},
+                                                    {VXDraftsFolder, "Drafts"},
+                                                    {VXTrashFolder, "Trash"},
+                                                    {VXUserRootFolder, "Kept here"}};
+    if (known.contains(title))
+        return VXText(known.value(title));
+    const QString phone = VXDeviceNameAtURL().transformedValue(QUrl(title)).toString();
+    return phone.isEmpty() ? title : phone;
+}
+
+// Those of all numbers and addresses of the contact behind the party, the party's own first.
+QStringList conversationsWith(const QString &party)
+{
+    QStringList keys{VXConversationKey(party)};
+    const auto person = VXContactForPhonebookStrings(party).value<VXManagedObjectPtr>();
+    if (person && person->entity().name() == "VXPerson"_L1) {
+        const VXContactRecord contact(QVariant::fromValue(person));
+        for (const VXContactRecord::Address &each : contact.numbers + contact.emails)
+            keys.append(VXConversationKey(each.value));
+    }
+    keys.removeDuplicates();
+    return keys;
+}
+
+} // namespace
+
+VXMessagesSection::VXMessagesSection(QWidget *parent)
+    : VXSection(u"messages"_s, VXText("Messages"), u"message"_s, parent), _store(VXMessageStore::sharedStore()),
+      _pane(new VXListPane(VXText("Search messages"), VXText("Conversations"), this)), _folder(new QComboBox(this)),
+      _messages(new VXStoreListModel(this))
+{
+    auto *const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    if (!_store) {
+        _pane->hide();
+        auto *const nothing = new VXEmptyState(this);
+        nothing->setContents(u"warning"_s, VXText("The messages cannot be read"),
+                             VXText("The log tells why their store could not be opened."));
+        column->addWidget(nothing);
+        return;
+    }
+    _conversations = new VXConversationList(*_store, this);
+    _view = new VXConversationView(*_store, this);
+    _folder->setAccessibleName(VXText("Folder"));
+    _pane->secondRow()->addWidget(_folder, 1);
+    auto *const split = new VXSplitView(Qt::Horizontal, this);
+    split->addWidget(_pane);
+    split->addWidget(_view);
+    split->setStretchFactor(1, 1);
+    split->setSizes({320, 640});
+    split->setAutosaveName(u"messages"_s);
+    column->addWidget(split);
+
+    connect(_pane, &VXListPane::searchDidChange, this, [this](const QString &text) {
+        if (_folder->currentIndex() == 0)
+            _conversations->setSearch(text);
+        else
+            showFolder();
+    });
+    connect(_pane, &VXListPane::chosen, this, &VXMessagesSection::showRow);
+    connect(_pane, &VXListPane::activated, this, [this] { _view->focusText(); });
+    connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXMessagesSection::makeNew);
+    connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXMessagesSection::importItems);
+    connect(_folder, &QComboBox::activated, this, &VXMessagesSection::showFolder);
+    connect(_conversations, &VXConversationList::didRead, this, [this] {
+        if (_folder->currentIndex() == 0)
+            listWasRead(_conversations->rowCount());
+    });
+    connect(_messages, &VXStoreListModel::didRead, this, [this] { listWasRead(_messages->rowCount()); });
+    connect(_view, &VXConversationView::wantsSend, this, &VXMessagesSection::send);
+    connect(_view, &VXConversationView::wantsCall, this, &VXSection::wantsCall);
+    connect(_view, &VXConversationView::wantsContact, this, &VXSection::wantsContact);
+    connect(_view, &VXConversationView::wantsRemoval, this, &VXMessagesSection::trash);
+    connect(_view, &VXConversationView::wantsRetry, this, [this](qint64 number) {
+        const auto outbox = VXOutbox::sharedOutbox();
+        VXError error;
+        if (!outbox || !outbox->retry(number, &error))
+            notices().showProblem(VXText("The message could not be tried again."));
+    });
+    connect(_view, &VXConversationView::wantsDrop, this, [this](qint64 number, const VXManagedObjectID &message) {
+        const auto outbox = VXOutbox::sharedOutbox();
+        if (outbox && outbox->drop(number))
+            trash(message);
+    });
+    _watch = std::make_unique<VXStoreWatch>(_store->coordinator());
+    connect(_watch.get(), &VXStoreWatch::didChange, this, [this] {
+        updateFolders();
+        updateBadge();
+    });
+    updateFolders();
+    updateBadge();
+    showFolder();
+}
+
+VXMessagesSection::~VXMessagesSection() = default;
+
+bool VXMessagesSection::isEmpty() const
+{
+    return !_store || (!_conversations->isReading() && _conversations->rowCount() == 0);
+}
+
+// -- Folders and lists
+
+void VXMessagesSection::updateFolders()
+{
+    VXManagedObjectContext context(_store->coordinator());
+    const QVariant chosen = _folder->currentData();
+    _folder->clear();
+    _folder->addItem(VXText("Conversations"));
+    for (const VXManagedObjectPtr &folder : _store->folders(context).value_or(QList<VXManagedObjectPtr>())) {
+        _folder->addItem(titleOfFolder(folder), QVariant::fromValue(folder->objectID()));
+        if (chosen.isValid() && folder->objectID() == chosen.value<VXManagedObjectID>())
+            _folder->setCurrentIndex(_folder->count() - 1);
+    }
+}
+
+void VXMessagesSection::updateBadge()
+{
+    VXManagedObjectContext context(_store->coordinator());
+    VXFetchRequest request(*_store->coordinator()->model().entityForName(VXMessageStore::entityName));
+    request.predicate = *VXPredicate::predicateWithFormat(u"state == 1 AND pending != 1"_s);
+    setBadge(static_cast<int>(context.countForFetchRequest(request).value_or(0)));
+}
+
+QAbstractItemModel *VXMessagesSection::shownModel() const
+{
+    return _folder->currentIndex() <= 0 ? static_cast<QAbstractItemModel *>(_conversations) : _messages;
+}
+
+void VXMessagesSection::showFolder()
+{
+    const QString search = _pane->search()->searchText();
+    if (_pane->list()->model() != shownModel())
+        _pane->setModel(shownModel());
+    if (_folder->currentIndex() <= 0) {
+        _conversations->setSearch(search);
+        listWasRead(_conversations->rowCount());
+        return;
+    }
+    VXManagedObjectContext context(_store->coordinator());
+    const VXManagedObjectPtr folder = context.objectWithID(_folder->currentData().value<VXManagedObjectID>());
+    auto request = _store->messagesOfFolder(folder);
+    if (!request)
+        return;
+    if (!search.isEmpty())
+        request->predicate =
+            VXPredicate::allOf({request->predicate,
+                                *VXPredicate::predicateWithFormat(
+                                    u"text CONTAINS[cd] %@ OR otherParty_search CONTAINS[cd] %@"_s, {search, search})});
+    _messages->setQuery({.coordinator = _store->coordinator(), .request = request, .makeRow = VXRowOfMessage});
+}
+
+void VXMessagesSection::listWasRead(int count)
+{
+    const bool isSearched = !_pane->search()->searchText().isEmpty();
+    if (isSearched)
+        _pane->placeholder()->setContents(u"search"_s, VXText("Nothing found"), VXText("No message has that in it."));
+    else if (_folder->currentIndex() <= 0)
+        _pane->placeholder()->setContents(u"message"_s, VXText("No messages yet"),
+                                          VXText("Sync a phone, import a backup, or write the first one."),
+                                          VXText("Write the first"), VXText("Import…"));
+    else
+        _pane->placeholder()->setContents(u"inbox"_s, VXText("This folder is empty"), {});
+    _pane->setIsEmpty(count == 0 && !(_folder->currentIndex() <= 0 && _conversations->isReading()));
+    if (count == 0 && !_view->isNew())
+        _view->setNone();
+    if (count == 0 || _view->isNew() || _pane->list()->currentIndex().isValid())
+        return;
+    const int row = _folder->currentIndex() <= 0 ? _conversations->rowOfConversation(_shownConversation) : 0;
+    _pane->choose(std::max(0, row));
+}
+
+void VXMessagesSection::showRow(int row)
+{
+    const QVariant value = shownModel()->index(row, 0).data(VXStoreListModel::ValueRole);
+    if (!value.isValid())
+        return;
+    const VXShownMessage shown = value.value<VXRowContents>().data.value<VXShownMessage>();
+    const QString party = shown.message.otherParty();
+    const QStringList keys = conversationsWith(party);
+    _shownConversation = shown.conversation;
+    _view->setParty(party, keys);
+    if (isVisible())
+        markAsRead(keys);
+}
+
+void VXMessagesSection::showEvent(QShowEvent *event)
+{
+    VXSection::showEvent(event);
+    if (const QModelIndex index = _pane->list()->currentIndex(); index.isValid() && !_view->isNew())
+        showRow(index.row());
+}
+
+bool VXMessagesSection::change(const std::function<void(VXManagedObjectContext &)> &work)
+{
+    VXManagedObjectContext context(_store->coordinator());
+    work(context);
+    VXError error;
+    if (!context.hasChanges() || context.save(&error))
+        return true;
+    notices().showProblem(error.localizedDescription());
+    return false;
+}
+
+void VXMessagesSection::markAsRead(const QStringList &conversations)
+{
+    change([&](VXManagedObjectContext &context) {
+        VXFetchRequest request = _store->messagesOfConversations(conversations);
+        request.predicate = VXPredicate::allOf({request.predicate, *VXPredicate::predicateWithFormat(u"state == 1"_s)});
+        if (const auto unread = context.executeFetchRequest(request)) {
+            for (const VXManagedObjectPtr &message : *unread)
+                VXMarkMessageAsRead(message);
+        }
+    });
+}
+
+// -- What the user does
+
+void VXMessagesSection::find()
+{
+    _pane->search()->setFocus();
+    _pane->search()->selectAll();
+}
+
+void VXMessagesSection::makeNew()
+{
+    write({});
+}
+
+void VXMessagesSection::write(const QStringList &phonebookStrings, const QString &text)
+{
+    if (!_store)
+        return;
+    if (phonebookStrings.size() == 1) {
+        const QStringList keys = conversationsWith(phonebookStrings.constFirst());
+        for (const QString &key : keys) {
+            if (const int row = _conversations->rowOfConversation(key); row >= 0) {
+                _folder->setCurrentIndex(0);
+                showFolder();
+                _pane->choose(row);
+                if (!text.isEmpty())
+                    _view->composer().setText(text);
+                _view->focusText();
+                return;
+            }
+        }
+    }
+    _pane->list()->setCurrentIndex({});
+    _view->startNew(phonebookStrings, text);
+}
+
+void VXMessagesSection::send(const QStringList &receivers, const QString &text)
+{
+    const QUrl device = VXOutgoingMessage::preferredDevice();
+    const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
+    if (device.isEmpty() || !outbox) {
+        notices().showProblem(device.isEmpty() ? VXText("There is no phone to send by. Add one under Phones.")
+                                               : VXText("There is no outbox; the log tells why."));
+        return;
+    }
+    if (receivers.size() > askedFrom) {
+        VXAlert alert;
+        alert.message = VXText("Send this to %1 people?").arg(receivers.size());
+        alert.informativeText = VXText("Each gets a message of their own, which your provider may charge for.");
+        alert.defaultButton = VXText("Send");
+        alert.alternateButton = VXText("Cancel");
+        if (VXApplication::sharedApplication().userInterface().runAlert(alert).button != VXAlertButton::Default)
+            return;
+    }
+    if (receivers.isEmpty()) {
+        notices().showProblem(VXText("Say who it goes to."));
+        return;
+    }
+    QStringList failed;
+    QString reason;
+    for (const QString &receiver : receivers) {
+        VXError error;
+        if (!VXOutgoingMessage::send(receiver, text, device, *_store, *outbox, &error)) {
+            failed.append(receiver);
+            reason = error.localizedDescription();
+        }
+    }
+    if (!failed.isEmpty()) {
+        notices().showProblem(VXText("Not sent to %1: %2").arg(VXWhoOf(failed.join(", "_L1)), reason));
+        return;
+    }
+    _view->composer().setText({});
+    Q_EMIT _view->composer().textDidChange();
+    if (_view->isNew()) {
+        _shownConversation = VXConversationKey(receivers.constFirst());
+        _view->setParty(receivers.constFirst(), conversationsWith(receivers.constFirst()));
+    }
+    _view->focusText();
+}
+
+void VXMessagesSection::remove()
+{
+    const QModelIndex index = _pane->list()->currentIndex();
+    if (_folder->currentIndex() > 0 && index.isValid())
+        trash(index.data(VXStoreListModel::ObjectIDRole).value<VXManagedObjectID>());
+}
+
+void VXMessagesSection::trash(const VXManagedObjectID &message)
+{
+    QVariantMap info;
+    QUrl folder;
+    QUrl moved;
+    const bool isDone = change([&](VXManagedObjectContext &context) {
+        const VXManagedObjectPtr found = context.existingObjectWithID(message);
+        if (!found)
+            return;
+        VXMoveMessageToFolder(found, VXFetchRootFolder(VXTrashFolder, &context), false, &info);
+        if (const auto before = info.value(u"folder"_s).value<VXManagedObjectPtr>())
+            folder = before->objectID().uriRepresentation();
+        if (!context.save())
+            return;
+        if (const auto now = info.value(u"message"_s).value<VXManagedObjectPtr>())
+            moved = now->objectID().uriRepresentation();
+        info.clear();
+    });
+    if (!isDone || moved.isEmpty())
+        return;
+    notices().showDone(VXText("The message was moved to the trash."), VXText("Undo"), [this, folder, moved] {
+        change([&](VXManagedObjectContext &context) {
+            const auto back = _store->folderForText(folder.toString(), context);
+            const auto found = context.existingObjectWithID(_store->coordinator()->objectIDForURIRepresentation(moved));
+            if (back && found)
+                VXMoveMessageToFolder(found, back, false);
+        });
+    });
+}
+
+void VXMessagesSection::exportItems()
+{
+    VXManagedObjectContext context(_store->coordinator());
+    const QStringList keys = _shownConversation.isEmpty() ? QStringList() : QStringList{_shownConversation};
+    if (keys.isEmpty())
+        return;
+    const auto found = context.executeFetchRequest(_store->messagesOfConversations(keys));
+    QVariantList messages;
+    for (const VXManagedObjectPtr &message :
+         found ? QList<VXManagedObjectPtr>(found->begin(), found->end()) : QList<VXManagedObjectPtr>())
+        messages.append(VXMessageRecord(QVariant::fromValue(message)).map());
+    VXDataManager::sharedDataManager().exportObjects(messages, VXText("messages"), window(), nullptr, {});
+}
+
+void VXMessagesSection::importItems()
+{
+    VXOpenPanel panel;
+    panel.message = VXText("Import messages from a backup of gammu (.smsbackup) or Android (.xml)");
+    panel.shouldShowFilename = [](const QString &path) {
+        return QStringList{u"smsbackup"_s, u"xml"_s}.contains(QFileInfo(path).suffix().toLower());
+    };
+    const VXPanelResult chosen = VXApplication::sharedApplication().userInterface().runOpenPanel(panel);
+    if (chosen.path.isNull())
+        return;
+    struct Outcome
+    {
+        bool isDone = false;
+        qsizetype added = 0;
+        qsizetype known = 0;
+        qsizetype unread = 0;
+        VXError error = {};
+    };
+    const QString name = QFileInfo(chosen.path).fileName();
+    VXWorkInBackground<Outcome>(
+        this, VXText("Importing %1").arg(name),
+        [store = *_store, path = chosen.path] {
+            VXMessageImport import(store);
+            Outcome outcome;
+            outcome.isDone = import.run(path, &outcome.error);
+            outcome.added = import.addedCount();
+            outcome.known = import.knownCount();
+            outcome.unread = import.problems().size();
+            return outcome;
+        },
+        [this, name](const Outcome &outcome) {
+            if (!outcome.isDone)
+                return notices().showProblem(
+                    VXText("%1 could not be imported: %2").arg(name, outcome.error.localizedDescription()));
+            QStringList parts{VXText("%1 new message", "%1 new messages", outcome.added)};
+            if (outcome.known > 0)
+                parts << VXText("%1 already there", "%1 already there", outcome.known);
+            if (outcome.unread > 0)
+                parts << VXText("%1 could not be read", "%1 could not be read", outcome.unread);
+            notices().showDone(parts.join(", "_L1) + u'.');
+        });
+}

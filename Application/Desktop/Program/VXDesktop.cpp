@@ -1,0 +1,224 @@
+#include "VXDesktop.h"
+
+#include "VXApplication.h"
+#include "VXContactsSection.h"
+#include "VXDesktopInstance.h"
+#include "VXDesktopOpener.h"
+#include "VXDesktopPictures.h"
+#include "VXDesktopServices.h"
+#include "VXDesktopText.h"
+#include "VXDeviceRegistry.h"
+#include "VXFolders.h"
+#include "VXFramework.h"
+#include "VXGuard.h"
+#include "VXHotKeyManager.h"
+#include "VXInitializeInterface.h"
+#include "VXInterface.h"
+#include "VXMainWindow.h"
+#include "VXPersistentStore.h"
+#include "VXPluginManager.h"
+#include "VXSignalWatcher.h"
+#include "VXThemeManager.h"
+#include "VXUserDefaults.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QThreadPool>
+#include <QtCore/QTimer>
+#include <QtGui/QIcon>
+#include <QtWidgets/QApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString assistedKey = u"desktop.assisted"_s; // the first start is over
+
+// Timers, slots and events of plugins run in the event loop: what they throw is told, and the program goes on.
+class GuardedApplication : public QApplication
+{
+public:
+    using QApplication::QApplication;
+
+    bool notify(QObject *receiver, QEvent *event) override
+    {
+        bool isHandled = false;
+        const auto who = [receiver] {
+            return "an event of "_L1 + QString::fromUtf8(receiver->metaObject()->className());
+        };
+        VXGuard(who, [&] { isHandled = QApplication::notify(receiver, event); });
+        return isHandled;
+    }
+};
+
+struct Options
+{
+    QString home;
+    QString pictures; // a folder to write pictures into
+    QString theme;    // of them
+    QString language;
+    QStringList uris;
+};
+
+Options readOptions(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption home(u"home"_s, u"Keep all of the user's folders below DIR."_s, u"DIR"_s);
+    const QCommandLineOption pictures(u"pictures"_s, u"Write pictures of the windows into DIR, and end."_s, u"DIR"_s);
+    parser.setApplicationDescription(u"Contacts, messages and calls, in step with your phones."_s);
+    const QCommandLineOption theme(u"theme"_s, u"With --pictures: light or dark."_s, u"THEME"_s);
+    const QCommandLineOption language(u"language"_s, u"With --pictures: en or de."_s, u"LANGUAGE"_s);
+    parser.addOptions({home, pictures, theme, language});
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(u"URI"_s, u"What to open: tel: and sms: URLs, vCard files, plugins."_s, u"[URI...]"_s);
+    parser.process(arguments);
+    QStringList uris;
+    for (const QString &each : parser.positionalArguments()) // from here, whoever opens it
+        uris.append(each.contains(u':') ? each : QFileInfo(each).absoluteFilePath());
+    return {parser.value(home), parser.value(pictures), parser.value(theme), parser.value(language), uris};
+}
+
+// The desktop's keys and selection; where there are none preferences say so.
+void connectToDesktop()
+{
+    VXApplication::sharedApplication().workspace().setSelectedTextSource(VXReadSelectedText);
+    std::unique_ptr<VXHotKeyService> service = VXMakeHotKeyService();
+    if (service->problem().isNull())
+        VXHotKeyManager::sharedHotKeyManager().setService(std::move(service));
+}
+
+void prepare()
+{
+    VXInitializeFramework();
+    VXInitializeInterface();
+    VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
+    VXScriptingTransport::setMaker([] { return VXMakeScriptingTransport(); });
+    VXInitializeInterfaceKit();
+    static_cast<void>(VXThemeManager::sharedThemeManager());
+}
+
+void activate(VXMainWindow &window)
+{
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+void follow(VXDesktopInstance &instance, VXMainWindow &window)
+{
+    QObject::connect(&instance, &VXDesktopInstance::wantsActivation, &window, [&window] { activate(window); });
+    // What is opened may ask the user: whoever hands it over does not wait for that.
+    QObject::connect(
+        &instance, &VXDesktopInstance::wantsOpen, &window,
+        [&window](const QStringList &uris) {
+            activate(window);
+            VXDesktopOpener(window).open(uris);
+        },
+        Qt::QueuedConnection);
+    QObject::connect(&instance, &VXDesktopInstance::wantsAction, &window, [&window](const QString &name) {
+        activate(window);
+        if (name == "new-message"_L1)
+            window.writeMessage({});
+    });
+}
+
+bool isFirstStart()
+{
+    VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+    if (defaults.boolForKey(assistedKey))
+        return false;
+    defaults.setObject(true, assistedKey);
+    return true;
+}
+
+int runWindow(const Options &options, VXDesktopInstance &instance)
+{
+    VXMainWindow window;
+    follow(instance, window);
+    if (!options.pictures.isNull()) {
+        VXThemeManager &themes = VXThemeManager::sharedThemeManager();
+        const VXThemeChoice chosen = themes.choice();
+        if (!options.theme.isNull())
+            themes.setChoice(options.theme == "dark"_L1 ? VXThemeChoice::Dark : VXThemeChoice::Light);
+        const bool isDone = VXWritePictures(window, options.pictures);
+        themes.setChoice(chosen);
+        VXApplication::sharedApplication().terminate();
+        return isDone ? 0 : 1;
+    }
+    VXApplication &application = VXApplication::sharedApplication();
+    const VXSignalWatcher signals({SIGINT, SIGTERM}, [&application](int) {
+        QMetaObject::invokeMethod(
+            &application, [&application] { application.terminate(); }, Qt::QueuedConnection);
+    });
+    QObject::connect(&window, &VXMainWindow::didShow, &window, [&] {
+        connectToDesktop();
+        VXDeviceRegistry::shared().makeKnownDevices();
+        VXDesktopOpener(window).open(options.uris);
+        if (isFirstStart() && options.uris.isEmpty() && window.hasNothing())
+            window.assist();
+    });
+    window.show();
+    return QApplication::exec();
+}
+
+int runAmongPlugins(const Options &options, VXDesktopInstance &instance)
+{
+    VXApplication &application = VXApplication::sharedApplication();
+    VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+    application.setDidFinishLaunching(false);
+    manager.startup();
+    application.setDidFinishLaunching(true);
+    // A store that could not be opened: the user was told.
+    const int status = application.isTerminating() ? 1 : runWindow(options, instance);
+    QThreadPool::globalInstance()->waitForDone();
+    manager.shutdown();
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return status;
+}
+
+} // namespace
+
+int VXDesktop::run(int argc, char **argv)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    QApplication::setDesktopFileName(VXDesktopInstance::busName);
+    QApplication::setApplicationName(u"vornix-desktop"_s);
+    QApplication::setApplicationDisplayName(u"Vornix"_s);
+    QApplication::setApplicationVersion(VXFrameworkVersion());
+    const GuardedApplication application(argc, argv);
+    const Options options = readOptions(QApplication::arguments());
+    if (!options.home.isNull()) {
+        QDir().mkpath(options.home);
+        VXSetHomeFolder(QDir(options.home).absolutePath());
+    }
+    // A home of its own is a program of its own.
+    const bool isShared = options.home.isNull() && options.pictures.isNull();
+    if (isShared && VXDesktopInstance::handOver(options.uris))
+        return 0;
+    VXDesktopInstance instance;
+    if (isShared && !instance.take())
+        return VXDesktopInstance::handOver(options.uris) ? 0 : 1;
+    if (!options.language.isNull()) {
+        VXBundle::setPreferredLanguages({options.language});
+        QLocale::setDefault(QLocale(options.language));
+    }
+    prepare();
+    QApplication::setWindowIcon(QIcon(VXBundle::mainBundle()->pathForResource(u"Vornix"_s, u"svg"_s)));
+    QApplication::setQuitOnLastWindowClosed(false);
+    int status = runAmongPlugins(options, instance);
+    VXPersistentStore::closeAll();
+    VXError error;
+    if (!VXUserDefaults::standardUserDefaults().synchronize(&error) ||
+        !VXApplication::sharedApplication().relaunchIfDue(&error)) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(error.localizedDescription()));
+        status = 1;
+    }
+    return status;
+}

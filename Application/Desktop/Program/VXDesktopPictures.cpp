@@ -1,0 +1,55 @@
+#include "VXDesktopPictures.h"
+
+#include "VXMainWindow.h"
+#include "VXPreferencesWindow.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QThreadPool>
+#include <QtWidgets/QApplication>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int settlingTime = 700; // milliseconds, until what is read and painted late is there
+
+void settle()
+{
+    QElapsedTimer time;
+    time.start();
+    while (time.elapsed() < settlingTime)
+        QApplication::processEvents(QEventLoop::AllEvents, 50);
+}
+
+bool write(QWidget &widget, const QString &path)
+{
+    settle();
+    if (!widget.grab().save(path)) {
+        std::fprintf(stderr, "%s could not be written\n", qUtf8Printable(path));
+        return false;
+    }
+    std::printf("%s\n", qUtf8Printable(path));
+    return true;
+}
+
+} // namespace
+
+bool VXWritePictures(VXMainWindow &window, const QString &folder)
+{
+    const QDir target(folder);
+    if (!target.mkpath(u"."_s))
+        return false;
+    window.show();
+    bool isDone = true;
+    for (const QString &key : {u"contacts"_s, u"messages"_s, u"calls"_s, u"phones"_s, u"automations"_s}) {
+        window.showSection(key);
+        isDone = write(window, target.filePath(key + ".png"_L1)) && isDone;
+    }
+    window.openPreferences();
+    isDone = write(*window.findChild<VXPreferencesWindow *>(), target.filePath(u"preferences.png"_s)) && isDone;
+    window.hide();
+    return isDone;
+}

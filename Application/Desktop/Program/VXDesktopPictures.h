@@ -1,0 +1,8 @@
+#pragma once
+
+#include <QtCore/QString>
+
+class VXMainWindow;
+
+/** Shows each section of the window in turn and writes a picture of it into the folder, as "contacts.png". False when that fails. */
+[[nodiscard]] bool VXWritePictures(VXMainWindow &window, const QString &folder);

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QtWidgets/QDialog>
+
+/** Greets whoever starts the program for the first time, and leads to the first phone or file. */
+class VXAssistant : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit VXAssistant(QWidget *parent);
+
+Q_SIGNALS:
+    void wantsPhone();
+    void wantsContacts();
+    void wantsMessages();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+};

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QtWidgets/QListView>
+#include <QtWidgets/QWidget>
+
+class QBoxLayout;
+class QStackedWidget;
+class VXEmptyState;
+class VXSearchField;
+
+/** The list side of a section: a search field with room for buttons beside and below it, the list, and what shows when it is empty. */
+class VXListPane : public QWidget
+{
+    Q_OBJECT
+
+public:
+    VXListPane(const QString &searchHint, const QString &listName, QWidget *parent);
+
+    QListView *list() const { return _list; }
+    VXSearchField *search() const { return _search; }
+    VXEmptyState *placeholder() const { return _empty; }
+    /** Beside the search field. */
+    QBoxLayout *topRow() const { return _topRow; }
+    /** Below it, for chips. */
+    QBoxLayout *secondRow() const { return _secondRow; }
+    /** A row of rows of the model that VXRowDelegate draws. */
+    void setModel(QAbstractItemModel *model);
+    /** Shows the list, or what stands in its place. */
+    void setIsEmpty(bool flag);
+    /** Chooses a row as a click does; the first, when none is chosen. */
+    void choose(int row);
+
+Q_SIGNALS:
+    void searchDidChange(const QString &text);
+    /** -1 for none. */
+    void chosen(int row);
+    void activated(int row);
+
+private:
+    VXSearchField *_search;
+    QListView *_list;
+    VXEmptyState *_empty;
+    QStackedWidget *_stack;
+    QBoxLayout *_topRow;
+    QBoxLayout *_secondRow;
+};

@@ -1,0 +1,309 @@
+#include "VXMainWindow.h"
+
+#include "VXApplication.h"
+#include "VXAssistant.h"
+#include "VXAutomationsSection.h"
+#include "VXCallsSection.h"
+#include "VXContactsSection.h"
+#include "VXDesktopText.h"
+#include "VXDeviceAction.h"
+#include "VXDevicePlugin.h"
+#include "VXLogWindow.h"
+#include "VXMessagesSection.h"
+#include "VXNoticeBar.h"
+#include "VXPhonesSection.h"
+#include "VXPluginGuard.h"
+#include "VXPreferencesWindow.h"
+#include "VXSidebar.h"
+#include "VXStatusBar.h"
+#include "VXSymbol.h"
+#include "VXUserDefaults.h"
+#include "VXWindowMemory.h"
+
+#include <QtCore/QTimer>
+#include <QtGui/QCloseEvent>
+#include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QMenuBar>
+#include <QtWidgets/QStackedWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString sectionKey = u"desktop.section"_s; // the one shown last
+
+} // namespace
+
+VXMainWindow::VXMainWindow() : _sidebar(new VXSidebar(this)), _pages(new QStackedWidget(this))
+{
+    setWindowTitle(u"Vornix"_s);
+    setMinimumSize(760, 480);
+    auto *const status = new VXStatusBar(this);
+    status->setObjectName(u"status"_s);
+    auto *const middle = new QWidget(this);
+    auto *const row = new QHBoxLayout;
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(0);
+    row->addWidget(_sidebar);
+    row->addWidget(VXMakeLine(Qt::Vertical));
+    row->addWidget(_pages, 1);
+    auto *const column = new QVBoxLayout(middle);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addLayout(row, 1);
+    column->addWidget(status);
+    setCentralWidget(middle);
+    addSections();
+    makeMenus();
+    VXRememberWindow(*this, u"main"_s, {1080, 720});
+    connect(_sidebar, &QListWidget::currentRowChanged, this, &VXMainWindow::showSectionAt);
+    const QString last = VXUserDefaults::standardUserDefaults().stringForKey(sectionKey);
+    showSection(section(last) != nullptr ? last : u"contacts"_s);
+}
+
+VXMainWindow::~VXMainWindow() = default;
+
+void VXMainWindow::addSections()
+{
+    add(_phones = new VXPhonesSection(this));
+    add(_contacts = new VXContactsSection(this));
+    add(_messages = new VXMessagesSection(this));
+    add(new VXCallsSection(this));
+    add(new VXAutomationsSection(this));
+}
+
+void VXMainWindow::add(VXSection *section)
+{
+    _sections.push_back(section);
+    _pages->addWidget(section);
+    _sidebar->addSection(*section);
+    _undo.addStack(&section->undoStack());
+    connect(section, &VXSection::wantsCall, this, &VXMainWindow::call);
+    connect(section, &VXSection::wantsMessage, this, [this](const QStringList &parties) { writeMessage(parties); });
+    connect(section, &VXSection::wantsContact, this, &VXMainWindow::showContact);
+    connect(section, &VXSection::wantsSync, this, [this] {
+        showSection(u"phones"_s);
+        _phones->sync();
+    });
+    connect(section, &VXSection::wantsPhone, this, [this] {
+        showSection(u"phones"_s);
+        _phones->makeNew();
+    });
+}
+
+// -- Sections
+
+VXSection *VXMainWindow::section(const QString &key) const
+{
+    const auto found = std::ranges::find(_sections, key, &VXSection::key);
+    return found == _sections.end() ? nullptr : *found;
+}
+
+VXSection *VXMainWindow::current() const
+{
+    return qobject_cast<VXSection *>(_pages->currentWidget());
+}
+
+void VXMainWindow::showSection(const QString &key)
+{
+    const auto found = std::ranges::find(_sections, key, &VXSection::key);
+    if (found != _sections.end())
+        _sidebar->setCurrentRow(static_cast<int>(found - _sections.begin()));
+}
+
+void VXMainWindow::showSectionAt(int index)
+{
+    if (index < 0)
+        return;
+    if (VXSection *const before = current())
+        before->commit();
+    _pages->setCurrentIndex(index);
+    VXSection &now = *_sections[size_t(index)];
+    _undo.setActiveStack(&now.undoStack());
+    VXUserDefaults::standardUserDefaults().setObject(now.key(), sectionKey);
+}
+
+// -- Menus
+
+QAction *VXMainWindow::addAction(QMenu *menu, const QString &title, const QKeySequence &keys,
+                                 const std::function<void()> &perform)
+{
+    QAction *const action = menu->addAction(title);
+    action->setShortcut(keys);
+    connect(action, &QAction::triggered, this, perform);
+    return action;
+}
+
+void VXMainWindow::makeMenus()
+{
+    const auto onSection = [this](void (VXSection::*perform)()) {
+        return [this, perform] {
+            if (VXSection *const section = current())
+                (section->*perform)();
+        };
+    };
+    QMenu *const file = menuBar()->addMenu(VXText("&File"));
+    addAction(file, VXText("&New"), QKeySequence::New, onSection(&VXSection::makeNew));
+    addAction(file, VXText("New &message"), Qt::CTRL | Qt::SHIFT | Qt::Key_N, [this] { writeMessage({}); });
+    addAction(file, VXText("New &contact"), {}, [this] {
+        showSection(u"contacts"_s);
+        _contacts->makeNew();
+    });
+    addAction(file, VXText("Add a &phone…"), {}, [this] {
+        showSection(u"phones"_s);
+        _phones->makeNew();
+    });
+    file->addSeparator();
+    addAction(file, VXText("&Sync phones"), Qt::Key_F5, [this] { _phones->sync(); });
+    file->addSeparator();
+    addAction(file, VXText("&Import…"), QKeySequence::Open, onSection(&VXSection::importItems));
+    addAction(file, VXText("&Export…"), Qt::CTRL | Qt::Key_E, onSection(&VXSection::exportItems));
+    file->addSeparator();
+    addAction(file, VXText("&Quit"), QKeySequence::Quit, [this] { close(); });
+
+    QMenu *const edit = menuBar()->addMenu(VXText("&Edit"));
+    QAction *const undo = _undo.createUndoAction(this, VXText("&Undo"));
+    undo->setShortcut(QKeySequence::Undo);
+    QAction *const redo = _undo.createRedoAction(this, VXText("&Redo"));
+    redo->setShortcut(Qt::CTRL | Qt::SHIFT | Qt::Key_Z);
+    edit->addActions({undo, redo});
+    edit->addSeparator();
+    addAction(edit, VXText("&Edit"), Qt::Key_F2, onSection(&VXSection::edit));
+    addAction(edit, VXText("&Delete"), QKeySequence(QKeySequence::Delete), onSection(&VXSection::remove));
+    edit->addSeparator();
+    addAction(edit, VXText("&Find"), QKeySequence::Find, onSection(&VXSection::find));
+    addAction(edit, VXText("&Preferences…"), Qt::CTRL | Qt::Key_Comma, [this] { openPreferences(); });
+
+    QMenu *const view = menuBar()->addMenu(VXText("&View"));
+    int number = 0;
+    for (VXSection *const section : _sections) {
+        const QKeySequence keys(Qt::CTRL | Qt::Key(Qt::Key_1 + number++));
+        addAction(view, section->title(), keys, [this, section] { showSection(section->key()); });
+    }
+    view->addSeparator();
+    addAction(view, VXText("&Activities"), Qt::Key_F9,
+              [this] { findChild<VXStatusBar *>(u"status"_s)->toggleActivities(); });
+    addAction(view, VXText("&Log"), Qt::Key_F12, [this] { openLog(); });
+
+    QMenu *const help = menuBar()->addMenu(VXText("&Help"));
+    addAction(help, VXText("First steps…"), {}, [this] { assist(); });
+    auto *const back = new QAction(this);
+    back->setShortcut(Qt::Key_Escape);
+    back->setShortcutContext(Qt::WindowShortcut);
+    connect(back, &QAction::triggered, this, [this] {
+        if (VXSection *const section = current())
+            section->leave();
+    });
+    QWidget::addAction(back);
+}
+
+// -- What is asked for
+
+// By the phone that calls go by, else the one added last.
+void VXMainWindow::call(const QString &number)
+{
+    if (number.isEmpty())
+        return;
+    const VXDevicePlugin::Ptr device = VXDevicePlugin::defaultDeviceForKey(u"calls.device"_s);
+    VXNoticeBar &notices = current()->notices();
+    if (!device)
+        return notices.showProblem(VXText("There is no phone to call with."), VXText("Add a phone…"), [this] {
+            showSection(u"phones"_s);
+            _phones->makeNew();
+        });
+    if (!device->actionNames().contains(u"dial"_s))
+        return notices.showProblem(VXText("“%1” cannot dial.").arg(device->localizedDescription()));
+    const auto action = VXDeviceAction::actionWithName(u"dial"_s);
+    action->setObject(number);
+    notices.showDone(VXText("Calling %1 with “%2”…").arg(number, device->localizedDescription()));
+    VXCallPlugin(*device, "executeWithDevice", [&] {
+        action->executeWithDevice(device, [action, self = QPointer(this), number](VXDeviceAction *) {
+            if (const VXError error = action->error(); self && !error.isNull())
+                self->current()->notices().showProblem(
+                    VXText("%1 could not be called: %2").arg(number, error.localizedDescription()), VXText("Try again"),
+                    [self, number] { self->call(number); });
+        });
+    });
+}
+
+void VXMainWindow::writeMessage(const QStringList &phonebookStrings, const QString &text)
+{
+    showSection(u"messages"_s);
+    _messages->write(phonebookStrings, text);
+}
+
+void VXMainWindow::showContact(const QString &phonebookString)
+{
+    showSection(u"contacts"_s);
+    _contacts->showContact(phonebookString);
+}
+
+void VXMainWindow::importContacts(const QStringList &paths)
+{
+    showSection(u"contacts"_s);
+    _contacts->importFiles(paths);
+}
+
+void VXMainWindow::openPreferences(const QString &page)
+{
+    auto *window = findChild<VXPreferencesWindow *>();
+    if (window == nullptr)
+        window = new VXPreferencesWindow(this);
+    window->showPage(page);
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+void VXMainWindow::openLog()
+{
+    auto *window = findChild<VXLogWindow *>();
+    if (window == nullptr)
+        window = new VXLogWindow(this);
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+bool VXMainWindow::hasNothing() const
+{
+    return _phones->isEmpty() && _contacts->isEmpty() && _messages->isEmpty();
+}
+
+void VXMainWindow::assist()
+{
+    auto *const assistant = new VXAssistant(this);
+    assistant->setAttribute(Qt::WA_DeleteOnClose);
+    connect(assistant, &VXAssistant::wantsPhone, this, [this] {
+        showSection(u"phones"_s);
+        _phones->makeNew();
+    });
+    connect(assistant, &VXAssistant::wantsContacts, this, [this] {
+        showSection(u"contacts"_s);
+        _contacts->importItems();
+    });
+    connect(assistant, &VXAssistant::wantsMessages, this, [this] {
+        showSection(u"messages"_s);
+        _messages->importItems();
+    });
+    assistant->open();
+}
+
+// -- The window
+
+void VXMainWindow::closeEvent(QCloseEvent *event)
+{
+    for (VXSection *const section : _sections)
+        section->commit();
+    VXApplication &application = VXApplication::sharedApplication();
+    event->ignore(); // the plugins are asked first; the application ends the window
+    if (!application.isTerminating())
+        application.terminate();
+}
+
+void VXMainWindow::paintEvent(QPaintEvent *event)
+{
+    QMainWindow::paintEvent(event);
+    if (!std::exchange(_hasPainted, true))
+        QTimer::singleShot(0, this, &VXMainWindow::didShow);
+}

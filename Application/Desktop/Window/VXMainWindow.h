@@ -1,0 +1,66 @@
+#pragma once
+
+#include "VXSection.h"
+
+#include <QtGui/QUndoGroup>
+#include <QtWidgets/QMainWindow>
+
+#include <vector>
+
+class QStackedWidget;
+class VXContactsSection;
+class VXMessagesSection;
+class VXPhonesSection;
+class VXSidebar;
+
+/** The program's window: sections at the side, the chosen one beside them, running work below. Main thread. */
+class VXMainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    VXMainWindow();
+    ~VXMainWindow() override;
+
+    VXSection *section(const QString &key) const;
+    void showSection(const QString &key);
+    /** What other programs and other sections ask for. */
+    void call(const QString &number);
+    void writeMessage(const QStringList &phonebookStrings, const QString &text = {});
+    void showContact(const QString &phonebookString);
+    void importContacts(const QStringList &paths);
+    void openPreferences(const QString &page = {});
+    void openLog();
+    /** No phone, no contact and no message. */
+    bool hasNothing() const;
+    /** The assistant of the first start, when there is nothing yet. */
+    void assist();
+
+Q_SIGNALS:
+    /** Once, after the first section was painted. */
+    void didShow();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    using QMainWindow::addAction;
+
+    void addSections();
+    void add(VXSection *section);
+    void makeMenus();
+    QAction *addAction(QMenu *menu, const QString &title, const QKeySequence &keys,
+                       const std::function<void()> &perform);
+    VXSection *current() const;
+    void showSectionAt(int index);
+
+    VXSidebar *_sidebar;
+    QStackedWidget *_pages;
+    std::vector<VXSection *> _sections;
+    VXContactsSection *_contacts = nullptr;
+    VXMessagesSection *_messages = nullptr;
+    VXPhonesSection *_phones = nullptr;
+    QUndoGroup _undo;
+    bool _hasPainted = false;
+};

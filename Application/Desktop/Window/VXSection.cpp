@@ -1,0 +1,47 @@
+#include "VXSection.h"
+
+#include "VXNoticeBar.h"
+#include "VXThemeManager.h"
+
+#include <QtGui/QPainter>
+
+using namespace Qt::StringLiterals;
+
+VXSection::VXSection(const QString &key, const QString &title, const QString &icon, QWidget *parent)
+    : QWidget(parent), _key(key), _title(title), _icon(icon), _notices(new VXNoticeBar(this))
+{
+    setObjectName(key);
+    setAccessibleName(title);
+}
+
+void VXSection::setBadge(int count)
+{
+    if (std::exchange(_badge, count) != count)
+        Q_EMIT badgeDidChange();
+}
+
+namespace {
+
+class Line : public QWidget
+{
+public:
+    using QWidget::QWidget;
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter(this).fillRect(rect(), VXThemeManager::sharedThemeManager().colors().line);
+    }
+};
+
+} // namespace
+
+QWidget *VXMakeLine(Qt::Orientation orientation, QWidget *parent)
+{
+    auto *const line = new Line(parent);
+    if (orientation == Qt::Horizontal)
+        line->setFixedHeight(1);
+    else
+        line->setFixedWidth(1);
+    return line;
+}

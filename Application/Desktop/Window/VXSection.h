@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QtGui/QUndoStack>
+#include <QtWidgets/QWidget>
+
+class QVBoxLayout;
+class VXNoticeBar;
+
+/** One of the window's sections. What the window's menu offers of all of them stands here; a section takes part in what it has. */
+class VXSection : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /** `icon`: one of the kit's; `key`: what preferences of the section begin with. */
+    VXSection(const QString &key, const QString &title, const QString &icon, QWidget *parent);
+
+    const QString &key() const { return _key; }
+    const QString &title() const { return _title; }
+    const QString &icon() const { return _icon; }
+    /** What is to be looked at, as unread messages: shown beside the section's name. */
+    int badge() const { return _badge; }
+    /** What people can undo here. */
+    QUndoStack &undoStack() { return _undoStack; }
+
+    virtual void find() {}
+    virtual void makeNew() {}
+    virtual void edit() {}
+    virtual void remove() {}
+    virtual void exportItems() {}
+    virtual void importItems() {}
+    /** Puts what is being edited away, where it is safe: before another section comes, and at the end. */
+    virtual void commit() {}
+    /** Back to where one came from; false when there was nothing to leave. */
+    virtual bool leave() { return false; }
+
+    VXNoticeBar &notices() { return *_notices; }
+
+Q_SIGNALS:
+    void badgeDidChange();
+    /** Asks the window for another section. */
+    void wantsCall(const QString &number);
+    void wantsMessage(const QStringList &phonebookStrings);
+    void wantsContact(const QString &phonebookString);
+    void wantsSync();
+    void wantsPhone();
+
+protected:
+    void setBadge(int count);
+
+private:
+    const QString _key;
+    const QString _title;
+    const QString _icon;
+    int _badge = 0;
+    QUndoStack _undoStack;
+    VXNoticeBar *_notices;
+};
+
+/** A line between parts that stand side by side or below each other. */
+[[nodiscard]] QWidget *VXMakeLine(Qt::Orientation orientation, QWidget *parent = nullptr);

@@ -1,0 +1,6 @@
+#include "VXDesktop.h"
+
+int main(int argc, char **argv)
+{
+    return VXDesktop::run(argc, argv);
+}

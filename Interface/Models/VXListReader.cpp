@@ -1,0 +1,111 @@
+#include "VXListReader.h"
+
+#include "VXManagedObjectContext.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Operator = VXPredicate::Operator;
+
+VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
+{
+    return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
+}
+
+// Texts are ordered by a collation that the store's indexes do not have.
+bool isSeekable(const VXAttributeDescription *attribute)
+{
+    if (attribute == nullptr)
+        return false;
+    switch (attribute->type()) {
+    case VXAttributeType::Date:
+    case VXAttributeType::Integer16:
+    case VXAttributeType::Integer32:
+    case VXAttributeType::Integer64:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+std::optional<qsizetype> VXListReader::count(VXError *error)
+{
+    _starts.clear();
+    _canSeek.reset();
+    VXManagedObjectContext context(_query.coordinator);
+    VXFetchRequest request = *_query.request;
+    request.sortDescriptors.clear();
+    return context.countForFetchRequest(request, error);
+}
+
+bool VXListReader::canSeek(VXManagedObjectContext &context)
+{
+    const QList<VXSortDescriptor> &order = _query.request->sortDescriptors;
+    if (order.size() != 1 || !isSeekable(_query.request->entity().attributeForName(order.constFirst().key)))
+        return false;
+    VXFetchRequest none = *_query.request;
+    none.predicate = VXPredicate::allOf({none.predicate, compare(order.constFirst().key, Operator::Equal, {})});
+    none.sortDescriptors.clear();
+    return context.countForFetchRequest(none) == 0;
+}
+
+VXFetchRequest VXListReader::requestForPage(qsizetype index) const
+{
+    VXFetchRequest request = *_query.request;
+    request.limit = pageSize;
+    request.batchSize = 0;
+    request.includesPendingChanges = false;
+    const auto start = _starts.constFind(index);
+    if (start == _starts.cend()) {
+        request.offset = index * pageSize;
+        return request;
+    }
+    const VXSortDescriptor &order = request.sortDescriptors.constFirst();
+    request.offset = start->skipped;
+    request.predicate = VXPredicate::allOf(
+        {request.predicate,
+         compare(order.key, order.isAscending ? Operator::GreaterOrEqual : Operator::LessOrEqual, start->value)});
+    return request;
+}
+
+void VXListReader::noteStartBehind(qsizetype index, const QVariantList &values)
+{
+    if (values.size() < pageSize)
+        return;
+    const QVariant &last = values.constLast();
+    qsizetype skipped =
+        std::find_if(values.crbegin(), values.crend(), [&](const auto &v) { return v != last; }) - values.crbegin();
+    if (const auto start = _starts.constFind(index); skipped == values.size() && start != _starts.cend())
+        skipped += start->skipped; // all of the page has the value
+    else if (skipped == values.size() && index > 0)
+        return; // nobody knows how many before it have the value
+    _starts.insert(index + 1, {last, skipped});
+}
+
+std::optional<QList<VXListRow>> VXListReader::page(qsizetype index, VXError *error)
+{
+    VXManagedObjectContext context(_query.coordinator);
+    if (!_canSeek)
+        _canSeek = canSeek(context);
+    const auto found = context.executeFetchRequest(requestForPage(index), error);
+    if (!found)
+        return std::nullopt;
+    QList<VXListRow> rows;
+    QVariantList values; // that they are ordered by
+    rows.reserve(found->size());
+    for (const VXManagedObjectPtr &object : *found) {
+        VXListRow row = _query.makeRow(object);
+        row.objectID = object->objectID();
+        rows.append(std::move(row));
+        if (*_canSeek)
+            values.append(object->valueForKey(_query.request->sortDescriptors.constFirst().key));
+    }
+    if (*_canSeek)
+        noteStartBehind(index, values);
+    return rows;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXListQuery.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QObject>
+
+#include <optional>
+
+/**
+ * Reads the rows of a query page by page, on the thread it lives on. The page behind one that was read begins where that
+ * ended, by the value that rows are ordered by (a date or number of which no row has none); any other is found by its offset.
+ */
+class VXListReader : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr qsizetype pageSize = 200;
+
+    explicit VXListReader(VXListQuery query) : _query(std::move(query)) {}
+
+    /** How many rows there are, and forgets where pages begin. None, with an error, on failure. */
+    std::optional<qsizetype> count(VXError *error);
+    /** The rows of a page; fewer than `pageSize` only at the end. */
+    std::optional<QList<VXListRow>> page(qsizetype index, VXError *error);
+
+private:
+    /** Where a page begins: so many rows behind the first that has the value. */
+    struct Start
+    {
+        QVariant value;
+        qsizetype skipped = 0;
+    };
+
+    bool canSeek(VXManagedObjectContext &context);
+    VXFetchRequest requestForPage(qsizetype index) const;
+    void noteStartBehind(qsizetype index, const QVariantList &values);
+
+    const VXListQuery _query;
+    QHash<qsizetype, Start> _starts; // of pages that follow one that was read
+    std::optional<bool> _canSeek;
+};

@@ -1,0 +1,257 @@
+#include "VXStoreListModel.h"
+
+#include "VXListReader.h"
+#include "VXStoreWatch.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QMap>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype pageSize = VXListReader::pageSize;
+constexpr qsizetype keptPages = 64;
+constexpr qsizetype refreshedPages = 3; // around those that are shown
+
+} // namespace
+
+/** What a refresh found: the number of rows, and the pages around the ones that are shown. */
+struct VXStoreListModel::Refresh
+{
+    qsizetype count = 0;
+    QMap<qsizetype, Page> pages = {};
+};
+
+VXStoreListModel::VXStoreListModel(QObject *parent) : QAbstractListModel(parent), _pages(keptPages)
+{
+    _thread.setObjectName(u"list"_s);
+}
+
+VXStoreListModel::~VXStoreListModel()
+{
+    stopReading();
+}
+
+void VXStoreListModel::stopReading()
+{
+    _thread.quit();
+    _thread.wait();
+    _reader.reset();
+}
+
+void VXStoreListModel::setQuery(const VXListQuery &query)
+{
+    beginResetModel();
+    stopReading();
+    ++_generation;
+    _pages.clear();
+    _askedFor.clear();
+    _count = 0;
+    _lastShown = 0;
+    _isRefreshing = _isRefreshDue = false;
+    _watch.reset();
+    _isReading = query.coordinator != nullptr;
+    endResetModel();
+    if (!_isReading)
+        return;
+    _reader = std::make_unique<VXListReader>(query);
+    _reader->moveToThread(&_thread);
+    _thread.start();
+    _watch = std::make_unique<VXStoreWatch>(query.coordinator);
+    connect(_watch.get(), &VXStoreWatch::didChange, this, &VXStoreListModel::refresh);
+    refresh();
+}
+
+// What `work` answers on the reader's thread is taken here, unless the query is another one by then.
+template <class Work, class Take>
+void VXStoreListModel::read(Work work, Take take) const
+{
+    auto *const self = const_cast<VXStoreListModel *>(this);
+    QMetaObject::invokeMethod(_reader.get(), [self, reader = _reader.get(), generation = _generation, work, take] {
+        VXError error;
+        auto answer = work(*reader, &error);
+        // The model waits for this thread before it goes.
+        QMetaObject::invokeMethod(self, [self, generation, take, answer = std::move(answer), error] {
+            if (generation != self->_generation)
+                return;
+            if (!answer)
+                Q_EMIT self->didFail(error);
+            take(*self, answer);
+        });
+    });
+}
+
+int VXStoreListModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(_count);
+}
+
+const VXListRow *VXStoreListModel::rowAt(int row) const
+{
+    if (row < 0)
+        return nullptr;
+    const qsizetype index = row / pageSize;
+    const Page *const page = _pages.object(index);
+    const qsizetype place = row % pageSize;
+    return page != nullptr && place < page->size() ? &page->at(place) : nullptr;
+}
+
+QVariant VXStoreListModel::value(const VXListRow *row, int role) const
+{
+    if (row == nullptr)
+        return {};
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::AccessibleTextRole:
+        return row->text;
+    case ValueRole:
+        return row->value;
+    case ObjectIDRole:
+        return QVariant::fromValue(row->objectID);
+    default:
+        return {};
+    }
+}
+
+QVariant VXStoreListModel::data(const QModelIndex &index, int role) const
+{
+    QModelRoleData data(role);
+    multiData(index, data);
+    return data.data();
+}
+
+void VXStoreListModel::multiData(const QModelIndex &index, QModelRoleDataSpan roles) const
+{
+    const VXListRow *const row = rowAt(index.row());
+    _lastShown = index.row() / pageSize;
+    if (row == nullptr)
+        askForPage(_lastShown);
+    for (QModelRoleData &each : roles)
+        each.setData(value(row, each.role()));
+}
+
+VXManagedObjectID VXStoreListModel::objectIDAt(int row) const
+{
+    const VXListRow *const found = rowAt(row);
+    return found == nullptr ? VXManagedObjectID() : found->objectID;
+}
+
+int VXStoreListModel::rowOfObject(const VXManagedObjectID &objectID) const
+{
+    for (const qsizetype index : _pages.keys()) {
+        const Page &page = *_pages.object(index);
+        const auto found = std::ranges::find(page, objectID, &VXListRow::objectID);
+        if (found != page.cend())
+            return static_cast<int>(index * pageSize + (found - page.cbegin()));
+    }
+    return -1;
+}
+
+void VXStoreListModel::askForPage(qsizetype index) const
+{
+    if (!_reader || _isReading || _askedFor.contains(index) || index * pageSize >= _count)
+        return;
+    _askedFor.insert(index);
+    const auto work = [index](VXListReader &reader, VXError *error) { return reader.page(index, error); };
+    read(work, [index](VXStoreListModel &model, const std::optional<Page> &rows) {
+        model._askedFor.remove(index);
+        if (rows)
+            model.takePage(index, *rows);
+    });
+}
+
+void VXStoreListModel::takePage(qsizetype index, const Page &rows)
+{
+    _pages.insert(index, new Page(rows));
+    const int first = static_cast<int>(index * pageSize);
+    const int last = static_cast<int>(std::min(index * pageSize + rows.size(), _count)) - 1;
+    if (last >= first)
+        Q_EMIT dataChanged(this->index(first), this->index(last));
+}
+
+// One at a time: what changes meanwhile makes another one due.
+void VXStoreListModel::refresh()
+{
+    _isRefreshDue = _isRefreshing;
+    if (_isRefreshing)
+        return;
+    _isRefreshing = true;
+    const qsizetype first = std::max<qsizetype>(0, _lastShown - refreshedPages / 2);
+    const auto work = [first](VXListReader &reader, VXError *error) -> std::optional<Refresh> {
+        Refresh found;
+        const std::optional<qsizetype> count = reader.count(error);
+        if (!count)
+            return std::nullopt;
+        found.count = *count;
+        for (qsizetype index = first; index < first + refreshedPages && index * pageSize < *count; ++index) {
+            const std::optional<Page> page = reader.page(index, error);
+            if (!page)
+                return std::nullopt;
+            found.pages.insert(index, *page);
+        }
+        return found;
+    };
+    read(work, [](VXStoreListModel &model, const std::optional<Refresh> &found) {
+        model._isRefreshing = false;
+        if (found)
+            model.takeRefresh(*found);
+        if (model._isRefreshDue)
+            model.refresh();
+    });
+}
+
+void VXStoreListModel::takeRefresh(const Refresh &refresh)
+{
+    QHash<VXManagedObjectID, int> places;
+    int changed = -1; // the first row that is another object now
+    for (auto page = refresh.pages.cbegin(); page != refresh.pages.cend(); ++page) {
+        for (qsizetype place = 0; place < page->size(); ++place) {
+            const int row = static_cast<int>(page.key() * pageSize + place);
+            places.insert(page->at(place).objectID, row);
+            const VXListRow *const before = rowAt(row);
+            if (changed < 0 && (before == nullptr || !(before->objectID == page->at(place).objectID)))
+                changed = row;
+        }
+    }
+    QList<std::pair<QPersistentModelIndex, VXManagedObjectID>> held;
+    for (const QModelIndex &each : persistentIndexList())
+        held.append({each, objectIDAt(each.row())});
+
+    const int before = static_cast<int>(_count);
+    const int after = static_cast<int>(refresh.count);
+    const int at = std::min(changed < 0 ? before : changed, std::min(before, after));
+    const auto takePages = [&] {
+        _count = refresh.count;
+        _pages.clear();
+        _askedFor.clear();
+        for (auto page = refresh.pages.cbegin(); page != refresh.pages.cend(); ++page)
+            _pages.insert(page.key(), new Page(*page));
+    };
+    const bool isFirst = std::exchange(_isReading, false);
+    if (after > before) {
+        beginInsertRows({}, at, at + after - before - 1);
+        takePages();
+        endInsertRows();
+    } else if (after < before) {
+        beginRemoveRows({}, at, at + before - after - 1);
+        takePages();
+        endRemoveRows();
+    } else {
+        takePages();
+    }
+    if (!isFirst && changed >= 0) {
+        Q_EMIT layoutAboutToBeChanged();
+        for (const auto &[now, objectID] : std::as_const(held)) {
+            const auto place = places.constFind(objectID);
+            if (now.isValid() && !objectID.isNull() && place != places.cend())
+                changePersistentIndex(now, index(*place));
+        }
+        Q_EMIT layoutChanged();
+    }
+    if (_count > 0)
+        Q_EMIT dataChanged(index(0), index(static_cast<int>(_count) - 1));
+    Q_EMIT didRead();
+}
