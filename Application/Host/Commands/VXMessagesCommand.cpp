@@ -1,5 +1,6 @@
 #include "MessageDataConstants.h"
 #include "VXDeviceNamed.h"
+#include "VXDevicePlugin.h"
 #include "VXHostCommands.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
