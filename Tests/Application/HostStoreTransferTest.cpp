@@ -65,6 +65,10 @@ TEST_F(HostStoreTransferTest, ExportsImportsReplacesAndRollsBack)
               u"merged"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 2);
     EXPECT_EQ(callsIn(path(u"b.vxdatastore"_s)), 1);
+    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s);
+    EXPECT_EQ(callsIn(u"calls"_s), 1); // as before the merge
+    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s);
+    EXPECT_EQ(callsIn(u"calls"_s), 2);
 
     EXPECT_EQ(jsonOf({u"import"_s, u"calls"_s, validated, u"--replace"_s}).value(u"action"_s), u"staged"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 1);

@@ -159,7 +159,7 @@ VXHostCommand VXStoreCommand()
             "are left out; which attributes hooks change, and of how many; which attributes and relationships are "
             "dropped; and how many references lead to what is not copied. \"rollback NAME [FOLDER]\" takes back the "
             "store that was there "
-            "before the last upgrade or replacement, or the one in FOLDER; with --dry-run it lists those."_s,
+            "before the last upgrade, merge or replacement, or the one in FOLDER; with --dry-run it lists those."_s,
         .options =
             {{u"where"_s, u"PREDICATE"_s, u"Only objects that it describes"_s, {}, {u"list"_s, u"delete"_s}},
              {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s, {}, {u"list"_s}},
