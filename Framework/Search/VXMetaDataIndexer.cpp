@@ -18,10 +18,12 @@ constexpr qsizetype batchSize = 2000;
 void VXMetaDataIndexer::open()
 {
     VXError error;
-    _isMarked = _wasComplete = false;
+    _isMarked = _wasComplete = _wasEmpty = false;
     _index = VXSearchIndex::open(&error);
-    if (_index)
+    if (_index) {
         _wasComplete = _index->isComplete(_identifier, &error) && !_debt.isIndexOwed();
+        _wasEmpty = !_wasComplete && !error && _index->count(_identifier, &error) == 0;
+    }
     if (error)
         giveUp(error);
 }
@@ -72,14 +74,19 @@ bool VXMetaDataIndexer::isSound()
     if (_index && !_index->isSound(&error)) {
         giveUp(error);
         _index = VXSearchIndex::open(&error);
-        _wasComplete = false;
+        _wasComplete = _wasEmpty = false;
     }
     return _index && _wasComplete;
 }
 
 bool VXMetaDataIndexer::settle(qint64 fileCount)
 {
-    return isInStep(fileCount) || !_index || putAllIn();
+    if (isInStep(fileCount) || !_index)
+        return true;
+    if (!_wasEmpty || _index->count(_identifier, nullptr) != fileCount)
+        return putAllIn();
+    _isMarked = _wasComplete = true; // all that is in it was told since, as it was written
+    return true;
 }
 
 bool VXMetaDataIndexer::putAllIn()

@@ -48,5 +48,6 @@ private:
     std::unique_ptr<VXSearchIndex> _index; // while it is open and works
     QList<VXSearchIndex::Change> _changes; // not carried over yet
     bool _wasComplete = false;
+    bool _wasEmpty = false; // of this folder's
     bool _isMarked = false;
 };

@@ -251,7 +251,8 @@ void VXMetaDataSync::Pass::synchronizeOne(const VXManagedObjectPtr &object)
 
 bool VXMetaDataSync::Pass::synchronize(const VXManagedObjectPtr &object, const QString &name)
 {
-    static_cast<void>(object->valueForKey(_sync._modificationDateKey)); // reads it
+    if (object->isFault())
+        static_cast<void>(object->valueForKey(_sync._modificationDateKey)); // reads it
     const bool isThere = !object->isFault();
     if (isThere)
         static_cast<void>(_sync._mirror.synchronizeFile(name, *object));

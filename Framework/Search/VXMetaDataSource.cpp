@@ -1,5 +1,7 @@
 #include "VXMetaDataSource.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -39,17 +41,19 @@ QSet<QString> VXMetaDataFileEndings(const VXEntityDescription &entity)
 
 QString VXEndingOfMetaDataFilename(const QString &name)
 {
-    return name.section(u'.', 1);
+    const qsizetype point = name.indexOf(u'.');
+    return point < 0 ? QString() : name.sliced(point + 1);
 }
 
 // "p" NUMBER "_MD2." ENTITY, as it is made above.
 std::optional<qint64> VXNumberInMetaDataFilename(QStringView name)
 {
-    const qsizetype end = name.indexOf(generation);
-    if (!name.startsWith(u'p') || end < 0)
+    if (!name.startsWith(u'p'))
         return std::nullopt;
-    bool isNumber = false;
-    const QStringView digits = name.sliced(1, end - 1);
-    const qint64 number = digits.toLongLong(&isNumber);
-    return isNumber && number > 0 && digits.front().isDigit() ? std::optional(number) : std::nullopt;
+    const auto isDigit = [](QChar each) { return each >= u'0' && each <= u'9'; };
+    const auto end = std::find_if_not(name.begin() + 1, name.end(), isDigit) - name.begin();
+    if (!name.sliced(end).startsWith(generation))
+        return std::nullopt;
+    const qint64 number = name.sliced(1, end - 1).toLongLong(); // 0 for none, and for what is none of a store's
+    return number > 0 ? std::optional(number) : std::nullopt;
 }
