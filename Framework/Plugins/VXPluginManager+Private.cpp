@@ -152,8 +152,8 @@ void VXPluginManager::setPluginsEnabled(const QStringList &identifiers, bool fla
 void VXPluginManager::leaveOutSuspects()
 {
     for (const auto &[plugin, ends] : VXPluginSuspects::collect()) {
-        const VXPluginProxy *const proxy = pluginWithIdentifier(plugin.identifier);
-        if (proxy == nullptr || !proxy->isEnabled() || proxy->infoText(u"CFBundleVersion"_s) != plugin.version)
+        VXPluginProxy *const proxy = pluginWithIdentifier(plugin.identifier);
+        if (proxy == nullptr || proxy->infoText(u"CFBundleVersion"_s) != plugin.version)
             continue; // gone, or mended
         const QString work = VXNameOfPluginWork(plugin.work);
         const bool isToBlame = ends >= VXPluginSuspects::endsToBlame;
@@ -161,6 +161,10 @@ void VXPluginManager::leaveOutSuspects()
         QString what = isToBlame ? VXLocalizedString(u"The program ended %1 times in a row while this plugin was %2."_s)
                                        .arg(QString::number(ends), work)
                                  : VXLocalizedString(u"The program ended while this plugin was %1."_s).arg(work);
+        if (!proxy->isEnabled()) { // when it was to be enabled, most likely
+            proxy->setLoadError(what);
+            continue;
+        }
         QString consequence = VXLocalizedString(u"It is tried once more."_s);
         if (isToBlame && isNeeded) {
             consequence = VXLocalizedString(u"It is tried all the same, because other plugins store with it."_s);

@@ -137,7 +137,8 @@ TEST_F(HostContactsTest, FilesOfOtherProgramsAreImportedAndExported)
     EXPECT_THAT(broken.errors.toStdString(), HasSubstr("broken.vcf:7: the card that begins here has no end"));
     const QString exported = path(u"out.vcf"_s);
     for (const QString &version : {u"3.0"_s, u"4.0"_s}) {
-        EXPECT_EQ(phonebook({u"export"_s, exported, u"--card-version"_s, version}).output, "Exported 5.\n");
+        EXPECT_THAT(phonebook({u"export"_s, exported, u"--card-version"_s, version}).output.toStdString(),
+                    testing::StartsWith("Exported 5"));
         EXPECT_EQ(readFile(exported).count("VERSION:" + version.toLatin1()), 5);
         EXPECT_THAT(readFile(exported).toStdString(),
                     HasSubstr("X-SOCIALPROFILE;type=example:https://social.example/jane"));

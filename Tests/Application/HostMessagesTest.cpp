@@ -145,3 +145,20 @@ TEST_F(HostMessagesTest, FoldersAreTheUsersToMakeAndToRemove)
     EXPECT_EQ(shown({u"list"_s, u"inbox"_s}),
               (QStringList{u"PARCELS five"_s, u"PARCELS four"_s, u"+15550199 three"_s}));
 }
+
+TEST_F(HostMessagesTest, TheIDOfAMessageThatWasMovedOffItsPhoneLeadsToTheCopy)
+{
+    EXPECT_EQ(runHost({u"messages"_s, u"move"_s, u"p1"_s, u"user"_s, u"--copy"_s}).status, 0); // p6
+    const QString moved = u"{\"pending\": 1, \"url\": \"vxdevice://localhost/org.phones/one/messages/ME/1\"}"_s;
+    EXPECT_EQ(runHost({u"store"_s, u"update"_s, u"messages"_s, u"VXMessage/p1"_s, moved}).status, 0);
+    for (const QStringList &verb :
+         {QStringList{u"read"_s, u"p1"_s}, {u"move"_s, u"p1"_s, u"sent"_s}, {u"delete"_s, u"p1"_s}}) {
+        const HostOutcome outcome = runHost(QStringList{u"messages"_s} + verb);
+        EXPECT_THAT(outcome.output.toStdString(), HasSubstr("p6")) << verb.first().toStdString();
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("p1 was moved off its phone, and is p6 now"));
+    }
+    EXPECT_THAT(
+        runHost({u"store"_s, u"list"_s, u"messages"_s, u"VXMessage"_s, u"--where"_s, u"pending == 1"_s, u"--json"_s})
+            .output.toStdString(),
+        HasSubstr("VXMessage/p1\""));
+}

@@ -161,7 +161,7 @@ TEST_F(HostPluginsTest, WhatIsChangedLasts)
          "1 vornix: Calls (org.calls) was not disabled: Dialler, which requires it, was not to be disabled\n"},
         {{u"disable"_s, calls, u"--answer"_s, u"default"_s}, "0 Disabled Calls (org.calls), Dialler (org.window).\n"},
         {{u"disable"_s, calls}, "0 Calls (org.calls) is disabled already.\n"},
-        {{u"retry"_s, calls}, "1 vornix: Calls (org.calls) is not enabled\n"},
+        {{u"retry"_s, calls}, "1 vornix: Calls (org.calls) is not enabled; \"vornix plugins enable org.calls\" "},
         {{u"info"_s, u"DIALLER"_s}, "0 Identifier "},
         {{u"info"_s, u"window"_s}, "0 Identifier "},
         {{u"info"_s, u"Fixtures"_s}, "1 vornix: there is no plugin"},

@@ -304,7 +304,8 @@ int retry(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugi
 {
     const VXPluginReport report(manager, plugin);
     if (!plugin.isEnabled())
-        return context.output.fail(u"%1 is not enabled"_s.arg(report.title()));
+        return context.output.fail(
+            u"%1 is not enabled; \"vornix plugins enable %2\" loads it"_s.arg(report.title(), plugin.identifier()));
     if (!manager.retryPlugin(plugin.identifier()))
         return context.output.fail(u"%1 was not loaded: %2"_s.arg(report.title(), reasonOf(report)));
     return changed(context, u"%1 is loaded."_s.arg(report.title()), report);

@@ -195,11 +195,14 @@ int VXExportContacts(VXHostContext &context)
         return context.output.fail(problem);
     if (persons->isEmpty())
         return context.output.fail(u"there are no contacts to export"_s);
+    const bool wasThere = QFileInfo::exists(path);
     VXAtomicFile file(path, VXFileAccess::Shared);
     qsizetype count = 0;
     if (!file.open() || !writeCards(*persons, version, file, &count) || !file.commit())
         return context.output.fail(u"%1 can not be written: %2"_s.arg(path, file.errorString()));
-    context.output.answer(u"Exported %1.\n"_s.arg(count), QJsonObject{{u"exported"_s, count}});
+    context.output.answer(
+        u"Exported %1%2.\n"_s.arg(count).arg(wasThere ? u", in place of what the file held"_s : u""_s),
+        QJsonObject{{u"exported"_s, count}});
     return VXHostOutput::Done;
 }
 

@@ -6,6 +6,7 @@
 #include "VXDeviceURL.h"
 #include "VXHotKeyManager.h"
 #include "VXHotKeyService.h"
+#include "VXPluginKind.h"
 #include "VXPluginManager.h"
 #include "VXPluginReport.h"
 #include "VXServiceStanding.h"
@@ -47,10 +48,18 @@ Service serviceFrom(const QVariantMap &info)
             .isOptional = info.value(u"optional"_s).toBool()};
 }
 
+// It does nothing unless a trigger has it do something.
+bool reactsAlone(const VXPluginProxy &plugin)
+{
+    const QString kind = plugin.pluginClassType();
+    return kind == VXPluginKind::Reactor || kind == VXPluginKind::Exporter;
+}
+
 // Those that plugins name, each once.
 QList<Service> servicesOf(const VXPluginManager &manager)
 {
     QList<Service> services;
+    const QMap<QString, QStringList> triggers = VXTriggersByPlugin();
     for (const VXPluginProxy *const plugin : VXSortedPlugins(manager)) {
         const VXBundle::Ptr bundle = plugin->bundle();
         const QVariantList named = bundle ? bundle->infoDictionary().value(u"VXServices"_s).toList() : QVariantList();
@@ -61,7 +70,7 @@ QList<Service> servicesOf(const VXPluginManager &manager)
             if (known == services.end())
                 known = services.insert(services.end(), service);
             known->isOptional = known->isOptional && service.isOptional;
-            if (plugin->isEnabled())
+            if (plugin->isEnabled() && (!reactsAlone(*plugin) || triggers.contains(plugin->identifier())))
                 known->users.append(plugin->identifier());
         }
     }
@@ -254,7 +263,7 @@ QList<VXStatusItem> statusOfPlugins(const VXPluginManager &manager)
                           .reason = report.reason(),
                           .remedy = remedyOfPlugin(report.state(), *plugin),
                           .version = plugin->infoText(u"CFBundleVersion"_s)};
-        item.isAtFault = !item.reason.isNull() || (plugin->isEnabled() && !plugin->isLoaded());
+        item.isAtFault = plugin->isEnabled() && (!item.reason.isNull() || !plugin->isLoaded());
         if (!plugin->isEnabled() && triggers.contains(item.identifier))
             tellOfTriggers(item, triggers[item.identifier].size());
         items.append(item);

@@ -186,7 +186,8 @@ TEST_F(VXPluginLoadTest, WhatPluginCodeThrowsIsLoggedAndGoesNoFurther)
                  .info = {{u"FixtureThrowsIn"_s, row.operation}, {u"FixtureThrows"_s, row.kind}}});
         EXPECT_EQ(proxy->load(), row.loads);
         const bool failsEarly = row.operation == u"constructor"_s || row.operation == u"pluginDidLoad"_s;
-        const QString error = row.operation == u"pluginDidLoad"_s ? "pluginDidLoad threw "_L1 + row.text : row.text;
+        const QString what = row.operation == u"constructor"_s ? u"Its constructor"_s : row.operation;
+        const QString error = what + " threw "_L1 + row.text;
         EXPECT_EQ(proxy->loadError(), failsEarly ? error : QString());
         EXPECT_EQ(announced.contains(proxy->identifier()), !failsEarly);
         EXPECT_EQ(proxy->pluginInstancesShouldUnload(), VXUnloadNow);
