@@ -1,5 +1,6 @@
 #include "VXWebDownload.h"
 
+#include "VXErrorDomain.h"
 #include "VXFileManager.h"
 #include "VXURLError.h"
 
@@ -81,6 +82,10 @@ void VXWebDownload::setMaximumLength(qint64 bytes)
 bool VXWebDownload::_executeWithRequest(const VXURLRequest &request)
 {
     {
+        const VXMutexLocker lock(_folderLock);
+        _makesNoFile = false;
+    }
+    {
         const VXMutexLocker lock(_dataLock);
         _filePath = QString();
         _downloadResponse = {};
@@ -100,6 +105,9 @@ VXError VXWebDownload::writeError(int problem) const
 VXError VXWebDownload::createFile(const VXWebResponse &response)
 {
     const QString folder = folderPath();
+    const VXMutexLocker folderLock(_folderLock);
+    if (_makesNoFile)
+        return VXError(VXErrorDomain, VXErrorCancelled);
     if (VXError error = VXFileManager::defaultManager().verifyPathExists(folder))
         return error;
     QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -159,11 +167,20 @@ VXError VXWebDownload::transferDidEnd(const VXError &error)
     _descriptor = -1;
     const VXError outcome = error || isClosed ? error : writeError(problem);
     if (outcome)
-        transferWasCancelled();
+        dropResponse();
     return outcome;
 }
 
 void VXWebDownload::transferWasCancelled()
+{
+    {
+        const VXMutexLocker lock(_folderLock);
+        _makesNoFile = true;
+    }
+    dropResponse();
+}
+
+void VXWebDownload::dropResponse()
 {
     const VXMutexLocker lock(_dataLock);
     _downloadResponse = {};

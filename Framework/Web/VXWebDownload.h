@@ -47,8 +47,12 @@ protected:
 private:
     VXError createFile(const VXWebResponse &response);
     VXError writeError(int problem) const;
+    void dropResponse();
 
     int _descriptor = -1; // of the file, on the request's thread
+    VXMutex
+        _folderLock; // no file is made once it has been told of a cancel, so that who was told may remove the folder
+    bool _makesNoFile VX_GUARDED_BY(_folderLock) = false;
     mutable VXMutex _dataLock;
     QString _filePath VX_GUARDED_BY(_dataLock);
     VXWebResponse _downloadResponse VX_GUARDED_BY(_dataLock);

@@ -4,6 +4,7 @@
 #include "VXErrorDomain.h"
 #include "VXException.h"
 #include "VXFramework.h"
+#include "VXGuard.h"
 #include "VXInvocation.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
@@ -14,7 +15,7 @@
 
 #include <QtCore/QUuid>
 
-#include <exception>
+#include <typeinfo>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -30,10 +31,27 @@ QString nameOf(const QUrl &url)
 
 } // namespace
 
-/** From a start (or the cancelling of what was never started) until the delegate has been told. */
+/**
+ * From a start, or the cancelling of what was never started, until the delegate has been told. All of it is under the
+ * request's lock. The request begins no other before this one is at `Telling`, so that until then it is the last.
+ */
 struct VXWebRequest::Run
 {
-    bool isCompleting = false; // under the request's lock
+    enum class State {
+        Running,
+        Ended,   // what came of it is certain; the first to come by on the main thread takes it up
+        Closing, // it was taken up
+        Telling, // the delegate is being told, and may start the request again
+        Told,
+    };
+    State state = State::Running;
+    bool wasStarted = true;
+    bool wasCancelled = false;
+    VXError failure = {}; // why it was stopped
+    VXActivity::Ptr activity = {};
+    std::shared_ptr<VXWebTransfer> transfer = {}; // while it is performed
+    bool didSendRequest = false;                  // after that
+    VXFormRedirect formRedirect = {};
 };
 
 /** What the transfer tells, for the request's own operations. */
@@ -80,12 +98,17 @@ VXError VXWebRequest::error() const
 
 void VXWebRequest::setError(const VXError &error)
 {
+    std::shared_ptr<VXWebTransfer> transfer;
     {
         const VXMutexLocker lock(_lock);
         _error = error;
+        if (error && _run && _run->state == Run::State::Running) {
+            _run->failure = error;
+            transfer = _run->transfer;
+        }
     }
-    if (error)
-        stopTransfer();
+    if (transfer)
+        transfer->stop();
 }
 
 QVariantMap VXWebRequest::userData() const
@@ -127,62 +150,90 @@ void VXWebRequest::setDelegate(const std::shared_ptr<QObject> &delegate)
 VXActivity::Ptr VXWebRequest::activity() const
 {
     const VXMutexLocker lock(_lock);
-    return _activity;
+    const RunPtr &run = _threadRun ? _threadRun : _run;
+    return run ? run->activity : nullptr;
 }
 
 bool VXWebRequest::didSendRequest() const
 {
     const VXMutexLocker lock(_lock);
-    return _transfer ? _transfer->didSendRequest() : _didSendRequest;
+    return _run && (_run->transfer ? _run->transfer->didSendRequest() : _run->didSendRequest);
 }
 
 VXFormRedirect VXWebRequest::formRedirect() const
 {
     const VXMutexLocker lock(_lock);
-    return _transfer ? _transfer->formRedirect() : _formRedirect;
+    if (!_run)
+        return {};
+    return _run->transfer ? _run->transfer->formRedirect() : _run->formRedirect;
 }
 
-// -- Running
+// -- The start
 
 void VXWebRequest::requestURL(const QUrl &theURL)
 {
     VXAssert(!theURL.isEmpty(), u"theURL can not be nil"_s);
-    const Ptr self = shared_from_this();
-    const auto run = std::make_shared<Run>();
-    {
-        const VXMutexLocker lock(_lock);
-        VXAssert(!_run || _run->isCompleting, u"Request already running"_s);
-        _run = run;
-        _error = {};
-        _didSendRequest = false;
-        _formRedirect = {};
-        if (!_delegate)
-            _delegate = _toldDelegate.lock();
-    }
-    const QString title = VXLocalizedString(u"Downloading %1"_s).arg(nameOf(theURL));
-    const VXActivity::Ptr activity = VXActivityManager::sharedActivityManager().addActivityWithTitle(title, _uuid);
-    activity->setDelegate(this);
-    {
-        const VXMutexLocker lock(_lock);
-        _activity = activity;
-    }
+    const RunPtr run = beginRun(theURL);
+    if (!run)
+        return;
+    showActivity(theURL, run);
     startThread(theURL, run);
 }
 
-void VXWebRequest::startThread(const QUrl &url, const std::shared_ptr<Run> &run)
+// Null when it is being cancelled. From here on it may be cancelled at any moment: it is known as running, and completes.
+VXWebRequest::RunPtr VXWebRequest::beginRun(const QUrl &url)
 {
-    QString problem = u"the program ends"_s;
-    if (VXRunningRequests::shared().add(shared_from_this())) {
+    using State = Run::State;
+    const VXMutexLocker lock(_lock);
+    if (_run && !_run->wasStarted && _run->state < State::Telling)
+        return nullptr;
+    VXAssert(!_run || _run->state >= State::Telling, u"Request already running"_s);
+    _run = std::make_shared<Run>();
+    _error = {};
+    if (!_delegate)
+        _delegate = _toldDelegate.lock();
+    if (!VXRunningRequests::shared().add(shared_from_this()))
+        _run->failure = unableToStart(url, u"the program ends"_s);
+    return _run;
+}
+
+// On the main thread, so that no completion falls in between: that takes the activity away.
+void VXWebRequest::showActivity(const QUrl &url, const RunPtr &run)
+{
+    const QString title = VXLocalizedString(u"Downloading %1"_s).arg(nameOf(url));
+    static_cast<void>(VXMainThread::performAndWait([&] {
+        {
+            const VXMutexLocker lock(_lock);
+            if (run->state >= Run::State::Closing)
+                return;
+        }
+        const VXActivity::Ptr activity = VXActivityManager::sharedActivityManager().addActivityWithTitle(title, _uuid);
+        const VXMutexLocker lock(_lock);
+        if (run->state >= Run::State::Closing) // who heard of it has cancelled
+            return;
+        activity->setDelegate(this);
+        run->activity = activity;
+    }));
+}
+
+void VXWebRequest::startThread(const QUrl &url, const RunPtr &run)
+{
+    bool isRefused = false;
+    {
+        const VXMutexLocker lock(_lock);
+        isRefused = !run->failure.isNull();
+    }
+    QString problem;
+    if (!isRefused)
         problem = VXRequestThreads::shared().run(
             [self = shared_from_this(), url, run](VXRequestThreads::Lease lease) mutable {
-                self->runOnThread(url, run);
+                self->_requestURL(url, run);
                 // The reference goes along, so that the request never ends on this thread, which waits for the delegate.
                 VXMainThread::perform([self = std::move(self), run, lease = std::move(lease)] { self->complete(run); });
             });
-        if (problem.isNull())
-            return;
-    }
-    setError(unableToStart(url, problem));
+    if (!isRefused && problem.isNull())
+        return;
+    end(run, unableToStart(url, problem));
     VXMainThread::perform([self = shared_from_this(), run] { self->complete(run); });
 }
 
@@ -191,24 +242,79 @@ VXError VXWebRequest::unableToStart(const QUrl &url, const QString &reason) cons
     return VXMakeURLError(VXURLErrorUnknown, u"Unable to start web request"_s, url, reason);
 }
 
+// Inside a catch clause: subclasses may throw anything.
+VXError VXWebRequest::faultOf(const QUrl &url) const
+{
+    const VXThrown thrown = VXDescribeThrown();
+    VXLogMethod(VXLogError, "_requestURL:", thrown.description);
+    return VXMakeURLError(VXURLErrorUnknown, u"A fault of the program ended the web request."_s, url, thrown.reason);
+}
+
 // -- On the request's thread
 
-void VXWebRequest::runOnThread(const QUrl &url, const std::shared_ptr<Run> &run)
+void VXWebRequest::_requestURL(const QUrl &url, const RunPtr &run)
 {
+    const auto isRunning = [&]() VX_NO_THREAD_SAFETY_ANALYSIS { return run->state == Run::State::Running; };
     {
         const VXMutexLocker lock(_lock);
-        _leftThread.wait(_lock, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_isOnThread; });
-        _isOnThread = true;
+        // The thread of a run that was cancelled may not be through yet.
+        _runChanged.wait(_lock, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_threadRun; });
+        if (!isRunning())
+            return;
+        _threadRun = run;
+    }
+    const VXError outcome = execute(url, *run);
+    std::shared_ptr<VXWebTransfer> transfer; // goes once the lock is free
+    {
+        const VXMutexLocker lock(_lock);
+        _threadRun.reset();
+        transfer = std::exchange(run->transfer, nullptr);
+        run->didSendRequest = transfer && transfer->didSendRequest();
+        run->formRedirect = transfer ? transfer->formRedirect() : VXFormRedirect();
+    }
+    _runChanged.notifyAll();
+    end(run, outcome);
+}
+
+// What came of it, where nobody stopped it.
+VXError VXWebRequest::execute(const QUrl &url, Run &run)
+{
+    bool isStarted = false;
+    try {
+        isStarted = VXWebTransfer::canHandle(url) && _executeWithRequest(makeRequest(url));
+    } catch (...) {
+        return unableToStart(url, faultOf(url).localizedRecoverySuggestion());
+    }
+    std::shared_ptr<VXWebTransfer> transfer;
+    {
+        const VXMutexLocker lock(_lock);
+        if (run.failure)
+            return run.failure;
+        transfer = run.transfer;
+    }
+    if (!isStarted)
+        return unableToStart(url, {});
+    return transfer ? performTransfer(url, *transfer, run) : VXError();
+}
+
+VXError VXWebRequest::performTransfer(const QUrl &url, VXWebTransfer &transfer, const Run &run)
+{
+    VXError error;
+    try {
+        error = transfer.perform();
+    } catch (...) {
+        error = faultOf(url);
+    }
+    {
+        const VXMutexLocker lock(_lock);
+        if (run.failure)
+            error = run.failure;
     }
     try {
-        _requestURL(url, run);
-    } catch (const VXException &exception) {
-        VXLogMethod(VXLogError, "_requestURL:", exception.reason());
-        setError(unableToStart(url, exception.reason()));
+        return transferDidEnd(error);
+    } catch (...) {
+        return faultOf(url);
     }
-    const VXMutexLocker lock(_lock);
-    _isOnThread = false;
-    _leftThread.notifyAll();
 }
 
 VXURLRequest VXWebRequest::makeRequest(const QUrl &url) const
@@ -220,31 +326,6 @@ VXURLRequest VXWebRequest::makeRequest(const QUrl &url) const
     else if (!_userData.isEmpty())
         request.setContentFromDictionary(_userData);
     return request;
-}
-
-void VXWebRequest::_requestURL(const QUrl &url, const std::shared_ptr<Run> &run)
-{
-    {
-        const VXMutexLocker lock(_lock);
-        if (run->isCompleting) // before its turn came; the data may be those of a run that began later
-            return;
-    }
-    const bool isStarted = VXWebTransfer::canHandle(url) && _executeWithRequest(makeRequest(url));
-    std::shared_ptr<VXWebTransfer> transfer;
-    {
-        const VXMutexLocker lock(_lock);
-        if (run->isCompleting || _error)
-            return; // cancelled before it began
-        if (!isStarted)
-            _error = unableToStart(url, {});
-        transfer = _transfer;
-    }
-    if (isStarted && transfer)
-        performTransfer(*transfer, *run);
-    const VXMutexLocker lock(_lock);
-    _didSendRequest = transfer && transfer->didSendRequest();
-    _formRedirect = transfer ? transfer->formRedirect() : VXFormRedirect();
-    _transfer.reset();
 }
 
 bool VXWebRequest::_executeWithRequest(const VXURLRequest &)
@@ -262,17 +343,9 @@ bool VXWebRequest::startTransfer(const VXURLRequest &request)
     };
     const auto owner = std::make_shared<Owner>(request, *this);
     const VXMutexLocker lock(_lock);
-    _transfer = std::shared_ptr<VXWebTransfer>(owner, &owner->transfer);
-    return true;
-}
-
-void VXWebRequest::performTransfer(VXWebTransfer &transfer, const Run &run)
-{
-    const VXError failure = transfer.perform();
-    const VXError outcome = transferDidEnd(transfer.isStopped() ? error() : failure);
-    const VXMutexLocker lock(_lock);
-    if (!_error && !run.isCompleting) // else it may be that of a run that began meanwhile
-        _error = outcome;
+    if (_threadRun)
+        _threadRun->transfer = std::shared_ptr<VXWebTransfer>(owner, &owner->transfer);
+    return _threadRun != nullptr;
 }
 
 bool VXWebRequest::isActive() const
@@ -283,7 +356,7 @@ bool VXWebRequest::isActive() const
 bool VXWebRequest::hasActiveTransfer() const
 {
     const VXMutexLocker lock(_lock);
-    return _transfer && !_error;
+    return _run && _run->state == Run::State::Running && _run->transfer && !_error;
 }
 
 void VXWebRequest::willRedirect(const QUrl &, const QUrl &) {}
@@ -314,58 +387,97 @@ void VXWebRequest::stopTransfer()
     std::shared_ptr<VXWebTransfer> transfer;
     {
         const VXMutexLocker lock(_lock);
-        transfer = _transfer;
+        transfer = _run ? _run->transfer : nullptr;
     }
     if (transfer)
         transfer->stop();
 }
 
+// The first to say so decides what came of the run.
+void VXWebRequest::end(const RunPtr &run, const VXError &outcome)
+{
+    const VXMutexLocker lock(_lock);
+    if (run->state != Run::State::Running)
+        return;
+    run->state = Run::State::Ended;
+    if (!_error)
+        _error = run->failure ? run->failure : outcome;
+}
+
 void VXWebRequest::cancel(QObject *)
 {
-    {
-        const VXMutexLocker lock(_lock);
-        if (_run && _run->isCompleting)
-            return;
-        _error = VXError(VXErrorDomain, VXErrorCancelled);
-    }
-    stopTransfer();
-    transferWasCancelled();
-    requestDidComplete();
+    finish(VXError(VXErrorDomain, VXErrorCancelled));
 }
 
 void VXWebRequest::requestDidComplete()
 {
-    std::shared_ptr<Run> run;
+    finish({});
+}
+
+// Ends the last run, unless it has ended, with no error as it is; returns when its delegate has been told.
+void VXWebRequest::finish(const VXError &cancellation)
+{
+    using State = Run::State;
+    RunPtr run;
+    std::shared_ptr<VXWebTransfer> transfer;
     {
         const VXMutexLocker lock(_lock);
         if (!_run)
-            _run = std::make_shared<Run>();
+            _run = std::make_shared<Run>(Run{.wasStarted = false});
         run = _run;
+        if (run->state == State::Running) {
+            run->state = State::Ended;
+            run->wasCancelled = !cancellation.isNull();
+            run->failure = cancellation;
+            transfer = run->transfer;
+            if (cancellation)
+                _error = cancellation;
+        }
     }
-    static_cast<void>(VXMainThread::performAndWait([&] { complete(run); }));
+    if (transfer)
+        transfer->stop();
+    // Without waiting for that very call: who was told already may be waiting for this thread.
+    const bool isTaken = VXMainThread::perform([self = shared_from_this(), run] { self->complete(run); });
+    if (!isTaken || VXMainThread::isCurrent())
+        return;
+    const VXMutexLocker lock(_lock);
+    _runChanged.wait(_lock, [&]() VX_NO_THREAD_SAFETY_ANALYSIS { return run->state == State::Told; });
 }
 
-void VXWebRequest::complete(const std::shared_ptr<Run> &run)
+// On the main thread.
+void VXWebRequest::complete(const RunPtr &run)
 {
+    using State = Run::State;
     const Ptr self = shared_from_this(); // the registry may hold the last reference
+    bool wasCancelled = false;
+    {
+        const VXMutexLocker lock(_lock);
+        if (run->state != State::Ended)
+            return;
+        run->state = State::Closing;
+        wasCancelled = run->wasCancelled;
+    }
+    if (wasCancelled)
+        VXGuard([&] { return VXDescribeCode(u"A web request"_s, typeid(*this)); }, [this] { transferWasCancelled(); });
+    VXRunningRequests::shared().remove(self);
+    VXActivityManager::sharedActivityManager().removeActivityWithIdentifier(_uuid);
     std::shared_ptr<QObject> delegate;
     {
         const VXMutexLocker lock(_lock);
-        if (std::exchange(run->isCompleting, true))
-            return;
+        run->state = State::Telling;
+        run->activity.reset();
         delegate = _delegate;
-        _activity.reset();
     }
-    VXRunningRequests::shared().remove(self);
-    VXActivityManager::sharedActivityManager().removeActivityWithIdentifier(_uuid);
     tellDelegate(delegate.get());
     {
         const VXMutexLocker lock(_lock);
+        run->state = State::Told;
         if (_run == run && _delegate) { // not started again meanwhile
             _toldDelegate = _delegate;
             _delegate.reset(); // `delegate` holds it still
         }
     }
+    _runChanged.notifyAll();
 }
 
 void VXWebRequest::tellDelegate(QObject *delegate)
@@ -374,8 +486,8 @@ void VXWebRequest::tellDelegate(QObject *delegate)
         return;
     try { // what it throws must not keep the request from ending
         VXInvocation::withMethod(delegate, "requestDidComplete", {QVariant::fromValue(this)}).invoke();
-    } catch (const std::exception &exception) {
+    } catch (...) {
         VXLogMethod(VXLogError, "requestDidComplete",
-                    "The delegate of a web request threw: "_L1 + QString::fromUtf8(exception.what()));
+                    "The delegate of a web request threw: "_L1 + VXDescribeThrown().reason);
     }
 }

@@ -56,7 +56,8 @@ public:
     std::shared_ptr<QObject> delegate() const;
     void setDelegate(const std::shared_ptr<QObject> &delegate);
 
-    /** Starts, and returns at once. A null URL, or a request that runs already, fails an assertion. */
+    /** Starts, and returns at once. A null URL, or a request that runs already, fails an assertion. One that another thread is
+     *  just cancelling before its first start counts as started, and cancelled. */
     void requestURL(const QUrl &theURL);
 
     /** Starts the transfer, on the request's thread; false when that cannot be. The base fails an assertion. */
@@ -64,8 +65,9 @@ public:
     /** True while there is a transfer, and no error. The base answers false. */
     virtual bool isActive() const;
 
-    /** Completes the request with the error VXErrorCancelled; one that was never started too. One whose delegate has been
-     *  told stays as it is. Returns when the delegate has been told. */
+    /** Completes the request with the error VXErrorCancelled; one that was never started too. One that has come to an end
+     *  stays as it is, until it is started again. Returns when the delegate has been told; on the main thread, while it is
+     *  being told, at once. */
     Q_INVOKABLE virtual void cancel(QObject *sender = nullptr);
     /** Takes the activity away and tells the delegate, on the main thread, and waits for that; once for each start. */
     void requestDidComplete();
@@ -94,21 +96,28 @@ protected:
     /** With no error: the answer is there as a whole. The error that it returns is the request's. */
     virtual VXError transferDidEnd(const VXError &error);
 
-    /** On the thread that cancels, before the delegate is told: what of the answer there is will not be needed. */
+    /** On the main thread, before the delegate is told: what of the answer there is will not be needed. The request's thread
+     *  may still be in one of the operations above. */
     virtual void transferWasCancelled();
 
 private:
     struct Run;
+    using RunPtr = std::shared_ptr<Run>;
     class Receiver;
     friend class VXRunningRequests;
 
-    void startThread(const QUrl &url, const std::shared_ptr<Run> &run);
-    void _requestURL(const QUrl &url, const std::shared_ptr<Run> &run);
-    void performTransfer(VXWebTransfer &transfer, const Run &run);
-    void runOnThread(const QUrl &url, const std::shared_ptr<Run> &run);
+    RunPtr beginRun(const QUrl &url);
+    void showActivity(const QUrl &url, const RunPtr &run);
+    void startThread(const QUrl &url, const RunPtr &run);
+    void _requestURL(const QUrl &url, const RunPtr &run);
+    VXError execute(const QUrl &url, Run &run);
+    VXError performTransfer(const QUrl &url, VXWebTransfer &transfer, const Run &run);
     VXURLRequest makeRequest(const QUrl &url) const;
     VXError unableToStart(const QUrl &url, const QString &reason) const;
-    void complete(const std::shared_ptr<Run> &run);
+    VXError faultOf(const QUrl &url) const;
+    void end(const RunPtr &run, const VXError &outcome);
+    void finish(const VXError &cancellation);
+    void complete(const RunPtr &run);
     void tellDelegate(QObject *delegate);
 
     const QString _uuid;
@@ -120,13 +129,9 @@ private:
     VXError _error VX_GUARDED_BY(_lock);
     QVariantMap _userData VX_GUARDED_BY(_lock);
     QList<VXFormField> _formFields VX_GUARDED_BY(_lock);
-    VXActivity::Ptr _activity VX_GUARDED_BY(_lock);
-    std::shared_ptr<VXWebTransfer> _transfer VX_GUARDED_BY(_lock);
-    std::shared_ptr<Run> _run VX_GUARDED_BY(_lock); // from the start on
-    bool _didSendRequest VX_GUARDED_BY(_lock) = false;
-    VXFormRedirect _formRedirect VX_GUARDED_BY(_lock);
-    bool _isOnThread VX_GUARDED_BY(_lock) = false; // a start waits until the thread of a cancelled one is through
-    VXCondition _leftThread;
+    RunPtr _run VX_GUARDED_BY(_lock);       // the last, from its start on
+    RunPtr _threadRun VX_GUARDED_BY(_lock); // whose turn it is on its thread: it may be one before the last
+    VXCondition _runChanged;
 };
 
 Q_DECLARE_METATYPE(VXWebRequest *)

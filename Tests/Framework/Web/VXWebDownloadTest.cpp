@@ -5,6 +5,11 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRandomGenerator>
+
+#include <algorithm>
+#include <thread>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -127,6 +132,25 @@ TEST_F(VXWebDownloadTest, AnAnswerThatIsCutShortIsAFailure)
     EXPECT_EQ(made->error().code(), VXURLErrorConnectionLost);
     EXPECT_EQ(readFile(made->filePath()), "half"); // left for the delegate
     EXPECT_EQ(fetch(u"/nolength"_s)->error().code(), 0);
+}
+
+// Who was told of a cancel may remove the folder: it does not come back.
+TEST_F(VXWebDownloadTest, MakesNoFileOnceItWasCancelled)
+{
+    QRandomGenerator random(1);
+    std::vector<std::weak_ptr<VXWebDownload>> downloads;
+    for (int round = 0; round < 300; ++round) {
+        const auto made = VXWebDownload::requestURL(server.url(u"/answer?body=x"_s), {}, delegate);
+        downloads.push_back(made);
+        folders.append(made->folderPath());
+        std::this_thread::sleep_for(std::chrono::microseconds(random.bounded(1500)));
+        made->cancel();
+        QDir(made->folderPath()).removeRecursively();
+    }
+    EXPECT_TRUE(VXRunUntil([&] { // until the last thread is through
+        return std::ranges::all_of(downloads, [](const auto &download) { return download.expired(); });
+    }));
+    EXPECT_FALSE(std::ranges::any_of(folders, [](const QString &folder) { return QFileInfo::exists(folder); }));
 }
 
 } // namespace

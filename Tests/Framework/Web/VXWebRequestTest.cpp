@@ -9,6 +9,8 @@
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QTimer>
 
+#include <algorithm>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -136,6 +138,157 @@ TEST_F(VXWebRequestTest, MayBeStartedAgainByItsDelegate)
     EXPECT_TRUE(connection->error().isNull());
 }
 
+// A cancel that comes when the delegate has started the request again is one of that start, or of none.
+TEST_F(VXWebRequestTest, ALateCancelTouchesOnlyItsOwnRun)
+{
+    constexpr int starts = 300;
+    const auto connection = VXWebConnection::create();
+    connection->setDelegate(delegate);
+    int successes = 0;
+    delegate->whenTold = [&] {
+        successes += connection->error() ? 0 : 1;
+        EXPECT_TRUE(connection->error() == cancelled || connection->data() == "x");
+        if (delegate->calls < starts)
+            connection->requestURL(server.url(u"/answer?body=x"_s));
+    };
+    connection->requestURL(server.url(u"/answer?body=x"_s));
+    std::atomic<bool> isOver{false};
+    std::thread canceller([&] {
+        QRandomGenerator random(1);
+        while (!isOver) {
+            std::this_thread::sleep_for(std::chrono::microseconds(random.bounded(600)));
+            connection->cancel();
+        }
+    });
+    EXPECT_TRUE(told(starts));
+    isOver = true;
+    std::atomic<bool> isJoined{false};
+    std::thread joiner([&] {
+        canceller.join();
+        isJoined = true;
+    });
+    EXPECT_TRUE(VXRunUntil([&] { return isJoined.load(); }));
+    joiner.join();
+    EXPECT_EQ(delegate->calls, starts);
+    EXPECT_LT(successes, starts);
+}
+
+TEST_F(VXWebRequestTest, CancelledWhileItStartsItLeavesNothing)
+{
+    constexpr int rounds = 200;
+    std::vector<std::weak_ptr<VXWebRequest>> requests;
+    std::atomic<bool> isOver{false};
+    std::thread starter([&] {
+        QRandomGenerator random(1);
+        for (int round = 0; round < rounds; ++round) {
+            const VXWebRequest::Ptr request = VXWebConnection::create();
+            requests.push_back(request);
+            request->setDelegate(delegate);
+            std::thread canceller([&, delay = random.bounded(200)] {
+                std::this_thread::sleep_for(std::chrono::microseconds(delay));
+                request->cancel();
+            });
+            EXPECT_NO_THROW(request->requestURL(server.url(u"/answer"_s)));
+            canceller.join();
+        }
+        isOver = true;
+    });
+    EXPECT_TRUE(VXRunUntil([&] { return isOver.load(); }));
+    starter.join();
+    EXPECT_TRUE(VXRunUntil(
+        [&] { return std::ranges::all_of(requests, [](const auto &request) { return request.expired(); }); }));
+    EXPECT_GE(delegate->calls, rounds); // where the cancel had ended before the start, once for each
+    EXPECT_TRUE(VXActivityManager::sharedActivityManager().activities().isEmpty());
+}
+
+TEST_F(VXWebRequestTest, ACancelWaitsUntilTheDelegateHasBeenTold)
+{
+    const auto connection = VXWebConnection::create();
+    connection->setDelegate(delegate);
+    std::atomic<bool> isCancelling{false};
+    std::atomic<bool> hasBeenTold{false};
+    std::thread other;
+    delegate->whenTold = [&] {
+        other = std::thread([&] {
+            isCancelling = true;
+            connection->cancel();
+            EXPECT_TRUE(hasBeenTold);
+        });
+        EXPECT_TRUE(VXRunUntil([&] { return isCancelling.load(); }));
+        for (int i = 0; i < 1000; ++i)
+            QCoreApplication::processEvents();
+        connection->cancel(); // returns here, and changes nothing
+        hasBeenTold = true;
+    };
+    connection->requestURL(server.url(u"/answer?body=x"_s));
+    ASSERT_TRUE(VXRunUntil([&] { return hasBeenTold.load(); }));
+    other.join();
+    EXPECT_FALSE(connection->error());
+    EXPECT_EQ(delegate->calls, 1);
+}
+
+// An error that was set ends the request also where it is taken back.
+TEST_F(VXWebRequestTest, ItEndsWithAnErrorThatIsSet)
+{
+    for (int round = 0; round < 50; ++round) {
+        const auto connection = VXWebConnection::requestURL(server.url(u"/silent"_s), {}, delegate);
+        if (round % 2 == 0)
+            std::this_thread::yield();
+        connection->setError(VXError(u"mine"_s, 7));
+        ASSERT_TRUE(told(round + 1));
+        EXPECT_EQ(connection->error(), VXError(u"mine"_s, 7));
+        connection->setError({});
+        EXPECT_FALSE(connection->isActive());
+    }
+}
+
+/** Throws what subclasses of plugins may throw. */
+class ThrowingRequest : public VXWebConnection
+{
+public:
+    std::function<void()> onResponse;
+    std::function<void()> onData;
+
+protected:
+    VXError didReceiveResponse(const VXWebResponse &response) override
+    {
+        if (onResponse)
+            onResponse();
+        return VXWebConnection::didReceiveResponse(response);
+    }
+    VXError didReceiveData(QByteArrayView bytes) override
+    {
+        if (onData)
+            onData();
+        return VXWebConnection::didReceiveData(bytes);
+    }
+};
+
+TEST_F(VXWebRequestTest, WhatIsThrownEndsNothingButItsOwnRequest)
+{
+    const std::function<void()> kinds[] = {[] { throw std::runtime_error("why"); }, [] { throw 42; },
+                                           [] { VXFailAssertion(u"why"_s); }};
+    int calls = 0;
+    for (const auto &fail : kinds) {
+        for (const auto member : {&ThrowingRequest::onResponse, &ThrowingRequest::onData}) {
+            const auto request = std::make_shared<ThrowingRequest>();
+            (*request).*member = fail;
+            request->setDelegate(delegate);
+            request->requestURL(server.url(u"/answer?body=x"_s));
+            ASSERT_TRUE(told(++calls));
+            EXPECT_EQ(request->error().localizedDescription(), u"A fault of the program ended the web request."_s);
+            EXPECT_TRUE(request->data().isNull());
+        }
+        const auto throwing = std::make_shared<VXWebDelegate>();
+        throwing->whenTold = fail;
+        const auto request = VXWebConnection::requestURL(server.url(u"/silent"_s), {}, throwing);
+        EXPECT_NO_THROW(request->cancel());
+        EXPECT_EQ(throwing.use_count(), 1);
+        EXPECT_EQ(post(u"/answer?body=next"_s)->data(), "next");
+        ++calls;
+    }
+}
+
 TEST_F(VXWebRequestTest, CancelledAtAnyMomentItCompletesOnceAndLeavesNoThread)
 {
     const int threadsBefore = threadCount();
@@ -209,15 +362,23 @@ TEST_F(VXWebRequestTest, OneAfterTheOtherShareAThread)
     EXPECT_TRUE(VXRunUntil([&] { return threadCount() <= threadsBefore; }));
 }
 
+// More than there are threads, some of them cancelled before their turn.
 TEST_F(VXWebRequestTest, ManyAtOnce)
 {
+    constexpr int count = 300;
     std::vector<VXWebConnection::Ptr> connections;
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < count; ++i)
         connections.push_back(
             VXWebConnection::requestURL(server.url(u"/answer?body=%1"_s.arg(i)), {{u"i"_s, i}}, delegate));
-    ASSERT_TRUE(told(100));
-    for (int i = 0; i < 100; ++i)
-        EXPECT_EQ(connections[static_cast<size_t>(i)]->data().toInt(), i);
+    EXPECT_LE(threadCount(), 110);
+    for (int i = 9; i < count; i += 10)
+        connections[static_cast<size_t>(i)]->cancel();
+    ASSERT_TRUE(told(count));
+    for (int i = 0; i < count; ++i) {
+        const VXWebConnection &connection = *connections[static_cast<size_t>(i)];
+        EXPECT_TRUE(connection.data().toInt() == i || (i % 10 == 9 && connection.error() == cancelled)) << i;
+    }
+    EXPECT_EQ(delegate->calls, count);
 }
 
 } // namespace
