@@ -38,7 +38,6 @@ QString nameOf(const QUrl &url)
 struct VXWebRequest::Run
 {
     enum class State {
-        Cancelled, // before it was started
         Running,
         Ended,   // what came of it is certain; the first to come by on the main thread takes it up
         Closing, // it was taken up
@@ -46,6 +45,7 @@ struct VXWebRequest::Run
         Told,
     };
     State state = State::Running;
+    bool wasStarted = true;
     bool wasCancelled = false;
     VXError failure = {}; // why it was stopped
     VXActivity::Ptr activity = {};
@@ -185,7 +185,7 @@ VXWebRequest::RunPtr VXWebRequest::beginRun(const QUrl &url)
 {
     using State = Run::State;
     const VXMutexLocker lock(_lock);
-    if (_run && _run->state == State::Cancelled)
+    if (_run && !_run->wasStarted && _run->state < State::Telling)
         return nullptr;
     VXAssert(!_run || _run->state >= State::Telling, u"Request already running"_s);
     _run = std::make_shared<Run>();
@@ -227,7 +227,7 @@ void VXWebRequest::startThread(const QUrl &url, const RunPtr &run)
     if (!isRefused)
         problem = VXRequestThreads::shared().run(
             [self = shared_from_this(), url, run](VXRequestThreads::Lease lease) mutable {
-                self->runOnThread(url, run);
+                self->_requestURL(url, run);
                 // The reference goes along, so that the request never ends on this thread, which waits for the delegate.
                 VXMainThread::perform([self = std::move(self), run, lease = std::move(lease)] { self->complete(run); });
             });
@@ -252,7 +252,7 @@ VXError VXWebRequest::faultOf(const QUrl &url) const
 
 // -- On the request's thread
 
-void VXWebRequest::runOnThread(const QUrl &url, const RunPtr &run)
+void VXWebRequest::_requestURL(const QUrl &url, const RunPtr &run)
 {
     const auto isRunning = [&]() VX_NO_THREAD_SAFETY_ANALYSIS { return run->state == Run::State::Running; };
     {
@@ -423,12 +423,10 @@ void VXWebRequest::finish(const VXError &cancellation)
     {
         const VXMutexLocker lock(_lock);
         if (!_run)
-            _run = std::make_shared<Run>(Run{.state = State::Cancelled});
+            _run = std::make_shared<Run>(Run{.wasStarted = false});
         run = _run;
-        if (run->state == State::Told)
-            return;
-        if (run->state == State::Running || run->state == State::Cancelled) {
-            run->state = run->state == State::Running ? State::Ended : State::Cancelled;
+        if (run->state == State::Running) {
+            run->state = State::Ended;
             run->wasCancelled = !cancellation.isNull();
             run->failure = cancellation;
             transfer = run->transfer;
@@ -438,10 +436,11 @@ void VXWebRequest::finish(const VXError &cancellation)
     }
     if (transfer)
         transfer->stop();
-    const bool isTaken = VXMainThread::performAndWait([&] { complete(run); });
+    // Without waiting for that very call: who was told already may be waiting for this thread.
+    const bool isTaken = VXMainThread::perform([self = shared_from_this(), run] { self->complete(run); });
     if (!isTaken || VXMainThread::isCurrent())
         return;
-    const VXMutexLocker lock(_lock); // a nested event loop of the delegate let us through
+    const VXMutexLocker lock(_lock);
     _runChanged.wait(_lock, [&]() VX_NO_THREAD_SAFETY_ANALYSIS { return run->state == State::Told; });
 }
 
@@ -453,7 +452,7 @@ void VXWebRequest::complete(const RunPtr &run)
     bool wasCancelled = false;
     {
         const VXMutexLocker lock(_lock);
-        if (run->state != State::Ended && run->state != State::Cancelled)
+        if (run->state != State::Ended)
             return;
         run->state = State::Closing;
         wasCancelled = run->wasCancelled;

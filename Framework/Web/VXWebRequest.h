@@ -109,7 +109,7 @@ private:
     RunPtr beginRun(const QUrl &url);
     void showActivity(const QUrl &url, const RunPtr &run);
     void startThread(const QUrl &url, const RunPtr &run);
-    void runOnThread(const QUrl &url, const RunPtr &run);
+    void _requestURL(const QUrl &url, const RunPtr &run);
     VXError execute(const QUrl &url, Run &run);
     VXError performTransfer(const QUrl &url, VXWebTransfer &transfer, const Run &run);
     VXURLRequest makeRequest(const QUrl &url) const;

@@ -19,17 +19,22 @@ constexpr int patientLooks = 10; // time-outs that a sent form is waited for, wh
 const QString givenUp = u"The program ended while it was being sent."_s;
 const QString tooSlow = u"The server did not come to an end with its answer."_s;
 
-// Answers that say "not now".
-bool asksToTryAgain(int status)
+// Answers that say "not now", or "not here": a proxy that wants to know us first, a gateway that finds no server. One whose
+// server has it and does not answer in time says nothing.
+Outcome outcomeOfStatus(int status)
 {
-    return status >= 500 || status == 408 || status == 425 || status == 429;
+    if (status / 100 == 2) // also when the rest of the answer did not come
+        return Outcome::Sent;
+    if (status == 504)
+        return Outcome::Unknown;
+    const bool isLater = status >= 500 || status == 407 || status == 408 || status == 425 || status == 429;
+    return isLater ? Outcome::NotDelivered : Outcome::Refused;
 }
 
 // Failures that would come again.
 bool isRefusal(const VXError &error)
 {
-    static constexpr std::array codes{VXURLErrorUnknown, VXURLErrorTooManyRedirects, VXURLErrorInsecureRedirect,
-                                      VXURLErrorCannotReadBody};
+    static constexpr std::array codes{VXURLErrorTooManyRedirects, VXURLErrorInsecureRedirect, VXURLErrorCannotReadBody};
     return error.domain() == VXURLErrorDomain && std::ranges::find(codes, error.code()) != codes.end();
 }
 
@@ -59,7 +64,7 @@ QVariantMap VXFormDelivery::payload(const QUrl &url, const QList<VXFormField> &f
 VXOutboxRunner::Cancel VXFormDelivery::deliver(const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion)
 {
     const QUrl url(entry.payload.value(u"url"_s).toString());
-    if (url.isEmpty()) {
+    if (url.host().isEmpty() || (url.scheme() != "http"_L1 && url.scheme() != "https"_L1)) {
         completion({.outcome = Outcome::Refused, .problem = u"the entry is damaged"_s});
         return {};
     }
@@ -122,13 +127,12 @@ VXOutboxDelivery VXFormDelivery::outcome() const
     const int status = _connection->statusCode();
     const VXError error = _connection->error();
     if (const VXFormRedirect redirect = _connection->formRedirect(); redirect.status != 0)
-        return isRefusal(error) && status == 0 ? VXOutboxDelivery{.outcome = Outcome::Refused, .problem = textOf(error)}
-                                               : outcomeOfRedirect(redirect, status);
-    if (status / 100 == 2) // also when the rest of the answer did not come
-        return {.outcome = Outcome::Sent};
-    if (status != 0)
-        return {.outcome = asksToTryAgain(status) ? Outcome::NotDelivered : Outcome::Refused,
-                .problem = u"%1 %2"_s.arg(status).arg(VXWebResponse{.url = {}, .statusCode = status}.statusText())};
+        return outcomeOfRedirect(redirect, status);
+    if (status != 0) {
+        const Outcome outcome = outcomeOfStatus(status);
+        const QString text = u"%1 %2"_s.arg(status).arg(VXWebResponse{.url = {}, .statusCode = status}.statusText());
+        return {.outcome = outcome, .problem = outcome == Outcome::Sent ? QString() : text};
+    }
     if (isRefusal(error))
         return {.outcome = Outcome::Refused, .problem = textOf(error)};
     return {.outcome = _connection->didSendRequest() ? Outcome::Unknown : Outcome::NotDelivered,
@@ -143,9 +147,9 @@ VXOutboxDelivery VXFormDelivery::outcomeOfRedirect(const VXFormRedirect &redirec
         return {.outcome = Outcome::Sent};
     if (redirect.status == 301 || redirect.from.adjusted(place) == redirect.to.adjusted(place))
         return {.outcome = Outcome::Refused,
-                .problem = u"the server has moved to %1: post to that address"_s.arg(redirect.to.toString())};
+                .problem = u"the server has moved to %1: post to that address"_s.arg(redirect.to.toDisplayString())};
     if (status / 100 == 2)
         return {.outcome = Outcome::Sent};
     return {.outcome = Outcome::Unknown,
-            .problem = u"the server led to %1, which failed"_s.arg(redirect.to.toString())};
+            .problem = u"the server led to %1, which failed"_s.arg(redirect.to.toDisplayString())};
 }

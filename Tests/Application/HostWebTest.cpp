@@ -83,11 +83,14 @@ TEST_F(HostWebTest, TellsWhatWentWrong)
 
 TEST_F(HostWebTest, AnInterruptCancels)
 {
-    const HostOutcome outcome = runHostShell(
-        u"\"$0\" --home '%1' post-form '%2' & until grep -q silent '%3'; do :; done; kill -INT $!; wait $!"_s.arg(
-            path(), server.url(u"/silent"_s).toString(), server.requestsPath()));
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("the request was cancelled"));
+    for (const char *const signal : {"INT", "TERM", "HUP"}) {
+        const HostOutcome outcome = runHostShell(
+            u"\"$0\" --home '%1' post-form '%2' --download & until grep -q %4 '%3'; do :; done; kill -%4 $!; wait $!"_s
+                .arg(path(), server.url("/silent?"_L1 + QLatin1StringView(signal)).toString(), server.requestsPath(),
+                     QLatin1StringView(signal)));
+        EXPECT_EQ(outcome.status, 1) << signal;
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("the request was cancelled"));
+    }
 }
 
 // -- The outbox
@@ -148,6 +151,20 @@ TEST_F(HostOutboxTest, WhatTheServerWasAwayForIsSentOnceItIsBack)
     EXPECT_EQ(outbox().size(), 1);
     EXPECT_EQ(vornix({u"outbox"_s, u"drop"_s, u"p1"_s}).status, 1);
     EXPECT_EQ(vornix({u"outbox"_s, u"retry"_s}).status, 2);
+}
+
+TEST_F(HostOutboxTest, DroppingSendsNothing)
+{
+    addTrigger(u"/form"_s);
+    server.stop();
+    for (const QString &from : {u"Jane"_s, u"John"_s, u"Jill"_s})
+        postCall(from);
+    server.start();
+    EXPECT_EQ(vornix({u"outbox"_s, u"drop"_s, u"p1"_s}).status, 0);
+    EXPECT_EQ(outbox().size(), 2);
+    EXPECT_EQ(vornix({u"outbox"_s, u"drop"_s, u"all"_s}).output, "Dropped 2.\n");
+    EXPECT_TRUE(outbox().isEmpty());
+    EXPECT_TRUE(server.requests().isEmpty());
 }
 
 TEST_F(HostOutboxTest, WhatAKilledProgramWasSendingIsPerhapsSent)
@@ -224,14 +241,21 @@ TEST_F(HostOutboxTest, AnswersDecideWhatBecomesOfAnEntry)
         {u"/answer?status=202 Accepted"_s, u"sent"_s},
         {u"/close"_s, u"sent"_s}, // after a 200
         {u"/answer?status=404 No"_s, u"failed"_s},
-        {u"/loop"_s, u"failed"_s},
         {u"/answer?status=503 Later"_s, u"queued"_s},
+        {u"/answer?status=407 Proxy"_s, u"queued"_s},
+        {u"/answer?status=504 Late"_s, u"perhaps sent"_s},
         {u"/reset"_s, u"perhaps sent"_s},
         // Redirects without the form: taken, taken whatever then fails, moved without it, led somewhere.
         {u"/answer?status=303 See&header=Location: /answer?status=503"_s, u"sent"_s},
         {u"/answer?status=301 Moved&header=Location: /form"_s, u"failed"_s},
         {u"/answer?status=302 Found&header=Location: /answer"_s, u"sent"_s},
         {u"/answer?status=302 Found&header=Location: /answer?status=503"_s, u"perhaps sent"_s},
+        // Redirects that are not followed.
+        {u"/loop"_s, u"perhaps sent"_s},
+        {u"/loop?status=303 See"_s, u"sent"_s},
+        {u"/answer?status=303 See&header=Location: ftp://localhost/x"_s, u"sent"_s},
+        {u"/answer?status=302 Found&header=Location: ftp://localhost/x"_s, u"perhaps sent"_s},
+        {u"/answer?status=307 Again&header=Location: ftp://localhost/x"_s, u"failed"_s},
         // Answers that do not end.
         {u"/slow"_s, u"sent"_s},
         {u"/hints"_s, u"perhaps sent"_s},

@@ -73,7 +73,7 @@ VXPluginUpdate::Ptr run(const VXHostOptions &options, const VXPluginProxy &plugi
     VXPluginUpdate::Ptr update = VXPluginUpdate::updateOfPlugin(plugin, mode);
     update->setInspection([&](const QString &path) { return VXProblemOfPluginCode(path, options.value(u"home"_s)); });
     QEventLoop loop;
-    const VXSignalWatcher interrupt({SIGINT}, [&](int) { update->cancel(); });
+    const VXSignalWatcher interrupt({SIGINT, SIGTERM, SIGHUP}, [&](int) { update->cancel(); });
     update->start([&] { loop.quit(); });
     loop.exec();
     return update;

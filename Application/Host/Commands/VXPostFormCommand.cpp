@@ -7,12 +7,15 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPropertyList.h"
+#include "VXSignalWatcher.h"
 #include "VXWebConnection.h"
 #include "VXWebDownload.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonObject>
 #include <QtCore/QTimer>
+
+#include <csignal>
 
 using namespace Qt::StringLiterals;
 
@@ -37,6 +40,8 @@ public:
         connect(&progress, &QTimer::timeout, this, &RequestRun::showProgress);
         progress.start(progressInterval);
         _window->setCancelHandler([this] { _request.cancel(); });
+        const VXSignalWatcher others({SIGTERM, SIGHUP},
+                                     [this](int) { _request.cancel(); }); // the window has the interrupt
         _window->setIndeterminate(true);
         _request.setDelegate(std::shared_ptr<QObject>(std::shared_ptr<void>(), this)); // not owned
         // Inside the session, which hears of interrupts.
@@ -142,9 +147,9 @@ int post(VXHostContext &context, const QUrl &url, const QList<VXFormField> &fiel
     RequestRun(*request, url).run(url);
     const VXFormRedirect redirect = request->formRedirect();
     if (redirect.status != 0)
-        context.output.note(
-            u"the server answered %1 and led to %2, which was asked for without the form"_s.arg(redirect.status)
-                .arg(redirect.to.toString()));
+        context.output.note(u"the server answered %1 and led to %2%3"_s.arg(redirect.status)
+                                .arg(redirect.to.toDisplayString(),
+                                     redirect.wasFollowed ? u", which was asked for without the form"_s : QString()));
     if (!request->error())
         return answer(context, *request);
     removeRest(*request);
