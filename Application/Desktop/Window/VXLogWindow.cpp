@@ -14,6 +14,7 @@
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QPlainTextEdit>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollBar>
 
 using namespace Qt::StringLiterals;
 
@@ -59,6 +60,8 @@ VXLogWindow::VXLogWindow(QWidget *parent)
     _text->setLineWrapMode(QPlainTextEdit::NoWrap);
     _text->setMaximumBlockCount(int(mostEntries));
     auto *const copy = new QPushButton(VXText("Copy"), this);
+    for (QPushButton *const button : {_pause, copy})
+        button->setAutoDefault(false);
     auto *const row = new QHBoxLayout;
     row->addWidget(_level);
     row->addWidget(_search, 1);
@@ -117,4 +120,5 @@ void VXLogWindow::showEntries(bool isAnew)
             _text->appendPlainText(
                 u"%1  %2  %3"_s.arg(entry.date, entry.levelName.leftJustified(8), masked(entry.message)));
     }
+    _text->horizontalScrollBar()->setValue(0);
 }
