@@ -14,7 +14,6 @@
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QPlainTextEdit>
 #include <QtWidgets/QPushButton>
-#include <QtWidgets/QScrollBar>
 
 using namespace Qt::StringLiterals;
 
@@ -120,5 +119,6 @@ void VXLogWindow::showEntries(bool isAnew)
             _text->appendPlainText(
                 u"%1  %2  %3"_s.arg(entry.date, entry.levelName.leftJustified(8), masked(entry.message)));
     }
-    _text->horizontalScrollBar()->setValue(0);
+    _text->moveCursor(QTextCursor::End);
+    _text->moveCursor(QTextCursor::StartOfLine); // not the end of a long line
 }
