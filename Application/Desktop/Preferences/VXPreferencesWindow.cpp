@@ -44,6 +44,7 @@ void VXPreferencesWindow::add(const QString &key, const QString &title, const QS
     for (QPushButton *const button : page->findChildren<QPushButton *>())
         button->setAutoDefault(false); // each choice is applied at once: none comes first
     scroll->setObjectName(key);
+    scroll->setAccessibleName(title);
     _pages->addWidget(scroll);
 }
 
