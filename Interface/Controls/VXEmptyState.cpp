@@ -20,16 +20,16 @@ constexpr int sideMargin = 20;
 
 VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QString &text, QWidget *parent)
     : QWidget(parent), _picture(new QLabel), _title(new VXTextLabel({}, VXTextLabel::Role::Title)),
-      _text(new VXTextLabel({}, VXTextLabel::Role::Secondary)), _button(new QPushButton), _secondButton(new QPushButton)
+      _text(new VXTextLabel({}, VXTextLabel::Role::Secondary)), _button(new QPushButton),
+      _secondButton(new QPushButton), _buttons(new QBoxLayout(QBoxLayout::LeftToRight))
 {
     for (VXTextLabel *const label : {_title, _text})
         label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     _button->setDefault(true);
     connect(_button, &QPushButton::clicked, this, &VXEmptyState::actionWanted);
     connect(_secondButton, &QPushButton::clicked, this, &VXEmptyState::secondActionWanted);
-    auto *const buttons = new QHBoxLayout;
-    buttons->addWidget(_button);
-    buttons->addWidget(_secondButton);
+    _buttons->addWidget(_button);
+    _buttons->addWidget(_secondButton);
     auto *const column = new QVBoxLayout(this);
     column->setSpacing(8);
     column->addStretch(2);
@@ -38,8 +38,8 @@ VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QS
     column->addWidget(_title);
     column->addWidget(_text);
     column->addSpacing(8);
-    column->addLayout(buttons);
-    column->setAlignment(buttons, Qt::AlignHCenter);
+    column->addLayout(_buttons);
+    column->setAlignment(_buttons, Qt::AlignHCenter);
     column->addStretch(3);
     setContents(symbol, title, text);
 }
@@ -64,6 +64,7 @@ void VXEmptyState::setContents(const QString &symbol, const QString &title, cons
     setActionTitle(action);
     _secondButton->setText(secondAction);
     _secondButton->setVisible(!secondAction.isEmpty());
+    place();
 }
 
 void VXEmptyState::setActionTitle(const QString &title)
@@ -87,11 +88,20 @@ void VXEmptyState::changeEvent(QEvent *event)
         updateSymbol();
 }
 
-// Lines of texts stay short where there is room, and keep away from the edges where there is none.
-void VXEmptyState::resizeEvent(QResizeEvent *event)
+// Lines of texts stay short where there is room, and keep away from the edges where there is none; buttons that do not fit beside
+// each other stand below each other.
+void VXEmptyState::place()
 {
-    QWidget::resizeEvent(event);
     const int wanted = fontMetrics().averageCharWidth() * textWidthInCharacters;
     const int side = std::max(sideMargin, (width() - wanted) / 2);
     layout()->setContentsMargins(side, sideMargin, side, sideMargin);
+    const int buttons = _button->sizeHint().width() + _buttons->spacing() + _secondButton->sizeHint().width();
+    const bool fits = _secondButton->isHidden() || buttons <= width() - 2 * sideMargin;
+    _buttons->setDirection(fits ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
+}
+
+void VXEmptyState::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    place();
 }

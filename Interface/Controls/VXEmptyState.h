@@ -4,6 +4,7 @@
 
 #include <QtWidgets/QWidget>
 
+class QBoxLayout;
 class QLabel;
 class QPushButton;
 class VXTextLabel;
@@ -40,6 +41,7 @@ protected:
 
 private:
     void updateSymbol();
+    void place();
 
     QString _symbol;
     QLabel *const _picture;
@@ -47,4 +49,5 @@ private:
     VXTextLabel *const _text;
     QPushButton *const _button;
     QPushButton *const _secondButton;
+    QBoxLayout *const _buttons;
 };

@@ -135,6 +135,7 @@ VXAutomationsSection::VXAutomationsSection(QWidget *parent)
     for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _editor, eventPage})
         _detail->addWidget(page);
     auto *const split = new VXSplitView(Qt::Horizontal, this);
+    split->setChildrenCollapsible(false);
     split->addWidget(_pane);
     split->addWidget(_detail);
     split->setStretchFactor(1, 1);

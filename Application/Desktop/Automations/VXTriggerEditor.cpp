@@ -6,6 +6,7 @@
 #include "VXFilterEditor.h"
 #include "VXReactionEditor.h"
 #include "VXSymbol.h"
+#include "VXTabOrder.h"
 #include "VXTextLabel.h"
 
 #include <QtWidgets/QBoxLayout>
@@ -104,6 +105,7 @@ VXTriggerEditor::VXTriggerEditor(QWidget *parent)
     sides->addWidget(middle, 100);
     sides->addStretch(1);
     setWidget(page);
+    VXKeepTabOrder(*page);
 
     _rest.setSingleShot(true);
     _rest.setInterval(rest);

@@ -183,6 +183,7 @@ VXCallsSection::VXCallsSection(QWidget *parent)
     makeChips();
     _pane->setModel(_model);
     auto *const split = new VXSplitView(Qt::Horizontal, this);
+    split->setChildrenCollapsible(false);
     split->addWidget(_pane);
     split->addWidget(_detail);
     split->setStretchFactor(1, 1);
@@ -198,6 +199,8 @@ VXCallsSection::VXCallsSection(QWidget *parent)
     connect(_pane, &VXListPane::activated, this, [this] { Q_EMIT wantsCall(chosenNumber()); });
     connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXSection::wantsSync);
     connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXCallsSection::importItems);
+    connect(_model, &VXStoreListModel::didFail, this,
+            [this](const VXError &error) { notices().showProblem(error.localizedDescription()); });
     connect(_model, &VXStoreListModel::didRead, this, &VXCallsSection::listWasRead);
     connect(_model, &VXStoreListModel::dataChanged, this, [this] { showCall(_pane->list()->currentIndex().row()); });
     const auto onKeys = [this](const QKeySequence &keys, const std::function<void()> &perform) {

@@ -7,6 +7,7 @@
 #include "VXEmailAddress.h"
 #include "VXPhoneNumber.h"
 #include "VXSymbol.h"
+#include "VXTabOrder.h"
 #include "VXTextLabel.h"
 
 #include <QtCore/QFile>
@@ -131,6 +132,7 @@ void VXContactForm::setContact(const VXContactRecord &contact, const QStringList
     sides->addWidget(middle, 100);
     sides->addStretch(1);
     setWidget(page);
+    VXKeepTabOrder(*page);
     _texts.front()->setFocus();
 }
 

@@ -48,6 +48,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
     for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _card, _form})
         _detail->addWidget(page);
     auto *const split = new VXSplitView(Qt::Horizontal, this);
+    split->setChildrenCollapsible(false);
     split->addWidget(_pane);
     split->addWidget(_detail);
     split->setStretchFactor(1, 1);
@@ -66,6 +67,8 @@ VXContactsSection::VXContactsSection(QWidget *parent)
     connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXContactsSection::importItems);
     connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXContactsSection::makeNew);
     connect(_group, &QComboBox::activated, this, &VXContactsSection::showList);
+    connect(_model, &VXStoreListModel::didFail, this,
+            [this](const VXError &error) { notices().showProblem(error.localizedDescription()); });
     connect(_model, &VXStoreListModel::didRead, this, &VXContactsSection::listWasRead);
     connect(_model, &VXStoreListModel::dataChanged, this, [this] {
         if (_shown.isNull() && !_edited && _pane->list()->currentIndex().isValid())

@@ -15,6 +15,7 @@
 #include "VXPhoneNumberFormat.h"
 #include "VXSection.h"
 #include "VXSymbol.h"
+#include "VXTabOrder.h"
 #include "VXTextLabel.h"
 #include "VXUserDefaults.h"
 
@@ -115,7 +116,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
             Q_EMIT wantsCall(number);
     });
     connect(contact, &QToolButton::clicked, this, [this] { Q_EMIT wantsContact(_party); });
-    setTabOrder(_to, _composer);
+    VXKeepTabOrder(*page);
     setNone();
 }
 
@@ -144,6 +145,7 @@ void VXConversationView::setParty(const QString &party, const QStringList &conve
     _party = party;
     _isNew = false;
     _isAtEnd = true;
+    _list->setFocusPolicy(Qt::StrongFocus);
     _head->show();
     _newHead->hide();
     const QString names = VXWhoOf(party);
@@ -164,6 +166,7 @@ void VXConversationView::startNew(const QStringList &phonebookStrings, const QSt
 {
     _party.clear();
     _isNew = true;
+    _list->setFocusPolicy(Qt::ClickFocus); // from the receivers to the text
     _head->hide();
     _newHead->show();
     _model->setConversations({});

@@ -86,6 +86,7 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
     _folder->setAccessibleName(VXText("Folder"));
     _pane->secondRow()->addWidget(_folder, 1);
     auto *const split = new VXSplitView(Qt::Horizontal, this);
+    split->setChildrenCollapsible(false);
     split->addWidget(_pane);
     split->addWidget(_view);
     split->setStretchFactor(1, 1);
@@ -108,6 +109,8 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
         if (_folder->currentIndex() == 0)
             listWasRead(_conversations->rowCount());
     });
+    connect(_messages, &VXStoreListModel::didFail, this,
+            [this](const VXError &error) { notices().showProblem(error.localizedDescription()); });
     connect(_messages, &VXStoreListModel::didRead, this, [this] { listWasRead(_messages->rowCount()); });
     connect(_view, &VXConversationView::wantsSend, this, &VXMessagesSection::send);
     connect(_view, &VXConversationView::wantsCall, this, &VXSection::wantsCall);

@@ -6,6 +6,7 @@
 #include "VXSidebar.h"
 
 #include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QPushButton>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QStackedWidget>
 
@@ -40,7 +41,10 @@ void VXPreferencesWindow::add(const QString &key, const QString &title, const QS
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidget(page);
+    for (QPushButton *const button : page->findChildren<QPushButton *>())
+        button->setAutoDefault(false); // each choice is applied at once: none comes first
     scroll->setObjectName(key);
+    scroll->setAccessibleName(title);
     _pages->addWidget(scroll);
 }
 

@@ -1,5 +1,6 @@
 #include "VXDesktopPictures.h"
 
+#include "VXLogWindow.h"
 #include "VXMainWindow.h"
 #include "VXPreferencesWindow.h"
 
@@ -48,8 +49,17 @@ bool VXWritePictures(VXMainWindow &window, const QString &folder)
         window.showSection(key);
         isDone = write(window, target.filePath(key + ".png"_L1)) && isDone;
     }
-    window.openPreferences();
-    isDone = write(*window.findChild<VXPreferencesWindow *>(), target.filePath(u"preferences.png"_s)) && isDone;
+    window.showSection(u"contacts"_s);
+    window.section(u"contacts"_s)->edit();
+    isDone = write(window, target.filePath(u"contact-edit.png"_s)) && isDone;
+    window.section(u"contacts"_s)->leave();
+    for (const QString &key : {u"general"_s, u"phones"_s, u"plugins"_s, u"keys"_s, u"data"_s, u"privacy"_s}) {
+        window.openPreferences(key);
+        QWidget &preferences = *window.findChild<VXPreferencesWindow *>();
+        isDone = write(preferences, target.filePath(u"preferences-%1.png"_s.arg(key))) && isDone;
+    }
+    window.openLog();
+    isDone = write(*window.findChild<VXLogWindow *>(), target.filePath(u"log.png"_s)) && isDone;
     window.hide();
     return isDone;
 }

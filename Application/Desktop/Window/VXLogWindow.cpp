@@ -59,6 +59,8 @@ VXLogWindow::VXLogWindow(QWidget *parent)
     _text->setLineWrapMode(QPlainTextEdit::NoWrap);
     _text->setMaximumBlockCount(int(mostEntries));
     auto *const copy = new QPushButton(VXText("Copy"), this);
+    for (QPushButton *const button : {_pause, copy})
+        button->setAutoDefault(false);
     auto *const row = new QHBoxLayout;
     row->addWidget(_level);
     row->addWidget(_search, 1);
@@ -117,4 +119,6 @@ void VXLogWindow::showEntries(bool isAnew)
             _text->appendPlainText(
                 u"%1  %2  %3"_s.arg(entry.date, entry.levelName.leftJustified(8), masked(entry.message)));
     }
+    _text->moveCursor(QTextCursor::End);
+    _text->moveCursor(QTextCursor::StartOfLine); // not the end of a long line
 }

@@ -9,9 +9,11 @@
 #include "VXSplitView.h"
 #include "VXStatusBar.h"
 #include "VXTableHeader.h"
+#include "VXTabOrder.h"
 #include "VXUserDefaults.h"
 
 #include <QtGui/QStandardItemModel>
+#include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
@@ -227,6 +229,31 @@ TEST_F(VXControlsTest, OptionsAreEditedByTheirDescription)
     edits[0]->clear();
     VXChild<QCheckBox>(form)->setChecked(false);
     EXPECT_EQ(form.values(), (QVariantMap{{u"append"_s, false}, {u"name"_s, u"Jane"_s}}));
+}
+
+TEST_F(VXControlsTest, TabGoesThroughAPageAsItIsRead)
+{
+    QWidget page;
+    auto *const column = new QVBoxLayout(&page);
+    auto *const last = new QLineEdit;
+    column->addWidget(last);
+    auto *const first = new QLineEdit;
+    column->insertWidget(0, first);
+    VXKeepTabOrder(page);
+    page.show();
+    auto *const line = new QHBoxLayout;
+    column->insertLayout(1, line);
+    auto *const right = new QPushButton;
+    line->addWidget(right);
+    auto *const left = new QCheckBox;
+    line->insertWidget(0, left);
+    const auto next = [](QWidget *widget) {
+        do
+            widget = widget->nextInFocusChain();
+        while ((widget->focusPolicy() & Qt::TabFocus) == 0);
+        return widget;
+    };
+    EXPECT_TRUE(VXRunUntil([&] { return next(first) == left && next(left) == right && next(right) == last; }));
 }
 
 #include "VXControlsTest.moc"

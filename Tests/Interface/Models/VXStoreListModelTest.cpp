@@ -5,11 +5,15 @@
 #include "VXTesting.h"
 
 #include <QtCore/QItemSelectionModel>
+#include <sqlite3.h>
+
+#include <atomic>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int pageSize = 200;
 const QByteArray modelText = "entity Entry { attribute name: string; attribute number: integer32 indexed; }";
 
 } // namespace
@@ -48,15 +52,32 @@ protected:
             count, [](int i) { return i; }, coordinator);
     }
 
+    /** Numbered from 0, as another program would write them. */
+    void addMany(int count) const
+    {
+        sqlite3 *database = nullptr;
+        ASSERT_EQ(sqlite3_open(qUtf8Printable(path(u"entries"_s)), &database), SQLITE_OK);
+        const QByteArray rows = "INSERT INTO VX_Entry (Z_PK, Z_ENT, Z_OPT, name, number) WITH RECURSIVE row(n) AS "
+                                "(SELECT 0 UNION ALL SELECT n + 1 FROM row WHERE n < " +
+                                QByteArray::number(count - 1) + ") SELECT n + 1, 1, 1, 'entry ' || n, n FROM row";
+        EXPECT_EQ(sqlite3_exec(database, rows.constData(), nullptr, nullptr, nullptr), SQLITE_OK)
+            << sqlite3_errmsg(database);
+        sqlite3_close(database);
+    }
+
     void show()
     {
         VXFetchRequest request(*coordinator->model().entityForName(u"Entry"_s));
         request.sortDescriptors = {{.key = u"number"_s, .isAscending = false}};
-        model.setQuery({.coordinator = coordinator, .request = request, .makeRow = [](const VXManagedObjectPtr &entry) {
-                            return VXListRow{.text = entry->valueForKey(u"name"_s).toString(),
-                                             .value = entry->valueForKey(u"number"_s)};
-                        }});
-        ASSERT_TRUE(VXRunUntil([this] { return !model.isReading(); }));
+        model.setQuery(
+            {.coordinator = coordinator, .request = request, .makeRow = [this](const VXManagedObjectPtr &entry) {
+                 ++rowsMade;
+                 return VXListRow{.text = entry->valueForKey(u"name"_s).toString(),
+                                  .value = entry->valueForKey(u"number"_s)};
+             }});
+        VXError error;
+        QObject::connect(&model, &VXStoreListModel::didFail, &model, [&error](const VXError &each) { error = each; });
+        ASSERT_TRUE(VXRunUntil([this] { return !model.isReading(); })) << error.description().toStdString();
     }
 
     /** The value of a row, which is waited for. */
@@ -71,19 +92,29 @@ protected:
     }
 
     const Coordinator coordinator;
+    std::atomic<int> rowsMade = 0; // by the list's thread, which the model waits for
     VXStoreListModel model;
 };
 
-TEST_F(VXStoreListModelTest, scrollsThroughManyRowsWithFewPages)
+TEST_F(VXStoreListModelTest, scrollsThroughAMillionRowsWithFewPages)
 {
-    constexpr int count = 200'000;
-    add(count);
+    constexpr int count = 1'000'000;
+    addMany(count);
     show();
     ASSERT_EQ(model.rowCount(), count);
-    for (const int row : {0, 199, 200, 399, 400, 100'000, 100'200, 99'999, count - 1, 12'345})
+    EXPECT_LE(rowsMade, 3 * pageSize); // those that are shown first
+    int pages = 6;                     // those, and again when the other program's writing is noticed
+    for (const int row : {500'000, 500'200, 499'999, count - 1, 12'345}) {
         EXPECT_EQ(numberAt(row), count - 1 - row) << row;
-    for (int page = 0; page < 100; ++page)
-        EXPECT_EQ(numberAt(page * 200), count - 1 - page * 200);
+        EXPECT_LE(rowsMade, ++pages * pageSize) << "what lies between was read for row " << row;
+    }
+    // Forward and backward through more pages than are kept, each read once on the way.
+    for (int page = 2000; page < 2100; ++page)
+        EXPECT_EQ(numberAt(page * pageSize), count - 1 - page * pageSize);
+    EXPECT_LE(rowsMade, (pages + 100) * pageSize);
+    for (int page = 2099; page >= 2000; --page)
+        EXPECT_EQ(numberAt(page * pageSize), count - 1 - page * pageSize);
+    EXPECT_LE(rowsMade, (pages + 200) * pageSize);
     EXPECT_LE(model.keptPageCount(), 64);
 }
 

@@ -1,0 +1,75 @@
+#include "VXMainWindow.h"
+
+#include "DesktopTestsPaths.h"
+#include "VXApplication.h"
+#include "VXBundle.h"
+#include "VXContactForm.h"
+#include "VXLogWindow.h"
+#include "VXPluginManager.h"
+#include "VXPreferencesWindow.h"
+#include "VXTesting.h"
+
+#include <QtGui/QAccessible>
+#include <QtWidgets/QApplication>
+
+using namespace Qt::StringLiterals;
+
+/** The window over the plugins that ship, in a fresh home. */
+class VXMainWindowTest : public VXHomeTest
+{
+protected:
+    VXMainWindowTest()
+    {
+        VXBundle::setMainBundle(VXBundle::bundleWithPath(QStringLiteral(VORNIX_APPLICATION)));
+        VXApplication::sharedApplication().setDidFinishLaunching(false);
+        VXPluginManager::sharedPluginManager().startup();
+        VXApplication::sharedApplication().setDidFinishLaunching(true);
+    }
+    ~VXMainWindowTest() override { VXPluginManager::sharedPluginManager().shutdown(); }
+
+    /** What Tab can reach on the window and has no name. */
+    static QStringList namelessOn(const QWidget &window, const QString &where)
+    {
+        QApplication::processEvents();
+        QStringList nameless;
+        for (QWidget *const each : window.findChildren<QWidget *>()) {
+            if ((each->focusPolicy() & Qt::TabFocus) == 0 || !each->isVisible())
+                continue;
+            QAccessibleInterface *const shown = QAccessible::queryAccessibleInterface(each);
+            if (shown == nullptr || shown->text(QAccessible::Name).isEmpty())
+                nameless.append(u"%1: %2 in %3"_s.arg(where, QString::fromUtf8(each->metaObject()->className()),
+                                                      QString::fromUtf8(each->parent()->metaObject()->className())));
+        }
+        return nameless;
+    }
+};
+
+TEST_F(VXMainWindowTest, whateverTakesTheFocusHasAName)
+{
+    VXMainWindow window;
+    window.show();
+    QStringList nameless;
+    for (const QString &key : {u"phones"_s, u"contacts"_s, u"messages"_s, u"calls"_s, u"automations"_s}) {
+        window.showSection(key);
+        nameless += namelessOn(window, key);
+    }
+    for (const QString &key : {u"automations"_s, u"contacts"_s, u"messages"_s}) {
+        window.showSection(key);
+        window.section(key)->makeNew();
+        nameless += namelessOn(window, u"new in "_s + key);
+    }
+    for (const QString &key : {u"general"_s, u"phones"_s, u"plugins"_s, u"keys"_s, u"data"_s, u"privacy"_s}) {
+        window.openPreferences(key);
+        nameless += namelessOn(*window.findChild<VXPreferencesWindow *>(), u"preferences, "_s + key);
+    }
+    window.openLog();
+    nameless += namelessOn(*window.findChild<VXLogWindow *>(), u"log"_s);
+    VXContactForm form(nullptr);
+    VXContactRecord contact;
+    contact.numbers = {{u"+1 555 0100"_s, 0, {}}};
+    contact.emails = {{u"jane@example.org"_s, 0, {}}};
+    form.setContact(contact, {});
+    form.show();
+    nameless += namelessOn(form, u"contact"_s);
+    EXPECT_EQ(nameless.join(u'\n'), QString());
+}
