@@ -7,7 +7,7 @@
 #include "VXMethodLog.h"
 #include "VXMutex.h"
 #include "VXNotificationCenter.h"
-#include "VXUserDefaults.h"
+#include "VXOutboxSchedule.h"
 
 #include <QtCore/QPointer>
 
@@ -21,9 +21,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int maximumDestinations = 4; // at once
-constexpr double firstDelay = 10;      // seconds
-constexpr double shortestDelay = 0.1;  // also when the user wants none
-constexpr double longestDelay = 60 * 60;
 constexpr std::chrono::milliseconds lockPoll = 1s;
 constexpr std::chrono::milliseconds shortestWait = 100ms;
 constexpr std::chrono::milliseconds longestWait = 1min;  // clocks are put forward, and computers sleep
@@ -58,40 +55,6 @@ VXOutboxEntry interrupted(VXOutboxEntry entry)
 }
 
 } // namespace
-
-/** When entries are due, as things are just now. */
-class VXOutboxRunner::Schedule
-{
-public:
-    Schedule()
-    {
-        bool isNumber = false;
-        const double seconds =
-            VXUserDefaults::standardUserDefaults().objectForKey(u"outbox.retry-delay"_s).toDouble(&isNumber);
-        if (isNumber && seconds >= 0)
-            _first = std::clamp(seconds, shortestDelay, longestDelay);
-    }
-    bool isDue(const VXOutboxEntry &entry) const { return wait(entry) <= 0; }
-    /** Milliseconds. A clock that was put back keeps no entry waiting: for longer than its delay none has to. */
-    qint64 wait(const VXOutboxEntry &entry) const
-    {
-        const qint64 rest = _now.msecsTo(entry.nextDate);
-        return rest > delayAfter(entry.attempts) + slack ? 0 : rest;
-    }
-    QDateTime nextDate(int attempts) const { return _now.addMSecs(delayAfter(attempts)); }
-
-private:
-    static constexpr qint64 slack = 1000;
-
-    qint64 delayAfter(int attempts) const
-    {
-        const double seconds = _first * static_cast<double>(1LL << std::clamp(attempts - 1, 0, 20));
-        return static_cast<qint64>(std::min(seconds, longestDelay) * 1000);
-    }
-
-    const QDateTime _now = QDateTime::currentDateTimeUtc();
-    double _first = firstDelay;
-};
 
 /** The entries that changed, on any thread, until the main thread takes the news. */
 class VXOutboxRunner::News
@@ -197,7 +160,7 @@ bool VXOutboxRunner::join(qint64 number)
     if (found == _queues.end() || found->second.entries.empty() || found->second.entries.back().number >= number)
         return false;
     Queue &queue = found->second;
-    if (!queue.isHeld() && Schedule().isDue(queue.entries.front()))
+    if (!queue.isHeld() && VXOutboxSchedule().isDue(queue.entries.front()))
         return false;
     queue.entries.push_back(*entry);
     queue.entries.back().payload = {};
@@ -206,11 +169,10 @@ bool VXOutboxRunner::join(qint64 number)
 
 void VXOutboxRunner::look()
 {
-    if (_isStopping || _isRunning)
+    if (_isStopping || _isRunning || _isTroubled) // what troubles it may be what is seen: it waits
         return;
     if (_lock)
         return run();
-    _isTroubled = false;
     load();
     plan();
 }
@@ -220,7 +182,7 @@ bool VXOutboxRunner::isServed(const QString &kind)
     return servedKinds().value(kind) > 0;
 }
 
-// False, and tried again later, while another process sends.
+// False, and tried again later, while another process sends, or where there can be no lock.
 bool VXOutboxRunner::takeLock()
 {
     if (_lock)
@@ -228,8 +190,8 @@ bool VXOutboxRunner::takeLock()
     std::unique_ptr<VXFileLock> lock = lockOfKind(_kind);
     if (lock->isHeld())
         _lock = std::move(lock);
-    else if (lock->isTimedOut())
-        _timer.start(lockPoll);
+    else
+        _timer.start(lock->isTimedOut() ? lockPoll : longestWait);
     return _lock != nullptr;
 }
 
@@ -347,7 +309,7 @@ VXOutboxRunner::Queue *VXOutboxRunner::firstDue()
     Queue *found = nullptr;
     if (_inFlight >= maximumDestinations || _isTroubled || _isStopping)
         return found;
-    const Schedule schedule;
+    const VXOutboxSchedule schedule;
     for (auto &[destination, queue] : _queues) {
         if (queue.isHeld() || queue.entries.empty() || !schedule.isDue(queue.entries.front()))
             continue;
@@ -412,7 +374,7 @@ void VXOutboxRunner::conclude(VXOutboxEntry entry, const VXOutboxDelivery &deliv
     if (delivery.outcome == Outcome::NotDelivered) {
         entry.state = VXOutboxState::Queued;
         entry.finishedDate = {};
-        entry.nextDate = Schedule().nextDate(entry.attempts);
+        entry.nextDate = VXOutboxSchedule().nextDate(entry.attempts);
     } else if (delivery.outcome == Outcome::Sent) {
         entry.state = VXOutboxState::Sent;
     } else {
@@ -468,7 +430,7 @@ void VXOutboxRunner::plan()
     }
     if (_inFlight >= maximumDestinations)
         return; // the end of one of them is the next event
-    const Schedule schedule;
+    const VXOutboxSchedule schedule;
     std::optional<milliseconds> soonest;
     for (const auto &[destination, queue] : _queues) {
         if (!queue.isHeld())

@@ -82,7 +82,6 @@ private:
     };
 
     class News;
-    class Schedule;
 
     void observe();
     void takeNews(const QSet<qint64> &dropped, const QList<qint64> &due);

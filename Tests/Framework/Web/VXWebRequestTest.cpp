@@ -4,6 +4,7 @@
 #include "VXURLError.h"
 #include "VXWebTesting.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QDir>
 #include <QtCore/QRandomGenerator>
