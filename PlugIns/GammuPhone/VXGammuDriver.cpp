@@ -164,7 +164,7 @@ void VXGammuDriver::concludeCurrent(const QVariantMap &result, const VXError &er
 
 void VXGammuDriver::processDidEnd(const VXGammuFailure &failure)
 {
-    if (sender() != _process.get())
+    if (!_process || sender() != _process.get()) // it was hung up since
         return;
     _process.reset();
     _isEnding = false;

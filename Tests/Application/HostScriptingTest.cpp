@@ -267,7 +267,8 @@ TEST_F(HostScriptingTest, AnyDBusProgramFindsItsWay)
                                    "out a{sv} contact", "Run(in  s url,", "Posted(s event,"})
         EXPECT_TRUE(shown.contains(part)) << part << "\n" << shown.toStdString();
 
-    VXTestProcess second(u"'%1' run 2>&1"_s.arg(hostProgram())); // says why scripts do not reach it
+    VXTestProcess second( // of another home; says why scripts do not reach it
+        u"'%1' --home '%2' run 2>&1"_s.arg(hostProgram(), path(u"second"_s)));
     QByteArray said;
     do {
         said = second.readLine();

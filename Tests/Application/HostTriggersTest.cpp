@@ -119,6 +119,11 @@ TEST_F(HostTriggersTest, ShowsEditsMovesAndCopies)
     EXPECT_THAT(shown.output.toStdString(), HasSubstr("filter  a == 1"));
     EXPECT_THAT(shown.output.toStdString(), HasSubstr("level = notice (default)"));
     EXPECT_EQ(triggers({u"edit"_s, u"two"_s}).status, 2);
+    EXPECT_EQ(triggers({u"edit"_s, u"two"_s, u"--option"_s, u"text=2"_s, u"--filter"_s, u""_s}).status, 0);
+    const QJsonObject changed = json({u"show"_s, u"two"_s}).object();
+    EXPECT_TRUE(changed.value("filter"_L1).isNull());
+    EXPECT_EQ(changed.value("reactors"_L1).toArray().at(0).toObject().value("options"_L1).toObject().value("text"_L1),
+              u"2"_s);
 }
 
 TEST_F(HostTriggersTest, TellsOfFiltersThatAskForWhatEventsDoNotHave)

@@ -13,6 +13,7 @@
 #include "VXUserFolders.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFileInfo>
 #include <QtCore/QStorageInfo>
 #include <QtCore/QTimer>
 
@@ -104,9 +105,9 @@ QString reasonToQuit(const VXPluginManager &manager)
 int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginManager &)> &command,
                      VXWhenQuitting whenQuitting)
 {
-    // Each plugin would fail with a part of the reason.
+    // Each plugin would fail with a part of the reason. Where there are data, who looks is shown what can be seen.
     if (const QString problem = VXProblemOfUserFolders(); !problem.isNull()) {
-        if (whenQuitting == VXWhenQuitting::Fail)
+        if (whenQuitting == VXWhenQuitting::Fail || !QFileInfo(VXDataManager::sharedDataFolderPath()).isDir())
             return context.output.fail(problem);
         context.output.note("vornix: "_L1 + problem);
     }

@@ -1,8 +1,11 @@
 #include "VXGammuPhoneTest.h"
+#include "VXGammuProcess.h"
 #include "VXScriptedModem.h"
 
 #include <gammu.h>
 #include <QtCore/QDir>
+
+#include <type_traits>
 
 using namespace Qt::StringLiterals;
 
@@ -106,6 +109,9 @@ TEST_F(VXGammuMessagesTest, WhatCannotBeSentIsRefused)
         run(phone, u"delete_message"_s, QVariantMap{{u"memory"_s, u"ME"_s}, {u"location"_s, 10009}})->error().code(),
         ERR_EMPTY);
 }
+
+// It may be let go of while it tells something: then only the event loop may delete it.
+static_assert(!std::is_destructible_v<VXGammuProcess>);
 
 // As when a message that waited is the last thing that the program's end waits for.
 TEST_F(VXGammuMessagesTest, WhoHearsOfAnEndMayTakeThePhoneOutOfUse)
