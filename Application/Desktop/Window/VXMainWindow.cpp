@@ -8,12 +8,14 @@
 #include "VXDesktopText.h"
 #include "VXDeviceAction.h"
 #include "VXDevicePlugin.h"
+#include "VXListPane.h"
 #include "VXLogWindow.h"
 #include "VXMessagesSection.h"
 #include "VXNoticeBar.h"
 #include "VXPhonesSection.h"
 #include "VXPluginGuard.h"
 #include "VXPreferencesWindow.h"
+#include "VXSearchField.h"
 #include "VXSidebar.h"
 #include "VXStatusBar.h"
 #include "VXSymbol.h"
@@ -123,6 +125,18 @@ void VXMainWindow::showSectionAt(int index)
     VXUserDefaults::standardUserDefaults().setObject(now.key(), sectionKey);
 }
 
+// From the keyboard one goes on with it.
+void VXMainWindow::focusList()
+{
+    auto *const pane = current()->findChild<VXListPane *>();
+    if (pane == nullptr)
+        _sidebar->setFocus();
+    else if (pane->list()->isVisible())
+        pane->list()->setFocus();
+    else
+        pane->search()->setFocus();
+}
+
 // -- Menus
 
 QAction *VXMainWindow::addAction(QMenu *menu, const QString &title, const QKeySequence &keys,
@@ -178,7 +192,10 @@ void VXMainWindow::makeMenus()
     int number = 0;
     for (VXSection *const section : _sections) {
         const QKeySequence keys(Qt::CTRL | Qt::Key(Qt::Key_1 + number++));
-        addAction(view, section->title(), keys, [this, section] { showSection(section->key()); });
+        addAction(view, section->title(), keys, [this, section] {
+            showSection(section->key());
+            focusList();
+        });
     }
     view->addSeparator();
     addAction(view, VXText("&Activities"), Qt::Key_F9,

@@ -54,6 +54,7 @@ private:
                        const std::function<void()> &perform);
     VXSection *current() const;
     void showSectionAt(int index);
+    void focusList();
 
     VXSidebar *_sidebar;
     QStackedWidget *_pages;
