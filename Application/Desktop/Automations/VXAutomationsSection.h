@@ -26,6 +26,7 @@ public:
     explicit VXAutomationsSection(QWidget *parent);
     ~VXAutomationsSection() override;
 
+    unsigned tasks() const override { return Find | New | VXSection::Edit | Remove; }
     void find() override;
     void makeNew() override;
     void edit() override;

@@ -20,6 +20,7 @@ public:
     explicit VXCallsSection(QWidget *parent);
     ~VXCallsSection() override;
 
+    unsigned tasks() const override { return Find | Export | Import; }
     void find() override;
     void exportItems() override;
     void importItems() override;

@@ -34,6 +34,7 @@ public:
     bool isUsable() const { return _coordinator != nullptr; }
     bool isEmpty() const;
 
+    unsigned tasks() const override { return Find | New | Edit | Remove | Export | Import; }
     void find() override;
     void makeNew() override;
     void edit() override;

@@ -120,7 +120,7 @@ void VXBubbleDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opti
         if (shape.shown.isFailed)
             painter->setPen(colors.bad);
         painter->drawText(shape.noteRect.adjusted(4, 0, -4, 0),
-                          (isLeft ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter, shape.note);
+                          int((isLeft ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter), shape.note);
     }
     const bool isPending = !shape.shown.outboxState.isEmpty();
     QColor fill = shape.isMine ? colors.accent : colors.raised;
@@ -137,7 +137,9 @@ void VXBubbleDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opti
     painter->setFont(option.font);
     painter->setPen(shape.isMine && !isPending ? colors.onAccent : colors.text);
     const bool isRightToLeft = shape.shown.message.text.isRightToLeft();
-    painter->drawText(shape.text, (isRightToLeft ? Qt::AlignRight : Qt::AlignLeft) | shape.wrapping,
+    painter->setLayoutDirection(isRightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
+    painter->drawText(shape.text,
+                      int((isRightToLeft ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute) | shape.wrapping,
                       shape.shown.message.text);
     painter->restore();
 }

@@ -29,6 +29,7 @@ public:
     void write(const QStringList &phonebookStrings, const QString &text = {});
     bool isEmpty() const;
 
+    unsigned tasks() const override { return Find | New | Remove | Export | Import; }
     void find() override;
     void makeNew() override;
     void remove() override;

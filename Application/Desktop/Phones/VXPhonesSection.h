@@ -20,6 +20,7 @@ public:
     /** Syncs all phones that can be used. */
     void sync();
     bool isEmpty() const { return _cards.isEmpty(); }
+    unsigned tasks() const override { return New; }
     void makeNew() override;
 
 private:

@@ -8,12 +8,14 @@
 #include "VXDesktopText.h"
 #include "VXDeviceAction.h"
 #include "VXDevicePlugin.h"
+#include "VXListPane.h"
 #include "VXLogWindow.h"
 #include "VXMessagesSection.h"
 #include "VXNoticeBar.h"
 #include "VXPhonesSection.h"
 #include "VXPluginGuard.h"
 #include "VXPreferencesWindow.h"
+#include "VXSearchField.h"
 #include "VXSidebar.h"
 #include "VXStatusBar.h"
 #include "VXSymbol.h"
@@ -120,7 +122,21 @@ void VXMainWindow::showSectionAt(int index)
     _pages->setCurrentIndex(index);
     VXSection &now = *_sections[size_t(index)];
     _undo.setActiveStack(&now.undoStack());
+    for (const auto &[action, task] : _tasks)
+        action->setEnabled((now.tasks() & task) != 0);
     VXUserDefaults::standardUserDefaults().setObject(now.key(), sectionKey);
+}
+
+// From the keyboard one goes on with it.
+void VXMainWindow::focusList()
+{
+    auto *const pane = current()->findChild<VXListPane *>();
+    if (pane == nullptr)
+        _sidebar->setFocus();
+    else if (pane->list()->isVisible())
+        pane->list()->setFocus();
+    else
+        pane->search()->setFocus();
 }
 
 // -- Menus
@@ -143,7 +159,8 @@ void VXMainWindow::makeMenus()
         };
     };
     QMenu *const file = menuBar()->addMenu(VXText("&File"));
-    addAction(file, VXText("&New"), QKeySequence::New, onSection(&VXSection::makeNew));
+    _tasks.emplace_back(addAction(file, VXText("&New"), QKeySequence::New, onSection(&VXSection::makeNew)),
+                        VXSection::New);
     addAction(file, VXText("New &message"), Qt::CTRL | Qt::SHIFT | Qt::Key_N, [this] { writeMessage({}); });
     addAction(file, VXText("New &contact"), {}, [this] {
         showSection(u"contacts"_s);
@@ -156,8 +173,10 @@ void VXMainWindow::makeMenus()
     file->addSeparator();
     addAction(file, VXText("&Sync phones"), Qt::Key_F5, [this] { _phones->sync(); });
     file->addSeparator();
-    addAction(file, VXText("&Import…"), QKeySequence::Open, onSection(&VXSection::importItems));
-    addAction(file, VXText("&Export…"), Qt::CTRL | Qt::Key_E, onSection(&VXSection::exportItems));
+    _tasks.emplace_back(addAction(file, VXText("&Import…"), QKeySequence::Open, onSection(&VXSection::importItems)),
+                        VXSection::Import);
+    _tasks.emplace_back(addAction(file, VXText("&Export…"), Qt::CTRL | Qt::Key_E, onSection(&VXSection::exportItems)),
+                        VXSection::Export);
     file->addSeparator();
     addAction(file, VXText("&Quit"), QKeySequence::Quit, [this] { close(); });
 
@@ -168,17 +187,23 @@ void VXMainWindow::makeMenus()
     redo->setShortcut(Qt::CTRL | Qt::SHIFT | Qt::Key_Z);
     edit->addActions({undo, redo});
     edit->addSeparator();
-    addAction(edit, VXText("&Edit"), Qt::Key_F2, onSection(&VXSection::edit));
-    addAction(edit, VXText("&Delete"), QKeySequence(QKeySequence::Delete), onSection(&VXSection::remove));
+    _tasks.emplace_back(addAction(edit, VXText("&Edit"), Qt::Key_F2, onSection(&VXSection::edit)), VXSection::Edit);
+    _tasks.emplace_back(
+        addAction(edit, VXText("&Delete"), QKeySequence(QKeySequence::Delete), onSection(&VXSection::remove)),
+        VXSection::Remove);
     edit->addSeparator();
-    addAction(edit, VXText("&Find"), QKeySequence::Find, onSection(&VXSection::find));
+    _tasks.emplace_back(addAction(edit, VXText("&Find"), QKeySequence::Find, onSection(&VXSection::find)),
+                        VXSection::Find);
     addAction(edit, VXText("&Preferences…"), Qt::CTRL | Qt::Key_Comma, [this] { openPreferences(); });
 
     QMenu *const view = menuBar()->addMenu(VXText("&View"));
     int number = 0;
     for (VXSection *const section : _sections) {
         const QKeySequence keys(Qt::CTRL | Qt::Key(Qt::Key_1 + number++));
-        addAction(view, section->title(), keys, [this, section] { showSection(section->key()); });
+        addAction(view, section->title(), keys, [this, section] {
+            showSection(section->key());
+            focusList();
+        });
     }
     view->addSeparator();
     addAction(view, VXText("&Activities"), Qt::Key_F9,

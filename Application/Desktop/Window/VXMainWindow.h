@@ -54,6 +54,7 @@ private:
                        const std::function<void()> &perform);
     VXSection *current() const;
     void showSectionAt(int index);
+    void focusList();
 
     VXSidebar *_sidebar;
     QStackedWidget *_pages;
@@ -62,5 +63,6 @@ private:
     VXMessagesSection *_messages = nullptr;
     VXPhonesSection *_phones = nullptr;
     QUndoGroup _undo;
+    std::vector<std::pair<QAction *, VXSection::Task>> _tasks; // of the section that is shown
     bool _hasPainted = false;
 };

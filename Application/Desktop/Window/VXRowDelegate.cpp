@@ -70,7 +70,10 @@ void drawText(QPainter &painter, const QStyleOptionViewItem &option, const QRect
               Qt::Alignment side = Qt::AlignLeading)
 {
     const QString shown = painter.fontMetrics().elidedText(text.simplified(), Qt::ElideRight, rect.width());
-    painter.drawText(placed(option, rect), int(QStyle::visualAlignment(option.direction, side | Qt::AlignVCenter)),
+    // It reads as it is written: a number keeps its "+" in front.
+    painter.setLayoutDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
+    painter.drawText(placed(option, rect),
+                     int(QStyle::visualAlignment(option.direction, side) | Qt::AlignVCenter | Qt::AlignAbsolute),
                      shown);
 }
 

@@ -23,6 +23,9 @@ public:
     /** What people can undo here. */
     QUndoStack &undoStack() { return _undoStack; }
 
+    /** What the window's menu offers here; the rest is off. */
+    enum Task : unsigned { Find = 1, New = 2, Edit = 4, Remove = 8, Export = 16, Import = 32 };
+    virtual unsigned tasks() const = 0;
     virtual void find() {}
     virtual void makeNew() {}
     virtual void edit() {}

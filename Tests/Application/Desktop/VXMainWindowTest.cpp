@@ -10,6 +10,7 @@
 #include "VXTesting.h"
 
 #include <QtGui/QAccessible>
+#include <QtGui/QAction>
 #include <QtWidgets/QApplication>
 
 using namespace Qt::StringLiterals;
@@ -72,4 +73,24 @@ TEST_F(VXMainWindowTest, whateverTakesTheFocusHasAName)
     form.show();
     nameless += namelessOn(form, u"contact"_s);
     EXPECT_EQ(nameless.join(u'\n'), QString());
+}
+
+TEST_F(VXMainWindowTest, theMenuOffersWhatTheSectionCanDo)
+{
+    VXMainWindow window;
+    const auto isOffered = [&](const QString &section, const QKeySequence &keys) {
+        window.showSection(section);
+        for (const QAction *const action : window.findChildren<QAction *>()) {
+            if (action->shortcut() == keys)
+                return action->isEnabled();
+        }
+        ADD_FAILURE() << keys.toString().toStdString();
+        return false;
+    };
+    EXPECT_TRUE(isOffered(u"contacts"_s, QKeySequence::New));
+    EXPECT_FALSE(isOffered(u"calls"_s, QKeySequence::New));
+    EXPECT_TRUE(isOffered(u"calls"_s, QKeySequence::Open));
+    EXPECT_FALSE(isOffered(u"automations"_s, QKeySequence::Open));
+    EXPECT_TRUE(isOffered(u"automations"_s, QKeySequence(Qt::Key_F2)));
+    EXPECT_FALSE(isOffered(u"phones"_s, QKeySequence(QKeySequence::Delete)));
 }
