@@ -9,6 +9,7 @@
 #include "VXFolderInMaking.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXPluginGuard.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
 #include "VXStorePast.h"
@@ -117,7 +118,13 @@ StorePtr VXDataPlugin::storeToImport(const QString &path, QString *description, 
     StorePtr store = ownStoreAt(path, error);
     if (!store)
         return nullptr;
-    *description = importDescriptionFromStore(*store);
+    QString thrown;
+    if (!VXCallPlugin(
+            *this, "importDescriptionFromStore:", [&] { *description = importDescriptionFromStore(*store); },
+            &thrown)) {
+        VXSetError(error, errorOf(u"Unable to import data."_s, thrown));
+        return nullptr;
+    }
     if (!description->isNull())
         return store;
     VXSetError(error, errorOf(u"No data was found in this file."_s, path));

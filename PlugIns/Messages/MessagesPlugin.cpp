@@ -34,9 +34,13 @@ public:
 
     bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error) override
     {
+        // What is copied, merged or only looked at is not this operation's to save.
+        const QString path = context.persistentStoreCoordinator()->persistentStores().constFirst()->path();
+        if (context.hasChanges() || !path.startsWith(dataStorePath() + u'/'))
+            return VXProvideRootFolders(context, error);
         // Beside the store, which is not there while it is being upgraded.
         const QFileInfo store(dataStorePath());
-        return VXProvideRootFolders(context, store.path() + "/."_L1 + store.fileName() + ".folders.lock"_L1, error);
+        return VXSaveRootFolders(context, store.path() + "/."_L1 + store.fileName() + ".folders.lock"_L1, error);
     }
 
     void pluginDidLoad() override

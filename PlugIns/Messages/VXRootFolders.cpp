@@ -42,7 +42,17 @@ bool provide(const QString &name, int place, VXManagedObjectContext &context, VX
 
 } // namespace
 
-bool VXProvideRootFolders(VXManagedObjectContext &context, const QString &lockPath, VXError *error)
+bool VXProvideRootFolders(VXManagedObjectContext &context, VXError *error)
+{
+    int place = 0;
+    for (const QString &name : {VXInboxFolder, VXSentFolder, VXDraftsFolder, VXTrashFolder, VXUserRootFolder}) {
+        if (!provide(name, place++, context, error))
+            return false;
+    }
+    return true;
+}
+
+bool VXSaveRootFolders(VXManagedObjectContext &context, const QString &lockPath, VXError *error)
 {
     const VXFileLock lock(lockPath, longestWait);
     if (!lock.isHeld()) {
@@ -50,10 +60,5 @@ bool VXProvideRootFolders(VXManagedObjectContext &context, const QString &lockPa
                                                         : lock.reason()));
         return false;
     }
-    int place = 0;
-    for (const QString &name : {VXInboxFolder, VXSentFolder, VXDraftsFolder, VXTrashFolder, VXUserRootFolder}) {
-        if (!provide(name, place++, context, error))
-            return false;
-    }
-    return !context.hasChanges() || context.save(error);
+    return VXProvideRootFolders(context, error) && (!context.hasChanges() || context.save(error));
 }

@@ -9,6 +9,7 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPluginManager.h"
+#include "VXPluginPaths.h"
 #include "VXPluginSession.h"
 #include "VXShownDate.h"
 #include "VXStoreAccess.h"
@@ -215,7 +216,9 @@ int importStore(Transfer &transfer)
     if (button == VXAlertButton::Alternate)
         return transfer.host.output.fail(u"nothing was imported; --merge or --replace tells how beforehand"_s);
     const QString backup = backupPlace(transfer);
-    if (QFileInfo(backup).canonicalFilePath() == QFileInfo(file).canonicalFilePath())
+    const QString source = QFileInfo(file).canonicalFilePath();
+    const QString place = QFileInfo(backup).canonicalFilePath(); // empty: nothing is there yet
+    if (!place.isEmpty() && (place == source || VXIsInsideFolder(source, place)))
         return transfer.host.output.fail(u"the backup would take the place of what is to be imported"_s);
     if (!canMakeBackup(transfer, backup))
         return VXHostOutput::Failed;

@@ -63,6 +63,12 @@ TEST_F(MessagesPluginTest, RootFoldersAreMadeAndDoubledOnesBecomeOne)
     EXPECT_TRUE(VXFetchRootFolder(VXInboxFolder, &context));
     EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"0 kept"_s));
 
+    // What another makes or merges is the other's to save, all at once or not at all.
+    context.deleteObject(VXFetchRootFolder(VXTrashFolder, &context));
+    EXPECT_TRUE(data.validateManagedObjectContext(context, nullptr));
+    EXPECT_TRUE(VXFetchRootFolder(VXTrashFolder, &context)->isInserted());
+    context.rollback();
+
     const QString aside = data.dataStorePath() + ".upgrading"_L1; // as while it is upgraded
     ASSERT_TRUE(QDir().rename(data.dataStorePath(), aside));
     VXError error;
