@@ -4,6 +4,7 @@
 #include "VXConversationKey.h"
 #include "VXDataManager.h"
 #include "VXDeviceURL.h"
+#include "VXMessageMatch.h"
 #include "VXMutex.h"
 #include "VXSmartFilter.h"
 #include "VXStoreWorkLock.h"
@@ -225,13 +226,6 @@ VXManagedObjectPtr VXMessageStore::insertMessage(const VXMessageRecord &record, 
     return message;
 }
 
-bool VXMessageStore::isSameMessage(const VXMessageRecord &record, const VXManagedObjectPtr &message)
-{
-    const VXMessageRecord other(QVariant::fromValue(message));
-    return record.direction == other.direction && record.text == other.text && record.date == other.date &&
-           VXConversationKey(record.otherParty()) == VXConversationKey(other.otherParty());
-}
-
 std::optional<QList<VXManagedObjectPtr>> VXMessageStore::findMessages(const VXMessageRecord &record,
                                                                       const VXManagedObjectPtr &folder,
                                                                       VXManagedObjectContext &context,
@@ -248,7 +242,7 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageStore::findMessages(const VXMe
         return std::nullopt;
     QList<VXManagedObjectPtr> same;
     for (const VXManagedObjectPtr &message : *found) {
-        if (isSameMessage(record, message))
+        if (VXMessageMatch::isAlike(record, VXMessageRecord(QVariant::fromValue(message))))
             same.append(message);
     }
     return same;

@@ -70,9 +70,8 @@ public:
     /** Deletes for good what is in the trash, and saves that in portions. @return how many; none, with an error, when they
      *  cannot be read or saved: what was saved is gone. */
     std::optional<qsizetype> emptyTrash(VXError *error = nullptr) const;
-    /** The same way, party, text and date, whatever its state and place. */
-    static bool isSameMessage(const VXMessageRecord &record, const VXManagedObjectPtr &message);
-    /** All that are the same message, in that folder, or with null in any; none when they cannot be read. */
+    /** All of the same way, party, text and exactly that date, whatever their state, in that folder, or with null in any; none
+     *  when they cannot be read. */
     [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> findMessages(const VXMessageRecord &record,
                                                                         const VXManagedObjectPtr &folder,
                                                                         VXManagedObjectContext &context,
