@@ -17,13 +17,6 @@ namespace {
 
 constexpr qsizetype portion = 1000; // messages that are saved at once
 
-QString rootNameFor(const VXMessageRecord &record)
-{
-    return record.isIncoming()                              ? VXInboxFolder
-           : record.state == VXMessageRecord::State::Unsent ? VXDraftsFolder
-                                                            : VXSentFolder;
-}
-
 QString keyOf(const VXMessageRecord &record)
 {
     const QStringList parts{VXConversationKey(record.otherParty()), QString::number(int(record.direction)),
@@ -93,7 +86,7 @@ bool VXMessageImport::add(const QList<VXMessageRecord> &records, VXError *error)
             continue;
         }
         keys.insert(key);
-        const VXManagedObjectPtr folder = VXFetchRootFolder(rootNameFor(record), &context);
+        const VXManagedObjectPtr folder = VXFetchRootFolder(VXMessageStore::rootFolderFor(record), &context);
         added.emplace_back(VXMessageStore::insertMessage(record, folder), record.date);
     }
     if (context.hasChanges() && !context.save(error))

@@ -211,6 +211,13 @@ VXFetchRequest VXMessageStore::messagesOfConversations(const QStringList &conver
 
 // -- Messages
 
+QString VXMessageStore::rootFolderFor(const VXMessageRecord &record)
+{
+    return record.isIncoming()                              ? VXInboxFolder
+           : record.state == VXMessageRecord::State::Unsent ? VXDraftsFolder
+                                                            : VXSentFolder;
+}
+
 VXManagedObjectPtr VXMessageStore::insertMessage(const VXMessageRecord &record, const VXManagedObjectPtr &folder)
 {
     const VXManagedObjectPtr message = folder->managedObjectContext()->insertNewObject(entityName);

@@ -63,6 +63,8 @@ public:
     [[nodiscard]] VXFetchRequest messagesOfConversations(const QStringList &conversations) const;
 
     // -- Messages
+    /** The name of the root folder for one that is on no phone. */
+    static QString rootFolderFor(const VXMessageRecord &record);
     /** A new message in a folder of the context. */
     static VXManagedObjectPtr insertMessage(const VXMessageRecord &record, const VXManagedObjectPtr &folder);
     /** For good, when its context is saved. One that lies on a phone is not shown any more, and goes with the next sync. */

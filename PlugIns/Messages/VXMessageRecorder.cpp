@@ -94,7 +94,7 @@ bool VXMessageRecorder::file(const VXMessageNews &news, VXManagedObjectContext &
 {
     const VXMessageRecord &record = news.record;
     const VXManagedObjectPtr folder = record.deviceURL.isNull()
-                                          ? VXFetchRootFolder(VXInboxFolder, &context)
+                                          ? VXFetchRootFolder(VXMessageStore::rootFolderFor(record), &context)
                                           : _store.deviceFolder(QUrl(record.deviceURL), context, error);
     if (!folder)
         return false;

@@ -281,7 +281,6 @@ void VXMessageSync::applyItem(const Item &item, const VXManagedObjectPtr &messag
         if (!isInRootFolderOfPhones(message)) // the user put it where it is
             return;
         message->setValueForKey(QVariant::fromValue(folder), u"folder"_s);
-        message->setValueForKey(deviceURL(), u"device_url"_s);
         if (message->valueForKey(u"state"_s).toInt() == static_cast<int>(State::Unsent))
             message->setValueForKey(static_cast<int>(record.state), u"state"_s);
     }
@@ -293,6 +292,7 @@ void VXMessageSync::applyItem(const Item &item, const VXManagedObjectPtr &messag
         if (urlOf(message).isNull() && record.date.isValid())
             message->setValueForKey(record.date, u"date"_s); // as the phone has it
         message->setValueForKey(record.url, u"url"_s);
+        message->setValueForKey(deviceURL(), u"device_url"_s); // it may be from another phone
         isChanged = true;
     }
     const bool wasReadThere = record.state == State::Read && !_marksAsRead &&

@@ -114,6 +114,8 @@ TEST_F(VXSyncTest, ABackupAndItsPhoneHaveTheSameMessages)
         EXPECT_EQ(list(phone).size(), 3);
         EXPECT_THAT(lines(list(u"user"_s)), ElementsAre(u"read The parts"_s)); // where it was put
     }
+    for (const QJsonValue message : list(phone))
+        EXPECT_EQ(message[u"device_url"_s].toString(), phone);
     // As one that was synced: what is deleted here is deleted there.
     vornix({u"messages"_s, u"delete"_s, uriOf(list(u"inbox"_s), u"Are you"_s)});
     EXPECT_EQ(sync(u"messages"_s), u"0 0 2"_s);

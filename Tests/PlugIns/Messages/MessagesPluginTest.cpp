@@ -87,6 +87,10 @@ TEST_F(MessagesPluginTest, NewMessagesAreFiledOnceWhereTheyBelong)
     EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"1 by phone"_s, u"1 no phone"_s)); // the phone's too
     EXPECT_THAT(shownIn(VXDraftsFolder), ElementsAre(u"0 x"_s));
     EXPECT_THAT(shownIn(VXSentFolder), IsEmpty());
+    arrive({{u"text"_s, u"nobody"_s}, {u"date"_s, at(4)}}); // not known from whom
+    arrive({{u"to"_s, jane}, {u"text"_s, u"to her"_s}, {u"date"_s, at(5)}});
+    EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"1 nobody"_s, u"1 by phone"_s, u"1 no phone"_s));
+    EXPECT_THAT(shownIn(VXSentFolder), ElementsAre(u"2 to her"_s));
 
     VXManagedObjectContext context(store->coordinator());
     const auto found = store->findMessages(VXMessageRecord(onPhone), {}, context);
