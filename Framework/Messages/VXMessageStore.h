@@ -57,10 +57,18 @@ public:
      *  below it show. None, with the reason, when a filter does not work. */
     [[nodiscard]] std::optional<VXFetchRequest> messagesOfFolder(const VXManagedObjectPtr &folder,
                                                                  VXError *error = nullptr) const;
+    /** The newest of them, so many at most: a short list of a large folder takes no longer than of a small one. */
+    [[nodiscard]] std::optional<QList<VXManagedObjectPtr>>
+    newestOfFolder(const VXManagedObjectPtr &folder, qsizetype limit, VXError *error = nullptr) const;
     /** The messages with one other party, whichever way they went (VXConversationKey): one indexed fetch. */
     [[nodiscard]] VXFetchRequest messagesOfConversation(const QString &conversation) const;
     /** The same of somebody with several numbers and addresses. */
     [[nodiscard]] VXFetchRequest messagesOfConversations(const QStringList &conversations) const;
+    /** The newest of them, so many at most. */
+    [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> newestOfConversations(const QStringList &conversations,
+                                                                                 qsizetype limit,
+                                                                                 VXManagedObjectContext &context,
+                                                                                 VXError *error = nullptr) const;
 
     // -- Messages
     /** The name of the root folder for one that is on no phone. */
@@ -80,6 +88,11 @@ public:
                                                                         VXError *error = nullptr) const;
 
 private:
+    [[nodiscard]] std::optional<QList<VXPredicate>> conditionsOf(const VXManagedObjectPtr &folder,
+                                                                 VXError *error) const;
+    [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> newest(const QList<VXPredicate> &conditions, qsizetype limit,
+                                                                  VXManagedObjectContext &context,
+                                                                  VXError *error) const;
     bool isFreeName(const QString &name, VXManagedObjectContext &context, VXError *error) const;
 
     VXPersistentStoreCoordinator::Ptr _coordinator;
