@@ -2,6 +2,7 @@
 
 #include "VXDiagnostics.h"
 #include "VXLog.h"
+#include "VXPhonebookManager.h"
 #include "VXPropertyList.h"
 #include "VXTextTransformers.h"
 #include "VXUserDefaults.h"
@@ -55,6 +56,7 @@ void VXInitializeFramework()
         VXSetDiagnosticHandler([](unsigned level, const QString &text) { VXLog::log(level, text); });
         VXRegisterDefaultsOfBundle(*VXFrameworkBundle());
         VXRegisterTextTransformers();
+        VXPhonebookManager::startObserving();
         return true;
     }();
     Q_UNUSED(initialized);

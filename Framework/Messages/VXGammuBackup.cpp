@@ -74,7 +74,7 @@ QDateTime dateOf(const Section &section)
 
 QString textOf(const Section &section)
 {
-    QString text;
+    QString text = u""_s; // an empty message is one
     for (auto value = section.values.lowerBound(u"Text00"_s); value != section.values.cend(); ++value) {
         if (!value.key().startsWith("Text"_L1))
             break;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXFrameworkExport.h"
 #include "VXMessageRecord.h"
 
 #include <QtCore/QIODevice>
@@ -9,7 +10,7 @@
 #include <optional>
 
 /** Reads the messages of a file that another program wrote, one after the other. On one thread. */
-class VXMessageFile
+class VX_EXPORT VXMessageFile
 {
 public:
     /** For the form that the file has; null when it is of none that is known. The device outlives it. */

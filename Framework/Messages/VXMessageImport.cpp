@@ -5,6 +5,7 @@
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 #include "VXMessageFiles.h"
+#include "VXMessageMatch.h"
 #include "VXRegularFile.h"
 #include "VXStoreWorkLock.h"
 
@@ -16,11 +17,11 @@ namespace {
 
 constexpr qsizetype portion = 1000; // messages that are saved at once
 
-QString rootNameFor(const VXMessageRecord &record)
+QString keyOf(const VXMessageRecord &record)
 {
-    return record.isIncoming()                              ? VXInboxFolder
-           : record.state == VXMessageRecord::State::Unsent ? VXDraftsFolder
-                                                            : VXSentFolder;
+    const QStringList parts{VXConversationKey(record.otherParty()), QString::number(int(record.direction)),
+                            record.date.toString(Qt::ISODateWithMs), record.text};
+    return parts.join(QChar(u'\n'));
 }
 
 bool fail(const QString &path, const QString &reason, VXError *error)
@@ -72,21 +73,51 @@ bool VXMessageImport::add(const QList<VXMessageRecord> &records, VXError *error)
     if (!lock.isHeld(error))
         return false;
     VXManagedObjectContext context(_store.coordinator());
-    QSet<QString> added; // of this portion: the search texts of what is not saved are not there yet
-    for (const VXMessageRecord &record : records) {
-        const QStringList parts{VXConversationKey(record.otherParty()), QString::number(int(record.direction)),
-                                record.date.toString(Qt::ISODateWithMs), record.text};
-        const QString key = parts.join(QChar(u'\n'));
-        const auto same = _store.findMessages(record, {}, context, error);
-        if (!same)
-            return false;
-        if (!same->isEmpty() || added.contains(key)) {
+    const std::optional<QList<VXManagedObjectPtr>> known = findKnown(records, context, error);
+    if (!known)
+        return false;
+    QSet<QString> keys; // of this portion: what is not saved is not found
+    QList<std::pair<VXManagedObjectPtr, QDateTime>> added;
+    for (qsizetype index = 0; index < records.size(); ++index) {
+        const VXMessageRecord &record = records[index];
+        const QString key = keyOf(record);
+        if (known->at(index) || keys.contains(key)) {
             ++_knownCount;
             continue;
         }
-        added.insert(key);
-        VXMessageStore::insertMessage(record, VXFetchRootFolder(rootNameFor(record), &context));
+        keys.insert(key);
+        const VXManagedObjectPtr folder = VXFetchRootFolder(VXMessageStore::rootFolderFor(record), &context);
+        added.emplace_back(VXMessageStore::insertMessage(record, folder), record.date);
     }
+    if (context.hasChanges() && !context.save(error))
+        return false;
+    for (const auto &[message, date] : std::as_const(added))
+        _met.insert(message->objectID(), date);
     _addedCount += added.size();
-    return !context.hasChanges() || context.save(error);
+    return true;
+}
+
+std::optional<QList<VXManagedObjectPtr>> VXMessageImport::findKnown(const QList<VXMessageRecord> &records,
+                                                                    VXManagedObjectContext &context, VXError *error)
+{
+    const VXMessageMatch match(_store, context);
+    QList<VXManagedObjectPtr> known(records.size());
+    for (const VXMessageMatch::Rule rule : {VXMessageMatch::Rule::SameDate, VXMessageMatch::Rule::SentHere}) {
+        for (qsizetype index = 0; index < records.size(); ++index) {
+            if (known[index])
+                continue;
+            const QDateTime date = records[index].date;
+            const auto isFree = [&](const VXManagedObjectPtr &message) {
+                const auto met = _met.constFind(message->objectID());
+                return met == _met.constEnd() || *met == date; // the same again is the same
+            };
+            const auto found = match.find(records[index], rule, isFree, error);
+            if (!found)
+                return std::nullopt;
+            known[index] = *found;
+            if (*found)
+                _met.insert((*found)->objectID(), date);
+        }
+    }
+    return known;
 }

@@ -3,12 +3,13 @@
 #include "VXMessageStore.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QHash>
 #include <QtCore/QStringList>
 
 /**
  * Takes messages from a file that another program wrote: a backup of gammu, or the XML of backup programs on Android. They are
- * filed in the root folders that fit; one that is anywhere in the store already is left out, so that importing again changes
- * nothing. Saved in portions. On one thread.
+ * filed in the root folders that fit; one that is anywhere in the store already (VXMessageMatch), as after a sync, or as it was
+ * sent from here, is left out, so that importing again changes nothing. Saved in portions. On one thread.
  */
 class VX_EXPORT VXMessageImport
 {
@@ -27,8 +28,12 @@ public:
 
 private:
     bool add(const QList<VXMessageRecord> &records, VXError *error);
+    /** The message of each that is there already, null for none. */
+    std::optional<QList<VXManagedObjectPtr>> findKnown(const QList<VXMessageRecord> &records,
+                                                       VXManagedObjectContext &context, VXError *error);
 
     const VXMessageStore _store;
+    QHash<VXManagedObjectID, QDateTime> _met; // of the store, with the date of the one of the file
     qsizetype _addedCount = 0;
     qsizetype _knownCount = 0;
     QStringList _problems;

@@ -4,11 +4,15 @@
 #include "VXConversationKey.h"
 #include "VXDataManager.h"
 #include "VXDeviceURL.h"
+#include "VXMessageMatch.h"
 #include "VXMutex.h"
 #include "VXSmartFilter.h"
 #include "VXStoreWorkLock.h"
 
+#include <QtCore/QSet>
+
 #include <algorithm>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -176,7 +180,7 @@ VXManagedObjectPtr VXMessageStore::folderForText(const QString &text, VXManagedO
 
 // -- What is in them
 
-std::optional<VXFetchRequest> VXMessageStore::messagesOfFolder(const VXManagedObjectPtr &folder, VXError *error) const
+std::optional<QList<VXPredicate>> VXMessageStore::conditionsOf(const VXManagedObjectPtr &folder, VXError *error) const
 {
     QList<VXPredicate> conditions;
     QList<Folder> shown{folder};
@@ -191,7 +195,61 @@ std::optional<VXFetchRequest> VXMessageStore::messagesOfFolder(const VXManagedOb
             return std::nullopt;
         conditions.append(*condition);
     }
-    return newestFirst(*_coordinator, conditions.size() == 1 ? conditions.first() : VXPredicate::anyOf(conditions));
+    return conditions;
+}
+
+// Each has its part in the order of dates from the index; all together would be sorted whole.
+std::optional<QList<VXManagedObjectPtr>> VXMessageStore::newest(const QList<VXPredicate> &conditions, qsizetype limit,
+                                                                VXManagedObjectContext &context, VXError *error) const
+{
+    QList<VXManagedObjectPtr> messages;
+    QSet<VXManagedObjectID> known;
+    for (const VXPredicate &condition : conditions) {
+        VXFetchRequest request = newestFirst(*_coordinator, condition);
+        request.limit = limit;
+        const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+        if (!found)
+            return std::nullopt;
+        for (const VXManagedObjectPtr &message : *found) {
+            if (known.contains(message->objectID()))
+                continue;
+            known.insert(message->objectID());
+            messages.append(message);
+        }
+    }
+    if (conditions.size() > 1) {
+        const auto dateOf = [](const VXManagedObjectPtr &message) {
+            return message->valueForKey(u"date"_s).toDateTime();
+        };
+        std::ranges::stable_sort(messages, std::ranges::greater(), dateOf);
+    }
+    return limit > 0 ? messages.mid(0, limit) : messages;
+}
+
+std::optional<VXFetchRequest> VXMessageStore::messagesOfFolder(const VXManagedObjectPtr &folder, VXError *error) const
+{
+    const auto conditions = conditionsOf(folder, error);
+    if (!conditions)
+        return std::nullopt;
+    return newestFirst(*_coordinator, conditions->size() == 1 ? conditions->first() : VXPredicate::anyOf(*conditions));
+}
+
+std::optional<QList<VXManagedObjectPtr>> VXMessageStore::newestOfFolder(const VXManagedObjectPtr &folder,
+                                                                        qsizetype limit, VXError *error) const
+{
+    const auto conditions = conditionsOf(folder, error);
+    return conditions ? newest(*conditions, limit, *folder->managedObjectContext(), error) : std::nullopt;
+}
+
+std::optional<QList<VXManagedObjectPtr>> VXMessageStore::newestOfConversations(const QStringList &conversations,
+                                                                               qsizetype limit,
+                                                                               VXManagedObjectContext &context,
+                                                                               VXError *error) const
+{
+    QList<VXPredicate> conditions;
+    for (const QString &conversation : conversations)
+        conditions.append(equals(u"conversation"_s, noneOr(conversation)));
+    return newest(conditions, limit, context, error);
 }
 
 VXFetchRequest VXMessageStore::messagesOfConversation(const QString &conversation) const
@@ -210,6 +268,13 @@ VXFetchRequest VXMessageStore::messagesOfConversations(const QStringList &conver
 
 // -- Messages
 
+QString VXMessageStore::rootFolderFor(const VXMessageRecord &record)
+{
+    return record.isIncoming()                              ? VXInboxFolder
+           : record.state == VXMessageRecord::State::Unsent ? VXDraftsFolder
+                                                            : VXSentFolder;
+}
+
 VXManagedObjectPtr VXMessageStore::insertMessage(const VXMessageRecord &record, const VXManagedObjectPtr &folder)
 {
     const VXManagedObjectPtr message = folder->managedObjectContext()->insertNewObject(entityName);
@@ -223,13 +288,6 @@ VXManagedObjectPtr VXMessageStore::insertMessage(const VXMessageRecord &record, 
     message->setValueForKey(noneOr(record.url), u"url"_s);
     message->setValueForKey(QVariant::fromValue(folder), folderKey);
     return message;
-}
-
-bool VXMessageStore::isSameMessage(const VXMessageRecord &record, const VXManagedObjectPtr &message)
-{
-    const VXMessageRecord other(QVariant::fromValue(message));
-    return record.direction == other.direction && record.text == other.text && record.date == other.date &&
-           VXConversationKey(record.otherParty()) == VXConversationKey(other.otherParty());
 }
 
 std::optional<QList<VXManagedObjectPtr>> VXMessageStore::findMessages(const VXMessageRecord &record,
@@ -248,7 +306,7 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageStore::findMessages(const VXMe
         return std::nullopt;
     QList<VXManagedObjectPtr> same;
     for (const VXManagedObjectPtr &message : *found) {
-        if (isSameMessage(record, message))
+        if (VXMessageMatch::isAlike(record, VXMessageRecord(QVariant::fromValue(message))))
             same.append(message);
     }
     return same;

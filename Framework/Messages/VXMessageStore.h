@@ -57,12 +57,22 @@ public:
      *  below it show. None, with the reason, when a filter does not work. */
     [[nodiscard]] std::optional<VXFetchRequest> messagesOfFolder(const VXManagedObjectPtr &folder,
                                                                  VXError *error = nullptr) const;
+    /** The newest of them, so many at most: a short list of a large folder takes no longer than of a small one. */
+    [[nodiscard]] std::optional<QList<VXManagedObjectPtr>>
+    newestOfFolder(const VXManagedObjectPtr &folder, qsizetype limit, VXError *error = nullptr) const;
     /** The messages with one other party, whichever way they went (VXConversationKey): one indexed fetch. */
     [[nodiscard]] VXFetchRequest messagesOfConversation(const QString &conversation) const;
     /** The same of somebody with several numbers and addresses. */
     [[nodiscard]] VXFetchRequest messagesOfConversations(const QStringList &conversations) const;
+    /** The newest of them, so many at most. */
+    [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> newestOfConversations(const QStringList &conversations,
+                                                                                 qsizetype limit,
+                                                                                 VXManagedObjectContext &context,
+                                                                                 VXError *error = nullptr) const;
 
     // -- Messages
+    /** The name of the root folder for one that is on no phone. */
+    static QString rootFolderFor(const VXMessageRecord &record);
     /** A new message in a folder of the context. */
     static VXManagedObjectPtr insertMessage(const VXMessageRecord &record, const VXManagedObjectPtr &folder);
     /** For good, when its context is saved. One that lies on a phone is not shown any more, and goes with the next sync. */
@@ -70,15 +80,19 @@ public:
     /** Deletes for good what is in the trash, and saves that in portions. @return how many; none, with an error, when they
      *  cannot be read or saved: what was saved is gone. */
     std::optional<qsizetype> emptyTrash(VXError *error = nullptr) const;
-    /** The same way, party, text and date, whatever its state and place. */
-    static bool isSameMessage(const VXMessageRecord &record, const VXManagedObjectPtr &message);
-    /** All that are the same message, in that folder, or with null in any; none when they cannot be read. */
+    /** All of the same way, party, text and exactly that date, whatever their state, in that folder, or with null in any; none
+     *  when they cannot be read. */
     [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> findMessages(const VXMessageRecord &record,
                                                                         const VXManagedObjectPtr &folder,
                                                                         VXManagedObjectContext &context,
                                                                         VXError *error = nullptr) const;
 
 private:
+    [[nodiscard]] std::optional<QList<VXPredicate>> conditionsOf(const VXManagedObjectPtr &folder,
+                                                                 VXError *error) const;
+    [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> newest(const QList<VXPredicate> &conditions, qsizetype limit,
+                                                                  VXManagedObjectContext &context,
+                                                                  VXError *error) const;
     bool isFreeName(const QString &name, VXManagedObjectContext &context, VXError *error) const;
 
     VXPersistentStoreCoordinator::Ptr _coordinator;

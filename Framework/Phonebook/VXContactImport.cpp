@@ -24,6 +24,19 @@ size_t hashOf(const QString &uid)
     return qHash(uid, 0);
 }
 
+// What a known contact is met by.
+size_t keyOf(const VXKnownContact &known)
+{
+    return known.contact.uid.isEmpty() && known.person ? qHash(known.person->objectID(), 2) : hashOf(known.contact.uid);
+}
+
+// At first sight: many may have one name and number.
+bool isQuiteLike(const VXContactRecord &contact, const VXContactRecord &known)
+{
+    return contact.note.trimmed() == known.note.trimmed() && contact.company.trimmed() == known.company.trimmed() &&
+           contact.numbers.size() == known.numbers.size() && contact.emails.size() == known.emails.size();
+}
+
 } // namespace
 
 VXContactImport::VXContactImport(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &title)
@@ -139,20 +152,29 @@ bool VXContactImport::importGroups(VXError *error)
     return true;
 }
 
-// Two cards with UIDs of their own are two contacts, even with one name and number.
-bool VXContactImport::mayBe(const VXContactRecord &contact, const VXContactRecord &known) const
+// Two cards are two contacts, even with one name and number: only one that says just the same is the same. An import that is
+// repeated finds for each the contact that it made, or made something of, last time.
+int VXContactImport::likeness(const VXContactRecord &contact, size_t card, const VXKnownContact &known) const
 {
-    const size_t card = hashOf(contact.uid);
-    return contact.uid.isEmpty() || known.uid.isEmpty() || _metBy.value(hashOf(known.uid), card) == card;
+    const bool isTaken = _metBy.value(keyOf(known), card) != card;
+    const bool areTwo = !contact.uid.isEmpty() && !known.contact.uid.isEmpty();
+    if (isTaken && (areTwo || !isQuiteLike(contact, known.contact)))
+        return 0;
+    const VXContactRecord here = VXStorableContact(known.contact);
+    VXContactRecord there = VXStorableContact(contact);
+    there.uid = here.uid;
+    const VXContactRecord both = VXUnitedContact(here, contact, VXContactPrecedence::News);
+    const bool isNoNews = VXIsSameContact(here, both);
+    if (isNoNews && VXIsSameContact(there, VXUnitedContact(there, here, VXContactPrecedence::News)))
+        return 4;
+    return isTaken ? 0 : isNoNews ? 3 : VXReplacedValues(here, both).isEmpty() ? 2 : 1;
 }
 
-void VXContactImport::didMeet(const VXContactRecord &contact, const VXContactRecord &known)
+void VXContactImport::didMeet(const VXContactRecord &contact, size_t card, const VXKnownContact &known)
 {
-    if (contact.uid.isEmpty() || known.uid.isEmpty())
-        return;
-    _metBy.insert(hashOf(known.uid), hashOf(contact.uid));
-    if (contact.uid != known.uid)
-        _groups->addAlias(contact.uid, known.uid);
+    _metBy.insert(keyOf(known), card);
+    if (!contact.uid.isEmpty() && !known.contact.uid.isEmpty() && contact.uid != known.contact.uid)
+        _groups->addAlias(contact.uid, known.contact.uid);
 }
 
 VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMatch &match, VXContactWriter &writer,
@@ -160,8 +182,9 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
 {
     const VXContactRecord &contact = card.contact;
     VXImportedContact imported{Outcome::Added, contact.displayName(), card.line};
+    const size_t number = contact.uid.isEmpty() ? qHash(++_cardCount, 1) : hashOf(contact.uid);
     const VXKnownContact *const found =
-        match.find(contact, [&](const VXContactRecord &known) { return mayBe(contact, known); });
+        match.find(contact, [&](const VXKnownContact &known) { return likeness(contact, number, known); });
     if (found == nullptr) {
         VXKnownContact added{nullptr, VXStorableContact(contact)};
         if (added.contact.uid.isEmpty())
@@ -171,10 +194,11 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
         else
             added.person = writer.insert(added.contact);
         match.add(added);
+        _metBy.insert(keyOf(added), number);
         return imported;
     }
     const VXKnownContact known = *found;
-    didMeet(contact, known.contact);
+    didMeet(contact, number, known);
     const VXContactRecord before = VXStorableContact(known.contact);
     // Of one that was merged into it the user has seen what counts.
     const bool wasMerged = known.contact.uid != contact.uid && known.contact.formerUIDs().contains(contact.uid);
@@ -190,6 +214,7 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
         writer.replace(known.person, both);
     }
     match.add({known.person, both});
+    _metBy.insert(hashOf(both.uid), number);
     return imported;
 }
 

@@ -17,6 +17,7 @@
 
 class VXContactGroupImport;
 class VXContactMatch;
+struct VXKnownContact;
 class VXContactWriter;
 class VXManagedObjectContext;
 
@@ -44,7 +45,7 @@ struct VXContactImportReport
 
 /**
  * Imports contacts into the store "phonebook". One that is there already (VXContactMatch) takes over what is new, and loses nothing but
- * single values that the file has otherwise, which are told; so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts. Contacts
+ * single values that the file has otherwise, which are told; so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts, and so are those without, unless they are equal. Contacts
  * are saved in portions, each contact as a whole: an import that is broken off can be repeated, and undone (VXContactHistory). One
  * imports, merges, undoes or syncs at a time, of whatever process (VXStoreWorkLock); others wait. Any thread.
  */
@@ -79,8 +80,8 @@ private:
     bool importGroups(VXError *error);
     VXImportedContact importContact(const VXCard &card, VXContactMatch &match, VXContactWriter &writer,
                                     VXManagedObjectContext &context);
-    bool mayBe(const VXContactRecord &contact, const VXContactRecord &known) const;
-    void didMeet(const VXContactRecord &contact, const VXContactRecord &known);
+    int likeness(const VXContactRecord &contact, size_t card, const VXKnownContact &known) const;
+    void didMeet(const VXContactRecord &contact, size_t card, const VXKnownContact &known);
     void count(const VXImportedContact &contact);
     bool beginChangeSet(VXError *error);
 
@@ -89,7 +90,8 @@ private:
     bool _isDryRun = false;
     std::function<bool()> _isCancelled;
     std::optional<VXContactChangeSet> _changeSet; // once there is anything to change
-    QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card; their hashes
+    QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card or its number; their hashes
+    qsizetype _cardCount = 0;     // of those without a UID
     std::unique_ptr<VXContactGroupImport> _groups;
     // Of a dry run: all that would be there.
     std::unique_ptr<VXManagedObjectContext> _dryContext;

@@ -221,7 +221,7 @@ void VXContactMatch::add(const VXKnownContact &known)
 }
 
 const VXKnownContact *VXContactMatch::find(const VXContactRecord &contact,
-                                           const std::function<bool(const VXContactRecord &known)> &mayBe) const
+                                           const std::function<int(const VXKnownContact &known)> &likeness) const
 {
     const VXContactRecord storable = VXStorableContact(contact);
     if (!storable.uid.isEmpty()) {
@@ -231,13 +231,21 @@ const VXKnownContact *VXContactMatch::find(const VXContactRecord &contact,
         }
     }
     const QString name = VXContactNameKey(storable);
+    const VXKnownContact *best = nullptr;
+    int most = 0;
     for (const QString &key : addressKeysOf(storable)) {
         for (const qsizetype place : _places.value(placeKey(key, name))) {
-            const VXContactRecord &known = _known[place].contact;
-            const bool isLike = _names[place] == name && hasAddresses(known) == hasAddresses(storable); // by now
-            if (isLike && (!mayBe || mayBe(known)))
-                return &_known[place];
+            const VXKnownContact &known = _known[place];
+            if (_names[place] != name || hasAddresses(known.contact) != hasAddresses(storable)) // by now
+                continue;
+            if (!likeness)
+                return &known;
+            const int like = likeness(known);
+            if (like <= most)
+                continue;
+            best = &known;
+            most = like;
         }
     }
-    return nullptr;
+    return best;
 }

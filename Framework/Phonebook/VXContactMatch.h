@@ -37,10 +37,10 @@ public:
 
     /** Before `find` is asked about these. False, with an error, when the store cannot be read. */
     bool prepare(const QList<VXContactRecord> &contacts, VXError *error);
-    /** nullptr for none. Holds until something is added. Of one that only has the name and an address `mayBe`, if there is
-     * any, has the last word. */
+    /** nullptr for none. Holds until something is added. Of those that only have the name and an address `likeness`, if it is
+     *  given, has the last word: the first of the most alike is taken, and none that is 0. */
     const VXKnownContact *find(const VXContactRecord &contact,
-                               const std::function<bool(const VXContactRecord &known)> &mayBe = {}) const;
+                               const std::function<int(const VXKnownContact &known)> &likeness = {}) const;
     /** Makes one known that was not when it was prepared, or has changed. */
     void add(const VXKnownContact &known);
 

@@ -2,6 +2,7 @@
 
 #include "VXContactName.h"
 #include "VXContactWriter.h"
+#include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
 
 #include <QtCore/QDateTime>
@@ -20,6 +21,8 @@ using Conflicts = QList<VXMergedContact::Conflict>;
 
 const QString noteKey = u"note"_s;
 const QString nameKey = u"name"_s;
+const QString typeKey = u"type"_s;
+const QString labelKey = u"label"_s;
 const QString firstNameKey = u"firstName"_s;
 const std::array furtherNameKeys{u"lastName"_s, u"middleName"_s, u"namePrefix"_s, u"nameSuffix"_s};
 
@@ -51,10 +54,29 @@ QString identityOf(const QVariant &element)
     }
     QStringList parts;
     for (auto part = map.cbegin(); part != map.cend(); ++part) {
-        if (part.key() != "type"_L1 && part.key() != "label"_L1)
+        if (part.key() != typeKey && part.key() != labelKey)
             parts.append(part.key() + u' ' + part->toString().simplified().toLower());
     }
     return parts.join(u'\n');
+}
+
+// What of an element was not taken, with the element that it is about.
+QString textOf(const QVariantMap &element, const Conflicts &conflicts)
+{
+    QStringList values;
+    unsigned type = 0;
+    for (auto part = element.cbegin(); part != element.cend(); ++part) {
+        if (part.key() != typeKey && part.key() != labelKey)
+            values.append(part->toString());
+    }
+    QStringList labels;
+    for (const VXMergedContact::Conflict &conflict : conflicts) {
+        if (conflict.key == typeKey)
+            type = conflict.other.toUInt();
+        else if (conflict.key == labelKey)
+            labels.append(conflict.other);
+    }
+    return (QStringList(VXPhonebookStringJoin({}, values.join(u' '), type)) + labels).join(u' ');
 }
 
 /** The elements of a list, to be found by what makes them the same. */
@@ -110,8 +132,8 @@ public:
     void mergeContacts(const QVariantMap &before, QVariantMap after, const QVariantMap &ontoBefore, QVariantMap &onto)
     {
         mergeWholeName(before, after, ontoBefore, onto);
-        mergeMaps(before, after, ontoBefore, onto, &_conflicts);
-        std::ranges::sort(_conflicts, {}, &VXMergedContact::Conflict::key);
+        mergeMaps(before, after, ontoBefore, onto, _conflicts);
+        std::ranges::stable_sort(_conflicts, {}, &VXMergedContact::Conflict::key);
     }
     const Conflicts &conflicts() const { return _conflicts; }
 
@@ -134,7 +156,7 @@ private:
     }
 
     static void mergeMaps(const QVariantMap &before, const QVariantMap &after, const QVariantMap &ontoBefore,
-                          QVariantMap &onto, Conflicts *conflicts)
+                          QVariantMap &onto, Conflicts &conflicts)
     {
         const QStringList keys = before.keys() + after.keys();
         for (const QString &key : QSet(keys.cbegin(), keys.cend())) {
@@ -142,9 +164,12 @@ private:
             const QVariant news = after.value(key);
             const QVariant mine = onto.value(key);
             if (isList(old) || isList(news)) {
+                Conflicts ofElements;
                 const QVariantList list =
-                    mergedList(old.toList(), news.toList(), ontoBefore.value(key).toList(), mine.toList());
+                    mergedList(old.toList(), news.toList(), ontoBefore.value(key).toList(), mine.toList(), ofElements);
                 set(onto, key, list.isEmpty() ? QVariant() : QVariant(list));
+                for (const VXMergedContact::Conflict &conflict : std::as_const(ofElements))
+                    conflicts.append({key, conflict.other});
             } else if (news != old && news != mine) {
                 const bool isContested = mine != ontoBefore.value(key) && mine != old;
                 if (!isContested)
@@ -157,14 +182,16 @@ private:
         }
     }
 
-    static void contest(const QString &key, const QVariant &news, QVariantMap &onto, Conflicts *conflicts)
+    static void contest(const QString &key, const QVariant &news, QVariantMap &onto, Conflicts &conflicts)
     {
+        if (key == typeKey)
+            return conflicts.append({key, news.toString()});
         const QString other = textOf(news);
         const QString mine = textOf(onto.value(key));
         if (other.startsWith(mine)) // phones cut off what is too long for them
             onto.insert(key, news);
-        else if (conflicts != nullptr && !mine.startsWith(other))
-            conflicts->append({key, other});
+        else if (!mine.startsWith(other))
+            conflicts.append({key, other});
     }
 
     static QString withLinesOf(const QString &text, const QString &other)
@@ -178,7 +205,7 @@ private:
     }
 
     static QVariantList mergedList(const QVariantList &before, const QVariantList &after,
-                                   const QVariantList &ontoBefore, const QVariantList &onto)
+                                   const QVariantList &ontoBefore, const QVariantList &onto, Conflicts &conflicts)
     {
         const Elements beforehand(before);
         const Elements there(after);
@@ -193,8 +220,12 @@ private:
             const bool isRemoved = old.isValid() && !news.isValid();
             if (isRemoved && isAsIn(mine, map))
                 continue;
+            Conflicts contested;
             if (news.isValid())
-                mergeMaps(old.toMap(), news.toMap(), mine, map, nullptr);
+                mergeMaps(old.toMap(), news.toMap(), mine, map, contested);
+            contested.removeIf([](const auto &each) { return each.key != typeKey && each.key != labelKey; });
+            if (!contested.isEmpty()) // the rest is what makes it the same
+                conflicts.append({{}, textOf(map, contested)});
             merged.append(map);
         }
         for (const QVariant &element : after) {

@@ -9,11 +9,11 @@
 /** A contact that was changed at two places. */
 struct VXMergedContact
 {
-    /** A single value that was changed at both, to different ones. */
+    /** A value that was changed at both, to different ones: a single one, or how an element of a list is described. */
     struct Conflict
     {
         QString key;   // of records; "name" for the whole name
-        QString other; // the value that was not taken, as text
+        QString other; // the value that was not taken, as text: of a list the element, as "<555 0100/m>"
     };
 
     VXContactRecord contact = {};
@@ -25,8 +25,8 @@ struct VXMergedContact
 
 /**
  * Takes over into `onto` what changed from `before` to `after`. What was changed there too, since `ontoBefore`, stays: lists get the
- * elements of both, of notes all lines, a text that has the other in it counts for both, and of other single values that are
- * different now the one of `after` is a conflict. With `ontoBefore` equal to `onto` all that changed is taken over.
+ * elements of both, of notes all lines, a text that has the other in it counts for both, and of other single values, and of types
+ * and labels of one element, that are different now the one of `after` is a conflict. With `ontoBefore` equal to `onto` all that changed is taken over.
  */
 [[nodiscard]] VX_EXPORT VXMergedContact VXMergeContacts(const VXContactRecord &before, const VXContactRecord &after,
                                                         const VXContactRecord &ontoBefore, const VXContactRecord &onto);

@@ -52,17 +52,6 @@ VXPersistentStoreCoordinator::Ptr phonebookStore()
     return VXDataManager::sharedDataManager().openCoordinatorForDataStore(storeName);
 }
 
-void observeOnce()
-{
-    static std::once_flag once;
-    std::call_once(once, [] {
-        VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
-        center.addObserver(nullptr, VXManagedObjectContextDidSaveNotification,
-                           VXPhonebookManager::contextDidSaveNotification);
-        center.addObserver(nullptr, VXPluginWillUnloadNotification, VXPhonebookManager::pluginWillUnload);
-    });
-}
-
 qsizetype savedCount(const VXNotification &notification, const QString &key)
 {
     return notification.userInfo.value(key).toList().size();
@@ -76,9 +65,19 @@ VXPhonebookManager &VXPhonebookManager::sharedPhonebookManager()
     return manager;
 }
 
+void VXPhonebookManager::startObserving()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
+        center.addObserver(nullptr, VXManagedObjectContextDidSaveNotification, contextDidSaveNotification);
+        center.addObserver(nullptr, VXPluginWillUnloadNotification, pluginWillUnload);
+    });
+}
+
 VXPhonebookManager::VXPhonebookManager()
 {
-    observeOnce();
+    startObserving();
     _contextVersion = _globalContextVersion;
 }
 

@@ -36,6 +36,8 @@ class VX_EXPORT VXPhonebookManager
 public:
     /** The calling thread's; made on first use, gone with the thread. */
     static VXPhonebookManager &sharedPhonebookManager();
+    /** Has it hear what is saved, and which plugins go, whoever looks something up. Once, when the framework starts. */
+    static void startObserving();
 
     ~VXPhonebookManager();
     VXPhonebookManager(const VXPhonebookManager &) = delete;

@@ -56,6 +56,14 @@ QString searchFormOfItem(const QString &item)
     return parts.isEmpty() ? item : parts.join(u' ');
 }
 
+// Each of its own: once they are joined, a comma within a name would part it.
+QStringList searchFormsOf(const QString &phonebookStrings)
+{
+    QStringList forms = VXUnpackPhonebookStrings(phonebookStrings, true);
+    std::ranges::transform(forms, forms.begin(), searchFormOfItem);
+    return forms;
+}
+
 QStringList itemsOf(const VXManagedObject &record, const QString &key)
 {
     return VXUnpackPhonebookStrings(text(record, key), true);
@@ -134,8 +142,8 @@ QString VXPhonebookRecord::otherParty(const VXManagedObject &record)
 
 QVariantMap VXPhonebookRecord::phonebookMetaData(const VXManagedObject &record)
 {
-    const QStringList from = itemsOf(record, fromSearchKey);
-    const QStringList to = itemsOf(record, toSearchKey);
+    const QStringList from = searchFormsOf(text(record, fromKey));
+    const QStringList to = searchFormsOf(text(record, toKey));
     const QStringList other = itemsOf(record, isIncoming(record) ? fromKey : toKey);
     const std::pair<QString, QStringList> lists[] = {
         {u"kMDItemAuthors"_s, from},
@@ -167,9 +175,7 @@ QString VXPhonebookRecord::searchForm(const QString &phonebookStrings)
 {
     if (phonebookStrings.isNull())
         return {};
-    QStringList forms = VXUnpackPhonebookStrings(phonebookStrings, true);
-    std::transform(forms.cbegin(), forms.cend(), forms.begin(), searchFormOfItem);
-    return forms.join(", "_L1);
+    return searchFormsOf(phonebookStrings).join(", "_L1);
 }
 
 // -- Objects of that kind

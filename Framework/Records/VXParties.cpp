@@ -20,7 +20,7 @@ VXParties::VXParties(const VXRecordReader &reader)
     const std::optional<double> number = reader.number(directionKey);
     const QString word = reader.text(directionKey);
     const bool isGuessed = !number && word != "incoming"_L1 && word != "outgoing"_L1;
-    const bool cameIn = isGuessed ? !from.isNull() && to.isNull() : (number ? *number != 0 : word == "incoming"_L1);
+    const bool cameIn = isGuessed ? to.isNull() : (number ? *number != 0 : word == "incoming"_L1);
     direction = cameIn ? VXRecordDirection::Incoming : VXRecordDirection::Outgoing;
 }
 

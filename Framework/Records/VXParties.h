@@ -25,7 +25,7 @@ struct VX_EXPORT VXParties
 
 protected:
     VXParties() = default;
-    /** Without a direction, one that is known to be from somebody, and not to whom, came in. */
+    /** Without a direction, one came in that is not known to be to somebody. */
     explicit VXParties(const VXRecordReader &reader);
     void insertInto(QVariantMap &map) const;
 };

@@ -22,16 +22,18 @@ QString textOf(const QVariantMap &record)
     return record.value(u"text"_s).toString();
 }
 
-// In the order in which they came.
-QList<VXManagedObjectPtr> partsOf(const QString &series, VXManagedObjectContext &context)
+// In the order in which they came. None, with the error, when the store cannot be read.
+std::optional<QList<VXManagedObjectPtr>> partsOf(const QString &series, VXManagedObjectContext &context, VXError *error)
 {
     VXFetchRequest request(*context.persistentStoreCoordinator()->model().entityForName(entityName));
     request.predicate = *VXPredicate::predicateWithFormat(u"series == %@"_s, {series});
     request.sortDescriptors = {{.key = u"date"_s}};
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    if (!found)
+        return std::nullopt;
     QList<VXManagedObjectPtr> parts;
-    const std::optional<VXFetchResult> found = context.executeFetchRequest(request);
-    for (qsizetype index = 0; found && index < found->size(); ++index)
-        parts.append(found->at(index));
+    for (const VXManagedObjectPtr &part : *found)
+        parts.append(part);
     return parts;
 }
 
@@ -92,9 +94,13 @@ QVariantMap joined(const QList<QVariantMap> &records)
 
 } // namespace
 
-std::optional<QVariantMap> VXTakeMessagePart(const VXMessagePartNews &news, VXManagedObjectContext &context)
+std::optional<QVariantMap> VXTakeMessagePart(const VXMessagePartNews &news, VXManagedObjectContext &context,
+                                             VXError *error)
 {
-    const QList<VXManagedObjectPtr> parts = partsOf(news.series, context);
+    const auto known = partsOf(news.series, context, error);
+    if (!known)
+        return std::nullopt;
+    const QList<VXManagedObjectPtr> &parts = *known;
     if (std::ranges::any_of(parts, [&](const VXManagedObjectPtr &part) { return isSamePart(part, news); }))
         return std::nullopt;
     QList<VXMessagePartPlace> places;

@@ -17,7 +17,8 @@ struct VXMessagePartNews
 
 /**
  * Keeps the part, in the context and unsaved, until all of its message are there (VXMessagePartGroups). @return then the whole
- * message's record, the parts being deleted. A part that came before is passed over.
+ * message's record, the parts being deleted. A part that came before is passed over. Nothing, with an error, when the store cannot be
+ * read.
  */
 [[nodiscard]] std::optional<QVariantMap> VXTakeMessagePart(const VXMessagePartNews &news,
-                                                           VXManagedObjectContext &context);
+                                                           VXManagedObjectContext &context, VXError *error);

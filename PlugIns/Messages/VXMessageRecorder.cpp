@@ -74,10 +74,10 @@ bool VXMessageRecorder::record(const VXMessageNews &news)
     // Other programs hear of it too. Who waits in vain files it all the same: twice is better than not at all.
     const VXStoreWorkLock lock(*_store.coordinator(), VXStoreWorkLock::savingName);
     if (error.isNull() && news.part) {
-        const std::optional<QVariantMap> joined = VXTakeMessagePart(*news.part, context);
+        const std::optional<QVariantMap> joined = VXTakeMessagePart(*news.part, context, &error);
         if (joined)
             whole.record = VXMessageRecord(*joined);
-        else if (!context.hasChanges() || context.save(&error))
+        else if (error.isNull() && (!context.hasChanges() || context.save(&error)))
             return false;
     }
     if (error.isNull() && file(whole, context, &error) && context.save(&error))
@@ -94,7 +94,7 @@ bool VXMessageRecorder::file(const VXMessageNews &news, VXManagedObjectContext &
 {
     const VXMessageRecord &record = news.record;
     const VXManagedObjectPtr folder = record.deviceURL.isNull()
-                                          ? VXFetchRootFolder(VXInboxFolder, &context)
+                                          ? VXFetchRootFolder(VXMessageStore::rootFolderFor(record), &context)
                                           : _store.deviceFolder(QUrl(record.deviceURL), context, error);
     if (!folder)
         return false;

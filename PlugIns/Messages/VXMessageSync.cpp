@@ -1,9 +1,9 @@
 #include "VXMessageSync.h"
 
 #include "VXBundle.h"
-#include "VXConversationKey.h"
 #include "VXCoreDataSaveError.h"
 #include "VXDeviceURL.h"
+#include "VXMessageMatch.h"
 #include "VXPhonebookString.h"
 #include "VXStoreWorkLock.h"
 
@@ -13,8 +13,6 @@ using Message = VXManagedObjectPtr;
 using State = VXMessageRecord::State;
 
 namespace {
-
-constexpr qint64 nearness = 2; // seconds: phones keep no fractions
 
 QString localized(const QString &text)
 {
@@ -42,65 +40,83 @@ QString urlOf(const Message &message)
     return message->valueForKey(u"url"_s).toString();
 }
 
-bool isLike(const VXMessageRecord &record, const Message &message, bool isDateKnown)
-{
-    const VXMessageRecord other(QVariant::fromValue(message));
-    return record.direction == other.direction && record.text == other.text &&
-           VXConversationKey(record.otherParty()) == VXConversationKey(other.otherParty()) &&
-           (!isDateKnown || !record.date.isValid() || !other.date.isValid() ||
-            qAbs(record.date.secsTo(other.date)) <= nearness);
-}
-
-QList<Message> fetch(VXManagedObjectContext &context, const QString &format, const QVariantList &arguments)
+// Without a value, with the error, when the store cannot be read.
+std::optional<QList<Message>> fetch(VXManagedObjectContext &context, const QString &format,
+                                    const QVariantList &arguments, VXError *error)
 {
     VXFetchRequest request(*context.persistentStoreCoordinator()->model().entityForName(VXMessageStore::entityName));
     request.predicate = *VXPredicate::predicateWithFormat(format, arguments);
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    if (!found)
+        return std::nullopt;
     QList<Message> messages;
-    const std::optional<VXFetchResult> found = context.executeFetchRequest(request);
-    for (qsizetype index = 0; found && index < found->size(); ++index)
-        messages.append(found->at(index));
+    for (const Message &message : *found)
+        messages.append(message);
     return messages;
+}
+
+// What was sent from here, or came from a file, lies there until its phone is known to have it.
+bool isInRootFolderOfPhones(const Message &message)
+{
+    const auto folder = message->valueForKey(u"folder"_s).value<VXManagedObjectPtr>();
+    if (!folder || folder->entity().name() != "VXRootFolder"_L1)
+        return false;
+    const QString name = folder->valueForKey(u"root_name"_s).toString();
+    return name == VXInboxFolder || name == VXSentFolder || name == VXDraftsFolder;
 }
 
 } // namespace
 
-/** Which messages of the folder are which on the phone: each is met once. */
+/** Which messages of the store are which on the phone: each is met once. */
 class VXMessageSync::Match
 {
 public:
-    Match(const VXMessageStore &store, const Message &phone, const QList<Item> &items,
-          const QList<VXManagedObjectID> &justWritten, VXManagedObjectContext &context)
-        : folder(phone), _store(store), _context(context)
+    Match(const VXMessageStore &store, const Message &phone, const QString &deviceURL, VXManagedObjectContext &context)
+        : folder(phone), _deviceURL(deviceURL), _context(context), _match(store, context)
+    {
+    }
+
+    bool read(const QList<Item> &items, const QList<VXManagedObjectID> &justWritten, VXError *error)
     {
         for (const Item &item : items)
             _urls.insert(item.record.url);
-        _onPhone = fetch(context, u"folder == %@ AND url != NULL"_s, {QVariant::fromValue(folder)});
+        const QVariantList here{QVariant::fromValue(folder)};
+        const auto onPhone = fetch(_context, u"folder == %@ AND url != NULL"_s, here, error);
+        if (!onPhone)
+            return false;
+        const auto written = fetch(_context, u"folder == %@ AND pending == 3 AND url == NULL"_s, here, error);
+        if (!written)
+            return false;
+        _onPhone = *onPhone;
+        _written = *written;
         for (const Message &message : std::as_const(_onPhone))
             _byURL.insert(urlOf(message), message);
-        _written = fetch(context, u"folder == %@ AND pending == 3 AND url == NULL"_s, {QVariant::fromValue(folder)});
         for (const VXManagedObjectID &objectID : justWritten) {
-            if (const Message message = context.existingObjectWithID(objectID); message && !_written.contains(message))
+            if (const Message message = _context.existingObjectWithID(objectID); message && !_written.contains(message))
                 _written.append(message);
         }
+        return true;
     }
 
-    /** Null for one that is new. */
-    Message find(const VXMessageRecord &record)
+    /** For each of the phone the message that it is, null for one that is new. None when the store cannot be read. */
+    std::optional<QList<Message>> find(const QList<Item> &items, VXError *error)
     {
-        for (const Message &message : _byURL.values(record.url)) {
-            if (isLike(record, message, true))
-                return take(message);
+        QList<Message> messages(items.size());
+        for (const bool wasSentHere : {false, true}) { // what is just the same goes before
+            for (qsizetype index = 0; index < items.size(); ++index) {
+                if (messages[index] || !items[index].isKept)
+                    continue;
+                const VXMessageRecord &record = items[index].record;
+                const auto found =
+                    wasSentHere ? findElsewhere(record, VXMessageMatch::Rule::SentHere, error) : find(record, error);
+                if (!found)
+                    return std::nullopt;
+                messages[index] = *found;
+                if (*found)
+                    _met.insert((*found)->objectID());
+            }
         }
-        for (const Message &message : std::as_const(_written)) { // phones may give it a date of their own
-            if (!_met.contains(message->objectID()) && isLike(record, message, false))
-                return take(message);
-        }
-        // It lay elsewhere, or was gone for a while.
-        for (const Message &message : _store.findMessages(record, folder, _context).value_or(QList<Message>())) {
-            if (!_met.contains(message->objectID()) && !_urls.contains(urlOf(message)))
-                return take(message);
-        }
-        return {};
+        return messages;
     }
 
     QList<Message> missing() const
@@ -121,14 +137,46 @@ public:
     const Message folder;
 
 private:
-    Message take(const Message &message)
+    std::optional<Message> find(const VXMessageRecord &record, VXError *error) const
     {
-        _met.insert(message->objectID());
-        return message;
+        for (const Message &message : _byURL.values(record.url)) {
+            const VXMessageRecord other(QVariant::fromValue(message));
+            if (VXMessageMatch::isAlike(record, other) && VXMessageMatch::isNear(record.date, other.date))
+                return message;
+        }
+        for (const Message &message : std::as_const(_written)) { // phones may give it a date of their own
+            if (!_met.contains(message->objectID()) &&
+                VXMessageMatch::isAlike(record, VXMessageRecord(QVariant::fromValue(message))))
+                return message;
+        }
+        // It lay elsewhere on the phone, or was gone for a while.
+        const auto isHere = [this](const Message &message) {
+            return message->valueForKey(u"folder"_s).value<VXManagedObjectPtr>() == folder && isFree(message);
+        };
+        const auto found = _match.find(record, VXMessageMatch::Rule::SameDate, isHere, error);
+        return !found || *found ? found : findElsewhere(record, VXMessageMatch::Rule::SameDate, error);
     }
 
-    const VXMessageStore &_store;
+    // Not yet known to be on the phone. What lies in another phone's folder is another's.
+    std::optional<Message> findElsewhere(const VXMessageRecord &record, VXMessageMatch::Rule rule, VXError *error) const
+    {
+        const auto mayBe = [this](const Message &message) {
+            const QString device = message->valueForKey(u"device_url"_s).toString();
+            const auto lies = message->valueForKey(u"folder"_s).value<VXManagedObjectPtr>();
+            return isFree(message) && urlOf(message).isNull() && (device.isNull() || device == _deviceURL) && lies &&
+                   lies->entity().name() != "VXDeviceFolder"_L1;
+        };
+        return _match.find(record, rule, mayBe, error);
+    }
+
+    bool isFree(const Message &message) const
+    {
+        return !_met.contains(message->objectID()) && !_urls.contains(urlOf(message));
+    }
+
+    const QString _deviceURL;
     VXManagedObjectContext &_context;
+    const VXMessageMatch _match;
     QSet<QString> _urls;     // of what is on the phone now
     QList<Message> _onPhone; // as far as was known
     QMultiHash<QString, Message> _byURL;
@@ -199,10 +247,13 @@ bool VXMessageSync::apply(VXManagedObjectContext &context, VXError *error)
     const Message folder = _store.deviceFolder(whole()->device()->url(), context, error);
     if (!folder)
         return false;
-    Match match(_store, folder, _items, _written, context);
-    for (const Item &item : std::as_const(_items)) {
-        if (item.isKept)
-            applyItem(item, match, context);
+    Match match(_store, folder, deviceURL(), context);
+    const auto messages = match.read(_items, _written, error) ? match.find(_items, error) : std::nullopt;
+    if (!messages)
+        return false;
+    for (qsizetype index = 0; index < _items.size(); ++index) {
+        if (_items[index].isKept)
+            applyItem(_items[index], messages->at(index), folder);
     }
     for (const Message &message : match.missing()) {
         if (_isAll)
@@ -210,18 +261,28 @@ bool VXMessageSync::apply(VXManagedObjectContext &context, VXError *error)
     }
     for (const Message &message : match.toBeWritten())
         noteChange(message, {});
-    forgetTrash(context);
-    return true;
+    return forgetTrash(context, error);
 }
 
-void VXMessageSync::applyItem(const Item &item, Match &match, VXManagedObjectContext &)
+QString VXMessageSync::deviceURL() const
+{
+    return VXAbsoluteString(whole()->device()->url());
+}
+
+void VXMessageSync::applyItem(const Item &item, const VXManagedObjectPtr &message, const VXManagedObjectPtr &folder)
 {
     const VXMessageRecord &record = item.record;
-    const Message message = match.find(record);
     if (!message) {
-        VXMessageStore::insertMessage(record, match.folder);
+        VXMessageStore::insertMessage(record, folder);
         ++_addedCount;
         return;
+    }
+    if (message->valueForKey(u"folder"_s).value<VXManagedObjectPtr>() != folder) {
+        if (!isInRootFolderOfPhones(message)) // the user put it where it is
+            return;
+        message->setValueForKey(QVariant::fromValue(folder), u"folder"_s);
+        if (message->valueForKey(u"state"_s).toInt() == static_cast<int>(State::Unsent))
+            message->setValueForKey(static_cast<int>(record.state), u"state"_s);
     }
     const bool wasWritten = urlOf(message).isNull() && pendingOf(message) == VXPendingChange::Update;
     bool isChanged = wasWritten;
@@ -231,6 +292,7 @@ void VXMessageSync::applyItem(const Item &item, Match &match, VXManagedObjectCon
         if (urlOf(message).isNull() && record.date.isValid())
             message->setValueForKey(record.date, u"date"_s); // as the phone has it
         message->setValueForKey(record.url, u"url"_s);
+        message->setValueForKey(deviceURL(), u"device_url"_s); // it may be from another phone
         isChanged = true;
     }
     const bool wasReadThere = record.state == State::Read && !_marksAsRead &&
@@ -256,14 +318,17 @@ void VXMessageSync::applyAbsence(const VXManagedObjectPtr &message, VXManagedObj
 }
 
 // Whatever was on the phone of these has gone another way.
-void VXMessageSync::forgetTrash(VXManagedObjectContext &context)
+bool VXMessageSync::forgetTrash(VXManagedObjectContext &context, VXError *error)
 {
-    const QString device = VXAbsoluteString(whole()->device()->url());
-    for (const Message &message :
-         fetch(context, u"pending == 2 AND (device_url == %@ OR device_url == NULL)"_s, {device})) {
+    const auto found =
+        fetch(context, u"pending == 2 AND (device_url == %@ OR device_url == NULL)"_s, {deviceURL()}, error);
+    if (!found)
+        return false;
+    for (const Message &message : *found) {
         setPending(message, VXPendingChange::None);
         ++_carriedOutCount;
     }
+    return true;
 }
 
 void VXMessageSync::noteChange(const VXManagedObjectPtr &message, const QVariantMap &item)

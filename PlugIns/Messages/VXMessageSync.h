@@ -10,7 +10,7 @@
 
 /**
  * Brings a phone's folder of messages and the phone into step, as the action "sync_messages": what is on the phone is filed,
- * whole messages only, and what was changed here is carried out there and then noted as done. Each step is saved before the
+ * whole messages only; what was sent from here, or imported, goes from its root folder to the phone's when that has it too; and what was changed here is carried out there and then noted as done. Each step is saved before the
  * next, so that it can be broken off anywhere and be repeated; a second one changes nothing. What was deleted on the phone
  * stays here. Main thread.
  */
@@ -45,9 +45,10 @@ private:
     void didRead(const VXDeviceAction &part);
     bool fileAndSave(VXError *error);
     bool apply(VXManagedObjectContext &context, VXError *error);
-    void applyItem(const Item &item, Match &match, VXManagedObjectContext &context);
+    QString deviceURL() const;
+    void applyItem(const Item &item, const VXManagedObjectPtr &message, const VXManagedObjectPtr &folder);
     void applyAbsence(const VXManagedObjectPtr &message, VXManagedObjectContext &context);
-    void forgetTrash(VXManagedObjectContext &context);
+    bool forgetTrash(VXManagedObjectContext &context, VXError *error);
     void noteChange(const VXManagedObjectPtr &message, const QVariantMap &item);
 
     void carryOutNext();

@@ -148,7 +148,7 @@ TEST_F(HostStoreTest, BadInputIsToldAndChangesNothing)
         {{u"list"_s, u"Person"_s, u"--where"_s, u"name.x == 1"_s}, "\"x\" leads nowhere"},
         {{u"list"_s, u"Person"_s, u"--where"_s, u"name == $X"_s}, "$X has no value"},
         {{u"list"_s, u"Person"_s, u"--sort"_s, u"spouse"_s}, "\"spouse\" leads to objects"},
-        {{u"list"_s, u"Person"_s, u"--limit"_s, u"0"_s}, "--limit: \"0\" is no number from 1 on"},
+        {{u"list"_s, u"Person"_s, u"--limit"_s, u"-1"_s}, "--limit: \"-1\" is no number from 0 on"},
         {{u"list"_s, u"Person"_s, u"--offset"_s, u"-1"_s}, "--offset: \"-1\" is no number from 0 on"},
     };
     for (const auto &each : cases) {

@@ -21,6 +21,8 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
+#include <functional>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -66,14 +68,15 @@ QJsonObject jsonOf(const Message &message)
     return json;
 }
 
-int answer(const Desk &desk, VXFetchRequest request)
+using Newest = std::function<std::optional<QList<Message>>(qsizetype limit, VXError *error)>;
+
+int answer(const Desk &desk, const Newest &newest)
 {
     const std::optional<qsizetype> limit = VXLimitOption(desk.host, usualLimit);
     if (!limit)
         return VXHostOutput::WrongUsage;
-    request.limit = *limit;
     VXError error;
-    const auto found = desk.context.executeFetchRequest(request, &error);
+    const auto found = newest(*limit, &error);
     if (!found)
         return desk.fail(error);
     QJsonArray json;
@@ -98,16 +101,17 @@ int list(const Desk &desk)
     const VXManagedObjectPtr folder = desk.folderNamed(desk.operand(1));
     if (!folder)
         return VXHostOutput::Failed;
-    VXError error;
-    const auto request = desk.store.messagesOfFolder(folder, &error);
-    return request ? answer(desk, *request) : desk.fail(error);
+    return answer(desk,
+                  [&](qsizetype limit, VXError *error) { return desk.store.newestOfFolder(folder, limit, error); });
 }
 
 int conversation(const Desk &desk)
 {
     const QStringList keys = VXConversationsWith(desk.store, desk.context, desk.operand(1));
     return keys.isEmpty() ? desk.fail(u"there are no messages with \"%1\""_s.arg(desk.operand(1)))
-                          : answer(desk, desk.store.messagesOfConversations(keys));
+                          : answer(desk, [&](qsizetype limit, VXError *error) {
+                                return desk.store.newestOfConversations(keys, limit, desk.context, error);
+                            });
 }
 
 int show(const Desk &desk, const Message &message)

@@ -8,6 +8,7 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXLimitOption.h"
 #include "VXManagedObjectContext.h"
 #include "VXNearestWord.h"
 #include "VXPhonebookEntry.h"
@@ -27,6 +28,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype batchSize = 200;
+constexpr qsizetype usualCompletions = 10;
 
 VXManagedObjectPtr personOf(const VXManagedObject &entry)
 {
@@ -85,20 +87,6 @@ int lookUpAll(VXHostContext &context, const QString &text)
     }
     context.output.answer(candidates->isEmpty() ? u"No contact has it.\n"_s : VXTextTable(rows), json);
     return candidates->isEmpty() ? VXHostOutput::Failed : VXHostOutput::Done;
-}
-
-// False, and told, when there is one that is none.
-bool readLimit(VXHostContext &context, qsizetype *limit)
-{
-    const QString text = context.options.value(u"limit"_s);
-    if (text.isNull())
-        return true;
-    bool isNumber = false;
-    *limit = text.toInt(&isNumber);
-    if (isNumber && *limit > 0)
-        return true;
-    context.output.failUsage(u"--limit needs a number, at least 1"_s, VXHostUsage(context.options));
-    return false;
 }
 
 // The groups that are asked for, as they are called. Empty where none are; none, and told, when one is not there.
@@ -223,19 +211,19 @@ int VXLookUpContact(VXHostContext &context)
 
 int VXCompleteContact(VXHostContext &context)
 {
-    qsizetype limit = 10;
-    if (!readLimit(context, &limit))
+    const std::optional<qsizetype> limit = VXLimitOption(context, usualCompletions);
+    if (!limit)
         return VXHostOutput::WrongUsage;
     const QStringList found = VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
-        context.options.operand(1), VXPhonebookPropertyAll, unsigned(limit));
+        context.options.operand(1), VXPhonebookPropertyAll, unsigned(*limit));
     context.output.answer(found.isEmpty() ? QString() : found.join(u'\n') + u'\n', QJsonArray::fromStringList(found));
     return VXHostOutput::Done;
 }
 
 int VXListContacts(VXHostContext &context)
 {
-    qsizetype limit = 0;
-    if (!readLimit(context, &limit))
+    const std::optional<qsizetype> limit = VXLimitOption(context, 0);
+    if (!limit)
         return VXHostOutput::WrongUsage;
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
     if (!coordinator)
@@ -243,7 +231,7 @@ int VXListContacts(VXHostContext &context)
     VXManagedObjectContext contacts(coordinator);
     VXFetchRequest request(*coordinator->model().entityForName(u"VXPerson"_s));
     request.sortDescriptors = {{.key = u"sort_name"_s}};
-    request.limit = limit;
+    request.limit = *limit;
     request.batchSize = batchSize;
     request.prefetchedRelationships = {u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s};
     const std::optional<QVariantList> groups = askedGroups(context, contacts);

@@ -40,7 +40,7 @@ QList<VXHostOption> VXContactOptions()
                             .mayRepeat = true};
     };
     return {{u"all"_s, {}, u"Every entry with that number, the best first, and why"_s, {}, {u"lookup"_s}},
-            {u"limit"_s, u"N"_s, u"At most N; 10 completions without"_s, {}, {u"complete"_s, u"list"_s}},
+            {u"limit"_s, u"N"_s, u"At most N, 0 for all; 10 completions without"_s, {}, {u"complete"_s, u"list"_s}},
             more(u"group"_s, u"NAME"_s, u"Show only its members; or put the contact into it"_s,
                  QStringList{u"list"_s} + changes),
             text(u"first"_s, u"NAME"_s, u"The first name"_s),

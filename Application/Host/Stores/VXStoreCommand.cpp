@@ -164,7 +164,7 @@ VXHostCommand VXStoreCommand()
             {{u"where"_s, u"PREDICATE"_s, u"Only objects that it describes"_s, {}, {u"list"_s, u"delete"_s}},
              {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s, {}, {u"list"_s}},
              {u"columns"_s, u"NAME,..."_s, u"What the table shows, in that order"_s, {}, {u"list"_s}},
-             {u"limit"_s, u"N"_s, u"List at most N objects"_s, {}, {u"list"_s}},
+             {u"limit"_s, u"N"_s, u"List at most N objects; 0: all"_s, {}, {u"list"_s}},
              {u"offset"_s, u"N"_s, u"Leave out the first N"_s, {}, {u"list"_s}},
              {u"count"_s, {}, u"Only count them"_s, {}, {u"list"_s}},
              {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s, {}, {u"list"_s}},

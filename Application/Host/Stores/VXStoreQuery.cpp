@@ -77,7 +77,7 @@ QString VXReadStoreQuery(const VXHostOptions &options, VXFetchRequest &request)
     if (problem.isNull())
         problem = read(u"sort"_s, [&](const QString &text) { return readSort(text, request); });
     if (problem.isNull())
-        problem = read(u"limit"_s, [&](const QString &text) { return readNumber(text, 1, &request.limit); });
+        problem = read(u"limit"_s, [&](const QString &text) { return readNumber(text, 0, &request.limit); });
     if (problem.isNull())
         problem = read(u"offset"_s, [&](const QString &text) { return readNumber(text, 0, &request.offset); });
     return problem;

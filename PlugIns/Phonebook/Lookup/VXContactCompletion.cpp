@@ -6,6 +6,7 @@
 #include "VXPhonebookManager.h"
 
 #include <algorithm>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 
@@ -37,21 +38,6 @@ QList<VXManagedObjectPtr> related(const VXManagedObject &object, const QString &
 qint64 numberOf(const VXManagedObjectPtr &object)
 {
     return object->objectID().number();
-}
-
-// The first number, or else address, of each.
-QStringList membersOf(const VXManagedObject &group)
-{
-    QStringList members;
-    for (const VXManagedObjectPtr &person : related(group, u"members"_s)) {
-        QList<VXManagedObjectPtr> owned = related(*person, u"numbers"_s);
-        if (owned.isEmpty())
-            owned = related(*person, u"emails"_s);
-        if (!owned.isEmpty())
-            members.append(VXPhonebookEntry::phonebookString(**std::ranges::min_element(owned, {}, numberOf)));
-    }
-    members.sort(Qt::CaseInsensitive);
-    return members;
 }
 
 bool beginsOneOf(const QString &beginning, const QStringList &words)
@@ -95,7 +81,7 @@ VXPredicate hasWords(const QStringList &typed)
 QStringList VXContactCompletion::complete(const QString &typed, VXError *error)
 {
     QStringList words = VXContactWords::typedWords(typed);
-    if (words.isEmpty() || !addGroups(words, error))
+    if (words.isEmpty() || !findGroups(words, error))
         return _found;
     const qsizetype rarest = words.size() == 1 ? 0 : rarestOf(words, error);
     if (rarest < 0)
@@ -117,7 +103,7 @@ void VXContactCompletion::add(const QString &text)
 }
 
 // There are few of them: all are looked at.
-bool VXContactCompletion::addGroups(const QStringList &typed, VXError *error)
+bool VXContactCompletion::findGroups(const QStringList &typed, VXError *error)
 {
     if ((_mask & VXPhonebookPropertyGroup) == 0)
         return true;
@@ -127,13 +113,51 @@ bool VXContactCompletion::addGroups(const QStringList &typed, VXError *error)
     if (!groups)
         return false;
     for (const VXManagedObjectPtr &group : *groups) {
-        const QString name = VXPhonebookEntry::displayString(*group);
-        const QStringList words = VXContactWords::wordsOf(name, Kind::Name);
-        if (isFull() || !std::ranges::all_of(typed, [&](const QString &each) { return beginsOneOf(each, words); }))
-            continue;
-        if (const QStringList members = membersOf(*group); !members.isEmpty())
-            add(VXPhonebookGroupJoin(name, members));
+        const QStringList words = VXContactWords::wordsOf(VXPhonebookEntry::displayString(*group), Kind::Name);
+        if (std::ranges::all_of(typed, [&](const QString &each) { return beginsOneOf(each, words); }))
+            _groups.append({group, words});
     }
+    return true;
+}
+
+QList<VXContactCompletion::Group> VXContactCompletion::groupsOf(const QString &beginning) const
+{
+    QList<Group> groups;
+    for (const Group &group : _groups) {
+        QByteArray first;
+        for (const QString &word : group.words) {
+            const QByteArray bytes = word.toUtf8();
+            if (word.startsWith(beginning) && (first.isNull() || bytes < first))
+                first = bytes;
+        }
+        if (!first.isNull())
+            groups.append({group.group, group.words, first});
+    }
+    std::ranges::stable_sort(groups, {}, &Group::first);
+    return groups;
+}
+
+bool VXContactCompletion::addGroup(const VXManagedObject &group, VXError *error)
+{
+    const QList<VXManagedObjectPtr> persons = related(group, u"members"_s);
+    Owned numbers;
+    Owned emails;
+    for (qsizetype from = 0; from < persons.size(); from += largestPage) {
+        const QList<VXManagedObjectPtr> page = persons.mid(from, largestPage);
+        if (!readOwned(u"VXPhoneNumber"_s, page, &numbers, error) ||
+            !readOwned(u"VXEmailAddress"_s, page, &emails, error))
+            return false;
+    }
+    QStringList members; // the first number, or else address, of each
+    for (const VXManagedObjectPtr &person : persons) {
+        const auto &owned = numbers.contains(person->objectID()) ? numbers : emails;
+        const QList<VXManagedObjectPtr> all = owned.value(person->objectID());
+        if (!all.isEmpty())
+            members.append(VXPhonebookEntry::phonebookString(**std::ranges::min_element(all, {}, numberOf)));
+    }
+    members.sort(Qt::CaseInsensitive);
+    if (!members.isEmpty())
+        add(VXPhonebookGroupJoin(VXPhonebookEntry::displayString(group), members));
     return true;
 }
 
@@ -163,6 +187,15 @@ qsizetype VXContactCompletion::rarestOf(const QStringList &words, VXError *error
 
 bool VXContactCompletion::walk(const QString &beginning, const QStringList &others, VXError *error)
 {
+    const QList<Group> groups = groupsOf(beginning);
+    auto group = groups.cbegin();
+    const auto addGroupsBefore = [&](const QByteArray &word) { // null: all that are left
+        for (; !isFull() && group != groups.cend() && (word.isNull() || group->first < word); ++group) {
+            if (!addGroup(*group->group, error))
+                return false;
+        }
+        return true;
+    };
     qsizetype size = std::clamp<qsizetype>(2 * qsizetype(_limit), smallestPage, largestPage);
     qsizetype offset = 0;
     for (bool isLast = false; !isLast && !isFull();) {
@@ -173,13 +206,18 @@ bool VXContactCompletion::walk(const QString &beginning, const QStringList &othe
             return false;
         offset += size;
         size = std::min(2 * size, largestPage);
-        if (((_mask & VXPhonebookPropertyNumber) != 0 && !readOwned(u"VXPhoneNumber"_s, matches, &numbers, error)) ||
-            ((_mask & VXPhonebookPropertyEmail) != 0 && !readOwned(u"VXEmailAddress"_s, matches, &emails, error)))
+        QList<VXManagedObjectPtr> persons;
+        std::ranges::transform(matches, std::back_inserter(persons), &Match::person);
+        if (((_mask & VXPhonebookPropertyNumber) != 0 && !readOwned(u"VXPhoneNumber"_s, persons, &numbers, error)) ||
+            ((_mask & VXPhonebookPropertyEmail) != 0 && !readOwned(u"VXEmailAddress"_s, persons, &emails, error)))
             return false;
-        for (const Match &match : std::as_const(matches))
+        for (const Match &match : std::as_const(matches)) {
+            if (!addGroupsBefore(match.word))
+                return false;
             addMatch(match, beginning, others, numbers, emails);
+        }
     }
-    return true;
+    return addGroupsBefore({});
 }
 
 bool VXContactCompletion::readPage(const QString &beginning, const QStringList &others, qsizetype offset,
@@ -207,27 +245,29 @@ bool VXContactCompletion::readPage(const QString &beginning, const QStringList &
         const VXManagedObjectPtr person = word->related(owner);
         if (!person)
             continue;
+        const QByteArray bytes = word->attribute(key).toByteArray();
         const auto place = places.constFind(person->objectID());
         const qsizetype at = place == places.constEnd() ? matches->size() : *place;
         if (place == places.constEnd()) {
             places.insert(person->objectID(), at);
-            matches->append(Match{person, {}});
+            matches->append(Match{person, {}, bytes.first(bytes.indexOf('\0'))});
         }
-        (*matches)[at].kinds.insert(VXContactWords::kindOf(word->attribute(key).toByteArray()));
+        (*matches)[at].kinds.insert(VXContactWords::kindOf(bytes));
     }
     return true;
 }
 
-bool VXContactCompletion::readOwned(const QString &entityName, const QList<Match> &matches, Owned *owned,
+bool VXContactCompletion::readOwned(const QString &entityName, const QList<VXManagedObjectPtr> &persons, Owned *owned,
                                     VXError *error) const
 {
-    QVariantList persons;
-    for (const Match &match : matches)
-        persons.append(QVariant::fromValue(match.person->objectID()));
+    QVariantList owners;
+    for (const VXManagedObjectPtr &each : persons)
+        owners.append(QVariant::fromValue(each->objectID()));
     const VXEntityDescription &entity = *_context.persistentStoreCoordinator()->model().entityForName(entityName);
     VXFetchRequest request(entity);
-    request.predicate = compare(u"person"_s, Operator::In, persons);
+    request.predicate = compare(u"person"_s, Operator::In, owners);
     request.includesPendingChanges = false;
+    request.prefetchedRelationships = {u"person"_s};
     const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
     if (!found)
         return false;

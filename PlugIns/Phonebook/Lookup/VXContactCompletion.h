@@ -14,7 +14,7 @@ class VXManagedObjectContext;
 /**
  * Completes what is typed, from the index of words (VXContactWords): the rarest typed word leads there, in pages, and the contacts
  * found must have words that begin with the others too. Words that are whole come first, then by the alphabet; of equal ones those of
- * names before those of companies, addresses and numbers. Used once.
+ * names before those of companies, addresses and numbers, and groups last. Used once.
  */
 class VXContactCompletion
 {
@@ -33,25 +33,36 @@ private:
     {
         VXManagedObjectPtr person;
         QSet<VXContactWords::Kind> kinds;
+        QByteArray word; // the first of them
+    };
+    struct Group
+    {
+        VXManagedObjectPtr group;
+        QStringList words;
+        QByteArray first = {}; // of those that begin so
     };
     /** Numbers and addresses of many contacts, read at once. */
     using Owned = QHash<VXManagedObjectID, QList<VXManagedObjectPtr>>;
 
     bool isFull() const { return _found.size() >= qsizetype(_limit); }
     void add(const QString &text);
-    bool addGroups(const QStringList &words, VXError *error);
+    bool findGroups(const QStringList &typed, VXError *error);
+    /** Those with a word that begins so, in the order of that. */
+    QList<Group> groupsOf(const QString &beginning) const;
+    bool addGroup(const VXManagedObject &group, VXError *error);
     bool walk(const QString &beginning, const QStringList &others, VXError *error);
     qsizetype rarestOf(const QStringList &words, VXError *error) const;
     /** The next matches of a page, of persons who have the other words too; sets `isLast` when there are no more behind. False on failure. */
     bool readPage(const QString &beginning, const QStringList &others, qsizetype offset, qsizetype size,
                   QList<Match> *matches, bool *isLast, VXError *error) const;
-    bool readOwned(const QString &entity, const QList<Match> &matches, Owned *owned, VXError *error) const;
+    bool readOwned(const QString &entity, const QList<VXManagedObjectPtr> &persons, Owned *owned, VXError *error) const;
     void addMatch(const Match &match, const QString &beginning, const QStringList &others, const Owned &numbers,
                   const Owned &emails);
 
     VXManagedObjectContext &_context;
     const unsigned _mask;
     const unsigned _limit;
+    QList<Group> _groups; // that have all that was typed
     QStringList _found;
     QSet<QString> _known;
 };

@@ -65,6 +65,7 @@ TEST(VXRecordsTest, DirectionsAreNumbersWordsOrGuessed)
         {{{u"from"_s, u"a"_s}}, true, u"a"_s},
         {{{u"from"_s, u"a"_s}, {u"to"_s, u"b"_s}}, false, u"b"_s},
         {{{u"from"_s, u" "_s}, {u"to"_s, u"b"_s}}, false, u"b"_s},
+        {{{u"text"_s, u"from nobody knows whom"_s}}, true, {}},
     };
     for (const auto &[object, isIncoming, other] : table) {
         const VXCallRecord call(object);

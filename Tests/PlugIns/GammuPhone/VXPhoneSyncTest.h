@@ -46,11 +46,13 @@ protected:
         const QJsonDocument document = QJsonDocument::fromJson(output);
         return document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
     }
-    void gammu(const QStringList &command) const
+    void gammu(const QStringList &command, const QByteArray &answers = {}) const
     {
         QProcess process;
         process.start(QStringLiteral(GAMMU_PROGRAM),
                       QStringList{QStringLiteral("--config"), path(QStringLiteral("phone/gammurc"))} + command);
+        process.write(answers);
+        process.closeWriteChannel();
         EXPECT_TRUE(process.waitForFinished(60000));
     }
     /** What a sync did, as "added changed carriedOut". */

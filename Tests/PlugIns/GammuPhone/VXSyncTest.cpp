@@ -73,6 +73,55 @@ TEST_F(VXSyncTest, ProcessesThatSyncAtOnceDoubleNothing)
     EXPECT_EQ(vornix({u"store"_s, u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().size(), 1);
 }
 
+// The phone's copy of it has a date of the phone's own.
+TEST_F(VXSyncTest, WhatWasSentFromHereIsThereOnce)
+{
+    ASSERT_TRUE(QDir().mkpath(path(u"home"_s)));
+    fillPhone();
+    sync(u"messages"_s);
+    const auto save = [this](const QString &folder, const QString &state) {
+        gammu({u"savesms"_s, u"TEXT"_s, u"-folder"_s, folder, state, u"-sender"_s, u"+15550101"_s, u"-textutf8"_s,
+               u"Doubled?"_s});
+    };
+    for (int round = 0; round < 2; ++round) // of two just the same, each is one
+        vornix({u"messages"_s, u"send"_s, u"+1 555 0101"_s, u"Doubled?"_s});
+    vornix({u"messages"_s, u"send"_s, u"+1 555 0102"_s, u"Doubled?"_s}); // to somebody else
+    EXPECT_EQ(list(u"sent"_s).size(), 4);
+    save(u"2"_s, u"-sent"_s);
+    EXPECT_EQ(sync(u"messages"_s), u"0 1 0"_s);
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
+    save(u"2"_s, u"-sent"_s);
+    save(u"2"_s, u"-sent"_s); // by hand
+    save(u"1"_s, u"-unread"_s);
+    EXPECT_EQ(sync(u"messages"_s), u"2 1 0"_s);
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
+    EXPECT_EQ(list(u"sent"_s).size(), 5);
+    EXPECT_EQ(list(phone).size(), 8);
+    EXPECT_EQ(vornix({u"store"_s, u"list"_s, u"messages"_s, u"VXMessage"_s}).toArray().size(), 9);
+}
+
+TEST_F(VXSyncTest, ABackupAndItsPhoneHaveTheSameMessages)
+{
+    ASSERT_TRUE(QDir().mkpath(path(u"home"_s)));
+    fillPhone();
+    const QString backup = path(u"all.smsbackup"_s);
+    gammu({u"backupsms"_s, backup}, "no\nALL\n"); // deletes nothing
+    EXPECT_EQ(vornix({u"messages"_s, u"import"_s, backup})[u"added"_s].toInt(), 4);
+    vornix({u"messages"_s, u"move"_s, uriOf(list(u"inbox"_s), u"The parts"_s), u"user"_s});
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(sync(u"messages"_s), round == 0 ? u"0 3 0"_s : u"0 0 0"_s);
+        EXPECT_EQ(vornix({u"messages"_s, u"import"_s, backup})[u"added"_s].toInt(), 0);
+        EXPECT_EQ(list(phone).size(), 3);
+        EXPECT_THAT(lines(list(u"user"_s)), ElementsAre(u"read The parts"_s)); // where it was put
+    }
+    for (const QJsonValue message : list(phone))
+        EXPECT_EQ(message[u"device_url"_s].toString(), phone);
+    // As one that was synced: what is deleted here is deleted there.
+    vornix({u"messages"_s, u"delete"_s, uriOf(list(u"inbox"_s), u"Are you"_s)});
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 2"_s);
+    EXPECT_EQ(onPhone().size(), 3);
+}
+
 TEST_F(VXSyncTest, WhatWasChangedHereIsCarriedOutThere)
 {
     fillPhone();

@@ -93,6 +93,10 @@ TEST_F(MessagesPluginTest, NewMessagesAreFiledOnceWhereTheyBelong)
     EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"1 by phone"_s, u"1 no phone"_s)); // the phone's too
     EXPECT_THAT(shownIn(VXDraftsFolder), ElementsAre(u"0 x"_s));
     EXPECT_THAT(shownIn(VXSentFolder), IsEmpty());
+    arrive({{u"text"_s, u"nobody"_s}, {u"date"_s, at(4)}}); // not known from whom
+    arrive({{u"to"_s, jane}, {u"text"_s, u"to her"_s}, {u"date"_s, at(5)}});
+    EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"1 nobody"_s, u"1 by phone"_s, u"1 no phone"_s));
+    EXPECT_THAT(shownIn(VXSentFolder), ElementsAre(u"2 to her"_s));
 
     VXManagedObjectContext context(store->coordinator());
     const auto found = store->findMessages(VXMessageRecord(onPhone), {}, context);
@@ -189,6 +193,34 @@ TEST_F(MessagesPluginTest, MessagesFromManyThreadsAreFiledOnceEach)
     for (std::thread &thread : threads)
         thread.join();
     EXPECT_TRUE(VXRunUntil([&] { return shownIn(phone).size() == 10; }));
+}
+
+TEST_F(MessagesPluginTest, TheNewestOfSeveralFoldersOrNumbersAreChosenAmongAll)
+{
+    const QStringList parties{jane, u"Jane <+1 555 0101>"_s};
+    for (int number = 0; number < 12; ++number) {
+        QVariantMap message{
+            {u"from"_s, parties[number / 2 % 2]}, {u"text"_s, QString::number(number)}, {u"date"_s, at(number)}};
+        if (number % 3 != 0)
+            message.insert(u"device_url"_s, phone + QString::number(number % 3));
+        arrive(message);
+    }
+    VXManagedObjectContext context(store->coordinator());
+    const QStringList keys{VXConversationKey(parties[0]), VXConversationKey(parties[1])};
+    const VXManagedObjectPtr inbox = VXFetchRootFolder(VXInboxFolder, &context);
+    for (const qsizetype limit : {0, 1, 5, 12, 100}) {
+        QStringList expected;
+        for (int number = 11; number >= 0 && (limit == 0 || expected.size() < limit); --number)
+            expected.append(QString::number(number));
+        for (const auto &found :
+             {store->newestOfFolder(inbox, limit), store->newestOfConversations(keys, limit, context)}) {
+            ASSERT_TRUE(found);
+            QStringList texts;
+            for (const VXManagedObjectPtr &message : *found)
+                texts.append(message->valueForKey(u"text"_s).toString());
+            EXPECT_EQ(texts, expected) << limit;
+        }
+    }
 }
 
 TEST_F(MessagesPluginTest, AConversationIsOneFetchByItsIndex)

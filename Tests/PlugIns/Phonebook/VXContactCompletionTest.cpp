@@ -89,6 +89,19 @@ TEST_F(VXContactCompletionTest, TheBestAreChosenAmongMany)
     addPerson(context, {{u"company"_s, u"Jab"_s}, {u"numbers"_s, QStringList{u"556"_s}}});
     EXPECT_THAT(complete(u"ja"_s, VXPhonebookPropertyAll, 2), ElementsAreArray({u"Ja <555>"_s, u"Jab <555>"_s}));
     EXPECT_EQ(complete(u"ja"_s, VXPhonebookPropertyAll, 100).size(), 5);
+    const VXManagedObjectPtr zoe =
+        addPerson(context, {{u"firstName"_s, u"Zoe"_s}, {u"numbers"_s, QStringList{u"557"_s, u"558"_s}}});
+    const VXManagedObjectPtr kim =
+        addPerson(context, {{u"firstName"_s, u"Kim"_s}, {u"emails"_s, QStringList{u"kim@example.org"_s}}});
+    const QVariantList members{QVariant::fromValue(zoe), QVariant::fromValue(kim)};
+    for (const QString &name : {u"Jaaa club"_s, u"Club Jabber"_s})
+        set(context.insertNewObject(u"VXGroup"_s), {{u"name"_s, name}, {u"members"_s, members}});
+    ASSERT_TRUE(context.save());
+    const QString group = u"%1 { Kim <kim@example.org>, Zoe <557> }"_s; // groups stand among the others
+    EXPECT_THAT(complete(u"ja"_s, VXPhonebookPropertyAll, 2),
+                ElementsAreArray({u"Ja <555>"_s, group.arg(u"Jaaa club"_s)}));
+    EXPECT_EQ(complete(u"ja"_s, VXPhonebookPropertyAll, 100).size(), 7);
+    EXPECT_THAT(complete(u"jabb"_s), ElementsAreArray({group.arg(u"Club Jabber"_s)}));
 }
 
 TEST_F(VXContactCompletionTest, WordsFollowWhatChanges)

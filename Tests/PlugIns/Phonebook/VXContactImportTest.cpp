@@ -177,6 +177,55 @@ TEST_F(VXContactImportTest, CardsWithUIDsOfTheirOwnAreContactsOfTheirOwn)
     EXPECT_EQ(countOf(u"VXPerson"_s), 2);
 }
 
+TEST_F(VXContactImportTest, CardsOfOneNameAreContactsOfTheirOwnUnlessTheyAreEqual)
+{
+    const QByteArray number = "TEL:555 0100\r\n";
+    const QByteArray other = "TEL:555 0199\r\n";
+    const struct
+    {
+        const char *name;
+        QByteArray before;
+        QByteArray cards;
+        QString counts;
+        QString again;
+    } cases[] = {
+        {"one number",
+         {},
+         card("Anna Berg", number + "TITLE:a\r\n") + card("Anna Berg", number + "TITLE:b\r\n"),
+         u"2 0 0 0"_s,
+         u"0 0 2 0"_s},
+        {"no number", {}, card("Bea Berg", "NOTE:a\r\n") + card("Bea Berg", "NOTE:b\r\n"), u"2 0 0 0"_s, u"0 0 2 0"_s},
+        {"all of one in the other",
+         {},
+         card("Cleo Berg", number + other) + card("Cleo Berg", number),
+         u"2 0 0 0"_s,
+         u"0 0 2 0"_s},
+        {"the other way",
+         {},
+         card("Dora Berg", number) + card("Dora Berg", number + other),
+         u"2 0 0 0"_s,
+         u"0 0 2 0"_s},
+        {"equal", {}, card("Edda Berg", number) + card("Edda Berg", number), u"1 0 1 0"_s, u"0 0 2 0"_s},
+        {"one is known", card("Fay Berg", number + "NOTE:n\r\n"),
+         card("Fay Berg", number + "TITLE:a\r\n") + card("Fay Berg", number + "TITLE:b\r\n"), u"1 1 0 0"_s,
+         u"0 0 2 0"_s},
+        {"one with a UID",
+         {},
+         card("Gia Berg", number + "TITLE:a\r\n") + card("Gia Berg", number + "UID:g\r\nTITLE:b\r\n"),
+         u"2 0 0 0"_s,
+         u"0 0 2 0"_s},
+    };
+    for (const auto &each : cases) {
+        import(each.before);
+        EXPECT_EQ(import(each.cards, true), each.counts) << each.name;
+        EXPECT_EQ(import(each.cards), each.counts) << each.name;
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_EQ(import(each.cards), each.again) << each.name;
+            EXPECT_EQ(replaced, QStringList()) << each.name;
+        }
+    }
+}
+
 TEST_F(VXContactImportTest, GroupsThatAreCardsHaveTheirMembers)
 {
     const auto group = [](const QByteArray &name, const QByteArray &lines) {

@@ -1,6 +1,7 @@
 #include "VXPhonebookRecord.h"
 #include "VXFileManager.h"
 #include "VXMetaDataSource.h"
+#include "VXPhonebookString.h"
 #include "VXPhonebookTest.h"
 #include "VXPropertyList.h"
 
@@ -41,6 +42,9 @@ TEST_F(VXPhonebookRecordTest, TextsForSearchingFollowTheParties)
     EXPECT_EQ(call->valueForKey(u"otherParty_display"_s), u"me 5550199"_s);
     EXPECT_EQ(VXPhonebookRecord::phonebookMetaData(*call).value(u"kMDItemPhoneNumbers"_s), QStringList{u"555 0199"_s});
     EXPECT_FALSE(VXPhonebookRecord::phonebookMetaData(*call).contains(u"kMDItemEmailAddresses"_s));
+    VXPhonebookRecord::setFrom(*call, VXPhonebookStringJoin(u"Doe, Jane"_s, u"+1 555 0100"_s, 0));
+    EXPECT_EQ(VXPhonebookRecord::phonebookMetaData(*call).value(u"kMDItemAuthors"_s),
+              QStringList{u"Doe, Jane 5550100"_s});
     VXPhonebookRecord::setFrom(*call, {});
     EXPECT_TRUE(VXPhonebookRecord::from_display(*call).isNull());
 }
