@@ -82,13 +82,15 @@ private:
     bool mayBe(const VXContactRecord &contact, const VXContactRecord &known) const;
     void didMeet(const VXContactRecord &contact, const VXContactRecord &known);
     void count(const VXImportedContact &contact);
-    bool beginChangeSet(VXError *error);
+    bool beginChangeSet(VXManagedObjectContext &context, VXError *error);
+    bool save(VXManagedObjectContext &context, bool isChanged, VXError *error);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     const QString _title;
     bool _isDryRun = false;
     std::function<bool()> _isCancelled;
     std::optional<VXContactChangeSet> _changeSet; // once there is anything to change
+    bool _isSaved = false;                        // the change set
     QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card; their hashes
     std::unique_ptr<VXContactGroupImport> _groups;
     // Of a dry run: all that would be there.
