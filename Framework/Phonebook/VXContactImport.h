@@ -88,9 +88,9 @@ private:
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     const QString _title;
     bool _isDryRun = false;
+    bool _isSaved = false; // the change set
     std::function<bool()> _isCancelled;
     std::optional<VXContactChangeSet> _changeSet; // once there is anything to change
-    bool _isSaved = false;                        // the change set
     QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card; their hashes
     std::unique_ptr<VXContactGroupImport> _groups;
     // Of a dry run: all that would be there.
