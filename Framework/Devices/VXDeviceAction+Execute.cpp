@@ -146,11 +146,16 @@ void VXDeviceAction::failWithThrown(const VXDeviceActionHandler &handler, const 
         VXLogError, "_execute",
         u"An exception was thrown while processing a device action:\n\taction: %1\n\tinvocation: %2\n\t"
         "device: %3\n\texception: %4"_s.arg(_actionName, handler.description(), on->description(), thrown.description));
-    setError(VXError(
-        VXErrorDomain, VXErrorCouldNotExecute,
-        {{VXLocalizedDescriptionKey, VXLocalizedString(u"Unable to execute %1 on %2."_s).arg(_actionName, nameOf(on))},
-         {VXLocalizedRecoverySuggestionKey, thrown.reason}}));
+    setErrorThrown(thrown);
     conclude();
+}
+
+void VXDeviceAction::setErrorThrown(const VXThrown &thrown)
+{
+    setError(VXError(VXErrorDomain, VXErrorCouldNotExecute,
+                     {{VXLocalizedDescriptionKey,
+                       VXLocalizedString(u"Unable to execute %1 on %2."_s).arg(_actionName, nameOf(device()))},
+                      {VXLocalizedRecoverySuggestionKey, thrown.reason}}));
 }
 
 // -- The end
@@ -200,7 +205,9 @@ void VXDeviceAction::callCompletion()
     try { // it must not keep the action from ending
         completion(this);
     } catch (...) {
-        VXLogMethod(VXLogError, "conclude", "The completion of an action threw: "_L1 + VXDescribeThrown().description);
+        const VXThrown thrown = VXDescribeThrown();
+        VXLogMethod(VXLogError, "conclude", "The completion of an action threw: "_L1 + thrown.description);
+        setErrorThrown(thrown);
     }
 }
 

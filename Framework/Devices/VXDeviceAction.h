@@ -80,6 +80,8 @@ public:
     void setError(const VXError &error);
     /** Reports a failure that is known by its text alone (VXErrorTextOnly). */
     void setErrorString(const QString &text);
+    /** Reports what a part of the work threw, as `executeWithDevice` does for its handler. */
+    void setErrorThrown(const VXThrown &thrown);
     /** True when the error that counts is the abort: what a handler looks for while it works, unless it listens to
      *  cancelRequested. */
     bool isCancelled() const { return error().code() == VXErrorCancelled && error().domain() == VXErrorDomain; }
@@ -109,7 +111,8 @@ public:
 
     /**
      * Called by the handler, once, when it is done: calls the completion on the main thread and waits for that, then
-     * takes the activity away and ends the execution. Not on a thread that the main thread is waiting for.
+     * takes the activity away and ends the execution. What the completion throws becomes the error, if there is none yet. Not on a
+     * thread that the main thread is waiting for.
      */
     void conclude();
 

@@ -1,7 +1,9 @@
 #include "VXDeviceWork.h"
 
+#include "VXException.h"
 #include "VXFramework.h"
 #include "VXMainThread.h"
+#include "VXMethodLog.h"
 #include "VXPluginGuard.h"
 
 using namespace Qt::StringLiterals;
@@ -34,9 +36,24 @@ void VXDeviceWork::begin()
     if (!_lockPath.isNull())
         _lock.emplace(_lockPath, std::chrono::milliseconds(0));
     if (!_lock || !_lock->isTimedOut())
-        return start();
-    _whole->setErrorString(VXLocalizedString(u"The same is being done already, here or by another program."_s));
+        return carryOut([this] { start(); });
+    _whole->setErrorString(VXLocalizedString(
+        u"The same is being done already, here or by another program: try again when it has ended."_s));
     end();
+}
+
+// Nobody else would end the whole.
+void VXDeviceWork::carryOut(const std::function<void()> &step)
+{
+    try {
+        step();
+    } catch (...) {
+        const VXThrown thrown = VXDescribeThrown();
+        VXLogMethod(VXLogError, "perform", "A step of %1 threw: %2"_L1.arg(_whole->actionName(), thrown.description));
+        _whole->setErrorThrown(thrown);
+        if (_whole->isExecuting())
+            end();
+    }
 }
 
 void VXDeviceWork::end()
@@ -64,7 +81,7 @@ void VXDeviceWork::perform(const QString &name, const QVariant &object, const QS
     const auto conclude = [self = shared_from_this(), then](VXDeviceAction *concluded) {
         concluded->disconnect(self->_whole.get());
         self->_whole->disconnect(concluded);
-        then(*concluded);
+        self->carryOut([&] { then(*concluded); });
     };
     VXCallPlugin(*_whole->device(), "executeWithDevice", [&] { part->executeWithDevice(_whole->device(), conclude); });
 }

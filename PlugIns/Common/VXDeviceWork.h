@@ -11,7 +11,7 @@
 
 /**
  * An action that consists of others on the same device, one after the other: their progress is shown as its own, and its cancel
- * goes to the one that runs. It is to end the whole. Main thread.
+ * goes to the one that runs. It is to end the whole; a step that throws ends it with that error. Main thread.
  */
 class VXDeviceWork : public std::enable_shared_from_this<VXDeviceWork>
 {
@@ -48,6 +48,7 @@ private:
                         const Maker &make);
 
     void begin();
+    void carryOut(const std::function<void()> &step);
 
     const VXDeviceAction::Ptr _whole;
     const QString _lockPath;

@@ -319,6 +319,7 @@ TEST_F(VXDeviceActionTest, MistakesOfCallersAreContained)
     action->executeWithDevice(phone, [](VXDeviceAction *) { throw std::runtime_error("thrown as told"); });
     EXPECT_FALSE(action->isExecuting());
     EXPECT_EQ(log.count(u"The completion of an action threw: std::runtime_error: thrown as told"_s), 1);
+    EXPECT_EQ(action->error().code(), VXErrorCouldNotExecute);
 }
 
 TEST_F(VXDeviceActionTest, TheObjectsContextLivesAsLong)
