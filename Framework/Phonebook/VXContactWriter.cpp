@@ -181,6 +181,7 @@ QStringList sortedList(QStringList list)
 VXContactRecord VXStorableContact(const VXContactRecord &contact)
 {
     VXContactRecord storable = contact;
+    storable.removeControlCharacters();
     if (storable.firstName.isEmpty() && storable.lastName.isEmpty() && !storable.name.isEmpty())
         storable.firstName = storable.name;
     storable.name = QString();

@@ -13,7 +13,8 @@ class VXManagedObjectContext;
 /** Whose single values count where two contacts become one. */
 enum class VXContactPrecedence { News, Known };
 
-/** A contact as it can be stored: a name whose parts are not known is the first name, and what is empty is none. */
+/** A contact as it can be stored: a name whose parts are not known is the first name, what is empty is none, and control characters
+ * are left out. */
 [[nodiscard]] VX_EXPORT VXContactRecord VXStorableContact(const VXContactRecord &contact);
 /**
  * Both in one, storable: lists are united, numbers compared as they are looked up, unless their countries differ, and addresses without

@@ -4,6 +4,7 @@
 
 #include <QtCore/QDateTime>
 
+#include <algorithm>
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -132,6 +133,22 @@ bool isFullName(const QString &line)
     return property.section(u'.', -1).compare("FN"_L1, Qt::CaseInsensitive) == 0;
 }
 
+bool isForbidden(QChar character)
+{
+    const char16_t unit = character.unicode();
+    return (unit < 0x20 && character != u'\n' && character != u'\t') || unit == 0x7f || unit >= 0xfffe;
+}
+
+void removeControlCharactersFrom(QString &text)
+{
+    if (!text.isValidUtf16())
+        text = QString::fromUtf8(text.toUtf8()); // half a pair of surrogates is a question mark then
+    if (std::ranges::none_of(text, isForbidden))
+        return;
+    text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u' ');
+    text.removeIf(isForbidden);
+}
+
 QDate dayOf(const QVariant &value)
 {
     const QDateTime date = value.typeId() == QMetaType::QDate ? QDateTime() : value.toDateTime();
@@ -165,6 +182,27 @@ VXContactRecord::VXContactRecord(const QVariant &object)
             groups.append(group);
     }
     properties = reader.value(propertiesKey).toString().split(u'\n', Qt::SkipEmptyParts);
+    removeControlCharacters();
+}
+
+void VXContactRecord::removeControlCharacters()
+{
+    for (const auto &each : texts)
+        removeControlCharactersFrom(this->*each.field);
+    for (const AddressList &list : addressLists) {
+        for (Address &address : this->*list.field) {
+            removeControlCharactersFrom(address.value);
+            removeControlCharactersFrom(address.label);
+        }
+    }
+    for (PostalAddress &address : addresses) {
+        for (const auto &each : addressTexts)
+            removeControlCharactersFrom(address.*each.field);
+    }
+    for (QStringList *const list : {&groups, &properties}) {
+        for (QString &text : *list)
+            removeControlCharactersFrom(text);
+    }
 }
 
 QString VXContactRecord::displayName() const

@@ -35,7 +35,8 @@ struct VX_EXPORT VXContactRecord
     };
 
     VXContactRecord() = default;
-    /** What a map, a managed object or a QObject says of a contact, of a number or address its person; on its thread. */
+    /** What a map, a managed object or a QObject says of a contact, of a number or address its person; on its thread. Its texts have
+     *  no control characters. */
     explicit VXContactRecord(const QVariant &object);
 
     QString name = {}; // the whole, where its parts are not known
@@ -67,6 +68,9 @@ struct VX_EXPORT VXContactRecord
     /** The UIDs of those that were merged into it, by which they are still known; they stand among the properties. */
     QStringList formerUIDs() const;
     void addFormerUID(const QString &former);
+
+    /** Of the texts those that no one means and no property list can hold; line feeds and tabs stay. */
+    void removeControlCharacters();
 
     /** In lists, and as the object of an event; without what is none. */
     QVariantMap map() const;

@@ -1,5 +1,6 @@
 #include "VXContactMerge.h"
 #include "VXContactWriter.h"
+#include "VXPropertyList.h"
 #include "VXTesting.h"
 
 #include <QtCore/QJsonDocument>
@@ -35,6 +36,27 @@ struct MergeCase
 };
 
 } // namespace
+
+TEST(VXContactMergeTest, ControlCharactersAreLeftOut)
+{
+    const std::pair<QString, QString> cases[] = {
+        {u"a\u0001\u001b[2J\u007fb"_s, u"a[2Jb"_s}, {u"a\tb\nc\r\nd\re"_s, u"a\tb\nc\nd e"_s},
+        {u"a%1b"_s.arg(QChar(0xfffe)), u"ab"_s},    {u"a%1b"_s.arg(QChar(0xd800)), u"a?b"_s},
+        {u"a\U0001f600b"_s, u"a\U0001f600b"_s},     {u"\u0007"_s, {}}};
+    for (const auto &[text, kept] : cases) {
+        VXContactRecord contact;
+        contact.firstName = u"Jane"_s;
+        contact.note = text;
+        contact.numbers = {{.value = u"1"_s, .label = text}};
+        contact.addresses = {{.city = text}};
+        const VXContactRecord clean = VXStorableContact(contact);
+        EXPECT_EQ(clean.note, kept);
+        EXPECT_EQ(clean.numbers.constFirst().label, kept);
+        EXPECT_EQ(clean.addresses.constFirst().city, kept);
+        EXPECT_EQ(VXContactRecord(contact.map()).note, kept); // as one that is stored already
+        EXPECT_TRUE(VXPropertyList::isValid(VXContactRecord(contact.map()).map()));
+    }
+}
 
 TEST(VXContactMergeTest, WhatChangedIsTakenOverAndNothingIsLost)
 {
