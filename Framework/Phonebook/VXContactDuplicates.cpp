@@ -159,17 +159,15 @@ bool VXContactDuplicates::merge(const QList<VXDuplicateContacts> &duplicates, VX
     const VXStoreWorkLock lock(*_coordinator, VXStoreWorkLock::syncName);
     if (!lock.isHeld(error))
         return false;
-    const VXContactHistory history(_coordinator);
-    const std::optional<VXContactChangeSet> changeSet = history.begin(u"merge"_s, {}, error);
+    VXManagedObjectContext context(_coordinator);
+    const std::optional<VXContactChangeSet> changeSet = VXContactHistory::insert(context, u"merge"_s, {}, error);
     if (!changeSet)
         return false;
-    VXManagedObjectContext context(_coordinator);
     VXContactWriter writer(context);
     writer.setChangeSet(changeSet->number, changeSet->date);
     for (const VXDuplicateContacts &each : duplicates) {
         if (!areAllThere(context, each.persons)) {
             VXSetError(error, VXMakeError(VXLocalizedString(u"One of the contacts is gone meanwhile."_s)));
-            history.forget(*changeSet);
             return false;
         }
         const VXDuplicateContacts now = describe(context, each.persons, each.shared);
@@ -182,8 +180,5 @@ bool VXContactDuplicates::merge(const QList<VXDuplicateContacts> &duplicates, VX
             context.deleteObject(other);
         }
     }
-    if (context.save(error))
-        return true;
-    history.forget(*changeSet);
-    return false;
+    return context.save(error);
 }

@@ -104,7 +104,9 @@ std::optional<QList<Outcome>> VXContactGroupImport::run(VXManagedObjectContext &
             writer.addToGroup(person, name);
         }
         if (missing > 0 && changeSet)
-            problems->append({card.line, u"%1 members of the group \"%2\" are not there"_s.arg(missing).arg(name)});
+            problems->append(
+                {card.line, (missing == 1 ? u"1 member of the group \"%1\" is not there"_s.arg(name)
+                                          : u"%1 members of the group \"%2\" are not there"_s.arg(missing).arg(name))});
         outcomes.append(joined == 0 ? Outcome::Same : there->isEmpty() ? Outcome::Added : Outcome::Changed);
     }
     return outcomes;

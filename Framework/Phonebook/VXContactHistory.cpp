@@ -149,14 +149,6 @@ void giveIdentity(const VXManagedObjectPtr &person, const QVariantMap &identity)
 
 } // namespace
 
-std::optional<VXContactChangeSet> VXContactHistory::begin(const QString &kind, const QString &title,
-                                                          VXError *error) const
-{
-    VXManagedObjectContext context(_coordinator);
-    const std::optional<VXContactChangeSet> changeSet = insert(context, kind, title, error);
-    return changeSet && context.save(error) ? changeSet : std::nullopt;
-}
-
 std::optional<VXContactChangeSet> VXContactHistory::insert(VXManagedObjectContext &context, const QString &kind,
                                                            const QString &title, VXError *error)
 {

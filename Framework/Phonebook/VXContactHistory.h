@@ -42,9 +42,7 @@ class VX_EXPORT VXContactHistory
 public:
     explicit VXContactHistory(const VXPersistentStoreCoordinator::Ptr &coordinator) : _coordinator(coordinator) {}
 
-    /** Saved at once. None, with an error, on failure. The oldest beyond ten are forgotten. */
-    std::optional<VXContactChangeSet> begin(const QString &kind, const QString &title, VXError *error = nullptr) const;
-    /** The same in a context, to be saved with the changes. */
+    /** In a context, to be saved with the changes. None, with an error, on failure. The oldest beyond ten are forgotten. */
     static std::optional<VXContactChangeSet> insert(VXManagedObjectContext &context, const QString &kind,
                                                     const QString &title, VXError *error = nullptr);
     /** In a context, to be saved with the change, and before it: a person as it is, whether it is only changed or goes. The first
@@ -53,8 +51,6 @@ public:
                      const VXManagedObjectPtr &person, bool isRemoved);
     /** The changedDate of a person that the set of that date changes once more: by it one that was changed since is told. */
     static QDateTime dateOfChange(const QDateTime &changeSet, const QDateTime &before);
-    /** Forgets one that came to nothing. */
-    bool forget(const VXContactChangeSet &changeSet, VXError *error = nullptr) const;
 
     /** The last one; none when there is none, or, with an error, on failure. */
     std::optional<VXContactChangeSet> last(VXError *error = nullptr) const;
@@ -68,6 +64,7 @@ private:
     bool undoChanges(VXContactUndo &undo, bool isDryRun, VXError *error) const;
     bool removeMade(VXContactUndo &undo, bool isDryRun, VXError *error) const;
     bool removeEmptyGroups(VXError *error) const;
+    bool forget(const VXContactChangeSet &changeSet, VXError *error) const;
 
     VXPersistentStoreCoordinator::Ptr _coordinator;
 };

@@ -87,10 +87,7 @@ bool VXContactImport::importAll(const Source &source, VXError *error)
         cards.clear();
         size = 0;
     }
-    if ((!cards.isEmpty() && !importPortion(cards, error)) || (!_groups->isEmpty() && !importGroups(error)))
-        return false;
-    const bool isNothing = _changeSet && _report.added == 0 && _report.changed == 0;
-    return !isNothing || VXContactHistory(_coordinator).forget(*_changeSet, error);
+    return (cards.isEmpty() || importPortion(cards, error)) && (_groups->isEmpty() || importGroups(error));
 }
 
 bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
@@ -105,7 +102,7 @@ bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
     VXContactWriter writer(context);
     QList<VXContactRecord> contacts;
     std::ranges::transform(cards, std::back_inserter(contacts), &VXCard::contact);
-    if (!match.prepare(contacts, error) || (!_isDryRun && !beginChangeSet(error)))
+    if (!match.prepare(contacts, error) || !beginChangeSet(context, error))
         return false;
     for (const VXContactRecord &contact : std::as_const(contacts)) {
         const size_t uid = hashOf(contact.uid);
@@ -117,7 +114,8 @@ bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
     QList<VXImportedContact> imported;
     for (const VXCard &card : cards)
         imported.append(importContact(card, match, writer, context));
-    if (!_isDryRun && context.hasChanges() && !context.save(error))
+    const auto isSame = [](const VXImportedContact &each) { return each.outcome == Outcome::Same; };
+    if (!save(context, !std::ranges::all_of(imported, isSame), error))
         return false;
     for (const VXImportedContact &each : std::as_const(imported))
         count(each);
@@ -126,11 +124,11 @@ bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
 
 bool VXContactImport::importGroups(VXError *error)
 {
-    if (!_isDryRun && !beginChangeSet(error))
-        return false;
     VXManagedObjectContext context(_coordinator);
+    if (!beginChangeSet(context, error))
+        return false;
     const auto outcomes = _groups->run(context, _changeSet, &_report.problems, error);
-    if (!outcomes || (context.hasChanges() && !context.save(error)))
+    if (!outcomes || !save(context, outcomes->count(Outcome::Same) < outcomes->size(), error))
         return false;
     for (qsizetype index = 0; index < outcomes->size(); ++index) {
         const VXCard &group = _groups->groups()[index];
@@ -185,8 +183,7 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
     if (imported.outcome == Outcome::Same)
         return imported;
     if (known.person && !_isDryRun) {
-        if (!known.person->isInserted() && !known.person->isUpdated())
-            VXContactHistory::note(context, *_changeSet, known.person, false);
+        VXContactHistory::note(context, *_changeSet, known.person, false);
         writer.replace(known.person, both);
     }
     match.add({known.person, both});
@@ -201,10 +198,23 @@ void VXContactImport::count(const VXImportedContact &contact)
         _report.contacts.append(contact);
 }
 
-// Only the first portion that may change something makes one.
-bool VXContactImport::beginChangeSet(VXError *error)
+// The change set is saved with the first changes: dropping the oldest one touches persons that may be among those.
+bool VXContactImport::beginChangeSet(VXManagedObjectContext &context, VXError *error)
 {
-    if (!_changeSet)
-        _changeSet = VXContactHistory(_coordinator).begin(u"import"_s, _title, error);
-    return _changeSet.has_value();
+    if (!_isDryRun && !_changeSet)
+        _changeSet = VXContactHistory::insert(context, u"import"_s, _title, error);
+    return _isDryRun || _changeSet;
+}
+
+bool VXContactImport::save(VXManagedObjectContext &context, bool isChanged, VXError *error)
+{
+    if (_isDryRun)
+        return true;
+    if (!isChanged) {
+        if (!_isSaved)
+            _changeSet.reset();
+        return true;
+    }
+    _isSaved = context.save(error);
+    return _isSaved;
 }

@@ -82,11 +82,13 @@ private:
     bool mayBe(const VXContactRecord &contact, const VXContactRecord &known) const;
     void didMeet(const VXContactRecord &contact, const VXContactRecord &known);
     void count(const VXImportedContact &contact);
-    bool beginChangeSet(VXError *error);
+    bool beginChangeSet(VXManagedObjectContext &context, VXError *error);
+    bool save(VXManagedObjectContext &context, bool isChanged, VXError *error);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     const QString _title;
     bool _isDryRun = false;
+    bool _isSaved = false; // the change set
     std::function<bool()> _isCancelled;
     std::optional<VXContactChangeSet> _changeSet; // once there is anything to change
     QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card; their hashes

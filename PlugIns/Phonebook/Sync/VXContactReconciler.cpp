@@ -1,10 +1,12 @@
 #include "VXContactReconciler.h"
 
 #include "VXContactMatch.h"
+#include "VXContactMerge.h"
 #include "VXContactWriter.h"
 #include "VXCoreDataSaveError.h"
 #include "VXPhonebookPluginString.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QMap>
 
 #include <algorithm>
@@ -91,8 +93,6 @@ bool VXContactReconciler::run(const QList<VXPhoneContact> &contacts, bool isAll,
     }
     VXLogCoreDataSaveError(failure);
     VXSetError(error, failure);
-    if (_changeSet)
-        VXContactHistory(_coordinator).forget(*_changeSet);
     return false;
 }
 
@@ -174,6 +174,8 @@ bool VXContactReconciler::reconcile(const VXContactPlaces &places, bool isAll, V
         return false;
     if (!std::ranges::all_of(kept, [&](const VXContactPlaces::Known &known) { return takeOver(known, error); }))
         return false;
+    if (!uniteCards(kept, error))
+        return false;
     for (Link &link : _links)
         link.place.note(link.contact->location, phoneRecordOf(link.place.person()), link.contact->contact);
     for (const VXContactPlaces::Known &known : std::as_const(kept))
@@ -220,7 +222,7 @@ bool VXContactReconciler::linkContact(Link link, VXContactMatch &match, VXError 
         person = _writer->insert(contact);
         match.add({person, contact});
         _added.append(nameOf(contact));
-    } else if (!unite(person, contact, match, error)) {
+    } else if (!unite(person, contact, &match, error)) {
         return false;
     }
     if (wasDeletedHere)
@@ -231,15 +233,43 @@ bool VXContactReconciler::linkContact(Link link, VXContactMatch &match, VXError 
     return true;
 }
 
-bool VXContactReconciler::unite(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXContactMatch &match,
+bool VXContactReconciler::unite(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXContactMatch *match,
                                 VXError *error)
 {
     const VXContactRecord here = recordOf(person);
     const VXContactRecord both = VXUnitedContact(here, contact, VXContactPrecedence::Known);
     if (VXIsSameContact(here, both))
         return true;
-    match.add({person, both});
+    if (match != nullptr)
+        match->add({person, both});
     return replace(person, both, error);
+}
+
+// What one card of a person has lost, another may have got at the same time.
+bool VXContactReconciler::uniteCards(const QList<VXContactPlaces::Known> &kept, VXError *error)
+{
+    QHash<Person, int> cards;
+    for (const VXContactPlaces::Known &known : kept)
+        ++cards[known.place.person()];
+    for (const Link &link : std::as_const(_links)) {
+        const Person person = link.place.person();
+        if (cards.contains(person) && !unite(person, link.contact->contact, nullptr, error))
+            return false;
+    }
+    for (const VXContactPlaces::Known &known : kept) {
+        const Person person = known.place.person();
+        if (cards.value(person) < 2 || known.place.location().isEmpty())
+            continue;
+        const VXContactRecord news = VXMergeContacts(known.place.there(), known.met->contact, {}, {}).contact;
+        VXContactRecord lists;
+        lists.numbers = news.numbers;
+        lists.emails = news.emails;
+        lists.urls = news.urls;
+        lists.addresses = news.addresses;
+        if (!unite(person, lists, nullptr, error))
+            return false;
+    }
+    return true;
 }
 
 bool VXContactReconciler::takeOver(const VXContactPlaces::Known &known, VXError *error)
@@ -385,7 +415,7 @@ bool VXContactReconciler::beginChangeSet(VXError *error)
 {
     if (_changeSet)
         return true;
-    _changeSet = VXContactHistory(_coordinator).begin(u"sync"_s, _deviceName, error);
+    _changeSet = VXContactHistory::insert(_context, u"sync"_s, _deviceName, error);
     if (!_changeSet)
         return false;
     _writer->setChangeSet(_changeSet->number, _changeSet->date);

@@ -71,7 +71,8 @@ private:
 
     bool link(const QList<Link> &links, VXError *error);
     bool linkContact(Link link, VXContactMatch &match, VXError *error);
-    bool unite(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXContactMatch &match, VXError *error);
+    bool unite(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXContactMatch *match, VXError *error);
+    bool uniteCards(const QList<VXContactPlaces::Known> &kept, VXError *error);
     bool takeOver(const VXContactPlaces::Known &known, VXError *error);
     void bringBack(const VXContactPlaces::Known &known);
     bool applyAbsence(VXContactPlace place, VXError *error);

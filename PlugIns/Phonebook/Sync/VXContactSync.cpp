@@ -65,7 +65,7 @@ void VXContactSync::didRead(const VXDeviceAction &part)
     if (!_reconciler->question().isNull()) {
         whole()->setErrorString(
             _reconciler->question() + u' ' + VXPhonebookPluginString(u"Nothing was changed, here or there."_s) + u' ' +
-            VXPhonebookPluginString(u"A phone that was reset or replaced can be taken as a new one (isNewPhone)."_s));
+            VXPhonebookPluginString(u"A phone that was reset or replaced can be taken as a new one (--new-phone)."_s));
         return finish();
     }
     for (const VXPhoneChange &change : _reconciler->changes()) {

@@ -238,6 +238,41 @@ TEST_F(VXContactSyncTest, AContactThatLiesOnThePhoneTwiceIsOneHere)
     EXPECT_EQ(here().size(), 5);
 }
 
+// One that the phone moves from one card to another of the same person is not deleted.
+TEST_F(VXContactSyncTest, ANumberMayMoveToAnotherCardOfTheSamePerson)
+{
+    fillPhone();
+    writeFile(u"phone/pbk/ME/6"_s, "BEGIN:VCARD\nVERSION:2.1\nN:;Twice\nTEL:+15550400\nTEL:+15550499\nEND:VCARD\n");
+    sync(u"contacts"_s);
+    const QString whole = u"Twice +15550400 +15550499"_s;
+    replaceOnPhone(6, "TEL:+15550499\n", "");
+    writeFile(u"phone/pbk/ME/7"_s, "BEGIN:VCARD\nVERSION:2.1\nN:;Twice\nTEL:+15550400\nTEL:+15550499\nEND:VCARD\n");
+    sync(u"contacts"_s); // to a new card
+    EXPECT_THAT(here(), testing::Contains(whole));
+    replaceOnPhone(7, "TEL:+15550499\n", "");
+    replaceOnPhone(6, "TEL:+15550400\n", "TEL:+15550400\nTEL:+15550499\n");
+    sync(u"contacts"_s); // to one that was known
+    EXPECT_THAT(here(), testing::Contains(whole));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+    EXPECT_THAT(here(), testing::Contains(whole));
+}
+
+TEST_F(VXContactSyncTest, ControlCharactersAreInNobodysWay)
+{
+    fillPhone();
+    addOnPhone(6, "E\x07vil\x7f", "+15550600");
+    vornix({u"phonebook"_s, u"add"_s, u"Ho\u0007st"_s, u"--number"_s, u"+15550601"_s});
+    edit(u"Host"_s, {u"--note"_s, u"\u001b[2J"_s});
+    vornix(
+        {u"store"_s, u"insert"_s, u"phonebook"_s, u"VXPerson"_s, uR"({"firstName": "Raw", "note": "\u000b\u0001"})"_s});
+    EXPECT_EQ(syncContacts({u"--add"_s})[u"added"_s].toInt(), 6);
+    EXPECT_THAT(here(), testing::IsSupersetOf({u"Evil +15550600"_s, u"Host +15550601"_s, u"Raw"_s}));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+    for (const QString &contact : {u"Evil"_s, u"Host"_s, u"Raw"_s})
+        vornix({u"phonebook"_s, u"delete"_s, contact});
+    EXPECT_EQ(syncContacts()[u"carriedOut"_s].toInt(), 3);
+}
+
 TEST_F(VXContactSyncTest, WhatAPhoneRefusesIsToldAndTheRestIsDone)
 {
     fillPhone();

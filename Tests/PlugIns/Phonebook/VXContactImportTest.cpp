@@ -110,6 +110,22 @@ TEST_F(VXContactImportTest, TheSameTwiceChangesNothing)
     EXPECT_EQ(countOf(u"VXContactChangeSet"_s), 1);
 }
 
+TEST_F(VXContactImportTest, MoreChangesOfOneContactThanCanBeUndone)
+{
+    import(bob);
+    for (int number = 1; number <= 12; ++number)
+        EXPECT_EQ(import(card("Bob Hill", "TEL:+44 20 7946 0123\r\nTEL:+1555" + QByteArray::number(number) + "\r\n")),
+                  u"0 1 0 0"_s);
+    EXPECT_EQ(countOf(u"VXContactChangeSet"_s), 10);
+    EXPECT_EQ(import(bob), u"0 0 1 0"_s);
+    EXPECT_EQ(countOf(u"VXContactChangeSet"_s), 10);
+    for (int number = 12; number > 2; --number) {
+        EXPECT_TRUE(contacts().constFirst().endsWith(u"+1555%1"_s.arg(number)));
+        EXPECT_EQ(undo(), u"0 1 0 "_s);
+    }
+    EXPECT_EQ(contacts(), QStringList(u"Bob Hill||+44 20 7946 0123|+15551|+15552"_s));
+}
+
 // However it is written, what a card has is there when it comes again.
 TEST_F(VXContactImportTest, NoCardIsNewsASecondTime)
 {
