@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool turnsDirection(QChar character)
@@ -22,8 +24,9 @@ QString VXVisibleText(const QString &text)
 {
     if (std::all_of(text.cbegin(), text.cend(), isHarmless))
         return text;
+    const QString lines = QString(text).replace("\r\n"_L1, "\n"_L1);
     QString visible;
-    for (const QChar character : text) {
+    for (const QChar character : lines) {
         const char16_t unit = character.unicode();
         if (isHarmless(character))
             visible += character;

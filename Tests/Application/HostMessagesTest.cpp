@@ -86,6 +86,17 @@ TEST_F(HostMessagesTest, ListsFitTheLinesThatThereAre)
     EXPECT_THAT(runHost({u"messages"_s, u"list"_s, u"inbox"_s}).output.toStdString(), HasSubstr(std::string(200, 'x')));
 }
 
+TEST_F(HostMessagesTest, NoTextSteersTheTerminal)
+{
+    runHost({u"messages"_s, u"import"_s, u"-"_s},
+            "<?xml version='1.0' encoding='UTF-8'?>\n<smses><sms address='+15550199' date='1772359209000' type='1' "
+            "body='seven&#13;&#10;eight&#xd;\xc2\x9b\x32J&#x7f;'/></smses>");
+    const HostOutcome list = runHost({u"--json"_s, u"messages"_s, u"list"_s, u"inbox"_s});
+    const QString found = VXJSONFromText(list.output).value_or(QJsonValue())[0][u"id"_s].toString();
+    const std::string text = runHost({u"messages"_s, u"read"_s, found}).output.toStdString();
+    EXPECT_THAT(text, HasSubstr("seven eight^M<U+009B>2J^?\n"));
+}
+
 TEST_F(HostMessagesTest, WhomAMessageCanNotGoToIsTold)
 {
     const std::pair<QString, const char *> cases[] = {

@@ -11,7 +11,6 @@
 #include "VXHostOutput.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
-#include "VXVisibleText.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -80,8 +79,6 @@ QString textOfOutcome(const QJsonObject &result, const QString &key, const QStri
     const qsizetype omitted = names.size() - mostNames;
     if (omitted > 0)
         names = names.mid(0, mostNames) + QStringList(u"%1 more"_s.arg(omitted));
-    for (QString &name : names)
-        name = VXVisibleText(name);
     return words.arg(count) + (names.isEmpty() ? QString() : u" (%1)"_s.arg(names.join(", "_L1)));
 }
 
@@ -102,7 +99,7 @@ QString textOfResults(const QJsonObject &results)
             text += kind.key() + ": "_L1 + parts.join(", "_L1) + u'\n';
         for (const QString &key : {u"conflicts"_s, u"notices"_s, u"problems"_s}) {
             for (const auto &each : result.value(key).toArray())
-                text += "  "_L1 + VXVisibleText(each.toString()) + u'\n';
+                text += "  "_L1 + each.toString() + u'\n';
         }
     }
     return text;

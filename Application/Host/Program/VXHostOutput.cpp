@@ -66,12 +66,15 @@ void VXHostOutput::answer(const QString &text, const QJsonValue &value)
     if (_isJSON)
         writeLine(VXJSONText(value, QJsonDocument::Indented));
     else
-        write(text.toUtf8());
+        write(VXVisibleText(text).toUtf8()); // what it tells of may come from anybody
 }
 
 void VXHostOutput::answer(const QJsonValue &value)
 {
-    answer(_isJSON ? QString() : QString::fromUtf8(VXJSONText(value, QJsonDocument::Indented)) + u'\n', value);
+    const VXMutexLocker lock(_lock);
+    VXAssert(!_answered, u"A command answers once"_s);
+    _answered = true;
+    writeLine(VXJSONText(value, QJsonDocument::Indented));
 }
 
 void VXHostOutput::answerBytes(const QByteArray &bytes)

@@ -33,7 +33,8 @@ public:
     qsizetype width() const;
     static qsizetype widthOf(int descriptor);
 
-    /** The whole answer, in the form for people or as a JSON value: whichever was asked for. Once. */
+    /** The whole answer, in the form for people or as a JSON value: whichever was asked for. Once. Of the text
+     * what could steer a terminal is shown instead. */
     void answer(const QString &text, const QJsonValue &value);
     /** The same, of an answer that people get as JSON too. */
     void answer(const QJsonValue &value);

@@ -131,8 +131,8 @@ TEST_F(VXLogTest, FurtherLinesOfAMessageAreNoEntries)
 
 TEST_F(VXLogTest, ControlCharactersAreShownOnTheTerminal)
 {
-    EXPECT_EQ(VXVisibleText(u"tab\t, line\n, \x1b[2J, \r, \x7f, \u009b, \u202e, ä😀"_s),
-              u"tab\t, line\n, ^[[2J, ^M, ^?, <U+009B>, <U+202E>, ä😀"_s);
+    EXPECT_EQ(VXVisibleText(u"tab\t, line\n, \r\n, \x1b[2J, \r, \x7f, \u009b, \u202e, ä😀"_s),
+              u"tab\t, line\n, \n, ^[[2J, ^M, ^?, <U+009B>, <U+202E>, ä😀"_s);
     const VXLogRecorder terminal;
     VXLog::initWithFilePath(path(u"a.log"_s))->logMessage(3, u"\x1b]0;title\x07"_s);
     EXPECT_EQ(terminal.messages(), QStringList{u"<ERROR> ^[]0;title^G"_s});
