@@ -37,7 +37,8 @@ void VXDeviceWork::begin()
         _lock.emplace(_lockPath, std::chrono::milliseconds(0));
     if (!_lock || !_lock->isTimedOut())
         return carryOut([this] { start(); });
-    _whole->setErrorString(VXLocalizedString(u"The same is being done already, here or by another program: try again when it has ended."_s));
+    _whole->setErrorString(VXLocalizedString(
+        u"The same is being done already, here or by another program: try again when it has ended."_s));
     end();
 }
 

@@ -155,6 +155,16 @@ private:
     }
 };
 
+// No store takes such a date: what that throws ends the sync, and the next one can begin.
+TEST_F(VXDifficultPhoneTest, AStepThatThrowsEndsTheWhole)
+{
+    phone->contacts.insert(1, {{u"name"_s, u"Jane"_s}, {u"birthday"_s, QDate(20000, 1, 1)}});
+    EXPECT_EQ(sync(), u"0 0 0 0"_s);
+    EXPECT_FALSE(error.isEmpty());
+    phone->contacts.insert(1, {{u"name"_s, u"Jane"_s}});
+    EXPECT_EQ(sync(), u"1 0 0 0"_s);
+}
+
 // The rest is done, each failure told, and what is missing there is put there when it can be.
 TEST_F(VXDifficultPhoneTest, WhatIsRefusedOrHasNoRoomStaysHereAndToBeDone)
 {
