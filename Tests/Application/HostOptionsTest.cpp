@@ -108,7 +108,8 @@ TEST(HostOptionsTest, UsageIsOfTheVerbAndFitsTheTerminal)
         {u"history"_s,
          {},
          u"usage: vornix history [list|replay] [OPERAND]... [OPTION]...; see vornix help\n              history"_s},
-        {u"sync"_s, u"mine"_s, u"usage: vornix sync DEVICE [--contacts] [--messages] [--calls] [--add] [--yes]"_s},
+        {u"sync"_s, u"mine"_s,
+         u"usage: vornix sync DEVICE [--contacts] [--messages] [--calls] [--add]\n              [--new-phone] [--yes]"_s},
     };
     for (const auto &[command, verb, usage] : cases)
         EXPECT_EQ(VXHostUsage(table().find(command), verb), usage);
