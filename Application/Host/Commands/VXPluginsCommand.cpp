@@ -143,11 +143,12 @@ int install(VXHostContext &context, VXPluginManager &manager)
 // One that is enabled and not there can be taken off the list, and no more.
 int disableAbsent(VXHostContext &context, const VXAbsentPlugin &plugin)
 {
-    VXUserDefaults::standardUserDefaults().updateObject(u"plugins"_s, [&](const QVariant &current) {
-        QStringList enabled = current.toStringList();
-        enabled.removeAll(plugin.identifier);
-        return QVariant(enabled);
-    });
+    VXUserDefaults::standardUserDefaults().updateObject(u"plugins"_s,
+                                                        [identifier = plugin.identifier](const QVariant &current) {
+                                                            QStringList enabled = current.toStringList();
+                                                            enabled.removeAll(identifier);
+                                                            return QVariant(enabled);
+                                                        });
     context.output.answer(u"Disabled %1.\n"_s.arg(plugin.identifier), plugin.json());
     return VXHostOutput::Done;
 }
