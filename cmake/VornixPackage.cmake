@@ -17,7 +17,8 @@ export(EXPORT VornixTargets NAMESPACE Vornix:: FILE "${PROJECT_BINARY_DIR}/Vorni
 # The documents and examples, with their links to each other; and the reference pages, where scripts/docs has made them.
 set(document_dir "${CMAKE_INSTALL_DATADIR}/doc/vornix")
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CONTRIBUTING.md" DESTINATION "${document_dir}")
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION "${document_dir}/docs" FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION "${document_dir}/docs"
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/Examples" DESTINATION "${document_dir}" USE_SOURCE_PERMISSIONS)
 file(GLOB_RECURSE documents CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/PlugIns/*.md"
   "${PROJECT_SOURCE_DIR}/Interface/*.md" "${PROJECT_SOURCE_DIR}/Tools/*.md")

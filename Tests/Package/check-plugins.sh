@@ -55,7 +55,7 @@ expect "Try reactor is loaded" vornix log
 
 export VORNIX_PLUGIN_PATH=$folder/kinds/new/device
 expect "Added " vornix devices add org.example.trydevice first
-expect "Hello, phone" vornix devices do vxdevice://localhost/org.example.trydevice/first echo --object '"Hello, phone"'
+expect "Jane" vornix devices do vxdevice://localhost/org.example.trydevice/first read_contacts
 [[ -s "$folder/home/.local/share/Vornix 2/Data/trydata.vxdatastore/trydata.sqlite" ]]
 # The new reactor and the new exporter in answer to an event.
 export VORNIX_PLUGIN_PATH=$folder/kinds/new/reactor:$folder/kinds/new/exporter
