@@ -34,6 +34,14 @@ VXError cancelledError()
     return {VXErrorDomain, VXErrorCancelled};
 }
 
+QString textOf(const QVariantMap &userInfo)
+{
+    QStringList texts;
+    for (auto each = userInfo.cbegin(); each != userInfo.cend(); ++each)
+        texts.append(u"%1 = %2"_s.arg(each.key(), each->toString()));
+    return u"{"_s + texts.join("; "_L1) + u"}"_s;
+}
+
 QString titleFor(const QString &format, VXDataPlugin &plugin)
 {
     return VXLocalizedString(format).arg(plugin.dataStoreName());
@@ -124,12 +132,13 @@ std::unique_ptr<Controller> Controller::exportStore(const StorePtr &source, cons
 }
 
 std::unique_ptr<Controller> Controller::rehearse(const StorePtr &source, const StorePtr &destination,
-                                                 VXDataPlugin &plugin)
+                                                 VXDataPlugin &plugin, bool isMerge)
 {
     std::unique_ptr<Controller> controller(
         new Controller(titleFor(u"Trying to copy %1 data file..."_s, plugin), plugin));
     controller->setStores(source, destination);
     controller->_migration.setIntoNewStore(false);
+    controller->_migration.setMerge(isMerge);
     return controller;
 }
 
@@ -285,8 +294,8 @@ void Controller::tellOfNothing()
     for (const VXEntityMigration &entity : entities) {
         if (entity.ignored > 0)
             text += u"; %1 of \"%2\" have no new object"_s.arg(entity.ignored).arg(entity.entity);
-        _migration.noteCopied(entity.entity, 0);
     }
+    _migration.noteNothingSaved();
     VXLogMethod(VXLogWarning, "performMigrationThreaded:", text);
 }
 
@@ -307,8 +316,8 @@ void Controller::contextDidMigrate(VXManagedObjectContext &context, bool isLast)
             migrationDidComplete({});
         return;
     }
-    VXLogMethod(VXLogError, "contextDidMigrate:",
-                u"%1: %2"_s.arg(_saveError.description(), VXDescription(_saveError.localizedRecoverySuggestion())));
+    VXLogMethod(VXLogError,
+                "contextDidMigrate:", u"%1: %2"_s.arg(_saveError.description(), textOf(_saveError.userInfo())));
     VXLogCoreDataSaveError(_saveError);
 }
 

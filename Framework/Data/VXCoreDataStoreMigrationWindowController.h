@@ -16,8 +16,8 @@ class VXManagedObjectContext;
 
 /**
  * Copies one store into another with the hooks of a plugin, on a thread of its own, while a window shows how far it is and lets
- * the user cancel. The copy is saved on the main thread. A store of its own is then read from its file and compared with what
- * was to be saved (VXStoreVerification), unless the preference "migration.verify" is off. Main thread only, but for what says otherwise.
+ * the user cancel. What the hooks made is held against the source (VXSourceComparison), and saved on the main thread. A store of
+ * its own is then read from its file and compared with what was to be saved (VXStoreVerification). Both unless the preference "migration.verify" is off. Main thread only, but for what says otherwise.
  */
 class VX_EXPORT VXCoreDataStoreMigrationWindowController
 {
@@ -30,9 +30,9 @@ public:
     static std::unique_ptr<VXCoreDataStoreMigrationWindowController>
     exportStore(const StorePtr &source, const StorePtr &destination, VXDataPlugin &plugin);
 
-    /** Into a store in memory, to see what would become of the objects. */
+    /** Into a store in memory, to see what would become of the objects, in a merge or else an upgrade. */
     static std::unique_ptr<VXCoreDataStoreMigrationWindowController>
-    rehearse(const StorePtr &source, const StorePtr &destination, VXDataPlugin &plugin);
+    rehearse(const StorePtr &source, const StorePtr &destination, VXDataPlugin &plugin, bool isMerge);
 
     virtual ~VXCoreDataStoreMigrationWindowController();
     VXCoreDataStoreMigrationWindowController(const VXCoreDataStoreMigrationWindowController &) = delete;

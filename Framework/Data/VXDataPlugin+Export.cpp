@@ -44,7 +44,7 @@ VXError VXDataPlugin::exportStoreTo(const QString &path, bool validates)
     VXFolderInMaking folder(path);
     problem = folder.problem();
     if (!problem)
-        problem = validates ? exportValidated(folder.path()) : exportPlain(folder.path());
+        problem = validates ? exportValidated(folder.path()) : exportPlain(folder.path(), path);
     if (!problem && VXFileManager::itemExistsAtPath(path))
         problem = VXFileManager::defaultManager().safelyTrashFileAtPath(path);
     bool isTaken = false;
@@ -53,14 +53,14 @@ VXError VXDataPlugin::exportStoreTo(const QString &path, bool validates)
     return folder.errorAbout(problem, path);
 }
 
-VXError VXDataPlugin::exportPlain(const QString &folder)
+VXError VXDataPlugin::exportPlain(const QString &folder, const QString &path)
 {
     VXError problem;
     const StorePtr store = storeToExport(&problem);
     if (store && store->copyTo(folder, &problem))
         return {};
-    VXLogMethod(VXLogError, "exportStoreAction:",
-                u"Could not copy file: %1 -> %2: %3"_s.arg(dataStorePath(), folder, problem.description()));
+    VXLogMethod(VXLogError, "exportStoreAction:", u"Could not copy file: %1 -> %2"_s.arg(dataStorePath(), path));
+    VXLogMethod(VXLogError, "exportStoreAction:", problem.description());
     return VXMakeError(VXLocalizedString(u"Unable to copy file"_s), "%s", qUtf8Printable(problem.description()));
 }
 

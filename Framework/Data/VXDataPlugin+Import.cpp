@@ -93,8 +93,10 @@ StorePtr VXDataPlugin::ownStoreAt(const QString &path, VXError *error)
     if (!store || !store->persistentStoreCoordinator(error))
         return nullptr;
     const QVariantMap metadata = store->metadata();
-    const QString owner = metadata.value(VXStoreOwnerIdentifierKey).toString();
-    if (owner.isNull() ? !hasEntityOf(*store) : owner != identifier())
+    const bool isOwn = metadata.value(VXStoreOwnerIdentifierKey) == identifier();
+    if (const VXError problem = problemOfOwner(metadata, store->dataFileName()))
+        VXSetError(error, problem);
+    else if (!isOwn && !hasEntityOf(*store))
         VXSetError(error, errorOf(u"Data file does not belong to this plugin"_s, path));
     else if (ageOf(metadata) == Age::Newer)
         VXSetError(error, errorOf(u"Data file is newer than this plugin supports"_s, path));
@@ -212,12 +214,26 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
     return folder.errorAbout(before.errorAbout(problem, dataStorePath()), store->storePath());
 }
 
+// Beside the store where it cannot go to the trash: what was merged can be taken back.
 void VXDataPlugin::keepMerged(const QString &before)
 {
+    constexpr const char *operation = "importStoreAtPath:error:";
+    _oldStore = QString();
     if (!VXFileManager::itemExistsAtPath(before))
         return;
-    if (const VXError problem = VXStorePast::trash(dataStorePath(), before, u"merged"_s))
-        VXLogMethod(VXLogWarning, "importStoreAtPath:error:", "trash: "_L1 + problem.description());
+    const QString path = dataStorePath();
+    VXError problem = VXStorePast::trash(path, before, u"merged"_s, &_oldStore);
+    if (!problem)
+        return;
+    VXLogMethod(VXLogWarning, operation, "trash: "_L1 + problem.description());
+    QString place = path + ".merged"_L1;
+    for (int next = 1; VXFileManager::itemExistsAtPath(place); ++next)
+        place = u"%1.merged.%2"_s.arg(path).arg(next);
+    problem = VXStorePast::move(path, before, place, u"merged"_s);
+    if (problem)
+        VXLogMethod(VXLogError, operation, problem.description());
+    else
+        _oldStore = place;
 }
 
 StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const
@@ -247,8 +263,9 @@ VXError VXDataPlugin::stageStore(VXCoreDataStore &store)
     bool isTaken = false;
     if (isCopied && folder.moveIntoPlace(&isTaken, &problem))
         return {};
-    VXLogMethod(VXLogError, "importStoreAtPath:error:",
-                u"Could not copy file: %1 -> %2: %3"_s.arg(store.storePath(), place, problem.description()));
+    VXLogMethod(VXLogError,
+                "importStoreAtPath:error:", u"Could not copy file: %1 -> %2"_s.arg(store.storePath(), place));
+    VXLogMethod(VXLogError, "importStoreAtPath:error:", problem.description());
     return errorOf(u"Unable to copy file"_s, problem.description());
 }
 

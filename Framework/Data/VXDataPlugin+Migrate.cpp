@@ -6,6 +6,7 @@
 #include "VXFramework.h"
 #include "VXGuard.h"
 #include "VXMethodLog.h"
+#include "VXSourceComparison.h"
 #include "VXValueIdentity.h"
 
 #include <algorithm>
@@ -134,18 +135,24 @@ std::optional<QHash<VXManagedObjectID, Members>> missingMembers(const VXEntityDe
     return missing;
 }
 
-// What stands for the target of a relationship; null also for what the new relationship, if there is one, cannot lead to.
-VXManagedObjectPtr newTarget(const VXManagedObjectID &oldID, const VXMigratedObjects &newObjects,
-                             const VXRelationshipDescription *made)
-{
-    VXManagedObjectPtr object = newObjects.value(oldID);
-    const bool fits = object && (made == nullptr || object->entity().isKindOfEntity(made->destination()));
-    return fits ? object : nullptr;
-}
-
 const VXRelationshipDescription *relationshipOf(const VXManagedObjectPtr &object, const QString &name)
 {
     return object ? object->entity().relationshipForName(name) : nullptr;
+}
+
+// False where the way back leads to another object by now, and to one only: nothing is taken away from that.
+bool hasRoomFor(const VXRelationshipDescription &made, const VXManagedObjectPtr &target,
+                const VXManagedObjectPtr &source)
+{
+    const VXManagedObjectPtr taken = target->related(made.inverse()->index());
+    return !taken || taken == source;
+}
+
+// Whether new objects can lead to one object only where several of the old ones led to it.
+bool canLackRoom(const VXRelationshipDescription &old, const VXRelationshipDescription &made)
+{
+    const bool wasOneOfSeveral = old.inverse() == nullptr || old.inverse()->isToMany() || !made.isToMany();
+    return wasOneOfSeveral && made.inverse() != nullptr && !made.inverse()->isToMany();
 }
 
 // The new objects, by their names, of what an old object leads to.
@@ -155,7 +162,7 @@ QString textOfMembers(const QList<VXManagedObjectID> &oldIDs, const VXMigratedOb
     QStringList oldNames;
     QStringList newNames;
     for (const VXManagedObjectID &objectID : oldIDs) {
-        const VXManagedObjectPtr object = newTarget(objectID, newObjects, made);
+        const VXManagedObjectPtr object = VXMigratedTarget(objectID, newObjects, made);
         oldNames.append(nameOf(objectID));
         newNames.append(object ? nameOf(object->objectID()) : u"<null>"_s);
     }
@@ -198,10 +205,15 @@ bool VXDataPlugin::migrateObjectAttribute(const QString &attribute, const VXMana
         return false;
     }
     VXStoreMigration *const run = VXStoreMigration::current();
-    if (run != nullptr && value != before && !VXIsSameValue(value, before)) // not a number is the same, too
+    const bool isChanged = value != before && !VXIsSameValue(value, before); // not a number is the same, too
+    if (run != nullptr && isChanged)
         ++run->entity(oldObject->entity().name()).changedValues[attribute];
     if (value.isValid())
         newObject->setAttribute(made->index(), value);
+    if (run != nullptr && before.isValid() && (isChanged || made->type() != old->type())) {
+        if (const QVariant after = newObject->attribute(made->index()); !VXIsSameValue(after, before))
+            run->noteChange(*old, oldObject->objectID(), after);
+    }
     return true;
 }
 
@@ -231,6 +243,13 @@ std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXE
             VXLogMethod(VXLogWarning, "migrateEntityAttributes:fromManagedObjectContext:",
                         "ignoring: "_L1 + nameOf(oldObject->objectID()));
             return true;
+        }
+        if (made->managedObjectContext() != &newContext) {
+            VXSetError(error, VXMakeError(VXLocalizedString(u"The data could not be copied"_s), "%s",
+                                          qUtf8Printable(
+                                              VXLocalizedString(u"What stands for %1 is no object of the new store."_s)
+                                                  .arg(nameOf(oldObject->objectID())))));
+            return false;
         }
         newObjects.insert(oldObject->objectID(), made);
         return migrateObjectAttributes(oldObject, version, made, error);
@@ -262,28 +281,40 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
     }
     QList<VXManagedObjectPtr> related;
     for (const VXManagedObjectID &objectID : oldIDs) {
-        if (VXManagedObjectPtr object = newTarget(objectID, newObjects, made))
+        if (VXManagedObjectPtr object = VXMigratedTarget(objectID, newObjects, made))
             related.append(std::move(object));
     }
-    if (related.size() < oldIDs.size()) {
-        noteNotFound(oldObject, relationship, oldIDs.size() - related.size());
+    const qsizetype found = related.size();
+    if (found < oldIDs.size()) {
+        noteNotFound(oldObject, relationship, oldIDs.size() - found);
         QString text =
             u"Unable to retrieve relationship %1 for object %2"_s.arg(relationship, nameOf(oldObject->objectID()));
         if (old->isToMany())
             text += textOfMembers(oldIDs, newObjects, made);
         VXLogMethod(VXLogWarning, relationshipOperation, text);
     }
-    if (!made->isToMany() && related.size() > 1) { // there is room for one of them
-        noteNotFound(oldObject, relationship, related.size() - 1);
-        VXLogMethod(VXLogWarning, relationshipOperation,
-                    u"Unable to keep more than one of %1 objects in relationship %2 for object %3"_s.arg(related.size())
-                        .arg(relationship, nameOf(oldObject->objectID())));
-    }
+    if (canLackRoom(*old, *made))
+        related.removeIf([&](const VXManagedObjectPtr &target) { return !hasRoomFor(*made, target, newObject); });
+    if (!made->isToMany() && related.size() > 1)
+        related.resize(1);
+    if (related.size() < found)
+        tellOfNoRoom(oldObject, *old, found, found - related.size());
     if (made->isToMany())
         newObject->setRelatedObjects(made->index(), related);
     else if (!related.isEmpty())
         newObject->setRelated(made->index(), related.constFirst());
     return newObject;
+}
+
+void VXDataPlugin::tellOfNoRoom(const VXManagedObjectPtr &oldObject, const VXRelationshipDescription &old,
+                                qsizetype found, qsizetype leftOut) const
+{
+    noteNotFound(oldObject, old.name(), leftOut);
+    if (VXStoreMigration *const run = VXStoreMigration::current())
+        run->noteWithoutRoom(old, leftOut);
+    VXLogMethod(VXLogWarning, relationshipOperation,
+                u"There is no room for %1 of %2 objects in relationship %3 for object %4"_s.arg(leftOut).arg(found).arg(
+                    old.name(), nameOf(oldObject->objectID())));
 }
 
 void VXDataPlugin::tellOfMissingMembers(const VXManagedObjectPtr &oldObject, const QString &relationship,
@@ -377,6 +408,26 @@ bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContex
     });
 }
 
+bool VXDataPlugin::copyObjects(VXManagedObjectContext &oldContext, int version, VXManagedObjectContext &newContext,
+                               VXError *error)
+{
+    if (!migrateManagedObjectContext(oldContext, version, newContext, error))
+        return false;
+    VXStoreMigration *const run = VXStoreMigration::current();
+    if (run == nullptr || !run->verifies())
+        return true;
+    const VXError difference = VXSourceComparison(*run, newContext, [&](const VXPropertyDescription &old) {
+                                   return comparesProperty(old, version);
+                               }).compare(*oldContext.persistentStoreCoordinator());
+    VXSetError(error, difference);
+    return !difference;
+}
+
+bool VXDataPlugin::comparesProperty(const VXPropertyDescription &, int) const
+{
+    return true;
+}
+
 namespace {
 
 // The number that the version of a store begins with; none when it begins with another character.
@@ -418,8 +469,7 @@ std::unique_ptr<VXManagedObjectContext> VXDataPlugin::migrateStore(VXCoreDataSto
                         u"unknown store version: 0x%1 %2"_s.arg(quintptr(stored.constData()), 0, 16)
                             .arg(VXDescription(stored.toString())));
         const std::optional<bool> areCopied = copyRows(*from, *to, version.value_or(0), error);
-        if (!(areCopied ? *areCopied
-                        : migrateManagedObjectContext(oldContext, version.value_or(0), *newContext, error)))
+        if (!(areCopied ? *areCopied : copyObjects(oldContext, version.value_or(0), *newContext, error)))
             return nullptr;
         if (VXStoreMigration *const run = VXStoreMigration::current())
             run->begin(VXStoreMigration::Phase::Checking);

@@ -269,23 +269,28 @@ void VXDataPlugin::tellOfWaitingStore() const
     VXConsoleLog(text);
 }
 
-// Whoever changes the model and not the version learns it here, and not when a key turns out to be missing.
-void VXDataPlugin::tellOfChangedModel(const VXManagedObjectModel &stored) const
+QString VXDataPlugin::changedEntity(const VXManagedObjectModel &stored) const
 {
     const VXManagedObjectModel::Ptr own = dataStoreVersion().isNull() ? nullptr : ownModel(nullptr);
     if (!own)
-        return;
+        return {};
     for (auto hash = own->entityVersionHashes().cbegin(); hash != own->entityVersionHashes().cend(); ++hash) {
-        if (stored.entityVersionHashes().value(hash.key()) == *hash)
-            continue;
-        const QString text =
-            u"Entity \"%1\" of the plugin %2 is another one in its store \"%3\", which keeps the model it "
-            "was written with: raise VXDataStoreVersion with each change of the model"_s.arg(
-                hash.key(), VXDescription(identifier()), dataStoreName());
-        VXLogMethod(VXLogWarning, "_validateAndSaveStoreController:", text);
-        VXConsoleLog(text);
-        if (VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier()))
-            proxy->setLoadError(text);
-        return;
+        if (stored.entityVersionHashes().value(hash.key()) != *hash)
+            return hash.key();
     }
+    return {};
+}
+
+// Whoever changes the model and not the version learns it here, and not when a key turns out to be missing.
+void VXDataPlugin::tellOfChangedModel(const VXManagedObjectModel &stored) const
+{
+    const QString entity = changedEntity(stored);
+    if (entity.isNull())
+        return;
+    const QString text = u"Entity \"%1\" of the plugin %2 is another one in its store \"%3\", which keeps the model it "
+                         "was written with: raise VXDataStoreVersion with each change of the model"_s.arg(
+                             entity, VXDescription(identifier()), dataStoreName());
+    VXLogMethod(VXLogWarning, "_validateAndSaveStoreController:", text);
+    if (VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier()))
+        proxy->setLoadError(text);
 }

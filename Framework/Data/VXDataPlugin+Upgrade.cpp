@@ -34,6 +34,11 @@ bool exists(const QString &path)
     return VXFileManager::itemExistsAtPath(path);
 }
 
+bool beginsWithNumber(const QString &version)
+{
+    return !version.isEmpty() && version[0] >= u'0' && version[0] <= u'9';
+}
+
 VXError newerError(const QString &path)
 {
     return VXMakeError(VXLocalizedString(u"Data file is newer than this plugin supports"_s), "%s",
@@ -72,8 +77,13 @@ StorePtr VXDataPlugin::_loadBundleStoreFile(const QString &path, VXError *error)
 StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
 {
     StorePtr store = coreDataStoreClass().storeWithPath(path);
-    if (!store || !isOwnStore(path, error))
+    if (!store)
         return nullptr;
+    if (const VXError problem =
+            problemOfOwner(metadataOfStore(path, nullptr).value_or(QVariantMap()), store->dataFileName())) {
+        VXSetError(error, problem); // what cannot be read fails later
+        return nullptr;
+    }
     if (dataStoreVersion().isNull())
         return store;
     const std::optional<Age> age = ageOfStore(path, error);
@@ -120,22 +130,18 @@ std::optional<QVariantMap> VXDataPlugin::metadataOfStore(const QString &path, VX
     return QVariantMap();
 }
 
-// The identifiers of plugins may change, and their stores stay theirs. But of two plugins that are there, whose stores have one
-// name, only one can have it.
-bool VXDataPlugin::isOwnStore(const QString &path, VXError *error) const
+// The identifiers of plugins may change, and their stores stay theirs. But of two plugins that are there only one can have a
+// store, that which its data file is named after.
+VXError VXDataPlugin::problemOfOwner(const QVariantMap &metadata, const QString &dataFileName) const
 {
-    const QVariantMap metadata =
-        metadataOfStore(path, nullptr).value_or(QVariantMap()); // what cannot be read fails later
     const QString owner = metadata.value(VXStoreOwnerIdentifierKey).toString();
     const VXPluginProxy *const other =
         owner == identifier() ? nullptr : VXPluginManager::sharedPluginManager().pluginWithIdentifier(owner);
     if (other == nullptr || !other->isInstalled() ||
-        other->bundle()->infoDictionary().value(u"VXDataStoreName"_s) != dataStoreName())
-        return true;
+        other->infoText(u"VXDataStoreName"_s) != QFileInfo(dataFileName).completeBaseName())
+        return {};
     const QString reason = VXLocalizedString(u"It is that of %1, whose store has the same name."_s).arg(owner);
-    VXSetError(error, VXMakeError(VXLocalizedString(u"Data file does not belong to this plugin"_s), "%s",
-                                  qUtf8Printable(reason)));
-    return false;
+    return VXMakeError(VXLocalizedString(u"Data file does not belong to this plugin"_s), "%s", qUtf8Printable(reason));
 }
 
 std::optional<VXDataPlugin::Age> VXDataPlugin::ageOfStore(const QString &path, VXError *error) const
@@ -154,6 +160,8 @@ VXDataPlugin::Age VXDataPlugin::ageOf(const QVariantMap &metadata) const
         return Age::Same;
     const QString stored = metadata.value(VXStoreVersionKey).toString(); // none: older than any
     int order = stored.isNull() ? -1 : vx_compareVersion(stored, dataStoreVersion());
+    if (order > 0 && !beginsWithNumber(stored) && beginsWithNumber(dataStoreVersion()))
+        order = -1; // nobody knows which it is; what a later version writes begins as those before
     if (order == 0) {
         const QString ownFilters = smartFilterVersion();
         const QString filters = metadata.value(VXStoreSmartFilterVersionKey, u"1"_s).toString();
@@ -192,6 +200,7 @@ VXError VXDataPlugin::run(VXCoreDataStoreMigrationWindowController &controller)
 {
     VXError error = controller.runModal();
     _lastMigration = controller.migration().entities();
+    _hasSavedNothing = !error && controller.migration().savesNothing();
     return error;
 }
 
@@ -201,6 +210,13 @@ QString VXDataPlugin::storeToOpen() const
     const QStringList places{waitingPath(), dataStorePath(), upgradingPath()};
     const auto found = std::ranges::find_if(places, exists);
     return found == places.end() ? QString() : *found;
+}
+
+QString VXDataPlugin::changedEntityOfStoreToOpen() const
+{
+    const StorePtr store = dataStoreVersion().isNull() ? nullptr : coreDataStoreClass().storeWithPath(storeToOpen());
+    const VXManagedObjectModel::Ptr model = store ? store->managedObjectModel() : nullptr;
+    return model ? changedEntity(*model) : QString();
 }
 
 std::optional<bool> VXDataPlugin::isUpgradeDue(VXError *error) const
@@ -214,17 +230,23 @@ std::optional<bool> VXDataPlugin::isUpgradeDue(VXError *error) const
     return age && age != Age::Newer ? std::optional(*age == Age::Older) : std::nullopt;
 }
 
-VXError VXDataPlugin::rehearse(const StorePtr &source, QList<VXEntityMigration> *entities)
+VXError VXDataPlugin::rehearse(const StorePtr &source, bool isMerge)
 {
     VXError error;
     const StorePtr destination = _loadMemoryStoreController(&error);
     if (!destination)
         return error;
     source->openReadOnly();
-    const auto controller = VXCoreDataStoreMigrationWindowController::rehearse(source, destination, *this);
-    error = controller->runModal();
-    *entities = controller->migration().entities();
-    return error;
+    return run(*VXCoreDataStoreMigrationWindowController::rehearse(source, destination, *this, isMerge));
+}
+
+StorePtr VXDataPlugin::earlierStoreAt(const QString &path, VXError *error)
+{
+    const QString place = QFileInfo(path).canonicalFilePath();
+    if (place.isEmpty() || place != QFileInfo(dataStorePath()).canonicalFilePath())
+        return ownStoreAt(path, error);
+    VXSetError(error, VXMakeError(VXLocalizedString(u"It is the store itself"_s), "%s", qUtf8Printable(path)));
+    return nullptr;
 }
 
 // By way of the install folder: whoever ends the program meanwhile, one of both stores is found, and the next start goes on.
@@ -236,7 +258,7 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
     const bool isOld = QDir::cleanPath(from) == upgradingPath();
     if (!bringBackLoneUpgradingFile(dataStorePath(), &error) || (isOld && !exists(from)))
         return error;
-    const StorePtr store = ownStoreAt(from, &error);
+    const StorePtr store = earlierStoreAt(from, &error);
     if (!store)
         return error;
     error = stageStore(*store);
@@ -344,6 +366,8 @@ void VXDataPlugin::removeUpgradingFile()
         u"Keep a backup of this file if you think you might want to revert to an older version of Vornix."_s);
     alert.defaultButton = VXGlobalString(u"OK"_s);
     alert.checkBoxTitle = VXLocalizedString(u"Save old data file as backup."_s);
+    if (_hasSavedNothing)
+        alert.details = VXLocalizedString(u"Nothing was copied: the new data file is empty, as the plugin wants it."_s);
     const VXAlertResult answer = VXApplication::sharedApplication().userInterface().runAlert(alert);
     if (!exists(upgrading)) // another process was told meanwhile
         return;
@@ -388,9 +412,8 @@ void VXDataPlugin::moveUpgradingFile(const QString &upgrading, const QString &pl
             return;
         }
     }
-    if (!files.moveItemAtPath(upgrading, place)) {
+    if (!VXStorePast::move(dataStorePath(), upgrading, place, u"upgraded"_s)) {
         _oldStore = place;
-        VXStorePast::note(dataStorePath(), place, u"upgraded"_s);
         return;
     }
     VXLogMethod(VXLogError, operation, u"Could not move file: %1 -> %2"_s.arg(upgrading, place));

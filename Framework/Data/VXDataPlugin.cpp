@@ -26,6 +26,7 @@ bool hasFailed = false;
 
 // The name of the store that is not to be opened; null for none.
 QString heldBack;
+bool isEveryStoreHeldBack = false;
 
 // Without the numbers, which the log has.
 QString textForPeople(const VXError &error)
@@ -90,6 +91,11 @@ void VXDataPlugin::holdBackStore(const QString &storeName)
     heldBack = storeName;
 }
 
+void VXDataPlugin::holdBackAllStores()
+{
+    isEveryStoreHeldBack = true;
+}
+
 // A store that cannot be opened must not keep the plugin manager from going on to the end of the application.
 void VXDataPlugin::_pluginWillLoad()
 {
@@ -105,7 +111,7 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXErr
     };
     if (hasFailed)
         return refuse(u"The store of a data plugin could not be opened"_s);
-    if (heldBack == dataStoreName())
+    if (isEveryStoreHeldBack || heldBack == dataStoreName())
         return refuse(u"The store is left alone for now"_s);
     if (_isOpening) { // by a call that has not returned, as when it asks the user something
         VXLogMethod(VXLogWarning, "persistentStoreCoordinator", "the store is being opened: "_L1 + dataStoreName());

@@ -64,6 +64,8 @@ public:
     /** Nobody gets the store of that name (null: holds back none), nor is it opened when its plugin loads: for who looks at it
      * first, or puts another in its place. Of one that is open already nothing changes. */
     static void holdBackStore(const QString &storeName);
+    /** The same of all stores, for good. */
+    static void holdBackAllStores();
 
     // -- Making store folders
     /**
@@ -121,6 +123,12 @@ public:
     /** Both passes over all entities that the old model has. */
     virtual bool migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
                                              VXManagedObjectContext &newContext, VXError *error);
+    /**
+     * Whether a property of the old model is held against what the new objects have under the same name, before they are saved:
+     * each value, but where migrateObjectValue gave another one, and each reference to what was copied. False for what other
+     * hooks change.
+     */
+    virtual bool comparesProperty(const VXPropertyDescription &old, int version) const;
     /** A context with copies of all objects of the source, not saved; of rows that were copied as they are it knows nothing, they
      * are in the new store already. Null on failure, or, without an error, when the hooks want
      * nothing saved. What the hooks throw becomes the error, if it is a VXException or std::exception. */
@@ -136,16 +144,24 @@ public:
     void removeUpgradingFile();
     /** Decides beforehand what becomes of the old store, and nobody is asked: null for the trash, else where it goes as a backup. */
     void setUpgradeBackup(const QString &path) { _upgradeBackup = path; }
-    /** Where the old store of the last upgrade went, once that is settled. */
+    /** Where the old store of the last upgrade went, once that is settled, or what the store was before a merge; null when it
+     * could not be kept. */
     const QString &oldStore() const { return _oldStore; }
     /** The store that the next start opens, wherever it lies now; null when there is none. */
     QString storeToOpen() const;
     /** Whether that one is of an older version. Empty, with an error, when it cannot be told, or is of a newer one. */
     std::optional<bool> isUpgradeDue(VXError *error = nullptr) const;
-    /** Copies a store into one that is gone afterwards, to see what an upgrade or import would do. Nothing is written. */
-    VXError rehearse(const StorePtr &source, QList<VXEntityMigration> *entities);
-    /** What became of the objects in the last upgrade, import or validated export. */
+    /** An entity of the plugin's model that is another one in that store, though of the same version, as when VXDataStoreVersion
+     * was not raised; null for none. */
+    QString changedEntityOfStoreToOpen() const;
+    /** Copies a store into one that is gone afterwards, to see what an upgrade or a merge would do. Nothing is written. */
+    VXError rehearse(const StorePtr &source, bool isMerge);
+    /** What became of the objects in the last upgrade, merge, validated export or rehearsal. */
     const QList<VXEntityMigration> &lastMigration() const { return _lastMigration; }
+    /** Whether the hooks wanted nothing saved in that, which counts as success. */
+    bool hasSavedNothing() const { return _hasSavedNothing; }
+    /** One that can be taken back: as ownStoreAt, and not the present one. */
+    StorePtr earlierStoreAt(const QString &path, VXError *error);
     /** The stores from before, the last one first; with that of an upgrade that is not settled. */
     QList<VXStorePast::Entry> earlierStores() const;
     /**
@@ -180,7 +196,7 @@ public:
     /** A file that is one to import, and what the plugin says of it. Asks nobody. */
     StorePtr storeToImport(const QString &path, QString *description, VXError *error);
     /** Copies all objects of a store, as of now, into the plugin's own, which must be open, with a progress window. What that was
-     * before is then in the trash, as an earlier store. */
+     * before is then in the trash, or else beside the store, as an earlier store (oldStore). */
     VXError mergeStore(const StorePtr &store);
     /** Puts a copy of a store, as of now, where it waits to replace the plugin's own at the next start. */
     VXError stageStore(VXCoreDataStore &store);
@@ -226,7 +242,7 @@ private:
     VXCoreDataStore::Ptr _loadBundleStoreFile(const QString &path, VXError *error);
     QString smartFilterVersion() const;
     std::optional<QVariantMap> metadataOfStore(const QString &path, VXError *error) const;
-    bool isOwnStore(const QString &path, VXError *error) const;
+    VXError problemOfOwner(const QVariantMap &metadata, const QString &dataFileName) const;
     Age ageOf(const QVariantMap &metadata) const;
     std::optional<Age> ageOfStore(const QString &path, VXError *error) const;
     bool hasEntityOf(VXCoreDataStore &store) const;
@@ -240,15 +256,20 @@ private:
     StorePtr snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const;
     void keepMerged(const QString &before);
     void askForRelaunch();
-    VXError exportPlain(const QString &folder);
+    VXError exportPlain(const QString &folder, const QString &path);
     VXError exportValidated(const QString &folder);
     StorePtr storeToExport(VXError *error) const;
     VXError problemWithPlace(const QString &path) const;
     void moveUpgradingFile(const QString &upgrading, const QString &place);
     void trashUpgradingFile(const QString &upgrading);
+    void tellOfNoRoom(const VXManagedObjectPtr &oldObject, const VXRelationshipDescription &old, qsizetype found,
+                      qsizetype leftOut) const;
+    bool copyObjects(VXManagedObjectContext &oldContext, int version, VXManagedObjectContext &newContext,
+                     VXError *error);
     void tellOfMissingMembers(const VXManagedObjectPtr &oldObject, const QString &relationship,
                               const QList<VXManagedObjectID> &missing, const VXMigratedObjects &newObjects) const;
     bool saveStamp(VXCoreDataStore &store, VXError *error);
+    QString changedEntity(const VXManagedObjectModel &stored) const;
     void tellOfChangedModel(const VXManagedObjectModel &stored) const;
     QString textAboutEarlierStores(const VXError &reason) const;
     void endApplication(const VXError &error, const VXError &reason);
@@ -261,6 +282,7 @@ private:
     std::optional<QString> _upgradeBackup;
     QString _oldStore;
     QList<VXEntityMigration> _lastMigration;
+    bool _hasSavedNothing = false;
     bool _isOpening = false;
     bool _hasUpgradeFailed = false;                  // and the store was put back, or never touched
     std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own

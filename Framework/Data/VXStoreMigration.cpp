@@ -2,6 +2,8 @@
 
 #include "VXFramework.h"
 
+#include <QtCore/QDataStream>
+
 #include <algorithm>
 #include <utility>
 
@@ -12,6 +14,14 @@ namespace {
 thread_local VXStoreMigration *ofThread = nullptr;
 
 } // namespace
+
+VXManagedObjectPtr VXMigratedTarget(const VXManagedObjectID &oldID, const VXMigratedObjects &newObjects,
+                                    const VXRelationshipDescription *made)
+{
+    VXManagedObjectPtr object = newObjects.value(oldID);
+    const bool fits = object && (made == nullptr || object->entity().isKindOfEntity(made->destination()));
+    return fits ? object : nullptr;
+}
 
 VXStoreMigration::Scope::Scope(VXStoreMigration &migration) : _before(std::exchange(ofThread, &migration)) {}
 
@@ -41,6 +51,8 @@ QString VXStoreMigration::phaseText() const
         return VXLocalizedString(u"Copying objects..."_s);
     case Phase::Relationships:
         return VXLocalizedString(u"Connecting objects..."_s);
+    case Phase::Comparing:
+        return VXLocalizedString(u"Comparing the copy with the old data..."_s);
     case Phase::Checking:
         return VXLocalizedString(u"Checking the copy..."_s);
     case Phase::Saving:
@@ -55,6 +67,30 @@ VXEntityMigration &VXStoreMigration::entity(const QString &name)
 {
     const auto found = std::ranges::find(_entities, name, &VXEntityMigration::entity);
     return found != _entities.end() ? *found : _entities.emplaceBack(VXEntityMigration{.entity = name});
+}
+
+std::optional<quint64> VXStoreMigration::digestOfChanges(const VXPropertyDescription &old) const
+{
+    const auto found = _changes.constFind(&old);
+    return found == _changes.constEnd() ? std::nullopt : std::optional(*found);
+}
+
+quint64 VXStoreMigration::digestOf(const VXManagedObjectID &oldID, const QVariant &value)
+{
+    const size_t seed = qHash(oldID);
+    if (value.typeId() == QMetaType::QString)
+        return qHash(*static_cast<const QString *>(value.constData()), seed);
+    QByteArray bytes;
+    QDataStream stream(&bytes, QDataStream::WriteOnly);
+    stream << value;
+    return qHash(bytes, seed);
+}
+
+void VXStoreMigration::noteNothingSaved()
+{
+    _savesNothing = true;
+    for (VXEntityMigration &each : _entities)
+        noteCopied(each.entity, 0);
 }
 
 void VXStoreMigration::noteCopied(const QString &name, qint64 count)

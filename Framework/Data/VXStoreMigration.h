@@ -10,11 +10,16 @@
 #include <QtCore/QStringList>
 
 #include <atomic>
+#include <optional>
 
 class VXManagedObjectContext;
 
 /** New objects by the IDs of those they stand for. */
 using VXMigratedObjects = QHash<VXManagedObjectID, VXManagedObjectPtr>;
+
+/** The new object for the target of a relationship; null also for one that the new relationship, if there is one, cannot lead to. */
+VXManagedObjectPtr VXMigratedTarget(const VXManagedObjectID &oldID, const VXMigratedObjects &newObjects,
+                                    const VXRelationshipDescription *made);
 
 /** What became of the objects of one entity, not of those that inherit from it, in a copy. */
 struct VXEntityMigration
@@ -41,7 +46,7 @@ struct VXEntityMigration
 class VX_EXPORT VXStoreMigration
 {
 public:
-    enum class Phase { Starting, Attributes, Relationships, Checking, Saving, Verifying };
+    enum class Phase { Starting, Attributes, Relationships, Comparing, Checking, Saving, Verifying };
 
     /** For its length the run is the thread's. */
     class VX_EXPORT Scope
@@ -81,7 +86,7 @@ public:
     /** The destination is in use and keeps what it has: what is only about the source, as its undo history, has no place there. */
     void setMerge(bool isMerge) { _isMerge = isMerge; }
     bool isMerge() const { return _isMerge; }
-    /** What is saved is read once more and compared. */
+    /** The copy is held against its source before it is saved, and, in a new store, read once more afterwards. */
     void setVerifies(bool verifies) { _verifies = verifies; }
     bool verifies() const { return _verifies; }
 
@@ -94,6 +99,20 @@ public:
     VXEntityMigration &entity(const QString &name);
     /** How many of an entity's objects have a new one; the others were left out. */
     void noteCopied(const QString &name, qint64 count);
+    /** A value that is not what the old object has, as a hook was asked for it. */
+    void noteChange(const VXPropertyDescription &old, const VXManagedObjectID &oldID, const QVariant &value)
+    {
+        _changes[&old] += digestOf(oldID, value);
+    }
+    /** Of all those changes, whatever their order; none when nothing was changed. */
+    std::optional<quint64> digestOfChanges(const VXPropertyDescription &old) const;
+    static quint64 digestOf(const VXManagedObjectID &oldID, const QVariant &value);
+    /** References that were told to be left out, because the new relationship has room for one only. */
+    void noteWithoutRoom(const VXPropertyDescription &old, qint64 count) { _withoutRoom[&old] += count; }
+    qint64 countWithoutRoom(const VXPropertyDescription &old) const { return _withoutRoom.value(&old); }
+    /** The hooks wanted nothing saved. */
+    void noteNothingSaved();
+    bool savesNothing() const { return _savesNothing; }
     /** In the order they were copied; none that had no objects. */
     const QList<VXEntityMigration> &entities() const { return _entities; }
     /** The objects that were copied, held until the run is gone. */
@@ -111,4 +130,7 @@ private:
     std::atomic<qint64> _total = 0;
     QList<VXEntityMigration> _entities;
     VXMigratedObjects _newObjects;
+    QHash<const VXPropertyDescription *, quint64> _changes;
+    QHash<const VXPropertyDescription *, qint64> _withoutRoom;
+    bool _savesNothing = false;
 };

@@ -11,7 +11,10 @@
 #include <QtCore/QVariantMap>
 
 #include <algorithm>
+#include <cstdio>
+#include <filesystem>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -24,6 +27,21 @@ qulonglong numberOf(const QString &path)
 {
     struct stat status = {};
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
+}
+
+// A relative one would lead nowhere from another folder. What cannot be changed stays as it is.
+void makeLinkAbsolute(const QString &path)
+{
+    const QFileInfo link(path);
+    const QByteArray target = QFile::encodeName(link.canonicalFilePath());
+    std::error_code problem;
+    if (!link.isSymLink() || target.isEmpty() ||
+        !std::filesystem::read_symlink(QFile::encodeName(path).toStdString(), problem).is_relative())
+        return;
+    const QByteArray made = QFile::encodeName(link.absolutePath() + "/.vornix-link"_L1);
+    if (::symlink(target.constData(), made.constData()) != 0 ||
+        std::rename(made.constData(), QFile::encodeName(path).constData()) != 0)
+        ::unlink(made.constData());
 }
 
 QVariantList listOf(const QString &storePath)
@@ -78,9 +96,19 @@ void VXStorePast::note(const QString &storePath, const QString &keptPath, const 
     setListOf(storePath, list.first(std::min(list.size(), longestList)));
 }
 
+VXError VXStorePast::move(const QString &storePath, const QString &path, const QString &place, const QString &reason)
+{
+    makeLinkAbsolute(path);
+    const VXError error = VXFileManager::defaultManager().moveItemAtPath(path, place);
+    if (!error)
+        note(storePath, place, reason);
+    return error;
+}
+
 VXError VXStorePast::trash(const QString &storePath, const QString &path, const QString &reason, QString *trashedPath)
 {
     VXFileManager &files = VXFileManager::defaultManager();
+    makeLinkAbsolute(path);
     const qulonglong number = numberOf(path);
     const QVariantList before = listOf(storePath);
     QVariantList list = before;

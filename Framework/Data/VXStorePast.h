@@ -10,7 +10,7 @@
 /**
  * Remembers where the stores went that others took the place of, and what stores were before another was merged into them: to
  * the trash, or to where the user wanted a backup. A list of the last ten in the file ".NAME.vxdatastore.past" beside the store's place. It only helps to find them: none is kept for it,
- * and what has come to lie in the place of one that is gone is not taken for it.
+ * and what has come to lie in the place of one that is gone is not taken for it. A link leads where it led, wherever it goes.
  * Main thread only.
  */
 class VX_EXPORT VXStorePast
@@ -27,6 +27,8 @@ public:
      * the process is ended. Failures to note it are logged. */
     static VXError trash(const QString &storePath, const QString &path, const QString &reason,
                          QString *trashedPath = nullptr);
+    /** The same to another place, which is free; noted once it is there. */
+    static VXError move(const QString &storePath, const QString &path, const QString &place, const QString &reason);
     /** Failures are logged. */
     static void note(const QString &storePath, const QString &keptPath, const QString &reason);
     /** Those that are still there, the last one first. */

@@ -38,7 +38,7 @@ bool VXStoreUpgradeWindowController::prepare()
             return false;
     }
     if (const VXError problem = files.moveItemAtPath(path, upgrading)) {
-        VXLogMethod(VXLogError, operation, "move error: "_L1 + problem.description());
+        VXLogMethod(VXLogError, operation, u"move error"_s); // the reason was logged
         setError(VXMakeError(VXLocalizedString(u"could not move data file"_s), "%s", ""));
         return false;
     }

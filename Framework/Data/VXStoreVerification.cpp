@@ -4,6 +4,7 @@
 #include "VXFramework.h"
 #include "VXManagedObjectContext.h"
 #include "VXPropertyList.h"
+#include "VXSourceComparison.h"
 #include "VXStoreMigration.h"
 
 #include <QtCore/QHash>
@@ -37,29 +38,9 @@ bool isSameList(const QVariant &list, const VXStoreRow &row, int index)
     return row.isSame(index, VXPropertyList::fromData(VXPropertyList::toData(list, VXPropertyList::Format::Binary)));
 }
 
-// Without making values of what most attributes hold. False means no more than that it is not that plain.
-bool isPlainlySame(const VXManagedObject &object, const VXStoreRow &row, int index)
-{
-    switch (row.kind(index)) {
-    case VXStoreRow::Kind::Text:
-        return !object.text(index).isNull() && object.text(index) == row.text(index);
-    case VXStoreRow::Kind::Data:
-        return !object.data(index).isNull() && object.data(index) == row.data(index);
-    case VXStoreRow::Kind::Integer:
-    case VXStoreRow::Kind::LongInteger:
-    case VXStoreRow::Kind::Boolean:
-    case VXStoreRow::Kind::Date:
-        return object.number(index) == row.number(index);
-    case VXStoreRow::Kind::Real:
-        return object.real(index) == row.real(index);
-    default:
-        return false;
-    }
-}
-
 bool isSame(const VXManagedObject &object, const VXStoreRow &row, const VXPropertyDescription &property)
 {
-    if (isPlainlySame(object, row, property.index()))
+    if (VXIsPlainlySame(object, property.index(), row, property.index()))
         return true;
     if (const VXAttributeDescription *const attribute = property.asAttribute()) {
         const QVariant value = object.attribute(property.index());

@@ -198,7 +198,9 @@ void VXPluginManager::leaveOutForSafeMode()
 void VXPluginManager::loadEnabledPlugins()
 {
     QList<VXPluginProxy *> roots = enabledPlugins();
-    roots.removeIf([](const VXPluginProxy *proxy) { return proxy->parentProxy() != nullptr; });
+    roots.removeIf([this](const VXPluginProxy *proxy) {
+        return proxy->parentProxy() != nullptr || (_isWanted && !_isWanted(*proxy));
+    });
     std::sort(roots.begin(), roots.end(), [](const VXPluginProxy *a, const VXPluginProxy *b) {
         return a->isBuiltInPlugin() != b->isBuiltInPlugin() ? a->isBuiltInPlugin() : a->identifier() < b->identifier();
     });

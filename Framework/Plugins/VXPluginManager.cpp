@@ -140,17 +140,20 @@ void VXPluginManager::startup()
 
     const VXPluginMarker::Scope mark; // one file for all that follows
     _holdsAnnouncements = true;
-    VXPluginInstaller(*this).installStaged();
+    if (!loadsOnlySome())
+        VXPluginInstaller(*this).installStaged();
     _scanner = std::make_unique<VXPluginScanner>(pluginFolderPaths(), pathToSharedPluginFolder());
     for (const QString &path : _scanner->latestPluginPaths())
         addPluginForBundleAtPath(path);
     announceChange();
-    leaveOutSuspects();
+    if (!loadsOnlySome())
+        leaveOutSuspects();
     leaveOutForSafeMode();
     loadEnabledPlugins();
     _holdsAnnouncements = false;
     announceHeldPlugins();
-    restoreOpenWindows();
+    if (!loadsOnlySome())
+        restoreOpenWindows();
 }
 
 // -- Changes

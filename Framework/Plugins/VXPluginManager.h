@@ -14,6 +14,7 @@
 #include <QtCore/QStringList>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -100,6 +101,10 @@ public:
     /** Before `startup`: load only the built-in plugins that ship with the program. */
     void setSafeMode(bool flag) { _safeMode = flag; }
     bool isSafeMode() const { return _safeMode; }
+    /** Before `startup`: of the root plugins only these are loaded, for who has a look and changes nothing. What waits to be
+     * installed goes on waiting, nothing is blamed on plugins, and no windows are opened. */
+    void setOnlyPlugins(const std::function<bool(const VXPluginProxy &root)> &isWanted) { _isWanted = isWanted; }
+    bool loadsOnlySome() const { return bool(_isWanted); }
     /** Why a plugin was left out this time, or failed: for people; null when nothing is wrong. */
     QString problemOfPlugin(const QString &identifier) const;
     /** Why the plugin is not to be loaded at this start; null when it may be. */
@@ -169,6 +174,7 @@ private:
     QString _lastURLProblem;
     bool _isShutDown = false;
     bool _safeMode = false;
+    std::function<bool(const VXPluginProxy &root)> _isWanted; // none: all
     bool _restoresWindows = false;
 
     std::unique_ptr<VXPluginScanner> _scanner;

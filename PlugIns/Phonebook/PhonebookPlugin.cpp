@@ -100,6 +100,13 @@ public:
                VXStorePlugin::migrateEntityRelationships(entity, oldContext, version, newContext, newObjects, error);
     }
 
+    // What a merge gives contacts itself.
+    bool comparesProperty(const VXPropertyDescription &old, int version) const override
+    {
+        const bool isOfMerge = old.name() == "importNumber"_L1 || old.name() == "changedDate"_L1;
+        return !(isMerge() && isOfMerge) && VXStorePlugin::comparesProperty(old, version);
+    }
+
 private:
     std::optional<VXContactChangeSet> _merge; // the copying thread's, while it merges
 };

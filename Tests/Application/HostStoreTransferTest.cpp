@@ -3,12 +3,16 @@
 #include "VXTesting.h"
 #include "VXUpgradeTesting.h"
 
+#include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
+#include <QtCore/QDirIterator>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
 #include <sqlite3.h>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
@@ -33,6 +37,14 @@ protected:
     {
         const QString json = u"{\"from\": \"%1\", \"date\": \"2026-01-02T03:04:05Z\"}"_s.arg(QString::fromUtf8(from));
         EXPECT_EQ(run({u"insert"_s, u"calls"_s, u"VXCall"_s, json}).status, 0);
+    }
+    static void makeOld(const QString &database) // nobody's, and so older than any
+    {
+        sqlite3 *opened = nullptr;
+        ASSERT_EQ(sqlite3_open(QFile::encodeName(database).constData(), &opened), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(opened, "DELETE FROM Z_METADATA WHERE Z_KEY LIKE '$$%'", nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+        sqlite3_close(opened);
     }
     static int callsIn(const QString &store)
     {
@@ -90,15 +102,7 @@ TEST_F(HostStoreTransferTest, SaysWhatIsTrueOfStoresThatWaitOrWereLeft)
     addCall("Jane <+1 555 0100>");
     const QString live = path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s);
     const QString old = live + ".upgrading"_L1;
-    const auto makeOld = [&] { // nobody's, and so older than any
-        const QByteArray file = QFile::encodeName(live + "/calls.sqlite"_L1);
-        sqlite3 *database = nullptr;
-        ASSERT_EQ(sqlite3_open(file.constData(), &database), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(database, "DELETE FROM Z_METADATA WHERE Z_KEY LIKE '$$%'", nullptr, nullptr, nullptr),
-                  SQLITE_OK);
-        sqlite3_close(database);
-    };
-    makeOld();
+    makeOld(live + "/calls.sqlite"_L1);
     ASSERT_TRUE(QDir().rename(live, old));
     EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s, u"--dry-run"_s}).value(u"action"_s), u"rehearsed"_s);
     EXPECT_TRUE(QFileInfo::exists(old)); // nothing was touched
@@ -140,6 +144,93 @@ TEST_F(HostStoreTransferTest, SaysWhatIsTrueOfStoresThatWaitOrWereLeft)
     EXPECT_EQ(callsIn(u"calls"_s), 2);
 }
 
+namespace {
+
+// All that lies in a folder, but for caches and logs.
+QStringList everythingIn(const QString &folder)
+{
+    QStringList found;
+    QDirIterator items(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                       QDirIterator::Subdirectories);
+    while (items.hasNext()) {
+        const QString path = items.next();
+        const QString name = path.sliced(folder.size());
+        if (name.startsWith("/.cache"_L1) || name.startsWith("/.local/state"_L1))
+            continue;
+        QFile file(path);
+        const bool isFile = items.fileInfo().isFile() && file.open(QIODevice::ReadOnly);
+        const QByteArray data = isFile ? file.readAll() : QByteArray();
+        found.append(name + u' ' +
+                     QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Sha256).toHex()));
+    }
+    found.sort();
+    return found;
+}
+
+} // namespace
+
+// Neither in the store that they are about, nor in those of other plugins, whatever waits to be done with these.
+TEST_F(HostStoreTransferTest, DryRunsTouchNothing)
+{
+    addCall("Jane <+1 555 0100>");
+    const QString plain = path(u"plain.vxdatastore"_s);
+    const QString folders = path(u".local/share/Vornix 2/"_s);
+    EXPECT_EQ(run({u"export"_s, u"calls"_s, plain}).status, 0);
+    const QString exported = path(u"phonebook.vxdatastore"_s);
+    EXPECT_EQ(run({u"export"_s, u"phonebook"_s, exported}).status, 0);
+    for (const QString &store : {u"calls"_s, u"messages"_s})
+        makeOld(folders + u"Data/%1.vxdatastore/%1.sqlite"_s.arg(store));
+    ASSERT_TRUE(QDir().mkpath(folders + "Data (Install)"_L1));
+    ASSERT_TRUE(QDir().rename(exported, folders + "Data (Install)/phonebook.vxdatastore"_L1));
+    ASSERT_TRUE(QDir(folders + "Data/outbox.vxdatastore"_L1).removeRecursively()); // would be made anew
+    const QStringList before = everythingIn(path());
+    const QList<QStringList> commands{{u"upgrade"_s, u"calls"_s},
+                                      {u"import"_s, u"calls"_s, plain},
+                                      {u"import"_s, u"calls"_s, plain, u"--replace"_s},
+                                      {u"upgrade"_s, u"phonebook"_s},
+                                      {u"rollback"_s, u"calls"_s},
+                                      {u"rollback"_s, u"phonebook"_s},
+                                      {u"rollback"_s, u"calls"_s, plain}};
+    for (const QStringList &command : commands) {
+        const HostOutcome outcome = run(command + QStringList{u"--dry-run"_s});
+        EXPECT_EQ(outcome.status, 0) << command.join(u' ').toStdString() << outcome.errors.toStdString();
+        EXPECT_EQ(everythingIn(path()), before) << command.join(u' ').toStdString();
+    }
+}
+
+// What a merge leaves out, and what is told of it.
+TEST_F(HostStoreTransferTest, MergesAndTheirRehearsalsSayTheSame)
+{
+    const QString cards = writeFile(u"cards.vcf"_s, "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Jane Doe\r\nN:Doe;Jane;;;\r\n"
+                                                    "TEL:+1 555 0100\r\nEND:VCARD\r\n");
+    ASSERT_EQ(runHost({u"phonebook"_s, u"import"_s, cards}).status, 0);
+    const QString exported = path(u"p.vxdatastore"_s);
+    ASSERT_EQ(run({u"export"_s, u"phonebook"_s, exported}).status, 0);
+    const QJsonObject rehearsed = jsonOf({u"import"_s, u"phonebook"_s, exported, u"--dry-run"_s});
+    const QJsonObject merged = jsonOf({u"import"_s, u"phonebook"_s, exported, u"--merge"_s});
+    EXPECT_EQ(rehearsed.value(u"entities"_s), merged.value(u"entities"_s));
+    const QJsonArray entities = merged.value(u"entities"_s).toArray();
+    const auto changeSets = std::ranges::find_if(
+        entities, [](const QJsonValue &each) { return each.toObject().value(u"entity"_s) == u"VXContactChangeSet"_s; });
+    ASSERT_NE(changeSets, entities.end());
+    EXPECT_EQ(changeSets->toObject().value(u"copied"_s), 0);
+}
+
+TEST_F(HostStoreTransferTest, MergeCanBeTakenBackWithoutATrash)
+{
+    addCall("Jane <+1 555 0100>");
+    const QString plain = path(u"plain.vxdatastore"_s);
+    EXPECT_EQ(run({u"export"_s, u"calls"_s, plain}).status, 0);
+    writeFile(u".local/share/Trash"_s, "in the way");
+    const QString kept = path(u".local/share/Vornix 2/Data/calls.vxdatastore.merged"_s);
+    EXPECT_THAT(run({u"import"_s, u"calls"_s, plain, u"--merge"_s}).output.toStdString(),
+                HasSubstr("What that was before lies in " + kept.toStdString()));
+    EXPECT_EQ(callsIn(u"calls"_s), 2);
+    ASSERT_TRUE(QFile::remove(path(u".local/share/Trash"_s)));
+    EXPECT_EQ(run({u"rollback"_s, u"calls"_s, u"--yes"_s}).status, 0);
+    EXPECT_EQ(callsIn(u"calls"_s), 1);
+}
+
 TEST_F(HostStoreTransferTest, MistakesAreTold)
 {
     const struct
@@ -157,6 +248,9 @@ TEST_F(HostStoreTransferTest, MistakesAreTold)
         {{u"import"_s, u"calls"_s, path(u"none.vxdatastore"_s)}, 1, "Not a recognized data file."},
         {{u"rollback"_s, u"calls"_s}, 1, "no earlier store of calls is known"},
         {{u"rollback"_s, u"calls"_s, path(u"none"_s), u"--yes"_s}, 1, "Not a recognized data file."},
+        {{u"rollback"_s, u"calls"_s, path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), u"--yes"_s},
+         1,
+         "It is the store itself"},
         {{u"export"_s, u"calls"_s, u""_s}, 2, "export needs NAME FOLDER"},
         {{u"rollback"_s, u"calls"_s, u""_s}, 2, "the name of the folder is empty"},
         {{u"import"_s, u"calls"_s, u"x"_s, u"--model"_s, u"y"_s}, 2, "--model goes with a PATH"},
@@ -181,7 +275,32 @@ class HostStoreOfPluginTest : public VXUpgradeHomeTest
 
 } // namespace
 
-// Hooks that want nothing saved have it so.
+// Who changes the model has to raise the version, and learns it where that is asked for, not before every command.
+TEST_F(HostStoreOfPluginTest, ModelThatChangedWithoutItsVersionIsTold)
+{
+    writeOldStore(data(u"notes.vxdatastore"_s), 4, u"1.2"_s);
+    writeNotesPlugin();
+    for (const QStringList &more : {QStringList{u"--dry-run"_s}, QStringList{}}) {
+        const HostOutcome outcome = runHost(QStringList{u"store"_s, u"upgrade"_s, u"notes"_s} + more);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.output.toStdString(),
+                    HasSubstr("raise VXDataStoreVersion in the Info.plist of org.example"));
+    }
+    EXPECT_EQ(runHost({u"store"_s, u"list"_s, u"notes"_s, u"Note"_s, u"--count"_s}).errors, "");
+}
+
+// Hooks that want nothing saved have it so, and nobody takes that for a copy.
+TEST_F(HostStoreOfPluginTest, UpgradeThatSavesNothingSaysSo)
+{
+    writeOldStore(data(u"notes.vxdatastore"_s), 4);
+    writeNotesPlugin(u"ignores"_s);
+    const HostOutcome outcome = runHost({u"store"_s, u"upgrade"_s, u"notes"_s, u"--yes"_s});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    EXPECT_THAT(outcome.output.toStdString(), HasSubstr("But nothing was copied: the new store is empty."));
+    EXPECT_THAT(outcome.output.toStdString(), testing::ContainsRegex("Tag +2 +0 +2"));
+}
+
+// The same beforehand.
 TEST_F(HostStoreOfPluginTest, RehearsalTellsThatNothingWouldBeSaved)
 {
     writeOldStore(data(u"notes.vxdatastore"_s), 4);

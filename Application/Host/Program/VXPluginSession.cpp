@@ -128,6 +128,7 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
     askForConsent(context.output, manager);
     manager.shutdown();
     deleteWhatIsDeferred();
-    VXStartSearchUpdateIfDue();
+    if (!manager.loadsOnlySome()) // it would open stores
+        VXStartSearchUpdateIfDue();
     return status;
 }

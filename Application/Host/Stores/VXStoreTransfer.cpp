@@ -106,16 +106,38 @@ int answer(const Transfer &transfer, const QString &text, const QString &action,
     return VXHostOutput::Done;
 }
 
-int rehearse(const Transfer &transfer, const VXCoreDataStore::Ptr &source)
+// Hooks that leave out an object that others may lead to want nothing saved. That counts as success, and who reads the answer
+// must not take it for a copy.
+QString reasonForNothing(const Transfer &transfer)
 {
-    QList<VXEntityMigration> entities;
-    if (const VXError error = transfer.plugin.rehearse(source, &entities)) {
+    return u"The plugin %1 leaves out objects that others may lead to, which ends the copy. It says of each entity:\n"_s
+        .arg(transfer.plugin.identifier());
+}
+
+// How what a store was before is brought back; it may be listed nowhere.
+QString textOfWayBack(const Transfer &transfer, const QString &old)
+{
+    const QList<VXStorePast::Entry> earlier = transfer.plugin.earlierStores();
+    const bool isListed = !earlier.isEmpty() && earlier.constFirst().path == old;
+    return u"lies in %1; \"vornix store rollback %2%3\" brings it back"_s.arg(
+        old, transfer.name, isListed ? QString() : u" '%1'"_s.arg(old));
+}
+
+int rehearse(const Transfer &transfer, const VXCoreDataStore::Ptr &source, bool isMerge)
+{
+    const VXError error = transfer.plugin.rehearse(source, isMerge);
+    const QList<VXEntityMigration> &entities = transfer.plugin.lastMigration();
+    if (error) {
         if (!entities.isEmpty()) // they may tell why
             answer(transfer, u"Nothing was changed, and this could not be saved:\n"_s, u"rehearsed"_s, entities,
                    {{u"error"_s, VXErrorText(error)}});
         return transfer.fail(error);
     }
-    return answer(transfer, u"Nothing was changed. This is what would be copied:\n"_s, u"rehearsed"_s, entities);
+    const bool copiesNothing = transfer.plugin.hasSavedNothing();
+    return answer(transfer,
+                  copiesNothing ? u"Nothing was changed, and nothing would be copied. "_s + reasonForNothing(transfer)
+                                : u"Nothing was changed. This is what would be copied:\n"_s,
+                  u"rehearsed"_s, entities, {{u"copiesNothing"_s, copiesNothing}});
 }
 
 bool agrees(const Transfer &transfer, const QString &question)
@@ -164,6 +186,20 @@ QString placeOfOldStore(const VXDataPlugin &plugin)
     return plugin.oldStore().isNull() && !earlier.isEmpty() ? earlier.constFirst().path : plugin.oldStore();
 }
 
+int tellOfNoUpgrade(const Transfer &transfer)
+{
+    const QString entity = transfer.plugin.changedEntityOfStoreToOpen();
+    if (entity.isNull())
+        return answer(transfer, u"The store %1 needs no upgrade.\n"_s.arg(transfer.name), u"none"_s, {});
+    return answer(
+        transfer,
+        u"The store %1 is of version %2 as its plugin is, and so is not upgraded. But the plugin's entity \"%3\" is "
+        "another one than the store's, which keeps the model that it was written with: raise VXDataStoreVersion in "
+        "the Info.plist of %4 with the change of the model, then upgrade.\n"_s.arg(
+            transfer.name, transfer.plugin.dataStoreVersion(), entity, transfer.plugin.identifier()),
+        u"none"_s, {}, {{u"changedEntity"_s, entity}});
+}
+
 int upgrade(Transfer &transfer)
 {
     VXError error;
@@ -173,10 +209,10 @@ int upgrade(Transfer &transfer)
         return transfer.fail(error);
     const bool isToSettle = VXExistsAtPath(plugin.upgradingPath()) && !transfer.isSet(u"dry-run"_s);
     if (!*isDue && !isToSettle)
-        return answer(transfer, u"The store %1 needs no upgrade.\n"_s.arg(transfer.name), u"none"_s, {});
+        return tellOfNoUpgrade(transfer);
     if (transfer.isSet(u"dry-run"_s)) {
         const auto source = plugin.createStoreFromFileAtPath(plugin.storeToOpen(), &error);
-        return source ? rehearse(transfer, source) : transfer.fail(error);
+        return source ? rehearse(transfer, source, false) : transfer.fail(error);
     }
     const QString backup = backupPlace(transfer);
     if (!canMakeBackup(transfer, backup))
@@ -194,10 +230,27 @@ int upgrade(Transfer &transfer)
     if (!backup.isNull() && old != backup)
         return transfer.host.output.fail(
             u"%1 But the old one could not be put into %2. It lies in %3."_s.arg(done, backup, old));
+    const bool isEmpty = plugin.hasSavedNothing();
     return answer(
         transfer,
-        u"%1 The old one lies in %2; \"vornix store rollback %3\" brings it back.\n"_s.arg(done, old, transfer.name),
-        *isDue ? u"upgraded"_s : u"settled"_s, plugin.lastMigration(), {{u"old"_s, VXJSONFromVariant(old)}});
+        u"%1 The old one %2.\n"_s.arg(done, textOfWayBack(transfer, old)) +
+            (isEmpty ? u"But nothing was copied: the new store is empty. "_s + reasonForNothing(transfer) : QString()),
+        *isDue ? u"upgraded"_s : u"settled"_s, plugin.lastMigration(),
+        {{u"old"_s, VXJSONFromVariant(old)}, {u"copiesNothing"_s, isEmpty}});
+}
+
+int answerMerged(const Transfer &transfer, const QString &file)
+{
+    const VXDataPlugin &plugin = transfer.plugin;
+    const bool isEmpty = plugin.hasSavedNothing();
+    const QString old = plugin.oldStore();
+    const QString done =
+        isEmpty ? u"Nothing of %1 was merged into the store %2. "_s : u"Merged %1 into the store %2. "_s;
+    const QString before = old.isNull() ? u"What that was before could not be kept, and cannot be taken back.\n"_s
+                                        : u"What that was before %1.\n"_s.arg(textOfWayBack(transfer, old));
+    return answer(transfer, done.arg(file, transfer.name) + (isEmpty ? reasonForNothing(transfer) : before),
+                  u"merged"_s, plugin.lastMigration(),
+                  {{u"old"_s, VXJSONFromVariant(old)}, {u"copiesNothing"_s, isEmpty}});
 }
 
 int importStore(Transfer &transfer)
@@ -209,7 +262,7 @@ int importStore(Transfer &transfer)
     if (!store)
         return transfer.fail(error);
     if (transfer.isSet(u"dry-run"_s))
-        return rehearse(transfer, store);
+        return rehearse(transfer, store, !transfer.isSet(u"replace"_s));
     VXAlertButton button = transfer.isSet(u"replace"_s) ? VXAlertButton::Other : VXAlertButton::Default;
     if (!transfer.isSet(u"replace"_s) && !transfer.isSet(u"merge"_s) && !transfer.isSet(u"yes"_s))
         button = transfer.plugin.askHowToImport(description);
@@ -229,11 +282,7 @@ int importStore(Transfer &transfer)
     if (error)
         return transfer.fail(error);
     if (button == VXAlertButton::Default)
-        return answer(
-            transfer,
-            u"Merged %1 into the store %2. \"vornix store rollback %2\" brings back what that was before.\n"_s.arg(
-                file, transfer.name),
-            u"merged"_s, transfer.plugin.lastMigration());
+        return answerMerged(transfer, file);
     return answer(transfer,
                   u"%1 replaces the store %2 at the next start when nobody has it open. \"vornix store rollback %2\" "
                   "then brings back the present one.\n"_s.arg(file, transfer.name),
@@ -289,7 +338,7 @@ int rollBack(Transfer &transfer)
     if (!from.isNull()) {
         from = transfer.path(from);
         VXError error;
-        if (!transfer.plugin.ownStoreAt(from, &error))
+        if (!transfer.plugin.earlierStoreAt(from, &error))
             return transfer.fail(error);
         if (transfer.isSet(u"dry-run"_s))
             return answer(transfer,
@@ -364,6 +413,16 @@ int runVerb(VXHostContext &context, const Verb &verb, const QString &name)
     return verb.run(transfer);
 }
 
+// With the plugin of that store alone, and no store opened by it or by those it needs: that might upgrade or replace some.
+void startForALook(const QString &name)
+{
+    VXDataPlugin::holdBackAllStores();
+    VXPluginManager::sharedPluginManager().setOnlyPlugins([name](const VXPluginProxy &root) {
+        VXPluginProxy *const wanted = VXDataManager::sharedDataManager().findPluginForDataStore(name);
+        return wanted != nullptr && wanted->rootProxy() == &root;
+    });
+}
+
 } // namespace
 
 const QList<VXHostVerb> &VXStoreTransferVerbs()
@@ -379,7 +438,9 @@ int VXRunStoreTransfer(VXHostContext &context)
     if (const QString problem = misuse(options); !problem.isNull())
         return context.output.failUsage(problem, VXHostUsage(options));
     const QString name = options.operand(1);
-    if (verb.leavesStoreAlone)
+    if (options.isSet(u"dry-run"_s))
+        startForALook(name);
+    else if (verb.leavesStoreAlone)
         VXDataPlugin::holdBackStore(name);
     return VXRunWithPlugins(context, [&](VXPluginManager &) { return runVerb(context, verb, name); });
 }

@@ -84,6 +84,17 @@ TEST_F(VXStoreImportTest, MergeAddsAllObjectsOfAnyVersion)
     EXPECT_EQ(QDir(data()).entryList({u".vornix-new.*"_s}, QDir::Dirs | QDir::Hidden), QStringList());
 }
 
+TEST_F(VXStoreImportTest, WhatAMergeLosesKeepsItFromBeingSaved)
+{
+    start(u"unties"_s);
+    writeOldStore(file, 7);
+    const QString before = contentsOfStore(store());
+    user->answerAlert(VXAlertButton::Default);
+    EXPECT_FALSE(notesPlugin().importStoreAtPath(file));
+    expectFailure(u"The copy is not what the old store holds"_s);
+    EXPECT_EQ(contentsOfStore(store()), before);
+}
+
 TEST_F(VXStoreImportTest, CancelDoesNothing)
 {
     start();
@@ -265,7 +276,15 @@ TEST_F(VXStoreImportTest, HostileFilesGetTheirTextAndChangeNothing)
              writeFile(u"others.vxdatastore/notes.sqlite"_s, "garbage");
          }},
         {"Data file is newer than this plugin supports", [&] { writeOldStore(file, 1, u"1.10"_s); }},
-        {"Data file does not belong to this plugin", [&] { writeOldStore(file, 1, u"1.1"_s, u"org.example.else"_s); }},
+        {"Data file does not belong to this plugin", // of a plugin that nobody knows
+         [&] {
+             QDir().mkpath(file);
+             ASSERT_TRUE(modelOf("entity Other { attribute text: string; }")->writeToFile(file + "/notes.mom"_L1));
+             const auto theirs =
+                 VXCoreDataStore::storeClass().makeStore(file, u"notes.sqlite"_s)->persistentStoreCoordinator();
+             theirs->persistentStores().constFirst()->setMetadata({{VXStoreOwnerIdentifierKey, u"org.example.else"_s}});
+             ASSERT_TRUE(VXManagedObjectContext(theirs).save());
+         }},
     };
     for (const auto &row : rows) {
         QDir(file).removeRecursively();
@@ -290,10 +309,10 @@ TEST_F(VXStoreImportTest, PluginThatDescribesNothingImportsNothing)
     EXPECT_EQ(log.count(u"plugin not designed for importing: org.example.notes"_s), 1);
 }
 
-TEST_F(VXStoreImportTest, MergeReadsALinkAndAStoreWithoutVersionAndOneThatIsBeingWritten)
+TEST_F(VXStoreImportTest, MergeReadsALinkAndAStoreWithoutVersionAndOfAFormerIdentifierThatIsBeingWritten)
 {
     start();
-    writeOldStore(path(u"real.vxdatastore"_s), 3, {});
+    writeOldStore(path(u"real.vxdatastore"_s), 3, {}, u"org.example.former"_s);
     ASSERT_TRUE(QFile::link(path(u"real.vxdatastore"_s), file));
     const auto writer = VXCoreDataStore::storeClass().storeWithPath(path(u"real.vxdatastore"_s)); // and its log
     writer->usePlainObjects();

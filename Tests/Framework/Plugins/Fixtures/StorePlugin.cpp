@@ -75,6 +75,8 @@ public:
             return nullptr;
         if (how == "dies"_L1 && ++_copied > 2)
             ::raise(SIGKILL);
+        if (how == "returns the old"_L1)
+            return oldObject;
         while (how == "waits"_L1 && !VXStoreMigration::current()->isCancelled())
             static_cast<void>(VXMainThread::performAndWait([] {})); // as code may that needs plugins
         return VXDataPlugin::insertNewObjectForOldObject(oldObject, version, newContext, error);
@@ -92,6 +94,29 @@ public:
         if (migration() == "mistypes"_L1 && attribute == "text"_L1)
             return QVariantList{1};
         return VXDataPlugin::migrateObjectValue(value, attribute, oldObject, version, newObject, error);
+    }
+
+    bool migrateObjectAttributes(const VXManagedObjectPtr &oldObject, int version, const VXManagedObjectPtr &newObject,
+                                 VXError *error) override
+    {
+        const bool isDone = VXDataPlugin::migrateObjectAttributes(oldObject, version, newObject, error);
+        if (spoils(oldObject->entity())) // by other means than the value's own hook
+            newObject->setValueForKey(u"spoiled"_s, u"name"_s);
+        return isDone;
+    }
+
+    VXManagedObjectPtr migrateObjectRelationship(const QString &relationship, const VXManagedObjectPtr &oldObject,
+                                                 int version, const VXMigratedObjects &newObjects,
+                                                 VXError *error) override
+    {
+        if (migration() == "unties"_L1 && (relationship == "tags"_L1 || relationship == "notes"_L1))
+            return newObjects.value(oldObject->objectID());
+        return VXDataPlugin::migrateObjectRelationship(relationship, oldObject, version, newObjects, error);
+    }
+
+    bool comparesProperty(const VXPropertyDescription &old, int) const override
+    {
+        return migration() != "spoils openly"_L1 || old.name() != "name"_L1;
     }
 
     std::optional<VXMigratedObjects> migrateEntityAttributes(const VXEntityDescription &entity,
@@ -121,6 +146,10 @@ public:
     }
 
 private:
+    bool spoils(const VXEntityDescription &entity) const
+    {
+        return migration().startsWith("spoils"_L1) && entity.name() == "Tag"_L1;
+    }
     bool forgets(const VXEntityDescription &entity) const
     {
         return migration() == "forgets"_L1 && entity.name() == "Tag"_L1;
