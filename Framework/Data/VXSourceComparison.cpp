@@ -113,6 +113,7 @@ VXError VXSourceComparison::compareBatch(const QList<ObjectID> &oldIDs, VXPersis
     VXError error;
     VXError found;
     qsizetype count = 0;
+    _sources.clear();
     const auto compare = [&](const VXFetchedRow &fetched) {
         if (!found)
             found = compareRow(fetched.objectID, *fetched.row);
@@ -125,14 +126,7 @@ VXError VXSourceComparison::compareBatch(const QList<ObjectID> &oldIDs, VXPersis
         found = difference(VXLocalizedString(u"%1 objects are gone from the old store."_s).arg(oldIDs.size() - count));
     if (found)
         return found;
-    QHash<const VXRelationshipDescription *, QList<ObjectID>> sources;
-    for (const ObjectID &oldID : oldIDs) {
-        for (const Pair &pair : pairsOf(oldID.entity(), _run.newObjects().value(oldID)->entity())) {
-            if (!pair.isInRow)
-                sources[pair.old->asRelationship()].append(oldID);
-        }
-    }
-    for (auto group = sources.cbegin(); group != sources.cend(); ++group) {
+    for (auto group = _sources.cbegin(); group != _sources.cend(); ++group) {
         QHash<ObjectID, QList<ObjectID>> targets;
         const auto note = [&](const ObjectID &oldID, const ObjectID &target) { targets[oldID].append(target); };
         if (!source.related(*group, *group.key(), note, &error))
@@ -152,8 +146,14 @@ VXError VXSourceComparison::compareRow(const ObjectID &oldID, const VXStoreRow &
     if (!object || object->managedObjectContext() != &_made || object->isDeleted())
         return difference(
             VXLocalizedString(u"The new store has no object for %1."_s).arg(oldID.uriRepresentation().toString()));
-    for (const Pair &pair : pairsOf(oldID.entity(), object->entity())) {
-        if (!pair.isInRow || !row.hasValue(pair.old->index()))
+    if (const Shape shape(&oldID.entity(), &object->entity()); shape != _shape) {
+        _shape = shape;
+        _pairsOfShape = pairsOf(oldID.entity(), object->entity());
+    }
+    for (const Pair &pair : std::as_const(_pairsOfShape)) {
+        if (!pair.isInRow) // read for many at once, afterwards
+            _sources[pair.old->asRelationship()].append(oldID);
+        if (!row.hasValue(pair.old->index()))
             continue; // nothing of it can be lost
         if (const ObjectID *const target = row.target(pair.old->index()))
             compareReferences(oldID, {*target}, pair, *object);

@@ -55,6 +55,10 @@ private:
     const VXManagedObjectContext &_made;
     const Filter _filter;
     QHash<Shape, QList<Pair>> _pairs;
+    Shape _shape; // of the last object, as most are like it
+    QList<Pair> _pairsOfShape;
+    QHash<const VXRelationshipDescription *, QList<VXManagedObjectID>>
+        _sources;                                           // of the batch, with references to many
     QHash<const VXPropertyDescription *, quint64> _changes; // of values, as they are found
     struct Lost
     {

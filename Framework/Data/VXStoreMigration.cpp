@@ -78,8 +78,16 @@ std::optional<quint64> VXStoreMigration::digestOfChanges(const VXPropertyDescrip
 quint64 VXStoreMigration::digestOf(const VXManagedObjectID &oldID, const QVariant &value)
 {
     const size_t seed = qHash(oldID);
-    if (value.typeId() == QMetaType::QString)
+    switch (value.typeId()) { // most are of these
+    case QMetaType::QString:
         return qHash(*static_cast<const QString *>(value.constData()), seed);
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+        return qHashMulti(seed, value.typeId(), value.toLongLong());
+    default:
+        break;
+    }
     QByteArray bytes;
     QDataStream stream(&bytes, QDataStream::WriteOnly);
     stream << value;

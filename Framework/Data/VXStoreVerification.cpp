@@ -49,7 +49,7 @@ bool isSame(const VXManagedObject &object, const VXStoreRow &row, const VXProper
     }
     const QList<ObjectID> wanted = object.relatedIDs(property.index());
     const ObjectID *const stored = row.target(property.index());
-    return stored == nullptr ? wanted.isEmpty() : wanted == QList{*stored};
+    return stored == nullptr ? wanted.isEmpty() : wanted.size() == 1 && wanted.constFirst() == *stored;
 }
 
 } // namespace
@@ -92,8 +92,11 @@ VXError VXStoreVerification::compare(VXCoreDataStore &destination)
 VXError VXStoreVerification::compareBatch(const QList<VXManagedObjectPtr> &objects, VXPersistentStoreCoordinator &saved)
 {
     QHash<const VXStoreIdentity *, QHash<ObjectID, VXManagedObjectPtr>> groups;
-    for (const VXManagedObjectPtr &object : objects)
-        groups[object->objectID().store()].insert(object->objectID(), object);
+    for (const VXManagedObjectPtr &object : objects) {
+        QHash<ObjectID, VXManagedObjectPtr> &group = groups[object->objectID().store()];
+        group.reserve(objects.size());
+        group.insert(object->objectID(), object);
+    }
     for (auto group = groups.begin(); group != groups.end(); ++group) {
         const auto store = group.key() == nullptr ? nullptr : saved.persistentStoreForIdentity(*group.key());
         if (!store)

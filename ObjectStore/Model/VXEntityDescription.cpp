@@ -1,5 +1,7 @@
 #include "VXEntityDescription.h"
 
+#include <cstring>
+
 VXAttributeDescription::VXAttributeDescription(const VXAttributeDefinition &definition,
                                                const VXEntityDescription &entity, int index)
     : VXPropertyDescription(definition.name, entity, index, definition.isOptional, definition.isTransient),
@@ -77,12 +79,18 @@ namespace {
 
 constexpr qsizetype mostCompared = 16;
 
-// Of few, comparing is faster than hashing the name: most differ in length already.
+bool isSameName(const QString &a, const QString &b)
+{
+    return a.size() == b.size() &&
+           (a.constData() == b.constData() || std::memcmp(a.constData(), b.constData(), size_t(a.size()) * 2) == 0);
+}
+
+// Of few, comparing is faster than hashing the name: most differ in length already, and many come from here.
 template <class Property>
 const Property *propertyNamed(const QString &name, const QList<const Property *> &properties)
 {
     for (const Property *const property : properties) {
-        if (property->name() == name)
+        if (isSameName(property->name(), name))
             return property;
     }
     return nullptr;
