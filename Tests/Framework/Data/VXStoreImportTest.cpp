@@ -6,6 +6,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QTimer>
 
+#include <algorithm>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -174,6 +175,8 @@ TEST_F(VXStoreImportTest, WhatWaitsAlreadyCanBeStagedAgain)
         EXPECT_EQ(bool(notesPlugin().stageStore(*store)), isGone); // an empty one would replace the user's data
         EXPECT_EQ(contentsOfStore(staged), isGone ? QString() : waits);
     }
+    const QString told = u"Could not copy file: %1 -> %1"_s.arg(staged);
+    EXPECT_TRUE(std::ranges::any_of(log.lines(), [&](const QString &line) { return line.endsWith(told); }));
 }
 
 TEST_F(VXStoreImportTest, WhatIsSavedIsNotCancelled)
