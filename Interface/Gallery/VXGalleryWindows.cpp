@@ -147,9 +147,10 @@ QWidget *VXMakeSheetPage()
     VXAddSection(*column, u"Below"_s, name);
     column->addStretch();
     QTimer::singleShot(0, page, [page] {
-        // Not installed: it goes with the page.
+        // Not installed: it goes with the page's last child. When the page itself is said to be destroyed, hiding a sheet
+        // on it would style a widget that Qt has forgotten already.
         auto *const sheet = new VXExportSheet({1, 2, 3}, u"VXPerson"_s, page);
-        QObject::connect(page, &QObject::destroyed, page, [sheet] { delete sheet; });
+        QObject::connect(new QObject(page), &QObject::destroyed, [sheet] { delete sheet; });
     });
     return page;
 }

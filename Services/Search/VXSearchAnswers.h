@@ -28,7 +28,7 @@ public:
     std::optional<VXFoundObject> object(const QString &id);
     /** Does nothing with one that is gone. */
     void open(const QString &id);
-    void openApplication() { _open(QStringLiteral("vxbook:")); }
+    void openApplication() { _open({}); }
 
     /** "message, 31 January 2026": what is told of one beside its name. */
     static QString subtitle(const VXFoundObject &object);

@@ -18,7 +18,7 @@ class VX_SERVICES_EXPORT VXSearchService : public QObject
     Q_OBJECT
 
 public:
-    /** `open` opens a URL that was chosen; idle() comes when nobody has asked for so long. */
+    /** `open` opens a URL that was chosen, and shows the application for a null one; idle() comes when nobody has asked for so long. */
     VXSearchService(std::function<void(const QString &url)> open, std::chrono::milliseconds idleTime);
     ~VXSearchService() override;
 

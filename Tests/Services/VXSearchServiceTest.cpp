@@ -2,6 +2,8 @@
 
 #include "VXSearchService.h"
 
+#include "ServicesTestsPaths.h"
+#include "VXDesktopProgram.h"
 #include "VXSearchIndex.h"
 #include "VXTesting.h"
 #include "VXTestProcess.h"
@@ -85,7 +87,7 @@ TEST_F(VXSearchServiceTest, AnswersGnome)
     EXPECT_EQ(gdbus(u"ActivateResult"_s, {jane, u"['jane']"_s, u"0"_s}), "()\n");
     EXPECT_EQ(gdbus(u"ActivateResult"_s, {u"x-coredata://none/vxperson/p9"_s, u"['jane']"_s, u"0"_s}), "()\n");
     EXPECT_EQ(gdbus(u"LaunchSearch"_s, {u"['jane']"_s, u"0"_s}), "()\n");
-    EXPECT_EQ(opened, (QStringList{u"vxbook://store/vxperson/p1"_s, u"vxbook:"_s}));
+    EXPECT_EQ(opened, (QStringList{u"vxbook://store/vxperson/p1"_s, QString()}));
 }
 
 TEST_F(VXSearchServiceTest, AnswersKRunner)
@@ -116,4 +118,17 @@ TEST_F(VXSearchServiceTest, TellsThatThereIsNoBus)
 {
     bus->stop();
     EXPECT_NE(makeService()->problem(), QString());
+}
+
+// As the bus starts it: the file says what was asked of it.
+TEST_F(VXSearchServiceTest, WhatIsChosenIsOpenedByTheProgramWithWindows)
+{
+    EXPECT_FALSE(VXDesktopProgram::open(u"vxbook://store/vxperson/p1"_s));
+    VXTestProcess desktop(
+        u"/usr/bin/python3 '%1' com.halvern.VNX2.Desktop"_s.arg(QStringLiteral(VORNIX_FAKE_DESKTOP_PROGRAM)));
+    ASSERT_EQ(desktop.readLine(), "ready");
+    EXPECT_TRUE(VXDesktopProgram::open(u"vxbook://store/vxperson/p1"_s));
+    EXPECT_EQ(desktop.readLine(), "Open vxbook://store/vxperson/p1");
+    EXPECT_TRUE(VXDesktopProgram::open({}));
+    EXPECT_EQ(desktop.readLine(), "Activate");
 }

@@ -5,10 +5,13 @@
 #include <csignal>
 #include <utility>
 
+#include <sys/wait.h>
+
 using namespace Qt::StringLiterals;
 
 VXTestProcess::VXTestProcess(const QString &command)
-    : _output(::popen(QFile::encodeName("echo $$; exec "_L1 + command).constData(), "r")), _process(readLine().toInt())
+    : _output(::popen(QFile::encodeName("echo $$; exec setpriv --pdeathsig TERM "_L1 + command).constData(), "r")),
+      _process(readLine().toInt())
 {
 }
 
@@ -18,6 +21,13 @@ QByteArray VXTestProcess::readLine()
     if (_output == nullptr || ::fgets(line.data(), static_cast<int>(line.size()), _output) == nullptr)
         return {};
     return QByteArray(line.constData()).trimmed();
+}
+
+bool VXTestProcess::isRunning() const
+{
+    siginfo_t ended{};
+    return _process > 0 && ::waitid(P_PID, static_cast<id_t>(_process), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ended.si_pid == 0;
 }
 
 void VXTestProcess::stop()

@@ -14,7 +14,7 @@
 class VXTestProcess
 {
 public:
-    /** A command line for the shell, which it replaces. */
+    /** A command line for the shell, which it replaces. It ends with the thread that makes the object, too. */
     explicit VXTestProcess(const QString &command);
     ~VXTestProcess() { stop(); }
     VXTestProcess(const VXTestProcess &) = delete;
@@ -22,6 +22,8 @@ public:
 
     /** The next line of its standard output, trimmed; waits for it. Empty at its end. */
     QByteArray readLine();
+    /** False once it has ended by itself. */
+    bool isRunning() const;
     /** Asks it to end, and waits for that. */
     void stop();
 

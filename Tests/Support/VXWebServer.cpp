@@ -5,9 +5,10 @@
 #include <gtest/gtest.h>
 #include <QtCore/QFile>
 
-#include <csignal>
+#include <cstdlib>
+#include <thread>
+
 #include <netinet/in.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -41,11 +42,9 @@ VXWebServer::VXWebServer(Kind kind) : _kind(kind)
 
 void VXWebServer::makeCertificate()
 {
-    QProcess maker;
-    maker.start(u"openssl"_s, {u"req"_s, u"-x509"_s, u"-newkey"_s, u"ed25519"_s, u"-nodes"_s, u"-days"_s, u"2"_s,
-                               u"-subj"_s, u"/CN=localhost"_s, u"-addext"_s, u"subjectAltName=DNS:localhost"_s,
-                               u"-keyout"_s, _folder.filePath(u"key.pem"_s), u"-out"_s, certificatePath()});
-    EXPECT_TRUE(maker.waitForFinished() && maker.exitCode() == 0) << maker.readAllStandardError().toStdString();
+    const QString command = u"openssl req -x509 -newkey ed25519 -nodes -days 2 -subj /CN=localhost "
+                            "-addext subjectAltName=DNS:localhost -keyout '%1' -out '%2' 2>/dev/null"_s;
+    EXPECT_EQ(std::system(qPrintable(command.arg(_folder.filePath(u"key.pem"_s), certificatePath()))), 0);
 }
 
 // It can not choose a free port itself: another program may be quicker to take the one found here.
@@ -76,38 +75,21 @@ bool VXWebServer::tryNginx(int port)
             .arg(_port)
             .toUtf8());
     configuration.close();
-    _nginx.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-    _nginx.start(u"/usr/sbin/nginx"_s, {u"-c"_s, configuration.fileName(), u"-e"_s, folder + u"/errors"_s});
+    _nginx.emplace(u"/usr/sbin/nginx -c '%1' -e '%2'"_s.arg(configuration.fileName(), folder + u"/errors"_s));
     // It listens before it writes the file.
-    while (_nginx.state() != QProcess::NotRunning && !QFile::exists(folder + u"/pid"_s))
-        _nginx.waitForFinished(1);
-    return _nginx.state() != QProcess::NotRunning;
-}
-
-VXWebServer::~VXWebServer()
-{
-    _nginx.terminate();
-    _nginx.waitForFinished();
-    stop();
+    while (_nginx->isRunning() && !QFile::exists(folder + u"/pid"_s))
+        std::this_thread::yield();
+    return _nginx->isRunning();
 }
 
 void VXWebServer::start()
 {
-    QStringList arguments{QStringLiteral(VORNIX_WEB_SERVER), requestsPath(), QString::number(_port)};
+    QString command = u"python3 '%1' '%2' %3"_s.arg(QStringLiteral(VORNIX_WEB_SERVER), requestsPath()).arg(_port);
     if (_kind == Kind::Secure)
-        arguments << certificatePath() << _folder.filePath(u"key.pem"_s);
-    _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    _process.start(u"python3"_s, arguments);
-    while (_process.state() != QProcess::NotRunning && !_process.canReadLine())
-        _process.waitForReadyRead();
-    _port = _process.readLine().trimmed().toInt();
+        command += u" '%1' '%2'"_s.arg(certificatePath(), _folder.filePath(u"key.pem"_s));
+    _process.emplace(command);
+    _port = _process->readLine().toInt();
     EXPECT_NE(_port, 0) << "the web server did not start";
-}
-
-void VXWebServer::stop()
-{
-    _process.closeWriteChannel();
-    _process.waitForFinished();
 }
 
 QUrl VXWebServer::url(const QString &pathAndQuery) const

@@ -1,10 +1,13 @@
 #pragma once
 
-#include <QtCore/QProcess>
+#include "VXTestProcess.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QUrl>
+
+#include <optional>
 
 /** A web server on the loopback, in a process of its own, as Tests/Support/WebServer/server.py describes it. */
 class VXWebServer
@@ -18,12 +21,11 @@ public:
 
     /** Runs once it is made. */
     explicit VXWebServer(Kind kind = Kind::Plain);
-    ~VXWebServer();
     VXWebServer(const VXWebServer &) = delete;
     VXWebServer &operator=(const VXWebServer &) = delete;
 
     /** Down, and up again at the same port. */
-    void stop();
+    void stop() { _process.reset(); }
     void start();
 
     /** "http://127.0.0.1:PORT/PATH?QUERY", or "https://localhost:...". */
@@ -44,8 +46,8 @@ private:
 
     QTemporaryDir _folder;
     const Kind _kind;
-    QProcess _process;
+    std::optional<VXTestProcess> _process;
     int _port = 0;
-    QProcess _nginx;
+    std::optional<VXTestProcess> _nginx; // ends before the server behind it
     int _nginxPort = 0;
 };

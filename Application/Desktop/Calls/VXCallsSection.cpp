@@ -262,8 +262,21 @@ void VXCallsSection::listWasRead()
         _pane->placeholder()->setContents(u"search"_s, VXText("No such calls"), {});
     _pane->setIsEmpty(isEmpty);
     _detail->setVisible(!isEmpty);
-    if (!isEmpty && !_pane->list()->currentIndex().isValid())
-        _pane->choose(0);
+    const int wanted = _model->rowOfObject(std::exchange(_wanted, {}));
+    if (wanted >= 0 || (!isEmpty && !_pane->list()->currentIndex().isValid()))
+        _pane->choose(std::max(0, wanted));
+}
+
+bool VXCallsSection::showObject(const QUrl &uri)
+{
+    const VXManagedObjectID call = objectAtURI(_coordinator, uri, VXCallStore::entityName);
+    if (call.isNull())
+        return false;
+    _wanted = call;
+    _pane->search()->clear();
+    _chips->button(int(Kind::All))->setChecked(true);
+    showList();
+    return true;
 }
 
 void VXCallsSection::showCall(int row)

@@ -24,6 +24,7 @@ public:
     void find() override;
     void exportItems() override;
     void importItems() override;
+    bool showObject(const QUrl &uri) override;
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -41,6 +42,7 @@ private:
 
     VXPersistentStoreCoordinator::Ptr _coordinator;
     VXStoreListModel *_model;
+    VXManagedObjectID _wanted; // to be chosen once the list was read
     VXListPane *_pane;
     QButtonGroup *_chips;
     class Detail;

@@ -284,6 +284,21 @@ bool VXContactsSection::leave()
     return _edited.has_value() && endEditing();
 }
 
+void VXContactsSection::showInList(const VXManagedObjectID &person)
+{
+    _pane->search()->clear();
+    show(person);
+    _pane->choose(_model->rowOfObject(_shown));
+}
+
+bool VXContactsSection::showObject(const QUrl &uri)
+{
+    const VXManagedObjectID person = objectAtURI(_coordinator, uri, u"VXPerson");
+    if (!person.isNull())
+        showInList(person);
+    return !person.isNull();
+}
+
 void VXContactsSection::showContact(const QString &phonebookString)
 {
     VXPhonebookManager &manager = VXPhonebookManager::sharedPhonebookManager();
@@ -292,12 +307,8 @@ void VXContactsSection::showContact(const QString &phonebookString)
         const auto person = entry->entity().name() == "VXPerson"_L1
                                 ? entry
                                 : entry->valueForKey(u"person"_s).value<VXManagedObjectPtr>();
-        if (person) {
-            _pane->search()->clear();
-            show(person->objectID());
-            _pane->choose(_model->rowOfObject(_shown));
-            return;
-        }
+        if (person)
+            return showInList(person->objectID());
     }
     if (!_coordinator || (_edited && !endEditing()))
         return;

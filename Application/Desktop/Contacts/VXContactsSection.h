@@ -41,6 +41,7 @@ public:
     void remove() override;
     void exportItems() override;
     void importItems() override;
+    bool showObject(const QUrl &uri) override;
     void commit() override;
     bool leave() override;
 
@@ -49,6 +50,7 @@ private:
     void updateGroups();
     void listWasRead();
     void show(const VXManagedObjectID &person);
+    void showInList(const VXManagedObjectID &person);
     void showCard();
     void startEditing(const VXContactRecord &contact);
     bool endEditing();

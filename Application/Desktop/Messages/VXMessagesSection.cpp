@@ -222,11 +222,47 @@ void VXMessagesSection::showRow(int row)
         return;
     const VXShownMessage shown = value.value<VXRowContents>().data.value<VXShownMessage>();
     const QString party = shown.message.otherParty();
-    const QStringList keys = conversationsWith(party);
     _shownConversation = shown.conversation;
+    showConversation(party, conversationsWith(party));
+}
+
+void VXMessagesSection::showConversation(const QString &party, const QStringList &keys)
+{
     _view->setParty(party, keys);
     if (isVisible())
         markAsRead(keys);
+}
+
+// In the list of all; false when it is not among those that were read.
+bool VXMessagesSection::chooseConversation(const QStringList &keys)
+{
+    for (const QString &key : keys) {
+        if (const int row = _conversations->rowOfConversation(key); row >= 0) {
+            _folder->setCurrentIndex(0);
+            showFolder();
+            _pane->choose(row);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool VXMessagesSection::showObject(const QUrl &uri)
+{
+    const VXManagedObjectID message =
+        objectAtURI(_store ? _store->coordinator() : nullptr, uri, VXMessageStore::entityName);
+    if (message.isNull())
+        return false;
+    VXManagedObjectContext context(_store->coordinator());
+    const QString party = VXMessageRecord(QVariant::fromValue(context.objectWithID(message))).otherParty();
+    const QStringList keys = conversationsWith(party);
+    _pane->search()->clear();
+    if (!chooseConversation(keys)) {
+        _shownConversation = keys.constFirst(); // chosen once the list has come so far
+        _pane->list()->setCurrentIndex({});
+        showConversation(party, keys);
+    }
+    return true;
 }
 
 void VXMessagesSection::showEvent(QShowEvent *event)
@@ -277,17 +313,11 @@ void VXMessagesSection::write(const QStringList &phonebookStrings, const QString
     if (!_store)
         return;
     if (phonebookStrings.size() == 1) {
-        const QStringList keys = conversationsWith(phonebookStrings.constFirst());
-        for (const QString &key : keys) {
-            if (const int row = _conversations->rowOfConversation(key); row >= 0) {
-                _folder->setCurrentIndex(0);
-                showFolder();
-                _pane->choose(row);
-                if (!text.isEmpty())
-                    _view->composer().setText(text);
-                _view->focusText();
-                return;
-            }
+        if (chooseConversation(conversationsWith(phonebookStrings.constFirst()))) {
+            if (!text.isEmpty())
+                _view->composer().setText(text);
+            _view->focusText();
+            return;
         }
     }
     _pane->list()->setCurrentIndex({});

@@ -35,6 +35,7 @@ public:
     void remove() override;
     void exportItems() override;
     void importItems() override;
+    bool showObject(const QUrl &uri) override;
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -44,6 +45,8 @@ private:
     void updateBadge();
     void showFolder();
     void showRow(int row);
+    bool chooseConversation(const QStringList &keys);
+    void showConversation(const QString &party, const QStringList &keys);
     void listWasRead(int count);
     void send(const QStringList &receivers, const QString &text);
     void markAsRead(const QStringList &conversations);

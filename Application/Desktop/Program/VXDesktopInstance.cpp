@@ -1,5 +1,7 @@
 #include "VXDesktopInstance.h"
 
+#include "VXDesktopProgram.h"
+
 #include <QtCore/QVariantMap>
 #include <QtDBus/QDBusAbstractAdaptor>
 #include <QtDBus/QDBusConnection>
@@ -8,11 +10,11 @@
 
 using namespace Qt::StringLiterals;
 
-const QString VXDesktopInstance::busName = u"com.halvern.VNX2.Desktop"_s;
+const QString VXDesktopInstance::busName = VXDesktopProgram::busName();
 
 namespace {
 
-const QString objectPath = u"/com/halvern/VNX2/Desktop"_s;
+const QString objectPath = VXDesktopProgram::objectPath();
 const QString interfaceName = u"org.freedesktop.Application"_s;
 constexpr int longestAnswer = 3000; // milliseconds
 

@@ -6,6 +6,7 @@
 #include "VXMainWindow.h"
 #include "VXPhoneNumberFormat.h"
 #include "VXPluginManager.h"
+#include "VXSearchIndex.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QUrl>
@@ -66,6 +67,8 @@ void VXDesktopOpener::openOne(const QString &uri, QStringList &cards)
         _window.writeMessage(message.numbers, message.text);
         return;
     }
+    if (const QUrl object = VXFoundObject::uriForURL(QUrl(uri)); !object.isEmpty() && _window.showObject(object))
+        return;
     if (!VXApplication::sharedApplication().openURLString(uri).isValid())
         fail(VXText("“%1” cannot be opened.").arg(uri), VXPluginManager::sharedPluginManager().lastURLProblem());
 }

@@ -251,6 +251,14 @@ void VXMainWindow::call(const QString &number)
     });
 }
 
+bool VXMainWindow::showObject(const QUrl &uri)
+{
+    const auto found = std::ranges::find_if(_sections, [&uri](VXSection *each) { return each->showObject(uri); });
+    if (found != _sections.end())
+        showSection((*found)->key());
+    return found != _sections.end();
+}
+
 void VXMainWindow::writeMessage(const QStringList &phonebookStrings, const QString &text)
 {
     showSection(u"messages"_s);

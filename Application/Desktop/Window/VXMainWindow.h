@@ -28,6 +28,8 @@ public:
     void call(const QString &number);
     void writeMessage(const QStringList &phonebookStrings, const QString &text = {});
     void showContact(const QString &phonebookString);
+    /** A contact, a message in its conversation, a call, by the URI of the stored object; false when there is none. */
+    bool showObject(const QUrl &uri);
     void importContacts(const QStringList &paths);
     void openPreferences(const QString &page = {});
     void openLog();

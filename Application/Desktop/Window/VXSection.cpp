@@ -1,5 +1,6 @@
 #include "VXSection.h"
 
+#include "VXManagedObjectContext.h"
 #include "VXNoticeBar.h"
 #include "VXThemeManager.h"
 
@@ -18,6 +19,18 @@ void VXSection::setBadge(int count)
 {
     if (std::exchange(_badge, count) != count)
         Q_EMIT badgeDidChange();
+}
+
+VXManagedObjectID VXSection::objectAtURI(const VXPersistentStoreCoordinator::Ptr &coordinator, const QUrl &uri,
+                                         QStringView entity)
+{
+    if (!coordinator || uri.path().section(u'/', 1, 1) != entity)
+        return {};
+    const VXManagedObjectID objectID = coordinator->objectIDForURIRepresentation(uri);
+    if (objectID.isNull())
+        return {};
+    VXManagedObjectContext context(coordinator);
+    return context.existingObjectWithID(objectID) ? objectID : VXManagedObjectID();
 }
 
 namespace {

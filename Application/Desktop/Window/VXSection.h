@@ -1,5 +1,8 @@
 #pragma once
 
+#include "VXPersistentStoreCoordinator.h"
+
+#include <QtCore/QUrl>
 #include <QtGui/QUndoStack>
 #include <QtWidgets/QWidget>
 
@@ -34,6 +37,8 @@ public:
     virtual void importItems() {}
     /** Puts what is being edited away, where it is safe: before another section comes, and at the end. */
     virtual void commit() {}
+    /** Shows a stored object; false when it is none of this section's, or gone. */
+    virtual bool showObject(const QUrl &) { return false; }
     /** Back to where one came from; false when there was nothing to leave. */
     virtual bool leave() { return false; }
 
@@ -50,6 +55,9 @@ Q_SIGNALS:
 
 protected:
     void setBadge(int count);
+    /** Of an object of that entity that is there; null for any other. */
+    static VXManagedObjectID objectAtURI(const VXPersistentStoreCoordinator::Ptr &coordinator, const QUrl &uri,
+                                         QStringView entity);
 
 private:
     const QString _key;

@@ -1,3 +1,4 @@
+#include "VXDesktopProgram.h"
 #include "VXHostCommands.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
@@ -13,9 +14,11 @@ namespace {
 
 constexpr auto usualIdleTime = 30s; // a user types on
 
-void openLater(const QString &url)
+// In the program with windows, where it is installed.
+void open(const QString &url)
 {
-    VXStartBeside({u"open"_s, url});
+    if (!VXDesktopProgram::open(url) && !url.isNull())
+        VXStartBeside({u"open"_s, url});
 }
 
 // Without the plugins: desktops ask at each letter, and start this for it.
@@ -23,7 +26,7 @@ int runSearchService(VXHostContext &context)
 {
     bool isNumber = false;
     const qint64 seconds = context.options.operand(0).toLongLong(&isNumber);
-    VXSearchService service(openLater, isNumber ? std::chrono::seconds(seconds) : usualIdleTime);
+    VXSearchService service(open, isNumber ? std::chrono::seconds(seconds) : usualIdleTime);
     if (!service.problem().isNull())
         return context.output.fail(u"desktops can not search here: %1"_s.arg(service.problem()));
     if (VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere())

@@ -4,14 +4,20 @@
 #include "VXApplication.h"
 #include "VXBundle.h"
 #include "VXContactForm.h"
+#include "VXDataManager.h"
+#include "VXDesktopOpener.h"
 #include "VXLogWindow.h"
+#include "VXManagedObjectContext.h"
+#include "VXMessageStore.h"
 #include "VXPluginManager.h"
 #include "VXPreferencesWindow.h"
+#include "VXSearchIndex.h"
 #include "VXTesting.h"
 
 #include <QtGui/QAccessible>
 #include <QtGui/QAction>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QLabel>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +33,28 @@ protected:
         VXApplication::sharedApplication().setDidFinishLaunching(true);
     }
     ~VXMainWindowTest() override { VXPluginManager::sharedPluginManager().shutdown(); }
+
+    /** @return by which the desktop's search has it opened. */
+    static QString insert(const QString &store, const QString &entity, const QVariantMap &values)
+    {
+        const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(store);
+        VXManagedObjectContext context(coordinator);
+        const VXManagedObjectPtr object = context.insertNewObject(entity);
+        if (entity == VXMessageStore::entityName)
+            object->setValueForKey(VXMessageStore(coordinator).folders(context)->constFirst(), u"folder"_s);
+        for (const auto &[key, value] : values.asKeyValueRange())
+            object->setValueForKey(value, key);
+        VXError error;
+        EXPECT_TRUE(context.save(&error)) << error.description().toStdString();
+        return VXFoundObject{.uri = object->objectID().uriRepresentation()}.url().toString();
+    }
+    static bool shows(const VXMainWindow &window, const QString &section, const QString &text)
+    {
+        const auto labels = window.section(section)->findChildren<QLabel *>();
+        return window.section(section)->isVisible() && std::ranges::any_of(labels, [&text](const QLabel *label) {
+                   return label->isVisible() && label->text().contains(text);
+               });
+    }
 
     /** What Tab can reach on the window and has no name. */
     static QStringList namelessOn(const QWidget &window, const QString &where)
@@ -93,4 +121,30 @@ TEST_F(VXMainWindowTest, theMenuOffersWhatTheSectionCanDo)
     EXPECT_FALSE(isOffered(u"automations"_s, QKeySequence::Open));
     EXPECT_TRUE(isOffered(u"automations"_s, QKeySequence(Qt::Key_F2)));
     EXPECT_FALSE(isOffered(u"phones"_s, QKeySequence(QKeySequence::Delete)));
+}
+
+TEST_F(VXMainWindowTest, whatTheDesktopsSearchFoundIsShown)
+{
+    const QDateTime longAgo = QDateTime::fromSecsSinceEpoch(1'700'000'000);
+    const struct
+    {
+        QString section;
+        QString text;
+        QString url;
+    } table[] = {
+        {u"contacts"_s, u"Jane Doe"_s,
+         insert(u"phonebook"_s, u"VXPerson"_s, {{u"firstName"_s, u"Jane"_s}, {u"lastName"_s, u"Doe"_s}})},
+        {u"messages"_s, u"0199"_s,
+         insert(u"messages"_s, u"VXMessage"_s,
+                {{u"text"_s, u"Hello"_s}, {u"from"_s, u"<+15550199>"_s}, {u"date"_s, longAgo}})},
+        {u"calls"_s, u"0198"_s, insert(u"calls"_s, u"VXCall"_s, {{u"from"_s, u"<+15550198>"_s}, {u"date"_s, longAgo}})},
+    };
+    for (int i = 1; i < 200; ++i) // a page and more before it
+        insert(u"calls"_s, u"VXCall"_s, {{u"from"_s, u"<+15550100>"_s}, {u"date"_s, longAgo.addSecs(i)}});
+    VXMainWindow window;
+    window.show();
+    for (const auto &row : table) {
+        VXDesktopOpener(window).open({row.url});
+        EXPECT_TRUE(VXRunUntil([&] { return shows(window, row.section, row.text); })) << row.url.toStdString();
+    }
 }

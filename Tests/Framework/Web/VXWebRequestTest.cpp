@@ -28,6 +28,12 @@ int threadCount()
 
 class VXWebRequestTest : public VXWebTest
 {
+protected:
+    /** The thread sanitizer begins a thread of its own with the first: not to be counted as one of ours. */
+    static void SetUpTestSuite()
+    {
+        std::thread([] {}).join();
+    }
 };
 
 class AbstractRequest : public VXWebRequest
@@ -339,15 +345,16 @@ TEST_F(VXWebRequestTest, CancelledAtAnyMomentItCompletesOnceAndLeavesNoThread)
 TEST_F(VXWebRequestTest, TheEndOfTheProgramIsToldToo)
 {
     const auto endProgram = [&] {
+        const int threadsBefore = threadCount(); // a sanitizer may have one of its own
         const auto connection = VXWebConnection::requestURL(server.url(u"/silent"_s), {}, delegate);
         QCoreApplication::instance()->~QCoreApplication();
         const bool isToldOnce = delegate->calls == 1 && delegate->wasOnMainThread;
         const QDeadlineTimer deadline(5000); // a thread that has done its work takes a moment to be gone
-        while (threadCount() > 1 && !deadline.hasExpired())
+        while (threadCount() > threadsBefore && !deadline.hasExpired())
             std::this_thread::yield();
-        std::_Exit(isToldOnce && connection->error() == cancelled && threadCount() == 1 ? 0 : 1);
+        std::_Exit(isToldOnce && connection->error() == cancelled && threadCount() == threadsBefore ? 0 : 1);
     };
-    ASSERT_TRUE(VXRunUntil([] { return threadCount() == 1; })); // a fork has none of the threads that are kept
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a fork would have none of the threads that are kept
     EXPECT_EXIT(endProgram(), testing::ExitedWithCode(0), "");
 }
 

@@ -1,6 +1,6 @@
 """A web server for tests: python3 server.py COUNT_FILE [PORT] [CERTIFICATE KEY].
 
-Prints its port and serves on the loopback until its standard input ends. Each request adds a line "METHOD PATH" to the count
+Prints its port and serves on the loopback until it is ended. Each request adds a line "METHOD PATH" to the count
 file before it is answered. /form answers with the form's fields as JSON, read by a strict parser; /files/NAME is what lies in the folder "files" beside the
 count file; the other paths do what a
 server may do wrong, see `answer`."""
@@ -189,10 +189,8 @@ def main():
     if len(sys.argv) > 4:
         server.context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         server.context.load_cert_chain(sys.argv[3], sys.argv[4])
-    threading.Thread(target=server.serve_forever, daemon=True).start()
     print(server.server_address[1], flush=True)
-    sys.stdin.read()
-    os._exit(0)
+    server.serve_forever()
 
 
 main()
