@@ -41,7 +41,8 @@ protected:
         VXManagedObjectContext context(coordinator);
         const VXManagedObjectPtr object = context.insertNewObject(entity);
         if (entity == VXMessageStore::entityName)
-            object->setValueForKey(VXMessageStore(coordinator).folders(context)->constFirst(), u"folder"_s);
+            object->setValueForKey(QVariant::fromValue(VXMessageStore(coordinator).folders(context)->constFirst()),
+                                   u"folder"_s);
         for (const auto &[key, value] : values.asKeyValueRange())
             object->setValueForKey(value, key);
         VXError error;
