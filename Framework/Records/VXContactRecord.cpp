@@ -152,7 +152,7 @@ void removeControlCharactersFrom(QString &text)
 QDate dayOf(const QVariant &value)
 {
     const QDateTime date = value.typeId() == QMetaType::QDate ? QDateTime() : value.toDateTime();
-    return date.isValid() ? date.date() : value.toDate();
+    return VXRecordDate(date.isValid() ? date.date() : value.toDate());
 }
 
 } // namespace

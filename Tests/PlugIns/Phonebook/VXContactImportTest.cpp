@@ -142,6 +142,9 @@ TEST_F(VXContactImportTest, NoCardIsNewsASecondTime)
         "ADR:;;1 Lane ;Town;;;\r\nADR:;;1 Lane;Town;;;\r\n",
         "UID: x \r\nBDAY:1980-01-02\r\n",
         "ORG: Mill \r\nTITLE: \r\nNICKNAME:J \r\n",
+        "TEL:CALL-ME\r\n",
+        "TEL:sip:jane@example.org\r\nTEL:sip:1234@example.org\r\n",
+        "TEL:CALL-ME\r\nTEL:555 0142\r\nEMAIL:n@example.org\r\n",
     };
     int number = 0;
     for (const QByteArray &lines : cases) {
@@ -149,6 +152,9 @@ TEST_F(VXContactImportTest, NoCardIsNewsASecondTime)
         EXPECT_EQ(import(one), u"1 0 0 0"_s) << lines.toStdString();
         EXPECT_EQ(import(one), u"0 0 1 0"_s) << lines.toStdString() << replaced.join(u'\n').toStdString();
     }
+    const QByteArray nameless = "BEGIN:VCARD\r\nVERSION:3.0\r\nTEL:CALL-US\r\nEND:VCARD\r\n";
+    EXPECT_EQ(import(nameless), u"1 0 0 0"_s);
+    EXPECT_EQ(import(nameless), u"0 0 1 0"_s);
     const QByteArray whole = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Jane Doe\r\nTEL:555 0199\r\nEND:VCARD\r\n";
     EXPECT_EQ(import(card("Jane Doe", "TEL:555 0199\r\n")), u"1 0 0 0"_s);
     EXPECT_EQ(import(whole), u"0 0 1 0"_s);
@@ -239,6 +245,40 @@ TEST_F(VXContactImportTest, CardsOfOneNameAreContactsOfTheirOwnUnlessTheyAreEqua
             EXPECT_EQ(import(each.cards), each.again) << each.name;
             EXPECT_EQ(replaced, QStringList()) << each.name;
         }
+    }
+}
+
+// A UID that several cards have is one contact's, unless they are plainly of several people.
+TEST_F(VXContactImportTest, AUIDThatSeveralCardsHaveSettles)
+{
+    const auto of = [](const QByteArray &name, const QByteArray &lines) { return card(name, "UID:x\r\n" + lines); };
+    const struct
+    {
+        QByteArray cards;
+        QString counts;
+        QStringList contacts;
+    } cases[] = {
+        {of("Ann Lee", "ORG:Acme\r\nNOTE:n\r\n") + of("Ann Lee", "ORG:Mill\r\nNOTE:m\r\nTEL:555 0101\r\n") +
+             of("Ann Lee", "ORG:Tower\r\nBDAY:1980-01-01\r\n") + of("Ann Lee", "BDAY:1981-01-01\r\n"),
+         u"1 3 0 0"_s,
+         {u"Ann Lee|Acme|555 0101"_s}},
+        {of("Ann Lee", "TEL:555 0101\r\n") + of("Bob Hill", "TEL:555 0102\r\n") + of("Cid Ray", {}) +
+             of("Ann Lee", "TEL:555 0103\r\n"),
+         u"3 1 0 0"_s,
+         {u"Ann Lee||555 0101|555 0103"_s, u"Bob Hill||555 0102"_s, u"Cid Ray|"_s}},
+        {"BEGIN:VCARD\r\nUID:x\r\nORG:Acme\r\nEND:VCARD\r\nBEGIN:VCARD\r\nUID:x\r\nORG:Mill\r\nEND:VCARD\r\n",
+         u"2 0 0 0"_s,
+         {u"Acme|Acme"_s, u"Mill|Mill"_s}},
+    };
+    for (const auto &each : cases) {
+        EXPECT_EQ(import(each.cards, true), each.counts);
+        EXPECT_EQ(import(each.cards), each.counts);
+        EXPECT_EQ(contacts(), each.contacts);
+        const qsizetype number = each.cards.count("BEGIN:");
+        EXPECT_EQ(import(each.cards), u"0 0 %1 0"_s.arg(number)) << replaced.join(u'\n').toStdString();
+        EXPECT_EQ(contacts(), each.contacts);
+        undo();
+        EXPECT_EQ(contacts(), QStringList());
     }
 }
 
