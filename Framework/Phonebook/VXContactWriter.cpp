@@ -206,6 +206,8 @@ VXContactRecord VXStorableContact(const VXContactRecord &contact)
         }
         list->removeIf([](const Address &each) { return each.value.isEmpty(); });
     }
+    for (Address &number : storable.numbers)
+        number.value = VXPhoneNumberWithoutTrunkZero(number.value);
     for (QString &group : storable.groups)
         group = group.trimmed();
     storable.groups.removeAll(QString());

@@ -143,6 +143,8 @@ TEST_F(VXContactImportTest, NoCardIsNewsASecondTime)
         "UID: x \r\nBDAY:1980-01-02\r\n",
         "ORG: Mill \r\nTITLE: \r\nNICKNAME:J \r\n",
         "TEL:CALL-ME\r\n",
+        "TEL:+49 (0)30 1234567\r\nTEL:+49 30 1234567\r\nTEL:0049(0)301234568\r\n",
+        "TEL;X-A=1:+49 (0)30 1234567\r\nTEL;X-A=2:555 0143\r\nNOTE;X-A=3:n\r\n",
         "TEL:sip:jane@example.org\r\nTEL:sip:1234@example.org\r\n",
         "TEL:CALL-ME\r\nTEL:555 0142\r\nEMAIL:n@example.org\r\n",
     };
@@ -491,6 +493,34 @@ TEST_F(VXContactImportTest, TheWholeNameIsKeptWhileTheNameIs)
     VXContactWriter(context).replace(person, contact);
     ASSERT_TRUE(context.save());
     EXPECT_EQ(exported(), "FN:Jane Hill");
+}
+
+TEST_F(VXContactImportTest, ParametersThatNobodyKnowsSurvive)
+{
+    const QByteArrayList lines{"FN;X-F=1:Jane Doe",
+                               "N;X-A=1:Doe;Jane;;;",
+                               "TEL;TYPE=cell;X-CUSTOM=\"a:b\";X-D=2:555 0100",
+                               "TEL;X-OTHER=2:sip:jane@example.org",
+                               "TEL:555 0101",
+                               "EMAIL;X-A=2:jane@example.org",
+                               "ADR;X-B=3:;;1 Lane;Town;;;",
+                               "URL;X-B=4:https://example.org:80/",
+                               "NOTE;LANGUAGE=de:n",
+                               "BDAY;X-C=1:1985-04-12"};
+    const QByteArray card = "BEGIN:VCARD\r\nVERSION:3.0\r\n" + lines.join("\r\n") +
+                            "\r\nBDAY;X-OMIT-YEAR=1604:1604-05-01\r\nitem1.EMAIL:j@example.org\r\n"
+                            "item1.X-ABLabel:_$!<Other>!$_\r\nUID:1\r\nEND:VCARD\r\n";
+    EXPECT_EQ(import(card), u"1 0 0 0"_s);
+    EXPECT_EQ(import(card), u"0 0 1 0"_s);
+    VXManagedObjectContext context(store);
+    const auto found = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
+    const QByteArray written = VXCardWriter::card(QVariant::fromValue(found->first()), VXCardWriter::Version::V3);
+    for (const QByteArray &line : lines)
+        EXPECT_TRUE(written.contains("\r\n" + line + "\r\n")) << line.toStdString() << '\n' << written.toStdString();
+    EXPECT_FALSE(written.contains("X-VORNIX"));
+    EXPECT_EQ(written.count("BDAY"), 1);
+    EXPECT_TRUE(written.contains("X-ABLabel:other")) << written.toStdString();
+    EXPECT_EQ(import(written), u"0 0 1 0"_s);
 }
 
 TEST_F(VXContactImportTest, WhatIsKeptIsWhatTheCardHad)
