@@ -108,10 +108,9 @@ int list(const Desk &desk)
 int conversation(const Desk &desk)
 {
     const QStringList keys = VXConversationsWith(desk.host, desk.store, desk.context, desk.operand(1));
-    return keys.isEmpty() ? static_cast<int>(VXHostOutput::Failed)
-                          : answer(desk, [&](qsizetype limit, VXError *error) {
-                                return desk.store.newestOfConversations(keys, limit, desk.context, error);
-                            });
+    return keys.isEmpty() ? static_cast<int>(VXHostOutput::Failed) : answer(desk, [&](qsizetype limit, VXError *error) {
+        return desk.store.newestOfConversations(keys, limit, desk.context, error);
+    });
 }
 
 int show(const Desk &desk, const Message &message)

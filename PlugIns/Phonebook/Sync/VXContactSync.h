@@ -38,6 +38,6 @@ private:
     std::unique_ptr<VXContactReconciler> _reconciler; // once the phone was read
     std::deque<VXPhoneChange> _changes;               // left to be carried out
     QStringList _carriedOut;                          // names
-    QStringList _refused; // names: again, as was told before
+    QStringList _refused;                             // names: again, as was told before
     QStringList _problems;
 };
