@@ -106,6 +106,19 @@ TEST_F(HostContactsTest, OfChangesAtOneTimeNoneIsLost)
     EXPECT_EQ(json({u"show"_s, u"p1"_s})["numbers"_L1].toArray().size(), 4);
 }
 
+TEST_F(HostContactsTest, NamesAreShownInTheUsersOrder)
+{
+    phonebook({u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s});
+    EXPECT_EQ(
+        runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"phonebook.names.last_first"_s, u"1"_s}).status, 0);
+    for (const QStringList &shown : {QStringList{u"list"_s},
+                                     {u"show"_s, u"p1"_s},
+                                     {u"lookup"_s, u"555 0100"_s},
+                                     {u"complete"_s, u"ja"_s},
+                                     {u"delete"_s, u"p1"_s}})
+        EXPECT_THAT(phonebook(shown).output.toStdString(), HasSubstr("Doe Jane")) << shown.constFirst().toStdString();
+}
+
 TEST_F(HostContactsTest, WhoWasDeletedByMistakeComesBack)
 {
     EXPECT_EQ(phonebook({u"add"_s, u"Jane Doe <+1 555 0100/m>"_s, u"--group"_s, u"Family"_s}).status, 0);

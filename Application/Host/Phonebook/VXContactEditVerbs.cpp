@@ -216,7 +216,7 @@ int VXDeleteContact(VXHostContext &context)
     if (!named.person)
         return VXHostOutput::Failed;
     const VXShownContact shown(named.person);
-    const QString name = shown.contact.displayName();
+    const QString name = shown.contact.shownName();
     VXError error;
     const auto changeSet = VXContactHistory::insert(*named.contacts, u"deletion"_s, name, &error);
     if (changeSet) {

@@ -40,11 +40,11 @@ QString numberOf(VXHostContext &context, const VXManagedObjectPtr &person)
     const VXContactRecord contact{QVariant::fromValue(person)};
     QList<VXContactRecord::Address> numbers = contact.numbers;
     if (numbers.isEmpty())
-        return failed(context, u"%1 has no phone number"_s.arg(contact.displayName()));
+        return failed(context, u"%1 has no phone number"_s.arg(contact.shownName()));
     if (numbers.size() > 1 && std::ranges::count_if(numbers, isMobile) == 1)
         numbers = {*std::ranges::find_if(numbers, isMobile)};
     if (numbers.size() > 1)
-        return failed(context, u"%1 has several phone numbers: %2"_s.arg(contact.displayName(),
+        return failed(context, u"%1 has several phone numbers: %2"_s.arg(contact.shownName(),
                                                                          VXShownAddresses(numbers).join(", "_L1)));
     return VXPhonebookStringJoin(contact.displayName(), numbers.constFirst().value, numbers.constFirst().type);
 }
