@@ -78,14 +78,21 @@ QStringList VXCardLine::words(const QString &parameter) const
     return words;
 }
 
+QString VXCardLine::parametersBut(const QStringList &names) const
+{
+    QString kept;
+    for (const auto &[parameter, text] : parameters) {
+        if (!names.contains(parameter))
+            kept += u';' + parameter + u'=' + parameterText(text);
+    }
+    return kept;
+}
+
 QString VXCardLine::contentLine() const
 {
     const bool isEncoded = !isData && (!words(u"ENCODING"_s).isEmpty() || !words(u"CHARSET"_s).isEmpty());
-    QString line = isEncoded ? (group.isEmpty() ? name : group + u'.' + name) : header;
-    for (const auto &[parameter, text] : parameters) {
-        if (isEncoded && parameter != "ENCODING"_L1 && parameter != "CHARSET"_L1)
-            line += u';' + parameter + u'=' + parameterText(text);
-    }
+    const QString plain = group.isEmpty() ? name : group + u'.' + name;
+    const QString line = isEncoded ? plain + parametersBut({u"ENCODING"_s, u"CHARSET"_s}) : header;
     return line + u':' + (isData ? QString::fromLatin1(data.toBase64()) : value);
 }
 

@@ -3,6 +3,7 @@
 #include "VXCardLine.h"
 #include "VXCardText.h"
 #include "VXPhonebookType.h"
+#include "VXPhoneNumber.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QUrl>
@@ -70,7 +71,7 @@ bool isNumberURI(const QString &value)
 QString numberOf(const QString &value)
 {
     if (!isNumberURI(value))
-        return value;
+        return VXPhoneNumberWithoutTrunkZero(value);
     return QUrl::fromPercentEncoding(value.sliced(4).section(u';', 0, 0).toUtf8());
 }
 
@@ -174,8 +175,29 @@ private:
             return;
         const Taker taker = takers.value(line.name, nullptr);
         _number = number;
+        _kept = QString();
         if (taker == nullptr || !(this->*taker)(line))
             keepUnknown(line, number);
+        else if (!_kept.isNull())
+            keepParameters(line, number);
+    }
+
+    // Of what is known the parameters that are not; by `_kept` it is known again when it is written.
+    void keepParameters(const VXCardLine &line, qint64 number)
+    {
+        const QString further = line.parametersBut(knownParameters());
+        if (!further.isEmpty())
+            keepUnknown(VXCardLine{.name = line.name,
+                                   .header = VXCardLine::furtherParameters + further,
+                                   .value = VXCardLine::mark(line.name, _kept)},
+                        number);
+    }
+
+    static const QStringList &knownParameters()
+    {
+        static const QStringList names{u"TYPE"_s,    u"VALUE"_s, u"PREF"_s,     u"ENCODING"_s,
+                                       u"CHARSET"_s, u"ALTID"_s, u"MEDIATYPE"_s};
+        return names;
     }
 
     void keepUnknown(const VXCardLine &line, qint64 number)
@@ -235,6 +257,7 @@ private:
                                    &contact.nameSuffix};
         for (qsizetype index = 0; index < std::min<qsizetype>(parts.size(), 5); ++index)
             *fields[index] = nullIfEmpty(parts[index]);
+        _kept = u""_s;
         return true;
     }
 
@@ -248,6 +271,7 @@ private:
                                                     : contact.note;
         if (!field.isEmpty())
             return false;
+        _kept = u""_s;
         if (line.name == "ORG"_L1) // the company, then its units
             field = joinedParts(line.value, u';');
         else if (line.name == "NICKNAME"_L1)
@@ -272,6 +296,7 @@ private:
         if (!date.isValid() || date.year() == noYear || _card.contact.birthday.isValid())
             return false; // without a year, as text
         _card.contact.birthday = date;
+        _kept = u""_s;
         return true;
     }
 
@@ -286,6 +311,7 @@ private:
                                                          : _card.contact.urls;
         const QString label = isNumber ? labelOf(line) : QString();
         list.append({isNumber ? numberOf(text) : text, typeOf(line), label.isNull() ? extensionOf(text) : label});
+        _kept = list.constLast().value;
         if (!line.group.isEmpty())
             _labelled.append({line.group, &list, list.size() - 1});
         return true;
@@ -307,6 +333,8 @@ private:
         const bool isEmpty = std::ranges::all_of(parts, [](const QString &part) { return part.isEmpty(); });
         if (!isEmpty)
             _card.contact.addresses.append(address);
+        if (!isEmpty)
+            _kept = address.street + u' ' + address.city + u' ' + address.zip;
         return true;
     }
 
@@ -362,7 +390,8 @@ private:
     {
         VXContactRecord &contact = _card.contact;
         const bool hasParts = !contact.firstName.isEmpty() || !contact.lastName.isEmpty();
-        const bool isOther = hasParts && !contact.name.isEmpty() && contact.name != contact.displayName();
+        const bool isOther = (hasParts && !contact.name.isEmpty() && contact.name != contact.displayName()) ||
+                             (_fullName && !_fullName->parametersBut(knownParameters()).isEmpty());
         if (_fullName && (isOther || !contact.fullNameLines().isEmpty()))
             contact.properties.prepend(_fullName->contentLine());
         if (hasParts || contact.name == contact.company || contact.name == contact.nickname)
@@ -406,6 +435,7 @@ private:
     qsizetype _propertyCount = 0;
     qsizetype _unknownSize = 0;
     qint64 _number = 0; // the line that is being taken
+    QString _kept;      // what was taken of it, as far as others of its name differ by it; null for nothing to be kept
     bool _hasName = false;
 };
 

@@ -1,5 +1,6 @@
 #include "VXCardWriter.h"
 
+#include "VXCardLine.h"
 #include "VXManagedObject.h"
 #include "VXPhonebookType.h"
 
@@ -61,15 +62,15 @@ QByteArray VXCardWriter::card(const VXContactRecord &contact, Version version)
     writer.addProperties(contact.fullNameLines());
     writer.addName();
     if (!contact.nickname.isEmpty())
-        writer._lines.add(u"NICKNAME"_s, separated(contact.nickname, u','));
+        writer._lines.add(u"NICKNAME"_s + writer.furtherParameters(u"NICKNAME"_s), separated(contact.nickname, u','));
     if (!contact.company.isEmpty())
-        writer._lines.add(u"ORG"_s, separated(contact.company, u';'));
-    writer._lines.addTextIfAny(u"TITLE"_s, contact.jobTitle);
+        writer._lines.add(u"ORG"_s + writer.furtherParameters(u"ORG"_s), separated(contact.company, u';'));
+    writer._lines.addTextIfAny(u"TITLE"_s + writer.furtherParameters(u"TITLE"_s), contact.jobTitle);
     writer.addAddresses(u"TEL"_s, contact.numbers);
     writer.addAddresses(u"EMAIL"_s, contact.emails);
     writer.addPostalAddresses();
     writer.addGroups();
-    writer._lines.addTextIfAny(u"NOTE"_s, contact.note);
+    writer._lines.addTextIfAny(u"NOTE"_s + writer.furtherParameters(u"NOTE"_s), contact.note);
     writer.addImage();
     writer.addLinks();
     writer.addBirthday();
@@ -79,6 +80,10 @@ QByteArray VXCardWriter::card(const VXContactRecord &contact, Version version)
         writer._lines.addTextIfAny(u"UID"_s, contact.uid);
     VXContactRecord rest = contact;
     rest.removeFullNameLines();
+    rest.properties.removeIf([&](const QString &line) {
+        const bool isBirthday = line.startsWith("BDAY:"_L1) || line.startsWith("BDAY;"_L1); // without a year
+        return line.startsWith(VXCardLine::furtherParameters) || (isBirthday && contact.birthday.isValid());
+    });
     writer.addProperties(rest.properties);
     writer._lines.add(u"END"_s, u"VCARD"_s);
     return writer._lines.bytes();
@@ -111,10 +116,28 @@ QString VXCardWriter::typeParameters(unsigned mask, const QString &label) const
     return kind == VXPhonebookTypePrimary && _version == Version::V4 ? parameters + ";PREF=1"_L1 : parameters;
 }
 
+VXCardWriter::VXCardWriter(const VXContactRecord &contact, Version version) : _contact(contact), _version(version)
+{
+    for (const QString &line : contact.properties) {
+        QString problem;
+        const auto parsed = line.startsWith(VXCardLine::furtherParameters)
+                                ? VXCardLine::parse({.octets = line.toUtf8()}, &problem)
+                                : std::nullopt;
+        if (parsed)
+            _parameters.insert(parsed->value, parsed->parametersBut({}));
+    }
+}
+
+QString VXCardWriter::furtherParameters(const QString &name, const QString &value)
+{
+    return _parameters.take(VXCardLine::mark(name, value));
+}
+
 // As address books that have such labels write them.
 QString VXCardWriter::labelled(const QString &property, const QString &label)
 {
-    if (label.isEmpty() || label == "video"_L1 || label == "messaging"_L1 || label == "other"_L1)
+    const bool isType = property == "TEL"_L1 && (label == "video"_L1 || label == "messaging"_L1);
+    if (label.isEmpty() || isType)
         return property;
     const QString group = u"vxlabel%1."_s.arg(++_labelCount);
     _lines.addText(group + "X-ABLabel"_L1, label);
@@ -127,13 +150,15 @@ void VXCardWriter::addName()
                             _contact.nameSuffix};
     const bool isEmpty = std::ranges::all_of(parts, [](const QString &part) { return part.isEmpty(); });
     if (!isEmpty || _version == Version::V3) // which does not go without
-        _lines.add(u"N"_s, joined(parts));
+        _lines.add(u"N"_s + furtherParameters(u"N"_s), joined(parts));
 }
 
 void VXCardWriter::addAddresses(const QString &property, const QList<VXContactRecord::Address> &addresses)
 {
     for (const VXContactRecord::Address &address : addresses) {
-        _lines.addText(labelled(property, address.label) + typeParameters(address.type, address.label), address.value);
+        _lines.addText(labelled(property, address.label) + typeParameters(address.type, address.label) +
+                           furtherParameters(property, address.value),
+                       address.value);
     }
 }
 
@@ -142,7 +167,8 @@ void VXCardWriter::addPostalAddresses()
 {
     for (const VXContactRecord::PostalAddress &address : _contact.addresses) {
         const QString street = address.street.isEmpty() ? address.text : address.street;
-        _lines.add(u"ADR"_s + typeParameters(address.type, {}),
+        const QString whole = address.street + u' ' + address.city + u' ' + address.zip;
+        _lines.add(u"ADR"_s + typeParameters(address.type, {}) + furtherParameters(u"ADR"_s, whole),
                    joined({{}, {}, street, address.city, address.state, address.zip, address.country}));
     }
 }
@@ -151,7 +177,8 @@ void VXCardWriter::addPostalAddresses()
 void VXCardWriter::addLinks()
 {
     for (const VXContactRecord::Address &link : _contact.urls)
-        _lines.add(labelled(u"URL"_s, link.label) + typeParameters(link.type, {}),
+        _lines.add(labelled(u"URL"_s, link.label) + typeParameters(link.type, {}) +
+                       furtherParameters(u"URL"_s, link.value),
                    QString(link.value).replace(u'\\', "\\\\"_L1));
 }
 
@@ -179,7 +206,8 @@ void VXCardWriter::addImage()
 void VXCardWriter::addBirthday()
 {
     if (_contact.birthday.isValid())
-        _lines.add(u"BDAY"_s, _contact.birthday.toString(_version == Version::V3 ? u"yyyy-MM-dd"_s : u"yyyyMMdd"_s));
+        _lines.add(u"BDAY"_s + furtherParameters(u"BDAY"_s),
+                   _contact.birthday.toString(_version == Version::V3 ? u"yyyy-MM-dd"_s : u"yyyyMMdd"_s));
 }
 
 void VXCardWriter::addProperties(const QStringList &lines)

@@ -5,6 +5,7 @@
 #include "VXFrameworkExport.h"
 
 #include <QtCore/QByteArray>
+#include <QtCore/QMultiHash>
 #include <QtCore/QVariant>
 
 /** Writes contacts as vCards: 3.0 (RFC 2426) or 4.0 (RFC 6350). */
@@ -20,8 +21,10 @@ public:
     static QByteArray card(const VXContactRecord &contact, Version version = Version::V4);
 
 private:
-    VXCardWriter(const VXContactRecord &contact, Version version) : _contact(contact), _version(version) {}
+    VXCardWriter(const VXContactRecord &contact, Version version);
 
+    /** Those that the property had when it was read, and nobody here knows; not again for another of the same value. */
+    QString furtherParameters(const QString &name, const QString &value = {});
     QString typeParameters(unsigned mask, const QString &label) const;
     /** The name of a property, in a group of its own with its label, which is added, where no type says that. */
     QString labelled(const QString &property, const QString &label);
@@ -37,5 +40,6 @@ private:
     const VXContactRecord &_contact;
     const Version _version;
     VXContentLines _lines;
+    QMultiHash<QString, QString> _parameters; // by the mark of the property
     int _labelCount = 0;
 };

@@ -1,5 +1,6 @@
 #include "VXMessageFiles.h"
 #include "VXPhonebookString.h"
+#include "VXRecordReader.h"
 
 #include <QtCore/QXmlStreamReader>
 
@@ -132,7 +133,7 @@ std::optional<VXMessageRecord> recordOf(const QXmlStreamAttributes &attributes)
     const bool isSender =
         !isNothing(address) && !VXPhonebookStringSplit(address); // a name in place of a number: it is who that is
     record.setOtherParty(isNothing(name) || isSender ? QString() : name, isNothing(address) ? QString() : address);
-    record.date = QDateTime::fromMSecsSinceEpoch(date, Qt::UTC);
+    record.date = VXRecordDate(QDateTime::fromMSecsSinceEpoch(date, Qt::UTC));
     record.text = text(u"body"_s);
     return record;
 }
@@ -152,6 +153,8 @@ public:
                 report(_reader.lineNumber(), u"a multimedia message"_s);
             else if (_reader.name() == "sms"_L1 && !(record = recordOf(_reader.attributes())))
                 report(_reader.lineNumber(), u"a message without text, date or a known type"_s);
+            else if (record && !record->date.isValid())
+                report(_reader.lineNumber(), VXMessageFile::noDate);
             _reader.skipCurrentElement();
             if (record)
                 return record;

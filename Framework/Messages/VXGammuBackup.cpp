@@ -1,5 +1,6 @@
 #include "VXMessageFiles.h"
 #include "VXMessagePartGroups.h"
+#include "VXRecordReader.h"
 
 #include <QtCore/QMap>
 
@@ -69,7 +70,7 @@ QDateTime dateOf(const Section &section)
     QDateTime date = QDateTime::fromString(text.left(15), u"yyyyMMdd'T'HHmmss"_s);
     if (isUTC)
         date.setTimeSpec(Qt::UTC);
-    return date.toUTC();
+    return VXRecordDate(date.toUTC());
 }
 
 QString textOf(const Section &section)
@@ -156,6 +157,8 @@ private:
         if (header.count > 1 && (header.number < 1 || header.number > header.count || header.count > mostParts))
             return report(section.line, u"a part of a message that can not be"_s);
         const VXMessageRecord record = recordOf(section);
+        if (!record.date.isValid() && !section.text(u"DateTime"_s).isEmpty())
+            report(section.line, VXMessageFile::noDate);
         if (header.count < 2)
             return _messages.append(record);
         const QString series = u"%1 %2 %3 %4"_s.arg(record.otherParty())

@@ -25,8 +25,10 @@ public:
     const QStringList &problems() const { return _problems; }
 
 protected:
+    static constexpr QStringView noDate = u"the date of a message can not be; it is taken without";
+
     VXMessageFile() = default;
-    void report(qint64 line, const QString &problem)
+    void report(qint64 line, QStringView problem)
     {
         _problems.append(QStringLiteral("line %1: %2").arg(line).arg(problem));
     }

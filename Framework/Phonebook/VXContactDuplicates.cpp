@@ -108,6 +108,24 @@ VXDuplicateContacts describe(VXManagedObjectContext &context, QList<VXManagedObj
     return made;
 }
 
+QList<VXManagedObjectPtr> placesOf(const VXManagedObjectPtr &person)
+{
+    return person->relatedObjects(person->entity().propertyForName(u"places"_s)->index());
+}
+
+// On phones where the other has none: the next sync carries there what the merge has added.
+void givePlaces(const VXManagedObjectPtr &from, const VXManagedObjectPtr &to)
+{
+    const auto phoneOf = [](const VXManagedObjectPtr &place) {
+        return std::pair(place->valueForKey(u"device_url"_s), place->valueForKey(u"phone"_s));
+    };
+    for (const VXManagedObjectPtr &place : placesOf(from)) {
+        const QList<VXManagedObjectPtr> known = placesOf(to);
+        if (std::ranges::none_of(known, [&](const auto &each) { return phoneOf(each) == phoneOf(place); }))
+            place->setValueForKey(QVariant::fromValue(to), u"person"_s);
+    }
+}
+
 bool areAllThere(VXManagedObjectContext &context, const QList<VXManagedObjectID> &persons)
 {
     return std::ranges::all_of(
@@ -177,6 +195,7 @@ bool VXContactDuplicates::merge(const QList<VXDuplicateContacts> &duplicates, VX
         for (const VXManagedObjectID &person : now.persons.sliced(1)) {
             const VXManagedObjectPtr other = context.objectWithID(person);
             VXContactHistory::note(context, *changeSet, other, true);
+            givePlaces(other, kept);
             context.deleteObject(other);
         }
     }

@@ -7,6 +7,8 @@
 #include "VXPhonebookEntry.h"
 #include "VXStoreWorkLock.h"
 
+#include <QtCore/QMap>
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -28,7 +30,10 @@ const QString identityKey = u"identity"_s; // of one that goes: what else knows 
 const QString placeEntity = u"VXContactPlace"_s;
 const QString placesKey = u"places"_s;
 const QString changesKey = u"changes"_s;
-const QStringList placeKeys{u"device_url"_s, u"location"_s, u"here"_s, u"there"_s};
+const QString agreedKey = u"agreed"_s; // of one that a sync changes: the places on its phone as they were
+const QString deviceKey = u"device_url"_s;
+const QStringList agreementKeys{u"here"_s, u"there"_s};
+const QStringList placeKeys = agreementKeys + QStringList{deviceKey, u"location"_s, u"phone"_s};
 
 VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
 {
@@ -93,19 +98,23 @@ QList<VXManagedObjectPtr> relatedTo(const VXManagedObject &person, const QString
     return person.relatedObjects(person.entity().propertyForName(relationship)->index());
 }
 
+QVariantMap placeMap(const VXManagedObjectPtr &place)
+{
+    QVariantMap map{{numberKey, place->objectID().number()}};
+    for (const QString &key : placeKeys) {
+        if (const QVariant value = place->valueForKey(key); value.isValid())
+            map.insert(key, value);
+    }
+    return map;
+}
+
 // What else knows a person that goes, and is to know the one that comes back in its stead: the places on phones, the changes of
 // other imports and merges, and the one that made it.
 QVariantMap identityOf(const VXManagedObject &person)
 {
     QVariantList places;
-    for (const VXManagedObjectPtr &place : relatedTo(person, placesKey)) {
-        QVariantMap map{{numberKey, place->objectID().number()}};
-        for (const QString &key : placeKeys) {
-            if (const QVariant value = place->valueForKey(key); value.isValid())
-                map.insert(key, value);
-        }
-        places.append(map);
-    }
+    for (const VXManagedObjectPtr &place : relatedTo(person, placesKey))
+        places.append(placeMap(place));
     QVariantList changes;
     for (const VXManagedObjectPtr &change : relatedTo(person, changesKey))
         changes.append(change->objectID().number());
@@ -114,24 +123,55 @@ QVariantMap identityOf(const VXManagedObject &person)
             {importNumberKey, person.valueForKey(importNumberKey).toLongLong()}};
 }
 
-VXManagedObjectPtr orphan(VXManagedObjectContext &context, const QString &entity, const QVariant &number)
+// What is made just now is none that was there.
+QVariantMap agreedOf(const VXManagedObject &person, const QString &deviceURL)
 {
-    const VXPersistentStoreCoordinator &coordinator = *context.persistentStoreCoordinator();
-    const VXManagedObjectPtr object = context.existingObjectWithID(
-        VXManagedObjectID(*coordinator.model().entityForName(entity),
-                          coordinator.persistentStores().constFirst()->identity(), number.toLongLong()));
-    const bool isFree = object && !object->valueForKey(u"person"_s).value<VXManagedObjectPtr>();
-    return isFree ? object : VXManagedObjectPtr();
+    QVariantList places;
+    for (const VXManagedObjectPtr &place : relatedTo(person, placesKey)) {
+        if (!place->isInserted())
+            places.append(placeMap(place));
+    }
+    return {{deviceKey, deviceURL}, {placesKey, places}};
 }
 
-// Where a sync has removed it from its phone meanwhile, the next one puts it there again.
+VXManagedObjectPtr objectNumbered(VXManagedObjectContext &context, const QString &entity, const QVariant &number)
+{
+    const VXPersistentStoreCoordinator &coordinator = *context.persistentStoreCoordinator();
+    return context.existingObjectWithID(VXManagedObjectID(*coordinator.model().entityForName(entity),
+                                                          coordinator.persistentStores().constFirst()->identity(),
+                                                          number.toLongLong()));
+}
+
+// The places that a sync has changed with the person, so that the next one sees again what the phone has changed: what both
+// had agreed on is undone here alone, and is no change of the user's.
+void restorePlaces(const VXManagedObjectPtr &person, const QVariantMap &agreed)
+{
+    const QString device = agreed.value(deviceKey).toString();
+    QMap<qint64, QVariantMap> before;
+    for (const QVariant &value : agreed.value(placesKey).toList()) {
+        const QVariantMap map = value.toMap();
+        before.insert(map.value(numberKey).toLongLong(), map);
+    }
+    for (const VXManagedObjectPtr &place : relatedTo(*person, placesKey)) {
+        if (device.isEmpty() || place->valueForKey(deviceKey).toString() != device)
+            continue;
+        const auto map = before.constFind(place->objectID().number());
+        if (map == before.constEnd())
+            person->managedObjectContext()->deleteObject(place);
+        for (const QString &key : map == before.constEnd() ? QStringList() : agreementKeys)
+            place->setValueForKey(map->value(key), key);
+    }
+}
+
+// Where a sync has removed it from its phone meanwhile, the next one puts it there again; where one gave its place to the person that
+// it was merged into, it has that back.
 void giveIdentity(const VXManagedObjectPtr &person, const QVariantMap &identity)
 {
     VXManagedObjectContext &context = *person->managedObjectContext();
     for (const QVariant &value : identity.value(placesKey).toList()) {
         const QVariantMap map = value.toMap();
-        VXManagedObjectPtr place = orphan(context, placeEntity, map.value(numberKey));
-        if (!place) {
+        VXManagedObjectPtr place = objectNumbered(context, placeEntity, map.value(numberKey));
+        if (!place || place->valueForKey(deviceKey) != map.value(deviceKey)) {
             place = context.insertNewObject(placeEntity);
             for (const QString &key : placeKeys)
                 place->setValueForKey(map.value(key), key);
@@ -140,7 +180,8 @@ void giveIdentity(const VXManagedObjectPtr &person, const QVariantMap &identity)
         place->setValueForKey(QVariant::fromValue(person), u"person"_s);
     }
     for (const QVariant &number : identity.value(changesKey).toList()) {
-        if (const VXManagedObjectPtr change = orphan(context, changeEntity, number))
+        const VXManagedObjectPtr change = objectNumbered(context, changeEntity, number);
+        if (change && !change->valueForKey(u"person"_s).value<VXManagedObjectPtr>())
             change->setValueForKey(QVariant::fromValue(person), u"person"_s);
     }
     if (const qint64 number = identity.value(importNumberKey).toLongLong(); number != 0)
@@ -171,7 +212,7 @@ std::optional<VXContactChangeSet> VXContactHistory::insert(VXManagedObjectContex
 }
 
 void VXContactHistory::note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,
-                            const VXManagedObjectPtr &person, bool isRemoved)
+                            const VXManagedObjectPtr &person, bool isRemoved, const QString &deviceURL)
 {
     if (!isRemoved && isNoted(*person, changeSet))
         return;
@@ -180,6 +221,8 @@ void VXContactHistory::note(VXManagedObjectContext &context, const VXContactChan
     before.insert(changedDateKey, person->valueForKey(changedDateKey));
     if (isRemoved)
         before.insert(identityKey, identityOf(*person));
+    if (!isRemoved && !deviceURL.isEmpty())
+        before.insert(agreedKey, agreedOf(*person, deviceURL));
     change->setValueForKey(before, u"before"_s);
     if (const VXManagedObjectPtr owner = objectOf(context, changeSet.number))
         change->setValueForKey(QVariant::fromValue(owner), u"changeSet"_s);
@@ -254,8 +297,10 @@ bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *
         const VXManagedObjectPtr restored = person ? person : writer.insert(before);
         if (!person)
             giveIdentity(restored, values.value(identityKey).toMap());
-        if (person && !isLeft)
+        if (person && !isLeft) {
             writer.replace(person, before);
+            restorePlaces(person, values.value(agreedKey).toMap());
+        }
         if (!isLeft) // so that what made it can be undone too
             restored->setValueForKey(values.value(changedDateKey), changedDateKey);
         context.deleteObject(change);

@@ -46,9 +46,10 @@ public:
     static std::optional<VXContactChangeSet> insert(VXManagedObjectContext &context, const QString &kind,
                                                     const QString &title, VXError *error = nullptr);
     /** In a context, to be saved with the change, and before it: a person as it is, whether it is only changed or goes. The first
-     *  time counts: undoing leads back before all that the set did. */
+     *  time counts: undoing leads back before all that the set did. Of a sync the URL of its device: the person's places there are
+     *  noted too. */
     static void note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,
-                     const VXManagedObjectPtr &person, bool isRemoved);
+                     const VXManagedObjectPtr &person, bool isRemoved, const QString &deviceURL = {});
     /** The changedDate of a person that the set of that date changes once more: by it one that was changed since is told. */
     static QDateTime dateOfChange(const QDateTime &changeSet, const QDateTime &before);
 

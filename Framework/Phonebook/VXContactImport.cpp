@@ -2,6 +2,7 @@
 
 #include "VXContactGroupImport.h"
 #include "VXContactMatch.h"
+#include "VXContactName.h"
 #include "VXContactWriter.h"
 #include "VXErrorDomain.h"
 #include "VXManagedObjectContext.h"
@@ -35,6 +36,15 @@ bool isQuiteLike(const VXContactRecord &contact, const VXContactRecord &known)
 {
     return contact.note.trimmed() == known.note.trimmed() && contact.company.trimmed() == known.company.trimmed() &&
            contact.numbers.size() == known.numbers.size() && contact.emails.size() == known.emails.size();
+}
+
+// Of two cards with one UID: some programs give the same one to all.
+bool isOtherPerson(const VXContactRecord &contact, const VXContactRecord &known)
+{
+    const bool isNamed = !VXContactName::textOf(contact).isEmpty();
+    if (!isNamed && VXContactName::textOf(known).isEmpty())
+        return VXContactNameKey(contact) != VXContactNameKey(known);
+    return !VXContactName::saysAllOf(contact, known) && !VXContactName::saysAllOf(known, contact);
 }
 
 } // namespace
@@ -178,11 +188,22 @@ void VXContactImport::didMeet(const VXContactRecord &contact, size_t card, const
 VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMatch &match, VXContactWriter &writer,
                                                  VXManagedObjectContext &context)
 {
-    const VXContactRecord &contact = card.contact;
+    VXContactRecord contact = card.contact;
     VXImportedContact imported{Outcome::Added, contact.displayName(), card.line};
-    const size_t number = contact.uid.isEmpty() ? qHash(++_cardCount, 1) : hashOf(contact.uid);
-    const VXKnownContact *const found =
-        match.find(contact, [&](const VXKnownContact &known) { return likeness(contact, number, known); });
+    const auto find = [&](size_t number) {
+        return match.find(contact, [&](const VXKnownContact &known) { return likeness(contact, number, known); });
+    };
+    const bool isAgain = !contact.uid.isEmpty() && _uids.contains(hashOf(contact.uid));
+    size_t number = contact.uid.isEmpty() ? qHash(++_cardCount, 1) : hashOf(contact.uid);
+    const VXKnownContact *found = find(number);
+    if (!isAgain && !contact.uid.isEmpty()) {
+        _uids.insert(number);
+    } else if (isAgain && found != nullptr && isOtherPerson(VXStorableContact(contact), found->contact)) {
+        _report.problems.append({card.line, u"the UID is that of another card too, and not counted"_s});
+        contact.uid.clear();
+        number = qHash(++_cardCount, 1);
+        found = find(number);
+    }
     if (found == nullptr) {
         VXKnownContact added{nullptr, VXStorableContact(contact)};
         if (added.contact.uid.isEmpty())
@@ -200,8 +221,9 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
     const VXContactRecord before = VXStorableContact(known.contact);
     // Of one that was merged into it the user has seen what counts.
     const bool wasMerged = known.contact.uid != contact.uid && known.contact.formerUIDs().contains(contact.uid);
-    const VXContactRecord both =
-        VXUnitedContact(before, contact, wasMerged ? VXContactPrecedence::Known : VXContactPrecedence::News);
+    const bool isFurther = isAgain && !contact.uid.isEmpty(); // else the cards would take turns in changing it
+    const VXContactRecord both = VXUnitedContact(
+        before, contact, wasMerged || isFurther ? VXContactPrecedence::Known : VXContactPrecedence::News);
     imported.outcome = VXIsSameContact(before, both) ? Outcome::Same : Outcome::Changed;
     imported.replaced = VXReplacedValues(before, both);
     if (imported.outcome == Outcome::Same)

@@ -8,6 +8,7 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
+#include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -45,7 +46,8 @@ struct VXContactImportReport
 
 /**
  * Imports contacts into the store "phonebook". One that is there already (VXContactMatch) takes over what is new, and loses nothing but
- * single values that the file has otherwise, which are told; so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts, and so are those without, unless they are equal. Contacts
+ * single values that the file has otherwise, which are told; so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts, and so are those without, unless they are equal. Of cards
+ * with one UID the first counts, and what others have otherwise stands in the note; where the names are those of two people the UID is not counted. Contacts
  * are saved in portions, each contact as a whole: an import that is broken off can be repeated, and undone (VXContactHistory). One
  * imports, merges, undoes or syncs at a time, of whatever process (VXStoreWorkLock); others wait. Any thread.
  */
@@ -93,6 +95,7 @@ private:
     std::function<bool()> _isCancelled;
     std::optional<VXContactChangeSet> _changeSet; // once there is anything to change
     QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card or its number; their hashes
+    QSet<size_t> _uids;           // of the cards so far; their hashes
     qsizetype _cardCount = 0;     // of those without a UID
     std::unique_ptr<VXContactGroupImport> _groups;
     // Of a dry run: all that would be there.

@@ -36,23 +36,26 @@ QString sortNameOf(const VXContactRecord &contact)
     return VXContactSortName(contact.firstName, contact.lastName, contact.nickname, contact.company);
 }
 
-bool hasAddresses(const VXContactRecord &contact)
-{
-    return !contact.numbers.isEmpty() || !contact.emails.isEmpty();
-}
-
-// By which a contact is looked for in the store: numbers and addresses, or what it is sorted by where it has none of those.
+// By which a contact is looked for in the store: numbers and addresses, or what it is sorted by where it has none of those. What
+// has no digit is no number that could be looked up.
 QStringList addressKeysOf(const VXContactRecord &contact)
 {
     QStringList keys;
-    for (const VXContactRecord::Address &number : contact.numbers)
-        keys.append(numberMark + VXPhoneNumberSearchString(number.value));
+    for (const VXContactRecord::Address &number : contact.numbers) {
+        if (const QString search = VXPhoneNumberSearchString(number.value); !search.isEmpty())
+            keys.append(numberMark + search);
+    }
     for (const VXContactRecord::Address &email : contact.emails)
         keys.append(emailMark + email.value.toLower());
     if (keys.isEmpty())
         keys.append(nameMark + sortNameOf(contact));
     keys.removeDuplicates();
     return keys;
+}
+
+bool hasAddresses(const VXContactRecord &contact)
+{
+    return !addressKeysOf(contact).constFirst().startsWith(nameMark);
 }
 
 // Many may have one number: what is known is found by the name too.
@@ -175,6 +178,9 @@ bool VXContactMatch::readPersons(const QStringList &keys, QVariantList *persons,
         VXFetchRequest request(*coordinator.model().entityForName(source.entity));
         request.predicate = VXPredicate::comparison(VXExpression::keyPath(source.attribute), VXPredicate::Operator::In,
                                                     VXExpression::constant(wanted));
+        if (wanted.contains(QString())) // those without a name
+            request.predicate = VXPredicate::anyOf(
+                {request.predicate, *VXPredicate::predicateWithFormat(source.attribute + " == NULL"_L1)});
         const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
         if (!found)
             return false;

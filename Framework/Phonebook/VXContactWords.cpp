@@ -48,7 +48,7 @@ void appendWords(QStringList &words, QStringView token)
     }
 }
 
-// As it is dialled from abroad, at home, and compared.
+// As it is dialled from abroad, at home, and compared; and from each of its parts on.
 QStringList wordsOfNumber(const QString &number)
 {
     const QString digits = digitsIn(number);
@@ -58,7 +58,16 @@ QStringList wordsOfNumber(const QString &number)
         words.append(VXPhoneNumberByStrippingCountryCode(digits));
     else if (!access.isNull())
         words << digits.sliced(access.size()) << VXPhoneNumberByStrippingCountryCode(digits.sliced(access.size()));
+    qsizetype before = 0;
+    for (qsizetype at = 0; at < number.size(); ++at) {
+        if (!number[at].isDigit())
+            continue;
+        if (at > 0 && before > 0 && !number[at - 1].isDigit())
+            words.append(digits.sliced(before));
+        ++before;
+    }
     words.removeIf([](const QString &word) { return word.isEmpty(); });
+    words.removeDuplicates();
     return words;
 }
 

@@ -134,6 +134,13 @@ void noteContradictions(VXContactRecord &both, const VXContactRecord &news)
         both.note = (both.note.isEmpty() ? lines : QStringList{both.note} + lines).join(u'\n');
 }
 
+bool hasLinesOf(const QString &note, const QString &other)
+{
+    const QStringList lines = note.split(u'\n');
+    const QStringList others = other.split(u'\n');
+    return std::ranges::all_of(others, [&](const QString &line) { return lines.contains(line); });
+}
+
 // Of two contacts that became one: how the whole name is written that it has now.
 QStringList fullNameLinesOf(const VXContactRecord &both, const VXContactRecord &known, const VXContactRecord &news,
                             bool newsCount)
@@ -199,6 +206,8 @@ VXContactRecord VXStorableContact(const VXContactRecord &contact)
         }
         list->removeIf([](const Address &each) { return each.value.isEmpty(); });
     }
+    for (Address &number : storable.numbers)
+        number.value = VXPhoneNumberWithoutTrunkZero(number.value);
     for (QString &group : storable.groups)
         group = group.trimmed();
     storable.groups.removeAll(QString());
@@ -217,7 +226,8 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
     for (const Text &each : texts) {
         const QString &text = news.*each.field;
         const bool isName = std::ranges::find(VXContactName::parts, each.field) != VXContactName::parts.end();
-        if (!isName && !text.isEmpty() && (newsCount || (both.*each.field).isEmpty()))
+        const bool isKnown = each.key == "note"_L1 && hasLinesOf(known.note, text); // with what a merge has added
+        if (!isName && !isKnown && !text.isEmpty() && (newsCount || (both.*each.field).isEmpty()))
             both.*each.field = text;
     }
     if (!newsCount && !news.note.isEmpty() && !known.note.isEmpty() && !known.note.contains(news.note))

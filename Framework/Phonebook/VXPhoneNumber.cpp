@@ -122,6 +122,14 @@ QString VXPhoneNumberInternationalDigits(QStringView number)
     return access.isNull() ? QString() : digits.sliced(access.size());
 }
 
+QString VXPhoneNumberWithoutTrunkZero(const QString &number)
+{
+    constexpr QLatin1StringView zero("(0)");
+    const bool isInternational = number.startsWith(u'+') || number.startsWith("00"_L1);
+    const qsizetype at = isInternational ? number.indexOf(zero) : -1;
+    return at < 0 ? number : QString(number).replace(at, zero.size(), u" "_s).simplified();
+}
+
 QString VXPhoneNumberNationalAccessCode(QStringView digits)
 {
     return nationalAccessCode(digits);

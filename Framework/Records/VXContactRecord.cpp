@@ -1,6 +1,7 @@
 #include "VXContactRecord.h"
 
 #include "VXRecordReader.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QDateTime>
 
@@ -152,7 +153,7 @@ void removeControlCharactersFrom(QString &text)
 QDate dayOf(const QVariant &value)
 {
     const QDateTime date = value.typeId() == QMetaType::QDate ? QDateTime() : value.toDateTime();
-    return date.isValid() ? date.date() : value.toDate();
+    return VXRecordDate(date.isValid() ? date.date() : value.toDate());
 }
 
 } // namespace
@@ -203,6 +204,16 @@ void VXContactRecord::removeControlCharacters()
         for (QString &text : *list)
             removeControlCharactersFrom(text);
     }
+}
+
+QString VXContactRecord::shownName() const
+{
+    const bool isInTwo = !firstName.isEmpty() && !lastName.isEmpty();
+    if (!isInTwo || VXUserDefaults::standardUserDefaults().integerForKey(u"phonebook.names.last_first"_s) == 0)
+        return displayName();
+    QStringList names{lastName, firstName, middleName};
+    names.removeAll(QString());
+    return names.join(u' ');
 }
 
 QString VXContactRecord::displayName() const

@@ -61,6 +61,8 @@ struct VX_EXPORT VXContactRecord
 
     /** What people call the contact: a name, else a company, number or address. Null for no contact at all. */
     QString displayName() const;
+    /** The same as it is shown: the last name comes first where the user default "phonebook.names.last_first" says so. */
+    QString shownName() const;
 
     /** Of the properties those that write the whole name (FN) otherwise than the parts would. */
     QStringList fullNameLines() const;

@@ -39,7 +39,7 @@ QString VXRecordReader::text(const QString &key) const
 
 QDateTime VXRecordReader::date(const QString &key) const
 {
-    return value(key).toDateTime();
+    return VXRecordDate(value(key).toDateTime());
 }
 
 std::optional<double> VXRecordReader::number(const QString &key) const
@@ -69,6 +69,16 @@ unsigned VXRecordReader::typeMask(const QString &key) const
     bool isNumber = false;
     const unsigned mask = found.toUInt(&isNumber);
     return isNumber ? mask : VXPhonebookTypeMaskFromString(found.toString());
+}
+
+QDateTime VXRecordDate(const QDateTime &date)
+{
+    return VXRecordDate(date.toUTC().date()).isValid() ? date : QDateTime();
+}
+
+QDate VXRecordDate(const QDate &date)
+{
+    return date.year() >= 1 && date.year() <= 9999 ? date : QDate();
 }
 
 void VXInsertIntoRecord(QVariantMap &map, const QString &key, const QVariant &value)

@@ -16,7 +16,7 @@ public:
     QVariant value(const QString &key) const;
     /** Without the blanks around it; null for none, and for nothing but blanks. */
     QString text(const QString &key) const;
-    /** A date, or a text in ISO 8601; invalid for anything else. */
+    /** A date, or a text in ISO 8601; invalid for anything else (VXRecordDate). */
     QDateTime date(const QString &key) const;
     /** Empty for none, and for what is no finite number. */
     std::optional<double> number(const QString &key) const;
@@ -28,6 +28,10 @@ public:
 private:
     const QVariant _object;
 };
+
+/** The date when it is one that every store and file can hold, of the years 1 to 9999; else none. */
+[[nodiscard]] QDateTime VXRecordDate(const QDateTime &date);
+[[nodiscard]] QDate VXRecordDate(const QDate &date);
 
 /** Inserts what is not none, nor an empty text. */
 void VXInsertIntoRecord(QVariantMap &map, const QString &key, const QVariant &value);

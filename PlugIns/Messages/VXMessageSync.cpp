@@ -4,6 +4,7 @@
 #include "VXCoreDataSaveError.h"
 #include "VXDeviceURL.h"
 #include "VXMessageMatch.h"
+#include "VXPerhapsSent.h"
 #include "VXPhonebookString.h"
 #include "VXStoreWorkLock.h"
 
@@ -248,9 +249,10 @@ bool VXMessageSync::apply(VXManagedObjectContext &context, VXError *error)
     if (!folder)
         return false;
     Match match(_store, folder, deviceURL(), context);
-    const auto messages = match.read(_items, _written, error) ? match.find(_items, error) : std::nullopt;
+    auto messages = match.read(_items, _written, error) ? match.find(_items, error) : std::nullopt;
     if (!messages)
         return false;
+    settleSent(*messages, context);
     for (qsizetype index = 0; index < _items.size(); ++index) {
         if (_items[index].isKept)
             applyItem(_items[index], messages->at(index), folder);
@@ -267,6 +269,29 @@ bool VXMessageSync::apply(VXManagedObjectContext &context, VXError *error)
 QString VXMessageSync::deviceURL() const
 {
     return VXAbsoluteString(whole()->device()->url());
+}
+
+// First the outbox: who is killed between has a message that was sent, which is found as such.
+void VXMessageSync::settleSent(QList<Message> &messages, VXManagedObjectContext &context) const
+{
+    const VXPerhapsSent perhaps(whole()->device()->url());
+    if (perhaps.isEmpty())
+        return;
+    QList<VXMessageRecord> copies;
+    for (const Item &item : _items)
+        copies.append(item.isKept ? item.record : VXMessageRecord());
+    const QList<std::optional<qint64>> entries = perhaps.entriesOf(copies);
+    for (qsizetype index = 0; index < entries.size(); ++index) {
+        const VXManagedObjectID known =
+            entries[index] ? _store.coordinator()->objectIDForURIRepresentation(perhaps.draft(*entries[index]))
+                           : VXManagedObjectID();
+        const Message draft = known.isNull() ? Message() : context.existingObjectWithID(known);
+        if (!entries[index] || (messages[index] && messages[index] != draft)) // it is another, known before
+            continue;
+        perhaps.settle(*entries[index], copies[index].date);
+        if (draft && isInRootFolderOfPhones(draft) && urlOf(draft).isNull())
+            messages[index] = draft;
+    }
 }
 
 void VXMessageSync::applyItem(const Item &item, const VXManagedObjectPtr &message, const VXManagedObjectPtr &folder)
@@ -324,10 +349,8 @@ bool VXMessageSync::forgetTrash(VXManagedObjectContext &context, VXError *error)
         fetch(context, u"pending == 2 AND (device_url == %@ OR device_url == NULL)"_s, {deviceURL()}, error);
     if (!found)
         return false;
-    for (const Message &message : *found) {
+    for (const Message &message : *found)
         setPending(message, VXPendingChange::None);
-        ++_carriedOutCount;
-    }
     return true;
 }
 

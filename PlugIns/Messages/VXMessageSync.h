@@ -46,6 +46,8 @@ private:
     bool fileAndSave(VXError *error);
     bool apply(VXManagedObjectContext &context, VXError *error);
     QString deviceURL() const;
+    /** What was perhaps sent is where the phone has its copy: told to the outbox, and the draft is the message that it is. */
+    void settleSent(QList<VXManagedObjectPtr> &messages, VXManagedObjectContext &context) const;
     void applyItem(const Item &item, const VXManagedObjectPtr &message, const VXManagedObjectPtr &folder);
     void applyAbsence(const VXManagedObjectPtr &message, VXManagedObjectContext &context);
     bool forgetTrash(VXManagedObjectContext &context, VXError *error);

@@ -60,7 +60,8 @@ TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
     EXPECT_EQ(phonebook({u"delete"_s, u"zoe doe"_s}).status, 0);
     EXPECT_EQ(json({u"list"_s}).toArray().size(), 1);
     EXPECT_EQ(phonebook({u"add"_s, u"Ann Lee <555 0200/m>"_s, u"--group"_s, u"Work"_s, u"--group"_s, u"Chess"_s,
-                         u"--birthday"_s, u"1985-04-12"_s})
+                         u"--birthday"_s, u"1985-04-12"_s, u"--middle"_s, u"Maria"_s, u"--address"_s,
+                         u"1 Mill Lane; Town; ; 12345; Sweden/H"_s, u"--address"_s, u"2 Hill; Town"_s})
                   .status,
               0);
     EXPECT_EQ(phonebook({u"edit"_s, u"ann lee"_s, u"--birthday"_s, u""_s}).status, 0);
@@ -69,6 +70,12 @@ TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
     EXPECT_EQ(ann["groups"_L1].toArray().size(), 2);
     EXPECT_EQ(ann["numbers"_L1][0]["number"_L1], u"555 0200"_s);
     EXPECT_TRUE(ann["birthday"_L1].isUndefined());
+    EXPECT_EQ(ann["middleName"_L1], u"Maria"_s);
+    EXPECT_EQ(ann["addresses"_L1].toArray().size(), 2);
+    EXPECT_EQ(ann["addresses"_L1][0]["zip"_L1], u"12345"_s);
+    EXPECT_EQ(ann["addresses"_L1][0]["type"_L1], 64);
+    EXPECT_EQ(phonebook({u"edit"_s, u"ann lee"_s, u"--drop"_s, u"2 Hill; Town"_s}).status, 0);
+    EXPECT_EQ(json({u"show"_s, u"ann lee"_s})["addresses"_L1].toArray().size(), 1);
     EXPECT_EQ(phonebook({u"delete"_s, u"ann lee"_s}).status, 0);
     const std::pair<QStringList, const char *> wrong[] = {
         {{u"lookup"_s}, "lookup needs STRING"},
@@ -88,6 +95,28 @@ TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
         EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(problem));
     }
     EXPECT_NE(phonebook({u"lookup"_s, u"555 0199"_s}).status, 0);
+}
+
+TEST_F(HostContactsTest, OfChangesAtOneTimeNoneIsLost)
+{
+    phonebook({u"add"_s, u"Jane Doe"_s});
+    const HostOutcome outcome = runHostShell(
+        u"for each in 1 2 3 4; do \"$0\" phonebook edit p1 --number +1555010$each --group Family & done; wait"_s);
+    EXPECT_EQ(outcome.errors.toStdString(), "");
+    EXPECT_EQ(json({u"show"_s, u"p1"_s})["numbers"_L1].toArray().size(), 4);
+}
+
+TEST_F(HostContactsTest, NamesAreShownInTheUsersOrder)
+{
+    phonebook({u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s});
+    EXPECT_EQ(
+        runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"phonebook.names.last_first"_s, u"1"_s}).status, 0);
+    for (const QStringList &shown : {QStringList{u"list"_s},
+                                     {u"show"_s, u"p1"_s},
+                                     {u"lookup"_s, u"555 0100"_s},
+                                     {u"complete"_s, u"ja"_s},
+                                     {u"delete"_s, u"p1"_s}})
+        EXPECT_THAT(phonebook(shown).output.toStdString(), HasSubstr("Doe Jane")) << shown.constFirst().toStdString();
 }
 
 TEST_F(HostContactsTest, WhoWasDeletedByMistakeComesBack)

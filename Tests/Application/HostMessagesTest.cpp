@@ -55,9 +55,14 @@ TEST_F(HostMessagesTest, PeopleAreCalledAsInThePhonebook)
         {{u"conversation"_s, u"555 0101"_s}, {u"Jane Doe two"_s}},
         {{u"conversation"_s, u"parcels"_s}, {u"PARCELS five"_s, u"PARCELS four"_s}},
         {{u"conversation"_s, u"Joe Hill"_s}, {}},
+        {{u"conversation"_s, u"par"_s}, {u"PARCELS five"_s, u"PARCELS four"_s}},
+        {{u"conversation"_s, u"+1 555 019"_s}, {u"+15550199 three"_s}},
+        {{u"conversation"_s, u"555"_s}, {}}, // several
     };
     for (const auto &[arguments, expected] : cases)
         EXPECT_EQ(shown(arguments), expected) << arguments.join(u' ').toStdString();
+    EXPECT_THAT(runHost({u"messages"_s, u"conversation"_s, u"555"_s}).errors.toStdString(),
+                HasSubstr("\"555\" are several: Jane Doe, +15550199\n"));
     EXPECT_THAT(runHost({u"messages"_s, u"list"_s, u"inbox"_s}).output.toStdString(),
                 HasSubstr("unread  < Jane Doe   one    p1"));
     EXPECT_THAT(runHost({u"messages"_s, u"read"_s, u"p1"_s}).output.toStdString(), HasSubstr("state      read"));

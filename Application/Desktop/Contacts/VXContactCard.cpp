@@ -116,12 +116,12 @@ QWidget *VXContactCard::makeHead(const VXContactRecord &contact)
     row->setContentsMargins(4, 0, 4, 0);
     row->setSpacing(18);
     auto *const avatar = new VXAvatar(88);
-    avatar->setPerson(contact.displayName(), contact.image);
+    avatar->setPerson(contact.shownName(), contact.image);
     row->addWidget(avatar);
     auto *const column = new QVBoxLayout;
     column->setSpacing(4);
     column->addStretch();
-    const QString name = contact.displayName();
+    const QString name = contact.shownName();
     column->addWidget(new VXTextLabel(name.isEmpty() ? VXText("No name") : name, VXTextLabel::Role::Headline));
     QStringList about{contact.jobTitle, contact.company == name ? QString() : contact.company};
     about.removeIf([](const QString &text) { return text.isEmpty(); });
@@ -163,7 +163,7 @@ QWidget *VXContactCard::makeAddresses(const VXContactRecord &contact, const QStr
         const QString title = address.label.isEmpty() ? VXContactTypeTitle(address.type) : address.label;
         QList<QToolButton *> buttons;
         if (areNumbers) {
-            const QString party = VXPhonebookStringJoin(contact.displayName(), value, address.type);
+            const QString party = VXPhonebookStringJoin(contact.shownName(), value, address.type);
             buttons << makeButton(u"message"_s, VXText("Write to %1").arg(value), [this, party] {
                 Q_EMIT wantsMessage(party);
             }) << makeButton(u"call"_s, VXText("Call %1").arg(value), [this, value] { Q_EMIT wantsCall(value); });

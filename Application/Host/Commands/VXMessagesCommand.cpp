@@ -107,11 +107,10 @@ int list(const Desk &desk)
 
 int conversation(const Desk &desk)
 {
-    const QStringList keys = VXConversationsWith(desk.store, desk.context, desk.operand(1));
-    return keys.isEmpty() ? desk.fail(u"there are no messages with \"%1\""_s.arg(desk.operand(1)))
-                          : answer(desk, [&](qsizetype limit, VXError *error) {
-                                return desk.store.newestOfConversations(keys, limit, desk.context, error);
-                            });
+    const QStringList keys = VXConversationsWith(desk.host, desk.store, desk.context, desk.operand(1));
+    return keys.isEmpty() ? static_cast<int>(VXHostOutput::Failed) : answer(desk, [&](qsizetype limit, VXError *error) {
+        return desk.store.newestOfConversations(keys, limit, desk.context, error);
+    });
 }
 
 int show(const Desk &desk, const Message &message)

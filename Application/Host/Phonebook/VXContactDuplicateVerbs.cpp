@@ -87,7 +87,7 @@ int answer(VXHostContext &context, const Choice &choice, bool merges)
     QJsonArray json;
     for (const auto &[number, each] : choice.chosen()) {
         const QStringList merged = VXShownAddresses(each.merged.numbers) + VXShownAddresses(each.merged.emails);
-        rows.append({QString::number(number), idsOf(each).join(u' '), each.merged.displayName(),
+        rows.append({QString::number(number), idsOf(each).join(u' '), each.merged.shownName(),
                      each.shared.join(", "_L1), merged.join(", "_L1)});
         VXContactRecord preview = each.merged;
         preview.image.clear();

@@ -13,13 +13,18 @@
 #include "VXPhonebookString.h"
 #include "VXPhonebookType.h"
 #include "VXPhoneNumber.h"
+#include "VXStoreWorkLock.h"
 
 #include <QtCore/QDate>
 #include <QtCore/QHash>
 
+#include <algorithm>
+#include <array>
+
 using namespace Qt::StringLiterals;
 
 using Address = VXContactRecord::Address;
+using PostalAddress = VXContactRecord::PostalAddress;
 
 namespace {
 
@@ -30,6 +35,27 @@ Address addressFrom(const QString &text)
     if (slash >= 0 && slash + 1 < text.size() && VXIsValidPhonebookType(QStringView(text).sliced(slash + 1)))
         return {text.first(slash).trimmed(), VXPhonebookTypeMaskFromString(QStringView(text).sliced(slash + 1)), {}};
     return {text.trimmed(), 0, {}};
+}
+
+constexpr std::array postalParts{&PostalAddress::street, &PostalAddress::city, &PostalAddress::state,
+                                 &PostalAddress::zip, &PostalAddress::country};
+
+bool isSamePlace(const PostalAddress &a, const PostalAddress &b)
+{
+    return std::ranges::all_of(postalParts, [&](QString PostalAddress::*part) { return a.*part == b.*part; });
+}
+
+// "1 Mill Lane; Town; State; 12345; Country/H": the parts in this order, those behind it may be missing
+PostalAddress postalAddressFrom(const QString &text)
+{
+    const Address whole = addressFrom(text);
+    const QStringList texts = whole.value.split(u';');
+    PostalAddress address{.type = whole.type};
+    for (qsizetype index = 0; index < std::min(texts.size(), qsizetype(postalParts.size())); ++index)
+        address.*postalParts[size_t(index)] = texts[index].trimmed();
+    if (texts.size() > qsizetype(postalParts.size()))
+        address.country = texts.sliced(qsizetype(postalParts.size()) - 1).join(u';').trimmed();
+    return address;
 }
 
 // "Jane Doe" or "Doe, Jane"
@@ -58,9 +84,10 @@ void setWhole(VXContactRecord &contact, const QString &text)
 QString VXContactRecord::*textField(const QString &option)
 {
     static const QHash<QString, QString VXContactRecord::*> fields = {
-        {u"first"_s, &VXContactRecord::firstName},    {u"last"_s, &VXContactRecord::lastName},
-        {u"nickname"_s, &VXContactRecord::nickname},  {u"company"_s, &VXContactRecord::company},
-        {u"job-title"_s, &VXContactRecord::jobTitle}, {u"note"_s, &VXContactRecord::note}};
+        {u"first"_s, &VXContactRecord::firstName},   {u"last"_s, &VXContactRecord::lastName},
+        {u"middle"_s, &VXContactRecord::middleName}, {u"nickname"_s, &VXContactRecord::nickname},
+        {u"company"_s, &VXContactRecord::company},   {u"job-title"_s, &VXContactRecord::jobTitle},
+        {u"note"_s, &VXContactRecord::note}};
     return fields.value(option, nullptr);
 }
 
@@ -72,6 +99,13 @@ bool drop(VXContactRecord &contact, const QString &value)
     count += contact.numbers.removeIf([&](const Address &each) {
         return each.value == value || (!search.isEmpty() && VXPhoneNumberSearchString(each.value) == search);
     });
+    const auto isMeant = [&](const PostalAddress &each) {
+        return std::ranges::any_of(
+                   postalParts,
+                   [&](QString PostalAddress::*part) { return !value.isEmpty() && each.*part == value; }) ||
+               isSamePlace(each, postalAddressFrom(value));
+    };
+    count += contact.addresses.removeIf(isMeant);
     for (QList<Address> *const list : {&contact.emails, &contact.urls})
         count +=
             list->removeIf([&](const Address &each) { return each.value.compare(value, Qt::CaseInsensitive) == 0; });
@@ -99,6 +133,12 @@ QString apply(VXContactRecord &contact, const QString &option, const QString &va
         contact.emails.append(email);
     } else if (option == "url"_L1) {
         contact.urls.append({value, 0, {}});
+    } else if (option == "address"_L1) {
+        const PostalAddress address = postalAddressFrom(value);
+        if (isSamePlace(address, {}))
+            return u"\"%1\" is no address"_s.arg(value);
+        if (std::ranges::none_of(contact.addresses, [&](const auto &each) { return isSamePlace(each, address); }))
+            contact.addresses.append(address);
     } else if (option == "group"_L1) {
         if (!contact.groups.contains(value))
             contact.groups.append(value);
@@ -142,12 +182,24 @@ int VXAddContact(VXHostContext &context)
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
     if (!coordinator)
         return VXHostOutput::Failed;
+    VXError error;
+    const VXStoreWorkLock lock(*coordinator, VXStoreWorkLock::savingName);
+    if (!lock.isHeld(&error))
+        return context.output.fail(VXErrorText(error));
     VXManagedObjectContext contacts(coordinator);
     return saveAndShow(context, contacts, VXContactWriter(contacts).insert(contact));
 }
 
 int VXEditContact(VXHostContext &context)
 {
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    VXError error;
+    const VXStoreWorkLock lock(*coordinator,
+                               VXStoreWorkLock::savingName); // of two at once the second sees what the first did
+    if (!lock.isHeld(&error))
+        return context.output.fail(VXErrorText(error));
     const VXNamedContact named(context);
     if (!named.person)
         return VXHostOutput::Failed;
@@ -164,7 +216,7 @@ int VXDeleteContact(VXHostContext &context)
     if (!named.person)
         return VXHostOutput::Failed;
     const VXShownContact shown(named.person);
-    const QString name = shown.contact.displayName();
+    const QString name = shown.contact.shownName();
     VXError error;
     const auto changeSet = VXContactHistory::insert(*named.contacts, u"deletion"_s, name, &error);
     if (changeSet) {

@@ -51,7 +51,7 @@ QStringList VXShownContact::titles()
 
 QStringList VXShownContact::columns() const
 {
-    return {shortID, contact.displayName(), VXShownAddresses(contact.numbers).join(", "_L1),
+    return {shortID, contact.shownName(), VXShownAddresses(contact.numbers).join(", "_L1),
             VXShownAddresses(contact.emails).join(", "_L1), contact.groups.join(", "_L1)};
 }
 
@@ -63,7 +63,7 @@ QJsonObject VXShownContact::json(bool withImage) const
     QJsonObject json = VXJSONFromVariant(shown.map()).toObject();
     json.insert(u"id"_s, shortID);
     json.insert(u"uri"_s, uri);
-    json.insert(u"displayName"_s, contact.displayName());
+    json.insert(u"displayName"_s, contact.shownName());
     return json;
 }
 

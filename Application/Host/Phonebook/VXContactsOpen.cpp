@@ -106,8 +106,8 @@ QString VXTextOfContactsNear(VXManagedObjectContext &contacts, const QString &te
     constexpr qsizetype mostNear = 5;
     QStringList near;
     for (const VXManagedObjectPtr &person : VXContactsNear(contacts, text).mid(0, mostNear))
-        near.append(u"%1 (%2)"_s.arg(VXContactRecord(QVariant::fromValue(person)).displayName(),
-                                     VXShownContact(person).shortID));
+        near.append(
+            u"%1 (%2)"_s.arg(VXContactRecord(QVariant::fromValue(person)).shownName(), VXShownContact(person).shortID));
     return near.isEmpty() ? u""_s
                           : (near.size() == 1 ? u"; near it is: "_s : u"; near it are: "_s) + near.join(", "_L1);
 }
@@ -133,6 +133,6 @@ VXNamedContact::VXNamedContact(VXHostContext &context, Purpose purpose)
     QStringList choices;
     for (const VXManagedObjectPtr &each : persons)
         choices.append(
-            u"%1 (%2)"_s.arg(VXContactRecord(QVariant::fromValue(each)).displayName(), VXShownContact(each).shortID));
+            u"%1 (%2)"_s.arg(VXContactRecord(QVariant::fromValue(each)).shownName(), VXShownContact(each).shortID));
     context.output.fail(u"\"%1\" are several contacts: %2"_s.arg(text, choices.join(", "_L1)));
 }

@@ -4,6 +4,7 @@
 #include "VXContactReport.h"
 #include "VXContactsOpen.h"
 #include "VXConversationKey.h"
+#include "VXDataManager.h"
 #include "VXHostOutput.h"
 #include "VXManagedObjectContext.h"
 #include "VXPhonebookEntry.h"
@@ -12,6 +13,7 @@
 #include "VXPhonebookRecord.h"
 #include "VXPhonebookString.h"
 #include "VXPhonebookType.h"
+#include "VXPhoneNumber.h"
 
 #include <algorithm>
 
@@ -38,11 +40,11 @@ QString numberOf(VXHostContext &context, const VXManagedObjectPtr &person)
     const VXContactRecord contact{QVariant::fromValue(person)};
     QList<VXContactRecord::Address> numbers = contact.numbers;
     if (numbers.isEmpty())
-        return failed(context, u"%1 has no phone number"_s.arg(contact.displayName()));
+        return failed(context, u"%1 has no phone number"_s.arg(contact.shownName()));
     if (numbers.size() > 1 && std::ranges::count_if(numbers, isMobile) == 1)
         numbers = {*std::ranges::find_if(numbers, isMobile)};
     if (numbers.size() > 1)
-        return failed(context, u"%1 has several phone numbers: %2"_s.arg(contact.displayName(),
+        return failed(context, u"%1 has several phone numbers: %2"_s.arg(contact.shownName(),
                                                                          VXShownAddresses(numbers).join(", "_L1)));
     return VXPhonebookStringJoin(contact.displayName(), numbers.constFirst().value, numbers.constFirst().type);
 }
@@ -55,6 +57,85 @@ QStringList keysOfPerson(const VXManagedObjectPtr &person)
         keys.append(VXConversationKey(each.value));
     return keys;
 }
+
+// Of a conversation: of a number with the code of its country the rest, by which numbers are compared.
+QStringList beginningsOf(const QString &text)
+{
+    QStringList beginnings{VXConversationKey(text)};
+    if (const QString digits = VXPhoneNumberInternationalDigits(text); !digits.isEmpty())
+        beginnings.append(digits.startsWith(u'1') ? digits.sliced(1) : VXPhoneNumberByStrippingCountryCode(digits));
+    beginnings.removeAll(QString());
+    return beginnings;
+}
+
+/** Those with whom there are messages and who may be meant, each with all conversations. */
+class Parties
+{
+public:
+    Parties(const VXMessageStore &store, VXManagedObjectContext &messages) : _store(store), _messages(messages) {}
+
+    /** False when there are no messages of that conversation. */
+    bool add(const QString &conversation)
+    {
+        const VXManagedObjectPtr message = first(u"conversation == %@"_s, conversation);
+        if (message)
+            addOtherParty(*message);
+        return bool(message);
+    }
+    void addPerson(const VXManagedObjectPtr &person)
+    {
+        for (const QString &key : keysOfPerson(person)) {
+            if (add(key))
+                return;
+        }
+    }
+    /** Each by a step along the index of conversations. */
+    void addThoseThatBegin(const QString &beginning)
+    {
+        VXManagedObjectPtr message = first(u"conversation >= %@"_s, beginning);
+        while (message && keyOf(*message).startsWith(beginning) && _names.size() < mostNames) {
+            addOtherParty(*message);
+            message = first(u"conversation > %@"_s, keyOf(*message));
+        }
+    }
+
+    const QStringList &names() const { return _names; }
+    /** Of all of them. */
+    QStringList conversations() const { return _conversations; }
+
+private:
+    static constexpr qsizetype mostNames = 20;
+
+    static QString keyOf(const VXManagedObject &message) { return message.valueForKey(u"conversation"_s).toString(); }
+
+    VXManagedObjectPtr first(const QString &format, const QString &conversation) const
+    {
+        VXFetchRequest request(*_store.coordinator()->model().entityForName(VXMessageStore::entityName));
+        request.predicate = *VXPredicate::predicateWithFormat(format, {conversation});
+        request.sortDescriptors = {{.key = u"conversation"_s}};
+        request.limit = 1;
+        const auto found = _messages.executeFetchRequest(request);
+        return found ? found->first() : VXManagedObjectPtr();
+    }
+
+    void addOtherParty(const VXManagedObject &message)
+    {
+        if (_conversations.contains(keyOf(message)))
+            return;
+        const QString party = VXPhonebookRecord::otherParty(message);
+        _conversations.append(keyOf(message));
+        const auto person = VXContactForPhonebookStrings(party).value<VXManagedObjectPtr>();
+        if (person && person->entity().name() == "VXPerson"_L1)
+            _conversations += keysOfPerson(person);
+        _names.append(VXDisplayStringForContacts(party));
+        _conversations.removeDuplicates();
+    }
+
+    const VXMessageStore &_store;
+    VXManagedObjectContext &_messages;
+    QStringList _names;
+    QStringList _conversations;
+};
 
 } // namespace
 
@@ -82,27 +163,29 @@ QString VXReceiverNamed(VXHostContext &context, const QString &text)
     return failed(context, u"\"%1\" are several contacts: %2"_s.arg(text, choices.join(", "_L1)));
 }
 
-QStringList VXConversationsWith(const VXMessageStore &store, VXManagedObjectContext &messages, const QString &text)
+QStringList VXConversationsWith(VXHostContext &context, const VXMessageStore &store, VXManagedObjectContext &messages,
+                                const QString &text)
 {
-    if (VXPhonebookStringSplit(text))
-        return {VXConversationKey(text)};
-    QVariantList keys{VXConversationKey(text)}; // of a sender without a number
-    for (const QString &entry : VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
-             text, VXPhonebookPropertyNumber | VXPhonebookPropertyEmail, mostCompletions))
-        keys.append(VXConversationKey(entry));
-    VXFetchRequest request(*store.coordinator()->model().entityForName(VXMessageStore::entityName));
-    request.predicate =
-        *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@ OR conversation IN %@"_s, {text, keys});
-    request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
-    request.limit = 1;
-    const auto found = messages.executeFetchRequest(request);
-    if (!found || found->isEmpty())
-        return {};
-    QStringList conversations{found->first()->valueForKey(u"conversation"_s).toString()};
-    const QVariant contact = VXContactForPhonebookStrings(VXPhonebookRecord::otherParty(*found->first()));
-    const auto person = contact.value<VXManagedObjectPtr>();
-    if (person && person->entity().name() == "VXPerson"_L1)
-        conversations += keysOfPerson(person);
-    conversations.removeDuplicates();
-    return conversations;
+    Parties parties(store, messages);
+    if (parties.add(VXConversationKey(text)))
+        return VXPhonebookStringSplit(text) ? QStringList{VXConversationKey(text)} : parties.conversations();
+    if (const VXPersistentStoreCoordinator::Ptr coordinator =
+            VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s)) {
+        VXManagedObjectContext contacts(coordinator);
+        for (const VXManagedObjectPtr &person : VXContactLookup(contacts).allForName(text))
+            parties.addPerson(person);
+    }
+    if (parties.names().isEmpty()) {
+        for (const QString &entry : VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
+                 text, VXPhonebookPropertyNumber | VXPhonebookPropertyEmail, mostCompletions))
+            parties.add(VXConversationKey(entry));
+        for (const QString &beginning : beginningsOf(text))
+            parties.addThoseThatBegin(beginning);
+    }
+    if (parties.names().size() == 1)
+        return parties.conversations();
+    context.output.fail(parties.names().isEmpty()
+                            ? u"there are no messages with \"%1\""_s.arg(text)
+                            : u"\"%1\" are several: %2"_s.arg(text, parties.names().join(", "_L1)));
+    return {};
 }

@@ -12,7 +12,8 @@
  * none, or several. */
 [[nodiscard]] QString VXReceiverNamed(VXHostContext &context, const QString &text);
 
-/** The conversations (VXConversationKey) with whoever is meant: of an address its own; of a name those with all numbers and
- * addresses of the contact, by the newest message of anybody whose name has a word that begins so. Empty for none. */
-[[nodiscard]] QStringList VXConversationsWith(const VXMessageStore &store, VXManagedObjectContext &messages,
-                                              const QString &text);
+/** The conversations (VXConversationKey) with whoever is meant: of an address its own; of a name, or the beginning of one or of a number,
+ * those with all numbers and addresses of the contact, or of the sender, who is the only one with messages to whom it fits. Empty,
+ * told, for none and for several. */
+[[nodiscard]] QStringList VXConversationsWith(VXHostContext &context, const VXMessageStore &store,
+                                              VXManagedObjectContext &messages, const QString &text);

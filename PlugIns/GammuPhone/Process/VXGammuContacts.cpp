@@ -1,6 +1,7 @@
 #include "VXGammuContacts.h"
 
 #include "VXGammuContactMap.h"
+#include "VXGammuProperties.h"
 #include "VXGammuReading.h"
 #include "VXGammuText.h"
 
@@ -123,7 +124,14 @@ VXGammuFailure VXGammuContacts::read(VXGammuSession &session, VXGammuJob &job)
     for (size_t at = 0; at < memories.size() && code == ERR_NONE; ++at)
         code = reading.readMemory(session, memories[at],
                                   [&](const GSM_MemoryEntry &entry) { reading.addItem(VXContactFromGammu(entry)); });
-    return reading.finish(u"The contacts could not be read: %1"_s, code);
+    const VXGammuFailure failure = reading.finish(u"The contacts could not be read: %1"_s, code);
+    const QVariant phone = failure ? QVariant() : VXReadGammuIMEI(session);
+    if (phone.isValid()) { // which of those that may be at one port
+        QVariantMap result = job.result();
+        result.insert(u"phone"_s, phone);
+        job.setResult(result);
+    }
+    return failure;
 }
 
 VXGammuFailure VXGammuContacts::write(VXGammuSession &session, VXGammuJob &job)

@@ -42,6 +42,11 @@ QVariant percent(int value)
 
 } // namespace
 
+QVariant VXReadGammuIMEI(VXGammuSession &session)
+{
+    return textOf(session, GSM_GetIMEI);
+}
+
 QVariantMap VXReadGammuIdentity(VXGammuSession &session)
 {
     const auto firmware = [](GSM_StateMachine *machine, char *text) {
@@ -51,7 +56,7 @@ QVariantMap VXReadGammuIdentity(VXGammuSession &session)
         {u"manufacturer"_s, textOf(session, GSM_GetManufacturer)},
         {u"model"_s, textOf(session, GSM_GetModel)},
         {u"firmware"_s, textOf(session, firmware)},
-        {u"imei"_s, textOf(session, GSM_GetIMEI)},
+        {u"imei"_s, VXReadGammuIMEI(session)},
         {u"phoneNumber"_s, ownNumber(session)},
     };
 }

@@ -14,6 +14,13 @@ using namespace Qt::StringLiterals;
 
 const QString VXContactPlace::entityName = u"VXContactPlace"_s;
 
+namespace {
+
+const QString phoneKey = u"phone"_s;
+const QString refusedKey = u"refused"_s;
+
+} // namespace
+
 VXPhoneContact VXPhoneContact::fromItem(const QVariantMap &item)
 {
     return {.item = item,
@@ -23,11 +30,12 @@ VXPhoneContact VXPhoneContact::fromItem(const QVariantMap &item)
 
 // -- A place
 
-VXContactPlace VXContactPlace::make(const QString &deviceURL, const VXManagedObjectPtr &person,
+VXContactPlace VXContactPlace::make(const QString &deviceURL, const QString &phone, const VXManagedObjectPtr &person,
                                     VXManagedObjectContext &context)
 {
     VXContactPlace place(context.insertNewObject(entityName));
     place._object->setValueForKey(deviceURL, u"device_url"_s);
+    place.setPhone(phone);
     place.setPerson(person);
     return place;
 }
@@ -45,6 +53,37 @@ void VXContactPlace::setPerson(const VXManagedObjectPtr &person)
 QString VXContactPlace::location() const
 {
     return _object->valueForKey(u"location"_s).toString();
+}
+
+QString VXContactPlace::phone() const
+{
+    return _object->valueForKey(phoneKey).toString();
+}
+
+void VXContactPlace::setPhone(const QString &phone)
+{
+    if (this->phone() != phone)
+        _object->setValueForKey(phone.isEmpty() ? QVariant() : QVariant(phone), phoneKey);
+}
+
+bool VXContactPlace::noteRefusal(const std::optional<VXContactRecord> &wanted)
+{
+    const VXContactRecord refused = wanted.value_or(VXContactRecord());
+    const bool isNews = !isRefused() || !VXIsSameContact(record(refusedKey), refused);
+    if (isNews)
+        _object->setValueForKey(refused.map(), refusedKey);
+    return isNews;
+}
+
+bool VXContactPlace::isRefused() const
+{
+    return _object->valueForKey(refusedKey).isValid();
+}
+
+void VXContactPlace::forgetRefusal()
+{
+    if (isRefused())
+        _object->setValueForKey({}, refusedKey);
 }
 
 void VXContactPlace::note(const QString &location, const VXContactRecord &here, const VXContactRecord &there)

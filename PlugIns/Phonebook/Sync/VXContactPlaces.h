@@ -10,6 +10,7 @@
 #include <QtCore/QVariant>
 
 #include <functional>
+#include <optional>
 
 class VXManagedObjectContext;
 
@@ -32,7 +33,7 @@ public:
 
     VXContactPlace() = default;
     explicit VXContactPlace(const VXManagedObjectPtr &object) : _object(object) {}
-    static VXContactPlace make(const QString &deviceURL, const VXManagedObjectPtr &person,
+    static VXContactPlace make(const QString &deviceURL, const QString &phone, const VXManagedObjectPtr &person,
                                VXManagedObjectContext &context);
 
     const VXManagedObjectPtr &object() const { return _object; }
@@ -43,6 +44,13 @@ public:
     /** What there was when both last agreed. */
     VXContactRecord here() const { return record(QStringLiteral("here")); }
     VXContactRecord there() const { return record(QStringLiteral("there")); }
+    /** Which phone of that URL it is: null where that did not tell. */
+    QString phone() const;
+    void setPhone(const QString &phone);
+    /** What is to be written there, none for nothing, is refused, and the user was told. @return whether that is news. */
+    bool noteRefusal(const std::optional<VXContactRecord> &wanted);
+    bool isRefused() const;
+    void forgetRefusal();
     /** Writes what differs. */
     void note(const QString &location, const VXContactRecord &here, const VXContactRecord &there);
 

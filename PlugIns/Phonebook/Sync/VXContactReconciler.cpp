@@ -4,10 +4,12 @@
 #include "VXContactMerge.h"
 #include "VXContactWriter.h"
 #include "VXCoreDataSaveError.h"
+#include "VXErrorDomain.h"
 #include "VXPhonebookPluginString.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMap>
+#include <QtCore/QSet>
 
 #include <algorithm>
 
@@ -56,8 +58,8 @@ QVariantMap objectFor(const VXPhoneContact &contact, const VXContactRecord &want
 } // namespace
 
 VXContactReconciler::VXContactReconciler(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &deviceURL,
-                                         const QString &deviceName)
-    : _coordinator(coordinator), _deviceURL(deviceURL), _deviceName(deviceName), _context(coordinator),
+                                         const QString &deviceName, const QString &phone)
+    : _coordinator(coordinator), _deviceURL(deviceURL), _deviceName(deviceName), _phone(phone), _context(coordinator),
       _writer(std::make_unique<VXContactWriter>(_context))
 {
     _context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
@@ -83,7 +85,7 @@ bool VXContactReconciler::run(const QList<VXPhoneContact> &contacts, bool isAll,
     bool isDone = reconcile(places, isAll, &failure);
     for (const Person &person : former) {
         if (isDone && !hasPlace(person))
-            put(VXContactPlace::make(_deviceURL, person, _context));
+            put(makePlace(person));
     }
     isDone = isDone && (!_addsAll || addAll(&failure)) && (!_context.hasChanges() || _context.save(&failure));
     if (isDone) {
@@ -104,9 +106,23 @@ std::optional<QList<VXContactPlace>> VXContactReconciler::readPlaces(VXError *er
     if (!found)
         return std::nullopt;
     QVariantList persons;
-    for (const VXManagedObjectPtr &place : *found) {
-        if (const Person person = VXContactPlace(place).person())
+    QList<VXContactPlace> places;
+    QSet<QString> phones;
+    for (const VXManagedObjectPtr &object : *found) {
+        const VXContactPlace place(object);
+        phones.insert(place.phone());
+        if (!_isNewPhone && !isMine(place))
+            continue;
+        places.append(place);
+        if (const Person person = place.person())
             persons.append(QVariant::fromValue(person->objectID()));
+    }
+    phones.remove(QString());
+    _isOtherPhone = !_phone.isEmpty() && !phones.isEmpty() && !phones.contains(_phone);
+    if (_phone.isEmpty() && phones.size() > 1) {
+        VXSetError(error, VXMakeError(VXPhonebookPluginString(
+                              u"Of several phones that were here the phone does not tell which it is."_s)));
+        return std::nullopt;
     }
     VXFetchRequest all(*_coordinator->model().entityForName(u"VXPerson"_s));
     all.predicate =
@@ -115,9 +131,6 @@ std::optional<QList<VXContactPlace>> VXContactReconciler::readPlaces(VXError *er
     _persons = _context.executeFetchRequest(all, error); // with all that is asked of them below
     if (!_persons)
         return std::nullopt;
-    QList<VXContactPlace> places;
-    for (const VXManagedObjectPtr &place : *found)
-        places.append(VXContactPlace(place));
     return places;
 }
 
@@ -176,10 +189,20 @@ bool VXContactReconciler::reconcile(const VXContactPlaces &places, bool isAll, V
         return false;
     if (!uniteCards(kept, error))
         return false;
-    for (Link &link : _links)
-        link.place.note(link.contact->location, phoneRecordOf(link.place.person()), link.contact->contact);
+    for (Link &link : _links) {
+        if (link.wasKnown)
+            bringBack({.place = link.place, .met = link.contact});
+        else
+            link.place.note(link.contact->location, phoneRecordOf(link.place.person()), link.contact->contact);
+    }
     for (const VXContactPlaces::Known &known : std::as_const(kept))
         bringBack(known);
+    if (!_phone.isEmpty()) {
+        for (const VXContactPlaces::Known &known : places.known()) {
+            if (!known.place.object()->isDeleted())
+                VXContactPlace(known.place).setPhone(_phone); // it may not have told before
+        }
+    }
     for (const VXContactPlaces::Known &known : places.known()) {
         const bool isAbsent = known.met == nullptr && (isAll || known.place.location().isEmpty());
         if (isAbsent && !applyAbsence(known.place, error))
@@ -225,10 +248,11 @@ bool VXContactReconciler::linkContact(Link link, VXContactMatch &match, VXError 
     } else if (!unite(person, contact, &match, error)) {
         return false;
     }
+    link.wasKnown = wasDeletedHere;
     if (wasDeletedHere)
         link.place.setPerson(person);
     else
-        link.place = VXContactPlace::make(_deviceURL, person, _context);
+        link.place = makePlace(person);
     _links.append(link);
     return true;
 }
@@ -308,12 +332,13 @@ bool VXContactReconciler::applyAbsence(VXContactPlace place, VXError *error)
         put(place);
         return true;
     }
+    const bool goes = person && !isElsewhere;
+    if (goes && !noteBefore(person, true, error))
+        return false;
     place.setPerson(nullptr);
     _context.deleteObject(place.object());
-    if (!person || isElsewhere)
+    if (!goes)
         return true;
-    if (!noteBefore(person, true, error))
-        return false;
     _removed.append(nameOf(recordOf(person)));
     _context.deleteObject(person);
     return true;
@@ -328,8 +353,10 @@ void VXContactReconciler::bringBack(const VXContactPlaces::Known &known)
     const VXContactRecord &there = known.met->contact;
     const VXContactRecord here = phoneRecordOf(place.person());
     const VXContactRecord wanted = VXContactForPhone(VXMergeContacts(place.here(), here, there, there).contact);
-    if (VXIsSameContact(wanted, there))
+    if (VXIsSameContact(wanted, there)) {
+        place.forgetRefusal();
         return place.note(known.met->location, here, there);
+    }
     place.note(known.met->location, place.here(), there); // until it is done
     _changes.append(
         {.name = nameOf(here), .object = objectFor(*known.met, wanted), .here = here, .place = place.object()});
@@ -374,7 +401,7 @@ bool VXContactReconciler::addAll(VXError *error)
     for (const Person &person : *persons) {
         const bool isOurs = !person->valueForKey(u"url_string"_s).isValid(); // and not supplied by a plugin
         if (isOurs && !hasPlace(person) && !recordOf(person).displayName().isEmpty())
-            put(VXContactPlace::make(_deviceURL, person, _context));
+            put(makePlace(person));
     }
     return true;
 }
@@ -400,14 +427,24 @@ bool VXContactReconciler::noteBefore(const VXManagedObjectPtr &person, bool isRe
     if (_noted.contains(person))
         return true;
     _noted.insert(person);
-    VXContactHistory::note(_context, *_changeSet, person, isRemoved);
+    VXContactHistory::note(_context, *_changeSet, person, isRemoved, _deviceURL);
     return true;
+}
+
+VXContactPlace VXContactReconciler::makePlace(const VXManagedObjectPtr &person)
+{
+    return VXContactPlace::make(_deviceURL, _phone, person, _context);
+}
+
+bool VXContactReconciler::isMine(const VXContactPlace &place) const
+{
+    return _phone.isEmpty() || place.phone().isEmpty() || place.phone() == _phone;
 }
 
 bool VXContactReconciler::hasPlace(const VXManagedObjectPtr &person) const
 {
     return std::ranges::any_of(person->relatedObjects(placesIndex(person)), [this](const VXManagedObjectPtr &place) {
-        return place->valueForKey(u"device_url"_s).toString() == _deviceURL;
+        return place->valueForKey(u"device_url"_s).toString() == _deviceURL && isMine(VXContactPlace(place));
     });
 }
 

@@ -32,8 +32,10 @@ struct VXPhoneChange
 class VXContactReconciler
 {
 public:
+    /** `phone`: what the phone calls itself by, as its IMEI: what was known of others at that URL is left alone, and is there when
+     *  they come again. Null: it does not tell. */
     VXContactReconciler(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &deviceURL,
-                        const QString &deviceName);
+                        const QString &deviceName, const QString &phone = {});
     ~VXContactReconciler();
 
     /** Without, a phone that lost more than half of a memory's contacts, or is to lose them, is a question. */
@@ -47,6 +49,8 @@ public:
     /** `isAll`: what is missing is not on the phone any more. False, with an error, when the store cannot be read or saved. */
     bool run(const QList<VXPhoneContact> &contacts, bool isAll, VXError *error);
 
+    /** Others were known at that URL, and not this one. */
+    bool isOtherPhone() const { return _isOtherPhone; }
     /** To be asked before anything is changed: nothing was. Null for none. */
     const QString &question() const { return _question; }
     const QList<VXPhoneChange> &changes() const { return _changes; }
@@ -63,6 +67,7 @@ private:
     {
         const VXPhoneContact *contact;
         VXContactPlace place = {};
+        bool wasKnown = false; // the place, from before its person was deleted here, or became another's
     };
 
     bool reconcile(const VXContactPlaces &places, bool isAll, VXError *error);
@@ -83,15 +88,19 @@ private:
 
     bool replace(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXError *error);
     bool noteBefore(const VXManagedObjectPtr &person, bool isRemoved, VXError *error);
+    VXContactPlace makePlace(const VXManagedObjectPtr &person);
+    bool isMine(const VXContactPlace &place) const;
     bool hasPlace(const VXManagedObjectPtr &person) const;
     bool beginChangeSet(VXError *error);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     const QString _deviceURL;
     const QString _deviceName;
+    const QString _phone;
     bool _acceptsDeletions = false;
     bool _isNewPhone = false;
     bool _addsAll = false;
+    bool _isOtherPhone = false;
     VXManagedObjectContext _context;
     std::unique_ptr<VXContactWriter> _writer;
     std::optional<VXFetchResult> _persons;        // who were known to be on the phone

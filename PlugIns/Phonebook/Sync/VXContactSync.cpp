@@ -54,7 +54,8 @@ void VXContactSync::didRead(const VXDeviceAction &part)
             contacts.append(contact);
     }
     const VXDevicePlugin::Ptr device = whole()->device();
-    _reconciler = std::make_unique<VXContactReconciler>(_coordinator, VXAbsoluteString(device->url()), device->name());
+    _reconciler = std::make_unique<VXContactReconciler>(_coordinator, VXAbsoluteString(device->url()), device->name(),
+                                                        result.value(u"phone"_s).toString());
     _reconciler->setAcceptsDeletions(options.value(u"acceptsDeletions"_s).toBool());
     _reconciler->setIsNewPhone(options.value(u"isNewPhone"_s).toBool());
     const bool takesContacts = device->actionNames().contains(u"write_contact"_s);
@@ -94,9 +95,20 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
         _changes.push_front(plain);
         return carryOutNext();
     }
-    if (!part.error().isNull()) { // it stays to be done
+    if (!part.error().isNull() && isOver()) { // it stays to be done
         _problems.append(change.name + ": "_L1 + part.error().localizedDescription());
-        return isOver() ? finish() : carryOutNext();
+        return finish();
+    }
+    if (!part.error().isNull()) { // this too, but only the first time it is something to tell
+        VXError error;
+        const bool isNews = noteRefusal(change, &error);
+        if (!error.isNull())
+            return finish(error);
+        if (isNews)
+            _problems.append(change.name + ": "_L1 + part.error().localizedDescription());
+        else
+            _refused.append(change.name);
+        return carryOutNext();
     }
     const QVariantMap result = part.result().toMap();
     for (const QString &problem : result.value(u"problems"_s).toStringList())
@@ -124,10 +136,21 @@ bool VXContactSync::note(const VXPhoneChange &change, const QVariantMap &result,
             item.insert(key, result.value(key, change.object.value(key)));
         const VXPhoneContact written = VXPhoneContact::fromItem(item);
         VXContactPlace(object).note(written.location, *change.here, written.contact);
+        VXContactPlace(object).forgetRefusal();
     } else {
         context.deleteObject(object);
     }
     return !context.hasChanges() || context.save(error);
+}
+
+bool VXContactSync::noteRefusal(const VXPhoneChange &change, VXError *error)
+{
+    VXManagedObjectContext context(_coordinator);
+    const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID);
+    const bool isNews = object && VXContactPlace(object).noteRefusal(change.here);
+    if (isNews && !context.save(error))
+        VXLogCoreDataSaveError(*error);
+    return isNews;
 }
 
 void VXContactSync::finish(const VXError &error)
@@ -137,7 +160,8 @@ void VXContactSync::finish(const VXError &error)
         {u"added"_s, _reconciler ? _reconciler->added() : QStringList()},
         {u"changed"_s, _reconciler ? _reconciler->changed() : QStringList()},
         {u"removed"_s, _reconciler ? _reconciler->removed() : QStringList()},
-        {u"carriedOut"_s, _carriedOut}};
+        {u"carriedOut"_s, _carriedOut},
+        {u"refused"_s, _refused}};
     QVariantMap names;
     for (const auto &[key, persons] : outcomes) {
         result.insert(key, persons.size());
@@ -147,6 +171,10 @@ void VXContactSync::finish(const VXError &error)
     if (!names.isEmpty())
         result.insert(u"names"_s, names);
     result.insert(u"conflicts"_s, _reconciler ? _reconciler->conflicts() : QStringList());
+    if (_reconciler && _reconciler->isOtherPhone())
+        result.insert(u"notices"_s,
+                      QStringList(VXPhonebookPluginString(
+                          u"This is another phone than before: nothing that it lacks was deleted here."_s)));
     if (_reconciler && !_reconciler->question().isNull())
         result.insert(u"question"_s, _reconciler->question());
     whole()->setResult(result);

@@ -9,7 +9,8 @@
 /**
  * Brings the contacts of a phone and the store "phonebook" into step, as the action "sync_contacts". Its object may say
  * `acceptsDeletions`, `isNewPhone` and `addsAll` (VXContactReconciler). First what is on the phone comes here, in one save; then what
- * changed here is carried out there, and each step is noted: a sync that is broken off can be repeated, and a second one
+ * changed here is carried out there, and each step is noted; what the phone refuses is a problem once, and tried
+ * again each time: a sync that is broken off can be repeated, and a second one
  * changes nothing. Main thread.
  */
 class VXContactSync : public VXDeviceWork
@@ -29,11 +30,14 @@ private:
     void carryOutNext();
     void didCarryOut(const VXPhoneChange &change, const VXDeviceAction &part);
     bool note(const VXPhoneChange &change, const QVariantMap &result, VXError *error);
+    /** @return whether it is the first time. */
+    bool noteRefusal(const VXPhoneChange &change, VXError *error);
     void finish(const VXError &error = {});
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     std::unique_ptr<VXContactReconciler> _reconciler; // once the phone was read
     std::deque<VXPhoneChange> _changes;               // left to be carried out
     QStringList _carriedOut;                          // names
+    QStringList _refused;                             // names: again, as was told before
     QStringList _problems;
 };

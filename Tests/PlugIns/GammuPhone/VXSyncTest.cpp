@@ -118,7 +118,7 @@ TEST_F(VXSyncTest, ABackupAndItsPhoneHaveTheSameMessages)
         EXPECT_EQ(message[u"device_url"_s].toString(), phone);
     // As one that was synced: what is deleted here is deleted there.
     vornix({u"messages"_s, u"delete"_s, uriOf(list(u"inbox"_s), u"Are you"_s)});
-    EXPECT_EQ(sync(u"messages"_s), u"0 0 2"_s);
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 1"_s);
     EXPECT_EQ(onPhone().size(), 3);
 }
 
@@ -132,7 +132,7 @@ TEST_F(VXSyncTest, WhatWasChangedHereIsCarriedOutThere)
     vornix({u"messages"_s, u"move"_s, uriOf(all, u"Yes"_s), u"trash"_s});
     EXPECT_EQ(onPhone().size(), 4);             // nothing before the sync
     EXPECT_EQ(list(phone).size(), 2);           // but what was moved is not shown where it was
-    EXPECT_EQ(sync(u"messages"_s), u"0 0 4"_s); // and what is in the trash has nothing more to be done
+    EXPECT_EQ(sync(u"messages"_s), u"0 0 3"_s); // nothing more is to be done of what is in the trash
     EXPECT_THAT(onPhone(), UnorderedElementsAre(u"read Are you c"_s, u"read До встреч"_s));
     EXPECT_THAT(lines(list(u"user"_s)), ElementsAre(u"read The parts"_s));
     EXPECT_THAT(lines(list(u"trash"_s)), ElementsAre(u"sent Yes, at e"_s));
@@ -256,10 +256,15 @@ TEST_F(VXSyncTest, SendingThatIsKilledLosesAndDoublesNothing)
         vornix(
             {u"plugins"_s, u"retry"_s, u"com.halvern.VNX2.GammuPhone"_s}); // kills while it is loaded tell against it
     }
-    for (const QJsonValue entry : vornix({u"outbox"_s}).toArray()) {
-        if (entry[u"state"_s] == "queued"_L1) // the program ended before it was sent, which is done now
-            vornix({u"outbox"_s, u"retry"_s, entry[u"id"_s].toString()});
-    }
+    const auto firstQueued = [this] {
+        for (const QJsonValue entry : vornix({u"outbox"_s}).toArray()) {
+            if (entry[u"state"_s] == "queued"_L1) // the program ended before it was sent
+                return entry[u"id"_s].toString();
+        }
+        return QString();
+    };
+    for (QString id = firstQueued(); !id.isNull() && !HasFailure(); id = firstQueued())
+        vornix({u"outbox"_s, u"retry"_s, id}); // which may send what waits behind it, too
     const QJsonArray entries = vornix({u"outbox"_s}).toArray();
     QStringList sent;
     QStringList unsent;

@@ -21,6 +21,7 @@ public:
     QVariant result;
     VXError error;
     QVariantList sent;
+    QVariantList stored; // what it has itself
 
     bool takesTime = false; // until `answer`
 
@@ -30,6 +31,11 @@ public:
         _asked = action;
         if (!takesTime)
             answer();
+    }
+    void read(VXDeviceAction *action)
+    {
+        action->setResult(QVariantMap{{u"items"_s, stored}, {u"isComplete"_s, true}});
+        action->conclude();
     }
     void answer()
     {
@@ -51,6 +57,7 @@ protected:
     {
         phone->initWithURL(url);
         phone->registerActionHandler(u"send_message"_s, phone, &ScriptedPhone::send);
+        phone->registerActionHandler(u"read_messages"_s, phone, &ScriptedPhone::read);
         VXDevicePlugin::addDevice(held);
     }
     ~VXMessageDeliveryTest() override { VXDevicePlugin::removeDeviceAtURL(url); }
@@ -169,6 +176,50 @@ TEST_F(VXMessageDeliveryTest, WhatWasOnItsWayAtTheEndIsLeftToTheUser)
     EXPECT_TRUE(VXRunUntil([&] { return shownIn(VXSentFolder) == QStringList{u"2 Hi"_s}; }));
     EXPECT_EQ(phone->sent.size(), 1);
     EXPECT_THAT(shownIn(VXDraftsFolder), IsEmpty());
+}
+
+// The phone's own copy tells; two, and one of another time, tell nothing.
+TEST_F(VXMessageDeliveryTest, WhatWasPerhapsSentIsSettledByThePhonesCopy)
+{
+    const auto copyOf = [](const QString &text, const QDateTime &date, int place, int state = 2) {
+        return QVariantMap{{u"direction"_s, 0}, {u"to"_s, u"+15550100"_s}, {u"text"_s, text},
+                           {u"date"_s, date},   {u"state"_s, state},       {u"url"_s, u"phone:/%1"_s.arg(place)}};
+    };
+    phone->error = VXMakeError(u"no answer"_s);
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const struct
+    {
+        QString text;
+        QVariantList stored;
+        VXOutboxState state;
+    } cases[] = {
+        {u"a"_s, {copyOf(u"a"_s, now, 1)}, VXOutboxState::Sent},
+        {u"b"_s, {copyOf(u"b"_s, now, 2), copyOf(u"b"_s, now.addSecs(1), 3)}, VXOutboxState::PerhapsSent},
+        {u"c"_s, {copyOf(u"c"_s, now.addDays(-1), 4)}, VXOutboxState::PerhapsSent},
+        {u"d"_s, {copyOf(u"d"_s, {}, 5)}, VXOutboxState::PerhapsSent},
+        {u"e"_s, {copyOf(u"e"_s, now, 6, 0)}, VXOutboxState::PerhapsSent}, // a draft there
+        {u"f"_s, {copyOf(u"F"_s, now, 7)}, VXOutboxState::PerhapsSent},
+    };
+    QList<qint64> numbers;
+    for (const auto &each : cases) {
+        const auto number = VXOutgoingMessage::send(u"+1 555 0100"_s, each.text, url, *store, *outbox);
+        EXPECT_EQ(tried(*number).state, VXOutboxState::PerhapsSent);
+        numbers.append(*number);
+        phone->stored += each.stored;
+    }
+    for (int round = 0; round < 2; ++round) {
+        const auto action = VXDeviceAction::actionWithName(u"sync_messages"_s);
+        bool isOver = false;
+        action->executeWithDevice(held, [&](VXDeviceAction *) { isOver = true; });
+        EXPECT_TRUE(VXRunUntil([&] { return isOver; }));
+        EXPECT_EQ(action->result().toMap().value(u"added"_s).toInt() > 0, round == 0);
+        for (size_t index = 0; index < std::size(cases); ++index)
+            EXPECT_EQ(outbox->entry(numbers[qsizetype(index)])->state, cases[index].state)
+                << cases[index].text.toStdString();
+        EXPECT_FALSE(shownIn(VXDraftsFolder).contains(u"0 a"_s));
+        for (const QString &left : {u"0 c"_s, u"0 d"_s, u"0 f"_s})
+            EXPECT_TRUE(shownIn(VXDraftsFolder).contains(left));
+    }
 }
 
 TEST_F(VXMessageDeliveryTest, ItDependsOnThePhonesAnswerWhetherAMessageIsTriedAgain)

@@ -84,6 +84,17 @@ TEST_F(VXMessageImportTest, WhatCannotBeReadIsToldWithItsLine)
          {u"line 1: 1 of 2 parts of a message are missing"_s}}, // a day later: another message
         {part + "0500030C0305\n", u"0 0"_s, {u"line 1: a part of a message that can not be"_s}},
         {"[SMSBackup0]\nState = Read\nCoding = 8bit\nText00 = 00\n", u"0 0"_s, {u"line 1: a message without a text"_s}},
+        {"<smses><sms address='+1' date='9223372036854775807' type='1' body='far'/>\n"
+         "<sms address='+1' date='-9223372036854775808' type='2' body='long ago'/></smses>",
+         u"2 0"_s,
+         {u"line 1: the date of a message can not be; it is taken without"_s,
+          u"line 2: the date of a message can not be; it is taken without"_s}},
+        {"[SMSBackup0]\nState = Read\nNumber = \"+1\"\nText00 = 0066\nDateTime = 20269901T100000Z\n",
+         u"1 0"_s,
+         {u"line 1: the date of a message can not be; it is taken without"_s}},
+        {"[SMSBackup0]\nState = Read\nNumber = \"+1\"\nText00 = 0066\nDateTime = 00000000T000000\n",
+         u"0 1"_s,
+         {u"line 1: the date of a message can not be; it is taken without"_s}},
         {"something else", {}, {}},
         {"<other/>", {}, {}},
     };

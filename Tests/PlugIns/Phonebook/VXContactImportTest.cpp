@@ -142,6 +142,11 @@ TEST_F(VXContactImportTest, NoCardIsNewsASecondTime)
         "ADR:;;1 Lane ;Town;;;\r\nADR:;;1 Lane;Town;;;\r\n",
         "UID: x \r\nBDAY:1980-01-02\r\n",
         "ORG: Mill \r\nTITLE: \r\nNICKNAME:J \r\n",
+        "TEL:CALL-ME\r\n",
+        "TEL:+49 (0)30 1234567\r\nTEL:+49 30 1234567\r\nTEL:0049(0)301234568\r\n",
+        "TEL;X-A=1:+49 (0)30 1234567\r\nTEL;X-A=2:555 0143\r\nNOTE;X-A=3:n\r\n",
+        "TEL:sip:jane@example.org\r\nTEL:sip:1234@example.org\r\n",
+        "TEL:CALL-ME\r\nTEL:555 0142\r\nEMAIL:n@example.org\r\n",
     };
     int number = 0;
     for (const QByteArray &lines : cases) {
@@ -149,6 +154,9 @@ TEST_F(VXContactImportTest, NoCardIsNewsASecondTime)
         EXPECT_EQ(import(one), u"1 0 0 0"_s) << lines.toStdString();
         EXPECT_EQ(import(one), u"0 0 1 0"_s) << lines.toStdString() << replaced.join(u'\n').toStdString();
     }
+    const QByteArray nameless = "BEGIN:VCARD\r\nVERSION:3.0\r\nTEL:CALL-US\r\nEND:VCARD\r\n";
+    EXPECT_EQ(import(nameless), u"1 0 0 0"_s);
+    EXPECT_EQ(import(nameless), u"0 0 1 0"_s);
     const QByteArray whole = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Jane Doe\r\nTEL:555 0199\r\nEND:VCARD\r\n";
     EXPECT_EQ(import(card("Jane Doe", "TEL:555 0199\r\n")), u"1 0 0 0"_s);
     EXPECT_EQ(import(whole), u"0 0 1 0"_s);
@@ -239,6 +247,40 @@ TEST_F(VXContactImportTest, CardsOfOneNameAreContactsOfTheirOwnUnlessTheyAreEqua
             EXPECT_EQ(import(each.cards), each.again) << each.name;
             EXPECT_EQ(replaced, QStringList()) << each.name;
         }
+    }
+}
+
+// A UID that several cards have is one contact's, unless they are plainly of several people.
+TEST_F(VXContactImportTest, AUIDThatSeveralCardsHaveSettles)
+{
+    const auto of = [](const QByteArray &name, const QByteArray &lines) { return card(name, "UID:x\r\n" + lines); };
+    const struct
+    {
+        QByteArray cards;
+        QString counts;
+        QStringList contacts;
+    } cases[] = {
+        {of("Ann Lee", "ORG:Acme\r\nNOTE:n\r\n") + of("Ann Lee", "ORG:Mill\r\nNOTE:m\r\nTEL:555 0101\r\n") +
+             of("Ann Lee", "ORG:Tower\r\nBDAY:1980-01-01\r\n") + of("Ann Lee", "BDAY:1981-01-01\r\n"),
+         u"1 3 0 0"_s,
+         {u"Ann Lee|Acme|555 0101"_s}},
+        {of("Ann Lee", "TEL:555 0101\r\n") + of("Bob Hill", "TEL:555 0102\r\n") + of("Cid Ray", {}) +
+             of("Ann Lee", "TEL:555 0103\r\n"),
+         u"3 1 0 0"_s,
+         {u"Ann Lee||555 0101|555 0103"_s, u"Bob Hill||555 0102"_s, u"Cid Ray|"_s}},
+        {"BEGIN:VCARD\r\nUID:x\r\nORG:Acme\r\nEND:VCARD\r\nBEGIN:VCARD\r\nUID:x\r\nORG:Mill\r\nEND:VCARD\r\n",
+         u"2 0 0 0"_s,
+         {u"Acme|Acme"_s, u"Mill|Mill"_s}},
+    };
+    for (const auto &each : cases) {
+        EXPECT_EQ(import(each.cards, true), each.counts);
+        EXPECT_EQ(import(each.cards), each.counts);
+        EXPECT_EQ(contacts(), each.contacts);
+        const qsizetype number = each.cards.count("BEGIN:");
+        EXPECT_EQ(import(each.cards), u"0 0 %1 0"_s.arg(number)) << replaced.join(u'\n').toStdString();
+        EXPECT_EQ(contacts(), each.contacts);
+        undo();
+        EXPECT_EQ(contacts(), QStringList());
     }
 }
 
@@ -451,6 +493,34 @@ TEST_F(VXContactImportTest, TheWholeNameIsKeptWhileTheNameIs)
     VXContactWriter(context).replace(person, contact);
     ASSERT_TRUE(context.save());
     EXPECT_EQ(exported(), "FN:Jane Hill");
+}
+
+TEST_F(VXContactImportTest, ParametersThatNobodyKnowsSurvive)
+{
+    const QByteArrayList lines{"FN;X-F=1:Jane Doe",
+                               "N;X-A=1:Doe;Jane;;;",
+                               "TEL;TYPE=cell;X-CUSTOM=\"a:b\";X-D=2:555 0100",
+                               "TEL;X-OTHER=2:sip:jane@example.org",
+                               "TEL:555 0101",
+                               "EMAIL;X-A=2:jane@example.org",
+                               "ADR;X-B=3:;;1 Lane;Town;;;",
+                               "URL;X-B=4:https://example.org:80/",
+                               "NOTE;LANGUAGE=de:n",
+                               "BDAY;X-C=1:1985-04-12"};
+    const QByteArray card = "BEGIN:VCARD\r\nVERSION:3.0\r\n" + lines.join("\r\n") +
+                            "\r\nBDAY;X-OMIT-YEAR=1604:1604-05-01\r\nitem1.EMAIL:j@example.org\r\n"
+                            "item1.X-ABLabel:_$!<Other>!$_\r\nUID:1\r\nEND:VCARD\r\n";
+    EXPECT_EQ(import(card), u"1 0 0 0"_s);
+    EXPECT_EQ(import(card), u"0 0 1 0"_s);
+    VXManagedObjectContext context(store);
+    const auto found = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPerson"_s)));
+    const QByteArray written = VXCardWriter::card(QVariant::fromValue(found->first()), VXCardWriter::Version::V3);
+    for (const QByteArray &line : lines)
+        EXPECT_TRUE(written.contains("\r\n" + line + "\r\n")) << line.toStdString() << '\n' << written.toStdString();
+    EXPECT_FALSE(written.contains("X-VORNIX"));
+    EXPECT_EQ(written.count("BDAY"), 1);
+    EXPECT_TRUE(written.contains("X-ABLabel:other")) << written.toStdString();
+    EXPECT_EQ(import(written), u"0 0 1 0"_s);
 }
 
 TEST_F(VXContactImportTest, WhatIsKeptIsWhatTheCardHad)
