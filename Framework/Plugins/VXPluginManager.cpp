@@ -141,16 +141,21 @@ void VXPluginManager::startup()
     const VXPluginMarker::Scope mark; // one file for all that follows
     _holdsAnnouncements = true;
     VXPluginInstaller(*this).installStaged();
-    _scanner = std::make_unique<VXPluginScanner>(pluginFolderPaths(), pathToSharedPluginFolder());
-    for (const QString &path : _scanner->latestPluginPaths())
-        addPluginForBundleAtPath(path);
+    findPlugins();
     announceChange();
-    leaveOutSuspects();
-    leaveOutForSafeMode();
     loadEnabledPlugins();
     _holdsAnnouncements = false;
     announceHeldPlugins();
     restoreOpenWindows();
+}
+
+void VXPluginManager::findPlugins()
+{
+    _scanner = std::make_unique<VXPluginScanner>(pluginFolderPaths(), pathToSharedPluginFolder());
+    for (const QString &path : _scanner->latestPluginPaths())
+        addPluginForBundleAtPath(path);
+    leaveOutSuspects();
+    leaveOutForSafeMode();
 }
 
 // -- Changes
