@@ -17,6 +17,9 @@
 #include <QtCore/QDate>
 #include <QtCore/QHash>
 
+#include <algorithm>
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 using Address = VXContactRecord::Address;
@@ -108,13 +111,17 @@ QString apply(VXContactRecord &contact, const QString &option, const QString &va
     return {};
 }
 
-QString applyOptions(VXHostContext &context, VXContactRecord &contact)
+// The status with which the command ends when one was refused, and told; none when all were taken.
+std::optional<int> applyOptions(VXHostContext &context, VXContactRecord &contact)
 {
     for (const auto &[option, value] : context.options.occurrences()) {
-        if (const QString problem = apply(contact, option, value); !problem.isNull())
-            return problem;
+        const QString problem = apply(contact, option, value);
+        if (problem.isNull())
+            continue;
+        return option == "drop"_L1 ? context.output.fail(problem) // by what the contact has
+                                   : context.output.failUsage(problem, VXHostUsage(context.options));
     }
-    return {};
+    return std::nullopt;
 }
 
 int saveAndShow(VXHostContext &context, VXManagedObjectContext &contacts, const VXManagedObjectPtr &person)
@@ -134,8 +141,8 @@ int VXAddContact(VXHostContext &context)
     VXContactRecord contact;
     if (const QString name = context.options.operand(1); !name.isNull())
         setWhole(contact, name);
-    if (const QString problem = applyOptions(context, contact); !problem.isNull())
-        return context.output.fail(problem);
+    if (const std::optional<int> status = applyOptions(context, contact))
+        return *status;
     if (contact.displayName().isEmpty())
         return context.output.failUsage(u"add needs a name, company, number or address"_s,
                                         VXHostUsage(context.options));
@@ -148,12 +155,16 @@ int VXAddContact(VXHostContext &context)
 
 int VXEditContact(VXHostContext &context)
 {
+    const VXHostOptions &options = context.options;
+    const auto isGiven = [&](const VXHostOption &option) { return options.isSet(option.name); };
+    if (std::ranges::none_of(options.command()->options, isGiven))
+        return context.output.failUsage(u"edit needs what to change"_s, VXHostUsage(options));
     const VXNamedContact named(context);
     if (!named.person)
         return VXHostOutput::Failed;
     VXContactRecord contact(QVariant::fromValue(named.person));
-    if (const QString problem = applyOptions(context, contact); !problem.isNull())
-        return context.output.fail(problem);
+    if (const std::optional<int> status = applyOptions(context, contact))
+        return *status;
     VXContactWriter(*named.contacts).replace(named.person, contact);
     return saveAndShow(context, *named.contacts, named.person);
 }
