@@ -178,6 +178,7 @@ TEST_F(HostEventsTest, TablesSpeakTheUsersLanguage)
         {u"store info calls"_s, "Datendatei"},
         {u"info"_s, "Benutzerordner"},
         {u"status"_s, "Dienste"},
+        {u"outbox"_s, "Der Postausgang ist leer.\n"},
     };
     qputenv("LANGUAGE", "de");
     for (const auto &[command, shown] : cases)
