@@ -116,7 +116,7 @@ TEST_F(HostTriggersTest, ShowsEditsMovesAndCopies)
     EXPECT_EQ(copy.value("reactors"_L1).toArray().at(0).toObject().value("options"_L1),
               (QJsonObject{{u"text"_s, u"one"_s}}));
     const HostOutcome shown = triggers({u"show"_s, u"two"_s});
-    EXPECT_THAT(shown.output.toStdString(), HasSubstr("filter  a == 1"));
+    EXPECT_THAT(shown.output.toStdString(), HasSubstr("Filter   a == 1\n"));
     EXPECT_THAT(shown.output.toStdString(), HasSubstr("level = notice (default)"));
     EXPECT_EQ(triggers({u"edit"_s, u"two"_s}).status, 2);
     EXPECT_EQ(triggers({u"edit"_s, u"two"_s, u"--option"_s, u"text=2"_s, u"--filter"_s, u""_s}).status, 0);

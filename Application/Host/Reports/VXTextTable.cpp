@@ -102,7 +102,7 @@ QString VXTextTable(QList<QStringList> rows, QList<qsizetype> *kept)
 
 QString VXTitledTable(QList<QStringList> rows)
 {
-    static const QStringList ofWords{u"State"_s, u"Kind"_s, u"Enabled"_s, u"Built in"_s, u"Default"_s};
+    static const QStringList ofWords{u"State"_s, u"Kind"_s, u"Enabled"_s, u"Built in"_s, u"Default"_s, u"Chosen"_s};
     for (QStringList &row : rows) {
         if (ofWords.contains(row.first()))
             row.last() = VXShownWords(row.last());
