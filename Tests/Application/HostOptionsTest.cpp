@@ -61,6 +61,8 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
     } cases[] = {
         {{u"inof"_s}, u"unknown command \"inof\"; did you mean \"info\"?"_s},
         {{u"def"_s}, u"unknown command \"def\"; did you mean \"defaults\"?"_s},
+        {{u"contacts"_s}, u"unknown command \"contacts\"; did you mean \"phonebook\"?"_s},
+        {{u"phones"_s, u"list"_s}, u"unknown command \"phones\"; did you mean \"devices\"?"_s},
         {{u"mna"_s}, u"unknown command \"mna\""_s}, // hidden commands are not suggested
         {{u"xyzzy"_s, u"a"_s}, u"unknown command \"xyzzy\""_s},
         {{u"--homer"_s, u"info"_s}, u"unknown option --homer; did you mean \"--home\"?"_s},

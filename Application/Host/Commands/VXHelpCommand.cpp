@@ -4,7 +4,6 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
-#include "VXNearestWord.h"
 #include "VXPluginManager.h"
 #include "VXWordsOfKind.h"
 
@@ -19,9 +18,8 @@ int runHelp(VXHostContext &context)
     const QString name = context.options.operand(0);
     const VXHostCommand *command = name.isNull() ? nullptr : context.commands.find(name);
     if (command == nullptr && !name.isNull())
-        return context.output.failUsage(
-            u"unknown command \"%1\"%2"_s.arg(name, VXDidYouMean(name, context.commands.names())),
-            VXHostUsage(nullptr));
+        return context.output.failUsage(u"unknown command \"%1\"%2"_s.arg(name, context.commands.hintFor(name)),
+                                        VXHostUsage(nullptr));
     const QString text =
         command == nullptr ? VXHostOverview(context.commands) : VXHostCommandHelp(*command, context.commands);
     context.output.answer(text, text);

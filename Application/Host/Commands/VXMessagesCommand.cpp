@@ -253,6 +253,7 @@ VXHostCommand VXMessagesCommand()
     return {
         .name = u"messages"_s,
         .summary = u"Show, send, file, delete and import text messages"_s,
+        .otherNames = {u"sms"_s, u"texts"_s},
         .details =
             u"\"folders\" shows the folders. \"list FOLDER\" shows what is in one, newest first: FOLDER is inbox, "
             u"sent, "

@@ -389,6 +389,7 @@ VXHostCommand VXDevicesCommand()
     return {
         .name = u"devices"_s,
         .summary = u"Show and change the devices, and have them do things"_s,
+        .otherNames = {u"phones"_s, u"phone"_s},
         .details =
             u"\"list\" shows the known devices. \"find\" asks the device plugins which phones there are, at serial "
             "ports and through the services of the desktop, and shows them with numbers; where two want one port it "

@@ -331,6 +331,7 @@ VXHostCommand VXTriggersCommand()
     return {
         .name = u"triggers"_s,
         .summary = u"Show and change what happens on events"_s,
+        .otherNames = {u"automations"_s, u"rules"_s},
         .details =
             u"A trigger runs reactors, in order, when an event is posted whose object its filter lets pass. "
             "\"list\" shows all; \"add\" makes one, which runs after those of the same event; \"test ID\" tells "
