@@ -91,11 +91,13 @@ QString VXProblemOfReactorOptions(const VXReactorPlugin &reactor, const QVariant
         if (known.isEmpty()) // it does not describe them
             return;
         QStringList keys;
+        QStringList shown;
         std::ranges::transform(known, std::back_inserter(keys), &VXReactorOption::key);
+        std::ranges::transform(known, std::back_inserter(shown), &VXReactorOption::shownKey);
         for (const QString &key : userOptions.keys()) {
             if (problem.isNull() && !keys.contains(key))
                 problem =
-                    VXLocalizedString(u"There is no option \"%1\"; there are: %2."_s).arg(key, keys.join(", "_L1));
+                    VXLocalizedString(u"There is no option \"%1\"; there are: %2."_s).arg(key, shown.join(", "_L1));
         }
         for (const VXReactorOption &option : known) {
             if (problem.isNull())

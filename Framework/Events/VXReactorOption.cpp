@@ -1,6 +1,7 @@
 #include "VXReactorOption.h"
 
 #include "VXContainer.h"
+#include "VXExporterPlugin.h"
 #include "VXFramework.h"
 #include "VXNone.h"
 
@@ -61,6 +62,11 @@ QString shownChoices(const QStringList &choices)
 
 } // namespace
 
+QString VXReactorOption::shownKey() const
+{
+    return key == VXExporterOptionsFilePathKey ? u"file"_s : key;
+}
+
 QString VXReactorOption::typeName() const
 {
     switch (type) {
@@ -85,10 +91,12 @@ QString VXReactorOption::typeName() const
 QString VXReactorOption::problemOf(const QVariant &value) const
 {
     if (VXIsNone(value) || (isNeeded && value.toString().isEmpty() && isText(value)))
-        return isNeeded ? VXLocalizedString(u"The option \"%1\" is missing."_s).arg(key) : QString();
+        return !isNeeded           ? QString()
+               : meaning.isEmpty() ? VXLocalizedString(u"The option \"%1\" is missing."_s).arg(shownKey())
+                                   : VXLocalizedString(u"The option \"%1\" is missing: %2"_s).arg(shownKey(), meaning);
     if (!hasType(value, type))
-        return VXLocalizedString(u"The option \"%1\" must be a value of the type %2."_s).arg(key, typeName());
+        return VXLocalizedString(u"The option \"%1\" must be a value of the type %2."_s).arg(shownKey(), typeName());
     if (!choices.isEmpty() && !choices.contains(value.toString(), Qt::CaseInsensitive))
-        return VXLocalizedString(u"The option \"%1\" must be one of %2."_s).arg(key, shownChoices(choices));
+        return VXLocalizedString(u"The option \"%1\" must be one of %2."_s).arg(shownKey(), shownChoices(choices));
     return {};
 }

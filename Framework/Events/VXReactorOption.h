@@ -27,6 +27,8 @@ struct VX_EXPORT VXReactorOption
     bool isNeeded = false;    // there is no value that holds without the user's
     QVariant standard = {};   // the value that holds without the user's; invalid for none
 
+    /** The key as people see and type it: "file" for VXExporterOptionsFilePathKey. */
+    QString shownKey() const;
     /** "text", "boolean", "number", "list", "file", "program", "any". */
     QString typeName() const;
     /** Why the value cannot be one; null when it can. In the user's language. */

@@ -142,18 +142,23 @@ void VXPluginManager::startup()
     _holdsAnnouncements = true;
     if (!loadsOnlySome())
         VXPluginInstaller(*this).installStaged();
-    _scanner = std::make_unique<VXPluginScanner>(pluginFolderPaths(), pathToSharedPluginFolder());
-    for (const QString &path : _scanner->latestPluginPaths())
-        addPluginForBundleAtPath(path);
+    findPlugins();
     announceChange();
-    if (!loadsOnlySome())
-        leaveOutSuspects();
-    leaveOutForSafeMode();
     loadEnabledPlugins();
     _holdsAnnouncements = false;
     announceHeldPlugins();
     if (!loadsOnlySome())
         restoreOpenWindows();
+}
+
+void VXPluginManager::findPlugins()
+{
+    _scanner = std::make_unique<VXPluginScanner>(pluginFolderPaths(), pathToSharedPluginFolder());
+    for (const QString &path : _scanner->latestPluginPaths())
+        addPluginForBundleAtPath(path);
+    if (!loadsOnlySome())
+        leaveOutSuspects();
+    leaveOutForSafeMode();
 }
 
 // -- Changes

@@ -62,6 +62,8 @@ public:
 
     // -- Life cycle, called by the application once each.
     void startup();
+    /** In place of `startup`, for who asks what plugins there are: none is loaded, but by its proxy's `load`. */
+    void findPlugins();
     /** A VXUnloadReply: may the application end? */
     int shouldShutdown();
     /** Records the open windows and unloads everything. */

@@ -152,7 +152,7 @@ void VXGammuDriver::concludeCurrent(const QVariantMap &result, const VXError &er
     if (!job.action)
         return;
     QVariantMap whole = result;
-    if (result.contains(u"isComplete"_s) || !job.items.isEmpty()) {
+    if (result.contains(u"items"_s) || !job.items.isEmpty()) {
         whole.insert(u"items"_s, job.items);
         whole.insert(u"isComplete"_s, result.value(u"isComplete"_s, false));
         whole.insert(u"problems"_s, result.value(u"problems"_s, QStringList()).toStringList());

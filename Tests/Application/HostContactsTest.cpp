@@ -87,7 +87,7 @@ TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
         {{u"add"_s, u"x"_s, u"--number"_s, u"abc"_s}, "\"abc\" is no phone number"},
         {{u"edit"_s, u"p1"_s, u"--drop"_s, u"x"_s}, "the contact has no \"x\""},
         {{u"list"_s, u"--merge"_s}, "--merge does not go with list"},
-        {{u"list"_s, u"--limit"_s, u"-1"_s}, "--limit takes a number; 0 is no limit"},
+        {{u"list"_s, u"--limit"_s, u"-1"_s}, "--limit: \"-1\" is no number from 0 on"},
     };
     for (const auto &[arguments, problem] : wrong) {
         const HostOutcome outcome = phonebook(arguments);

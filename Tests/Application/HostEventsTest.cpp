@@ -6,6 +6,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
@@ -130,6 +131,63 @@ TEST_F(HostEventsTest, ListsEventsReactorsAndExporters)
     EXPECT_THAT(exporters, testing::Not(HasSubstr("test.reactor")));
 }
 
+TEST_F(HostEventsTest, CompletionAsksOnlyThePluginsThatItNeeds)
+{
+    writePlugins();
+    const std::pair<QStringList, const char *> cases[] = {
+        {{u"exporters"_s}, "csvexporter\n"},
+        {{u"reactors"_s}, "logevent\n"},
+        {{u"plugins"_s}, "calls\n"},
+        {{u"events"_s}, "ping\n"},
+        {{u"stores"_s}, "triggers\n"},
+        {{u"options"_s, u"csvexporter"_s}, "file=\n"},
+        {{u"options"_s, u"csvexporter"_s, u"app"_s}, "append=\n"},
+        {{u"options"_s, u"csvexporter"_s, u"append="_s}, "append=false\nappend=true\n"},
+        {{u"options"_s, u"vcardexporter"_s, u"version="_s}, "version=3.0\nversion=4.0\n"},
+    };
+    for (const auto &[arguments, words] : cases)
+        EXPECT_THAT(run(u"completion words"_s, arguments).output.toStdString(), HasSubstr(words));
+    EXPECT_EQ(run(u"completion words options none"_s).output, "");
+    EXPECT_FALSE(QFileInfo::exists(path(u".local/share/Vornix 2/Data"_s))) << "no store was opened";
+
+    EXPECT_EQ(run(u"triggers add --event ping --reactor logevent --name Pong"_s).status, 0);
+    EXPECT_EQ(run(u"completion words triggers"_s).output, "Pong\np1\n");
+    EXPECT_EQ(run(u"completion words entities triggers"_s).output.count("VXTrigger\n"), 1);
+}
+
+TEST_F(HostEventsTest, TablesSpeakTheUsersLanguage)
+{
+    EXPECT_EQ(run(u"triggers add --event incoming_call --reactor logevent"_s).status, 0);
+    EXPECT_EQ(run(u"post incoming_call --subtype ended --object"_s, {u"{\"from\": \"5550100\"}"_s}).status, 0);
+    EXPECT_EQ(run(u"phonebook add Jane --number 5550100 --company Acme"_s).status, 0);
+    const std::pair<QString, const char *> cases[] = {
+        {u"triggers"_s, "ID  ZUSTAND        EREIGNIS       NAME  REAKTOREN  FILTER\np1  eingeschaltet"},
+        {u"calls"_s, "DATUM"},
+        {u"calls --missed"_s, "  verpasst  Jane"},
+        {u"history"_s, "1 von 1 Auslöser gelaufen, 1 Reaktor\n"},
+        {u"triggers show p1"_s, "Auslöser p1 (eingeschaltet)\nEreignis  incoming_call\n"},
+        {u"phonebook list"_s, "ID  NAME  NUMMERN"},
+        {u"phonebook show Jane"_s, "Firma"},
+        {u"plugins info calls"_s, "Eingebaut      ja\n"},
+        {u"plugins"_s, "geladen"},
+        {u"reactors"_s, "KATEGORIE"},
+        {u"reactors info csvexporter"_s, "(nötig)"},
+        {u"events"_s, "GEMELDET VON"},
+        {u"messages folders"_s, "ORDNER  NACHRICHTEN  ART"},
+        {u"hotkeys"_s, "KENNUNG"},
+        {u"search jane"_s, "Kontakt"},
+        {u"store info calls"_s, "Datendatei"},
+        {u"info"_s, "Benutzerordner"},
+        {u"status"_s, "Dienste"},
+        {u"outbox"_s, "Der Postausgang ist leer.\n"},
+    };
+    qputenv("LANGUAGE", "de");
+    for (const auto &[command, shown] : cases)
+        EXPECT_THAT(run(command).output.toStdString(), HasSubstr(shown)) << command.toStdString();
+    EXPECT_EQ(json(u"triggers"_s)[0][u"enabled"_s], QJsonValue(true)); // for programs it stays as it is
+    qunsetenv("LANGUAGE");
+}
+
 TEST_F(HostEventsTest, ExportsWhatAPhoneGave)
 {
     const struct
@@ -190,7 +248,7 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         {{u"post"_s, u"ping"_s, u"--object"_s, u"{}"_s, u"--object-uri"_s, u"x"_s}, 2, "one object"},
         {{u"post"_s, u"ping"_s, u"--object-uri"_s, u"x-coredata://a/B/p1"_s}, 1, "no store has an object"},
         {{u"history"_s, u"replay"_s, u"nothing"_s}, 1, "no event \"nothing\""},
-        {{u"history"_s, u"--last"_s, u"many"_s}, 2, "--last needs a number"},
+        {{u"history"_s, u"--last"_s, u"many"_s}, 2, "--last: \"many\" is no number"},
         {{u"history"_s, u"--last"_s, u"0"_s}, 2, "--last needs a number, at least 1"},
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s}, 2, "--to FILE"},
         {u"export test.good triggers --to x"_s.split(u' '), 2, "needs STORE and ENTITY, or --from"},
@@ -208,7 +266,7 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         {u"export test.good triggers VXtrigger --to x"_s.split(u' '), 1, "did you mean \"VXTrigger\"?"},
         {u"export test.god triggers VXTrigger --to x"_s.split(u' '), 1, "there is no exporter \"test.god\""},
         {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s, u"--where"_s, u"a =="_s},
-         1,
+         2,
          "--where"},
         {u"export test.good triggers VXTrigger --to x --where nmae==1"_s.split(u' '), 1, "no \"nmae\""},
     };

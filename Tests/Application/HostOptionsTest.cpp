@@ -61,6 +61,8 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
     } cases[] = {
         {{u"inof"_s}, u"unknown command \"inof\"; did you mean \"info\"?"_s},
         {{u"def"_s}, u"unknown command \"def\"; did you mean \"defaults\"?"_s},
+        {{u"contacts"_s}, u"unknown command \"contacts\"; did you mean \"phonebook\"?"_s},
+        {{u"phones"_s, u"list"_s}, u"unknown command \"phones\"; did you mean \"devices\"?"_s},
         {{u"mna"_s}, u"unknown command \"mna\""_s}, // hidden commands are not suggested
         {{u"xyzzy"_s, u"a"_s}, u"unknown command \"xyzzy\""_s},
         {{u"--homer"_s, u"info"_s}, u"unknown option --homer; did you mean \"--home\"?"_s},
@@ -184,6 +186,9 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
         {"vornix triggers add --reactor ", "completion words reactors"},
         {"vornix sync ", "completion words devices"},
         {"vornix export csv calls ", "completion words entities calls"},
+        {"vornix export csv calls E --option co", "completion words options csv co"},
+        {"vornix triggers add --reactor a --reactor b --option ", "completion words options b"},
+        {"vornix --home=/h devices do one ", "--home=/h completion words actions one"},
     };
     for (const auto &[words, offered] : cases) {
         QProcess bash;
@@ -201,6 +206,34 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
     }
 }
 
+// bash takes them apart at "=" and ":", and puts what is offered in place of the last piece.
+TEST(HostOptionsTest, CompletionKnowsWordsThatBashTakesApart)
+{
+    const struct
+    {
+        QByteArray line;
+        QByteArray pieces;
+        QByteArray offered;
+    } cases[] = {
+        {"vornix export csv c E --option columns=da", "--option columns = da", "date"},
+        {"vornix export csv c E --option columns=", "--option columns =", "date"},
+        {"vornix export csv c E --option col", "--option col", "columns=date"},
+        {"vornix --home=/h export csv c E --option col", "--option col", "columns=date"},
+    };
+    for (const auto &[line, pieces, offered] : cases) {
+        const QByteArray home = line.contains("--home") ? "--home = /h " : "";
+        QProcess bash;
+        bash.start(u"bash"_s, {u"--norc"_s, u"-s"_s});
+        bash.write(VXHostBashCompletion(table()).toUtf8() +
+                   "\nvornix() { [[ $* == *'options csv col'* ]] && echo columns=date; }\nCOMP_LINE='" + line +
+                   "'\nIFS=' ' read -r -a " + "COMP_WORDS <<< 'vornix " + home + "export csv c E " + pieces +
+                   "'\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_vornix\necho \"${COMPREPLY[*]}\"\n");
+        bash.closeWriteChannel();
+        ASSERT_TRUE(bash.waitForFinished());
+        EXPECT_EQ(bash.readAllStandardOutput().trimmed(), offered) << line.toStdString();
+    }
+}
+
 // What stands before decides, where options and their values stand between.
 TEST(HostOptionsTest, FishCompletesOperandsByTheirPlaces)
 {
@@ -215,6 +248,8 @@ TEST(HostOptionsTest, FishCompletesOperandsByTheirPlaces)
         {u"vornix export csv "_s, "completion words stores csv"},
         {u"vornix export --to f csv calls "_s, "completion words entities calls"},
         {u"vornix messages move p1 "_s, "completion words message-folders p1"},
+        {u"vornix export csv calls E --option col"_s, "completion words options csv col"},
+        {u"vornix triggers add --reactor a --reactor b --option "_s, "completion words options b"},
     };
     for (const auto &[words, offered] : cases) {
         QProcess fish;
@@ -246,4 +281,17 @@ TEST(HostOptionsTest, DocumentsNameEveryVisibleCommandAndOption)
     }
     for (const QString &line : overview.split(u'\n'))
         EXPECT_LE(line.size(), 79) << line.toStdString();
+}
+
+// But for single words that are longer.
+TEST(HostOptionsTest, HelpFitsANarrowTerminal)
+{
+    constexpr qsizetype width = 50;
+    qputenv("COLUMNS", QByteArray::number(width));
+    QStringList texts{VXHostOverview(table())};
+    for (const VXHostCommand &command : table().commands())
+        texts.append(VXHostCommandHelp(command, table()));
+    qunsetenv("COLUMNS");
+    for (const QString &line : texts.join(u'\n').split(u'\n'))
+        EXPECT_TRUE(line.size() <= width || !line.sliced(width - 30).contains(u' ')) << line.toStdString();
 }

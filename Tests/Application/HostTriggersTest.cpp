@@ -116,7 +116,7 @@ TEST_F(HostTriggersTest, ShowsEditsMovesAndCopies)
     EXPECT_EQ(copy.value("reactors"_L1).toArray().at(0).toObject().value("options"_L1),
               (QJsonObject{{u"text"_s, u"one"_s}}));
     const HostOutcome shown = triggers({u"show"_s, u"two"_s});
-    EXPECT_THAT(shown.output.toStdString(), HasSubstr("filter  a == 1"));
+    EXPECT_THAT(shown.output.toStdString(), HasSubstr("Filter   a == 1\n"));
     EXPECT_THAT(shown.output.toStdString(), HasSubstr("level = notice (default)"));
     EXPECT_EQ(triggers({u"edit"_s, u"two"_s}).status, 2);
     EXPECT_EQ(triggers({u"edit"_s, u"two"_s, u"--option"_s, u"text=2"_s, u"--filter"_s, u""_s}).status, 0);
@@ -167,7 +167,7 @@ TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
         {event, 2, "--reactor is missing"},
         {event + QStringList{u"--option"_s, u"a=b"_s, u"--reactor"_s, reactor}, 2, "stands before any --reactor"},
         {whole + QStringList{u"--option"_s, u"=b"_s}, 2, "not of the form KEY=VALUE"},
-        {whole + QStringList{u"--filter"_s, u"from =="_s}, 1, "The filter does not work: "},
+        {whole + QStringList{u"--filter"_s, u"from =="_s}, 2, "--filter: The predicate cannot be read."},
         {whole + QStringList{u"--filter"_s, u"from == $WHO"_s}, 1, "The variable \"WHO\" of the filter has no value."},
         {event + QStringList{u"--reactor"_s, u"org.example.none"_s}, 1, "there is no reactor \"org.example.none\""},
         {event + QStringList{u"--reactor"_s, u"com.halvern.VNX2.plugin.calls"_s}, 1,
@@ -175,13 +175,13 @@ TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
         {event + QStringList{u"--reactor"_s, u"logevnt"_s}, 1, "did you mean \"logevent\"?"},
         {whole + QStringList{u"--option"_s, u"txet=b"_s}, 1, "no option \"txet\"; there are: level, text"},
         {whole + QStringList{u"--option"_s, u"level=loud"_s}, 1, "\"loud\" is no log level"},
-        {event + QStringList{u"--reactor"_s, table}, 1, "\"VXExporterOptionsFilePath\" is missing"},
+        {event + QStringList{u"--reactor"_s, table}, 1, "\"file\" is missing: The file to export to."},
         {event +
              QStringList{u"--reactor"_s, table, u"--option=VXExporterOptionsFilePath=a"_s, u"--option=append=maybe"_s},
          1, "must be a value of the type boolean"},
         {event + QStringList{u"--reactor"_s, u"com.halvern.VNX2.plugin.runcommand"_s, u"--option=program=/no/such"_s},
          1, "\"/no/such\" is no program that can be run."},
-        {{u"move"_s, u"p1"_s}, 1, "there is no trigger"},
+        {{u"move"_s, u"p1"_s}, 2, "move needs --place N, at least 1"},
         {{u"list"_s, u"--event"_s, u"ping"_s}, 2, "--event does not go with list"},
         {{u"remove"_s}, 2, "remove needs ID"},
         {{u"list"_s, u"p1"_s}, 2, "list takes nothing more"},

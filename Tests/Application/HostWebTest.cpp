@@ -213,7 +213,7 @@ TEST_F(HostOutboxTest, OptionsSayWhatIsPosted)
         QStringList options;
         const char *reason;
     } mistakes[] = {
-        {{}, "The option \"url\" is missing."},
+        {{}, "The option \"url\" is missing: "},
         {{u"url=ftp://example.org/"_s}, "is no URL of the web"},
         {{u"url=https:///path"_s}, "is no URL of the web"},
         {{u"url=https://example.org"_s, u"timeout=soon"_s}, "must be a value of the type number"},

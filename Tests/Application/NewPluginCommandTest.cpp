@@ -91,12 +91,12 @@ TEST_F(NewPluginCommandTest, RefusesWhatItCannotWrite)
         QByteArray reason;
     } cases[] = {
         {u"Hello"_s, u"new"_s, {}, 2, "--kind is missing: one of data, exporter"},
-        {u"1st"_s, u"new"_s, {u"--kind=data"_s}, 1, "makes no name of a class"},
-        {u"Grüße"_s, u"new"_s, {u"--kind=data"_s}, 1, "makes no name of a class"},
-        {u"a\"b"_s, u"new"_s, {u"--kind=data"_s}, 1, "makes no name of a class"},
-        {u"Hello\n"_s, u"new"_s, {u"--kind=data"_s}, 1, "makes no name of a class"},
-        {u"vX interface"_s, u"new"_s, {u"--kind=data"_s}, 1, "begin with VX are Vornix's own"},
-        {u"Hello"_s, u"new"_s, {u"--kind=data"_s, u"--identifier=hello"_s}, 1, "not of the form org.example.name"},
+        {u"1st"_s, u"new"_s, {u"--kind=data"_s}, 2, "makes no name of a class"},
+        {u"Grüße"_s, u"new"_s, {u"--kind=data"_s}, 2, "makes no name of a class"},
+        {u"a\"b"_s, u"new"_s, {u"--kind=data"_s}, 2, "makes no name of a class"},
+        {u"Hello\n"_s, u"new"_s, {u"--kind=data"_s}, 2, "makes no name of a class"},
+        {u"vX interface"_s, u"new"_s, {u"--kind=data"_s}, 2, "begin with VX are Vornix's own"},
+        {u"Hello"_s, u"new"_s, {u"--kind=data"_s, u"--identifier=hello"_s}, 2, "not of the form org.example.name"},
         {u"Hello"_s, u"full"_s, {u"--kind=data"_s}, 1, "the folder is not empty"},
         {u"Hello"_s, u"hidden"_s, {u"--kind=data"_s}, 1, "the folder is not empty"},
         {u"Hello"_s, u"file"_s, {u"--kind=data"_s}, 1, "there is a file of that name"},

@@ -123,12 +123,11 @@ bool readFilters(VXHostContext &host, VXFetchRequest &request)
 
 int show(VXHostContext &host, const VXPersistentStoreCoordinator::Ptr &store)
 {
-    const std::optional<qsizetype> limit = VXLimitOption(host, usualLimit);
     VXFetchRequest request(*store->model().entityForName(VXCallStore::entityName));
-    if (!limit || !readFilters(host, request))
+    if (!readFilters(host, request))
         return VXHostOutput::WrongUsage;
     request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
-    request.limit = *limit;
+    request.limit = VXLimitOption(host.options, usualLimit);
     VXError error;
     VXManagedObjectContext context(store);
     const auto found = context.executeFetchRequest(request, &error);

@@ -1,5 +1,6 @@
 #include "VXErrorText.h"
 #include "VXHostCommands.h"
+#include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
@@ -30,17 +31,22 @@ int fail(VXHostContext &context, const VXError &error)
     return context.output.fail(problem.isNull() ? VXErrorText(error) : problem);
 }
 
+int failValue(VXHostContext &context, const QString &problem)
+{
+    return context.output.failUsage(problem, VXHostUsage(context.options));
+}
+
 int runWrite(VXHostContext &context, const QString &domain, const QString &key, const QString &text)
 {
     QString reason;
     const auto json = VXJSONFromText(text.toUtf8(), &reason);
     if (!json)
-        return context.output.fail(u"the value is no JSON: %1; texts need quotes, as '\"text\"'"_s.arg(reason));
+        return failValue(context, u"the value is no JSON: %1; texts need quotes, as '\"text\"'"_s.arg(reason));
     if (json->isNull())
-        return context.output.fail(u"null cannot be stored; \"vornix defaults delete\" removes a key"_s);
+        return failValue(context, u"null cannot be stored; \"vornix defaults delete\" removes a key"_s);
     const QVariant value = VXVariantFromJSON(*json);
     if (!VXPropertyList::isValid(value, &reason))
-        return context.output.fail(u"the value cannot be stored: %1"_s.arg(reason));
+        return failValue(context, u"the value cannot be stored: %1"_s.arg(reason));
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().setObject(value, key, domain, &error))
         return fail(context, error);

@@ -4,9 +4,7 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
-#include "VXNearestWord.h"
 #include "VXPluginManager.h"
-#include "VXPluginSession.h"
 #include "VXWordsOfKind.h"
 
 #include <QtCore/QJsonArray>
@@ -20,12 +18,23 @@ int runHelp(VXHostContext &context)
     const QString name = context.options.operand(0);
     const VXHostCommand *command = name.isNull() ? nullptr : context.commands.find(name);
     if (command == nullptr && !name.isNull())
-        return context.output.failUsage(
-            u"unknown command \"%1\"%2"_s.arg(name, VXDidYouMean(name, context.commands.names())),
-            VXHostUsage(nullptr));
+        return context.output.failUsage(u"unknown command \"%1\"%2"_s.arg(name, context.commands.hintFor(name)),
+                                        VXHostUsage(nullptr));
     const QString text =
         command == nullptr ? VXHostOverview(context.commands) : VXHostCommandHelp(*command, context.commands);
     context.output.answer(text, text);
+    return VXHostOutput::Done;
+}
+
+// Somebody waits for these after each press of a key.
+int runWords(VXHostContext &context)
+{
+    const VXHostOptions &options = context.options;
+    VXPluginManager &manager = VXPluginManager::sharedPluginManager();
+    manager.findPlugins();
+    const QStringList words = VXWordsOfKind(manager, options.operand(1), options.operand(2), options.operand(3));
+    context.output.answer(words.isEmpty() ? QString() : words.join(u'\n') + u'\n', QJsonArray::fromStringList(words));
+    manager.shutdown();
     return VXHostOutput::Done;
 }
 
@@ -33,11 +42,7 @@ int runCompletion(VXHostContext &context)
 {
     const QString shell = context.options.operand(0);
     if (shell == "words"_L1)
-        return VXRunWithPlugins(context, [&](VXPluginManager &manager) {
-            const QStringList words = VXWordsOfKind(manager, context.options.operand(1), context.options.operand(2));
-            context.output.answer(words.join(u'\n') + u'\n', QJsonArray::fromStringList(words));
-            return VXHostOutput::Done;
-        });
+        return runWords(context);
     const QString script = shell == "zsh"_L1    ? VXHostZshCompletion(context.commands)
                            : shell == "fish"_L1 ? VXHostFishCompletion(context.commands)
                                                 : VXHostBashCompletion(context.commands);
@@ -68,7 +73,7 @@ VXHostCommand VXCompletionCommand()
     return {.name = u"completion"_s,
             .summary = u"Write a completion script for a shell"_s,
             .details = u"For example, in ~/.bashrc: source <(vornix completion bash)"_s,
-            .verbs = {{u"bash"_s}, {u"zsh"_s}, {u"fish"_s}, {u"words"_s, u"KIND [OF]"_s, 1, 2}},
+            .verbs = {{u"bash"_s}, {u"zsh"_s}, {u"fish"_s}, {u"words"_s, u"KIND [OF] [TYPED]"_s, 1, 3}},
             .needsVerb = true,
             .run = runCompletion};
 }

@@ -4,6 +4,7 @@
 #include "VXDeviceReport.h"
 #include "VXErrorText.h"
 #include "VXHostCommands.h"
+#include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
@@ -62,7 +63,7 @@ int listHotKeys(VXHostContext &context, VXHotKeyManager &manager)
                                 {u"title"_s, hotKey->title()},
                                 {u"keys"_s, VXJSONFromVariant(keys)}});
     }
-    context.output.answer(VXTextTable(rows), json);
+    context.output.answer(VXFittingTable(context.output, rows, {}, u"TITLE"_s), json);
     return VXHostOutput::Done;
 }
 
@@ -81,7 +82,7 @@ int bindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &
     QString reason;
     const auto combination = VXKeyCombination::fromText(context.options.operand(2), &reason);
     if (!combination)
-        return context.output.fail(reason);
+        return context.output.failUsage(reason, VXHostUsage(context.options));
     for (const QString &other : manager.hotKeys().keys()) {
         if (other != identifier && combinationOf(manager, other) == combination)
             return context.output.fail(u"%1 is bound to \"%2\"; unbind that first"_s.arg(combination->text(), other));

@@ -5,6 +5,7 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXShownText.h"
 #include "VXUserDefaults.h"
 #include "VXVersions.h"
 
@@ -49,7 +50,8 @@ QString lines(const std::vector<VXTitledValue> &rows, qsizetype width)
 {
     QString text;
     for (const VXTitledValue &row : rows)
-        text += "  "_L1 + row.title.leftJustified(width + 2) + (row.value.isNull() ? u"none"_s : row.value) + u'\n';
+        text += "  "_L1 + VXShownText(row.title).leftJustified(width + 2) +
+                (row.value.isNull() ? VXShownText(u"none"_s) : row.value) + u'\n';
     return text;
 }
 
@@ -60,9 +62,10 @@ int runInfo(VXHostContext &context)
     qsizetype width = 0;
     for (const auto *rows : {&versionRows, &folderRows}) {
         for (const VXTitledValue &row : *rows)
-            width = std::max(width, row.title.size());
+            width = std::max(width, VXShownText(row.title).size());
     }
-    context.output.answer(u"Versions\n"_s + lines(versionRows, width) + u"\nFolders\n"_s + lines(folderRows, width),
+    context.output.answer(VXShownText(u"Versions"_s) + u'\n' + lines(versionRows, width) + u'\n' +
+                              VXShownText(u"Folders"_s) + u'\n' + lines(folderRows, width),
                           QJsonObject{{u"versions"_s, object(versionRows)}, {u"folders"_s, object(folderRows)}});
     return VXHostOutput::Done;
 }

@@ -72,11 +72,8 @@ using Newest = std::function<std::optional<QList<Message>>(qsizetype limit, VXEr
 
 int answer(const Desk &desk, const Newest &newest)
 {
-    const std::optional<qsizetype> limit = VXLimitOption(desk.host, usualLimit);
-    if (!limit)
-        return VXHostOutput::WrongUsage;
     VXError error;
-    const auto found = newest(*limit, &error);
+    const auto found = newest(VXLimitOption(desk.host.options, usualLimit), &error);
     if (!found)
         return desk.fail(error);
     QJsonArray json;
@@ -255,6 +252,7 @@ VXHostCommand VXMessagesCommand()
     return {
         .name = u"messages"_s,
         .summary = u"Show, send, file, delete and import text messages"_s,
+        .otherNames = {u"sms"_s, u"texts"_s},
         .details =
             u"\"folders\" shows the folders. \"list FOLDER\" shows what is in one, newest first: FOLDER is inbox, "
             u"sent, "

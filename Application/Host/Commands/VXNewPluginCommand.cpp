@@ -53,12 +53,13 @@ int runNewPlugin(VXHostContext &context)
     const QString name = options.operand(0);
     const QString className = VXPluginTemplate::classNameForName(name, &error);
     if (className.isNull())
-        return context.output.fail(error.localizedDescription());
+        return context.output.failUsage(error.localizedDescription(), VXHostUsage(options));
     QString identifier = options.value(u"identifier"_s);
     if (identifier.isNull())
         identifier = VXPluginTemplate::identifierForClass(className);
     if (!VXPluginTemplate::isIdentifier(identifier))
-        return context.output.fail(u"the identifier \"%1\" is not of the form org.example.name"_s.arg(identifier));
+        return context.output.failUsage(u"the identifier \"%1\" is not of the form org.example.name"_s.arg(identifier),
+                                        VXHostUsage(options));
 
     const QString store = kind == VXPluginKind::Data ? VXPluginTemplate::storeForClass(className) : QString();
     if (const QString owner = VXPluginWithStore(store, identifier); !owner.isNull())

@@ -180,6 +180,7 @@ VXHostCommand VXPhonebookCommand()
     return {
         .name = u"phonebook"_s,
         .summary = u"Keep contacts, look them up, and take addresses apart"_s,
+        .otherNames = {u"contacts"_s, u"contact"_s, u"addressbook"_s},
         .details =
             u"\"lookup STRING\" shows whose phone number or e-mail address that is, \"complete TEXT\" what a beginning "
             u"may become. "

@@ -186,7 +186,7 @@ int info(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin
         rows += VXPluginChoiceRows(*choice);
         json.insert(u"choice"_s, VXPluginChoiceJSON(*choice));
     }
-    context.output.answer(VXTextTable(rows), json);
+    context.output.answer(VXTitledTable(rows), json);
     return VXHostOutput::Done;
 }
 

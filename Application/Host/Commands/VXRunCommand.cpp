@@ -159,6 +159,7 @@ VXHostCommand VXRunCommand()
 {
     return {.name = u"run"_s,
             .summary = u"Start the plugins and stay until interrupted"_s,
+            .otherNames = {u"serve"_s, u"start"_s, u"daemon"_s},
             .details = u"The known devices are made, so that what they report reaches the triggers. Each event is told "
                        u"with a line, "
                        "calls and messages with the name of the contact. Ends at an "

@@ -219,7 +219,7 @@ int info(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     if (const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url))
         VXAwaitConnection(*device, connectionLimit);
     const VXDeviceReport report(manager, url);
-    return done(context, VXTextTable(report.rows()), report.completeJSON());
+    return done(context, VXTitledTable(report.rows()), report.completeJSON());
 }
 
 int actions(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
@@ -237,10 +237,7 @@ int actions(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
                                 {u"meaning"_s, info.meaning.isNull() ? QJsonValue() : QJsonValue(info.meaning)}});
     }
     const bool areNone = json.isEmpty();
-    return done(context,
-                areNone ? u"The device knows no actions.\n"_s
-                        : VXFittingTable(context.output, rows, {u"OBJECT"_s}, u"WHAT IT DOES"_s),
-                json);
+    return done(context, areNone ? u"The device knows no actions.\n"_s : VXWrappedTable(context.output, rows), json);
 }
 
 int defaultDevice(VXHostContext &context, VXPluginManager &)
@@ -329,7 +326,7 @@ int set(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     for (const auto &[key, value] : std::as_const(preferences))
         device->setPreference(value, key);
     const VXDeviceReport report(manager, url);
-    return done(context, VXTextTable(report.rows()), report.completeJSON());
+    return done(context, VXTitledTable(report.rows()), report.completeJSON());
 }
 
 QString nameOf(const QUrl &url)
@@ -392,6 +389,7 @@ VXHostCommand VXDevicesCommand()
     return {
         .name = u"devices"_s,
         .summary = u"Show and change the devices, and have them do things"_s,
+        .otherNames = {u"phones"_s, u"phone"_s},
         .details =
             u"\"list\" shows the known devices. \"find\" asks the device plugins which phones there are, at serial "
             "ports and through the services of the desktop, and shows them with numbers; where two want one port it "

@@ -165,7 +165,7 @@ QString VXDoubtOfOptions(const QVariantMap &options, const VXReactorOptions &des
         QString problem;
         const QStringList paths = isText ? fieldsIn(value.toString(), &problem) : columnsIn(value);
         if (!problem.isNull())
-            return u"The option \"%1\" %2"_s.arg(option.key, problem);
+            return u"The option \"%1\" %2"_s.arg(option.shownKey(), problem);
         const QStringList all = isText ? known + QStringList{u"event"_s, u"subtype"_s} : known;
         for (const QString &path : paths) {
             const QStringList keys = path.split(u'.');
@@ -174,7 +174,7 @@ QString VXDoubtOfOptions(const QVariantMap &options, const VXReactorOptions &des
                                       : u"\"%1\", but objects of %2 have only %3%4"_s.arg(
                                             path, event, known.join(", "_L1), VXDidYouMean(keys.first(), all));
             if (!doubt.isNull())
-                return u"The option \"%1\" asks for %2"_s.arg(option.key, doubt);
+                return u"The option \"%1\" asks for %2"_s.arg(option.shownKey(), doubt);
         }
     }
     return {};

@@ -3,6 +3,7 @@
 #include "VXHostOutput.h"
 #include "VXPluginManager.h"
 #include "VXPluginProxy.h"
+#include "VXShownText.h"
 
 #include <algorithm>
 
@@ -13,15 +14,21 @@ namespace {
 using TriggerOutcome = VXTriggerRecord::Outcome;
 using ReactionOutcome = VXReactionRecord::Outcome;
 
-QString counted(qsizetype count, const QString &noun)
+QString triggersText(qsizetype count)
 {
-    return count == 1 ? u"1 "_s + noun : u"%1 %2s"_s.arg(count).arg(noun);
+    return count == 1 ? VXShownText(u"1 trigger"_s) : VXShownText(u"%1 triggers"_s).arg(count);
+}
+
+QString reactorsText(qsizetype count)
+{
+    return count == 1 ? VXShownText(u"1 reactor"_s) : VXShownText(u"%1 reactors"_s).arg(count);
 }
 
 QString triggerTitle(const VXTriggerRecord &trigger)
 {
     const QString shortID = trigger.uri.section(u'/', -1);
-    return trigger.name.isEmpty() ? "Trigger "_L1 + shortID : u"Trigger %1 \"%2\""_s.arg(shortID, trigger.name);
+    return trigger.name.isEmpty() ? VXShownText(u"Trigger %1"_s).arg(shortID)
+                                  : VXShownText(u"Trigger %1 \"%2\""_s).arg(shortID, trigger.name);
 }
 
 QString reasonOf(const VXTriggerRecord &trigger)
@@ -30,13 +37,14 @@ QString reasonOf(const VXTriggerRecord &trigger)
     const QString problem = trigger.problem.isNull() ? QString() : ": "_L1 + trigger.problem;
     switch (trigger.outcome) {
     case TriggerOutcome::Ran:
-        return filter.isNull() ? u"ran"_s : u"ran, for the object passed its filter"_s + filter;
+        return filter.isNull() ? VXShownText(u"ran"_s)
+                               : VXShownText(u"ran, for the object passed its filter"_s) + filter;
     case TriggerOutcome::Rejected:
-        return u"did not run, for the object did not pass its filter"_s + filter + problem;
+        return VXShownText(u"did not run, for the object did not pass its filter"_s) + filter + problem;
     case TriggerOutcome::Disabled:
-        return u"did not run, for it is disabled"_s;
+        return VXShownText(u"did not run, for it is disabled"_s);
     case TriggerOutcome::Broken:
-        return u"did not run, for its filter%1 does not work"_s.arg(filter) + problem;
+        return VXShownText(u"did not run, for its filter%1 does not work"_s).arg(filter) + problem;
     }
     return {};
 }
@@ -46,20 +54,22 @@ QString absenceOf(const QString &identifier)
 {
     const VXPluginProxy *const plugin = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier);
     return plugin != nullptr && plugin->isInstalled() && !plugin->isEnabled()
-               ? u"is disabled; \"vornix plugins enable %1\" enables it"_s.arg(identifier)
-               : u"is not installed, or not enabled"_s;
+               ? VXShownText(u"is disabled; \"vornix plugins enable %1\" enables it"_s).arg(identifier)
+               : VXShownText(u"is not installed, or not enabled"_s);
 }
 
 QString outcomeOf(const VXReactionRecord &reaction)
 {
     switch (reaction.outcome) {
     case ReactionOutcome::Done:
-        return u"done in %1 ms"_s.arg(reaction.milliseconds, 0, 'f', 1) +
+        return VXShownText(u"done in %1 ms"_s).arg(reaction.milliseconds, 0, 'f', 1) +
                (reaction.remark.isNull() ? QString() : ": "_L1 + reaction.remark);
     case ReactionOutcome::Failed:
-        return u"failed after %1 ms: %2"_s.arg(reaction.milliseconds, 0, 'f', 1).arg(reaction.problems.join("; "_L1));
+        return VXShownText(u"failed after %1 ms: %2"_s)
+            .arg(reaction.milliseconds, 0, 'f', 1)
+            .arg(reaction.problems.join("; "_L1));
     case ReactionOutcome::Running:
-        return u"goes on, or was cut off with the process that posted the event"_s;
+        return VXShownText(u"goes on, or was cut off with the process that posted the event"_s);
     case ReactionOutcome::Missing:
         return absenceOf(reaction.identifier);
     }
@@ -79,7 +89,7 @@ QString VXEventOutcome(const VXEventRecord &record)
         return record.problem;
     const qsizetype triggers = record.triggers.size() + record.omittedTriggers;
     if (triggers == 0)
-        return u"no triggers"_s;
+        return VXShownText(u"no triggers"_s);
     const qsizetype ran = std::ranges::count(record.triggers, TriggerOutcome::Ran, &VXTriggerRecord::outcome);
     const qsizetype broken = std::ranges::count(record.triggers, TriggerOutcome::Broken, &VXTriggerRecord::outcome);
     qsizetype reactors = 0;
@@ -92,13 +102,13 @@ QString VXEventOutcome(const VXEventRecord &record)
             return reaction.outcome == ReactionOutcome::Failed || reaction.outcome == ReactionOutcome::Missing;
         });
     }
-    QString outcome = u"%1 of %2 ran"_s.arg(ran).arg(counted(triggers, u"trigger"_s));
+    QString outcome = VXShownText(u"%1 of %2 ran"_s).arg(ran).arg(triggersText(triggers));
     if (broken > 0)
-        outcome += u", %1 with a filter that does not work"_s.arg(broken);
+        outcome += VXShownText(u", %1 with a filter that does not work"_s).arg(broken);
     if (running > 0)
-        outcome += u", %1 not told to have ended"_s.arg(counted(running, u"reactor"_s));
-    return failed == 0 ? outcome + ", "_L1 + counted(reactors, u"reactor"_s)
-                       : outcome + u", %1 of %2 failed"_s.arg(failed).arg(counted(reactors, u"reactor"_s));
+        outcome += VXShownText(u", %1 not told to have ended"_s).arg(reactorsText(running));
+    return failed == 0 ? outcome + ", "_L1 + reactorsText(reactors)
+                       : outcome + VXShownText(u", %1 of %2 failed"_s).arg(failed).arg(reactorsText(reactors));
 }
 
 QStringList VXEventReasons(const VXEventRecord &record)
@@ -112,9 +122,9 @@ QStringList VXEventReasons(const VXEventRecord &record)
             lines.append(u"  %1 %2"_s.arg(reaction.identifier, outcomeOf(reaction)));
     }
     if (record.omittedTriggers > 0)
-        lines.append(u"%1 more did not run"_s.arg(counted(record.omittedTriggers, u"trigger"_s)));
+        lines.append(VXShownText(u"%1 more did not run"_s).arg(triggersText(record.omittedTriggers)));
     if (lines.isEmpty())
-        lines.append(u"No trigger listens to this event."_s);
+        lines.append(VXShownText(u"No trigger listens to this event."_s));
     return lines;
 }
 

@@ -27,7 +27,8 @@ int listEvents(VXHostContext &context)
                                 {u"description"_s, VXJSONFromVariant(*event)}});
         rows.append({event.key(), name, bundle});
     }
-    context.output.answer(json.isEmpty() ? u"No plugin posts events.\n"_s : VXTextTable(rows), json);
+    context.output.answer(
+        json.isEmpty() ? u"No plugin posts events.\n"_s : VXFittingTable(context.output, rows, {u"POSTED BY"_s}), json);
     return VXHostOutput::Done;
 }
 

@@ -167,13 +167,17 @@ QString textOf(const VXError &failure, const VXHostOptions &options)
     return VXErrorText({failure.domain(), failure.code(), info});
 }
 
-int exportObjects(VXHostContext &context, const VXPluginManager &manager, const QVariantMap &given)
+int exportObjects(VXHostContext &context, const VXPluginManager &manager, QVariantMap given)
 {
     const VXHostOptions &options = context.options;
     QString problem;
     const auto exporter = exporterForIdentifier(manager, options.operand(0), &problem);
-    if (exporter)
+    if (exporter) {
+        const QVariant path = given.value(VXExporterOptionsFilePathKey);
+        VXLengthenKeys(exporter->bundle()->bundleIdentifier(), &given);
+        given.insert(VXExporterOptionsFilePathKey, path);
         problem = VXProblemOfReactorOptions(*exporter, given);
+    }
     if (!problem.isNull())
         return context.output.fail(problem);
     Objects objects;
@@ -245,7 +249,13 @@ VXHostCommand VXExportCommand()
                     {u"where"_s, u"PREDICATE"_s, u"Export only objects that it describes"_s},
                     {u"sort"_s, u"KEY[:desc]"_s, u"Sort by these keys, separated by commas"_s},
                     {u"to"_s, u"FILE"_s, u"The file to export to, - for standard output; needed"_s},
-                    {u"option"_s, u"KEY=VALUE"_s, u"An option of the exporter; may be repeated"_s, {}, {}, true}},
+                    {u"option"_s,
+                     u"KEY=VALUE"_s,
+                     u"An option of the exporter; may be repeated"_s,
+                     {},
+                     {},
+                     true,
+                     u"options"_s}},
         .minimumOperands = 1,
         .maximumOperands = 3,
         .operandKinds = {u"exporters"_s, u"stores"_s, u"entities"_s},

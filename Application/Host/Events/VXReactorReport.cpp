@@ -7,6 +7,7 @@
 #include "VXPluginManager.h"
 #include "VXPluginProxy.h"
 #include "VXPluginReport.h"
+#include "VXShownText.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>
@@ -28,6 +29,7 @@ QJsonArray jsonOf(const VXReactorOptions &options)
     QJsonArray list;
     for (const VXReactorOption &option : options)
         list.append(QJsonObject{{u"key"_s, option.key},
+                                {u"shownKey"_s, option.shownKey()},
                                 {u"type"_s, option.typeName()},
                                 {u"needed"_s, option.isNeeded},
                                 {u"choices"_s, QJsonArray::fromStringList(option.choices)},
@@ -40,9 +42,9 @@ QJsonArray jsonOf(const VXReactorOptions &options)
 QString remarkOn(const QJsonObject &option)
 {
     if (option[u"needed"_s].toBool())
-        return u" (needed)"_s;
+        return u" (%1)"_s.arg(VXShownText(u"needed"_s));
     const QJsonValue standard = option[u"default"_s];
-    return standard.isNull() ? QString() : u" (default: %1)"_s.arg(standard.toVariant().toString());
+    return standard.isNull() ? QString() : VXShownText(u" (default: %1)"_s).arg(standard.toVariant().toString());
 }
 
 void describe(const VXReactorPlugin &reactor, QJsonObject &json)
@@ -79,21 +81,23 @@ VXReactorReport::VXReactorReport(const VXPluginProxy &proxy)
         VXCallPlugin(proxy, "reactorName", [&] { describe(*reactor, _json); });
 }
 
-QStringList VXReactorReport::lines() const
+QStringList VXReactorReport::lines(const VXHostOutput &output) const
 {
-    QStringList lines{_json[u"identifier"_s].toString(), "  name     "_L1 + _json[u"name"_s].toString(),
-                      "  category "_L1 + _json[u"category"_s].toString(),
-                      "  events   "_L1 + listed(_json[u"events"_s])};
+    const QString table = VXTitledTable({{u"Identifier"_s, _json[u"identifier"_s].toString()},
+                                         {u"Name"_s, _json[u"name"_s].toString()},
+                                         {u"Category"_s, _json[u"category"_s].toString()},
+                                         {u"Events"_s, VXShownText(listed(_json[u"events"_s]))}});
+    QStringList lines{table.trimmed()};
     QList<QStringList> rows{{u"OPTION"_s, u"TYPE"_s, u"MEANING"_s}};
     for (const auto each : _json[u"options"_s].toArray()) {
         const QJsonObject option = each.toObject();
-        rows.append({option[u"key"_s].toString(), option[u"type"_s].toString(),
+        rows.append({option[u"shownKey"_s].toString(), option[u"type"_s].toString(),
                      option[u"meaning"_s].toString() + remarkOn(option)});
     }
     if (rows.size() > 1)
-        lines << QString() << VXTextTable(rows).trimmed();
+        lines << QString() << VXWrappedTable(output, rows).trimmed();
     else
-        lines << u"  It does not describe its options."_s;
+        lines << VXShownText(u"It does not describe its options."_s);
     return lines;
 }
 
@@ -105,6 +109,17 @@ VXReactorOptions VXReactorReport::optionsOf(const QString &identifier)
     if (const auto *const reactor = dynamic_cast<const VXReactorPlugin *>(instance.get()))
         VXCallPlugin(*proxy, "reactorOptions", [&] { options = reactor->reactorOptions(); });
     return options;
+}
+
+void VXLengthenKeys(const QString &reactor, QVariantMap *options)
+{
+    const VXReactorOptions described = VXReactorReport::optionsOf(reactor);
+    for (const VXReactorOption &option : described) {
+        const QString shown = option.shownKey();
+        const bool isTaken = std::ranges::find(described, shown, &VXReactorOption::key) != described.cend();
+        if (!isTaken && options->contains(shown))
+            options->insert(option.key, options->take(shown));
+    }
 }
 
 QStringList VXReactorReport::columnTitles()
@@ -143,7 +158,7 @@ int VXShowReactor(VXHostContext &context, const QList<VXPluginProxy *> &plugins,
     if (found == nullptr)
         return context.output.fail(problem);
     const VXReactorReport report(*found);
-    context.output.answer(report.lines().join(u'\n') + u'\n', report.json());
+    context.output.answer(report.lines(context.output).join(u'\n') + u'\n', report.json());
     return VXHostOutput::Done;
 }
 

@@ -6,7 +6,9 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QList>
 #include <QtCore/QStringList>
+#include <QtCore/QVariant>
 
+class VXHostOutput;
 class VXPluginProxy;
 
 /** What a reactor plugin tells about itself, for people and as JSON; of one that is not loaded only what it is called. */
@@ -17,7 +19,7 @@ public:
 
     QJsonObject json() const { return _json; }
     /** For people, with the options. */
-    QStringList lines() const;
+    QStringList lines(const VXHostOutput &output) const;
     /** A line for a table with the titles of `columnTitles`. */
     QStringList columns() const;
     static QStringList columnTitles();
@@ -28,6 +30,9 @@ public:
 private:
     QJsonObject _json;
 };
+
+/** The options under their own keys, which are given under those that people see. */
+void VXLengthenKeys(const QString &reactor, QVariantMap *options);
 
 /** The only one of the enabled plugins that is so called, as `VXPluginsCalled` has it; each is a `noun`, "reactor" or
  *  "exporter". Nullptr, with the problem, for none, for several, and for one that is not enabled. */

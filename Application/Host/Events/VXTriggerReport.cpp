@@ -3,6 +3,8 @@
 #include "VXHostJSON.h"
 #include "VXPluginManager.h"
 #include "VXPluginReport.h"
+#include "VXShownText.h"
+#include "VXTextTable.h"
 #include "VXTriggerStore.h"
 #include "VXTriggerTrial.h"
 
@@ -75,22 +77,24 @@ QStringList VXTriggerReport::columns() const
 QStringList VXTriggerReport::lines() const
 {
     const QString filter = _trigger.filterText();
-    QStringList lines{u"Trigger %1 (%2)"_s.arg(_trigger.shortID(), _trigger.isEnabled() ? u"enabled"_s : u"disabled"_s),
-                      u"  event   %1"_s.arg(_trigger.eventName())};
+    const QString state = _trigger.isEnabled() ? VXShownText(u"enabled"_s) : VXShownText(u"disabled"_s);
+    QList<QStringList> rows{{u"Event"_s, _trigger.eventName()}};
     if (!_trigger.userName().isEmpty())
-        lines.append(u"  name    %1"_s.arg(_trigger.userName()));
-    lines.append(u"  filter  %1"_s.arg(filter.isNull() ? u"none: every object passes"_s : filter));
+        rows.append({u"Name"_s, _trigger.userName()});
+    rows.append({u"Filter"_s, filter.isNull() ? VXShownText(u"none: every object passes"_s) : filter});
     for (const VXReaction &reaction : _trigger.reactions()) {
         const QString problem = reaction.problem();
-        lines.append(u"  reactor %1%2"_s.arg(reaction.bundleIdentifier(),
-                                             problem.isNull() ? QString() : u", which "_s + problem));
+        rows.append({u"Reactor"_s, reaction.bundleIdentifier() +
+                                       (problem.isNull() ? QString() : VXShownText(u", which %1"_s).arg(problem))});
         const QVariantMap own = reaction.userOptions();
         const QVariantMap options = reaction.options();
         for (auto option = options.begin(); option != options.end(); ++option)
-            lines.append(u"    %1 = %2%3"_s.arg(option.key(), valueText(*option),
-                                                own.contains(option.key()) ? QString() : u" (default)"_s));
+            rows.append({QString(),
+                         u"  %1 = %2%3"_s.arg(option.key(), valueText(*option),
+                                              own.contains(option.key()) ? QString() : VXShownText(u" (default)"_s))});
     }
-    return lines;
+    return QStringList{VXShownText(u"Trigger %1 (%2)"_s).arg(_trigger.shortID(), state)} +
+           VXTitledTable(rows).split(u'\n', Qt::SkipEmptyParts);
 }
 
 QMap<QString, QStringList> VXTriggersByPlugin()
@@ -122,22 +126,23 @@ QString filterLine(const VXTriggerTrial &trial)
     const QString problem = trial.problem.isEmpty() ? QString() : u": "_s + trial.problem;
     switch (trial.verdict) {
     case Kind::NoFilter:
-        return u"No filter: every object passes."_s;
+        return VXShownText(u"No filter: every object passes."_s);
     case Kind::Passed:
-        return u"The filter lets the object pass: %1"_s.arg(trial.filter);
+        return VXShownText(u"The filter lets the object pass: %1"_s).arg(trial.filter);
     case Kind::Rejected:
-        return u"The filter does not let the object pass: %1%2"_s.arg(trial.filter, problem);
+        return VXShownText(u"The filter does not let the object pass: %1%2"_s).arg(trial.filter, problem);
     case Kind::Broken:
-        return u"The filter does not work%1"_s.arg(problem);
+        return VXShownText(u"The filter does not work%1"_s).arg(problem);
     }
     return {};
 }
 
 QString reactionLine(const VXTriggerTrial::Reaction &reaction)
 {
-    const QString problem = reaction.problem.isNull() ? QString() : u", as it "_s + reaction.problem;
+    const QString problem = reaction.problem.isNull() ? QString() : VXShownText(u", as it "_s) + reaction.problem;
     return u"%1 %2 %3"_s.arg(reaction.identifier,
-                             reaction.runs ? u"would run with"_s : u"would not run%1; its options:"_s.arg(problem),
+                             reaction.runs ? VXShownText(u"would run with"_s)
+                                           : VXShownText(u"would not run%1; its options:"_s).arg(problem),
                              QString::fromUtf8(VXJSONText(VXJSONFromVariant(reaction.options))));
 }
 
@@ -148,7 +153,7 @@ QJsonObject VXTriggerReport::test(const QVariant &object, QStringList *lines) co
     const VXTriggerTrial trial = VXTriggerTrial::of(_trigger, object);
     lines->append(filterLine(trial));
     if (!trial.isEnabled)
-        lines->append(u"The trigger is disabled."_s);
+        lines->append(VXShownText(u"The trigger is disabled."_s));
     QJsonArray reactors;
     for (const VXTriggerTrial::Reaction &reaction : trial.reactions) {
         lines->append(reactionLine(reaction));

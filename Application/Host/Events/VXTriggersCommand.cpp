@@ -96,18 +96,6 @@ QString reactorIdentifier(VXHostContext &context, const QString &text, QString *
     return {};
 }
 
-// An exporter's file has a long name.
-void lengthenFileOption(Reaction &reaction)
-{
-    const QString brief = u"file"_s;
-    const VXReactorOptions described = VXReactorReport::optionsOf(reaction.identifier);
-    const auto has = [&](const QString &key) {
-        return std::ranges::any_of(described, [&](const VXReactorOption &option) { return option.key == key; });
-    };
-    if (reaction.options.contains(brief) && has(VXExporterOptionsFilePathKey) && !has(brief))
-        reaction.options.insert(VXExporterOptionsFilePathKey, reaction.options.take(brief));
-}
-
 // The reactors with the options that follow each; without a reactor they change those of the only one that the edited trigger has.
 QList<Reaction> reactionArguments(VXHostContext &context, const VXTrigger &edited, Arguments &arguments)
 {
@@ -126,7 +114,7 @@ QList<Reaction> reactionArguments(VXHostContext &context, const VXTrigger &edite
             VXReadReactorOption(value, &reactions.last().options, &arguments.misuse);
     }
     for (Reaction &reaction : reactions) {
-        lengthenFileOption(reaction);
+        VXLengthenKeys(reaction.identifier, &reaction.options);
         const QString file = reaction.options.value(VXExporterOptionsFilePathKey).toString();
         if (!file.isEmpty() && !file.startsWith(u'~')) // from here, wherever the event will be posted
             reaction.options[VXExporterOptionsFilePathKey] = QDir::current().absoluteFilePath(file);
@@ -251,10 +239,7 @@ int disable(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger
 
 int move(VXHostContext &context, VXTriggerStore &triggers, VXTrigger &trigger)
 {
-    bool isNumber = false;
-    const int place = context.options.value(u"place"_s).toInt(&isNumber);
-    if (!isNumber || place < 1)
-        return context.output.failUsage(u"move needs --place N, at least 1"_s, VXHostUsage(context.options));
+    const qsizetype place = context.options.value(u"place"_s).toLongLong();
     VXError error;
     if (!triggers.move(trigger, place, &error))
         return context.output.fail(VXErrorText(error));
@@ -310,10 +295,20 @@ const Verb verbs[] = {
     {ofTrigger(u"test"_s), nullptr, test},
 };
 
+// What can be told without looking at the triggers; null for nothing.
+QString misuse(const Verb &verb, const VXHostOptions &options)
+{
+    return verb.runWithTrigger == move && options.value(u"place"_s).toLongLong() < 1
+               ? u"move needs --place N, at least 1"_s
+               : QString();
+}
+
 int runTriggers(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
     const Verb &verb = options.verbIn(verbs);
+    if (const QString problem = misuse(verb, options); !problem.isNull())
+        return context.output.failUsage(problem, VXHostUsage(options));
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         VXError error;
         const std::unique_ptr<VXTriggerStore> triggers = VXTriggerStore::open(&error);
@@ -336,6 +331,7 @@ VXHostCommand VXTriggersCommand()
     return {
         .name = u"triggers"_s,
         .summary = u"Show and change what happens on events"_s,
+        .otherNames = {u"automations"_s, u"rules"_s},
         .details =
             u"A trigger runs reactors, in order, when an event is posted whose object its filter lets pass. "
             "\"list\" shows all; \"add\" makes one, which runs after those of the same event; \"test ID\" tells "
@@ -380,7 +376,8 @@ VXHostCommand VXTriggersCommand()
                      u"For the reactor before it; may be repeated"_s,
                      {},
                      {u"add"_s, u"edit"_s},
-                     true},
+                     true,
+                     u"options"_s},
                     {u"place"_s, u"N"_s, u"Its place among those of the event, from 1"_s, {}, {u"move"_s}},
                     {u"object"_s, u"JSON"_s, u"The event's object; none without"_s, {}, {u"test"_s}}},
         .verbs = VXHostVerbsOf(verbs),

@@ -1,6 +1,10 @@
 #include "MessageDataConstants.h"
 #include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
+#include "VXDeviceTransformer.h"
+#include "VXHostHelp.h"
+#include "VXHostOptions.h"
+#include "VXHostOutput.h"
 #include "VXMessageDesk.h"
 #include "VXSmartFilter.h"
 #include "VXStoreQuery.h"
@@ -33,6 +37,14 @@ QString conditionOf(const Folder &smart)
     const auto *const conditions = dynamic_cast<const VXSmartFilter *>(filter.get());
     const auto predicate = conditions != nullptr ? conditions->predicate() : std::nullopt;
     return predicate ? predicate->predicateFormat() : QString();
+}
+
+// That of a phone by the phone's name: people take its URL for noise.
+QString shownTitle(const Folder &folder)
+{
+    const QString title = VXMessageStore::folderTitle(folder);
+    return folder->entity().name() == "VXDeviceFolder"_L1 ? VXDeviceNameAtURL().transformedValue(QUrl(title)).toString()
+                                                          : title;
 }
 
 QJsonObject jsonOf(const Folder &folder)
@@ -110,7 +122,7 @@ int VXShowMessageFolders(const VXMessageDesk &desk)
         QJsonObject shown = jsonOf(folder);
         shown.insert(u"count"_s, *count);
         json.append(shown);
-        rows.append({shown[u"title"_s].toString(), QString::number(*count), shown[u"kind"_s].toString(),
+        rows.append({shownTitle(folder), QString::number(*count), shown[u"kind"_s].toString(),
                      shown[u"where"_s].toString(), shown[u"uri"_s].toString()});
     }
     desk.host.output.answer(VXFittingTable(desk.host.output, rows, {u"URI"_s, u"SHOWS"_s, u"KIND"_s}), json);
@@ -122,7 +134,9 @@ int VXAddMessageFolder(const VXMessageDesk &desk)
     if (desk.host.options.isSet(u"where"_s))
         return addSmartFolder(desk);
     if (desk.host.options.isSet(u"device"_s))
-        return desk.fail(u"--device goes with --where: only a smart folder shows messages of a phone"_s);
+        return desk.host.output.failUsage(
+            u"--device goes with --where: only a smart folder shows messages of a phone"_s,
+            VXHostUsage(desk.host.options));
     VXError error;
     const Folder folder = desk.store.insertFolder(desk.operand(1), desk.context, &error);
     return folder ? saveAndShow(desk, u"Made the folder \"%1\".\n"_s, folder) : desk.fail(error);

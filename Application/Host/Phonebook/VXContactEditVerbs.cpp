@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -148,13 +149,17 @@ QString apply(VXContactRecord &contact, const QString &option, const QString &va
     return {};
 }
 
-QString applyOptions(VXHostContext &context, VXContactRecord &contact)
+// The status with which the command ends when one was refused, and told; none when all were taken.
+std::optional<int> applyOptions(VXHostContext &context, VXContactRecord &contact)
 {
     for (const auto &[option, value] : context.options.occurrences()) {
-        if (const QString problem = apply(contact, option, value); !problem.isNull())
-            return problem;
+        const QString problem = apply(contact, option, value);
+        if (problem.isNull())
+            continue;
+        return option == "drop"_L1 ? context.output.fail(problem) // by what the contact has
+                                   : context.output.failUsage(problem, VXHostUsage(context.options));
     }
-    return {};
+    return std::nullopt;
 }
 
 int saveAndShow(VXHostContext &context, VXManagedObjectContext &contacts, const VXManagedObjectPtr &person)
@@ -174,8 +179,8 @@ int VXAddContact(VXHostContext &context)
     VXContactRecord contact;
     if (const QString name = context.options.operand(1); !name.isNull())
         setWhole(contact, name);
-    if (const QString problem = applyOptions(context, contact); !problem.isNull())
-        return context.output.fail(problem);
+    if (const std::optional<int> status = applyOptions(context, contact))
+        return *status;
     if (contact.displayName().isEmpty())
         return context.output.failUsage(u"add needs a name, company, number or address"_s,
                                         VXHostUsage(context.options));
@@ -192,6 +197,10 @@ int VXAddContact(VXHostContext &context)
 
 int VXEditContact(VXHostContext &context)
 {
+    const VXHostOptions &options = context.options;
+    const auto isGiven = [&](const VXHostOption &option) { return options.isSet(option.name); };
+    if (std::ranges::none_of(options.command()->options, isGiven))
+        return context.output.failUsage(u"edit needs what to change"_s, VXHostUsage(options));
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
     if (!coordinator)
         return VXHostOutput::Failed;
@@ -204,8 +213,8 @@ int VXEditContact(VXHostContext &context)
     if (!named.person)
         return VXHostOutput::Failed;
     VXContactRecord contact(QVariant::fromValue(named.person));
-    if (const QString problem = applyOptions(context, contact); !problem.isNull())
-        return context.output.fail(problem);
+    if (const std::optional<int> status = applyOptions(context, contact))
+        return *status;
     VXContactWriter(*named.contacts).replace(named.person, contact);
     return saveAndShow(context, *named.contacts, named.person);
 }

@@ -5,6 +5,7 @@
 #include "VXContactImport.h"
 #include "VXContactsOpen.h"
 #include "VXContactVerbs.h"
+#include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
@@ -122,7 +123,8 @@ QString whyNotReplaced(const QString &path)
 int exportToOutput(VXHostContext &context, const VXFetchResult &persons, VXCardWriter::Version version)
 {
     if (context.output.isJSON())
-        return context.output.fail(u"vCards are no JSON: --json does not go with export -"_s);
+        return context.output.failUsage(u"vCards are no JSON: --json does not go with export -"_s,
+                                        VXHostUsage(context.options));
     QFile file;
     qsizetype count = 0;
     if (!file.open(stdout, QIODevice::WriteOnly) || !writeCards(persons, version, file, &count) || !file.flush())

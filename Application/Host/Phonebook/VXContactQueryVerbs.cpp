@@ -211,27 +211,22 @@ int VXLookUpContact(VXHostContext &context)
 
 int VXCompleteContact(VXHostContext &context)
 {
-    const std::optional<qsizetype> limit = VXLimitOption(context, usualCompletions);
-    if (!limit)
-        return VXHostOutput::WrongUsage;
+    const qsizetype limit = VXLimitOption(context.options, usualCompletions);
     const QStringList found = VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
-        context.options.operand(1), VXPhonebookPropertyAll, unsigned(*limit));
+        context.options.operand(1), VXPhonebookPropertyAll, unsigned(limit));
     context.output.answer(found.isEmpty() ? QString() : found.join(u'\n') + u'\n', QJsonArray::fromStringList(found));
     return VXHostOutput::Done;
 }
 
 int VXListContacts(VXHostContext &context)
 {
-    const std::optional<qsizetype> limit = VXLimitOption(context, 0);
-    if (!limit)
-        return VXHostOutput::WrongUsage;
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
     if (!coordinator)
         return VXHostOutput::Failed;
     VXManagedObjectContext contacts(coordinator);
     VXFetchRequest request(*coordinator->model().entityForName(u"VXPerson"_s));
     request.sortDescriptors = {{.key = u"sort_name"_s}};
-    request.limit = *limit;
+    request.limit = VXLimitOption(context.options, 0);
     request.batchSize = batchSize;
     request.prefetchedRelationships = {u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s};
     const std::optional<QVariantList> groups = askedGroups(context, contacts);

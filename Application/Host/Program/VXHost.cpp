@@ -16,6 +16,7 @@
 #include "VXInitializeInterface.h"
 #include "VXLog.h"
 #include "VXMetaDataSync.h"
+#include "VXOptionForm.h"
 #include "VXPersistentStore.h"
 #include "VXSleepGuard.h"
 #include "VXTerminalUserInterface.h"
@@ -94,6 +95,8 @@ int failWithReason(VXHostContext &context, const QString &text)
 int runCommand(VXHostContext &context)
 {
     try {
+        if (const QString problem = VXProblemOfOptionForms(context.options); !problem.isNull())
+            return context.output.failUsage(problem, VXHostUsage(context.options));
         return context.options.command()->run(context);
     } catch (const VXException &exception) {
         return failWithReason(context, exception.reason());

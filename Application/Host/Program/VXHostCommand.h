@@ -58,8 +58,9 @@ struct VXHostCommand
 {
     QString name;
     QString summary;
-    QString synopsis = {}; // its operands, as "FILE", when it has no verbs; null for none
-    QString details = {};  // paragraphs for its help
+    QStringList otherNames = {}; // by which people may look for it
+    QString synopsis = {};       // its operands, as "FILE", when it has no verbs; null for none
+    QString details = {};        // paragraphs for its help
     QList<VXHostOption> options = {};
     qsizetype minimumOperands = 0;
     qsizetype maximumOperands = 0;

@@ -1,6 +1,7 @@
 #include "VXHostCommandTable.h"
 
 #include "VXHostCommands.h"
+#include "VXNearestWord.h"
 
 #include <algorithm>
 
@@ -61,4 +62,11 @@ QStringList VXHostCommandTable::names() const
             names.append(command.name);
     }
     return names;
+}
+
+QString VXHostCommandTable::hintFor(const QString &name) const
+{
+    const auto isMeant = [&](const VXHostCommand &command) { return command.otherNames.contains(name); };
+    const auto found = std::ranges::find_if(_commands, isMeant);
+    return found == _commands.end() ? VXDidYouMean(name, names()) : u"; did you mean \"%1\"?"_s.arg(found->name);
 }

@@ -20,6 +20,8 @@ public:
     const VXHostCommand *find(const QString &name) const;
     /** The names of the commands that are not hidden. */
     QStringList names() const;
+    /** Behind the telling that there is no command of that name: which one may be meant, as VXDidYouMean says it. */
+    QString hintFor(const QString &name) const;
 
 private:
     std::vector<VXHostCommand> _commands;

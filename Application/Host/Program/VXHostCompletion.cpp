@@ -47,6 +47,13 @@ QStringList valueOptions(const VXHostCommandTable &commands)
     return names;
 }
 
+// What asks for words of a kind. Options are those of the reactor before them, or of the exporter that is the first operand.
+QString bashWords(const QString &kind)
+{
+    return kind == "options"_L1 ? u"_vornix_words options \"${reactor:-${given[0]}}\" \"${current//\\\\/}\""_s
+                                : "_vornix_words "_L1 + kind;
+}
+
 // How to complete the values of options: those of a command, or with "*" those that go with any.
 QString valueCases(const QString &command, const QList<VXHostOption> &options)
 {
@@ -56,7 +63,7 @@ QString valueCases(const QString &command, const QList<VXHostOption> &options)
             text += u"        %1\\ --%2) %3; return ;;\n"_s.arg(
                 command, option.name,
                 option.valueKind.isEmpty() ? valueCompletion(option.placeholder, option.choices)
-                                           : "_vornix_words "_L1 + option.valueKind);
+                                           : bashWords(option.valueKind));
     }
     return text;
 }
@@ -126,16 +133,32 @@ _vornix_words()
     done < <(vornix "${home[@]}" completion words "$@" 2>/dev/null)
 }
 
-_vornix()
+_vornix_complete()
 {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
-    local command='' operands=0 word i given=() home=()
+    local command='' operands=0 word i last=0 rest=$COMP_LINE words=() given=() home=() reactor=''
     local options='%1'
     COMPREPLY=()
-    for ((i = 1; i < COMP_CWORD; i++)); do
+    # bash takes words apart at "=" and ":", which belong to them.
+    for ((i = 0; i <= COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
+        if [[ $i -gt 0 && $rest != [[:space:]]* && ($word == [=:]* || ${words[last]} == *[=:]) ]]; then
+            words[last]+=$word
+        else
+            last=${#words[@]}
+            words+=("$word")
+        fi
+        rest=${rest#"${rest%%[![:space:]]*}"}
+        rest=${rest#"$word"}
+    done
+    local current=${words[last]} previous=''
+    completed=$current
+    [[ $last -gt 0 ]] && previous=${words[last-1]}
+    for ((i = 1; i < last; i++)); do
+        word=${words[i]}
         case $word in
-            --home) ((i++)); home=(--home "${COMP_WORDS[i]}") ;;
+            --home) ((i++)); home=(--home "${words[i]}") ;;
+            --home=*) home=("$word") ;;
+            --reactor) ((i++)); reactor=${words[i]} ;;
             %2) ((i++)) ;;
             -*) ;;
             *) if [[ -z $command ]]; then command=$word; else given+=("$word"); ((operands++)); fi ;;
@@ -153,16 +176,30 @@ _vornix()
     fi
 }
 
+_vornix()
+{
+    local completed='' start
+    _vornix_complete
+    [[ ${COMPREPLY[0]} == *[=/] ]] && compopt -o nospace 2>/dev/null
+    [[ ${COMPREPLY[0]} == *= ]] && compopt +o filenames 2>/dev/null # which would have it quoted
+    if [[ ${#COMPREPLY[@]} -gt 0 && $completed != "${COMP_WORDS[COMP_CWORD]}" ]]; then
+        start=${completed%"${completed##*[=:]}"} # which bash keeps
+        COMPREPLY=("${COMPREPLY[@]#"$start"}")
+    fi
+}
+
 complete -o filenames -F _vornix vornix
 )script"_s.arg(optionWords(commands.globalOptions()), valueOptions(commands).join(u'|'), values, names.join(u' '),
                cases);
 }
 
-// zsh runs scripts for bash.
+// zsh runs scripts for bash. The first time it completes by running this file, which must complete then too.
 QString VXHostZshCompletion(const VXHostCommandTable &commands)
 {
-    return u"#compdef vornix\nautoload -U +X compinit bashcompinit && compinit && bashcompinit\n"_s +
-           VXHostBashCompletion(commands);
+    return u"#compdef vornix\n"
+           "(( $+functions[compdef] )) || { autoload -U +X compinit && compinit }\n"
+           "autoload -U +X bashcompinit && bashcompinit\n"_s +
+           VXHostBashCompletion(commands) + u"[[ -z $compstate ]] || _bash_complete -o filenames -F _vornix\n"_s;
 }
 
 // -- fish
@@ -182,7 +219,9 @@ QString fishCondition(qsizetype words, const QString &command, const QString &ve
 
 QString fishWords(const QString &kind)
 {
-    return kind == "files"_L1 ? u" -F"_s : u" -a '(__vornix_words %1)'"_s.arg(kind);
+    return kind == "files"_L1     ? u" -F"_s
+           : kind == "options"_L1 ? u" -a '(__vornix_options)'"_s
+                                  : u" -a '(__vornix_words %1)'"_s.arg(kind);
 }
 
 QString fishOption(const VXHostOption &option, const QString &condition)
@@ -252,15 +291,31 @@ function __vornix_command
     test (count $argv) -lt 2; or contains -- "$given[2]" $argv[2..-1]
 end
 
-# KIND: what there is of it, perhaps of what stands before.
-function __vornix_words
-    set -l given (__vornix_given)
+# KIND OF TYPED: what there is of it.
+function __vornix_ask
     set -l home
     set -l words (commandline -opc)
     if set -l at (contains -i -- --home $words)
         set home --home $words[(math $at + 1)]
     end
-    vornix $home completion words $argv[1] "$given[-1]" 2>/dev/null
+    vornix $home completion words $argv 2>/dev/null
+end
+
+# KIND: perhaps of what stands before.
+function __vornix_words
+    set -l given (__vornix_given)
+    __vornix_ask $argv[1] "$given[-1]"
+end
+
+# Those of the reactor before, or of the exporter that is the first operand.
+function __vornix_options
+    set -l given (__vornix_given)
+    set -l of "$given[2]"
+    set -l words (commandline -opc)
+    for i in (seq (count $words))
+        test "$words[$i]" = --reactor; and set of $words[(math $i + 1)]
+    end
+    __vornix_ask options "$of" (commandline -ct)
 end
 
 complete -c vornix -f

@@ -59,6 +59,16 @@ Rows optionRows(const QList<VXHostOption> &options)
     return rows;
 }
 
+// Those of a command's verbs, below each other.
+QString usageLines(const QStringList &lines)
+{
+    constexpr qsizetype column = 14; // behind "usage: vornix "
+    QStringList texts;
+    for (const QString &line : lines)
+        texts.append("       vornix "_L1 + wrapped(line, column + 2, column));
+    return "usage:"_L1 + texts.join(u'\n').sliced(6);
+}
+
 // What may follow a command's name: its operands, or one of its verbs with those of that.
 QString operandsText(const VXHostCommand &command)
 {
@@ -136,8 +146,8 @@ QString VXHostCommandHelp(const VXHostCommand &command, const VXHostCommandTable
 {
     QString text = VXHostUsage(&command);
     if (const QStringList lines = VXHostVerbLines(command); !lines.isEmpty())
-        text = "usage: vornix "_L1 + lines.join("\n       vornix "_L1);
-    text += "\n\n"_L1 + command.summary + ".\n"_L1;
+        text = usageLines(lines);
+    text += "\n\n"_L1 + wrapped(command.summary + u'.', 0, 0) + u'\n';
     for (const QString &paragraph : command.details.split(u'\n', Qt::SkipEmptyParts))
         text += u'\n' + wrapped(paragraph, 0, 0) + u'\n';
     if (!command.options.isEmpty())

@@ -58,7 +58,16 @@ They may stand before or after the command.
             text += commandSection(command);
     }
     return text + uR"(.SH EXIT STATUS
-0 done; 1 failed, with a line on standard error that tells why; 2 wrong usage.
+.TP
+.B 0
+Done.
+.TP
+.B 1
+It failed, or there is no such thing here; a line on standard error tells why.
+.TP
+.B 2
+Wrong usage, wherever it is typed: a command, option or value that cannot be read as one, or something missing. The usage follows
+on standard error.
 .SH ENVIRONMENT
 .TP
 .B HOME
@@ -72,6 +81,9 @@ Folders with plugins that are being developed, separated by colons.
 .TP
 .B COLUMNS
 How wide tables may be, where that is not the terminal's width.
+.TP
+.BR LANGUAGE ", " LC_ALL ", " LC_MESSAGES ", " LANG
+The language of the titles and words in tables, and of what plugins say. Commands and their help are English.
 .TP
 .B SSL_CERT_FILE
 The certificates that web requests trust, in place of the system's.

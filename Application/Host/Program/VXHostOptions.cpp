@@ -84,7 +84,7 @@ void VXHostOptions::readOperand(const QString &argument, const VXHostCommandTabl
     _command = commands.find(argument);
     if (_command != nullptr || !_error.isNull())
         return;
-    fail(u"unknown command \"%1\"%2"_s.arg(argument, VXDidYouMean(argument, commands.names())));
+    fail(u"unknown command \"%1\"%2"_s.arg(argument, commands.hintFor(argument)));
 }
 
 QString VXHostOptions::verb() const

@@ -2,6 +2,7 @@
 
 #include "VXException.h"
 #include "VXHostJSON.h"
+#include "VXShownText.h"
 #include "VXVisibleText.h"
 
 #include <QtCore/QJsonObject>
@@ -31,6 +32,12 @@ int writeFully(int descriptor, const QByteArray &bytes)
             return errno;
     }
     return 0;
+}
+
+// A whole sentence of ours in the user's language.
+QString shown(const QString &text)
+{
+    return text.endsWith(".\n"_L1) ? VXShownText(text.chopped(1)) + u'\n' : text;
 }
 
 } // namespace
@@ -66,7 +73,7 @@ void VXHostOutput::answer(const QString &text, const QJsonValue &value)
     if (_isJSON)
         writeLine(VXJSONText(value, QJsonDocument::Indented));
     else
-        write(VXVisibleText(text).toUtf8()); // what it tells of may come from anybody
+        write(VXVisibleText(shown(text)).toUtf8()); // what it tells of may come from anybody
 }
 
 void VXHostOutput::answer(const QJsonValue &value)

@@ -1,22 +1,17 @@
 #include "VXLimitOption.h"
 
-#include "VXHostHelp.h"
 #include "VXHostOptions.h"
-#include "VXHostOutput.h"
 
+#include <algorithm>
 #include <limits>
 
 using namespace Qt::StringLiterals;
 
-std::optional<qsizetype> VXLimitOption(VXHostContext &context, qsizetype usual)
+qsizetype VXLimitOption(const VXHostOptions &options, qsizetype usual)
 {
-    const QString text = context.options.value(u"limit"_s);
-    if (text.isNull())
+    if (!options.isSet(u"limit"_s))
         return usual;
-    bool isNumber = false;
-    const int limit = text.toInt(&isNumber);
-    if (isNumber && limit >= 0)
-        return limit == 0 ? std::numeric_limits<int>::max() : limit;
-    context.output.failUsage(u"--limit takes a number; 0 is no limit"_s, VXHostUsage(context.options));
-    return std::nullopt;
+    constexpr qlonglong most = std::numeric_limits<int>::max();
+    const qlonglong limit = options.value(u"limit"_s).toLongLong();
+    return limit == 0 ? most : std::min(limit, most);
 }

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "VXHostCommand.h"
+#include <QtCore/QtGlobal>
 
-#include <optional>
+class VXHostOptions;
 
-/** How many the option "limit" asks for: `usual` without it; the greatest number for 0, which is no limit. None, with the usage
- *  told, when it is no number. */
-[[nodiscard]] std::optional<qsizetype> VXLimitOption(VXHostContext &context, qsizetype usual);
+/** How many the option "limit" asks for: `usual` without it; the greatest number for 0, which is no limit. */
+[[nodiscard]] qsizetype VXLimitOption(const VXHostOptions &options, qsizetype usual);

@@ -48,11 +48,19 @@ QString VXProblemOfUserFolders()
             return qEnvironmentVariableIsEmpty("HOME") ? u"HOME is not set; use --home DIR"_s
                                                        : u"HOME is no absolute path; use --home DIR"_s;
         const QString own = folder + (type == VXFolderType::Logs ? "/Vornix"_L1 : "/Vornix 2"_L1);
-        if (const QString problem = problemOfFolder(own); !problem.isNull())
-            return problem +
-                   u"; --home DIR keeps everything elsewhere, \"vornix store list FOLDER ENTITY\" reads a store in "
-                   "%1 as it is"_s.arg(VXFindFolder(VXFolderType::ApplicationSupport, VXFolderDomain::User) +
-                                       "/Vornix 2/Data"_L1);
+        const QString problem = problemOfFolder(own);
+        if (problem.isNull())
+            continue;
+        const bool isFull =
+            problem.startsWith(qt_error_string(ENOSPC)); // then not even reading makes do with what there is
+        const QString stores =
+            VXFindFolder(VXFolderType::ApplicationSupport, VXFolderDomain::User) + "/Vornix 2/Data"_L1;
+        return problem +
+               (isFull ? u"; free some. Until then \"vornix store list FOLDER ENTITY\" reads a copy elsewhere of "
+                         "a store in %1"_s
+                       : u"; --home DIR keeps everything elsewhere, \"vornix store list FOLDER ENTITY\" reads a "
+                         "store in %1 as it is"_s)
+                   .arg(stores);
     }
     return {};
 }

@@ -6,12 +6,34 @@
 #include "VXMessageStore.h"
 #include "VXPersistentStoreCoordinator.h"
 #include "VXPluginManager.h"
+#include "VXReactorReport.h"
 #include "VXStoreByName.h"
 #include "VXTriggerStore.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/** What is asked of the plugins. */
+struct Question
+{
+    const VXPluginManager &manager;
+    QString of = {};
+    QString typed = {};
+};
+
+// The store that is so called; null for none. Its plugin is loaded for it.
+VXPersistentStoreCoordinator::Ptr storeNamed(const Question &question, const QString &name)
+{
+    for (VXPluginProxy *const plugin :
+         question.manager.pluginsWithInfoDictionaryKey(u"VXDataStoreName"_s, QVariant(name)))
+        plugin->load();
+    QString problem;
+    return VXStoreForName(name, &problem);
+}
 
 QStringList shortNames(const QList<VXPluginProxy *> &plugins)
 {
@@ -21,7 +43,7 @@ QStringList shortNames(const QList<VXPluginProxy *> &plugins)
     return names;
 }
 
-QStringList deviceNames(const QString &, const VXPluginManager &)
+QStringList deviceNames(const Question &)
 {
     QStringList names;
     for (const QUrl &url : VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()))
@@ -29,21 +51,26 @@ QStringList deviceNames(const QString &, const VXPluginManager &)
     return names;
 }
 
-QStringList actionNames(const QString &device, const VXPluginManager &)
+QStringList actionNames(const Question &question)
 {
+    const QString &device = question.of;
     for (const QUrl &url : VXDevicePlugin::deviceURLs().value_or(QList<QUrl>())) {
         if (VXDeviceURLComponent(url, 1) != device && VXAbsoluteString(url) != device &&
             VXDeviceNameAtURL().transformedValue(url).toString() != device)
             continue;
+        if (VXPluginProxy *const plugin = question.manager.pluginWithIdentifier(VXDeviceURLComponent(url, 0)))
+            plugin->rootProxy()->load();
         const VXDevicePlugin::Ptr found = VXDevicePlugin::deviceAtURL(url);
         return found ? found->actionNames() : QStringList();
     }
     return {};
 }
 
-QStringList triggerNames(const QString &, const VXPluginManager &)
+QStringList triggerNames(const Question &question)
 {
     QStringList names;
+    if (!storeNamed(question, u"triggers"_s))
+        return names;
     const std::unique_ptr<VXTriggerStore> store = VXTriggerStore::open(nullptr);
     const auto triggers = store ? store->triggers() : std::nullopt;
     for (const VXTrigger &trigger : triggers.value_or(QList<VXTrigger>()))
@@ -61,12 +88,11 @@ QStringList switchableNames(const VXPluginManager &manager, bool areEnabled)
     return shortNames(plugins);
 }
 
-QStringList contactNames(const QString &, const VXPluginManager &)
+QStringList contactNames(const Question &question)
 {
     constexpr qsizetype most = 1000; // more would not be seen
     QStringList names;
-    QString problem;
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXStoreForName(u"phonebook"_s, &problem);
+    const VXPersistentStoreCoordinator::Ptr coordinator = storeNamed(question, u"phonebook"_s);
     if (!coordinator)
         return names;
     VXManagedObjectContext context(coordinator);
@@ -79,19 +105,18 @@ QStringList contactNames(const QString &, const VXPluginManager &)
     return names;
 }
 
-QStringList eventNames(const QString &, const VXPluginManager &manager)
+QStringList eventNames(const Question &question)
 {
     QStringList names;
-    for (const VXPluginProxy *const plugin : manager.eventPostingPlugins())
+    for (const VXPluginProxy *const plugin : question.manager.eventPostingPlugins())
         names += plugin->bundle()->infoDictionary().value(u"VXPostsEvents"_s).toMap().keys();
     return names;
 }
 
-QStringList entityNames(const QString &store, const VXPluginManager &)
+QStringList entityNames(const Question &question)
 {
     QStringList names;
-    QString problem;
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXStoreForName(store, &problem);
+    const VXPersistentStoreCoordinator::Ptr coordinator = storeNamed(question, question.of);
     if (!coordinator)
         return names;
     for (const VXEntityDescription *const entity : coordinator->model().entities())
@@ -100,10 +125,11 @@ QStringList entityNames(const QString &store, const VXPluginManager &)
 }
 
 // Those of phones by the phones' names.
-QStringList messageFolderNames(const QString &, const VXPluginManager &)
+QStringList messageFolderNames(const Question &question)
 {
     QStringList names;
-    const std::optional<VXMessageStore> store = VXMessageStore::sharedStore();
+    const std::optional<VXMessageStore> store =
+        storeNamed(question, u"messages"_s) ? VXMessageStore::sharedStore() : std::nullopt;
     if (!store)
         return names;
     VXManagedObjectContext context(store->coordinator());
@@ -116,11 +142,12 @@ QStringList messageFolderNames(const QString &, const VXPluginManager &)
 }
 
 // The newest: they are what people mean, and the others too many.
-QStringList messageNames(const QString &, const VXPluginManager &)
+QStringList messageNames(const Question &question)
 {
     constexpr qsizetype most = 50;
     QStringList names;
-    const std::optional<VXMessageStore> store = VXMessageStore::sharedStore();
+    const std::optional<VXMessageStore> store =
+        storeNamed(question, u"messages"_s) ? VXMessageStore::sharedStore() : std::nullopt;
     if (!store)
         return names;
     VXManagedObjectContext context(store->coordinator());
@@ -133,20 +160,71 @@ QStringList messageNames(const QString &, const VXPluginManager &)
     return names;
 }
 
+QStringList reactorNames(const Question &question)
+{
+    return shortNames(question.manager.reactorPlugins() + question.manager.exporterPlugins());
+}
+
+QStringList pathsLike(const QString &typed)
+{
+    const QString folder = typed.first(typed.lastIndexOf(u'/') + 1);
+    QStringList paths;
+    for (const QFileInfo &each :
+         QDir(folder.isEmpty() ? u"."_s : folder).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot))
+        paths.append(folder + each.fileName() + (each.isDir() ? u"/"_s : QString()));
+    return paths;
+}
+
+QStringList choicesOf(const VXReactorOption &option, const QString &typed)
+{
+    switch (option.type) {
+    case VXReactorOption::Type::Boolean:
+        return {u"true"_s, u"false"_s};
+    case VXReactorOption::Type::File:
+    case VXReactorOption::Type::Program:
+        return pathsLike(typed);
+    default:
+        return option.choices;
+    }
+}
+
+// Of a list what is there already stays; the keys where none is typed.
+QStringList optionWords(const Question &question)
+{
+    QString problem;
+    VXPluginProxy *const plugin = VXReactorNamed(question.manager.reactorPlugins() + question.manager.exporterPlugins(),
+                                                 question.of, u"reactor"_s, &problem);
+    if (plugin == nullptr || !plugin->rootProxy()->load())
+        return {};
+    const qsizetype equals = question.typed.indexOf(u'=');
+    QStringList words;
+    for (const VXReactorOption &option : VXReactorReport::optionsOf(plugin->identifier())) {
+        if (equals < 0)
+            words.append(option.shownKey() + u'=');
+        if (equals < 0 || option.shownKey() != question.typed.first(equals))
+            continue;
+        const bool isList = option.type == VXReactorOption::Type::List;
+        const QString start = question.typed.first((isList ? question.typed.lastIndexOf(u',') : -1) + 1);
+        for (const QString &choice : choicesOf(option, question.typed.sliced(equals + 1)))
+            words.append((start.isEmpty() ? option.shownKey() + u'=' : start) + choice);
+    }
+    return words;
+}
+
 } // namespace
 
-QStringList VXWordsOfKind(const VXPluginManager &manager, const QString &kind, const QString &of)
+QStringList VXWordsOfKind(const VXPluginManager &manager, const QString &kind, const QString &of, const QString &typed)
 {
-    using List = QStringList (*)(const QString &of, const VXPluginManager &manager);
+    using List = QStringList (*)(const Question &question);
     static const std::pair<QString, List> lists[] = {
-        {u"plugins"_s, [](const QString &, const VXPluginManager &m) { return shortNames(m.allPlugins()); }},
-        {u"enabled-plugins"_s, [](const QString &, const VXPluginManager &m) { return switchableNames(m, true); }},
-        {u"disabled-plugins"_s, [](const QString &, const VXPluginManager &m) { return switchableNames(m, false); }},
+        {u"plugins"_s, [](const Question &question) { return shortNames(question.manager.allPlugins()); }},
+        {u"enabled-plugins"_s, [](const Question &question) { return switchableNames(question.manager, true); }},
+        {u"disabled-plugins"_s, [](const Question &question) { return switchableNames(question.manager, false); }},
         {u"contacts"_s, contactNames},
-        {u"reactors"_s, [](const QString &,
-                           const VXPluginManager &m) { return shortNames(m.reactorPlugins() + m.exporterPlugins()); }},
-        {u"exporters"_s, [](const QString &, const VXPluginManager &m) { return shortNames(m.exporterPlugins()); }},
-        {u"stores"_s, [](const QString &, const VXPluginManager &) { return VXStoreNames(); }},
+        {u"reactors"_s, reactorNames},
+        {u"exporters"_s, [](const Question &question) { return shortNames(question.manager.exporterPlugins()); }},
+        {u"options"_s, optionWords},
+        {u"stores"_s, [](const Question &) { return VXStoreNames(); }},
         {u"devices"_s, deviceNames},
         {u"actions"_s, actionNames},
         {u"triggers"_s, triggerNames},
@@ -158,7 +236,7 @@ QStringList VXWordsOfKind(const VXPluginManager &manager, const QString &kind, c
     for (const auto &[name, list] : lists) {
         if (name != kind)
             continue;
-        QStringList words = list(of, manager);
+        QStringList words = list({manager, of, typed});
         words.removeAll(QString());
         words.sort();
         words.removeDuplicates();

@@ -2,6 +2,7 @@
 
 #include "VXHostJSON.h"
 #include "VXShownDate.h"
+#include "VXShownText.h"
 #include "VXTextTable.h"
 #include "VXVisibleText.h"
 
@@ -61,7 +62,7 @@ QString lineOf(const QJsonValue &value, const QString &key = {})
     } else if (value.isObject()) {
         const QJsonObject object = value.toObject();
         for (auto member = object.begin(); member != object.end(); ++member)
-            parts.append(member.key() + u' ' + lineOf(*member, member.key()));
+            parts.append(VXShownText(member.key()) + u' ' + lineOf(*member, member.key()));
     } else {
         return value.isNull() ? u"-"_s : QString::fromUtf8(VXJSONText(value));
     }
@@ -88,13 +89,13 @@ QString blocks(const QJsonArray &array)
 QList<QStringList> rowsOf(const QString &key, const QJsonValue &value)
 {
     if (isLine(value))
-        return {{key, lineOf(value, key)}};
+        return {{VXShownText(key), lineOf(value, key)}};
     const QJsonArray array = value.toArray();
     if (!std::ranges::all_of(array, [](const auto &element) { return isLine(element); }))
         return {};
     QList<QStringList> rows;
     for (const auto &element : array)
-        rows.append({rows.isEmpty() ? key : QString(), lineOf(element)});
+        rows.append({rows.isEmpty() ? VXShownText(key) : QString(), lineOf(element)});
     return rows;
 }
 
@@ -106,7 +107,7 @@ QString membersOf(const QJsonObject &object)
         const QList<QStringList> own = rowsOf(member.key(), *member);
         rows += own;
         if (own.isEmpty())
-            sections += member.key() + u'\n' + indented(VXReadableText(*member)) + u'\n';
+            sections += VXShownText(member.key()) + u'\n' + indented(VXReadableText(*member)) + u'\n';
     }
     return sections + VXTextTable(rows);
 }

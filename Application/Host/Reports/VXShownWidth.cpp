@@ -1,14 +1,19 @@
 #include "VXShownWidth.h"
 
 #include <algorithm>
+#include <clocale>
 #include <cwchar>
 
 namespace {
 
-// By the C library in the locale that Qt has set, which is one with UTF-8. What cannot be shown takes one, as what stands for it.
+// By the C library, in a locale with UTF-8 whatever the user's is: what is written is UTF-8. What cannot be shown takes one column.
 qsizetype widthOf(char32_t character)
 {
+    static const locale_t unicode = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    const locale_t before = unicode == nullptr ? nullptr : ::uselocale(unicode);
     const int width = ::wcwidth(static_cast<wchar_t>(character));
+    if (before != nullptr)
+        ::uselocale(before);
     return width < 0 ? 1 : width;
 }
 

@@ -1,10 +1,13 @@
 #include "VXTextTable.h"
 
 #include "VXHostOutput.h"
+#include "VXShownText.h"
 #include "VXShownWidth.h"
+#include "VXWrappedText.h"
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -24,6 +27,40 @@ void widen(QList<qsizetype> &widths, const QList<QStringList> &rows)
         for (qsizetype column = 0; column < row.size(); ++column)
             widths[column] = std::max(widths[column], VXShownWidth(row[column]));
     }
+}
+
+// Whether a table begins with the titles of its columns, which stand in capitals.
+bool hasTitles(const QList<QStringList> &rows)
+{
+    return !rows.isEmpty() && std::ranges::all_of(rows.first(), [](const QString &cell) {
+        return !cell.isEmpty() && cell == cell.toUpper();
+    });
+}
+
+// The titles in the user's language, and the cells of columns that hold words of ours.
+void translate(QList<QStringList> &rows)
+{
+    static const QStringList ofWords{u"STATE"_s, u"KIND"_s, u"CALL"_s, u"DEFAULT"_s, u"TYPE"_s, u"EVENTS"_s};
+    for (qsizetype column = 0; column < rows.first().size(); ++column) {
+        const bool areWords = ofWords.contains(rows.first()[column]);
+        for (qsizetype row = 0; row < (areWords ? rows.size() : 1); ++row)
+            rows[row][column] = VXShownWords(rows[row][column]);
+    }
+}
+
+QString aligned(const QList<QStringList> &rows, QList<qsizetype> &widths)
+{
+    widen(widths, rows);
+    QString text;
+    for (const QStringList &row : rows) {
+        QString line;
+        for (qsizetype column = 0; column < row.size(); ++column)
+            line += printable(row[column]) + QString(widths[column] + 2 - VXShownWidth(row[column]), u' ');
+        while (line.endsWith(u' '))
+            line.chop(1);
+        text += line + u'\n';
+    }
+    return text;
 }
 
 constexpr qsizetype leastReadable = 20; // characters of an elastic column
@@ -55,19 +92,40 @@ void shorten(QList<QStringList> &rows, const QString &elastic, qsizetype excess)
 
 } // namespace
 
-QString VXTextTable(const QList<QStringList> &rows, QList<qsizetype> *kept)
+QString VXTextTable(QList<QStringList> rows, QList<qsizetype> *kept)
 {
     QList<qsizetype> own;
-    QList<qsizetype> &widths = kept == nullptr ? own : *kept;
+    if (hasTitles(rows))
+        translate(rows);
+    return aligned(rows, kept == nullptr ? own : *kept);
+}
+
+QString VXTitledTable(QList<QStringList> rows)
+{
+    static const QStringList ofWords{u"State"_s, u"Kind"_s, u"Enabled"_s, u"Built in"_s, u"Default"_s, u"Chosen"_s};
+    for (QStringList &row : rows) {
+        if (ofWords.contains(row.first()))
+            row.last() = VXShownWords(row.last());
+        row.first() = VXShownText(row.first());
+    }
+    return VXTextTable(rows);
+}
+
+QString VXWrappedTable(const VXHostOutput &output, QList<QStringList> rows)
+{
+    if (hasTitles(rows))
+        translate(rows);
+    QList<qsizetype> widths;
     widen(widths, rows);
+    const qsizetype indent = std::accumulate(widths.cbegin(), std::prev(widths.cend()), 2 * (widths.size() - 1));
+    const qsizetype width = std::max(output.width(), indent + leastReadable);
     QString text;
-    for (const QStringList &row : rows) {
-        QString line;
-        for (qsizetype column = 0; column < row.size(); ++column)
-            line += printable(row[column]) + QString(widths[column] + 2 - VXShownWidth(row[column]), u' ');
-        while (line.endsWith(u' '))
-            line.chop(1);
-        text += line + u'\n';
+    for (QStringList &row : rows) {
+        const QStringList lines = VXWrappedText(printable(row.last()), width, indent, indent).split(u'\n');
+        row.last() = lines.first();
+        text += aligned({row}, widths);
+        for (const QString &line : lines.sliced(1))
+            text += line + u'\n';
     }
     return text;
 }
@@ -83,9 +141,13 @@ QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStr
                        const QString &elastic)
 {
     QStringList gone;
-    for (const QString &title : dispensable) {
+    if (hasTitles(rows))
+        translate(rows);
+    const QString shownElastic = VXShownText(elastic);
+    for (const QString &english : dispensable) {
+        const QString title = VXShownText(english);
         const qsizetype column = rows.first().indexOf(title);
-        if (VXWidthOfTable(rows) - slackOf(rows, elastic) <= output.width())
+        if (VXWidthOfTable(rows) - slackOf(rows, shownElastic) <= output.width())
             break;
         if (column < 0)
             continue;
@@ -93,8 +155,9 @@ QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStr
             row.removeAt(column);
         gone.append(title);
     }
-    shorten(rows, elastic, VXWidthOfTable(rows) - output.width());
+    shorten(rows, shownElastic, VXWidthOfTable(rows) - output.width());
     if (!gone.isEmpty() && !output.isJSON())
-        output.note(u"For want of room without: %1. --json has everything."_s.arg(gone.join(", "_L1)));
-    return VXTextTable(rows);
+        output.note(VXShownText(u"For want of room without: %1. --json has everything."_s).arg(gone.join(", "_L1)));
+    QList<qsizetype> widths;
+    return aligned(rows, widths);
 }

@@ -1,5 +1,7 @@
 #include "VXWrappedText.h"
 
+#include "VXShownWidth.h"
+
 #include <QtCore/QStringList>
 
 QString VXWrappedText(const QString &text, qsizetype width, qsizetype indent, qsizetype used)
@@ -9,12 +11,12 @@ QString VXWrappedText(const QString &text, qsizetype width, qsizetype indent, qs
     QStringList words = text.split(u' ', Qt::SkipEmptyParts);
     while (!words.isEmpty()) {
         QString word = words.takeFirst();
-        const qsizetype cut = indent + word.size() > width ? word.lastIndexOf(u'|', width - indent - 1) + 1 : 0;
+        const qsizetype cut = indent + VXShownWidth(word) > width ? word.lastIndexOf(u'|', width - indent - 1) + 1 : 0;
         if (cut > 0) {
             words.prepend(word.sliced(cut));
             word.truncate(cut);
         }
-        if (column > indent && column + 1 + word.size() > width) {
+        if (column > indent && column + 1 + VXShownWidth(word) > width) {
             result += u'\n' + QString(indent, u' ');
             column = indent;
         } else if (column > indent) {
@@ -22,7 +24,7 @@ QString VXWrappedText(const QString &text, qsizetype width, qsizetype indent, qs
             ++column;
         }
         result += word;
-        column += word.size();
+        column += VXShownWidth(word);
     }
     return result;
 }

@@ -112,9 +112,7 @@ int runSearch(VXHostContext &context)
         return VXRunWithPlugins(context, [&](VXPluginManager &) { return VXCheckSearch(context); });
     if (isUpdate)
         return update(context);
-    const std::optional<qsizetype> most = VXLimitOption(context, usualLimit);
-    return most ? findInStep(context, options.operands().join(u' '), *most)
-                : static_cast<int>(VXHostOutput::WrongUsage);
+    return findInStep(context, options.operands().join(u' '), VXLimitOption(options, usualLimit));
 }
 
 } // namespace

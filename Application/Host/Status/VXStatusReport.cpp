@@ -10,6 +10,7 @@
 #include "VXPluginManager.h"
 #include "VXPluginReport.h"
 #include "VXServiceStanding.h"
+#include "VXShownText.h"
 #include "VXTriggerReport.h"
 #include "VXVisibleText.h"
 #include "VXWrappedText.h"
@@ -306,31 +307,35 @@ QJsonArray jsonOf(const QList<VXStatusItem> &items, const QString &identifierKey
 }
 
 // Where there is no room beside the names, the states stand below them.
-QString textOf(const QString &title, const QList<VXStatusItem> &items, qsizetype width)
+QString textOf(const QString &title, const QList<VXStatusItem> &items, qsizetype width, bool areOurs = false)
 {
     constexpr qsizetype indent = 6;
     QStringList names; // what a phone calls itself may have any character
+    QStringList states;
     qsizetype longestName = 0;
     qsizetype longestState = 0;
     for (const VXStatusItem &item : items) {
-        names.append(VXVisibleText(item.name.isNull() ? item.identifier : item.name));
+        names.append(VXVisibleText(item.name.isNull() ? item.identifier
+                                   : areOurs          ? VXShownText(item.name)
+                                                      : item.name));
+        states.append(VXShownWords(item.isNeeded ? item.state : item.state + u", not needed"_s));
         longestName = std::max(longestName, names.last().size());
-        longestState = std::max(longestState, item.state.size());
+        longestState = std::max(longestState, states.last().size());
     }
     const bool isNarrow = longestName + longestState + 4 > width;
-    QString text = title + u'\n';
+    QString text = VXShownText(title) + u'\n';
     for (qsizetype at = 0; at < items.size(); ++at) {
         const VXStatusItem &item = items[at];
         text += (item.isAtFault ? "! "_L1 : "  "_L1) +
                 (isNarrow ? names[at] + u'\n' + QString(indent, u' ') : names[at].leftJustified(longestName + 2)) +
-                item.state + (item.isNeeded ? QString() : u", not needed"_s) + u'\n';
+                states[at] + u'\n';
         for (const QString &line : {item.reason, item.remedy}) {
             if (!line.isEmpty() && item.isNeeded)
-                text += QString(indent, u' ') + VXWrappedText(VXVisibleText(line.simplified()), width, indent, indent) +
-                        u'\n';
+                text += QString(indent, u' ') +
+                        VXWrappedText(VXVisibleText(VXShownText(line.simplified())), width, indent, indent) + u'\n';
         }
     }
-    return items.isEmpty() ? text + "  none\n"_L1 : text;
+    return items.isEmpty() ? text + "  "_L1 + VXShownText(u"none"_s) + u'\n' : text;
 }
 
 } // namespace
@@ -349,6 +354,6 @@ QJsonObject VXStatusReport::json() const
 
 QString VXStatusReport::text(qsizetype width) const
 {
-    return textOf(u"Services"_s, _services, width) + u'\n' + textOf(u"Phones"_s, _phones, width) + u'\n' +
+    return textOf(u"Services"_s, _services, width, true) + u'\n' + textOf(u"Phones"_s, _phones, width) + u'\n' +
            textOf(u"Plugins"_s, _plugins, width);
 }

@@ -1,6 +1,7 @@
 #include "VXErrorText.h"
 #include "VXStoreVerbs.h"
 
+#include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
@@ -22,6 +23,7 @@ VXManagedObjectPtr objectOf(VXStoreSession &session)
     return object;
 }
 
+// Those that are typed; none, told with the usage, when they are no JSON object.
 std::optional<QJsonObject> valuesOf(const VXStoreSession &session)
 {
     QString reason;
@@ -29,7 +31,8 @@ std::optional<QJsonObject> valuesOf(const VXStoreSession &session)
     const std::optional<QJsonValue> value = text ? VXJSONFromText(*text, &reason) : std::nullopt;
     if (value && value->isObject())
         return value->toObject();
-    session.fail(u"the values are no JSON object%1"_s.arg(reason.isNull() ? QString() : u": "_s + reason));
+    session.host.output.failUsage(u"the values are no JSON object"_s + (reason.isNull() ? QString() : u": "_s + reason),
+                                  VXHostUsage(session.host.options));
     return std::nullopt;
 }
 
@@ -75,9 +78,11 @@ std::optional<QList<VXManagedObjectPtr>> objectsToDelete(VXStoreSession &session
 
 int VXInsertStoreObject(VXStoreSession &session)
 {
-    const VXEntityDescription *const entity = session.entity();
-    const std::optional<QJsonObject> values = entity == nullptr ? std::nullopt : valuesOf(session);
+    const std::optional<QJsonObject> values = valuesOf(session);
     if (!values)
+        return VXHostOutput::WrongUsage;
+    const VXEntityDescription *const entity = session.entity();
+    if (entity == nullptr)
         return VXHostOutput::Failed;
     if (entity->isAbstract())
         return failAbstract(session, *entity);
@@ -86,9 +91,11 @@ int VXInsertStoreObject(VXStoreSession &session)
 
 int VXUpdateStoreObject(VXStoreSession &session)
 {
+    const std::optional<QJsonObject> values = valuesOf(session);
+    if (!values)
+        return VXHostOutput::WrongUsage;
     const VXManagedObjectPtr object = objectOf(session);
-    const std::optional<QJsonObject> values = object ? valuesOf(session) : std::nullopt;
-    return values ? setAndSave(session, object, *values) : int(VXHostOutput::Failed);
+    return object ? setAndSave(session, object, *values) : int(VXHostOutput::Failed);
 }
 
 int VXDeleteStoreObjects(VXStoreSession &session)

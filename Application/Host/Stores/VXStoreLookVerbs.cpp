@@ -169,7 +169,7 @@ int VXShowStoreInfo(VXStoreSession &session)
                                       {u"Size"_s, QLocale::c().formattedDataSize(size)},
                                       {u"Type"_s, type},
                                       {u"Identifier"_s, identifier}};
-        texts.append(VXTextTable(rows + rowsOfMetadata(store->metadata())));
+        texts.append(VXTitledTable(rows + rowsOfMetadata(store->metadata())));
     }
     session.host.output.answer(texts.join(u'\n'), json);
     return VXHostOutput::Done;
@@ -192,7 +192,7 @@ int VXShowStoreEntities(VXStoreSession &session)
                                 {u"isAbstract"_s, entity->isAbstract()},
                                 {u"properties"_s, jsonOfProperties(*entity)}});
     }
-    session.host.output.answer(VXTextTable(rows), json);
+    session.host.output.answer(VXWrappedTable(session.host.output, rows), json);
     return VXHostOutput::Done;
 }
 

@@ -44,13 +44,6 @@ QString readSort(const QString &text, VXFetchRequest &request)
     return {};
 }
 
-QString readNumber(const QString &text, qsizetype least, qsizetype *number)
-{
-    bool isNumber = false;
-    *number = text.toLongLong(&isNumber);
-    return isNumber && *number >= least ? QString() : u"\"%1\" is no number from %2 on"_s.arg(text).arg(least);
-}
-
 } // namespace
 
 QString VXReadPredicate(const QString &text, VXFetchRequest &request)
@@ -76,9 +69,7 @@ QString VXReadStoreQuery(const VXHostOptions &options, VXFetchRequest &request)
     QString problem = read(u"where"_s, [&](const QString &text) { return VXReadPredicate(text, request); });
     if (problem.isNull())
         problem = read(u"sort"_s, [&](const QString &text) { return readSort(text, request); });
-    if (problem.isNull())
-        problem = read(u"limit"_s, [&](const QString &text) { return readNumber(text, 0, &request.limit); });
-    if (problem.isNull())
-        problem = read(u"offset"_s, [&](const QString &text) { return readNumber(text, 0, &request.offset); });
+    request.limit = options.value(u"limit"_s).toLongLong();
+    request.offset = options.value(u"offset"_s).toLongLong();
     return problem;
 }

@@ -103,7 +103,9 @@ GSM_Error VXGammuReading::nextByLocation(VXGammuSession &session, GSM_MemoryEntr
 
 VXGammuFailure VXGammuReading::finish(const QString &description, GSM_Error code)
 {
-    _job.setResult(result(code == ERR_NONE && _problems.isEmpty(), _problems));
+    QVariantMap whole = result(code == ERR_NONE && _problems.isEmpty(), _problems);
+    whole.insert(u"items"_s, QVariantList()); // which were sent one by one
+    _job.setResult(whole);
     if (code == ERR_NONE || code == ERR_CANCELED)
         return {}; // who cancelled knows
     return VXGammuTrouble(description, code);

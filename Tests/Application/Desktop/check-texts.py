@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""check-texts.py SOURCES STRINGS: each text that the windows ask for by VXText stands in the table, in the order of the keys."""
+"""check-texts.py SOURCES STRINGS [FUNCTION]: each text that is asked for by FUNCTION (VXText), and each title of a column in
+capitals, stands in the table."""
 import pathlib
 import re
 import sys
 
-LITERAL = r'"((?:[^"\\]|\\.)*)"'
+LITERAL = r'u?"((?:[^"\\]|\\.)*)"(?:_s)?'
 LITERALS = rf"((?:\s*{LITERAL}\s*)+)"
 
 
@@ -12,10 +13,15 @@ def joined(literals):
     return "".join(re.findall(LITERAL, literals))
 
 
-def main(sources, strings):
+def main(sources, strings, function="VXText"):
     wanted = {}
     for file in sorted(pathlib.Path(sources).rglob("*.cpp")):
-        for match in re.finditer(rf"VXText\({LITERALS}(?:,{LITERALS})?[,)]", file.read_text()):
+        source = file.read_text()
+        for titles in re.findall(r'\{((?:u"[A-Z#][A-Z ]*"_s(?:,\s*)?)+)\}', source):
+            wanted.update(dict.fromkeys(re.findall(LITERAL, titles), file.name))
+        if function != "VXText":  # whole sentences are answered without being asked for
+            wanted.update(dict.fromkeys(re.findall(r'u"([A-Z][^"%]*\.)\\n"_s', source), file.name))
+        for match in re.finditer(rf"{function}\({LITERALS}(?:,{LITERALS})?[,)]", source):
             for text in (match[1], match[3]):
                 if text:
                     wanted.setdefault(joined(text), file.name)

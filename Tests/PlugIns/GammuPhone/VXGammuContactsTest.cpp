@@ -135,6 +135,7 @@ TEST_F(VXGammuContactsTest, WhatIsWrittenTheProgramReads)
     const auto added = run(phone, u"write_contact"_s, contact);
     EXPECT_EQ(added->error(), VXError());
     EXPECT_EQ(added->result().toMap().value(u"location"_s), 1);
+    EXPECT_FALSE(added->result().toMap().contains(u"items"_s)) << "nothing was read";
     const QString listed = QString::fromUtf8(gammu({u"getallmemory"_s, u"ME"_s}));
     for (const QString &text : {u"Fax number           : \"+4930123\""_s, u"Mobile number        : \"+49171\""_s,
                                 u"Last name            : \"Müller\""_s, u"First name           : \"Zoë\""_s})
