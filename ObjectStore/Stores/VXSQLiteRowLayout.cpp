@@ -32,20 +32,26 @@ VXSQLiteRowLayout::VXSQLiteRowLayout(const VXEntityDescription &entity, const VX
     _rowsQuery = u"SELECT %1 FROM %2 t0 WHERE t0.Z_PK "_s.arg(_rowColumns, VXSQLiteSchema::table(entity));
     _rowQuery = query(u"= ?1"_s);
     QString columns = u"Z_PK, Z_ENT, Z_OPT"_s;
-    QString marks = u"?1, ?2, ?3"_s;
     for (const Cell &cell : _cells[size_t(entity.number())]) {
         const int index = cell.property->index();
         _byProperty[size_t(index)] = cell;
         _storedProperties.append(index);
     }
-    int parameter = firstValueColumn;
+    _insertedColumns = firstValueColumn;
     for (const int index : std::as_const(_storedProperties)) {
         for (const QString &name : columnsOf(_byProperty[size_t(index)])) {
             columns += ", "_L1 + name;
-            marks += u", ?%1"_s.arg(++parameter);
+            ++_insertedColumns;
         }
     }
-    _insertion = u"INSERT INTO %1 (%2) VALUES (%3)"_s.arg(VXSQLiteSchema::table(entity), columns, marks);
+    _insertion = u"INSERT OR FAIL INTO %1 (%2) VALUES "_s.arg(VXSQLiteSchema::table(entity), columns);
+}
+
+// "OR FAIL": else SQLite copies each page before one of several rows changes it, to undo the statement by itself.
+QString VXSQLiteRowLayout::insertion(qsizetype count) const
+{
+    const QString marks = u"(?"_s + u", ?"_s.repeated(_insertedColumns - 1) + u')';
+    return _insertion + marks + (u", "_s + marks).repeated(count - 1);
 }
 
 VXSQLiteRowLayout::Cell VXSQLiteRowLayout::place(const VXPropertyDescription &property, int *column)
@@ -149,13 +155,13 @@ bool VXSQLiteRowLayout::readCell(const VXSQLiteValue &value, const VXSQLiteState
     return true;
 }
 
-bool VXSQLiteRowLayout::bindInsertion(VXSQLiteStatement &statement, const VXManagedObjectID &objectID,
+bool VXSQLiteRowLayout::bindInsertion(VXSQLiteStatement &statement, qsizetype place, const VXManagedObjectID &objectID,
                                       const VXStoreRow &row, VXError *error) const
 {
-    statement.bindNumber(1, objectID.number());
-    statement.bindNumber(2, _schema.entityNumber(_entity));
-    statement.bindNumber(3, row.version());
-    int parameter = firstValueColumn + 1;
+    int parameter = int(place) * _insertedColumns + 1;
+    statement.bindNumber(parameter++, objectID.number());
+    statement.bindNumber(parameter++, _schema.entityNumber(_entity));
+    statement.bindNumber(parameter++, row.version());
     return bindProperties(statement, _storedProperties, objectID, row, &parameter, error);
 }
 

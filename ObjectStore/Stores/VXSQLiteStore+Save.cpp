@@ -2,12 +2,39 @@
 
 #include "VXSaveReferences.h"
 
+#include <algorithm>
 #include <map>
+#include <span>
 
 using namespace Qt::StringLiterals;
 
 using Code = VXObjectStoreErrorCode;
 using Step = VXSQLiteStatement::Step;
+
+namespace {
+
+using Changes = std::span<const VXRowChange>;
+
+// Rows that one statement inserts: SQLite opens the table and its indexes once for all of them. More gain little.
+constexpr size_t rowsAtOnce = 8;
+
+bool isInsertion(const VXRowChange &change)
+{
+    return change.row && !change.base && !change.overwrites;
+}
+
+// Of the changes, the first that one statement carries out; mostly that is one.
+Changes firstOf(const Changes &changes)
+{
+    const auto isLikeFirst = [&](const VXRowChange &change) {
+        return isInsertion(change) && &change.objectID.entity() == &changes.front().objectID.entity();
+    };
+    const bool areSeveral =
+        changes.size() >= rowsAtOnce && std::all_of(changes.begin(), changes.begin() + rowsAtOnce, isLikeFirst);
+    return changes.first(areSeveral ? rowsAtOnce : 1);
+}
+
+} // namespace
 
 /** A transaction of the writer and the turn to write; undone unless it is committed. */
 class VXSQLiteStore::Transaction final : public VXStoreTransaction
@@ -63,9 +90,12 @@ public:
     bool save(const VXSaveRequest &request)
     {
         const qsizetype conflictCount = _conflicts->size();
-        for (const VXRowChange &change : request.changes) {
-            if (change.row && !(change.base || change.overwrites ? update(change) : insert(change)))
+        for (Changes rest(request.changes.data(), size_t(request.changes.size())); !rest.empty();) {
+            const Changes changes = firstOf(rest);
+            const VXRowChange &change = changes.front();
+            if (change.row && !(isInsertion(change) ? insert(changes) : update(change)))
                 return false;
+            rest = rest.subspan(changes.size());
         }
         for (const VXLinkChange &change : request.links) {
             if (!link(change))
@@ -88,7 +118,7 @@ public:
 private:
     using Key = std::pair<const VXEntityDescription *, QList<int>>;
 
-    bool insert(const VXRowChange &change);
+    bool insert(const Changes &changes);
     bool update(const VXRowChange &change);
     bool remove(const VXRowChange &change);
     bool removeLinks(const VXManagedObjectID &objectID);
@@ -122,13 +152,20 @@ private:
     std::map<Key, VXSQLiteStatement> _deletions;
 };
 
-bool VXSQLiteStore::Saver::insert(const VXRowChange &change)
+// Of one entity. Where that fails, so does the whole transaction.
+bool VXSQLiteStore::Saver::insert(const Changes &changes)
 {
-    const VXSQLiteRowLayout &layout = _store.layout(change.objectID.entity());
-    VXSQLiteStatement *const statement =
-        statementFor(_insertions, {&change.objectID.entity(), {}}, [&] { return layout.insertion(); });
-    if (statement == nullptr || !layout.bindInsertion(*statement, change.objectID, *change.row, _error))
+    const VXEntityDescription &entity = changes.front().objectID.entity();
+    const VXSQLiteRowLayout &layout = _store.layout(entity);
+    VXSQLiteStatement *const statement = statementFor(_insertions, {&entity, {int(changes.size())}},
+                                                      [&] { return layout.insertion(qsizetype(changes.size())); });
+    if (statement == nullptr)
         return false;
+    qsizetype place = 0;
+    for (const VXRowChange &change : changes) {
+        if (!layout.bindInsertion(*statement, place++, change.objectID, *change.row, _error))
+            return false;
+    }
     if (statement->run())
         return true;
     if (_connection.isConstraintViolated())
@@ -168,7 +205,7 @@ bool VXSQLiteStore::Saver::update(const VXRowChange &change)
         return false;
     if (_connection.changes() > 0)
         return true;
-    return change.overwrites ? insert(change) : noteConflict(change.objectID);
+    return change.overwrites ? insert(Changes(&change, 1)) : noteConflict(change.objectID);
 }
 
 bool VXSQLiteStore::Saver::remove(const VXRowChange &change)
