@@ -97,28 +97,36 @@ bool VXSQLiteRowLayout::readRow(const VXSQLiteStatement &statement, const VXMana
     }
     for (const Cell &cell : _cells[size_t(objectID.entity().number())]) {
         const VXSQLiteValue value = statement.value(cell.column);
-        if (!value.isNull() && !readCell(value, statement, cell, *objectID.store(), row, problem))
+        if (value.isNull())
+            continue;
+        const bool isRead = cell.relationship == nullptr
+                                ? readAttribute(value, cell, row, problem)
+                                : readReference(value, statement, cell, *objectID.store(), row, problem);
+        if (Q_UNLIKELY(!isRead))
             return false;
     }
     return true;
 }
 
-bool VXSQLiteRowLayout::readCell(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
-                                 const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const
+bool VXSQLiteRowLayout::readReference(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
+                                      const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const
 {
-    if (cell.relationship != nullptr) {
-        const VXEntityDescription &destination = cell.relationship->destination();
-        const VXEntityDescription *entity = &destination;
-        if (cell.entityColumn >= 0 && !statement.value(cell.entityColumn).isNull())
-            entity = _schema.entityWithNumber(statement.number(cell.entityColumn));
-        const qint64 number = value.number();
-        if (entity == nullptr || !entity->isKindOfEntity(destination) || number < 1) {
-            *problem = u"A reference of \"%1\" leads to no object that can be."_s.arg(cell.property->name());
-            return false;
-        }
-        row.setTarget(cell.index, {*entity, store, number});
-        return true;
+    const VXEntityDescription &destination = cell.relationship->destination();
+    const VXEntityDescription *entity = &destination;
+    if (cell.entityColumn >= 0 && !statement.value(cell.entityColumn).isNull())
+        entity = _schema.entityWithNumber(statement.number(cell.entityColumn));
+    const qint64 number = value.number();
+    if (entity == nullptr || !entity->isKindOfEntity(destination) || number < 1) {
+        *problem = u"A reference of \"%1\" leads to no object that can be."_s.arg(cell.property->name());
+        return false;
     }
+    row.setTarget(cell.index, {*entity, store, number});
+    return true;
+}
+
+inline bool VXSQLiteRowLayout::readAttribute(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row,
+                                             QString *problem)
+{
     using Kind = VXStoreRow::Kind;
     switch (cell.type) {
     case VXAttributeType::Integer16:
@@ -143,16 +151,21 @@ bool VXSQLiteRowLayout::readCell(const VXSQLiteValue &value, const VXSQLiteState
     case VXAttributeType::Binary:
         row.setData(cell.index, value.data());
         break;
-    case VXAttributeType::PropertyList: {
-        VXError error;
-        row.setValue(cell.index, VXPropertyList::fromData(value.data().toByteArray(), &error));
-        if (row.hasValue(cell.index))
-            break;
-        *problem = u"\"%1\" of an object is no property list. %2"_s.arg(cell.property->name(), error.description());
-        return false;
-    }
+    case VXAttributeType::PropertyList:
+        return readPropertyList(value, cell, row, problem);
     }
     return true;
+}
+
+bool VXSQLiteRowLayout::readPropertyList(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row,
+                                         QString *problem)
+{
+    VXError error;
+    row.setValue(cell.index, VXPropertyList::fromData(value.data().toByteArray(), &error));
+    if (row.hasValue(cell.index))
+        return true;
+    *problem = u"\"%1\" of an object is no property list. %2"_s.arg(cell.property->name(), error.description());
+    return false;
 }
 
 bool VXSQLiteRowLayout::bindInsertion(VXSQLiteStatement &statement, qsizetype place, const VXManagedObjectID &objectID,

@@ -60,8 +60,11 @@ private:
 
     Cell place(const VXPropertyDescription &property, int *column);
     static QStringList columnsOf(const Cell &cell);
-    bool readCell(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
-                  const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const;
+    // Of what is not NULL. Those of attributes are read in place: there are many.
+    static bool readAttribute(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row, QString *problem);
+    static bool readPropertyList(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row, QString *problem);
+    bool readReference(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
+                       const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const;
     bool bindCell(VXSQLiteStatement &statement, const Cell &cell, const VXStoreRow &row, const VXStoreIdentity &store,
                   int *parameter, VXError *error) const;
 
