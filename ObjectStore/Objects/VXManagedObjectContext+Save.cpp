@@ -158,8 +158,12 @@ bool VXManagedObjectContext::Save::addUpdated(VXManagedObject &object, VXError *
 {
     if (!object._values)
         return true;
-    const QList<int> changed = VXChangedProperties(object.entity(), *object._row, *object._values);
-    return changed.isEmpty() || addChange(object, rowOf(object), changed, error);
+    QList<int> changed = VXChangedProperties(object.entity(), *object._row, *object._values);
+    if (changed.isEmpty())
+        return true;
+    if (changed != _changed) // mostly the same as of the object before: then they share the list
+        _changed = std::move(changed);
+    return addChange(object, rowOf(object), _changed, error);
 }
 
 bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXError *error)

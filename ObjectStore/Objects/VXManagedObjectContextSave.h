@@ -100,6 +100,7 @@ private:
     QList<ObjectPtr> _updated;
     QList<ObjectPtr> _deleted;
     QList<Renamed> _renamed; // objects that were given permanent IDs
+    QList<int> _changed;     // properties of the last object updated
     std::vector<Part> _parts;
     std::vector<Yielding> _yielding;
     std::vector<Contested> _contested;

@@ -125,14 +125,26 @@ private:
     bool link(const VXLinkChange &change);
     bool noteConflict(const VXManagedObjectID &objectID);
 
-    // Statements are looked for in the connection only when the next change is of another kind than the one before.
-    VXSQLiteStatement *statementFor(std::map<Key, VXSQLiteStatement> &statements, const Key &key,
-                                    const std::function<QString()> &sql)
+    /** Those of one kind that the save has used. */
+    struct Statements
     {
-        auto found = statements.find(key);
-        if (found == statements.end())
-            found = statements.emplace(key, _connection.statement(sql(), _error)).first;
-        return found->second ? &found->second : nullptr;
+        std::map<Key, VXSQLiteStatement> all;
+        std::map<Key, VXSQLiteStatement>::value_type *last = nullptr;
+    };
+
+    // Statements are looked for only when the next change is of another kind than the one before.
+    VXSQLiteStatement *statementFor(Statements &statements, const VXEntityDescription &entity,
+                                    const QList<int> &properties, const std::function<QString()> &sql)
+    {
+        if (statements.last == nullptr || statements.last->first.first != &entity ||
+            statements.last->first.second != properties) {
+            const Key key(&entity, properties);
+            auto found = statements.all.find(key);
+            if (found == statements.all.end())
+                found = statements.all.emplace(key, _connection.statement(sql(), _error)).first;
+            statements.last = &*found;
+        }
+        return statements.last->second ? &statements.last->second : nullptr;
     }
     bool run(VXSQLiteStatement &statement)
     {
@@ -146,10 +158,10 @@ private:
     VXSQLiteConnection &_connection;
     QList<VXRowConflict> *const _conflicts;
     VXError *const _error;
-    std::map<Key, VXSQLiteStatement> _insertions;
-    std::map<Key, VXSQLiteStatement> _updates;    // of rows of a known version
-    std::map<Key, VXSQLiteStatement> _overwrites; // of whole rows
-    std::map<Key, VXSQLiteStatement> _deletions;
+    Statements _insertions;
+    Statements _updates;    // of rows of a known version
+    Statements _overwrites; // of whole rows
+    Statements _deletions;
 };
 
 // Of one entity. Where that fails, so does the whole transaction.
@@ -157,7 +169,7 @@ bool VXSQLiteStore::Saver::insert(const Changes &changes)
 {
     const VXEntityDescription &entity = changes.front().objectID.entity();
     const VXSQLiteRowLayout &layout = _store.layout(entity);
-    VXSQLiteStatement *const statement = statementFor(_insertions, {&entity, {int(changes.size())}},
+    VXSQLiteStatement *const statement = statementFor(_insertions, entity, {int(changes.size())},
                                                       [&] { return layout.insertion(qsizetype(changes.size())); });
     if (statement == nullptr)
         return false;
@@ -191,8 +203,8 @@ bool VXSQLiteStore::Saver::update(const VXRowChange &change)
             (change.overwrites ? u"MAX(?%1, Z_OPT + 1)"_s : u"?%1"_s).arg(count + 1), QString::number(count + 2),
             change.overwrites ? QString() : u" AND Z_OPT = ?%1"_s.arg(count + 3));
     };
-    VXSQLiteStatement *const statement = change.overwrites ? statementFor(_overwrites, {&entity, {}}, sql)
-                                                           : statementFor(_updates, {&entity, properties}, sql);
+    VXSQLiteStatement *const statement = change.overwrites ? statementFor(_overwrites, entity, {}, sql)
+                                                           : statementFor(_updates, entity, properties, sql);
     int parameter = 1;
     if (statement == nullptr ||
         !layout.bindProperties(*statement, properties, change.objectID, *change.row, &parameter, _error))
@@ -213,7 +225,7 @@ bool VXSQLiteStore::Saver::remove(const VXRowChange &change)
     const bool isChecked = change.base && !change.overwrites;
     const QString table = VXSQLiteSchema::table(change.objectID.entity());
     VXSQLiteStatement *const statement =
-        statementFor(_deletions, {&change.objectID.entity().rootEntity(), {int(isChecked)}}, [&] {
+        statementFor(_deletions, change.objectID.entity().rootEntity(), {int(isChecked)}, [&] {
             return u"DELETE FROM %1 WHERE Z_PK = ?1%2"_s.arg(table, isChecked ? u" AND Z_OPT = ?2"_s : QString());
         });
     if (statement == nullptr)
