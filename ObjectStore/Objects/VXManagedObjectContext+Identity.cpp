@@ -79,10 +79,10 @@ void VXManagedObjectContext::replaceTemporaryReferences()
 
 void VXManagedObjectContext::registerAgain(const QList<Renamed> &renamed)
 {
-    for (const Renamed &each : renamed) {
+    for (const Renamed &each : renamed) // one after the other: IDs that follow each other are found together
         _objects.remove(each.before);
+    for (const Renamed &each : renamed)
         _objects.insert(each.object->objectID(), each.object.get());
-    }
 }
 
 bool VXManagedObjectContext::obtainPermanentIDs(const QList<VXManagedObjectPtr> &objects, VXError *error)

@@ -119,8 +119,13 @@ VXManagedObjectContext::Save::Part *VXManagedObjectContext::Save::partFor(const 
             return &part;
     }
     const StorePtr store = _context._coordinator->persistentStoreForIdentity(*objectID.store());
-    if (store)
-        return &_parts.emplace_back(Part{store, {}, {}});
+    if (store) {
+        Part &made = _parts.emplace_back(Part{store, {}, {}});
+        const qsizetype count = _inserted.size() + _updated.size() + _deleted.size(); // mostly of one store
+        made.request.changes.reserve(count);
+        made.objects.reserve(size_t(count));
+        return &made;
+    }
     VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::InvalidStore, u"The objects cannot be saved."_s,
                                          u"Their store is not attached any more."_s));
     return nullptr;
@@ -138,13 +143,13 @@ VXStoreRow::Ptr VXManagedObjectContext::Save::rowOf(const VXManagedObject &objec
     return row;
 }
 
-bool VXManagedObjectContext::Save::addChange(VXManagedObject &object, const VXStoreRow::Ptr &row,
-                                             const QList<int> &changed, VXError *error)
+bool VXManagedObjectContext::Save::addChange(VXManagedObject &object, VXStoreRow::Ptr row, const QList<int> &changed,
+                                             VXError *error)
 {
     Part *const part = partFor(object.objectID(), error);
     if (part == nullptr)
         return false;
-    part->request.changes.append({object.objectID(), row, object._row, changed});
+    part->request.changes.append({object.objectID(), std::move(row), object._row, changed});
     part->objects.push_back(&object);
     return true;
 }
@@ -153,8 +158,12 @@ bool VXManagedObjectContext::Save::addUpdated(VXManagedObject &object, VXError *
 {
     if (!object._values)
         return true;
-    const QList<int> changed = VXChangedProperties(object.entity(), *object._row, *object._values);
-    return changed.isEmpty() || addChange(object, rowOf(object), changed, error);
+    QList<int> changed = VXChangedProperties(object.entity(), *object._row, *object._values);
+    if (changed.isEmpty())
+        return true;
+    if (changed != _changed) // mostly the same as of the object before: then they share the list
+        _changed = std::move(changed);
+    return addChange(object, rowOf(object), _changed, error);
 }
 
 bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXError *error)
@@ -279,8 +288,7 @@ void VXManagedObjectContext::Save::announce(const VXNotificationName &name) cons
 void VXManagedObjectContext::Save::takeOverRows()
 {
     const auto takeOver = [this](VXManagedObject &object, const VXStoreRow::Ptr &row) {
-        const VXStoreRow::Ptr before = object._values ? VXStoreRow::Ptr(object._values) : object._row;
-        object._values.reset();
+        const VXStoreRow::Ptr before = object._values ? VXStoreRow::Ptr(std::move(object._values)) : object._row;
         object.setStoredRow(row);
         if (before == row)
             return;

@@ -241,28 +241,32 @@ void VXManagedObjectContext::noteRefreshed(VXManagedObject &object)
 
 void VXManagedObjectContext::processPendingChanges()
 {
+    const bool isHeard =
+        VXNotificationCenter::defaultCenter().hasObservers(VXManagedObjectContextObjectsDidChangeNotification);
     QList<ObjectPtr> inserted;
     QList<ObjectPtr> updated;
     QList<ObjectPtr> deleted;
     QList<ObjectPtr> refreshed;
+    const auto note = [isHeard](const ObjectPtr &object, QList<ObjectPtr> *list) {
+        if (isHeard)
+            list->append(object);
+    };
     for (const ObjectPtr &object : std::exchange(_noted, {})) {
         object->_isNoted = false;
         if (object->_context == nullptr || object->isDeleted()) {
             if (!object->objectID().isTemporary() || object->_isInsertionKnown)
-                deleted.append(object);
+                note(object, &deleted);
         } else if (object->isInserted() && !std::exchange(object->_isInsertionKnown, true)) {
-            inserted.append(object);
-        } else if (object->hasChanges()) {
-            updated.append(object);
+            note(object, &inserted);
         } else {
-            refreshed.append(object);
+            note(object, object->hasChanges() ? &updated : &refreshed);
         }
         if (std::exchange(object->_isRefreshed, false))
             _refreshed.remove(object.get());
     }
     for (VXManagedObject *const object : std::exchange(_refreshed, {})) {
         object->_isRefreshed = false;
-        refreshed.append(ObjectPtr(object));
+        note(ObjectPtr(object), &refreshed);
     }
     post(VXManagedObjectContextObjectsDidChangeNotification, {{VXInsertedObjectsKey, inserted},
                                                               {VXUpdatedObjectsKey, updated},

@@ -46,7 +46,7 @@ private:
     bool build(VXError *error);
     Part *partFor(const ObjectID &objectID, VXError *error);
     static VXStoreRow::Ptr rowOf(const VXManagedObject &object);
-    bool addChange(VXManagedObject &object, const VXStoreRow::Ptr &row, const QList<int> &changed, VXError *error);
+    bool addChange(VXManagedObject &object, VXStoreRow::Ptr row, const QList<int> &changed, VXError *error);
     bool addUpdated(VXManagedObject &object, VXError *error);
     bool addLinks(const VXManagedObject &object, VXError *error);
     void addMetadata();
@@ -100,6 +100,7 @@ private:
     QList<ObjectPtr> _updated;
     QList<ObjectPtr> _deleted;
     QList<Renamed> _renamed; // objects that were given permanent IDs
+    QList<int> _changed;     // properties of the last object updated
     std::vector<Part> _parts;
     std::vector<Yielding> _yielding;
     std::vector<Contested> _contested;

@@ -5,15 +5,14 @@
 #include <algorithm>
 #include <utility>
 
+// That there is none is kept as well: who looks in vain mostly puts one there.
 VXObjectRegistry::Shelf *VXObjectRegistry::shelf(const Key &key) const
 {
-    if (_lastShelf != nullptr && _lastKey == key)
+    if (_lastKey == key)
         return _lastShelf;
     const auto found = _shelves.constFind(key);
-    if (found == _shelves.cend())
-        return nullptr;
     _lastKey = key;
-    _lastShelf = const_cast<Shelf *>(&*found);
+    _lastShelf = found == _shelves.cend() ? nullptr : const_cast<Shelf *>(&*found);
     return _lastShelf;
 }
 
@@ -26,10 +25,8 @@ VXManagedObject *VXObjectRegistry::find(const VXManagedObjectID &objectID) const
 void VXObjectRegistry::insert(const VXManagedObjectID &objectID, VXManagedObject *object)
 {
     const Key key = keyOf(objectID);
-    if (shelf(key) == nullptr) {
+    if (shelf(key) == nullptr)
         _lastShelf = &*_shelves.insert(key, Shelf{});
-        _lastKey = key;
-    }
     if (std::exchange((*_lastShelf)[placeOf(objectID)], object) == nullptr)
         ++_count;
 }
@@ -43,12 +40,13 @@ void VXObjectRegistry::remove(const VXManagedObjectID &objectID)
     --_count;
     if (std::any_of(found->cbegin(), found->cend(), [](const VXManagedObject *object) { return object != nullptr; }))
         return;
-    _lastShelf = nullptr; // others may move
     _shelves.remove(key);
+    _lastShelf = nullptr; // that of the key; others may have moved
 }
 
 void VXObjectRegistry::clear()
 {
+    _lastKey = {};
     _lastShelf = nullptr;
     _shelves.clear();
     _count = 0;

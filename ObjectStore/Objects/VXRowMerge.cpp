@@ -17,7 +17,7 @@ QList<int> VXChangedProperties(const VXEntityDescription &entity, const VXStoreR
     QList<int> changed;
     for (const VXPropertyDescription *const property : entity.properties()) {
         const int index = property->index();
-        if (isStored(*property) && !before.isSame(index, after))
+        if (!before.isSame(index, after) && isStored(*property))
             changed.append(index);
     }
     return changed;

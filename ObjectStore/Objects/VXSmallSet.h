@@ -19,18 +19,19 @@ public:
     /** False when it was there. */
     bool insert(const T &member)
     {
-        if (contains(member))
-            return false;
-        if (_many.isEmpty() && _few.size() < mostFew) {
-            _few.append(member);
-            return true;
-        }
         if (_many.isEmpty()) {
+            if (_few.contains(member))
+                return false;
+            if (_few.size() < mostFew) {
+                _few.append(member);
+                return true;
+            }
             const QList<T> few = std::exchange(_few, {});
             _many = QSet<T>(few.cbegin(), few.cend());
         }
+        const qsizetype before = _many.size(); // one look-up tells both
         _many.insert(member);
-        return true;
+        return _many.size() > before;
     }
     /** False when it was not there. */
     bool remove(const T &member) { return _many.isEmpty() ? _few.removeOne(member) : _many.remove(member); }

@@ -165,6 +165,7 @@ bool VXSQLiteConnection::copyFileTo(const VXFileDescriptor &copy, VXError *error
 
 VXSQLiteConnection::~VXSQLiteConnection()
 {
+    _recent = {};
     _statements.clear();
     sqlite3_close(_database);
     OpenFiles::shared().remove(_key);
@@ -250,15 +251,26 @@ std::shared_ptr<sqlite3_stmt> VXSQLiteConnection::prepare(const QString &sql, bo
 
 VXSQLiteStatement VXSQLiteConnection::statement(const QString &sql, VXError *error)
 {
+    const auto isSame = [&sql](const Prepared &each) { return each.statement && each.sql.isSharedWith(sql); };
+    const auto recent = std::find_if(_recent.cbegin(), _recent.cend(), isSame);
+    if (recent != _recent.cend())
+        return {recent->statement, _executions};
     const auto found = _statements.constFind(sql);
     if (found != _statements.cend())
-        return {*found, _executions};
+        return lent({sql, *found});
     if (_statements.size() >= maximumStatements)
         _statements.clear(); // those that are borrowed live on
     const std::shared_ptr<sqlite3_stmt> prepared = prepare(sql, true, error);
-    if (prepared)
-        _statements.insert(sql, prepared);
-    return {prepared, _executions};
+    if (!prepared)
+        return {};
+    _statements.insert(sql, prepared);
+    return lent({sql, prepared});
+}
+
+VXSQLiteStatement VXSQLiteConnection::lent(const Prepared &prepared)
+{
+    _recent[_next++ % _recent.size()] = prepared;
+    return {prepared.statement, _executions};
 }
 
 bool VXSQLiteConnection::execute(const QString &sql, VXError *error)

@@ -8,6 +8,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QString>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -74,7 +75,14 @@ private:
     using FileKey = std::pair<quint64, quint64>; // device and inode; both 0 for none
 
     VXSQLiteConnection(sqlite3 *database, const QString &path, const FileKey &key, std::atomic<qint64> *executions);
+    struct Prepared
+    {
+        QString sql;
+        std::shared_ptr<sqlite3_stmt> statement;
+    };
+
     std::shared_ptr<sqlite3_stmt> prepare(const QString &sql, bool isKept, VXError *error);
+    VXSQLiteStatement lent(const Prepared &prepared);
     void protect();
 
     sqlite3 *const _database; // owned
@@ -84,4 +92,6 @@ private:
     int _lastStatus = 0; // of what execute failed with
     std::atomic<qint64> *const _executions;
     QHash<QString, std::shared_ptr<sqlite3_stmt>> _statements;
+    std::array<Prepared, 4> _recent; // of those, some asked for before, known by the very text without reading it
+    size_t _next = 0;                // of the recent ones, to give way
 };

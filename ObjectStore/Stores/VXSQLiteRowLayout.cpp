@@ -32,20 +32,26 @@ VXSQLiteRowLayout::VXSQLiteRowLayout(const VXEntityDescription &entity, const VX
     _rowsQuery = u"SELECT %1 FROM %2 t0 WHERE t0.Z_PK "_s.arg(_rowColumns, VXSQLiteSchema::table(entity));
     _rowQuery = query(u"= ?1"_s);
     QString columns = u"Z_PK, Z_ENT, Z_OPT"_s;
-    QString marks = u"?1, ?2, ?3"_s;
     for (const Cell &cell : _cells[size_t(entity.number())]) {
         const int index = cell.property->index();
         _byProperty[size_t(index)] = cell;
         _storedProperties.append(index);
     }
-    int parameter = firstValueColumn;
+    _insertedColumns = firstValueColumn;
     for (const int index : std::as_const(_storedProperties)) {
         for (const QString &name : columnsOf(_byProperty[size_t(index)])) {
             columns += ", "_L1 + name;
-            marks += u", ?%1"_s.arg(++parameter);
+            ++_insertedColumns;
         }
     }
-    _insertion = u"INSERT INTO %1 (%2) VALUES (%3)"_s.arg(VXSQLiteSchema::table(entity), columns, marks);
+    _insertion = u"INSERT OR FAIL INTO %1 (%2) VALUES "_s.arg(VXSQLiteSchema::table(entity), columns);
+}
+
+// "OR FAIL": else SQLite copies each page before one of several rows changes it, to undo the statement by itself.
+QString VXSQLiteRowLayout::insertion(qsizetype count) const
+{
+    const QString marks = u"(?"_s + u", ?"_s.repeated(_insertedColumns - 1) + u')';
+    return _insertion + marks + (u", "_s + marks).repeated(count - 1);
 }
 
 VXSQLiteRowLayout::Cell VXSQLiteRowLayout::place(const VXPropertyDescription &property, int *column)
@@ -91,28 +97,36 @@ bool VXSQLiteRowLayout::readRow(const VXSQLiteStatement &statement, const VXMana
     }
     for (const Cell &cell : _cells[size_t(objectID.entity().number())]) {
         const VXSQLiteValue value = statement.value(cell.column);
-        if (!value.isNull() && !readCell(value, statement, cell, *objectID.store(), row, problem))
+        if (value.isNull())
+            continue;
+        const bool isRead = cell.relationship == nullptr
+                                ? readAttribute(value, cell, row, problem)
+                                : readReference(value, statement, cell, *objectID.store(), row, problem);
+        if (Q_UNLIKELY(!isRead))
             return false;
     }
     return true;
 }
 
-bool VXSQLiteRowLayout::readCell(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
-                                 const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const
+bool VXSQLiteRowLayout::readReference(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
+                                      const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const
 {
-    if (cell.relationship != nullptr) {
-        const VXEntityDescription &destination = cell.relationship->destination();
-        const VXEntityDescription *entity = &destination;
-        if (cell.entityColumn >= 0 && !statement.value(cell.entityColumn).isNull())
-            entity = _schema.entityWithNumber(statement.number(cell.entityColumn));
-        const qint64 number = value.number();
-        if (entity == nullptr || !entity->isKindOfEntity(destination) || number < 1) {
-            *problem = u"A reference of \"%1\" leads to no object that can be."_s.arg(cell.property->name());
-            return false;
-        }
-        row.setTarget(cell.index, {*entity, store, number});
-        return true;
+    const VXEntityDescription &destination = cell.relationship->destination();
+    const VXEntityDescription *entity = &destination;
+    if (cell.entityColumn >= 0 && !statement.value(cell.entityColumn).isNull())
+        entity = _schema.entityWithNumber(statement.number(cell.entityColumn));
+    const qint64 number = value.number();
+    if (entity == nullptr || !entity->isKindOfEntity(destination) || number < 1) {
+        *problem = u"A reference of \"%1\" leads to no object that can be."_s.arg(cell.property->name());
+        return false;
     }
+    row.setTarget(cell.index, {*entity, store, number});
+    return true;
+}
+
+inline bool VXSQLiteRowLayout::readAttribute(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row,
+                                             QString *problem)
+{
     using Kind = VXStoreRow::Kind;
     switch (cell.type) {
     case VXAttributeType::Integer16:
@@ -137,25 +151,30 @@ bool VXSQLiteRowLayout::readCell(const VXSQLiteValue &value, const VXSQLiteState
     case VXAttributeType::Binary:
         row.setData(cell.index, value.data());
         break;
-    case VXAttributeType::PropertyList: {
-        VXError error;
-        row.setValue(cell.index, VXPropertyList::fromData(value.data().toByteArray(), &error));
-        if (row.hasValue(cell.index))
-            break;
-        *problem = u"\"%1\" of an object is no property list. %2"_s.arg(cell.property->name(), error.description());
-        return false;
-    }
+    case VXAttributeType::PropertyList:
+        return readPropertyList(value, cell, row, problem);
     }
     return true;
 }
 
-bool VXSQLiteRowLayout::bindInsertion(VXSQLiteStatement &statement, const VXManagedObjectID &objectID,
+bool VXSQLiteRowLayout::readPropertyList(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row,
+                                         QString *problem)
+{
+    VXError error;
+    row.setValue(cell.index, VXPropertyList::fromData(value.data().toByteArray(), &error));
+    if (row.hasValue(cell.index))
+        return true;
+    *problem = u"\"%1\" of an object is no property list. %2"_s.arg(cell.property->name(), error.description());
+    return false;
+}
+
+bool VXSQLiteRowLayout::bindInsertion(VXSQLiteStatement &statement, qsizetype place, const VXManagedObjectID &objectID,
                                       const VXStoreRow &row, VXError *error) const
 {
-    statement.bindNumber(1, objectID.number());
-    statement.bindNumber(2, _schema.entityNumber(_entity));
-    statement.bindNumber(3, row.version());
-    int parameter = firstValueColumn + 1;
+    int parameter = int(place) * _insertedColumns + 1;
+    statement.bindNumber(parameter++, objectID.number());
+    statement.bindNumber(parameter++, _schema.entityNumber(_entity));
+    statement.bindNumber(parameter++, row.version());
     return bindProperties(statement, _storedProperties, objectID, row, &parameter, error);
 }
 

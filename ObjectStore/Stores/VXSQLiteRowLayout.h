@@ -24,8 +24,8 @@ public:
     const QString &rowQuery() const { return _rowQuery; }
     /** The rows of the objects whose numbers are as `wanted` says (VXObjectNumbers). */
     QString query(const QString &wanted) const { return _rowsQuery + wanted; }
-    /** INSERT with all values of an object of just that entity. */
-    const QString &insertion() const { return _insertion; }
+    /** INSERT with all values of so many objects of just that entity. Where it fails, part of them may be inserted. */
+    QString insertion(qsizetype count) const;
 
     /** The ID from the first columns. @return null when no such entity belongs there. */
     VXManagedObjectID readID(const VXSQLiteStatement &statement, const VXStoreIdentity &store) const;
@@ -34,9 +34,9 @@ public:
     bool readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID, VXStoreRow &row,
                  QString *problem) const;
 
-    /** Binds the values of an insertion. @return false when one has no place in the store. */
-    bool bindInsertion(VXSQLiteStatement &statement, const VXManagedObjectID &objectID, const VXStoreRow &row,
-                       VXError *error) const;
+    /** Binds the values of the object at that place of an insertion. @return false when one has no place in the store. */
+    bool bindInsertion(VXSQLiteStatement &statement, qsizetype place, const VXManagedObjectID &objectID,
+                       const VXStoreRow &row, VXError *error) const;
     /** "column = ?1, ..., " for those of the properties that have columns. */
     QString assignments(const QList<int> &properties) const;
     /** How many parameters those have. */
@@ -60,8 +60,11 @@ private:
 
     Cell place(const VXPropertyDescription &property, int *column);
     static QStringList columnsOf(const Cell &cell);
-    bool readCell(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
-                  const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const;
+    // Of what is not NULL. Those of attributes are read in place: there are many.
+    static bool readAttribute(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row, QString *problem);
+    static bool readPropertyList(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row, QString *problem);
+    bool readReference(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
+                       const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const;
     bool bindCell(VXSQLiteStatement &statement, const Cell &cell, const VXStoreRow &row, const VXStoreIdentity &store,
                   int *parameter, VXError *error) const;
 
@@ -74,5 +77,6 @@ private:
     QString _rowColumns;
     QString _rowsQuery;
     QString _rowQuery;
-    QString _insertion;
+    QString _insertion; // without the values
+    int _insertedColumns = 0;
 };

@@ -2,12 +2,39 @@
 
 #include "VXSaveReferences.h"
 
+#include <algorithm>
 #include <map>
+#include <span>
 
 using namespace Qt::StringLiterals;
 
 using Code = VXObjectStoreErrorCode;
 using Step = VXSQLiteStatement::Step;
+
+namespace {
+
+using Changes = std::span<const VXRowChange>;
+
+// Rows that one statement inserts: SQLite opens the table and its indexes once for all of them. More gain little.
+constexpr size_t rowsAtOnce = 8;
+
+bool isInsertion(const VXRowChange &change)
+{
+    return change.row && !change.base && !change.overwrites;
+}
+
+// Of the changes, the first that one statement carries out; mostly that is one.
+Changes firstOf(const Changes &changes)
+{
+    const auto isLikeFirst = [&](const VXRowChange &change) {
+        return isInsertion(change) && &change.objectID.entity() == &changes.front().objectID.entity();
+    };
+    const bool areSeveral =
+        changes.size() >= rowsAtOnce && std::all_of(changes.begin(), changes.begin() + rowsAtOnce, isLikeFirst);
+    return changes.first(areSeveral ? rowsAtOnce : 1);
+}
+
+} // namespace
 
 /** A transaction of the writer and the turn to write; undone unless it is committed. */
 class VXSQLiteStore::Transaction final : public VXStoreTransaction
@@ -63,9 +90,12 @@ public:
     bool save(const VXSaveRequest &request)
     {
         const qsizetype conflictCount = _conflicts->size();
-        for (const VXRowChange &change : request.changes) {
-            if (change.row && !(change.base || change.overwrites ? update(change) : insert(change)))
+        for (Changes rest(request.changes.data(), size_t(request.changes.size())); !rest.empty();) {
+            const Changes changes = firstOf(rest);
+            const VXRowChange &change = changes.front();
+            if (change.row && !(isInsertion(change) ? insert(changes) : update(change)))
                 return false;
+            rest = rest.subspan(changes.size());
         }
         for (const VXLinkChange &change : request.links) {
             if (!link(change))
@@ -88,21 +118,33 @@ public:
 private:
     using Key = std::pair<const VXEntityDescription *, QList<int>>;
 
-    bool insert(const VXRowChange &change);
+    bool insert(const Changes &changes);
     bool update(const VXRowChange &change);
     bool remove(const VXRowChange &change);
     bool removeLinks(const VXManagedObjectID &objectID);
     bool link(const VXLinkChange &change);
     bool noteConflict(const VXManagedObjectID &objectID);
 
-    // Statements are looked for in the connection only when the next change is of another kind than the one before.
-    VXSQLiteStatement *statementFor(std::map<Key, VXSQLiteStatement> &statements, const Key &key,
-                                    const std::function<QString()> &sql)
+    /** Those of one kind that the save has used. */
+    struct Statements
     {
-        auto found = statements.find(key);
-        if (found == statements.end())
-            found = statements.emplace(key, _connection.statement(sql(), _error)).first;
-        return found->second ? &found->second : nullptr;
+        std::map<Key, VXSQLiteStatement> all;
+        std::map<Key, VXSQLiteStatement>::value_type *last = nullptr;
+    };
+
+    // Statements are looked for only when the next change is of another kind than the one before.
+    VXSQLiteStatement *statementFor(Statements &statements, const VXEntityDescription &entity,
+                                    const QList<int> &properties, const std::function<QString()> &sql)
+    {
+        if (statements.last == nullptr || statements.last->first.first != &entity ||
+            statements.last->first.second != properties) {
+            const Key key(&entity, properties);
+            auto found = statements.all.find(key);
+            if (found == statements.all.end())
+                found = statements.all.emplace(key, _connection.statement(sql(), _error)).first;
+            statements.last = &*found;
+        }
+        return statements.last->second ? &statements.last->second : nullptr;
     }
     bool run(VXSQLiteStatement &statement)
     {
@@ -116,19 +158,26 @@ private:
     VXSQLiteConnection &_connection;
     QList<VXRowConflict> *const _conflicts;
     VXError *const _error;
-    std::map<Key, VXSQLiteStatement> _insertions;
-    std::map<Key, VXSQLiteStatement> _updates;    // of rows of a known version
-    std::map<Key, VXSQLiteStatement> _overwrites; // of whole rows
-    std::map<Key, VXSQLiteStatement> _deletions;
+    Statements _insertions;
+    Statements _updates;    // of rows of a known version
+    Statements _overwrites; // of whole rows
+    Statements _deletions;
 };
 
-bool VXSQLiteStore::Saver::insert(const VXRowChange &change)
+// Of one entity. Where that fails, so does the whole transaction.
+bool VXSQLiteStore::Saver::insert(const Changes &changes)
 {
-    const VXSQLiteRowLayout &layout = _store.layout(change.objectID.entity());
-    VXSQLiteStatement *const statement =
-        statementFor(_insertions, {&change.objectID.entity(), {}}, [&] { return layout.insertion(); });
-    if (statement == nullptr || !layout.bindInsertion(*statement, change.objectID, *change.row, _error))
+    const VXEntityDescription &entity = changes.front().objectID.entity();
+    const VXSQLiteRowLayout &layout = _store.layout(entity);
+    VXSQLiteStatement *const statement = statementFor(_insertions, entity, {int(changes.size())},
+                                                      [&] { return layout.insertion(qsizetype(changes.size())); });
+    if (statement == nullptr)
         return false;
+    qsizetype place = 0;
+    for (const VXRowChange &change : changes) {
+        if (!layout.bindInsertion(*statement, place++, change.objectID, *change.row, _error))
+            return false;
+    }
     if (statement->run())
         return true;
     if (_connection.isConstraintViolated())
@@ -154,8 +203,8 @@ bool VXSQLiteStore::Saver::update(const VXRowChange &change)
             (change.overwrites ? u"MAX(?%1, Z_OPT + 1)"_s : u"?%1"_s).arg(count + 1), QString::number(count + 2),
             change.overwrites ? QString() : u" AND Z_OPT = ?%1"_s.arg(count + 3));
     };
-    VXSQLiteStatement *const statement = change.overwrites ? statementFor(_overwrites, {&entity, {}}, sql)
-                                                           : statementFor(_updates, {&entity, properties}, sql);
+    VXSQLiteStatement *const statement = change.overwrites ? statementFor(_overwrites, entity, {}, sql)
+                                                           : statementFor(_updates, entity, properties, sql);
     int parameter = 1;
     if (statement == nullptr ||
         !layout.bindProperties(*statement, properties, change.objectID, *change.row, &parameter, _error))
@@ -168,7 +217,7 @@ bool VXSQLiteStore::Saver::update(const VXRowChange &change)
         return false;
     if (_connection.changes() > 0)
         return true;
-    return change.overwrites ? insert(change) : noteConflict(change.objectID);
+    return change.overwrites ? insert(Changes(&change, 1)) : noteConflict(change.objectID);
 }
 
 bool VXSQLiteStore::Saver::remove(const VXRowChange &change)
@@ -176,7 +225,7 @@ bool VXSQLiteStore::Saver::remove(const VXRowChange &change)
     const bool isChecked = change.base && !change.overwrites;
     const QString table = VXSQLiteSchema::table(change.objectID.entity());
     VXSQLiteStatement *const statement =
-        statementFor(_deletions, {&change.objectID.entity().rootEntity(), {int(isChecked)}}, [&] {
+        statementFor(_deletions, change.objectID.entity().rootEntity(), {int(isChecked)}, [&] {
             return u"DELETE FROM %1 WHERE Z_PK = ?1%2"_s.arg(table, isChecked ? u" AND Z_OPT = ?2"_s : QString());
         });
     if (statement == nullptr)

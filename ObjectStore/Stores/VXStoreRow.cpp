@@ -300,7 +300,10 @@ void VXStoreRow::makeRoom(int index, size_t size)
 
 void VXStoreRow::shrink()
 {
-    if (const size_t live = liveBytes(-1); _capacity > 2 * live + roomForText * size_t(_count))
+    const auto isTooLarge = [this](size_t live) { return _capacity > 2 * live + roomForText * size_t(_count); };
+    if (!isTooLarge(sizeof(Cell) * size_t(_count))) // whatever it holds, as most
+        return;
+    if (const size_t live = liveBytes(-1); isTooLarge(live))
         repack(-1, live);
 }
 

@@ -416,6 +416,30 @@ TEST_P(VXStoreConformanceTest, AnIdentifierIsTakenOnce)
     EXPECT_EQ(saver.error.code(), int(VXObjectStoreErrorCode::ReferentialIntegrity));
 }
 
+// Several may be inserted by one statement.
+TEST_P(VXStoreConformanceTest, ManyNewObjectsAreSavedAllOrNone)
+{
+    QVariantList expected = names(request(u"Person"_s));
+    const auto addMany = [&](int count) {
+        QVariantList added;
+        for (int number = 0; number < count; ++number) {
+            added.append(u"%1 of %2"_s.arg(number).arg(count));
+            saver.add(number % 11 == 10 ? u"Employee"_s : u"Person"_s, {{u"name"_s, added.constLast()}});
+        }
+        return added;
+    };
+    for (const int count : {7, 8, 9, 40}) {
+        expected += addMany(count);
+        ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
+        EXPECT_EQ(names(request(u"Person"_s)), expected);
+    }
+    addMany(20);
+    saver.request.changes[12].objectID = jane; // whose identifier is taken
+    EXPECT_FALSE(saver.saveAndCommit());
+    EXPECT_EQ(saver.error.code(), int(VXObjectStoreErrorCode::ReferentialIntegrity));
+    EXPECT_EQ(names(request(u"Person"_s)), expected);
+}
+
 // Jane and Zoë get the same age in each save: a reader must never see half of one.
 TEST_P(VXStoreConformanceTest, ReadersSeeWholeSaves)
 {
