@@ -3,6 +3,7 @@
 #include "VXFileDescriptor.h"
 #include "VXFileManager.h"
 #include "VXFolders.h"
+#include "VXMethodLog.h"
 #include "VXRegularFile.h"
 
 #include <QtCore/QDir>
@@ -87,9 +88,14 @@ QString VXMetaDataDebt::ownPath() const
 
 void VXMetaDataDebt::append(const QByteArray &lines) const
 {
+    static std::atomic<bool> isTold = false; // once, not for each save, until it goes again
     const VXFileDescriptor file = make(ownPath());
-    if (file.isOpen())
-        static_cast<void>(file.writeAll(lines));
+    const bool isWritten = file.isOpen() && file.writeAll(lines);
+    const QString reason = qt_error_string(errno);
+    if (!isTold.exchange(!isWritten) && !isWritten)
+        VXLogMethod(VXLogError, "append:",
+                    "what is saved and not mirrored can not be noted, and may not be found by searching: %1. %2"_L1.arg(
+                        ownPath(), reason));
 }
 
 void VXMetaDataDebt::mark(const QList<qint64> &changed) const
