@@ -239,20 +239,27 @@ TEST_F(VXMetaDataSyncTest, ReadsNoObjectWhereAllAroundItIsCurrent)
     EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1199, .orphaned = 1}));
 }
 
-TEST_F(VXMetaDataSyncTest, WhatIsOwedAndCanNotBeNotedIsToldOnce)
+TEST_F(VXMetaDataSyncTest, WhatCanNotBeNotedBesideTheMirrorIsNotedElsewhereOrToldOnce)
 {
     const QString due = VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.due"_L1;
+    const QString beside = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/.search-due"_L1;
     for (int round = 0; round < 2; ++round) {
         VXMetaDataDebt(u"people"_s).forget();
-        QDir(due).removeRecursively();
-        writeFile(QDir(path()).relativeFilePath(due), "no folder");
+        for (const QString &folder : {due, beside}) {
+            QDir(folder).removeRecursively();
+            writeFile(QDir(path()).relativeFilePath(folder), "no folder");
+        }
         const VXLogRecorder log;
         add(u"Jane"_s);
         add(u"Joe"_s);
         EXPECT_EQ(log.count(u"what is saved and not mirrored can not be noted"_s), 1);
-        QFile::remove(due);
-        add(u"Jim"_s);
+        QFile::remove(beside); // where the stores are
+        const VXManagedObjectPtr jim = add(u"Jim"_s);
         EXPECT_TRUE(VXMetaDataDebt::isOwnOfAll());
+        pass();
+        EXPECT_EQ(titleIn(fileOf(jim)), u"Jim"_s);
+        EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+        QFile::remove(due);
     }
 }
 
