@@ -3,6 +3,7 @@
 #include "VXHostJSON.h"
 #include "VXPluginManager.h"
 #include "VXPluginReport.h"
+#include "VXTextWithoutPasswords.h"
 #include "VXTriggerStore.h"
 #include "VXTriggerTrial.h"
 
@@ -18,7 +19,7 @@ namespace {
 QJsonObject jsonOf(const VXReaction &reaction)
 {
     return {{u"reactor"_s, reaction.bundleIdentifier()},
-            {u"options"_s, VXJSONFromVariant(reaction.userOptions())},
+            {u"options"_s, VXJSONFromVariant(VXValueWithoutPasswords(reaction.userOptions()))},
             {u"problem"_s, VXJSONFromVariant(reaction.problem())}};
 }
 
@@ -136,9 +137,9 @@ QString filterLine(const VXTriggerTrial &trial)
 QString reactionLine(const VXTriggerTrial::Reaction &reaction)
 {
     const QString problem = reaction.problem.isNull() ? QString() : u", as it "_s + reaction.problem;
-    return u"%1 %2 %3"_s.arg(reaction.identifier,
-                             reaction.runs ? u"would run with"_s : u"would not run%1; its options:"_s.arg(problem),
-                             QString::fromUtf8(VXJSONText(VXJSONFromVariant(reaction.options))));
+    return u"%1 %2 %3"_s.arg(
+        reaction.identifier, reaction.runs ? u"would run with"_s : u"would not run%1; its options:"_s.arg(problem),
+        QString::fromUtf8(VXJSONText(VXJSONFromVariant(VXValueWithoutPasswords(reaction.options)))));
 }
 
 } // namespace
@@ -153,7 +154,7 @@ QJsonObject VXTriggerReport::test(const QVariant &object, QStringList *lines) co
     for (const VXTriggerTrial::Reaction &reaction : trial.reactions) {
         lines->append(reactionLine(reaction));
         reactors.append(QJsonObject{{u"reactor"_s, reaction.identifier},
-                                    {u"options"_s, VXJSONFromVariant(reaction.options)},
+                                    {u"options"_s, VXJSONFromVariant(VXValueWithoutPasswords(reaction.options))},
                                     {u"runs"_s, reaction.runs},
                                     {u"problem"_s, VXJSONFromVariant(reaction.problem)}});
     }
