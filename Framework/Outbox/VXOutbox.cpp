@@ -5,6 +5,9 @@
 #include "VXFramework.h"
 #include "VXManagedObjectContext.h"
 #include "VXObjectStoreError.h"
+#include "VXPropertyList.h"
+
+#include <QtCore/QCborValue>
 
 #include <algorithm>
 #include <array>
@@ -22,6 +25,22 @@ const QString VXOutboxChangeKey = u"change"_s;
 namespace {
 
 constexpr QLatin1StringView entityName("VXOutboxEntry");
+
+// Under this key, as CBOR, where a property list can not hold it: messages of phones have page breaks, and events what they like.
+const QString encodedKey = u"VXEncoded"_s;
+
+QVariantMap storedPayload(const QVariantMap &payload)
+{
+    if (VXPropertyList::isValid(payload))
+        return payload;
+    return {{encodedKey, QCborValue::fromVariant(payload).toCbor()}};
+}
+
+QVariantMap payloadOf(const QVariantMap &stored)
+{
+    const QVariant encoded = stored.value(encodedKey);
+    return encoded.isValid() ? QCborValue::fromCbor(encoded.toByteArray()).toVariant().toMap() : stored;
+}
 
 VXPredicate equals(const QString &key, const QVariant &value)
 {
@@ -46,16 +65,23 @@ VXOutboxEntry entryWithoutPayload(const VXManagedObject &object)
 VXOutboxEntry entryOf(const VXManagedObject &object)
 {
     VXOutboxEntry entry = entryWithoutPayload(object);
-    entry.payload = object.valueForKey(u"payload"_s).toMap();
+    entry.payload = payloadOf(object.valueForKey(u"payload"_s).toMap());
     return entry;
 }
 
-VXFetchRequest requestForOpen(const VXPersistentStoreCoordinator &coordinator)
+// Only those are read, with their payloads; not the entries of other kinds.
+VXFetchRequest requestForOpen(const VXPersistentStoreCoordinator &coordinator, const QStringList &kinds)
 {
     VXFetchRequest request(*coordinator.model().entityForName(entityName));
-    // Not the kind too: the store would take the index of that, and pass over all that is done.
-    request.predicate = VXPredicate::comparison(VXExpression::keyPath(u"state"_s), Operator::LessOrEqual,
-                                                VXExpression::constant(static_cast<int>(VXOutboxState::Sending)));
+    QList<VXPredicate> ofKinds;
+    // Said in a way that no index helps with: the store would take that of the kinds, and go through all that is done.
+    for (const QString &kind : kinds)
+        ofKinds.append(VXPredicate::negationOf(VXPredicate::comparison(
+            VXExpression::keyPath(u"kind"_s), Operator::NotEqual, VXExpression::constant(kind))));
+    request.predicate =
+        VXPredicate::allOf({VXPredicate::comparison(VXExpression::keyPath(u"state"_s), Operator::LessOrEqual,
+                                                    VXExpression::constant(static_cast<int>(VXOutboxState::Sending))),
+                            VXPredicate::anyOf(ofKinds)});
     return request;
 }
 
@@ -132,7 +158,7 @@ std::optional<qint64> VXOutbox::add(const QString &kind, const QString &destinat
     object->setValueForKey(kind, u"kind"_s);
     object->setValueForKey(destination, u"destination"_s);
     object->setValueForKey(title, u"title"_s);
-    object->setValueForKey(payload, u"payload"_s);
+    object->setValueForKey(storedPayload(payload), u"payload"_s);
     object->setValueForKey(now, u"createdDate"_s);
     object->setValueForKey(now, u"nextDate"_s);
     if (!context.save(error))
@@ -161,16 +187,29 @@ std::optional<QList<VXOutboxEntry>> VXOutbox::entries(const QString &kind, VXErr
 std::optional<QList<VXOutboxEntry>> VXOutbox::openEntries(const QString &kind, VXError *error) const
 {
     VXManagedObjectContext context(_coordinator);
-    const std::optional<VXFetchResult> found = context.executeFetchRequest(requestForOpen(*_coordinator), error);
+    const auto found = context.executeFetchRequest(requestForOpen(*_coordinator, {kind}), error);
     if (!found)
         return std::nullopt;
     QList<VXOutboxEntry> entries;
-    for (const VXManagedObjectPtr &object : *found) {
-        if (object->valueForKey(u"kind"_s).toString() == kind)
-            entries.append(entryWithoutPayload(*object));
-    }
+    for (const VXManagedObjectPtr &object : *found)
+        entries.append(entryWithoutPayload(*object));
     std::ranges::sort(entries, {}, &VXOutboxEntry::number);
     return entries;
+}
+
+std::optional<QStringList> VXOutbox::kindsBeingSent(VXError *error) const
+{
+    VXManagedObjectContext context(_coordinator);
+    VXFetchRequest request(*_coordinator->model().entityForName(entityName));
+    request.predicate = equals(u"state"_s, static_cast<int>(VXOutboxState::Sending));
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    if (!found)
+        return std::nullopt;
+    QStringList kinds;
+    for (const VXManagedObjectPtr &object : *found)
+        kinds.append(object->valueForKey(u"kind"_s).toString());
+    kinds.removeDuplicates();
+    return kinds;
 }
 
 std::optional<VXOutboxEntry> VXOutbox::entry(qint64 number, VXError *error) const
@@ -234,7 +273,12 @@ void VXOutbox::Batch::askFor(const QString &kind, const QString &destination, qi
 
 bool VXOutbox::Batch::makeDue(VXError *error)
 {
-    const auto found = _context.executeFetchRequest(requestForOpen(*_context.persistentStoreCoordinator()), error);
+    QStringList kinds;
+    for (const auto &[kind, destination] : _asked.keys())
+        kinds.append(kind);
+    kinds.removeDuplicates();
+    const auto found =
+        _context.executeFetchRequest(requestForOpen(*_context.persistentStoreCoordinator(), kinds), error);
     if (!found)
         return false;
     for (const VXManagedObjectPtr &object : *found) {

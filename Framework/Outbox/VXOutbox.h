@@ -45,9 +45,11 @@ public:
 
     /** All of them, or those of a kind, in the order they were added; none when they cannot be read. */
     std::optional<QList<VXOutboxEntry>> entries(const QString &kind = {}, VXError *error = nullptr) const;
-    /** Those of a kind that are queued or being sent, in the order they were added, without their payloads. What is done
-     *  is not read. None when they cannot be read. */
+    /** Those of a kind that are queued or being sent, in the order they were added, without their payloads. What is done,
+     *  and what is of another kind, is not read. None when they cannot be read. */
     std::optional<QList<VXOutboxEntry>> openEntries(const QString &kind, VXError *error = nullptr) const;
+    /** The kinds of those that are being sent, or were by a program that has ended. None when they cannot be read. */
+    std::optional<QStringList> kindsBeingSent(VXError *error = nullptr) const;
     /** None, and no error, when it is not there; none and an error when it cannot be read. */
     std::optional<VXOutboxEntry> entry(qint64 number, VXError *error = nullptr) const;
 

@@ -206,12 +206,8 @@ bool VXOutboxRunner::releaseLock()
 
 void VXOutboxRunner::settleInterrupted(const VXOutbox &outbox)
 {
-    QSet<QString> kinds;
-    for (const VXOutboxEntry &entry : outbox.entries().value_or(QList<VXOutboxEntry>())) {
-        if (entry.state == VXOutboxState::Sending)
-            kinds.insert(entry.kind);
-    }
-    for (const QString &kind : std::as_const(kinds)) {
+    const QStringList kinds = outbox.kindsBeingSent().value_or(QStringList());
+    for (const QString &kind : kinds) {
         const std::unique_ptr<VXFileLock> lock = lockOfKind(kind);
         if (!lock->isHeld())
             continue;

@@ -3,7 +3,9 @@
 #include "VXErrorDomain.h"
 #include "VXException.h"
 #include "VXFileLock.h"
+#include "VXFolders.h"
 #include "VXGuard.h"
+#include "VXMetaDataNames.h"
 #include "VXMetaDataOrigin.h"
 #include "VXMetaDataSource.h"
 #include "VXMetaDataSync.h"
@@ -11,6 +13,7 @@
 #include "VXMethodLog.h"
 #include "VXNumberSet.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QScopeGuard>
 
 using namespace Qt::StringLiterals;
@@ -28,22 +31,21 @@ constexpr std::chrono::milliseconds longestTurn = 60s; // of another process tha
 class VXMetaDataSync::Check
 {
 public:
-    Check(VXMetaDataSync &sync, bool repairs)
-        : _mirror(sync._mirror), _repairs(repairs), _context(sync._persistentStoreCoordinator)
+    Check(VXMetaDataSync &sync, const VXEntityDescription &entity, bool repairs)
+        : _mirror(sync._mirror), _entity(entity), _repairs(repairs), _context(sync._persistentStoreCoordinator)
     {
     }
 
-    std::optional<VXMetaDataReport> run(const VXEntityDescription &entity, VXError *error)
+    std::optional<VXMetaDataReport> run(VXError *error)
     {
-        _endings = VXMetaDataFileEndings(entity);
         const auto look = [this](const VXManagedObjectPtr &object) {
             ++_report.objectCount;
             compare(*object);
             return true;
         };
-        if (!VXMetaDataWalk(_context, entity).forEach(look, error))
+        if (!VXMetaDataWalk(_context, _entity).forEach(look, error))
             return std::nullopt;
-        _mirror.folder().forEachName([this](const QString &name) { lookForOrphan(name); });
+        _mirror.folder().forEachEntry([this](const char *name) { lookForOrphan(name); });
         return _report;
     }
 
@@ -67,15 +69,16 @@ private:
                  [&] { return _mirror.writeFile(name, object) && !_mirror.folder().compare(name, *expected); });
     }
 
-    void lookForOrphan(const QString &name)
+    void lookForOrphan(const char *entry)
     {
         ++_report.fileCount;
-        const std::optional<qint64> number = VXNumberInMetaDataFilename(name);
-        if (number && _numbers.contains(*number) && _endings.contains(VXEndingOfMetaDataFilename(name)))
+        const std::optional<qint64> number = _names.numberIn(entry);
+        if (number && _numbers.contains(*number))
             return;
+        const QString name = QFile::decodeName(entry);
         note(Kind::Orphaned, name, [&] {
             _mirror.removeOrphan(name);
-            return !_mirror.folder().modificationTime(name);
+            return !VXExistsAtPath(_mirror.folder().pathOf(name));
         });
     }
 
@@ -90,10 +93,11 @@ private:
     }
 
     VXMetaDataMirror &_mirror;
+    const VXEntityDescription &_entity;
+    const VXMetaDataNames _names{_entity};
     const bool _repairs;
     VXManagedObjectContext _context;
-    VXNumberSet _numbers;   // of the objects that have files
-    QSet<QString> _endings; // of their names
+    VXNumberSet _numbers; // of the objects that have files
     VXMetaDataReport _report;
 };
 
@@ -110,7 +114,7 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
         return std::nullopt;
     }
     const VXMetaDataMirror::Use use(_mirror);
-    std::optional<VXMetaDataReport> report = Check(*this, repairs).run(*entity, error);
+    std::optional<VXMetaDataReport> report = Check(*this, *entity, repairs).run(error);
     VXMetaDataIndexer &indexer = _mirror.indexer();
     if (report)
         report->isIndexWhole = indexer.isSound() && indexer.isInStep(_mirror.folder().fileCount());

@@ -3,6 +3,7 @@
 #include "VXFileDescriptor.h"
 #include "VXFileManager.h"
 #include "VXFolders.h"
+#include "VXMethodLog.h"
 #include "VXRegularFile.h"
 
 #include <QtCore/QDir>
@@ -10,6 +11,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QUuid>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -24,14 +26,23 @@ namespace {
 const QString indexSuffix = u"index"_s;
 const QString passSuffix = u".pass"_s;
 
-QString folder()
+// Beside what is mirrored; and where that can not be written, as what is saved can be.
+QStringList folders()
 {
-    return VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.due"_L1;
+    const VXFileManager &files = VXFileManager::defaultManager();
+    return {files.pathToUserMetadataFolder() + "/.due"_L1,
+            files.pathToUserVNXApplicationSupportFolder() + "/.search-due"_L1};
 }
 
+// Their paths.
 QStringList debts(const QString &pattern)
 {
-    return QDir(folder()).entryList({pattern}, QDir::Files, QDir::Unsorted);
+    QStringList paths;
+    for (const QString &folder : folders()) {
+        for (const QString &name : QDir(folder).entryList({pattern}, QDir::Files, QDir::Unsorted))
+            paths.append(folder + u'/' + name);
+    }
+    return paths;
 }
 
 // Unlike that of any other, in this or another container.
@@ -50,14 +61,24 @@ bool moveToPass(const QString &path, QString *own)
 }
 
 // For adding to it. Made if need be; not open on failure.
-VXFileDescriptor make(const QString &path)
+VXFileDescriptor make(const QString &folder, const QString &name)
 {
-    const auto open = [&path] {
+    const auto open = [path = folder + u'/' + name] {
         return VXFileDescriptor(::open(QFile::encodeName(path).constData(),
                                        O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
     };
     VXFileDescriptor file = open();
-    return file.isOpen() || errno != ENOENT || !VXMakePrivateFolder(folder()) ? std::move(file) : open();
+    return file.isOpen() || errno != ENOENT || !VXMakePrivateFolder(folder) ? std::move(file) : open();
+}
+
+// In the first folder where that can be done.
+bool add(const QString &name, const QByteArray &lines)
+{
+    const QStringList all = folders();
+    return std::ranges::any_of(all, [&](const QString &folder) {
+        const VXFileDescriptor file = make(folder, name);
+        return file.isOpen() && file.writeAll(lines);
+    });
 }
 
 // A line that was cut off names nobody knows which object.
@@ -80,16 +101,20 @@ VXMetaDataDebt::VXMetaDataDebt(const QString &identifier) : _prefix(QString(iden
 {
 }
 
-QString VXMetaDataDebt::ownPath() const
+QString VXMetaDataDebt::ownName() const
 {
-    return folder() + u'/' + _prefix + token();
+    return _prefix + token();
 }
 
 void VXMetaDataDebt::append(const QByteArray &lines) const
 {
-    const VXFileDescriptor file = make(ownPath());
-    if (file.isOpen())
-        static_cast<void>(file.writeAll(lines));
+    static std::atomic<bool> isTold = false; // once, not for each save, until it goes again
+    const bool isWritten = add(ownName(), lines);
+    const QString reason = qt_error_string(errno);
+    if (!isTold.exchange(!isWritten) && !isWritten)
+        VXLogMethod(VXLogError, "append:",
+                    "what is saved and not mirrored can not be noted, and may not be found by searching: %1. %2"_L1.arg(
+                        ownName(), reason));
 }
 
 void VXMetaDataDebt::mark(const QList<qint64> &changed) const
@@ -107,25 +132,26 @@ void VXMetaDataDebt::markAll() const
 
 bool VXMetaDataDebt::isMarked() const
 {
-    return VXExistsAtPath(ownPath());
+    return !debts(ownName()).isEmpty();
 }
 
 void VXMetaDataDebt::settleOwn() const
 {
-    QFile::remove(ownPath());
+    for (const QString &path : debts(ownName()))
+        QFile::remove(path);
 }
 
 void VXMetaDataDebt::leaveToPass() const
 {
     QString own;
-    static_cast<void>(moveToPass(ownPath(), &own)); // else nothing is owed, or a pass has it already
+    for (const QString &path : debts(ownName()))
+        static_cast<void>(moveToPass(path, &own)); // else a pass has it already
 }
 
 // Under a name of its own first: whoever marks meanwhile makes a new file.
-bool VXMetaDataDebt::takeOver(const QString &name, Owed *owed)
+bool VXMetaDataDebt::takeOver(QString path, Owed *owed)
 {
-    QString path = folder() + u'/' + name;
-    if (QString own; !name.endsWith(passSuffix)) {
+    if (QString own; !path.endsWith(passSuffix)) {
         if (!moveToPass(path, &own))
             return false;
         path = own;
@@ -140,16 +166,16 @@ bool VXMetaDataDebt::takeOver(const QString &name, Owed *owed)
 
 void VXMetaDataDebt::markPass() const
 {
-    make(ownPath() + passSuffix);
+    static_cast<void>(add(ownName() + passSuffix, {}));
 }
 
 VXMetaDataDebt::Owed VXMetaDataDebt::beginPass()
 {
     Owed owed;
     _taken.clear();
-    for (const QString &name : debts(_prefix + u'*')) {
-        if (name != _prefix + indexSuffix)
-            takeOver(name, &owed);
+    for (const QString &path : debts(_prefix + u'*')) {
+        if (!path.endsWith(u'/' + _prefix + indexSuffix))
+            takeOver(path, &owed);
     }
     return owed;
 }
@@ -168,17 +194,18 @@ void VXMetaDataDebt::endPass(bool isDone)
 
 void VXMetaDataDebt::markIndex() const
 {
-    make(folder() + u'/' + _prefix + indexSuffix);
+    static_cast<void>(add(_prefix + indexSuffix, {}));
 }
 
 void VXMetaDataDebt::settleIndex() const
 {
-    QFile::remove(folder() + u'/' + _prefix + indexSuffix);
+    for (const QString &path : debts(_prefix + indexSuffix))
+        QFile::remove(path);
 }
 
 bool VXMetaDataDebt::isIndexOwed() const
 {
-    return VXExistsAtPath(folder() + u'/' + _prefix + indexSuffix);
+    return !debts(_prefix + indexSuffix).isEmpty();
 }
 
 bool VXMetaDataDebt::isAny() const
@@ -188,15 +215,15 @@ bool VXMetaDataDebt::isAny() const
 
 void VXMetaDataDebt::forget() const
 {
-    for (const QString &name : debts(_prefix + u'*'))
-        QFile::remove(folder() + u'/' + name);
+    for (const QString &path : debts(_prefix + u'*'))
+        QFile::remove(path);
 }
 
 QStringList VXMetaDataDebt::identifiersOfAll()
 {
     QStringList identifiers;
-    for (const QString &name : debts(u"*@*"_s))
-        identifiers.append(name.section(u'@', 0, -2).replace("%2F"_L1, u"/"_s));
+    for (const QString &path : debts(u"*@*"_s))
+        identifiers.append(path.section(u'/', -1).section(u'@', 0, -2).replace("%2F"_L1, u"/"_s));
     identifiers.removeDuplicates();
     return identifiers;
 }

@@ -26,7 +26,7 @@ public:
     /** Of the sync of that identifier. */
     explicit VXMetaDataDebt(const QString &identifier);
 
-    // -- What this process saves. Where nothing can be written nobody is told; passes tell that.
+    // -- What this process saves. Where that can not be written, nor beside the stores, the log says so once, until it goes again.
     /** It owes something from now on: these objects, and new ones. */
     void mark(const QList<qint64> &changed = {}) const;
     /** The same of more objects than can be named. */
@@ -64,9 +64,9 @@ public:
     static bool isOwnOfAll();
 
 private:
-    QString ownPath() const;
+    QString ownName() const;
     void append(const QByteArray &lines) const;
-    bool takeOver(const QString &name, Owed *owed);
+    bool takeOver(QString path, Owed *owed);
 
     const QString _prefix; // of the files' names
     struct Taken

@@ -62,6 +62,11 @@ bool VXMetaDataFolder::isGone() const
 
 bool VXMetaDataFolder::forEachName(const std::function<void(const QString &name)> &visit) const
 {
+    return forEachEntry([&visit](const char *name) { visit(QFile::decodeName(name)); });
+}
+
+bool VXMetaDataFolder::forEachEntry(const std::function<void(const char *name)> &visit) const
+{
     // A descriptor of its own: listing moves the place where the next one would begin.
     VXFileDescriptor descriptor(::openat(_folder.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     DIR *const list = ::fdopendir(descriptor.number());
@@ -71,15 +76,20 @@ bool VXMetaDataFolder::forEachName(const std::function<void(const QString &name)
     const auto close = qScopeGuard([list] { ::closedir(list); });
     while (const dirent *const entry = ::readdir(list)) {
         if (entry->d_name[0] != '.')
-            visit(QFile::decodeName(entry->d_name));
+            visit(entry->d_name);
     }
     return true;
 }
 
 std::optional<qint64> VXMetaDataFolder::modificationTime(const QString &name) const
 {
+    return modificationTime(QFile::encodeName(name).constData());
+}
+
+std::optional<qint64> VXMetaDataFolder::modificationTime(const char *name) const
+{
     struct stat status = {};
-    if (::fstatat(_folder.number(), QFile::encodeName(name).constData(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+    if (::fstatat(_folder.number(), name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
     return qint64(status.st_mtim.tv_sec) * 1000 + status.st_mtim.tv_nsec / 1000000;
 }
@@ -98,7 +108,7 @@ std::optional<QVariantMap> VXMetaDataFolder::read(const QString &name, VXError *
 qint64 VXMetaDataFolder::fileCount() const
 {
     qint64 count = 0;
-    forEachName([&count](const QString &) { ++count; });
+    forEachEntry([&count](const char *) { ++count; });
     return count;
 }
 

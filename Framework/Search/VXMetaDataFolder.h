@@ -41,9 +41,12 @@ public:
     /** Visits what lies there, without what is hidden; what the visitor removes or makes may be visited or not. False when it
      *  cannot be listed. */
     bool forEachName(const std::function<void(const QString &name)> &visit) const;
+    /** The same by the names as the disk has them. */
+    bool forEachEntry(const std::function<void(const char *name)> &visit) const;
     qint64 fileCount() const;
-    /** Milliseconds since 1970 of the last change; none without a file. */
+    /** Milliseconds since 1970 of the last change; none without a file, and for what is there but is none. */
     std::optional<qint64> modificationTime(const QString &name) const;
+    std::optional<qint64> modificationTime(const char *name) const;
     /** None, with an error, for a file that cannot be read or is no property list of the form expected. */
     std::optional<QVariantMap> read(const QString &name, VXError *error = nullptr) const;
     /** What is wrong with a file that is to say that; none when it does. */

@@ -6,6 +6,7 @@
 #include "VXNone.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QFileInfo>
 #include <QtCore/QScopeGuard>
 
 #include <algorithm>
@@ -63,7 +64,7 @@ bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObjec
 {
     const std::optional<qint64> fileTime = _folder.modificationTime(name);
     if (fileTime && isCurrent(object, *fileTime) && !_owed.contains(object.objectID().number())) {
-        const auto ahead = _ahead.constFind(name);
+        const auto ahead = _ahead.constFind(object.objectID().number());
         ++(ahead == _ahead.cend() ? _unchanged : *ahead == Ahead::Added ? _added : _updated);
         if (ahead != _ahead.cend())
             _ahead.erase(ahead);
@@ -74,6 +75,12 @@ bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObjec
     if (!isWritten)
         ++_errors;
     return isWritten;
+}
+
+bool VXMetaDataMirror::isCurrent(qint64 number, const char *name, std::optional<qint64> date) const
+{
+    const std::optional<qint64> fileTime = _folder.modificationTime(name);
+    return fileTime && *fileTime >= date.value_or(*fileTime) && !_owed.contains(number) && !_ahead.contains(number);
 }
 
 bool VXMetaDataMirror::isCurrent(const VXManagedObject &object, qint64 fileTime) const
@@ -92,12 +99,14 @@ std::optional<QVariantMap> VXMetaDataMirror::valuesOf(const VXManagedObject &obj
     const std::optional<QVariantMap> described = metaDataPlist(object);
     if (!described)
         return std::nullopt;
-    const QUrl uri = object.objectID().uriRepresentation();
-    QVariantMap values{{u"kMDItemIdentifier"_s, QString(uri.host() + uri.path())}, {u"kMDItemCreator"_s, _identifier}};
+    QVariantMap values;
     for (const auto &[key, value] : described->asKeyValueRange()) {
         if (!VXIsNone(value))
             values.insert(key, writable(value));
     }
+    const QUrl uri = object.objectID().uriRepresentation();
+    values.insert(u"kMDItemIdentifier"_s, QString(uri.host() + uri.path())); // whatever the class says
+    values.insert(u"kMDItemCreator"_s, _identifier);
     return values;
 }
 
@@ -128,11 +137,13 @@ bool VXMetaDataMirror::writeFile(const QString &name, const VXManagedObject &obj
     return true;
 }
 
-// The index is the caller's to tell.
+// The index is the caller's to tell. A folder of such a name is somebody's own.
 bool VXMetaDataMirror::removeFile(const QString &name, const char *operation)
 {
     _indexer.willChange();
-    const bool isGone = _folder.remove(name);
+    const bool isGone =
+        _folder.remove(name) || (QFileInfo(_folder.pathOf(name)).isDir() &&
+                                 !VXFileManager::defaultManager().safelyTrashFileAtPath(_folder.pathOf(name)));
     _isWhole = _isWhole && isGone;
     if (!isGone)
         VXLogMethod(VXLogWarning, operation, "Unable to delete file: "_L1 + _folder.pathOf(name));
@@ -156,15 +167,17 @@ void VXMetaDataMirror::writeAhead(const VXManagedObject &object)
 {
     const QString name = metaDataFilename(object.objectID());
     if (!metaDataPlist(object))
-        return removeAhead(name);
+        return removeAhead(object.objectID());
     const Ahead kind = _folder.modificationTime(name) ? Ahead::Updated : Ahead::Added;
-    if (writeFile(name, object) && !_ahead.contains(name))
-        _ahead.insert(name, kind);
+    const qint64 number = object.objectID().number();
+    if (writeFile(name, object) && !_ahead.contains(number))
+        _ahead.insert(number, kind);
 }
 
-void VXMetaDataMirror::removeAhead(const QString &name)
+void VXMetaDataMirror::removeAhead(const VXManagedObjectID &objectID)
 {
-    _ahead.remove(name);
+    const QString name = metaDataFilename(objectID);
+    _ahead.remove(objectID.number());
     if (!_folder.modificationTime(name) || !removeFile(name, "mirrorSavedObjects"))
         return;
     _indexer.didRemove(name);

@@ -54,6 +54,11 @@ public:
 
     /** Writes the object's file if it is not there or older than the object. False when it could not be written. */
     bool synchronizeFile(const QString &name, const VXManagedObject &object);
+    /** Whether a stored object has a file of that name that is not older than the object, and nothing else is due for it. For one
+     *  without date any file will do. */
+    bool isCurrent(qint64 number, const char *name, std::optional<qint64> date) const;
+    /** Counts files that were found current. */
+    void countUnchanged(qsizetype count) { _unchanged += qint32(count); }
     /** What the object's file is to say; none without metadata. */
     std::optional<QVariantMap> valuesOf(const VXManagedObject &object) const;
     /** Writes it anew. False without metadata, and when the old file cannot be removed. */
@@ -71,7 +76,7 @@ public:
     /** Writes the file of an object that was saved. */
     void writeAhead(const VXManagedObject &object);
     /** Removes that of one that was deleted. */
-    void removeAhead(const QString &name);
+    void removeAhead(const VXManagedObjectID &objectID);
 
 private:
     enum class Ahead { Added, Updated };
@@ -85,7 +90,7 @@ private:
     const QString _modificationDateKey;
     VXMetaDataFolder _folder;
     VXMetaDataIndexer _indexer{_identifier, _folder};
-    QHash<QString, Ahead> _ahead; // files written since the last pass
+    QHash<qint64, Ahead> _ahead; // by the object's number: files written since the last pass
     qint32 _removedAhead = 0;
     VXMetaDataDebt::Owed _owed;
     bool _isFolderGone = false;

@@ -3,6 +3,7 @@
 #include "VXFileManager.h"
 #include "VXFramework.h"
 #include "VXGuard.h"
+#include "VXMetaDataNames.h"
 #include "VXMetaDataOrigin.h"
 #include "VXMetaDataSource.h"
 #include "VXMetaDataSync.h"
@@ -11,9 +12,10 @@
 #include "VXNumberSet.h"
 #include "VXPropertyList.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QScopeGuard>
-#include <QtCore/QSet>
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
 
@@ -50,6 +52,10 @@ private:
     /** Each only when the one before ran to its end, or the sync does not run any more. False when it was broken off. */
     bool synchronizeObjects(const VXEntityDescription &entity);
     bool removeOrphans(qint64 *fileCount);
+    /** Whether the pass is to end before the orphans, or at once. */
+    bool isToStop();
+    /** All or none of them: then their files are found current, and counted. */
+    bool passOver(const VXMetaDataWalk::Page &page);
     void synchronizeOne(const VXManagedObjectPtr &object);
     /** False when the object is not there any more. */
     bool synchronize(const VXManagedObjectPtr &object, const QString &name);
@@ -67,8 +73,9 @@ private:
     std::unique_ptr<VXFileLock> _turn;
     bool _isRefused = false; // the turn, for ever
     VXActivity::Ptr _activity;
-    VXNumberSet _numbers;   // of the objects that have been visited
-    QSet<QString> _endings; // of their files' names
+    VXNumberSet _numbers; // of the objects that have been visited
+    std::optional<VXMetaDataNames> _names;
+    bool _isBrokenOff = false;
 };
 
 VXMetaDataSync::Outcome VXMetaDataSync::synchronizeMetaDataFiles(std::optional<std::chrono::milliseconds> longestWait)
@@ -182,7 +189,7 @@ bool VXMetaDataSync::Pass::work()
         log(VXLogError, "%1: there is no entity %2"_L1.arg(_sync._identifier, _sync._entityName));
         return true; // nor will there be
     }
-    _endings = VXMetaDataFileEndings(*entity);
+    _names.emplace(*entity);
     qint64 fileCount = 0;
     if (!makeWayForStore() || !synchronizeObjects(*entity) || !removeOrphans(&fileCount))
         return false;
@@ -222,21 +229,40 @@ bool VXMetaDataSync::Pass::synchronizeObjects(const VXEntityDescription &entity)
     const VXMetaDataWalk walk(_context, entity);
     _activity->setDoubleValue(0);
     _activity->setMaxValue(double(walk.count(&error).value_or(0)));
-    bool isBrokenOff = false;
-    const auto visit = [&](const VXManagedObjectPtr &object) {
-        if (_sync._mirror.isFolderGone())
-            _sync.setNeedsUpdate(true);
-        isBrokenOff =
-            _sync.isRunning() && _sync.needsUpdate(); // the next pass knows more, and which files have no object
-        if (isBrokenOff || !_sync.isRunning())
+    const auto visit = [this](const VXManagedObjectPtr &object) {
+        if (isToStop())
             return false;
         synchronizeOne(object);
         return true;
     };
-    const bool isRead = walk.forEach(visit, &error);
+    const auto passesOver = [this](const VXMetaDataWalk::Page &page) { return passOver(page); };
+    const bool isRead = walk.forEachUnless(_sync._modificationDateKey, passesOver, visit, &error);
     if (!isRead && _sync.isRunning()) // else the store may be closed already
         log(VXLogError, error.description());
-    return isRead && !isBrokenOff;
+    return isRead && !_isBrokenOff;
+}
+
+bool VXMetaDataSync::Pass::isToStop()
+{
+    if (_sync._mirror.isFolderGone())
+        _sync.setNeedsUpdate(true);
+    _isBrokenOff = _sync.isRunning() && _sync.needsUpdate(); // the next pass knows more, and which files have no object
+    return _isBrokenOff || !_sync.isRunning();
+}
+
+bool VXMetaDataSync::Pass::passOver(const VXMetaDataWalk::Page &page)
+{
+    const bool areCurrent = std::ranges::all_of(page, [this](const VXAttributeNumber &each) {
+        const VXManagedObjectID &objectID = each.objectID;
+        return !isToStop() && _sync._mirror.isCurrent(objectID.number(), _names->nameOf(objectID), each.number);
+    });
+    if (!areCurrent)
+        return false;
+    for (const VXAttributeNumber &each : page)
+        _numbers.insert(each.objectID.number());
+    _sync._mirror.countUnchanged(page.size());
+    _activity->setDoubleValue(_activity->doubleValue() + double(page.size()));
+    return true;
 }
 
 void VXMetaDataSync::Pass::synchronizeOne(const VXManagedObjectPtr &object)
@@ -261,16 +287,16 @@ bool VXMetaDataSync::Pass::synchronize(const VXManagedObjectPtr &object, const Q
 
 bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
 {
-    const bool isListed = _sync._mirror.folder().forEachName([&](const QString &name) {
+    const bool isListed = _sync._mirror.folder().forEachEntry([&](const char *name) {
         if (!_sync.isRunning())
             return;
-        const std::optional<qint64> number = VXNumberInMetaDataFilename(name);
-        if (number && _numbers.contains(*number) && _endings.contains(VXEndingOfMetaDataFilename(name))) {
+        const std::optional<qint64> number = _names->numberIn(name);
+        if (number && _numbers.contains(*number)) {
             ++*fileCount;
             return;
         }
         _activity->increment();
-        withFile([&] { _sync._mirror.removeOrphan(name); });
+        withFile([&] { _sync._mirror.removeOrphan(QFile::decodeName(name)); });
     });
     if (!isListed)
         log(VXLogError, "The folder can not be listed: "_L1 + _sync._mirror.folder().path());
@@ -294,7 +320,7 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
     for (const VXManagedObjectID &objectID : saved.deleted) {
         if (saved.present.contains(objectID) && _context.existingObjectWithID(objectID))
             continue; // written again since
-        withFile([&] { _sync._mirror.removeAhead(metaDataFilename(objectID)); });
+        withFile([&] { _sync._mirror.removeAhead(objectID); });
     }
     return saved.isAll && _sync._mirror.isWhole();
 }

@@ -31,24 +31,10 @@ QString VXMetaDataFilename(const QString &name, const QString &entityName)
     return name + generation + entityName.toLower();
 }
 
-QSet<QString> VXMetaDataFileEndings(const VXEntityDescription &entity)
-{
-    QSet<QString> endings;
-    for (const VXEntityDescription *const each : entity.family())
-        endings.insert(each->name().toLower());
-    return endings;
-}
-
-QString VXEndingOfMetaDataFilename(const QString &name)
-{
-    const qsizetype point = name.indexOf(u'.');
-    return point < 0 ? QString() : name.sliced(point + 1);
-}
-
 // "p" NUMBER "_MD2." ENTITY, as it is made above.
 std::optional<qint64> VXNumberInMetaDataFilename(QStringView name)
 {
-    if (!name.startsWith(u'p'))
+    if (!name.startsWith(u'p') || name.startsWith("p0"_L1))
         return std::nullopt;
     const auto isDigit = [](QChar each) { return each >= u'0' && each <= u'9'; };
     const auto end = std::find_if_not(name.begin() + 1, name.end(), isDigit) - name.begin();

@@ -4,7 +4,6 @@
 #include "VXManagedObject.h"
 
 #include <QtCore/QList>
-#include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
@@ -45,6 +44,3 @@ public:
 [[nodiscard]] VX_EXPORT QString VXMetaDataFilename(const QString &name, const QString &entityName);
 /** The number of the object that a file of that name is of; none for what is no such name. */
 [[nodiscard]] VX_EXPORT std::optional<qint64> VXNumberInMetaDataFilename(QStringView name);
-/** What stands behind the point in the names of files of an entity's objects, and in one name. */
-[[nodiscard]] VX_EXPORT QSet<QString> VXMetaDataFileEndings(const VXEntityDescription &entity);
-[[nodiscard]] VX_EXPORT QString VXEndingOfMetaDataFilename(const QString &name);

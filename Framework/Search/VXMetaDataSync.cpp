@@ -26,6 +26,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr double shortestFrequency = 10;                 // seconds
+constexpr double longestFrequency = 24 * 60 * 60;        // likewise
 constexpr std::chrono::milliseconds delayAfterSave = 5s; // that came during a pass
 constexpr std::chrono::seconds longestFarewell = 10s;
 constexpr std::chrono::milliseconds servingTurn = 5ms;
@@ -46,6 +47,12 @@ struct Launched
         return launched;
     }
 };
+
+std::chrono::milliseconds pollingInterval()
+{
+    const double seconds = std::min(VXMetaDataSync::syncFrequency(), longestFrequency);
+    return std::chrono::milliseconds(std::llround(seconds * 1000));
+}
 
 } // namespace
 
@@ -125,8 +132,7 @@ bool VXMetaDataSync::startWork()
     }
     VXMetaDataKeeper::begin();
     if (!isThreaded()) {
-        const std::chrono::milliseconds time(std::llround(syncFrequency() * 1000));
-        QTimer::singleShot(time, [self = shared_from_this()] { self->timedMetaDataWorker(); });
+        QTimer::singleShot(pollingInterval(), [self = shared_from_this()] { self->timedMetaDataWorker(); });
         return true;
     }
     {
@@ -369,7 +375,7 @@ bool VXMetaDataSync::writeObjectMetaData(const VXManagedObject &object, const QS
 
 std::chrono::milliseconds VXMetaDataSync::delay() const
 {
-    return needsUpdate() ? delayAfterSave : std::chrono::milliseconds(std::llround(syncFrequency() * 1000));
+    return needsUpdate() ? delayAfterSave : pollingInterval();
 }
 
 void VXMetaDataSync::runDuePass()

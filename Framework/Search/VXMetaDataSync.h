@@ -63,7 +63,8 @@ public:
 
     /** Whether passes run on a thread of their own: true. */
     static bool isThreaded() { return true; }
-    /** Seconds between looks whether a pass is due: the user default "metadata.sync.frequency", at least 10. */
+    /** Seconds between looks whether a pass is due: the user default "metadata.sync.frequency", at least 10. One is made in a
+     *  day at the latest. */
     static double syncFrequency();
 
     /** Until terminate(). */
@@ -94,10 +95,11 @@ public:
     };
     /** A pass over all objects. Waits for its turn until terminate(), or at most for that time. */
     Outcome synchronizeMetaDataFiles(std::optional<std::chrono::milliseconds> longestWait = {});
-    /** Writes the object's file if it is not there or older than the object. False when it could not be written. */
+    /** Writes the object's file if it is not there or older than the object. False when it could not be written. Of the path only
+     *  the name counts: it lies in the sync's folder. */
     bool synchronizeMetaDataFile(const QString &path, const VXManagedObject &object);
     /**
-     * Writes the object's file anew. False without metadata, and when the old file cannot be removed; a new one that cannot
+     * Writes the object's file anew, likewise. False without metadata, and when the old file cannot be removed; a new one that cannot
      * be written is logged, and the result is true.
      */
     bool writeObjectMetaData(const VXManagedObject &object, const QString &path);

@@ -13,14 +13,42 @@ std::optional<qsizetype> VXMetaDataWalk::count(VXError *error) const
 
 // The objects of one SQLite store are read a page after the other, for even the IDs of all would fill memory. The other stores
 // have all in memory anyway.
-bool VXMetaDataWalk::forEach(const std::function<bool(const VXManagedObjectPtr &object)> &visit, VXError *error) const
+std::shared_ptr<VXSQLiteStore> VXMetaDataWalk::pagedStore() const
 {
     const auto stores = _context.persistentStoreCoordinator()->persistentStores();
-    const bool isPaged = stores.size() == 1 && stores.first()->type() == VXStoreType::SQLite;
+    return stores.size() == 1 ? std::dynamic_pointer_cast<VXSQLiteStore>(stores.first()) : nullptr;
+}
+
+const VXAttributeDescription *VXMetaDataWalk::storedDate(const QString &key) const
+{
+    const VXAttributeDescription *const attribute = _entity.attributeForName(key);
+    const bool isStored =
+        attribute != nullptr && attribute->type() == VXAttributeType::Date && !attribute->isTransient();
+    return isStored ? attribute : nullptr;
+}
+
+bool VXMetaDataWalk::forEachUnless(const QString &dateKey, const PassesOver &passesOver, const Visit &visit,
+                                   VXError *error) const
+{
+    const std::shared_ptr<VXSQLiteStore> paged = pagedStore();
+    const VXAttributeDescription *const date = paged && passesOver ? storedDate(dateKey) : nullptr;
     VXFetchRequest request(_entity);
-    (isPaged ? request.limit : request.batchSize) = pageSize;
-    std::optional<VXFetchResult> page = _context.executeFetchRequest(request, error);
-    while (page) {
+    (paged ? request.limit : request.batchSize) = pageSize;
+    bool isAtEnd = false;
+    while (!isAtEnd) {
+        const auto dates = date == nullptr ? std::optional(Page())
+                                           : paged->numbersBehind(request.afterNumber, pageSize, _entity, *date, error);
+        if (!dates)
+            return false;
+        if (date != nullptr && passesOver(*dates)) {
+            isAtEnd = dates->size() < pageSize;
+            request.afterNumber = dates->isEmpty() ? request.afterNumber : dates->constLast().objectID.number();
+            continue;
+        }
+        const std::optional<VXFetchResult> page = _context.executeFetchRequest(request, error);
+        if (!page)
+            return false;
+        isAtEnd = !paged || page->size() < pageSize;
         for (const VXManagedObjectPtr &object : *page) {
             const bool goesOn = visit(object);
             _context.refreshObject(object, false);
@@ -28,9 +56,6 @@ bool VXMetaDataWalk::forEach(const std::function<bool(const VXManagedObjectPtr &
                 return true;
             request.afterNumber = object->objectID().number();
         }
-        if (!isPaged || page->size() < pageSize)
-            break;
-        page = _context.executeFetchRequest(request, error);
     }
-    return bool(page);
+    return true;
 }

@@ -137,6 +137,8 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::open(VXError *error)
         return nullptr;
     }
     VXError problem;
+    if (QFileInfo(path()).isSymLink()) // to where all would be seen by others
+        QFile::remove(path());
     makeFile(path());
     std::unique_ptr<VXSearchIndex> index = openFile(&problem);
     if (!index) {

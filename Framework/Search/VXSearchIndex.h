@@ -82,8 +82,8 @@ public:
 
     // -- Searching
     /**
-     * Objects that have a word beginning with each of the words given, letters with and without marks being the same, or a
-     * phone number that ends with the digits, if there are four at least. Whole words and numbers first; among them what has no
+     * Objects that have a word beginning with each of the words given, letters with and without marks being the same where
+     * the mark is one of its own ("é", not "ø"), or a phone number that ends with the digits, if there are four at least. Whole words and numbers first; among them what has no
      * date (contacts), then the latest. After all these, records of a number that a contact has, by the words of both: of up
      * to 100 contacts. `kind`: null for all. None on failure, and for more than 32 words or 1,000 characters. A record's
      * title has the name of a contact for a bare number of its.

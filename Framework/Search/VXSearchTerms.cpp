@@ -17,10 +17,10 @@ constexpr qsizetype longestText = 1000;
 // Those that have a letter or digit: the others are no words to the index.
 QStringList wordsOf(const QString &text)
 {
-    static const QRegularExpression space(u"\\s+"_s);
+    static const QRegularExpression space(u"\\s+"_s, QRegularExpression::UseUnicodePropertiesOption);
     QStringList words = QString(text).replace(QChar(0), u' ').split(space, Qt::SkipEmptyParts);
     words.removeIf([](const QString &word) {
-        return std::ranges::none_of(word, [](QChar each) { return each.isLetterOrNumber(); });
+        return std::ranges::none_of(word.toUcs4(), [](uint each) { return QChar::isLetterOrNumber(each); });
     });
     words.removeDuplicates();
     return words;
@@ -28,7 +28,9 @@ QStringList wordsOf(const QString &text)
 
 QString digitsOf(const QString &text)
 {
-    static const QRegularExpression number(u"^[-+0-9 ()/.*#]+$"_s);
+    // Also with the blanks and hyphens that pages have.
+    static const QRegularExpression number(u"^[-+0-9\\s\\p{Pd}()/.*#]+$"_s,
+                                           QRegularExpression::UseUnicodePropertiesOption);
     const QString digits = number.match(text).hasMatch() ? VXPhoneNumberSearchString(text) : QString();
     return digits.size() >= fewestDigits ? digits : QString();
 }

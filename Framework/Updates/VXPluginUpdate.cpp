@@ -4,6 +4,8 @@
 #include "VXFramework.h"
 #include "VXPluginManager.h"
 #include "VXPluginScanner.h"
+#include "VXTextWithoutPasswords.h"
+#include "VXUpdateFolders.h"
 #include "VXURLError.h"
 #include "VXVersion.h"
 #include "VXZipFile.h"
@@ -44,14 +46,12 @@ QString folderToUnpackInto(const VXWebDownload &download)
 VXPluginUpdate::VXPluginUpdate(const VXPluginProxy &plugin, Mode mode)
     : _identifier(plugin.identifier()), _installedVersion(plugin.infoText(u"CFBundleVersion"_s)),
       _feedURL(plugin.infoText(u"VXPluginUpdateURL"_s)),
-      _key(QByteArray::fromBase64(plugin.infoText(u"VXPluginUpdateKey"_s).toLatin1())), _mode(mode)
+      _key(QByteArray::fromBase64(plugin.infoText(u"VXPluginUpdateKey"_s).toLatin1())), _mode(mode),
+      _folders(std::make_unique<VXUpdateFolders>())
 {
 }
 
-VXPluginUpdate::~VXPluginUpdate()
-{
-    removeFolders();
-}
+VXPluginUpdate::~VXPluginUpdate() = default;
 
 void VXPluginUpdate::start(std::function<void()> completion)
 {
@@ -84,13 +84,14 @@ void VXPluginUpdate::download(const QString &address, qint64 maximumLength)
 {
     const QUrl url(address, QUrl::StrictMode);
     if (url.scheme() != "https"_L1)
-        return refuse(VXLocalizedString(u"%1 is not secure: updates come over HTTPS only."_s).arg(address));
+        return refuse(VXLocalizedString(u"%1 is not secure: updates come over HTTPS only."_s)
+                          .arg(VXTextWithoutPasswords(address)));
     _download = VXWebDownload::create();
     _download->setMaximumLength(maximumLength);
     _download->setFormFields({{.name = u"identifier"_s, .text = _identifier, .filePath = {}},
                               {.name = u"version"_s, .text = _installedVersion, .filePath = {}}});
     _download->setDelegate(shared_from_this());
-    _folders.append(_download->folderPath());
+    _folders->add(_download->folderPath());
     _download->requestURL(url);
 }
 
@@ -103,7 +104,7 @@ void VXPluginUpdate::requestDidComplete(VXWebRequest *)
     else if (error)
         refuse(textOf(error), isOfTheServer(error) ? State::Refused : State::Failed);
     else if (response.statusCode != 200)
-        refuse(u"%1: %2 %3"_s.arg(response.url.toString()).arg(response.statusCode).arg(response.statusText()),
+        refuse(u"%1: %2 %3"_s.arg(response.url.toDisplayString()).arg(response.statusCode).arg(response.statusText()),
                State::Failed);
     else if (_newVersion.isNull())
         checkFeed();
@@ -198,17 +199,10 @@ void VXPluginUpdate::refuse(const QString &reason, State state)
     end(state);
 }
 
-void VXPluginUpdate::removeFolders()
-{
-    for (const QString &folder : std::as_const(_folders))
-        QDir(folder).removeRecursively();
-    _folders.clear();
-}
-
 void VXPluginUpdate::end(State state)
 {
     _state = state;
-    removeFolders();
+    _folders->remove();
     if (const auto completion = std::exchange(_completion, {}))
         completion();
 }

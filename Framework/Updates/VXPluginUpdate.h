@@ -10,13 +10,15 @@
 #include <memory>
 
 class VXPluginProxy;
+class VXUpdateFolders;
 class VXZipFile;
 
 /**
  * The update of one plugin: downloads the feed that its bundle names ("VXPluginUpdateURL", over HTTPS), checks it with the
  * key that the bundle carries ("VXPluginUpdateKey", Base64 of an Ed25519 key), and, if it offers a newer version, downloads
  * that, checks its size, SHA-256, identifier and version, and hands the bundle to the plugin manager to be installed. Whatever
- * does not agree is refused with a reason, and nothing is changed. Held by a shared pointer. Main thread only.
+ * does not agree is refused with a reason, and nothing is changed. What one that was killed left in the temporary folder goes
+ * with the next. Held by a shared pointer. Main thread only.
  */
 class VX_EXPORT VXPluginUpdate : public QObject, public std::enable_shared_from_this<VXPluginUpdate>
 {
@@ -72,7 +74,6 @@ private:
     void install(const QString &bundlePath);
     void refuse(const QString &reason, State state = State::Refused);
     void end(State state);
-    void removeFolders();
 
     const QString _identifier;
     const QString _installedVersion;
@@ -87,6 +88,6 @@ private:
     VXPluginFeed _feed; // once it has been checked
     VXWebDownload::Ptr _download;
     std::shared_ptr<VXZipFile> _zipFile;
-    QStringList _folders; // made on the way
+    const std::unique_ptr<VXUpdateFolders> _folders; // made on the way
     std::function<void()> _completion;
 };

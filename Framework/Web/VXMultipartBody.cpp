@@ -44,6 +44,9 @@ void VXMultipartBody::addFile(Part &part)
     if (QString reason; !VXRegularFile::open(file, &reason))
         _problem = u"\"%1\": %2"_s.arg(part.path, reason);
     part.fileSize = file.size();
+    // The kernel's own say nothing of their size, and would go out as empty ones.
+    if (char byte = 0; part.fileSize == 0 && file.isOpen() && file.read(&byte, 1) == 1)
+        _problem = u"\"%1\": %2"_s.arg(part.path, u"its size is not known"_s);
 }
 
 void VXMultipartBody::rewind()

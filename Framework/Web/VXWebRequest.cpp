@@ -472,7 +472,7 @@ void VXWebRequest::complete(const RunPtr &run)
     {
         const VXMutexLocker lock(_lock);
         run->state = State::Told;
-        if (_run == run && _delegate) { // not started again meanwhile
+        if (_run == run && _delegate && _delegate == delegate) { // not started again meanwhile, nor given another one
             _toldDelegate = _delegate;
             _delegate.reset(); // `delegate` holds it still
         }

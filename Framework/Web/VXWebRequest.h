@@ -36,7 +36,8 @@ public:
     /** Names the request's activity, and the folder of a download. */
     QString uuid() const { return _uuid; }
 
-    /** Seconds without a byte sent or received after which the request fails; 0 for no end. At first 30. */
+    /** Seconds without a byte sent or received after which the request fails; 0 for no end. At first 30. They begin with its
+     *  turn: of many at once a hundred have theirs. */
     float timeout() const;
     void setTimeout(float seconds);
 
@@ -52,11 +53,12 @@ public:
     /** A form whose texts are texts, whatever they are. It goes before the user data. */
     void setFormFields(const QList<VXFormField> &fields);
 
-    /** Who is told. Kept alive until it has been told, and known as long as it lives. Null also takes the activity away. */
+    /** Who is told. Kept alive until it has been told, and known as long as it lives: one that nobody else holds is gone then, and
+     *  is set anew for another start. Null also takes the activity away. */
     std::shared_ptr<QObject> delegate() const;
     void setDelegate(const std::shared_ptr<QObject> &delegate);
 
-    /** Starts, and returns at once. A null URL, or a request that runs already, fails an assertion. One that another thread is
+    /** Starts, and returns at once; on another thread than the main thread once that has shown the activity. A null URL, or a request that runs already, fails an assertion. One that another thread is
      *  just cancelling before its first start counts as started, and cancelled. */
     void requestURL(const QUrl &theURL);
 

@@ -83,10 +83,10 @@ void append(HeaderList &list, const QByteArray &line)
 class VXWebTransfer::Exchange
 {
 public:
-    Exchange(VXWebTransfer &transfer, const QUrl &url, bool isPost, CURL *easy)
+    Exchange(VXWebTransfer &transfer, const QUrl &url, bool isPost, bool isRedirected, CURL *easy)
         : _transfer(transfer), _url(url), _body(isPost ? transfer._request.body() : nullptr), _easy(easy)
     {
-        setOptions(isPost);
+        setOptions(isPost, isRedirected);
     }
 
     VXError run(CURLM *multi);
@@ -110,7 +110,7 @@ private:
             return CURL_READFUNC_ABORT; // more than a receiving callback may take
         }
     }
-    void setOptions(bool isPost);
+    void setOptions(bool isPost, bool isRedirected);
     void setSecurityOptions();
     size_t send(char *bytes, size_t maximum);
     size_t receiveHeader(char *bytes, size_t count);
@@ -147,7 +147,7 @@ private:
     QUrl _redirectedTo;
 };
 
-void VXWebTransfer::Exchange::setOptions(bool isPost)
+void VXWebTransfer::Exchange::setOptions(bool isPost, bool isRedirected)
 {
     const QByteArray url = _url.toEncoded(QUrl::FullyEncoded | QUrl::RemoveFragment);
     curl_easy_setopt(_easy, CURLOPT_URL, url.constData());
@@ -174,8 +174,8 @@ void VXWebTransfer::Exchange::setOptions(bool isPost)
         curl_easy_setopt(_easy, CURLOPT_POST, 1L);
         curl_easy_setopt(_easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t{_body ? _body->size() : 0});
         // A server that hangs up on a kept connection has libcurl send once more by itself, but no body that has no way to
-        // be rewound; what has no body gets a new connection.
-        if (!_body)
+        // be rewound; what has no body gets a new connection. So does what the server has sent on, which it may hang up behind.
+        if (!_body || isRedirected)
             curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
         curl_easy_setopt(_easy, CURLOPT_READFUNCTION, &callback<&Exchange::send>);
         curl_easy_setopt(_easy, CURLOPT_READDATA, this);
@@ -431,7 +431,7 @@ VXError VXWebTransfer::perform()
     bool isPost = true;
     bool isInOrder = true;
     for (int redirects = 0; !_isStopped; ++redirects) {
-        Exchange exchange(*this, url, isPost, handle.easy());
+        Exchange exchange(*this, url, isPost, redirects > 0, handle.easy());
         error = exchange.run(handle.multi());
         isInOrder = exchange.isInOrder();
         const QUrl next = exchange.redirectedTo();

@@ -179,6 +179,40 @@ std::optional<qint64> VXSQLiteStore::count(const VXFetchRequest &request, VXErro
     return request.limit > 0 ? std::min<qint64>(behindOffset, request.limit) : behindOffset;
 }
 
+std::optional<QList<VXAttributeNumber>> VXSQLiteStore::numbersBehind(qint64 afterNumber, qsizetype limit,
+                                                                     const VXEntityDescription &entity,
+                                                                     const VXAttributeDescription &attribute,
+                                                                     VXError *error)
+{
+    const VXSQLiteRowLayout &rowLayout = layout(entity);
+    QStringList conditions{u"t0.Z_PK > ?1"_s, entityCondition(VXFetchRequest(entity), _schema, true)};
+    conditions.removeAll(QString());
+    const QString sql = u"SELECT %1, t0.%2 FROM %3 t0 WHERE %4 ORDER BY t0.Z_PK LIMIT ?2"_s.arg(
+        rowLayout.identityColumns(), VXSQLiteSchema::column(attribute), VXSQLiteSchema::table(entity),
+        conditions.join(" AND "_L1));
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    VXSQLiteStatement statement = connection ? connection->statement(sql, error) : VXSQLiteStatement();
+    if (!statement)
+        return std::nullopt;
+    statement.bindNumber(1, afterNumber);
+    statement.bindNumber(2, limit);
+    QList<VXAttributeNumber> found;
+    found.reserve(limit);
+    Step at = statement.step();
+    for (; at == Step::Row; at = statement.step()) {
+        VXFetchedRow fetched;
+        if (!readFetched(rowLayout, statement, nullptr, &fetched, error))
+            return std::nullopt;
+        const VXSQLiteValue value = statement.value(2);
+        found.append({fetched.objectID, value.isNull() ? std::nullopt : std::optional(value.number())});
+    }
+    if (at == Step::Failed) {
+        VXSetError(error, connection->lastError());
+        return std::nullopt;
+    }
+    return found;
+}
+
 VXStoreRow::Ptr VXSQLiteStore::row(const VXManagedObjectID &objectID, VXError *error)
 {
     const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);

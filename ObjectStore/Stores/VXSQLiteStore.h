@@ -12,8 +12,16 @@
 #include <mutex>
 #include <vector>
 
+class VXAttributeDescription;
 class VXSaveReferences;
 class VXStoreRowBatch;
+
+/** What an object has in one attribute, a whole number or a date in milliseconds since 1970, UTC; none for no value. */
+struct VXAttributeNumber
+{
+    VXManagedObjectID objectID;
+    std::optional<qint64> number;
+};
 
 /**
  * A store in an SQLite file (docs/FORMATS.md) with a write-ahead log: readers of any thread and process run beside the one
@@ -38,6 +46,11 @@ public:
     bool related(const QList<VXManagedObjectID> &sources, const VXRelationshipDescription &relationship,
                  const std::function<void(const VXManagedObjectID &source, const VXManagedObjectID &target)> &sink,
                  VXError *error) override;
+    /** Of the objects of an entity and its subentities with a greater number, the first ones, in the order of their numbers.
+     * Reads nothing else of them. None, with an error, on failure. */
+    std::optional<QList<VXAttributeNumber>> numbersBehind(qint64 afterNumber, qsizetype limit,
+                                                          const VXEntityDescription &entity,
+                                                          const VXAttributeDescription &attribute, VXError *error);
     std::optional<qint64> reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error) override;
     std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                              VXError *error) override;

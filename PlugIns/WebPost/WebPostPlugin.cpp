@@ -7,6 +7,7 @@
 #include "VXPluginOptions.h"
 #include "VXPrincipalClass.h"
 #include "VXReactorPlugin.h"
+#include "VXTextWithoutPasswords.h"
 
 using namespace Qt::StringLiterals;
 
@@ -93,7 +94,7 @@ private:
         if (text.isEmpty())
             fail(u"No URL to post to is set."_s);
         if (url.host().isEmpty() || (url.scheme() != "http"_L1 && url.scheme() != "https"_L1))
-            fail(u"\"%1\" is no URL of the web."_s, text);
+            fail(u"\"%1\" is no URL of the web."_s, VXTextWithoutPasswords(text));
         return url;
     }
 

@@ -30,6 +30,17 @@ VXSearchAnswers::VXSearchAnswers(std::function<void(const QString &url)> open, s
     _idle.start();
 }
 
+// A desktop may be all that ever looks into it.
+void VXSearchAnswers::tell(const char *method, const VXError &error)
+{
+    VXLogMethod(VXLogWarning, method, error.description());
+    if (!VXSearchIndex::discardIfDamaged(error))
+        return;
+    _index.reset();
+    if (_didDiscard)
+        _didDiscard();
+}
+
 // One that was made anew meanwhile is another file.
 VXSearchIndex *VXSearchAnswers::index()
 {
@@ -37,7 +48,7 @@ VXSearchIndex *VXSearchAnswers::index()
     if (!_index || !_index->isCurrent())
         _index = VXSearchIndex::openExisting(&error);
     if (error)
-        VXLogMethod(VXLogWarning, "index", error.description());
+        tell("index", error);
     return _index.get();
 }
 
@@ -47,7 +58,7 @@ QList<VXFoundObject> VXSearchAnswers::find(const QString &words)
     VXSearchIndex *const index = this->index();
     const auto found = index == nullptr ? std::nullopt : index->find(words, {}, mostResults, &error);
     if (error)
-        VXLogMethod(VXLogWarning, "find", error.description());
+        tell("find", error);
     _found.clear();
     for (const VXFoundObject &object : found.value_or(QList<VXFoundObject>()))
         _found.insert(object.uri.toString(), object);

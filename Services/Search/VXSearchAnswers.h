@@ -17,6 +17,8 @@ class VXSearchAnswers
 {
 public:
     VXSearchAnswers(std::function<void(const QString &url)> open, std::chrono::milliseconds idleTime);
+    /** Called when the index was damaged, and was thrown away. */
+    void setDidDiscard(std::function<void()> didDiscard) { _didDiscard = std::move(didDiscard); }
 
     /** Every call of a desktop's comes by here. */
     void noteCall() { _idle.start(); }
@@ -30,7 +32,7 @@ public:
     void open(const QString &id);
     void openApplication() { _open({}); }
 
-    /** "message, 31 January 2026": what is told of one beside its name. */
+    /** "Message · 31.01.26, 10:00 · See you": what is told of one beside its name. */
     static QString subtitle(const VXFoundObject &object);
     static QString title(const VXFoundObject &object);
     /** Of the freedesktop.org icon names. */
@@ -38,8 +40,10 @@ public:
 
 private:
     VXSearchIndex *index();
+    void tell(const char *method, const VXError &error);
 
     const std::function<void(const QString &url)> _open;
+    std::function<void()> _didDiscard;
     std::unique_ptr<VXSearchIndex> _index;
     QHash<QString, VXFoundObject> _found; // by the last search
     QTimer _idle;

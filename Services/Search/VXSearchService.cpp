@@ -66,6 +66,7 @@ VXSearchService::VXSearchService(std::function<void(const QString &url)> open, s
     if (!_problem.isNull())
         return;
     _server = std::make_unique<Server>(std::move(open), idleTime);
+    _server->answers().setDidDiscard([this] { Q_EMIT indexWasDiscarded(); });
     _problem = _server->serve();
     if (!_problem.isNull())
         return;

@@ -31,6 +31,8 @@ public:
 Q_SIGNALS:
     /** Nobody asks any more, or the bus is gone: the program may end. The name is given back by then. */
     void idle();
+    /** The index was damaged, and is gone: all is to be mirrored anew. */
+    void indexWasDiscarded();
 
 private Q_SLOTS:
     void end();

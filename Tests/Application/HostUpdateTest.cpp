@@ -177,6 +177,42 @@ TEST_F(HostUpdateTest, RefusesWhatIsNotRightAndChangesNothing)
     EXPECT_TRUE(QDir(path(u".local/share/Vornix 2/PlugIns (Install)"_s)).isEmpty());
 }
 
+// Where the kernel says that a process has it open, so that it is known from those of others.
+QString scratchFolderOf(qint64 process)
+{
+    const QString files = u"/proc/%1/fd"_s.arg(process);
+    for (const QString &number : QDir(files).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
+        const QString target = QFile::symLinkTarget(files + u'/' + number);
+        if (target.startsWith("/tmp/.vornix-update-"_L1))
+            return target;
+    }
+    return {};
+}
+
+TEST_F(HostUpdateTest, WhatAKilledOneLeftGoesWithTheNext)
+{
+    VXPluginFixture slow = installed;
+    slow.info[u"VXPluginUpdateURL"_s] = server.url(u"/slow"_s).toString();
+    QDir(shared).removeRecursively();
+    slow.write(shared);
+    QProcess update;
+    update.start(hostProgram(), {u"plugins"_s, u"update"_s, u"sample"_s});
+    QString scratch;
+    QString download;
+    ASSERT_TRUE(VXRunUntil([&] {
+        scratch = scratchFolderOf(update.processId());
+        download = scratch.isEmpty() ? QString() : u"/tmp/"_s + QDir(scratch).entryList(QDir::Files).value(0);
+        return !download.endsWith(u'/') && QFile::exists(download);
+    }));
+    update.kill();
+    ASSERT_TRUE(update.waitForFinished());
+    EXPECT_TRUE(QFile::exists(download));
+    server.stop();
+    EXPECT_THAT(reason(), HasSubstr("failed: "));
+    EXPECT_FALSE(QFile::exists(scratch));
+    EXPECT_FALSE(QFile::exists(download));
+}
+
 TEST_F(HostUpdateTest, WhatOffersNoUpdatesOrCanNotCheckThemIsTold)
 {
     const auto reasonWith = [&](const QString &url, const QString &publicKey) {

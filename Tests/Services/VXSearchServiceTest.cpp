@@ -8,6 +8,7 @@
 #include "VXTesting.h"
 #include "VXTestProcess.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QProcess>
 
 #include <optional>
@@ -101,6 +102,18 @@ TEST_F(VXSearchServiceTest, AnswersKRunner)
     EXPECT_THAT(busctl(u"Match"_s, {u"s"_s, u"0100"_s}), HasSubstr("a(sssida{sv}) 2 "));
     busctl(u"Run"_s, {u"ss"_s, jane, QString(u""_s)});
     EXPECT_EQ(opened, QStringList{u"vxbook://store/vxperson/p1"_s});
+}
+
+TEST_F(VXSearchServiceTest, ThrowsADamagedIndexAwayAndSaysSo)
+{
+    const auto service = makeService();
+    int discards = 0;
+    QObject::connect(service.get(), &VXSearchService::indexWasDiscarded, service.get(), [&] { ++discards; });
+    run(u"sqlite3"_s, {VXSearchIndex::path(), u"DELETE FROM words_data"_s});
+    for (int round = 0; round < 2; ++round)
+        EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['jane']"_s}), "(@as [],)\n");
+    EXPECT_EQ(discards, 1);
+    EXPECT_FALSE(QFile::exists(VXSearchIndex::path()));
 }
 
 TEST_F(VXSearchServiceTest, EndsWhenNobodyAsks)

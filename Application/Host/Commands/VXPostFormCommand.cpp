@@ -8,6 +8,7 @@
 #include "VXHostOutput.h"
 #include "VXPropertyList.h"
 #include "VXSignalWatcher.h"
+#include "VXTextWithoutPasswords.h"
 #include "VXWebConnection.h"
 #include "VXWebDownload.h"
 
@@ -162,8 +163,9 @@ int runPostForm(VXHostContext &context)
     const QString usage = VXHostUsage(options.command());
     const QUrl url(options.operand(0), QUrl::StrictMode);
     if (!url.isValid() || url.host().isEmpty() || (url.scheme() != "http"_L1 && url.scheme() != "https"_L1))
-        return context.output.failUsage(
-            u"\"%1\" is no URL of the web: those begin with http:// or https://"_s.arg(options.operand(0)), usage);
+        return context.output.failUsage(u"\"%1\" is no URL of the web: those begin with http:// or https://"_s.arg(
+                                            VXTextWithoutPasswords(options.operand(0))),
+                                        usage);
     QString reason;
     const auto fields = formFields(options, &reason);
     if (!fields)

@@ -5,6 +5,7 @@
 #include "VXPluginReport.h"
 #include "VXShownText.h"
 #include "VXTextTable.h"
+#include "VXTextWithoutPasswords.h"
 #include "VXTriggerStore.h"
 #include "VXTriggerTrial.h"
 
@@ -20,7 +21,7 @@ namespace {
 QJsonObject jsonOf(const VXReaction &reaction)
 {
     return {{u"reactor"_s, reaction.bundleIdentifier()},
-            {u"options"_s, VXJSONFromVariant(reaction.userOptions())},
+            {u"options"_s, VXJSONFromVariant(VXValueWithoutPasswords(reaction.userOptions()))},
             {u"problem"_s, VXJSONFromVariant(reaction.problem())}};
 }
 
@@ -140,10 +141,10 @@ QString filterLine(const VXTriggerTrial &trial)
 QString reactionLine(const VXTriggerTrial::Reaction &reaction)
 {
     const QString problem = reaction.problem.isNull() ? QString() : VXShownText(u", as it "_s) + reaction.problem;
-    return u"%1 %2 %3"_s.arg(reaction.identifier,
-                             reaction.runs ? VXShownText(u"would run with"_s)
-                                           : VXShownText(u"would not run%1; its options:"_s).arg(problem),
-                             QString::fromUtf8(VXJSONText(VXJSONFromVariant(reaction.options))));
+    return u"%1 %2 %3"_s.arg(
+        reaction.identifier,
+        reaction.runs ? VXShownText(u"would run with"_s) : VXShownText(u"would not run%1; its options:"_s).arg(problem),
+        QString::fromUtf8(VXJSONText(VXJSONFromVariant(VXValueWithoutPasswords(reaction.options)))));
 }
 
 } // namespace
@@ -158,7 +159,7 @@ QJsonObject VXTriggerReport::test(const QVariant &object, QStringList *lines) co
     for (const VXTriggerTrial::Reaction &reaction : trial.reactions) {
         lines->append(reactionLine(reaction));
         reactors.append(QJsonObject{{u"reactor"_s, reaction.identifier},
-                                    {u"options"_s, VXJSONFromVariant(reaction.options)},
+                                    {u"options"_s, VXJSONFromVariant(VXValueWithoutPasswords(reaction.options))},
                                     {u"runs"_s, reaction.runs},
                                     {u"problem"_s, VXJSONFromVariant(reaction.problem)}});
     }

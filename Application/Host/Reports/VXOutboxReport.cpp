@@ -5,6 +5,7 @@
 #include "VXHostJSON.h"
 #include "VXShownDate.h"
 #include "VXTextTable.h"
+#include "VXTextWithoutPasswords.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QJsonArray>
@@ -115,19 +116,13 @@ QString idOf(const VXOutboxEntry &entry)
     return u'p' + QString::number(entry.number);
 }
 
-// A URL's password is nobody's business.
-QString destinationText(const VXOutboxEntry &entry)
-{
-    const QUrl url(entry.destination, QUrl::StrictMode);
-    return url.password().isEmpty() ? entry.destination : url.toDisplayString(QUrl::FullyEncoded);
-}
-
 // Phones by their names: people take the rest of the URL for noise.
 QString shownDestination(const VXOutboxEntry &entry)
 {
-    const QUrl device = VXGetDeviceURLFromURL(QUrl(entry.destination));
+    const QUrl url(entry.destination);
+    const QUrl device = url.scheme() == VXDeviceURLScheme ? VXGetDeviceURLFromURL(url) : QUrl();
     const QString name = device.isEmpty() ? QString() : VXDeviceNameAtURL().transformedValue(device).toString();
-    return name.isEmpty() ? destinationText(entry) : name;
+    return name.isEmpty() ? VXTextWithoutPasswords(entry.destination) : name;
 }
 
 QString stateText(const VXOutboxEntry &entry, const std::optional<VXOutboxEntry> &before)
@@ -146,15 +141,15 @@ QJsonObject jsonOf(const VXOutboxEntry &entry, const std::optional<VXOutboxEntry
     return {{u"id"_s, idOf(entry)},
             {u"behind"_s, before ? QJsonValue(idOf(*before)) : QJsonValue()},
             {u"kind"_s, entry.kind},
-            {u"destination"_s, entry.destination},
+            {u"destination"_s, VXTextWithoutPasswords(entry.destination)},
             {u"title"_s, entry.title},
             {u"state"_s, VXOutboxStateName(entry.state)},
-            {u"problem"_s, VXJSONFromVariant(entry.problem)},
+            {u"problem"_s, VXJSONFromVariant(VXValueWithoutPasswords(entry.problem))},
             {u"attempts"_s, entry.attempts},
             {u"created"_s, VXReportedDate(entry.createdDate)},
             {u"next"_s, VXReportedDate(entry.nextDate)},
             {u"finished"_s, VXReportedDate(entry.finishedDate)},
-            {u"payload"_s, VXJSONFromVariant(entry.payload)}};
+            {u"payload"_s, VXJSONFromVariant(VXValueWithoutPasswords(entry.payload))}};
 }
 
 } // namespace
@@ -168,7 +163,7 @@ int VXAnswerOutboxEntries(VXHostContext &context, const VXOutbox &outbox, const 
         const std::optional<VXOutboxEntry> before = predecessors.firstBefore(entry);
         json.append(jsonOf(entry, before));
         rows.append({idOf(entry), VXShownDate(entry.createdDate), entry.title, shownDestination(entry),
-                     QString::number(entry.attempts), stateText(entry, before), entry.problem});
+                     QString::number(entry.attempts), stateText(entry, before), VXTextWithoutPasswords(entry.problem)});
     }
     context.output.answer(entries.isEmpty()
                               ? u"The outbox is empty.\n"_s

@@ -49,10 +49,7 @@ int findInStep(VXHostContext &context, const QString &words, qsizetype limit)
 {
     if (const auto status = VXIsSearchUpdateDue() ? std::nullopt : tryToFind(context, words, limit))
         return *status;
-    if (VXMetaDataKeeper::isElsewhere()) {
-        context.output.note(u"the running vornix is about to take in what was saved just now"_s);
-        return find(context, words, limit);
-    }
+    // Also where one stays that makes the passes: it looks only now and then.
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         static_cast<void>(VXUpdateSearch(context, longestWait)); // which tells what is missing
         return find(context, words, limit);

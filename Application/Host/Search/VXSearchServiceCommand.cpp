@@ -31,6 +31,7 @@ int runSearchService(VXHostContext &context)
         return context.output.fail(u"desktops can not search here: %1"_s.arg(service.problem()));
     if (VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere())
         VXStartSearchUpdate();
+    QObject::connect(&service, &VXSearchService::indexWasDiscarded, &service, VXStartSearchUpdate);
     VXModalSession session;
     QObject::connect(&service, &VXSearchService::idle, &service, [&session] { session.stop(0); });
     session.run();

@@ -98,6 +98,33 @@ TEST_F(VXOutboxTest, KeepsTheOrderOfADestinationThroughFailures)
     EXPECT_EQ(entries[0].payload, (QVariantMap{{u"a"_s, 1}}));
 }
 
+TEST_F(VXOutboxTest, KeepsTextsThatNoPropertyListHolds)
+{
+    const QVariantMap payload{{u"fields"_s, QVariantList{QVariantMap{{u"text"_s, u"page\fbreak \x1b[31m \uffff"_s},
+                                                                     {u"data"_s, QByteArray("\0\xff", 2)}}}},
+                              {u"zero"_s, u"a"_s + QChar(0) + u"b"_s},
+                              {u"timeout"_s, 0.5}};
+    const qint64 number = outbox.add(u"test"_s, u"d"_s, u"t"_s, payload).value_or(0);
+    ASSERT_GT(number, 0);
+    EXPECT_EQ(outbox.entry(number)->payload, payload);
+    EXPECT_EQ(outbox.entries()->first().payload, payload);
+}
+
+TEST_F(VXOutboxTest, WhatIsOfAnotherKindIsNotRead)
+{
+    const qint64 number = add(u"d"_s, u"t"_s);
+    const qint64 other = outbox.add(u"other"_s, u"d"_s, u"o"_s, {{u"a"_s, 1}}).value_or(0);
+    changeStore(u"UPDATE VX_VXOutboxEntry SET payload = 'no list' WHERE Z_PK = %1"_s.arg(other));
+    const auto open = outbox.openEntries(u"test"_s);
+    ASSERT_TRUE(open);
+    ASSERT_EQ(open->size(), 1);
+    EXPECT_EQ(open->first().number, number);
+    EXPECT_FALSE(outbox.openEntries(u"other"_s)); // which are
+    EXPECT_TRUE(outbox.retryDestination(u"test"_s, u"d"_s));
+    changeStore(u"UPDATE VX_VXOutboxEntry SET state = 1 WHERE Z_PK = %1"_s.arg(number));
+    EXPECT_EQ(outbox.kindsBeingSent(), QStringList{u"test"_s});
+}
+
 TEST_F(VXOutboxTest, WhatMayHaveArrivedIsSentAgainOnlyWhenAsked)
 {
     const qint64 number = add(u"d"_s, u"t"_s);

@@ -47,8 +47,13 @@ public:
             QDir(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/people"_L1).removeRecursively();
         if (name == "silent"_L1)
             return std::nullopt;
-        return QVariantMap{{u"kMDItemTitle"_s, name}, {u"kMDItemComment"_s, QVariant()}};
+        return QVariantMap{
+            {u"kMDItemTitle"_s, name}, {u"kMDItemComment"_s, QVariant()}, {u"kMDItemCreator"_s, u"itself"_s}};
     }
+    static inline int read = 0;
+
+protected:
+    void awakeFromFetch() override { ++read; }
 };
 
 class VXMetaDataSyncTest : public VXStoreFolderTest
@@ -170,6 +175,109 @@ TEST_F(VXMetaDataSyncTest, WhatIsOwedIsWrittenWhateverItsDateSays)
     EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1, .unchanged = 1}));
     EXPECT_EQ(titleIn(fileOf(jane)), u"Janet"_s);
     EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+}
+
+TEST_F(VXMetaDataSyncTest, ReadsNoObjectWhereAllAroundItIsCurrent)
+{
+    const auto own = VXPersistentStoreCoordinator::coordinatorWithModel(model());
+    ASSERT_TRUE(own->addPersistentStore(VXStoreType::SQLite, path(u"people.sqlite"_s)));
+    VXManagedObjectContext people(own);
+    QList<VXManagedObjectPtr> all;
+    for (int i = 0; i < 1200; ++i) { // three pages
+        all.append(addPerson(people, "Jane %1"_L1.arg(QString::number(i))));
+        if (i % 2 == 0) // else without date
+            all.last()->setValueForKey(QDateTime::currentDateTimeUtc(), u"changed"_s);
+    }
+    ASSERT_TRUE(people.save());
+    sync->terminate();
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, own, u"Person"_s, u"changed"_s);
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1200}));
+    const struct
+    {
+        const char *what;
+        std::function<void()> change;
+        VXMetaDataCounts counts;
+        int read; // at most
+    } cases[] = {
+        {"nothing", [] {}, {.unchanged = 1200}, 0},
+        {"a later date",
+         [&] {
+             all[700]->setValueForKey(QDateTime::currentDateTimeUtc().addSecs(60), u"changed"_s);
+             ASSERT_TRUE(people.save());
+         },
+         {.updated = 1, .unchanged = 1199},
+         500},
+        {"a save without one",
+         [&] {
+             all[701]->setValueForKey(u"Ann"_s, u"name"_s);
+             ASSERT_TRUE(people.save());
+         },
+         {.updated = 1, .unchanged = 1199},
+         500},
+        {"a lost file", [&] { QFile::remove(fileOf(all[1199])); }, {.added = 1, .unchanged = 1199}, 500},
+        {"an older file", [&] { setAge(fileOf(all[0]), 60); }, {.updated = 1, .unchanged = 1199}, 500},
+        {"a deletion",
+         [&] {
+             people.deleteObject(all[3]);
+             ASSERT_TRUE(people.save());
+         },
+         {.unchanged = 1199, .orphaned = 1},
+         0},
+    };
+    for (const auto &each : cases) {
+        each.change();
+        SearchedPerson::read = 0;
+        EXPECT_EQ(pass(), each.counts) << each.what;
+        EXPECT_LE(SearchedPerson::read, each.read) << each.what;
+        EXPECT_TRUE(sync->checkMetaDataFiles(false)->isClean()) << each.what;
+    }
+    // A save in the midst of it ends it before the orphans.
+    QFile::copy(fileOf(all[0]), folder() + "/p7777_MD2.person"_L1);
+    sync->setNeedsUpdate(true);
+    sync->synchronizeMetaDataFiles();
+    EXPECT_EQ(sync->counts(), VXMetaDataCounts());
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1199, .orphaned = 1}));
+}
+
+TEST_F(VXMetaDataSyncTest, WhatCanNotBeNotedBesideTheMirrorIsNotedElsewhereOrToldOnce)
+{
+    const QString due = VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.due"_L1;
+    const QString beside = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/.search-due"_L1;
+    for (int round = 0; round < 2; ++round) {
+        VXMetaDataDebt(u"people"_s).forget();
+        for (const QString &folder : {due, beside}) {
+            QDir(folder).removeRecursively();
+            writeFile(QDir(path()).relativeFilePath(folder), "no folder");
+        }
+        const VXLogRecorder log;
+        add(u"Jane"_s);
+        add(u"Joe"_s);
+        EXPECT_EQ(log.count(u"what is saved and not mirrored can not be noted"_s), 1);
+        QFile::remove(beside); // where the stores are
+        const VXManagedObjectPtr jim = add(u"Jim"_s);
+        EXPECT_TRUE(VXMetaDataDebt::isOwnOfAll());
+        pass();
+        EXPECT_EQ(titleIn(fileOf(jim)), u"Jim"_s);
+        EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+        QFile::remove(due);
+    }
+}
+
+TEST_F(VXMetaDataSyncTest, AFolderWithTheNameOfAFileIsSomebodysOwn)
+{
+    const VXManagedObjectPtr jane = add(u"Jane"_s);
+    pass();
+    ASSERT_TRUE(QFile::remove(fileOf(jane)));
+    for (const QString &name : {metaDataFilename(jane->objectID()), u"p9_MD2.person"_s})
+        writeFile(QDir(path()).relativeFilePath(folder() + u'/' + name + "/mine.txt"_L1), "mine");
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1, .orphaned = 1}));
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll()); // all is done
+    EXPECT_TRUE(sync->checkMetaDataFiles(false)->isClean());
+    const QString trash = VXFileManager::defaultManager().pathToUserTrashFolder();
+    EXPECT_TRUE(QFile::exists(trash + "/p1_MD2.person/mine.txt"_L1));
+    EXPECT_TRUE(QFile::exists(trash + "/p9_MD2.person/mine.txt"_L1));
+    ASSERT_TRUE(QDir(folder()).mkdir(u"p9_MD2.person"_s));
+    EXPECT_TRUE(sync->checkMetaDataFiles(true)->isRepaired());
 }
 
 TEST_F(VXMetaDataSyncTest, WhatIsOwedOutlivesWhatIsSettledAfter)
@@ -476,14 +584,16 @@ TEST_F(VXMetaDataSyncTest, MakesRightWhatOthersDoToItsFolder)
     const VXManagedObjectPtr joe = add(u"Joe"_s);
     pass();
     // The user's own is not lost; what looks like a file of a sync's, and has no object, is.
-    for (const QString &name : {u"notes.txt"_s, u"p1_MD2.other"_s, u"p1_MD1.person"_s, u"p-1_MD2.person"_s})
+    for (const QString &name :
+         {u"notes.txt"_s, u"p1_MD2.other"_s, u"p1_MD1.person"_s, u"p-1_MD2.person"_s, u"p01_MD2.person"_s})
         writeFile(QDir(path()).relativeFilePath(folder() + u'/' + name), "mine");
     ASSERT_TRUE(QDir(folder()).mkdir(u"more"_s));
-    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2, .orphaned = 5}));
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2, .orphaned = 6}));
     EXPECT_EQ(files().size(), 2);
     const QString trash = VXFileManager::defaultManager().pathToUserTrashFolder();
-    EXPECT_THAT(QDir(trash).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-                UnorderedElementsAre(u"more"_s, u"notes.txt"_s, u"p1_MD1.person"_s, u"p-1_MD2.person"_s));
+    EXPECT_THAT(
+        QDir(trash).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+        UnorderedElementsAre(u"more"_s, u"notes.txt"_s, u"p1_MD1.person"_s, u"p-1_MD2.person"_s, u"p01_MD2.person"_s));
     // It goes in the middle of a pass: that is broken off, and the next one makes it all.
     joe->setValueForKey(u"removes"_s, u"name"_s);
     joe->setValueForKey(QDateTime::currentDateTimeUtc().addSecs(1), u"changed"_s);

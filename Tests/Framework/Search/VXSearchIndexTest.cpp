@@ -45,6 +45,7 @@ protected:
             index->apply(u"people"_s,
                          {change(1, u"contact"_s, u"Zoë Müller"_s, {u"+49 170 555 0100"_s}),
                           change(2, u"contact"_s, u"Zo Ann"_s, {u"555 0100"_s, u"+1 555 0100"_s, u"0170 555 0199"_s}),
+                          change(4, u"contact"_s, u"\U00020BB7田 \U00010414ne"_s),
                           change(3, u"message"_s, u"Jane"_s, {}, u"See you at the Zoo, \"Zo\" said; 50% off"_s)},
                          nullptr));
     }
@@ -68,16 +69,30 @@ TEST_F(VXSearchIndexTest, FindsWordsByTheirBeginningAndNumbersByTheirEnd)
         {u"0100"_s, {}, {u"Zo Ann"_s, u"Zoë Müller"_s}},
         {u"5550199"_s, {}, {u"Zo Ann"_s}},
         {u"170 555-0100"_s, {}, {u"Zoë Müller"_s}},
-        {u"100"_s, {}, {}}, // no suffix of three digits, and no word
+        {u"170\u00a0555\u20110100"_s, {}, {u"Zoë Müller"_s}}, // as pages have it
+        {u"100"_s, {}, {}},                                   // no suffix of three digits, and no word
         {u"zoe jane"_s, {}, {}},
         {u"\"Zo\" OR NEAR( * - 50%"_s, {}, {}},
         {u"\"zo\" 50%"_s, {}, {u"Jane"_s}},
+        {u"\U00020BB7"_s, {}, {u"\U00020BB7田 \U00010414ne"_s}}, // of letters that are two characters each
+        {u"\U00010414"_s, {}, {u"\U00020BB7田 \U00010414ne"_s}},
+        {u"\U0001F600"_s, {}, {}}, // no letter
         {u" \" ' -- "_s, {}, {}},
         {QString(), {}, {}},
     };
     for (const auto &each : cases)
         EXPECT_EQ(find(each.words, each.kind), each.found) << each.words.toStdString();
     EXPECT_THAT(find(u"zo"_s, {}, 1), ElementsAre(u"Jane"_s));
+}
+
+TEST_F(VXSearchIndexTest, IsNotMadeWhereALinkLeads)
+{
+    index.reset();
+    ASSERT_TRUE(QFile::remove(VXSearchIndex::path()));
+    ASSERT_TRUE(QFile::link(path(u"elsewhere"_s), VXSearchIndex::path()));
+    EXPECT_TRUE(VXSearchIndex::open());
+    EXPECT_FALSE(QFile::exists(path(u"elsewhere"_s)));
+    EXPECT_TRUE(QFile::symLinkTarget(VXSearchIndex::path()).isEmpty());
 }
 
 TEST_F(VXSearchIndexTest, TellsContactsFirstAndThenTheLatest)
@@ -193,7 +208,7 @@ TEST_F(VXSearchIndexTest, ForgetsWhatWasReplacedOrRemoved)
     EXPECT_THAT(find(u"muller"_s), IsEmpty());
     EXPECT_THAT(find(u"0100"_s), IsEmpty());
     EXPECT_THAT(find(u"7777"_s), ElementsAre(u"Eve"_s));
-    EXPECT_EQ(index->count(u"people"_s, nullptr), 2);
+    EXPECT_EQ(index->count(u"people"_s, nullptr), 3);
     ASSERT_TRUE(index->removeFolder(u"people"_s, nullptr));
     EXPECT_THAT(find(u"zoo"_s), IsEmpty());
 }

@@ -224,6 +224,10 @@ TEST_F(VXWebConnectionTest, FollowsRedirectsWithAWarning)
     EXPECT_EQ(answerOf(*again)[u"method"].toString(), u"POST"_s);
     EXPECT_EQ(again->formRedirect().status, 0);
     EXPECT_EQ(answerOf(*again)[u"fields"].toArray().size(), 1);
+    // Whatever becomes of the connection.
+    const VXWebConnection::Ptr apart =
+        post(u"/answer?status=307 Again&header=Location: /form&hangup="_s, {{u"a"_s, u"1"_s}});
+    EXPECT_EQ(answerOf(*apart)[u"fields"].toArray().size(), 1) << apart->error().description().toStdString();
 }
 
 TEST_F(VXWebConnectionTest, TrustsCertificatesThatAreKnownAndNeverLeavesHTTPS)
@@ -279,6 +283,11 @@ TEST_F(VXWebConnectionTest, AFileThatCanNotBeReadFailsBeforeAnythingIsSent)
     connection->requestURL(server.url(u"/form"_s));
     ASSERT_TRUE(told(2));
     EXPECT_THAT(connection->error().localizedRecoverySuggestion().toStdString(), HasSubstr("no regular file"));
+    connection->setDelegate(delegate);
+    connection->setFormFields({{.name = u"f"_s, .text = {}, .filePath = u"/proc/version"_s}}); // of 0 bytes, it says
+    connection->requestURL(server.url(u"/form"_s));
+    ASSERT_TRUE(told(3));
+    EXPECT_THAT(connection->error().localizedRecoverySuggestion().toStdString(), HasSubstr("size is not known"));
     EXPECT_TRUE(server.requests().isEmpty());
 }
 

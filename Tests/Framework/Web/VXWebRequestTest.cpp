@@ -119,6 +119,21 @@ TEST_F(VXWebRequestTest, TheDelegateIsHeldUntilItIsToldAndThenOnlyKnown)
     EXPECT_TRUE(VXRunUntil([&] { return watched.expired() && request.expired(); }));
 }
 
+TEST_F(VXWebRequestTest, ADelegateThatIsSetByTheOneBeforeIsToldOfTheNextStart)
+{
+    const auto connection = VXWebConnection::requestURL(server.url(u"/answer"_s), {}, delegate);
+    int calls = 0;
+    delegate->whenTold = [&] {
+        const auto next = std::make_shared<VXWebDelegate>(); // held by the request alone
+        next->whenTold = [&calls] { ++calls; };
+        connection->setDelegate(next);
+    };
+    ASSERT_TRUE(told());
+    connection->requestURL(server.url(u"/answer"_s));
+    EXPECT_TRUE(VXRunUntil([&] { return calls == 1; }));
+    EXPECT_EQ(delegate->calls, 1);
+}
+
 TEST_F(VXWebRequestTest, NoDelegateNoActivity)
 {
     const auto connection = VXWebConnection::requestURL(server.url(u"/silent"_s), {}, delegate);

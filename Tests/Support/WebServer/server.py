@@ -107,7 +107,10 @@ class Handler(socketserver.StreamRequestHandler):
         headers = [self.query["header"]] if "header" in self.query else []
         if path == "/answer":  # what the query says
             status = self.query.get("status", "200 OK")
-            return self.send(self.query.get("body", "").encode(), status, headers)
+            self.send(self.query.get("body", "").encode(), status, headers)
+            if "hangup" in self.query:  # when the next request comes
+                self.rfile.read(1)
+            return "hangup" not in self.query
         if path == "/loop":
             status = self.query.get("status", "302 Found")
             query = urllib.parse.urlencode({"status": status, "time": time.time()})
