@@ -262,9 +262,19 @@ void VXCallsSection::listWasRead()
         _pane->placeholder()->setContents(u"search"_s, VXText("No such calls"), {});
     _pane->setIsEmpty(isEmpty);
     _detail->setVisible(!isEmpty);
-    const int wanted = _model->rowOfObject(std::exchange(_wanted, {}));
-    if (wanted >= 0 || (!isEmpty && !_pane->list()->currentIndex().isValid()))
-        _pane->choose(std::max(0, wanted));
+    const int wanted = std::exchange(_wantedRow, -1);
+    if (!isEmpty && (wanted >= 0 || !_pane->list()->currentIndex().isValid()))
+        _pane->choose(std::clamp(wanted, 0, _model->rowCount() - 1));
+}
+
+// In the list of all, newest first; it may lie on a page that nobody has read.
+int VXCallsSection::countNewerThan(const VXManagedObjectID &call) const
+{
+    VXManagedObjectContext context(_coordinator);
+    const QVariant date = context.objectWithID(call)->valueForKey(u"date"_s);
+    VXFetchRequest newer(*_coordinator->model().entityForName(VXCallStore::entityName));
+    newer.predicate = *VXPredicate::predicateWithFormat(u"date > %@"_s, {date});
+    return static_cast<int>(context.countForFetchRequest(newer).value_or(0));
 }
 
 bool VXCallsSection::showObject(const QUrl &uri)
@@ -272,10 +282,10 @@ bool VXCallsSection::showObject(const QUrl &uri)
     const VXManagedObjectID call = objectAtURI(_coordinator, uri, VXCallStore::entityName);
     if (call.isNull())
         return false;
-    _wanted = call;
     _pane->search()->clear();
     _chips->button(int(Kind::All))->setChecked(true);
     showList();
+    _wantedRow = countNewerThan(call); // after the list was asked for, before it comes
     return true;
 }
 

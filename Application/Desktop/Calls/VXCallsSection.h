@@ -36,13 +36,14 @@ private:
     void showList();
     void listWasRead();
     void showCall(int row);
+    int countNewerThan(const VXManagedObjectID &call) const;
     QString chosenParty() const;
     QString chosenNumber() const;
     void updateBadge();
 
     VXPersistentStoreCoordinator::Ptr _coordinator;
     VXStoreListModel *_model;
-    VXManagedObjectID _wanted; // to be chosen once the list was read
+    int _wantedRow = -1; // to be chosen once the list was read
     VXListPane *_pane;
     QButtonGroup *_chips;
     class Detail;

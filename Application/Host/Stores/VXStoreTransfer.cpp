@@ -246,9 +246,9 @@ int answerMerged(const Transfer &transfer, const QString &file)
     const QString old = plugin.oldStore();
     const QString done =
         isEmpty ? u"Nothing of %1 was merged into the store %2. "_s : u"Merged %1 into the store %2. "_s;
-    const QString before = old.isNull() ? u"What that was before could not be kept, and cannot be taken back.\n"_s
-                                        : u"What that was before %1.\n"_s.arg(textOfWayBack(transfer, old));
-    return answer(transfer, done.arg(file, transfer.name) + (isEmpty ? reasonForNothing(transfer) : before),
+    const QString before = old.isNull() ? u"What that was before could not be kept, and cannot be taken back."_s
+                                        : u"What that was before %1."_s.arg(textOfWayBack(transfer, old));
+    return answer(transfer, done.arg(file, transfer.name) + (isEmpty ? reasonForNothing(transfer) : before + u'\n'),
                   u"merged"_s, plugin.lastMigration(),
                   {{u"old"_s, VXJSONFromVariant(old)}, {u"copiesNothing"_s, isEmpty}});
 }

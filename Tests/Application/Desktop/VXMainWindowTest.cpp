@@ -137,11 +137,13 @@ TEST_F(VXMainWindowTest, whatTheDesktopsSearchFoundIsShown)
          insert(u"phonebook"_s, u"VXPerson"_s, {{u"firstName"_s, u"Jane"_s}, {u"lastName"_s, u"Doe"_s}})},
         {u"messages"_s, u"0199"_s,
          insert(u"messages"_s, u"VXMessage"_s,
-                {{u"text"_s, u"Hello"_s}, {u"from"_s, u"<+15550199>"_s}, {u"date"_s, longAgo}})},
-        {u"calls"_s, u"0198"_s, insert(u"calls"_s, u"VXCall"_s, {{u"from"_s, u"<+15550198>"_s}, {u"date"_s, longAgo}})},
+                {{u"text"_s, u"Hello"_s}, {u"from"_s, u"<+15550199>"_s}, {u"direction"_s, 1}, {u"date"_s, longAgo}})},
+        {u"calls"_s, u"0198"_s,
+         insert(u"calls"_s, u"VXCall"_s, {{u"from"_s, u"<+15550198>"_s}, {u"direction"_s, 1}, {u"date"_s, longAgo}})},
     };
     for (int i = 1; i < 200; ++i) // a page and more before it
-        insert(u"calls"_s, u"VXCall"_s, {{u"from"_s, u"<+15550100>"_s}, {u"date"_s, longAgo.addSecs(i)}});
+        insert(u"calls"_s, u"VXCall"_s,
+               {{u"from"_s, u"<+15550100>"_s}, {u"direction"_s, 1}, {u"date"_s, longAgo.addSecs(i)}});
     VXMainWindow window;
     window.show();
     for (const auto &row : table) {
