@@ -374,6 +374,8 @@ endfunction()
 function(_vornix_add_plugin_code target bundle)
   add_library(${target} MODULE ${ARG_SOURCES})
   target_link_libraries(${target} PRIVATE Vornix::Framework ${ARG_LINK})
+  # With Makefiles folders are made when the build is configured, and never again.
+  add_custom_command(TARGET ${target} PRE_LINK COMMAND ${CMAKE_COMMAND} -E make_directory "${bundle}/Contents/Linux" VERBATIM)
   # The generator expression keeps a generator of many configurations from adding a folder of its own.
   set_target_properties(${target} PROPERTIES
     PREFIX "" SUFFIX ".so" OUTPUT_NAME ${target} DEBUG_POSTFIX ""

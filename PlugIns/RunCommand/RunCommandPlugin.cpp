@@ -119,6 +119,8 @@ private:
         const bool isPath = program.contains(u'/');
         const QString path =
             isPath && !QFileInfo(program).isAbsolute() ? QString() : QStandardPaths::findExecutable(program);
+        if (path.isEmpty() && QFileInfo(program).isAbsolute() && QFileInfo(program).isFile())
+            fail(u"\"%1\" is not executable; \"chmod +x\" makes it so."_s, program);
         if (path.isEmpty())
             fail(u"\"%1\" is no program that can be run."_s, program);
         return path;

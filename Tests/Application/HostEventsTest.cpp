@@ -164,7 +164,7 @@ TEST_F(HostEventsTest, TablesSpeakTheUsersLanguage)
         {u"triggers"_s, "ID  ZUSTAND        EREIGNIS       NAME  REAKTOREN  FILTER\np1  eingeschaltet"},
         {u"calls"_s, "DATUM"},
         {u"calls --missed"_s, "  verpasst  Jane"},
-        {u"history"_s, "1 von 1 Auslöser gelaufen, 1 Reaktor\n"},
+        {u"history"_s, "1 Auslöser, davon gelaufen: 1, 1 Reaktor\n"},
         {u"triggers show p1"_s, "Auslöser p1 (eingeschaltet)\nEreignis  incoming_call\n"},
         {u"phonebook list"_s, "ID  NAME  NUMMERN"},
         {u"phonebook show Jane"_s, "Firma"},

@@ -181,6 +181,8 @@ TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
          1, "must be a value of the type boolean"},
         {event + QStringList{u"--reactor"_s, u"com.halvern.VNX2.plugin.runcommand"_s, u"--option=program=/no/such"_s},
          1, "\"/no/such\" is no program that can be run."},
+        {event + QStringList{u"--reactor"_s, u"runcommand"_s, u"--option=program=/etc/passwd"_s}, 1,
+         "\"/etc/passwd\" is not executable"},
         {{u"move"_s, u"p1"_s}, 2, "move needs --place N, at least 1"},
         {{u"list"_s, u"--event"_s, u"ping"_s}, 2, "--event does not go with list"},
         {{u"remove"_s}, 2, "remove needs ID"},

@@ -13,7 +13,7 @@ export LC_ALL=C.UTF-8
 vornix() { "$stage/bin/vornix" --home "$folder/home" "$@"; }
 
 build() { # SOURCES BUILD
-  cmake -S "$1" -B "$2" -G Ninja -DCMAKE_PREFIX_PATH="$stage" -DCMAKE_BUILD_TYPE=Debug \
+  cmake -S "$1" -B "$2" -G "${generator:-Ninja}" -DCMAKE_PREFIX_PATH="$stage" -DCMAKE_BUILD_TYPE=Debug \
     -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
   cmake --build "$2" >"$2/build.log" || { cat "$2/build.log"; return 1; }
 }
@@ -27,7 +27,7 @@ expect() { # TEXT COMMAND...: the command's output holds the text
 
 hello=org.example.hello
 bundle=$folder/hello/HelloPlugin.vxplugin
-build Examples/HelloPlugin "$folder/hello"
+generator="Unix Makefiles" build Examples/HelloPlugin "$folder/hello"
 expect "" vornix plugins install "$bundle"
 [[ ! -e $bundle ]] # it was moved
 expect '"state": "disabled"' vornix --json plugins info $hello
@@ -36,7 +36,7 @@ expect '"state": "loaded"' vornix --json plugins info $hello
 expect "Hello, World!" vornix open hello:World
 LANGUAGE=de expect "Hallo, Käthe!" vornix open hello:K%C3%A4the
 expect "pluginDidLoad] Hello from Hello" vornix log
-build Examples/HelloPlugin "$folder/hello"
+cmake --build "$folder/hello" >"$folder/hello/build.log"
 [[ -e $bundle/Contents/Info.plist && -e $bundle/Contents/Linux/HelloPlugin.so ]] # made anew
 
 # A new plugin of each kind, all in one project.

@@ -5,6 +5,7 @@
 #include "VXOutboxRunner.h"
 #include "VXPluginSession.h"
 
+#include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
 #include <algorithm>
@@ -105,6 +106,10 @@ int retry(VXHostContext &context, const VXOutbox &outbox)
     const std::optional<Entries> entries = chosen(context, outbox, true);
     if (!entries)
         return VXHostOutput::Failed;
+    if (entries->isEmpty()) {
+        context.output.answer(u"Nothing was tried.\n"_s, QJsonArray());
+        return VXHostOutput::Done;
+    }
     for (const VXOutboxEntry &entry : *entries) {
         if (!VXOutboxRunner::isServed(entry.kind))
             return context.output.fail(u"no plugin sends entries of the kind \"%1\""_s.arg(entry.kind));

@@ -1,6 +1,7 @@
 #include "VXStoreTransfer.h"
 
 #include "VXApplication.h"
+#include "VXBundle.h"
 #include "VXDataManager.h"
 #include "VXDataPlugin.h"
 #include "VXFolders.h"
@@ -186,8 +187,21 @@ QString placeOfOldStore(const VXDataPlugin &plugin)
     return plugin.oldStore().isNull() && !earlier.isEmpty() ? earlier.constFirst().path : plugin.oldStore();
 }
 
+// Of what was installed while the plugin ran, or of what a dry run leaves where it is.
+void tellOfWaitingPlugin(const Transfer &transfer)
+{
+    const QDir staging(VXPluginManager::sharedPluginManager().pathToInstallStagingFolder());
+    for (const QString &name : staging.entryList({u"*.vxplugin"_s}, QDir::Dirs)) {
+        const VXBundle::Ptr bundle = VXBundle::bundleWithPath(staging.filePath(name));
+        if (bundle && bundle->bundleIdentifier() == transfer.plugin.identifier())
+            transfer.host.output.note(
+                u"another version of the plugin waits for the next start; it may upgrade the store then"_s);
+    }
+}
+
 int tellOfNoUpgrade(const Transfer &transfer)
 {
+    tellOfWaitingPlugin(transfer);
     const QString entity = transfer.plugin.changedEntityOfStoreToOpen();
     if (entity.isNull())
         return answer(transfer, u"The store %1 needs no upgrade.\n"_s.arg(transfer.name), u"none"_s, {});
