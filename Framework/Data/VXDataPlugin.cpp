@@ -180,7 +180,7 @@ void VXDataPlugin::endApplication(const VXError &error, const VXError &reason)
     alert.details = VXLocalizedString(u"The plugin \"%1\" (%2) cannot open it: %3"_s)
                         .arg(description(), identifier(), textForPeople(reason));
     if (proxy != nullptr && !proxy->isBuiltInPlugin())
-        alert.details += u' ' + VXLocalizedString(u"Without the plugin the program starts."_s);
+        alert.details += u' ' + VXLocalizedString(u"With the plugin left out the program starts."_s);
     if (const QString text = textAboutEarlierStores(reason); !text.isNull())
         alert.details += u' ' + text;
     alert.defaultButton = VXGlobalString(u"Quit"_s);

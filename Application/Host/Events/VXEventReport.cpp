@@ -134,5 +134,7 @@ int VXReportEvent(VXHostContext &context, const VXEventRecord &record, bool with
     if (withReasons)
         lines += VXEventReasons(record);
     context.output.answer(lines.join(u'\n') + u'\n', record.json());
+    if (record.isFailure() && !withReasons)
+        context.output.note(u"\"vornix history --why --last 1\" tells why"_s);
     return record.isFailure() ? VXHostOutput::Failed : VXHostOutput::Done;
 }

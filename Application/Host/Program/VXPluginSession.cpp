@@ -89,7 +89,7 @@ QString reasonToQuit(const VXPluginManager &manager)
         return u"a plugin had the program quit while it was loaded; \"vornix log\" may tell which"_s;
     VXPluginProxy &plugin = **found;
     const QString text =
-        u"the program does not start without the plugin %1. %2 "_s.arg(plugin.identifier(), plugin.loadError());
+        u"the program cannot start with the plugin %1. %2 "_s.arg(plugin.identifier(), plugin.loadError());
     const QString folders = VXDataManager::sharedDataFolderPath();
     if (QStorageInfo(folders).bytesAvailable() < bytesOfAStart)
         return text + u"Free some space on the disk"_s;
