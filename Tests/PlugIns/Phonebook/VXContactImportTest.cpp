@@ -144,6 +144,7 @@ TEST_F(VXContactImportTest, NoCardIsNewsASecondTime)
         "ORG: Mill \r\nTITLE: \r\nNICKNAME:J \r\n",
         "TEL:CALL-ME\r\n",
         "TEL:+49 (0)30 1234567\r\nTEL:+49 30 1234567\r\nTEL:0049(0)301234568\r\n",
+        "TEL:+39 (0)6 6982 1234\r\nTEL:+390669821234\r\n",
         "TEL;X-A=1:+49 (0)30 1234567\r\nTEL;X-A=2:555 0143\r\nNOTE;X-A=3:n\r\n",
         "TEL:sip:jane@example.org\r\nTEL:sip:1234@example.org\r\n",
         "TEL:CALL-ME\r\nTEL:555 0142\r\nEMAIL:n@example.org\r\n",
@@ -282,6 +283,38 @@ TEST_F(VXContactImportTest, AUIDThatSeveralCardsHaveSettles)
         undo();
         EXPECT_EQ(contacts(), QStringList());
     }
+}
+
+// It stays so when one of them is in the store, in whatever order the file has them the next time, and when it has more.
+TEST_F(VXContactImportTest, AUIDOfSeveralPeopleMixesNoneOfThemUp)
+{
+    const auto of = [](const QByteArray &name, const QByteArray &number) {
+        return card(name, "UID:0\r\nTEL:" + number + "\r\n");
+    };
+    const QByteArray first = of("Jane Doe", "555 0101");
+    const QByteArray namesake = of("Jane Roe", "555 0102");
+    const QByteArray other = of("Rob Hill", "555 0103");
+    const QByteArray further = of("Aaron Ames", "555 0104");
+    const struct
+    {
+        QByteArray cards;
+        QString counts;
+    } steps[] = {
+        {first + namesake + other, u"3 0 0 0"_s},
+        {other + first + namesake, u"0 0 3 0"_s},
+        {namesake + first, u"0 0 2 0"_s},
+        {further + first + namesake + other, u"1 0 3 0"_s},
+        {other, u"0 0 1 0"_s}, // the UID is Jane's
+        {of("Zoe Cole", "555 0105"), u"1 0 0 0"_s},
+        {of("Zoe Cole", "555 0105"), u"0 0 1 0"_s},
+        {of("Rita Cruz", "555 0101"), u"0 1 0 0"_s}, // her new name
+    };
+    for (const auto &[cards, counts] : steps) {
+        EXPECT_EQ(import(cards, true), counts) << cards.toStdString();
+        EXPECT_EQ(import(cards), counts) << cards.toStdString();
+    }
+    EXPECT_EQ(contacts(), (QStringList{u"Aaron Ames||555 0104"_s, u"Jane Roe||555 0102"_s, u"Rita Cruz||555 0101"_s,
+                                       u"Rob Hill||555 0103"_s, u"Zoe Cole||555 0105"_s}));
 }
 
 TEST_F(VXContactImportTest, GroupsThatAreCardsHaveTheirMembers)
