@@ -67,6 +67,23 @@ protected:
         return context.countForFetchRequest(VXFetchRequest(*store->model().entityForName(entity))).value_or(-1);
     }
 
+    /** Gives the first two objects each other's values, as they may have where all were copied one by one: others have their numbers. */
+    void exchange(const QString &entity) const
+    {
+        VXManagedObjectContext context(store);
+        VXFetchRequest request(*store->model().entityForName(entity));
+        const auto found = context.executeFetchRequest(request);
+        ASSERT_GE(found->size(), 2);
+        for (const QString &key : {u"device_url"_s, u"location"_s, u"before"_s, u"person"_s, u"changeSet"_s}) {
+            if (request.entity().propertyForName(key) == nullptr)
+                continue;
+            const QVariant first = found->at(0)->valueForKey(key);
+            found->at(0)->setValueForKey(found->at(1)->valueForKey(key), key);
+            found->at(1)->setValueForKey(first, key);
+        }
+        EXPECT_TRUE(context.save());
+    }
+
     QString undo(bool isDryRun = false) const
     {
         VXError error;
@@ -486,6 +503,10 @@ TEST_F(VXContactImportTest, AMergeThatIsUndoneLeavesEachContactItsPast)
     EXPECT_EQ(undo(), u"0 1 1 "_s);
     EXPECT_EQ(places(), before);
     ASSERT_TRUE(duplicates.merge(*duplicates.find()));
+    exchange(u"VXContactPlace"_s);
+    EXPECT_EQ(undo(), u"0 1 1 "_s);
+    EXPECT_EQ(places(), before);
+    ASSERT_TRUE(duplicates.merge(*duplicates.find()));
     const auto all = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXContactPlace"_s)));
     for (const VXManagedObjectPtr &place : *all)
         context.deleteObject(place); // a sync carried it out
@@ -498,6 +519,30 @@ TEST_F(VXContactImportTest, AMergeThatIsUndoneLeavesEachContactItsPast)
     EXPECT_EQ(contacts(), QStringList{u"Jane Doe|Mill|555 0100|Family"_s});
     EXPECT_EQ(undo(), u"1 0 0 "_s);
     EXPECT_EQ(contacts(), QStringList());
+}
+
+TEST_F(VXContactImportTest, AContactThatComesBackHasItsChangesWhateverTheirNumbers)
+{
+    import(jane + bob);
+    const QStringList before = contacts();
+    EXPECT_EQ(
+        import(card("Jane Doe", "UID:1\r\nTEL:555 0199\r\n") + card("Bob Hill", "TEL:020 7946 0123\r\nORG:Mill\r\n")),
+        u"0 2 0 0"_s);
+    for (const bool isCopied : {false, true}) {
+        VXManagedObjectContext context(store);
+        VXFetchRequest request(*store->model().entityForName(u"VXPerson"_s));
+        request.predicate = *VXPredicate::predicateWithFormat(u"firstName == 'Jane'"_s);
+        const VXManagedObjectPtr person = context.executeFetchRequest(request)->first();
+        const auto deletion = VXContactHistory::insert(context, u"deletion"_s, u"Jane Doe"_s);
+        VXContactHistory::note(context, *deletion, person, true);
+        context.deleteObject(person);
+        ASSERT_TRUE(context.save());
+        if (isCopied)
+            exchange(u"VXContactChange"_s);
+        EXPECT_EQ(undo(), u"0 0 1 "_s);
+    }
+    EXPECT_EQ(undo(), u"0 1 0 Bob Hill"_s); // whom the exchange has touched
+    EXPECT_EQ(contacts(), (QStringList{u"Bob Hill|Mill|+44 20 7946 0123"_s, before.constLast()}));
 }
 
 // How a person writes the whole name is not what its parts would give.
