@@ -7,7 +7,8 @@
 #include "VXPhonebookEntry.h"
 #include "VXStoreWorkLock.h"
 
-#include <QtCore/QMap>
+#include <QtCore/QHash>
+#include <QtCore/QSet>
 
 #include <algorithm>
 
@@ -32,8 +33,13 @@ const QString placesKey = u"places"_s;
 const QString changesKey = u"changes"_s;
 const QString agreedKey = u"agreed"_s; // of one that a sync changes: the places on its phone as they were
 const QString deviceKey = u"device_url"_s;
+const QString locationKey = u"location"_s;
+const QString phoneKey = u"phone"_s;
+const QString personKey = u"person"_s;
+const QString beforeKey = u"before"_s;
+const QString uidKey = u"uid"_s;
 const QStringList agreementKeys{u"here"_s, u"there"_s};
-const QStringList placeKeys = agreementKeys + QStringList{deviceKey, u"location"_s, u"phone"_s};
+const QStringList placeKeys = agreementKeys + QStringList{deviceKey, locationKey, phoneKey};
 
 VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
 {
@@ -134,12 +140,29 @@ QVariantMap agreedOf(const VXManagedObject &person, const QString &deviceURL)
     return {{deviceKey, deviceURL}, {placesKey, places}};
 }
 
-VXManagedObjectPtr objectNumbered(VXManagedObjectContext &context, const QString &entity, const QVariant &number)
+bool isOnPhone(const VXManagedObjectPtr &place, const QVariantMap &noted)
 {
-    const VXPersistentStoreCoordinator &coordinator = *context.persistentStoreCoordinator();
-    return context.existingObjectWithID(VXManagedObjectID(*coordinator.model().entityForName(entity),
-                                                          coordinator.persistentStores().constFirst()->identity(),
-                                                          number.toLongLong()));
+    const QString phone = noted.value(phoneKey).toString();
+    const QString now = place->valueForKey(phoneKey).toString();
+    return place->valueForKey(deviceKey) == noted.value(deviceKey) &&
+           (phone.isEmpty() || now.isEmpty() || phone == now);
+}
+
+// The place that was noted, by where it is rather than by its number: where objects are copied one by one they have others.
+VXManagedObjectPtr placeNoted(const QVariantMap &noted, const QList<VXManagedObjectPtr> &places)
+{
+    VXManagedObjectPtr best;
+    int most = 0;
+    for (const VXManagedObjectPtr &place : places) {
+        const bool isThere = place->valueForKey(locationKey).toString() == noted.value(locationKey).toString();
+        const bool isNumbered = place->objectID().number() == noted.value(numberKey).toLongLong();
+        const int like = (isThere ? 2 : 0) + (isNumbered ? 1 : 0);
+        if (like <= most || !isOnPhone(place, noted))
+            continue;
+        best = place;
+        most = like;
+    }
+    return best;
 }
 
 // The places that a sync has changed with the person, so that the next one sees again what the phone has changed: what both
@@ -147,46 +170,121 @@ VXManagedObjectPtr objectNumbered(VXManagedObjectContext &context, const QString
 void restorePlaces(const VXManagedObjectPtr &person, const QVariantMap &agreed)
 {
     const QString device = agreed.value(deviceKey).toString();
-    QMap<qint64, QVariantMap> before;
+    QList<VXManagedObjectPtr> places = device.isEmpty() ? QList<VXManagedObjectPtr>() : relatedTo(*person, placesKey);
+    places.removeIf([&](const auto &place) { return place->valueForKey(deviceKey).toString() != device; });
     for (const QVariant &value : agreed.value(placesKey).toList()) {
-        const QVariantMap map = value.toMap();
-        before.insert(map.value(numberKey).toLongLong(), map);
-    }
-    for (const VXManagedObjectPtr &place : relatedTo(*person, placesKey)) {
-        if (device.isEmpty() || place->valueForKey(deviceKey).toString() != device)
+        const QVariantMap noted = value.toMap();
+        const VXManagedObjectPtr place = placeNoted(noted, places);
+        if (!place)
             continue;
-        const auto map = before.constFind(place->objectID().number());
-        if (map == before.constEnd())
-            person->managedObjectContext()->deleteObject(place);
-        for (const QString &key : map == before.constEnd() ? QStringList() : agreementKeys)
-            place->setValueForKey(map->value(key), key);
+        places.removeOne(place);
+        for (const QString &key : agreementKeys)
+            place->setValueForKey(noted.value(key), key);
     }
+    for (const VXManagedObjectPtr &place : std::as_const(places)) // which that sync has made
+        person->managedObjectContext()->deleteObject(place);
 }
 
-// Where a sync has removed it from its phone meanwhile, the next one puts it there again; where one gave its place to the person that
-// it was merged into, it has that back.
-void giveIdentity(const VXManagedObjectPtr &person, const QVariantMap &identity)
+/** Gives those that come back what else knew them, as far as nobody else has it by now. */
+class IdentityGiver
 {
-    VXManagedObjectContext &context = *person->managedObjectContext();
-    for (const QVariant &value : identity.value(placesKey).toList()) {
-        const QVariantMap map = value.toMap();
-        VXManagedObjectPtr place = objectNumbered(context, placeEntity, map.value(numberKey));
-        if (!place || place->valueForKey(deviceKey) != map.value(deviceKey)) {
-            place = context.insertNewObject(placeEntity);
-            for (const QString &key : placeKeys)
-                place->setValueForKey(map.value(key), key);
-            place->setValueForKey({}, u"location"_s);
+public:
+    /** The changes of a set. False, with an error, when the store cannot be read. */
+    bool prepare(VXManagedObjectContext &context, const VXFetchResult &changes, VXError *error)
+    {
+        QVariantList locations;
+        bool hasPlaces = false;
+        bool hasChanges = false;
+        for (const VXManagedObjectPtr &change : changes) {
+            if (change->valueForKey(personKey).value<VXManagedObjectPtr>())
+                continue;
+            const QVariantMap identity = change->valueForKey(beforeKey).toMap().value(identityKey).toMap();
+            for (const QVariant &value : identity.value(placesKey).toList()) {
+                hasPlaces = true;
+                if (const QString location = value.toMap().value(locationKey).toString(); !location.isEmpty())
+                    locations.append(location);
+            }
+            hasChanges = hasChanges || !identity.value(changesKey).toList().isEmpty();
         }
-        place->setValueForKey(QVariant::fromValue(person), u"person"_s);
+        for (const VXManagedObjectPtr &change : changes) {
+            const auto kept = change->valueForKey(personKey).value<VXManagedObjectPtr>();
+            if (hasPlaces && kept)
+                addPlacesOf(kept);
+        }
+        return (locations.isEmpty() || readFreePlaces(context, locations, error)) &&
+               (!hasChanges || readFreeChanges(context, error));
     }
-    for (const QVariant &number : identity.value(changesKey).toList()) {
-        const VXManagedObjectPtr change = objectNumbered(context, changeEntity, number);
-        if (change && !change->valueForKey(u"person"_s).value<VXManagedObjectPtr>())
-            change->setValueForKey(QVariant::fromValue(person), u"person"_s);
+
+    // Where a sync has removed it from its phone meanwhile, the next one puts it there again; where a merge gave its place to the person
+    // that is kept, it has that back.
+    void give(const VXManagedObjectPtr &person, const QVariantMap &identity)
+    {
+        for (const QVariant &value : identity.value(placesKey).toList())
+            givePlace(person, value.toMap());
+        if (!identity.value(changesKey).toList().isEmpty()) {
+            for (const VXManagedObjectPtr &change : _freeChanges.take(person->valueForKey(uidKey).toString()))
+                change->setValueForKey(QVariant::fromValue(person), personKey);
+        }
+        if (const qint64 number = identity.value(importNumberKey).toLongLong(); number != 0)
+            person->setValueForKey(number, importNumberKey);
     }
-    if (const qint64 number = identity.value(importNumberKey).toLongLong(); number != 0)
-        person->setValueForKey(number, importNumberKey);
-}
+
+private:
+    void addPlacesOf(const VXManagedObjectPtr &kept)
+    {
+        for (const VXManagedObjectPtr &place : relatedTo(*kept, placesKey))
+            _places[place->valueForKey(locationKey).toString()].append(place);
+    }
+
+    bool readFreePlaces(VXManagedObjectContext &context, const QVariantList &locations, VXError *error)
+    {
+        VXFetchRequest request = requestFor(context, placeEntity);
+        request.predicate = compare(locationKey, Operator::In, locations);
+        const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+        if (!found)
+            return false;
+        for (const VXManagedObjectPtr &place : *found) {
+            if (!place->valueForKey(personKey).value<VXManagedObjectPtr>())
+                _places[place->valueForKey(locationKey).toString()].append(place);
+        }
+        return true;
+    }
+
+    // Of persons who are gone, by their UID: what other sets changed of them.
+    bool readFreeChanges(VXManagedObjectContext &context, VXError *error)
+    {
+        VXFetchRequest request = requestFor(context, changeEntity);
+        request.predicate = *VXPredicate::predicateWithFormat(u"person == NULL"_s);
+        const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+        if (!found)
+            return false;
+        for (const VXManagedObjectPtr &change : *found) {
+            const QVariantMap before = change->valueForKey(beforeKey).toMap();
+            if (!before.contains(identityKey)) // else it is that the person went
+                _freeChanges[before.value(uidKey).toString()].append(change);
+        }
+        return true;
+    }
+
+    void givePlace(const VXManagedObjectPtr &person, const QVariantMap &noted)
+    {
+        QList<VXManagedObjectPtr> places = _places.value(noted.value(locationKey).toString());
+        places.removeIf([this](const VXManagedObjectPtr &each) { return _given.contains(each); });
+        VXManagedObjectPtr place = placeNoted(noted, places);
+        if (!place) {
+            place = person->managedObjectContext()->insertNewObject(placeEntity);
+            for (const QString &key : placeKeys)
+                place->setValueForKey(noted.value(key), key);
+            place->setValueForKey({}, locationKey);
+        }
+        place->setValueForKey(QVariant::fromValue(person), personKey);
+        _given.insert(place);
+    }
+
+    QHash<QString, QList<VXManagedObjectPtr>> _places; // free, or of those that the set has changed; by location
+    QSet<VXManagedObjectPtr> _given;
+    QHash<QString, QList<VXManagedObjectPtr>> _freeChanges;
+};
 
 } // namespace
 
@@ -223,11 +321,11 @@ void VXContactHistory::note(VXManagedObjectContext &context, const VXContactChan
         before.insert(identityKey, identityOf(*person));
     if (!isRemoved && !deviceURL.isEmpty())
         before.insert(agreedKey, agreedOf(*person, deviceURL));
-    change->setValueForKey(before, u"before"_s);
+    change->setValueForKey(before, beforeKey);
     if (const VXManagedObjectPtr owner = objectOf(context, changeSet.number))
         change->setValueForKey(QVariant::fromValue(owner), u"changeSet"_s);
     if (!isRemoved)
-        change->setValueForKey(QVariant::fromValue(person), u"person"_s);
+        change->setValueForKey(QVariant::fromValue(person), personKey);
 }
 
 QDateTime VXContactHistory::dateOfChange(const QDateTime &changeSet, const QDateTime &before)
@@ -280,13 +378,14 @@ bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *
     VXFetchRequest request = requestFor(context, changeEntity);
     request.predicate = compare(u"changeSet.number"_s, Operator::Equal, undo.changeSet.number);
     const std::optional<VXFetchResult> changes = context.executeFetchRequest(request, error);
-    if (!changes)
+    IdentityGiver identities;
+    if (!changes || (!isDryRun && !identities.prepare(context, *changes, error)))
         return false;
     VXContactWriter writer(context);
     for (const VXManagedObjectPtr &change : *changes) {
-        const QVariantMap values = change->valueForKey(u"before"_s).toMap();
+        const QVariantMap values = change->valueForKey(beforeKey).toMap();
         const VXContactRecord before(values);
-        const auto person = change->valueForKey(u"person"_s).value<VXManagedObjectPtr>();
+        const auto person = change->valueForKey(personKey).value<VXManagedObjectPtr>();
         const bool isLeft = person && !isUntouched(*person, undo.changeSet);
         if (isLeft)
             undo.left.append(nameOf(*person));
@@ -296,7 +395,7 @@ bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *
             continue;
         const VXManagedObjectPtr restored = person ? person : writer.insert(before);
         if (!person)
-            giveIdentity(restored, values.value(identityKey).toMap());
+            identities.give(restored, values.value(identityKey).toMap());
         if (person && !isLeft) {
             writer.replace(person, before);
             restorePlaces(person, values.value(agreedKey).toMap());

@@ -38,13 +38,26 @@ bool isQuiteLike(const VXContactRecord &contact, const VXContactRecord &known)
            contact.numbers.size() == known.numbers.size() && contact.emails.size() == known.emails.size();
 }
 
-// Of two cards with one UID: some programs give the same one to all.
+bool haveInCommon(const QStringList &some, const QStringList &others)
+{
+    return std::ranges::any_of(some, [&](const QString &each) { return others.contains(each); });
+}
+
+// Of two with one UID: some programs give the same one to all.
 bool isOtherPerson(const VXContactRecord &contact, const VXContactRecord &known)
 {
     const bool isNamed = !VXContactName::textOf(contact).isEmpty();
     if (!isNamed && VXContactName::textOf(known).isEmpty())
         return VXContactNameKey(contact) != VXContactNameKey(known);
     return !VXContactName::saysAllOf(contact, known) && !VXContactName::saysAllOf(known, contact);
+}
+
+// Nothing but the UID speaks for one: who changes the name keeps a part of it, a number or an address.
+bool isPlainlyOtherPerson(const VXContactRecord &contact, const VXContactRecord &known)
+{
+    return isOtherPerson(contact, known) &&
+           !haveInCommon(VXContactNameKey(contact).split(u' '), VXContactNameKey(known).split(u' ')) &&
+           !haveInCommon(VXContactAddressKeys(contact), VXContactAddressKeys(known));
 }
 
 } // namespace
@@ -127,11 +140,7 @@ bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
     std::ranges::transform(cards, std::back_inserter(contacts), &VXCard::contact);
     if (!match.prepare(contacts, error) || !beginChangeSet(context, error))
         return false;
-    for (const VXContactRecord &contact : std::as_const(contacts)) {
-        const size_t uid = hashOf(contact.uid);
-        if (!contact.uid.isEmpty() && !_metBy.contains(uid))
-            _metBy.insert(uid, uid); // the one with that UID is its, whatever comes before it
-    }
+    noteUIDs(contacts);
     if (_changeSet)
         writer.setChangeSet(_changeSet->number, _changeSet->date);
     QList<VXImportedContact> imported;
@@ -143,6 +152,23 @@ bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
     for (const VXImportedContact &each : std::as_const(imported))
         count(each);
     return true;
+}
+
+void VXContactImport::noteUIDs(const QList<VXContactRecord> &contacts)
+{
+    QHash<size_t, const VXContactRecord *> firsts;
+    for (const VXContactRecord &contact : contacts) {
+        const size_t uid = hashOf(contact.uid);
+        if (contact.uid.isEmpty())
+            continue;
+        if (!_metBy.contains(uid))
+            _metBy.insert(uid, uid); // the one with that UID is its, whatever comes before it
+        const VXContactRecord *&first = firsts[uid];
+        if (first == nullptr)
+            first = &contact;
+        else if (isOtherPerson(VXStorableContact(contact), VXStorableContact(*first)))
+            _doubtfulUIDs.insert(uid);
+    }
 }
 
 bool VXContactImport::importGroups(VXError *error)
@@ -178,6 +204,17 @@ int VXContactImport::likeness(const VXContactRecord &contact, size_t card, const
     return isTaken ? 0 : isNoNews ? 3 : VXReplacedValues(here, both).isEmpty() ? 2 : 1;
 }
 
+// Of one that was merged, or that we wrote ourselves, the UID tells who it is.
+bool VXContactImport::isUIDOfOther(const VXContactRecord &contact, const VXKnownContact &known) const
+{
+    const size_t uid = hashOf(contact.uid);
+    const VXContactRecord here = VXStorableContact(contact);
+    const VXContactRecord there = VXStorableContact(known.contact);
+    if (_uids.contains(uid) || _doubtfulUIDs.contains(uid))
+        return isOtherPerson(here, there);
+    return here.uid == there.uid && isPlainlyOtherPerson(here, there);
+}
+
 void VXContactImport::didMeet(const VXContactRecord &contact, size_t card, const VXKnownContact &known)
 {
     _metBy.insert(keyOf(known), card);
@@ -196,14 +233,15 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
     const bool isAgain = !contact.uid.isEmpty() && _uids.contains(hashOf(contact.uid));
     size_t number = contact.uid.isEmpty() ? qHash(++_cardCount, 1) : hashOf(contact.uid);
     const VXKnownContact *found = find(number);
-    if (!isAgain && !contact.uid.isEmpty()) {
-        _uids.insert(number);
-    } else if (isAgain && found != nullptr && isOtherPerson(VXStorableContact(contact), found->contact)) {
-        _report.problems.append({card.line, u"the UID is that of another card too, and not counted"_s});
+    if (found != nullptr && !contact.uid.isEmpty() && isUIDOfOther(contact, *found)) {
+        _report.problems.append({card.line, isAgain ? u"the UID is that of another card too, and not counted"_s
+                                                    : u"the UID is that of another contact, and not counted"_s});
         contact.uid.clear();
         number = qHash(++_cardCount, 1);
         found = find(number);
     }
+    if (!contact.uid.isEmpty())
+        _uids.insert(number);
     if (found == nullptr) {
         VXKnownContact added{nullptr, VXStorableContact(contact)};
         if (added.contact.uid.isEmpty())

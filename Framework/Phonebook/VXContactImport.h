@@ -47,7 +47,8 @@ struct VXContactImportReport
 /**
  * Imports contacts into the store "phonebook". One that is there already (VXContactMatch) takes over what is new, and loses nothing but
  * single values that the file has otherwise, which are told; so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts, and so are those without, unless they are equal. Of cards
- * with one UID the first counts, and what others have otherwise stands in the note; where the names are those of two people the UID is not counted. Contacts
+ * with one UID the first counts, and what others have otherwise stands in the note; where the names are those of two people the UID is not counted, nor where the contact
+ * that has it plainly is another person: no word of the name, number or address is the same. Contacts
  * are saved in portions, each contact as a whole: an import that is broken off can be repeated, and undone (VXContactHistory). One
  * imports, merges, undoes or syncs at a time, of whatever process (VXStoreWorkLock); others wait. Any thread.
  */
@@ -82,6 +83,8 @@ private:
     bool importGroups(VXError *error);
     VXImportedContact importContact(const VXCard &card, VXContactMatch &match, VXContactWriter &writer,
                                     VXManagedObjectContext &context);
+    void noteUIDs(const QList<VXContactRecord> &contacts);
+    bool isUIDOfOther(const VXContactRecord &contact, const VXKnownContact &known) const;
     int likeness(const VXContactRecord &contact, size_t card, const VXKnownContact &known) const;
     void didMeet(const VXContactRecord &contact, size_t card, const VXKnownContact &known);
     void count(const VXImportedContact &contact);
@@ -96,6 +99,7 @@ private:
     std::optional<VXContactChangeSet> _changeSet; // once there is anything to change
     QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card or its number; their hashes
     QSet<size_t> _uids;           // of the cards so far; their hashes
+    QSet<size_t> _doubtfulUIDs;   // that cards of several people have; their hashes
     qsizetype _cardCount = 0;     // of those without a UID
     std::unique_ptr<VXContactGroupImport> _groups;
     // Of a dry run: all that would be there.

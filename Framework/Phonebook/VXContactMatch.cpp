@@ -36,26 +36,9 @@ QString sortNameOf(const VXContactRecord &contact)
     return VXContactSortName(contact.firstName, contact.lastName, contact.nickname, contact.company);
 }
 
-// By which a contact is looked for in the store: numbers and addresses, or what it is sorted by where it has none of those. What
-// has no digit is no number that could be looked up.
-QStringList addressKeysOf(const VXContactRecord &contact)
-{
-    QStringList keys;
-    for (const VXContactRecord::Address &number : contact.numbers) {
-        if (const QString search = VXPhoneNumberSearchString(number.value); !search.isEmpty())
-            keys.append(numberMark + search);
-    }
-    for (const VXContactRecord::Address &email : contact.emails)
-        keys.append(emailMark + email.value.toLower());
-    if (keys.isEmpty())
-        keys.append(nameMark + sortNameOf(contact));
-    keys.removeDuplicates();
-    return keys;
-}
-
 bool hasAddresses(const VXContactRecord &contact)
 {
-    return !addressKeysOf(contact).constFirst().startsWith(nameMark);
+    return !VXContactAddressKeys(contact).constFirst().startsWith(nameMark);
 }
 
 // Many may have one number: what is known is found by the name too.
@@ -75,6 +58,22 @@ QString VXContactNameKey(const VXContactRecord &contact)
     return words.join(u' ');
 }
 
+// What has no digit is no number that could be looked up.
+QStringList VXContactAddressKeys(const VXContactRecord &contact)
+{
+    QStringList keys;
+    for (const VXContactRecord::Address &number : contact.numbers) {
+        if (const QString search = VXPhoneNumberSearchString(number.value); !search.isEmpty())
+            keys.append(numberMark + search);
+    }
+    for (const VXContactRecord::Address &email : contact.emails)
+        keys.append(emailMark + email.value.toLower());
+    if (keys.isEmpty())
+        keys.append(nameMark + sortNameOf(contact));
+    keys.removeDuplicates();
+    return keys;
+}
+
 bool VXContactMatch::prepare(const QList<VXContactRecord> &contacts, VXError *error)
 {
     QStringList keys;
@@ -82,7 +81,7 @@ bool VXContactMatch::prepare(const QList<VXContactRecord> &contacts, VXError *er
         const VXContactRecord storable = VXStorableContact(contact);
         if (!storable.uid.isEmpty())
             keys << uidMark + storable.uid << formerMark + storable.uid;
-        keys += addressKeysOf(storable);
+        keys += VXContactAddressKeys(storable);
     }
     QVariantList persons;
     if (!readPersons(keys, &persons, error))
@@ -217,7 +216,7 @@ void VXContactMatch::add(const VXKnownContact &known)
         keys.append(uidMark + contact.uid);
     for (const QString &uid : contact.formerUIDs())
         keys.append(formerMark + uid);
-    for (const QString &key : addressKeysOf(contact))
+    for (const QString &key : VXContactAddressKeys(contact))
         keys.append(placeKey(key, name));
     for (const QString &key : std::as_const(keys)) {
         QList<qsizetype> &places = _places[key];
@@ -239,7 +238,7 @@ const VXKnownContact *VXContactMatch::find(const VXContactRecord &contact,
     const QString name = VXContactNameKey(storable);
     const VXKnownContact *best = nullptr;
     int most = 0;
-    for (const QString &key : addressKeysOf(storable)) {
+    for (const QString &key : VXContactAddressKeys(storable)) {
         for (const qsizetype place : _places.value(placeKey(key, name))) {
             const VXKnownContact &known = _known[place];
             if (_names[place] != name || hasAddresses(known.contact) != hasAddresses(storable)) // by now

@@ -18,6 +18,9 @@ class VXManagedObjectContext;
 /** What people call the contact as a text to compare: its words in any order, case and diacritics overlooked. */
 [[nodiscard]] VX_EXPORT QString VXContactNameKey(const VXContactRecord &contact);
 
+/** By which the contact is looked for: its numbers and addresses as they are compared, or what it is sorted by where it has none. */
+[[nodiscard]] VX_EXPORT QStringList VXContactAddressKeys(const VXContactRecord &contact);
+
 /** A contact that is known: of the store, or one that is only going to be. */
 struct VXKnownContact
 {

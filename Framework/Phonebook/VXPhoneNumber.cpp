@@ -16,6 +16,9 @@ constexpr qsizetype minimumPhoneNumberLength = 3; // UTF-16 units
 constexpr QLatin1StringView internationalAccessCodes[] = {"0011"_L1, "1060"_L1, "001"_L1, "002"_L1, "005"_L1, "011"_L1,
                                                           "810"_L1,  "900"_L1,  "990"_L1, "99"_L1,  "00"_L1};
 
+// Italy, San Marino and the Vatican: the zero belongs to the number, from abroad too.
+constexpr QLatin1StringView countriesThatDialTheZero[] = {"39"_L1, "378"_L1, "379"_L1};
+
 // Of numbers with exactly this many digits.
 constexpr qsizetype longNationalNumber = 13;
 constexpr QLatin1StringView longNationalAccessCodes[] = {"015"_L1, "021"_L1, "023"_L1, "031"_L1};
@@ -127,7 +130,15 @@ QString VXPhoneNumberWithoutTrunkZero(const QString &number)
     constexpr QLatin1StringView zero("(0)");
     const bool isInternational = number.startsWith(u'+') || number.startsWith("00"_L1);
     const qsizetype at = isInternational ? number.indexOf(zero) : -1;
-    return at < 0 ? number : QString(number).replace(at, zero.size(), u" "_s).simplified();
+    if (at < 0)
+        return number;
+    QString country = VXCharacterSet::decimalDigitCharacterSet().membersOf(number.first(at));
+    if (country.startsWith("00"_L1))
+        country.remove(0, 2);
+    if (country.isEmpty() || VXCountryCodeLength(country) != country.size())
+        return number; // a digit like others
+    const bool isDialled = std::ranges::find(countriesThatDialTheZero, country) != std::end(countriesThatDialTheZero);
+    return QString(number).replace(at, zero.size(), isDialled ? u" 0"_s : u" "_s).simplified();
 }
 
 QString VXPhoneNumberNationalAccessCode(QStringView digits)

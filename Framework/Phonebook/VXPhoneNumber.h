@@ -25,8 +25,8 @@
 /** The digits as they are dialled from abroad, without access code; null where the number does not tell its country. */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberInternationalDigits(QStringView number);
 
-/** Of an international number without the "(0)" that some write for those who call from within the country: nobody dials it with the rest,
- *  and numbers are compared without. */
+/** Of an international number without the "(0)" that some write behind the country code for those who call from within the country: nobody dials it with the rest,
+ *  and numbers are compared without. Where it is dialled with the rest, as in Italy, it stands there without its brackets. */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberWithoutTrunkZero(const QString &number);
 
 /** The prefix for calls within the country ("0", "1", ...); null when there is none or for fewer than 7 digits. */

@@ -156,7 +156,11 @@ std::optional<unsigned> maskOf(const QVariant &type)
 class Writer
 {
 public:
-    Writer(GSM_MemoryEntry &entry, const VXGammuGate &gate) : _entry(entry), _gate(gate) {}
+    Writer(GSM_MemoryEntry &entry, const VXGammuGate &gate, const QVariantMap &there) : _entry(entry), _gate(gate)
+    {
+        for (const QVariant &number : there.value(u"numbers"_s).toList())
+            _numbersThere.append(number.toMap().value(u"number"_s).toString());
+    }
 
     VXGammuFailure failure() const { return _failure; }
 
@@ -211,13 +215,14 @@ private:
         const Kind *const labelled = find(labels, label);
         if (!label.isEmpty() && labelled == nullptr)
             return fail(u"No number has the type \"%1\"."_s, label);
-        const QString number = VXGammuGate::storableNumber(map.value(u"number"_s).toString());
-        if (number.isNull())
-            return fail(u"\"%1\" is no phone number."_s, map.value(u"number"_s).toString());
+        const QString written = map.value(u"number"_s).toString();
+        const QString bare = VXGammuGate::storableNumber(written);
+        if (bare.isNull())
+            return fail(u"\"%1\" is no phone number."_s, written);
         const GSM_EntryType type = labelled != nullptr    ? labelled->type
                                    : kind < byMask.size() ? byMask.at(kind)
                                                           : PBK_Number_General;
-        addText(type, map, u"number"_s, number);
+        addText(type, map, u"number"_s, _numbersThere.contains(written) ? written : bare);
     }
 
     void addParts(std::span<const Kind> kinds, const QVariantMap &map)
@@ -274,6 +279,7 @@ private:
 
     GSM_MemoryEntry &_entry;
     const VXGammuGate &_gate;
+    QStringList _numbersThere; // which stay as they are written
     VXGammuFailure _failure;
 };
 
@@ -288,9 +294,10 @@ QVariantMap VXContactFromGammu(const GSM_MemoryEntry &entry)
     return contact;
 }
 
-VXGammuFailure VXContactToGammu(const QVariantMap &contact, const VXGammuGate &gate, GSM_MemoryEntry &entry)
+VXGammuFailure VXContactToGammu(const QVariantMap &contact, const QVariantMap &there, const VXGammuGate &gate,
+                                GSM_MemoryEntry &entry)
 {
-    Writer writer(entry, gate);
+    Writer writer(entry, gate, there);
     const int before = entry.EntriesNum;
     for (auto field = contact.begin(); field != contact.end() && !writer.failure(); ++field)
         writer.addField(field.key(), field.value());

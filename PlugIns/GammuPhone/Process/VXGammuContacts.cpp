@@ -142,16 +142,18 @@ VXGammuFailure VXGammuContacts::write(VXGammuSession &session, VXGammuJob &job)
     if (!entry)
         return failure;
     const QString cannotWrite = u"The contact could not be written: %1"_s;
+    QVariantMap there;
     if (entry->Location > 0) {
         const GSM_Error found = get(session, *entry);
         if (found != ERR_NONE && found != ERR_EMPTY)
             return VXGammuTrouble(cannotWrite, found);
         if (failure = checkPlace(contact, *entry); failure)
             return failure;
+        there = VXContactFromGammu(*entry);
         VXRemoveContactValues(*entry);
     }
     contact.remove(expectedKey);
-    failure = VXContactToGammu(contact, VXGammuGate(session.takesCards()), *entry);
+    failure = VXContactToGammu(contact, there, VXGammuGate(session.takesCards()), *entry);
     if (failure)
         return failure;
     if (const GSM_Error code = put(session, *entry); code != ERR_NONE)
@@ -161,8 +163,8 @@ VXGammuFailure VXGammuContacts::write(VXGammuSession &session, VXGammuJob &job)
     QVariantMap result = VXGammuReading::result(refused.isEmpty(), refused);
     result.insert(u"memory"_s, QString::fromLatin1(GSM_MemoryTypeToString(entry->MemoryType)));
     result.insert(u"location"_s, entry->Location);
-    if (const QVariantMap there = written(session, *entry); !there.isEmpty())
-        result.insert(u"contact"_s, there);
+    if (const QVariantMap made = written(session, *entry); !made.isEmpty())
+        result.insert(u"contact"_s, made);
     job.setResult(result);
     return {};
 }

@@ -6,6 +6,7 @@
 #include "VXCoreDataSaveError.h"
 #include "VXErrorDomain.h"
 #include "VXPhonebookPluginString.h"
+#include "VXPhoneNumber.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMap>
@@ -42,6 +43,19 @@ int placesIndex(const Person &person)
     return person->entity().propertyForName(u"places"_s)->index();
 }
 
+// A number that nobody changed stays on the phone as it is written there.
+VXContactRecord asWrittenThere(VXContactRecord wanted, const VXContactRecord &there)
+{
+    for (VXContactRecord::Address &number : wanted.numbers) {
+        const auto written = std::ranges::find_if(there.numbers, [&](const VXContactRecord::Address &each) {
+            return VXPhoneNumberWithoutTrunkZero(each.value.trimmed()) == number.value;
+        });
+        if (written != there.numbers.end())
+            number.value = written->value;
+    }
+    return wanted;
+}
+
 // What the action that changes it is told: what we know nothing of stays as it was read.
 QVariantMap objectFor(const VXPhoneContact &contact, const VXContactRecord &wanted)
 {
@@ -50,7 +64,7 @@ QVariantMap objectFor(const VXPhoneContact &contact, const VXContactRecord &want
     object.removeIf([&](const auto &entry) {
         return known.contains(entry.key()) || entry.value().typeId() == QMetaType::QVariantList;
     });
-    object.insert(wanted.map());
+    object.insert(asWrittenThere(wanted, VXContactRecord(contact.item)).map());
     object.insert(u"expected"_s, contact.item);
     return object;
 }

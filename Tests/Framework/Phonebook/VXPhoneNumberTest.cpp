@@ -87,6 +87,29 @@ TEST(VXPhoneNumberTest, searchString)
     }
 }
 
+TEST(VXPhoneNumberTest, aZeroInBracketsIsLeftOutUnlessItIsDialled)
+{
+    const TextPair table[] = {
+        {u"+49 (0)30 123456"_s, u"+49 30 123456"_s},
+        {u"0044(0)2079460000"_s, u"0044 2079460000"_s},
+        {u"+39 (0)6 6982 1234"_s, u"+39 06 6982 1234"_s},
+        {u"0039(0)669821234"_s, u"0039 0669821234"_s},
+        {u"+378 (0)549 882 914"_s, u"+378 0549 882 914"_s},
+        {u"+379 (0) 6 6982"_s, u"+379 0 6 6982"_s},
+        {u"+49 30 555 (0)"_s, u"+49 30 555 (0)"_s},
+        {u"+44 20 7946 0000,(0)12"_s, u"+44 20 7946 0000,(0)12"_s},
+        {u"+(0)"_s, u"+(0)"_s},
+        {u"+1242 (0) 3651234"_s, u"+1242 3651234"_s},
+        {u"(0)30 123456"_s, u"(0)30 123456"_s},
+        {u"+49  30 123456"_s, u"+49  30 123456"_s},
+        {QString(), QString()},
+    };
+    for (const auto &[given, expected] : table)
+        EXPECT_EQ(VXPhoneNumberWithoutTrunkZero(given), expected) << given.toStdString();
+    EXPECT_EQ(VXPhoneNumberSearchString(VXPhoneNumberWithoutTrunkZero(table[2].given)),
+              VXPhoneNumberSearchString(u"+390669821234"));
+}
+
 TEST(VXPhoneNumberTest, accessCodes)
 {
     struct

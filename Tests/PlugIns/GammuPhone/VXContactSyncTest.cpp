@@ -292,6 +292,19 @@ TEST_F(VXContactSyncTest, WhatAPhoneRefusesIsToldAndTheRestIsDone)
     EXPECT_EQ(show(u"Jane Doe"_s)[u"note"_s], u"short\u2028\"text\""_s);
 }
 
+// However it is written here.
+TEST_F(VXContactSyncTest, NumbersThatNobodyChangedStayAsThePhoneHasThem)
+{
+    fillPhone();
+    addOnPhone(6, "Mario", "+39 (0)6 6982 1234\nTEL;HOME:+49 (0)30 123456");
+    EXPECT_EQ(sync(u"contacts"_s), u"6 0 0"_s);
+    EXPECT_THAT(here(), testing::Contains(u"Mario +39 06 6982 1234 +49 30 123456"_s));
+    edit(u"Mario"_s, {u"--note"_s, u"hi"_s, u"--number"_s, u"+44 20 7946 0000"_s});
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 1"_s);
+    EXPECT_THAT(there(), testing::Contains(u"Mario +39 (0)6 6982 1234 +49 (0)30 123456 +442079460000"_s));
+    EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
+}
+
 TEST_F(VXContactSyncTest, OnlyOneSyncRunsAtATime)
 {
     fillPhone();

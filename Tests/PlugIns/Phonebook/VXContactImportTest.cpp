@@ -67,6 +67,23 @@ protected:
         return context.countForFetchRequest(VXFetchRequest(*store->model().entityForName(entity))).value_or(-1);
     }
 
+    /** Gives the first two objects each other's values, as they may have where all were copied one by one: others have their numbers. */
+    void exchange(const QString &entity) const
+    {
+        VXManagedObjectContext context(store);
+        VXFetchRequest request(*store->model().entityForName(entity));
+        const auto found = context.executeFetchRequest(request);
+        ASSERT_GE(found->size(), 2);
+        for (const QString &key : {u"device_url"_s, u"location"_s, u"before"_s, u"person"_s, u"changeSet"_s}) {
+            if (request.entity().propertyForName(key) == nullptr)
+                continue;
+            const QVariant first = found->at(0)->valueForKey(key);
+            found->at(0)->setValueForKey(found->at(1)->valueForKey(key), key);
+            found->at(1)->setValueForKey(first, key);
+        }
+        EXPECT_TRUE(context.save());
+    }
+
     QString undo(bool isDryRun = false) const
     {
         VXError error;
@@ -144,6 +161,7 @@ TEST_F(VXContactImportTest, NoCardIsNewsASecondTime)
         "ORG: Mill \r\nTITLE: \r\nNICKNAME:J \r\n",
         "TEL:CALL-ME\r\n",
         "TEL:+49 (0)30 1234567\r\nTEL:+49 30 1234567\r\nTEL:0049(0)301234568\r\n",
+        "TEL:+39 (0)6 6982 1234\r\nTEL:+390669821234\r\n",
         "TEL;X-A=1:+49 (0)30 1234567\r\nTEL;X-A=2:555 0143\r\nNOTE;X-A=3:n\r\n",
         "TEL:sip:jane@example.org\r\nTEL:sip:1234@example.org\r\n",
         "TEL:CALL-ME\r\nTEL:555 0142\r\nEMAIL:n@example.org\r\n",
@@ -282,6 +300,38 @@ TEST_F(VXContactImportTest, AUIDThatSeveralCardsHaveSettles)
         undo();
         EXPECT_EQ(contacts(), QStringList());
     }
+}
+
+// It stays so when one of them is in the store, in whatever order the file has them the next time, and when it has more.
+TEST_F(VXContactImportTest, AUIDOfSeveralPeopleMixesNoneOfThemUp)
+{
+    const auto of = [](const QByteArray &name, const QByteArray &number) {
+        return card(name, "UID:0\r\nTEL:" + number + "\r\n");
+    };
+    const QByteArray first = of("Jane Doe", "555 0101");
+    const QByteArray namesake = of("Jane Roe", "555 0102");
+    const QByteArray other = of("Rob Hill", "555 0103");
+    const QByteArray further = of("Aaron Ames", "555 0104");
+    const struct
+    {
+        QByteArray cards;
+        QString counts;
+    } steps[] = {
+        {first + namesake + other, u"3 0 0 0"_s},
+        {other + first + namesake, u"0 0 3 0"_s},
+        {namesake + first, u"0 0 2 0"_s},
+        {further + first + namesake + other, u"1 0 3 0"_s},
+        {other, u"0 0 1 0"_s}, // the UID is Jane's
+        {of("Zoe Cole", "555 0105"), u"1 0 0 0"_s},
+        {of("Zoe Cole", "555 0105"), u"0 0 1 0"_s},
+        {of("Rita Cruz", "555 0101"), u"0 1 0 0"_s}, // her new name
+    };
+    for (const auto &[cards, counts] : steps) {
+        EXPECT_EQ(import(cards, true), counts) << cards.toStdString();
+        EXPECT_EQ(import(cards), counts) << cards.toStdString();
+    }
+    EXPECT_EQ(contacts(), (QStringList{u"Aaron Ames||555 0104"_s, u"Jane Roe||555 0102"_s, u"Rita Cruz||555 0101"_s,
+                                       u"Rob Hill||555 0103"_s, u"Zoe Cole||555 0105"_s}));
 }
 
 TEST_F(VXContactImportTest, GroupsThatAreCardsHaveTheirMembers)
@@ -453,6 +503,10 @@ TEST_F(VXContactImportTest, AMergeThatIsUndoneLeavesEachContactItsPast)
     EXPECT_EQ(undo(), u"0 1 1 "_s);
     EXPECT_EQ(places(), before);
     ASSERT_TRUE(duplicates.merge(*duplicates.find()));
+    exchange(u"VXContactPlace"_s);
+    EXPECT_EQ(undo(), u"0 1 1 "_s);
+    EXPECT_EQ(places(), before);
+    ASSERT_TRUE(duplicates.merge(*duplicates.find()));
     const auto all = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXContactPlace"_s)));
     for (const VXManagedObjectPtr &place : *all)
         context.deleteObject(place); // a sync carried it out
@@ -465,6 +519,30 @@ TEST_F(VXContactImportTest, AMergeThatIsUndoneLeavesEachContactItsPast)
     EXPECT_EQ(contacts(), QStringList{u"Jane Doe|Mill|555 0100|Family"_s});
     EXPECT_EQ(undo(), u"1 0 0 "_s);
     EXPECT_EQ(contacts(), QStringList());
+}
+
+TEST_F(VXContactImportTest, AContactThatComesBackHasItsChangesWhateverTheirNumbers)
+{
+    import(jane + bob);
+    const QStringList before = contacts();
+    EXPECT_EQ(
+        import(card("Jane Doe", "UID:1\r\nTEL:555 0199\r\n") + card("Bob Hill", "TEL:020 7946 0123\r\nORG:Mill\r\n")),
+        u"0 2 0 0"_s);
+    for (const bool isCopied : {false, true}) {
+        VXManagedObjectContext context(store);
+        VXFetchRequest request(*store->model().entityForName(u"VXPerson"_s));
+        request.predicate = *VXPredicate::predicateWithFormat(u"firstName == 'Jane'"_s);
+        const VXManagedObjectPtr person = context.executeFetchRequest(request)->first();
+        const auto deletion = VXContactHistory::insert(context, u"deletion"_s, u"Jane Doe"_s);
+        VXContactHistory::note(context, *deletion, person, true);
+        context.deleteObject(person);
+        ASSERT_TRUE(context.save());
+        if (isCopied)
+            exchange(u"VXContactChange"_s);
+        EXPECT_EQ(undo(), u"0 0 1 "_s);
+    }
+    EXPECT_EQ(undo(), u"0 1 0 Bob Hill"_s); // whom the exchange has touched
+    EXPECT_EQ(contacts(), (QStringList{u"Bob Hill|Mill|+44 20 7946 0123"_s, before.constLast()}));
 }
 
 // How a person writes the whole name is not what its parts would give.
