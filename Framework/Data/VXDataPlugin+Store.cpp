@@ -246,7 +246,7 @@ bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &pat
 {
     VXFileManager &files = VXFileManager::defaultManager();
     if (VXExistsAtPath(path)) {
-        if (const VXError problem = VXStorePast::trash(path, path, u"replaced"_s)) {
+        if (const VXError problem = VXStorePast::trashReplaced(path, waiting, upgradingPath())) {
             VXSetError(error, problem);
             return false;
         }

@@ -91,6 +91,7 @@ StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
         return nullptr;
     switch (*age) {
     case Age::Same:
+        VXStorePast::noteUse(path);
         return store;
     case Age::Newer:
         VXSetError(error, newerError(path));
@@ -272,10 +273,7 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
 
 QList<VXStorePast::Entry> VXDataPlugin::earlierStores() const
 {
-    QList<VXStorePast::Entry> stores = VXStorePast::entries(dataStorePath());
-    if (exists(upgradingPath()))
-        stores.prepend({upgradingPath(), QFileInfo(upgradingPath()).lastModified(), u"upgraded"_s});
-    return stores;
+    return VXStorePast::entries(dataStorePath(), upgradingPath());
 }
 
 VXError VXDataPlugin::withdrawWaitingStore(QString *trashed) const
