@@ -264,7 +264,7 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
         return error;
     error = stageStore(*store);
     if (!error)
-        installWaitingStore(dataStorePath(), &error);
+        installWaitingStore(dataStorePath(), true, &error);
     *isWaiting = !error && exists(waitingPath());
     if (isOld && !error && !*isWaiting) // it would pass for the old one of another upgrade
         error = VXFileManager::defaultManager().safelyTrashFileAtPath(upgradingPath());
@@ -278,7 +278,15 @@ QList<VXStorePast::Entry> VXDataPlugin::earlierStores() const
 
 VXError VXDataPlugin::withdrawWaitingStore(QString *trashed) const
 {
-    return VXFileManager::defaultManager().safelyTrashFileAtPath(waitingPath(), trashed);
+    VXFileManager &files = VXFileManager::defaultManager();
+    const QString waiting = waitingPath();
+    const VXError problem = files.safelyTrashFileAtPath(waiting, trashed);
+    if (!problem || !exists(waiting))
+        return problem;
+    const QString place = VXStorePast::freePlaceBeside(waiting, u"withdrawn"_s);
+    if (trashed != nullptr)
+        *trashed = place;
+    return files.moveItemAtPath(waiting, place) ? problem : VXError();
 }
 
 // The stamp is on the disk before the first object is.

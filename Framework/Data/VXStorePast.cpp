@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -122,24 +123,45 @@ void noteMoved(const QString &storePath, const QString &keptPath, const QString 
     setListOf(storePath, listWith(listOf(storePath), entry, number));
 }
 
-VXError trashKept(const QString &storePath, const Kept &kept, QString *trashedPath)
+// Notes it before: it is found again whenever the process is ended. `move` tells where it then is.
+VXError moveKept(const QString &storePath, const Kept &kept, QString *place,
+                 const std::function<VXError(QString *place)> &move)
 {
-    VXFileManager &files = VXFileManager::defaultManager();
     makeLinkAbsolute(kept.path);
     const qulonglong number = numberOf(kept.path);
     const QVariantList before = listOf(storePath);
-    QVariantMap entry = entryFor(kept, files.pathToUserTrashFolder() + u'/' + QFileInfo(kept.path).fileName(),
-                                 QDateTime::currentDateTimeUtc());
+    QVariantMap entry = entryFor(kept, *place, QDateTime::currentDateTimeUtc());
     setListOf(storePath, listWith(before, entry, number));
-    const VXError error = files.safelyTrashFileAtPath(kept.path, trashedPath);
+    const VXError error = move(place);
     if (error) {
         setListOf(storePath, before);
-    } else if (const qulonglong moved = numberOf(*trashedPath); moved != number) { // from another disk
-        entry.insert(u"path"_s, *trashedPath);
+        *place = QString();
+    } else if (const qulonglong moved = numberOf(*place); moved != number) { // from another disk
+        entry.insert(u"path"_s, *place);
         entry.insert(u"number"_s, moved);
         setListOf(storePath, listWith(before, entry, number));
     }
     return error;
+}
+
+VXError trashKept(const QString &storePath, const Kept &kept, QString *place)
+{
+    VXFileManager &files = VXFileManager::defaultManager();
+    *place = files.pathToUserTrashFolder() + u'/' + QFileInfo(kept.path).fileName();
+    return moveKept(storePath, kept, place,
+                    [&](QString *trashed) { return files.safelyTrashFileAtPath(kept.path, trashed); });
+}
+
+VXError trashKeptOrMoveBeside(const QString &storePath, const Kept &kept, QString *place)
+{
+    const VXError problem = trashKept(storePath, kept, place);
+    if (!problem || !VXFileManager::itemExistsAtPath(kept.path))
+        return problem;
+    VXLogClassMethod(VXLogWarning, VXStorePast, "keep", "trash: "_L1 + problem.description());
+    *place = VXStorePast::freePlaceBeside(storePath, kept.reason);
+    return moveKept(storePath, kept, place, [&](const QString *beside) {
+        return VXFileManager::defaultManager().moveItemAtPath(kept.path, *beside);
+    });
 }
 
 } // namespace
@@ -181,10 +203,30 @@ VXError VXStorePast::trash(const QString &storePath, const QString &path, const 
     return error;
 }
 
-VXError VXStorePast::trashReplaced(const QString &storePath, const QString &successor, const QString &upgradingPath)
+VXError VXStorePast::keep(const QString &storePath, const QString &path, const QString &reason, QString *place)
 {
-    QString trashed;
-    return trashKept(storePath, {storePath, u"replaced"_s, {successor, upgradingPath}}, &trashed);
+    QString kept;
+    const VXError error = trashKeptOrMoveBeside(storePath, {path, reason}, &kept);
+    if (place != nullptr)
+        *place = kept;
+    return error;
+}
+
+VXError VXStorePast::moveReplaced(const QString &storePath, const QString &successor, const QString &upgradingPath,
+                                  bool isKeptBeside)
+{
+    QString place;
+    const Kept replaced{storePath, u"replaced"_s, {successor, upgradingPath}};
+    return isKeptBeside ? trashKeptOrMoveBeside(storePath, replaced, &place) : trashKept(storePath, replaced, &place);
+}
+
+QString VXStorePast::freePlaceBeside(const QString &path, const QString &suffix)
+{
+    const QString first = path + u'.' + suffix;
+    QString place = first;
+    for (int next = 1; VXFileManager::itemExistsAtPath(place); ++next)
+        place = u"%1.%2"_s.arg(first).arg(next);
+    return place;
 }
 
 QList<VXStorePast::Entry> VXStorePast::entries(const QString &storePath, const QString &upgradingPath)

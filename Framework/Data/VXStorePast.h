@@ -29,9 +29,14 @@ public:
      * the process is ended. Failures to note it are logged. */
     static VXError trash(const QString &storePath, const QString &path, const QString &reason,
                          QString *trashedPath = nullptr);
+    /** The same, or beside the store, as "NAME.vxdatastore.REASON", where the trash does not take it. */
+    static VXError keep(const QString &storePath, const QString &path, const QString &reason, QString *place = nullptr);
     /** The same of the store itself, which that at `successor` is to replace; `upgradingPath` is where the old store of an
-     * upgrade lies, if any. */
-    static VXError trashReplaced(const QString &storePath, const QString &successor, const QString &upgradingPath);
+     * upgrade lies, if any. Only into the trash, unless `isKeptBeside`. */
+    static VXError moveReplaced(const QString &storePath, const QString &successor, const QString &upgradingPath,
+                                bool isKeptBeside);
+    /** That path with a suffix, and a number where that is taken. */
+    static QString freePlaceBeside(const QString &path, const QString &suffix);
     /** The store is opened as it is: an upgrade of it later is a step of its own. */
     static void noteUse(const QString &storePath);
     /** The same to another place, which is free; noted once it is there. */

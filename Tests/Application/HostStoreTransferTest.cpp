@@ -216,7 +216,7 @@ TEST_F(HostStoreTransferTest, MergesAndTheirRehearsalsSayTheSame)
     EXPECT_EQ(changeSets->toObject().value(u"copied"_s), 0);
 }
 
-TEST_F(HostStoreTransferTest, MergeCanBeTakenBackWithoutATrash)
+TEST_F(HostStoreTransferTest, MergesAndReplacementsCanBeTakenBackWithoutATrash)
 {
     addCall("Jane <+1 555 0100>");
     const QString plain = path(u"plain.vxdatastore"_s);
@@ -226,9 +226,18 @@ TEST_F(HostStoreTransferTest, MergeCanBeTakenBackWithoutATrash)
     EXPECT_THAT(run({u"import"_s, u"calls"_s, plain, u"--merge"_s}).output.toStdString(),
                 HasSubstr("What that was before lies in " + kept.toStdString()));
     EXPECT_EQ(callsIn(u"calls"_s), 2);
-    ASSERT_TRUE(QFile::remove(path(u".local/share/Trash"_s)));
-    EXPECT_EQ(run({u"rollback"_s, u"calls"_s, u"--yes"_s}).status, 0);
-    EXPECT_EQ(callsIn(u"calls"_s), 1);
+    for (const int calls : {1, 2, 1, 2}) { // that, too, and so on
+        EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s);
+        EXPECT_EQ(callsIn(u"calls"_s), calls);
+    }
+    // Nobody loses the store in use to what waits; to withdraw that is always possible.
+    const QString waiting = path(u".local/share/Vornix 2/Data (Install)/calls.vxdatastore"_s);
+    EXPECT_EQ(run({u"import"_s, u"calls"_s, plain, u"--replace"_s}).status, 0);
+    const HostOutcome refused = run({u"list"_s, u"calls"_s, u"VXCall"_s});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.errors.toStdString(), HasSubstr("\"vornix store rollback calls\" withdraws that."));
+    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"from"_s), waiting + ".withdrawn"_L1);
+    EXPECT_EQ(callsIn(u"calls"_s), 2);
 }
 
 TEST_F(HostStoreTransferTest, MistakesAreTold)
