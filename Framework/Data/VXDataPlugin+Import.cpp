@@ -217,23 +217,11 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
 // Beside the store where it cannot go to the trash: what was merged can be taken back.
 void VXDataPlugin::keepMerged(const QString &before)
 {
-    constexpr const char *operation = "importStoreAtPath:error:";
     _oldStore = QString();
     if (!VXFileManager::itemExistsAtPath(before))
         return;
-    const QString path = dataStorePath();
-    VXError problem = VXStorePast::trash(path, before, u"merged"_s, &_oldStore);
-    if (!problem)
-        return;
-    VXLogMethod(VXLogWarning, operation, "trash: "_L1 + problem.description());
-    QString place = path + ".merged"_L1;
-    for (int next = 1; VXFileManager::itemExistsAtPath(place); ++next)
-        place = u"%1.merged.%2"_s.arg(path).arg(next);
-    problem = VXStorePast::move(path, before, place, u"merged"_s);
-    if (problem)
-        VXLogMethod(VXLogError, operation, problem.description());
-    else
-        _oldStore = place;
+    if (const VXError problem = VXStorePast::keep(dataStorePath(), before, u"merged"_s, &_oldStore))
+        VXLogMethod(VXLogError, "importStoreAtPath:error:", problem.description());
 }
 
 StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const
@@ -257,7 +245,7 @@ VXError VXDataPlugin::stageStore(VXCoreDataStore &store)
     VXError problem = folder.problem();
     const bool isCopied = !problem && store.copyTo(folder.path(), &problem);
     if (isCopied && VXFileManager::itemExistsAtPath(place)) { // which may be the one that was copied
-        if (VXError inTheWay = files.safelyTrashFileAtPath(place))
+        if (VXError inTheWay = withdrawWaitingStore(nullptr))
             return inTheWay;
     }
     bool isTaken = false;

@@ -179,7 +179,7 @@ StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
     const QString path = dataStorePath();
     do { // again when an upgrade was cut short that this waited for
         _openingLock = nullptr;
-        if (!bringBackLoneUpgradingFile(path, error) || !installWaitingStore(path, error))
+        if (!bringBackLoneUpgradingFile(path, error) || !installWaitingStore(path, false, error))
             return nullptr;
         // From here on nobody replaces the store: once it is open it holds such a lock itself.
         if (!takeOpeningLock(path, error))
@@ -225,7 +225,7 @@ QString VXDataPlugin::waitingPath() const
     return VXDataManager::sharedDataInstallPath() + u'/' + QFileInfo(dataStorePath()).fileName();
 }
 
-bool VXDataPlugin::installWaitingStore(const QString &path, VXError *error)
+bool VXDataPlugin::installWaitingStore(const QString &path, bool keepsBeside, VXError *error)
 {
     const QString waiting = waitingPath();
     if (!VXExistsAtPath(waiting))
@@ -237,16 +237,16 @@ bool VXDataPlugin::installWaitingStore(const QString &path, VXError *error)
                 : VXStoreLock::take(path, VXStoreLock::Purpose::Replace, std::chrono::seconds(0), &problem, &isBusy);
     if (lock)
         return !VXExistsAtPath(waiting) ||
-               moveInWaitingStore(waiting, path, error); // or another process has just installed it
+               moveInWaitingStore(waiting, path, keepsBeside, error); // or another process has just installed it
     VXSetError(error, isBusy ? VXError() : problem);
     return isBusy;
 }
 
-bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &path, VXError *error)
+bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &path, bool keepsBeside, VXError *error)
 {
     VXFileManager &files = VXFileManager::defaultManager();
     if (VXExistsAtPath(path)) {
-        if (const VXError problem = VXStorePast::trash(path, path, u"replaced"_s)) {
+        if (const VXError problem = VXStorePast::moveReplaced(path, waiting, upgradingPath(), keepsBeside)) {
             VXSetError(error, problem);
             return false;
         }

@@ -91,6 +91,7 @@ StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
         return nullptr;
     switch (*age) {
     case Age::Same:
+        VXStorePast::noteUse(path);
         return store;
     case Age::Newer:
         VXSetError(error, newerError(path));
@@ -263,7 +264,7 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
         return error;
     error = stageStore(*store);
     if (!error)
-        installWaitingStore(dataStorePath(), &error);
+        installWaitingStore(dataStorePath(), true, &error);
     *isWaiting = !error && exists(waitingPath());
     if (isOld && !error && !*isWaiting) // it would pass for the old one of another upgrade
         error = VXFileManager::defaultManager().safelyTrashFileAtPath(upgradingPath());
@@ -272,15 +273,20 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
 
 QList<VXStorePast::Entry> VXDataPlugin::earlierStores() const
 {
-    QList<VXStorePast::Entry> stores = VXStorePast::entries(dataStorePath());
-    if (exists(upgradingPath()))
-        stores.prepend({upgradingPath(), QFileInfo(upgradingPath()).lastModified(), u"upgraded"_s});
-    return stores;
+    return VXStorePast::entries(dataStorePath(), upgradingPath());
 }
 
 VXError VXDataPlugin::withdrawWaitingStore(QString *trashed) const
 {
-    return VXFileManager::defaultManager().safelyTrashFileAtPath(waitingPath(), trashed);
+    VXFileManager &files = VXFileManager::defaultManager();
+    const QString waiting = waitingPath();
+    const VXError problem = files.safelyTrashFileAtPath(waiting, trashed);
+    if (!problem || !exists(waiting))
+        return problem;
+    const QString place = VXStorePast::freePlaceBeside(waiting, u"withdrawn"_s);
+    if (trashed != nullptr)
+        *trashed = place;
+    return files.moveItemAtPath(waiting, place) ? problem : VXError();
 }
 
 // The stamp is on the disk before the first object is.

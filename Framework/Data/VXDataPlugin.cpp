@@ -156,6 +156,9 @@ QString VXDataPlugin::textAboutEarlierStores(const VXError &reason) const
     // Those from before are older than the one that is back in its place.
     if (reason.code() == VXErrorCancelled || (_hasUpgradeFailed && !isDamaged))
         return VXExistsAtPath(upgradingPath()) ? QString() : VXLocalizedString(u"The store is as it was."_s);
+    if (VXExistsAtPath(waitingPath()))
+        return VXLocalizedString(u"What is to replace it waits in %1; \"vornix store rollback %2\" withdraws that."_s)
+            .arg(waitingPath(), dataStoreName());
     if (earlier.isEmpty())
         return isDamaged ? VXLocalizedString(u"Once its folder is moved away, an empty store is made."_s) : QString();
     const QString text =

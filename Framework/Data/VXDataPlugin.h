@@ -165,13 +165,13 @@ public:
     /** The stores from before, the last one first; with that of an upgrade that is not settled. */
     QList<VXStorePast::Entry> earlierStores() const;
     /**
-     * Has a copy of an earlier store, or of a backup, take the place of the present one, which goes to the trash. The
-     * store must not be open here (holdBackStore). While others have it open, it waits for the next start: `isWaiting`.
+     * Has a copy of an earlier store, or of a backup, take the place of the present one, which goes to the trash, or
+     * beside its place. The store must not be open here (holdBackStore). While others have it open, it waits for the next start: `isWaiting`.
      */
     VXError takeBack(const QString &from, bool *isWaiting);
     /** Where a store lies that is to replace the present one at the next start. */
     QString waitingPath() const;
-    /** That one goes to the trash, and the present one stays. */
+    /** That one goes to the trash, or beside where it waited as "NAME.vxdatastore.withdrawn", and the present one stays. */
     VXError withdrawWaitingStore(QString *trashed) const;
 
     // -- Importing (VXDataPlugin+Import.cpp); what asks the user runs modally
@@ -236,8 +236,8 @@ private:
     VXCoreDataStore::Ptr _loadMemoryStoreController(VXError *error);
     VXCoreDataStore::Ptr _loadBundleStoreController(VXError *error);
     VXCoreDataStore::Ptr createBundleStore(const QString &path, VXError *error);
-    bool installWaitingStore(const QString &path, VXError *error);
-    bool moveInWaitingStore(const QString &waiting, const QString &path, VXError *error);
+    bool installWaitingStore(const QString &path, bool keepsBeside, VXError *error);
+    bool moveInWaitingStore(const QString &waiting, const QString &path, bool keepsBeside, VXError *error);
     void tellOfWaitingStore() const;
     VXCoreDataStore::Ptr _loadBundleStoreFile(const QString &path, VXError *error);
     QString smartFilterVersion() const;

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -57,12 +58,47 @@ void setListOf(const QString &storePath, const QVariantList &list)
         VXLogClassMethod(VXLogWarning, VXStorePast, "note", error.description());
 }
 
-QVariantMap entryFor(const QString &keptPath, qulonglong number, const QString &reason)
+struct Kept
 {
-    return {{u"path"_s, keptPath},
-            {u"number"_s, number},
-            {u"date"_s, QDateTime::currentDateTimeUtc()},
-            {u"reason"_s, reason}};
+    QString path;
+    QString reason;
+    QStringList later = {}; // what is listed behind it, though it is noted later
+};
+
+QVariantMap entryFor(const Kept &kept, const QString &path, const QDateTime &date)
+{
+    QVariantMap entry{
+        {u"path"_s, path}, {u"number"_s, numberOf(kept.path)}, {u"date"_s, date}, {u"reason"_s, kept.reason}};
+    QVariantList numbers;
+    for (const QString &each : kept.later) {
+        if (const qulonglong number = numberOf(each); number != 0)
+            numbers.append(number);
+    }
+    if (!numbers.isEmpty())
+        entry.insert(u"later"_s, numbers);
+    return entry;
+}
+
+// Takes it from the numbers that an entry of the list is before. @return where that is; -1 for none.
+qsizetype takeLater(QVariantList &list, qulonglong number)
+{
+    for (qsizetype index = 0; number != 0 && index < list.size(); ++index) {
+        QVariantMap entry = list[index].toMap();
+        QVariantList numbers = entry.value(u"later"_s).toList();
+        if (numbers.removeIf([number](const QVariant &each) { return each.toULongLong() == number; }) == 0)
+            continue;
+        entry.insert(u"later"_s, numbers);
+        list[index] = entry;
+        return index;
+    }
+    return -1;
+}
+
+// `number` is what the folder had before it was moved.
+QVariantList listWith(QVariantList list, const QVariantMap &entry, qulonglong number)
+{
+    list.insert(takeLater(list, number) + 1, entry);
+    return list.first(std::min(list.size(), longestList));
 }
 
 // In the trash it may have got another name than it was to have. Null when it is gone.
@@ -81,6 +117,53 @@ QString placeOf(const QVariantMap &entry)
     return found == places.end() ? QString() : *found;
 }
 
+void noteMoved(const QString &storePath, const QString &keptPath, const QString &reason, qulonglong number)
+{
+    const QVariantMap entry = entryFor({keptPath, reason}, keptPath, QDateTime::currentDateTimeUtc());
+    setListOf(storePath, listWith(listOf(storePath), entry, number));
+}
+
+// Notes it before: it is found again whenever the process is ended. `move` tells where it then is.
+VXError moveKept(const QString &storePath, const Kept &kept, QString *place,
+                 const std::function<VXError(QString *place)> &move)
+{
+    makeLinkAbsolute(kept.path);
+    const qulonglong number = numberOf(kept.path);
+    const QVariantList before = listOf(storePath);
+    QVariantMap entry = entryFor(kept, *place, QDateTime::currentDateTimeUtc());
+    setListOf(storePath, listWith(before, entry, number));
+    const VXError error = move(place);
+    if (error) {
+        setListOf(storePath, before);
+        *place = QString();
+    } else if (const qulonglong moved = numberOf(*place); moved != number) { // from another disk
+        entry.insert(u"path"_s, *place);
+        entry.insert(u"number"_s, moved);
+        setListOf(storePath, listWith(before, entry, number));
+    }
+    return error;
+}
+
+VXError trashKept(const QString &storePath, const Kept &kept, QString *place)
+{
+    VXFileManager &files = VXFileManager::defaultManager();
+    *place = files.pathToUserTrashFolder() + u'/' + QFileInfo(kept.path).fileName();
+    return moveKept(storePath, kept, place,
+                    [&](QString *trashed) { return files.safelyTrashFileAtPath(kept.path, trashed); });
+}
+
+VXError trashKeptOrMoveBeside(const QString &storePath, const Kept &kept, QString *place)
+{
+    const VXError problem = trashKept(storePath, kept, place);
+    if (!problem || !VXFileManager::itemExistsAtPath(kept.path))
+        return problem;
+    VXLogClassMethod(VXLogWarning, VXStorePast, "keep", "trash: "_L1 + problem.description());
+    *place = VXStorePast::freePlaceBeside(storePath, kept.reason);
+    return moveKept(storePath, kept, place, [&](const QString *beside) {
+        return VXFileManager::defaultManager().moveItemAtPath(kept.path, *beside);
+    });
+}
+
 } // namespace
 
 QString VXStorePast::fileForStorePath(const QString &storePath)
@@ -91,47 +174,69 @@ QString VXStorePast::fileForStorePath(const QString &storePath)
 
 void VXStorePast::note(const QString &storePath, const QString &keptPath, const QString &reason)
 {
+    noteMoved(storePath, keptPath, reason, numberOf(keptPath));
+}
+
+void VXStorePast::noteUse(const QString &storePath)
+{
     QVariantList list = listOf(storePath);
-    list.prepend(entryFor(keptPath, numberOf(keptPath), reason));
-    setListOf(storePath, list.first(std::min(list.size(), longestList)));
+    if (takeLater(list, numberOf(storePath)) >= 0)
+        setListOf(storePath, list);
 }
 
 VXError VXStorePast::move(const QString &storePath, const QString &path, const QString &place, const QString &reason)
 {
     makeLinkAbsolute(path);
+    const qulonglong number = numberOf(path);
     const VXError error = VXFileManager::defaultManager().moveItemAtPath(path, place);
     if (!error)
-        note(storePath, place, reason);
+        noteMoved(storePath, place, reason, number);
     return error;
 }
 
 VXError VXStorePast::trash(const QString &storePath, const QString &path, const QString &reason, QString *trashedPath)
 {
-    VXFileManager &files = VXFileManager::defaultManager();
-    makeLinkAbsolute(path);
-    const qulonglong number = numberOf(path);
-    const QVariantList before = listOf(storePath);
-    QVariantList list = before;
-    list.prepend(entryFor(files.pathToUserTrashFolder() + u'/' + QFileInfo(path).fileName(), number, reason));
-    list = list.first(std::min(list.size(), longestList));
-    setListOf(storePath, list);
     QString trashed;
-    const VXError error = files.safelyTrashFileAtPath(path, &trashed);
-    if (error) {
-        setListOf(storePath, before);
-    } else if (numberOf(trashed) != number) { // from another disk
-        list.first() = entryFor(trashed, numberOf(trashed), reason);
-        setListOf(storePath, list);
-    }
+    const VXError error = trashKept(storePath, {path, reason}, &trashed);
     if (trashedPath != nullptr)
         *trashedPath = trashed;
     return error;
 }
 
-QList<VXStorePast::Entry> VXStorePast::entries(const QString &storePath)
+VXError VXStorePast::keep(const QString &storePath, const QString &path, const QString &reason, QString *place)
 {
+    QString kept;
+    const VXError error = trashKeptOrMoveBeside(storePath, {path, reason}, &kept);
+    if (place != nullptr)
+        *place = kept;
+    return error;
+}
+
+VXError VXStorePast::moveReplaced(const QString &storePath, const QString &successor, const QString &upgradingPath,
+                                  bool isKeptBeside)
+{
+    QString place;
+    const Kept replaced{storePath, u"replaced"_s, {successor, upgradingPath}};
+    return isKeptBeside ? trashKeptOrMoveBeside(storePath, replaced, &place) : trashKept(storePath, replaced, &place);
+}
+
+QString VXStorePast::freePlaceBeside(const QString &path, const QString &suffix)
+{
+    const QString first = path + u'.' + suffix;
+    QString place = first;
+    for (int next = 1; VXFileManager::itemExistsAtPath(place); ++next)
+        place = u"%1.%2"_s.arg(first).arg(next);
+    return place;
+}
+
+QList<VXStorePast::Entry> VXStorePast::entries(const QString &storePath, const QString &upgradingPath)
+{
+    QVariantList list = listOf(storePath);
+    if (const qulonglong number = numberOf(upgradingPath); number != 0)
+        list.insert(takeLater(list, number) + 1,
+                    entryFor({upgradingPath, u"upgraded"_s}, upgradingPath, QFileInfo(upgradingPath).lastModified()));
     QList<Entry> entries;
-    for (const QVariant &each : listOf(storePath)) {
+    for (const QVariant &each : list) {
         const QVariantMap entry = each.toMap();
         if (const QString path = placeOf(entry); !path.isNull())
             entries.append({path, entry.value(u"date"_s).toDateTime(), entry.value(u"reason"_s).toString()});

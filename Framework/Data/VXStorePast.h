@@ -11,6 +11,8 @@
  * Remembers where the stores went that others took the place of, and what stores were before another was merged into them: to
  * the trash, or to where the user wanted a backup. A list of the last ten in the file ".NAME.vxdatastore.past" beside the store's place. It only helps to find them: none is kept for it,
  * and what has come to lie in the place of one that is gone is not taken for it. A link leads where it led, wherever it goes.
+ * What took the store's place and is upgraded before it was ever in use is no step of its own: it is listed behind what it
+ * replaced, as is the old store of an upgrade that was not settled then, so that the first is what the user had.
  * Main thread only.
  */
 class VX_EXPORT VXStorePast
@@ -27,12 +29,23 @@ public:
      * the process is ended. Failures to note it are logged. */
     static VXError trash(const QString &storePath, const QString &path, const QString &reason,
                          QString *trashedPath = nullptr);
+    /** The same, or beside the store, as "NAME.vxdatastore.REASON", where the trash does not take it. */
+    static VXError keep(const QString &storePath, const QString &path, const QString &reason, QString *place = nullptr);
+    /** The same of the store itself, which that at `successor` is to replace; `upgradingPath` is where the old store of an
+     * upgrade lies, if any. Only into the trash, unless `isKeptBeside`. */
+    static VXError moveReplaced(const QString &storePath, const QString &successor, const QString &upgradingPath,
+                                bool isKeptBeside);
+    /** That path with a suffix, and a number where that is taken. */
+    static QString freePlaceBeside(const QString &path, const QString &suffix);
+    /** The store is opened as it is: an upgrade of it later is a step of its own. */
+    static void noteUse(const QString &storePath);
     /** The same to another place, which is free; noted once it is there. */
     static VXError move(const QString &storePath, const QString &path, const QString &place, const QString &reason);
     /** Failures are logged. */
     static void note(const QString &storePath, const QString &keptPath, const QString &reason);
-    /** Those that are still there, the last one first. */
-    static QList<Entry> entries(const QString &storePath);
+    /** Those that are still there, the last one first; with the old store of an upgrade that is not settled, if one lies at
+     * `upgradingPath`. */
+    static QList<Entry> entries(const QString &storePath, const QString &upgradingPath = {});
     /** The file of the list. */
     static QString fileForStorePath(const QString &storePath);
 

@@ -216,7 +216,7 @@ TEST_F(HostStoreTransferTest, MergesAndTheirRehearsalsSayTheSame)
     EXPECT_EQ(changeSets->toObject().value(u"copied"_s), 0);
 }
 
-TEST_F(HostStoreTransferTest, MergeCanBeTakenBackWithoutATrash)
+TEST_F(HostStoreTransferTest, MergesAndReplacementsCanBeTakenBackWithoutATrash)
 {
     addCall("Jane <+1 555 0100>");
     const QString plain = path(u"plain.vxdatastore"_s);
@@ -226,9 +226,18 @@ TEST_F(HostStoreTransferTest, MergeCanBeTakenBackWithoutATrash)
     EXPECT_THAT(run({u"import"_s, u"calls"_s, plain, u"--merge"_s}).output.toStdString(),
                 HasSubstr("What that was before lies in " + kept.toStdString()));
     EXPECT_EQ(callsIn(u"calls"_s), 2);
-    ASSERT_TRUE(QFile::remove(path(u".local/share/Trash"_s)));
-    EXPECT_EQ(run({u"rollback"_s, u"calls"_s, u"--yes"_s}).status, 0);
-    EXPECT_EQ(callsIn(u"calls"_s), 1);
+    for (const int calls : {1, 2, 1, 2}) { // that, too, and so on
+        EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s);
+        EXPECT_EQ(callsIn(u"calls"_s), calls);
+    }
+    // Nobody loses the store in use to what waits; to withdraw that is always possible.
+    const QString waiting = path(u".local/share/Vornix 2/Data (Install)/calls.vxdatastore"_s);
+    EXPECT_EQ(run({u"import"_s, u"calls"_s, plain, u"--replace"_s}).status, 0);
+    const HostOutcome refused = run({u"list"_s, u"calls"_s, u"VXCall"_s});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.errors.toStdString(), HasSubstr("\"vornix store rollback calls\" withdraws that."));
+    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"from"_s), waiting + ".withdrawn"_L1);
+    EXPECT_EQ(callsIn(u"calls"_s), 2);
 }
 
 TEST_F(HostStoreTransferTest, MistakesAreTold)
@@ -324,4 +333,42 @@ TEST_F(HostStoreOfPluginTest, RehearsalThatFailsTellsOfEachEntity)
         VXJSONFromText(runHost(arguments + QStringList{u"--json"_s}).output).value_or(QJsonValue()).toObject();
     EXPECT_THAT(json.value(u"error"_s).toString().toStdString(), HasSubstr("refused as told"));
     EXPECT_EQ(json.value(u"entities"_s).toArray().size(), 4);
+}
+
+// What is upgraded because it took the store's place is no step of its own; one that was in use before is.
+TEST_F(HostStoreOfPluginTest, RollbackAfterAnOlderReplacementBringsBackWhatTheUserHad)
+{
+    const QString old = path(u"old.vxdatastore"_s);
+    QVariantMap info{{u"FixtureDescription"_s, u"Some notes"_s}};
+    writeOldStore(data(u"notes.vxdatastore"_s), 4, u"1.2"_s, u"org.example.notes"_s, newSource());
+    writeOldStore(old, 2);
+    writeNotesPlugin({}, info);
+    const auto outputOf = [](const QStringList &arguments) {
+        const HostOutcome outcome = runHost(QStringList{u"store"_s} + arguments);
+        EXPECT_EQ(outcome.status, 0) << arguments.join(u' ').toStdString() << outcome.errors.toStdString();
+        return outcome.output;
+    };
+    const auto notes = [&] { return outputOf({u"list"_s, u"notes"_s, u"Note"_s, u"--count"_s}).trimmed().toInt(); };
+    const auto rollBack = [&] { outputOf({u"rollback"_s, u"notes"_s, u"--yes"_s}); };
+    const auto reasons = [&] {
+        QStringList found;
+        const QByteArray json = outputOf({u"rollback"_s, u"notes"_s, u"--dry-run"_s, u"--json"_s});
+        for (const QJsonValue &each : VXJSONFromText(json).value_or(QJsonValue()).toArray())
+            found.append(each.toObject().value(u"reason"_s).toString());
+        return found;
+    };
+    outputOf({u"import"_s, u"notes"_s, old, u"--replace"_s});
+    EXPECT_EQ(notes(), 2);
+    EXPECT_EQ(reasons(), (QStringList{u"replaced"_s, u"upgraded"_s}));
+    rollBack();
+    EXPECT_EQ(notes(), 4);
+
+    info.insert(u"VXDataStoreVersion"_s, u"1.3"_s);
+    writeNotesPlugin({}, info);
+    outputOf({u"insert"_s, u"notes"_s, u"Note"_s, u"{\"text\": \"of 1.3\"}"_s});
+    EXPECT_EQ(reasons(), (QStringList{u"upgraded"_s, u"replaced"_s, u"replaced"_s, u"upgraded"_s}));
+    for (const int count : {4, 5, 4, 5}) { // an upgrade, that again, and so on
+        rollBack();
+        EXPECT_EQ(notes(), count);
+    }
 }

@@ -184,7 +184,8 @@ QString backupPlace(const Transfer &transfer)
 QString placeOfOldStore(const VXDataPlugin &plugin)
 {
     const QList<VXStorePast::Entry> earlier = plugin.earlierStores(); // with one that is not settled
-    return plugin.oldStore().isNull() && !earlier.isEmpty() ? earlier.constFirst().path : plugin.oldStore();
+    const auto upgraded = std::ranges::find(earlier, "upgraded"_L1, &VXStorePast::Entry::reason);
+    return plugin.oldStore().isNull() && upgraded != earlier.end() ? upgraded->path : plugin.oldStore();
 }
 
 // Of what was installed while the plugin ran, or of what a dry run leaves where it is.
