@@ -81,6 +81,8 @@ VXPersistentStoreCoordinator::Ptr openAgain(VXCoreDataStore &store, VXError *err
 
 VXError VXStoreVerification::compare(VXCoreDataStore &destination)
 {
+    // What saving itself took out again, as search words that a class makes anew, was not to be saved.
+    _objects.removeIf([](const VXManagedObjectPtr &object) { return object->managedObjectContext() == nullptr; });
     _migration.begin(VXStoreMigration::Phase::Verifying, _objects.size());
     VXError error;
     const VXPersistentStoreCoordinator::Ptr coordinator = openAgain(destination, &error);

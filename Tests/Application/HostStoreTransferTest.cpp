@@ -38,13 +38,16 @@ protected:
         const QString json = u"{\"from\": \"%1\", \"date\": \"2026-01-02T03:04:05Z\"}"_s.arg(QString::fromUtf8(from));
         EXPECT_EQ(run({u"insert"_s, u"calls"_s, u"VXCall"_s, json}).status, 0);
     }
-    static void makeOld(const QString &database) // nobody's, and so older than any
+    static void change(const QString &database, const char *sql)
     {
         sqlite3 *opened = nullptr;
         ASSERT_EQ(sqlite3_open(QFile::encodeName(database).constData(), &opened), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(opened, "DELETE FROM Z_METADATA WHERE Z_KEY LIKE '$$%'", nullptr, nullptr, nullptr),
-                  SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(opened, sql, nullptr, nullptr, nullptr), SQLITE_OK);
         sqlite3_close(opened);
+    }
+    static void makeOld(const QString &database) // nobody's, and so older than any
+    {
+        change(database, "DELETE FROM Z_METADATA WHERE Z_KEY LIKE '$$%'");
     }
     static int callsIn(const QString &store)
     {
@@ -53,6 +56,18 @@ protected:
 };
 
 } // namespace
+
+// The words that are looked for are made anew while contacts are saved: those of a number that nobody has any more go.
+TEST_F(HostStoreTransferTest, WhatSavingTakesOutIsNotMissed)
+{
+    EXPECT_EQ(runHost({u"phonebook"_s, u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s}).status, 0);
+    EXPECT_EQ(runHost({u"phonebook"_s, u"add"_s, u"Joe Hill"_s, u"--number"_s, u"+1 555 0199"_s}).status, 0);
+    change(VXDataManager::sharedDataFolderPath() + "/phonebook.vxdatastore/phonebook.sqlite"_L1,
+           "UPDATE VX_VXPhoneNumber SET person = 999 WHERE Z_PK = 2");
+    const HostOutcome exported = run({u"export"_s, u"phonebook"_s, path(u"copy.vxdatastore"_s), u"--validate"_s});
+    EXPECT_EQ(exported.status, 0) << exported.errors.toStdString();
+    EXPECT_EQ(run({u"list"_s, path(u"copy.vxdatastore"_s), u"VXPerson"_s, u"--count"_s}).output.trimmed(), "2");
+}
 
 TEST_F(HostStoreTransferTest, ExportsImportsReplacesAndRollsBack)
 {
