@@ -9,6 +9,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int longestRun =
+    100'000; // milliseconds; a sanitizer makes a report of all texts of the program last half a minute
+
 bool runsWithoutPlugins = false;
 
 HostOutcome outcomeOf(const QString &command, const QStringList &arguments, const QByteArray &input)
@@ -17,7 +20,7 @@ HostOutcome outcomeOf(const QString &command, const QStringList &arguments, cons
     process.start(command, arguments);
     process.write(input);
     process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished()) << arguments.join(u' ').toStdString();
+    EXPECT_TRUE(process.waitForFinished(longestRun)) << arguments.join(u' ').toStdString();
     EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << arguments.join(u' ').toStdString();
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
