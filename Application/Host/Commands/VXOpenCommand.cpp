@@ -7,12 +7,12 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXMessageRecord.h"
+#include "VXObjectJSON.h"
+#include "VXObjectNames.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
 #include "VXReadableText.h"
 #include "VXSearchIndex.h"
-#include "VXStoredObject.h"
-#include "VXStoreObjects.h"
 
 #include <QtCore/QJsonObject>
 
@@ -46,7 +46,7 @@ std::optional<int> showFoundObject(VXHostContext &context, const QString &url)
 {
     const QUrl uri = VXFoundObject::uriForURL(QUrl(url));
     QString problem;
-    const VXStoredObject stored = uri.isEmpty() ? VXStoredObject() : VXStoredObject::forURI(uri.toString(), &problem);
+    const VXPluginObject stored = uri.isEmpty() ? VXPluginObject() : VXPluginObject::named(uri.toString(), &problem);
     if (!stored.object)
         return problem.isNull() ? std::nullopt : std::optional(context.output.fail(problem));
     const QJsonObject record = recordOf(stored.object);

@@ -3,8 +3,8 @@
 #include "VXDataManager.h"
 #include "VXNearestWord.h"
 #include "VXNone.h"
+#include "VXObjectColumns.h"
 #include "VXPredicate.h"
-#include "VXStoreObjects.h"
 
 #include <algorithm>
 #include <utility>

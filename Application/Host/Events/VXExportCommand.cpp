@@ -1,6 +1,7 @@
 #include "VXErrorText.h"
 #include "VXEventArguments.h"
 #include "VXExporterPlugin.h"
+#include "VXFetchOptions.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -11,11 +12,10 @@
 #include "VXPluginGuard.h"
 #include "VXPluginManager.h"
 #include "VXPluginSession.h"
+#include "VXPluginStores.h"
 #include "VXReaction.h"
 #include "VXReactorReport.h"
 #include "VXRegularFile.h"
-#include "VXStoreByName.h"
-#include "VXStoreQuery.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -62,7 +62,7 @@ std::optional<VXFetchRequest> requestFor(const VXHostOptions &options, const VXP
         return std::nullopt;
     }
     VXFetchRequest request(*entity);
-    *problem = VXReadStoreQuery(options, request);
+    *problem = VXReadFetchOptions(options, request);
     return problem->isNull() ? std::optional(request) : std::nullopt;
 }
 

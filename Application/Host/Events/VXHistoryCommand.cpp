@@ -5,9 +5,9 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXObjectNames.h"
 #include "VXPluginSession.h"
 #include "VXShownDate.h"
-#include "VXStoredObject.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>
@@ -69,11 +69,11 @@ int list(VXHostContext &context)
 
 int replay(VXHostContext &context, const VXEventRecord &past)
 {
-    VXStoredObject stored;
+    VXPluginObject stored;
     QVariant object = past.object.isEmpty() ? QVariant() : QVariant(past.object);
     if (!past.objectURI.isNull()) {
         QString problem;
-        stored = VXStoredObject::forURI(past.objectURI, &problem);
+        stored = VXPluginObject::named(past.objectURI, &problem);
         if (!stored.object)
             return context.output.fail(problem);
         object = QVariant::fromValue(stored.object);

@@ -5,8 +5,8 @@
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXObjectNames.h"
 #include "VXPluginSession.h"
-#include "VXStoredObject.h"
 
 using namespace Qt::StringLiterals;
 
@@ -16,10 +16,10 @@ int post(VXHostContext &context, QVariant object)
 {
     const VXHostOptions &options = context.options;
     const QString name = options.operand(0);
-    VXStoredObject stored;
+    VXPluginObject stored;
     if (options.isSet(u"object-uri"_s)) {
         QString problem;
-        stored = VXStoredObject::forURI(options.value(u"object-uri"_s), &problem);
+        stored = VXPluginObject::named(options.value(u"object-uri"_s), &problem);
         if (!stored.object)
             return context.output.fail(problem);
         object = QVariant::fromValue(stored.object);

@@ -2,12 +2,12 @@
 #include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
 #include "VXDeviceTransformer.h"
+#include "VXFetchOptions.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXMessageDesk.h"
 #include "VXSmartFilter.h"
-#include "VXStoreQuery.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>

@@ -5,7 +5,7 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
-#include "VXStoreAccess.h"
+#include "VXStoresAtPath.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>

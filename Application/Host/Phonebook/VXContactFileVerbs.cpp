@@ -14,7 +14,7 @@
 #include "VXRegularFile.h"
 #include "VXShownDate.h"
 #include "VXSignalWatcher.h"
-#include "VXStoreAccess.h"
+#include "VXStoresAtPath.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QDir>

@@ -9,7 +9,7 @@
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
-#include "VXStoreByName.h"
+#include "VXPluginStores.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QUrl>

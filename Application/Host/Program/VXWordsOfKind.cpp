@@ -6,8 +6,8 @@
 #include "VXMessageStore.h"
 #include "VXPersistentStoreCoordinator.h"
 #include "VXPluginManager.h"
+#include "VXPluginStores.h"
 #include "VXReactorReport.h"
-#include "VXStoreByName.h"
 #include "VXTriggerStore.h"
 
 #include <QtCore/QDir>

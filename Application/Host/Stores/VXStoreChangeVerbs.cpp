@@ -1,13 +1,14 @@
 #include "VXErrorText.h"
 #include "VXStoreVerbs.h"
 
+#include "VXFetchOptions.h"
 #include "VXHostHelp.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXObjectJSON.h"
+#include "VXObjectNames.h"
 #include "VXStoreImport.h"
-#include "VXStoreObjects.h"
-#include "VXStoreQuery.h"
 #include "VXTextArgument.h"
 
 using namespace Qt::StringLiterals;
@@ -65,7 +66,7 @@ std::optional<QList<VXManagedObjectPtr>> objectsToDelete(VXStoreSession &session
         return std::nullopt;
     VXFetchRequest request(*entity);
     VXError error;
-    QString problem = VXReadStoreQuery(session.host.options, request);
+    QString problem = VXReadFetchOptions(session.host.options, request);
     const auto found = problem.isNull() ? session.context.executeFetchRequest(request, &error) : std::nullopt;
     if (!found) {
         session.fail(problem.isNull() ? VXErrorText(error) : problem);

@@ -4,8 +4,8 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXPluginSession.h"
-#include "VXStoreAccess.h"
-#include "VXStoreByName.h"
+#include "VXPluginStores.h"
+#include "VXStoresAtPath.h"
 #include "VXStoreTransfer.h"
 #include "VXStoreVerbs.h"
 

@@ -3,8 +3,9 @@
 #include "VXHostJSON.h"
 #include "VXManagedObjectContext.h"
 #include "VXNearestWord.h"
+#include "VXObjectColumns.h"
+#include "VXObjectJSON.h"
 #include "VXRegularFile.h"
-#include "VXStoreObjects.h"
 
 #include <QtCore/QFile>
 

@@ -2,13 +2,13 @@
 #include "VXStoreVerbs.h"
 
 #include "VXCoreDataStore.h"
+#include "VXFetchOptions.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXNearestWord.h"
-#include "VXStoreListing.h"
-#include "VXStoreObjects.h"
-#include "VXStoreQuery.h"
+#include "VXObjectColumns.h"
+#include "VXObjectTable.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QFileInfo>
@@ -86,16 +86,16 @@ QStringList toManyRelationships(const VXEntityDescription &entity)
 }
 
 // Those of --columns; null, told, when one is none.
-std::optional<VXStoreColumns> chosenColumns(VXStoreSession &session, const VXEntityDescription &entity)
+std::optional<VXObjectColumns> chosenColumns(VXStoreSession &session, const VXEntityDescription &entity)
 {
     const QString text = session.host.options.value(u"columns"_s);
     if (text.isNull())
         return VXColumnsForPeople(entity);
-    const VXStoreColumns known = VXColumnsOfEntity(entity);
+    const VXObjectColumns known = VXColumnsOfEntity(entity);
     QStringList names;
     for (const VXPropertyDescription *const column : known)
         names.append(column->name());
-    VXStoreColumns columns;
+    VXObjectColumns columns;
     for (const QString &name : text.split(u',', Qt::SkipEmptyParts)) {
         const qsizetype index = names.indexOf(name.trimmed());
         if (index < 0) {
@@ -204,7 +204,7 @@ int VXListStoreObjects(VXStoreSession &session)
     const VXHostOptions &options = session.host.options;
     VXFetchRequest request(*entity);
     request.batchSize = 500; // stores may be larger than memory
-    if (const QString problem = VXReadStoreQuery(options, request); !problem.isNull())
+    if (const QString problem = VXReadFetchOptions(options, request); !problem.isNull())
         return session.fail(problem);
     VXError error;
     if (options.isSet(u"count"_s)) {
@@ -214,7 +214,7 @@ int VXListStoreObjects(VXStoreSession &session)
         session.host.output.answer(QString::number(*count) + u'\n', *count);
         return VXHostOutput::Done;
     }
-    const std::optional<VXStoreColumns> columns = chosenColumns(session, *entity);
+    const std::optional<VXObjectColumns> columns = chosenColumns(session, *entity);
     if (!columns)
         return VXHostOutput::Failed;
     if (session.host.output.isJSON())
@@ -222,12 +222,12 @@ int VXListStoreObjects(VXStoreSession &session)
     const std::optional<VXFetchResult> result = session.context.executeFetchRequest(request, &error);
     if (!result)
         return session.fail(error);
-    const VXStoreListing listing{.context = session.context,
-                                 .result = *result,
-                                 .columns = *columns,
-                                 .leavesOut = !options.isSet(u"columns"_s),
-                                 .batchSize = request.batchSize,
-                                 .withRelatedURIs = options.isSet(u"related"_s)};
+    const VXObjectTable listing{.context = session.context,
+                                .result = *result,
+                                .columns = *columns,
+                                .leavesOut = !options.isSet(u"columns"_s),
+                                .batchSize = request.batchSize,
+                                .withRelatedURIs = options.isSet(u"related"_s)};
     const QString problem = listing.write(session.host.output);
     return problem.isNull() ? int(VXHostOutput::Done) : session.fail(problem);
 }

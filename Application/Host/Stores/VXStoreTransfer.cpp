@@ -12,10 +12,10 @@
 #include "VXPluginManager.h"
 #include "VXPluginPaths.h"
 #include "VXPluginSession.h"
+#include "VXPluginStores.h"
 #include "VXShownDate.h"
-#include "VXStoreAccess.h"
-#include "VXStoreByName.h"
 #include "VXStorePast.h"
+#include "VXStoresAtPath.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QDir>

@@ -1,4 +1,4 @@
-#include "VXStoreAccess.h"
+#include "VXStoresAtPath.h"
 
 #include "VXCoreDataStore.h"
 #include "VXErrorDomain.h"

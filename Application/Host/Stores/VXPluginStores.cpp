@@ -1,4 +1,4 @@
-#include "VXStoreByName.h"
+#include "VXPluginStores.h"
 
 #include "VXCoreDataStore.h"
 #include "VXDataManager.h"

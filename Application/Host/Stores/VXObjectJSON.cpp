@@ -1,57 +1,35 @@
-#include "VXStoreObjects.h"
+#include "VXObjectJSON.h"
 
 #include "VXHostJSON.h"
 #include "VXManagedObjectContext.h"
 #include "VXNearestWord.h"
-#include "VXNone.h"
-#include "VXShownDate.h"
-#include "VXStoreAccess.h"
+#include "VXObjectColumns.h"
+#include "VXObjectNames.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>
-#include <QtCore/QUrl>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QString uriOf(const VXManagedObject &object)
-{
-    return object.objectID().uriRepresentation().toString();
-}
-
-QString cellOf(const QVariant &value)
-{
-    constexpr qsizetype widest = 40;
-    QString text = value.toString();
-    if (VXIsNone(value))
-        text = u"-"_s;
-    else if (value.typeId() == QMetaType::QDateTime)
-        text = VXShownDate(value.toDateTime());
-    else if (value.typeId() == QMetaType::QByteArray)
-        text = u"%1 bytes"_s.arg(value.toByteArray().size());
-    else if (value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantList)
-        text = QString::fromUtf8(VXJSONText(VXJSONFromVariant(value)));
-    return text.size() > widest ? text.first(widest - 1) + u'…' : text;
-}
 
 QJsonValue jsonOfRelationship(const VXManagedObject &object, const VXRelationshipDescription &relationship,
                               bool withRelatedURIs)
 {
     if (!relationship.isToMany()) {
         const VXManagedObjectPtr related = object.related(relationship.index());
-        return related ? QJsonValue(uriOf(*related)) : QJsonValue();
+        return related ? QJsonValue(VXURIOfObject(*related)) : QJsonValue();
     }
     if (!withRelatedURIs)
         return object.relatedCount(relationship.index());
     QStringList uris;
     for (const VXManagedObjectPtr &related : object.relatedObjects(relationship.index()))
-        uris.append(uriOf(*related));
+        uris.append(VXURIOfObject(*related));
     uris.sort();
     return QJsonArray::fromStringList(uris);
 }
 
-// -- The way back
+// -- From JSON
 
 QVariant attributeFromJSON(const VXAttributeDescription &attribute, const QJsonValue &value)
 {
@@ -126,17 +104,9 @@ QString setRelationship(VXManagedObjectContext &context, VXManagedObject &object
 
 } // namespace
 
-QStringList VXNamesOfProperties(const VXEntityDescription &entity)
-{
-    QStringList names;
-    for (const VXPropertyDescription *const property : entity.properties())
-        names.append(property->name());
-    return names;
-}
-
 QJsonObject VXJSONFromObject(const VXManagedObject &object, bool withRelatedURIs)
 {
-    QJsonObject json{{u"uri"_s, uriOf(object)}, {u"entity"_s, object.entity().name()}};
+    QJsonObject json{{u"uri"_s, VXURIOfObject(object)}, {u"entity"_s, object.entity().name()}};
     for (const VXAttributeDescription *const attribute : object.entity().attributes()) {
         if (!attribute->isTransient())
             json.insert(attribute->name(), VXJSONFromVariant(object.attribute(attribute->index())));
@@ -146,59 +116,6 @@ QJsonObject VXJSONFromObject(const VXManagedObject &object, bool withRelatedURIs
             json.insert(relationship->name(), jsonOfRelationship(object, *relationship, withRelatedURIs));
     }
     return json;
-}
-
-QString VXShortNameOfObject(const VXManagedObject &object)
-{
-    return uriOf(object).section(u'/', -2);
-}
-
-VXStoreColumns VXColumnsOfEntity(const VXEntityDescription &entity)
-{
-    VXStoreColumns properties = entity.properties();
-    properties.removeIf([](const VXPropertyDescription *property) {
-        return property->isTransient() ||
-               (property->asRelationship() != nullptr && property->asRelationship()->isToMany());
-    });
-    return properties;
-}
-
-VXStoreColumns VXColumnsForPeople(const VXEntityDescription &entity)
-{
-    VXStoreColumns columns = VXColumnsOfEntity(entity);
-    columns.removeIf([](const VXPropertyDescription *column) { return column->name().endsWith("_search"_L1); });
-    return columns;
-}
-
-QString VXCellOfObject(const VXManagedObject &object, const VXPropertyDescription &column)
-{
-    if (column.asRelationship() == nullptr)
-        return cellOf(object.attribute(column.index()));
-    const VXManagedObjectPtr related = object.related(column.index());
-    return related ? VXShortNameOfObject(*related) : u"-"_s;
-}
-
-VXManagedObjectPtr VXObjectNamed(VXManagedObjectContext &context, const QString &name, QString *problem)
-{
-    const bool isURI = name.contains(u':');
-    const VXPersistentStoreCoordinator &coordinator = *context.persistentStoreCoordinator();
-    for (const auto &store : coordinator.persistentStores()) {
-        const QString uri = isURI ? name : u"x-coredata://%1/%2"_s.arg(store->identity().identifier(), name);
-        const VXManagedObjectID objectID = coordinator.objectIDForURIRepresentation(QUrl(uri));
-        VXError error;
-        if (VXManagedObjectPtr object = context.existingObjectWithID(objectID, &error))
-            return object;
-        if (error) {
-            *problem = VXErrorText(error);
-            return nullptr;
-        }
-        if (isURI && objectID.isNull()) {
-            *problem = u"\"%1\" names no object of this store"_s.arg(name);
-            return nullptr;
-        }
-    }
-    *problem = u"there is no object \"%1\""_s.arg(name);
-    return nullptr;
 }
 
 QString VXSetObjectFromJSON(VXManagedObjectContext &context, VXManagedObject &object, const QJsonObject &values)

@@ -1,11 +1,11 @@
-#include "VXStoreQuery.h"
+#include "VXFetchOptions.h"
 
 #include "VXEntityPredicate.h"
 #include "VXHostOptions.h"
 #include "VXNearestWord.h"
+#include "VXObjectColumns.h"
 #include "VXPhonebookRecord.h"
-#include "VXStoreAccess.h"
-#include "VXStoreObjects.h"
+#include "VXStoresAtPath.h"
 
 #include <QtCore/QRegularExpression>
 
@@ -60,7 +60,7 @@ QString VXReadPredicate(const QString &text, VXFetchRequest &request)
     return withHint(problem, request.entity(), u"; texts stand in quotation marks"_s);
 }
 
-QString VXReadStoreQuery(const VXHostOptions &options, VXFetchRequest &request)
+QString VXReadFetchOptions(const VXHostOptions &options, VXFetchRequest &request)
 {
     const auto read = [&](const QString &name, const auto &reader) {
         const QString problem = options.isSet(name) ? reader(options.value(name)) : QString();

@@ -1,10 +1,12 @@
-#include "VXStoreListing.h"
+#include "VXObjectTable.h"
 
 #include "VXErrorText.h"
 #include "VXHostJSON.h"
 #include "VXHostOutput.h"
 #include "VXManagedObjectContext.h"
-#include "VXStoreObjects.h"
+#include "VXObjectColumns.h"
+#include "VXObjectJSON.h"
+#include "VXObjectNames.h"
 #include "VXTextTable.h"
 
 #include <algorithm>
@@ -18,7 +20,7 @@ namespace {
 class TableWriter
 {
 public:
-    TableWriter(VXHostOutput &output, const VXStoreColumns &columns, bool leavesOut)
+    TableWriter(VXHostOutput &output, const VXObjectColumns &columns, bool leavesOut)
         : _output(output), _columns(columns), _mustFit(leavesOut)
     {
         _rows.append({u"OBJECT"_s});
@@ -48,7 +50,7 @@ private:
     void fit()
     {
         const qsizetype room = _output.width();
-        const VXStoreColumns all = _columns;
+        const VXObjectColumns all = _columns;
         for (const bool onlyEmpty : {true, false}) {
             for (qsizetype i = _columns.size(); i > 0 && VXWidthOfTable(_rows) > room; --i) {
                 if (!onlyEmpty || isEmpty(i))
@@ -76,7 +78,7 @@ private:
     }
 
     VXHostOutput &_output;
-    VXStoreColumns _columns;
+    VXObjectColumns _columns;
     bool _mustFit;
     QList<QStringList> _rows;
     QList<qsizetype> _widths;
@@ -84,7 +86,7 @@ private:
 
 } // namespace
 
-QString VXStoreListing::write(VXHostOutput &output) const
+QString VXObjectTable::write(VXHostOutput &output) const
 {
     output.beginParts();
     if (result.isEmpty() && !output.isJSON())

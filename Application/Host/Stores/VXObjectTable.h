@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VXFetchResult.h"
-#include "VXStoreObjects.h"
+#include "VXObjectColumns.h"
 
 #include <QtCore/QString>
 
@@ -9,12 +9,12 @@ class VXHostOutput;
 class VXManagedObjectContext;
 
 /** A fetch that was carried out, and how to show what it found. */
-struct VXStoreListing
+struct VXObjectTable
 {
     VXManagedObjectContext &context;
     const VXFetchResult &result;
-    VXStoreColumns columns; // of the table
-    bool leavesOut;         // those columns that the line has no room for
+    VXObjectColumns columns; // of the table
+    bool leavesOut;          // those columns that the line has no room for
     qsizetype batchSize;
     bool withRelatedURIs;
 
