@@ -13,6 +13,7 @@
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
 #include <QtCore/QLocale>
 
 using namespace Qt::StringLiterals;
