@@ -1,26 +1,21 @@
 #include "VXFormField.h"
 
 #include "VXNone.h"
+#include "VXValueText.h"
 
-#include <QtCore/QDebug>
 #include <QtCore/QFileInfo>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// Null for none.
+// Null for none. Where there is a value there is a text.
 QString textualDescription(const QVariant &value)
 {
     if (VXIsNone(value))
         return {};
-    if (value.canConvert<QString>()) {
-        const QString text = value.toString();
-        return text.isNull() ? u""_s : text; // data without a byte
-    }
-    QString text; // lists, dictionaries and the like: as a debugger shows them
-    QDebug(&text).nospace() << value;
-    return text;
+    const QString text = VXValueText(value, true);
+    return text.isNull() ? u""_s : text;
 }
 
 } // namespace

@@ -17,8 +17,8 @@ struct VXFormField
 };
 
 /**
- * The fields of a dictionary, in its order. A value's description is the text; one that begins with "@/" names a file, if
- * there is a regular file at that path behind the "@". A value without a description ends the list: what follows is left
+ * The fields of a dictionary, in its order. The text is that of VXValueText, dates in UTC; one that begins with "@/" names a
+ * file, if there is a regular file at that path behind the "@". A value that is none ends the list: what follows is left
  * out. Any thread.
  */
 VX_EXPORT QList<VXFormField> VXFormFieldsFromDictionary(const QVariantMap &dictionary);

@@ -3,11 +3,13 @@
 #include "VXBackgroundThread.h"
 
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace {
 
 constexpr std::chrono::milliseconds keptIdle{1000};
+constexpr std::chrono::microseconds watchful{60}; // about two changes of threads
 constexpr size_t maximumIdle = 8;
 constexpr int maximumThreads = 100; // each needs a few of the descriptors that a process has
 
@@ -19,20 +21,24 @@ VXRequestThreads &VXRequestThreads::shared()
     return *threads;
 }
 
-QString VXRequestThreads::run(Work work)
+QString VXRequestThreads::run(Work work, bool *waits)
 {
     const VXMutexLocker starting(_startLock);
-    if (place(work, maximumThreads) != Place::OnNew)
+    Place found = place(work, maximumThreads);
+    *waits = found == Place::InQueue;
+    if (found != Place::OnNew)
         return {};
     try {
-        VXBackgroundThread::start([this, work] { serve(std::make_shared<Thread>(), work); });
+        VXBackgroundThread::start([this, work] { serve(std::make_shared<Thread>(), work); }, this);
         return {};
     } catch (const std::system_error &error) {
         {
             const VXMutexLocker lock(_lock);
             --_threads;
         }
-        return place(work, 0) != Place::OnNew ? QString() : QString::fromLocal8Bit(error.what());
+        found = place(work, 0);
+        *waits = found == Place::InQueue;
+        return found != Place::OnNew ? QString() : QString::fromLocal8Bit(error.what());
     }
 }
 
@@ -54,6 +60,7 @@ VXRequestThreads::Place VXRequestThreads::place(const Work &work, int maximum)
         idle = std::move(_idle.back());
         _idle.pop_back();
         idle->work = work;
+        idle->isCalled = true;
     }
     idle->wake.notifyOne(); // without the lock, which it would only have to wait for
     return Place::OnIdle;
@@ -68,12 +75,20 @@ void VXRequestThreads::serve(const ThreadPtr &thread, Work work)
     }
     const VXMutexLocker lock(_lock);
     --_threads;
-    _threadEnded.notifyAll();
+}
+
+// Who sends one thing after the other has the next at once: to sleep and be woken for it would take longer than to watch.
+void VXRequestThreads::watch(const Thread &thread)
+{
+    const auto end = std::chrono::steady_clock::now() + watchful;
+    while (!thread.isCalled && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
 }
 
 // Null when the thread is to end.
 VXRequestThreads::Work VXRequestThreads::waitForWork(const ThreadPtr &thread)
 {
+    watch(*thread);
     const VXMutexLocker lock(_lock);
     const auto isDue = [&]() VX_NO_THREAD_SAFETY_ANALYSIS {
         return thread->work != nullptr || thread->shallEnd || _isClosed;
@@ -85,6 +100,7 @@ VXRequestThreads::Work VXRequestThreads::waitForWork(const ThreadPtr &thread)
     thread->hasEnded = thread->work == nullptr;
     if (thread->hasEnded)
         std::erase(_idle, thread);
+    thread->isCalled = false;
     return std::exchange(thread->work, {});
 }
 
@@ -97,11 +113,13 @@ void VXRequestThreads::becomeFree(const ThreadPtr &thread)
     if (!_waiting.empty()) {
         thread->work = std::move(_waiting.front());
         _waiting.pop_front();
+        thread->isCalled = true;
         thread->wake.notifyOne();
     } else if (_idle.size() < maximumIdle) {
         _idle.push_back(thread);
     } else {
         thread->shallEnd = true;
+        thread->isCalled = true;
         thread->wake.notifyOne();
     }
 }
@@ -109,11 +127,12 @@ void VXRequestThreads::becomeFree(const ThreadPtr &thread)
 void VXRequestThreads::close(std::chrono::milliseconds longest)
 {
     std::deque<Work> dropped; // goes once the lock is free
-    const VXMutexLocker lock(_lock);
-    _isClosed = true;
-    dropped.swap(_waiting);
-    for (const ThreadPtr &thread : _idle)
-        thread->wake.notifyOne();
-    static_cast<void>(
-        _threadEnded.waitFor(_lock, longest, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return _threads == 0; }));
+    {
+        const VXMutexLocker lock(_lock);
+        _isClosed = true;
+        dropped.swap(_waiting);
+        for (const ThreadPtr &thread : _idle)
+            thread->wake.notifyOne();
+    }
+    static_cast<void>(VXBackgroundThread::awaitEnds(longest, this));
 }

@@ -4,6 +4,7 @@
 
 #include <QtCore/QString>
 
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <functional>
@@ -25,16 +26,19 @@ public:
 
     using Work = std::function<void(Lease)>;
 
-    /** Runs the work, which throws nothing. @return null, or why there is no thread for it and none to wait for. */
-    [[nodiscard]] QString run(Work work);
+    /** Runs the work, which throws nothing. `waits` tells whether it waits for its turn.
+     *  @return null, or why there is no thread for it and none to wait for. */
+    [[nodiscard]] QString run(Work work, bool *waits);
 
-    /** Lets threads end once their work has returned, and waits for that, but not longer. What has no thread yet gets none. */
+    /** Lets threads end once their work has returned, and waits until they are gone with all that belongs to them, but not
+     *  longer. What has no thread yet gets none. */
     void close(std::chrono::milliseconds longest);
 
 private:
-    struct Thread // under the lock
+    struct Thread // under the lock, but for what says that there is something to look for
     {
         VXCondition wake;
+        std::atomic<bool> isCalled{false};
         Work work;
         bool shallEnd = false;
         bool hasEnded = false;
@@ -45,12 +49,12 @@ private:
     enum class Place { OnIdle, InQueue, OnNew };
     Place place(const Work &work, int maximum);
     void serve(const ThreadPtr &thread, Work work);
+    static void watch(const Thread &thread);
     Work waitForWork(const ThreadPtr &thread);
     void becomeFree(const ThreadPtr &thread);
 
     VXMutex _startLock; // before the other: all threads that are counted have started, or one is just being started
     VXMutex _lock;
-    VXCondition _threadEnded;
     std::vector<ThreadPtr> _idle VX_GUARDED_BY(_lock); // the last became free last
     std::deque<Work> _waiting VX_GUARDED_BY(_lock);
     int _threads VX_GUARDED_BY(_lock) = 0;

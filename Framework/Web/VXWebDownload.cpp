@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -108,9 +109,11 @@ VXError VXWebDownload::createFile(const VXWebResponse &response)
     const VXMutexLocker folderLock(_folderLock);
     if (_makesNoFile)
         return VXError(VXErrorDomain, VXErrorCancelled);
+    static_cast<void>(
+        ::mkdir(QFile::encodeName(folder).constData(), S_IRWXU)); // never anybody else's, whatever the umask
     if (VXError error = VXFileManager::defaultManager().verifyPathExists(folder))
         return error;
-    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner); // nor less than ours
     const QString name = response.suggestedFilename();
     int problem = EEXIST;
     for (int number = 1; number <= maximumNames && _descriptor < 0 && problem == EEXIST; ++number) {

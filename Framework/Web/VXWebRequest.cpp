@@ -13,14 +13,20 @@
 #include "VXURLError.h"
 #include "VXWebTransfer.h"
 
+#include <QtCore/QTimer>
 #include <QtCore/QUuid>
 
+#include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <typeinfo>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr double longestWatch = 2e6; // seconds, that a timer can count
 
 // The last component of the path, also of one that ends with a slash; of no path the server.
 QString nameOf(const QUrl &url)
@@ -46,6 +52,7 @@ struct VXWebRequest::Run
     };
     State state = State::Running;
     bool wasStarted = true;
+    bool hasTurn = false; // on a thread
     bool wasCancelled = false;
     VXError failure = {}; // why it was stopped
     VXActivity::Ptr activity = {};
@@ -224,17 +231,45 @@ void VXWebRequest::startThread(const QUrl &url, const RunPtr &run)
         isRefused = !run->failure.isNull();
     }
     QString problem;
+    bool waits = false;
     if (!isRefused)
         problem = VXRequestThreads::shared().run(
-            [self = shared_from_this(), url, run](VXRequestThreads::Lease lease) mutable {
+            // Until it has completed it is held by those that run: one that is cancelled before its turn is not kept for it.
+            [held = weak_from_this(), url, run](VXRequestThreads::Lease lease) {
+                Ptr self = held.lock();
+                if (!self)
+                    return;
                 self->_requestURL(url, run);
                 // The reference goes along, so that the request never ends on this thread, which waits for the delegate.
                 VXMainThread::perform([self = std::move(self), run, lease = std::move(lease)] { self->complete(run); });
-            });
+            },
+            &waits);
+    if (waits)
+        watchTurn(url, run);
     if (!isRefused && problem.isNull())
         return;
     end(run, unableToStart(url, problem));
     VXMainThread::perform([self = shared_from_this(), run] { self->complete(run); });
+}
+
+// What waits for its turn without end is what nobody expects who has set a time.
+void VXWebRequest::watchTurn(const QUrl &url, const RunPtr &run)
+{
+    const double seconds = std::min<double>(timeout(), longestWatch);
+    if (!(seconds > 0))
+        return;
+    const auto giveUp = [held = weak_from_this(), url, run] {
+        const Ptr self = held.lock();
+        if (!self)
+            return;
+        self->end(run,
+                  VXMakeURLError(VXURLErrorTimedOut, u"Too many requests run: its turn did not come in time."_s, url),
+                  true);
+        self->complete(run);
+    };
+    VXMainThread::perform([seconds, giveUp] {
+        QTimer::singleShot(std::chrono::milliseconds(static_cast<qint64>(std::ceil(seconds * 1000))), giveUp);
+    });
 }
 
 VXError VXWebRequest::unableToStart(const QUrl &url, const QString &reason) const
@@ -261,6 +296,7 @@ void VXWebRequest::_requestURL(const QUrl &url, const RunPtr &run)
         _runChanged.wait(_lock, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_threadRun; });
         if (!isRunning())
             return;
+        run->hasTurn = true;
         _threadRun = run;
     }
     const VXError outcome = execute(url, *run);
@@ -394,10 +430,10 @@ void VXWebRequest::stopTransfer()
 }
 
 // The first to say so decides what came of the run.
-void VXWebRequest::end(const RunPtr &run, const VXError &outcome)
+void VXWebRequest::end(const RunPtr &run, const VXError &outcome, bool isForWaiting)
 {
     const VXMutexLocker lock(_lock);
-    if (run->state != Run::State::Running)
+    if (run->state != Run::State::Running || (isForWaiting && run->hasTurn))
         return;
     run->state = Run::State::Ended;
     if (!_error)

@@ -36,8 +36,8 @@ public:
     /** Names the request's activity, and the folder of a download. */
     QString uuid() const { return _uuid; }
 
-    /** Seconds without a byte sent or received after which the request fails; 0 for no end. At first 30. They begin with its
-     *  turn: of many at once a hundred have theirs. */
+    /** Seconds without a byte sent or received after which the request fails; 0 for no end. At first 30. Of many at once a
+     *  hundred have their turn: the others wait for theirs, but not longer than that; then the seconds begin anew. */
     float timeout() const;
     void setTimeout(float seconds);
 
@@ -58,8 +58,9 @@ public:
     std::shared_ptr<QObject> delegate() const;
     void setDelegate(const std::shared_ptr<QObject> &delegate);
 
-    /** Starts, and returns at once; on another thread than the main thread once that has shown the activity. A null URL, or a request that runs already, fails an assertion. One that another thread is
-     *  just cancelling before its first start counts as started, and cancelled. */
+    /** Starts, and returns at once; on another thread than the main thread once that has shown the activity. A null URL, or a
+     *  request that runs already, fails an assertion. One that another thread is just cancelling before its first start counts
+     *  as started, and cancelled. */
     void requestURL(const QUrl &theURL);
 
     /** Starts the transfer, on the request's thread; false when that cannot be. The base fails an assertion. */
@@ -111,13 +112,14 @@ private:
     RunPtr beginRun(const QUrl &url);
     void showActivity(const QUrl &url, const RunPtr &run);
     void startThread(const QUrl &url, const RunPtr &run);
+    void watchTurn(const QUrl &url, const RunPtr &run);
     void _requestURL(const QUrl &url, const RunPtr &run);
     VXError execute(const QUrl &url, Run &run);
     VXError performTransfer(const QUrl &url, VXWebTransfer &transfer, const Run &run);
     VXURLRequest makeRequest(const QUrl &url) const;
     VXError unableToStart(const QUrl &url, const QString &reason) const;
     VXError faultOf(const QUrl &url) const;
-    void end(const RunPtr &run, const VXError &outcome);
+    void end(const RunPtr &run, const VXError &outcome, bool isForWaiting = false);
     void finish(const VXError &cancellation);
     void complete(const RunPtr &run);
     void tellDelegate(QObject *delegate);

@@ -5,12 +5,19 @@
 #include "VXURLError.h"
 #include "VXWebHandle.h"
 
+#include <linux/sockios.h>
+#include <openssl/ssl.h>
+#include <sys/ioctl.h>
+#include <sys/select.h>
+
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <optional>
+#include <thread>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -25,6 +32,8 @@ constexpr qint64 maximumRedirectBody = 64 * 1024; // what a redirect says to peo
 constexpr std::chrono::seconds longestRedirectBody{2};
 constexpr long noConnectTimeout = 100L * 24 * 60 * 60; // seconds: ours holds
 constexpr long bufferSize = 256 * 1024;
+constexpr std::chrono::microseconds watchful{60}; // a server nearby answers sooner than a thread that sleeps is awake
+constexpr qint64 maximumShortBody = 8 * 1024;     // which goes out together with the header
 constexpr std::chrono::milliseconds longestWait{1000};
 constexpr double longestTimeout = 1e9; // seconds
 
@@ -78,6 +87,32 @@ void append(HeaderList &list, const QByteArray &line)
     }
 }
 
+bool isOverOpenSSL()
+{
+    static const bool isIt = [] {
+        const char *const name = curl_version_info(CURLVERSION_NOW)->ssl_version;
+        return name != nullptr && std::strncmp(name, "OpenSSL/", 8) == 0;
+    }();
+    return isIt;
+}
+
+// Whether the other side of a TLS connection has said, on this thread, that it ends. libcurl takes a connection that is cut off
+// for one that has ended.
+thread_local bool isEndTold = false;
+
+void hearAlert(int isSent, int, int type, const void *bytes, size_t count, SSL *, void *)
+{
+    if (isSent == 0 && type == SSL3_RT_ALERT && count == 2 &&
+        static_cast<const char *>(bytes)[1] == SSL_AD_CLOSE_NOTIFY)
+        isEndTold = true;
+}
+
+CURLcode listenForEnd(CURL *, void *context, void *)
+{
+    SSL_CTX_set_msg_callback(static_cast<SSL_CTX *>(context), &hearAlert);
+    return CURLE_OK;
+}
+
 } // namespace
 
 class VXWebTransfer::Exchange
@@ -112,6 +147,9 @@ private:
     }
     void setOptions(bool isPost, bool isRedirected);
     void setSecurityOptions();
+    VXError prepareBody();
+    static int allowOnce(void *self, char *, char *, int, int);
+    void noteShortBody();
     size_t send(char *bytes, size_t maximum);
     size_t receiveHeader(char *bytes, size_t count);
     size_t receiveBody(char *bytes, size_t count);
@@ -119,8 +157,12 @@ private:
     VXError headersDidEnd();
     VXError readLength(QByteArrayView value);
     VXError wait(CURLM *multi, CURLcode *result);
+    bool isAnswerNear() const;
+    void noticeSending(CURLM *multi);
     std::optional<std::chrono::duration<double>> longestSilence() const;
+    bool isCutOff() const;
     VXError errorOf(CURLcode result) const;
+    VXError unreadableBody() const;
     VXError error(VXURLErrorCode code, const QString &description, const QString &suggestion = {}) const
     {
         return VXMakeURLError(code, description, _url, suggestion);
@@ -135,10 +177,15 @@ private:
     VXError _refusal; // why a callback ended it
     std::exception_ptr _thrown;
     Clock::time_point _lastSign = Clock::now();
+    QByteArray _shortBody; // null for none
+    int _sendings = 0;
     qint64 _bytesSent = 0;
+    qint64 _bytesArrived = 0;
+    int _bytesUnderWay = 0;
     qint64 _headerBytes = 0;
     qint64 _passedOver = 0;
     qint64 _announced = -1;
+    bool _isChunked = false;
     bool _hasResponse = false;
     bool _isFinished = false; // nothing more is wanted of the answer
     bool _isInOrder = false;
@@ -191,6 +238,53 @@ void VXWebTransfer::Exchange::setSecurityOptions()
     curl_easy_setopt(_easy, CURLOPT_PROTOCOLS_STR, "http,https");
     if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty()) // as all programs over OpenSSL have it
         curl_easy_setopt(_easy, CURLOPT_CAINFO, file.constData());
+    if (isOverOpenSSL())
+        curl_easy_setopt(_easy, CURLOPT_SSL_CTX_FUNCTION, &listenForEnd);
+}
+
+VXError VXWebTransfer::Exchange::unreadableBody() const
+{
+    return error(VXURLErrorCannotReadBody, u"A file of the form can not be read."_s, _body->problem());
+}
+
+// A short one is read here, and is with its header but one packet.
+VXError VXWebTransfer::Exchange::prepareBody()
+{
+    if (!_body)
+        return {};
+    if (_body->size() < 0)
+        return unreadableBody();
+    _body->rewind();
+    if (_body->size() > maximumShortBody)
+        return {};
+    _shortBody = QByteArray(static_cast<qsizetype>(_body->size()), Qt::Uninitialized);
+    if (_body->read(_shortBody.data(), _shortBody.size()) != _shortBody.size())
+        return unreadableBody();
+    curl_easy_setopt(_easy, CURLOPT_POSTFIELDS, _shortBody.constData());
+    curl_easy_setopt(_easy, CURLOPT_PREREQFUNCTION, &allowOnce);
+    curl_easy_setopt(_easy, CURLOPT_PREREQDATA, this);
+    return {};
+}
+
+// libcurl could send it once more by itself, when a server hangs up on a kept connection: but that may have acted on it.
+int VXWebTransfer::Exchange::allowOnce(void *self, char *, char *, int, int)
+{
+    return static_cast<Exchange *>(self)->_sendings++ == 0 ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+// It is not asked for piece by piece.
+void VXWebTransfer::Exchange::noteShortBody()
+{
+    if (_shortBody.isNull() || _bytesSent > 0)
+        return;
+    curl_off_t sent = 0;
+    curl_easy_getinfo(_easy, CURLINFO_SIZE_UPLOAD_T, &sent);
+    if (sent < _shortBody.size())
+        return;
+    _bytesSent = sent;
+    _lastSign = Clock::now();
+    _transfer._didSendRequest = true;
+    _transfer._receiver.transferDidSend(sent, sent);
 }
 
 size_t VXWebTransfer::Exchange::send(char *bytes, size_t maximum)
@@ -200,7 +294,7 @@ size_t VXWebTransfer::Exchange::send(char *bytes, size_t maximum)
     _lastSign = Clock::now();
     const qint64 count = _body ? _body->read(bytes, static_cast<qint64>(maximum)) : 0;
     if (count < 0) {
-        _refusal = error(VXURLErrorCannotReadBody, u"A file of the form can not be read."_s, _body->problem());
+        _refusal = unreadableBody();
         return CURL_READFUNC_ABORT;
     }
     _bytesSent += count;
@@ -236,6 +330,7 @@ void VXWebTransfer::Exchange::readHeaderLine(QByteArrayView line)
         _response = {.url = _url};
         _location = {};
         _announced = -1;
+        _isChunked = false;
         return;
     }
     if (colon < 0)
@@ -246,6 +341,8 @@ void VXWebTransfer::Exchange::readHeaderLine(QByteArrayView line)
         _location = value;
     else if (name == "content-disposition")
         _response.contentDisposition = value;
+    else if (name == "transfer-encoding")
+        _isChunked = value.toLower().contains("chunked");
     else if (name == "content-length")
         _refusal = readLength(value);
 }
@@ -310,6 +407,35 @@ std::optional<std::chrono::duration<double>> VXWebTransfer::Exchange::longestSil
     return timeout.count() > 0 ? std::optional(timeout) : std::nullopt;
 }
 
+// What libcurl and the kernel have taken may be on its way for long after: while it is, each byte that arrives is a sign.
+void VXWebTransfer::Exchange::noticeSending(CURLM *multi)
+{
+    fd_set reading;
+    fd_set writing;
+    fd_set others;
+    FD_ZERO(&reading);
+    FD_ZERO(&writing);
+    FD_ZERO(&others);
+    int socket = -1;
+    int underWay = 0;
+    curl_off_t handedOver = 0;
+    curl_multi_fdset(multi, &reading, &writing, &others, &socket); // there is but one
+    curl_easy_getinfo(_easy, CURLINFO_SIZE_UPLOAD_T, &handedOver);
+    if (socket < 0 || ::ioctl(socket, SIOCOUTQ, &underWay) != 0)
+        return;
+    const qint64 arrived = handedOver - underWay;
+    if (arrived > _bytesArrived && std::max(underWay, _bytesUnderWay) > 0)
+        _lastSign = Clock::now();
+    _bytesArrived = std::max(_bytesArrived, arrived);
+    _bytesUnderWay = underWay;
+}
+
+// Once in a request, and only for a moment: what is short is often for a server on the same computer.
+bool VXWebTransfer::Exchange::isAnswerNear() const
+{
+    return !_shortBody.isNull() && _bytesSent > 0 && !_hasResponse && Clock::now() - _lastSign < watchful;
+}
+
 // Until libcurl is done; an error when time is over.
 VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
 {
@@ -318,10 +444,15 @@ VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
     while (!_transfer._isStopped && !_isFinished) {
         int running = 0;
         state = curl_multi_perform(multi, &running);
+        noteShortBody();
         int left = 0;
         if (const CURLMsg *const message = curl_multi_info_read(multi, &left)) {
             *result = message->data.result;
             return {};
+        }
+        if (isAnswerNear()) {
+            std::this_thread::yield();
+            continue;
         }
         milliseconds longest = longestWait;
         if (const auto silence = longestSilence()) {
@@ -331,40 +462,57 @@ VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
                                                : VXError();
             longest = std::min(longest, rest);
         }
+        int ready = 0;
         if (state == CURLM_OK)
-            state = curl_multi_poll(multi, nullptr, 0, static_cast<int>(longest.count()), nullptr);
+            state = curl_multi_poll(multi, nullptr, 0, static_cast<int>(longest.count()), &ready);
         if (state != CURLM_OK)
             return error(VXURLErrorConnectionLost, u"The connection to the server was lost."_s,
                          QString::fromUtf8(curl_multi_strerror(state)));
+        if (ready == 0)
+            noticeSending(multi);
     }
     return {};
 }
 
+// An answer without a length ends with the connection, which over TLS has to be told: else anybody on the way may have cut it.
+bool VXWebTransfer::Exchange::isCutOff() const
+{
+    long version = 0;
+    curl_easy_getinfo(_easy, CURLINFO_HTTP_VERSION, &version);
+    const bool endsWithConnection = _hasResponse && _announced < 0 && !_isChunked && version < CURL_HTTP_VERSION_2_0 &&
+                                    _response.statusCode != 204 && _response.statusCode != 304;
+    return endsWithConnection && _url.scheme() == "https"_L1 && isOverOpenSSL() && !isEndTold;
+}
+
 VXError VXWebTransfer::Exchange::errorOf(CURLcode result) const
 {
-    if (_refusal || result == CURLE_OK)
+    if (_refusal || _isFinished || !_redirectedTo.isEmpty()) // whatever came behind a redirect
         return _refusal;
-    if (!_redirectedTo.isEmpty())
-        return {}; // whatever came behind it
+    if (result == CURLE_OK)
+        return isCutOff() ? error(VXURLErrorConnectionLost, u"The connection to the server was lost."_s) : VXError();
     const Failure failure = failureOf(result);
-    if (result ==
-        CURLE_SEND_FAIL_REWIND) // the server hung up on a kept connection: the details are libcurl's own worries
-        return error(failure.code, failure.description);
+    if (result == CURLE_SEND_FAIL_REWIND || result == CURLE_ABORTED_BY_CALLBACK)
+        return error(failure.code,
+                     failure.description); // a kept connection was hung up: the details are libcurl's worries
     const char *const details = _details[0] != '\0' ? _details.data() : curl_easy_strerror(result);
     return error(failure.code, failure.description, QString::fromUtf8(details));
 }
 
 VXError VXWebTransfer::Exchange::run(CURLM *multi)
 {
-    if (_body && _body->size() < 0)
-        return error(VXURLErrorCannotReadBody, u"A file of the form can not be read."_s, _body->problem());
-    if (_body)
-        _body->rewind();
+    if (VXError problem = prepareBody())
+        return problem;
     if (const CURLMcode state = curl_multi_add_handle(multi, _easy); state != CURLM_OK)
         return error(VXURLErrorUnknown, u"Unable to start web request"_s,
                      QString::fromUtf8(curl_multi_strerror(state)));
+    isEndTold = false;
     CURLcode result = CURLE_OK;
-    const VXError timeout = wait(multi, &result);
+    VXError timeout;
+    try {
+        timeout = wait(multi, &result);
+    } catch (...) {
+        _thrown = std::current_exception();
+    }
     _isInOrder = curl_multi_remove_handle(multi, _easy) == CURLM_OK;
     if (_thrown)
         std::rethrow_exception(_thrown);

@@ -2,13 +2,22 @@
 
 #include "VXMutex.h"
 
+#include <algorithm>
+#include <map>
 #include <memory>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace {
 
-// Each thread that ends waits for the end of the one before it: whoever waits for the last has waited for all.
+// Each thread that ends waits for the end of the one of its owner before it: whoever waits for the last has waited for all.
+struct OwnedThreads
+{
+    int running = 0;
+    std::thread last; // whose work was done last
+};
+
 struct Threads
 {
     static Threads &shared()
@@ -19,18 +28,18 @@ struct Threads
 
     VXMutex lock;
     VXCondition isOver;
-    int running VX_GUARDED_BY(lock) = 0;
-    std::thread last VX_GUARDED_BY(lock); // whose work was done last
+    std::map<const void *, OwnedThreads> byOwner VX_GUARDED_BY(lock);
 };
 
-void end(std::thread &own)
+void end(std::thread &own, const void *owner)
 {
     Threads &threads = Threads::shared();
     std::thread before;
     {
         const VXMutexLocker lock(threads.lock);
-        before = std::exchange(threads.last, std::move(own));
-        --threads.running;
+        OwnedThreads &ofOwner = threads.byOwner[owner];
+        before = std::exchange(ofOwner.last, std::move(own));
+        --ofOwner.running;
         threads.isOver.notifyAll();
     }
     if (before.joinable())
@@ -39,31 +48,37 @@ void end(std::thread &own)
 
 } // namespace
 
-void VXBackgroundThread::start(std::function<void()> work)
+void VXBackgroundThread::start(std::function<void()> work, const void *owner)
 {
     Threads &threads = Threads::shared();
     const auto own = std::make_shared<std::thread>();
     const VXMutexLocker lock(threads.lock); // it does not end before it is known by its handle
-    *own = std::thread([own, work = std::move(work)]() mutable {
+    *own = std::thread([own, owner, work = std::move(work)]() mutable {
         work();
         work = {};
-        end(*own);
+        end(*own, owner);
     });
-    ++threads.running;
+    ++threads.byOwner[owner].running;
 }
 
-bool VXBackgroundThread::awaitEnds(std::chrono::milliseconds longest)
+bool VXBackgroundThread::awaitEnds(std::chrono::milliseconds longest, const void *owner)
 {
     Threads &threads = Threads::shared();
     bool areOver = false;
-    std::thread last;
+    std::vector<std::thread> last;
     {
         const VXMutexLocker lock(threads.lock);
-        areOver = threads.isOver.waitFor(threads.lock, longest,
-                                         [&]() VX_NO_THREAD_SAFETY_ANALYSIS { return threads.running == 0; });
-        last = std::move(threads.last);
+        const auto isMeant = [owner](const void *other) { return owner == nullptr || owner == other; };
+        areOver = threads.isOver.waitFor(threads.lock, longest, [&]() VX_NO_THREAD_SAFETY_ANALYSIS {
+            return std::ranges::none_of(
+                threads.byOwner, [&](const auto &each) { return isMeant(each.first) && each.second.running > 0; });
+        });
+        for (auto &[other, ofOwner] : threads.byOwner) {
+            if (isMeant(other) && ofOwner.last.joinable())
+                last.push_back(std::move(ofOwner.last));
+        }
     }
-    if (last.joinable())
-        last.join();
+    for (std::thread &thread : last)
+        thread.join();
     return areOver;
 }

@@ -15,12 +15,14 @@ class VX_PLATFORM_EXPORT VXBackgroundThread
 public:
     VXBackgroundThread() = delete;
 
-    /** Runs the work, which throws nothing, on a thread of its own. Any thread. Throws std::system_error when there is none. */
-    static void start(std::function<void()> work);
+    /** Runs the work, which throws nothing, on a thread of its own. Any thread. Throws std::system_error when there is none.
+     *  Of owners, which are never freed, there are few. */
+    static void start(std::function<void()> work, const void *owner = nullptr);
 
     /**
-     * Waits until those there are have ended, with all that belongs to them. Once the application object is gone, so that none
-     * waits for the main thread. @return false when one still ran after that time; those that have ended are gone all the same.
+     * Waits until those there are, or those of an owner, have ended, with all that belongs to them. Once the application object
+     * is gone, so that none waits for the main thread; for an owner's, where those never do.
+     * @return false when one still ran after that time; those that have ended are gone all the same.
      */
-    static bool awaitEnds(std::chrono::milliseconds longest);
+    static bool awaitEnds(std::chrono::milliseconds longest, const void *owner = nullptr);
 };

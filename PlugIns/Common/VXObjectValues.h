@@ -1,9 +1,8 @@
 #pragma once
 
 #include "VXKeyValueCoding.h"
-#include "VXManagedObject.h"
+#include "VXValueText.h"
 
-#include <QtCore/QByteArray>
 #include <QtCore/QJsonValue>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -11,10 +10,7 @@
 
 #include <vector>
 
-// The values of events' objects (maps, managed objects, QObjects), by name and as text. On the object's thread.
-
-/** nullptr when the object is none. */
-const VXManagedObject *VXManagedObjectIn(const QVariant &object);
+// The values of events' objects (maps, managed objects, QObjects), by name. On the object's thread.
 
 /** Contacts of a store as maps with the keys of records, whose lists lie in objects of their own; all else as it is. */
 QVariantList VXRecordsOfObjects(const QVariantList &objects);
@@ -23,16 +19,6 @@ QVariantList VXRecordsOfObjects(const QVariantList &objects);
  *  keys sorted; properties as declared. */
 QStringList VXKeysOfObject(const QVariant &object);
 
-/**
- * Appends a value as people read it, in UTF-8; nothing for none. Dates as "2026-01-31 17:05:09" in local time, or with
- * `inUTC` as "2026-01-31T16:05:09Z" (RFC 3339); data as Base64; lists with ", " between, and in them the numbers, addresses and
- * groups of contacts as "+1 555 0100/m"; maps as JSON; a managed object as its URI.
- */
-void VXAppendValueText(QByteArray &text, const QVariant &value, bool inUTC = false);
-QString VXValueText(const QVariant &value, bool inUTC = false);
-
-/** As JSON for other programs, unlike VXJSONFromVariant with no way back: dates as RFC 3339 in UTC, data as Base64, managed objects as URIs, numbers that are not finite as null. */
-QJsonValue VXPlainJSON(const QVariant &value);
 /** All its values; null for an object that is none. */
 QJsonValue VXPlainJSONOfObject(const QVariant &object);
 

@@ -61,6 +61,23 @@ TEST_F(VXWebConnectionTest, WritesTheBodyByteForByte)
     EXPECT_NE(VXMultipartBody({}).boundary(), VXMultipartBody({}).boundary());
 }
 
+TEST_F(VXWebConnectionTest, ValuesThatAreNoTextsAreSentAsPeopleReadThem)
+{
+    const QVariantMap form{{u"data"_s, QByteArray("\xFF\0z", 3)},
+                           {u"date"_s, QDateTime(QDate(2026, 1, 31), QTime(16, 5, 9), Qt::UTC)},
+                           {u"empty"_s, QVariantList()},
+                           {u"flag"_s, true},
+                           {u"list"_s, QVariantList{1, u"x"_s, 2.5}},
+                           {u"map"_s, QVariantMap{{u"a"_s, QVariantList{1}}}},
+                           {u"texts"_s, QStringList{u"a"_s, u"b"_s}},
+                           {u"url"_s, QUrl(u"http://example.org/a"_s)}};
+    QStringList texts;
+    for (const VXFormField &field : VXFormFieldsFromDictionary(form))
+        texts.append(field.text);
+    EXPECT_EQ(texts, (QStringList{u"/wB6"_s, u"2026-01-31T16:05:09Z"_s, u""_s, u"true"_s, u"1, x, 2.5"_s,
+                                  u"{\"a\":[1]}"_s, u"a, b"_s, u"http://example.org/a"_s}));
+}
+
 void VXWebConnectionTest::postRandomForms(const VXWebServer &to)
 {
     QRandomGenerator random(20'260'131);
@@ -193,6 +210,19 @@ TEST_F(VXWebConnectionTest, ASilentServerEndsWithTheTimeOut)
     EXPECT_EQ(connection->error().code(), VXURLErrorTimedOut);
 }
 
+// What libcurl and the kernel have taken of a body is not yet at a server that is slow to read it.
+TEST_F(VXWebConnectionTest, WhatIsOnItsWayIsNoSilence)
+{
+    const auto connection = VXWebConnection::create();
+    connection->setTimeout(1);
+    connection->setDelegate(delegate);
+    connection->setFormFields(
+        {{.name = u"f"_s, .text = {}, .filePath = writeFile(u"large"_s, QByteArray(3 << 20, 'x'))}});
+    connection->requestURL(server.url(u"/sip"_s));
+    ASSERT_TRUE(told());
+    EXPECT_GT(connection->data().toInt(), 3 << 20) << connection->error().description().toStdString();
+}
+
 // Also one for longer than any clock counts, and what a redirect announces is not waited for.
 TEST_F(VXWebConnectionTest, ALongTimeOutIsNoShortOne)
 {
@@ -242,6 +272,8 @@ TEST_F(VXWebConnectionTest, TrustsCertificatesThatAreKnownAndNeverLeavesHTTPS)
     EXPECT_EQ(code(u"/answer"_s), VXURLErrorCertificateUntrusted);
     qputenv("SSL_CERT_FILE", secure.certificatePath().toUtf8());
     EXPECT_EQ(code(u"/answer"_s), 0);
+    EXPECT_EQ(code(u"/nolength?farewell="_s), 0);
+    EXPECT_EQ(code(u"/nolength"_s), VXURLErrorConnectionLost); // by whomever
     QUrl otherHost = secure.url(u"/answer"_s);
     otherHost.setHost(u"127.0.0.1"_s); // not the certificate's
     const int calls = delegate->calls;

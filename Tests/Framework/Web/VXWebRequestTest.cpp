@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -402,6 +403,35 @@ TEST_F(VXWebRequestTest, ManyAtOnce)
         EXPECT_TRUE(connection.data().toInt() == i || (i % 10 == 9 && connection.error() == cancelled)) << i;
     }
     EXPECT_EQ(delegate->calls, count);
+}
+
+// A hundred without an end have all the turns.
+TEST_F(VXWebRequestTest, WhatWaitsForItsTurnEndsInTimeAndIsCancelledAtOnce)
+{
+    std::vector<VXWebConnection::Ptr> endless;
+    for (int i = 0; i < 100; ++i) {
+        endless.push_back(VXWebConnection::create());
+        endless.back()->setTimeout(0);
+        endless.back()->requestURL(server.url(u"/silent"_s));
+    }
+    auto waiting = VXWebConnection::requestURL(server.url(u"/answer?waited"_s), {}, delegate);
+    waiting->cancel();
+    EXPECT_EQ(delegate->calls, 1);
+    EXPECT_EQ(waiting->error(), cancelled);
+    const std::weak_ptr<VXWebConnection> watched = std::exchange(waiting, nullptr);
+    EXPECT_TRUE(watched.expired()); // not kept for its turn
+
+    const auto late = VXWebConnection::create();
+    late->setDelegate(delegate);
+    late->setTimeout(0.2F);
+    late->requestURL(server.url(u"/answer?waited"_s));
+    ASSERT_TRUE(told(2));
+    EXPECT_EQ(late->error().code(), VXURLErrorTimedOut);
+    EXPECT_THAT(late->error().localizedDescription().toStdString(), testing::HasSubstr("its turn"));
+    for (const VXWebConnection::Ptr &connection : endless)
+        connection->cancel();
+    EXPECT_EQ(post(u"/answer?body=next"_s)->data(), "next");
+    EXPECT_FALSE(server.requests().contains(u"POST /answer?waited"_s));
 }
 
 } // namespace

@@ -40,6 +40,20 @@ TEST(VXBackgroundThread, ItsOwnObjectsAreGoneWhenItsEndWasAwaited)
     EXPECT_TRUE(VXBackgroundThread::awaitEnds(0ms)); // there is none
 }
 
+TEST(VXBackgroundThread, ThoseOfAnOwnerAreAwaitedWhileOthersGoOn)
+{
+    const int owner = 0;
+    std::promise<void> goOn;
+    const int before = ended;
+    VXBackgroundThread::start([&goOn] { goOn.get_future().wait(); });
+    for (int number = 0; number < 20; ++number)
+        VXBackgroundThread::start(touchOfThread, &owner);
+    EXPECT_TRUE(VXBackgroundThread::awaitEnds(30s, &owner));
+    EXPECT_EQ(ended, before + 20);
+    goOn.set_value();
+    EXPECT_TRUE(VXBackgroundThread::awaitEnds(30s));
+}
+
 TEST(VXBackgroundThread, OneThatGoesOnIsNotWaitedForForEver)
 {
     std::promise<void> goOn;

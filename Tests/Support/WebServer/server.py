@@ -63,10 +63,14 @@ class Handler(socketserver.StreamRequestHandler):
         self.query = dict(urllib.parse.parse_qsl(url.query, keep_blank_values=True))
         length = int(self.head.get("Content-Length", 0))
         self.received = 0
-        keep = url.path != "/upload"
+        keep = url.path not in ("/upload", "/sip")
+        if url.path == "/sip":  # of what is on its way
+            self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 16)
         parts = []
         while self.received < length:
-            piece = self.rfile.read(min(length - self.received, 1 << 20))
+            if url.path == "/sip":
+                time.sleep(0.05)
+            piece = self.rfile.read(min(length - self.received, 1 << (16 if url.path == "/sip" else 20)))
             if not piece:
                 return False
             self.received += len(piece)
@@ -102,7 +106,7 @@ class Handler(socketserver.StreamRequestHandler):
                     return self.send(file.read())
             except FileNotFoundError:
                 return self.send(status="404 Not Found")
-        if path == "/upload":
+        if path in ("/upload", "/sip"):
             return self.send(str(self.received).encode())
         headers = [self.query["header"]] if "header" in self.query else []
         if path == "/answer":  # what the query says
@@ -126,8 +130,10 @@ class Handler(socketserver.StreamRequestHandler):
         if path == "/reset":  # without an answer
             self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
             return False
-        if path == "/nolength":
+        if path == "/nolength":  # over TLS cut off, unless it says that this was all
             self.send(b"unannounced", length=-1)
+            if "farewell" in self.query:
+                self.connection.unwrap()
             return False
         if path == "/upgrade":
             self.send(b"of another protocol", "101 Switching Protocols", ["Upgrade: other"])

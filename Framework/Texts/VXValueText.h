@@ -1,0 +1,26 @@
+#pragma once
+
+#include "VXFrameworkExport.h"
+#include "VXManagedObject.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonValue>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+// Values as people and other programs read them. On the thread of the objects in them, else on any.
+
+/** nullptr when the object is none. */
+VX_EXPORT const VXManagedObject *VXManagedObjectIn(const QVariant &object);
+
+/**
+ * Appends a value as people read it, in UTF-8; nothing for none. Dates as "2026-01-31 17:05:09" in local time, or with
+ * `inUTC` as "2026-01-31T16:05:09Z" (RFC 3339); data as Base64; lists with ", " between, and in them the numbers, addresses and
+ * groups of contacts as "+1 555 0100/m"; maps as JSON; a managed object as its URI.
+ */
+VX_EXPORT void VXAppendValueText(QByteArray &text, const QVariant &value, bool inUTC = false);
+VX_EXPORT QString VXValueText(const QVariant &value, bool inUTC = false);
+
+/** As JSON for other programs, unlike VXJSONFromVariant with no way back: dates as RFC 3339 in UTC, data as Base64, managed
+ *  objects as URIs, numbers that are not finite as null. */
+VX_EXPORT QJsonValue VXPlainJSON(const QVariant &value);
