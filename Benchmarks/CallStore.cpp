@@ -78,14 +78,14 @@ void CallStore::insert(VXManagedObjectContext &context, qint64 count, const QLis
     for (qint64 place = 0; place < count; ++place) {
         const BenchmarkCall values(place);
         const VXManagedObjectPtr object = context.insertNewObject(*call);
-        object->setAttribute(title, values.title);
-        object->setAttribute(number, values.number);
-        object->setAttribute(duration, values.duration);
-        object->setAttribute(position, values.position);
-        object->setAttribute(cost, values.cost);
-        object->setAttribute(isRead, values.isRead);
-        object->setAttribute(date, values.date);
-        object->setAttribute(note, values.note);
+        object->setText(title, values.title);
+        object->setText(number, values.number);
+        object->setNumber(duration, values.duration);
+        object->setNumber(position, values.position);
+        object->setReal(cost, values.cost);
+        object->setNumber(isRead, values.isRead ? 1 : 0);
+        object->setNumber(date, values.date.toMSecsSinceEpoch());
+        object->setText(note, values.note);
         object->setRelated(caller, people[values.caller - 1]);
         object->setRelated(folder, folders[values.folder - 1]);
     }

@@ -1,6 +1,47 @@
 #include "VXActivity.h"
 
-VXActivity::VXActivity(const QString &identifier) : _identifier(identifier) {}
+#include <QtCore/QStringBuilder>
+#include <QtCore/QUuid>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// One random number for the process, and a count: a random number each time would cost a system call.
+const QString &processPrefix()
+{
+    static const QString prefix = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u'-';
+    return prefix;
+}
+
+} // namespace
+
+VXActivity::Key::Key()
+{
+    static std::atomic<quint64> count{0};
+    _number = ++count;
+}
+
+VXActivity::Key::Key(const QString &identifier) : _name(identifier)
+{
+    if (!identifier.startsWith(processPrefix()))
+        return;
+    const quint64 number = QStringView(identifier).mid(processPrefix().size()).toULongLong();
+    if (number == 0 || processPrefix() % QString::number(number) != identifier)
+        return;
+    _number = number;
+    _name = QString();
+}
+
+QString VXActivity::Key::identifier() const
+{
+    return _number == 0 ? _name : processPrefix() % QString::number(_number);
+}
+
+VXActivity::VXActivity(const Key &key, const QString &title, QObject *delegate)
+    : _key(key), _delegate(delegate), _title(title)
+{
+}
 
 QString VXActivity::title() const
 {

@@ -3,6 +3,7 @@
 #include "VXFrameworkExport.h"
 #include "VXMutex.h"
 
+#include <QtCore/QHashFunctions>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 #include <QtCore/QString>
@@ -19,12 +20,33 @@ class VX_EXPORT VXActivity
 public:
     using Ptr = std::shared_ptr<VXActivity>;
 
-    explicit VXActivity(const QString &identifier);
+    /** Who an activity is: most are never asked for their identifier, so a fresh one is a number until it is. */
+    class Key
+    {
+    public:
+        /** A fresh one. */
+        Key();
+        explicit Key(const QString &identifier);
+        QString identifier() const;
+
+        friend bool operator==(const Key &a, const Key &b) = default;
+        friend size_t qHash(const Key &key, size_t seed = 0) noexcept
+        {
+            return key._number != 0 ? ::qHash(key._number, seed) : ::qHash(key._name, seed);
+        }
+
+    private:
+        quint64 _number = 0; // of a fresh one
+        QString _name;       // of another
+    };
+
+    VXActivity(const Key &key, const QString &title, QObject *delegate = nullptr);
     VXActivity(const VXActivity &) = delete;
     VXActivity &operator=(const VXActivity &) = delete;
 
+    const Key &key() const { return _key; }
     /** Unique among the running activities. */
-    QString identifier() const { return _identifier; }
+    QString identifier() const { return _key.identifier(); }
 
     /** The first and the second line to show; null when not set. */
     QString title() const;
@@ -45,7 +67,7 @@ public:
     void setDelegate(QObject *delegate);
 
 private:
-    const QString _identifier;
+    const Key _key;
     std::atomic<double> _doubleValue{0.0};
     std::atomic<double> _maxValue{0.0};
 

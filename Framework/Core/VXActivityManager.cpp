@@ -6,10 +6,6 @@
 #include "VXMethodLog.h"
 
 #include <QtCore/QScopeGuard>
-#include <QtCore/QStringBuilder>
-#include <QtCore/QUuid>
-
-#include <atomic>
 
 using namespace Qt::StringLiterals;
 
@@ -18,14 +14,6 @@ const VXNotificationName
     VXActivityManagerWillRemoveActivityNotification(u"VXActivityManagerWillRemoveActivityNotification"_s);
 
 namespace {
-
-// One random number for the process, and a count: a random number each time would cost a system call.
-QString freshIdentifier()
-{
-    static const QString process = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u'-';
-    static std::atomic<quint64> count{0};
-    return process % QString::number(++count);
-}
 
 // Once the main thread has ended nobody watches the registry, and nothing is to be done.
 void onMainThread(const std::function<void()> &work)
@@ -48,35 +36,37 @@ QList<VXActivity::Ptr> VXActivityManager::activities() const
 
 VXActivity::Ptr VXActivityManager::activityWithIdentifier(const QString &identifier) const
 {
-    return _activities.value(identifier);
+    return _activities.value(VXActivity::Key(identifier));
 }
 
-VXActivity::Ptr VXActivityManager::addActivityWithTitle(const QString &title)
+VXActivity::Ptr VXActivityManager::addActivityWithTitle(const QString &title, QObject *delegate)
 {
-    return addActivityWithTitle(title, freshIdentifier());
+    auto activity = std::make_shared<VXActivity>(VXActivity::Key(), title, delegate);
+    onMainThread([this, &activity] { add(activity); });
+    return activity;
 }
 
 VXActivity::Ptr VXActivityManager::addActivityWithTitle(const QString &title, const QString &identifier)
 {
     VXAssert(!identifier.isNull(), u"theIdentifier can not be nil: %1"_s.arg(VXDescription(title)));
-    const auto activity = std::make_shared<VXActivity>(identifier);
-    activity->setTitle(title);
+    auto activity = std::make_shared<VXActivity>(VXActivity::Key(identifier), title);
     onMainThread([this, &activity] { add(activity); });
     return activity;
 }
 
 void VXActivityManager::add(const VXActivity::Ptr &activity)
 {
-    const QString identifier = activity->identifier();
-    if (VXActivity::Ptr &place = _activities[identifier]; !place) {
+    if (VXActivity::Ptr &place = _activities[activity->key()]; !place) {
         place = activity;
     } else {
         VXLogMethod(VXLogError, "addActivityWithTitle:identifier:",
-                    u"Activity with this identifier is aready running: %1"_s.arg(identifier));
-        remove(identifier);
-        _activities.insert(identifier, activity);
+                    u"Activity with this identifier is aready running: %1"_s.arg(activity->identifier()));
+        remove(VXActivity::Ptr(place));
+        _activities.insert(activity->key(), activity);
     }
-    VXNotificationCenter::defaultCenter().postNotificationName(VXActivityManagerDidAddActivityNotification, identifier);
+    VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
+    if (center.hasObservers(VXActivityManagerDidAddActivityNotification))
+        center.postNotificationName(VXActivityManagerDidAddActivityNotification, activity->identifier());
 }
 
 void VXActivityManager::removeActivity(const VXActivity::Ptr &activity)
@@ -84,37 +74,39 @@ void VXActivityManager::removeActivity(const VXActivity::Ptr &activity)
     if (!activity)
         return;
     onMainThread([this, &activity] {
-        if (_activities.value(activity->identifier()) == activity)
-            remove(activity);
+        if (const auto there = _activities.constFind(activity->key());
+            there != _activities.cend() && *there == activity)
+            remove(VXActivity::Ptr(activity)); // whatever observers do with the caller's
     });
 }
 
 void VXActivityManager::removeActivityWithIdentifier(const QString &identifier)
 {
-    onMainThread([this, &identifier] { remove(identifier); });
-}
-
-void VXActivityManager::remove(const QString &identifier)
-{
-    if (const VXActivity::Ptr activity = _activities.value(identifier))
-        remove(activity);
+    onMainThread([this, &identifier] {
+        if (const VXActivity::Ptr activity = activityWithIdentifier(identifier))
+            remove(activity);
+    });
 }
 
 void VXActivityManager::remove(const VXActivity::Ptr &leaving)
 {
+    VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
+    if (!center.hasObservers(VXActivityManagerWillRemoveActivityNotification))
+        return leave(leaving);
     if (_leaving.contains(leaving))
         return;
-    const VXActivity::Ptr activity = leaving; // whatever observers do with the caller's
-    const QString identifier = activity->identifier();
-    _leaving.append(activity);
+    _leaving.append(leaving);
     // Whatever observers do: throw, remove it themselves, or put another one in its place.
-    const auto leave = qScopeGuard([&] {
-        _leaving.removeOne(activity);
-        if (const auto there = _activities.constFind(identifier);
-            there != _activities.cend() && there.value() == activity)
-            _activities.erase(there);
-        activity->setDelegate(nullptr);
+    const auto end = qScopeGuard([&] {
+        _leaving.removeOne(leaving);
+        leave(leaving);
     });
-    VXNotificationCenter::defaultCenter().postNotificationName(VXActivityManagerWillRemoveActivityNotification,
-                                                               identifier);
+    center.postNotificationName(VXActivityManagerWillRemoveActivityNotification, leaving->identifier());
+}
+
+void VXActivityManager::leave(const VXActivity::Ptr &activity)
+{
+    if (const auto there = _activities.constFind(activity->key()); there != _activities.cend() && *there == activity)
+        _activities.erase(there);
+    activity->setDelegate(nullptr);
 }

@@ -28,8 +28,8 @@ public:
     /** Null when none runs under that identifier. */
     VXActivity::Ptr activityWithIdentifier(const QString &identifier) const;
 
-    /** Registers a new activity under a fresh identifier. Never null. */
-    VXActivity::Ptr addActivityWithTitle(const QString &title);
+    /** Registers a new activity of that delegate under a fresh identifier. Never null. */
+    VXActivity::Ptr addActivityWithTitle(const QString &title, QObject *delegate = nullptr);
     /** Registers a new activity; one that runs under this identifier is removed first, with an error in the log.
      *  A null identifier fails an assertion. */
     VXActivity::Ptr addActivityWithTitle(const QString &title, const QString &identifier);
@@ -43,9 +43,9 @@ private:
     VXActivityManager() = default;
 
     void add(const VXActivity::Ptr &activity);
-    void remove(const QString &identifier);
     void remove(const VXActivity::Ptr &leaving);
+    void leave(const VXActivity::Ptr &activity);
 
-    QHash<QString, VXActivity::Ptr> _activities; // this and what follows: main thread only
-    QList<VXActivity::Ptr> _leaving;             // while observers are told
+    QHash<VXActivity::Key, VXActivity::Ptr> _activities; // this and what follows: main thread only
+    QList<VXActivity::Ptr> _leaving;                     // while observers are told
 };

@@ -173,10 +173,7 @@ void VXDeviceAction::conclude()
 
 void VXDeviceAction::finish()
 {
-    const bool wasTold = VXMainThread::performAndWait([this] {
-        withdrawWatchdogs();
-        callCompletion();
-    });
+    const bool wasTold = VXMainThread::performAndWait([this] { callCompletion(); });
     if (!wasTold)
         dropCompletion();
     VXActivity::Ptr shown;
@@ -193,13 +190,24 @@ void VXDeviceAction::finish()
     tell(&VXDeviceAction::didConclude);
 }
 
-void VXDeviceAction::callCompletion()
+// What waits for the end waits no longer.
+VXDeviceAction::Completion VXDeviceAction::takeCompletion()
 {
     Completion completion;
+    std::vector<std::shared_ptr<CancelWatchdog>> withdrawn;
     {
         const VXMutexLocker lock(_lock);
-        completion = std::exchange(_callbackInvocation, {});
+        completion.swap(_callbackInvocation);
+        withdrawn.swap(_watchdogs);
     }
+    for (const auto &watchdog : withdrawn)
+        static_cast<void>(watchdog->take());
+    return completion;
+}
+
+void VXDeviceAction::callCompletion()
+{
+    const Completion completion = takeCompletion();
     if (!completion)
         return;
     try { // it must not keep the action from ending
@@ -214,12 +222,7 @@ void VXDeviceAction::callCompletion()
 // Once the main thread has ended.
 void VXDeviceAction::dropCompletion()
 {
-    withdrawWatchdogs();
-    Completion dropped;
-    {
-        const VXMutexLocker lock(_lock);
-        dropped = std::exchange(_callbackInvocation, {});
-    }
+    static_cast<void>(takeCompletion());
     if (!error())
         setError(VXError(VXErrorDomain, VXErrorCancelled));
 }
@@ -246,17 +249,6 @@ void VXDeviceAction::cancel(QObject *sender)
     tell(&VXDeviceAction::cancelRequested);
     if (!isWatched)
         finish(); // nobody would notice that the device does not respond
-}
-
-void VXDeviceAction::withdrawWatchdogs()
-{
-    std::vector<std::shared_ptr<CancelWatchdog>> withdrawn;
-    {
-        const VXMutexLocker lock(_lock);
-        withdrawn.swap(_watchdogs);
-    }
-    for (const auto &watchdog : withdrawn)
-        static_cast<void>(watchdog->take());
 }
 
 void VXDeviceAction::_deviceFailedToRespondToCancel()

@@ -89,11 +89,11 @@ void VXDeviceAction::setTitle(const QString &title)
 {
     if (changeActivity([&](VXActivity &shown) { shown.setTitle(title); }))
         return;
-    const VXActivity::Ptr made = VXActivityManager::sharedActivityManager().addActivityWithTitle(title);
-    made->setDelegate(this); // its stop control calls `cancel`
+    VXActivity::Ptr made = // its stop control calls `cancel` of the delegate
+        VXActivityManager::sharedActivityManager().addActivityWithTitle(title, this);
     {
         const VXMutexLocker lock(_lock);
-        _activity = made;
+        _activity.swap(made);
     }
     tell(&VXDeviceAction::progressDidChange);
 }

@@ -160,7 +160,7 @@ private:
     void finish();
     void callCompletion();
     void dropCompletion();
-    void withdrawWatchdogs();
+    Completion takeCompletion();
     void _deviceFailedToRespondToCancel();
 
     const QString _actionName;

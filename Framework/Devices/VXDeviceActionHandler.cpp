@@ -4,6 +4,7 @@
 
 #include <QtCore/QMetaObject>
 
+#include <array>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -41,10 +42,12 @@ void VXDeviceActionHandler::invoke(VXDeviceAction *action) const
     QObject *const target = _target;
     if (isNull())
         return;
-    if (_method.isValid())
-        _method.invoke(target, Qt::DirectConnection, Q_ARG(VXDeviceAction *, action));
-    else
+    if (_method.isValid()) { // whose parameters were looked at when it was found
+        std::array<void *, 2> arguments{nullptr, static_cast<void *>(&action)};
+        QMetaObject::metacall(target, QMetaObject::InvokeMetaMethod, _method.methodIndex(), arguments.data());
+    } else {
         _call(action);
+    }
 }
 
 QString VXDeviceActionHandler::description() const

@@ -7,8 +7,8 @@
 #include "VXNotificationCenter.h"
 #include "VXPlugin.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QList>
+#include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QUrl>
@@ -158,7 +158,7 @@ private:
     QUrl _url;                 // set once, with the next
     QString _preferencePrefix; // of the keys of its preferences
     mutable VXMutex _lock;
-    QHash<QString, Handlers> _actionHandlers VX_GUARDED_BY(_lock);
+    QMap<QString, Handlers> _actionHandlers VX_GUARDED_BY(_lock); // few, with short names: not worth a hash
     QVariantMap _deviceProperties VX_GUARDED_BY(_lock);
 };
 

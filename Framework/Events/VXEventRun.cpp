@@ -98,18 +98,21 @@ void VXEventRun::keep(const VXTrigger &trigger, VXTriggerRecord &record, bool is
 
 VXFetchResult VXEventRun::fetchTriggers(VXManagedObjectContext &context)
 {
+    // Made once: most events have no trigger, and are told of all day long.
+    static const VXExpression name = VXExpression::keyPath(VXTrigger::eventNameKey);
+    static const QList<VXSortDescriptor> inOrder{{.key = VXTrigger::indexKey}};
+    static const QStringList withFilter{u"filter"_s};
     const VXPredicate predicate =
-        VXPredicate::comparison(VXExpression::keyPath(VXTrigger::eventNameKey), VXPredicate::Operator::Equal,
-                                VXExpression::constant(_event.name));
+        VXPredicate::comparison(name, VXPredicate::Operator::Equal, VXExpression::constant(_event.name));
     const VXEntityDescription *const entity =
         context.persistentStoreCoordinator()->model().entityForName(VXTrigger::entityName);
     if (entity == nullptr)
         failFetch(predicate);
     VXFetchRequest request(*entity);
     request.predicate = predicate;
-    request.sortDescriptors = {{.key = u"index"_s}};
-    if (entity->relationshipForName(u"filter"_s) != nullptr)
-        request.prefetchedRelationships = {u"filter"_s};
+    request.sortDescriptors = inOrder;
+    if (entity->relationshipForName(withFilter.constFirst()) != nullptr)
+        request.prefetchedRelationships = withFilter;
     return fetch(context, request);
 }
 
@@ -151,8 +154,8 @@ void VXEventRun::followReactors(const QList<VXManagedObjectPtr> &triggers)
 VXFetchResult VXEventRun::fetch(VXManagedObjectContext &context, const VXFetchRequest &request)
 {
     VXError error;
-    if (const auto found = context.executeFetchRequest(request, &error))
-        return *found;
+    if (auto found = context.executeFetchRequest(request, &error))
+        return *std::move(found);
     VXLogFrom(VXInstanceOrigin(&_manager, operation), VXLogError, error.description());
     failFetch(request.predicate);
 }

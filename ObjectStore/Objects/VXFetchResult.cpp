@@ -33,8 +33,8 @@ bool VXFetchResult::setObjects(const QList<VXManagedObjectPtr> &objects, VXError
 
 bool VXFetchResult::prefetch(VXError *error) const
 {
-    for (const VXRelationshipDescription *const relationship : _prefetched) {
-        if (!_context->prefetch(_objects, *relationship, &_related, error))
+    for (qsizetype place = 0; place < _prefetched.size() && !_objects.isEmpty(); ++place) {
+        if (!_context->prefetch(_objects, *_prefetched[place], &_related, error))
             return false;
     }
     return true;

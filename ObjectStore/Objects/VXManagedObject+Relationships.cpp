@@ -46,8 +46,12 @@ void VXManagedObject::setRelated(int index, const VXManagedObjectPtr &object)
     if (const VXRelationshipDescription *const inverse = changed.inverse(); inverse != nullptr) {
         if (before)
             before->detach(*inverse, own);
-        if (object)
+        if (object && inverse->isToMany()) {
+            object->relatedSet(*inverse).addNew(own);
+            _context->noteChange(*object);
+        } else if (object) {
             object->attach(*inverse, own);
+        }
     }
     setValue(changed, object ? QVariant::fromValue(object->objectID()) : QVariant());
 }

@@ -40,6 +40,30 @@ QList<VXManagedObjectPtr> objectsIn(const VXPropertyDescription &property, const
     return objects;
 }
 
+// None where an attribute of the type holds no whole number, or not this one.
+VXStoreRow::Kind kindOfNumber(VXAttributeType type, qint64 number)
+{
+    using Kind = VXStoreRow::Kind;
+    switch (type) {
+    case VXAttributeType::Integer16:
+        return number == qint16(number) ? Kind::Integer : Kind::None;
+    case VXAttributeType::Integer32:
+        return number == qint32(number) ? Kind::Integer : Kind::None;
+    case VXAttributeType::Integer64:
+        return Kind::LongInteger;
+    case VXAttributeType::Boolean:
+        return number == 0 || number == 1 ? Kind::Boolean : Kind::None;
+    case VXAttributeType::Date:
+        return Kind::Date;
+    case VXAttributeType::Double:
+    case VXAttributeType::String:
+    case VXAttributeType::Binary:
+    case VXAttributeType::PropertyList:
+        break;
+    }
+    return Kind::None;
+}
+
 } // namespace
 
 VXManagedObject::VXManagedObject() = default;
@@ -92,22 +116,35 @@ void VXManagedObject::setStoredRow(VXStoreRow::Ptr row)
     _isFault = false;
 }
 
-void VXManagedObject::setValue(const VXPropertyDescription &property, const QVariant &value)
+VXStoreRow *VXManagedObject::valuesToChange(const VXPropertyDescription &property)
 {
     VXAssert(_context != nullptr, u"an object cannot be changed when its context is gone or has forgotten it"_s);
     const VXStoreRow *const before = values();
     if (before == nullptr) {
         VXReportDiagnostic(4, u"\"%1\" of %2 cannot be set: the object is gone from the store"_s.arg(
                                   property.name(), _objectID.uriRepresentation().toString()));
-        return;
+        return nullptr;
     }
     if (!_values)
         _values = before->copy(before->version() + 1);
     else if (_values.use_count() > 1) // a save that failed may have left it with a store
         _values = before->copy(before->version());
-    _values->setValue(property.index(), value);
+    return _values.get();
+}
+
+void VXManagedObject::noteChanged(const VXPropertyDescription &property)
+{
     if (property.asAttribute() == nullptr || !property.isTransient())
         _context->noteChange(*this);
+}
+
+void VXManagedObject::setValue(const VXPropertyDescription &property, const QVariant &value)
+{
+    VXStoreRow *const row = valuesToChange(property);
+    if (row == nullptr)
+        return;
+    row->setValue(property.index(), value);
+    noteChanged(property);
 }
 
 const VXStoreRow *VXManagedObject::readValuesWith(int index) const
@@ -133,6 +170,60 @@ void VXManagedObject::setAttribute(int index, const QVariant &value)
     const std::optional<QVariant> fitting = VXAttributeValue(attribute->type(), value);
     VXAssert(fitting, valueProblem(*attribute, value));
     set(*fitting);
+}
+
+// Calls `set` with the row, unless that says already that it has the value.
+template <class IsSame, class Set>
+void VXManagedObject::setPlain(int index, VXAttributeType type, const IsSame &isSame, const Set &set)
+{
+    const VXAttributeDescription *const attribute = property(index).asAttribute();
+    VXAssert(attribute != nullptr && attribute->type() == type,
+             u"\"%1\" of entity \"%2\" is no attribute of type %3"_s.arg(property(index).name(), entity().name(),
+                                                                         VXAttributeTypeName(type)));
+    if (const VXStoreRow *const row = values(); row != nullptr && row->hasValue(index) && isSame(*row))
+        return;
+    if (VXStoreRow *const row = valuesToChange(*attribute); row != nullptr) {
+        set(*row);
+        noteChanged(*attribute);
+    }
+}
+
+void VXManagedObject::setText(int index, QStringView text)
+{
+    if (text.isNull())
+        return setAttribute(index, {});
+    setPlain(
+        index, VXAttributeType::String, [&](const VXStoreRow &row) { return row.text(index) == text; },
+        [&](VXStoreRow &row) { row.setText(index, text); });
+}
+
+void VXManagedObject::setData(int index, QByteArrayView data)
+{
+    if (data.isNull())
+        return setAttribute(index, {});
+    setPlain(
+        index, VXAttributeType::Binary, [&](const VXStoreRow &row) { return row.data(index) == data; },
+        [&](VXStoreRow &row) { row.setData(index, data); });
+}
+
+void VXManagedObject::setNumber(int index, qint64 number)
+{
+    const VXAttributeDescription *const attribute = property(index).asAttribute();
+    const VXStoreRow::Kind kind =
+        attribute == nullptr ? VXStoreRow::Kind::None : kindOfNumber(attribute->type(), number);
+    VXAssert(kind != VXStoreRow::Kind::None,
+             u"\"%1\" of entity \"%2\" cannot hold the number %3"_s.arg(property(index).name(), entity().name())
+                 .arg(number));
+    setPlain(
+        index, attribute->type(), [&](const VXStoreRow &row) { return row.number(index) == number; },
+        [&](VXStoreRow &row) { row.setNumber(index, kind, number); });
+}
+
+void VXManagedObject::setReal(int index, double real)
+{
+    setPlain(
+        index, VXAttributeType::Double, [&](const VXStoreRow &row) { return row.real(index) == real; },
+        [&](VXStoreRow &row) { row.setReal(index, real); });
 }
 
 QVariant VXManagedObject::valueForKey(const QString &key) const

@@ -76,6 +76,13 @@ public:
     }
     /** One that is transient makes no unsaved change. */
     void setAttribute(int index, const QVariant &value);
+    // The same without a QVariant, of an attribute whose type holds just that; anything else fails an assertion.
+    /** A null text is none, and so is null data. */
+    void setText(int index, QStringView text);
+    void setData(int index, QByteArrayView data);
+    /** As `number` gives it: in the range of the attribute's type, a boolean as 0 or 1. */
+    void setNumber(int index, qint64 number);
+    void setReal(int index, double real);
 
     /** nullptr for none. */
     VXManagedObjectPtr related(int index) const;
@@ -138,6 +145,11 @@ private:
     }
     const VXStoreRow *readValuesWith(int index) const;
     void setValue(const VXPropertyDescription &property, const QVariant &value);
+    /** The values to be changed, or nullptr when the object is gone from the store. */
+    VXStoreRow *valuesToChange(const VXPropertyDescription &property);
+    void noteChanged(const VXPropertyDescription &property);
+    template <class IsSame, class Set>
+    void setPlain(int index, VXAttributeType type, const IsSame &isSame, const Set &set);
     void setStoredRow(VXStoreRow::Ptr row);
     static QVariantList variants(const QList<VXManagedObjectPtr> &objects);
     QVariant objectValue(const VXStoreRow &row, const VXPropertyDescription &property) const;
@@ -160,13 +172,13 @@ private:
     std::shared_ptr<VXStoreRow> _values;                     // all values once one has changed; else null
     std::unique_ptr<std::vector<VXRelatedSet>> _relatedSets; // of relationships that were read or changed
     qsizetype _place = 0;                                    // in the context's list of changed objects
-    quint32 _holders = 0; // references, one of them the context's while it has changes
+    quint32 _holders = 0;     // references, one of them the context's while it has changes
+    quint32 _askedInSave = 0; // the context's number of the save that asked it last
     State _state = State::Unchanged;
     bool _isFault = true;
     bool _isNoted = false;          // among those that observers of the context will be told of
     bool _isRefreshed = false;      // the same, without changes
     bool _isInsertionKnown = false; // to those observers
-    bool _wasAskedToSave = false;   // by the save under way
 };
 
 Q_DECLARE_METATYPE(VXManagedObjectPtr)

@@ -135,6 +135,8 @@ bool VXManagedObjectContext::Fetch::keepPending(VXError *error)
 
 bool VXManagedObjectContext::Fetch::makeObjects(VXError *error)
 {
+    if (_isDecided && _rows.isEmpty())
+        return true;
     const bool hasPending = !_pending.isEmpty() || _uncertain > 0;
     _objects.reserve(_objects.size() + _rows.size() + _pending.size());
     for (VXFetchedRow &row : _rows) {

@@ -11,17 +11,23 @@ using StorePtr = VXPersistentStoreCoordinator::StorePtr;
 bool VXManagedObjectContext::assignPermanentIDs(const QList<ObjectPtr> &objects, QList<Renamed> *renamed,
                                                 VXError *error)
 {
+    using Place = std::pair<VXPersistentStore *, const VXEntityDescription *>;
     const StorePtr first = _coordinator->persistentStores().value(0);
     const auto placeOf = [&](const ObjectPtr &object) {
         VXPersistentStore *const store =
             _assignedStores.isEmpty() ? first.get() : _assignedStores.value(object.get(), first).get();
-        return std::pair(store, &object->entity().rootEntity());
+        return Place(store, &object->entity().rootEntity());
     };
-    std::map<std::pair<VXPersistentStore *, const VXEntityDescription *>, qint64>
-        numbers; // first how many, then the next
+    std::map<Place, qint64> numbers; // first how many, then the next
+    std::pair<const Place, qint64> *last = nullptr;
+    const auto numberFor = [&](const ObjectPtr &object) -> std::pair<const Place, qint64> & {
+        if (const Place place = placeOf(object); last == nullptr || last->first != place)
+            last = &*numbers.try_emplace(place, 0).first;
+        return *last;
+    };
     for (const ObjectPtr &object : objects) {
         if (object->objectID().isTemporary())
-            ++numbers[placeOf(object)];
+            ++numberFor(object).second;
     }
     for (auto &[place, number] : numbers) {
         const auto &[store, root] = place;
@@ -35,46 +41,53 @@ bool VXManagedObjectContext::assignPermanentIDs(const QList<ObjectPtr> &objects,
             return false;
         number = *next;
     }
+    renamed->reserve(renamed->size() + objects.size());
     for (const ObjectPtr &object : objects) {
         if (!object->objectID().isTemporary())
             continue;
-        const auto place = placeOf(object);
+        auto &[place, number] = numberFor(object);
         renamed->append({object, object->objectID()});
-        object->_objectID = ObjectID(object->entity(), place.first->identity(), numbers[place]++);
+        object->_objectID = ObjectID(object->entity(), place.first->identity(), number++);
     }
     return true;
 }
 
-void VXManagedObjectContext::replaceReferences(const std::function<ObjectID(const ObjectID &)> &replacement)
+template <class Replacement>
+void VXManagedObjectContext::replaceReferences(VXManagedObject &object, const Replacement &replacement)
 {
-    const auto replaceIn = [&](const ObjectPtr &object) {
-        if (!object->_values)
-            return;
-        for (const Relationship *const relationship : object->entity().relationships()) {
-            if (relationship->isToMany())
-                continue;
-            const ObjectID *const before = object->_values->target(relationship->index());
-            if (before == nullptr)
-                continue;
-            const ObjectID now = replacement(*before);
-            if (now.isNull())
-                object->_values->clear(relationship->index());
-            else if (now != *before)
-                object->_values->setTarget(relationship->index(), now);
-        }
-    };
-    _inserted.forEach(replaceIn);
-    _updated.forEach(replaceIn);
+    if (!object._values)
+        return;
+    for (const Relationship *const relationship : object.entity().relationships()) {
+        if (relationship->isToMany())
+            continue;
+        const ObjectID *const before = object._values->target(relationship->index());
+        if (before == nullptr)
+            continue;
+        const ObjectID now = replacement(*before);
+        if (now.isNull())
+            object._values->clear(relationship->index());
+        else if (now != *before)
+            object._values->setTarget(relationship->index(), now);
+    }
 }
 
-void VXManagedObjectContext::replaceTemporaryReferences()
+void VXManagedObjectContext::replaceTemporaryReferences(VXManagedObject &object) const
 {
-    replaceReferences([this](const ObjectID &objectID) {
+    replaceReferences(object, [this](const ObjectID &objectID) {
         if (!objectID.isTemporary())
             return objectID;
-        const VXManagedObject *const object = _objects.find(objectID);
-        return object == nullptr ? ObjectID() : object->objectID(); // deleted before it was ever saved
+        const VXManagedObject *const found = _objects.find(objectID);
+        return found == nullptr ? ObjectID() : found->objectID(); // deleted before it was ever saved
     });
+}
+
+void VXManagedObjectContext::restoreReferences(const QHash<ObjectID, ObjectID> &before) const
+{
+    const auto restoreIn = [&](const ObjectPtr &object) {
+        replaceReferences(*object, [&](const ObjectID &objectID) { return before.value(objectID, objectID); });
+    };
+    _inserted.forEach(restoreIn);
+    _updated.forEach(restoreIn);
 }
 
 void VXManagedObjectContext::registerAgain(const QList<Renamed> &renamed)
@@ -95,7 +108,9 @@ bool VXManagedObjectContext::obtainPermanentIDs(const QList<VXManagedObjectPtr> 
     QList<Renamed> renamed;
     if (!assignPermanentIDs(inserted, &renamed, error))
         return false;
-    replaceTemporaryReferences();
+    const auto replaceIn = [this](const ObjectPtr &object) { replaceTemporaryReferences(*object); };
+    _inserted.forEach(replaceIn);
+    _updated.forEach(replaceIn);
     registerAgain(renamed);
     return true;
 }

@@ -3,6 +3,8 @@
 #include "VXRelatedSet.h"
 #include "VXRowMerge.h"
 
+#include <QtCore/QScopeGuard>
+
 using namespace Qt::StringLiterals;
 
 using StorePtr = VXPersistentStoreCoordinator::StorePtr;
@@ -45,24 +47,24 @@ bool VXManagedObjectContext::Save::run(VXError *error)
 
 // -- Preparing
 
-// Also those that a hook changes.
+// Also those that a hook changes. A hook that saves asks the others, and those no more than once.
 void VXManagedObjectContext::Save::callWillSave() const
 {
-    QList<ObjectPtr> asked;
-    for (bool isDone = false; !isDone;) {
-        for (const ObjectPtr &object : _context.changedObjects()) {
-            if (std::exchange(object->_wasAskedToSave, true))
-                continue;
-            asked.append(object);
-            object->willSave();
+    const bool isOuter = !std::exchange(_context._isAsking, true);
+    const auto end = qScopeGuard([&] { _context._isAsking = !isOuter; });
+    if (isOuter)
+        ++_context._saveNumber;
+    const quint32 number = _context._saveNumber;
+    for (quint64 before = _context._stateCount + 1; before != _context._stateCount;) {
+        before = _context._stateCount;
+        for (const VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted}) {
+            const QList<ObjectPtr> objects = changed->objects(); // which hooks may change
+            for (const ObjectPtr &object : objects) {
+                if (std::exchange(object->_askedInSave, number) != number)
+                    object->willSave();
+            }
         }
-        isDone = true;
-        const auto look = [&isDone](const ObjectPtr &object) { isDone = isDone && object->_wasAskedToSave; };
-        for (const VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
-            changed->forEach(look);
     }
-    for (const ObjectPtr &object : std::as_const(asked))
-        object->_wasAskedToSave = false;
 }
 
 bool VXManagedObjectContext::Save::validate(VXError *error) const
@@ -95,12 +97,13 @@ bool VXManagedObjectContext::Save::build(VXError *error)
 {
     if (!_context.assignPermanentIDs(_inserted, &_renamed, error))
         return false;
-    _context.replaceTemporaryReferences();
     for (const ObjectPtr &object : std::as_const(_inserted)) {
+        _context.replaceTemporaryReferences(*object);
         if (!addChange(*object, rowOf(*object), {}, error) || !addLinks(*object, error))
             return false;
     }
     for (const ObjectPtr &object : std::as_const(_updated)) {
+        _context.replaceTemporaryReferences(*object);
         if (!addUpdated(*object, error) || !addLinks(*object, error))
             return false;
     }
@@ -241,7 +244,7 @@ void VXManagedObjectContext::Save::undo()
         each.object->_objectID = each.before;
     }
     if (!before.isEmpty())
-        _context.replaceReferences([&](const ObjectID &objectID) { return before.value(objectID, objectID); });
+        _context.restoreReferences(before);
 }
 
 void VXManagedObjectContext::Save::finish()
@@ -288,19 +291,21 @@ void VXManagedObjectContext::Save::announce(const VXNotificationName &name) cons
 void VXManagedObjectContext::Save::takeOverRows()
 {
     const auto takeOver = [this](VXManagedObject &object, const VXStoreRow::Ptr &row) {
+        if (object._values == row) { // as most
+            object.setStoredRow(std::move(object._values));
+            return;
+        }
         const VXStoreRow::Ptr before = object._values ? VXStoreRow::Ptr(std::move(object._values)) : object._row;
         object.setStoredRow(row);
-        if (before == row)
-            return;
         _context.moveInRelated(object, before.get(), row.get()); // a merge may have brought other values
         if (!VXHasTransientValues(object.entity(), *before))
             return;
         object._values = row->copy(row->version() + 1);
         VXCopyTransientValues(object.entity(), *before, *object._values);
     };
-    for (const Part &part : _parts) {
+    for (Part &part : _parts) {
         for (size_t place = 0; place < part.objects.size(); ++place) {
-            const VXStoreRow::Ptr &row = part.request.changes[qsizetype(place)].row;
+            const VXStoreRow::Ptr row = std::move(part.request.changes[qsizetype(place)].row);
             if (row && part.objects[place] != nullptr)
                 takeOver(*part.objects[place], row);
         }

@@ -60,9 +60,11 @@ void VXManagedObjectContext::forget(const ObjectPtr &object)
 void VXManagedObjectContext::forgetAll()
 {
     QList<ObjectPtr> held; // until none leads to another any more
-    held.reserve(_objects.size());
-    _objects.forEach([&held](VXManagedObject *object) { held.append(ObjectPtr(object)); });
-    _objects.clear();
+    if (_objects.size() > 0) {
+        held.reserve(_objects.size());
+        _objects.forEach([&held](VXManagedObject *object) { held.append(ObjectPtr(object)); });
+        _objects.clear();
+    }
     _assignedStores.clear();
     for (const ObjectPtr &object : std::as_const(held)) {
         object->_context = nullptr;
@@ -167,6 +169,7 @@ void VXManagedObjectContext::setState(VXManagedObject &object, State state)
     if (object.isDeleted())
         _deleteEffects.remove(&object);
     object._state = state;
+    ++_stateCount;
     if (VXChangedObjects *const now = objectsInState(state); now != nullptr)
         now->insert(held);
     noteForObservers(object);
@@ -251,7 +254,7 @@ void VXManagedObjectContext::processPendingChanges()
         if (isHeard)
             list->append(object);
     };
-    for (const ObjectPtr &object : std::exchange(_noted, {})) {
+    for (ObjectPtr &object : std::exchange(_noted, {})) {
         object->_isNoted = false;
         if (object->_context == nullptr || object->isDeleted()) {
             if (!object->objectID().isTemporary() || object->_isInsertionKnown)
@@ -263,6 +266,7 @@ void VXManagedObjectContext::processPendingChanges()
         }
         if (std::exchange(object->_isRefreshed, false))
             _refreshed.remove(object.get());
+        object = nullptr; // while it is at hand: there may be many
     }
     for (VXManagedObject *const object : std::exchange(_refreshed, {})) {
         object->_isRefreshed = false;

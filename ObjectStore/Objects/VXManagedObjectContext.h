@@ -173,9 +173,12 @@ private:
     };
     /** Of those that have temporary ones, which stay registered for the time being. Nothing is changed on failure. */
     bool assignPermanentIDs(const QList<ObjectPtr> &objects, QList<Renamed> *renamed, VXError *error);
-    /** In the values of changed objects. A null ID as replacement is none. */
-    void replaceReferences(const std::function<ObjectID(const ObjectID &)> &replacement);
-    void replaceTemporaryReferences();
+    /** In the values of a changed object. A null ID as replacement is none. */
+    template <class Replacement>
+    static void replaceReferences(VXManagedObject &object, const Replacement &replacement);
+    void replaceTemporaryReferences(VXManagedObject &object) const;
+    /** Of objects whose IDs had been taken from them again. */
+    void restoreReferences(const QHash<ObjectID, ObjectID> &before) const;
     void registerAgain(const QList<Renamed> &renamed);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
@@ -190,6 +193,9 @@ private:
     QList<ObjectPtr> _noted;                                      // for observers
     QSet<VXManagedObject *> _refreshed;                           // for observers too, not held
     qint64 _madeObjectCount = 0;
+    quint64 _stateCount = 0; // of changes of state, so that hooks are seen to make any
+    quint32 _saveNumber = 0;
+    bool _isAsking = false; // hooks of objects to be saved, which may save themselves
 };
 
 Q_DECLARE_METATYPE(VXManagedObjectContext *)

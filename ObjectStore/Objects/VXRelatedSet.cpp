@@ -21,6 +21,13 @@ bool VXRelatedSet::add(const VXManagedObjectPtr &object)
     return _added.insert(object) || wasRemoved;
 }
 
+void VXRelatedSet::addNew(const VXManagedObjectPtr &object)
+{
+    const VXManagedObjectID &objectID = object->objectID();
+    if ((_removed.isEmpty() || !_removed.remove(objectID)) && (_stored.isEmpty() || !_stored.contains(objectID)))
+        _added.insertNew(object);
+}
+
 bool VXRelatedSet::remove(const VXManagedObjectPtr &object)
 {
     const bool wasAdded = _added.remove(object);

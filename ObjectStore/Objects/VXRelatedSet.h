@@ -26,6 +26,8 @@ public:
 
     // True when something changed:
     bool add(const VXManagedObjectPtr &object);
+    /** One whose own relationship, to-one, led elsewhere so far: then it is in no need of being looked for. */
+    void addNew(const VXManagedObjectPtr &object);
     bool remove(const VXManagedObjectPtr &object);
     /** As if the object had been neither added nor removed. */
     void revert(const VXManagedObjectPtr &object);

@@ -5,48 +5,71 @@
 
 #include <utility>
 
-/** A set that takes little memory as long as it has few members, as most have: a QSet of one takes hundreds of bytes. */
+/**
+ * A set that takes little memory as long as it has few members, as most have: a QSet of one takes hundreds of bytes. Members that
+ * are known to be new cost no look-up, however many, until one is looked for.
+ */
 template <class T>
 class VXSmallSet
 {
 public:
     VXSmallSet() = default;
     bool isEmpty() const { return size() == 0; }
-    qsizetype size() const { return _few.size() + _many.size(); } // one of them is empty
-    bool contains(const T &member) const { return _many.isEmpty() ? _few.contains(member) : _many.contains(member); }
-    QList<T> values() const { return _many.isEmpty() ? _few : _many.values(); }
+    qsizetype size() const { return _list.size() + _hash.size(); } // one of them is empty
+    bool contains(const T &member) const { return isListed() ? _list.contains(member) : _hash.contains(member); }
+    QList<T> values() const { return _hash.isEmpty() ? _list : _hash.values(); }
 
     /** False when it was there. */
     bool insert(const T &member)
     {
-        if (_many.isEmpty()) {
-            if (_few.contains(member))
+        if (isListed()) {
+            if (_list.contains(member))
                 return false;
-            if (_few.size() < mostFew) {
-                _few.append(member);
+            if (_list.size() < mostSearched) {
+                _list.append(member);
                 return true;
             }
-            const QList<T> few = std::exchange(_few, {});
-            _many = QSet<T>(few.cbegin(), few.cend());
+            makeHash();
         }
-        const qsizetype before = _many.size(); // one look-up tells both
-        _many.insert(member);
-        return _many.size() > before;
+        const qsizetype before = _hash.size(); // one look-up tells both
+        _hash.insert(member);
+        return _hash.size() > before;
+    }
+    /** One that is not there. */
+    void insertNew(const T &member)
+    {
+        if (_hash.isEmpty())
+            _list.append(member);
+        else
+            _hash.insert(member);
     }
     /** False when it was not there. */
-    bool remove(const T &member) { return _many.isEmpty() ? _few.removeOne(member) : _many.remove(member); }
+    bool remove(const T &member) { return isListed() ? _list.removeOne(member) : _hash.remove(member); }
     template <class Predicate>
     void removeIf(const Predicate &predicate)
     {
-        _few.removeIf(predicate);
-        if (!_many.isEmpty()) // an empty QSet, too, would take memory for that
-            _many.removeIf(predicate);
+        _list.removeIf(predicate);
+        if (!_hash.isEmpty()) // an empty QSet, too, would take memory for that
+            _hash.removeIf(predicate);
     }
     void clear() { *this = {}; }
 
 private:
-    static constexpr qsizetype mostFew = 8;
+    static constexpr qsizetype mostSearched = 8;
 
-    QList<T> _few;
-    QSet<T> _many; // all, once there were more
+    // Where members are looked for: the list while it is short. One that grew unsearched is hashed then.
+    bool isListed() const
+    {
+        if (Q_UNLIKELY(_list.size() > mostSearched))
+            makeHash();
+        return _hash.isEmpty();
+    }
+    void makeHash() const
+    {
+        const QList<T> list = std::exchange(_list, {});
+        _hash = QSet<T>(list.cbegin(), list.cend());
+    }
+
+    mutable QList<T> _list;
+    mutable QSet<T> _hash; // all of them, once there were more
 };

@@ -69,7 +69,7 @@ VXExpression VXExpression::keyPath(const QString &path)
 {
     VXExpression made;
     made._kind = Kind::KeyPath;
-    made._keys = path.split(u'.');
+    made._keys = path.contains(u'.') ? path.split(u'.') : QStringList{path};
     if (made._keys.constFirst().compare("SELF"_L1, Qt::CaseInsensitive) == 0)
         made._keys.removeFirst();
     return made._keys.isEmpty() ? self() : made;

@@ -90,18 +90,21 @@ public:
     bool save(const VXSaveRequest &request)
     {
         const qsizetype conflictCount = _conflicts->size();
+        VXSaveReferences concerned;
         for (Changes rest(request.changes.data(), size_t(request.changes.size())); !rest.empty();) {
             const Changes changes = firstOf(rest);
             const VXRowChange &change = changes.front();
             if (change.row && !(isInsertion(change) ? insert(changes) : update(change)))
                 return false;
+            for (const VXRowChange &each : changes)
+                concerned.add(each);
             rest = rest.subspan(changes.size());
         }
+        concerned.complete(request);
         for (const VXLinkChange &change : request.links) {
             if (!link(change))
                 return false;
         }
-        const VXSaveReferences concerned(request);
         if (!_store.findDenied(request, concerned, _conflicts, _error))
             return false;
         for (const VXRowChange &change : request.changes) { // last, and with all links

@@ -26,12 +26,21 @@ bool VXIsPair(const VXRelationshipDescription &relationship)
 
 VXSaveReferences::VXSaveReferences(const VXSaveRequest &request)
 {
-    for (const VXRowChange &change : request.changes) {
-        if (change.row)
-            addTargets(change);
-        else
-            addDeleted(change.objectID);
-    }
+    for (const VXRowChange &change : request.changes)
+        add(change);
+    complete(request);
+}
+
+void VXSaveReferences::add(const VXRowChange &change)
+{
+    if (change.row)
+        addTargets(change);
+    else
+        addDeleted(change.objectID);
+}
+
+void VXSaveReferences::complete(const VXSaveRequest &request)
+{
     for (const VXLinkChange &link : request.links) {
         if (link.added.isEmpty())
             continue;
@@ -39,10 +48,24 @@ VXSaveReferences::VXSaveReferences(const VXSaveRequest &request)
         for (const VXManagedObjectID &target : link.added)
             _targets.insert(target);
     }
-    if (_targets.isEmpty())
-        return;
-    for (const VXRowChange &change : request.changes) {
-        if (change.row && isWhole(change))
+    if (!_targets.isEmpty())
+        removeWritten(request.changes);
+}
+
+// Mostly the targets are of other entities than what is written.
+void VXSaveReferences::removeWritten(const QList<VXRowChange> &changes)
+{
+    QSet<const VXEntityDescription *> roots;
+    for (const VXManagedObjectID &target : std::as_const(_targets))
+        roots.insert(&target.entity().rootEntity());
+    const VXEntityDescription *last = nullptr;
+    bool isConcerned = false;
+    for (const VXRowChange &change : changes) {
+        if (const VXEntityDescription *const entity = &change.objectID.entity(); entity != last) {
+            last = entity;
+            isConcerned = roots.contains(&entity->rootEntity());
+        }
+        if (isConcerned && change.row && isWhole(change))
             _targets.remove(change.objectID);
     }
 }

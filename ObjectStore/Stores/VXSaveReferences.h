@@ -22,6 +22,10 @@ public:
     using ByRelationship = QHash<const VXRelationshipDescription *, QList<VXManagedObjectID>>;
 
     explicit VXSaveReferences(const VXSaveRequest &request);
+    /** Of a request whose changes are added one by one, each while it is at hand; at the end it is all completed. */
+    VXSaveReferences() = default;
+    void add(const VXRowChange &change);
+    void complete(const VXSaveRequest &request);
 
     /** Objects that must be there, other than those that the save inserts. */
     const QSet<VXManagedObjectID> &targets() const { return _targets; }
@@ -36,6 +40,7 @@ private:
     void lookAt(const VXEntityDescription &entity);
     void addTargets(const VXRowChange &change);
     void addDeleted(const VXManagedObjectID &objectID);
+    void removeWritten(const QList<VXRowChange> &changes);
 
     QSet<VXManagedObjectID> _targets;
     ByRelationship _deleted;

@@ -165,7 +165,8 @@ VXNotificationCenter::observersOf(VXNotificationName name) const
 
 bool VXNotificationCenter::hasObservers(VXNotificationName name) const
 {
-    return observersOf(name) != nullptr;
+    const VXMutexLocker lock(_lock);
+    return name._index < _lists.size() && _lists[name._index] != nullptr;
 }
 
 void VXNotificationCenter::postNotificationName(VXNotificationName name, const QVariant &object,
