@@ -3,6 +3,8 @@
 #include "MessageDataConstants.h"
 #include "VXErrorDomain.h"
 #include "VXFileLock.h"
+#include "VXFolderUnion.h"
+#include "VXStoreWorkLock.h"
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -11,33 +13,17 @@ namespace {
 
 constexpr std::chrono::milliseconds longestWait = 30s;
 
-// What lies in the folder goes to the other.
-void empty(const VXManagedObjectPtr &folder, const VXManagedObjectPtr &other)
-{
-    for (const QString &key : {u"messages"_s, u"children"_s}) {
-        const int index = folder->entity().propertyForName(key)->index();
-        for (const VXManagedObjectPtr &each : folder->relatedObjects(index))
-            other->addRelated(index, each);
-    }
-}
-
 bool provide(const QString &name, int place, VXManagedObjectContext &context, VXError *error)
 {
     const VXEntityDescription &entity = *context.persistentStoreCoordinator()->model().entityForName(u"VXRootFolder"_s);
     const std::optional<VXFetchRequest> request = VXFetchRequest::fromTemplate(entity, name, {}, error);
     const std::optional<VXFetchResult> found = request ? context.executeFetchRequest(*request, error) : std::nullopt;
-    if (!found)
-        return false;
-    if (found->isEmpty()) {
+    if (found && found->isEmpty()) {
         const VXManagedObjectPtr folder = context.insertNewObject(entity);
         folder->setValueForKey(name, u"root_name"_s);
         folder->setValueForKey(place, u"index"_s);
     }
-    for (qsizetype index = 1; index < found->size(); ++index) {
-        empty(found->at(index), found->first());
-        context.deleteObject(found->at(index));
-    }
-    return true;
+    return found.has_value();
 }
 
 } // namespace
@@ -49,7 +35,7 @@ bool VXProvideRootFolders(VXManagedObjectContext &context, VXError *error)
         if (!provide(name, place++, context, error))
             return false;
     }
-    return true;
+    return VXUniteFolders(context, error);
 }
 
 bool VXSaveRootFolders(VXManagedObjectContext &context, const QString &lockPath, VXError *error)
@@ -60,5 +46,12 @@ bool VXSaveRootFolders(VXManagedObjectContext &context, const QString &lockPath,
                                                         : lock.reason()));
         return false;
     }
-    return VXProvideRootFolders(context, error) && (!context.hasChanges() || context.save(error));
+    if (!VXProvideRootFolders(context, error))
+        return false;
+    if (!context.hasChanges())
+        return true;
+    const VXStoreWorkLock saving(*context.persistentStoreCoordinator(), VXStoreWorkLock::savingName);
+    context.reset(); // what is to be united may be another's by now
+    return saving.isHeld(error) && VXProvideRootFolders(context, error) &&
+           (!context.hasChanges() || context.save(error));
 }

@@ -3,6 +3,7 @@
 #include "VXConversationKey.h"
 #include "VXDataPlugin.h"
 #include "VXEventManager.h"
+#include "VXSmartFilter.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
@@ -74,6 +75,63 @@ TEST_F(MessagesPluginTest, RootFoldersAreMadeAndDoubledOnesBecomeOne)
     VXError error;
     EXPECT_TRUE(data.validateManagedObjectContext(context, &error)) << error.description().toStdString();
     EXPECT_TRUE(QDir().rename(aside, data.dataStorePath()));
+}
+
+// As a merge of another copy of the store brings them.
+TEST_F(MessagesPluginTest, FoldersOfAPhoneThatAreThereTwiceBecomeOne)
+{
+    const auto message = [](int number, const QString &text) {
+        return QVariantMap{{u"from"_s, jane},
+                           {u"device_url"_s, phone},
+                           {u"date"_s, at(number)},
+                           {u"state"_s, 1},
+                           {u"text"_s, text},
+                           {u"url"_s, u"%1/messages/ME/%2"_s.arg(phone).arg(number)}};
+    };
+    arrive(message(1, u"in both"_s));
+    arrive(message(2, u"moved there"_s));
+    arrive(message(3, u"only here"_s));
+    VXManagedObjectContext context(store->coordinator());
+    const VXManagedObjectPtr first = store->folderForText(phone, context);
+    ASSERT_TRUE(store->insertFolder(u"Family"_s, context) && context.save());
+    const VXManagedObjectPtr second = context.insertNewObject(u"VXDeviceFolder"_s);
+    second->setValueForKey(phone, u"url_search"_s);
+    for (const VXManagedObjectPtr &smart :
+         first->relatedObjects(first->entity().propertyForName(u"smartFolders"_s)->index())) {
+        const VXManagedObjectPtr copy = context.insertNewObject(smart->entity());
+        copy->setValueForKey(QVariant::fromValue(second), u"deviceFolder"_s);
+        copy->setValueForKey(smart->valueForKey(u"parent"_s), u"parent"_s);
+        const auto filter = smart->valueForKey(u"filter"_s).value<VXManagedObjectPtr>();
+        VXMessageStore::setFilter(copy, *dynamic_cast<const VXSmartFilter &>(*filter).predicate());
+    }
+    const VXManagedObjectPtr family = context.insertNewObject(u"VXUserFolder"_s);
+    family->setValueForKey(u"family"_s, u"name"_s);
+    family->setValueForKey(QVariant::fromValue(VXFetchRootFolder(VXUserRootFolder, &context)), u"parent"_s);
+    VXMarkMessageAsRead(VXMessageStore::insertMessage(VXMessageRecord(message(1, u"in both"_s)), second));
+    VXMessageStore::insertMessage(VXMessageRecord(message(2, u"moved there"_s)), second)
+        ->setValueForKey(1, u"pending"_s);
+    VXMessageStore::insertMessage(VXMessageRecord(message(2, u"moved there"_s)), second); // came twice there
+    VXMessageStore::insertMessage(VXMessageRecord(message(4, u"only there"_s)), second);
+    ASSERT_TRUE(context.save());
+
+    auto &data = plugin(u"com.halvern.VNX2.plugin.messages"_s)->as<VXDataPlugin>("validateManagedObjectContext:error:");
+    EXPECT_TRUE(data.validateManagedObjectContext(context, nullptr));
+    const QStringList shown{u"1 only there"_s, u"1 only here"_s, u"1 moved there"_s, u"3 in both"_s};
+    EXPECT_EQ(shownIn(phone), shown);
+    EXPECT_EQ(shownIn(VXInboxFolder), shown);
+    VXManagedObjectContext after(store->coordinator());
+    const auto count = [&](const QString &entity, const QString &condition) {
+        VXFetchRequest request(*store->coordinator()->model().entityForName(entity));
+        request.predicate = *VXPredicate::predicateWithFormat(condition);
+        return after.countForFetchRequest(request);
+    };
+    const std::tuple<QString, QString, qsizetype> cases[] = {
+        {u"VXDeviceFolder"_s, u"TRUEPREDICATE"_s, 1},      {u"VXSmartDeviceFolder"_s, u"TRUEPREDICATE"_s, 3},
+        {u"VXUserFolder"_s, u"TRUEPREDICATE"_s, 1},        {u"VXMessage"_s, u"TRUEPREDICATE"_s, 5},
+        {u"VXMessage"_s, u"pending == 1"_s, 1},            {u"VXMessage"_s, u"pending == 3 AND state == 3"_s, 1},
+        {u"VXFolderFilter"_s, u"TRUEPREDICATE"_s, 3}};
+    for (const auto &[entity, condition, expected] : cases)
+        EXPECT_EQ(count(entity, condition), expected) << entity.toStdString() << condition.toStdString();
 }
 
 TEST_F(MessagesPluginTest, NewMessagesAreFiledOnceWhereTheyBelong)
