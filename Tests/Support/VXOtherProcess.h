@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <cstdlib>
 #include <sys/prctl.h>
@@ -52,3 +54,28 @@ private:
     pid_t _process = -1;
     bool _isReady = false;
 };
+
+/** Has so many processes do the work at once, each with its number. @return how many of them answered true. */
+template <class F>
+int VXProcessesThatSucceed(int count, F &&work)
+{
+    int start[2];
+    if (::pipe(start) != 0)
+        return 0;
+    for (int number = 0; number < count; ++number) {
+        if (::fork() != 0)
+            continue;
+        char byte = 0;
+        ::close(start[1]);
+        const bool isReady = ::read(start[0], &byte, 1) == 0; // all are there once the other end is closed
+        ::_exit(isReady && work(number) && !testing::Test::HasFailure() ? 0 : 1);
+    }
+    ::close(start[0]);
+    ::close(start[1]);
+    int successes = 0;
+    for (int number = 0; number < count; ++number) {
+        int status = -1;
+        successes += ::wait(&status) > 0 && status == 0 ? 1 : 0;
+    }
+    return successes;
+}

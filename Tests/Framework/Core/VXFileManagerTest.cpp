@@ -1,12 +1,9 @@
 #include "VXBundle.h"
 #include "VXErrorDomain.h"
 #include "VXFileManagerTesting.h"
+#include "VXOtherProcess.h"
 
 #include <QtCore/QUrl>
-
-#include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
@@ -128,19 +125,7 @@ TEST_F(VXFileManagerTest, ManyProcessesRotateALogOnce)
     const QString log = path(u"x.log"_s);
     for (int round = 0; round < 20; ++round) {
         writeFile(u"x.log"_s, QByteArray(2 * 1048576 + 1, 'x'));
-        std::vector<pid_t> processes;
-        for (int process = 0; process < 4; ++process) {
-            processes.push_back(::fork());
-            if (processes.back() == 0) {
-                const bool verified = manager.verifyLogFileAtPath(log);
-                ::_exit(verified ? 0 : 1);
-            }
-        }
-        for (const pid_t process : processes) {
-            int status = -1;
-            EXPECT_EQ(::waitpid(process, &status, 0), process);
-            EXPECT_EQ(status, 0);
-        }
+        EXPECT_EQ(VXProcessesThatSucceed(4, [&](int) { return manager.verifyLogFileAtPath(log); }), 4);
         ASSERT_EQ(QFileInfo(log + u".1"_s).size(), 2 * 1048576 + 1) << "the backup was lost in round " << round;
         EXPECT_EQ(QFileInfo(log).size(), 0);
     }

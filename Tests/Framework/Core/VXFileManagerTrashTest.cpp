@@ -14,9 +14,7 @@ using namespace Qt::StringLiterals;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class VXFileManagerTrashTest : public VXFileManagerHomeTest
-{
-};
+using VXFileManagerTrashTest = VXFileManagerHomeTest;
 
 TEST_F(VXFileManagerTrashTest, TrashingReplacesNothing)
 {

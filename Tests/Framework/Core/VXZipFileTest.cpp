@@ -226,11 +226,7 @@ TEST_F(VXZipFileTest, UnzipsBesideTheArchiveOverOlderFiles)
 
 TEST_F(VXZipFileTest, TheDestinationIsTheFirstEntryAsItWasUnpacked)
 {
-    const struct
-    {
-        QByteArray entry;
-        QString unpacked;
-    } cases[] = {{"line\nfeed/", u"linefeed"_s}, {"a^Jb", u"a^Jb"_s}, {"^", u"^"_s}};
+    const std::pair<QByteArray, QString> cases[] = {{"line\nfeed/", u"linefeed"_s}, {"a^Jb", u"a^Jb"_s}, {"^", u"^"_s}};
     for (const auto &[entry, unpacked] : cases) {
         const QString out = path(u"out"_s);
         unzip(writeFile(u"names.zip"_s, rawArchive({{entry, {}}})), out);
@@ -246,11 +242,7 @@ TEST_F(VXZipFileTest, DamagedAndLockedArchivesGiveAnError)
     QByteArray damaged = good;
     damaged.replace("contents", "CONTENTS");
     ASSERT_EQ(::mkfifo(QFile::encodeName(path(u"pipe.zip"_s)).constData(), 0600), 0);
-    const struct
-    {
-        QString archive;
-        QString suggestion;
-    } cases[] = {
+    const std::pair<QString, QString> cases[] = {
         {writeFile(u"text.zip"_s, "no archive"), u"Error: 9"_s},
         {writeFile(u"zero.zip"_s, {}), u"Error: 9"_s},
         {writeFile(u"short.zip"_s, good.chopped(30)), u"Error: 9"_s},
@@ -275,11 +267,7 @@ TEST_F(VXZipFileTest, DamagedAndLockedArchivesGiveAnError)
 TEST_F(VXZipFileTest, RefusesArchivesThatLeadOutside)
 {
     const QByteArray outside = QFile::encodeName(path(u"target"_s));
-    const struct
-    {
-        QList<RawEntry> entries;
-        const char *culprit;
-    } cases[] = {
+    const std::pair<QList<RawEntry>, const char *> cases[] = {
         {{{"ok", "x"}, {"../up", "x"}}, "\"../up\""},
         {{{"a/../../up", "x"}}, "\"a/../../up\""},
         {{{"/etc/absolute", "x"}}, "\"/etc/absolute\""},
@@ -339,12 +327,7 @@ TEST_F(VXZipFileTest, NothingIsLeftOfAnArchiveThatDoesNotFit)
     QList<RawEntry> bomb;
     for (int number = 0; number < 40'000; ++number)
         bomb.append({QByteArray::number(number), "x", fileMode, hostUnix, 0, 0xFFFFFFF0U});
-    const struct
-    {
-        const char *what;
-        QByteArray archive;
-        QString reason;
-    } cases[] = {
+    const std::tuple<const char *, QByteArray, QString> cases[] = {
         {"by its list", rawArchive(bomb), u"are free."_s},
         {"larger than its list says",
          rawArchive({{"first", "1"}, {"lies", QByteArray(300'000, 'x'), fileMode, hostUnix, 0, 5}}), u"Error: "_s},

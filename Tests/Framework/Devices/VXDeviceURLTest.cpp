@@ -6,13 +6,7 @@ using namespace Qt::StringLiterals;
 
 TEST(VXDeviceURLTest, MakesURLsAndTakesThemApart)
 {
-    const struct
-    {
-        QString host;
-        QString plugin;
-        QString device;
-        QString url;
-    } cases[] = {
+    const std::tuple<QString, QString, QString, QString> cases[] = {
         {{}, u"p"_s, u"d"_s, u"vxdevice://localhost/p/d"_s},
         {u"h"_s, u"p"_s, {}, u"vxdevice://h/p"_s},
         {{}, u"org.Phone"_s, u"00:1A:7D"_s, u"vxdevice://localhost/org.Phone/00:1A:7D"_s},

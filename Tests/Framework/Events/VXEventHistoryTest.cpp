@@ -1,11 +1,9 @@
 #include "VXEventHistory.h"
+#include "VXOtherProcess.h"
 #include "VXTesting.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using testing::SizeIs;
@@ -131,24 +129,15 @@ TEST_F(VXEventHistoryTest, ProcessesWriteAtOnceWhileFilesStartAnew)
 {
     constexpr int processes = 4;
     constexpr int each = 700; // less than what both files hold together
-    QList<pid_t> children;
-    for (int process = 0; process < processes; ++process) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            bool isKept = true;
-            for (int i = 0; i < each; ++i) {
-                VXEventRecord mine = record(u"event"_s);
-                isKept = VXEventHistory(folder).append(mine) && isKept;
-            }
-            ::_exit(isKept ? 0 : 1);
+    const auto write = [this](int) {
+        bool isKept = true;
+        for (int i = 0; i < each; ++i) {
+            VXEventRecord mine = record(u"event"_s);
+            isKept = VXEventHistory(folder).append(mine) && isKept;
         }
-        children.append(child);
-    }
-    for (const pid_t child : children) {
-        int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0);
-    }
+        return isKept;
+    };
+    EXPECT_EQ(VXProcessesThatSucceed(processes, write), processes);
     QSet<QString> identifiers;
     for (const VXEventRecord &kept : VXEventHistory(folder).records())
         identifiers.insert(kept.identifier);

@@ -74,12 +74,7 @@ TEST_F(VXReactorPluginTest, ExportersExportACallOnceAndEverythingElseAlways)
     auto &good = plugin(u"good"_s)->as<VXExporterPlugin>("reactorName");
     EXPECT_EQ(good.reactorName(), u"Numbers"_s);
     EXPECT_EQ(good.exportPanel().message, u"Export to Numbers"_s);
-    const struct
-    {
-        QString event;
-        QString subtype;
-        bool exports;
-    } rows[] = {
+    const std::tuple<QString, QString, bool> rows[] = {
         {u"incoming_call"_s, u"ended"_s, true},
         {u"outgoing_call"_s, u"ended"_s, true},
         {u"incoming_call"_s, u"connected"_s, false},

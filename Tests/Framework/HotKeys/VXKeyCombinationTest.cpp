@@ -10,12 +10,7 @@ using namespace Qt::StringLiterals;
 TEST(VXKeyCombinationTest, ReadsAndWritesNames)
 {
     constexpr quint32 ctrlAlt = VXModifierControl | VXModifierOption;
-    const struct
-    {
-        QString text;
-        VXKeyCombination combination;
-        QString written;
-    } rows[] = {
+    const std::tuple<QString, VXKeyCombination, QString> rows[] = {
         {u"Ctrl+Alt+D"_s, {KEY_D, ctrlAlt}, u"Ctrl+Alt+D"_s},
         {u" alt + control + d "_s, {KEY_D, ctrlAlt}, u"Ctrl+Alt+D"_s},
         {u"super+shift+pageup"_s, {KEY_PAGEUP, VXModifierShift | VXModifierCommand}, u"Shift+Super+PageUp"_s},
@@ -24,9 +19,9 @@ TEST(VXKeyCombinationTest, ReadsAndWritesNames)
         {u"CapsLock+F24"_s, {KEY_F24, VXModifierCapsLock}, u"CapsLock+F24"_s},
         {u"Key250"_s, {250, 0}, u"Key250"_s},
     };
-    for (const auto &row : rows) {
-        EXPECT_EQ(VXKeyCombination::fromText(row.text), row.combination) << row.text.toStdString();
-        EXPECT_EQ(row.combination.text(), row.written);
+    for (const auto &[text, combination, written] : rows) {
+        EXPECT_EQ(VXKeyCombination::fromText(text), combination) << text.toStdString();
+        EXPECT_EQ(combination.text(), written);
     }
     EXPECT_TRUE(VXKeyCombination().text().isNull());
 }

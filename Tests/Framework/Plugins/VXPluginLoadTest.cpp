@@ -8,9 +8,7 @@
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
 
-class VXPluginLoadTest : public VXPluginProxyHomeTest
-{
-};
+using VXPluginLoadTest = VXPluginProxyHomeTest;
 
 TEST_F(VXPluginLoadTest, LoadsDependenciesFirstAndForgetsThemWhenUnloaded)
 {
@@ -160,14 +158,7 @@ TEST_F(VXPluginLoadTest, TheClassDescendsFromTheBaseOfItsKindAndLiesInItsBundle)
 
 TEST_F(VXPluginLoadTest, WhatPluginCodeThrowsIsLoggedAndGoesNoFurther)
 {
-    struct Row
-    {
-        QString operation;
-        QString kind;
-        QString text;
-        bool loads;
-    };
-    const Row rows[] = {
+    const std::tuple<QString, QString, QString, bool> rows[] = {
         {u"constructor"_s, u"VXException"_s, u"FixtureException: thrown as told"_s, false},
         {u"constructor"_s, u"std::exception"_s, u"std::runtime_error: thrown as told"_s, false},
         {u"pluginDidLoad"_s, u"number"_s, u"a value of type int"_s, true},
@@ -180,21 +171,20 @@ TEST_F(VXPluginLoadTest, WhatPluginCodeThrowsIsLoggedAndGoesNoFurther)
         announced.append(posted.object.template value<VXPlugin *>()->identifier());
     });
     int number = 0;
-    for (const Row &row : rows) {
-        VXPluginProxy *const proxy =
-            add({.identifier = u"throws.%1"_s.arg(++number),
-                 .info = {{u"FixtureThrowsIn"_s, row.operation}, {u"FixtureThrows"_s, row.kind}}});
-        EXPECT_EQ(proxy->load(), row.loads);
-        const bool failsEarly = row.operation == u"constructor"_s || row.operation == u"pluginDidLoad"_s;
-        const QString what = row.operation == u"constructor"_s ? u"Its constructor"_s : row.operation;
-        const QString error = what + " threw "_L1 + row.text;
+    for (const auto &[operation, kind, text, loads] : rows) {
+        VXPluginProxy *const proxy = add({.identifier = u"throws.%1"_s.arg(++number),
+                                          .info = {{u"FixtureThrowsIn"_s, operation}, {u"FixtureThrows"_s, kind}}});
+        EXPECT_EQ(proxy->load(), loads);
+        const bool failsEarly = operation == u"constructor"_s || operation == u"pluginDidLoad"_s;
+        const QString what = operation == u"constructor"_s ? u"Its constructor"_s : operation;
+        const QString error = what + " threw "_L1 + text;
         EXPECT_EQ(proxy->loadError(), failsEarly ? error : QString());
         EXPECT_EQ(announced.contains(proxy->identifier()), !failsEarly);
         EXPECT_EQ(proxy->pluginInstancesShouldUnload(), VXUnloadNow);
         proxy->unload();
         EXPECT_FALSE(proxy->isLoaded());
         const QString line =
-            u"Plugin %1 in %2 threw %3"_s.arg(proxy->identifier(), proxy->bundle()->bundlePath(), row.text);
+            u"Plugin %1 in %2 threw %3"_s.arg(proxy->identifier(), proxy->bundle()->bundlePath(), text);
         EXPECT_EQ(log.lines(u"ERROR"_s).filter(line).size(), 1) << line.toStdString();
     }
     VXFlushDeferredDeletions();
@@ -233,12 +223,7 @@ TEST_F(VXPluginLoadTest, TheInterfaceFileIsLoadedForTheInstanceWhereItCanBe)
 
 TEST_F(VXPluginLoadTest, TellsWhatHoldsOnToTheCodeOfAnUnloadedPlugin)
 {
-    struct Row
-    {
-        QString leak;
-        QString report;
-    };
-    const Row rows[] = {
+    const std::pair<QString, QString> rows[] = {
         {u"observer"_s, u"observer of VXPluginDidLoadNotification in nobody"_s},
         {u"instance"_s, u"instance of RecordingPlugin"_s},
         {u"context"_s, u"instance of RecordingPlugin, observer of VXPluginWillUnloadNotification in RecordingPlugin"_s},

@@ -11,9 +11,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
-class VXPluginManagerTest : public VXPluginManagerHomeTest
-{
-};
+using VXPluginManagerTest = VXPluginManagerHomeTest;
 
 TEST_F(VXPluginManagerTest, LoadsEnabledPluginsBuiltInOnesAndDependenciesFirst)
 {

@@ -6,9 +6,7 @@
 
 using namespace Qt::StringLiterals;
 
-class VXPluginProxyTest : public VXPluginProxyHomeTest
-{
-};
+using VXPluginProxyTest = VXPluginProxyHomeTest;
 
 TEST_F(VXPluginProxyTest, AProxyWithoutBundleKnowsWhatTheUpdateServiceSays)
 {

@@ -5,12 +5,7 @@ using namespace Qt::StringLiterals;
 
 TEST(VXURLStringsTest, EscapesWhatIsNotLegalAndItsOwnDelimiters)
 {
-    const struct
-    {
-        QString target;
-        QVariantMap parameters;
-        QString url;
-    } cases[] = {
+    const std::tuple<QString, QVariantMap, QString> cases[] = {
         {{}, {}, u"x:"_s},
         {u""_s, {}, u"x:"_s},
         {u"AZaz09-_.!~*'()/:@+,$"_s, {}, u"x:AZaz09-_.!~*'()/:@+,$"_s},
@@ -28,11 +23,7 @@ TEST(VXURLStringsTest, EscapesWhatIsNotLegalAndItsOwnDelimiters)
 
 TEST(VXURLStringsTest, TakesURLsApart)
 {
-    const struct
-    {
-        QString url;
-        QVariantMap components;
-    } cases[] = {
+    const std::pair<QString, QVariantMap> cases[] = {
         {u"callto:"_s, {{u"scheme"_s, u"callto"_s}}},
         {u":"_s, {{u"scheme"_s, u""_s}}},
         {u"callto:555%201234?device=x"_s,

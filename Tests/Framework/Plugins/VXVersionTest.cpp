@@ -6,12 +6,7 @@ using namespace Qt::StringLiterals;
 
 TEST(VXVersion, ComparesComponentsByNumber)
 {
-    struct Row
-    {
-        QString lesser;
-        QString greater;
-    };
-    const Row rows[] = {
+    const std::pair<QString, QString> rows[] = {
         {u"1.9"_s, u"1.10"_s},
         {u"1.2"_s, u"1.2.1"_s},
         {u"9"_s, u"10"_s},
@@ -33,9 +28,7 @@ TEST(VXVersion, ComparesComponentsByNumber)
     EXPECT_EQ(vx_compareVersion(u"2.1", u"1.2.1"), 1);
 }
 
-class VXVersionTest : public VXHomeTest
-{
-};
+using VXVersionTest = VXHomeTest;
 
 TEST_F(VXVersionTest, LogsTheVersionWithAComponentThatIsNoNumber)
 {

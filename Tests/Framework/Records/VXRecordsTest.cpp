@@ -52,12 +52,7 @@ TEST(VXRecordsTest, WhatIsWrittenIsReadAgain)
 
 TEST(VXRecordsTest, DirectionsAreNumbersWordsOrGuessed)
 {
-    const struct
-    {
-        QVariantMap object;
-        bool isIncoming;
-        QString other;
-    } table[] = {
+    const std::tuple<QVariantMap, bool, QString> table[] = {
         {{{u"direction"_s, 1}, {u"from"_s, u"a"_s}, {u"to"_s, u"b"_s}}, true, u"a"_s},
         {{{u"direction"_s, u"0"_s}, {u"from"_s, u"a"_s}, {u"to"_s, u"b"_s}}, false, u"b"_s},
         {{{u"direction"_s, u"incoming"_s}}, true, {}},

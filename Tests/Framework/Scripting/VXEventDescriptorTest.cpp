@@ -37,13 +37,7 @@ TEST(VXEventDescriptorTest, CodesAreFourCharacters)
 TEST(VXEventDescriptorTest, CoercionsLoseNothing)
 {
     const qint64 most = std::numeric_limits<qint64>::max();
-    struct Row
-    {
-        Descriptor from;
-        VXFourCharCode type;
-        std::optional<Descriptor> expected;
-    };
-    const Row rows[] = {
+    const std::tuple<Descriptor, VXFourCharCode, std::optional<Descriptor>> rows[] = {
         {Descriptor::withInteger(-1708), Code::Text, Descriptor::withString(u"-1708"_s)},
         {Descriptor::withString(u"17"_s), Code::Int32, Descriptor::withInteger(17)},
         {Descriptor::withString(u"17x"_s), Code::Int32, std::nullopt},
@@ -71,9 +65,9 @@ TEST(VXEventDescriptorTest, CoercionsLoseNothing)
         {comparison(), Code::ObjectSpecifier, std::nullopt},
         {Descriptor(), Code::Text, std::nullopt},
     };
-    for (const Row &row : rows)
-        EXPECT_EQ(row.from.coerceToType(row.type), row.expected)
-            << VXStringFromCode(row.from.type()).toStdString() << " to " << VXStringFromCode(row.type).toStdString();
+    for (const auto &[from, type, expected] : rows)
+        EXPECT_EQ(from.coerceToType(type), expected)
+            << VXStringFromCode(from.type()).toStdString() << " to " << VXStringFromCode(type).toStdString();
     const Descriptor coerced = *comparison().coerceToType(Code::Comparison);
     EXPECT_EQ(coerced.type(), Code::Comparison);
     EXPECT_EQ(coerced.coerceToType(Code::Record), comparison());

@@ -47,13 +47,7 @@ QString shown(const QString &transformer, const QVariant &value)
 TEST_F(VXTextsTest, DatesReadAsPeopleSayThem)
 {
     const QDateTime now = at(2024, 3, 14, 12, 0); // a Thursday
-    const struct
-    {
-        QDateTime date;
-        VXDateStyle style;
-        QString english;
-        QString german;
-    } cases[] = {
+    const std::tuple<QDateTime, VXDateStyle, QString, QString> cases[] = {
         {at(2024, 3, 14), VXDateStyle::Full, u"today, 09:12"_s, u"heute, 09:12"_s},
         {at(2024, 3, 13, 23, 59), VXDateStyle::Full, u"yesterday, 23:59"_s, u"gestern, 23:59"_s},
         {at(2024, 3, 15, 0, 0), VXDateStyle::Full, u"tomorrow, 00:00"_s, u"morgen, 00:00"_s},
@@ -67,12 +61,12 @@ TEST_F(VXTextsTest, DatesReadAsPeopleSayThem)
         {at(2024, 1, 31), VXDateStyle::Day, u"31 January"_s, u"31. Januar"_s},
         {QDateTime(), VXDateStyle::Full, {}, {}},
     };
-    for (const auto &each : cases) {
-        SCOPED_TRACE(each.english.toStdString());
+    for (const auto &[date, style, english, german] : cases) {
+        SCOPED_TRACE(english.toStdString());
         speak(u"en_GB"_s);
-        EXPECT_EQ(VXTextOfDate(each.date, each.style, now), each.english);
+        EXPECT_EQ(VXTextOfDate(date, style, now), english);
         speak(u"de_DE"_s);
-        EXPECT_EQ(VXTextOfDate(each.date, each.style, now), each.german);
+        EXPECT_EQ(VXTextOfDate(date, style, now), german);
     }
 }
 
@@ -92,14 +86,11 @@ TEST_F(VXTextsTest, DurationsHaveTheirTwoLargestUnits)
 {
     speak(u"en_GB"_s);
     const auto nbsp = [](QString text) { return text.replace(u'_', QChar(QChar::Nbsp)); };
-    const struct
-    {
-        double seconds;
-        const char *text;
-    } cases[] = {{0, "0 s"},    {0.9, "0 s"},        {5, "5 s"},          {65, "1 min_5 s"},   {3600, "1 h"},
-                 {3604, "1 h"}, {7384, "2 h_3 min"}, {273600, "3 d_4 h"}, {-65, "-1 min_5 s"}, {60.99, "1 min"}};
-    for (const auto &each : cases)
-        EXPECT_EQ(VXTextOfDuration(each.seconds), nbsp(QString::fromLatin1(each.text))) << each.seconds;
+    const std::pair<double, const char *> cases[] = {
+        {0, "0 s"},    {0.9, "0 s"},        {5, "5 s"},          {65, "1 min_5 s"},   {3600, "1 h"},
+        {3604, "1 h"}, {7384, "2 h_3 min"}, {273600, "3 d_4 h"}, {-65, "-1 min_5 s"}, {60.99, "1 min"}};
+    for (const auto &[seconds, text] : cases)
+        EXPECT_EQ(VXTextOfDuration(seconds), nbsp(QString::fromLatin1(text))) << seconds;
     EXPECT_TRUE(VXTextOfDuration(std::numeric_limits<double>::quiet_NaN()).isNull());
     EXPECT_TRUE(VXTextOfDuration(std::numeric_limits<double>::infinity()).isNull());
 }

@@ -26,19 +26,15 @@ TEST(VXFetchRequestTest, TemplatesTakeValues)
     EXPECT_TRUE(request->predicate.evaluateWithObject(QVariantMap{{u"name"_s, u"Jo"_s}}));
     EXPECT_FALSE(request->predicate.evaluateWithObject(QVariantMap{{u"name"_s, u"x"_s}}));
 
-    const struct
-    {
-        QString name;
-        QString reason;
-    } mistakes[] = {
+    const std::pair<QString, QString> mistakes[] = {
         {u"unnamed"_s, u"Entity \"Employee\" has none of that name."_s},
         {u"broken"_s, u"At character 8: a value or key is missing."_s},
         {u"named"_s, u"There is no value for $OTHERS."_s},
     };
-    for (const auto &each : mistakes) {
+    for (const auto &[name, reason] : mistakes) {
         VXError error;
-        EXPECT_FALSE(VXFetchRequest::fromTemplate(employee, each.name, {{u"NAME"_s, u"Jo"_s}}, &error));
-        EXPECT_EQ(error.localizedRecoverySuggestion(), each.reason);
+        EXPECT_FALSE(VXFetchRequest::fromTemplate(employee, name, {{u"NAME"_s, u"Jo"_s}}, &error));
+        EXPECT_EQ(error.localizedRecoverySuggestion(), reason);
     }
 }
 

@@ -37,9 +37,7 @@ entity Phone {
 
 } // namespace
 
-class VXManagedObjectModelTest : public VXHomeTest
-{
-};
+using VXManagedObjectModelTest = VXHomeTest;
 
 TEST_F(VXManagedObjectModelTest, SubentitiesHaveWhatTheyInheritAtTheSamePlace)
 {
@@ -102,23 +100,19 @@ TEST_F(VXManagedObjectModelTest, FilesThatAreNoModelsAreRefusedWithTheirPath)
 {
     const QVariantMap entity{
         {u"name"_s, u"A"_s}, {u"attributes"_s, QVariantList{}}, {u"relationships"_s, QVariantList{}}};
-    const struct
-    {
-        QVariant contents;
-        const char *reason;
-    } cases[] = {
+    const std::pair<QVariant, const char *> cases[] = {
         {QVariantMap{{u"entities"_s, QVariantList{}}}, "It is no object model."},
         {QVariantMap{{u"VXModelVersion"_s, 9}}, "It is of version 9"},
         {QVariantMap{{u"VXModelVersion"_s, 1}, {u"entities"_s, u"x"_s}}, "\"entities\""},
         {QVariantMap{{u"VXModelVersion"_s, 1}, {u"entities"_s, QVariantList{u"x"_s}}}, "is no dictionary"},
         {QVariantMap{{u"VXModelVersion"_s, 1}, {u"entities"_s, QVariantList{entity}}}, "\"fetchTemplates\" of \"A\""},
     };
-    for (const auto &each : cases) {
+    for (const auto &[contents, reason] : cases) {
         const QString file = path(u"bad.mom"_s);
-        ASSERT_TRUE(VXPropertyList::toFile(each.contents, file, VXPropertyList::Format::Binary));
+        ASSERT_TRUE(VXPropertyList::toFile(contents, file, VXPropertyList::Format::Binary));
         VXError error;
         EXPECT_FALSE(VXManagedObjectModel::modelWithContentsOfFile(file, &error));
-        EXPECT_THAT(error.localizedRecoverySuggestion().toStdString(), HasSubstr(each.reason));
+        EXPECT_THAT(error.localizedRecoverySuggestion().toStdString(), HasSubstr(reason));
         EXPECT_EQ(error.filePath(), file);
     }
     VXError error;

@@ -437,9 +437,7 @@ private:
 } // namespace
 
 /** The same sequences on a store of each type, so that all of them do what the model says. */
-class VXRandomOperationsTest : public VXContextTest
-{
-};
+using VXRandomOperationsTest = VXContextTest;
 VX_INSTANTIATE_FOR_STORES(VXRandomOperationsTest);
 
 // VORNIX_RANDOM_SEED: runs that one only. VORNIX_RANDOM_SEQUENCES: how many.

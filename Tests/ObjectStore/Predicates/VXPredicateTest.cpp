@@ -37,11 +37,7 @@ std::optional<VXPredicate> read(const QString &text, const QVariantList &argumen
 
 TEST(VXPredicateTest, EvaluatesOnObjects)
 {
-    const struct
-    {
-        QString text;
-        bool result;
-    } cases[] = {
+    const std::pair<QString, bool> cases[] = {
         {u"index == 7 AND cost < 0.5"_s, true},
         {u"index = 7.0 && NOT cost >= 0.5"_s, true},
         {u"index != 7 OR answered == YES"_s, true},
@@ -93,11 +89,11 @@ TEST(VXPredicateTest, EvaluatesOnObjects)
         {u"photo == CAST(\"AQI=\", \"data\")"_s, true},
         {u"date == 'x'"_s, false},
     };
-    for (const auto &each : cases) {
+    for (const auto &[text, result] : cases) {
         VXError error;
-        const std::optional<VXPredicate> predicate = read(each.text, {}, &error);
-        ASSERT_TRUE(predicate) << each.text.toStdString() << error.description().toStdString();
-        EXPECT_EQ(predicate->evaluateWithObject(call), each.result) << each.text.toStdString();
+        const std::optional<VXPredicate> predicate = read(text, {}, &error);
+        ASSERT_TRUE(predicate) << text.toStdString() << error.description().toStdString();
+        EXPECT_EQ(predicate->evaluateWithObject(call), result) << text.toStdString();
         const std::optional<VXPredicate> again = read(predicate->predicateFormat(), {}, &error);
         ASSERT_TRUE(again) << predicate->predicateFormat().toStdString();
         EXPECT_EQ(*again, *predicate) << predicate->predicateFormat().toStdString();
@@ -129,11 +125,7 @@ TEST(VXPredicateTest, VariablesAreReplacedByValues)
 
 TEST(VXPredicateTest, MistakesAreToldWithTheirPlace)
 {
-    const struct
-    {
-        QString text;
-        QString reason;
-    } cases[] = {
+    const std::pair<QString, QString> cases[] = {
         {u""_s, u"At character 1: a value or key is missing."_s},
         {u"a = "_s, u"At character 5: a value or key is missing."_s},
         {u"a b"_s, u"At character 3: a comparison such as == or CONTAINS is missing."_s},
@@ -152,10 +144,10 @@ TEST(VXPredicateTest, MistakesAreToldWithTheirPlace)
         {u"!"_s.repeated(300) + u"a=1"_s, u"At character 201: it is nested too deeply."_s},
         {u"a IN "_s + u"{"_s.repeated(300), u"At character 206: it is nested too deeply."_s},
     };
-    for (const auto &each : cases) {
+    for (const auto &[text, reason] : cases) {
         VXError error;
-        EXPECT_FALSE(read(each.text, {}, &error)) << each.text.toStdString();
-        EXPECT_EQ(error.localizedRecoverySuggestion(), each.reason) << each.text.toStdString();
+        EXPECT_FALSE(read(text, {}, &error)) << text.toStdString();
+        EXPECT_EQ(error.localizedRecoverySuggestion(), reason) << text.toStdString();
     }
 }
 

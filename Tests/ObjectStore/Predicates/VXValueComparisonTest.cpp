@@ -11,12 +11,7 @@ TEST(VXValueComparisonTest, OrdersValuesOfOneFamily)
 {
     const auto moment = QDateTime(QDate(2026, 1, 1), QTime(0, 0), Qt::UTC);
     const double notANumber = std::numeric_limits<double>::quiet_NaN();
-    const struct
-    {
-        QVariant a;
-        QVariant b;
-        std::partial_ordering order;
-    } cases[] = {
+    const std::tuple<QVariant, QVariant, std::partial_ordering> cases[] = {
         {{}, QString(), std::partial_ordering::equivalent},
         {{}, 0, std::partial_ordering::less},
         {u""_s, {}, std::partial_ordering::greater},
@@ -34,9 +29,8 @@ TEST(VXValueComparisonTest, OrdersValuesOfOneFamily)
         {u"1"_s, 1, std::partial_ordering::unordered},
         {moment, 1, std::partial_ordering::unordered},
     };
-    for (const auto &each : cases) {
-        EXPECT_TRUE(VXCompareValues(each.a, each.b) == each.order)
-            << testing::PrintToString(each.a) << testing::PrintToString(each.b);
-        EXPECT_TRUE(VXCompareValues(each.b, each.a) == 0 <=> each.order);
+    for (const auto &[a, b, order] : cases) {
+        EXPECT_TRUE(VXCompareValues(a, b) == order) << testing::PrintToString(a) << testing::PrintToString(b);
+        EXPECT_TRUE(VXCompareValues(b, a) == 0 <=> order);
     }
 }

@@ -91,12 +91,7 @@ TEST_F(VXSQLPredicateTest, SaysInSQLWhatPredicatesMostlyAsk)
 {
     const QVariant call = QVariant::fromValue(sql.objectID(u"Call"_s, 1));
     const QVariantList manyCalls(1000, call);
-    const struct
-    {
-        QString entity;
-        QString format;
-        QVariantList arguments;
-    } cases[] = {
+    const std::tuple<QString, QString, QVariantList> cases[] = {
         {u"Call"_s, u"number CONTAINS[cd] 'zoe' AND index > 3 OR NOT caller.name LIKE[c] 'z*'"_s, {}},
         {u"Call"_s, u"caller == nil OR caller.name == nil OR caller.calls.@count > 2"_s, {}},
         {u"Call"_s, u"SELF == %@ OR SELF IN %@ OR next == %@"_s, {call, QVariant(manyCalls), call}},
@@ -108,8 +103,8 @@ TEST_F(VXSQLPredicateTest, SaysInSQLWhatPredicatesMostlyAsk)
         {u"Person"_s, u"ALL calls.cost > 1 AND calls CONTAINS %@ AND groups.@count == 0"_s, {call}},
         {u"Person"_s, u"SELF IN friends OR %@ IN groups"_s, {QVariant::fromValue(sql.objectID(u"Group"_s, 1))}},
     };
-    for (const auto &each : cases)
-        EXPECT_TRUE(isExact(request(each.entity, each.format, each.arguments))) << each.format.toStdString();
+    for (const auto &[entity, format, arguments] : cases)
+        EXPECT_TRUE(isExact(request(entity, format, arguments))) << format.toStdString();
 }
 
 TEST_F(VXSQLPredicateTest, LeavesToOthersWhatSQLCannotSay)

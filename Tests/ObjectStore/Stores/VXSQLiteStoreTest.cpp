@@ -266,12 +266,7 @@ TEST_F(VXSQLiteStoreTest, ForeignAndDamagedFilesStayAsTheyAre)
     QFile::remove(file);
     runSQL("CREATE TABLE t (x); INSERT INTO t VALUES (1)");
     const QByteArray foreign = readFile(file);
-    const struct
-    {
-        const char *what;
-        QByteArray contents;
-        Code code;
-    } cases[] = {
+    const std::tuple<const char *, QByteArray, Code> cases[] = {
         {"a text", "Dear diary", Code::FileCorrupt},
         {"a store of another form", "<?xml version=\"1.0\"?><store/>", Code::FileCorrupt},
         {"an SQLite file of somebody else", foreign, Code::FileCorrupt},
@@ -280,16 +275,16 @@ TEST_F(VXSQLiteStoreTest, ForeignAndDamagedFilesStayAsTheyAre)
         {"a schema that is none", patched(100, QByteArray(4000, '\xff')), Code::FileCorrupt},
         {"a later format", patched(60, QByteArray("\0\0\0\x09", 4)), Code::IncompatibleStoreType},
     };
-    for (const auto &each : cases) {
+    for (const auto &[what, contents, code] : cases) {
         QDir(path()).removeRecursively();
-        writeFile(u"a.sqlite"_s, each.contents);
-        EXPECT_FALSE(open()) << each.what;
-        EXPECT_EQ(error.code(), int(each.code)) << each.what << error.description().toStdString();
-        EXPECT_EQ(error.filePath(), file) << each.what;
-        EXPECT_EQ(readFile(file), each.contents) << each.what;
+        writeFile(u"a.sqlite"_s, contents);
+        EXPECT_FALSE(open()) << what;
+        EXPECT_EQ(error.code(), int(code)) << what << error.description().toStdString();
+        EXPECT_EQ(error.filePath(), file) << what;
+        EXPECT_EQ(readFile(file), contents) << what;
         EXPECT_TRUE(Coordinator::metadataForPersistentStore(VXStoreType::SQLite, file).isEmpty() ||
-                    each.code == Code::IncompatibleStoreType);
-        EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList{u"a.sqlite"_s}) << each.what;
+                    code == Code::IncompatibleStoreType);
+        EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList{u"a.sqlite"_s}) << what;
     }
     QFile::remove(file);
     ASSERT_TRUE(QDir().mkpath(file));
@@ -382,12 +377,7 @@ TEST_F(VXSQLiteStoreTest, ChecksFindWhatOthersBroke)
         ASSERT_TRUE(saver.saveAndCommit());
         EXPECT_EQ(store->check(), QStringList());
     }
-    const struct
-    {
-        const char *sql;
-        const char *undo;
-        const char *finding;
-    } cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"UPDATE VX_Call SET caller = 99", "UPDATE VX_Call SET caller = 1", "\"caller\" of x-coredata"},
         {"UPDATE VX_Call SET caller = -6", "UPDATE VX_Call SET caller = 1",
          "\"caller\" leads to no object that can be"},
@@ -402,10 +392,10 @@ TEST_F(VXSQLiteStoreTest, ChecksFindWhatOthersBroke)
         {"INSERT INTO \"VX_Party.friends\" VALUES (1, 2)", "DELETE FROM \"VX_Party.friends\"",
          "p2, which does not lead back"},
     };
-    for (const auto &each : cases) {
-        runSQL(each.sql);
-        EXPECT_THAT(open()->check().join(u'\n').toStdString(), testing::HasSubstr(each.finding)) << each.sql;
-        runSQL(each.undo);
+    for (const auto &[sql, undo, finding] : cases) {
+        runSQL(sql);
+        EXPECT_THAT(open()->check().join(u'\n').toStdString(), testing::HasSubstr(finding)) << sql;
+        runSQL(undo);
     }
     EXPECT_EQ(open()->check(), QStringList());
 }

@@ -181,12 +181,7 @@ TEST_P(VXStoreConformanceTest, ValuesComeBackAsTheyWere)
 TEST_P(VXStoreConformanceTest, FindsWhatPredicatesDescribe)
 {
     const QVariant janeID = QVariant::fromValue(jane);
-    const struct
-    {
-        QString format;
-        QVariantList arguments;
-        QVariantList names;
-    } cases[] = {
+    const std::tuple<QString, QVariantList, QVariantList> cases[] = {
         {u"age > 30"_s, {}, {u"Jane"_s}},
         {u"name ==[d] 'zoe' OR name == NULL"_s, {}, {u"zoë"_s, QVariant()}},
         {u"SELF == %@"_s, {janeID}, {u"Jane"_s}},
@@ -201,10 +196,10 @@ TEST_P(VXStoreConformanceTest, FindsWhatPredicatesDescribe)
         {u"ANY groups.members.name == 'Jane'"_s, {}, {u"Jane"_s, u"zoë"_s}},
         {u"ANY friends == %@"_s, {janeID}, {u"Jane"_s, u"zoë"_s}},
     };
-    for (const auto &each : cases) {
-        EXPECT_EQ(names(request(u"Person"_s, each.format, each.arguments)), each.names) << each.format.toStdString();
+    for (const auto &[format, arguments, expected] : cases) {
+        EXPECT_EQ(names(request(u"Person"_s, format, arguments)), expected) << format.toStdString();
         VXError error;
-        EXPECT_EQ(store->count(request(u"Person"_s, each.format, each.arguments), &error), each.names.size());
+        EXPECT_EQ(store->count(request(u"Person"_s, format, arguments), &error), expected.size());
     }
     EXPECT_EQ(
         VXFetchValues(*store, request(u"Call"_s, u"caller.name == 'Jane' AND caller == %@"_s, {janeID}), u"cost"_s),

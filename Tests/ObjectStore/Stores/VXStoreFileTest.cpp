@@ -1,16 +1,11 @@
-#include "VXFileLock.h"
-#include "VXPersistentStoreCoordinator.h"
-#include "VXRowSaver.h"
-#include "VXTesting.h"
+#include "VXStoreFileTest.h"
+#include "VXOtherProcess.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtCore/QScopeGuard>
 
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
 
 #include <sqlite3.h>
 #include <sys/resource.h>
@@ -20,51 +15,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-using Code = VXObjectStoreErrorCode;
-using Coordinator = VXPersistentStoreCoordinator;
-
-const QByteArray itemSource = R"(
-entity Item {
-    attribute text: string optional;
-    relationship parent: Item optional inverse children;
-    relationship children: Item[] optional inverse parent;
-    relationship peers: Item[] optional inverse peers;
-}
-)";
-
-} // namespace
-
-/** The data file of a store, its names, and what lies beside it. */
-class VXStoreFileTest : public VXHomeTest, public testing::WithParamInterface<VXStoreType>
-{
-protected:
-    /** In a coordinator of its own, as another process has it. */
-    Coordinator::StorePtr open(const QString &name, const VXStoreOptions &options = {})
-    {
-        error = {};
-        const auto coordinator = Coordinator::coordinatorWithModel(model);
-        return coordinator->addPersistentStore(GetParam(), path(name), options, &error);
-    }
-
-    static qsizetype count(VXPersistentStore &store)
-    {
-        return VXFetchValues(store, VXFetchRequest(*store.model().entityForName(u"Item"_s)), u"text"_s).size();
-    }
-
-    static void addItem(VXPersistentStore &store)
-    {
-        VXRowSaver saver(store);
-        saver.add(u"Item"_s, {{u"text"_s, u"x"_s}});
-        ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
-    }
-
-    QStringList files() const { return QDir(path()).entryList(QDir::Files | QDir::Hidden); }
-
-    const VXManagedObjectModel::Ptr model = VXModelOf(itemSource);
-    VXError error;
-};
+// The data file of a store, its names, and what lies beside it.
 
 INSTANTIATE_TEST_SUITE_P(Types, VXStoreFileTest, testing::Values(VXStoreType::XML, VXStoreType::SQLite),
                          [](const auto &each) { return each.param == VXStoreType::XML ? "XML" : "SQLite"; });
@@ -114,9 +65,6 @@ TEST_P(VXStoreFileTest, TwoStoresOnOneFileSeeEachOthersSavesAndConflicts)
     const VXManagedObjectID item = one.add(u"Item"_s, {{u"text"_s, u"first"_s}});
     two.add(u"Item"_s, {{u"text"_s, u"second"_s}}); // neither was saved, and yet they differ
     ASSERT_TRUE(one.saveAndCommit() && two.saveAndCommit());
-    const auto texts = [](VXPersistentStore &store) {
-        return VXFetchValues(store, VXFetchRequest(*store.model().entityForName(u"Item"_s)), u"text"_s);
-    };
     EXPECT_EQ(texts(*first), (QVariantList{u"first"_s, u"second"_s}));
 
     one.change(item, {{u"text"_s, u"one"_s}});
@@ -285,34 +233,18 @@ TEST_P(VXStoreFileTest, AllStoresAreClosedAtTheEnd)
 // All begin at once, none waits for the file to be there.
 TEST_P(VXStoreFileTest, ProcessesMakeOneStoreTogether)
 {
-    constexpr int rounds = 5;
-    constexpr int processCount = 6;
-    for (int round = 0; round < rounds; ++round) {
-        const QString name = QString::number(round);
-        std::array<int, 2> start = {};
-        ASSERT_EQ(::pipe(start.data()), 0);
-        for (int process = 0; process < processCount; ++process) {
-            if (::fork() != 0)
-                continue;
-            char byte = 0;
-            ::close(start[1]);
-            while (::read(start[0], &byte, 1) > 0) // until the other end is closed
-                continue;
-            const auto store = open(name);
-            if (!store)
-                std::fprintf(stderr, "%s\n", qUtf8Printable(error.description()));
-            else
-                addItem(*store);
-            ::_exit(store && !HasFailure() ? 0 : 1);
-        }
-        ::close(start[0]);
-        ::close(start[1]);
-        for (int process = 0; process < processCount; ++process) {
-            int status = -1;
-            ::wait(&status);
-            EXPECT_EQ(status, 0);
-        }
-        EXPECT_EQ(count(*open(name)), processCount);
+    constexpr int processes = 6;
+    for (const QString &name : {u"0"_s, u"1"_s, u"2"_s, u"3"_s, u"4"_s}) {
+        EXPECT_EQ(VXProcessesThatSucceed(processes,
+                                         [&](int) {
+                                             const auto store = open(name);
+                                             EXPECT_TRUE(store) << error.description().toStdString();
+                                             if (store)
+                                                 addItem(*store);
+                                             return bool(store);
+                                         }),
+                  processes);
+        EXPECT_EQ(count(*open(name)), processes);
     }
     EXPECT_EQ(files().filter(u".new"_s), QStringList());
 }
@@ -366,154 +298,4 @@ TEST_P(VXStoreFileTest, BrokenReferencesAreToldAndMended)
     const auto again = open(u"a"_s);
     EXPECT_EQ(again->check(), QStringList());
     EXPECT_EQ(again->row({lonely.entity(), again->identity(), lonely.number()}, &error)->version(), 2);
-}
-
-// -- The lock file of an XML store
-
-class VXStoreLockTest : public VXStoreFileTest
-{
-};
-INSTANTIATE_TEST_SUITE_P(Types, VXStoreLockTest, testing::Values(VXStoreType::XML));
-
-TEST_P(VXStoreLockTest, LinksInPlaceOfTheLockAreNotFollowed)
-{
-    const QString victim = writeFile(u"victim"_s, "precious");
-    const auto store = open(u"a"_s);
-    const QString lock = path(u"a.lock"_s);
-    const struct
-    {
-        const char *what;
-        std::function<void()> make;
-    } cases[] = {
-        {"symbolic", [&] { QFile::link(victim, lock); }},
-        {"dangling", [&] { QFile::link(path(u"nothing"_s), lock); }},
-        {"hard", [&] { EXPECT_EQ(::link(victim.toUtf8().constData(), lock.toUtf8().constData()), 0); }},
-        {"pipe", [&] { EXPECT_EQ(::mkfifo(lock.toUtf8().constData(), 0600), 0); }},
-    };
-    for (const auto &each : cases) {
-        QFile::remove(lock);
-        each.make();
-        EXPECT_FALSE(store->reserveNumbers(*model->entityForName(u"Item"_s), 1, &error)) << each.what;
-        EXPECT_EQ(error.code(), int(Code::FileWrite)) << each.what;
-        EXPECT_EQ(readFile(victim), "precious") << each.what;
-    }
-    EXPECT_FALSE(QFile::exists(path(u"nothing"_s)));
-    QFile::remove(lock);
-    addItem(*store);
-}
-
-// A line that was cut short was never told to anybody, and takes none of the others along.
-TEST_P(VXStoreLockTest, NumbersAreGivenOnceWhateverCutsTheirList)
-{
-    const VXEntityDescription &item = *model->entityForName(u"Item"_s);
-    const auto first = open(u"a"_s);
-    const auto second = open(u"a"_s);
-    QSet<qint64> given;
-    const auto take = [&](VXPersistentStore &store) {
-        const auto number = store.reserveNumbers(item, 10, &error);
-        ASSERT_TRUE(number) << error.description().toStdString();
-        for (qint64 each = *number; each < *number + 10; ++each) {
-            EXPECT_FALSE(given.contains(each)) << each;
-            given.insert(each);
-        }
-    };
-    take(*first);
-    take(*second);
-    QFile lock(path(u"a.lock"_s));
-    ASSERT_TRUE(lock.open(QIODevice::Append) && lock.write("Item 9") == 6);
-    lock.close();
-    take(*first);
-    addItem(*second); // with it come the numbers of all
-    EXPECT_EQ(readFile(path(u"a.lock"_s)), "");
-    take(*first);
-    take(*second);
-    take(*open(u"a"_s));
-}
-
-// -- The write-ahead log of an SQLite store
-
-namespace {
-
-/** The usual files of SQLite, whose log cannot be brought to the disk for a while. */
-struct FailingSync
-{
-    static inline int failures = 0; // to come
-    static inline const sqlite3_io_methods *usual = nullptr;
-    static inline int (*usualOpen)(sqlite3_vfs *, const char *, sqlite3_file *, int, int *) = nullptr;
-    static inline sqlite3_io_methods methods;
-    static inline sqlite3_vfs vfs;
-
-    static int sync(sqlite3_file *file, int flags)
-    {
-        if (failures > 0) {
-            --failures;
-            return SQLITE_IOERR_FSYNC;
-        }
-        return usual->xSync(file, flags);
-    }
-    static int open(sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *outFlags)
-    {
-        const int status = usualOpen(sqlite3_vfs_find("unix"), name, file, flags, outFlags);
-        if (status == SQLITE_OK && (flags & SQLITE_OPEN_WAL) != 0) {
-            usual = file->pMethods;
-            methods = *usual;
-            methods.xSync = sync;
-            file->pMethods = &methods;
-        }
-        return status;
-    }
-
-    FailingSync()
-    {
-        vfs = *sqlite3_vfs_find("unix");
-        usualOpen = vfs.xOpen;
-        vfs.zName = "failing";
-        vfs.xOpen = open;
-        sqlite3_vfs_register(&vfs, 1);
-    }
-    ~FailingSync()
-    {
-        failures = 0;
-        sqlite3_vfs_unregister(&vfs);
-    }
-};
-
-} // namespace
-
-class VXStoreLogTest : public VXStoreFileTest
-{
-};
-INSTANTIATE_TEST_SUITE_P(Types, VXStoreLogTest, testing::Values(VXStoreType::SQLite));
-
-// The log is copied as a crash leaves it, and recovered.
-TEST_P(VXStoreLogTest, WhatWasNotSavedDoesNotComeBack)
-{
-    const FailingSync disk;
-    const auto recovered = [this] {
-        for (const QString &end : {u""_s, u"-wal"_s}) {
-            QFile::remove(path(u"b"_s + end));
-            EXPECT_TRUE(QFile::copy(path(u"a"_s + end), path(u"b"_s + end)));
-        }
-        return count(*open(u"b"_s));
-    };
-    const auto store = open(u"a"_s);
-    addItem(*store);
-    VXRowSaver saver(*store);
-    saver.add(u"Item"_s);
-    const VXSaveRequest request = saver.request;
-    FailingSync::failures = 1;
-    EXPECT_FALSE(saver.saveAndCommit());
-    EXPECT_EQ(saver.error.code(), int(Code::FileWrite)) << saver.error.description().toStdString();
-    EXPECT_EQ(count(*store), 1);
-    EXPECT_EQ(recovered(), 1);
-
-    FailingSync::failures = 100;
-    saver.request = request;
-    EXPECT_FALSE(saver.saveAndCommit());
-    EXPECT_EQ(saver.error.code(), int(Code::SaveUnknown)) << saver.error.description().toStdString();
-    EXPECT_EQ(count(*store), 1);
-    FailingSync::failures = 0;
-    saver.request = request;
-    EXPECT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
-    EXPECT_EQ(recovered(), 2);
 }

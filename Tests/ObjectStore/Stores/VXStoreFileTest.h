@@ -1,0 +1,48 @@
+#pragma once
+
+#include "VXPersistentStoreCoordinator.h"
+#include "VXRowSaver.h"
+#include "VXTesting.h"
+
+#include <QtCore/QDir>
+
+/** A store of items in a file, opened as often as a test likes. */
+class VXStoreFileTest : public VXHomeTest, public testing::WithParamInterface<VXStoreType>
+{
+protected:
+    using Code = VXObjectStoreErrorCode;
+    using Coordinator = VXPersistentStoreCoordinator;
+
+    /** In a coordinator of its own, as another process has it. */
+    Coordinator::StorePtr open(const QString &name, const VXStoreOptions &options = {})
+    {
+        error = {};
+        const auto coordinator = Coordinator::coordinatorWithModel(model);
+        return coordinator->addPersistentStore(GetParam(), path(name), options, &error);
+    }
+    static VXFetchRequest items(VXPersistentStore &store)
+    {
+        return VXFetchRequest(*store.model().entityForName(QStringLiteral("Item")));
+    }
+    static QVariantList texts(VXPersistentStore &store)
+    {
+        return VXFetchValues(store, items(store), QStringLiteral("text"));
+    }
+    static qsizetype count(VXPersistentStore &store) { return texts(store).size(); }
+    static void addItem(VXPersistentStore &store)
+    {
+        VXRowSaver saver(store);
+        saver.add(QStringLiteral("Item"), {{QStringLiteral("text"), QStringLiteral("x")}});
+        ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
+    }
+    QStringList files() const { return QDir(path()).entryList(QDir::Files | QDir::Hidden); }
+
+    const VXManagedObjectModel::Ptr model = VXModelOf(R"(
+        entity Item {
+            attribute text: string optional;
+            relationship parent: Item optional inverse children;
+            relationship children: Item[] optional inverse parent;
+            relationship peers: Item[] optional inverse peers;
+        })");
+    VXError error;
+};
