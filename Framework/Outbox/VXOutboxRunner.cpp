@@ -46,6 +46,11 @@ std::unique_ptr<VXFileLock> lockOfKind(const QString &kind)
     return lock;
 }
 
+bool hasWaitedLonger(const VXOutboxEntry &entry, const VXOutboxEntry &other)
+{
+    return entry.nextDate != other.nextDate ? entry.nextDate < other.nextDate : entry.number < other.number;
+}
+
 VXOutboxEntry interrupted(VXOutboxEntry entry)
 {
     entry.state = VXOutboxState::PerhapsSent;
@@ -299,7 +304,8 @@ void VXOutboxRunner::proceed()
         Q_EMIT didBecomeIdle();
 }
 
-// The destinations take turns: who has waited longest is first. Those behind the first of a queue wait for it.
+// The destinations take turns: what has been due longest is first, so that what fails again and again leaves the others
+// theirs. Those behind the first of a queue wait for it.
 VXOutboxRunner::Queue *VXOutboxRunner::firstDue()
 {
     Queue *found = nullptr;
@@ -309,7 +315,7 @@ VXOutboxRunner::Queue *VXOutboxRunner::firstDue()
     for (auto &[destination, queue] : _queues) {
         if (queue.isHeld() || queue.entries.empty() || !schedule.isDue(queue.entries.front()))
             continue;
-        if (found == nullptr || queue.entries.front().number < found->entries.front().number)
+        if (found == nullptr || hasWaitedLonger(queue.entries.front(), found->entries.front()))
             found = &queue;
     }
     return found;

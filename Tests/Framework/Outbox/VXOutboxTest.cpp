@@ -98,6 +98,24 @@ TEST_F(VXOutboxTest, KeepsTheOrderOfADestinationThroughFailures)
     EXPECT_EQ(entries[0].payload, (QVariantMap{{u"a"_s, 1}}));
 }
 
+// What fails again and again does not come before what is tried for the first time.
+TEST_F(VXOutboxTest, WhatHasBeenDueLongestIsFirst)
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    for (int number = 1; number <= 5; ++number) {
+        VXOutboxEntry entry = *outbox.entry(add(QString::number(number), QString::number(number)));
+        entry.nextDate = now.addSecs(number == 1 ? -1 : -number * 10);
+        ASSERT_TRUE(outbox.update(entry));
+    }
+    const auto runner = makeRunner();
+    runner->run();
+    EXPECT_THAT(tried, ElementsAre(u"5"_s, u"4"_s, u"3"_s, u"2"_s)); // so many at once
+    ASSERT_TRUE(VXRunUntil([&] {
+        finishAll();
+        return tried.size() == 5 && !runner->isBusy();
+    }));
+}
+
 TEST_F(VXOutboxTest, KeepsTextsThatNoPropertyListHolds)
 {
     const QVariantMap payload{{u"fields"_s, QVariantList{QVariantMap{{u"text"_s, u"page\fbreak \x1b[31m \uffff"_s},

@@ -1,0 +1,429 @@
+#include "VXWebTransfer+Exchange.h"
+
+#include "VXFramework.h"
+
+#include <linux/sockios.h>
+#include <openssl/ssl.h>
+#include <sys/ioctl.h>
+#include <sys/select.h>
+
+#include <algorithm>
+#include <cstring>
+#include <thread>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 maximumHeaderBytes = 256 * 1024;
+constexpr qint64 maximumRedirectBody = 64 * 1024; // what a redirect says to people is passed over
+constexpr std::chrono::seconds longestRedirectBody{2};
+constexpr long noConnectTimeout = 100L * 24 * 60 * 60; // seconds: ours holds
+constexpr long bufferSize = 256 * 1024;
+constexpr std::chrono::microseconds watchful{60}; // a server nearby answers sooner than a thread that sleeps is awake
+constexpr qint64 maximumShortBody = 8 * 1024;     // which goes out together with the header
+constexpr std::chrono::milliseconds longestWait{1000};
+constexpr double longestTimeout = 1e9; // seconds
+
+bool isRedirect(int status)
+{
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+struct Failure
+{
+    CURLcode result;
+    VXURLErrorCode code;
+    QString description; // a key of the framework's texts
+};
+
+Failure failureOf(CURLcode result)
+{
+    static const std::array failures{
+        Failure{CURLE_COULDNT_RESOLVE_HOST, VXURLErrorCannotFindHost, u"The server could not be found."_s},
+        Failure{CURLE_COULDNT_RESOLVE_PROXY, VXURLErrorCannotFindHost, u"The server could not be found."_s},
+        Failure{CURLE_COULDNT_CONNECT, VXURLErrorCannotConnectToHost, u"Could not connect to the server."_s},
+        Failure{CURLE_PEER_FAILED_VERIFICATION, VXURLErrorCertificateUntrusted,
+                u"The server's certificate is not trusted."_s},
+        Failure{CURLE_SSL_CACERT_BADFILE, VXURLErrorCertificateUntrusted,
+                u"The server's certificate is not trusted."_s},
+        Failure{CURLE_SSL_CONNECT_ERROR, VXURLErrorSecureConnectionFailed,
+                u"A secure connection to the server could not be made."_s},
+        Failure{CURLE_WEIRD_SERVER_REPLY, VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s},
+        Failure{CURLE_UNSUPPORTED_PROTOCOL, VXURLErrorBadServerResponse,
+                u"The server's answer can not be understood."_s},
+        // A line of the header that is longer than libcurl takes.
+        Failure{CURLE_OUT_OF_MEMORY, VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s},
+    };
+    const auto found = std::ranges::find(failures, result, &Failure::result);
+    return found != failures.end()
+               ? *found
+               : Failure{result, VXURLErrorConnectionLost, u"The connection to the server was lost."_s};
+}
+
+template <class List>
+void append(List &list, const QByteArray &line)
+{
+    if (curl_slist *const longer = curl_slist_append(list.get(), line.constData())) {
+        static_cast<void>(list.release());
+        list.reset(longer);
+    }
+}
+
+bool isOverOpenSSL()
+{
+    static const bool isIt = [] {
+        const char *const name = curl_version_info(CURLVERSION_NOW)->ssl_version;
+        return name != nullptr && std::strncmp(name, "OpenSSL/", 8) == 0;
+    }();
+    return isIt;
+}
+
+// Whether the other side of a TLS connection has said, on this thread, that it ends. libcurl takes a connection that is cut off
+// for one that has ended.
+thread_local bool isEndTold = false;
+
+void hearAlert(int isSent, int, int type, const void *bytes, size_t count, SSL *, void *)
+{
+    if (isSent == 0 && type == SSL3_RT_ALERT && count == 2 &&
+        static_cast<const char *>(bytes)[1] == SSL_AD_CLOSE_NOTIFY)
+        isEndTold = true;
+}
+
+CURLcode listenForEnd(CURL *, void *context, void *)
+{
+    SSL_CTX_set_msg_callback(static_cast<SSL_CTX *>(context), &hearAlert);
+    return CURLE_OK;
+}
+
+} // namespace
+
+void VXWebTransfer::Exchange::setOptions(bool isPost, bool isRedirected)
+{
+    const QByteArray url = _url.toEncoded(QUrl::FullyEncoded | QUrl::RemoveFragment);
+    curl_easy_setopt(_easy, CURLOPT_URL, url.constData());
+    curl_easy_setopt(_easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(_easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // what a proxy says is no answer
+    curl_easy_setopt(_easy, CURLOPT_ERRORBUFFER, _details.data());
+    curl_easy_setopt(_easy, CURLOPT_BUFFERSIZE, bufferSize);
+    curl_easy_setopt(_easy, CURLOPT_UPLOAD_BUFFERSIZE, bufferSize);
+    curl_easy_setopt(_easy, CURLOPT_HEADERFUNCTION, &callback<&Exchange::receiveHeader>);
+    curl_easy_setopt(_easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(_easy, CURLOPT_WRITEFUNCTION, &callback<&Exchange::receiveBody>);
+    curl_easy_setopt(_easy, CURLOPT_WRITEDATA, this);
+    for (const char *const line : {"Cache-Control: no-cache", "Pragma: no-cache", "Expect:"})
+        append(_headers, line);
+    append(_headers, "User-Agent: Vornix/" + VXFrameworkVersion().toUtf8());
+    curl_easy_setopt(_easy, CURLOPT_CONNECTTIMEOUT, noConnectTimeout);
+    if (_transfer._request.usesOwnConnection()) {
+        curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
+        curl_easy_setopt(_easy, CURLOPT_FORBID_REUSE, 1L);
+    }
+    if (isPost) {
+        for (const auto &[name, value] : _transfer._request.headerFields())
+            append(_headers, name + ": " + value);
+        curl_easy_setopt(_easy, CURLOPT_POST, 1L);
+        curl_easy_setopt(_easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t{_body ? _body->size() : 0});
+        // A server that hangs up on a kept connection has libcurl send once more by itself, but no body that has no way to
+        // be rewound; what has no body gets a new connection. So does what the server has sent on, which it may hang up behind.
+        if (!_body || isRedirected)
+            curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
+        curl_easy_setopt(_easy, CURLOPT_READFUNCTION, &callback<&Exchange::send>);
+        curl_easy_setopt(_easy, CURLOPT_READDATA, this);
+        if (const QByteArray method = _transfer._request.httpMethod(); method != "POST")
+            curl_easy_setopt(_easy, CURLOPT_CUSTOMREQUEST, method.constData());
+    }
+    curl_easy_setopt(_easy, CURLOPT_HTTPHEADER, _headers.get());
+    setSecurityOptions();
+}
+
+void VXWebTransfer::Exchange::setSecurityOptions()
+{
+    curl_easy_setopt(_easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty()) // as all programs over OpenSSL have it
+        curl_easy_setopt(_easy, CURLOPT_CAINFO, file.constData());
+    if (isOverOpenSSL())
+        curl_easy_setopt(_easy, CURLOPT_SSL_CTX_FUNCTION, &listenForEnd);
+}
+
+VXError VXWebTransfer::Exchange::unreadableBody() const
+{
+    return error(VXURLErrorCannotReadBody, u"A file of the form can not be read."_s, _body->problem());
+}
+
+// A short one is read here, and is with its header but one packet.
+VXError VXWebTransfer::Exchange::prepareBody()
+{
+    if (!_body)
+        return {};
+    if (_body->size() < 0)
+        return unreadableBody();
+    _body->rewind();
+    if (_body->size() > maximumShortBody)
+        return {};
+    _shortBody = QByteArray(static_cast<qsizetype>(_body->size()), Qt::Uninitialized);
+    if (_body->read(_shortBody.data(), _shortBody.size()) != _shortBody.size())
+        return unreadableBody();
+    curl_easy_setopt(_easy, CURLOPT_POSTFIELDS, _shortBody.constData());
+    curl_easy_setopt(_easy, CURLOPT_PREREQFUNCTION, &allowOnce);
+    curl_easy_setopt(_easy, CURLOPT_PREREQDATA, this);
+    return {};
+}
+
+// libcurl could send it once more by itself, when a server hangs up on a kept connection: but that may have acted on it.
+int VXWebTransfer::Exchange::allowOnce(void *self, char *, char *, int, int)
+{
+    return static_cast<Exchange *>(self)->_sendings++ == 0 ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+// It is not asked for piece by piece.
+void VXWebTransfer::Exchange::noteShortBody()
+{
+    if (_shortBody.isNull() || _bytesSent > 0)
+        return;
+    curl_off_t sent = 0;
+    curl_easy_getinfo(_easy, CURLINFO_SIZE_UPLOAD_T, &sent);
+    if (sent < _shortBody.size())
+        return;
+    _bytesSent = sent;
+    _lastSign = Clock::now();
+    _transfer._didSendRequest = true;
+    _transfer._receiver.transferDidSend(sent, sent);
+}
+
+size_t VXWebTransfer::Exchange::send(char *bytes, size_t maximum)
+{
+    if (_transfer._isStopped)
+        return CURL_READFUNC_ABORT;
+    _lastSign = Clock::now();
+    const qint64 count = _body ? _body->read(bytes, static_cast<qint64>(maximum)) : 0;
+    if (count < 0) {
+        _refusal = unreadableBody();
+        return CURL_READFUNC_ABORT;
+    }
+    _bytesSent += count;
+    if (_body && _bytesSent == _body->size())
+        _transfer._didSendRequest = true;
+    if (_body)
+        _transfer._receiver.transferDidSend(_bytesSent, _body->size());
+    return static_cast<size_t>(count);
+}
+
+size_t VXWebTransfer::Exchange::receiveHeader(char *bytes, size_t count)
+{
+    if (_transfer._isStopped)
+        return 0;
+    _lastSign = Clock::now();
+    _headerBytes += static_cast<qint64>(count);
+    if (_headerBytes > maximumHeaderBytes)
+        _refusal = error(VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s,
+                         VXLocalizedString(u"Its header is too long."_s));
+    else if (!_hasResponse) // else it is a trailer
+        readHeaderLine(QByteArrayView(bytes, static_cast<qsizetype>(count)).trimmed());
+    return _refusal ? 0 : count;
+}
+
+void VXWebTransfer::Exchange::readHeaderLine(QByteArrayView line)
+{
+    if (line.isEmpty()) {
+        _refusal = headersDidEnd();
+        return;
+    }
+    const qsizetype colon = line.indexOf(':');
+    if (line.startsWith("HTTP/")) { // another answer, after one that was provisional or a proxy's
+        _response = {.url = _url};
+        _location = {};
+        _announced = -1;
+        _isChunked = false;
+        return;
+    }
+    if (colon < 0)
+        return;
+    const QByteArray name = line.first(colon).trimmed().toByteArray().toLower();
+    const QByteArray value = line.sliced(colon + 1).trimmed().toByteArray();
+    if (name == "location")
+        _location = value;
+    else if (name == "content-disposition")
+        _response.contentDisposition = value;
+    else if (name == "transfer-encoding")
+        _isChunked = value.toLower().contains("chunked");
+    else if (name == "content-length")
+        _refusal = readLength(value);
+}
+
+// Where it is none, or there are two, nobody knows what belongs to the answer.
+VXError VXWebTransfer::Exchange::readLength(QByteArrayView value)
+{
+    bool isNumber = false;
+    const qint64 length = value.toLongLong(&isNumber);
+    if (!isNumber || length < 0 || (_announced >= 0 && _announced != length))
+        return error(VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s,
+                     VXLocalizedString(u"It does not say how long it is."_s));
+    _announced = length;
+    return {};
+}
+
+VXError VXWebTransfer::Exchange::headersDidEnd()
+{
+    long status = 0;
+    curl_easy_getinfo(_easy, CURLINFO_RESPONSE_CODE, &status);
+    if (status == 101) // what follows is no HTTP
+        return error(VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s,
+                     VXLocalizedString(u"It changes to another protocol, which was not asked for."_s));
+    if (status < 200)
+        return {};
+    curl_off_t length = -1;
+    curl_easy_getinfo(_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    _hasResponse = true;
+    _response.statusCode = static_cast<int>(status);
+    _transfer._didSendRequest = true;
+    if (isRedirect(_response.statusCode) && !_location.isEmpty()) {
+        _redirectedTo = _url.resolved(QUrl::fromEncoded(_location));
+        _isFinished = length < 0 || length > maximumRedirectBody; // nothing that is worth waiting for
+        return {};
+    }
+    _response.expectedContentLength = length;
+    return _transfer._receiver.transferDidReceiveResponse(_response);
+}
+
+size_t VXWebTransfer::Exchange::receiveBody(char *bytes, size_t count)
+{
+    if (_transfer._isStopped)
+        return 0;
+    if (_redirectedTo.isEmpty()) // else there is nothing that is worth waiting for
+        _lastSign = Clock::now();
+    const auto size = static_cast<qsizetype>(count);
+    if (_redirectedTo.isEmpty())
+        _refusal = _transfer._receiver.transferDidReceiveData(QByteArrayView(bytes, size));
+    else if ((_passedOver += size) > maximumRedirectBody)
+        return 0;
+    return _refusal ? 0 : count;
+}
+
+// None: without end.
+std::optional<std::chrono::duration<double>> VXWebTransfer::Exchange::longestSilence() const
+{
+    const std::chrono::duration<double> timeout(
+        std::min<double>(_transfer._request.timeoutInterval(), longestTimeout)); // what a clock can count
+    if (!_redirectedTo.isEmpty())
+        return timeout.count() > 0 ? std::min<std::chrono::duration<double>>(timeout, longestRedirectBody)
+                                   : longestRedirectBody;
+    return timeout.count() > 0 ? std::optional(timeout) : std::nullopt;
+}
+
+// What libcurl and the kernel have taken may be on its way for long after: while it is, each byte that arrives is a sign.
+void VXWebTransfer::Exchange::noticeSending(CURLM *multi)
+{
+    fd_set reading;
+    fd_set writing;
+    fd_set others;
+    FD_ZERO(&reading);
+    FD_ZERO(&writing);
+    FD_ZERO(&others);
+    int socket = -1;
+    int underWay = 0;
+    curl_off_t handedOver = 0;
+    curl_multi_fdset(multi, &reading, &writing, &others, &socket); // there is but one
+    curl_easy_getinfo(_easy, CURLINFO_SIZE_UPLOAD_T, &handedOver);
+    if (socket < 0 || ::ioctl(socket, SIOCOUTQ, &underWay) != 0)
+        return;
+    const qint64 arrived = handedOver - underWay;
+    if (arrived > _bytesArrived && std::max(underWay, _bytesUnderWay) > 0)
+        _lastSign = Clock::now();
+    _bytesArrived = std::max(_bytesArrived, arrived);
+    _bytesUnderWay = underWay;
+}
+
+// Once in a request, and only for a moment: what is short is often for a server on the same computer.
+bool VXWebTransfer::Exchange::isAnswerNear() const
+{
+    return !_shortBody.isNull() && _bytesSent > 0 && !_hasResponse && Clock::now() - _lastSign < watchful;
+}
+
+// Until libcurl is done; an error when time is over.
+VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
+{
+    using std::chrono::milliseconds;
+    CURLMcode state = CURLM_OK;
+    while (!_transfer._isStopped && !_isFinished) {
+        int running = 0;
+        state = curl_multi_perform(multi, &running);
+        noteShortBody();
+        int left = 0;
+        if (const CURLMsg *const message = curl_multi_info_read(multi, &left)) {
+            *result = message->data.result;
+            return {};
+        }
+        if (isAnswerNear()) {
+            std::this_thread::yield();
+            continue;
+        }
+        milliseconds longest = longestWait;
+        if (const auto silence = longestSilence()) {
+            const auto rest = std::chrono::ceil<milliseconds>(*silence - (Clock::now() - _lastSign));
+            if (rest.count() <= 0)
+                return _redirectedTo.isEmpty() ? error(VXURLErrorTimedOut, u"The server did not answer in time."_s)
+                                               : VXError();
+            longest = std::min(longest, rest);
+        }
+        int ready = 0;
+        if (state == CURLM_OK)
+            state = curl_multi_poll(multi, nullptr, 0, static_cast<int>(longest.count()), &ready);
+        if (state != CURLM_OK)
+            return error(VXURLErrorConnectionLost, u"The connection to the server was lost."_s,
+                         QString::fromUtf8(curl_multi_strerror(state)));
+        if (ready == 0)
+            noticeSending(multi);
+    }
+    return {};
+}
+
+// An answer without a length ends with the connection, which over TLS has to be told: else anybody on the way may have cut it.
+bool VXWebTransfer::Exchange::isCutOff() const
+{
+    long version = 0;
+    curl_easy_getinfo(_easy, CURLINFO_HTTP_VERSION, &version);
+    const bool endsWithConnection = _hasResponse && _announced < 0 && !_isChunked && version < CURL_HTTP_VERSION_2_0 &&
+                                    _response.statusCode != 204 && _response.statusCode != 304;
+    return endsWithConnection && _url.scheme() == "https"_L1 && isOverOpenSSL() && !isEndTold;
+}
+
+VXError VXWebTransfer::Exchange::errorOf(CURLcode result) const
+{
+    if (_refusal || _isFinished || !_redirectedTo.isEmpty()) // whatever came behind a redirect
+        return _refusal;
+    if (result == CURLE_OK)
+        return isCutOff() ? error(VXURLErrorConnectionLost, u"The connection to the server was lost."_s) : VXError();
+    const Failure failure = failureOf(result);
+    if (result == CURLE_SEND_FAIL_REWIND || result == CURLE_ABORTED_BY_CALLBACK)
+        return error(failure.code,
+                     failure.description); // a kept connection was hung up: the details are libcurl's worries
+    const char *const details = _details[0] != '\0' ? _details.data() : curl_easy_strerror(result);
+    return error(failure.code, failure.description, QString::fromUtf8(details));
+}
+
+VXError VXWebTransfer::Exchange::run(CURLM *multi)
+{
+    if (VXError problem = prepareBody())
+        return problem;
+    if (const CURLMcode state = curl_multi_add_handle(multi, _easy); state != CURLM_OK)
+        return error(VXURLErrorUnknown, u"Unable to start web request"_s,
+                     QString::fromUtf8(curl_multi_strerror(state)));
+    isEndTold = false;
+    CURLcode result = CURLE_OK;
+    VXError timeout;
+    try {
+        timeout = wait(multi, &result);
+    } catch (...) {
+        _thrown = std::current_exception();
+    }
+    _isInOrder = curl_multi_remove_handle(multi, _easy) == CURLM_OK;
+    if (_thrown)
+        std::rethrow_exception(_thrown);
+    long requestBytes = 0;
+    curl_easy_getinfo(_easy, CURLINFO_REQUEST_SIZE, &requestBytes);
+    if (!_body && requestBytes > 0)
+        _transfer._didSendRequest = true;
+    return timeout ? timeout : errorOf(result);
+}

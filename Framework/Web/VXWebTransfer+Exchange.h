@@ -1,0 +1,100 @@
+#pragma once
+
+#include "VXMultipartBody.h"
+#include "VXURLError.h"
+#include "VXWebTransfer.h"
+
+#include <curl/curl.h>
+
+#include <array>
+#include <chrono>
+#include <exception>
+#include <memory>
+#include <optional>
+
+/** One request to one server and its answer, of a transfer that may go on elsewhere. On the thread of the transfer. */
+class VXWebTransfer::Exchange
+{
+public:
+    Exchange(VXWebTransfer &transfer, const QUrl &url, bool isPost, bool isRedirected, CURL *easy)
+        : _transfer(transfer), _url(url), _body(isPost ? transfer._request.body() : nullptr), _easy(easy)
+    {
+        setOptions(isPost, isRedirected);
+    }
+
+    VXError run(CURLM *multi);
+
+    /** Whether the handles may be used again. */
+    bool isInOrder() const { return _isInOrder; }
+    /** Where the server sends us; empty when this was the answer. */
+    QUrl redirectedTo() const { return _redirectedTo; }
+    int status() const { return _response.statusCode; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct ListDeleter
+    {
+        void operator()(curl_slist *list) const { curl_slist_free_all(list); }
+    };
+    using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
+
+    // What a receiver throws must not pass through libcurl.
+    template <auto member>
+    static size_t callback(char *bytes, size_t size, size_t count, void *self)
+    {
+        auto *const exchange = static_cast<Exchange *>(self);
+        try {
+            return (exchange->*member)(bytes, size * count);
+        } catch (...) {
+            exchange->_thrown = std::current_exception();
+            return CURL_READFUNC_ABORT; // more than a receiving callback may take
+        }
+    }
+    void setOptions(bool isPost, bool isRedirected);
+    void setSecurityOptions();
+    VXError prepareBody();
+    static int allowOnce(void *self, char *, char *, int, int);
+    void noteShortBody();
+    size_t send(char *bytes, size_t maximum);
+    size_t receiveHeader(char *bytes, size_t count);
+    size_t receiveBody(char *bytes, size_t count);
+    void readHeaderLine(QByteArrayView line);
+    VXError headersDidEnd();
+    VXError readLength(QByteArrayView value);
+    VXError wait(CURLM *multi, CURLcode *result);
+    bool isAnswerNear() const;
+    void noticeSending(CURLM *multi);
+    std::optional<std::chrono::duration<double>> longestSilence() const;
+    bool isCutOff() const;
+    VXError errorOf(CURLcode result) const;
+    VXError unreadableBody() const;
+    VXError error(VXURLErrorCode code, const QString &description, const QString &suggestion = {}) const
+    {
+        return VXMakeURLError(code, description, _url, suggestion);
+    }
+
+    VXWebTransfer &_transfer;
+    const QUrl _url;
+    const std::shared_ptr<VXMultipartBody> _body;
+    CURL *const _easy;
+    HeaderList _headers;
+    std::array<char, CURL_ERROR_SIZE> _details{};
+    VXError _refusal; // why a callback ended it
+    std::exception_ptr _thrown;
+    Clock::time_point _lastSign = Clock::now();
+    QByteArray _shortBody; // null for none
+    int _sendings = 0;
+    qint64 _bytesSent = 0;
+    qint64 _bytesArrived = 0;
+    int _bytesUnderWay = 0;
+    qint64 _headerBytes = 0;
+    qint64 _passedOver = 0;
+    qint64 _announced = -1;
+    bool _isChunked = false;
+    bool _hasResponse = false;
+    bool _isFinished = false; // nothing more is wanted of the answer
+    bool _isInOrder = false;
+    VXWebResponse _response;
+    QByteArray _location;
+    QUrl _redirectedTo;
+};
