@@ -114,8 +114,14 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
         return std::nullopt;
     }
     const VXMetaDataMirror::Use use(_mirror);
-    std::optional<VXMetaDataReport> report = Check(*this, *entity, repairs).run(error);
     VXMetaDataIndexer &indexer = _mirror.indexer();
+    const bool isTakenIn = indexer.wasComplete() || !_mirror.folder().origin().isEmpty();
+    std::optional<VXMetaDataReport> report = Check(*this, *entity, repairs).run(error);
+    if (report && !isTakenIn && !repairs) {
+        report->isTakenIn = false;
+        report->findings.removeIf([](const VXMetaDataFinding &finding) { return finding.kind == Kind::Missing; });
+        return report;
+    }
     if (report)
         report->isIndexWhole = indexer.isSound() && indexer.isInStep(_mirror.folder().fileCount());
     if (report && repairs && !report->isIndexWhole)

@@ -22,6 +22,7 @@ struct VXMetaDataReport
     qint64 objectCount = 0;
     qint64 fileCount = 0;
     QList<VXMetaDataFinding> findings = {};
+    bool isTakenIn = true;       // else no pass was made yet, and what is missing is no fault
     bool isIndexWhole = true;    // it is sound, and as many files are in it as are in the folder
     qint64 unrepaired = 0;       // of the findings, with repairing
     bool isIndexRepaired = true; // with repairing: false when it is not whole all the same

@@ -25,6 +25,7 @@ namespace {
 
 const QString indexSuffix = u"index"_s;
 const QString passSuffix = u".pass"_s;
+const QString laterSuffix = u"later"_s;
 
 // Beside what is mirrored; and where that can not be written, as what is saved can be.
 QStringList folders()
@@ -43,6 +44,20 @@ QStringList debts(const QString &pattern)
             paths.append(folder + u'/' + name);
     }
     return paths;
+}
+
+// Not what can wait for a pass that is due for another reason.
+bool isAnyDue(const QString &pattern)
+{
+    return std::ranges::any_of(debts(pattern), [](const QString &path) { return !path.endsWith(u'@' + laterSuffix); });
+}
+
+QByteArray linesOf(const QList<qint64> &numbers)
+{
+    QByteArray lines;
+    for (const qint64 number : numbers)
+        lines += QByteArray::number(number) + '\n';
+    return lines;
 }
 
 // Unlike that of any other, in this or another container.
@@ -119,10 +134,7 @@ void VXMetaDataDebt::append(const QByteArray &lines) const
 
 void VXMetaDataDebt::mark(const QList<qint64> &changed) const
 {
-    QByteArray lines;
-    for (const qint64 number : changed)
-        lines += QByteArray::number(number) + '\n';
-    append(lines);
+    append(linesOf(changed));
 }
 
 void VXMetaDataDebt::markAll() const
@@ -192,6 +204,12 @@ void VXMetaDataDebt::endPass(bool isDone)
     }
 }
 
+void VXMetaDataDebt::markLater(const QList<qint64> &numbers) const
+{
+    if (!numbers.isEmpty())
+        static_cast<void>(add(_prefix + laterSuffix, linesOf(numbers)));
+}
+
 void VXMetaDataDebt::markIndex() const
 {
     static_cast<void>(add(_prefix + indexSuffix, {}));
@@ -210,7 +228,7 @@ bool VXMetaDataDebt::isIndexOwed() const
 
 bool VXMetaDataDebt::isAny() const
 {
-    return !debts(_prefix + u'*').isEmpty();
+    return isAnyDue(_prefix + u'*');
 }
 
 void VXMetaDataDebt::forget() const
@@ -230,7 +248,7 @@ QStringList VXMetaDataDebt::identifiersOfAll()
 
 bool VXMetaDataDebt::isAnyOfAll()
 {
-    return !debts(u"*"_s).isEmpty();
+    return isAnyDue(u"*"_s);
 }
 
 bool VXMetaDataDebt::isOwnOfAll()

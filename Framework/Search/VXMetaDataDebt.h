@@ -46,6 +46,8 @@ public:
     Owed beginPass();
     /** All of that is done; else a pass stays due. */
     void endPass(bool isDone);
+    /** The next pass owes these objects, whenever it comes: they make none due. */
+    void markLater(const QList<qint64> &numbers) const;
 
     // -- The index. It stays so until all files were put in.
     /** Files were changed that the index was not told of. */

@@ -2,6 +2,7 @@
 
 #include "VXFileManager.h"
 #include "VXFolders.h"
+#include "VXMakeWay.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
 
@@ -44,6 +45,8 @@ VXError VXMetaDataFolder::open()
         return VXError::platformError(VXPlatformErrorCode::FileWrite, u"It is a link."_s, {}, _path);
     if (!VXMakePrivateFolder(_path, &reason))
         return VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, _path);
+    for (const QString &beside : {lockPath(), originPath()})
+        static_cast<void>(VXMakeWayForFile(beside)); // else who opens it tells
     return openExisting() ? VXError() : writeError(_path);
 }
 
@@ -81,15 +84,18 @@ bool VXMetaDataFolder::forEachEntry(const std::function<void(const char *name)> 
     return true;
 }
 
-std::optional<qint64> VXMetaDataFolder::modificationTime(const QString &name) const
+std::optional<qint64> VXMetaDataFolder::modificationTime(const QString &name, bool *isFree) const
 {
-    return modificationTime(QFile::encodeName(name).constData());
+    return modificationTime(QFile::encodeName(name).constData(), isFree);
 }
 
-std::optional<qint64> VXMetaDataFolder::modificationTime(const char *name) const
+std::optional<qint64> VXMetaDataFolder::modificationTime(const char *name, bool *isFree) const
 {
     struct stat status = {};
-    if (::fstatat(_folder.number(), name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode))
+    const bool isThere = ::fstatat(_folder.number(), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (isFree != nullptr)
+        *isFree = !isThere && errno == ENOENT;
+    if (!isThere || !S_ISREG(status.st_mode))
         return std::nullopt;
     return qint64(status.st_mtim.tv_sec) * 1000 + status.st_mtim.tv_nsec / 1000000;
 }
@@ -117,10 +123,18 @@ std::optional<VXMetaDataFinding::Kind> VXMetaDataFolder::compare(const QString &
 {
     if (!modificationTime(name))
         return VXMetaDataFinding::Kind::Missing;
+    const auto bytesOf = [](const QVariantMap &all) {
+        return VXPropertyList::toData(all, VXPropertyList::Format::Binary);
+    };
     QString reason;
-    if (VXRegularFile::read(pathOf(name), &reason) == VXPropertyList::toData(values, VXPropertyList::Format::Binary))
+    const QByteArray expected = bytesOf(values);
+    if (VXRegularFile::read(pathOf(name), &reason) == expected)
         return std::nullopt;
-    return read(name) ? VXMetaDataFinding::Kind::Stale : VXMetaDataFinding::Kind::Damaged;
+    const std::optional<QVariantMap> found = read(name);
+    if (!found)
+        return VXMetaDataFinding::Kind::Damaged;
+    // An earlier program may have written the same in other bytes.
+    return bytesOf(*found) == expected ? std::nullopt : std::optional(VXMetaDataFinding::Kind::Stale);
 }
 
 bool VXMetaDataFolder::write(const QString &name, const QVariantMap &values, std::optional<qint64> time,

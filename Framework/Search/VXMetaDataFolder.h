@@ -44,9 +44,10 @@ public:
     /** The same by the names as the disk has them. */
     bool forEachEntry(const std::function<void(const char *name)> &visit) const;
     qint64 fileCount() const;
-    /** Milliseconds since 1970 of the last change; none without a file, and for what is there but is none. */
-    std::optional<qint64> modificationTime(const QString &name) const;
-    std::optional<qint64> modificationTime(const char *name) const;
+    /** Milliseconds since 1970 of the last change; none without a file, and for what is there but is none. `isFree`: whether
+     *  nothing is there. */
+    std::optional<qint64> modificationTime(const QString &name, bool *isFree = nullptr) const;
+    std::optional<qint64> modificationTime(const char *name, bool *isFree = nullptr) const;
     /** None, with an error, for a file that cannot be read or is no property list of the form expected. */
     std::optional<QVariantMap> read(const QString &name, VXError *error = nullptr) const;
     /** What is wrong with a file that is to say that; none when it does. */

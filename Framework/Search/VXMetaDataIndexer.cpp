@@ -1,10 +1,12 @@
 #include "VXMetaDataIndexer.h"
 
+#include "VXErrorDomain.h"
 #include "VXMetaDataSource.h"
 #include "VXMethodLog.h"
 
 #include <QtCore/QStringList>
 
+#include <system_error>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -19,6 +21,7 @@ void VXMetaDataIndexer::open()
 {
     VXError error;
     _isMarked = _wasComplete = _wasEmpty = false;
+    _left.reset();
     _index = VXSearchIndex::open(&error);
     if (_index) {
         _wasComplete = _index->isComplete(_identifier, &error) && !_debt.isIndexOwed();
@@ -52,12 +55,37 @@ void VXMetaDataIndexer::note(const VXSearchIndex::Change &change)
         return;
     _changes.append(change);
     if (_changes.size() >= batchSize)
-        flush();
+        carryBeside();
+}
+
+void VXMetaDataIndexer::carryBeside()
+{
+    awaitCarrier();
+    if (!_index)
+        return;
+    try {
+        _carrier = std::thread([this, changes = std::exchange(_changes, {})] {
+            _isCarried = _index->apply(_identifier, changes, &_problem);
+        });
+    } catch (const std::system_error &error) {
+        giveUp(VXMakeError(QString::fromLocal8Bit(error.what()))); // the changes are gone
+    }
+}
+
+void VXMetaDataIndexer::awaitCarrier()
+{
+    if (!_carrier.joinable())
+        return;
+    _carrier.join();
+    const VXError problem = std::exchange(_problem, {});
+    if (!std::exchange(_isCarried, true))
+        giveUp(problem);
 }
 
 void VXMetaDataIndexer::flush()
 {
     VXError error;
+    awaitCarrier();
     if (_index && !_changes.isEmpty() && !_index->apply(_identifier, std::exchange(_changes, {}), &error))
         giveUp(error);
 }
@@ -122,5 +150,7 @@ void VXMetaDataIndexer::close()
         else
             giveUp(error);
     }
+    if (_index && _wasComplete)
+        _left = _index->fileMark();
     _index.reset();
 }

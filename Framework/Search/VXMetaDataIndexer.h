@@ -8,11 +8,13 @@
 #include <QtCore/QString>
 
 #include <memory>
+#include <optional>
+#include <thread>
 
 /**
- * Carries the changes of one metadata folder into the search index, a few thousand at once. A worker that is killed leaves
- * the folder marked, and the next pass puts all its files in again. Without an index, which is logged, it does nothing. One
- * thread at a time.
+ * Carries the changes of one metadata folder into the search index, a few thousand at once: on a thread of its own while there
+ * are more to come. A worker that is killed leaves the folder marked, and the next pass puts all its files in again. Without an
+ * index, which is logged, it does nothing. One thread at a time.
  */
 class VXMetaDataIndexer
 {
@@ -30,24 +32,36 @@ public:
     /** At the end of a look at all files of the folder, which has so many: puts all in where the index tells another story.
      *  Files that can not be read are removed. False when there were some. */
     bool settle(qint64 fileCount);
+    /** Whether they were when it was opened, as the index says. */
+    bool wasComplete() const { return _wasComplete; }
     /** Whether all files are in the index, if so many are in the folder. */
     bool isInStep(qint64 fileCount);
     /** Reads all of the index. One that says other words than its entries have is thrown away, so that settle() makes it anew. */
     bool isSound();
     void close();
+    /** Whether the index that had all files when it was last closed lies there still. */
+    bool isStillThere() const { return _left == VXSearchIndex::presentFileMark(); }
 
 private:
     void note(const VXSearchIndex::Change &change);
     void flush();
+    /** What was noted, on another thread than this. */
+    void carryBeside();
+    /** Until that is done. */
+    void awaitCarrier();
     bool putAllIn();
     void giveUp(const VXError &error);
 
     const QString _identifier;
     const VXMetaDataFolder &_folder;
     const VXMetaDataDebt _debt{_identifier};
-    std::unique_ptr<VXSearchIndex> _index; // while it is open and works
+    std::unique_ptr<VXSearchIndex> _index; // while it is open and works; the carrier's while there is one
     QList<VXSearchIndex::Change> _changes; // not carried over yet
+    std::thread _carrier;
+    bool _isCarried = true; // this and what follows: the carrier's while there is one
+    VXError _problem;
     bool _wasComplete = false;
     bool _wasEmpty = false; // of this folder's
     bool _isMarked = false;
+    std::optional<VXSearchIndex::FileMark> _left; // with all files
 };

@@ -16,16 +16,45 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What no file can hold, zero and half a character, gives way to signs.
+// Zero and half a character no file can hold.
+bool isWritable(const QString &text)
+{
+    return text.isValidUtf16() && !text.contains(QChar(0));
+}
+
+bool isWritable(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::QString:
+        return isWritable(*static_cast<const QString *>(value.constData()));
+    case QMetaType::QStringList:
+        return std::ranges::all_of(*static_cast<const QStringList *>(value.constData()),
+                                   [](const QString &text) { return isWritable(text); });
+    default:
+        return value.typeId() != QMetaType::QVariantList;
+    }
+}
+
+// They give way to signs.
 QVariant writable(const QVariant &value)
 {
+    if (isWritable(value))
+        return value;
     if (value.typeId() == QMetaType::QString)
         return QString::fromUtf8(value.toString().toUtf8()).replace(QChar(0), QChar::ReplacementCharacter);
-    if (value.typeId() != QMetaType::QStringList && value.typeId() != QMetaType::QVariantList)
-        return value;
     QVariantList list = value.toList();
     std::ranges::transform(list, list.begin(), writable);
     return list;
+}
+
+// Host and path of its URI.
+QString identifierOf(const VXManagedObjectID &objectID)
+{
+    if (!objectID.isTemporary())
+        return objectID.store()->identifier() + u'/' + objectID.entity().name() + "/p"_L1 +
+               QString::number(objectID.number());
+    const QUrl uri = objectID.uriRepresentation();
+    return uri.host() + uri.path();
 }
 
 } // namespace
@@ -62,7 +91,8 @@ void VXMetaDataMirror::resetCounts()
 
 bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObject &object)
 {
-    const std::optional<qint64> fileTime = _folder.modificationTime(name);
+    bool isFree = false;
+    const std::optional<qint64> fileTime = _folder.modificationTime(name, &isFree);
     if (fileTime && isCurrent(object, *fileTime) && !_owed.contains(object.objectID().number())) {
         const auto ahead = _ahead.constFind(object.objectID().number());
         ++(ahead == _ahead.cend() ? _unchanged : *ahead == Ahead::Added ? _added : _updated);
@@ -71,7 +101,7 @@ bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObjec
         return true;
     }
     ++(fileTime ? _updated : _added);
-    const bool isWritten = writeFile(name, object);
+    const bool isWritten = writeFile(name, object, isFree);
     if (!isWritten)
         ++_errors;
     return isWritten;
@@ -96,25 +126,29 @@ std::optional<qint64> VXMetaDataMirror::modificationTime(const VXManagedObject &
 
 std::optional<QVariantMap> VXMetaDataMirror::valuesOf(const VXManagedObject &object) const
 {
-    const std::optional<QVariantMap> described = metaDataPlist(object);
-    if (!described)
+    std::optional<QVariantMap> values = metaDataPlist(object);
+    if (!values)
         return std::nullopt;
-    QVariantMap values;
-    for (const auto &[key, value] : described->asKeyValueRange()) {
-        if (!VXIsNone(value))
-            values.insert(key, writable(value));
+    for (auto value = values->begin(); value != values->end();) {
+        if (VXIsNone(*value)) {
+            value = values->erase(value);
+        } else {
+            if (!isWritable(*value))
+                *value = writable(*value);
+            ++value;
+        }
     }
-    const QUrl uri = object.objectID().uriRepresentation();
-    values.insert(u"kMDItemIdentifier"_s, QString(uri.host() + uri.path())); // whatever the class says
-    values.insert(u"kMDItemCreator"_s, _identifier);
+    values->insert(u"kMDItemIdentifier"_s, identifierOf(object.objectID())); // whatever the class says
+    values->insert(u"kMDItemCreator"_s, _identifier);
     return values;
 }
 
-bool VXMetaDataMirror::writeFile(const QString &name, const VXManagedObject &object)
+bool VXMetaDataMirror::writeFile(const QString &name, const VXManagedObject &object, bool isFree)
 {
     constexpr auto operation = "writeObjectMetaData:toFile:";
+    _indexer.willChange();
     // The old file goes in any case: it does not tell of the object as it is.
-    if (!removeFile(name, operation))
+    if (!isFree && !removeFile(name, operation))
         return false;
     auto isGone = qScopeGuard([&] { _indexer.didRemove(name); }); // also when the object's class throws
     const std::optional<QVariantMap> values = valuesOf(object);

@@ -35,6 +35,7 @@ public:
     VXMetaDataFolder &folder() { return _folder; }
     const VXMetaDataFolder &folder() const { return _folder; }
     VXMetaDataIndexer &indexer() { return _indexer; }
+    bool isIndexStillThere() const { return _indexer.isStillThere(); }
 
     /** Has folder and index open for its length. */
     class Use
@@ -62,7 +63,7 @@ public:
     /** What the object's file is to say; none without metadata. */
     std::optional<QVariantMap> valuesOf(const VXManagedObject &object) const;
     /** Writes it anew. False without metadata, and when the old file cannot be removed. */
-    bool writeFile(const QString &name, const VXManagedObject &object);
+    bool writeFile(const QString &name, const VXManagedObject &object) { return writeFile(name, object, false); }
     /** Removes a file without object; what is no file of a sync's goes to the trash. */
     void removeOrphan(const QString &name);
     /** Since the use of it began: whether every file could be written and removed that was to be. */
@@ -84,6 +85,8 @@ private:
     bool isCurrent(const VXManagedObject &object, qint64 fileTime) const;
     /** Milliseconds since 1970; none for an object without date. */
     std::optional<qint64> modificationTime(const VXManagedObject &object) const;
+    /** `isFree`: nothing has that name. */
+    bool writeFile(const QString &name, const VXManagedObject &object, bool isFree);
     bool removeFile(const QString &name, const char *operation);
 
     const QString _identifier;

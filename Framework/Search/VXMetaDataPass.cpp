@@ -59,9 +59,9 @@ private:
     void synchronizeOne(const VXManagedObjectPtr &object);
     /** False when the object is not there any more. */
     bool synchronize(const VXManagedObjectPtr &object, const QString &name);
-    /** Runs work on one file; what a class of the store's throws is logged. */
+    /** Runs work on one file. False when a class of the store's threw, which is logged. */
     template <class Work>
-    void withFile(const Work &work);
+    bool withFile(const Work &work);
     void trace(std::chrono::duration<double> duration) const;
     void log(unsigned level, const QString &text) const
     {
@@ -73,7 +73,8 @@ private:
     std::unique_ptr<VXFileLock> _turn;
     bool _isRefused = false; // the turn, for ever
     VXActivity::Ptr _activity;
-    VXNumberSet _numbers; // of the objects that have been visited
+    VXNumberSet _numbers;       // of the objects that have been visited
+    QList<qint64> _undescribed; // of those whose class threw
     std::optional<VXMetaDataNames> _names;
     bool _isBrokenOff = false;
 };
@@ -118,8 +119,11 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
     owed.isAll = owed.isAll || !_sync._settings.areNoted(settings);
     _sync._mirror.setOwed(std::move(owed));
     const bool isDone = work() && _sync._settings.note(settings);
+    _sync._debt.markLater(_undescribed);
     _sync._debt.endPass(isDone);
     _sync._isMade = isDone;
+    if (isDone)
+        _sync.settleIndex();
     _turn.reset(); // before the main thread is asked for anything, which may wait for it
     trace(std::chrono::steady_clock::now() - start);
     return isDone ? Outcome::Done : Outcome::Failed;
@@ -169,14 +173,16 @@ bool VXMetaDataSync::Pass::waitForTurn(Wait longestWait)
 }
 
 template <class Work>
-void VXMetaDataSync::Pass::withFile(const Work &work)
+bool VXMetaDataSync::Pass::withFile(const Work &work)
 {
     _sync.beginFile();
     const auto end = qScopeGuard([this] { _sync.endFile(); });
     try {
         work();
+        return true;
     } catch (...) {
         log(VXLogError, "%1: caught exception "_L1.arg(_sync._identifier) + VXDescribeThrown().description);
+        return false;
     }
 }
 
@@ -187,6 +193,7 @@ bool VXMetaDataSync::Pass::work()
         _sync._persistentStoreCoordinator->model().entityForName(_sync._entityName);
     if (entity == nullptr) {
         log(VXLogError, "%1: there is no entity %2"_L1.arg(_sync._identifier, _sync._entityName));
+        static_cast<void>(_sync._mirror.indexer().settle(0));
         return true; // nor will there be
     }
     _names.emplace(*entity);
@@ -211,7 +218,7 @@ bool VXMetaDataSync::Pass::makeWayForStore()
         log(VXLogNotice, "%1: the files tell of another store, and are made anew"_L1.arg(_sync._identifier));
         folder.forEachName([&](const QString &name) {
             if (_sync.isRunning())
-                withFile([&] { _sync._mirror.removeOrphan(name); });
+                static_cast<void>(withFile([&] { _sync._mirror.removeOrphan(name); }));
         });
     }
     if (!_sync.isRunning())
@@ -270,7 +277,8 @@ void VXMetaDataSync::Pass::synchronizeOne(const VXManagedObjectPtr &object)
     const VXManagedObjectID &objectID = object->objectID();
     _activity->increment();
     bool isThere = true; // also one that throws
-    withFile([&] { isThere = synchronize(object, metaDataFilename(objectID)); });
+    if (!withFile([&] { isThere = synchronize(object, QFile::decodeName(_names->nameOf(objectID))); }))
+        _undescribed.append(objectID.number());
     if (isThere)
         _numbers.insert(objectID.number());
 }
@@ -296,7 +304,7 @@ bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
             return;
         }
         _activity->increment();
-        withFile([&] { _sync._mirror.removeOrphan(QFile::decodeName(name)); });
+        static_cast<void>(withFile([&] { _sync._mirror.removeOrphan(QFile::decodeName(name)); }));
     });
     if (!isListed)
         log(VXLogError, "The folder can not be listed: "_L1 + _sync._mirror.folder().path());
@@ -308,21 +316,22 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
     if (!prepareFolder() || !takeTurn(0ms) || !_turn || !isOfThisStore())
         return false;
     const VXMetaDataMirror::Use use(_sync._mirror);
+    bool isAll = saved.isAll;
     for (const VXManagedObjectID &objectID : saved.present) {
         const VXManagedObjectPtr object = _context.existingObjectWithID(objectID);
         if (!_sync.isRunning())
             return false;
         if (!object)
             continue; // deleted since, which is noted too
-        withFile([&] { _sync._mirror.writeAhead(*object); });
+        isAll = withFile([&] { _sync._mirror.writeAhead(*object); }) && isAll;
         _context.refreshObject(object, false);
     }
     for (const VXManagedObjectID &objectID : saved.deleted) {
         if (saved.present.contains(objectID) && _context.existingObjectWithID(objectID))
             continue; // written again since
-        withFile([&] { _sync._mirror.removeAhead(objectID); });
+        isAll = withFile([&] { _sync._mirror.removeAhead(objectID); }) && isAll;
     }
-    return saved.isAll && _sync._mirror.isWhole();
+    return isAll && _sync._mirror.isWhole();
 }
 
 void VXMetaDataSync::Pass::trace(std::chrono::duration<double> duration) const

@@ -1,6 +1,7 @@
 #include "VXMetaDataSettings.h"
 
 #include "VXFileManager.h"
+#include "VXMakeWay.h"
 #include "VXPropertyList.h"
 #include "VXUserDefaults.h"
 
@@ -51,7 +52,8 @@ bool VXMetaDataSettings::areNoted(const QVariantMap &settings) const
 bool VXMetaDataSettings::note(const QVariantMap &settings) const
 {
     return areNoted(settings) ||
-           VXPropertyList::toFile(settings, _path, VXPropertyList::Format::Binary, nullptr, VXFileAccess::Private);
+           (VXMakeWayForFile(_path) &&
+            VXPropertyList::toFile(settings, _path, VXPropertyList::Format::Binary, nullptr, VXFileAccess::Private));
 }
 
 void VXMetaDataSettings::forget() const

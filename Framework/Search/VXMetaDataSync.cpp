@@ -105,12 +105,12 @@ VXMetaDataSync::Ptr VXMetaDataSync::launchMetaDataSyncWithIdentifier(
 }
 
 // So that the files are made anew although nothing is saved.
-void VXMetaDataSync::noteOtherStore() const
+void VXMetaDataSync::noteOtherStore(bool isToStay) const
 {
     const QByteArray origin = VXMetaDataFolder(_identifier).origin();
-    const bool isKnown =
-        origin.isEmpty() ? !isNewAmongOthers() : origin == VXMarkOfStores(*_persistentStoreCoordinator);
-    if (!isKnown)
+    const bool isSame = origin.isEmpty() || origin == VXMarkOfStores(*_persistentStoreCoordinator);
+    // Others may settle the index before this one has come to its pass.
+    if (!isSame || ((origin.isEmpty() || isToStay) && isNewAmongOthers()))
         _debt.markPass();
 }
 
@@ -124,8 +124,8 @@ bool VXMetaDataSync::isNewAmongOthers() const
 // False when the program is at its end.
 bool VXMetaDataSync::startWork()
 {
-    noteOtherStore();
     _mirrorsOwnSaves = workOfProcess == VXMetaDataWork::OwnSaves;
+    noteOtherStore(!_mirrorsOwnSaves);
     if (_mirrorsOwnSaves) {
         _mostSaved = mostOwnSaves;
         return true;
@@ -398,7 +398,20 @@ void VXMetaDataSync::noteChangesElsewhere()
 
 bool VXMetaDataSync::isMirrorGone() const
 {
-    return _isMade && !(VXExistsAtPath(_mirror.folder().path()) && VXExistsAtPath(VXSearchIndex::path()));
+    return _isMade && !(VXExistsAtPath(_mirror.folder().path()) && _mirror.isIndexStillThere());
+}
+
+void VXMetaDataSync::settleIndex() const
+{
+    QStringList identifiers{_identifier};
+    for (const Ptr &sync : launchedSyncs())
+        identifiers.append(sync->_identifier);
+    VXError error;
+    const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
+    if (index && !index->isAllComplete(&error))
+        static_cast<void>(index->settleAll(identifiers, &error));
+    if (error)
+        VXLogMethod(VXLogWarning, "settleIndex", error.description());
 }
 
 void VXMetaDataSync::threadedMetaDataWorker()

@@ -28,8 +28,9 @@ enum class VXMetaDataWork {
 
 /**
  * Keeps a folder of small property lists, one for each object of an entity, in step with the store, for whoever searches.
- * A thread of its own at the lowest priority goes through all objects after the store was saved (a pass), 5 seconds after
- * the pass before or when syncFrequency() has gone by; what was saved in this process it mirrors at once, ahead of the pass.
+ * A thread of its own goes through all objects after the store was saved (a pass), 5 seconds after the pass before or when
+ * syncFrequency() has gone by; what was saved in this process it mirrors at once, ahead of the pass. It gives way to all others
+ * (VXThread::vx_lowerPriority), but is not idle: it has locks that others wait for.
  * Of all processes one at a time works on a folder. Any thread may call.
  */
 class VX_EXPORT VXMetaDataSync : public std::enable_shared_from_this<VXMetaDataSync>
@@ -77,6 +78,8 @@ public:
     void setNeedsUpdate(bool needsUpdate) { _needsUpdate = needsUpdate; }
     /** Of the present or last pass. */
     VXMetaDataCounts counts() const;
+    /** Whether somebody has removed what the last pass made. Not while a pass runs. */
+    bool isMirrorGone() const;
 
     /** A save by a context of the coordinator makes a pass due. */
     void contextDidSaveNotification(const VXNotification &notification);
@@ -129,11 +132,11 @@ private:
                    const QString &entityName, const QString &modificationDateKey, const QStringList &settings);
     void addStoreListener();
     bool startWork();
-    void noteOtherStore() const;
+    void noteOtherStore(bool isToStay) const;
     bool isNewAmongOthers() const;
-    /** Whether somebody has removed what the last pass made. */
-    bool isMirrorGone() const;
     void noteChangesElsewhere();
+    /** What is searched is whole once all that run have made a pass. */
+    void settleIndex() const;
     /** Before what is to be saved is: a kill in the midst of it leaves word. */
     void contextWillSaveNotification(const VXNotification &notification);
     using ObjectIDs = QSet<VXManagedObjectID>;

@@ -82,20 +82,27 @@ bool VXSearchIndex::collectWords(const QString &expression, qsizetype limit, QLi
 bool VXSearchIndex::collectNumbers(const QString &digits, const QString &kind, qsizetype limit,
                                    QList<VXFoundObject> *found, VXError *error)
 {
-    VXSQLiteStatement statement = _connection->statement(
-        u"SELECT object, entry.kind, title, detail, date FROM number JOIN entry ON entry.id = number.entry "
-        "WHERE reversed >= ?1 AND reversed < ?2 AND (?3 IS NULL OR entry.kind = ?3) "
-        "GROUP BY entry.id ORDER BY min(reversed <> ?1), entry.id DESC LIMIT ?4"_s,
-        error);
-    if (!statement)
-        return false;
+    const QString conditions[] = {
+        u"reversed = ?1 AND (?3 IS NULL OR entry.kind = ?3) ORDER BY number.entry DESC LIMIT ?4"_s, // as they lie there
+        u"reversed > ?1 AND reversed < ?2 AND (?3 IS NULL OR entry.kind = ?3) "
+        "GROUP BY entry.id ORDER BY entry.id DESC LIMIT ?4"_s,
+    };
     const QString first = reversed(digits);
     const QString behind = first + u':'; // follows the digits
-    statement.bindText(1, first);
-    statement.bindText(2, behind);
-    statement.bindText(3, kind);
-    statement.bindNumber(4, limit);
-    return collect(statement, limit, found, error);
+    return std::ranges::all_of(conditions, [&](const QString &condition) {
+        VXSQLiteStatement statement = _connection->statement(
+            u"SELECT object, entry.kind, title, detail, date FROM number CROSS JOIN entry ON entry.id = number.entry "
+            "WHERE "_s +
+                condition,
+            error);
+        if (!statement)
+            return false;
+        statement.bindText(1, first);
+        statement.bindText(2, behind);
+        statement.bindText(3, kind);
+        statement.bindNumber(4, limit + found->size()); // those may be among them
+        return found->size() >= limit || collect(statement, limit, found, error);
+    });
 }
 
 bool VXSearchIndex::collect(VXSQLiteStatement &statement, qsizetype limit, QList<VXFoundObject> *found, VXError *error)

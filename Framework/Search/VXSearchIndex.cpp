@@ -2,9 +2,11 @@
 
 #include "VXFileManager.h"
 #include "VXFolders.h"
+#include "VXMakeWay.h"
 #include "VXMethodLog.h"
 #include "VXObjectStoreError.h"
 #include "VXPhoneNumber.h"
+#include "VXSearchTerms.h"
 #include "VXSQLiteConnection.h"
 
 #include <QtCore/QFile>
@@ -27,8 +29,9 @@ constexpr qint64 latestDate = qint64(1) << 45;        // in milliseconds, a thou
 
 const QString identifierKey = u"kMDItemIdentifier"_s;
 const QString numbersKey = u"kMDItemPhoneNumbers"_s;
+const QString descriptionKey = u"kMDItemDescription"_s;
 
-constexpr int version = 1;
+constexpr int version = 2;
 
 // The text is kept beside the index of its words: taking it out needs it. No triggers: connections run none.
 constexpr const char *schema[] = {
@@ -41,8 +44,9 @@ constexpr const char *schema[] = {
     "CREATE TABLE IF NOT EXISTS number (reversed TEXT, entry INTEGER, PRIMARY KEY (reversed, entry)) WITHOUT ROWID",
     "CREATE INDEX IF NOT EXISTS numberByEntry ON number (entry)",
     "CREATE VIRTUAL TABLE IF NOT EXISTS words USING fts5 (kind, text, content = 'entry', content_rowid = 'id', "
-    "prefix = '2 3', columnsize = 0, tokenize = 'unicode61 remove_diacritics 2')",
-    "PRAGMA user_version = 1",
+    "prefix = '2 3', columnsize = 0, tokenize = \"unicode61 remove_diacritics 0 categories 'L* N* Co Mc'\")",
+    "INSERT OR IGNORE INTO folder (name, isComplete) VALUES ('', 0)", // for those that nobody has named yet
+    "PRAGMA user_version = 2",
     "COMMIT",
 };
 
@@ -53,23 +57,49 @@ bool makeFile(const QString &path)
     return VXFileDescriptor(::open(QFile::encodeName(path).constData(), flags, S_IRUSR | S_IWUSR)).isOpen();
 }
 
+// Its own, and those that SQLite makes beside it.
+constexpr QLatin1String suffixes[] = {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1};
+
+bool makeWay(const QString &path)
+{
+    return std::ranges::all_of(suffixes, [&path](QLatin1String suffix) { return VXMakeWayForFile(path + suffix); });
+}
+
 // Of what is made anew.
 VXError damage(const QString &path, const QString &reason)
 {
     return VXObjectStoreError(VXObjectStoreErrorCode::FileCorrupt, reason, {}, path);
 }
 
+// Once what is said twice, as a number that is all of the title, and a text that is shown beside it.
 QString wordsOf(const QVariantMap &values)
 {
     QStringList words;
     for (const auto &[key, value] : values.asKeyValueRange()) {
-        if (key == identifierKey || key == "kMDItemCreator"_L1 || key == "kMDItemKind"_L1)
+        if (key == identifierKey || key == "kMDItemCreator"_L1 || key == "kMDItemKind"_L1 || key == descriptionKey)
             continue;
         if (value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QStringList ||
             value.typeId() == QMetaType::QVariantList)
             words += value.toStringList(); // of a text the list of it
     }
-    return words.join(u'\n');
+    words.removeDuplicates();
+    const QString shown = values.value(descriptionKey).toString();
+    const QString text = words.join(u'\n');
+    return VXSearchTerms::folded(text.contains(shown) ? text : text + u'\n' + shown);
+}
+
+// Null for null.
+QByteArray utf8Of(const QString &text)
+{
+    return text.isNull() ? QByteArray() : text.toUtf8();
+}
+
+void bindUtf8(VXSQLiteStatement &statement, int parameter, const QByteArray &text)
+{
+    if (text.isNull())
+        statement.bindNull(parameter);
+    else
+        statement.bindText(parameter, QUtf8StringView(text));
 }
 
 QString kindOf(const VXSearchIndex::Change &change)
@@ -80,26 +110,19 @@ QString kindOf(const VXSearchIndex::Change &change)
 
 } // namespace
 
-namespace {
-
-std::pair<quint64, quint64> fileAt(const QString &path)
-{
-    struct stat status = {};
-    return ::stat(QFile::encodeName(path).constData(), &status) == 0
-               ? std::pair<quint64, quint64>(status.st_dev, status.st_ino)
-               : std::pair<quint64, quint64>();
-}
-
-} // namespace
-
 VXSearchIndex::VXSearchIndex(std::unique_ptr<VXSQLiteConnection> connection)
-    : _connection(std::move(connection)), _file(fileAt(path()))
+    : _connection(std::move(connection)), _file(presentFileMark())
 {
 }
 
-bool VXSearchIndex::isCurrent() const
+VXSearchIndex::FileMark VXSearchIndex::presentFileMark()
 {
-    return fileAt(path()) == _file;
+    struct statx status = {};
+    if (::statx(AT_FDCWD, QFile::encodeName(path()).constData(), AT_SYMLINK_NOFOLLOW, STATX_INO | STATX_BTIME,
+                &status) != 0)
+        return {};
+    const qint64 birth = status.stx_btime.tv_sec * 1'000'000'000 + status.stx_btime.tv_nsec;
+    return {quint64(status.stx_dev_major) << 32 | status.stx_dev_minor, status.stx_ino, birth};
 }
 
 VXSearchIndex::~VXSearchIndex() = default;
@@ -136,9 +159,13 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::open(VXError *error)
         VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, path()));
         return nullptr;
     }
+    if (!makeWay(path())) {
+        VXSetError(error, VXError::platformError(
+                              VXPlatformErrorCode::FileWrite,
+                              u"What is no file lies in its place, and can not be moved to the trash."_s, {}, path()));
+        return nullptr;
+    }
     VXError problem;
-    if (QFileInfo(path()).isSymLink()) // to where all would be seen by others
-        QFile::remove(path());
     makeFile(path());
     std::unique_ptr<VXSearchIndex> index = openFile(&problem);
     if (!index) {
@@ -189,7 +216,7 @@ bool VXSearchIndex::discardIfDamaged(const VXError &error)
 
 void VXSearchIndex::discard()
 {
-    for (const QLatin1String suffix : {""_L1, "-wal"_L1, "-shm"_L1})
+    for (const QLatin1String suffix : suffixes)
         QFile::remove(path() + suffix);
 }
 
@@ -215,6 +242,13 @@ bool VXSearchIndex::isComplete(const QString &folder, VXError *error)
 bool VXSearchIndex::isAllComplete(VXError *error)
 {
     return number(u"SELECT min(isComplete) FROM folder"_s, {}, error).value_or(0) != 0;
+}
+
+bool VXSearchIndex::settleAll(const QStringList &folders, VXError *error)
+{
+    const bool areComplete =
+        std::ranges::all_of(folders, [&](const QString &folder) { return isComplete(folder, error); });
+    return areComplete && _connection->execute(u"DELETE FROM folder WHERE name = ''"_s, error);
 }
 
 bool VXSearchIndex::isSound(VXError *error)
@@ -297,7 +331,7 @@ bool VXSearchIndex::forgetFolder(const QString &folder, VXError *error)
 QStringList VXSearchIndex::folders(VXError *error)
 {
     QStringList names;
-    VXSQLiteStatement statement = _connection->statement(u"SELECT name FROM folder"_s, error);
+    VXSQLiteStatement statement = _connection->statement(u"SELECT name FROM folder WHERE name <> ''"_s, error);
     VXSQLiteStatement::Step step = VXSQLiteStatement::Step::Row;
     while (statement && (step = statement.step()) == VXSQLiteStatement::Step::Row)
         names.append(statement.text(0));
@@ -343,6 +377,16 @@ bool VXSearchIndex::apply(const QString &folder, const QList<Change> &changes, V
 
 bool VXSearchIndex::put(qint64 folder, const Change &change, VXError *error)
 {
+    // Mostly it is a new one, and the only one of its moment.
+    const qint64 place = change.values ? placeOf(*change.values) : undated;
+    bool isIn = false;
+    if (place != undated && !insert(folder, change, place, &isIn, error))
+        return false;
+    return isIn || replace(folder, change, place, error);
+}
+
+bool VXSearchIndex::replace(qint64 folder, const Change &change, qint64 place, VXError *error)
+{
     const auto bind = [&](VXSQLiteStatement &statement) {
         statement.bindNumber(1, folder);
         statement.bindText(2, change.name);
@@ -353,8 +397,13 @@ bool VXSearchIndex::put(qint64 folder, const Change &change, VXError *error)
     bind(known);
     const bool isKnown = known.step() == VXSQLiteStatement::Step::Row;
     known.reset();
-    return (!isKnown || takeOut(u"folder = ?1 AND name = ?2"_s, bind, error)) &&
-           (!change.values || insert(folder, change, error));
+    if (isKnown && !takeOut(u"folder = ?1 AND name = ?2"_s, bind, error))
+        return false;
+    if (!change.values)
+        return true;
+    bool isIn = false;
+    const std::optional<qint64> id = freeID(place, error);
+    return id && insert(folder, change, *id, &isIn, error);
 }
 
 // The next free one from there on; none on failure.
@@ -387,39 +436,41 @@ qint64 VXSearchIndex::placeOf(const QVariantMap &values)
     return when.isValid() ? std::clamp<qint64>(when.toMSecsSinceEpoch(), 0, latestDate) * entriesOfAMoment : undated;
 }
 
-bool VXSearchIndex::insert(qint64 folder, const Change &change, VXError *error)
+// Not while there is one of that ID or name.
+bool VXSearchIndex::insert(qint64 folder, const Change &change, qint64 id, bool *isIn, VXError *error)
 {
-    const std::optional<qint64> id = freeID(placeOf(*change.values), error);
-    if (!id)
-        return false;
-    VXSQLiteStatement entry =
-        _connection->statement(u"INSERT INTO entry (folder, name, object, kind, title, detail, date, text, id) "
-                               "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
-                               error);
+    VXSQLiteStatement entry = _connection->statement(
+        u"INSERT OR IGNORE INTO entry (folder, name, object, kind, title, detail, date, text, id) "
+        "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
+        error);
     VXSQLiteStatement words =
         _connection->statement(u"INSERT INTO words (rowid, kind, text) VALUES (?, ?, ?)"_s, error);
     if (!entry || !words)
         return false;
     const QVariantMap &values = *change.values;
     // What is bound lives as long as the statement runs.
-    const QString object = values.value(identifierKey).toString();
-    const QString kind = kindOf(change);
-    const QString title = values.value(u"kMDItemTitle"_s).toString();
-    const QString detail = values.value(u"kMDItemDescription"_s).toString();
-    const QString text = wordsOf(values);
+    const QByteArray name = change.name.toUtf8();
+    const QByteArray object = utf8Of(values.value(identifierKey).toString());
+    const QByteArray kind = utf8Of(kindOf(change));
+    const QByteArray title = utf8Of(values.value(u"kMDItemTitle"_s).toString());
+    const QByteArray detail = utf8Of(values.value(descriptionKey).toString());
+    const QByteArray text = utf8Of(wordsOf(values));
     entry.bindNumber(1, folder);
-    entry.bindText(2, change.name);
-    entry.bindText(3, object);
-    entry.bindText(4, kind);
-    entry.bindText(5, title);
-    entry.bindText(6, detail);
+    bindUtf8(entry, 2, name);
+    bindUtf8(entry, 3, object);
+    bindUtf8(entry, 4, kind);
+    bindUtf8(entry, 5, title);
+    bindUtf8(entry, 6, detail);
     entry.bindValue(7, values.value(u"kMDItemContentCreationDate"_s));
-    entry.bindText(8, text);
-    entry.bindNumber(9, *id);
-    words.bindNumber(1, *id);
-    words.bindText(2, kind);
-    words.bindText(3, text);
-    return run(entry, error) && run(words, error) && putNumbers(*id, values, error);
+    bindUtf8(entry, 8, text);
+    entry.bindNumber(9, id);
+    words.bindNumber(1, id);
+    bindUtf8(words, 2, kind);
+    bindUtf8(words, 3, text);
+    if (!run(entry, error))
+        return false;
+    *isIn = _connection->changes() > 0;
+    return !*isIn || (run(words, error) && putNumbers(id, values, error));
 }
 
 QString VXSearchIndex::reversed(const QString &text)
@@ -431,12 +482,12 @@ QString VXSearchIndex::reversed(const QString &text)
 
 bool VXSearchIndex::putNumbers(qint64 id, const QVariantMap &values, VXError *error)
 {
-    const QVariantList numbers = values.value(numbersKey).toList();
+    const QStringList numbers = values.value(numbersKey).toStringList();
     if (numbers.isEmpty())
         return true;
     VXSQLiteStatement statement = _connection->statement(u"INSERT OR IGNORE INTO number VALUES (?, ?)"_s, error);
-    return statement && std::ranges::all_of(numbers, [&](const QVariant &number) {
-               const QString text = reversed(VXPhoneNumberSearchString(number.toString()));
+    return statement && std::ranges::all_of(numbers, [&](const QString &number) {
+               const QString text = reversed(VXPhoneNumberSearchString(number));
                statement.bindText(1, text);
                statement.bindNumber(2, id);
                return text.isEmpty() || run(statement, error);

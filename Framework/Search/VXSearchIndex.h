@@ -13,7 +13,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <utility>
+#include <tuple>
 
 class VXSQLiteConnection;
 class VXSQLiteStatement;
@@ -49,14 +49,22 @@ public:
     static void discard();
     ~VXSearchIndex();
     static QString path();
+    /** Which file it is; no other that ever lies there is the same. */
+    using FileMark = std::tuple<quint64, quint64, qint64>;
+    FileMark fileMark() const { return _file; }
+    /** Of what lies there now. */
+    static FileMark presentFileMark();
     /** False once another file lies there, or none. */
-    bool isCurrent() const;
+    bool isCurrent() const { return presentFileMark() == _file; }
 
     // -- What is in it, by the identifier of the sync and the names of its files
     /** False after a start that had no end: files and index may differ. */
     bool isComplete(const QString &folder, VXError *error);
-    /** Whether there is a folder, and all are complete. */
+    /** Whether all folders are complete, and somebody has said since it was made which those are. */
     bool isAllComplete(VXError *error);
+    /** There are these folders, and no other is to be waited for once each of them is complete. False, without an error, when one
+     *  is not. */
+    bool settleAll(const QStringList &folders, VXError *error);
     /** Whether the words are those of the entries. False, with an error, when it is damaged. */
     bool isSound(VXError *error);
     /** How many files of the folder are in it; -1 on failure. */
@@ -82,8 +90,8 @@ public:
 
     // -- Searching
     /**
-     * Objects that have a word beginning with each of the words given, letters with and without marks being the same where
-     * the mark is one of its own ("é", not "ø"), or a phone number that ends with the digits, if there are four at least. Whole words and numbers first; among them what has no
+     * Objects that have a word beginning with each of the words given (letters are compared as VXSearchTerms::folded() has them),
+     * or a phone number that ends with the digits, if there are four at least. Whole words and numbers first; among them what has no
      * date (contacts), then the latest. After all these, records of a number that a contact has, by the words of both: of up
      * to 100 contacts. `kind`: null for all. None on failure, and for more than 32 words or 1,000 characters. A record's
      * title has the name of a contact for a bare number of its.
@@ -101,7 +109,8 @@ private:
     bool inTransaction(const std::function<bool(VXError *)> &work, VXError *error);
     bool takeOut(const QString &condition, const std::function<void(VXSQLiteStatement &)> &bind, VXError *error);
     bool put(qint64 folder, const Change &change, VXError *error);
-    bool insert(qint64 folder, const Change &change, VXError *error);
+    bool replace(qint64 folder, const Change &change, qint64 place, VXError *error);
+    bool insert(qint64 folder, const Change &change, qint64 id, bool *isIn, VXError *error);
     static qint64 placeOf(const QVariantMap &values);
     std::optional<qint64> freeID(qint64 place, VXError *error);
     /** Numbers are kept so: those with the same end begin alike. */
@@ -136,5 +145,5 @@ private:
     void nameParties(VXFoundObject *object);
 
     std::unique_ptr<VXSQLiteConnection> _connection;
-    const std::pair<quint64, quint64> _file; // device and inode
+    const FileMark _file; // device and inode, which is given again, and time of birth
 };

@@ -1,10 +1,12 @@
 #include "VXSearchTerms.h"
 
 #include "VXPhoneNumber.h"
+#include "VXTextComparison.h"
 
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -14,11 +16,65 @@ constexpr qsizetype fewestDigits = 4;
 constexpr qsizetype mostWords = 32;
 constexpr qsizetype longestText = 1000;
 
+bool isASCII(const QString &text)
+{
+    return std::ranges::all_of(text, [](QChar each) { return each.unicode() < 0x80; });
+}
+
+// As people type what Unicode does not take apart; nothing for what is no letter, but stands within words.
+std::optional<QLatin1String> spelling(QChar letter)
+{
+    switch (letter.toCaseFolded().unicode()) {
+    case u'ß':
+        return "ss"_L1;
+    case u'æ':
+        return "ae"_L1;
+    case u'œ':
+        return "oe"_L1;
+    case u'ø':
+        return "o"_L1;
+    case u'ł':
+        return "l"_L1;
+    case u'đ':
+    case u'ð':
+        return "d"_L1;
+    case u'ħ':
+        return "h"_L1;
+    case u'þ':
+        return "th"_L1;
+    case u'ı':
+        return "i"_L1;
+    case 0x00ad: // soft hyphen
+    case 0x0640: // lengthens Arabic words
+        return ""_L1;
+    default:
+        return std::nullopt;
+    }
+}
+
+// Whose words have no blanks between them.
+bool isUnspaced(char32_t letter)
+{
+    switch (QChar::script(letter)) {
+    case QChar::Script_Han:
+    case QChar::Script_Hiragana:
+    case QChar::Script_Katakana:
+    case QChar::Script_Thai:
+    case QChar::Script_Lao:
+    case QChar::Script_Khmer:
+    case QChar::Script_Myanmar:
+        return true;
+    default:
+        return false;
+    }
+}
+
 // Those that have a letter or digit: the others are no words to the index.
 QStringList wordsOf(const QString &text)
 {
     static const QRegularExpression space(u"\\s+"_s, QRegularExpression::UseUnicodePropertiesOption);
     QStringList words = QString(text).replace(QChar(0), u' ').split(space, Qt::SkipEmptyParts);
+    std::ranges::transform(words, words.begin(), VXSearchTerms::folded);
     words.removeIf([](const QString &word) {
         return std::ranges::none_of(word.toUcs4(), [](uint each) { return QChar::isLetterOrNumber(each); });
     });
@@ -46,9 +102,34 @@ VXSearchTerms::VXSearchTerms(const QString &text)
         return;
     }
     _words = wordsOf(trimmed);
-    _digits = digitsOf(trimmed);
+    _digits = digitsOf(trimmed.normalized(QString::NormalizationForm_KC)); // of any width
     if (_words.size() > mostWords)
         _problem = u"These are too many words to search for: %1, of at most %2."_s.arg(_words.size()).arg(mostWords);
+}
+
+QString VXSearchTerms::folded(const QString &text)
+{
+    if (isASCII(text)) // whose case the index overlooks
+        return text;
+    QString letters;
+    for (const QChar each : text.normalized(QString::NormalizationForm_KD)) {
+        if (const std::optional<QLatin1String> spelled = spelling(each))
+            letters += *spelled;
+        else
+            letters += each;
+    }
+    letters = VXFoldedText(letters, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive);
+    QString result;
+    result.reserve(letters.size());
+    for (const char32_t letter : letters.toUcs4()) {
+        const bool isWord = isUnspaced(letter);
+        if (isWord)
+            result += u' ';
+        result += QChar::fromUcs4(letter);
+        if (isWord)
+            result += u' ';
+    }
+    return result;
 }
 
 // Each word in quotes, so that nothing in it is taken for an operator.

@@ -15,6 +15,12 @@ public:
     /** In the form for look-ups; null when it is no phone number, or too short a part of one. */
     const QString &digits() const { return _digits; }
 
+    /**
+     * A text as the index has it, where case does not count: without the marks of letters, letters that have a mark built in as they
+     * are typed without ("ø", "ß"), each letter of scripts without blanks between words for itself. The text itself where it is ASCII.
+     */
+    static QString folded(const QString &text);
+
     enum class Match { Whole, Prefix };
     /** The FTS5 expression for texts that have all of these words. `kind`: null for all. */
     static QString expression(const QStringList &words, Match match, const QString &kind = {});

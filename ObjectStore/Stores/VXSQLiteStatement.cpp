@@ -67,6 +67,15 @@ void VXSQLiteStatement::bindText(int parameter, QStringView text)
     }
 }
 
+void VXSQLiteStatement::bindText(int parameter, QUtf8StringView text)
+{
+    if (text.isNull())
+        bindNull(parameter);
+    else
+        note(sqlite3_bind_text64(raw(), parameter, text.data(), sqlite3_uint64(text.size()), SQLITE_STATIC,
+                                 SQLITE_UTF8));
+}
+
 void VXSQLiteStatement::bindData(int parameter, QByteArrayView data)
 {
     if (data.isNull())

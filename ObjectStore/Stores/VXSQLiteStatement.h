@@ -6,6 +6,7 @@
 #include <QtCore/QByteArrayView>
 #include <QtCore/QString>
 #include <QtCore/QStringView>
+#include <QtCore/QUtf8StringView>
 #include <QtCore/QVariant>
 
 #include <atomic>
@@ -69,6 +70,8 @@ public:
     void bindReal(int parameter, double number);
     /** A null text is bound as NULL. */
     void bindText(int parameter, QStringView text);
+    /** The same in UTF-8, as the file has it: SQLite takes longer to turn it into that. */
+    void bindText(int parameter, QUtf8StringView text);
     /** Null data is bound as NULL. */
     void bindData(int parameter, QByteArrayView data);
     /** As bindData, with a copy of its own. */

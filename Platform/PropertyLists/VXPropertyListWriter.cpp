@@ -1,5 +1,6 @@
 #include "VXPropertyList.h"
 
+#include "VXPropertyListBinaryWriter.h"
 #include "VXPropertyListFault.h"
 
 #include <QtCore/QDataStream>
@@ -165,15 +166,14 @@ private:
     QString _reason;
 };
 
-plist_t nodeFor(const QVariant &value, Format format);
+plist_t nodeFor(const QVariant &value);
 
 // libplist makes dates of 32 bits only, up to 2069; but it reads any, so this one is read.
-plist_t dateNode(const QDateTime &date, Format format)
+plist_t dateNode(const QDateTime &date)
 {
     const qint64 milliseconds = date.toMSecsSinceEpoch() - referenceDate;
     // The XML form has whole seconds, and libplist would round dates before 2001 up.
-    const double seconds =
-        format == Format::XML ? std::floor(double(milliseconds) / 1000) : double(milliseconds) / 1000;
+    const double seconds = std::floor(double(milliseconds) / 1000);
     constexpr quint64 offsetTable = 8 + 1 + 8; // behind header, marker and date
     QByteArray document;
     QDataStream stream(&document, QIODevice::WriteOnly); // most significant byte first, as the form wants it
@@ -186,21 +186,12 @@ plist_t dateNode(const QDateTime &date, Format format)
     return node;
 }
 
-// Sorted, so that the same values always make the same text.
-QVariantMap sorted(const QVariantHash &entries)
-{
-    QVariantMap result;
-    for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
-        result.insert(entry.key(), entry.value());
-    return result;
-}
-
 // libplist leaves out what it has no memory for. Null unless all is there.
-plist_t dictionaryNode(const QVariantMap &entries, Format format)
+plist_t dictionaryNode(const QVariantMap &entries)
 {
     Node node(plist_new_dict(), plist_free);
     for (auto entry = entries.cbegin(); node && entry != entries.cend(); ++entry) {
-        const plist_t item = nodeFor(entry.value(), format);
+        const plist_t item = nodeFor(entry.value());
         if (item == nullptr)
             return nullptr;
         plist_dict_set_item(node.get(), entry.key().toUtf8().constData(), item);
@@ -209,11 +200,11 @@ plist_t dictionaryNode(const QVariantMap &entries, Format format)
 }
 
 template <class Array>
-plist_t arrayNode(const Array &elements, Format format)
+plist_t arrayNode(const Array &elements)
 {
     Node node(plist_new_array(), plist_free);
     for (auto element = elements.cbegin(); node && element != elements.cend(); ++element) {
-        const plist_t item = nodeFor(*element, format);
+        const plist_t item = nodeFor(*element);
         if (item == nullptr)
             return nullptr;
         plist_array_append_item(node.get(), item);
@@ -222,7 +213,7 @@ plist_t arrayNode(const Array &elements, Format format)
 }
 
 // The node of a value that was checked; the caller owns it. Null without memory.
-plist_t nodeFor(const QVariant &value, Format format)
+plist_t nodeFor(const QVariant &value)
 {
     switch (value.metaType().id()) {
     case QMetaType::QString:
@@ -237,15 +228,15 @@ plist_t nodeFor(const QVariant &value, Format format)
     case QMetaType::Double:
         return plist_new_real(value.toDouble());
     case QMetaType::QDateTime:
-        return dateNode(value.toDateTime(), format);
+        return dateNode(value.toDateTime());
     case QMetaType::QVariantMap:
-        return dictionaryNode(*static_cast<const QVariantMap *>(value.constData()), format);
+        return dictionaryNode(*static_cast<const QVariantMap *>(value.constData()));
     case QMetaType::QVariantHash:
-        return dictionaryNode(sorted(*static_cast<const QVariantHash *>(value.constData())), format);
+        return dictionaryNode(VXSortedEntries(*static_cast<const QVariantHash *>(value.constData())));
     case QMetaType::QVariantList:
-        return arrayNode(*static_cast<const QVariantList *>(value.constData()), format);
+        return arrayNode(*static_cast<const QVariantList *>(value.constData()));
     case QMetaType::QStringList:
-        return arrayNode(*static_cast<const QStringList *>(value.constData()), format);
+        return arrayNode(*static_cast<const QStringList *>(value.constData()));
     default:
         return plist_new_uint(uint64_t(value.toLongLong())); // with sign, in spite of its name
     }
@@ -261,14 +252,14 @@ QByteArray VXPropertyList::toData(const QVariant &value, Format format, VXError 
                                                  u"A property list cannot hold %1."_s.arg(check.reason())));
         return {};
     }
+    if (format == Format::Binary)
+        return VXPropertyListBinaryWriter(value).write();
     errno = 0; // libplist does not tell that memory was short; malloc does
-    const Node root(nodeFor(value, format), plist_free);
+    const Node root(nodeFor(value), plist_free);
     char *bytes = nullptr;
     uint32_t size = 0;
-    if (root && format == Format::XML)
+    if (root)
         plist_to_xml(root.get(), &bytes, &size);
-    else if (root)
-        plist_to_bin(root.get(), &bytes, &size);
     if (bytes == nullptr || size == 0 || errno == ENOMEM) {
         std::free(bytes); // NOLINT: as below
         VXSetError(error, VXError::platformError(VXPlatformErrorCode::InvalidValue, u"Out of memory."_s));

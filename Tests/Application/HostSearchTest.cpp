@@ -145,7 +145,14 @@ TEST_F(HostSearchTest, NothingStaysOfWhatIsNotSearchedAnyMore)
 
 TEST_F(HostSearchTest, ChecksItself)
 {
-    EXPECT_EQ(runHost({u"search"_s, u"check"_s}).status, 1); // nobody has looked at all objects yet
+    for (const bool isNew : {false, true}) { // nobody has looked at all objects yet
+        if (isNew)
+            QDir(path(u".cache/Metadata"_s)).removeRecursively();
+        const HostOutcome outcome = runHost({u"search"_s, u"check"_s});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.output.toStdString(), HasSubstr("not taken in yet"));
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("the next search takes in"));
+    }
     EXPECT_EQ(runHost({u"search"_s, u"update"_s}).status, 0);
     EXPECT_EQ(runHost({u"search"_s, u"check"_s}).status, 0);
     const QString contact = fileOf(u"phonebook"_s, u"p1_MD2.vxperson"_s);

@@ -37,7 +37,8 @@ QJsonObject jsonOf(const VXMetaDataSync &sync, const VXMetaDataReport &report)
 {
     QJsonObject json{{u"identifier"_s, sync.identifier()},    {u"entity"_s, sync.entityName()},
                      {u"objects"_s, report.objectCount},      {u"files"_s, report.fileCount},
-                     {u"index_whole"_s, report.isIndexWhole}, {u"unrepaired"_s, report.unrepaired}};
+                     {u"index_whole"_s, report.isIndexWhole}, {u"unrepaired"_s, report.unrepaired},
+                     {u"taken_in"_s, report.isTakenIn}};
     for (const auto &[kind, word] : kinds)
         json.insert(word, QJsonArray::fromStringList(namesOfKind(report, kind)));
     return json;
@@ -46,8 +47,12 @@ QJsonObject jsonOf(const VXMetaDataSync &sync, const VXMetaDataReport &report)
 QString textOf(const VXMetaDataSync &sync, const VXMetaDataReport &report, bool isRepaired)
 {
     QString text = u"%1: objects %2, files %3"_s.arg(sync.entityName()).arg(report.objectCount).arg(report.fileCount);
+    if (!report.isTakenIn)
+        text += u", not taken in yet"_s;
+    else if (report.isClean())
+        text += u", all in step"_s;
     if (report.isClean())
-        return text + u", all in step\n"_s;
+        return text + u'\n';
     if (isRepaired)
         text += report.isRepaired()
                     ? u"; what differed was put right"_s
@@ -71,12 +76,14 @@ int VXCheckSearch(VXHostContext &context)
     QString text;
     QJsonArray folders;
     bool isClean = true;
+    bool isTakenIn = true;
     for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs()) {
         VXError error;
         const std::optional<VXMetaDataReport> report = sync->checkMetaDataFiles(repairs, &error);
         if (!report)
             return context.output.fail(u"%1: %2"_s.arg(sync->entityName(), error.localizedDescription()));
         isClean = isClean && (repairs ? report->isRepaired() : report->isClean());
+        isTakenIn = isTakenIn && report->isTakenIn;
         text += textOf(*sync, *report, repairs);
         folders.append(jsonOf(*sync, *report));
     }
@@ -85,6 +92,8 @@ int VXCheckSearch(VXHostContext &context)
     if (!isClean)
         context.output.note(repairs ? u"\"vornix log\" may tell what was in the way"_s
                                     : u"\"vornix search check --repair\" puts it right"_s);
+    if (!isTakenIn)
+        context.output.note(u"the next search takes in what is not taken in yet; so does \"vornix search update\""_s);
     context.output.answer(text, QJsonObject{{u"clean"_s, isClean}, {u"repaired"_s, repairs}, {u"folders"_s, folders}});
     return isClean ? VXHostOutput::Done : VXHostOutput::Failed;
 }

@@ -126,9 +126,11 @@ VXHostCommand VXSearchCommand()
             u"messages and calls of the contacts that the words find. Up to 32 words. What is found can be opened with "
             u"\"vornix open\" by the \"url\" that --json tells.\n"
             "\"search check\" compares what is searched with the stores and tells what is stale, missing, orphaned or "
-            u"damaged; --repair puts it right. It ends with status 1 when something is wrong. \"search update\" takes "
-            "in what was saved, which otherwise happens by itself. To search for one of these words alone, put a blank "
-            "behind it, in quotes."_s,
+            u"damaged; --repair puts it right. It ends with status 1 when something is wrong; what no search has taken "
+            u"in "
+            "yet is told, and is not wrong. \"search update\" takes in what was saved, which otherwise happens by "
+            "itself. "
+            "To search for one of these words alone, put a blank behind it, in quotes."_s,
         .options = {{.name = u"kind"_s,
                      .placeholder = u"KIND"_s,
                      .summary = u"Only of that kind"_s,

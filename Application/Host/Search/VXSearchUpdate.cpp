@@ -9,6 +9,7 @@
 #include "VXSearchIndex.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QHash>
 #include <QtCore/QProcess>
 
 #include <algorithm>
@@ -96,9 +97,30 @@ bool VXFailIfNothingIsSearched(VXHostContext &context)
     return true;
 }
 
+namespace {
+
+using Outcome = VXMetaDataSync::Outcome;
+
+// Each that is due. True when there was one.
+bool makePasses(const QList<VXMetaDataSync::Ptr> &syncs, std::optional<std::chrono::milliseconds> longestWait,
+                QHash<QString, Outcome> *outcomes)
+{
+    bool isAny = false;
+    for (const VXMetaDataSync::Ptr &sync : syncs) {
+        Outcome &outcome = (*outcomes)[sync->identifier()];
+        if (outcome == Outcome::Elsewhere || !(sync->needsUpdate() || sync->isMirrorGone()))
+            continue;
+        isAny = true;
+        sync->setNeedsUpdate(false); // unless it finds a reason for one more
+        outcome = sync->synchronizeMetaDataFiles(longestWait);
+    }
+    return isAny;
+}
+
+} // namespace
+
 bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseconds> longestWait)
 {
-    using Outcome = VXMetaDataSync::Outcome;
     isTriedHere = true;
     const QList<VXMetaDataSync::Ptr> syncs = VXMetaDataSync::launchedSyncs();
     if (syncs.isEmpty()) {
@@ -106,13 +128,12 @@ bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseco
         return false;
     }
     VXRemoveUnsearched(VXPluginManager::sharedPluginManager());
+    QHash<QString, Outcome> outcomes;
+    for (int round = 0; round < mostRounds && makePasses(syncs, longestWait, &outcomes); ++round) {
+    }
     bool isDone = true;
     for (const VXMetaDataSync::Ptr &sync : syncs) {
-        Outcome outcome = Outcome::Done;
-        for (int round = 0; round < mostRounds && sync->needsUpdate() && outcome != Outcome::Elsewhere; ++round) {
-            sync->setNeedsUpdate(false); // unless it finds a reason for one more
-            outcome = sync->synchronizeMetaDataFiles(longestWait);
-        }
+        const Outcome outcome = outcomes.value(sync->identifier(), Outcome::Done);
         if (outcome == Outcome::Elsewhere)
             context.output.note(u"%1: another process is taking in what was saved; some may not be found yet"_s.arg(
                 sync->entityName()));

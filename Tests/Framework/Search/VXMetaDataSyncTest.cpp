@@ -34,14 +34,14 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-/** Tells its name; "silent" has no metadata, "throws" throws, "removes" takes away the folder. */
+/** Tells its name; "silent" has no metadata, "throws" throws, "moody" now and then, "removes" takes away the folder. */
 class SearchedPerson : public VXManagedObject, public VXMetaDataSource
 {
 public:
     std::optional<QVariantMap> metaDataPlist() const override
     {
         const QString name = valueForKey(u"name"_s).toString();
-        if (name == "throws"_L1)
+        if (name == "throws"_L1 || (name == "moody"_L1 && isMoody))
             throw std::runtime_error("no name");
         if (name == "removes"_L1)
             QDir(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/people"_L1).removeRecursively();
@@ -51,6 +51,7 @@ public:
             {u"kMDItemTitle"_s, name}, {u"kMDItemComment"_s, QVariant()}, {u"kMDItemCreator"_s, u"itself"_s}};
     }
     static inline int read = 0;
+    static inline bool isMoody = true;
 
 protected:
     void awakeFromFetch() override { ++read; }
@@ -268,6 +269,10 @@ TEST_F(VXMetaDataSyncTest, AFolderWithTheNameOfAFileIsSomebodysOwn)
     const VXManagedObjectPtr jane = add(u"Jane"_s);
     pass();
     ASSERT_TRUE(QFile::remove(fileOf(jane)));
+    for (const QString &name : {u".store"_s, u".lock"_s}) { // beside it
+        QFile::remove(folder() + name);
+        writeFile(QDir(path()).relativeFilePath(folder() + name + "/mine.txt"_L1), "mine");
+    }
     for (const QString &name : {metaDataFilename(jane->objectID()), u"p9_MD2.person"_s})
         writeFile(QDir(path()).relativeFilePath(folder() + u'/' + name + "/mine.txt"_L1), "mine");
     EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1, .orphaned = 1}));
@@ -276,6 +281,8 @@ TEST_F(VXMetaDataSyncTest, AFolderWithTheNameOfAFileIsSomebodysOwn)
     const QString trash = VXFileManager::defaultManager().pathToUserTrashFolder();
     EXPECT_TRUE(QFile::exists(trash + "/p1_MD2.person/mine.txt"_L1));
     EXPECT_TRUE(QFile::exists(trash + "/p9_MD2.person/mine.txt"_L1));
+    EXPECT_TRUE(QFile::exists(trash + "/people.store/mine.txt"_L1));
+    EXPECT_TRUE(QFile::exists(trash + "/people.lock/mine.txt"_L1));
     ASSERT_TRUE(QDir(folder()).mkdir(u"p9_MD2.person"_s));
     EXPECT_TRUE(sync->checkMetaDataFiles(true)->isRepaired());
 }
@@ -370,11 +377,14 @@ TEST_F(VXMetaDataSyncTest, AnIndexThatSaysOtherWordsIsMadeAnew)
     EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean());
     EXPECT_TRUE(sync->checkMetaDataFiles(true)->isRepaired());
     EXPECT_EQ(find(u"jane"_s).size(), 1);
-    // One that could not be told of a change, as somebody held it.
+    // One that could not be told of a change, as something was in its place that can not be moved away.
     QFile::remove(VXSearchIndex::path());
     QDir().mkpath(VXSearchIndex::path());
+    writeFile(QDir(path()).relativeFilePath(VXFileManager::defaultManager().pathToUserTrashFolder()), "no folder");
+    const VXLogRecorder log;
     add(u"Joe"_s);
     pass();
+    EXPECT_GE(log.count(u"What is no file lies in its place"_s), 1);
     EXPECT_TRUE(VXMetaDataDebt::isAnyOfAll());
     QDir().rmdir(VXSearchIndex::path());
     pass();
@@ -405,6 +415,30 @@ TEST_F(VXMetaDataSyncTest, GoesOnPastObjectsThatCannotBeDescribed)
         log.count("Unable to create meta data for object: "_L1 + silent->objectID().uriRepresentation().toString()), 2);
     EXPECT_EQ(log.count(u"people: caught exception"_s), 2);
     EXPECT_THAT(files(), ElementsAre(metaDataFilename(jane->objectID())));
+}
+
+TEST_F(VXMetaDataSyncTest, WhatCouldNotBeDescribedIsOwedToTheNextPass)
+{
+    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves);
+    const VXManagedObjectPtr jane = add(u"Jane"_s);
+    pass();
+    sync->terminate();
+    sync = VXMetaDataSync::launchMetaDataSyncWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s);
+    jane->setValueForKey(u"moody"_s, u"name"_s); // and its date stays
+    ASSERT_TRUE(context.save());
+    SearchedPerson::isMoody = true;
+    sync->terminate();                         // mirrors what was saved
+    EXPECT_TRUE(VXMetaDataDebt::isAnyOfAll()); // for a pass
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s);
+    pass();
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll()); // else there would be passes without end
+    EXPECT_THAT(files(), IsEmpty());
+    ASSERT_TRUE(QFile::copy(VXSearchIndex::path(), fileOf(jane))); // whatever lies there
+    SearchedPerson::isMoody = false;
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1}));
+    EXPECT_EQ(titleIn(fileOf(jane)), u"moody"_s);
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1}));
+    VXMetaDataSync::setWork(VXMetaDataWork::Passes);
 }
 
 TEST_F(VXMetaDataSyncTest, StopsForASaveBeforeItLooksForOrphans)
@@ -613,6 +647,55 @@ TEST_F(VXMetaDataSyncTest, MakesRightWhatOthersDoToItsFolder)
     pass();
     EXPECT_EQ(titleIn(fileOf(jane)), u"Jane"_s);
     EXPECT_EQ(find(u"j"_s).size(), 3);
+}
+
+TEST_F(VXMetaDataSyncTest, AllOfAProcessMakeWhatWasRemovedDuringThePassOfOne)
+{
+    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves);
+    add(u"Jane"_s);
+    sync->terminate();
+    QList<VXMetaDataSync::Ptr> syncs;
+    for (const QString &identifier : {u"others"_s, u"people"_s})
+        syncs.append(
+            VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier, coordinator, u"Person"_s, u"changed"_s));
+    const auto passOf = [](const VXMetaDataSync::Ptr &each) {
+        each->setNeedsUpdate(false);
+        return each->synchronizeMetaDataFiles();
+    };
+    const std::function<void()> faults[] = {
+        [] { QFile::remove(VXSearchIndex::path()); },
+        [] { QDir(VXFileManager::defaultManager().pathToUserMetadataFolder()).removeRecursively(); }};
+    for (const auto &fault : faults) {
+        EXPECT_EQ(passOf(syncs[0]), VXMetaDataSync::Outcome::Done);
+        fault();
+        EXPECT_EQ(passOf(syncs[1]), VXMetaDataSync::Outcome::Done);
+        EXPECT_FALSE(VXSearchIndex::open()->isAllComplete(nullptr)); // so that who searches has more passes made
+        EXPECT_TRUE(syncs[0]->isMirrorGone());
+        EXPECT_FALSE(syncs[1]->isMirrorGone());
+        EXPECT_EQ(passOf(syncs[0]), VXMetaDataSync::Outcome::Done);
+        EXPECT_FALSE(syncs[0]->isMirrorGone());
+        EXPECT_TRUE(VXSearchIndex::open()->isAllComplete(nullptr));
+        EXPECT_EQ(find(u"jane"_s).size(), 1);
+    }
+    for (const VXMetaDataSync::Ptr &each : std::as_const(syncs))
+        each->terminate();
+    VXMetaDataSync::setWork(VXMetaDataWork::Passes);
+}
+
+TEST_F(VXMetaDataSyncTest, NothingIsWrongBeforeTheFirstPass)
+{
+    add(u"Jane"_s);
+    VXMetaDataReport report = sync->checkMetaDataFiles(false).value();
+    EXPECT_TRUE(report.isClean());
+    EXPECT_FALSE(report.isTakenIn);
+    writeFile(QDir(path()).relativeFilePath(folder() + "/p7_MD2.person"_L1), "mine");
+    EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean()); // that is
+    pass();
+    report = sync->checkMetaDataFiles(false).value();
+    EXPECT_TRUE(report.isClean());
+    EXPECT_TRUE(report.isTakenIn);
+    ASSERT_TRUE(QFile::remove(VXSearchIndex::path()));
+    EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean());
 }
 
 TEST_F(VXMetaDataSyncTest, ChecksEveryFileWhateverItsDate)

@@ -1,7 +1,9 @@
 #include "VXSearchIndex.h"
 #include "VXFileManager.h"
+#include "VXSQLiteConnection.h"
 #include "VXTesting.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 
 #include <cstdlib>
@@ -83,6 +85,71 @@ TEST_F(VXSearchIndexTest, FindsWordsByTheirBeginningAndNumbersByTheirEnd)
     for (const auto &each : cases)
         EXPECT_EQ(find(each.words, each.kind), each.found) << each.words.toStdString();
     EXPECT_THAT(find(u"zo"_s, {}, 1), ElementsAre(u"Jane"_s));
+}
+
+TEST_F(VXSearchIndexTest, ComparesLettersAsPeopleTypeThem)
+{
+    const struct
+    {
+        QString text;
+        QStringList finding;
+        QStringList missing;
+    } cases[] = {
+        {u"Straße Søren Łukasz Ægir"_s,
+         {u"strasse"_s, u"STRAẞE"_s, u"soren"_s, u"łuk"_s, u"lukasz"_s, u"aegir"_s},
+         {u"stra e"_s}},
+        {u"Iğdır İzmir"_s, {u"igdir"_s, u"IĞDIR"_s, u"izmir"_s}, {}},
+        {u"Zoe\u0308 Mu\u0308ller"_s, {u"zoë"_s, u"zoe"_s, u"müller"_s, u"mu\u0308l"_s}, {u"mller"_s}},
+        {u"مُحَمَّد أحمد"_s, {u"محمد"_s, u"احمد"_s, u"محـــمد"_s}, {u"حمد"_s}},
+        {u"我们明天在上海见面"_s, {u"明天"_s, u"我"_s, u"上海见"_s, u"明天 上海"_s}, {u"天明"_s, u"见上海"_s}},
+        {u"東京タワーで会う"_s, {u"東京"_s, u"タワー"_s, u"会"_s}, {u"京東"_s}},
+        {u"हिन्दी भाषा"_s, {u"हिन्दी"_s, u"भाषा"_s, u"भा"_s}, {u"न्दी"_s}},
+        {u"วันนี้ไปไหน"_s, {u"ไปไหน"_s, u"วันนี้"_s}, {u"ไหนไป"_s}},
+        {u"김철수"_s, {u"김철"_s, u"김"_s}, {u"철수"_s}},
+        {u"Αλέξανδρος Ёлка"_s, {u"αλεξανδροσ"_s, u"ΑΛΈΞΑΝΔΡΟΣ"_s, u"елка"_s}, {}},
+        {u"Schiff\u00adfahrt ＡＢＣ"_s, {u"schifffahrt"_s, u"abc"_s}, {u"fahrt"_s}},
+        {u"O'Brien-Smith C++ a_b 10:30"_s,
+         {u"o'brien"_s, u"O'Brien-Smith"_s, u"\"smith\""_s, u"c++"_s, u"a_b"_s, u"10:30"_s, u"^smith"_s, u"(smith)"_s,
+          u"-- smith*"_s},
+         {u"NOT smith2"_s, u"smith NEAR brien"_s, u"kind:contact"_s, u"smith OR zebra"_s}},
+    };
+    int number = 100;
+    for (const auto &each : cases) {
+        ASSERT_TRUE(index->apply(u"people"_s, {change(++number, u"contact"_s, each.text)}, nullptr));
+        for (const QString &words : each.finding)
+            EXPECT_THAT(find(words), testing::Contains(each.text)) << words.toStdString();
+        for (const QString &words : each.missing)
+            EXPECT_THAT(find(words), testing::Not(testing::Contains(each.text))) << words.toStdString();
+    }
+}
+
+TEST_F(VXSearchIndexTest, MakesWayForItself)
+{
+    for (const char *const suffix : {"", "-wal", "-shm", "-journal"}) {
+        index.reset();
+        const QString place = VXSearchIndex::path() + QLatin1String(suffix);
+        QFile::remove(place);
+        writeFile(QDir(path()).relativeFilePath(place + "/mine.txt"_L1), "mine");
+        index = VXSearchIndex::open();
+        ASSERT_TRUE(index) << suffix;
+        fill();
+        EXPECT_THAT(find(u"zoo"_s), ElementsAre(u"Jane"_s)) << suffix;
+        EXPECT_TRUE(QFile::exists(VXFileManager::defaultManager().pathToUserTrashFolder() + "/index.sqlite"_L1 +
+                                  QLatin1String(suffix) + "/mine.txt"_L1))
+            << suffix;
+    }
+}
+
+TEST_F(VXSearchIndexTest, OneMadeAnewIsNotWholeBeforeAllAreInIt)
+{
+    EXPECT_FALSE(index->isAllComplete(nullptr));
+    ASSERT_TRUE(index->endChanges(u"people"_s, nullptr));
+    EXPECT_FALSE(index->isAllComplete(nullptr)); // there may be others
+    EXPECT_FALSE(index->settleAll({u"people"_s, u"calls"_s}, nullptr));
+    ASSERT_TRUE(index->endChanges(u"calls"_s, nullptr));
+    EXPECT_TRUE(index->settleAll({u"people"_s, u"calls"_s}, nullptr));
+    EXPECT_TRUE(index->isAllComplete(nullptr));
+    EXPECT_THAT(index->folders(nullptr), testing::UnorderedElementsAre(u"people"_s, u"calls"_s));
 }
 
 TEST_F(VXSearchIndexTest, IsNotMadeWhereALinkLeads)
@@ -229,6 +296,17 @@ TEST_F(VXSearchIndexTest, IsMadeAnewWhenItIsDamaged)
     EXPECT_THAT(find(u"zoo"_s), IsEmpty());
     fill();
     EXPECT_THAT(find(u"zoo"_s), ElementsAre(u"Jane"_s));
+    for (const char *const version : {"1", "99"}) { // as an earlier or later program made it
+        index.reset();
+        const auto made = VXSQLiteConnection::open(VXSearchIndex::path(), VXSQLiteConnection::Access::Write,
+                                                   std::chrono::seconds(1), nullptr, nullptr);
+        ASSERT_TRUE(made && made->execute("PRAGMA user_version = "_L1 + QLatin1String(version), nullptr));
+        index = VXSearchIndex::open();
+        ASSERT_TRUE(index) << version;
+        EXPECT_THAT(find(u"zoo"_s), IsEmpty()) << version;
+        fill();
+        EXPECT_THAT(find(u"zoo"_s), ElementsAre(u"Jane"_s)) << version;
+    }
 }
 
 } // namespace

@@ -6,7 +6,9 @@
 #include <QtCore/QDir>
 #include <QtCore/QTimeZone>
 
+#include <cstdlib>
 #include <limits>
+#include <plist/plist.h>
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
@@ -240,6 +242,29 @@ TEST(VXPropertyListTest, WhatIsWrittenReadsBackEqual)
         EXPECT_EQ(VXPropertyList::fromData(VXPropertyList::toData(moment, Format::Binary)), moment);
         EXPECT_EQ(VXPropertyList::fromData(VXPropertyList::toData(moment, Format::XML)), utc(year, 1, 1, 12));
     }
+}
+
+TEST(VXPropertyListTest, LibplistReadsTheBinaryForm)
+{
+    QVariantList many;
+    for (int i = 0; i < 300; ++i) // more than a reference of one byte counts
+        many.append(QVariantMap{{u"name"_s, QString::number(i)}, {u"kind"_s, u"the same"_s}});
+    const QVariantMap values{{u"many"_s, many},
+                             {u"texts"_s, QVariantList{u""_s, u"ä📱"_s, QString(70'000, u'x')}},
+                             {u"numbers"_s, QVariantList{-2LL, 255LL, 65'536LL, 1LL << 62, 0.1, true, false}},
+                             {u"date"_s, utc(2009, 2, 13, 23)},
+                             {u"data"_s, QByteArray("\0\xff", 2)},
+                             {u"empty"_s, QVariantMap()}};
+    const QByteArray data = VXPropertyList::toData(values, Format::Binary);
+    plist_t root = nullptr;
+    plist_from_bin(data.constData(), uint32_t(data.size()), &root);
+    char *text = nullptr;
+    uint32_t size = 0;
+    plist_to_xml(root, &text, &size);
+    EXPECT_EQ(VXPropertyList::fromData(QByteArray(text, qsizetype(size))), QVariant(values));
+    std::free(text); // NOLINT: it is libplist's, from malloc
+    plist_free(root);
+    EXPECT_EQ(data.count("the same"), 1);
 }
 
 TEST(VXPropertyListTest, RefusesWhatCannotBeHeldAndSaysWhere)
