@@ -89,6 +89,20 @@ TEST_F(VXBusServiceTest, StartsAServiceOnlyWhenItIsToldTo)
     service->activate();
     ASSERT_TRUE(VXRunUntil([this] { return news.size() == 2; }));
     EXPECT_TRUE(news.last().startsWith(u"The service org.example.phones could not be started: "_s));
+    EXPECT_EQ(service->remedyOfStart(u"Install it."_s), u"Install it."_s);
+    // One that crashes is installed.
+    bus.reset();
+    ASSERT_TRUE(
+        VXRunUntil([this] { return service->problem() == "The D-Bus message bus has ended."_L1; })); // so it is known
+    QFile::remove(path(u"bus"_s));
+    writeFile(u".local/share/dbus-1/services/phones.service"_s,
+              "[D-BUS Service]\nName=" + name.toLatin1() + "\nExec=/bin/false\n");
+    bus.emplace(path(u"bus"_s));
+    news.clear();
+    service->activate(); // as soon as there is a bus
+    const auto hasCrashed = [this] { return !news.isEmpty() && news.last().contains(u"exited with status 1."_s); };
+    ASSERT_TRUE(VXRunUntil(hasCrashed)) << news.join(u'|').toStdString();
+    EXPECT_TRUE(service->remedyOfStart(u"Install it."_s).startsWith(u"It is installed, but ended at once"_s));
 }
 
 TEST_F(VXBusServiceTest, HandsSignalsToThoseWhoListen)
