@@ -151,7 +151,7 @@ void VXAndroidPhone::listen()
             end(withoutService());
     });
     connect(_service.get(), &VXBusService::didFailToStart, this, [this, end](const QString &problem) {
-        end(VXBusError(problem, text(u"Is the package kdeconnect installed?"_s)));
+        end(VXBusError(problem, _service->remedyOfStart(text(u"Is the package kdeconnect installed?"_s))));
     });
     connect(_finder.get(), &VXBusQueue::isWanted, this, [this] {
         if (state() == State::Away)

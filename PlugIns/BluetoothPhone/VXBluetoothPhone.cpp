@@ -88,7 +88,7 @@ bool VXBluetoothPhone::initWithURL(const QUrl &theURL)
     connect(_obex.get(), &VXBusService::didVanish, this, &VXBluetoothPhone::lose);
     connect(_obex.get(), &VXBusService::didFailToStart, this, [this](const QString &problem) {
         if (_isTrying)
-            didFail(VXBusError(problem, text(u"Install the package bluez-obexd."_s)));
+            didFail(VXBusError(problem, _obex->remedyOfStart(text(u"Install the package bluez-obexd."_s))));
     });
     connect(this, &VXDevicePlugin::preferencesDidChange, this, [this](const QString &key) {
         if (key != "name"_L1)

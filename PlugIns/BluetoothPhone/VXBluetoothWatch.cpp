@@ -120,6 +120,10 @@ void VXBluetoothWatch::take(const QDBusMessage &answer)
             if (entry.isPhone())
                 _phones.append(entry);
         }
+        const auto isAdapter = [](const Interfaces &each) { return each.contains(VXBluetoothNames::adapter); };
+        if (_phones.isEmpty() && std::ranges::none_of(objects, isAdapter))
+            _problem = VXBusError(_text(u"This computer has no Bluetooth adapter."_s),
+                                  _text(u"Connect one, or switch on the one it has, as by a key of the keyboard."_s));
     }
     Q_EMIT didChange();
 }

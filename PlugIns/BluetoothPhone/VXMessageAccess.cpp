@@ -25,12 +25,9 @@ constexpr auto stepLimit = 70s; // of silence: the service gives a stuck phone u
 constexpr quint16 pageSize = 1000;
 constexpr int lastOffset = 65'535 - pageSize; // the protocol counts no further
 
-struct Listed
-{
-    QString path;
-    QVariantMap values;
-};
+using Listed = VXListedMessage;
 
+// A thousand take a while.
 QList<Listed> listedFrom(const QVariant &answer)
 {
     QList<Listed> messages;
@@ -182,7 +179,10 @@ void VXMessageAccess::list(VXBusErrand &errand, const std::shared_ptr<Reading> &
     errand.ask(call(u"ListMessages"_s, {reading->folders.first(), filter}, u"a{oa{sv}}"_s),
                [this, &errand, reading](const QDBusMessage &answer) {
                    if (answer.type() != QDBusMessage::ErrorMessage)
-                       return takeList(errand, reading, answer.arguments().value(0));
+                       return errand.compute([list = answer.arguments().value(0)] { return listedFrom(list); },
+                                             [this, &errand, reading](const QList<Listed> &listed) {
+                                                 takeList(errand, reading, listed);
+                                             });
                    // A folder may be missing; a phone that has none of them is not read.
                    const QString folder = reading->folders.takeFirst();
                    const VXError error = VXBusErrand::errorOf(answer);
@@ -194,9 +194,9 @@ void VXMessageAccess::list(VXBusErrand &errand, const std::shared_ptr<Reading> &
                });
 }
 
-void VXMessageAccess::takeList(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, const QVariant &answer)
+void VXMessageAccess::takeList(VXBusErrand &errand, const std::shared_ptr<Reading> &reading,
+                               const QList<Listed> &messages)
 {
-    const QList<Listed> messages = listedFrom(answer);
     const qsizetype before = reading->known.size();
     for (const Listed &message : messages) {
         if (!reading->known.contains(message.path) && isText(message.values.value(u"Type"_s).toString()))

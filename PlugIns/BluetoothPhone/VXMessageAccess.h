@@ -6,6 +6,13 @@
 
 #include <QtCore/QSet>
 
+/** What the service tells of a message without its text. */
+struct VXListedMessage
+{
+    QString path;
+    QVariantMap values;
+};
+
 /**
  * The messages of a phone, by message access: one session, made when it is needed and kept, for the phone to report new messages.
  * Main thread.
@@ -46,7 +53,7 @@ private:
 
     void withSession(VXBusErrand &errand, const Then &then);
     void list(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
-    void takeList(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, const QVariant &answer);
+    void takeList(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, const QList<VXListedMessage> &messages);
     void readNext(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
     void push(VXBusErrand &errand, const QString &number, const QString &text);
     void change(VXBusErrand &errand, const QString &property, bool value);

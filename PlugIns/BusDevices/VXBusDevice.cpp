@@ -100,7 +100,9 @@ void VXBusDevice::search(const VXDeviceFinding::Ptr &finding, const VXBusService
     });
     connect(service.get(), &VXBusService::didAppear, _search.get(), &VXBusQueue::open);
     connect(service.get(), &VXBusService::didFailToStart, _search.get(),
-            [queue = _search.get(), remedy](const QString &problem) { queue->close(VXBusError(problem, remedy)); });
+            [queue = _search.get(), remedy](const QString &problem) {
+                queue->close(VXBusError(problem, queue->service()->remedyOfStart(remedy)));
+            });
     if (service->isThere())
         _search->open();
     else

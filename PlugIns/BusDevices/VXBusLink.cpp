@@ -1,6 +1,7 @@
 #include "VXBusLink.h"
 
 #include "VXBusAnswers.h"
+#include "VXBusInbox.h"
 #include "VXBusText.h"
 #include "VXMainThread.h"
 
@@ -116,8 +117,10 @@ void VXBusLink::concludeOpening(const QString &name, const QString &problem)
 
 void VXBusLink::busWasLost()
 {
-    if (_isOpen)
-        close(VXBusText(u"The D-Bus message bus has ended."_s));
+    VXBusInbox::shared().add([link = weak_from_this()] { // behind what came before its end
+        if (const Ptr self = link.lock(); self && self->_isOpen)
+            self->close(VXBusText(u"The D-Bus message bus has ended."_s));
+    });
 }
 
 void VXBusLink::close(const QString &problem)

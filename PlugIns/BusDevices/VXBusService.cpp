@@ -1,5 +1,6 @@
 #include "VXBusService.h"
 
+#include "VXBusInbox.h"
 #include "VXBusText.h"
 #include "VXGuard.h"
 
@@ -25,18 +26,25 @@ void callWithGuard(const VXBusService::Answer &answer, const QDBusMessage &messa
     VXGuard([] { return u"who waited for an answer on the bus"_s; }, [&] { answer(message); });
 }
 
+QDBusMessage checked(const QDBusMessage &answer, const QString &signature)
+{
+    if (answer.type() == QDBusMessage::ErrorMessage || signature.isNull() || answer.signature() == signature)
+        return answer;
+    return QDBusMessage::createError(
+        u"org.freedesktop.DBus.Error.InvalidSignature"_s,
+        VXBusText(u"The answer is of the type \"%1\" and not \"%2\"."_s).arg(answer.signature(), signature));
+}
+
 void await(const QDBusPendingCall &pending, const QString &signature, QObject *context,
            const VXBusService::Answer &answer)
 {
     auto *const watcher = new QDBusPendingCallWatcher(pending, context);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, [watcher, signature, answer] {
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, [watcher, signature, context, answer] {
         watcher->deleteLater();
-        QDBusMessage message = watcher->reply();
-        if (message.type() != QDBusMessage::ErrorMessage && !signature.isNull() && message.signature() != signature)
-            message = QDBusMessage::createError(
-                u"org.freedesktop.DBus.Error.InvalidSignature"_s,
-                VXBusText(u"The answer is of the type \"%1\" and not \"%2\"."_s).arg(message.signature(), signature));
-        callWithGuard(answer, message);
+        VXBusInbox::shared().add([message = watcher->reply(), signature, waiting = QPointer<QObject>(context), answer] {
+            if (waiting)
+                callWithGuard(answer, checked(message, signature));
+        });
     });
 }
 
@@ -88,8 +96,10 @@ void VXBusService::watch()
         std::make_unique<QDBusServiceWatcher>(_name, _link->connection(), QDBusServiceWatcher::WatchForOwnerChange);
     connect(_watcher.get(), &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &owner) {
-                _isKnown = true; // what was asked before is answered by this
-                setOwner(owner);
+                VXBusInbox::shared().add([this, watcher = QPointer(_watcher.get()), owner] {
+                    if (watcher)
+                        ownerDidChange(owner);
+                });
             });
     callBus(u"GetNameOwner"_s, {_name}, &VXBusService::concludeLookUp);
     if (_isStarting)
@@ -104,6 +114,13 @@ void VXBusService::concludeLookUp(const QDBusMessage &answer)
         setOwner(answer.arguments().value(0).toString());
     if (!isThere())
         Q_EMIT didProveAbsent();
+}
+
+// What was asked before is answered by this.
+void VXBusService::ownerDidChange(const QString &owner)
+{
+    _isKnown = true;
+    setOwner(owner);
 }
 
 void VXBusService::setOwner(const QString &owner)
@@ -157,7 +174,15 @@ void VXBusService::concludeStart(const QDBusMessage &answer)
 {
     if (answer.type() != QDBusMessage::ErrorMessage || !std::exchange(_isStarting, false))
         return; // it appears, or does already
-    Q_EMIT didFailToStart(VXBusText(u"The service %1 could not be started: %2"_s).arg(_name, answer.errorMessage()));
+    _isInstalled = !answer.errorName().endsWith(".ServiceUnknown"_L1);
+    const QString why = answer.errorMessage();
+    const QString end = why.endsWith(u'.') ? QString() : u"."_s; // the remedy follows
+    Q_EMIT didFailToStart(VXBusText(u"The service %1 could not be started: %2"_s).arg(_name, why + end));
+}
+
+QString VXBusService::remedyOfStart(const QString &install) const
+{
+    return _isInstalled ? VXBusText(u"It is installed, but ended at once: \"journalctl\" may tell why."_s) : install;
 }
 
 // -- Calls
@@ -191,8 +216,8 @@ void VXBusService::send(const VXBusCall &call)
 bool VXBusService::connectRoute(const QString &interface, bool isOn)
 {
     QDBusConnection connection = _link->connection();
-    return isOn ? connection.connect(_owner, {}, interface, {}, this, SLOT(route(QDBusMessage)))
-                : connection.disconnect(_owner, {}, interface, {}, this, SLOT(route(QDBusMessage)));
+    return isOn ? connection.connect(_owner, {}, interface, {}, this, SLOT(receive(QDBusMessage)))
+                : connection.disconnect(_owner, {}, interface, {}, this, SLOT(receive(QDBusMessage)));
 }
 
 quint64 VXBusService::listen(const QString &path, const QString &interface, const QString &member, QObject *context,
@@ -219,11 +244,18 @@ void VXBusService::dropListeners()
     std::erase_if(_listeners, [](const Listener &listener) { return listener.context.isNull(); });
 }
 
+void VXBusService::receive(const QDBusMessage &signal)
+{
+    VXBusInbox::shared().add([service = weak_from_this(), signal] {
+        if (const Ptr self = service.lock()) // else all let go of it
+            self->route(signal);
+    });
+}
+
 void VXBusService::route(const QDBusMessage &signal)
 {
-    const Ptr self = weak_from_this().lock();
-    if (!self || signal.service() != _owner)
-        return; // it was on its way when its sender lost the name, or all let go of this
+    if (signal.service() != _owner)
+        return; // it was on its way when its sender lost the name
     const QString path = signal.path();
     const QString interface = signal.interface();
     const QString member = signal.member();

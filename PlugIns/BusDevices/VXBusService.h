@@ -24,8 +24,8 @@ struct VXBusCall
 
 /**
  * A service on a message bus, as all drivers of this code share it: tells when it appears and vanishes, hands its signals to
- * those who listen, and calls its methods. Listeners and answers are called on the main thread, which this belongs to; nothing
- * here waits. Calls and signals are those of the process that has the name now, never of the one before.
+ * those who listen, and calls its methods. Listeners and answers are called on the main thread, which this belongs to, in the
+ * order in which they came (VXBusInbox); nothing here waits. Calls and signals are those of the process that has the name now, never of the one before.
  */
 class VXBusService : public QObject, public std::enable_shared_from_this<VXBusService>
 {
@@ -51,6 +51,8 @@ public:
 
     /** Has the bus start it, where it knows how: then it appears, or didFailToStart tells. */
     void activate();
+    /** What to do once that failed: `install`, unless it is installed and ends by itself. */
+    QString remedyOfStart(const QString &install) const;
 
     /** Calls, and hands over the one answer, unless the context is gone by then. Nothing is started for it: without the
      *  service the answer is an error, as after `limit`. */
@@ -73,7 +75,7 @@ Q_SIGNALS:
     void didFailToStart(const QString &problem);
 
 private Q_SLOTS:
-    void route(const QDBusMessage &signal);
+    void receive(const QDBusMessage &signal);
 
 private:
     struct Listener
@@ -90,11 +92,13 @@ private:
     void dropListeners(); // whose context is gone
     void watch();
     void busDidClose();
+    void ownerDidChange(const QString &owner);
     void setOwner(const QString &owner);
     void concludeLookUp(const QDBusMessage &answer);
     void concludeStart(const QDBusMessage &answer);
     void callBus(const QString &method, const QVariantList &arguments,
                  void (VXBusService::*then)(const QDBusMessage &));
+    void route(const QDBusMessage &signal);
     bool connectRoute(const QString &interface, bool isOn);
     QDBusMessage message(const VXBusCall &call) const;
 
@@ -104,6 +108,7 @@ private:
     QString _owner;                                // its unique name; null while it is not there
     bool _isKnown = false;
     bool _isStarting = false;
+    bool _isInstalled = false; // as the last failed start told
     quint64 _generation = 0;
     quint64 _lastNumber = 0;
     std::vector<Listener> _listeners;

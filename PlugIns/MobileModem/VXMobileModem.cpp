@@ -192,7 +192,7 @@ void VXMobileModem::listen()
             lose(withoutService());
     });
     connect(_service.get(), &VXBusService::didFailToStart, this, [this](const QString &problem) {
-        lose(VXBusError(problem, text(u"Is the package modemmanager installed?"_s)));
+        lose(VXBusError(problem, _service->remedyOfStart(text(u"Is the package modemmanager installed?"_s))));
     });
     const auto look = [this](const QDBusMessage &signal) {
         const QString path = signal.arguments().value(0).value<QDBusObjectPath>().path();

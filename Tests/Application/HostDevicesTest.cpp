@@ -93,6 +93,11 @@ TEST_F(HostDevicesTest, FindsPhonesAndAddsThemByNumber)
                   "#  NAME    PLUGIN   WHERE        STATE", "1  Pixel   Fixture  USB, /dev/a  ready to be added",
                   "2  Galaxy  Fixture               There is no /nowhere/b.",
                   "2: Connect the phone and switch it on; \"vornix devices find\" shows the ports that there are."}));
+    qputenv("VXFoundDevices", R"([{"name": "Pixel", "identifier": "a1"}, {"name": "Pixel", "identifier": "b2"}])");
+    const QByteArray alike = devices({u"find"_s}).output;
+    EXPECT_TRUE(alike.contains("1  Pixel (a1)") && alike.contains("2  Pixel (b2)")) << alike.toStdString();
+    qputenv("VXFoundDevices", found);
+    devices({u"find"_s});
     qputenv("VXFoundDevices", "[]"); // what a number means was shown, whatever there is by now
     EXPECT_EQ(outcomeOf({u"add"_s, u"3"_s}), "1 vornix: \"vornix devices find\" has shown the numbers 1 to 2");
     EXPECT_EQ(outcomeOf({u"add"_s, u"1"_s, u"mine"_s, u"name=My phone"_s}),

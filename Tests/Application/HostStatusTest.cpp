@@ -100,6 +100,7 @@ TEST_F(HostStatusTest, TellsHowPhonesAndPluginsStand)
     enable(u"org.off"_s);
     run({u"devices"_s, u"add"_s, u"org.phones"_s, u"well"_s, u"connected=true"_s});
     run({u"devices"_s, u"add"_s, u"org.phones"_s, u"ill"_s, u"problem=It is off."_s});
+    run({u"devices"_s, u"add"_s, u"org.phones"_s, u"half"_s, u"connected=true"_s, u"notAllowed=contacts"_s});
     run({u"devices"_s, u"add"_s, u"org.off"_s, u"idle"_s});
     run({u"plugins"_s, u"disable"_s, u"org.off"_s});
     const auto phone = [](const QString &rest) {
@@ -107,6 +108,9 @@ TEST_F(HostStatusTest, TellsHowPhonesAndPluginsStand)
     };
     EXPECT_EQ(phone(u"org.phones/well"_s), u"connected||"_s);
     EXPECT_EQ(phone(u"org.phones/ill"_s), u"!not connected|It is off.|\"vornix devices info ill\" tells more of it."_s);
+    EXPECT_EQ(phone(u"org.phones/half"_s),
+              u"connected|Not allowed on the phone: contacts.|"
+              "Allow it in the settings of the phone for this computer, if it is wanted."_s);
     EXPECT_EQ(phone(u"org.off/idle"_s), u"!plugin disabled|The plugin org.off is disabled.|"
                                         "\"vornix plugins enable org.off\" has it serve the phone."_s);
     EXPECT_EQ(standing(u"plugins"_s, u"identifier"_s, u"org.phones"_s), u"loaded||"_s);

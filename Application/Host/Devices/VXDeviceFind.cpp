@@ -112,14 +112,23 @@ QString nameOf(const QString &plugin, const VXPluginManager &manager)
     return proxy == nullptr ? plugin : proxy->name();
 }
 
-QStringList rowOf(const VXFoundDevice &device, int number, const VXPluginManager &manager)
+// Of several with one name each has what tells it apart.
+QString shownName(const VXFoundDevice &device, const QList<VXFoundDevice> &all)
+{
+    const auto isAlike = [&](const VXFoundDevice &other) {
+        return other.name == device.name && other.plugin == device.plugin;
+    };
+    return std::ranges::count_if(all, isAlike) > 1 ? u"%1 (%2)"_s.arg(device.name, device.identifier) : device.name;
+}
+
+QStringList rowOf(const VXFoundDevice &device, int number, const QString &name, const VXPluginManager &manager)
 {
     QString state = u"ready to be added"_s;
     if (const QUrl made = madeOf(device); !made.isEmpty())
         state = u"added as "_s + VXDeviceURLComponent(made, 1);
     else if (!device.problem.isNull())
         state = device.problem.localizedDescription();
-    return {QString::number(number), VXVisibleText(device.name), nameOf(device.plugin, manager), device.place,
+    return {QString::number(number), VXVisibleText(name), nameOf(device.plugin, manager), device.place,
             VXVisibleText(state)};
 }
 
@@ -177,7 +186,7 @@ int VXFindDevices(VXHostContext &context, VXPluginManager &manager)
     for (const VXFoundDevice &device : devices) {
         const int number = int(found.size()) + 1;
         found.append(jsonOf(device, number));
-        rows.append(rowOf(device, number, manager));
+        rows.append(rowOf(device, number, shownName(device, devices), manager));
     }
     QString text = found.isEmpty() ? u"No phones were found.\n"_s
                                    : VXFittingTable(context.output, rows, {u"PLUGIN"_s, u"WHERE"_s}, u"NAME"_s);

@@ -27,6 +27,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::chrono::seconds connectionLimit{5}; // all phones together
+const QString startable = u"starts when needed"_s;
 
 // -- Services
 
@@ -93,7 +94,7 @@ VXStatusItem itemOfService(const Service &service, const VXServiceStanding &stan
         item.state = u"running"_s;
         break;
     case State::Startable:
-        item.state = u"starts when needed"_s;
+        item.state = startable;
         break;
     case State::Missing:
         item.state = u"not there"_s;
@@ -193,25 +194,50 @@ void tellOfPlugin(VXStatusItem &item, const VXPluginManager &manager, const QStr
     }
 }
 
-VXStatusItem itemOfPhone(const VXPluginManager &manager, const QUrl &url)
+// It waits for a service that is started for it.
+bool isAsleep(const VXStatusItem &phone, const QList<VXStatusItem> &services)
+{
+    return std::ranges::any_of(services, [&](const VXStatusItem &service) {
+        return service.state == startable && phone.reason.contains(service.identifier);
+    });
+}
+
+void tellOfDevice(VXStatusItem &item, const VXDevicePlugin &device, const QList<VXStatusItem> &services)
+{
+    const QString shortName = VXDeviceURLComponent(device.url(), 1);
+    item.reason = textOfProperty(device, u"problem"_s);
+    item.remedy = textOfProperty(device, u"remedy"_s);
+    if (item.reason.isNull()) {
+        const QString missing = textOfProperty(device, u"notAllowed"_s);
+        if (missing.isNull())
+            return;
+        item.reason = u"Not allowed on the phone: %1."_s.arg(missing);
+        item.remedy = u"Allow it in the settings of the phone for this computer, if it is wanted."_s;
+    } else if (isAsleep(item, services)) {
+        item.remedy = u"It starts when something is asked of the phone, as by \"vornix sync %1\"."_s.arg(shortName);
+    } else {
+        item.isAtFault = true;
+        if (item.remedy.isNull())
+            item.remedy = u"\"vornix devices info %1\" tells more of it."_s.arg(shortName);
+    }
+}
+
+VXStatusItem itemOfPhone(const VXPluginManager &manager, const QUrl &url, const QList<VXStatusItem> &services)
 {
     const QJsonObject report = VXDeviceReport(manager, url).json();
     VXStatusItem item{.identifier = VXAbsoluteString(url),
                       .name = report[u"name"_s].toString(),
                       .state = report[u"state"_s].toString()};
     if (const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url)) {
-        item.reason = textOfProperty(*device, u"problem"_s);
-        item.remedy = textOfProperty(*device, u"remedy"_s);
-        if (!item.reason.isNull() && item.remedy.isNull())
-            item.remedy = u"\"vornix devices info %1\" tells more of it."_s.arg(VXDeviceURLComponent(url, 1));
+        tellOfDevice(item, *device, services);
     } else {
         tellOfPlugin(item, manager, VXDeviceURLComponent(url, 0));
+        item.isAtFault = true;
     }
-    item.isAtFault = !item.reason.isNull();
     return item;
 }
 
-QList<VXStatusItem> statusOfPhones(const VXPluginManager &manager)
+QList<VXStatusItem> statusOfPhones(const VXPluginManager &manager, const QList<VXStatusItem> &services)
 {
     const QList<QUrl> urls = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
     QList<VXDevicePlugin::Ptr> devices; // all are being connected at the same time
@@ -223,7 +249,7 @@ QList<VXStatusItem> statusOfPhones(const VXPluginManager &manager)
     }
     QList<VXStatusItem> items;
     for (const QUrl &url : urls)
-        items.append(itemOfPhone(manager, url));
+        items.append(itemOfPhone(manager, url, services));
     return items;
 }
 
@@ -341,7 +367,8 @@ QString textOf(const QString &title, const QList<VXStatusItem> &items, qsizetype
 } // namespace
 
 VXStatusReport::VXStatusReport(const VXPluginManager &manager)
-    : _services(statusOfServices(manager)), _phones(statusOfPhones(manager)), _plugins(statusOfPlugins(manager))
+    : _services(statusOfServices(manager)), _phones(statusOfPhones(manager, _services)),
+      _plugins(statusOfPlugins(manager))
 {
 }
 

@@ -130,6 +130,10 @@ TEST_F(VXBluetoothPhoneTest, FindsPairedPhones)
                                    u"adapter, and see that the service "
                                    "\"bluetooth\" runs (package bluez)."_s});
     startServices();
+    const Objects before = std::exchange(objects, {});
+    EXPECT_EQ(found(), QStringList{u"This computer has no Bluetooth adapter. Connect one, or switch on the one it has, "
+                                   "as by a key of the keyboard."_s});
+    objects = before;
     addPhone(u"11:22:33:44:55:67"_s, u"Mock\x1b\n"_s, false); // of the same name, as people see it
     addPhone(u"11:22:33:44:55:68"_s, {}, true);
     profiles = 7; // of another type

@@ -4,6 +4,9 @@
 #include "VXTesting.h"
 #include "VXTestProcess.h"
 
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QEventLoop>
+
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -86,6 +89,20 @@ TEST_F(VXBusServiceTest, StartsAServiceOnlyWhenItIsToldTo)
     service->activate();
     ASSERT_TRUE(VXRunUntil([this] { return news.size() == 2; }));
     EXPECT_TRUE(news.last().startsWith(u"The service org.example.phones could not be started: "_s));
+    EXPECT_EQ(service->remedyOfStart(u"Install it."_s), u"Install it."_s);
+    // One that crashes is installed.
+    bus.reset();
+    ASSERT_TRUE(
+        VXRunUntil([this] { return service->problem() == "The D-Bus message bus has ended."_L1; })); // so it is known
+    QFile::remove(path(u"bus"_s));
+    writeFile(u".local/share/dbus-1/services/phones.service"_s,
+              "[D-BUS Service]\nName=" + name.toLatin1() + "\nExec=/bin/false\n");
+    bus.emplace(path(u"bus"_s));
+    news.clear();
+    service->activate(); // as soon as there is a bus
+    const auto hasCrashed = [this] { return !news.isEmpty() && news.last().contains(u"exited with status 1."_s); };
+    ASSERT_TRUE(VXRunUntil(hasCrashed)) << news.join(u'|').toStdString();
+    EXPECT_TRUE(service->remedyOfStart(u"Install it."_s).startsWith(u"It is installed, but ended at once"_s));
 }
 
 TEST_F(VXBusServiceTest, HandsSignalsToThoseWhoListen)
@@ -149,6 +166,49 @@ TEST_F(VXBusServiceTest, ListenersMayStopEachOther)
     ASSERT_TRUE(VXRunUntil([&] { return heard.size() == 3; }));
     EXPECT_EQ(heard, (QStringList{u"first"_s, u"first"_s, u"later"_s}));
     EXPECT_EQ(diagnostics.texts().size(), 2);
+}
+
+TEST_F(VXBusServiceTest, AStormKeepsItsOrderAndLeavesRoomForOthers)
+{
+    mock.emplace(address.toLocal8Bit(), name);
+    mock->answer(u"Get"_s);
+    makeService();
+    ASSERT_TRUE(hears({u"appeared"_s}));
+    constexpr int count = 10'000;
+    QList<int> heard;
+    QList<int> expected;
+    int rounds = 0; // of the event loop
+    int roundsMeanwhile = 0;
+    QTimer pulse;
+    QObject::connect(&pulse, &QTimer::timeout, &pulse, [&rounds] { ++rounds; });
+    service->listen({}, u"org.example.I"_s, {}, service.get(), [&](const QDBusMessage &signal) {
+        heard.append(signal.arguments().value(0).toInt());
+        QElapsedTimer work; // which takes its time
+        for (work.start(); heard.size() <= 100 && work.elapsed() < 1;) {
+        }
+        if (heard.size() == 50) {
+            QEventLoop inner; // goes on in it
+            service->listen({}, u"org.example.I"_s, {}, &inner, [&inner](const QDBusMessage &) { inner.quit(); });
+            inner.exec();
+        }
+        if (heard.size() == 100)
+            roundsMeanwhile = rounds;
+    });
+    for (int number = 0; number < count; ++number) {
+        mock->emitSignal(u"/a"_s, u"org.example.I"_s, u"Changed"_s, {number});
+        expected.append(number);
+    }
+    service->call({.path = u"/a"_s, .interface = u"org.example.I"_s, .method = u"Get"_s}, 60s, service.get(),
+                  [&](const QDBusMessage &) {
+                      news.append(u"answered"_s);
+                      mock->emitSignal(u"/a"_s, u"org.example.I"_s, u"Changed"_s, {count}); // as its last word
+                      expected.append(count);
+                      mock->vanish();
+                  });
+    pulse.start(0);
+    EXPECT_TRUE(hears({u"appeared"_s, u"answered"_s, u"vanished"_s})) << news.join(u'|').toStdString();
+    EXPECT_EQ(heard, expected);
+    EXPECT_GT(roundsMeanwhile, 10);
 }
 
 TEST_F(VXBusServiceTest, CallsAreAnsweredOnce)

@@ -69,6 +69,8 @@ public:
         setDeviceProperty(u"3310"_s, u"model"_s);
         if (const QVariant problem = preferenceForKey(u"problem"_s); problem.isValid())
             setDeviceProperty(VXLocalizedProperty(problem, u"Problem"_s), u"problem"_s);
+        if (const QVariant missing = preferenceForKey(u"notAllowed"_s); missing.isValid())
+            setDeviceProperty(missing, u"notAllowed"_s);
         if (preferenceForKey(u"slow"_s).toBool()) {
             _isConnecting = true;
             QTimer::singleShot(0, this, &DeviceFixture::didConnect);
