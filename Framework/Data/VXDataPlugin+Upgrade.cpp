@@ -263,9 +263,16 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
     if (!store)
         return error;
     error = stageStore(*store);
-    if (!error)
-        installWaitingStore(dataStorePath(), true, &error);
+    if (error)
+        return error;
+    VXStorePast::noteTakenBack(dataStorePath(), from, true);
+    installWaitingStore(dataStorePath(), true, &error);
     *isWaiting = !error && exists(waitingPath());
+    if (error || *isWaiting)
+        VXStorePast::noteTakenBack(dataStorePath(), from, false);
+    // But for a store that has gone already, and is replaced by the next start, what failed is over.
+    if (error && exists(dataStorePath()) && !QDir(waitingPath()).removeRecursively())
+        VXLogMethod(VXLogError, "takeBack", "still waits: "_L1 + waitingPath());
     if (isOld && !error && !*isWaiting) // it would pass for the old one of another upgrade
         error = VXFileManager::defaultManager().safelyTrashFileAtPath(upgradingPath());
     return error;

@@ -22,6 +22,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype longestList = 10;
+const QString takenBackKey = u"takenBack"_s; // true, or not there
 
 // Of the folder itself, wherever it is moved on its disk; 0 when there is none.
 qulonglong numberOf(const QString &path)
@@ -98,7 +99,15 @@ qsizetype takeLater(QVariantList &list, qulonglong number)
 QVariantList listWith(QVariantList list, const QVariantMap &entry, qulonglong number)
 {
     list.insert(takeLater(list, number) + 1, entry);
-    return list.first(std::min(list.size(), longestList));
+    while (list.size() > longestList) {
+        const auto leaves = std::ranges::find_if(
+            list.rbegin(), list.rend(), [](const QVariant &each) { return each.toMap().contains(takenBackKey); });
+        if (leaves == list.rend())
+            list.removeLast();
+        else
+            list.erase(std::prev(leaves.base()));
+    }
+    return list;
 }
 
 // In the trash it may have got another name than it was to have. Null when it is gone.
@@ -182,6 +191,23 @@ void VXStorePast::noteUse(const QString &storePath)
     QVariantList list = listOf(storePath);
     if (takeLater(list, numberOf(storePath)) >= 0)
         setListOf(storePath, list);
+}
+
+void VXStorePast::noteTakenBack(const QString &storePath, const QString &keptPath, bool isTakenBack)
+{
+    QVariantList list = listOf(storePath);
+    const auto found = std::ranges::find_if(list, [number = numberOf(keptPath)](const QVariant &each) {
+        return number != 0 && numberOf(placeOf(each.toMap())) == number;
+    });
+    if (found == list.end())
+        return;
+    QVariantMap entry = found->toMap();
+    if (isTakenBack)
+        entry.insert(takenBackKey, true);
+    else
+        entry.remove(takenBackKey);
+    *found = entry;
+    setListOf(storePath, list);
 }
 
 VXError VXStorePast::move(const QString &storePath, const QString &path, const QString &place, const QString &reason)

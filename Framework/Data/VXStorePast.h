@@ -13,6 +13,7 @@
  * and what has come to lie in the place of one that is gone is not taken for it. A link leads where it led, wherever it goes.
  * What took the store's place and is upgraded before it was ever in use is no step of its own: it is listed behind what it
  * replaced, as is the old store of an upgrade that was not settled then, so that the first is what the user had.
+ * What was taken back leaves the list before all others: who goes to and fro pushes nothing else out of it.
  * Main thread only.
  */
 class VX_EXPORT VXStorePast
@@ -39,6 +40,8 @@ public:
     static QString freePlaceBeside(const QString &path, const QString &suffix);
     /** The store is opened as it is: an upgrade of it later is a step of its own. */
     static void noteUse(const QString &storePath);
+    /** Whether the store is, or is about to be, a copy of the one at `keptPath`; of no effect where that is not listed. */
+    static void noteTakenBack(const QString &storePath, const QString &keptPath, bool isTakenBack);
     /** The same to another place, which is free; noted once it is there. */
     static VXError move(const QString &storePath, const QString &path, const QString &place, const QString &reason);
     /** Failures are logged. */

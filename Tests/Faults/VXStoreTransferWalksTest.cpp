@@ -168,7 +168,9 @@ TEST_F(VXStoreTransferWalks, TakeBack)
         VXDataPlugin::holdBackStore(u"notes"_s);
         manager().startup();
         bool isWaiting = false;
-        return !notesPlugin().takeBack(file, &isWaiting) && !isWaiting;
+        const bool isDone = !notesPlugin().takeBack(file, &isWaiting) && !isWaiting;
+        EXPECT_TRUE(isDone || !QFileInfo::exists(live) || !QFileInfo::exists(notesPlugin().waitingPath()));
+        return isDone;
     };
     takeBack.state = [&] { return contentsAfterStart(); };
     takeBack.mayRefuseWhatIsDone = true; // what waits is put in place by the next start

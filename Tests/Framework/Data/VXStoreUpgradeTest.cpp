@@ -263,6 +263,12 @@ INSTANTIATE_TEST_SUITE_P(
                    .message = "The copy is not what the old store holds"},
         UpgradeRow{.title = "HookSpoilsValuesUnverified", .migration = "spoils", .verifies = false, .isChanged = true},
         UpgradeRow{.title = "HookSpoilsValuesAndSaysSo", .migration = "spoils openly", .isChanged = true},
+        UpgradeRow{.title = "HookMakesOthers", .migration = "makes others", .isChanged = true},
+        UpgradeRow{.title = "HookChangesTheOld", .migration = "changes the old"},
+        UpgradeRow{.title = "HookDeletes",
+                   .migration = "deletes",
+                   .line = "\"author\" of entity \"Note\" cannot lead to an object of another context",
+                   .message = "VXAssertionException"},
         UpgradeRow{.title = "HookLosesReferences",
                    .migration = "unties",
                    .line = "migrate: The copy is not what the old store holds \"",
@@ -417,6 +423,35 @@ TEST_F(VXStoreUpgradeTest, StoreThatGivesWayToTheOneBeforeIsListed)
     ASSERT_TRUE(QDir().rename(trash(u"notes.vxdatastore"_s), path(u"kept"_s)));
     ASSERT_TRUE(QDir().mkpath(trash(u"notes.vxdatastore"_s)));
     EXPECT_EQ(VXStorePast::entries(live).size(), 0);
+}
+
+// Rollbacks of rollbacks are listed, but push nothing else out.
+TEST_F(VXStoreUpgradeTest, GoingToAndFroKeepsTheListOfWhatTheStoreWas)
+{
+    writeOldStore(live, 20, u"1.2"_s, u"org.example.notes"_s, newSource());
+    QStringList kept;
+    for (int i = 0; i < 9; ++i) {
+        kept.prepend(path(u"kept%1"_s.arg(i)));
+        writeOldStore(kept.constFirst(), i, u"1.2"_s, u"org.example.notes"_s, newSource());
+        VXStorePast::note(live, kept.constFirst(), u"merged"_s);
+    }
+    const QString before = contentsOfStore(live);
+    writeNotesPlugin();
+    VXDataPlugin::holdBackStore(u"notes"_s);
+    startWith({});
+    for (int round = 0; round < 12; ++round) {
+        bool isWaiting = false;
+        const VXError error = notesPlugin().takeBack(notesPlugin().earlierStores().constFirst().path, &isWaiting);
+        ASSERT_FALSE(error || isWaiting) << error.description().toStdString();
+        EXPECT_EQ(contentsOfStore(live) == before, round % 2 == 1);
+        VXStorePast::noteUse(live); // else what took its place would be no step of its own
+    }
+    QStringList listed;
+    for (const VXStorePast::Entry &entry : notesPlugin().earlierStores()) {
+        if (entry.reason == "merged"_L1)
+            listed.append(entry.path);
+    }
+    EXPECT_EQ(listed, kept.sliced(1)); // the first was the one taken back
 }
 
 // -- What the old store holds

@@ -102,6 +102,13 @@ public:
         const bool isDone = VXDataPlugin::migrateObjectAttributes(oldObject, version, newObject, error);
         if (spoils(oldObject->entity())) // by other means than the value's own hook
             newObject->setValueForKey(u"spoiled"_s, u"name"_s);
+        VXManagedObjectContext &context = *newObject->managedObjectContext();
+        if (migration() == "makes others"_L1)
+            context.insertNewObject(u"Tag"_s)->setValueForKey(u"made"_s, u"name"_s);
+        if (migration() == "deletes"_L1 && oldObject->entity().name() == "Author"_L1)
+            context.deleteObject(newObject);
+        if (migration() == "changes the old"_L1 && oldObject->entity().name() == "Author"_L1)
+            oldObject->setValueForKey(u"changed"_s, u"name"_s);
         return isDone;
     }
 
