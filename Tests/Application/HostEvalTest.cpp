@@ -24,19 +24,13 @@ QByteArray requestFor(const QByteArray &call, const QByteArray &arguments)
     return "{\"call\":\"" + call + "\",\"args\":" + arguments + '}';
 }
 
-class HostEvalTest : public VXHomeTest
-{
-};
+using HostEvalTest = VXHomeTest;
 
 } // namespace
 
 TEST_F(HostEvalTest, AnswersCalls)
 {
-    const struct
-    {
-        QByteArray line;
-        QByteArray answer;
-    } cases[] = {
+    const std::pair<QByteArray, QByteArray> cases[] = {
         {R"({"call": "compareWithArray", "args": [["a","b","c"], ["b","c","d"]]})",
          R"({"result":{"$$__COMPARISON_ADDED__$$":["d"],"$$__COMPARISON_REMOVED__$$":["a"],)"
          R"("$$__COMPARISON_UNCHANGED__$$":["b","c"]}})"},
@@ -174,11 +168,7 @@ TEST_F(HostEvalTest, ParametersAndAnswersOfEveryKind)
                  });
     registry.add(u"none"_s, {}, [] { return QString(); });
     registry.add(u"throws"_s, {}, []() -> int { throw std::runtime_error("why"); });
-    const struct
-    {
-        QByteArray line;
-        QByteArray answer;
-    } cases[] = {
+    const std::pair<QByteArray, QByteArray> cases[] = {
         {R"({"call":"all","args":[true,-128,1,{"k":null},null]})",
          R"({"result":[true,-128,1,{"k":null},null],"s":null})"},
         {R"({"call":"all","args":[true,1,0.5,{},"v",9]})", R"({"result":[true,1,0.5,{},"v"],"s":9})"},

@@ -39,18 +39,15 @@ protected:
         VXPluginFixture{.identifier = u"test.poster"_s,
                         .info = {{u"VXPostsEvents"_s, QVariantMap{{u"ping"_s, u"described"_s}}}}}
             .write(shared);
-        EXPECT_EQ(runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"plugins"_s,
-                           u"[\"test.reactor\", \"test.good\", \"test.bad\", \"test.poster\"]"_s})
+        EXPECT_EQ(runHost("defaults write com.halvern.VNX2 plugins '[\"test.reactor\", \"test.good\", \"test.bad\", "
+                          "\"test.poster\"]'")
                       .status,
                   0);
     }
-    static HostOutcome run(const QString &arguments, const QStringList &more = {})
+    static HostOutcome run(const VXWords &arguments, const VXWords &more = {}) { return runHost(arguments + more); }
+    static QJsonValue json(const VXWords &arguments, const VXWords &more = {})
     {
-        return runHost(arguments.split(u' ') + more);
-    }
-    static QJsonValue json(const QString &arguments, const QStringList &more = {})
-    {
-        return VXJSONFromText(run(u"--json "_s + arguments, more).output).value_or(QJsonValue());
+        return run(VXWords{"--json"} + arguments, more).json();
     }
     static int count(const QString &file, const char *query)
     {
@@ -68,51 +65,49 @@ protected:
 TEST_F(HostEventsTest, PostsRunTriggersAndTheHistoryTellsWhyLater)
 {
     writePlugins();
-    EXPECT_EQ(
-        run(u"triggers add --event ping --name Jane --reactor test.reactor --filter"_s, {u"name == 'Jane'"_s}).status,
-        0);
-    EXPECT_EQ(run(u"triggers add --event pong --reactor test.reactor --option throws=number"_s).status, 0);
+    EXPECT_EQ(run("triggers add --event ping --name Jane --reactor test.reactor --filter", {"name == 'Jane'"}).status,
+              0);
+    EXPECT_EQ(run("triggers add --event pong --reactor test.reactor --option throws=number").status, 0);
 
-    const HostOutcome passed = run(u"post ping --subtype now --trace --object"_s, {u"{\"name\": \"Jane\"}"_s});
+    const HostOutcome passed = run("post ping --subtype now --trace --object", {"{\"name\": \"Jane\"}"});
     EXPECT_EQ(passed.status, 0);
-    EXPECT_THAT(passed.output.toStdString(),
-                HasSubstr("ping::now: 1 of 1 trigger ran, 1 reactor\n"
-                          "Trigger p1 \"Jane\" ran, for the object passed its filter name == "
-                          "\"Jane\"\n  test.reactor done in "));
-    EXPECT_EQ(run(u"post ping"_s).status, 0);
-    const HostOutcome failed = run(u"post pong"_s);
+    EXPECT_THAT(passed.output, HasSubstr("ping::now: 1 of 1 trigger ran, 1 reactor\n"
+                                         "Trigger p1 \"Jane\" ran, for the object passed its filter name == "
+                                         "\"Jane\"\n  test.reactor done in "));
+    EXPECT_EQ(run("post ping").status, 0);
+    const HostOutcome failed = run("post pong");
     EXPECT_EQ(failed.status, 1);
-    EXPECT_THAT(failed.errors.toStdString(), HasSubstr("Unable to execute \"React\" in trigger \"pong\"."));
-    EXPECT_THAT(failed.errors.toStdString(), HasSubstr("No plugin says that it posts \"pong\""));
+    EXPECT_THAT(failed.errors, HasSubstr("Unable to execute \"React\" in trigger \"pong\"."));
+    EXPECT_THAT(failed.errors, HasSubstr("No plugin says that it posts \"pong\""));
 
-    const QJsonArray history = json(u"history"_s).toArray();
+    const QJsonArray history = json("history").toArray();
     ASSERT_EQ(history.size(), 3);
-    EXPECT_EQ(json(u"history --event ping --last 1"_s).toArray().first()[u"id"_s], history[1][u"id"_s]);
-    EXPECT_EQ(json(u"history --failures"_s).toArray().first()[u"event"_s], QJsonValue(u"pong"_s));
-    const std::string why = run(u"history --why"_s).output.toStdString();
+    EXPECT_EQ(json("history --event ping --last 1").toArray().first()[u"id"_s], history[1][u"id"_s]);
+    EXPECT_EQ(json("history --failures").toArray().first()[u"event"_s], QJsonValue(u"pong"_s));
+    const std::string why = run("history --why").output;
     EXPECT_THAT(why, HasSubstr("did not run, for the object did not pass its filter"));
     EXPECT_THAT(why, HasSubstr("test.reactor failed after"));
 
-    const QJsonValue replayed = json(u"history replay"_s, {history[0][u"id"_s].toString()});
+    const QJsonValue replayed = json("history replay", {history[0][u"id"_s].toString()});
     EXPECT_EQ(replayed[u"object"_s], QJsonValue(QJsonObject{{u"name"_s, u"Jane"_s}}));
     EXPECT_EQ(replayed[u"triggers"_s][0][u"outcome"_s], QJsonValue(u"ran"_s));
-    EXPECT_EQ(run(u"history replay"_s, {history[2][u"id"_s].toString()}).status, 1); // fails again
+    EXPECT_EQ(run("history replay", {history[2][u"id"_s].toString()}).status, 1); // fails again
 
     const QString uri = history[0][u"triggers"_s][0][u"trigger"_s].toString(); // an object of a store
-    EXPECT_EQ(json(u"post ping --object-uri"_s, {uri})[u"objectURI"_s], QJsonValue(uri));
-    EXPECT_EQ(json(u"history replay"_s, {json(u"history --last 1"_s)[0][u"id"_s].toString()})[u"objectURI"_s],
+    EXPECT_EQ(json("post ping --object-uri", {uri})[u"objectURI"_s], QJsonValue(uri));
+    EXPECT_EQ(json("history replay", {json("history --last 1")[0][u"id"_s].toString()})[u"objectURI"_s],
               QJsonValue(uri));
 
-    EXPECT_EQ(run(u"defaults write com.halvern.VNX2 events.history false"_s).status, 0);
-    EXPECT_EQ(run(u"post ping"_s).status, 0);
-    EXPECT_EQ(json(u"history"_s).toArray().size(), 7);
+    EXPECT_EQ(run("defaults write com.halvern.VNX2 events.history false").status, 0);
+    EXPECT_EQ(run("post ping").status, 0);
+    EXPECT_EQ(json("history").toArray().size(), 7);
 }
 
 TEST_F(HostEventsTest, ListsEventsReactorsAndExporters)
 {
     writePlugins();
     QJsonObject events;
-    for (const auto event : json(u"events"_s).toArray())
+    for (const auto event : json("events").toArray())
         events.insert(event[u"event"_s].toString(), event);
     EXPECT_EQ(events[u"ping"_s], QJsonValue(QJsonObject{{u"event"_s, u"ping"_s},
                                                         {u"name"_s, u"ping"_s},
@@ -120,13 +115,13 @@ TEST_F(HostEventsTest, ListsEventsReactorsAndExporters)
                                                         {u"description"_s, u"described"_s}}));
     EXPECT_EQ(events[u"incoming_call"_s][u"name"_s], QJsonValue(u"Incoming call"_s));
     QJsonObject reactors;
-    for (const auto reactor : json(u"reactors"_s).toArray())
+    for (const auto reactor : json("reactors").toArray())
         reactors.insert(reactor[u"identifier"_s].toString(), reactor);
     EXPECT_EQ(reactors[u"test.reactor"_s][u"name"_s], QJsonValue(u"React"_s));
     EXPECT_EQ(reactors[u"test.reactor"_s][u"events"_s], QJsonValue(QJsonArray{u"ping"_s}));
     EXPECT_TRUE(reactors[u"test.reactor"_s][u"classes"_s].isNull()); // it does not say
     EXPECT_EQ(reactors[u"test.good"_s][u"exporter"_s], QJsonValue(true));
-    const std::string exporters = run(u"exporters"_s).output.toStdString();
+    const std::string exporters = run("exporters").output;
     EXPECT_THAT(exporters, HasSubstr("test.good"));
     EXPECT_THAT(exporters, testing::Not(HasSubstr("test.reactor")));
 }
@@ -134,32 +129,32 @@ TEST_F(HostEventsTest, ListsEventsReactorsAndExporters)
 TEST_F(HostEventsTest, CompletionAsksOnlyThePluginsThatItNeeds)
 {
     writePlugins();
-    const std::pair<QStringList, const char *> cases[] = {
-        {{u"exporters"_s}, "csvexporter\n"},
-        {{u"reactors"_s}, "logevent\n"},
-        {{u"plugins"_s}, "calls\n"},
-        {{u"events"_s}, "ping\n"},
-        {{u"stores"_s}, "triggers\n"},
-        {{u"options"_s, u"csvexporter"_s}, "file=\n"},
-        {{u"options"_s, u"csvexporter"_s, u"app"_s}, "append=\n"},
-        {{u"options"_s, u"csvexporter"_s, u"append="_s}, "append=false\nappend=true\n"},
-        {{u"options"_s, u"vcardexporter"_s, u"version="_s}, "version=3.0\nversion=4.0\n"},
+    const std::pair<VXWords, const char *> cases[] = {
+        {"exporters", "csvexporter\n"},
+        {"reactors", "logevent\n"},
+        {"plugins", "calls\n"},
+        {"events", "ping\n"},
+        {"stores", "triggers\n"},
+        {"options csvexporter", "file=\n"},
+        {"options csvexporter app", "append=\n"},
+        {"options csvexporter append=", "append=false\nappend=true\n"},
+        {"options vcardexporter version=", "version=3.0\nversion=4.0\n"},
     };
     for (const auto &[arguments, words] : cases)
-        EXPECT_THAT(run(u"completion words"_s, arguments).output.toStdString(), HasSubstr(words));
-    EXPECT_EQ(run(u"completion words options none"_s).output, "");
+        EXPECT_THAT(run("completion words", arguments).output, HasSubstr(words));
+    EXPECT_EQ(run("completion words options none").output, "");
     EXPECT_FALSE(QFileInfo::exists(path(u".local/share/Vornix 2/Data"_s))) << "no store was opened";
 
-    EXPECT_EQ(run(u"triggers add --event ping --reactor logevent --name Pong"_s).status, 0);
-    EXPECT_EQ(run(u"completion words triggers"_s).output, "Pong\np1\n");
-    EXPECT_EQ(run(u"completion words entities triggers"_s).output.count("VXTrigger\n"), 1);
+    EXPECT_EQ(run("triggers add --event ping --reactor logevent --name Pong").status, 0);
+    EXPECT_EQ(run("completion words triggers").output, "Pong\np1\n");
+    EXPECT_EQ(run("completion words entities triggers").output.count("VXTrigger\n"), 1);
 }
 
 TEST_F(HostEventsTest, TablesSpeakTheUsersLanguage)
 {
-    EXPECT_EQ(run(u"triggers add --event incoming_call --reactor logevent"_s).status, 0);
-    EXPECT_EQ(run(u"post incoming_call --subtype ended --object"_s, {u"{\"from\": \"5550100\"}"_s}).status, 0);
-    EXPECT_EQ(run(u"phonebook add Jane --number 5550100 --company Acme"_s).status, 0);
+    EXPECT_EQ(run("triggers add --event incoming_call --reactor logevent").status, 0);
+    EXPECT_EQ(run("post incoming_call --subtype ended --object", {"{\"from\": \"5550100\"}"}).status, 0);
+    EXPECT_EQ(run("phonebook add Jane --number 5550100 --company Acme").status, 0);
     const std::pair<QString, const char *> cases[] = {
         {u"triggers"_s, "ID  ZUSTAND        EREIGNIS       NAME  REAKTOREN  FILTER\np1  eingeschaltet"},
         {u"calls"_s, "DATUM"},
@@ -183,8 +178,8 @@ TEST_F(HostEventsTest, TablesSpeakTheUsersLanguage)
     };
     qputenv("LANGUAGE", "de");
     for (const auto &[command, shown] : cases)
-        EXPECT_THAT(run(command).output.toStdString(), HasSubstr(shown)) << command.toStdString();
-    EXPECT_EQ(json(u"triggers"_s)[0][u"enabled"_s], QJsonValue(true)); // for programs it stays as it is
+        EXPECT_THAT(run(command).output, HasSubstr(shown)) << command.toStdString();
+    EXPECT_EQ(json("triggers")[0][u"enabled"_s], QJsonValue(true)); // for programs it stays as it is
     qunsetenv("LANGUAGE");
 }
 
@@ -209,7 +204,7 @@ TEST_F(HostEventsTest, ExportsWhatAPhoneGave)
         const QString from = writeFile(u"given.json"_s, given);
         QFile::remove(file);
         const HostOutcome outcome = run(u"export csvexporter --from %1 --to %2 --where"_s.arg(from, file), {where});
-        EXPECT_EQ(outcome.status, lines.isEmpty() ? 1 : 0) << given.toStdString() << outcome.errors.toStdString();
+        EXPECT_EQ(outcome.status, lines.isEmpty() ? 1 : 0) << given.toStdString() << outcome.errors;
         EXPECT_EQ(QFile::exists(file) ? readFile(file) : QByteArray(), lines) << given.toStdString();
     }
 }
@@ -218,69 +213,59 @@ TEST_F(HostEventsTest, ExportsObjectsOfAStore)
 {
     writePlugins();
     for (const QString &name : {u"one"_s, u"two"_s})
-        EXPECT_EQ(run(u"triggers add --event ping --reactor test.reactor --name"_s, {name}).status, 0);
-    EXPECT_EQ(json(u"export test.good triggers VXTrigger --to out"_s)[u"count"_s], QJsonValue(2));
+        EXPECT_EQ(run("triggers add --event ping --reactor test.reactor --name", {name}).status, 0);
+    EXPECT_EQ(json("export test.good triggers VXTrigger --to out")[u"count"_s], QJsonValue(2));
     const QStringList table{u"--option"_s, u"columns=userName"_s};
     const QString file = path(u"triggers.csv"_s);
     const QString toTable = u"export com.halvern.VNX2.plugin.csvexporter triggers VXTrigger --to "_s + file;
     EXPECT_EQ(run(toTable, table).status, 0);
     EXPECT_EQ(run(toTable + " --option append=false"_L1, table).status, 0);
     EXPECT_EQ(readFile(file), "userName\r\none\r\ntwo\r\n");
-    EXPECT_EQ(json(u"export test.good triggers VXTrigger --to out --where"_s, {u"userName == 'two'"_s})[u"count"_s],
+    EXPECT_EQ(json("export test.good triggers VXTrigger --to out --where", {"userName == 'two'"})[u"count"_s],
               QJsonValue(1));
-    const HostOutcome failed = run(u"export test.bad triggers VXTrigger --to out"_s);
+    const HostOutcome failed = run("export test.bad triggers VXTrigger --to out");
     EXPECT_EQ(failed.status, 1);
-    EXPECT_THAT(failed.errors.toStdString(), HasSubstr("No disk."));
+    EXPECT_THAT(failed.errors, HasSubstr("No disk."));
 }
 
 TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
 {
     writePlugins();
-    const struct
-    {
-        QStringList arguments;
-        int status;
-        std::string error;
-    } rows[] = {
-        {{u"post"_s, u""_s}, 2, "post needs EVENT"},
-        {{u"post"_s, u"ping"_s, u"--object"_s, u"{"_s}, 2, "--object is no JSON object: "},
-        {{u"post"_s, u"ping"_s, u"--object"_s, u"[1]"_s}, 2, "--object is no JSON object"},
-        {{u"post"_s, u"ping"_s, u"--object"_s, u"{}"_s, u"--object-uri"_s, u"x"_s}, 2, "one object"},
-        {{u"post"_s, u"ping"_s, u"--object-uri"_s, u"x-coredata://a/B/p1"_s}, 1, "no store has an object"},
-        {{u"history"_s, u"replay"_s, u"nothing"_s}, 1, "no event \"nothing\""},
-        {{u"history"_s, u"--last"_s, u"many"_s}, 2, "--last: \"many\" is no number"},
-        {{u"history"_s, u"--last"_s, u"0"_s}, 2, "--last needs a number, at least 1"},
-        {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s}, 2, "--to FILE"},
+    const std::tuple<VXWords, int, std::string> rows[] = {
+        {"post ping --object {", 2, "--object is no JSON object: "},
+        {"post ping --object [1]", 2, "--object is no JSON object"},
+        {"post ping --object {} --object-uri x", 2, "one object"},
+        {"post ping --object-uri x-coredata://a/B/p1", 1, "no store has an object"},
+        {"history replay nothing", 1, "no event \"nothing\""},
+        {"history --last many", 2, "--last: \"many\" is no number"},
+        {"history --last 0", 2, "--last needs a number, at least 1"},
+        {"export test.good triggers VXTrigger", 2, "--to FILE"},
         {u"export test.good triggers --to x"_s.split(u' '), 2, "needs STORE and ENTITY, or --from"},
         {u"export test.good triggers VXTrigger --from x --to x"_s.split(u' '), 2, "takes the place of STORE"},
         {u"export test.good --from x --sort a --to x"_s.split(u' '), 2, "--sort does not go with --from"},
         {u"export test.good --from /nowhere --to x"_s.split(u' '), 1, "/nowhere can not be read: No such file"},
         {u"export test.good --from /dev/null --to x"_s.split(u' '), 1, "/dev/null can not be read"},
         {u"--json export test.good triggers VXTrigger --to -"_s.split(u' '), 2, "which is no JSON value"},
-        {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s, u"--option"_s, u"x"_s},
-         2,
-         "KEY=VALUE"},
-        {{u"export"_s, u"test.reactor"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s}, 1, "is no exporter"},
-        {{u"export"_s, u"test.good"_s, u"nothing"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s}, 1, "no store \"nothing\""},
-        {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXNothing"_s, u"--to"_s, u"x"_s}, 1, "no entity VXNothing"},
+        {"export test.good triggers VXTrigger --to x --option x", 2, "KEY=VALUE"},
+        {"export test.reactor triggers VXTrigger --to x", 1, "is no exporter"},
+        {"export test.good nothing VXTrigger --to x", 1, "no store \"nothing\""},
+        {"export test.good triggers VXNothing --to x", 1, "no entity VXNothing"},
         {u"export test.good triggers VXtrigger --to x"_s.split(u' '), 1, "did you mean \"VXTrigger\"?"},
         {u"export test.god triggers VXTrigger --to x"_s.split(u' '), 1, "there is no exporter \"test.god\""},
-        {{u"export"_s, u"test.good"_s, u"triggers"_s, u"VXTrigger"_s, u"--to"_s, u"x"_s, u"--where"_s, u"a =="_s},
-         2,
-         "--where"},
+        {"export test.good triggers VXTrigger --to x --where 'a =='", 2, "--where"},
         {u"export test.good triggers VXTrigger --to x --where nmae==1"_s.split(u' '), 1, "no \"nmae\""},
     };
     for (const auto &[arguments, status, error] : rows) {
         const HostOutcome outcome = runHost(arguments);
         EXPECT_EQ(outcome.status, status) << arguments.join(u' ').toStdString();
-        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(error));
+        EXPECT_THAT(outcome.errors, HasSubstr(error));
     }
 }
 
 TEST_F(HostEventsTest, ExportsToStandardOutput)
 {
     const QStringList exported{u"export"_s, u"csvexporter"_s, u"--from"_s, u"-"_s, u"--to"_s, u"-"_s};
-    EXPECT_EQ(runHost(exported, R"([{"a": 1, "b": "x,y"}])").output, QByteArray("a,b\r\n1,\"x,y\"\r\n"));
+    EXPECT_EQ(runHost(exported, R"([{"a": 1, "b": "x,y"}])").output, "a,b\r\n1,\"x,y\"\r\n");
     EXPECT_EQ(runHost(exported, "[]").output, QByteArray());
     EXPECT_FALSE(QFile::exists(u"-"_s));
 }
@@ -288,8 +273,8 @@ TEST_F(HostEventsTest, ExportsToStandardOutput)
 TEST_F(HostEventsTest, DamagedPreferencesAreToldOfOnce)
 {
     writeFile(u".config/Vornix 2/com.halvern.VNX2.plist"_s, "<plist><dict>");
-    EXPECT_THAT(runHost({u"plugins"_s}).errors.toStdString(), HasSubstr("preferences were damaged"));
-    EXPECT_EQ(runHost({u"plugins"_s}).errors, QByteArray());
+    EXPECT_THAT(runHost("plugins").errors, HasSubstr("preferences were damaged"));
+    EXPECT_EQ(runHost("plugins").errors, QByteArray());
 }
 
 TEST_F(HostEventsTest, NobodyElseReadsWhatIsKept)
@@ -309,7 +294,7 @@ TEST_F(HostEventsTest, NobodyElseReadsWhatIsKept)
             "$0" defaults write com.halvern.VNX2 key true
             "$0" post incoming_call --subtype ended --object '{"call_id": "1", "from": "Jane <555>"}' || true
             "$0" history)sh"_s.arg(mask, home, data));
-        EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+        EXPECT_EQ(outcome.status, 0) << outcome.errors;
         QStringList files;
         for (const QString &folder : {home, data}) {
             QDirIterator item(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
@@ -344,9 +329,9 @@ TEST_F(HostEventsTest, ProcessesPostAtOnceIntoTheSameStores)
         done; }
         post a & first=$!; post b & second=$!
         wait $first && wait $second)sh"_s);
-    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
     QSet<QString> identifiers;
-    for (const auto event : json(u"history --event incoming_call"_s).toArray()) {
+    for (const auto event : json("history --event incoming_call").toArray()) {
         identifiers.insert(event[u"id"_s].toString());
         for (const int reaction : {0, 1})
             EXPECT_EQ(event[u"triggers"_s][0][u"reactions"_s][reaction][u"outcome"_s], QJsonValue(u"done"_s));
@@ -363,43 +348,43 @@ TEST_F(HostEventsTest, CallsGoIntoASpreadsheetWithTheirDates)
 {
     const QString file = path(u"calls.csv"_s);
     const auto added = [&](const QString &option, const QString &value) {
-        return run(u"triggers add --event incoming_call --reactor csvexporter --option columns=date,who --option"_s,
+        return run("triggers add --event incoming_call --reactor csvexporter --option columns=date,who --option",
                    {option + u'=' + value});
     };
-    EXPECT_THAT(added(u"file"_s, path(u"none/calls.csv"_s)).errors.toStdString(), HasSubstr("There is no folder \""));
+    EXPECT_THAT(added(u"file"_s, path(u"none/calls.csv"_s)).errors, HasSubstr("There is no folder \""));
     EXPECT_EQ(added(u"file"_s, file).errors, "");
-    EXPECT_EQ(run(u"phonebook add Jane --number 5550100"_s).status, 0);
+    EXPECT_EQ(run("phonebook add Jane --number 5550100").status, 0);
     const QString call = u"{\"from\": \"5550100\", \"event_date\": {\"$date\": \"2026-01-31T12:00:00Z\"}}"_s;
-    EXPECT_THAT(run(u"post incoming_call --trace --subtype ringing --object"_s, {call}).output.toStdString(),
+    EXPECT_THAT(run("post incoming_call --trace --subtype ringing --object", {call}).output,
                 HasSubstr("It writes when the call has ended."));
-    EXPECT_EQ(run(u"post incoming_call --subtype ended --object"_s, {call}).status, 0);
+    EXPECT_EQ(run("post incoming_call --subtype ended --object", {call}).status, 0);
     EXPECT_THAT(readFile(file).toStdString(), testing::MatchesRegex("date,who\r?\n2026-0[^,]*,Jane\r?\n"));
 
-    EXPECT_EQ(run(u"triggers edit p1 --option columns=dat,who"_s).errors.count("did you mean \"date\"?"), 1);
-    EXPECT_EQ(json(u"triggers show p1"_s)[u"reactors"_s][0][u"options"_s][u"VXExporterOptionsFilePath"_s], file);
+    EXPECT_EQ(run("triggers edit p1 --option columns=dat,who").errors.count("did you mean \"date\"?"), 1);
+    EXPECT_EQ(json("triggers show p1")[u"reactors"_s][0][u"options"_s][u"VXExporterOptionsFilePath"_s], file);
     EXPECT_EQ(QDir(path()).remove(u"calls.csv"_s), true);
     EXPECT_EQ(QDir(path()).mkdir(u"calls.csv"_s), true);
-    EXPECT_THAT(run(u"post incoming_call --subtype ended --object"_s, {call}).errors.toStdString(),
+    EXPECT_THAT(run("post incoming_call --subtype ended --object", {call}).errors,
                 HasSubstr("The export to \"" + file.toStdString() + "\" failed."));
 }
 
 TEST_F(HostEventsTest, TellsOfEventsThatNobodyWouldUnderstand)
 {
-    const std::pair<QStringList, const char *> cases[] = {
-        {{u"incoming_cal"_s}, "did you mean \"incoming_call\"?"},
-        {{u"incoming_call"_s, u"--subtype"_s, u"ende"_s}, "did you mean \"ended\"?; there are: ringing"},
-        {{u"incoming_call"_s, u"--object"_s, u"{\"frm\": \"1\"}"_s}, "have no \"frm\"; did you mean \"from\"?"},
-        {{u"incoming_call"_s, u"--object"_s, u"{\"from\": {\"a\": 1}}"_s}, "\"from\" is no text"},
+    const std::pair<VXWords, const char *> cases[] = {
+        {"incoming_cal", "did you mean \"incoming_call\"?"},
+        {"incoming_call --subtype ende", "did you mean \"ended\"?; there are: ringing"},
+        {"incoming_call --object '{\"frm\": \"1\"}'", "have no \"frm\"; did you mean \"from\"?"},
+        {"incoming_call --object '{\"from\": {\"a\": 1}}'", "\"from\" is no text"},
     };
     for (const auto &[arguments, problem] : cases)
-        EXPECT_THAT(run(u"post"_s, arguments).errors.toStdString(), HasSubstr(problem));
-    const HostOutcome known = run(u"post outgoing_call --subtype ended --object"_s, {u"{\"to\": \"1\"}"_s});
+        EXPECT_THAT(run("post", arguments).errors, HasSubstr(problem));
+    const HostOutcome known = run("post outgoing_call --subtype ended --object", {"{\"to\": \"1\"}"});
     EXPECT_EQ(known.errors, "");
 }
 
 TEST_F(HostEventsTest, ShowsTheHistoryOfCalls)
 {
-    run(u"phonebook add Jane --number 5550100"_s);
+    run("phonebook add Jane --number 5550100");
     const auto post = [](const QString &event, const QString &object) {
         EXPECT_EQ(run(u"post %1 --subtype ended --object"_s.arg(event), {object}).status, 0);
     };
@@ -419,7 +404,7 @@ TEST_F(HostEventsTest, ShowsTheHistoryOfCalls)
             shown.append(call[u"id"_s].toString());
         EXPECT_EQ(shown, expected) << command.toStdString();
     }
-    const std::string table = run(u"calls"_s).output.toStdString();
+    const std::string table = run("calls").output;
     EXPECT_THAT(table, testing::ContainsRegex("in +Jane +1:01"));
     EXPECT_THAT(table, testing::ContainsRegex("missed +Jane "));
     for (const char *const wrong : {"calls --since tomorrow", "calls --limit x"})
@@ -429,17 +414,17 @@ TEST_F(HostEventsTest, ShowsTheHistoryOfCalls)
 TEST_F(HostEventsTest, TriggersThatFindTheirPluginMissingAreTold)
 {
     writePlugins();
-    EXPECT_EQ(run(u"triggers add --event ping --name Jane --reactor test.reactor"_s).status, 0);
-    EXPECT_THAT(run(u"plugins disable test.reactor"_s).errors.toStdString(),
+    EXPECT_EQ(run("triggers add --event ping --name Jane --reactor test.reactor").status, 0);
+    EXPECT_THAT(run("plugins disable test.reactor").errors,
                 HasSubstr("Triggers that use it find it missing from now on: Jane (p1)"));
-    EXPECT_THAT(run(u"triggers"_s).output.toStdString(), HasSubstr("reactor (is disabled)"));
-    EXPECT_THAT(run(u"post ping --trace"_s).output.toStdString(), HasSubstr("\"vornix plugins enable test.reactor\""));
-    EXPECT_THAT(run(u"status"_s).output.toStdString(), HasSubstr("Triggers that use it: 1;"));
+    EXPECT_THAT(run("triggers").output, HasSubstr("reactor (is disabled)"));
+    EXPECT_THAT(run("post ping --trace").output, HasSubstr("\"vornix plugins enable test.reactor\""));
+    EXPECT_THAT(run("status").output, HasSubstr("Triggers that use it: 1;"));
 
     EXPECT_TRUE(QDir(shared + u"/test.good.vxplugin"_s).removeRecursively());
     for (const QString &command : {u"plugins"_s, u"status"_s})
-        EXPECT_THAT(run(command).output.toStdString(), HasSubstr("its bundle is in none of the plugin folders"));
-    EXPECT_EQ(run(u"plugins info test.good"_s).status, 1);
-    EXPECT_EQ(run(u"plugins disable test.good"_s).output, "Disabled test.good.\n");
-    EXPECT_THAT(run(u"plugins"_s).output.toStdString(), testing::Not(HasSubstr("test.good")));
+        EXPECT_THAT(run(command).output, HasSubstr("its bundle is in none of the plugin folders"));
+    EXPECT_EQ(run("plugins info test.good").status, 1);
+    EXPECT_EQ(run("plugins disable test.good").output, "Disabled test.good.\n");
+    EXPECT_THAT(run("plugins").output, testing::Not(HasSubstr("test.good")));
 }

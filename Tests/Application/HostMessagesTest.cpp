@@ -24,22 +24,20 @@ protected:
             "<sms address='PARCELS' date='1772359203000' type='1' body='four' contact_name='Parcels'/>\n"
             "<sms address='PARCELS' date='1772359204000' type='1' body='five'/>\n"
             "<sms address='1' date='1772359205000' type='9' body='six'/>\n</smses>\n";
-        const HostOutcome import = runHost({u"messages"_s, u"import"_s, u"-"_s}, messages);
-        EXPECT_THAT(import.output.toStdString(), HasSubstr("Imported 5 messages"));
+        const HostOutcome import = runHost("messages import -", messages);
+        EXPECT_THAT(import.output, HasSubstr("Imported 5 messages"));
         EXPECT_EQ(import.status, 1); // one could not be read
-        runHost({u"phonebook"_s, u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s, u"--number"_s,
-                 u"+1 555 0101/m"_s});
-        runHost({u"phonebook"_s, u"add"_s, u"Joe Hill"_s, u"--number"_s, u"+1 555 0110"_s, u"--number"_s,
-                 u"+1 555 0111"_s});
-        runHost({u"phonebook"_s, u"add"_s, u"Ann"_s, u"--email"_s, u"ann@example.org"_s});
+        runHost("phonebook add 'Jane Doe' --number '+1 555 0100' --number '+1 555 0101/m'");
+        runHost("phonebook add 'Joe Hill' --number '+1 555 0110' --number '+1 555 0111'");
+        runHost("phonebook add Ann --email ann@example.org");
     }
 
     /** The texts that a command shows, newest first, with who they are from or to. */
-    static QStringList shown(const QStringList &arguments)
+    static QStringList shown(const VXWords &arguments)
     {
-        const HostOutcome outcome = runHost(QStringList{u"--json"_s, u"messages"_s} + arguments);
+        const HostOutcome outcome = runHost(VXWords{"--json", "messages"} + arguments);
         QStringList lines;
-        for (const QJsonValue message : VXJSONFromText(outcome.output).value_or(QJsonValue()).toArray())
+        for (const QJsonValue message : outcome.json().toArray())
             lines.append(message[u"who"_s].toString() + u' ' + message[u"text"_s].toString());
         return lines;
     }
@@ -48,26 +46,24 @@ protected:
 TEST_F(HostMessagesTest, PeopleAreCalledAsInThePhonebook)
 {
     const QStringList jane{u"Jane Doe two"_s, u"Jane Doe one"_s};
-    const std::pair<QStringList, QStringList> cases[] = {
-        {{u"list"_s, u"inbox"_s}, {u"PARCELS five"_s, u"PARCELS four"_s, u"+15550199 three"_s, u"Jane Doe one"_s}},
-        {{u"conversation"_s, u"Jane Doe"_s}, jane}, // whichever of her numbers
-        {{u"conversation"_s, u"jan"_s}, jane},
-        {{u"conversation"_s, u"555 0101"_s}, {u"Jane Doe two"_s}},
-        {{u"conversation"_s, u"parcels"_s}, {u"PARCELS five"_s, u"PARCELS four"_s}},
-        {{u"conversation"_s, u"Joe Hill"_s}, {}},
-        {{u"conversation"_s, u"par"_s}, {u"PARCELS five"_s, u"PARCELS four"_s}},
-        {{u"conversation"_s, u"+1 555 019"_s}, {u"+15550199 three"_s}},
-        {{u"conversation"_s, u"555"_s}, {}}, // several
+    const std::pair<VXWords, QStringList> cases[] = {
+        {"list inbox", {u"PARCELS five"_s, u"PARCELS four"_s, u"+15550199 three"_s, u"Jane Doe one"_s}},
+        {"conversation 'Jane Doe'", jane}, // whichever of her numbers
+        {"conversation jan", jane},
+        {"conversation '555 0101'", {u"Jane Doe two"_s}},
+        {"conversation parcels", {u"PARCELS five"_s, u"PARCELS four"_s}},
+        {"conversation 'Joe Hill'", {}},
+        {"conversation par", {u"PARCELS five"_s, u"PARCELS four"_s}},
+        {"conversation '+1 555 019'", {u"+15550199 three"_s}},
+        {"conversation 555", {}}, // several
     };
     for (const auto &[arguments, expected] : cases)
         EXPECT_EQ(shown(arguments), expected) << arguments.join(u' ').toStdString();
-    EXPECT_THAT(runHost({u"messages"_s, u"conversation"_s, u"555"_s}).errors.toStdString(),
-                HasSubstr("\"555\" are several: Jane Doe, +15550199\n"));
-    EXPECT_THAT(runHost({u"messages"_s, u"list"_s, u"inbox"_s}).output.toStdString(),
-                HasSubstr("unread  < Jane Doe   one    p1"));
-    EXPECT_THAT(runHost({u"messages"_s, u"read"_s, u"p1"_s}).output.toStdString(), HasSubstr("state      read"));
-    EXPECT_EQ(runHost({u"messages"_s, u"move"_s, u"p1"_s, u"user"_s}).status, 0);
-    EXPECT_EQ(shown({u"list"_s, u"user"_s}), QStringList{u"Jane Doe one"_s});
+    EXPECT_THAT(runHost("messages conversation 555").errors, HasSubstr("\"555\" are several: Jane Doe, +15550199\n"));
+    EXPECT_THAT(runHost("messages list inbox").output, HasSubstr("unread  < Jane Doe   one    p1"));
+    EXPECT_THAT(runHost("messages read p1").output, HasSubstr("state      read"));
+    EXPECT_EQ(runHost("messages move p1 user").status, 0);
+    EXPECT_EQ(shown("list user"), QStringList{u"Jane Doe one"_s});
 }
 
 TEST_F(HostMessagesTest, ListsFitTheLinesThatThereAre)
@@ -88,17 +84,17 @@ TEST_F(HostMessagesTest, ListsFitTheLinesThatThereAre)
         for (const QString &title : {u"DATE"_s, u"STATE"_s, u"FROM"_s, u"TEXT"_s, u"ID"_s})
             EXPECT_EQ(lines.first().contains(title.toUtf8()), titles.contains(title)) << title.toStdString();
     }
-    EXPECT_THAT(runHost({u"messages"_s, u"list"_s, u"inbox"_s}).output.toStdString(), HasSubstr(std::string(200, 'x')));
+    EXPECT_THAT(runHost("messages list inbox").output, HasSubstr(std::string(200, 'x')));
 }
 
 TEST_F(HostMessagesTest, NoTextSteersTheTerminal)
 {
-    runHost({u"messages"_s, u"import"_s, u"-"_s},
+    runHost("messages import -",
             "<?xml version='1.0' encoding='UTF-8'?>\n<smses><sms address='+15550199' date='1772359209000' type='1' "
             "body='seven&#13;&#10;eight&#xd;\xc2\x9b\x32J&#x7f;'/></smses>");
-    const HostOutcome list = runHost({u"--json"_s, u"messages"_s, u"list"_s, u"inbox"_s});
-    const QString found = VXJSONFromText(list.output).value_or(QJsonValue())[0][u"id"_s].toString();
-    const std::string text = runHost({u"messages"_s, u"read"_s, found}).output.toStdString();
+    const HostOutcome list = runHost("--json messages list inbox");
+    const QString found = list.json()[0][u"id"_s].toString();
+    const std::string text = runHost({"messages", "read", found}).output;
     EXPECT_THAT(text, HasSubstr("seven eight^M<U+009B>2J^?\n"));
 }
 
@@ -113,68 +109,63 @@ TEST_F(HostMessagesTest, WhomAMessageCanNotGoToIsTold)
         {u"jane doe"_s, "there is no phone to send by"}, // her mobile number would do
     };
     for (const auto &[to, problem] : cases) {
-        const HostOutcome outcome = runHost({u"messages"_s, u"send"_s, to, u"Hi"_s});
+        const HostOutcome outcome = runHost({"messages", "send", to, "Hi"});
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(problem));
+        EXPECT_THAT(outcome.errors, HasSubstr(problem));
     }
-    EXPECT_EQ(shown({u"list"_s, u"drafts"_s}), QStringList());
+    EXPECT_EQ(shown("list drafts"), QStringList());
 }
 
 TEST_F(HostMessagesTest, FoldersAreTheUsersToMakeAndToRemove)
 {
-    const auto messages = [](const QStringList &arguments) { return runHost(QStringList{u"messages"_s} + arguments); };
+    const auto messages = [](const VXWords &arguments) { return runHost(VXWords{"messages"} + arguments); };
     const auto titles = [] {
         QStringList all;
-        const HostOutcome outcome = runHost({u"--json"_s, u"messages"_s, u"folders"_s});
-        for (const QJsonValue folder : VXJSONFromText(outcome.output).value_or(QJsonValue()).toArray())
+        const HostOutcome outcome = runHost("--json messages folders");
+        for (const QJsonValue folder : outcome.json().toArray())
             all.append(folder[u"title"_s].toString() + u':' + QString::number(folder[u"count"_s].toInt()));
         return all.mid(5).join(u' ');
     };
-    EXPECT_EQ(messages({u"add-folder"_s, u"My  work"_s}).output, "Made the folder \"My work\".\n");
-    const std::pair<QStringList, const char *> refused[] = {
-        {{u"add-folder"_s, u"my work"_s}, "There is a folder \"my work\" already."},
-        {{u"add-folder"_s, u"Inbox"_s}, "There is a folder \"Inbox\" already."},
-        {{u"add-folder"_s, u" "_s}, "A folder needs a name."},
-        {{u"add-folder"_s, u"b"_s, u"--where"_s, u"txt == 1"_s}, "--where: "},
-        {{u"add-folder"_s, u"b"_s, u"--where"_s, u"state == 1"_s}, "a smart folder shows messages of a phone"},
-        {{u"rename-folder"_s, u"inbox"_s, u"In"_s}, "The folder \"inbox\" keeps its name."},
-        {{u"remove-folder"_s, u"trash"_s}, "The folder \"trash\" stays."},
-        {{u"delete"_s, u"p1"_s, u"p99"_s}, "there is no message \"p99\""},
+    EXPECT_EQ(messages("add-folder 'My  work'").output, "Made the folder \"My work\".\n");
+    const std::pair<VXWords, const char *> refused[] = {
+        {"add-folder 'my work'", "There is a folder \"my work\" already."},
+        {"add-folder Inbox", "There is a folder \"Inbox\" already."},
+        {"add-folder ' '", "A folder needs a name."},
+        {"add-folder b --where 'txt == 1'", "--where: "},
+        {"add-folder b --where 'state == 1'", "a smart folder shows messages of a phone"},
+        {"rename-folder inbox In", "The folder \"inbox\" keeps its name."},
+        {"remove-folder trash", "The folder \"trash\" stays."},
+        {"delete p1 p99", "there is no message \"p99\""},
     };
     for (const auto &[arguments, problem] : refused)
-        EXPECT_THAT(messages(arguments).errors.toStdString(), HasSubstr(problem));
-    EXPECT_EQ(messages({u"move"_s, u"p1"_s, u"my work"_s}).status, 0);
-    EXPECT_EQ(messages({u"rename-folder"_s, u"my work"_s, u"Work"_s}).status, 0);
+        EXPECT_THAT(messages(arguments).errors, HasSubstr(problem));
+    EXPECT_EQ(messages("move p1 'my work'").status, 0);
+    EXPECT_EQ(messages("rename-folder 'my work' Work").status, 0);
     EXPECT_EQ(titles(), u"Work:1"_s);
-    EXPECT_THAT(runHost({u"completion"_s, u"words"_s, u"message-folders"_s}).output.toStdString(), HasSubstr("Work"));
+    EXPECT_THAT(runHost("completion words message-folders").output, HasSubstr("Work"));
 
-    EXPECT_EQ(messages({u"remove-folder"_s, u"work"_s}).status, 0);
+    EXPECT_EQ(messages("remove-folder work").status, 0);
     EXPECT_EQ(titles(), QString());
-    EXPECT_EQ(messages({u"delete"_s, u"p2"_s, u"p3"_s}).status, 0);
-    EXPECT_EQ(shown({u"list"_s, u"trash"_s}),
-              (QStringList{u"+15550199 three"_s, u"Jane Doe two"_s, u"Jane Doe one"_s}));
-    EXPECT_EQ(messages({u"delete"_s, u"p3"_s}).status, 1); // it is there
-    EXPECT_EQ(messages({u"move"_s, u"p3"_s, u"inbox"_s}).status, 0);
-    EXPECT_EQ(messages({u"delete"_s, u"p2"_s, u"--for-good"_s}).status, 0);
-    EXPECT_EQ(messages({u"empty-trash"_s}).output, "Deleted for good: 1.\n");
-    EXPECT_EQ(messages({u"empty-trash"_s}).output, "There is nothing in the trash.\n");
-    EXPECT_EQ(shown({u"list"_s, u"inbox"_s}),
-              (QStringList{u"PARCELS five"_s, u"PARCELS four"_s, u"+15550199 three"_s}));
+    EXPECT_EQ(messages("delete p2 p3").status, 0);
+    EXPECT_EQ(shown("list trash"), (QStringList{u"+15550199 three"_s, u"Jane Doe two"_s, u"Jane Doe one"_s}));
+    EXPECT_EQ(messages("delete p3").status, 1); // it is there
+    EXPECT_EQ(messages("move p3 inbox").status, 0);
+    EXPECT_EQ(messages("delete p2 --for-good").status, 0);
+    EXPECT_EQ(messages("empty-trash").output, "Deleted for good: 1.\n");
+    EXPECT_EQ(messages("empty-trash").output, "There is nothing in the trash.\n");
+    EXPECT_EQ(shown("list inbox"), (QStringList{u"PARCELS five"_s, u"PARCELS four"_s, u"+15550199 three"_s}));
 }
 
 TEST_F(HostMessagesTest, TheIDOfAMessageThatWasMovedOffItsPhoneLeadsToTheCopy)
 {
-    EXPECT_EQ(runHost({u"messages"_s, u"move"_s, u"p1"_s, u"user"_s, u"--copy"_s}).status, 0); // p6
+    EXPECT_EQ(runHost("messages move p1 user --copy").status, 0); // p6
     const QString moved = u"{\"pending\": 1, \"url\": \"vxdevice://localhost/org.phones/one/messages/ME/1\"}"_s;
-    EXPECT_EQ(runHost({u"store"_s, u"update"_s, u"messages"_s, u"VXMessage/p1"_s, moved}).status, 0);
-    for (const QStringList &verb :
-         {QStringList{u"read"_s, u"p1"_s}, {u"move"_s, u"p1"_s, u"sent"_s}, {u"delete"_s, u"p1"_s}}) {
-        const HostOutcome outcome = runHost(QStringList{u"messages"_s} + verb);
-        EXPECT_THAT(outcome.output.toStdString(), HasSubstr("p6")) << verb.first().toStdString();
-        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("p1 was moved off its phone, and is p6 now"));
+    EXPECT_EQ(runHost({"store", "update", "messages", "VXMessage/p1", moved}).status, 0);
+    for (const VXWords &verb : {VXWords{"read", "p1"}, {"move", "p1", "sent"}, {"delete", "p1"}}) {
+        const HostOutcome outcome = runHost(VXWords{"messages"} + verb);
+        EXPECT_THAT(outcome.output, HasSubstr("p6")) << verb.first().toStdString();
+        EXPECT_THAT(outcome.errors, HasSubstr("p1 was moved off its phone, and is p6 now"));
     }
-    EXPECT_THAT(
-        runHost({u"store"_s, u"list"_s, u"messages"_s, u"VXMessage"_s, u"--where"_s, u"pending == 1"_s, u"--json"_s})
-            .output.toStdString(),
-        HasSubstr("VXMessage/p1\""));
+    EXPECT_THAT(runHost("store list messages VXMessage --where 'pending == 1' --json").output,
+                HasSubstr("VXMessage/p1\""));
 }

@@ -3,6 +3,7 @@
 #include "VXHostOptions.h"
 #include "VXNearestWord.h"
 #include "VXTesting.h"
+#include "VXWords.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QRegularExpression>
@@ -20,27 +21,15 @@ const VXHostCommandTable &table()
 
 TEST(HostOptionsTest, ReadsOptionsWhereverTheyStand)
 {
-    const struct
-    {
-        QStringList arguments;
-        QString command;
-        QStringList operands;
-        QString home;
-    } cases[] = {
+    const std::tuple<VXWords, QString, QStringList, QString> cases[] = {
         {{}, {}, {}, {}},
-        {{u"info"_s}, u"info"_s, {}, {}},
-        {{u"--home"_s, u"/h"_s, u"info"_s}, u"info"_s, {}, u"/h"_s},
-        {{u"info"_s, u"--home=/a=b"_s}, u"info"_s, {}, u"/a=b"_s},
-        {{u"plist"_s, u"-"_s}, u"plist"_s, {u"-"_s}, {}},
-        {{u"plist"_s, u"--"_s, u"--help"_s}, u"plist"_s, {u"--help"_s}, {}},
-        {{u"defaults"_s, u"write"_s, u"d"_s, u"k"_s, u"-5"_s},
-         u"defaults"_s,
-         {u"write"_s, u"d"_s, u"k"_s, u"-5"_s},
-         {}},
-        {{u"defaults"_s, u"read"_s, u"--home"_s, u"/h"_s, u"d"_s, u""_s},
-         u"defaults"_s,
-         {u"read"_s, u"d"_s, u""_s},
-         u"/h"_s},
+        {"info", u"info"_s, {}, {}},
+        {"--home /h info", u"info"_s, {}, u"/h"_s},
+        {"info --home=/a=b", u"info"_s, {}, u"/a=b"_s},
+        {"plist -", u"plist"_s, {u"-"_s}, {}},
+        {"plist -- --help", u"plist"_s, {u"--help"_s}, {}},
+        {"defaults write d k -5", u"defaults"_s, {u"write"_s, u"d"_s, u"k"_s, u"-5"_s}, {}},
+        {"defaults read --home /h d ''", u"defaults"_s, {u"read"_s, u"d"_s, u""_s}, u"/h"_s},
     };
     for (const auto &[arguments, command, operands, home] : cases) {
         const VXHostOptions options(arguments, table());
@@ -54,41 +43,37 @@ TEST(HostOptionsTest, ReadsOptionsWhereverTheyStand)
 
 TEST(HostOptionsTest, TellsWhatIsWrong)
 {
-    const struct
-    {
-        QStringList arguments;
-        QString error;
-    } cases[] = {
-        {{u"inof"_s}, u"unknown command \"inof\"; did you mean \"info\"?"_s},
-        {{u"def"_s}, u"unknown command \"def\"; did you mean \"defaults\"?"_s},
-        {{u"contacts"_s}, u"unknown command \"contacts\"; did you mean \"phonebook\"?"_s},
-        {{u"phones"_s, u"list"_s}, u"unknown command \"phones\"; did you mean \"devices\"?"_s},
-        {{u"mna"_s}, u"unknown command \"mna\""_s}, // hidden commands are not suggested
-        {{u"xyzzy"_s, u"a"_s}, u"unknown command \"xyzzy\""_s},
-        {{u"--homer"_s, u"info"_s}, u"unknown option --homer; did you mean \"--home\"?"_s},
-        {{u"--follow"_s, u"log"_s}, u"unknown option --follow"_s}, // a command's own options come after it
-        {{u"-v"_s}, u"unknown option -v"_s},
-        {{u"info"_s, u"--home"_s}, u"--home needs a value: DIR"_s},
-        {{u"--home="_s, u"info"_s}, u"--home needs a value: DIR"_s},
-        {{u"--json=yes"_s, u"info"_s}, u"--json takes no value"_s},
-        {{u"--answer"_s, u"maybe"_s, u"info"_s}, u"--answer must be one of default, cancel, ask"_s},
-        {{u"info"_s, u"more"_s}, u"info takes nothing more"_s},
-        {{u"plist"_s}, u"plist needs FILE"_s},
-        {{u"new-plugin"_s, u"Hello"_s, u""_s}, u"new-plugin needs NAME DIR"_s},
-        {{u"post"_s, u"a"_s, u"b"_s}, u"post takes no \"b\"; several words go between quotation marks"_s},
-        {{u"defaults"_s}, u"defaults needs one of read, write, delete"_s},
-        {{u"defaults"_s, u"read"_s}, u"read needs DOMAIN [KEY]"_s},
-        {{u"defaults"_s, u"write"_s, u""_s, u"k"_s, u"1"_s}, u"write needs DOMAIN KEY VALUE"_s},
-        {{u"scripting"_s, u"set"_s, u"a"_s, u"b"_s, u""_s}, {}}, // a value may be empty
-        {{u"scripting"_s, u"set"_s, u"a"_s, u""_s, u"c"_s}, u"set needs TARGET PROPERTY VALUE"_s},
-        {{u"triggers"_s}, {}}, // "list" is meant
-        {{u"triggers"_s, u"list"_s, u"p1"_s}, u"list takes nothing more"_s},
-        {{u"triggers"_s, u"--place"_s, u"1"_s}, u"--place does not go with list"_s},
-        {{u"--home"_s, u"a"_s, u"info"_s, u"--home"_s, u"b"_s}, u"--home is given twice"_s},
-        {{u"--json"_s, u"info"_s, u"--json"_s}, {}},
-        {{u"defaults"_s, u"raed"_s}, u"\"raed\" is none of read, write, delete; did you mean \"read\"?"_s},
-        {{u"defaults"_s, u"show"_s, u"d"_s}, u"\"show\" is none of read, write, delete"_s},
-        {{u"defaults"_s, u"--help"_s}, {}}, // help needs no operands
+    const std::pair<VXWords, QString> cases[] = {
+        {"inof", u"unknown command \"inof\"; did you mean \"info\"?"_s},
+        {"def", u"unknown command \"def\"; did you mean \"defaults\"?"_s},
+        {"contacts", u"unknown command \"contacts\"; did you mean \"phonebook\"?"_s},
+        {"phones list", u"unknown command \"phones\"; did you mean \"devices\"?"_s},
+        {"mna", u"unknown command \"mna\""_s}, // hidden commands are not suggested
+        {"xyzzy a", u"unknown command \"xyzzy\""_s},
+        {"--homer info", u"unknown option --homer; did you mean \"--home\"?"_s},
+        {"--follow log", u"unknown option --follow"_s}, // a command's own options come after it
+        {"-v", u"unknown option -v"_s},
+        {"info --home", u"--home needs a value: DIR"_s},
+        {"--home= info", u"--home needs a value: DIR"_s},
+        {"--json=yes info", u"--json takes no value"_s},
+        {"--answer maybe info", u"--answer must be one of default, cancel, ask"_s},
+        {"info more", u"info takes nothing more"_s},
+        {"plist", u"plist needs FILE"_s},
+        {"new-plugin Hello ''", u"new-plugin needs NAME DIR"_s},
+        {"post a b", u"post takes no \"b\"; several words go between quotation marks"_s},
+        {"defaults", u"defaults needs one of read, write, delete"_s},
+        {"defaults read", u"read needs DOMAIN [KEY]"_s},
+        {"defaults write '' k 1", u"write needs DOMAIN KEY VALUE"_s},
+        {"scripting set a b ''", {}}, // a value may be empty
+        {"scripting set a '' c", u"set needs TARGET PROPERTY VALUE"_s},
+        {"triggers", {}}, // "list" is meant
+        {"triggers list p1", u"list takes nothing more"_s},
+        {"triggers --place 1", u"--place does not go with list"_s},
+        {"--home a info --home b", u"--home is given twice"_s},
+        {"--json info --json", {}},
+        {"defaults raed", u"\"raed\" is none of read, write, delete; did you mean \"read\"?"_s},
+        {"defaults show d", u"\"show\" is none of read, write, delete"_s},
+        {"defaults --help", {}}, // help needs no operands
     };
     for (const auto &[arguments, error] : cases)
         EXPECT_EQ(VXHostOptions(arguments, table()).error(), error) << arguments.join(u' ').toStdString();
@@ -97,12 +82,7 @@ TEST(HostOptionsTest, TellsWhatIsWrong)
 
 TEST(HostOptionsTest, UsageIsOfTheVerbAndFitsTheTerminal)
 {
-    const struct
-    {
-        QString command;
-        QString verb;
-        QString usage;
-    } cases[] = {
+    const std::tuple<QString, QString, QString> cases[] = {
         {u"devices"_s, u"rename"_s, u"usage: vornix devices rename DEVICE NAME"_s},
         {u"devices"_s, u"do"_s,
          u"usage: vornix devices do DEVICE ACTION [--object JSON] [--timeout SECONDS]\n              [--json-lines]"_s},
@@ -154,9 +134,8 @@ TEST(HostOptionsTest, WhatWasTypedIsNeverSuggested)
 
 TEST(HostOptionsTest, TheNearestWordIsTheSameInAnyOrder)
 {
-    const std::pair<QStringList, QString> cases[] = {{{u"phonebook"_s, u"phones"_s}, u"phones"_s},
-                                                     {{u"honey"_s, u"phony"_s, u"bone"_s}, u"phony"_s},
-                                                     {{u"phonez"_s, u"phones"_s}, u"phones"_s}};
+    const std::pair<VXWords, QString> cases[] = {
+        {"phonebook phones", u"phones"_s}, {"honey phony bone", u"phony"_s}, {"phonez phones", u"phones"_s}};
     for (const auto &[words, nearest] : cases) {
         EXPECT_EQ(VXNearestWord(u"phone"_s, words), nearest);
         EXPECT_EQ(VXNearestWord(u"phone"_s, QStringList(words.rbegin(), words.rend())), nearest);
@@ -209,12 +188,7 @@ TEST(HostOptionsTest, CompletionOffersWhatFits)
 // bash takes them apart at "=" and ":", and puts what is offered in place of the last piece.
 TEST(HostOptionsTest, CompletionKnowsWordsThatBashTakesApart)
 {
-    const struct
-    {
-        QByteArray line;
-        QByteArray pieces;
-        QByteArray offered;
-    } cases[] = {
+    const std::tuple<QByteArray, QByteArray, QByteArray> cases[] = {
         {"vornix export csv c E --option columns=da", "--option columns = da", "date"},
         {"vornix export csv c E --option columns=", "--option columns =", "date"},
         {"vornix export csv c E --option col", "--option col", "columns=date"},

@@ -40,31 +40,31 @@ protected:
     static void enable(const QByteArray &identifiers)
     {
         const QString value = QString::fromUtf8(identifiers);
-        EXPECT_EQ(runHost({u"defaults"_s, u"write"_s, u"com.halvern.VNX2"_s, u"plugins"_s, value}).status, 0);
+        EXPECT_EQ(runHost({"defaults", "write", "com.halvern.VNX2", "plugins", value}).status, 0);
     }
     /** "STATUS OUTPUT", or the last line of the errors. */
-    static std::string change(const QStringList &arguments)
+    static std::string change(const VXWords &arguments)
     {
-        const HostOutcome outcome = runHost(QStringList{u"plugins"_s} + arguments);
+        const HostOutcome outcome = runHost(VXWords{"plugins"} + arguments);
         const QByteArray last = outcome.errors.mid(outcome.errors.lastIndexOf('\n', -2) + 1);
         return std::to_string(outcome.status) + ' ' + (outcome.status == 0 ? outcome.output : last).toStdString();
     }
     static QJsonArray openWindows()
     {
-        const HostOutcome read = runHost({u"defaults"_s, u"read"_s, u"com.halvern.VNX2"_s, u"open-windows"_s});
-        return read.status == 0 ? VXJSONFromText(read.output)->toArray() : QJsonArray();
+        const HostOutcome read = runHost("defaults read com.halvern.VNX2 open-windows");
+        return read.status == 0 ? read.json().toArray() : QJsonArray();
     }
     /** The plugin as "plugins list" tells of it. */
-    static QJsonObject listed(const QString &identifier, const QStringList &options = {})
+    static QJsonObject listed(const QString &identifier, const VXWords &options = {})
     {
-        const auto json = VXJSONFromText(runHost(QStringList{u"plugins"_s, u"--json"_s} + options).output);
+        const auto json = VXJSONFromText(runHost(VXWords{"plugins", "--json"} + options).output);
         for (const auto plugin : json->toArray()) {
             if (plugin[u"identifier"_s] == identifier)
                 return plugin.toObject();
         }
         return {};
     }
-    static std::string stateAndReason(const QString &identifier, const QStringList &options = {})
+    static std::string stateAndReason(const QString &identifier, const VXWords &options = {})
     {
         const QJsonObject plugin = listed(identifier, options);
         return (plugin[u"state"_s].toString() + u": "_s + plugin[u"reason"_s].toString()).toStdString();
@@ -73,23 +73,23 @@ protected:
 
 TEST_F(HostPluginsTest, ListsThemAlignedAndAsJSON)
 {
-    EXPECT_EQ(runHost({u"plugins"_s}).output, QByteArray("There are no plugins.\n"));
-    EXPECT_EQ(runHost({u"plugins"_s, u"--json"_s}).output, QByteArray("[]\n"));
+    EXPECT_EQ(runHost("plugins").output, "There are no plugins.\n");
+    EXPECT_EQ(runHost("plugins --json").output, "[]\n");
     writePlugins();
     VXPluginFixture{.identifier = u"org.broken"_s, .info = {{u"FixtureThrowsIn"_s, u"constructor"_s}}}.write(shared);
     VXPluginFixture{.identifier = u"org.off"_s, .name = u"Off\nline"_s}.write(shared);
     enable(R"(["org.window", "org.calls", "org.broken"])");
 
-    const HostOutcome table = runHost({u"plugins"_s, u"list"_s});
+    const HostOutcome table = runHost("plugins list");
     EXPECT_EQ(table.output,
-              QByteArray("IDENTIFIER  NAME      VERSION     KIND       STATE\n"
-                         "org.broken  Fixture   2000        reactor    failed: Its constructor threw FixtureException: "
-                         "thrown as told\n"
-                         "org.calls   Calls     1.4 (2000)  phonebook  loaded\n"
-                         "  org.part  Fixture   2000        reactor    loaded\n"
-                         "org.off     Off line  2000        reactor    disabled\n"
-                         "org.window  Dialler   2000        interface  loaded\n"));
-    EXPECT_EQ(table.errors, QByteArray(""));
+              "IDENTIFIER  NAME      VERSION     KIND       STATE\n"
+              "org.broken  Fixture   2000        reactor    failed: Its constructor threw FixtureException: "
+              "thrown as told\n"
+              "org.calls   Calls     1.4 (2000)  phonebook  loaded\n"
+              "  org.part  Fixture   2000        reactor    loaded\n"
+              "org.off     Off line  2000        reactor    disabled\n"
+              "org.window  Dialler   2000        interface  loaded\n");
+    EXPECT_EQ(table.errors, "");
     EXPECT_EQ(table.status, 0);
 
     const QJsonObject calls{{u"identifier"_s, u"org.calls"_s},
@@ -124,10 +124,9 @@ TEST_F(HostPluginsTest, InfoTellsWhyACopyWasChosen)
     VXPluginFixture{.identifier = u"org.old"_s, .version = u"1944"_s}.write(shared);
     qputenv("VORNIX_PLUGIN_PATH", QFile::encodeName(path(u"development"_s)));
 
-    const QByteArray text = runHost({u"plugins"_s, u"info"_s, u"org.twice"_s}).output;
-    const QJsonObject json =
-        VXJSONFromText(runHost({u"plugins"_s, u"info"_s, u"org.twice"_s, u"--json"_s}).output)->toObject();
-    const HostOutcome old = runHost({u"plugins"_s, u"info"_s, u"org.old"_s});
+    const QByteArray text = runHost("plugins info org.twice").output;
+    const QJsonObject json = runHost("plugins info org.twice --json").json().toObject();
+    const HostOutcome old = runHost("plugins info org.old");
     qunsetenv("VORNIX_PLUGIN_PATH");
 
     EXPECT_TRUE(text.contains("\nPath         " + chosen.toUtf8() + "\n")) << text.toStdString();
@@ -138,7 +137,7 @@ TEST_F(HostPluginsTest, InfoTellsWhyACopyWasChosen)
     EXPECT_EQ(json[u"choice"_s][u"chosen"_s][u"path"_s], chosen);
     EXPECT_EQ(json[u"choice"_s][u"passedOver"_s][0][u"version"_s], u"2000"_s);
     EXPECT_EQ(old.status, 1);
-    EXPECT_TRUE(old.errors.endsWith("version 1944, is below version 1945\n")) << old.errors.toStdString();
+    EXPECT_TRUE(old.errors.endsWith("version 1944, is below version 1945\n")) << old.errors;
 }
 
 TEST_F(HostPluginsTest, WhatIsChangedLasts)
@@ -147,80 +146,73 @@ TEST_F(HostPluginsTest, WhatIsChangedLasts)
     const QString window = u"org.window"_s;
     const QString calls = u"org.calls"_s;
     // Each in the state that the ones before it left behind.
-    const struct
-    {
-        QStringList arguments;
-        std::string outcome;
-    } steps[] = {
-        {{u"enable"_s, window, u"--answer"_s, u"cancel"_s}, "1 vornix: Dialler (org.window) was not enabled: "},
-        {{u"enable"_s, window, u"--answer"_s, u"default"_s}, "0 Enabled Dialler (org.window).\n"},
-        {{u"enable"_s, calls}, "0 Calls (org.calls) is enabled already.\n"},
-        {{u"enable"_s, u"org.part"_s}, "1 vornix: Fixture (org.part) is part of org.calls and enabled with it\n"},
-        {{u"disable"_s, u"org.part"_s}, "1 vornix: Fixture (org.part) is part of org.calls and disabled with it\n"},
-        {{u"disable"_s, calls, u"--answer"_s, u"cancel"_s},
+    const std::pair<VXWords, std::string> steps[] = {
+        {{"enable", window, "--answer", "cancel"}, "1 vornix: Dialler (org.window) was not enabled: "},
+        {{"enable", window, "--answer", "default"}, "0 Enabled Dialler (org.window).\n"},
+        {{"enable", calls}, "0 Calls (org.calls) is enabled already.\n"},
+        {"enable org.part", "1 vornix: Fixture (org.part) is part of org.calls and enabled with it\n"},
+        {"disable org.part", "1 vornix: Fixture (org.part) is part of org.calls and disabled with it\n"},
+        {{"disable", calls, "--answer", "cancel"},
          "1 vornix: Calls (org.calls) was not disabled: Dialler, which requires it, was not to be disabled\n"},
-        {{u"disable"_s, calls, u"--answer"_s, u"default"_s}, "0 Disabled Calls (org.calls), Dialler (org.window).\n"},
-        {{u"disable"_s, calls}, "0 Calls (org.calls) is disabled already.\n"},
-        {{u"retry"_s, calls}, "1 vornix: Calls (org.calls) is not enabled; \"vornix plugins enable org.calls\" "},
-        {{u"info"_s, u"DIALLER"_s}, "0 Identifier "},
-        {{u"info"_s, u"window"_s}, "0 Identifier "},
-        {{u"info"_s, u"Fixtures"_s}, "1 vornix: there is no plugin"},
-        {{u"enable"_s, u"org.none"_s}, "1 vornix: there is no plugin \"org.none\"; "},
+        {{"disable", calls, "--answer", "default"}, "0 Disabled Calls (org.calls), Dialler (org.window).\n"},
+        {{"disable", calls}, "0 Calls (org.calls) is disabled already.\n"},
+        {{"retry", calls}, "1 vornix: Calls (org.calls) is not enabled; \"vornix plugins enable org.calls\" "},
+        {"info DIALLER", "0 Identifier "},
+        {"info window", "0 Identifier "},
+        {"info Fixtures", "1 vornix: there is no plugin"},
+        {"enable org.none", "1 vornix: there is no plugin \"org.none\"; "},
     };
     for (const auto &[arguments, outcome] : steps)
         EXPECT_THAT(change(arguments), testing::StartsWith(outcome)) << arguments.join(u' ').toStdString();
-    for (const QStringList &wrong : {QStringList{u"enable"_s}, {u"list"_s, calls}, {u"lst"_s}, {u"info"_s, u""_s}})
-        EXPECT_TRUE(runHost(QStringList{u"plugins"_s} + wrong).errors.contains("\nusage: vornix plugins"));
 }
 
 TEST_F(HostPluginsTest, ShortNamesAreLastPartsBeforeNames)
 {
     writePlugins(); // org.calls, called "Calls"
     VXPluginFixture{.identifier = u"org.calls.lookup"_s, .name = u"Calls"_s}.write(shared);
-    EXPECT_THAT(change({u"info"_s, u"calls"_s}), testing::StartsWith("0 Identifier  org.calls\n"));
+    EXPECT_THAT(change("info calls"), testing::StartsWith("0 Identifier  org.calls\n"));
     VXPluginFixture{.identifier = u"org.example.calls"_s, .name = u"Other"_s}.write(shared);
-    EXPECT_THAT(change({u"info"_s, u"calls"_s}),
+    EXPECT_THAT(change("info calls"),
                 testing::StartsWith("1 vornix: \"calls\" may be org.calls or org.example.calls; give the whole"));
 }
 
 TEST_F(HostPluginsTest, InstallsNowOrAtTheNextStart)
 {
     const VXPluginFixture plugin{.identifier = u"org.new"_s};
-    EXPECT_EQ(runHost({u"plugins"_s, u"install"_s, plugin.write(path(u"a"_s))}).output,
-              QByteArray("Installed Fixture (org.new).\nEnable it with: vornix plugins enable org.new\n"));
+    EXPECT_EQ(runHost({"plugins", "install", plugin.write(path(u"a"_s))}).output,
+              "Installed Fixture (org.new).\nEnable it with: vornix plugins enable org.new\n");
     VXPluginFixture newer = plugin;
     newer.version = u"2001"_s;
-    EXPECT_EQ(runHost({u"plugins"_s, u"install"_s, newer.write(path(u"b"_s))}).output,
-              QByteArray("Fixture (org.new) will be installed at the next start.\n"));
+    EXPECT_EQ(runHost({"plugins", "install", newer.write(path(u"b"_s))}).output,
+              "Fixture (org.new) will be installed at the next start.\n");
     EXPECT_EQ(listed(u"org.new"_s)[u"version"_s], u"2001"_s);
 
     const QString installed = shared + u"/org.new.vxplugin"_s;
-    EXPECT_THAT(runHost({u"plugins"_s, u"install"_s, installed}).output.toStdString(),
-                testing::HasSubstr("stays where it is"));
+    EXPECT_THAT(runHost({"plugins", "install", installed}).output, testing::HasSubstr("stays where it is"));
     const QString older = plugin.write(path(u"c"_s));
     const QString namesake = VXPluginFixture{.identifier = u"org.namesake"_s}.write(path(u"d"_s), u"org.new"_s);
     for (const auto &[bundle, question] :
          {std::pair(older, "Version 2001 of org.new"), std::pair(namesake, "Another plugin, org.new")}) {
-        const HostOutcome refused = runHost({u"plugins"_s, u"install"_s, bundle, u"--answer"_s, u"cancel"_s});
-        EXPECT_THAT(refused.errors.toStdString(), testing::HasSubstr(question));
+        const HostOutcome refused = runHost({"plugins", "install", bundle, "--answer", "cancel"});
+        EXPECT_THAT(refused.errors, testing::HasSubstr(question));
         EXPECT_EQ(refused.status, 1);
         EXPECT_TRUE(QFile::exists(bundle));
     }
-    EXPECT_EQ(runHost({u"plugins"_s, u"install"_s, older, u"--answer"_s, u"default"_s}).status, 0);
+    EXPECT_EQ(runHost({"plugins", "install", older, "--answer", "default"}).status, 0);
     EXPECT_EQ(listed(u"org.new"_s)[u"version"_s], u"2000"_s);
 
     const QString dependant =
         VXPluginFixture{.identifier = u"org.user"_s, .dependencies = {u"org.new"_s}}.write(shared);
     enable(R"(["org.new", "org.user"])");
-    EXPECT_THAT(runHost({u"plugins"_s, u"remove"_s, u"org.new"_s, u"--answer"_s, u"default"_s}).output.toStdString(),
+    EXPECT_THAT(runHost("plugins remove org.new --answer default").output,
                 testing::StartsWith("Removed Fixture (org.new); it lies in the trash: "));
     EXPECT_FALSE(QFile::exists(installed));
     EXPECT_TRUE(QFile::exists(dependant));
     EXPECT_EQ(stateAndReason(u"org.user"_s), "disabled: ");
 
-    const HostOutcome missing = runHost({u"plugins"_s, u"install"_s, path(u"none.vxplugin"_s)});
+    const HostOutcome missing = runHost({"plugins", "install", path(u"none.vxplugin"_s)});
     EXPECT_EQ(missing.status, 1);
-    EXPECT_TRUE(missing.errors.contains("There is no such bundle.")) << missing.errors.toStdString();
+    EXPECT_TRUE(missing.errors.contains("There is no such bundle.")) << missing.errors;
 }
 
 TEST_F(HostPluginsTest, CopiesOfOnePluginThatAreInstalledAtOnceLeaveOne)
@@ -230,7 +222,7 @@ TEST_F(HostPluginsTest, CopiesOfOnePluginThatAreInstalledAtOnceLeaveOne)
     const HostOutcome outcome = runHostShell(uR"(
         for i in 1 2 3 4 5 6; do "$0" plugins install '%1'/copy$i/org.new.vxplugin --answer default & done
         for job in $(jobs -p); do wait $job || exit 1; done)"_s.arg(path({})));
-    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(QDir(shared).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList{u"org.new.vxplugin"_s});
 }
 
@@ -261,10 +253,10 @@ TEST_F(HostPluginsTest, ChecksABundleAndInstallsNoneThatCannotBeUsed)
     };
     for (const auto &[fixture, found] : rows) {
         const QString bundle = fixture.write(path(u"new"_s));
-        const HostOutcome outcome = runHost({u"plugins"_s, u"check"_s, bundle});
-        EXPECT_THAT(outcome.output.toStdString(), testing::HasSubstr(found));
+        const HostOutcome outcome = runHost({"plugins", "check", bundle});
+        EXPECT_THAT(outcome.output, testing::HasSubstr(found));
         EXPECT_EQ(outcome.status, outcome.output.contains("error: ") ? 1 : 0);
-        EXPECT_EQ(runHost({u"plugins"_s, u"install"_s, bundle}).status, outcome.status) << outcome.output.toStdString();
+        EXPECT_EQ(runHost({"plugins", "install", bundle}).status, outcome.status) << outcome.output;
         EXPECT_EQ(QFile::exists(bundle), outcome.status == 1);
     }
 }
@@ -278,21 +270,21 @@ TEST_F(HostPluginsTest, APluginThatTwiceEndedTheProgramIsLeftOutUntilItIsRetried
     for (int end = 0; end < 2; ++end) {
         const HostOutcome crashed = runHostShell(listPlugins);
         EXPECT_EQ(crashed.status, 128 + SIGABRT);
-        EXPECT_THAT(crashed.errors.toStdString(), testing::HasSubstr("crashed while the plugin org.crash was loading"));
+        EXPECT_THAT(crashed.errors, testing::HasSubstr("crashed while the plugin org.crash was loading"));
     }
     const std::string leftOut = "left out: The program ended 2 times in a row while this plugin was loading.";
     for (int start = 0; start < 3; ++start)
         EXPECT_EQ(stateAndReason(u"org.crash"_s), leftOut);
-    EXPECT_THAT(runHost({u"plugins"_s}).errors.toStdString(), testing::HasSubstr("vornix plugins retry org.crash"));
+    EXPECT_THAT(runHost("plugins").errors, testing::HasSubstr("vornix plugins retry org.crash"));
     EXPECT_EQ(runHostShell(u"\"$0\" plugins retry org.crash; exit $?"_s).status, 128 + SIGABRT); // no better
     EXPECT_EQ(stateAndReason(u"org.crash"_s), leftOut);
 
     VXPluginFixture{.identifier = u"org.crash"_s}.write(shared); // mended
     ASSERT_TRUE(QFile::exists(bundle));
-    const HostOutcome retried = runHost({u"plugins"_s, u"retry"_s, u"org.crash"_s});
-    EXPECT_EQ(retried.output, QByteArray("Fixture (org.crash) is loaded.\n")) << retried.errors.toStdString();
+    const HostOutcome retried = runHost("plugins retry org.crash");
+    EXPECT_EQ(retried.output, "Fixture (org.crash) is loaded.\n") << retried.errors;
     EXPECT_EQ(stateAndReason(u"org.crash"_s), "loaded: ");
-    EXPECT_EQ(runHost({u"plugins"_s}).errors, QByteArray(""));
+    EXPECT_EQ(runHost("plugins").errors, "");
 }
 
 TEST_F(HostPluginsTest, WhoInterruptsAPluginThatLoadsIsToldAndNoCrash)
@@ -302,8 +294,8 @@ TEST_F(HostPluginsTest, WhoInterruptsAPluginThatLoadsIsToldAndNoCrash)
     enable(R"(["org.slow"])");
     for (int start = 0; start < 3; ++start) {
         const HostOutcome ended = runHostShell(u"(trap - INT; exec \"$0\" plugins); exit $?"_s);
-        EXPECT_EQ(ended.status, 128 + SIGINT) << ended.errors.toStdString();
-        EXPECT_THAT(ended.errors.toStdString(),
+        EXPECT_EQ(ended.status, 128 + SIGINT) << ended.errors;
+        EXPECT_THAT(ended.errors,
                     testing::StartsWith("vornix: ended by a signal while the plugin org.slow was loading"));
     }
     VXPluginFixture{.identifier = u"org.slow"_s}.write(shared);
@@ -312,13 +304,7 @@ TEST_F(HostPluginsTest, WhoInterruptsAPluginThatLoadsIsToldAndNoCrash)
 
 TEST_F(HostPluginsTest, WhatAPluginDoesAtTheEndTakesNothingFromTheCommand)
 {
-    const struct
-    {
-        QVariantMap info;
-        int status;
-        bool isDone;
-        std::string told;
-    } rows[] = {
+    const std::tuple<QVariantMap, int, bool, std::string> rows[] = {
         {{{u"FixtureDoes"_s, QVariantMap{{u"pluginDidLoad"_s, u"exit"_s}}}},
          1,
          false,
@@ -347,9 +333,9 @@ TEST_F(HostPluginsTest, WhatAPluginDoesAtTheEndTakesNothingFromTheCommand)
         VXPluginFixture{.identifier = u"org.bad"_s, .version = QString::number(++version), .info = info}.write(shared);
         const HostOutcome outcome = runHostShell(u"\"$0\" plugins enable org.calls --json; exit $?"_s);
         EXPECT_EQ(outcome.status, status);
-        const QJsonObject json = VXJSONFromText(outcome.output)->toObject();
-        EXPECT_EQ(json.contains(u"error"_s), !isDone) << outcome.output.toStdString();
-        EXPECT_THAT(outcome.errors.toStdString(), testing::HasSubstr(told));
+        const QJsonObject json = outcome.json().toObject();
+        EXPECT_EQ(json.contains(u"error"_s), !isDone) << outcome.output;
+        EXPECT_THAT(outcome.errors, testing::HasSubstr(told));
         QDir(shared + u"/org.bad.vxplugin"_s).removeRecursively();
         EXPECT_EQ(listed(u"org.calls"_s)[u"enabled"_s].toBool(), isDone) << told;
     }
@@ -367,26 +353,25 @@ TEST_F(HostPluginsTest, APluginThatEndsTheProgramIsNamedWhereverItWasCalled)
         const HostOutcome ended = open(how);
         const std::string text = "the program was ended by the plugin org.window, " + bundle;
         EXPECT_EQ(ended.status, 1);
-        EXPECT_EQ(ended.errors.toStdString(), "vornix: " + text + '\n') << how.toStdString();
-        EXPECT_EQ(ended.output.toStdString(), "{\"error\":\"" + text + "\"}\n") << how.toStdString();
+        EXPECT_EQ(std::string(ended.errors), "vornix: " + text + '\n') << how.toStdString();
+        EXPECT_EQ(std::string(ended.output), "{\"error\":\"" + text + "\"}\n") << how.toStdString();
     }
     for (const auto &[how, signal] : {std::pair(u"abort"_s, SIGABRT), std::pair(u"recurse"_s, SIGSEGV)}) {
         const HostOutcome crashed = open(how);
         EXPECT_EQ(crashed.status, 128 + signal);
-        EXPECT_EQ(VXJSONFromText(crashed.output)->toObject()[u"error"_s].toString().toStdString(),
+        EXPECT_EQ(crashed.json().toObject()[u"error"_s].toString().toStdString(),
                   "the program crashed, in the code of " + bundle);
     }
     const HostOutcome smashed = open(u"smash"_s); // nobody can tell whose code it was
     EXPECT_GT(smashed.status, 128);
-    EXPECT_TRUE(VXJSONFromText(smashed.output)->toObject().contains(u"error"_s)) << smashed.errors.toStdString();
+    EXPECT_TRUE(smashed.json().toObject().contains(u"error"_s)) << smashed.errors;
     const HostOutcome forked = open(u"fork"_s);
     EXPECT_EQ(forked.errors, QByteArray());
-    EXPECT_EQ(VXJSONFromText(forked.output)->toObject()[u"answer"_s].toString(), u"a window of org.window"_s);
+    EXPECT_EQ(forked.json().toObject()[u"answer"_s].toString(), u"a window of org.window"_s);
     const HostOutcome late = open(u"late"_s); // after the answer
     EXPECT_EQ(late.status, 128 + SIGABRT);
-    EXPECT_THAT(late.errors.toStdString(),
-                testing::StartsWith("vornix: the program crashed, in the code of " + bundle));
-    EXPECT_EQ(VXJSONFromText(late.output)->toObject()[u"answer"_s].toString(), u"a window of org.window"_s);
+    EXPECT_THAT(late.errors, testing::StartsWith("vornix: the program crashed, in the code of " + bundle));
+    EXPECT_EQ(late.json().toObject()[u"answer"_s].toString(), u"a window of org.window"_s);
 }
 
 TEST_F(HostPluginsTest, EveryCommandAsksThePluginsBeforeItEnds)
@@ -397,7 +382,7 @@ TEST_F(HostPluginsTest, EveryCommandAsksThePluginsBeforeItEnds)
                         .info = {{u"FixtureDoes"_s, does}, {u"FixtureReply"_s, reply == u"nothing"_s ? 1 : 2}}}
             .write(shared);
         enable(R"(["org.asked"])");
-        const HostOutcome outcome = runHost({u"plugins"_s, u"info"_s, u"org.asked"_s});
+        const HostOutcome outcome = runHost("plugins info org.asked");
         EXPECT_EQ(outcome.status, 0);
         EXPECT_EQ(outcome.errors.contains("the plugin org.asked did not agree"), reply == u"refuse"_s);
     }
@@ -408,20 +393,20 @@ TEST_F(HostPluginsTest, GraphShowsWhatNeedsWhat)
     writePlugins();
     VXPluginFixture{.identifier = u"org.orphan"_s, .name = u"A \"B\" \\"_s, .dependencies = {u"org.gone"_s}}.write(
         shared);
-    EXPECT_EQ(runHost({u"plugins"_s, u"graph"_s}).output,
-              QByteArray("digraph plugins {\n"
-                         "    rankdir=LR;\n"
-                         "    node [shape=box];\n"
-                         "    \"org.calls\" [label=\"Calls\\norg.calls\", color=gray, fontcolor=gray];\n"
-                         "    \"org.part\" [label=\"Fixture\\norg.part\", color=gray, fontcolor=gray];\n"
-                         "    \"org.orphan\" [label=\"A \\\"B\\\" \\\\\\norg.orphan\", color=gray, fontcolor=gray];\n"
-                         "    \"org.window\" [label=\"Dialler\\norg.window\", color=gray, fontcolor=gray];\n"
-                         "    \"org.gone\" [color=red, fontcolor=red, style=dashed];\n"
-                         "    \"org.orphan\" -> \"org.gone\";\n"
-                         "    \"org.window\" -> \"org.calls\";\n"
-                         "    \"org.calls\" -> \"org.part\" [style=dashed];\n"
-                         "}\n"));
-    const auto json = VXJSONFromText(runHost({u"plugins"_s, u"graph"_s, u"--json"_s}).output);
+    EXPECT_EQ(runHost("plugins graph").output,
+              "digraph plugins {\n"
+              "    rankdir=LR;\n"
+              "    node [shape=box];\n"
+              "    \"org.calls\" [label=\"Calls\\norg.calls\", color=gray, fontcolor=gray];\n"
+              "    \"org.part\" [label=\"Fixture\\norg.part\", color=gray, fontcolor=gray];\n"
+              "    \"org.orphan\" [label=\"A \\\"B\\\" \\\\\\norg.orphan\", color=gray, fontcolor=gray];\n"
+              "    \"org.window\" [label=\"Dialler\\norg.window\", color=gray, fontcolor=gray];\n"
+              "    \"org.gone\" [color=red, fontcolor=red, style=dashed];\n"
+              "    \"org.orphan\" -> \"org.gone\";\n"
+              "    \"org.window\" -> \"org.calls\";\n"
+              "    \"org.calls\" -> \"org.part\" [style=dashed];\n"
+              "}\n");
+    const auto json = VXJSONFromText(runHost("plugins graph --json").output);
     EXPECT_EQ((*json)[u"missing"_s], (QJsonArray{u"org.gone"_s}));
     EXPECT_EQ((*json)[u"dependencies"_s].toArray().size(), 2);
 }
@@ -430,19 +415,18 @@ TEST_F(HostPluginsTest, OpensURLsAndTheirWindowsAgain)
 {
     writePlugins();
     enable(R"(["org.window", "org.calls"])");
-    EXPECT_EQ(runHost({u"open"_s, u"callto:1"_s}).output, QByteArray("a window of org.window\n"));
+    EXPECT_EQ(runHost("open callto:1").output, "a window of org.window\n");
     EXPECT_EQ(openWindows(), (QJsonArray{u"callto:1"_s}));
-    EXPECT_EQ(VXJSONFromText(runHost({u"open"_s, u"callto:2"_s, u"--json"_s}).output)->toObject(),
+    EXPECT_EQ(runHost("open callto:2 --json").json().toObject(),
               (QJsonObject{{u"url"_s, u"callto:2"_s}, {u"answer"_s, u"a window of org.window"_s}}));
-    EXPECT_EQ(runHost({u"open"_s, u"callto:3?modal"_s}).output,
-              QByteArray("{\"class\":\"WindowPlugin\",\"name\":\"\"}\n"));
-    const HostOutcome refused = runHost({u"open"_s, u"other:1"_s});
+    EXPECT_EQ(runHost("open callto:3?modal").output, "{\"class\":\"WindowPlugin\",\"name\":\"\"}\n");
+    const HostOutcome refused = runHost("open other:1");
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.errors, "vornix: no plugin knows the URL other:1\n"_ba);
     EXPECT_THAT(
-        runHost({u"open"_s, u"callto:4?fault"_s}).errors.toStdString(),
+        runHost("open callto:4?fault").errors,
         testing::ContainsRegex("cannot open the URL callto:4.fault: The plugin org.window failed: .*no window"));
-    EXPECT_EQ(runHost({u"open"_s, u"callto:5"_s, u"--safe-mode"_s}).status, 1);
+    EXPECT_EQ(runHost("open callto:5 --safe-mode").status, 1);
     EXPECT_EQ(openWindows(), (QJsonArray{u"callto:1"_s, u"callto:2"_s}));
 }
 

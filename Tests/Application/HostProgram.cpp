@@ -1,6 +1,7 @@
 #include "HostProgram.h"
 #include "HostTestsPaths.h"
 
+#include "VXJSON.h"
 #include "VXTesting.h"
 
 #include <QtCore/QProcess>
@@ -14,7 +15,7 @@ constexpr int longestRun =
 
 bool runsWithoutPlugins = false;
 
-HostOutcome outcomeOf(const QString &command, const QStringList &arguments, const QByteArray &input)
+HostOutcome outcomeOf(const QString &command, const VXWords &arguments, const QByteArray &input)
 {
     QProcess process;
     process.start(command, arguments);
@@ -26,6 +27,16 @@ HostOutcome outcomeOf(const QString &command, const QStringList &arguments, cons
 }
 
 } // namespace
+
+void PrintTo(const HostText &text, std::ostream *out)
+{
+    PrintTo(static_cast<const QByteArray &>(text), out);
+}
+
+QJsonValue HostOutcome::json() const
+{
+    return VXJSONFromText(output).value_or(QJsonValue(QJsonValue::Undefined));
+}
 
 QString hostProgram()
 {
@@ -42,7 +53,7 @@ HostWithoutPlugins::~HostWithoutPlugins()
     runsWithoutPlugins = false;
 }
 
-HostOutcome runHost(const QStringList &arguments, const QByteArray &input)
+HostOutcome runHost(const VXWords &arguments, const QByteArray &input)
 {
     return outcomeOf(hostProgram(), arguments, input);
 }

@@ -1,9 +1,9 @@
 // "vornix status": how things stand, and the report for others, in which nothing of the user's may be found.
 
+#include "HostDeviceFixture.h"
 #include "HostProgram.h"
 #include "HostTestsPaths.h"
 #include "VXJSON.h"
-#include "VXPluginFixtures.h"
 #include "VXTesting.h"
 #include "VXTestProcess.h"
 
@@ -27,13 +27,9 @@ protected:
     {
         qunsetenv("DISPLAY");
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + path(u"no-bus"_s).toUtf8());
-        VXPluginFixture phones{.identifier = u"org.phones"_s,
-                               .kind = u"VXDevicePlugin"_s,
-                               .info = {{u"NSPrincipalClass"_s, u"DeviceFixture"_s},
-                                        {u"VXServices"_s, QVariantList{service(u"org.running"_s, u"session"_s),
-                                                                       service(u"org.absent"_s, u"session"_s),
-                                                                       service(u"org.system"_s, u"system"_s)}}},
-                               .code = u"DeviceFixture.so"_s};
+        const QVariantList services{service(u"org.running"_s, u"session"_s), service(u"org.absent"_s, u"session"_s),
+                                    service(u"org.system"_s, u"system"_s)};
+        auto phones = hostDeviceFixture(u"org.phones"_s, {{u"VXServices"_s, services}});
         phones.write(shared);
         phones.identifier = u"org.off"_s;
         phones.write(shared);
@@ -48,16 +44,13 @@ protected:
     {
         return {{u"name"_s, name}, {u"bus"_s, bus}, {u"title"_s, "Title of "_L1 + name}, {u"package"_s, u"pack"_s}};
     }
-    static void run(const QStringList &arguments)
-    {
-        EXPECT_EQ(runHost(arguments).status, 0) << arguments[0].toStdString();
-    }
-    static void enable(const QString &plugin) { run({u"plugins"_s, u"enable"_s, plugin}); }
+    static void run(const VXWords &arguments) { EXPECT_EQ(runHost(arguments).status, 0) << arguments[0].toStdString(); }
+    static void enable(const QString &plugin) { run({"plugins", "enable", plugin}); }
 
     /** "STATE|REASON|REMEDY", with a "!" in front for a fault. */
     static QString standing(const QString &group, const QString &key, const QString &identifier)
     {
-        const auto json = VXJSONFromText(runHost({u"--json"_s, u"status"_s}).output);
+        const auto json = VXJSONFromText(runHost("--json status").output);
         const QJsonObject status = json ? json->toObject() : QJsonObject();
         for (const auto item : status[group].toArray()) {
             if (item[key] == identifier)
@@ -90,7 +83,7 @@ TEST_F(HostStatusTest, TellsHowServicesStand)
     QDBusConnection::disconnectFromBus(u"status-peer"_s);
     bus.reset();
     EXPECT_TRUE(of(u"org.running"_s).startsWith(u"!unreachable|"_s)) << of(u"org.running"_s).toStdString();
-    const QByteArray text = runHost({u"status"_s}).output;
+    const QByteArray text = runHost("status").output;
     EXPECT_THAT(text.toStdString(), HasSubstr("! Title of org.running"));
 }
 
@@ -98,11 +91,11 @@ TEST_F(HostStatusTest, TellsHowPhonesAndPluginsStand)
 {
     enable(u"org.phones"_s);
     enable(u"org.off"_s);
-    run({u"devices"_s, u"add"_s, u"org.phones"_s, u"well"_s, u"connected=true"_s});
-    run({u"devices"_s, u"add"_s, u"org.phones"_s, u"ill"_s, u"problem=It is off."_s});
-    run({u"devices"_s, u"add"_s, u"org.phones"_s, u"half"_s, u"connected=true"_s, u"notAllowed=contacts"_s});
-    run({u"devices"_s, u"add"_s, u"org.off"_s, u"idle"_s});
-    run({u"plugins"_s, u"disable"_s, u"org.off"_s});
+    run("devices add org.phones well connected=true");
+    run("devices add org.phones ill 'problem=It is off.'");
+    run("devices add org.phones half connected=true notAllowed=contacts");
+    run("devices add org.off idle");
+    run("plugins disable org.off");
     const auto phone = [](const QString &rest) {
         return standing(u"phones"_s, u"url"_s, "vxdevice://localhost/"_L1 + rest);
     };
@@ -130,8 +123,8 @@ protected:
     /** Unpacked, all files together, and their names. */
     QByteArray report(const QString &fileName)
     {
-        const HostOutcome outcome = runHost({u"status"_s, u"--bundle"_s, path(fileName)});
-        EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+        const HostOutcome outcome = runHost({"status", "--bundle", path(fileName)});
+        EXPECT_EQ(outcome.status, 0) << outcome.errors;
         const QString folder = path(u"unpacked-"_s + fileName);
         EXPECT_EQ(runHostShell(u"unzip -q '%1' -d '%2'"_s.arg(path(fileName), folder)).status, 0);
         QByteArray all;
@@ -155,12 +148,12 @@ TEST_F(HostReportTest, HasNothingOfTheUsers)
 {
     enable(u"org.phones"_s);
     const QString jsonText = QString::fromUtf8(VXJSONText(text)); // with quotation marks
-    run({u"phonebook"_s, u"add"_s, name, u"--number"_s, number, u"--email"_s, address});
-    run({u"devices"_s, u"add"_s, u"org.phones"_s, digits, u"name="_s + name,
+    run({"phonebook", "add", name, "--number", number, "--email", address});
+    run({"devices", "add", "org.phones", digits, u"name="_s + name,
          u"problem=%1 of %2 at %3"_s.arg(number, name, path(u"Bilder"_s))});
-    run({u"triggers"_s, u"add"_s, u"--event"_s, u"incoming_call"_s, u"--reactor"_s, u"logevent"_s, u"--name"_s, name,
-         u"--filter"_s, u"from CONTAINS \"%1\" OR text CONTAINS \"%2\""_s.arg(number, name)});
-    run({u"triggers"_s, u"add"_s, u"--event"_s, u"incoming_call"_s, u"--reactor"_s, u"logevent"_s, u"--option"_s,
+    run({"triggers", "add", "--event", "incoming_call", "--reactor", "logevent", "--name", name, "--filter",
+         u"from CONTAINS \"%1\" OR text CONTAINS \"%2\""_s.arg(number, name)});
+    run({"triggers", "add", "--event", "incoming_call", "--reactor", "logevent", "--option",
          u"text={from} {text} {date} "_s + name});
     const QString party = u"%1 <%2>"_s.arg(name, number);
     const QString object =
@@ -168,8 +161,8 @@ TEST_F(HostReportTest, HasNothingOfTheUsers)
              "state": %4, "partCount": 5550199, "device_url": "vxdevice://localhost/org.phones/%4", "date": "%5", "path": "%6/x y/%7.vcf"})"_s
             .arg(party, address, jsonText, digits, name, path())
             .arg(u"Oberschlunz"_s);
-    run({u"post"_s, u"incoming_call"_s, u"--subtype"_s, u"ended"_s, u"--object"_s, object});
-    run({u"post"_s, u"event:"_s + name, u"--subtype"_s, digits, u"--object"_s, object});
+    run({"post", "incoming_call", "--subtype", "ended", "--object", object});
+    run({"post", u"event:"_s + name, "--subtype", digits, "--object", object});
     // What failures and others log, in the forms that log lines have.
     const QString log = path(u".local/state/Vornix/error.log"_s);
     QByteArray lines = readFile(log);
@@ -213,8 +206,8 @@ TEST_F(HostReportTest, ReplacesAnOlderOneOrLeavesItAlone)
     report(u"old.zip"_s);
     EXPECT_TRUE(readFile(old).startsWith("PK"));
     EXPECT_EQ(QFileInfo(old).permissions() & (QFile::ReadGroup | QFile::ReadOther), 0);
-    const HostOutcome outcome = runHost({u"status"_s, u"--bundle"_s, path(u"nowhere/x.zip"_s)});
+    const HostOutcome outcome = runHost({"status", "--bundle", path(u"nowhere/x.zip"_s)});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("the report was not written: "));
+    EXPECT_THAT(outcome.errors, HasSubstr("the report was not written: "));
     EXPECT_TRUE(QDir(path()).entryList({u".vornix-report*"_s}, QDir::Dirs | QDir::Hidden).isEmpty());
 }

@@ -23,20 +23,20 @@ namespace {
 class HostStoreTransferTest : public VXHomeTest
 {
 protected:
-    static HostOutcome run(const QStringList &arguments)
+    static HostOutcome run(const VXWords &arguments)
     {
-        return runHost(QStringList{u"--answer"_s, u"cancel"_s, u"store"_s} + arguments);
+        return runHost(VXWords{"--answer", "cancel", "store"} + arguments);
     }
-    static QJsonObject jsonOf(const QStringList &arguments)
+    static QJsonObject jsonOf(const VXWords &arguments)
     {
         const HostOutcome outcome = run(arguments + QStringList{u"--json"_s});
-        EXPECT_EQ(outcome.status, 0) << arguments.join(u' ').toStdString() << outcome.errors.toStdString();
-        return VXJSONFromText(outcome.output).value_or(QJsonValue()).toObject();
+        EXPECT_EQ(outcome.status, 0) << arguments.join(u' ').toStdString() << outcome.errors;
+        return outcome.json().toObject();
     }
     static void addCall(const char *from)
     {
         const QString json = u"{\"from\": \"%1\", \"date\": \"2026-01-02T03:04:05Z\"}"_s.arg(QString::fromUtf8(from));
-        EXPECT_EQ(run({u"insert"_s, u"calls"_s, u"VXCall"_s, json}).status, 0);
+        EXPECT_EQ(run({"insert", "calls", "VXCall", json}).status, 0);
     }
     static void change(const QString &database, const char *sql)
     {
@@ -51,7 +51,7 @@ protected:
     }
     static int callsIn(const QString &store)
     {
-        return run({u"list"_s, store, u"VXCall"_s, u"--count"_s}).output.trimmed().toInt();
+        return run({"list", store, "VXCall", "--count"}).output.trimmed().toInt();
     }
 };
 
@@ -60,13 +60,13 @@ protected:
 // The words that are looked for are made anew while contacts are saved: those of a number that nobody has any more go.
 TEST_F(HostStoreTransferTest, WhatSavingTakesOutIsNotMissed)
 {
-    EXPECT_EQ(runHost({u"phonebook"_s, u"add"_s, u"Jane Doe"_s, u"--number"_s, u"+1 555 0100"_s}).status, 0);
-    EXPECT_EQ(runHost({u"phonebook"_s, u"add"_s, u"Joe Hill"_s, u"--number"_s, u"+1 555 0199"_s}).status, 0);
+    EXPECT_EQ(runHost("phonebook add 'Jane Doe' --number '+1 555 0100'").status, 0);
+    EXPECT_EQ(runHost("phonebook add 'Joe Hill' --number '+1 555 0199'").status, 0);
     change(VXDataManager::sharedDataFolderPath() + "/phonebook.vxdatastore/phonebook.sqlite"_L1,
            "UPDATE VX_VXPhoneNumber SET person = 999 WHERE Z_PK = 2");
-    const HostOutcome exported = run({u"export"_s, u"phonebook"_s, path(u"copy.vxdatastore"_s), u"--validate"_s});
-    EXPECT_EQ(exported.status, 0) << exported.errors.toStdString();
-    EXPECT_EQ(run({u"list"_s, path(u"copy.vxdatastore"_s), u"VXPerson"_s, u"--count"_s}).output.trimmed(), "2");
+    const HostOutcome exported = run({"export", "phonebook", path(u"copy.vxdatastore"_s), "--validate"});
+    EXPECT_EQ(exported.status, 0) << exported.errors;
+    EXPECT_EQ(run({"list", path(u"copy.vxdatastore"_s), "VXPerson", "--count"}).output.trimmed(), "2");
 }
 
 TEST_F(HostStoreTransferTest, ExportsImportsReplacesAndRollsBack)
@@ -74,41 +74,40 @@ TEST_F(HostStoreTransferTest, ExportsImportsReplacesAndRollsBack)
     addCall("Jane <+1 555 0100>");
     const QString plain = path(u"plain.vxdatastore"_s);
     const QString validated = path(u"validated.vxdatastore"_s);
-    EXPECT_EQ(jsonOf({u"export"_s, u"calls"_s, plain}).value(u"action"_s), u"exported"_s);
-    const QJsonObject exported = jsonOf({u"export"_s, u"calls"_s, validated, u"--validate"_s});
+    EXPECT_EQ(jsonOf({"export", "calls", plain}).value(u"action"_s), u"exported"_s);
+    const QJsonObject exported = jsonOf({"export", "calls", validated, "--validate"});
     EXPECT_EQ(exported.value(u"entities"_s).toArray().at(0).toObject().value(u"copied"_s), 1);
     EXPECT_EQ(callsIn(plain), 1);
     EXPECT_EQ(callsIn(validated), 1);
-    EXPECT_EQ(run({u"export"_s, u"calls"_s, plain}).status, 1); // there is something, and nobody agrees
-    EXPECT_EQ(run({u"export"_s, u"calls"_s, plain, u"--yes"_s}).status, 0);
+    EXPECT_EQ(run({"export", "calls", plain}).status, 1); // there is something, and nobody agrees
+    EXPECT_EQ(run({"export", "calls", plain, "--yes"}).status, 0);
 
-    const QJsonObject rehearsed = jsonOf({u"import"_s, u"calls"_s, plain, u"--dry-run"_s});
+    const QJsonObject rehearsed = jsonOf({"import", "calls", plain, "--dry-run"});
     EXPECT_EQ(rehearsed.value(u"action"_s), u"rehearsed"_s);
     EXPECT_EQ(rehearsed.value(u"entities"_s).toArray().at(0).toObject().value(u"found"_s), 1);
     EXPECT_EQ(callsIn(u"calls"_s), 1);
-    EXPECT_EQ(run({u"import"_s, u"calls"_s, plain}).status, 1); // nobody to ask
-    EXPECT_EQ(jsonOf({u"import"_s, u"calls"_s, plain, u"--merge"_s, u"--backup"_s, path(u"b.vxdatastore"_s)})
-                  .value(u"action"_s),
+    EXPECT_EQ(run({"import", "calls", plain}).status, 1); // nobody to ask
+    EXPECT_EQ(jsonOf({"import", "calls", plain, "--merge", "--backup", path(u"b.vxdatastore"_s)}).value(u"action"_s),
               u"merged"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 2);
     EXPECT_EQ(callsIn(path(u"b.vxdatastore"_s)), 1);
-    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s);
+    EXPECT_EQ(jsonOf("rollback calls --yes").value(u"action"_s), u"taken back"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 1); // as before the merge
-    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s);
+    EXPECT_EQ(jsonOf("rollback calls --yes").value(u"action"_s), u"taken back"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 2);
 
-    EXPECT_EQ(jsonOf({u"import"_s, u"calls"_s, validated, u"--replace"_s}).value(u"action"_s), u"staged"_s);
+    EXPECT_EQ(jsonOf({"import", "calls", validated, "--replace"}).value(u"action"_s), u"staged"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 1);
-    const HostOutcome past = run({u"rollback"_s, u"calls"_s, u"--dry-run"_s});
-    EXPECT_THAT(past.output.toStdString(), HasSubstr("replaced"));
-    EXPECT_EQ(run({u"rollback"_s, u"calls"_s}).status, 1); // nobody agrees
-    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s);
+    const HostOutcome past = run("rollback calls --dry-run");
+    EXPECT_THAT(past.output, HasSubstr("replaced"));
+    EXPECT_EQ(run("rollback calls").status, 1); // nobody agrees
+    EXPECT_EQ(jsonOf("rollback calls --yes").value(u"action"_s), u"taken back"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 2);
-    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s); // the rollback too
+    EXPECT_EQ(jsonOf("rollback calls --yes").value(u"action"_s), u"taken back"_s); // the rollback too
     EXPECT_EQ(callsIn(u"calls"_s), 1);
-    EXPECT_EQ(run({u"rollback"_s, u"calls"_s, path(u"b.vxdatastore"_s), u"--yes"_s}).status, 0);
+    EXPECT_EQ(run({"rollback", "calls", path(u"b.vxdatastore"_s), "--yes"}).status, 0);
     EXPECT_EQ(callsIn(u"calls"_s), 1);
-    EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s}).value(u"action"_s), u"none"_s);
+    EXPECT_EQ(jsonOf("upgrade calls").value(u"action"_s), u"none"_s);
 }
 
 // What a killed upgrade left, where backups and exports go, and what is taken back first.
@@ -119,42 +118,41 @@ TEST_F(HostStoreTransferTest, SaysWhatIsTrueOfStoresThatWaitOrWereLeft)
     const QString old = live + ".upgrading"_L1;
     makeOld(live + "/calls.sqlite"_L1);
     ASSERT_TRUE(QDir().rename(live, old));
-    EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s, u"--dry-run"_s}).value(u"action"_s), u"rehearsed"_s);
+    EXPECT_EQ(jsonOf("upgrade calls --dry-run").value(u"action"_s), u"rehearsed"_s);
     EXPECT_TRUE(QFileInfo::exists(old)); // nothing was touched
     writeFile(u"folder/thesis"_s, "precious");
     writeFile(u"taken.vxdatastore"_s, "taken");
     for (const QString &place : {path(u"taken.vxdatastore"_s), path(u"folder/thesis/x.vxdatastore"_s), old})
-        EXPECT_EQ(run({u"upgrade"_s, u"calls"_s, u"--backup"_s, place}).status, 1) << place.toStdString();
+        EXPECT_EQ(run({"upgrade", "calls", "--backup", place}).status, 1) << place.toStdString();
     EXPECT_TRUE(QFileInfo::exists(old));
-    EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s, u"--backup"_s, path(u"folder"_s)}).value(u"old"_s),
+    EXPECT_EQ(jsonOf({"upgrade", "calls", "--backup", path(u"folder"_s)}).value(u"old"_s),
               path(u"folder/calls.vxdatastore"_s));
     EXPECT_EQ(readFile(path(u"folder/thesis"_s)), "precious");
     EXPECT_EQ(callsIn(u"calls"_s), 1);
 
     // An upgrade that is not settled is so by the next, and can be taken back.
     ASSERT_TRUE(QDir().rename(path(u"folder/calls.vxdatastore"_s), old));
-    EXPECT_THAT(run({u"rollback"_s, u"calls"_s, u"--dry-run"_s}).output.toStdString(), HasSubstr(old.toStdString()));
-    EXPECT_EQ(jsonOf({u"upgrade"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"settled"_s);
+    EXPECT_THAT(run("rollback calls --dry-run").output, HasSubstr(old.toStdString()));
+    EXPECT_EQ(jsonOf("upgrade calls --yes").value(u"action"_s), u"settled"_s);
     EXPECT_FALSE(QFileInfo::exists(old));
 
     const QString exported = path(u"folder/calls.vxdatastore"_s);
-    EXPECT_EQ(run({u"export"_s, u"calls"_s, path(u"folder"_s), u"--yes"_s}).status, 0);
+    EXPECT_EQ(run({"export", "calls", path(u"folder"_s), "--yes"}).status, 0);
     EXPECT_EQ(callsIn(exported), 1);
     addCall("Joe <+1 555 0101>");
-    EXPECT_EQ(run({u"import"_s, u"calls"_s, exported, u"--replace"_s}).status, 0);
-    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"withdrawn"_s);
+    EXPECT_EQ(run({"import", "calls", exported, "--replace"}).status, 0);
+    EXPECT_EQ(jsonOf("rollback calls --yes").value(u"action"_s), u"withdrawn"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 2);
 
-    EXPECT_THAT(run({u"import"_s, u"calls"_s, exported, u"--merge"_s, u"--backup"_s, exported, u"--yes"_s})
-                    .errors.toStdString(),
+    EXPECT_THAT(run({"import", "calls", exported, "--merge", "--backup", exported, "--yes"}).errors,
                 HasSubstr("the backup would take the place of what is to be imported"));
-    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, exported, u"--dry-run"_s}).value(u"from"_s), exported);
-    EXPECT_EQ(run({u"export"_s, u"calls"_s, path(u"named"_s)}).status, 0);
+    EXPECT_EQ(jsonOf({"rollback", "calls", exported, "--dry-run"}).value(u"from"_s), exported);
+    EXPECT_EQ(run({"export", "calls", path(u"named"_s)}).status, 0);
     EXPECT_EQ(callsIn(path(u"named.vxdatastore"_s)), 1 + 1);
 
     const QString others = path(u"outbox.vxdatastore"_s);
-    EXPECT_EQ(run({u"export"_s, u"outbox"_s, others}).status, 0);
-    EXPECT_THAT(run({u"rollback"_s, u"calls"_s, others, u"--yes"_s}).errors.toStdString(),
+    EXPECT_EQ(run({"export", "outbox", others}).status, 0);
+    EXPECT_THAT(run({"rollback", "calls", others, "--yes"}).errors,
                 HasSubstr("Data file does not belong to this plugin"));
     EXPECT_EQ(callsIn(u"calls"_s), 2);
 }
@@ -190,9 +188,9 @@ TEST_F(HostStoreTransferTest, DryRunsTouchNothing)
     addCall("Jane <+1 555 0100>");
     const QString plain = path(u"plain.vxdatastore"_s);
     const QString folders = path(u".local/share/Vornix 2/"_s);
-    EXPECT_EQ(run({u"export"_s, u"calls"_s, plain}).status, 0);
+    EXPECT_EQ(run({"export", "calls", plain}).status, 0);
     const QString exported = path(u"phonebook.vxdatastore"_s);
-    EXPECT_EQ(run({u"export"_s, u"phonebook"_s, exported}).status, 0);
+    EXPECT_EQ(run({"export", "phonebook", exported}).status, 0);
     for (const QString &store : {u"calls"_s, u"messages"_s})
         makeOld(folders + u"Data/%1.vxdatastore/%1.sqlite"_s.arg(store));
     ASSERT_TRUE(QDir().mkpath(folders + "Data (Install)"_L1));
@@ -208,7 +206,7 @@ TEST_F(HostStoreTransferTest, DryRunsTouchNothing)
                                       {u"rollback"_s, u"calls"_s, plain}};
     for (const QStringList &command : commands) {
         const HostOutcome outcome = run(command + QStringList{u"--dry-run"_s});
-        EXPECT_EQ(outcome.status, 0) << command.join(u' ').toStdString() << outcome.errors.toStdString();
+        EXPECT_EQ(outcome.status, 0) << command.join(u' ').toStdString() << outcome.errors;
         EXPECT_EQ(everythingIn(path()), before) << command.join(u' ').toStdString();
     }
 }
@@ -218,11 +216,11 @@ TEST_F(HostStoreTransferTest, MergesAndTheirRehearsalsSayTheSame)
 {
     const QString cards = writeFile(u"cards.vcf"_s, "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Jane Doe\r\nN:Doe;Jane;;;\r\n"
                                                     "TEL:+1 555 0100\r\nEND:VCARD\r\n");
-    ASSERT_EQ(runHost({u"phonebook"_s, u"import"_s, cards}).status, 0);
+    ASSERT_EQ(runHost({"phonebook", "import", cards}).status, 0);
     const QString exported = path(u"p.vxdatastore"_s);
-    ASSERT_EQ(run({u"export"_s, u"phonebook"_s, exported}).status, 0);
-    const QJsonObject rehearsed = jsonOf({u"import"_s, u"phonebook"_s, exported, u"--dry-run"_s});
-    const QJsonObject merged = jsonOf({u"import"_s, u"phonebook"_s, exported, u"--merge"_s});
+    ASSERT_EQ(run({"export", "phonebook", exported}).status, 0);
+    const QJsonObject rehearsed = jsonOf({"import", "phonebook", exported, "--dry-run"});
+    const QJsonObject merged = jsonOf({"import", "phonebook", exported, "--merge"});
     EXPECT_EQ(rehearsed.value(u"entities"_s), merged.value(u"entities"_s));
     const QJsonArray entities = merged.value(u"entities"_s).toArray();
     const auto changeSets = std::ranges::find_if(
@@ -235,67 +233,56 @@ TEST_F(HostStoreTransferTest, MergesAndReplacementsCanBeTakenBackWithoutATrash)
 {
     addCall("Jane <+1 555 0100>");
     const QString plain = path(u"plain.vxdatastore"_s);
-    EXPECT_EQ(run({u"export"_s, u"calls"_s, plain}).status, 0);
+    EXPECT_EQ(run({"export", "calls", plain}).status, 0);
     writeFile(u".local/share/Trash"_s, "in the way");
     const QString kept = path(u".local/share/Vornix 2/Data/calls.vxdatastore.merged"_s);
-    EXPECT_THAT(run({u"import"_s, u"calls"_s, plain, u"--merge"_s}).output.toStdString(),
+    EXPECT_THAT(run({"import", "calls", plain, "--merge"}).output,
                 HasSubstr("What that was before lies in " + kept.toStdString()));
     EXPECT_EQ(callsIn(u"calls"_s), 2);
     for (const int calls : {1, 2, 1, 2}) { // that, too, and so on
-        EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"action"_s), u"taken back"_s);
+        EXPECT_EQ(jsonOf("rollback calls --yes").value(u"action"_s), u"taken back"_s);
         EXPECT_EQ(callsIn(u"calls"_s), calls);
     }
     // Nobody loses the store in use to what waits; to withdraw that is always possible.
     const QString waiting = path(u".local/share/Vornix 2/Data (Install)/calls.vxdatastore"_s);
-    EXPECT_EQ(run({u"import"_s, u"calls"_s, plain, u"--replace"_s}).status, 0);
-    const HostOutcome refused = run({u"list"_s, u"calls"_s, u"VXCall"_s});
+    EXPECT_EQ(run({"import", "calls", plain, "--replace"}).status, 0);
+    const HostOutcome refused = run("list calls VXCall");
     EXPECT_EQ(refused.status, 1);
-    EXPECT_THAT(refused.errors.toStdString(), HasSubstr("\"vornix store rollback calls\" withdraws that."));
-    EXPECT_EQ(jsonOf({u"rollback"_s, u"calls"_s, u"--yes"_s}).value(u"from"_s), waiting + ".withdrawn"_L1);
+    EXPECT_THAT(refused.errors, HasSubstr("\"vornix store rollback calls\" withdraws that."));
+    EXPECT_EQ(jsonOf("rollback calls --yes").value(u"from"_s), waiting + ".withdrawn"_L1);
     EXPECT_EQ(callsIn(u"calls"_s), 2);
 }
 
 TEST_F(HostStoreTransferTest, MistakesAreTold)
 {
-    const struct
-    {
-        QStringList arguments;
-        int status;
-        const char *text;
-    } rows[] = {
-        {{u"upgrade"_s, u"calls"_s, u"x"_s}, 2, "upgrade takes no \"x\"; several words"},
-        {{u"export"_s, u"calls"_s}, 2, "export needs NAME FOLDER"},
-        {{u"export"_s, u"calls"_s, u"x"_s, u"--merge"_s}, 2, "--merge does not go with export"},
-        {{u"import"_s, u"calls"_s, u"x"_s, u"--merge"_s, u"--replace"_s}, 2, "exclude each other"},
-        {{u"list"_s, u"calls"_s, u"VXCall"_s, u"--yes"_s}, 2, "--yes does not go with list"},
-        {{u"upgrade"_s, u"nothing"_s}, 1, "there is no store \"nothing\""},
-        {{u"import"_s, u"calls"_s, path(u"none.vxdatastore"_s)}, 1, "Not a recognized data file."},
-        {{u"rollback"_s, u"calls"_s}, 1, "no earlier store of calls is known"},
-        {{u"rollback"_s, u"calls"_s, path(u"none"_s), u"--yes"_s}, 1, "Not a recognized data file."},
-        {{u"rollback"_s, u"calls"_s, path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), u"--yes"_s},
+    const std::tuple<VXWords, int, const char *> rows[] = {
+        {"upgrade calls x", 2, "upgrade takes no \"x\"; several words"},
+        {"import calls x --merge --replace", 2, "exclude each other"},
+        {"upgrade nothing", 1, "there is no store \"nothing\""},
+        {{"import", "calls", path(u"none.vxdatastore"_s)}, 1, "Not a recognized data file."},
+        {"rollback calls", 1, "no earlier store of calls is known"},
+        {{"rollback", "calls", path(u"none"_s), "--yes"}, 1, "Not a recognized data file."},
+        {{"rollback", "calls", path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), "--yes"},
          1,
          "It is the store itself"},
-        {{u"export"_s, u"calls"_s, u""_s}, 2, "export needs NAME FOLDER"},
-        {{u"rollback"_s, u"calls"_s, u""_s}, 2, "the name of the folder is empty"},
-        {{u"import"_s, u"calls"_s, u"x"_s, u"--model"_s, u"y"_s}, 2, "--model goes with a PATH"},
-        {{u"upgrade"_s, path(u"x.vxdatastore"_s)}, 2, "upgrade takes the NAME of a plugin's store, and no PATH"},
-        {{u"export"_s, u"calls"_s, path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), u"--yes"_s},
+        {"rollback calls ''", 2, "the name of the folder is empty"},
+        {"import calls x --model y", 2, "--model goes with a PATH"},
+        {{"upgrade", path(u"x.vxdatastore"_s)}, 2, "upgrade takes the NAME of a plugin's store, and no PATH"},
+        {{"export", "calls", path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), "--yes"},
          1,
          "The data file that is in use lies there"},
     };
-    for (const auto &row : rows) {
-        const HostOutcome outcome = run(row.arguments);
-        EXPECT_EQ(outcome.status, row.status) << row.arguments.join(u' ').toStdString();
-        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(row.text));
+    for (const auto &[arguments, status, text] : rows) {
+        const HostOutcome outcome = run(arguments);
+        EXPECT_EQ(outcome.status, status) << arguments.join(u' ').toStdString();
+        EXPECT_THAT(outcome.errors, HasSubstr(text));
     }
 }
 
 namespace {
 
 /** With the store of a plugin whose hooks are told what to do. */
-class HostStoreOfPluginTest : public VXUpgradeHomeTest
-{
-};
+using HostStoreOfPluginTest = VXUpgradeHomeTest;
 
 } // namespace
 
@@ -304,13 +291,12 @@ TEST_F(HostStoreOfPluginTest, ModelThatChangedWithoutItsVersionIsTold)
 {
     writeOldStore(data(u"notes.vxdatastore"_s), 4, u"1.2"_s);
     writeNotesPlugin();
-    for (const QStringList &more : {QStringList{u"--dry-run"_s}, QStringList{}}) {
-        const HostOutcome outcome = runHost(QStringList{u"store"_s, u"upgrade"_s, u"notes"_s} + more);
+    for (const VXWords &more : {VXWords{"--dry-run"}, VXWords{}}) {
+        const HostOutcome outcome = runHost(VXWords{"store", "upgrade", "notes"} + more);
         EXPECT_EQ(outcome.status, 0);
-        EXPECT_THAT(outcome.output.toStdString(),
-                    HasSubstr("raise VXDataStoreVersion in the Info.plist of org.example"));
+        EXPECT_THAT(outcome.output, HasSubstr("raise VXDataStoreVersion in the Info.plist of org.example"));
     }
-    EXPECT_EQ(runHost({u"store"_s, u"list"_s, u"notes"_s, u"Note"_s, u"--count"_s}).errors, "");
+    EXPECT_EQ(runHost("store list notes Note --count").errors, "");
 }
 
 // Hooks that want nothing saved have it so, and nobody takes that for a copy.
@@ -318,10 +304,10 @@ TEST_F(HostStoreOfPluginTest, UpgradeThatSavesNothingSaysSo)
 {
     writeOldStore(data(u"notes.vxdatastore"_s), 4);
     writeNotesPlugin(u"ignores"_s);
-    const HostOutcome outcome = runHost({u"store"_s, u"upgrade"_s, u"notes"_s, u"--yes"_s});
-    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
-    EXPECT_THAT(outcome.output.toStdString(), HasSubstr("But nothing was copied: the new store is empty."));
-    EXPECT_THAT(outcome.output.toStdString(), testing::ContainsRegex("Tag +2 +0 +2"));
+    const HostOutcome outcome = runHost("store upgrade notes --yes");
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_THAT(outcome.output, HasSubstr("But nothing was copied: the new store is empty."));
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("Tag +2 +0 +2"));
 }
 
 // The same beforehand.
@@ -329,10 +315,10 @@ TEST_F(HostStoreOfPluginTest, RehearsalTellsThatNothingWouldBeSaved)
 {
     writeOldStore(data(u"notes.vxdatastore"_s), 4);
     writeNotesPlugin(u"ignores"_s);
-    const HostOutcome outcome = runHost({u"store"_s, u"upgrade"_s, u"notes"_s, u"--dry-run"_s});
-    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
-    EXPECT_THAT(outcome.output.toStdString(), testing::ContainsRegex("Tag +2 +0 +2"));
-    EXPECT_THAT(outcome.output.toStdString(), testing::ContainsRegex("Author +1 +0 +1"));
+    const HostOutcome outcome = runHost("store upgrade notes --dry-run");
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("Tag +2 +0 +2"));
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("Author +1 +0 +1"));
 }
 
 TEST_F(HostStoreOfPluginTest, RehearsalThatFailsTellsOfEachEntity)
@@ -342,10 +328,9 @@ TEST_F(HostStoreOfPluginTest, RehearsalThatFailsTellsOfEachEntity)
     const QStringList arguments{u"store"_s, u"upgrade"_s, u"notes"_s, u"--dry-run"_s};
     const HostOutcome outcome = runHost(arguments);
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.output.toStdString(), testing::ContainsRegex("Tag +2 "));
-    EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("refused as told"));
-    const QJsonObject json =
-        VXJSONFromText(runHost(arguments + QStringList{u"--json"_s}).output).value_or(QJsonValue()).toObject();
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("Tag +2 "));
+    EXPECT_THAT(outcome.errors, HasSubstr("refused as told"));
+    const QJsonObject json = runHost(arguments + QStringList{u"--json"_s}).json().toObject();
     EXPECT_THAT(json.value(u"error"_s).toString().toStdString(), HasSubstr("refused as told"));
     EXPECT_EQ(json.value(u"entities"_s).toArray().size(), 4);
 }
@@ -358,21 +343,21 @@ TEST_F(HostStoreOfPluginTest, RollbackAfterAnOlderReplacementBringsBackWhatTheUs
     writeOldStore(data(u"notes.vxdatastore"_s), 4, u"1.2"_s, u"org.example.notes"_s, newSource());
     writeOldStore(old, 2);
     writeNotesPlugin({}, info);
-    const auto outputOf = [](const QStringList &arguments) {
-        const HostOutcome outcome = runHost(QStringList{u"store"_s} + arguments);
-        EXPECT_EQ(outcome.status, 0) << arguments.join(u' ').toStdString() << outcome.errors.toStdString();
+    const auto outputOf = [](const VXWords &arguments) {
+        const HostOutcome outcome = runHost(VXWords{"store"} + arguments);
+        EXPECT_EQ(outcome.status, 0) << arguments.join(u' ').toStdString() << outcome.errors;
         return outcome.output;
     };
-    const auto notes = [&] { return outputOf({u"list"_s, u"notes"_s, u"Note"_s, u"--count"_s}).trimmed().toInt(); };
-    const auto rollBack = [&] { outputOf({u"rollback"_s, u"notes"_s, u"--yes"_s}); };
+    const auto notes = [&] { return outputOf("list notes Note --count").trimmed().toInt(); };
+    const auto rollBack = [&] { outputOf("rollback notes --yes"); };
     const auto reasons = [&] {
         QStringList found;
-        const QByteArray json = outputOf({u"rollback"_s, u"notes"_s, u"--dry-run"_s, u"--json"_s});
+        const QByteArray json = outputOf("rollback notes --dry-run --json");
         for (const QJsonValue &each : VXJSONFromText(json).value_or(QJsonValue()).toArray())
             found.append(each.toObject().value(u"reason"_s).toString());
         return found;
     };
-    outputOf({u"import"_s, u"notes"_s, old, u"--replace"_s});
+    outputOf({"import", "notes", old, "--replace"});
     EXPECT_EQ(notes(), 2);
     EXPECT_EQ(reasons(), (QStringList{u"replaced"_s, u"upgraded"_s}));
     rollBack();
@@ -380,7 +365,7 @@ TEST_F(HostStoreOfPluginTest, RollbackAfterAnOlderReplacementBringsBackWhatTheUs
 
     info.insert(u"VXDataStoreVersion"_s, u"1.3"_s);
     writeNotesPlugin({}, info);
-    outputOf({u"insert"_s, u"notes"_s, u"Note"_s, u"{\"text\": \"of 1.3\"}"_s});
+    outputOf("insert notes Note '{\"text\": \"of 1.3\"}'");
     EXPECT_EQ(reasons(), (QStringList{u"upgraded"_s, u"replaced"_s, u"replaced"_s, u"upgraded"_s}));
     for (const int count : {4, 5, 4, 5}) { // an upgrade, that again, and so on
         rollBack();

@@ -74,21 +74,21 @@ protected:
         EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
     }
 
-    static QJsonObject update(const QStringList &options = {})
+    static QJsonObject update(const VXWords &options = {})
     {
-        const HostOutcome outcome = runHost(QStringList{u"--json"_s, u"plugins"_s, u"update"_s} + options);
-        return QJsonDocument::fromJson(outcome.output).array().first().toObject();
+        const HostOutcome outcome = runHost(VXWords{"--json", "plugins", "update"} + options);
+        return outcome.json().toArray().first().toObject();
     }
     /** What a refusal says; the state, when there is none. */
     static std::string reason()
     {
-        const QJsonObject outcome = update({u"org.example.sample"_s});
+        const QJsonObject outcome = update("org.example.sample");
         const QString text = outcome[u"reason"].toString();
         return (outcome[u"state"].toString() + (text.isEmpty() ? QString() : u": "_s + text)).toStdString();
     }
     QString versionInPlace() const
     {
-        const QJsonArray list = QJsonDocument::fromJson(runHost({u"--json"_s, u"plugins"_s, u"list"_s}).output).array();
+        const QJsonArray list = runHost("--json plugins list").json().toArray();
         return list.first()[u"version"].toString();
     }
 
@@ -107,26 +107,26 @@ TEST_F(HostUpdateTest, InstallsWhatItsAuthorSigned)
     VXPluginFixture{.identifier = u"org.example.zlast"_s}.write(shared); // offers none: not told of
     const QString bundle = withVersion(u"2010"_s).write(path(u"new"_s));
     const auto sign = [&](const QByteArray &pem) {
-        return runHost({u"plugins"_s, u"sign"_s, bundle, u"--key"_s, writeFile(u"key.pem"_s, pem), u"--url"_s,
-                        urlOf(u"new.zip"_s), u"--to"_s, server.filesFolder()});
+        return runHost({"plugins", "sign", bundle, "--key", writeFile(u"key.pem"_s, pem), "--url", urlOf(u"new.zip"_s),
+                        "--to", server.filesFolder()});
     };
     const HostOutcome made = sign(key);
-    ASSERT_EQ(made.status, 0) << made.errors.toStdString();
+    ASSERT_EQ(made.status, 0) << made.errors;
     EXPECT_EQ(made.output,
               (server.filesFolder() + u"/feed.plist\n"_s + server.filesFolder() + u"/new.zip\n"_s).toUtf8());
 
-    EXPECT_EQ(update({u"--check"_s})[u"state"], u"available"_s);
+    EXPECT_EQ(update("--check")[u"state"], u"available"_s);
     EXPECT_EQ(versionInPlace(), u"2000"_s);
-    const QJsonObject done = update({u"sample"_s});
+    const QJsonObject done = update("sample");
     EXPECT_EQ(done[u"state"], u"installed-for-next-start"_s) << done[u"reason"].toString().toStdString();
     EXPECT_EQ(done[u"newVersion"], u"2010"_s);
     EXPECT_EQ(versionInPlace(), u"2010"_s);
     EXPECT_EQ(update()[u"state"], u"up-to-date"_s);
 
-    EXPECT_THAT(sign(otherKey).errors.toStdString(), HasSubstr("carries another key"));
-    EXPECT_THAT(sign("no key").errors.toStdString(), HasSubstr("no private Ed25519 key"));
-    EXPECT_EQ(runHost({u"plugins"_s, u"sign"_s, bundle}).status, 2);
-    EXPECT_EQ(runHost({u"plugins"_s, u"list"_s, u"--check"_s}).status, 2);
+    EXPECT_THAT(sign(otherKey).errors, HasSubstr("carries another key"));
+    EXPECT_THAT(sign("no key").errors, HasSubstr("no private Ed25519 key"));
+    EXPECT_EQ(runHost({"plugins", "sign", bundle}).status, 2);
+    EXPECT_EQ(runHost("plugins list --check").status, 2);
 }
 
 TEST_F(HostUpdateTest, RefusesWhatIsNotRightAndChangesNothing)
@@ -141,14 +141,7 @@ TEST_F(HostUpdateTest, RefusesWhatIsNotRightAndChangesNothing)
         QFile::remove(code.filePath()); // it may be a link
         ASSERT_TRUE(QFile::copy(u"/etc/hostname"_s, code.filePath()));
     }
-    const struct
-    {
-        const char *reason;
-        QString bundle;
-        QByteArray signingKey;
-        Spoil spoil;
-        Spoil spoilSigned;
-    } cases[] = {
+    const std::tuple<const char *, QString, QByteArray, Spoil, Spoil> cases[] = {
         {"is not signed", good, key, {}, [](VXPluginFeed &feed) { feed.signature.clear(); }},
         {"was not signed with the plugin's key", good, otherKey, {}, {}},
         {"was not signed with the plugin's key", good, key, {}, [](VXPluginFeed &feed) { feed.version = u"2011"_s; }},

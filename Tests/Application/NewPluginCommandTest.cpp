@@ -82,14 +82,7 @@ TEST_F(NewPluginCommandTest, RefusesWhatItCannotWrite)
     writeFile(u"full/kept.txt"_s, "kept");
     writeFile(u"hidden/.kept"_s, "kept");
     writeFile(u"file"_s, "kept");
-    const struct
-    {
-        QString name;
-        QString folder;
-        QStringList options;
-        int status;
-        QByteArray reason;
-    } cases[] = {
+    const std::tuple<QString, QString, QStringList, int, QByteArray> cases[] = {
         {u"Hello"_s, u"new"_s, {}, 2, "--kind is missing: one of data, exporter"},
         {u"1st"_s, u"new"_s, {u"--kind=data"_s}, 2, "makes no name of a class"},
         {u"Grüße"_s, u"new"_s, {u"--kind=data"_s}, 2, "makes no name of a class"},
