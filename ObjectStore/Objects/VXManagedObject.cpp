@@ -92,7 +92,8 @@ void VXManagedObject::setStoredRow(VXStoreRow::Ptr row)
     _isFault = false;
 }
 
-void VXManagedObject::setValue(const VXPropertyDescription &property, const QVariant &value)
+template <class Set>
+void VXManagedObject::changeValues(const VXPropertyDescription &property, const Set &set)
 {
     VXAssert(_context != nullptr, u"an object cannot be changed when its context is gone or has forgotten it"_s);
     const VXStoreRow *const before = values();
@@ -105,9 +106,14 @@ void VXManagedObject::setValue(const VXPropertyDescription &property, const QVar
         _values = before->copy(before->version() + 1);
     else if (_values.use_count() > 1) // a save that failed may have left it with a store
         _values = before->copy(before->version());
-    _values->setValue(property.index(), value);
+    set(*_values);
     if (property.asAttribute() == nullptr || !property.isTransient())
         _context->noteChange(*this);
+}
+
+void VXManagedObject::setTarget(const VXRelationshipDescription &relationship, const VXManagedObjectID &target)
+{
+    changeValues(relationship, [&](VXStoreRow &row) { row.setTarget(relationship.index(), target); });
 }
 
 const VXStoreRow *VXManagedObject::readValuesWith(int index) const
@@ -126,13 +132,29 @@ void VXManagedObject::setAttribute(int index, const QVariant &value)
     const auto set = [&](const QVariant &fitting) {
         const VXStoreRow *const row = values();
         if (row == nullptr || !row->isSame(index, fitting))
-            setValue(*attribute, fitting);
+            changeValues(*attribute, [&](VXStoreRow &changed) { changed.setValue(index, fitting); });
     };
     if (VXIsPlainAttributeValue(attribute->type(), value))
         return set(value);
     const std::optional<QVariant> fitting = VXAttributeValue(attribute->type(), value);
     VXAssert(fitting, valueProblem(*attribute, value));
     set(*fitting);
+}
+
+void VXManagedObject::copyAttribute(int index, const VXManagedObject &other, int otherIndex)
+{
+    const VXAttributeDescription *const attribute = property(index).asAttribute();
+    const VXAttributeDescription *const its = other.property(otherIndex).asAttribute();
+    VXAssert(attribute != nullptr && its != nullptr && attribute->type() == its->type(),
+             u"\"%1\" of entity \"%2\" is no attribute like \"%3\""_s.arg(property(index).name(), entity().name(),
+                                                                          other.property(otherIndex).name()));
+    const VXStoreRow *const from = other.values();
+    if (from == nullptr)
+        return setAttribute(index, {});
+    const VXStoreRow *const row = values();
+    if (row != nullptr && row->isSame(index, *from, otherIndex))
+        return;
+    changeValues(*attribute, [&](VXStoreRow &changed) { changed.copyValue(index, *from, otherIndex); });
 }
 
 QVariant VXManagedObject::valueForKey(const QString &key) const

@@ -74,8 +74,16 @@ public:
         const VXStoreRow *const row = valuesWith(index);
         return row == nullptr ? std::nullopt : row->real(index);
     }
+    /** Whether an attribute, or a relationship to one object, is what that of a row is. */
+    bool isSame(int index, const VXStoreRow &row, int rowIndex) const
+    {
+        const VXStoreRow *const own = valuesWith(index);
+        return own != nullptr && own->isSame(index, row, rowIndex);
+    }
     /** One that is transient makes no unsaved change. */
     void setAttribute(int index, const QVariant &value);
+    /** To what an attribute of the same type of another object is, which may be of another context, without making a QVariant. */
+    void copyAttribute(int index, const VXManagedObject &other, int otherIndex);
 
     /** nullptr for none. */
     VXManagedObjectPtr related(int index) const;
@@ -84,6 +92,8 @@ public:
     QList<VXManagedObjectPtr> relatedObjects(int index) const;
     /** Without making the objects. */
     qsizetype relatedCount(int index) const;
+    /** What a to-one relationship leads to, without making the object; nullptr for none. Holds as long as the views above. */
+    const VXManagedObjectID *relatedID(int index) const;
     /** What a relationship of either kind leads to, without making the objects. */
     QList<VXManagedObjectID> relatedIDs(int index) const;
     void addRelated(int index, const VXManagedObjectPtr &object);
@@ -137,7 +147,10 @@ private:
         return Q_LIKELY(!_isFault && index >= 0 && index < row->propertyCount()) ? row : readValuesWith(index);
     }
     const VXStoreRow *readValuesWith(int index) const;
-    void setValue(const VXPropertyDescription &property, const QVariant &value);
+    /** Has `set` change the values. */
+    template <class Set>
+    void changeValues(const VXPropertyDescription &property, const Set &set);
+    void setTarget(const VXRelationshipDescription &relationship, const VXManagedObjectID &target);
     void setStoredRow(VXStoreRow::Ptr row);
     static QVariantList variants(const QList<VXManagedObjectPtr> &objects);
     QVariant objectValue(const VXStoreRow &row, const VXPropertyDescription &property) const;

@@ -26,25 +26,30 @@ bool VXIsPair(const VXRelationshipDescription &relationship)
 
 VXSaveReferences::VXSaveReferences(const VXSaveRequest &request)
 {
+    Rows whole; // what the save writes, whatever was there: mostly what others of it lead to
+    for (const VXRowChange &change : request.changes) {
+        if (change.row && isWhole(change))
+            whole.insert(change.objectID, change.row.get());
+    }
     for (const VXRowChange &change : request.changes) {
         if (change.row)
-            addTargets(change);
+            addTargets(change, whole);
         else
             addDeleted(change.objectID);
     }
     for (const VXLinkChange &link : request.links) {
         if (link.added.isEmpty())
             continue;
-        _targets.insert(link.source);
+        addTarget(link.source, whole);
         for (const VXManagedObjectID &target : link.added)
-            _targets.insert(target);
+            addTarget(target, whole);
     }
-    if (_targets.isEmpty())
-        return;
-    for (const VXRowChange &change : request.changes) {
-        if (change.row && isWhole(change))
-            _targets.remove(change.objectID);
-    }
+}
+
+void VXSaveReferences::addTarget(const VXManagedObjectID &target, const Rows &whole)
+{
+    if (whole.find(target) == nullptr)
+        _targets.insert(target);
 }
 
 void VXSaveReferences::lookAt(const VXEntityDescription &entity)
@@ -62,7 +67,7 @@ void VXSaveReferences::lookAt(const VXEntityDescription &entity)
     }
 }
 
-void VXSaveReferences::addTargets(const VXRowChange &change)
+void VXSaveReferences::addTargets(const VXRowChange &change, const Rows &whole)
 {
     lookAt(change.objectID.entity());
     const bool isNew = !change.base && !change.overwrites; // nothing that was there before leads to it
@@ -74,7 +79,7 @@ void VXSaveReferences::addTargets(const VXRowChange &change)
     for (const int index : std::as_const(_toOne)) {
         const VXManagedObjectID *const target = change.row->target(index);
         if (target != nullptr && (isWhole(change) || change.changedProperties.contains(index)))
-            _targets.insert(*target);
+            addTarget(*target, whole);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXObjectShelves.h"
 #include "VXPersistentStore.h"
 
 #include <QtCore/QHash>
@@ -33,8 +34,11 @@ public:
     const ByRelationship &paired() const { return _paired; }
 
 private:
+    using Rows = VXObjectShelves<const VXStoreRow *>;
+
+    void addTargets(const VXRowChange &change, const Rows &whole);
+    void addTarget(const VXManagedObjectID &target, const Rows &whole);
     void lookAt(const VXEntityDescription &entity);
-    void addTargets(const VXRowChange &change);
     void addDeleted(const VXManagedObjectID &objectID);
 
     QSet<VXManagedObjectID> _targets;
