@@ -9,14 +9,18 @@
 #include "VXSourceComparison.h"
 #include "VXValueIdentity.h"
 
+#include <QtCore/QDateTime>
+
 #include <algorithm>
+#include <cstring>
 #include <exception>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype batchSize = 500; // of old objects that are in memory at once
+constexpr qsizetype batchSize = 500;      // of old objects that are in memory at once
+constexpr qsizetype largestKeptRow = 512; // in bytes; that of most old objects, which is then read once
 
 constexpr const char *relationshipOperation = "migrateObjectRelationship:oldObject:version:withNewObjects:error:";
 
@@ -36,20 +40,25 @@ class Walk
 public:
     Walk(const VXEntityDescription &entity, VXManagedObjectContext &context) : _entity(entity), _context(context) {}
 
-    // Calls with each batch and each object of it, until one of the calls answers false. False then, and on failure.
-    template <class Batch, class Each>
-    bool forEach(const Batch &batch, const Each &each, VXError *error)
+    bool find(VXError *error)
     {
         VXFetchRequest request(_entity);
         request.includesSubentities = false; // they come with their own entity
         request.batchSize = batchSize;
-        const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
-        if (!found)
-            return false;
-        for (qsizetype at = 0; at < found->size(); at += batchSize) {
+        _found = _context.executeFetchRequest(request, error);
+        return _found.has_value();
+    }
+    /** Once they are found. */
+    qsizetype count() const { return _found->size(); }
+    // Calls with each batch and each object of it, until one of the calls answers false. False then, and on failure.
+    template <class Batch, class Each>
+    bool forEach(const Batch &batch, const Each &each, VXError *error)
+    {
+        for (qsizetype at = 0; at < count(); at += batchSize) {
             QList<VXManagedObjectPtr> objects;
-            for (qsizetype i = at; i < std::min(at + batchSize, found->size()); ++i)
-                objects.append(found->at(i));
+            objects.reserve(batchSize);
+            for (qsizetype i = at; i < std::min(at + batchSize, count()); ++i)
+                objects.append(_found->at(i));
             // What cannot be read must not pass for objects without values.
             if (std::ranges::any_of(objects, [](const auto &object) { return object->isFault(); })) {
                 VXSetError(error, unreadable(_entity));
@@ -95,6 +104,7 @@ private:
 
     const VXEntityDescription &_entity;
     VXManagedObjectContext &_context;
+    std::optional<VXFetchResult> _found;
 };
 
 // The new object has it not, and no hook took care of it.
@@ -135,6 +145,59 @@ std::optional<QHash<VXManagedObjectID, Members>> missingMembers(const VXEntityDe
     return missing;
 }
 
+VXPropertyPair propertiesNamed(const QString &name, const VXManagedObject &oldObject, const VXManagedObject &newObject)
+{
+    VXStoreMigration *const run = VXStoreMigration::current();
+    const VXEntityDescription &old = oldObject.entity();
+    const VXEntityDescription &made = newObject.entity();
+    return run != nullptr ? run->propertiesNamed(name, old, made)
+                          : VXPropertyPair{old.propertyForName(name), made.propertyForName(name)};
+}
+
+const VXAttributeDescription *asAttribute(const VXPropertyDescription *property)
+{
+    return property == nullptr ? nullptr : property->asAttribute();
+}
+
+const VXRelationshipDescription *asRelationship(const VXPropertyDescription *property)
+{
+    return property == nullptr ? nullptr : property->asRelationship();
+}
+
+template <class T>
+bool areEqual(const QVariant &a, const QVariant &b)
+{
+    return *static_cast<const T *>(a.constData()) == *static_cast<const T *>(b.constData());
+}
+
+// Whether a hook gave back what it was given, as most do with most values. False means no more than that it takes a closer look.
+bool isHandedBack(const QVariant &value, const QVariant &given)
+{
+    if (value.metaType() != given.metaType())
+        return false;
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
+        return true;
+    case QMetaType::QString: {
+        const auto &text = *static_cast<const QString *>(value.constData());
+        const auto &before = *static_cast<const QString *>(given.constData());
+        return text.constData() == before.constData() && text.size() == before.size();
+    }
+    case QMetaType::Int:
+        return areEqual<int>(value, given);
+    case QMetaType::LongLong:
+        return areEqual<qlonglong>(value, given);
+    case QMetaType::Bool:
+        return areEqual<bool>(value, given);
+    case QMetaType::QDateTime:
+        return areEqual<QDateTime>(value, given);
+    case QMetaType::Double: // not a number is the same, too
+        return std::memcmp(value.constData(), given.constData(), sizeof(double)) == 0;
+    default:
+        return false;
+    }
+}
+
 const VXRelationshipDescription *relationshipOf(const VXManagedObjectPtr &object, const QString &name)
 {
     return object ? object->entity().relationshipForName(name) : nullptr;
@@ -153,6 +216,21 @@ bool canLackRoom(const VXRelationshipDescription &old, const VXRelationshipDescr
 {
     const bool wasOneOfSeveral = old.inverse() == nullptr || old.inverse()->isToMany() || !made.isToMany();
     return wasOneOfSeveral && made.inverse() != nullptr && !made.inverse()->isToMany();
+}
+
+// Sets a relationship to one object, where nothing stands against it. False where there is more to look at.
+bool isConnected(const VXManagedObject &oldObject, const VXRelationshipDescription &old, VXManagedObject &newObject,
+                 const VXRelationshipDescription &made, const VXMigratedObjects &newObjects)
+{
+    if (old.isToMany() || made.isToMany() || canLackRoom(old, made))
+        return false;
+    const VXManagedObjectID *const oldID = oldObject.relatedID(old.index());
+    if (oldID == nullptr)
+        return true;
+    const VXManagedObjectPtr target = VXMigratedTarget(*oldID, newObjects, &made);
+    if (target)
+        newObject.setRelated(made.index(), target);
+    return bool(target);
 }
 
 // The new objects, by their names, of what an old object leads to.
@@ -190,8 +268,9 @@ QVariant VXDataPlugin::migrateObjectValue(const QVariant &value, const QString &
 bool VXDataPlugin::migrateObjectAttribute(const QString &attribute, const VXManagedObjectPtr &oldObject, int version,
                                           const VXManagedObjectPtr &newObject, VXError *error)
 {
-    const VXAttributeDescription *const made = newObject->entity().attributeForName(attribute);
-    const VXAttributeDescription *const old = oldObject->entity().attributeForName(attribute);
+    const VXPropertyPair pair = propertiesNamed(attribute, *oldObject, *newObject);
+    const VXAttributeDescription *const made = asAttribute(pair.made);
+    const VXAttributeDescription *const old = asAttribute(pair.old);
     if (made == nullptr || old == nullptr) {
         if (old != nullptr && oldObject->attribute(old->index()).isValid())
             noteDropped(oldObject, attribute);
@@ -203,6 +282,11 @@ bool VXDataPlugin::migrateObjectAttribute(const QString &attribute, const VXMana
     if (!value.isValid() && problem) {
         VXSetError(error, problem);
         return false;
+    }
+    if (made->type() == old->type() && isHandedBack(value, before) && !oldObject->hasChanges()) {
+        if (value.isValid())
+            newObject->copyAttribute(made->index(), *oldObject, old->index());
+        return true;
     }
     VXStoreMigration *const run = VXStoreMigration::current();
     const bool isChanged = value != before && !VXIsSameValue(value, before); // not a number is the same, too
@@ -231,7 +315,11 @@ std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXE
                                                                        VXManagedObjectContext &newContext,
                                                                        VXError *error)
 {
+    Walk walk(entity, oldContext);
+    if (!walk.find(error))
+        return std::nullopt;
     VXMigratedObjects newObjects;
+    newObjects.reserve(walk.count());
     const auto migrate = [&](const VXManagedObjectPtr &oldObject) {
         VXError problem;
         const VXManagedObjectPtr made = insertNewObjectForOldObject(oldObject, version, newContext, &problem);
@@ -255,7 +343,7 @@ std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXE
         return migrateObjectAttributes(oldObject, version, made, error);
     };
     const auto noBatch = [](const QList<VXManagedObjectPtr> &) { return true; };
-    if (!Walk(entity, oldContext).forEach(noBatch, migrate, error))
+    if (!walk.forEach(noBatch, migrate, error))
         return std::nullopt;
     return newObjects;
 }
@@ -267,9 +355,12 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
                                                            const VXMigratedObjects &newObjects, VXError *)
 {
     VXManagedObjectPtr newObject = newObjects.value(oldObject->objectID());
-    const VXRelationshipDescription *const old = oldObject->entity().relationshipForName(relationship);
-    const VXRelationshipDescription *const made = relationshipOf(newObject, relationship);
-    if (old == nullptr || old->isTransient())
+    const VXPropertyPair pair = newObject ? propertiesNamed(relationship, *oldObject, *newObject)
+                                          : VXPropertyPair{oldObject->entity().propertyForName(relationship)};
+    const VXRelationshipDescription *const old = asRelationship(pair.old);
+    const VXRelationshipDescription *const made = asRelationship(pair.made);
+    if (old == nullptr || old->isTransient() ||
+        (made != nullptr && isConnected(*oldObject, *old, *newObject, *made, newObjects)))
         return newObject;
     const QList<VXManagedObjectID> oldIDs = oldObject->relatedIDs(old->index());
     if (oldIDs.isEmpty())
@@ -355,7 +446,8 @@ bool VXDataPlugin::migrateEntityRelationships(const VXEntityDescription &entity,
             return bool(migrateObjectRelationship(relationship->name(), oldObject, version, newObjects, error));
         });
     };
-    if (!relationships.isEmpty() && !Walk(entity, oldContext).forEach(read, migrate, error))
+    Walk walk(entity, oldContext);
+    if (!relationships.isEmpty() && !(walk.find(error) && walk.forEach(read, migrate, error)))
         return false;
     VXLogMethod(VXLogNotice, "migrateEntityRelationships:fromManagedObjectContext:",
                 u"Duplicated %1 %2"_s.arg(*count).arg(entity.name()));
@@ -411,6 +503,7 @@ bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContex
 bool VXDataPlugin::copyObjects(VXManagedObjectContext &oldContext, int version, VXManagedObjectContext &newContext,
                                VXError *error)
 {
+    oldContext.keepRows(largestKeptRow);
     if (!migrateManagedObjectContext(oldContext, version, newContext, error))
         return false;
     VXStoreMigration *const run = VXStoreMigration::current();
@@ -418,7 +511,7 @@ bool VXDataPlugin::copyObjects(VXManagedObjectContext &oldContext, int version, 
         return true;
     const VXError difference = VXSourceComparison(*run, newContext, [&](const VXPropertyDescription &old) {
                                    return comparesProperty(old, version);
-                               }).compare(*oldContext.persistentStoreCoordinator());
+                               }).compare(oldContext);
     VXSetError(error, difference);
     return !difference;
 }

@@ -9,6 +9,7 @@
 #include <QtCore/QSet>
 
 #include <algorithm>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 
@@ -40,49 +41,29 @@ bool isToldByInverse(const VXRelationshipDescription &old, const VXRelationshipD
 
 } // namespace
 
-bool VXIsPlainlySame(const VXManagedObject &object, int index, const VXStoreRow &row, int rowIndex)
-{
-    switch (row.kind(rowIndex)) {
-    case VXStoreRow::Kind::Text:
-        return !object.text(index).isNull() && object.text(index) == row.text(rowIndex);
-    case VXStoreRow::Kind::Data:
-        return !object.data(index).isNull() && object.data(index) == row.data(rowIndex);
-    case VXStoreRow::Kind::Integer:
-    case VXStoreRow::Kind::LongInteger:
-    case VXStoreRow::Kind::Boolean:
-    case VXStoreRow::Kind::Date:
-        return object.number(index) == row.number(rowIndex);
-    case VXStoreRow::Kind::Real:
-        return object.real(index) == row.real(rowIndex);
-    default:
-        return false;
-    }
-}
-
 VXSourceComparison::VXSourceComparison(VXStoreMigration &run, const VXManagedObjectContext &made, const Filter &filter)
     : _run(run), _made(made), _filter(filter)
 {
 }
 
-VXError VXSourceComparison::compare(VXPersistentStoreCoordinator &source)
+VXError VXSourceComparison::compare(VXManagedObjectContext &source)
 {
-    QHash<const VXStoreIdentity *, QList<ObjectID>> oldIDs;
+    QList<ObjectID> oldIDs;
+    oldIDs.reserve(_run.newObjects().size());
     for (auto each = _run.newObjects().keyBegin(); each != _run.newObjects().keyEnd(); ++each)
-        oldIDs[each->store()].append(*each);
-    _run.begin(VXStoreMigration::Phase::Comparing, _run.newObjects().size());
-    for (auto group = oldIDs.begin(); group != oldIDs.end(); ++group) {
-        const auto store = group.key() == nullptr ? nullptr : source.persistentStoreForIdentity(*group.key());
-        if (!store)
-            return difference(VXLocalizedString(u"%1 objects are of no old store."_s).arg(group->size()));
-        std::ranges::sort(*group, {}, [](const ObjectID &each) { // as they lie in the file
-            return std::pair(quintptr(&each.entity()), each.number());
-        });
-        for (qsizetype at = 0; at < group->size(); at += batchSize) {
-            if (_run.isCancelled())
-                return {VXErrorDomain, VXErrorCancelled};
-            if (VXError error = compareBatch(group->mid(at, batchSize), *store))
-                return error;
-        }
+        oldIDs.append(*each);
+    if (const auto others = std::ranges::count(oldIDs, static_cast<const VXStoreIdentity *>(nullptr), &ObjectID::store);
+        others > 0)
+        return difference(VXLocalizedString(u"%1 objects are of no old store."_s).arg(others));
+    _run.begin(VXStoreMigration::Phase::Comparing, oldIDs.size());
+    std::ranges::sort(oldIDs, {}, [](const ObjectID &each) { // as they lie in the files
+        return std::tuple(quintptr(each.store()), quintptr(&each.entity()), each.number());
+    });
+    for (qsizetype at = 0; at < oldIDs.size(); at += batchSize) {
+        if (_run.isCancelled())
+            return {VXErrorDomain, VXErrorCancelled};
+        if (VXError error = compareBatch(oldIDs.mid(at, batchSize), source))
+            return error;
     }
     return compareTotals();
 }
@@ -108,7 +89,7 @@ const QList<VXSourceComparison::Pair> &VXSourceComparison::pairsOf(const VXEntit
     return *_pairs.insert({&old, &made}, pairs);
 }
 
-VXError VXSourceComparison::compareBatch(const QList<ObjectID> &oldIDs, VXPersistentStore &source)
+VXError VXSourceComparison::compareBatch(const QList<ObjectID> &oldIDs, VXManagedObjectContext &source)
 {
     VXError error;
     VXError found;
@@ -120,20 +101,36 @@ VXError VXSourceComparison::compareBatch(const QList<ObjectID> &oldIDs, VXPersis
         ++count;
         _run.advance();
     };
-    if (!source.rows(oldIDs, compare, &error))
+    if (!source.storedRows(oldIDs, compare, &error))
         return error;
     if (!found && count < oldIDs.size())
         found = difference(VXLocalizedString(u"%1 objects are gone from the old store."_s).arg(oldIDs.size() - count));
     if (found)
         return found;
-    for (auto group = _sources.cbegin(); group != _sources.cend(); ++group) {
+    for (auto group = _sources.cbegin(); group != _sources.cend() && !found; ++group)
+        found = compareMany(*group.key(), *group, source);
+    return found;
+}
+
+// A relationship to many objects, of objects of one store or more.
+VXError VXSourceComparison::compareMany(const VXRelationshipDescription &old, const QList<ObjectID> &oldIDs,
+                                        VXManagedObjectContext &source)
+{
+    VXError error;
+    QHash<const VXStoreIdentity *, QList<ObjectID>> groups;
+    for (const ObjectID &oldID : oldIDs)
+        groups[oldID.store()].append(oldID);
+    for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
+        const auto store = source.persistentStoreCoordinator()->persistentStoreForIdentity(*group.key());
         QHash<ObjectID, QList<ObjectID>> targets;
         const auto note = [&](const ObjectID &oldID, const ObjectID &target) { targets[oldID].append(target); };
-        if (!source.related(*group, *group.key(), note, &error))
+        if (!store)
+            return difference(VXLocalizedString(u"%1 objects are gone from the old store."_s).arg(group->size()));
+        if (!store->related(*group, old, note, &error))
             return error;
         for (auto each = targets.cbegin(); each != targets.cend(); ++each) {
             const VXManagedObjectPtr object = _run.newObjects().value(each.key());
-            const Pair pair{group.key(), object->entity().propertyForName(group.key()->name()), false};
+            const Pair pair{&old, object->entity().propertyForName(old.name()), false};
             compareReferences(each.key(), *each, pair, *object);
         }
     }
@@ -156,7 +153,7 @@ VXError VXSourceComparison::compareRow(const ObjectID &oldID, const VXStoreRow &
         if (!row.hasValue(pair.old->index()))
             continue; // nothing of it can be lost
         if (const ObjectID *const target = row.target(pair.old->index()))
-            compareReferences(oldID, {*target}, pair, *object);
+            compareReference(oldID, *target, pair, *object);
         else if (VXError error = compareValue(oldID, row, pair, *object))
             return error;
     }
@@ -168,8 +165,7 @@ VXError VXSourceComparison::compareValue(const ObjectID &oldID, const VXStoreRow
 {
     const int index = pair.made->index();
     const int oldIndex = pair.old->index();
-    const bool isAlike = pair.made->asAttribute()->type() == pair.old->asAttribute()->type();
-    if (isAlike && VXIsPlainlySame(object, index, row, oldIndex))
+    if (object.isSame(index, row, oldIndex))
         return {};
     const QVariant value = object.attribute(index);
     if (VXIsSameValue(value, row.value(oldIndex)))
@@ -180,18 +176,38 @@ VXError VXSourceComparison::compareValue(const ObjectID &oldID, const VXStoreRow
     return {};
 }
 
+VXManagedObjectPtr VXSourceComparison::wantedTarget(const ObjectID &target, const Pair &pair) const
+{
+    return VXMigratedTarget(target, _run.newObjects(), pair.made->asRelationship());
+}
+
+void VXSourceComparison::noteLost(const ObjectID &oldID, const Pair &pair)
+{
+    Lost &lost = _lost[pair.old];
+    if (lost.count++ == 0)
+        lost.first = oldID;
+}
+
+void VXSourceComparison::compareReference(const ObjectID &oldID, const ObjectID &target, const Pair &pair,
+                                          const VXManagedObject &object)
+{
+    if (pair.made->asRelationship()->isToMany())
+        return compareReferences(oldID, {target}, pair, object);
+    const ObjectID *const kept = object.relatedID(pair.made->index());
+    const VXManagedObjectPtr wanted = wantedTarget(target, pair);
+    if (wanted && (kept == nullptr || *kept != wanted->objectID()))
+        noteLost(oldID, pair);
+}
+
 void VXSourceComparison::compareReferences(const ObjectID &oldID, const QList<ObjectID> &targets, const Pair &pair,
                                            const VXManagedObject &object)
 {
     const QList<ObjectID> list = object.relatedIDs(pair.made->index());
     const QSet<ObjectID> kept = list.size() > 1 ? QSet<ObjectID>(list.cbegin(), list.cend()) : QSet<ObjectID>();
     for (const ObjectID &target : targets) {
-        const VXManagedObjectPtr wanted = VXMigratedTarget(target, _run.newObjects(), pair.made->asRelationship());
-        if (!wanted || (list.size() > 1 ? kept.contains(wanted->objectID()) : list.contains(wanted->objectID())))
-            continue;
-        Lost &lost = _lost[pair.old];
-        if (lost.count++ == 0)
-            lost.first = oldID;
+        const VXManagedObjectPtr wanted = wantedTarget(target, pair);
+        if (wanted && !(list.size() > 1 ? kept.contains(wanted->objectID()) : list.contains(wanted->objectID())))
+            noteLost(oldID, pair);
     }
 }
 

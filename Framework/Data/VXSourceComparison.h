@@ -10,16 +10,10 @@
 #include <functional>
 
 class VXManagedObjectContext;
-class VXPersistentStore;
-class VXPersistentStoreCoordinator;
 class VXStoreMigration;
 
-/** Whether an object has the value of a row, without making values of what most attributes hold. False means no more than that
- * it is not that plain. */
-bool VXIsPlainlySame(const VXManagedObject &object, int index, const VXStoreRow &row, int rowIndex);
-
 /**
- * Holds what a plugin's hooks made of the objects of a store, before it is saved, against that store, which is read once more: of
+ * Holds what a plugin's hooks made of the objects of a store, before it is saved, against what that store holds: of
  * all that the models of both have by the same name nothing may be lost or changed, but for what the run was told of. What
  * the new objects have beyond that is the plugin's own. Of one thread.
  */
@@ -31,7 +25,7 @@ public:
 
     VXSourceComparison(VXStoreMigration &run, const VXManagedObjectContext &made, const Filter &filter);
     /** @return the first difference; none when there is none. */
-    VXError compare(VXPersistentStoreCoordinator &source);
+    VXError compare(VXManagedObjectContext &source);
 
 private:
     struct Pair // of one property
@@ -43,12 +37,18 @@ private:
     using Shape = std::pair<const VXEntityDescription *, const VXEntityDescription *>;
 
     const QList<Pair> &pairsOf(const VXEntityDescription &old, const VXEntityDescription &made);
-    VXError compareBatch(const QList<VXManagedObjectID> &oldIDs, VXPersistentStore &source);
+    VXError compareBatch(const QList<VXManagedObjectID> &oldIDs, VXManagedObjectContext &source);
+    VXError compareMany(const VXRelationshipDescription &old, const QList<VXManagedObjectID> &oldIDs,
+                        VXManagedObjectContext &source);
     VXError compareRow(const VXManagedObjectID &oldID, const VXStoreRow &row);
     VXError compareValue(const VXManagedObjectID &oldID, const VXStoreRow &row, const Pair &pair,
                          const VXManagedObject &object);
+    void compareReference(const VXManagedObjectID &oldID, const VXManagedObjectID &target, const Pair &pair,
+                          const VXManagedObject &object);
     void compareReferences(const VXManagedObjectID &oldID, const QList<VXManagedObjectID> &targets, const Pair &pair,
                            const VXManagedObject &object);
+    VXManagedObjectPtr wantedTarget(const VXManagedObjectID &target, const Pair &pair) const;
+    void noteLost(const VXManagedObjectID &oldID, const Pair &pair);
     VXError compareTotals() const;
 
     VXStoreMigration &_run;

@@ -69,6 +69,27 @@ VXEntityMigration &VXStoreMigration::entity(const QString &name)
     return found != _entities.end() ? *found : _entities.emplaceBack(VXEntityMigration{.entity = name});
 }
 
+VXPropertyPair VXStoreMigration::propertiesNamed(const QString &name, const VXEntityDescription &old,
+                                                 const VXEntityDescription &made)
+{
+    if (const std::pair shape(&old, &made); shape != _shape) {
+        _shape = shape;
+        _pairs.clear();
+        _nextPair = 0;
+        for (const VXAttributeDescription *const each : old.attributes())
+            _pairs.append({each, made.propertyForName(each->name())});
+        for (const VXRelationshipDescription *const each : old.relationships())
+            _pairs.append({each, made.propertyForName(each->name())});
+    }
+    for (qsizetype tried = 0; tried < _pairs.size(); ++tried) {
+        const VXPropertyPair &pair = _pairs[_nextPair];
+        _nextPair = _nextPair + 1 < _pairs.size() ? _nextPair + 1 : 0;
+        if (pair.old->name().constData() == name.constData()) // the name as the property has it
+            return pair;
+    }
+    return {old.propertyForName(name), made.propertyForName(name)};
+}
+
 std::optional<quint64> VXStoreMigration::digestOfChanges(const VXPropertyDescription &old) const
 {
     const auto found = _changes.constFind(&old);

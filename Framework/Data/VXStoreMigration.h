@@ -21,6 +21,13 @@ using VXMigratedObjects = QHash<VXManagedObjectID, VXManagedObjectPtr>;
 VXManagedObjectPtr VXMigratedTarget(const VXManagedObjectID &oldID, const VXMigratedObjects &newObjects,
                                     const VXRelationshipDescription *made);
 
+/** A property of an old object, and what the new one has by that name; nullptr where one has none. */
+struct VXPropertyPair
+{
+    const VXPropertyDescription *old = nullptr;
+    const VXPropertyDescription *made = nullptr;
+};
+
 /** What became of the objects of one entity, not of those that inherit from it, in a copy. */
 struct VXEntityMigration
 {
@@ -97,6 +104,9 @@ public:
         _done.store(_done.load(std::memory_order_relaxed) + objects, std::memory_order_relaxed);
     }
     VXEntityMigration &entity(const QString &name);
+    /** For who asks for one after the other, in their order: those mostly are not looked up. */
+    VXPropertyPair propertiesNamed(const QString &name, const VXEntityDescription &old,
+                                   const VXEntityDescription &made);
     /** How many of an entity's objects have a new one; the others were left out. */
     void noteCopied(const QString &name, qint64 count);
     /** A value that is not what the old object has, as a hook was asked for it. */
@@ -133,4 +143,7 @@ private:
     QHash<const VXPropertyDescription *, quint64> _changes;
     QHash<const VXPropertyDescription *, qint64> _withoutRoom;
     bool _savesNothing = false;
+    std::pair<const VXEntityDescription *, const VXEntityDescription *> _shape; // old and new, of the pairs below
+    QList<VXPropertyPair> _pairs;
+    qsizetype _nextPair = 0; // where the next name is looked for
 };

@@ -11,6 +11,7 @@
 #include <QtCore/QSet>
 
 #include <algorithm>
+#include <map>
 
 using namespace Qt::StringLiterals;
 
@@ -40,16 +41,15 @@ bool isSameList(const QVariant &list, const VXStoreRow &row, int index)
 
 bool isSame(const VXManagedObject &object, const VXStoreRow &row, const VXPropertyDescription &property)
 {
-    if (VXIsPlainlySame(object, property.index(), row, property.index()))
+    const int index = property.index();
+    if (object.isSame(index, row, index))
         return true;
-    if (const VXAttributeDescription *const attribute = property.asAttribute()) {
-        const QVariant value = object.attribute(property.index());
-        return row.isSame(property.index(), value) ||
-               (attribute->type() == VXAttributeType::PropertyList && isSameList(value, row, property.index()));
-    }
-    const QList<ObjectID> wanted = object.relatedIDs(property.index());
-    const ObjectID *const stored = row.target(property.index());
-    return stored == nullptr ? wanted.isEmpty() : wanted.size() == 1 && wanted.constFirst() == *stored;
+    const VXAttributeDescription *const attribute = property.asAttribute();
+    if (attribute == nullptr)
+        return false;
+    const QVariant value = object.attribute(index); // an empty text, or none of it, may be another kind of cell
+    return row.isSame(index, value) ||
+           (attribute->type() == VXAttributeType::PropertyList && isSameList(value, row, index));
 }
 
 } // namespace
@@ -93,23 +93,30 @@ VXError VXStoreVerification::compare(VXCoreDataStore &destination)
 
 VXError VXStoreVerification::compareBatch(const QList<VXManagedObjectPtr> &objects, VXPersistentStoreCoordinator &saved)
 {
-    QHash<const VXStoreIdentity *, QHash<ObjectID, VXManagedObjectPtr>> groups;
+    struct Group
+    {
+        QList<VXManagedObjectPtr> known;
+        QList<ObjectID> objectIDs;
+        VXObjectShelves<VXManagedObjectPtr> objects; // those not found yet
+    };
+    std::map<const VXStoreIdentity *, Group> groups;
     for (const VXManagedObjectPtr &object : objects) {
-        QHash<ObjectID, VXManagedObjectPtr> &group = groups[object->objectID().store()];
-        group.reserve(objects.size());
-        group.insert(object->objectID(), object);
+        Group &group = groups[object->objectID().store()];
+        group.known.append(object);
+        group.objectIDs.append(object->objectID());
+        group.objects.insert(object->objectID(), object);
     }
-    for (auto group = groups.begin(); group != groups.end(); ++group) {
-        const auto store = group.key() == nullptr ? nullptr : saved.persistentStoreForIdentity(*group.key());
+    for (auto &[identity, group] : groups) {
+        const auto store = identity == nullptr ? nullptr : saved.persistentStoreForIdentity(*identity);
         if (!store)
-            return difference(VXLocalizedString(u"Of %1 objects none was saved."_s).arg(group->size()));
+            return difference(VXLocalizedString(u"Of %1 objects none was saved."_s).arg(group.objectIDs.size()));
         VXError error;
         VXError found;
-        const QList<VXManagedObjectPtr> ofStore = group->values();
-        const auto compareRow = [&](const VXFetchedRow &fetched) {
-            const VXManagedObjectPtr object = group->take(fetched.objectID);
+        const auto compareRow = [&, &unfound = group.objects](const VXFetchedRow &fetched) {
+            const VXManagedObjectPtr object = unfound.find(fetched.objectID);
             if (!object || found)
                 return;
+            unfound.remove(fetched.objectID);
             for (const VXPropertyDescription *const property : object->entity().properties()) {
                 const VXRelationshipDescription *const relationship = property->asRelationship();
                 const bool isInRow = relationship == nullptr || !relationship->isToMany();
@@ -118,13 +125,15 @@ VXError VXStoreVerification::compareBatch(const QList<VXManagedObjectPtr> &objec
             }
             _migration.advance();
         };
-        if (!store->rows(group->keys(), compareRow, &error))
+        if (!store->rows(group.objectIDs, compareRow, &error))
             return error;
-        if (!found && !group->isEmpty())
-            found = difference(
-                VXLocalizedString(u"%1 is missing."_s).arg(group->cbegin().key().uriRepresentation().toString()));
+        group.objects.forEach([&](const VXManagedObjectPtr &object) {
+            if (!found)
+                found = difference(
+                    VXLocalizedString(u"%1 is missing."_s).arg(object->objectID().uriRepresentation().toString()));
+        });
         if (!found)
-            found = compareLinks(ofStore, *store);
+            found = compareLinks(group.known, *store);
         if (found)
             return found;
     }

@@ -53,7 +53,7 @@ void VXManagedObject::setRelated(int index, const VXManagedObjectPtr &object)
             object->attach(*inverse, own);
         }
     }
-    setValue(changed, object ? QVariant::fromValue(object->objectID()) : QVariant());
+    setTarget(changed, object ? object->objectID() : VXManagedObjectID());
 }
 
 // -- To-many
@@ -75,7 +75,7 @@ VXRelatedSet &VXManagedObject::relatedSet(const VXRelationshipDescription &relat
         _relatedSets = std::make_unique<std::vector<VXRelatedSet>>();
     VXRelatedSet &made = _relatedSets->emplace_back(relationship);
     if (relationship.isTransient())
-        made.setStored({});
+        made.setRead();
     return made;
 }
 
@@ -104,6 +104,13 @@ QList<VXManagedObjectPtr> VXManagedObject::relatedObjects(int index) const
     return objects;
 }
 
+const VXManagedObjectID *VXManagedObject::relatedID(int index) const
+{
+    const VXRelationshipDescription &asked = relationship(index, false);
+    const VXStoreRow *const row = values();
+    return row == nullptr ? nullptr : row->target(asked.index());
+}
+
 qsizetype VXManagedObject::relatedCount(int index) const
 {
     return readRelatedSet(relationship(index, true)).count();
@@ -112,8 +119,7 @@ qsizetype VXManagedObject::relatedCount(int index) const
 QList<VXManagedObjectID> VXManagedObject::relatedIDs(int index) const
 {
     if (const VXRelationshipDescription *const asked = property(index).asRelationship(); asked && !asked->isToMany()) {
-        const VXStoreRow *const row = values();
-        const VXManagedObjectID *const led = row == nullptr ? nullptr : row->target(index);
+        const VXManagedObjectID *const led = relatedID(index);
         return led == nullptr ? QList<VXManagedObjectID>() : QList{*led};
     }
     const VXRelatedSet &set = readRelatedSet(relationship(index, true));
@@ -163,6 +169,8 @@ void VXManagedObject::removeRelated(int index, const VXManagedObjectPtr &object)
 void VXManagedObject::setRelatedObjects(int index, const QList<VXManagedObjectPtr> &objects)
 {
     const QList<VXManagedObjectPtr> before = relatedObjects(index);
+    if (before.size() == 1 && objects == before)
+        return;
     if (before.isEmpty()) {
         for (const VXManagedObjectPtr &object : objects)
             addRelated(index, object);
@@ -203,7 +211,7 @@ void VXManagedObject::attach(const VXRelationshipDescription &relationship, cons
     const VXManagedObjectPtr before = related(relationship.index());
     if (before && before != object)
         before->detach(*relationship.inverse(), VXManagedObjectPtr(this));
-    setValue(relationship, QVariant::fromValue(object->objectID()));
+    setTarget(relationship, object->objectID());
 }
 
 void VXManagedObject::detach(const VXRelationshipDescription &relationship, const VXManagedObjectPtr &object)
@@ -212,7 +220,7 @@ void VXManagedObject::detach(const VXRelationshipDescription &relationship, cons
         if (relatedSet(relationship).remove(object))
             _context->noteChange(*this);
     } else if (related(relationship.index()) == object) {
-        setValue(relationship, {});
+        setTarget(relationship, {});
     }
 }
 

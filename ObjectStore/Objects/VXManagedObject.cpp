@@ -116,35 +116,28 @@ void VXManagedObject::setStoredRow(VXStoreRow::Ptr row)
     _isFault = false;
 }
 
-VXStoreRow *VXManagedObject::valuesToChange(const VXPropertyDescription &property)
+template <class Set>
+void VXManagedObject::changeValues(const VXPropertyDescription &property, const Set &set)
 {
     VXAssert(_context != nullptr, u"an object cannot be changed when its context is gone or has forgotten it"_s);
     const VXStoreRow *const before = values();
     if (before == nullptr) {
         VXReportDiagnostic(4, u"\"%1\" of %2 cannot be set: the object is gone from the store"_s.arg(
                                   property.name(), _objectID.uriRepresentation().toString()));
-        return nullptr;
+        return;
     }
     if (!_values)
         _values = before->copy(before->version() + 1);
     else if (_values.use_count() > 1) // a save that failed may have left it with a store
         _values = before->copy(before->version());
-    return _values.get();
-}
-
-void VXManagedObject::noteChanged(const VXPropertyDescription &property)
-{
+    set(*_values);
     if (property.asAttribute() == nullptr || !property.isTransient())
         _context->noteChange(*this);
 }
 
-void VXManagedObject::setValue(const VXPropertyDescription &property, const QVariant &value)
+void VXManagedObject::setTarget(const VXRelationshipDescription &relationship, const VXManagedObjectID &target)
 {
-    VXStoreRow *const row = valuesToChange(property);
-    if (row == nullptr)
-        return;
-    row->setValue(property.index(), value);
-    noteChanged(property);
+    changeValues(relationship, [&](VXStoreRow &row) { row.setTarget(relationship.index(), target); });
 }
 
 const VXStoreRow *VXManagedObject::readValuesWith(int index) const
@@ -163,7 +156,7 @@ void VXManagedObject::setAttribute(int index, const QVariant &value)
     const auto set = [&](const QVariant &fitting) {
         const VXStoreRow *const row = values();
         if (row == nullptr || !row->isSame(index, fitting))
-            setValue(*attribute, fitting);
+            changeValues(*attribute, [&](VXStoreRow &changed) { changed.setValue(index, fitting); });
     };
     if (VXIsPlainAttributeValue(attribute->type(), value))
         return set(value);
@@ -182,10 +175,7 @@ void VXManagedObject::setPlain(int index, VXAttributeType type, const IsSame &is
                                                                          VXAttributeTypeName(type)));
     if (const VXStoreRow *const row = values(); row != nullptr && row->hasValue(index) && isSame(*row))
         return;
-    if (VXStoreRow *const row = valuesToChange(*attribute); row != nullptr) {
-        set(*row);
-        noteChanged(*attribute);
-    }
+    changeValues(*attribute, set);
 }
 
 void VXManagedObject::setText(int index, QStringView text)
@@ -224,6 +214,22 @@ void VXManagedObject::setReal(int index, double real)
     setPlain(
         index, VXAttributeType::Double, [&](const VXStoreRow &row) { return row.real(index) == real; },
         [&](VXStoreRow &row) { row.setReal(index, real); });
+}
+
+void VXManagedObject::copyAttribute(int index, const VXManagedObject &other, int otherIndex)
+{
+    const VXAttributeDescription *const attribute = property(index).asAttribute();
+    const VXAttributeDescription *const its = other.property(otherIndex).asAttribute();
+    VXAssert(attribute != nullptr && its != nullptr && attribute->type() == its->type(),
+             u"\"%1\" of entity \"%2\" is no attribute like \"%3\""_s.arg(property(index).name(), entity().name(),
+                                                                          other.property(otherIndex).name()));
+    const VXStoreRow *const from = other.values();
+    if (from == nullptr)
+        return setAttribute(index, {});
+    const VXStoreRow *const row = values();
+    if (row != nullptr && row->isSame(index, *from, otherIndex))
+        return;
+    changeValues(*attribute, [&](VXStoreRow &changed) { changed.copyValue(index, *from, otherIndex); });
 }
 
 QVariant VXManagedObject::valueForKey(const QString &key) const

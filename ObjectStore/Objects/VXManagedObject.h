@@ -74,6 +74,12 @@ public:
         const VXStoreRow *const row = valuesWith(index);
         return row == nullptr ? std::nullopt : row->real(index);
     }
+    /** Whether an attribute, or a relationship to one object, is what that of a row is. */
+    bool isSame(int index, const VXStoreRow &row, int rowIndex) const
+    {
+        const VXStoreRow *const own = valuesWith(index);
+        return own != nullptr && own->isSame(index, row, rowIndex);
+    }
     /** One that is transient makes no unsaved change. */
     void setAttribute(int index, const QVariant &value);
     // The same without a QVariant, of an attribute whose type holds just that; anything else fails an assertion.
@@ -83,6 +89,8 @@ public:
     /** As `number` gives it: in the range of the attribute's type, a boolean as 0 or 1. */
     void setNumber(int index, qint64 number);
     void setReal(int index, double real);
+    /** To what an attribute of the same type of another object is, which may be of another context, without making a QVariant. */
+    void copyAttribute(int index, const VXManagedObject &other, int otherIndex);
 
     /** nullptr for none. */
     VXManagedObjectPtr related(int index) const;
@@ -91,6 +99,8 @@ public:
     QList<VXManagedObjectPtr> relatedObjects(int index) const;
     /** Without making the objects. */
     qsizetype relatedCount(int index) const;
+    /** What a to-one relationship leads to, without making the object; nullptr for none. Holds as long as the views above. */
+    const VXManagedObjectID *relatedID(int index) const;
     /** What a relationship of either kind leads to, without making the objects. */
     QList<VXManagedObjectID> relatedIDs(int index) const;
     void addRelated(int index, const VXManagedObjectPtr &object);
@@ -144,10 +154,10 @@ private:
         return Q_LIKELY(!_isFault && index >= 0 && index < row->propertyCount()) ? row : readValuesWith(index);
     }
     const VXStoreRow *readValuesWith(int index) const;
-    void setValue(const VXPropertyDescription &property, const QVariant &value);
-    /** The values to be changed, or nullptr when the object is gone from the store. */
-    VXStoreRow *valuesToChange(const VXPropertyDescription &property);
-    void noteChanged(const VXPropertyDescription &property);
+    /** Has `set` change the values. */
+    template <class Set>
+    void changeValues(const VXPropertyDescription &property, const Set &set);
+    void setTarget(const VXRelationshipDescription &relationship, const VXManagedObjectID &target);
     template <class IsSame, class Set>
     void setPlain(int index, VXAttributeType type, const IsSame &isSame, const Set &set);
     void setStoredRow(VXStoreRow::Ptr row);

@@ -50,7 +50,8 @@ void VXManagedObjectContext::mergeChanges(const QList<VXManagedObjectID> &insert
     }
     VXError error;
     QList<VXFetchedRow> rows;
-    if (!readRows(changedHere, &rows, &error))
+    const auto note = [&rows](const VXFetchedRow &row) { rows.append(row); };
+    if (!readRows(changedHere, note, &error))
         VXReportDiagnostic(3, u"Changes cannot be merged: %1"_s.arg(error.description()));
     for (const VXFetchedRow &row : std::as_const(rows)) {
         const ObjectPtr object = objectRegisteredForID(row.objectID);
@@ -162,7 +163,7 @@ void VXManagedObjectContext::dropChanges(const ObjectPtr &object)
     }
     turnIntoFault(*object);
     for (const Relationship *const relationship : severed)
-        object->setValue(*relationship, {});
+        object->setTarget(*relationship, {});
     settle(*object);
 }
 

@@ -28,8 +28,14 @@ VXStoreRow::Ptr VXManagedObjectContext::readRow(const ObjectID &objectID, VXErro
     return nullptr;
 }
 
-bool VXManagedObjectContext::readRows(const QList<ObjectID> &objectIDs, QList<VXFetchedRow> *rows, VXError *error) const
+bool VXManagedObjectContext::readRows(const QList<ObjectID> &objectIDs,
+                                      const std::function<void(const VXFetchedRow &)> &sink, VXError *error)
 {
+    const auto keepAndHandOver = [&](const VXFetchedRow &fetched) {
+        if (_largestKeptRow > 0 && fetched.row->allocatedBytes() <= _largestKeptRow)
+            _keptRows.insert(fetched.objectID, fetched.row);
+        sink(fetched);
+    };
     QHash<const VXStoreIdentity *, QList<ObjectID>> groups;
     for (const ObjectID &objectID : objectIDs) {
         if (!objectID.isTemporary())
@@ -41,11 +47,23 @@ bool VXManagedObjectContext::readRows(const QList<ObjectID> &objectIDs, QList<VX
             VXSetError(error, detachedError());
             return false;
         }
-        if (!store->rows(
-                *group, [rows](VXFetchedRow row) { rows->append(std::move(row)); }, error))
+        if (!store->rows(*group, keepAndHandOver, error))
             return false;
     }
     return true;
+}
+
+bool VXManagedObjectContext::storedRows(const QList<ObjectID> &objectIDs,
+                                        const std::function<void(const VXFetchedRow &)> &sink, VXError *error)
+{
+    QList<ObjectID> unread;
+    for (const ObjectID &objectID : objectIDs) {
+        if (VXStoreRow::Ptr kept = _keptRows.find(objectID))
+            sink({objectID, std::move(kept)});
+        else
+            unread.append(objectID);
+    }
+    return unread.isEmpty() || readRows(unread, sink, error);
 }
 
 // The ID may be wrong about the entity, and the row then be one of other properties.
@@ -94,8 +112,10 @@ bool VXManagedObjectContext::fulfillFaults(const QList<ObjectPtr> &objects, VXEr
         if (object && object->isFault())
             objectIDs.append(object->objectID());
     }
-    QList<VXFetchedRow> rows;
-    if (!objectIDs.isEmpty() && !readRows(objectIDs, &rows, error))
+    QList<VXFetchedRow> rows; // first all of them: objects that awake may read others
+    rows.reserve(objectIDs.size());
+    if (!storedRows(
+            objectIDs, [&rows](const VXFetchedRow &row) { rows.append(row); }, error))
         return false;
     for (const VXFetchedRow &row : std::as_const(rows)) {
         if (const ObjectPtr object = objectRegisteredForID(row.objectID); object && object->isFault())
@@ -108,16 +128,16 @@ bool VXManagedObjectContext::readRelated(const QList<ObjectPtr> &objects, const 
                                          VXError *error)
 {
     QHash<const VXStoreIdentity *, QList<ObjectID>> sources;
-    QHash<ObjectID, VXSmallSet<ObjectID>> targets;
     for (const ObjectPtr &object : objects) {
+        if (object->_context != this)
+            continue;
         VXRelatedSet &set = object->relatedSet(relationship);
         if (set.isRead())
             continue;
         if (object->isInserted() || object->objectID().isTemporary()) {
-            set.setStored({}); // no store has anything of it
+            set.setRead(); // no store has anything of it
             continue;
         }
-        targets.insert(object->objectID(), {});
         sources[object->objectID().store()].append(object->objectID());
     }
     for (auto group = sources.cbegin(); group != sources.cend(); ++group) {
@@ -126,13 +146,19 @@ bool VXManagedObjectContext::readRelated(const QList<ObjectPtr> &objects, const 
             VXSetError(error, detachedError());
             return false;
         }
-        const auto note = [&](const ObjectID &source, const ObjectID &target) { targets[source].insert(target); };
-        if (!store->related(*group, relationship, note, error))
+        const auto note = [&](const ObjectID &source, const ObjectID &target) {
+            _objects.find(source)->relatedSet(relationship).noteStored(target);
+        };
+        const bool isRead = store->related(*group, relationship, note, error);
+        for (const ObjectID &objectID : *group) {
+            VXRelatedSet &set = _objects.find(objectID)->relatedSet(relationship);
+            if (isRead)
+                set.setRead();
+            else
+                set.forgetStored();
+        }
+        if (!isRead)
             return false;
-    }
-    for (auto each = targets.cbegin(); each != targets.cend(); ++each) {
-        if (const ObjectPtr object = objectRegisteredForID(each.key()); object)
-            object->relatedSet(relationship).setStored(*each);
     }
     return true;
 }

@@ -65,6 +65,7 @@ void VXManagedObjectContext::forgetAll()
         _objects.forEach([&held](VXManagedObject *object) { held.append(ObjectPtr(object)); });
         _objects.clear();
     }
+    _keptRows.clear();
     _assignedStores.clear();
     for (const ObjectPtr &object : std::as_const(held)) {
         object->_context = nullptr;

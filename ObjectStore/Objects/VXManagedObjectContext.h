@@ -6,7 +6,7 @@
 #include "VXManagedObject.h"
 #include "VXMergePolicy.h"
 #include "VXNotificationCenter.h"
-#include "VXObjectRegistry.h"
+#include "VXObjectShelves.h"
 #include "VXPersistentStoreCoordinator.h"
 
 #include <QtCore/QHash>
@@ -67,6 +67,12 @@ public:
     [[nodiscard]] std::optional<qsizetype> countForFetchRequest(const VXFetchRequest &request,
                                                                 VXError *error = nullptr);
 
+    /** For who reads all objects of a store that nobody changes more than once, and not all at a time: keeps the rows that are
+     * read and take up at most so many bytes. */
+    void keepRows(qsizetype largestRow) { _largestKeptRow = largestRow; }
+    /** What the stores have of those objects that are there, in no particular order; or had, when it was kept. */
+    bool storedRows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(const VXFetchedRow &)> &sink,
+                    VXError *error = nullptr);
     /** Reads what a to-many relationship of these objects leads to, with one query; the objects led to are not read. */
     bool readRelated(const QList<VXManagedObjectPtr> &objects, const VXRelationshipDescription &relationship,
                      VXError *error = nullptr);
@@ -122,7 +128,8 @@ private:
     // -- Reading
     VXStoreRow::Ptr readRow(const ObjectID &objectID, VXError *error) const;
     /** Several rows with few queries; those that are gone are left out. */
-    bool readRows(const QList<ObjectID> &objectIDs, QList<VXFetchedRow> *rows, VXError *error) const;
+    bool readRows(const QList<ObjectID> &objectIDs, const std::function<void(const VXFetchedRow &)> &sink,
+                  VXError *error);
     static bool adoptRow(VXManagedObject &object, VXStoreRow::Ptr row);
     ObjectPtr objectForRow(VXFetchedRow fetched, bool refreshes);
     /** False without an error: the object is gone. */
@@ -183,7 +190,9 @@ private:
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     VXMergePolicy _mergePolicy = VXMergePolicy::Error;
-    VXObjectRegistry _objects; // every one in memory; they are owned by their holders
+    VXObjectShelves<VXManagedObject *> _objects; // every one in memory; they are owned by their holders
+    VXObjectShelves<VXStoreRow::Ptr> _keptRows;
+    qsizetype _largestKeptRow = 0; // in bytes
     VXChangedObjects _inserted;
     VXChangedObjects _updated;
     VXChangedObjects _deleted;

@@ -37,10 +37,9 @@ bool VXRelatedSet::remove(const VXManagedObjectPtr &object)
     return _removed.insert(objectID) || wasAdded;
 }
 
-void VXRelatedSet::setStored(const VXSmallSet<VXManagedObjectID> &objectIDs)
+void VXRelatedSet::setRead()
 {
     _isRead = true;
-    _stored = objectIDs;
     _removed.removeIf([this](const VXManagedObjectID &objectID) { return !_stored.contains(objectID); });
     _added.removeIf([this](const VXManagedObjectPtr &object) { return _stored.contains(object->objectID()); });
 }

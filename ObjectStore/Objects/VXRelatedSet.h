@@ -32,8 +32,9 @@ public:
     /** As if the object had been neither added nor removed. */
     void revert(const VXManagedObjectPtr &object);
 
-    /** What the store has; changes stay. */
-    void setStored(const VXSmallSet<VXManagedObjectID> &objectIDs);
+    /** What the store has, one after the other; changes stay. Once all are noted it is read. */
+    void noteStored(const VXManagedObjectID &objectID) { _stored.insert(objectID); }
+    void setRead();
     void forgetStored();
     /** The store now has, or no longer has, an object; of no effect on what was not read. */
     void addStored(const VXManagedObjectID &objectID);

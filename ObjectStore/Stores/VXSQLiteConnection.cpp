@@ -285,6 +285,19 @@ bool VXSQLiteConnection::execute(const QString &sql, VXError *error)
     return isDone;
 }
 
+bool VXSQLiteConnection::execute(const QString &sql, int steps, const std::function<bool()> &goesOn, VXError *error)
+{
+    const auto ask = [](void *asked) { return (*static_cast<const std::function<bool()> *>(asked))() ? 0 : 1; };
+    sqlite3_progress_handler(_database, steps, ask, const_cast<std::function<bool()> *>(&goesOn));
+    VXError problem;
+    _lastStatus = SQLITE_OK;
+    const bool isDone = execute(sql, &problem);
+    sqlite3_progress_handler(_database, 0, nullptr, nullptr);
+    if (!isDone && (_lastStatus & 0xFF) != SQLITE_INTERRUPT)
+        VXSetError(error, problem);
+    return isDone;
+}
+
 QString VXSQLiteConnection::textOf(const QString &sql, VXError *error)
 {
     VXSQLiteStatement statement(prepare(sql, false, error), _executions);

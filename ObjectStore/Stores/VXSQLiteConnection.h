@@ -49,6 +49,9 @@ public:
     [[nodiscard]] VXSQLiteStatement statement(const QString &sql, VXError *error);
     /** Prepares and runs a statement without values. */
     bool execute(const QString &sql, VXError *error);
+    /** The same of one that may take long: `goesOn` is asked every so many steps of SQLite, of which each row takes some. False
+     * without an error when it ended the statement, which then has changed nothing. */
+    bool execute(const QString &sql, int steps, const std::function<bool()> &goesOn, VXError *error);
     /** The first column of the first row; null without one or on failure. */
     QString textOf(const QString &sql, VXError *error);
 

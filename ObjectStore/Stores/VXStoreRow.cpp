@@ -150,10 +150,10 @@ std::optional<double> VXStoreRow::real(int index) const
     return at.kind == Kind::Real ? std::optional(at.real) : std::nullopt;
 }
 
-bool VXStoreRow::isSame(int index, const VXStoreRow &other) const
+bool VXStoreRow::isSame(int index, const VXStoreRow &other, int otherIndex) const
 {
     const Cell &own = cell(index);
-    const Cell &its = other.cell(index);
+    const Cell &its = other.cell(otherIndex);
     if (own.kind != its.kind)
         return false;
     switch (own.kind) {
@@ -163,9 +163,9 @@ bool VXStoreRow::isSame(int index, const VXStoreRow &other) const
         return isSameReal(own.real, its.real);
     case Kind::Text:
     case Kind::Data:
-        return own.size == its.size && std::memcmp(bytes(index), other.bytes(index), own.size) == 0;
+        return own.size == its.size && std::memcmp(bytes(index), other.bytes(otherIndex), own.size) == 0;
     case Kind::Target:
-        return *target(index) == *other.target(index);
+        return *target(index) == *other.target(otherIndex);
     case Kind::Other:
         return VXIsSameValue(*own.other, *its.other);
     case Kind::Integer:
@@ -229,6 +229,17 @@ void VXStoreRow::setValue(int index, const QVariant &value)
         break;
     }
     setOther(index, value);
+}
+
+void VXStoreRow::copyValue(int index, const VXStoreRow &other, int otherIndex)
+{
+    const Cell its = other.cell(otherIndex);
+    if (its.kind == Kind::Other || &other == this) // what is packed here may move
+        setValue(index, other.value(otherIndex));
+    else if (other.isPacked(otherIndex))
+        setBytes(index, its.kind, other.bytes(otherIndex), its.size);
+    else
+        replace(index, its.kind) = its;
 }
 
 void VXStoreRow::setText(int index, QStringView text)

@@ -67,11 +67,14 @@ public:
     std::optional<qint64> number(int index) const;
     std::optional<double> real(int index) const;
 
-    bool isSame(int index, const VXStoreRow &other) const;
+    bool isSame(int index, const VXStoreRow &other) const { return isSame(index, other, index); }
+    bool isSame(int index, const VXStoreRow &other, int otherIndex) const;
     bool isSame(int index, const QVariant &value) const;
 
     // -- While it is being made
     void setValue(int index, const QVariant &value);
+    /** Of another row, or another property. */
+    void copyValue(int index, const VXStoreRow &other, int otherIndex);
     void setText(int index, QStringView text);
     void setData(int index, QByteArrayView data);
     void setTarget(int index, const VXManagedObjectID &target);

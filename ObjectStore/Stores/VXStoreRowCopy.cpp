@@ -15,6 +15,8 @@ using Step = VXSQLiteStatement::Step;
 namespace {
 
 constexpr int pieceSize = 20'000; // rows of one statement
+constexpr int stepsOfRow = 4;     // of SQLite, which copies it as it lies
+constexpr int rowsAtOnce = 5'000; // of those, before progress is told of
 
 const QString ended = u"it was to end"_s;
 
@@ -77,9 +79,14 @@ private:
                          QList<Entity> *entities);
     static QString obstacleInLists(VXSQLiteConnection &connection, const EntityPlan &plan, const Progress &progress);
     bool findLinks(VXSQLiteConnection &connection, VXError *error);
-    QString obstacleInNumbers(VXSQLiteConnection &connection) const;
-    static bool findBrokenReference(VXSQLiteStore &store, const Progress &progress, QString *description,
-                                    VXError *error);
+    QString obstacleInDestination(VXSQLiteConnection &connection) const;
+    QString obstacleInRows(VXSQLiteConnection &connection, const QList<Entity> &entities) const;
+    static bool findBrokenReference(VXSQLiteStore &store, bool looksAtRows, const Progress &progress,
+                                    QString *description, VXError *error);
+    std::optional<bool> isCopiedWhole(VXSQLiteConnection &connection, const VXEntityDescription &root,
+                                      VXError *error) const;
+    bool copyWhole(VXSQLiteConnection &connection, const VXEntityDescription &root, const Progress &progress,
+                   VXError *error) const;
     bool copyNumbers(VXSQLiteConnection &connection, VXError *error) const;
     bool compareLinks(VXSQLiteConnection &connection, const LinkPlan &link, const Progress &progress,
                       QString *difference, VXError *error) const;
@@ -146,11 +153,13 @@ QString VXStoreRowCopy::Plan::obstacle(const Progress &progress, QList<Entity> *
     const auto connection = openBoth(_source.path(), _destination.path(), &error);
     if (!connection)
         return error.description();
-    QString found = obstacleInNumbers(*connection);
+    QString found = obstacleInDestination(*connection);
     for (const VXEntityDescription *const entity : _source.model().entities()) {
         if (found.isNull() && !entity->isAbstract())
             found = surveyEntity(*connection, *entity, progress, entities);
     }
+    if (found.isNull())
+        found = obstacleInRows(*connection, *entities);
     for (Entity &entity : *entities) {
         for (const VXEntityDescription *const each : _source.model().entityForName(entity.name)->family()) {
             const auto other = std::ranges::find(*entities, each->name(), &Entity::name);
@@ -159,13 +168,13 @@ QString VXStoreRowCopy::Plan::obstacle(const Progress &progress, QList<Entity> *
     }
     if (!found.isNull())
         return found;
-    if (findLinks(*connection, &error) && findBrokenReference(_source, progress, &found, &error))
+    if (findLinks(*connection, &error) && findBrokenReference(_source, true, progress, &found, &error))
         return found;
     return error ? error.description() : ended;
 }
 
-// The new store has given no numbers so far, so that objects can keep theirs; and all old rows are of entities there are.
-QString VXStoreRowCopy::Plan::obstacleInNumbers(VXSQLiteConnection &connection) const
+// The new store has given no numbers so far, so that objects can keep theirs.
+QString VXStoreRowCopy::Plan::obstacleInDestination(VXSQLiteConnection &connection) const
 {
     QStringList hasAny{u"EXISTS (SELECT 1 FROM main.Z_PRIMARYKEY)"_s};
     for (const VXEntityDescription *const entity : _destination.model().entities()) {
@@ -175,23 +184,30 @@ QString VXStoreRowCopy::Plan::obstacleInNumbers(VXSQLiteConnection &connection) 
     VXError error;
     if (connection.textOf("SELECT "_L1 + hasAny.join(" OR "_L1), &error) != "0"_L1)
         return error ? error.description() : u"the new store is not empty"_s;
-    for (const VXEntityDescription *const entity : _source.model().entities()) {
-        if (entity->superentity() != nullptr)
-            continue;
-        QStringList numbers;
-        for (const VXEntityDescription *const each : entity->family()) {
-            if (!each->isAbstract())
-                numbers.append(QString::number(_source._schema.entityNumber(*each)));
-        }
-        const QString sql =
-            u"SELECT EXISTS (SELECT 1 FROM source.%1 WHERE Z_PK < 1 OR Z_PK > %2 OR Z_ENT NOT IN (%3))"_s
-                .arg(VXSQLiteSchema::table(*entity))
-                .arg(VXLargestStoreNumber)
-                .arg(numbers.join(u','));
-        if (connection.textOf(sql, &error) != "0"_L1)
-            return error ? error.description() : u"a row of \"%1\" is of no object that can be"_s.arg(entity->name());
-    }
     return {};
+}
+
+// All old rows are of entities there are, and were counted with these.
+QString VXStoreRowCopy::Plan::obstacleInRows(VXSQLiteConnection &connection, const QList<Entity> &entities) const
+{
+    QHash<const VXEntityDescription *, qint64> counts; // by root
+    for (const Entity &entity : entities)
+        counts[&_source.model().entityForName(entity.name)->rootEntity()] += entity.count;
+    const auto isNoNumber = [](const Range &range) { return range.first < 1 || range.last > VXLargestStoreNumber; };
+    const auto outside = std::ranges::find_if(_entities, [&](const EntityPlan &plan) { return isNoNumber(plan.from); });
+    QString damaged = outside == _entities.end() ? QString() : outside->rows.from().name();
+    for (const VXEntityDescription *const entity : _source.model().entities()) {
+        if (!damaged.isNull() || entity->superentity() != nullptr)
+            continue;
+        VXError error;
+        const QString count =
+            connection.textOf("SELECT COUNT(*) FROM source."_L1 + VXSQLiteSchema::table(*entity), &error);
+        if (error)
+            return error.description();
+        if (count.toLongLong() != counts.value(entity))
+            damaged = entity->name();
+    }
+    return damaged.isNull() ? QString() : u"a row of \"%1\" is of no object that can be"_s.arg(damaged);
 }
 
 QString VXStoreRowCopy::Plan::surveyEntity(VXSQLiteConnection &connection, const VXEntityDescription &from,
@@ -215,8 +231,10 @@ QString VXStoreRowCopy::Plan::surveyEntity(VXSQLiteConnection &connection, const
         return plan.rows.obstacle();
     if (told.count > 0 && survey.number(3) > 0)
         return u"an object of \"%1\" has a value that the new model does not allow"_s.arg(from.name());
+    if (survey.number(4) == 0)
+        plan.rows.leaveOutDefaults();
     for (qsizetype i = 0; i < plan.rows.droppable().size(); ++i) {
-        if (survey.number(int(i) + 4) != 0)
+        if (survey.number(int(i) + 5) != 0)
             told.dropped.append(plan.rows.droppable()[i]);
     }
     entities->append(told);
@@ -291,15 +309,16 @@ qint64 VXStoreRowCopy::Plan::rowCount() const
     return count;
 }
 
-// The first one; null when there is none.
-bool VXStoreRowCopy::Plan::findBrokenReference(VXSQLiteStore &store, const Progress &progress, QString *description,
-                                               VXError *error)
+// The first one; null when there is none. Those of tables of pairs, and of rows as well.
+bool VXStoreRowCopy::Plan::findBrokenReference(VXSQLiteStore &store, bool looksAtRows, const Progress &progress,
+                                               QString *description, VXError *error)
 {
     QList<VXBrokenReference> broken;
     const VXSQLiteConnectionPool::Lease reader = store._readers.borrow(error);
     for (const VXEntityDescription *const entity : store.model().entities()) {
         for (const VXRelationshipDescription *const each : entity->relationships()) {
-            if (&each->entity() != entity || each->isTransient() || (each->isToMany() && !each->isManyToMany()))
+            if (&each->entity() != entity || each->isTransient() ||
+                !(each->isManyToMany() || (looksAtRows && !each->isToMany())))
                 continue;
             if (!progress(0))
                 return false;
@@ -354,8 +373,17 @@ bool VXStoreRowCopy::Plan::copy(VXSQLiteConnection &connection, const Progress &
         VXSetError(error, connection.lastError());
         return false;
     };
+    QHash<const VXEntityDescription *, bool> roots; // whether their tables are copied as a whole
     for (const EntityPlan &plan : _entities) {
-        if (!forEachPiece(connection, plan.from, plan.rows.constants(), plan.rows.insertion(), insert, error))
+        const VXEntityDescription &root = plan.rows.from().rootEntity();
+        if (!roots.contains(&root)) {
+            const std::optional<bool> isWhole = isCopiedWhole(connection, root, error);
+            if (!isWhole || (*isWhole && !copyWhole(connection, root, progress, error)))
+                return false;
+            roots.insert(&root, *isWhole);
+        }
+        if (!roots.value(&root) &&
+            !forEachPiece(connection, plan.from, plan.rows.constants(), plan.rows.insertion(), insert, error))
             return false;
     }
     for (const LinkPlan &link : std::as_const(_links)) {
@@ -366,6 +394,44 @@ bool VXStoreRowCopy::Plan::copy(VXSQLiteConnection &connection, const Progress &
             return false;
     }
     return copyNumbers(connection, error);
+}
+
+// Where both tables are alike, and their rows mean the same, SQLite copies rows without looking into them. The versions of rows
+// then are the old ones.
+std::optional<bool> VXStoreRowCopy::Plan::isCopiedWhole(VXSQLiteConnection &connection, const VXEntityDescription &root,
+                                                        VXError *error) const
+{
+    const auto isAlike = [&](const EntityPlan &plan) {
+        return &plan.rows.from().rootEntity() != &root || plan.rows.isIdentical();
+    };
+    if (!std::ranges::all_of(_entities, isAlike))
+        return false;
+    VXError problem;
+    QString name = VXSQLiteSchema::table(root);
+    name = name.sliced(1, name.size() - 2); // without the quotation marks
+    const QString count = connection.textOf(u"SELECT COUNT(*) FROM main.sqlite_master m JOIN source.sqlite_master s "
+                                            "USING (name, sql) WHERE m.type = 'table' AND name = '%1'"_s.arg(name),
+                                            &problem);
+    if (!problem)
+        return count == "1"_L1;
+    VXSetError(error, problem);
+    return std::nullopt;
+}
+
+bool VXStoreRowCopy::Plan::copyWhole(VXSQLiteConnection &connection, const VXEntityDescription &root,
+                                     const Progress &progress, VXError *error) const
+{
+    qint64 rest = 0;
+    for (const EntityPlan &plan : _entities)
+        rest += &plan.rows.from().rootEntity() == &root ? plan.from.count : 0;
+    const auto tell = [&] {
+        const qint64 rows = std::min<qint64>(rest, rowsAtOnce);
+        rest -= rows;
+        return progress(rows);
+    };
+    return connection.execute(u"INSERT INTO main.%1 SELECT * FROM source.%1"_s.arg(VXSQLiteSchema::table(root)),
+                              rowsAtOnce * stepsOfRow, tell, error) &&
+           progress(rest);
 }
 
 // No object gets a number that one of its family had before, be it gone by now.
@@ -426,8 +492,8 @@ bool VXStoreRowCopy::Plan::compare(VXSQLiteConnection &connection, const Progres
         if (!difference->isNull())
             return true;
     }
-    // The pairs being the same ones, they could lead to what was not copied.
-    return findBrokenReference(_destination, progress, difference, error);
+    // Rows lead where they led, to objects that were counted; pairs that are the same could lead to what was not copied.
+    return findBrokenReference(_destination, false, progress, difference, error);
 }
 
 // As many, and each of the old ones is there: none is twice in a table.

@@ -146,6 +146,8 @@ void VXEntityRowPlan::addAttribute(const VXAttributeDescription &made)
         if (isList)
             _propertyLists.append(value);
     }
+    if (made.defaultValue().isValid() && old != nullptr)
+        _lacking.append(value + " IS NULL"_L1);
     if (made.defaultValue().isValid())
         value = u"COALESCE(%1, %2)"_s.arg(value, constant(made.defaultValue()));
     else if (!made.isOptional())
@@ -185,14 +187,36 @@ QString VXEntityRowPlan::entityNumber(const VXRelationshipDescription &old, cons
     if (column.isNull())
         return u"NULL"_s;
     QString cases;
+    bool areSame = true;
     for (const VXEntityDescription *const each : old.destination().family()) {
         const VXEntityDescription *const target = made.entity().model().entityForName(each->name());
-        if (target != nullptr && target->isKindOfEntity(made.destination()))
-            cases += u" WHEN %1 THEN %2"_s.arg(_fromSchema.entityNumber(*each)).arg(_toSchema.entityNumber(*target));
+        if (target == nullptr || !target->isKindOfEntity(made.destination()))
+            continue;
+        cases += u" WHEN %1 THEN %2"_s.arg(_fromSchema.entityNumber(*each)).arg(_toSchema.entityNumber(*target));
+        areSame = areSame && _fromSchema.entityNumber(*each) == _toSchema.entityNumber(*target);
     }
     const QString value = u"CASE %1%2 END"_s.arg(ofOld(column), cases);
     _unsound.append(u"(%1 IS NOT NULL AND %2 IS NULL)"_s.arg(ofOld(column), value));
-    return value;
+    return areSame ? ofOld(column) : value; // that of no entity is unsound
+}
+
+void VXEntityRowPlan::leaveOutDefaults()
+{
+    if (_lacking.size() != _constants.size()) // some are of new attributes
+        return;
+    for (qsizetype i = 0; i < _columns.size(); ++i) {
+        if (_lacking.contains(ofOld(_columns[i]) + " IS NULL"_L1))
+            _values[i] = ofOld(_columns[i]);
+    }
+    _constants.clear();
+}
+
+bool VXEntityRowPlan::isIdentical() const
+{
+    bool areSame = _fromSchema.entityNumber(_from) == _toSchema.entityNumber(_to);
+    for (qsizetype i = 0; i < _columns.size(); ++i)
+        areSame = areSame && _values[i] == ofOld(_columns[i]);
+    return areSame;
 }
 
 // -- Statements. The sign before Z_ENT keeps SQLite from walking by its index instead of by the numbers.
@@ -202,8 +226,11 @@ QString VXEntityRowPlan::survey() const
     QString dropped;
     for (const QString &condition : _isDropped)
         dropped += u", MAX(%1)"_s.arg(condition);
-    return u"SELECT COUNT(*), MIN(s.Z_PK), MAX(s.Z_PK), TOTAL(%1)%2 FROM source.%3 s WHERE +s.Z_ENT = %4"_s
-        .arg(_unsound.isEmpty() ? u"0"_s : VXSQLJoined(_unsound, " OR "_L1), dropped, VXSQLiteSchema::table(_from))
+    const auto any = [](const QStringList &conditions) {
+        return conditions.isEmpty() ? u"0"_s : VXSQLJoined(conditions, " OR "_L1);
+    };
+    return u"SELECT COUNT(*), MIN(s.Z_PK), MAX(s.Z_PK), TOTAL(%1), TOTAL(%2)%3 FROM source.%4 s WHERE +s.Z_ENT = %5"_s
+        .arg(any(_unsound), any(_lacking), dropped, VXSQLiteSchema::table(_from))
         .arg(_fromSchema.entityNumber(_from));
 }
 

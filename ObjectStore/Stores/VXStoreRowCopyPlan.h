@@ -24,13 +24,17 @@ public:
     const VXEntityDescription &from() const { return _from; }
     const VXEntityDescription &to() const { return _to; }
 
-    /** How many rows there are (0 without any), the lowest and the highest number, how many have values that are not sound,
-     * and for each of droppable() whether some row has a value of it. */
+    /** How many rows there are (0 without any), the lowest and the highest number, how many have values that are not sound, how
+     * many lack a value that has a default, and for each of droppable() whether some row has a value of it. */
     QString survey() const;
     const QStringList &droppable() const { return _droppable; }
     /** Columns of property lists, which SQL cannot judge. */
     const QStringList &propertyLists() const { return _propertyLists; }
 
+    /** No row lacks such a value. */
+    void leaveOutDefaults();
+    /** Whether each value is in the same column, with the same meaning. */
+    bool isIdentical() const;
     QString insertion() const;
     /** The number of the first row that has no equal one. */
     QString comparison() const;
@@ -52,6 +56,7 @@ private:
     QStringList _columns;
     QStringList _values;
     QStringList _unsound; // conditions that hold for no sound row
+    QStringList _lacking; // conditions that hold for rows that lack what has a default
     QStringList _droppable;
     QStringList _isDropped; // conditions, one for each of those
     QStringList _propertyLists;

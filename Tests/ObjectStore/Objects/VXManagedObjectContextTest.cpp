@@ -174,6 +174,39 @@ TEST_P(VXManagedObjectContextTest, ObjectsTurnedIntoFaultsAreNotHeld)
     EXPECT_LE(context.registeredObjectCount(), 4);
 }
 
+TEST_P(VXManagedObjectContextTest, RowsThatAreKeptAreReadOnce)
+{
+    const Object brief = person(u"Zoë"_s);
+    const Object lengthy = person(QString(1000, u'x'));
+    save();
+    context.reset();
+    other.keepRows(1000);
+    const auto namesIn = [&](VXManagedObjectContext &from) {
+        VXFetchRequest batched = request(u"Person"_s, u"TRUEPREDICATE"_s, {}, {u"name"_s});
+        batched.batchSize = 1;
+        const auto people = from.executeFetchRequest(batched);
+        QStringList names;
+        for (const Object &each : *people)
+            names.append(each->valueForKey(u"name"_s).toString().left(5));
+        return names;
+    };
+    EXPECT_EQ(namesIn(other), (QStringList{u"Zoë"_s, u"xxxxx"_s}));
+    for (const Object &each : {brief, lengthy})
+        context.objectWithID(each->objectID())->setValueForKey(u"new"_s, u"name"_s);
+    save();
+    EXPECT_EQ(namesIn(context), (QStringList{u"new"_s, u"new"_s}));
+    QStringList kept;
+    const auto note = [&](const VXFetchedRow &fetched) {
+        kept.append(fetched.row->text(fetched.objectID.entity().propertyForName(u"name"_s)->index()).toString());
+    };
+    EXPECT_TRUE(other.storedRows({brief->objectID(), lengthy->objectID()}, note, &error));
+    EXPECT_EQ(kept, (QStringList{u"Zoë"_s, u"new"_s}));
+    other.reset();
+    kept.clear();
+    EXPECT_TRUE(other.storedRows({brief->objectID()}, note, &error));
+    EXPECT_EQ(kept, QStringList{u"new"_s});
+}
+
 TEST_P(VXManagedObjectContextTest, ChangesOfOthersAreMergedUnderOwnOnes)
 {
     const Object jane = person(u"Jane"_s);

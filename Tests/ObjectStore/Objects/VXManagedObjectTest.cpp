@@ -47,6 +47,27 @@ TEST_P(VXManagedObjectTest, ValuesAreOfTheTypesThatTheModelSays)
     EXPECT_EQ(object->valueForKey(u"age"_s), 18);
 }
 
+TEST_P(VXManagedObjectTest, AttributesAreCopiedFromObjectsOfOtherContexts)
+{
+    const Object jane = person(u"Jane"_s, {{u"age"_s, 33}});
+    save();
+    const Object copy = add(other, u"Person"_s);
+    const int name = jane->entity().propertyForName(u"name"_s)->index();
+    const int age = jane->entity().propertyForName(u"age"_s)->index();
+    copy->copyAttribute(name, *jane, name);
+    copy->copyAttribute(age, *jane, age);
+    EXPECT_EQ(copy->changedValues().value(u"name"_s), u"Jane"_s);
+    EXPECT_EQ(copy->valueForKey(u"age"_s), 33);
+    EXPECT_THROW(copy->copyAttribute(name, *jane, age), VXAssertionException);
+    save(other);
+    copy->copyAttribute(name, *jane, name); // what it is already
+    EXPECT_FALSE(other.hasChanges());
+    jane->setValueForKey({}, u"name"_s);
+    copy->copyAttribute(name, *jane, name);
+    EXPECT_TRUE(other.hasChanges());
+    EXPECT_FALSE(copy->valueForKey(u"name"_s).isValid());
+}
+
 TEST_P(VXManagedObjectTest, BothEndsOfRelationshipsAreKeptInStep)
 {
     const Object jane = person(u"Jane"_s);

@@ -278,6 +278,36 @@ TEST_F(VXStoreRowCopyTest, ModelsMayGainDefaultsAndVeryManyAttributes)
     EXPECT_TRUE(difference.isNull()) << difference.toStdString();
 }
 
+TEST_F(VXStoreRowCopyTest, TablesThatAreAlikeAreCopiedAsTheyLie)
+{
+    writeOld();
+    const auto from = open(oldSource, u"old.sqlite"_s);
+    const auto to = open(oldSource, u"new.sqlite"_s);
+    VXStoreRowCopy copy(*from, *to);
+    ASSERT_TRUE(copy.obstacle().isNull()) << copy.obstacle().toStdString();
+    VXError error;
+    EXPECT_FALSE(copy.perform([](qint64) { return false; }, &error)); // in the midst of a table
+    EXPECT_FALSE(error) << error.description().toStdString();
+    const VXFetchRequest all(*to->model().entityForName(u"Call"_s));
+    EXPECT_EQ(to->count(all, &error), 0);
+    qint64 done = 0;
+    const auto note = [&](qint64 rows) {
+        done += rows;
+        return true;
+    };
+    ASSERT_TRUE(copy.perform(note, &error)) << error.description().toStdString();
+    EXPECT_EQ(done, copy.rowCount());
+    QString difference;
+    EXPECT_TRUE(copy.compare(goOn, &difference, &error));
+    EXPECT_TRUE(difference.isNull()) << difference.toStdString();
+    EXPECT_TRUE(to->check().isEmpty()) << to->check().join(u'\n').toStdString();
+    EXPECT_EQ(to->count(all, &error), 25'000);
+    const VXManagedObjectID jane(*to->model().entityForName(u"Person"_s), to->identity(), 1);
+    const VXStoreRow::Ptr row = to->row(jane, &error);
+    ASSERT_TRUE(row) << error.description().toStdString();
+    EXPECT_EQ(row->version(), 2);
+}
+
 TEST_F(VXStoreRowCopyTest, ComparingFindsWhatDiffers)
 {
     writeOld();

@@ -74,11 +74,17 @@ TEST(VXStoreRowTest, GivesBackWhatItWasGiven)
         row.setValue(index, wanted[index]);
     expectValues(row, wanted);
     const auto copied = row.copy(8);
-    for (int index = 0; index < row.propertyCount(); ++index) {
+    VXStoreRow others(int(wanted.size()), 1);
+    const int last = row.propertyCount() - 1;
+    for (int index = 0; index <= last; ++index) {
         EXPECT_TRUE(row.isSame(index, *copied)) << index;
         row.setValue(index, 5);
+        others.copyValue(last - index, *copied, index);
+        EXPECT_TRUE(others.isSame(last - index, *copied, index)) << index;
+        EXPECT_EQ(others.isSame(last - index, row, index), wanted[index] == 5) << index;
     }
     expectValues(*copied, wanted);
+    expectValues(others, QVariantList(wanted.crbegin(), wanted.crend()));
     EXPECT_EQ(copied->version(), 8);
     EXPECT_EQ(row.number(0), 5);
 }
