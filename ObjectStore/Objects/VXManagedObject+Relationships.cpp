@@ -53,7 +53,7 @@ void VXManagedObject::setRelated(int index, const VXManagedObjectPtr &object)
             object->attach(*inverse, own);
         }
     }
-    setValue(changed, object ? QVariant::fromValue(object->objectID()) : QVariant());
+    setTarget(changed, object ? object->objectID() : VXManagedObjectID());
 }
 
 // -- To-many
@@ -203,7 +203,7 @@ void VXManagedObject::attach(const VXRelationshipDescription &relationship, cons
     const VXManagedObjectPtr before = related(relationship.index());
     if (before && before != object)
         before->detach(*relationship.inverse(), VXManagedObjectPtr(this));
-    setValue(relationship, QVariant::fromValue(object->objectID()));
+    setTarget(relationship, object->objectID());
 }
 
 void VXManagedObject::detach(const VXRelationshipDescription &relationship, const VXManagedObjectPtr &object)
@@ -212,7 +212,7 @@ void VXManagedObject::detach(const VXRelationshipDescription &relationship, cons
         if (relatedSet(relationship).remove(object))
             _context->noteChange(*this);
     } else if (related(relationship.index()) == object) {
-        setValue(relationship, {});
+        setTarget(relationship, {});
     }
 }
 

@@ -132,19 +132,26 @@ VXStoreRow *VXManagedObject::valuesToChange(const VXPropertyDescription &propert
     return _values.get();
 }
 
-void VXManagedObject::noteChanged(const VXPropertyDescription &property)
+void VXManagedObject::noteChanged(const VXAttributeDescription &attribute)
 {
-    if (property.asAttribute() == nullptr || !property.isTransient())
+    if (!attribute.isTransient())
         _context->noteChange(*this);
 }
 
-void VXManagedObject::setValue(const VXPropertyDescription &property, const QVariant &value)
+void VXManagedObject::setValue(const VXAttributeDescription &attribute, const QVariant &value)
 {
-    VXStoreRow *const row = valuesToChange(property);
-    if (row == nullptr)
-        return;
-    row->setValue(property.index(), value);
-    noteChanged(property);
+    if (VXStoreRow *const row = valuesToChange(attribute); row != nullptr) {
+        row->setValue(attribute.index(), value);
+        noteChanged(attribute);
+    }
+}
+
+void VXManagedObject::setTarget(const VXRelationshipDescription &relationship, const VXManagedObjectID &target)
+{
+    if (VXStoreRow *const row = valuesToChange(relationship); row != nullptr) {
+        row->setTarget(relationship.index(), target);
+        _context->noteChange(*this);
+    }
 }
 
 const VXStoreRow *VXManagedObject::readValuesWith(int index) const

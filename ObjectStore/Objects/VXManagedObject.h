@@ -144,10 +144,11 @@ private:
         return Q_LIKELY(!_isFault && index >= 0 && index < row->propertyCount()) ? row : readValuesWith(index);
     }
     const VXStoreRow *readValuesWith(int index) const;
-    void setValue(const VXPropertyDescription &property, const QVariant &value);
+    void setValue(const VXAttributeDescription &attribute, const QVariant &value);
+    void setTarget(const VXRelationshipDescription &relationship, const VXManagedObjectID &target);
     /** The values to be changed, or nullptr when the object is gone from the store. */
     VXStoreRow *valuesToChange(const VXPropertyDescription &property);
-    void noteChanged(const VXPropertyDescription &property);
+    void noteChanged(const VXAttributeDescription &attribute);
     template <class IsSame, class Set>
     void setPlain(int index, VXAttributeType type, const IsSame &isSame, const Set &set);
     void setStoredRow(VXStoreRow::Ptr row);

@@ -162,7 +162,7 @@ void VXManagedObjectContext::dropChanges(const ObjectPtr &object)
     }
     turnIntoFault(*object);
     for (const Relationship *const relationship : severed)
-        object->setValue(*relationship, {});
+        object->setTarget(*relationship, {});
     settle(*object);
 }
 
