@@ -123,7 +123,7 @@ VXManagedObjectPtr VXManagedObjectContext::insertNewObject(const VXEntityDescrip
 {
     VXAssert(!entity.isAbstract(), u"entity \"%1\" is abstract"_s.arg(entity.name()));
     VXManagedObjectPtr object(&makeObject(VXManagedObjectID::temporary(entity)));
-    object->_values = std::make_shared<VXStoreRow>(int(entity.properties().size()), 1);
+    object->_values = VXStoreRow::make(int(entity.properties().size()), 1);
     for (const VXAttributeDescription *const attribute : entity.attributes()) {
         if (attribute->defaultValue().isValid())
             object->_values->setValue(attribute->index(), attribute->defaultValue());

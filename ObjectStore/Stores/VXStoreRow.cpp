@@ -15,6 +15,7 @@ namespace {
 constexpr size_t alignment = 8;
 constexpr size_t largestPacked = 32 << 10; // of one text or data, in bytes; a larger one is shared, not copied
 constexpr size_t roomForText = 24;         // for each property of a row that is being made
+constexpr size_t largestBehind = 1 << 10;  // of a block that stays as long as its row, in bytes
 
 size_t aligned(size_t size)
 {
@@ -36,28 +37,82 @@ bool isSameReal(double a, double b)
 
 } // namespace
 
-VXStoreRow::VXStoreRow(int propertyCount, qint64 version)
-    : _version(version), _used(quint32(sizeof(Cell)) * quint32(propertyCount)),
-      _capacity(_used + quint32(roomForText) * quint32(propertyCount)), _count(propertyCount), _isOwner(true)
+/** A row with the block behind it, but for a large one. */
+class VXStoreRow::Whole final : public VXStoreRow
 {
-    _block = allocated(_capacity);
-    std::uninitialized_default_construct_n(static_cast<Cell *>(_block), _count);
+public:
+    Whole(int propertyCount, qint64 version, size_t capacity) : VXStoreRow(propertyCount, version, this + 1, capacity)
+    {
+    }
+    Whole(const VXStoreRow &other, qint64 version, void *ownBlock)
+        : VXStoreRow(other, ownBlock == nullptr ? this + 1 : ownBlock)
+    {
+        _isOwner = ownBlock != nullptr;
+        _version = version;
+        if (_hasOthers)
+            copyOthers();
+    }
+
+    /** Asks for as much more memory as the block takes: what std::allocate_shared makes ends with the row. */
+    template <class T>
+    struct Allocator
+    {
+        using value_type = T;
+
+        explicit Allocator(size_t block) : blockSize(block) {}
+        template <class U>
+        Allocator(const Allocator<U> &other) : blockSize(other.blockSize)
+        {
+        }
+        T *allocate(size_t count) { return static_cast<T *>(allocated(count * sizeof(T) + blockSize)); }
+        void deallocate(T *memory, size_t) { std::free(memory); }
+        template <class U>
+        friend bool operator==(const Allocator &, const Allocator<U> &)
+        {
+            return true;
+        }
+
+        size_t blockSize;
+    };
+};
+
+VXStoreRow::VXStoreRow(int propertyCount, qint64 version)
+    : VXStoreRow(propertyCount, version, allocated(capacityFor(propertyCount)), capacityFor(propertyCount))
+{
+    _isOwner = true;
 }
 
-VXStoreRow::VXStoreRow(const VXStoreRow &other, qint64 version)
-    : _version(version), _block(allocated(other._used)), _used(other._used), _capacity(other._used),
-      _count(other._count), _isOwner(true), _hasOthers(other._hasOthers)
+VXStoreRow::VXStoreRow(int propertyCount, qint64 version, void *block, size_t capacity)
+    : _version(version), _block(block), _used(quint32(sizeof(Cell)) * quint32(propertyCount)),
+      _capacity(quint32(capacity)), _count(propertyCount), _isOwner(false)
 {
-    std::memcpy(_block, other._block, _used);
-    if (_hasOthers)
-        copyOthers();
+    std::uninitialized_default_construct_n(static_cast<Cell *>(_block), _count);
 }
 
 VXStoreRow::VXStoreRow(const VXStoreRow &other, void *block)
     : _version(other._version), _block(block), _used(other._used), _capacity(other._used), _count(other._count),
-      _isOwner(false)
+      _isOwner(false), _hasOthers(other._hasOthers)
 {
     std::memcpy(_block, other._block, _used);
+}
+
+// Of a row that is being made.
+size_t VXStoreRow::capacityFor(int propertyCount)
+{
+    return (sizeof(Cell) + roomForText) * size_t(propertyCount);
+}
+
+std::shared_ptr<VXStoreRow> VXStoreRow::make(int propertyCount, qint64 version)
+{
+    const size_t capacity = capacityFor(propertyCount);
+    return std::allocate_shared<Whole>(Whole::Allocator<Whole>(capacity), propertyCount, version, capacity);
+}
+
+std::shared_ptr<VXStoreRow> VXStoreRow::copy(qint64 version) const
+{
+    void *const ownBlock = _used > largestBehind ? allocated(_used) : nullptr;
+    return std::allocate_shared<Whole>(Whole::Allocator<Whole>(ownBlock == nullptr ? _used : 0), *this, version,
+                                       ownBlock);
 }
 
 VXStoreRow::~VXStoreRow()
@@ -76,11 +131,8 @@ void VXStoreRow::start(int propertyCount, qint64 version)
     _count = propertyCount;
     _used = 0;
     const size_t size = sizeof(Cell) * size_t(propertyCount);
-    if (size > _capacity) {
-        std::free(std::exchange(_block, nullptr));
-        _block = allocated(size);
-        _capacity = quint32(size);
-    }
+    if (size > _capacity)
+        replaceBlock(allocated(size), size);
     _used = quint32(size);
     std::uninitialized_default_construct_n(static_cast<Cell *>(_block), _count);
 }
@@ -312,7 +364,7 @@ void VXStoreRow::makeRoom(int index, size_t size)
 void VXStoreRow::shrink()
 {
     const auto isTooLarge = [this](size_t live) { return _capacity > 2 * live + roomForText * size_t(_count); };
-    if (!isTooLarge(sizeof(Cell) * size_t(_count))) // whatever it holds, as most
+    if (!_isOwner || !isTooLarge(sizeof(Cell) * size_t(_count))) // whatever it holds, as most
         return;
     if (const size_t live = liveBytes(-1); isTooLarge(live))
         repack(-1, live);
@@ -338,8 +390,15 @@ void VXStoreRow::repack(int exceptFor, size_t capacity)
         used += at.place.room;
     }
     std::memcpy(block, _block, cells);
-    std::free(std::exchange(_block, block));
+    replaceBlock(block, capacity);
     _used = quint32(used);
+}
+
+void VXStoreRow::replaceBlock(void *block, size_t capacity)
+{
+    if (std::exchange(_isOwner, true))
+        std::free(_block);
+    _block = block;
     _capacity = quint32(capacity);
 }
 

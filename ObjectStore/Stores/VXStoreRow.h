@@ -40,13 +40,14 @@ public:
     };
 
     VXStoreRow(int propertyCount, qint64 version);
-    VXStoreRow(const VXStoreRow &other, qint64 version);
     ~VXStoreRow();
     VXStoreRow(const VXStoreRow &) = delete;
     VXStoreRow &operator=(const VXStoreRow &) = delete;
 
-    /** All values, with another version. */
-    std::shared_ptr<VXStoreRow> copy(qint64 version) const { return std::make_shared<VXStoreRow>(*this, version); }
+    /** A row without values, its texts to come, in one piece of memory. */
+    static std::shared_ptr<VXStoreRow> make(int propertyCount, qint64 version);
+    /** All values, with another version; likewise. */
+    std::shared_ptr<VXStoreRow> copy(qint64 version) const;
 
     /** Grows by one with each save that changes the object; 1 when it is new. */
     qint64 version() const { return _version; }
@@ -109,7 +110,11 @@ private:
         Kind kind = Kind::None;
     };
 
-    /** Of a block that somebody else owns, and keeps as long as the row. */
+    class Whole;
+
+    static size_t capacityFor(int propertyCount);
+    /** Of blocks that somebody else owns, and keeps as long as the row. */
+    VXStoreRow(int propertyCount, qint64 version, void *block, size_t capacity);
     VXStoreRow(const VXStoreRow &other, void *block);
 
     Cell &cell(int index) { return static_cast<Cell *>(_block)[index]; }
@@ -130,6 +135,7 @@ private:
     size_t liveBytes(int exceptFor) const;
     void makeRoom(int index, size_t size);
     void repack(int exceptFor, size_t capacity);
+    void replaceBlock(void *block, size_t capacity);
     void copyOthers();
     void removeOthers();
 
@@ -138,6 +144,6 @@ private:
     quint32 _used;     // of the block, in bytes
     quint32 _capacity; // likewise
     int _count;        // of the properties
-    bool _isOwner;     // of the block; else it is as it is
+    bool _isOwner;     // of the block
     bool _hasOthers = false;
 };

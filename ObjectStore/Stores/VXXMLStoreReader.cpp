@@ -131,7 +131,7 @@ void VXXMLStoreReader::readObject(const VXManagedObjectModel &model, const VXSto
     const VXManagedObjectID objectID(*entity, identity, number);
     if (_tables.find(objectID) != nullptr)
         return fail(u"The object is there twice."_s);
-    const auto row = std::make_shared<VXStoreRow>(int(entity->properties().size()), version);
+    const auto row = VXStoreRow::make(int(entity->properties().size()), version);
     while (nextElement()) {
         if (_xml.name() == "attribute"_L1)
             readAttribute(*entity, *row);

@@ -44,6 +44,13 @@ TEST_P(VXManagedObjectTest, ValuesAreOfTheTypesThatTheModelSays)
     EXPECT_THROW(object->setValueForKey(1, u"shoe size"_s), VXAssertionException);
     EXPECT_THROW(object->setValueForKey(1, u"passport"_s), VXAssertionException);
     EXPECT_THROW(object->setValueForKey(QVariant::fromValue(object), u"passport"_s), VXAssertionException);
+    const int age = object->entity().propertyForName(u"age"_s)->index();
+    const int name = object->entity().propertyForName(u"name"_s)->index();
+    EXPECT_THROW(object->setNumber(age, 1LL << 31), VXAssertionException);
+    EXPECT_THROW(object->setNumber(name, 1), VXAssertionException);
+    EXPECT_THROW(object->setText(age, u"old"), VXAssertionException);
+    EXPECT_THROW(object->setReal(age, 0.5), VXAssertionException);
+    EXPECT_THROW(object->setData(name, "x"), VXAssertionException);
     EXPECT_EQ(object->valueForKey(u"age"_s), 18);
 }
 
@@ -66,6 +73,26 @@ TEST_P(VXManagedObjectTest, AttributesAreCopiedFromObjectsOfOtherContexts)
     copy->copyAttribute(name, *jane, name);
     EXPECT_TRUE(other.hasChanges());
     EXPECT_FALSE(copy->valueForKey(u"name"_s).isValid());
+}
+
+TEST_P(VXManagedObjectTest, AHookMaySave)
+{
+    class Saving : public VXManagedObject
+    {
+        void willSave() override
+        {
+            hookCalls.append(valueForKey(u"name"_s).toString());
+            EXPECT_TRUE(managedObjectContext()->save());
+        }
+    };
+    VXManagedObjectClass::registerClass<Saving>(u"TestPerson"_s);
+    hookCalls.clear();
+    const QList<Object> people{person(u"a"_s), person(u"b"_s), person(u"c"_s)};
+    save();
+    VXManagedObjectClass::removeClass(u"TestPerson"_s);
+    EXPECT_EQ(hookCalls, (QStringList{u"a"_s, u"b"_s, u"c"_s})) << "each once, by the innermost save";
+    for (const Object &each : people)
+        EXPECT_FALSE(each->hasChanges() || each->objectID().isTemporary());
 }
 
 TEST_P(VXManagedObjectTest, BothEndsOfRelationshipsAreKeptInStep)

@@ -198,6 +198,31 @@ private:
         side.model.setValue(tag, u"tag"_s, tag);
     }
 
+    // Without a QVariant, where there is a way.
+    static void setInPlace(VXManagedObject &object, const VXAttributeDescription &attribute, const QVariant &value)
+    {
+        const int index = attribute.index();
+        switch (value.typeId()) {
+        case QMetaType::QString:
+            if (attribute.type() == VXAttributeType::String)
+                return object.setText(index, value.toString());
+            break;
+        case QMetaType::QByteArray:
+            return object.setData(index, value.toByteArray());
+        case QMetaType::Double:
+            return object.setReal(index, value.toDouble());
+        case QMetaType::Int:
+        case QMetaType::LongLong:
+        case QMetaType::Bool:
+            return object.setNumber(index, value.toLongLong());
+        case QMetaType::QDateTime:
+            return object.setNumber(index, value.toDateTime().toMSecsSinceEpoch());
+        default:
+            break;
+        }
+        object.setAttribute(index, value);
+    }
+
     void setAttribute(Side &side, Tag tag)
     {
         const Object changed = object(side, tag);
@@ -206,7 +231,10 @@ private:
             return;
         const QVariant value = pickFrom(VXThingValues.at(attribute.type()));
         log.append(u"set %1 of %2"_s.arg(attribute.name()).arg(tag));
-        changed->setAttribute(attribute.index(), value);
+        if (pick(2) == 0)
+            setInPlace(*changed, attribute, value);
+        else
+            changed->setAttribute(attribute.index(), value);
         side.model.setValue(tag, attribute.name(), value);
     }
 
