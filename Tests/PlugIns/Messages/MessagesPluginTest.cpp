@@ -81,12 +81,9 @@ TEST_F(MessagesPluginTest, RootFoldersAreMadeAndDoubledOnesBecomeOne)
 TEST_F(MessagesPluginTest, FoldersOfAPhoneThatAreThereTwiceBecomeOne)
 {
     const auto message = [](int number, const QString &text) {
-        return QVariantMap{{u"from"_s, jane},
-                           {u"device_url"_s, phone},
-                           {u"date"_s, at(number)},
-                           {u"state"_s, 1},
-                           {u"text"_s, text},
-                           {u"url"_s, u"%1/messages/ME/%2"_s.arg(phone).arg(number)}};
+        return QVariantMap{{u"from"_s, jane},       {u"device_url"_s, phone},
+                           {u"date"_s, at(number)}, {u"state"_s, 1},
+                           {u"text"_s, text},       {u"url"_s, u"%1/messages/ME/%2"_s.arg(phone).arg(number)}};
     };
     arrive(message(1, u"in both"_s));
     arrive(message(2, u"moved there"_s));
@@ -126,9 +123,9 @@ TEST_F(MessagesPluginTest, FoldersOfAPhoneThatAreThereTwiceBecomeOne)
         return after.countForFetchRequest(request);
     };
     const std::tuple<QString, QString, qsizetype> cases[] = {
-        {u"VXDeviceFolder"_s, u"TRUEPREDICATE"_s, 1},      {u"VXSmartDeviceFolder"_s, u"TRUEPREDICATE"_s, 3},
-        {u"VXUserFolder"_s, u"TRUEPREDICATE"_s, 1},        {u"VXMessage"_s, u"TRUEPREDICATE"_s, 5},
-        {u"VXMessage"_s, u"pending == 1"_s, 1},            {u"VXMessage"_s, u"pending == 3 AND state == 3"_s, 1},
+        {u"VXDeviceFolder"_s, u"TRUEPREDICATE"_s, 1}, {u"VXSmartDeviceFolder"_s, u"TRUEPREDICATE"_s, 3},
+        {u"VXUserFolder"_s, u"TRUEPREDICATE"_s, 1},   {u"VXMessage"_s, u"TRUEPREDICATE"_s, 5},
+        {u"VXMessage"_s, u"pending == 1"_s, 1},       {u"VXMessage"_s, u"pending == 3 AND state == 3"_s, 1},
         {u"VXFolderFilter"_s, u"TRUEPREDICATE"_s, 3}};
     for (const auto &[entity, condition, expected] : cases)
         EXPECT_EQ(count(entity, condition), expected) << entity.toStdString() << condition.toStdString();
