@@ -18,7 +18,10 @@ namespace {
 
 bool isMark(const VXRawCardLine &raw, const QByteArray &name)
 {
-    const QByteArray plain = raw.octets.left(100).trimmed().toUpper().replace(' ', "").replace('\t', "");
+    const QByteArrayView beginning = QByteArrayView(raw.octets).first(std::min<qsizetype>(raw.octets.size(), 100));
+    if (const QByteArrayView word = beginning.trimmed(); word.isEmpty() || (word.back() | 0x20) != 'd')
+        return false; // as nearly all
+    const QByteArray plain = beginning.toByteArray().trimmed().toUpper().replace(' ', "").replace('\t', "");
     return plain == name + ":VCARD" || (plain.count(':') == 1 && plain.endsWith('.' + name + ":VCARD"));
 }
 

@@ -37,7 +37,7 @@ struct VXCard
 /**
  * Reads contacts from vCards of the versions 2.1, 3.0 and 4.0, one after the other, so that the size of the file does not
  * matter: what a card may hold is bounded. Properties that have no place in a contact are kept as content lines; what cannot be read
- * is told with its line, and the rest is read all the same. Used on one thread.
+ * is told with its line, and the rest is read all the same. Used on one thread at a time.
  */
 class VX_EXPORT VXCardReader
 {

@@ -3,6 +3,7 @@
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QFileInfo>
 
 using namespace Qt::StringLiterals;
@@ -14,8 +15,16 @@ VXStoreWorkLock::VXStoreWorkLock(const VXPersistentStoreCoordinator &coordinator
                                  std::chrono::milliseconds longestWait)
 {
     const QString path = coordinator.persistentStores().constFirst()->path();
-    if (!path.isEmpty())
-        _lock = std::make_unique<VXFileLock>(QFileInfo(path).path() + u'/' + name, longestWait);
+    if (path.isEmpty())
+        return;
+    const QString file = QFileInfo(path).path() + u'/' + name;
+    const QDeadlineTimer end(longestWait);
+    // One after the other waits for the lock itself: else who takes it again and again would hardly ever leave it to others.
+    _lock = std::make_unique<VXFileLock>(file + ".turn"_L1, longestWait);
+    if (!_lock->isTimedOut()) {
+        const auto turn = std::move(_lock);
+        _lock = std::make_unique<VXFileLock>(file, std::chrono::milliseconds(end.remainingTime()));
+    }
 }
 
 bool VXStoreWorkLock::isHeld(VXError *error) const

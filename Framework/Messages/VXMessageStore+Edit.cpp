@@ -3,6 +3,7 @@
 #include "VXFramework.h"
 #include "VXMessageStore.h"
 #include "VXSmartFilter.h"
+#include "VXStoreWorkLock.h"
 
 #include <algorithm>
 
@@ -135,6 +136,9 @@ void VXMessageStore::deleteMessage(const VXManagedObjectPtr &message)
 std::optional<qsizetype> VXMessageStore::emptyTrash(VXError *error) const
 {
     for (qsizetype count = 0;;) {
+        const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
+        if (!saving.isHeld(error))
+            return std::nullopt;
         VXManagedObjectContext context(_coordinator);
         VXFetchRequest request(*_coordinator->model().entityForName(entityName));
         request.predicate = *VXPredicate::predicateWithFormat(

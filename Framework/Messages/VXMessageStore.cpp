@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -218,10 +219,13 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageStore::newest(const QList<VXPr
         }
     }
     if (conditions.size() > 1) {
-        const auto dateOf = [](const VXManagedObjectPtr &message) {
-            return message->valueForKey(u"date"_s).toDateTime();
+        const int date = messages.isEmpty() ? 0 : messages.constFirst()->entity().propertyForName(u"date"_s)->index();
+        const auto place = [date](const VXManagedObjectPtr &message) { // as one request has them
+            const QDateTime when = message->attribute(date).toDateTime();
+            return std::pair(when.isValid() ? -when.toMSecsSinceEpoch() : std::numeric_limits<qint64>::max(),
+                             message->objectID().number());
         };
-        std::ranges::stable_sort(messages, std::ranges::greater(), dateOf);
+        std::ranges::sort(messages, {}, place);
     }
     return limit > 0 ? messages.mid(0, limit) : messages;
 }

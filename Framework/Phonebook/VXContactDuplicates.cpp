@@ -104,7 +104,7 @@ VXDuplicateContacts describe(VXManagedObjectContext &context, QList<VXManagedObj
         made.contacts.append(VXContactRecord(QVariant::fromValue(context.objectWithID(each))));
     made.merged = made.contacts.constFirst();
     for (const VXContactRecord &each : std::as_const(made.contacts))
-        made.merged = VXUnitedContact(made.merged, each, VXContactPrecedence::Known);
+        made.merged = VXUnitedContact(made.merged, each, VXContactPrecedence::Equals);
     return made;
 }
 
@@ -176,6 +176,9 @@ bool VXContactDuplicates::merge(const QList<VXDuplicateContacts> &duplicates, VX
         return true;
     const VXStoreWorkLock lock(*_coordinator, VXStoreWorkLock::syncName);
     if (!lock.isHeld(error))
+        return false;
+    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
+    if (!saving.isHeld(error))
         return false;
     VXManagedObjectContext context(_coordinator);
     const std::optional<VXContactChangeSet> changeSet = VXContactHistory::insert(context, u"merge"_s, {}, error);

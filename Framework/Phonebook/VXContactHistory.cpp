@@ -336,8 +336,9 @@ QDateTime VXContactHistory::dateOfChange(const QDateTime &changeSet, const QDate
 
 bool VXContactHistory::forget(const VXContactChangeSet &changeSet, VXError *error) const
 {
+    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
     VXManagedObjectContext context(_coordinator);
-    const VXManagedObjectPtr object = objectOf(context, changeSet.number, error);
+    const VXManagedObjectPtr object = saving.isHeld(error) ? objectOf(context, changeSet.number, error) : nullptr;
     if (!object)
         return false;
     context.deleteObject(object);
@@ -371,9 +372,24 @@ std::optional<VXContactUndo> VXContactHistory::undoLast(bool isDryRun, VXError *
     return isDone ? std::optional(undo) : std::nullopt;
 }
 
+namespace {
+
+// Nobody could bring it again.
+bool isOnNoPhone(const VXManagedObject &person)
+{
+    return std::ranges::all_of(relatedTo(person, placesKey), [](const VXManagedObjectPtr &place) {
+        return place->valueForKey(locationKey).toString().isEmpty();
+    });
+}
+
+} // namespace
+
 // Each change goes with what it undoes.
 bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *error) const
 {
+    std::optional<VXStoreWorkLock> saving;
+    if (!isDryRun && !saving.emplace(*_coordinator, VXStoreWorkLock::savingName).isHeld(error))
+        return false;
     VXManagedObjectContext context(_coordinator);
     VXFetchRequest request = requestFor(context, changeEntity);
     request.predicate = compare(u"changeSet.number"_s, Operator::Equal, undo.changeSet.number);
@@ -410,6 +426,9 @@ bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *
 bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *error) const
 {
     while (true) {
+        std::optional<VXStoreWorkLock> saving;
+        if (!isDryRun && !saving.emplace(*_coordinator, VXStoreWorkLock::savingName).isHeld(error))
+            return false;
         VXManagedObjectContext context(_coordinator);
         VXFetchRequest request = requestFor(context, u"VXPerson"_s);
         request.predicate = compare(u"importNumber"_s, Operator::Equal, undo.changeSet.number);
@@ -425,13 +444,16 @@ bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *e
             return false;
         for (const VXManagedObjectPtr &person : *persons) {
             const bool isLeft = !isUntouched(*person, undo.changeSet);
+            const bool isKept = !isLeft && undo.changeSet.kind == "sync"_L1 && isOnNoPhone(*person);
             if (isLeft)
                 undo.left.append(nameOf(*person));
+            else if (isKept)
+                undo.kept.append(nameOf(*person));
             else
                 ++undo.removed;
             if (isDryRun)
                 continue;
-            if (isLeft) {
+            if (isLeft || isKept) {
                 person->setValueForKey({}, u"importNumber"_s); // it is the user's own by now
                 continue;
             }
@@ -451,6 +473,9 @@ bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *e
 // People know groups by their members: one without any is what an import made and its undoing has emptied.
 bool VXContactHistory::removeEmptyGroups(VXError *error) const
 {
+    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
+    if (!saving.isHeld(error))
+        return false;
     VXManagedObjectContext context(_coordinator);
     VXFetchRequest request = requestFor(context, u"VXGroup"_s);
     request.predicate = *VXPredicate::predicateWithFormat(u"members.@count == 0"_s);

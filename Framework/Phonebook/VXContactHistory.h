@@ -31,6 +31,8 @@ struct VXContactUndo
     qsizetype restored = 0;    // that it had changed
     qsizetype broughtBack = 0; // that it had removed
     QStringList left = {};     // names of those that were changed since: they stay as they are
+    QStringList kept =
+        {}; // names of those that a sync had made and that are on no phone any more: they are nowhere else
 };
 
 /**

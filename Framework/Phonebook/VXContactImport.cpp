@@ -1,5 +1,6 @@
 #include "VXContactImport.h"
 
+#include "VXCardsAhead.h"
 #include "VXContactGroupImport.h"
 #include "VXContactMatch.h"
 #include "VXContactName.h"
@@ -17,7 +18,7 @@ using Outcome = VXImportedContact::Outcome;
 
 namespace {
 
-constexpr qsizetype portion = 500;             // contacts of one save
+constexpr qsizetype portion = 2000;            // contacts of one save: each writes anew most pages of the indexes
 constexpr qsizetype largestPortion = 32 << 20; // octets of their pictures
 
 size_t hashOf(const QString &uid)
@@ -71,7 +72,11 @@ VXContactImport::~VXContactImport() = default;
 
 std::optional<VXContactImportReport> VXContactImport::run(VXCardReader &reader, VXError *error)
 {
-    const bool isDone = runFrom([&reader] { return reader.next(); }, error);
+    bool isDone = false;
+    {
+        VXCardsAhead cards(reader);
+        isDone = runFrom([&cards] { return cards.next(); }, error);
+    }
     _report.problems += reader.problems();
     return isDone ? std::optional(_report) : std::nullopt;
 }
@@ -132,6 +137,9 @@ bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
         VXSetError(error, VXError(VXErrorDomain, VXErrorCancelled));
         return false;
     }
+    std::optional<VXStoreWorkLock> saving;
+    if (!_isDryRun && !saving.emplace(*_coordinator, VXStoreWorkLock::savingName).isHeld(error))
+        return false;
     VXManagedObjectContext context(_coordinator);
     VXContactMatch own(context);
     VXContactMatch &match = _isDryRun ? *_dryMatch : own;
@@ -173,6 +181,9 @@ void VXContactImport::noteUIDs(const QList<VXContactRecord> &contacts)
 
 bool VXContactImport::importGroups(VXError *error)
 {
+    std::optional<VXStoreWorkLock> saving;
+    if (!_isDryRun && !saving.emplace(*_coordinator, VXStoreWorkLock::savingName).isHeld(error))
+        return false;
     VXManagedObjectContext context(_coordinator);
     if (!beginChangeSet(context, error))
         return false;

@@ -67,7 +67,7 @@ public:
     /** Asked before each save: when it says so, the import is broken off with VXErrorCancelled. */
     void setCancelCheck(const std::function<bool()> &check) { _isCancelled = check; }
 
-    /** All cards of the reader. None, with an error, when the store cannot be read or saved; what was saved stays (reportSoFar). */
+    /** All cards of the reader, which another thread uses meanwhile. None, with an error, when the store cannot be read or saved; what was saved stays (reportSoFar). */
     std::optional<VXContactImportReport> run(VXCardReader &reader, VXError *error = nullptr);
     /** The same of contacts from elsewhere, as a phone. */
     std::optional<VXContactImportReport> run(const QList<VXContactRecord> &contacts, VXError *error = nullptr);

@@ -200,7 +200,8 @@ void VXContactMatch::add(const VXKnownContact &known)
         const VXManagedObjectID &objectID = known.person->objectID();
         place = _placesOfPersons.value(objectID, place);
         _placesOfPersons.insert(objectID, place);
-        _places[uidMark + objectID.uriRepresentation().toString()] = {place};
+        if (!objectID.isTemporary()) // an export of ours may have it
+            _places[uidMark + objectID.uriRepresentation().toString()] = {place};
     }
     const VXContactRecord contact = VXStorableContact(known.contact);
     const QString name = VXContactNameKey(contact);

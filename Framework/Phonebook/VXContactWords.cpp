@@ -81,7 +81,7 @@ void insertKeys(QSet<QByteArray> &keys, const QString &text, VXContactWords::Kin
 
 QString text(const VXManagedObject &object, const QString &key)
 {
-    return object.valueForKey(key).toString();
+    return object.attribute(object.entity().propertyForName(key)->index()).toString();
 }
 
 } // namespace

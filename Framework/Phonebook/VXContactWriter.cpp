@@ -3,6 +3,7 @@
 #include "VXContactHistory.h"
 #include "VXContactName.h"
 #include "VXManagedObjectContext.h"
+#include "VXPhonebookType.h"
 #include "VXPhoneNumber.h"
 
 #include <QtCore/QSet>
@@ -90,7 +91,23 @@ void learn(Address &known, const Address &news, bool isNumber)
         known.value = news.value;
 }
 
-QList<Address> united(QList<Address> known, const QList<Address> &news, QString (*keyOf)(const QString &))
+// One of both kinds, as home and mobile; false where there is none, as of fax and mobile, or home and work.
+bool joinKinds(Address &known, const Address &news)
+{
+    const auto areOne = [&](unsigned mask) {
+        const unsigned first = known.type & mask;
+        const unsigned second = news.type & mask;
+        return first == 0 || second == 0 || first == second;
+    };
+    const bool areJoined = areOne(VXPhonebookTypeKindMask) && areOne(VXPhonebookTypeLocationMask) &&
+                           (known.label.isEmpty() || news.label.isEmpty() || known.label == news.label);
+    if (areJoined)
+        known.type |= news.type;
+    return areJoined;
+}
+
+QList<Address> united(QList<Address> known, const QList<Address> &news, QString (*keyOf)(const QString &),
+                      bool keepsKinds)
 {
     const bool isNumber = keyOf == numberKey;
     QHash<QString, QList<qsizetype>> places;
@@ -103,8 +120,10 @@ QList<Address> united(QList<Address> known, const QList<Address> &news, QString 
         if (lines.contains(lineOf(each))) // just so, beside one that it could be told of too
             continue;
         QList<qsizetype> &alike = places[keyOf(each.value)];
-        const auto found = std::ranges::find_if(
-            alike, [&](qsizetype at) { return !isNumber || !areOfTwoCountries(known[at].value, each.value); });
+        const auto found = std::ranges::find_if(alike, [&](qsizetype at) {
+            const bool isOne = !isNumber || !areOfTwoCountries(known[at].value, each.value);
+            return isOne && (!keepsKinds || joinKinds(known[at], each));
+        });
         if (found != alike.end()) {
             learn(known[*found], each, isNumber);
         } else {
@@ -221,6 +240,7 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
     const VXContactRecord known = VXStorableContact(knownContact);
     const VXContactRecord news = VXStorableContact(newContact);
     const bool newsCount = precedence == VXContactPrecedence::News;
+    const bool keepsKinds = precedence == VXContactPrecedence::Equals;
     VXContactRecord both = known;
     VXContactName::unite(both, news, newsCount);
     for (const Text &each : texts) {
@@ -240,9 +260,9 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
         both.image = news.image;
     if (both.uid.isEmpty())
         both.uid = news.uid;
-    both.numbers = united(known.numbers, news.numbers, numberKey);
-    both.emails = united(known.emails, news.emails, emailKey);
-    both.urls = united(known.urls, news.urls, urlKey);
+    both.numbers = united(known.numbers, news.numbers, numberKey, keepsKinds);
+    both.emails = united(known.emails, news.emails, emailKey, keepsKinds);
+    both.urls = united(known.urls, news.urls, urlKey, keepsKinds);
     for (const PostalAddress &address : news.addresses) {
         if (std::ranges::none_of(both.addresses, [&](const PostalAddress &each) { return isSame(each, address); }))
             both.addresses.append(address);
@@ -300,19 +320,29 @@ VXManagedObjectPtr VXContactWriter::insert(const VXContactRecord &contact)
         storable.uid = VXNewContactUID();
     if (_number != 0)
         person->setValueForKey(_number, u"importNumber"_s);
-    replace(person, storable);
+    fill(person, storable, true);
     return person;
 }
 
 void VXContactWriter::replace(const VXManagedObjectPtr &person, const VXContactRecord &contact)
 {
-    const VXContactRecord storable = VXStorableContact(contact);
-    write(*person, storable);
-    writeAddresses(person, u"numbers"_s, u"number"_s, storable.numbers);
-    writeAddresses(person, u"emails"_s, u"address"_s, storable.emails);
-    writeAddresses(person, u"urls"_s, u"url"_s, storable.urls);
-    writePostalAddresses(person, storable);
-    writeGroups(person, storable.groups);
+    fill(person, VXStorableContact(contact), false);
+}
+
+void VXContactWriter::fill(const VXManagedObjectPtr &person, const VXContactRecord &storable, bool isNew)
+{
+    write(*person, storable, isNew);
+    const auto writeList = [&](const QString &relationship, const QString &valueKey, const QList<Address> &list) {
+        if (!isNew || !list.isEmpty())
+            writeAddresses(person, relationship, valueKey, list);
+    };
+    writeList(u"numbers"_s, u"number"_s, storable.numbers);
+    writeList(u"emails"_s, u"address"_s, storable.emails);
+    writeList(u"urls"_s, u"url"_s, storable.urls);
+    if (!isNew || !storable.addresses.isEmpty())
+        writePostalAddresses(person, storable);
+    if (!isNew || !storable.groups.isEmpty())
+        writeGroups(person, storable.groups);
     setDate(*person);
 }
 
@@ -326,29 +356,33 @@ void VXContactWriter::setDate(VXManagedObject &person) const
 // How the whole name was written says nothing of another name.
 QStringList VXContactWriter::propertiesFor(const VXManagedObject &person, const VXContactRecord &contact)
 {
+    if (person.isInserted())
+        return contact.properties;
     VXContactRecord before;
     for (const Text &each : texts)
         before.*each.field = person.valueForKey(each.key).toString();
     before.properties = person.valueForKey(u"properties"_s).toString().split(u'\n', Qt::SkipEmptyParts);
     VXContactRecord after = contact;
-    if (!person.isInserted() && !VXContactName::isSame(before, contact) &&
-        before.fullNameLines() == contact.fullNameLines())
+    if (!VXContactName::isSame(before, contact) && before.fullNameLines() == contact.fullNameLines())
         after.removeFullNameLines();
     return after.properties;
 }
 
-void VXContactWriter::write(VXManagedObject &person, const VXContactRecord &contact)
+void VXContactWriter::write(VXManagedObject &person, const VXContactRecord &contact, bool isNew)
 {
     const QStringList properties = propertiesFor(person, contact);
+    const auto set = [&](const QString &key, const QVariant &value) {
+        if (!isNew || value.isValid())
+            person.setValueForKey(value, key);
+    };
     for (const Text &each : texts)
-        person.setValueForKey(orNone(contact.*each.field), each.key);
+        set(each.key, orNone(contact.*each.field));
     if (!contact.uid.isEmpty())
-        person.setValueForKey(contact.uid, u"uid"_s);
-    person.setValueForKey(orNone(properties.join(u'\n')), u"properties"_s);
-    person.setValueForKey(contact.image.isEmpty() ? QVariant() : QVariant(contact.image), u"image"_s);
-    person.setValueForKey(contact.birthday.isValid() ? QVariant(QDateTime(contact.birthday, QTime(0, 0), Qt::UTC))
-                                                     : QVariant(),
-                          u"birthday"_s);
+        set(u"uid"_s, contact.uid);
+    set(u"properties"_s, orNone(properties.join(u'\n')));
+    set(u"image"_s, contact.image.isEmpty() ? QVariant() : QVariant(contact.image));
+    set(u"birthday"_s,
+        contact.birthday.isValid() ? QVariant(QDateTime(contact.birthday, QTime(0, 0), Qt::UTC)) : QVariant());
 }
 
 void VXContactWriter::writeAddresses(const VXManagedObjectPtr &person, const QString &relationship,
@@ -375,7 +409,8 @@ void VXContactWriter::writeAddresses(const VXManagedObjectPtr &person, const QSt
         const VXManagedObjectPtr object = _context.insertNewObject(entity);
         object->setValueForKey(address.value, valueKey);
         object->setValueForKey(int(address.type), u"type"_s);
-        object->setValueForKey(orNone(address.label), u"label"_s);
+        if (!address.label.isEmpty())
+            object->setValueForKey(address.label, u"label"_s);
         object->setValueForKey(QVariant::fromValue(person), u"person"_s);
     }
 }

@@ -10,8 +10,9 @@
 
 class VXManagedObjectContext;
 
-/** Whose single values count where two contacts become one. */
-enum class VXContactPrecedence { News, Known };
+/** Whose single values count where two contacts become one. Equals: as Known, and a number or address that they have of two kinds is
+ *  of both then. */
+enum class VXContactPrecedence { News, Known, Equals };
 
 /** A contact as it can be stored: a name whose parts are not known is the first name, what is empty is none, and control characters
  * are left out. */
@@ -52,7 +53,9 @@ public:
 
 private:
     static QStringList propertiesFor(const VXManagedObject &person, const VXContactRecord &contact);
-    void write(VXManagedObject &person, const VXContactRecord &contact);
+    /** `isNew`: nothing was written of the person. */
+    void fill(const VXManagedObjectPtr &person, const VXContactRecord &storable, bool isNew);
+    void write(VXManagedObject &person, const VXContactRecord &contact, bool isNew);
     void setDate(VXManagedObject &person) const;
     void writeAddresses(const VXManagedObjectPtr &person, const QString &relationship, const QString &valueKey,
                         const QList<VXContactRecord::Address> &addresses);

@@ -140,8 +140,17 @@ bool isForbidden(QChar character)
     return (unit < 0x20 && character != u'\n' && character != u'\t') || unit == 0x7f || unit >= 0xfffe;
 }
 
+// Neither a control character nor one of those that need a second look.
+bool isPlain(QChar character)
+{
+    const char16_t unit = character.unicode();
+    return unit >= 0x20 && unit != 0x7f && unit < 0xd800;
+}
+
 void removeControlCharactersFrom(QString &text)
 {
+    if (std::ranges::all_of(text, isPlain))
+        return;
     if (!text.isValidUtf16())
         text = QString::fromUtf8(text.toUtf8()); // half a pair of surrogates is a question mark then
     if (std::ranges::none_of(text, isForbidden))

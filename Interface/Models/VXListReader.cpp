@@ -87,12 +87,21 @@ void VXListReader::noteStartBehind(qsizetype index, const QVariantList &values)
     _starts.insert(index + 1, {last, skipped});
 }
 
+std::optional<QList<VXManagedObjectPtr>> VXListReader::objectsOfPage(qsizetype index, VXManagedObjectContext &context,
+                                                                     VXError *error) const
+{
+    if (index == 0 && _query.first)
+        return _query.first(context, pageSize, error);
+    const auto found = context.executeFetchRequest(requestForPage(index), error);
+    return found ? std::optional(QList<VXManagedObjectPtr>(found->begin(), found->end())) : std::nullopt;
+}
+
 std::optional<QList<VXListRow>> VXListReader::page(qsizetype index, VXError *error)
 {
     VXManagedObjectContext context(_query.coordinator);
     if (!_canSeek)
         _canSeek = canSeek(context);
-    const auto found = context.executeFetchRequest(requestForPage(index), error);
+    const auto found = objectsOfPage(index, context, error);
     if (!found)
         return std::nullopt;
     QList<VXListRow> rows;

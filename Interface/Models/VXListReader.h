@@ -37,6 +37,8 @@ private:
 
     bool canSeek(VXManagedObjectContext &context);
     VXFetchRequest requestForPage(qsizetype index) const;
+    std::optional<QList<VXManagedObjectPtr>> objectsOfPage(qsizetype index, VXManagedObjectContext &context,
+                                                           VXError *error) const;
     void noteStartBehind(qsizetype index, const QVariantList &values);
 
     const VXListQuery _query;

@@ -334,7 +334,6 @@ void VXMessageSync::applyAbsence(const VXManagedObjectPtr &message, VXManagedObj
 {
     if (pendingOf(message) == VXPendingChange::Remove) { // its copy was filed elsewhere
         context.deleteObject(message);
-        ++_carriedOutCount;
         return;
     }
     message->setValueForKey(QVariant(), u"url"_s);
@@ -374,7 +373,7 @@ void VXMessageSync::noteChange(const VXManagedObjectPtr &message, const QVariant
         object.insert(u"number"_s, number);
     }
     object.insert(u"state"_s, message->valueForKey(u"state"_s));
-    _changes.push_back({.message = message->objectID(), .kind = kind, .object = object});
+    _changes.push_back({.message = message->objectID(), .kind = kind, .object = object, .isNew = item.isEmpty()});
 }
 
 // -- To the phone
@@ -403,6 +402,12 @@ void VXMessageSync::didCarryOut(const Change &change, const VXDeviceAction &part
             return finish();
         return carryOutNext(); // it stays to be done
     }
+    VXError error;
+    const VXStoreWorkLock saving(*_store.coordinator(), VXStoreWorkLock::savingName);
+    if (!saving.isHeld(&error)) {
+        whole()->setError(error);
+        return finish();
+    }
     VXManagedObjectContext context(_store.coordinator());
     const Message message = context.existingObjectWithID(change.message);
     if (message && pendingOf(message) == change.kind) {
@@ -413,12 +418,13 @@ void VXMessageSync::didCarryOut(const Change &change, const VXDeviceAction &part
         if (urlOf(message).isNull() && change.kind == VXPendingChange::Update)
             _written.append(change.message);
     }
-    VXError error;
     if (context.hasChanges() && !context.save(&error)) {
         whole()->setError(error);
         return finish();
     }
-    ++_carriedOutCount;
+    ++(change.isNew                             ? _addedThereCount
+       : change.kind == VXPendingChange::Remove ? _deletedThereCount
+                                                : _changedThereCount);
     whole()->incrementProgress();
     carryOutNext();
 }
@@ -427,7 +433,9 @@ void VXMessageSync::finish()
 {
     QVariantMap result{{u"added"_s, _addedCount},
                        {u"changed"_s, _changedCount},
-                       {u"carriedOut"_s, _carriedOutCount},
+                       {u"addedThere"_s, _addedThereCount},
+                       {u"changedThere"_s, _changedThereCount},
+                       {u"deletedThere"_s, _deletedThereCount},
                        {u"problems"_s, _problems}};
     if (_leftCount > 0)
         result.insert(u"notices"_s,

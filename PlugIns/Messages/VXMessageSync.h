@@ -37,6 +37,7 @@ private:
         VXManagedObjectID message;
         VXPendingChange kind = VXPendingChange::None;
         QVariantMap object = {}; // of the action
+        bool isNew = false;      // on the phone
     };
     class Match;
 
@@ -66,7 +67,9 @@ private:
     QList<VXManagedObjectID> _written; // and not met on the phone yet
     int _addedCount = 0;
     int _changedCount = 0;
-    int _carriedOutCount = 0;
+    int _addedThereCount = 0;
+    int _changedThereCount = 0;
+    int _deletedThereCount = 0;
     int _leftCount = 0;
     QStringList _problems;
 };

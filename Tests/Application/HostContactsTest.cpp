@@ -191,6 +191,48 @@ TEST_F(HostContactsTest, OneOfManyDuplicatesCanBeMerged)
     EXPECT_EQ(names(), u"Jane Joe"_s);
 }
 
+TEST_F(HostContactsTest, AMergeKeepsBothKindsOfANumber)
+{
+    const std::pair<QStringList, QString> cases[] = {
+        {{u"m"_s, u"H"_s}, u"+1 555 0101/Hm"_s},
+        {{u"H"_s, u"m"_s}, u"+1 555 0101/Hm"_s},
+        {{u"m"_s, u"f"_s}, u"+1 555 0101/m, +1 555 0101/f"_s},
+        {{u"H"_s, u"W"_s}, u"+1 555 0101/H, +1 555 0101/W"_s},
+        {{u"m"_s, u"m"_s}, u"+1 555 0101/m"_s},
+    };
+    for (const auto &[kinds, expected] : cases) {
+        for (const QString &kind : kinds)
+            phonebook({u"add"_s, u"Bob Ray"_s, u"--number"_s, u"+1 555 0101/"_s + kind});
+        EXPECT_THAT(phonebook({u"duplicates"_s}).output.toStdString(), HasSubstr(expected.toStdString())); // told
+        phonebook({u"duplicates"_s, u"--merge"_s});
+        EXPECT_THAT(phonebook({u"show"_s, u"Bob Ray"_s}).output.toStdString(),
+                    HasSubstr("numbers      " + expected.toStdString() + '\n'));
+        phonebook({u"delete"_s, u"Bob Ray"_s});
+    }
+}
+
+// Another program has the store for a while, again and again, as an import does.
+TEST_F(HostContactsTest, AChangeWaitsForWhoHasTheStoreAndLosesNothing)
+{
+    QByteArray cards;
+    for (int number = 0; number < 3000; ++number)
+        cards += "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Person" + QByteArray::number(number) + "\r\nTEL:+1 555 1000" +
+                 QByteArray::number(number) + "\r\nNOTE:imported\r\nEND:VCARD\r\n";
+    const QString file = writeFile(u"cards.vcf"_s, cards);
+    phonebook({u"import"_s, file});
+    const HostOutcome outcome = runHostShell(
+        u"\"$0\" phonebook undo-import > /dev/null & undoing=$!\n"
+        "\"$0\" phonebook import '%1' > /dev/null & importing=$!\n"
+        "for number in 1 2 3 4; do \"$0\" phonebook add \"Own $number\" --number \"+1 555 020$number\" > /dev/null &&\n"
+        "  \"$0\" phonebook edit \"Own $number\" --company Ours > /dev/null || exit 3; done\n"
+        "wait $undoing && wait $importing"_s.arg(file));
+    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    int own = 0;
+    for (const QJsonValue contact : json({u"list"_s}).toArray())
+        own += contact["company"_L1] == u"Ours"_s ? 1 : 0;
+    EXPECT_EQ(own, 4);
+}
+
 // Each finds what the others have made.
 TEST_F(HostContactsTest, ProgramsThatImportAtOnceDoubleNothing)
 {

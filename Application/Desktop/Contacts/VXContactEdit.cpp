@@ -1,10 +1,26 @@
 #include "VXContactEdit.h"
 
+#include "VXContactMerge.h"
 #include "VXContactWriter.h"
 #include "VXDesktopText.h"
 #include "VXManagedObjectContext.h"
+#include "VXStoreWorkLock.h"
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// What the edit changes, in the contact as it is by now.
+VXContactRecord changed(const VXManagedObjectPtr &person, const std::optional<VXContactRecord> &from,
+                        const VXContactRecord &to)
+{
+    const VXContactRecord now = VXStorableContact(VXContactRecord(QVariant::fromValue(person)));
+    if (!from || VXIsSameContact(VXStorableContact(*from), now))
+        return to;
+    return VXMergeContacts(VXStorableContact(*from), VXStorableContact(to), now, now).contact;
+}
+
+} // namespace
 
 VXContactEdit::VXContactEdit(const VXPersistentStoreCoordinator::Ptr &coordinator, const VXManagedObjectID &person,
                              const std::optional<VXContactRecord> &before, const std::optional<VXContactRecord> &after,
@@ -34,26 +50,27 @@ VXManagedObjectPtr VXContactEdit::find(VXManagedObjectContext &context, VXError 
     return found ? found->first() : VXManagedObjectPtr();
 }
 
-void VXContactEdit::write(const std::optional<VXContactRecord> &contact)
+void VXContactEdit::write(const std::optional<VXContactRecord> &from, const std::optional<VXContactRecord> &to)
 {
-    VXManagedObjectContext context(_coordinator);
     VXError error;
-    VXManagedObjectPtr person = find(context, &error);
+    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
+    VXManagedObjectContext context(_coordinator);
+    VXManagedObjectPtr person = saving.isHeld(&error) ? find(context, &error) : VXManagedObjectPtr();
     if (!error.isNull()) {
         _done(_person, error);
         return;
     }
     VXContactWriter writer(context);
-    if (!contact && person)
+    if (!to && person)
         context.deleteObject(person);
-    else if (contact && person)
-        writer.replace(person, *contact);
-    else if (contact)
-        person = writer.insert(*contact);
+    else if (to && person)
+        writer.replace(person, changed(person, from, *to));
+    else if (to)
+        person = writer.insert(*to);
     if (!context.save(&error)) {
         _done(_person, error);
         return;
     }
-    _person = contact ? person->objectID() : VXManagedObjectID();
+    _person = to ? person->objectID() : VXManagedObjectID();
     _done(_person, {});
 }

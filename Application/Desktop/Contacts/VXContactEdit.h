@@ -12,7 +12,8 @@
 
 class VXManagedObjectContext;
 
-/** One contact as it was and as it is to be; none for one that is not there. Undone and redone in the store, by its UID. */
+/** One contact as it was and as it is to be; none for one that is not there. Undone and redone in the store, by its UID;
+ *  what others have changed of it meanwhile stays. */
 class VXContactEdit : public QUndoCommand
 {
 public:
@@ -22,12 +23,12 @@ public:
     VXContactEdit(const VXPersistentStoreCoordinator::Ptr &coordinator, const VXManagedObjectID &person,
                   const std::optional<VXContactRecord> &before, const std::optional<VXContactRecord> &after, Done done);
 
-    void undo() override { write(_before); }
-    void redo() override { write(_after); }
+    void undo() override { write(_after, _before); }
+    void redo() override { write(_before, _after); }
 
 private:
     VXManagedObjectPtr find(VXManagedObjectContext &context, VXError *error) const;
-    void write(const std::optional<VXContactRecord> &contact);
+    void write(const std::optional<VXContactRecord> &from, const std::optional<VXContactRecord> &to);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     VXManagedObjectID _person;

@@ -123,9 +123,7 @@ VXConversationModel::Rows VXConversationModel::find(const VXMessageStore &store,
                                                     qsizetype wanted)
 {
     VXManagedObjectContext context(store.coordinator());
-    VXFetchRequest request = store.messagesOfConversations(keys);
-    request.limit = wanted;
-    const auto found = context.executeFetchRequest(request);
+    const auto found = store.newestOfConversations(keys, wanted, context);
     Rows rows;
     if (!found)
         return rows;

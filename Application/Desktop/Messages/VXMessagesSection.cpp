@@ -25,6 +25,7 @@
 #include "VXSplitView.h"
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
+#include "VXStoreWorkLock.h"
 
 #include <QtCore/QFileInfo>
 #include <QtWidgets/QBoxLayout>
@@ -192,7 +193,13 @@ void VXMessagesSection::showFolder()
             VXPredicate::allOf({request->predicate,
                                 *VXPredicate::predicateWithFormat(
                                     u"text CONTAINS[cd] %@ OR otherParty_search CONTAINS[cd] %@"_s, {search, search})});
-    _messages->setQuery({.coordinator = _store->coordinator(), .request = request, .makeRow = VXRowOfMessage});
+    VXListQuery query{.coordinator = _store->coordinator(), .request = request, .makeRow = VXRowOfMessage};
+    if (search.isEmpty())
+        query.first = [store = *_store, shown = folder->objectID()](VXManagedObjectContext &messages, qsizetype limit,
+                                                                    VXError *error) {
+            return store.newestOfFolder(messages.objectWithID(shown), limit, error);
+        };
+    _messages->setQuery(query);
 }
 
 void VXMessagesSection::listWasRead(int count)
@@ -274,10 +281,12 @@ void VXMessagesSection::showEvent(QShowEvent *event)
 
 bool VXMessagesSection::change(const std::function<void(VXManagedObjectContext &)> &work)
 {
-    VXManagedObjectContext context(_store->coordinator());
-    work(context);
     VXError error;
-    if (!context.hasChanges() || context.save(&error))
+    const VXStoreWorkLock saving(*_store->coordinator(), VXStoreWorkLock::savingName);
+    VXManagedObjectContext context(_store->coordinator());
+    if (saving.isHeld(&error))
+        work(context);
+    if (error.isNull() && (!context.hasChanges() || context.save(&error)))
         return true;
     notices().showProblem(error.localizedDescription());
     return false;
@@ -411,10 +420,9 @@ void VXMessagesSection::exportItems()
     const QStringList keys = _shownConversation.isEmpty() ? QStringList() : QStringList{_shownConversation};
     if (keys.isEmpty())
         return;
-    const auto found = context.executeFetchRequest(_store->messagesOfConversations(keys));
+    const auto found = _store->newestOfConversations(keys, 0, context);
     QVariantList messages;
-    for (const VXManagedObjectPtr &message :
-         found ? QList<VXManagedObjectPtr>(found->begin(), found->end()) : QList<VXManagedObjectPtr>())
+    for (const VXManagedObjectPtr &message : found.value_or(QList<VXManagedObjectPtr>()))
         messages.append(VXMessageRecord(QVariant::fromValue(message)).map());
     VXDataManager::sharedDataManager().exportObjects(messages, VXText("messages"), window(), nullptr, {});
 }

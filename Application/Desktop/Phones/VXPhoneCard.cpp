@@ -30,6 +30,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qsizetype mostNotices = 5;
 const QString lastSyncKey = u"lastSync"_s; // kept with the phone's preferences, and gone with them
 
 std::optional<bool> answerOf(VXDevicePlugin &device, const char *question)
@@ -59,6 +60,7 @@ VXPhoneCard::VXPhoneCard(const QUrl &url, QWidget *parent)
     : QFrame(parent), _url(url), _icon(new QLabel(this)), _name(new VXTextLabel({}, VXTextLabel::Role::Title, this)),
       _state(new VXTextLabel({}, VXTextLabel::Role::Body, this)),
       _facts(new VXTextLabel({}, VXTextLabel::Role::Secondary, this)),
+      _notices(new VXTextLabel({}, VXTextLabel::Role::Secondary, this)),
       _working(new VXTextLabel({}, VXTextLabel::Role::Caption, this)), _bar(new QProgressBar(this)),
       _button(new QPushButton(this))
 {
@@ -71,8 +73,9 @@ VXPhoneCard::VXPhoneCard(const QUrl &url, QWidget *parent)
     more->setToolTip(VXText("More"));
     auto *const texts = new QVBoxLayout;
     texts->setSpacing(2);
-    for (VXTextLabel *const label : {_name, _state, _facts})
+    for (VXTextLabel *const label : {_name, _state, _facts, _notices})
         texts->addWidget(label);
+    _notices->hide();
     texts->addSpacing(4);
     texts->addWidget(_working);
     texts->addWidget(_bar);
@@ -201,16 +204,28 @@ void VXPhoneCard::sync()
         return;
     _sync = new VXPhoneSync(_device, this);
     connect(_sync, &VXPhoneSync::progressDidChange, this, &VXPhoneCard::showProgress, Qt::QueuedConnection);
-    connect(_sync, &VXPhoneSync::didEnd, this, [this](const QStringList &problems, bool wasStopped) {
-        std::exchange(_sync, nullptr)->deleteLater();
-        if (problems.isEmpty() && !wasStopped && _device)
-            VXUserDefaults::standardUserDefaults().setObject(QDateTime::currentDateTimeUtc(),
-                                                             VXMakeDevicePreferenceKey(_url, lastSyncKey));
-        update();
-        Q_EMIT didSync(_url, problems, wasStopped);
-    });
+    connect(_sync, &VXPhoneSync::didEnd, this,
+            [this](const QStringList &problems, const QStringList &notices, bool wasStopped) {
+                std::exchange(_sync, nullptr)->deleteLater();
+                showNotices(notices);
+                if (problems.isEmpty() && !wasStopped && _device)
+                    VXUserDefaults::standardUserDefaults().setObject(QDateTime::currentDateTimeUtc(),
+                                                                     VXMakeDevicePreferenceKey(_url, lastSyncKey));
+                update();
+                Q_EMIT didSync(_url, problems, wasStopped);
+            });
     _sync->start();
     showProgress();
+}
+
+void VXPhoneCard::showNotices(QStringList notices)
+{
+    const qsizetype omitted = notices.size() - mostNotices;
+    if (omitted > 0)
+        notices = notices.mid(0, mostNotices) + QStringList(VXText("and %1 more").arg(omitted));
+    _notices->setText(notices.join(u'\n'));
+    _notices->setVisible(!notices.isEmpty());
+    setAccessibleDescription(notices.join(u' '));
 }
 
 void VXPhoneCard::showMenu()

@@ -36,6 +36,7 @@ private:
     void updateIcon();
     void showState();
     void showProgress();
+    void showNotices(QStringList notices);
     void showMenu();
     QString facts(const VXDevicePlugin &device) const;
 
@@ -46,6 +47,7 @@ private:
     VXTextLabel *_name;
     VXTextLabel *_state;
     VXTextLabel *_facts;
+    VXTextLabel *_notices; // of the last sync
     VXTextLabel *_working;
     QProgressBar *_bar;
     QPushButton *_button;

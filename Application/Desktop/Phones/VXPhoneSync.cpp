@@ -36,7 +36,7 @@ void VXPhoneSync::runNext()
 {
     if (_due.isEmpty()) {
         _action.reset();
-        Q_EMIT didEnd(_problems, _isStopped);
+        Q_EMIT didEnd(_problems, _notices, _isStopped);
         return;
     }
     _name = _due.takeFirst();
@@ -77,5 +77,15 @@ void VXPhoneSync::concluded()
             return;
         }
     }
+    takeNotices(action->result().toMap());
     runNext();
+}
+
+// What the phone does not take is a problem the first time only.
+void VXPhoneSync::takeNotices(const QVariantMap &result)
+{
+    _notices += result.value(u"notices"_s).toStringList() + result.value(u"conflicts"_s).toStringList();
+    const QStringList refused = result.value(u"names"_s).toMap().value(u"refused"_s).toStringList();
+    if (!refused.isEmpty())
+        _notices.append(VXText("Still refused by the phone: %1").arg(refused.join(", "_L1)));
 }

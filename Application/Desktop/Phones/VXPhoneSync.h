@@ -27,18 +27,20 @@ public:
 
 Q_SIGNALS:
     void progressDidChange();
-    /** What went wrong, a sentence for each; empty when all is well. */
-    void didEnd(const QStringList &problems, bool wasStopped);
+    /** What went wrong, a sentence for each; empty when all is well. And what is to be told besides. */
+    void didEnd(const QStringList &problems, const QStringList &notices, bool wasStopped);
 
 private:
     void runNext();
     void run(bool acceptsDeletions);
     void concluded();
+    void takeNotices(const QVariantMap &result);
 
     const VXDevicePlugin::Ptr _device;
     QStringList _due; // names of actions
     QString _name;
     VXDeviceAction::Ptr _action;
     QStringList _problems;
+    QStringList _notices;
     bool _isStopped = false;
 };

@@ -100,12 +100,16 @@ bool readFilters(VXHostContext &host, VXFetchRequest &request)
 {
     const VXHostOptions &options = host.options;
     QList<VXPredicate> all;
-    const std::pair<QString, QString> filters[] = {
+    const std::pair<QString, QString> ways[] = {
         {u"missed"_s, missedCalls}, {u"incoming"_s, u"direction == 1"_s}, {u"outgoing"_s, u"direction == 0"_s}};
-    for (const auto &[option, format] : filters) {
-        if (options.isSet(option))
-            all.append(*VXPredicate::predicateWithFormat(format));
+    QList<VXPredicate> any;
+    for (const auto &[option, format] : ways) {
+        const bool isIn = option == "incoming"_L1 && options.isSet(u"missed"_s); // all missed ones came in
+        if (options.isSet(option) && !isIn)
+            any.append(*VXPredicate::predicateWithFormat(format));
     }
+    if (!any.isEmpty())
+        all.append(VXPredicate::anyOf(any));
     if (const QString since = options.value(u"since"_s); !since.isNull()) {
         const QDateTime date = QDateTime::fromString(since, Qt::ISODate);
         if (!date.isValid()) {
@@ -141,8 +145,9 @@ int show(VXHostContext &host, const VXPersistentStoreCoordinator::Ptr &store)
         json.append(jsonOf(call, record, who));
         rows.append(rowOf(call, record, who));
     }
-    host.output.answer(json.isEmpty() ? u"There are no calls.\n"_s
-                                      : VXFittingTable(host.output, rows, {u"PHONE"_s, u"ID"_s}, u"WHO"_s),
+    const QString none =
+        request.predicate == VXPredicate() ? u"There are no calls.\n"_s : u"There are no such calls.\n"_s;
+    host.output.answer(json.isEmpty() ? none : VXFittingTable(host.output, rows, {u"PHONE"_s, u"ID"_s}, u"WHO"_s),
                        json);
     return VXHostOutput::Done;
 }
@@ -160,22 +165,23 @@ int runCalls(VXHostContext &host)
 
 VXHostCommand VXCallsCommand()
 {
-    return {.name = u"calls"_s,
-            .summary = u"Show the history of calls"_s,
-            .details =
-                u"The newest first, with the names of the contacts. A call that came in and that nobody took is "
-                u"\"missed\". "
-                "WHO is a name or the beginning of one, or a number. \"vornix sync\" and \"vornix run\" fill the "
-                "history, \"vornix import-calls\" reads it from a table, \"vornix export\" writes it."_s,
-            .options = {{.name = u"missed"_s, .placeholder = {}, .summary = u"Only calls that nobody took"_s},
-                        {.name = u"incoming"_s, .placeholder = {}, .summary = u"Only calls that came in"_s},
-                        {.name = u"outgoing"_s, .placeholder = {}, .summary = u"Only calls that went out"_s},
-                        {.name = u"with"_s, .placeholder = u"WHO"_s, .summary = u"Only calls with that party"_s},
-                        {.name = u"since"_s,
-                         .placeholder = u"DATE"_s,
-                         .summary = u"Only calls since then (ISO 8601; local time without a zone)"_s},
-                        {.name = u"limit"_s,
-                         .placeholder = u"N"_s,
-                         .summary = u"Show so many at most, 50 without; 0: all"_s}},
-            .run = runCalls};
+    return {
+        .name = u"calls"_s,
+        .summary = u"Show the history of calls"_s,
+        .details =
+            u"The newest first, with the names of the contacts. A call that came in and that nobody took is "
+            u"\"missed\". "
+            "WHO is a name or the beginning of one, or a number. \"vornix sync\" and \"vornix run\" fill the "
+            "history; --incoming and --outgoing together show both. \"vornix import-calls\" reads it from a table, \"vornix export\" writes it."_s,
+        .options = {{.name = u"missed"_s, .placeholder = {}, .summary = u"Only calls that nobody took"_s},
+                    {.name = u"incoming"_s, .placeholder = {}, .summary = u"Only calls that came in"_s},
+                    {.name = u"outgoing"_s, .placeholder = {}, .summary = u"Only calls that went out"_s},
+                    {.name = u"with"_s, .placeholder = u"WHO"_s, .summary = u"Only calls with that party"_s},
+                    {.name = u"since"_s,
+                     .placeholder = u"DATE"_s,
+                     .summary = u"Only calls since then (ISO 8601; local time without a zone)"_s},
+                    {.name = u"limit"_s,
+                     .placeholder = u"N"_s,
+                     .summary = u"Show so many at most, 50 without; 0: all"_s}},
+        .run = runCalls};
 }

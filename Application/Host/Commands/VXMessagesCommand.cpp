@@ -1,6 +1,7 @@
 #include "MessageDataConstants.h"
 #include "VXDeviceNamed.h"
 #include "VXDevicePlugin.h"
+#include "VXErrorText.h"
 #include "VXHostCommands.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
@@ -16,6 +17,7 @@
 #include "VXPluginSession.h"
 #include "VXReadableText.h"
 #include "VXShownDate.h"
+#include "VXStoreWorkLock.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QJsonArray>
@@ -213,6 +215,7 @@ int import(const Desk &desk)
 struct Verb : VXHostVerb
 {
     int (*run)(const Desk &desk);
+    bool isChange = false; // of what it looks up: nobody else's comes between
 };
 
 const QStringList messages{u"messages"_s}; // kinds of words
@@ -223,13 +226,13 @@ const Verb verbs[] = {
     {{u"list"_s, u"FOLDER"_s, 1, 1, folderNames}, list},
     {{u"conversation"_s, u"PERSON"_s, 1, 1}, conversation},
     {{u"send"_s, u"TO TEXT"_s, 2, 2}, send},
-    {{u"read"_s, u"ID"_s, 1, 1, messages}, read},
-    {{u"move"_s, u"ID FOLDER"_s, 2, 2, messages + folderNames}, move},
-    {{u"delete"_s, u"ID..."_s, 1, VXHostVerb::unlimited, messages}, VXDeleteMessages},
+    {{u"read"_s, u"ID"_s, 1, 1, messages}, read, true},
+    {{u"move"_s, u"ID FOLDER"_s, 2, 2, messages + folderNames}, move, true},
+    {{u"delete"_s, u"ID..."_s, 1, VXHostVerb::unlimited, messages}, VXDeleteMessages, true},
     {{u"empty-trash"_s}, VXEmptyMessageTrash},
     {{u"add-folder"_s, u"NAME"_s, 1, 1}, VXAddMessageFolder},
-    {{u"rename-folder"_s, u"FOLDER NAME"_s, 2, 2, folderNames}, VXRenameMessageFolder},
-    {{u"remove-folder"_s, u"FOLDER"_s, 1, 1, folderNames}, VXRemoveMessageFolder},
+    {{u"rename-folder"_s, u"FOLDER NAME"_s, 2, 2, folderNames}, VXRenameMessageFolder, true},
+    {{u"remove-folder"_s, u"FOLDER"_s, 1, 1, folderNames}, VXRemoveMessageFolder, true},
     {{u"import"_s, u"FILE"_s, 1, 1, {u"files"_s}}, import},
 };
 
@@ -240,6 +243,10 @@ int runMessages(VXHostContext &host)
         const std::optional<VXMessageStore> store = VXMessageStore::sharedStore();
         if (!store)
             return host.output.fail(u"there is no store of messages; \"vornix log\" may tell why"_s);
+        VXError error;
+        std::optional<VXStoreWorkLock> saving;
+        if (verb.isChange && !saving.emplace(*store->coordinator(), VXStoreWorkLock::savingName).isHeld(&error))
+            return host.output.fail(VXErrorText(error));
         VXManagedObjectContext context(store->coordinator());
         return verb.run({.host = host, .store = *store, .context = context});
     });

@@ -91,7 +91,9 @@ QString textOfResults(const QJsonObject &results)
         QStringList parts{textOfOutcome(result, u"added"_s, u"%1 added here"_s),
                           textOfOutcome(result, u"changed"_s, u"%1 changed here"_s),
                           textOfOutcome(result, u"removed"_s, u"%1 removed here"_s),
-                          textOfOutcome(result, u"carriedOut"_s, u"%1 changed on the phone"_s),
+                          textOfOutcome(result, u"addedThere"_s, u"%1 added on the phone"_s),
+                          textOfOutcome(result, u"changedThere"_s, u"%1 changed on the phone"_s),
+                          textOfOutcome(result, u"deletedThere"_s, u"%1 deleted on the phone"_s),
                           textOfOutcome(result, u"refused"_s, u"%1 still refused by the phone"_s)};
         parts.removeAll(QString());
         if (parts.isEmpty() && !result.contains(u"error"_s))

@@ -96,9 +96,8 @@ int answer(VXHostContext &context, const Choice &choice, bool merges)
                                 {u"shared"_s, QJsonArray::fromStringList(each.shared)},
                                 {u"merged"_s, VXJSONFromVariant(preview.map())}});
     }
-    const QString done =
-        merges ? u"Merged; \"vornix phonebook undo-import\" takes it back.\n"_s
-               : u"\"--merge\" makes one contact of each; \"duplicates 2 --merge\" only of the second.\n"_s;
+    const QString done = merges ? u"Merged; \"vornix phonebook undo-import\" takes it back.\n"_s
+                                : u"\"--merge\" makes one contact of each; with a NO before it only of that.\n"_s;
     context.output.answer(json.isEmpty() ? u"There are no duplicates.\n"_s
                                          : VXFittingTable(context.output, rows, {u"SHARE"_s, u"MERGED"_s}) + done,
                           QJsonObject{{u"duplicates"_s, json}, {u"merged"_s, merges && !json.isEmpty()}});

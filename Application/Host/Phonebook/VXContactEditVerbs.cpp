@@ -205,8 +205,7 @@ int VXEditContact(VXHostContext &context)
     if (!coordinator)
         return VXHostOutput::Failed;
     VXError error;
-    const VXStoreWorkLock lock(*coordinator,
-                               VXStoreWorkLock::savingName); // of two at once the second sees what the first did
+    const VXStoreWorkLock lock(*coordinator, VXStoreWorkLock::savingName); // the second sees what the first did
     if (!lock.isHeld(&error))
         return context.output.fail(VXErrorText(error));
     const VXNamedContact named(context);
@@ -221,12 +220,18 @@ int VXEditContact(VXHostContext &context)
 
 int VXDeleteContact(VXHostContext &context)
 {
+    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
+    if (!coordinator)
+        return VXHostOutput::Failed;
+    VXError error;
+    const VXStoreWorkLock lock(*coordinator, VXStoreWorkLock::savingName);
+    if (!lock.isHeld(&error))
+        return context.output.fail(VXErrorText(error));
     const VXNamedContact named(context);
     if (!named.person)
         return VXHostOutput::Failed;
     const VXShownContact shown(named.person);
     const QString name = shown.contact.shownName();
-    VXError error;
     const auto changeSet = VXContactHistory::insert(*named.contacts, u"deletion"_s, name, &error);
     if (changeSet) {
         VXContactHistory::note(*named.contacts, *changeSet, named.person, true);

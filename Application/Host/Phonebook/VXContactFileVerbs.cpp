@@ -221,7 +221,8 @@ int VXUndoContactImport(VXHostContext &context)
     const VXContactChangeSet &changeSet = undo->changeSet;
     const QString what =
         changeSet.title.isEmpty() ? changeSet.kind : u"%1 of %2"_s.arg(changeSet.kind, changeSet.title);
-    const bool isNothing = undo->removed + undo->restored + undo->broughtBack == 0 && !undo->left.isEmpty();
+    const bool isNothing =
+        undo->removed + undo->restored + undo->broughtBack == 0 && !(undo->left.isEmpty() && undo->kept.isEmpty());
     QString text = u"%1 the %2 (%3): %4 removed, %5 restored, %6 brought back\n"_s
                        .arg(isNothing  ? u"There is nothing left to undo of"_s
                             : isDryRun ? u"Would undo"_s
@@ -232,11 +233,14 @@ int VXUndoContactImport(VXHostContext &context)
                        .arg(undo->broughtBack);
     if (!undo->left.isEmpty())
         text += u"Left as they are, for they were changed since: %1\n"_s.arg(undo->left.join(", "_L1));
+    if (!undo->kept.isEmpty())
+        text += u"Kept, for they are on no phone any more: %1\n"_s.arg(undo->kept.join(", "_L1));
     context.output.answer(text, QJsonObject{{u"kind"_s, changeSet.kind},
                                             {u"title"_s, changeSet.title},
                                             {u"removed"_s, undo->removed},
                                             {u"restored"_s, undo->restored},
                                             {u"broughtBack"_s, undo->broughtBack},
-                                            {u"left"_s, QJsonArray::fromStringList(undo->left)}});
+                                            {u"left"_s, QJsonArray::fromStringList(undo->left)},
+                                            {u"kept"_s, QJsonArray::fromStringList(undo->kept)}});
     return isNothing ? VXHostOutput::Failed : VXHostOutput::Done;
 }

@@ -7,6 +7,7 @@
 #include "VXErrorDomain.h"
 #include "VXPhonebookPluginString.h"
 #include "VXPhoneNumber.h"
+#include "VXStoreWorkLock.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMap>
@@ -83,7 +84,8 @@ VXContactReconciler::~VXContactReconciler() = default;
 
 bool VXContactReconciler::run(const QList<VXPhoneContact> &contacts, bool isAll, VXError *error)
 {
-    std::optional<QList<VXContactPlace>> known = readPlaces(error);
+    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
+    std::optional<QList<VXContactPlace>> known = saving.isHeld(error) ? readPlaces(error) : std::nullopt;
     if (!known)
         return false;
     const bool isNew = _isNewPhone && isAll; // else it might be given twice what was not read

@@ -3,6 +3,7 @@
 #include "VXCoreDataSaveError.h"
 #include "VXDeviceURL.h"
 #include "VXPhonebookPluginString.h"
+#include "VXStoreWorkLock.h"
 
 using namespace Qt::StringLiterals;
 
@@ -25,6 +26,13 @@ bool makePlain(QVariantMap &object)
         value = text;
     }
     return isChanged;
+}
+
+// As the result calls it.
+QString outcomeOf(const VXPhoneChange &change)
+{
+    const bool wasThere = change.object.contains(u"expected"_s);
+    return !change.here ? u"deletedThere"_s : wasThere ? u"changedThere"_s : u"addedThere"_s;
 }
 
 QString actionOf(const VXPhoneChange &change)
@@ -117,7 +125,7 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
         VXLogCoreDataSaveError(error);
         return finish(error);
     }
-    _carriedOut.append(change.name);
+    _carriedOut[outcomeOf(change)].append(change.name);
     whole()->incrementProgress();
     carryOutNext();
 }
@@ -125,6 +133,9 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
 // Phones do not keep all that is written to them: what they made of it is what both agree on.
 bool VXContactSync::note(const VXPhoneChange &change, const QVariantMap &result, VXError *error)
 {
+    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
+    if (!saving.isHeld(error))
+        return false;
     VXManagedObjectContext context(_coordinator);
     context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
     const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID);
@@ -145,6 +156,9 @@ bool VXContactSync::note(const VXPhoneChange &change, const QVariantMap &result,
 
 bool VXContactSync::noteRefusal(const VXPhoneChange &change, VXError *error)
 {
+    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
+    if (!saving.isHeld(error))
+        return false;
     VXManagedObjectContext context(_coordinator);
     const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID);
     const bool isNews = object && VXContactPlace(object).noteRefusal(change.here);
@@ -160,7 +174,9 @@ void VXContactSync::finish(const VXError &error)
         {u"added"_s, _reconciler ? _reconciler->added() : QStringList()},
         {u"changed"_s, _reconciler ? _reconciler->changed() : QStringList()},
         {u"removed"_s, _reconciler ? _reconciler->removed() : QStringList()},
-        {u"carriedOut"_s, _carriedOut},
+        {u"addedThere"_s, _carriedOut.value(u"addedThere"_s)},
+        {u"changedThere"_s, _carriedOut.value(u"changedThere"_s)},
+        {u"deletedThere"_s, _carriedOut.value(u"deletedThere"_s)},
         {u"refused"_s, _refused}};
     QVariantMap names;
     for (const auto &[key, persons] : outcomes) {

@@ -4,6 +4,8 @@
 #include "VXDeviceWork.h"
 #include "VXFileLock.h"
 
+#include <QtCore/QMap>
+
 #include <deque>
 
 /**
@@ -37,7 +39,7 @@ private:
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     std::unique_ptr<VXContactReconciler> _reconciler; // once the phone was read
     std::deque<VXPhoneChange> _changes;               // left to be carried out
-    QStringList _carriedOut;                          // names
+    QMap<QString, QStringList> _carriedOut;           // names, by what was done on the phone
     QStringList _refused;                             // names: again, as was told before
     QStringList _problems;
 };

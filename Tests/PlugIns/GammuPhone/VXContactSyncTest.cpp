@@ -140,7 +140,7 @@ TEST_F(VXContactSyncTest, WhatWasDeletedOnOneSideIsDeletedOnTheOtherUnlessItWasC
                                      "Person8 was deleted on the phone and changed here: it is kept."));
     EXPECT_EQ(result[u"added"_s].toInt(), 1);
     EXPECT_EQ(result[u"removed"_s].toInt(), 1);
-    EXPECT_EQ(result[u"carriedOut"_s].toInt(), 2);
+    EXPECT_EQ(carriedOut(result), 2);
     EXPECT_EQ(here().size(), 6);
     EXPECT_THAT(here(), UnorderedElementsAreArray(there()));
     EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
@@ -151,6 +151,25 @@ TEST_F(VXContactSyncTest, WhatWasDeletedOnOneSideIsDeletedOnTheOtherUnlessItWasC
               u"1 0 1"_s); // and nothing is lost on the phone; what was brought back goes there again
     EXPECT_EQ(here().size(), 7);
     EXPECT_THAT(here(), UnorderedElementsAreArray(there()));
+}
+
+TEST_F(VXContactSyncTest, UndoingMoreThanOneThingTakesNobodyFromBothSides)
+{
+    fillPhone();
+    EXPECT_EQ(syncContacts()[u"added"_s].toInt(), 5);
+    vornix({u"phonebook"_s, u"delete"_s, u"Jane Doe"_s});
+    EXPECT_EQ(syncContacts()[u"deletedThere"_s].toInt(), 1);
+    EXPECT_EQ(vornix({u"phonebook"_s, u"undo-import"_s})[u"broughtBack"_s].toInt(), 1);
+    const QJsonValue second =
+        vornix({u"phonebook"_s, u"undo-import"_s}); // of the first sync, before she is there again
+    EXPECT_EQ(second[u"removed"_s].toInt(), 4);
+    EXPECT_EQ(second[u"kept"_s].toArray(), QJsonArray{u"Jane Doe"_s});
+    EXPECT_EQ(vornix({u"phonebook"_s, u"undo-import"_s}, 1)[u"error"_s].toString(),
+              u"There is no import or merge of contacts that could be undone."_s);
+    const QJsonObject result = syncContacts();
+    EXPECT_EQ(result[u"names"_s][u"addedThere"_s].toArray(), QJsonArray{u"Jane Doe"_s});
+    EXPECT_EQ(here().size(), 5);
+    EXPECT_THAT(there(), UnorderedElementsAreArray(here()));
 }
 
 // As when it is reset, or another card is in it.
@@ -176,7 +195,7 @@ TEST_F(VXContactSyncTest, APhoneThatLostMostOfItsContactsHasNotDeletedThem)
     EXPECT_THAT(here(), IsEmpty());
     vornix({u"phonebook"_s, u"undo-import"_s});
     EXPECT_EQ(here().size(), 5);
-    EXPECT_EQ(syncContacts({u"--add"_s})[u"carriedOut"_s].toInt(), 5);
+    EXPECT_EQ(syncContacts({u"--add"_s})[u"addedThere"_s].toInt(), 5);
     EXPECT_THAT(there(), UnorderedElementsAreArray(here()));
     for (const QString &contact : {u"Jane Doe"_s, u"Jürgen Müller"_s, u"花子 山田"_s})
         vornix({u"phonebook"_s, u"delete"_s, contact});
@@ -199,7 +218,7 @@ TEST_F(VXContactSyncTest, ANewPhoneGetsWhatTheOldOneHad)
     const QJsonObject result = syncContacts({u"--new-phone"_s});
     EXPECT_EQ(result[u"added"_s].toInt(), 1);
     EXPECT_EQ(result[u"removed"_s].toInt(), 0);
-    EXPECT_EQ(result[u"carriedOut"_s].toInt(), 4);
+    EXPECT_EQ(carriedOut(result), 4);
     EXPECT_EQ(there().size(), 6);
     EXPECT_THAT(here(), UnorderedElementsAreArray(former + QStringList{u"Own +15550300"_s, u"Other +15550301"_s}));
     EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
@@ -271,7 +290,7 @@ TEST_F(VXContactSyncTest, ControlCharactersAreInNobodysWay)
     EXPECT_EQ(sync(u"contacts"_s), u"0 0 0"_s);
     for (const QString &contact : {u"Evil"_s, u"Host"_s, u"Raw"_s})
         vornix({u"phonebook"_s, u"delete"_s, contact});
-    EXPECT_EQ(syncContacts()[u"carriedOut"_s].toInt(), 3);
+    EXPECT_EQ(syncContacts()[u"deletedThere"_s].toInt(), 3);
 }
 
 TEST_F(VXContactSyncTest, WhatAPhoneRefusesIsToldAndTheRestIsDone)
@@ -281,7 +300,7 @@ TEST_F(VXContactSyncTest, WhatAPhoneRefusesIsToldAndTheRestIsDone)
     edit(u"Jane Doe"_s, {u"--note"_s, QString(300, u'x')});
     edit(u"花子 山田"_s, {u"--company"_s, u"Ours"_s});
     const QJsonObject result = syncContacts({}, 1);
-    EXPECT_EQ(result[u"carriedOut"_s].toInt(), 1);
+    EXPECT_EQ(carriedOut(result), 1);
     EXPECT_EQ(result[u"problems"_s].toArray().size(), 1);
     EXPECT_EQ(syncContacts()[u"refused"_s].toInt(), 1); // which was told
     EXPECT_TRUE(readFile(cardPath(1)).contains("evening"));

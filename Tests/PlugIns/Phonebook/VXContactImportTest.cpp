@@ -642,7 +642,7 @@ TEST_F(VXContactImportTest, AStoreThatIsMergedIsOneStepAndBringsNoHistory)
 TEST_F(VXContactImportTest, AnImportThatIsBrokenOffTellsWhatIsIn)
 {
     QByteArray cards;
-    for (int each = 0; each < 700; ++each)
+    for (int each = 0; each < 2500; ++each)
         cards += card("Jane N" + QByteArray::number(each), "TEL:555 0100\r\n");
     QBuffer buffer(&cards);
     ASSERT_TRUE(buffer.open(QIODevice::ReadOnly));
@@ -653,7 +653,7 @@ TEST_F(VXContactImportTest, AnImportThatIsBrokenOffTellsWhatIsIn)
     VXError error;
     EXPECT_FALSE(broken.run(reader, &error));
     EXPECT_EQ(error.code(), VXErrorCancelled);
-    EXPECT_EQ(broken.reportSoFar().added, 500);
-    EXPECT_EQ(countOf(u"VXPerson"_s), 500);
-    EXPECT_EQ(undo(), u"500 0 0 "_s);
+    EXPECT_EQ(broken.reportSoFar().added, 2000);
+    EXPECT_EQ(countOf(u"VXPerson"_s), 2000);
+    EXPECT_EQ(undo(), u"2000 0 0 "_s);
 }

@@ -130,7 +130,8 @@ protected:
         return u"%1 %2 %3 %4"_s.arg(result.value(u"added"_s).toInt())
             .arg(result.value(u"changed"_s).toInt())
             .arg(result.value(u"removed"_s).toInt())
-            .arg(result.value(u"carriedOut"_s).toInt());
+            .arg(result.value(u"addedThere"_s).toInt() + result.value(u"changedThere"_s).toInt() +
+                 result.value(u"deletedThere"_s).toInt());
     }
     QStringList here() const
     {
