@@ -9,6 +9,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QScopeGuard>
+#include <QtCore/QUuid>
 
 #include <cerrno>
 #include <cstdio>
@@ -22,8 +23,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Only one worker writes at a time.
-constexpr char beingWritten[] = ".vornix-new";
+constexpr char beingWritten[] = ".vornix-new"; // what such names begin with
 
 VXError writeError(const QString &path)
 {
@@ -34,7 +34,8 @@ VXError writeError(const QString &path)
 } // namespace
 
 VXMetaDataFolder::VXMetaDataFolder(const QString &identifier)
-    : _path(VXFileManager::defaultManager().pathToUserMetadataFolder() + u'/' + identifier)
+    : _path(VXFileManager::defaultManager().pathToUserMetadataFolder() + u'/' + identifier),
+      _beingWritten(beingWritten + QUuid::createUuid().toByteArray(QUuid::Id128))
 {
 }
 
@@ -68,7 +69,7 @@ bool VXMetaDataFolder::forEachName(const std::function<void(const QString &name)
     return forEachEntry([&visit](const char *name) { visit(QFile::decodeName(name)); });
 }
 
-bool VXMetaDataFolder::forEachEntry(const std::function<void(const char *name)> &visit) const
+bool VXMetaDataFolder::forEachEntry(const std::function<void(const char *name)> &visit, bool removesUnfinished) const
 {
     // A descriptor of its own: listing moves the place where the next one would begin.
     VXFileDescriptor descriptor(::openat(_folder.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -80,6 +81,8 @@ bool VXMetaDataFolder::forEachEntry(const std::function<void(const char *name)> 
     while (const dirent *const entry = ::readdir(list)) {
         if (entry->d_name[0] != '.')
             visit(entry->d_name);
+        else if (removesUnfinished && QByteArrayView(entry->d_name).startsWith(beingWritten))
+            ::unlinkat(_folder.number(), entry->d_name, 0);
     }
     return true;
 }
@@ -144,7 +147,7 @@ bool VXMetaDataFolder::write(const QString &name, const QVariantMap &values, std
     if (bytes.isNull())
         return false;
     const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
-    VXFileDescriptor file(::openat(_folder.number(), beingWritten, flags, S_IRUSR | S_IWUSR));
+    VXFileDescriptor file(::openat(_folder.number(), _beingWritten.constData(), flags, S_IRUSR | S_IWUSR));
     bool isWritten = file.isOpen() && file.writeAll(bytes);
     if (isWritten && time) {
         const qint64 seconds = *time >= 0 ? *time / 1000 : (*time - 999) / 1000;
@@ -153,11 +156,11 @@ bool VXMetaDataFolder::write(const QString &name, const QVariantMap &values, std
         isWritten = ::futimens(file.number(), times) == 0;
     }
     isWritten = file.close() && isWritten;
-    if (isWritten &&
-        ::renameat(_folder.number(), beingWritten, _folder.number(), QFile::encodeName(name).constData()) == 0)
+    if (isWritten && ::renameat(_folder.number(), _beingWritten.constData(), _folder.number(),
+                                QFile::encodeName(name).constData()) == 0)
         return true;
     VXSetError(error, writeError(pathOf(name)));
-    ::unlinkat(_folder.number(), beingWritten, 0);
+    ::unlinkat(_folder.number(), _beingWritten.constData(), 0);
     return false;
 }
 
@@ -178,11 +181,6 @@ bool VXMetaDataFolder::setOrigin(const QByteArray &mark) const
 bool VXMetaDataFolder::removeOrigin() const
 {
     return QFile::remove(originPath()) || !QFile::exists(originPath());
-}
-
-void VXMetaDataFolder::removeUnfinished() const
-{
-    ::unlinkat(_folder.number(), beingWritten, 0);
 }
 
 bool VXMetaDataFolder::remove(const QString &name) const

@@ -41,8 +41,9 @@ public:
     /** Visits what lies there, without what is hidden; what the visitor removes or makes may be visited or not. False when it
      *  cannot be listed. */
     bool forEachName(const std::function<void(const QString &name)> &visit) const;
-    /** The same by the names as the disk has them. */
-    bool forEachEntry(const std::function<void(const char *name)> &visit) const;
+    /** The same by the names as the disk has them. `removesUnfinished`: what a killed process had not written to its end goes;
+     *  for who holds the lock. */
+    bool forEachEntry(const std::function<void(const char *name)> &visit, bool removesUnfinished = false) const;
     qint64 fileCount() const;
     /** Milliseconds since 1970 of the last change; none without a file, and for what is there but is none. `isFree`: whether
      *  nothing is there. */
@@ -56,8 +57,6 @@ public:
     /** Writes a file as of that time, in milliseconds since 1970; as of now for none. */
     bool write(const QString &name, const QVariantMap &values, std::optional<qint64> time,
                VXError *error = nullptr) const;
-    /** What a killed process had not written to its end. For who holds the lock. */
-    void removeUnfinished() const;
     /** False, with errno, when it is still there. */
     bool remove(const QString &name) const;
 
@@ -65,5 +64,6 @@ private:
     QString originPath() const { return _path + QLatin1String(".store"); }
 
     const QString _path;
+    const QByteArray _beingWritten; // nobody else's, also where somebody has removed the lock that others hold
     VXFileDescriptor _folder;
 };

@@ -67,7 +67,6 @@ VXMetaDataMirror::VXMetaDataMirror(const QString &identifier, const QString &mod
 VXMetaDataMirror::Use::Use(VXMetaDataMirror &mirror) : _mirror(mirror)
 {
     static_cast<void>(_mirror._folder.open()); // else what is written is told
-    _mirror._folder.removeUnfinished();
     _mirror._isFolderGone = false;
     _mirror._isWhole = true;
     _mirror._indexer.open();

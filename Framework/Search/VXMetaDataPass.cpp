@@ -295,7 +295,7 @@ bool VXMetaDataSync::Pass::synchronize(const VXManagedObjectPtr &object, const Q
 
 bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
 {
-    const bool isListed = _sync._mirror.folder().forEachEntry([&](const char *name) {
+    const auto visit = [&](const char *name) {
         if (!_sync.isRunning())
             return;
         const std::optional<qint64> number = _names->numberIn(name);
@@ -305,7 +305,8 @@ bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
         }
         _activity->increment();
         static_cast<void>(withFile([&] { _sync._mirror.removeOrphan(QFile::decodeName(name)); }));
-    });
+    };
+    const bool isListed = _sync._mirror.folder().forEachEntry(visit, true);
     if (!isListed)
         log(VXLogError, "The folder can not be listed: "_L1 + _sync._mirror.folder().path());
     return isListed && _sync.isRunning();

@@ -10,6 +10,7 @@
 #include "VXSearchIndex.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFile>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -29,13 +30,14 @@ bool removeFiles(const QString &identifier)
     VXMetaDataFolder folder(identifier);
     bool isGone = true;
     if (folder.openExisting()) {
-        folder.removeUnfinished();
-        isGone = folder.forEachName([&](const QString &name) {
+        const auto remove = [&](const char *entry) {
+            const QString name = QFile::decodeName(entry);
             if (VXNumberInMetaDataFilename(name))
                 static_cast<void>(folder.remove(name)); // else the folder stays, which is told
             else
                 static_cast<void>(VXFileManager::defaultManager().safelyTrashFileAtPath(folder.pathOf(name)));
-        });
+        };
+        isGone = folder.forEachEntry(remove, true);
     }
     return isGone && (!VXExistsAtPath(folder.path()) || QDir().rmdir(folder.path())) && folder.removeOrigin();
 }

@@ -622,6 +622,7 @@ TEST_F(VXMetaDataSyncTest, MakesRightWhatOthersDoToItsFolder)
          {u"notes.txt"_s, u"p1_MD2.other"_s, u"p1_MD1.person"_s, u"p-1_MD2.person"_s, u"p01_MD2.person"_s})
         writeFile(QDir(path()).relativeFilePath(folder() + u'/' + name), "mine");
     ASSERT_TRUE(QDir(folder()).mkdir(u"more"_s));
+    writeFile(QDir(path()).relativeFilePath(folder() + "/.vornix-new0"_L1), "of who was killed");
     EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2, .orphaned = 6}));
     EXPECT_EQ(files().size(), 2);
     const QString trash = VXFileManager::defaultManager().pathToUserTrashFolder();
