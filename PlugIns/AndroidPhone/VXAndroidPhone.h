@@ -4,6 +4,8 @@
 #include "VXConnectMessages.h"
 #include "VXPhoneCalls.h"
 
+#include <chrono>
+
 /**
  * An Android phone that KDE Connect's daemon reaches over the network: contacts, messages with their whole history, calls that come
  * in, and dialling on the phone. The plugin's README lists preferences, properties, actions, events, and what must be allowed
@@ -26,6 +28,8 @@ protected:
     void reach() override;
 
 private:
+    static constexpr std::chrono::seconds answerLimit{15}; // of the daemon
+
     void listen();
     void offerActions(const QStringList &plugins);
 

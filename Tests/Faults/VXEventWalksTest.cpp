@@ -11,9 +11,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /** Walks over what is written when something happened. */
-class VXEventWalks : public VXHomeTest
-{
-};
+using VXEventWalks = VXHomeTest;
 
 // What each export makes anew.
 QByteArray withoutStamps(const QByteArray &contents)

@@ -29,9 +29,7 @@ QByteArrayList linesOf(const QByteArray &text, const QByteArray &name)
 
 } // namespace
 
-class VXContentLineExportersTest : public VXHomeTest
-{
-};
+using VXContentLineExportersTest = VXHomeTest;
 
 TEST_F(VXContentLineExportersTest, TextIsEscapedAsTheStandardsShow)
 {

@@ -2,6 +2,7 @@
 
 #include "VXExportFile.h"
 
+#include "VXOtherProcess.h"
 #include "VXPlugInTesting.h"
 
 #include <QtCore/QDir>
@@ -86,11 +87,7 @@ TEST_F(VXExportFileTest, WhatAKilledProcessLeftIsCutOffByTheNextExport)
         ASSERT_EQ(::waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFSIGNALED(status));
     };
-    const struct
-    {
-        Mode mode;
-        qint64 offset;
-    } table[] = {{Mode::Append, -1}, {Mode::Append, 1}, {Mode::Replace, -1}};
+    const std::pair<Mode, qint64> table[] = {{Mode::Append, -1}, {Mode::Append, 1}, {Mode::Replace, -1}};
     for (const auto &[mode, offset] : table) {
         const QString file = writeFile(u"a.txt"_s, "old\n");
         killWhileWriting(file, mode, offset);
@@ -146,30 +143,21 @@ TEST_F(VXExportFileTest, RefusesWhatIsNoFile)
 TEST_F(VXExportFileTest, ProcessesWriteOneAfterTheOther)
 {
     const QString file = path(u"shared.csv"_s);
-    const int processes = 4;
-    const int lines = 50;
-    for (int process = 0; process < processes; ++process) {
-        if (::fork() != 0)
-            continue;
+    const auto write = [&](int process) {
         const auto exporter = VXMakeShippedPlugin<VXExporterPlugin>(u"CSVExporterPlugin"_s);
-        QVariantMap options{{VXExporterOptionsFilePathKey, file}};
         bool isDone = true;
-        for (int line = 0; line < lines; ++line) {
+        for (int line = 0; line < 50; ++line) {
             const QVariantMap object{{u"process"_s, process}, {u"text"_s, QString(5000, u'x')}};
-            isDone = isDone && !exporter->exportObjects({object}, options);
+            isDone = isDone && !exporter->exportObjects({object}, {{VXExporterOptionsFilePathKey, file}});
             QString reason; // what an export in place of the file does, with the same contents
             if (const auto same = line % 10 == 0 ? VXExportFile::open(file, Mode::Replace, &reason) : nullptr) {
                 same->write(readFile(file));
                 isDone = isDone && same->commit(&reason);
             }
         }
-        ::_exit(isDone ? 0 : 1);
-    }
-    for (int process = 0; process < processes; ++process) {
-        int status = 1;
-        EXPECT_GT(::wait(&status), 0);
-        EXPECT_EQ(status, 0);
-    }
+        return isDone;
+    };
+    EXPECT_EQ(VXProcessesThatSucceed(4, write), 4);
     const QByteArray counted = VXPython(u"import csv, sys, collections\n"
                                         "rows = list(csv.reader(open(sys.argv[1], newline='')))\n"
                                         "print(rows[0], sorted(collections.Counter(r[0] for r in rows[1:]).items()),"

@@ -120,12 +120,7 @@ TEST_F(VXTableExportersTest, CSVAsksWhoACallWasWith)
 TEST_F(VXTableExportersTest, CSVJoinsWhatTheFileHolds)
 {
     const QVariantMap call{{u"from"_s, u"Doe, J"_s}, {u"length"_s, 3}};
-    const struct
-    {
-        QByteArray before;
-        QVariantMap options;
-        QByteArray rows;
-    } cases[] = {
+    const std::tuple<QByteArray, QVariantMap, QByteArray> cases[] = {
         {"from\nJane\n", {}, "[['from', 'length'], ['Jane', ''], ['Doe, J', '3']]"}, // no value is lost
         {"from\nJane", {{u"columns"_s, u"from"_s}}, "[['from'], ['Jane'], ['Doe, J']]"},
         {"\"from\"\r\n\"a\r\nb\"\r\n\r\n", {}, R"([['from', 'length'], ['a\r\nb', ''], [], ['Doe, J', '3']])"},

@@ -160,20 +160,16 @@ TEST_F(VXBundleTest, ChoosesLanguagesByPreferenceThenRegion)
         QDir().mkpath(bundle->resourcesPath() + u'/' + QString::fromLatin1(language) + u".lproj"_s);
     EXPECT_EQ(bundle->localizations(),
               (QStringList{u"German"_s, u"en"_s, u"pt"_s, u"pt-PT"_s, u"pt_BR"_s, u"zh-Hant"_s}));
-    const struct
-    {
-        QStringList languages;
-        QStringList expected;
-    } rows[] = {
+    const std::pair<QStringList, QStringList> rows[] = {
         {{u"pt-BR"_s}, {u"pt_BR"_s, u"pt"_s, u"en"_s}},
         {{u"pt_PT"_s, u"de-AT"_s}, {u"pt-PT"_s, u"pt"_s, u"German"_s, u"en"_s}},
         {{u"fr-FR"_s}, {u"en"_s}},
         {{u"zh-Hant-TW"_s, u"en-US"_s}, {u"zh-Hant"_s, u"en"_s}},
         {{u"x/../.."_s, QString()}, {u"en"_s}},
     };
-    for (const auto &row : rows) {
-        VXBundle::setPreferredLanguages(row.languages);
-        EXPECT_EQ(bundle->preferredLocalizations(), row.expected);
+    for (const auto &[languages, expected] : rows) {
+        VXBundle::setPreferredLanguages(languages);
+        EXPECT_EQ(bundle->preferredLocalizations(), expected);
     }
     VXBundle::setPreferredLanguages({});
     EXPECT_FALSE(VXBundle::preferredLanguages().isEmpty());
@@ -259,12 +255,7 @@ TEST_F(VXBundleTest, MakesItsPrincipalClass)
 
 TEST_F(VXBundleTest, RefusesCodeThatCannotBeUsedWithItsReason)
 {
-    const struct
-    {
-        VXBundle::Ptr bundle;
-        bool loads;
-        const char *reason;
-    } rows[] = {
+    const std::tuple<VXBundle::Ptr, bool, const char *> rows[] = {
         {bundleWithCode(u"WrongVersionCode"_s, u"w"_s), true, "built for interface version "},
         {bundleWithCode(u"NoEntryPointCode"_s, u"n"_s), true, "undefined symbol: VXBundlePrincipalClass"},
         {bundleWithCode(u"UnresolvedSymbolCode"_s, u"u"_s), false, "undefined symbol: symbolThatIsDefinedNowhere"},
@@ -274,13 +265,13 @@ TEST_F(VXBundleTest, RefusesCodeThatCannotBeUsedWithItsReason)
         {VXBundle::bundleWithPath(makeBundle(u"outside"_s, {{u"CFBundleExecutable"_s, u"../../x"_s}})), false,
          "names no code"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[bundle, loads, reason] : rows) {
         VXError error;
-        EXPECT_EQ(row.bundle->principalClass(&error), nullptr);
+        EXPECT_EQ(bundle->principalClass(&error), nullptr);
         EXPECT_EQ(error.code(), int(VXPlatformErrorCode::BundleLoad));
         EXPECT_THAT(error.description().toStdString(),
-                    AllOf(HasSubstr(row.reason), HasSubstr(row.bundle->bundlePath().toStdString())));
-        EXPECT_EQ(row.bundle->load(), row.loads) << row.reason;
+                    AllOf(HasSubstr(reason), HasSubstr(bundle->bundlePath().toStdString())));
+        EXPECT_EQ(bundle->load(), loads) << reason;
     }
 }
 

@@ -22,11 +22,7 @@ std::string errorOf(const QByteArray &data)
 
 TEST(VXStringsTableTest, ReadsTheTextForm)
 {
-    const struct
-    {
-        const char *text;
-        Table table;
-    } rows[] = {
+    const std::pair<const char *, Table> rows[] = {
         {"", {}},
         {" \n// only a comment", {}},
         {"\"a\" = \"b\";", {{u"a"_s, u"b"_s}}},
@@ -40,10 +36,9 @@ TEST(VXStringsTableTest, ReadsTheTextForm)
         {"a = \"first\"; a = \"last\";", {{u"a"_s, u"last"_s}}},
         {"\"Zo\xc3\xab\" = \"\xf0\x9f\x93\xb1\";", {{u"Zoë"_s, u"📱"_s}}},
     };
-    for (const auto &row : rows) {
+    for (const auto &[text, table] : rows) {
         VXError error;
-        EXPECT_EQ(VXStringsTable::fromData(row.text, &error), row.table) << row.text << '\n'
-                                                                         << error.description().toStdString();
+        EXPECT_EQ(VXStringsTable::fromData(text, &error), table) << text << '\n' << error.description().toStdString();
     }
 }
 
@@ -75,11 +70,7 @@ TEST(VXStringsTableTest, ReadsPropertyLists)
 
 TEST(VXStringsTableTest, ErrorsTellLineAndReason)
 {
-    const struct
-    {
-        QByteArray data;
-        const char *error;
-    } rows[] = {
+    const std::pair<QByteArray, const char *> rows[] = {
         {"\"a\" = \"b\";\n\"c\" = \"d\"\n\"e\" = \"f\";", "line 3: expected \";\" after the entry \"c\""},
         {"\n\"a\" \"b\";", "line 2: expected \";\""},
         {"a = ;", "line 1: expected a value, found \";\""},
@@ -94,8 +85,8 @@ TEST(VXStringsTableTest, ErrorsTellLineAndReason)
         {"a;\n\"\xff\";\n", "line 2: the text is not valid UTF-8"},
         {QByteArray("\xff\xfe\x0a\0\x3d\xd8\x22\0", 8), "line 2: the text is not valid UTF-16"},
     };
-    for (const auto &row : rows)
-        EXPECT_THAT(errorOf(row.data), HasSubstr(row.error));
+    for (const auto &[data, error] : rows)
+        EXPECT_THAT(errorOf(data), HasSubstr(error));
 }
 
 using VXStringsTableFileTest = VXHomeTest;

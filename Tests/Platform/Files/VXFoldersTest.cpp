@@ -7,9 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-class VXFoldersTest : public VXHomeTest
-{
-};
+using VXFoldersTest = VXHomeTest;
 
 TEST_F(VXFoldersTest, EveryPerUserFolderLiesBelowTheHomeFolder)
 {

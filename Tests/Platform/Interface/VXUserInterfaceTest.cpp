@@ -77,12 +77,7 @@ protected:
 
 TEST_F(VXUserInterfaceTest, AlertOnTerminalTakesNumbersAndBeginnings)
 {
-    const struct
-    {
-        QByteArray typed;
-        VXAlertButton button;
-        bool isChecked;
-    } cases[] = {
+    const std::tuple<QByteArray, VXAlertButton, bool> cases[] = {
         {"\n\n", VXAlertButton::Default, false},
         {"y\n2\n", VXAlertButton::Alternate, true},
         {"n\nrepl\n", VXAlertButton::Other, false},

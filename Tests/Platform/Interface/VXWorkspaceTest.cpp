@@ -47,12 +47,7 @@ TEST_F(VXWorkspaceTest, FindsApplicationsByTheDesktopEntryRules)
     writeEntry(u"machine/applications/gone.desktop"_s, "X-Vornix-Identifier=com.example.gone");
     writeFile(user + u"broken.desktop"_s, "no group at all");
 
-    const struct
-    {
-        QString identifier;
-        QString found;
-        VXIcon icon;
-    } cases[] = {
+    const std::tuple<QString, QString, VXIcon> cases[] = {
         {u"org.example.Both"_s, both, {u"user"_s, {}, {}}},
         {u"org.example.Both.desktop"_s, both, {u"user"_s, {}, {}}},
         {u"kde-viewer"_s, nested, {{}, {}, u"/icons/viewer.png"_s}},

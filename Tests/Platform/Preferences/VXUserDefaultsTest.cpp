@@ -41,13 +41,7 @@ TEST_F(VXUserDefaultsTest, TheDomainGoesBeforeWhatWasRegistered)
 TEST_F(VXUserDefaultsTest, ReadsValuesAsTheTypeAskedFor)
 {
     VXUserDefaults defaults(u"test"_s, folder());
-    const struct
-    {
-        QVariant value;
-        bool asBool;
-        qint64 asInteger;
-        QStringList asTexts;
-    } cases[] = {
+    const std::tuple<QVariant, bool, qint64, QStringList> cases[] = {
         {true, true, 1, {}},
         {0, false, 0, {}},
         {2.5, true, 3, {}},
@@ -142,11 +136,7 @@ TEST_F(VXUserDefaultsTest, TwoProcessesLoseNothingOfEachOther)
 TEST_F(VXUserDefaultsTest, ADamagedFileIsSetAsideAndNothingOfItIsLost)
 {
     const VXDiagnosticRecorder recorder;
-    const struct
-    {
-        QByteArray contents;
-        QString aside;
-    } cases[] = {
+    const std::pair<QByteArray, QString> cases[] = {
         {"<plist><dict><key>a</key>", u"test.plist.damaged"_s}, // cut off
         {"bplist00 but not really", u"test.plist.damaged.1"_s},
         {"<plist version=\"1.0\"><string>no dictionary</string></plist>", u"test.plist.damaged.2"_s},

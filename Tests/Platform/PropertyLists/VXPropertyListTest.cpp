@@ -96,11 +96,7 @@ TEST(VXPropertyListTest, ReadsXMLValues)
 
 TEST(VXPropertyListTest, XMLErrorsTellLineAndReason)
 {
-    const struct
-    {
-        QByteArray data;
-        const char *error;
-    } rows[] = {
+    const std::pair<QByteArray, const char *> rows[] = {
         {"", "it is empty"},
         {"just text", "neither XML nor the binary form"},
         {"<html><body/></html>", "line 1: unknown element \"html\""},
@@ -124,8 +120,8 @@ TEST(VXPropertyListTest, XMLErrorsTellLineAndReason)
         {"<?xml version='1.0' encoding='EBCDIC'?><plist><true/></plist>", "unknown encoding \"EBCDIC\""},
         {document(QByteArray("<array>").repeated(600'000)), "nested deeper than 512 levels"},
     };
-    for (const auto &row : rows)
-        EXPECT_THAT(errorOf(row.data), HasSubstr(row.error));
+    for (const auto &[data, error] : rows)
+        EXPECT_THAT(errorOf(data), HasSubstr(error));
 }
 
 TEST(VXPropertyListTest, ReadsOtherEncodingsOfXML)
@@ -181,11 +177,7 @@ TEST(VXPropertyListTest, BinaryErrorsTellTheReason)
     QList<QByteArray> doubling{"\xa2\x01\x01"};
     for (char next = 2; next < 60; ++next)
         doubling.append(QByteArray("\xa2") + next + next);
-    const struct
-    {
-        QByteArray data;
-        const char *error;
-    } rows[] = {
+    const std::pair<QByteArray, const char *> rows[] = {
         {"bplist00", "cut off"},
         {"bplist15" + binary({"\x08"}).mid(8), "unknown version"},
         {binary({"\xa1\x01", "\xa1\x02", QByteArray("\xa1\x00", 2)}), "contains itself"},
@@ -201,8 +193,8 @@ TEST(VXPropertyListTest, BinaryErrorsTellTheReason)
         {binary({"\x14" + QByteArray(7, '\0') + "\x01" + QByteArray(8, '\0')}), "does not fit into 64 bits"},
         {binary(doubling + QList<QByteArray>{"\x08"}), "too many references"},
     };
-    for (const auto &row : rows)
-        EXPECT_THAT(errorOf(row.data), HasSubstr(row.error)) << row.data.toHex().constData();
+    for (const auto &[data, error] : rows)
+        EXPECT_THAT(errorOf(data), HasSubstr(error)) << data.toHex().constData();
 }
 
 TEST(VXPropertyListTest, WhatIsWrittenReadsBackEqual)

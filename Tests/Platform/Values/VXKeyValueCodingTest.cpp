@@ -37,11 +37,7 @@ TEST(VXKeyValueCoding, FollowsKeyPathsOverEveryKindOfObject)
                            {u"record"_s, coding},
                            {u"list"_s, QVariantList{QVariantMap{{u"n"_s, 1}}, QVariantMap{}, object}},
                            {u"a.b"_s, 1}};
-    const struct
-    {
-        QString path;
-        QVariant expected;
-    } cases[] = {
+    const std::pair<QString, QVariant> cases[] = {
         {u"owner.phone.model"_s, u"T610"_s},
         {u"owner.age"_s, 42},
         {u"owner.nick"_s, u"Jo"_s},

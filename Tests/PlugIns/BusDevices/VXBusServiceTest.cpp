@@ -65,13 +65,6 @@ TEST_F(VXBusServiceTest, TellsWhetherTheServiceIsThere)
     EXPECT_EQ(news.last(), u"appeared"_s);
 }
 
-TEST_F(VXBusServiceTest, ReadsTheStateOfAServiceThatRunsAlready)
-{
-    mock.emplace(address.toLocal8Bit(), name);
-    makeService();
-    ASSERT_TRUE(hears({u"appeared"_s}));
-}
-
 TEST_F(VXBusServiceTest, TellsWhyABusIsOutOfReach)
 {
     makeService("unix:path="_L1 + path(u"nothing"_s));

@@ -165,15 +165,12 @@ TEST_F(CallsPluginTest, WritesOneObjectForEachCall)
 
 TEST_F(CallsPluginTest, SearchTextsNameTheOtherParty)
 {
-    const struct
-    {
-        QString to;
-        QString search;
-    } cases[] = {{u"0044 20 7946 0123"_s, u"2079460123"_s},
-                 {u"Doe, Jane <+49 30 901820>, Bob <Bob@Example.org>"_s, u"Doe, Jane 30901820, Bob bob@example.org"_s},
-                 {u"Friends { Jo <555 0101>, 555 0102 }"_s, u"Jo 5550101, 5550102"_s},
-                 {u"unknown"_s, u"unknown"_s},
-                 {{}, {}}};
+    const std::pair<QString, QString> cases[] = {
+        {u"0044 20 7946 0123"_s, u"2079460123"_s},
+        {u"Doe, Jane <+49 30 901820>, Bob <Bob@Example.org>"_s, u"Doe, Jane 30901820, Bob bob@example.org"_s},
+        {u"Friends { Jo <555 0101>, 555 0102 }"_s, u"Jo 5550101, 5550102"_s},
+        {u"unknown"_s, u"unknown"_s},
+        {{}, {}}};
     double seconds = 0;
     QStringList expected;
     for (const auto &[to, search] : cases) {

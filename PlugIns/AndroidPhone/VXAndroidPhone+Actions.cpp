@@ -1,0 +1,154 @@
+// What is done with the phone: pairing, reading its contacts, dialling.
+
+#include "VXAndroidPhone.h"
+
+#include "VXBusText.h"
+#include "VXConnectContacts.h"
+#include "VXConnectNames.h"
+#include "VXPhoneText.h"
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto pairLimit = 45s;      // the daemon gives the person 30
+constexpr auto discoveryLimit = 20s; // for the phone to be heard of
+constexpr auto contactsLimit = 60s;
+
+} // namespace
+
+// -- Pairing
+
+// A phone that is not heard of is looked for.
+void VXAndroidPhone::pair(VXBusErrand &errand)
+{
+    const QVariantList owner{u"vornix"_s};
+    const VXBusCall release{.path = VXConnectNames::root,
+                            .interface = VXConnectNames::daemon,
+                            .method = u"releaseDiscoveryMode"_s,
+                            .arguments = owner};
+    errand.setFarewell([service = _service, release] { service->send(release); });
+    errand.begin(text(u"Looking for the phone"_s), discoveryLimit);
+    const auto look = [this, &errand] {
+        errand.call({.path = VXConnectNames::root,
+                     .interface = VXConnectNames::daemon,
+                     .method = u"deviceNames"_s,
+                     .arguments = {true, false},
+                     .signature = u"a{ss}"_s},
+                    [this, &errand](const QVariantList &answer) {
+                        VXError error;
+                        const auto phones = qdbus_cast<QMap<QString, QString>>(answer.value(0));
+                        const QString phone = choose(phones, &error);
+                        if (!phone.isNull()) {
+                            setPhone(phone);
+                            requestPair(errand);
+                        } else if (phones.size() > 1 && preferenceForKey(u"device"_s).toString().isEmpty()) {
+                            errand.fail(error);
+                        }
+                    });
+    };
+    errand.listen(VXConnectNames::root, VXConnectNames::daemon, {}, [look](const QDBusMessage &) { look(); });
+    for (const QString &method : {u"acquireDiscoveryMode"_s, u"forceOnNetworkChange"_s})
+        errand.call({.path = VXConnectNames::root,
+                     .interface = VXConnectNames::daemon,
+                     .method = method,
+                     .arguments = method == "acquireDiscoveryMode"_L1 ? owner : QVariantList()},
+                    [](const QVariantList &) {});
+    look();
+}
+
+void VXAndroidPhone::requestPair(VXBusErrand &errand)
+{
+    errand.begin(text(u"Waiting for the person at the phone to agree"_s), pairLimit);
+    const QString path = VXConnectNames::path(_phone);
+    const auto done = [this, &errand] {
+        errand.service().send({.path = VXConnectNames::root,
+                               .interface = VXConnectNames::daemon,
+                               .method = u"releaseDiscoveryMode"_s,
+                               .arguments = {u"vornix"_s}});
+        errand.succeed();
+        find();
+    };
+    errand.listen(path, VXConnectNames::device, u"trustedChanged"_s, [done](const QDBusMessage &signal) {
+        if (signal.arguments().value(0).toBool())
+            done();
+    });
+    errand.listen(path, VXConnectNames::device, u"pairingError"_s, [this, &errand](const QDBusMessage &signal) {
+        errand.fail(VXBusError(text(u"The phone was not paired: %1"_s).arg(signal.arguments().value(0).toString())));
+    });
+    errand.call({.path = path, .interface = VXConnectNames::device, .method = u"isTrusted"_s, .signature = u"b"_s},
+                [&errand, path, done](const QVariantList &answer) {
+                    if (answer.value(0).toBool())
+                        return done(); // it is already
+                    errand.call({.path = path, .interface = VXConnectNames::device, .method = u"requestPair"_s},
+                                [](const QVariantList &) {});
+                });
+}
+
+void VXAndroidPhone::unpair(VXBusErrand &errand)
+{
+    if (_phone.isNull())
+        return errand.fail(VXBusError(text(u"KDE Connect does not know the phone."_s)));
+    errand.begin(text(u"Ending the pairing"_s), answerLimit);
+    errand.call({.path = VXConnectNames::path(_phone), .interface = VXConnectNames::device, .method = u"unpair"_s},
+                [this, &errand](const QVariantList &) {
+                    errand.succeed();
+                    find();
+                });
+}
+
+// -- Contacts
+
+void VXAndroidPhone::readContacts(VXBusErrand &errand)
+{
+    errand.begin(text(u"Reading contacts"_s), contactsLimit);
+    const VXConnectContacts contacts(_phone);
+    errand.compute(
+        [contacts] {
+            contacts.putAside();
+            return 0;
+        },
+        [this, &errand](int) { fetchContacts(errand); });
+    errand.setFarewell([contacts] { QThreadPool::globalInstance()->start([contacts] { contacts.bringBack(); }); });
+}
+
+void VXAndroidPhone::fetchContacts(VXBusErrand &errand)
+{
+    const QString path = VXConnectNames::path(_phone, u"contacts"_s);
+    const VXConnectContacts contacts(_phone);
+    const auto parse = [this, &errand, contacts] {
+        errand.begin(text(u"Reading contacts"_s), contactsLimit);
+        errand.compute(
+            [contacts] {
+                contacts.forget();
+                return contacts.read();
+            },
+            [&errand](const VXConnectContacts::Cards &cards) {
+                errand.succeed({{u"items"_s, cards.items},
+                                {u"problems"_s, cards.problems},
+                                {u"isComplete"_s, cards.problems.isEmpty()}});
+            });
+    };
+    errand.listen(path, VXConnectNames::contacts, u"localCacheSynchronized"_s,
+                  [parse](const QDBusMessage &) { parse(); });
+    errand.call({.path = path, .interface = VXConnectNames::contacts, .method = u"synchronizeRemoteWithLocal"_s},
+                [](const QVariantList &) {});
+}
+
+// -- Dialling
+
+// The phone shows the number; the person presses the key.
+void VXAndroidPhone::dial(VXBusErrand &errand)
+{
+    VXError error;
+    const QString number = VXNumberToDial(errand.object(), &error);
+    if (number.isNull())
+        return errand.fail(error);
+    errand.begin(text(u"Dialling"_s), answerLimit);
+    errand.call({.path = VXConnectNames::path(_phone, u"share"_s),
+                 .interface = VXConnectNames::share,
+                 .method = u"shareUrl"_s,
+                 .arguments = {"tel:"_L1 + QString(number).replace(u'#', u"%23"_s)}},
+                [&errand](const QVariantList &) { errand.succeed(); });
+}
