@@ -60,6 +60,9 @@ class SessionTest(unittest.TestCase):
         self.addCleanup(end)
         return process
 
+    def vornix(self, *arguments):
+        subprocess.run([VORNIX, '--home', self.home, *arguments], env=self.environment, check=True, capture_output=True)
+
     def wait(self, condition, what):
         for _ in range(150):
             if condition():
@@ -88,9 +91,9 @@ class SessionTest(unittest.TestCase):
         self.environment['DISPLAY'] = ':' + screen.stdout.readline().strip()
         watcher = self.start(['/usr/bin/python3', '-c', WATCHER])
         self.assertEqual(watcher.stdout.readline().strip(), 'ready')
+        self.vornix('phonebook', 'add', 'Jane Doe', '--number', '+1 555 0100')  # or there would be an assistant
         for keeps_running in (True, False):
-            subprocess.run([VORNIX, '--home', self.home, 'defaults', 'write', 'com.halvern.VNX2', 'desktop.keeps_running',
-                            str(keeps_running).lower()], env=self.environment, check=True, capture_output=True)
+            self.vornix('defaults', 'write', 'com.halvern.VNX2', 'desktop.keeps_running', str(keeps_running).lower())
             program = self.start([DESKTOP, '--home', self.home])
             item = watcher.stdout.readline().strip()
             self.wait(self.windows, 'the window did not come')
