@@ -2,6 +2,7 @@
 
 #include "VXContainer.h"
 #include "VXFramework.h"
+#include "VXIdleTime.h"
 #include "VXInvocation.h"
 #include "VXNone.h"
 #include "VXPhonebookRecord.h"
@@ -114,19 +115,34 @@ QString problemOf(const VXPredicate &predicate, const QVariant &object)
     return problem.isNull() ? patternProblem(predicate) : problem;
 }
 
-bool asksForContact(const VXExpression &expression)
+bool asksFor(const VXExpression &expression, std::initializer_list<QLatin1StringView> keys)
 {
-    const QString key = expression.keys().value(0);
-    return key == "contact"_L1 || key == "who"_L1 ||
+    return std::ranges::find(keys, expression.keys().value(0)) != keys.end() ||
            std::ranges::any_of(expression.elements(),
-                               [](const VXExpression &element) { return asksForContact(element); });
+                               [&keys](const VXExpression &element) { return asksFor(element, keys); });
 }
 
-bool asksForContact(const VXPredicate &predicate)
+bool asksFor(const VXPredicate &predicate, std::initializer_list<QLatin1StringView> keys)
 {
     if (predicate.kind() == VXPredicate::Kind::Comparison)
-        return asksForContact(predicate.left()) || asksForContact(predicate.right());
-    return std::ranges::any_of(predicate.subpredicates(), [](const VXPredicate &part) { return asksForContact(part); });
+        return asksFor(predicate.left(), keys) || asksFor(predicate.right(), keys);
+    return std::ranges::any_of(predicate.subpredicates(),
+                               [&keys](const VXPredicate &part) { return asksFor(part, keys); });
+}
+
+constexpr std::initializer_list<QLatin1StringView> contactKeys = {"contact"_L1, "who"_L1};
+constexpr QLatin1StringView idleKey = "idle"_L1;
+
+// With what objects do not say themselves, and only looked up for filters that ask: who it is, and whether the user is there.
+QVariant objectFor(const VXPredicate &predicate, const QVariant &posted)
+{
+    const QVariant object = asksFor(predicate, contactKeys) ? VXObjectWithContact(posted) : posted;
+    if (object.typeId() != QMetaType::QVariantMap || object.toMap().contains(idleKey) || !asksFor(predicate, {idleKey}))
+        return object;
+    QVariantMap map = object.toMap();
+    if (const std::optional<double> seconds = VXIdleTime::seconds())
+        map.insert(idleKey, *seconds);
+    return map;
 }
 
 // The first key that the predicate asks of the map and does not get; null for none.
@@ -136,7 +152,7 @@ QString missingKey(const VXPredicate &predicate, const QVariantMap &map)
         return firstProblem(predicate.subpredicates(), [&](const VXPredicate &part) { return missingKey(part, map); });
     for (const VXExpression *const expression : {&predicate.left(), &predicate.right()}) {
         const QString key = expression->keys().value(0);
-        if (!key.isNull() && !map.contains(key) && !asksForContact(*expression))
+        if (!key.isNull() && !map.contains(key) && !asksFor(*expression, contactKeys))
             return key;
     }
     return {};
@@ -167,7 +183,7 @@ QString listComparedAsText(const VXPredicate &predicate, const QVariant &object)
 // A predicate that cannot work is told also where it holds: "NOT" and "!=" turn what is missing into yes.
 VXFilterVerdict evaluate(const VXPredicate &predicate, const QVariant &posted)
 {
-    const QVariant object = asksForContact(predicate) ? VXObjectWithContact(posted) : posted;
+    const QVariant object = objectFor(predicate, posted);
     if (const QString problem = problemOf(predicate, object); !problem.isNull())
         return {VXFilterVerdict::Kind::Broken, predicate, problem};
     return {predicate.evaluateWithObject(object) ? VXFilterVerdict::Kind::Passed : VXFilterVerdict::Kind::Rejected,
@@ -206,10 +222,10 @@ QString VXReasonForRejection(const VXFilterVerdict &verdict, const QVariant &obj
 {
     if (!verdict.predicate)
         return {};
-    const QString key = VXIsMap(object) ? missingKey(*verdict.predicate, object.toMap()) : QString();
+    const QVariant whole = objectFor(*verdict.predicate, object);
+    const QString key = VXIsMap(whole) ? missingKey(*verdict.predicate, whole.toMap()) : QString();
     if (!key.isNull())
         return noSuchKey(key);
-    const QString list = listComparedAsText(*verdict.predicate,
-                                            asksForContact(*verdict.predicate) ? VXObjectWithContact(object) : object);
+    const QString list = listComparedAsText(*verdict.predicate, whole);
     return list.isNull() ? QString() : VXLocalizedString(u"\"%1\" is a list of objects, and no text."_s).arg(list);
 }

@@ -21,6 +21,7 @@ QList<VXFilterField> VXFieldsOfEvent(const QString &event)
         fields.append({u"duration"_s, VXText("Duration"), Type::Duration});
         fields.append({u"isMissed"_s, VXText("Was missed"), Type::Boolean});
     }
+    fields.append({u"idle"_s, VXText("You were away for"), Type::Duration});
     fields.append({u"device_url"_s, VXText("Phone"), Type::Text});
     return fields;
 }

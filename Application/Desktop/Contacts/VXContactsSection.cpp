@@ -5,7 +5,10 @@
 #include "VXContactCard.h"
 #include "VXContactEdit.h"
 #include "VXContactForm.h"
+#include "VXContactHistory.h"
 #include "VXContactImport.h"
+#include "VXContactMergeEdit.h"
+#include "VXContactMergeView.h"
 #include "VXContactRow.h"
 #include "VXContactWriter.h"
 #include "VXDataManager.h"
@@ -21,6 +24,7 @@
 #include "VXPhonebookString.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
+#include "VXSheet.h"
 #include "VXSplitView.h"
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
@@ -43,6 +47,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
     _group->setAccessibleName(VXText("Group"));
     _pane->secondRow()->addWidget(_group, 1);
     _pane->setModel(_model);
+    _pane->list()->setSelectionMode(QListView::ExtendedSelection); // to be merged
     _nothing->setContents(u"person"_s, VXText("No contact chosen"),
                           VXText("Choose one from the list, or make a new one."));
     for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _card, _form})
@@ -264,14 +269,72 @@ void VXContactsSection::editDone(const VXManagedObjectID &person, const VXError 
 
 void VXContactsSection::remove()
 {
-    const auto contact = read(_shown);
-    if (!contact)
-        return;
+    QList<VXManagedObjectID> persons = chosen();
+    if (_edited || persons.size() < 2)
+        persons = {_shown};
     _edited.reset();
-    const QString name = contact->displayName();
-    push(_shown, contact, std::nullopt);
-    if (!notices().isProblem() || !notices().isVisible())
-        notices().showDone(VXText("“%1” was deleted.").arg(name), VXText("Undo"), [this] { undoStack().undo(); });
+    QStringList names;
+    for (const VXManagedObjectID &person : std::as_const(persons)) {
+        const auto contact = read(person);
+        if (!contact)
+            continue;
+        if (names.isEmpty())
+            undoStack().beginMacro(VXText("deleting %1").arg(contact->displayName()));
+        names.append(contact->displayName());
+        push(person, contact, std::nullopt);
+    }
+    if (!names.isEmpty())
+        undoStack().endMacro();
+    if (names.isEmpty() || (notices().isProblem() && notices().isVisible()))
+        return;
+    notices().showDone(names.size() == 1 ? VXText("“%1” was deleted.").arg(names.constFirst())
+                                         : VXText("%1 contact was deleted.", "%1 contacts were deleted.", names.size()),
+                       VXText("Undo"), [this] { undoStack().undo(); });
+}
+
+QList<VXManagedObjectID> VXContactsSection::chosen() const
+{
+    QList<VXManagedObjectID> persons;
+    for (const QModelIndex &index : _pane->list()->selectionModel()->selectedRows()) {
+        if (const VXManagedObjectID person = _model->objectIDAt(index.row()); !person.isNull())
+            persons.append(person);
+    }
+    return persons;
+}
+
+// Looked at before it is done: what stays of whom cannot be guessed from the names.
+void VXContactsSection::merge()
+{
+    const QList<VXManagedObjectID> persons = chosen();
+    if (!_coordinator || _sheet || (_edited && !endEditing()))
+        return;
+    if (persons.size() < 2) {
+        notices().showDone(VXText("Choose two contacts or more, with Ctrl or Shift, to make one of them."));
+        return;
+    }
+    const VXDuplicateContacts duplicates = VXContactDuplicates(_coordinator).some({}, persons);
+    auto *const view = new VXContactMergeView(duplicates);
+    _sheet = new VXSheet(view);
+    connect(view, &VXContactMergeView::done, _sheet, &VXSheet::end);
+    connect(_sheet, &VXSheet::didEnd, this, [this, persons, name = duplicates.merged.shownName()](int code) {
+        if (code == VXSheet::Ok)
+            merge(persons, name);
+    });
+    _sheet->beginOnWindow(*this);
+}
+
+void VXContactsSection::merge(const QList<VXManagedObjectID> &persons, const QString &name)
+{
+    undoStack().push(new VXContactMergeEdit(
+        _coordinator, persons, name, [this, name](const VXManagedObjectID &person, const VXError &error) {
+            if (!error.isNull())
+                return notices().showProblem(VXText("Not merged: %1").arg(error.localizedDescription()));
+            _shown = person;
+            showCard();
+            if (person.isNull())
+                return notices().showDone(VXText("The contacts are apart again."));
+            notices().showDone(VXText("Merged into “%1”.").arg(name), VXText("Undo"), [this] { undoStack().undo(); });
+        }));
 }
 
 void VXContactsSection::commit()

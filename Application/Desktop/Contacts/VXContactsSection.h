@@ -6,6 +6,8 @@
 #include "VXPersistentStoreCoordinator.h"
 #include "VXSection.h"
 
+#include <QtCore/QPointer>
+
 #include <memory>
 
 class QComboBox;
@@ -14,6 +16,7 @@ class VXContactCard;
 class VXContactForm;
 class VXEmptyState;
 class VXListPane;
+class VXSheet;
 class VXStoreListModel;
 class VXStoreWatch;
 
@@ -34,11 +37,12 @@ public:
     bool isUsable() const { return _coordinator != nullptr; }
     bool isEmpty() const;
 
-    unsigned tasks() const override { return Find | New | Edit | Remove | Export | Import; }
+    unsigned tasks() const override { return Find | New | Edit | Remove | Export | Import | Merge; }
     void find() override;
     void makeNew() override;
     void edit() override;
     void remove() override;
+    void merge() override;
     void exportItems() override;
     void importItems() override;
     bool showObject(const QUrl &uri) override;
@@ -57,6 +61,8 @@ private:
     void push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
               const std::optional<VXContactRecord> &after);
     void editDone(const VXManagedObjectID &person, const VXError &error);
+    QList<VXManagedObjectID> chosen() const;
+    void merge(const QList<VXManagedObjectID> &persons, const QString &name);
     std::optional<VXContactRecord> read(const VXManagedObjectID &person) const;
     void importFile(const QString &path);
     void undoImport();
@@ -68,6 +74,7 @@ private:
     QStackedWidget *_detail;
     VXContactCard *_card;
     VXContactForm *_form;
+    QPointer<VXSheet> _sheet; // that asks whether to merge
     VXEmptyState *_nothing;
     std::unique_ptr<VXStoreWatch> _watch;
     VXManagedObjectID _shown;

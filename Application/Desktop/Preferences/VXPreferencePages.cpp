@@ -6,9 +6,11 @@
 #include "VXDevicePlugin.h"
 #include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
+#include "VXNewsNotices.h"
 #include "VXPluginManager.h"
 #include "VXTextLabel.h"
 #include "VXThemeManager.h"
+#include "VXTray.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QDirIterator>
@@ -105,6 +107,14 @@ QWidget *VXMakeGeneralPage()
     form->addRow(VXText("Appearance"), look);
     form->addRow(VXText("Names are shown as"), names);
     column->addLayout(form);
+    column->addWidget(makeSwitch(VXText("Tell of calls and messages that come in"), VXNewsNotices::tellsKey));
+    QCheckBox *const keepsRunning =
+        makeSwitch(VXText("Keep running in the tray when the window is closed"), VXTray::keepsRunningKey);
+    column->addWidget(keepsRunning);
+    if (!VXTray::isThereOne()) {
+        keepsRunning->setEnabled(false);
+        addNote(column, VXText("This desktop has no tray."));
+    }
     column->addWidget(makeSwitch(VXText("Give messages without a date the present one when they are filed"),
                                  u"messages.fix_date_when_moving"_s));
     column->addStretch();

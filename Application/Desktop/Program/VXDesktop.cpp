@@ -12,13 +12,17 @@
 #include "VXFramework.h"
 #include "VXGuard.h"
 #include "VXHotKeyManager.h"
+#include "VXIdleTime.h"
 #include "VXInitializeInterface.h"
 #include "VXInterface.h"
 #include "VXMainWindow.h"
+#include "VXNewsNotices.h"
 #include "VXPersistentStore.h"
 #include "VXPluginManager.h"
+#include "VXSessionIdleTime.h"
 #include "VXSignalWatcher.h"
 #include "VXThemeManager.h"
+#include "VXTray.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QCommandLineParser>
@@ -29,9 +33,12 @@
 #include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
+#include <string_view>
 
 using namespace Qt::StringLiterals;
 
@@ -65,6 +72,39 @@ struct Options
     QStringList uris;
 };
 
+// Qt ends a program that it finds no screen for as if it had crashed: it has not, and whoever started it is told what to do.
+void tellOfNoScreen(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if (type != QtFatalMsg) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(message));
+        return;
+    }
+    std::fputs("vornix-desktop: there is no screen to show windows on (DISPLAY, WAYLAND_DISPLAY). "
+               "\"vornix\" does without one.\n",
+               stderr);
+    std::quick_exit(EXIT_FAILURE);
+}
+
+class ScreenTelling
+{
+public:
+    ScreenTelling() : _before(qInstallMessageHandler(tellOfNoScreen)) {}
+    ~ScreenTelling() { qInstallMessageHandler(_before); }
+    ScreenTelling(const ScreenTelling &) = delete;
+    ScreenTelling &operator=(const ScreenTelling &) = delete;
+
+private:
+    const QtMessageHandler _before;
+};
+
+// "--help" needs no screen.
+bool asksForText(int argc, char **argv)
+{
+    return std::any_of(argv + std::min(argc, 1), argv + argc, [](std::string_view argument) {
+        return argument == "--help" || argument == "-h" || argument == "--version" || argument == "-v";
+    });
+}
+
 Options readOptions(const QStringList &arguments)
 {
     QCommandLineParser parser;
@@ -88,6 +128,7 @@ Options readOptions(const QStringList &arguments)
 void connectToDesktop()
 {
     VXApplication::sharedApplication().workspace().setSelectedTextSource(VXReadSelectedText);
+    VXIdleTime::setSource(VXSessionIdleTime);
     std::unique_ptr<VXHotKeyService> service = VXMakeHotKeyService();
     if (service->problem().isNull())
         VXHotKeyManager::sharedHotKeyManager().setService(std::move(service));
@@ -103,27 +144,18 @@ void prepare()
     static_cast<void>(VXThemeManager::sharedThemeManager());
 }
 
-void activate(VXMainWindow &window)
-{
-    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-    window.show();
-    window.raise();
-    window.activateWindow();
-}
-
 void follow(VXDesktopInstance &instance, VXMainWindow &window)
 {
-    QObject::connect(&instance, &VXDesktopInstance::wantsActivation, &window, [&window] { activate(window); });
+    QObject::connect(&instance, &VXDesktopInstance::wantsActivation, &window, &VXMainWindow::activate);
     // What is opened may ask the user: whoever hands it over does not wait for that.
-    QObject::connect(
-        &instance, &VXDesktopInstance::wantsOpen, &window,
-        [&window](const QStringList &uris) {
-            activate(window);
-            VXDesktopOpener(window).open(uris);
-        },
-        Qt::QueuedConnection);
+    const auto open = [&window](const QStringList &uris) {
+        window.activate();
+        VXDesktopOpener(window).open(uris);
+    };
+    QObject::connect(&instance, &VXDesktopInstance::wantsOpen, &window, open, Qt::QueuedConnection);
+    QObject::connect(&window, &VXMainWindow::wantsOpen, &window, open, Qt::QueuedConnection);
     QObject::connect(&instance, &VXDesktopInstance::wantsAction, &window, [&window](const QString &name) {
-        activate(window);
+        window.activate();
         if (name == "new-message"_L1)
             window.writeMessage({});
     });
@@ -152,6 +184,8 @@ int runWindow(const Options &options, VXDesktopInstance &instance)
         VXApplication::sharedApplication().terminate();
         return isDone ? 0 : 1;
     }
+    const VXTray tray(window);
+    const VXNewsNotices news(window);
     VXApplication &application = VXApplication::sharedApplication();
     const VXSignalWatcher signals({SIGINT, SIGTERM}, [&application](int) {
         QMetaObject::invokeMethod(
@@ -192,7 +226,13 @@ int VXDesktop::run(int argc, char **argv)
     QApplication::setApplicationName(u"vornix-desktop"_s);
     QApplication::setApplicationDisplayName(u"Vornix"_s);
     QApplication::setApplicationVersion(VXFrameworkVersion());
+    if (asksForText(argc, argv)) {
+        QCoreApplication terminal(argc, argv);
+        static_cast<void>(readOptions(QCoreApplication::arguments())); // which tells, and ends the program
+    }
+    auto telling = std::make_unique<ScreenTelling>();
     const GuardedApplication application(argc, argv);
+    telling.reset();
     const Options options = readOptions(QApplication::arguments());
     if (!options.home.isNull()) {
         QDir().mkpath(options.home);

@@ -1,13 +1,17 @@
 #include "VXDesktopOpener.h"
 
 #include "VXApplication.h"
+#include "VXDataPlugin.h"
 #include "VXDesktopText.h"
 #include "VXErrorDomain.h"
 #include "VXMainWindow.h"
 #include "VXPhoneNumberFormat.h"
+#include "VXPluginKind.h"
 #include "VXPluginManager.h"
+#include "VXPluginProxy.h"
 #include "VXSearchIndex.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QUrl>
 #include <QtCore/QUrlQuery>
@@ -84,8 +88,9 @@ void VXDesktopOpener::call(const QString &number)
         _window.call(number);
 }
 
-void VXDesktopOpener::openFile(const QString &path, QStringList &cards)
+void VXDesktopOpener::openFile(const QString &named, QStringList &cards)
 {
+    const QString path = QDir::cleanPath(named); // folders may come with a slash behind
     const QString suffix = QFileInfo(path).suffix().toLower();
     if (!QFileInfo::exists(path))
         fail(VXText("“%1” is not there.").arg(path), {});
@@ -93,8 +98,30 @@ void VXDesktopOpener::openFile(const QString &path, QStringList &cards)
         cards.append(path);
     else if (suffix == "vxplugin"_L1)
         installPlugin(path);
+    else if (suffix == VXStoreFileExtension)
+        importStore(path);
     else
         fail(VXText("“%1” is nothing that can be opened here.").arg(path), {});
+}
+
+// The plugin asks how, shows how far it is, and tells what went wrong.
+void VXDesktopOpener::importStore(const QString &path)
+{
+    for (const VXPluginProxy *const proxy :
+         VXPluginManager::sharedPluginManager().pluginsWithClassName(VXPluginKind::Data)) {
+        if (!proxy->isLoaded())
+            continue;
+        auto &plugin = proxy->as<VXDataPlugin>("importStoreAction");
+        if (!plugin.isValidStoreAtPath(path))
+            continue;
+        const QString before = plugin.oldStore();
+        if (plugin.importStoreAtPath(path) && plugin.oldStore() != before)
+            _window.tellDone(VXText("“%1” was merged. What was there before lies in %2.")
+                                 .arg(QFileInfo(path).fileName(), plugin.oldStore()));
+        return;
+    }
+    fail(VXText("“%1” is nothing that can be opened here.").arg(path),
+         VXText("No plugin that is enabled has such a store."));
 }
 
 // Its code runs with all that the user may do: that is asked for.

@@ -5,7 +5,7 @@
 
 class VXMainWindow;
 
-/** Opens what other programs hand over: tel: and sms: URLs, the application's own, vCards and plugins. Main thread. */
+/** Opens what other programs hand over: tel: and sms: URLs, the application's own, vCards, stores and plugins. Main thread. */
 class VXDesktopOpener
 {
 public:
@@ -26,6 +26,7 @@ private:
     void openOne(const QString &uri, QStringList &cards);
     void call(const QString &number);
     void openFile(const QString &path, QStringList &cards);
+    void importStore(const QString &path);
     void installPlugin(const QString &path);
 
     VXMainWindow &_window;

@@ -7,7 +7,7 @@
 #include "VXContactsSection.h"
 #include "VXDesktopText.h"
 #include "VXDeviceAction.h"
-#include "VXDevicePlugin.h"
+#include "VXFindWindow.h"
 #include "VXListPane.h"
 #include "VXLogWindow.h"
 #include "VXMessagesSection.h"
@@ -19,9 +19,11 @@
 #include "VXSidebar.h"
 #include "VXStatusBar.h"
 #include "VXSymbol.h"
+#include "VXTray.h"
 #include "VXUserDefaults.h"
 #include "VXWindowMemory.h"
 
+#include <QtCore/QMimeData>
 #include <QtCore/QTimer>
 #include <QtGui/QCloseEvent>
 #include <QtWidgets/QBoxLayout>
@@ -34,12 +36,20 @@ namespace {
 
 const QString sectionKey = u"desktop.section"_s; // the one shown last
 
+void showWindow(QWidget &window)
+{
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
 } // namespace
 
 VXMainWindow::VXMainWindow() : _sidebar(new VXSidebar(this)), _pages(new QStackedWidget(this))
 {
     setWindowTitle(u"Vornix"_s);
     setMinimumSize(760, 480);
+    setAcceptDrops(true);
     auto *const status = new VXStatusBar(this);
     status->setObjectName(u"status"_s);
     auto *const middle = new QWidget(this);
@@ -85,7 +95,7 @@ void VXMainWindow::add(VXSection *section)
     connect(section, &VXSection::wantsContact, this, &VXMainWindow::showContact);
     connect(section, &VXSection::wantsSync, this, [this] {
         showSection(u"phones"_s);
-        _phones->sync();
+        sync();
     });
     connect(section, &VXSection::wantsPhone, this, [this] {
         showSection(u"phones"_s);
@@ -171,14 +181,15 @@ void VXMainWindow::makeMenus()
         _phones->makeNew();
     });
     file->addSeparator();
-    addAction(file, VXText("&Sync phones"), Qt::Key_F5, [this] { _phones->sync(); });
+    addAction(file, VXText("&Sync phones"), Qt::Key_F5, [this] { sync(); });
     file->addSeparator();
     _tasks.emplace_back(addAction(file, VXText("&Import…"), QKeySequence::Open, onSection(&VXSection::importItems)),
                         VXSection::Import);
     _tasks.emplace_back(addAction(file, VXText("&Export…"), Qt::CTRL | Qt::Key_E, onSection(&VXSection::exportItems)),
                         VXSection::Export);
     file->addSeparator();
-    addAction(file, VXText("&Quit"), QKeySequence::Quit, [this] { close(); });
+    addAction(file, VXText("&Close window"), QKeySequence::Close, [this] { close(); });
+    addAction(file, VXText("&Quit"), QKeySequence::Quit, [this] { quit(); });
 
     QMenu *const edit = menuBar()->addMenu(VXText("&Edit"));
     QAction *const undo = _undo.createUndoAction(this, VXText("&Undo"));
@@ -191,9 +202,12 @@ void VXMainWindow::makeMenus()
     _tasks.emplace_back(
         addAction(edit, VXText("&Delete"), QKeySequence(QKeySequence::Delete), onSection(&VXSection::remove)),
         VXSection::Remove);
+    _tasks.emplace_back(addAction(edit, VXText("&Merge…"), Qt::CTRL | Qt::Key_M, onSection(&VXSection::merge)),
+                        VXSection::Merge);
     edit->addSeparator();
     _tasks.emplace_back(addAction(edit, VXText("&Find"), QKeySequence::Find, onSection(&VXSection::find)),
                         VXSection::Find);
+    addAction(edit, VXText("Find every&where…"), Qt::CTRL | Qt::SHIFT | Qt::Key_F, [this] { findEverywhere(); });
     addAction(edit, VXText("&Preferences…"), Qt::CTRL | Qt::Key_Comma, [this] { openPreferences(); });
 
     QMenu *const view = menuBar()->addMenu(VXText("&View"));
@@ -238,17 +252,52 @@ void VXMainWindow::call(const QString &number)
         });
     if (!device->actionNames().contains(u"dial"_s))
         return notices.showProblem(VXText("“%1” cannot dial.").arg(device->localizedDescription()));
-    const auto action = VXDeviceAction::actionWithName(u"dial"_s);
-    action->setObject(number);
     notices.showDone(VXText("Calling %1 with “%2”…").arg(number, device->localizedDescription()));
-    VXCallPlugin(*device, "executeWithDevice", [&] {
-        action->executeWithDevice(device, [action, self = QPointer(this), number](VXDeviceAction *) {
-            if (const VXError error = action->error(); self && !error.isNull())
-                self->current()->notices().showProblem(
-                    VXText("%1 could not be called: %2").arg(number, error.localizedDescription()), VXText("Try again"),
-                    [self, number] { self->call(number); });
+    execute(u"dial"_s, number, device, VXText("%1 could not be called: %2").arg(number, u"%1"_s),
+            [this, number] { call(number); });
+}
+
+void VXMainWindow::execute(const QString &actionName, const QVariant &object, const VXDevicePlugin::Ptr &phone,
+                           const QString &failure, const std::function<void()> &tryAgain)
+{
+    const auto action = VXDeviceAction::actionWithName(actionName);
+    action->setObject(object);
+    const auto done = [action, self = QPointer(this), failure, tryAgain](VXDeviceAction *) {
+        if (const VXError error = action->error(); self && !error.isNull())
+            self->current()->notices().showProblem(failure.arg(error.localizedDescription()),
+                                                   tryAgain ? VXText("Try again") : QString(), tryAgain);
+    };
+    VXCallPlugin(*phone, "executeWithDevice", [&] { action->executeWithDevice(phone, done); });
+}
+
+void VXMainWindow::sync()
+{
+    _phones->sync();
+}
+
+void VXMainWindow::tellDone(const QString &text)
+{
+    current()->notices().showDone(text);
+}
+
+void VXMainWindow::activate()
+{
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    showWindow(*this);
+}
+
+void VXMainWindow::findEverywhere()
+{
+    auto *window = findChild<VXFindWindow *>();
+    if (window == nullptr) {
+        window = new VXFindWindow(this);
+        connect(window, &VXFindWindow::chosen, this, [this](const QUrl &uri) {
+            if (!showObject(uri))
+                current()->notices().showProblem(VXText("It is not there any more."));
         });
-    });
+    }
+    showWindow(*window);
+    window->begin();
 }
 
 bool VXMainWindow::showObject(const QUrl &uri)
@@ -283,9 +332,7 @@ void VXMainWindow::openPreferences(const QString &page)
     if (window == nullptr)
         window = new VXPreferencesWindow(this);
     window->showPage(page);
-    window->show();
-    window->raise();
-    window->activateWindow();
+    showWindow(*window);
 }
 
 void VXMainWindow::openLog()
@@ -293,9 +340,7 @@ void VXMainWindow::openLog()
     auto *window = findChild<VXLogWindow *>();
     if (window == nullptr)
         window = new VXLogWindow(this);
-    window->show();
-    window->raise();
-    window->activateWindow();
+    showWindow(*window);
 }
 
 bool VXMainWindow::hasNothing() const
@@ -324,14 +369,38 @@ void VXMainWindow::assist()
 
 // -- The window
 
-void VXMainWindow::closeEvent(QCloseEvent *event)
+void VXMainWindow::quit()
 {
     for (VXSection *const section : _sections)
         section->commit();
     VXApplication &application = VXApplication::sharedApplication();
-    event->ignore(); // the plugins are asked first; the application ends the window
     if (!application.isTerminating())
-        application.terminate();
+        application.terminate(); // asks the plugins first
+}
+
+void VXMainWindow::closeEvent(QCloseEvent *event)
+{
+    if (VXTray::keepsRunning()) {
+        for (VXSection *const section : _sections)
+            section->commit();
+        return QMainWindow::closeEvent(event);
+    }
+    event->ignore(); // the application ends the window
+    quit();
+}
+
+void VXMainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (event->mimeData()->hasUrls())
+        event->acceptProposedAction();
+}
+
+void VXMainWindow::dropEvent(QDropEvent *event)
+{
+    QStringList uris;
+    for (const QUrl &url : event->mimeData()->urls())
+        uris.append(url.toString());
+    Q_EMIT wantsOpen(uris);
 }
 
 void VXMainWindow::paintEvent(QPaintEvent *event)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXDevicePlugin.h"
 #include "VXSection.h"
 
 #include <QtGui/QUndoGroup>
@@ -22,15 +23,26 @@ public:
     VXMainWindow();
     ~VXMainWindow() override;
 
+    const std::vector<VXSection *> &sections() const { return _sections; }
     VXSection *section(const QString &key) const;
     void showSection(const QString &key);
+    /** Shows the window in front of others. */
+    void activate();
     /** What other programs and other sections ask for. */
     void call(const QString &number);
+    /** Has a phone do something with an object, and tells when it could not: `failure`, with the reason in place of "%1". */
+    void execute(const QString &action, const QVariant &object, const VXDevicePlugin::Ptr &phone,
+                 const QString &failure, const std::function<void()> &tryAgain = {});
+    void sync();
+    /** Below the section that is shown. */
+    void tellDone(const QString &text);
     void writeMessage(const QStringList &phonebookStrings, const QString &text = {});
     void showContact(const QString &phonebookString);
     /** A contact, a message in its conversation, a call, by the URI of the stored object; false when there is none. */
     bool showObject(const QUrl &uri);
     void importContacts(const QStringList &paths);
+    /** Contacts, messages and calls at once. */
+    void findEverywhere();
     void openPreferences(const QString &page = {});
     void openLog();
     /** No phone, no contact and no message. */
@@ -41,14 +53,19 @@ public:
 Q_SIGNALS:
     /** Once, after the first section was painted. */
     void didShow();
+    /** Files were dropped on the window. */
+    void wantsOpen(const QStringList &uris);
 
 protected:
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
     using QMainWindow::addAction;
 
+    void quit();
     void addSections();
     void add(VXSection *section);
     void makeMenus();

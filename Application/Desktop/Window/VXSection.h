@@ -27,12 +27,14 @@ public:
     QUndoStack &undoStack() { return _undoStack; }
 
     /** What the window's menu offers here; the rest is off. */
-    enum Task : unsigned { Find = 1, New = 2, Edit = 4, Remove = 8, Export = 16, Import = 32 };
+    enum Task : unsigned { Find = 1, New = 2, Edit = 4, Remove = 8, Export = 16, Import = 32, Merge = 64 };
     virtual unsigned tasks() const = 0;
     virtual void find() {}
     virtual void makeNew() {}
     virtual void edit() {}
     virtual void remove() {}
+    /** Makes one of those that are chosen. */
+    virtual void merge() {}
     virtual void exportItems() {}
     virtual void importItems() {}
     /** Puts what is being edited away, where it is safe: before another section comes, and at the end. */

@@ -8,6 +8,7 @@
 #include "VXHostCommands.h"
 #include "VXHostOutput.h"
 #include "VXHotKeyManager.h"
+#include "VXIdleTime.h"
 #include "VXMetaDataSync.h"
 #include "VXModalSession.h"
 #include "VXPluginManager.h"
@@ -15,6 +16,7 @@
 #include "VXReactionOutcome.h"
 #include "VXScriptingService.h"
 #include "VXSearchUpdate.h"
+#include "VXSessionIdleTime.h"
 #include "VXSignalWatcher.h"
 
 #include <QtCore/QJsonObject>
@@ -87,6 +89,7 @@ private:
 void connectToDesktop(VXHostOutput &output, QObject &context)
 {
     VXApplication::sharedApplication().workspace().setSelectedTextSource(VXReadSelectedText);
+    VXIdleTime::setSource(VXSessionIdleTime);
     VXHotKeyManager &hotKeys = VXHotKeyManager::sharedHotKeyManager();
     const QMap<QString, std::shared_ptr<VXHotKey>> all = hotKeys.hotKeys();
     const bool isBound = std::ranges::any_of(all, [](const auto &hotKey) { return hotKey->isRegistered(); });

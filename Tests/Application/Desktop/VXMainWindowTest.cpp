@@ -1,54 +1,35 @@
 #include "VXMainWindow.h"
 
-#include "DesktopTestsPaths.h"
 #include "VXApplication.h"
-#include "VXBundle.h"
 #include "VXContactForm.h"
+#include "VXContactMergeView.h"
 #include "VXDataManager.h"
+#include "VXDataPlugin.h"
 #include "VXDesktopOpener.h"
+#include "VXDesktopTesting.h"
+#include "VXFindWindow.h"
+#include "VXListPane.h"
 #include "VXLogWindow.h"
 #include "VXManagedObjectContext.h"
-#include "VXMessageStore.h"
-#include "VXPluginManager.h"
+#include "VXPluginProxy.h"
 #include "VXPreferencesWindow.h"
+#include "VXScriptedUserInterface.h"
 #include "VXSearchIndex.h"
-#include "VXTesting.h"
+#include "VXStoreListModel.h"
 
+#include <QtCore/QDir>
 #include <QtGui/QAccessible>
 #include <QtGui/QAction>
+#include <QtTest/QSignalSpy>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QPushButton>
 
 using namespace Qt::StringLiterals;
 
-/** The window over the plugins that ship, in a fresh home. */
-class VXMainWindowTest : public VXHomeTest
+class VXMainWindowTest : public VXDesktopTest
 {
 protected:
-    VXMainWindowTest()
-    {
-        VXBundle::setMainBundle(VXBundle::bundleWithPath(QStringLiteral(VORNIX_APPLICATION)));
-        VXApplication::sharedApplication().setDidFinishLaunching(false);
-        VXPluginManager::sharedPluginManager().startup();
-        VXApplication::sharedApplication().setDidFinishLaunching(true);
-    }
-    ~VXMainWindowTest() override { VXPluginManager::sharedPluginManager().shutdown(); }
-
-    /** @return by which the desktop's search has it opened. */
-    static QString insert(const QString &store, const QString &entity, const QVariantMap &values)
-    {
-        const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(store);
-        VXManagedObjectContext context(coordinator);
-        const VXManagedObjectPtr object = context.insertNewObject(entity);
-        if (entity == VXMessageStore::entityName)
-            object->setValueForKey(QVariant::fromValue(VXMessageStore(coordinator).folders(context)->constFirst()),
-                                   u"folder"_s);
-        for (const auto &[key, value] : values.asKeyValueRange())
-            object->setValueForKey(value, key);
-        VXError error;
-        EXPECT_TRUE(context.save(&error)) << error.description().toStdString();
-        return VXFoundObject{.uri = object->objectID().uriRepresentation()}.url().toString();
-    }
     static bool shows(const VXMainWindow &window, const QString &section, const QString &text)
     {
         const auto labels = window.section(section)->findChildren<QLabel *>();
@@ -150,4 +131,115 @@ TEST_F(VXMainWindowTest, whatTheDesktopsSearchFoundIsShown)
         VXDesktopOpener(window).open({row.url});
         EXPECT_TRUE(VXRunUntil([&] { return shows(window, row.section, row.text); })) << row.url.toStdString();
     }
+}
+
+TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
+{
+    insert(u"calls"_s, u"VXCall"_s,
+           {{u"from"_s, u"Jane Doe <+15550198>"_s}, {u"direction"_s, 1}, {u"date"_s, QDateTime::currentDateTime()}});
+    const QUrl contact(insert(u"phonebook"_s, u"VXPerson"_s, {{u"firstName"_s, u"Jane"_s}, {u"lastName"_s, u"Doe"_s}}));
+    const auto hasAll = [] {
+        const auto index = VXSearchIndex::openExisting();
+        const auto found = index ? index->find(u"jane"_s, {}, 10, nullptr) : std::nullopt;
+        return found && found->size() == 2;
+    };
+    ASSERT_TRUE(VXRunUntil(hasAll));
+    VXMainWindow window;
+    window.show();
+    window.showSection(u"calls"_s);
+    window.findEverywhere();
+    auto *const finder = window.findChild<VXFindWindow *>();
+    ASSERT_NE(finder, nullptr);
+    EXPECT_EQ(namelessOn(*finder, u"find"_s), QStringList());
+    const QListView &list = *finder->findChild<VXListPane *>()->list();
+    finder->find(u"nobody"_s);
+    finder->find(u"jane"_s); // the answer to the first comes too late to be shown
+    EXPECT_TRUE(VXRunUntil([&] { return list.model()->rowCount() == 2; }));
+    EXPECT_TRUE(list.model()->index(0, 0).data(Qt::AccessibleTextRole).toString().contains(u"Jane Doe"_s));
+    QSignalSpy chosen(finder, &VXFindWindow::chosen);
+    Q_EMIT finder->findChild<VXListPane *>()->activated(0);
+    EXPECT_EQ(chosen.value(0).value(0).toUrl(), VXFoundObject::uriForURL(contact));
+    EXPECT_FALSE(finder->isVisible());
+    EXPECT_TRUE(VXRunUntil([&] { return shows(window, u"contacts"_s, u"Jane Doe"_s); }));
+}
+
+TEST_F(VXMainWindowTest, chosenContactsBecomeOneAndComeApartAgain)
+{
+    const QStringList apart{u"Jane Doe"_s, u"Joe Hill"_s, u"Jane M. Doe"_s};
+    for (const QString &name : apart) {
+        VXContactRecord contact;
+        contact.firstName = name;
+        contact.numbers = {{u"+1 555 010"_s + QString::number(name.size()), 0, {}}};
+        add(contact);
+    }
+    VXMainWindow window;
+    window.show();
+    window.showSection(u"contacts"_s);
+    VXSection &section = *window.section(u"contacts"_s);
+    QListView &list = *section.findChild<VXListPane *>()->list();
+    ASSERT_TRUE(VXRunUntil([&] { return list.model()->rowCount() == 3; }));
+    const auto rowOf = [&](const QString &name) {
+        for (int row = 0; row < list.model()->rowCount(); ++row) {
+            if (list.model()->index(row, 0).data().toString().startsWith(name))
+                return list.model()->index(row, 0);
+        }
+        return QModelIndex();
+    };
+    ASSERT_TRUE(VXRunUntil([&] { return rowOf(u"Joe"_s).isValid(); }));
+    section.merge(); // one alone
+    EXPECT_EQ(section.findChild<VXContactMergeView *>(), nullptr);
+    list.selectionModel()->select(rowOf(u"Jane Doe"_s), QItemSelectionModel::ClearAndSelect);
+    list.selectionModel()->select(rowOf(u"Jane M."_s), QItemSelectionModel::Select);
+    section.merge();
+    auto *const view = window.findChild<VXContactMergeView *>();
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(namelessOn(*view, u"merge"_s), QStringList());
+    EXPECT_EQ(namesOfContacts().size(), 3); // looked at first
+    for (QPushButton *const button : view->findChildren<QPushButton *>()) {
+        if (button->isDefault())
+            button->click();
+    }
+    EXPECT_EQ(namesOfContacts().size(), 2);
+    EXPECT_TRUE(namesOfContacts().contains(u"Joe Hill"_s));
+    section.undoStack().undo();
+    EXPECT_EQ(namesOfContacts(), (QStringList{u"Jane Doe"_s, u"Jane M. Doe"_s, u"Joe Hill"_s}));
+    EXPECT_FALSE(section.undoStack().canRedo());
+}
+
+TEST_F(VXMainWindowTest, aStoreIsImportedOnceTheUserAgrees)
+{
+    const auto contact = [](const QString &name) {
+        VXContactRecord record;
+        record.firstName = name;
+        return record;
+    };
+    add(contact(u"Jane"_s));
+    const QString store = path(u"of a friend.vxdatastore"_s);
+    auto &plugin = VXDataManager::sharedDataManager().pluginForDataStore(u"phonebook"_s)->as<VXDataPlugin>("export");
+    ASSERT_EQ(plugin.exportStoreTo(store, false), VXError());
+    const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s);
+    {
+        VXManagedObjectContext context(coordinator);
+        const auto found =
+            context.executeFetchRequest(VXFetchRequest(*coordinator->model().entityForName(u"VXPerson"_s)));
+        for (const VXManagedObjectPtr &each : *found)
+            context.deleteObject(each);
+        ASSERT_TRUE(context.save());
+    }
+    add(contact(u"Joe"_s));
+    VXMainWindow window;
+    auto user = std::make_unique<VXScriptedUserInterface>();
+    VXScriptedUserInterface &script = *user;
+    VXApplication::sharedApplication().setUserInterface(std::move(user));
+    script.answerAlert(VXAlertButton::Alternate);
+    VXDesktopOpener(window).open({store});
+    EXPECT_EQ(namesOfContacts(), QStringList{u"Joe"_s});
+    script.answerAlert(VXAlertButton::Default);
+    VXDesktopOpener(window).open({u"file://"_s + QString(store).replace(u' ', u"%20"_s) + u'/'});
+    EXPECT_EQ(namesOfContacts(), (QStringList{u"Jane"_s, u"Joe"_s}));
+    EXPECT_EQ(script.unusedAnswers(), 0U);
+    EXPECT_EQ(script.errors().size(), 0U);
+    QDir(path()).mkdir(u"strange.vxdatastore"_s);
+    VXDesktopOpener(window).open({path(u"strange.vxdatastore"_s)});
+    EXPECT_EQ(script.errors().size(), 1U);
 }

@@ -1,0 +1,166 @@
+#include "VXFindWindow.h"
+
+#include "VXDateText.h"
+#include "VXDesktopText.h"
+#include "VXEmptyState.h"
+#include "VXListPane.h"
+#include "VXRowDelegate.h"
+#include "VXSearchField.h"
+#include "VXSearchIndex.h"
+#include "VXStoreListModel.h"
+#include "VXWindowMemory.h"
+
+#include <QtCore/QPointer>
+#include <QtCore/QThreadPool>
+#include <QtWidgets/QBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype most = 200; // more than anybody looks through
+
+QString kindOf(const VXFoundObject &object)
+{
+    return object.kind == "contact"_L1   ? VXText("Contact")
+           : object.kind == "message"_L1 ? VXText("Message")
+                                         : VXText("Call");
+}
+
+VXRowContents contentsOf(const VXFoundObject &object)
+{
+    VXRowContents contents;
+    contents.title = object.title.isEmpty() ? kindOf(object) : object.title;
+    contents.detail = object.detail;
+    if (object.kind == "contact"_L1)
+        contents.person = contents.title;
+    else
+        contents.icon = object.kind == "message"_L1 ? u"message"_s : u"call"_s;
+    if (object.date.isValid())
+        contents.when = VXTextOfDate(object.date, VXDateStyle::Short);
+    return contents;
+}
+
+} // namespace
+
+class VXFindWindow::Model : public QAbstractListModel
+{
+public:
+    using QAbstractListModel::QAbstractListModel;
+
+    void set(const QList<VXFoundObject> &found)
+    {
+        beginResetModel();
+        _found = found;
+        endResetModel();
+    }
+    QUrl uriAt(int row) const { return _found.value(row).uri; }
+
+    int rowCount(const QModelIndex &parent = {}) const override
+    {
+        return parent.isValid() ? 0 : static_cast<int>(_found.size());
+    }
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+            return {};
+        const VXFoundObject &object = _found[index.row()];
+        if (role == VXStoreListModel::ValueRole)
+            return QVariant::fromValue(contentsOf(object));
+        if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole)
+            return {};
+        QStringList spoken{kindOf(object), object.title, object.detail};
+        if (object.date.isValid())
+            spoken.append(VXTextOfDate(object.date));
+        spoken.removeAll(QString());
+        return spoken.join(", "_L1);
+    }
+
+private:
+    QList<VXFoundObject> _found;
+};
+
+struct VXFindWindow::Answer
+{
+    bool hasIndex = false;
+    std::optional<QList<VXFoundObject>> found = {};
+    VXError error = {};
+};
+
+VXFindWindow::VXFindWindow(QWidget *parent)
+    : QDialog(parent), _model(new Model(this)),
+      _pane(new VXListPane(VXText("Search contacts, messages and calls"), VXText("Found"), this))
+{
+    setWindowTitle(VXText("Find everywhere"));
+    auto *const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(_pane);
+    _pane->setModel(_model);
+    connect(_pane, &VXListPane::searchDidChange, this, &VXFindWindow::find);
+    connect(_pane, &VXListPane::activated, this, &VXFindWindow::choose);
+    connect(_pane->list(), &QListView::clicked, this, [this](const QModelIndex &index) { choose(index.row()); });
+    connect(_pane->search(), &QLineEdit::returnPressed, this, [this] {
+        if (_model->rowCount() > 0 && _pane->search()->text().trimmed() == _shownWords)
+            choose(std::max(0, _pane->list()->currentIndex().row()));
+    });
+    VXRememberWindow(*this, u"find"_s, {520, 560});
+    show({}, {.hasIndex = true});
+}
+
+VXFindWindow::~VXFindWindow() = default;
+
+void VXFindWindow::begin()
+{
+    _pane->search()->setFocus();
+    _pane->search()->selectAll();
+}
+
+// Whatever it is that is slow, a letter is typed at once: another thread looks.
+void VXFindWindow::find(const QString &words)
+{
+    _words = words;
+    if (words.isEmpty())
+        return show(words, {.hasIndex = true});
+    QThreadPool::globalInstance()->start([self = QPointer(this), words] {
+        Answer answer;
+        const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&answer.error);
+        answer.hasIndex = index != nullptr;
+        if (index)
+            answer.found = index->find(words, {}, most, &answer.error);
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [self, words, answer] {
+            if (self && self->_words == words)
+                self->show(words, answer);
+        });
+    });
+}
+
+void VXFindWindow::show(const QString &words, const Answer &answer)
+{
+    _shownWords = words;
+    const QList<VXFoundObject> found = answer.found.value_or(QList<VXFoundObject>());
+    _model->set(found);
+    VXEmptyState *const empty = _pane->placeholder();
+    if (answer.error)
+        empty->setContents(u"warning"_s, VXText("This cannot be searched for"), answer.error.localizedDescription());
+    else if (!answer.hasIndex)
+        empty->setContents(u"clock"_s, VXText("The search is not ready yet"),
+                           VXText("It takes in contacts, messages and calls shortly after the start."));
+    else if (words.isEmpty())
+        empty->setContents(u"search"_s, VXText("Search for words, names or numbers"),
+                           VXText("The last four digits of a number will do."));
+    else
+        empty->setContents(u"search"_s, VXText("Nothing found"),
+                           VXText("No contact, message or call has all of that."));
+    _pane->setIsEmpty(found.isEmpty());
+    _pane->search()->setResultCount(words.isEmpty() || answer.error ? std::nullopt
+                                                                    : std::optional<qint64>(found.size()));
+}
+
+void VXFindWindow::choose(int row)
+{
+    const QUrl uri = _model->uriAt(row);
+    if (uri.isEmpty() || !isVisible()) // some desktops take a click for a double one too
+        return;
+    accept();
+    Q_EMIT chosen(uri);
+}

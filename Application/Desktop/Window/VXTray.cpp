@@ -1,0 +1,59 @@
+#include "VXTray.h"
+
+#include "VXApplication.h"
+#include "VXDesktopText.h"
+#include "VXMainWindow.h"
+#include "VXUserDefaults.h"
+
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QMenu>
+#include <QtWidgets/QSystemTrayIcon>
+
+using namespace Qt::StringLiterals;
+
+const QString VXTray::keepsRunningKey = u"desktop.keeps_running"_s;
+
+// An icon that is shown takes its place by itself once the session gets a tray.
+VXTray::VXTray(VXMainWindow &window)
+    : _window(window), _menu(std::make_unique<QMenu>()), _icon(new QSystemTrayIcon(QApplication::windowIcon(), this))
+{
+    _menu->addAction(VXText("Open Vornix"), &window, [&window] { window.activate(); });
+    _menu->addAction(VXText("New message"), &window, [&window] {
+        window.activate();
+        window.writeMessage({});
+    });
+    _menu->addAction(VXText("Sync phones"), &window, [&window] { window.sync(); });
+    _menu->addSeparator();
+    _menu->addAction(VXText("Quit"), [] { VXApplication::sharedApplication().terminate(); });
+    _icon->setContextMenu(_menu.get());
+    connect(_icon, &QSystemTrayIcon::activated, &window, [&window](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
+            window.activate();
+    });
+    for (const VXSection *const section : window.sections())
+        connect(section, &VXSection::badgeDidChange, this, &VXTray::updateText);
+    updateText();
+    _icon->show();
+}
+
+VXTray::~VXTray() = default;
+
+bool VXTray::isThereOne()
+{
+    return QSystemTrayIcon::isSystemTrayAvailable();
+}
+
+bool VXTray::keepsRunning()
+{
+    return VXUserDefaults::standardUserDefaults().boolForKey(keepsRunningKey) && isThereOne();
+}
+
+void VXTray::updateText()
+{
+    QStringList lines{u"Vornix"_s};
+    for (const VXSection *const section : _window.sections()) {
+        if (section->badge() > 0)
+            lines.append(u"%1: %2"_s.arg(section->title()).arg(section->badge()));
+    }
+    _icon->setToolTip(lines.join(u'\n'));
+}

@@ -1,0 +1,62 @@
+#include "VXDesktopTesting.h"
+
+#include "DesktopTestsPaths.h"
+#include "VXApplication.h"
+#include "VXBundle.h"
+#include "VXContactWriter.h"
+#include "VXDataManager.h"
+#include "VXFramework.h"
+#include "VXManagedObjectContext.h"
+#include "VXMessageStore.h"
+#include "VXPluginManager.h"
+#include "VXSearchIndex.h"
+
+using namespace Qt::StringLiterals;
+
+VXDesktopTest::VXDesktopTest()
+{
+    VXBundle::setMainBundle(VXBundle::bundleWithPath(QStringLiteral(VORNIX_APPLICATION)));
+    VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
+    VXApplication::sharedApplication().setDidFinishLaunching(false);
+    VXPluginManager::sharedPluginManager().startup();
+    VXApplication::sharedApplication().setDidFinishLaunching(true);
+}
+
+VXDesktopTest::~VXDesktopTest()
+{
+    VXPluginManager::sharedPluginManager().shutdown();
+}
+
+QString VXDesktopTest::insert(const QString &store, const QString &entity, const QVariantMap &values)
+{
+    const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(store);
+    VXManagedObjectContext context(coordinator);
+    const VXManagedObjectPtr object = context.insertNewObject(entity);
+    if (entity == VXMessageStore::entityName)
+        object->setValueForKey(QVariant::fromValue(VXMessageStore(coordinator).folders(context)->constFirst()),
+                               u"folder"_s);
+    for (const auto &[key, value] : values.asKeyValueRange())
+        object->setValueForKey(value, key);
+    VXError error;
+    EXPECT_TRUE(context.save(&error)) << error.description().toStdString();
+    return VXFoundObject{.uri = object->objectID().uriRepresentation()}.url().toString();
+}
+
+void VXDesktopTest::add(const VXContactRecord &contact)
+{
+    VXManagedObjectContext context(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s));
+    VXContactWriter(context).insert(contact);
+    EXPECT_TRUE(context.save());
+}
+
+QStringList VXDesktopTest::namesOfContacts()
+{
+    const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s);
+    VXManagedObjectContext context(coordinator);
+    const auto found = context.executeFetchRequest(VXFetchRequest(*coordinator->model().entityForName(u"VXPerson"_s)));
+    QStringList names;
+    for (const VXManagedObjectPtr &each : *found)
+        names.append(VXContactRecord(QVariant::fromValue(each)).displayName());
+    names.sort();
+    return names;
+}
