@@ -4,9 +4,7 @@
 
 using namespace Qt::StringLiterals;
 
-class VXGammuConfigurationTest : public VXGammuPhoneTest
-{
-};
+using VXGammuConfigurationTest = VXGammuPhoneTest;
 
 TEST_F(VXGammuConfigurationTest, ReadsASectionOfAConfigurationFile)
 {
@@ -75,15 +73,4 @@ TEST_F(VXGammuConfigurationTest, APhoneIsConnectingUntilItsPropertiesAreThere)
     EXPECT_TRUE(dummy->isConnected());
     EXPECT_EQ(changes,
               (QStringList{u"battery"_s, u"firmware"_s, u"imei"_s, u"manufacturer"_s, u"model"_s, u"signal"_s}));
-}
-
-TEST_F(VXGammuConfigurationTest, UnloadingEndsWhatWaits)
-{
-    const auto phone = makeDummy();
-    const auto first = VXDeviceAction::actionWithName(u"read_contacts"_s);
-    const auto second = VXDeviceAction::actionWithName(u"read_contacts"_s);
-    first->executeWithDevice(phone);
-    second->executeWithDevice(phone);
-    phone->pluginWillUnload();
-    EXPECT_TRUE(VXRunUntil([&] { return !first->isExecuting() && !second->isExecuting(); }));
 }

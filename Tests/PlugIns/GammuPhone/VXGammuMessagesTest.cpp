@@ -12,9 +12,9 @@ using namespace Qt::StringLiterals;
 class VXGammuMessagesTest : public VXGammuPhoneTest
 {
 protected:
-    void saveMessage(const QString &text, const QStringList &options) const
+    void saveMessage(const QString &text, const VXWords &options) const
     {
-        gammu(QStringList{u"savesms"_s, u"TEXT"_s, u"-textutf8"_s, text} + options);
+        gammu(VXWords{"savesms", "TEXT", "-textutf8", text} + options);
     }
     void putBack(const QString &place, const QByteArray &contents) const
     {

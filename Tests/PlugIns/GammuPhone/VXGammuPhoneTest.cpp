@@ -27,13 +27,13 @@ QString VXGammuPhoneTest::dummyPath(const QString &relative) const
 }
 
 // Not by QProcess: forking a process with threads ends the thread sanitizer's view of it, popen(3) spawns.
-QByteArray VXGammuPhoneTest::gammu(const QStringList &arguments) const
+QByteArray VXGammuPhoneTest::gammu(const VXWords &arguments) const
 {
     QDir().mkpath(dummyPath());
     const QString configuration =
         writeFile(u"gammurc"_s, "[gammu]\nmodel = dummy\nconnection = none\nport = " + dummyPath().toUtf8() + "\n");
     QByteArray command = "LC_ALL=C.UTF-8 " GAMMU_PROGRAM;
-    for (QString argument : QStringList{u"-c"_s, configuration} + arguments)
+    for (QString argument : VXWords{"-c", configuration} + arguments)
         command += " '" + argument.replace(u'\'', u"'\\''"_s).toUtf8() + '\'';
     FILE *const program = ::popen((command + " </dev/null 2>&1").constData(), "re");
     QByteArray output;
@@ -46,7 +46,7 @@ QByteArray VXGammuPhoneTest::gammu(const QStringList &arguments) const
 
 void VXGammuPhoneTest::addContacts(const QByteArray &cards, const QString &memory) const
 {
-    gammu({u"addnew"_s, writeFile(u"cards.vcf"_s, cards), u"-yes"_s, u"-memory"_s, memory});
+    gammu({"addnew", writeFile(u"cards.vcf"_s, cards), "-yes", "-memory", memory});
 }
 
 VXDevicePlugin::Ptr VXGammuPhoneTest::makePhone(const QVariantMap &preferences)

@@ -3,6 +3,7 @@
 #include "VXDeviceAction.h"
 #include "VXGammuPhone.h"
 #include "VXTesting.h"
+#include "VXWords.h"
 
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
@@ -14,7 +15,7 @@ protected:
     ~VXGammuPhoneTest() override;
 
     /** What the `gammu` program prints, run on the dummy phone, which is a folder in the home folder. */
-    QByteArray gammu(const QStringList &arguments) const;
+    QByteArray gammu(const VXWords &arguments) const;
     /** Adds vCards to a memory of the dummy. */
     void addContacts(const QByteArray &cards, const QString &memory = QStringLiteral("ME")) const;
     /** Where the dummy keeps its things. */

@@ -2,12 +2,14 @@
 
 #include "GammuPhoneTestsPaths.h"
 #include "VXTesting.h"
+#include "VXWords.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QProcess>
+#include <QtCore/QRandomGenerator>
 
 /** The program and a phone without hardware, each in the home folder. */
 class VXPhoneSyncTest : public VXHomeTest
@@ -17,25 +19,23 @@ protected:
 
     void fillPhone() const
     {
-        ASSERT_EQ(
-            QProcess::execute(QStringLiteral(EXAMPLE_PHONE) + QStringLiteral("/fill"), {path(QStringLiteral("phone"))}),
-            0);
+        const QStringList folder{path(QStringLiteral("phone"))};
+        ASSERT_EQ(QProcess::execute(QStringLiteral(EXAMPLE_PHONE) + QStringLiteral("/fill"), folder), 0);
         addPhone();
     }
     void addPhone() const
     {
-        vornix({QStringLiteral("plugins"), QStringLiteral("enable"), QStringLiteral("com.halvern.VNX2.GammuPhone")});
-        vornix({QStringLiteral("devices"), QStringLiteral("add"), QStringLiteral("com.halvern.VNX2.GammuPhone"),
-                QStringLiteral("dummy"), QStringLiteral("model=dummy"), QStringLiteral("connection=none"),
+        vornix("plugins enable com.halvern.VNX2.GammuPhone");
+        vornix({"devices", "add", "com.halvern.VNX2.GammuPhone", "dummy", "model=dummy", "connection=none",
                 QStringLiteral("port=") + path(QStringLiteral("phone"))});
     }
 
-    QStringList arguments(const QStringList &command) const
+    QStringList arguments(const VXWords &command) const
     {
-        return QStringList{QStringLiteral("--json"), QStringLiteral("--home"), path(QStringLiteral("home"))} + command;
+        return VXWords{"--json", "--home", path(QStringLiteral("home"))} + command;
     }
     /** What a command answers. */
-    QJsonValue vornix(const QStringList &command, int expectedStatus = 0) const
+    QJsonValue vornix(const VXWords &command, int expectedStatus = 0) const
     {
         QProcess process;
         process.start(QStringLiteral(VORNIX_PROGRAM), arguments(command));
@@ -46,11 +46,22 @@ protected:
         const QJsonDocument document = QJsonDocument::fromJson(output);
         return document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
     }
-    void gammu(const QStringList &command, const QByteArray &answers = {}) const
+    /** A run of the program that may be killed before it ends. */
+    void runAndPerhapsKill(const VXWords &command, int mostMilliseconds) const
+    {
+        QProcess process;
+        process.start(QStringLiteral(VORNIX_PROGRAM), arguments(command));
+        ASSERT_TRUE(process.waitForStarted());
+        if (!process.waitForFinished(QRandomGenerator::global()->bounded(1, mostMilliseconds)))
+            process.kill();
+        process.waitForFinished();
+        vornix("plugins retry com.halvern.VNX2.GammuPhone"); // kills while it is loaded tell against it
+    }
+    void gammu(const VXWords &command, const QByteArray &answers = {}) const
     {
         QProcess process;
         process.start(QStringLiteral(GAMMU_PROGRAM),
-                      QStringList{QStringLiteral("--config"), path(QStringLiteral("phone/gammurc"))} + command);
+                      VXWords{"--config", path(QStringLiteral("phone/gammurc"))} + command);
         process.write(answers);
         process.closeWriteChannel();
         EXPECT_TRUE(process.waitForFinished(60000));
@@ -64,8 +75,7 @@ protected:
     /** What a sync did, as "added changed", and what on the phone. */
     QString sync(const QString &kind) const
     {
-        const QJsonObject result =
-            vornix({QStringLiteral("sync"), phone, QStringLiteral("--") + kind})[kind].toObject();
+        const QJsonObject result = vornix({"sync", phone, QStringLiteral("--") + kind})[kind].toObject();
         return QStringLiteral("%1 %2 %3")
             .arg(result[QStringLiteral("added")].toInt(-1))
             .arg(result[QStringLiteral("changed")].toInt())

@@ -1,7 +1,5 @@
 #include "VXPhoneSyncTest.h"
 
-#include <QtCore/QRandomGenerator>
-
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -16,7 +14,7 @@ class VXSyncTest : public VXPhoneSyncTest
 protected:
     QJsonArray list(const QString &folder) const
     {
-        return vornix({u"messages"_s, u"list"_s, folder, u"--limit"_s, u"0"_s}).toArray();
+        return vornix({"messages", "list", folder, "--limit", "0"}).toArray();
     }
     static QStringList lines(const QJsonArray &messages)
     {
@@ -36,7 +34,7 @@ protected:
     }
     QStringList onPhone() const
     {
-        return lines(vornix({u"devices"_s, u"do"_s, phone, u"read_messages"_s})[u"result"_s][u"items"_s].toArray());
+        return lines(vornix({"devices", "do", phone, "read_messages"})[u"result"_s][u"items"_s].toArray());
     }
 };
 
@@ -51,7 +49,7 @@ TEST_F(VXSyncTest, ASecondSyncChangesNothing)
     EXPECT_EQ(list(phone).size(), 4);
     EXPECT_EQ(sync(u"calls"_s), u"1 0 0"_s);
     EXPECT_EQ(sync(u"calls"_s), u"0 0 0"_s);
-    EXPECT_EQ(vornix({u"store"_s, u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().size(), 1);
+    EXPECT_EQ(vornix("store list calls VXCall").toArray().size(), 1);
 }
 
 TEST_F(VXSyncTest, ProcessesThatSyncAtOnceDoubleNothing)
@@ -60,7 +58,7 @@ TEST_F(VXSyncTest, ProcessesThatSyncAtOnceDoubleNothing)
     for (const QString &kind : {u"--messages"_s, u"--calls"_s}) { // of both, each might be refused one
         std::array<QProcess, 3> processes;
         for (QProcess &process : processes)
-            process.start(QStringLiteral(VORNIX_PROGRAM), arguments({u"sync"_s, phone, kind}));
+            process.start(QStringLiteral(VORNIX_PROGRAM), arguments({"sync", phone, kind}));
         int done = 0;
         for (QProcess &process : processes) {
             ASSERT_TRUE(process.waitForFinished());
@@ -70,7 +68,7 @@ TEST_F(VXSyncTest, ProcessesThatSyncAtOnceDoubleNothing)
     }
     sync(u"messages"_s);
     EXPECT_EQ(list(phone).size(), 4);
-    EXPECT_EQ(vornix({u"store"_s, u"list"_s, u"calls"_s, u"VXCall"_s}).toArray().size(), 1);
+    EXPECT_EQ(vornix("store list calls VXCall").toArray().size(), 1);
 }
 
 // The phone's copy of it has a date of the phone's own.
@@ -80,12 +78,11 @@ TEST_F(VXSyncTest, WhatWasSentFromHereIsThereOnce)
     fillPhone();
     sync(u"messages"_s);
     const auto save = [this](const QString &folder, const QString &state) {
-        gammu({u"savesms"_s, u"TEXT"_s, u"-folder"_s, folder, state, u"-sender"_s, u"+15550101"_s, u"-textutf8"_s,
-               u"Doubled?"_s});
+        gammu({"savesms", "TEXT", "-folder", folder, state, "-sender", "+15550101", "-textutf8", "Doubled?"});
     };
     for (int round = 0; round < 2; ++round) // of two just the same, each is one
-        vornix({u"messages"_s, u"send"_s, u"+1 555 0101"_s, u"Doubled?"_s});
-    vornix({u"messages"_s, u"send"_s, u"+1 555 0102"_s, u"Doubled?"_s}); // to somebody else
+        vornix("messages send '+1 555 0101' Doubled?");
+    vornix("messages send '+1 555 0102' Doubled?"); // to somebody else
     EXPECT_EQ(list(u"sent"_s).size(), 4);
     save(u"2"_s, u"-sent"_s);
     EXPECT_EQ(sync(u"messages"_s), u"0 1 0"_s);
@@ -97,7 +94,7 @@ TEST_F(VXSyncTest, WhatWasSentFromHereIsThereOnce)
     EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
     EXPECT_EQ(list(u"sent"_s).size(), 5);
     EXPECT_EQ(list(phone).size(), 8);
-    EXPECT_EQ(vornix({u"store"_s, u"list"_s, u"messages"_s, u"VXMessage"_s}).toArray().size(), 9);
+    EXPECT_EQ(vornix("store list messages VXMessage").toArray().size(), 9);
 }
 
 TEST_F(VXSyncTest, ABackupAndItsPhoneHaveTheSameMessages)
@@ -105,19 +102,19 @@ TEST_F(VXSyncTest, ABackupAndItsPhoneHaveTheSameMessages)
     ASSERT_TRUE(QDir().mkpath(path(u"home"_s)));
     fillPhone();
     const QString backup = path(u"all.smsbackup"_s);
-    gammu({u"backupsms"_s, backup}, "no\nALL\n"); // deletes nothing
-    EXPECT_EQ(vornix({u"messages"_s, u"import"_s, backup})[u"added"_s].toInt(), 4);
-    vornix({u"messages"_s, u"move"_s, uriOf(list(u"inbox"_s), u"The parts"_s), u"user"_s});
+    gammu({"backupsms", backup}, "no\nALL\n"); // deletes nothing
+    EXPECT_EQ(vornix({"messages", "import", backup})[u"added"_s].toInt(), 4);
+    vornix({"messages", "move", uriOf(list(u"inbox"_s), u"The parts"_s), "user"});
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(sync(u"messages"_s), round == 0 ? u"0 3 0"_s : u"0 0 0"_s);
-        EXPECT_EQ(vornix({u"messages"_s, u"import"_s, backup})[u"added"_s].toInt(), 0);
+        EXPECT_EQ(vornix({"messages", "import", backup})[u"added"_s].toInt(), 0);
         EXPECT_EQ(list(phone).size(), 3);
         EXPECT_THAT(lines(list(u"user"_s)), ElementsAre(u"read The parts"_s)); // where it was put
     }
     for (const QJsonValue message : list(phone))
         EXPECT_EQ(message[u"device_url"_s].toString(), phone);
     // As one that was synced: what is deleted here is deleted there.
-    vornix({u"messages"_s, u"delete"_s, uriOf(list(u"inbox"_s), u"Are you"_s)});
+    vornix({"messages", "delete", uriOf(list(u"inbox"_s), u"Are you"_s)});
     EXPECT_EQ(sync(u"messages"_s), u"0 0 1"_s);
     EXPECT_EQ(onPhone().size(), 3);
 }
@@ -127,9 +124,9 @@ TEST_F(VXSyncTest, WhatWasChangedHereIsCarriedOutThere)
     fillPhone();
     sync(u"messages"_s);
     const QJsonArray all = list(phone);
-    vornix({u"messages"_s, u"read"_s, uriOf(all, u"Are you"_s)});
-    vornix({u"messages"_s, u"move"_s, uriOf(all, u"The parts"_s), u"user"_s});
-    vornix({u"messages"_s, u"move"_s, uriOf(all, u"Yes"_s), u"trash"_s});
+    vornix({"messages", "read", uriOf(all, u"Are you"_s)});
+    vornix({"messages", "move", uriOf(all, u"The parts"_s), "user"});
+    vornix({"messages", "move", uriOf(all, u"Yes"_s), "trash"});
     EXPECT_EQ(onPhone().size(), 4);             // nothing before the sync
     EXPECT_EQ(list(phone).size(), 2);           // but what was moved is not shown where it was
     EXPECT_EQ(sync(u"messages"_s), u"0 0 3"_s); // nothing more is to be done of what is in the trash
@@ -139,7 +136,7 @@ TEST_F(VXSyncTest, WhatWasChangedHereIsCarriedOutThere)
     EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
 
     // The other way: a message is put on the phone.
-    vornix({u"messages"_s, u"move"_s, uriOf(list(u"trash"_s), u"Yes"_s), phone});
+    vornix({"messages", "move", uriOf(list(u"trash"_s), u"Yes"_s), phone});
     EXPECT_EQ(sync(u"messages"_s), u"0 1 1"_s);
     EXPECT_THAT(onPhone(), UnorderedElementsAre(u"read Are you c"_s, u"read До встреч"_s, u"sent Yes, at e"_s));
     EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
@@ -150,13 +147,13 @@ TEST_F(VXSyncTest, WhatWasDeletedOrReadOnThePhoneIsKnownHere)
 {
     fillPhone();
     sync(u"messages"_s);
-    const QJsonValue items = vornix({u"devices"_s, u"do"_s, phone, u"read_messages"_s})[u"result"_s][u"items"_s];
+    const QJsonValue items = vornix({"devices", "do", phone, "read_messages"})[u"result"_s][u"items"_s];
     for (const QJsonValue item : items.toArray()) {
         const bool isUnread = item[u"state"_s] == "unread"_L1;
         QJsonObject object = item.toObject();
         object.insert(u"state"_s, u"read"_s);
         if (isUnread || item[u"state"_s] == "sent"_L1)
-            vornix({u"devices"_s, u"do"_s, phone, isUnread ? u"write_message"_s : u"delete_message"_s, u"--object"_s,
+            vornix({"devices", "do", phone, isUnread ? u"write_message"_s : u"delete_message"_s, "--object",
                     QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))});
     }
     EXPECT_EQ(sync(u"messages"_s), u"0 2 0"_s);
@@ -172,7 +169,7 @@ TEST_F(VXSyncTest, LongMessagesAreLeftOnThePhoneUntilTheyAreWhole)
     QFile part(path(u"phone/sms/1/4"_s));
     ASSERT_TRUE(part.rename(path(u"part"_s)));
     EXPECT_EQ(sync(u"messages"_s), u"3 0 0"_s);
-    const auto notices = [this] { return vornix({u"sync"_s, phone, u"--messages"_s})[u"messages"_s][u"notices"_s]; };
+    const auto notices = [this] { return vornix({"sync", phone, "--messages"})[u"messages"_s][u"notices"_s]; };
     EXPECT_EQ(notices(), QJsonArray{u"Left on the phone, as no text or not whole yet: 1."_s}); // which is no failure
     ASSERT_TRUE(part.rename(path(u"phone/sms/1/4"_s)));
     EXPECT_EQ(sync(u"messages"_s), u"1 0 0"_s);
@@ -190,19 +187,13 @@ TEST_F(VXSyncTest, ASyncThatIsKilledLosesAndDoublesNothing)
     for (int round = 0; round < kills; ++round) {
         const QString text = u"round %1"_s.arg(round, 3, 10, QChar(u'0'));
         expected.append(text);
-        gammu({u"savesms"_s, u"TEXT"_s, u"-folder"_s, u"1"_s, u"-unread"_s, u"-sender"_s, u"+15550100"_s,
-               u"-textutf8"_s, text});
+        gammu({"savesms", "TEXT", "-folder", "1", "-unread", "-sender", "+15550100", "-textutf8", text});
         const QJsonArray there = list(phone);
         const auto at = [&](int place) { return there[place % there.size()][u"uri"_s].toString(); };
-        vornix({u"messages"_s, u"read"_s, at(round)});
+        vornix({"messages", "read", at(round)});
         if (there.size() > 1)
-            vornix({u"messages"_s, u"move"_s, at(round + 1), round % 2 == 0 ? u"user"_s : u"trash"_s});
-        QProcess process;
-        process.start(QStringLiteral(VORNIX_PROGRAM), arguments({u"sync"_s, phone, u"--messages"_s}));
-        ASSERT_TRUE(process.waitForStarted());
-        if (!process.waitForFinished(QRandomGenerator::global()->bounded(1, 700)))
-            process.kill();
-        process.waitForFinished();
+            vornix({"messages", "move", at(round + 1), round % 2 == 0 ? u"user"_s : u"trash"_s});
+        runAndPerhapsKill({"sync", phone, "--messages"}, 700);
     }
     sync(u"messages"_s);
     EXPECT_EQ(sync(u"messages"_s), u"0 0 0"_s);
@@ -226,13 +217,13 @@ TEST_F(VXSyncTest, AMessageToAPhoneThatIsAwayWaitsAndIsSentWhenItIsBack)
     ASSERT_TRUE(QDir().mkpath(path(u"phone"_s)));
     addPhone();
     ASSERT_TRUE(QDir(path(u"phone"_s)).removeRecursively());
-    const QJsonValue first = vornix({u"messages"_s, u"send"_s, u"+1 555 0100"_s, u"Hello"_s}, 1);
+    const QJsonValue first = vornix("messages send '+1 555 0100' Hello", 1);
     EXPECT_EQ(first[0][u"state"_s], "queued"_L1) << first[0][u"problem"_s].toString().toStdString();
     EXPECT_THAT(lines(list(u"drafts"_s)), ElementsAre(u"unsent Hello"_s));
     EXPECT_EQ(first[0][u"title"_s], "+1 555 0100: Hello"_L1);
-    EXPECT_EQ(vornix({u"sync"_s, u"dummy"_s, u"--messages"_s}, 1)[u"messages"_s][u"error"_s].isString(), true);
+    EXPECT_EQ(vornix("sync dummy --messages", 1)[u"messages"_s][u"error"_s].isString(), true);
     ASSERT_TRUE(QDir().mkpath(path(u"phone"_s)));
-    const QJsonValue second = vornix({u"outbox"_s, u"retry"_s, u"all"_s});
+    const QJsonValue second = vornix("outbox retry all");
     EXPECT_EQ(second[0][u"state"_s], "sent"_L1) << second[0][u"problem"_s].toString().toStdString();
     EXPECT_THAT(lines(list(u"sent"_s)), ElementsAre(u"sent Hello"_s));
     EXPECT_THAT(list(u"drafts"_s), IsEmpty());
@@ -246,26 +237,18 @@ TEST_F(VXSyncTest, SendingThatIsKilledLosesAndDoublesNothing)
     addPhone();
     const int kills = std::max(6, qEnvironmentVariableIntValue("VORNIX_SYNC_KILLS"));
     for (int round = 0; round < kills; ++round) {
-        QProcess process;
-        process.start(QStringLiteral(VORNIX_PROGRAM),
-                      arguments({u"messages"_s, u"send"_s, u"+1 555 0100"_s, u"round %1"_s.arg(round)}));
-        ASSERT_TRUE(process.waitForStarted());
-        if (!process.waitForFinished(QRandomGenerator::global()->bounded(1, 400)))
-            process.kill();
-        process.waitForFinished();
-        vornix(
-            {u"plugins"_s, u"retry"_s, u"com.halvern.VNX2.GammuPhone"_s}); // kills while it is loaded tell against it
+        runAndPerhapsKill({"messages", "send", "+1 555 0100", u"round %1"_s.arg(round)}, 400);
     }
     const auto firstQueued = [this] {
-        for (const QJsonValue entry : vornix({u"outbox"_s}).toArray()) {
+        for (const QJsonValue entry : vornix("outbox").toArray()) {
             if (entry[u"state"_s] == "queued"_L1) // the program ended before it was sent
                 return entry[u"id"_s].toString();
         }
         return QString();
     };
     for (QString id = firstQueued(); !id.isNull() && !HasFailure(); id = firstQueued())
-        vornix({u"outbox"_s, u"retry"_s, id}); // which may send what waits behind it, too
-    const QJsonArray entries = vornix({u"outbox"_s}).toArray();
+        vornix({"outbox", "retry", id}); // which may send what waits behind it, too
+    const QJsonArray entries = vornix("outbox").toArray();
     QStringList sent;
     QStringList unsent;
     for (const QJsonValue entry : entries) {
