@@ -16,9 +16,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString service = u"org.freedesktop.Notifications"_s;
-const QString openAction = u"default"_s; // as the specification calls a click
+const QString openAction = u"default"_s; // what the notification server calls a click
 
-/** A picture as the specification has it. */
+/** A picture as "image-data" of the desktop notifications takes it. */
 struct Pixels
 {
     QImage image;
