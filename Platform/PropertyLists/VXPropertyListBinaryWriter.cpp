@@ -198,7 +198,7 @@ void VXPropertyListBinaryWriter::writeInteger(qint64 number)
 void VXPropertyListBinaryWriter::writeMarker(quint8 type, quint64 count)
 {
     constexpr quint64 isBehind = 0xf;
-    *_at++ = char(type << 4 | std::min(count, isBehind));
+    *_at++ = char(quint64(type) << 4 | std::min(count, isBehind));
     if (count >= isBehind)
         writeInteger(qint64(count));
 }
