@@ -131,6 +131,8 @@ void VXWebTransfer::Exchange::setOptions(bool isPost, bool isFresh)
         append(_headers, line);
     append(_headers, "User-Agent: Vornix/" + VXFrameworkVersion().toUtf8());
     curl_easy_setopt(_easy, CURLOPT_CONNECTTIMEOUT, noConnectTimeout);
+    curl_easy_setopt(_easy, CURLOPT_SOCKOPTFUNCTION, &noteConnection);
+    curl_easy_setopt(_easy, CURLOPT_SOCKOPTDATA, this);
     if (_transfer._request.usesOwnConnection()) {
         curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
         curl_easy_setopt(_easy, CURLOPT_FORBID_REUSE, 1L);
@@ -144,8 +146,6 @@ void VXWebTransfer::Exchange::setOptions(bool isPost, bool isFresh)
         // be rewound; what has no body gets a new connection. So does what the server has sent on, which it may hang up behind.
         if (!_body || isFresh)
             curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
-        curl_easy_setopt(_easy, CURLOPT_SOCKOPTFUNCTION, &noteConnection);
-        curl_easy_setopt(_easy, CURLOPT_SOCKOPTDATA, this);
         curl_easy_setopt(_easy, CURLOPT_PREREQFUNCTION, &allowSending);
         curl_easy_setopt(_easy, CURLOPT_PREREQDATA, this);
         curl_easy_setopt(_easy, CURLOPT_READFUNCTION, &callback<&Exchange::send>);
