@@ -105,7 +105,7 @@ private:
         bool isNumber = true;
         const double seconds = VXIsNone(value) ? standardTimeout : value.toDouble(&isNumber);
         if (!isNumber || !(seconds > 0))
-            fail(u"The time-out must be a number of seconds."_s);
+            fail(u"The time-out must be a number of seconds, more than 0."_s);
         return seconds;
     }
 
