@@ -3,6 +3,7 @@
 #include "VXFileManager.h"
 #include "VXFileWatch.h"
 #include "VXFramework.h"
+#include "VXGuard.h"
 #include "VXMainThread.h"
 #include "VXMethodLog.h"
 #include "VXMutex.h"
@@ -44,11 +45,6 @@ std::unique_ptr<VXFileLock> lockOfKind(const QString &kind)
     if (!lock->isHeld() && !lock->isTimedOut())
         VXLogClassMethod(VXLogError, VXOutboxRunner, "run", lock->reason());
     return lock;
-}
-
-bool hasWaitedLonger(const VXOutboxEntry &entry, const VXOutboxEntry &other)
-{
-    return entry.nextDate != other.nextDate ? entry.nextDate < other.nextDate : entry.number < other.number;
 }
 
 VXOutboxEntry interrupted(VXOutboxEntry entry)
@@ -151,8 +147,7 @@ void VXOutboxRunner::forget(const QSet<qint64> &numbers)
             return entry.number != held && numbers.contains(entry.number);
         });
     }
-    if (!_isRunning) // else a loop over them goes on
-        std::erase_if(_queues, [](const auto &each) { return each.second.entries.empty(); });
+    _isSurveyed = false;
 }
 
 // True when nothing is to be done for it now: it waits behind others, or is gone.
@@ -203,7 +198,8 @@ bool VXOutboxRunner::takeLock()
 // False while it is needed: others would take what came of a try for lost.
 bool VXOutboxRunner::releaseLock()
 {
-    const bool isFree = std::ranges::none_of(_queues, [](const auto &each) { return each.second.isHeld(); });
+    const bool isFree =
+        _inFlight == 0 && std::ranges::none_of(_queues, [](const auto &each) { return each.second.isHeld(); });
     if (isFree)
         _lock.reset();
     return isFree;
@@ -255,6 +251,7 @@ bool VXOutboxRunner::load()
         if (!queue.isHeld() || queue.entries.front().number != entry.number)
             queue.entries.push_back(entry);
     }
+    _isSurveyed = false;
     return true;
 }
 
@@ -284,17 +281,15 @@ void VXOutboxRunner::markInterrupted()
         };
         std::erase_if(queue.entries, isInterrupted);
     }
-    std::erase_if(_queues, [](const auto &each) { return each.second.entries.empty(); });
 }
 
 void VXOutboxRunner::proceed()
 {
     _isRunning = true;
-    while (Queue *const queue = firstDue()) {
+    while (Queue *const queue = takeFirstDue()) {
         if (!send(*queue))
             break;
     }
-    std::erase_if(_queues, [](const auto &each) { return each.second.entries.empty(); });
     _isRunning = false;
     if (releaseLock())
         load(); // what another process added while the lock was held here is seen here now, or by that process
@@ -304,21 +299,48 @@ void VXOutboxRunner::proceed()
         Q_EMIT didBecomeIdle();
 }
 
-// The destinations take turns: what has been due longest is first, so that what fails again and again leaves the others
-// theirs. Those behind the first of a queue wait for it.
-VXOutboxRunner::Queue *VXOutboxRunner::firstDue()
+// Once after each look at the store: what is sent after that moves only its own queue.
+void VXOutboxRunner::survey()
 {
-    Queue *found = nullptr;
-    if (_inFlight >= maximumDestinations || _isTroubled || _isStopping)
-        return found;
+    if (std::exchange(_isSurveyed, true))
+        return;
+    _due.clear();
+    _soonest.reset();
     const VXOutboxSchedule schedule;
-    for (auto &[destination, queue] : _queues) {
-        if (queue.isHeld() || queue.entries.empty() || !schedule.isDue(queue.entries.front()))
+    for (const auto &[destination, queue] : _queues)
+        enlist(queue, schedule);
+}
+
+// Those behind the first of a queue wait for it.
+void VXOutboxRunner::enlist(const Queue &queue, const VXOutboxSchedule &schedule)
+{
+    if (queue.isHeld() || queue.entries.empty())
+        return;
+    const VXOutboxEntry &first = queue.entries.front();
+    const std::chrono::milliseconds wait(schedule.wait(first));
+    const Clock::time_point time = Clock::now() + std::min(wait, longestWait);
+    if (wait <= 0ms)
+        _due.insert({{first.nextDate, first.number}, first.destination});
+    else
+        _soonest = std::min(_soonest.value_or(time), time);
+}
+
+// The destinations take turns: what has been due longest is first, so that what fails again and again leaves the others
+// theirs.
+VXOutboxRunner::Queue *VXOutboxRunner::takeFirstDue()
+{
+    if (_inFlight >= maximumDestinations || _isTroubled || _isStopping)
+        return nullptr;
+    survey();
+    while (!_due.empty()) {
+        const auto first = _due.extract(_due.begin());
+        const auto found = _queues.find(first.mapped());
+        if (found == _queues.end() || found->second.isHeld() || found->second.entries.empty())
             continue;
-        if (found == nullptr || hasWaitedLonger(queue.entries.front(), found->entries.front()))
-            found = &queue;
+        if (found->second.entries.front().number == first.key().second)
+            return &found->second;
     }
-    return found;
+    return nullptr;
 }
 
 // The first of the queue, or where that is open no more none. False when it could not be marked: it could be sent twice.
@@ -332,6 +354,7 @@ bool VXOutboxRunner::send(Queue &queue)
     }
     if (!entry || entry->state != VXOutboxState::Queued) { // dropped, or changed by another process
         queue.entries.pop_front();
+        enlist(queue, VXOutboxSchedule());
         return true;
     }
     entry->state = VXOutboxState::Sending;
@@ -341,13 +364,28 @@ bool VXOutboxRunner::send(Queue &queue)
     queue.entries.front() = *entry;
     queue.isInFlight = true;
     ++_inFlight;
-    Cancel cancel = _deliver(*entry, [self = QPointer(this), entry = *entry](const VXOutboxDelivery &delivery) {
-        if (self)
-            self->conclude(entry, delivery);
-    });
+    Cancel cancel = deliver(*entry);
     if (queue.isInFlight) // else it has come to an end already
         queue.cancel = std::move(cancel);
     return true;
+}
+
+// Who throws may have sent it before.
+VXOutboxRunner::Cancel VXOutboxRunner::deliver(const VXOutboxEntry &entry)
+{
+    const auto isOver = std::make_shared<bool>(false); // told once, whatever is thrown and called after that
+    const auto completion = [self = QPointer(this), entry, isOver](const VXOutboxDelivery &delivery) {
+        if (self && !std::exchange(*isOver, true))
+            self->conclude(entry, delivery);
+    };
+    try {
+        return _deliver(entry, completion);
+    } catch (...) {
+        const QString reason = VXDescribeThrown().reason;
+        VXLogMethod(VXLogError, "send:", reason);
+        completion({.outcome = VXOutboxDelivery::Outcome::Unknown, .problem = reason});
+        return {};
+    }
 }
 
 void VXOutboxRunner::giveUp()
@@ -358,7 +396,7 @@ void VXOutboxRunner::giveUp()
         cancels.append(std::exchange(queue.cancel, {}));
     for (const Cancel &cancel : std::as_const(cancels)) {
         if (cancel)
-            cancel();
+            VXGuard([&] { return VXDescribeCode(u"Giving up what is being sent"_s, cancel.target_type()); }, cancel);
     }
 }
 
@@ -417,7 +455,8 @@ void VXOutboxRunner::settle(Queue &queue)
         return;
     queue.isConcluded = false;
     if (entry.state != VXOutboxState::Queued)
-        queue.entries.pop_front(); // who goes through the queues removes those that are empty
+        queue.entries.pop_front(); // one that is empty goes with the next look at the store
+    enlist(queue, VXOutboxSchedule());
     Q_EMIT didTry(entry);
 }
 
@@ -432,12 +471,9 @@ void VXOutboxRunner::plan()
     }
     if (_inFlight >= maximumDestinations)
         return; // the end of one of them is the next event
-    const VXOutboxSchedule schedule;
-    std::optional<milliseconds> soonest;
-    for (const auto &[destination, queue] : _queues) {
-        if (!queue.isHeld())
-            soonest = std::min(soonest.value_or(longestWait), milliseconds(schedule.wait(queue.entries.front())));
-    }
-    if (soonest)
-        _timer.start(std::max(*soonest, shortestWait));
+    survey();
+    if (!_due.empty())
+        _timer.start(shortestWait);
+    else if (_soonest)
+        _timer.start(std::max(std::chrono::ceil<milliseconds>(*_soonest - Clock::now()), shortestWait));
 }

@@ -8,10 +8,15 @@
 #include <QtCore/QSet>
 #include <QtCore/QTimer>
 
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
+#include <utility>
+
+class VXOutboxSchedule;
 
 /** What came of a try to send an entry. */
 struct VXOutboxDelivery
@@ -42,7 +47,8 @@ public:
     using Completion = std::function<void(const VXOutboxDelivery &delivery)>;
     /** Gives a delivery up: its completion is called at once or soon. On the main thread. */
     using Cancel = std::function<void()>;
-    /** Begins to send the entry, and calls the completion once on the main thread. Null: it cannot be given up. */
+    /** Begins to send the entry, and calls the completion once on the main thread. Null: it cannot be given up. What it throws
+     *  ends the try: the entry may have been sent. */
     using Deliver = std::function<Cancel(const VXOutboxEntry &entry, Completion completion)>;
 
     VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deliver deliver);
@@ -82,6 +88,7 @@ private:
     };
 
     class News;
+    using Clock = std::chrono::steady_clock;
 
     void observe();
     void takeNews(const QSet<qint64> &dropped, const QList<qint64> &due);
@@ -96,8 +103,11 @@ private:
     void settleAll();
     void settle(Queue &queue);
     void proceed();
-    Queue *firstDue();
+    void survey();
+    void enlist(const Queue &queue, const VXOutboxSchedule &schedule);
+    Queue *takeFirstDue();
     bool send(Queue &queue);
+    Cancel deliver(const VXOutboxEntry &entry);
     void conclude(VXOutboxEntry entry, const VXOutboxDelivery &delivery);
     void plan();
     void tell(const char *method, const VXError &error);
@@ -106,7 +116,10 @@ private:
     const VXOutbox _outbox;
     const Deliver _deliver;
     std::unique_ptr<VXFileLock> _lock; // held while anything is being sent, and while what came of it is not written
-    std::map<QString, Queue> _queues;  // by destination, none is empty; as last seen
+    std::map<QString, Queue> _queues;  // by destination; as last seen
+    bool _isSurveyed = false;          // the next two are as the queues are
+    std::map<std::pair<QDateTime, qint64>, QString> _due; // when and as what the first of a destination was due
+    std::optional<Clock::time_point> _soonest;            // when the next of the others is
     int _inFlight = 0;
     QTimer _timer; // of the next run
     QTimer _look;  // for what other processes left

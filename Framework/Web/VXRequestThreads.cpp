@@ -2,9 +2,12 @@
 
 #include "VXBackgroundThread.h"
 
+#include <algorithm>
 #include <system_error>
 #include <thread>
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -24,22 +27,22 @@ VXRequestThreads &VXRequestThreads::shared()
 QString VXRequestThreads::run(Work work, bool *waits)
 {
     const VXMutexLocker starting(_startLock);
+    QString problem = u"the program ends"_s;
     Place found = place(work, maximumThreads);
-    *waits = found == Place::InQueue;
-    if (found != Place::OnNew)
-        return {};
-    try {
-        VXBackgroundThread::start([this, work] { serve(std::make_shared<Thread>(), work); }, this);
-        return {};
-    } catch (const std::system_error &error) {
-        {
-            const VXMutexLocker lock(_lock);
-            --_threads;
+    if (found == Place::OnNew) {
+        try {
+            VXBackgroundThread::start([this, work] { serve(std::make_shared<Thread>(), work); }, this);
+        } catch (const std::system_error &error) {
+            problem = QString::fromLocal8Bit(error.what());
+            {
+                const VXMutexLocker lock(_lock);
+                --_threads;
+            }
+            found = place(work, 0);
         }
-        found = place(work, 0);
-        *waits = found == Place::InQueue;
-        return found != Place::OnNew ? QString() : QString::fromLocal8Bit(error.what());
     }
+    *waits = found == Place::InQueue;
+    return found == Place::None ? problem : QString();
 }
 
 // On an idle thread, else to wait for one that will be free, where there are so many; else a thread more is counted, unless
@@ -49,13 +52,16 @@ VXRequestThreads::Place VXRequestThreads::place(const Work &work, int maximum)
     ThreadPtr idle;
     {
         const VXMutexLocker lock(_lock);
+        if (_isClosed)
+            return Place::None;
+        if (_idle.empty() && _threads < maximum) {
+            ++_threads;
+            return Place::OnNew;
+        }
         if (_idle.empty()) {
-            const bool waits = _threads > 0 && _threads >= maximum;
-            if (waits)
+            if (_threads > 0)
                 _waiting.push_back(work);
-            else if (maximum > 0)
-                ++_threads;
-            return waits ? Place::InQueue : Place::OnNew;
+            return _threads > 0 ? Place::InQueue : Place::None;
         }
         idle = std::move(_idle.back());
         _idle.pop_back();
@@ -73,8 +79,6 @@ void VXRequestThreads::serve(const ThreadPtr &thread, Work work)
         work = {};
         work = waitForWork(thread);
     }
-    const VXMutexLocker lock(_lock);
-    --_threads;
 }
 
 // Who sends one thing after the other has the next at once: to sleep and be woken for it would take longer than to watch.
@@ -91,43 +95,52 @@ VXRequestThreads::Work VXRequestThreads::waitForWork(const ThreadPtr &thread)
     watch(*thread);
     const VXMutexLocker lock(_lock);
     const auto isDue = [&]() VX_NO_THREAD_SAFETY_ANALYSIS {
-        return thread->work != nullptr || thread->shallEnd || _isClosed;
+        return thread->work != nullptr || thread->hasLeft || _isClosed;
     };
     while (!thread->wake.waitFor(_lock, keptIdle, isDue)) {
-        if (std::erase(_idle, thread) > 0)
+        if (std::ranges::find(_idle, thread) != _idle.end())
             break;
     }
-    thread->hasEnded = thread->work == nullptr;
-    if (thread->hasEnded)
+    if (!thread->work && !thread->hasLeft) {
         std::erase(_idle, thread);
+        leave(*thread);
+    }
     thread->isCalled = false;
     return std::exchange(thread->work, {});
+}
+
+// Under the same lock as what is decided by it: nobody waits for a thread that takes no more work.
+void VXRequestThreads::leave(Thread &thread)
+{
+    thread.hasLeft = true;
+    --_threads;
 }
 
 // The thread is not woken: it will be by its next work, or in a while by itself.
 void VXRequestThreads::becomeFree(const ThreadPtr &thread)
 {
     const VXMutexLocker lock(_lock);
-    if (thread->hasEnded)
+    if (thread->hasLeft)
         return;
-    if (!_waiting.empty()) {
+    if (_waiting.empty() && _idle.size() < maximumIdle) {
+        _idle.push_back(thread);
+        return;
+    }
+    if (_waiting.empty()) {
+        leave(*thread);
+    } else {
         thread->work = std::move(_waiting.front());
         _waiting.pop_front();
-        thread->isCalled = true;
-        thread->wake.notifyOne();
-    } else if (_idle.size() < maximumIdle) {
-        _idle.push_back(thread);
-    } else {
-        thread->shallEnd = true;
-        thread->isCalled = true;
-        thread->wake.notifyOne();
     }
+    thread->isCalled = true;
+    thread->wake.notifyOne();
 }
 
 void VXRequestThreads::close(std::chrono::milliseconds longest)
 {
-    std::deque<Work> dropped; // goes once the lock is free
+    std::deque<Work> dropped; // goes once the locks are free
     {
+        const VXMutexLocker starting(_startLock); // what is just being started is known by then
         const VXMutexLocker lock(_lock);
         _isClosed = true;
         dropped.swap(_waiting);

@@ -2,13 +2,19 @@
 
 #include "VXMutex.h"
 
-#include <tuple>
 #include <utility>
 #include <vector>
 
 namespace {
 
 constexpr size_t maximumIdleHandles = 8;
+
+struct IdleHandle
+{
+    CURL *easy = nullptr;
+    CURLM *multi = nullptr;
+    std::vector<curl_socket_t> sockets;
+};
 
 struct IdleHandles
 {
@@ -22,7 +28,7 @@ struct IdleHandles
     }
 
     VXMutex lock;
-    std::vector<std::pair<CURL *, CURLM *>> handles VX_GUARDED_BY(lock); // the last was used last
+    std::vector<IdleHandle> handles VX_GUARDED_BY(lock); // the last was used last
 };
 
 } // namespace
@@ -33,7 +39,10 @@ VXWebHandle::VXWebHandle()
     {
         const VXMutexLocker lock(idle.lock);
         if (!idle.handles.empty()) {
-            std::tie(_easy, _multi) = idle.handles.back();
+            IdleHandle &last = idle.handles.back();
+            _easy = last.easy;
+            _multi = last.multi;
+            _sockets = std::move(last.sockets);
             idle.handles.pop_back();
             return;
         }
@@ -49,7 +58,7 @@ VXWebHandle::~VXWebHandle()
         IdleHandles &idle = IdleHandles::shared();
         const VXMutexLocker lock(idle.lock);
         if (idle.handles.size() < maximumIdleHandles) {
-            idle.handles.emplace_back(_easy, _multi);
+            idle.handles.push_back({_easy, _multi, std::move(_sockets)});
             return;
         }
     }

@@ -11,6 +11,7 @@
 #include "VXRequestThreads.h"
 #include "VXRunningRequests.h"
 #include "VXURLError.h"
+#include "VXWebRequest+Run.h"
 #include "VXWebTransfer.h"
 
 #include <QtCore/QTimer>
@@ -36,48 +37,6 @@ QString nameOf(const QUrl &url)
 }
 
 } // namespace
-
-/**
- * From a start, or the cancelling of what was never started, until the delegate has been told. All of it is under the
- * request's lock. The request begins no other before this one is at `Telling`, so that until then it is the last.
- */
-struct VXWebRequest::Run
-{
-    enum class State {
-        Running,
-        Ended,   // what came of it is certain; the first to come by on the main thread takes it up
-        Closing, // it was taken up
-        Telling, // the delegate is being told, and may start the request again
-        Told,
-    };
-    State state = State::Running;
-    bool wasStarted = true;
-    bool hasTurn = false; // on a thread
-    bool wasCancelled = false;
-    VXError failure = {}; // why it was stopped
-    VXActivity::Ptr activity = {};
-    std::shared_ptr<VXWebTransfer> transfer = {}; // while it is performed
-    bool didSendRequest = false;                  // after that
-    VXFormRedirect formRedirect = {};
-};
-
-/** What the transfer tells, for the request's own operations. */
-class VXWebRequest::Receiver final : public VXWebTransferReceiver
-{
-public:
-    explicit Receiver(VXWebRequest &request) : _request(request) {}
-
-    void transferWillRedirect(const QUrl &from, const QUrl &to) override { _request.willRedirect(from, to); }
-    VXError transferDidReceiveResponse(const VXWebResponse &response) override
-    {
-        return _request.didReceiveResponse(response);
-    }
-    VXError transferDidReceiveData(QByteArrayView bytes) override { return _request.didReceiveData(bytes); }
-    void transferDidSend(qint64 sent, qint64 total) override { _request.didSend(sent, total); }
-
-private:
-    VXWebRequest &_request;
-};
 
 VXWebRequest::VXWebRequest() : _uuid(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()) {}
 
@@ -106,16 +65,23 @@ VXError VXWebRequest::error() const
 void VXWebRequest::setError(const VXError &error)
 {
     std::shared_ptr<VXWebTransfer> transfer;
+    RunPtr ended;
     {
         const VXMutexLocker lock(_lock);
         _error = error;
         if (error && _run && _run->state == Run::State::Running) {
             _run->failure = error;
             transfer = _run->transfer;
+            if (!_run->hasTurn) { // else its thread ends it
+                _run->state = Run::State::Ended;
+                ended = _run;
+            }
         }
     }
     if (transfer)
         transfer->stop();
+    if (ended)
+        VXMainThread::perform([self = shared_from_this(), ended] { self->complete(ended); });
 }
 
 QVariantMap VXWebRequest::userData() const
@@ -159,20 +125,6 @@ VXActivity::Ptr VXWebRequest::activity() const
     const VXMutexLocker lock(_lock);
     const RunPtr &run = _threadRun ? _threadRun : _run;
     return run ? run->activity : nullptr;
-}
-
-bool VXWebRequest::didSendRequest() const
-{
-    const VXMutexLocker lock(_lock);
-    return _run && (_run->transfer ? _run->transfer->didSendRequest() : _run->didSendRequest);
-}
-
-VXFormRedirect VXWebRequest::formRedirect() const
-{
-    const VXMutexLocker lock(_lock);
-    if (!_run)
-        return {};
-    return _run->transfer ? _run->transfer->formRedirect() : _run->formRedirect;
 }
 
 // -- The start
@@ -277,157 +229,7 @@ VXError VXWebRequest::unableToStart(const QUrl &url, const QString &reason) cons
     return VXMakeURLError(VXURLErrorUnknown, u"Unable to start web request"_s, url, reason);
 }
 
-// Inside a catch clause: subclasses may throw anything.
-VXError VXWebRequest::faultOf(const QUrl &url) const
-{
-    const VXThrown thrown = VXDescribeThrown();
-    VXLogMethod(VXLogError, "_requestURL:", thrown.description);
-    return VXMakeURLError(VXURLErrorUnknown, u"A fault of the program ended the web request."_s, url, thrown.reason);
-}
-
-// -- On the request's thread
-
-void VXWebRequest::_requestURL(const QUrl &url, const RunPtr &run)
-{
-    const auto isRunning = [&]() VX_NO_THREAD_SAFETY_ANALYSIS { return run->state == Run::State::Running; };
-    {
-        const VXMutexLocker lock(_lock);
-        // The thread of a run that was cancelled may not be through yet.
-        _runChanged.wait(_lock, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_threadRun; });
-        if (!isRunning())
-            return;
-        run->hasTurn = true;
-        _threadRun = run;
-    }
-    const VXError outcome = execute(url, *run);
-    std::shared_ptr<VXWebTransfer> transfer; // goes once the lock is free
-    {
-        const VXMutexLocker lock(_lock);
-        _threadRun.reset();
-        transfer = std::exchange(run->transfer, nullptr);
-        run->didSendRequest = transfer && transfer->didSendRequest();
-        run->formRedirect = transfer ? transfer->formRedirect() : VXFormRedirect();
-    }
-    _runChanged.notifyAll();
-    end(run, outcome);
-}
-
-// What came of it, where nobody stopped it.
-VXError VXWebRequest::execute(const QUrl &url, Run &run)
-{
-    bool isStarted = false;
-    try {
-        isStarted = VXWebTransfer::canHandle(url) && _executeWithRequest(makeRequest(url));
-    } catch (...) {
-        return unableToStart(url, faultOf(url).localizedRecoverySuggestion());
-    }
-    std::shared_ptr<VXWebTransfer> transfer;
-    {
-        const VXMutexLocker lock(_lock);
-        if (run.failure)
-            return run.failure;
-        transfer = run.transfer;
-    }
-    if (!isStarted)
-        return unableToStart(url, {});
-    return transfer ? performTransfer(url, *transfer, run) : VXError();
-}
-
-VXError VXWebRequest::performTransfer(const QUrl &url, VXWebTransfer &transfer, const Run &run)
-{
-    VXError error;
-    try {
-        error = transfer.perform();
-    } catch (...) {
-        error = faultOf(url);
-    }
-    {
-        const VXMutexLocker lock(_lock);
-        if (run.failure)
-            error = run.failure;
-    }
-    try {
-        return transferDidEnd(error);
-    } catch (...) {
-        return faultOf(url);
-    }
-}
-
-VXURLRequest VXWebRequest::makeRequest(const QUrl &url) const
-{
-    const VXMutexLocker lock(_lock);
-    VXURLRequest request(url, _timeout);
-    if (!_formFields.isEmpty())
-        request.setContent(_formFields);
-    else if (!_userData.isEmpty())
-        request.setContentFromDictionary(_userData);
-    return request;
-}
-
-bool VXWebRequest::_executeWithRequest(const VXURLRequest &)
-{
-    VXFailAssertion(u"VXWebRequest is an abstract class.  Use one of its subclasses instead"_s);
-}
-
-bool VXWebRequest::startTransfer(const VXURLRequest &request)
-{
-    struct Owner
-    {
-        Owner(const VXURLRequest &ofRequest, VXWebRequest &told) : receiver(told), transfer(ofRequest, receiver) {}
-        Receiver receiver;
-        VXWebTransfer transfer;
-    };
-    const auto owner = std::make_shared<Owner>(request, *this);
-    const VXMutexLocker lock(_lock);
-    if (_threadRun)
-        _threadRun->transfer = std::shared_ptr<VXWebTransfer>(owner, &owner->transfer);
-    return _threadRun != nullptr;
-}
-
-bool VXWebRequest::isActive() const
-{
-    return false;
-}
-
-bool VXWebRequest::hasActiveTransfer() const
-{
-    const VXMutexLocker lock(_lock);
-    return _run && _run->state == Run::State::Running && _run->transfer && !_error;
-}
-
-void VXWebRequest::willRedirect(const QUrl &, const QUrl &) {}
-
-VXError VXWebRequest::didReceiveResponse(const VXWebResponse &)
-{
-    return {};
-}
-
-VXError VXWebRequest::didReceiveData(QByteArrayView)
-{
-    return {};
-}
-
-void VXWebRequest::didSend(qint64, qint64) {}
-
-VXError VXWebRequest::transferDidEnd(const VXError &error)
-{
-    return error;
-}
-
-void VXWebRequest::transferWasCancelled() {}
-
 // -- The end
-
-void VXWebRequest::stopTransfer()
-{
-    std::shared_ptr<VXWebTransfer> transfer;
-    {
-        const VXMutexLocker lock(_lock);
-        transfer = _run ? _run->transfer : nullptr;
-    }
-    if (transfer)
-        transfer->stop();
-}
 
 // The first to say so decides what came of the run.
 void VXWebRequest::end(const RunPtr &run, const VXError &outcome, bool isForWaiting)

@@ -43,7 +43,7 @@ public:
 
     /** Why it failed: VXErrorCancelled of VXErrorDomain after a cancel; no error while it runs and after a success. */
     VXError error() const;
-    /** Replaces the error. A request that runs ends with it. */
+    /** Replaces the error. A request that runs ends with it; one that waits for its turn at once. */
     void setError(const VXError &error);
 
     /** The form: names and values, as VXFormFieldsFromDictionary takes them. "@/..." names files: values that come

@@ -144,9 +144,12 @@ bool isHidden(QChar c)
 QString plainName(QString name)
 {
     name.replace(u'\\', u'/');
-    name = name.section(u'/', -1).trimmed();
+    name = name.section(u'/', -1);
     name.removeIf(isHidden);
-    return name == "."_L1 || name == ".."_L1 ? QString() : name;
+    name = name.trimmed();
+    QString seen = name;
+    seen.removeIf([](QChar c) { return c.category() == QChar::Other_Format; });
+    return seen == "."_L1 || seen == ".."_L1 ? QString() : name;
 }
 
 // Keeps the extension where it is one.

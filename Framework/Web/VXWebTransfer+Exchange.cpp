@@ -3,11 +3,14 @@
 #include "VXFramework.h"
 
 #include <linux/sockios.h>
+#include <netinet/in.h>
 #include <openssl/ssl.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
+#include <sys/socket.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <thread>
 #include <utility>
@@ -80,6 +83,18 @@ bool isOverOpenSSL()
     return isIt;
 }
 
+// 0 for none.
+int portOf(int (*nameOf)(int, sockaddr *, socklen_t *), int socket)
+{
+    sockaddr_storage address{};
+    socklen_t size = sizeof(address);
+    if (nameOf(socket, reinterpret_cast<sockaddr *>(&address), &size) != 0)
+        return 0;
+    if (address.ss_family == AF_INET)
+        return ntohs(reinterpret_cast<const sockaddr_in &>(address).sin_port);
+    return address.ss_family == AF_INET6 ? ntohs(reinterpret_cast<const sockaddr_in6 &>(address).sin6_port) : 0;
+}
+
 // Whether the other side of a TLS connection has said, on this thread, that it ends. libcurl takes a connection that is cut off
 // for one that has ended.
 thread_local bool isEndTold = false;
@@ -99,7 +114,7 @@ CURLcode listenForEnd(CURL *, void *context, void *)
 
 } // namespace
 
-void VXWebTransfer::Exchange::setOptions(bool isPost, bool isRedirected)
+void VXWebTransfer::Exchange::setOptions(bool isPost, bool isFresh)
 {
     const QByteArray url = _url.toEncoded(QUrl::FullyEncoded | QUrl::RemoveFragment);
     curl_easy_setopt(_easy, CURLOPT_URL, url.constData());
@@ -116,6 +131,8 @@ void VXWebTransfer::Exchange::setOptions(bool isPost, bool isRedirected)
         append(_headers, line);
     append(_headers, "User-Agent: Vornix/" + VXFrameworkVersion().toUtf8());
     curl_easy_setopt(_easy, CURLOPT_CONNECTTIMEOUT, noConnectTimeout);
+    curl_easy_setopt(_easy, CURLOPT_SOCKOPTFUNCTION, &noteConnection);
+    curl_easy_setopt(_easy, CURLOPT_SOCKOPTDATA, this);
     if (_transfer._request.usesOwnConnection()) {
         curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
         curl_easy_setopt(_easy, CURLOPT_FORBID_REUSE, 1L);
@@ -127,8 +144,10 @@ void VXWebTransfer::Exchange::setOptions(bool isPost, bool isRedirected)
         curl_easy_setopt(_easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t{_body ? _body->size() : 0});
         // A server that hangs up on a kept connection has libcurl send once more by itself, but no body that has no way to
         // be rewound; what has no body gets a new connection. So does what the server has sent on, which it may hang up behind.
-        if (!_body || isRedirected)
+        if (!_body || isFresh)
             curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
+        curl_easy_setopt(_easy, CURLOPT_PREREQFUNCTION, &allowSending);
+        curl_easy_setopt(_easy, CURLOPT_PREREQDATA, this);
         curl_easy_setopt(_easy, CURLOPT_READFUNCTION, &callback<&Exchange::send>);
         curl_easy_setopt(_easy, CURLOPT_READDATA, this);
         if (const QByteArray method = _transfer._request.httpMethod(); method != "POST")
@@ -166,15 +185,37 @@ VXError VXWebTransfer::Exchange::prepareBody()
     if (_body->read(_shortBody.data(), _shortBody.size()) != _shortBody.size())
         return unreadableBody();
     curl_easy_setopt(_easy, CURLOPT_POSTFIELDS, _shortBody.constData());
-    curl_easy_setopt(_easy, CURLOPT_PREREQFUNCTION, &allowOnce);
-    curl_easy_setopt(_easy, CURLOPT_PREREQDATA, this);
     return {};
 }
 
-// libcurl could send it once more by itself, when a server hangs up on a kept connection: but that may have acted on it.
-int VXWebTransfer::Exchange::allowOnce(void *self, char *, char *, int, int)
+int VXWebTransfer::Exchange::noteConnection(void *self, curl_socket_t socket, curlsocktype)
 {
-    return static_cast<Exchange *>(self)->_sendings++ == 0 ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+    auto &exchange = *static_cast<Exchange *>(self);
+    exchange._isConnectionNew = true;
+    if (std::ranges::find(exchange._sockets, socket) == exchange._sockets.end())
+        exchange._sockets.push_back(socket);
+    return CURL_SOCKOPT_OK;
+}
+
+// libcurl could send it once more by itself, when a server hangs up on a kept connection: but that may have acted on it.
+int VXWebTransfer::Exchange::allowSending(void *self, char *, char *, int port, int localPort)
+{
+    auto &exchange = *static_cast<Exchange *>(self);
+    exchange._foundEndedConnection =
+        exchange._sendings == 0 && !exchange._isConnectionNew && exchange.hasEndedBefore(port, localPort);
+    return !exchange._foundEndedConnection && exchange._sendings++ == 0 ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+// What comes over a kept connection before anything was asked is a farewell: libcurl takes that of TLS for a sign of life.
+bool VXWebTransfer::Exchange::hasEndedBefore(int port, int localPort) const
+{
+    const auto isIt = [&](curl_socket_t socket) { // not another file, by now
+        return portOf(&::getsockname, socket) == localPort && portOf(&::getpeername, socket) == port;
+    };
+    const auto found = std::ranges::find_if(_sockets, isIt);
+    char byte = 0;
+    return found != _sockets.end() &&
+           (::recv(*found, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0 || (errno != EAGAIN && errno != EINTR));
 }
 
 // It is not asked for piece by piece.
@@ -232,6 +273,7 @@ void VXWebTransfer::Exchange::readHeaderLine(QByteArrayView line)
     }
     const qsizetype colon = line.indexOf(':');
     if (line.startsWith("HTTP/")) { // another answer, after one that was provisional or a proxy's
+        isEndTold = false;          // of a kept connection, say, that libcurl has put away just before
         _response = {.url = _url};
         _location = {};
         _announced = -1;

@@ -2,6 +2,7 @@
 
 #include "VXMultipartBody.h"
 #include "VXURLError.h"
+#include "VXWebHandle.h"
 #include "VXWebTransfer.h"
 
 #include <curl/curl.h>
@@ -11,18 +12,23 @@
 #include <exception>
 #include <memory>
 #include <optional>
+#include <vector>
 
 /** One request to one server and its answer, of a transfer that may go on elsewhere. On the thread of the transfer. */
 class VXWebTransfer::Exchange
 {
 public:
-    Exchange(VXWebTransfer &transfer, const QUrl &url, bool isPost, bool isRedirected, CURL *easy)
-        : _transfer(transfer), _url(url), _body(isPost ? transfer._request.body() : nullptr), _easy(easy)
+    Exchange(VXWebTransfer &transfer, const QUrl &url, bool isPost, bool isFresh, VXWebHandle &handle)
+        : _transfer(transfer), _url(url), _body(isPost ? transfer._request.body() : nullptr), _easy(handle.easy()),
+          _sockets(handle.sockets())
     {
-        setOptions(isPost, isRedirected);
+        setOptions(isPost, isFresh);
     }
 
     VXError run(CURLM *multi);
+
+    /** The server had ended the kept connection that it was to go over: nothing was sent. Never over a fresh one. */
+    bool foundEndedConnection() const { return _foundEndedConnection; }
 
     /** Whether the handles may be used again. */
     bool isInOrder() const { return _isInOrder; }
@@ -50,10 +56,12 @@ private:
             return CURL_READFUNC_ABORT; // more than a receiving callback may take
         }
     }
-    void setOptions(bool isPost, bool isRedirected);
+    void setOptions(bool isPost, bool isFresh);
     void setSecurityOptions();
     VXError prepareBody();
-    static int allowOnce(void *self, char *, char *, int, int);
+    static int noteConnection(void *self, curl_socket_t socket, curlsocktype);
+    static int allowSending(void *self, char *, char *, int port, int localPort);
+    bool hasEndedBefore(int port, int localPort) const;
     void noteShortBody();
     size_t send(char *bytes, size_t maximum);
     size_t receiveHeader(char *bytes, size_t count);
@@ -77,6 +85,9 @@ private:
     const QUrl _url;
     const std::shared_ptr<VXMultipartBody> _body;
     CURL *const _easy;
+    std::vector<curl_socket_t> &_sockets;
+    bool _isConnectionNew = false;
+    bool _foundEndedConnection = false;
     HeaderList _headers;
     std::array<char, CURL_ERROR_SIZE> _details{};
     VXError _refusal; // why a callback ended it

@@ -66,11 +66,18 @@ VXError VXWebTransfer::perform()
     const Wakeable wakeable(*this, handle.multi());
     VXError error;
     bool isPost = true;
+    bool isFresh = false; // over a connection of its own
     bool isInOrder = true;
-    for (int redirects = 0; !_isStopped; ++redirects) {
-        Exchange exchange(*this, url, isPost, redirects > 0, handle.easy());
+    for (int redirects = 0; !_isStopped;) {
+        Exchange exchange(*this, url, isPost, isFresh, handle);
         error = exchange.run(handle.multi());
         isInOrder = exchange.isInOrder();
+        isFresh = true;
+        if (exchange.foundEndedConnection()) {
+            error = {};
+            curl_easy_reset(handle.easy());
+            continue;
+        }
         const QUrl next = exchange.redirectedTo();
         if (error || next.isEmpty())
             break;
@@ -84,7 +91,10 @@ VXError VXWebTransfer::perform()
             break;
         _receiver.transferWillRedirect(url, next);
         isPost = isPost && staysPost;
+        if (isPost)
+            _didSendRequest = false; // who sends it on has not taken it
         url = next;
+        ++redirects;
         curl_easy_reset(handle.easy());
     }
     if (isInOrder)

@@ -40,12 +40,13 @@ public:
         const double timeout = timeoutOption(options);
         const QList<VXFormField> fields = fieldsOf({eventName, subtype, object}, options);
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
+        if (!outbox)
+            fail(u"The form could not be put into the outbox: %1"_s,
+                 bundle()->localizedStringForKey(u"There is none; the log tells why."_s));
         VXError error;
-        const auto number = outbox
-                                ? outbox->add(VXFormDelivery::kind, url.toString(QUrl::FullyEncoded),
-                                              VXEventText(u"{event} {subtype}"_s, {eventName, subtype, {}}).trimmed(),
-                                              VXFormDelivery::payload(url, fields, timeout), &error)
-                                : std::nullopt;
+        const auto number = outbox->add(VXFormDelivery::kind, url.toString(QUrl::FullyEncoded),
+                                        VXEventText(u"{event} {subtype}"_s, {eventName, subtype, {}}).trimmed(),
+                                        VXFormDelivery::payload(url, fields, timeout), &error);
         if (!number)
             fail(u"The form could not be put into the outbox: %1"_s, error.localizedDescription());
         remark(bundle()->localizedStringForKey(u"The form is in the outbox as p%1, to be sent."_s).arg(*number));
@@ -104,7 +105,7 @@ private:
         bool isNumber = true;
         const double seconds = VXIsNone(value) ? standardTimeout : value.toDouble(&isNumber);
         if (!isNumber || !(seconds > 0))
-            fail(u"The time-out must be a number of seconds."_s);
+            fail(u"The time-out must be a number of seconds, more than 0."_s);
         return seconds;
     }
 

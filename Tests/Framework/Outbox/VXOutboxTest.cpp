@@ -10,6 +10,7 @@
 #include <QtCore/QProcess>
 #include <QtCore/QtNumeric>
 
+#include <stdexcept>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -311,6 +312,30 @@ TEST_F(VXOutboxTest, WhatIsGivenUpIsToldAndNothingMoreBegins)
 }
 
 // Who drops one entry, or all, does not mean to send the others, or those that are just to be dropped.
+// Nobody knows what was sent before; the others go on, and other processes may send.
+TEST_F(VXOutboxTest, WhatIsThrownEndsNothingButItsOwnTry)
+{
+    const qint64 number = add(u"a"_s, u"thrown"_s);
+    add(u"a"_s, u"after"_s);
+    add(u"b"_s, u"beside"_s);
+    VXOutboxRunner runner(u"test"_s, outbox,
+                          [this](const VXOutboxEntry &entry, const VXOutboxRunner::Completion &completion) {
+                              tried.append(entry.title);
+                              if (entry.title == "thrown"_L1)
+                                  throw std::runtime_error("no phone");
+                              waiting.append([=] { completion({.outcome = Outcome::Sent}); });
+                              return [] { throw std::runtime_error("no way back"); };
+                          });
+    runner.run();
+    EXPECT_THAT(tried, ElementsAre(u"thrown"_s, u"after"_s, u"beside"_s));
+    EXPECT_EQ(stateOf(number), VXOutboxState::PerhapsSent);
+    EXPECT_THAT(outbox.entry(number)->problem.toStdString(), testing::HasSubstr("no phone"));
+    runner.giveUp();
+    EXPECT_TRUE(runner.isBusy());
+    finishAll();
+    EXPECT_FALSE(runner.isBusy());
+}
+
 TEST_F(VXOutboxTest, WhatIsDroppedMakesNothingBeSent)
 {
     VXUserDefaults::standardUserDefaults().setObject(100, u"outbox.retry-delay"_s);

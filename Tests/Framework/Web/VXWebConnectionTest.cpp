@@ -254,6 +254,13 @@ TEST_F(VXWebConnectionTest, FollowsRedirectsWithAWarning)
     EXPECT_EQ(answerOf(*again)[u"method"].toString(), u"POST"_s);
     EXPECT_EQ(again->formRedirect().status, 0);
     EXPECT_EQ(answerOf(*again)[u"fields"].toArray().size(), 1);
+    // Who sends a form on has not taken it.
+    VXWebServer other;
+    const QString away = encoded(other.url(u"/form"_s).toString());
+    other.stop();
+    const VXWebConnection::Ptr lost = post(u"/answer?status=308 There&header=Location: "_s + away, {{u"a"_s, u"1"_s}});
+    EXPECT_EQ(lost->error().code(), VXURLErrorCannotConnectToHost);
+    EXPECT_FALSE(lost->didSendRequest());
     // Whatever becomes of the connection.
     const VXWebConnection::Ptr apart =
         post(u"/answer?status=307 Again&header=Location: /form&hangup="_s, {{u"a"_s, u"1"_s}});
@@ -265,7 +272,7 @@ TEST_F(VXWebConnectionTest, TrustsCertificatesThatAreKnownAndNeverLeavesHTTPS)
     VXWebServer secure(VXWebServer::Kind::Secure);
     const auto code = [&](const QString &path) {
         const int calls = delegate->calls;
-        const auto connection = VXWebConnection::requestURL(secure.url(path), {}, delegate);
+        const auto connection = VXWebConnection::requestURL(secure.url(path), {{u"a"_s, u"1"_s}}, delegate);
         EXPECT_TRUE(told(calls + 1));
         return connection->error().code();
     };
@@ -274,6 +281,13 @@ TEST_F(VXWebConnectionTest, TrustsCertificatesThatAreKnownAndNeverLeavesHTTPS)
     EXPECT_EQ(code(u"/answer"_s), 0);
     EXPECT_EQ(code(u"/nolength?farewell="_s), 0);
     EXPECT_EQ(code(u"/nolength"_s), VXURLErrorConnectionLost); // by whomever
+    // Servers end the connections that are kept for the next request, which goes over another then, and is cut off for itself.
+    for (const auto &[path, expected] : {std::pair(u"/answer"_s, 0), {u"/nolength"_s, int{VXURLErrorConnectionLost}}}) {
+        const qsizetype farewells = secure.requests().count(u"farewell"_s);
+        EXPECT_EQ(code(u"/answer?farewell="_s), 0);
+        ASSERT_TRUE(VXRunUntil([&] { return secure.requests().count(u"farewell"_s) > farewells; }));
+        EXPECT_EQ(code(path), expected);
+    }
     QUrl otherHost = secure.url(u"/answer"_s);
     otherHost.setHost(u"127.0.0.1"_s); // not the certificate's
     const int calls = delegate->calls;

@@ -406,7 +406,7 @@ TEST_F(VXWebRequestTest, ManyAtOnce)
 }
 
 // A hundred without an end have all the turns.
-TEST_F(VXWebRequestTest, WhatWaitsForItsTurnEndsInTimeAndIsCancelledAtOnce)
+TEST_F(VXWebRequestTest, WhatWaitsForItsTurnEndsInTimeAndIsStoppedAtOnce)
 {
     std::vector<VXWebConnection::Ptr> endless;
     for (int i = 0; i < 100; ++i) {
@@ -421,11 +421,16 @@ TEST_F(VXWebRequestTest, WhatWaitsForItsTurnEndsInTimeAndIsCancelledAtOnce)
     const std::weak_ptr<VXWebConnection> watched = std::exchange(waiting, nullptr);
     EXPECT_TRUE(watched.expired()); // not kept for its turn
 
+    const auto refused = VXWebConnection::requestURL(server.url(u"/answer?waited"_s), {}, delegate);
+    refused->setError(VXError(u"mine"_s, 7));
+    EXPECT_EQ(delegate->calls, 2);
+    EXPECT_EQ(refused->error(), VXError(u"mine"_s, 7));
+
     const auto late = VXWebConnection::create();
     late->setDelegate(delegate);
     late->setTimeout(0.2F);
     late->requestURL(server.url(u"/answer?waited"_s));
-    ASSERT_TRUE(told(2));
+    ASSERT_TRUE(told(3));
     EXPECT_EQ(late->error().code(), VXURLErrorTimedOut);
     EXPECT_THAT(late->error().localizedDescription().toStdString(), testing::HasSubstr("its turn"));
     for (const VXWebConnection::Ptr &connection : endless)

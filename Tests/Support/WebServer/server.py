@@ -114,7 +114,15 @@ class Handler(socketserver.StreamRequestHandler):
             self.send(self.query.get("body", "").encode(), status, headers)
             if "hangup" in self.query:  # when the next request comes
                 self.rfile.read(1)
-            return "hangup" not in self.query
+            if "farewell" in self.query:  # over TLS, and writes down that it did
+                self.connection.settimeout(0)
+                try:
+                    self.connection.unwrap()
+                except ssl.SSLWantReadError:
+                    pass
+                with self.server.lock, open(self.server.count_file, "a") as file:
+                    file.write("farewell\n")
+            return "hangup" not in self.query and "farewell" not in self.query
         if path == "/loop":
             status = self.query.get("status", "302 Found")
             query = urllib.parse.urlencode({"status": status, "time": time.time()})
