@@ -39,7 +39,7 @@ void VXCardsAhead::read()
         _portions.push_back(std::move(portion));
         _isAtEnd = !isMore;
         _changed.notifyAll();
-        _changed.wait(_lock, [this] { return _isOver || _portions.size() < mostPortions; });
+        _changed.wait(_lock, [this]() VX_REQUIRES(_lock) { return _isOver || _portions.size() < mostPortions; });
         isMore = isMore && !_isOver;
     }
 }
@@ -48,7 +48,7 @@ std::optional<VXCard> VXCardsAhead::next()
 {
     while (_next == _cards.size()) {
         const VXMutexLocker locker(_lock);
-        _changed.wait(_lock, [this] { return _isAtEnd || !_portions.empty(); });
+        _changed.wait(_lock, [this]() VX_REQUIRES(_lock) { return _isAtEnd || !_portions.empty(); });
         if (_portions.empty())
             return std::nullopt;
         _cards = std::move(_portions.front());
