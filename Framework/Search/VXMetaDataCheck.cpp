@@ -122,8 +122,13 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
         report->findings.removeIf([](const VXMetaDataFinding &finding) { return finding.kind == Kind::Missing; });
         return report;
     }
+    VXError hindrance;
     if (report)
-        report->isIndexWhole = indexer.isSound() && indexer.isInStep(_mirror.folder().fileCount());
+        report->isIndexWhole = indexer.isSound(&hindrance) && indexer.isInStep(_mirror.folder().fileCount());
+    if (hindrance) {
+        VXSetError(error, hindrance);
+        return std::nullopt;
+    }
     if (report && repairs && !report->isIndexWhole)
         report->isIndexRepaired =
             indexer.settle(_mirror.folder().fileCount()) && indexer.isInStep(_mirror.folder().fileCount());

@@ -96,10 +96,14 @@ bool VXMetaDataIndexer::isInStep(qint64 fileCount)
     return _index && _wasComplete && _index->count(_identifier, nullptr) == fileCount;
 }
 
-bool VXMetaDataIndexer::isSound()
+bool VXMetaDataIndexer::isSound(VXError *hindrance)
 {
     VXError error;
     if (_index && !_index->isSound(&error)) {
+        if (!VXSearchIndex::isDamage(error)) {
+            VXSetError(hindrance, error);
+            return false;
+        }
         giveUp(error);
         _index = VXSearchIndex::open(&error);
         _wasComplete = _wasEmpty = false;

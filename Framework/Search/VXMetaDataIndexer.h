@@ -36,8 +36,9 @@ public:
     bool wasComplete() const { return _wasComplete; }
     /** Whether all files are in the index, if so many are in the folder. */
     bool isInStep(qint64 fileCount);
-    /** Reads all of the index. One that says other words than its entries have is thrown away, so that settle() makes it anew. */
-    bool isSound();
+    /** Reads all of the index. One that says other words than its entries have is thrown away, so that settle() makes it anew.
+     *  False, with an error, too, when that can not be seen. */
+    bool isSound(VXError *hindrance);
     void close();
     /** Whether the index that had all files when it was last closed lies there still. */
     bool isStillThere() const { return _left == VXSearchIndex::presentFileMark(); }

@@ -2,9 +2,12 @@
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -30,4 +33,10 @@ QByteArray VXMarkOfStores(const VXPersistentStoreCoordinator &coordinator)
             mark += markOfFolder(QFileInfo(store->path()).path()) + '\n';
     }
     return mark;
+}
+
+bool VXIsMarkOfStores(const QByteArray &text)
+{
+    static const QRegularExpression mark(u"^([0-9A-Fa-f-]{36}\\n([0-9]+ [0-9]+\\.[0-9]+\\n)?)+\\z"_s);
+    return mark.match(QString::fromLatin1(text)).hasMatch();
 }

@@ -9,3 +9,5 @@
  * that is moved away, or was copied, is another one. Empty without a store.
  */
 QByteArray VXMarkOfStores(const VXPersistentStoreCoordinator &coordinator);
+/** Whether a text may be such a mark, and not an empty one. */
+bool VXIsMarkOfStores(const QByteArray &text);

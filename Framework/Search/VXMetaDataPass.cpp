@@ -18,6 +18,8 @@
 #include <algorithm>
 #include <chrono>
 #include <optional>
+#include <sys/stat.h>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -41,6 +43,8 @@ public:
 private:
     bool waitForTurn(Wait longestWait);
     bool takeTurn(std::chrono::milliseconds time);
+    /** Whether somebody has removed the lock's file: others may have begun meanwhile. */
+    bool isTurnLost() const;
     void trashFormerFolder() const;
     bool prepareFolder();
     /** Whether the files tell of the objects of this store. */
@@ -118,9 +122,16 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
     VXMetaDataDebt::Owed owed = _sync._debt.beginPass(); // what is saved from now on, anywhere, is owed anew
     owed.isAll = owed.isAll || !_sync._settings.areNoted(settings);
     _sync._mirror.setOwed(std::move(owed));
-    const bool isDone = work() && _sync._settings.note(settings);
+    const bool isAllDone = work();
+    const bool isAlone = !isTurnLost();
+    const bool isDone = isAllDone && isAlone && _sync._settings.note(settings);
     _sync._debt.markLater(_undescribed);
     _sync._debt.endPass(isDone);
+    if (!isAlone) { // files may tell what was read earlier than what another has written
+        log(VXLogNotice, "%1: somebody removed the lock, and all files are made anew"_L1.arg(_sync._identifier));
+        _sync._debt.markAll();
+        _sync.setNeedsUpdate(true);
+    }
     _sync._isMade = isDone;
     if (isDone)
         _sync.settleIndex();
@@ -158,7 +169,17 @@ bool VXMetaDataSync::Pass::takeTurn(std::chrono::milliseconds time)
     else if (isDecided)
         log(VXLogError, turn->reason());
     _isRefused = isDecided && !_turn;
-    return isDecided;
+    if (_turn && isTurnLost()) // before it was had; the folder may be gone as well
+        _turn.reset();
+    return _turn || _isRefused;
+}
+
+bool VXMetaDataSync::Pass::isTurnLost() const
+{
+    struct stat own = {}, present = {};
+    return ::fstat(_turn->file().number(), &own) != 0 ||
+           ::lstat(QFile::encodeName(_sync._mirror.folder().lockPath()).constData(), &present) != 0 ||
+           std::tuple(own.st_dev, own.st_ino) != std::tuple(present.st_dev, present.st_ino);
 }
 
 // False when it will not come.
@@ -332,7 +353,7 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
             continue; // written again since
         isAll = withFile([&] { _sync._mirror.removeAhead(objectID); }) && isAll;
     }
-    return isAll && _sync._mirror.isWhole();
+    return isAll && _sync._mirror.isWhole() && !isTurnLost();
 }
 
 void VXMetaDataSync::Pass::trace(std::chrono::duration<double> duration) const

@@ -4,6 +4,7 @@
 #include "VXFileManager.h"
 #include "VXMetaDataDebt.h"
 #include "VXMetaDataFolder.h"
+#include "VXMetaDataOrigin.h"
 #include "VXMetaDataSettings.h"
 #include "VXMetaDataSource.h"
 #include "VXMethodLog.h"
@@ -12,12 +13,21 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
 constexpr std::chrono::milliseconds longestTurn = 2s; // of who works on the folder
+
+// Else it leads out of the folder, or names what lies there beside.
+bool isOfSync(const QString &identifier)
+{
+    return std::ranges::none_of(identifier.split(u'/'), [](const QString &part) { return part.startsWith(u'.'); }) &&
+           !identifier.isEmpty() && !identifier.startsWith(u'/');
+}
 
 bool isAnyOf(const QString &identifier)
 {
@@ -49,8 +59,11 @@ QStringList VXMetaDataRemoval::identifiers()
 {
     const QDir all(VXFileManager::defaultManager().pathToUserMetadataFolder());
     QStringList identifiers = VXMetaDataDebt::identifiersOfAll();
-    for (const QString &name : all.entryList({u"*.store"_s}, QDir::Files))
-        identifiers.append(name.chopped(6));
+    for (const QString &name : all.entryList({u"*.store"_s}, QDir::Files)) {
+        const QString identifier = name.chopped(6);
+        if (VXIsMarkOfStores(VXMetaDataFolder(identifier).origin())) // else somebody has put it there
+            identifiers.append(identifier);
+    }
     for (const QString &name : all.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks)) {
         if (all.exists(name + ".lock"_L1))
             identifiers.append(name);
@@ -63,6 +76,11 @@ QStringList VXMetaDataRemoval::identifiers()
 
 bool VXMetaDataRemoval::remove(const QString &identifier)
 {
+    if (!isOfSync(identifier)) {
+        VXLogClassMethod(VXLogWarning, VXMetaDataRemoval, "remove", "this names no sync: "_L1 + identifier);
+        VXMetaDataDebt(identifier).forget(); // nobody would settle it
+        return true;
+    }
     VXError error;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
     const bool isIndexed = index && index->folders(&error).contains(identifier);

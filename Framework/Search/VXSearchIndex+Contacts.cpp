@@ -139,9 +139,16 @@ bool VXSearchIndex::recordsOfNumbersWith(const QStringList &words, const QString
     return collectNumbersIn(statement, records, error);
 }
 
-bool VXSearchIndex::collectOfContacts(const QStringList &words, const QString &kind, qsizetype limit,
+bool VXSearchIndex::collectOfContacts(const VXSearchTerms::Reading &reading, const QString &kind, qsizetype limit,
                                       QList<VXFoundObject> *found, VXError *error)
 {
+    const QStringList &words = reading.words;
+    if (words.isEmpty())
+        return true;
+    const auto hasEnds = [&](const QString &number) {
+        return std::ranges::all_of(
+            reading.ends, [&](const VXSearchTerms::NumberEnd &end) { return number.startsWith(reversed(end.digits)); });
+    };
     const auto contacts = contactsWithAny(words, error);
     if (!contacts)
         return false;
@@ -158,7 +165,9 @@ bool VXSearchIndex::collectOfContacts(const QStringList &words, const QString &k
                 others.append(words[index]);
         }
         QList<qint64> records;
-        const auto numbers = numbersOf(sameWords, error);
+        auto numbers = numbersOf(sameWords, error);
+        if (numbers)
+            numbers->removeIf([&](const QString &number) { return !hasEnds(number); });
         if (!numbers ||
             !(others.isEmpty() ? recordsOfNumbers(*numbers, kind, most, &records, error)
                                : recordsOfNumbersWith(others, *numbers, kind, most, &records, error)) ||

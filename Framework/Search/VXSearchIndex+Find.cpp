@@ -59,8 +59,15 @@ std::optional<QList<VXFoundObject>> VXSearchIndex::find(const QString &words, co
         if (isMoreWanted() && !collectWords(VXSearchTerms::expression(all, match, kind), limit, &found, error))
             return std::nullopt;
     }
-    if (isMoreWanted() && kind != "contact"_L1 && !collectOfContacts(all, kind, limit, &found, error))
-        return std::nullopt;
+    for (const VXSearchTerms::Reading &reading : terms.readings()) {
+        if (isMoreWanted() && !collectReading(reading, kind, limit, &found, error))
+            return std::nullopt;
+    }
+    for (const VXSearchTerms::Reading &reading :
+         QList<VXSearchTerms::Reading>{{.words = all, .ends = {}}} + terms.readings()) {
+        if (isMoreWanted() && kind != "contact"_L1 && !collectOfContacts(reading, kind, limit, &found, error))
+            return std::nullopt;
+    }
     std::ranges::for_each(found, [this](VXFoundObject &object) { nameParties(&object); });
     return found;
 }
@@ -76,6 +83,44 @@ bool VXSearchIndex::collectWords(const QString &expression, qsizetype limit, QLi
         return false;
     statement.bindText(1, expression);
     statement.bindNumber(2, limit + found->size()); // those may be among them
+    return collect(statement, limit, found, error);
+}
+
+bool VXSearchIndex::collectReading(const VXSearchTerms::Reading &reading, const QString &kind, qsizetype limit,
+                                   QList<VXFoundObject> *found, VXError *error)
+{
+    QStringList sets; // of entries, each of which has to have one that is found
+    QStringList values;
+    const auto add = [&](const QString &set, const QStringList &its) {
+        sets.append("SELECT * FROM ("_L1 + set + u')');
+        values += its;
+    };
+    const auto matching = [](const QStringList &words) {
+        return VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix);
+    };
+    const QString byNumber = u"SELECT entry FROM number WHERE reversed >= ? AND reversed < ?"_s;
+    const QString byWord = u"SELECT rowid FROM words WHERE words MATCH ?"_s;
+    for (const VXSearchTerms::NumberEnd &end : reading.ends) {
+        const QString first = reversed(end.digits);
+        const QString behind = first + u':'; // follows the digits
+        if (end.word.isNull())
+            add(byNumber, {first, behind});
+        else
+            add(byNumber + " UNION ALL "_L1 + byWord, {first, behind, matching({end.word})});
+    }
+    if (!reading.words.isEmpty())
+        add(byWord, {matching(reading.words)});
+    VXSQLiteStatement statement = _connection->statement(
+        "SELECT object, kind, title, detail, date FROM entry WHERE id IN ("_L1 + sets.join(" INTERSECT "_L1) +
+            ") AND coalesce(kind = ?, 1) ORDER BY id DESC LIMIT ?"_L1,
+        error);
+    if (!statement)
+        return false;
+    values.append(kind);
+    int parameter = 0;
+    for (const QString &value : std::as_const(values))
+        statement.bindText(++parameter, value);
+    statement.bindNumber(++parameter, limit + found->size()); // those may be among them
     return collect(statement, limit, found, error);
 }
 

@@ -13,10 +13,12 @@
 #include <QtCore/QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <fcntl.h>
 #include <limits>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -63,6 +65,11 @@ constexpr QLatin1String suffixes[] = {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1
 bool makeWay(const QString &path)
 {
     return std::ranges::all_of(suffixes, [&path](QLatin1String suffix) { return VXMakeWayForFile(path + suffix); });
+}
+
+bool isWritableIfThere(const QString &path)
+{
+    return ::faccessat(AT_FDCWD, QFile::encodeName(path).constData(), W_OK, AT_EACCESS) == 0 || errno == ENOENT;
 }
 
 // Of what is made anew.
@@ -165,6 +172,8 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::open(VXError *error)
                               u"What is no file lies in its place, and can not be moved to the trash."_s, {}, path()));
         return nullptr;
     }
+    if (!std::ranges::all_of(suffixes, [](QLatin1String suffix) { return isWritableIfThere(path() + suffix); }))
+        discard(); // it stays where its folder can not be written
     VXError problem;
     makeFile(path());
     std::unique_ptr<VXSearchIndex> index = openFile(&problem);
@@ -173,6 +182,8 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::open(VXError *error)
         if (makeFile(path()))
             index = openFile(&problem);
     }
+    if (index && !index->_connection->execute(u"PRAGMA cache_size = -4096"_s, error)) // however much is to be put in
+        return nullptr;
     if (!index)
         VXSetError(error, problem);
     return index;
@@ -205,9 +216,14 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::openReadOnly()
     return nullptr;
 }
 
+bool VXSearchIndex::isDamage(const VXError &error)
+{
+    return error.domain() == VXCocoaErrorDomain && error.code() == int(VXObjectStoreErrorCode::FileCorrupt);
+}
+
 bool VXSearchIndex::discardIfDamaged(const VXError &error)
 {
-    if (error.domain() != VXCocoaErrorDomain || error.code() != int(VXObjectStoreErrorCode::FileCorrupt))
+    if (!isDamage(error))
         return false;
     VXLogClassMethod(VXLogWarning, VXSearchIndex, "discardIfDamaged", "made anew: "_L1 + error.description());
     discard();
@@ -253,9 +269,11 @@ bool VXSearchIndex::settleAll(const QStringList &folders, VXError *error)
 
 bool VXSearchIndex::isSound(VXError *error)
 {
-    if (_connection->execute(u"INSERT INTO words (words, rank) VALUES ('integrity-check', 1)"_s, nullptr))
+    VXError problem;
+    if (_connection->execute(u"INSERT INTO words (words, rank) VALUES ('integrity-check', 1)"_s, &problem))
         return true;
-    VXSetError(error, damage(path(), u"The words of the index are not those of its entries."_s));
+    VXSetError(error,
+               isDamage(problem) ? damage(path(), u"The words of the index are not those of its entries."_s) : problem);
     return false;
 }
 

@@ -2,6 +2,7 @@
 
 #include "VXError.h"
 #include "VXFrameworkExport.h"
+#include "VXSearchTerms.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QList>
@@ -44,6 +45,7 @@ public:
     static std::unique_ptr<VXSearchIndex> open(VXError *error = nullptr);
     /** For searching only, also where nothing can be written. Null, without an error, when there is none yet. */
     static std::unique_ptr<VXSearchIndex> openExisting(VXError *error = nullptr);
+    static bool isDamage(const VXError &error);
     /** Removes it after such a failure, so that it is made anew: true; nothing after any other. */
     static bool discardIfDamaged(const VXError &error);
     static void discard();
@@ -65,7 +67,7 @@ public:
     /** There are these folders, and no other is to be waited for once each of them is complete. False, without an error, when one
      *  is not. */
     bool settleAll(const QStringList &folders, VXError *error);
-    /** Whether the words are those of the entries. False, with an error, when it is damaged. */
+    /** Whether the words are those of the entries. False, with an error, when it is damaged, and when nobody can say. */
     bool isSound(VXError *error);
     /** How many files of the folder are in it; -1 on failure. */
     qint64 count(const QString &folder, VXError *error);
@@ -91,9 +93,9 @@ public:
     // -- Searching
     /**
      * Objects that have a word beginning with each of the words given (letters are compared as VXSearchTerms::folded() has them),
-     * or a phone number that ends with the digits, if there are four at least. Whole words and numbers first; among them what has no
-     * date (contacts), then the latest. After all these, records of a number that a contact has, by the words of both: of up
-     * to 100 contacts. `kind`: null for all. None on failure, and for more than 32 words or 1,000 characters. A record's
+     * or a phone number that ends with the digits, if there are four at least. Whole words and numbers first; then those that have
+     * some of it as words, and four digits or more as the end of a number. Among each of these what has no date (contacts), then
+     * the latest. After all these, records of a number that a contact has, by the words of both: of up to 100 contacts. `kind`: null for all. None on failure, and for more than 32 words or 1,000 characters. A record's
      * title has the name of a contact for a bare number of its.
      */
     std::optional<QList<VXFoundObject>> find(const QString &words, const QString &kind, qsizetype limit,
@@ -123,6 +125,9 @@ private:
     bool collectNumbers(const QString &digits, const QString &kind, qsizetype limit, QList<VXFoundObject> *found,
                         VXError *error);
 
+    bool collectReading(const VXSearchTerms::Reading &reading, const QString &kind, qsizetype limit,
+                        QList<VXFoundObject> *found, VXError *error);
+
     // -- By their contacts
     struct FoundContact
     {
@@ -130,8 +135,9 @@ private:
         quint32 words; // by which it was found, a bit for each
     };
     static constexpr qint64 undated = qint64(1) << 62; // IDs of what has no date begin here
-    bool collectOfContacts(const QStringList &words, const QString &kind, qsizetype limit, QList<VXFoundObject> *found,
-                           VXError *error);
+    /** By words, and the ends that the number has. */
+    bool collectOfContacts(const VXSearchTerms::Reading &reading, const QString &kind, qsizetype limit,
+                           QList<VXFoundObject> *found, VXError *error);
     bool contactsWith(const QStringList &words, QList<qint64> *contacts, VXError *error);
     std::optional<QList<FoundContact>> contactsWithAny(const QStringList &words, VXError *error);
     std::optional<QStringList> numbersOf(const QList<qint64> &entries, VXError *error);

@@ -69,11 +69,15 @@ bool isUnspaced(char32_t letter)
     }
 }
 
-// Those that have a letter or digit: the others are no words to the index.
-QStringList wordsOf(const QString &text)
+QStringList partsOf(const QString &text)
 {
     static const QRegularExpression space(u"\\s+"_s, QRegularExpression::UseUnicodePropertiesOption);
-    QStringList words = QString(text).replace(QChar(0), u' ').split(space, Qt::SkipEmptyParts);
+    return QString(text).replace(QChar(0), u' ').split(space, Qt::SkipEmptyParts);
+}
+
+// Those that have a letter or digit: the others are no words to the index.
+QStringList wordsOf(QStringList words)
+{
     std::ranges::transform(words, words.begin(), VXSearchTerms::folded);
     words.removeIf([](const QString &word) {
         return std::ranges::none_of(word.toUcs4(), [](uint each) { return QChar::isLetterOrNumber(each); });
@@ -82,12 +86,17 @@ QStringList wordsOf(const QString &text)
     return words;
 }
 
-QString digitsOf(const QString &text)
+// Also with the blanks and hyphens that pages have.
+bool isOfNumber(const QString &text)
 {
-    // Also with the blanks and hyphens that pages have.
     static const QRegularExpression number(u"^[-+0-9\\s\\p{Pd}()/.*#]+$"_s,
                                            QRegularExpression::UseUnicodePropertiesOption);
-    const QString digits = number.match(text).hasMatch() ? VXPhoneNumberSearchString(text) : QString();
+    return number.match(text).hasMatch();
+}
+
+QString digitsOf(const QString &text)
+{
+    const QString digits = isOfNumber(text) ? VXPhoneNumberSearchString(text) : QString();
     return digits.size() >= fewestDigits ? digits : QString();
 }
 
@@ -101,10 +110,48 @@ VXSearchTerms::VXSearchTerms(const QString &text)
             u"This is too long to search for: %1 characters, of at most %2."_s.arg(trimmed.size()).arg(longestText);
         return;
     }
-    _words = wordsOf(trimmed);
-    _digits = digitsOf(trimmed.normalized(QString::NormalizationForm_KC)); // of any width
+    const QString ofOneWidth = trimmed.normalized(QString::NormalizationForm_KC);
+    _words = wordsOf(partsOf(trimmed));
+    _digits = digitsOf(ofOneWidth);
+    read(ofOneWidth);
     if (_words.size() > mostWords)
         _problem = u"These are too many words to search for: %1, of at most %2."_s.arg(_words.size()).arg(mostWords);
+}
+
+// Digits with blanks between them are one number in the first reading, and each a number or a word in the second.
+void VXSearchTerms::read(const QString &text)
+{
+    const QStringList parts = partsOf(text);
+    Reading joined, apart;
+    QStringList run;
+    const auto endRun = [&] {
+        if (const QString digits = digitsOf(run.join(u' ')); digits.isNull())
+            joined.words += run;
+        else
+            joined.ends.append({digits, {}});
+        run.clear();
+    };
+    for (const QString &part : parts) {
+        const QString digits = digitsOf(part);
+        if (digits.isNull())
+            apart.words.append(part);
+        else
+            apart.ends.append({digits, wordsOf({part}).value(0)});
+        if (isOfNumber(part)) {
+            run.append(part);
+        } else {
+            endRun();
+            joined.words.append(part);
+        }
+    }
+    endRun();
+    const bool isOneNumber = joined.words.isEmpty(); // which is looked for by the digits of the whole
+    for (Reading *const reading : {&joined, &apart}) {
+        reading->words = wordsOf(reading->words);
+        const bool isKnown = reading == &joined ? isOneNumber : parts.size() < 2;
+        if (!reading->ends.isEmpty() && !isKnown)
+            _readings.append(*reading);
+    }
 }
 
 QString VXSearchTerms::folded(const QString &text)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -15,6 +16,21 @@ public:
     /** In the form for look-ups; null when it is no phone number, or too short a part of one. */
     const QString &digits() const { return _digits; }
 
+    /** The end of a phone number that stands among words. */
+    struct NumberEnd
+    {
+        QString digits;
+        QString word; // that does as well; null for none
+    };
+    /** The text as words and ends of numbers that are all to be found, of which there is one end at least. */
+    struct Reading
+    {
+        QStringList words;
+        QList<NumberEnd> ends;
+    };
+    /** Besides the words and the digits of the whole. */
+    const QList<Reading> &readings() const { return _readings; }
+
     /**
      * A text as the index has it, where case does not count: without the marks of letters, letters that have a mark built in as they
      * are typed without ("ø", "ß"), each letter of scripts without blanks between words for itself. The text itself where it is ASCII.
@@ -26,7 +42,10 @@ public:
     static QString expression(const QStringList &words, Match match, const QString &kind = {});
 
 private:
+    void read(const QString &text);
+
     QString _problem;
     QStringList _words;
     QString _digits;
+    QList<Reading> _readings;
 };

@@ -1,7 +1,9 @@
 #include "VXSearchAnswers.h"
 
 #include "VXFramework.h"
+#include "VXMetaDataSync.h"
 #include "VXMethodLog.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QLocale>
 
@@ -45,6 +47,11 @@ void VXSearchAnswers::tell(const char *method, const VXError &error)
 VXSearchIndex *VXSearchAnswers::index()
 {
     VXError error;
+    static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize()); // another process may have set it
+    if (VXMetaDataSync::isIgnored()) {
+        _index.reset();
+        return nullptr;
+    }
     if (!_index || !_index->isCurrent())
         _index = VXSearchIndex::openExisting(&error);
     if (error)
@@ -55,7 +62,7 @@ VXSearchIndex *VXSearchAnswers::index()
 QList<VXFoundObject> VXSearchAnswers::find(const QString &words)
 {
     VXError error;
-    VXSearchIndex *const index = this->index();
+    VXSearchIndex *const index = this->index(); // null, too, when the user wants no search
     const auto found = index == nullptr ? std::nullopt : index->find(words, {}, mostResults, &error);
     if (error)
         tell("find", error);
@@ -67,9 +74,9 @@ QList<VXFoundObject> VXSearchAnswers::find(const QString &words)
 
 std::optional<VXFoundObject> VXSearchAnswers::object(const QString &id)
 {
-    if (const auto known = _found.constFind(id); known != _found.cend())
-        return *known;
     VXSearchIndex *const index = this->index();
+    if (const auto known = _found.constFind(id); index != nullptr && known != _found.cend())
+        return *known;
     return index == nullptr ? std::nullopt : index->object(QUrl(id), nullptr);
 }
 

@@ -73,7 +73,7 @@ TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
         {"list --group Famly", "there is no group \"Famly\"; did you mean \"Family\"?"},
         {"add x --number abc", "\"abc\" is no phone number"},
         {"edit p1 --drop x", "the contact has no \"x\""},
-        {"list --limit -1", "--limit: \"-1\" is no number from 0 on"},
+        {"list --limit -1", "--limit: \"-1\" is no number from 0 to 2147483647"},
     };
     for (const auto &[arguments, problem] : wrong) {
         const HostOutcome outcome = phonebook(arguments);

@@ -147,8 +147,8 @@ TEST_F(HostStoreTest, BadInputIsToldAndChangesNothing)
         {"list Person --where 'name.x == 1'", "\"x\" leads nowhere"},
         {"list Person --where 'name == $X'", "$X has no value"},
         {"list Person --sort spouse", "\"spouse\" leads to objects"},
-        {"list Person --limit -1", "--limit: \"-1\" is no number from 0 on", 2},
-        {"list Person --offset -1", "--offset: \"-1\" is no number from 0 on", 2},
+        {"list Person --limit -1", "--limit: \"-1\" is no number from 0 to 2147483647", 2},
+        {"list Person --offset -1", "--offset: \"-1\" is no number from 0 to 2147483647", 2},
     };
     for (const auto &each : cases) {
         QStringList arguments = each.arguments;

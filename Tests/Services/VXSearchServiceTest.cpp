@@ -7,6 +7,7 @@
 #include "VXSearchIndex.h"
 #include "VXTesting.h"
 #include "VXTestProcess.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
@@ -87,6 +88,9 @@ TEST_F(VXSearchServiceTest, AnswersGnome)
     EXPECT_THAT(metas, Not(HasSubstr("p9")));
     EXPECT_EQ(gdbus(u"ActivateResult"_s, {jane, u"['jane']"_s, u"0"_s}), "()\n");
     EXPECT_EQ(gdbus(u"ActivateResult"_s, {u"x-coredata://none/vxperson/p9"_s, u"['jane']"_s, u"0"_s}), "()\n");
+    VXUserDefaults::standardUserDefaults().setObject(true, u"metadata.ignore"_s);
+    EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['jane']"_s}), "(@as [],)\n");
+    VXUserDefaults::standardUserDefaults().setObject(false, u"metadata.ignore"_s);
     EXPECT_EQ(gdbus(u"LaunchSearch"_s, {u"['jane']"_s, u"0"_s}), "()\n");
     EXPECT_EQ(opened, (QStringList{u"vxbook://store/vxperson/p1"_s, QString()}));
 }

@@ -6,16 +6,20 @@
 #include "VXPredicate.h"
 
 #include <algorithm>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qlonglong most = std::numeric_limits<int>::max(); // of a number
+
 QString problemOfNumber(const QString &text)
 {
     bool isNumber = false;
     const qlonglong number = text.toLongLong(&isNumber);
-    return isNumber && number >= 0 ? QString() : u"\"%1\" is no number from 0 on"_s.arg(text);
+    return isNumber && number >= 0 && number <= most ? QString()
+                                                     : u"\"%1\" is no number from 0 to %2"_s.arg(text).arg(most);
 }
 
 QString problemOfPredicate(const QString &text)

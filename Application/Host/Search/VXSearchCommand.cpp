@@ -122,7 +122,8 @@ VXHostCommand VXSearchCommand()
         .synopsis = u"WORD..."_s,
         .details =
             u"Finds what has a word beginning with each WORD, letters with and without accents being the same, or "
-            u"phone numbers by their last digits, four at least. Exact matches come first, then the newest, then "
+            u"phone numbers by their last digits, four at least, also beside words. Exact matches come first, then the "
+            u"newest, then "
             u"messages and calls of the contacts that the words find. Up to 32 words. What is found can be opened with "
             u"\"vornix open\" by the \"url\" that --json tells.\n"
             "\"search check\" compares what is searched with the stores and tells what is stale, missing, orphaned or "

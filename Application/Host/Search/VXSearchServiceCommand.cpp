@@ -3,6 +3,8 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXMetaDataKeeper.h"
+#include "VXMetaDataRemoval.h"
+#include "VXMetaDataSync.h"
 #include "VXModalSession.h"
 #include "VXSearchService.h"
 #include "VXSearchUpdate.h"
@@ -29,7 +31,8 @@ int runSearchService(VXHostContext &context)
     VXSearchService service(open, isNumber ? std::chrono::seconds(seconds) : usualIdleTime);
     if (!service.problem().isNull())
         return context.output.fail(u"desktops can not search here: %1"_s.arg(service.problem()));
-    if (VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere())
+    const bool isToRemove = VXMetaDataSync::isIgnored() && !VXMetaDataRemoval::identifiers().isEmpty();
+    if (isToRemove || (VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere()))
         VXStartSearchUpdate();
     QObject::connect(&service, &VXSearchService::indexWasDiscarded, &service, VXStartSearchUpdate);
     VXModalSession session;

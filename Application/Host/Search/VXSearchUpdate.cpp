@@ -66,7 +66,10 @@ bool isIndexWhole(VXHostContext &context)
 {
     VXError error;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
-    if (index && index->isAllComplete(&error))
+    const auto isOwed = [](const VXMetaDataSync::Ptr &sync) {
+        return VXMetaDataDebt(sync->identifier()).isIndexOwed(); // it may say what it said when it could be written
+    };
+    if (index && index->isAllComplete(&error) && std::ranges::none_of(VXMetaDataSync::launchedSyncs(), isOwed))
         return true;
     context.output.note(u"the index could not be made whole; \"vornix log\" tells why"_s);
     return false;

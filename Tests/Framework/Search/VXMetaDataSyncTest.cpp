@@ -26,6 +26,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
@@ -34,7 +35,7 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-/** Tells its name; "silent" has no metadata, "throws" throws, "moody" now and then, "removes" takes away the folder. */
+/** Tells its name; "silent" has no metadata, "throws" throws, "moody" now and then, "removes" takes away the folder, "unlocks" once its lock. */
 class SearchedPerson : public VXManagedObject, public VXMetaDataSource
 {
 public:
@@ -45,6 +46,8 @@ public:
             throw std::runtime_error("no name");
         if (name == "removes"_L1)
             QDir(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/people"_L1).removeRecursively();
+        if (name == "unlocks"_L1 && std::exchange(isUnlocking, false))
+            QFile::remove(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/people.lock"_L1);
         if (name == "silent"_L1)
             return std::nullopt;
         return QVariantMap{
@@ -52,6 +55,7 @@ public:
     }
     static inline int read = 0;
     static inline bool isMoody = true;
+    static inline bool isUnlocking = true;
 
 protected:
     void awakeFromFetch() override { ++read; }
@@ -346,6 +350,20 @@ TEST_F(VXMetaDataSyncTest, NothingStaysOfWhatIsNotSearchedAnyMore)
     EXPECT_THAT(items(), UnorderedElementsAre(u".due"_s, u"people.lock"_s)); // the one empty
     EXPECT_THAT(VXMetaDataRemoval::identifiers(), IsEmpty());
     EXPECT_TRUE(QFile::exists(VXFileManager::defaultManager().pathToUserTrashFolder() + "/notes.txt"_L1));
+    // What only looks like a sync's, and what a name would lead out of the folder to, is somebody's own.
+    const QString all = VXFileManager::defaultManager().pathToUserMetadataFolder();
+    const QString own[] = {all + "/own.store"_L1, path(u"Documents/p1_MD2.person"_s)};
+    for (const QString &each : own)
+        writeFile(QDir(path()).relativeFilePath(each), "mine");
+    EXPECT_THAT(VXMetaDataRemoval::identifiers(), IsEmpty());
+    const QString outside = "x/"_L1 + QDir(all + "/x"_L1).relativeFilePath(path(u"Documents"_s));
+    VXMetaDataDebt(outside).markAll();
+    ASSERT_TRUE(QDir(all).mkdir(u"x"_s)); // without it the way leads nowhere
+    EXPECT_THAT(VXMetaDataRemoval::identifiers(), ElementsAre(outside));
+    EXPECT_TRUE(VXMetaDataRemoval::remove(outside));
+    EXPECT_THAT(VXMetaDataRemoval::identifiers(), IsEmpty());
+    for (const QString &each : own)
+        EXPECT_TRUE(QFile::exists(each)) << each.toStdString();
     // The user changes his mind, and what is told of others stays.
     mirror();
     ASSERT_TRUE(VXSearchIndex::open()->endChanges(u"others"_s, nullptr));
@@ -353,6 +371,21 @@ TEST_F(VXMetaDataSyncTest, NothingStaysOfWhatIsNotSearchedAnyMore)
     EXPECT_FALSE(VXMetaDataSync::launchMetaDataSyncWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s));
     EXPECT_THAT(VXMetaDataRemoval::identifiers(), ElementsAre(u"others"_s));
     EXPECT_THAT(find(u"j"_s), IsEmpty());
+}
+
+// Another may have begun meanwhile, and files may tell what was read before it wrote them.
+TEST_F(VXMetaDataSyncTest, APassWhoseLockIsRemovedIsMadeOnceMore)
+{
+    add(u"Jane"_s);
+    add(u"unlocks"_s);
+    SearchedPerson::isUnlocking = true;
+    sync->setNeedsUpdate(false);
+    EXPECT_EQ(sync->synchronizeMetaDataFiles(), VXMetaDataSync::Outcome::Failed);
+    EXPECT_TRUE(sync->needsUpdate());
+    EXPECT_TRUE(VXMetaDataDebt::isAnyOfAll());
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 2}));
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2}));
 }
 
 TEST_F(VXMetaDataSyncTest, TextsThatNoFileCanHoldAreFoundAllTheSame)

@@ -58,6 +58,9 @@ protected:
 TEST_F(VXSearchIndexTest, FindsWordsByTheirBeginningAndNumbersByTheirEnd)
 {
     fill();
+    ASSERT_TRUE(index->apply(u"people"_s,
+                             {change(5, u"contact"_s, u"Kim Roe"_s, {u"+16502530101"_s, u"+16502530202"_s}, u"5550"_s)},
+                             nullptr));
     const struct
     {
         QString words;
@@ -76,6 +79,16 @@ TEST_F(VXSearchIndexTest, FindsWordsByTheirBeginningAndNumbersByTheirEnd)
         {u"zoe jane"_s, {}, {}},
         {u"\"Zo\" OR NEAR( * - 50%"_s, {}, {}},
         {u"\"zo\" 50%"_s, {}, {u"Jane"_s}},
+        {u"kim 0101"_s, {}, {u"Kim Roe"_s}}, // a word, and the end of a number
+        {u"0101 KI"_s, u"contact"_s, {u"Kim Roe"_s}},
+        {u"0101 ki"_s, u"message"_s, {}},
+        {u"ki (650) 253-0101 ro"_s, {}, {u"Kim Roe"_s}},
+        {u"kim 0202 0101"_s, {}, {u"Kim Roe"_s}}, // of two numbers
+        {u"0202 0101"_s, {}, {u"Kim Roe"_s}},
+        {u"5550 0202"_s, {}, {u"Kim Roe"_s}}, // the one a word
+        {u"kim 101"_s, {}, {}},
+        {u"kim 0100"_s, {}, {}},
+        {u"zo 0101"_s, {}, {}},
         {u"\U00020BB7"_s, {}, {u"\U00020BB7田 \U00010414ne"_s}}, // of letters that are two characters each
         {u"\U00010414"_s, {}, {u"\U00020BB7田 \U00010414ne"_s}},
         {u"\U0001F600"_s, {}, {}}, // no letter
@@ -207,6 +220,9 @@ TEST_F(VXSearchIndexTest, RecordsOfABareNumberAreFoundByTheirContacts)
         {u"dinner mull"_s, {}, 10, {zoe, zoe}},
         {u"zoe eight mull"_s, {}, 10, {zoe}},
         {u"ann eight"_s, {}, 10, {}},
+        {u"muller 0100"_s, {}, 10, {zoe, zoe, zoe}}, // the end of the number that both have
+        {u"dinner 0100"_s, {}, 10, {zoe, zoe}},
+        {u"dinner 0199"_s, {}, 10, {}},
         {u"zo"_s, u"call"_s, 10, {ann}},
         {u"0177"_s, {}, 10, {u"+1 555 0177"_s}},
     };
@@ -256,8 +272,13 @@ TEST_F(VXSearchIndexTest, IsReadWhereNothingCanBeWritten)
         if (VXSearchIndex::open())
             std::_Exit(3);
         index = VXSearchIndex::openExisting();
-        std::_Exit(index && index->find(u"zoo"_s, {}, 10, nullptr).value_or(QList<VXFoundObject>()).size() == 1 ? 0
-                                                                                                                : 1);
+        const bool isFound =
+            index && index->find(u"zoo"_s, {}, 10, nullptr).value_or(QList<VXFoundObject>()).size() == 1;
+        // Where its folder can be written it is made anew.
+        static_cast<void>(::chmod(paths[1].constData(), 0700));
+        const auto anew = VXSearchIndex::open();
+        const bool isMade = anew && anew->apply(u"people"_s, {change(1, u"contact"_s, u"Joe"_s)}, nullptr);
+        std::_Exit(!isMade ? 4 : !isFound ? 1 : 0);
     }
     int status = 0;
     ::waitpid(child, &status, 0);
