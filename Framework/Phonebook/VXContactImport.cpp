@@ -18,7 +18,7 @@ using Outcome = VXImportedContact::Outcome;
 
 namespace {
 
-constexpr qsizetype portion = 2000;            // contacts of one save: each writes anew most pages of the indexes
+constexpr qsizetype portion = 5000;            // contacts of one save: each writes anew most pages of the indexes
 constexpr qsizetype largestPortion = 32 << 20; // octets of their pictures
 
 size_t hashOf(const QString &uid)

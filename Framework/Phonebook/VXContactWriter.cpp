@@ -375,8 +375,10 @@ void VXContactWriter::write(VXManagedObject &person, const VXContactRecord &cont
         if (!isNew || value.isValid())
             person.setValueForKey(value, key);
     };
-    for (const Text &each : texts)
-        set(each.key, orNone(contact.*each.field));
+    for (const Text &each : texts) {
+        if (!isNew || !(contact.*each.field).isEmpty())
+            person.setValueForKey(orNone(contact.*each.field), each.key);
+    }
     if (!contact.uid.isEmpty())
         set(u"uid"_s, contact.uid);
     set(u"properties"_s, orNone(properties.join(u'\n')));
@@ -401,17 +403,22 @@ void VXContactWriter::writeAddresses(const VXManagedObjectPtr &person, const QSt
             _context.deleteObject(object);
     }
     const VXEntityDescription &entity = person->entity().relationshipForName(relationship)->destination();
+    const auto indexOf = [&](const QString &key) { return entity.propertyForName(key)->index(); };
+    const int value = indexOf(valueKey);
+    const int type = indexOf(u"type"_s);
+    const int label = indexOf(u"label"_s);
+    const int owner = indexOf(u"person"_s);
     for (const Address &address : addresses) {
         if (int &there = kept[lineOf(address)]; there > 0) {
             --there;
             continue;
         }
         const VXManagedObjectPtr object = _context.insertNewObject(entity);
-        object->setValueForKey(address.value, valueKey);
-        object->setValueForKey(int(address.type), u"type"_s);
+        object->setText(value, address.value);
+        object->setNumber(type, int(address.type));
         if (!address.label.isEmpty())
-            object->setValueForKey(address.label, u"label"_s);
-        object->setValueForKey(QVariant::fromValue(person), u"person"_s);
+            object->setText(label, address.label);
+        object->setRelated(owner, person);
     }
 }
 

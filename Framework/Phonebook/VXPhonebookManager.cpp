@@ -117,8 +117,8 @@ VXManagedObjectPtr VXPhonebookManager::entryForPhonebookString(const QString &ph
         return {};
     if (const quint32 version = _globalContextVersion.load(std::memory_order_acquire); version != _contextVersion) {
         renew(version);
-    } else if (const auto kept = _lookupCache.constFind(key); kept != _lookupCache.constEnd() && now() < kept->end) {
-        return kept->entry;
+    } else if (const auto kept = _lookupCache.find(key); kept != _lookupCache.end() && now() < kept->second.end) {
+        return kept->second.entry;
     }
     const VXManagedObjectPtr entry = find(key);
     keep(key, entry);
@@ -179,17 +179,17 @@ void VXPhonebookManager::keep(const QString &key, const VXManagedObjectPtr &entr
     const Clock::time_point time = now();
     while (!_ends.empty() && _ends.front().first <= time) { // of answers that were given anew meanwhile the key stays
         const QString &old = _ends.front().second;
-        if (const auto kept = _lookupCache.constFind(old); kept != _lookupCache.constEnd() && kept->end <= time)
+        if (const auto kept = _lookupCache.find(old); kept != _lookupCache.end() && kept->second.end <= time)
             _lookupCache.erase(kept);
         _ends.pop_front();
     }
-    _lookupCache.insert(key, {entry, time + longestAnswer});
+    _lookupCache.insert_or_assign(key, Answer{entry, time + longestAnswer});
     _ends.emplace_back(time + longestAnswer, key);
 }
 
 void VXPhonebookManager::removeFromCache(const QString &key)
 {
-    _lookupCache.remove(key);
+    _lookupCache.erase(key);
 }
 
 QByteArray VXPhonebookManager::imageForPhonebookString(const QString &phonebookString)

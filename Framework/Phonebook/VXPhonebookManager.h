@@ -5,14 +5,17 @@
 #include "VXNotificationCenter.h"
 
 #include <QtCore/QByteArray>
-#include <QtCore/QHash>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <deque>
+#include <functional>
 #include <memory>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 class VXManagedObjectContext;
@@ -86,6 +89,23 @@ private:
         Clock::time_point end; // it no longer counts
     };
 
+    // Of texts as short as phonebook strings Qt's own hash and comparison take most of the time of an answer that is kept.
+    struct KeyHash
+    {
+        size_t operator()(const QString &key) const
+        {
+            return std::hash<std::string_view>()(
+                {reinterpret_cast<const char *>(key.constData()), size_t(key.size()) * 2});
+        }
+    };
+    struct SameKey
+    {
+        bool operator()(const QString &a, const QString &b) const
+        {
+            return a.size() == b.size() && std::memcmp(a.constData(), b.constData(), size_t(a.size()) * 2) == 0;
+        }
+    };
+
     VXPhonebookManager();
 
     void renew(quint32 version);
@@ -99,6 +119,6 @@ private:
 
     quint32 _contextVersion;
     std::unique_ptr<VXManagedObjectContext> _managedObjectContext; // outlives what is kept of it
-    QHash<QString, Answer> _lookupCache;
+    std::unordered_map<QString, Answer, KeyHash, SameKey> _lookupCache;
     std::deque<std::pair<Clock::time_point, QString>> _ends; // of the answers, the first to end in front
 };

@@ -111,7 +111,7 @@ void VXPerson::updateWords()
     const int key = entity.propertyForName(u"key"_s)->index();
     for (const QByteArray &each : std::as_const(due)) {
         const VXManagedObjectPtr word = managedObjectContext()->insertNewObject(entity);
-        word->setAttribute(key, each);
+        word->setData(key, each);
         addRelated(words, word);
     }
 }

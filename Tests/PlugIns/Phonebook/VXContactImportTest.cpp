@@ -642,7 +642,7 @@ TEST_F(VXContactImportTest, AStoreThatIsMergedIsOneStepAndBringsNoHistory)
 TEST_F(VXContactImportTest, AnImportThatIsBrokenOffTellsWhatIsIn)
 {
     QByteArray cards;
-    for (int each = 0; each < 2500; ++each)
+    for (int each = 0; each < 5500; ++each)
         cards += card("Jane N" + QByteArray::number(each), "TEL:555 0100\r\n");
     QBuffer buffer(&cards);
     ASSERT_TRUE(buffer.open(QIODevice::ReadOnly));
@@ -653,7 +653,46 @@ TEST_F(VXContactImportTest, AnImportThatIsBrokenOffTellsWhatIsIn)
     VXError error;
     EXPECT_FALSE(broken.run(reader, &error));
     EXPECT_EQ(error.code(), VXErrorCancelled);
-    EXPECT_EQ(broken.reportSoFar().added, 2000);
-    EXPECT_EQ(countOf(u"VXPerson"_s), 2000);
-    EXPECT_EQ(undo(), u"2000 0 0 "_s);
+    EXPECT_EQ(broken.reportSoFar().added, 5000);
+    EXPECT_EQ(countOf(u"VXPerson"_s), 5000);
+    EXPECT_EQ(undo(), u"5000 0 0 "_s);
+}
+
+TEST_F(VXContactImportTest, FilesThatProgramsWroteAreRead)
+{
+    struct Written
+    {
+        QString file;
+        QStringList contacts;
+        QString note; // of the one that has one
+    };
+    const QString zoe = u"Zoë Müller|%1|%2|zoe@example.org"_s;
+    const QString spaced = u"+44 7700 900123|+44 1632 960456"_s;
+    const Written files[] = {
+        {u"gammu-2.1.vcf"_s,
+         {zoe.arg(u"Mühle & Söhne"_s, u"+447700900123|+441632960456"_s), u"花子 山田||+441632960789"_s},
+         u"likes = signs; and semicolons"_s},
+        {u"vobject-3.0.vcf"_s,
+         {zoe.arg(u"Mühle; Söhne; Bakery"_s, spaced), u"花子 山田||+44 1632 960789|hanako@example.org"_s},
+         u"A note, with commas; semicolons and\na second line that is long enough to be folded, more than once, in the "
+         "middle of what was said: ÄÖÜäöüß ÄÖÜäöüß ÄÖÜäöüß"_s},
+        {u"khard-4.0.vcf"_s,
+         {zoe.arg(u"Mühle; Bakery"_s, spaced) + u"|Family"_s},
+         u"A note, with commas; and semicolons"_s},
+    };
+    for (const auto &[name, people, note] : files) {
+        SCOPED_TRACE(name.toStdString());
+        QFile file(QStringLiteral(VORNIX_EXAMPLES "/contacts/") + name);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        const QByteArray written = file.readAll();
+        EXPECT_EQ(import(written), u"%1 0 0 0"_s.arg(people.size()));
+        EXPECT_EQ(contacts(), people);
+        VXManagedObjectContext context(store);
+        VXFetchRequest request(*store->model().entityForName(u"VXPerson"_s));
+        request.predicate = *VXPredicate::predicateWithFormat(u"note == %@"_s, {note});
+        EXPECT_EQ(context.countForFetchRequest(request), 1);
+        EXPECT_EQ(import(written), u"0 0 %1 0"_s.arg(people.size()));
+        undo();
+        EXPECT_EQ(contacts(), QStringList());
+    }
 }
