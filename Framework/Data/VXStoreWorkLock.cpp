@@ -14,7 +14,8 @@ const QString VXStoreWorkLock::savingName = u"saving.lock"_s;
 VXStoreWorkLock::VXStoreWorkLock(const VXPersistentStoreCoordinator &coordinator, const QString &name,
                                  std::chrono::milliseconds longestWait)
 {
-    const QString path = coordinator.persistentStores().constFirst()->path();
+    const auto stores = coordinator.persistentStores(); // none when it was taken away meanwhile: the save tells of it
+    const QString path = stores.isEmpty() ? QString() : stores.constFirst()->path();
     if (path.isEmpty())
         return;
     const QString file = QFileInfo(path).path() + u'/' + name;

@@ -22,7 +22,7 @@ public:
     /** Of each look and save, a user's change as well as a step of such work. Not twice on one thread. */
     static const QString savingName; // "saving.lock"
 
-    /** Waits, but not for ever. A store that is no file has nobody to be locked out. */
+    /** Waits, but not for ever. A store that is no file, or gone, has nobody to be locked out. */
     VXStoreWorkLock(const VXPersistentStoreCoordinator &coordinator, const QString &name,
                     std::chrono::milliseconds longestWait = std::chrono::seconds(30));
 
