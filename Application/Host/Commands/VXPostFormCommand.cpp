@@ -131,13 +131,18 @@ int answer(VXHostContext &context, const VXWebDownload &download)
     return isDone ? VXHostOutput::Done : VXHostOutput::Failed;
 }
 
-// What came of an answer that is not whole.
-void removeRest(const VXWebDownload &download)
+// What came of an answer that is not whole goes.
+void tellFailed(VXHostContext &, const VXWebDownload &download)
 {
     QDir(download.folderPath()).removeRecursively();
 }
 
-void removeRest(const VXWebConnection &) {}
+// The error has the status in words only.
+void tellFailed(VXHostContext &context, const VXWebConnection &connection)
+{
+    if (const int status = connection.statusCode(); status != 0 && status != 200)
+        context.output.note(u"the server answered %1"_s.arg(status));
+}
 
 template <class Request>
 int post(VXHostContext &context, const QUrl &url, const QList<VXFormField> &fields, float timeout)
@@ -153,7 +158,7 @@ int post(VXHostContext &context, const QUrl &url, const QList<VXFormField> &fiel
                                      redirect.wasFollowed ? u", which was asked for without the form"_s : QString()));
     if (!request->error())
         return answer(context, *request);
-    removeRest(*request);
+    tellFailed(context, *request);
     return fail(context, request->error());
 }
 
