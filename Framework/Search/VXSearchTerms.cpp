@@ -86,6 +86,44 @@ QStringList wordsOf(QStringList words)
     return words;
 }
 
+/** Where a piece of a text ends that begins at `from`: before a letter that nothing before it can be one with. */
+qsizetype endOfPiece(const QString &text, qsizetype from)
+{
+    constexpr qsizetype usualSize = 1000;
+    constexpr char16_t firstPartOfSyllable = 0x1160; // of Korean ones, but those they begin with
+    constexpr char16_t lastPartOfSyllable = 0x11ff;
+    qsizetype end = std::min(from + usualSize, text.size());
+    const auto belongsToWhatIsBefore = [](QChar each) {
+        return each.isMark() || each.isLowSurrogate() || (each >= firstPartOfSyllable && each <= lastPartOfSyllable);
+    };
+    while (end < text.size() && belongsToWhatIsBefore(text[end]))
+        ++end;
+    return end;
+}
+
+QString foldedPiece(const QString &text)
+{
+    QString letters;
+    for (const QChar each : text.normalized(QString::NormalizationForm_KD)) {
+        if (const std::optional<QLatin1String> spelled = spelling(each))
+            letters += *spelled;
+        else
+            letters += each;
+    }
+    letters = VXFoldedText(letters, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive);
+    QString result;
+    result.reserve(letters.size());
+    for (const char32_t letter : letters.toUcs4()) {
+        const bool isWord = isUnspaced(letter);
+        if (isWord)
+            result += u' ';
+        result += QChar::fromUcs4(letter);
+        if (isWord)
+            result += u' ';
+    }
+    return result;
+}
+
 // Also with the blanks and hyphens that pages have.
 bool isOfNumber(const QString &text)
 {
@@ -154,27 +192,16 @@ void VXSearchTerms::read(const QString &text)
     }
 }
 
+// Qt normalizes a text in time that grows with the square of its length.
 QString VXSearchTerms::folded(const QString &text)
 {
     if (isASCII(text)) // whose case the index overlooks
         return text;
-    QString letters;
-    for (const QChar each : text.normalized(QString::NormalizationForm_KD)) {
-        if (const std::optional<QLatin1String> spelled = spelling(each))
-            letters += *spelled;
-        else
-            letters += each;
-    }
-    letters = VXFoldedText(letters, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive);
     QString result;
-    result.reserve(letters.size());
-    for (const char32_t letter : letters.toUcs4()) {
-        const bool isWord = isUnspaced(letter);
-        if (isWord)
-            result += u' ';
-        result += QChar::fromUcs4(letter);
-        if (isWord)
-            result += u' ';
+    result.reserve(text.size());
+    for (qsizetype from = 0, end = 0; from < text.size(); from = end) {
+        end = endOfPiece(text, from);
+        result += foldedPiece(text.sliced(from, end - from));
     }
     return result;
 }

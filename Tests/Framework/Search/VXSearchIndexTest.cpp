@@ -121,6 +121,9 @@ TEST_F(VXSearchIndexTest, ComparesLettersAsPeopleTypeThem)
         {u"김철수"_s, {u"김철"_s, u"김"_s}, {u"철수"_s}},
         {u"Αλέξανδρος Ёлка"_s, {u"αλεξανδροσ"_s, u"ΑΛΈΞΑΝΔΡΟΣ"_s, u"елка"_s}, {}},
         {u"Schiff\u00adfahrt ＡＢＣ"_s, {u"schifffahrt"_s, u"abc"_s}, {u"fahrt"_s}},
+        {u"Ж "_s.repeated(499) + u"Z\U0001D41Abra"_s,
+         {u"zabra"_s},
+         {u"bra"_s}}, // a letter of two where a piece might end
         {u"O'Brien-Smith C++ a_b 10:30"_s,
          {u"o'brien"_s, u"O'Brien-Smith"_s, u"\"smith\""_s, u"c++"_s, u"a_b"_s, u"10:30"_s, u"^smith"_s, u"(smith)"_s,
           u"-- smith*"_s},
