@@ -5,8 +5,9 @@
 
 namespace {
 
-constexpr qint64 chunk = 64 * 1024;           // octets that are read at once
-constexpr qsizetype shortestBeginning = 1024; // octets
+constexpr qint64 chunk = 64 * 1024;             // octets that are read at once
+constexpr qsizetype shortestBeginning = 1024;   // octets
+constexpr QByteArrayView mark = "\xef\xbb\xbf"; // of UTF-8
 
 bool isQuotedPrintable(const QByteArray &line)
 {
@@ -38,8 +39,8 @@ void VXCardLines::begin()
 {
     while (_octets.size() < shortestBeginning && fill()) {
     }
-    if (_octets.startsWith("\xef\xbb\xbf")) {
-        _at = 3;
+    if (_octets.startsWith(mark)) {
+        _at = mark.size();
     } else if (_octets.startsWith("\xff\xfe") || _octets.startsWith("\xfe\xff")) {
         _fromUTF16.emplace(QStringDecoder::Utf16); // takes the mark
         _octets = _toUTF8(_fromUTF16->decode(_octets));
@@ -84,6 +85,8 @@ bool VXCardLines::readPhysical()
     ++_aheadNumber;
     while (_ahead.endsWith('\n') || _ahead.endsWith('\r'))
         _ahead.chop(1);
+    if (_ahead.startsWith(mark) && _ahead.mid(mark.size(), 6).toUpper() == "BEGIN:") // of a file put behind another one
+        _ahead.remove(0, mark.size());
     return true;
 }
 

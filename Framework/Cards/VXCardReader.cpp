@@ -465,18 +465,25 @@ std::optional<VXCard> VXCardReader::next()
     if (!findBegin())
         return std::nullopt;
     Building card(std::exchange(_begin, 0));
+    qsizetype size = 0;
+    const auto finished = [&](bool hasEnd) {
+        VXCard whole = card.finished(hasEnd);
+        whole.size = size;
+        return whole;
+    };
     qsizetype depth = 0;
     bool isAgent = false;
     for (VXRawCardLine raw; _lines->next(raw);) {
+        size += raw.octets.size();
         if (isMark(raw, "END")) {
             if (depth == 0)
-                return card.finished(true);
+                return finished(true);
             --depth;
         } else if (isMark(raw, "BEGIN")) {
             if (depth == 0 && !isAgent) {
                 card.tell(raw.number, u"the card before this line has no end"_s);
                 _begin = raw.number;
-                return card.finished(true);
+                return finished(true);
             }
             if (depth++ == 0)
                 card.tell(raw.number, u"a card within the card is left out"_s);
@@ -489,5 +496,5 @@ std::optional<VXCard> VXCardReader::next()
         }
         isAgent = false;
     }
-    return card.finished(false);
+    return finished(false);
 }

@@ -26,7 +26,8 @@ struct VXCardProblem
 struct VXCard
 {
     VXContactRecord contact = {};
-    qint64 line = 0; // where it begins
+    qint64 line = 0;    // where it begins
+    qsizetype size = 0; // octets of its lines: what it takes of memory is of that order
     QList<VXCardProblem> problems = {};
     /** Whether it has an end, and a name, number or address: only then it is a contact. */
     bool isContact = false;

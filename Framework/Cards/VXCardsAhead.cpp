@@ -5,7 +5,7 @@
 namespace {
 
 constexpr qsizetype mostCards = 250;          // of a portion
-constexpr qsizetype largestPortion = 4 << 20; // octets of its pictures
+constexpr qsizetype largestPortion = 4 << 20; // octets
 constexpr size_t mostPortions = 4;            // that wait
 
 } // namespace
@@ -22,17 +22,23 @@ VXCardsAhead::~VXCardsAhead()
     _thread.join();
 }
 
+bool VXCardsAhead::isOver()
+{
+    const VXMutexLocker locker(_lock);
+    return _isOver;
+}
+
 void VXCardsAhead::read()
 {
     for (bool isMore = true; isMore;) {
         QList<VXCard> portion;
         qsizetype size = 0;
-        while (isMore && portion.size() < mostCards && size < largestPortion) {
+        while (isMore && portion.size() < mostCards && size < largestPortion && !isOver()) {
             std::optional<VXCard> card = _reader.next();
             isMore = card.has_value();
             if (!isMore)
                 break;
-            size += card->contact.image.size();
+            size += card->size;
             portion.append(*std::move(card));
         }
         const VXMutexLocker locker(_lock);

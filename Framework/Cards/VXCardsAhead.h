@@ -25,6 +25,7 @@ public:
 
 private:
     void read();
+    bool isOver();
 
     VXCardReader &_reader;
     QList<VXCard> _cards; // being given out

@@ -19,7 +19,7 @@ using Outcome = VXImportedContact::Outcome;
 namespace {
 
 constexpr qsizetype portion = 5000;            // contacts of one save: each writes anew most pages of the indexes
-constexpr qsizetype largestPortion = 32 << 20; // octets of their pictures
+constexpr qsizetype largestPortion = 32 << 20; // octets of their cards
 
 size_t hashOf(const QString &uid)
 {
@@ -119,7 +119,7 @@ bool VXContactImport::importAll(const Source &source, VXError *error)
             continue;
         }
         card->contact.uid = card->contact.uid.trimmed(); // as it is kept
-        size += card->contact.image.size();
+        size += card->size;
         cards.append(*std::move(card));
         if (cards.size() < portion && size < largestPortion)
             continue;

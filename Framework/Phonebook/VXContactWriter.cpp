@@ -91,7 +91,7 @@ void learn(Address &known, const Address &news, bool isNumber)
         known.value = news.value;
 }
 
-// One of both kinds, as home and mobile; false where there is none, as of fax and mobile, or home and work.
+// One of both kinds, as home and mobile; false where there is none, as of fax and mobile or home, or home and work.
 bool joinKinds(Address &known, const Address &news)
 {
     const auto areOne = [&](unsigned mask) {
@@ -99,7 +99,10 @@ bool joinKinds(Address &known, const Address &news)
         const unsigned second = news.type & mask;
         return first == 0 || second == 0 || first == second;
     };
-    const bool areJoined = areOne(VXPhonebookTypeKindMask) && areOne(VXPhonebookTypeLocationMask) &&
+    const auto isFax = [](const Address &each) { return (each.type & VXPhonebookTypeKindMask) == VXPhonebookTypeFax; };
+    // A number of which only the place is known is one to talk to.
+    const bool areOfOneUse = isFax(known) == isFax(news) || (isFax(known) ? news : known).type == 0;
+    const bool areJoined = areOfOneUse && areOne(VXPhonebookTypeKindMask) && areOne(VXPhonebookTypeLocationMask) &&
                            (known.label.isEmpty() || news.label.isEmpty() || known.label == news.label);
     if (areJoined)
         known.type |= news.type;

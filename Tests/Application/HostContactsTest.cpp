@@ -197,6 +197,7 @@ TEST_F(HostContactsTest, AMergeKeepsBothKindsOfANumber)
         {{u"m"_s, u"H"_s}, u"+1 555 0101/Hm"_s},
         {{u"H"_s, u"m"_s}, u"+1 555 0101/Hm"_s},
         {{u"m"_s, u"f"_s}, u"+1 555 0101/m, +1 555 0101/f"_s},
+        {{u"f"_s, u"H"_s}, u"+1 555 0101/f, +1 555 0101/H"_s},
         {{u"H"_s, u"W"_s}, u"+1 555 0101/H, +1 555 0101/W"_s},
         {{u"m"_s, u"m"_s}, u"+1 555 0101/m"_s},
     };

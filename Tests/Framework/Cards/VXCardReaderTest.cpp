@@ -151,6 +151,7 @@ TEST(VXCardReaderTest, WhatIsBrokenIsToldAndTheRestIsRead)
          {u"5 a card within the card is left out"_s}},
         {"hello\r\n" + jane, {u"Jane"_s}, {u"1 what stands here belongs to no card"_s}},
         {"\xef\xbb\xbf" + jane, {u"Jane"_s}, {}},
+        {"\xef\xbb\xbf" + jane + "\xef\xbb\xbf" + jane, {u"Jane"_s, u"Jane"_s}, {}}, // of two files
         {QByteArray(jane).replace("\r\n", "\n"), {u"Jane"_s}, {}},
         {QByteArray(jane).replace("\r\n", "\r") + "x", {u"Jane"_s}, {u"5 what stands here belongs to no card"_s}},
         {inUTF16(card("FN:Zoë \U0001F600 " + QByteArray(100'000, 'x') + "\r\n")),
