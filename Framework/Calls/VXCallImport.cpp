@@ -80,7 +80,7 @@ bool VXCallImport::run(const QString &path, VXError *error)
     QFile file(path);
     QString reason;
     if (!VXRegularFile::open(file, &reason))
-        return fail(VXLocalizedString(u"%1 can not be read: %2"_s).arg(path, reason), error);
+        return fail(VXLocalizedString(u"%1 cannot be read: %2"_s).arg(path, reason), error);
     return run(file, path, error);
 }
 
@@ -88,7 +88,7 @@ bool VXCallImport::run(QFile &file, const QString &name, VXError *error)
 {
     VXTableFile table(file.readAll());
     if (file.error() != QFile::NoError)
-        return fail(VXLocalizedString(u"%1 can not be read: %2"_s).arg(name, file.errorString()), error);
+        return fail(VXLocalizedString(u"%1 cannot be read: %2"_s).arg(name, file.errorString()), error);
     const QStringList columns = keysOf(table.next());
     if (!columns.contains(u"date"_s) || !(columns.contains(u"from"_s) || columns.contains(u"to"_s)))
         return fail(

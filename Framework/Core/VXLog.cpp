@@ -270,7 +270,7 @@ void VXLog::writeLine(const QByteArray &line)
     for (const auto &handle : _fileHandles) {
         QString reason;
         if (!handle->writeData(line, &reason))
-            throw VXException(u"VXFileHandleOperationException"_s, u"the log can not be written: %1"_s.arg(reason));
+            throw VXException(u"VXFileHandleOperationException"_s, u"the log cannot be written: %1"_s.arg(reason));
     }
     if (const int descriptor = echoDescriptor.load(std::memory_order_relaxed); descriptor >= 0) {
         const QByteArray visible = VXVisibleText(QString::fromUtf8(line)).toUtf8();

@@ -164,7 +164,7 @@ QString VXZipArchive::refusal() const
         return VXLocalizedString(key).arg(QFile::decodeName(entry->name));
     };
     if (!_isUnderstood)
-        return VXLocalizedString(u"The list of the archive's entries can not be read."_s);
+        return VXLocalizedString(u"The list of the archive's entries cannot be read."_s);
     if (const Entry *const entry = entryThatLeadsOutside())
         return sentence(u"The entry \"%1\" leads outside the destination folder."_s, entry);
     if (const Entry *const entry = entryThroughLink())

@@ -84,7 +84,7 @@ void VXZipFile::zip(const QStringList &sourcePaths)
     if (destination.isNull()) {
         const VXFileManager &files = VXFileManager::defaultManager();
         destination = files.pathToUserDesktopFolder();
-        // Without the folder its name would become the archive's; where it can not be made the archiver will tell.
+        // Without the folder its name would become the archive's; where it cannot be made the archiver will tell.
         static_cast<void>(files.verifyPathExists(destination));
     }
     // Absolute, for the archiver may run in another folder.

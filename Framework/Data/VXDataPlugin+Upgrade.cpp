@@ -253,7 +253,7 @@ StorePtr VXDataPlugin::earlierStoreAt(const QString &path, VXError *error)
 // By way of the install folder: whoever ends the program meanwhile, one of both stores is found, and the next start goes on.
 VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
 {
-    VXAssert(_sharedStoreController == nullptr, u"Can not take a store back while the plugin has it open"_s);
+    VXAssert(_sharedStoreController == nullptr, u"Cannot take a store back while the plugin has it open"_s);
     VXError error;
     *isWaiting = false;
     const bool isOld = QDir::cleanPath(from) == upgradingPath();

@@ -76,5 +76,5 @@ std::optional<VXTextOptions> VXSmartFilterOptionsFromName(const QString &name)
 
 void VXFailFilter(VXError *error, const QString &reason)
 {
-    VXSetError(error, VXMakeFileError(VXLocalizedString(u"The filter can not be used."_s), reason, {}));
+    VXSetError(error, VXMakeFileError(VXLocalizedString(u"The filter cannot be used."_s), reason, {}));
 }

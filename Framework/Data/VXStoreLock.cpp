@@ -32,7 +32,7 @@ VXStoreLock::Ptr VXStoreLock::take(const QString &storePath, Purpose purpose, st
                                                         : VXLocalizedString(u"It is being replaced or upgraded."_s)
                                           : lock->reason();
         const QString title = isInTheWay ? VXLocalizedString(u"The store is in use"_s)
-                                         : VXLocalizedString(u"The store can not be locked"_s);
+                                         : VXLocalizedString(u"The store cannot be locked"_s);
         VXSetError(error, VXMakeFileError(title, reason, storePath));
         return nullptr;
     }

@@ -12,7 +12,7 @@
  */
 [[nodiscard]] VX_EXPORT QStringList VXProgramsHoldingPort(const QString &path);
 
-/** Why the device file can not be used now, for people: it is not there, this user may not, another program holds it. The
+/** Why the device file cannot be used now, for people: it is not there, this user may not, another program holds it. The
  *  recovery suggestion says what to do. Null when nothing speaks against it. Any thread. */
 [[nodiscard]] VX_EXPORT VXError VXProblemOfPort(const QString &path);
 

@@ -67,7 +67,7 @@ public:
 
     // -- Which is preferred
     /** The device whose URL the user default `key` holds, if it can be made; else, and for a null key, the one last
-     *  added. Null when there is none, or it can not be made. */
+     *  added. Null when there is none, or it cannot be made. */
     Ptr defaultDevice(const QString &key = {});
     /** A null URL removes the key. */
     static void setDefaultURL(const QUrl &url, const QString &key);

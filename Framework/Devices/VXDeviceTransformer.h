@@ -15,7 +15,7 @@ public:
 
 /**
  * The URL of a device, or of something inside one, as QUrl or text, becomes the device's name; its own identifier
- * when it can not be made or has no name. Any thread, as VXDevicePlugin::deviceAtURL.
+ * when it cannot be made or has no name. Any thread, as VXDevicePlugin::deviceAtURL.
  */
 class VX_EXPORT VXDeviceNameAtURL : public VXValueTransformer
 {

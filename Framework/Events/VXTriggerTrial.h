@@ -14,7 +14,7 @@ struct VX_EXPORT VXTriggerTrial
         QString identifier = {}; // of the reactor plugin
         QVariantMap options = {};
         bool runs = false;
-        QString problem = {}; // why it can not react; null when it can
+        QString problem = {}; // why it cannot react; null when it can
     };
 
     VXFilterVerdict::Kind verdict = VXFilterVerdict::Kind::NoFilter;

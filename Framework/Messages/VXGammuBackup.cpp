@@ -155,7 +155,7 @@ private:
             return report(section.line, u"a message without a text"_s);
         const Header header = headerOf(section);
         if (header.count > 1 && (header.number < 1 || header.number > header.count || header.count > mostParts))
-            return report(section.line, u"a part of a message that can not be"_s);
+            return report(section.line, u"an impossible part of a message"_s);
         const VXMessageRecord record = recordOf(section);
         if (!record.date.isValid() && !section.text(u"DateTime"_s).isEmpty())
             report(section.line, VXMessageFile::noDate);

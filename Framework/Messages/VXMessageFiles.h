@@ -25,7 +25,7 @@ public:
     const QStringList &problems() const { return _problems; }
 
 protected:
-    static constexpr QStringView noDate = u"the date of a message can not be; it is taken without";
+    static constexpr QStringView noDate = u"the date of a message is impossible; it is taken without";
 
     VXMessageFile() = default;
     void report(qint64 line, QStringView problem)

@@ -26,7 +26,7 @@ QString keyOf(const VXMessageRecord &record)
 
 bool fail(const QString &path, const QString &reason, VXError *error)
 {
-    VXSetError(error, VXMakeError(VXLocalizedString(u"%1 can not be read: %2"_s).arg(path, reason)));
+    VXSetError(error, VXMakeError(VXLocalizedString(u"%1 cannot be read: %2"_s).arg(path, reason)));
     return false;
 }
 

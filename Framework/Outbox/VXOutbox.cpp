@@ -26,7 +26,7 @@ namespace {
 
 constexpr QLatin1StringView entityName("VXOutboxEntry");
 
-// Under this key, as CBOR, where a property list can not hold it: messages of phones have page breaks, and events what they like.
+// Under this key, as CBOR, where a property list cannot hold it: messages of phones have page breaks, and events what they like.
 const QString encodedKey = u"VXEncoded"_s;
 
 QVariantMap storedPayload(const QVariantMap &payload)

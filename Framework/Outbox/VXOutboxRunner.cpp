@@ -25,7 +25,7 @@ constexpr int maximumDestinations = 4; // at once
 constexpr std::chrono::milliseconds lockPoll = 1s;
 constexpr std::chrono::milliseconds shortestWait = 100ms;
 constexpr std::chrono::milliseconds longestWait = 1min;  // clocks are put forward, and computers sleep
-constexpr std::chrono::milliseconds longestPause = 5min; // while the store can not be written
+constexpr std::chrono::milliseconds longestPause = 5min; // while the store cannot be written
 constexpr std::chrono::milliseconds lookDelay = 2s;      // programs that end sooner leave what is not theirs
 constexpr int daysToKeepSent = 7;
 
@@ -445,7 +445,7 @@ void VXOutboxRunner::settleAll()
     }
 }
 
-// Where it can not be written now the entry stays marked as being sent, and whatever happens is not sent again by itself.
+// Where it cannot be written now the entry stays marked as being sent, and whatever happens is not sent again by itself.
 void VXOutboxRunner::settle(Queue &queue)
 {
     const VXOutboxEntry entry = queue.entries.front();
@@ -460,7 +460,7 @@ void VXOutboxRunner::settle(Queue &queue)
     Q_EMIT didTry(entry);
 }
 
-// When the next has its time; while the store can not be written later and later.
+// When the next has its time; while the store cannot be written later and later.
 void VXOutboxRunner::plan()
 {
     using std::chrono::milliseconds;

@@ -35,7 +35,7 @@ struct VXOutboxDelivery
  * Sends the entries of one kind from the outbox: those for one destination one after the other, in their order, a few
  * destinations at once. What did not arrive is tried again after 10 seconds (the user default "outbox.retry-delay"), then
  * after double the time, up to an hour. Of all processes one sends at a time. An entry is marked before it is sent, so
- * that one whose program ended meanwhile is not sent again by itself; what came of it and can not be written is kept, and
+ * that one whose program ended meanwhile is not sent again by itself; what came of it and cannot be written is kept, and
  * written once that goes. What is added or is to be tried now in this process is sent at once, what other processes leave, or
  * left before the start, in a few seconds. What is dropped makes nothing be sent. Main thread only.
  */

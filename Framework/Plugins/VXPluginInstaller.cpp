@@ -100,7 +100,7 @@ QString VXPluginInstaller::problemOfBundle(const QString &path, const QVariantMa
         return VXLocalizedString(u"The name of a plugin must end in \".vxplugin\"."_s);
     const QString identifier = info.value(identifierKey).toString();
     if (identifier.isEmpty())
-        return VXLocalizedString(u"Its Info.plist can not be read, or has no identifier."_s);
+        return VXLocalizedString(u"Its Info.plist cannot be read, or has no identifier."_s);
     const QString version = VXPluginScanner::versionOf(info);
     if (VXPluginScanner::isOutdated(version))
         return VXLocalizedString(u"Its version %1 is below %2, the oldest that the plugin folder takes."_s)
@@ -136,7 +136,7 @@ QString VXPluginInstaller::problemOfIdentifiers(const QString &path, const QStri
         const QString bundle = bundles.takeFirst();
         const QString identifier = VXPluginScanner::peekAtBundleInfo(bundle).value(identifierKey).toString();
         if (identifier.isEmpty())
-            return VXLocalizedString(u"The Info.plist of \"%1\" can not be read, or has no identifier."_s).arg(bundle);
+            return VXLocalizedString(u"The Info.plist of \"%1\" cannot be read, or has no identifier."_s).arg(bundle);
         VXPluginProxy *const known = _manager.pluginWithIdentifier(identifier);
         QString taken = seen.value(identifier);
         if (known != nullptr && known->isInstalled()) {
@@ -216,7 +216,7 @@ void VXPluginInstaller::installStaged()
     }
 }
 
-// True when a copy that may be running can not be replaced: one of the same plugin, or one that lies in the place.
+// True when a copy that may be running cannot be replaced: one of the same plugin, or one that lies in the place.
 bool VXPluginInstaller::mustWaitForNextStart(const QString &path, const QString &identifier) const
 {
     const QString target = _manager.pathToSharedPluginFolder() + u'/' + QFileInfo(path).fileName();

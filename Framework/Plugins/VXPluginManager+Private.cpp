@@ -82,7 +82,7 @@ bool VXPluginManager::openBundle(const QString &path, BundleTree *tree, QHash<QS
         return fail(VXLocalizedString(u"There is no such bundle."_s));
     const QString identifier = tree->bundle->bundleIdentifier();
     if (identifier.isEmpty())
-        return fail(VXLocalizedString(u"Its Info.plist can not be read, or has no identifier."_s));
+        return fail(VXLocalizedString(u"Its Info.plist cannot be read, or has no identifier."_s));
     const VXPluginProxy *const known = pluginWithIdentifier(identifier);
     const QString taken =
         known != nullptr && known->isInstalled() ? known->bundle()->bundlePath() : paths.value(identifier);

@@ -87,7 +87,7 @@ void VXPluginManager::disablePluginProxy(VXPluginProxy *proxy)
 {
     if (proxy->rootProxy()->isBuiltInPlugin()) {
         VXLogMethod(VXLogWarning, "disablePluginProxy:",
-                    "A built-in plugin can not be disabled: "_L1 + VXDescription(proxy->identifier()));
+                    "A built-in plugin cannot be disabled: "_L1 + VXDescription(proxy->identifier()));
         return;
     }
     if (const UnloadRun run = runOfDisabling(*proxy)) {

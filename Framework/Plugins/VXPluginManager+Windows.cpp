@@ -45,7 +45,7 @@ void VXPluginManager::restoreOpenWindows()
         QString what = everyPluginIsThere ? u"No plugin knows this window any more: "_s
                                           : u"This window waits for a plugin that is not loaded: "_s;
         if (!_lastURLProblem.isNull())
-            what = u"This window can not be opened again. %1: "_s.arg(_lastURLProblem);
+            what = u"This window cannot be opened again. %1: "_s.arg(_lastURLProblem);
         VXLogMethod(VXLogNotice, "restoreOpenWindows", what + url);
     }
 }

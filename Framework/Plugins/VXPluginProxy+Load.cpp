@@ -61,7 +61,7 @@ bool VXPluginProxy::load()
             VXPluginInstaller::problemOfStore(VXPluginManager::sharedPluginManager(), _plugin_bundle->infoDictionary(),
                                               VXPluginInstaller::Others::Loaded);
     if (!_loadError.isNull())
-        return failLoading(u"Plugin %1 can not be loaded: %2"_s.arg(VXDescription(_identifier), _loadError));
+        return failLoading(u"Plugin %1 cannot be loaded: %2"_s.arg(VXDescription(_identifier), _loadError));
     if (!loadDependencies())
         return failLoading("Failed to load dependency for plugin: "_L1 + VXDescription(_identifier));
     if (isStillLoading(load) && createsSingletonInstance() && !loadSingleton(load))

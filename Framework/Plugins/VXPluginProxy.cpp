@@ -139,7 +139,7 @@ VXPluginProxy::Location VXPluginProxy::findLocation() const
 {
     if (VXIsInsideFolder(_plugin_bundle->bundlePath(), VXFrameworkBundle()->bundlePath()))
         return Location::BuiltIn;
-    // A root without a name is deliberately taken for built in, wherever it lies: it can not be switched off.
+    // A root without a name is deliberately taken for built in, wherever it lies: it cannot be switched off.
     const bool hasName = _plugin_bundle->infoDictionary().contains(u"VXPluginName"_s);
     return _parent_proxy != nullptr || hasName ? Location::NotBuiltIn : Location::BuiltIn;
 }

@@ -75,10 +75,10 @@ public:
     /**
      * The same as another type: between texts, numbers, truth values and codes where nothing is lost, anything to a list of
      * one, a list of one to its item, and a record to "obj " or "cmpd" when it has the keywords of those, and back.
-     * Empty when it can not be that.
+     * Empty when it cannot be that.
      */
     std::optional<VXEventDescriptor> coerceToType(VXFourCharCode type) const;
-    /** Null when it can not be a text. */
+    /** Null when it cannot be a text. */
     QString stringValue() const;
     std::optional<qint64> integerValue() const;
     std::optional<double> realValue() const;
@@ -88,7 +88,7 @@ public:
 
     // -- As plain values
     /**
-     * Text, number, truth value, date, bytes, lists of these and maps, which become a record of named values. Codes can not be
+     * Text, number, truth value, date, bytes, lists of these and maps, which become a record of named values. Codes cannot be
      * told from texts there. Anything else becomes its text, or the null descriptor when it has none.
      */
     static VXEventDescriptor fromValue(const QVariant &value);

@@ -27,7 +27,7 @@ const QString indexSuffix = u"index"_s;
 const QString passSuffix = u".pass"_s;
 const QString laterSuffix = u"later"_s;
 
-// Beside what is mirrored; and where that can not be written, as what is saved can be.
+// Beside what is mirrored; and where that cannot be written, as what is saved can be.
 QStringList folders()
 {
     const VXFileManager &files = VXFileManager::defaultManager();
@@ -128,7 +128,7 @@ void VXMetaDataDebt::append(const QByteArray &lines) const
     const QString reason = qt_error_string(errno);
     if (!isTold.exchange(!isWritten) && !isWritten)
         VXLogMethod(VXLogError, "append:",
-                    "what is saved and not mirrored can not be noted, and may not be found by searching: %1. %2"_L1.arg(
+                    "what is saved and not mirrored cannot be noted, and may not be found by searching: %1. %2"_L1.arg(
                         ownName(), reason));
 }
 

@@ -26,7 +26,7 @@ public:
     /** Of the sync of that identifier. */
     explicit VXMetaDataDebt(const QString &identifier);
 
-    // -- What this process saves. Where that can not be written, nor beside the stores, the log says so once, until it goes again.
+    // -- What this process saves. Where that cannot be written, nor beside the stores, the log says so once, until it goes again.
     /** It owes something from now on: these objects, and new ones. */
     void mark(const QList<qint64> &changed = {}) const;
     /** The same of more objects than can be named. */

@@ -30,14 +30,14 @@ public:
     void didWrite(const QString &name, const QVariantMap &values) { note({name, values}); }
     void didRemove(const QString &name) { note({name, std::nullopt}); }
     /** At the end of a look at all files of the folder, which has so many: puts all in where the index tells another story.
-     *  Files that can not be read are removed. False when there were some. */
+     *  Files that cannot be read are removed. False when there were some. */
     bool settle(qint64 fileCount);
     /** Whether they were when it was opened, as the index says. */
     bool wasComplete() const { return _wasComplete; }
     /** Whether all files are in the index, if so many are in the folder. */
     bool isInStep(qint64 fileCount);
     /** Reads all of the index. One that says other words than its entries have is thrown away, so that settle() makes it anew.
-     *  False, with an error, too, when that can not be seen. */
+     *  False, with an error, too, when that cannot be seen. */
     bool isSound(VXError *hindrance);
     void close();
     /** Whether the index that had all files when it was last closed lies there still. */

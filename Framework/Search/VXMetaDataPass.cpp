@@ -247,7 +247,7 @@ bool VXMetaDataSync::Pass::makeWayForStore()
     if (!_sync._mirror.isWhole()) // some of them are still there
         return false;
     if (!folder.setOrigin(VXMarkOfStores(*_sync._persistentStoreCoordinator)))
-        log(VXLogError, "%1: which store the files tell of can not be noted"_L1.arg(_sync._identifier));
+        log(VXLogError, "%1: which store the files tell of cannot be noted"_L1.arg(_sync._identifier));
     return true;
 }
 
@@ -329,7 +329,7 @@ bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
     };
     const bool isListed = _sync._mirror.folder().forEachEntry(visit, true);
     if (!isListed)
-        log(VXLogError, "The folder can not be listed: "_L1 + _sync._mirror.folder().path());
+        log(VXLogError, "The folder cannot be listed: "_L1 + _sync._mirror.folder().path());
     return isListed && _sync.isRunning();
 }
 

@@ -98,8 +98,8 @@ bool VXMetaDataRemoval::remove(const QString &identifier)
         VXMetaDataSettings(identifier, {}).forget();
     } else {
         VXLogClassMethod(VXLogWarning, VXMetaDataRemoval, "remove",
-                         "what was mirrored can not be removed: %1. %2"_L1.arg(identifier, error ? error.description()
-                                                                                                 : turn.reason()));
+                         "what was mirrored cannot be removed: %1. %2"_L1.arg(identifier, error ? error.description()
+                                                                                                : turn.reason()));
     }
     return isGone;
 }

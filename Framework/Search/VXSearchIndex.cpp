@@ -169,11 +169,11 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::open(VXError *error)
     if (!makeWay(path())) {
         VXSetError(error, VXError::platformError(
                               VXPlatformErrorCode::FileWrite,
-                              u"What is no file lies in its place, and can not be moved to the trash."_s, {}, path()));
+                              u"What is no file lies in its place, and cannot be moved to the trash."_s, {}, path()));
         return nullptr;
     }
     if (!std::ranges::all_of(suffixes, [](QLatin1String suffix) { return isWritableIfThere(path() + suffix); }))
-        discard(); // it stays where its folder can not be written
+        discard(); // it stays where its folder cannot be written
     VXError problem;
     makeFile(path());
     std::unique_ptr<VXSearchIndex> index = openFile(&problem);

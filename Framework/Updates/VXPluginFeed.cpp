@@ -70,7 +70,7 @@ std::optional<VXPluginFeed> VXPluginFeed::fromData(const QByteArray &data, VXErr
         QUrl(feed.url, QUrl::StrictMode).isValid() && feed.size > 0 && feed.sha256.size() == hashSize)
         return feed;
     const QByteArray reason = problem.localizedDescription().toUtf8();
-    VXSetError(error, VXMakeError(VXLocalizedString(u"The update feed can not be read."_s), problem ? "%s" : nullptr,
+    VXSetError(error, VXMakeError(VXLocalizedString(u"The update feed cannot be read."_s), problem ? "%s" : nullptr,
                                   reason.constData()));
     return std::nullopt;
 }

@@ -98,7 +98,7 @@ bool VXWebDownload::_executeWithRequest(const VXURLRequest &request)
 
 VXError VXWebDownload::writeError(int problem) const
 {
-    return VXMakeURLError(VXURLErrorCannotWriteFile, u"The download can not be saved."_s, downloadResponse().url,
+    return VXMakeURLError(VXURLErrorCannotWriteFile, u"The download cannot be saved."_s, downloadResponse().url,
                           u"%1: %2"_s.arg(filePath(), qt_error_string(problem)));
 }
 

@@ -53,11 +53,11 @@ Failure failureOf(CURLcode result)
                 u"The server's certificate is not trusted."_s},
         Failure{CURLE_SSL_CONNECT_ERROR, VXURLErrorSecureConnectionFailed,
                 u"A secure connection to the server could not be made."_s},
-        Failure{CURLE_WEIRD_SERVER_REPLY, VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s},
+        Failure{CURLE_WEIRD_SERVER_REPLY, VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s},
         Failure{CURLE_UNSUPPORTED_PROTOCOL, VXURLErrorBadServerResponse,
-                u"The server's answer can not be understood."_s},
+                u"The server's answer cannot be understood."_s},
         // A line of the header that is longer than libcurl takes.
-        Failure{CURLE_OUT_OF_MEMORY, VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s},
+        Failure{CURLE_OUT_OF_MEMORY, VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s},
     };
     const auto found = std::ranges::find(failures, result, &Failure::result);
     return found != failures.end()
@@ -168,7 +168,7 @@ void VXWebTransfer::Exchange::setSecurityOptions()
 
 VXError VXWebTransfer::Exchange::unreadableBody() const
 {
-    return error(VXURLErrorCannotReadBody, u"A file of the form can not be read."_s, _body->problem());
+    return error(VXURLErrorCannotReadBody, u"A file of the form cannot be read."_s, _body->problem());
 }
 
 // A short one is read here, and is with its header but one packet.
@@ -258,7 +258,7 @@ size_t VXWebTransfer::Exchange::receiveHeader(char *bytes, size_t count)
     _lastSign = Clock::now();
     _headerBytes += static_cast<qint64>(count);
     if (_headerBytes > maximumHeaderBytes)
-        _refusal = error(VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s,
+        _refusal = error(VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s,
                          VXLocalizedString(u"Its header is too long."_s));
     else if (!_hasResponse) // else it is a trailer
         readHeaderLine(QByteArrayView(bytes, static_cast<qsizetype>(count)).trimmed());
@@ -300,7 +300,7 @@ VXError VXWebTransfer::Exchange::readLength(QByteArrayView value)
     bool isNumber = false;
     const qint64 length = value.toLongLong(&isNumber);
     if (!isNumber || length < 0 || (_announced >= 0 && _announced != length))
-        return error(VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s,
+        return error(VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s,
                      VXLocalizedString(u"It does not say how long it is."_s));
     _announced = length;
     return {};
@@ -311,7 +311,7 @@ VXError VXWebTransfer::Exchange::headersDidEnd()
     long status = 0;
     curl_easy_getinfo(_easy, CURLINFO_RESPONSE_CODE, &status);
     if (status == 101) // what follows is no HTTP
-        return error(VXURLErrorBadServerResponse, u"The server's answer can not be understood."_s,
+        return error(VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s,
                      VXLocalizedString(u"It changes to another protocol, which was not asked for."_s));
     if (status < 200)
         return {};

@@ -156,7 +156,7 @@ void VXFileWindow::accept()
     if (isFolder || _openPanel->canChoose(path) || !QFileInfo::exists(path))
         return QFileDialog::accept();
     VXAlert alert;
-    alert.message = VXInterfaceString(u"\"%1\" can not be chosen here."_s).arg(QFileInfo(path).fileName());
+    alert.message = VXInterfaceString(u"\"%1\" cannot be chosen here."_s).arg(QFileInfo(path).fileName());
     alert.defaultButton = VXInterfaceString(u"OK"_s);
     static_cast<void>(VXAlertWindow(alert, this).runModal());
 }

@@ -205,7 +205,7 @@ qint32 VXDBusTransport::call(const Errand &errand, QDBusMessage message)
     return VXScriptingDone;
 }
 
-// What we can not put to the target, it refuses, if it is there.
+// What we cannot put to the target, it refuses, if it is there.
 qint32 VXDBusTransport::refuse(const Errand &errand, qint32 error, const QString &text)
 {
     if (pidForApplicationWithIdentifier(errand.target) == 0)

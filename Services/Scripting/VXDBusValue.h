@@ -14,9 +14,9 @@
  *  who sends more. */
 inline constexpr int VXDeepestDBusValue = 16;
 
-/** A descriptor as an argument of that D-Bus type, one complete one; empty when it can not be that, and when it is too deep. */
+/** A descriptor as an argument of that D-Bus type, one complete one; empty when it cannot be that, and when it is too deep. */
 [[nodiscard]] std::optional<QVariant> VXDBusArgument(const VXEventDescriptor &descriptor, const QByteArray &signature);
 
-/** A plain value as D-Bus can carry it: dates become texts (ISO 8601), URLs texts; what can not be carried, and what lies too
+/** A plain value as D-Bus can carry it: dates become texts (ISO 8601), URLs texts; what cannot be carried, and what lies too
  *  deep, is left out. */
 [[nodiscard]] QVariant VXCarriedByDBus(const QVariant &value);

@@ -120,7 +120,7 @@ void VXScriptingService::busWasLost()
     if (_server && _server->connection().isConnected())
         return;
     _problem = u"the D-Bus session bus ended"_s;
-    VXLogMethod(VXLogWarning, "busWasLost", "Scripts can not reach this program: "_L1 + _problem);
+    VXLogMethod(VXLogWarning, "busWasLost", "Scripts cannot reach this program: "_L1 + _problem);
     _retry.start(retryInterval);
 }
 

@@ -21,7 +21,7 @@ public:
     VXScriptingService();
     ~VXScriptingService() override;
 
-    /** Why scripts can not reach this program, for people; null when they can. */
+    /** Why scripts cannot reach this program, for people; null when they can. */
     QString problem() const { return _problem; }
 
     /** The application's name on the bus, and the path of its object. */

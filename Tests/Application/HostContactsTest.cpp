@@ -165,7 +165,7 @@ TEST_F(HostContactsTest, FilesOfOtherProgramsAreImportedAndExported)
     EXPECT_THAT(phonebook("duplicates").output, HasSubstr("Jane Doe  5550101"));
     EXPECT_EQ(json("duplicates --merge")["merged"_L1], true);
     EXPECT_EQ(json("undo-import")["broughtBack"_L1].toInt(), 1);
-    EXPECT_THAT(phonebook({"import", path(u"none.vcf"_s)}).errors, HasSubstr("none.vcf can not be read"));
+    EXPECT_THAT(phonebook({"import", path(u"none.vcf"_s)}).errors, HasSubstr("none.vcf cannot be read"));
 }
 
 TEST_F(HostContactsTest, OneOfManyDuplicatesCanBeMerged)

@@ -162,7 +162,7 @@ TEST_F(HostUpdateTest, RefusesWhatIsNotRightAndChangesNothing)
         EXPECT_THAT(reason(), HasSubstr(expected));
     }
     writeFeed("no property list");
-    EXPECT_THAT(reason(), HasSubstr("can not be read"));
+    EXPECT_THAT(reason(), HasSubstr("cannot be read"));
     publish(good, key, {}, {});
     qunsetenv("SSL_CERT_FILE");
     EXPECT_THAT(reason(), HasSubstr("certificate is not trusted"));

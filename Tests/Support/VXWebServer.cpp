@@ -47,7 +47,7 @@ void VXWebServer::makeCertificate()
     EXPECT_EQ(std::system(qPrintable(command.arg(_folder.filePath(u"key.pem"_s), certificatePath()))), 0);
 }
 
-// It can not choose a free port itself: another program may be quicker to take the one found here.
+// It cannot choose a free port itself: another program may be quicker to take the one found here.
 void VXWebServer::startNginx()
 {
     constexpr int tries = 20;

@@ -89,7 +89,7 @@ int bindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &
     }
     if ((combination->modifiers & ~quint32(VXModifierShift | VXModifierCapsLock)) == 0)
         context.output.note(
-            u"%1 can not be typed in any program while this hot key is bound"_s.arg(combination->text()));
+            u"%1 cannot be typed in any program while this hot key is bound"_s.arg(combination->text()));
     manager.setHotKeySettingsForIdentifier(identifier, int(combination->keyCode), int(combination->modifiers),
                                            combination->text());
     if (const QString problem = VXMakeHotKeyService()->problem(); !problem.isNull())

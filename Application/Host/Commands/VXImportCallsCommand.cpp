@@ -23,7 +23,7 @@ int runImportCalls(VXHostContext &context)
         QFile file(path);
         QString reason;
         if (!VXOpenInputFile(file, &reason))
-            return context.output.fail(u"%1 can not be read: %2"_s.arg(path, reason));
+            return context.output.fail(u"%1 cannot be read: %2"_s.arg(path, reason));
         VXCallImport import(store);
         VXError error;
         if (!import.run(file, path, &error))

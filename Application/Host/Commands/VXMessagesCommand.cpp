@@ -195,7 +195,7 @@ int import(const Desk &desk)
     QFile file(desk.operand(1));
     QString reason;
     if (!VXOpenInputFile(file, &reason))
-        return desk.fail(u"%1 can not be read: %2"_s.arg(desk.operand(1), reason));
+        return desk.fail(u"%1 cannot be read: %2"_s.arg(desk.operand(1), reason));
     VXMessageImport import(desk.store);
     VXError error;
     if (!import.run(file, desk.operand(1), &error))

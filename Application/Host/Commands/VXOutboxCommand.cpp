@@ -152,7 +152,7 @@ VXHostCommand VXOutboxCommand()
         .details =
             u"\"list\" shows what waits to be sent, and what came of the rest. \"retry ID\" sends an entry now, also "
             "one that was refused or is perhaps sent; what waits before it for the same destination is tried first, "
-            "and while that can not be sent the entry waits behind it. \"drop ID\" forgets one, also one that still "
+            "and while that cannot be sent the entry waits behind it. \"drop ID\" forgets one, also one that still "
             "waits.\n\"retry all\" means what waits or failed, not what is perhaps sent; \"drop all\" forgets "
             "everything that is not being sent at the moment, without a question."_s,
         .verbs = VXHostVerbsOf(verbs),

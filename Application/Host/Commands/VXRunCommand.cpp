@@ -112,7 +112,7 @@ void tellWhetherScriptsReach(const VXScriptingService &service, VXHostOutput &ou
 {
     if (const QString problem = service.problem();
         !problem.isNull() && !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
-        output.note(u"scripts can not reach this program: %1"_s.arg(problem));
+        output.note(u"scripts cannot reach this program: %1"_s.arg(problem));
 }
 
 // Two that serve the same home would run each trigger twice. Where no lock can be had, as on some file systems, there is none.
@@ -122,7 +122,7 @@ QString problemOfOther(const VXFileLock &lock)
         return {};
     return lock.isTimedOut()
                ? u"\"vornix run\" serves this home already; each event would run its triggers twice"_s
-               : u"it can not be told whether \"vornix run\" serves this home already: %1"_s.arg(lock.reason());
+               : u"it cannot be told whether \"vornix run\" serves this home already: %1"_s.arg(lock.reason());
 }
 
 int runRun(VXHostContext &context)

@@ -18,7 +18,7 @@ class VXDeviceReport
 public:
     VXDeviceReport(const VXPluginManager &manager, const QUrl &url);
 
-    /** "connected", "connecting", "not connected", "live" where the device can not tell; else why there is none. */
+    /** "connected", "connecting", "not connected", "live" where the device cannot tell; else why there is none. */
     QString state() const { return _state; }
 
     QJsonObject json() const;

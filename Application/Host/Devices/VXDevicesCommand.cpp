@@ -188,13 +188,13 @@ int add(VXHostContext &context, VXPluginManager &manager)
 
 // -- Of one device
 
-// The device to be used; null, told, when it can not be made.
+// The device to be used; null, told, when it cannot be made.
 VXDevicePlugin::Ptr liveDevice(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 {
     const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url);
     if (!device)
         context.output.fail(
-            u"%1 can not be used: %2"_s.arg(VXAbsoluteString(url), VXDeviceReport(manager, url).state()));
+            u"%1 cannot be used: %2"_s.arg(VXAbsoluteString(url), VXDeviceReport(manager, url).state()));
     return device;
 }
 

@@ -161,8 +161,8 @@ int runSync(VXHostContext &context)
             return static_cast<int>(VXHostOutput::Failed);
         const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url);
         return device ? sync(context, device)
-                      : context.output.fail(u"%1 can not be used: %2"_s.arg(VXAbsoluteString(url),
-                                                                            VXDeviceReport(manager, url).state()));
+                      : context.output.fail(u"%1 cannot be used: %2"_s.arg(VXAbsoluteString(url),
+                                                                           VXDeviceReport(manager, url).state()));
     });
 }
 

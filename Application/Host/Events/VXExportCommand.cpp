@@ -101,7 +101,7 @@ QString readObjects(const VXHostOptions &options, Objects &objects)
     QFile file(path);
     QString reason;
     if (!(path == "-"_L1 ? file.open(stdin, QIODevice::ReadOnly) : VXRegularFile::open(file, &reason)))
-        return u"%1 can not be read: %2"_s.arg(path, reason.isNull() ? file.errorString() : reason);
+        return u"%1 cannot be read: %2"_s.arg(path, reason.isNull() ? file.errorString() : reason);
     QString problem;
     const auto json = VXJSONFromText(file.readAll(), &problem);
     if (!json)

@@ -128,7 +128,7 @@ int exportToOutput(VXHostContext &context, const VXFetchResult &persons, VXCardW
     QFile file;
     qsizetype count = 0;
     if (!file.open(stdout, QIODevice::WriteOnly) || !writeCards(persons, version, file, &count) || !file.flush())
-        return context.output.fail(u"standard output can not be written: %1"_s.arg(file.errorString()));
+        return context.output.fail(u"standard output cannot be written: %1"_s.arg(file.errorString()));
     return VXHostOutput::Done;
 }
 
@@ -140,7 +140,7 @@ int VXImportContacts(VXHostContext &context)
     QFile file(path);
     QString reason;
     if (!VXOpenInputFile(file, &reason))
-        return context.output.fail(u"%1 can not be read: %2"_s.arg(path, reason));
+        return context.output.fail(u"%1 cannot be read: %2"_s.arg(path, reason));
     const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
     if (!coordinator)
         return VXHostOutput::Failed;
@@ -164,7 +164,7 @@ if (!report)
     return context.output.fail((isInterrupted ? u"the import was interrupted"_s : VXErrorText(error)) +
                                (isDryRun ? QString() : textOfPart(import.reportSoFar())));
 if (file.error() != QFile::NoError)
-    return context.output.fail(u"%1 can not be read: %2"_s.arg(path, file.errorString()));
+    return context.output.fail(u"%1 cannot be read: %2"_s.arg(path, file.errorString()));
 if (!context.output.isJSON())
     noteProblems(context, path, report->problems);
 const qsizetype read = report->added + report->changed + report->same;
@@ -201,7 +201,7 @@ int VXExportContacts(VXHostContext &context)
     VXAtomicFile file(path, VXFileAccess::Shared);
     qsizetype count = 0;
     if (!file.open() || !writeCards(*persons, version, file, &count) || !file.commit())
-        return context.output.fail(u"%1 can not be written: %2"_s.arg(path, file.errorString()));
+        return context.output.fail(u"%1 cannot be written: %2"_s.arg(path, file.errorString()));
     context.output.answer(
         u"Exported %1%2.\n"_s.arg(count).arg(wasThere ? u", in place of what the file held"_s : u""_s),
         QJsonObject{{u"exported"_s, count}});

@@ -30,7 +30,7 @@ int runSearchService(VXHostContext &context)
     const qint64 seconds = context.options.operand(0).toLongLong(&isNumber);
     VXSearchService service(open, isNumber ? std::chrono::seconds(seconds) : usualIdleTime);
     if (!service.problem().isNull())
-        return context.output.fail(u"desktops can not search here: %1"_s.arg(service.problem()));
+        return context.output.fail(u"desktops cannot search here: %1"_s.arg(service.problem()));
     const bool isToRemove = VXMetaDataSync::isIgnored() && !VXMetaDataRemoval::identifiers().isEmpty();
     if (isToRemove || (VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere()))
         VXStartSearchUpdate();

@@ -48,7 +48,7 @@ the names and versions of plugins and services.
 
 // -- What is masked
 
-// This user's marks stay the same, and can not be had from the values by anybody else.
+// This user's marks stay the same, and cannot be had from the values by anybody else.
 QByteArray keyOfMarks()
 {
     VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();

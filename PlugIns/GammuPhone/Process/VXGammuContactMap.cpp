@@ -152,7 +152,7 @@ std::optional<unsigned> maskOf(const QVariant &type)
     return mask;
 }
 
-/** Adds values to an entry, until the first that can not be. */
+/** Adds values to an entry, until the first that cannot be. */
 class Writer
 {
 public:

@@ -19,7 +19,7 @@ public:
      *  once it is sure that it lies there. */
     static VXGammuFailure remove(VXGammuSession &session, VXGammuJob &job);
 
-    /** The message that a phone reported, read from where it lies; empty when it can not be read. */
+    /** The message that a phone reported, read from where it lies; empty when it cannot be read. */
     static QVariantMap reported(VXGammuSession &session, const GSM_SMSMessage &message);
 
     VXGammuMessages() = delete;

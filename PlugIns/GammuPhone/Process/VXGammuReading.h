@@ -25,7 +25,7 @@ public:
 
     bool isCancelled() const { return _job.isCancelled(); }
 
-    /** Calls `take` with each entry of a memory, in order. An entry that can not be read is a problem; ERR_CANCELED,
+    /** Calls `take` with each entry of a memory, in order. An entry that cannot be read is a problem; ERR_CANCELED,
      *  and an error that ends the connection, end the reading. A memory that the phone lacks is empty. */
     GSM_Error readMemory(VXGammuSession &session, GSM_MemoryType memory,
                          const std::function<void(const GSM_MemoryEntry &)> &take);

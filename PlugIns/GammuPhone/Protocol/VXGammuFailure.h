@@ -13,7 +13,7 @@ struct VXGammuFailure
     explicit operator bool() const { return !text.isNull(); }
 };
 
-/** The caller asked for what can not be. */
+/** The caller asked for what cannot be. */
 inline VXGammuFailure VXGammuRefusal(const QString &text, const QStringList &arguments = {})
 {
     return {0, text, arguments};

@@ -373,7 +373,7 @@ TEST_F(VXOutboxTest, WhatAnotherProcessLeavesIsSentToo)
     waiting.clear();
 }
 
-// What came of a try is not forgotten where the store can not be written just then, and nothing is sent twice for it.
+// What came of a try is not forgotten where the store cannot be written just then, and nothing is sent twice for it.
 TEST_F(VXOutboxTest, AnOutcomeThatCanNotBeWrittenIsWrittenLater)
 {
     const qint64 sent = add(u"d"_s, u"sent"_s);

@@ -86,7 +86,7 @@ TEST_F(VXPluginUnloadTest, APluginThatIsNotLoadedCanBeDisabledAndABuiltInOneNot)
     EXPECT_THAT(enabled(), IsEmpty());
     manager().disablePluginProxy(plugin(u"unnamed"_s));
     EXPECT_TRUE(isLoaded(u"unnamed"_s));
-    EXPECT_EQ(log.count(u"A built-in plugin can not be disabled: unnamed"_s), 1);
+    EXPECT_EQ(log.count(u"A built-in plugin cannot be disabled: unnamed"_s), 1);
 }
 
 TEST_F(VXPluginUnloadTest, APluginMayTakeItsTimeButNotRefuseToBeDisabled)

@@ -257,7 +257,7 @@ TEST_F(VXMetaDataSyncTest, WhatCanNotBeNotedBesideTheMirrorIsNotedElsewhereOrTol
         const VXLogRecorder log;
         add(u"Jane"_s);
         add(u"Joe"_s);
-        EXPECT_EQ(log.count(u"what is saved and not mirrored can not be noted"_s), 1);
+        EXPECT_EQ(log.count(u"what is saved and not mirrored cannot be noted"_s), 1);
         QFile::remove(beside); // where the stores are
         const VXManagedObjectPtr jim = add(u"Jim"_s);
         EXPECT_TRUE(VXMetaDataDebt::isOwnOfAll());
@@ -410,7 +410,7 @@ TEST_F(VXMetaDataSyncTest, AnIndexThatSaysOtherWordsIsMadeAnew)
     EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean());
     EXPECT_TRUE(sync->checkMetaDataFiles(true)->isRepaired());
     EXPECT_EQ(find(u"jane"_s).size(), 1);
-    // One that could not be told of a change, as something was in its place that can not be moved away.
+    // One that could not be told of a change, as something was in its place that cannot be moved away.
     QFile::remove(VXSearchIndex::path());
     QDir().mkpath(VXSearchIndex::path());
     writeFile(QDir(path()).relativeFilePath(VXFileManager::defaultManager().pathToUserTrashFolder()), "no folder");

@@ -93,7 +93,7 @@ TEST_F(VXPluginFeedTest, WhatLacksAValueIsNoFeed)
     }
     VXError error;
     EXPECT_FALSE(VXPluginFeed::fromData("<html>", &error));
-    EXPECT_EQ(error.localizedDescription(), u"The update feed can not be read."_s);
+    EXPECT_EQ(error.localizedDescription(), u"The update feed cannot be read."_s);
     EXPECT_FALSE(error.localizedRecoverySuggestion().isEmpty());
 }
 
