@@ -1,4 +1,5 @@
 #include "VXContextTest.h"
+#include "VXNotificationCenter.h"
 
 using namespace Qt::StringLiterals;
 
@@ -32,13 +33,37 @@ protected:
     {
         context.setMergePolicy(policy);
         error = {};
+        heard.clear();
         return context.save(&error);
     }
+
+    /** In which lists of the notification of the last save that object is: "updated deleted". */
+    QString heardOf(const Object &object) const
+    {
+        QStringList keys;
+        for (const QString &key : {VXInsertedObjectsKey, VXUpdatedObjectsKey, VXDeletedObjectsKey}) {
+            for (const QVariant &each : heard.value(key).toList())
+                keys += each.value<Object>() == object ? QStringList{key} : QStringList();
+        }
+        return keys.join(u' ');
+    }
+
+    void listen()
+    {
+        VXNotificationCenter::defaultCenter().addObserver(
+            &observer, VXManagedObjectContextDidSaveNotification,
+            [this](const VXNotification &notification) { heard = notification.userInfo; },
+            QVariant::fromValue(&context));
+    }
+
+    QVariantMap heard;
+    QObject observer;
 };
 VX_INSTANTIATE_FOR_STORES(VXContextReferencesTest);
 
 TEST_P(VXContextReferencesTest, LinksToWhatIsGoneFallAway)
 {
+    listen();
     for (const VXMergePolicy policy : policies) {
         SCOPED_TRACE(int(policy));
         const Object gone = goneMeanwhile();
@@ -56,6 +81,8 @@ TEST_P(VXContextReferencesTest, LinksToWhatIsGoneFallAway)
             continue;
         }
         EXPECT_FALSE(context.hasChanges());
+        EXPECT_EQ(heardOf(gone), VXDeletedObjectsKey) << "and not as updated too";
+        EXPECT_EQ(heardOf(friendly), VXInsertedObjectsKey);
         EXPECT_EQ(gone->managedObjectContext(), nullptr);
         EXPECT_FALSE(owned->valueForKey(u"owner"_s).isValid());
         EXPECT_EQ(friendly->valueForKey(u"friends"_s).toList().size(), 0);
@@ -80,6 +107,7 @@ TEST_P(VXContextReferencesTest, WhatIsMandatoryMustBeThere)
 
 TEST_P(VXContextReferencesTest, DeletedObjectsTakeTheirNewLinksAlong)
 {
+    listen();
     for (const VXMergePolicy policy : policies) {
         SCOPED_TRACE(int(policy));
         const Object doomed = person(u"doomed"_s);
@@ -100,6 +128,10 @@ TEST_P(VXContextReferencesTest, DeletedObjectsTakeTheirNewLinksAlong)
             EXPECT_EQ(conflict[u"snapshot"_s].toMap()[u"phones"_s].toList().size(), 0);
             EXPECT_EQ(conflict[u"cachedRow"_s].toMap()[u"phones"_s].toList().size(), 2);
             EXPECT_TRUE(doomed->isDeleted());
+        } else {
+            EXPECT_EQ(heardOf(doomed), stays ? QString() : VXDeletedObjectsKey);
+            EXPECT_EQ(doomed->managedObjectContext() != nullptr, stays);
+            EXPECT_EQ(stays ? sortedNames(doomed->valueForKey(u"phones"_s)) : u"new p"_s, u"new p"_s);
         }
         context.refreshObject(phone, false);
         other.reset();

@@ -3,6 +3,7 @@
 
 #include <QtCore/QDateTime>
 
+#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
@@ -168,48 +169,23 @@ private:
 
 } // namespace
 
-const QVariantList VXRandomValues::texts{QVariant(),
-                                         u""_s,
-                                         u"zoe"_s,
-                                         u"Zoë"_s,
-                                         u"ZOE\u0308"_s,
-                                         u"o"_s,
-                                         u"stra\u00dfe"_s,
-                                         u"STRASSE"_s,
-                                         u"' OR 1=1 --"_s,
-                                         u"\"); DROP TABLE \"VX_Call\"; --"_s,
-                                         u"%_?*\\"_s,
-                                         u"Z*"_s,
-                                         u"z?e"_s,
-                                         u"("_s,
-                                         u"[zZ]o.*"_s,
-                                         QString(u"zo\0e"_s),
-                                         QString(QChar(0xD800)) + u"x"_s,
-                                         QString(QChar(0xFEFF)) + u"zoe"_s,
-                                         QString(QChar(0xFFFE)) + u"zoe"_s,
-                                         u"\U0001F600"_s,
-                                         u"\uFFFF"_s,
-                                         u"1"_s};
-const QVariantList VXRandomValues::numbers{QVariant(),
-                                           0,
-                                           1,
-                                           -1,
-                                           true,
-                                           0.5,
-                                           -0.0,
-                                           1.0,
-                                           3,
-                                           41,
-                                           9007199254740993LL,
-                                           9007199254740992.0,
-                                           std::numeric_limits<qlonglong>::max(),
-                                           std::numeric_limits<qlonglong>::min(),
-                                           0x1p63,
-                                           std::numeric_limits<double>::infinity(),
-                                           -std::numeric_limits<double>::infinity(),
-                                           std::numeric_limits<double>::quiet_NaN(),
-                                           std::numeric_limits<qulonglong>::max()};
-
+const QVariantList VXRandomValues::texts = [] {
+    QVariantList texts{QVariant(), u""_s, u"' OR 1=1 --"_s, u"\"); DROP TABLE \"VX_Call\"; --"_s, QString(u"zo\0e"_s)};
+    for (const QString &text :
+         u"zoe Zoë ZOE\u0308 o stra\u00dfe STRASSE %_?*\\ Z* z?e ( [zZ]o.* \U0001F600 \uFFFF 1"_s.split(u' '))
+        texts.append(text);
+    for (const char16_t first : {u'\xD800', u'\xFEFF', u'\xFFFE'})
+        texts.append(QString(QChar(first)) + u"zoe"_s);
+    return texts;
+}();
+const QVariantList VXRandomValues::numbers = [] {
+    QVariantList numbers{QVariant(), 0, 1, -1, true, 3, 41, 9007199254740993LL, std::numeric_limits<qulonglong>::max()};
+    numbers.append({std::numeric_limits<qlonglong>::max(), std::numeric_limits<qlonglong>::min()});
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (const double number : {0.5, -0.0, 1.0, 9007199254740992.0, 0x1p63, infinity, -infinity, std::nan("")})
+        numbers.append(number);
+    return numbers;
+}();
 const QVariantList VXRandomValues::dates{QVariant(), dateAt(0), dateAt(1), dateAt(-62135596800001),
                                          dateAt(1767323045678)};
 const QVariantList VXRandomValues::data{QVariant(), QByteArray(""), QByteArray("\0", 1), QByteArray("\1\2"),

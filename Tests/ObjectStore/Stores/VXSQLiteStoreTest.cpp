@@ -1,6 +1,7 @@
 #include "VXPersistentStoreCoordinator.h"
 #include "VXRowSaver.h"
 #include "VXTesting.h"
+#include "VXTestSQL.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -71,13 +72,7 @@ protected:
         return jane;
     }
 
-    void runSQL(const char *sql) const
-    {
-        sqlite3 *database = nullptr;
-        ASSERT_EQ(sqlite3_open(path(u"a.sqlite"_s).toUtf8().constData(), &database), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(database, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
-        sqlite3_close(database);
-    }
+    void runSQL(const char *sql) const { VXRunSQL(path(u"a.sqlite"_s), sql); }
 
     static qsizetype rowCount(VXPersistentStore &store, const QString &entity)
     {

@@ -1,5 +1,6 @@
 #include "VXStoreFileTest.h"
 #include "VXOtherProcess.h"
+#include "VXTestSQL.h"
 
 #include <QtCore/QFile>
 
@@ -7,7 +8,6 @@
 #include <csignal>
 #include <cstdlib>
 
-#include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -278,10 +278,7 @@ TEST_P(VXStoreFileTest, BrokenReferencesAreToldAndMended)
                      "<relationship name=\"peers\" to=\"Item/5\"/><relationship name=\"parent\"");
         writeFile(u"a"_s, text);
     } else {
-        sqlite3 *database = nullptr;
-        ASSERT_EQ(sqlite3_open(path(u"a"_s).toUtf8().constData(), &database), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(database, "DELETE FROM VX_Item WHERE Z_PK = 1", nullptr, nullptr, nullptr), SQLITE_OK);
-        sqlite3_close(database);
+        VXRunSQL(path(u"a"_s), "DELETE FROM VX_Item WHERE Z_PK = 1");
     }
     const auto store = open(u"a"_s);
     ASSERT_TRUE(store) << error.description().toStdString();

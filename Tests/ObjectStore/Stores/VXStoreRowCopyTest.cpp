@@ -4,8 +4,7 @@
 #include "VXPersistentStoreCoordinator.h"
 #include "VXRowSaver.h"
 #include "VXTesting.h"
-
-#include <sqlite3.h>
+#include "VXTestSQL.h"
 
 using namespace Qt::StringLiterals;
 using Coordinator = VXPersistentStoreCoordinator;
@@ -105,14 +104,7 @@ protected:
         ASSERT_TRUE(wedding.saveAndCommit());
     }
 
-    void runSQL(const QString &name, const QByteArray &sql) const
-    {
-        sqlite3 *database = nullptr;
-        ASSERT_EQ(sqlite3_open(path(name).toUtf8().constData(), &database), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(database, sql.constData(), nullptr, nullptr, nullptr), SQLITE_OK)
-            << sqlite3_errmsg(database);
-        sqlite3_close(database);
-    }
+    void runSQL(const QString &name, const QByteArray &sql) const { VXRunSQL(path(name), sql); }
 
     static bool goOn(qint64) { return true; }
 };

@@ -1,7 +1,6 @@
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookTest.h"
-
-#include <sqlite3.h>
+#include "VXTestSQL.h"
 
 #include <atomic>
 #include <thread>
@@ -17,36 +16,6 @@ std::atomic<qint64> testTime = 0; // seconds
 VXPhonebookManager::Clock::time_point testClock()
 {
     return VXPhonebookManager::Clock::time_point(std::chrono::seconds(testTime));
-}
-
-// What SQLite runs in this process, as texts.
-QStringList *statements = nullptr;
-
-int noteStatement(unsigned, void *, void *statement, void *)
-{
-    if (statements != nullptr)
-        statements->append(QString::fromUtf8(sqlite3_sql(static_cast<sqlite3_stmt *>(statement))));
-    return 0;
-}
-
-int traceConnection(sqlite3 *database, const char **, const sqlite3_api_routines *)
-{
-    return sqlite3_trace_v2(database, SQLITE_TRACE_STMT, noteStatement, nullptr);
-}
-
-QStringList queryPlan(const QString &path, const QString &statement)
-{
-    sqlite3 *database = nullptr;
-    EXPECT_EQ(sqlite3_open(path.toUtf8().constData(), &database), SQLITE_OK);
-    sqlite3_stmt *plan = nullptr;
-    const QByteArray sql = "EXPLAIN QUERY PLAN " + statement.toUtf8();
-    EXPECT_EQ(sqlite3_prepare_v2(database, sql.constData(), -1, &plan, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
-    QStringList lines;
-    while (sqlite3_step(plan) == SQLITE_ROW)
-        lines.append(QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(plan, 3))));
-    sqlite3_finalize(plan);
-    sqlite3_close(database);
-    return lines;
 }
 
 } // namespace
@@ -222,37 +191,34 @@ TEST_F(VXPhonebookManagerTest, EntriesThatAPluginSuppliedGoWithIt)
 
 TEST_F(VXPhonebookManagerTest, ALookUpIsOneIndexedFetch)
 {
-    sqlite3_auto_extension(reinterpret_cast<void (*)()>(traceConnection));
+    VXStatementRecorder statements;
     start();
     {
         VXManagedObjectContext context(store);
         addPerson(context, {{u"firstName"_s, u"Jane"_s}, {u"numbers"_s, QStringList{u"555 0100"_s}}});
     }
     phonebook().entryForPhonebookString(u"555 0199"_s); // opens what is opened once
-    QStringList noted;
-    statements = &noted;
+    statements.take();
     const VXManagedObjectPtr entry = phonebook().entryForPhonebookString(u"555 0100"_s);
-    QStringList ofEntry;
-    std::swap(ofEntry, noted);
+    const QStringList ofEntry = statements.take();
     const QStringList completions = phonebook().completionsForSubstring(u"ja"_s, VXPhonebookPropertyAll, 10);
-    const QStringList ofCompletions = noted;
-    noted.clear();
+    const QStringList ofCompletions = statements.take();
     VXPhonebookManager::phonebookEntriesWithPathPrefix(u"org.example"_s, *phonebook().managedObjectContext());
-    statements = nullptr;
-    sqlite3_reset_auto_extension();
+    const QStringList ofPrefix = statements.take();
     ASSERT_TRUE(entry);
     EXPECT_EQ(completions.size(), 1);
     const QString file = path(u".local/share/Vornix 2/Data/phonebook.vxdatastore/phonebook.sqlite"_s);
     ASSERT_EQ(ofEntry.size(), 1) << ofEntry.join(u'\n').toStdString();
-    EXPECT_THAT(queryPlan(file, ofEntry.constFirst()),
+    EXPECT_THAT(VXQueryPlan(file, ofEntry.constFirst()),
                 ElementsAre(u"SEARCH t0 USING INDEX VX_VXPhoneNumber:search (search=?)"_s));
     // Beginnings are found by the index too, and come in its order: nothing is sorted.
     const auto words = std::ranges::find_if(ofCompletions, [](const QString &each) { return each.contains(u"key"); });
     ASSERT_NE(words, ofCompletions.cend());
-    EXPECT_THAT(queryPlan(file, *words), ElementsAre(u"SEARCH t0 USING INDEX VX_VXSearchWord:key (key>? AND key<?)"_s));
-    ASSERT_EQ(noted.size(), 4);
-    for (const QString &each : std::as_const(noted))
-        EXPECT_THAT(queryPlan(file, each).join(u'\n').toStdString(), HasSubstr("url_string>? AND url_string<?"));
+    EXPECT_THAT(VXQueryPlan(file, *words),
+                ElementsAre(u"SEARCH t0 USING INDEX VX_VXSearchWord:key (key>? AND key<?)"_s));
+    ASSERT_EQ(ofPrefix.size(), 4);
+    for (const QString &each : ofPrefix)
+        EXPECT_THAT(VXQueryPlan(file, each).join(u'\n').toStdString(), HasSubstr("url_string>? AND url_string<?"));
 }
 
 TEST_F(VXPhonebookManagerTest, TwoThreadsLookUpWhileAThirdSaves)

@@ -1,0 +1,64 @@
+#include "VXTestSQL.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <sqlite3.h>
+#include <utility>
+
+namespace {
+
+std::mutex lock;
+QStringList recorded; // with the lock
+
+int record(unsigned, void *, void *statement, void *)
+{
+    char *const sql = sqlite3_expanded_sql(static_cast<sqlite3_stmt *>(statement));
+    const std::lock_guard guard(lock);
+    recorded.append(QString::fromUtf8(sql));
+    sqlite3_free(sql);
+    return 0;
+}
+
+int trace(sqlite3 *connection, const char **, const sqlite3_api_routines *)
+{
+    return sqlite3_trace_v2(connection, SQLITE_TRACE_STMT, record, nullptr);
+}
+
+} // namespace
+
+QStringList VXRunSQL(const QString &file, const QByteArray &sql)
+{
+    sqlite3 *database = nullptr;
+    EXPECT_EQ(sqlite3_open(file.toUtf8().constData(), &database), SQLITE_OK) << file.toStdString();
+    QStringList rows;
+    const auto collect = [](void *list, int count, char **values, char **) {
+        static_cast<QStringList *>(list)->append(QString::fromUtf8(values[count - 1]));
+        return 0;
+    };
+    EXPECT_EQ(sqlite3_exec(database, sql.constData(), collect, &rows, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
+    sqlite3_close(database);
+    return rows;
+}
+
+QStringList VXQueryPlan(const QString &file, const QString &statement)
+{
+    return VXRunSQL(file, "EXPLAIN QUERY PLAN " + statement.toUtf8());
+}
+
+VXStatementRecorder::VXStatementRecorder()
+{
+    sqlite3_auto_extension(reinterpret_cast<void (*)()>(trace));
+    take();
+}
+
+VXStatementRecorder::~VXStatementRecorder()
+{
+    sqlite3_cancel_auto_extension(reinterpret_cast<void (*)()>(trace));
+}
+
+QStringList VXStatementRecorder::take()
+{
+    const std::lock_guard guard(lock);
+    return std::exchange(recorded, {});
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QtCore/QStringList>
+
+/** Runs SQL in a file as another program would; that it fails fails the test. @return of each row the last column. */
+QStringList VXRunSQL(const QString &file, const QByteArray &sql);
+
+/** What SQLite means to do to run a statement. */
+QStringList VXQueryPlan(const QString &file, const QString &statement);
+
+/** While it lives, notes the statements of all connections of this process that are opened in that time. One at a time. */
+class VXStatementRecorder
+{
+public:
+    VXStatementRecorder();
+    ~VXStatementRecorder();
+    VXStatementRecorder(const VXStatementRecorder &) = delete;
+    VXStatementRecorder &operator=(const VXStatementRecorder &) = delete;
+
+    /** Those since the last call, with the values of their parameters. */
+    QStringList take();
+};
