@@ -2,8 +2,7 @@
 #include "VXManagedObjectClass.h"
 #include "VXStoreLock.h"
 #include "VXStorePast.h"
-
-#include <sqlite3.h>
+#include "VXTestSQL.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -283,16 +282,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(VXStoreUpgradeTest, DanglingReferencesAreLeftOutAndTold)
 {
     writeOldStore(live, 4);
-    sqlite3 *database = nullptr;
-    ASSERT_EQ(sqlite3_open(qPrintable(live + "/notes.sqlite"_L1), &database), SQLITE_OK);
-    EXPECT_EQ(
-        sqlite3_exec(
-            database,
-            "DELETE FROM VX_Author; INSERT INTO \"VX_Note.tags\" SELECT Z_PK, 999 FROM VX_Note WHERE text = 'note 1'",
-            nullptr, nullptr, nullptr),
-        SQLITE_OK)
-        << sqlite3_errmsg(database);
-    sqlite3_close(database);
+    VXRunSQL(live + "/notes.sqlite"_L1,
+             "DELETE FROM VX_Author; INSERT INTO \"VX_Note.tags\" SELECT Z_PK, 999 FROM VX_Note WHERE text = 'note 1'");
     writeNotesPlugin(u"forgets"_s);
     answerBackup(false);
     startWith({});

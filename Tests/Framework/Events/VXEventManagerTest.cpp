@@ -5,10 +5,10 @@
 #include "VXFramework.h"
 #include "VXMainThread.h"
 #include "VXModelParser.h"
+#include "VXTestSQL.h"
 
 #include <QtCore/QDir>
 
-#include <sqlite3.h>
 #include <stdexcept>
 #include <thread>
 
@@ -286,12 +286,7 @@ TEST_F(VXEventManagerTest, TriggersThatCannotBeFetchedFailAnAssertion)
 {
     start();
     add({{.reactors = {numbered(1)}}});
-    const QString file = triggers()->persistentStores().constFirst()->path();
-    sqlite3 *database = nullptr;
-    ASSERT_EQ(sqlite3_open(file.toUtf8().constData(), &database), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(database, "ALTER TABLE VX_VXTrigger RENAME TO Gone", nullptr, nullptr, nullptr), SQLITE_OK)
-        << sqlite3_errmsg(database);
-    sqlite3_close(database);
+    VXRunSQL(triggers()->persistentStores().constFirst()->path(), "ALTER TABLE VX_VXTrigger RENAME TO Gone");
     VXUserDefaults::standardUserDefaults().setObject(true, u"events.history"_s);
     const QString problem = u"Error while fetching triggers for ping with predicate: eventName == \"ping\""_s;
     EXPECT_EQ(VXReasonOfAssertion([] { events().postEventWithName(u"ping"_s); }), problem);

@@ -3,9 +3,9 @@
 #include "VXManagedObjectContext.h"
 #include "VXModelParser.h"
 #include "VXTesting.h"
+#include "VXTestSQL.h"
 
 #include <QtCore/QItemSelectionModel>
-#include <sqlite3.h>
 
 #include <atomic>
 
@@ -55,14 +55,10 @@ protected:
     /** Numbered from 0, as another program would write them. */
     void addMany(int count) const
     {
-        sqlite3 *database = nullptr;
-        ASSERT_EQ(sqlite3_open(qUtf8Printable(path(u"entries"_s)), &database), SQLITE_OK);
         const QByteArray rows = "INSERT INTO VX_Entry (Z_PK, Z_ENT, Z_OPT, name, number) WITH RECURSIVE row(n) AS "
                                 "(SELECT 0 UNION ALL SELECT n + 1 FROM row WHERE n < " +
                                 QByteArray::number(count - 1) + ") SELECT n + 1, 1, 1, 'entry ' || n, n FROM row";
-        EXPECT_EQ(sqlite3_exec(database, rows.constData(), nullptr, nullptr, nullptr), SQLITE_OK)
-            << sqlite3_errmsg(database);
-        sqlite3_close(database);
+        VXRunSQL(path(u"entries"_s), rows);
     }
 
     void show()
