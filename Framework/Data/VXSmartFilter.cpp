@@ -199,7 +199,7 @@ void VXSmartFilter::removeAllRows()
 std::optional<VXPredicate> VXSmartFilter::predicate(VXError *error) const
 {
     if (managedObjectContext() == nullptr || valueForKey(u"matching"_s).toString().isNull()) {
-        VXFailFilter(error, VXLocalizedString(u"The filter is not there any more."_s));
+        VXFailFilter(error, VXLocalizedString(u"The filter no longer exists."_s));
         return std::nullopt;
     }
     const QString text = predicateText();
@@ -219,7 +219,7 @@ std::optional<VXPredicate> VXSmartFilter::predicateOfRows(int depth, VXError *er
         return std::nullopt;
     }
     if (depth >= deepestNesting) {
-        VXFailFilter(error, VXLocalizedString(u"The filter has too many filters inside each other."_s));
+        VXFailFilter(error, VXLocalizedString(u"The filters are nested too deeply."_s));
         return std::nullopt;
     }
     QList<VXPredicate> predicates;

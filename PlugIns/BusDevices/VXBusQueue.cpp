@@ -25,7 +25,7 @@ void VXBusQueue::enqueue(const Work &work, const VXBusErrand::Conclusion &conclu
 void VXBusQueue::add(const Job &job)
 {
     if (_isStopped)
-        return drop(job, VXBusError(VXBusText(u"The phone is not in use any more."_s)));
+        return drop(job, VXBusError(VXBusText(u"The phone is no longer in use."_s)));
     _jobs.push_back(job);
     if (const VXDeviceAction *const action = job.action.get()) {
         connect(action, &VXDeviceAction::cancelRequested, this, [this, action] { withdraw(action); });
@@ -61,7 +61,7 @@ void VXBusQueue::stop()
 {
     if (std::exchange(_isStopped, true))
         return;
-    close(VXBusError(VXBusText(u"The phone is not in use any more."_s)));
+    close(VXBusError(VXBusText(u"The phone is no longer in use."_s)));
 }
 
 void VXBusQueue::beginNext()

@@ -42,7 +42,7 @@ void VXGammuDriver::stop()
     _isConnected = _isAsking = false;
     _process.reset();
     for (const Job &job : std::exchange(_jobs, {}))
-        fail(job, VXErrorFromGammu(VXGammuRefusal(u"The phone is not in use any more."_s)));
+        fail(job, VXErrorFromGammu(VXGammuRefusal(u"The phone is no longer in use."_s)));
 }
 
 void VXGammuDriver::fail(const Job &job, const VXError &error)
@@ -62,7 +62,7 @@ void VXGammuDriver::enqueue(const VXDeviceAction::Ptr &action)
 {
     const Job job{.action = action, .items = {}};
     if (_isStopped)
-        return fail(job, VXErrorFromGammu(VXGammuRefusal(u"The phone is not in use any more."_s)));
+        return fail(job, VXErrorFromGammu(VXGammuRefusal(u"The phone is no longer in use."_s)));
     _jobs.push_back(job);
     if (action) {
         connect(action.get(), &VXDeviceAction::cancelRequested, this, [this, asked = action.get()] { cancel(asked); });

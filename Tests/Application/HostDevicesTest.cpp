@@ -64,7 +64,7 @@ TEST_F(HostDevicesTest, AddsListsAndRemoves)
     const HostOutcome narrow = devices("list");
     qunsetenv("COLUMNS");
     EXPECT_TRUE(narrow.output.startsWith("NAME      STATE\nMy phone  connected\n")) << narrow.output;
-    EXPECT_EQ(narrow.errors, "For want of room without: DEFAULT, URL. --json has everything.\n");
+    EXPECT_EQ(narrow.errors, "Left out for lack of room: DEFAULT, URL. --json has everything.\n");
     EXPECT_EQ(outcomeOf({"default", url + u"/messages/7"_s, "--key", "calls"}), "0 " + url.toStdString() + '\n');
     EXPECT_EQ(outcomeOf("default --key calls"), "0 " + url.toStdString() + '\n');
     EXPECT_EQ(outcomeOf({"remove", url}), "0 Removed vxdevice://localhost/org.phones/one.\n");
@@ -300,7 +300,7 @@ TEST_F(HostDevicesTest, AnActionThatTakesTooLongIsCancelled)
     devices("add org.phones one");
     const HostOutcome late = devices({"do", url, "wait", "--timeout", "0.01"});
     EXPECT_EQ(late.status, 1);
-    EXPECT_TRUE(late.errors.endsWith("the time is over; cancelling\nvornix: wait was cancelled\n")) << late.errors;
+    EXPECT_TRUE(late.errors.endsWith("the time is up; cancelling\nvornix: wait was cancelled\n")) << late.errors;
     EXPECT_EQ(late.output, "1\n") << "what was done is shown";
 
     QProcess process;

@@ -290,9 +290,9 @@ TEST_F(HostStoreTest, TablesFitTheLineAndShowWhatIsAskedFor)
     EXPECT_EQ(table("--columns note,name_search"),
               QByteArray("OBJECT     note         name_search\nPerson/p1  a long note  janedoe\n"));
     const std::tuple<const char *, QByteArray, const char *> cases[] = {
-        {"34", "OBJECT     name      note\nPerson/p1  Jane Doe  a long note\n", "without: empty."},
-        {"20", "OBJECT     name\nPerson/p1  Jane Doe\n", "without: empty, note."},
-        {"5", "OBJECT\nPerson/p1\n", "without: empty, name, note."},
+        {"34", "OBJECT     name      note\nPerson/p1  Jane Doe  a long note\n", "room: empty."},
+        {"20", "OBJECT     name\nPerson/p1  Jane Doe\n", "room: empty, note."},
+        {"5", "OBJECT\nPerson/p1\n", "room: empty, name, note."},
     };
     for (const auto &[columns, output, note] : cases) {
         qputenv("COLUMNS", columns);

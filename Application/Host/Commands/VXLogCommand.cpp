@@ -116,7 +116,7 @@ int runLog(VXHostContext &context)
     VXHostOutput &output = context.output;
     const QString usage = VXHostUsage(options.command());
     if (options.isSet(u"follow"_s) && output.isJSON())
-        return output.failUsage(u"--follow has no end and so makes no JSON value"_s, usage);
+        return output.failUsage(u"--follow never ends, and so there is no JSON value"_s, usage);
     const QString levelText = options.value(u"level"_s);
     const auto level = levelText.isNull() ? LogFilter::everything : VXLogLevelFromText(levelText);
     if (!level || (!levelText.isNull() && *level > VXLogDebug))

@@ -75,7 +75,7 @@ void VXDeviceActionRun::waitForConclusion(std::chrono::milliseconds timeout)
     QTimer limit;
     limit.setSingleShot(true);
     QObject::connect(&limit, &QTimer::timeout, &limit, [this] {
-        _context.output.note(u"the time is over; cancelling"_s);
+        _context.output.note(u"the time is up; cancelling"_s);
         _action->cancel();
     });
     if (timeout.count() > 0)

@@ -343,7 +343,7 @@ int rename(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     const QString name = context.options.operand(2);
     device->setPreference(name, u"name"_s);
     if (nameOf(url) != name)
-        return context.output.fail(u"%1 gives itself its name: its plugin takes no other"_s.arg(before));
+        return context.output.fail(u"%1 has a name of its own: its plugin takes no other"_s.arg(before));
     return done(context, u"Renamed %1 to %2.\n"_s.arg(before, name), VXDeviceReport(manager, url).json());
 }
 

@@ -156,7 +156,7 @@ private:
         }
         _isNarrow = isTooWide();
         if (!names.isEmpty())
-            _output.note(u"For want of room without: %1. --json has everything."_s.arg(names.join(", "_L1)));
+            _output.note(u"Left out for lack of room: %1. --json has everything."_s.arg(names.join(", "_L1)));
     }
     void cutLast()
     {

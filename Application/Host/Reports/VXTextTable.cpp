@@ -157,7 +157,7 @@ QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStr
     }
     shorten(rows, shownElastic, VXWidthOfTable(rows) - output.width());
     if (!gone.isEmpty() && !output.isJSON())
-        output.note(VXShownText(u"For want of room without: %1. --json has everything."_s).arg(gone.join(", "_L1)));
+        output.note(VXShownText(u"Left out for lack of room: %1. --json has everything."_s).arg(gone.join(", "_L1)));
     QList<qsizetype> widths;
     return aligned(rows, widths);
 }

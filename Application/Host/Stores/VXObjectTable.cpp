@@ -63,7 +63,7 @@ private:
                 gone.append(column->name());
         }
         if (!gone.isEmpty())
-            _output.note(u"For want of room without: %1. --columns names what to show."_s.arg(gone.join(", "_L1)));
+            _output.note(u"Left out for lack of room: %1. --columns names what to show."_s.arg(gone.join(", "_L1)));
     }
     bool isEmpty(qsizetype column) const
     {

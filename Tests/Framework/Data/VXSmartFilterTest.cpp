@@ -178,9 +178,9 @@ TEST_F(VXSmartFilterTest, WhatMakesNoPredicateSaysWhyAndLetsNothingPass)
     ring->addFilter(VXFilterMatching::All)
         ->addRow(u"a"_s, u"=="_s, 1)
         ->setValueForKey(QVariant::fromValue(VXManagedObjectPtr(ring)), u"nested"_s);
-    EXPECT_EQ(formatOf(readAgain(ring)), u"The filter has too many filters inside each other."_s);
+    EXPECT_EQ(formatOf(readAgain(ring)), u"The filters are nested too deeply."_s);
 
     const VXSmartFilterPtr gone = readAgain(makeFilter());
     others.clear();
-    EXPECT_EQ(formatOf(gone), u"The filter is not there any more."_s);
+    EXPECT_EQ(formatOf(gone), u"The filter no longer exists."_s);
 }
