@@ -162,6 +162,27 @@ std::optional<int> applyOptions(VXHostContext &context, VXContactRecord &contact
     return std::nullopt;
 }
 
+// The store of contacts, and the lock under which a command looks and then saves: the second sees what the first did.
+class ContactsToChange
+{
+public:
+    // What is in the way is told.
+    explicit ContactsToChange(VXHostContext &context) : _store(VXOpenContacts(context))
+    {
+        VXError error;
+        if (_store && !_lock.emplace(*_store, VXStoreWorkLock::savingName).isHeld(&error)) {
+            context.output.fail(VXErrorText(error));
+            _store.reset();
+        }
+    }
+
+    const VXPersistentStoreCoordinator::Ptr &store() const { return _store; } // null: there is something in the way
+
+private:
+    VXPersistentStoreCoordinator::Ptr _store;
+    std::optional<VXStoreWorkLock> _lock;
+};
+
 int saveAndShow(VXHostContext &context, VXManagedObjectContext &contacts, const VXManagedObjectPtr &person)
 {
     VXError error;
@@ -184,14 +205,10 @@ int VXAddContact(VXHostContext &context)
     if (contact.displayName().isEmpty())
         return context.output.failUsage(u"add needs a name, company, number or address"_s,
                                         VXHostUsage(context.options));
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
-    if (!coordinator)
+    const ContactsToChange held(context);
+    if (!held.store())
         return VXHostOutput::Failed;
-    VXError error;
-    const VXStoreWorkLock lock(*coordinator, VXStoreWorkLock::savingName);
-    if (!lock.isHeld(&error))
-        return context.output.fail(VXErrorText(error));
-    VXManagedObjectContext contacts(coordinator);
+    VXManagedObjectContext contacts(held.store());
     return saveAndShow(context, contacts, VXContactWriter(contacts).insert(contact));
 }
 
@@ -201,13 +218,9 @@ int VXEditContact(VXHostContext &context)
     const auto isGiven = [&](const VXHostOption &option) { return options.isSet(option.name); };
     if (std::ranges::none_of(options.command()->options, isGiven))
         return context.output.failUsage(u"edit needs what to change"_s, VXHostUsage(options));
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
-    if (!coordinator)
+    const ContactsToChange held(context);
+    if (!held.store())
         return VXHostOutput::Failed;
-    VXError error;
-    const VXStoreWorkLock lock(*coordinator, VXStoreWorkLock::savingName); // the second sees what the first did
-    if (!lock.isHeld(&error))
-        return context.output.fail(VXErrorText(error));
     const VXNamedContact named(context);
     if (!named.person)
         return VXHostOutput::Failed;
@@ -220,18 +233,15 @@ int VXEditContact(VXHostContext &context)
 
 int VXDeleteContact(VXHostContext &context)
 {
-    const VXPersistentStoreCoordinator::Ptr coordinator = VXOpenContacts(context);
-    if (!coordinator)
+    const ContactsToChange held(context);
+    if (!held.store())
         return VXHostOutput::Failed;
-    VXError error;
-    const VXStoreWorkLock lock(*coordinator, VXStoreWorkLock::savingName);
-    if (!lock.isHeld(&error))
-        return context.output.fail(VXErrorText(error));
     const VXNamedContact named(context);
     if (!named.person)
         return VXHostOutput::Failed;
     const VXShownContact shown(named.person);
     const QString name = shown.contact.shownName();
+    VXError error;
     const auto changeSet = VXContactHistory::insert(*named.contacts, u"deletion"_s, name, &error);
     if (changeSet) {
         VXContactHistory::note(*named.contacts, *changeSet, named.person, true);
