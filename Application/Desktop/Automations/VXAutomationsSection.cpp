@@ -13,7 +13,6 @@
 #include "VXReactionEditor.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
-#include "VXSplitView.h"
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
 #include "VXSymbol.h"
@@ -134,16 +133,7 @@ VXAutomationsSection::VXAutomationsSection(QWidget *parent)
     eventPage->setWidget(event);
     for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _editor, eventPage})
         _detail->addWidget(page);
-    auto *const split = new VXSplitView(Qt::Horizontal, this);
-    split->setChildrenCollapsible(false);
-    split->addWidget(_pane);
-    split->addWidget(_detail);
-    split->setStretchFactor(1, 1);
-    split->setSizes({320, 640});
-    split->setAutosaveName(u"automations"_s);
-    auto *const column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(split);
+    showBeside(_pane, _detail);
 
     connect(_pane, &VXListPane::chosen, this, &VXAutomationsSection::show);
     connect(_pane, &VXListPane::searchDidChange, this, &VXAutomationsSection::update);

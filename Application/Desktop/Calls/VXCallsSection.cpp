@@ -21,7 +21,6 @@
 #include "VXPhoneNumberFormat.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
-#include "VXSplitView.h"
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
 #include "VXSymbol.h"
@@ -182,16 +181,7 @@ VXCallsSection::VXCallsSection(QWidget *parent)
 {
     makeChips();
     _pane->setModel(_model);
-    auto *const split = new VXSplitView(Qt::Horizontal, this);
-    split->setChildrenCollapsible(false);
-    split->addWidget(_pane);
-    split->addWidget(_detail);
-    split->setStretchFactor(1, 1);
-    split->setSizes({320, 640});
-    split->setAutosaveName(u"calls"_s);
-    auto *const column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(split);
+    showBeside(_pane, _detail);
     _detail->hide();
 
     connect(_pane, &VXListPane::searchDidChange, this, &VXCallsSection::showList);

@@ -25,13 +25,11 @@
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
 #include "VXSheet.h"
-#include "VXSplitView.h"
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QStackedWidget>
 
@@ -52,16 +50,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
                           VXText("Choose one from the list, or make a new one."));
     for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _card, _form})
         _detail->addWidget(page);
-    auto *const split = new VXSplitView(Qt::Horizontal, this);
-    split->setChildrenCollapsible(false);
-    split->addWidget(_pane);
-    split->addWidget(_detail);
-    split->setStretchFactor(1, 1);
-    split->setSizes({320, 640});
-    split->setAutosaveName(u"contacts"_s);
-    auto *const column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(split);
+    showBeside(_pane, _detail);
 
     connect(_pane, &VXListPane::searchDidChange, this, &VXContactsSection::showList);
     connect(_pane, &VXListPane::chosen, this, [this](int row) {

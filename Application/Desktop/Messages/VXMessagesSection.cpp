@@ -22,7 +22,6 @@
 #include "VXPhonebookRecord.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
-#include "VXSplitView.h"
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
 #include "VXStoreWorkLock.h"
@@ -72,10 +71,10 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
       _pane(new VXListPane(VXText("Search messages"), VXText("Conversations"), this)), _folder(new QComboBox(this)),
       _messages(new VXStoreListModel(this))
 {
-    auto *const column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
     if (!_store) {
         _pane->hide();
+        auto *const column = new QVBoxLayout(this);
+        column->setContentsMargins(0, 0, 0, 0);
         auto *const nothing = new VXEmptyState(this);
         nothing->setContents(u"warning"_s, VXText("The messages cannot be read"),
                              VXText("The log tells why their store could not be opened."));
@@ -86,14 +85,7 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
     _view = new VXConversationView(*_store, this);
     _folder->setAccessibleName(VXText("Folder"));
     _pane->secondRow()->addWidget(_folder, 1);
-    auto *const split = new VXSplitView(Qt::Horizontal, this);
-    split->setChildrenCollapsible(false);
-    split->addWidget(_pane);
-    split->addWidget(_view);
-    split->setStretchFactor(1, 1);
-    split->setSizes({320, 640});
-    split->setAutosaveName(u"messages"_s);
-    column->addWidget(split);
+    showBeside(_pane, _view);
 
     connect(_pane, &VXListPane::searchDidChange, this, [this](const QString &text) {
         if (_folder->currentIndex() == 0)

@@ -2,9 +2,11 @@
 
 #include "VXManagedObjectContext.h"
 #include "VXNoticeBar.h"
+#include "VXSplitView.h"
 #include "VXThemeManager.h"
 
 #include <QtGui/QPainter>
+#include <QtWidgets/QBoxLayout>
 
 using namespace Qt::StringLiterals;
 
@@ -19,6 +21,20 @@ void VXSection::setBadge(int count)
 {
     if (std::exchange(_badge, count) != count)
         Q_EMIT badgeDidChange();
+}
+
+void VXSection::showBeside(QWidget *list, QWidget *detail)
+{
+    auto *const split = new VXSplitView(Qt::Horizontal, this);
+    split->setChildrenCollapsible(false);
+    split->addWidget(list);
+    split->addWidget(detail);
+    split->setStretchFactor(1, 1);
+    split->setSizes({320, 640});
+    split->setAutosaveName(_key);
+    auto *const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(split);
 }
 
 VXManagedObjectID VXSection::objectAtURI(const VXPersistentStoreCoordinator::Ptr &coordinator, const QUrl &uri,

@@ -6,7 +6,6 @@
 #include <QtGui/QUndoStack>
 #include <QtWidgets/QWidget>
 
-class QVBoxLayout;
 class VXNoticeBar;
 
 /** One of the window's sections. What the window's menu offers of all of them stands here; a section takes part in what it has. */
@@ -57,6 +56,8 @@ Q_SIGNALS:
 
 protected:
     void setBadge(int count);
+    /** Lays the section out as a list and, beside it, what is chosen in it. The preferences keep where the line between them is. */
+    void showBeside(QWidget *list, QWidget *detail);
     /** Of an object of that entity that is there; null for any other. */
     static VXManagedObjectID objectAtURI(const VXPersistentStoreCoordinator::Ptr &coordinator, const QUrl &uri,
                                          QStringView entity);
