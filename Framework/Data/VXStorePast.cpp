@@ -23,6 +23,7 @@ namespace {
 
 constexpr qsizetype longestList = 10;
 const QString takenBackKey = u"takenBack"_s; // true, or not there
+const QString replaced = u"replaced"_s;      // a reason
 
 // Of the folder itself, wherever it is moved on its disk; 0 when there is none.
 qulonglong numberOf(const QString &path)
@@ -95,10 +96,12 @@ qsizetype takeLater(QVariantList &list, qulonglong number)
     return -1;
 }
 
-// `number` is what the folder had before it was moved.
+// `number` is what the folder had before it was moved. What is replaced comes first, in use or not, so that going back twice ends
+// where it began.
 QVariantList listWith(QVariantList list, const QVariantMap &entry, qulonglong number)
 {
-    list.insert(takeLater(list, number) + 1, entry);
+    const qsizetype place = takeLater(list, number) + 1;
+    list.insert(entry.value(u"reason"_s) == replaced ? 0 : place, entry);
     while (list.size() > longestList) {
         const auto leaves = std::ranges::find_if(
             list.rbegin(), list.rend(), [](const QVariant &each) { return each.toMap().contains(takenBackKey); });
@@ -242,8 +245,8 @@ VXError VXStorePast::moveReplaced(const QString &storePath, const QString &succe
                                   bool isKeptBeside)
 {
     QString place;
-    const Kept replaced{storePath, u"replaced"_s, {successor, upgradingPath}};
-    return isKeptBeside ? trashKeptOrMoveBeside(storePath, replaced, &place) : trashKept(storePath, replaced, &place);
+    const Kept kept{storePath, replaced, {successor, upgradingPath}};
+    return isKeptBeside ? trashKeptOrMoveBeside(storePath, kept, &place) : trashKept(storePath, kept, &place);
 }
 
 QString VXStorePast::freePlaceBeside(const QString &path, const QString &suffix)

@@ -141,6 +141,8 @@ bool VXSQLiteConnection::whileNotOpenHere(const QString &path, const std::functi
     return true;
 }
 
+// Piece by piece, from where the system has it in memory if SQLite can map the file, and else read first. SQLite's own file, and not
+// another one: closing that would end the locks that this process has on it.
 bool VXSQLiteConnection::copyFileTo(const VXFileDescriptor &copy, VXError *error)
 {
     constexpr qint64 pieceSize = 1 << 20;
@@ -149,12 +151,24 @@ bool VXSQLiteConnection::copyFileTo(const VXFileDescriptor &copy, VXError *error
     int status = sqlite3_file_control(_database, "main", SQLITE_FCNTL_FILE_POINTER, &file);
     if (status == SQLITE_OK)
         status = file->pMethods->xFileSize(file, &size);
-    QByteArray piece(qsizetype(std::min<qint64>(size, pieceSize)), Qt::Uninitialized);
+    sqlite3_int64 mapped = size;
+    sqlite3_file_control(_database, "main", SQLITE_FCNTL_MMAP_SIZE, &mapped);
+    QByteArray read;
     for (sqlite3_int64 at = 0; status == SQLITE_OK && at < size; at += pieceSize) {
-        piece.truncate(qsizetype(std::min<qint64>(pieceSize, size - at)));
-        status = file->pMethods->xRead(file, piece.data(), int(piece.size()), at);
+        const qint64 length = std::min<qint64>(pieceSize, size - at);
+        void *inMemory = nullptr;
+        if (file->pMethods->iVersion >= 3)
+            status = file->pMethods->xFetch(file, at, int(length), &inMemory);
+        if (status == SQLITE_OK && inMemory == nullptr) {
+            read.resize(length);
+            status = file->pMethods->xRead(file, read.data(), int(length), at);
+        }
+        const QByteArrayView piece(inMemory == nullptr ? read.constData() : static_cast<const char *>(inMemory),
+                                   length);
         if (status == SQLITE_OK && !copy.writeAll(piece))
             status = errno == ENOSPC || errno == EDQUOT ? SQLITE_FULL : SQLITE_IOERR_WRITE;
+        if (inMemory != nullptr)
+            file->pMethods->xUnfetch(file, at, inMemory);
     }
     if (status == SQLITE_OK && ::fsync(copy.number()) != 0)
         status = SQLITE_IOERR_FSYNC;
