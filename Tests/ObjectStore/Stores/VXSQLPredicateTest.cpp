@@ -235,6 +235,10 @@ TEST_F(VXSQLPredicateTest, EachFetchHasItsOwnConstants)
                                  1.0,
                                  2.5,
                                  std::numeric_limits<double>::quiet_NaN(),
+                                 std::numeric_limits<double>::infinity(),
+                                 -std::numeric_limits<double>::infinity(),
+                                 -0.0,
+                                 9007199254740992.0,
                                  2,
                                  QVariant(),
                                  1,
@@ -251,7 +255,7 @@ TEST_F(VXSQLPredicateTest, EachFetchHasItsOwnConstants)
                                  1};
     const QStringList keys{u"index"_s, u"cost"_s, u"number"_s, u"answered"_s, u"date"_s, u"photo"_s};
     int matches = 0;
-    for (const char *const comparison : {"==", "!=", "<", ">="}) {
+    for (const char *const comparison : {"==", "!=", "<", ">", ">="}) {
         for (const QString &key : keys) {
             for (const QVariant &constant : constants) {
                 const QString format = key + u' ' + QString::fromLatin1(comparison) + u" %@"_s;
