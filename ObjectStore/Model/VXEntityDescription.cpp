@@ -98,6 +98,11 @@ const Property *propertyNamed(const QString &name, const QList<const Property *>
 
 } // namespace
 
+const VXPropertyDescription *VXEntityDescription::propertyForName(const QString &name) const
+{
+    return _properties.size() <= mostCompared ? propertyNamed(name, _properties) : _byName.value(name);
+}
+
 const VXAttributeDescription *VXEntityDescription::attributeForName(const QString &name) const
 {
     if (_attributes.size() <= mostCompared)

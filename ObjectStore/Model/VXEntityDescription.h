@@ -43,7 +43,7 @@ public:
     const QList<const VXRelationshipDescription *> &relationships() const { return _relationships; }
     bool hasTransientProperties() const { return _hasTransientProperties; }
     /** nullptr when the entity has none of that name. */
-    const VXPropertyDescription *propertyForName(const QString &name) const { return _byName.value(name); }
+    const VXPropertyDescription *propertyForName(const QString &name) const;
     const VXAttributeDescription *attributeForName(const QString &name) const;
     const VXRelationshipDescription *relationshipForName(const QString &name) const;
 

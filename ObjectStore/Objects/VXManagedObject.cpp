@@ -3,6 +3,7 @@
 #include "VXDiagnostics.h"
 #include "VXException.h"
 #include "VXManagedObjectContext.h"
+#include "VXObjectMemory.h"
 #include "VXRelatedSet.h"
 #include "VXRowMerge.h"
 
@@ -65,6 +66,16 @@ VXStoreRow::Kind kindOfNumber(VXAttributeType type, qint64 number)
 }
 
 } // namespace
+
+void *VXManagedObject::operator new(size_t size)
+{
+    return VXObjectMemory::allocate(size);
+}
+
+void VXManagedObject::operator delete(void *memory)
+{
+    VXObjectMemory::release(memory);
+}
 
 VXManagedObject::VXManagedObject() = default;
 

@@ -28,6 +28,10 @@ using VXManagedObjectPtr = VXObjectRef<VXManagedObject>;
 class VX_STORE_EXPORT VXManagedObject : public VXKeyValueCoding
 {
 public:
+    /** Several in one piece of memory (VXObjectMemory.h). */
+    static void *operator new(size_t size);
+    static void operator delete(void *memory);
+
     const VXManagedObjectID &objectID() const { return _objectID; }
     const VXEntityDescription &entity() const { return _objectID.entity(); }
     /** nullptr once the context is gone, or has forgotten the object (deleted and saved, reset). */

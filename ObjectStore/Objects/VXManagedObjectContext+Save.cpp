@@ -161,12 +161,10 @@ bool VXManagedObjectContext::Save::addUpdated(VXManagedObject &object, VXError *
 {
     if (!object._values)
         return true;
-    QList<int> changed = VXChangedProperties(object.entity(), *object._row, *object._values);
-    if (changed.isEmpty())
-        return true;
-    if (changed != _changed) // mostly the same as of the object before: then they share the list
-        _changed = std::move(changed);
-    return addChange(object, rowOf(object), _changed, error);
+    // Mostly the same as of the object before: then they share the list.
+    if (!VXAreChangedProperties(_changed, object.entity(), *object._row, *object._values))
+        _changed = VXChangedProperties(object.entity(), *object._row, *object._values);
+    return _changed.isEmpty() || addChange(object, rowOf(object), _changed, error);
 }
 
 bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXError *error)

@@ -10,17 +10,32 @@ bool isStored(const VXPropertyDescription &property)
     return !property.isTransient() && (relationship == nullptr || !relationship->isToMany());
 }
 
+bool isChanged(const VXPropertyDescription &property, const VXStoreRow &before, const VXStoreRow &after)
+{
+    return !before.isSame(property.index(), after) && isStored(property);
+}
+
 } // namespace
 
 QList<int> VXChangedProperties(const VXEntityDescription &entity, const VXStoreRow &before, const VXStoreRow &after)
 {
     QList<int> changed;
     for (const VXPropertyDescription *const property : entity.properties()) {
-        const int index = property->index();
-        if (!before.isSame(index, after) && isStored(*property))
-            changed.append(index);
+        if (isChanged(*property, before, after))
+            changed.append(property->index());
     }
     return changed;
+}
+
+bool VXAreChangedProperties(const QList<int> &properties, const VXEntityDescription &entity, const VXStoreRow &before,
+                            const VXStoreRow &after)
+{
+    auto next = properties.cbegin();
+    for (const VXPropertyDescription *const property : entity.properties()) {
+        if (isChanged(*property, before, after) && (next == properties.cend() || *next++ != property->index()))
+            return false;
+    }
+    return next == properties.cend();
 }
 
 bool VXHasTransientValues(const VXEntityDescription &entity, const VXStoreRow &row)

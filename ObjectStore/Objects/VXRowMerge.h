@@ -9,6 +9,9 @@
 
 /** Indexes of the properties with a place in the row that differ between two rows of an entity. */
 QList<int> VXChangedProperties(const VXEntityDescription &entity, const VXStoreRow &before, const VXStoreRow &after);
+/** Whether they are just those. */
+bool VXAreChangedProperties(const QList<int> &properties, const VXEntityDescription &entity, const VXStoreRow &before,
+                            const VXStoreRow &after);
 
 /** True when the row has values of transient properties, which no store keeps. */
 bool VXHasTransientValues(const VXEntityDescription &entity, const VXStoreRow &row);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -148,12 +149,22 @@ QString VXSQLPredicate::ordered(const Scalar &left, QLatin1StringView mark, cons
         return never;
     const Scalar a = folded(left, options);
     const Scalar b = folded(right, options);
-    QString condition = sql(a) + u' ' + mark + u' ' + sql(b);
+    // Data, as which "not a number" is kept, comes behind all numbers.
+    if (a.isReal && mark == ">"_L1 && b.constant.typeId() == QMetaType::Double)
+        return u"(%1 BETWEEN %2 AND 9e999)"_s.arg(sql(a), parameter(leastAbove(b.constant.toDouble())));
+    if (a.isReal && mark == ">="_L1 && b.isConstant) // SQLite reads the column once for both bounds
+        return u"(%1 BETWEEN %2 AND 9e999)"_s.arg(sql(a), sql(b));
+    const QString condition = sql(a) + u' ' + mark + u' ' + sql(b);
     if (a.family == Family::Text)
         return u'(' + condition + " COLLATE VXTEXT)"_L1;
-    // Data, as which "not a number" is kept, comes behind all numbers.
     const Scalar &greater = mark.startsWith(u'<') ? b : a;
     return greater.isReal ? u"(%1 AND %2 <= 9e999)"_s.arg(condition, sql(greater)) : condition;
+}
+
+double VXSQLPredicate::leastAbove(double number)
+{
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    return number == infinity ? std::numeric_limits<double>::quiet_NaN() : std::nextafter(number, infinity);
 }
 
 QString VXSQLPredicate::oneOf(const Scalar &left, const QList<VXExpression> &elements, VXTextOptions options,

@@ -38,6 +38,8 @@ public:
     const QVariantList &values() const { return _values; }
     /** The value of a parameter that stands for a constant. */
     static QVariant boundValue(const QVariant &constant);
+    /** What stands for a number that reals must exceed, as BETWEEN begins with its bound; not a number above infinity. */
+    static double leastAbove(double number);
     /** Whether an index leads to the rows. */
     bool isSelective() const { return _isSelective; }
 

@@ -1,6 +1,7 @@
 #include "VXSQLiteFunctions.h"
 
 #include "VXPatternMatching.h"
+#include "VXSQLiteRowReader.h"
 #include "VXTextComparison.h"
 
 #include <QtCore/QtEndian>
@@ -133,5 +134,6 @@ void VXRegisterSQLiteFunctions(sqlite3 *database)
         sqlite3_create_function_v2(database, name, argumentCount,
                                    SQLITE_UTF16 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY, nullptr, function, nullptr,
                                    nullptr, nullptr);
+    VXSQLiteRowReader::registerFunction(database);
     sqlite3_create_collation_v2(database, "VXTEXT", SQLITE_UTF16, nullptr, compareUnits, nullptr);
 }

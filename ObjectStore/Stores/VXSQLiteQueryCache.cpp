@@ -117,18 +117,27 @@ std::optional<QVariantList> VXSQLiteQueryCache::valuesOf(const VXPredicate &pred
     return std::all_of(parts.cbegin(), parts.cend(), add) ? std::optional(values) : std::nullopt;
 }
 
-QString VXSQLiteQueryCache::find(const VXFetchRequest &request, Wanted wanted)
+QString VXSQLiteQueryCache::find(const VXFetchRequest &request, Wanted wanted, QVariantList *values)
 {
     const VXMutexLocker lock(_lock);
     const auto found = std::find_if(_entries.cbegin(), _entries.cend(), [&](const Entry &entry) {
         return entry.wanted == wanted && isSameShape(entry.request, request);
     });
-    return found == _entries.cend() ? QString() : found->sql;
+    if (found == _entries.cend())
+        return {};
+    for (const qsizetype place : found->raised)
+        (*values)[place] = VXSQLPredicate::leastAbove((*values)[place].toDouble());
+    return found->sql;
 }
 
-void VXSQLiteQueryCache::keep(const VXFetchRequest &request, Wanted wanted, const QString &sql)
+void VXSQLiteQueryCache::keep(const VXFetchRequest &request, Wanted wanted, const QString &sql,
+                              const QVariantList &values, const QVariantList &bound)
 {
-    Entry entry{request, wanted, sql};
+    Entry entry{request, wanted, sql, {}};
+    for (qsizetype place = 0; place < values.size(); ++place) {
+        if (values[place].typeId() == QMetaType::Double && values[place] != bound[place])
+            entry.raised.append(place);
+    }
     entry.request.predicate = shapeOf(request.predicate);
     const VXMutexLocker lock(_lock);
     if (_entries.size() < maximumEntries)

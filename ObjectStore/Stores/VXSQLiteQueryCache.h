@@ -23,9 +23,11 @@ public:
     static std::optional<QVariantList> valuesOf(const VXPredicate &predicate, const VXStoreIdentity &store);
 
     // Of requests whose predicate has a shape:
-    /** Null when it is not known. */
-    QString find(const VXFetchRequest &request, Wanted wanted);
-    void keep(const VXFetchRequest &request, Wanted wanted, const QString &sql);
+    /** Null when it is not known. `values` become those that are bound. */
+    QString find(const VXFetchRequest &request, Wanted wanted, QVariantList *values);
+    /** With the values of the predicate, and those that were bound in their place. */
+    void keep(const VXFetchRequest &request, Wanted wanted, const QString &sql, const QVariantList &values,
+              const QVariantList &bound);
 
 private:
     struct Entry
@@ -33,6 +35,7 @@ private:
         VXFetchRequest request;
         Wanted wanted;
         QString sql;
+        QList<qsizetype> raised; // places of values, of which the least number above is bound
     };
 
     VXMutex _lock;

@@ -9,6 +9,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int firstValueColumn = 3; // behind Z_PK, Z_ENT and Z_OPT
+constexpr int mostHandedOver = 100; // columns to one function, which may have 127 arguments
 
 } // namespace
 
@@ -29,7 +30,9 @@ VXSQLiteRowLayout::VXSQLiteRowLayout(const VXEntityDescription &entity, const VX
             cells.push_back(placed.value(property));
         }
     }
-    _rowsQuery = u"SELECT %1 FROM %2 t0 WHERE t0.Z_PK "_s.arg(_rowColumns, VXSQLiteSchema::table(entity));
+    _canHandOver = column <= mostHandedOver;
+    _rowsQuery = u"SELECT %1 FROM %2 t0 WHERE t0.Z_PK "_s.arg(
+        _canHandOver ? handedColumns(readerParameter) : _rowColumns, VXSQLiteSchema::table(entity));
     _rowQuery = query(u"= ?1"_s);
     QString columns = u"Z_PK, Z_ENT, Z_OPT"_s;
     for (const Cell &cell : _cells[size_t(entity.number())]) {
@@ -45,6 +48,11 @@ VXSQLiteRowLayout::VXSQLiteRowLayout(const VXEntityDescription &entity, const VX
         }
     }
     _insertion = u"INSERT OR FAIL INTO %1 (%2) VALUES "_s.arg(VXSQLiteSchema::table(entity), columns);
+}
+
+QString VXSQLiteRowLayout::handedColumns(int parameter) const
+{
+    return u"VX_ROW(?%1, %2)"_s.arg(QString::number(parameter), _rowColumns);
 }
 
 // "OR FAIL": else SQLite copies each page before one of several rows changes it, to undo the statement by itself.
@@ -79,43 +87,41 @@ QStringList VXSQLiteRowLayout::columnsOf(const Cell &cell)
     return names;
 }
 
-VXManagedObjectID VXSQLiteRowLayout::readID(const VXSQLiteStatement &statement, const VXStoreIdentity &store) const
+VXManagedObjectID VXSQLiteRowLayout::makeID(qint64 number, qint64 entityNumber, const VXStoreIdentity &store) const
 {
-    const VXEntityDescription *const entity = _schema.entityWithNumber(statement.number(1));
-    const qint64 number = statement.number(0);
+    const VXEntityDescription *const entity = _schema.entityWithNumber(entityNumber);
     if (entity == nullptr || !entity->isKindOfEntity(_entity) || number < 1 || number > VXLargestStoreNumber)
         return {};
     return {*entity, store, number};
 }
 
-bool VXSQLiteRowLayout::readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID, VXStoreRow &row,
+bool VXSQLiteRowLayout::readRow(VXSQLiteValues values, const VXManagedObjectID &objectID, VXStoreRow &row,
                                 QString *problem) const
 {
-    if (const qint64 version = readVersion(statement); version < 1 || version > VXLargestStoreNumber) {
+    if (const qint64 version = readVersion(values); version < 1 || version > VXLargestStoreNumber) {
         *problem = u"An object is of no version that can be."_s;
         return false;
     }
     for (const Cell &cell : _cells[size_t(objectID.entity().number())]) {
-        const VXSQLiteValue value = statement.value(cell.column);
+        const VXSQLiteValue value = values[cell.column];
         if (value.isNull())
             continue;
-        const bool isRead = cell.relationship == nullptr
-                                ? readAttribute(value, cell, row, problem)
-                                : readReference(value, statement, cell, *objectID.store(), row, problem);
+        const bool isRead = cell.relationship == nullptr ? readAttribute(value, cell, row, problem)
+                                                         : readReference(values, cell, *objectID.store(), row, problem);
         if (Q_UNLIKELY(!isRead))
             return false;
     }
     return true;
 }
 
-bool VXSQLiteRowLayout::readReference(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
-                                      const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const
+bool VXSQLiteRowLayout::readReference(VXSQLiteValues values, const Cell &cell, const VXStoreIdentity &store,
+                                      VXStoreRow &row, QString *problem) const
 {
     const VXEntityDescription &destination = cell.relationship->destination();
     const VXEntityDescription *entity = &destination;
-    if (cell.entityColumn >= 0 && !statement.value(cell.entityColumn).isNull())
-        entity = _schema.entityWithNumber(statement.number(cell.entityColumn));
-    const qint64 number = value.number();
+    if (cell.entityColumn >= 0 && !values[cell.entityColumn].isNull())
+        entity = _schema.entityWithNumber(values[cell.entityColumn].number());
+    const qint64 number = values[cell.column].number();
     if (entity == nullptr || !entity->isKindOfEntity(destination) || number < 1) {
         *problem = u"A reference of \"%1\" leads to no object that can be."_s.arg(cell.property->name());
         return false;

@@ -20,19 +20,30 @@ public:
     /** What a SELECT that names the table t0 asks for. */
     const QString &identityColumns() const { return _identityColumns; }
     const QString &rowColumns() const { return _rowColumns; }
+    /** Whether a function may have them all. */
+    bool canHandOver() const { return _canHandOver; }
+    /** The same for a VXSQLiteRowReader, bound to that parameter; for statements that do not sort. */
+    QString handedColumns(int parameter) const;
+    static constexpr int readerParameter = 3; // of the queries below, where the columns can be handed over
     /** The row of the object with the number ?1. */
     const QString &rowQuery() const { return _rowQuery; }
-    /** The rows of the objects whose numbers are as `wanted` says (VXObjectNumbers). */
+    /** The rows of the objects whose numbers are as `wanted` says (VXObjectNumbers), with ?1 and ?2. */
     QString query(const QString &wanted) const { return _rowsQuery + wanted; }
     /** INSERT with all values of so many objects of just that entity. Where it fails, part of them may be inserted. */
     QString insertion(qsizetype count) const;
 
     /** The ID from the first columns. @return null when no such entity belongs there. */
-    VXManagedObjectID readID(const VXSQLiteStatement &statement, const VXStoreIdentity &store) const;
-    static qint64 readVersion(const VXSQLiteStatement &statement) { return statement.number(2); }
+    VXManagedObjectID readID(const VXSQLiteStatement &statement, const VXStoreIdentity &store) const
+    {
+        return makeID(statement.number(0), statement.number(1), store);
+    }
+    VXManagedObjectID readID(VXSQLiteValues values, const VXStoreIdentity &store) const
+    {
+        return makeID(values[0].number(), values[1].number(), store);
+    }
+    static qint64 readVersion(VXSQLiteValues values) { return values[2].number(); }
     /** The values of the row whose ID was read. @return false when they are damaged; `problem` says how. */
-    bool readRow(const VXSQLiteStatement &statement, const VXManagedObjectID &objectID, VXStoreRow &row,
-                 QString *problem) const;
+    bool readRow(VXSQLiteValues values, const VXManagedObjectID &objectID, VXStoreRow &row, QString *problem) const;
 
     /** Binds the values of the object at that place of an insertion. @return false when one has no place in the store. */
     bool bindInsertion(VXSQLiteStatement &statement, qsizetype place, const VXManagedObjectID &objectID,
@@ -58,13 +69,14 @@ private:
         VXAttributeType type = VXAttributeType::Integer64;
     };
 
+    VXManagedObjectID makeID(qint64 number, qint64 entityNumber, const VXStoreIdentity &store) const;
     Cell place(const VXPropertyDescription &property, int *column);
     static QStringList columnsOf(const Cell &cell);
     // Of what is not NULL. Those of attributes are read in place: there are many.
     static bool readAttribute(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row, QString *problem);
     static bool readPropertyList(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row, QString *problem);
-    bool readReference(const VXSQLiteValue &value, const VXSQLiteStatement &statement, const Cell &cell,
-                       const VXStoreIdentity &store, VXStoreRow &row, QString *problem) const;
+    bool readReference(VXSQLiteValues values, const Cell &cell, const VXStoreIdentity &store, VXStoreRow &row,
+                       QString *problem) const;
     bool bindCell(VXSQLiteStatement &statement, const Cell &cell, const VXStoreRow &row, const VXStoreIdentity &store,
                   int *parameter, VXError *error) const;
 
@@ -75,6 +87,7 @@ private:
     QList<int> _storedProperties;
     QString _identityColumns;
     QString _rowColumns;
+    bool _canHandOver = false;
     QString _rowsQuery;
     QString _rowQuery;
     QString _insertion; // without the values

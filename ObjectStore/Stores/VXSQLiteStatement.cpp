@@ -89,6 +89,11 @@ void VXSQLiteStatement::bindDataCopy(int parameter, const QByteArray &data)
     note(sqlite3_bind_blob64(raw(), parameter, data.constData(), sqlite3_uint64(data.size()), SQLITE_TRANSIENT));
 }
 
+void VXSQLiteStatement::bindPointer(int parameter, void *pointer, const char *type)
+{
+    note(sqlite3_bind_pointer(raw(), parameter, pointer, type, nullptr));
+}
+
 void VXSQLiteStatement::bindValue(int parameter, const QVariant &value)
 {
     switch (value.typeId()) {
@@ -149,6 +154,13 @@ bool VXSQLiteStatement::run()
 void VXSQLiteStatement::reset()
 {
     sqlite3_reset(raw());
+}
+
+void VXSQLiteStatement::columns(std::vector<sqlite3_value *> *values) const
+{
+    values->resize(size_t(sqlite3_column_count(raw())));
+    for (int column = 0; column < int(values->size()); ++column)
+        (*values)[size_t(column)] = sqlite3_column_value(raw(), column);
 }
 
 double VXSQLiteValue::real() const

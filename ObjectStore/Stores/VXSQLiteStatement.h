@@ -11,7 +11,9 @@
 
 #include <atomic>
 #include <memory>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include <sqlite3.h>
 
@@ -35,6 +37,19 @@ public:
 
 private:
     sqlite3_value *const _value;
+};
+
+/** Several of them. */
+class VXSQLiteValues
+{
+public:
+    VXSQLiteValues(sqlite3_value *const *values, size_t count) : _values(values, count) {}
+    VXSQLiteValues(const std::vector<sqlite3_value *> &values) : _values(values) {}
+
+    VXSQLiteValue operator[](int column) const { return VXSQLiteValue(_values[size_t(column)]); }
+
+private:
+    std::span<sqlite3_value *const> _values;
 };
 
 /**
@@ -76,6 +91,8 @@ public:
     void bindData(int parameter, QByteArrayView data);
     /** As bindData, with a copy of its own. */
     void bindDataCopy(int parameter, const QByteArray &data);
+    /** For a function that asks for a pointer of that type; NULL to all else. */
+    void bindPointer(int parameter, void *pointer, const char *type);
     /** A number, text, date or data by its type; NULL for anything else. */
     void bindValue(int parameter, const QVariant &value);
 
@@ -87,6 +104,8 @@ public:
 
     /** Of the present row. One look-up for all that is asked of it; no other thread uses the connection meanwhile. */
     VXSQLiteValue value(int column) const { return VXSQLiteValue(sqlite3_column_value(raw(), column)); }
+    /** All of them. */
+    void columns(std::vector<sqlite3_value *> *values) const;
     qint64 number(int column) const { return value(column).number(); }
     QString text(int column) const { return value(column).text().toString(); }
     QByteArray data(int column) const { return value(column).data().toByteArray(); }

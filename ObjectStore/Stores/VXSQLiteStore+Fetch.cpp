@@ -1,8 +1,8 @@
 #include "VXSQLiteStore.h"
 
 #include "VXObjectNumbers.h"
+#include "VXSQLiteRowReader.h"
 #include "VXSQLPredicate.h"
-#include "VXStoreRowBatch.h"
 
 #include <algorithm>
 
@@ -14,8 +14,9 @@ using Wanted = VXSQLiteQueryCache::Wanted;
 struct VXSQLiteStore::Query
 {
     QString sql;
-    QVariantList values; // of the parameters, which must outlive the statement's use
-    bool isExact = true; // whether predicate, order, limit and offset are all in it
+    QVariantList values;    // of the parameters, which must outlive the statement's use
+    bool isExact = true;    // whether predicate, order, limit and offset are all in it
+    bool handsOver = false; // the rows' columns to a reader, bound behind the values
 
     void bind(VXSQLiteStatement &statement) const
     {
@@ -29,7 +30,8 @@ class VXSQLiteStore::Cursor final : public VXRowCursor
 {
 public:
     Cursor(const VXSQLiteStore &store, const VXSQLiteRowLayout &layout, Query query, bool needsRows)
-        : VXRowCursor(query.isExact), _store(store), _layout(layout), _query(std::move(query)), _needsRows(needsRows)
+        : VXRowCursor(query.isExact), _store(store), _layout(layout), _query(std::move(query)), _needsRows(needsRows),
+          _reader(layout, store.identity())
     {
     }
 
@@ -37,9 +39,12 @@ public:
     {
         _connection = std::move(connection);
         _statement = _connection ? _connection->statement(_query.sql, error) : VXSQLiteStatement();
-        if (_statement)
-            _query.bind(_statement);
-        return bool(_statement);
+        if (!_statement)
+            return false;
+        _query.bind(_statement);
+        if (_query.handsOver)
+            _reader.bind(_statement, int(_query.values.size()) + 1);
+        return true;
     }
 
     Step next(VXFetchedRow *row, VXError *error) override
@@ -59,16 +64,16 @@ public:
 private:
     bool read(VXFetchedRow &fetched, VXError *error)
     {
-        return _store.readFetched(_layout, _statement, _needsRows ? &_rows : nullptr, &fetched, error);
+        return _store.readFetched(_layout, _statement, _needsRows ? &_reader : nullptr, &fetched, error);
     }
 
     const VXSQLiteStore &_store;
     const VXSQLiteRowLayout &_layout;
     const Query _query; // whose values the statement uses where they lie
     const bool _needsRows;
+    VXSQLiteRowReader _reader;
     VXSQLiteConnectionPool::Lease _connection;
     VXSQLiteStatement _statement; // given back before its connection
-    VXStoreRowBatch _rows;
 };
 
 namespace {
@@ -78,6 +83,12 @@ QString columns(const VXSQLiteRowLayout &layout, Wanted wanted)
     return wanted == Wanted::Rows  ? layout.rowColumns()
            : wanted == Wanted::IDs ? layout.identityColumns()
                                    : u"COUNT(*)"_s;
+}
+
+// Whether SQLite may have to sort the rows; where it does not decide everything, others do.
+bool isOrdered(const VXFetchRequest &request, bool isExact)
+{
+    return isExact && (!request.sortDescriptors.isEmpty() || request.isCut());
 }
 
 // The condition that rows are of the entities asked for; null when all of the table are.
@@ -108,13 +119,17 @@ VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request, VXSQLit
     if (request.afterNumber == 0) // which the SQL has in it
         values = VXSQLiteQueryCache::valuesOf(request.predicate, identity());
     Query made;
-    if (values)
-        made = {_queries.find(request, wanted), *values};
+    if (values) {
+        made.values = *values;
+        made.sql = _queries.find(request, wanted, &made.values);
+    }
     if (made.sql.isNull()) {
         made = compiled(request, wanted);
         if (values && made.isExact && made.values.size() == values->size())
-            _queries.keep(request, wanted, made.sql);
+            _queries.keep(request, wanted, made.sql, *values, made.values);
     }
+    made.handsOver =
+        wanted == Wanted::Rows && layout(request.entity()).canHandOver() && !isOrdered(request, made.isExact);
     if (made.isExact && wanted != Wanted::Count && request.isCut())
         made.values.append({request.limit > 0 ? qlonglong(request.limit) : -1LL, qlonglong(request.offset)});
     return made;
@@ -134,14 +149,17 @@ VXSQLiteStore::Query VXSQLiteStore::compiled(const VXFetchRequest &request, VXSQ
     conditions.removeAll(QString());
     if (request.afterNumber > 0)
         conditions.append(u"t0.Z_PK > %1"_s.arg(request.afterNumber));
-    made.sql = u"SELECT %1 FROM %2 t0"_s.arg(columns(layout(request.entity()), wanted),
+    made.values = predicate.values();
+    const VXSQLiteRowLayout &rows = layout(request.entity());
+    made.handsOver = wanted == Wanted::Rows && rows.canHandOver() && !isOrdered(request, made.isExact);
+    made.sql = u"SELECT %1 FROM %2 t0"_s.arg(made.handsOver ? rows.handedColumns(int(made.values.size()) + 1)
+                                                            : columns(rows, wanted),
                                              VXSQLiteSchema::table(request.entity()));
     if (!conditions.isEmpty())
         made.sql += " WHERE "_L1 + conditions.join(" AND "_L1);
-    made.values = predicate.values();
     if (!made.isExact || wanted == Wanted::Count)
         return made;
-    if (!terms.isEmpty() || request.isCut()) { // the number last, so that pages of a result never overlap
+    if (isOrdered(request, made.isExact)) { // the number last, so that pages of a result never overlap
         terms.append(u"t0.Z_PK"_s);
         made.sql += " ORDER BY "_L1 + terms.join(", "_L1);
     }
@@ -241,19 +259,22 @@ bool VXSQLiteStore::readRows(const VXEntityDescription &root, const QList<VXMana
 {
     const VXObjectNumbers numbers(objectIDs, 1);
     const VXSQLiteRowLayout &rowLayout = layout(root);
+    VXSQLiteRowReader reader(rowLayout, identity());
     const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
     VXSQLiteStatement statement =
         connection ? connection->statement(rowLayout.query(numbers.wanted()), error) : VXSQLiteStatement();
     if (!statement)
         return false;
     numbers.bind(statement);
-    VXStoreRowBatch batch;
+    reader.wantOnly(numbers);
+    if (rowLayout.canHandOver())
+        reader.bind(statement, VXSQLiteRowLayout::readerParameter);
     Step at = statement.step();
     for (; at == Step::Row; at = statement.step()) {
         if (numbers.find(statement.number(0)) == nullptr)
             continue;
         VXFetchedRow fetched;
-        if (!readFetched(rowLayout, statement, &batch, &fetched, error))
+        if (!readFetched(rowLayout, statement, &reader, &fetched, error))
             return false;
         sink(std::move(fetched));
     }
@@ -264,21 +285,16 @@ bool VXSQLiteStore::readRows(const VXEntityDescription &root, const QList<VXMana
 
 // The present row of a statement that asks for the layout's columns.
 bool VXSQLiteStore::readFetched(const VXSQLiteRowLayout &rowLayout, const VXSQLiteStatement &statement,
-                                VXStoreRowBatch *batch, VXFetchedRow *fetched, VXError *error) const
+                                VXSQLiteRowReader *reader, VXFetchedRow *fetched, VXError *error) const
 {
-    fetched->objectID = rowLayout.readID(statement, identity());
-    fetched->row = nullptr;
     QString problem;
-    if (fetched->objectID.isNull()) {
-        problem = u"An object is of an unknown entity, or has no number."_s;
-    } else if (batch != nullptr) {
-        const int propertyCount = int(fetched->objectID.entity().properties().size());
-        VXStoreRow &row = batch->next(propertyCount, VXSQLiteRowLayout::readVersion(statement));
-        if (rowLayout.readRow(statement, fetched->objectID, row, &problem))
-            fetched->row = batch->finish();
-    }
-    if (problem.isNull())
+    const bool isSound = reader == nullptr || reader->take(statement, fetched, &problem);
+    if (reader == nullptr)
+        *fetched = {rowLayout.readID(statement, identity()), nullptr};
+    if (isSound && !fetched->objectID.isNull())
         return true;
+    if (isSound)
+        problem = u"An object is of an unknown entity, or has no number."_s;
     VXSetError(error, damage(problem));
     return false;
 }
@@ -287,23 +303,23 @@ VXStoreRow::Ptr VXSQLiteStore::readRow(VXSQLiteConnection &connection, const VXM
                                        VXError *error) const
 {
     const VXSQLiteRowLayout &rowLayout = layout(objectID.entity());
+    VXSQLiteRowReader reader(rowLayout, identity());
     VXSQLiteStatement statement = connection.statement(rowLayout.rowQuery(), error);
     if (!statement)
         return nullptr;
     statement.bindNumber(1, objectID.number());
+    if (rowLayout.canHandOver())
+        reader.bind(statement, VXSQLiteRowLayout::readerParameter);
     const Step at = statement.step();
     if (at == Step::Failed)
         VXSetError(error, connection.lastError());
-    const VXManagedObjectID found = at == Step::Row ? rowLayout.readID(statement, identity()) : VXManagedObjectID();
-    if (found.isNull()) // the number may also be that of an object of another entity
+    if (at != Step::Row)
         return nullptr;
+    VXFetchedRow found; // of no ID where the number is that of an object of another entity
     QString problem;
-    VXStoreRowBatch rows;
-    VXStoreRow &row = rows.next(int(found.entity().properties().size()), VXSQLiteRowLayout::readVersion(statement));
-    if (rowLayout.readRow(statement, found, row, &problem))
-        return rows.finish();
-    VXSetError(error, damage(problem));
-    return nullptr;
+    if (!reader.take(statement, &found, &problem))
+        VXSetError(error, damage(problem));
+    return found.row;
 }
 
 QString VXSQLiteStore::relatedQuery(const VXRelationshipDescription &relationship, const QString &wanted)

@@ -136,8 +136,9 @@ private:
     };
 
     // Statements are looked for only when the next change is of another kind than the one before.
+    template <class SQL>
     VXSQLiteStatement *statementFor(Statements &statements, const VXEntityDescription &entity,
-                                    const QList<int> &properties, const std::function<QString()> &sql)
+                                    const QList<int> &properties, const SQL &sql)
     {
         if (statements.last == nullptr || statements.last->first.first != &entity ||
             statements.last->first.second != properties) {

@@ -14,7 +14,7 @@
 
 class VXAttributeDescription;
 class VXSaveReferences;
-class VXStoreRowBatch;
+class VXSQLiteRowReader;
 
 /** What an object has in one attribute, a whole number or a date in milliseconds since 1970, UTC; none for no value. */
 struct VXAttributeNumber
@@ -84,8 +84,8 @@ private:
     Query compiled(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted) const;
     bool readRows(const VXEntityDescription &root, const QList<VXManagedObjectID> &objectIDs,
                   const std::function<void(VXFetchedRow)> &sink, VXError *error);
-    /** The ID alone where there is no batch. */
-    bool readFetched(const VXSQLiteRowLayout &rowLayout, const VXSQLiteStatement &statement, VXStoreRowBatch *batch,
+    /** The present row of a statement; the ID alone, of the layout's, where there is no reader. */
+    bool readFetched(const VXSQLiteRowLayout &rowLayout, const VXSQLiteStatement &statement, VXSQLiteRowReader *reader,
                      VXFetchedRow *fetched, VXError *error) const;
     VXStoreRow::Ptr readRow(VXSQLiteConnection &connection, const VXManagedObjectID &objectID, VXError *error) const;
     /** What leads from a relationship's destination to its own objects: `wanted` says what their numbers are

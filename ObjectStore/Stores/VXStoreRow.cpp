@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -83,10 +84,10 @@ VXStoreRow::VXStoreRow(int propertyCount, qint64 version)
 }
 
 VXStoreRow::VXStoreRow(int propertyCount, qint64 version, void *block, size_t capacity)
-    : _version(version), _block(block), _used(quint32(sizeof(Cell)) * quint32(propertyCount)),
-      _capacity(quint32(capacity)), _count(propertyCount), _isOwner(false)
+    : _version(version), _block(block), _used(quint32(headSize(propertyCount))), _capacity(quint32(capacity)),
+      _count(propertyCount), _isOwner(false)
 {
-    std::uninitialized_default_construct_n(static_cast<Cell *>(_block), _count);
+    std::fill_n(kinds(), _count, Kind::None);
 }
 
 VXStoreRow::VXStoreRow(const VXStoreRow &other, void *block)
@@ -96,10 +97,15 @@ VXStoreRow::VXStoreRow(const VXStoreRow &other, void *block)
     std::memcpy(_block, other._block, _used);
 }
 
+size_t VXStoreRow::headSize(int propertyCount)
+{
+    return aligned((sizeof(Cell) + sizeof(Kind)) * size_t(propertyCount));
+}
+
 // Of a row that is being made.
 size_t VXStoreRow::capacityFor(int propertyCount)
 {
-    return (sizeof(Cell) + roomForText) * size_t(propertyCount);
+    return headSize(propertyCount) + roomForText * size_t(propertyCount);
 }
 
 std::shared_ptr<VXStoreRow> VXStoreRow::make(int propertyCount, qint64 version)
@@ -129,12 +135,11 @@ void VXStoreRow::start(int propertyCount, qint64 version)
         removeOthers();
     _version = version;
     _count = propertyCount;
-    _used = 0;
-    const size_t size = sizeof(Cell) * size_t(propertyCount);
+    const size_t size = headSize(propertyCount);
     if (size > _capacity)
         replaceBlock(allocated(size), size);
     _used = quint32(size);
-    std::uninitialized_default_construct_n(static_cast<Cell *>(_block), _count);
+    std::fill_n(kinds(), _count, Kind::None);
 }
 
 // -- Values
@@ -142,7 +147,7 @@ void VXStoreRow::start(int propertyCount, qint64 version)
 QVariant VXStoreRow::value(int index) const
 {
     const Cell &at = cell(index);
-    switch (at.kind) {
+    switch (kind(index)) {
     case Kind::None:
         break;
     case Kind::Integer:
@@ -173,49 +178,48 @@ QVariant VXStoreRow::value(int index) const
 QStringView VXStoreRow::text(int index) const
 {
     const Cell &at = cell(index);
-    if (Q_LIKELY(at.kind == Kind::Text))
-        return {static_cast<const QChar *>(bytes(index)), qsizetype(at.size / sizeof(QChar))};
-    const bool isLarge = at.kind == Kind::Other && at.other->metaType() == QMetaType::fromType<QString>();
+    if (Q_LIKELY(kind(index) == Kind::Text))
+        return {static_cast<const QChar *>(bytes(index)), qsizetype(at.place.size / sizeof(QChar))};
+    const bool isLarge = kind(index) == Kind::Other && at.other->metaType() == QMetaType::fromType<QString>();
     return isLarge ? QStringView(*static_cast<const QString *>(at.other->constData())) : QStringView();
 }
 
 QByteArrayView VXStoreRow::data(int index) const
 {
     const Cell &at = cell(index);
-    if (Q_LIKELY(at.kind == Kind::Data))
-        return {static_cast<const char *>(bytes(index)), qsizetype(at.size)};
-    const bool isLarge = at.kind == Kind::Other && at.other->metaType() == QMetaType::fromType<QByteArray>();
+    if (Q_LIKELY(kind(index) == Kind::Data))
+        return {static_cast<const char *>(bytes(index)), qsizetype(at.place.size)};
+    const bool isLarge = kind(index) == Kind::Other && at.other->metaType() == QMetaType::fromType<QByteArray>();
     return isLarge ? QByteArrayView(*static_cast<const QByteArray *>(at.other->constData())) : QByteArrayView();
 }
 
 std::optional<qint64> VXStoreRow::number(int index) const
 {
-    const Cell &at = cell(index);
-    const bool isNumber =
-        at.kind == Kind::Integer || at.kind == Kind::LongInteger || at.kind == Kind::Boolean || at.kind == Kind::Date;
-    return isNumber ? std::optional(at.number) : std::nullopt;
+    const Kind own = kind(index);
+    const bool isNumber = own == Kind::Integer || own == Kind::LongInteger || own == Kind::Boolean || own == Kind::Date;
+    return isNumber ? std::optional(cell(index).number) : std::nullopt;
 }
 
 std::optional<double> VXStoreRow::real(int index) const
 {
-    const Cell &at = cell(index);
-    return at.kind == Kind::Real ? std::optional(at.real) : std::nullopt;
+    return kind(index) == Kind::Real ? std::optional(cell(index).real) : std::nullopt;
 }
 
 bool VXStoreRow::isSame(int index, const VXStoreRow &other, int otherIndex) const
 {
     const Cell &own = cell(index);
     const Cell &its = other.cell(otherIndex);
-    if (own.kind != its.kind)
+    if (kind(index) != other.kind(otherIndex))
         return false;
-    switch (own.kind) {
+    switch (kind(index)) {
     case Kind::None:
         return true;
     case Kind::Real:
         return isSameReal(own.real, its.real);
     case Kind::Text:
     case Kind::Data:
-        return own.size == its.size && std::memcmp(bytes(index), other.bytes(otherIndex), own.size) == 0;
+        return own.place.size == its.place.size &&
+               std::memcmp(bytes(index), other.bytes(otherIndex), own.place.size) == 0;
     case Kind::Target:
         return *target(index) == *other.target(otherIndex);
     case Kind::Other:
@@ -233,7 +237,7 @@ bool VXStoreRow::isSame(int index, const QVariant &value) const
 {
     const Cell &at = cell(index);
     const int type = value.typeId();
-    switch (at.kind) {
+    switch (kind(index)) {
     case Kind::None:
         return type == QMetaType::UnknownType;
     case Kind::Integer:
@@ -285,13 +289,16 @@ void VXStoreRow::setValue(int index, const QVariant &value)
 
 void VXStoreRow::copyValue(int index, const VXStoreRow &other, int otherIndex)
 {
-    const Cell its = other.cell(otherIndex);
-    if (its.kind == Kind::Other || &other == this) // what is packed here may move
+    const Cell &its = other.cell(otherIndex);
+    const Kind itsKind = other.kind(otherIndex);
+    if (itsKind == Kind::Other || &other == this) // what is packed here may move
         setValue(index, other.value(otherIndex));
     else if (other.isPacked(otherIndex))
-        setBytes(index, its.kind, other.bytes(otherIndex), its.size);
+        setBytes(index, itsKind, other.bytes(otherIndex), its.place.size);
+    else if (itsKind == Kind::None)
+        clear(index);
     else
-        replace(index, its.kind) = its;
+        replace(index, itsKind) = its;
 }
 
 void VXStoreRow::setText(int index, QStringView text)
@@ -329,28 +336,33 @@ void VXStoreRow::setOther(int index, const QVariant &value)
 // In place of what the property had, where there is room for it.
 void VXStoreRow::setBytes(int index, Kind kind, const void *bytes, size_t size)
 {
-    const bool fits = isPacked(index) && cell(index).place.room >= size;
-    if (!fits) {
-        const size_t room = aligned(size);
-        if (_used + room > _capacity)
+    const bool fits = isPacked(index) && aligned(cell(index).place.size) >= size;
+    const size_t room = aligned(size);
+    if (!fits && _used + room > _capacity) {
+        const auto *const from = static_cast<const std::byte *>(bytes);
+        const auto *const block = static_cast<const std::byte *>(_block);
+        if (from >= block && from < block + _used) { // of this row, and about to move
+            const std::vector<std::byte> copy(from, from + size);
             makeRoom(index, room);
-        Cell &made = replace(index, kind);
-        made.place.offset = std::exchange(_used, _used + quint32(room));
-        made.place.room = quint32(room);
+            return setBytes(index, kind, copy.data(), size);
+        }
+        makeRoom(index, room);
     }
-    Cell &at = cell(index);
-    at.kind = kind;
-    at.size = quint32(size);
+    if (!fits)
+        replace(index, kind).place.offset = std::exchange(_used, _used + quint32(room));
+    kinds()[index] = kind;
+    Place &place = cell(index).place;
+    place.size = quint32(size);
     if (size > 0)
-        std::memmove(static_cast<std::byte *>(_block) + at.place.offset, bytes, size);
+        std::memmove(static_cast<std::byte *>(_block) + place.offset, bytes, size);
 }
 
 size_t VXStoreRow::liveBytes(int exceptFor) const
 {
-    size_t live = sizeof(Cell) * size_t(_count);
+    size_t live = headSize(_count);
     for (int index = 0; index < _count; ++index) {
         if (index != exceptFor && isPacked(index))
-            live += aligned(cell(index).size);
+            live += aligned(cell(index).place.size);
     }
     return live;
 }
@@ -364,7 +376,7 @@ void VXStoreRow::makeRoom(int index, size_t size)
 void VXStoreRow::shrink()
 {
     const auto isTooLarge = [this](size_t live) { return _capacity > 2 * live + roomForText * size_t(_count); };
-    if (!_isOwner || !isTooLarge(sizeof(Cell) * size_t(_count))) // whatever it holds, as most
+    if (!_isOwner || !isTooLarge(headSize(_count))) // whatever it holds, as most
         return;
     if (const size_t live = liveBytes(-1); isTooLarge(live))
         repack(-1, live);
@@ -374,22 +386,21 @@ void VXStoreRow::shrink()
 void VXStoreRow::repack(int exceptFor, size_t capacity)
 {
     auto *const block = static_cast<std::byte *>(allocated(capacity));
-    const size_t cells = sizeof(Cell) * size_t(_count);
-    size_t used = cells;
+    const size_t head = headSize(_count);
+    size_t used = head;
     for (int index = 0; index < _count; ++index) {
         if (!isPacked(index))
             continue;
         Cell &at = cell(index);
         if (index == exceptFor) {
-            at.kind = Kind::None;
+            kinds()[index] = Kind::None;
             continue;
         }
-        std::memcpy(block + used, bytes(index), at.size);
+        std::memcpy(block + used, bytes(index), at.place.size);
         at.place.offset = quint32(used);
-        at.place.room = quint32(aligned(at.size));
-        used += at.place.room;
+        used += aligned(at.place.size);
     }
-    std::memcpy(block, _block, cells);
+    std::memcpy(block, _block, head);
     replaceBlock(block, capacity);
     _used = quint32(used);
 }
@@ -405,7 +416,7 @@ void VXStoreRow::replaceBlock(void *block, size_t capacity)
 void VXStoreRow::copyOthers()
 {
     for (int index = 0; index < _count; ++index) {
-        if (Cell &at = cell(index); at.kind == Kind::Other)
+        if (Cell &at = cell(index); kind(index) == Kind::Other)
             at.other = new QVariant(*at.other);
     }
 }

@@ -18,7 +18,7 @@ constexpr qint64 VXLargestStoreNumber = qint64(1) << 62;
  * once shared, so that contexts on any thread may keep it. Values: of an attribute as VXAttributeType says; of a to-one
  * relationship a VXManagedObjectID; none for to-many relationships and, in stores, for transient properties.
  *
- * One piece of memory has a cell for each property and, behind the cells, texts and data as SQLite gives them. Values are made
+ * One piece of memory has a cell for each property and, behind them, texts and data as SQLite gives them. Values are made
  * when they are asked for; what is given as a view or pointer holds until the row is changed or gone.
  */
 class VX_STORE_EXPORT VXStoreRow
@@ -53,7 +53,7 @@ public:
     qint64 version() const { return _version; }
     int propertyCount() const { return _count; }
 
-    Kind kind(int index) const { return cell(index).kind; }
+    Kind kind(int index) const { return kinds()[index]; }
     bool hasValue(int index) const { return kind(index) != Kind::None; }
     QVariant value(int index) const;
     /** The object that a to-one relationship leads to; nullptr for none. */
@@ -96,22 +96,19 @@ private:
     struct Place
     {
         quint32 offset; // in the block
-        quint32 room;   // from there on, which what is shorter leaves in part
+        quint32 size;   // in bytes
     };
-    struct Cell
+    union Cell // as the kind says, which stands behind all cells; of no meaning for none
     {
-        union {
-            qint64 number = 0;
-            double real;
-            Place place;
-            QVariant *other;
-        };
-        quint32 size = 0; // of a text or data, in bytes
-        Kind kind = Kind::None;
+        qint64 number;
+        double real;
+        Place place;
+        QVariant *other;
     };
 
     class Whole;
 
+    static size_t headSize(int propertyCount);
     static size_t capacityFor(int propertyCount);
     /** Of blocks that somebody else owns, and keeps as long as the row. */
     VXStoreRow(int propertyCount, qint64 version, void *block, size_t capacity);
@@ -119,13 +116,16 @@ private:
 
     Cell &cell(int index) { return static_cast<Cell *>(_block)[index]; }
     const Cell &cell(int index) const { return static_cast<const Cell *>(_block)[index]; }
+    Kind *kinds() { return reinterpret_cast<Kind *>(static_cast<Cell *>(_block) + _count); }
+    const Kind *kinds() const { return reinterpret_cast<const Kind *>(static_cast<const Cell *>(_block) + _count); }
     const void *bytes(int index) const { return static_cast<const std::byte *>(_block) + cell(index).place.offset; }
     Cell &replace(int index, Kind kind)
     {
         Cell &at = cell(index);
-        if (Q_UNLIKELY(at.kind == Kind::Other))
+        Kind &now = kinds()[index];
+        if (Q_UNLIKELY(now == Kind::Other))
             delete at.other;
-        at.kind = kind;
+        now = kind;
         return at;
     }
     void setOther(int index, const QVariant &value);
@@ -140,7 +140,7 @@ private:
     void removeOthers();
 
     qint64 _version;
-    void *_block;      // cells, then texts and data
+    void *_block;      // cells, then kinds: the head; then texts and data
     quint32 _used;     // of the block, in bytes
     quint32 _capacity; // likewise
     int _count;        // of the properties

@@ -229,14 +229,16 @@ TEST_F(VXSQLPredicateTest, AKeyPathIsOneStatementThatGivesOnlyWhatMatches)
 // The SQL of an earlier fetch of the same shape serves again; what it was asked for then must not show.
 TEST_F(VXSQLPredicateTest, EachFetchHasItsOwnConstants)
 {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
     QVariantList constants{1, qlonglong(1), 2, 1.0, 2.5, std::numeric_limits<double>::quiet_NaN(),
                            2, QVariant(),   1, true};
+    constants.append({infinity, -infinity, -0.0, 9007199254740992.0});
     constants.append({u"1"_s, u""_s, u"x"_s, u"1"_s});
     constants.append({QByteArray(), QByteArray("1"), QString()});
     constants.append({QDateTime::fromMSecsSinceEpoch(1, Qt::UTC), QDateTime::fromMSecsSinceEpoch(1'000, Qt::UTC), 1});
     const QStringList keys{u"index"_s, u"cost"_s, u"number"_s, u"answered"_s, u"date"_s, u"photo"_s};
     int matches = 0;
-    for (const char *const comparison : {"==", "!=", "<", ">="}) {
+    for (const char *const comparison : {"==", "!=", "<", ">", ">="}) {
         for (const QString &key : keys) {
             for (const QVariant &constant : constants) {
                 const QString format = key + u' ' + QString::fromLatin1(comparison) + u" %@"_s;

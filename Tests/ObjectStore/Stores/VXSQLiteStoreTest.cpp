@@ -249,6 +249,24 @@ TEST_F(VXSQLiteStoreTest, ModelsThatDifferAreRefusedAndAdditionsMade)
     EXPECT_EQ(error.code(), int(Code::StoreIncompatibleModel));
 }
 
+// More than SQLite hands to a function.
+TEST_F(VXSQLiteStoreTest, EntitiesMayHaveAnyNumberOfProperties)
+{
+    for (const int count : {96, 97, 98, 130}) {
+        QByteArray source = "entity Wide {";
+        for (int number = 0; number < count; ++number)
+            source += "attribute a" + QByteArray::number(number) + ": integer32 optional;";
+        const auto wideModel = VXModelOf(source + '}');
+        const auto store = Coordinator::coordinatorWithModel(wideModel)->addPersistentStore(VXStoreType::SQLite,
+                                                                                            path(u"%1"_s.arg(count)));
+        VXRowSaver saver(*store);
+        const VXManagedObjectID wide = saver.add(u"Wide"_s, {{u"a0"_s, 1}, {u"a%1"_s.arg(count - 1), count}});
+        ASSERT_TRUE(saver.saveAndCommit());
+        EXPECT_EQ(VXFetchValues(*store, VXFetchRequest(wide.entity()), u"a%1"_s.arg(count - 1)), QVariantList{count});
+        EXPECT_EQ(store->row(wide, nullptr)->value(0), 1);
+    }
+}
+
 TEST_F(VXSQLiteStoreTest, ForeignAndDamagedFilesStayAsTheyAre)
 {
     makeStore();

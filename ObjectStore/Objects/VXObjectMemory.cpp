@@ -1,0 +1,112 @@
+#include "VXObjectMemory.h"
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VX_ADDRESS_SANITIZER
+#endif
+#endif
+
+namespace {
+
+constexpr size_t alignment = 16;
+constexpr size_t pageSize = 4096 - alignment; // with what malloc adds
+#if defined(__SANITIZE_ADDRESS__) || defined(VX_ADDRESS_SANITIZER)
+constexpr size_t largestShared = 0; // each by itself, so that it is seen who uses one that is gone
+#else
+constexpr size_t largestShared = 512; // of the objects in pages of several
+#endif
+
+constexpr size_t aligned(size_t size)
+{
+    return (size + alignment - 1) & ~(alignment - 1);
+}
+
+/** What a thread makes objects in. Before each of them stands where its page is. */
+class Page
+{
+public:
+    static constexpr size_t sizeFor(size_t object) { return firstPlace() + object; }
+    static Page *make(size_t size)
+    {
+        void *const memory = std::malloc(size);
+        if (memory == nullptr)
+            throw std::bad_alloc();
+        return new (memory) Page(size);
+    }
+    /** nullptr when there is no room left. */
+    void *allocate(size_t size)
+    {
+        if (_next + size > _size)
+            return nullptr;
+        auto *const memory = reinterpret_cast<std::byte *>(this) + _next;
+        pageOf(memory) = this;
+        _next = aligned(_next + size + sizeof(Page *));
+        ++_made;
+        return memory;
+    }
+    /** No more will be made in it. */
+    void close() { letGo(unlimited - _made); }
+    static void release(void *memory) { pageOf(memory)->letGo(1); }
+
+private:
+    explicit Page(size_t size) : _size(size) {}
+
+    static constexpr std::int64_t unlimited = std::int64_t(1) << 40;
+
+    static constexpr size_t firstPlace() { return aligned(sizeof(Page) + sizeof(Page *)); }
+    static Page *&pageOf(void *memory) { return *(static_cast<Page **>(memory) - 1); }
+    void letGo(std::int64_t count)
+    {
+        if (_holders.fetch_sub(count, std::memory_order_acq_rel) == count)
+            std::free(this);
+    }
+
+    std::atomic<std::int64_t> _holders = unlimited; // its objects and, until it is closed, those that it may yet have
+    std::int64_t _made = 0;
+    size_t _next = firstPlace(); // where the next object will stand
+    const size_t _size;
+};
+
+/** Where a thread makes its next objects. */
+struct OpenPage
+{
+    ~OpenPage() { replace(nullptr); }
+    void replace(Page *next)
+    {
+        if (Page *const before = std::exchange(page, next); before != nullptr)
+            before->close();
+    }
+
+    Page *page = nullptr;
+};
+
+thread_local OpenPage open;
+
+} // namespace
+
+void *VXObjectMemory::allocate(size_t size)
+{
+    if (size > largestShared) {
+        Page *const own = Page::make(Page::sizeFor(size));
+        void *const memory = own->allocate(size);
+        own->close();
+        return memory;
+    }
+    void *memory = open.page == nullptr ? nullptr : open.page->allocate(size);
+    if (memory == nullptr) {
+        open.replace(Page::make(pageSize));
+        memory = open.page->allocate(size);
+    }
+    return memory;
+}
+
+void VXObjectMemory::release(void *memory)
+{
+    Page::release(memory);
+}
