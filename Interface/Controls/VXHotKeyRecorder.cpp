@@ -147,8 +147,11 @@ void VXHotKeyRecorder::followManager()
     if (VXHotKeyManager::sharedHotKeyManager().getHotKeySettingsForIdentifier(_identifier, &keyCode, &modifiers,
                                                                               nullptr))
         _combination = {static_cast<quint32>(keyCode), static_cast<quint32>(modifiers)};
-    if (hotKey)
+    if (hotKey) {
         _field->setAccessibleName(VXInterfaceString(u"Key combination for %1"_s).arg(hotKey->title()));
+        _clear->setAccessibleName(u"%1, %2"_s.arg(_clear->toolTip(), hotKey->title()));
+        _reset->setAccessibleName(u"%1, %2"_s.arg(_reset->toolTip(), hotKey->title()));
+    }
     if (hotKey && _combination.keyCode != 0 && !hotKey->isRegistered())
         setProblem(VXInterfaceString(u"The desktop does not give this combination away."_s));
 }

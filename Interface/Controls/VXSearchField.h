@@ -10,8 +10,8 @@
 class QLabel;
 
 /**
- * Where the user says what to look for. The search follows the typing after a short rest, Return searches at once, Escape
- * empties the field, Down goes to what was found. Main thread only.
+ * Where the user says what to look for. The search follows the typing: a letter is searched for at once, those right behind it
+ * together. Return searches at once, Escape empties the field, Down goes to what was found. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXSearchField : public QLineEdit
 {

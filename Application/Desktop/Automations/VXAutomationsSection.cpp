@@ -90,8 +90,10 @@ public:
 private:
     void write(const std::optional<VXTriggerDraft> &draft)
     {
-        _shortID = _section.write(_shortID, draft ? &*draft : nullptr);
-        _section.showTrigger(_shortID);
+        if (const auto written = _section.write(_shortID, draft ? &*draft : nullptr)) {
+            _shortID = *written;
+            _section.showTrigger(_shortID);
+        }
     }
 
     VXAutomationsSection &_section;
@@ -184,7 +186,10 @@ void VXAutomationsSection::makeChips()
     }
     _pane->secondRow()->addStretch();
     connect(_chips, &QButtonGroup::idClicked, this, [this] {
-        commit();
+        if (!commit()) {
+            _chips->button(0)->setChecked(true);
+            return;
+        }
         _pane->list()->setCurrentIndex({});
         update();
     });
@@ -254,7 +259,7 @@ void VXAutomationsSection::updateTriggers()
         _pane->placeholder()->setContents(u"bolt"_s, VXText("No automations yet"),
                                           VXText("Have something done by itself when a call or a message comes."),
                                           VXText("Make one"), VXText("Start with “missed calls”"));
-        _nothing->setContents(u"bolt"_s, VXText("When something happens, if you want, then do it"), {});
+        _nothing->setContents(u"bolt"_s, VXText("When this happens, do that"), {});
     } else {
         _pane->placeholder()->setContents(u"search"_s, VXText("Nothing found"), {});
     }
@@ -282,9 +287,8 @@ void VXAutomationsSection::show(int row)
         showRecord(chosen);
         return;
     }
-    if (chosen == _shownTrigger && _detail->currentWidget() == _editor)
+    if ((chosen == _shownTrigger && _detail->currentWidget() == _editor) || !commit())
         return;
-    commit();
     showTrigger(chosen);
 }
 
@@ -308,8 +312,8 @@ void VXAutomationsSection::showTrigger(const QString &shortID)
     _detail->setCurrentWidget(_editor);
 }
 
-// A null draft removes it. @return the trigger's ID; null for none, and, told, when it was refused.
-QString VXAutomationsSection::write(const QString &shortID, const VXTriggerDraft *draft)
+// A null draft removes it. @return the trigger's ID, null for one that is gone; none, told, when it was refused.
+std::optional<QString> VXAutomationsSection::write(const QString &shortID, const VXTriggerDraft *draft)
 {
     VXError error;
     const auto store = VXTriggerStore::open(&error);
@@ -324,32 +328,39 @@ QString VXAutomationsSection::write(const QString &shortID, const VXTriggerDraft
     isDone = isDone && store->save(&error);
     const QString reason = error.localizedDescription() + u' ' + error.localizedRecoverySuggestion();
     _editor->setProblem(isDone ? QString() : VXText("Not saved yet: %1").arg(reason.trimmed()));
-    return isDone && draft != nullptr ? trigger.shortID() : QString();
+    if (!isDone)
+        return std::nullopt;
+    return draft != nullptr ? trigger.shortID() : QString();
 }
 
-void VXAutomationsSection::take()
+// False, told in the editor, when it could not be written, as on a disk that is full.
+bool VXAutomationsSection::take()
 {
     const VXTriggerDraft draft = _editor->draft();
+    _isUnsaved = false;
     if (!_isNew && _shownTrigger.isNull())
-        return;
+        return true;
     if (draft.reactions.isEmpty()) {
         _editor->setProblem(VXText("Not saved yet: say what shall happen."));
-        return;
+        return true;
     }
-    const QString written = write(_shownTrigger, &draft);
-    if (written.isNull())
-        return;
-    undoStack().push(new Edit(*this, written, _isNew ? std::nullopt : std::optional(_before), draft));
+    const auto written = write(_shownTrigger, &draft);
+    _isUnsaved = !written;
+    if (_isUnsaved)
+        return false;
+    undoStack().push(new Edit(*this, *written, _isNew ? std::nullopt : std::optional(_before), draft));
     _isNew = false;
-    _shownTrigger = written;
+    _shownTrigger = *written;
     _before = draft;
+    return true;
 }
 
 void VXAutomationsSection::startFrom(const VXTriggerDraft &draft)
 {
     if (showsHistory())
         _chips->button(0)->click();
-    commit();
+    if (!commit())
+        return;
     _isNew = true;
     _shownTrigger.clear();
     _pane->list()->setCurrentIndex({});
@@ -377,16 +388,19 @@ void VXAutomationsSection::remove()
         return;
     _editor->flush();
     const VXTriggerDraft draft = _before;
-    const QString shortID = std::exchange(_shownTrigger, QString());
-    write(shortID, nullptr);
+    if (!write(_shownTrigger, nullptr))
+        return;
+    _shownTrigger.clear();
+    _isUnsaved = false;
     undoStack().push(new Edit(*this, {}, draft, std::nullopt));
     update();
     notices().showDone(VXText("“%1” was deleted.").arg(draft.name), VXText("Undo"), [this] { undoStack().undo(); });
 }
 
-void VXAutomationsSection::commit()
+bool VXAutomationsSection::commit()
 {
     _editor->flush();
+    return !_isUnsaved || take();
 }
 
 void VXAutomationsSection::toggle(int row)
@@ -402,7 +416,8 @@ void VXAutomationsSection::toggle(int row)
 
 void VXAutomationsSection::showTrials()
 {
-    commit();
+    if (!commit())
+        return;
     const auto store = VXTriggerStore::open();
     const VXTrigger trigger = store && !_shownTrigger.isNull() ? store->triggerWithID(_shownTrigger) : VXTrigger();
     if (trigger.isNull())

@@ -31,7 +31,7 @@ public:
     void makeNew() override;
     void edit() override;
     void remove() override;
-    void commit() override;
+    bool commit() override;
 
 private:
     class Edit;
@@ -43,8 +43,8 @@ private:
     void show(int row);
     void showTrigger(const QString &shortID);
     void showRecord(const QString &identifier);
-    void take();
-    QString write(const QString &shortID, const VXTriggerDraft *draft);
+    bool take();
+    std::optional<QString> write(const QString &shortID, const VXTriggerDraft *draft);
     void showTrials();
     void startFrom(const VXTriggerDraft &draft);
     void toggle(int row);
@@ -64,6 +64,7 @@ private:
     std::unique_ptr<VXStoreWatch> _watch;
     QString _shownTrigger; // short ID; null: a new one, or none
     bool _isNew = false;
-    VXTriggerDraft _before; // of the one shown
+    bool _isUnsaved = false; // what is in the editor could not be written
+    VXTriggerDraft _before;  // of the one shown
     std::optional<VXEventRecord> _event;
 };

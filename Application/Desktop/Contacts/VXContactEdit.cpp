@@ -50,7 +50,13 @@ VXManagedObjectPtr VXContactEdit::find(VXManagedObjectContext &context, VXError 
     return found ? found->first() : VXManagedObjectPtr();
 }
 
-void VXContactEdit::write(const std::optional<VXContactRecord> &from, const std::optional<VXContactRecord> &to)
+void VXContactEdit::redo()
+{
+    _isWritten = write(_before, _after) || _isWritten;
+    setObsolete(!_isWritten);
+}
+
+bool VXContactEdit::write(const std::optional<VXContactRecord> &from, const std::optional<VXContactRecord> &to)
 {
     VXError error;
     const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
@@ -58,7 +64,7 @@ void VXContactEdit::write(const std::optional<VXContactRecord> &from, const std:
     VXManagedObjectPtr person = saving.isHeld(&error) ? find(context, &error) : VXManagedObjectPtr();
     if (!error.isNull()) {
         _done(_person, error);
-        return;
+        return false;
     }
     VXContactWriter writer(context);
     if (!to && person)
@@ -69,8 +75,9 @@ void VXContactEdit::write(const std::optional<VXContactRecord> &from, const std:
         person = writer.insert(*to);
     if (!context.save(&error)) {
         _done(_person, error);
-        return;
+        return false;
     }
     _person = to ? person->objectID() : VXManagedObjectID();
     _done(_person, {});
+    return true;
 }

@@ -24,15 +24,17 @@ public:
                   const std::optional<VXContactRecord> &before, const std::optional<VXContactRecord> &after, Done done);
 
     void undo() override { write(_after, _before); }
-    void redo() override { write(_before, _after); }
+    /** The first time, one that could not be written leaves the stack: nothing was done that could be undone. */
+    void redo() override;
 
 private:
     VXManagedObjectPtr find(VXManagedObjectContext &context, VXError *error) const;
-    void write(const std::optional<VXContactRecord> &from, const std::optional<VXContactRecord> &to);
+    bool write(const std::optional<VXContactRecord> &from, const std::optional<VXContactRecord> &to);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     VXManagedObjectID _person;
     std::optional<VXContactRecord> _before;
     std::optional<VXContactRecord> _after;
     const Done _done;
+    bool _isWritten = false;
 };

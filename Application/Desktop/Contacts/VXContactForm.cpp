@@ -33,7 +33,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int widestForm = 620;
-constexpr qint64 largestPicture = 8 << 20; // bytes
+constexpr qint64 largestPicture = 64 << 20; // bytes
 
 void setBad(QLineEdit *edit, bool isBad)
 {
@@ -200,10 +200,15 @@ void VXContactForm::addRow(AddressList &list, const VXContactRecord::Address &ad
     type->setCurrentIndex(type->findData(address.type));
     type->setMinimumWidth(fontMetrics().averageCharWidth() * 20);
     auto *const value = new QLineEdit(address.value);
-    value->setAccessibleName(list.field == &VXContactRecord::numbers ? VXText("Number") : VXText("Address"));
+    // Each by a name of its own: who does not see where they stand hears which one it is.
+    value->setAccessibleName(u"%1 %2"_s
+                                 .arg(list.field == &VXContactRecord::numbers  ? VXText("Number")
+                                      : list.field == &VXContactRecord::emails ? VXText("Address")
+                                                                               : VXText("Page"))
+                                 .arg(list.edits.size() + 1));
     auto *const remove = new QToolButton;
     remove->setIcon(VXSymbol::named(u"minus"_s, VXSymbol::Tone::Quiet));
-    remove->setAccessibleName(VXText("Remove"));
+    remove->setAccessibleName(VXText("Remove “%1”").arg(value->accessibleName()));
     remove->setToolTip(VXText("Remove"));
     row->addWidget(type);
     row->addWidget(value, 1);
@@ -279,8 +284,8 @@ void VXContactForm::choosePicture()
         return;
     QFile file(chosen.path);
     const bool isRead = file.open(QFile::ReadOnly) && file.size() <= largestPicture;
-    const QByteArray bytes = isRead ? file.readAll() : QByteArray();
-    if (VXSquarePicture(bytes, 1).isNull()) {
+    const QByteArray bytes = isRead ? VXStorablePicture(file.readAll()) : QByteArray();
+    if (bytes.isEmpty()) {
         _problem->setText(VXText("“%1” is no picture that can be used.").arg(chosen.path));
         _problem->show();
         return;

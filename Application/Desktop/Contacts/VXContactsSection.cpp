@@ -223,32 +223,33 @@ bool VXContactsSection::endEditing()
         return true;
     if (!_form->problem().isNull())
         return false;
-    const VXContactRecord before = *_edited;
     const VXContactRecord after = VXStorableContact(_form->contact());
-    _edited.reset();
     const bool isNothing = after.displayName().isEmpty();
-    if (!isNothing && (_isNew || !VXIsSameContact(before, after)))
-        push(_isNew ? VXManagedObjectID() : _shown, _isNew ? std::nullopt : std::optional(before), after);
-    else
+    if (isNothing || (!_isNew && VXIsSameContact(*_edited, after)))
         showCard();
+    else if (!push(_isNew ? VXManagedObjectID() : _shown, _isNew ? std::nullopt : _edited, after))
+        return false; // what was typed stays in the form
+    _edited.reset();
     _pane->list()->setFocus();
     return true;
 }
 
-void VXContactsSection::push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
+// False, told, when it could not be saved, as on a disk that is full.
+bool VXContactsSection::push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
                              const std::optional<VXContactRecord> &after)
 {
     undoStack().push(
         new VXContactEdit(_coordinator, person, before, after,
                           [this](const VXManagedObjectID &id, const VXError &error) { editDone(id, error); }));
+    return _isSaved;
 }
 
-// A disk that is full, or somebody else's change: what was typed stays on screen.
 void VXContactsSection::editDone(const VXManagedObjectID &person, const VXError &error)
 {
-    if (!error.isNull()) {
+    _isSaved = error.isNull();
+    if (!_isSaved) {
         notices().showProblem(VXText("The contact could not be saved: %1").arg(error.localizedDescription()),
-                              VXText("Try again"), [this] { undoStack().redo(); });
+                              _edited ? VXText("Try again") : QString(), [this] { endEditing(); });
         return;
     }
     notices().hide();
@@ -326,9 +327,9 @@ void VXContactsSection::merge(const QList<VXManagedObjectID> &persons, const QSt
         }));
 }
 
-void VXContactsSection::commit()
+bool VXContactsSection::commit()
 {
-    endEditing();
+    return endEditing();
 }
 
 bool VXContactsSection::leave()

@@ -46,7 +46,7 @@ public:
     void exportItems() override;
     void importItems() override;
     bool showObject(const QUrl &uri) override;
-    void commit() override;
+    bool commit() override;
     bool leave() override;
 
 private:
@@ -58,7 +58,7 @@ private:
     void showCard();
     void startEditing(const VXContactRecord &contact);
     bool endEditing();
-    void push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
+    bool push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
               const std::optional<VXContactRecord> &after);
     void editDone(const VXManagedObjectID &person, const VXError &error);
     QList<VXManagedObjectID> chosen() const;
@@ -82,4 +82,5 @@ private:
     VXContactRecord _cardContact;
     std::optional<VXContactRecord> _edited; // as it was, while the form is there
     bool _isNew = false;
+    bool _isSaved = true; // what was edited last
 };

@@ -1,6 +1,7 @@
 #include "VXComposer.h"
 
 #include "VXDesktopText.h"
+#include "VXDevicePopupButton.h"
 #include "VXMessageLength.h"
 #include "VXSymbol.h"
 #include "VXTextLabel.h"
@@ -22,8 +23,8 @@ constexpr int shownBelow = 30; // characters left before the counter is shown
 } // namespace
 
 VXComposer::VXComposer(QWidget *parent)
-    : QWidget(parent), _edit(new QPlainTextEdit(this)), _counter(new VXTextLabel({}, VXTextLabel::Role::Caption, this)),
-      _send(new QPushButton(this))
+    : QWidget(parent), _edit(new QPlainTextEdit(this)), _phone(new VXDevicePopupButton(this)),
+      _counter(new VXTextLabel({}, VXTextLabel::Role::Caption, this)), _send(new QPushButton(this))
 {
     setProperty("vxSurface", u"bar"_s);
     setAttribute(Qt::WA_StyledBackground);
@@ -40,17 +41,29 @@ VXComposer::VXComposer(QWidget *parent)
     auto *const row = new QHBoxLayout;
     row->addWidget(_edit, 1);
     row->addWidget(_send, 0, Qt::AlignBottom);
+    _phone->setAccessibleName(VXText("Phone to send by"));
+    _phone->setToolTip(VXText("Phone to send by"));
+    auto *const below = new QHBoxLayout;
+    below->addWidget(_phone, 0, Qt::AlignLeading); // not wider than its names where nothing stands beside it
+    below->addWidget(_counter, 1);
     auto *const column = new QVBoxLayout(this);
     column->setContentsMargins(16, 10, 16, 10);
     column->setSpacing(4);
     column->addLayout(row);
-    column->addWidget(_counter);
+    column->addLayout(below);
     connect(_edit, &QPlainTextEdit::textChanged, this, [this] {
         update();
         Q_EMIT textDidChange();
     });
     connect(_send, &QPushButton::clicked, this, &VXComposer::send);
+    updatePhones();
     update();
+}
+
+void VXComposer::updatePhones()
+{
+    _phone->popup().rebuild();
+    _phone->setVisible(_phone->count() > 1);
 }
 
 QString VXComposer::text() const

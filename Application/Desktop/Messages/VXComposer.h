@@ -4,9 +4,10 @@
 
 class QPlainTextEdit;
 class QPushButton;
+class VXDevicePopupButton;
 class VXTextLabel;
 
-/** Where a message is written: the text, how many characters and parts it has, and the button that sends it. Return sends, Shift+Return
+/** Where a message is written: the text, how many characters and parts it has, and the button that sends it, by which phone. Return sends, Shift+Return
  *  begins a line. */
 class VXComposer : public QWidget
 {
@@ -20,6 +21,10 @@ public:
     /** Why nothing can be sent just now, beside the button; null when it can. */
     void setObstacle(const QString &reason);
     void focusText();
+    /** By which phone it goes; shown where there are several. */
+    VXDevicePopupButton &phone() { return *_phone; }
+    /** Shows it, or not. */
+    void updatePhones();
 
 Q_SIGNALS:
     void wantsSend(const QString &text);
@@ -34,6 +39,7 @@ private:
     void send();
 
     QPlainTextEdit *_edit;
+    VXDevicePopupButton *_phone;
     VXTextLabel *_counter;
     QPushButton *_send;
     QString _obstacle;

@@ -7,7 +7,10 @@
 #include "VXConversationModel.h"
 #include "VXDesktopText.h"
 #include "VXDevicePlugin.h"
+#include "VXDevicePopupButton.h"
+#include "VXDeviceURL.h"
 #include "VXEmptyState.h"
+#include "VXOutgoingMessage.h"
 #include "VXPhonebookList.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
@@ -100,7 +103,11 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
             [this](const QPoint &at) { showMenu(_list->indexAt(at)); });
     connect(delegate, &VXBubbleDelegate::stateClicked, this, &VXConversationView::showMenu);
     connect(_composer, &VXComposer::wantsSend, this,
-            [this](const QString &text) { Q_EMIT wantsSend(receivers(), text); });
+            [this](const QString &text) { Q_EMIT wantsSend(receivers(), text, _composer->phone().selectedURL()); });
+    connect(&_composer->phone(), &QComboBox::activated, this, [this] {
+        VXUserDefaults::standardUserDefaults().setObject(VXAbsoluteString(_composer->phone().selectedURL()),
+                                                         phoneKey());
+    });
     connect(_composer, &VXComposer::textDidChange, this, &VXConversationView::keepDraft);
     connect(_to, &VXPhonebookTokenField::tokensDidChange, this, [this] {
         updateObstacle();
@@ -116,6 +123,12 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
             Q_EMIT wantsCall(number);
     });
     connect(contact, &QToolButton::clicked, this, [this] { Q_EMIT wantsContact(_party); });
+    // The registry tells under its lock, on whatever thread.
+    for (const VXNotificationName &name :
+         {VXDevicePluginDidAddDeviceNotification, VXDevicePluginDidRemoveDeviceNotification})
+        VXNotificationCenter::defaultCenter().addObserver(this, name, [this](const VXNotification &) {
+            QMetaObject::invokeMethod(this, &VXConversationView::phonesDidChange, Qt::QueuedConnection);
+        });
     VXKeepTabOrder(*page);
     setNone();
 }
@@ -158,6 +171,7 @@ void VXConversationView::setParty(const QString &party, const QStringList &conve
     _about->setVisible(hasNumber && shown != names);
     _model->setConversations(conversations);
     _composer->setText(VXUserDefaults::standardUserDefaults().stringForKey(draftKey()));
+    choosePhone();
     updateObstacle();
     _stack->setCurrentIndex(1);
 }
@@ -171,6 +185,7 @@ void VXConversationView::startNew(const QStringList &phonebookStrings, const QSt
     _newHead->show();
     _model->setConversations({});
     _to->setPhonebookStrings(VXPackPhonebookStrings(phonebookStrings));
+    choosePhone();
     _composer->setText(text.isEmpty() ? VXUserDefaults::standardUserDefaults().stringForKey(draftKey()) : text);
     updateObstacle();
     _stack->setCurrentIndex(1);
@@ -203,8 +218,35 @@ void VXConversationView::updateObstacle()
     _composer->setObstacle(reason);
 }
 
+QString VXConversationView::phoneKey() const
+{
+    return u"desktop.phone."_s + (_isNew ? u"new"_s : VXConversationKey(_party));
+}
+
+// The one chosen here before, else the one that the last message came or went by.
+void VXConversationView::choosePhone()
+{
+    VXDevicePopup &phones = _composer->phone().popup();
+    const int last = _model->rowCount() - 1;
+    phones.setSelectedURL(VXOutgoingMessage::preferredDevice());
+    if (last >= 0)
+        phones.setSelectedURL(QUrl(_model->messageAt(last).message.deviceURL));
+    phones.setSelectedURL(QUrl(VXUserDefaults::standardUserDefaults().stringForKey(phoneKey())));
+}
+
+void VXConversationView::phonesDidChange()
+{
+    _composer->updatePhones();
+    if (_stack->currentIndex() == 0)
+        return;
+    choosePhone();
+    updateObstacle();
+}
+
 void VXConversationView::wasRead(bool isOther, int added)
 {
+    if (isOther)
+        choosePhone();
     if (isOther || _isAtEnd || added > 0)
         _list->scrollToBottom();
     _isAtEnd = true;

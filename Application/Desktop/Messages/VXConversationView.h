@@ -2,6 +2,7 @@
 
 #include "VXMessageStore.h"
 
+#include <QtCore/QUrl>
 #include <QtWidgets/QWidget>
 
 class QListView;
@@ -33,7 +34,8 @@ public:
     void focusText();
 
 Q_SIGNALS:
-    void wantsSend(const QStringList &receivers, const QString &text);
+    /** `phone`: the one to send by; empty when there is none. */
+    void wantsSend(const QStringList &receivers, const QString &text, const QUrl &phone);
     void wantsCall(const QString &number);
     void wantsContact(const QString &phonebookString);
     /** Of a message that was not sent: what to do about it. */
@@ -49,6 +51,9 @@ private:
     void watchTop();
     void showMenu(const QModelIndex &index);
     void updateObstacle();
+    void phonesDidChange();
+    void choosePhone();
+    QString phoneKey() const;
     QString draftKey() const;
     void keepDraft();
 

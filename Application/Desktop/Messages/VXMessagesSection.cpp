@@ -325,9 +325,8 @@ void VXMessagesSection::write(const QStringList &phonebookStrings, const QString
     _view->startNew(phonebookStrings, text);
 }
 
-void VXMessagesSection::send(const QStringList &receivers, const QString &text)
+void VXMessagesSection::send(const QStringList &receivers, const QString &text, const QUrl &device)
 {
-    const QUrl device = VXOutgoingMessage::preferredDevice();
     const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
     if (device.isEmpty() || !outbox) {
         notices().showProblem(device.isEmpty() ? VXText("There is no phone to send by. Add one under Phones.")

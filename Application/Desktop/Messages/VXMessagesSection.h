@@ -48,7 +48,7 @@ private:
     bool chooseConversation(const QStringList &keys);
     void showConversation(const QString &party, const QStringList &keys);
     void listWasRead(int count);
-    void send(const QStringList &receivers, const QString &text);
+    void send(const QStringList &receivers, const QString &text, const QUrl &device);
     void markAsRead(const QStringList &conversations);
     void trash(const VXManagedObjectID &message);
     bool change(const std::function<void(VXManagedObjectContext &)> &work);

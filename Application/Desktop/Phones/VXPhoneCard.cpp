@@ -135,8 +135,12 @@ QString VXPhoneCard::facts(const VXDevicePlugin &device) const
     }
     for (const QString &key : {u"battery"_s, u"signal"_s}) {
         const auto property = device.devicePropertyForKey(key).value<VXLocalizedProperty>();
-        if (const QString text = property.transformedValue().toString(); !text.isEmpty())
-            facts.append(u"%1 %2"_s.arg(property.title(), text));
+        const QString text = property.transformedValue().toString();
+        if (text.isEmpty())
+            continue;
+        const bool isPercentage = property.title().endsWith(" (%)"_L1); // in the title, as tables have it
+        facts.append(isPercentage ? u"%1 %2 %"_s.arg(property.title().chopped(4), text)
+                                  : u"%1 %2"_s.arg(property.title(), text));
     }
     return facts.join(u" · "_s);
 }

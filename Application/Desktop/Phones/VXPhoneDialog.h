@@ -5,12 +5,12 @@
 
 class QComboBox;
 class QLineEdit;
-class QListWidget;
 class QPushButton;
 class QStackedWidget;
+class VXFoundPhones;
 class VXTextLabel;
 
-/** Adds a phone, with a search for what it could be connected by; or changes how one that is known is reached. */
+/** Adds a phone, one that was found or one that the user knows how to reach; or changes how one that is known is reached. */
 class VXPhoneDialog : public QDialog
 {
     Q_OBJECT
@@ -23,22 +23,24 @@ public:
     const QUrl &url() const { return _url; }
 
 private:
-    enum class Way { Cable, Bluetooth, Folder };
+    enum class Way { Found, Bluetooth, Folder };
 
-    void findPorts();
+    QWidget *makeBluetoothPage();
+    QWidget *makeFolderPage();
+    bool hasWays() const;
     void load();
+    void takeChoice();
     void update();
     void chooseFolder();
     QVariantMap preferences() const;
     void apply();
-    bool preparePlugin();
 
     QUrl _url;
+    const QString _plugin; // of a known phone
     QLineEdit *_name;
     QComboBox *_way;
     QStackedWidget *_places;
-    QListWidget *_ports;
-    VXTextLabel *_noPorts;
+    VXFoundPhones *_found;
     QLineEdit *_address;
     QLineEdit *_folder;
     VXTextLabel *_problem;

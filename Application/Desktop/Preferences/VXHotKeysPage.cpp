@@ -38,7 +38,7 @@ private:
     void fill()
     {
         const QString problem = _manager.service().problem();
-        _problem->setText(problem);
+        _problem->setText(VXText("Hot keys do not work here: %1").arg(problem));
         _problem->setVisible(!problem.isEmpty());
         const auto hotKeys = _manager.hotKeys();
         for (auto each = hotKeys.cbegin(); each != hotKeys.cend(); ++each)

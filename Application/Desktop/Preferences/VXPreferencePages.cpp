@@ -154,7 +154,7 @@ QWidget *VXMakeDataPage()
     column->addWidget(open, 0, Qt::AlignLeading);
     addNote(column, VXText("Contacts, messages, calls and automations lie there, a folder for each. A copy of the "
                            "folder, made while the program does not run, is a whole backup."));
-    column->addWidget(makeSwitch(VXText("Check exported data after writing"), u"export.validate"_s));
+    column->addWidget(VXMakeStoresList());
     column->addStretch();
     return column->parentWidget();
 }

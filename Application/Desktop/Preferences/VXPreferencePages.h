@@ -10,3 +10,6 @@ class QWidget;
 [[nodiscard]] QWidget *VXMakeHotKeysPage();
 [[nodiscard]] QWidget *VXMakeDataPage();
 [[nodiscard]] QWidget *VXMakePrivacyPage();
+
+/** Of the page of data: the stores, to be imported, exported and taken back as a whole. */
+[[nodiscard]] QWidget *VXMakeStoresList();

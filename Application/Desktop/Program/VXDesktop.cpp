@@ -70,6 +70,7 @@ struct Options
     QString theme;    // of them
     QString language;
     QStringList uris;
+    bool endsWhenShown = false;
 };
 
 // Qt ends a program that it finds no screen for as if it had crashed: it has not, and whoever started it is told what to do.
@@ -113,7 +114,9 @@ Options readOptions(const QStringList &arguments)
     parser.setApplicationDescription(u"Contacts, messages and calls, in step with your phones."_s);
     const QCommandLineOption theme(u"theme"_s, u"With --pictures: light or dark."_s, u"THEME"_s);
     const QCommandLineOption language(u"language"_s, u"With --pictures: en or de."_s, u"LANGUAGE"_s);
-    parser.addOptions({home, pictures, theme, language});
+    QCommandLineOption untilShown(u"until-shown"_s, u"End as soon as the window is painted, to be measured."_s);
+    untilShown.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOptions({home, pictures, theme, language, untilShown});
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(u"URI"_s, u"What to open: tel: and sms: URLs, vCard files, plugins."_s, u"[URI...]"_s);
@@ -121,7 +124,8 @@ Options readOptions(const QStringList &arguments)
     QStringList uris;
     for (const QString &each : parser.positionalArguments()) // from here, whoever opens it
         uris.append(each.contains(u':') ? each : QFileInfo(each).absoluteFilePath());
-    return {parser.value(home), parser.value(pictures), parser.value(theme), parser.value(language), uris};
+    return {parser.value(home),      parser.value(pictures), parser.value(theme), parser.value(language), uris,
+            parser.isSet(untilShown)};
 }
 
 // The desktop's keys and selection; where there are none preferences say so.
@@ -187,11 +191,18 @@ int runWindow(const Options &options, VXDesktopInstance &instance)
     const VXTray tray(window);
     const VXNewsNotices news(window);
     VXApplication &application = VXApplication::sharedApplication();
-    const VXSignalWatcher signals({SIGINT, SIGTERM}, [&application](int) {
+    const VXSignalWatcher signals({SIGINT, SIGTERM}, [&](int) {
         QMetaObject::invokeMethod(
-            &application, [&application] { application.terminate(); }, Qt::QueuedConnection);
+            &window,
+            [&] {
+                std::ranges::for_each(window.sections(), &VXSection::commit); // nobody is there to be asked
+                application.terminate();
+            },
+            Qt::QueuedConnection);
     });
     QObject::connect(&window, &VXMainWindow::didShow, &window, [&] {
+        if (options.endsWhenShown)
+            return application.terminate();
         connectToDesktop();
         VXDeviceRegistry::shared().makeKnownDevices();
         VXDesktopOpener(window).open(options.uris);

@@ -1,5 +1,6 @@
 #include "VXDesktopPictures.h"
 
+#include "VXFindWindow.h"
 #include "VXLogWindow.h"
 #include "VXMainWindow.h"
 #include "VXPreferencesWindow.h"
@@ -36,6 +37,15 @@ bool write(QWidget &widget, const QString &path)
     return true;
 }
 
+bool writeSheet(const QString &path)
+{
+    QWidget *const sheet = QApplication::activeModalWidget();
+    const bool isDone = sheet != nullptr && write(*sheet, path);
+    if (sheet != nullptr)
+        sheet->close();
+    return isDone;
+}
+
 } // namespace
 
 bool VXWritePictures(VXMainWindow &window, const QString &folder)
@@ -58,6 +68,15 @@ bool VXWritePictures(VXMainWindow &window, const QString &folder)
         QWidget &preferences = *window.findChild<VXPreferencesWindow *>();
         isDone = write(preferences, target.filePath(u"preferences-%1.png"_s.arg(key))) && isDone;
     }
+    window.showSection(u"messages"_s);
+    window.section(u"messages"_s)->makeNew();
+    isDone = write(window, target.filePath(u"message-new.png"_s)) && isDone;
+    window.section(u"phones"_s)->makeNew();
+    isDone = writeSheet(target.filePath(u"phone-add.png"_s)) && isDone;
+    window.assist();
+    isDone = writeSheet(target.filePath(u"assistant.png"_s)) && isDone;
+    window.findEverywhere();
+    isDone = write(*window.findChild<VXFindWindow *>(), target.filePath(u"find.png"_s)) && isDone;
     window.openLog();
     isDone = write(*window.findChild<VXLogWindow *>(), target.filePath(u"log.png"_s)) && isDone;
     window.hide();

@@ -6,7 +6,22 @@
 #include <QtGui/QImageReader>
 #include <QtGui/QPainter>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype largestStored = 128 << 10; // bytes
+constexpr int storedSide = 512;                // pixels, of what is larger
+
+QRect middleOf(QSize size)
+{
+    const int side = std::min(size.width(), size.height());
+    return {(size.width() - side) / 2, (size.height() - side) / 2, side, side};
+}
+
+} // namespace
 
 QImage VXSquarePicture(const QByteArray &bytes, int pixels)
 {
@@ -16,14 +31,26 @@ QImage VXSquarePicture(const QByteArray &bytes, int pixels)
     buffer.setData(bytes);
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
-    const QSize size = reader.size();
-    if (size.isValid())
-        reader.setScaledSize(size.scaled(pixels, pixels, Qt::KeepAspectRatioByExpanding));
-    const QImage image = reader.read();
-    if (image.isNull())
-        return {};
-    const QImage filled = image.scaled(pixels, pixels, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
-    return filled.copy((filled.width() - pixels) / 2, (filled.height() - pixels) / 2, pixels, pixels);
+    if (!reader.size().isValid()) { // the format does not tell beforehand
+        const QImage image = reader.read();
+        return image.copy(middleOf(image.size()))
+            .scaled(pixels, pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    }
+    // The middle alone, as small as it is wanted: of a long and narrow picture the rest would not fit into memory.
+    reader.setClipRect(middleOf(reader.size()));
+    reader.setScaledSize({pixels, pixels});
+    return reader.read();
+}
+
+QByteArray VXStorablePicture(const QByteArray &bytes)
+{
+    if (bytes.size() <= largestStored)
+        return VXSquarePicture(bytes, 1).isNull() ? QByteArray() : bytes;
+    QByteArray stored;
+    QBuffer buffer(&stored);
+    buffer.open(QBuffer::WriteOnly);
+    const QImage small = VXSquarePicture(bytes, storedSide);
+    return !small.isNull() && small.save(&buffer, "JPEG") ? stored : QByteArray();
 }
 
 VXAvatar::VXAvatar(int size, QWidget *parent) : QWidget(parent)

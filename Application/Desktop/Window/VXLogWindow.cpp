@@ -55,6 +55,7 @@ VXLogWindow::VXLogWindow(QWidget *parent)
     _pause->setCheckable(true);
     _text->setReadOnly(true);
     _text->setAccessibleName(VXText("Log"));
+    _text->setPlaceholderText(VXText("Nothing was logged."));
     _text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     _text->setLineWrapMode(QPlainTextEdit::NoWrap);
     _text->setMaximumBlockCount(int(mostEntries));

@@ -369,20 +369,33 @@ void VXMainWindow::assist()
 
 // -- The window
 
+// False when something that is being edited can not be put away, and the user would rather not lose it.
+bool VXMainWindow::commit()
+{
+    const auto unsaved = std::ranges::find_if_not(_sections, &VXSection::commit);
+    if (unsaved == _sections.end())
+        return true;
+    showSection((*unsaved)->key());
+    activate();
+    VXAlert alert;
+    alert.message = VXText("What you are editing is not saved yet.");
+    alert.informativeText = VXText("It stays here for you to look at. If you quit now, it is lost.");
+    alert.defaultButton = VXText("Stay");
+    alert.alternateButton = VXText("Quit");
+    return VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Alternate;
+}
+
 void VXMainWindow::quit()
 {
-    for (VXSection *const section : _sections)
-        section->commit();
     VXApplication &application = VXApplication::sharedApplication();
-    if (!application.isTerminating())
+    if (!application.isTerminating() && commit())
         application.terminate(); // asks the plugins first
 }
 
 void VXMainWindow::closeEvent(QCloseEvent *event)
 {
     if (VXTray::keepsRunning()) {
-        for (VXSection *const section : _sections)
-            section->commit();
+        std::ranges::for_each(_sections, &VXSection::commit);
         return QMainWindow::closeEvent(event);
     }
     event->ignore(); // the application ends the window

@@ -49,6 +49,8 @@ public:
     bool hasNothing() const;
     /** The assistant of the first start, when there is nothing yet. */
     void assist();
+    /** Ends the program, unless the user would rather go on with what could not be saved. */
+    void quit();
 
 Q_SIGNALS:
     /** Once, after the first section was painted. */
@@ -65,7 +67,7 @@ protected:
 private:
     using QMainWindow::addAction;
 
-    void quit();
+    bool commit();
     void addSections();
     void add(VXSection *section);
     void makeMenus();

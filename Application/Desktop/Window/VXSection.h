@@ -36,8 +36,9 @@ public:
     virtual void merge() {}
     virtual void exportItems() {}
     virtual void importItems() {}
-    /** Puts what is being edited away, where it is safe: before another section comes, and at the end. */
-    virtual void commit() {}
+    /** Puts what is being edited away, where it is safe: before another section comes, and at the end. False, told, when it could
+     *  not be: it then stays on screen. */
+    virtual bool commit() { return true; }
     /** Shows a stored object; false when it is none of this section's, or gone. */
     virtual bool showObject(const QUrl &) { return false; }
     /** Back to where one came from; false when there was nothing to leave. */

@@ -1,6 +1,5 @@
 #include "VXTray.h"
 
-#include "VXApplication.h"
 #include "VXDesktopText.h"
 #include "VXMainWindow.h"
 #include "VXUserDefaults.h"
@@ -24,7 +23,7 @@ VXTray::VXTray(VXMainWindow &window)
     });
     _menu->addAction(VXText("Sync phones"), &window, [&window] { window.sync(); });
     _menu->addSeparator();
-    _menu->addAction(VXText("Quit"), [] { VXApplication::sharedApplication().terminate(); });
+    _menu->addAction(VXText("Quit"), &window, &VXMainWindow::quit);
     _icon->setContextMenu(_menu.get());
     connect(_icon, &QSystemTrayIcon::activated, &window, [&window](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)

@@ -78,23 +78,9 @@ QList<VXFoundDevice> keptDevices()
 
 // -- What there is to tell
 
-// The device that was made of it: the name is the user's to change. Empty when there is none.
-QUrl madeOf(const VXFoundDevice &device)
-{
-    const QList<QUrl> known = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
-    const auto found = std::ranges::find_if(known, [&](const QUrl &url) {
-        const QVariantMap has = VXDevicePreferences(url, false);
-        return VXDeviceURLComponent(url, 0) == device.plugin &&
-               std::all_of(device.preferences.keyValueBegin(), device.preferences.keyValueEnd(), [&](const auto &pair) {
-                   return pair.first == "name"_L1 || has.value(pair.first) == pair.second;
-               });
-    });
-    return found == known.cend() ? QUrl() : *found;
-}
-
 QJsonObject jsonOf(const VXFoundDevice &device, int number)
 {
-    const QUrl made = madeOf(device);
+    const QUrl made = VXDeviceMadeOf(device);
     return withProblem({{u"number"_s, number},
                         {u"plugin"_s, device.plugin},
                         {u"name"_s, jsonText(device.name)},
@@ -124,7 +110,7 @@ QString shownName(const VXFoundDevice &device, const QList<VXFoundDevice> &all)
 QStringList rowOf(const VXFoundDevice &device, int number, const QString &name, const VXPluginManager &manager)
 {
     QString state = u"ready to be added"_s;
-    if (const QUrl made = madeOf(device); !made.isEmpty())
+    if (const QUrl made = VXDeviceMadeOf(device); !made.isEmpty())
         state = u"added as "_s + VXDeviceURLComponent(made, 1);
     else if (!device.problem.isNull())
         state = device.problem.localizedDescription();
@@ -173,6 +159,20 @@ void search(VXDeviceSearch &search)
 
 } // namespace
 
+// The name is the user's to change.
+QUrl VXDeviceMadeOf(const VXFoundDevice &device)
+{
+    const QList<QUrl> known = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
+    const auto found = std::ranges::find_if(known, [&](const QUrl &url) {
+        const QVariantMap has = VXDevicePreferences(url, false);
+        return VXDeviceURLComponent(url, 0) == device.plugin &&
+               std::all_of(device.preferences.keyValueBegin(), device.preferences.keyValueEnd(), [&](const auto &pair) {
+                   return pair.first == "name"_L1 || has.value(pair.first) == pair.second;
+               });
+    });
+    return found == known.cend() ? QUrl() : *found;
+}
+
 int VXFindDevices(VXHostContext &context, VXPluginManager &manager)
 {
     VXDeviceSearch searching;
@@ -193,7 +193,7 @@ int VXFindDevices(VXHostContext &context, VXPluginManager &manager)
     const qsizetype width = context.output.width();
     for (int number = 1; number <= devices.size(); ++number) {
         const QString remedy = devices[number - 1].problem.localizedRecoverySuggestion();
-        if (!remedy.isEmpty() && madeOf(devices[number - 1]).isEmpty())
+        if (!remedy.isEmpty() && VXDeviceMadeOf(devices[number - 1]).isEmpty())
             text += indented(u"%1: %2"_s.arg(number).arg(remedy), 0, width);
     }
     if (!found.isEmpty())

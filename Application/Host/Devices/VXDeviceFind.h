@@ -3,12 +3,17 @@
 #include "VXDeviceFinding.h"
 #include "VXHostCommand.h"
 
+#include <QtCore/QUrl>
+
 #include <optional>
 
 class VXPluginManager;
 
 /** "devices find": asks the device plugins which phones there are, shows them with numbers, and keeps these for "devices add". */
 [[nodiscard]] int VXFindDevices(VXHostContext &context, VXPluginManager &manager);
+
+/** The device that was made of what was found; empty when there is none. */
+[[nodiscard]] QUrl VXDeviceMadeOf(const VXFoundDevice &device);
 
 /** What the last "devices find" of this user showed under the number; none, told, when it showed none. */
 [[nodiscard]] std::optional<VXFoundDevice> VXFoundDeviceWithNumber(VXHostContext &context, int number);

@@ -96,4 +96,5 @@ TEST_F(VXContactEditTest, whatCannotBeSavedIsTold)
     ASSERT_TRUE(coordinator->removePersistentStore(store));
     stack.push(edit(std::nullopt, jane));
     EXPECT_FALSE(error.isNull());
+    EXPECT_EQ(stack.count(), 0); // nothing was done that could be undone
 }

@@ -9,10 +9,9 @@
 #include "VXDesktopTesting.h"
 #include "VXFindWindow.h"
 #include "VXListPane.h"
-#include "VXLogWindow.h"
 #include "VXManagedObjectContext.h"
+#include "VXNoticeBar.h"
 #include "VXPluginProxy.h"
-#include "VXPreferencesWindow.h"
 #include "VXScriptedUserInterface.h"
 #include "VXSearchIndex.h"
 #include "VXStoreListModel.h"
@@ -23,7 +22,11 @@
 #include <QtTest/QSignalSpy>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
+
+#include <csignal>
+#include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
 
@@ -54,36 +57,6 @@ protected:
         return nameless;
     }
 };
-
-TEST_F(VXMainWindowTest, whateverTakesTheFocusHasAName)
-{
-    VXMainWindow window;
-    window.show();
-    QStringList nameless;
-    for (const QString &key : {u"phones"_s, u"contacts"_s, u"messages"_s, u"calls"_s, u"automations"_s}) {
-        window.showSection(key);
-        nameless += namelessOn(window, key);
-    }
-    for (const QString &key : {u"automations"_s, u"contacts"_s, u"messages"_s}) {
-        window.showSection(key);
-        window.section(key)->makeNew();
-        nameless += namelessOn(window, u"new in "_s + key);
-    }
-    for (const QString &key : {u"general"_s, u"phones"_s, u"plugins"_s, u"keys"_s, u"data"_s, u"privacy"_s}) {
-        window.openPreferences(key);
-        nameless += namelessOn(*window.findChild<VXPreferencesWindow *>(), u"preferences, "_s + key);
-    }
-    window.openLog();
-    nameless += namelessOn(*window.findChild<VXLogWindow *>(), u"log"_s);
-    VXContactForm form(nullptr);
-    VXContactRecord contact;
-    contact.numbers = {{u"+1 555 0100"_s, 0, {}}};
-    contact.emails = {{u"jane@example.org"_s, 0, {}}};
-    form.setContact(contact, {});
-    form.show();
-    nameless += namelessOn(form, u"contact"_s);
-    EXPECT_EQ(nameless.join(u'\n'), QString());
-}
 
 TEST_F(VXMainWindowTest, theMenuOffersWhatTheSectionCanDo)
 {
@@ -242,4 +215,42 @@ TEST_F(VXMainWindowTest, aStoreIsImportedOnceTheUserAgrees)
     QDir(path()).mkdir(u"strange.vxdatastore"_s);
     VXDesktopOpener(window).open({path(u"strange.vxdatastore"_s)});
     EXPECT_EQ(script.errors().size(), 1U);
+}
+
+// On a disk that is full: what was typed stays, and quitting asks.
+TEST_F(VXMainWindowTest, anEditThatCannotBeSavedStaysOnScreen)
+{
+    VXContactRecord contact;
+    contact.firstName = u"Jane"_s;
+    add(contact);
+    VXMainWindow window;
+    window.show();
+    window.showSection(u"contacts"_s);
+    VXSection &section = *window.section(u"contacts"_s);
+    ASSERT_TRUE(VXRunUntil([&] { return shows(window, u"contacts"_s, u"Jane"_s); }));
+    section.edit();
+    auto &form = *section.findChild<VXContactForm *>();
+    form.findChild<QLineEdit *>()->setText(u"Janet"_s);
+    auto user = std::make_unique<VXScriptedUserInterface>();
+    VXScriptedUserInterface &script = *user;
+    VXApplication::sharedApplication().setUserInterface(std::move(user));
+    struct rlimit before = {};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const struct rlimit full = {1, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &full);
+    EXPECT_FALSE(section.commit());
+    script.answerAlert(VXAlertButton::Default);
+    window.showSection(u"calls"_s);
+    window.quit();
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(script.unusedAnswers(), 0U);
+    EXPECT_FALSE(VXApplication::sharedApplication().isTerminating());
+    EXPECT_TRUE(form.isVisible());
+    EXPECT_TRUE(section.notices().isProblem());
+    EXPECT_EQ(namesOfContacts(), QStringList{u"Jane"_s});
+    EXPECT_TRUE(section.commit()); // there is room again
+    EXPECT_EQ(namesOfContacts(), QStringList{u"Janet"_s});
+    section.undoStack().undo();
+    EXPECT_EQ(namesOfContacts(), QStringList{u"Jane"_s});
 }

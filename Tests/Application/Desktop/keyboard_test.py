@@ -3,80 +3,26 @@
 keyboard_test.py VORNIX DESKTOP EXAMPLES [WITH-PHONE]"""
 
 import json
-import os
-import subprocess
 import sys
-import tempfile
-import time
 import unittest
 
-VORNIX, DESKTOP, EXAMPLES = sys.argv[1:4]
+from desktop_session import DesktopSession
+
+EXAMPLES = sys.argv[3]
 HAS_PHONE = len(sys.argv) > 4
-PHONE = 'vxdevice://localhost/com.halvern.VNX2.GammuPhone/dummy1'
+DesktopSession.vornix_program, DesktopSession.desktop_program = sys.argv[1:3]
 
 
-class KeyboardTest(unittest.TestCase):
-    def setUp(self):
-        home = tempfile.TemporaryDirectory()
-        self.addCleanup(home.cleanup)
-        self.home = home.name
-        os.mkdir(self.home + '/run', 0o700)
-        self.environment = dict(os.environ, HOME=self.home, XDG_RUNTIME_DIR=self.home + '/run', LC_ALL='C.UTF-8',
-                                DBUS_SESSION_BUS_ADDRESS='unix:path=/nonexistent', QT_QPA_PLATFORM='xcb')
-        screen = self.start(['Xvfb', '-displayfd', '1', '-screen', '0', '1280x900x24'])
-        self.environment['DISPLAY'] = ':' + screen.stdout.readline().strip()
-
-    def start(self, command):
-        process = subprocess.Popen(command, env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                   text=True)
-
-        def end():
-            process.terminate()
-            process.wait()
-            process.stdout.close()
-        self.addCleanup(end)
-        return process
-
-    def vornix(self, *arguments):
-        answer = subprocess.run([VORNIX, '--home', self.home, *arguments], env=self.environment, capture_output=True,
-                                text=True, timeout=60)
-        self.assertEqual(answer.returncode, 0, answer.stderr)
-        return answer.stdout
-
+class KeyboardTest(DesktopSession):
     def names(self):
         return sorted(each['displayName'] for each in json.loads(self.vornix('--json', 'phonebook', 'list')))
 
-    def wait(self, condition, what):
-        for _ in range(150):
-            if condition():
-                return
-            time.sleep(0.2)  # between looks
-        self.fail(what)
-
-    def keys(self, *keys):
-        subprocess.run(['xdotool', 'key', '--delay', '60', *keys], env=self.environment, check=True)
-
-    def type(self, text):
-        subprocess.run(['xdotool', 'type', '--delay', '30', text], env=self.environment, check=True)
-
-    def window(self, name):
-        return subprocess.run(['xdotool', 'search', '--onlyvisible', '--name', name], env=self.environment,
-                              capture_output=True, text=True).stdout.split()
-
-    # The screen has no window manager, which would do it.
-    def focus(self):
-        window = self.window('^Vornix$')[-1]
-        subprocess.run(['xdotool', 'windowfocus', '--sync', window], env=self.environment, check=True)
-
     def test_main_ways(self):
+        self.start_screen()
         if HAS_PHONE:
-            subprocess.run([EXAMPLES + '/phone/fill', self.home + '/phone'], env=self.environment, check=True)
-            self.vornix('plugins', 'enable', 'com.halvern.VNX2.GammuPhone')
-            self.vornix('devices', 'add', 'com.halvern.VNX2.GammuPhone', 'dummy1', 'model=dummy', 'connection=none',
-                        'port=' + self.home + '/phone')
+            self.add_phone(EXAMPLES)
         self.vornix('phonebook', 'add', 'Zoë Adams', '--number', '+1 555 0133/m')
-        program = self.start([DESKTOP, '--home', self.home])
-        self.wait(lambda: self.window('^Vornix$'), 'the window did not come')
+        program = self.start_desktop()
         self.focus()
 
         # A new contact, back and again.
@@ -93,7 +39,8 @@ class KeyboardTest(unittest.TestCase):
 
         # A file is imported.
         self.keys('ctrl+o')
-        self.wait(lambda: self.window('vCard'), 'no panel came')
+        self.wait(lambda: self.windows('vCard'), 'no panel came')
+        self.focus('vCard')
         self.type(EXAMPLES + '/contacts/desktop-4.0.vcf')
         self.keys('Return')
         self.wait(lambda: len(self.names()) == 4, 'the file was not imported')

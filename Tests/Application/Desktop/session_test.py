@@ -1,15 +1,15 @@
 """The program with windows in sessions that have a tray, and in those that have no screen.
 
-session_test.py DESKTOP VORNIX"""
+session_test.py VORNIX DESKTOP"""
 
-import os
 import subprocess
 import sys
-import tempfile
-import time
 import unittest
 
-DESKTOP, VORNIX = sys.argv[1:3]
+from desktop_session import DesktopSession
+
+DESKTOP = sys.argv[2]
+DesktopSession.vornix_program, DesktopSession.desktop_program = sys.argv[1:3]
 
 # What a desktop's tray is to programs: tells on its output who took a place in it.
 WATCHER = '''
@@ -38,66 +38,24 @@ GLib.MainLoop().run()
 '''
 
 
-class SessionTest(unittest.TestCase):
-    def setUp(self):
-        home = tempfile.TemporaryDirectory()
-        self.addCleanup(home.cleanup)
-        self.home = home.name
-        os.mkdir(self.home + '/run', 0o700)
-        self.environment = dict(os.environ, HOME=self.home, XDG_RUNTIME_DIR=self.home + '/run', LC_ALL='C.UTF-8',
-                                DBUS_SESSION_BUS_ADDRESS='unix:path=/nonexistent', QT_QPA_PLATFORM='xcb')
-        self.environment.pop('WAYLAND_DISPLAY', None)
-        self.environment.pop('DISPLAY', None)
-
-    def start(self, command):
-        process = subprocess.Popen(command, env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                   text=True)
-
-        def end():
-            process.terminate()
-            process.wait()
-            process.stdout.close()
-        self.addCleanup(end)
-        return process
-
-    def vornix(self, *arguments):
-        subprocess.run([VORNIX, '--home', self.home, *arguments], env=self.environment, check=True, capture_output=True)
-
-    def wait(self, condition, what):
-        for _ in range(150):
-            if condition():
-                return
-            time.sleep(0.2)  # between looks
-        self.fail(what)
-
-    def windows(self):
-        return subprocess.run(['xdotool', 'search', '--onlyvisible', '--name', '^Vornix$'], env=self.environment,
-                              capture_output=True, text=True).stdout.split()
-
-    # The screen has no window manager, which would give it the focus.
-    def press_close(self):
-        subprocess.run(['xdotool', 'windowfocus', '--sync', self.windows()[-1], 'key', '--delay', '60', 'ctrl+w'],
-                       env=self.environment, check=True)
-
+class SessionTest(DesktopSession):
     def call(self, item, method, *arguments):
         subprocess.run(['dbus-send', '--session', '--print-reply', '--dest=' + item, '/StatusNotifierItem',
                         'org.kde.StatusNotifierItem.' + method, *arguments], env=self.environment, check=True,
                        capture_output=True)
 
     def test_closing_keeps_running_in_the_tray_where_the_user_said_so(self):
-        bus = self.start(['dbus-daemon', '--session', '--nofork', '--print-address'])
-        self.environment['DBUS_SESSION_BUS_ADDRESS'] = bus.stdout.readline().strip()
-        screen = self.start(['Xvfb', '-displayfd', '1', '-screen', '0', '1280x900x24'])
-        self.environment['DISPLAY'] = ':' + screen.stdout.readline().strip()
+        self.start_bus()
+        self.start_screen()
         watcher = self.start(['/usr/bin/python3', '-c', WATCHER])
         self.assertEqual(watcher.stdout.readline().strip(), 'ready')
         self.vornix('phonebook', 'add', 'Jane Doe', '--number', '+1 555 0100')  # or there would be an assistant
         for keeps_running in (True, False):
             self.vornix('defaults', 'write', 'com.halvern.VNX2', 'desktop.keeps_running', str(keeps_running).lower())
-            program = self.start([DESKTOP, '--home', self.home])
+            program = self.start_desktop()
             item = watcher.stdout.readline().strip()
-            self.wait(self.windows, 'the window did not come')
-            self.press_close()
+            self.focus()
+            self.keys('ctrl+w')
             if not keeps_running:
                 self.assertEqual(program.wait(30), 0)
                 continue

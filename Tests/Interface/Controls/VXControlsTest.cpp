@@ -71,16 +71,16 @@ class VXControlsTest : public VXHomeTest
 {
 };
 
-TEST_F(VXControlsTest, SearchFollowsTheTypingOnceItRests)
+TEST_F(VXControlsTest, SearchFollowsTheTyping)
 {
     VXSearchField field;
     VXShowActive(field);
     QStringList searches;
     QObject::connect(&field, &VXSearchField::searchTextDidChange, [&](const QString &text) { searches.append(text); });
     VXType(field, u"jan "_s);
-    EXPECT_TRUE(searches.isEmpty());
-    ASSERT_TRUE(VXRunUntil([&] { return !searches.isEmpty(); }));
-    EXPECT_EQ(searches, QStringList{u"jan"_s});
+    EXPECT_EQ(searches.value(0), u"j"_s); // at once, and what comes right behind it together
+    ASSERT_TRUE(VXRunUntil([&] { return searches.last() == "jan"_L1; }));
+    searches.clear();
     VXType(field, u"e"_s);
     VXPress(field, Qt::Key_Return); // at once
     EXPECT_EQ(searches.last(), u"jan e"_s);
@@ -91,7 +91,7 @@ TEST_F(VXControlsTest, SearchFollowsTheTypingOnceItRests)
     EXPECT_EQ(escapes, 0);
     VXPress(field, Qt::Key_Escape);
     EXPECT_EQ(escapes, 1);
-    EXPECT_EQ(searches.size(), 3);
+    EXPECT_LE(searches.size(), 3);
 }
 
 TEST_F(VXControlsTest, SplitViewsComeBackAsTheyWereLeft)
