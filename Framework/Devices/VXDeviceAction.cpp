@@ -65,6 +65,25 @@ void VXDeviceAction::setResult(const QVariant &result)
     _result.swap(kept);
 }
 
+void VXDeviceAction::setTaker(const Taker &taker)
+{
+    Taker kept = taker;
+    const VXMutexLocker lock(_lock);
+    _taker.swap(kept);
+}
+
+bool VXDeviceAction::handOver(const Portion &portion, const std::function<void()> &next)
+{
+    Taker taker;
+    {
+        const VXMutexLocker lock(_lock);
+        taker = _taker;
+    }
+    if (taker)
+        taker(portion, next);
+    return bool(taker);
+}
+
 QString VXDeviceAction::description() const
 {
     const VXError found = error();

@@ -60,6 +60,17 @@ public:
     QVariant result() const;
     void setResult(const QVariant &result);
 
+    // -- What a reading finds, in portions: for who wants no list of all of it in memory
+    /** Makes a portion, a map as `result` is with some of its "items". Called once, on any thread. */
+    using Portion = std::function<QVariantMap()>;
+    /** Has a portion taken. `next`, where there is one, is to be called on the main thread once more may come. */
+    using Taker = std::function<void(const Portion &portion, const std::function<void()> &next)>;
+    /** Before it is executed. A handler that knows no portions has all in its result nevertheless. */
+    void setTaker(const Taker &taker);
+    /** For the handler, on the main thread: what was taken does not belong into the result. False when nobody takes
+     * portions: nothing was done with it. */
+    bool handOver(const Portion &portion, const std::function<void()> &next = {});
+
     /** Class, address, action name, and the error or "no error": for logs. */
     QString description() const;
 
@@ -171,6 +182,7 @@ private:
     QVariant _object VX_GUARDED_BY(_lock);
     QVariant _object_cntx VX_GUARDED_BY(_lock);
     QVariant _result VX_GUARDED_BY(_lock);
+    Taker _taker VX_GUARDED_BY(_lock);
     VXActivity::Ptr _activity VX_GUARDED_BY(_lock);
     VXError _error VX_GUARDED_BY(_lock);
     Completion _callbackInvocation VX_GUARDED_BY(_lock);

@@ -13,7 +13,7 @@ namespace {
 constexpr qint64 nearness = 2000;           // of the same date, in milliseconds
 constexpr qint64 longestOnItsWay = 600'000; // between the date here and that of the phone's own clock
 
-qint64 distance(const QDateTime &date, const QDateTime &other)
+qint64 apart(const QDateTime &date, const QDateTime &other)
 {
     return date.isValid() && other.isValid() ? qAbs(date.msecsTo(other)) : 0;
 }
@@ -28,7 +28,26 @@ bool VXMessageMatch::isAlike(const VXMessageRecord &record, const VXMessageRecor
 
 bool VXMessageMatch::isNear(const QDateTime &date, const QDateTime &other)
 {
-    return distance(date, other) <= nearness;
+    return apart(date, other) <= nearness;
+}
+
+qint64 VXMessageMatch::spanOf(Rule rule)
+{
+    return rule == Rule::SentHere ? longestOnItsWay : nearness;
+}
+
+// As `conditionFor` has the store ask.
+std::optional<qint64> VXMessageMatch::distance(const VXMessageRecord &record, const VXManagedObject &message, Rule rule)
+{
+    const QDateTime date = message.valueForKey(u"date"_s).toDateTime();
+    const bool isSentHere = !record.isIncoming() && message.valueForKey(u"state"_s).toInt() == 2 &&
+                            message.valueForKey(u"url"_s).isNull() && !message.valueForKey(u"device_url"_s).isNull();
+    const bool mayHaveAnyDate = rule == Rule::SentHere && !record.date.isValid();
+    const qint64 between = apart(record.date, date);
+    if ((rule == Rule::SentHere && !isSentHere) || between > spanOf(rule) ||
+        (!mayHaveAnyDate && record.date.isValid() != date.isValid()))
+        return std::nullopt;
+    return between;
 }
 
 VXPredicate VXMessageMatch::conditionFor(const VXMessageRecord &record, Rule rule) const
@@ -43,7 +62,7 @@ VXPredicate VXMessageMatch::conditionFor(const VXMessageRecord &record, Rule rul
     addText(u"conversation"_s, VXConversationKey(record.otherParty()));
     addText(u"text"_s, record.text);
     if (record.date.isValid()) {
-        const qint64 span = rule == Rule::SentHere ? longestOnItsWay : nearness;
+        const qint64 span = spanOf(rule);
         format += u" AND date >= %@ AND date <= %@"_s;
         arguments << record.date.toUTC().addMSecs(-span) << record.date.toUTC().addMSecs(span);
     } else if (rule == Rule::SameDate) {
@@ -68,11 +87,11 @@ std::optional<VXManagedObjectPtr> VXMessageMatch::find(const VXMessageRecord &re
     qint64 shortest = 0;
     for (const Message &message : *found) {
         const VXMessageRecord other(QVariant::fromValue(message));
-        const qint64 apart = distance(record.date, other.date);
-        if ((nearest && apart >= shortest) || !isAlike(record, other) || !mayBe(message))
+        const qint64 between = apart(record.date, other.date);
+        if ((nearest && between >= shortest) || !isAlike(record, other) || !mayBe(message))
             continue;
         nearest = message;
-        shortest = apart;
+        shortest = between;
     }
     return nearest;
 }

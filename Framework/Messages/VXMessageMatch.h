@@ -29,6 +29,11 @@ public:
     [[nodiscard]] static bool isAlike(const VXMessageRecord &record, const VXMessageRecord &other);
     /** By Rule::SameDate; one that is unknown may be any. */
     [[nodiscard]] static bool isNear(const QDateTime &date, const QDateTime &other);
+    /** How far apart the dates of one that is alike are, in milliseconds, 0 where they are not known; none when by the rule it is another. */
+    [[nodiscard]] static std::optional<qint64> distance(const VXMessageRecord &record, const VXManagedObject &message,
+                                                        Rule rule);
+    /** How far apart dates may be, in milliseconds. */
+    [[nodiscard]] static qint64 spanOf(Rule rule);
 
 private:
     [[nodiscard]] VXPredicate conditionFor(const VXMessageRecord &record, Rule rule) const;

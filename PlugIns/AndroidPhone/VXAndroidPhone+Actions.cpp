@@ -103,32 +103,29 @@ void VXAndroidPhone::unpair(VXBusErrand &errand)
 void VXAndroidPhone::readContacts(VXBusErrand &errand)
 {
     errand.begin(text(u"Reading contacts"_s), contactsLimit);
-    const VXConnectContacts contacts(_phone);
-    errand.compute(
-        [contacts] {
-            contacts.putAside();
-            return 0;
-        },
-        [this, &errand](int) { fetchContacts(errand); });
-    errand.setFarewell([contacts] { QThreadPool::globalInstance()->start([contacts] { contacts.bringBack(); }); });
+    const auto contacts = std::make_shared<VXConnectContacts>(_phone);
+    errand.compute([contacts] { return contacts->putAside(); },
+                   [this, &errand, contacts](const QString &problem) {
+                       if (problem.isNull())
+                           fetchContacts(errand, contacts);
+                       else
+                           errand.fail(VXBusError(problem));
+                   });
+    errand.setFarewell([contacts] { QThreadPool::globalInstance()->start([contacts] { contacts->bringBack(); }); });
 }
 
-void VXAndroidPhone::fetchContacts(VXBusErrand &errand)
+void VXAndroidPhone::fetchContacts(VXBusErrand &errand, const std::shared_ptr<VXConnectContacts> &contacts)
 {
+    errand.begin(text(u"Reading contacts"_s), contactsLimit);
     const QString path = VXConnectNames::path(_phone, u"contacts"_s);
-    const VXConnectContacts contacts(_phone);
-    const auto parse = [this, &errand, contacts] {
+    const auto take = [&errand, contacts](const VXConnectContacts::Cards &cards) {
+        errand.succeed(
+            {{u"items"_s, cards.items}, {u"problems"_s, cards.problems}, {u"isComplete"_s, cards.problems.isEmpty()}});
+        QThreadPool::globalInstance()->start([contacts] { contacts->forget(); });
+    };
+    const auto parse = [this, &errand, contacts, take] {
         errand.begin(text(u"Reading contacts"_s), contactsLimit);
-        errand.compute(
-            [contacts] {
-                contacts.forget();
-                return contacts.read();
-            },
-            [&errand](const VXConnectContacts::Cards &cards) {
-                errand.succeed({{u"items"_s, cards.items},
-                                {u"problems"_s, cards.problems},
-                                {u"isComplete"_s, cards.problems.isEmpty()}});
-            });
+        errand.compute([contacts] { return contacts->read(); }, take);
     };
     errand.listen(path, VXConnectNames::contacts, u"localCacheSynchronized"_s,
                   [parse](const QDBusMessage &) { parse(); });

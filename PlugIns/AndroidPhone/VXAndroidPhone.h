@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXBusDevice.h"
+#include "VXConnectContacts.h"
 #include "VXConnectMessages.h"
 #include "VXPhoneCalls.h"
 
@@ -50,7 +51,7 @@ private:
     void requestPair(VXBusErrand &errand);
     void unpair(VXBusErrand &errand);
     void readContacts(VXBusErrand &errand);
-    void fetchContacts(VXBusErrand &errand);
+    void fetchContacts(VXBusErrand &errand, const std::shared_ptr<VXConnectContacts> &contacts);
     void dial(VXBusErrand &errand);
 
     void callWasReceived(const QString &event, const QString &number);

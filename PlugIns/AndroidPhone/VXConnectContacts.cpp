@@ -2,61 +2,112 @@
 
 #include "VXCardReader.h"
 #include "VXFolders.h"
+#include "VXFramework.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+
+#include <filesystem>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QString cardSuffix = u".vcf"_s;
-const QString asideSuffix = u".vcf-aside"_s;
+constexpr std::chrono::seconds longestWait{10};
 
-QStringList filesIn(const QString &folder, const QString &suffix)
+QString pathFor(const QString &prefix, const QString &deviceID)
 {
-    return QDir(folder).entryList({u'*' + suffix}, QDir::Files | QDir::Hidden, QDir::Name);
+    return VXFindFolder(VXFolderType::ApplicationSupport, VXFolderDomain::User) + "/kpeoplevcard/"_L1 + prefix +
+           "kdeconnect-"_L1 + deviceID;
+}
+
+QStringList cardsIn(const QString &folder)
+{
+    QStringList names;
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(folder.toStdString(), error)) {
+        const QString name = QFile::decodeName(entry.path().filename().c_str());
+        if (name.endsWith(cardSuffix) && entry.is_regular_file(error))
+            names.append(name);
+    }
+    names.sort();
+    return names;
 }
 
 } // namespace
 
 VXConnectContacts::VXConnectContacts(const QString &deviceID)
-    : _folder(VXFindFolder(VXFolderType::ApplicationSupport, VXFolderDomain::User) + "/kpeoplevcard/kdeconnect-"_L1 +
-              deviceID)
+    : _folder(pathFor({}, deviceID)), _aside(pathFor(u"."_s, deviceID) + "-aside"_L1)
 {
 }
 
-void VXConnectContacts::putAside() const
+// All of them in one step, however many there are.
+QString VXConnectContacts::putAside()
 {
-    const QDir folder(_folder);
-    for (const QString &name : filesIn(_folder, cardSuffix)) {
-        const QString aside = name.chopped(cardSuffix.size()) + asideSuffix;
-        QFile::remove(folder.filePath(aside));
-        QFile::rename(folder.filePath(name), folder.filePath(aside));
+    const VXMutexLocker locker(_mutex);
+    if (_isOver || !QFileInfo(_folder).isDir())
+        return {};
+    _lock = std::make_unique<VXFileLock>(_aside + ".lock"_L1, longestWait);
+    if (_lock->isTimedOut())
+        return VXLocalizedString(
+            u"The same is being done already, here or by another program: try again when it has ended."_s);
+    if (!_lock->isHeld())
+        return _lock->reason();
+    returnAll();
+    std::error_code error;
+    std::filesystem::rename(_folder.toStdString(), _aside.toStdString(), error);
+    if (error)
+        return QString::fromStdString(error.message());
+    std::filesystem::create_directory(_folder.toStdString(), _aside.toStdString(), error);
+    return {};
+}
+
+void VXConnectContacts::bringBack()
+{
+    const VXMutexLocker locker(_mutex);
+    _isOver = true;
+    if (_lock && _lock->isHeld())
+        returnAll();
+    _lock.reset();
+}
+
+void VXConnectContacts::returnAll() const
+{
+    const std::filesystem::path folder = _folder.toStdString();
+    const std::filesystem::path aside = _aside.toStdString();
+    std::error_code error;
+    if (!std::filesystem::exists(aside, error))
+        return;
+    std::filesystem::remove(folder, error); // when nothing came
+    std::filesystem::rename(aside, folder, error);
+    if (!error)
+        return;
+    for (const auto &card : std::filesystem::directory_iterator(aside, error)) {
+        std::error_code failure;
+        const std::filesystem::path place = folder / card.path().filename();
+        if (!std::filesystem::exists(place, failure)) // else a new one is there
+            std::filesystem::rename(card.path(), place, failure);
     }
+    std::filesystem::remove_all(aside, error);
 }
 
-void VXConnectContacts::bringBack() const
+void VXConnectContacts::forget()
 {
-    const QDir folder(_folder);
-    for (const QString &aside : filesIn(_folder, asideSuffix)) {
-        const QString name = aside.chopped(asideSuffix.size()) + cardSuffix;
-        if (!QFile::rename(folder.filePath(aside), folder.filePath(name))) // a new one is there
-            QFile::remove(folder.filePath(aside));
+    const VXMutexLocker locker(_mutex);
+    _isOver = true;
+    if (_lock && _lock->isHeld()) {
+        std::error_code error;
+        std::filesystem::remove_all(_aside.toStdString(), error);
     }
-}
-
-void VXConnectContacts::forget() const
-{
-    for (const QString &aside : filesIn(_folder, asideSuffix))
-        QFile::remove(QDir(_folder).filePath(aside));
+    _lock.reset();
 }
 
 VXConnectContacts::Cards VXConnectContacts::read() const
 {
     Cards cards;
-    for (const QString &name : filesIn(_folder, cardSuffix)) {
+    for (const QString &name : cardsIn(_folder)) {
         QFile file(QDir(_folder).filePath(name));
         if (!file.open(QIODevice::ReadOnly)) {
             cards.problems.append(name + ": "_L1 + file.errorString());

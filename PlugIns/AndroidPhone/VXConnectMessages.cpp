@@ -13,22 +13,34 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto threadsLimit = 20s; // until the first conversation is told of
-constexpr auto quiet = 2s;         // there is no sign of the last one
-constexpr auto threadLimit = 60s;  // for a conversation, as long as nothing comes
-constexpr auto rest = 5s;          // for what is missing of one
-constexpr auto sendLimit = 90s;    // until the phone tells of the message as sent
+constexpr auto threadsLimit = 20s;      // until the first conversation is told of
+constexpr auto quiet = 2s;              // there is no sign of the last one
+constexpr auto threadLimit = 60s;       // for a conversation, as long as nothing comes
+constexpr auto rest = 5s;               // for what is missing of one
+constexpr auto takingLimit = 300s;      // for who files what was read
+constexpr auto sendLimit = 90s;         // until the phone tells of the message as sent
+constexpr qsizetype portionSize = 1000; // of messages, as one conversation may have all there are
 
 } // namespace
 
 struct VXConnectMessages::Reading
 {
-    Messages messages = {};
-    QList<qint64> threads = {}; // those that are left
-    qint64 thread = 0;          // the one that is read
-    QSet<int> found = {};       // of it
+    QList<VXConnectMessage> messages = {};  // that were not handed over
+    QSet<VXConnectMessage::Key> known = {}; // all that came
+    bool isHandedOver = true;               // else nobody takes portions
+    QList<qint64> threads = {};             // those that are left
+    qint64 thread = 0;                      // the one that is read
+    QSet<int> found = {};                   // of it
     qulonglong expected = 0;
     QStringList problems = {};
+
+    void add(const VXConnectMessage &message)
+    {
+        const qsizetype before = known.size();
+        known.insert(message.key());
+        if (known.size() > before)
+            messages.append(message);
+    }
 };
 
 struct VXConnectMessages::Sending
@@ -43,8 +55,12 @@ VXConnectMessages::VXConnectMessages(VXBusDevice &device, VXBusQueue &queue) : _
     const auto heard = [this](const QDBusMessage &signal) {
         if (_phone.isNull() || signal.path() != VXConnectNames::path(_phone))
             return;
-        if (const auto message = VXConnectMessage::fromArgument(signal.arguments().value(0)))
-            take(*message);
+        const auto message = VXConnectMessage::fromArgument(signal.arguments().value(0));
+        if (!message)
+            return;
+        take(*message);
+        if (const Heard reader = _heard) // which may listen to others
+            reader(*message);
     };
     for (const QString &member : {u"conversationCreated"_s, u"conversationUpdated"_s})
         queue.service()->listen({}, VXConnectNames::conversations, member, this, heard);
@@ -88,14 +104,18 @@ void VXConnectMessages::survey()
 
 // -- Reading
 
-void VXConnectMessages::listen(VXBusErrand &errand, const std::function<void(const VXConnectMessage &)> &heard)
+// What the function keeps alive, as all that was read, goes with the errand.
+void VXConnectMessages::listen(VXBusErrand &errand, const Heard &heard)
 {
-    const auto unwrapped = [heard](const QDBusMessage &signal) {
-        if (const auto message = VXConnectMessage::fromArgument(signal.arguments().value(0)))
-            heard(*message);
-    };
-    for (const QString &member : {u"conversationCreated"_s, u"conversationUpdated"_s})
-        errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, member, unwrapped);
+    _heard = errand.guarded<VXConnectMessage>(heard);
+    _listening = &errand;
+    connect(&errand, &QObject::destroyed, this, &VXConnectMessages::dropHeard, Qt::UniqueConnection);
+}
+
+void VXConnectMessages::dropHeard()
+{
+    if (!_listening)
+        _heard = {};
 }
 
 // Calls `then` when no more conversations are told of. The step is begun already.
@@ -135,7 +155,7 @@ void VXConnectMessages::read(VXBusErrand &errand)
     const auto threads = std::make_shared<QSet<qint64>>();
     errand.begin(_device.text(u"Looking for conversations"_s), threadsLimit);
     listen(errand, [reading, threads](const VXConnectMessage &message) {
-        reading->messages.insert(message.key(), message);
+        reading->add(message);
         threads->insert(message.thread);
     });
     errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, u"conversationLoaded"_s,
@@ -157,7 +177,7 @@ void VXConnectMessages::readNext(VXBusErrand &errand, const std::shared_ptr<Read
     reading->thread = reading->threads.takeFirst();
     reading->found.clear();
     errand.begin(_device.text(u"Reading messages"_s), threadLimit);
-    listen(errand, [reading](const VXConnectMessage &message) { reading->messages.insert(message.key(), message); });
+    listen(errand, [reading](const VXConnectMessage &message) { reading->add(message); });
     const auto loaded = [this, &errand, reading](const QDBusMessage &signal) {
         if (signal.arguments().value(0).toLongLong() == reading->thread)
             readLoaded(errand, reading, signal.arguments().value(1).toULongLong());
@@ -178,8 +198,10 @@ void VXConnectMessages::readLoaded(VXBusErrand &errand, const std::shared_ptr<Re
         return finishThread(errand, reading);
     errand.begin(_device.text(u"Reading messages"_s), threadLimit);
     const auto end = [this, &errand, reading] { finishThread(errand, reading); };
-    listen(errand, [&errand, reading, end](const VXConnectMessage &message) {
-        reading->messages.insert(message.key(), message);
+    listen(errand, [this, &errand, reading, end](const VXConnectMessage &message) {
+        reading->add(message);
+        if (reading->messages.size() >= 4 * portionSize)
+            handOver(errand, *reading); // however fast they come
         if (message.thread != reading->thread)
             return;
         reading->found.insert(message.identifier);
@@ -204,12 +226,34 @@ void VXConnectMessages::finishThread(VXBusErrand &errand, const std::shared_ptr<
                                      .arg(reading->expected));
     if (errand.action())
         errand.action()->incrementProgress();
-    readNext(errand, reading);
+    const auto next = [this, &errand, reading] { readNext(errand, reading); };
+    errand.begin(_device.text(u"Reading messages"_s),
+                 takingLimit); // nothing of this conversation is waited for any more
+    listen(errand, [reading](const VXConnectMessage &message) { reading->add(message); });
+    if (reading->messages.size() < portionSize || !handOver(errand, *reading, next))
+        next();
+}
+
+// What is made of them is made where they are wanted. False when that is at the end. `next` may be called at once.
+bool VXConnectMessages::handOver(VXBusErrand &errand, Reading &reading, const std::function<void()> &next) const
+{
+    if (!reading.isHandedOver)
+        return false;
+    const QList<VXConnectMessage> messages = std::exchange(reading.messages, {});
+    const auto make = [messages, deviceURL = VXAbsoluteString(_device.url())] {
+        return QVariantMap{{u"items"_s, recordsOf(messages, deviceURL)}};
+    };
+    reading.isHandedOver =
+        errand.action() && errand.action()->handOver(make, next ? errand.guarded<>(next) : std::function<void()>());
+    if (!reading.isHandedOver)
+        reading.messages = messages;
+    return reading.isHandedOver;
 }
 
 // A hundred thousand records take their time, which is another thread's.
 void VXConnectMessages::finish(VXBusErrand &errand, const std::shared_ptr<Reading> &reading) const
 {
+    reading->known = {};
     errand.begin(_device.text(u"Reading messages"_s), threadLimit);
     const auto make = [messages = std::exchange(reading->messages, {}), deviceURL = VXAbsoluteString(_device.url())] {
         return recordsOf(messages, deviceURL);
@@ -220,9 +264,8 @@ void VXConnectMessages::finish(VXBusErrand &errand, const std::shared_ptr<Readin
     });
 }
 
-QVariantList VXConnectMessages::recordsOf(const Messages &read, const QString &deviceURL)
+QVariantList VXConnectMessages::recordsOf(QList<VXConnectMessage> messages, const QString &deviceURL)
 {
-    QList<VXConnectMessage> messages = read.values();
     std::ranges::sort(messages, {}, [](const VXConnectMessage &message) {
         return std::tuple(message.date, message.thread, message.identifier);
     });

@@ -28,18 +28,21 @@ public:
     void send(VXBusErrand &errand);
 
 private:
-    using Messages = QHash<VXConnectMessage::Key, VXConnectMessage>;
+    using Heard = std::function<void(const VXConnectMessage &message)>;
     struct Reading;
     struct Sending;
 
-    void listen(VXBusErrand &errand, const std::function<void(const VXConnectMessage &message)> &heard);
+    /** Hands over messages during this step. */
+    void listen(VXBusErrand &errand, const Heard &heard);
+    void dropHeard();
     void askForThreads(VXBusErrand &errand, const std::function<void()> &then);
     void askForNewest(VXBusErrand &errand, const std::function<void()> &then);
     void readNext(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
     void readLoaded(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, qulonglong count);
     void finishThread(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
+    bool handOver(VXBusErrand &errand, Reading &reading, const std::function<void()> &next = {}) const;
     void finish(VXBusErrand &errand, const std::shared_ptr<Reading> &reading) const;
-    static QVariantList recordsOf(const Messages &read, const QString &deviceURL);
+    static QVariantList recordsOf(QList<VXConnectMessage> messages, const QString &deviceURL);
     void sendNow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending);
     void follow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending, const VXConnectMessage &message);
     void take(const VXConnectMessage &message);
@@ -50,4 +53,6 @@ private:
     std::optional<qint64> _watermark; // of the messages there were; none before the first survey
     qint64 _newest = 0;               // date of any message
     QSet<VXConnectMessage::Key> _told;
+    Heard _heard;                     // null for none
+    QPointer<VXBusErrand> _listening; // whose it is
 };

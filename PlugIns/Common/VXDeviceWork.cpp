@@ -62,12 +62,15 @@ void VXDeviceWork::end()
     _whole->conclude();
 }
 
-void VXDeviceWork::perform(const QString &name, const QVariant &object, const QString &statusText, const Then &then)
+void VXDeviceWork::perform(const QString &name, const QVariant &object, const QString &statusText, const Then &then,
+                           const VXDeviceAction::Taker &taker)
 {
     if (_whole->isCancelled())
         return end();
     const VXDeviceAction::Ptr part = VXDeviceAction::actionWithName(name);
     part->setObject(object);
+    part->setTaker(taker);
+    _part = part;
     _whole->setStatusText(statusText);
     QObject::connect(_whole.get(), &VXDeviceAction::cancelRequested, part.get(),
                      [part = part.get()] { part->cancel(); });
@@ -84,6 +87,12 @@ void VXDeviceWork::perform(const QString &name, const QVariant &object, const QS
         self->carryOut([&] { then(*concluded); });
     };
     VXCallPlugin(*_whole->device(), "executeWithDevice", [&] { part->executeWithDevice(_whole->device(), conclude); });
+}
+
+void VXDeviceWork::cancelPart()
+{
+    if (const VXDeviceAction::Ptr part = _part.lock(); part && part->isExecuting())
+        part->cancel();
 }
 
 bool VXDeviceWork::isOver() const

@@ -2,12 +2,16 @@
 
 #include "VXDeviceAction.h"
 #include "VXFileLock.h"
+#include "VXMainThread.h"
 
 #include <QtCore/QPointer>
+#include <QtCore/QThreadPool>
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <type_traits>
 
 /**
  * An action that consists of others on the same device, one after the other: their progress is shown as its own, and its cancel
@@ -38,8 +42,37 @@ protected:
     const VXDeviceAction::Ptr &whole() const { return _whole; }
 
     using Then = std::function<void(const VXDeviceAction &part)>;
-    /** Has the device do this, and then calls `then`, unless the whole was cancelled meanwhile: then it is concluded. */
-    void perform(const QString &name, const QVariant &object, const QString &statusText, const Then &then);
+    /** Has the device do this, and then calls `then`, unless the whole was cancelled meanwhile: then it is concluded. What
+     *  is read goes to the taker, where there is one and the device knows portions. */
+    void perform(const QString &name, const QVariant &object, const QString &statusText, const Then &then,
+                 const VXDeviceAction::Taker &taker = {});
+    /** Has another thread work, and then calls `then` with what it made; nobody is called when the program ends before. What
+     *  either throws ends the whole with that error. */
+    template <class Work, class Then>
+    void compute(Work work, Then then)
+    {
+        using Made = std::invoke_result_t<Work>;
+        QThreadPool::globalInstance()->start([self = shared_from_this(), work = std::function<Made()>(std::move(work)),
+                                              then = std::move(then)]() mutable {
+            const auto made = std::make_shared<std::optional<Made>>();
+            std::exception_ptr thrown;
+            try {
+                *made = work();
+            } catch (...) {
+                thrown = std::current_exception();
+            }
+            work = {}; // what it held may be much, and goes on this thread
+            VXMainThread::perform([self = std::move(self), made, thrown, then = std::move(then)] {
+                self->carryOut([&] {
+                    if (thrown)
+                        std::rethrow_exception(thrown);
+                    then(**made);
+                });
+            });
+        });
+    }
+    /** Breaks off what is performed, if anything is; `then` is called as ever. */
+    void cancelPart();
     /** True, when after a failure there is no sense in going on: cancelled, or the phone is gone. */
     bool isOver() const;
 
@@ -52,5 +85,6 @@ private:
 
     const VXDeviceAction::Ptr _whole;
     const QString _lockPath;
-    std::optional<VXFileLock> _lock; // from the begin to the end
+    std::weak_ptr<VXDeviceAction> _part; // that was performed last
+    std::optional<VXFileLock> _lock;     // from the begin to the end
 };

@@ -1,18 +1,16 @@
 #pragma once
 
-#include "MessageDataConstants.h"
 #include "VXDeviceWork.h"
-#include "VXMessageStore.h"
-
-#include <QtCore/QHash>
+#include "VXMessageFiling.h"
 
 #include <deque>
 
 /**
- * Brings a phone's folder of messages and the phone into step, as the action "sync_messages": what is on the phone is filed,
- * whole messages only; what was sent from here, or imported, goes from its root folder to the phone's when that has it too; and what was changed here is carried out there and then noted as done. Each step is saved before the
+ * Brings a phone's folder of messages and the phone into step, as the action "sync_messages": what is on the phone is filed
+ * (VXMessageFiling), whole messages only, while the rest is read; what was sent from here, or imported, goes from its root folder to the
+ * phone's when that has it too; and what was changed here is carried out there and then noted as done. Each step is saved before the
  * next, so that it can be broken off anywhere and be repeated; a second one changes nothing. What was deleted on the phone
- * stays here. Main thread.
+ * stays here. Main thread, which waits for no store.
  */
 class VXMessageSync : public VXDeviceWork
 {
@@ -26,42 +24,28 @@ protected:
     void start() override { read(); }
 
 private:
-    struct Item // of the phone
-    {
-        QVariantMap map;
-        VXMessageRecord record;
-        bool isKept = true; // else it is left where it lies
-    };
-    struct Change // to be carried out there
-    {
-        VXManagedObjectID message;
-        VXPendingChange kind = VXPendingChange::None;
-        QVariantMap object = {}; // of the action
-        bool isNew = false;      // on the phone
-    };
-    class Match;
+    using Change = VXMessageFiling::Change;
+    /** Done in turn on another thread. */
+    using Step = std::function<VXError(VXMessageFiling &filing)>;
 
     void read();
-    void take(const QVariantMap &item);
     void didRead(const VXDeviceAction &part);
-    bool fileAndSave(VXError *error);
-    bool apply(VXManagedObjectContext &context, VXError *error);
-    QString deviceURL() const;
-    /** What was perhaps sent is where the phone has its copy: told to the outbox, and the draft is the message that it is. */
-    void settleSent(QList<VXManagedObjectPtr> &messages, VXManagedObjectContext &context) const;
-    void applyItem(const Item &item, const VXManagedObjectPtr &message, const VXManagedObjectPtr &folder);
-    void applyAbsence(const VXManagedObjectPtr &message, VXManagedObjectContext &context);
-    bool forgetTrash(VXManagedObjectContext &context, VXError *error);
-    void noteChange(const VXManagedObjectPtr &message, const QVariantMap &item);
+    void enqueue(const Step &step);
+    void fileNext();
+    void didFile(const VXError &error);
+    void didFileAll();
 
     void carryOutNext();
     void didCarryOut(const Change &change, const VXDeviceAction &part);
+    void didNote(const Change &change, const VXError &error, bool isWritten);
     void finish();
 
     const VXMessageStore _store;
-    QList<Item> _items;
-    bool _isAll = false;       // nothing on the phone is missing from the items
-    bool _marksAsRead = false; // what is read from the phone is a read message there from then on
+    std::shared_ptr<VXMessageFiling> _filing; // of this reading; at work on another thread while _isFiling
+    std::deque<Step> _steps;                  // left of it
+    std::function<void()> _readOn;            // once nothing waits; null while the phone goes on by itself
+    bool _isFiling = false;
+    bool _isRead = false;
     bool _hasReadAgain = false;
     std::deque<Change> _changes;
     QList<VXManagedObjectID> _written; // and not met on the phone yet

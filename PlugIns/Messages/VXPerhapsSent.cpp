@@ -32,6 +32,11 @@ VXPerhapsSent::VXPerhapsSent(const QUrl &device) : _outbox(VXOutbox::sharedOutbo
     });
 }
 
+bool VXPerhapsSent::mayBeCopy(const VXMessageRecord &message) const
+{
+    return std::ranges::any_of(_entries, [&](const VXOutboxEntry &entry) { return isCopyOf(entry, message); });
+}
+
 QList<std::optional<qint64>> VXPerhapsSent::entriesOf(const QList<VXMessageRecord> &copies) const
 {
     QList<std::optional<qint64>> found(copies.size());

@@ -17,7 +17,8 @@ class VXPerhapsSent
 public:
     explicit VXPerhapsSent(const QUrl &device);
 
-    bool isEmpty() const { return _entries.isEmpty(); }
+    /** Whether `entriesOf` needs to know it. */
+    bool mayBeCopy(const VXMessageRecord &message) const;
     /** For each of the phone's messages the number of the entry that it is the copy of; none for others. */
     QList<std::optional<qint64>> entriesOf(const QList<VXMessageRecord> &copies) const;
     /** Of an entry. */

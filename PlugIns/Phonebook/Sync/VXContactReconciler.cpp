@@ -94,8 +94,8 @@ bool VXContactReconciler::run(const QList<VXPhoneContact> &contacts, bool isAll,
         known->clear();
     const VXContactPlaces places(*known, contacts);
     if (!_acceptsDeletions)
-        _question = questionAbout(places, isAll);
-    if (!_question.isNull())
+        _outcome.question = questionAbout(places, isAll);
+    if (!_outcome.question.isNull())
         return true;
     VXError failure;
     bool isDone = reconcile(places, isAll, &failure);
@@ -105,8 +105,8 @@ bool VXContactReconciler::run(const QList<VXPhoneContact> &contacts, bool isAll,
     }
     isDone = isDone && (!_addsAll || addAll(&failure)) && (!_context.hasChanges() || _context.save(&failure));
     if (isDone) {
-        for (VXPhoneChange &change : _changes)
-            change.placeID = change.place->objectID();
+        for (VXPhoneChange &change : _outcome.changes)
+            change.placeID = std::exchange(change.place, {})->objectID();
         return true;
     }
     VXLogCoreDataSaveError(failure);
@@ -134,7 +134,7 @@ std::optional<QList<VXContactPlace>> VXContactReconciler::readPlaces(VXError *er
             persons.append(QVariant::fromValue(person->objectID()));
     }
     phones.remove(QString());
-    _isOtherPhone = !_phone.isEmpty() && !phones.isEmpty() && !phones.contains(_phone);
+    _outcome.isOtherPhone = !_phone.isEmpty() && !phones.isEmpty() && !phones.contains(_phone);
     if (_phone.isEmpty() && phones.size() > 1) {
         VXSetError(error, VXMakeError(VXPhonebookPluginString(
                               u"Of several phones that were here the phone does not tell which it is."_s)));
@@ -253,14 +253,15 @@ bool VXContactReconciler::linkContact(Link link, VXContactMatch &match, VXError 
         return true;
     }
     if (wasDeletedHere && !person)
-        _conflicts.append(VXPhonebookPluginString(u"%1 was deleted here and changed on the phone: it is kept."_s)
-                              .arg(nameOf(contact)));
+        _outcome.conflicts.append(
+            VXPhonebookPluginString(u"%1 was deleted here and changed on the phone: it is kept."_s)
+                .arg(nameOf(contact)));
     if (!person) {
         if (!beginChangeSet(error))
             return false;
         person = _writer->insert(contact);
         match.add({person, contact});
-        _added.append(nameOf(contact));
+        _outcome.added.append(nameOf(contact));
     } else if (!unite(person, contact, &match, error)) {
         return false;
     }
@@ -325,9 +326,10 @@ bool VXContactReconciler::takeOver(const VXContactPlaces::Known &known, VXError 
         QString &note = merged.contact.note;
         if (!note.split(u'\n').contains(line))
             note += note.isEmpty() ? line : u'\n' + line;
-        _conflicts.append(VXPhonebookPluginString(
-                              u"%1 was changed here and on the phone (%2): the note has what the phone had, %3."_s)
-                              .arg(nameOf(merged.contact), what, conflict.other));
+        _outcome.conflicts.append(
+            VXPhonebookPluginString(
+                u"%1 was changed here and on the phone (%2): the note has what the phone had, %3."_s)
+                .arg(nameOf(merged.contact), what, conflict.other));
     }
     return VXIsSameContact(here, merged.contact) || replace(person, merged.contact, error);
 }
@@ -343,8 +345,9 @@ bool VXContactReconciler::applyAbsence(VXContactPlace place, VXError *error)
     const bool isElsewhere = person && person->relatedCount(placesIndex(person)) > 1;
     const bool isChanged = person && !VXIsSameContact(place.here(), phoneRecordOf(person));
     if (isChanged && !isElsewhere) {
-        _conflicts.append(VXPhonebookPluginString(u"%1 was deleted on the phone and changed here: it is kept."_s)
-                              .arg(nameOf(recordOf(person))));
+        _outcome.conflicts.append(
+            VXPhonebookPluginString(u"%1 was deleted on the phone and changed here: it is kept."_s)
+                .arg(nameOf(recordOf(person))));
         put(place);
         return true;
     }
@@ -355,7 +358,7 @@ bool VXContactReconciler::applyAbsence(VXContactPlace place, VXError *error)
     _context.deleteObject(place.object());
     if (!goes)
         return true;
-    _removed.append(nameOf(recordOf(person)));
+    _outcome.removed.append(nameOf(recordOf(person)));
     _context.deleteObject(person);
     return true;
 }
@@ -374,7 +377,7 @@ void VXContactReconciler::bringBack(const VXContactPlaces::Known &known)
         return place.note(known.met->location, here, there);
     }
     place.note(known.met->location, place.here(), there); // until it is done
-    _changes.append(
+    _outcome.changes.append(
         {.name = nameOf(here), .object = objectFor(*known.met, wanted), .here = here, .place = place.object()});
 }
 
@@ -384,14 +387,14 @@ void VXContactReconciler::remove(const VXContactPlace &place, const VXPhoneConta
                        {u"location"_s, contact.item.value(u"location"_s)},
                        {u"expected"_s, contact.item}};
     VXContactPlace(place).note(contact.location, place.here(), place.there());
-    _changes.prepend({.name = nameOf(contact.contact), .object = std::move(object), .place = place.object()});
+    _outcome.changes.prepend({.name = nameOf(contact.contact), .object = std::move(object), .place = place.object()});
 }
 
 void VXContactReconciler::put(VXContactPlace place)
 {
     const VXContactRecord here = phoneRecordOf(place.person());
     place.note({}, here, here);
-    _changes.append({.name = nameOf(here), .object = here.map(), .here = here, .place = place.object()});
+    _outcome.changes.append({.name = nameOf(here), .object = here.map(), .here = here, .place = place.object()});
 }
 
 // @return whose they were.
@@ -428,7 +431,7 @@ bool VXContactReconciler::replace(const VXManagedObjectPtr &person, const VXCont
 {
     if (!person->isInserted()) {
         if (!_noted.contains(person))
-            _changed.append(nameOf(contact));
+            _outcome.changed.append(nameOf(contact));
         if (!noteBefore(person, false, error))
             return false;
     }

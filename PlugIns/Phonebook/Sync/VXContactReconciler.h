@@ -20,14 +20,14 @@ struct VXPhoneChange
     QString name;                                       // of the person
     QVariantMap object;                                 // of the action
     std::optional<VXContactRecord> here = std::nullopt; // what is written, as it is here; none: it is to be deleted
-    VXManagedObjectPtr place;
-    VXManagedObjectID placeID = {}; // once it is saved
+    VXManagedObjectPtr place;                           // until it is saved
+    VXManagedObjectID placeID = {};                     // from then on
 };
 
 /**
  * Brings the store "phonebook" into step with the contacts that a phone has, in one save that can be undone (VXContactHistory), and
  * tells what is to be changed on the phone. What both had when they last agreed is kept in the store (VXContactPlace), so
- * that it is known which of them has changed. For one reading; main thread.
+ * that it is known which of them has changed. For one reading; any one thread.
  */
 class VXContactReconciler
 {
@@ -49,17 +49,18 @@ public:
     /** `isAll`: what is missing is not on the phone any more. False, with an error, when the store cannot be read or saved. */
     bool run(const QList<VXPhoneContact> &contacts, bool isAll, VXError *error);
 
-    /** Others were known at that URL, and not this one. */
-    bool isOtherPhone() const { return _isOtherPhone; }
-    /** To be asked before anything is changed: nothing was. Null for none. */
-    const QString &question() const { return _question; }
-    const QList<VXPhoneChange> &changes() const { return _changes; }
-    /** The names of those that were added, changed and removed here. */
-    const QStringList &added() const { return _added; }
-    const QStringList &changed() const { return _changed; }
-    const QStringList &removed() const { return _removed; }
-    /** What was changed at both, and what became of it: a sentence each. */
-    const QStringList &conflicts() const { return _conflicts; }
+    struct Outcome
+    {
+        bool isOtherPhone = false; // others were known at that URL, and not this one
+        QString question = {};     // to be asked before anything is changed: nothing was; null for none
+        QList<VXPhoneChange> changes = {};
+        QStringList added = {}; // the names of those that were added, changed and removed here
+        QStringList changed = {};
+        QStringList removed = {};
+        QStringList conflicts = {}; // what was changed at both, and what became of it: a sentence each
+    };
+    /** After a run that worked. For any thread. */
+    const Outcome &outcome() const { return _outcome; }
 
 private:
     /** A contact and the place that it has now; it may have been known before. */
@@ -100,17 +101,11 @@ private:
     bool _acceptsDeletions = false;
     bool _isNewPhone = false;
     bool _addsAll = false;
-    bool _isOtherPhone = false;
     VXManagedObjectContext _context;
     std::unique_ptr<VXContactWriter> _writer;
     std::optional<VXFetchResult> _persons;        // who were known to be on the phone
     std::optional<VXContactChangeSet> _changeSet; // once there is something to change
     QSet<VXManagedObjectPtr> _noted;              // persons
     QList<Link> _links;
-    QString _question;
-    QList<VXPhoneChange> _changes;
-    QStringList _added;
-    QStringList _changed;
-    QStringList _removed;
-    QStringList _conflicts;
+    Outcome _outcome;
 };

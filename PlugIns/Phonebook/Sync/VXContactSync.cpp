@@ -55,32 +55,48 @@ void VXContactSync::didRead(const VXDeviceAction &part)
     const QVariantMap result = part.result().toMap();
     const QVariantMap options = whole()->object().toMap();
     _problems = result.value(u"problems"_s).toStringList();
+    const VXDevicePlugin::Ptr device = whole()->device();
+    const auto work = [coordinator = _coordinator, url = VXAbsoluteString(device->url()), name = device->name(),
+                       options, takesContacts = device->actionNames().contains(u"write_contact"_s), result] {
+        VXContactReconciler reconciler(coordinator, url, name, result.value(u"phone"_s).toString());
+        reconciler.setAcceptsDeletions(options.value(u"acceptsDeletions"_s).toBool());
+        reconciler.setIsNewPhone(options.value(u"isNewPhone"_s).toBool());
+        reconciler.setAddsAll(takesContacts && options.value(u"addsAll"_s).toBool());
+        return reconcile(reconciler, result);
+    };
+    compute(work, [this](const Reconciled &reconciled) { didReconcile(reconciled); });
+}
+
+VXContactSync::Reconciled VXContactSync::reconcile(VXContactReconciler &reconciler, const QVariantMap &result)
+{
     QList<VXPhoneContact> contacts;
     for (const QVariant &item : result.value(u"items"_s).toList()) {
         const VXPhoneContact contact = VXPhoneContact::fromItem(item.toMap());
         if (!contact.contact.map().isEmpty())
             contacts.append(contact);
     }
-    const VXDevicePlugin::Ptr device = whole()->device();
-    _reconciler = std::make_unique<VXContactReconciler>(_coordinator, VXAbsoluteString(device->url()), device->name(),
-                                                        result.value(u"phone"_s).toString());
-    _reconciler->setAcceptsDeletions(options.value(u"acceptsDeletions"_s).toBool());
-    _reconciler->setIsNewPhone(options.value(u"isNewPhone"_s).toBool());
-    const bool takesContacts = device->actionNames().contains(u"write_contact"_s);
-    _reconciler->setAddsAll(takesContacts && options.value(u"addsAll"_s).toBool());
-    VXError error;
-    if (!_reconciler->run(contacts, result.value(u"isComplete"_s).toBool(), &error))
-        return finish(error);
-    if (!_reconciler->question().isNull()) {
+    Reconciled reconciled;
+    if (reconciler.run(contacts, result.value(u"isComplete"_s).toBool(), &reconciled.error))
+        reconciled.outcome = reconciler.outcome();
+    return reconciled;
+}
+
+void VXContactSync::didReconcile(const Reconciled &reconciled)
+{
+    _outcome = reconciled.outcome;
+    if (!reconciled.error.isNull())
+        return finish(reconciled.error);
+    if (!_outcome.question.isNull()) {
         whole()->setErrorString(
-            _reconciler->question() + u' ' + VXPhonebookPluginString(u"Nothing was changed, here or there."_s) + u' ' +
+            _outcome.question + u' ' + VXPhonebookPluginString(u"Nothing was changed, here or there."_s) + u' ' +
             VXPhonebookPluginString(u"A phone that was reset or replaced can be taken as a new one (--new-phone)."_s));
         return finish();
     }
-    for (const VXPhoneChange &change : _reconciler->changes()) {
+    for (const VXPhoneChange &change : std::as_const(_outcome.changes)) {
         if (whole()->device()->actionNames().contains(actionOf(change))) // else the contact stays on the phone as it is
             _changes.push_back(change);
     }
+    _outcome.changes.clear();
     whole()->setProgressMaxValue(double(_changes.size()));
     whole()->setProgressValue(0);
     carryOutNext();
@@ -107,40 +123,51 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
         _problems.append(change.name + ": "_L1 + part.error().localizedDescription());
         return finish();
     }
-    if (!part.error().isNull()) { // this too, but only the first time it is something to tell
-        VXError error;
-        const bool isNews = noteRefusal(change, &error);
-        if (!error.isNull())
-            return finish(error);
-        if (isNews)
-            _problems.append(change.name + ": "_L1 + part.error().localizedDescription());
-        else
-            _refused.append(change.name);
-        return carryOutNext();
-    }
+    if (!part.error().isNull())
+        return didFail(change, part.error());
     const QVariantMap result = part.result().toMap();
     for (const QString &problem : result.value(u"problems"_s).toStringList())
         _problems.append(change.name + ": "_L1 + problem);
-    if (VXError error; !note(change, result, &error)) {
-        VXLogCoreDataSaveError(error);
-        return finish(error);
-    }
-    _carriedOut[outcomeOf(change)].append(change.name);
-    whole()->incrementProgress();
-    carryOutNext();
+    const auto conclude = [this, change](const VXError &error) {
+        if (!error.isNull()) {
+            VXLogCoreDataSaveError(error);
+            return finish(error);
+        }
+        _carriedOut[outcomeOf(change)].append(change.name);
+        whole()->incrementProgress();
+        carryOutNext();
+    };
+    compute([coordinator = _coordinator, change, result] { return note(coordinator, change, result); }, conclude);
+}
+
+// It stays to be done, but only the first time it is something to tell.
+void VXContactSync::didFail(const VXPhoneChange &change, const VXError &why)
+{
+    const auto conclude = [this, change, why](const Refusal &refusal) {
+        if (!refusal.error.isNull())
+            return finish(refusal.error);
+        if (refusal.isNews)
+            _problems.append(change.name + ": "_L1 + why.localizedDescription());
+        else
+            _refused.append(change.name);
+        carryOutNext();
+    };
+    compute([coordinator = _coordinator, change] { return noteRefusal(coordinator, change); }, conclude);
 }
 
 // Phones do not keep all that is written to them: what they made of it is what both agree on.
-bool VXContactSync::note(const VXPhoneChange &change, const QVariantMap &result, VXError *error)
+VXError VXContactSync::note(const VXPersistentStoreCoordinator::Ptr &coordinator, const VXPhoneChange &change,
+                            const QVariantMap &result)
 {
-    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
-    if (!saving.isHeld(error))
-        return false;
-    VXManagedObjectContext context(_coordinator);
+    VXError error;
+    const VXStoreWorkLock saving(*coordinator, VXStoreWorkLock::savingName);
+    if (!saving.isHeld(&error))
+        return error;
+    VXManagedObjectContext context(coordinator);
     context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
     const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID);
     if (!object)
-        return true;
+        return {};
     if (change.here) {
         QVariantMap item = result.value(u"contact"_s, change.object).toMap();
         for (const QString &key : {u"memory"_s, u"location"_s})
@@ -151,33 +178,36 @@ bool VXContactSync::note(const VXPhoneChange &change, const QVariantMap &result,
     } else {
         context.deleteObject(object);
     }
-    return !context.hasChanges() || context.save(error);
+    if (context.hasChanges())
+        static_cast<void>(context.save(&error));
+    return error;
 }
 
-bool VXContactSync::noteRefusal(const VXPhoneChange &change, VXError *error)
+VXContactSync::Refusal VXContactSync::noteRefusal(const VXPersistentStoreCoordinator::Ptr &coordinator,
+                                                  const VXPhoneChange &change)
 {
-    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
-    if (!saving.isHeld(error))
-        return false;
-    VXManagedObjectContext context(_coordinator);
+    Refusal refusal;
+    const VXStoreWorkLock saving(*coordinator, VXStoreWorkLock::savingName);
+    if (!saving.isHeld(&refusal.error))
+        return refusal;
+    VXManagedObjectContext context(coordinator);
     const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID);
-    const bool isNews = object && VXContactPlace(object).noteRefusal(change.here);
-    if (isNews && !context.save(error))
-        VXLogCoreDataSaveError(*error);
-    return isNews;
+    refusal.isNews = object && VXContactPlace(object).noteRefusal(change.here);
+    if (refusal.isNews && !context.save(&refusal.error))
+        VXLogCoreDataSaveError(refusal.error);
+    return refusal;
 }
 
 void VXContactSync::finish(const VXError &error)
 {
     QVariantMap result{{u"problems"_s, _problems}};
-    const std::pair<QString, QStringList> outcomes[] = {
-        {u"added"_s, _reconciler ? _reconciler->added() : QStringList()},
-        {u"changed"_s, _reconciler ? _reconciler->changed() : QStringList()},
-        {u"removed"_s, _reconciler ? _reconciler->removed() : QStringList()},
-        {u"addedThere"_s, _carriedOut.value(u"addedThere"_s)},
-        {u"changedThere"_s, _carriedOut.value(u"changedThere"_s)},
-        {u"deletedThere"_s, _carriedOut.value(u"deletedThere"_s)},
-        {u"refused"_s, _refused}};
+    const std::pair<QString, QStringList> outcomes[] = {{u"added"_s, _outcome.added},
+                                                        {u"changed"_s, _outcome.changed},
+                                                        {u"removed"_s, _outcome.removed},
+                                                        {u"addedThere"_s, _carriedOut.value(u"addedThere"_s)},
+                                                        {u"changedThere"_s, _carriedOut.value(u"changedThere"_s)},
+                                                        {u"deletedThere"_s, _carriedOut.value(u"deletedThere"_s)},
+                                                        {u"refused"_s, _refused}};
     QVariantMap names;
     for (const auto &[key, persons] : outcomes) {
         result.insert(key, persons.size());
@@ -186,13 +216,13 @@ void VXContactSync::finish(const VXError &error)
     }
     if (!names.isEmpty())
         result.insert(u"names"_s, names);
-    result.insert(u"conflicts"_s, _reconciler ? _reconciler->conflicts() : QStringList());
-    if (_reconciler && _reconciler->isOtherPhone())
+    result.insert(u"conflicts"_s, _outcome.conflicts);
+    if (_outcome.isOtherPhone)
         result.insert(u"notices"_s,
                       QStringList(VXPhonebookPluginString(
                           u"This is another phone than before: nothing that it lacks was deleted here."_s)));
-    if (_reconciler && !_reconciler->question().isNull())
-        result.insert(u"question"_s, _reconciler->question());
+    if (!_outcome.question.isNull())
+        result.insert(u"question"_s, _outcome.question);
     whole()->setResult(result);
     whole()->setError(error);
     if (!_problems.isEmpty() && whole()->error().isNull())

@@ -236,6 +236,29 @@ TEST_F(VXAndroidPhoneTest, ReadsTheWholeHistory)
     EXPECT_EQ(texts(lacking, u"text"_s).size(), 2); // those that it told of by itself
 }
 
+TEST_F(VXAndroidPhoneTest, HandsOverToWhoTakesPortions)
+{
+    for (int index = 0; index < 2500; ++index)
+        add(7 + index % 2, QString::number(index), VXConnectMessage::Sent);
+    connectPhone();
+    const auto read = VXDeviceAction::actionWithName(u"read_messages"_s);
+    QVariantList all;
+    read->setTaker([&all](const VXDeviceAction::Portion &portion, const std::function<void()> &next) {
+        all += portion().value(u"items"_s).toList();
+        if (next)
+            next(); // at once
+    });
+    read->executeWithDevice(phone);
+    ASSERT_TRUE(waitFor(read));
+    EXPECT_GE(all.size(), 2000);
+    all += items(read);
+    QSet<QString> places;
+    for (const QVariant &item : std::as_const(all))
+        places.insert(item.toMap().value(u"url"_s).toString());
+    EXPECT_EQ(all.size(), messages.size()); // each once
+    EXPECT_EQ(places.size(), messages.size());
+}
+
 TEST_F(VXAndroidPhoneTest, AnnouncesWhatIsNewOnce)
 {
     connectAndSurvey();
@@ -336,9 +359,13 @@ TEST_F(VXAndroidPhoneTest, ContactsAreFetchedAnewAndNeverLost)
     EXPECT_EQ(result.value(u"items"_s).toList().first().toMap().value(u"location"_s), u"1"_s);
     EXPECT_FALSE(result.value(u"items"_s).toList().first().toMap().contains(u"properties"_s));
 
+    const QString aside = u".local/share/kpeoplevcard/.kdeconnect-abc-aside/"_s;
+    EXPECT_TRUE(VXRunUntil([&] { return !QFileInfo::exists(VXHomeTest::path(aside)); }));
+    writeFile(aside + u"left.vcf"_s, {}); // as by a program that was killed
     mock->refuse(u"synchronizeRemoteWithLocal"_s, u"org.freedesktop.DBus.Error.UnknownObject"_s);
     EXPECT_FALSE(succeeds(u"read_contacts"_s));
-    EXPECT_TRUE(VXRunUntil([&] { return QFileInfo::exists(VXHomeTest::path(folder + u"1.vcf"_s)); }));
+    for (const QString &name : {u"1.vcf"_s, u"left.vcf"_s})
+        EXPECT_TRUE(VXRunUntil([&] { return QFileInfo::exists(VXHomeTest::path(folder + name)); }));
 }
 
 TEST_F(VXAndroidPhoneTest, RingingEndsAsMissed)
