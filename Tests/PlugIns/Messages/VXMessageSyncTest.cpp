@@ -1,0 +1,215 @@
+// Phones that hand over what they have in portions, and not always the truth.
+
+#include "MessagesPluginTest.h"
+
+#include "VXDeviceAction.h"
+#include "VXDevicePlugin.h"
+#include "VXDeviceURL.h"
+#include "VXErrorDomain.h"
+#include "VXStoreWorkLock.h"
+
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QThread>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using testing::UnorderedElementsAreArray;
+
+namespace {
+
+class PortionPhone : public VXDevicePlugin
+{
+public:
+    QVariantList items;
+    qsizetype portion = 2;
+    qsizetype lostAfter = -1; // items; the phone is gone then
+
+    void read(VXDeviceAction *action)
+    {
+        _asked = action;
+        _next = 0;
+        readOn();
+    }
+
+private:
+    void readOn()
+    {
+        if (lostAfter >= 0 && _next >= lostAfter)
+            return conclude({}, VXMakeError(u"gone"_s));
+        const QVariantList some = items.mid(_next, portion);
+        _next += some.size();
+        if (some.isEmpty())
+            return conclude(QVariantMap{{u"isComplete"_s, true}}, {});
+        if (!_asked->handOver([some] { return QVariantMap{{u"items"_s, some}}; }, [this] { readOn(); }))
+            conclude(QVariantMap{{u"isComplete"_s, true}, {u"items"_s, items}}, {});
+    }
+    void conclude(const QVariant &result, const VXError &error)
+    {
+        _asked->setResult(result);
+        _asked->setError(error);
+        _asked->conclude();
+    }
+
+    VXDeviceAction *_asked = nullptr;
+    qsizetype _next = 0;
+};
+
+} // namespace
+
+class VXMessageSyncTest : public MessagesPluginTest
+{
+protected:
+    VXMessageSyncTest()
+    {
+        phone->initWithURL(url);
+        phone->registerActionHandler(u"read_messages"_s, phone, &PortionPhone::read);
+        VXDevicePlugin::addDevice(held);
+    }
+    ~VXMessageSyncTest() override { VXDevicePlugin::removeDeviceAtURL(url); }
+
+    void put(const QString &party, const QString &text, int second, const QString &place, bool isIncoming = true)
+    {
+        QVariantMap item{
+            {isIncoming ? u"from"_s : u"to"_s, party},        {u"isInbox"_s, isIncoming},
+            {u"state"_s, isIncoming ? u"read"_s : u"sent"_s}, {u"text"_s, text},
+            {u"device_url"_s, VXAbsoluteString(url)},         {u"url"_s, VXAbsoluteString(url) + u'/' + place}};
+        if (second >= 0)
+            item.insert(u"date"_s, QDateTime::fromMSecsSinceEpoch(1'770'000'000'000 + qint64(second) * 1000, Qt::UTC));
+        phone->items.append(item);
+    }
+    std::shared_ptr<VXDeviceAction> begin()
+    {
+        const auto action = VXDeviceAction::actionWithName(u"sync_messages"_s);
+        isOver = false;
+        action->executeWithDevice(held, [this](VXDeviceAction *) { isOver = true; });
+        return action;
+    }
+    /** "ADDED CHANGED", and the error. */
+    QString sync()
+    {
+        const auto action = begin();
+        EXPECT_TRUE(VXRunUntil([this] { return isOver; }));
+        const QVariantMap result = action->result().toMap();
+        return u"%1 %2 %3"_s.arg(result.value(u"added"_s).toInt())
+            .arg(result.value(u"changed"_s).toInt())
+            .arg(action->error().localizedDescription())
+            .trimmed();
+    }
+    /** "PLACE TEXT" of all that is in the store. */
+    QStringList stored() const
+    {
+        VXManagedObjectContext context(store->coordinator());
+        const VXFetchRequest request(*store->coordinator()->model().entityForName(VXMessageStore::entityName));
+        QStringList lines;
+        const auto found = context.executeFetchRequest(request);
+        for (const VXManagedObjectPtr &message : *found)
+            lines.append(message->valueForKey(u"url"_s).toString().section(u'/', -1) + u' ' +
+                         message->valueForKey(u"text"_s).toString());
+        return lines;
+    }
+    QStringList onPhone() const
+    {
+        QStringList lines;
+        for (const QVariant &item : phone->items)
+            lines.append(item.toMap().value(u"url"_s).toString().section(u'/', -1) + u' ' +
+                         item.toMap().value(u"text"_s).toString());
+        lines.removeDuplicates();
+        return lines;
+    }
+
+    const QUrl url = VXMakeDeviceURL({}, u"plugin"_s, u"phone"_s);
+    PortionPhone *const phone = new PortionPhone;
+    const VXDevicePlugin::Ptr held = VXDevicePlugin::hold(phone);
+    bool isOver = false;
+};
+
+TEST_F(VXMessageSyncTest, WhatAPhoneTellsOddlyIsFiledOnce)
+{
+    put(u"+49170"_s, u"a"_s, 0, u"1"_s);
+    put(u"+49170"_s, u"a"_s, 0, u"1"_s); // told twice
+    put(u"+49170"_s, u"a"_s, 1, u"2"_s); // another just the same
+    put(u"+49170"_s, u"no date"_s, -1, u"3"_s);
+    put(u"+49170"_s, u"no date"_s, -1, u"4"_s, false);
+    put(u"Bank24 <VOICE-9x>"_s, u"letters"_s, 5, u"5"_s);
+    put({}, u"nobody"_s, 6, u"6"_s);
+    put(u"+49170"_s, {}, 7, u"7"_s); // no text: it is left there
+    phone->items.last() = [](QVariantMap item) {
+        item.remove(u"text"_s);
+        return item;
+    }(phone->items.last().toMap());
+    const QVariantMap silent = phone->items.takeLast().toMap();
+    const QStringList expected = onPhone();
+    phone->items.append(silent);
+    for (const qsizetype portion : {3, 1, 100}) {
+        phone->portion = portion;
+        EXPECT_EQ(sync(), portion == 3 ? u"6 0"_s : u"0 0"_s);
+        EXPECT_THAT(stored(), UnorderedElementsAreArray(expected));
+    }
+}
+
+// The rest of the phone tells which is which: a place that is taken by another later in the reading.
+TEST_F(VXMessageSyncTest, HoweverPlacesChangeEachIsThereOnce)
+{
+    for (int index = 0; index < 12; ++index)
+        put(u"+49170"_s, QString(QChar(u'a' + index % 3)), 600 * (index % 2), QString::number(index), index % 2 == 0);
+    EXPECT_EQ(sync(), u"12 0"_s);
+    QRandomGenerator chance(1);
+    for (int round = 0; round < 20; ++round) {
+        QStringList places;
+        for (int index = 0; index < 16; ++index)
+            places.append(QString::number(index));
+        std::shuffle(places.begin(), places.end(), chance);
+        for (QVariant &value : phone->items) {
+            QVariantMap item = value.toMap();
+            item.insert(u"url"_s, QString(VXAbsoluteString(url) + u'/' + places.takeLast()));
+            value = item;
+        }
+        std::shuffle(phone->items.begin(), phone->items.end(), chance);
+        phone->portion = 1 + round % 5;
+        EXPECT_TRUE(sync().startsWith("0 "_L1));
+        EXPECT_THAT(stored(), UnorderedElementsAreArray(onPhone()));
+        EXPECT_EQ(sync(), u"0 0"_s);
+    }
+}
+
+TEST_F(VXMessageSyncTest, WhatWasFiledBeforeAPhoneIsGoneStays)
+{
+    for (int index = 0; index < 10; ++index)
+        put(u"+49170"_s, QString::number(index), index, QString::number(index));
+    phone->lostAfter = 6;
+    EXPECT_EQ(sync(), u"6 0 gone"_s);
+    phone->lostAfter = 2;
+    EXPECT_EQ(sync(), u"0 0 gone"_s); // what it did not come to is there nevertheless
+    EXPECT_EQ(stored().size(), 6);
+    phone->lostAfter = -1;
+    EXPECT_EQ(sync(), u"4 0"_s);
+    EXPECT_THAT(stored(), UnorderedElementsAreArray(onPhone()));
+}
+
+TEST_F(VXMessageSyncTest, TheMainThreadWaitsForNoStoreAndACancelForNoPhone)
+{
+    for (int index = 0; index < 5; ++index)
+        put(u"+49170"_s, QString::number(index), index, QString::number(index));
+    std::optional<VXStoreWorkLock> other(std::in_place, *store->coordinator(), VXStoreWorkLock::savingName);
+    ASSERT_TRUE(other->isHeld());
+    auto action = begin(); // waiting here, it would wait for itself
+    for (int round = 0; round < 20; ++round) {
+        QThread::msleep(5);
+        QCoreApplication::processEvents();
+    }
+    EXPECT_FALSE(isOver);
+    other.reset();
+    EXPECT_TRUE(VXRunUntil([this] { return isOver; }));
+    EXPECT_EQ(action->error().description(), VXError().description());
+    EXPECT_EQ(stored().size(), 5);
+
+    put(u"+49170"_s, u"more"_s, 9, u"9"_s);
+    other.emplace(*store->coordinator(), VXStoreWorkLock::savingName);
+    action = begin();
+    action->cancel();
+    other.reset();
+    EXPECT_TRUE(VXRunUntil([this] { return isOver; }));
+    EXPECT_TRUE(action->isCancelled());
+    EXPECT_EQ(sync(), u"1 0"_s);
+}
