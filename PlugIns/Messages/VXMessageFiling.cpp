@@ -47,6 +47,11 @@ VXFetchRequest requestFor(const VXManagedObjectContext &context, const QString &
     return request;
 }
 
+size_t placeOf(const QString &url, const VXMessageCandidates::Subject &message)
+{
+    return qHashMulti(0, url, message.key);
+}
+
 // What was sent from here, or came from a file, lies there until its phone is known to have it.
 bool isInRootFolderOfPhones(const VXManagedObjectPtr &message)
 {
@@ -157,7 +162,7 @@ bool VXMessageFiling::readWritten(Step &step, VXError *error)
     return true;
 }
 
-// What is no text, and what is not there as a whole, is left where it lies; its place is taken all the same.
+// What is no text, and what is not there as a whole, is left where it lies.
 QList<VXMessageFiling::Item> VXMessageFiling::take(const QVariantList &items)
 {
     QList<Item> taken;
@@ -166,8 +171,6 @@ QList<VXMessageFiling::Item> VXMessageFiling::take(const QVariantList &items)
         if (map.value(u"kind"_s) == "report"_L1)
             continue;
         VXMessageRecord record(map);
-        if (!record.url.isNull())
-            _urls.insert(qHash(record.url));
         if (!map.value(u"isComplete"_s, true).toBool() || !map.contains(u"text"_s)) {
             ++_outcome.left;
             continue;
@@ -175,6 +178,8 @@ QList<VXMessageFiling::Item> VXMessageFiling::take(const QVariantList &items)
         if (record.text.isNull())
             record.text = u""_s; // an empty message is one
         taken.append({.map = map, .message = VXMessageCandidates::Subject(record)});
+        if (!record.url.isNull())
+            _places.insert(placeOf(record.url, taken.constLast().message));
     }
     // A slice is of one time: so little of the store may be meant.
     std::ranges::stable_sort(taken, {}, [](const Item &item) { return item.message.record.date; });
@@ -226,9 +231,9 @@ VXManagedObjectPtr VXMessageFiling::find(const Item &item, Round round, const St
         return same;
     if (const Message written = findWritten(item, step))
         return written;
-    // It lay elsewhere on the phone, or was gone for a while.
+    // It lay elsewhere on the phone, or was gone for a while. One that is alike and lies at its place is met there.
     const Message moved = step.candidates.nearest(item.message, Rule::SameDate, [&](const auto &known) {
-        return isHere(known, step) && !_urls.contains(qHash(known.url));
+        return isHere(known, step) && !_places.contains(placeOf(known.url, item.message));
     });
     return moved ? moved : step.candidates.nearest(item.message, Rule::SameDate, [&](const auto &known) {
         return isElsewhere(known);

@@ -100,7 +100,7 @@ private:
     std::optional<VXPerhapsSent> _perhapsSent;
     QList<VXManagedObjectID> _onPhone;               // as far as was known
     QMultiHash<QString, VXManagedObjectID> _written; // to be, or just now: by what is alike
-    QSet<size_t> _urls;                              // of what is on the phone now: their hashes
+    QSet<size_t> _places;                            // placeOf() all that is on the phone now
     QSet<qint64> _met;                               // messages, by their numbers
     QList<Item> _waiting;
     Outcome _outcome;

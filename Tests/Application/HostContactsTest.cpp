@@ -125,7 +125,7 @@ TEST_F(HostContactsTest, ListsFitTheTerminal)
     EXPECT_EQ(list.output, "ID  NAME       NUMBERS\n"
                            "p1  Jane Doe   +1 555 0100/m\n"
                            "p2  山田 太郎  +81 3 1234 5678\n");
-    EXPECT_THAT(list.errors, HasSubstr("without: ADDRESSES, GROUPS"));
+    EXPECT_THAT(list.errors, HasSubstr("for lack of room: ADDRESSES, GROUPS."));
 }
 
 TEST_F(HostContactsTest, FilesOfOtherProgramsAreImportedAndExported)

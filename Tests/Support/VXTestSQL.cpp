@@ -31,6 +31,8 @@ QStringList VXRunSQL(const QString &file, const QByteArray &sql)
 {
     sqlite3 *database = nullptr;
     EXPECT_EQ(sqlite3_open(file.toUtf8().constData(), &database), SQLITE_OK) << file.toStdString();
+    const auto rowOf = [](sqlite3_context *, int, sqlite3_value **) {}; // the stores' own, which only a plan names here
+    sqlite3_create_function(database, "VX_ROW", -1, SQLITE_UTF8, nullptr, rowOf, nullptr, nullptr);
     QStringList rows;
     const auto collect = [](void *list, int count, char **values, char **) {
         static_cast<QStringList *>(list)->append(QString::fromUtf8(values[count - 1]));
