@@ -8,6 +8,7 @@
 #include "VXItemCopy.h"
 #include "VXMethodLog.h"
 #include "VXStoreLock.h"
+#include "VXStoreWorkLock.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -23,6 +24,13 @@ const QString VXStoreSmartFilterVersionKey = u"$$__VXStoreSmartFilterVersionKey_
 const QString VXStoreFileExtension = u"vxdatastore"_s;
 
 namespace {
+
+// What locks lie on, and no data; others wait for them by their turn (VXStoreWorkLock).
+bool isLockFile(const QString &name)
+{
+    const QString lock = name.endsWith(".turn"_L1) ? name.chopped(5) : name;
+    return lock == VXStoreWorkLock::syncName || lock == VXStoreWorkLock::savingName;
+}
 
 // A name that only begins with a dot has none.
 QString extensionOf(const QString &fileName)
@@ -174,7 +182,7 @@ bool VXCoreDataStore::copyTo(const QString &path, VXError *error)
     QStringList copied;
     return copyDataFiles(path, &copied, error) &&
            copyEntries(
-               path, [&](const QString &name) { return !copied.contains(name); }, error);
+               path, [&](const QString &name) { return !copied.contains(name) && !isLockFile(name); }, error);
 }
 
 bool VXCoreDataStore::copyDataTo(const QString &path, VXError *error)
@@ -186,7 +194,7 @@ bool VXCoreDataStore::copyDataTo(const QString &path, VXError *error)
                path, [&](const QString &name) { return models.contains(name); }, error);
 }
 
-// `copied`: with what SQLite keeps beside them.
+// `copied`: with what SQLite keeps beside them, and the lock of an XML file.
 bool VXCoreDataStore::copyDataFiles(const QString &path, QStringList *copied, VXError *error)
 {
     const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator(error);
@@ -202,7 +210,7 @@ bool VXCoreDataStore::copyDataFiles(const QString &path, QStringList *copied, VX
         return false;
     }
     return std::ranges::all_of(names, [&](const QString &name) {
-        for (const auto end : {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1})
+        for (const auto end : {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1, ".lock"_L1})
             copied->append(name + end);
         const auto store = coordinator->persistentStoreForPath(_path + u'/' + name);
         return store && store->copyTo(path + u'/' + name, error);

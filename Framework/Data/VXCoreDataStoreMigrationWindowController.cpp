@@ -279,6 +279,7 @@ void Controller::migrate()
         if (!error && compares)
             error = verification.compare(*_dstStore);
     } else {
+        VXLogMethod(VXLogError, "performMigrationThreaded:", u"migrate: (null)"_s);
         tellOfNothing();
     }
     if (error)

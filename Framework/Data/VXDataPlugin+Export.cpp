@@ -33,6 +33,18 @@ void VXDataPlugin::exportStoreAction()
     defaults.setObject(chosen.isChecked, preference);
     if (const VXError problem = exportStoreTo(chosen.path, chosen.isChecked))
         application.presentError(problem);
+    else if (chosen.isChecked && _hasSavedNothing)
+        tellOfEmptyExport(chosen.path);
+}
+
+// Or the user takes it for a copy.
+void VXDataPlugin::tellOfEmptyExport(const QString &path) const
+{
+    VXAlert alert;
+    alert.message = VXLocalizedString(u"Nothing was copied: the new data file is empty, as the plugin wants it."_s);
+    alert.informativeText = path;
+    alert.defaultButton = VXGlobalString(u"OK"_s);
+    std::ignore = VXApplication::sharedApplication().userInterface().runAlert(alert); // there is but one answer
 }
 
 // What lies there goes to the trash when the export is whole, and not before.

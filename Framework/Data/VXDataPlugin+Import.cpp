@@ -68,6 +68,14 @@ qsizetype VXDataPlugin::countInStore(VXCoreDataStore &store, const QString &enti
                : VXManagedObjectContext(coordinator).countForFetchRequest(VXFetchRequest(*entity)).value_or(0);
 }
 
+bool VXDataPlugin::holdsObjects(VXCoreDataStore &store)
+{
+    const VXManagedObjectModel::Ptr model = store.managedObjectModel();
+    return model && std::ranges::any_of(model->entities(), [&](const VXEntityDescription *entity) {
+               return entity->superentity() == nullptr && countInStore(store, entity->name()) > 0;
+           });
+}
+
 bool VXDataPlugin::isValidStoreAtPath(const QString &path) const
 {
     if (QFileInfo(path).suffix() != VXStoreFileExtension)
@@ -209,7 +217,8 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
         _sharedStoreController->copyTo(before.path(), &problem);
     if (!problem)
         problem = run(*VXCoreDataStoreMigrationWindowController::importStore(snapshot, _sharedStoreController, *this));
-    if (!problem)
+    _oldStore = QString();
+    if (!problem && !_hasSavedNothing && holdsObjects(*snapshot)) // or there is nothing to take back
         keepMerged(before.path());
     return folder.errorAbout(before.errorAbout(problem, dataStorePath()), store->storePath());
 }
@@ -217,7 +226,6 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
 // Beside the store where it cannot go to the trash: what was merged can be taken back.
 void VXDataPlugin::keepMerged(const QString &before)
 {
-    _oldStore = QString();
     if (!VXFileManager::itemExistsAtPath(before))
         return;
     if (const VXError problem = VXStorePast::keep(dataStorePath(), before, u"merged"_s, &_oldStore))
@@ -237,6 +245,7 @@ StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, V
 // Under the live store's name, whatever the file is called; there when it is whole.
 VXError VXDataPlugin::stageStore(VXCoreDataStore &store)
 {
+    _hasSavedNothing = false; // of what was merged before
     const QString place = waitingPath();
     VXFileManager &files = VXFileManager::defaultManager();
     if (VXError problem = files.verifyPathExists(VXDataManager::sharedDataInstallPath()))

@@ -7,6 +7,7 @@
 #include "VXMethodLog.h"
 #include "VXMigrationWalk.h"
 #include "VXSourceComparison.h"
+#include "VXSQLiteStore.h"
 #include "VXValueIdentity.h"
 
 #include <QtCore/QDateTime>
@@ -129,6 +130,7 @@ std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXE
     VXMigrationWalk walk(entity, oldContext);
     if (!walk.find(error))
         return std::nullopt;
+    VXStoreMigration *const run = VXStoreMigration::current();
     VXMigratedObjects newObjects;
     newObjects.reserve(walk.count());
     const auto migrate = [&](const VXManagedObjectPtr &oldObject) {
@@ -150,6 +152,8 @@ std::optional<VXMigratedObjects> VXDataPlugin::migrateEntityAttributes(const VXE
                                                   .arg(VXMigrationName(oldObject->objectID())))));
             return false;
         }
+        if (run != nullptr)
+            run->noteMade(*made);
         newObjects.insert(oldObject->objectID(), made);
         return migrateObjectAttributes(oldObject, version, made, error);
     };
@@ -205,9 +209,32 @@ bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContex
     });
 }
 
+namespace {
+
+// Values that reading would make others of; the source would be the last to have them.
+VXError unfitValues(const VXPersistentStoreCoordinator &source)
+{
+    VXError error;
+    QStringList found;
+    for (const auto &store : source.persistentStores()) {
+        auto *const database = dynamic_cast<VXSQLiteStore *>(store.get()); // of others those are read as errors
+        if (database != nullptr && !database->findUnfitValues(&found, &error))
+            return error;
+    }
+    return found.isEmpty() ? VXError()
+                           : VXMakeError(VXLocalizedString(u"The data file has values that do not fit"_s), "%s",
+                                         qUtf8Printable(found.constFirst()));
+}
+
+} // namespace
+
 bool VXDataPlugin::copyObjects(VXManagedObjectContext &oldContext, int version, VXManagedObjectContext &newContext,
                                VXError *error)
 {
+    if (const VXError problem = unfitValues(*oldContext.persistentStoreCoordinator())) {
+        VXSetError(error, problem);
+        return false;
+    }
     oldContext.keepRows(largestKeptRow);
     if (!migrateManagedObjectContext(oldContext, version, newContext, error))
         return false;

@@ -4,6 +4,8 @@
 #include "VXMigrationWalk.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -92,6 +94,22 @@ QString textOfMembers(const QList<VXManagedObjectID> &oldIDs, const VXMigratedOb
     return u":\n(%1)\n(%2)"_s.arg(oldNames.join(", "_L1), newNames.join(", "_L1));
 }
 
+// What stands for several old objects leads to what any of them led to.
+QList<VXManagedObjectPtr> withMembersOfOthers(const VXManagedObject &newObject, const VXRelationshipDescription &made,
+                                              const QList<VXManagedObjectPtr> &related)
+{
+    const VXStoreMigration *const run = VXStoreMigration::current();
+    if (run == nullptr || !run->standsForSeveral(newObject))
+        return related;
+    QList<VXManagedObjectPtr> members = newObject.relatedObjects(made.index());
+    QSet<const VXManagedObject *> known;
+    for (const VXManagedObjectPtr &each : std::as_const(members))
+        known.insert(each.get());
+    std::ranges::copy_if(related, std::back_inserter(members),
+                         [&](const VXManagedObjectPtr &each) { return !known.contains(each.get()); });
+    return members;
+}
+
 } // namespace
 
 VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relationship,
@@ -135,7 +153,7 @@ VXManagedObjectPtr VXDataPlugin::migrateObjectRelationship(const QString &relati
     if (related.size() < found)
         tellOfNoRoom(oldObject, *old, found, found - related.size());
     if (made->isToMany())
-        newObject->setRelatedObjects(made->index(), related);
+        newObject->setRelatedObjects(made->index(), withMembersOfOthers(*newObject, *made, related));
     else if (!related.isEmpty())
         newObject->setRelated(made->index(), related.constFirst());
     return newObject;

@@ -4,14 +4,11 @@
 #include "VXMethodLog.h"
 #include "VXStoreRowCopy.h"
 
-#include <typeinfo>
-
 using namespace Qt::StringLiterals;
 
 bool VXDataPlugin::copiesRows(int) const
 {
-    // Who forgot the Q_OBJECT of a subclass has its hooks all the same.
-    return metaObject() == &VXDataPlugin::staticMetaObject && typeid(*this) == typeid(VXDataPlugin);
+    return false;
 }
 
 // Empty when objects have to be copied one by one. What is copied here is saved at once, and so only into a store that nobody

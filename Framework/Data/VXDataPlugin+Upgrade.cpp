@@ -141,7 +141,8 @@ VXError VXDataPlugin::problemOfOwner(const QVariantMap &metadata, const QString 
     if (other == nullptr || !other->isInstalled() ||
         other->infoText(u"VXDataStoreName"_s) != QFileInfo(dataFileName).completeBaseName())
         return {};
-    const QString reason = VXLocalizedString(u"It is that of %1, whose store has the same name."_s).arg(owner);
+    const QString reason = VXLocalizedString(u"It is that of %1, whose store is called \"%2\"."_s)
+                               .arg(owner, other->infoText(u"VXDataStoreName"_s));
     return VXMakeError(VXLocalizedString(u"Data file does not belong to this plugin"_s), "%s", qUtf8Printable(reason));
 }
 
@@ -241,13 +242,18 @@ VXError VXDataPlugin::rehearse(const StorePtr &source, bool isMerge)
     return run(*VXCoreDataStoreMigrationWindowController::rehearse(source, destination, *this, isMerge));
 }
 
-StorePtr VXDataPlugin::earlierStoreAt(const QString &path, VXError *error)
+bool VXDataPlugin::isStoreItself(const QString &path, VXError *error) const
 {
     const QString place = QFileInfo(path).canonicalFilePath();
-    if (place.isEmpty() || place != QFileInfo(dataStorePath()).canonicalFilePath())
-        return ownStoreAt(path, error);
-    VXSetError(error, VXMakeError(VXLocalizedString(u"It is the store itself"_s), "%s", qUtf8Printable(path)));
-    return nullptr;
+    const bool isItself = !place.isEmpty() && place == QFileInfo(dataStorePath()).canonicalFilePath();
+    if (isItself)
+        VXSetError(error, VXMakeError(VXLocalizedString(u"It is the store itself"_s), "%s", qUtf8Printable(path)));
+    return isItself;
+}
+
+StorePtr VXDataPlugin::earlierStoreAt(const QString &path, VXError *error)
+{
+    return isStoreItself(path, error) ? nullptr : ownStoreAt(path, error);
 }
 
 // By way of the install folder: whoever ends the program meanwhile, one of both stores is found, and the next start goes on.
@@ -360,18 +366,13 @@ bool VXDataPlugin::putUpgradingFileBack()
     return false;
 }
 
-void VXDataPlugin::removeUpgradingFile()
+bool VXDataPlugin::removeUpgradingFile()
 {
     const QString upgrading = upgradingPath();
     if (!exists(upgrading))
-        return;
-    if (_upgradeBackup) {
-        if (_upgradeBackup->isNull())
-            trashUpgradingFile(upgrading);
-        else
-            moveUpgradingFile(upgrading, *_upgradeBackup);
-        return;
-    }
+        return true;
+    if (_upgradeBackup)
+        return _upgradeBackup->isNull() ? trashUpgradingFile(upgrading) : moveUpgradingFile(upgrading, *_upgradeBackup);
     const VXPluginMarker::Scope nobody;
     VXAlert alert;
     alert.message = VXLocalizedString(u"Successfully upgraded %1."_s).arg(dataStoreName());
@@ -383,52 +384,50 @@ void VXDataPlugin::removeUpgradingFile()
         alert.details = VXLocalizedString(u"Nothing was copied: the new data file is empty, as the plugin wants it."_s);
     const VXAlertResult answer = VXApplication::sharedApplication().userInterface().runAlert(alert);
     if (!exists(upgrading)) // another process was told meanwhile
-        return;
-    if (answer.isChecked)
-        saveUpgradingFileAsBackup(upgrading);
-    else
-        trashUpgradingFile(upgrading);
+        return true;
+    return answer.isChecked ? saveUpgradingFileAsBackup(upgrading) : trashUpgradingFile(upgrading);
 }
 
-void VXDataPlugin::trashUpgradingFile(const QString &upgrading)
+bool VXDataPlugin::trashUpgradingFile(const QString &upgrading)
 {
     const VXError problem = VXStorePast::trash(dataStorePath(), upgrading, u"upgraded"_s, &_oldStore);
     if (!problem || !exists(upgrading)) // another process did it
-        return;
+        return true;
     VXLogMethod(VXLogError, "removeUpgradingFile", "trash: "_L1 + problem.description());
     VXApplication::sharedApplication().presentError(problem);
+    return false;
 }
 
 // Cancelled, it stays, and the question comes back at the next open.
-void VXDataPlugin::saveUpgradingFileAsBackup(const QString &upgrading)
+bool VXDataPlugin::saveUpgradingFileAsBackup(const QString &upgrading)
 {
     VXSavePanel panel;
     panel.proposedName = QFileInfo(dataStorePath()).fileName();
     const VXPanelResult chosen = VXApplication::sharedApplication().userInterface().runSavePanel(panel);
-    if (chosen.isOk() && exists(upgrading))
-        moveUpgradingFile(upgrading, chosen.path);
+    return chosen.isOk() && (!exists(upgrading) || moveUpgradingFile(upgrading, chosen.path));
 }
 
-void VXDataPlugin::moveUpgradingFile(const QString &upgrading, const QString &place)
+bool VXDataPlugin::moveUpgradingFile(const QString &upgrading, const QString &place)
 {
     constexpr const char *operation = "removeUpgradingFile";
     VXApplication &application = VXApplication::sharedApplication();
     if (const VXError problem = problemWithPlace(place)) {
         application.presentError(problem);
-        return;
+        return false;
     }
     VXFileManager &files = VXFileManager::defaultManager();
     if (exists(place)) {
         if (const VXError problem = files.safelyTrashFileAtPath(place)) {
             VXLogMethod(VXLogError, operation, "replace: "_L1 + problem.description());
             application.presentError(problem);
-            return;
+            return false;
         }
     }
     if (!VXStorePast::move(dataStorePath(), upgrading, place, u"upgraded"_s)) {
         _oldStore = place;
-        return;
+        return true;
     }
     VXLogMethod(VXLogError, operation, u"Could not move file: %1 -> %2"_s.arg(upgrading, place));
     application.presentError(VXMakeError(VXLocalizedString(u"Unable to move file"_s)));
+    return false;
 }

@@ -86,7 +86,7 @@ public:
     /**
      * Whether the objects of a store of that version may be copied as the rows they are, where the models allow it: many times
      * faster, but none of the hooks below is called, nor the classes of objects. So what those make of other values must be in
-     * the old store already. The base says so where there is no subclass.
+     * the old store already. The base says no: override it where there are no hooks, or none that such a store needs.
      */
     virtual bool copiesRows(int version) const;
     /**
@@ -139,9 +139,9 @@ public:
     /** Where the old store lies from the beginning of an upgrade until the user has decided what becomes of it. */
     QString upgradingPath() const;
     /** Settles a pre-upgrade copy, if there is one, after a failed or a successful open: brings it back, or offers it as a
-     * backup. */
+     * backup. False, logged, when that failed; also when the user put off the decision on the backup. */
     bool restoreUpgradingFile();
-    void removeUpgradingFile();
+    bool removeUpgradingFile();
     /** Decides beforehand what becomes of the old store, and nobody is asked: null for the trash, else where it goes as a backup. */
     void setUpgradeBackup(const QString &path) { _upgradeBackup = path; }
     /** Where the old store of the last upgrade went, once that is settled, or what the store was before a merge; null when it
@@ -151,6 +151,8 @@ public:
     QString storeToOpen() const;
     /** Whether that one is of an older version. Empty, with an error, when it cannot be told, or is of a newer one. */
     std::optional<bool> isUpgradeDue(VXError *error = nullptr) const;
+    /** Whether a store that takes that one's place would be upgraded. */
+    bool isOlder(VXCoreDataStore &store) const { return ageOf(store.metadata()) == Age::Older; }
     /** An entity of the plugin's model that is another one in that store, though of the same version, as when VXDataStoreVersion
      * was not raised; null for none. */
     QString changedEntityOfStoreToOpen() const;
@@ -160,6 +162,8 @@ public:
     const QList<VXEntityMigration> &lastMigration() const { return _lastMigration; }
     /** Whether the hooks wanted nothing saved in that, which counts as success. */
     bool hasSavedNothing() const { return _hasSavedNothing; }
+    /** Whether the plugin's own store lies at a path, told as an error, whoever links to it. */
+    bool isStoreItself(const QString &path, VXError *error) const;
     /** One that can be taken back: as ownStoreAt, and not the present one. */
     StorePtr earlierStoreAt(const QString &path, VXError *error);
     /** The stores from before, the last one first; with that of an upgrade that is not settled. */
@@ -187,6 +191,8 @@ public:
     bool importStore(VXError *error = nullptr);
     /** Asks whether to merge the file's objects with the store's, or to replace these at the next start. Failures are shown. */
     bool importStoreAtPath(const QString &path, VXError *error = nullptr);
+    /** Whether a store has any; false, too, when it cannot be read. */
+    static bool holdsObjects(VXCoreDataStore &store);
     /** Default to merge, Other to replace, Alternate for neither. */
     VXAlertButton askHowToImport(const QString &description) const;
     Q_INVOKABLE void importStoreAction();
@@ -196,7 +202,7 @@ public:
     /** A file that is one to import, and what the plugin says of it. Asks nobody. */
     StorePtr storeToImport(const QString &path, QString *description, VXError *error);
     /** Copies all objects of a store, as of now, into the plugin's own, which must be open, with a progress window. What that was
-     * before is then in the trash, or else beside the store, as an earlier store (oldStore). */
+     * before is then in the trash, or else beside the store, as an earlier store (oldStore), unless nothing was to be added. */
     VXError mergeStore(const StorePtr &store);
     /** Puts a copy of a store, as of now, where it waits to replace the plugin's own at the next start. */
     VXError stageStore(VXCoreDataStore &store);
@@ -252,16 +258,17 @@ private:
     bool putUpgradingFileBack();
     bool bringBackLoneUpgradingFile(const QString &path, VXError *error);
     bool takeOpeningLock(const QString &path, VXError *error);
-    void saveUpgradingFileAsBackup(const QString &upgrading);
+    bool saveUpgradingFileAsBackup(const QString &upgrading);
     StorePtr snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const;
     void keepMerged(const QString &before);
     void askForRelaunch();
+    void tellOfEmptyExport(const QString &path) const;
     VXError exportPlain(const QString &folder, const QString &path);
     VXError exportValidated(const QString &folder);
     StorePtr storeToExport(VXError *error) const;
     VXError problemWithPlace(const QString &path) const;
-    void moveUpgradingFile(const QString &upgrading, const QString &place);
-    void trashUpgradingFile(const QString &upgrading);
+    bool moveUpgradingFile(const QString &upgrading, const QString &place);
+    bool trashUpgradingFile(const QString &upgrading);
     void tellOfNoRoom(const VXManagedObjectPtr &oldObject, const VXRelationshipDescription &old, qsizetype found,
                       qsizetype leftOut) const;
     bool copyObjects(VXManagedObjectContext &oldContext, int version, VXManagedObjectContext &newContext,

@@ -171,7 +171,7 @@ VXError VXSourceComparison::compareValue(const ObjectID &oldID, const VXStoreRow
     if (VXIsSameValue(value, row.value(oldIndex)))
         return {};
     if (!_run.digestOfChanges(*pair.old))
-        return differs(*pair.old, oldID);
+        return _run.standsForSeveral(object) ? VXError() : differs(*pair.old, oldID);
     _changes[pair.old] += VXStoreMigration::digestOf(oldID, value);
     return {};
 }
@@ -195,7 +195,7 @@ void VXSourceComparison::compareReference(const ObjectID &oldID, const ObjectID 
         return compareReferences(oldID, {target}, pair, object);
     const ObjectID *const kept = object.relatedID(pair.made->index());
     const VXManagedObjectPtr wanted = wantedTarget(target, pair);
-    if (wanted && (kept == nullptr || *kept != wanted->objectID()))
+    if (wanted && (kept == nullptr || *kept != wanted->objectID()) && !_run.standsForSeveral(object))
         noteLost(oldID, pair);
 }
 
@@ -211,11 +211,20 @@ void VXSourceComparison::compareReferences(const ObjectID &oldID, const QList<Ob
     }
 }
 
+// Whether objects have it that stand for several old ones: what was changed for one of these, another has overwritten.
+bool VXSourceComparison::isOfShared(const VXPropertyDescription &old) const
+{
+    const VXMigratedObjects &made = _run.newObjects();
+    return std::any_of(made.keyValueBegin(), made.keyValueEnd(), [&](const auto &each) {
+        return _run.standsForSeveral(*each.second) && each.first.entity().properties().contains(&old);
+    });
+}
+
 // That the values that differ are those that hooks were asked for, and no others.
 VXError VXSourceComparison::compareTotals() const
 {
     for (auto each = _changes.cbegin(); each != _changes.cend(); ++each) {
-        if (*each != _run.digestOfChanges(*each.key()))
+        if (*each != _run.digestOfChanges(*each.key()) && !isOfShared(*each.key()))
             return difference(VXLocalizedString(u"\"%1\" of \"%2\" has other values than the old objects, and than the "
                                                 "plugin gave for them."_s)
                                   .arg(each.key()->name(), each.key()->entity().name()));

@@ -49,6 +49,7 @@ private:
                            const VXManagedObject &object);
     VXManagedObjectPtr wantedTarget(const VXManagedObjectID &target, const Pair &pair) const;
     void noteLost(const VXManagedObjectID &oldID, const Pair &pair);
+    bool isOfShared(const VXPropertyDescription &old) const;
     VXError compareTotals() const;
 
     VXStoreMigration &_run;

@@ -115,6 +115,31 @@ quint64 VXStoreMigration::digestOf(const VXManagedObjectID &oldID, const QVarian
     return qHash(bytes, seed);
 }
 
+void VXStoreMigration::noteMade(const VXManagedObject &made)
+{
+    const VXManagedObjectID &objectID = made.objectID();
+    const bool isNewest = objectID.store() == nullptr && objectID.number() > _newestNumber;
+    if (isNewest)
+        _newestNumber = objectID.number();
+    else
+        _mayShare = true;
+}
+
+void VXStoreMigration::setNewObjects(const VXMigratedObjects &newObjects)
+{
+    _newObjects = newObjects;
+    _shared.clear();
+    if (!_mayShare)
+        return;
+    QSet<const VXManagedObject *> seen;
+    for (const VXManagedObjectPtr &made : newObjects) {
+        const qsizetype before = seen.size();
+        seen.insert(made.get());
+        if (seen.size() == before)
+            _shared.insert(made.get());
+    }
+}
+
 void VXStoreMigration::noteNothingSaved()
 {
     _savesNothing = true;

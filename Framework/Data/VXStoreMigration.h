@@ -6,6 +6,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QMap>
+#include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -125,10 +126,19 @@ public:
     bool savesNothing() const { return _savesNothing; }
     /** In the order they were copied; none that had no objects. */
     const QList<VXEntityMigration> &entities() const { return _entities; }
+    /** An object that stands for an old one, as a hook gave it. */
+    void noteMade(const VXManagedObject &made);
     /** The objects that were copied, held until the run is gone. */
-    void setNewObjects(const VXMigratedObjects &newObjects) { _newObjects = newObjects; }
+    void setNewObjects(const VXMigratedObjects &newObjects);
+    /** Whether hooks gave that new object for more than one old one: then it has the values of one of them, and leads to what any of
+     * them led to. Once the new objects are set. */
+    bool standsForSeveral(const VXManagedObject &made) const { return !_shared.isEmpty() && _shared.contains(&made); }
     const VXMigratedObjects &newObjects() const { return _newObjects; }
-    void forgetNewObjects() { _newObjects.clear(); }
+    void forgetNewObjects()
+    {
+        _shared.clear();
+        _newObjects.clear();
+    }
 
 private:
     bool _isIntoNewStore = false;
@@ -140,6 +150,9 @@ private:
     std::atomic<qint64> _total = 0;
     QList<VXEntityMigration> _entities;
     VXMigratedObjects _newObjects;
+    qint64 _newestNumber = 0;              // of the temporary IDs that were noted: they ascend
+    bool _mayShare = false;                // one was noted that is no newer than those before
+    QSet<const VXManagedObject *> _shared; // of the new objects
     QHash<const VXPropertyDescription *, quint64> _changes;
     QHash<const VXPropertyDescription *, qint64> _withoutRoom;
     bool _savesNothing = false;

@@ -16,8 +16,22 @@ namespace {
     QMetaType::registerConverter<VXManagedObjectPtr, VXKeyValueCoding *>(
         [](const VXManagedObjectPtr &object) { return static_cast<VXKeyValueCoding *>(object.get()); });
 
+bool isNumber(const QVariant &value)
+{
+    const int type = value.typeId();
+    return type == QMetaType::Int || type == QMetaType::LongLong || type == QMetaType::ULongLong ||
+           type == QMetaType::Double;
+}
+
+// Of a number that does not fit it is told which, of all else what it is.
 QString valueProblem(const VXPropertyDescription &property, const QVariant &value)
 {
+    const VXAttributeDescription *const attribute = property.asAttribute();
+    const bool holdsNumbers = attribute != nullptr && attribute->type() != VXAttributeType::String &&
+                              attribute->type() != VXAttributeType::Binary;
+    if (holdsNumbers && isNumber(value))
+        return u"\"%1\" of entity \"%2\" cannot hold the number %3"_s.arg(property.name(), property.entity().name(),
+                                                                          value.toString());
     return u"\"%1\" of entity \"%2\" cannot hold a value of type %3"_s.arg(
         property.name(), property.entity().name(), QString::fromLatin1(value.metaType().name()));
 }

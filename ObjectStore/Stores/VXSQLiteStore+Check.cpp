@@ -1,6 +1,7 @@
 #include "VXSQLiteStore.h"
 
 #include "VXSaveReferences.h"
+#include "VXSQLiteUnfit.h"
 
 using namespace Qt::StringLiterals;
 
@@ -29,6 +30,9 @@ QString danglingQuery(const VXRelationshipDescription &relationship)
            "(SELECT 1 FROM %5 t1 WHERE t1.Z_PK = t2.%1)"_s.arg(link.target, link.table, sources, link.source, targets);
 }
 
+constexpr int mostUnfitValues = 10; // that are told of an attribute
+constexpr qsizetype longestQuote = 60;
+
 } // namespace
 
 QStringList VXSQLiteStore::check()
@@ -43,6 +47,8 @@ QStringList VXSQLiteStore::check()
     if (integrity != "ok"_L1)
         found.append(integrity.isNull() ? reasonOf(error) : integrity);
     findUnreadableRows(found);
+    if (!findUnfitValues(&found, &error))
+        found.append(reasonOf(error));
     QList<VXBrokenReference> broken;
     if (!findBrokenReferences(&broken, &error))
         found.append(reasonOf(error));
@@ -65,6 +71,39 @@ void VXSQLiteStore::findUnreadableRows(QStringList &found)
         if (at == VXRowCursor::Step::Failed)
             found.append(reasonOf(error));
     }
+}
+
+bool VXSQLiteStore::findUnfitValues(QStringList *found, VXError *error)
+{
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    if (!connection)
+        return false;
+    for (const VXEntityDescription *const entity : model().entities()) {
+        for (const VXAttributeDescription *const attribute : entity->attributes()) {
+            if (&attribute->entity() != entity || attribute->isTransient())
+                continue;
+            const QString column = "t0."_L1 + VXSQLiteSchema::column(*attribute);
+            VXSQLiteStatement rows =
+                connection->statement(u"SELECT t0.Z_PK, t0.Z_ENT, quote(%1) FROM %2 t0 WHERE %3 LIMIT %4"_s.arg(
+                                          column, VXSQLiteSchema::table(*entity),
+                                          VXSQLiteUnfit(attribute->type(), column), QString::number(mostUnfitValues)),
+                                      error);
+            if (!rows)
+                return false;
+            Step at = rows.step();
+            for (; at == Step::Row; at = rows.step()) {
+                const VXManagedObjectID objectID = layout(*entity).readID(rows, identity());
+                if (!objectID.isNull()) // or the row is told as unreadable
+                    found->append(u"\"%1\" of %2 cannot be %3."_s.arg(
+                        attribute->name(), objectID.uriRepresentation().toString(), rows.text(2).left(longestQuote)));
+            }
+            if (at == Step::Failed) {
+                VXSetError(error, connection->lastError());
+                return false;
+            }
+        }
+    }
+    return true;
 }
 
 QString VXSQLiteStore::oneSidedQuery(const VXRelationshipDescription &relationship)

@@ -55,6 +55,11 @@ public:
     std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                              VXError *error) override;
     QStringList check() override;
+    /**
+     * What a column cannot hold for an object, but for another program that wrote it: reading makes something else of it. Of each
+     * attribute some are told, as texts. False, with an error, on failure.
+     */
+    bool findUnfitValues(QStringList *found, VXError *error);
     bool copyTo(const QString &path, VXError *error) override;
 
     /** How many SQL statements were run. For measurements. */

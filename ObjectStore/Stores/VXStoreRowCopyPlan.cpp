@@ -1,47 +1,11 @@
 #include "VXStoreRowCopyPlan.h"
 
+#include "VXSQLiteUnfit.h"
 #include "VXSQLPredicate.h"
-
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// SQLite sorts numbers before texts, and texts before data; to compare costs far less than to ask for the type.
-QString isNoWholeNumber(const QString &column)
-{
-    return u"%1 >= '' OR %1 <> CAST(%1 AS INTEGER)"_s.arg(column);
-}
-
-QString isOutside(const QString &column, qint64 lowest, qint64 highest)
-{
-    return u"%1 NOT BETWEEN %2 AND %3 OR %1 <> CAST(%1 AS INTEGER)"_s.arg(column).arg(lowest).arg(highest);
-}
-
-// What holds for a value that no object could have given the column.
-QString isNoneOf(VXAttributeType type, const QString &column)
-{
-    switch (type) {
-    case VXAttributeType::Integer16:
-        return isOutside(column, std::numeric_limits<qint16>::min(), std::numeric_limits<qint16>::max());
-    case VXAttributeType::Integer32:
-        return isOutside(column, std::numeric_limits<qint32>::min(), std::numeric_limits<qint32>::max());
-    case VXAttributeType::Boolean:
-        return isOutside(column, 0, 1);
-    case VXAttributeType::Integer64:
-    case VXAttributeType::Date:
-        return isNoWholeNumber(column);
-    case VXAttributeType::Double: // not a number stands there as data
-        return u"%1 >= '' AND %1 <> X'4E614E'"_s.arg(column);
-    case VXAttributeType::String:
-        return u"%1 < '' OR %1 >= X''"_s.arg(column);
-    case VXAttributeType::Binary:
-    case VXAttributeType::PropertyList:
-        break;
-    }
-    return u"%1 < X''"_s.arg(column);
-}
 
 QString ofOld(const QString &column)
 {
@@ -141,7 +105,7 @@ void VXEntityRowPlan::addAttribute(const VXAttributeDescription &made)
     }
     QString value = old == nullptr ? u"NULL"_s : ofOld(VXSQLiteSchema::column(*old));
     if (old != nullptr) {
-        _unsound.append(u'(' + isNoneOf(made.type(), value) +
+        _unsound.append(u'(' + VXSQLiteUnfit(made.type(), value) +
                         u')'); // NULL, which counts for nothing, where there is no value
         if (isList)
             _propertyLists.append(value);

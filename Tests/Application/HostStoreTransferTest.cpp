@@ -74,7 +74,7 @@ TEST_F(HostStoreTransferTest, ExportsImportsReplacesAndRollsBack)
     addCall("Jane <+1 555 0100>");
     const QString plain = path(u"plain.vxdatastore"_s);
     const QString validated = path(u"validated.vxdatastore"_s);
-    EXPECT_EQ(jsonOf({"export", "calls", plain}).value(u"action"_s), u"exported"_s);
+    EXPECT_EQ(jsonOf({"export", "calls", path(u"plain"_s)}).value(u"path"_s), plain);
     const QJsonObject exported = jsonOf({"export", "calls", validated, "--validate"});
     EXPECT_EQ(exported.value(u"entities"_s).toArray().at(0).toObject().value(u"copied"_s), 1);
     EXPECT_EQ(callsIn(plain), 1);
@@ -87,8 +87,9 @@ TEST_F(HostStoreTransferTest, ExportsImportsReplacesAndRollsBack)
     EXPECT_EQ(rehearsed.value(u"entities"_s).toArray().at(0).toObject().value(u"found"_s), 1);
     EXPECT_EQ(callsIn(u"calls"_s), 1);
     EXPECT_EQ(run({"import", "calls", plain}).status, 1); // nobody to ask
-    EXPECT_EQ(jsonOf({"import", "calls", plain, "--merge", "--backup", path(u"b.vxdatastore"_s)}).value(u"action"_s),
-              u"merged"_s);
+    const QJsonObject merged = jsonOf({"import", "calls", plain, "--merge", "--backup", path(u"b"_s)});
+    EXPECT_EQ(merged.value(u"action"_s), u"merged"_s);
+    EXPECT_EQ(merged.value(u"backup"_s), path(u"b.vxdatastore"_s));
     EXPECT_EQ(callsIn(u"calls"_s), 2);
     EXPECT_EQ(callsIn(path(u"b.vxdatastore"_s)), 1);
     EXPECT_EQ(jsonOf("rollback calls --yes").value(u"action"_s), u"taken back"_s);
@@ -96,7 +97,7 @@ TEST_F(HostStoreTransferTest, ExportsImportsReplacesAndRollsBack)
     EXPECT_EQ(jsonOf("rollback calls --yes").value(u"action"_s), u"taken back"_s);
     EXPECT_EQ(callsIn(u"calls"_s), 2);
 
-    EXPECT_EQ(jsonOf({"import", "calls", validated, "--replace"}).value(u"action"_s), u"staged"_s);
+    EXPECT_EQ(jsonOf({"import", "calls", path(u"validated"_s), "--replace"}).value(u"from"_s), validated);
     EXPECT_EQ(callsIn(u"calls"_s), 1);
     const HostOutcome past = run("rollback calls --dry-run");
     EXPECT_THAT(past.output, HasSubstr("replaced"));
@@ -152,8 +153,9 @@ TEST_F(HostStoreTransferTest, SaysWhatIsTrueOfStoresThatWaitOrWereLeft)
 
     const QString others = path(u"outbox.vxdatastore"_s);
     EXPECT_EQ(run({"export", "outbox", others}).status, 0);
-    EXPECT_THAT(run({"rollback", "calls", others, "--yes"}).errors,
-                HasSubstr("Data file does not belong to this plugin"));
+    EXPECT_THAT(
+        run({"rollback", "calls", others, "--yes"}).errors,
+        HasSubstr("not belong to this plugin. It is that of com.halvern.VNX2.plugin.outbox, whose store is called"));
     EXPECT_EQ(callsIn(u"calls"_s), 2);
 }
 
@@ -255,22 +257,21 @@ TEST_F(HostStoreTransferTest, MergesAndReplacementsCanBeTakenBackWithoutATrash)
 
 TEST_F(HostStoreTransferTest, MistakesAreTold)
 {
+    const QString live = path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s);
     const std::tuple<VXWords, int, const char *> rows[] = {
         {"upgrade calls x", 2, "upgrade takes no \"x\"; several words"},
         {"import calls x --merge --replace", 2, "exclude each other"},
         {"upgrade nothing", 1, "there is no store \"nothing\""},
-        {{"import", "calls", path(u"none.vxdatastore"_s)}, 1, "Not a recognized data file."},
+        {{"import", "calls", path(u"none.vxdatastore"_s)}, 1, "none.vxdatastore is not there"},
+        {{"import", "calls", path()}, 1, "Not a recognized data file: /"},
         {"rollback calls", 1, "no earlier store of calls is known"},
-        {{"rollback", "calls", path(u"none"_s), "--yes"}, 1, "Not a recognized data file."},
-        {{"rollback", "calls", path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), "--yes"},
-         1,
-         "It is the store itself"},
+        {{"rollback", "calls", path(u"none"_s), "--yes"}, 1, "none is not there"},
+        {{"rollback", "calls", live, "--yes"}, 1, "It is the store itself: /"},
+        {{"import", "calls", live, "--merge"}, 1, "It is the store itself: /"},
         {"rollback calls ''", 2, "the name of the folder is empty"},
         {"import calls x --model y", 2, "--model goes with a PATH"},
         {{"upgrade", path(u"x.vxdatastore"_s)}, 2, "upgrade takes the NAME of a plugin's store, and no PATH"},
-        {{"export", "calls", path(u".local/share/Vornix 2/Data/calls.vxdatastore"_s), "--yes"},
-         1,
-         "The data file that is in use lies there"},
+        {{"export", "calls", live, "--yes"}, 1, "The data file that is in use lies there: /"},
     };
     for (const auto &[arguments, status, text] : rows) {
         const HostOutcome outcome = run(arguments);
@@ -310,15 +311,33 @@ TEST_F(HostStoreOfPluginTest, UpgradeThatSavesNothingSaysSo)
     EXPECT_THAT(outcome.output, testing::ContainsRegex("Tag +2 +0 +2"));
 }
 
-// The same beforehand.
-TEST_F(HostStoreOfPluginTest, RehearsalTellsThatNothingWouldBeSaved)
+// The same beforehand, and of all other copies; a replacement asks no hooks.
+TEST_F(HostStoreOfPluginTest, CopiesThatWouldSaveNothingSaySo)
 {
-    writeOldStore(data(u"notes.vxdatastore"_s), 4);
-    writeNotesPlugin(u"ignores"_s);
-    const HostOutcome outcome = runHost("store upgrade notes --dry-run");
-    EXPECT_EQ(outcome.status, 0) << outcome.errors;
-    EXPECT_THAT(outcome.output, testing::ContainsRegex("Tag +2 +0 +2"));
-    EXPECT_THAT(outcome.output, testing::ContainsRegex("Author +1 +0 +1"));
+    const QString live = data(u"notes.vxdatastore"_s);
+    const QString file = path(u"file.vxdatastore"_s);
+    const QString out = path(u"out.vxdatastore"_s);
+    writeOldStore(live, 4);
+    writeNotesPlugin(u"ignores"_s, {{u"FixtureDescription"_s, u"Some notes"_s}});
+    const auto expect = [](const VXWords &arguments, const char *pattern, bool copiesNothing) {
+        const HostOutcome outcome = runHost(VXWords{"store"} + arguments + QStringList{u"--json"_s});
+        EXPECT_EQ(outcome.status, 0) << arguments.join(u' ').toStdString() << outcome.errors;
+        const QJsonObject json = outcome.json().toObject();
+        EXPECT_EQ(json.value(u"copiesNothing"_s), copiesNothing) << arguments.join(u' ').toStdString();
+        EXPECT_TRUE(json.value(u"old"_s).isNull() || json.value(u"old"_s).isUndefined());
+        EXPECT_THAT(runHost(VXWords{"store"} + arguments).output, testing::ContainsRegex(pattern));
+    };
+    expect("upgrade notes --dry-run", "Tag +2 +0 +2", true);
+    expect("upgrade notes --dry-run", "Author +1 +0 +1", true);
+    QDir(live).removeRecursively();
+    writeOldStore(live, 4, u"1.2"_s, u"org.example.notes"_s, newSource());
+    writeOldStore(file, 2, u"1.2"_s, u"org.example.notes"_s, newSource());
+    expect({"export", "notes", out, "--validate", "--yes"}, "Nothing was copied: the exported store", true);
+    expect({"import", "notes", file, "--merge"}, "Nothing of .* was merged", true);
+    expect({"import", "notes", file, "--dry-run"}, "nothing would be copied", true);
+    expect({"import", "notes", file, "--replace", "--dry-run"}, "as it is. It holds:\n.*\nNote +2 +2 +0", false);
+    for (const VXWords &how : {VXWords{"--dry-run"}, VXWords{"--replace", "--dry-run"}, VXWords{"--merge"}})
+        expect(VXWords{"import", "notes", out} + how, "It holds no objects.", true);
 }
 
 TEST_F(HostStoreOfPluginTest, RehearsalThatFailsTellsOfEachEntity)

@@ -115,7 +115,11 @@ void VXDesktopOpener::importStore(const QString &path)
         if (!plugin.isValidStoreAtPath(path))
             continue;
         const QString before = plugin.oldStore();
-        if (plugin.importStoreAtPath(path) && plugin.oldStore() != before)
+        const bool isImported = plugin.importStoreAtPath(path);
+        if (isImported && plugin.hasSavedNothing())
+            _window.tellDone(
+                VXText("Nothing of “%1” was merged, as the plugin wants it.").arg(QFileInfo(path).fileName()));
+        else if (isImported && plugin.oldStore() != before && !plugin.oldStore().isNull())
             _window.tellDone(VXText("“%1” was merged. What was there before lies in %2.")
                                  .arg(QFileInfo(path).fileName(), plugin.oldStore()));
         return;

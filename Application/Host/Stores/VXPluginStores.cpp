@@ -37,6 +37,14 @@ VXPersistentStoreCoordinator::Ptr VXStoreForName(const QString &name, QString *p
     }
     auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(name);
     if (!coordinator)
-        *problem = u"the store \"%1\" cannot be used; \"vornix log\" tells why"_s.arg(name);
+        *problem = VXStoreOutOfUse(name);
     return coordinator;
+}
+
+QString VXStoreOutOfUse(const QString &name)
+{
+    const VXPluginProxy *const plugin = VXDataManager::sharedDataManager().findPluginForDataStore(name);
+    const QString reason = plugin == nullptr || plugin->isLoaded() ? QString() : plugin->loadError();
+    return u"the store \"%1\" cannot be used; %2"_s.arg(
+        name, reason.isEmpty() ? u"\"vornix log\" tells why"_s : u"its plugin is not loaded: "_s + reason);
 }

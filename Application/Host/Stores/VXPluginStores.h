@@ -12,3 +12,6 @@
 
 /** The store that a data plugin declares under the name. @return null with a problem when none does, or it cannot be used. */
 [[nodiscard]] VXPersistentStoreCoordinator::Ptr VXStoreForName(const QString &name, QString *problem);
+
+/** Why a store that a data plugin declares cannot be used, as far as that is known. */
+[[nodiscard]] QString VXStoreOutOfUse(const QString &name);

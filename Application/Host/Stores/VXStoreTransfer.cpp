@@ -9,6 +9,7 @@
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXMigrationReport.h"
 #include "VXPluginManager.h"
 #include "VXPluginPaths.h"
 #include "VXPluginSession.h"
@@ -49,61 +50,28 @@ struct Transfer
             return named.filePath() + u'/' + QFileInfo(plugin.dataStorePath()).fileName();
         return named.filePath() + u'.' + VXStoreFileExtension;
     }
+    // A store that is to be read: its folder, or that name without the extension. Null when nothing is there, which was told.
+    QString source(const QString &text) const
+    {
+        const QString named = path(text);
+        const QString extended = named + u'.' + VXStoreFileExtension;
+        if (VXExistsAtPath(named) || VXExistsAtPath(extended))
+            return VXExistsAtPath(named) ? named : extended;
+        host.output.fail(named + " is not there"_L1);
+        return {};
+    }
     int fail(const VXError &error) const { return host.output.fail(VXErrorText(error)); }
 };
 
 // -- What became of the objects
-
-QJsonObject jsonOf(const QMap<QString, qint64> &counts)
-{
-    QJsonObject json;
-    for (auto each = counts.cbegin(); each != counts.cend(); ++each)
-        json.insert(each.key(), *each);
-    return json;
-}
-
-QString textOf(const QMap<QString, qint64> &counts)
-{
-    QStringList texts;
-    for (auto each = counts.cbegin(); each != counts.cend(); ++each)
-        texts.append(u"%1: %2"_s.arg(each.key()).arg(*each));
-    return texts.join(", "_L1);
-}
-
-QJsonArray jsonOf(const QList<VXEntityMigration> &entities)
-{
-    QJsonArray json;
-    for (const VXEntityMigration &each : entities)
-        json.append(QJsonObject{{u"entity"_s, each.entity},
-                                {u"found"_s, each.found},
-                                {u"copied"_s, each.copied},
-                                {u"leftOut"_s, each.ignored},
-                                {u"changed"_s, jsonOf(each.changedValues)},
-                                {u"dropped"_s, QJsonArray::fromStringList(each.droppedProperties)},
-                                {u"notFound"_s, jsonOf(each.notFound)}});
-    return json;
-}
-
-QString textOf(const QList<VXEntityMigration> &entities)
-{
-    if (entities.isEmpty())
-        return u"It holds no objects.\n"_s;
-    QList<QStringList> rows{
-        {u"ENTITY"_s, u"FOUND"_s, u"COPIED"_s, u"LEFT OUT"_s, u"CHANGED"_s, u"DROPPED"_s, u"NOT FOUND"_s}};
-    for (const VXEntityMigration &each : entities)
-        rows.append({each.entity, QString::number(each.found), QString::number(each.copied),
-                     QString::number(each.ignored), textOf(each.changedValues), each.droppedProperties.join(", "_L1),
-                     textOf(each.notFound)});
-    return VXTextTable(rows);
-}
 
 int answer(const Transfer &transfer, const QString &text, const QString &action,
            const QList<VXEntityMigration> &entities, QJsonObject more = {})
 {
     more.insert(u"store"_s, transfer.name);
     more.insert(u"action"_s, action);
-    more.insert(u"entities"_s, jsonOf(entities));
-    transfer.host.output.answer(text + (entities.isEmpty() ? QString() : textOf(entities)), more);
+    more.insert(u"entities"_s, VXJSONOfMigration(entities));
+    transfer.host.output.answer(text + (entities.isEmpty() ? QString() : VXTextOfMigration(entities)), more);
     return VXHostOutput::Done;
 }
 
@@ -113,6 +81,14 @@ QString reasonForNothing(const Transfer &transfer)
 {
     return u"The plugin %1 leaves out objects that others may lead to, which ends the copy. It says of each entity:\n"_s
         .arg(transfer.plugin.identifier());
+}
+
+// The same of any store, which may have nothing; null where something was copied.
+QString reasonForNothing(const Transfer &transfer, VXCoreDataStore &source)
+{
+    if (!VXDataPlugin::holdsObjects(source))
+        return VXTextOfMigration({});
+    return transfer.plugin.hasSavedNothing() ? reasonForNothing(transfer) : QString();
 }
 
 // How what a store was before is brought back; it may be listed nowhere.
@@ -134,11 +110,11 @@ int rehearse(const Transfer &transfer, const VXCoreDataStore::Ptr &source, bool 
                    {{u"error"_s, VXErrorText(error)}});
         return transfer.fail(error);
     }
-    const bool copiesNothing = transfer.plugin.hasSavedNothing();
+    const QString reason = reasonForNothing(transfer, *source);
     return answer(transfer,
-                  copiesNothing ? u"Nothing was changed, and nothing would be copied. "_s + reasonForNothing(transfer)
-                                : u"Nothing was changed. This is what would be copied:\n"_s,
-                  u"rehearsed"_s, entities, {{u"copiesNothing"_s, copiesNothing}});
+                  reason.isNull() ? u"Nothing was changed. This is what would be copied:\n"_s
+                                  : u"Nothing was changed, and nothing would be copied. "_s + reason,
+                  u"rehearsed"_s, entities, {{u"copiesNothing"_s, !reason.isNull()}});
 }
 
 bool agrees(const Transfer &transfer, const QString &question)
@@ -254,30 +230,64 @@ int upgrade(Transfer &transfer)
         {{u"old"_s, VXJSONFromVariant(old)}, {u"copiesNothing"_s, isEmpty}});
 }
 
-int answerMerged(const Transfer &transfer, const QString &file)
+QJsonObject placesOf(const QString &file, const QString &backup)
+{
+    return {{u"from"_s, file}, {u"backup"_s, VXJSONFromVariant(backup)}};
+}
+
+// Of the backup that an import was to make first.
+QString textOfBackup(const QString &backup)
+{
+    return backup.isNull() ? QString() : u"A backup of the present one lies in %1.\n"_s.arg(backup);
+}
+
+int answerMerged(const Transfer &transfer, VXCoreDataStore &source, const QString &file, const QString &backup)
 {
     const VXDataPlugin &plugin = transfer.plugin;
-    const bool isEmpty = plugin.hasSavedNothing();
+    const QString reason = reasonForNothing(transfer, source);
     const QString old = plugin.oldStore();
     const QString done =
-        isEmpty ? u"Nothing of %1 was merged into the store %2. "_s : u"Merged %1 into the store %2. "_s;
+        !reason.isNull() ? u"Nothing of %1 was merged into the store %2. "_s : u"Merged %1 into the store %2. "_s;
     const QString before = old.isNull() ? u"What that was before could not be kept, and cannot be taken back."_s
                                         : u"What that was before %1."_s.arg(textOfWayBack(transfer, old));
-    return answer(transfer, done.arg(file, transfer.name) + (isEmpty ? reasonForNothing(transfer) : before + u'\n'),
-                  u"merged"_s, plugin.lastMigration(),
-                  {{u"old"_s, VXJSONFromVariant(old)}, {u"copiesNothing"_s, isEmpty}});
+    QJsonObject more = placesOf(file, backup);
+    more.insert(u"old"_s, VXJSONFromVariant(old));
+    more.insert(u"copiesNothing"_s, !reason.isNull());
+    return answer(transfer,
+                  done.arg(file, transfer.name) + (reason.isNull() ? before + u'\n' : reason) + textOfBackup(backup),
+                  u"merged"_s, plugin.lastMigration(), more);
+}
+
+// What replaces the store is copied by the hooks only where it has to be upgraded.
+int rehearseImport(const Transfer &transfer, const VXCoreDataStore::Ptr &store, const QString &file)
+{
+    const bool isMerge = !transfer.isSet(u"replace"_s);
+    if (isMerge || transfer.plugin.isOlder(*store))
+        return rehearse(transfer, store, isMerge);
+    VXError error;
+    const std::optional<QList<VXEntityMigration>> objects = VXObjectsOfStore(*store, &error);
+    if (!objects)
+        return transfer.fail(error);
+    return answer(transfer,
+                  u"Nothing was changed. %1 would replace the store %2 as it is. "_s.arg(file, transfer.name) +
+                      (objects->isEmpty() ? VXTextOfMigration({}) : u"It holds:\n"_s),
+                  u"rehearsed"_s, *objects, {{u"from"_s, file}, {u"copiesNothing"_s, objects->isEmpty()}});
 }
 
 int importStore(Transfer &transfer)
 {
-    const QString file = transfer.path(transfer.host.options.operand(2));
+    const QString file = transfer.source(transfer.host.options.operand(2));
+    if (file.isNull())
+        return VXHostOutput::Failed;
     VXError error;
     QString description;
+    if (transfer.plugin.isStoreItself(file, &error)) // which would have each object twice
+        return transfer.fail(error);
     const auto store = transfer.plugin.storeToImport(file, &description, &error);
     if (!store)
         return transfer.fail(error);
     if (transfer.isSet(u"dry-run"_s))
-        return rehearse(transfer, store, !transfer.isSet(u"replace"_s));
+        return rehearseImport(transfer, store, file);
     VXAlertButton button = transfer.isSet(u"replace"_s) ? VXAlertButton::Other : VXAlertButton::Default;
     if (!transfer.isSet(u"replace"_s) && !transfer.isSet(u"merge"_s) && !transfer.isSet(u"yes"_s))
         button = transfer.plugin.askHowToImport(description);
@@ -297,11 +307,12 @@ int importStore(Transfer &transfer)
     if (error)
         return transfer.fail(error);
     if (button == VXAlertButton::Default)
-        return answerMerged(transfer, file);
+        return answerMerged(transfer, *store, file, backup);
     return answer(transfer,
                   u"%1 replaces the store %2 at the next start when nobody has it open. \"vornix store rollback %2\" "
-                  "then brings back the present one.\n"_s.arg(file, transfer.name),
-                  u"staged"_s, {});
+                  "then brings back the present one.\n"_s.arg(file, transfer.name) +
+                      textOfBackup(backup),
+                  u"staged"_s, {}, placesOf(file, backup));
 }
 
 int exportStore(Transfer &transfer)
@@ -312,8 +323,13 @@ int exportStore(Transfer &transfer)
     const bool validates = transfer.isSet(u"validate"_s);
     if (const VXError error = transfer.plugin.exportStoreTo(place, validates))
         return transfer.fail(error);
-    return answer(transfer, u"Exported the store %1 to %2.\n"_s.arg(transfer.name, place), u"exported"_s,
-                  validates ? transfer.plugin.lastMigration() : QList<VXEntityMigration>());
+    const bool isEmpty = validates && transfer.plugin.hasSavedNothing();
+    return answer(transfer,
+                  isEmpty ? u"Nothing was copied: the exported store %1 is empty. "_s.arg(place) +
+                                reasonForNothing(transfer)
+                          : u"Exported the store %1 to %2.\n"_s.arg(transfer.name, place),
+                  u"exported"_s, validates ? transfer.plugin.lastMigration() : QList<VXEntityMigration>(),
+                  {{u"path"_s, place}, {u"copiesNothing"_s, isEmpty}});
 }
 
 int listPast(const Transfer &transfer, const QList<VXStorePast::Entry> &past)
@@ -351,7 +367,9 @@ int rollBack(Transfer &transfer)
     const bool isOneWaiting = VXExistsAtPath(waiting);
     QString from = transfer.host.options.operand(2);
     if (!from.isNull()) {
-        from = transfer.path(from);
+        from = transfer.source(from);
+        if (from.isNull())
+            return VXHostOutput::Failed;
         VXError error;
         if (!transfer.plugin.earlierStoreAt(from, &error))
             return transfer.fail(error);
@@ -362,7 +380,7 @@ int rollBack(Transfer &transfer)
     }
     if (transfer.isSet(u"dry-run"_s)) {
         if (isOneWaiting)
-            past.prepend({waiting, QFileInfo(waiting).lastModified(), u"waits to replace it"_s});
+            past.prepend({waiting, QFileInfo(waiting).lastModified(), u"waiting"_s});
         return listPast(transfer, past);
     }
     if (from.isNull() && isOneWaiting)
@@ -420,7 +438,7 @@ int runVerb(VXHostContext &context, const Verb &verb, const QString &name)
     }
     const VXPluginProxy *const proxy = VXDataManager::sharedDataManager().findPluginForDataStore(name);
     if (proxy == nullptr || !proxy->isLoaded())
-        return context.output.fail(u"the plugin of the store \"%1\" is not loaded"_s.arg(name));
+        return context.output.fail(VXStoreOutOfUse(name));
     auto &plugin = proxy->as<VXDataPlugin>("persistentStoreCoordinator");
     if (plugin.dataStoreTypeExtension() == "memory"_L1)
         return context.output.fail(u"the store \"%1\" is kept in memory only"_s.arg(name));

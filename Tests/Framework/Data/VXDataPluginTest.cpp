@@ -265,7 +265,7 @@ INSTANTIATE_TEST_SUITE_P(
                      "persistentStoreCoordinator] Data file is newer than this plugin supports", nullptr},
         RefusedStore{"OfAnotherPluginWithAStoreOfThatName", "1.2", "org.example.disabled", "",
                      "Data file does not belong to this plugin",
-                     "It is that of org.example.disabled, whose store has the same name.",
+                     "It is that of org.example.disabled, whose store is called \"notes\".",
                      "persistentStoreCoordinator] Data file does not belong", nullptr},
         RefusedStore{"Damaged", "1.2", "org.example.notes", "", "The store is damaged, or no store at all.",
                      "It does not begin as an SQLite file.", "It does not begin as an SQLite file.",
@@ -309,24 +309,4 @@ TEST_F(VXDataPluginTest, StoreThatCannotBeTrashedIsNotReplaced)
     EXPECT_TRUE(VXApplication::sharedApplication().isTerminating());
     EXPECT_EQ(contentsOf(live), before);
     EXPECT_EQ(contentsOf(replacement), waitingBefore);
-}
-
-namespace {
-
-/** Whoever wrote it forgot the Q_OBJECT. */
-class TestPluginWithHooks : public VXDataPlugin
-{
-    QVariant migrateObjectValue(const QVariant &, const QString &, const VXManagedObjectPtr &, int,
-                                const VXManagedObjectPtr &, VXError *) override
-    {
-        return 1;
-    }
-};
-
-} // namespace
-
-TEST_F(VXDataPluginTest, RowsAreCopiedWithoutAskingOnlyWhereThereIsNoSubclass)
-{
-    EXPECT_TRUE(VXDataPlugin().copiesRows(1));
-    EXPECT_FALSE(TestPluginWithHooks().copiesRows(1));
 }

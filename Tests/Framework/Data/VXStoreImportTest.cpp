@@ -134,6 +134,13 @@ TEST_F(VXStoreImportTest, MergeThatSavesNothingSucceedsAndIsLogged)
     EXPECT_FALSE(error);
     EXPECT_EQ(log.count(u"nothing is saved; 2 of \"Tag\" have no new object"_s), 1);
     EXPECT_EQ(contentsOfStore(store()), before);
+    EXPECT_THAT(VXStorePast::entries(live), SizeIs(0)); // there is nothing to undo
+
+    user->answerSavePanel(path(u"out.vxdatastore"_s), true);
+    user->answerAlert(VXAlertButton::Default);
+    notesPlugin().exportStoreAction(); // whose user must not take that for a copy either
+    EXPECT_EQ(user->alerts().back().message,
+              u"Nothing was copied: the new data file is empty, as the plugin wants it."_s);
 }
 
 TEST_F(VXStoreImportTest, ReplaceStagesAConsistentCopyAndAsksForARelaunch)
@@ -238,6 +245,9 @@ TEST_F(VXStoreImportTest, ReadOnlySourcesAreMergedAndStagedAndLeftAsTheyAre)
     start();
     writeOldStore(file, 5);
     writeFile(u"others.vxdatastore/folder/inside.txt"_s, "inside");
+    const QStringList locks{u"saving.lock"_s, u"sync.lock.turn"_s};
+    for (const QString &lock : locks)
+        writeFile(u"others.vxdatastore/"_s + lock, "");
     const QString imported = contentsOfStore(file);
     const auto files = contentsOf(file);
     const QFile::Permissions reading = QFile::ReadOwner | QFile::ExeOwner;
@@ -252,6 +262,7 @@ TEST_F(VXStoreImportTest, ReadOnlySourcesAreMergedAndStagedAndLeftAsTheyAre)
     EXPECT_TRUE(notesPlugin().importStoreAtPath(file));
     EXPECT_EQ(contentsOfStore(staged), imported);
     EXPECT_EQ(readFile(staged + "/folder/inside.txt"_L1), "inside");
+    EXPECT_EQ(QDir(staged).entryList(locks, QDir::Files), QStringList()); // no data
     EXPECT_EQ(contentsOf(file), files);
     EXPECT_EQ(QFile::permissions(file) & QFile::WriteOwner, QFile::Permissions());
     ASSERT_TRUE(QFile::setPermissions(file, reading | QFile::WriteOwner)); // or it could not be removed

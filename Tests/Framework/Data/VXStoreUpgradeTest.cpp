@@ -120,6 +120,21 @@ TEST_F(VXStoreUpgradeTest, BackupIsNotPutOverTheStoreInUse)
 
 // -- The ways in which it ends
 
+namespace {
+
+// As another program may: the first note.
+void change(const QString &folder, const char *assignment)
+{
+    sqlite3 *database = nullptr;
+    ASSERT_EQ(sqlite3_open(qPrintable(folder + "/notes.sqlite"_L1), &database), SQLITE_OK);
+    const QByteArray sql = QByteArray("UPDATE VX_Note SET ") + assignment + " WHERE Z_PK = 1";
+    EXPECT_EQ(sqlite3_exec(database, sql.constData(), nullptr, nullptr, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(database);
+    sqlite3_close(database);
+}
+
+} // namespace
+
 struct UpgradeRow
 {
     const char *title;
@@ -244,13 +259,14 @@ INSTANTIATE_TEST_SUITE_P(
                    .migration = "unties",
                    .line = "migrate: The copy is not what the old store holds \"",
                    .message = "The copy is not what the old store holds"},
+        UpgradeRow{.title = "HookGivesOneTagForTwo", .migration = "unites", .isChanged = true},
         UpgradeRow{.title = "HookIgnoresAndNothingIsSaved",
                    .migration = "ignores",
                    .line = "nothing is saved; 2 of \"Tag\" have no new object",
                    .isEmptied = true},
         UpgradeRow{.title = "HookIgnoresAndNothingIsSavedUnverified",
                    .migration = "ignores",
-                   .line = "ignoring: x-coredata://",
+                   .line = "migrate: (null)",
                    .verifies = false,
                    .isEmptied = true},
         UpgradeRow{.title = "UserCancels",
@@ -262,6 +278,16 @@ INSTANTIATE_TEST_SUITE_P(
                    .line = "Missing managed object model",
                    .message = "Missing managed object model",
                    .spoil = [](const QString &live, const QString &) { QFile::remove(live + "/notes.mom"_L1); }},
+        UpgradeRow{.title = "ValueOfAnotherType",
+                   .migration = "",
+                   .line = "Note/p1 cannot be 'many'.",
+                   .message = "The data file has values that do not fit",
+                   .spoil = [](const QString &live, const QString &) { change(live, "pages = 'many'"); }},
+        UpgradeRow{.title = "ValueOutOfRange",
+                   .migration = "rows",
+                   .line = "\"pages\" of x-coredata://",
+                   .message = "The data file has values that do not fit",
+                   .spoil = [](const QString &live, const QString &) { change(live, "pages = 4000000000"); }},
         UpgradeRow{.title = "DamagedAtTheEnd",
                    .migration = "",
                    .line = "migrate: The store is damaged",

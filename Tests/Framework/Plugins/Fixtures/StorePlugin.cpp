@@ -77,6 +77,12 @@ public:
             ::raise(SIGKILL);
         if (how == "returns the old"_L1)
             return oldObject;
+        if (how == "unites"_L1 && oldObject->entity().name() == "Tag"_L1) {
+            for (const VXManagedObjectPtr &each : newContext.insertedObjects()) {
+                if (each->entity().name() == "Tag"_L1)
+                    return each;
+            }
+        }
         while (how == "waits"_L1 && !VXStoreMigration::current()->isCancelled())
             static_cast<void>(VXMainThread::performAndWait([] {})); // as code may that needs plugins
         return VXDataPlugin::insertNewObjectForOldObject(oldObject, version, newContext, error);
@@ -89,7 +95,8 @@ public:
             VXSetError(error, VXMakeError(u"refused as told"_s));
         if (migration() == "refuses"_L1 || (migration() == "empties"_L1 && attribute == "mood"_L1))
             return {};
-        if (migration() == "shouts"_L1 && attribute == "text"_L1)
+        if ((migration() == "shouts"_L1 && attribute == "text"_L1) ||
+            (migration() == "unites"_L1 && value == QVariant(u"red"_s)))
             return value.toString().toUpper();
         if (migration() == "mistypes"_L1 && attribute == "text"_L1)
             return QVariantList{1};
