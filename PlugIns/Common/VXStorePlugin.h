@@ -29,7 +29,7 @@ protected:
     }
     /**
      * Lets the objects of the entity be found until the plugin unloads, unless the user wants no search. `settings`: user defaults
-     * that their texts go by. A class was registered that no entity of the model gives: an assertion fails.
+     * that their texts go by. A class that was registered and that no entity of the store's model gives is logged.
      */
     void launchSearch(const QString &modificationDateKey, const QStringList &settings = {});
 
