@@ -285,6 +285,7 @@ public:
         VXSetHomeFolder(_home.path());
         index = VXSearchIndex::open();
         check(index != nullptr, "no index");
+        check(index->beginMany(nullptr), "not written"); // as a first pass does it
         QList<VXSearchIndex::Change> changes;
         for (qint64 i = 0; i < indexCount; ++i) {
             const QString number = QString::number(i);
@@ -296,6 +297,8 @@ public:
             if (changes.size() == 5000)
                 check(index->apply(identifier, std::exchange(changes, {}), nullptr), "not written");
         }
+        check(index->endMany(nullptr), "not written");
+        index = VXSearchIndex::openExisting(); // as who searches
         check(sqlite3_open_v2(VXSearchIndex::path().toUtf8().constData(), &database, SQLITE_OPEN_READONLY, nullptr) ==
                   SQLITE_OK,
               "not opened");

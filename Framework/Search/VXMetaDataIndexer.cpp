@@ -13,14 +13,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype batchSize = 2000;
+constexpr qsizetype batchSize = 2000; // a few MB
 
 }
 
 void VXMetaDataIndexer::open()
 {
     VXError error;
-    _isMarked = _wasComplete = _wasEmpty = false;
+    _isMarked = _wasComplete = _wasEmpty = _isOfMany = false;
     _left.reset();
     _index = VXSearchIndex::open(&error);
     if (_index) {
@@ -61,6 +61,9 @@ void VXMetaDataIndexer::note(const VXSearchIndex::Change &change)
 void VXMetaDataIndexer::carryBeside()
 {
     awaitCarrier();
+    VXError problem;
+    if (_index && !std::exchange(_isOfMany, true) && !_index->beginMany(&problem))
+        giveUp(problem);
     if (!_index)
         return;
     try {
@@ -148,6 +151,8 @@ void VXMetaDataIndexer::close()
 {
     flush();
     VXError error;
+    if (_index && _isOfMany && !_index->endMany(&error))
+        giveUp(error);
     if (_index && _isMarked && _wasComplete) {
         if (_index->endChanges(_identifier, &error))
             _debt.settleIndex();

@@ -64,5 +64,6 @@ private:
     bool _wasComplete = false;
     bool _wasEmpty = false; // of this folder's
     bool _isMarked = false;
+    bool _isOfMany = false;                       // changes
     std::optional<VXSearchIndex::FileMark> _left; // with all files
 };

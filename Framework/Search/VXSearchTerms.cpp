@@ -6,6 +6,7 @@
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -21,35 +22,91 @@ bool isASCII(const QString &text)
     return std::ranges::all_of(text, [](QChar each) { return each.unicode() < 0x80; });
 }
 
-// As people type what Unicode does not take apart; nothing for what is no letter, but stands within words.
-std::optional<QLatin1String> spelling(QChar letter)
+// As people type what Unicode does not take apart; empty for what is no letter, but stands within words.
+std::optional<QStringView> spelling(QChar letter)
 {
     switch (letter.toCaseFolded().unicode()) {
     case u'ß':
-        return "ss"_L1;
+        return u"ss";
     case u'æ':
-        return "ae"_L1;
+        return u"ae";
     case u'œ':
-        return "oe"_L1;
+        return u"oe";
     case u'ø':
-        return "o"_L1;
+        return u"o";
     case u'ł':
-        return "l"_L1;
+        return u"l";
     case u'đ':
     case u'ð':
-        return "d"_L1;
+        return u"d";
     case u'ħ':
-        return "h"_L1;
+        return u"h";
     case u'þ':
-        return "th"_L1;
+        return u"th";
     case u'ı':
-        return "i"_L1;
+        return u"i";
+    case 0x02bc: // apostrophes, of which the first is a letter to Unicode
+    case 0x2018:
+    case 0x2019:
+    case 0x00b4:
+    case 0x0060:
+        return u"'";
+    case 0x2010: // hyphens
+    case 0x2011:
+        return u"-";
+    case 0x0649: // alef maksura, which is yeh without its dots
+    case 0x06cc: // yeh of Persian and Urdu
+        return u"\u064a";
+    case 0x06a9: // keheh
+        return u"\u0643";
+    case 0x0629: // teh marbuta, which is heh with dots
+    case 0x06c1: // heh of Urdu
+        return u"\u0647";
     case 0x00ad: // soft hyphen
     case 0x0640: // lengthens Arabic words
-        return ""_L1;
+        return u"";
     default:
         return std::nullopt;
     }
+}
+
+bool isJoint(QChar each)
+{
+    return each == u'\'' || each == u'-';
+}
+
+// "ONeill" for "O'Neill"; null for what has no letters on both sides of one.
+QString withoutJoints(const QString &word)
+{
+    const auto joins = [&word](qsizetype at) {
+        return isJoint(word[at]) && word[at - 1].isLetter() && word[at + 1].isLetter();
+    };
+    QString joined;
+    for (qsizetype at = 1; at + 1 < word.size(); ++at) {
+        if (joins(at)) {
+            joined = word;
+            joined.removeIf(isJoint);
+            break;
+        }
+    }
+    return joined;
+}
+
+// Of the text as it is folded.
+QStringList jointlessWords(const QString &text)
+{
+    QStringList words;
+    const auto isOfWord = [](QChar each) { return each.isLetterOrNumber() || each.isSurrogate() || isJoint(each); };
+    const auto joint = [&text](auto from) { return std::find_if(from, text.cend(), isJoint); };
+    for (auto at = joint(text.cbegin()); at != text.cend();) {
+        const auto before = std::make_reverse_iterator(at);
+        const auto first = std::find_if_not(before, text.crend(), isOfWord).base();
+        const auto end = std::find_if_not(at, text.cend(), isOfWord);
+        if (const QString joined = withoutJoints(QString(first, end - first)); !joined.isNull())
+            words.append(joined);
+        at = joint(end);
+    }
+    return words;
 }
 
 // Whose words have no blanks between them.
@@ -105,8 +162,10 @@ QString foldedPiece(const QString &text)
 {
     QString letters;
     for (const QChar each : text.normalized(QString::NormalizationForm_KD)) {
-        if (const std::optional<QLatin1String> spelled = spelling(each))
+        if (const std::optional<QStringView> spelled = spelling(each))
             letters += *spelled;
+        else if (each.unicode() >= 0x80 && each.isDigit() && !each.isSurrogate())
+            letters += QChar(u'0' + each.digitValue());
         else
             letters += each;
     }
@@ -148,7 +207,7 @@ VXSearchTerms::VXSearchTerms(const QString &text)
             u"This is too long to search for: %1 characters, of at most %2."_s.arg(trimmed.size()).arg(longestText);
         return;
     }
-    const QString ofOneWidth = trimmed.normalized(QString::NormalizationForm_KC);
+    const QString ofOneWidth = withPlainDigits(trimmed.normalized(QString::NormalizationForm_KC));
     _words = wordsOf(partsOf(trimmed));
     _digits = digitsOf(ofOneWidth);
     read(ofOneWidth);
@@ -206,12 +265,40 @@ QString VXSearchTerms::folded(const QString &text)
     return result;
 }
 
+QString VXSearchTerms::indexed(const QString &text)
+{
+    const QString all = folded(text);
+    const QStringList more = jointlessWords(all);
+    return more.isEmpty() ? all : all + u'\n' + more.join(u' ');
+}
+
+QString VXSearchTerms::withPlainDigits(const QString &text)
+{
+    if (isASCII(text))
+        return text;
+    QString plain;
+    for (const char32_t each : text.toUcs4()) {
+        if (const int value = QChar::category(each) == QChar::Number_DecimalDigit ? QChar::digitValue(each) : -1;
+            value >= 0)
+            plain += QChar(u'0' + value);
+        else
+            plain += QChar::fromUcs4(each);
+    }
+    return plain;
+}
+
 // Each word in quotes, so that nothing in it is taken for an operator.
 QString VXSearchTerms::expression(const QStringList &words, Match match, const QString &kind)
 {
+    const auto quoted = [match](QString word) {
+        return u'"' + word.replace(u'"', u' ') + (match == Match::Prefix ? "\" *"_L1 : "\""_L1);
+    };
     QStringList terms;
-    for (QString word : words)
-        terms.append("text : \""_L1 + word.replace(u'"', u' ') + (match == Match::Prefix ? "\" *"_L1 : "\""_L1));
+    for (const QString &word : words) {
+        const QString joined = withoutJoints(word);
+        terms.append(joined.isNull() ? "text : "_L1 + quoted(word)
+                                     : "text : ("_L1 + quoted(word) + " OR "_L1 + quoted(joined) + u')');
+    }
     if (!kind.isNull())
         terms.append("kind : \""_L1 + QString(kind).replace(u'"', u' ') + u'"');
     return terms.join(" AND "_L1);

@@ -32,10 +32,15 @@ public:
     const QList<Reading> &readings() const { return _readings; }
 
     /**
-     * A text as the index has it, where case does not count: without the marks of letters, letters that have a mark built in as they
-     * are typed without ("ø", "ß"), each letter of scripts without blanks between words for itself. The text itself where it is ASCII.
+     * A text as it is compared, where case does not count: without the marks of letters, letters that have a mark built in as they
+     * are typed without ("ø", "ß"), digits of any script as ASCII has them, Arabic letters that keyboards mix up as one, each letter of
+     * scripts without blanks between words for itself. The text itself where it is ASCII.
      */
     static QString folded(const QString &text);
+    /** The same as the index has it: behind it words with apostrophes or hyphens once more without ("O'Neill", "ONeill"). */
+    static QString indexed(const QString &text);
+    /** With ASCII's in the place of other decimal digits. */
+    static QString withPlainDigits(const QString &text);
 
     enum class Match { Whole, Prefix };
     /** The FTS5 expression for texts that have all of these words. `kind`: null for all. */

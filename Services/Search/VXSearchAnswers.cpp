@@ -66,18 +66,17 @@ QList<VXFoundObject> VXSearchAnswers::find(const QString &words)
     const auto found = index == nullptr ? std::nullopt : index->find(words, {}, mostResults, &error);
     if (error)
         tell("find", error);
-    _found.clear();
-    for (const VXFoundObject &object : found.value_or(QList<VXFoundObject>()))
-        _found.insert(object.uri.toString(), object);
     return found.value_or(QList<VXFoundObject>());
 }
 
 std::optional<VXFoundObject> VXSearchAnswers::object(const QString &id)
 {
+    VXError error;
     VXSearchIndex *const index = this->index();
-    if (const auto known = _found.constFind(id); index != nullptr && known != _found.cend())
-        return *known;
-    return index == nullptr ? std::nullopt : index->object(QUrl(id), nullptr);
+    const auto known = index == nullptr ? std::nullopt : index->object(QUrl(id), &error);
+    if (error)
+        tell("object", error);
+    return known;
 }
 
 void VXSearchAnswers::open(const QString &id)

@@ -2,7 +2,6 @@
 
 #include "VXSearchIndex.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QTimer>
@@ -12,7 +11,7 @@
 #include <memory>
 #include <optional>
 
-/** What the desktops' interfaces have in common: the index, what was found last, and for how long nobody has asked. */
+/** What the desktops' interfaces have in common: the index, and for how long nobody has asked. */
 class VXSearchAnswers
 {
 public:
@@ -45,6 +44,5 @@ private:
     const std::function<void(const QString &url)> _open;
     std::function<void()> _didDiscard;
     std::unique_ptr<VXSearchIndex> _index;
-    QHash<QString, VXFoundObject> _found; // by the last search
     QTimer _idle;
 };

@@ -88,6 +88,11 @@ TEST_F(VXSearchServiceTest, AnswersGnome)
     EXPECT_THAT(metas, Not(HasSubstr("p9")));
     EXPECT_EQ(gdbus(u"ActivateResult"_s, {jane, u"['jane']"_s, u"0"_s}), "()\n");
     EXPECT_EQ(gdbus(u"ActivateResult"_s, {u"x-coredata://none/vxperson/p9"_s, u"['jane']"_s, u"0"_s}), "()\n");
+    const QString gone = u"x-coredata://store/vxperson/p2"_s; // since it was found
+    ASSERT_TRUE(
+        VXSearchIndex::open()->apply(u"people"_s, {{.name = u"p2_MD2.vxperson"_s, .values = std::nullopt}}, nullptr));
+    EXPECT_EQ(gdbus(u"GetResultMetas"_s, {u"['"_s + gone + u"']"_s}), "(@aa{sv} [],)\n");
+    EXPECT_EQ(gdbus(u"ActivateResult"_s, {gone, u"['jane']"_s, u"0"_s}), "()\n");
     VXUserDefaults::standardUserDefaults().setObject(true, u"metadata.ignore"_s);
     EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['jane']"_s}), "(@as [],)\n");
     VXUserDefaults::standardUserDefaults().setObject(false, u"metadata.ignore"_s);

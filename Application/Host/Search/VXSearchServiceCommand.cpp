@@ -1,5 +1,6 @@
 #include "VXDesktopProgram.h"
 #include "VXHostCommands.h"
+#include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXMetaDataKeeper.h"
@@ -10,11 +11,11 @@
 #include "VXSearchUpdate.h"
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto usualIdleTime = 30s; // a user types on
+constexpr int usualIdleSeconds = 30; // a user types on
+constexpr int mostIdleSeconds = 24 * 60 * 60;
 
 // In the program with windows, where it is installed.
 void open(const QString &url)
@@ -26,9 +27,14 @@ void open(const QString &url)
 // Without the plugins: desktops ask at each letter, and start this for it.
 int runSearchService(VXHostContext &context)
 {
-    bool isNumber = false;
-    const qint64 seconds = context.options.operand(0).toLongLong(&isNumber);
-    VXSearchService service(open, isNumber ? std::chrono::seconds(seconds) : usualIdleTime);
+    const QString operand = context.options.operand(0);
+    bool isNumber = operand.isNull();
+    const int seconds = isNumber ? usualIdleSeconds : operand.toInt(&isNumber);
+    if (!isNumber || seconds < 1 || seconds > mostIdleSeconds)
+        return context.output.failUsage(
+            u"\"%1\" is no number of seconds from 1 to %2"_s.arg(operand, QString::number(mostIdleSeconds)),
+            VXHostUsage(context.options.command()));
+    VXSearchService service(open, std::chrono::seconds(seconds));
     if (!service.problem().isNull())
         return context.output.fail(u"desktops can not search here: %1"_s.arg(service.problem()));
     const bool isToRemove = VXMetaDataSync::isIgnored() && !VXMetaDataRemoval::identifiers().isEmpty();

@@ -75,7 +75,8 @@ TEST_F(VXSearchIndexTest, FindsWordsByTheirBeginningAndNumbersByTheirEnd)
         {u"5550199"_s, {}, {u"Zo Ann"_s}},
         {u"170 555-0100"_s, {}, {u"Zoë Müller"_s}},
         {u"170\u00a0555\u20110100"_s, {}, {u"Zoë Müller"_s}}, // as pages have it
-        {u"100"_s, {}, {}},                                   // no suffix of three digits, and no word
+        {u"٠١٧٠٥٥٥٠١٠٠"_s, {}, {u"Zoë Müller"_s}},
+        {u"100"_s, {}, {}}, // no suffix of three digits, and no word
         {u"zoe jane"_s, {}, {}},
         {u"\"Zo\" OR NEAR( * - 50%"_s, {}, {}},
         {u"\"zo\" 50%"_s, {}, {u"Jane"_s}},
@@ -114,6 +115,11 @@ TEST_F(VXSearchIndexTest, ComparesLettersAsPeopleTypeThem)
         {u"Iğdır İzmir"_s, {u"igdir"_s, u"IĞDIR"_s, u"izmir"_s}, {}},
         {u"Zoe\u0308 Mu\u0308ller"_s, {u"zoë"_s, u"zoe"_s, u"müller"_s, u"mu\u0308l"_s}, {u"mller"_s}},
         {u"مُحَمَّد أحمد"_s, {u"محمد"_s, u"احمد"_s, u"محـــمد"_s}, {u"حمد"_s}},
+        {u"على فاطمة کریم ٢٥٠"_s, {u"علي"_s, u"على"_s, u"فاطمه"_s, u"كريم"_s, u"250"_s, u"۲۵۰"_s}, {}},
+        {u"O'Neill Anne-Marie D’Arcy"_s,
+         {u"oneill"_s, u"O’Neill"_s, u"neill"_s, u"annemar"_s, u"anne-marie"_s, u"marie"_s, u"darcy"_s, u"d'arcy"_s},
+         {u"neillanne"_s}},
+        {u"ONeill -- '' -"_s, {u"o'neill"_s, u"o-neill"_s}, {u"o neill"_s}},
         {u"我们明天在上海见面"_s, {u"明天"_s, u"我"_s, u"上海见"_s, u"明天 上海"_s}, {u"天明"_s, u"见上海"_s}},
         {u"東京タワーで会う"_s, {u"東京"_s, u"タワー"_s, u"会"_s}, {u"京東"_s}},
         {u"हिन्दी भाषा"_s, {u"हिन्दी"_s, u"भाषा"_s, u"भा"_s}, {u"न्दी"_s}},
@@ -302,6 +308,34 @@ TEST_F(VXSearchIndexTest, ForgetsWhatWasReplacedOrRemoved)
     EXPECT_EQ(index->count(u"people"_s, nullptr), 3);
     ASSERT_TRUE(index->removeFolder(u"people"_s, nullptr));
     EXPECT_THAT(find(u"zoo"_s), IsEmpty());
+}
+
+// Out of order, twice in one go, of one moment, and with what is there already.
+TEST_F(VXSearchIndexTest, TakesChangesInWhateverOrder)
+{
+    const auto dated = [](int number, const QString &text, int second) {
+        VXSearchIndex::Change made = change(number, u"message"_s, text, {u"+1 555 010"_s + QString::number(number)});
+        made.values->insert(u"kMDItemContentCreationDate"_s, QDateTime::fromSecsSinceEpoch(second, Qt::UTC));
+        return made;
+    };
+    ASSERT_TRUE(index->apply(u"people"_s, {dated(1, u"ant"_s, 300), dated(2, u"bee"_s, 100), dated(3, u"cat"_s, 200)},
+                             nullptr));
+    const VXSearchIndex::Change gone{.name = u"p3_MD2.message"_s, .values = std::nullopt};
+    ASSERT_TRUE(index->apply(u"people"_s,
+                             {dated(4, u"beetle"_s, 100),
+                              gone,
+                              dated(5, u"bat"_s, 50),
+                              dated(2, u"bear"_s, 100),
+                              dated(5, u"boar"_s, 400),
+                              dated(6, u"bison"_s, 10),
+                              {.name = u"p6_MD2.message"_s, .values = std::nullopt}},
+                             nullptr));
+    EXPECT_EQ(find(u"b"_s), (QStringList{u"boar"_s, u"bear"_s, u"beetle"_s}));
+    EXPECT_EQ(find(u"0105"_s), QStringList{u"boar"_s});
+    for (const QString &none : {u"bat"_s, u"cat"_s, u"bison"_s, u"0103"_s, u"0106"_s})
+        EXPECT_THAT(find(none), IsEmpty()) << none.toStdString();
+    EXPECT_EQ(index->count(u"people"_s, nullptr), 4);
+    EXPECT_TRUE(index->isSound(nullptr));
 }
 
 TEST_F(VXSearchIndexTest, IsMadeAnewWhenItIsDamaged)

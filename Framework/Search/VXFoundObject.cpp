@@ -1,0 +1,21 @@
+#include "VXFoundObject.h"
+
+#include "VXURLStrings.h"
+
+#include <QtCore/QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+QUrl VXFoundObject::url() const
+{
+    const QStringList parts = uri.path().split(u'/');
+    return VXMakePhonebookURL(uri.host(), parts.value(1), parts.value(2));
+}
+
+QUrl VXFoundObject::uriForURL(const QUrl &url)
+{
+    static const QRegularExpression object(u"^/[^/]+/p[0-9]+$"_s);
+    if (url.scheme() != "vxbook"_L1 || url.host() == "localhost"_L1 || !object.match(url.path()).hasMatch())
+        return {};
+    return QUrl(u"x-coredata://"_s + url.host() + url.path());
+}

@@ -1,0 +1,281 @@
+#include "VXSearchEntries.h"
+
+#include "VXPhoneNumber.h"
+#include "VXSearchTerms.h"
+#include "VXSQLiteConnection.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QHash>
+
+#include <algorithm>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+// FTS5 gathers words in memory, and has to write them out when an ID is lower than the one before. So what is put in is in
+// the order of its IDs: first all that goes, then all that comes.
+
+namespace {
+
+constexpr qint64 entriesOfAMoment = 1 << 16;   // IDs for what has one date
+constexpr qint64 latestDate = qint64(1) << 45; // in milliseconds, a thousand years on
+
+const QString identifierKey = u"kMDItemIdentifier"_s;
+const QString numbersKey = u"kMDItemPhoneNumbers"_s;
+const QString descriptionKey = u"kMDItemDescription"_s;
+const QString dateKey = u"kMDItemContentCreationDate"_s;
+
+// Once what is said twice, as a number that is all of the title, and a text that is shown beside it.
+QString wordsOf(const QVariantMap &values)
+{
+    QStringList words;
+    for (const auto &[key, value] : values.asKeyValueRange()) {
+        if (key == identifierKey || key == "kMDItemCreator"_L1 || key == "kMDItemKind"_L1 || key == descriptionKey)
+            continue;
+        if (value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QStringList ||
+            value.typeId() == QMetaType::QVariantList)
+            words += value.toStringList(); // of a text the list of it
+    }
+    words.removeDuplicates();
+    const QString shown = values.value(descriptionKey).toString();
+    const QString text = words.join(u'\n');
+    return VXSearchTerms::indexed(text.contains(shown) ? text : text + u'\n' + shown);
+}
+
+QStringList numbersOf(const QVariantMap &values)
+{
+    QStringList numbers = values.value(numbersKey).toStringList();
+    std::ranges::transform(numbers, numbers.begin(), VXSearchEntries::reversedSearchString);
+    numbers.removeAll(QString());
+    numbers.removeDuplicates();
+    return numbers;
+}
+
+// Of digits alone. Null for none.
+QByteArray jsonOf(const QStringList &numbers)
+{
+    return numbers.isEmpty() ? QByteArray() : "[\"" + numbers.join("\",\""_L1).toUtf8() + "\"]";
+}
+
+// Null for null.
+QByteArray utf8Of(const QString &text)
+{
+    return text.isNull() ? QByteArray() : text.toUtf8();
+}
+
+void bindUtf8(VXSQLiteStatement &statement, int parameter, const QByteArray &text)
+{
+    if (text.isNull())
+        statement.bindNull(parameter);
+    else
+        statement.bindText(parameter, QUtf8StringView(text));
+}
+
+QString kindOf(const VXSearchIndex::Change &change)
+{
+    const QString kind = change.values->value(u"kMDItemKind"_s).toString();
+    return kind.isEmpty() ? change.name.section(u'.', -1) : kind;
+}
+
+// Where an entry stands among others, from its ID on: the later ones come first, and what has no date before all.
+qint64 placeOf(const QVariantMap &values)
+{
+    const QDateTime when = values.value(dateKey).toDateTime();
+    return when.isValid() ? std::clamp<qint64>(when.toMSecsSinceEpoch(), 0, latestDate) * entriesOfAMoment
+                          : VXSearchEntries::undated;
+}
+
+} // namespace
+
+QString VXSearchEntries::reversed(const QString &digits)
+{
+    QString result = digits;
+    std::reverse(result.begin(), result.end());
+    return result;
+}
+
+QString VXSearchEntries::reversedSearchString(const QString &number)
+{
+    return reversed(VXPhoneNumberSearchString(VXSearchTerms::withPlainDigits(number)));
+}
+
+bool VXSearchEntries::run(VXSQLiteStatement &statement, VXError *error)
+{
+    const bool isDone = statement.run();
+    if (!isDone)
+        VXSetError(error, _connection.lastError());
+    return isDone;
+}
+
+bool VXSearchEntries::apply(qint64 folder, const QList<VXSearchIndex::Change> &changes, VXError *error)
+{
+    Dues dues = inOrder(changes);
+    return insertNew(folder, &dues, error) && takeOut(folder, dues, error) && replace(folder, dues, error);
+}
+
+VXSearchEntries::Dues VXSearchEntries::inOrder(const QList<VXSearchIndex::Change> &changes)
+{
+    QHash<QStringView, qsizetype> last;
+    last.reserve(changes.size());
+    for (qsizetype index = 0; index < changes.size(); ++index)
+        last[changes[index].name] = index;
+    Dues dues;
+    dues.reserve(size_t(last.size()));
+    for (qsizetype index = 0; index < changes.size(); ++index) {
+        const VXSearchIndex::Change &change = changes[index];
+        if (last.value(change.name) == index)
+            dues.push_back({change.values ? placeOf(*change.values) : undated, &change});
+    }
+    std::ranges::stable_sort(dues, {}, &Due::place);
+    return dues;
+}
+
+// Mostly each is a new one, and the only one of its moment.
+bool VXSearchEntries::insertNew(qint64 folder, Dues *dues, VXError *error)
+{
+    bool isDone = true;
+    std::erase_if(*dues, [&](const Due &due) {
+        bool isIn = false;
+        if (isDone && due.place != undated)
+            isDone = insert(folder, *due.change, due.place, &isIn, error);
+        return isIn;
+    });
+    return isDone;
+}
+
+bool VXSearchEntries::takeOut(qint64 folder, const Dues &dues, VXError *error)
+{
+    VXSQLiteStatement known = _connection.statement(u"SELECT id FROM entry WHERE folder = ?1 AND name = ?2"_s, error);
+    if (!known)
+        return false;
+    std::vector<qint64> ids;
+    for (const Due &due : dues) {
+        known.bindNumber(1, folder);
+        known.bindText(2, due.change->name);
+        const VXSQLiteStatement::Step step = known.step();
+        if (step == VXSQLiteStatement::Step::Failed) {
+            VXSetError(error, _connection.lastError());
+            return false;
+        }
+        if (step == VXSQLiteStatement::Step::Row)
+            ids.push_back(known.number(0));
+        known.reset();
+    }
+    std::ranges::sort(ids);
+    return std::ranges::all_of(ids, [&](qint64 id) {
+        return takeOut(
+            u"id = ?1"_s, [id](VXSQLiteStatement &statement) { statement.bindNumber(1, id); }, error);
+    });
+}
+
+bool VXSearchEntries::takeOutAll(const QString &folder, VXError *error)
+{
+    return takeOut(
+        u"folder = (SELECT id FROM folder WHERE name = ?1)"_s,
+        [&](VXSQLiteStatement &statement) { statement.bindText(1, folder); }, error);
+}
+
+// Entries, with their words and numbers.
+bool VXSearchEntries::takeOut(const QString &condition, const std::function<void(VXSQLiteStatement &)> &bind,
+                              VXError *error)
+{
+    const QString statements[] = {
+        u"INSERT INTO words (words, rowid, kind, text) SELECT 'delete', id, kind, text FROM entry WHERE "_s +
+            condition + u" ORDER BY id"_s,
+        u"DELETE FROM number WHERE (reversed, entry) IN (SELECT value, entry.id FROM entry, json_each(numbers) WHERE entry."_s +
+            condition + u')',
+        u"DELETE FROM entry WHERE "_s + condition,
+    };
+    return std::ranges::all_of(statements, [&](const QString &sql) {
+        VXSQLiteStatement statement = _connection.statement(sql, error);
+        if (!statement)
+            return false;
+        bind(statement);
+        return run(statement, error);
+    });
+}
+
+bool VXSearchEntries::replace(qint64 folder, const Dues &dues, VXError *error)
+{
+    return std::ranges::all_of(dues, [&](const Due &due) {
+        if (!due.change->values)
+            return true;
+        bool isIn = false;
+        const std::optional<qint64> id = freeID(due.place, error);
+        return id && insert(folder, *due.change, *id, &isIn, error);
+    });
+}
+
+// The next free one from there on; none on failure.
+std::optional<qint64> VXSearchEntries::freeID(qint64 place, VXError *error)
+{
+    VXSQLiteStatement statement =
+        _connection.statement(u"SELECT coalesce(max(id) + 1, ?1) FROM entry WHERE id BETWEEN ?1 AND ?2"_s, error);
+    if (!statement)
+        return std::nullopt;
+    while (true) {
+        const qint64 end = place == undated ? std::numeric_limits<qint64>::max() : place + entriesOfAMoment - 1;
+        statement.bindNumber(1, place);
+        statement.bindNumber(2, end);
+        if (statement.step() != VXSQLiteStatement::Step::Row) {
+            VXSetError(error, _connection.lastError());
+            return std::nullopt;
+        }
+        const qint64 found = statement.number(0);
+        statement.reset();
+        if (found <= end)
+            return found;
+        place = found; // that moment is full
+    }
+}
+
+// Not while there is one of that ID or name.
+bool VXSearchEntries::insert(qint64 folder, const VXSearchIndex::Change &change, qint64 id, bool *isIn, VXError *error)
+{
+    VXSQLiteStatement entry = _connection.statement(
+        u"INSERT OR IGNORE INTO entry (folder, name, object, kind, title, detail, date, text, numbers, id) "
+        "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
+        error);
+    VXSQLiteStatement words = _connection.statement(u"INSERT INTO words (rowid, kind, text) VALUES (?, ?, ?)"_s, error);
+    if (!entry || !words)
+        return false;
+    const QVariantMap &values = *change.values;
+    const QStringList numbers = numbersOf(values);
+    // What is bound lives as long as the statement runs.
+    const QByteArray name = change.name.toUtf8();
+    const QByteArray object = utf8Of(values.value(identifierKey).toString());
+    const QByteArray kind = utf8Of(kindOf(change));
+    const QByteArray title = utf8Of(values.value(u"kMDItemTitle"_s).toString());
+    const QByteArray detail = utf8Of(values.value(descriptionKey).toString());
+    const QByteArray text = utf8Of(wordsOf(values));
+    const QByteArray json = jsonOf(numbers);
+    entry.bindNumber(1, folder);
+    bindUtf8(entry, 2, name);
+    bindUtf8(entry, 3, object);
+    bindUtf8(entry, 4, kind);
+    bindUtf8(entry, 5, title);
+    bindUtf8(entry, 6, detail);
+    entry.bindValue(7, values.value(dateKey));
+    bindUtf8(entry, 8, text);
+    bindUtf8(entry, 9, json);
+    entry.bindNumber(10, id);
+    words.bindNumber(1, id);
+    bindUtf8(words, 2, kind);
+    bindUtf8(words, 3, text);
+    if (!run(entry, error))
+        return false;
+    *isIn = _connection.changes() > 0;
+    return !*isIn || (run(words, error) && putNumbers(id, numbers, error));
+}
+
+bool VXSearchEntries::putNumbers(qint64 id, const QStringList &numbers, VXError *error)
+{
+    if (numbers.isEmpty())
+        return true;
+    VXSQLiteStatement statement = _connection.statement(u"INSERT OR IGNORE INTO number VALUES (?, ?)"_s, error);
+    return statement && std::ranges::all_of(numbers, [&](const QString &number) {
+               statement.bindText(1, number);
+               statement.bindNumber(2, id);
+               return run(statement, error);
+           });
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXSearchIndex.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+#include <QtCore/QString>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+class VXSQLiteConnection;
+class VXSQLiteStatement;
+
+/** Puts entries into the search index, with their words and numbers, and takes them out. Within a transaction of the caller's. */
+class VXSearchEntries
+{
+public:
+    explicit VXSearchEntries(VXSQLiteConnection &connection) : _connection(connection) {}
+
+    /** `folder`: its number in the index. Of several changes with one name the last one counts. */
+    bool apply(qint64 folder, const QList<VXSearchIndex::Change> &changes, VXError *error);
+    /** All of that folder. */
+    bool takeOutAll(const QString &folder, VXError *error);
+
+    static constexpr qint64 undated = qint64(1) << 62; // IDs of what has no date begin here
+    /** Numbers are kept so: those with the same end begin alike. In ASCII digits. Empty for what has no digits. */
+    static QString reversedSearchString(const QString &number);
+    static QString reversed(const QString &digits);
+
+private:
+    struct Due
+    {
+        qint64 place; // its ID, or where free ones are looked for; of a file that is gone, nothing
+        const VXSearchIndex::Change *change;
+    };
+    using Dues = std::vector<Due>;
+    static Dues inOrder(const QList<VXSearchIndex::Change> &changes);
+    /** Of those that are new; the others are left. */
+    bool insertNew(qint64 folder, Dues *dues, VXError *error);
+    bool replace(qint64 folder, const Dues &dues, VXError *error);
+    bool takeOut(qint64 folder, const Dues &dues, VXError *error);
+    bool takeOut(const QString &condition, const std::function<void(VXSQLiteStatement &)> &bind, VXError *error);
+    std::optional<qint64> freeID(qint64 place, VXError *error);
+    bool insert(qint64 folder, const VXSearchIndex::Change &change, qint64 id, bool *isIn, VXError *error);
+    bool putNumbers(qint64 id, const QStringList &numbers, VXError *error);
+    bool run(VXSQLiteStatement &statement, VXError *error);
+
+    VXSQLiteConnection &_connection;
+};

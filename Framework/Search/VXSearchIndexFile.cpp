@@ -1,0 +1,184 @@
+#include "VXSearchIndexFile.h"
+
+#include "VXFileManager.h"
+#include "VXFolders.h"
+#include "VXMakeWay.h"
+#include "VXMethodLog.h"
+#include "VXObjectStoreError.h"
+#include "VXSQLiteConnection.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::chrono::milliseconds busyTimeout = 2s; // what is put in at once takes a tenth of that
+constexpr int version = 3;
+
+// The text is kept beside the index of its words: taking it out needs it. No triggers: connections run none.
+constexpr const char *schema[] = {
+    "PRAGMA journal_mode = WAL",
+    "PRAGMA synchronous = OFF", // it can be made again
+    "BEGIN IMMEDIATE",
+    "CREATE TABLE IF NOT EXISTS folder (id INTEGER PRIMARY KEY, name TEXT UNIQUE, isComplete INTEGER)",
+    // `numbers`: a JSON list of what stands in `number`.
+    "CREATE TABLE IF NOT EXISTS entry (id INTEGER PRIMARY KEY, folder INTEGER, name TEXT, object TEXT, "
+    "kind TEXT, title TEXT, detail TEXT, date INTEGER, text TEXT, numbers TEXT, UNIQUE (folder, name))",
+    "CREATE TABLE IF NOT EXISTS number (reversed TEXT, entry INTEGER, PRIMARY KEY (reversed, entry)) WITHOUT ROWID",
+    "CREATE VIRTUAL TABLE IF NOT EXISTS words USING fts5 (kind, text, content = 'entry', content_rowid = 'id', "
+    "prefix = '2', columnsize = 0, tokenize = \"unicode61 remove_diacritics 0 categories 'L* N* Co Mc'\")",
+    "INSERT INTO words (words, rank) VALUES ('hashsize', 4000000)",   // bytes of words that are written at once
+    "INSERT OR IGNORE INTO folder (name, isComplete) VALUES ('', 0)", // for those that nobody has named yet
+    "PRAGMA user_version = 3",
+    "COMMIT",
+};
+
+// For the user alone, which SQLite's own would not be. False when there is one.
+bool makeFile(const QString &path)
+{
+    const int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
+    const VXFileDescriptor file(::open(QFile::encodeName(path).constData(), flags, S_IRUSR | S_IWUSR));
+    return file.isOpen() && ::fchmod(file.number(), S_IRUSR | S_IWUSR) == 0; // whatever the process' mask
+}
+
+// Its own, and those that SQLite makes beside it.
+constexpr QLatin1String suffixes[] = {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1};
+
+bool makeWay(const QString &path)
+{
+    return std::ranges::all_of(suffixes, [&path](QLatin1String suffix) { return VXMakeWayForFile(path + suffix); });
+}
+
+bool isWritableIfThere(const QString &path)
+{
+    return ::faccessat(AT_FDCWD, QFile::encodeName(path).constData(), W_OK, AT_EACCESS) == 0 || errno == ENOENT;
+}
+
+std::unique_ptr<VXSQLiteConnection> openFile(VXError *error)
+{
+    auto connection = VXSQLiteConnection::open(VXSearchIndexFile::path(), VXSQLiteConnection::Access::Create,
+                                               busyTimeout, nullptr, error);
+    if (!connection)
+        return nullptr;
+    const QString found = connection->textOf(u"PRAGMA user_version"_s, error);
+    if (found.isNull())
+        return nullptr;
+    if (found != "0"_L1 && found.toInt() != version) {
+        VXSetError(error, VXSearchIndexFile::damage(u"The index is of another version."_s));
+        return nullptr;
+    }
+    for (const char *const statement : schema) {
+        const bool isDue = found == "0"_L1 || statement == schema[1];
+        if (isDue && !connection->execute(QString::fromLatin1(statement), error))
+            return nullptr;
+    }
+    return connection;
+}
+
+// Where nothing can be made beside it, it is as it lies there: unless its log has more, which needs that.
+std::unique_ptr<VXSQLiteConnection> openReadOnly()
+{
+    using Access = VXSQLiteConnection::Access;
+    const QString path = VXSearchIndexFile::path();
+    for (const Access access : {Access::Read, Access::Immutable}) {
+        if (access == Access::Immutable && QFileInfo(path + "-wal"_L1).size() > 0)
+            break;
+        auto connection = VXSQLiteConnection::open(path, access, busyTimeout, nullptr, nullptr);
+        if (connection && connection->textOf(u"PRAGMA user_version"_s, nullptr).toInt() == version)
+            return connection;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+QString VXSearchIndexFile::path()
+{
+    return VXFileManager::defaultManager().pathToUserMetadataFolder() + "/index.sqlite"_L1;
+}
+
+VXSearchIndexFile::Mark VXSearchIndexFile::presentMark()
+{
+    struct statx status = {};
+    if (::statx(AT_FDCWD, QFile::encodeName(path()).constData(), AT_SYMLINK_NOFOLLOW, STATX_INO | STATX_BTIME,
+                &status) != 0)
+        return {};
+    const qint64 birth = status.stx_btime.tv_sec * 1'000'000'000 + status.stx_btime.tv_nsec;
+    return {quint64(status.stx_dev_major) << 32 | status.stx_dev_minor, status.stx_ino, birth};
+}
+
+std::unique_ptr<VXSQLiteConnection> VXSearchIndexFile::open(VXError *error)
+{
+    QString reason;
+    if (!VXMakePrivateFolder(VXFileManager::defaultManager().pathToUserMetadataFolder(), &reason)) {
+        VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, path()));
+        return nullptr;
+    }
+    if (!makeWay(path())) {
+        VXSetError(error, VXError::platformError(
+                              VXPlatformErrorCode::FileWrite,
+                              u"What is no file lies in its place, and can not be moved to the trash."_s, {}, path()));
+        return nullptr;
+    }
+    if (!std::ranges::all_of(suffixes, [](QLatin1String suffix) { return isWritableIfThere(path() + suffix); }))
+        discard(); // it stays where its folder can not be written
+    VXError problem;
+    makeFile(path());
+    std::unique_ptr<VXSQLiteConnection> connection = openFile(&problem);
+    if (!connection) {
+        discardIfDamaged(problem);
+        if (makeFile(path()))
+            connection = openFile(&problem);
+    }
+    if (connection && !connection->execute(u"PRAGMA cache_size = -4096"_s, error)) // however much is to be put in
+        return nullptr;
+    if (!connection)
+        VXSetError(error, problem);
+    return connection;
+}
+
+std::unique_ptr<VXSQLiteConnection> VXSearchIndexFile::openExisting(VXError *error)
+{
+    VXError problem;
+    std::unique_ptr<VXSQLiteConnection> connection = openFile(&problem);
+    if (!connection)
+        connection = openReadOnly();
+    if (!connection)
+        VXSetError(error, problem);
+    return connection;
+}
+
+VXError VXSearchIndexFile::damage(const QString &reason)
+{
+    return VXObjectStoreError(VXObjectStoreErrorCode::FileCorrupt, reason, {}, path());
+}
+
+bool VXSearchIndexFile::isDamage(const VXError &error)
+{
+    return error.domain() == VXCocoaErrorDomain && error.code() == int(VXObjectStoreErrorCode::FileCorrupt);
+}
+
+bool VXSearchIndexFile::discardIfDamaged(const VXError &error)
+{
+    if (!isDamage(error))
+        return false;
+    VXLogClassMethod(VXLogWarning, VXSearchIndexFile, "discardIfDamaged", "made anew: "_L1 + error.description());
+    discard();
+    return true;
+}
+
+void VXSearchIndexFile::discard()
+{
+    for (const QLatin1String suffix : suffixes)
+        QFile::remove(path() + suffix);
+}

@@ -1,0 +1,196 @@
+#include "VXSearchEntries.h"
+#include "VXSearchQuery.h"
+#include "VXSQLiteConnection.h"
+
+#include <QtCore/QHash>
+
+#include <algorithm>
+#include <bit>
+#include <tuple>
+
+using namespace Qt::StringLiterals;
+
+// Records often have a bare number of their party. Whose it is, is seen when somebody searches: so it is true however often
+// contacts change, and no record has to be written again for it.
+
+namespace {
+
+constexpr qsizetype mostOfAWord = 1000; // contacts
+constexpr qsizetype mostContacts = 100;
+
+QString jsonOf(const QList<qint64> &numbers)
+{
+    QStringList texts;
+    for (const qint64 number : numbers)
+        texts.append(QString::number(number));
+    return u'[' + texts.join(u',') + u']';
+}
+
+QString jsonOf(const QStringList &digits)
+{
+    return digits.isEmpty() ? u"[]"_s : "[\""_L1 + digits.join("\",\""_L1) + "\"]"_L1;
+}
+
+} // namespace
+
+bool VXSearchQuery::addNumbersIn(VXSQLiteStatement &statement, QList<qint64> *numbers, VXError *error)
+{
+    VXSQLiteStatement::Step step;
+    while ((step = statement.step()) == VXSQLiteStatement::Step::Row)
+        numbers->append(statement.number(0));
+    if (step == VXSQLiteStatement::Step::Failed)
+        VXSetError(error, _connection.lastError());
+    return step != VXSQLiteStatement::Step::Failed;
+}
+
+bool VXSearchQuery::contactsWith(const QStringList &words, QList<qint64> *contacts, VXError *error)
+{
+    VXSQLiteStatement statement =
+        _connection.statement(u"SELECT words.rowid FROM words JOIN entry ON entry.id = words.rowid WHERE words MATCH ? "
+                              "AND words.rowid >= ? AND entry.kind = 'contact' ORDER BY words.rowid DESC LIMIT ?"_s,
+                              error);
+    if (!statement)
+        return false;
+    const QString expression = VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix);
+    statement.bindText(1, expression);
+    statement.bindNumber(2, VXSearchEntries::undated);
+    statement.bindNumber(3, mostOfAWord);
+    return addNumbersIn(statement, contacts, error);
+}
+
+// By which of the words each contact is found, the first word being the lowest bit; those with the most words first.
+std::optional<QList<VXSearchQuery::FoundContact>> VXSearchQuery::contactsWithAny(const QStringList &words,
+                                                                                 VXError *error)
+{
+    QHash<qint64, quint32> wordsOf;
+    QList<qint64> contacts;
+    if (!contactsWith(words, &contacts, error))
+        return std::nullopt;
+    for (const qint64 contact : std::as_const(contacts))
+        wordsOf[contact] = quint32((quint64(1) << words.size()) - 1);
+    for (qsizetype index = 0; words.size() > 1 && index < words.size(); ++index) {
+        contacts.clear();
+        if (!contactsWith({words[index]}, &contacts, error))
+            return std::nullopt;
+        for (const qint64 contact : std::as_const(contacts))
+            wordsOf[contact] |= quint32(1) << index;
+    }
+    QList<FoundContact> found;
+    for (const auto &[contact, bits] : wordsOf.asKeyValueRange())
+        found.append({contact, bits});
+    std::ranges::sort(found, [](const FoundContact &a, const FoundContact &b) {
+        return std::tuple(-std::popcount(a.words), a.words, a.id) < std::tuple(-std::popcount(b.words), b.words, b.id);
+    });
+    return found.first(std::min(found.size(), mostContacts));
+}
+
+std::optional<QStringList> VXSearchQuery::numbersOf(const QList<qint64> &entries, VXError *error)
+{
+    VXSQLiteStatement statement = _connection.statement(
+        u"SELECT DISTINCT value FROM entry, json_each(numbers) WHERE entry.id IN (SELECT value FROM json_each(?))"_s,
+        error);
+    if (!statement)
+        return std::nullopt;
+    const QString json = jsonOf(entries);
+    statement.bindText(1, json);
+    QStringList numbers;
+    VXSQLiteStatement::Step step;
+    while ((step = statement.step()) == VXSQLiteStatement::Step::Row)
+        numbers.append(statement.text(0));
+    if (step != VXSQLiteStatement::Step::Failed)
+        return numbers;
+    VXSetError(error, _connection.lastError());
+    return std::nullopt;
+}
+
+// The latest records of each number. `records` is in no order, and has more than are wanted when there are several numbers.
+bool VXSearchQuery::recordsOfNumbers(const QStringList &numbers, QList<qint64> *records, VXError *error)
+{
+    VXSQLiteStatement statement = _connection.statement(
+        u"SELECT number.entry FROM number CROSS JOIN entry ON entry.id = number.entry WHERE reversed = ?1 AND "
+        "number.entry < ?2 AND (?3 IS NULL OR entry.kind = ?3) ORDER BY number.entry DESC LIMIT ?4"_s,
+        error);
+    return statement && std::ranges::all_of(numbers, [&](const QString &number) {
+               statement.bindText(1, number);
+               statement.bindNumber(2, VXSearchEntries::undated);
+               statement.bindText(3, _kind);
+               statement.bindNumber(4, most());
+               const bool isDone = addNumbersIn(statement, records, error);
+               statement.reset();
+               return isDone;
+           });
+}
+
+bool VXSearchQuery::recordsOfNumbersWith(const QStringList &words, const QStringList &numbers, QList<qint64> *records,
+                                         VXError *error)
+{
+    VXSQLiteStatement statement = _connection.statement(
+        u"SELECT words.rowid FROM words JOIN entry ON entry.id = words.rowid WHERE words MATCH ?1 AND words.rowid < ?2 "
+        "AND EXISTS (SELECT 1 FROM json_each(numbers) WHERE value IN (SELECT value FROM json_each(?3))) "
+        "ORDER BY words.rowid DESC LIMIT ?4"_s,
+        error);
+    if (!statement)
+        return false;
+    const QString expression = VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix, _kind);
+    const QString json = jsonOf(numbers);
+    statement.bindText(1, expression);
+    statement.bindNumber(2, VXSearchEntries::undated);
+    statement.bindText(3, json);
+    statement.bindNumber(4, most());
+    return addNumbersIn(statement, records, error);
+}
+
+bool VXSearchQuery::collectOfContacts(const VXSearchTerms::Reading &reading, VXError *error)
+{
+    const QStringList &words = reading.words;
+    if (words.isEmpty() || !isMoreWanted())
+        return true;
+    const auto contacts = contactsWithAny(words, error);
+    if (!contacts)
+        return false;
+    for (auto first = contacts->cbegin(); first != contacts->cend() && isMoreWanted();) {
+        const auto end = std::find_if(first, contacts->cend(),
+                                      [first](const FoundContact &each) { return each.words != first->words; });
+        QList<qint64> sameWords;
+        for (auto contact = first; contact != end; ++contact)
+            sameWords.append(contact->id);
+        QStringList others;
+        for (qsizetype index = 0; index < words.size(); ++index) {
+            if ((first->words >> index & 1U) == 0)
+                others.append(words[index]);
+        }
+        if (!collectRecords(sameWords, others, reading.ends, error))
+            return false;
+        first = end;
+    }
+    return true;
+}
+
+bool VXSearchQuery::collectRecords(const QList<qint64> &contacts, const QStringList &words,
+                                   const QList<VXSearchTerms::NumberEnd> &ends, VXError *error)
+{
+    const auto hasEnds = [&](const QString &number) {
+        return std::ranges::all_of(ends, [&](const VXSearchTerms::NumberEnd &end) {
+            return number.startsWith(VXSearchEntries::reversed(end.digits));
+        });
+    };
+    auto numbers = numbersOf(contacts, error);
+    if (!numbers)
+        return false;
+    numbers->removeIf([&](const QString &number) { return !hasEnds(number); });
+    QList<qint64> records;
+    const bool areFound = words.isEmpty() ? recordsOfNumbers(*numbers, &records, error)
+                                          : recordsOfNumbersWith(words, *numbers, &records, error);
+    return areFound && collectEntries(records, error);
+}
+
+bool VXSearchQuery::collectEntries(const QList<qint64> &entries, VXError *error)
+{
+    VXSQLiteStatement statement = _connection.statement(
+        columns + u"FROM entry WHERE id IN (SELECT value FROM json_each(?)) ORDER BY id DESC"_s, error);
+    if (!statement)
+        return false;
+    const QString json = jsonOf(entries);
+    statement.bindText(1, json);
+    return collect(statement, error);
+}

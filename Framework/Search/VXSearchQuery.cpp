@@ -1,0 +1,129 @@
+#include "VXSearchQuery.h"
+
+#include "VXSearchEntries.h"
+#include "VXSQLiteConnection.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+const QString VXSearchQuery::columns = u"SELECT object, entry.kind, title, detail, date "_s;
+
+VXFoundObject VXSearchQuery::foundIn(const VXSQLiteStatement &row)
+{
+    VXFoundObject object{.uri = QUrl(u"x-coredata://"_s + row.text(0)),
+                         .kind = row.text(1),
+                         .title = row.text(2),
+                         .detail = row.text(3)};
+    if (!row.value(4).isNull())
+        object.date = QDateTime::fromMSecsSinceEpoch(row.number(4), Qt::UTC);
+    return object;
+}
+
+std::optional<QList<VXFoundObject>> VXSearchQuery::run(const VXSearchTerms &terms, VXError *error)
+{
+    using Reading = VXSearchTerms::Reading;
+    using Match = VXSearchTerms::Match;
+    const QStringList &words = terms.words();
+    const auto byReading = [&](const Reading &reading) { return collectReading(reading, error); };
+    const auto byContacts = [&](const Reading &reading) { return collectOfContacts(reading, error); };
+    const QList<Reading> withWhole = QList<Reading>{{.words = words, .ends = {}}} + terms.readings();
+    const bool isDone =
+        (terms.digits().isNull() || collectNumbers(terms.digits(), error)) &&
+        (words.isEmpty() || (collectWords(words, Match::Whole, error) && collectWords(words, Match::Prefix, error) &&
+                             std::ranges::all_of(terms.readings(), byReading) &&
+                             (_kind == "contact"_L1 || std::ranges::all_of(withWhole, byContacts))));
+    return isDone ? std::optional(_found) : std::nullopt;
+}
+
+bool VXSearchQuery::collectWords(const QStringList &words, VXSearchTerms::Match match, VXError *error)
+{
+    if (!isMoreWanted())
+        return true;
+    VXSQLiteStatement statement =
+        _connection.statement(columns + u"FROM words JOIN entry ON entry.id = words.rowid "
+                                        "WHERE words MATCH ? ORDER BY words.rowid DESC LIMIT ?"_s,
+                              error);
+    if (!statement)
+        return false;
+    const QString expression = VXSearchTerms::expression(words, match, _kind);
+    statement.bindText(1, expression);
+    statement.bindNumber(2, most());
+    return collect(statement, error);
+}
+
+bool VXSearchQuery::collectReading(const VXSearchTerms::Reading &reading, VXError *error)
+{
+    if (!isMoreWanted())
+        return true;
+    QStringList sets; // of entries, each of which has to have one that is found
+    QStringList values;
+    const auto add = [&](const QString &set, const QStringList &its) {
+        sets.append("SELECT * FROM ("_L1 + set + u')');
+        values += its;
+    };
+    const auto matching = [](const QStringList &words) {
+        return VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix);
+    };
+    const QString byNumber = u"SELECT entry FROM number WHERE reversed >= ? AND reversed < ?"_s;
+    const QString byWord = u"SELECT rowid FROM words WHERE words MATCH ?"_s;
+    for (const VXSearchTerms::NumberEnd &end : reading.ends) {
+        const QString first = VXSearchEntries::reversed(end.digits);
+        const QString behind = first + u':'; // follows the digits
+        if (end.word.isNull())
+            add(byNumber, {first, behind});
+        else
+            add(byNumber + " UNION ALL "_L1 + byWord, {first, behind, matching({end.word})});
+    }
+    if (!reading.words.isEmpty())
+        add(byWord, {matching(reading.words)});
+    VXSQLiteStatement statement =
+        _connection.statement(columns + "FROM entry WHERE id IN ("_L1 + sets.join(" INTERSECT "_L1) +
+                                  ") AND coalesce(kind = ?, 1) ORDER BY id DESC LIMIT ?"_L1,
+                              error);
+    if (!statement)
+        return false;
+    values.append(_kind);
+    int parameter = 0;
+    for (const QString &value : std::as_const(values))
+        statement.bindText(++parameter, value);
+    statement.bindNumber(++parameter, most());
+    return collect(statement, error);
+}
+
+bool VXSearchQuery::collectNumbers(const QString &digits, VXError *error)
+{
+    const QString conditions[] = {
+        u"reversed = ?1 AND (?3 IS NULL OR entry.kind = ?3) ORDER BY number.entry DESC LIMIT ?4"_s, // as they lie there
+        u"reversed > ?1 AND reversed < ?2 AND (?3 IS NULL OR entry.kind = ?3) "
+        "GROUP BY entry.id ORDER BY entry.id DESC LIMIT ?4"_s,
+    };
+    const QString first = VXSearchEntries::reversed(digits);
+    const QString behind = first + u':'; // follows the digits
+    return std::ranges::all_of(conditions, [&](const QString &condition) {
+        VXSQLiteStatement statement = _connection.statement(
+            columns + u"FROM number CROSS JOIN entry ON entry.id = number.entry WHERE "_s + condition, error);
+        if (!statement)
+            return false;
+        statement.bindText(1, first);
+        statement.bindText(2, behind);
+        statement.bindText(3, _kind);
+        statement.bindNumber(4, most());
+        return !isMoreWanted() || collect(statement, error);
+    });
+}
+
+bool VXSearchQuery::collect(VXSQLiteStatement &statement, VXError *error)
+{
+    VXSQLiteStatement::Step step = VXSQLiteStatement::Step::Row;
+    while (isMoreWanted() && (step = statement.step()) == VXSQLiteStatement::Step::Row) {
+        const QString object = statement.text(0);
+        if (_known.contains(object))
+            continue;
+        _known.insert(object);
+        _found.append(foundIn(statement));
+    }
+    if (step == VXSQLiteStatement::Step::Failed)
+        VXSetError(error, _connection.lastError());
+    return step != VXSQLiteStatement::Step::Failed;
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXFoundObject.h"
+#include "VXSearchTerms.h"
+
+#include <QtCore/QList>
+#include <QtCore/QSet>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <optional>
+
+class VXSQLiteConnection;
+class VXSQLiteStatement;
+
+/** One search of the index: looks in one way after the other until it has found as many as are wanted, each once. */
+class VXSearchQuery
+{
+public:
+    /** `kind`: null for all. */
+    VXSearchQuery(VXSQLiteConnection &connection, const QString &kind, qsizetype limit)
+        : _connection(connection), _kind(kind), _limit(limit)
+    {
+    }
+
+    /** Once. None on failure. */
+    std::optional<QList<VXFoundObject>> run(const VXSearchTerms &terms, VXError *error);
+
+    /** What foundIn() reads, with a blank behind it. */
+    static const QString columns;
+    static VXFoundObject foundIn(const VXSQLiteStatement &row);
+
+private:
+    bool isMoreWanted() const { return _found.size() < _limit; }
+    /** How many to ask for: those that are known may be among them. */
+    qint64 most() const { return _limit + _found.size(); }
+    /** Takes in its rows. */
+    bool collect(VXSQLiteStatement &statement, VXError *error);
+    bool collectNumbers(const QString &digits, VXError *error);
+    bool collectWords(const QStringList &words, VXSearchTerms::Match match, VXError *error);
+    bool collectReading(const VXSearchTerms::Reading &reading, VXError *error);
+    bool collectEntries(const QList<qint64> &entries, VXError *error);
+
+    // -- By their contacts
+    struct FoundContact
+    {
+        qint64 id;
+        quint32 words; // by which it was found, a bit for each
+    };
+    /** By words, and the ends that the number has. */
+    bool collectOfContacts(const VXSearchTerms::Reading &reading, VXError *error);
+    /** Of contacts, by the words and ends that they have not themselves. */
+    bool collectRecords(const QList<qint64> &contacts, const QStringList &words,
+                        const QList<VXSearchTerms::NumberEnd> &ends, VXError *error);
+    bool contactsWith(const QStringList &words, QList<qint64> *contacts, VXError *error);
+    std::optional<QList<FoundContact>> contactsWithAny(const QStringList &words, VXError *error);
+    std::optional<QStringList> numbersOf(const QList<qint64> &entries, VXError *error);
+    bool recordsOfNumbers(const QStringList &numbers, QList<qint64> *records, VXError *error);
+    bool recordsOfNumbersWith(const QStringList &words, const QStringList &numbers, QList<qint64> *records,
+                              VXError *error);
+    bool addNumbersIn(VXSQLiteStatement &statement, QList<qint64> *numbers, VXError *error);
+
+    VXSQLiteConnection &_connection;
+    const QString _kind;
+    const qsizetype _limit;
+    QList<VXFoundObject> _found;
+    QSet<QString> _known; // those; several syncs may mirror one object
+};

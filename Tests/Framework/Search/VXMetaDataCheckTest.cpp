@@ -1,0 +1,105 @@
+#include "VXLogRecorder.h"
+#include "VXMetaDataTesting.h"
+#include "VXSQLiteConnection.h"
+
+#include <QtCore/QMap>
+
+using namespace Qt::StringLiterals;
+using testing::IsEmpty;
+
+namespace {
+
+class VXMetaDataCheckTest : public VXMetaDataTest
+{
+};
+
+TEST_F(VXMetaDataCheckTest, AnIndexThatSaysOtherWordsIsMadeAnew)
+{
+    add(u"Jane"_s);
+    pass();
+    const auto spoil = [](const QString &sql) {
+        VXError error;
+        const auto index = VXSQLiteConnection::open(VXSearchIndex::path(), VXSQLiteConnection::Access::Write,
+                                                    std::chrono::seconds(1), nullptr, &error);
+        EXPECT_TRUE(index && index->execute(sql, &error)) << error.description().toStdString();
+    };
+    spoil(u"INSERT INTO words (words) VALUES ('delete-all')"_s);
+    EXPECT_THAT(find(u"jane"_s), IsEmpty());
+    EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean());
+    EXPECT_TRUE(sync->checkMetaDataFiles(true)->isRepaired());
+    EXPECT_EQ(find(u"jane"_s).size(), 1);
+    // One that could not be told of a change, as something was in its place that can not be moved away.
+    QFile::remove(VXSearchIndex::path());
+    QDir().mkpath(VXSearchIndex::path());
+    writeFile(QDir(path()).relativeFilePath(VXFileManager::defaultManager().pathToUserTrashFolder()), "no folder");
+    const VXLogRecorder log;
+    add(u"Joe"_s);
+    pass();
+    EXPECT_GE(log.count(u"What is no file lies in its place"_s), 1);
+    EXPECT_TRUE(VXMetaDataDebt::isAnyOfAll());
+    QDir().rmdir(VXSearchIndex::path());
+    pass();
+    EXPECT_EQ(find(u"j"_s).size(), 2);
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+}
+
+TEST_F(VXMetaDataCheckTest, NothingIsWrongBeforeTheFirstPass)
+{
+    add(u"Jane"_s);
+    VXMetaDataReport report = sync->checkMetaDataFiles(false).value();
+    EXPECT_TRUE(report.isClean());
+    EXPECT_FALSE(report.isTakenIn);
+    writeFile(QDir(path()).relativeFilePath(folder() + "/p7_MD2.person"_L1), "mine");
+    EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean()); // that is
+    pass();
+    report = sync->checkMetaDataFiles(false).value();
+    EXPECT_TRUE(report.isClean());
+    EXPECT_TRUE(report.isTakenIn);
+    ASSERT_TRUE(QFile::remove(VXSearchIndex::path()));
+    EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean());
+}
+
+TEST_F(VXMetaDataCheckTest, ChecksEveryFileWhateverItsDate)
+{
+    for (const VXStoreType type : {VXStoreType::SQLite, VXStoreType::XML, VXStoreType::InMemory}) {
+        SCOPED_TRACE(int(type));
+        const auto own = VXPersistentStoreCoordinator::coordinatorWithModel(model());
+        ASSERT_TRUE(own->addPersistentStore(
+            type, type == VXStoreType::InMemory ? QString() : path("store%1"_L1.arg(QString::number(int(type))))));
+        VXManagedObjectContext people(own);
+        QList<VXManagedObjectPtr> all;
+        for (int i = 0; i < 1200; ++i) // more than are read at a time
+            all.append(addPerson(people, "Jane %1"_L1.arg(QString::number(i))));
+        ASSERT_TRUE(people.save());
+        sync->terminate();
+        sync = VXMetaDataSync::initWithIdentifier(u"people"_s, own, u"Person"_s, u"changed"_s);
+        pass();
+        VXMetaDataReport report = sync->checkMetaDataFiles(false).value();
+        EXPECT_TRUE(report.isClean());
+        EXPECT_EQ(report.objectCount, 1200);
+        EXPECT_EQ(report.fileCount, 1200);
+        ASSERT_TRUE(QFile::remove(fileOf(all[0])));
+        ASSERT_TRUE(QFile::copy(fileOf(all[600]), fileOf(all[0])));
+        ASSERT_TRUE(QFile::remove(fileOf(all[1199])));
+        ASSERT_TRUE(QFile::copy(fileOf(all[600]), folder() + "/p7777_MD2.person"_L1));
+        ASSERT_TRUE(QFile(fileOf(all[2])).resize(9));
+        using Kind = VXMetaDataFinding::Kind;
+        for (const bool repairs : {false, true}) {
+            report = sync->checkMetaDataFiles(repairs).value();
+            QMap<Kind, QString> found;
+            for (const VXMetaDataFinding &finding : std::as_const(report.findings))
+                found.insert(finding.kind, finding.name);
+            EXPECT_EQ(report.findings.size(), 4);
+            EXPECT_EQ(found, (QMap<Kind, QString>{{Kind::Stale, metaDataFilename(all[0]->objectID())},
+                                                  {Kind::Missing, metaDataFilename(all[1199]->objectID())},
+                                                  {Kind::Orphaned, u"p7777_MD2.person"_s},
+                                                  {Kind::Damaged, metaDataFilename(all[2]->objectID())}}));
+            EXPECT_EQ(report.unrepaired, 0);
+        }
+        EXPECT_TRUE(sync->checkMetaDataFiles(false)->isClean());
+        EXPECT_EQ(pass().unchanged, 1200);
+        ASSERT_TRUE(QDir(folder()).removeRecursively());
+    }
+}
+
+} // namespace

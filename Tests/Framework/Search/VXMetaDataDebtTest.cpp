@@ -1,0 +1,158 @@
+// What is owed to a mirror: by processes that saved and could not do it, and by passes that could not end.
+
+#include "VXFileLock.h"
+#include "VXLogRecorder.h"
+#include "VXMetaDataTesting.h"
+#include "VXOtherProcess.h"
+#include "VXUserDefaults.h"
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+namespace {
+
+class VXMetaDataDebtTest : public VXMetaDataTest
+{
+};
+
+TEST_F(VXMetaDataDebtTest, WhatIsOwedIsWrittenWhateverItsDateSays)
+{
+    const VXManagedObjectPtr jane = add(u"Jane"_s);
+    add(u"Joe"_s);
+    pass();
+    jane->setValueForKey(u"Janet"_s, u"name"_s); // and its date stays
+    ASSERT_TRUE(context.save());
+    EXPECT_TRUE(VXMetaDataDebt::isOwnOfAll());
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1, .unchanged = 1}));
+    EXPECT_EQ(titleIn(fileOf(jane)), u"Janet"_s);
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+}
+
+TEST_F(VXMetaDataDebtTest, WhatCanNotBeNotedBesideTheMirrorIsNotedElsewhereOrToldOnce)
+{
+    const QString due = VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.due"_L1;
+    const QString beside = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/.search-due"_L1;
+    for (int round = 0; round < 2; ++round) {
+        VXMetaDataDebt(u"people"_s).forget();
+        for (const QString &folder : {due, beside}) {
+            QDir(folder).removeRecursively();
+            writeFile(QDir(path()).relativeFilePath(folder), "no folder");
+        }
+        const VXLogRecorder log;
+        add(u"Jane"_s);
+        add(u"Joe"_s);
+        EXPECT_EQ(log.count(u"what is saved and not mirrored can not be noted"_s), 1);
+        QFile::remove(beside); // where the stores are
+        const VXManagedObjectPtr jim = add(u"Jim"_s);
+        EXPECT_TRUE(VXMetaDataDebt::isOwnOfAll());
+        pass();
+        EXPECT_EQ(titleIn(fileOf(jim)), u"Jim"_s);
+        EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+        QFile::remove(due);
+    }
+}
+
+TEST_F(VXMetaDataDebtTest, WhatIsOwedOutlivesWhatIsSettledAfter)
+{
+    VXMetaDataDebt debt(u"people"_s);
+    debt.mark({1});
+    debt.beginPass();
+    debt.endPass(false); // broken off
+    debt.mark({2});
+    debt.leaveToPass();
+    debt.mark({3});
+    debt.settleOwn();
+    debt.mark({4});
+    EXPECT_THAT(debt.beginPass().numbers, UnorderedElementsAre(1, 2, 4));
+    debt.endPass(true);
+    EXPECT_FALSE(debt.isAny());
+}
+
+TEST_F(VXMetaDataDebtTest, AllIsToldAnewWhenASettingOfTheTextsChanges)
+{
+    VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
+    sync->terminate();
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s, {u"order"_s});
+    add(u"Jane"_s);
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1}));
+    for (const QVariant &value : {QVariant(1), QVariant(2), QVariant()}) {
+        EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1}));
+        EXPECT_TRUE(VXMetaDataSettings::areAllPresent());
+        defaults.setObject(value, u"order"_s);
+        EXPECT_FALSE(VXMetaDataSettings::areAllPresent());
+        EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1}));
+    }
+}
+
+TEST_F(VXMetaDataDebtTest, WhatCouldNotBeDescribedIsOwedToTheNextPass)
+{
+    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves);
+    const VXManagedObjectPtr jane = add(u"Jane"_s);
+    pass();
+    sync->terminate();
+    sync = VXMetaDataSync::launchMetaDataSyncWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s);
+    jane->setValueForKey(u"moody"_s, u"name"_s); // and its date stays
+    ASSERT_TRUE(context.save());
+    SearchedPerson::isMoody = true;
+    sync->terminate();                         // mirrors what was saved
+    EXPECT_TRUE(VXMetaDataDebt::isAnyOfAll()); // for a pass
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s);
+    pass();
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll()); // else there would be passes without end
+    EXPECT_THAT(files(), IsEmpty());
+    ASSERT_TRUE(QFile::copy(VXSearchIndex::path(), fileOf(jane))); // whatever lies there
+    SearchedPerson::isMoody = false;
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1}));
+    EXPECT_EQ(titleIn(fileOf(jane)), u"moody"_s);
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1}));
+    VXMetaDataSync::setWork(VXMetaDataWork::Passes);
+}
+
+TEST_F(VXMetaDataDebtTest, LeavesWordOfWhatItCouldNotMirror)
+{
+    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves);
+    sync->terminate();
+    const auto launch = [this] {
+        sync = VXMetaDataSync::launchMetaDataSyncWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s);
+        EXPECT_THAT(VXMetaDataSync::launchedSyncs(), ElementsAre(sync));
+    };
+    launch();
+    const VXManagedObjectPtr jane = add(u"Jane"_s);
+    EXPECT_TRUE(VXMetaDataDebt::isOwnOfAll());
+    EXPECT_FALSE(QFile::exists(folder())); // a process that does one thing does not do this beside it
+    sync->terminate();
+    EXPECT_EQ(titleIn(fileOf(jane)), u"Jane"_s);
+    EXPECT_EQ(find(u"jane"_s).size(), 1);
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+    EXPECT_THAT(VXMetaDataSync::launchedSyncs(), IsEmpty());
+
+    launch();
+    for (int i = 0; i < 200; ++i)
+        addPerson(context, QString::number(i));
+    ASSERT_TRUE(context.save());
+    sync->terminate();
+    EXPECT_TRUE(VXMetaDataDebt(u"people"_s).isAny());
+    VXMetaDataSync::setWork(VXMetaDataWork::Passes);
+    launch(); // its first pass
+    EXPECT_TRUE(VXRunUntil([] { return !VXMetaDataDebt::isAnyOfAll() && find(u"1*"_s).size() == 111; }));
+    sync->terminate();
+    EXPECT_EQ(files().size(), 201);
+
+    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves);
+    launch();
+    VXOtherProcess other([&] { return std::make_unique<VXFileLock>(folder() + ".lock"_L1); });
+    ASSERT_TRUE(other.isReady());
+    add(u"Joe"_s);
+    sync->terminate(); // waits for nobody
+    EXPECT_TRUE(VXMetaDataDebt::isAnyOfAll());
+    EXPECT_THAT(find(u"joe"_s), IsEmpty());
+    other.kill();
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s);
+    pass();
+    EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+    EXPECT_EQ(find(u"joe"_s).size(), 1);
+}
+
+} // namespace
