@@ -276,9 +276,9 @@ QString VXDataPlugin::changedEntity(const VXManagedObjectModel &stored) const
         return {};
     for (const VXEntityDescription *const entity : own->entities()) {
         const VXEntityDescription *const there = stored.entityForName(entity->name());
-        const bool isSame = there != nullptr && there->managedObjectClassName() == entity->managedObjectClassName() &&
-                            stored.entityVersionHashes().value(entity->name()) ==
-                                own->entityVersionHashes().value(entity->name());
+        const bool isSame =
+            there != nullptr && there->managedObjectClassName() == entity->managedObjectClassName() &&
+            stored.entityVersionHashes().value(entity->name()) == own->entityVersionHashes().value(entity->name());
         if (!isSame)
             return entity->name();
     }

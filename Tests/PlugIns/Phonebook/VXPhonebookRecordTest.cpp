@@ -71,8 +71,7 @@ TEST_F(VXPhonebookRecordTest, MembersAreFoundByWhatTheirGroupIsCalled)
             VXFileManager::defaultManager().pathToUserMetadataFolder() + "/com.halvern.VNX2.plugin.phonebook/"_L1;
         return VXRunUntil([&] {
             const QVariantMap values = VXPropertyList::fromFile(file + metaDataFilename(jane->objectID())).toMap();
-            return !values.isEmpty() && values.value(u"kMDItemKeywords"_s).toStringList() == groups &&
-                   isSettled();
+            return !values.isEmpty() && values.value(u"kMDItemKeywords"_s).toStringList() == groups && isSettled();
         });
     };
     EXPECT_TRUE(areFoundBy({u"Friends"_s}));
