@@ -274,9 +274,13 @@ QString VXDataPlugin::changedEntity(const VXManagedObjectModel &stored) const
     const VXManagedObjectModel::Ptr own = dataStoreVersion().isNull() ? nullptr : ownModel(nullptr);
     if (!own)
         return {};
-    for (auto hash = own->entityVersionHashes().cbegin(); hash != own->entityVersionHashes().cend(); ++hash) {
-        if (stored.entityVersionHashes().value(hash.key()) != *hash)
-            return hash.key();
+    for (const VXEntityDescription *const entity : own->entities()) {
+        const VXEntityDescription *const there = stored.entityForName(entity->name());
+        const bool isSame =
+            there != nullptr && there->managedObjectClassName() == entity->managedObjectClassName() &&
+            stored.entityVersionHashes().value(entity->name()) == own->entityVersionHashes().value(entity->name());
+        if (!isSame)
+            return entity->name();
     }
     return {};
 }

@@ -7,3 +7,5 @@
  * file, is somebody's own, and goes to the trash. False when that stays, which is logged.
  */
 [[nodiscard]] bool VXMakeWayForFile(const QString &path);
+/** The same for a folder: of what else is there only a link goes, the rest to the trash. */
+[[nodiscard]] bool VXMakeWayForFolder(const QString &path);

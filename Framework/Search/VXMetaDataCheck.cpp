@@ -67,6 +67,8 @@ private:
         if (const std::optional<Kind> kind = _mirror.folder().compare(name, *expected))
             note(*kind, name,
                  [&] { return _mirror.writeFile(name, object) && !_mirror.folder().compare(name, *expected); });
+        else
+            _mirror.indexer().compare(name, *expected);
     }
 
     void lookForOrphan(const char *entry)
@@ -115,11 +117,17 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
     }
     const VXMetaDataMirror::Use use(_mirror);
     VXMetaDataIndexer &indexer = _mirror.indexer();
-    const bool isTakenIn = indexer.wasComplete() || !_mirror.folder().origin().isEmpty();
+    const QByteArray origin = _mirror.folder().origin();
+    const bool isNew = !indexer.wasComplete() && origin.isEmpty();
+    const bool isOfOtherStore = !origin.isEmpty() && origin != VXMarkOfStores(*_persistentStoreCoordinator);
+    const bool wasDue = _debt.isAny();
     std::optional<VXMetaDataReport> report = Check(*this, *entity, repairs).run(error);
-    if (report && !isTakenIn && !repairs) {
+    const bool isDue = !isNew && (isOfOtherStore || wasDue || _debt.isAny());
+    if (report && (isNew || isDue) && !repairs) {
         report->isTakenIn = false;
-        report->findings.removeIf([](const VXMetaDataFinding &finding) { return finding.kind == Kind::Missing; });
+        report->findings.removeIf([isDue](const VXMetaDataFinding &finding) {
+            return finding.kind == Kind::Missing || (isDue && finding.kind != Kind::Damaged);
+        });
         return report;
     }
     VXError hindrance;

@@ -22,8 +22,8 @@ struct VXMetaDataReport
     qint64 objectCount = 0;
     qint64 fileCount = 0;
     QList<VXMetaDataFinding> findings = {};
-    bool isTakenIn = true;       // else no pass was made yet, and what is missing is no fault
-    bool isIndexWhole = true;    // it is sound, and as many files are in it as are in the folder
+    bool isTakenIn = true;       // else a pass is due, and what it will put right is no fault
+    bool isIndexWhole = true;    // it is sound, and says what the files of the folder say, and no more
     qint64 unrepaired = 0;       // of the findings, with repairing
     bool isIndexRepaired = true; // with repairing: false when it is not whole all the same
 

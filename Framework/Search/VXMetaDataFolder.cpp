@@ -7,15 +7,16 @@
 #include "VXRegularFile.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QScopeGuard>
 #include <QtCore/QUuid>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <limits>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,8 +43,9 @@ VXMetaDataFolder::VXMetaDataFolder(const QString &identifier)
 VXError VXMetaDataFolder::open()
 {
     QString reason;
-    if (QFileInfo(_path).isSymLink()) // to what is not the sync's
-        return VXError::platformError(VXPlatformErrorCode::FileWrite, u"It is a link."_s, {}, _path);
+    if (!VXMakeWayForFolder(_path))
+        return VXError::platformError(VXPlatformErrorCode::FileWrite, u"What lies there can not be moved away."_s, {},
+                                      _path);
     if (!VXMakePrivateFolder(_path, &reason))
         return VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, _path);
     for (const QString &beside : {lockPath(), originPath()})
@@ -138,6 +140,20 @@ std::optional<VXMetaDataFinding::Kind> VXMetaDataFolder::compare(const QString &
         return VXMetaDataFinding::Kind::Damaged;
     // An earlier program may have written the same in other bytes.
     return bytesOf(*found) == expected ? std::nullopt : std::optional(VXMetaDataFinding::Kind::Stale);
+}
+
+qint64 VXMetaDataFolder::latestTime() const
+{
+    constexpr qint64 ofAll = std::numeric_limits<qint32>::max(); // seconds, which every file system can hold
+    constexpr qint64 beyond = qint64(1) << 45;
+    const timespec stamp{.tv_sec = beyond, .tv_nsec = 0};
+    const timespec times[] = {stamp, stamp};
+    struct stat status = {};
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
+    const VXFileDescriptor file(::openat(_folder.number(), _beingWritten.constData(), flags, S_IRUSR | S_IWUSR));
+    const bool isCut = file.isOpen() && ::futimens(file.number(), times) == 0 && ::fstat(file.number(), &status) == 0;
+    ::unlinkat(_folder.number(), _beingWritten.constData(), 0);
+    return (isCut ? std::max<qint64>(status.st_mtim.tv_sec, ofAll) : ofAll) * 1000;
 }
 
 bool VXMetaDataFolder::write(const QString &name, const QVariantMap &values, std::optional<qint64> time,

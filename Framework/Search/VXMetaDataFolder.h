@@ -31,7 +31,7 @@ public:
     bool setOrigin(const QByteArray &mark) const;
     bool removeOrigin() const;
 
-    /** Makes the folder if need be, and looks at it afresh from then on. */
+    /** Makes the folder if need be, with what else lies in its place out of the way, and looks at it afresh from then on. */
     VXError open();
     /** For looking only. False when there is none. */
     bool openExisting();
@@ -49,6 +49,8 @@ public:
      *  nothing is there. */
     std::optional<qint64> modificationTime(const QString &name, bool *isFree = nullptr) const;
     std::optional<qint64> modificationTime(const char *name, bool *isFree = nullptr) const;
+    /** The latest that a file can have here: later ones are cut to it. Found out by making one. */
+    qint64 latestTime() const;
     /** None, with an error, for a file that cannot be read or is no property list of the form expected. */
     std::optional<QVariantMap> read(const QString &name, VXError *error = nullptr) const;
     /** What is wrong with a file that is to say that; none when it does. */

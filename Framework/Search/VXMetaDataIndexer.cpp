@@ -3,6 +3,7 @@
 #include "VXErrorDomain.h"
 #include "VXMetaDataSource.h"
 #include "VXMethodLog.h"
+#include "VXSearchIndexFile.h"
 
 #include <QtCore/QStringList>
 
@@ -20,7 +21,7 @@ constexpr qsizetype batchSize = 2000; // a few MB
 void VXMetaDataIndexer::open()
 {
     VXError error;
-    _isMarked = _wasComplete = _wasEmpty = _isOfMany = false;
+    _isOther = _isMarked = _wasComplete = _wasEmpty = _isOfMany = false;
     _left.reset();
     _index = VXSearchIndex::open(&error);
     if (_index) {
@@ -99,17 +100,31 @@ bool VXMetaDataIndexer::isInStep(qint64 fileCount)
     return _index && _wasComplete && _index->count(_identifier, nullptr) == fileCount;
 }
 
+void VXMetaDataIndexer::compare(const QString &name, const QVariantMap &values)
+{
+    awaitCarrier();
+    if (!_index || !_wasComplete)
+        return;
+    VXError error;
+    if (const std::optional<bool> isSaid = _index->says(_identifier, {name, values}, &error))
+        _isOther = _isOther || !*isSaid;
+    else
+        giveUp(error);
+}
+
 bool VXMetaDataIndexer::isSound(VXError *hindrance)
 {
     VXError error;
-    if (_index && !_index->isSound(&error)) {
+    if (_isOther)
+        error = VXSearchIndexFile::damage(u"The entries of the index are not those of the files."_s);
+    if (_index && (error || !_index->isSound(&error))) {
         if (!VXSearchIndex::isDamage(error)) {
             VXSetError(hindrance, error);
             return false;
         }
         giveUp(error);
         _index = VXSearchIndex::open(&error);
-        _wasComplete = _wasEmpty = false;
+        _wasComplete = _wasEmpty = _isOther = false;
     }
     return _index && _wasComplete;
 }

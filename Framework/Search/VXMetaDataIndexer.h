@@ -36,6 +36,8 @@ public:
     bool wasComplete() const { return _wasComplete; }
     /** Whether all files are in the index, if so many are in the folder. */
     bool isInStep(qint64 fileCount);
+    /** Whether it says that of a file, if it is to be whole; isSound() knows of what differs. */
+    void compare(const QString &name, const QVariantMap &values);
     /** Reads all of the index. One that says other words than its entries have is thrown away, so that settle() makes it anew.
      *  False, with an error, too, when that cannot be seen. */
     bool isSound(VXError *hindrance);
@@ -63,6 +65,7 @@ private:
     VXError _problem;
     bool _wasComplete = false;
     bool _wasEmpty = false; // of this folder's
+    bool _isOther = false;  // than what was compared
     bool _isMarked = false;
     bool _isOfMany = false;                       // changes
     std::optional<VXSearchIndex::FileMark> _left; // with all files

@@ -10,6 +10,7 @@
 #include <QtCore/QScopeGuard>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -109,12 +110,24 @@ bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObjec
 bool VXMetaDataMirror::isCurrent(qint64 number, const char *name, std::optional<qint64> date) const
 {
     const std::optional<qint64> fileTime = _folder.modificationTime(name);
-    return fileTime && *fileTime >= date.value_or(*fileTime) && !_owed.contains(number) && !_ahead.contains(number);
+    return fileTime && isAsLate(*fileTime, date) && !_owed.contains(number) && !_ahead.contains(number);
 }
 
 bool VXMetaDataMirror::isCurrent(const VXManagedObject &object, qint64 fileTime) const
 {
-    return !object.hasChanges() && fileTime >= modificationTime(object).value_or(fileTime);
+    return !object.hasChanges() && isAsLate(fileTime, modificationTime(object));
+}
+
+bool VXMetaDataMirror::isAsLate(qint64 fileTime, std::optional<qint64> date) const
+{
+    constexpr qint64 farOff = qint64(std::numeric_limits<qint32>::max()) * 1000; // which every file system can hold
+    if (!date || fileTime >= *date)
+        return true;
+    if (*date <= farOff || fileTime < farOff)
+        return false;
+    if (!_latestTime)
+        _latestTime = _folder.latestTime();
+    return fileTime >= *_latestTime;
 }
 
 std::optional<qint64> VXMetaDataMirror::modificationTime(const VXManagedObject &object) const

@@ -83,6 +83,8 @@ private:
     enum class Ahead { Added, Updated };
 
     bool isCurrent(const VXManagedObject &object, qint64 fileTime) const;
+    /** Whether a file of that time is not older than an object of that date, or as old as a file can be; for none, always. */
+    bool isAsLate(qint64 fileTime, std::optional<qint64> date) const;
     /** Milliseconds since 1970; none for an object without date. */
     std::optional<qint64> modificationTime(const VXManagedObject &object) const;
     /** `isFree`: nothing has that name. */
@@ -96,6 +98,7 @@ private:
     QHash<qint64, Ahead> _ahead; // by the object's number: files written since the last pass
     qint32 _removedAhead = 0;
     VXMetaDataDebt::Owed _owed;
+    mutable std::optional<qint64> _latestTime; // of the folder's files, once it mattered
     bool _isFolderGone = false;
     bool _isWhole = true;
     std::atomic<qint32> _added{0}, _updated{0}, _unchanged{0}, _orphaned{0}, _errors{0};

@@ -85,6 +85,39 @@ qint64 placeOf(const QVariantMap &values)
                           : VXSearchEntries::undated;
 }
 
+/** What stands in the table of entries. What is bound lives as long as the row. */
+struct Row
+{
+    Row(qint64 itsFolder, const VXSearchIndex::Change &change)
+        : folder(itsFolder), numbers(numbersOf(*change.values)), name(change.name.toUtf8()),
+          object(utf8Of(change.values->value(identifierKey).toString())), kind(utf8Of(kindOf(change))),
+          title(utf8Of(change.values->value(u"kMDItemTitle"_s).toString())),
+          detail(utf8Of(change.values->value(descriptionKey).toString())), date(change.values->value(dateKey)),
+          text(utf8Of(wordsOf(*change.values))), json(jsonOf(numbers))
+    {
+    }
+
+    void bind(VXSQLiteStatement &statement) const
+    {
+        statement.bindNumber(1, folder);
+        bindUtf8(statement, 2, name);
+        bindUtf8(statement, 3, object);
+        bindUtf8(statement, 4, kind);
+        bindUtf8(statement, 5, title);
+        bindUtf8(statement, 6, detail);
+        statement.bindValue(7, date);
+        bindUtf8(statement, 8, text);
+        bindUtf8(statement, 9, json);
+    }
+
+    const qint64 folder;
+    const QStringList numbers;
+    const QByteArray name, object, kind, title, detail;
+    const QVariant date;
+    const QByteArray text;
+    const QByteArray json; // of the numbers
+};
+
 } // namespace
 
 QString VXSearchEntries::reversed(const QString &digits)
@@ -111,6 +144,25 @@ bool VXSearchEntries::apply(qint64 folder, const QList<VXSearchIndex::Change> &c
 {
     Dues dues = inOrder(changes);
     return insertNew(folder, &dues, error) && takeOut(folder, dues, error) && replace(folder, dues, error);
+}
+
+std::optional<bool> VXSearchEntries::has(qint64 folder, const VXSearchIndex::Change &change, VXError *error)
+{
+    VXSQLiteStatement statement = _connection.statement(
+        u"SELECT 1 FROM entry WHERE folder = ?1 AND name = ?2 AND object IS ?3 AND kind IS ?4 AND title IS ?5 AND "
+        "detail IS ?6 AND date IS ?7 AND text IS ?8 AND numbers IS ?9 AND NOT EXISTS "
+        "(SELECT 1 FROM json_each(?9) WHERE NOT EXISTS "
+        "(SELECT 1 FROM number WHERE reversed = value AND number.entry = entry.id))"_s,
+        error);
+    if (!statement)
+        return std::nullopt;
+    const Row row(folder, change);
+    row.bind(statement);
+    const VXSQLiteStatement::Step step = statement.step();
+    if (step != VXSQLiteStatement::Step::Failed)
+        return step == VXSQLiteStatement::Step::Row;
+    VXSetError(error, _connection.lastError());
+    return std::nullopt;
 }
 
 VXSearchEntries::Dues VXSearchEntries::inOrder(const QList<VXSearchIndex::Change> &changes)
@@ -239,33 +291,16 @@ bool VXSearchEntries::insert(qint64 folder, const VXSearchIndex::Change &change,
     VXSQLiteStatement words = _connection.statement(u"INSERT INTO words (rowid, kind, text) VALUES (?, ?, ?)"_s, error);
     if (!entry || !words)
         return false;
-    const QVariantMap &values = *change.values;
-    const QStringList numbers = numbersOf(values);
-    // What is bound lives as long as the statement runs.
-    const QByteArray name = change.name.toUtf8();
-    const QByteArray object = utf8Of(values.value(identifierKey).toString());
-    const QByteArray kind = utf8Of(kindOf(change));
-    const QByteArray title = utf8Of(values.value(u"kMDItemTitle"_s).toString());
-    const QByteArray detail = utf8Of(values.value(descriptionKey).toString());
-    const QByteArray text = utf8Of(wordsOf(values));
-    const QByteArray json = jsonOf(numbers);
-    entry.bindNumber(1, folder);
-    bindUtf8(entry, 2, name);
-    bindUtf8(entry, 3, object);
-    bindUtf8(entry, 4, kind);
-    bindUtf8(entry, 5, title);
-    bindUtf8(entry, 6, detail);
-    entry.bindValue(7, values.value(dateKey));
-    bindUtf8(entry, 8, text);
-    bindUtf8(entry, 9, json);
+    const Row row(folder, change);
+    row.bind(entry);
     entry.bindNumber(10, id);
     words.bindNumber(1, id);
-    bindUtf8(words, 2, kind);
-    bindUtf8(words, 3, text);
+    bindUtf8(words, 2, row.kind);
+    bindUtf8(words, 3, row.text);
     if (!run(entry, error))
         return false;
     *isIn = _connection.changes() > 0;
-    return !*isIn || (run(words, error) && putNumbers(id, numbers, error));
+    return !*isIn || (run(words, error) && putNumbers(id, row.numbers, error));
 }
 
 bool VXSearchEntries::putNumbers(qint64 id, const QStringList &numbers, VXError *error)

@@ -22,6 +22,8 @@ public:
 
     /** `folder`: its number in the index. Of several changes with one name the last one counts. */
     bool apply(qint64 folder, const QList<VXSearchIndex::Change> &changes, VXError *error);
+    /** Whether it is there as the change would put it, with its numbers. None on failure. */
+    std::optional<bool> has(qint64 folder, const VXSearchIndex::Change &change, VXError *error);
     /** All of that folder. */
     bool takeOutAll(const QString &folder, VXError *error);
 

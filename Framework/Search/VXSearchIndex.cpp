@@ -190,6 +190,16 @@ bool VXSearchIndex::apply(const QString &folder, const QList<Change> &changes, V
         error);
 }
 
+std::optional<bool> VXSearchIndex::says(const QString &folder, const Change &change, VXError *error)
+{
+    VXError problem;
+    const auto id = number(u"SELECT id FROM folder WHERE name = ?"_s, folder, &problem);
+    if (!problem && id)
+        return VXSearchEntries(*_connection).has(*id, change, error);
+    VXSetError(error, problem);
+    return problem ? std::nullopt : std::optional(false);
+}
+
 // Kept in the file: who is killed meanwhile leaves it to the next that changes many.
 bool VXSearchIndex::setMerging(bool isMerging, VXError *error)
 {

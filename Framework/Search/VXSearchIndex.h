@@ -72,6 +72,8 @@ public:
     };
     /** All of them or none. Of several with one name the last one counts. */
     bool apply(const QString &folder, const QList<Change> &changes, VXError *error);
+    /** Whether it has of that file what `change` says, with its numbers. None on failure. */
+    std::optional<bool> says(const QString &folder, const Change &change, VXError *error);
     /** Around many changes: the pieces that each of them leaves are put together later, with those of what comes after. */
     bool beginMany(VXError *error) { return setMerging(false, error); }
     bool endMany(VXError *error) { return setMerging(true, error); }
@@ -81,7 +83,7 @@ public:
      * Objects that have a word beginning with each of the words given (letters are compared as VXSearchTerms::folded() has them),
      * or a phone number that ends with the digits, if there are four at least. Whole words and numbers first; then those that have
      * some of it as words, and four digits or more as the end of a number. Among each of these what has no date (contacts), then
-     * the latest. After all these, records of a number that a contact has, by the words of both: of up to 100 contacts. `kind`:
+     * the latest. After all these, records of a number that a contact has, by the words of both: of up to 10,000 contacts. `kind`:
      * null for all. None on failure, and for more than 32 words or 1,000 characters. A record's title has the name of a contact
      * for a bare number of its.
      */

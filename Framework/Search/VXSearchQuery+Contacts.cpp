@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <functional>
 #include <tuple>
 
 using namespace Qt::StringLiterals;
@@ -15,8 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype mostOfAWord = 1000; // contacts
-constexpr qsizetype mostContacts = 100;
+constexpr qsizetype mostContacts = 10'000; // of a word, and of all; a step in the index for each number of theirs
 
 QString jsonOf(const QList<qint64> &numbers)
 {
@@ -54,7 +54,7 @@ bool VXSearchQuery::contactsWith(const QStringList &words, QList<qint64> *contac
     const QString expression = VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix);
     statement.bindText(1, expression);
     statement.bindNumber(2, VXSearchEntries::undated);
-    statement.bindNumber(3, mostOfAWord);
+    statement.bindNumber(3, mostContacts);
     return addNumbersIn(statement, contacts, error);
 }
 
@@ -103,6 +103,16 @@ std::optional<QStringList> VXSearchQuery::numbersOf(const QList<qint64> &entries
     return std::nullopt;
 }
 
+// Of records in no order those that are wanted at most.
+void VXSearchQuery::keepLatest(QList<qint64> *records) const
+{
+    if (records->size() <= most())
+        return;
+    const auto end = records->begin() + most();
+    std::ranges::nth_element(*records, end, std::greater());
+    records->erase(end, records->end());
+}
+
 // The latest records of each number. `records` is in no order, and has more than are wanted when there are several numbers.
 bool VXSearchQuery::recordsOfNumbers(const QStringList &numbers, QList<qint64> *records, VXError *error)
 {
@@ -117,6 +127,8 @@ bool VXSearchQuery::recordsOfNumbers(const QStringList &numbers, QList<qint64> *
                statement.bindNumber(4, most());
                const bool isDone = addNumbersIn(statement, records, error);
                statement.reset();
+               if (records->size() / 2 > most())
+                   keepLatest(records);
                return isDone;
            });
 }

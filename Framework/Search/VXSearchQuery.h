@@ -59,6 +59,7 @@ private:
     bool recordsOfNumbers(const QStringList &numbers, QList<qint64> *records, VXError *error);
     bool recordsOfNumbersWith(const QStringList &words, const QStringList &numbers, QList<qint64> *records,
                               VXError *error);
+    void keepLatest(QList<qint64> *records) const;
     bool addNumbersIn(VXSQLiteStatement &statement, QList<qint64> *numbers, VXError *error);
 
     VXSQLiteConnection &_connection;

@@ -197,6 +197,15 @@ QString digitsOf(const QString &text)
     return digits.size() >= fewestDigits ? digits : QString();
 }
 
+// A number without what links, lists and this program write around it: "tel:+34600", "<+34600>,", "600/m". Else the part itself.
+QString bareNumber(const QString &part)
+{
+    static const QRegularExpression around(u"^[<\",;]*(?:(?:tel|sms|smsto|callto):)?|(?<=[0-9])(?:/[a-z]+)?[>\",;]*$"_s,
+                                           QRegularExpression::CaseInsensitiveOption);
+    const QString bare = QString(part).remove(around);
+    return isOfNumber(bare) ? bare : part;
+}
+
 } // namespace
 
 VXSearchTerms::VXSearchTerms(const QString &text)
@@ -209,7 +218,9 @@ VXSearchTerms::VXSearchTerms(const QString &text)
     }
     const QString ofOneWidth = withPlainDigits(trimmed.normalized(QString::NormalizationForm_KC));
     _words = wordsOf(partsOf(trimmed));
-    _digits = digitsOf(ofOneWidth);
+    QStringList parts = partsOf(ofOneWidth);
+    std::ranges::transform(parts, parts.begin(), bareNumber);
+    _digits = digitsOf(parts.join(u' '));
     read(ofOneWidth);
     if (_words.size() > mostWords)
         _problem = u"These are too many words to search for: %1, of at most %2."_s.arg(_words.size()).arg(mostWords);
@@ -220,22 +231,25 @@ void VXSearchTerms::read(const QString &text)
 {
     const QStringList parts = partsOf(text);
     Reading joined, apart;
-    QStringList run;
+    QStringList run, bareRun;
     const auto endRun = [&] {
-        if (const QString digits = digitsOf(run.join(u' ')); digits.isNull())
+        if (const QString digits = digitsOf(bareRun.join(u' ')); digits.isNull())
             joined.words += run;
         else
             joined.ends.append({digits, {}});
         run.clear();
+        bareRun.clear();
     };
     for (const QString &part : parts) {
-        const QString digits = digitsOf(part);
+        const QString bare = bareNumber(part);
+        const QString digits = digitsOf(bare);
         if (digits.isNull())
             apart.words.append(part);
         else
-            apart.ends.append({digits, wordsOf({part}).value(0)});
-        if (isOfNumber(part)) {
+            apart.ends.append({digits, wordsOf({bare}).value(0)});
+        if (isOfNumber(bare)) {
             run.append(part);
+            bareRun.append(bare);
         } else {
             endRun();
             joined.words.append(part);

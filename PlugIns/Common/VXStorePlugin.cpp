@@ -1,7 +1,10 @@
 #include "VXStorePlugin.h"
 
 #include "VXBundle.h"
+#include "VXMethodLog.h"
 #include "VXNotificationCenter.h"
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -20,8 +23,22 @@ QString VXStorePlugin::importDescriptionFromStore(VXCoreDataStore &store)
 
 void VXStorePlugin::launchSearch(const QString &modificationDateKey, const QStringList &settings)
 {
-    _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), persistentStoreCoordinator(), _entityName,
+    const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
+    if (coordinator)
+        checkClasses(coordinator->model());
+    _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), coordinator, _entityName,
                                                                modificationDateKey, settings);
+}
+
+// One that no entity gives is of no object, and nothing else would tell. The model is the store's, which may be another one.
+void VXStorePlugin::checkClasses(const VXManagedObjectModel &model) const
+{
+    for (const QString &name : _classes) {
+        const bool isGiven = std::ranges::any_of(
+            model.entities(), [&](const VXEntityDescription *each) { return each->managedObjectClassName() == name; });
+        if (!isGiven)
+            VXLogMethod(VXLogError, "launchSearch", "no entity of the store's model gives the class "_L1 + name);
+    }
 }
 
 void VXStorePlugin::pluginWillUnload()

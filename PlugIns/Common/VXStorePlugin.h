@@ -20,7 +20,7 @@ protected:
     /** The entity, and keys of the texts that count its objects: "One call", "%1 calls". */
     VXStorePlugin(const QString &entityName, const QString &one, const QString &many);
 
-    /** Objects of that entity are of that class until the plugin unloads. */
+    /** Objects of that entity, which gives its own name as that of their class, are of that class until the plugin unloads. */
     template <typename Class>
     void registerClass(const QString &entityName)
     {
@@ -29,11 +29,13 @@ protected:
     }
     /**
      * Lets the objects of the entity be found until the plugin unloads, unless the user wants no search. `settings`: user defaults
-     * that their texts go by.
+     * that their texts go by. A class that was registered and that no entity of the store's model gives is logged.
      */
     void launchSearch(const QString &modificationDateKey, const QStringList &settings = {});
 
 private:
+    void checkClasses(const VXManagedObjectModel &model) const;
+
     QString _entityName;
     QString _one;
     QString _many;

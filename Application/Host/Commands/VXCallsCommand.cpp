@@ -28,6 +28,7 @@ namespace {
 
 using Call = VXManagedObjectPtr;
 
+constexpr qsizetype mostNumbers = 500; // of one party: SQLite takes no much longer conditions
 constexpr qsizetype usualLimit = 50;
 const QString missedCalls = u"direction == 1 AND duration == 0 AND connectedDate == NULL AND state == \"ended\""_s;
 
@@ -83,12 +84,17 @@ VXPredicate predicateOfParty(VXHostContext &host, const QString &text)
         searches.append(VXPhoneNumberSearchString(text));
     else if (const VXPersistentStoreCoordinator::Ptr phonebook = VXOpenContacts(host)) {
         VXManagedObjectContext contacts(phonebook);
-        for (const VXManagedObjectPtr &person : VXContactsNear(contacts, text)) {
+        for (const VXManagedObjectPtr &person : VXContactsNear(contacts, text, mostNumbers + 1)) {
             for (const VXContactRecord::Address &number : VXContactRecord(QVariant::fromValue(person)).numbers)
                 searches.append(VXPhoneNumberSearchString(number.value));
         }
     }
     searches.removeAll(QString());
+    searches.removeDuplicates();
+    if (searches.size() > mostNumbers) {
+        host.output.note(u"more than %1 numbers are called so; calls of the others are left out"_s.arg(mostNumbers));
+        searches.resize(mostNumbers);
+    }
     QList<VXPredicate> any;
     for (const QString &search : QStringList(text) + searches)
         any.append(*VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {search}));
@@ -131,15 +137,20 @@ int show(VXHostContext &host, const VXPersistentStoreCoordinator::Ptr &store)
     if (!readFilters(host, request))
         return VXHostOutput::WrongUsage;
     request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
-    request.limit = VXLimitOption(host.options, usualLimit);
+    const qsizetype limit = VXLimitOption(host.options, usualLimit);
+    request.limit = limit + 1;
     VXError error;
     VXManagedObjectContext context(store);
     const auto found = context.executeFetchRequest(request, &error);
     if (!found)
         return host.output.fail(VXErrorText(error));
+    if (found->size() > limit)
+        host.output.note(u"there are more; \"--limit 0\" shows all"_s);
     QJsonArray json;
     QList<QStringList> rows{{u"DATE"_s, u"CALL"_s, u"WHO"_s, u"DURATION"_s, u"PHONE"_s, u"ID"_s}};
     for (const Call &call : *found) {
+        if (json.size() == limit)
+            break;
         const VXCallRecord record(QVariant::fromValue(call));
         const QString who = VXDisplayStringForContacts(record.otherParty());
         json.append(jsonOf(call, record, who));

@@ -83,9 +83,9 @@ VXPersistentStoreCoordinator::Ptr VXOpenContacts(VXHostContext &context)
     return coordinator;
 }
 
-QList<VXManagedObjectPtr> VXContactsNear(VXManagedObjectContext &contacts, const QString &text)
+QList<VXManagedObjectPtr> VXContactsNear(VXManagedObjectContext &contacts, const QString &text,
+                                         unsigned mostCompletions)
 {
-    constexpr unsigned mostCompletions = 20; // a person may have several
     const VXContactLookup lookup(contacts);
     QList<VXManagedObjectPtr> persons;
     for (const QString &entry : VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(

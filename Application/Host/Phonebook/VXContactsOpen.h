@@ -10,7 +10,8 @@
 [[nodiscard]] VXPersistentStoreCoordinator::Ptr VXOpenContacts(VXHostContext &context);
 
 /** Those of whom something begins like the text, as what is typed is completed; each once, the nearest first. */
-[[nodiscard]] QList<VXManagedObjectPtr> VXContactsNear(VXManagedObjectContext &contacts, const QString &text);
+[[nodiscard]] QList<VXManagedObjectPtr> VXContactsNear(VXManagedObjectContext &contacts, const QString &text,
+                                                       unsigned mostCompletions = 20);
 /** "; near it are: Jane Doe (p1), Jane Roe (p3)"; empty when there are none. */
 [[nodiscard]] QString VXTextOfContactsNear(VXManagedObjectContext &contacts, const QString &text);
 

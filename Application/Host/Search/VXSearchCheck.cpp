@@ -1,5 +1,6 @@
 #include "VXSearchCheck.h"
 
+#include "VXErrorText.h"
 #include "VXHostCommand.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
@@ -77,11 +78,18 @@ int VXCheckSearch(VXHostContext &context)
     QJsonArray folders;
     bool isClean = true;
     bool isTakenIn = true;
+    bool isChecked = true;
     for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs()) {
         VXError error;
         const std::optional<VXMetaDataReport> report = sync->checkMetaDataFiles(repairs, &error);
-        if (!report)
-            return context.output.fail(u"%1: %2"_s.arg(sync->entityName(), error.localizedDescription()));
+        if (!report) { // the others are looked at all the same
+            isChecked = false;
+            context.output.fail(u"%1: %2"_s.arg(sync->entityName(), VXErrorText(error)));
+            folders.append(QJsonObject{{u"identifier"_s, sync->identifier()},
+                                       {u"entity"_s, sync->entityName()},
+                                       {u"error"_s, VXErrorText(error)}});
+            continue;
+        }
         isClean = isClean && (repairs ? report->isRepaired() : report->isClean());
         isTakenIn = isTakenIn && report->isTakenIn;
         text += textOf(*sync, *report, repairs);
@@ -92,6 +100,7 @@ int VXCheckSearch(VXHostContext &context)
     if (!isClean)
         context.output.note(repairs ? u"\"vornix log\" may tell what was in the way"_s
                                     : u"\"vornix search check --repair\" puts it right"_s);
+    isClean = isClean && isChecked;
     if (!isTakenIn)
         context.output.note(u"the next search takes in what is not taken in yet; so does \"vornix search update\""_s);
     context.output.answer(text, QJsonObject{{u"clean"_s, isClean}, {u"repaired"_s, repairs}, {u"folders"_s, folders}});

@@ -13,6 +13,7 @@
 #include "VXSearchUpdate.h"
 #include "VXThread.h"
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
 
@@ -30,12 +31,16 @@ std::optional<int> tryToFind(VXHostContext &context, const QString &words, qsize
 {
     VXError error;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
-    const auto found = index ? index->find(words, context.options.value(u"kind"_s), limit, &error) : std::nullopt;
+    auto found = index ? index->find(words, context.options.value(u"kind"_s), limit + 1, &error) : std::nullopt;
     if (!found && VXSearchIndex::discardIfDamaged(error))
         return std::nullopt;
     if (!found)
         return context.output.fail(error ? VXErrorText(error) : u"there is no index"_s);
+    const bool isCut = found->size() > limit;
+    found->resize(std::min(found->size(), limit));
     VXAnswerFoundObjects(context.output, *found);
+    if (isCut)
+        context.output.note(u"more was found; \"--limit 0\" shows all"_s);
     return VXHostOutput::Done;
 }
 
@@ -124,7 +129,8 @@ VXHostCommand VXSearchCommand()
             u"Finds what has a word beginning with each WORD, letters with and without accents being the same, or "
             u"phone numbers by their last digits, four at least, also beside words. Exact matches come first, then the "
             u"newest, then "
-            u"messages and calls of the contacts that the words find. Up to 32 words. What is found can be opened with "
+            u"messages and calls of the contacts (of up to 10,000) that the words find. Up to 32 words. What is found "
+            u"can be opened with "
             u"\"vornix open\" by the \"url\" that --json tells.\n"
             "\"search check\" compares what is searched with the stores and tells what is stale, missing, orphaned or "
             u"damaged; --repair puts it right. It ends with status 1 when something is wrong; what no search has taken "

@@ -1,5 +1,6 @@
 #include "VXSearchUpdate.h"
 
+#include "VXDataManager.h"
 #include "VXHostCommand.h"
 #include "VXHostOutput.h"
 #include "VXMetaDataKeeper.h"
@@ -9,6 +10,7 @@
 #include "VXSearchIndex.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
 #include <QtCore/QHash>
 #include <QtCore/QProcess>
 
@@ -22,6 +24,13 @@ namespace {
 constexpr int mostRounds = 3;
 
 bool isTriedHere = false; // by this process; what it could not do another one like it cannot
+
+// For its plugin to put it in place of the one that is searched.
+bool isStoreWaiting()
+{
+    const QDir waiting(VXDataManager::sharedDataInstallPath());
+    return !waiting.entryList({u"*.vxdatastore"_s}, QDir::Dirs | QDir::NoDotAndDotDot).isEmpty();
+}
 
 } // namespace
 
@@ -53,7 +62,7 @@ bool VXIsSearchUpdateDue()
 {
     if (VXMetaDataSync::isIgnored())
         return false;
-    if (VXMetaDataDebt::isAnyOfAll() || !VXMetaDataSettings::areAllPresent())
+    if (isStoreWaiting() || VXMetaDataDebt::isAnyOfAll() || !VXMetaDataSettings::areAllPresent())
         return true;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting();
     return !index || !index->isAllComplete(nullptr);

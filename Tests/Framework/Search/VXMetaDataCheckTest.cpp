@@ -11,18 +11,20 @@ namespace {
 
 class VXMetaDataCheckTest : public VXMetaDataTest
 {
+protected:
+    static void spoil(const QString &sql)
+    {
+        VXError error;
+        const auto index = VXSQLiteConnection::open(VXSearchIndex::path(), VXSQLiteConnection::Access::Write,
+                                                    std::chrono::seconds(1), nullptr, &error);
+        EXPECT_TRUE(index && index->execute(sql, &error)) << error.description().toStdString();
+    }
 };
 
 TEST_F(VXMetaDataCheckTest, AnIndexThatSaysOtherWordsIsMadeAnew)
 {
     add(u"Jane"_s);
     pass();
-    const auto spoil = [](const QString &sql) {
-        VXError error;
-        const auto index = VXSQLiteConnection::open(VXSearchIndex::path(), VXSQLiteConnection::Access::Write,
-                                                    std::chrono::seconds(1), nullptr, &error);
-        EXPECT_TRUE(index && index->execute(sql, &error)) << error.description().toStdString();
-    };
     spoil(u"INSERT INTO words (words) VALUES ('delete-all')"_s);
     EXPECT_THAT(find(u"jane"_s), IsEmpty());
     EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean());
@@ -41,6 +43,47 @@ TEST_F(VXMetaDataCheckTest, AnIndexThatSaysOtherWordsIsMadeAnew)
     pass();
     EXPECT_EQ(find(u"j"_s).size(), 2);
     EXPECT_FALSE(VXMetaDataDebt::isAnyOfAll());
+}
+
+TEST_F(VXMetaDataCheckTest, AnIndexThatSaysAnotherThingIsMadeAnew)
+{
+    add(u"+1 555 0100"_s);
+    pass();
+    const auto isFound = [] {
+        const QList<VXFoundObject> found = find(u"5550100"_s);
+        return found.size() == 1 && found.first().title != "Joe"_L1;
+    };
+    for (const QString &change : {u"UPDATE entry SET title = 'Joe'"_s, u"UPDATE entry SET date = 1"_s,
+                                  u"UPDATE entry SET numbers = NULL"_s, u"DELETE FROM number"_s}) {
+        EXPECT_TRUE(sync->checkMetaDataFiles(false)->isClean());
+        spoil(change);
+        EXPECT_FALSE(sync->checkMetaDataFiles(true)->isIndexWhole) << change.toStdString();
+        EXPECT_TRUE(isFound()) << change.toStdString();
+    }
+}
+
+TEST_F(VXMetaDataCheckTest, WhatAPassIsDueForIsNoFault)
+{
+    const VXManagedObjectPtr jane = add(u"Jane"_s);
+    const VXManagedObjectPtr joe = add(u"Joe"_s);
+    pass();
+    jane->setValueForKey(u"Janet"_s, u"name"_s);
+    context.deleteObject(joe);
+    add(u"Jim"_s);
+    ASSERT_TRUE(QFile::resize(fileOf(jane), 9));
+    const VXMetaDataReport report = sync->checkMetaDataFiles(false).value();
+    EXPECT_FALSE(report.isTakenIn);
+    ASSERT_EQ(report.findings.size(), 1);
+    EXPECT_EQ(report.findings.first().kind, VXMetaDataFinding::Kind::Damaged);
+    pass();
+    EXPECT_TRUE(sync->checkMetaDataFiles(false)->isTakenIn);
+    // The files of another store.
+    const auto other = VXPersistentStoreCoordinator::coordinatorWithModel(model());
+    ASSERT_TRUE(other->addPersistentStore(VXStoreType::InMemory, {}));
+    sync->terminate();
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, other, u"Person"_s, u"changed"_s);
+    EXPECT_TRUE(sync->checkMetaDataFiles(false)->isClean());
+    EXPECT_FALSE(sync->checkMetaDataFiles(false)->isTakenIn);
 }
 
 TEST_F(VXMetaDataCheckTest, NothingIsWrongBeforeTheFirstPass)

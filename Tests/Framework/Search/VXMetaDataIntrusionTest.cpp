@@ -43,6 +43,15 @@ TEST_F(VXMetaDataIntrusionTest, AFolderWithTheNameOfAFileIsSomebodysOwn)
     EXPECT_TRUE(QFile::exists(trash + "/people.lock/mine.txt"_L1));
     ASSERT_TRUE(QDir(folder()).mkdir(u"p9_MD2.person"_s));
     EXPECT_TRUE(sync->checkMetaDataFiles(true)->isRepaired());
+    for (const bool isLink : {false, true}) { // in place of the folder
+        QDir(folder()).removeRecursively();
+        if (isLink)
+            ASSERT_TRUE(QFile::link(path(), folder()));
+        else
+            writeFile(QDir(path()).relativeFilePath(folder()), "mine");
+        EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1}));
+        EXPECT_TRUE(QFile::exists(trash + "/people"_L1));
+    }
 }
 
 TEST_F(VXMetaDataIntrusionTest, NothingStaysOfWhatIsNotSearchedAnyMore)

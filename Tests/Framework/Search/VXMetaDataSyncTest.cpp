@@ -39,6 +39,10 @@ TEST_F(VXMetaDataSyncTest, KeepsOneFileForEachObject)
     EXPECT_EQ(titleIn(fileOf(jane)), u"Janet"_s);
     EXPECT_THAT(files(), ElementsAre(u"p1_MD2.person"_s));
     EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1})); // and not written again until that time
+    jane->setValueForKey(QDateTime::fromMSecsSinceEpoch(qint64(1) << 46), u"changed"_s); // later than files can be
+    ASSERT_TRUE(context.save());
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1}));
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1}));
 }
 
 TEST_F(VXMetaDataSyncTest, ObjectsOfAnotherStoreHaveTheSameNumbers)

@@ -33,8 +33,10 @@ public:
             QFile::remove(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/people.lock"_L1);
         if (name == "silent"_L1)
             return std::nullopt;
-        return QVariantMap{
-            {u"kMDItemTitle"_s, name}, {u"kMDItemComment"_s, QVariant()}, {u"kMDItemCreator"_s, u"itself"_s}};
+        return QVariantMap{{u"kMDItemTitle"_s, name},
+                           {u"kMDItemPhoneNumbers"_s, name.startsWith(u'+') ? QVariant(name) : QVariant()},
+                           {u"kMDItemComment"_s, QVariant()},
+                           {u"kMDItemCreator"_s, u"itself"_s}};
     }
     static inline int read = 0;
     static inline bool isMoody = true;

@@ -76,6 +76,10 @@ TEST_F(VXSearchIndexTest, FindsWordsByTheirBeginningAndNumbersByTheirEnd)
         {u"170 555-0100"_s, {}, {u"Zoë Müller"_s}},
         {u"170\u00a0555\u20110100"_s, {}, {u"Zoë Müller"_s}}, // as pages have it
         {u"٠١٧٠٥٥٥٠١٠٠"_s, {}, {u"Zoë Müller"_s}},
+        {u"+49 170 555 0100/m"_s, {}, {u"Zoë Müller"_s}}, // as programs write it
+        {u"tel:+491705550100"_s, {}, {u"Zoë Müller"_s}},
+        {u"\"Zoë\" <+49 170 5550100>,"_s, {}, {u"Zoë Müller"_s}},
+        {u"1/m"_s, {}, {}},
         {u"100"_s, {}, {}}, // no suffix of three digits, and no word
         {u"zoe jane"_s, {}, {}},
         {u"\"Zo\" OR NEAR( * - 50%"_s, {}, {}},
@@ -241,6 +245,37 @@ TEST_F(VXSearchIndexTest, RecordsOfABareNumberAreFoundByTheirContacts)
     EXPECT_EQ(find(u"eve"_s), (QStringList{u"Eve"_s, u"Eve"_s, u"Eve"_s}));
     EXPECT_THAT(find(u"muller"_s), IsEmpty());
     EXPECT_EQ(index->object(QUrl(u"x-coredata://store/message/p12"_s), nullptr)->title, u"Eve"_s);
+}
+
+TEST_F(VXSearchIndexTest, ANumberIsCalledByWhomALookUpFinds)
+{
+    const QString german = u"+49 30 777 8888"_s;
+    const QStringList parties{german, u"+44 30 777 8888"_s, u"030 7778888"_s, u"+1 30 777 8888"_s};
+    QList<VXSearchIndex::Change> changes{change(1, u"contact"_s, u"Poor"_s, {german}),
+                                         change(2, u"contact"_s, u"Rich"_s, {german}, u"Big\nmuch more"_s),
+                                         change(3, u"contact"_s, u"Uk"_s, {parties[1]})};
+    for (const QString &party : parties)
+        changes.append(change(int(changes.size()) + 1, u"message"_s, party, {party}));
+    ASSERT_TRUE(index->apply(u"people"_s, changes, nullptr));
+    const QString names[] = {u"Rich"_s, u"Uk"_s, u"Rich"_s, u"Rich"_s}; // the last has a country that nobody has
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(index->object(QUrl("x-coredata://store/message/p%1"_L1.arg(QString::number(i + 4))), nullptr)->title,
+                  names[i])
+            << i;
+}
+
+TEST_F(VXSearchIndexTest, FindsTheLatestRecordsOfHoweverManyContacts)
+{
+    QList<VXSearchIndex::Change> changes;
+    for (int i = 1; i <= 150; ++i) {
+        const QStringList numbers{u"+1 555 %1"_s.arg(1000 + i)};
+        changes.append(change(i, u"contact"_s, u"Globex"_s, numbers));
+        changes.append(change(i, u"message"_s, numbers[0], numbers));
+        changes.last().values->insert(u"kMDItemContentCreationDate"_s, QDateTime::fromSecsSinceEpoch(i, Qt::UTC));
+    }
+    ASSERT_TRUE(index->apply(u"people"_s, changes, nullptr));
+    EXPECT_EQ(find(u"globex"_s, u"message"_s, 1000).size(), 150);
+    EXPECT_EQ(index->find(u"globex"_s, u"message"_s, 1, nullptr)->value(0).date.toSecsSinceEpoch(), 150);
 }
 
 TEST_F(VXSearchIndexTest, RefusesWhatIsTooMuchToSearchFor)
