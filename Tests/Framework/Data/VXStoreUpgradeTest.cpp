@@ -125,12 +125,7 @@ namespace {
 // As another program may: the first note.
 void change(const QString &folder, const char *assignment)
 {
-    sqlite3 *database = nullptr;
-    ASSERT_EQ(sqlite3_open(qPrintable(folder + "/notes.sqlite"_L1), &database), SQLITE_OK);
-    const QByteArray sql = QByteArray("UPDATE VX_Note SET ") + assignment + " WHERE Z_PK = 1";
-    EXPECT_EQ(sqlite3_exec(database, sql.constData(), nullptr, nullptr, nullptr), SQLITE_OK)
-        << sqlite3_errmsg(database);
-    sqlite3_close(database);
+    VXRunSQL(folder + "/notes.sqlite"_L1, QByteArray("UPDATE VX_Note SET ") + assignment + " WHERE Z_PK = 1");
 }
 
 } // namespace
