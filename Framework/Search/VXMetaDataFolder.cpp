@@ -44,7 +44,7 @@ VXError VXMetaDataFolder::open()
 {
     QString reason;
     if (!VXMakeWayForFolder(_path))
-        return VXError::platformError(VXPlatformErrorCode::FileWrite, u"What lies there can not be moved away."_s, {},
+        return VXError::platformError(VXPlatformErrorCode::FileWrite, u"What lies there cannot be moved away."_s, {},
                                       _path);
     if (!VXMakePrivateFolder(_path, &reason))
         return VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, _path);

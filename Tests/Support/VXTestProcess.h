@@ -56,6 +56,7 @@ public:
 
     /** False when it could not be started. */
     bool isUp() const { return !_number.isEmpty(); }
+    void stop() { _process.stop(); }
 
 private:
     VXTestProcess _process;

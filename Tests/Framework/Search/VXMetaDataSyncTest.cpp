@@ -184,8 +184,9 @@ TEST_F(VXMetaDataSyncTest, MakesWhatIsMissingAndTrashesTheFormerFolder)
     EXPECT_EQ(pass().added, 1);
     setAge(fileOf(jane), 3600);
     EXPECT_EQ(pass().updated, 1);
-    ASSERT_TRUE(QDir(folder()).removeRecursively());
-    writeFile(QDir(path()).relativeFilePath(folder()), "no folder");
+    const QString all = VXFileManager::defaultManager().pathToUserMetadataFolder();
+    ASSERT_TRUE(QDir(all).removeRecursively());
+    writeFile(QDir(path()).relativeFilePath(all), "no folder");
     const VXLogRecorder log;
     EXPECT_EQ(pass(), VXMetaDataCounts());
     EXPECT_EQ(log.count("people: Unable to create metadata folder at "_L1 + folder()), 1);
