@@ -157,7 +157,7 @@ VXMetaDataSync::Ptr VXMetaDataSync::initWithIdentifier(const QString &identifier
     if (!coordinator) {
         VXLogClassMethod(VXLogError, VXMetaDataSync,
                          "initWithIdentifier:persistentStoreCoordinator:entityName:modificationDateKey:",
-                         "thePersistentStoreCoordinator cannot be nil: %1/%2"_L1.arg(identifier, entityName));
+                         "thePersistentStoreCoordinator can not be nil: %1/%2"_L1.arg(identifier, entityName));
         return nullptr;
     }
     const Ptr sync(new VXMetaDataSync(identifier, coordinator, entityName, modificationDateKey, settings));

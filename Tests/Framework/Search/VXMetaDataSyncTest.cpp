@@ -227,7 +227,7 @@ TEST_F(VXMetaDataSyncTest, TakesItsFrequencyAndItsCoordinatorFromTheCaller)
     }
     const VXLogRecorder log;
     EXPECT_FALSE(VXMetaDataSync::initWithIdentifier(u"people"_s, nullptr, u"Person"_s, u"changed"_s));
-    EXPECT_EQ(log.count(u"thePersistentStoreCoordinator cannot be nil: people/Person"_s), 1);
+    EXPECT_EQ(log.count(u"thePersistentStoreCoordinator can not be nil: people/Person"_s), 1);
 }
 
 TEST_F(VXMetaDataSyncTest, KeepsTheIndexInStep)
