@@ -232,7 +232,8 @@ int runAmongPlugins(const Options &options, VXDesktopInstance &instance)
 
 int VXDesktop::run(int argc, char **argv)
 {
-    std::signal(SIGPIPE, SIG_IGN);
+    for (const int each : {SIGPIPE, SIGXFSZ})
+        std::signal(each, SIG_IGN);
     QApplication::setDesktopFileName(VXDesktopInstance::busName);
     QApplication::setApplicationName(u"vornix-desktop"_s);
     QApplication::setApplicationDisplayName(u"Vornix"_s);

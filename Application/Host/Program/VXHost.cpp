@@ -196,7 +196,8 @@ void occupyStandardDescriptors()
 int VXHost::run(int argc, char **argv)
 {
     occupyStandardDescriptors();
-    std::signal(SIGPIPE, SIG_IGN); // a reader that went away is a failed write, not the end
+    for (const int each : {SIGPIPE, SIGXFSZ}) // a reader that went away, a limit reached: a failed write, not the end
+        std::signal(each, SIG_IGN);
     const VXHostCommandTable &commands = VXHostCommandTable::standard();
     const VXHostOptions options(decodedArguments(argc, argv), commands);
     // Not on the stack, where a crash may leave nothing to answer with.
