@@ -38,5 +38,9 @@ VXStoreLock::Ptr VXStoreLock::take(const QString &storePath, Purpose purpose, st
     }
     if (lock && !lock->isHeld())
         lock = nullptr;
-    return Ptr(new VXStoreLock(std::move(lock)));
+    const QString target = QFileInfo(storePath).canonicalFilePath();
+    if (isReplacing || target.isEmpty() || lockFileForStorePath(target) == path)
+        return Ptr(new VXStoreLock(std::move(lock), nullptr));
+    const Ptr other = take(target, purpose, timeout, error, isBusy);
+    return other ? Ptr(new VXStoreLock(std::move(lock), other)) : nullptr;
 }

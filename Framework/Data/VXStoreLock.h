@@ -15,7 +15,8 @@
  *
  * What is locked is a file beside the folder, ".NAME.vxdatastore.lock", which is never removed. It stands for the place:
  * wherever the folder itself is moved, and whatever comes in its stead, those who use the place and those who replace what
- * is there meet on the same file. Held as long as the object lives; any thread.
+ * is there meet on the same file. Who uses a folder by a link to it holds both places; who replaces the link, that of the link.
+ * Held as long as the object lives; any thread.
  */
 class VX_EXPORT VXStoreLock
 {
@@ -40,7 +41,8 @@ public:
     static QString lockFileForStorePath(const QString &storePath);
 
 private:
-    explicit VXStoreLock(std::unique_ptr<VXFileLock> lock) : _lock(std::move(lock)) {}
+    VXStoreLock(std::unique_ptr<VXFileLock> lock, Ptr target) : _lock(std::move(lock)), _target(std::move(target)) {}
 
     const std::unique_ptr<VXFileLock> _lock; // null where there can be none
+    const Ptr _target;                       // of where the place leads, if it is a link
 };

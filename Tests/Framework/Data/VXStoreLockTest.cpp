@@ -42,6 +42,19 @@ protected:
     }
 };
 
+TEST_F(VXStoreLockTest, WhoUsesAStoreByALinkKeepsIt)
+{
+    const QString store = path(u"Test.vxdatastore"_s);
+    const QString link = path(u"Link.vxdatastore"_s);
+    ASSERT_TRUE(QDir().mkpath(store) && QFile::link(store, link));
+    auto user = VXStoreLock::take(link, Purpose::Use, {});
+    EXPECT_FALSE(canTake(store, Purpose::Replace));
+    EXPECT_FALSE(canTake(link, Purpose::Replace));
+    user = VXStoreLock::take(store, Purpose::Use, {});
+    EXPECT_FALSE(canTake(store, Purpose::Replace));
+    EXPECT_TRUE(canTake(link, Purpose::Replace)); // that alone is moved
+}
+
 TEST_F(VXStoreLockTest, UsersShareThePlaceAndWhoReplacesItHasItAlone)
 {
     const QString store = path(u"Test.vxdatastore"_s);
