@@ -15,6 +15,7 @@
 #include <QtCore/QUrl>
 
 #include <algorithm>
+#include <filesystem>
 
 using namespace Qt::StringLiterals;
 
@@ -25,11 +26,11 @@ const QString VXStoreFileExtension = u"vxdatastore"_s;
 
 namespace {
 
-// What locks lie on, and no data; others wait for them by their turn (VXStoreWorkLock).
-bool isLockFile(const QString &name)
+// No data: what locks lie on, and others wait for by their turn (VXStoreWorkLock), and what is being written (VXAtomicFile).
+bool isPassing(const QString &name)
 {
     const QString lock = name.endsWith(".turn"_L1) ? name.chopped(5) : name;
-    return lock == VXStoreWorkLock::syncName || lock == VXStoreWorkLock::savingName;
+    return lock == VXStoreWorkLock::syncName || lock == VXStoreWorkLock::savingName || name.startsWith(".vornix-"_L1);
 }
 
 // A name that only begins with a dot has none.
@@ -182,7 +183,7 @@ bool VXCoreDataStore::copyTo(const QString &path, VXError *error)
     QStringList copied;
     return copyDataFiles(path, &copied, error) &&
            copyEntries(
-               path, [&](const QString &name) { return !copied.contains(name) && !isLockFile(name); }, error);
+               path, [&](const QString &name) { return !copied.contains(name) && !isPassing(name); }, error);
 }
 
 bool VXCoreDataStore::copyDataTo(const QString &path, VXError *error)
@@ -220,11 +221,17 @@ bool VXCoreDataStore::copyDataFiles(const QString &path, QStringList *copied, VX
 bool VXCoreDataStore::copyEntries(const QString &path, const std::function<bool(const QString &name)> &isWanted,
                                   VXError *error) const
 {
-    return std::ranges::all_of(
-        QDir(_path).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
-        [&](const QFileInfo &entry) {
-            return !isWanted(entry.fileName()) || copyEntry(entry, path + u'/' + entry.fileName(), error);
-        });
+    std::error_code problem; // which QDir does not tell: a folder that cannot be listed has models all the same
+    for (std::filesystem::directory_iterator each(QFile::encodeName(_path).toStdString(), problem), end;
+         !problem && each != end; each.increment(problem)) {
+        const QFileInfo entry(QFile::decodeName(each->path().c_str()));
+        if (isWanted(entry.fileName()) && !copyEntry(entry, path + u'/' + entry.fileName(), error))
+            return false;
+    }
+    if (problem)
+        VXSetError(error, VXMakeFileError(VXLocalizedString(u"Unable to copy file"_s),
+                                          QString::fromStdString(problem.message()), _path));
+    return !problem;
 }
 
 QVariantMap VXCoreDataStore::metadata()
