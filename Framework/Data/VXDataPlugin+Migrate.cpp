@@ -61,6 +61,18 @@ bool isHandedBack(const QVariant &value, const QVariant &given)
     }
 }
 
+// What the plugin's check has done, before any hook copies.
+void noteRepaired(const VXManagedObjectContext &source)
+{
+    VXStoreMigration *const run = VXStoreMigration::current();
+    if (run == nullptr || !source.hasChanges())
+        return;
+    for (const QList<VXManagedObjectPtr> &objects : {source.insertedObjects(), source.updatedObjects()}) {
+        for (const VXManagedObjectPtr &each : objects)
+            run->noteRepaired(each->objectID());
+    }
+}
+
 } // namespace
 
 VXManagedObjectPtr VXDataPlugin::insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int,
@@ -287,6 +299,7 @@ std::unique_ptr<VXManagedObjectContext> VXDataPlugin::migrateStore(VXCoreDataSto
         auto newContext = std::make_unique<VXManagedObjectContext>(to);
         if (!validateManagedObjectContext(oldContext, error))
             return nullptr;
+        noteRepaired(oldContext);
         const QVariant stored = source.metadata().value(VXStoreVersionKey);
         const std::optional<int> version = leadingNumber(stored);
         if (!version)

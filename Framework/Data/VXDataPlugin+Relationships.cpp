@@ -94,12 +94,13 @@ QString textOfMembers(const QList<VXManagedObjectID> &oldIDs, const VXMigratedOb
     return u":\n(%1)\n(%2)"_s.arg(oldNames.join(", "_L1), newNames.join(", "_L1));
 }
 
-// What stands for several old objects leads to what any of them led to.
+// What stands for several old objects leads to what any of them led to; what was there before keeps what it leads to.
 QList<VXManagedObjectPtr> withMembersOfOthers(const VXManagedObject &newObject, const VXRelationshipDescription &made,
                                               const QList<VXManagedObjectPtr> &related)
 {
     const VXStoreMigration *const run = VXStoreMigration::current();
-    if (run == nullptr || !run->standsForSeveral(newObject))
+    const bool wasThere = newObject.objectID().store() != nullptr; // else it has a temporary ID
+    if (run == nullptr || (!wasThere && !run->standsForSeveral(newObject)))
         return related;
     QList<VXManagedObjectPtr> members = newObject.relatedObjects(made.index());
     QSet<const VXManagedObject *> known;

@@ -9,6 +9,7 @@
 #include <QtCore/QSet>
 
 #include <algorithm>
+#include <iterator>
 #include <tuple>
 
 using namespace Qt::StringLiterals;
@@ -50,8 +51,8 @@ VXError VXSourceComparison::compare(VXManagedObjectContext &source)
 {
     QList<ObjectID> oldIDs;
     oldIDs.reserve(_run.newObjects().size());
-    for (auto each = _run.newObjects().keyBegin(); each != _run.newObjects().keyEnd(); ++each)
-        oldIDs.append(*each);
+    std::copy_if(_run.newObjects().keyBegin(), _run.newObjects().keyEnd(), std::back_inserter(oldIDs),
+                 [this](const ObjectID &oldID) { return !_run.isRepaired(oldID); });
     if (const auto others = std::ranges::count(oldIDs, static_cast<const VXStoreIdentity *>(nullptr), &ObjectID::store);
         others > 0)
         return difference(VXLocalizedString(u"%1 objects are of no old store."_s).arg(others));

@@ -15,7 +15,7 @@ class VXStoreMigration;
 /**
  * Holds what a plugin's hooks made of the objects of a store, before it is saved, against what that store holds: of
  * all that the models of both have by the same name nothing may be lost or changed, but for what the run was told of. What
- * the new objects have beyond that is the plugin's own. Of one thread.
+ * the new objects have beyond that is the plugin's own, as are old objects that its check of the store has repaired. Of one thread.
  */
 class VXSourceComparison
 {

@@ -110,10 +110,14 @@ public:
                                    const VXEntityDescription &made);
     /** How many of an entity's objects have a new one; the others were left out. */
     void noteCopied(const QString &name, qint64 count);
+    /** The plugin's check of the source has added, or changed, that object: it is not what the store holds. */
+    void noteRepaired(const VXManagedObjectID &oldID) { _repaired.insert(oldID); }
+    bool isRepaired(const VXManagedObjectID &oldID) const { return !_repaired.isEmpty() && _repaired.contains(oldID); }
     /** A value that is not what the old object has, as a hook was asked for it. */
     void noteChange(const VXPropertyDescription &old, const VXManagedObjectID &oldID, const QVariant &value)
     {
-        _changes[&old] += digestOf(oldID, value);
+        if (!isRepaired(oldID))
+            _changes[&old] += digestOf(oldID, value);
     }
     /** Of all those changes, whatever their order; none when nothing was changed. */
     std::optional<quint64> digestOfChanges(const VXPropertyDescription &old) const;
@@ -153,6 +157,7 @@ private:
     qint64 _newestNumber = 0;              // of the temporary IDs that were noted: they ascend
     bool _mayShare = false;                // one was noted that is no newer than those before
     QSet<const VXManagedObject *> _shared; // of the new objects
+    QSet<VXManagedObjectID> _repaired;     // of the source
     QHash<const VXPropertyDescription *, quint64> _changes;
     QHash<const VXPropertyDescription *, qint64> _withoutRoom;
     bool _savesNothing = false;

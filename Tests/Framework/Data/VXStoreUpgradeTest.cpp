@@ -238,6 +238,7 @@ INSTANTIATE_TEST_SUITE_P(
                    .line = " is no object of the new store.",
                    .message = "The data could not be copied"},
         UpgradeRow{.title = "HookChangesValuesAsAsked", .migration = "shouts", .isChanged = true},
+        UpgradeRow{.title = "CheckRepairsTheOld", .migration = "repairs", .isChanged = true},
         UpgradeRow{.title = "HookSpoilsValues",
                    .migration = "spoils",
                    .line = "migrate: The copy is not what the old store holds \"name\" of x-coredata://",

@@ -43,6 +43,8 @@ public:
                         bool(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(dataStoreName())));
         if (how == "seeds"_L1)
             context.insertNewObject(*context.persistentStoreCoordinator()->model().entities().constFirst());
+        if (migration() == "repairs"_L1)
+            repair(context);
         if (how == "refuses"_L1)
             VXSetError(error, VXMakeError(u"refused as told"_s));
         return how != "refuses"_L1;
@@ -155,11 +157,36 @@ public:
     bool migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
                                      VXManagedObjectContext &newContext, VXError *error) override
     {
-        return VXDataPlugin::migrateManagedObjectContext(oldContext, version, newContext, error) &&
-               (migration() != "saves"_L1 || newContext.save(error)); // as may do who has no room for all of it
+        const QString how = migration();
+        if (!VXDataPlugin::migrateManagedObjectContext(oldContext, version, newContext, error) ||
+            (how.startsWith("saves"_L1) && !newContext.save(error))) // as may do who has no room for all of it
+            return false;
+        if (how == "saves and dies"_L1)
+            ::raise(SIGKILL);
+        if (how == "saves and fails"_L1)
+            VXSetError(error, VXMakeError(u"failed as told"_s));
+        return how != "saves and fails"_L1;
     }
 
 private:
+    // There is an author called Adam, and no tag is called "red".
+    static void repair(VXManagedObjectContext &context)
+    {
+        const auto objects = [&](const QString &entity) {
+            const VXManagedObjectModel &model = context.persistentStoreCoordinator()->model();
+            return context.executeFetchRequest(VXFetchRequest(*model.entityForName(entity))).value();
+        };
+        for (const VXManagedObjectPtr &tag : objects(u"Tag"_s)) {
+            if (tag->valueForKey(u"name"_s) == u"red"_s)
+                tag->setValueForKey(u"crimson"_s, u"name"_s);
+        }
+        bool isThere = false;
+        for (const VXManagedObjectPtr &author : objects(u"Author"_s))
+            isThere = isThere || author->valueForKey(u"name"_s) == u"Adam"_s;
+        if (!isThere)
+            context.insertNewObject(u"Author"_s)->setValueForKey(u"Adam"_s, u"name"_s);
+    }
+
     bool spoils(const VXEntityDescription &entity) const
     {
         return migration().startsWith("spoils"_L1) && entity.name() == "Tag"_L1;
