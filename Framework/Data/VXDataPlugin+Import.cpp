@@ -8,7 +8,9 @@
 #include "VXFileManager.h"
 #include "VXFolderInMaking.h"
 #include "VXFramework.h"
+#include "VXManagedObjectContext.h"
 #include "VXMethodLog.h"
+#include "VXNotificationCenter.h"
 #include "VXPluginGuard.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
@@ -18,6 +20,8 @@
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
+#include <atomic>
+#include <memory>
 #include <tuple>
 
 using namespace Qt::StringLiterals;
@@ -35,6 +39,32 @@ VXUserInterface &user()
 {
     return VXApplication::sharedApplication().userInterface();
 }
+
+/** Sees whether anybody of this process saves to a store, from its making on. */
+class SaveWatch
+{
+public:
+    explicit SaveWatch(const VXPersistentStoreCoordinator &store)
+        : _observer(VXNotificationCenter::defaultCenter().addObserver(
+              nullptr, VXManagedObjectContextDidSaveNotification,
+              [store = &store, hasSeenOne = _hasSeenOne](const VXNotification &notification) {
+                  const auto *const context = notification.object.value<VXManagedObjectContext *>();
+                  if (context != nullptr && context->persistentStoreCoordinator().get() == store)
+                      *hasSeenOne = true;
+              }))
+    {
+    }
+    ~SaveWatch() { VXNotificationCenter::defaultCenter().removeObserver(_observer); }
+    SaveWatch(const SaveWatch &) = delete;
+    SaveWatch &operator=(const SaveWatch &) = delete;
+
+    bool hasSeenOne() const { return *_hasSeenOne; }
+
+private:
+    // Others save on their threads, and may be in a last call when the observation ends.
+    const std::shared_ptr<std::atomic_bool> _hasSeenOne = std::make_shared<std::atomic_bool>(false);
+    const VXNotificationCenter::ObserverID _observer;
+};
 
 } // namespace
 
@@ -209,27 +239,43 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
     VXFolderInMaking folder(dataStorePath());
     VXError problem = folder.problem();
     const StorePtr snapshot = problem ? nullptr : snapshotOf(*store, folder.path(), &problem);
-    // The store as it was, so that the merge can be taken back.
-    const VXFolderInMaking before(dataStorePath());
+    const QString before = VXStorePast::freePlaceBeside(dataStorePath(), u"merged"_s);
     if (!problem)
-        problem = before.problem();
-    if (!problem && !_sharedStoreController->storePath().isNull())
-        _sharedStoreController->copyTo(before.path(), &problem);
-    if (!problem)
-        problem = run(*VXCoreDataStoreMigrationWindowController::importStore(snapshot, _sharedStoreController, *this));
+        problem = copyBeforeMerge(before);
     _oldStore = QString();
-    if (!problem && !_hasSavedNothing && holdsObjects(*snapshot)) // or there is nothing to take back
-        keepMerged(before.path());
-    return folder.errorAbout(before.errorAbout(problem, dataStorePath()), store->storePath());
+    if (problem)
+        return folder.errorAbout(problem, store->storePath());
+    const SaveWatch saves(*_sharedStoreController->persistentStoreCoordinator());
+    problem = run(*VXCoreDataStoreMigrationWindowController::importStore(snapshot, _sharedStoreController, *this));
+    const bool isMerged = problem ? saves.hasSeenOne() : !_hasSavedNothing && holdsObjects(*snapshot);
+    if (!isMerged) // there is nothing to take back
+        VXStorePast::discard(dataStorePath(), before);
+    else
+        keepMerged(before);
+    return folder.errorAbout(problem, store->storePath());
 }
 
-// Beside the store where it cannot go to the trash: what was merged can be taken back.
+// Beside the store where it cannot go to the trash.
 void VXDataPlugin::keepMerged(const QString &before)
 {
-    if (!VXFileManager::itemExistsAtPath(before))
+    if (!VXFileManager::itemExistsAtPath(before)) // one in memory has none
         return;
     if (const VXError problem = VXStorePast::keep(dataStorePath(), before, u"merged"_s, &_oldStore))
         VXLogMethod(VXLogError, "importStoreAtPath:error:", problem.description());
+}
+
+// The store as it is, so that the merge can be taken back. It is noted before the first object is saved: also a merge that the
+// end of the program cuts off, or whose hooks save by themselves and then fail.
+VXError VXDataPlugin::copyBeforeMerge(const QString &place)
+{
+    if (_sharedStoreController->storePath().isNull()) // in memory
+        return {};
+    VXFolderInMaking before(place);
+    VXError problem = before.problem();
+    bool isTaken = false;
+    if (!problem && _sharedStoreController->copyTo(before.path(), &problem) && before.moveIntoPlace(&isTaken, &problem))
+        VXStorePast::note(dataStorePath(), place, u"merged"_s);
+    return before.errorAbout(problem, dataStorePath());
 }
 
 StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const

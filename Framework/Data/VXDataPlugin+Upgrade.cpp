@@ -66,10 +66,10 @@ StorePtr VXDataPlugin::_loadBundleStoreFile(const QString &path, VXError *error)
     StorePtr store = openOrUpgrade(path, &problem);
     if (!store && !problem)
         problem = VXMakeError(VXLocalizedString(u"Unable to read data file"_s));
-    if (problem)
-        restoreUpgradingFile();
-    else
+    if (!problem)
         removeUpgradingFile();
+    else if (!_hasUpgradeFailed || _hasUpgradeBegun) // else the store is as it was, and what lies aside is older
+        restoreUpgradingFile();
     VXSetError(error, problem);
     return problem ? nullptr : store;
 }
@@ -179,6 +179,7 @@ VXError VXDataPlugin::upgradeStore(const QString &path)
 {
     VXError error;
     _openingLock = nullptr;
+    _hasUpgradeBegun = false;
     {
         const VXStoreLock::Ptr lock = VXStoreLock::take(path, VXStoreLock::Purpose::Replace, waitForUsers, &error);
         if (!lock)
@@ -188,8 +189,11 @@ VXError VXDataPlugin::upgradeStore(const QString &path)
             return error;
         if (*age == Age::Older) {
             const VXPluginMarker::Scope nobody; // whoever ends the program now has not crashed in the plugin
-            error = run(*VXStoreUpgradeWindowController::upgradeStoreForPlugin(*this));
-            if (error)
+            auto controller = VXStoreUpgradeWindowController::upgradeStoreForPlugin(*this);
+            error = run(*controller);
+            _hasUpgradeBegun = controller->hasSetAside();
+            controller = nullptr; // which closes the stores
+            if (error && _hasUpgradeBegun)
                 putUpgradingFileBack();
         }
     }
@@ -279,9 +283,20 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
     // But for a store that has gone already, and is replaced by the next start, what failed is over.
     if (error && exists(dataStorePath()) && !QDir(waitingPath()).removeRecursively())
         VXLogMethod(VXLogError, "takeBack", "still waits: "_L1 + waitingPath());
-    if (isOld && !error && !*isWaiting) // it would pass for the old one of another upgrade
-        error = VXFileManager::defaultManager().safelyTrashFileAtPath(upgradingPath());
+    if (isOld && !error && !*isWaiting)
+        removeTakenBack();
     return error;
+}
+
+// The store is a copy of it, and it would pass for the old one of another upgrade.
+void VXDataPlugin::removeTakenBack() const
+{
+    VXFileManager &files = VXFileManager::defaultManager();
+    const QString upgrading = upgradingPath();
+    if (!files.safelyTrashFileAtPath(upgrading) || !exists(upgrading))
+        return;
+    if (files.moveItemAtPath(upgrading, VXStorePast::freePlaceBeside(dataStorePath(), u"upgraded"_s)))
+        VXLogMethod(VXLogError, "takeBack", "still lies there: "_L1 + upgrading);
 }
 
 QList<VXStorePast::Entry> VXDataPlugin::earlierStores() const

@@ -129,6 +129,7 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXErr
         _openingLock = nullptr;
     });
     _hasUpgradeFailed = false;
+    _hasReplaced = false;
     const auto open = [&] {
         _sharedStoreController = openStore(&error);
         isOpen = _sharedStoreController && !error && _validateAndSaveStoreController(*_sharedStoreController, &reason);
@@ -154,8 +155,9 @@ QString VXDataPlugin::textAboutEarlierStores(const VXError &reason) const
     const QList<VXStorePast::Entry> earlier = earlierStores();
     const bool isDamaged = reason.code() == int(VXObjectStoreErrorCode::FileCorrupt);
     // Those from before are older than the one that is back in its place.
-    if (reason.code() == VXErrorCancelled || (_hasUpgradeFailed && !isDamaged))
-        return VXExistsAtPath(upgradingPath()) ? QString() : VXLocalizedString(u"The store is as it was."_s);
+    if (!_hasReplaced && (reason.code() == VXErrorCancelled || (_hasUpgradeFailed && !isDamaged)))
+        return _hasUpgradeBegun && VXExistsAtPath(upgradingPath()) ? QString()
+                                                                   : VXLocalizedString(u"The store is as it was."_s);
     if (VXExistsAtPath(waitingPath()))
         return VXLocalizedString(u"What is to replace it waits in %1; \"vornix store rollback %2\" withdraws that."_s)
             .arg(waitingPath(), dataStoreName());

@@ -257,9 +257,11 @@ private:
     bool isUpgradingFileLone() const;
     bool putUpgradingFileBack();
     bool bringBackLoneUpgradingFile(const QString &path, VXError *error);
+    void removeTakenBack() const;
     bool takeOpeningLock(const QString &path, VXError *error);
     bool saveUpgradingFileAsBackup(const QString &upgrading);
     StorePtr snapshotOf(VXCoreDataStore &store, const QString &path, VXError *error) const;
+    VXError copyBeforeMerge(const QString &place);
     void keepMerged(const QString &before);
     void askForRelaunch();
     void tellOfEmptyExport(const QString &path) const;
@@ -292,5 +294,7 @@ private:
     bool _hasSavedNothing = false;
     bool _isOpening = false;
     bool _hasUpgradeFailed = false;                  // and the store was put back, or never touched
+    bool _hasUpgradeBegun = false;                   // the last one: the store was set aside
+    bool _hasReplaced = false;                       // what waited took the store's place at this opening
     std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own
 };

@@ -1,9 +1,11 @@
 #include "VXStorePast.h"
 
 #include "VXDiagnostics.h"
+#include "VXFileLock.h"
 #include "VXFileManager.h"
 #include "VXMethodLog.h"
 #include "VXPropertyList.h"
+#include "VXRegularFile.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -11,9 +13,11 @@
 #include <QtCore/QVariantMap>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,6 +26,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype longestList = 10;
+constexpr std::chrono::seconds
+    longestWait(5); // for another process that changes the list; it takes no longer than a file
 const QString takenBackKey = u"takenBack"_s; // true, or not there
 const QString replaced = u"replaced"_s;      // a reason
 
@@ -47,17 +53,49 @@ void makeLinkAbsolute(const QString &path)
         ::unlink(made.constData());
 }
 
-QVariantList listOf(const QString &storePath)
+// None when it is there and cannot be read now: what would be written then takes the place of all that it holds.
+std::optional<QVariantList> readList(const QString &storePath)
 {
     const QString file = VXStorePast::fileForStorePath(storePath);
-    return QFileInfo::exists(file) ? VXPropertyList::fromFile(file).toList() : QVariantList();
+    if (!QFileInfo::exists(file))
+        return QVariantList();
+    QString reason;
+    const QByteArray data = VXRegularFile::read(file, &reason);
+    VXError damage;
+    const QVariant list = data.isNull() ? QVariant() : VXPropertyList::fromData(data, &damage);
+    if (list.isValid())
+        return list.toList();
+    VXLogClassMethod(VXLogWarning, VXStorePast, "entries",
+                     u"%1: %2"_s.arg(file, data.isNull() ? reason : damage.description()));
+    const bool isAside = !data.isNull() && std::rename(QFile::encodeName(file).constData(),
+                                                       QFile::encodeName(file + ".damaged"_L1).constData()) == 0;
+    return isAside ? std::optional(QVariantList()) : std::nullopt;
 }
 
-void setListOf(const QString &storePath, const QVariantList &list)
+QVariantList listOf(const QString &storePath)
 {
+    return readList(storePath).value_or(QVariantList());
+}
+
+// One process after the other; it goes on without, where no lock can be had. @return the list as it then is in the file.
+QVariantList changeList(const QString &storePath, const std::function<void(QVariantList &list)> &change)
+{
+    const QString file = VXStorePast::fileForStorePath(storePath);
+    const VXFileLock turn(file + ".lock"_L1, longestWait);
+    std::optional<QVariantList> list = readList(storePath);
+    if (!list)
+        return {};
+    const QVariantList before = *list;
+    change(*list);
     VXError error;
-    if (!VXPropertyList::toFile(list, VXStorePast::fileForStorePath(storePath), VXPropertyList::Format::XML, &error))
+    if (*list != before && !VXPropertyList::toFile(*list, file, VXPropertyList::Format::XML, &error))
         VXLogClassMethod(VXLogWarning, VXStorePast, "note", error.description());
+    return listOf(storePath);
+}
+
+qulonglong numberIn(const QVariant &entry)
+{
+    return entry.toMap().value(u"number"_s).toULongLong();
 }
 
 struct Kept
@@ -100,6 +138,7 @@ qsizetype takeLater(QVariantList &list, qulonglong number)
 // where it began.
 QVariantList listWith(QVariantList list, const QVariantMap &entry, qulonglong number)
 {
+    list.removeIf([number](const QVariant &each) { return number != 0 && numberIn(each) == number; });
     const qsizetype place = takeLater(list, number) + 1;
     list.insert(entry.value(u"reason"_s) == replaced ? 0 : place, entry);
     while (list.size() > longestList) {
@@ -132,7 +171,7 @@ QString placeOf(const QVariantMap &entry)
 void noteMoved(const QString &storePath, const QString &keptPath, const QString &reason, qulonglong number)
 {
     const QVariantMap entry = entryFor({keptPath, reason}, keptPath, QDateTime::currentDateTimeUtc());
-    setListOf(storePath, listWith(listOf(storePath), entry, number));
+    changeList(storePath, [&](QVariantList &list) { list = listWith(list, entry, number); });
 }
 
 // Notes it before: it is found again whenever the process is ended. `move` tells where it then is.
@@ -141,17 +180,29 @@ VXError moveKept(const QString &storePath, const Kept &kept, QString *place,
 {
     makeLinkAbsolute(kept.path);
     const qulonglong number = numberOf(kept.path);
-    const QVariantList before = listOf(storePath);
     QVariantMap entry = entryFor(kept, *place, QDateTime::currentDateTimeUtc());
-    setListOf(storePath, listWith(before, entry, number));
+    QVariantList before;
+    const QVariantList noted = changeList(storePath, [&](QVariantList &list) {
+        before = list;
+        list = listWith(list, entry, number);
+    });
     const VXError error = move(place);
     if (error) {
-        setListOf(storePath, before);
+        changeList(storePath, [&](QVariantList &list) {
+            if (list == noted)
+                list = before;
+            else // somebody else has changed it since
+                list.removeIf([number](const QVariant &each) { return numberIn(each) == number; });
+        });
         *place = QString();
     } else if (const qulonglong moved = numberOf(*place); moved != number) { // from another disk
         entry.insert(u"path"_s, *place);
         entry.insert(u"number"_s, moved);
-        setListOf(storePath, listWith(before, entry, number));
+        changeList(storePath, [&](QVariantList &list) {
+            const auto own = std::ranges::find(list, number, [](const QVariant &each) { return numberIn(each); });
+            if (own != list.end())
+                *own = entry;
+        });
     }
     return error;
 }
@@ -191,26 +242,37 @@ void VXStorePast::note(const QString &storePath, const QString &keptPath, const 
 
 void VXStorePast::noteUse(const QString &storePath)
 {
-    QVariantList list = listOf(storePath);
-    if (takeLater(list, numberOf(storePath)) >= 0)
-        setListOf(storePath, list);
+    if (QVariantList list = listOf(storePath); takeLater(list, numberOf(storePath)) >= 0)
+        changeList(storePath, [&](QVariantList &now) { takeLater(now, numberOf(storePath)); });
 }
 
 void VXStorePast::noteTakenBack(const QString &storePath, const QString &keptPath, bool isTakenBack)
 {
-    QVariantList list = listOf(storePath);
-    const auto found = std::ranges::find_if(list, [number = numberOf(keptPath)](const QVariant &each) {
-        return number != 0 && numberOf(placeOf(each.toMap())) == number;
+    changeList(storePath, [&](QVariantList &list) {
+        const auto found = std::ranges::find_if(list, [number = numberOf(keptPath)](const QVariant &each) {
+            return number != 0 && numberOf(placeOf(each.toMap())) == number;
+        });
+        if (found == list.end())
+            return;
+        QVariantMap entry = found->toMap();
+        if (isTakenBack)
+            entry.insert(takenBackKey, true);
+        else
+            entry.remove(takenBackKey);
+        *found = entry;
     });
-    if (found == list.end())
+}
+
+void VXStorePast::discard(const QString &storePath, const QString &keptPath)
+{
+    const qulonglong number = numberOf(keptPath);
+    if (number == 0)
         return;
-    QVariantMap entry = found->toMap();
-    if (isTakenBack)
-        entry.insert(takenBackKey, true);
-    else
-        entry.remove(takenBackKey);
-    *found = entry;
-    setListOf(storePath, list);
+    changeList(storePath, [number](QVariantList &list) {
+        list.removeIf([number](const QVariant &each) { return numberIn(each) == number; });
+    });
+    if (!QDir(keptPath).removeRecursively())
+        VXLogClassMethod(VXLogWarning, VXStorePast, "discard", "still lies there: "_L1 + keptPath);
 }
 
 VXError VXStorePast::move(const QString &storePath, const QString &path, const QString &place, const QString &reason)
@@ -261,9 +323,13 @@ QString VXStorePast::freePlaceBeside(const QString &path, const QString &suffix)
 QList<VXStorePast::Entry> VXStorePast::entries(const QString &storePath, const QString &upgradingPath)
 {
     QVariantList list = listOf(storePath);
-    if (const qulonglong number = numberOf(upgradingPath); number != 0)
-        list.insert(takeLater(list, number) + 1,
-                    entryFor({upgradingPath, u"upgraded"_s}, upgradingPath, QFileInfo(upgradingPath).lastModified()));
+    if (const qulonglong number = numberOf(upgradingPath); number != 0) {
+        const QDateTime date = QFileInfo(upgradingPath).metadataChangeTime(); // when it was moved there
+        qsizetype place = takeLater(list, number) + 1;
+        while (place < list.size() && list[place].toMap().value(u"date"_s).toDateTime() > date)
+            ++place;
+        list.insert(place, entryFor({upgradingPath, u"upgraded"_s}, upgradingPath, date));
+    }
     QList<Entry> entries;
     for (const QVariant &each : list) {
         const QVariantMap entry = each.toMap();

@@ -14,6 +14,7 @@
  * What took the store's place and is upgraded before it was ever in use is no step of its own: it is listed behind what it
  * replaced, as is the old store of an upgrade that was not settled then, so that the first is what the user had.
  * What was taken back leaves the list before all others: who goes to and fro pushes nothing else out of it.
+ * A folder that is noted again, as when it goes on to the trash, is listed once. Processes change the list one after the other.
  * Main thread only.
  */
 class VX_EXPORT VXStorePast
@@ -42,6 +43,8 @@ public:
     static void noteUse(const QString &storePath);
     /** Whether the store is, or is about to be, a copy of the one at `keptPath`; of no effect where that is not listed. */
     static void noteTakenBack(const QString &storePath, const QString &keptPath, bool isTakenBack);
+    /** Removes a folder that is listed, and is of no use. */
+    static void discard(const QString &storePath, const QString &keptPath);
     /** The same to another place, which is free; noted once it is there. */
     static VXError move(const QString &storePath, const QString &path, const QString &place, const QString &reason);
     /** Failures are logged. */

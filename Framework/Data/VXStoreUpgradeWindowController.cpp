@@ -42,6 +42,7 @@ bool VXStoreUpgradeWindowController::prepare()
         setError(VXMakeError(VXLocalizedString(u"could not move data file"_s), "%s", ""));
         return false;
     }
+    _hasSetAside = true;
     const StorePtr source = plugin().coreDataStoreClass().storeWithPath(upgrading);
     _making = std::make_unique<VXFolderInMaking>(path);
     VXError problem = _making->problem();

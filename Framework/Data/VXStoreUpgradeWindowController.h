@@ -17,6 +17,8 @@ public:
 
     /** What fails here makes the outcome the cancelled error; why is in the log. */
     void performMigration() override;
+    /** Whether the old folder lies aside, or did: else nothing was begun, and what lies there is of an earlier upgrade. */
+    bool hasSetAside() const { return _hasSetAside; }
 
 protected:
     VXError finish() override;
@@ -27,4 +29,5 @@ private:
     bool prepare();
 
     std::unique_ptr<VXFolderInMaking> _making;
+    bool _hasSetAside = false;
 };

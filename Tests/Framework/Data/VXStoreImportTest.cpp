@@ -64,6 +64,7 @@ TEST_F(VXStoreImportTest, MergeAddsAllObjectsOfAnyVersion)
     writeOldStore(file, 7);
     const auto files = contentsOf(file);
     const QString before = contentsOfStore(store());
+    writeFile(QDir(path()).relativeFilePath(live + "/.vornix-0123456789abcdef"_L1), "being written");
     user->answerOpenPanel(file);
     user->answerAlert(VXAlertButton::Default);
     VXError error;
@@ -82,6 +83,7 @@ TEST_F(VXStoreImportTest, MergeAddsAllObjectsOfAnyVersion)
     ASSERT_THAT(past, SizeIs(1)); // one step to undo
     EXPECT_EQ(past.front().reason, u"merged"_s);
     EXPECT_EQ(contentsOfStore(past.front().path), before);
+    EXPECT_FALSE(QFileInfo::exists(past.front().path + "/.vornix-0123456789abcdef"_L1));
     EXPECT_EQ(QDir(data()).entryList({u".vornix-new.*"_s}, QDir::Dirs | QDir::Hidden), QStringList());
 }
 
@@ -121,6 +123,34 @@ TEST_F(VXStoreImportTest, MergeThatIsCancelledOrFailsChangesNothing)
     expectFailure(u"The operation could not be completed. (VXErrorDomain error 34.)"_s);
     EXPECT_EQ(contentsOfStore(store()), before);
     EXPECT_THAT(VXStorePast::entries(live), SizeIs(0));
+    EXPECT_EQ(QDir(data()).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList{u"notes.vxdatastore"_s});
+}
+
+// Hooks that save by themselves: what was there before is found, whatever becomes of them.
+TEST_F(VXStoreImportTest, MergeThatIsCutOffCanBeTakenBack)
+{
+    for (const QString &how : {u"saves and fails"_s, u"saves and dies"_s}) {
+        writeOldStore(live, 0, u"1.2"_s, u"org.example.notes"_s, newSource());
+        const QString before = contentsOfStore(live);
+        writeNotesPlugin(how, {{u"FixtureDescription"_s, u"Some notes"_s}});
+        writeOldStore(file);
+        const auto merge = [&] {
+            startWith({});
+            user->answerAlert(VXAlertButton::Default);
+            std::_Exit(notesPlugin().importStoreAtPath(file) ? 0 : 1);
+        };
+        if (how == "saves and fails"_L1)
+            EXPECT_EXIT(merge(), testing::ExitedWithCode(1), "");
+        else
+            EXPECT_EXIT(merge(), testing::KilledBySignal(SIGKILL), "");
+        EXPECT_NE(contentsOfStore(live), before) << how.toStdString();
+        const QList<VXStorePast::Entry> past = VXStorePast::entries(live);
+        ASSERT_FALSE(past.isEmpty()) << how.toStdString();
+        EXPECT_EQ(past.front().reason, u"merged"_s);
+        EXPECT_EQ(contentsOfStore(past.front().path), before) << how.toStdString();
+        ASSERT_TRUE(QDir(live).removeRecursively());
+        ASSERT_TRUE(QDir(file).removeRecursively());
+    }
 }
 
 TEST_F(VXStoreImportTest, MergeThatSavesNothingSucceedsAndIsLogged)

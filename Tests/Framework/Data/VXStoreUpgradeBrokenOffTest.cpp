@@ -52,6 +52,21 @@ TEST_F(VXStoreUpgradeTest, WhatKeepsItFromBeginningIsToldAsCancelled)
     EXPECT_TRUE(QFileInfo::exists(upgrading));
 }
 
+// What lies aside is of another upgrade then, and older.
+TEST_F(VXStoreUpgradeTest, OneThatIsCancelledBeforeItBeginsTakesNothingBack)
+{
+    writeOldStore(live);
+    const auto files = contentsOf(live);
+    writeOldStore(upgrading, 2);
+    writeNotesPlugin();
+    user->cancelNextProgressWindow();
+    startWith({});
+    ASSERT_THAT(user->alerts(), SizeIs(1));
+    EXPECT_THAT(user->alerts().front().details.toStdString(), HasSubstr("The store is as it was."));
+    EXPECT_EQ(contentsOf(live), files);
+    EXPECT_TRUE(QFileInfo::exists(upgrading));
+}
+
 namespace {
 
 /** In another process: does something when the lock file of a store is opened. Then it is gone. */
