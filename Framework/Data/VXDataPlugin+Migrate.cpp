@@ -20,8 +20,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype largestKeptRow = 512; // in bytes; that of most old objects, which is then read once
-
 const VXAttributeDescription *asAttribute(const VXPropertyDescription *property)
 {
     return property == nullptr ? nullptr : property->asAttribute();
@@ -247,17 +245,11 @@ bool VXDataPlugin::copyObjects(VXManagedObjectContext &oldContext, int version, 
         VXSetError(error, problem);
         return false;
     }
-    oldContext.keepRows(largestKeptRow);
+    oldContext.keepRows(VXMigrationWalk::largestKeptRow);
     if (!migrateManagedObjectContext(oldContext, version, newContext, error))
         return false;
-    VXStoreMigration *const run = VXStoreMigration::current();
-    if (run == nullptr || !run->verifies())
-        return true;
-    const VXError difference = VXSourceComparison(*run, newContext, [&](const VXPropertyDescription &old) {
-                                   return comparesProperty(old, version);
-                               }).compare(oldContext);
-    VXSetError(error, difference);
-    return !difference;
+    const auto isCompared = [&](const VXPropertyDescription &old) { return comparesProperty(old, version); };
+    return VXIsLikeSource(oldContext, newContext, isCompared, error);
 }
 
 bool VXDataPlugin::comparesProperty(const VXPropertyDescription &, int) const
@@ -306,7 +298,7 @@ std::unique_ptr<VXManagedObjectContext> VXDataPlugin::migrateStore(VXCoreDataSto
             VXLogMethod(VXLogWarning, operation,
                         u"unknown store version: 0x%1 %2"_s.arg(quintptr(stored.constData()), 0, 16)
                             .arg(VXDescription(stored.toString())));
-        const std::optional<bool> areCopied = copyRows(*from, *to, version.value_or(0), error);
+        const std::optional<bool> areCopied = copyRows(oldContext, version.value_or(0), *newContext, error);
         if (!(areCopied ? *areCopied : copyObjects(oldContext, version.value_or(0), *newContext, error)))
             return nullptr;
         if (VXStoreMigration *const run = VXStoreMigration::current())

@@ -86,9 +86,17 @@ public:
     /**
      * Whether the objects of a store of that version may be copied as the rows they are, where the models allow it: many times
      * faster, but none of the hooks below is called, nor the classes of objects. So what those make of other values must be in
-     * the old store already. The base says no: override it where there are no hooks, or none that such a store needs.
+     * the old store already. The base says no: override it where there are no hooks, or none that such a store needs, but those
+     * that migratesAttribute tells of.
      */
     virtual bool copiesRows(int version) const;
+    /**
+     * Of a store whose rows may be copied: whether the new objects are to have something else for an attribute than what the old
+     * ones have. Those of an entity with such attributes then get all else as rows, keep their numbers, and are given to
+     * migrateObjectAttribute, once for each of these attributes; no other hook is called but by that. The base says no. An
+     * inherited attribute is that of the entity that names it.
+     */
+    virtual bool migratesAttribute(const VXAttributeDescription &old, int version) const;
     /**
      * The object that stands for an old one in the new store. Null, as in the base where the new model has no entity of that
      * name: it is left out. Of an entity with relationships that takes the whole copy with it: then nothing is saved, and that
@@ -284,8 +292,8 @@ private:
     void endApplication(const VXError &error, const VXError &reason);
 
     VXError run(VXCoreDataStoreMigrationWindowController &controller);
-    std::optional<bool> copyRows(const VXPersistentStoreCoordinator &from, const VXPersistentStoreCoordinator &to,
-                                 int version, VXError *error) const;
+    std::optional<bool> copyRows(VXManagedObjectContext &oldContext, int version, VXManagedObjectContext &newContext,
+                                 VXError *error);
 
     VXCoreDataStore::Ptr _sharedStoreController;
     std::optional<QString> _upgradeBackup;

@@ -21,6 +21,9 @@ void VXNoteDroppedProperty(const VXManagedObject &oldObject, const QString &prop
 class VXMigrationWalk
 {
 public:
+    static constexpr qsizetype largestKeptRow = 512; // in bytes; that of most old objects, which is then read once
+    static constexpr qsizetype batchSize = 500;      // of old objects that are in memory at once
+
     VXMigrationWalk(const VXEntityDescription &entity, VXManagedObjectContext &context)
         : _entity(entity), _context(context)
     {
@@ -68,8 +71,6 @@ private:
     static bool isCancelled(VXError *error);
     static bool advance();
     VXError unreadable() const;
-
-    static constexpr qsizetype batchSize = 500; // of old objects that are in memory at once
 
     const VXEntityDescription &_entity;
     VXManagedObjectContext &_context;

@@ -236,3 +236,13 @@ VXError VXSourceComparison::compareTotals() const
     }
     return {};
 }
+
+bool VXIsLikeSource(VXManagedObjectContext &source, const VXManagedObjectContext &made,
+                    const VXSourceComparison::Filter &filter, VXError *error)
+{
+    VXStoreMigration *const run = VXStoreMigration::current();
+    const VXError difference =
+        run != nullptr && run->verifies() ? VXSourceComparison(*run, made, filter).compare(source) : VXError();
+    VXSetError(error, difference);
+    return !difference;
+}

@@ -68,3 +68,7 @@ private:
     };
     QHash<const VXPropertyDescription *, Lost> _lost; // references
 };
+
+/** The same of the thread's run, where there is one that is to be verified; true where there is none. */
+[[nodiscard]] bool VXIsLikeSource(VXManagedObjectContext &source, const VXManagedObjectContext &made,
+                                  const VXSourceComparison::Filter &filter, VXError *error);

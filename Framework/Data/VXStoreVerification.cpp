@@ -56,7 +56,7 @@ bool isSame(const VXManagedObject &object, const VXStoreRow &row, const VXProper
 
 void VXStoreVerification::noteObjects(const VXManagedObjectContext &context)
 {
-    _objects = context.insertedObjects();
+    _objects = context.insertedObjects() + context.updatedObjects(); // these of rows that were saved before
 }
 
 namespace {

@@ -30,5 +30,5 @@ private:
     VXError compareLinks(const QList<VXManagedObjectPtr> &objects, VXPersistentStore &store);
 
     VXStoreMigration &_migration;
-    QList<VXManagedObjectPtr> _objects; // new ones
+    QList<VXManagedObjectPtr> _objects;
 };

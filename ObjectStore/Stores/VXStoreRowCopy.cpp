@@ -61,7 +61,10 @@ struct LinkPlan
 class VXStoreRowCopy::Plan
 {
 public:
-    Plan(VXSQLiteStore &source, VXSQLiteStore &destination) : _source(source), _destination(destination) {}
+    Plan(VXSQLiteStore &source, VXSQLiteStore &destination, const Filter &leavesOut)
+        : _source(source), _destination(destination), _leavesOut(leavesOut)
+    {
+    }
 
     QString obstacle(const Progress &progress, QList<Entity> *entities);
     qint64 rowCount() const;
@@ -96,12 +99,13 @@ private:
 
     VXSQLiteStore &_source;
     VXSQLiteStore &_destination;
+    const Filter &_leavesOut;
     std::vector<EntityPlan> _entities; // those that have objects
     QList<LinkPlan> _links;
 };
 
-VXStoreRowCopy::VXStoreRowCopy(VXPersistentStore &source, VXPersistentStore &destination)
-    : _source(asSQLite(source)), _destination(asSQLite(destination))
+VXStoreRowCopy::VXStoreRowCopy(VXPersistentStore &source, VXPersistentStore &destination, const Filter &leavesOut)
+    : _source(asSQLite(source)), _destination(asSQLite(destination)), _leavesOut(leavesOut)
 {
 }
 
@@ -115,7 +119,7 @@ QString VXStoreRowCopy::obstacle(const Progress &progress)
         return u"the stores are not both SQLite files"_s;
     if (VXSQLiteFile::accessForReaders(_source->path()) != VXSQLiteConnection::Access::Query)
         return u"the old store lies where nothing can be written"_s; // nor can SQLite keep its locks there
-    auto plan = std::make_unique<Plan>(*_source, *_destination);
+    auto plan = std::make_unique<Plan>(*_source, *_destination, _leavesOut);
     QString obstacle = plan->obstacle(progress, &_entities);
     if (obstacle.isNull())
         _plan = std::move(plan);
@@ -215,15 +219,16 @@ QString VXStoreRowCopy::Plan::surveyEntity(VXSQLiteConnection &connection, const
 {
     const VXEntityDescription *const found = _destination.model().entityForName(from.name());
     const bool isThere = found != nullptr && !found->isAbstract();
-    EntityPlan plan{
-        .rows = {from, _source._schema, isThere ? *found : from, isThere ? _destination._schema : _source._schema}};
+    EntityPlan plan{.rows = {from, _source._schema, isThere ? *found : from,
+                             isThere ? _destination._schema : _source._schema, _leavesOut}};
     if (!progress(0))
         return ended;
     VXError error;
     VXSQLiteStatement survey = connection.statement(plan.rows.survey(), &error);
     if (!survey || survey.step() != Step::Row)
         return error ? error.description() : connection.lastError().description();
-    Entity told{.name = from.name(), .count = survey.number(0)};
+    Entity told{
+        .name = from.name(), .count = survey.number(0), .left = plan.rows.left(), .unfilled = plan.rows.unfilled()};
     plan.from = {VXSQLiteSchema::table(from), u"Z_PK"_s, told.count, survey.number(1), survey.number(2)};
     if (told.count > 0 && !isThere)
         return u"the new model has no objects of \"%1\""_s.arg(from.name());

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 
+class VXAttributeDescription;
 class VXPersistentStore;
 class VXSQLiteStore;
 
@@ -27,14 +28,21 @@ public:
     {
         QString name;
         qint64 count = 0;
-        qint64 countOfFamily = 0; // with those that inherit from it
-        QStringList dropped = {}; // properties that some objects have, and the new store has not
+        qint64 countOfFamily = 0;  // with those that inherit from it
+        QStringList dropped = {};  // properties that some objects have, and the new store has not
+        QStringList left = {};     // attributes that were left out
+        QStringList unfilled = {}; // mandatory attributes of the new objects that have no value so far
     };
+    /** Whether an attribute of the old model is left out: somebody else sets what the new objects are to have for it. Until then
+     * they have what new objects begin with, be it no value for a mandatory attribute. */
+    using Filter = std::function<bool(const VXAttributeDescription &old)>;
     /** Told how many more rows are done. False ends the work. */
     using Progress = std::function<bool(qint64 rows)>;
 
     /** Both are open, and nobody else writes to them meanwhile. */
-    VXStoreRowCopy(VXPersistentStore &source, VXPersistentStore &destination);
+    VXStoreRowCopy(
+        VXPersistentStore &source, VXPersistentStore &destination,
+        const Filter &leavesOut = [](const VXAttributeDescription &) { return false; });
     ~VXStoreRowCopy();
     VXStoreRowCopy(const VXStoreRowCopy &) = delete;
     VXStoreRowCopy &operator=(const VXStoreRowCopy &) = delete;
@@ -57,6 +65,7 @@ private:
 
     VXSQLiteStore *const _source; // nullptr: it is of another type
     VXSQLiteStore *const _destination;
+    const Filter _leavesOut;
     QList<Entity> _entities;
     std::unique_ptr<Plan> _plan;
 };

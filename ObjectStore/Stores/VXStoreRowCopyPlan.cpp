@@ -47,18 +47,23 @@ bool leadsAlike(const VXRelationshipDescription &old, const VXRelationshipDescri
 } // namespace
 
 VXEntityRowPlan::VXEntityRowPlan(const VXEntityDescription &from, const VXSQLiteSchema &fromSchema,
-                                 const VXEntityDescription &to, const VXSQLiteSchema &toSchema)
+                                 const VXEntityDescription &to, const VXSQLiteSchema &toSchema,
+                                 const VXStoreRowCopy::Filter &leavesOut)
     : _from(from), _fromSchema(fromSchema), _to(to), _toSchema(toSchema)
 {
     if (!inheritsAlike(from, to))
         _obstacle = u"\"%1\" inherits from others in the new model"_s.arg(from.name());
+    for (const VXAttributeDescription *const attribute : from.attributes()) {
+        if (!attribute->isTransient() && leavesOut(*attribute))
+            addLeft(*attribute);
+    }
     for (const VXAttributeDescription *const attribute : to.attributes())
         addAttribute(*attribute);
     for (const VXRelationshipDescription *const relationship : to.relationships())
         addRelationship(*relationship);
     for (const VXPropertyDescription *const old : from.properties()) {
         const VXPropertyDescription *const made = to.propertyForName(old->name());
-        if (old->isTransient() || (made != nullptr && !made->isTransient()))
+        if (old->isTransient() || (made != nullptr && !made->isTransient()) || _left.contains(old->name()))
             continue;
         if (made != nullptr) { // a class may make something of it
             refuse(*old);
@@ -87,33 +92,46 @@ QString VXEntityRowPlan::constant(const QVariant &value)
     return u"?%1"_s.arg(_constants.size() + 2);
 }
 
+// Its values must be readable all the same.
+void VXEntityRowPlan::addLeft(const VXAttributeDescription &old)
+{
+    _left.append(old.name());
+    addSource(old);
+}
+
+void VXEntityRowPlan::addSource(const VXAttributeDescription &old)
+{
+    const QString value = ofOld(VXSQLiteSchema::column(old));
+    _unsound.append(u'(' + VXSQLiteUnfit(old.type(), value) + u')'); // NULL, which counts for nothing, without a value
+    if (old.type() == VXAttributeType::PropertyList)
+        _propertyLists.append(value);
+}
+
 // As an object that is copied has it: the default stays where the old one has no value.
 void VXEntityRowPlan::addAttribute(const VXAttributeDescription &made)
 {
     if (made.isTransient())
         return;
-    const VXPropertyDescription *const property = _from.propertyForName(made.name());
+    const VXPropertyDescription *const property =
+        _left.contains(made.name()) ? nullptr : _from.propertyForName(made.name());
     const VXAttributeDescription *const old = property == nullptr ? nullptr : property->asAttribute();
-    const bool isList = made.type() == VXAttributeType::PropertyList;
     if (property != nullptr && (old == nullptr || old->isTransient() || old->type() != made.type())) {
         refuse(made);
         return;
     }
-    if (isList && made.defaultValue().isValid()) { // which is not stored as it is
+    if (made.type() == VXAttributeType::PropertyList && made.defaultValue().isValid()) { // which is not stored as it is
         refuse(made);
         return;
     }
     QString value = old == nullptr ? u"NULL"_s : ofOld(VXSQLiteSchema::column(*old));
-    if (old != nullptr) {
-        _unsound.append(u'(' + VXSQLiteUnfit(made.type(), value) +
-                        u')'); // NULL, which counts for nothing, where there is no value
-        if (isList)
-            _propertyLists.append(value);
-    }
+    if (old != nullptr)
+        addSource(*old);
     if (made.defaultValue().isValid() && old != nullptr)
         _lacking.append(value + " IS NULL"_L1);
     if (made.defaultValue().isValid())
         value = u"COALESCE(%1, %2)"_s.arg(value, constant(made.defaultValue()));
+    else if (!made.isOptional() && old == nullptr && !_left.isEmpty())
+        _unfilled.append(made.name());
     else if (!made.isOptional())
         _unsound.append(value + " IS NULL"_L1);
     addColumn(VXSQLiteSchema::column(made), value);

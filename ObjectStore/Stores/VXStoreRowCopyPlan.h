@@ -2,6 +2,7 @@
 
 #include "VXManagedObjectModel.h"
 #include "VXSQLiteSchema.h"
+#include "VXStoreRowCopy.h"
 
 #include <QtCore/QList>
 #include <QtCore/QString>
@@ -17,7 +18,7 @@ class VXEntityRowPlan
 {
 public:
     VXEntityRowPlan(const VXEntityDescription &from, const VXSQLiteSchema &fromSchema, const VXEntityDescription &to,
-                    const VXSQLiteSchema &toSchema);
+                    const VXSQLiteSchema &toSchema, const VXStoreRowCopy::Filter &leavesOut);
 
     /** Null when the models allow it. */
     const QString &obstacle() const { return _obstacle; }
@@ -28,6 +29,9 @@ public:
      * many lack a value that has a default, and for each of droppable() whether some row has a value of it. */
     QString survey() const;
     const QStringList &droppable() const { return _droppable; }
+    /** Attributes of the old model that are left out, and mandatory ones of the new one that therefore may lack a value. */
+    const QStringList &left() const { return _left; }
+    const QStringList &unfilled() const { return _unfilled; }
     /** Columns of property lists, which SQL cannot judge. */
     const QStringList &propertyLists() const { return _propertyLists; }
 
@@ -41,6 +45,8 @@ public:
     const QVariantList &constants() const { return _constants; }
 
 private:
+    void addLeft(const VXAttributeDescription &old);
+    void addSource(const VXAttributeDescription &old);
     void addAttribute(const VXAttributeDescription &made);
     void addRelationship(const VXRelationshipDescription &made);
     void addColumn(const QString &column, const QString &value);
@@ -57,6 +63,8 @@ private:
     QStringList _values;
     QStringList _unsound; // conditions that hold for no sound row
     QStringList _lacking; // conditions that hold for rows that lack what has a default
+    QStringList _left;
+    QStringList _unfilled;
     QStringList _droppable;
     QStringList _isDropped; // conditions, one for each of those
     QStringList _propertyLists;

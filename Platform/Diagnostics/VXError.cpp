@@ -1,5 +1,7 @@
 #include "VXError.h"
 
+#include <QtCore/QUrl>
+
 using namespace Qt::StringLiterals;
 
 const QString VXPlatformErrorDomain = u"VXPlatformErrorDomain"_s;
@@ -65,7 +67,13 @@ QString VXError::localizedRecoverySuggestion() const
 
 QString VXError::filePath() const
 {
-    return _data ? _data->userInfo.value(VXFilePathErrorKey).toString() : QString();
+    if (!_data)
+        return {};
+    const QString path = _data->userInfo.value(VXFilePathErrorKey).toString();
+    if (!path.isNull())
+        return path;
+    const QUrl url = _data->userInfo.value(VXFailingURLErrorKey).toUrl(); // some name the file so
+    return url.isLocalFile() ? url.toLocalFile() : QString();
 }
 
 QString VXError::description() const

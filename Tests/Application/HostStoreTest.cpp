@@ -185,7 +185,7 @@ TEST_F(HostStoreTest, OpensDataFilesWithTheirModels)
         {{"check", damaged, "--model", model}, "damaged.sqlite: The store is damaged"},
         {{"new", path(u"x"_s), "--model", model}, "ends in .vxdatastore"},
         {{"new", store, "--model", model}, "there is something already"},
-        {{"new", path(u"note.txt/x.vxdatastore"_s), "--model", model}, "x.vxdatastore: "},
+        {{"new", path(u"note.txt/x.vxdatastore"_s), "--model", model}, "/note.txt: Could not create folder."},
         {{"new", path(u"x.vxdatastore"_s), "--model", badModel}, "bad.vxmodel:2: "},
     };
     const QStringList before = QDir(path()).entryList();

@@ -99,6 +99,9 @@ public:
         return true;
     }
 
+    // What is of this version needs no hook: a validated export is a copy of the rows.
+    bool copiesRows(int version) const override { return version >= 2; }
+
     // What can be imported: notes of either version.
     QString importDescriptionFromStore(VXCoreDataStore &store) override
     {

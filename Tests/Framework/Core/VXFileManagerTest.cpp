@@ -62,6 +62,7 @@ TEST_F(VXFileManagerTest, VerifyPathExistsMakesWhatIsMissing)
                              {{VXLocalizedDescriptionKey, u"Could not create folder."_s},
                               {VXFailingURLErrorKey, QUrl::fromLocalFile(file)},
                               {u"Path"_s, file}}));
+    EXPECT_EQ(error.filePath(), file); // which is told
     EXPECT_EQ(readFile(file), "kept");
 }
 

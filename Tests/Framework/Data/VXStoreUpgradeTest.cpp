@@ -68,6 +68,24 @@ TEST_F(VXStoreUpgradeTest, RowsThatAreCopiedAsTheyAreMakeTheSameStore)
                                               "Author 1 of 1, without ");
 }
 
+// Of letters, too, which inherit it; all else goes by rows.
+TEST_F(VXStoreUpgradeTest, HooksAreCalledForTheAttributesThatRowsLeaveToThem)
+{
+    writeOldStore(live, 1200);
+    const QString before = contentsOfStore(live);
+    writeNotesPlugin(u"rows, shouts"_s);
+    answerBackup(false);
+    startWith({});
+    EXPECT_EQ(contentsOfStore(notesPlugin().persistentStoreCoordinator()),
+              QString(before).replace("note "_L1, "NOTE "_L1));
+    EXPECT_EQ(log.count(u"one by one"_s), 0) << log.lines().join(u'\n').toStdString();
+    EXPECT_FALSE(notesPlugin().property("version").isValid()); // no object was made
+    QStringList told;
+    for (const VXEntityMigration &entity : notesPlugin().lastMigration())
+        told.append(u"%1 %2"_s.arg(entity.entity).arg(entity.changedValues.value(u"text"_s)));
+    EXPECT_EQ(told.join(u", "_s).toStdString(), "Note 800, Letter 400, Tag 0, Author 0");
+}
+
 TEST_F(VXStoreUpgradeTest, WithoutABackupTheOldStoreGoesToTheTrash)
 {
     writeOldStore(live);
@@ -243,6 +261,14 @@ INSTANTIATE_TEST_SUITE_P(
                    .migration = "spoils",
                    .line = "migrate: The copy is not what the old store holds \"name\" of x-coredata://",
                    .message = "The copy is not what the old store holds"},
+        UpgradeRow{.title = "HookSpoilsValuesOfRows",
+                   .migration = "rows, spoiled",
+                   .line = "migrate: The copy is not what the old store holds \"pages\" of x-coredata://",
+                   .message = "The copy is not what the old store holds"},
+        UpgradeRow{.title = "HookLeavesRowsWithoutAMandatoryValue",
+                   .migration = "rows, without names",
+                   .line = "\"name\" of \"Tag\" needs a value.",
+                   .message = "The data could not be copied"},
         UpgradeRow{.title = "HookSpoilsValuesUnverified", .migration = "spoils", .verifies = false, .isChanged = true},
         UpgradeRow{.title = "HookSpoilsValuesAndSaysSo", .migration = "spoils openly", .isChanged = true},
         UpgradeRow{.title = "HookMakesOthers", .migration = "makes others", .isChanged = true},

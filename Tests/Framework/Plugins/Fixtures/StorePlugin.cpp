@@ -64,6 +64,12 @@ public:
 
     bool copiesRows(int version) const override { return migration().startsWith("rows"_L1) && version >= 1; }
 
+    bool migratesAttribute(const VXAttributeDescription &old, int) const override
+    {
+        return migration() == "rows, without names"_L1 ? old.name() == "name"_L1
+                                                       : migration().startsWith("rows, "_L1) && old.name() == "text"_L1;
+    }
+
     VXManagedObjectPtr insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int version,
                                                    VXManagedObjectContext &newContext, VXError *error) override
     {
@@ -97,7 +103,11 @@ public:
             VXSetError(error, VXMakeError(u"refused as told"_s));
         if (migration() == "refuses"_L1 || (migration() == "empties"_L1 && attribute == "mood"_L1))
             return {};
-        if ((migration() == "shouts"_L1 && attribute == "text"_L1) ||
+        if (migration() == "rows, without names"_L1)
+            return {};
+        if (migration() == "rows, spoiled"_L1)
+            newObject->setValueForKey(-1, u"pages"_s);
+        if ((migration().endsWith("shouts"_L1) && attribute == "text"_L1) ||
             (migration() == "unites"_L1 && value == QVariant(u"red"_s)))
             return value.toString().toUpper();
         if (migration() == "mistypes"_L1 && attribute == "text"_L1)
