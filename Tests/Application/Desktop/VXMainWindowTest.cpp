@@ -11,10 +11,12 @@
 #include "VXListPane.h"
 #include "VXManagedObjectContext.h"
 #include "VXNoticeBar.h"
+#include "VXPhonesSection.h"
 #include "VXPluginProxy.h"
 #include "VXScriptedUserInterface.h"
 #include "VXSearchIndex.h"
 #include "VXStoreListModel.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QDir>
 #include <QtGui/QAccessible>
@@ -253,4 +255,14 @@ TEST_F(VXMainWindowTest, anEditThatCannotBeSavedStaysOnScreen)
     EXPECT_EQ(namesOfContacts(), QStringList{u"Janet"_s});
     section.undoStack().undo();
     EXPECT_EQ(namesOfContacts(), QStringList{u"Jane"_s});
+}
+
+TEST_F(VXMainWindowTest, phonesThatAnotherProgramAddsAndForgetsAreFollowed)
+{
+    VXMainWindow window;
+    const auto &section = *window.findChild<VXPhonesSection *>();
+    for (const QVariantList &phones : {QVariantList{u"fixture://phone/1"_s}, QVariantList()}) {
+        VXUserDefaults::standardUserDefaults().setObject(phones, u"devices21"_s); // as the watch of the file does
+        EXPECT_TRUE(VXRunUntil([&] { return section.isEmpty() == phones.isEmpty(); }));
+    }
 }
