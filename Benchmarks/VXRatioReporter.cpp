@@ -1,6 +1,5 @@
 #include "VXRatioReporter.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
@@ -53,9 +52,8 @@ void VXRatioReporter::Finalize()
     }
 }
 
-int main(int argc, char **argv)
+int VXRunBenchmarks(int argc, char **argv)
 {
-    const QCoreApplication application(argc, argv);
     // From now on the C++ library's shortcuts for programs of one thread are off, as they are in real ones.
     std::thread([] {}).join();
     // Several repetitions in mixed order, so that a slow moment of the machine does not fall on one side only.

@@ -24,3 +24,6 @@ private:
     };
     QMap<QString, Times> _groups;
 };
+
+/** Runs those that the arguments choose, each several times; after the application object is made. */
+int VXRunBenchmarks(int argc, char **argv);

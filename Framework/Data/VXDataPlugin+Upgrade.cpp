@@ -11,6 +11,7 @@
 #include "VXPluginMarker.h"
 #include "VXPluginProxy.h"
 #include "VXStoreLock.h"
+#include "VXStoreModels.h"
 #include "VXStorePast.h"
 #include "VXStoreUpgradeWindowController.h"
 #include "VXVersion.h"
@@ -91,6 +92,7 @@ StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
         return nullptr;
     switch (*age) {
     case Age::Same:
+        VXRenewStoreModels(dataModelPaths(), path);
         VXStorePast::noteUse(path);
         return store;
     case Age::Newer:

@@ -181,7 +181,8 @@ VXManagedObjectPtr VXMessageStore::folderForText(const QString &text, VXManagedO
 
 // -- What is in them
 
-std::optional<QList<VXPredicate>> VXMessageStore::conditionsOf(const VXManagedObjectPtr &folder, VXError *error) const
+std::optional<QList<VXPredicate>> VXMessageStore::conditionsOfFolder(const VXManagedObjectPtr &folder,
+                                                                     VXError *error) const
 {
     QList<VXPredicate> conditions;
     QList<Folder> shown{folder};
@@ -232,7 +233,7 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageStore::newest(const QList<VXPr
 
 std::optional<VXFetchRequest> VXMessageStore::messagesOfFolder(const VXManagedObjectPtr &folder, VXError *error) const
 {
-    const auto conditions = conditionsOf(folder, error);
+    const auto conditions = conditionsOfFolder(folder, error);
     if (!conditions)
         return std::nullopt;
     return newestFirst(*_coordinator, conditions->size() == 1 ? conditions->first() : VXPredicate::anyOf(*conditions));
@@ -241,7 +242,7 @@ std::optional<VXFetchRequest> VXMessageStore::messagesOfFolder(const VXManagedOb
 std::optional<QList<VXManagedObjectPtr>> VXMessageStore::newestOfFolder(const VXManagedObjectPtr &folder,
                                                                         qsizetype limit, VXError *error) const
 {
-    const auto conditions = conditionsOf(folder, error);
+    const auto conditions = conditionsOfFolder(folder, error);
     return conditions ? newest(*conditions, limit, *folder->managedObjectContext(), error) : std::nullopt;
 }
 

@@ -57,6 +57,9 @@ public:
      *  below it show. None, with the reason, when a filter does not work. */
     [[nodiscard]] std::optional<VXFetchRequest> messagesOfFolder(const VXManagedObjectPtr &folder,
                                                                  VXError *error = nullptr) const;
+    /** Conditions under which a folder shows messages, any of which does. None, with the reason, when a filter does not work. */
+    [[nodiscard]] std::optional<QList<VXPredicate>> conditionsOfFolder(const VXManagedObjectPtr &folder,
+                                                                       VXError *error = nullptr) const;
     /** The newest of them, so many at most: a short list of a large folder takes no longer than of a small one. */
     [[nodiscard]] std::optional<QList<VXManagedObjectPtr>>
     newestOfFolder(const VXManagedObjectPtr &folder, qsizetype limit, VXError *error = nullptr) const;
@@ -88,8 +91,6 @@ public:
                                                                         VXError *error = nullptr) const;
 
 private:
-    [[nodiscard]] std::optional<QList<VXPredicate>> conditionsOf(const VXManagedObjectPtr &folder,
-                                                                 VXError *error) const;
     [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> newest(const QList<VXPredicate> &conditions, qsizetype limit,
                                                                   VXManagedObjectContext &context,
                                                                   VXError *error) const;

@@ -10,6 +10,8 @@ namespace {
 
 using Operator = VXPredicate::Operator;
 
+constexpr qsizetype mostFound = 20'000; // at once
+
 VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
 {
     return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
@@ -37,17 +39,41 @@ std::optional<qsizetype> VXListReader::count(VXError *error)
 {
     _starts.clear();
     _canSeek.reset();
-    VXManagedObjectContext context(_query.coordinator);
+    _first.reset();
+    _context = std::make_unique<VXManagedObjectContext>(_query.coordinator);
+    if (!hasSeekableOrder()) {
+        if (!findFirst(error))
+            return std::nullopt;
+        if (_first->size() < mostFound)
+            return _first->size();
+    }
     VXFetchRequest request = *_query.request;
     request.sortDescriptors.clear();
-    return context.countForFetchRequest(request, error);
+    return _context->countForFetchRequest(request, error);
+}
+
+// To sort them again for each page would take as long as to sort them all.
+bool VXListReader::findFirst(VXError *error)
+{
+    VXFetchRequest request = *_query.request;
+    request.limit = mostFound;
+    request.batchSize = pageSize;
+    request.includesPendingChanges = false;
+    _first = _context->executeFetchRequest(request, error);
+    return _first.has_value();
+}
+
+bool VXListReader::hasSeekableOrder() const
+{
+    const QList<VXSortDescriptor> &order = _query.request->sortDescriptors;
+    return order.size() == 1 && isSeekable(_query.request->entity().attributeForName(order.constFirst().key));
 }
 
 bool VXListReader::canSeek(VXManagedObjectContext &context)
 {
-    const QList<VXSortDescriptor> &order = _query.request->sortDescriptors;
-    if (order.size() != 1 || !isSeekable(_query.request->entity().attributeForName(order.constFirst().key)))
+    if (!hasSeekableOrder())
         return false;
+    const QList<VXSortDescriptor> &order = _query.request->sortDescriptors;
     VXFetchRequest none = *_query.request;
     none.predicate = VXPredicate::allOf({none.predicate, compare(order.constFirst().key, Operator::Equal, {})});
     none.sortDescriptors.clear();
@@ -92,6 +118,16 @@ std::optional<QList<VXManagedObjectPtr>> VXListReader::objectsOfPage(qsizetype i
 {
     if (index == 0 && _query.first)
         return _query.first(context, pageSize, error);
+    const qsizetype end = _first ? std::min((index + 1) * pageSize, _first->size()) : 0;
+    if (end == (index + 1) * pageSize || (index * pageSize < end && end < mostFound)) {
+        QList<VXManagedObjectPtr> objects;
+        for (qsizetype place = index * pageSize; place < end; ++place) {
+            const VXManagedObjectPtr object = _first->at(place);
+            if (!object->isFault()) // else it has gone meanwhile
+                objects.append(object);
+        }
+        return objects;
+    }
     const auto found = context.executeFetchRequest(requestForPage(index), error);
     return found ? std::optional(QList<VXManagedObjectPtr>(found->begin(), found->end())) : std::nullopt;
 }

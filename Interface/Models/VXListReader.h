@@ -2,16 +2,19 @@
 
 #include "VXError.h"
 #include "VXListQuery.h"
+#include "VXManagedObjectContext.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QObject>
 
+#include <memory>
 #include <optional>
 
 /**
  * Reads the rows of a query page by page, on the thread it lives on. The page behind one that was read begins where that
- * ended, by the value that rows are ordered by (a date or number of which no row has none); any other is found by its offset.
+ * ended, by the value that rows are ordered by (a date or number of which no row has none). Of rows in another order the first
+ * thousands are found once, with their number. Any other page is found by its offset.
  */
 class VXListReader : public QObject
 {
@@ -35,7 +38,9 @@ private:
         qsizetype skipped = 0;
     };
 
+    bool hasSeekableOrder() const;
     bool canSeek(VXManagedObjectContext &context);
+    bool findFirst(VXError *error);
     VXFetchRequest requestForPage(qsizetype index) const;
     std::optional<QList<VXManagedObjectPtr>> objectsOfPage(qsizetype index, VXManagedObjectContext &context,
                                                            VXError *error) const;
@@ -44,4 +49,7 @@ private:
     const VXListQuery _query;
     QHash<qsizetype, Start> _starts; // of pages that follow one that was read
     std::optional<bool> _canSeek;
+    // The IDs of the first rows, and in which context.
+    std::unique_ptr<VXManagedObjectContext> _context;
+    std::optional<VXFetchResult> _first;
 };

@@ -32,21 +32,24 @@ VXStoreListModel::VXStoreListModel(QObject *parent) : QAbstractListModel(parent)
 
 VXStoreListModel::~VXStoreListModel()
 {
-    stopReading();
-}
-
-void VXStoreListModel::stopReading()
-{
+    dropReader();
     _thread.quit();
     _thread.wait();
-    _reader.reset();
+}
+
+// Nobody waits for what it is reading.
+void VXStoreListModel::dropReader()
+{
+    ++*_generation;
+    if (_reader != nullptr)
+        _reader->deleteLater();
+    _reader = nullptr;
 }
 
 void VXStoreListModel::setQuery(const VXListQuery &query)
 {
     beginResetModel();
-    stopReading();
-    ++_generation;
+    dropReader();
     _pages.clear();
     _askedFor.clear();
     _count = 0;
@@ -57,7 +60,7 @@ void VXStoreListModel::setQuery(const VXListQuery &query)
     endResetModel();
     if (!_isReading)
         return;
-    _reader = std::make_unique<VXListReader>(query);
+    _reader = new VXListReader(query);
     _reader->moveToThread(&_thread);
     _thread.start();
     _watch = std::make_unique<VXStoreWatch>(query.coordinator);
@@ -70,12 +73,15 @@ template <class Work, class Take>
 void VXStoreListModel::read(Work work, Take take) const
 {
     auto *const self = const_cast<VXStoreListModel *>(this);
-    QMetaObject::invokeMethod(_reader.get(), [self, reader = _reader.get(), generation = _generation, work, take] {
+    const auto isWanted = [generation = _generation, begun = _generation->load()] { return *generation == begun; };
+    QMetaObject::invokeMethod(_reader, [self, reader = _reader, isWanted, work, take] {
+        if (!isWanted())
+            return;
         VXError error;
-        auto answer = work(*reader, &error);
+        auto answer = work(*reader, isWanted, &error);
         // The model waits for this thread before it goes.
-        QMetaObject::invokeMethod(self, [self, generation, take, answer = std::move(answer), error] {
-            if (generation != self->_generation)
+        QMetaObject::invokeMethod(self, [self, isWanted, take, answer = std::move(answer), error] {
+            if (!isWanted())
                 return;
             if (!answer)
                 Q_EMIT self->didFail(error);
@@ -155,7 +161,7 @@ void VXStoreListModel::askForPage(qsizetype index) const
     if (!_reader || _isReading || _askedFor.contains(index) || index * pageSize >= _count)
         return;
     _askedFor.insert(index);
-    const auto work = [index](VXListReader &reader, VXError *error) { return reader.page(index, error); };
+    const auto work = [index](VXListReader &reader, const auto &, VXError *error) { return reader.page(index, error); };
     read(work, [index](VXStoreListModel &model, const std::optional<Page> &rows) {
         model._askedFor.remove(index);
         if (rows)
@@ -180,13 +186,14 @@ void VXStoreListModel::refresh()
         return;
     _isRefreshing = true;
     const qsizetype first = std::max<qsizetype>(0, _lastShown - refreshedPages / 2);
-    const auto work = [first](VXListReader &reader, VXError *error) -> std::optional<Refresh> {
+    const auto work = [first](VXListReader &reader, const auto &isWanted, VXError *error) -> std::optional<Refresh> {
         Refresh found;
         const std::optional<qsizetype> count = reader.count(error);
         if (!count)
             return std::nullopt;
         found.count = *count;
-        for (qsizetype index = first; index < first + refreshedPages && index * pageSize < *count; ++index) {
+        for (qsizetype index = first; index < first + refreshedPages && index * pageSize < *count && isWanted();
+             ++index) {
             const std::optional<Page> page = reader.page(index, error);
             if (!page)
                 return std::nullopt;

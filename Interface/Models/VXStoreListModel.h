@@ -9,6 +9,7 @@
 #include <QtCore/QSet>
 #include <QtCore/QThread>
 
+#include <atomic>
 #include <memory>
 
 class VXListReader;
@@ -63,14 +64,14 @@ private:
     void takePage(qsizetype index, const Page &rows);
     void refresh();
     void takeRefresh(const Refresh &refresh);
-    void stopReading();
+    void dropReader();
     template <class Work, class Take>
     void read(Work work, Take take) const;
 
     QThread _thread;
-    std::unique_ptr<VXListReader> _reader; // lives on that thread
+    VXListReader *_reader = nullptr; // lives, and is deleted, on that thread
     std::unique_ptr<VXStoreWatch> _watch;
-    quint64 _generation = 0; // of queries
+    const std::shared_ptr<std::atomic<quint64>> _generation = std::make_shared<std::atomic<quint64>>(0); // of queries
     qsizetype _count = 0;
     bool _isReading = false;
     bool _isRefreshing = false;

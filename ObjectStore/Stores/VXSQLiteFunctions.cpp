@@ -4,6 +4,7 @@
 #include "VXSQLiteRowReader.h"
 #include "VXTextComparison.h"
 
+#include <QtCore/QStringMatcher>
 #include <QtCore/QtEndian>
 
 #include <algorithm>
@@ -50,8 +51,24 @@ struct EndsWith : FoldedPart
 
 struct Contains : FoldedPart
 {
-    using FoldedPart::FoldedPart;
-    bool matches(const QString &text) const { return VXFoldedText(text, options).contains(part); }
+    Contains(const QString &text, VXTextOptions textOptions)
+        : FoldedPart(text, textOptions),
+          matcher(part, options.testFlag(VXTextOption::CaseInsensitive) ? Qt::CaseInsensitive : Qt::CaseSensitive)
+    {
+    }
+    // Plain letters are compared in place: tables are searched row by row.
+    bool matches(const QString &text) const
+    {
+        return isASCII(text) ? matcher.indexIn(text) >= 0 : VXFoldedText(text, options).contains(part);
+    }
+    static bool isASCII(const QString &text)
+    {
+        char16_t bits = 0;
+        for (const QChar c : text)
+            bits |= c.unicode();
+        return bits < 0x80;
+    }
+    const QStringMatcher matcher;
 };
 
 struct Matches

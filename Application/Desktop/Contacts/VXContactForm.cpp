@@ -102,6 +102,9 @@ void VXContactForm::setContact(const VXContactRecord &contact, const QStringList
     _note = new QPlainTextEdit(contact.note);
     _note->setTabChangesFocus(true);
     _note->setFixedHeight(fontMetrics().height() * 5);
+    connect(_birthday, &QLineEdit::textEdited, this, &VXContactForm::didChange);
+    connect(_groups, &QLineEdit::textEdited, this, &VXContactForm::didChange);
+    connect(_note, &QPlainTextEdit::textChanged, this, &VXContactForm::didChange);
     rest->addRow(VXText("Birthday"), _birthday);
     rest->addRow(VXText("Groups"), _groups);
     rest->addRow(VXText("Note"), _note);
@@ -154,8 +157,10 @@ void VXContactForm::addHead(QVBoxLayout *column)
     for (const VXContactField &field : VXContactTextFields()) {
         auto *const edit = new QLineEdit(_contact.*field.field);
         form->addRow(VXText(field.title), edit);
-        connect(edit, &QLineEdit::textEdited, this,
-                [this] { _avatar->setPerson(this->contact().displayName(), _contact.image); });
+        connect(edit, &QLineEdit::textEdited, this, [this] {
+            _avatar->setPerson(this->contact().displayName(), _contact.image);
+            Q_EMIT didChange();
+        });
         connect(edit, &QLineEdit::returnPressed, this, &VXContactForm::done);
         _texts.push_back(edit);
     }
@@ -216,9 +221,12 @@ void VXContactForm::addRow(AddressList &list, const VXContactRecord::Address &ad
     list.rows->addWidget(widget);
     list.edits.push_back({widget, value, type});
     connect(value, &QLineEdit::returnPressed, this, &VXContactForm::done);
-    connect(remove, &QToolButton::clicked, this, [&list, widget] {
+    connect(value, &QLineEdit::textEdited, this, &VXContactForm::didChange);
+    connect(type, &QComboBox::activated, this, &VXContactForm::didChange);
+    connect(remove, &QToolButton::clicked, this, [this, &list, widget] {
         std::erase_if(list.edits, [widget](const AddressRow &each) { return each.widget == widget; });
         widget->deleteLater();
+        Q_EMIT didChange();
     });
 }
 
@@ -292,6 +300,7 @@ void VXContactForm::choosePicture()
     }
     _contact.image = bytes;
     _avatar->setPerson(contact().displayName(), bytes);
+    Q_EMIT didChange();
 }
 
 void VXContactForm::keyPressEvent(QKeyEvent *event)

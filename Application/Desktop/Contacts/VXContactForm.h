@@ -30,6 +30,8 @@ public:
     QString problem();
 
 Q_SIGNALS:
+    /** By the user. */
+    void didChange();
     void done();
     void cancelled();
     void wantsRemoval();

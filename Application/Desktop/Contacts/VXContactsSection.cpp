@@ -27,6 +27,7 @@
 #include "VXSheet.h"
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -34,6 +35,15 @@
 #include <QtWidgets/QStackedWidget>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// What is in the form, and whose it is: there again after a sudden end.
+const QString draftKey = u"desktop.draft.contact"_s;
+const QString draftPersonKey = u"person"_s;
+const QString draftContactKey = u"contact"_s;
+
+} // namespace
 
 VXContactsSection::VXContactsSection(QWidget *parent)
     : VXSection(u"contacts"_s, VXText("Contacts"), u"people"_s, parent),
@@ -73,8 +83,9 @@ VXContactsSection::VXContactsSection(QWidget *parent)
     connect(_card, &VXContactCard::wantsMessage, this, [this](const QString &party) { Q_EMIT wantsMessage({party}); });
     connect(_form, &VXContactForm::done, this, &VXContactsSection::endEditing);
     connect(_form, &VXContactForm::wantsRemoval, this, &VXContactsSection::remove);
+    connect(_form, &VXContactForm::didChange, this, &VXContactsSection::keepDraft);
     connect(_form, &VXContactForm::cancelled, this, [this] {
-        _edited.reset();
+        stopEditing();
         showCard();
     });
     if (!_coordinator)
@@ -87,6 +98,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
     });
     updateGroups();
     showList();
+    restoreDraft();
 }
 
 VXContactsSection::~VXContactsSection() = default;
@@ -217,6 +229,37 @@ void VXContactsSection::startEditing(const VXContactRecord &contact)
     _form->setContact(contact, groups);
 }
 
+void VXContactsSection::stopEditing()
+{
+    _edited.reset();
+    VXUserDefaults::standardUserDefaults().removeObjectForKey(draftKey);
+}
+
+void VXContactsSection::keepDraft()
+{
+    QVariantMap draft{{draftContactKey, _form->contact().map()}};
+    if (!_isNew)
+        draft.insert(draftPersonKey, _shown.uriRepresentation().toString());
+    VXUserDefaults::standardUserDefaults().setObject(draft, draftKey);
+}
+
+// Of somebody who is gone meanwhile as of somebody new.
+void VXContactsSection::restoreDraft()
+{
+    const QVariantMap draft = VXUserDefaults::standardUserDefaults().objectForKey(draftKey).toMap();
+    if (draft.isEmpty())
+        return;
+    const VXManagedObjectID person =
+        objectAtURI(_coordinator, QUrl(draft.value(draftPersonKey).toString()), u"VXPerson");
+    const std::optional<VXContactRecord> before = read(person);
+    _shown = person;
+    _isNew = !before;
+    startEditing(VXContactRecord(draft.value(draftContactKey)));
+    if (before)
+        _edited = before;
+    notices().showDone(VXText("What you were changing when Vornix ended is here again."));
+}
+
 bool VXContactsSection::endEditing()
 {
     if (!_edited)
@@ -229,7 +272,7 @@ bool VXContactsSection::endEditing()
         showCard();
     else if (!push(_isNew ? VXManagedObjectID() : _shown, _isNew ? std::nullopt : _edited, after))
         return false; // what was typed stays in the form
-    _edited.reset();
+    stopEditing();
     _pane->list()->setFocus();
     return true;
 }
@@ -262,7 +305,7 @@ void VXContactsSection::remove()
     QList<VXManagedObjectID> persons = chosen();
     if (_edited || persons.size() < 2)
         persons = {_shown};
-    _edited.reset();
+    stopEditing();
     QStringList names;
     for (const VXManagedObjectID &person : std::as_const(persons)) {
         const auto contact = read(person);

@@ -57,6 +57,9 @@ private:
     void showInList(const VXManagedObjectID &person);
     void showCard();
     void startEditing(const VXContactRecord &contact);
+    void stopEditing();
+    void keepDraft();
+    void restoreDraft();
     bool endEditing();
     bool push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
               const std::optional<VXContactRecord> &after);

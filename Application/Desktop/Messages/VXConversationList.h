@@ -1,7 +1,6 @@
 #pragma once
 
-#include "VXListQuery.h"
-#include "VXMessageStore.h"
+#include "VXConversationReader.h"
 
 #include <QtCore/QAbstractListModel>
 
@@ -10,8 +9,9 @@
 
 class VXStoreWatch;
 
-/** The conversations, the newest message of each as its row, newest first: a hundred more whenever the end is reached. Looked up on
- *  another thread; follows saves of all threads and processes. Main thread. */
+/** The conversations, the newest message of each as its row, newest first: a hundred more whenever the end is reached; or what a
+ *  search has found in a folder. Looked up on another thread, and shown as it is found; follows saves of all threads and processes.
+ *  Main thread. */
 class VXConversationList : public QAbstractListModel
 {
     Q_OBJECT
@@ -20,8 +20,10 @@ public:
     VXConversationList(const VXMessageStore &store, QObject *parent);
     ~VXConversationList() override;
 
-    /** Only conversations with a message whose text or party has this in it; empty for all. */
-    void setSearch(const QString &text);
+    /** Only conversations with a message whose text or party has this in it; empty for all. With a folder such messages of it, each
+     *  in a row of its own. */
+    void setSearch(const QString &text, const VXManagedObjectID &folder = {});
+    /** True while more may come without being asked for. */
     bool isReading() const { return _isReading; }
     /** -1 for none. */
     int rowOfConversation(const QString &conversation) const;
@@ -32,21 +34,25 @@ public:
     void fetchMore(const QModelIndex &parent) override;
 
 Q_SIGNALS:
+    /** There is more, or all that was to be read. */
     void didRead();
 
 private:
     using Rows = QList<VXListRow>;
 
     void read();
-    void take(const Rows &rows, bool isAll);
+    void didEnd();
+    void take(const VXConversationReader::Answer &answer);
+    int rowLike(const VXListRow &row) const;
 
-    const VXMessageStore _store;
     std::unique_ptr<VXStoreWatch> _watch;
-    QString _search;
+    const std::shared_ptr<VXConversationReader> _reader;
+    VXConversationReader::Wanted _wanted;
     Rows _rows;
-    qsizetype _wanted = 100;
     bool _isAll = false;
     bool _isReading = false;
+    bool _isAtWork = false; // the reader is
     bool _isReadDue = false;
-    std::shared_ptr<std::atomic<bool>> _isGone = std::make_shared<std::atomic<bool>>(false);
+    const std::shared_ptr<std::atomic<quint64>> _turn =
+        std::make_shared<std::atomic<quint64>>(0); // one more ends a reading
 };

@@ -87,24 +87,22 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
     _pane->secondRow()->addWidget(_folder, 1);
     showBeside(_pane, _view);
 
-    connect(_pane, &VXListPane::searchDidChange, this, [this](const QString &text) {
-        if (_folder->currentIndex() == 0)
-            _conversations->setSearch(text);
-        else
-            showFolder();
-    });
+    connect(_pane, &VXListPane::searchDidChange, this, &VXMessagesSection::showFolder);
     connect(_pane, &VXListPane::chosen, this, &VXMessagesSection::showRow);
     connect(_pane, &VXListPane::activated, this, [this] { _view->focusText(); });
     connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXMessagesSection::makeNew);
     connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXMessagesSection::importItems);
     connect(_folder, &QComboBox::activated, this, &VXMessagesSection::showFolder);
     connect(_conversations, &VXConversationList::didRead, this, [this] {
-        if (_folder->currentIndex() == 0)
+        if (shownModel() == _conversations)
             listWasRead(_conversations->rowCount());
     });
     connect(_messages, &VXStoreListModel::didFail, this,
             [this](const VXError &error) { notices().showProblem(error.localizedDescription()); });
-    connect(_messages, &VXStoreListModel::didRead, this, [this] { listWasRead(_messages->rowCount()); });
+    connect(_messages, &VXStoreListModel::didRead, this, [this] {
+        if (shownModel() == _messages)
+            listWasRead(_messages->rowCount());
+    });
     connect(_view, &VXConversationView::wantsSend, this, &VXMessagesSection::send);
     connect(_view, &VXConversationView::wantsCall, this, &VXSection::wantsCall);
     connect(_view, &VXConversationView::wantsContact, this, &VXSection::wantsContact);
@@ -162,7 +160,8 @@ void VXMessagesSection::updateBadge()
 
 QAbstractItemModel *VXMessagesSection::shownModel() const
 {
-    return _folder->currentIndex() <= 0 ? static_cast<QAbstractItemModel *>(_conversations) : _messages;
+    const bool isOfFolder = _folder->currentIndex() > 0 && _pane->search()->searchText().isEmpty();
+    return isOfFolder ? static_cast<QAbstractItemModel *>(_messages) : _conversations;
 }
 
 void VXMessagesSection::showFolder()
@@ -170,34 +169,30 @@ void VXMessagesSection::showFolder()
     const QString search = _pane->search()->searchText();
     if (_pane->list()->model() != shownModel())
         _pane->setModel(shownModel());
-    if (_folder->currentIndex() <= 0) {
-        _conversations->setSearch(search);
+    const auto folderID = _folder->currentData().value<VXManagedObjectID>();
+    if (shownModel() == _conversations) {
+        _conversations->setSearch(search, folderID);
         listWasRead(_conversations->rowCount());
         return;
     }
     VXManagedObjectContext context(_store->coordinator());
-    const VXManagedObjectPtr folder = context.objectWithID(_folder->currentData().value<VXManagedObjectID>());
-    auto request = _store->messagesOfFolder(folder);
+    const auto request = _store->messagesOfFolder(context.objectWithID(folderID));
     if (!request)
         return;
-    if (!search.isEmpty())
-        request->predicate =
-            VXPredicate::allOf({request->predicate,
-                                *VXPredicate::predicateWithFormat(
-                                    u"text CONTAINS[cd] %@ OR otherParty_search CONTAINS[cd] %@"_s, {search, search})});
     VXListQuery query{.coordinator = _store->coordinator(), .request = request, .makeRow = VXRowOfMessage};
-    if (search.isEmpty())
-        query.first = [store = *_store, shown = folder->objectID()](VXManagedObjectContext &messages, qsizetype limit,
-                                                                    VXError *error) {
-            return store.newestOfFolder(messages.objectWithID(shown), limit, error);
-        };
+    query.first = [store = *_store, folderID](VXManagedObjectContext &messages, qsizetype limit, VXError *error) {
+        return store.newestOfFolder(messages.objectWithID(folderID), limit, error);
+    };
     _messages->setQuery(query);
 }
 
 void VXMessagesSection::listWasRead(int count)
 {
     const bool isSearched = !_pane->search()->searchText().isEmpty();
-    if (isSearched)
+    const bool isReading = shownModel() == _conversations && _conversations->isReading();
+    if (isSearched && isReading)
+        _pane->placeholder()->setContents(u"search"_s, VXText("Searching…"), {});
+    else if (isSearched)
         _pane->placeholder()->setContents(u"search"_s, VXText("Nothing found"), VXText("No message has that in it."));
     else if (_folder->currentIndex() <= 0)
         _pane->placeholder()->setContents(u"message"_s, VXText("No messages yet"),
@@ -205,12 +200,12 @@ void VXMessagesSection::listWasRead(int count)
                                           VXText("Write the first"), VXText("Import…"));
     else
         _pane->placeholder()->setContents(u"inbox"_s, VXText("This folder is empty"), {});
-    _pane->setIsEmpty(count == 0 && !(_folder->currentIndex() <= 0 && _conversations->isReading()));
+    _pane->setIsEmpty(count == 0 && (isSearched || !isReading));
     if (count == 0 && !_view->isNew())
         _view->setNone();
     if (count == 0 || _view->isNew() || _pane->list()->currentIndex().isValid())
         return;
-    const int row = _folder->currentIndex() <= 0 ? _conversations->rowOfConversation(_shownConversation) : 0;
+    const int row = shownModel() == _conversations ? _conversations->rowOfConversation(_shownConversation) : 0;
     _pane->choose(std::max(0, row));
 }
 

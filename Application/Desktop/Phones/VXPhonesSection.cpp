@@ -12,6 +12,7 @@
 #include "VXPhoneDialog.h"
 #include "VXSymbol.h"
 #include "VXTextLabel.h"
+#include "VXUserDefaults.h"
 
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QPushButton>
@@ -64,6 +65,21 @@ VXPhonesSection::VXPhonesSection(QWidget *parent)
         VXNotificationCenter::defaultCenter().addObserver(this, name, [this](const VXNotification &) {
             QMetaObject::invokeMethod(this, &VXPhonesSection::update, Qt::QueuedConnection);
         });
+    VXNotificationCenter::defaultCenter().addObserver(
+        this, VXUserDefaultsDidChangeNotification, [this](const VXNotification &) {
+            QMetaObject::invokeMethod(this, &VXPhonesSection::followList, Qt::QueuedConnection);
+        });
+    update();
+}
+
+// Other programs add and forget phones, too.
+void VXPhonesSection::followList()
+{
+    const QList<QUrl> urls = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
+    const auto isShown = [this](const QUrl &url) { return std::ranges::count(_cards, url, &VXPhoneCard::url) > 0; };
+    if (urls.size() == _cards.size() && std::ranges::all_of(urls, isShown))
+        return;
+    VXDeviceRegistry::shared().makeKnownDevices();
     update();
 }
 

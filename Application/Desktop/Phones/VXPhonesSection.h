@@ -25,6 +25,7 @@ public:
 
 private:
     void update();
+    void followList();
     void forget(const QUrl &url);
     void change(const QUrl &url);
 

@@ -11,15 +11,18 @@
 #include "VXListPane.h"
 #include "VXManagedObjectContext.h"
 #include "VXNoticeBar.h"
+#include "VXPhonesSection.h"
 #include "VXPluginProxy.h"
 #include "VXScriptedUserInterface.h"
 #include "VXSearchIndex.h"
 #include "VXStoreListModel.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QDir>
 #include <QtGui/QAccessible>
 #include <QtGui/QAction>
 #include <QtTest/QSignalSpy>
+#include <QtTest/QTest>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
@@ -253,4 +256,41 @@ TEST_F(VXMainWindowTest, anEditThatCannotBeSavedStaysOnScreen)
     EXPECT_EQ(namesOfContacts(), QStringList{u"Janet"_s});
     section.undoStack().undo();
     EXPECT_EQ(namesOfContacts(), QStringList{u"Jane"_s});
+}
+
+TEST_F(VXMainWindowTest, whatWasBeingTypedIsThereAfterASuddenEnd)
+{
+    VXContactRecord contact;
+    contact.firstName = u"Jane"_s;
+    add(contact);
+    const auto formOf = [](VXMainWindow &window) {
+        return window.section(u"contacts"_s)->findChild<VXContactForm *>();
+    };
+    {
+        VXMainWindow window;
+        window.show();
+        window.showSection(u"contacts"_s);
+        ASSERT_TRUE(VXRunUntil([&] { return shows(window, u"contacts"_s, u"Jane"_s); }));
+        window.section(u"contacts"_s)->edit();
+        QTest::keyClicks(formOf(window)->findChild<QLineEdit *>(), u"t"_s);
+    }
+    EXPECT_EQ(namesOfContacts(), QStringList{u"Jane"_s});
+    {
+        VXMainWindow window;
+        EXPECT_EQ(formOf(window)->contact().firstName, u"Janet"_s);
+        EXPECT_TRUE(window.section(u"contacts"_s)->commit());
+        EXPECT_EQ(namesOfContacts(), QStringList{u"Janet"_s});
+    }
+    VXMainWindow window;
+    EXPECT_TRUE(formOf(window)->contact().firstName.isEmpty());
+}
+
+TEST_F(VXMainWindowTest, phonesThatAnotherProgramAddsAndForgetsAreFollowed)
+{
+    VXMainWindow window;
+    const auto &section = *window.findChild<VXPhonesSection *>();
+    for (const QVariantList &phones : {QVariantList{u"fixture://phone/1"_s}, QVariantList()}) {
+        VXUserDefaults::standardUserDefaults().setObject(phones, u"devices21"_s); // as the watch of the file does
+        EXPECT_TRUE(VXRunUntil([&] { return section.isEmpty() == phones.isEmpty(); }));
+    }
 }

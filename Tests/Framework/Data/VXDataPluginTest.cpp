@@ -152,6 +152,18 @@ TEST_F(VXDataPluginTest, ChangedModelOfTheSameVersionIsToldAtOnce)
     EXPECT_THAT(textsIn(dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator()), ElementsAre(u"kept"_s));
 }
 
+TEST_F(VXDataPluginTest, StoreOfAnEarlierModelHasTheIndexesOfThePresentOne)
+{
+    writeStore(live, u"kept"_s);
+    writePlugin(u"notes"_s);
+    const auto indexed = modelOf("entity Note { attribute text: string indexed = \"new\"; }");
+    ASSERT_TRUE(indexed->writeToFile(shared() + "/org.example.notes.vxplugin/Contents/Resources/notes.mom"_L1));
+    startWith({});
+    const auto store = dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator();
+    EXPECT_THAT(textsIn(store), ElementsAre(u"kept"_s));
+    EXPECT_TRUE(store->model().entityForName(u"Note"_s)->attributeForName(u"text"_s)->isIndexed());
+}
+
 TEST_F(VXDataPluginTest, TemporaryStoreIsForThisUserOnly)
 {
     writePlugin(u"notes"_s);

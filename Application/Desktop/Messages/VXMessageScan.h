@@ -1,0 +1,73 @@
+#pragma once
+
+#include "VXError.h"
+#include "VXManagedObjectContext.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QList>
+#include <QtCore/QSet>
+#include <QtCore/QString>
+
+#include <limits>
+#include <optional>
+
+/**
+ * Looks for a text in messages, in what they say and in the other party, from the newest on, a stretch of some thousand at a time: so
+ * what is new shows early, and whoever wants something else need not wait. It keeps what it found in each stretch: a letter more is
+ * looked for only among that. One thread at a time.
+ */
+class VXMessageScan
+{
+public:
+    enum class Finds { Messages, Conversations /* the newest message of each */ };
+
+    /**
+     * Begins at the newest. Each condition is a part of the messages that an index has in the order of their dates; until forget() they
+     * are those of the first time. The context stays until end().
+     */
+    void begin(VXManagedObjectContext &context, const QList<VXPredicate> &conditions, const QString &text, Finds finds);
+    void end();
+    bool isAtEnd() const;
+    /** Looks through another stretch. @return what it found, if anything, older than all before. None on failure. */
+    std::optional<QList<VXManagedObjectPtr>> next(VXError *error);
+    /** After messages have changed: what was found, and where. */
+    void forget() { _parts.clear(); }
+
+private:
+    /** Messages of a part by their dates; the last one is of those without. */
+    struct Stretch
+    {
+        std::optional<QDateTime> before = {}; // none: from the newest on
+        std::optional<QDateTime> oldest = {}; // none: to the end
+        bool isDateless = false;
+        VXPredicate dates() const;
+        QString text = {}; // that `found` has
+        std::optional<QList<VXManagedObjectID>> found = {};
+    };
+    struct Part
+    {
+        VXPredicate condition = {};
+        QList<Stretch> stretches = {};
+        qsizetype next = 0;
+        qint64 newest = std::numeric_limits<qint64>::max(); // of what is still to be looked through, in milliseconds
+        bool isDone() const { return next > 0 && next == stretches.size() && stretches.constLast().isDateless; }
+    };
+
+    using Messages = QList<VXManagedObjectPtr>;
+
+    Part *newestPart();
+    bool addStretch(Part &part, VXError *error);
+    std::optional<Messages> look(Part &part, VXError *error);
+    std::optional<Messages> lookAmongFound(const Stretch &stretch, VXError *error) const;
+    std::optional<Messages> lookAmongAll(const Part &part, const Stretch &stretch, bool *isComplete,
+                                         VXError *error) const;
+    std::optional<Messages> fetch(const QList<VXPredicate> &conditions, qsizetype limit, VXError *error) const;
+    Messages takeFrom(qint64 newest);
+
+    VXManagedObjectContext *_context = nullptr;
+    QString _text;
+    Finds _finds = Finds::Messages;
+    QList<Part> _parts;
+    Messages _held;       // newest first; other parts may have newer ones
+    QSet<QString> _known; // conversations that were found
+};

@@ -1,0 +1,149 @@
+#include "DesktopHome.h"
+
+#include "BenchmarkModels.h"
+
+#include "VXApplication.h"
+#include "VXBundle.h"
+#include "VXCardReader.h"
+#include "VXContactImport.h"
+#include "VXConversationKey.h"
+#include "VXDataManager.h"
+#include "VXFolders.h"
+#include "VXFramework.h"
+#include "VXMainWindow.h"
+#include "VXManagedObjectContext.h"
+#include "VXMessageStore.h"
+#include "VXPersistentStore.h"
+#include "VXPluginManager.h"
+
+#include <QtCore/QBuffer>
+#include <QtCore/QCoreApplication>
+
+#include <sqlite3.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int parties = 2'000; // with whom there are messages
+
+QString numberOf(int contact)
+{
+    return u"+49 171 %1"_s.arg(contact, 7, 10, QChar(u'0'));
+}
+
+// As various in their first letters as people's.
+QByteArray surnameOf(int contact)
+{
+    static const char *const beginnings[] = {"An", "Be", "Cl", "Du",  "Er", "Fi", "Gro", "Ha",   "Im", "Ja",
+                                             "Ko", "La", "Mi", "Nau", "Ot", "Pe", "Ro",  "Schu", "Te", "We"};
+    static const char *const middles[] = {"ll", "nn", "rt", "ck", "mm", "ss", "tz", "nd", "lk", "rg"};
+    static const char *const ends[] = {"er", "mann", "berg", "ow", "ing", "ke", "el"};
+    return QByteArray(beginnings[contact % 20]) + middles[contact / 20 % 10] + ends[contact / 200 % 7];
+}
+
+QByteArray cards()
+{
+    static const char *const names[] = {"Anna",  "Ben",   "Clara", "David", "Emma",
+                                        "Felix", "Greta", "Hugo",  "Mia",   "Otto"};
+    QByteArray text;
+    for (int contact = 0; contact < DesktopHome::contactCount; ++contact) {
+        const QByteArray number = numberOf(contact).toUtf8();
+        text += "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + surnameOf(contact) + ';' + names[contact / 1400 % 10] +
+                ";;;\r\nTEL;TYPE=cell:" + number + "\r\nUID:" + QByteArray::number(contact) + "\r\nEND:VCARD\r\n";
+    }
+    return text;
+}
+
+QString textOf(int message)
+{
+    return message % 100'000 == 7 ? u"The zebra in the zoo has a foal, they say. %1"_s.arg(message)
+                                  : u"Are you coming tonight, or shall we wait until tomorrow? %1"_s.arg(message);
+}
+
+} // namespace
+
+DesktopHome &DesktopHome::shared()
+{
+    static std::unique_ptr<DesktopHome> home;
+    if (!home) {
+        home.reset(new DesktopHome);
+        qAddPostRoutine([] { home.reset(); });
+    }
+    return *home;
+}
+
+DesktopHome::DesktopHome()
+{
+    VXSetHomeFolder(_folder.path());
+    VXBundle::setMainBundle(VXBundle::bundleWithPath(QStringLiteral(VORNIX_APPLICATION)));
+    VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
+    VXPluginManager::sharedPluginManager().startup();
+    VXApplication::sharedApplication().setDidFinishLaunching(true);
+    addContacts();
+    addMessages();
+}
+
+DesktopHome::~DesktopHome()
+{
+    _window.reset();
+    VXPluginManager::sharedPluginManager().shutdown();
+}
+
+VXMainWindow &DesktopHome::window()
+{
+    if (!_window) {
+        _window = std::make_unique<VXMainWindow>();
+        _window->show();
+    }
+    return *_window;
+}
+
+void DesktopHome::addContacts()
+{
+    QByteArray text = cards();
+    QBuffer buffer(&text);
+    buffer.open(QIODevice::ReadOnly);
+    VXCardReader reader(buffer);
+    VXError error;
+    const auto store = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s);
+    required(VXContactImport(store, u"benchmark"_s).run(reader, &error), error);
+}
+
+// By hand, as they are what is measured, not how they come in.
+void DesktopHome::addMessages()
+{
+    const auto store = VXMessageStore::sharedStore()->coordinator();
+    VXManagedObjectContext context(store);
+    const qint64 folder = VXMessageStore(store).folderForText(u"inbox"_s, context)->objectID().number();
+    sqlite3 *database = nullptr;
+    check(sqlite3_open(store->persistentStores().constFirst()->path().toUtf8().constData(), &database) == SQLITE_OK,
+          "not opened");
+    const auto execute = [&](const char *sql) {
+        check(sqlite3_exec(database, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sqlite3_errmsg(database));
+    };
+    execute("BEGIN IMMEDIATE");
+    sqlite3_stmt *statement = nullptr;
+    const char *const sql =
+        R"(INSERT INTO "VX_VXMessage" ("Z_ENT", "Z_OPT", "text", "date", "state", "direction", "from", "from_search",
+           "otherParty_search", "conversation", "pending", "folder", "folder:entity")
+           VALUES ((SELECT "Z_ENT" FROM "Z_ENTITY" WHERE "Z_NAME" = 'VXMessage'), 1, ?1, ?2, 3, 1, ?3, ?4, ?4, ?4, 0, ?5,
+           (SELECT "Z_ENT" FROM "Z_ENTITY" WHERE "Z_NAME" = 'VXRootFolder')))";
+    check(sqlite3_prepare_v2(database, sql, -1, &statement, nullptr) == SQLITE_OK, sqlite3_errmsg(database));
+    const auto bind = [&](int parameter, const QString &text) {
+        sqlite3_bind_text16(statement, parameter, text.utf16(), int(text.size() * 2), SQLITE_TRANSIENT);
+    };
+    for (int index = 0; index < messageCount; ++index) {
+        const QString number = numberOf(index % parties);
+        bind(1, textOf(index));
+        sqlite3_bind_int64(statement, 2, 1'600'000'000'000 + qint64(index) * 1000);
+        bind(3, number);
+        bind(4, VXConversationKey(number));
+        sqlite3_bind_int64(statement, 5, folder);
+        check(sqlite3_step(statement) == SQLITE_DONE, sqlite3_errmsg(database));
+        sqlite3_reset(statement);
+    }
+    sqlite3_finalize(statement);
+    execute("COMMIT; PRAGMA wal_checkpoint(TRUNCATE)");
+    sqlite3_close(database);
+}

@@ -1,0 +1,118 @@
+#include "VXConversationList.h"
+#include "MessageDataConstants.h"
+#include "VXConversationKey.h"
+#include "VXDesktopTesting.h"
+#include "VXMessageText.h"
+#include "VXRowDelegate.h"
+#include "VXStoreListModel.h"
+
+#include <QtCore/QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+/** A list over more messages than are looked through at once. */
+class VXConversationListTest : public VXDesktopTest
+{
+protected:
+    struct Message
+    {
+        QString text;
+        int party;
+        QDateTime date;
+        QString folder;
+    };
+
+    void add(const QList<Message> &added)
+    {
+        VXManagedObjectContext context(store.coordinator());
+        QHash<QString, VXManagedObjectPtr> folders;
+        for (const QString &name : {VXInboxFolder, VXSentFolder, VXTrashFolder})
+            folders.insert(name, VXFetchRootFolder(name, &context));
+        for (const Message &each : added) {
+            VXMessageRecord record;
+            record.text = each.text;
+            record.date = each.date;
+            record.direction = VXRecordDirection::Incoming;
+            record.from = u"<+1 555 %1>"_s.arg(each.party, 4, 10, QChar(u'0'));
+            VXMessageStore::insertMessage(record, folders.value(each.folder));
+        }
+        EXPECT_TRUE(context.save());
+        messages += added;
+    }
+
+    // What a search has to find, newest first; rows of one date in the order of their texts.
+    QStringList expected(const QString &text, const QString &folder) const
+    {
+        QList<Message> found = messages;
+        found.removeIf([&](const Message &each) {
+            return !each.text.contains(text, Qt::CaseInsensitive) ||
+                   (folder.isNull() ? each.folder == VXTrashFolder : each.folder != folder);
+        });
+        sort(found);
+        QSet<int> known;
+        QStringList texts;
+        for (const Message &each : std::as_const(found)) {
+            if (folder.isNull() && known.contains(each.party))
+                continue;
+            known.insert(each.party);
+            texts.append(each.text);
+        }
+        return texts;
+    }
+
+    [[nodiscard]] QStringList shown()
+    {
+        EXPECT_TRUE(VXRunUntil([&] { return !list.isReading(); }));
+        QList<Message> rows;
+        for (int row = 0; row < list.rowCount(); ++row) {
+            const auto contents = list.index(row).data(VXStoreListModel::ValueRole).value<VXRowContents>();
+            const VXMessageRecord message = contents.data.value<VXShownMessage>().message;
+            rows.append({message.text, 0, message.date, {}});
+        }
+        EXPECT_TRUE(std::ranges::is_sorted(rows, std::ranges::greater(), &Message::date));
+        sort(rows);
+        QStringList texts;
+        for (const Message &each : std::as_const(rows))
+            texts.append(each.text);
+        return texts;
+    }
+
+    static void sort(QList<Message> &found)
+    {
+        std::ranges::sort(found, {}, &Message::text);
+        std::ranges::stable_sort(found, std::ranges::greater(), &Message::date);
+    }
+
+    const VXMessageStore store = *VXMessageStore::sharedStore();
+    QList<Message> messages;
+    VXConversationList list{store, nullptr};
+};
+
+TEST_F(VXConversationListTest, findsWhatHasTheTextWhateverWasTypedBefore)
+{
+    const QDateTime first = QDateTime::fromMSecsSinceEpoch(1'700'000'000'000, Qt::UTC);
+    QList<Message> added;
+    for (int i = 0; i < 12'000; ++i) {
+        const bool isRare = i % 1'499 == 7;
+        const QString folder = i % 5 == 0 ? VXSentFolder : i % 7 == 0 ? VXTrashFolder : VXInboxFolder;
+        added.append({isRare ? u"A Zebra, %1"_s.arg(i) : u"To be, %1"_s.arg(i), i % 60,
+                      i % 2'998 == 7 ? QDateTime() : first.addSecs(i / 3), folder});
+    }
+    add(added);
+    VXManagedObjectContext context(store.coordinator());
+    const VXManagedObjectID inbox = VXFetchRootFolder(VXInboxFolder, &context)->objectID();
+    for (const QString &typed : {u"e"_s, u"ze"_s, u"zebra, 1"_s, u"ze"_s, u"b"_s, u"be, 119"_s, u"no such"_s}) {
+        list.setSearch(typed);
+        EXPECT_EQ(shown(), expected(typed, {})) << typed.toStdString();
+    }
+    for (const QString &typed : {u"zeb"_s, u"zebra, 1"_s}) {
+        list.setSearch(typed, inbox);
+        EXPECT_EQ(shown(), expected(typed, VXInboxFolder)) << typed.toStdString();
+    }
+    list.setSearch(u"zebra"_s);
+    add({{u"One more zebra"_s, 99, first.addYears(1), VXInboxFolder}}); // where it was looked already
+    EXPECT_TRUE(VXRunUntil([&] { return list.rowOfConversation(VXConversationKey(u"<+1 555 0099>"_s)) == 0; }));
+    EXPECT_EQ(shown(), expected(u"zebra"_s, {}));
+}
