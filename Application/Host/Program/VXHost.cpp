@@ -6,6 +6,7 @@
 #include "VXDiagnostics.h"
 #include "VXErrorText.h"
 #include "VXException.h"
+#include "VXFileMask.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXGuard.h"
@@ -196,6 +197,7 @@ void occupyStandardDescriptors()
 int VXHost::run(int argc, char **argv)
 {
     occupyStandardDescriptors();
+    VXLetUserHaveOwnFiles();
     std::signal(SIGPIPE, SIG_IGN); // a reader that went away is a failed write, not the end
     const VXHostCommandTable &commands = VXHostCommandTable::standard();
     const VXHostOptions options(decodedArguments(argc, argv), commands);
