@@ -2,6 +2,7 @@
 
 #include "VXCallRecord.h"
 #include "VXEmailAddress.h"
+#include "VXMetaDataSource.h"
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookList.h"
 #include "VXPhonebookManager.h"
@@ -69,14 +70,19 @@ QStringList itemsOf(const VXManagedObject &record, const QString &key)
     return VXUnpackPhonebookStrings(text(record, key), true);
 }
 
-// As it stands there: whose a bare number is, and how people write it, is seen when it is shown.
-QString nameOrAddress(const QString &item)
+/** As it stands there: whose a number is now, and how people write it, is seen when it is shown. */
+struct Party
 {
+    explicit Party(const QString &item)
+    {
+        if (!VXPhonebookStringSplit(item, &name, &address) && name.isEmpty())
+            name = item;
+    }
+    QString title() const { return name.isEmpty() ? address : name; }
+
     QString name;
-    QString value;
-    static_cast<void>(VXPhonebookStringSplit(item, &name, &value));
-    return !name.isEmpty() ? name : value.isEmpty() ? item : value;
-}
+    QString address;
+};
 
 QStringList addressesIn(const QStringList &items, bool (*isValid)(QStringView))
 {
@@ -161,13 +167,21 @@ QVariantMap VXPhonebookRecord::phonebookMetaData(const VXManagedObject &record)
 QVariantMap VXPhonebookRecord::searchMetaData(const VXManagedObject &record, const QString &kind)
 {
     QVariantMap metaData = phonebookMetaData(record);
-    QStringList names = itemsOf(record, isIncoming(record) ? fromKey : toKey);
-    for (QString &item : names)
-        item = nameOrAddress(item);
+    QStringList titles, names, addresses;
+    for (const QString &item : itemsOf(record, isIncoming(record) ? fromKey : toKey)) {
+        const Party party(item);
+        titles.append(party.title());
+        names.append(party.name.isNull() ? u""_s : party.name);
+        addresses.append(party.address.isNull() ? u""_s : party.address);
+    }
+    metaData.insert(VXMetaDataGenerationKey, VXMetaDataGeneration);
     metaData.insert(u"kMDItemKind"_s, kind);
     metaData.insert(u"kMDItemContentCreationDate"_s, record.valueForKey(u"date"_s));
-    if (!names.isEmpty())
-        metaData.insert(u"kMDItemTitle"_s, names.join(", "_L1));
+    if (!titles.isEmpty()) {
+        metaData.insert(u"kMDItemTitle"_s, titles.join(", "_L1));
+        metaData.insert(u"VXPartyNames"_s, names);
+        metaData.insert(u"VXPartyAddresses"_s, addresses);
+    }
     return metaData;
 }
 

@@ -31,7 +31,8 @@ public:
      * texts; without those that are empty. */
     static QVariantMap phonebookMetaData(const VXManagedObject &record);
 
-    /** The same for a file of a VXMetaDataSync, with the kind ("call", "message"), who the other party is and when it was. */
+    /** The same for a file of a VXMetaDataSync, with the kind ("call", "message"), who the other party was, name by
+     *  name and address by address, and when. */
     static QVariantMap searchMetaData(const VXManagedObject &record, const QString &kind);
 
     /** For a list of phonebook strings: each name and, in the form for look-ups, each address. Null for none. */

@@ -3,17 +3,27 @@
 #include "VXFrameworkExport.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QUrl>
+
+/** Of a message or call, as it was recorded. */
+struct VXFoundParty
+{
+    QString name = {}; // empty for none, as the address
+    QString address = {};
+};
 
 /** An object that was found. */
 struct VX_EXPORT VXFoundObject
 {
     QUrl uri = {};      // x-coredata://STORE/ENTITY/pNUMBER
     QString kind = {};  // "contact", "message", "call"
-    QString title = {}; // null for none, as the detail
+    QString title = {}; // null for none, as the detail; of a message or call the other party as it is called now
     QString detail = {};
     QDateTime date = {}; // invalid for none
+    QList<VXFoundParty> parties = {};
+    bool isInTrash = false;
 
     /** By which the application opens it: "vxbook://STORE/ENTITY/pNUMBER". */
     QUrl url() const;

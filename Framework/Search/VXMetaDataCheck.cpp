@@ -31,8 +31,10 @@ constexpr std::chrono::milliseconds longestTurn = 60s; // of another process tha
 class VXMetaDataSync::Check
 {
 public:
-    Check(VXMetaDataSync &sync, const VXEntityDescription &entity, bool repairs)
-        : _mirror(sync._mirror), _entity(entity), _repairs(repairs), _context(sync._persistentStoreCoordinator)
+    /** `isOutdated`: a pass is due for what an earlier generation of the program wrote. */
+    Check(VXMetaDataSync &sync, const VXEntityDescription &entity, bool repairs, bool isOutdated)
+        : _mirror(sync._mirror), _entity(entity), _relationships(sync._relationships), _repairs(repairs),
+          _isOutdated(isOutdated), _context(sync._persistentStoreCoordinator)
     {
     }
 
@@ -43,7 +45,7 @@ public:
             compare(*object);
             return true;
         };
-        if (!VXMetaDataWalk(_context, _entity).forEach(look, error))
+        if (!VXMetaDataWalk(_context, _entity, _relationships).forEach(look, error))
             return std::nullopt;
         _mirror.folder().forEachEntry([this](const char *name) { lookForOrphan(name); });
         return _report;
@@ -65,7 +67,7 @@ private:
             return; // a file of it is an orphan
         _numbers.insert(object.objectID().number());
         if (const std::optional<Kind> kind = _mirror.folder().compare(name, *expected))
-            note(*kind, name,
+            note(*kind == Kind::Outdated && !_isOutdated ? Kind::Stale : *kind, name,
                  [&] { return _mirror.writeFile(name, object) && !_mirror.folder().compare(name, *expected); });
         else
             _mirror.indexer().compare(name, *expected);
@@ -96,8 +98,10 @@ private:
 
     VXMetaDataMirror &_mirror;
     const VXEntityDescription &_entity;
+    const QStringList _relationships;
     const VXMetaDataNames _names{_entity};
     const bool _repairs;
+    const bool _isOutdated;
     VXManagedObjectContext _context;
     VXNumberSet _numbers; // of the objects that have files
     VXMetaDataReport _report;
@@ -120,8 +124,10 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
     const QByteArray origin = _mirror.folder().origin();
     const bool isNew = !indexer.wasComplete() && origin.isEmpty();
     const bool isOfOtherStore = !origin.isEmpty() && origin != VXMarkOfStores(*_persistentStoreCoordinator);
-    const bool wasDue = _debt.isAny();
-    std::optional<VXMetaDataReport> report = Check(*this, *entity, repairs).run(error);
+    const QVariantMap settings = _settings.present();
+    const bool isOutdated = !origin.isEmpty() && !_settings.isGenerationNoted();
+    const bool wasDue = isOutdated || !_settings.areNoted(settings) || _debt.isAny();
+    std::optional<VXMetaDataReport> report = Check(*this, *entity, repairs, isOutdated).run(error);
     const bool isDue = !isNew && (isOfOtherStore || wasDue || _debt.isAny());
     if (report && (isNew || isDue) && !repairs) {
         report->isTakenIn = false;
@@ -130,17 +136,24 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
         });
         return report;
     }
-    VXError hindrance;
-    if (report)
-        report->isIndexWhole = indexer.isSound(&hindrance) && indexer.isInStep(_mirror.folder().fileCount());
-    if (hindrance) {
-        VXSetError(error, hindrance);
+    if (!report || !checkIndex(repairs, &*report, error))
         return std::nullopt;
+    report->isIndexWhole = report->isIndexWhole || isOutdated; // then it may be of another version, and is new
+    if (repairs && report->unrepaired == 0) {
+        static_cast<void>(_mirror.folder().setOrigin(VXMarkOfStores(*_persistentStoreCoordinator)));
+        static_cast<void>(_settings.note(settings)); // else a pass looks at all once more
     }
-    if (report && repairs && !report->isIndexWhole)
+    return report;
+}
+
+bool VXMetaDataSync::checkIndex(bool repairs, VXMetaDataReport *report, VXError *error)
+{
+    VXMetaDataIndexer &indexer = _mirror.indexer();
+    VXError hindrance;
+    report->isIndexWhole = indexer.isSound(&hindrance) && indexer.isInStep(_mirror.folder().fileCount());
+    VXSetError(error, hindrance);
+    if (repairs && !report->isIndexWhole && !hindrance)
         report->isIndexRepaired =
             indexer.settle(_mirror.folder().fileCount()) && indexer.isInStep(_mirror.folder().fileCount());
-    if (report && repairs && report->unrepaired == 0)
-        static_cast<void>(_mirror.folder().setOrigin(VXMarkOfStores(*_persistentStoreCoordinator)));
-    return report;
+    return !hindrance;
 }

@@ -100,12 +100,12 @@ bool add(const QString &name, const QByteArray &lines)
 void addLines(const QByteArray &text, VXMetaDataDebt::Owed *owed)
 {
     owed->isAll = owed->isAll || (!text.isEmpty() && !text.endsWith('\n'));
-    for (const QByteArray &line : text.split('\n')) {
+    for (const QLatin1StringView line : QLatin1StringView(text).tokenize(u'\n', Qt::SkipEmptyParts)) {
         bool isNumber = false;
         const qint64 number = line.toLongLong(&isNumber);
         if (isNumber)
             owed->numbers.insert(number);
-        else if (!line.isEmpty())
+        else
             owed->isAll = true;
     }
 }

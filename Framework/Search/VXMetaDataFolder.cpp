@@ -3,6 +3,7 @@
 #include "VXFileManager.h"
 #include "VXFolders.h"
 #include "VXMakeWay.h"
+#include "VXMetaDataSource.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
 
@@ -138,6 +139,8 @@ std::optional<VXMetaDataFinding::Kind> VXMetaDataFolder::compare(const QString &
     const std::optional<QVariantMap> found = read(name);
     if (!found)
         return VXMetaDataFinding::Kind::Damaged;
+    if (found->value(VXMetaDataGenerationKey).toLongLong() < VXMetaDataGeneration)
+        return VXMetaDataFinding::Kind::Outdated;
     // An earlier program may have written the same in other bytes.
     return bytesOf(*found) == expected ? std::nullopt : std::optional(VXMetaDataFinding::Kind::Stale);
 }

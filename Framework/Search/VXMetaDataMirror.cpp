@@ -6,6 +6,7 @@
 #include "VXNone.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QScopeGuard>
 
@@ -93,7 +94,8 @@ bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObjec
 {
     bool isFree = false;
     const std::optional<qint64> fileTime = _folder.modificationTime(name, &isFree);
-    if (fileTime && isCurrent(object, *fileTime) && !_owed.contains(object.objectID().number())) {
+    if (fileTime && isCurrent(object, *fileTime) && !_owed.contains(object.objectID().number()) &&
+        isOfPresentGeneration(name)) {
         const auto ahead = _ahead.constFind(object.objectID().number());
         ++(ahead == _ahead.cend() ? _unchanged : *ahead == Ahead::Added ? _added : _updated);
         if (ahead != _ahead.cend())
@@ -110,7 +112,14 @@ bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObjec
 bool VXMetaDataMirror::isCurrent(qint64 number, const char *name, std::optional<qint64> date) const
 {
     const std::optional<qint64> fileTime = _folder.modificationTime(name);
-    return fileTime && isAsLate(*fileTime, date) && !_owed.contains(number) && !_ahead.contains(number);
+    return fileTime && isAsLate(*fileTime, date) && !_owed.contains(number) && !_ahead.contains(number) &&
+           (!_checksGenerations || isOfPresentGeneration(QFile::decodeName(name)));
+}
+
+bool VXMetaDataMirror::isOfPresentGeneration(const QString &name) const
+{
+    const auto values = _checksGenerations ? _folder.read(name) : std::nullopt;
+    return !_checksGenerations || (values && values->value(VXMetaDataGenerationKey) == VXMetaDataGeneration);
 }
 
 bool VXMetaDataMirror::isCurrent(const VXManagedObject &object, qint64 fileTime) const

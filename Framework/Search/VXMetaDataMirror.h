@@ -70,6 +70,8 @@ public:
     bool isWhole() const { return _isWhole; }
     /** Objects whose files are not to be taken for current by their dates. */
     void setOwed(VXMetaDataDebt::Owed owed) { _owed = std::move(owed); }
+    /** Whether those that an earlier generation of the program wrote are not either. */
+    void setChecksGenerations(bool checks) { _checksGenerations = checks; }
     /** Whether a file could not be written because the folder was removed. */
     bool isFolderGone() const { return _isFolderGone; }
 
@@ -83,6 +85,8 @@ private:
     enum class Ahead { Added, Updated };
 
     bool isCurrent(const VXManagedObject &object, qint64 fileTime) const;
+    /** Also when that is not to be looked at. */
+    bool isOfPresentGeneration(const QString &name) const;
     /** Whether a file of that time is not older than an object of that date, or as old as a file can be; for none, always. */
     bool isAsLate(qint64 fileTime, std::optional<qint64> date) const;
     /** Milliseconds since 1970; none for an object without date. */
@@ -98,6 +102,7 @@ private:
     QHash<qint64, Ahead> _ahead; // by the object's number: files written since the last pass
     qint32 _removedAhead = 0;
     VXMetaDataDebt::Owed _owed;
+    bool _checksGenerations = false;
     mutable std::optional<qint64> _latestTime; // of the folder's files, once it mattered
     bool _isFolderGone = false;
     bool _isWhole = true;

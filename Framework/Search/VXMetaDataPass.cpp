@@ -122,6 +122,7 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
     VXMetaDataDebt::Owed owed = _sync._debt.beginPass(); // what is saved from now on, anywhere, is owed anew
     owed.isAll = owed.isAll || !_sync._settings.areNoted(settings);
     _sync._mirror.setOwed(std::move(owed));
+    _sync._mirror.setChecksGenerations(!_sync._settings.isGenerationNoted());
     const bool isAllDone = work();
     const bool isAlone = !isTurnLost();
     const bool isDone = isAllDone && isAlone && _sync._settings.note(settings);
@@ -254,7 +255,7 @@ bool VXMetaDataSync::Pass::makeWayForStore()
 bool VXMetaDataSync::Pass::synchronizeObjects(const VXEntityDescription &entity)
 {
     VXError error;
-    const VXMetaDataWalk walk(_context, entity);
+    const VXMetaDataWalk walk(_context, entity, _sync._relationships);
     _activity->setDoubleValue(0);
     _activity->setMaxValue(double(walk.count(&error).value_or(0)));
     const auto visit = [this](const VXManagedObjectPtr &object) {

@@ -2,6 +2,7 @@
 
 #include "VXFileManager.h"
 #include "VXMakeWay.h"
+#include "VXMetaDataSource.h"
 #include "VXPropertyList.h"
 #include "VXUserDefaults.h"
 
@@ -32,6 +33,12 @@ QVariantMap valuesOf(const QStringList &keys)
     return values;
 }
 
+QVariantMap withGeneration(QVariantMap values)
+{
+    values.insert(VXMetaDataGenerationKey, QString::number(VXMetaDataGeneration));
+    return values;
+}
+
 } // namespace
 
 VXMetaDataSettings::VXMetaDataSettings(const QString &identifier, const QStringList &keys)
@@ -44,16 +51,29 @@ QVariantMap VXMetaDataSettings::present() const
     return valuesOf(_keys);
 }
 
+QVariantMap VXMetaDataSettings::noted() const
+{
+    return VXPropertyList::fromFile(_path).toMap();
+}
+
 bool VXMetaDataSettings::areNoted(const QVariantMap &settings) const
 {
-    return settings.isEmpty() || VXPropertyList::fromFile(_path).toMap() == settings;
+    QVariantMap known = noted();
+    known.remove(VXMetaDataGenerationKey);
+    return known == settings;
+}
+
+bool VXMetaDataSettings::isGenerationNoted() const
+{
+    return noted().value(VXMetaDataGenerationKey) == QString::number(VXMetaDataGeneration);
 }
 
 bool VXMetaDataSettings::note(const QVariantMap &settings) const
 {
-    return areNoted(settings) ||
+    const QVariantMap all = withGeneration(settings);
+    return noted() == all ||
            (VXMakeWayForFile(_path) &&
-            VXPropertyList::toFile(settings, _path, VXPropertyList::Format::Binary, nullptr, VXFileAccess::Private));
+            VXPropertyList::toFile(all, _path, VXPropertyList::Format::Binary, nullptr, VXFileAccess::Private));
 }
 
 void VXMetaDataSettings::forget() const
@@ -67,6 +87,8 @@ bool VXMetaDataSettings::areAllPresent()
     const QStringList names = all.entryList({u'*' + suffix}, QDir::Files, QDir::Unsorted);
     return std::ranges::all_of(names, [&all](const QString &name) {
         const QVariantMap noted = VXPropertyList::fromFile(all.filePath(name)).toMap();
-        return noted == valuesOf(noted.keys());
+        QStringList keys = noted.keys();
+        keys.removeAll(VXMetaDataGenerationKey);
+        return noted == withGeneration(valuesOf(keys));
     });
 }

@@ -10,6 +10,8 @@ constexpr QLatin1String generation("_MD2."); // of the format, and the point of 
 
 }
 
+const QString VXMetaDataGenerationKey = u"VXGeneration"_s;
+
 VXMetaDataSource::~VXMetaDataSource() = default;
 VXMetaDataPart::~VXMetaDataPart() = default;
 

@@ -9,6 +9,17 @@
 
 #include <optional>
 
+/** Grows when classes of this program learn to tell more of their objects: then all files are written anew but those that tell that
+ *  they are of this one. A new version of the index takes a new one as well. */
+constexpr qint64 VXMetaDataGeneration = 2; // 1 was not told
+VX_EXPORT extern const QString VXMetaDataGenerationKey;
+
+/** "VXHidden" in the file of an object that not every search is to find. The greater, the fewer find it. */
+enum class VXMetaDataHiding : int {
+    InTrash = 1, // only who asks for it
+    Removed = 2, // nobody
+};
+
 /** Implemented by classes of store objects that can be found by searching. */
 class VX_EXPORT VXMetaDataSource
 {
@@ -17,7 +28,7 @@ public:
 
     /**
      * What a search finds the object by and shows of it, by the attribute keys of docs/FORMATS.md; values that are none
-     * are left out. Empty optional: the object is not to be found. Called on the thread of the object's context.
+     * are left out. With the generation, if it is of this program. Empty optional: the object is not to be found. Called on the thread of the object's context.
      */
     virtual std::optional<QVariantMap> metaDataPlist() const = 0;
 };

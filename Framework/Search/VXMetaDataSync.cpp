@@ -58,10 +58,10 @@ std::chrono::milliseconds pollingInterval()
 
 VXMetaDataSync::VXMetaDataSync(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
                                const QString &entityName, const QString &modificationDateKey,
-                               const QStringList &settings)
+                               const VXMetaDataInputs &inputs)
     : _identifier(identifier), _entityName(entityName), _modificationDateKey(modificationDateKey),
-      _persistentStoreCoordinator(coordinator), _settings(identifier, settings),
-      _mirror(identifier, modificationDateKey)
+      _persistentStoreCoordinator(coordinator), _settings(identifier, inputs.settings),
+      _relationships(inputs.relationships), _mirror(identifier, modificationDateKey)
 {
 }
 
@@ -88,13 +88,13 @@ QList<VXMetaDataSync::Ptr> VXMetaDataSync::launchedSyncs()
 
 VXMetaDataSync::Ptr VXMetaDataSync::launchMetaDataSyncWithIdentifier(
     const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &entityName,
-    const QString &modificationDateKey, const QStringList &settings)
+    const QString &modificationDateKey, const VXMetaDataInputs &inputs)
 {
     if (isIgnored()) {
         static_cast<void>(VXMetaDataRemoval::remove(identifier)); // the next time, if not now
         return nullptr;
     }
-    const Ptr sync = initWithIdentifier(identifier, coordinator, entityName, modificationDateKey, settings);
+    const Ptr sync = initWithIdentifier(identifier, coordinator, entityName, modificationDateKey, inputs);
     if (!sync || !sync->startWork())
         return nullptr;
     Launched &launched = Launched::shared();
@@ -152,7 +152,7 @@ bool VXMetaDataSync::startWork()
 VXMetaDataSync::Ptr VXMetaDataSync::initWithIdentifier(const QString &identifier,
                                                        const VXPersistentStoreCoordinator::Ptr &coordinator,
                                                        const QString &entityName, const QString &modificationDateKey,
-                                                       const QStringList &settings)
+                                                       const VXMetaDataInputs &inputs)
 {
     if (!coordinator) {
         VXLogClassMethod(VXLogError, VXMetaDataSync,
@@ -160,7 +160,7 @@ VXMetaDataSync::Ptr VXMetaDataSync::initWithIdentifier(const QString &identifier
                          "thePersistentStoreCoordinator can not be nil: %1/%2"_L1.arg(identifier, entityName));
         return nullptr;
     }
-    const Ptr sync(new VXMetaDataSync(identifier, coordinator, entityName, modificationDateKey, settings));
+    const Ptr sync(new VXMetaDataSync(identifier, coordinator, entityName, modificationDateKey, inputs));
     if (!VXMainThread::performAndWait([&sync] { sync->addStoreListener(); }))
         return nullptr; // the program is at its end
     return sync;
@@ -390,7 +390,7 @@ void VXMetaDataSync::runDuePass()
 // What other processes owe, set and remove.
 void VXMetaDataSync::noteChangesElsewhere()
 {
-    if (_debt.isAny() || !_settings.areNoted(_settings.present()) || isMirrorGone())
+    if (_debt.isAny() || !_settings.areNoted(_settings.present()) || !_settings.isGenerationNoted() || isMirrorGone())
         setNeedsUpdate(true);
     // Seen the next time; whoever observes the user defaults is on the main thread.
     VXMainThread::perform([] { static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize()); });

@@ -26,6 +26,13 @@ enum class VXMetaDataWork {
     OwnSaves, // each mirrors at its end what this process saved, if that is little: of one that does one thing and ends
 };
 
+/** What the files of an entity's objects tell besides the objects' own attributes. */
+struct VXMetaDataInputs
+{
+    QStringList settings = {};      // user defaults that the texts go by; when one changes, all are written anew
+    QStringList relationships = {}; // whose objects are read along with many
+};
+
 /**
  * Keeps a folder of small property lists, one for each object of an entity, in step with the store, for whoever searches.
  * A thread of its own goes through all objects after the store was saved (a pass), 5 seconds after the pass before or when
@@ -39,18 +46,17 @@ public:
     using Ptr = std::shared_ptr<VXMetaDataSync>;
 
     /**
-     * Starts to mirror into the folder of that identifier; the thread keeps the sync until terminate(). `settings`: user
-     * defaults that the texts of the objects go by; when one changes, all are written anew. Null when the user default
-     * "metadata.ignore" is true, and what was mirrored before is removed then; and without a coordinator.
+     * Starts to mirror into the folder of that identifier; the thread keeps the sync until terminate(). Null when the user
+     * default "metadata.ignore" is true, and what was mirrored before is removed then; and without a coordinator.
      */
     static Ptr launchMetaDataSyncWithIdentifier(const QString &identifier,
                                                 const VXPersistentStoreCoordinator::Ptr &coordinator,
                                                 const QString &entityName, const QString &modificationDateKey,
-                                                const QStringList &settings = {});
+                                                const VXMetaDataInputs &inputs = {});
     /** Makes a sync whose first pass is due, and starts nothing. Null, logged, without a coordinator. */
     static Ptr initWithIdentifier(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
                                   const QString &entityName, const QString &modificationDateKey,
-                                  const QStringList &settings = {});
+                                  const VXMetaDataInputs &inputs = {});
     ~VXMetaDataSync();
     VXMetaDataSync(const VXMetaDataSync &) = delete;
     VXMetaDataSync &operator=(const VXMetaDataSync &) = delete;
@@ -129,7 +135,9 @@ private:
     using Clock = std::chrono::steady_clock;
 
     VXMetaDataSync(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
-                   const QString &entityName, const QString &modificationDateKey, const QStringList &settings);
+                   const QString &entityName, const QString &modificationDateKey, const VXMetaDataInputs &inputs);
+    /** What the index says of the files. False, with an error, when that cannot be seen. */
+    bool checkIndex(bool repairs, VXMetaDataReport *report, VXError *error);
     void addStoreListener();
     bool startWork();
     void noteOtherStore(bool isToStay) const;
@@ -160,6 +168,7 @@ private:
     const QString _modificationDateKey;
     const VXPersistentStoreCoordinator::Ptr _persistentStoreCoordinator;
     const VXMetaDataSettings _settings;
+    const QStringList _relationships; // read along with many objects
     VXMetaDataDebt _debt{_identifier};
     VXMetaDataMirror _mirror;      // the worker's
     bool _mirrorsOwnSaves = false; // at the end

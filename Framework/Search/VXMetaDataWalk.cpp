@@ -6,6 +6,14 @@ constexpr qsizetype pageSize = 500;
 
 }
 
+// The model is the store's, which may be another one than the plugin's.
+VXMetaDataWalk::VXMetaDataWalk(VXManagedObjectContext &context, const VXEntityDescription &entity,
+                               const QStringList &relationships)
+    : _context(context), _entity(entity), _relationships(relationships)
+{
+    _relationships.removeIf([&](const QString &name) { return entity.relationshipForName(name) == nullptr; });
+}
+
 std::optional<qsizetype> VXMetaDataWalk::count(VXError *error) const
 {
     return _context.countForFetchRequest(VXFetchRequest(_entity), error);
@@ -34,6 +42,7 @@ bool VXMetaDataWalk::forEachUnless(const QString &dateKey, const PassesOver &pas
     const VXAttributeDescription *const date = paged && passesOver ? storedDate(dateKey) : nullptr;
     VXFetchRequest request(_entity);
     (paged ? request.limit : request.batchSize) = pageSize;
+    request.prefetchedRelationships = _relationships;
     bool isAtEnd = false;
     while (!isAtEnd) {
         const auto dates = date == nullptr ? std::optional(Page())

@@ -10,10 +10,9 @@
 class VXMetaDataWalk
 {
 public:
-    VXMetaDataWalk(VXManagedObjectContext &context, const VXEntityDescription &entity)
-        : _context(context), _entity(entity)
-    {
-    }
+    /** `relationships`: whose objects are read along. */
+    VXMetaDataWalk(VXManagedObjectContext &context, const VXEntityDescription &entity,
+                   const QStringList &relationships);
 
     /** None, with an error, when the store cannot be read. */
     std::optional<qsizetype> count(VXError *error) const;
@@ -37,4 +36,5 @@ private:
 
     VXManagedObjectContext &_context;
     const VXEntityDescription &_entity;
+    QStringList _relationships;
 };

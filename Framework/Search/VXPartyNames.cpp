@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -32,8 +33,8 @@ double scoreOf(const QString &text, const QString &number, const QString &digits
 
 } // namespace
 
-// As the contact is called that stands for it best; else as people write it.
-QString VXPartyNames::nameOf(const QString &number)
+// As the contact is called that stands for it best.
+QString VXPartyNames::contactOf(const QString &number)
 {
     const QString digits = VXSearchEntries::reversedSearchString(number);
     VXSQLiteStatement statement = _connection.statement(
@@ -41,11 +42,11 @@ QString VXPartyNames::nameOf(const QString &number)
         "AND number.entry >= ?2 AND kind = 'contact' AND title <> '' ORDER BY entry LIMIT ?3"_s,
         nullptr);
     if (!statement || digits.isEmpty())
-        return VXFormatPhoneNumber(number);
+        return {};
     statement.bindText(1, digits);
     statement.bindNumber(2, VXSearchEntries::undated);
     statement.bindNumber(3, mostCandidates);
-    QString name = VXFormatPhoneNumber(number);
+    QString name;
     for (auto best = -std::numeric_limits<double>::infinity(); statement.step() == VXSQLiteStatement::Step::Row;) {
         const double score = scoreOf(statement.text(1), number, digits);
         if (score > best)
@@ -55,18 +56,25 @@ QString VXPartyNames::nameOf(const QString &number)
     return name;
 }
 
+QString VXPartyNames::nameOf(const VXFoundParty &party)
+{
+    const bool isNumber = VXIsValidPhoneNumber(party.address);
+    if (isNumber) {
+        auto known = _contacts.constFind(party.address);
+        if (known == _contacts.cend())
+            known = _contacts.insert(party.address, contactOf(party.address));
+        if (!known->isNull())
+            return *known;
+    }
+    return !party.name.isEmpty() ? party.name : isNumber ? VXFormatPhoneNumber(party.address) : party.address;
+}
+
 void VXPartyNames::nameParties(VXFoundObject *object)
 {
-    if (object->kind == "contact"_L1 || object->title.isEmpty())
+    if (object->parties.isEmpty())
         return;
-    QStringList parties = object->title.split(", "_L1);
-    for (QString &party : parties) {
-        if (!VXIsValidPhoneNumber(party))
-            continue;
-        QString &name = _names[party];
-        if (name.isNull())
-            name = nameOf(party);
-        party = name;
-    }
-    object->title = parties.join(", "_L1);
+    QStringList names;
+    for (const VXFoundParty &party : std::as_const(object->parties))
+        names.append(nameOf(party));
+    object->title = names.join(", "_L1);
 }

@@ -7,18 +7,21 @@
 
 class VXSQLiteConnection;
 
-/** What the bare numbers of records are called: by the contacts of the index as they are called now. For one search. */
+/** What the parties of records are called: by the contacts of the index as they are called now. For one search. */
 class VXPartyNames
 {
 public:
     explicit VXPartyNames(VXSQLiteConnection &connection) : _connection(connection) {}
 
-    /** Puts names in the place of the bare numbers in its title, which is a list of parties. */
+    /** Makes its title of its parties, if it has some: what the contact is called now who has the number, else the recorded name,
+     *  else the number as people write it. */
     void nameParties(VXFoundObject *object);
 
 private:
-    QString nameOf(const QString &number);
+    QString nameOf(const VXFoundParty &party);
+    /** Null for a number that no contact has. */
+    QString contactOf(const QString &number);
 
     VXSQLiteConnection &_connection;
-    QHash<QString, QString> _names; // by number
+    QHash<QString, QString> _contacts; // by number
 };

@@ -6,6 +6,8 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QHash>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
 
 #include <algorithm>
 #include <limits>
@@ -24,13 +26,16 @@ const QString identifierKey = u"kMDItemIdentifier"_s;
 const QString numbersKey = u"kMDItemPhoneNumbers"_s;
 const QString descriptionKey = u"kMDItemDescription"_s;
 const QString dateKey = u"kMDItemContentCreationDate"_s;
+const QString partyNamesKey = u"VXPartyNames"_s;
+const QString partyAddressesKey = u"VXPartyAddresses"_s;
 
 // Once what is said twice, as a number that is all of the title, and a text that is shown beside it.
 QString wordsOf(const QVariantMap &values)
 {
     QStringList words;
     for (const auto &[key, value] : values.asKeyValueRange()) {
-        if (key == identifierKey || key == "kMDItemCreator"_L1 || key == "kMDItemKind"_L1 || key == descriptionKey)
+        if (key == identifierKey || key == "kMDItemCreator"_L1 || key == "kMDItemKind"_L1 || key == descriptionKey ||
+            key == partyNamesKey || key == partyAddressesKey) // who the parties are is in other lists, too
             continue;
         if (value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QStringList ||
             value.typeId() == QMetaType::QVariantList)
@@ -55,6 +60,17 @@ QStringList numbersOf(const QVariantMap &values)
 QByteArray jsonOf(const QStringList &numbers)
 {
     return numbers.isEmpty() ? QByteArray() : "[\"" + numbers.join("\",\""_L1).toUtf8() + "\"]";
+}
+
+// [[NAME, ADDRESS], ...]. Null for none.
+QByteArray partiesOf(const QVariantMap &values)
+{
+    const QStringList names = values.value(partyNamesKey).toStringList();
+    const QStringList addresses = values.value(partyAddressesKey).toStringList();
+    QJsonArray parties;
+    for (qsizetype index = 0; index < std::max(names.size(), addresses.size()); ++index)
+        parties.append(QJsonArray{names.value(index), addresses.value(index)});
+    return parties.isEmpty() ? QByteArray() : QJsonDocument(parties).toJson(QJsonDocument::Compact);
 }
 
 // Null for null.
@@ -93,7 +109,8 @@ struct Row
           object(utf8Of(change.values->value(identifierKey).toString())), kind(utf8Of(kindOf(change))),
           title(utf8Of(change.values->value(u"kMDItemTitle"_s).toString())),
           detail(utf8Of(change.values->value(descriptionKey).toString())), date(change.values->value(dateKey)),
-          text(utf8Of(wordsOf(*change.values))), json(jsonOf(numbers))
+          text(utf8Of(wordsOf(*change.values))), json(jsonOf(numbers)), parties(partiesOf(*change.values)),
+          hidden(change.values->value(u"VXHidden"_s).toLongLong())
     {
     }
 
@@ -108,6 +125,8 @@ struct Row
         statement.bindValue(7, date);
         bindUtf8(statement, 8, text);
         bindUtf8(statement, 9, json);
+        bindUtf8(statement, 10, parties);
+        statement.bindNumber(11, hidden);
     }
 
     const qint64 folder;
@@ -116,6 +135,8 @@ struct Row
     const QVariant date;
     const QByteArray text;
     const QByteArray json; // of the numbers
+    const QByteArray parties;
+    const qint64 hidden; // as VXMetaDataHiding, 0 for none
 };
 
 } // namespace
@@ -150,7 +171,8 @@ std::optional<bool> VXSearchEntries::has(qint64 folder, const VXSearchIndex::Cha
 {
     VXSQLiteStatement statement = _connection.statement(
         u"SELECT 1 FROM entry WHERE folder = ?1 AND name = ?2 AND object IS ?3 AND kind IS ?4 AND title IS ?5 AND "
-        "detail IS ?6 AND date IS ?7 AND text IS ?8 AND numbers IS ?9 AND NOT EXISTS "
+        "detail IS ?6 AND date IS ?7 AND text IS ?8 AND numbers IS ?9 AND parties IS ?10 AND hidden = ?11 AND NOT "
+        "EXISTS "
         "(SELECT 1 FROM json_each(?9) WHERE NOT EXISTS "
         "(SELECT 1 FROM number WHERE reversed = value AND number.entry = entry.id))"_s,
         error);
@@ -284,16 +306,16 @@ std::optional<qint64> VXSearchEntries::freeID(qint64 place, VXError *error)
 // Not while there is one of that ID or name.
 bool VXSearchEntries::insert(qint64 folder, const VXSearchIndex::Change &change, qint64 id, bool *isIn, VXError *error)
 {
-    VXSQLiteStatement entry = _connection.statement(
-        u"INSERT OR IGNORE INTO entry (folder, name, object, kind, title, detail, date, text, numbers, id) "
-        "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
-        error);
+    VXSQLiteStatement entry = _connection.statement(u"INSERT OR IGNORE INTO entry (folder, name, object, kind, title, "
+                                                    u"detail, date, text, numbers, parties, hidden, id) "
+                                                    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
+                                                    error);
     VXSQLiteStatement words = _connection.statement(u"INSERT INTO words (rowid, kind, text) VALUES (?, ?, ?)"_s, error);
     if (!entry || !words)
         return false;
     const Row row(folder, change);
     row.bind(entry);
-    entry.bindNumber(10, id);
+    entry.bindNumber(12, id);
     words.bindNumber(1, id);
     bindUtf8(words, 2, row.kind);
     bindUtf8(words, 3, row.text);

@@ -108,11 +108,18 @@ bool VXSearchIndex::settleAll(const QStringList &folders, VXError *error)
 bool VXSearchIndex::isSound(VXError *error)
 {
     VXError problem;
-    if (_connection->execute(u"INSERT INTO words (words, rank) VALUES ('integrity-check', 1)"_s, &problem))
+    const bool areWordsSound =
+        _connection->execute(u"INSERT INTO words (words, rank) VALUES ('integrity-check', 1)"_s, &problem);
+    const auto strayNumbers =
+        number(u"SELECT (SELECT count(*) FROM number) - coalesce(sum(json_array_length(numbers)), 0) "
+               "FROM entry WHERE json_valid(numbers)"_s,
+               {}, areWordsSound ? &problem : nullptr);
+    if (areWordsSound && strayNumbers == 0)
         return true;
     VXSetError(error, isDamage(problem)
                           ? VXSearchIndexFile::damage(u"The words of the index are not those of its entries."_s)
-                          : problem);
+                      : problem ? problem
+                                : VXSearchIndexFile::damage(u"The index has other numbers than its entries."_s));
     return false;
 }
 
@@ -208,7 +215,7 @@ bool VXSearchIndex::setMerging(bool isMerging, VXError *error)
                                 error);
 }
 
-std::optional<QList<VXFoundObject>> VXSearchIndex::find(const QString &words, const QString &kind, qsizetype limit,
+std::optional<QList<VXFoundObject>> VXSearchIndex::find(const QString &words, const Scope &scope, qsizetype limit,
                                                         VXError *error)
 {
     const VXSearchTerms terms(words);
@@ -216,7 +223,7 @@ std::optional<QList<VXFoundObject>> VXSearchIndex::find(const QString &words, co
         VXSetError(error, VXMakeError(terms.problem()));
         return std::nullopt;
     }
-    std::optional<QList<VXFoundObject>> found = VXSearchQuery(*_connection, kind, limit).run(terms, error);
+    std::optional<QList<VXFoundObject>> found = VXSearchQuery(*_connection, scope, limit).run(terms, error);
     if (found) {
         VXPartyNames names(*_connection);
         std::ranges::for_each(*found, [&names](VXFoundObject &object) { names.nameParties(&object); });

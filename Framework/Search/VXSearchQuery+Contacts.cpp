@@ -11,8 +11,8 @@
 
 using namespace Qt::StringLiterals;
 
-// Records often have a bare number of their party. Whose it is, is seen when somebody searches: so it is true however often
-// contacts change, and no record has to be written again for it.
+// Records have the number of their party, and perhaps a name of that time. Whose it is now, is seen when somebody searches: so it
+// is true however often contacts change, and no record has to be written again for it.
 
 namespace {
 
@@ -118,13 +118,13 @@ bool VXSearchQuery::recordsOfNumbers(const QStringList &numbers, QList<qint64> *
 {
     VXSQLiteStatement statement = _connection.statement(
         u"SELECT number.entry FROM number CROSS JOIN entry ON entry.id = number.entry WHERE reversed = ?1 AND "
-        "number.entry < ?2 AND (?3 IS NULL OR entry.kind = ?3) ORDER BY number.entry DESC LIMIT ?4"_s,
+        "entry.kind <> 'contact' AND (?2 IS NULL OR entry.kind = ?2) AND "_s +
+            _isShown + u"ORDER BY number.entry DESC LIMIT ?3"_s,
         error);
     return statement && std::ranges::all_of(numbers, [&](const QString &number) {
                statement.bindText(1, number);
-               statement.bindNumber(2, VXSearchEntries::undated);
-               statement.bindText(3, _kind);
-               statement.bindNumber(4, most());
+               statement.bindText(2, _kind);
+               statement.bindNumber(3, most());
                const bool isDone = addNumbersIn(statement, records, error);
                statement.reset();
                if (records->size() / 2 > most())
@@ -137,18 +137,18 @@ bool VXSearchQuery::recordsOfNumbersWith(const QStringList &words, const QString
                                          VXError *error)
 {
     VXSQLiteStatement statement = _connection.statement(
-        u"SELECT words.rowid FROM words JOIN entry ON entry.id = words.rowid WHERE words MATCH ?1 AND words.rowid < ?2 "
-        "AND EXISTS (SELECT 1 FROM json_each(numbers) WHERE value IN (SELECT value FROM json_each(?3))) "
-        "ORDER BY words.rowid DESC LIMIT ?4"_s,
+        u"SELECT words.rowid FROM words JOIN entry ON entry.id = words.rowid WHERE words MATCH ?1 AND entry.kind <> "
+        u"'contact' "
+        "AND EXISTS (SELECT 1 FROM json_each(numbers) WHERE value IN (SELECT value FROM json_each(?2))) AND "_s +
+            _isShown + u"ORDER BY words.rowid DESC LIMIT ?3"_s,
         error);
     if (!statement)
         return false;
     const QString expression = VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix, _kind);
     const QString json = jsonOf(numbers);
     statement.bindText(1, expression);
-    statement.bindNumber(2, VXSearchEntries::undated);
-    statement.bindText(3, json);
-    statement.bindNumber(4, most());
+    statement.bindText(2, json);
+    statement.bindNumber(3, most());
     return addNumbersIn(statement, records, error);
 }
 

@@ -1,13 +1,29 @@
 #include "VXSearchQuery.h"
 
+#include "VXMetaDataSource.h"
 #include "VXSearchEntries.h"
 #include "VXSQLiteConnection.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
-const QString VXSearchQuery::columns = u"SELECT object, entry.kind, title, detail, date "_s;
+namespace {
+
+constexpr auto inTrash = int(VXMetaDataHiding::InTrash);
+
+}
+
+const QString VXSearchQuery::columns = u"SELECT object, entry.kind, title, detail, date, parties, hidden "_s;
+
+VXSearchQuery::VXSearchQuery(VXSQLiteConnection &connection, const VXSearchIndex::Scope &scope, qsizetype limit)
+    : _connection(connection), _kind(scope.kind),
+      _isShown(u"entry.hidden <= %1 "_s.arg(scope.isTrashIncluded ? inTrash : 0)), _limit(limit)
+{
+}
 
 VXFoundObject VXSearchQuery::foundIn(const VXSQLiteStatement &row)
 {
@@ -17,6 +33,9 @@ VXFoundObject VXSearchQuery::foundIn(const VXSQLiteStatement &row)
                          .detail = row.text(3)};
     if (!row.value(4).isNull())
         object.date = QDateTime::fromMSecsSinceEpoch(row.number(4), Qt::UTC);
+    for (const QJsonValue party : QJsonDocument::fromJson(row.text(5).toUtf8()).array())
+        object.parties.append({party[0].toString(), party[1].toString()});
+    object.isInTrash = row.number(6) == inTrash;
     return object;
 }
 
@@ -40,10 +59,11 @@ bool VXSearchQuery::collectWords(const QStringList &words, VXSearchTerms::Match 
 {
     if (!isMoreWanted())
         return true;
-    VXSQLiteStatement statement =
-        _connection.statement(columns + u"FROM words JOIN entry ON entry.id = words.rowid "
-                                        "WHERE words MATCH ? ORDER BY words.rowid DESC LIMIT ?"_s,
-                              error);
+    VXSQLiteStatement statement = _connection.statement(columns +
+                                                            u"FROM words JOIN entry ON entry.id = words.rowid "
+                                                            "WHERE words MATCH ? AND "_s +
+                                                            _isShown + u"ORDER BY words.rowid DESC LIMIT ?"_s,
+                                                        error);
     if (!statement)
         return false;
     const QString expression = VXSearchTerms::expression(words, match, _kind);
@@ -79,7 +99,7 @@ bool VXSearchQuery::collectReading(const VXSearchTerms::Reading &reading, VXErro
         add(byWord, {matching(reading.words)});
     VXSQLiteStatement statement =
         _connection.statement(columns + "FROM entry WHERE id IN ("_L1 + sets.join(" INTERSECT "_L1) +
-                                  ") AND coalesce(kind = ?, 1) ORDER BY id DESC LIMIT ?"_L1,
+                                  ") AND coalesce(kind = ?, 1) AND "_L1 + _isShown + "ORDER BY id DESC LIMIT ?"_L1,
                               error);
     if (!statement)
         return false;
@@ -94,9 +114,10 @@ bool VXSearchQuery::collectReading(const VXSearchTerms::Reading &reading, VXErro
 bool VXSearchQuery::collectNumbers(const QString &digits, VXError *error)
 {
     const QString conditions[] = {
-        u"reversed = ?1 AND (?3 IS NULL OR entry.kind = ?3) ORDER BY number.entry DESC LIMIT ?4"_s, // as they lie there
-        u"reversed > ?1 AND reversed < ?2 AND (?3 IS NULL OR entry.kind = ?3) "
-        "GROUP BY entry.id ORDER BY entry.id DESC LIMIT ?4"_s,
+        u"reversed = ?1 AND (?3 IS NULL OR entry.kind = ?3) AND "_s + _isShown +
+            u"ORDER BY number.entry DESC LIMIT ?4"_s, // as they lie there
+        u"reversed > ?1 AND reversed < ?2 AND (?3 IS NULL OR entry.kind = ?3) AND "_s + _isShown +
+            u"GROUP BY entry.id ORDER BY entry.id DESC LIMIT ?4"_s,
     };
     const QString first = VXSearchEntries::reversed(digits);
     const QString behind = first + u':'; // follows the digits

@@ -2,6 +2,7 @@
 
 #include "VXError.h"
 #include "VXFoundObject.h"
+#include "VXSearchIndex.h"
 #include "VXSearchTerms.h"
 
 #include <QtCore/QList>
@@ -18,11 +19,7 @@ class VXSQLiteStatement;
 class VXSearchQuery
 {
 public:
-    /** `kind`: null for all. */
-    VXSearchQuery(VXSQLiteConnection &connection, const QString &kind, qsizetype limit)
-        : _connection(connection), _kind(kind), _limit(limit)
-    {
-    }
+    VXSearchQuery(VXSQLiteConnection &connection, const VXSearchIndex::Scope &scope, qsizetype limit);
 
     /** Once. None on failure. */
     std::optional<QList<VXFoundObject>> run(const VXSearchTerms &terms, VXError *error);
@@ -63,7 +60,8 @@ private:
     bool addNumbersIn(VXSQLiteStatement &statement, QList<qint64> *numbers, VXError *error);
 
     VXSQLiteConnection &_connection;
-    const QString _kind;
+    const QString _kind;    // null for all
+    const QString _isShown; // what entries have to be, in SQL, with a blank behind it
     const qsizetype _limit;
     QList<VXFoundObject> _found;
     QSet<QString> _known; // those; several syncs may mirror one object

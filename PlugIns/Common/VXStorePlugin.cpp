@@ -21,13 +21,13 @@ QString VXStorePlugin::importDescriptionFromStore(VXCoreDataStore &store)
     return bundle()->localizedStringForKey(count == 1 ? _one : _many).replace("%1"_L1, QString::number(count));
 }
 
-void VXStorePlugin::launchSearch(const QString &modificationDateKey, const QStringList &settings)
+void VXStorePlugin::launchSearch(const QString &modificationDateKey, const VXMetaDataInputs &inputs)
 {
     const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator();
     if (coordinator)
         checkClasses(coordinator->model());
     _search = VXMetaDataSync::launchMetaDataSyncWithIdentifier(identifier(), coordinator, _entityName,
-                                                               modificationDateKey, settings);
+                                                               modificationDateKey, inputs);
 }
 
 // One that no entity gives is of no object, and nothing else would tell. The model is the store's, which may be another one.

@@ -28,10 +28,9 @@ protected:
         _classes.append(entityName);
     }
     /**
-     * Lets the objects of the entity be found until the plugin unloads, unless the user wants no search. `settings`: user defaults
-     * that their texts go by. A class that was registered and that no entity of the store's model gives is logged.
+     * Lets the objects of the entity be found until the plugin unloads, unless the user wants no search. A class that was registered and that no entity of the store's model gives is logged.
      */
-    void launchSearch(const QString &modificationDateKey, const QStringList &settings = {});
+    void launchSearch(const QString &modificationDateKey, const VXMetaDataInputs &inputs = {});
 
 private:
     void checkClasses(const VXManagedObjectModel &model) const;

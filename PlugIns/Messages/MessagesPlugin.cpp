@@ -58,7 +58,7 @@ public:
             [store, lockPath = dataStorePath() + u'/' + VXStoreWorkLock::syncName](const VXDeviceAction::Ptr &action) {
                 return std::make_shared<VXMessageSync>(action, store, lockPath);
             });
-        launchSearch(u"date"_s);
+        launchSearch(u"date"_s, {.settings = {}, .relationships = {u"folder"_s}});
         const std::optional<VXOutbox> outbox = VXOutbox::sharedOutbox();
         if (!outbox)
             return;

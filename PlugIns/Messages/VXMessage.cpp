@@ -1,5 +1,6 @@
 #include "VXMessage.h"
 
+#include "MessageDataConstants.h"
 #include "VXConversationKey.h"
 
 using namespace Qt::StringLiterals;
@@ -22,5 +23,17 @@ std::optional<QVariantMap> VXMessage::metaDataPlist() const
     values.insert(u"kMDItemTextContent"_s, text);
     values.insert(u"kMDItemDescription"_s,
                   text.isValid() ? QVariant(text.toString().simplified().left(200)) : QVariant());
+    values.insert(u"VXHidden"_s, hiding());
     return values;
+}
+
+// One that waits for its removal from a phone is in another place already, or nowhere.
+QVariant VXMessage::hiding() const
+{
+    if (valueForKey(u"pending"_s).toInt() == int(VXPendingChange::Remove))
+        return int(VXMetaDataHiding::Removed);
+    const QString rootName = u"root_name"_s;
+    const VXManagedObjectPtr folder = related(entity().propertyForName(u"folder"_s)->index());
+    const bool isOfRoot = folder && folder->entity().attributeForName(rootName) != nullptr;
+    return isOfRoot && folder->valueForKey(rootName) == VXTrashFolder ? int(VXMetaDataHiding::InTrash) : QVariant();
 }

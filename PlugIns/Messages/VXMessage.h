@@ -13,4 +13,8 @@ public:
 
 protected:
     void willSave() override;
+
+private:
+    /** VXMetaDataHiding; none for what every search finds. */
+    QVariant hiding() const;
 };

@@ -48,7 +48,9 @@ public:
                                                      VXStoreWorkLock::syncName](const VXDeviceAction::Ptr &action) {
                                 return std::make_shared<VXContactSync>(action, coordinator, lockPath);
                             });
-        launchSearch(u"changedDate"_s, {u"phonebook.names.last_first"_s});
+        launchSearch(u"changedDate"_s,
+                     {.settings = {u"phonebook.names.last_first"_s},
+                      .relationships = {u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s}});
     }
 
     // A merge is one step to undo: all that it brings is of one change set.

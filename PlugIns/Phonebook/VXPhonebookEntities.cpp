@@ -1,5 +1,6 @@
 #include "VXPhonebookEntities.h"
 
+#include "VXContactMetaData.h"
 #include "VXContactRecord.h"
 #include "VXContactWords.h"
 #include "VXManagedObjectContext.h"
@@ -41,37 +42,7 @@ QVariant VXPerson::valueForKey(const QString &key) const
 std::optional<QVariantMap> VXPerson::metaDataPlist() const
 {
     const VXContactRecord contact(QVariant::fromValue(VXManagedObjectPtr(const_cast<VXPerson *>(this))));
-    const auto textsOf = [](const QList<VXContactRecord::Address> &addresses) {
-        QStringList texts;
-        for (const VXContactRecord::Address &address : addresses)
-            texts.append(address.value);
-        return texts;
-    };
-    QStringList others{contact.namePrefix, contact.firstName,  contact.middleName,
-                       contact.lastName,   contact.nameSuffix, contact.nickname};
-    others.removeAll(QString());
-    const QStringList numbers = textsOf(contact.numbers);
-    const QStringList emails = textsOf(contact.emails);
-    QStringList shown = QStringList{contact.company} + numbers + emails;
-    shown.removeAll(QString());
-    const std::pair<QString, QVariant> values[] = {
-        {u"kMDItemKind"_s, u"contact"_s},
-        {u"kMDItemTitle"_s, valueForKey(u"displayString"_s)},
-        {u"kMDItemDescription"_s, shown.join(u", "_s)},
-        {u"kMDItemContactKeywords"_s, others},
-        {u"kMDItemOrganizations"_s, contact.company},
-        {u"kMDItemPhoneNumbers"_s, numbers},
-        {u"kMDItemEmailAddresses"_s, emails},
-        {u"kMDItemKeywords"_s, contact.groups},
-        {u"kMDItemTextContent"_s, contact.note},
-    };
-    QVariantMap metaData;
-    for (const auto &[key, value] : values) {
-        const bool isList = value.typeId() == QMetaType::QStringList;
-        if (isList ? !value.toStringList().isEmpty() : !value.toString().isEmpty())
-            metaData.insert(key, value);
-    }
-    return metaData;
+    return VXContactMetaData(contact, valueForKey(u"displayString"_s).toString());
 }
 
 void VXPerson::ownDidChange()

@@ -279,7 +279,7 @@ TEST_F(HostEventsTest, DamagedPreferencesAreToldOfOnce)
 
 TEST_F(HostEventsTest, NobodyElseReadsWhatIsKept)
 {
-    for (const QString &mask : {u"022"_s, u"000"_s}) {
+    for (const QString &mask : {u"022"_s, u"000"_s, u"0277"_s}) {
         const QString home = path(u"home"_s + mask); // with the user's data, by chance, elsewhere
         const QString data = path(u"data"_s + mask);
         const HostOutcome outcome = runHostShell(uR"sh(
@@ -303,7 +303,7 @@ TEST_F(HostEventsTest, NobodyElseReadsWhatIsKept)
                 struct stat status = {};
                 const QString name = item.next();
                 EXPECT_EQ(::lstat(name.toUtf8().constData(), &status), 0);
-                EXPECT_EQ(status.st_mode & 077, 0U) << name.toStdString();
+                EXPECT_EQ(status.st_mode & 0677, 0600U) << name.toStdString();
                 files.append(item.fileName());
             }
         }
@@ -409,6 +409,17 @@ TEST_F(HostEventsTest, ShowsTheHistoryOfCalls)
     EXPECT_THAT(table, testing::ContainsRegex("missed +Jane "));
     for (const char *const wrong : {"calls --since tomorrow", "calls --limit x"})
         EXPECT_EQ(run(QString::fromLatin1(wrong)).status, 2);
+    QByteArray card = "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Many\r\nTEL:5550199\r\n";
+    for (int number = 1; number < 500; ++number) // as many as are looked for
+        card += "TEL:555" + QByteArray::number(1000 + number) + "\r\n";
+    EXPECT_EQ(runHost("phonebook import -", card + "END:VCARD\r\n").status, 0);
+    for (const bool isOneMore : {false, true}) {
+        if (isOneMore)
+            run("phonebook edit Many --number 5552000");
+        const HostOutcome outcome = run("calls --with many");
+        EXPECT_THAT(outcome.output, HasSubstr("Many"));
+        EXPECT_EQ(outcome.errors.contains("more than 500 numbers"), isOneMore) << outcome.errors;
+    }
 }
 
 TEST_F(HostEventsTest, TriggersThatFindTheirPluginMissingAreTold)

@@ -87,6 +87,36 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
     EXPECT_EQ(none.output, "");
 }
 
+TEST_F(HostSearchTest, FindsContactsByAllThatIsWrittenOfThem)
+{
+    runHost("phonebook import -",
+            "BEGIN:VCARD\r\nVERSION:3.0\r\nN:김;철수\r\nORG:Acme;Robots\r\nTITLE:Welder\r\nURL:https://"
+            "weld.example.org/x\r\n"
+            "ADR;TYPE=HOME:;;12 Elm Street;Springfield;OH;45501;USA\r\nX-PHONETIC-LAST-NAME:Gimm\r\nEND:VCARD\r\n"
+            "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:박지성\r\nN:박지성\r\nEND:VCARD\r\n"
+            "BEGIN:VCARD\r\nVERSION:3.0\r\nN:山田;太郎\r\nEND:VCARD\r\n");
+    const std::pair<VXWords, QString> cases[] = {
+        {"welder", u"철수 김"_s},    {"robots", u"철수 김"_s},      {"weld.example", u"철수 김"_s},
+        {"'elm str'", u"철수 김"_s}, {"springfield", u"철수 김"_s}, {"45501", u"철수 김"_s},
+        {"gimm", u"철수 김"_s},      {"김철수", u"철수 김"_s},      {"철수", u"철수 김"_s},
+        {"지성", u"박지성"_s},       {"박지", u"박지성"_s},         {"山田太郎", u"太郎 山田"_s}};
+    for (const auto &[words, title] : cases)
+        EXPECT_EQ(json(words)[0][u"title"_s].toString(), title) << words.join(u' ').toStdString();
+    runHost("phonebook edit 'Zoë Müller' --address 'Oak Lane 7'"); // which changes nothing of the contact's own
+    EXPECT_EQ(kinds("oak --kind contact"), QStringList{u"contact"_s});
+    EXPECT_EQ(runHost("search check").status, 0);
+}
+
+TEST_F(HostSearchTest, LeavesOutTheTrashUnlessAskedForIt)
+{
+    EXPECT_EQ(runHost("messages move p1 trash").status, 0);
+    EXPECT_EQ(kinds("zoo"), QStringList());
+    EXPECT_TRUE(json("zoo --trash")[0][u"trash"_s].toBool());
+    EXPECT_THAT(runHost("search zoo --trash").output, HasSubstr("message (trash)"));
+    EXPECT_EQ(runHost("messages move p1 inbox").status, 0);
+    EXPECT_EQ(kinds("zoo"), QStringList{u"message"_s});
+}
+
 TEST_F(HostSearchTest, NobodyElseMayRead)
 {
     QDirIterator all(path(u".cache/Metadata"_s), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,

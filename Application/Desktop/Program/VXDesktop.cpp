@@ -8,6 +8,7 @@
 #include "VXDesktopServices.h"
 #include "VXDesktopText.h"
 #include "VXDeviceRegistry.h"
+#include "VXFileMask.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXGuard.h"
@@ -232,6 +233,7 @@ int runAmongPlugins(const Options &options, VXDesktopInstance &instance)
 
 int VXDesktop::run(int argc, char **argv)
 {
+    VXLetUserHaveOwnFiles();
     for (const int each : {SIGPIPE, SIGXFSZ})
         std::signal(each, SIG_IGN);
     QApplication::setDesktopFileName(VXDesktopInstance::busName);

@@ -6,6 +6,7 @@
 #include "VXDiagnostics.h"
 #include "VXErrorText.h"
 #include "VXException.h"
+#include "VXFileMask.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXGuard.h"
@@ -196,6 +197,7 @@ void occupyStandardDescriptors()
 int VXHost::run(int argc, char **argv)
 {
     occupyStandardDescriptors();
+    VXLetUserHaveOwnFiles();
     for (const int each : {SIGPIPE, SIGXFSZ}) // a reader that went away, a limit reached: a failed write, not the end
         std::signal(each, SIG_IGN);
     const VXHostCommandTable &commands = VXHostCommandTable::standard();

@@ -22,7 +22,8 @@ constexpr qsizetype mostNames = 20; // that people are shown of a kind
 const std::pair<Kind, QString> kinds[] = {{Kind::Stale, u"stale"_s},
                                           {Kind::Missing, u"missing"_s},
                                           {Kind::Orphaned, u"orphaned"_s},
-                                          {Kind::Damaged, u"damaged"_s}};
+                                          {Kind::Damaged, u"damaged"_s},
+                                          {Kind::Outdated, u"outdated"_s}};
 
 QStringList namesOfKind(const VXMetaDataReport &report, Kind kind)
 {
@@ -50,8 +51,10 @@ QString textOf(const VXMetaDataSync &sync, const VXMetaDataReport &report, bool 
     QString text = u"%1: objects %2, files %3"_s.arg(sync.entityName()).arg(report.objectCount).arg(report.fileCount);
     if (!report.isTakenIn)
         text += u", not taken in yet"_s;
-    else if (report.isClean())
+    else if (report.findings.isEmpty() && report.isClean())
         text += u", all in step"_s;
+    else if (report.isClean())
+        text += u", written anew %1 of an earlier program"_s.arg(report.findings.size());
     if (report.isClean())
         return text + u'\n';
     if (isRepaired)

@@ -26,12 +26,17 @@ constexpr qsizetype usualLimit = 50;
 constexpr std::chrono::milliseconds longestWait = 2s; // of who searches, for another process
 constexpr int mostRounds = 3;
 
+VXSearchIndex::Scope scopeOf(const VXHostOptions &options)
+{
+    return {.kind = options.value(u"kind"_s), .isTrashIncluded = options.isSet(u"trash"_s)};
+}
+
 // From the index alone, without the plugins. None when it is damaged, and to be made anew.
 std::optional<int> tryToFind(VXHostContext &context, const QString &words, qsizetype limit)
 {
     VXError error;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
-    auto found = index ? index->find(words, context.options.value(u"kind"_s), limit + 1, &error) : std::nullopt;
+    auto found = index ? index->find(words, scopeOf(context.options), limit + 1, &error) : std::nullopt;
     if (!found && VXSearchIndex::discardIfDamaged(error))
         return std::nullopt;
     if (!found)
@@ -103,6 +108,7 @@ int runSearch(VXHostContext &context)
     const std::pair<QString, bool> goesWith[] = {{u"repair"_s, isCheck},
                                                  {u"background"_s, isUpdate},
                                                  {u"kind"_s, !isCheck && !isUpdate},
+                                                 {u"trash"_s, !isCheck && !isUpdate},
                                                  {u"limit"_s, !isCheck && !isUpdate}};
     for (const auto &[option, isMeant] : goesWith) {
         if (options.isSet(option) && !isMeant)
@@ -131,17 +137,19 @@ VXHostCommand VXSearchCommand()
             u"newest, then "
             u"messages and calls of the contacts (of up to 10,000) that the words find. Up to 32 words. What is found "
             u"can be opened with "
-            u"\"vornix open\" by the \"url\" that --json tells.\n"
+            u"\"vornix open\" by the \"url\" that --json tells. Messages in the trash are left out without --trash.\n"
             "\"search check\" compares what is searched with the stores and tells what is stale, missing, orphaned or "
             u"damaged; --repair puts it right. It ends with status 1 when something is wrong; what no search has taken "
             u"in "
-            "yet is told, and is not wrong. \"search update\" takes in what was saved, which otherwise happens by "
+            "yet, and what is outdated, as an earlier program wrote it, is told, and is not wrong. \"search update\" "
+            "takes in what was saved, which otherwise happens by "
             "itself. "
             "To search for one of these words alone, put a blank behind it, in quotes."_s,
         .options = {{.name = u"kind"_s,
                      .placeholder = u"KIND"_s,
                      .summary = u"Only of that kind"_s,
                      .choices = {u"contact"_s, u"message"_s, u"call"_s}},
+                    {.name = u"trash"_s, .placeholder = {}, .summary = u"Also messages in the trash"_s},
                     {.name = u"limit"_s,
                      .placeholder = u"N"_s,
                      .summary = u"Show so many at most; 0: all (50 without)"_s},

@@ -36,9 +36,12 @@ void VXAnswerFoundObjects(VXHostOutput &output, const QList<VXFoundObject> &foun
         }
         if (object.date.isValid())
             values.insert(u"date"_s, object.date);
+        if (object.isInTrash)
+            values.insert(u"trash"_s, true);
         json.append(VXJSONFromVariant(values));
         const QString date = object.date.isValid() ? object.date.toLocalTime().toString(u"yyyy-MM-dd HH:mm"_s) : u"-"_s;
-        rows.append({object.kind, date, cell(object.title), cell(object.detail), object.uri.path().mid(1)});
+        const QString kind = object.isInTrash ? object.kind + " (trash)"_L1 : object.kind;
+        rows.append({kind, date, cell(object.title), cell(object.detail), object.uri.path().mid(1)});
     }
     output.answer(found.isEmpty() ? QString() : VXFittingTable(output, rows, {u"ID"_s, u"DATE"_s}, u"TEXT"_s), json);
     if (found.isEmpty())

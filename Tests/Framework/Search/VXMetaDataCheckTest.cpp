@@ -54,7 +54,8 @@ TEST_F(VXMetaDataCheckTest, AnIndexThatSaysAnotherThingIsMadeAnew)
         return found.size() == 1 && found.first().title != "Joe"_L1;
     };
     for (const QString &change : {u"UPDATE entry SET title = 'Joe'"_s, u"UPDATE entry SET date = 1"_s,
-                                  u"UPDATE entry SET numbers = NULL"_s, u"DELETE FROM number"_s}) {
+                                  u"UPDATE entry SET numbers = NULL"_s, u"UPDATE entry SET hidden = 1"_s,
+                                  u"DELETE FROM number"_s, u"INSERT INTO number SELECT '7', id FROM entry"_s}) {
         EXPECT_TRUE(sync->checkMetaDataFiles(false)->isClean());
         spoil(change);
         EXPECT_FALSE(sync->checkMetaDataFiles(true)->isIndexWhole) << change.toStdString();
@@ -84,6 +85,38 @@ TEST_F(VXMetaDataCheckTest, WhatAPassIsDueForIsNoFault)
     sync = VXMetaDataSync::initWithIdentifier(u"people"_s, other, u"Person"_s, u"changed"_s);
     EXPECT_TRUE(sync->checkMetaDataFiles(false)->isClean());
     EXPECT_FALSE(sync->checkMetaDataFiles(false)->isTakenIn);
+}
+
+TEST_F(VXMetaDataCheckTest, WhatAnEarlierProgramWroteIsDueAndNoFault)
+{
+    const VXManagedObjectPtr jane = add(u"Jane"_s);
+    const VXManagedObjectPtr joe = add(u"Joe"_s);
+    pass();
+    for (const bool repairs : {false, true}) {
+        SCOPED_TRACE(repairs);
+        for (const QString &path : {fileOf(jane), folder() + ".settings"_L1}) {
+            QVariantMap values = VXPropertyList::fromFile(path).toMap();
+            values.remove(VXMetaDataGenerationKey);
+            ASSERT_TRUE(VXPropertyList::toFile(values, path, VXPropertyList::Format::Binary));
+        }
+        EXPECT_FALSE(VXMetaDataSettings::areAllPresent());
+        VXMetaDataReport report = sync->checkMetaDataFiles(false).value();
+        EXPECT_FALSE(report.isTakenIn);
+        EXPECT_TRUE(report.isClean());
+        if (repairs) {
+            ASSERT_TRUE(QFile::resize(fileOf(joe), 9)); // that is one
+            report = sync->checkMetaDataFiles(true).value();
+            ASSERT_EQ(report.findings.size(), 2);
+            EXPECT_EQ(report.findings[0].kind, VXMetaDataFinding::Kind::Outdated);
+            EXPECT_EQ(report.findings[1].kind, VXMetaDataFinding::Kind::Damaged);
+            EXPECT_TRUE(report.isRepaired());
+        } else {
+            EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1, .unchanged = 1}));
+        }
+        EXPECT_TRUE(VXMetaDataSettings::areAllPresent());
+        EXPECT_TRUE(sync->checkMetaDataFiles(false)->isTakenIn);
+        EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2}));
+    }
 }
 
 TEST_F(VXMetaDataCheckTest, NothingIsWrongBeforeTheFirstPass)

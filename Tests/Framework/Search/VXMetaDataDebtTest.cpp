@@ -74,7 +74,8 @@ TEST_F(VXMetaDataDebtTest, AllIsToldAnewWhenASettingOfTheTextsChanges)
 {
     VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
     sync->terminate();
-    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s, {u"order"_s});
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s,
+                                              {.settings = {u"order"_s}});
     add(u"Jane"_s);
     EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1}));
     for (const QVariant &value : {QVariant(1), QVariant(2), QVariant()}) {

@@ -25,7 +25,8 @@ TEST_F(VXMetaDataSyncTest, KeepsOneFileForEachObject)
     EXPECT_THAT(files(), UnorderedElementsAre(u"p1_MD2.person"_s, u"p2_MD2.person"_s));
     const QUrl uri = jane->objectID().uriRepresentation();
     const QVariantMap written = VXPropertyList::fromFile(fileOf(jane)).toMap();
-    EXPECT_EQ(written, (QVariantMap{{u"kMDItemTitle"_s, u"Jane"_s},
+    EXPECT_EQ(written, (QVariantMap{{VXMetaDataGenerationKey, VXMetaDataGeneration},
+                                    {u"kMDItemTitle"_s, u"Jane"_s},
                                     {u"kMDItemIdentifier"_s, QString(uri.host() + uri.path())},
                                     {u"kMDItemCreator"_s, u"people"_s}}));
     EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2}));

@@ -33,7 +33,8 @@ public:
             QFile::remove(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/people.lock"_L1);
         if (name == "silent"_L1)
             return std::nullopt;
-        return QVariantMap{{u"kMDItemTitle"_s, name},
+        return QVariantMap{{VXMetaDataGenerationKey, VXMetaDataGeneration},
+                           {u"kMDItemTitle"_s, name},
                            {u"kMDItemPhoneNumbers"_s, name.startsWith(u'+') ? QVariant(name) : QVariant()},
                            {u"kMDItemComment"_s, QVariant()},
                            {u"kMDItemCreator"_s, u"itself"_s}};

@@ -25,16 +25,20 @@ protected:
     static VXSearchIndex::Change change(int number, const QString &kind, const QString &title,
                                         const QStringList &numbers = {}, const QString &text = {})
     {
-        return {.name = u"p%1_MD2.%2"_s.arg(number).arg(kind),
-                .values = QVariantMap{{u"kMDItemIdentifier"_s, u"store/%1/p%2"_s.arg(kind).arg(number)},
-                                      {u"kMDItemTitle"_s, title},
-                                      {u"kMDItemPhoneNumbers"_s, numbers},
-                                      {u"kMDItemTextContent"_s, text}}};
+        QVariantMap values{{u"kMDItemIdentifier"_s, u"store/%1/p%2"_s.arg(kind).arg(number)},
+                           {u"kMDItemTitle"_s, title},
+                           {u"kMDItemPhoneNumbers"_s, numbers},
+                           {u"kMDItemTextContent"_s, text}};
+        if (kind != "contact"_L1 && !numbers.isEmpty()) {
+            values.insert(u"VXPartyNames"_s, QStringList{title == numbers[0] ? u""_s : title});
+            values.insert(u"VXPartyAddresses"_s, numbers);
+        }
+        return {.name = u"p%1_MD2.%2"_s.arg(number).arg(kind), .values = values};
     }
     QStringList find(const QString &words, const QString &kind = {}, qsizetype limit = 10)
     {
         VXError error;
-        const auto found = index->find(words, kind, limit, &error);
+        const auto found = index->find(words, {.kind = kind}, limit, &error);
         EXPECT_TRUE(found) << error.description().toStdString();
         QStringList titles;
         for (const VXFoundObject &object : found.value_or(QList<VXFoundObject>()))
@@ -247,6 +251,29 @@ TEST_F(VXSearchIndexTest, RecordsOfABareNumberAreFoundByTheirContacts)
     EXPECT_EQ(index->object(QUrl(u"x-coredata://store/message/p12"_s), nullptr)->title, u"Eve"_s);
 }
 
+TEST_F(VXSearchIndexTest, RecordsHaveTheNamesOfTheirTimeAndShowThePresentOnes)
+{
+    fill();
+    QList<VXSearchIndex::Change> changes{change(12, u"call"_s, u"Doe, Jan"_s, {u"0170 9999999"_s})};
+    for (const int hidden : {0, 1, 2}) { // in the trash, and to be removed
+        changes.append(change(20 + hidden, u"message"_s, u"Zo Miller"_s, {u"0170 5550100"_s}, u"Lunch at eight"_s));
+        changes.last().values->insert(u"VXHidden"_s, hidden);
+    }
+    ASSERT_TRUE(index->apply(u"people"_s, changes, nullptr));
+    EXPECT_THAT(find(u"doe"_s), ElementsAre(u"Doe, Jan"_s));
+    // In each of the ways that a search looks.
+    for (const QString &words :
+         {u"miller"_s, u"mill"_s, u"muller"_s, u"0100"_s, u"01705550100"_s, u"lunch 0100"_s, u"lunch muller"_s}) {
+        for (const bool isTrashIncluded : {false, true}) {
+            const auto found = index->find(words, {u"message"_s, isTrashIncluded}, 10, nullptr);
+            ASSERT_EQ(found->size(), isTrashIncluded ? 2 : 1) << words.toStdString();
+            for (const VXFoundObject &object : *found)
+                EXPECT_EQ(object.title, u"Zoë Müller"_s) << words.toStdString();
+            EXPECT_EQ(found->first().isInTrash, isTrashIncluded) << words.toStdString(); // the later one first
+        }
+    }
+}
+
 TEST_F(VXSearchIndexTest, ANumberIsCalledByWhomALookUpFinds)
 {
     const QString german = u"+49 30 777 8888"_s;
@@ -275,7 +302,7 @@ TEST_F(VXSearchIndexTest, FindsTheLatestRecordsOfHoweverManyContacts)
     }
     ASSERT_TRUE(index->apply(u"people"_s, changes, nullptr));
     EXPECT_EQ(find(u"globex"_s, u"message"_s, 1000).size(), 150);
-    EXPECT_EQ(index->find(u"globex"_s, u"message"_s, 1, nullptr)->value(0).date.toSecsSinceEpoch(), 150);
+    EXPECT_EQ(index->find(u"globex"_s, {.kind = u"message"_s}, 1, nullptr)->value(0).date.toSecsSinceEpoch(), 150);
 }
 
 TEST_F(VXSearchIndexTest, RefusesWhatIsTooMuchToSearchFor)
