@@ -9,8 +9,6 @@
 #include "VXSearchTerms.h"
 #include "VXSQLiteConnection.h"
 
-#include <QtCore/QFile>
-
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -34,7 +32,7 @@ std::unique_ptr<VXSearchIndex> VXSearchIndex::open(VXError *error)
 
 std::unique_ptr<VXSearchIndex> VXSearchIndex::openExisting(VXError *error)
 {
-    return QFile::exists(path()) ? made(VXSearchIndexFile::openExisting(error)) : nullptr;
+    return made(VXSearchIndexFile::openExisting(error));
 }
 
 QString VXSearchIndex::path()

@@ -65,14 +65,22 @@ bool isWritableIfThere(const QString &path)
     return ::faccessat(AT_FDCWD, QFile::encodeName(path).constData(), W_OK, AT_EACCESS) == 0 || errno == ENOENT;
 }
 
-std::unique_ptr<VXSQLiteConnection> openFile(VXError *error)
+// Of what lies there itself, no link being followed; 0 when there is nothing.
+mode_t typeOf(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & mode_t(S_IFMT) : 0;
+}
+
+// Of a database that has nothing of it yet it makes one, if it may.
+std::unique_ptr<VXSQLiteConnection> openFile(bool mayMake, VXError *error)
 {
     auto connection = VXSQLiteConnection::open(VXSearchIndexFile::path(), VXSQLiteConnection::Access::Create,
                                                busyTimeout, nullptr, error);
     if (!connection)
         return nullptr;
     const QString found = connection->textOf(u"PRAGMA user_version"_s, error);
-    if (found.isNull())
+    if (found.isNull() || (found == "0"_L1 && !mayMake))
         return nullptr;
     if (found != "0"_L1 && found.toInt() != version) {
         VXSetError(error, VXSearchIndexFile::damage(u"The index is of another version."_s));
@@ -108,6 +116,14 @@ QString VXSearchIndexFile::path()
     return VXFileManager::defaultManager().pathToUserMetadataFolder() + "/index.sqlite"_L1;
 }
 
+bool VXSearchIndexFile::isThere()
+{
+    return typeOf(path()) == S_IFREG && std::ranges::all_of(suffixes, [](QLatin1String suffix) {
+               const mode_t type = typeOf(path() + suffix);
+               return type == S_IFREG || type == 0;
+           });
+}
+
 VXSearchIndexFile::Mark VXSearchIndexFile::presentMark()
 {
     struct statx status = {};
@@ -135,11 +151,11 @@ std::unique_ptr<VXSQLiteConnection> VXSearchIndexFile::open(VXError *error)
         discard(); // it stays where its folder cannot be written
     VXError problem;
     makeFile(path());
-    std::unique_ptr<VXSQLiteConnection> connection = openFile(&problem);
+    std::unique_ptr<VXSQLiteConnection> connection = openFile(true, &problem);
     if (!connection) {
         discardIfDamaged(problem);
         if (makeFile(path()))
-            connection = openFile(&problem);
+            connection = openFile(true, &problem);
     }
     if (connection && !connection->execute(u"PRAGMA cache_size = -4096"_s, error)) // however much is to be put in
         return nullptr;
@@ -150,8 +166,10 @@ std::unique_ptr<VXSQLiteConnection> VXSearchIndexFile::open(VXError *error)
 
 std::unique_ptr<VXSQLiteConnection> VXSearchIndexFile::openExisting(VXError *error)
 {
+    if (!isThere())
+        return nullptr;
     VXError problem;
-    std::unique_ptr<VXSQLiteConnection> connection = openFile(&problem);
+    std::unique_ptr<VXSQLiteConnection> connection = openFile(false, &problem);
     if (!connection)
         connection = openReadOnly();
     if (!connection)
@@ -171,15 +189,15 @@ bool VXSearchIndexFile::isDamage(const VXError &error)
 
 bool VXSearchIndexFile::discardIfDamaged(const VXError &error)
 {
-    if (!isDamage(error))
+    if (!isDamage(error) || !discard()) // as where its folder cannot be written
         return false;
     VXLogClassMethod(VXLogWarning, VXSearchIndexFile, "discardIfDamaged", "made anew: "_L1 + error.description());
-    discard();
     return true;
 }
 
-void VXSearchIndexFile::discard()
+bool VXSearchIndexFile::discard()
 {
     for (const QLatin1String suffix : suffixes)
         QFile::remove(path() + suffix);
+    return typeOf(path()) == 0;
 }

@@ -170,6 +170,27 @@ TEST_F(VXSearchIndexTest, MakesWayForItself)
     }
 }
 
+TEST_F(VXSearchIndexTest, WhoOnlyReadsFollowsNoLinkAndWaitsAtNoPipe)
+{
+    const QString other = path(u"of the user"_s);
+    writeFile(u"of the user"_s, "");
+    for (const char *const suffix : {"", "-wal", "-shm", "-journal"}) {
+        for (const bool isPipe : {false, true}) {
+            index.reset();
+            VXSearchIndex::discard();
+            index = VXSearchIndex::open();
+            index.reset();
+            const QByteArray place = QFile::encodeName(VXSearchIndex::path()) + suffix;
+            QFile::remove(QFile::decodeName(place));
+            ASSERT_EQ(isPipe ? ::mkfifo(place.constData(), 0600)
+                             : ::symlink(QFile::encodeName(other).constData(), place.constData()),
+                      0);
+            EXPECT_FALSE(VXSearchIndex::openExisting()) << place.constData();
+            EXPECT_EQ(QFileInfo(other).size(), 0);
+        }
+    }
+}
+
 TEST_F(VXSearchIndexTest, OneMadeAnewIsNotWholeBeforeAllAreInIt)
 {
     EXPECT_FALSE(index->isAllComplete(nullptr));
