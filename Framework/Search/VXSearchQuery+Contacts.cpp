@@ -17,6 +17,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype mostContacts = 10'000; // of a word, and of all; a step in the index for each number of theirs
+constexpr int mostGroups = 64; // of contacts that are found by the same words; a search in the index for each
 
 QString jsonOf(const QList<qint64> &numbers)
 {
@@ -152,15 +153,42 @@ bool VXSearchQuery::recordsOfNumbersWith(const QStringList &words, const QString
     return addNumbersIn(statement, records, error);
 }
 
+// Which of the words a record has, as bits: what is in no record a contact must have.
+std::optional<quint32> VXSearchQuery::wordsOfRecords(const QStringList &words, VXError *error)
+{
+    VXSQLiteStatement statement = _connection.statement(
+        u"SELECT 1 FROM words JOIN entry ON entry.id = words.rowid WHERE words MATCH ? AND entry.kind <> 'contact' "
+        "LIMIT 1"_s,
+        error);
+    quint32 found = 0;
+    for (qsizetype index = 0; statement && index < words.size(); ++index) {
+        const QString expression = VXSearchTerms::expression({words[index]}, VXSearchTerms::Match::Prefix);
+        statement.bindText(1, expression);
+        const VXSQLiteStatement::Step step = statement.step();
+        statement.reset();
+        if (step == VXSQLiteStatement::Step::Failed) {
+            VXSetError(error, _connection.lastError());
+            return std::nullopt;
+        }
+        if (step == VXSQLiteStatement::Step::Row)
+            found |= quint32(1) << index;
+    }
+    return statement ? std::optional(found) : std::nullopt;
+}
+
 bool VXSearchQuery::collectOfContacts(const VXSearchTerms::Reading &reading, VXError *error)
 {
     const QStringList &words = reading.words;
     if (words.isEmpty() || !isMoreWanted())
         return true;
-    const auto contacts = contactsWithAny(words, error);
-    if (!contacts)
+    auto contacts = contactsWithAny(words, error);
+    const auto ofRecords = contacts && words.size() > 1 ? wordsOfRecords(words, error) : std::optional<quint32>(0);
+    if (!contacts || !ofRecords)
         return false;
-    for (auto first = contacts->cbegin(); first != contacts->cend() && isMoreWanted();) {
+    const auto all = quint32((quint64(1) << words.size()) - 1);
+    contacts->removeIf([&](const FoundContact &each) { return (each.words | *ofRecords) != all; });
+    int groups = 0;
+    for (auto first = contacts->cbegin(); first != contacts->cend() && isMoreWanted() && ++groups <= mostGroups;) {
         const auto end = std::find_if(first, contacts->cend(),
                                       [first](const FoundContact &each) { return each.words != first->words; });
         QList<qint64> sameWords;

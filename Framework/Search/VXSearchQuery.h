@@ -52,6 +52,7 @@ private:
                         const QList<VXSearchTerms::NumberEnd> &ends, VXError *error);
     bool contactsWith(const QStringList &words, QList<qint64> *contacts, VXError *error);
     std::optional<QList<FoundContact>> contactsWithAny(const QStringList &words, VXError *error);
+    std::optional<quint32> wordsOfRecords(const QStringList &words, VXError *error);
     std::optional<QStringList> numbersOf(const QList<qint64> &entries, VXError *error);
     bool recordsOfNumbers(const QStringList &numbers, QList<qint64> *records, VXError *error);
     bool recordsOfNumbersWith(const QStringList &words, const QStringList &numbers, QList<qint64> *records,
