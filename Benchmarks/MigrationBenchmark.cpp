@@ -172,15 +172,6 @@ public:
     }
 };
 
-/** The same, and it says so. */
-class AttributePlugin : public HookPlugin
-{
-public:
-    using HookPlugin::HookPlugin;
-    bool copiesRows(int) const override { return true; }
-    bool migratesAttribute(const VXAttributeDescription &old, int) const override { return old.name() == "isRead"_L1; }
-};
-
 /** One that has something to do with one of its entities, and says so. */
 class ContactPlugin : public RowPlugin
 {
@@ -262,14 +253,6 @@ void upgradeUnverified(benchmark::State &state)
 void upgradeByObjects(benchmark::State &state)
 {
     upgrade<HookPlugin>(state, true);
-    state.counters["allowed"] = 4;
-    state.counters["bytes allowed"] = 2048;
-}
-
-// The same, of which all but one attribute goes by rows.
-void upgradeAttribute(benchmark::State &state)
-{
-    upgrade<AttributePlugin>(state, true);
     state.counters["allowed"] = 4;
     state.counters["bytes allowed"] = 2048;
 }
@@ -406,18 +389,6 @@ BENCHMARK(upgradeByObjects)
     ->UseRealTime();
 BENCHMARK(insertSelectCalls)
     ->Name("UpgradeByObjects/peer")
-    ->Arg(usual)
-    ->Unit(benchmark::kMillisecond)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime();
-BENCHMARK(upgradeAttribute)
-    ->Name("UpgradeAttribute/ours")
-    ->Arg(usual)
-    ->Unit(benchmark::kMillisecond)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime();
-BENCHMARK(insertSelectCalls)
-    ->Name("UpgradeAttribute/peer")
     ->Arg(usual)
     ->Unit(benchmark::kMillisecond)
     ->MeasureProcessCPUTime()

@@ -24,7 +24,7 @@ public:
     {
         QString path;
         QDateTime date;
-        QString reason; // "upgraded", "replaced", "merged" or "removed"
+        QString reason; // "upgraded", "replaced", "merged", "mended" or "removed"
     };
 
     /** Puts the folder at `path`, which is or was the store, into the trash, and notes that before: it is found again whenever

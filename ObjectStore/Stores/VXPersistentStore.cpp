@@ -184,14 +184,20 @@ bool VXPersistentStore::findMissingTargets(const VXRelationshipDescription &rela
     return true;
 }
 
-// By an ordinary save, so that others who have read a row learn of it.
+bool VXPersistentStore::mendValues(QStringList *, VXError *)
+{
+    return true;
+}
+
+// The values first: with some of them a row cannot be read. Then by an ordinary save, so that others who have read a row learn of
+// it.
 std::optional<QStringList> VXPersistentStore::mend(VXError *error)
 {
     QList<VXBrokenReference> broken;
-    if (!findBrokenReferences(&broken, error))
+    QStringList mended;
+    if (!mendValues(&mended, error) || !findBrokenReferences(&broken, error))
         return std::nullopt;
     VXSaveRequest request;
-    QStringList mended;
     QHash<VXManagedObjectID, std::pair<std::shared_ptr<VXStoreRow>, qsizetype>> changed; // and where in the request
     for (const VXBrokenReference &each : std::as_const(broken)) {
         if (each.source.isNull())
@@ -214,8 +220,9 @@ std::optional<QStringList> VXPersistentStore::mend(VXError *error)
         request.changes[place].changedProperties.append(each.relationship->index());
     }
     QList<VXRowConflict> conflicts;
-    const auto transaction = mended.isEmpty() ? nullptr : save(request, &conflicts, error);
-    if (mended.isEmpty() || (transaction && transaction->commit(error)))
+    const bool isSaved = request.changes.isEmpty() && request.links.isEmpty();
+    const auto transaction = isSaved ? nullptr : save(request, &conflicts, error);
+    if (isSaved || (transaction && transaction->commit(error)))
         return mended;
     if (!conflicts.isEmpty())
         VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::MergeConflict, u"The store cannot be mended."_s,

@@ -196,7 +196,11 @@ public:
                                     VXError *error);
     /** What an integrity check finds; empty when the store is sound. */
     virtual QStringList check() = 0;
-    /** Removes the references that are broken, and saves that. @return what was removed, as texts; empty on failure. */
+    /**
+     * Removes the references that are broken, and sets right the values that do not fit their attribute: what says the same in the
+     * attribute's type becomes that, all else its default value, or none. Saves that. @return what was mended, as texts, with
+     * the values that were; empty on failure.
+     */
     std::optional<QStringList> mend(VXError *error);
     /** Writes what the store holds to a new file of the same type, while others may go on saving. The copy is the same
      * store: both cannot be attached together. */
@@ -217,6 +221,8 @@ protected:
     void setStoredMetadata(const QVariantMap &metadata);
     void markMetadataSaved(const QVariantMap &saved);
     virtual bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) = 0;
+    /** Of stores that can hold values that do not fit: sets them right and saves that. */
+    virtual bool mendValues(QStringList *mended, VXError *error);
 
 private:
     QVariantMap withOwnEntries(const QVariantMap &metadata) const;

@@ -1,7 +1,10 @@
 #include "VXSQLiteStore.h"
 
+#include "VXPropertyList.h"
 #include "VXSaveReferences.h"
 #include "VXSQLiteUnfit.h"
+
+#include <QtCore/QDateTime>
 
 using namespace Qt::StringLiterals;
 
@@ -73,37 +76,144 @@ void VXSQLiteStore::findUnreadableRows(QStringList &found)
     }
 }
 
-bool VXSQLiteStore::findUnfitValues(QStringList *found, VXError *error)
+struct VXSQLiteStore::UnfitValue
 {
-    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
-    if (!connection)
-        return false;
+    const VXAttributeDescription *attribute;
+    VXManagedObjectID objectID;
+    QString quoted;   // as SQL writes it
+    QByteArray bytes; // texts, and numbers, in UTF-8
+
+    // `quote`: of the value, or of its beginning.
+    QString description(const QString &quote) const
+    {
+        return u"\"%1\" of %2 cannot be %3"_s.arg(attribute->name(), objectID.uriRepresentation().toString(), quote);
+    }
+};
+
+bool VXSQLiteStore::forEachUnfitValue(VXSQLiteConnection &connection, int limit,
+                                      const std::function<void(const UnfitValue &)> &each, VXError *error) const
+{
     for (const VXEntityDescription *const entity : model().entities()) {
         for (const VXAttributeDescription *const attribute : entity->attributes()) {
             if (&attribute->entity() != entity || attribute->isTransient())
                 continue;
             const QString column = "t0."_L1 + VXSQLiteSchema::column(*attribute);
-            VXSQLiteStatement rows =
-                connection->statement(u"SELECT t0.Z_PK, t0.Z_ENT, quote(%1) FROM %2 t0 WHERE %3 LIMIT %4"_s.arg(
-                                          column, VXSQLiteSchema::table(*entity),
-                                          VXSQLiteUnfit(attribute->type(), column), QString::number(mostUnfitValues)),
-                                      error);
+            VXSQLiteStatement rows = connection.statement(
+                u"SELECT t0.Z_PK, t0.Z_ENT, quote(%1), %1, typeof(%1) = 'blob' FROM %2 t0 WHERE %3 LIMIT %4"_s.arg(
+                    column, VXSQLiteSchema::table(*entity), VXSQLiteUnfit(attribute->type(), column),
+                    QString::number(limit)),
+                error);
             if (!rows)
                 return false;
             Step at = rows.step();
             for (; at == Step::Row; at = rows.step()) {
                 const VXManagedObjectID objectID = layout(*entity).readID(rows, identity());
                 if (!objectID.isNull()) // or the row is told as unreadable
-                    found->append(u"\"%1\" of %2 cannot be %3."_s.arg(
-                        attribute->name(), objectID.uriRepresentation().toString(), rows.text(2).left(longestQuote)));
+                    each({attribute, objectID, rows.text(2),
+                          rows.number(4) != 0 ? rows.data(3) : rows.text(3).toUtf8()});
             }
             if (at == Step::Failed) {
-                VXSetError(error, connection->lastError());
+                VXSetError(error, connection.lastError());
                 return false;
             }
         }
     }
     return true;
+}
+
+bool VXSQLiteStore::findUnfitValues(QStringList *found, VXError *error)
+{
+    const VXSQLiteConnectionPool::Lease connection = _readers.borrow(error);
+    const auto tell = [&](const UnfitValue &value) {
+        found->append(value.description(value.quoted.left(longestQuote)) + u'.');
+    };
+    return connection && forEachUnfitValue(*connection, mostUnfitValues, tell, error);
+}
+
+namespace {
+
+// What bytes say in a type; none when they say nothing in it, or more than it can hold.
+QVariant readAs(VXAttributeType type, const QByteArray &bytes)
+{
+    bool isRead = true;
+    QVariant value;
+    switch (type) {
+    case VXAttributeType::Integer16:
+    case VXAttributeType::Integer32:
+    case VXAttributeType::Integer64:
+        value = bytes.toLongLong(&isRead);
+        break;
+    case VXAttributeType::Double:
+        value = bytes.toDouble(&isRead);
+        break;
+    case VXAttributeType::Boolean:
+        value = bytes == "1" || bytes == "true";
+        isRead = value.toBool() || bytes == "0" || bytes == "false";
+        break;
+    case VXAttributeType::Date: // one that does not say its time zone could be any of many
+        value = QDateTime::fromString(QString::fromUtf8(bytes), Qt::ISODateWithMs);
+        isRead = value.toDateTime().isValid() && value.toDateTime().timeSpec() != Qt::LocalTime;
+        break;
+    case VXAttributeType::String:
+        value = QString::fromUtf8(bytes);
+        isRead = bytes.isValidUtf8() && !bytes.contains('\0');
+        break;
+    case VXAttributeType::Binary:
+        return bytes;
+    case VXAttributeType::PropertyList:
+        return VXPropertyList::fromData(bytes);
+    }
+    return isRead ? VXAttributeValue(type, value).value_or(QVariant()) : QVariant();
+}
+
+} // namespace
+
+// In one transaction. The rows have a new version, so that others who have read them learn of it.
+bool VXSQLiteStore::mendValues(QStringList *mended, VXError *error)
+{
+    QStringList any; // a store without is not written to
+    if (!findUnfitValues(&any, error))
+        return false;
+    if (any.isEmpty())
+        return true;
+    QList<VXRowConflict> none;
+    const auto transaction = save({}, &none, error);
+    QList<UnfitValue> found;
+    if (!transaction || !forEachUnfitValue(
+                            *_writer, -1, [&](const UnfitValue &value) { found.append(value); }, error))
+        return false;
+    for (const UnfitValue &unfit : std::as_const(found)) {
+        const QString now = mendValue(unfit, error);
+        if (now.isNull())
+            return false;
+        mended->append(unfit.description(unfit.quoted) +
+                       (now == "NULL"_L1 ? u"; it has no value now."_s : u"; it is %1 now."_s.arg(now)));
+    }
+    return transaction->commit(error);
+}
+
+// What stands there now, as SQL writes it; null on failure.
+QString VXSQLiteStore::mendValue(const UnfitValue &unfit, VXError *error)
+{
+    const VXAttributeDescription &attribute = *unfit.attribute;
+    QVariant value = readAs(attribute.type(), unfit.bytes);
+    if (!value.isValid())
+        value = attribute.defaultValue();
+    if (attribute.type() == VXAttributeType::PropertyList && value.isValid())
+        value = VXPropertyList::toData(value, VXPropertyList::Format::Binary);
+    VXSQLiteStatement update =
+        _writer->statement(u"UPDATE %1 SET %2 = ?1, Z_OPT = Z_OPT + 1 WHERE Z_PK = ?2 RETURNING quote(%2)"_s.arg(
+                               VXSQLiteSchema::table(attribute.entity()), VXSQLiteSchema::column(attribute)),
+                           error);
+    if (!update)
+        return {};
+    update.bindValue(1, value);
+    update.bindNumber(2, unfit.objectID.number());
+    const QString now = update.step() == Step::Row ? update.text(0) : QString();
+    if (!now.isNull() && update.step() == Step::Done)
+        return now;
+    VXSetError(error, _writer->lastError());
+    return {};
 }
 
 QString VXSQLiteStore::oneSidedQuery(const VXRelationshipDescription &relationship)

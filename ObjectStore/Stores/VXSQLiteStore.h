@@ -123,6 +123,12 @@ private:
     bool addReferences(VXSQLiteConnection &connection, const VXRelationshipDescription &relationship,
                        const QString &query, bool isTargetThere, QList<VXBrokenReference> *found, VXError *error) const;
     void findUnreadableRows(QStringList &found);
+    struct UnfitValue;
+    /** `limit`: of each attribute; -1 for all. */
+    bool forEachUnfitValue(VXSQLiteConnection &connection, int limit,
+                           const std::function<void(const UnfitValue &)> &each, VXError *error) const;
+    bool mendValues(QStringList *mended, VXError *error) override;
+    QString mendValue(const UnfitValue &unfit, VXError *error);
 
     const VXStoreOptions _options;
     VXSQLiteSchema _schema; // this and the layouts do not change once the store is open

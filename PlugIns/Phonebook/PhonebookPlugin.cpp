@@ -22,6 +22,33 @@ bool isMerge()
     return run != nullptr && run->isMerge();
 }
 
+// Those that a merge brings become those of their name that are there. What belongs to another plugin stays apart.
+bool uniteGroups(VXManagedObjectContext &context, VXError *error)
+{
+    const VXEntityDescription &entity =
+        *context.persistentStoreCoordinator()->model().entityForName(VXContactGroup::entityName);
+    const std::optional<VXFetchResult> groups = context.executeFetchRequest(VXFetchRequest(entity), error);
+    if (!groups)
+        return false;
+    const int members = entity.propertyForName(u"members"_s)->index();
+    QHash<QString, VXManagedObjectPtr> known;
+    for (const bool isNew : {false, true}) {
+        for (const VXManagedObjectPtr &group : *groups) {
+            if (group->isInserted() != isNew || group->valueForKey(u"url_string"_s).isValid())
+                continue;
+            VXManagedObjectPtr &kept = known[group->valueForKey(u"name"_s).toString()];
+            if (!kept)
+                kept = group;
+            if (!isNew || kept == group)
+                continue;
+            for (const VXManagedObjectPtr &member : group->relatedObjects(members))
+                kept->addRelated(members, member);
+            context.deleteObject(group);
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 /** Keeps the contacts, in the store "phonebook". */
@@ -64,6 +91,11 @@ public:
                 return false;
         }
         return VXStorePlugin::migrateManagedObjectContext(oldContext, version, newContext, error);
+    }
+    bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error) override
+    {
+        const bool isMerged = isMerge() && VXStoreMigration::current()->phase() == VXStoreMigration::Phase::Checking;
+        return !isMerged || uniteGroups(context, error);
     }
     std::optional<VXMigratedObjects> migrateEntityAttributes(const VXEntityDescription &entity,
                                                              VXManagedObjectContext &oldContext, int version,

@@ -3,6 +3,7 @@
 #include "VXManagedObjectContext.h"
 #include "VXShownDate.h"
 #include "VXTesting.h"
+#include "VXTestSQL.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -222,6 +223,37 @@ TEST_F(HostStoreTest, ChecksFindWhatIsBroken)
     }
     writeFile(u"People.vxdatastore/People.xml"_s, sound);
     EXPECT_EQ(jsonOf({"check", store}), QJsonArray());
+}
+
+// As another program may write them: kept where they say the same in the attribute's type.
+TEST_F(HostStoreTest, MendingSetsValuesRightThatDoNotFit)
+{
+    const QString store = makeStore();
+    insert(store, u"Call"_s, R"({"number": "1"})");
+    const std::tuple<const char *, const char *, const char *> cases[] = {
+        {"Call.seconds", "X'3132'", "12"},
+        {"Call.seconds", "'about 12'", "NULL"},
+        {"Call.seconds", "1.5", "NULL"},
+        {"Call.seconds", "40000", "NULL"},
+        {"Call.number", "X'C3A4'", "'ä'"},
+        {"Call.number", "X'C3'", "NULL"},
+        {"date", "'1970-01-01T00:00:02Z'", "2000"},
+        {"date", "'1970-01-01T00:00:02'", "NULL"},
+        {"Call.data", "'abc'", "X'616263'"},
+        {"Call.extra", "'no list'", "NULL"},
+    };
+    for (const auto &[column, bad, mended] : cases) {
+        VXRunSQL(store + "/People.sqlite"_L1, QByteArray("UPDATE VX_Record SET \"") + column + "\" = " + bad);
+        EXPECT_EQ(run({"check", store}).status, 1) << column << bad;
+        const std::string told = outputOf({"check", store, "--mend"}).toStdString();
+        EXPECT_THAT(told, HasSubstr(std::string(" cannot be ") + bad + "; it ")) << column;
+        EXPECT_EQ(VXRunSQL(store + "/People.sqlite"_L1, QByteArray("SELECT quote(\"") + column + "\") FROM VX_Record"),
+                  QStringList{QString::fromUtf8(mended)})
+            << bad;
+        EXPECT_EQ(outputOf({"check", store}), "The store is sound.\n");
+        const QString kept = QString::fromStdString(told).section(" lies in "_L1, -1).trimmed();
+        EXPECT_THAT(run({"check", kept}).output, HasSubstr(bad)); // what it was
+    }
 }
 
 TEST_F(HostStoreTest, LongListsAreWrittenBatchByBatch)

@@ -24,6 +24,7 @@ QString textOfReason(const QString &reason)
     return reason == "upgraded"_L1   ? VXText("before an upgrade")
            : reason == "replaced"_L1 ? VXText("before it was replaced")
            : reason == "merged"_L1   ? VXText("before an import")
+           : reason == "mended"_L1   ? VXText("before it was mended")
                                      : VXText("kept aside");
 }
 

@@ -142,8 +142,10 @@ VXHostCommand VXStoreCommand()
             u"PATH is a store folder (.vxdatastore), or a data file (.sqlite, .xml) with its model beside it or in "
             "--model. NAME is the store of a data plugin, as in: vornix store list calls VXCall. \"info\" shows what "
             "the store tells of itself, \"entities\" which kinds of objects it holds. "
-            "\"check\" looks for damage, dangling references and inverses that do not fit; with --mend it removes "
-            "those references. \"new\" makes a store folder.\n\n"
+            "\"check\" looks for damage, dangling references, inverses that do not fit and values of another kind than "
+            "their attribute; with --mend it removes those references, turns those values into what says the same or, "
+            "failing that, into the attribute's default value or none, and keeps what the store was. \"new\" makes a "
+            "store folder.\n\n"
             "\"list PATH ENTITY\" shows objects; with --json in full. \"insert PATH ENTITY JSON\" and \"update PATH "
             "URI JSON\" set the attributes and relationships that the JSON object names: dates are texts in ISO "
             "8601, data is text in Base64, other objects are their URIs. In place of a URI the name that \"list\" "
@@ -168,7 +170,7 @@ VXHostCommand VXStoreCommand()
              {u"offset"_s, u"N"_s, u"Leave out the first N"_s, {}, {u"list"_s}},
              {u"count"_s, {}, u"Only count them"_s, {}, {u"list"_s}},
              {u"related"_s, {}, u"With --json: the URIs of to-many relationships, not their number"_s, {}, {u"list"_s}},
-             {u"mend"_s, {}, u"Remove references to objects that are gone, or do not lead back"_s, {}, {u"check"_s}},
+             {u"mend"_s, {}, u"Set right the references and values that do not fit"_s, {}, {u"check"_s}},
              {u"model"_s,
               u"FILE"_s,
               u"The model: .vxmodel or .mom"_s,

@@ -3,12 +3,15 @@
 
 #include "VXCoreDataStore.h"
 #include "VXFetchOptions.h"
+#include "VXFileManager.h"
+#include "VXFolderInMaking.h"
 #include "VXHostJSON.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXNearestWord.h"
 #include "VXObjectColumns.h"
 #include "VXObjectTable.h"
+#include "VXStorePast.h"
 #include "VXTextTable.h"
 
 #include <QtCore/QFileInfo>
@@ -109,20 +112,45 @@ std::optional<VXObjectColumns> chosenColumns(VXStoreSession &session, const VXEn
     return columns;
 }
 
-// Tells what was removed; what cannot be mended is found again by the check that follows.
-int mend(VXStoreSession &session)
+// Mends a store of which a copy is kept: the folder as one that can be taken back, a file alone in the trash. Tells what was done.
+bool mend(VXPersistentStore &store, QStringList *told, VXError *error)
 {
-    QStringList mended;
+    const QFileInfo file(store.path());
+    const QString folder = file.absolutePath();
+    const VXCoreDataStore::Ptr whole = folder.endsWith(u'.' + VXStoreFileExtension)
+                                           ? VXCoreDataStore::storeClass().makeStore(folder, file.fileName())
+                                           : VXCoreDataStore::Ptr();
+    const VXFolderInMaking before(whole ? folder : store.path());
+    if (before.problem()) {
+        VXSetError(error, before.problem());
+        return false;
+    }
+    if (!(whole ? whole->copyTo(before.path(), error) : store.copyTo(before.path(), error)))
+        return false;
+    const std::optional<QStringList> mended = store.mend(error);
+    if (!mended || mended->isEmpty())
+        return mended.has_value();
+    for (const QString &each : *mended)
+        told->append(u"%1: mended: %2"_s.arg(store.path(), each));
+    QString place;
+    const VXError problem = whole ? VXStorePast::keep(folder, before.path(), u"mended"_s, &place)
+                                  : VXFileManager::defaultManager().safelyTrashFileAtPath(before.path(), &place);
+    told->append(problem ? u"%1: what it was before could not be kept: %2"_s.arg(store.path(), VXErrorText(problem))
+                         : u"%1: what it was before lies in %2"_s.arg(store.path(), place));
+    return true;
+}
+
+// What cannot be mended is found again by the check that follows.
+int mendStores(VXStoreSession &session)
+{
+    QStringList told;
     for (const auto &store : session.coordinator->persistentStores()) {
         VXError error;
-        const std::optional<QStringList> found = store->mend(&error);
-        if (!found)
+        if (!store->check().isEmpty() && !mend(*store, &told, &error))
             return session.fail(error);
-        for (const QString &each : *found)
-            mended.append(u"%1: removed: %2"_s.arg(store->path(), each));
     }
-    session.host.output.answer(mended.isEmpty() ? u"There was nothing to mend.\n"_s : mended.join(u'\n') + u'\n',
-                               QJsonArray::fromStringList(mended));
+    session.host.output.answer(told.isEmpty() ? u"There was nothing to mend.\n"_s : told.join(u'\n') + u'\n',
+                               QJsonArray::fromStringList(told));
     return VXHostOutput::Done;
 }
 
@@ -236,7 +264,7 @@ int VXListStoreObjects(VXStoreSession &session)
 int VXCheckStore(VXStoreSession &session)
 {
     if (session.host.options.isSet(u"mend"_s))
-        return mend(session);
+        return mendStores(session);
     QStringList problems;
     for (const auto &store : session.coordinator->persistentStores()) {
         for (const QString &problem : store->check())

@@ -236,6 +236,10 @@ TEST_F(VXContactHistoryTest, AStoreThatIsMergedIsOneStepAndBringsNoHistory)
     EXPECT_FALSE(error) << error.description().toStdString();
     EXPECT_EQ(contacts().size(), 3);
     EXPECT_EQ(countOf(u"VXContactChangeSet"_s), 3); // of both imports and the merge
+    VXManagedObjectContext context(store);
+    const auto groups = context.executeFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXGroup"_s)));
+    ASSERT_EQ(groups->size(), 1); // Jane's, which both of her are in
+    EXPECT_EQ(groups->first()->relatedCount(groups->first()->entity().propertyForName(u"members"_s)->index()), 2);
     for (const qsizetype left : {2, 1, 0}) {
         EXPECT_EQ(undo(), u"1 0 0 "_s);
         EXPECT_EQ(contacts().size(), left);
