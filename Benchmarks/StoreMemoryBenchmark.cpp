@@ -1,6 +1,7 @@
 // What fetched objects take beside rows kept by hand, that walking them keeps memory flat, and what is made to find some.
 
 #include "CallStore.h"
+#include "VXPageMemory.h"
 
 #include <benchmark/benchmark.h>
 #include <QtCore/QFile>
@@ -19,7 +20,7 @@ double bytesPerCall(const std::function<void()> &allocate)
 {
     const auto allocated = [] {
         const auto info = ::mallinfo2();
-        return info.uordblks + info.hblkhd;
+        return info.uordblks + info.hblkhd + VXPageMemory::usedBytes();
     };
     const size_t before = allocated();
     allocate();

@@ -79,6 +79,14 @@ VXStoreRow::Kind kindOfNumber(VXAttributeType type, qint64 number)
     return Kind::None;
 }
 
+// Whether rows have its values behind their cells.
+bool isPacked(const VXPropertyDescription &property)
+{
+    const VXAttributeDescription *const attribute = property.asAttribute();
+    return attribute == nullptr || attribute->type() == VXAttributeType::String ||
+           attribute->type() == VXAttributeType::Binary;
+}
+
 } // namespace
 
 void *VXManagedObject::operator new(size_t size)
@@ -152,7 +160,8 @@ void VXManagedObject::changeValues(const VXPropertyDescription &property, const 
         return;
     }
     if (!_values)
-        _values = before->copy(before->version() + 1);
+        _values = isPacked(property) ? before->copy(before->version() + 1)
+                                     : VXStoreRow::copyToChange(_row, before->version() + 1);
     else if (_values.use_count() > 1) // a save that failed may have left it with a store
         _values = before->copy(before->version());
     set(*_values);

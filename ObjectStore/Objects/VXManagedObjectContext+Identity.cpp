@@ -61,7 +61,8 @@ void VXManagedObjectContext::replaceReferences(VXManagedObject &object, const Re
         if (relationship->isToMany())
             continue;
         const ObjectID *const before = object._values->target(relationship->index());
-        if (before == nullptr)
+        if (before == nullptr ||
+            (object._row && object._row->target(relationship->index()) == before)) // as it is stored
             continue;
         const ObjectID now = replacement(*before);
         if (now.isNull())

@@ -50,6 +50,8 @@ bool VXManagedObjectContext::Save::run(VXError *error)
 // Also those that a hook changes. A hook that saves asks the others, and those no more than once.
 void VXManagedObjectContext::Save::callWillSave() const
 {
+    if (!_context._hasHooks)
+        return;
     const bool isOuter = !std::exchange(_context._isAsking, true);
     const auto end = qScopeGuard([&] { _context._isAsking = !isOuter; });
     if (isOuter)
@@ -371,6 +373,8 @@ void VXManagedObjectContext::Save::refreshOthers()
 
 void VXManagedObjectContext::Save::callDidSave() const
 {
+    if (!_context._hasHooks)
+        return;
     for (const QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted}) {
         for (const ObjectPtr &object : *objects)
             object->didSave();

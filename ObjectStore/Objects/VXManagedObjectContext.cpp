@@ -34,6 +34,7 @@ VXManagedObject &VXManagedObjectContext::makeObject(const ObjectID &objectID)
     VXAssert(&objectID.entity().model() == &_coordinator->model(),
              u"entity \"%1\" is not of the coordinator's model"_s.arg(objectID.entity().name()));
     VXManagedObject *const object = VXManagedObjectClass::make(objectID.entity(), _coordinator->objectClasses());
+    _hasHooks = _hasHooks || !objectID.entity().managedObjectClassName().isNull();
     object->_context = this;
     object->_objectID = objectID;
     _objects.insert(objectID, object);

@@ -204,6 +204,7 @@ private:
     qint64 _madeObjectCount = 0;
     quint64 _stateCount = 0; // of changes of state, so that hooks are seen to make any
     quint32 _saveNumber = 0;
+    bool _hasHooks = false; // objects of classes of their own, one of which there was at least
     bool _isAsking = false; // hooks of objects to be saved, which may save themselves
 };
 

@@ -1,26 +1,16 @@
 #include "VXObjectMemory.h"
 
+#include "VXPageMemory.h"
+
 #include <atomic>
 #include <cstdint>
-#include <cstdlib>
 #include <new>
 #include <utility>
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define VX_ADDRESS_SANITIZER
-#endif
-#endif
 
 namespace {
 
 constexpr size_t alignment = 16;
-constexpr size_t pageSize = 4096 - alignment; // with what malloc adds
-#if defined(__SANITIZE_ADDRESS__) || defined(VX_ADDRESS_SANITIZER)
-constexpr size_t largestShared = 0; // each by itself, so that it is seen who uses one that is gone
-#else
-constexpr size_t largestShared = 512; // of the objects in pages of several
-#endif
+constexpr size_t largestShared = VXPageMemory::isChecked ? 0 : 512; // of the objects in pages of several
 
 constexpr size_t aligned(size_t size)
 {
@@ -32,13 +22,7 @@ class Page
 {
 public:
     static constexpr size_t sizeFor(size_t object) { return firstPlace() + object; }
-    static Page *make(size_t size)
-    {
-        void *const memory = std::malloc(size);
-        if (memory == nullptr)
-            throw std::bad_alloc();
-        return new (memory) Page(size);
-    }
+    static Page *make(size_t size) { return new (VXPageMemory::allocate(size)) Page(size); }
     /** nullptr when there is no room left. */
     void *allocate(size_t size)
     {
@@ -64,7 +48,7 @@ private:
     void letGo(std::int64_t count)
     {
         if (_holders.fetch_sub(count, std::memory_order_acq_rel) == count)
-            std::free(this);
+            VXPageMemory::release(this, _size);
     }
 
     std::atomic<std::int64_t> _holders = unlimited; // its objects and, until it is closed, those that it may yet have
@@ -100,7 +84,7 @@ void *VXObjectMemory::allocate(size_t size)
     }
     void *memory = open.page == nullptr ? nullptr : open.page->allocate(size);
     if (memory == nullptr) {
-        open.replace(Page::make(pageSize));
+        open.replace(Page::make(VXPageMemory::pageSize));
         memory = open.page->allocate(size);
     }
     return memory;

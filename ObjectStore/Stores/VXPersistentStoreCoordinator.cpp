@@ -47,7 +47,8 @@ std::optional<VXManagedObjectID> strangerIn(const VXRowChange &change)
         return std::nullopt;
     for (const VXRelationshipDescription *const relationship : change.objectID.entity().relationships()) {
         const VXManagedObjectID *const target = change.row->target(relationship->index());
-        if (target != nullptr && target->store() != change.objectID.store())
+        const bool isStored = target != nullptr && change.base && change.base->target(relationship->index()) == target;
+        if (target != nullptr && !isStored && target->store() != change.objectID.store())
             return *target;
     }
     return std::nullopt;

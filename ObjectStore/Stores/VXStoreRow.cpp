@@ -36,6 +36,28 @@ bool isSameReal(double a, double b)
     return a == b || (std::isnan(a) && std::isnan(b));
 }
 
+/** Asks for as much more memory as the block takes: what std::allocate_shared makes ends with the row. */
+template <class T>
+struct WithBlock
+{
+    using value_type = T;
+
+    explicit WithBlock(size_t block) : blockSize(block) {}
+    template <class U>
+    WithBlock(const WithBlock<U> &other) : blockSize(other.blockSize)
+    {
+    }
+    T *allocate(size_t count) { return static_cast<T *>(allocated(count * sizeof(T) + blockSize)); }
+    void deallocate(T *memory, size_t) { std::free(memory); }
+    template <class U>
+    friend bool operator==(const WithBlock &, const WithBlock<U> &)
+    {
+        return true;
+    }
+
+    size_t blockSize;
+};
+
 } // namespace
 
 /** A row with the block behind it, but for a large one. */
@@ -53,28 +75,23 @@ public:
         if (_hasOthers)
             copyOthers();
     }
+};
 
-    /** Asks for as much more memory as the block takes: what std::allocate_shared makes ends with the row. */
-    template <class T>
-    struct Allocator
+/** A row that has the texts and data of another one, with its head behind it. */
+class VXStoreRow::Change final : public VXStoreRow
+{
+public:
+    Change(const Ptr &row, qint64 version)
+        : VXStoreRow(*row, this + 1, version), _base(row->sharesTexts() ? static_cast<const Change &>(*row)._base : row)
     {
-        using value_type = T;
+        if (_hasOthers)
+            copyOthers();
+    }
 
-        explicit Allocator(size_t block) : blockSize(block) {}
-        template <class U>
-        Allocator(const Allocator<U> &other) : blockSize(other.blockSize)
-        {
-        }
-        T *allocate(size_t count) { return static_cast<T *>(allocated(count * sizeof(T) + blockSize)); }
-        void deallocate(T *memory, size_t) { std::free(memory); }
-        template <class U>
-        friend bool operator==(const Allocator &, const Allocator<U> &)
-        {
-            return true;
-        }
+    Ptr letGoOfBase() { return std::move(_base); }
 
-        size_t blockSize;
-    };
+private:
+    Ptr _base; // is no such row itself
 };
 
 VXStoreRow::VXStoreRow(int propertyCount, qint64 version)
@@ -84,15 +101,25 @@ VXStoreRow::VXStoreRow(int propertyCount, qint64 version)
 }
 
 VXStoreRow::VXStoreRow(int propertyCount, qint64 version, void *block, size_t capacity)
-    : _version(version), _block(block), _used(quint32(headSize(propertyCount))), _capacity(quint32(capacity)),
-      _count(propertyCount), _isOwner(false)
+    : _version(version), _block(block), _texts(static_cast<std::byte *>(block)),
+      _used(quint32(headSize(propertyCount))), _capacity(quint32(capacity)), _count(propertyCount), _isOwner(false)
 {
     std::fill_n(kinds(), _count, Kind::None);
 }
 
 VXStoreRow::VXStoreRow(const VXStoreRow &other, void *block)
-    : _version(other._version), _block(block), _used(other._used), _capacity(other._used), _count(other._count),
-      _isOwner(false), _hasOthers(other._hasOthers)
+    : _version(other._version), _block(block), _texts(static_cast<std::byte *>(block)), _used(other._used),
+      _capacity(other._used), _count(other._count), _isOwner(false), _hasOthers(other._hasOthers)
+{
+    if (other.sharesTexts())
+        _used = _capacity = quint32(other.packInto(block, -1));
+    else
+        std::memcpy(_block, other._block, _used);
+}
+
+VXStoreRow::VXStoreRow(const VXStoreRow &other, void *block, qint64 version)
+    : _version(version), _block(block), _texts(other._texts), _used(quint32(headSize(other._count))), _capacity(_used),
+      _count(other._count), _isOwner(false), _hasOthers(other._hasOthers)
 {
     std::memcpy(_block, other._block, _used);
 }
@@ -111,14 +138,19 @@ size_t VXStoreRow::capacityFor(int propertyCount)
 std::shared_ptr<VXStoreRow> VXStoreRow::make(int propertyCount, qint64 version)
 {
     const size_t capacity = capacityFor(propertyCount);
-    return std::allocate_shared<Whole>(Whole::Allocator<Whole>(capacity), propertyCount, version, capacity);
+    return std::allocate_shared<Whole>(WithBlock<Whole>(capacity), propertyCount, version, capacity);
 }
 
 std::shared_ptr<VXStoreRow> VXStoreRow::copy(qint64 version) const
 {
-    void *const ownBlock = _used > largestBehind ? allocated(_used) : nullptr;
-    return std::allocate_shared<Whole>(Whole::Allocator<Whole>(ownBlock == nullptr ? _used : 0), *this, version,
-                                       ownBlock);
+    const size_t size = sharesTexts() ? liveBytes(-1) : _used;
+    void *const ownBlock = size > largestBehind ? allocated(size) : nullptr;
+    return std::allocate_shared<Whole>(WithBlock<Whole>(ownBlock == nullptr ? size : 0), *this, version, ownBlock);
+}
+
+std::shared_ptr<VXStoreRow> VXStoreRow::copyToChange(const Ptr &row, qint64 version)
+{
+    return std::allocate_shared<Change>(WithBlock<Change>(headSize(row->_count)), row, version);
 }
 
 VXStoreRow::~VXStoreRow()
@@ -219,9 +251,10 @@ bool VXStoreRow::isSame(int index, const VXStoreRow &other, int otherIndex) cons
     case Kind::Text:
     case Kind::Data:
         return own.place.size == its.place.size &&
-               std::memcmp(bytes(index), other.bytes(otherIndex), own.place.size) == 0;
+               (bytes(index) == other.bytes(otherIndex) ||
+                std::memcmp(bytes(index), other.bytes(otherIndex), own.place.size) == 0);
     case Kind::Target:
-        return *target(index) == *other.target(otherIndex);
+        return target(index) == other.target(otherIndex) || *target(index) == *other.target(otherIndex);
     case Kind::Other:
         return VXIsSameValue(*own.other, *its.other);
     case Kind::Integer:
@@ -336,8 +369,13 @@ void VXStoreRow::setOther(int index, const QVariant &value)
 // In place of what the property had, where there is room for it.
 void VXStoreRow::setBytes(int index, Kind kind, const void *bytes, size_t size)
 {
-    const bool fits = isPacked(index) && aligned(cell(index).place.size) >= size;
     const size_t room = aligned(size);
+    if (sharesTexts()) {
+        const Ptr base = static_cast<Change *>(this)->letGoOfBase(); // whose they may be
+        repack(index, liveBytes(index) + 2 * room);
+        return setBytes(index, kind, bytes, size);
+    }
+    const bool fits = isPacked(index) && aligned(cell(index).place.size) >= size;
     if (!fits && _used + room > _capacity) {
         const auto *const from = static_cast<const std::byte *>(bytes);
         const auto *const block = static_cast<const std::byte *>(_block);
@@ -382,27 +420,33 @@ void VXStoreRow::shrink()
         repack(-1, live);
 }
 
-// What texts and data were replaced by others is left out, and so is the one that is about to be.
 void VXStoreRow::repack(int exceptFor, size_t capacity)
 {
-    auto *const block = static_cast<std::byte *>(allocated(capacity));
-    const size_t head = headSize(_count);
-    size_t used = head;
+    void *const block = allocated(capacity);
+    const size_t used = packInto(block, exceptFor);
+    replaceBlock(block, capacity);
+    _used = quint32(used);
+}
+
+// What texts and data were replaced by others is left out, and so is the one that is about to be. @return the size of the rest.
+size_t VXStoreRow::packInto(void *block, int exceptFor) const
+{
+    size_t used = headSize(_count);
+    std::memcpy(block, _block, used);
+    auto *const cells = static_cast<Cell *>(block);
     for (int index = 0; index < _count; ++index) {
         if (!isPacked(index))
             continue;
-        Cell &at = cell(index);
         if (index == exceptFor) {
-            kinds()[index] = Kind::None;
+            reinterpret_cast<Kind *>(cells + _count)[index] = Kind::None;
             continue;
         }
-        std::memcpy(block + used, bytes(index), at.place.size);
-        at.place.offset = quint32(used);
-        used += aligned(at.place.size);
+        const size_t size = cell(index).place.size;
+        std::memcpy(static_cast<std::byte *>(block) + used, bytes(index), size);
+        cells[index].place.offset = quint32(used);
+        used += aligned(size);
     }
-    std::memcpy(block, _block, head);
-    replaceBlock(block, capacity);
-    _used = quint32(used);
+    return used;
 }
 
 void VXStoreRow::replaceBlock(void *block, size_t capacity)
@@ -410,6 +454,7 @@ void VXStoreRow::replaceBlock(void *block, size_t capacity)
     if (std::exchange(_isOwner, true))
         std::free(_block);
     _block = block;
+    _texts = static_cast<std::byte *>(block);
     _capacity = quint32(capacity);
 }
 

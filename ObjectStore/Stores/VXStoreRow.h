@@ -48,6 +48,8 @@ public:
     static std::shared_ptr<VXStoreRow> make(int propertyCount, qint64 version);
     /** All values, with another version; likewise. */
     std::shared_ptr<VXStoreRow> copy(qint64 version) const;
+    /** The same, to be changed: until one of them changes, texts and data stay where the row has them, which is held as long. */
+    static std::shared_ptr<VXStoreRow> copyToChange(const Ptr &row, qint64 version);
 
     /** Grows by one with each save that changes the object; 1 when it is new. */
     qint64 version() const { return _version; }
@@ -87,7 +89,7 @@ public:
     void start(int propertyCount, qint64 version);
     /** Gives back memory where most of it holds nothing. */
     void shrink();
-    /** Of texts and data, and of the cells. */
+    /** Of texts and data of its own, and of the cells. */
     qsizetype allocatedBytes() const { return _capacity; }
 
 private:
@@ -95,7 +97,7 @@ private:
 
     struct Place
     {
-        quint32 offset; // in the block
+        quint32 offset; // from where the texts are counted
         quint32 size;   // in bytes
     };
     union Cell // as the kind says, which stands behind all cells; of no meaning for none
@@ -107,18 +109,20 @@ private:
     };
 
     class Whole;
+    class Change;
 
     static size_t headSize(int propertyCount);
     static size_t capacityFor(int propertyCount);
     /** Of blocks that somebody else owns, and keeps as long as the row. */
     VXStoreRow(int propertyCount, qint64 version, void *block, size_t capacity);
     VXStoreRow(const VXStoreRow &other, void *block);
+    VXStoreRow(const VXStoreRow &other, void *block, qint64 version); // with the other's texts and data
 
     Cell &cell(int index) { return static_cast<Cell *>(_block)[index]; }
     const Cell &cell(int index) const { return static_cast<const Cell *>(_block)[index]; }
     Kind *kinds() { return reinterpret_cast<Kind *>(static_cast<Cell *>(_block) + _count); }
     const Kind *kinds() const { return reinterpret_cast<const Kind *>(static_cast<const Cell *>(_block) + _count); }
-    const void *bytes(int index) const { return static_cast<const std::byte *>(_block) + cell(index).place.offset; }
+    const void *bytes(int index) const { return _texts + cell(index).place.offset; }
     Cell &replace(int index, Kind kind)
     {
         Cell &at = cell(index);
@@ -130,20 +134,24 @@ private:
     }
     void setOther(int index, const QVariant &value);
     void setBytes(int index, Kind kind, const void *bytes, size_t size);
+    /** Those of another row. */
+    bool sharesTexts() const { return _texts != _block; }
     bool isPacked(int index) const { return kind(index) >= Kind::Text && kind(index) <= Kind::Target; }
     /** What the values need, but for those of one property; -1: of none. */
     size_t liveBytes(int exceptFor) const;
     void makeRoom(int index, size_t size);
     void repack(int exceptFor, size_t capacity);
+    size_t packInto(void *block, int exceptFor) const;
     void replaceBlock(void *block, size_t capacity);
     void copyOthers();
     void removeOthers();
 
     qint64 _version;
-    void *_block;      // cells, then kinds: the head; then texts and data
-    quint32 _used;     // of the block, in bytes
-    quint32 _capacity; // likewise
-    int _count;        // of the properties
-    bool _isOwner;     // of the block
+    void *_block;            // cells, then kinds: the head; then texts and data
+    const std::byte *_texts; // what their places count from: the block, or that of the row this is a change of
+    quint32 _used;           // of the block, in bytes
+    quint32 _capacity;       // likewise
+    int _count;              // of the properties
+    bool _isOwner;           // of the block
     bool _hasOthers = false;
 };

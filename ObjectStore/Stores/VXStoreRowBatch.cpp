@@ -1,10 +1,32 @@
 #include "VXStoreRowBatch.h"
 
+#include "VXPageMemory.h"
+
 #include <algorithm>
 
 namespace {
 
-constexpr size_t largestPage = 8 << 10; // in bytes, of several rows: one row that is kept holds on to all of them
+constexpr size_t ofPointer = 48; // bytes at most, which std::shared_ptr has beside what it holds
+constexpr size_t largestPage = VXPageMemory::pageSize - ofPointer; // of several rows: one that is kept holds on to all
+
+template <class T>
+struct Allocator
+{
+    using value_type = T;
+
+    Allocator() = default;
+    template <class U>
+    Allocator(const Allocator<U> &)
+    {
+    }
+    T *allocate(size_t count) { return static_cast<T *>(VXPageMemory::allocate(count * sizeof(T))); }
+    void deallocate(T *memory, size_t count) { VXPageMemory::release(memory, count * sizeof(T)); }
+    template <class U>
+    friend bool operator==(const Allocator &, const Allocator<U> &)
+    {
+        return true;
+    }
+};
 
 } // namespace
 
@@ -15,7 +37,8 @@ VXStoreRow::Ptr VXStoreRowBatch::finish()
     const size_t size = sizeof(VXStoreRow) + _row._used;
     if (_capacity - _used < size) {
         _capacity = std::max(size, std::min(_capacity * 2, largestPage));
-        _page = std::make_shared_for_overwrite<std::uint64_t[]>(_capacity / sizeof(std::uint64_t));
+        _page = std::allocate_shared_for_overwrite<std::uint64_t[]>(Allocator<std::uint64_t>(),
+                                                                    _capacity / sizeof(std::uint64_t));
         _used = 0;
     }
     auto *const place = reinterpret_cast<std::byte *>(_page.get()) + _used;

@@ -73,7 +73,7 @@ TEST(VXStoreRowTest, GivesBackWhatItWasGiven)
     for (int index = 0; index < row.propertyCount(); ++index)
         row.setValue(index, wanted[index]);
     expectValues(row, wanted);
-    const auto copied = row.copy(8);
+    auto copied = row.copy(8);
     VXStoreRow others(int(wanted.size()), 1);
     const int last = row.propertyCount() - 1;
     for (int index = 0; index <= last; ++index) {
@@ -89,6 +89,10 @@ TEST(VXStoreRowTest, GivesBackWhatItWasGiven)
     copied->setText(0, copied->text(15)); // there is no room left
     EXPECT_EQ(copied->text(0), copied->text(15));
     EXPECT_EQ(row.number(0), 5);
+    const auto changed = VXStoreRow::copyToChange(std::exchange(copied, nullptr), 9);
+    EXPECT_EQ(changed->version(), 9);
+    changed->setText(1, changed->text(15)); // of the other one, which nobody else holds
+    EXPECT_EQ(changed->text(1), QString(50, u'x'));
 }
 
 TEST(VXStoreRowTest, ReplacesAnyValueByAnyOther)
@@ -96,16 +100,18 @@ TEST(VXStoreRowTest, ReplacesAnyValueByAnyOther)
     const QVariantList possible = values();
     QRandomGenerator random(1);
     constexpr int count = 5;
-    VXStoreRow row(count, 1);
+    auto row = VXStoreRow::make(count, 1);
     QVariantList wanted(count);
     for (int change = 0; change < 5000; ++change) {
+        if (const VXStoreRow::Ptr before = row; change % 7 == 0) // which stays as it is
+            row = VXStoreRow::copyToChange(before, 1);
         const int index = random.bounded(count);
         wanted[index] = possible[random.bounded(possible.size())];
-        row.setValue(index, wanted[index]);
+        row->setValue(index, wanted[index]);
         if (change % 50 == 0)
-            expectValues(*row.copy(1), wanted);
+            expectValues(*row->copy(1), wanted);
     }
-    expectValues(row, wanted);
+    expectValues(*row, wanted);
 }
 
 TEST(VXStoreRowTest, MemoryGrowsWithWhatItHoldsAndNotWithTheChanges)
