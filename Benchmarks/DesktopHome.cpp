@@ -15,6 +15,7 @@
 #include "VXMessageStore.h"
 #include "VXPersistentStore.h"
 #include "VXPluginManager.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QCoreApplication>
@@ -78,6 +79,9 @@ DesktopHome::DesktopHome()
     VXSetHomeFolder(_folder.path());
     VXBundle::setMainBundle(VXBundle::bundleWithPath(QStringLiteral(VORNIX_APPLICATION)));
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
+    // Mirroring a million messages for the desktops' searches would go on all the while.
+    VXUserDefaults::standardUserDefaults().setObject(true, u"metadata.ignore"_s);
+    check(VXUserDefaults::standardUserDefaults().synchronize(), "the preferences were not written");
     VXPluginManager::sharedPluginManager().startup();
     VXApplication::sharedApplication().setDidFinishLaunching(true);
     addContacts();
@@ -122,7 +126,7 @@ void DesktopHome::addMessages()
     const auto execute = [&](const char *sql) {
         check(sqlite3_exec(database, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sqlite3_errmsg(database));
     };
-    execute("BEGIN IMMEDIATE");
+    execute("PRAGMA cache_size = -400000; BEGIN IMMEDIATE"); // kibibytes
     sqlite3_stmt *statement = nullptr;
     const char *const sql =
         R"(INSERT INTO "VX_VXMessage" ("Z_ENT", "Z_OPT", "text", "date", "state", "direction", "from", "from_search",

@@ -67,6 +67,13 @@ public:
     /** Given by whoever shows windows; without one, export sheets end at once, cancelled. Main thread only. */
     void setExportSheetPresenter(ExportSheetPresenter presenter);
 
+    using ExportWork = std::function<std::optional<VXError>()>;
+    /** Does the work, which may take long, on whatever thread, and calls `done` with its answer on the main thread. */
+    using ExportRunner =
+        std::function<void(const ExportWork &work, const std::function<void(const std::optional<VXError> &)> &done)>;
+    /** Given by whoever wants to go on meanwhile; without one the work is done at once. Main thread only. */
+    void setExportRunner(ExportRunner runner);
+
     /**
      * Lets the user choose an exporter, and exports the objects. At the end the delegate's invokable method `selector`
      * is called with the window (QObject *), the return code (VXExportSheetController::ReturnCode; an export that
@@ -86,9 +93,10 @@ private:
 
     void dataPluginDidOpenStore(const QString &storeName, const VXPersistentStoreCoordinator::Ptr &coordinator);
     VXPersistentStoreCoordinator::Ptr findCoordinator(const QString &storeName, VXError *error);
-    bool exportWithSelectedExporter(const VXExportSheetController &controller) const;
+    static ExportWork workOfSelectedExporter(const VXExportSheetController &controller);
 
     ExportSheetPresenter _exportSheetPresenter;
+    ExportRunner _exportRunner;
     mutable VXMutex _lock;
     QHash<QString, VXPersistentStoreCoordinator::Ptr> _sharedStoreCoordinators VX_GUARDED_BY(_lock);
     // Of the plugins that have a store open, for as long as somebody holds it.

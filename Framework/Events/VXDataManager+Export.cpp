@@ -10,6 +10,7 @@
 #include "VXPluginGuard.h"
 #include "VXPluginManager.h"
 #include "VXReaction.h"
+#include "VXReactorRegistry.h"
 
 #include <QtCore/QPointer>
 
@@ -39,6 +40,11 @@ void VXDataManager::setExportSheetPresenter(ExportSheetPresenter presenter)
     _exportSheetPresenter = std::move(presenter);
 }
 
+void VXDataManager::setExportRunner(ExportRunner runner)
+{
+    _exportRunner = std::move(runner);
+}
+
 void VXDataManager::exportObjects(const QVariantList &objects, const QString &descriptiveClassName, QObject *window,
                                   QObject *delegate, const QByteArray &selector, const QVariant &userInfo)
 {
@@ -55,8 +61,18 @@ void VXDataManager::exportObjects(const QVariantList &objects, const QString &de
     }
     const auto end = [this, sheet](int returnCode) {
         const std::unique_ptr<VXExportSheetController> controller = std::move(sheet->controller);
-        const bool isExported = returnCode == VXExportSheetController::Ok && exportWithSelectedExporter(*controller);
-        sheet->tellDelegate(isExported ? VXExportSheetController::Ok : VXExportSheetController::Cancelled);
+        if (returnCode != VXExportSheetController::Ok)
+            return sheet->tellDelegate(VXExportSheetController::Cancelled);
+        const auto done = [sheet](const std::optional<VXError> &error) {
+            if (error)
+                VXApplication::sharedApplication().presentError(*error);
+            sheet->tellDelegate(error ? VXExportSheetController::Cancelled : VXExportSheetController::Ok);
+        };
+        const ExportWork work = workOfSelectedExporter(*controller);
+        if (_exportRunner)
+            _exportRunner(work, done);
+        else
+            done(work());
     };
     if (const std::optional<int> code = sheet->controller->returnCode()) // it ended while it was shown
         end(*code);
@@ -64,25 +80,30 @@ void VXDataManager::exportObjects(const QVariantList &objects, const QString &de
         sheet->controller->setEndHandler(end);
 }
 
-bool VXDataManager::exportWithSelectedExporter(const VXExportSheetController &controller) const
+// What belongs to the main thread is done here; the exporter stays as long as the work does.
+VXDataManager::ExportWork VXDataManager::workOfSelectedExporter(const VXExportSheetController &controller)
 {
-    VXPluginProxy *const plugin =
-        VXPluginManager::sharedPluginManager().pluginWithIdentifier(controller.selectedExporterIdentifier());
     const QString text = VXLocalizedString(u"Unable to export."_s);
-    std::optional<VXError> error;
-    if (plugin == nullptr) {
-        error = VXMakeFileError(text, VXLocalizedString(u"There is no exporter."_s), {});
-    } else {
-        QString thrown;
-        const auto call = [&] {
-            auto &exporter = plugin->as<VXExporterPlugin>("exportObjects:options:");
-            const QVariantMap chosen = controller.selectedExporterOptions().value_or(QVariantMap());
-            error = exporter.exportObjects(controller.objects(), VXOptionsForReactor(exporter, chosen));
-        };
-        if (!VXCallPlugin(*plugin, "exportObjects:options:", call, &thrown))
-            error = VXMakeFileError(text, thrown, {});
-    }
-    if (error)
-        VXApplication::sharedApplication().presentError(*error);
-    return !error;
+    const QString identifier = controller.selectedExporterIdentifier();
+    VXPluginProxy *const plugin = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier);
+    if (plugin == nullptr)
+        return [text] { return VXMakeFileError(text, VXLocalizedString(u"There is no exporter."_s), {}); };
+    VXExporterPlugin *exporter = nullptr;
+    QVariantMap options;
+    QString thrown;
+    const auto prepare = [&] {
+        exporter = &plugin->as<VXExporterPlugin>("exportObjects:options:");
+        options = VXOptionsForReactor(*exporter, controller.selectedExporterOptions().value_or(QVariantMap()));
+    };
+    if (!VXCallPlugin(*plugin, "exportObjects:options:", prepare, &thrown))
+        return [text, thrown] { return VXMakeFileError(text, thrown, {}); };
+    const VXReactorInUse inUse = VXReactorRegistry::shared().find(identifier);
+    return [text, exporter, options, inUse, objects = controller.objects()]() -> std::optional<VXError> {
+        std::optional<VXError> error;
+        QString reason;
+        const auto call = [&] { error = exporter->exportObjects(objects, options); };
+        if (!VXCallPlugin(*exporter, "exportObjects:options:", call, &reason))
+            error = VXMakeFileError(text, reason, {});
+        return error;
+    };
 }

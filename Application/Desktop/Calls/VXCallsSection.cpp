@@ -19,6 +19,7 @@
 #include "VXPhonebookRecord.h"
 #include "VXPhonebookString.h"
 #include "VXPhoneNumberFormat.h"
+#include "VXRecordsExport.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
 #include "VXStoreListModel.h"
@@ -330,15 +331,12 @@ void VXCallsSection::find()
 
 void VXCallsSection::exportItems()
 {
-    VXManagedObjectContext context(_coordinator);
+    if (!_coordinator)
+        return;
     VXFetchRequest request(*_coordinator->model().entityForName(VXCallStore::entityName));
     request.sortDescriptors = {{.key = u"date"_s}};
-    const auto found = context.executeFetchRequest(request);
-    QVariantList calls;
-    for (const VXManagedObjectPtr &call :
-         found ? QList<VXManagedObjectPtr>(found->begin(), found->end()) : QList<VXManagedObjectPtr>())
-        calls.append(VXCallRecord(QVariant::fromValue(call)).map());
-    VXDataManager::sharedDataManager().exportObjects(calls, VXText("calls"), window(), nullptr, {});
+    const auto recordOf = [](const VXManagedObjectPtr &call) { return VXCallRecord(QVariant::fromValue(call)).map(); };
+    VXExportRecords(this, _coordinator, request, recordOf, VXText("calls"));
 }
 
 void VXCallsSection::importItems()

@@ -22,6 +22,7 @@
 #include "VXNoticeBar.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
+#include "VXRecordsExport.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
 #include "VXSheet.h"
@@ -423,15 +424,14 @@ void VXContactsSection::showContact(const QString &phonebookString)
 
 void VXContactsSection::exportItems()
 {
-    QVariantList contacts;
-    VXManagedObjectContext context(_coordinator);
-    VXListQuery shown =
+    if (!_coordinator)
+        return;
+    const VXListQuery shown =
         VXContactsQuery(_coordinator, _group->currentData().value<VXManagedObjectID>(), _pane->search()->searchText());
-    const auto found = context.executeFetchRequest(*shown.request);
-    for (const VXManagedObjectPtr &person :
-         found ? QList<VXManagedObjectPtr>(found->begin(), found->end()) : QList<VXManagedObjectPtr>())
-        contacts.append(VXContactRecord(QVariant::fromValue(person)).map());
-    VXDataManager::sharedDataManager().exportObjects(contacts, VXText("contacts"), window(), nullptr, {});
+    const auto recordOf = [](const VXManagedObjectPtr &person) {
+        return VXContactRecord(QVariant::fromValue(person)).map();
+    };
+    VXExportRecords(this, _coordinator, *shown.request, recordOf, VXText("contacts"));
 }
 
 void VXContactsSection::importItems()

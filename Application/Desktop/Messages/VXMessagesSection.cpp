@@ -7,7 +7,6 @@
 #include "VXConversationKey.h"
 #include "VXConversationList.h"
 #include "VXConversationView.h"
-#include "VXDataManager.h"
 #include "VXDesktopText.h"
 #include "VXDesktopWork.h"
 #include "VXDeviceTransformer.h"
@@ -20,6 +19,7 @@
 #include "VXOutgoingMessage.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookRecord.h"
+#include "VXRecordsExport.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
 #include "VXStoreListModel.h"
@@ -402,15 +402,13 @@ void VXMessagesSection::trash(const VXManagedObjectID &message)
 
 void VXMessagesSection::exportItems()
 {
-    VXManagedObjectContext context(_store->coordinator());
-    const QStringList keys = _shownConversation.isEmpty() ? QStringList() : QStringList{_shownConversation};
-    if (keys.isEmpty())
+    if (!_store || _shownConversation.isEmpty())
         return;
-    const auto found = _store->newestOfConversations(keys, 0, context);
-    QVariantList messages;
-    for (const VXManagedObjectPtr &message : found.value_or(QList<VXManagedObjectPtr>()))
-        messages.append(VXMessageRecord(QVariant::fromValue(message)).map());
-    VXDataManager::sharedDataManager().exportObjects(messages, VXText("messages"), window(), nullptr, {});
+    const auto recordOf = [](const VXManagedObjectPtr &message) {
+        return VXMessageRecord(QVariant::fromValue(message)).map();
+    };
+    VXExportRecords(this, _store->coordinator(), _store->messagesOfConversation(_shownConversation), recordOf,
+                    VXText("messages"));
 }
 
 void VXMessagesSection::importItems()

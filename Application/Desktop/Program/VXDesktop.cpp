@@ -2,11 +2,13 @@
 
 #include "VXApplication.h"
 #include "VXContactsSection.h"
+#include "VXDataManager.h"
 #include "VXDesktopInstance.h"
 #include "VXDesktopOpener.h"
 #include "VXDesktopPictures.h"
 #include "VXDesktopServices.h"
 #include "VXDesktopText.h"
+#include "VXDesktopWork.h"
 #include "VXDeviceRegistry.h"
 #include "VXFileMask.h"
 #include "VXFolders.h"
@@ -146,6 +148,9 @@ void prepare()
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
     VXScriptingTransport::setMaker([] { return VXMakeScriptingTransport(); });
     VXInitializeInterfaceKit();
+    VXDataManager::sharedDataManager().setExportRunner([](const auto &work, const auto &done) {
+        VXWorkInBackground<std::optional<VXError>>(qApp, VXText("Exporting"), work, done);
+    });
     static_cast<void>(VXThemeManager::sharedThemeManager());
 }
 

@@ -7,6 +7,7 @@
 #include "VXDataPlugin.h"
 #include "VXDesktopOpener.h"
 #include "VXDesktopTesting.h"
+#include "VXExportSheetController.h"
 #include "VXFindWindow.h"
 #include "VXListPane.h"
 #include "VXManagedObjectContext.h"
@@ -256,6 +257,29 @@ TEST_F(VXMainWindowTest, anEditThatCannotBeSavedStaysOnScreen)
     EXPECT_EQ(namesOfContacts(), QStringList{u"Janet"_s});
     section.undoStack().undo();
     EXPECT_EQ(namesOfContacts(), QStringList{u"Jane"_s});
+}
+
+TEST_F(VXMainWindowTest, allThatAListShowsIsOfferedForExport)
+{
+    for (const QString &name : {u"Ben"_s, u"Jane"_s}) {
+        VXContactRecord contact;
+        contact.firstName = name;
+        add(contact);
+    }
+    VXDataManager &stores = VXDataManager::sharedDataManager();
+    VXExportSheetController *sheet = nullptr;
+    stores.setExportSheetPresenter([&sheet](const QVariantList &objects, const QString &name, QObject *) {
+        auto made = std::make_unique<VXExportSheetController>(objects, name);
+        sheet = made.get();
+        return made;
+    });
+    VXMainWindow window;
+    window.section(u"contacts"_s)->exportItems();
+    ASSERT_TRUE(VXRunUntil([&] { return sheet != nullptr; }));
+    stores.setExportSheetPresenter({});
+    ASSERT_EQ(sheet->objects().size(), 2);
+    EXPECT_EQ(VXContactRecord(sheet->objects().constLast()).firstName, u"Jane"_s);
+    sheet->cancelAction();
 }
 
 TEST_F(VXMainWindowTest, whatWasBeingTypedIsThereAfterASuddenEnd)

@@ -114,7 +114,11 @@ protected:
             return made;
         });
     }
-    void TearDown() override { stores().setExportSheetPresenter({}); }
+    void TearDown() override
+    {
+        stores().setExportSheetPresenter({});
+        stores().setExportRunner({});
+    }
 
     void writeExporter(const QString &identifier, const QVariantMap &info) const
     {
@@ -156,6 +160,23 @@ TEST_F(VXDataManagerExportTest, TellsTheDelegateWhatCameOfIt)
                   each.isOk ? QVariant(QVariantList{1, 2}) : QVariant());
     }
     EXPECT_EQ(user->errors().front().localizedDescription(), u"failed as told"_s);
+}
+
+TEST_F(VXDataManagerExportTest, TellsOfWorkThatIsDoneMeanwhileOnceItIsOver)
+{
+    VXDataManager::ExportWork work;
+    std::function<void(const std::optional<VXError> &)> done;
+    stores().setExportRunner([&](const auto &given, const auto &whenDone) {
+        work = given;
+        done = whenDone;
+    });
+    open();
+    ASSERT_TRUE(sheet->selectItemWithIdentifier(u"org.example.bad"_s));
+    sheet->OKAction();
+    EXPECT_THAT(delegate.returnCodes, SizeIs(0));
+    done(work());
+    EXPECT_THAT(delegate.returnCodes, ElementsAre(0));
+    EXPECT_THAT(user->errors(), SizeIs(1));
 }
 
 TEST_F(VXDataManagerExportTest, WithoutWindowsItIsCancelled)
