@@ -369,6 +369,11 @@ void VXStoreRow::setOther(int index, const QVariant &value)
 // In place of what the property had, where there is room for it.
 void VXStoreRow::setBytes(int index, Kind kind, const void *bytes, size_t size)
 {
+    if (this->kind(index) == Kind::Other) { // which may have the bytes, as a large text does
+        const std::unique_ptr<const QVariant> former(cell(index).other);
+        kinds()[index] = Kind::None;
+        return setBytes(index, kind, bytes, size);
+    }
     const size_t room = aligned(size);
     if (sharesTexts()) {
         const Ptr base = static_cast<Change *>(this)->letGoOfBase(); // whose they may be

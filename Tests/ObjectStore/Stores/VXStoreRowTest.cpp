@@ -89,6 +89,9 @@ TEST(VXStoreRowTest, GivesBackWhatItWasGiven)
     copied->setText(0, copied->text(15)); // there is no room left
     EXPECT_EQ(copied->text(0), copied->text(15));
     EXPECT_EQ(row.number(0), 5);
+    row.setText(0, QString(20'000, u'x')); // not packed
+    row.setText(0, row.text(0).first(9));
+    EXPECT_EQ(row.text(0), QString(9, u'x'));
     const auto changed = VXStoreRow::copyToChange(std::exchange(copied, nullptr), 9);
     EXPECT_EQ(changed->version(), 9);
     changed->setText(1, changed->text(15)); // of the other one, which nobody else holds
