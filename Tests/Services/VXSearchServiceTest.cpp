@@ -76,7 +76,8 @@ TEST_F(VXSearchServiceTest, AnswersGnome)
 {
     const auto service = makeService();
     ASSERT_EQ(service->problem(), QString());
-    EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['jane', 'd']"_s}), "(['x-coredata://store/vxperson/p1'],)\n");
+    EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['jane', 'd']"_s}),
+              "(['x-coredata://store/vxperson/p1', 'x-coredata://store/vxperson/p2'],)\n"); // which has her number
     EXPECT_EQ(gdbus(u"GetSubsearchResultSet"_s, {u"['"_s + jane + u"']"_s, u"['JANE']"_s}),
               "(['x-coredata://store/vxperson/p2', 'x-coredata://store/vxperson/p1'],)\n");
     EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"@as []"_s}), "(@as [],)\n");
@@ -105,7 +106,7 @@ TEST_F(VXSearchServiceTest, AnswersKRunner)
     const auto service = makeService();
     EXPECT_EQ(busctl(u"Actions"_s, {}), "a(sss) 0\n");
     const std::string matches = busctl(u"Match"_s, {u"s"_s, u"jane doe"_s});
-    EXPECT_THAT(matches, HasSubstr("a(sssida{sv}) 1 \"x-coredata://store/vxperson/p1\" \"Jane Doe\" "
+    EXPECT_THAT(matches, HasSubstr("a(sssida{sv}) 2 \"x-coredata://store/vxperson/p1\" \"Jane Doe\" "
                                    "\"avatar-default\" 100 1 1 \"subtext\" s"));
     EXPECT_EQ(busctl(u"Match"_s, {u"s"_s, u"nobody"_s}), "a(sssida{sv}) 0\n");
     EXPECT_THAT(busctl(u"Match"_s, {u"s"_s, u"0100"_s}), HasSubstr("a(sssida{sv}) 2 "));
