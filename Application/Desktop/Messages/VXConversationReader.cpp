@@ -77,6 +77,7 @@ void VXConversationReader::read(const Wanted &wanted, const std::function<bool()
     };
     QElapsedTimer sinceTold;
     sinceTold.start();
+    qsizetype told = -1; // rows; that there are none yet is told, too
     while (!answer.isAll && answer.rows.size() < wanted.count) {
         if (!isWanted())
             return;
@@ -90,8 +91,10 @@ void VXConversationReader::read(const Wanted &wanted, const std::function<bool()
         for (const VXManagedObjectPtr &message : found->mid(0, room))
             answer.rows.append(rowOf(message));
         answer.isAll = _scan.isAtEnd() && found->size() <= room;
-        if (sinceTold.hasExpired(tellingTime) && answer.rows.size() < wanted.count && !answer.isAll) {
+        const bool isMore = answer.rows.size() > told && answer.rows.size() < wanted.count && !answer.isAll;
+        if (isMore && sinceTold.hasExpired(tellingTime)) {
             send();
+            told = answer.rows.size();
             sinceTold.start();
         }
     }
