@@ -79,8 +79,8 @@ private:
         const std::optional<qint64> number = _names.numberIn(entry);
         if (number && _numbers.contains(*number))
             return;
-        const QString name = QFile::decodeName(entry);
-        note(Kind::Orphaned, name, [&] {
+        note(Kind::Orphaned, QFile::decodeName(entry), [&] {
+            const QString name = _mirror.folder().readableName(entry);
             _mirror.removeOrphan(name);
             return !VXExistsAtPath(_mirror.folder().pathOf(name));
         });
@@ -114,9 +114,9 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
     const VXError problem = _mirror.folder().open();
     const VXFileLock turn(_mirror.folder().lockPath(), longestTurn);
     if (problem || !turn.isHeld()) {
-        VXSetError(error, problem ? problem
-                                  : VXMakeError(turn.reason().isNull() ? u"another process works on the folder"_s
-                                                                       : turn.reason()));
+        VXSetError(error,
+                   problem ? problem
+                           : VXMakeError(turn.isTimedOut() ? u"another process works on the folder"_s : turn.reason()));
         return std::nullopt;
     }
     const VXMetaDataMirror::Use use(_mirror);

@@ -3,12 +3,14 @@
 #include "VXFileDescriptor.h"
 #include "VXFileManager.h"
 #include "VXFolders.h"
+#include "VXMakeWay.h"
 #include "VXMethodLog.h"
 #include "VXRegularFile.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QUuid>
 
 #include <algorithm>
@@ -35,13 +37,23 @@ QStringList folders()
             files.pathToUserVNXApplicationSupportFolder() + "/.search-due"_L1};
 }
 
-// Their paths.
+bool isDebt(const QString &name)
+{
+    static const QRegularExpression debt(u"^.+@(index|(later|[0-9a-f]{16})(\\.[0-9a-f]{16}-[0-9]+)?(\\.pass)?)\\z"_s);
+    return debt.match(name).hasMatch();
+}
+
+// Their paths. What else lies there, and what a link leads to, is somebody's own.
 QStringList debts(const QString &pattern)
 {
     QStringList paths;
     for (const QString &folder : folders()) {
-        for (const QString &name : QDir(folder).entryList({pattern}, QDir::Files, QDir::Unsorted))
-            paths.append(folder + u'/' + name);
+        if (QFileInfo(folder).isSymLink())
+            continue;
+        for (const QString &name : QDir(folder).entryList({pattern}, QDir::Files, QDir::Unsorted)) {
+            if (isDebt(name))
+                paths.append(folder + u'/' + name);
+        }
     }
     return paths;
 }
@@ -52,7 +64,7 @@ bool isAnyDue(const QString &pattern)
     return std::ranges::any_of(debts(pattern), [](const QString &path) { return !path.endsWith(u'@' + laterSuffix); });
 }
 
-QByteArray linesOf(const QList<qint64> &numbers)
+QByteArray linesOf(const auto &numbers)
 {
     QByteArray lines;
     for (const qint64 number : numbers)
@@ -67,11 +79,16 @@ const QString &token()
     return token;
 }
 
-// A name of its own each time: what an earlier pass left is not to be replaced.
-bool moveToPass(const QString &path, QString *own)
+// Another one each time: what an earlier pass left is not to be replaced.
+QString nameOfPass(const QString &name)
 {
     static std::atomic<unsigned> count = 0;
-    *own = path + u'.' + token() + u'-' + QString::number(++count) + passSuffix;
+    return name + u'.' + token() + u'-' + QString::number(++count) + passSuffix;
+}
+
+bool moveToPass(const QString &path, QString *own)
+{
+    *own = nameOfPass(path);
     return std::rename(QFile::encodeName(path).constData(), QFile::encodeName(*own).constData()) == 0;
 }
 
@@ -82,6 +99,10 @@ VXFileDescriptor make(const QString &folder, const QString &name)
         return VXFileDescriptor(::open(QFile::encodeName(path).constData(),
                                        O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
     };
+    if (!VXMakeWayForFolder(folder)) {
+        errno = ENOTDIR;
+        return VXFileDescriptor();
+    }
     VXFileDescriptor file = open();
     return file.isOpen() || errno != ENOENT || !VXMakePrivateFolder(folder) ? std::move(file) : open();
 }
@@ -161,11 +182,11 @@ void VXMetaDataDebt::leaveToPass() const
 }
 
 // Under a name of its own first: whoever marks meanwhile makes a new file.
-bool VXMetaDataDebt::takeOver(QString path, Owed *owed)
+void VXMetaDataDebt::takeOver(QString path, Owed *owed)
 {
     if (QString own; !path.endsWith(passSuffix)) {
         if (!moveToPass(path, &own))
-            return false;
+            return;
         path = own;
     }
     QString reason;
@@ -173,7 +194,6 @@ bool VXMetaDataDebt::takeOver(QString path, Owed *owed)
     owed->isAll = owed->isAll || text.isNull();
     addLines(text, owed);
     _taken.append({path, text.size()});
-    return true;
 }
 
 void VXMetaDataDebt::markPass() const
@@ -185,21 +205,27 @@ VXMetaDataDebt::Owed VXMetaDataDebt::beginPass()
 {
     Owed owed;
     _taken.clear();
+    _owed = {};
     for (const QString &path : debts(_prefix + u'*')) {
         if (!path.endsWith(u'/' + _prefix + indexSuffix))
             takeOver(path, &owed);
     }
+    _owed = owed;
     return owed;
 }
 
-// What was written after it was read, by who had the file open already, is not done.
+// What was written after it was read, by who had the file open already, is not done. Passes that never come to their end leave
+// one file, not one each.
 void VXMetaDataDebt::endPass(bool isDone)
 {
     const QList<Taken> all = std::exchange(_taken, {});
+    const Owed owed = std::exchange(_owed, {});
     if (!isDone && all.isEmpty())
         markPass();
+    const bool isKept = !isDone && all.size() > 1 &&
+                        add(_prefix + nameOfPass(token()), owed.isAll ? QByteArray("*\n") : linesOf(owed.numbers));
     for (const Taken &taken : all) {
-        if (isDone && QFileInfo(taken.path).size() == taken.size)
+        if ((isDone || isKept) && QFileInfo(taken.path).size() == taken.size)
             QFile::remove(taken.path);
     }
 }

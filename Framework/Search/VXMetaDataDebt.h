@@ -68,7 +68,7 @@ public:
 private:
     QString ownName() const;
     void append(const QByteArray &lines) const;
-    bool takeOver(QString path, Owed *owed);
+    void takeOver(QString path, Owed *owed);
 
     const QString _prefix; // of the files' names
     struct Taken
@@ -76,5 +76,6 @@ private:
         QString path;
         qint64 size;
     };
-    QList<Taken> _taken; // the pass's
+    QList<Taken> _taken; // the pass's, as is
+    Owed _owed;          // what they say
 };

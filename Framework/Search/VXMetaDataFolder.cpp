@@ -19,6 +19,7 @@
 #include <fcntl.h>
 #include <limits>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -90,6 +91,15 @@ bool VXMetaDataFolder::forEachEntry(const std::function<void(const char *name)> 
     return true;
 }
 
+QString VXMetaDataFolder::readableName(const char *entry) const
+{
+    QString name = QFile::decodeName(entry);
+    const QByteArray readable = QFile::encodeName(name);
+    if (readable != entry)
+        ::renameat2(_folder.number(), entry, _folder.number(), readable.constData(), RENAME_NOREPLACE);
+    return name;
+}
+
 std::optional<qint64> VXMetaDataFolder::modificationTime(const QString &name, bool *isFree) const
 {
     return modificationTime(QFile::encodeName(name).constData(), isFree);
@@ -159,6 +169,23 @@ qint64 VXMetaDataFolder::latestTime() const
     return (isCut ? std::max<qint64>(status.st_mtim.tv_sec, ofAll) : ofAll) * 1000;
 }
 
+// Some file systems keep whole seconds, or even ones. What was changed between the two times is owed all the same.
+bool VXMetaDataFolder::setTime(const VXFileDescriptor &file, qint64 time)
+{
+    const qint64 seconds = time >= 0 ? time / 1000 : (time - 999) / 1000;
+    timespec stamp{.tv_sec = seconds, .tv_nsec = (time - seconds * 1000) * 1000000};
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const timespec times[] = {stamp, stamp};
+        struct stat status = {};
+        if (::futimens(file.number(), times) != 0 || ::fstat(file.number(), &status) != 0)
+            return false;
+        if (std::tie(status.st_mtim.tv_sec, status.st_mtim.tv_nsec) >= std::tie(stamp.tv_sec, stamp.tv_nsec))
+            break;
+        stamp = {.tv_sec = stamp.tv_sec + 1, .tv_nsec = 0};
+    }
+    return true;
+}
+
 bool VXMetaDataFolder::write(const QString &name, const QVariantMap &values, std::optional<qint64> time,
                              VXError *error) const
 {
@@ -168,12 +195,7 @@ bool VXMetaDataFolder::write(const QString &name, const QVariantMap &values, std
     const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
     VXFileDescriptor file(::openat(_folder.number(), _beingWritten.constData(), flags, S_IRUSR | S_IWUSR));
     bool isWritten = file.isOpen() && file.writeAll(bytes);
-    if (isWritten && time) {
-        const qint64 seconds = *time >= 0 ? *time / 1000 : (*time - 999) / 1000;
-        const timespec stamp{.tv_sec = seconds, .tv_nsec = (*time - seconds * 1000) * 1000000};
-        const timespec times[] = {stamp, stamp};
-        isWritten = ::futimens(file.number(), times) == 0;
-    }
+    isWritten = isWritten && (!time || setTime(file, *time));
     isWritten = file.close() && isWritten;
     if (isWritten && ::renameat(_folder.number(), _beingWritten.constData(), _folder.number(),
                                 QFile::encodeName(name).constData()) == 0)

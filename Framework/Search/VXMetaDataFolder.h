@@ -44,6 +44,8 @@ public:
     /** The same by the names as the disk has them. `removesUnfinished`: what a killed process had not written to its end goes;
      *  for who holds the lock. */
     bool forEachEntry(const std::function<void(const char *name)> &visit, bool removesUnfinished = false) const;
+    /** That of an entry. Where it cannot be decoded, as it is no UTF-8, the file has another name from then on, if that is free. */
+    QString readableName(const char *entry) const;
     qint64 fileCount() const;
     /** Milliseconds since 1970 of the last change; none without a file, and for what is there but is none. `isFree`: whether
      *  nothing is there. */
@@ -56,13 +58,16 @@ public:
     /** What is wrong with a file that is to say that; none when it does. */
     std::optional<VXMetaDataFinding::Kind> compare(const QString &name, const QVariantMap &values) const;
 
-    /** Writes a file as of that time, in milliseconds since 1970; as of now for none. */
+    /** Writes a file as of that time, in milliseconds since 1970; as of now for none. Where files keep less of a time, it is the
+     *  next one that they can keep. */
     bool write(const QString &name, const QVariantMap &values, std::optional<qint64> time,
                VXError *error = nullptr) const;
     /** False, with errno, when it is still there. */
     bool remove(const QString &name) const;
 
 private:
+    /** False, with errno, when it could not be set. */
+    static bool setTime(const VXFileDescriptor &file, qint64 time);
     QString originPath() const { return _path + QLatin1String(".store"); }
 
     const QString _path;

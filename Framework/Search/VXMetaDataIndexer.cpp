@@ -115,7 +115,7 @@ void VXMetaDataIndexer::compare(const QString &name, const QVariantMap &values)
 bool VXMetaDataIndexer::isSound(VXError *hindrance)
 {
     VXError error;
-    if (_isOther)
+    if (_isOther || (_index && _index->hasStrays(&error)))
         error = VXSearchIndexFile::damage(u"The entries of the index are not those of the files."_s);
     if (_index && (error || !_index->isSound(&error))) {
         if (!VXSearchIndex::isDamage(error)) {

@@ -126,7 +126,8 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
     const bool isAllDone = work();
     const bool isAlone = !isTurnLost();
     const bool isDone = isAllDone && isAlone && _sync._settings.note(settings);
-    _sync._debt.markLater(_undescribed);
+    if (isDone) // else the next one has all of it to do
+        _sync._debt.markLater(_undescribed);
     _sync._debt.endPass(isDone);
     if (!isAlone) { // files may tell what was read earlier than what another has written
         log(VXLogNotice, "%1: somebody removed the lock, and all files are made anew"_L1.arg(_sync._identifier));
@@ -187,8 +188,12 @@ bool VXMetaDataSync::Pass::isTurnLost() const
 bool VXMetaDataSync::Pass::waitForTurn(Wait longestWait)
 {
     const auto end = std::chrono::steady_clock::now() + longestWait.value_or(0ms);
-    while (_sync.isRunning() && !takeTurn(turnPoll)) {
-        if (longestWait && std::chrono::steady_clock::now() >= end)
+    const auto left = [&] {
+        const auto time = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        return longestWait ? std::clamp(time, 0ms, turnPoll) : turnPoll;
+    };
+    while (_sync.isRunning() && !takeTurn(left())) {
+        if (left() == 0ms)
             break;
     }
     return _turn != nullptr;
@@ -238,9 +243,9 @@ bool VXMetaDataSync::Pass::makeWayForStore()
     VXMetaDataFolder &folder = _sync._mirror.folder();
     if (!isOfThisStore()) {
         log(VXLogNotice, "%1: the files tell of another store, and are made anew"_L1.arg(_sync._identifier));
-        folder.forEachName([&](const QString &name) {
+        folder.forEachEntry([&](const char *name) {
             if (_sync.isRunning())
-                static_cast<void>(withFile([&] { _sync._mirror.removeOrphan(name); }));
+                static_cast<void>(withFile([&] { _sync._mirror.removeOrphan(folder.readableName(name)); }));
         });
     }
     if (!_sync.isRunning())
@@ -326,7 +331,7 @@ bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
             return;
         }
         _activity->increment();
-        static_cast<void>(withFile([&] { _sync._mirror.removeOrphan(QFile::decodeName(name)); }));
+        static_cast<void>(withFile([&] { _sync._mirror.removeOrphan(_sync._mirror.folder().readableName(name)); }));
     };
     const bool isListed = _sync._mirror.folder().forEachEntry(visit, true);
     if (!isListed)

@@ -41,7 +41,7 @@ bool removeFiles(const QString &identifier)
     bool isGone = true;
     if (folder.openExisting()) {
         const auto remove = [&](const char *entry) {
-            const QString name = QFile::decodeName(entry);
+            const QString name = folder.readableName(entry);
             if (VXNumberInMetaDataFilename(name))
                 static_cast<void>(folder.remove(name)); // else the folder stays, which is told
             else
@@ -59,11 +59,7 @@ QStringList VXMetaDataRemoval::identifiers()
 {
     const QDir all(VXFileManager::defaultManager().pathToUserMetadataFolder());
     QStringList identifiers = VXMetaDataDebt::identifiersOfAll();
-    for (const QString &name : all.entryList({u"*.store"_s}, QDir::Files)) {
-        const QString identifier = name.chopped(6);
-        if (VXIsMarkOfStores(VXMetaDataFolder(identifier).origin())) // else somebody has put it there
-            identifiers.append(identifier);
-    }
+    identifiers += VXAllMarksOfStores().keys();
     for (const QString &name : all.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks)) {
         if (all.exists(name + ".lock"_L1))
             identifiers.append(name);

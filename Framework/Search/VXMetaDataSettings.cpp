@@ -2,6 +2,7 @@
 
 #include "VXFileManager.h"
 #include "VXMakeWay.h"
+#include "VXMetaDataOrigin.h"
 #include "VXMetaDataSource.h"
 #include "VXPropertyList.h"
 #include "VXUserDefaults.h"
@@ -84,7 +85,8 @@ void VXMetaDataSettings::forget() const
 bool VXMetaDataSettings::areAllPresent()
 {
     const QDir all(folder());
-    const QStringList names = all.entryList({u'*' + suffix}, QDir::Files, QDir::Unsorted);
+    QStringList names = VXAllMarksOfStores().keys(); // of no other file that lies there
+    std::ranges::for_each(names, [](QString &name) { name += suffix; });
     return std::ranges::all_of(names, [&all](const QString &name) {
         const QVariantMap noted = VXPropertyList::fromFile(all.filePath(name)).toMap();
         QStringList keys = noted.keys();

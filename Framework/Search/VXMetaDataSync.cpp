@@ -90,6 +90,8 @@ VXMetaDataSync::Ptr VXMetaDataSync::launchMetaDataSyncWithIdentifier(
     const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &entityName,
     const QString &modificationDateKey, const VXMetaDataInputs &inputs)
 {
+    if (isTakenByOther(identifier, coordinator, entityName))
+        return nullptr;
     if (isIgnored()) {
         static_cast<void>(VXMetaDataRemoval::remove(identifier)); // the next time, if not now
         return nullptr;
@@ -102,6 +104,24 @@ VXMetaDataSync::Ptr VXMetaDataSync::launchMetaDataSyncWithIdentifier(
     launched.syncs.removeIf([](const std::weak_ptr<VXMetaDataSync> &each) { return each.expired(); });
     launched.syncs.append(sync);
     return sync;
+}
+
+// Each would take the other's files for such without object.
+bool VXMetaDataSync::isTakenByOther(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
+                                    const QString &entityName)
+{
+    const QList<Ptr> syncs = launchedSyncs();
+    const auto other = std::ranges::find_if(syncs, [&](const Ptr &each) {
+        return each->_identifier == identifier &&
+               (each->_entityName != entityName || each->_persistentStoreCoordinator != coordinator);
+    });
+    if (other == syncs.cend())
+        return false;
+    VXLogClassMethod(VXLogError, VXMetaDataSync,
+                     "launchMetaDataSyncWithIdentifier:persistentStoreCoordinator:entityName:modificationDateKey:",
+                     "%1/%2: another sync with this identifier runs, of %3; each entity needs one of its own"_L1.arg(
+                         identifier, entityName, (*other)->_entityName));
+    return true;
 }
 
 // So that the files are made anew although nothing is saved.

@@ -65,7 +65,8 @@ public:
     static void setWork(VXMetaDataWork work);
     /** Whether the user wants nothing mirrored. Who finds that out while syncs run has them mirror nothing more. */
     static bool isIgnored();
-    /** Those launched that run, in the order of their identifiers. */
+    /** Those launched that run, in the order of their identifiers. Each has its own: none of another entity or store is launched
+     *  with that, which is logged, while it runs. */
     static QList<Ptr> launchedSyncs();
 
     /** Whether passes run on a thread of their own: true. */
@@ -140,6 +141,9 @@ private:
     bool checkIndex(bool repairs, VXMetaDataReport *report, VXError *error);
     void addStoreListener();
     bool startWork();
+    /** Whether one of another entity or store runs with that identifier, which is logged. */
+    static bool isTakenByOther(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
+                               const QString &entityName);
     void noteOtherStore(bool isToStay) const;
     bool isNewAmongOthers() const;
     void noteChangesElsewhere();

@@ -121,6 +121,12 @@ bool VXSearchIndex::isSound(VXError *error)
     return false;
 }
 
+bool VXSearchIndex::hasStrays(VXError *error)
+{
+    return number(u"SELECT EXISTS (SELECT 1 FROM entry WHERE folder NOT IN (SELECT id FROM folder))"_s, {}, error)
+               .value_or(0) != 0;
+}
+
 qint64 VXSearchIndex::count(const QString &folder, VXError *error)
 {
     return number(u"SELECT count(*) FROM entry WHERE folder = (SELECT id FROM folder WHERE name = ?)"_s, folder, error)
@@ -168,7 +174,13 @@ bool VXSearchIndex::removeFolder(const QString &folder, VXError *error)
 
 bool VXSearchIndex::forgetFolder(const QString &folder, VXError *error)
 {
-    return removeFolder(folder, error) && runFor(folder, u"DELETE FROM folder WHERE name = ?1"_s, error);
+    return inTransaction(
+        [&](VXError *problem) {
+            return VXSearchEntries(*_connection).takeOutAll(folder, problem) &&
+                   runFor(folder, u"DELETE FROM folder WHERE name = ?1"_s, problem) &&
+                   runFor(u""_s, u"INSERT OR IGNORE INTO folder (name, isComplete) VALUES (?1, 0)"_s, problem);
+        },
+        error);
 }
 
 QStringList VXSearchIndex::folders(VXError *error)

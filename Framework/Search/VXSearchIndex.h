@@ -52,6 +52,8 @@ public:
     bool settleAll(const QStringList &folders, VXError *error);
     /** Whether the words are those of the entries. False, with an error, when it is damaged, and when nobody can say. */
     bool isSound(VXError *error);
+    /** Whether it has entries of no folder. */
+    bool hasStrays(VXError *error);
     /** How many files of the folder are in it; -1 on failure. */
     qint64 count(const QString &folder, VXError *error);
     /** Before files are changed. */
@@ -60,7 +62,7 @@ public:
     bool endChanges(const QString &folder, VXError *error);
     /** Takes what is in a folder out. */
     bool removeFolder(const QString &folder, VXError *error);
-    /** And the folder, which is not to be any more. */
+    /** And the folder, which is not to be any more. Whether those that are left are all is to be said anew (settleAll). */
     bool forgetFolder(const QString &folder, VXError *error);
     /** Empty on failure, too. */
     QStringList folders(VXError *error);

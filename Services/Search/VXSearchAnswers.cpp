@@ -6,6 +6,9 @@
 #include "VXUserDefaults.h"
 
 #include <QtCore/QLocale>
+#include <QtCore/QTextBoundaryFinder>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -20,6 +23,16 @@ QString kindWord(const QString &kind)
            : kind == "message"_L1 ? VXLocalizedString(u"Message"_s)
            : kind == "call"_L1    ? VXLocalizedString(u"Call"_s)
                                   : kind;
+}
+
+// Cut between two characters as people see them.
+QString startOf(const QString &text)
+{
+    if (text.size() <= longestSubtitle)
+        return text;
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    finder.setPosition(longestSubtitle);
+    return text.first(finder.isAtBoundary() ? longestSubtitle : std::max<qsizetype>(finder.toPreviousBoundary(), 0));
 }
 
 } // namespace
@@ -96,7 +109,7 @@ QString VXSearchAnswers::subtitle(const VXFoundObject &object)
     if (object.date.isValid())
         parts.append(QLocale().toString(object.date.toLocalTime(), QLocale::ShortFormat));
     if (!object.detail.isEmpty())
-        parts.append(object.detail.left(longestSubtitle));
+        parts.append(startOf(object.detail));
     return parts.join(u" · "_s);
 }
 

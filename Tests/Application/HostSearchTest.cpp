@@ -157,8 +157,8 @@ TEST_F(HostSearchTest, MirrorsNothingForWhoWantsThat)
 TEST_F(HostSearchTest, NothingStaysOfWhatIsNotSearchedAnyMore)
 {
     // Of a plugin that was removed.
-    const QString left[] = {mirror() + "/.due/com.example.gone@0123"_L1, mirror() + "/com.example.gone/p1_MD2.note"_L1,
-                            mirror() + "/com.example.gone.store"_L1};
+    const QString left[] = {mirror() + "/.due/com.example.gone@0123456789abcdef"_L1,
+                            mirror() + "/com.example.gone/p1_MD2.note"_L1, mirror() + "/com.example.gone.store"_L1};
     for (const QString &each : left)
         writeFile(QDir(path()).relativeFilePath(each), "*\n");
     ASSERT_EQ(kinds("hill"), QStringList{u"call"_s});
@@ -281,4 +281,13 @@ TEST_F(HostSearchTest, FindsWhatIsInTheStoreThatTookThePlace)
     EXPECT_EQ(runHost({"store", "import", "phonebook", copy, "--replace", "--yes"}).status, 0);
     EXPECT_EQ(kinds("renamed"), QStringList()); // which puts it in place
     EXPECT_EQ(kinds("müller"), (QStringList{u"contact"_s, u"message"_s}));
+    EXPECT_EQ(runHost("phonebook edit 'Zoë Müller' --last Fourth").status, 0);
+    EXPECT_EQ(runHost("store rollback phonebook --yes").status, 0);
+    EXPECT_EQ(kinds("renamed"), (QStringList{u"contact"_s, u"message"_s}));
+    // By no command, and without a plugin.
+    const QString store = path(u".local/share/Vornix 2/Data/phonebook.vxdatastore"_s);
+    QProcess::execute(u"cp"_s, {u"--remove-destination"_s, copy + "/phonebook.sqlite"_L1, store});
+    EXPECT_EQ(kinds("müller"), (QStringList{u"contact"_s, u"message"_s}));
+    EXPECT_EQ(runHost({"store", "update", store, "VXPerson/p1", "{\"lastName\": \"Bypath\"}"}).status, 0);
+    EXPECT_EQ(kinds("bypath"), (QStringList{u"contact"_s, u"message"_s}));
 }

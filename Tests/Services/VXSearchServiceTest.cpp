@@ -31,14 +31,15 @@ protected:
         bus.emplace(path(u"bus"_s));
         ASSERT_FALSE(bus->address().isEmpty()) << "the package dbus is missing";
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path(u"bus"_s).toUtf8());
-        const auto change = [](const QString &name, const QString &kind, const QString &title) {
+        const QString detail = u"See you at eight! "_s + QString(101, u'x') + u"\U0001f389 party"_s;
+        const auto change = [detail](const QString &name, const QString &kind, const QString &title) {
             return VXSearchIndex::Change{.name = name + "_MD2.vxperson"_L1,
                                          .values =
                                              QVariantMap{{u"kMDItemIdentifier"_s, "store/vxperson/"_L1 + name},
                                                          {u"kMDItemKind"_s, kind},
                                                          {u"kMDItemTitle"_s, title},
                                                          {u"kMDItemPhoneNumbers"_s, QStringList{u"+1 555 0100"_s}},
-                                                         {u"kMDItemDescription"_s, u"See you at eight!"_s}}};
+                                                         {u"kMDItemDescription"_s, detail}}};
         };
         ASSERT_TRUE(VXSearchIndex::open()->apply(
             u"people"_s, {change(u"p1"_s, u"contact"_s, u"Jane Doe"_s), change(u"p2"_s, u"message"_s, u"Jané"_s)},
@@ -85,7 +86,8 @@ TEST_F(VXSearchServiceTest, AnswersGnome)
     const std::string metas = gdbus(u"GetResultMetas"_s, {u"['x-coredata://none/vxperson/p9', '"_s + jane + u"']"_s});
     EXPECT_THAT(metas, HasSubstr("'name': <'Jane Doe'>"));
     EXPECT_THAT(metas, HasSubstr("'id': <'x-coredata://store/vxperson/p1'>"));
-    EXPECT_THAT(metas, HasSubstr("See you at eight!"));
+    EXPECT_THAT(metas, HasSubstr("See you at eight! x"));
+    EXPECT_THAT(metas, HasSubstr("xx'")); // cut before what would be cut through
     EXPECT_THAT(metas, Not(HasSubstr("p9")));
     EXPECT_EQ(gdbus(u"ActivateResult"_s, {jane, u"['jane']"_s, u"0"_s}), "()\n");
     EXPECT_EQ(gdbus(u"ActivateResult"_s, {u"x-coredata://none/vxperson/p9"_s, u"['jane']"_s, u"0"_s}), "()\n");

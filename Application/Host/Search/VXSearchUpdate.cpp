@@ -4,6 +4,7 @@
 #include "VXHostCommand.h"
 #include "VXHostOutput.h"
 #include "VXMetaDataKeeper.h"
+#include "VXMetaDataOrigin.h"
 #include "VXMetaDataRemoval.h"
 #include "VXMetaDataSync.h"
 #include "VXPluginManager.h"
@@ -18,6 +19,7 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -29,7 +31,9 @@ bool isTriedHere = false; // by this process; what it could not do another one l
 bool isStoreWaiting()
 {
     const QDir waiting(VXDataManager::sharedDataInstallPath());
-    return !waiting.entryList({u"*.vxdatastore"_s}, QDir::Dirs | QDir::NoDotAndDotDot).isEmpty();
+    const QDir present(VXDataManager::sharedDataFolderPath());
+    const QStringList names = waiting.entryList({u"*.vxdatastore"_s}, QDir::Dirs | QDir::NoDotAndDotDot);
+    return std::ranges::any_of(names, [&present](const QString &name) { return present.exists(name); });
 }
 
 } // namespace
@@ -39,6 +43,28 @@ void VXStartSearchUpdateIfDue()
     if (isTriedHere || !VXMetaDataDebt::isOwnOfAll() || VXMetaDataKeeper::isElsewhere())
         return;
     VXStartSearchUpdate();
+}
+
+// Noted before the save, and after it once more: a pass may have come between, which saw the objects as they were.
+VXSavesLeftToSearch::VXSavesLeftToSearch(const QString &folder)
+{
+    for (const VXNotificationName &name :
+         {VXManagedObjectContextWillSaveNotification, VXManagedObjectContextDidSaveNotification}) {
+        const auto note = [identifiers = VXSyncsOfStoresIn(folder)](const VXNotification &) {
+            for (const QString &identifier : identifiers) {
+                if (const VXMetaDataDebt debt(identifier); !VXMetaDataSync::isIgnored() && !debt.isMarked())
+                    debt.markAll();
+            }
+        };
+        _observers.append(VXNotificationCenter::defaultCenter().addObserver(nullptr, name, note));
+    }
+}
+
+VXSavesLeftToSearch::~VXSavesLeftToSearch()
+{
+    for (const VXNotificationCenter::ObserverID observer : std::as_const(_observers))
+        VXNotificationCenter::defaultCenter().removeObserver(observer);
+    VXStartSearchUpdateIfDue();
 }
 
 void VXStartBeside(const QStringList &arguments)
@@ -62,7 +88,8 @@ bool VXIsSearchUpdateDue()
 {
     if (VXMetaDataSync::isIgnored())
         return false;
-    if (isStoreWaiting() || VXMetaDataDebt::isAnyOfAll() || !VXMetaDataSettings::areAllPresent())
+    if (isStoreWaiting() || VXMetaDataDebt::isAnyOfAll() || !VXMetaDataSettings::areAllPresent() ||
+        !VXAreMarkedStoresInPlace())
         return true;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting();
     return !index || !index->isAllComplete(nullptr);
@@ -113,10 +140,17 @@ namespace {
 
 using Outcome = VXMetaDataSync::Outcome;
 
-// Each that is due. True when there was one.
-bool makePasses(const QList<VXMetaDataSync::Ptr> &syncs, std::optional<std::chrono::milliseconds> longestWait,
+using Clock = std::chrono::steady_clock;
+
+// Each that is due. True when there was one. `deadline`: of all the waiting for others.
+bool makePasses(const QList<VXMetaDataSync::Ptr> &syncs, std::optional<Clock::time_point> deadline,
                 QHash<QString, Outcome> *outcomes)
 {
+    const auto timeLeft = [&deadline]() -> std::optional<std::chrono::milliseconds> {
+        if (!deadline)
+            return std::nullopt;
+        return std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now()));
+    };
     bool isAny = false;
     for (const VXMetaDataSync::Ptr &sync : syncs) {
         Outcome &outcome = (*outcomes)[sync->identifier()];
@@ -124,7 +158,7 @@ bool makePasses(const QList<VXMetaDataSync::Ptr> &syncs, std::optional<std::chro
             continue;
         isAny = true;
         sync->setNeedsUpdate(false); // unless it finds a reason for one more
-        outcome = sync->synchronizeMetaDataFiles(longestWait);
+        outcome = sync->synchronizeMetaDataFiles(timeLeft());
     }
     return isAny;
 }
@@ -141,7 +175,8 @@ bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseco
     }
     VXRemoveUnsearched(VXPluginManager::sharedPluginManager());
     QHash<QString, Outcome> outcomes;
-    for (int round = 0; round < mostRounds && makePasses(syncs, longestWait, &outcomes); ++round) {
+    const auto deadline = longestWait ? std::optional(Clock::now() + *longestWait) : std::nullopt;
+    for (int round = 0; round < mostRounds && makePasses(syncs, deadline, &outcomes); ++round) {
     }
     bool isDone = true;
     for (const VXMetaDataSync::Ptr &sync : syncs) {

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "VXNotificationCenter.h"
+
+#include <QtCore/QList>
+#include <QtCore/QString>
 #include <QtCore/QStringList>
 
 #include <chrono>
@@ -13,6 +17,19 @@ struct VXHostContext;
  * background does it. Takes no longer than starting that.
  */
 void VXStartSearchUpdateIfDue();
+
+/** While it lives: what is saved in the stores of that folder by no plugin's coordinator is left to the next search. */
+class VXSavesLeftToSearch
+{
+public:
+    explicit VXSavesLeftToSearch(const QString &folder);
+    ~VXSavesLeftToSearch();
+    VXSavesLeftToSearch(const VXSavesLeftToSearch &) = delete;
+    VXSavesLeftToSearch &operator=(const VXSavesLeftToSearch &) = delete;
+
+private:
+    QList<VXNotificationCenter::ObserverID> _observers;
+};
 
 /** Starts this program once more, beside this process and beyond its end. What it says is heard by nobody: it may be personal. */
 void VXStartBeside(const QStringList &arguments);

@@ -5,6 +5,7 @@
 #include "VXHostOutput.h"
 #include "VXPluginSession.h"
 #include "VXPluginStores.h"
+#include "VXSearchUpdate.h"
 #include "VXStoresAtPath.h"
 #include "VXStoreTransfer.h"
 #include "VXStoreVerbs.h"
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -128,6 +130,9 @@ int runStore(VXHostContext &context)
         return VXRunWithPlugins(context,
                                 [&](VXPluginManager &) { return runVerb(VXStoreForName(path, &problem), problem); });
     const VXStoreUse use = context.options.isSet(u"mend"_s) ? VXStoreUse::Change : verb.use;
+    std::optional<VXSavesLeftToSearch> saves;
+    if (use == VXStoreUse::Change)
+        saves.emplace(QFileInfo(path).isDir() ? path : QFileInfo(path).absolutePath());
     return runVerb(VXOpenStores(path, context.options.value(u"model"_s), use, &problem), problem);
 }
 

@@ -30,6 +30,9 @@ TEST_F(VXMetaDataCheckTest, AnIndexThatSaysOtherWordsIsMadeAnew)
     EXPECT_FALSE(sync->checkMetaDataFiles(false)->isClean());
     EXPECT_TRUE(sync->checkMetaDataFiles(true)->isRepaired());
     EXPECT_EQ(find(u"jane"_s).size(), 1);
+    spoil(u"INSERT INTO entry (folder, name) VALUES (999, 'p1_MD2.person')"_s);
+    EXPECT_FALSE(sync->checkMetaDataFiles(true)->isIndexWhole);
+    EXPECT_TRUE(sync->checkMetaDataFiles(false)->isClean());
     // One that could not be told of a change, as something was in its place that cannot be moved away.
     QFile::remove(VXSearchIndex::path());
     QDir().mkpath(VXSearchIndex::path());

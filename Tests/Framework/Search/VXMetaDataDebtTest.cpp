@@ -2,6 +2,7 @@
 
 #include "VXFileLock.h"
 #include "VXLogRecorder.h"
+#include "VXMetaDataRemoval.h"
 #include "VXMetaDataTesting.h"
 #include "VXOtherProcess.h"
 #include "VXUserDefaults.h"
@@ -36,7 +37,7 @@ TEST_F(VXMetaDataDebtTest, WhatCanNotBeNotedBesideTheMirrorIsNotedElsewhereOrTol
     const QString beside = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/.search-due"_L1;
     for (int round = 0; round < 2; ++round) {
         VXMetaDataDebt(u"people"_s).forget();
-        for (const QString &folder : {due, beside}) {
+        for (const QString &folder : {due, beside, VXFileManager::defaultManager().pathToUserTrashFolder()}) {
             QDir(folder).removeRecursively();
             writeFile(QDir(path()).relativeFilePath(folder), "no folder");
         }
@@ -65,9 +66,34 @@ TEST_F(VXMetaDataDebtTest, WhatIsOwedOutlivesWhatIsSettledAfter)
     debt.mark({3});
     debt.settleOwn();
     debt.mark({4});
-    EXPECT_THAT(debt.beginPass().numbers, UnorderedElementsAre(1, 2, 4));
-    debt.endPass(true);
+    for (const bool isDone : {false, true}) {
+        EXPECT_THAT(debt.beginPass().numbers, UnorderedElementsAre(1, 2, 4));
+        debt.endPass(isDone);
+        const QDir due(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.due"_L1);
+        EXPECT_EQ(due.entryList(QDir::Files).size(), isDone ? 0 : 1);
+    }
     EXPECT_FALSE(debt.isAny());
+}
+
+TEST_F(VXMetaDataDebtTest, WhatSomebodyElsePutBesideItIsNoDebt)
+{
+    add(u"Jane"_s);
+    pass();
+    const QString all = VXFileManager::defaultManager().pathToUserMetadataFolder();
+    for (const QString &name : {u"/.due/notes"_s, u"/.due/photo@2x.png"_s, u"/foreign.settings"_s})
+        writeFile(QDir(path()).relativeFilePath(all + name), "mine");
+    const auto isNothing = [] {
+        return !VXMetaDataDebt::isAnyOfAll() && VXMetaDataSettings::areAllPresent() &&
+               VXMetaDataRemoval::identifiers() == QStringList{u"people"_s};
+    };
+    EXPECT_TRUE(isNothing());
+    const QString pictures = path(u"Pictures"_s);
+    ASSERT_TRUE(QDir().rename(all + "/.due"_L1, pictures) && QFile::link(pictures, all + "/.due"_L1));
+    writeFile(u"Pictures/a@0123456789abcdef"_s, "mine");
+    EXPECT_TRUE(isNothing());
+    add(u"Joe"_s);
+    EXPECT_TRUE(VXMetaDataDebt::isAnyOfAll());
+    EXPECT_EQ(QDir(pictures).entryList(QDir::Files).size(), 3);
 }
 
 TEST_F(VXMetaDataDebtTest, AllIsToldAnewWhenASettingOfTheTextsChanges)

@@ -7,6 +7,7 @@
 #include "VXUserDefaults.h"
 
 #include <csignal>
+#include <fstream>
 #include <random>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -130,13 +131,15 @@ TEST_F(VXMetaDataIntrusionTest, MakesRightWhatOthersDoToItsFolder)
          {u"notes.txt"_s, u"p1_MD2.other"_s, u"p1_MD1.person"_s, u"p-1_MD2.person"_s, u"p01_MD2.person"_s})
         writeFile(QDir(path()).relativeFilePath(folder() + u'/' + name), "mine");
     ASSERT_TRUE(QDir(folder()).mkdir(u"more"_s));
+    for (const char *const name : {"/own\xff", "/p5_MD2.person\xff"}) // no UTF-8
+        std::ofstream(folder().toStdString() + name) << "mine";
     writeFile(QDir(path()).relativeFilePath(folder() + "/.vornix-new0"_L1), "of who was killed");
-    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2, .orphaned = 6}));
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2, .orphaned = 8}));
     EXPECT_EQ(files().size(), 2);
     const QString trash = VXFileManager::defaultManager().pathToUserTrashFolder();
-    EXPECT_THAT(
-        QDir(trash).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-        UnorderedElementsAre(u"more"_s, u"notes.txt"_s, u"p1_MD1.person"_s, u"p-1_MD2.person"_s, u"p01_MD2.person"_s));
+    EXPECT_THAT(QDir(trash).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                UnorderedElementsAre(u"more"_s, u"notes.txt"_s, u"p1_MD1.person"_s, u"p-1_MD2.person"_s,
+                                     u"p01_MD2.person"_s, u"own\ufffd"_s));
     // It goes in the middle of a pass: that is broken off, and the next one makes it all.
     joe->setValueForKey(u"removes"_s, u"name"_s);
     joe->setValueForKey(QDateTime::currentDateTimeUtc().addSecs(1), u"changed"_s);

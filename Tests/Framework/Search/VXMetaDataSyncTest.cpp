@@ -3,12 +3,24 @@
 #include "VXUserDefaults.h"
 
 #include <atomic>
+#include <sys/syscall.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
+
+static bool keepsWholeSeconds = false; // of a file's date
+
+// In place of the system's, for the framework, too.
+extern "C" [[gnu::visibility("default")]] int futimens(int file, const timespec times[2]) noexcept
+{
+    const auto kept = [](timespec time) { return timespec{time.tv_sec, keepsWholeSeconds ? 0 : time.tv_nsec}; };
+    const timespec all[] = {kept(times[0]), kept(times[1])};
+    return int(::syscall(SYS_utimensat, file, nullptr, all, 0));
+}
 
 namespace {
 
@@ -44,6 +56,11 @@ TEST_F(VXMetaDataSyncTest, KeepsOneFileForEachObject)
     ASSERT_TRUE(context.save());
     EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1}));
     EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1}));
+    keepsWholeSeconds = true;
+    add(u"Jim"_s, QDateTime::fromMSecsSinceEpoch(1234));
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1, .unchanged = 1}));
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2}));
+    keepsWholeSeconds = false;
 }
 
 TEST_F(VXMetaDataSyncTest, ObjectsOfAnotherStoreHaveTheSameNumbers)
@@ -202,6 +219,10 @@ TEST_F(VXMetaDataSyncTest, LaunchedMirrorsWhatIsSavedUntilItsEnd)
     const VXManagedObjectPtr jane = add(u"Jane"_s);
     sync = VXMetaDataSync::launchMetaDataSyncWithIdentifier(u"people"_s, coordinator, u"Person"_s, u"changed"_s);
     ASSERT_TRUE(sync);
+    const auto other = VXPersistentStoreCoordinator::coordinatorWithModel(model());
+    const VXLogRecorder log; // they would remove each other's files
+    EXPECT_FALSE(VXMetaDataSync::launchMetaDataSyncWithIdentifier(u"people"_s, other, u"Person"_s, u"changed"_s));
+    EXPECT_EQ(log.count(u"another sync with this identifier runs"_s), 1);
     ASSERT_TRUE(VXRunUntil([&] { return QFile::exists(fileOf(jane)); }));
     // At once, though the next pass is due in ten seconds.
     const VXManagedObjectPtr joe = add(u"Joe"_s);

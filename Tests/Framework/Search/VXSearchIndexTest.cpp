@@ -201,6 +201,8 @@ TEST_F(VXSearchIndexTest, OneMadeAnewIsNotWholeBeforeAllAreInIt)
     EXPECT_TRUE(index->settleAll({u"people"_s, u"calls"_s}, nullptr));
     EXPECT_TRUE(index->isAllComplete(nullptr));
     EXPECT_THAT(index->folders(nullptr), testing::UnorderedElementsAre(u"people"_s, u"calls"_s));
+    ASSERT_TRUE(index->forgetFolder(u"calls"_s, nullptr));
+    EXPECT_FALSE(index->isAllComplete(nullptr)); // it may be wanted again
 }
 
 TEST_F(VXSearchIndexTest, IsNotMadeWhereALinkLeads)
