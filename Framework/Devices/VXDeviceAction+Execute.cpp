@@ -194,9 +194,11 @@ void VXDeviceAction::finish()
 VXDeviceAction::Completion VXDeviceAction::takeCompletion()
 {
     Completion completion;
+    Taker taker; // what it holds goes once the lock is free
     std::vector<std::shared_ptr<CancelWatchdog>> withdrawn;
     {
         const VXMutexLocker lock(_lock);
+        _taker.swap(taker);
         completion.swap(_callbackInvocation);
         withdrawn.swap(_watchdogs);
     }

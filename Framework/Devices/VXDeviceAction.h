@@ -65,10 +65,10 @@ public:
     using Portion = std::function<QVariantMap()>;
     /** Has a portion taken. `next`, where there is one, is to be called on the main thread once more may come. */
     using Taker = std::function<void(const Portion &portion, const std::function<void()> &next)>;
-    /** Before it is executed. A handler that knows no portions has all in its result nevertheless. */
+    /** Before it is executed, for that time. A handler that knows no portions has all in its result nevertheless. */
     void setTaker(const Taker &taker);
     /** For the handler, on the main thread: what was taken does not belong into the result. False when nobody takes
-     * portions: nothing was done with it. */
+     * portions, or not any more: nothing was done with it. */
     bool handOver(const Portion &portion, const std::function<void()> &next = {});
 
     /** Class, address, action name, and the error or "no error": for logs. */

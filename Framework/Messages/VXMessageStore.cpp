@@ -5,7 +5,6 @@
 #include "VXDataManager.h"
 #include "VXDeviceURL.h"
 #include "VXMessageMatch.h"
-#include "VXMutex.h"
 #include "VXSmartFilter.h"
 #include "VXStoreWorkLock.h"
 
@@ -27,13 +26,6 @@ namespace {
 
 const QString folderKey = u"folder"_s;
 const QString smartEntity = u"VXSmartDeviceFolder"_s;
-
-// Two threads must not both find that a phone has no folder.
-VXMutex &makingFolders()
-{
-    static VXMutex lock;
-    return lock;
-}
 
 VXPredicate equals(const QString &key, const QVariant &value)
 {
@@ -122,14 +114,20 @@ std::optional<VXMessageStore> VXMessageStore::sharedStore()
 VXManagedObjectPtr VXMessageStore::deviceFolder(const QUrl &anyURL, VXManagedObjectContext &context,
                                                 VXError *error) const
 {
-    const VXMutexLocker locker(makingFolders());
     if (Folder found = VXFetchDeviceFolder(anyURL, &context))
         return found;
-    const VXStoreWorkLock lock(*_coordinator, VXStoreWorkLock::savingName); // nor two programs
-    if (!lock.isHeld(error))
+    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
+    return deviceFolder(anyURL, context, saving, error);
+}
+
+// Two threads, or programs, must not both find that a phone has no folder.
+VXManagedObjectPtr VXMessageStore::deviceFolder(const QUrl &anyURL, VXManagedObjectContext &context,
+                                                const VXStoreWorkLock &saving, VXError *error) const
+{
+    if (Folder found = VXFetchDeviceFolder(anyURL, &context))
+        return found;
+    if (!saving.isHeld(error))
         return {};
-    if (Folder found = VXFetchDeviceFolder(anyURL, &context))
-        return found;
     VXManagedObjectContext own(_coordinator); // the caller's changes are not to be saved along
     const Folder folder = own.insertNewObject(u"VXDeviceFolder"_s);
     folder->setValueForKey(VXAbsoluteString(VXGetDeviceURLFromURL(anyURL)), u"url_search"_s);

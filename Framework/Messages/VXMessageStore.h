@@ -9,6 +9,8 @@
 
 #include <optional>
 
+class VXStoreWorkLock;
+
 /**
  * The store "messages" of the plugin that ships: its folders, what they show, conversations, and messages as records. Any
  * thread; contexts and objects on the thread of their context.
@@ -27,9 +29,12 @@ public:
 
     // -- Folders
     /** The folder of a phone, made with the smart folders that show what lies in it, and saved, when it has none yet. Null,
-     *  with an error, when that cannot be saved. Before the lock of saving is taken (VXStoreWorkLock), unless it is there. */
+     *  with an error, when that cannot be saved. Takes the lock of saving (VXStoreWorkLock) to make it. */
     [[nodiscard]] VXManagedObjectPtr deviceFolder(const QUrl &anyURL, VXManagedObjectContext &context,
                                                   VXError *error = nullptr) const;
+    /** The same, for who has that lock. Null, with an error, also when it is not held and there is none. */
+    [[nodiscard]] VXManagedObjectPtr deviceFolder(const QUrl &anyURL, VXManagedObjectContext &context,
+                                                  const VXStoreWorkLock &saving, VXError *error = nullptr) const;
     /** In the order in which people see them: the root folders, the user's own, smart ones among them, and the phones'. Smart
      *  ones without a name are left out: they only belong to what their root folder shows. */
     [[nodiscard]] std::optional<QList<VXManagedObjectPtr>> folders(VXManagedObjectContext &context,

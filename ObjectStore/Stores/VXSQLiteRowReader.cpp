@@ -33,6 +33,8 @@ void VXSQLiteRowReader::readArguments(sqlite3_context *context, int count, sqlit
         sqlite3_result_int64(context, values[0].number());
     } catch (const std::bad_alloc &) {
         sqlite3_result_error_nomem(context);
+    } catch (...) {
+        sqlite3_result_error(context, "a row could not be read", -1);
     }
 }
 

@@ -47,8 +47,9 @@ VXConnectContacts::VXConnectContacts(const QString &deviceID)
 QString VXConnectContacts::putAside()
 {
     const VXMutexLocker locker(_mutex);
-    if (_isOver || !QFileInfo(_folder).isDir())
+    if (_isOver)
         return {};
+    QDir().mkpath(QFileInfo(_folder).path()); // where no phone was read yet
     _lock = std::make_unique<VXFileLock>(_aside + ".lock"_L1, longestWait);
     if (_lock->isTimedOut())
         return VXLocalizedString(
@@ -56,6 +57,8 @@ QString VXConnectContacts::putAside()
     if (!_lock->isHeld())
         return _lock->reason();
     returnAll();
+    if (!QFileInfo(_folder).isDir())
+        return {};
     std::error_code error;
     std::filesystem::rename(_folder.toStdString(), _aside.toStdString(), error);
     if (error)

@@ -1,6 +1,9 @@
 #include "VXMessageCandidates.h"
 
 #include "VXConversationKey.h"
+#include "VXPhonebookRecord.h"
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -23,24 +26,23 @@ VXMessageCandidates::Subject::Subject(const VXMessageRecord &message)
 bool VXMessageCandidates::read(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error)
 {
     QVariantList conversations;
-    QVariantList undated; // urls
     QSet<QString> known;
+    bool hasUndated = false;
     bool hasNobody = false;
     QDateTime first;
     QDateTime last;
     for (const Subject &subject : subjects) {
-        const VXMessageRecord &record = subject.record;
+        const QDateTime &date = subject.record.date;
         hasNobody = hasNobody || subject.conversation.isNull();
         if (!subject.conversation.isNull() && !known.contains(subject.conversation)) {
             known.insert(subject.conversation);
             conversations.append(subject.conversation);
         }
-        if (!record.date.isValid() && !record.url.isNull())
-            undated.append(record.url);
-        if (record.date.isValid() && (!first.isValid() || record.date < first))
-            first = record.date;
-        if (record.date.isValid() && (!last.isValid() || record.date > last))
-            last = record.date;
+        hasUndated = hasUndated || !date.isValid();
+        if (date.isValid() && (!first.isValid() || date < first))
+            first = date;
+        if (date.isValid() && (!last.isValid() || date > last))
+            last = date;
     }
     const auto read = [&](const QString &condition, const QVariantList &arguments) {
         return (conversations.isEmpty() || fetch("conversation IN %@ AND "_L1 + condition,
@@ -50,9 +52,23 @@ bool VXMessageCandidates::read(const QList<Subject> &subjects, VXManagedObjectCo
     const qint64 span = VXMessageMatch::spanOf(VXMessageMatch::Rule::SentHere);
     return (!first.isValid() ||
             read(u"date >= %@ AND date <= %@"_s, {first.toUTC().addMSecs(-span), last.toUTC().addMSecs(span)})) &&
-           read(u"date == NULL"_s, {}) &&
-           (undated.isEmpty() ||
-            (fetch(u"url IN %@"_s, {QVariant(undated)}, context, error) && read(u"state == 2 AND url == NULL"_s, {})));
+           read(u"date == NULL"_s, {}) && (!hasUndated || read(u"state == 2 AND url == NULL"_s, {})) &&
+           readAtPlaces(subjects, context, error);
+}
+
+// Of what is new nothing lies there. Else its date was unknown, or it was saved without its conversation.
+bool VXMessageCandidates::readAtPlaces(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error)
+{
+    QVariantList urls;
+    for (const Subject &subject : subjects) {
+        const auto [first, last] = _known.equal_range(subject.key);
+        const auto isThere = [&](const Known &known) {
+            return known.url == subject.record.url && VXMessageMatch::isNear(subject.record.date, known.date);
+        };
+        if (!subject.record.url.isNull() && std::none_of(first, last, isThere))
+            urls.append(subject.record.url);
+    }
+    return urls.isEmpty() || fetch(u"url IN %@"_s, {QVariant(urls)}, context, error);
 }
 
 bool VXMessageCandidates::fetch(const QString &condition, const QVariantList &arguments,
@@ -68,11 +84,18 @@ bool VXMessageCandidates::fetch(const QString &condition, const QVariantList &ar
             continue;
         _read.insert(message->objectID());
         const auto text = [&](const QString &key) { return message->valueForKey(key).toString(); };
-        _known.insert(
-            keyOfParts(message->valueForKey(u"direction"_s).toInt(), text(u"conversation"_s), text(u"text"_s)),
-            {message, message->valueForKey(u"date"_s).toDateTime(), text(u"url"_s)});
+        _known.insert(keyOfParts(message->valueForKey(u"direction"_s).toInt(),
+                                 conversationOf(VXPhonebookRecord::otherParty(*message)), text(u"text"_s)),
+                      {message, message->valueForKey(u"date"_s).toDateTime(), text(u"url"_s)});
     }
     return true;
+}
+
+// What the store keeps may be missing. Most of a slice are of few parties.
+QString VXMessageCandidates::conversationOf(const QString &party)
+{
+    const auto known = _conversations.constFind(party);
+    return known != _conversations.cend() ? *known : *_conversations.insert(party, VXConversationKey(party));
 }
 
 void VXMessageCandidates::add(const VXManagedObjectPtr &message, const Subject &subject)
@@ -82,6 +105,8 @@ void VXMessageCandidates::add(const VXManagedObjectPtr &message, const Subject &
 
 VXManagedObjectPtr VXMessageCandidates::atPlaceOf(const Subject &subject, const Check &mayBe) const
 {
+    if (subject.record.url.isNull()) // nobody knows its place
+        return {};
     for (auto known = _known.find(subject.key); known != _known.end() && known.key() == subject.key; ++known) {
         if (known->url == subject.record.url && VXMessageMatch::isNear(subject.record.date, known->date) &&
             mayBe(*known))

@@ -37,15 +37,18 @@ public:
     /** One that is new. */
     void add(const VXManagedObjectPtr &message, const Subject &subject);
 
-    /** The one that lies at just that place of the phone; null for none. */
+    /** The one that lies at just that place of the phone; null for none, and for what has no place. */
     VXManagedObjectPtr atPlaceOf(const Subject &subject, const Check &mayBe) const;
     /** The one with the nearest date that may be meant by that rule; null for none. */
     VXManagedObjectPtr nearest(const Subject &subject, VXMessageMatch::Rule rule, const Check &mayBe) const;
 
 private:
+    bool readAtPlaces(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error);
     bool fetch(const QString &condition, const QVariantList &arguments, VXManagedObjectContext &context,
                VXError *error);
+    QString conversationOf(const QString &party);
 
     QMultiHash<QString, Known> _known; // by key
     QSet<VXManagedObjectID> _read;
+    QHash<QString, QString> _conversations; // by party
 };

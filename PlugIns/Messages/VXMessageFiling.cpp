@@ -80,6 +80,7 @@ bool VXMessageFiling::finish(bool isAll, VXError *error)
 {
     if (!begin(error))
         return false;
+    sortByDate(_waiting);
     findSent();
     for (const Round round : {Round::SameDate, Round::SentHere}) { // what is just the same goes before
         if (!inSlices(std::exchange(_waiting, {}), round, error))
@@ -98,18 +99,17 @@ bool VXMessageFiling::perform(const Work &work, VXError *error)
 {
     VXManagedObjectContext context(_store.coordinator());
     context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
-    if (!_store.deviceFolder(_phone.url, context, error))
+    const VXStoreWorkLock saving(*_store.coordinator(), VXStoreWorkLock::savingName);
+    if (!saving.isHeld(error))
         return false;
-    const VXStoreWorkLock lock(*_store.coordinator(), VXStoreWorkLock::savingName);
-    Step step{.context = context,
-              .folder = lock.isHeld(error) ? _store.deviceFolder(_phone.url, context, error) : Message()};
+    Step step{.context = context, .folder = _store.deviceFolder(_phone.url, context, saving, error)};
     if (!step.folder || !work(step, error))
         return false;
     const QList<Message> inserted = context.insertedObjects();
     if (context.hasChanges() && !context.save(error))
         return false;
     for (const Message &message : inserted)
-        _met.insert(message->objectID().number());
+        _met.insert(message->objectID().number()); // which it has only now
     _outcome.changes += step.outcome.changes;
     _outcome.added += step.outcome.added;
     _outcome.changed += step.outcome.changed;
@@ -181,9 +181,14 @@ QList<VXMessageFiling::Item> VXMessageFiling::take(const QVariantList &items)
         if (!record.url.isNull())
             _places.insert(placeOf(record.url, taken.constLast().message));
     }
-    // A slice is of one time: so little of the store may be meant.
-    std::ranges::stable_sort(taken, {}, [](const Item &item) { return item.message.record.date; });
+    sortByDate(taken);
     return taken;
+}
+
+// A slice is of one time: so little of the store may be meant.
+void VXMessageFiling::sortByDate(QList<Item> &items)
+{
+    std::ranges::stable_sort(items, {}, [](const Item &item) { return item.message.record.date; });
 }
 
 bool VXMessageFiling::inSlices(const QList<Item> &items, Round round, VXError *error)
@@ -316,6 +321,10 @@ void VXMessageFiling::apply(const Item &item, const Message &message, Step &step
     if (message->isInserted()) // the phone has told of it twice
         return;
     _met.insert(message->objectID().number());
+    // One that was saved without its class has none: this has it made with all that the class makes.
+    if (const QString conversation = item.message.conversation;
+        message->valueForKey(u"conversation"_s).toString() != conversation)
+        message->setValueForKey(conversation.isNull() ? QVariant() : QVariant(conversation), u"conversation"_s);
     if (folderOf(message) != step.folder) {
         if (!isInRootFolderOfPhones(message)) // the user put it where it is
             return;

@@ -8,9 +8,9 @@
 
 /**
  * Files what is on a phone, portion by portion as it is read, and each in slices that are matched, filed and saved under the store's
- * lock; no more than a slice is in memory. What is known at its place on the phone, and what is like nothing that is here, is filed at once.
- * What may be one that lay elsewhere, or was sent from here, waits until all of the phone is known. Any thread, one at a
- * time; it never waits for the main thread.
+ * lock. What is known at its place on the phone, and what is like nothing that is here, is filed at once.
+ * What may be one that lay elsewhere, or was sent from here, waits until all of the phone is known, and is kept until then; of all
+ * others only numbers are. Any thread, one at a time; it never waits for the main thread.
  */
 class VXMessageFiling
 {
@@ -40,6 +40,9 @@ public:
     /** Between slices `isOver` is asked, on the thread that files. */
     VXMessageFiling(const VXMessageStore &store, const Phone &phone, const std::function<bool()> &isOver);
 
+    /** Looks what is known to be on the phone: before that is read, as what comes and is filed meanwhile is not gone from there when the
+     *  reading lacks it. Else the first portion does it. False, with an error, when the store cannot be read or saved. */
+    [[nodiscard]] bool begin(VXError *error);
     /** The items of a result of "read_messages", or of some of it. False, with an error, when the store cannot be read or saved. */
     [[nodiscard]] bool file(const QVariantMap &portion, VXError *error);
     /** When all was read. `isAll`: what did not come is not on the phone any more. */
@@ -64,14 +67,20 @@ private:
         Outcome outcome = {};
     };
     using Work = std::function<bool(Step &step, VXError *error)>;
+    /**
+     * What an item is compared with, and what then waits for the next round:
+     * AtOnce: what lies at its place; waits when any other may be meant, or a message that was perhaps sent.
+     * SameDate: also what lay elsewhere, and what was written to the phone; waits when it is none of these and may be what was sent here.
+     * SentHere: what was sent from here, with a date of its own; nothing waits.
+     */
     enum class Round { AtOnce, SameDate, SentHere };
 
     bool perform(const Work &work, VXError *error);
-    bool begin(VXError *error);
     bool readWritten(Step &step, VXError *error);
     bool inSlices(const QList<Item> &items, Round round, VXError *error);
     bool fileSlice(const QList<Item> &slice, Round round, Step &step, VXError *error);
     QList<Item> take(const QVariantList &items);
+    static void sortByDate(QList<Item> &items);
 
     Message find(const Item &item, Round round, const Step &step) const;
     Message findWritten(const Item &item, const Step &step) const;
@@ -101,7 +110,7 @@ private:
     QList<VXManagedObjectID> _onPhone;               // as far as was known
     QMultiHash<QString, VXManagedObjectID> _written; // to be, or just now: by what is alike
     QSet<size_t> _places;                            // placeOf() all that is on the phone now
-    QSet<qint64> _met;                               // messages, by their numbers
+    QSet<qint64> _met;                               // messages, by their numbers; new ones once they are saved
     QList<Item> _waiting;
     Outcome _outcome;
 };

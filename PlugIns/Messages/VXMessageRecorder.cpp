@@ -69,18 +69,16 @@ bool VXMessageRecorder::record(const VXMessageNews &news)
     VXManagedObjectContext context(_store.coordinator());
     VXError error;
     VXMessageNews whole = news;
-    if (!news.record.deviceURL.isNull()) // made before others have to wait
-        static_cast<void>(_store.deviceFolder(QUrl(news.record.deviceURL), context, &error));
     // Other programs hear of it too. Who waits in vain files it all the same: twice is better than not at all.
-    const VXStoreWorkLock lock(*_store.coordinator(), VXStoreWorkLock::savingName);
-    if (error.isNull() && news.part) {
+    const VXStoreWorkLock saving(*_store.coordinator(), VXStoreWorkLock::savingName);
+    if (news.part) {
         const std::optional<QVariantMap> joined = VXTakeMessagePart(*news.part, context, &error);
         if (joined)
             whole.record = VXMessageRecord(*joined);
         else if (error.isNull() && (!context.hasChanges() || context.save(&error)))
             return false;
     }
-    if (error.isNull() && file(whole, context, &error) && context.save(&error))
+    if (error.isNull() && file(whole.record, saving, context, &error) && context.save(&error))
         return true;
     if (error.isNull()) // it is there already
         return false;
@@ -89,13 +87,24 @@ bool VXMessageRecorder::record(const VXMessageNews &news)
     return false;
 }
 
-// False without an error for a message that is there already.
-bool VXMessageRecorder::file(const VXMessageNews &news, VXManagedObjectContext &context, VXError *error) const
+// Where a phone's folder can not be made the message is kept nevertheless: a sync takes it there.
+VXManagedObjectPtr VXMessageRecorder::folderFor(const VXMessageRecord &record, const VXStoreWorkLock &saving,
+                                                VXManagedObjectContext &context) const
 {
-    const VXMessageRecord &record = news.record;
-    const VXManagedObjectPtr folder = record.deviceURL.isNull()
-                                          ? VXFetchRootFolder(VXMessageStore::rootFolderFor(record), &context)
-                                          : _store.deviceFolder(QUrl(record.deviceURL), context, error);
+    VXManagedObjectPtr folder;
+    VXError error;
+    if (!record.deviceURL.isNull())
+        folder = _store.deviceFolder(QUrl(record.deviceURL), context, saving, &error);
+    if (!error.isNull())
+        VXLogMethod(VXLogWarning, "record:", "the phone's folder is missing: "_L1 + error.description());
+    return folder ? folder : VXFetchRootFolder(VXMessageStore::rootFolderFor(record), &context);
+}
+
+// False without an error for a message that is there already.
+bool VXMessageRecorder::file(const VXMessageRecord &record, const VXStoreWorkLock &saving,
+                             VXManagedObjectContext &context, VXError *error) const
+{
+    const VXManagedObjectPtr folder = folderFor(record, saving, context);
     if (!folder)
         return false;
     const auto same = _store.findMessages(record, folder, context, error);

@@ -4,6 +4,7 @@
 #include "VXMessageStore.h"
 #include "VXNewsQueue.h"
 #include "VXNotificationCenter.h"
+#include "VXStoreWorkLock.h"
 
 #include <optional>
 
@@ -15,7 +16,7 @@ struct VXMessageNews
 };
 
 /**
- * Files new messages as events tell of them: in the folder of the phone that they name, else in the inbox. One that is there already
+ * Files new messages as events tell of them: in the folder of the phone that they name, else in the root folder that fits. One that is there already
  * is not filed again; parts wait until their message is whole. Any thread.
  */
 class VXMessageRecorder
@@ -31,7 +32,10 @@ private:
     std::optional<VXMessageNews> newsOf(const VXNotification &notification) const;
     /** False for what is there already, waits for the rest, or could not be kept, which the log tells. */
     bool record(const VXMessageNews &news);
-    bool file(const VXMessageNews &news, VXManagedObjectContext &context, VXError *error) const;
+    bool file(const VXMessageRecord &record, const VXStoreWorkLock &saving, VXManagedObjectContext &context,
+              VXError *error) const;
+    VXManagedObjectPtr folderFor(const VXMessageRecord &record, const VXStoreWorkLock &saving,
+                                 VXManagedObjectContext &context) const;
 
     const VXMessageStore _store;
     VXNewsQueue<VXMessageNews> _news;

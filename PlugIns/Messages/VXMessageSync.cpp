@@ -45,7 +45,7 @@ Note noteAsDone(const VXMessageStore &store, const VXMessageFiling::Change &chan
 
 // -- From the phone
 
-// What the phone has is filed while the rest of it is read. Who is not asked to go on reads at its own pace.
+// What was known before is looked up first: what is filed meanwhile, as an event tells of it, is not gone from the phone.
 void VXMessageSync::read()
 {
     const VXDevicePlugin::Ptr device = whole()->device();
@@ -53,6 +53,22 @@ void VXMessageSync::read()
     _filing = std::make_shared<VXMessageFiling>(
         _store, VXMessageFiling::Phone{.url = device->url(), .actionNames = device->actionNames(), .written = _written},
         isOver);
+    const auto look = [filing = _filing] {
+        VXError error;
+        static_cast<void>(filing->begin(&error));
+        return error;
+    };
+    compute(look, [this](const VXError &error) { readPhone(error); });
+}
+
+// What the phone has is filed while the rest of it is read. Who is not asked to go on reads at its own pace.
+void VXMessageSync::readPhone(const VXError &problem)
+{
+    if (!problem.isNull()) {
+        VXLogCoreDataSaveError(problem);
+        whole()->setError(problem);
+        return finish();
+    }
     _isRead = false;
     const auto take = [this](const VXDeviceAction::Portion &portion, const std::function<void()> &next) {
         _readOn = next;
@@ -95,7 +111,7 @@ void VXMessageSync::enqueue(const Step &step)
     fileNext();
 }
 
-// One is filed while the next is read, and no more are kept than that.
+// One is filed while the next is read. What a phone tells without waiting to be asked is kept until its turn.
 void VXMessageSync::fileNext()
 {
     if (!_isFiling && !_steps.empty()) {

@@ -29,6 +29,7 @@ private:
     using Step = std::function<VXError(VXMessageFiling &filing)>;
 
     void read();
+    void readPhone(const VXError &problem);
     void didRead(const VXDeviceAction &part);
     void enqueue(const Step &step);
     void fileNext();

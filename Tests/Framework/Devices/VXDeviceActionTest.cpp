@@ -234,10 +234,12 @@ TEST_F(VXDeviceActionTest, TheWatchdogEndsWhatDoesNotConclude)
 {
     ThreadedAction::setDelays(0s, 1h);
     phone->handle([](VXDeviceAction *) {});
+    action->setTaker([](const auto &, const auto &) { ADD_FAILURE() << "nobody waits for it any more"; });
     execute();
     action->cancel();
     EXPECT_TRUE(VXRunUntil([this] { return !action->isExecuting(); }));
     EXPECT_EQ(delegate.calls, 1);
+    EXPECT_FALSE(action->handOver({}));
     const QString line = u"_deviceFailedToRespondToCancel:] "_s + action->description();
     EXPECT_EQ(warnings(line), 1);
 

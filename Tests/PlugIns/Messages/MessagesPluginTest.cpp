@@ -4,11 +4,10 @@
 #include "VXDataPlugin.h"
 #include "VXEventManager.h"
 #include "VXSmartFilter.h"
+#include "VXTestSQL.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
-#include <QtCore/QScopeGuard>
-#include <sqlite3.h>
 
 #include <thread>
 
@@ -297,47 +296,22 @@ TEST_F(MessagesPluginTest, AConversationIsOneFetchByItsIndex)
     }
     ASSERT_TRUE(context.save());
 
-    static QStringList statements;
-    const auto database =
-        QDir(path(u".local/share/Vornix 2/Data/messages.vxdatastore"_s)).filePath(u"messages.sqlite"_s);
-    sqlite3_auto_extension(reinterpret_cast<void (*)()>(+[](sqlite3 *connection, char **, const void *) {
-        return sqlite3_trace_v2(
-            connection, SQLITE_TRACE_STMT,
-            [](unsigned, void *, void *statement, void *) {
-                char *const sql = sqlite3_expanded_sql(static_cast<sqlite3_stmt *>(statement));
-                statements.append(QString::fromUtf8(sql));
-                sqlite3_free(sql);
-                return 0;
-            },
-            nullptr);
-    }));
+    VXStatementRecorder recorder;
+    const QString database = store->coordinator()->persistentStores().constFirst()->path();
     const auto traced = VXPersistentStoreCoordinator::coordinatorWithModel(store->coordinator()->modelPtr());
     ASSERT_TRUE(traced->addPersistentStore(VXStoreType::SQLite, database, {.isReadOnly = true}));
     VXManagedObjectContext reader(traced);
     VXFetchRequest request = VXMessageStore(traced).messagesOfConversation(VXConversationKey(forms[1]));
     request.limit = 50;
-    statements.clear();
+    recorder.take();
     QStringList texts;
     const auto newest = reader.executeFetchRequest(request);
     for (const VXManagedObjectPtr &message : *newest)
         texts.append(message->valueForKey(u"text"_s).toString());
-    sqlite3_reset_auto_extension(); // connections are opened when they are needed
     EXPECT_EQ(texts, expected.first(50));
-    statements.removeIf([](const QString &sql) { return !sql.contains("FROM \"VX_VXMessage\""_L1); });
+    const QStringList statements = recorder.take().filter(u"FROM \"VX_VXMessage\""_s);
     ASSERT_EQ(statements.size(), 1);
-
-    sqlite3 *plain = nullptr;
-    ASSERT_EQ(sqlite3_open(database.toUtf8().constData(), &plain), SQLITE_OK);
-    const auto close = qScopeGuard([&] { sqlite3_close(plain); });
-    QStringList plan;
-    const auto collect = [](void *list, int count, char **values, char **) {
-        static_cast<QStringList *>(list)->append(QString::fromUtf8(values[count - 1]));
-        return 0;
-    };
-    ASSERT_EQ(sqlite3_exec(plain, ("EXPLAIN QUERY PLAN "_L1 + statements.first()).toUtf8().constData(), collect, &plan,
-                           nullptr),
-              SQLITE_OK);
-    const std::string whole = plan.join(u'\n').toStdString();
+    const std::string whole = VXQueryPlan(database, statements.first()).join(u'\n').toStdString();
     EXPECT_THAT(whole, HasSubstr("USING INDEX VX_VXMessage:conversation,date (conversation=?)"));
     EXPECT_THAT(whole, testing::Not(HasSubstr("SCAN")));
     EXPECT_THAT(whole, testing::Not(HasSubstr("TEMP B-TREE FOR ORDER BY"))); // only equal dates are sorted, by number

@@ -2,16 +2,20 @@
 
 #include "MessagesPluginTest.h"
 
+#include "VXApplication.h"
 #include "VXDeviceAction.h"
 #include "VXDevicePlugin.h"
 #include "VXDeviceURL.h"
 #include "VXErrorDomain.h"
+#include "VXEventManager.h"
 #include "VXStoreWorkLock.h"
+#include "VXTestSQL.h"
 
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QThread>
 
 #include <algorithm>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using testing::UnorderedElementsAreArray;
@@ -24,6 +28,7 @@ public:
     QVariantList items;
     qsizetype portion = 2;
     qsizetype lostAfter = -1; // items; the phone is gone then
+    qsizetype silentAfter = -1;
 
     void read(VXDeviceAction *action)
     {
@@ -35,6 +40,8 @@ public:
 private:
     void readOn()
     {
+        if (silentAfter >= 0 && _next >= silentAfter)
+            return;
         if (lostAfter >= 0 && _next >= lostAfter)
             return conclude({}, VXMakeError(u"gone"_s));
         const QVariantList some = items.mid(_next, portion);
@@ -108,6 +115,11 @@ protected:
                          message->valueForKey(u"text"_s).toString());
         return lines;
     }
+    /** Made by the class of messages alone. */
+    qsizetype withoutConversation() const
+    {
+        return VXRunSQL(database, "SELECT 1 FROM VX_VXMessage WHERE conversation IS NULL").size();
+    }
     QStringList onPhone() const
     {
         QStringList lines;
@@ -121,6 +133,7 @@ protected:
     const QUrl url = VXMakeDeviceURL({}, u"plugin"_s, u"phone"_s);
     PortionPhone *const phone = new PortionPhone;
     const VXDevicePlugin::Ptr held = VXDevicePlugin::hold(phone);
+    const QString database = store->coordinator()->persistentStores().constFirst()->path();
     bool isOver = false;
 };
 
@@ -212,4 +225,73 @@ TEST_F(VXMessageSyncTest, TheMainThreadWaitsForNoStoreAndACancelForNoPhone)
     EXPECT_TRUE(VXRunUntil([this] { return isOver; }));
     EXPECT_TRUE(action->isCancelled());
     EXPECT_EQ(sync(), u"1 0"_s);
+}
+
+TEST_F(VXMessageSyncTest, MessagesWithoutAPlaceAreAsManyAsAreTold)
+{
+    for (const int second : {0, 1, -1, -1}) {
+        put(u"+49170"_s, u"a"_s, second, {});
+        QVariantMap item = phone->items.takeLast().toMap();
+        item.remove(u"url"_s);
+        phone->items.append(item);
+    }
+    for (const qsizetype portion : {1, 100, 1}) {
+        phone->portion = portion;
+        EXPECT_EQ(sync(), stored().isEmpty() ? u"4 0"_s : u"0 0"_s);
+        EXPECT_EQ(stored().size(), 4);
+    }
+}
+
+TEST_F(VXMessageSyncTest, WhatWasSavedWithoutItsConversationIsKnownAtItsPlaceAndMended)
+{
+    for (const int second : {0, 600, -1})
+        put(u"+49170"_s, QString::number(second), second, QString::number(second));
+    EXPECT_EQ(sync(), u"3 0"_s);
+    VXRunSQL(database, "UPDATE VX_VXMessage SET conversation = NULL, Z_OPT = Z_OPT + 1");
+    EXPECT_EQ(sync(), u"0 0"_s);
+    EXPECT_EQ(stored().size(), 3);
+    EXPECT_EQ(withoutConversation(), 0);
+}
+
+TEST_F(VXMessageSyncTest, QuittingWaitsForTheSaveThatGoesOnAndForNoPhone)
+{
+    for (int index = 0; index < 3000; ++index)
+        put(u"+49170"_s, QString::number(index), index * 10, QString::number(index));
+    phone->portion = phone->silentAfter = 3000;
+    const auto action = begin();
+    EXPECT_TRUE(VXRunUntil([this] { return !stored().isEmpty(); }));
+    std::optional<VXStoreWorkLock> other(std::in_place, *store->coordinator(), VXStoreWorkLock::savingName);
+    ASSERT_TRUE(other->isHeld());
+    Q_EMIT VXApplication::sharedApplication().willTerminate();
+    EXPECT_TRUE(action->isCancelled());
+    const std::jthread release([&other] {
+        QThread::msleep(100); // the plugin is unloading
+        other.reset();
+    });
+    manager().shutdown();
+    EXPECT_TRUE(isOver);
+    EXPECT_LT(stored().size(), 3000);
+    EXPECT_EQ(withoutConversation(), 0);
+}
+
+// Who makes their folders and who files what a phone has must not wait for each other.
+TEST_F(VXMessageSyncTest, MessagesOfNewPhonesAreKeptMeanwhileAlsoWithoutAFolder)
+{
+    int count = 0;
+    const auto hear = [&count] {
+        const QString device = u"vxdevice://localhost/plugin/other%1"_s.arg(++count);
+        VXEventManager::sharedEventManager().postEventWithName(
+            u"new_message"_s, {},
+            QVariantMap{{u"from"_s, u"+49171"_s}, {u"device_url"_s, device}, {u"text"_s, QString::number(count)}});
+    };
+    for (int index = 0; index < 60; ++index)
+        put(u"+49170"_s, u"told"_s, index * 10, QString::number(index));
+    phone->portion = 1;
+    for (const auto action = begin(); !isOver; QCoreApplication::processEvents())
+        hear();
+    EXPECT_EQ(stored().size(), 60 + count);
+    VXRunSQL(database,
+             "CREATE TRIGGER full BEFORE INSERT ON VX_VXMessageFolder BEGIN SELECT RAISE(ABORT, 'full'); END");
+    hear();
+    EXPECT_EQ(stored().size(), 60 + count);
 }

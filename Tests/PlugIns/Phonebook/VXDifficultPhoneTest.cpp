@@ -168,8 +168,15 @@ TEST_F(VXDifficultPhoneTest, AStepThatThrowsEndsTheWhole)
     {
     public:
         explicit Throwing(const VXDeviceAction::Ptr &action) : VXDeviceWork(action) {}
-        void start() override { throw std::runtime_error("broken"); }
+        void start() override
+        {
+            perform(u"wait"_s, {}, {}, [](const VXDeviceAction &) { ADD_FAILURE() << "it has ended"; });
+            compute([]() -> int { throw std::runtime_error("broken"); }, [](int) {});
+        }
     };
+    VXDeviceAction *waiting = nullptr;
+    const auto wait = [&](VXDeviceAction *asked) { waiting = asked; };
+    phone->registerActionHandler(u"wait"_s, VXDeviceActionHandler(phone, wait), false);
     VXDeviceWork::offer(phone, u"throw"_s, u"read_contacts"_s,
                         [](const VXDeviceAction::Ptr &action) { return std::make_shared<Throwing>(action); });
     const auto action = VXDeviceAction::actionWithName(u"throw"_s);
@@ -177,6 +184,8 @@ TEST_F(VXDifficultPhoneTest, AStepThatThrowsEndsTheWhole)
     action->executeWithDevice(held, [&](VXDeviceAction *) { isOver = true; });
     EXPECT_TRUE(VXRunUntil([&] { return isOver; }));
     EXPECT_FALSE(action->error().isNull());
+    EXPECT_TRUE(waiting->isCancelled()); // else the phone would be kept from others
+    waiting->conclude();
 }
 
 // No store takes such dates; on the phone they stay, also when something else of the contact is written.
