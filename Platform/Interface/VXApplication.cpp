@@ -61,12 +61,14 @@ void VXApplication::relaunchInNextRunLoop()
     quitEventLoop();
 }
 
-bool VXApplication::relaunchIfDue(VXError *error)
+bool VXApplication::relaunchIfDue(VXError *error, const QStringList &done)
 {
     if (!std::exchange(_relaunchIsDue, false))
         return true;
     const QString program = QCoreApplication::applicationFilePath();
-    if (QProcess::startDetached(program, argumentsOfProcess().mid(1), QDir::currentPath()))
+    QStringList arguments = argumentsOfProcess().mid(1);
+    arguments.removeIf([&done](const QString &argument) { return done.contains(argument); });
+    if (QProcess::startDetached(program, arguments, QDir::currentPath()))
         return true;
     VXSetError(error, VXError::platformError(VXPlatformErrorCode::InvalidValue,
                                              u"The program could not be started again."_s, {}, program));

@@ -7,6 +7,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
 #include <atomic>
@@ -49,10 +50,10 @@ public:
     void relaunchInNextRunLoop();
     /**
      * For the host, after its event loop ended: starts the program again with the same arguments, when
-     * `relaunchInNextRunLoop` was called.
+     * `relaunchInNextRunLoop` was called. But not with those in `done`: what was to be opened was opened.
      * @return false when it was due and could not be started.
      */
-    bool relaunchIfDue(VXError *error = nullptr);
+    bool relaunchIfDue(VXError *error = nullptr, const QStringList &done = {});
 
     /** Asks whether the application may end, and ends its event loop if so; a host not yet in it quits at
      * once on entering. Does nothing while an earlier request waits for its answer. */

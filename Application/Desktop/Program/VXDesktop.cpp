@@ -74,6 +74,7 @@ struct Options
     QString language;
     QStringList uris;
     bool endsWhenShown = false;
+    QStringList operands; // the URIs as they were given
 };
 
 // Qt ends a program that it finds no screen for as if it had crashed: it has not, and whoever started it is told what to do.
@@ -127,8 +128,8 @@ Options readOptions(const QStringList &arguments)
     QStringList uris;
     for (const QString &each : parser.positionalArguments()) // from here, whoever opens it
         uris.append(each.contains(u':') ? each : QFileInfo(each).absoluteFilePath());
-    return {parser.value(home),      parser.value(pictures), parser.value(theme), parser.value(language), uris,
-            parser.isSet(untilShown)};
+    return {parser.value(home),       parser.value(pictures),      parser.value(theme), parser.value(language), uris,
+            parser.isSet(untilShown), parser.positionalArguments()};
 }
 
 // The desktop's keys and selection; where there are none preferences say so.
@@ -275,7 +276,7 @@ int VXDesktop::run(int argc, char **argv)
     VXPersistentStore::closeAll();
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) ||
-        !VXApplication::sharedApplication().relaunchIfDue(&error)) {
+        !VXApplication::sharedApplication().relaunchIfDue(&error, options.operands)) {
         std::fprintf(stderr, "%s\n", qUtf8Printable(error.localizedDescription()));
         status = 1;
     }
