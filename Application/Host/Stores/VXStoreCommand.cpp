@@ -1,4 +1,5 @@
 #include "VXCoreDataStore.h"
+#include "VXDataManager.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -69,6 +70,13 @@ bool isStoreName(const QString &path)
                       (QFileInfo(path).isDir() && VXCoreDataStore::storeClass().dataFilesForStorePath(path).isEmpty()));
 }
 
+// A store is checked as it lies there: its plugin would upgrade it first, and may not be able to before it is mended.
+QString placeToCheck(const QString &name)
+{
+    const QString place = VXDataManager::sharedDataFolderPath() + u'/' + name + u'.' + VXStoreFileExtension;
+    return QFileInfo(place).isDir() ? place : name;
+}
+
 // What is wrong with the command line; null when nothing is.
 QString misuse(const Verb &verb, const VXHostOptions &options)
 {
@@ -118,7 +126,8 @@ int runStore(VXHostContext &context)
         return context.output.failUsage(problem, VXHostUsage(context.options));
     if (verb.run == nullptr)
         return makeStore(context);
-    const QString path = context.options.operand(1);
+    const QString named = context.options.operand(1);
+    const QString path = verb.run == VXCheckStore && isStoreName(named) ? placeToCheck(named) : named;
     const auto runVerb = [&](const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &problem) {
         if (!coordinator)
             return context.output.fail(problem);
