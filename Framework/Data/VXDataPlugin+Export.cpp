@@ -10,6 +10,7 @@
 #include "VXUserDefaults.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
 #include <algorithm>
@@ -86,7 +87,9 @@ VXError VXDataPlugin::exportValidated(const QString &folder)
     const StorePtr destination = source ? createStoreAtPath(folder, {}, &problem) : nullptr;
     if (!destination || !saveStamp(*destination, &problem))
         return problem;
+    const QString dataFile = folder + u'/' + destination->dataFileName();
     problem = run(*VXCoreDataStoreMigrationWindowController::exportStore(source, destination, *this));
+    QFile::remove(dataFile + ".lock"_L1); // of an XML file, when it was written
     return aside.errorAbout(problem, dataStorePath());
 }
 

@@ -155,6 +155,8 @@ bool VXDataPlugin::hasEntityOf(VXCoreDataStore &store) const
 
 StorePtr VXDataPlugin::storeToImport(const QString &path, QString *description, VXError *error)
 {
+    if (isStoreItself(path, error)) // which would have each object twice
+        return nullptr;
     StorePtr store = ownStoreAt(path, error);
     if (!store)
         return nullptr;

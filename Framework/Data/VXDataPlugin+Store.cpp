@@ -251,8 +251,7 @@ bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &pat
             return false;
         }
     }
-    _hasReplaced = !files.moveItemAtPath(waiting, path);
-    if (_hasReplaced)
+    if (!files.moveItemAtPath(waiting, path))
         return true;
     VXLogMethod(VXLogError, "_loadBundleStoreController:", u"Could not move file: %1 -> %2"_s.arg(waiting, path));
     VXSetError(error, VXMakeError(VXLocalizedString(u"Unable to move file"_s)));

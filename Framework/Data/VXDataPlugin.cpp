@@ -129,7 +129,6 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXErr
         _openingLock = nullptr;
     });
     _hasUpgradeFailed = false;
-    _hasReplaced = false;
     const auto open = [&] {
         _sharedStoreController = openStore(&error);
         isOpen = _sharedStoreController && !error && _validateAndSaveStoreController(*_sharedStoreController, &reason);
@@ -155,7 +154,8 @@ QString VXDataPlugin::textAboutEarlierStores(const VXError &reason) const
     const QList<VXStorePast::Entry> earlier = earlierStores();
     const bool isDamaged = reason.code() == int(VXObjectStoreErrorCode::FileCorrupt);
     // Those from before are older than the one that is back in its place.
-    if (!_hasReplaced && (reason.code() == VXErrorCancelled || (_hasUpgradeFailed && !isDamaged)))
+    const bool isOfUser = !VXStorePast::isUnused(dataStorePath()); // else it only took the place of what the user had
+    if (isOfUser && (reason.code() == VXErrorCancelled || (_hasUpgradeFailed && !isDamaged)))
         return _hasUpgradeBegun && VXExistsAtPath(upgradingPath()) ? QString()
                                                                    : VXLocalizedString(u"The store is as it was."_s);
     if (VXExistsAtPath(waitingPath()))

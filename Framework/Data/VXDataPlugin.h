@@ -303,6 +303,5 @@ private:
     bool _isOpening = false;
     bool _hasUpgradeFailed = false;                  // and the store was put back, or never touched
     bool _hasUpgradeBegun = false;                   // the last one: the store was set aside
-    bool _hasReplaced = false;                       // what waited took the store's place at this opening
     std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own
 };

@@ -246,6 +246,12 @@ void VXStorePast::noteUse(const QString &storePath)
         changeList(storePath, [&](QVariantList &now) { takeLater(now, numberOf(storePath)); });
 }
 
+bool VXStorePast::isUnused(const QString &storePath)
+{
+    QVariantList list = listOf(storePath);
+    return takeLater(list, numberOf(storePath)) >= 0;
+}
+
 void VXStorePast::noteTakenBack(const QString &storePath, const QString &keptPath, bool isTakenBack)
 {
     changeList(storePath, [&](QVariantList &list) {

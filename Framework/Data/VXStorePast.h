@@ -41,6 +41,8 @@ public:
     static QString freePlaceBeside(const QString &path, const QString &suffix);
     /** The store is opened as it is: an upgrade of it later is a step of its own. */
     static void noteUse(const QString &storePath);
+    /** Whether the store took another's place and was not in use since: its upgrade may fail at each start. */
+    static bool isUnused(const QString &storePath);
     /** Whether the store is, or is about to be, a copy of the one at `keptPath`; of no effect where that is not listed. */
     static void noteTakenBack(const QString &storePath, const QString &keptPath, bool isTakenBack);
     /** Removes a folder that is listed, and is of no use. */

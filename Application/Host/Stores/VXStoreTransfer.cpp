@@ -281,8 +281,6 @@ int importStore(Transfer &transfer)
         return VXHostOutput::Failed;
     VXError error;
     QString description;
-    if (transfer.plugin.isStoreItself(file, &error)) // which would have each object twice
-        return transfer.fail(error);
     const auto store = transfer.plugin.storeToImport(file, &description, &error);
     if (!store)
         return transfer.fail(error);

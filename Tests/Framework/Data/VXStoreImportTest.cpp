@@ -108,6 +108,8 @@ TEST_F(VXStoreImportTest, CancelDoesNothing)
     user->answerAlert(VXAlertButton::Alternate);
     EXPECT_FALSE(notesPlugin().importStoreAtPath(file));
     EXPECT_THAT(user->alerts(), SizeIs(1)); // the question alone
+    EXPECT_FALSE(notesPlugin().importStoreAtPath(live));
+    expectFailure(u"It is the store itself"_s);
     EXPECT_EQ(contentsOfStore(store()), before);
     EXPECT_FALSE(QFileInfo::exists(staged));
 }

@@ -150,6 +150,20 @@ TEST_F(VXStoreUpgradeTest, StoreThatGivesWayToTheOneBeforeIsListed)
     EXPECT_EQ(VXStorePast::entries(live).size(), 0);
 }
 
+TEST_F(VXStoreUpgradeTest, ReplacementThatCannotBeUpgradedTellsOfTheFormerStore)
+{
+    writeStore(live, u"mine"_s);
+    writeOldStore(waiting(u"notes.vxdatastore"_s));
+    writeNotesPlugin(u"throws"_s);
+    const auto start = [&] {
+        startWith({});
+        const bool isTold = user->alerts().back().details.contains("\"vornix store rollback notes\""_L1);
+        std::_Exit(isTold ? 0 : 1);
+    };
+    for (int round = 0; round < 2; ++round)
+        EXPECT_EXIT(start(), testing::ExitedWithCode(0), "") << round;
+}
+
 // Rollbacks of rollbacks are listed, but push nothing else out.
 TEST_F(VXStoreUpgradeTest, GoingToAndFroKeepsTheListOfWhatTheStoreWas)
 {
