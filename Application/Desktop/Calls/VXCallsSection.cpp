@@ -15,6 +15,7 @@
 #include "VXManagedObjectContext.h"
 #include "VXMessageText.h"
 #include "VXNoticeBar.h"
+#include "VXPartySearch.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookRecord.h"
 #include "VXPhonebookString.h"
@@ -235,8 +236,7 @@ void VXCallsSection::showList()
     VXFetchRequest request(*_coordinator->model().entityForName(VXCallStore::entityName));
     request.predicate = *VXPredicate::predicateWithFormat(conditions[_chips->checkedId()]);
     if (const QString search = _pane->search()->searchText(); !search.isEmpty())
-        request.predicate = VXPredicate::allOf(
-            {request.predicate, *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {search})});
+        request.predicate = VXPredicate::allOf({request.predicate, VXHasOtherParty(search, VXPartiesMeantBy(search))});
     request.sortDescriptors = {{.key = u"date"_s, .isAscending = false}};
     _model->setQuery({.coordinator = _coordinator, .request = request, .makeRow = rowOf});
 }

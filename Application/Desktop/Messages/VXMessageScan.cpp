@@ -2,6 +2,7 @@
 
 #include "MessageDataConstants.h"
 #include "VXMessageStore.h"
+#include "VXPartySearch.h"
 
 #include <algorithm>
 
@@ -18,13 +19,6 @@ constexpr qsizetype mostKept = 500; // of a stretch; with more it is looked thro
 VXPredicate compare(const QString &key, Operator comparison, const QVariant &value, VXTextOptions options = {})
 {
     return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value), options);
-}
-
-VXPredicate has(const QString &text)
-{
-    const VXTextOptions anyWriting = VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive;
-    return VXPredicate::anyOf({compare(u"text"_s, Operator::Contains, text, anyWriting),
-                               compare(u"otherParty_search"_s, Operator::Contains, text, anyWriting)});
 }
 
 VXFetchRequest newestFirst(const VXManagedObjectContext &context, const QList<VXPredicate> &conditions)
@@ -65,6 +59,8 @@ void VXMessageScan::begin(VXManagedObjectContext &context, const QList<VXPredica
 {
     _context = &context;
     _text = text;
+    const QStringList parties = VXPartiesMeantBy(text); // by the names that they have now
+    _parties = QSet<QString>(parties.cbegin(), parties.cend());
     _finds = finds;
     _known.clear();
     if (_parts.size() != conditions.size())
@@ -74,6 +70,14 @@ void VXMessageScan::begin(VXManagedObjectContext &context, const QList<VXPredica
         _parts[i].next = 0;
         _parts[i].newest = std::numeric_limits<qint64>::max();
     }
+}
+
+VXPredicate VXMessageScan::has() const
+{
+    const VXTextOptions anyWriting = VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive;
+    return VXPredicate::anyOf(
+        {compare(u"text"_s, Operator::Contains, _text, anyWriting), VXWasRecordedWith(_text),
+         compare(u"conversation"_s, Operator::In, QVariantList(_parties.cbegin(), _parties.cend()))});
 }
 
 // Nothing of the context is left.
@@ -137,11 +141,13 @@ std::optional<VXMessageScan::Messages> VXMessageScan::look(Part &part, VXError *
     Stretch &stretch = part.stretches[part.next++];
     part.newest = stretch.oldest ? stretch.oldest->toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
     bool isComplete = true;
-    const auto found = stretch.found && _text.contains(stretch.text) ? lookAmongFound(stretch, error)
-                                                                     : lookAmongAll(part, stretch, &isComplete, error);
+    const bool isNarrower =
+        stretch.found && _text.contains(stretch.text) && stretch.parties.contains(_parties); // among which it is found
+    const auto found = isNarrower ? lookAmongFound(stretch, error) : lookAmongAll(part, stretch, &isComplete, error);
     stretch.found.reset();
     if (found && isComplete) {
         stretch.text = _text;
+        stretch.parties = _parties;
         stretch.found.emplace();
         for (const VXManagedObjectPtr &message : *found)
             stretch.found->append(message->objectID());
@@ -156,9 +162,8 @@ std::optional<VXMessageScan::Messages> VXMessageScan::lookAmongFound(const Stret
     QVariantList among;
     for (const VXManagedObjectID &each : *stretch.found)
         among.append(QVariant::fromValue(each));
-    return fetch(
-        {VXPredicate::comparison(VXExpression::self(), Operator::In, VXExpression::constant(among)), has(_text)}, 0,
-        error);
+    return fetch({VXPredicate::comparison(VXExpression::self(), Operator::In, VXExpression::constant(among)), has()}, 0,
+                 error);
 }
 
 // Where much is found, of conversations only what is wanted: not all of it need be made an object.
@@ -166,7 +171,7 @@ std::optional<VXMessageScan::Messages> VXMessageScan::lookAmongAll(const Part &p
                                                                    bool *isComplete, VXError *error) const
 {
     QList<VXPredicate> conditions{part.condition, stretch.dates(),
-                                  compare(u"pending"_s, Operator::NotEqual, int(VXPendingChange::Remove)), has(_text)};
+                                  compare(u"pending"_s, Operator::NotEqual, int(VXPendingChange::Remove)), has()};
     auto found = fetch(conditions, mostKept, error);
     *isComplete = found && found->size() < mostKept;
     if (!found || *isComplete)

@@ -12,7 +12,8 @@
 #include <optional>
 
 /**
- * Looks for a text in messages, in what they say and in the other party, from the newest on, a stretch of some thousand at a time: so
+ * Looks for a text in messages, in what they say and in the other party as it was recorded and is called now (VXPartiesMeantBy),
+ * from the newest on, a stretch of some thousand at a time: so
  * what is new shows early, and whoever wants something else need not wait. It keeps what it found in each stretch: a letter more is
  * looked for only among that. One thread at a time.
  */
@@ -41,7 +42,8 @@ private:
         std::optional<QDateTime> oldest = {}; // none: to the end
         bool isDateless = false;
         VXPredicate dates() const;
-        QString text = {}; // that `found` has
+        QString text = {}; // that `found` has, or a party has of these
+        QSet<QString> parties = {};
         std::optional<QList<VXManagedObjectID>> found = {};
     };
     struct Part
@@ -55,6 +57,7 @@ private:
 
     using Messages = QList<VXManagedObjectPtr>;
 
+    VXPredicate has() const;
     Part *newestPart();
     bool addStretch(Part &part, VXError *error);
     std::optional<Messages> look(Part &part, VXError *error);
@@ -65,6 +68,7 @@ private:
     Messages takeFrom(qint64 newest);
 
     VXManagedObjectContext *_context = nullptr;
+    QSet<QString> _parties; // whose messages are wanted, whatever they say
     QString _text;
     Finds _finds = Finds::Messages;
     QList<Part> _parts;

@@ -10,6 +10,7 @@
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXLimitOption.h"
+#include "VXPartySearch.h"
 #include "VXPhonebookRecord.h"
 #include "VXPhoneNumber.h"
 #include "VXPluginSession.h"
@@ -80,9 +81,8 @@ QStringList rowOf(const Call &call, const VXCallRecord &record, const QString &w
 VXPredicate predicateOfParty(VXHostContext &host, const QString &text)
 {
     QStringList searches;
-    if (VXIsValidPhoneNumber(text))
-        searches.append(VXPhoneNumberSearchString(text));
-    else if (const VXPersistentStoreCoordinator::Ptr phonebook = VXOpenContacts(host)) {
+    const bool isNumber = VXIsValidPhoneNumber(text);
+    if (const auto phonebook = isNumber ? VXPersistentStoreCoordinator::Ptr() : VXOpenContacts(host)) {
         VXManagedObjectContext contacts(phonebook);
         for (const VXManagedObjectPtr &person : VXContactsNear(contacts, text, mostNumbers + 1)) {
             for (const VXContactRecord::Address &number : VXContactRecord(QVariant::fromValue(person)).numbers)
@@ -95,10 +95,7 @@ VXPredicate predicateOfParty(VXHostContext &host, const QString &text)
         host.output.note(u"more than %1 numbers are called so; calls of the others are left out"_s.arg(mostNumbers));
         searches.resize(mostNumbers);
     }
-    QList<VXPredicate> any;
-    for (const QString &search : QStringList(text) + searches)
-        any.append(*VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {search}));
-    return VXPredicate::anyOf(any);
+    return VXHasOtherParty(text, searches);
 }
 
 // What the options let pass. False when one is misused, which was told.

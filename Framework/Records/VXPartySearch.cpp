@@ -1,0 +1,46 @@
+#include "VXPartySearch.h"
+
+#include "VXConversationKey.h"
+#include "VXPhonebookManager.h"
+#include "VXPhoneNumber.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr unsigned mostCompletions = 100;
+
+} // namespace
+
+QStringList VXPartiesMeantBy(const QString &text)
+{
+    QStringList parties;
+    if (text.isEmpty())
+        return parties;
+    for (const QString &each : VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
+             text, VXPhonebookPropertyNumber | VXPhonebookPropertyEmail, mostCompletions))
+        parties.append(VXConversationKey(each));
+    parties.removeAll(QString());
+    parties.removeDuplicates();
+    return parties;
+}
+
+VXPredicate VXWasRecordedWith(const QString &text)
+{
+    const VXPredicate asTyped = *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {text});
+    const QString number = VXIsValidPhoneNumber(text) ? VXPhoneNumberSearchString(text) : QString();
+    if (number.isEmpty() || number == text)
+        return asTyped;
+    return VXPredicate::anyOf(
+        {asTyped, *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS %@"_s, {number})});
+}
+
+VXPredicate VXHasOtherParty(const QString &text, const QStringList &parties)
+{
+    QList<VXPredicate> any{VXWasRecordedWith(text),
+                           *VXPredicate::predicateWithFormat(u"otherParty_search IN %@"_s,
+                                                             {QVariantList(parties.cbegin(), parties.cend())})};
+    for (const QString &party : parties)
+        any.append(*VXPredicate::predicateWithFormat(u"otherParty_search ENDSWITH %@"_s, {u' ' + party}));
+    return VXPredicate::anyOf(any);
+}
