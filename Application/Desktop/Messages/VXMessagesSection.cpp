@@ -89,7 +89,11 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
 
     connect(_pane, &VXListPane::searchDidChange, this, &VXMessagesSection::showFolder);
     connect(_pane, &VXListPane::chosen, this, &VXMessagesSection::showRow);
-    connect(_pane, &VXListPane::activated, this, [this] { _view->focusText(); });
+    connect(_pane, &VXListPane::activated, this, [this] {
+        markAsRead(_shownKeys);
+        _view->focusText();
+    });
+    connect(_pane->list(), &QListView::clicked, this, [this] { markAsRead(_shownKeys); });
     connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXMessagesSection::makeNew);
     connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXMessagesSection::importItems);
     connect(_folder, &QComboBox::activated, this, &VXMessagesSection::showFolder);
@@ -222,8 +226,10 @@ void VXMessagesSection::showRow(int row)
 
 void VXMessagesSection::showConversation(const QString &party, const QStringList &keys)
 {
+    _shownKeys = keys;
     _view->setParty(party, keys);
-    if (isVisible())
+    const bool isTyping = _pane->search()->hasFocus() && !_pane->search()->text().isEmpty();
+    if (isVisible() && !isTyping) // what a word happens to find is not read
         markAsRead(keys);
 }
 
@@ -281,6 +287,8 @@ bool VXMessagesSection::change(const std::function<void(VXManagedObjectContext &
 
 void VXMessagesSection::markAsRead(const QStringList &conversations)
 {
+    if (conversations.isEmpty())
+        return;
     change([&](VXManagedObjectContext &context) {
         VXFetchRequest request = _store->messagesOfConversations(conversations);
         request.predicate = VXPredicate::allOf({request.predicate, *VXPredicate::predicateWithFormat(u"state == 1"_s)});

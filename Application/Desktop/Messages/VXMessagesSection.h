@@ -62,4 +62,5 @@ private:
     VXConversationView *_view = nullptr;
     std::unique_ptr<VXStoreWatch> _watch;
     QString _shownConversation;
+    QStringList _shownKeys; // of the conversations that the view shows as one
 };
