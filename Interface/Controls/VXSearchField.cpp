@@ -108,7 +108,9 @@ void VXSearchField::keyPressEvent(QKeyEvent *event)
         return search();
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        return search();
+        search();
+        Q_EMIT returnPressed();
+        return;
     case Qt::Key_Down:
         search();
         Q_EMIT resultsWanted();

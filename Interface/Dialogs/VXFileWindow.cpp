@@ -82,6 +82,7 @@ VXFileWindow::VXFileWindow(const VXSavePanel &panel, QWidget *parent)
     setOption(DontUseNativeDialog, !panel.checkBoxTitle.isNull());
     setAcceptMode(AcceptSave);
     setFileMode(AnyFile);
+    setDefaultSuffix(_packageExtension);
     // The desktop's window asks by itself.
     setOption(DontConfirmOverwrite, testOption(DontUseNativeDialog));
     begin(panel.message, panel.directory);
@@ -166,7 +167,7 @@ void VXFileWindow::acceptSave(const QString &path)
 {
     const QFileInfo info(path);
     const bool isPackage = info.isDir() && !_packageExtension.isEmpty() && info.suffix() == _packageExtension;
-    const bool asksHere = testOption(DontConfirmOverwrite) && (info.isFile() || isPackage);
+    const bool asksHere = isPackage || (testOption(DontConfirmOverwrite) && info.isFile()); // else Qt asks
     if (asksHere && !agreesToReplace(path))
         return;
     if (isPackage)
