@@ -3,6 +3,7 @@
 #include "VXPhoneNumber.h"
 #include "VXPhoneNumberFormat.h"
 #include "VXSearchEntries.h"
+#include "VXSearchTerms.h"
 #include "VXSQLiteConnection.h"
 
 #include <algorithm>
@@ -15,13 +16,13 @@ namespace {
 
 constexpr qint64 mostCandidates = 100;
 
-// How well a contact with these words stands for a number, as look-ups go by it: its country first, then what is known of them.
-double scoreOf(const QString &text, const QString &number, const QString &digits)
+// How well a contact with these words stands for a number, as look-ups go by it: its country first, then what is known of it.
+double scoreOf(const QString &text, qint64 known, const QString &number, const QString &digits)
 {
     constexpr double sameCountry = 1e6;
     const QString abroad = VXPhoneNumberInternationalDigits(number);
     const QStringList lines = text.split(u'\n');
-    double score = double(lines.size());
+    double score = double(known);
     for (const QString &line : lines) {
         if (abroad.isNull() || !VXIsValidPhoneNumber(line) || VXSearchEntries::reversedSearchString(line) != digits)
             continue;
@@ -34,11 +35,11 @@ double scoreOf(const QString &text, const QString &number, const QString &digits
 } // namespace
 
 // As the contact is called that stands for it best.
-QString VXPartyNames::contactOf(const QString &number)
+QString VXPartyNames::contactOf(const QString &number, const QString &recordedName)
 {
     const QString digits = VXSearchEntries::reversedSearchString(number);
     VXSQLiteStatement statement = _connection.statement(
-        u"SELECT title, text FROM number CROSS JOIN entry ON entry.id = number.entry WHERE reversed = ?1 "
+        u"SELECT title, text, known FROM number CROSS JOIN entry ON entry.id = number.entry WHERE reversed = ?1 "
         "AND number.entry >= ?2 AND kind = 'contact' AND title <> '' ORDER BY entry LIMIT ?3"_s,
         nullptr);
     if (!statement || digits.isEmpty())
@@ -46,9 +47,12 @@ QString VXPartyNames::contactOf(const QString &number)
     statement.bindText(1, digits);
     statement.bindNumber(2, VXSearchEntries::undated);
     statement.bindNumber(3, mostCandidates);
+    constexpr double sameName = 1e9; // before all else
+    const QString wanted = VXSearchTerms::folded(recordedName);
     QString name;
     for (auto best = -std::numeric_limits<double>::infinity(); statement.step() == VXSQLiteStatement::Step::Row;) {
-        const double score = scoreOf(statement.text(1), number, digits);
+        const bool isSo = !wanted.isEmpty() && VXSearchTerms::folded(statement.text(0)) == wanted;
+        const double score = scoreOf(statement.text(1), statement.number(2), number, digits) + (isSo ? sameName : 0.0);
         if (score > best)
             name = statement.text(0);
         best = std::max(best, score);
@@ -60,9 +64,10 @@ QString VXPartyNames::nameOf(const VXFoundParty &party)
 {
     const bool isNumber = VXIsValidPhoneNumber(party.address);
     if (isNumber) {
-        auto known = _contacts.constFind(party.address);
+        const std::pair key(party.address, party.name);
+        auto known = _contacts.constFind(key);
         if (known == _contacts.cend())
-            known = _contacts.insert(party.address, contactOf(party.address));
+            known = _contacts.insert(key, contactOf(party.address, party.name));
         if (!known->isNull())
             return *known;
     }

@@ -5,6 +5,8 @@
 #include <QtCore/QHash>
 #include <QtCore/QString>
 
+#include <utility>
+
 class VXSQLiteConnection;
 
 /** What the parties of records are called: by the contacts of the index as they are called now. For one search. */
@@ -19,9 +21,9 @@ public:
 
 private:
     QString nameOf(const VXFoundParty &party);
-    /** Null for a number that no contact has. */
-    QString contactOf(const QString &number);
+    /** Null for a number that no contact has; of several one is preferred that is called as was recorded. */
+    QString contactOf(const QString &number, const QString &recordedName);
 
     VXSQLiteConnection &_connection;
-    QHash<QString, QString> _contacts; // by number
+    QHash<std::pair<QString, QString>, QString> _contacts; // by number and recorded name
 };

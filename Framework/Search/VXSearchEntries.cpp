@@ -110,7 +110,8 @@ struct Row
           title(utf8Of(change.values->value(u"kMDItemTitle"_s).toString())),
           detail(utf8Of(change.values->value(descriptionKey).toString())), date(change.values->value(dateKey)),
           text(utf8Of(wordsOf(*change.values))), json(jsonOf(numbers)), parties(partiesOf(*change.values)),
-          hidden(change.values->value(u"VXHidden"_s).toLongLong())
+          hidden(change.values->value(u"VXHidden"_s).toLongLong()),
+          known(change.values->value(u"VXInformativeValue"_s).toLongLong())
     {
     }
 
@@ -127,6 +128,7 @@ struct Row
         bindUtf8(statement, 9, json);
         bindUtf8(statement, 10, parties);
         statement.bindNumber(11, hidden);
+        statement.bindNumber(12, known);
     }
 
     const qint64 folder;
@@ -137,6 +139,7 @@ struct Row
     const QByteArray json; // of the numbers
     const QByteArray parties;
     const qint64 hidden; // as VXMetaDataHiding, 0 for none
+    const qint64 known;  // of a contact, as VXPhonebookEntry::informativeValue
 };
 
 } // namespace
@@ -171,8 +174,9 @@ std::optional<bool> VXSearchEntries::has(qint64 folder, const VXSearchIndex::Cha
 {
     VXSQLiteStatement statement = _connection.statement(
         u"SELECT 1 FROM entry WHERE folder = ?1 AND name = ?2 AND object IS ?3 AND kind IS ?4 AND title IS ?5 AND "
-        "detail IS ?6 AND date IS ?7 AND text IS ?8 AND numbers IS ?9 AND parties IS ?10 AND hidden = ?11 AND NOT "
-        "EXISTS "
+        "detail IS ?6 AND date IS ?7 AND text IS ?8 AND numbers IS ?9 AND parties IS ?10 AND hidden = ?11 AND known = "
+        "?12 AND "
+        "NOT EXISTS "
         "(SELECT 1 FROM json_each(?9) WHERE NOT EXISTS "
         "(SELECT 1 FROM number WHERE reversed = value AND number.entry = entry.id))"_s,
         error);
@@ -307,15 +311,15 @@ std::optional<qint64> VXSearchEntries::freeID(qint64 place, VXError *error)
 bool VXSearchEntries::insert(qint64 folder, const VXSearchIndex::Change &change, qint64 id, bool *isIn, VXError *error)
 {
     VXSQLiteStatement entry = _connection.statement(u"INSERT OR IGNORE INTO entry (folder, name, object, kind, title, "
-                                                    u"detail, date, text, numbers, parties, hidden, id) "
-                                                    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
+                                                    u"detail, date, text, numbers, parties, hidden, known, id) "
+                                                    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
                                                     error);
     VXSQLiteStatement words = _connection.statement(u"INSERT INTO words (rowid, kind, text) VALUES (?, ?, ?)"_s, error);
     if (!entry || !words)
         return false;
     const Row row(folder, change);
     row.bind(entry);
-    entry.bindNumber(12, id);
+    entry.bindNumber(13, id);
     words.bindNumber(1, id);
     bindUtf8(words, 2, row.kind);
     bindUtf8(words, 3, row.text);

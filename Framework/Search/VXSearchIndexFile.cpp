@@ -23,7 +23,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::milliseconds busyTimeout = 2s; // what is put in at once takes a tenth of that
-constexpr int version = 4;                            // a new one takes a new VXMetaDataGeneration
+constexpr int version = 5;                            // a new one takes a new VXMetaDataGeneration
 
 // The text is kept beside the index of its words: taking it out needs it. No triggers: connections run none.
 constexpr const char *schema[] = {
@@ -32,15 +32,17 @@ constexpr const char *schema[] = {
     "BEGIN IMMEDIATE",
     "CREATE TABLE IF NOT EXISTS folder (id INTEGER PRIMARY KEY, name TEXT UNIQUE, isComplete INTEGER)",
     // `numbers`: a JSON list of what stands in `number`. `parties`: one of [NAME, ADDRESS]. `hidden`: VXMetaDataHiding, else 0.
-    "CREATE TABLE IF NOT EXISTS entry (id INTEGER PRIMARY KEY, folder INTEGER, name TEXT, object TEXT, "
-    "kind TEXT, title TEXT, detail TEXT, date INTEGER, text TEXT, numbers TEXT, parties TEXT, hidden INTEGER, "
-    "UNIQUE (folder, name))",
+    // `known`: how much is known of a contact.
+    ("CREATE TABLE IF NOT EXISTS entry (id INTEGER PRIMARY KEY, folder INTEGER, name TEXT, object TEXT, "
+     "kind TEXT, title TEXT, detail TEXT, date INTEGER, text TEXT, numbers TEXT, parties TEXT, hidden INTEGER, known "
+     "INTEGER, "
+     "UNIQUE (folder, name))"),
     "CREATE TABLE IF NOT EXISTS number (reversed TEXT, entry INTEGER, PRIMARY KEY (reversed, entry)) WITHOUT ROWID",
-    "CREATE VIRTUAL TABLE IF NOT EXISTS words USING fts5 (kind, text, content = 'entry', content_rowid = 'id', "
-    "prefix = '2 3', columnsize = 0, tokenize = \"unicode61 remove_diacritics 0 categories 'L* N* Co Mc'\")",
+    ("CREATE VIRTUAL TABLE IF NOT EXISTS words USING fts5 (kind, text, content = 'entry', content_rowid = 'id', "
+     "prefix = '2 3', columnsize = 0, tokenize = \"unicode61 remove_diacritics 0 categories 'L* N* Co Mc'\")"),
     "INSERT INTO words (words, rank) VALUES ('hashsize', 4000000)",   // bytes of words that are written at once
     "INSERT OR IGNORE INTO folder (name, isComplete) VALUES ('', 0)", // for those that nobody has named yet
-    "PRAGMA user_version = 4",
+    "PRAGMA user_version = 5",
     "COMMIT",
 };
 

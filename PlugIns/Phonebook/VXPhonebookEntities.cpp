@@ -42,7 +42,9 @@ QVariant VXPerson::valueForKey(const QString &key) const
 std::optional<QVariantMap> VXPerson::metaDataPlist() const
 {
     const VXContactRecord contact(QVariant::fromValue(VXManagedObjectPtr(const_cast<VXPerson *>(this))));
-    return VXContactMetaData(contact, valueForKey(u"displayString"_s).toString());
+    QVariantMap metaData = VXContactMetaData(contact, valueForKey(u"displayString"_s).toString());
+    metaData.insert(u"VXInformativeValue"_s, qint64(VXPhonebookEntry::informativeValue(*this))); // whom look-ups prefer
+    return metaData;
 }
 
 void VXPerson::ownDidChange()

@@ -4,6 +4,7 @@
 #include "VXDesktopText.h"
 #include "VXEmptyState.h"
 #include "VXListPane.h"
+#include "VXMetaDataSync.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
 #include "VXSearchIndex.h"
@@ -127,6 +128,11 @@ void VXFindWindow::find(const QString &words)
         answer.hasIndex = index != nullptr;
         if (index)
             answer.found = index->find(words, {}, most, &answer.error);
+        if (!answer.found && VXSearchIndex::discardIfDamaged(answer.error)) { // it is made again, as when it is missing
+            for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
+                sync->setNeedsUpdate(true);
+            answer = {};
+        }
         QMetaObject::invokeMethod(QCoreApplication::instance(), [self, words, answer] {
             if (self && self->_words == words)
                 self->show(words, answer);

@@ -304,6 +304,8 @@ TEST_F(VXSearchIndexTest, ANumberIsCalledByWhomALookUpFinds)
     QList<VXSearchIndex::Change> changes{change(1, u"contact"_s, u"Poor"_s, {german}),
                                          change(2, u"contact"_s, u"Rich"_s, {german}, u"Big\nmuch more"_s),
                                          change(3, u"contact"_s, u"Uk"_s, {parties[1]})};
+    changes[0].values->insert(u"kMDItemTextContent"_s, u"a\nnote\nof\nmany\nlines"_s);
+    changes[1].values->insert(u"VXInformativeValue"_s, 30);
     for (const QString &party : parties)
         changes.append(change(int(changes.size()) + 1, u"message"_s, party, {party}));
     ASSERT_TRUE(index->apply(u"people"_s, changes, nullptr));
