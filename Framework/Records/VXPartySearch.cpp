@@ -37,9 +37,9 @@ VXPredicate VXWasRecordedWith(const QString &text)
 
 VXPredicate VXHasOtherParty(const QString &text, const QStringList &parties)
 {
+    const QVariant all = QVariantList(parties.cbegin(), parties.cend());
     QList<VXPredicate> any{VXWasRecordedWith(text),
-                           *VXPredicate::predicateWithFormat(u"otherParty_search IN %@"_s,
-                                                             {QVariantList(parties.cbegin(), parties.cend())})};
+                           *VXPredicate::predicateWithFormat(u"otherParty_search IN %@"_s, QVariantList{all})};
     for (const QString &party : parties)
         any.append(*VXPredicate::predicateWithFormat(u"otherParty_search ENDSWITH %@"_s, {u' ' + party}));
     return VXPredicate::anyOf(any);
