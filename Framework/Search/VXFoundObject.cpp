@@ -6,10 +6,15 @@
 
 using namespace Qt::StringLiterals;
 
+QUrl VXFoundObject::uri() const
+{
+    return QUrl(u"x-coredata://"_s + place);
+}
+
 QUrl VXFoundObject::url() const
 {
-    const QStringList parts = uri.path().split(u'/');
-    return VXMakePhonebookURL(uri.host(), parts.value(1), parts.value(2));
+    const QStringList parts = place.split(u'/');
+    return VXMakePhonebookURL(parts.value(0), parts.value(1), parts.value(2));
 }
 
 QUrl VXFoundObject::uriForURL(const QUrl &url)

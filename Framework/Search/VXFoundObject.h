@@ -17,7 +17,7 @@ struct VXFoundParty
 /** An object that was found. */
 struct VX_EXPORT VXFoundObject
 {
-    QUrl uri = {};      // x-coredata://STORE/ENTITY/pNUMBER
+    QString place = {}; // STORE/ENTITY/pNUMBER
     QString kind = {};  // "contact", "message", "call"
     QString title = {}; // null for none, as the detail; of a message or call the other party as it is called now
     QString detail = {};
@@ -25,6 +25,8 @@ struct VX_EXPORT VXFoundObject
     QList<VXFoundParty> parties = {};
     bool isInTrash = false;
 
+    /** "x-coredata://STORE/ENTITY/pNUMBER". */
+    QUrl uri() const;
     /** By which the application opens it: "vxbook://STORE/ENTITY/pNUMBER". */
     QUrl url() const;
     /** The object's URI for such a URL; null for any other. */

@@ -27,14 +27,13 @@ VXSearchQuery::VXSearchQuery(VXSQLiteConnection &connection, const VXSearchIndex
 
 VXFoundObject VXSearchQuery::foundIn(const VXSQLiteStatement &row)
 {
-    VXFoundObject object{.uri = QUrl(u"x-coredata://"_s + row.text(0)),
-                         .kind = row.text(1),
-                         .title = row.text(2),
-                         .detail = row.text(3)};
+    VXFoundObject object{.place = row.text(0), .kind = row.text(1), .title = row.text(2), .detail = row.text(3)};
     if (!row.value(4).isNull())
         object.date = QDateTime::fromMSecsSinceEpoch(row.number(4), Qt::UTC);
-    for (const QJsonValue party : QJsonDocument::fromJson(row.text(5).toUtf8()).array())
-        object.parties.append({party[0].toString(), party[1].toString()});
+    if (const VXSQLiteValue parties = row.value(5); !parties.isNull()) {
+        for (const QJsonValue party : QJsonDocument::fromJson(parties.text().toUtf8()).array())
+            object.parties.append({party[0].toString(), party[1].toString()});
+    }
     object.isInTrash = row.number(6) == inTrash;
     return object;
 }

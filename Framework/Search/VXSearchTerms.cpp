@@ -202,6 +202,8 @@ QString bareNumber(const QString &part)
 {
     static const QRegularExpression around(u"^[<\",;]*(?:(?:tel|sms|smsto|callto):)?|(?<=[0-9])(?:/[a-z]+)?[>\",;]*$"_s,
                                            QRegularExpression::CaseInsensitiveOption);
+    if (std::ranges::none_of(part, [](QChar each) { return each.isDigit(); })) // as in most words
+        return part;
     const QString bare = QString(part).remove(around);
     return isOfNumber(bare) ? bare : part;
 }

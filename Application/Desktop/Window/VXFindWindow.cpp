@@ -55,7 +55,7 @@ public:
         _found = found;
         endResetModel();
     }
-    QUrl uriAt(int row) const { return _found.value(row).uri; }
+    QUrl uriAt(int row) const { return row < _found.size() ? _found[row].uri() : QUrl(); }
 
     int rowCount(const QModelIndex &parent = {}) const override
     {

@@ -29,7 +29,7 @@ void VXAnswerFoundObjects(VXHostOutput &output, const QList<VXFoundObject> &foun
     QList<QStringList> rows{{u"KIND"_s, u"DATE"_s, u"WHO"_s, u"TEXT"_s, u"ID"_s}};
     for (const VXFoundObject &object : found) {
         QVariantMap values{
-            {u"uri"_s, object.uri.toString()}, {u"url"_s, object.url().toString()}, {u"kind"_s, object.kind}};
+            {u"uri"_s, object.uri().toString()}, {u"url"_s, object.url().toString()}, {u"kind"_s, object.kind}};
         for (const auto &[key, text] : {std::pair(u"title"_s, object.title), {u"description"_s, object.detail}}) {
             if (!text.isNull())
                 values.insert(key, text);
@@ -41,7 +41,7 @@ void VXAnswerFoundObjects(VXHostOutput &output, const QList<VXFoundObject> &foun
         json.append(VXJSONFromVariant(values));
         const QString date = object.date.isValid() ? object.date.toLocalTime().toString(u"yyyy-MM-dd HH:mm"_s) : u"-"_s;
         const QString kind = object.isInTrash ? object.kind + " (trash)"_L1 : object.kind;
-        rows.append({kind, date, cell(object.title), cell(object.detail), object.uri.path().mid(1)});
+        rows.append({kind, date, cell(object.title), cell(object.detail), object.place.section(u'/', 1)});
     }
     output.answer(found.isEmpty() ? QString() : VXFittingTable(output, rows, {u"ID"_s, u"DATE"_s}, u"TEXT"_s), json);
     if (found.isEmpty())

@@ -39,7 +39,8 @@ QString VXDesktopTest::insert(const QString &store, const QString &entity, const
         object->setValueForKey(value, key);
     VXError error;
     EXPECT_TRUE(context.save(&error)) << error.description().toStdString();
-    return VXFoundObject{.uri = object->objectID().uriRepresentation()}.url().toString();
+    const QUrl uri = object->objectID().uriRepresentation();
+    return VXFoundObject{.place = uri.host() + uri.path()}.url().toString();
 }
 
 void VXDesktopTest::add(const VXContactRecord &contact)

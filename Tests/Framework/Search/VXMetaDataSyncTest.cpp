@@ -256,7 +256,7 @@ TEST_F(VXMetaDataSyncTest, KeepsTheIndexInStep)
 {
     const auto find = [](const QString &words) {
         const QList<VXFoundObject> found = VXMetaDataTest::find(words);
-        return found.size() == 1 ? found.first().uri : QUrl();
+        return found.size() == 1 ? found.first().uri() : QUrl();
     };
     const VXManagedObjectPtr jane = add(u"Jane"_s);
     pass();
