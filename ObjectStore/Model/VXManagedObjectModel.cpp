@@ -140,6 +140,11 @@ VXManagedObjectModel::Ptr VXManagedObjectModel::modelByMergingModels(const QList
     VXModelDefinition merged;
     QHash<QString, QVariantMap> seen; // how each entity is defined
     for (const Ptr &model : models) {
+        if (!model) {
+            if (error != nullptr && !*error)
+                *error = modelError(u"One of the models to merge is missing."_s);
+            return nullptr;
+        }
         for (const VXEntityDefinition &entity : model->definition().entities) {
             const QVariantMap form = VXModelDefinition{{entity}}.toPropertyList();
             const auto earlier = seen.constFind(entity.name);

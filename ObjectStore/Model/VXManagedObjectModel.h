@@ -23,7 +23,7 @@ public:
     [[nodiscard]] static Ptr modelWithContentsOfFile(const QString &path, VXError *error = nullptr);
     /**
      * One model with the entities of all. An entity that several have must be the same in each; relationships may lead
-     * from one model into another. @return null on failure.
+     * from one model into another. @return null on failure, also when one of them is null: an error that is there already is kept then.
      */
     [[nodiscard]] static Ptr modelByMergingModels(const QList<Ptr> &models, VXError *error = nullptr);
 

@@ -39,6 +39,8 @@ void VXManagedObject::setRelated(int index, const VXManagedObjectPtr &object)
 {
     const VXRelationshipDescription &changed = relationship(index, false);
     assertFits(changed, object);
+    if (!canBeChanged(changed))
+        return;
     const VXManagedObjectPtr before = related(index);
     if (before == object)
         return;

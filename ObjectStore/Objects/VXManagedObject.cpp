@@ -149,16 +149,26 @@ void VXManagedObject::setStoredRow(VXStoreRow::Ptr row)
     _isFault = false;
 }
 
+bool VXManagedObject::canBeChanged(const VXPropertyDescription &property)
+{
+    VXAssert(_context != nullptr, u"an object cannot be changed when its context is gone or has forgotten it"_s);
+    VXError problem;
+    if (!_isFault || _context->readFault(*this, &problem))
+        return true;
+    if (problem)
+        _context->noteLostChange(*this, problem);
+    else
+        VXReportDiagnostic(4, u"\"%1\" of %2 cannot be set: the object is gone from the store"_s.arg(
+                                  property.name(), _objectID.uriRepresentation().toString()));
+    return false;
+}
+
 template <class Set>
 void VXManagedObject::changeValues(const VXPropertyDescription &property, const Set &set)
 {
-    VXAssert(_context != nullptr, u"an object cannot be changed when its context is gone or has forgotten it"_s);
-    const VXStoreRow *const before = values();
-    if (before == nullptr) {
-        VXReportDiagnostic(4, u"\"%1\" of %2 cannot be set: the object is gone from the store"_s.arg(
-                                  property.name(), _objectID.uriRepresentation().toString()));
+    if (!canBeChanged(property))
         return;
-    }
+    const VXStoreRow *const before = values();
     if (!_values)
         _values = isPacked(property) ? before->copy(before->version() + 1)
                                      : VXStoreRow::copyToChange(_row, before->version() + 1);

@@ -158,6 +158,8 @@ private:
         return Q_LIKELY(!_isFault && index >= 0 && index < row->propertyCount()) ? row : readValuesWith(index);
     }
     const VXStoreRow *readValuesWith(int index) const;
+    /** Reads a fault. False when it is gone, and when it cannot be read, which fails the next save. */
+    bool canBeChanged(const VXPropertyDescription &property);
     /** Has `set` change the values. */
     template <class Set>
     void changeValues(const VXPropertyDescription &property, const Set &set);

@@ -16,7 +16,9 @@ void VXManagedObjectContext::deleteObject(const VXManagedObjectPtr &object)
             continue;
         VXError error;
         if (next->isFault() && !readFault(*next, &error)) {
-            if (!error) // it is gone already
+            if (error)
+                noteLostChange(*next, error);
+            else // it is gone already
                 forget(next);
             continue;
         }

@@ -20,6 +20,20 @@ bool isSavedFrom(const VXRelationshipDescription &relationship)
     return name(relationship) <= name(inverse);
 }
 
+// Hooks of other classes may give less than the documents promise, or nothing.
+VXError validationError(const VXManagedObjectPtr &object, const VXError &problem)
+{
+    const VXError given =
+        problem ? problem
+                : VXObjectStoreError(VXObjectStoreErrorCode::Validation, u"The object cannot be saved."_s,
+                                     u"The class of \"%1\" does not say why."_s.arg(object->entity().name()));
+    QVariantMap userInfo = given.userInfo();
+    if (given.domain() != VXCocoaErrorDomain || userInfo.contains(VXValidationObjectKey))
+        return given;
+    userInfo.insert(VXValidationObjectKey, QVariant::fromValue(object));
+    return {VXCocoaErrorDomain, given.code(), userInfo};
+}
+
 } // namespace
 
 bool VXManagedObjectContext::save(VXError *error)
@@ -31,13 +45,14 @@ bool VXManagedObjectContext::Save::run(VXError *error)
 {
     callWillSave();
     _context.processPendingChanges();
-    _inserted = _context._inserted.objects();
-    _updated = _context._updated.objects();
-    _deleted = _context._deleted.objects();
-    if (!validate(error))
+    if (const VXError lost = std::exchange(_context._lostChange, {})) {
+        VXSetError(error, lost);
+        return false;
+    }
+    if (!takeChanges(error))
         return false;
     announce(VXManagedObjectContextWillSaveNotification);
-    const bool isSaved = build(error) && write(error);
+    const bool isSaved = takeChanges(error) && build(error) && write(error); // observers may have changed more
     if (!isSaved)
         undo();
     if (isSaved || !_saved.isEmpty())
@@ -62,11 +77,27 @@ void VXManagedObjectContext::Save::callWillSave() const
         for (const VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted}) {
             const QList<ObjectPtr> objects = changed->objects(); // which hooks may change
             for (const ObjectPtr &object : objects) {
-                if (std::exchange(object->_askedInSave, number) != number)
-                    object->willSave();
+                if (object->_context == &_context && std::exchange(object->_askedInSave, number) != number)
+                    object->willSave(); // else one before it has deleted it
             }
         }
     }
+}
+
+// What has changed since they were last taken is valid. A hook that validates may change the context itself: then all are asked
+// again, and what still changes after some rounds is left to the next save.
+bool VXManagedObjectContext::Save::takeChanges(VXError *error)
+{
+    constexpr int mostRounds = 10;
+    for (int round = 0; round < mostRounds && _taken != _context._stateCount; ++round) {
+        _taken = _context._stateCount;
+        _inserted = _context._inserted.objects();
+        _updated = _context._updated.objects();
+        _deleted = _context._deleted.objects();
+        if (!validate(error))
+            return false;
+    }
+    return true;
 }
 
 bool VXManagedObjectContext::Save::validate(VXError *error) const
@@ -74,8 +105,8 @@ bool VXManagedObjectContext::Save::validate(VXError *error) const
     QVariantList problems;
     const auto check = [&](const QList<ObjectPtr> &objects, auto validator) {
         for (const ObjectPtr &object : objects) {
-            if (VXError problem; !(object.get()->*validator)(&problem))
-                problems.append(QVariant::fromValue(problem));
+            if (VXError problem; object->_context == &_context && !(object.get()->*validator)(&problem))
+                problems.append(QVariant::fromValue(validationError(object, problem)));
         }
     };
     check(_inserted, &VXManagedObject::validateForInsert);
@@ -251,7 +282,8 @@ void VXManagedObjectContext::Save::finish()
 {
     _context.registerAgain(_renamed);
     forgetGone();
-    if (_saved.isEmpty()) {
+    const bool isWhole = _saved.isEmpty() && _taken == _context._stateCount; // no change is left
+    if (isWhole) {
         for (VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
             changed->clear();
         _context._assignedStores.clear();
@@ -260,7 +292,7 @@ void VXManagedObjectContext::Save::finish()
     for (const QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted}) {
         for (const ObjectPtr &object : *objects) {
             if (VXChangedObjects *const changed = _context.objectsInState(object->_state);
-                changed != nullptr && !_saved.isEmpty()) {
+                changed != nullptr && !isWhole) {
                 changed->remove(*object);
                 _context._assignedStores.remove(object.get());
             }

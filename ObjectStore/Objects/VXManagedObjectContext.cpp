@@ -1,7 +1,9 @@
 #include "VXManagedObjectContext.h"
 
+#include "VXDiagnostics.h"
 #include "VXException.h"
 #include "VXManagedObjectClass.h"
+#include "VXObjectStoreError.h"
 #include "VXRelatedSet.h"
 
 using namespace Qt::StringLiterals;
@@ -60,6 +62,8 @@ void VXManagedObjectContext::forget(const ObjectPtr &object)
 
 void VXManagedObjectContext::forgetAll()
 {
+    ++_stateCount;
+    _lostChange = {};
     QList<ObjectPtr> held; // until none leads to another any more
     if (_objects.size() > 0) {
         held.reserve(_objects.size());
@@ -185,6 +189,17 @@ void VXManagedObjectContext::noteChange(VXManagedObject &object)
         noteForObservers(object);
 }
 
+void VXManagedObjectContext::noteLostChange(const VXManagedObject &object, const VXError &problem)
+{
+    const QString reason = u"%1 cannot be changed or deleted, as it cannot be read: %2"_s.arg(
+        object.objectID().uriRepresentation().toString(), problem.description());
+    VXReportDiagnostic(3, reason);
+    if (!_lostChange)
+        _lostChange = {
+            problem.domain(), problem.code(),
+            VXObjectStoreError(VXObjectStoreErrorCode::FileRead, u"The objects cannot be saved."_s, reason).userInfo()};
+}
+
 void VXManagedObjectContext::settle(VXManagedObject &object)
 {
     if (object._state == State::Updated && !object._values && !object.hasRelationshipChanges())
@@ -213,6 +228,7 @@ QList<VXManagedObjectPtr> VXManagedObjectContext::changedObjects() const
 
 void VXManagedObjectContext::rollback()
 {
+    _lostChange = {};
     for (const ObjectPtr &object : changedObjects()) {
         if (object->isInserted()) {
             noteForObservers(*object);

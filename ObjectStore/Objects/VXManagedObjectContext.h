@@ -143,6 +143,8 @@ private:
 
     // -- Changes
     void noteChange(VXManagedObject &object);
+    /** A change that cannot be made, as its object cannot be read. The next save fails with that, and no other. */
+    void noteLostChange(const VXManagedObject &object, const VXError &problem);
     void noteForObservers(VXManagedObject &object);
     /** Of an object without changes. It is not held: a walk turns any number of objects into faults. */
     void noteRefreshed(VXManagedObject &object);
@@ -203,6 +205,7 @@ private:
     QSet<VXManagedObject *> _refreshed;                           // for observers too, not held
     qint64 _madeObjectCount = 0;
     quint64 _stateCount = 0; // of changes of state, so that hooks are seen to make any
+    VXError _lostChange;     // why the first change since the last save was not made, as its object could not be read
     quint32 _saveNumber = 0;
     bool _hasHooks = false; // objects of classes of their own, one of which there was at least
     bool _isAsking = false; // hooks of objects to be saved, which may save themselves

@@ -42,6 +42,7 @@ private:
 
     // -- Preparing
     void callWillSave() const;
+    bool takeChanges(VXError *error);
     bool validate(VXError *error) const;
     bool build(VXError *error);
     Part *partFor(const ObjectID &objectID, VXError *error);
@@ -96,6 +97,7 @@ private:
     void callDidSave() const;
 
     VXManagedObjectContext &_context;
+    quint64 _taken = ~quint64(0); // the context's count of states then
     QList<ObjectPtr> _inserted;
     QList<ObjectPtr> _updated;
     QList<ObjectPtr> _deleted;

@@ -54,6 +54,8 @@ std::optional<VXPredicate> VXPredicateParser::parse(VXError *error)
         const VXPredicate predicate = disjunction();
         if (_token.kind != Kind::End)
             fail(u"the predicate should end here"_s);
+        if (_nextArgument < _arguments.size())
+            fail(u"there are more arguments than places for them"_s);
         return predicate;
     } catch (const Mistake &mistake) {
         VXSetError(error,

@@ -1,6 +1,9 @@
 #include "VXContextTest.h"
 #include "VXFailingStore.h"
 
+#include <array>
+#include <functional>
+
 using namespace Qt::StringLiterals;
 
 using Call = VXFailingStore::Call;
@@ -102,6 +105,34 @@ TEST_P(VXContextFailureTest, WhatCannotBeSavedStaysChanged)
         EXPECT_TRUE(fetch(other, request(u"Phone"_s)).isEmpty());
         here->rollback();
     }
+}
+
+TEST_P(VXContextFailureTest, AChangeOfWhatCannotBeReadFailsTheNextSave)
+{
+    const Object owner = here->existingObjectWithID(jane->objectID());
+    const std::array<std::function<void(const Object &)>, 4> changes{
+        [](const Object &object) { object->setValueForKey(u"changed"_s, u"name"_s); },
+        [&](const Object &object) { object->setValueForKey({}, u"caller"_s); },
+        [&](const Object &object) { object->setValueForKey(QVariant::fromValue(owner), u"caller"_s); },
+        [&](const Object &object) { here->deleteObject(object); },
+    };
+    for (size_t index = 0; index < changes.size(); ++index) {
+        SCOPED_TRACE(index);
+        for (const bool isRolledBack : {false, true}) {
+            const Object fault = here->objectWithID(call->objectID());
+            broken->failing = Call::Row;
+            changes[index](fault);
+            broken->failing = Call::None;
+            if (isRolledBack)
+                here->rollback();
+            error = {};
+            EXPECT_EQ(here->save(&error), isRolledBack);
+            EXPECT_EQ(error.localizedRecoverySuggestion().contains(u"broken"_s), !isRolledBack);
+            EXPECT_TRUE(here->save(&error)) << "told once";
+        }
+    }
+    other.reset();
+    EXPECT_EQ(names(fetch(other, request(u"Call"_s, u"caller.name == 'Jane'"_s))), u"c"_s);
 }
 
 // The store that was saved keeps it; saving again saves the rest, and nothing twice.

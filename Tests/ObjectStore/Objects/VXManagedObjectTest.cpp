@@ -2,6 +2,9 @@
 #include "VXException.h"
 #include "VXManagedObjectClass.h"
 
+#include <array>
+#include <functional>
+
 using namespace Qt::StringLiterals;
 
 using VXManagedObjectTest = VXContextTest;
@@ -93,6 +96,87 @@ TEST_P(VXManagedObjectTest, AHookMaySave)
     EXPECT_EQ(hookCalls, (QStringList{u"a"_s, u"b"_s, u"c"_s})) << "each once, by the innermost save";
     for (const Object &each : people)
         EXPECT_FALSE(each->hasChanges() || each->objectID().isTemporary());
+}
+
+TEST_P(VXManagedObjectTest, WhatValidatorsAndObserversChangeIsSavedToo)
+{
+    static std::function<void()> duringSave;
+    class Validating : public VXManagedObject
+    {
+        bool validateForUpdate(VXError *) const override
+        {
+            if (duringSave)
+                std::exchange(duringSave, {})();
+            return valueForKey(u"name"_s) != u"refusing"_s; // without an error
+        }
+    };
+    VXManagedObjectClass::registerClass<Validating>(u"TestPerson"_s);
+    const auto changeMore = [this](const Object &changed, const Object &deleted) {
+        changed->setValueForKey(u"changed"_s, u"name"_s);
+        context.deleteObject(deleted);
+        person(u"new"_s);
+    };
+    for (const bool isObserver : {false, true}) {
+        const Object first = person(u"first"_s), second = person(u"second"_s), third = person(u"third"_s);
+        save();
+        QObject observer;
+        duringSave = [&] { changeMore(second, third); };
+        if (isObserver)
+            VXNotificationCenter::defaultCenter().addObserver(
+                &observer, VXManagedObjectContextWillSaveNotification,
+                [change = std::exchange(duringSave, {})](const VXNotification &) mutable {
+                    if (change)
+                        std::exchange(change, {})();
+                },
+                QVariant::fromValue(&context));
+        first->setValueForKey(1, u"age"_s);
+        save();
+        EXPECT_FALSE(context.hasChanges());
+        other.reset();
+        EXPECT_EQ(names(fetch(other, request(u"Person"_s, u"TRUEPREDICATE"_s, {}, {u"name"_s}))),
+                  u"changed first new"_s);
+        second->setValueForKey(u"again"_s, u"name"_s);
+        save();
+        EXPECT_EQ(names(fetch(other, request(u"Person"_s, u"name == 'again'"_s))), u"again"_s);
+        for (const Object &each : fetch(request(u"Person"_s)))
+            context.deleteObject(each);
+        save();
+    }
+    const Object jane = person(u"Jane"_s);
+    save();
+    for (const auto &end :
+         std::array<std::function<void()>, 2>{[this] { context.rollback(); }, [this] { context.reset(); }}) {
+        const Object same = context.existingObjectWithID(jane->objectID());
+        same->setValueForKey(2, u"age"_s);
+        duringSave = end;
+        save();
+        EXPECT_EQ(context.existingObjectWithID(jane->objectID())->valueForKey(u"age"_s), 18);
+    }
+    const Object refused = context.existingObjectWithID(jane->objectID());
+    refused->setValueForKey(u"refusing"_s, u"name"_s);
+    EXPECT_FALSE(context.save(&error));
+    EXPECT_EQ(error.code(), int(VXObjectStoreErrorCode::Validation));
+    EXPECT_EQ(error.userInfo().value(VXValidationObjectKey).value<Object>(), refused);
+    VXManagedObjectClass::removeClass(u"TestPerson"_s);
+}
+
+TEST_P(VXManagedObjectTest, AHookIsNotAskedOfWhatAnotherOneDeleted)
+{
+    class Deleting : public VXManagedObject
+    {
+        void willSave() override
+        {
+            for (const Object &each : managedObjectContext()->insertedObjects()) {
+                if (each.get() != this)
+                    managedObjectContext()->deleteObject(each);
+            }
+        }
+    };
+    VXManagedObjectClass::registerClass<Deleting>(u"TestPerson"_s);
+    const Object first = person(u"a"_s), second = person(u"b"_s);
+    save();
+    VXManagedObjectClass::removeClass(u"TestPerson"_s);
+    EXPECT_EQ(names(fetch(other, request(u"Person"_s))), u"a"_s);
 }
 
 TEST_P(VXManagedObjectTest, BothEndsOfRelationshipsAreKeptInStep)

@@ -149,6 +149,9 @@ TEST(VXPredicateTest, MistakesAreToldWithTheirPlace)
         EXPECT_FALSE(read(text, {}, &error)) << text.toStdString();
         EXPECT_EQ(error.localizedRecoverySuggestion(), reason) << text.toStdString();
     }
+    VXError error;
+    EXPECT_FALSE(read(u"a IN %@"_s, {u"x"_s, u"y"_s}, &error)) << "a list's elements are not the list";
+    EXPECT_EQ(error.localizedRecoverySuggestion(), u"At character 8: there are more arguments than places for them."_s);
 }
 
 TEST(VXPredicateTest, LikeWithManyStarsComesToAnEnd)
