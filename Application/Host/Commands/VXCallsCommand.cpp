@@ -86,7 +86,7 @@ VXPredicate predicateOfParty(VXHostContext &host, const QString &text)
         VXManagedObjectContext contacts(phonebook);
         for (const VXManagedObjectPtr &person : VXContactsNear(contacts, text, mostNumbers + 1)) {
             for (const VXContactRecord::Address &number : VXContactRecord(QVariant::fromValue(person)).numbers)
-                searches.append(VXPhoneNumberSearchString(number.value));
+                searches.append(VXPhoneNumberLookUpString(number.value));
         }
     }
     searches.removeAll(QString());
