@@ -52,7 +52,7 @@ QStringList givenNamesIn(const QString &name)
 
 } // namespace
 
-QStringList VXContactNames::namesOf(const VXContactRecord &contact)
+QStringList VXNamesOfContact(const VXContactRecord &contact)
 {
     QStringList names = withoutNone({contact.namePrefix, contact.firstName, contact.middleName, contact.lastName,
                                      contact.nameSuffix, contact.nickname});
@@ -61,13 +61,4 @@ QStringList VXContactNames::namesOf(const VXContactRecord &contact)
     if (contact.firstName.isEmpty() != contact.lastName.isEmpty()) // the whole name in one field
         names += givenNamesIn(contact.firstName + contact.lastName);
     return names + soundsOf(contact);
-}
-
-QStringList VXContactNames::placesOf(const VXContactRecord &contact)
-{
-    QStringList texts;
-    for (const VXContactRecord::PostalAddress &each : contact.addresses)
-        texts.append(
-            withoutNone({each.street, each.zip, each.city, each.state, each.country, each.text}).join(", "_L1));
-    return withoutNone(texts);
 }

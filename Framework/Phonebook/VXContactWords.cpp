@@ -133,7 +133,7 @@ QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
 {
     QSet<QByteArray> keys;
     const VXContactRecord contact = recordOf(person);
-    for (const QString &name : VXContactNames::namesOf(contact))
+    for (const QString &name : VXNamesOfContact(contact))
         insertKeys(keys, name, Kind::Name);
     insertKeys(keys, text(person, u"company"_s), Kind::Company);
     const auto insertOf = [&](const QString &relationship, const QString &key, Kind kind) {
@@ -145,9 +145,7 @@ QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
     insertOf(u"numbers"_s, u"number"_s, Kind::Number);
     insertKeys(keys, text(person, u"jobTitle"_s), Kind::Other);
     insertOf(u"groups"_s, u"name"_s, Kind::Other);
-    for (const QString &key : {u"street"_s, u"zip"_s, u"city"_s, u"state"_s, u"country"_s, u"text"_s})
-        insertOf(u"addresses"_s, key, Kind::Other);
-    insertOf(u"urls"_s, u"url"_s, Kind::Other);
+    insertOf(u"addresses"_s, u"city"_s, Kind::Other);
     for (const QString &uid : contact.formerUIDs())
         keys.insert(keyOfFormerUID(uid));
     return keys;

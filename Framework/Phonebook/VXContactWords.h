@@ -26,8 +26,8 @@ public:
     /** Grows when contacts get words that those of an earlier program lack: then all are made anew. */
     static constexpr int generation = 2; // 1 was not told
 
-    /** The keys of a "VXPerson", of all that a search finds it by but its note: UTF-8 of the word, a zero, the kind; and those of its
-     *  former UIDs. */
+    /** The keys of a "VXPerson", of its names as a search has them, company, job title, groups and towns, e-mail addresses and numbers:
+     *  UTF-8 of the word, a zero, the kind; and those of its former UIDs. */
     static QSet<QByteArray> keysOf(const VXManagedObject &person);
     /** Under which a person that was merged with that one is found: no word begins so. */
     static QByteArray keyOfFormerUID(const QString &uid) { return '\xff' + uid.toUtf8(); }

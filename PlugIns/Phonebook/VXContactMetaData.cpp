@@ -12,6 +12,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 using Address = VXContactRecord::Address;
+using PostalAddress = VXContactRecord::PostalAddress;
 
 QStringList withoutNone(QStringList texts)
 {
@@ -27,6 +28,15 @@ QStringList textsOf(const QList<Address> &addresses)
     return texts;
 }
 
+QStringList textsOf(const QList<PostalAddress> &addresses)
+{
+    QStringList texts;
+    for (const PostalAddress &each : addresses)
+        texts.append(
+            withoutNone({each.street, each.zip, each.city, each.state, each.country, each.text}).join(", "_L1));
+    return withoutNone(texts);
+}
+
 } // namespace
 
 QVariantMap VXContactMetaData(const VXContactRecord &contact, const QString &title)
@@ -37,13 +47,13 @@ QVariantMap VXContactMetaData(const VXContactRecord &contact, const QString &tit
         {u"kMDItemKind"_s, u"contact"_s},
         {u"kMDItemTitle"_s, title},
         {u"kMDItemDescription"_s, withoutNone(QStringList{contact.company} + numbers + emails).join(", "_L1)},
-        {u"kMDItemContactKeywords"_s, VXContactNames::namesOf(contact)},
+        {u"kMDItemContactKeywords"_s, VXNamesOfContact(contact)},
         {u"kMDItemOrganizations"_s, contact.company},
         {u"kMDItemJobTitle"_s, contact.jobTitle},
         {u"kMDItemPhoneNumbers"_s, numbers},
         {u"kMDItemEmailAddresses"_s, emails},
         {u"kMDItemURLs"_s, textsOf(contact.urls)},
-        {u"kMDItemPostalAddresses"_s, VXContactNames::placesOf(contact)},
+        {u"kMDItemPostalAddresses"_s, textsOf(contact.addresses)},
         {u"kMDItemKeywords"_s, contact.groups},
         {u"kMDItemTextContent"_s, contact.note},
     };

@@ -17,7 +17,7 @@ bool updateAll(const VXPersistentStoreCoordinator::Ptr &coordinator, VXError *er
 {
     VXFetchRequest request(*coordinator->model().entityForName(VXPerson::entityName));
     request.limit = pageSize;
-    request.prefetchedRelationships = {u"words"_s, u"numbers"_s, u"emails"_s, u"groups"_s, u"addresses"_s, u"urls"_s};
+    request.prefetchedRelationships = {u"words"_s, u"numbers"_s, u"emails"_s, u"groups"_s, u"addresses"_s};
     for (bool isAtEnd = false; !isAtEnd;) {
         VXManagedObjectContext context(coordinator);
         const std::optional<VXFetchResult> page = context.executeFetchRequest(request, error);

@@ -104,6 +104,14 @@ TEST_F(HostSearchTest, FindsContactsByAllThatIsWrittenOfThem)
         {"지성", u"박지성"_s},       {"박지", u"박지성"_s},         {"山田太郎", u"太郎 山田"_s}};
     for (const auto &[words, title] : cases)
         EXPECT_EQ(json(words)[0][u"title"_s].toString(), title) << words.join(u' ').toStdString();
+    // As an earlier program left them.
+    QProcess::execute(u"sqlite3"_s,
+                      {path(u".local/share/Vornix 2/Data/phonebook.vxdatastore/phonebook.sqlite"_s),
+                       u"DELETE FROM VX_VXSearchWord; DELETE FROM Z_METADATA WHERE Z_KEY LIKE 'VX%Words%'"_s});
+    runHost("phonebook edit 박지성 --number 5550177");
+    runHost("phonebook edit '철수 김' --number 5550178");
+    EXPECT_EQ(runHost("phonebook complete 지성").output, "박지성 <5550177>\n");
+    EXPECT_EQ(runHost("phonebook complete springf").output, "철수 김 <5550178>\n");
     runHost("phonebook edit 'Zoë Müller' --address 'Oak Lane 7'"); // which changes nothing of the contact's own
     EXPECT_EQ(kinds("oak --kind contact"), QStringList{u"contact"_s});
     EXPECT_EQ(runHost("search check").status, 0);
