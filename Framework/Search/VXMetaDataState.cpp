@@ -1,8 +1,10 @@
 #include "VXMetaDataState.h"
 
 #include "VXFileDescriptor.h"
+#include "VXFileLock.h"
 #include "VXFileManager.h"
 #include "VXMakeWay.h"
+#include "VXMetaDataFolder.h"
 #include "VXMetaDataOrigin.h"
 #include "VXMethodLog.h"
 #include "VXMutex.h"
@@ -15,6 +17,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -22,6 +25,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -29,6 +33,7 @@ const QByteArray selfKind = "self ";
 const QByteArray indexKind = "index ";
 const QByteArray dataKind = "data ";
 const QByteArray unknown = "- - ";
+constexpr std::chrono::milliseconds longestTurn = 1s;
 
 /** The syncs whose stores this process has looked at. */
 struct LookedAt
@@ -70,12 +75,17 @@ QByteArray pathIn(const QByteArray &line)
     return QByteArray::fromPercentEncoding(line.split(' ').value(3));
 }
 
+// As it is now; of what is not known, and of other kinds, as it was.
+QByteArray presentLine(const QByteArray &line)
+{
+    const QByteArray present = line.startsWith(dataKind) ? dataLine(pathIn(line)) : QByteArray();
+    return present.isNull() ? line : present;
+}
+
 // Of one that had a log whenever it was noted, nobody knows.
 bool isDataAsLeft(const QByteArray &line)
 {
-    const bool isKnown = line.startsWith(dataKind) && !line.startsWith(dataKind + unknown);
-    const QByteArray present = isKnown ? dataLine(pathIn(line)) : QByteArray();
-    return present.isNull() || present == line;
+    return line.startsWith(dataKind + unknown) || presentLine(line) == line;
 }
 
 } // namespace
@@ -170,13 +180,15 @@ void VXMetaDataState::noteClosedStores()
     }
     for (const QString &identifier : std::as_const(identifiers)) {
         const VXMetaDataState state(identifier);
+        if (std::ranges::all_of(state.lines(), [](const QByteArray &line) { return presentLine(line) == line; }))
+            continue;
+        const VXFileLock turn(VXMetaDataFolder(identifier).lockPath(), longestTurn); // others note the index meanwhile
         QByteArrayList data;
         for (const QByteArray &line : state.lines()) {
-            const QByteArray present = line.startsWith(dataKind) ? dataLine(pathIn(line)) : QByteArray();
             if (line.startsWith(dataKind))
-                data.append(present.isNull() ? line : present);
+                data.append(presentLine(line));
         }
-        if (!data.isEmpty())
+        if (turn.isHeld())
             state.replaceLines(dataKind, data);
     }
 }
