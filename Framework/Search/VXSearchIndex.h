@@ -92,11 +92,11 @@ public:
     /**
      * Objects that have a word beginning with each of the words given (letters are compared as VXSearchTerms::folded() has them),
      * or a phone number that ends with the digits, if there are four at least. Whole words and numbers first; then those that have
-     * some of it as words, and four digits or more as the end of a number. Among each of these contacts, what else has no
-     * date, then the latest. After all these, records of a number or e-mail address that a contact has, by the words of both: of up to 10,000 contacts, and in
-     * the first 64 ways to part the words between a contact and a record. None on failure, and for more than 32 words or 1,000
-     * characters. A record is found by the names that it was recorded with as well as by those that its contacts have now, and its
-     * title has the latter.
+     * some of it as words, and four digits or more as the end of a number. Among each of these contacts, what else has no date,
+     * then the latest. After all these, records of a number or e-mail address that a contact has, by the words of both: of up to
+     * 10,000 contacts, and in the first 64 ways to part the words between a contact and a record. None on failure, and for more than
+     * 32 words or 1,000 characters. A record is found by the names that it was recorded with as well as by those that its contacts
+     * have now, and its title has the latter.
      */
     std::optional<QList<VXFoundObject>> find(const QString &words, const Scope &scope, qsizetype limit, VXError *error);
     /** What is known of an object; none when it is not in the index, and on failure. */
