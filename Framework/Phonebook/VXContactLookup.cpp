@@ -59,7 +59,8 @@ VXContactCandidate candidateFor(const VXManagedObjectPtr &entry, const QString &
 QList<VXContactCandidate> VXContactLookup::forPhoneNumber(const QString &number, unsigned type, const QString &nameHint,
                                                           VXError *error) const
 {
-    return find(u"VXPhoneNumber"_s, VXPhoneNumberSearchString(number), VXPhoneNumberInternationalDigits(number), type,
+    const QString dialled = VXPhoneNumberWithoutTrunkZero(number);
+    return find(u"VXPhoneNumber"_s, VXPhoneNumberSearchString(dialled), VXPhoneNumberInternationalDigits(dialled), type,
                 nameHint, error);
 }
 

@@ -1,8 +1,10 @@
 #include "VXContactWords.h"
 
+#include "VXContactNames.h"
 #include "VXContactRecord.h"
 #include "VXPhoneNumber.h"
 #include "VXTextComparison.h"
+#include "VXTypedLetters.h"
 
 #include <algorithm>
 
@@ -10,7 +12,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr VXTextOptions overlooked = VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive;
 constexpr qsizetype longestWord = 64;   // UTF-16 units
 constexpr qsizetype mostKeys = 100;     // of one contact; more is no contact that anybody types
 constexpr qsizetype shortestNumber = 3; // digits, to be taken for a number while it is typed
@@ -18,7 +19,14 @@ constexpr char endOfWord = '\0';
 
 QString folded(const QString &text)
 {
-    return VXFoldedText(text, overlooked);
+    return VXTypedLetters::folded(text).toLower();
+}
+
+// The half of a letter is of no script.
+bool isUnspaced(QStringView text, qsizetype at)
+{
+    const bool isPair = text[at].isHighSurrogate() && at + 1 < text.size() && text[at + 1].isLowSurrogate();
+    return VXTypedLetters::isUnspaced(isPair ? QChar::surrogateToUcs4(text[at], text[at + 1]) : text[at].unicode());
 }
 
 bool isWordPart(QChar character)
@@ -36,13 +44,13 @@ QString digitsIn(QStringView text)
     return digits;
 }
 
-// "jane.doe@example.org", "doe@example.org", "example.org", "org"
+// "jane.doe@example.org", "doe@example.org", "example.org", "org"; "田中", "中"
 void appendWords(QStringList &words, QStringView token)
 {
     bool isInWord = false;
     for (qsizetype index = 0; index < token.size(); ++index) {
         const bool isPart = isWordPart(token[index]);
-        if (isPart && !isInWord)
+        if (isPart && (!isInWord || isUnspaced(token, index)))
             words.append(token.sliced(index).left(longestWord).toString());
         isInWord = isPart;
     }
@@ -52,7 +60,7 @@ void appendWords(QStringList &words, QStringView token)
 QStringList wordsOfNumber(const QString &number)
 {
     const QString digits = digitsIn(number);
-    QStringList words{digits, VXPhoneNumberSearchString(number)};
+    QStringList words{digits, VXPhoneNumberLookUpString(number)};
     const QString access = VXPhoneNumberInternationalAccessCode(digits);
     if (number.trimmed().startsWith(u'+'))
         words.append(VXPhoneNumberByStrippingCountryCode(digits));
@@ -84,6 +92,20 @@ QString text(const VXManagedObject &object, const QString &key)
     return object.attribute(object.entity().propertyForName(key)->index()).toString();
 }
 
+// Without its addresses, which lie in other objects.
+VXContactRecord recordOf(const VXManagedObject &person)
+{
+    VXContactRecord contact;
+    contact.namePrefix = text(person, u"namePrefix"_s);
+    contact.firstName = text(person, u"firstName"_s);
+    contact.middleName = text(person, u"middleName"_s);
+    contact.lastName = text(person, u"lastName"_s);
+    contact.nameSuffix = text(person, u"nameSuffix"_s);
+    contact.nickname = text(person, u"nickname"_s);
+    contact.properties = text(person, u"properties"_s).split(u'\n', Qt::SkipEmptyParts);
+    return contact;
+}
+
 } // namespace
 
 QString VXContactSortName(const QString &firstName, const QString &lastName, const QString &nickname,
@@ -93,7 +115,7 @@ QString VXContactSortName(const QString &firstName, const QString &lastName, con
     names.removeIf([](const QString &name) { return name.isEmpty(); });
     if (names.isEmpty())
         names = {nickname.isEmpty() ? company : nickname};
-    return folded(names.join(u' '));
+    return VXFoldedText(names.join(u' '), VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive);
 }
 
 QStringList VXContactWords::wordsOf(const QString &text, Kind kind)
@@ -104,14 +126,15 @@ QStringList VXContactWords::wordsOf(const QString &text, Kind kind)
     const QString plain = folded(text).simplified();
     for (const QStringView token : QStringView(plain).split(u' ', Qt::SkipEmptyParts))
         appendWords(words, token);
-    return words;
+    return words + VXTypedLetters::wordsWithoutJoints(plain);
 }
 
 QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
 {
     QSet<QByteArray> keys;
-    for (const QString &name : {u"firstName"_s, u"middleName"_s, u"lastName"_s, u"nickname"_s})
-        insertKeys(keys, text(person, name), Kind::Name);
+    const VXContactRecord contact = recordOf(person);
+    for (const QString &name : VXNamesOfContact(contact))
+        insertKeys(keys, name, Kind::Name);
     insertKeys(keys, text(person, u"company"_s), Kind::Company);
     const auto insertOf = [&](const QString &relationship, const QString &key, Kind kind) {
         const int index = person.entity().propertyForName(relationship)->index();
@@ -120,9 +143,10 @@ QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
     };
     insertOf(u"emails"_s, u"address"_s, Kind::Email);
     insertOf(u"numbers"_s, u"number"_s, Kind::Number);
-    VXContactRecord former;
-    former.properties = text(person, u"properties"_s).split(u'\n', Qt::SkipEmptyParts);
-    for (const QString &uid : former.formerUIDs())
+    insertKeys(keys, text(person, u"jobTitle"_s), Kind::Other);
+    insertOf(u"groups"_s, u"name"_s, Kind::Other);
+    insertOf(u"addresses"_s, u"city"_s, Kind::Other);
+    for (const QString &uid : contact.formerUIDs())
         keys.insert(keyOfFormerUID(uid));
     return keys;
 }
@@ -130,7 +154,7 @@ QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
 QStringList VXContactWords::typedWords(const QString &text)
 {
     const QString trimmed = text.trimmed();
-    if (const QString digits = digitsIn(trimmed);
+    if (const QString digits = digitsIn(VXPhoneNumberWithoutTrunkZero(trimmed));
         digits.size() >= shortestNumber && VXIsValidPhoneNumber(trimmed) &&
         std::ranges::none_of(trimmed, [](QChar character) { return character.isLetter(); }))
         return {digits};
@@ -155,5 +179,7 @@ QStringList VXContactWords::beginnings(const QString &word)
         if (const QString rest(first, word.cend() - first); !rest.isEmpty())
             all.append(rest);
     }
+    if (const QString joined = VXTypedLetters::withoutJoints(word); !joined.isNull())
+        all.append(joined);
     return all;
 }

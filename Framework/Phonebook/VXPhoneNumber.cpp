@@ -105,6 +105,11 @@ QString VXPhoneNumberSearchString(QStringView number)
     return digits;
 }
 
+QString VXPhoneNumberLookUpString(const QString &number)
+{
+    return VXPhoneNumberSearchString(VXPhoneNumberWithoutTrunkZero(number));
+}
+
 QString VXPhoneNumberByStrippingCountryCode(const QString &digits)
 {
     const QStringView rest = strippingCountryCode(digits);

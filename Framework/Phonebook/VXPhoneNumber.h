@@ -16,6 +16,10 @@
  */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberSearchString(QStringView number);
 
+/** The same of what is dialled of the number: without the "(0)" of VXPhoneNumberWithoutTrunkZero, by which nobody finds it. For
+ *  all that is typed, and all that is recorded as somebody else wrote it. */
+[[nodiscard]] VX_EXPORT QString VXPhoneNumberLookUpString(const QString &number);
+
 /** The digits without a leading country code; fewer than 5 characters come back unchanged. */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberByStrippingCountryCode(const QString &digits);
 

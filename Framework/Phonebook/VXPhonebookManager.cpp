@@ -112,15 +112,27 @@ VXManagedObjectContext *VXPhonebookManager::managedObjectContext()
 
 VXManagedObjectPtr VXPhonebookManager::entryForPhonebookString(const QString &phonebookString)
 {
-    const QString key = phonebookString.trimmed();
-    if (key.isEmpty())
+    const QString text = phonebookString.trimmed();
+    return answer(text, text, Kind::PhoneNumber);
+}
+
+// Kept behind a sign that no trimmed text begins with: the other look-up says of the same text that it is none.
+VXManagedObjectPtr VXPhonebookManager::entryForAddress(const QString &phonebookString)
+{
+    const QString text = phonebookString.trimmed();
+    return text.contains(u'@') ? answer(u'\n' + text, text, Kind::EmailAddress) : answer(text, text, Kind::PhoneNumber);
+}
+
+VXManagedObjectPtr VXPhonebookManager::answer(const QString &key, const QString &phonebookString, Kind kind)
+{
+    if (phonebookString.isEmpty())
         return {};
     if (const quint32 version = _globalContextVersion.load(std::memory_order_acquire); version != _contextVersion) {
         renew(version);
     } else if (const auto kept = _lookupCache.find(key); kept != _lookupCache.end() && now() < kept->second.end) {
         return kept->second.entry;
     }
-    const VXManagedObjectPtr entry = find(key);
+    const VXManagedObjectPtr entry = find(phonebookString, kind);
     keep(key, entry);
     return entry;
 }
@@ -134,19 +146,28 @@ void VXPhonebookManager::renew(quint32 version)
         _managedObjectContext->reset();
 }
 
-VXManagedObjectPtr VXPhonebookManager::find(const QString &phonebookString)
+VXManagedObjectPtr VXPhonebookManager::find(const QString &phonebookString, Kind kind)
 {
     QString name;
     QString value;
     unsigned type = 0;
-    if (!VXPhonebookStringSplit(phonebookString, &name, &value, &type) || !VXIsValidPhoneNumber(value))
+    if (!VXPhonebookStringSplit(phonebookString, &name, &value, &type))
         return {};
+    if (VXIsValidPhoneNumber(value))
+        kind = Kind::PhoneNumber; // whatever the name beside it
+    else if (kind == Kind::PhoneNumber)
+        return {};
+    const bool isNumber = kind == Kind::PhoneNumber;
     QList<VXManagedObjectPtr> candidates;
     for (const VXPhonebookInUse &each : VXPhonebookRegistry::shared().plugins()) {
         QVariant found;
-        VXCallPlugin(*each.plugin, "phonebookEntryForPhoneNumber:entryType:nameHint:", [&] {
-            found = each.plugin->phonebookEntryForPhoneNumber(value, type, name);
-        });
+        VXCallPlugin(*each.plugin,
+                     isNumber ? "phonebookEntryForPhoneNumber:entryType:nameHint:"
+                              : "phonebookEntryForEmailAddress:entryType:nameHint:",
+                     [&] {
+                         found = isNumber ? each.plugin->phonebookEntryForPhoneNumber(value, type, name)
+                                          : each.plugin->phonebookEntryForEmailAddress(value, type, name);
+                     });
         if (const auto entry = found.value<VXManagedObjectPtr>())
             candidates.append(entry);
     }

@@ -54,6 +54,8 @@ public:
      * belongs to the manager's context, which a look-up after a save resets: keep it no longer than the present task.
      */
     VXManagedObjectPtr entryForPhonebookString(const QString &phonebookString);
+    /** The same also for an e-mail address: for who shows whom a record is with. */
+    VXManagedObjectPtr entryForAddress(const QString &phonebookString);
     /** The bytes of a picture file; null for none, and for groups. */
     QByteArray imageForPhonebookString(const QString &phonebookString);
     /**
@@ -109,7 +111,10 @@ private:
     VXPhonebookManager();
 
     void renew(quint32 version);
-    VXManagedObjectPtr find(const QString &phonebookString);
+    enum class Kind { PhoneNumber, EmailAddress };
+    /** What is kept under that key; else what is found now. */
+    VXManagedObjectPtr answer(const QString &key, const QString &phonebookString, Kind kind);
+    VXManagedObjectPtr find(const QString &phonebookString, Kind kind);
     VXManagedObjectPtr bestOf(QList<VXManagedObjectPtr> candidates);
     void keep(const QString &key, const VXManagedObjectPtr &entry);
     static Clock::time_point now();

@@ -51,7 +51,7 @@ QString searchFormOfItem(const QString &item)
     QString name;
     QString value;
     const bool isAddress = VXPhonebookStringSplit(item, &name, &value);
-    const QString number = isAddress ? VXPhoneNumberSearchString(value) : QString();
+    const QString number = isAddress ? VXPhoneNumberLookUpString(value) : QString();
     QStringList parts{name, number.isEmpty() ? value.toLower() : number};
     parts.removeAll(QString());
     return parts.isEmpty() ? item : parts.join(u' ');
@@ -246,7 +246,7 @@ QVariant VXContactForPhonebookStrings(const QString &phonebookStrings)
 {
     VXPhonebookManager &manager = VXPhonebookManager::sharedPhonebookManager();
     for (const QString &item : VXUnpackPhonebookStrings(phonebookStrings, true)) {
-        const VXManagedObjectPtr entry = manager.entryForPhonebookString(item);
+        const VXManagedObjectPtr entry = manager.entryForAddress(item);
         if (!entry)
             continue;
         QVariant person = entry->valueForKey(u"person"_s);
@@ -277,7 +277,7 @@ QString VXDisplayStringForContacts(const QString &phonebookStrings)
     VXPhonebookManager &manager = VXPhonebookManager::sharedPhonebookManager();
     QStringList names = VXUnpackPhonebookStrings(phonebookStrings, true);
     for (QString &item : names) {
-        const VXManagedObjectPtr entry = manager.entryForPhonebookString(item);
+        const VXManagedObjectPtr entry = manager.entryForAddress(item);
         item = entry ? VXPhonebookEntry::displayString(*entry) : VXDisplayStringForPhonebookString(item);
     }
     return names.join(", "_L1);

@@ -14,7 +14,7 @@ namespace {
 
 QString searchFormOfAddress(const QString &address)
 {
-    const QString number = VXPhoneNumberSearchString(address);
+    const QString number = VXPhoneNumberLookUpString(address);
     return address.contains(u'@') || number.isEmpty() ? address.toLower() : number;
 }
 

@@ -28,7 +28,7 @@ QStringList VXPartiesMeantBy(const QString &text)
 VXPredicate VXWasRecordedWith(const QString &text)
 {
     const VXPredicate asTyped = *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {text});
-    const QString number = VXIsValidPhoneNumber(text) ? VXPhoneNumberSearchString(text) : QString();
+    const QString number = VXIsValidPhoneNumber(text) ? VXPhoneNumberLookUpString(text) : QString();
     if (number.isEmpty() || number == text)
         return asTyped;
     return VXPredicate::anyOf(

@@ -3,6 +3,7 @@
 #include "VXURLStrings.h"
 
 #include <QtCore/QRegularExpression>
+#include <QtCore/QUrlQuery>
 
 using namespace Qt::StringLiterals;
 
@@ -23,4 +24,15 @@ QUrl VXFoundObject::uriForURL(const QUrl &url)
     if (url.scheme() != "vxbook"_L1 || url.host() == "localhost"_L1 || !object.match(url.path()).hasMatch())
         return {};
     return QUrl(u"x-coredata://"_s + url.host() + url.path());
+}
+
+QUrl VXFoundObject::searchURL(const QString &words)
+{
+    return QUrl("vxbook://search?words="_L1 + QString::fromLatin1(QUrl::toPercentEncoding(words)));
+}
+
+QString VXFoundObject::wordsInURL(const QUrl &url)
+{
+    const bool isSearch = url.scheme() == "vxbook"_L1 && url.host() == "search"_L1 && url.path().isEmpty();
+    return isSearch ? QUrlQuery(url).queryItemValue(u"words"_s, QUrl::FullyDecoded) : QString();
 }

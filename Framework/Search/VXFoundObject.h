@@ -31,4 +31,9 @@ struct VX_EXPORT VXFoundObject
     QUrl url() const;
     /** The object's URI for such a URL; null for any other. */
     static QUrl uriForURL(const QUrl &url);
+
+    /** By which the application with windows shows what these words find: "vxbook://search?words=WORDS". */
+    static QUrl searchURL(const QString &words);
+    /** The words of such a URL; null for any other. */
+    static QString wordsInURL(const QUrl &url);
 };

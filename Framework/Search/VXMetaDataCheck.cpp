@@ -142,6 +142,7 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
     if (repairs && report->unrepaired == 0) {
         static_cast<void>(_mirror.folder().setOrigin(VXMarkOfStores(*_persistentStoreCoordinator)));
         static_cast<void>(_settings.note(settings)); // else a pass looks at all once more
+        _state.noteStores(*_persistentStoreCoordinator);
     }
     return report;
 }

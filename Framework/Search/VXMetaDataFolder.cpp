@@ -45,10 +45,11 @@ VXMetaDataFolder::VXMetaDataFolder(const QString &identifier)
 VXError VXMetaDataFolder::open()
 {
     QString reason;
-    if (!VXMakeWayForFolder(_path))
+    const bool isAbove = VXMakeMetadataFolder(&reason);
+    if (isAbove && !VXMakeWayForFolder(_path))
         return VXError::platformError(VXPlatformErrorCode::FileWrite, u"What lies there cannot be moved away."_s, {},
                                       _path);
-    if (!VXMakePrivateFolder(_path, &reason))
+    if (!isAbove || !VXMakePrivateFolder(_path, &reason))
         return VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, _path);
     for (const QString &beside : {lockPath(), originPath()})
         static_cast<void>(VXMakeWayForFile(beside)); // else who opens it tells

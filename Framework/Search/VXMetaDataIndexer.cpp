@@ -25,7 +25,7 @@ void VXMetaDataIndexer::open()
     _left.reset();
     _index = VXSearchIndex::open(&error);
     if (_index) {
-        _wasComplete = _index->isComplete(_identifier, &error) && !_debt.isIndexOwed();
+        _wasComplete = _index->isComplete(_identifier, &error) && !_debt.isIndexOwed() && _state.isIndexAsLeft(*_index);
         _wasEmpty = !_wasComplete && !error && _index->count(_identifier, &error) == 0;
     }
     if (error)
@@ -169,10 +169,12 @@ void VXMetaDataIndexer::close()
     if (_index && _isOfMany && !_index->endMany(&error))
         giveUp(error);
     if (_index && _isMarked && _wasComplete) {
-        if (_index->endChanges(_identifier, &error))
+        if (_index->endChanges(_identifier, &error)) {
             _debt.settleIndex();
-        else
+            _state.noteIndex(_index->stamp(_identifier, nullptr));
+        } else {
             giveUp(error);
+        }
     }
     if (_index && _wasComplete)
         _left = _index->fileMark();

@@ -2,6 +2,7 @@
 
 #include "VXMetaDataDebt.h"
 #include "VXMetaDataFolder.h"
+#include "VXMetaDataState.h"
 #include "VXSearchIndex.h"
 
 #include <QtCore/QList>
@@ -32,7 +33,7 @@ public:
     /** At the end of a look at all files of the folder, which has so many: puts all in where the index tells another story.
      *  Files that cannot be read are removed. False when there were some. */
     bool settle(qint64 fileCount);
-    /** Whether they were when it was opened, as the index says. */
+    /** Whether they were when it was opened, as the index says, if it is the one that was left. */
     bool wasComplete() const { return _wasComplete; }
     /** Whether all files are in the index, if so many are in the folder. */
     bool isInStep(qint64 fileCount);
@@ -58,6 +59,7 @@ private:
     const QString _identifier;
     const VXMetaDataFolder &_folder;
     const VXMetaDataDebt _debt{_identifier};
+    const VXMetaDataState _state{_identifier};
     std::unique_ptr<VXSearchIndex> _index; // while it is open and works; the carrier's while there is one
     QList<VXSearchIndex::Change> _changes; // not carried over yet
     std::thread _carrier;

@@ -2,6 +2,7 @@
 
 #include "VXFileLock.h"
 #include "VXFileManager.h"
+#include "VXMakeWay.h"
 
 #include <memory>
 
@@ -21,7 +22,9 @@ void VXMetaDataKeeper::begin()
 {
     // Shared, as there may be several. Who asks whether there is one holds it for a moment.
     static const auto lock = [] {
-        VXMakePrivateFolder(VXFileManager::defaultManager().pathToUserMetadataFolder());
+        QString reason;
+        static_cast<void>(VXMakeMetadataFolder(&reason) &&
+                          VXMakeWayForFile(lockPath())); // else others make passes, too
         return std::make_unique<VXFileLock>(lockPath(), 1s, VXFileLock::Mode::Shared);
     }();
 }

@@ -102,11 +102,24 @@ bool VXMetaDataMirror::synchronizeFile(const QString &name, const VXManagedObjec
             _ahead.erase(ahead);
         return true;
     }
+    if (fileTime && isOnlyOutdated(name, object, *fileTime)) {
+        ++_unchanged;
+        return true;
+    }
     ++(fileTime ? _updated : _added);
     const bool isWritten = writeFile(name, object, isFree);
     if (!isWritten)
         ++_errors;
     return isWritten;
+}
+
+// Its class says the same as before, perhaps as it is no class of this program.
+bool VXMetaDataMirror::isOnlyOutdated(const QString &name, const VXManagedObject &object, qint64 fileTime) const
+{
+    if (!_checksGenerations || !isCurrent(object, fileTime) || _owed.contains(object.objectID().number()))
+        return false;
+    const std::optional<QVariantMap> values = valuesOf(object);
+    return values && !_folder.compare(name, *values);
 }
 
 bool VXMetaDataMirror::isCurrent(qint64 number, const char *name, std::optional<qint64> date) const

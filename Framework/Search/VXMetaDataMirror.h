@@ -85,6 +85,8 @@ private:
     enum class Ahead { Added, Updated };
 
     bool isCurrent(const VXManagedObject &object, qint64 fileTime) const;
+    /** Whether its file is of an earlier generation of the program and says what one of this would. */
+    bool isOnlyOutdated(const QString &name, const VXManagedObject &object, qint64 fileTime) const;
     /** Also when that is not to be looked at. */
     bool isOfPresentGeneration(const QString &name) const;
     /** Whether a file of that time is not older than an object of that date, or as old as a file can be; for none, always. */

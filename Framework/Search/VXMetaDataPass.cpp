@@ -126,8 +126,10 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
     const bool isAllDone = work();
     const bool isAlone = !isTurnLost();
     const bool isDone = isAllDone && isAlone && _sync._settings.note(settings);
-    if (isDone) // else the next one has all of it to do
+    if (isDone) { // else the next one has all of it to do
         _sync._debt.markLater(_undescribed);
+        _sync._state.noteStores(*_sync._persistentStoreCoordinator);
+    }
     _sync._debt.endPass(isDone);
     if (!isAlone) { // files may tell what was read earlier than what another has written
         log(VXLogNotice, "%1: somebody removed the lock, and all files are made anew"_L1.arg(_sync._identifier));

@@ -7,6 +7,7 @@
 #include "VXMetaDataOrigin.h"
 #include "VXMetaDataSettings.h"
 #include "VXMetaDataSource.h"
+#include "VXMetaDataState.h"
 #include "VXMethodLog.h"
 #include "VXSearchIndex.h"
 
@@ -92,6 +93,7 @@ bool VXMetaDataRemoval::remove(const QString &identifier)
     if (isGone) {
         VXMetaDataDebt(identifier).forget();
         VXMetaDataSettings(identifier, {}).forget();
+        VXMetaDataState(identifier).forget();
     } else {
         VXLogClassMethod(VXLogWarning, VXMetaDataRemoval, "remove",
                          "what was mirrored cannot be removed: %1. %2"_L1.arg(identifier, error ? error.description()

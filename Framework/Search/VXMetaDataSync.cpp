@@ -127,11 +127,21 @@ bool VXMetaDataSync::isTakenByOther(const QString &identifier, const VXPersisten
 // So that the files are made anew although nothing is saved.
 void VXMetaDataSync::noteOtherStore(bool isToStay) const
 {
+    noteReplacement();
+    _state.noteStoresWhenClosed();
     const QByteArray origin = VXMetaDataFolder(_identifier).origin();
     const bool isSame = origin.isEmpty() || origin == VXMarkOfStores(*_persistentStoreCoordinator);
     // Others may settle the index before this one has come to its pass.
     if (!isSame || ((origin.isEmpty() || isToStay) && isNewAmongOthers()))
         _debt.markPass();
+}
+
+void VXMetaDataSync::noteReplacement() const
+{
+    if (!_state.isReplaced())
+        return;
+    _debt.markAll();
+    _debt.leaveToPass(); // whatever this process mirrors of its own
 }
 
 // Who searches looks at an index that says that it is whole.
@@ -205,6 +215,19 @@ void VXMetaDataSync::addStoreListener()
 bool VXMetaDataSync::isIgnored()
 {
     return VXUserDefaults::standardUserDefaults().boolForKey(u"metadata.ignore"_s);
+}
+
+bool VXMetaDataSync::isAllTakenIn(VXSearchIndex &index)
+{
+    return !VXMetaDataDebt::isAnyOfAll() && VXMetaDataSettings::areAllPresent() && VXAreMarkedStoresInPlace() &&
+           index.isAllComplete(nullptr) && VXMetaDataState::areAllAsLeft(index);
+}
+
+void VXMetaDataSync::lookNow()
+{
+    const VXMutexLocker locker(_lock);
+    _isAwaited = true;
+    _changed.notifyAll();
 }
 
 VXMetaDataCounts VXMetaDataSync::counts() const
@@ -410,6 +433,8 @@ void VXMetaDataSync::runDuePass()
 // What other processes owe, set and remove.
 void VXMetaDataSync::noteChangesElsewhere()
 {
+    if (_isMade) // else it is about to be
+        noteReplacement();
     if (_debt.isAny() || !_settings.areNoted(_settings.present()) || !_settings.isGenerationNoted() || isMirrorGone())
         setNeedsUpdate(true);
     // Seen the next time; whoever observes the user defaults is on the main thread.
@@ -418,7 +443,11 @@ void VXMetaDataSync::noteChangesElsewhere()
 
 bool VXMetaDataSync::isMirrorGone() const
 {
-    return _isMade && !(VXExistsAtPath(_mirror.folder().path()) && _mirror.isIndexStillThere());
+    if (!_isMade)
+        return false;
+    const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting();
+    return !VXExistsAtPath(_mirror.folder().path()) || !_mirror.isIndexStillThere() ||
+           (index && !_state.isIndexAsLeft(*index));
 }
 
 void VXMetaDataSync::settleIndex() const
@@ -462,10 +491,11 @@ void VXMetaDataSync::sleepUntil(Clock::time_point time)
         {
             const VXMutexLocker locker(_lock);
             const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now());
-            if (left.count() <= 0)
+            if (left.count() <= 0 || std::exchange(_isAwaited, false))
                 return;
-            static_cast<void>(_changed.waitFor(
-                _lock, left, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_active || !_saved.isEmpty(); }));
+            static_cast<void>(_changed.waitFor(_lock, left, [this]() VX_NO_THREAD_SAFETY_ANALYSIS {
+                return !_active || !_saved.isEmpty() || _isAwaited;
+            }));
         }
         if (isRunning())
             mirrorSavedObjects();

@@ -6,6 +6,7 @@
 #include "VXMetaDataDebt.h"
 #include "VXMetaDataMirror.h"
 #include "VXMetaDataSettings.h"
+#include "VXMetaDataState.h"
 #include "VXMutex.h"
 #include "VXNotificationCenter.h"
 
@@ -69,6 +70,9 @@ public:
      *  with that, which is logged, while it runs. */
     static QList<Ptr> launchedSyncs();
 
+    /** Whether the index has all that is in the stores, as far as can be seen without them: nothing is owed, and nothing was replaced. */
+    static bool isAllTakenIn(VXSearchIndex &index);
+
     /** Whether passes run on a thread of their own: true. */
     static bool isThreaded() { return true; }
     /** Seconds between looks whether a pass is due: the user default "metadata.sync.frequency", at least 10. One is made in a
@@ -83,6 +87,8 @@ public:
     /** Whether a pass is due. */
     bool needsUpdate() const { return _needsUpdate; }
     void setNeedsUpdate(bool needsUpdate) { _needsUpdate = needsUpdate; }
+    /** Its thread looks at once whether a pass is due, instead of after syncFrequency(): somebody waits. A pass that runs goes on. */
+    void lookNow();
     /** Of the present or last pass. */
     VXMetaDataCounts counts() const;
     /** Whether somebody has removed what the last pass made. Not while a pass runs. */
@@ -146,6 +152,8 @@ private:
                                const QString &entityName);
     void noteOtherStore(bool isToStay) const;
     bool isNewAmongOthers() const;
+    /** Of what was replaced by a copy all files are owed. */
+    void noteReplacement() const;
     void noteChangesElsewhere();
     /** What is searched is whole once all that run have made a pass. */
     void settleIndex() const;
@@ -174,6 +182,7 @@ private:
     const VXMetaDataSettings _settings;
     const QStringList _relationships; // read along with many objects
     VXMetaDataDebt _debt{_identifier};
+    const VXMetaDataState _state{_identifier};
     VXMetaDataMirror _mirror;      // the worker's
     bool _mirrorsOwnSaves = false; // at the end
     qsizetype _mostSaved = 10000;  // more are left to the pass
@@ -185,9 +194,10 @@ private:
 
     VXMutex _lock;
     VXCondition _changed;
-    bool _isWriting VX_GUARDED_BY(_lock) = false;                                    // while one file is synchronised
-    bool _isWorkerThere VX_GUARDED_BY(_lock) = false;                                // on a thread of its own
-    SavedObjects _saved VX_GUARDED_BY(_lock);                                        // and not mirrored yet
+    bool _isWriting VX_GUARDED_BY(_lock) = false;     // while one file is synchronised
+    bool _isWorkerThere VX_GUARDED_BY(_lock) = false; // on a thread of its own
+    bool _isAwaited VX_GUARDED_BY(_lock) = false;     // by somebody, who wants it to look
+    SavedObjects _saved VX_GUARDED_BY(_lock);         // and not mirrored yet
     QHash<const VXManagedObjectContext *, ObjectIDs> _toldAnew VX_GUARDED_BY(_lock); // of contexts that save
     QList<VXNotificationCenter::ObserverID> _observers VX_GUARDED_BY(_lock);
 };

@@ -16,15 +16,16 @@ namespace {
 
 constexpr qint64 mostCandidates = 100;
 
-// How well a contact with these words stands for a number, as look-ups go by it: its country first, then what is known of it.
-double scoreOf(const QString &text, qint64 known, const QString &number, const QString &digits)
+// How well a contact with these words stands for an address, as look-ups go by it: of a number its country first, then what is known of it.
+double scoreOf(const QString &text, qint64 known, const QString &address, const QString &key)
 {
     constexpr double sameCountry = 1e6;
-    const QString abroad = VXPhoneNumberInternationalDigits(number);
+    const QString abroad =
+        address.contains(u'@') ? QString() : VXPhoneNumberInternationalDigits(VXPhoneNumberWithoutTrunkZero(address));
     const QStringList lines = text.split(u'\n');
     double score = double(known);
     for (const QString &line : lines) {
-        if (abroad.isNull() || !VXIsValidPhoneNumber(line) || VXSearchEntries::reversedSearchString(line) != digits)
+        if (abroad.isNull() || !VXIsValidPhoneNumber(line) || VXSearchEntries::keyOf(line) != key)
             continue;
         if (const QString own = VXPhoneNumberInternationalDigits(line); !own.isNull())
             score += own == abroad ? sameCountry : -sameCountry;
@@ -35,24 +36,24 @@ double scoreOf(const QString &text, qint64 known, const QString &number, const Q
 } // namespace
 
 // As the contact is called that stands for it best.
-QString VXPartyNames::contactOf(const QString &number, const QString &recordedName)
+QString VXPartyNames::contactOf(const QString &address, const QString &recordedName)
 {
-    const QString digits = VXSearchEntries::reversedSearchString(number);
+    const QString key = VXSearchEntries::keyOf(address);
     VXSQLiteStatement statement = _connection.statement(
-        u"SELECT title, text, known FROM number CROSS JOIN entry ON entry.id = number.entry WHERE reversed = ?1 "
-        "AND number.entry >= ?2 AND kind = 'contact' AND title <> '' ORDER BY entry LIMIT ?3"_s,
+        u"SELECT title, text, known FROM address CROSS JOIN entry ON entry.id = address.entry WHERE key = ?1 "
+        "AND address.entry >= ?2 AND title <> '' ORDER BY entry LIMIT ?3"_s,
         nullptr);
-    if (!statement || digits.isEmpty())
+    if (!statement || key.isEmpty())
         return {};
-    statement.bindText(1, digits);
-    statement.bindNumber(2, VXSearchEntries::undated);
+    statement.bindText(1, key);
+    statement.bindNumber(2, VXSearchEntries::firstContact);
     statement.bindNumber(3, mostCandidates);
     constexpr double sameName = 1e9; // before all else
     const QString wanted = VXSearchTerms::folded(recordedName);
     QString name;
     for (auto best = -std::numeric_limits<double>::infinity(); statement.step() == VXSQLiteStatement::Step::Row;) {
         const bool isSo = !wanted.isEmpty() && VXSearchTerms::folded(statement.text(0)) == wanted;
-        const double score = scoreOf(statement.text(1), statement.number(2), number, digits) + (isSo ? sameName : 0.0);
+        const double score = scoreOf(statement.text(1), statement.number(2), address, key) + (isSo ? sameName : 0.0);
         if (score > best)
             name = statement.text(0);
         best = std::max(best, score);
@@ -63,7 +64,7 @@ QString VXPartyNames::contactOf(const QString &number, const QString &recordedNa
 QString VXPartyNames::nameOf(const VXFoundParty &party)
 {
     const bool isNumber = VXIsValidPhoneNumber(party.address);
-    if (isNumber) {
+    if (isNumber || party.address.contains(u'@')) {
         const std::pair key(party.address, party.name);
         auto known = _contacts.constFind(key);
         if (known == _contacts.cend())

@@ -15,15 +15,15 @@ class VXPartyNames
 public:
     explicit VXPartyNames(VXSQLiteConnection &connection) : _connection(connection) {}
 
-    /** Makes its title of its parties, if it has some: what the contact is called now who has the number, else the recorded name,
-     *  else the number as people write it. */
+    /** Makes its title of its parties, if it has some: what the contact is called now who has the address, else the recorded name,
+     *  else the address, a number as people write it. */
     void nameParties(VXFoundObject *object);
 
 private:
     QString nameOf(const VXFoundParty &party);
-    /** Null for a number that no contact has; of several one is preferred that is called as was recorded. */
-    QString contactOf(const QString &number, const QString &recordedName);
+    /** Null for an address that no contact has; of several one is preferred that is called as was recorded. */
+    QString contactOf(const QString &address, const QString &recordedName);
 
     VXSQLiteConnection &_connection;
-    QHash<std::pair<QString, QString>, QString> _contacts; // by number and recorded name
+    QHash<std::pair<QString, QString>, QString> _contacts; // by address and recorded name
 };

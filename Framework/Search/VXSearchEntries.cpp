@@ -24,6 +24,7 @@ constexpr qint64 latestDate = qint64(1) << 45; // in milliseconds, a thousand ye
 
 const QString identifierKey = u"kMDItemIdentifier"_s;
 const QString numbersKey = u"kMDItemPhoneNumbers"_s;
+const QString emailsKey = u"kMDItemEmailAddresses"_s;
 const QString descriptionKey = u"kMDItemDescription"_s;
 const QString dateKey = u"kMDItemContentCreationDate"_s;
 const QString partyNamesKey = u"VXPartyNames"_s;
@@ -47,19 +48,20 @@ QString wordsOf(const QVariantMap &values)
     return VXSearchTerms::indexed(text.contains(shown) ? text : text + u'\n' + shown);
 }
 
-QStringList numbersOf(const QVariantMap &values)
+QStringList addressesOf(const QVariantMap &values)
 {
-    QStringList numbers = values.value(numbersKey).toStringList();
-    std::ranges::transform(numbers, numbers.begin(), VXSearchEntries::reversedSearchString);
-    numbers.removeAll(QString());
-    numbers.removeDuplicates();
-    return numbers;
+    QStringList keys = values.value(numbersKey).toStringList() + values.value(emailsKey).toStringList();
+    std::ranges::transform(keys, keys.begin(), VXSearchEntries::keyOf);
+    keys.removeAll(QString());
+    keys.removeDuplicates();
+    return keys;
 }
 
-// Of digits alone. Null for none.
-QByteArray jsonOf(const QStringList &numbers)
+// Null for none.
+QByteArray jsonOf(const QStringList &keys)
 {
-    return numbers.isEmpty() ? QByteArray() : "[\"" + numbers.join("\",\""_L1).toUtf8() + "\"]";
+    return keys.isEmpty() ? QByteArray()
+                          : QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact);
 }
 
 // [[NAME, ADDRESS], ...]. Null for none.
@@ -93,23 +95,34 @@ QString kindOf(const VXSearchIndex::Change &change)
     return kind.isEmpty() ? change.name.section(u'.', -1) : kind;
 }
 
-// Where an entry stands among others, from its ID on: the later ones come first, and what has no date before all.
-qint64 placeOf(const QVariantMap &values)
+// Where an entry stands among others, from its ID on: the later ones come first, what has no date before these, and contacts
+// before all.
+qint64 placeOf(const VXSearchIndex::Change &change)
 {
-    const QDateTime when = values.value(dateKey).toDateTime();
+    if (kindOf(change) == "contact"_L1)
+        return VXSearchEntries::firstContact;
+    const QDateTime when = change.values->value(dateKey).toDateTime();
     return when.isValid() ? std::clamp<qint64>(when.toMSecsSinceEpoch(), 0, latestDate) * entriesOfAMoment
                           : VXSearchEntries::undated;
+}
+
+// The last ID of those that begin there.
+qint64 endOf(qint64 place)
+{
+    return place == VXSearchEntries::firstContact ? std::numeric_limits<qint64>::max()
+           : place == VXSearchEntries::undated    ? VXSearchEntries::firstContact - 1
+                                                  : place + entriesOfAMoment - 1;
 }
 
 /** What stands in the table of entries. What is bound lives as long as the row. */
 struct Row
 {
     Row(qint64 itsFolder, const VXSearchIndex::Change &change)
-        : folder(itsFolder), numbers(numbersOf(*change.values)), name(change.name.toUtf8()),
+        : folder(itsFolder), addresses(addressesOf(*change.values)), name(change.name.toUtf8()),
           object(utf8Of(change.values->value(identifierKey).toString())), kind(utf8Of(kindOf(change))),
           title(utf8Of(change.values->value(u"kMDItemTitle"_s).toString())),
           detail(utf8Of(change.values->value(descriptionKey).toString())), date(change.values->value(dateKey)),
-          text(utf8Of(wordsOf(*change.values))), json(jsonOf(numbers)), parties(partiesOf(*change.values)),
+          text(utf8Of(wordsOf(*change.values))), json(jsonOf(addresses)), parties(partiesOf(*change.values)),
           hidden(change.values->value(u"VXHidden"_s).toLongLong()),
           known(change.values->value(u"VXInformativeValue"_s).toLongLong())
     {
@@ -132,11 +145,11 @@ struct Row
     }
 
     const qint64 folder;
-    const QStringList numbers;
+    const QStringList addresses; // their keys
     const QByteArray name, object, kind, title, detail;
     const QVariant date;
     const QByteArray text;
-    const QByteArray json; // of the numbers
+    const QByteArray json; // of the addresses
     const QByteArray parties;
     const qint64 hidden; // as VXMetaDataHiding, 0 for none
     const qint64 known;  // of a contact, as VXPhonebookEntry::informativeValue
@@ -151,9 +164,10 @@ QString VXSearchEntries::reversed(const QString &digits)
     return result;
 }
 
-QString VXSearchEntries::reversedSearchString(const QString &number)
+QString VXSearchEntries::keyOf(const QString &address)
 {
-    return reversed(VXPhoneNumberSearchString(VXSearchTerms::withPlainDigits(number)));
+    return address.contains(u'@') ? u'@' + address.toLower()
+                                  : reversed(VXPhoneNumberLookUpString(VXSearchTerms::withPlainDigits(address)));
 }
 
 bool VXSearchEntries::run(VXSQLiteStatement &statement, VXError *error)
@@ -174,11 +188,12 @@ std::optional<bool> VXSearchEntries::has(qint64 folder, const VXSearchIndex::Cha
 {
     VXSQLiteStatement statement = _connection.statement(
         u"SELECT 1 FROM entry WHERE folder = ?1 AND name = ?2 AND object IS ?3 AND kind IS ?4 AND title IS ?5 AND "
-        "detail IS ?6 AND date IS ?7 AND text IS ?8 AND numbers IS ?9 AND parties IS ?10 AND hidden = ?11 AND known = "
+        "detail IS ?6 AND date IS ?7 AND text IS ?8 AND addresses IS ?9 AND parties IS ?10 AND hidden = ?11 AND known "
+        "= "
         "?12 AND "
         "NOT EXISTS "
         "(SELECT 1 FROM json_each(?9) WHERE NOT EXISTS "
-        "(SELECT 1 FROM number WHERE reversed = value AND number.entry = entry.id))"_s,
+        "(SELECT 1 FROM address WHERE key = value AND address.entry = entry.id))"_s,
         error);
     if (!statement)
         return std::nullopt;
@@ -202,7 +217,7 @@ VXSearchEntries::Dues VXSearchEntries::inOrder(const QList<VXSearchIndex::Change
     for (qsizetype index = 0; index < changes.size(); ++index) {
         const VXSearchIndex::Change &change = changes[index];
         if (last.value(change.name) == index)
-            dues.push_back({change.values ? placeOf(*change.values) : undated, &change});
+            dues.push_back({change.values ? placeOf(change) : undated, &change});
     }
     std::ranges::stable_sort(dues, {}, &Due::place);
     return dues;
@@ -214,7 +229,7 @@ bool VXSearchEntries::insertNew(qint64 folder, Dues *dues, VXError *error)
     bool isDone = true;
     std::erase_if(*dues, [&](const Due &due) {
         bool isIn = false;
-        if (isDone && due.place != undated)
+        if (isDone && due.place < undated)
             isDone = insert(folder, *due.change, due.place, &isIn, error);
         return isIn;
     });
@@ -253,14 +268,14 @@ bool VXSearchEntries::takeOutAll(const QString &folder, VXError *error)
         [&](VXSQLiteStatement &statement) { statement.bindText(1, folder); }, error);
 }
 
-// Entries, with their words and numbers.
+// Entries, with their words and addresses.
 bool VXSearchEntries::takeOut(const QString &condition, const std::function<void(VXSQLiteStatement &)> &bind,
                               VXError *error)
 {
     const QString statements[] = {
         u"INSERT INTO words (words, rowid, kind, text) SELECT 'delete', id, kind, text FROM entry WHERE "_s +
             condition + u" ORDER BY id"_s,
-        u"DELETE FROM number WHERE (reversed, entry) IN (SELECT value, entry.id FROM entry, json_each(numbers) WHERE entry."_s +
+        u"DELETE FROM address WHERE (key, entry) IN (SELECT value, entry.id FROM entry, json_each(addresses) WHERE entry."_s +
             condition + u')',
         u"DELETE FROM entry WHERE "_s + condition,
     };
@@ -292,7 +307,7 @@ std::optional<qint64> VXSearchEntries::freeID(qint64 place, VXError *error)
     if (!statement)
         return std::nullopt;
     while (true) {
-        const qint64 end = place == undated ? std::numeric_limits<qint64>::max() : place + entriesOfAMoment - 1;
+        const qint64 end = endOf(place);
         statement.bindNumber(1, place);
         statement.bindNumber(2, end);
         if (statement.step() != VXSQLiteStatement::Step::Row) {
@@ -311,7 +326,7 @@ std::optional<qint64> VXSearchEntries::freeID(qint64 place, VXError *error)
 bool VXSearchEntries::insert(qint64 folder, const VXSearchIndex::Change &change, qint64 id, bool *isIn, VXError *error)
 {
     VXSQLiteStatement entry = _connection.statement(u"INSERT OR IGNORE INTO entry (folder, name, object, kind, title, "
-                                                    u"detail, date, text, numbers, parties, hidden, known, id) "
+                                                    u"detail, date, text, addresses, parties, hidden, known, id) "
                                                     "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
                                                     error);
     VXSQLiteStatement words = _connection.statement(u"INSERT INTO words (rowid, kind, text) VALUES (?, ?, ?)"_s, error);
@@ -326,16 +341,16 @@ bool VXSearchEntries::insert(qint64 folder, const VXSearchIndex::Change &change,
     if (!run(entry, error))
         return false;
     *isIn = _connection.changes() > 0;
-    return !*isIn || (run(words, error) && putNumbers(id, row.numbers, error));
+    return !*isIn || (run(words, error) && putAddresses(id, row.addresses, error));
 }
 
-bool VXSearchEntries::putNumbers(qint64 id, const QStringList &numbers, VXError *error)
+bool VXSearchEntries::putAddresses(qint64 id, const QStringList &keys, VXError *error)
 {
-    if (numbers.isEmpty())
+    if (keys.isEmpty())
         return true;
-    VXSQLiteStatement statement = _connection.statement(u"INSERT OR IGNORE INTO number VALUES (?, ?)"_s, error);
-    return statement && std::ranges::all_of(numbers, [&](const QString &number) {
-               statement.bindText(1, number);
+    VXSQLiteStatement statement = _connection.statement(u"INSERT OR IGNORE INTO address VALUES (?, ?)"_s, error);
+    return statement && std::ranges::all_of(keys, [&](const QString &key) {
+               statement.bindText(1, key);
                statement.bindNumber(2, id);
                return run(statement, error);
            });

@@ -14,7 +14,7 @@
 class VXSQLiteConnection;
 class VXSQLiteStatement;
 
-/** Puts entries into the search index, with their words and numbers, and takes them out. Within a transaction of the caller's. */
+/** Puts entries into the search index, with their words and addresses, and takes them out. Within a transaction of the caller's. */
 class VXSearchEntries
 {
 public:
@@ -22,14 +22,17 @@ public:
 
     /** `folder`: its number in the index. Of several changes with one name the last one counts. */
     bool apply(qint64 folder, const QList<VXSearchIndex::Change> &changes, VXError *error);
-    /** Whether it is there as the change would put it, with its numbers. None on failure. */
+    /** Whether it is there as the change would put it, with its addresses. None on failure. */
     std::optional<bool> has(qint64 folder, const VXSearchIndex::Change &change, VXError *error);
     /** All of that folder. */
     bool takeOutAll(const QString &folder, VXError *error);
 
-    static constexpr qint64 undated = qint64(1) << 62; // IDs of what has no date begin here
-    /** Numbers are kept so: those with the same end begin alike. In ASCII digits. Empty for what has no digits. */
-    static QString reversedSearchString(const QString &number);
+    // IDs tell kind and date: first what has a date, by that, then what has none, contacts last.
+    static constexpr qint64 undated = qint64(1) << 62;
+    static constexpr qint64 firstContact = undated + (qint64(1) << 61);
+    /** By what an address is found: a number by its search string backwards in ASCII digits, as those with the same end begin
+     *  alike, and an e-mail address in lower case behind an "@", behind all digits. Empty for a text that is neither. */
+    static QString keyOf(const QString &address);
     static QString reversed(const QString &digits);
 
 private:
@@ -47,7 +50,7 @@ private:
     bool takeOut(const QString &condition, const std::function<void(VXSQLiteStatement &)> &bind, VXError *error);
     std::optional<qint64> freeID(qint64 place, VXError *error);
     bool insert(qint64 folder, const VXSearchIndex::Change &change, qint64 id, bool *isIn, VXError *error);
-    bool putNumbers(qint64 id, const QStringList &numbers, VXError *error);
+    bool putAddresses(qint64 id, const QStringList &keys, VXError *error);
     bool run(VXSQLiteStatement &statement, VXError *error);
 
     VXSQLiteConnection &_connection;

@@ -91,6 +91,15 @@ bool VXSearchIndex::isComplete(const QString &folder, VXError *error)
     return number(u"SELECT isComplete FROM folder WHERE name = ?"_s, folder, error).value_or(0) != 0;
 }
 
+QByteArray VXSearchIndex::stamp(const QString &folder, VXError *error)
+{
+    VXSQLiteStatement statement = _connection->statement(u"SELECT stamp FROM folder WHERE name = ?"_s, error);
+    if (!statement)
+        return {};
+    statement.bindText(1, folder);
+    return statement.step() == VXSQLiteStatement::Step::Row ? statement.text(0).toUtf8() : QByteArray();
+}
+
 bool VXSearchIndex::isAllComplete(VXError *error)
 {
     return number(u"SELECT min(isComplete) FROM folder"_s, {}, error).value_or(0) != 0;
@@ -108,16 +117,16 @@ bool VXSearchIndex::isSound(VXError *error)
     VXError problem;
     const bool areWordsSound =
         _connection->execute(u"INSERT INTO words (words, rank) VALUES ('integrity-check', 1)"_s, &problem);
-    const auto strayNumbers =
-        number(u"SELECT (SELECT count(*) FROM number) - coalesce(sum(json_array_length(numbers)), 0) "
-               "FROM entry WHERE json_valid(numbers)"_s,
+    const auto strayAddresses =
+        number(u"SELECT (SELECT count(*) FROM address) - coalesce(sum(json_array_length(addresses)), 0) "
+               "FROM entry WHERE json_valid(addresses)"_s,
                {}, areWordsSound ? &problem : nullptr);
-    if (areWordsSound && strayNumbers == 0)
+    if (areWordsSound && strayAddresses == 0)
         return true;
     VXSetError(error, isDamage(problem)
                           ? VXSearchIndexFile::damage(u"The words of the index are not those of its entries."_s)
                       : problem ? problem
-                                : VXSearchIndexFile::damage(u"The index has other numbers than its entries."_s));
+                                : VXSearchIndexFile::damage(u"The index has other addresses than its entries."_s));
     return false;
 }
 
@@ -136,8 +145,8 @@ qint64 VXSearchIndex::count(const QString &folder, VXError *error)
 bool VXSearchIndex::setComplete(const QString &folder, bool isComplete, VXError *error)
 {
     return runFor(folder,
-                  isComplete ? u"INSERT INTO folder (name, isComplete) VALUES (?1, 1) "
-                               "ON CONFLICT (name) DO UPDATE SET isComplete = 1"_s
+                  isComplete ? u"INSERT INTO folder (name, isComplete, stamp) VALUES (?1, 1, hex(randomblob(8))) "
+                               "ON CONFLICT (name) DO UPDATE SET isComplete = 1, stamp = excluded.stamp"_s
                              : u"INSERT INTO folder (name, isComplete) VALUES (?1, 0) "
                                "ON CONFLICT (name) DO UPDATE SET isComplete = 0"_s,
                   error);

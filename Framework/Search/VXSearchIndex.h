@@ -60,6 +60,8 @@ public:
     bool beginChanges(const QString &folder, VXError *error);
     /** After what was changed is in. */
     bool endChanges(const QString &folder, VXError *error);
+    /** Another one after each of those, by which an older copy of the index is known. Null without one, and on failure. */
+    QByteArray stamp(const QString &folder, VXError *error);
     /** Takes what is in a folder out. */
     bool removeFolder(const QString &folder, VXError *error);
     /** And the folder, which is not to be any more. Whether those that are left are all is to be said anew (settleAll). */
@@ -74,7 +76,7 @@ public:
     };
     /** All of them or none. Of several with one name the last one counts. */
     bool apply(const QString &folder, const QList<Change> &changes, VXError *error);
-    /** Whether it has of that file what `change` says, with its numbers. None on failure. */
+    /** Whether it has of that file what `change` says, with its addresses. None on failure. */
     std::optional<bool> says(const QString &folder, const Change &change, VXError *error);
     /** Around many changes: the pieces that each of them leaves are put together later, with those of what comes after. */
     bool beginMany(VXError *error) { return setMerging(false, error); }
@@ -90,11 +92,11 @@ public:
     /**
      * Objects that have a word beginning with each of the words given (letters are compared as VXSearchTerms::folded() has them),
      * or a phone number that ends with the digits, if there are four at least. Whole words and numbers first; then those that have
-     * some of it as words, and four digits or more as the end of a number. Among each of these what has no date (contacts), then
-     * the latest. After all these, records of a number that a contact has, by the words of both: of up to 10,000 contacts, and in
-     * the first 64 ways to part the words between a contact and a record. None on failure, and for more than 32 words or 1,000
-     * characters. A record is found by the names that it was recorded with as well as by those that its contacts have now, and its
-     * title has the latter.
+     * some of it as words, and four digits or more as the end of a number. Among each of these contacts, what else has no date,
+     * then the latest. After all these, records of a number or e-mail address that a contact has, by the words of both: of up to
+     * 10,000 contacts, and in the first 64 ways to part the words between a contact and a record. None on failure, and for more than
+     * 32 words or 1,000 characters. A record is found by the names that it was recorded with as well as by those that its contacts
+     * have now, and its title has the latter.
      */
     std::optional<QList<VXFoundObject>> find(const QString &words, const Scope &scope, qsizetype limit, VXError *error);
     /** What is known of an object; none when it is not in the index, and on failure. */

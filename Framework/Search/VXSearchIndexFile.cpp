@@ -1,7 +1,6 @@
 #include "VXSearchIndexFile.h"
 
 #include "VXFileManager.h"
-#include "VXFolders.h"
 #include "VXMakeWay.h"
 #include "VXMethodLog.h"
 #include "VXObjectStoreError.h"
@@ -23,26 +22,27 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::milliseconds busyTimeout = 2s; // what is put in at once takes a tenth of that
-constexpr int version = 5;                            // a new one takes a new VXMetaDataGeneration
+constexpr int version = 6;                            // a new one takes a new VXMetaDataGeneration
 
 // The text is kept beside the index of its words: taking it out needs it. No triggers: connections run none.
 constexpr const char *schema[] = {
     "PRAGMA journal_mode = WAL",
     "PRAGMA synchronous = OFF", // it can be made again
     "BEGIN IMMEDIATE",
-    "CREATE TABLE IF NOT EXISTS folder (id INTEGER PRIMARY KEY, name TEXT UNIQUE, isComplete INTEGER)",
-    // `numbers`: a JSON list of what stands in `number`. `parties`: one of [NAME, ADDRESS]. `hidden`: VXMetaDataHiding, else 0.
+    "CREATE TABLE IF NOT EXISTS folder (id INTEGER PRIMARY KEY, name TEXT UNIQUE, isComplete INTEGER, stamp TEXT)",
+    // `stamp`: another one whenever a folder becomes complete.
+    // `addresses`: a JSON list of what stands in `address`. `parties`: one of [NAME, ADDRESS]. `hidden`: VXMetaDataHiding, else 0.
     // `known`: how much is known of a contact.
     ("CREATE TABLE IF NOT EXISTS entry (id INTEGER PRIMARY KEY, folder INTEGER, name TEXT, object TEXT, "
-     "kind TEXT, title TEXT, detail TEXT, date INTEGER, text TEXT, numbers TEXT, parties TEXT, hidden INTEGER, known "
+     "kind TEXT, title TEXT, detail TEXT, date INTEGER, text TEXT, addresses TEXT, parties TEXT, hidden INTEGER, known "
      "INTEGER, "
      "UNIQUE (folder, name))"),
-    "CREATE TABLE IF NOT EXISTS number (reversed TEXT, entry INTEGER, PRIMARY KEY (reversed, entry)) WITHOUT ROWID",
+    "CREATE TABLE IF NOT EXISTS address (key TEXT, entry INTEGER, PRIMARY KEY (key, entry)) WITHOUT ROWID",
     ("CREATE VIRTUAL TABLE IF NOT EXISTS words USING fts5 (kind, text, content = 'entry', content_rowid = 'id', "
      "prefix = '2 3', columnsize = 0, tokenize = \"unicode61 remove_diacritics 0 categories 'L* N* Co Mc'\")"),
     "INSERT INTO words (words, rank) VALUES ('hashsize', 4000000)",   // bytes of words that are written at once
     "INSERT OR IGNORE INTO folder (name, isComplete) VALUES ('', 0)", // for those that nobody has named yet
-    "PRAGMA user_version = 5",
+    "PRAGMA user_version = 6",
     "COMMIT",
 };
 
@@ -139,7 +139,7 @@ VXSearchIndexFile::Mark VXSearchIndexFile::presentMark()
 std::unique_ptr<VXSQLiteConnection> VXSearchIndexFile::open(VXError *error)
 {
     QString reason;
-    if (!VXMakePrivateFolder(VXFileManager::defaultManager().pathToUserMetadataFolder(), &reason)) {
+    if (!VXMakeMetadataFolder(&reason)) {
         VXSetError(error, VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, path()));
         return nullptr;
     }

@@ -3,6 +3,8 @@
 #include "VXSQLiteConnection.h"
 
 #include <QtCore/QHash>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
 
 #include <algorithm>
 #include <bit>
@@ -11,12 +13,12 @@
 
 using namespace Qt::StringLiterals;
 
-// Records have the number of their party, and perhaps a name of that time. Whose it is now, is seen when somebody searches: so it
+// Records have the address of their party, and perhaps a name of that time. Whose it is now, is seen when somebody searches: so it
 // is true however often contacts change, and no record has to be written again for it.
 
 namespace {
 
-constexpr qsizetype mostContacts = 10'000; // of a word, and of all; a step in the index for each number of theirs
+constexpr qsizetype mostContacts = 10'000; // of a word, and of all; a step in the index for each address of theirs
 constexpr int mostGroups = 64; // of contacts that are found by the same words; a search in the index for each
 
 QString jsonOf(const QList<qint64> &numbers)
@@ -27,9 +29,9 @@ QString jsonOf(const QList<qint64> &numbers)
     return u'[' + texts.join(u',') + u']';
 }
 
-QString jsonOf(const QStringList &digits)
+QString jsonOf(const QStringList &keys)
 {
-    return digits.isEmpty() ? u"[]"_s : "[\""_L1 + digits.join("\",\""_L1) + "\"]"_L1;
+    return QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact));
 }
 
 } // namespace
@@ -46,15 +48,13 @@ bool VXSearchQuery::addNumbersIn(VXSQLiteStatement &statement, QList<qint64> *nu
 
 bool VXSearchQuery::contactsWith(const QStringList &words, QList<qint64> *contacts, VXError *error)
 {
-    VXSQLiteStatement statement =
-        _connection.statement(u"SELECT words.rowid FROM words JOIN entry ON entry.id = words.rowid WHERE words MATCH ? "
-                              "AND words.rowid >= ? AND entry.kind = 'contact' ORDER BY words.rowid DESC LIMIT ?"_s,
-                              error);
+    VXSQLiteStatement statement = _connection.statement(
+        u"SELECT rowid FROM words WHERE words MATCH ? AND rowid >= ? ORDER BY rowid DESC LIMIT ?"_s, error);
     if (!statement)
         return false;
     const QString expression = VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix);
     statement.bindText(1, expression);
-    statement.bindNumber(2, VXSearchEntries::undated);
+    statement.bindNumber(2, VXSearchEntries::firstContact);
     statement.bindNumber(3, mostContacts);
     return addNumbersIn(statement, contacts, error);
 }
@@ -85,21 +85,21 @@ std::optional<QList<VXSearchQuery::FoundContact>> VXSearchQuery::contactsWithAny
     return found.first(std::min(found.size(), mostContacts));
 }
 
-std::optional<QStringList> VXSearchQuery::numbersOf(const QList<qint64> &entries, VXError *error)
+std::optional<QStringList> VXSearchQuery::addressesOf(const QList<qint64> &entries, VXError *error)
 {
     VXSQLiteStatement statement = _connection.statement(
-        u"SELECT DISTINCT value FROM entry, json_each(numbers) WHERE entry.id IN (SELECT value FROM json_each(?))"_s,
+        u"SELECT DISTINCT value FROM entry, json_each(addresses) WHERE entry.id IN (SELECT value FROM json_each(?))"_s,
         error);
     if (!statement)
         return std::nullopt;
     const QString json = jsonOf(entries);
     statement.bindText(1, json);
-    QStringList numbers;
+    QStringList keys;
     VXSQLiteStatement::Step step;
     while ((step = statement.step()) == VXSQLiteStatement::Step::Row)
-        numbers.append(statement.text(0));
+        keys.append(statement.text(0));
     if (step != VXSQLiteStatement::Step::Failed)
-        return numbers;
+        return keys;
     VXSetError(error, _connection.lastError());
     return std::nullopt;
 }
@@ -114,18 +114,19 @@ void VXSearchQuery::keepLatest(QList<qint64> *records) const
     records->erase(end, records->end());
 }
 
-// The latest records of each number. `records` is in no order, and has more than are wanted when there are several numbers.
-bool VXSearchQuery::recordsOfNumbers(const QStringList &numbers, QList<qint64> *records, VXError *error)
+// The latest records of each address. `records` is in no order, and has more than are wanted when there are several addresses.
+bool VXSearchQuery::recordsOfAddresses(const QStringList &keys, QList<qint64> *records, VXError *error)
 {
     VXSQLiteStatement statement = _connection.statement(
-        u"SELECT number.entry FROM number CROSS JOIN entry ON entry.id = number.entry WHERE reversed = ?1 AND "
-        "entry.kind <> 'contact' AND (?2 IS NULL OR entry.kind = ?2) AND "_s +
-            _isShown + u"ORDER BY number.entry DESC LIMIT ?3"_s,
+        u"SELECT address.entry FROM address CROSS JOIN entry ON entry.id = address.entry WHERE key = ?1 AND "
+        "address.entry < ?4 AND (?2 IS NULL OR entry.kind = ?2) AND "_s +
+            _isShown + u"ORDER BY address.entry DESC LIMIT ?3"_s,
         error);
-    return statement && std::ranges::all_of(numbers, [&](const QString &number) {
-               statement.bindText(1, number);
+    return statement && std::ranges::all_of(keys, [&](const QString &key) {
+               statement.bindText(1, key);
                statement.bindText(2, _kind);
                statement.bindNumber(3, most());
+               statement.bindNumber(4, VXSearchEntries::firstContact);
                const bool isDone = addNumbersIn(statement, records, error);
                statement.reset();
                if (records->size() / 2 > most())
@@ -134,36 +135,35 @@ bool VXSearchQuery::recordsOfNumbers(const QStringList &numbers, QList<qint64> *
            });
 }
 
-bool VXSearchQuery::recordsOfNumbersWith(const QStringList &words, const QStringList &numbers, QList<qint64> *records,
-                                         VXError *error)
+bool VXSearchQuery::recordsOfAddressesWith(const QStringList &words, const QStringList &keys, QList<qint64> *records,
+                                           VXError *error)
 {
     VXSQLiteStatement statement = _connection.statement(
-        u"SELECT words.rowid FROM words JOIN entry ON entry.id = words.rowid WHERE words MATCH ?1 AND entry.kind <> "
-        u"'contact' "
-        "AND EXISTS (SELECT 1 FROM json_each(numbers) WHERE value IN (SELECT value FROM json_each(?2))) AND "_s +
+        u"SELECT words.rowid FROM words JOIN entry ON entry.id = words.rowid WHERE words MATCH ?1 AND words.rowid < ?4 "
+        "AND EXISTS (SELECT 1 FROM json_each(addresses) WHERE value IN (SELECT value FROM json_each(?2))) AND "_s +
             _isShown + u"ORDER BY words.rowid DESC LIMIT ?3"_s,
         error);
     if (!statement)
         return false;
     const QString expression = VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix, _kind);
-    const QString json = jsonOf(numbers);
+    const QString json = jsonOf(keys);
     statement.bindText(1, expression);
     statement.bindText(2, json);
     statement.bindNumber(3, most());
+    statement.bindNumber(4, VXSearchEntries::firstContact);
     return addNumbersIn(statement, records, error);
 }
 
 // Which of the words a record has, as bits: what is in no record a contact must have.
 std::optional<quint32> VXSearchQuery::wordsOfRecords(const QStringList &words, VXError *error)
 {
-    VXSQLiteStatement statement = _connection.statement(
-        u"SELECT 1 FROM words JOIN entry ON entry.id = words.rowid WHERE words MATCH ? AND entry.kind <> 'contact' "
-        "LIMIT 1"_s,
-        error);
+    VXSQLiteStatement statement =
+        _connection.statement(u"SELECT 1 FROM words WHERE words MATCH ? AND rowid < ? LIMIT 1"_s, error);
     quint32 found = 0;
     for (qsizetype index = 0; statement && index < words.size(); ++index) {
         const QString expression = VXSearchTerms::expression({words[index]}, VXSearchTerms::Match::Prefix);
         statement.bindText(1, expression);
+        statement.bindNumber(2, VXSearchEntries::firstContact);
         const VXSQLiteStatement::Step step = statement.step();
         statement.reset();
         if (step == VXSQLiteStatement::Step::Failed) {
@@ -209,18 +209,18 @@ bool VXSearchQuery::collectOfContacts(const VXSearchTerms::Reading &reading, VXE
 bool VXSearchQuery::collectRecords(const QList<qint64> &contacts, const QStringList &words,
                                    const QList<VXSearchTerms::NumberEnd> &ends, VXError *error)
 {
-    const auto hasEnds = [&](const QString &number) {
+    const auto hasEnds = [&](const QString &key) {
         return std::ranges::all_of(ends, [&](const VXSearchTerms::NumberEnd &end) {
-            return number.startsWith(VXSearchEntries::reversed(end.digits));
+            return key.startsWith(VXSearchEntries::reversed(end.digits));
         });
     };
-    auto numbers = numbersOf(contacts, error);
-    if (!numbers)
+    auto keys = addressesOf(contacts, error);
+    if (!keys)
         return false;
-    numbers->removeIf([&](const QString &number) { return !hasEnds(number); });
+    keys->removeIf([&](const QString &key) { return !hasEnds(key); });
     QList<qint64> records;
-    const bool areFound = words.isEmpty() ? recordsOfNumbers(*numbers, &records, error)
-                                          : recordsOfNumbersWith(words, *numbers, &records, error);
+    const bool areFound = words.isEmpty() ? recordsOfAddresses(*keys, &records, error)
+                                          : recordsOfAddressesWith(words, *keys, &records, error);
     return areFound && collectEntries(records, error);
 }
 

@@ -84,7 +84,7 @@ bool VXSearchQuery::collectReading(const VXSearchTerms::Reading &reading, VXErro
     const auto matching = [](const QStringList &words) {
         return VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix);
     };
-    const QString byNumber = u"SELECT entry FROM number WHERE reversed >= ? AND reversed < ?"_s;
+    const QString byNumber = u"SELECT entry FROM address WHERE key >= ? AND key < ?"_s;
     const QString byWord = u"SELECT rowid FROM words WHERE words MATCH ?"_s;
     for (const VXSearchTerms::NumberEnd &end : reading.ends) {
         const QString first = VXSearchEntries::reversed(end.digits);
@@ -113,16 +113,16 @@ bool VXSearchQuery::collectReading(const VXSearchTerms::Reading &reading, VXErro
 bool VXSearchQuery::collectNumbers(const QString &digits, VXError *error)
 {
     const QString conditions[] = {
-        u"reversed = ?1 AND (?3 IS NULL OR entry.kind = ?3) AND "_s + _isShown +
-            u"ORDER BY number.entry DESC LIMIT ?4"_s, // as they lie there
-        u"reversed > ?1 AND reversed < ?2 AND (?3 IS NULL OR entry.kind = ?3) AND "_s + _isShown +
+        u"key = ?1 AND (?3 IS NULL OR entry.kind = ?3) AND "_s + _isShown +
+            u"ORDER BY address.entry DESC LIMIT ?4"_s, // as they lie there
+        u"key > ?1 AND key < ?2 AND (?3 IS NULL OR entry.kind = ?3) AND "_s + _isShown +
             u"GROUP BY entry.id ORDER BY entry.id DESC LIMIT ?4"_s,
     };
     const QString first = VXSearchEntries::reversed(digits);
     const QString behind = first + u':'; // follows the digits
     return std::ranges::all_of(conditions, [&](const QString &condition) {
         VXSQLiteStatement statement = _connection.statement(
-            columns + u"FROM number CROSS JOIN entry ON entry.id = number.entry WHERE "_s + condition, error);
+            columns + u"FROM address CROSS JOIN entry ON entry.id = address.entry WHERE "_s + condition, error);
         if (!statement)
             return false;
         statement.bindText(1, first);

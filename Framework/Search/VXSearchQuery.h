@@ -53,10 +53,10 @@ private:
     bool contactsWith(const QStringList &words, QList<qint64> *contacts, VXError *error);
     std::optional<QList<FoundContact>> contactsWithAny(const QStringList &words, VXError *error);
     std::optional<quint32> wordsOfRecords(const QStringList &words, VXError *error);
-    std::optional<QStringList> numbersOf(const QList<qint64> &entries, VXError *error);
-    bool recordsOfNumbers(const QStringList &numbers, QList<qint64> *records, VXError *error);
-    bool recordsOfNumbersWith(const QStringList &words, const QStringList &numbers, QList<qint64> *records,
-                              VXError *error);
+    std::optional<QStringList> addressesOf(const QList<qint64> &entries, VXError *error);
+    bool recordsOfAddresses(const QStringList &keys, QList<qint64> *records, VXError *error);
+    bool recordsOfAddressesWith(const QStringList &words, const QStringList &keys, QList<qint64> *records,
+                                VXError *error);
     void keepLatest(QList<qint64> *records) const;
     bool addNumbersIn(VXSQLiteStatement &statement, QList<qint64> *numbers, VXError *error);
 

@@ -67,11 +67,12 @@ void VXSearchField::search()
         Q_EMIT searchTextDidChange(wanted);
 }
 
-void VXSearchField::setResultCount(std::optional<qint64> count)
+void VXSearchField::setResultCount(std::optional<qint64> count, bool isMore)
 {
     QString words;
     if (count && !text().isEmpty())
-        words = *count == 0 ? VXInterfaceString(u"Nothing found"_s) : QLocale().toString(*count);
+        words = *count == 0 ? VXInterfaceString(u"Nothing found"_s)
+                            : QLocale().toString(*count) + (isMore ? u"+"_s : QString());
     _count->setText(words);
     _count->setVisible(!words.isEmpty());
     setAccessibleDescription(count.value_or(0) == 0 || words.isEmpty() ? words

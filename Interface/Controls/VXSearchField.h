@@ -25,8 +25,8 @@ public:
     void setPlace(const QString &placeholder);
     /** What was searched for last; empty for everything. */
     QString searchText() const { return _searchText; }
-    /** Shown in the field while it has a text, and told to assistive technology; none while nobody knows. */
-    void setResultCount(std::optional<qint64> count);
+    /** Shown in the field while it has a text, and told to assistive technology; none while nobody knows. `isMore`: there are more. */
+    void setResultCount(std::optional<qint64> count, bool isMore = false);
 
 Q_SIGNALS:
     /** Each time the text is another one, trimmed. */

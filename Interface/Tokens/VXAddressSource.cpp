@@ -73,7 +73,7 @@ struct Typed
     {
         const bool isNumber = std::any_of(text.cbegin(), text.cend(), [](QChar c) { return c.isDigit(); }) &&
                               std::none_of(text.cbegin(), text.cend(), [](QChar c) { return c.isLetter(); });
-        digits = isNumber ? VXPhoneNumberSearchString(text) : QString();
+        digits = isNumber ? VXPhoneNumberLookUpString(text) : QString();
     }
 };
 
@@ -91,7 +91,7 @@ struct Candidate
             static_cast<void>(VXPhonebookGroupSplit(text, &name));
         else
             static_cast<void>(VXPhonebookStringSplit(text, &name, &value));
-        digits = VXPhoneNumberSearchString(value);
+        digits = VXPhoneNumberLookUpString(value);
     }
 };
 
@@ -131,7 +131,7 @@ QString VXPhonebookToken::label() const
 
 QString VXPhonebookToken::key() const
 {
-    const QString digits = VXIsValidPhoneNumber(value) ? VXPhoneNumberSearchString(value) : QString();
+    const QString digits = VXIsValidPhoneNumber(value) ? VXPhoneNumberLookUpString(value) : QString();
     if (!digits.isEmpty())
         return digits;
     return value.isEmpty() ? string.toCaseFolded() : value.toCaseFolded();

@@ -33,7 +33,7 @@ QString keyOf(const QString &phonebookString)
 {
     QString value;
     static_cast<void>(VXPhonebookStringSplit(phonebookString, nullptr, &value));
-    const QString digits = VXPhoneNumberSearchString(value);
+    const QString digits = VXPhoneNumberLookUpString(value);
     return digits.isEmpty() ? value.toLower() : digits;
 }
 

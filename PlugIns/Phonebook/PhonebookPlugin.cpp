@@ -1,5 +1,6 @@
 #include "Sync/VXContactSync.h"
 #include "VXContactHistory.h"
+#include "VXContactWordsUpdate.h"
 #include "VXPhonebookEntities.h"
 #include "VXPrincipalClass.h"
 #include "VXStorePlugin.h"
@@ -75,6 +76,7 @@ public:
                                                      VXStoreWorkLock::syncName](const VXDeviceAction::Ptr &action) {
                                 return std::make_shared<VXContactSync>(action, coordinator, lockPath);
                             });
+        VXUpdateContactWords(coordinator); // before the search observes what is saved: nothing that it tells changes
         launchSearch(u"changedDate"_s,
                      {.settings = {u"phonebook.names.last_first"_s},
                       .relationships = {u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s}});

@@ -10,6 +10,8 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QSet>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 const QString VXPerson::entityName = u"VXPerson"_s;
@@ -59,7 +61,9 @@ void VXPerson::willSave()
         return;
     updateSortName();
     updateWords();
-    if (isInserted() || changedValues().keys() != QStringList{u"places"_s}) // which is no change of the contact
+    const QStringList changed = changedValues().keys();
+    const auto isOfContact = [](const QString &key) { return key != "places"_L1 && key != "words"_L1; };
+    if (isInserted() || changed.isEmpty() || std::ranges::any_of(changed, isOfContact))
         updateDate();
 }
 
@@ -111,11 +115,26 @@ void VXContactAddress::willSave()
         person->ownDidChange();
 }
 
+bool VXContactGroup::isRenamed() const
+{
+    return !isInserted() && !isDeleted() && changedValues().contains(u"name"_s);
+}
+
+void VXContactGroup::willSave()
+{
+    if (!isRenamed())
+        return;
+    for (const VXManagedObjectPtr &member : relatedObjects(indexOf(*this, u"members"_s))) {
+        if (auto *const person = dynamic_cast<VXPerson *>(member.get()); person != nullptr && !person->isDeleted())
+            person->updateWords();
+    }
+}
+
 // Who comes or goes is changed itself.
 QList<VXManagedObjectID> VXContactGroup::objectsToldAnew() const
 {
     QList<VXManagedObjectID> members;
-    if (isInserted() || isDeleted() || !changedValues().contains(u"name"_s))
+    if (!isRenamed())
         return members;
     for (const VXManagedObjectPtr &member : relatedObjects(indexOf(*this, u"members"_s)))
         members.append(member->objectID());
@@ -124,7 +143,7 @@ QList<VXManagedObjectID> VXContactGroup::objectsToldAnew() const
 
 QString VXPhoneNumberEntry::searchText() const
 {
-    return VXPhoneNumberSearchString(textOf(*this, u"number"_s));
+    return VXPhoneNumberLookUpString(textOf(*this, u"number"_s));
 }
 
 QString VXEmailAddressEntry::searchText() const

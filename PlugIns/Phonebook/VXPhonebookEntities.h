@@ -22,13 +22,14 @@ public:
 
     /** A number or address of it is about to be saved. */
     void ownDidChange();
+    /** Brings what it is found by while it is typed in step with what is written of it. */
+    void updateWords();
 
 protected:
     void willSave() override;
 
 private:
     void updateSortName();
-    void updateWords();
     void updateDate();
 };
 
@@ -48,6 +49,12 @@ public:
     static const QString entityName; // "VXGroup"
 
     QList<VXManagedObjectID> objectsToldAnew() const override;
+
+protected:
+    void willSave() override;
+
+private:
+    bool isRenamed() const;
 };
 
 class VXPhoneNumberEntry : public VXContactAddress

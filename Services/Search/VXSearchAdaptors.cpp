@@ -67,10 +67,10 @@ void VXShellSearchAdaptor::ActivateResult(const QString &identifier, const QStri
     _calls.serve(call, [&] { _answers.open(identifier); });
 }
 
-void VXShellSearchAdaptor::LaunchSearch(const QStringList &, uint, const QDBusMessage &call)
+void VXShellSearchAdaptor::LaunchSearch(const QStringList &terms, uint, const QDBusMessage &call)
 {
     _answers.noteCall();
-    _calls.serve(call, [&] { _answers.openApplication(); });
+    _calls.serve(call, [&] { _answers.openSearch(terms.join(u' ')); });
 }
 
 // -- KRunner

@@ -29,7 +29,11 @@ public:
     std::optional<VXFoundObject> object(const QString &id);
     /** Does nothing with one that is gone. */
     void open(const QString &id);
-    void openApplication() { _open({}); }
+    /** Shows the application, with what these words find, if there are some. */
+    void openSearch(const QString &words)
+    {
+        _open(words.isEmpty() ? QString() : VXFoundObject::searchURL(words).toString(QUrl::FullyEncoded));
+    }
 
     /** "Message · 31.01.26, 10:00 · See you": what is told of one beside its name. */
     static QString subtitle(const VXFoundObject &object);

@@ -384,7 +384,7 @@ TEST_F(HostEventsTest, TellsOfEventsThatNobodyWouldUnderstand)
 
 TEST_F(HostEventsTest, ShowsTheHistoryOfCalls)
 {
-    run("phonebook add Jane --number 5550100");
+    run("phonebook add Jane --number 5550100 --email jane@mail.example");
     run("phonebook add Zed --number 50100"); // in that of Jane
     const auto post = [](const QString &event, const QString &object) {
         EXPECT_EQ(run(u"post %1 --subtype ended --object"_s.arg(event), {object}).status, 0);
@@ -393,12 +393,14 @@ TEST_F(HostEventsTest, ShowsTheHistoryOfCalls)
     post(u"incoming_call"_s, u"{\"from\": \"5550100\", \"duration\": 61, "
                              u"\"date\": {\"$date\": \"2026-01-02T10:00:00Z\"}}"_s);
     post(u"outgoing_call"_s, u"{\"to\": \"5550199\", \"date\": {\"$date\": \"2026-01-03T10:00:00Z\"}}"_s);
+    post(u"incoming_call"_s, u"{\"from\": \"Jane@mail.example\", \"duration\": 1, "
+                             u"\"date\": {\"$date\": \"2025-01-01T10:00:00Z\"}}"_s);
     const std::pair<QString, QStringList> cases[] = {
-        {u"calls"_s, {u"p3"_s, u"p2"_s, u"p1"_s}},
+        {u"calls"_s, {u"p3"_s, u"p2"_s, u"p1"_s, u"p4"_s}},
         {u"calls --missed"_s, {u"p1"_s}},
-        {u"calls --incoming"_s, {u"p2"_s, u"p1"_s}},
+        {u"calls --incoming"_s, {u"p2"_s, u"p1"_s, u"p4"_s}},
         {u"calls --outgoing"_s, {u"p3"_s}},
-        {u"calls --with jan"_s, {u"p2"_s, u"p1"_s}},
+        {u"calls --with jan"_s, {u"p2"_s, u"p1"_s, u"p4"_s}},
         {u"calls --with 5550199"_s, {u"p3"_s}},
         {u"calls --with zed"_s, {}},
         {u"calls --limit 1"_s, {u"p3"_s}},

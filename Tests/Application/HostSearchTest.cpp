@@ -12,6 +12,7 @@
 #include <QtCore/QProcess>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
@@ -65,6 +66,7 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
         {"hill", {u"call"_s}},
         {"0199", {u"call"_s}},
         {"'0170 5550100'", {u"contact"_s, u"message"_s}},
+        {"'+49 (0)170 5550100'", {u"contact"_s, u"message"_s}},
         {"'check '", {}},
     };
     for (const auto &[arguments, expected] : cases)
@@ -102,6 +104,14 @@ TEST_F(HostSearchTest, FindsContactsByAllThatIsWrittenOfThem)
         {"지성", u"박지성"_s},       {"박지", u"박지성"_s},         {"山田太郎", u"太郎 山田"_s}};
     for (const auto &[words, title] : cases)
         EXPECT_EQ(json(words)[0][u"title"_s].toString(), title) << words.join(u' ').toStdString();
+    // As an earlier program left them.
+    QProcess::execute(u"sqlite3"_s,
+                      {path(u".local/share/Vornix 2/Data/phonebook.vxdatastore/phonebook.sqlite"_s),
+                       u"DELETE FROM VX_VXSearchWord; DELETE FROM Z_METADATA WHERE Z_KEY LIKE 'VX%Words%'"_s});
+    runHost("phonebook edit 박지성 --number 5550177");
+    runHost("phonebook edit '철수 김' --number 5550178");
+    EXPECT_EQ(runHost("phonebook complete 지성").output, "박지성 <5550177>\n");
+    EXPECT_EQ(runHost("phonebook complete springf").output, "철수 김 <5550178>\n");
     runHost("phonebook edit 'Zoë Müller' --address 'Oak Lane 7'"); // which changes nothing of the contact's own
     EXPECT_EQ(kinds("oak --kind contact"), QStringList{u"contact"_s});
     EXPECT_EQ(runHost("search check").status, 0);
@@ -252,6 +262,56 @@ TEST_F(HostSearchTest, TheBusStartsWhoAnswersTheDesktop)
     EXPECT_THAT(lines[0].toStdString(), HasSubstr("/VXPerson/p1', "));
     EXPECT_THAT(lines[1].toStdString(), HasSubstr("'Joe Hill'"));
     EXPECT_EQ(lines[2], lines[0]);
+}
+
+// Copies of an earlier day, put back as they were: the data file, the index, and all that is mirrored.
+TEST_F(HostSearchTest, FindsWhatIsThereWhateverWasPutBack)
+{
+    const QString data = path(u".local/share/Vornix 2/Data/phonebook.vxdatastore/phonebook.sqlite"_s);
+    const QString copy = path(u"copy"_s);
+    const QStringList both{u"contact"_s, u"message"_s};
+    const struct
+    {
+        const char *what;
+        QString path;
+        bool isOfContacts; // then what is found is as it was
+    } cases[] = {{"data", data, true}, {"index", mirror() + "/index.sqlite"_L1, false}, {"all", mirror(), false}};
+    for (const auto &[what, place, isOfContacts] : cases) {
+        const auto putAs = [&what](const QString &name) {
+            EXPECT_EQ(runHost({"phonebook", "edit", "p1", "--last", name}).status, 0) << what;
+        };
+        putAs(u"Before"_s);
+        EXPECT_EQ(kinds("before"), both) << what;
+        QProcess::execute(u"cp"_s, {u"-rT"_s, place, copy});
+        putAs(u"After"_s);
+        EXPECT_EQ(kinds("after"), both) << what;
+        if (QFileInfo(place).isDir())
+            QDir(place).removeRecursively();
+        QProcess::execute(u"cp"_s, {u"-rT"_s, copy, place}); // into the same file
+        EXPECT_EQ(kinds("before"), isOfContacts ? both : QStringList()) << what;
+        EXPECT_EQ(kinds("after"), isOfContacts ? QStringList() : both) << what;
+        EXPECT_EQ(runHost("search check").status, 0) << what;
+        QProcess::execute(u"rm"_s, {u"-r"_s, copy});
+    }
+}
+
+// As one command of another user leaves them in the user's folders.
+TEST_F(HostSearchTest, WhatAnotherUserMadeMakesWay)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only who may be anybody can be another";
+    const QString nobody = u"65534"_s;
+    const auto run = [&](const QString &command) { return QProcess::execute(u"sh"_s, {u"-c"_s, command}); };
+    for (const char *const foreign :
+         {"index.sqlite", "com.halvern.VNX2.plugin.calls.lock", ".due", "com.halvern.VNX2.plugin.calls",
+          "com.halvern.VNX2.plugin.calls/p1_MD2.vxcall", "."}) {
+        ASSERT_EQ(run(u"mkdir -p '%2/.due' && chown -R %1 '%3' && chown -R 0 '%2/%4' && chmod go-rwx '%2/%4'"_s.arg(
+                      nobody, mirror(), path(), QLatin1String(foreign))),
+                  0);
+        const QString search =
+            u"setpriv --reuid %1 --clear-groups '%2' --json search hill"_s.arg(nobody, hostProgram());
+        EXPECT_EQ(run(search + " | grep -q call"_L1), 0) << foreign;
+    }
 }
 
 // What one command saves, another process that stays takes in when the command could not.

@@ -80,7 +80,7 @@ TEST_F(VXSearchServiceTest, AnswersGnome)
     EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['jane', 'd']"_s}),
               "(['x-coredata://store/vxperson/p1', 'x-coredata://store/vxperson/p2'],)\n"); // which has her number
     EXPECT_EQ(gdbus(u"GetSubsearchResultSet"_s, {u"['"_s + jane + u"']"_s, u"['JANE']"_s}),
-              "(['x-coredata://store/vxperson/p2', 'x-coredata://store/vxperson/p1'],)\n");
+              "(['x-coredata://store/vxperson/p1', 'x-coredata://store/vxperson/p2'],)\n");
     EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"@as []"_s}), "(@as [],)\n");
     EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['\" OR *', 'nobody']"_s}), "(@as [],)\n");
     const std::string metas = gdbus(u"GetResultMetas"_s, {u"['x-coredata://none/vxperson/p9', '"_s + jane + u"']"_s});
@@ -99,8 +99,12 @@ TEST_F(VXSearchServiceTest, AnswersGnome)
     VXUserDefaults::standardUserDefaults().setObject(true, u"metadata.ignore"_s);
     EXPECT_EQ(gdbus(u"GetInitialResultSet"_s, {u"['jane']"_s}), "(@as [],)\n");
     VXUserDefaults::standardUserDefaults().setObject(false, u"metadata.ignore"_s);
-    EXPECT_EQ(gdbus(u"LaunchSearch"_s, {u"['jane']"_s, u"0"_s}), "()\n");
-    EXPECT_EQ(opened, (QStringList{u"vxbook://store/vxperson/p1"_s, QString()}));
+    for (const QString &words : {u"['jane & joe', '50%+']"_s, u"@as []"_s})
+        EXPECT_EQ(gdbus(u"LaunchSearch"_s, {words, u"0"_s}), "()\n");
+    ASSERT_EQ(opened.size(), 3);
+    EXPECT_EQ(opened[0], u"vxbook://store/vxperson/p1"_s);
+    EXPECT_EQ(VXFoundObject::wordsInURL(QUrl(opened[1])), u"jane & joe 50%+"_s);
+    EXPECT_EQ(opened[2], QString());
 }
 
 TEST_F(VXSearchServiceTest, AnswersKRunner)

@@ -19,6 +19,7 @@
 #include "VXInitializeInterface.h"
 #include "VXInterface.h"
 #include "VXMainWindow.h"
+#include "VXMetaDataState.h"
 #include "VXNewsNotices.h"
 #include "VXPersistentStore.h"
 #include "VXPluginManager.h"
@@ -274,6 +275,7 @@ int VXDesktop::run(int argc, char **argv)
     QApplication::setQuitOnLastWindowClosed(false);
     int status = runAmongPlugins(options, instance);
     VXPersistentStore::closeAll();
+    VXMetaDataState::noteClosedStores();
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) ||
         !VXApplication::sharedApplication().relaunchIfDue(&error, options.operands)) {

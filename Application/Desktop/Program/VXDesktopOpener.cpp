@@ -71,6 +71,8 @@ void VXDesktopOpener::openOne(const QString &uri, QStringList &cards)
         _window.writeMessage(message.numbers, message.text);
         return;
     }
+    if (const QString words = VXFoundObject::wordsInURL(QUrl(uri)); !words.isEmpty())
+        return _window.findEverywhere(words);
     if (const QUrl object = VXFoundObject::uriForURL(QUrl(uri)); !object.isEmpty() && _window.showObject(object))
         return;
     if (!VXApplication::sharedApplication().openURLString(uri).isValid())

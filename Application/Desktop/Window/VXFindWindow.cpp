@@ -14,12 +14,28 @@
 #include <QtCore/QPointer>
 #include <QtCore/QThreadPool>
 #include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QLabel>
+
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr qsizetype most = 200; // more than anybody looks through
+constexpr std::chrono::milliseconds betweenLooks = 500ms;
+
+// Of the index, on whatever thread.
+bool isLacking(VXSearchIndex &index)
+{
+    if (VXMetaDataSync::isAllTakenIn(index))
+        return false;
+    for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
+        sync->lookNow();
+    return true;
+}
 
 QString kindOf(const VXFoundObject &object)
 {
@@ -84,18 +100,26 @@ private:
 struct VXFindWindow::Answer
 {
     bool hasIndex = false;
+    bool isLacking = false;
     std::optional<QList<VXFoundObject>> found = {};
     VXError error = {};
 };
 
 VXFindWindow::VXFindWindow(QWidget *parent)
     : QDialog(parent), _model(new Model(this)),
-      _pane(new VXListPane(VXText("Search contacts, messages and calls"), VXText("Found"), this))
+      _pane(new VXListPane(VXText("Search contacts, messages and calls"), VXText("Found"), this)),
+      _lack(new QLabel(VXText("Some may not be found yet: what was saved just now is still being taken in."), this))
 {
     setWindowTitle(VXText("Find everywhere"));
     auto *const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->addWidget(_pane);
+    column->addWidget(_lack);
+    _lack->setWordWrap(true);
+    _lack->setMargin(12);
+    _again.setSingleShot(true);
+    _again.setInterval(betweenLooks);
+    connect(&_again, &QTimer::timeout, this, &VXFindWindow::lookAgain);
     _pane->setModel(_model);
     connect(_pane, &VXListPane::searchDidChange, this, &VXFindWindow::find);
     connect(_pane, &VXListPane::activated, this, &VXFindWindow::choose);
@@ -110,8 +134,10 @@ VXFindWindow::VXFindWindow(QWidget *parent)
 
 VXFindWindow::~VXFindWindow() = default;
 
-void VXFindWindow::begin()
+void VXFindWindow::begin(const QString &words)
 {
+    if (!words.isEmpty())
+        _pane->search()->setText(words);
     _pane->search()->setFocus();
     _pane->search()->selectAll();
 }
@@ -127,11 +153,12 @@ void VXFindWindow::find(const QString &words)
         const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&answer.error);
         answer.hasIndex = index != nullptr;
         if (index)
-            answer.found = index->find(words, {}, most, &answer.error);
+            answer.found = index->find(words, {}, most + 1, &answer.error);
+        answer.isLacking = !index || isLacking(*index);
         if (!answer.found && VXSearchIndex::discardIfDamaged(answer.error)) { // it is made again, as when it is missing
             for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
                 sync->setNeedsUpdate(true);
-            answer = {};
+            answer = {.isLacking = true};
         }
         QMetaObject::invokeMethod(QCoreApplication::instance(), [self, words, answer] {
             if (self && self->_words == words)
@@ -143,8 +170,15 @@ void VXFindWindow::find(const QString &words)
 void VXFindWindow::show(const QString &words, const Answer &answer)
 {
     _shownWords = words;
-    const QList<VXFoundObject> found = answer.found.value_or(QList<VXFoundObject>());
+    QList<VXFoundObject> found = answer.found.value_or(QList<VXFoundObject>());
+    const bool isMore = found.size() > most;
+    found.resize(std::min(found.size(), most));
     _model->set(found);
+    _lack->setVisible(answer.isLacking && answer.hasIndex);
+    if (answer.isLacking)
+        _again.start();
+    else
+        _again.stop();
     VXEmptyState *const empty = _pane->placeholder();
     if (answer.error)
         empty->setContents(u"warning"_s, VXText("This cannot be searched for"), answer.error.localizedDescription());
@@ -158,8 +192,27 @@ void VXFindWindow::show(const QString &words, const Answer &answer)
         empty->setContents(u"search"_s, VXText("Nothing found"),
                            VXText("No contact, message or call has all of that."));
     _pane->setIsEmpty(found.isEmpty());
-    _pane->search()->setResultCount(words.isEmpty() || answer.error ? std::nullopt
-                                                                    : std::optional<qint64>(found.size()));
+    _pane->search()->setResultCount(
+        words.isEmpty() || answer.error ? std::nullopt : std::optional<qint64>(found.size()), isMore);
+}
+
+// Until then what is shown stays, with what the user has chosen of it.
+void VXFindWindow::lookAgain()
+{
+    if (!isVisible())
+        return; // who opens it types anew
+    QThreadPool::globalInstance()->start([self = QPointer(this), words = _words] {
+        const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting();
+        const bool isStillLacking = !index || isLacking(*index);
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [self, words, isStillLacking] {
+            if (!self || self->_words != words)
+                return;
+            if (isStillLacking)
+                self->_again.start();
+            else
+                self->find(words);
+        });
+    });
 }
 
 void VXFindWindow::choose(int row)

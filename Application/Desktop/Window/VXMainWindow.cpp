@@ -286,7 +286,7 @@ void VXMainWindow::activate()
     showWindow(*this);
 }
 
-void VXMainWindow::findEverywhere()
+void VXMainWindow::findEverywhere(const QString &words)
 {
     auto *window = findChild<VXFindWindow *>();
     if (window == nullptr) {
@@ -297,7 +297,7 @@ void VXMainWindow::findEverywhere()
         });
     }
     showWindow(*window);
-    window->begin();
+    window->begin(words);
 }
 
 bool VXMainWindow::showObject(const QUrl &uri)

@@ -42,7 +42,8 @@ public:
     bool showObject(const QUrl &uri);
     void importContacts(const QStringList &paths);
     /** Contacts, messages and calls at once. */
-    void findEverywhere();
+    /** `words`: that are searched for at once; null for none. */
+    void findEverywhere(const QString &words = {});
     void openPreferences(const QString &page = {});
     void openLog();
     /** No phone, no contact and no message. */

@@ -1,6 +1,7 @@
 #include "VXCallStore.h"
 #include "VXContactRecord.h"
 #include "VXContactsOpen.h"
+#include "VXConversationKey.h"
 #include "VXDataManager.h"
 #include "VXDeviceTransformer.h"
 #include "VXErrorText.h"
@@ -77,7 +78,7 @@ QStringList rowOf(const Call &call, const VXCallRecord &record, const QString &w
             shortIDOf(call)};
 }
 
-// By what is stored of the other party, and by the numbers of those who are called so.
+// By what is stored of the other party, and by the numbers and e-mail addresses of those who are called so.
 VXPredicate predicateOfParty(VXHostContext &host, const QString &text)
 {
     QStringList searches;
@@ -85,14 +86,16 @@ VXPredicate predicateOfParty(VXHostContext &host, const QString &text)
     if (const auto phonebook = isNumber ? VXPersistentStoreCoordinator::Ptr() : VXOpenContacts(host)) {
         VXManagedObjectContext contacts(phonebook);
         for (const VXManagedObjectPtr &person : VXContactsNear(contacts, text, mostNumbers + 1)) {
-            for (const VXContactRecord::Address &number : VXContactRecord(QVariant::fromValue(person)).numbers)
-                searches.append(VXPhoneNumberSearchString(number.value));
+            const VXContactRecord contact(QVariant::fromValue(person));
+            for (const VXContactRecord::Address &each : contact.numbers + contact.emails)
+                searches.append(VXConversationKey(each.value));
         }
     }
     searches.removeAll(QString());
     searches.removeDuplicates();
     if (searches.size() > mostNumbers) {
-        host.output.note(u"more than %1 numbers are called so; calls of the others are left out"_s.arg(mostNumbers));
+        host.output.note(
+            u"more than %1 numbers and addresses are called so; calls of the others are left out"_s.arg(mostNumbers));
         searches.resize(mostNumbers);
     }
     return VXHasOtherParty(text, searches);

@@ -96,9 +96,9 @@ QString VXContactRecord::*textField(const QString &option)
 bool drop(VXContactRecord &contact, const QString &value)
 {
     qsizetype count = contact.groups.removeAll(value);
-    const QString search = VXPhoneNumberSearchString(value);
+    const QString search = VXPhoneNumberLookUpString(value);
     count += contact.numbers.removeIf([&](const Address &each) {
-        return each.value == value || (!search.isEmpty() && VXPhoneNumberSearchString(each.value) == search);
+        return each.value == value || (!search.isEmpty() && VXPhoneNumberLookUpString(each.value) == search);
     });
     const auto isMeant = [&](const PostalAddress &each) {
         return std::ranges::any_of(

@@ -184,15 +184,7 @@ int VXLookUpContact(VXHostContext &context)
     const QString text = context.options.operand(1);
     if (context.options.isSet(u"all"_s))
         return lookUpAll(context, text);
-    VXPhonebookManager &manager = VXPhonebookManager::sharedPhonebookManager();
-    VXManagedObjectPtr entry = manager.entryForPhonebookString(text); // which knows numbers alone
-    if (VXManagedObjectContext *const contacts = entry ? nullptr : manager.managedObjectContext()) {
-        QString name;
-        QString value;
-        unsigned type = 0;
-        if (VXPhonebookStringSplit(text, &name, &value, &type) && VXIsValidEmailAddress(value))
-            entry = VXContactLookup::best(VXContactLookup(*contacts).forEmailAddress(value, type, name));
-    }
+    const VXManagedObjectPtr entry = VXPhonebookManager::sharedPhonebookManager().entryForAddress(text);
     if (!entry) {
         context.output.answer(u"No contact has it.\n"_s, QJsonValue());
         QString name;

@@ -16,6 +16,7 @@
 #include "VXHostOutput.h"
 #include "VXInitializeInterface.h"
 #include "VXLog.h"
+#include "VXMetaDataState.h"
 #include "VXMetaDataSync.h"
 #include "VXOptionForm.h"
 #include "VXPersistentStore.h"
@@ -137,6 +138,7 @@ int runApplication(VXHostContext &context)
         status = runInEventLoop(context);
     }
     VXPersistentStore::closeAll(); // whoever copies a data file after the end of the program has all of it
+    VXMetaDataState::noteClosedStores();
     VXError error;
     if (!VXUserDefaults::standardUserDefaults().synchronize(&error) || !application.relaunchIfDue(&error))
         status = failWithReason(context, VXErrorText(error));

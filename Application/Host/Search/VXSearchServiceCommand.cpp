@@ -17,10 +17,10 @@ namespace {
 constexpr int usualIdleSeconds = 30; // a user types on
 constexpr int mostIdleSeconds = 24 * 60 * 60;
 
-// In the program with windows, where it is installed.
+// In the program with windows, where it is installed. Nobody else has a window for a search.
 void open(const QString &url)
 {
-    if (!VXDesktopProgram::open(url) && !url.isNull())
+    if (!VXDesktopProgram::open(url) && !VXFoundObject::uriForURL(QUrl(url)).isEmpty())
         VXStartBeside({u"open"_s, url});
 }
 

@@ -88,11 +88,10 @@ bool VXIsSearchUpdateDue()
 {
     if (VXMetaDataSync::isIgnored())
         return false;
-    if (isStoreWaiting() || VXMetaDataDebt::isAnyOfAll() || !VXMetaDataSettings::areAllPresent() ||
-        !VXAreMarkedStoresInPlace())
+    if (isStoreWaiting())
         return true;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting();
-    return !index || !index->isAllComplete(nullptr);
+    return !index || !VXMetaDataSync::isAllTakenIn(*index);
 }
 
 namespace {

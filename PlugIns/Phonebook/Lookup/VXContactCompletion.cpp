@@ -45,13 +45,17 @@ bool beginsOneOf(const QString &beginning, const QStringList &words)
     return std::ranges::any_of(words, [&](const QString &word) { return word.startsWith(beginning); });
 }
 
+// Found by such a word, a contact is offered with all it has.
+bool isOfPerson(Kind kind)
+{
+    return kind == Kind::Name || kind == Kind::Company || kind == Kind::Other;
+}
+
 bool isNamedSo(const VXManagedObject &person, const QString &word)
 {
-    return std::ranges::any_of(QStringList{u"firstName"_s, u"middleName"_s, u"lastName"_s, u"nickname"_s, u"company"_s},
-                               [&](const QString &key) {
-                                   return beginsOneOf(
-                                       word, VXContactWords::wordsOf(person.valueForKey(key).toString(), Kind::Name));
-                               });
+    return std::ranges::any_of(VXContactWords::keysOf(person), [beginning = word.toUtf8()](const QByteArray &key) {
+        return key.startsWith(beginning) && isOfPerson(VXContactWords::kindOf(key));
+    });
 }
 
 // "key" of the words that begin so, or that of a person's words. One comparison, so that it is one look into the index.
@@ -189,8 +193,12 @@ bool VXContactCompletion::walk(const QString &beginning, const QStringList &othe
 {
     const QList<Group> groups = groupsOf(beginning);
     auto group = groups.cbegin();
-    const auto addGroupsBefore = [&](const QByteArray &word) { // null: all that are left
-        for (; !isFull() && group != groups.cend() && (word.isNull() || group->first < word); ++group) {
+    // A member that is found by the group's name comes behind the group.
+    const auto addGroupsBefore = [&](const Match *match) { // null: all that are left
+        const bool isBehind = match != nullptr && match->kinds == QSet<Kind>{Kind::Other};
+        for (; !isFull() && group != groups.cend() &&
+               (match == nullptr || group->first < match->word || (isBehind && group->first == match->word));
+             ++group) {
             if (!addGroup(*group->group, error))
                 return false;
         }
@@ -212,12 +220,12 @@ bool VXContactCompletion::walk(const QString &beginning, const QStringList &othe
             ((_mask & VXPhonebookPropertyEmail) != 0 && !readOwned(u"VXEmailAddress"_s, persons, &emails, error)))
             return false;
         for (const Match &match : std::as_const(matches)) {
-            if (!addGroupsBefore(match.word))
+            if (!addGroupsBefore(&match))
                 return false;
             addMatch(match, beginning, others, numbers, emails);
         }
     }
-    return addGroupsBefore({});
+    return addGroupsBefore(nullptr);
 }
 
 bool VXContactCompletion::readPage(const QString &beginning, const QStringList &others, qsizetype offset,
@@ -279,12 +287,12 @@ bool VXContactCompletion::readOwned(const QString &entityName, const QList<VXMan
     return true;
 }
 
-// Found by its name or company, a contact is offered with all it has; found by a number or address alone, with that.
+// Found by a number or address alone, it is offered with that.
 void VXContactCompletion::addMatch(const Match &match, const QString &beginning, const QStringList &others,
                                    const Owned &numbers, const Owned &emails)
 {
     const bool isNamed =
-        match.kinds.contains(Kind::Name) || match.kinds.contains(Kind::Company) ||
+        std::ranges::any_of(match.kinds, isOfPerson) ||
         std::ranges::any_of(others, [&](const QString &word) { return isNamedSo(*match.person, word); });
     const auto addAll = [&](const Owned &owned, const QString &key, Kind kind) {
         QList<VXManagedObjectPtr> all = owned.value(match.person->objectID());

@@ -14,7 +14,8 @@ class VXManagedObjectContext;
 /**
  * Completes what is typed, from the index of words (VXContactWords): the rarest typed word leads there, in pages, and the contacts
  * found must have words that begin with the others too. Words that are whole come first, then by the alphabet; of equal ones those of
- * names before those of companies, addresses and numbers, and groups last. Used once.
+ * names before those of companies, addresses, numbers and all else, and groups last, but before members found by the group alone.
+ * Used once.
  */
 class VXContactCompletion
 {

@@ -8,9 +8,12 @@
 #include "VXDesktopOpener.h"
 #include "VXDesktopTesting.h"
 #include "VXExportSheetController.h"
+#include "VXFileLock.h"
 #include "VXFindWindow.h"
 #include "VXListPane.h"
 #include "VXManagedObjectContext.h"
+#include "VXMetaDataDebt.h"
+#include "VXMetaDataFolder.h"
 #include "VXNoticeBar.h"
 #include "VXPhonesSection.h"
 #include "VXPluginProxy.h"
@@ -124,15 +127,28 @@ TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
     VXMainWindow window;
     window.show();
     window.showSection(u"calls"_s);
-    window.findEverywhere();
+    VXDesktopOpener(window).open({VXFoundObject::searchURL(u"Nobody & none"_s).toString(QUrl::FullyEncoded)});
     auto *const finder = window.findChild<VXFindWindow *>();
     ASSERT_NE(finder, nullptr);
     EXPECT_EQ(namelessOn(*finder, u"find"_s), QStringList());
     const QListView &list = *finder->findChild<VXListPane *>()->list();
+    EXPECT_EQ(finder->findChild<QLineEdit *>()->text(), u"Nobody & none"_s);
     finder->find(u"nobody"_s);
     finder->find(u"jane"_s); // the answer to the first comes too late to be shown
     EXPECT_TRUE(VXRunUntil([&] { return list.model()->rowCount() == 2; }));
     EXPECT_TRUE(list.model()->index(0, 0).data(Qt::AccessibleTextRole).toString().contains(u"Jane Doe"_s));
+    const QString sync = u"com.halvern.VNX2.plugin.phonebook"_s;
+    auto turn = std::make_unique<VXFileLock>(VXMetaDataFolder(sync).lockPath(), std::chrono::seconds(5));
+    VXMetaDataDebt(sync).mark({1}); // by another process, which ended
+    const auto saysThatItLacks = [finder] {
+        return std::ranges::any_of(finder->findChildren<QLabel *>(), [](const QLabel *label) {
+            return label->isVisible() && label->text().startsWith(u"Some may not"_s);
+        });
+    };
+    finder->find(u"jane"_s);
+    EXPECT_TRUE(VXRunUntil(saysThatItLacks));
+    turn.reset();
+    EXPECT_TRUE(VXRunUntil([&] { return !saysThatItLacks() && !VXMetaDataDebt::isAnyOfAll(); }));
     QSignalSpy chosen(finder, &VXFindWindow::chosen);
     Q_EMIT finder->findChild<VXListPane *>()->activated(0);
     EXPECT_EQ(chosen.value(0).value(0).toUrl(), VXFoundObject::uriForURL(contact));

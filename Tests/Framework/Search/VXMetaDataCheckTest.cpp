@@ -3,6 +3,7 @@
 #include "VXSQLiteConnection.h"
 
 #include <QtCore/QMap>
+#include <QtCore/QProcess>
 
 using namespace Qt::StringLiterals;
 using testing::IsEmpty;
@@ -57,13 +58,36 @@ TEST_F(VXMetaDataCheckTest, AnIndexThatSaysAnotherThingIsMadeAnew)
         return found.size() == 1 && found.first().title != "Joe"_L1;
     };
     for (const QString &change : {u"UPDATE entry SET title = 'Joe'"_s, u"UPDATE entry SET date = 1"_s,
-                                  u"UPDATE entry SET numbers = NULL"_s, u"UPDATE entry SET hidden = 1"_s,
-                                  u"DELETE FROM number"_s, u"INSERT INTO number SELECT '7', id FROM entry"_s}) {
+                                  u"UPDATE entry SET addresses = NULL"_s, u"UPDATE entry SET hidden = 1"_s,
+                                  u"DELETE FROM address"_s, u"INSERT INTO address SELECT '7', id FROM entry"_s}) {
         EXPECT_TRUE(sync->checkMetaDataFiles(false)->isClean());
         spoil(change);
         EXPECT_FALSE(sync->checkMetaDataFiles(true)->isIndexWhole) << change.toStdString();
         EXPECT_TRUE(isFound()) << change.toStdString();
     }
+}
+
+TEST_F(VXMetaDataCheckTest, AnOlderCopyOfTheIndexIsSeen)
+{
+    add(u"Jane"_s);
+    pass();
+    const QString index = VXSearchIndex::path();
+    const QString copy = path(u"copy"_s);
+    ASSERT_TRUE(QFile::copy(index, copy));
+    add(u"Joe"_s);
+    pass();
+    const auto isAsLeft = [] { return VXMetaDataSync::isAllTakenIn(*VXSearchIndex::openExisting()); };
+    const auto settle = [] { EXPECT_TRUE(VXSearchIndex::openExisting()->settleAll({u"people"_s}, nullptr)); };
+    settle();
+    EXPECT_TRUE(isAsLeft());
+    QProcess::execute(u"cp"_s, {copy, index}); // the same file, with what it was
+    settle();
+    EXPECT_FALSE(isAsLeft());
+    EXPECT_TRUE(sync->isMirrorGone());
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2}));
+    EXPECT_EQ(find(u"j"_s).size(), 2);
+    EXPECT_TRUE(isAsLeft());
+    EXPECT_FALSE(sync->isMirrorGone());
 }
 
 TEST_F(VXMetaDataCheckTest, WhatAPassIsDueForIsNoFault)

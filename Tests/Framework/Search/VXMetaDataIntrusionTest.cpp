@@ -55,6 +55,20 @@ TEST_F(VXMetaDataIntrusionTest, AFolderWithTheNameOfAFileIsSomebodysOwn)
     }
 }
 
+TEST_F(VXMetaDataIntrusionTest, WhatLiesInThePlaceOfAllOfItMakesWay)
+{
+    const QString all = VXFileManager::defaultManager().pathToUserMetadataFolder();
+    const VXManagedObjectPtr jane = add(u"Jane"_s);
+    for (const QString &place : {all, QFileInfo(all).path()}) {
+        QDir(QFileInfo(all).path()).removeRecursively();
+        writeFile(QDir(path()).relativeFilePath(place), "mine");
+        EXPECT_EQ(pass(), (VXMetaDataCounts{.added = 1})) << place.toStdString();
+        EXPECT_EQ(find(u"jane"_s).size(), 1);
+        EXPECT_TRUE(QFile::exists(VXFileManager::defaultManager().pathToUserTrashFolder() + u'/' +
+                                  QFileInfo(place).fileName()));
+    }
+}
+
 TEST_F(VXMetaDataIntrusionTest, NothingStaysOfWhatIsNotSearchedAnyMore)
 {
     const auto items = [] {

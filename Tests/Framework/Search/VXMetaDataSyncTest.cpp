@@ -203,8 +203,10 @@ TEST_F(VXMetaDataSyncTest, MakesWhatIsMissingAndTrashesTheFormerFolder)
     setAge(fileOf(jane), 3600);
     EXPECT_EQ(pass().updated, 1);
     const QString all = VXFileManager::defaultManager().pathToUserMetadataFolder();
-    ASSERT_TRUE(QDir(all).removeRecursively());
-    writeFile(QDir(path()).relativeFilePath(all), "no folder");
+    for (const QString &place : {all, VXFileManager::defaultManager().pathToUserTrashFolder()}) { // where it cannot go
+        ASSERT_TRUE(QDir(place).removeRecursively());
+        writeFile(QDir(path()).relativeFilePath(place), "no folder");
+    }
     const VXLogRecorder log;
     EXPECT_EQ(pass(), VXMetaDataCounts());
     EXPECT_EQ(log.count("people: Unable to create metadata folder at "_L1 + folder()), 1);

@@ -33,7 +33,21 @@ TEST_F(VXContactCompletionTest, BeginningsOfAnyWordAreFound)
     set(group, {{u"name"_s, u"My Family"_s}, {u"members"_s, QVariantList{QVariant::fromValue(anna)}}});
     set(context.insertNewObject(u"VXGroup"_s), {{u"name"_s, u"My empty group"_s}}); // is nobody to write to
     addPerson(context, {{u"firstName"_s, u"Kim"_s}, {u"numbers"_s, QStringList{u"0047 22 123456"_s}}});
+    // As a search finds them.
+    const VXManagedObjectPtr korean = addPerson(context, {{u"firstName"_s, u"철수"_s},
+                                                          {u"lastName"_s, u"김"_s},
+                                                          {u"jobTitle"_s, u"Welder"_s},
+                                                          {u"numbers"_s, QStringList{u"201"_s}}});
+    const VXManagedObjectPtr town = context.insertNewObject(u"VXPostalAddress"_s);
+    set(town, {{u"city"_s, u"Straßburg"_s}, {u"person"_s, QVariant::fromValue(korean)}});
+    addPerson(context,
+              {{u"firstName"_s, u"太郎"_s}, {u"lastName"_s, u"田中"_s}, {u"numbers"_s, QStringList{u"202"_s}}});
+    addPerson(context,
+              {{u"firstName"_s, u"Søren"_s}, {u"lastName"_s, u"O’Neill"_s}, {u"numbers"_s, QStringList{u"203"_s}}});
     ASSERT_TRUE(context.save());
+    const QString kimChol = u"철수 김 <201>"_s;
+    const QString tanaka = u"太郎 田中 <202>"_s;
+    const QString oneill = u"Søren O’Neill <203>"_s;
     const QString mobile = u"Anne-Marie Müller <+49 171 5550123/m>"_s;
     const QString work = u"Anne-Marie Müller <030 901820/W>"_s;
     const QString email = u"Anne-Marie Müller <am.mueller@mail.example.org/H>"_s;
@@ -60,6 +74,15 @@ TEST_F(VXContactCompletionTest, BeginningsOfAnyWordAreFound)
         {u"nne"_s, {}},                          // not within a word
         {u"+47"_s, {u"Kim <0047 22 123456>"_s}}, // however it is written
         {u"0047"_s, {u"Kim <0047 22 123456>"_s}},
+        {u"김철수"_s, {kimChol}},
+        {u"welder"_s, {kimChol}},
+        {u"strassb"_s, {kimChol}},
+        {u"철수 201"_s, {kimChol}},
+        {u"田中太郎"_s, {tanaka}},
+        {u"中"_s, {tanaka}},
+        {u"oneill"_s, {oneill}},
+        {u"soren o'n"_s, {oneill}},
+        {u"annemar"_s, all},
         {u"жан"_s, {zed}},
         {u"zed"_s, {zed}},
         {u"mueller@mail"_s, {email}}, // what was typed is only in the address
@@ -70,8 +93,8 @@ TEST_F(VXContactCompletionTest, BeginningsOfAnyWordAreFound)
         {u"030"_s, {work}},
         {u"030"_s, {}, VXPhonebookPropertyEmail},
         {u"anne"_s, {email}, VXPhonebookPropertyEmail},
-        {u"fam"_s, {u"My Family { Anne-Marie Müller <+49 171 5550123/m> }"_s}},
-        {u"fam"_s, {}, VXPhonebookPropertyNumber},
+        {u"fam"_s, {u"My Family { Anne-Marie Müller <+49 171 5550123/m> }"_s}, VXPhonebookPropertyGroup},
+        {u"fam"_s, {mobile, work}, VXPhonebookPropertyNumber}, // of a member
         {u"  "_s, {}},
         {u"<"_s, {}},
     };
@@ -100,8 +123,32 @@ TEST_F(VXContactCompletionTest, TheBestAreChosenAmongMany)
     const QString group = u"%1 { Kim <kim@example.org>, Zoe <557> }"_s; // groups stand among the others
     EXPECT_THAT(complete(u"ja"_s, VXPhonebookPropertyAll, 2),
                 ElementsAreArray({u"Ja <555>"_s, group.arg(u"Jaaa club"_s)}));
-    EXPECT_EQ(complete(u"ja"_s, VXPhonebookPropertyAll, 100).size(), 7);
-    EXPECT_THAT(complete(u"jabb"_s), ElementsAreArray({group.arg(u"Club Jabber"_s)}));
+    EXPECT_EQ(complete(u"ja"_s, VXPhonebookPropertyAll, 100).size(), 10); // and the members'
+    EXPECT_THAT(complete(u"jabb"_s, VXPhonebookPropertyAll, 1), ElementsAreArray({group.arg(u"Club Jabber"_s)}));
+}
+
+TEST_F(VXContactCompletionTest, MembersAreFoundByWhatTheirGroupIsCalledNow)
+{
+    VXManagedObjectContext context(store);
+    const VXManagedObjectPtr person =
+        addPerson(context, {{u"firstName"_s, u"Jane"_s}, {u"numbers"_s, QStringList{u"555 0100"_s}}});
+    const VXManagedObjectPtr group = context.insertNewObject(u"VXGroup"_s);
+    set(group, {{u"name"_s, u"Choir"_s}, {u"members"_s, QVariantList{QVariant::fromValue(person)}}});
+    ASSERT_TRUE(context.save());
+    const QVariant date = person->valueForKey(u"changedDate"_s);
+    const QStringList jane{u"Jane <555 0100>"_s};
+    EXPECT_EQ(complete(u"choir"_s, VXPhonebookPropertyNumber), jane);
+    VXManagedObjectContext other(store); // which knows nothing but the group
+    other.existingObjectWithID(group->objectID())->setValueForKey(u"Chess club"_s, u"name"_s);
+    ASSERT_TRUE(other.save());
+    EXPECT_EQ(complete(u"choir"_s).size(), 0);
+    EXPECT_EQ(complete(u"chess"_s, VXPhonebookPropertyNumber), jane);
+    context.refreshObject(person, false);
+    EXPECT_EQ(person->valueForKey(u"changedDate"_s), date); // nothing of its own
+    context.refreshObject(group, false);
+    context.deleteObject(group);
+    ASSERT_TRUE(context.save());
+    EXPECT_EQ(complete(u"chess"_s).size(), 0);
 }
 
 TEST_F(VXContactCompletionTest, WordsFollowWhatChanges)

@@ -101,7 +101,9 @@ TEST_F(VXPhonebookRecordTest, CallsKnowWhoTheOtherPartyIs)
 {
     VXManagedObjectContext contacts(store);
     const VXManagedObjectPtr jane =
-        addPerson(contacts, {{u"firstName"_s, u"Jane"_s}, {u"numbers"_s, QStringList{u"555 0100"_s}}});
+        addPerson(contacts, {{u"firstName"_s, u"Jane"_s},
+                             {u"numbers"_s, QStringList{u"555 0100"_s, u"+49 30 9876543"_s}},
+                             {u"emails"_s, QStringList{u"jane@Mail.example"_s}}});
     VXManagedObjectContext context(calls);
     const VXManagedObjectPtr call = context.insertNewObject(u"VXCall"_s);
     const QVariant object = QVariant::fromValue(call);
@@ -109,6 +111,10 @@ TEST_F(VXPhonebookRecordTest, CallsKnowWhoTheOtherPartyIs)
     EXPECT_EQ(VXValueForKeyPath(object, u"contact.firstName"_s), u"Jane"_s);
     EXPECT_EQ(VXValueForKeyPath(object, u"contact.displayString"_s), u"Jane"_s);
     EXPECT_EQ(VXDisplayStringForContacts(u"555 0199, 5550100"_s), u"555 0199, Jane"_s);
+    const QString address = u"Janey <Jane@mail.example>"_s;
+    EXPECT_FALSE(phonebook().entryForPhonebookString(address)); // which knows numbers alone
+    EXPECT_EQ(VXDisplayStringForContacts(address + u", +49 (0)30 9876543, joe@mail.example"_s),
+              u"Jane, Jane, joe@mail.example"_s);
     VXPhonebookRecord::setTo(*call, u"555 0199"_s);
     EXPECT_FALSE(VXValueForKey(object, u"contact"_s).isValid());
 }
