@@ -17,7 +17,7 @@ QStringList identifiersOf(const QList<VXFoundObject> &found)
 {
     QStringList identifiers;
     for (const VXFoundObject &object : found)
-        identifiers.append(object.uri.toString());
+        identifiers.append(object.uri().toString());
     return identifiers;
 }
 
@@ -89,7 +89,7 @@ void VXRunnerAdaptor::Match(const QString &query, const QDBusMessage &call, QLis
         for (const VXFoundObject &object : _answers.find(query)) {
             const QString title = VXSearchAnswers::title(object);
             const bool isExact = title.compare(query.trimmed(), Qt::CaseInsensitive) == 0;
-            all.append({.id = object.uri.toString(),
+            all.append({.id = object.uri().toString(),
                         .text = title,
                         .icon = VXSearchAnswers::icon(object),
                         .type = isExact ? exactMatch : possibleMatch,
