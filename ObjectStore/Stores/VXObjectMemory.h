@@ -9,7 +9,10 @@
  */
 namespace VXObjectMemory {
 
-void *allocate(size_t size);
+/** Each has pages of its own: rows may stay in a store when the objects are long gone. */
+enum class Kind { Object, Row };
+
+void *allocate(Kind kind, size_t size);
 void release(void *memory);
 
 } // namespace VXObjectMemory

@@ -48,7 +48,10 @@ struct WithBlock
     WithBlock(const WithBlock<U> &other) : blockSize(other.blockSize)
     {
     }
-    T *allocate(size_t count) { return static_cast<T *>(VXObjectMemory::allocate(count * sizeof(T) + blockSize)); }
+    T *allocate(size_t count)
+    {
+        return static_cast<T *>(VXObjectMemory::allocate(VXObjectMemory::Kind::Row, count * sizeof(T) + blockSize));
+    }
     void deallocate(T *memory, size_t) { VXObjectMemory::release(memory); }
     template <class U>
     friend bool operator==(const WithBlock &, const WithBlock<U> &)
