@@ -27,6 +27,7 @@ VXEntityDescription::VXEntityDescription(const VXEntityDefinition &definition, c
         _attributes = superentity->_attributes;
         _relationships = superentity->_relationships;
         _byName = superentity->_byName;
+        _mandatoryProperties = superentity->_mandatoryProperties;
         _hasTransientProperties = superentity->_hasTransientProperties;
     }
     for (const VXAttributeDefinition &attribute : definition.attributes) {
@@ -57,6 +58,9 @@ void VXEntityDescription::add(const VXPropertyDescription &property)
     _properties.append(&property);
     _byName.insert(property.name(), &property);
     _hasTransientProperties = _hasTransientProperties || property.isTransient();
+    const VXRelationshipDescription *const relationship = property.asRelationship();
+    if (!property.isOptional() && !property.isTransient() && (relationship == nullptr || !relationship->isToMany()))
+        _mandatoryProperties.append(&property);
 }
 
 QList<const VXEntityDescription *> VXEntityDescription::family() const

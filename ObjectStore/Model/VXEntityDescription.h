@@ -42,6 +42,8 @@ public:
     const QList<const VXAttributeDescription *> &attributes() const { return _attributes; }
     const QList<const VXRelationshipDescription *> &relationships() const { return _relationships; }
     bool hasTransientProperties() const { return _hasTransientProperties; }
+    /** Those that are stored and may not be without a value; no to-many relationships. */
+    const QList<const VXPropertyDescription *> &mandatoryProperties() const { return _mandatoryProperties; }
     /** nullptr when the entity has none of that name. */
     const VXPropertyDescription *propertyForName(const QString &name) const;
     const VXAttributeDescription *attributeForName(const QString &name) const;
@@ -74,6 +76,7 @@ private:
     QList<const VXAttributeDescription *> _attributes;
     QList<const VXRelationshipDescription *> _relationships;
     QHash<QString, const VXPropertyDescription *> _byName;
+    QList<const VXPropertyDescription *> _mandatoryProperties;
     bool _hasTransientProperties = false;
     QHash<QString, QString> _fetchTemplates;
     QList<QList<const VXPropertyDescription *>> _indexes;

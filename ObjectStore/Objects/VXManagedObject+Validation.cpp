@@ -21,11 +21,8 @@ bool VXManagedObject::hasMandatoryValues(VXError *error) const
 {
     if (!_values) // as it was read
         return true;
-    for (const VXPropertyDescription *const each : entity().properties()) {
-        if (_values->hasValue(each->index()) || each->isOptional() || each->isTransient())
-            continue;
-        if (const VXRelationshipDescription *const relationship = each->asRelationship();
-            relationship != nullptr && relationship->isToMany())
+    for (const VXPropertyDescription *const each : entity().mandatoryProperties()) {
+        if (_values->hasValue(each->index()))
             continue;
         VXSetError(error, problemOf(*this, VXObjectStoreErrorCode::MissingMandatoryProperty, *each,
                                     u"\"%1\" of \"%2\" needs a value."_s.arg(each->name(), entity().name())));

@@ -91,7 +91,7 @@ bool isPacked(const VXPropertyDescription &property)
 
 void *VXManagedObject::operator new(size_t size)
 {
-    return VXObjectMemory::allocate(size);
+    return VXObjectMemory::allocate(VXObjectMemory::Kind::Object, size);
 }
 
 void VXManagedObject::operator delete(void *memory)

@@ -153,11 +153,15 @@ void VXManagedObjectContext::Save::removeDropped(Part &part)
         return;
     qsizetype kept = 0;
     for (qsizetype place = 0; place < changes.size(); ++place) {
-        if (placeOf(part, changes[place].objectID) != place)
+        VXManagedObject *const object = part.objects[size_t(place)];
+        if (placeOf(part, changes[place].objectID) != place) {
+            if (object != nullptr)
+                _unwritten.push_back(object);
             continue;
+        }
         if (kept != place) {
             changes[kept] = std::move(changes[place]);
-            part.objects[size_t(kept)] = part.objects[size_t(place)];
+            part.objects[size_t(kept)] = object;
         }
         ++kept;
     }

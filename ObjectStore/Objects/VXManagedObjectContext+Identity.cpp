@@ -55,7 +55,7 @@ bool VXManagedObjectContext::assignPermanentIDs(const QList<ObjectPtr> &objects,
 template <class Replacement>
 void VXManagedObjectContext::replaceReferences(VXManagedObject &object, const Replacement &replacement)
 {
-    if (!object._values)
+    if (!object._values || object._values->sharesTexts()) // then it leads where it does as stored, or nowhere
         return;
     for (const Relationship *const relationship : object.entity().relationships()) {
         if (relationship->isToMany())

@@ -192,12 +192,13 @@ bool VXManagedObjectContext::Save::addChange(VXManagedObject &object, VXStoreRow
 
 bool VXManagedObjectContext::Save::addUpdated(VXManagedObject &object, VXError *error)
 {
-    if (!object._values)
-        return true;
     // Mostly the same as of the object before: then they share the list.
-    if (!VXAreChangedProperties(_changed, object.entity(), *object._row, *object._values))
+    if (object._values && !VXAreChangedProperties(_changed, object.entity(), *object._row, *object._values))
         _changed = VXChangedProperties(object.entity(), *object._row, *object._values);
-    return _changed.isEmpty() || addChange(object, rowOf(object), _changed, error);
+    if (object._values && !_changed.isEmpty())
+        return addChange(object, rowOf(object), _changed, error);
+    _unwritten.push_back(&object);
+    return true;
 }
 
 bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXError *error)
@@ -263,6 +264,7 @@ void VXManagedObjectContext::Save::undo()
     for (QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted})
         objects->removeIf([&](const ObjectPtr &object) { return isUnsaved(object->objectID().store()); });
     std::erase_if(_yielding, [&](const Yielding &each) { return isUnsaved(each.object->objectID().store()); });
+    std::erase_if(_unwritten, [&](const VXManagedObject *object) { return isUnsaved(object->objectID().store()); });
     for (QSet<ObjectID> *const objectIDs : {&_gone, &_refreshed})
         objectIDs->removeIf([&](const ObjectID &objectID) { return isUnsaved(objectID.store()); });
     QHash<ObjectID, ObjectID> before;
@@ -282,27 +284,12 @@ void VXManagedObjectContext::Save::finish()
 {
     _context.registerAgain(_renamed);
     forgetGone();
-    const bool isWhole = _saved.isEmpty() && _taken == _context._stateCount; // no change is left
-    if (isWhole) {
+    _isWhole = _saved.isEmpty() && _taken == _context._stateCount;
+    if (_isWhole) {
         for (VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
             changed->clear();
         _context._assignedStores.clear();
         _context._deleteEffects.clear();
-    }
-    for (const QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted}) {
-        for (const ObjectPtr &object : *objects) {
-            if (VXChangedObjects *const changed = _context.objectsInState(object->_state);
-                changed != nullptr && !isWhole) {
-                changed->remove(*object);
-                _context._assignedStores.remove(object.get());
-            }
-            object->_state = State::Unchanged;
-            object->_isInsertionKnown = false;
-            if (!object->_relatedSets)
-                continue;
-            for (VXRelatedSet &set : *object->_relatedSets)
-                set.commit();
-        }
     }
     takeOverRows();
     refreshOthers();
@@ -320,28 +307,54 @@ void VXManagedObjectContext::Save::announce(const VXNotificationName &name) cons
             {{VXInsertedObjectsKey, _inserted}, {VXUpdatedObjectsKey, _updated}, {VXDeletedObjectsKey, _deleted}});
 }
 
+void VXManagedObjectContext::Save::markSaved(VXManagedObject &object)
+{
+    if (VXChangedObjects *const changed = _context.objectsInState(object._state); changed != nullptr && !_isWhole) {
+        changed->remove(object);
+        _context._assignedStores.remove(&object);
+    }
+    object._state = State::Unchanged;
+    object._isInsertionKnown = false;
+    if (!object._relatedSets)
+        return;
+    for (VXRelatedSet &set : *object._relatedSets)
+        set.commit();
+}
+
+// One that was written with other values than the object has, as a merge brings them.
+void VXManagedObjectContext::Save::takeOver(VXManagedObject &object, const VXStoreRow::Ptr &row)
+{
+    const VXStoreRow::Ptr before = object._values ? VXStoreRow::Ptr(std::move(object._values)) : object._row;
+    object.setStoredRow(row);
+    _context.moveInRelated(object, before.get(), row.get());
+    if (!VXHasTransientValues(object.entity(), *before))
+        return;
+    object._values = row->copy(row->version() + 1);
+    VXCopyTransientValues(object.entity(), *before, *object._values);
+}
+
+// All that is to be done with an object and its change is done while they are at hand: there may be many.
 void VXManagedObjectContext::Save::takeOverRows()
 {
-    const auto takeOver = [this](VXManagedObject &object, const VXStoreRow::Ptr &row) {
-        if (object._values == row) { // as most
-            object.setStoredRow(std::move(object._values));
-            return;
-        }
-        const VXStoreRow::Ptr before = object._values ? VXStoreRow::Ptr(std::move(object._values)) : object._row;
-        object.setStoredRow(row);
-        _context.moveInRelated(object, before.get(), row.get()); // a merge may have brought other values
-        if (!VXHasTransientValues(object.entity(), *before))
-            return;
-        object._values = row->copy(row->version() + 1);
-        VXCopyTransientValues(object.entity(), *before, *object._values);
-    };
+    std::vector<std::pair<VXManagedObject *, VXStoreRow::Ptr>>
+        others; // once all are marked: sets of related ones follow
     for (Part &part : _parts) {
-        for (size_t place = 0; place < part.objects.size(); ++place) {
-            const VXStoreRow::Ptr row = std::move(part.request.changes[qsizetype(place)].row);
-            if (row && part.objects[place] != nullptr)
-                takeOver(*part.objects[place], row);
+        auto change = part.request.changes.begin();
+        for (VXManagedObject *const object : part.objects) {
+            const VXRowChange written = std::move(*change++);
+            if (object == nullptr)
+                continue;
+            markSaved(*object);
+            if (written.row && object->_values == written.row)
+                object->setStoredRow(std::move(object->_values));
+            else if (written.row)
+                others.emplace_back(object, written.row);
         }
     }
+    for (VXManagedObject *const object : _unwritten)
+        markSaved(*object);
+    for (const auto &[object, row] : others)
+        takeOver(*object, row);
     QSet<const VXManagedObject *> stay;
     QSet<const VXManagedObject *> gone;
     for (const Yielding &each : _yielding) {

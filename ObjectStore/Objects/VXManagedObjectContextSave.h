@@ -62,7 +62,7 @@ private:
     static qsizetype placeOf(const Part &part, const ObjectID &objectID);
     static qsizetype append(Part &part, const ObjectID &objectID, const VXStoreRow::Ptr &stored);
     static void drop(Part &part, const ObjectID &objectID);
-    static void removeDropped(Part &part);
+    void removeDropped(Part &part);
     VXError conflictError(const QList<VXRowConflict> &conflicts) const;
     QVariantMap descriptionOf(const VXRowConflict &conflict) const;
 
@@ -92,6 +92,8 @@ private:
     void forgetGone();
     void announce(const VXNotificationName &name) const;
     void takeOverRows();
+    void takeOver(VXManagedObject &object, const VXStoreRow::Ptr &row);
+    void markSaved(VXManagedObject &object);
     static QList<ObjectPtr> takeOut(const QSet<const VXManagedObject *> &objects, QList<ObjectPtr> &list);
     void refreshOthers();
     void callDidSave() const;
@@ -104,10 +106,12 @@ private:
     QList<Renamed> _renamed; // objects that were given permanent IDs
     QList<int> _changed;     // properties of the last object updated
     std::vector<Part> _parts;
+    std::vector<VXManagedObject *> _unwritten; // that a part has no change of, or no more
     std::vector<Yielding> _yielding;
     std::vector<Contested> _contested;
     QSet<ObjectID> _gone;                    // which somebody else deleted, or a delete rule of the save
     QSet<ObjectID> _refreshed;               // which are other in the store than the context has them
     QSet<const VXManagedObject *> _restored; // of those yielding, whose deletion is undone
     QSet<const VXStoreIdentity *> _saved;    // of a save that failed
+    bool _isWhole = false;                   // no change of the context is left
 };

@@ -10,9 +10,9 @@ bool isStored(const VXPropertyDescription &property)
     return !property.isTransient() && (relationship == nullptr || !relationship->isToMany());
 }
 
-bool isChanged(const VXPropertyDescription &property, const VXStoreRow &before, const VXStoreRow &after)
+bool isChanged(int index, const VXEntityDescription &entity, const VXStoreRow &before, const VXStoreRow &after)
 {
-    return !before.isSame(property.index(), after) && isStored(property);
+    return !before.isSame(index, after) && isStored(*entity.properties()[index]);
 }
 
 } // namespace
@@ -20,9 +20,9 @@ bool isChanged(const VXPropertyDescription &property, const VXStoreRow &before, 
 QList<int> VXChangedProperties(const VXEntityDescription &entity, const VXStoreRow &before, const VXStoreRow &after)
 {
     QList<int> changed;
-    for (const VXPropertyDescription *const property : entity.properties()) {
-        if (isChanged(*property, before, after))
-            changed.append(property->index());
+    for (int index = 0; index < before.propertyCount(); ++index) {
+        if (isChanged(index, entity, before, after))
+            changed.append(index);
     }
     return changed;
 }
@@ -31,8 +31,8 @@ bool VXAreChangedProperties(const QList<int> &properties, const VXEntityDescript
                             const VXStoreRow &after)
 {
     auto next = properties.cbegin();
-    for (const VXPropertyDescription *const property : entity.properties()) {
-        if (isChanged(*property, before, after) && (next == properties.cend() || *next++ != property->index()))
+    for (int index = 0; index < before.propertyCount(); ++index) {
+        if (isChanged(index, entity, before, after) && (next == properties.cend() || *next++ != index))
             return false;
     }
     return next == properties.cend();

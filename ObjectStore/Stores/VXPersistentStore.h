@@ -81,6 +81,9 @@ struct VXRowChange
     QList<int> changedProperties = {};
     /** Save it whatever the store holds by now; else a row of another version than `base` is a conflict. */
     bool overwrites = false;
+
+    /** Whether all values are written, whatever the store has; of a change that is no deletion. */
+    bool isWhole() const { return !base || overwrites; }
 };
 
 struct VXSaveRequest

@@ -46,9 +46,10 @@ std::optional<VXManagedObjectID> strangerIn(const VXRowChange &change)
     if (!change.row)
         return std::nullopt;
     for (const VXRelationshipDescription *const relationship : change.objectID.entity().relationships()) {
+        if (!change.isWhole() && !change.changedProperties.contains(relationship->index()))
+            continue; // as it is stored
         const VXManagedObjectID *const target = change.row->target(relationship->index());
-        const bool isStored = target != nullptr && change.base && change.base->target(relationship->index()) == target;
-        if (target != nullptr && !isStored && target->store() != change.objectID.store())
+        if (target != nullptr && target->store() != change.objectID.store())
             return *target;
     }
     return std::nullopt;

@@ -91,6 +91,7 @@ public:
     {
         const qsizetype conflictCount = _conflicts->size();
         VXSaveReferences concerned;
+        bool hasDeletions = false;
         for (Changes rest(request.changes.data(), size_t(request.changes.size())); !rest.empty();) {
             const Changes changes = firstOf(rest);
             const VXRowChange &change = changes.front();
@@ -98,6 +99,7 @@ public:
                 return false;
             for (const VXRowChange &each : changes)
                 concerned.add(each);
+            hasDeletions = hasDeletions || !change.row;
             rest = rest.subspan(changes.size());
         }
         concerned.complete(request);
@@ -107,10 +109,8 @@ public:
         }
         if (!_store.findDenied(request, concerned, _conflicts, _error))
             return false;
-        for (const VXRowChange &change : request.changes) { // last, and with all links
-            if (!change.row && !remove(change))
-                return false;
-        }
+        if (hasDeletions && !removeAll(request.changes)) // last, and with all links
+            return false;
         if (_conflicts->size() > conflictCount ||
             !_store.findReferenceConflicts(request, concerned, _conflicts, _error) ||
             _conflicts->size() > conflictCount)
@@ -123,6 +123,7 @@ private:
 
     bool insert(const Changes &changes);
     bool update(const VXRowChange &change);
+    bool removeAll(const QList<VXRowChange> &changes);
     bool remove(const VXRowChange &change);
     bool removeLinks(const VXManagedObjectID &objectID);
     bool link(const VXLinkChange &change);
@@ -222,6 +223,12 @@ bool VXSQLiteStore::Saver::update(const VXRowChange &change)
     if (_connection.changes() > 0)
         return true;
     return change.overwrites ? insert(Changes(&change, 1)) : noteConflict(change.objectID);
+}
+
+bool VXSQLiteStore::Saver::removeAll(const QList<VXRowChange> &changes)
+{
+    return std::all_of(changes.cbegin(), changes.cend(),
+                       [this](const VXRowChange &change) { return change.row || remove(change); });
 }
 
 bool VXSQLiteStore::Saver::remove(const VXRowChange &change)

@@ -1,15 +1,5 @@
 #include "VXSaveReferences.h"
 
-namespace {
-
-// Then the row is written whole, whatever the store held.
-bool isWhole(const VXRowChange &change)
-{
-    return !change.base || change.overwrites;
-}
-
-} // namespace
-
 bool VXMustLeadSomewhere(const VXRelationshipDescription &relationship)
 {
     if (relationship.isTransient() || relationship.inverse() == nullptr)
@@ -65,7 +55,7 @@ void VXSaveReferences::removeWritten(const QList<VXRowChange> &changes)
             last = entity;
             isConcerned = roots.contains(&entity->rootEntity());
         }
-        if (isConcerned && change.row && isWhole(change))
+        if (isConcerned && change.row && change.isWhole())
             _targets.remove(change.objectID);
     }
 }
@@ -91,12 +81,13 @@ void VXSaveReferences::addTargets(const VXRowChange &change)
     const bool isNew = !change.base && !change.overwrites; // nothing that was there before leads to it
     for (const VXRelationshipDescription *const pair : std::as_const(_pairs)) {
         if (isNew ? change.row->target(pair->index()) != nullptr
-                  : isWhole(change) || change.changedProperties.contains(pair->index()))
+                  : change.isWhole() || change.changedProperties.contains(pair->index()))
             _paired[pair].append(change.objectID);
     }
     for (const int index : std::as_const(_toOne)) {
-        const VXManagedObjectID *const target = change.row->target(index);
-        if (target != nullptr && (isWhole(change) || change.changedProperties.contains(index)))
+        if (!change.isWhole() && !change.changedProperties.contains(index))
+            continue;
+        if (const VXManagedObjectID *const target = change.row->target(index); target != nullptr)
             _targets.insert(*target);
     }
 }

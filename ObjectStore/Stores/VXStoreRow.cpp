@@ -1,5 +1,6 @@
 #include "VXStoreRow.h"
 
+#include "VXObjectMemory.h"
 #include "VXValueIdentity.h"
 
 #include <QtCore/QDateTime>
@@ -47,8 +48,11 @@ struct WithBlock
     WithBlock(const WithBlock<U> &other) : blockSize(other.blockSize)
     {
     }
-    T *allocate(size_t count) { return static_cast<T *>(allocated(count * sizeof(T) + blockSize)); }
-    void deallocate(T *memory, size_t) { std::free(memory); }
+    T *allocate(size_t count)
+    {
+        return static_cast<T *>(VXObjectMemory::allocate(VXObjectMemory::Kind::Row, count * sizeof(T) + blockSize));
+    }
+    void deallocate(T *memory, size_t) { VXObjectMemory::release(memory); }
     template <class U>
     friend bool operator==(const WithBlock &, const WithBlock<U> &)
     {

@@ -70,7 +70,10 @@ public:
     std::optional<qint64> number(int index) const;
     std::optional<double> real(int index) const;
 
-    bool isSame(int index, const VXStoreRow &other) const { return isSame(index, other, index); }
+    bool isSame(int index, const VXStoreRow &other) const
+    {
+        return isSameCell(index, other) || isSame(index, other, index);
+    }
     bool isSame(int index, const VXStoreRow &other, int otherIndex) const;
     bool isSame(int index, const QVariant &value) const;
 
@@ -91,6 +94,8 @@ public:
     void shrink();
     /** Of texts and data of its own, and of the cells. */
     qsizetype allocatedBytes() const { return _capacity; }
+    /** Whether texts, data and what it leads to are those of the row that it was copied from to be changed, or none. */
+    bool sharesTexts() const { return _texts != _block; }
 
 private:
     friend class VXStoreRowBatch;
@@ -132,10 +137,15 @@ private:
         now = kind;
         return at;
     }
+    /** Of one value, by the bits of the cells, as mostly in a row and its copy; others may be of one value as well. */
+    bool isSameCell(int index, const VXStoreRow &other) const
+    {
+        const Kind own = kind(index);
+        return own == other.kind(index) && (own == Kind::None || (cell(index).number == other.cell(index).number &&
+                                                                  (own < Kind::Text || _texts == other._texts)));
+    }
     void setOther(int index, const QVariant &value);
     void setBytes(int index, Kind kind, const void *bytes, size_t size);
-    /** Those of another row. */
-    bool sharesTexts() const { return _texts != _block; }
     bool isPacked(int index) const { return kind(index) >= Kind::Text && kind(index) <= Kind::Target; }
     /** What the values need, but for those of one property; -1: of none. */
     size_t liveBytes(int exceptFor) const;

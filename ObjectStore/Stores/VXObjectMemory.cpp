@@ -2,6 +2,7 @@
 
 #include "VXPageMemory.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <new>
@@ -70,11 +71,11 @@ struct OpenPage
     Page *page = nullptr;
 };
 
-thread_local OpenPage open;
+thread_local std::array<OpenPage, 2> openPages; // by kind
 
 } // namespace
 
-void *VXObjectMemory::allocate(size_t size)
+void *VXObjectMemory::allocate(Kind kind, size_t size)
 {
     if (size > largestShared) {
         Page *const own = Page::make(Page::sizeFor(size));
@@ -82,6 +83,7 @@ void *VXObjectMemory::allocate(size_t size)
         own->close();
         return memory;
     }
+    OpenPage &open = openPages.at(size_t(kind));
     void *memory = open.page == nullptr ? nullptr : open.page->allocate(size);
     if (memory == nullptr) {
         open.replace(Page::make(VXPageMemory::pageSize));
