@@ -9,10 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 
-using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::SizeIs;
+using testing::ElementsAre, testing::HasSubstr, testing::SizeIs;
 
 class VXDataPluginTest : public VXDataPluginHomeTest
 {
