@@ -13,9 +13,7 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
+using testing::ElementsAre, testing::IsEmpty, testing::SizeIs;
 
 class VXEventManagerTest : public VXEventTest
 {

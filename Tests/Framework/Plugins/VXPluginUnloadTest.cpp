@@ -1,10 +1,7 @@
 #include "VXPluginManagerTesting.h"
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
-using testing::UnorderedElementsAre;
+using testing::ElementsAre, testing::IsEmpty, testing::SizeIs, testing::UnorderedElementsAre;
 
 // Disabling plugins, and quitting.
 class VXPluginUnloadTest : public VXPluginManagerHomeTest
