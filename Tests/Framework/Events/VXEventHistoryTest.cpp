@@ -148,9 +148,11 @@ TEST_F(VXEventHistoryTest, ProcessesWriteAtOnceWhileFilesStartAnew)
 TEST_F(VXEventHistoryTest, SaysWhatKeepsItFromWriting)
 {
     writeFile(u"history"_s, "a file in the way");
-    VXEventRecord lost = record(u"lost"_s);
-    VXError error;
-    EXPECT_FALSE(VXEventHistory(folder).append(lost, &error));
-    EXPECT_FALSE(error.localizedDescription().isEmpty());
+    for (const QString &place : {folder, folder + "/inside"_L1}) {
+        VXEventRecord lost = record(u"lost"_s);
+        VXError error;
+        EXPECT_FALSE(VXEventHistory(place).append(lost, &error));
+        EXPECT_FALSE(error.localizedDescription().isEmpty());
+    }
     EXPECT_EQ(readFile(folder), "a file in the way");
 }
