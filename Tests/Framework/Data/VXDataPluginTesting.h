@@ -24,9 +24,11 @@ protected:
         return model;
     }
 
-    /** Writes the plugin "org.example.STORE" with the model of a store of notes. */
+    static constexpr const char *noteSource = "entity Note { attribute text: string = \"new\"; }";
+
+    /** Writes the plugin "org.example.STORE" with that model of its store. */
     void writePlugin(const QString &store, const QString &type = u"sqlite"_s, QVariantMap info = {},
-                     const QString &identifier = {}) const
+                     const QString &identifier = {}, const QByteArray &source = noteSource) const
     {
         info.insert(u"VXDataStoreName"_s, store);
         info.insert(u"VXDataStoreType"_s, type);
@@ -38,9 +40,8 @@ protected:
                                       .info = info,
                                       .code = u"StorePlugin.so"_s};
         const QString bundle = fixture.write(shared());
-        ASSERT_TRUE(notes()->writeToFile(bundle + u"/Contents/Resources/%1.mom"_s.arg(store)));
+        ASSERT_TRUE(modelOf(source)->writeToFile(bundle + u"/Contents/Resources/%1.mom"_s.arg(store)));
     }
-    static VXManagedObjectModel::Ptr notes() { return modelOf("entity Note { attribute text: string = \"new\"; }"); }
 
     static QString data(const QString &name = {}) { return VXDataManager::sharedDataFolderPath() + u'/' + name; }
     static QString waiting(const QString &name) { return VXDataManager::sharedDataInstallPath() + u'/' + name; }
@@ -50,7 +51,7 @@ protected:
                     const QString &owner = u"org.example.notes"_s, const QString &type = u"sqlite"_s) const
     {
         ASSERT_TRUE(QDir().mkpath(folder));
-        ASSERT_TRUE(notes()->writeToFile(folder + u"/notes.mom"_s));
+        ASSERT_TRUE(modelOf(noteSource)->writeToFile(folder + u"/notes.mom"_s));
         const auto store =
             VXCoreDataStore::storeClass().makeStore(folder, u"notes."_s + type)->persistentStoreCoordinator();
         ASSERT_TRUE(store);

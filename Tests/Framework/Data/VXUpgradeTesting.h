@@ -37,9 +37,7 @@ protected:
     {
         if (!migration.isNull())
             info.insert(u"FixtureMigration"_s, migration);
-        writePlugin(u"notes"_s, u"sqlite"_s, info);
-        ASSERT_TRUE(
-            modelOf(source)->writeToFile(shared() + u"/org.example.notes.vxplugin/Contents/Resources/notes.mom"_s));
+        writePlugin(u"notes"_s, u"sqlite"_s, info, {}, source);
     }
 
     /** A store of the old model with some notes; null values are left out. */
