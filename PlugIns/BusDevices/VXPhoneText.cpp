@@ -3,8 +3,6 @@
 #include "VXBusText.h"
 #include "VXPhonebookString.h"
 
-#include <QtCore/QRegularExpression>
-
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -16,14 +14,6 @@ void VXInsertParty(QVariantMap &record, bool isIncoming, const QString &number)
         return;
     record.insert(u"number"_s, number);
     record.insert(isIncoming ? u"from"_s : u"to"_s, number);
-}
-
-QString VXDialableNumber(const QString &number)
-{
-    static const QRegularExpression writing(u"[ \u00a0().\\-/]"_s);
-    static const QRegularExpression dialable(u"\\A\\+?[0-9*#]{1,40}\\z"_s);
-    const QString bare = QString(number).remove(writing);
-    return dialable.match(bare).hasMatch() ? bare : QString();
 }
 
 QString VXNumberToDial(const QVariant &object, VXError *error)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXDialableNumber.h"
 #include "VXError.h"
 
 #include <QtCore/QString>
@@ -7,9 +8,6 @@
 
 /** Notes in a record which way it went and with whom. An empty number is left out. */
 void VXInsertParty(QVariantMap &record, bool isIncoming, const QString &number);
-
-/** The number without the spaces, dots and brackets that people write; null when it is none that can be dialled. */
-QString VXDialableNumber(const QString &number);
 
 /** What the object of "dial" names: a number, or a dictionary with a `number`. Null, with an error, when nothing can dial it. */
 QString VXNumberToDial(const QVariant &object, VXError *error);

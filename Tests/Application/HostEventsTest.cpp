@@ -2,6 +2,7 @@
 #include "VXJSON.h"
 #include "VXPluginFixtures.h"
 #include "VXTesting.h"
+#include "VXTestSQL.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QDirIterator>
@@ -10,7 +11,6 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
-#include <sqlite3.h>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -48,17 +48,6 @@ protected:
     static QJsonValue json(const VXWords &arguments, const VXWords &more = {})
     {
         return run(VXWords{"--json"} + arguments, more).json();
-    }
-    static int count(const QString &file, const char *query)
-    {
-        sqlite3 *database = nullptr;
-        sqlite3_stmt *statement = nullptr;
-        sqlite3_open(file.toUtf8().constData(), &database);
-        sqlite3_prepare_v2(database, query, -1, &statement, nullptr);
-        const int count = sqlite3_step(statement) == SQLITE_ROW ? sqlite3_column_int(statement, 0) : -1;
-        sqlite3_finalize(statement);
-        sqlite3_close(database);
-        return count;
     }
 };
 
@@ -338,7 +327,7 @@ TEST_F(HostEventsTest, ProcessesPostAtOnceIntoTheSameStores)
     }
     EXPECT_EQ(identifiers.size(), 10);
     const QString calls = path(u".local/share/Vornix 2/Data/calls.vxdatastore/calls.sqlite"_s);
-    EXPECT_EQ(count(calls, "SELECT count(*) FROM VX_VXCall"), 10);
+    EXPECT_EQ(VXRunSQL(calls, "SELECT count(*) FROM VX_VXCall"), QStringList{u"10"_s});
     QList<QByteArray> written = readFile(lines).trimmed().split('\n');
     EXPECT_EQ(written.takeFirst(), "call_id\r");
     EXPECT_EQ(QSet<QByteArray>(written.cbegin(), written.cend()).size(), 10);

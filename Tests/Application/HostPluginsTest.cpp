@@ -304,32 +304,21 @@ TEST_F(HostPluginsTest, WhoInterruptsAPluginThatLoadsIsToldAndNoCrash)
 
 TEST_F(HostPluginsTest, WhatAPluginDoesAtTheEndTakesNothingFromTheCommand)
 {
-    const std::tuple<QVariantMap, int, bool, std::string> rows[] = {
-        {{{u"FixtureDoes"_s, QVariantMap{{u"pluginDidLoad"_s, u"exit"_s}}}},
-         1,
-         false,
-         "ended while the plugin org.bad was loading"},
-        {{{u"FixtureDoes"_s, QVariantMap{{u"pluginWillUnload"_s, u"exit"_s}}}},
-         0,
-         true,
-         "ended while the plugin org.bad was unloading"},
-        {{{u"FixtureDoes"_s, QVariantMap{{u"pluginShouldUnload"_s, u"exit"_s}}}},
-         0,
-         true,
-         "ended by the plugin org.bad, "},
-        {{{u"FixtureDoes"_s, QVariantMap{{u"pluginShouldUnload"_s, u"_exit"_s}}}},
-         0,
-         true,
-         "ended by the plugin org.bad, "},
-        {{{u"FixtureEndsIn"_s, u"pluginWillUnload"_s}},
-         128 + SIGABRT,
-         true,
-         "crashed while the plugin org.bad was unloading"},
+    const std::tuple<const char *, const char *, int, bool, const char *> rows[] = {
+        {"pluginDidLoad", "exit", 1, false, "ended while the plugin org.bad was loading"},
+        {"pluginWillUnload", "exit", 0, true, "ended while the plugin org.bad was unloading"},
+        {"pluginShouldUnload", "exit", 0, true, "ended by the plugin org.bad, "},
+        {"pluginShouldUnload", "_exit", 0, true, "ended by the plugin org.bad, "},
+        {"pluginWillUnload", nullptr, 128 + SIGABRT, true, "crashed while the plugin org.bad was unloading"},
     };
     int version = 2000; // none is blamed for what another did
-    for (const auto &[info, status, isDone, told] : rows) {
+    for (const auto &[point, ending, status, isDone, told] : rows) {
         writePlugins();
         enable(R"(["org.bad"])");
+        const QString where = QString::fromLatin1(point);
+        const QVariantMap does{{where, QString::fromLatin1(ending)}};
+        const QVariantMap info =
+            ending == nullptr ? QVariantMap{{u"FixtureEndsIn"_s, where}} : QVariantMap{{u"FixtureDoes"_s, does}};
         VXPluginFixture{.identifier = u"org.bad"_s, .version = QString::number(++version), .info = info}.write(shared);
         const HostOutcome outcome = runHostShell(u"\"$0\" plugins enable org.calls --json; exit $?"_s);
         EXPECT_EQ(outcome.status, status);

@@ -17,8 +17,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-using testing::HasSubstr;
-using testing::Not;
+using testing::HasSubstr, testing::Not;
 
 class HostStatusTest : public VXHomeTest
 {

@@ -1,6 +1,7 @@
 #include "HostProgram.h"
 #include "VXHostJSON.h"
 #include "VXTesting.h"
+#include "VXTestSQL.h"
 #include "VXUpgradeTesting.h"
 
 #include <QtCore/QCryptographicHash>
@@ -9,8 +10,6 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
-
-#include <sqlite3.h>
 
 #include <algorithm>
 
@@ -38,16 +37,9 @@ protected:
         const QString json = u"{\"from\": \"%1\", \"date\": \"2026-01-02T03:04:05Z\"}"_s.arg(QString::fromUtf8(from));
         EXPECT_EQ(run({"insert", "calls", "VXCall", json}).status, 0);
     }
-    static void change(const QString &database, const char *sql)
-    {
-        sqlite3 *opened = nullptr;
-        ASSERT_EQ(sqlite3_open(QFile::encodeName(database).constData(), &opened), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(opened, sql, nullptr, nullptr, nullptr), SQLITE_OK);
-        sqlite3_close(opened);
-    }
     static void makeOld(const QString &database) // nobody's, and so older than any
     {
-        change(database, "DELETE FROM Z_METADATA WHERE Z_KEY LIKE '$$%'");
+        VXRunSQL(database, "DELETE FROM Z_METADATA WHERE Z_KEY LIKE '$$%'");
     }
     static int callsIn(const QString &store)
     {
@@ -62,8 +54,8 @@ TEST_F(HostStoreTransferTest, WhatSavingTakesOutIsNotMissed)
 {
     EXPECT_EQ(runHost("phonebook add 'Jane Doe' --number '+1 555 0100'").status, 0);
     EXPECT_EQ(runHost("phonebook add 'Joe Hill' --number '+1 555 0199'").status, 0);
-    change(VXDataManager::sharedDataFolderPath() + "/phonebook.vxdatastore/phonebook.sqlite"_L1,
-           "UPDATE VX_VXPhoneNumber SET person = 999 WHERE Z_PK = 2");
+    VXRunSQL(VXDataManager::sharedDataFolderPath() + "/phonebook.vxdatastore/phonebook.sqlite"_L1,
+             "UPDATE VX_VXPhoneNumber SET person = 999 WHERE Z_PK = 2");
     const HostOutcome exported = run({"export", "phonebook", path(u"copy.vxdatastore"_s), "--validate"});
     EXPECT_EQ(exported.status, 0) << exported.errors;
     EXPECT_EQ(run({"list", path(u"copy.vxdatastore"_s), "VXPerson", "--count"}).output.trimmed(), "2");

@@ -11,8 +11,7 @@
 #include <QtCore/QUuid>
 
 using namespace Qt::StringLiterals;
-using testing::AllOf;
-using testing::HasSubstr;
+using testing::AllOf, testing::HasSubstr;
 
 namespace {
 

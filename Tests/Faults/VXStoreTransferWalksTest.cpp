@@ -58,12 +58,19 @@ protected:
             .value(VXStoreVersionKey)
             .toString();
     }
-    static VXFailureWalk walk()
+    /** From a present store with so many notes; what another start finds is its state. */
+    VXFailureWalk walkFrom(int count, const QString &migration = {}) const
     {
-        VXFailureWalk made;
-        made.usualRounds = 8; // each starts all plugins
-        return made;
+        VXFailureWalk walk;
+        walk.prepare = [this, count, migration] {
+            startAnew();
+            writePresentStore(count, migration);
+        };
+        walk.state = [this] { return contentsAfterStart(); };
+        walk.usualRounds = 8; // each starts all plugins
+        return walk;
     }
+    QVariant contentsOfExport() const { return QStringList{contentsOfStore(out), contentsOfStore(live)}; }
 
     const QString live = data(u"notes.vxdatastore"_s);
     const QString file = path(u"others.vxdatastore"_s);
@@ -81,7 +88,7 @@ protected:
 
 TEST_P(VXStoreCopyWalks, Upgrade)
 {
-    VXFailureWalk upgrade = walk();
+    VXFailureWalk upgrade = walkFrom(0);
     upgrade.prepare = [&] {
         startAnew();
         writeOldStore(live, 20);
@@ -102,16 +109,12 @@ TEST_P(VXStoreCopyWalks, Upgrade)
 
 TEST_P(VXStoreCopyWalks, ValidatedExport)
 {
-    VXFailureWalk exports = walk();
-    exports.prepare = [&] {
-        startAnew();
-        writePresentStore(20, migration());
-    };
+    VXFailureWalk exports = walkFrom(20, migration());
     exports.operation = [&] {
         manager().startup();
         return isOpen() && !notesPlugin().exportStoreTo(out, true) && isCopiedAsTold();
     };
-    exports.state = [&] { return QStringList{contentsOfStore(out), contentsOfStore(live)}; };
+    exports.state = [&] { return contentsOfExport(); };
     exports.mayRefuseWhatIsDone = true;
     exports.run();
 }
@@ -122,17 +125,12 @@ INSTANTIATE_TEST_SUITE_P(, VXStoreCopyWalks, testing::Values(false, true),
 TEST_F(VXStoreTransferWalks, Merge)
 {
     writeOldStore(file, 5);
-    VXFailureWalk merge = walk();
-    merge.prepare = [&] {
-        startAnew();
-        writePresentStore(3);
-    };
+    VXFailureWalk merge = walkFrom(3);
     merge.operation = [&] {
         manager().startup();
         user->answerAlert(VXAlertButton::Default);
         return isOpen() && notesPlugin().importStoreAtPath(file);
     };
-    merge.state = [&] { return contentsAfterStart(); };
     merge.isUnknown = [&] { return true; }; // a commit that the disk failed may come to light
     merge.run();
 }
@@ -140,18 +138,13 @@ TEST_F(VXStoreTransferWalks, Merge)
 TEST_F(VXStoreTransferWalks, Replace)
 {
     writeOldStore(file, 5, u"1.2"_s, u"org.example.notes"_s, newSource());
-    VXFailureWalk replace = walk();
-    replace.prepare = [&] {
-        startAnew();
-        writePresentStore(3);
-    };
+    VXFailureWalk replace = walkFrom(3);
     replace.operation = [&] {
         VXApplication::sharedApplication().setDidFinishLaunching(false);
         manager().startup();
         user->answerAlert(VXAlertButton::Other);
         return isOpen() && notesPlugin().importStoreAtPath(file);
     };
-    replace.state = [&] { return contentsAfterStart(); };
     replace.mayRefuseWhatIsDone = true; // it is there, and its folder could not be brought to the disk
     replace.run();
 }
@@ -159,11 +152,7 @@ TEST_F(VXStoreTransferWalks, Replace)
 TEST_F(VXStoreTransferWalks, TakeBack)
 {
     writeOldStore(file, 5, u"1.2"_s, u"org.example.notes"_s, newSource());
-    VXFailureWalk takeBack = walk();
-    takeBack.prepare = [&] {
-        startAnew();
-        writePresentStore(3);
-    };
+    VXFailureWalk takeBack = walkFrom(3);
     takeBack.operation = [&] {
         VXDataPlugin::holdBackStore(u"notes"_s);
         manager().startup();
@@ -172,23 +161,18 @@ TEST_F(VXStoreTransferWalks, TakeBack)
         EXPECT_TRUE(isDone || !QFileInfo::exists(live) || !QFileInfo::exists(notesPlugin().waitingPath()));
         return isDone;
     };
-    takeBack.state = [&] { return contentsAfterStart(); };
     takeBack.mayRefuseWhatIsDone = true; // what waits is put in place by the next start
     takeBack.run();
 }
 
 TEST_F(VXStoreTransferWalks, Export)
 {
-    VXFailureWalk exports = walk();
-    exports.prepare = [&] {
-        startAnew();
-        writePresentStore(20);
-    };
+    VXFailureWalk exports = walkFrom(20);
     exports.operation = [&] {
         manager().startup();
         return isOpen() && !notesPlugin().exportStoreTo(out, false);
     };
-    exports.state = [&] { return QStringList{contentsOfStore(out), contentsOfStore(live)}; };
+    exports.state = [&] { return contentsOfExport(); };
     exports.mayRefuseWhatIsDone = true;
     exports.run();
 }

@@ -51,10 +51,17 @@ protected:
         return texts;
     }
 
-    void startAnew() const
+    /** From a store "a" with so many items, or from none, to what another process finds in that of the name. */
+    VXFailureWalk walkFrom(int count, const QString &name = u"a"_s) const
     {
-        QDir(path(u"in"_s)).removeRecursively();
-        QDir(path()).mkpath(u"in"_s);
+        VXFailureWalk walk;
+        walk.prepare = [this, count] {
+            QDir(path(u"in"_s)).removeRecursively();
+            QDir(path()).mkpath(u"in"_s);
+            EXPECT_TRUE(count == 0 || addItems(*open(u"a"_s), count));
+        };
+        walk.state = [this, name] { return state(name); };
+        return walk;
     }
 
     static const VXEntityDescription *item(const VXPersistentStore &store)
@@ -70,26 +77,19 @@ INSTANTIATE_TEST_SUITE_P(Types, VXStoreWalks, testing::Values(VXStoreType::SQLit
 
 TEST_P(VXStoreWalks, MakeAStore)
 {
-    VXFailureWalk walk;
-    walk.prepare = [&] { startAnew(); };
+    VXFailureWalk walk = walkFrom(0);
     walk.operation = [&] { return open(u"a"_s) != nullptr; };
-    walk.state = [&] { return state(u"a"_s); };
     walk.mayRefuseWhatIsDone = true; // the store is there, and could not be opened
     walk.run();
 }
 
 TEST_P(VXStoreWalks, SaveToAStore)
 {
-    VXFailureWalk walk;
-    walk.prepare = [&] {
-        startAnew();
-        EXPECT_TRUE(addItems(*open(u"a"_s), 20));
-    };
+    VXFailureWalk walk = walkFrom(20);
     walk.operation = [&] {
         const auto store = open(u"a"_s);
         return store && addItems(*store, 30);
     };
-    walk.state = [&] { return state(u"a"_s); };
     walk.run();
 }
 
@@ -98,11 +98,7 @@ TEST_P(VXStoreWalks, SaveWithoutMemory)
 {
     if (GetParam() != VXStoreType::SQLite)
         GTEST_SKIP() << "no other library takes memory for it";
-    VXFailureWalk walk;
-    walk.prepare = [&] {
-        startAnew();
-        EXPECT_TRUE(addItems(*open(u"a"_s), 3));
-    };
+    VXFailureWalk walk = walkFrom(3);
     walk.operation = [&] {
         const auto store = open(u"a"_s);
         if (!store)
@@ -122,16 +118,11 @@ TEST_P(VXStoreWalks, SaveWithoutMemory)
 
 TEST_P(VXStoreWalks, CopyAStore)
 {
-    VXFailureWalk walk;
-    walk.prepare = [&] {
-        startAnew();
-        EXPECT_TRUE(addItems(*open(u"a"_s), 20));
-    };
+    VXFailureWalk walk = walkFrom(20, u"b"_s);
     walk.operation = [&] {
         const auto store = open(u"a"_s, {.isReadOnly = true});
         return store && store->copyTo(path(u"in/b"_s), nullptr);
     };
-    walk.state = [&] { return state(u"b"_s); };
     walk.run();
 }
 

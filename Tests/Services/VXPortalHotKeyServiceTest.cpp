@@ -4,33 +4,21 @@
 
 #include "ServicesTestsPaths.h"
 #include "VXKeyCombination.h"
-#include "VXTesting.h"
-#include "VXTestProcess.h"
+#include "VXPortalTest.h"
 
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusConnectionInterface>
-#include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusReply>
 
-#include <optional>
-
-using namespace Qt::StringLiterals;
-
-class VXPortalHotKeyServiceTest : public VXHomeTest
+class VXPortalHotKeyServiceTest : public VXPortalTest
 {
 protected:
-    const QString portalName = u"org.freedesktop.portal.Desktop"_s;
-    std::optional<VXTestBus> bus;
-    std::optional<VXTestProcess> portal;
+    const QString script = QStringLiteral(VORNIX_FAKE_PORTAL);
     std::unique_ptr<VXHotKeyService> service;
     QStringList news; // "pressed 1", "refused 1: reason", "problem"
 
     void SetUp() override
     {
-        bus.emplace(path(u"bus"_s));
-        ASSERT_FALSE(bus->address().isEmpty()) << "the package dbus is missing";
-        qputenv("DBUS_SESSION_BUS_ADDRESS", bus->address());
-        startPortal();
+        VXPortalTest::SetUp();
+        startPortal(script);
         service = VXMakeHotKeyService(VXHotKeyServiceKind::Portal);
         ASSERT_TRUE(service->problem().isNull()) << service->problem().toStdString();
         ASSERT_EQ(service->installListener(), VXHotKeyDone);
@@ -43,21 +31,6 @@ protected:
                          [note] { note(u"problem"_s); });
     }
 
-    void startPortal()
-    {
-        portal.emplace(
-            u"/usr/bin/python3 -m dbusmock --session --template '%1'"_s.arg(QStringLiteral(VORNIX_FAKE_PORTAL)));
-        ASSERT_TRUE(VXRunUntil([this] {
-            return QDBusConnection::sessionBus().interface()->isServiceRegistered(portalName).value();
-        })) << "the package python3-dbusmock is missing";
-    }
-    QDBusMessage play(const QString &method, const QVariantList &arguments = {}) const
-    {
-        QDBusMessage call = QDBusMessage::createMethodCall(portalName, u"/org/freedesktop/portal/desktop"_s,
-                                                           u"org.freedesktop.DBus.Mock"_s, method);
-        call.setArguments(arguments);
-        return QDBusConnection::sessionBus().call(call);
-    }
     QStringList texts(const QString &method) const
     {
         const QDBusReply<QStringList> reply(play(method));
@@ -128,7 +101,7 @@ TEST_F(VXPortalHotKeyServiceTest, EverythingIsAskedForAgainWhenThePortalIsRestar
     EXPECT_FALSE(service->problem().isNull());
     VXHotKeyRef ref = 0;
     EXPECT_EQ(service->registerHotKey({.hotKeyID = {2, 2}, .keyCode = 64}, &ref), VXHotKeyNotConnected);
-    startPortal();
+    startPortal(script);
     ASSERT_TRUE(VXRunUntil([this] { return triggers() == QStringList{u"F5"_s}; }));
     EXPECT_TRUE(service->problem().isNull());
     play(u"Press"_s, {u"F5"_s});

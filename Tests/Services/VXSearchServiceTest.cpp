@@ -15,8 +15,7 @@
 #include <optional>
 
 using namespace Qt::StringLiterals;
-using testing::HasSubstr;
-using testing::Not;
+using testing::HasSubstr, testing::Not;
 
 class VXSearchServiceTest : public VXHomeTest
 {

@@ -1,6 +1,6 @@
 #include "VXGammuCalls.h"
 
-#include "VXGammuGate.h"
+#include "VXDialableNumber.h"
 #include "VXGammuReading.h"
 #include "VXGammuText.h"
 
@@ -81,7 +81,7 @@ VXGammuFailure VXGammuCalls::dial(VXGammuSession &session, VXGammuJob &job)
     const QVariant object = job.object();
     const QString asked =
         object.typeId() == QMetaType::QVariantMap ? object.toMap().value(u"number"_s).toString() : object.toString();
-    const QString number = VXGammuGate::dialableNumber(asked);
+    const QString number = VXDialableNumber(asked);
     if (number.isNull())
         return VXGammuRefusal(u"\"%1\" is no phone number."_s, {asked});
     QByteArray text = number.toLatin1();

@@ -1,5 +1,7 @@
 #include "VXGammuGate.h"
 
+#include "VXDialableNumber.h"
+
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
@@ -16,12 +18,6 @@ constexpr QStringView doubles = u"^{}\\[~]|€\f";
 // What one part of several holds.
 constexpr qsizetype placesOfPart = 152;
 constexpr qsizetype unitsOfPart = 66;
-
-QString withoutWriting(const QString &number)
-{
-    static const QRegularExpression writing(u"[ \u00a0().\\-/]"_s);
-    return QString(number).remove(writing);
-}
 
 bool isShared(QChar letter)
 {
@@ -53,17 +49,10 @@ bool isControl(QChar letter)
 
 } // namespace
 
-QString VXGammuGate::dialableNumber(const QString &number)
-{
-    static const QRegularExpression dialable(u"\\A\\+?[0-9*#]{1,40}\\z"_s);
-    const QString bare = withoutWriting(number);
-    return dialable.match(bare).hasMatch() ? bare : QString();
-}
-
 QString VXGammuGate::storableNumber(const QString &number)
 {
     static const QRegularExpression storable(u"\\A\\+?[0-9*#][0-9*#pPwW+]{0,79}\\z"_s);
-    const QString bare = withoutWriting(number);
+    const QString bare = VXNumberWithoutWriting(number);
     return storable.match(bare).hasMatch() ? bare : QString();
 }
 

@@ -14,9 +14,7 @@ public:
     /** `takesCards`: whether the phone takes texts of several lines, and with quotation marks. */
     explicit VXGammuGate(bool takesCards) : _takesCards(takesCards) {}
 
-    /** The number without the spaces, dots and brackets that people write; null when it is none that can be dialled. */
-    static QString dialableNumber(const QString &number);
-    /** The same, of a number that may have pauses (p, w) in it, as contacts have. */
+    /** As VXDialableNumber, of a number that may have pauses (p, w) in it, as contacts have. */
     static QString storableNumber(const QString &number);
 
     /** Why a phone cannot hold the text of a contact's field; nothing, when it can. */

@@ -1,5 +1,6 @@
 #include "VXGammuMessages.h"
 
+#include "VXDialableNumber.h"
 #include "VXGammuGate.h"
 #include "VXGammuMessageMap.h"
 #include "VXGammuReading.h"
@@ -329,7 +330,7 @@ VXGammuFailure VXGammuMessages::send(VXGammuSession &session, VXGammuJob &job)
 {
     job.setResult(failed(u"refused"_s)); // until it is asked of the phone
     const QVariantMap message = job.object().toMap();
-    const QString number = VXGammuGate::dialableNumber(message.value(u"number"_s).toString());
+    const QString number = VXDialableNumber(message.value(u"number"_s).toString());
     const QString text = message.value(u"text"_s).toString();
     if (number.isNull())
         return VXGammuRefusal(u"\"%1\" is no phone number."_s, {message.value(u"number"_s).toString()});

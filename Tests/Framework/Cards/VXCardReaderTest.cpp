@@ -10,8 +10,7 @@
 #include <QtCore/QStringConverter>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::HasSubstr;
+using testing::ElementsAre, testing::HasSubstr;
 
 namespace {
 

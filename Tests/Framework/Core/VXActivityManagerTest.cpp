@@ -53,6 +53,7 @@ TEST_F(VXActivityManagerTest, FreshIdentifiersDifferAndNoneIsAProgrammingError)
     const VXActivity::Ptr one = manager.addActivityWithTitle(u"one"_s);
     const VXActivity::Ptr two = manager.addActivityWithTitle(u"two"_s);
     EXPECT_NE(one->identifier(), two->identifier());
+    EXPECT_EQ(manager.activityWithIdentifier(one->identifier()), one); // the first of the process
     EXPECT_EQ(VXReasonOfAssertion([this] { manager.addActivityWithTitle(u"title"_s, QString()); }),
               u"theIdentifier can not be nil: title"_s);
 }

@@ -13,6 +13,9 @@ TEST(VXErrorDomain, MakesErrorsWithAndWithoutASuggestion)
     const VXError helpful = VXMakeError(u"Unable to install plugin"_s, "%d %s", 3, "files");
     EXPECT_EQ(helpful.localizedRecoverySuggestion(), u"3 files"_s);
     EXPECT_EQ(helpful.userInfo().size(), 2);
+    EXPECT_EQ(VXMakeFileError(u"Could not copy"_s, u"disk full"_s, u"/a"_s).localizedRecoverySuggestion(),
+              u"disk full"_s);
+    EXPECT_EQ(VXMakeFileError(u"Could not copy"_s, QString(), u"/a"_s).userInfo().size(), 2);
 }
 
 TEST(VXErrorDomain, AMissingDescriptionDropsTheSuggestionToo)

@@ -11,8 +11,7 @@
 #include <vector>
 
 using namespace Qt::StringLiterals;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using testing::HasSubstr, testing::IsEmpty;
 
 using VXFileManagerTrashTest = VXFileManagerHomeTest;
 

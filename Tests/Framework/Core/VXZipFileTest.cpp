@@ -16,8 +16,7 @@
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
-using testing::HasSubstr;
-using testing::UnorderedElementsAre;
+using testing::HasSubstr, testing::UnorderedElementsAre;
 
 namespace {
 

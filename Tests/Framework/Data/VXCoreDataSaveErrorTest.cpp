@@ -4,8 +4,7 @@
 #include "VXStoreFolderTest.h"
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using testing::ElementsAre, testing::IsEmpty;
 
 class VXCoreDataSaveErrorTest : public VXStoreFolderTest
 {

@@ -7,10 +7,7 @@
 #include <QtCore/QFile>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::ResultOf;
+using testing::ElementsAre, testing::HasSubstr, testing::IsEmpty, testing::ResultOf;
 
 namespace {
 

@@ -8,8 +8,7 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::SizeIs;
+using testing::ElementsAre, testing::SizeIs;
 
 class VXDataManagerTest : public VXDataPluginHomeTest
 {

@@ -9,10 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 
-using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::SizeIs;
+using testing::ElementsAre, testing::HasSubstr, testing::SizeIs;
 
 class VXDataPluginTest : public VXDataPluginHomeTest
 {
@@ -144,9 +141,8 @@ TEST_F(VXDataPluginTest, ObjectIsOfferedToEachPluginUntilOneOpensIt)
 TEST_F(VXDataPluginTest, ChangedModelOfTheSameVersionIsToldAtOnce)
 {
     writeStore(live, u"kept"_s);
-    writePlugin(u"notes"_s);
-    const auto changed = modelOf("entity Note { attribute text: string = \"new\"; attribute mood: string optional; }");
-    ASSERT_TRUE(changed->writeToFile(shared() + "/org.example.notes.vxplugin/Contents/Resources/notes.mom"_L1));
+    writePlugin(u"notes"_s, u"sqlite"_s, {}, {},
+                "entity Note { attribute text: string = \"new\"; attribute mood: string optional; }");
     startWith({});
     EXPECT_EQ(log.count(u"Entity \"Note\" of the plugin org.example.notes is another one in its store \"notes\""_s), 1);
     EXPECT_THAT(textsIn(dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator()), ElementsAre(u"kept"_s));
@@ -155,9 +151,7 @@ TEST_F(VXDataPluginTest, ChangedModelOfTheSameVersionIsToldAtOnce)
 TEST_F(VXDataPluginTest, StoreOfAnEarlierModelHasTheIndexesOfThePresentOne)
 {
     writeStore(live, u"kept"_s);
-    writePlugin(u"notes"_s);
-    const auto indexed = modelOf("entity Note { attribute text: string indexed = \"new\"; }");
-    ASSERT_TRUE(indexed->writeToFile(shared() + "/org.example.notes.vxplugin/Contents/Resources/notes.mom"_L1));
+    writePlugin(u"notes"_s, u"sqlite"_s, {}, {}, "entity Note { attribute text: string indexed = \"new\"; }");
     startWith({});
     const auto store = dataPlugin(u"org.example.notes"_s).persistentStoreCoordinator();
     EXPECT_THAT(textsIn(store), ElementsAre(u"kept"_s));

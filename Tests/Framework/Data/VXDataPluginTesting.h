@@ -9,6 +9,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QMap>
 
+using namespace Qt::StringLiterals;
+
 /** A test of data plugins: bundles of the fixture StorePlugin, with real store folders. */
 class VXDataPluginHomeTest : public VXPluginManagerHomeTest
 {
@@ -22,60 +24,63 @@ protected:
         return model;
     }
 
-    /** Writes the plugin "org.example.STORE" with the model of a store of notes. */
-    void writePlugin(const QString &store, const QString &type = QStringLiteral("sqlite"), QVariantMap info = {},
-                     const QString &identifier = {}) const
+    static constexpr const char *noteSource = "entity Note { attribute text: string = \"new\"; }";
+
+    /** Writes the plugin "org.example.STORE" with that model of its store. */
+    void writePlugin(const QString &store, const QString &type = u"sqlite"_s, QVariantMap info = {},
+                     const QString &identifier = {}, const QByteArray &source = noteSource) const
     {
-        info.insert(QStringLiteral("VXDataStoreName"), store);
-        info.insert(QStringLiteral("VXDataStoreType"), type);
-        if (!info.contains(QStringLiteral("VXDataStoreVersion")))
-            info.insert(QStringLiteral("VXDataStoreVersion"), QStringLiteral("1.2"));
-        const VXPluginFixture fixture{.identifier =
-                                          identifier.isNull() ? QStringLiteral("org.example.") + store : identifier,
+        info.insert(u"VXDataStoreName"_s, store);
+        info.insert(u"VXDataStoreType"_s, type);
+        if (!info.contains(u"VXDataStoreVersion"_s))
+            info.insert(u"VXDataStoreVersion"_s, u"1.2"_s);
+        const VXPluginFixture fixture{.identifier = identifier.isNull() ? u"org.example."_s + store : identifier,
                                       .name = {}, // built in: enabled from the start
-                                      .kind = QStringLiteral("VXDataPlugin"),
+                                      .kind = u"VXDataPlugin"_s,
                                       .info = info,
-                                      .code = QStringLiteral("StorePlugin.so")};
+                                      .code = u"StorePlugin.so"_s};
         const QString bundle = fixture.write(shared());
-        ASSERT_TRUE(notes()->writeToFile(bundle + QStringLiteral("/Contents/Resources/%1.mom").arg(store)));
+        ASSERT_TRUE(modelOf(source)->writeToFile(bundle + u"/Contents/Resources/%1.mom"_s.arg(store)));
     }
-    static VXManagedObjectModel::Ptr notes() { return modelOf("entity Note { attribute text: string = \"new\"; }"); }
 
     static QString data(const QString &name = {}) { return VXDataManager::sharedDataFolderPath() + u'/' + name; }
     static QString waiting(const QString &name) { return VXDataManager::sharedDataInstallPath() + u'/' + name; }
 
     /** A store folder as a plugin would have left it, with a note of that text; null values are left out. */
-    void writeStore(const QString &folder, const QString &text, const QString &version = QStringLiteral("1.2"),
-                    const QString &owner = QStringLiteral("org.example.notes"),
-                    const QString &type = QStringLiteral("sqlite")) const
+    void writeStore(const QString &folder, const QString &text, const QString &version = u"1.2"_s,
+                    const QString &owner = u"org.example.notes"_s, const QString &type = u"sqlite"_s) const
     {
         ASSERT_TRUE(QDir().mkpath(folder));
-        ASSERT_TRUE(notes()->writeToFile(folder + QStringLiteral("/notes.mom")));
-        const auto store = VXCoreDataStore::storeClass()
-                               .makeStore(folder, QStringLiteral("notes.") + type)
-                               ->persistentStoreCoordinator();
+        ASSERT_TRUE(modelOf(noteSource)->writeToFile(folder + u"/notes.mom"_s));
+        const auto store =
+            VXCoreDataStore::storeClass().makeStore(folder, u"notes."_s + type)->persistentStoreCoordinator();
         ASSERT_TRUE(store);
+        note(version, owner, store);
+        VXManagedObjectContext context(store);
+        context.insertNewObject(u"Note"_s)->setValueForKey(text, u"text"_s);
+        ASSERT_TRUE(context.save());
+    }
+
+    static void note(const QString &version, const QString &owner, const VXPersistentStoreCoordinator::Ptr &store)
+    {
         QVariantMap metadata;
         if (!version.isNull())
             metadata.insert(VXStoreVersionKey, version);
         if (!owner.isNull())
             metadata.insert(VXStoreOwnerIdentifierKey, owner);
         store->persistentStores().constFirst()->setMetadata(metadata);
-        VXManagedObjectContext context(store);
-        context.insertNewObject(QStringLiteral("Note"))->setValueForKey(text, QStringLiteral("text"));
-        ASSERT_TRUE(context.save());
     }
 
     /** The texts of all notes in a store; "?" when it cannot be read. */
     static QStringList textsIn(const VXPersistentStoreCoordinator::Ptr &store)
     {
         if (!store)
-            return {QStringLiteral("?")};
+            return {u"?"_s};
         VXManagedObjectContext context(store);
         const auto found = context.executeFetchRequest(VXFetchRequest(*store->model().entities().constFirst()));
         QStringList texts;
         for (const VXManagedObjectPtr &note : *found)
-            texts.append(note->valueForKey(QStringLiteral("text")).toString());
+            texts.append(note->valueForKey(u"text"_s).toString());
         return texts;
     }
 

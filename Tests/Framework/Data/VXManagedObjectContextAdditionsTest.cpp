@@ -10,8 +10,7 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using testing::ElementsAre, testing::IsEmpty;
 
 class VXManagedObjectContextAdditionsTest : public VXStoreFolderTest
 {

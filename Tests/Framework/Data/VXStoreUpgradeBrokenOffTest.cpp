@@ -9,9 +9,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
-using namespace Qt::StringLiterals;
-using testing::HasSubstr;
-using testing::SizeIs;
+using testing::HasSubstr, testing::SizeIs;
 
 // Upgrades that are killed, wait for others, or are taken back.
 

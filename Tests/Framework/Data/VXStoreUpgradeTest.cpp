@@ -7,9 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-using namespace Qt::StringLiterals;
-using testing::HasSubstr;
-using testing::SizeIs;
+using testing::HasSubstr, testing::SizeIs;
 
 TEST_F(VXStoreUpgradeTest, CopiesAllThatBothModelsHaveAndOffersTheOldStoreAsBackup)
 {
@@ -151,17 +149,24 @@ void change(const QString &folder, const char *assignment)
 struct UpgradeRow
 {
     const char *title;
-    const char *migration;
-    const char *version = "1.1"; // nullptr for none
+    const char *migration = "";
     const char *line = "";       // in the log
     const char *message = "";    // of the alert; empty: it succeeds
+    const char *version = "1.1"; // nullptr for none
+    const char *owner = "org.example.notes";
     bool userCancels = false;
     bool verifies = true;
-    void (*spoil)(const QString &live, const QString &home) = nullptr;
-    bool isEmptied = false; // the new store has nothing
-    bool isChanged = false; // it has other values
-    const char *owner = "org.example.notes";
+    void (*spoil)(const QString &live) = nullptr;
+    bool isEmptied = false;         // the new store has nothing
+    bool isChanged = false;         // it has other values
     bool namesEarlierStore = false; // as the way out
+
+    UpgradeRow with(auto UpgradeRow::*field, auto value) const
+    {
+        UpgradeRow row = *this;
+        row.*field = value;
+        return row;
+    }
 };
 
 void PrintTo(const UpgradeRow &row, std::ostream *out)
@@ -179,7 +184,7 @@ TEST_P(VXStoreUpgradeOutcomeTest, OldDataOrNewDataIsWholeAndTheUserKnows)
     writeOldStore(live, 10, QString::fromUtf8(row.version), QString::fromUtf8(row.owner));
     const QString before = contentsOfStore(live);
     if (row.spoil != nullptr)
-        row.spoil(live, path());
+        row.spoil(live);
     const QMap<QString, QByteArray> filesBefore = contentsOf(live);
     const QString earlier = path(u"earlier"_s);
     ASSERT_TRUE(QDir().mkpath(earlier));
@@ -216,113 +221,68 @@ TEST_P(VXStoreUpgradeOutcomeTest, OldDataOrNewDataIsWholeAndTheUserKnows)
     EXPECT_TRUE(VXStoreLock::take(live, VXStoreLock::Purpose::Use, {})); // nobody is left who has it
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, VXStoreUpgradeOutcomeTest,
-    testing::Values(
-        UpgradeRow{"Plain", ""},
-        UpgradeRow{.title = "WithoutVersion", .migration = "", .version = nullptr, .line = "unknown store version: 0x"},
-        UpgradeRow{.title = "WithoutOwner",
-                   .migration = "",
-                   .version = "1.2",
-                   .line = "missing store identifier",
-                   .owner = nullptr},
-        UpgradeRow{.title = "OfAPluginThatIsGone", .migration = "", .owner = "org.example.renamed"},
-        UpgradeRow{.title = "HookSavesItself", .migration = "saves"},
-        UpgradeRow{.title = "VersionIsNoNumber", .migration = "", .version = "!", .line = "unknown store version: 0x"},
-        UpgradeRow{.title = "VersionIsAWord", .migration = "", .version = "beta", .line = "unknown store version: 0x"},
-        UpgradeRow{.title = "Newer",
-                   .migration = "",
-                   .version = "1.10",
-                   .message = "Data file is newer than this plugin supports",
-                   .namesEarlierStore = true},
-        UpgradeRow{.title = "HookThrows",
-                   .migration = "throws",
-                   .line = "Exception while migrating store: runtime_error: thrown as told",
-                   .message = "runtime_error"},
-        UpgradeRow{.title = "HookThrowsANumber",
-                   .migration = "throws a number",
-                   .line = "migrate: a value of type int",
-                   .message = "The data could not be copied"},
-        UpgradeRow{.title = "HookRefuses",
-                   .migration = "refuses",
-                   .line = "migrate: refused as told",
-                   .message = "refused as told"},
-        UpgradeRow{.title = "HookMistypes",
-                   .migration = "mistypes",
-                   .line = "cannot hold a value of type QVariantList",
-                   .message = "VXAssertionException"},
-        UpgradeRow{.title = "HookReturnsTheOldObject",
-                   .migration = "returns the old",
-                   .line = " is no object of the new store.",
-                   .message = "The data could not be copied"},
-        UpgradeRow{.title = "HookChangesValuesAsAsked", .migration = "shouts", .isChanged = true},
-        UpgradeRow{.title = "CheckRepairsTheOld", .migration = "repairs", .isChanged = true},
-        UpgradeRow{.title = "HookSpoilsValues",
-                   .migration = "spoils",
-                   .line = "migrate: The copy is not what the old store holds \"name\" of x-coredata://",
-                   .message = "The copy is not what the old store holds"},
-        UpgradeRow{.title = "HookSpoilsValuesOfRows",
-                   .migration = "rows, spoiled",
-                   .line = "migrate: The copy is not what the old store holds \"pages\" of x-coredata://",
-                   .message = "The copy is not what the old store holds"},
-        UpgradeRow{.title = "HookLeavesRowsWithoutAMandatoryValue",
-                   .migration = "rows, without names",
-                   .line = "\"name\" of \"Tag\" needs a value.",
-                   .message = "The data could not be copied"},
-        UpgradeRow{.title = "HookSpoilsValuesUnverified", .migration = "spoils", .verifies = false, .isChanged = true},
-        UpgradeRow{.title = "HookSpoilsValuesAndSaysSo", .migration = "spoils openly", .isChanged = true},
-        UpgradeRow{.title = "HookMakesOthers", .migration = "makes others", .isChanged = true},
-        UpgradeRow{.title = "HookChangesTheOld", .migration = "changes the old"},
-        UpgradeRow{.title = "HookDeletes",
-                   .migration = "deletes",
-                   .line = "\"author\" of entity \"Note\" cannot lead to an object of another context",
-                   .message = "VXAssertionException"},
-        UpgradeRow{.title = "HookLosesReferences",
-                   .migration = "unties",
-                   .line = "migrate: The copy is not what the old store holds \"",
-                   .message = "The copy is not what the old store holds"},
-        UpgradeRow{.title = "HookGivesOneTagForTwo", .migration = "unites", .isChanged = true},
-        UpgradeRow{.title = "HookIgnoresAndNothingIsSaved",
-                   .migration = "ignores",
-                   .line = "nothing is saved; 2 of \"Tag\" have no new object",
-                   .isEmptied = true},
-        UpgradeRow{.title = "HookIgnoresAndNothingIsSavedUnverified",
-                   .migration = "ignores",
-                   .line = "migrate: (null)",
-                   .verifies = false,
-                   .isEmptied = true},
-        UpgradeRow{.title = "UserCancels",
-                   .migration = "waits",
-                   .message = "The operation could not be completed. (VXErrorDomain error 34.)",
-                   .userCancels = true},
-        UpgradeRow{.title = "WithoutModel",
-                   .migration = "",
-                   .line = "Missing managed object model",
-                   .message = "Missing managed object model",
-                   .spoil = [](const QString &live, const QString &) { QFile::remove(live + "/notes.mom"_L1); }},
-        UpgradeRow{.title = "ValueOfAnotherType",
-                   .migration = "",
-                   .line = "Note/p1 cannot be 'many'.",
-                   .message = "The data file has values that do not fit",
-                   .spoil = [](const QString &live, const QString &) { change(live, "pages = 'many'"); }},
-        UpgradeRow{.title = "ValueOutOfRange",
-                   .migration = "rows",
-                   .line = "\"pages\" of x-coredata://",
-                   .message = "The data file has values that do not fit",
-                   .spoil = [](const QString &live, const QString &) { change(live, "pages = 4000000000"); }},
-        UpgradeRow{.title = "DamagedAtTheEnd",
-                   .migration = "",
-                   .line = "migrate: The store is damaged",
-                   .message = "The store is damaged, or no store at all.",
-                   .spoil =
-                       [](const QString &live, const QString &) {
-                           QFile file(live + "/notes.sqlite"_L1);
-                           ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-                           ASSERT_TRUE(file.seek(file.size() / 2));
-                           file.write(QByteArray(int(file.size() / 2), '\x5a'));
-                       },
-                   .namesEarlierStore = true}),
-    [](const auto &each) { return std::string(each.param.title); });
+using Row = UpgradeRow;
+
+const char *const differs = "The copy is not what the old store holds";
+const char *const notCopied = "The data could not be copied";
+const char *const unfit = "The data file has values that do not fit";
+
+const Row upgradeRows[] = {
+    Row{"Plain"},
+    Row{"WithoutVersion", "", "unknown store version: 0x"}.with(&Row::version, nullptr),
+    Row{"WithoutOwner", "", "missing store identifier"}.with(&Row::version, "1.2").with(&Row::owner, nullptr),
+    Row{"OfAPluginThatIsGone"}.with(&Row::owner, "org.example.renamed"),
+    Row{"HookSavesItself", "saves"},
+    Row{"VersionIsNoNumber", "", "unknown store version: 0x"}.with(&Row::version, "!"),
+    Row{"VersionIsAWord", "", "unknown store version: 0x"}.with(&Row::version, "beta"),
+    Row{"Newer", "", "", "Data file is newer than this plugin supports"}
+        .with(&Row::version, "1.10")
+        .with(&Row::namesEarlierStore, true),
+    Row{"HookThrows", "throws", "Exception while migrating store: runtime_error: thrown as told", "runtime_error"},
+    Row{"HookThrowsANumber", "throws a number", "migrate: a value of type int", notCopied},
+    Row{"HookRefuses", "refuses", "migrate: refused as told", "refused as told"},
+    Row{"HookMistypes", "mistypes", "cannot hold a value of type QVariantList", "VXAssertionException"},
+    Row{"HookReturnsTheOldObject", "returns the old", " is no object of the new store.", notCopied},
+    Row{"HookChangesValuesAsAsked", "shouts"}.with(&Row::isChanged, true),
+    Row{"CheckRepairsTheOld", "repairs"}.with(&Row::isChanged, true),
+    Row{"HookSpoilsValues", "spoils", "migrate: The copy is not what the old store holds \"name\" of x-coredata://",
+        differs},
+    Row{"HookSpoilsValuesOfRows", "rows, spoiled",
+        "migrate: The copy is not what the old store holds \"pages\" of x-coredata://", differs},
+    Row{"HookLeavesRowsWithoutAMandatoryValue", "rows, without names", "\"name\" of \"Tag\" needs a value.", notCopied},
+    Row{"HookSpoilsValuesUnverified", "spoils"}.with(&Row::verifies, false).with(&Row::isChanged, true),
+    Row{"HookSpoilsValuesAndSaysSo", "spoils openly"}.with(&Row::isChanged, true),
+    Row{"HookMakesOthers", "makes others"}.with(&Row::isChanged, true),
+    Row{"HookChangesTheOld", "changes the old"},
+    Row{"HookDeletes", "deletes", "\"author\" of entity \"Note\" cannot lead to an object of another context",
+        "VXAssertionException"},
+    Row{"HookLosesReferences", "unties", "migrate: The copy is not what the old store holds \"", differs},
+    Row{"HookGivesOneTagForTwo", "unites"}.with(&Row::isChanged, true),
+    Row{"HookIgnoresAndNothingIsSaved", "ignores", "nothing is saved; 2 of \"Tag\" have no new object"}.with(
+        &Row::isEmptied, true),
+    Row{"HookIgnoresAndNothingIsSavedUnverified", "ignores", "migrate: (null)"}
+        .with(&Row::verifies, false)
+        .with(&Row::isEmptied, true),
+    Row{"UserCancels", "waits", "", "The operation could not be completed. (VXErrorDomain error 34.)"}.with(
+        &Row::userCancels, true),
+    Row{"WithoutModel", "", "Missing managed object model", "Missing managed object model"}.with(
+        &Row::spoil, [](const QString &live) { QFile::remove(live + "/notes.mom"_L1); }),
+    Row{"ValueOfAnotherType", "", "Note/p1 cannot be 'many'.", unfit}.with(
+        &Row::spoil, [](const QString &live) { change(live, "pages = 'many'"); }),
+    Row{"ValueOutOfRange", "rows", "\"pages\" of x-coredata://", unfit}.with(
+        &Row::spoil, [](const QString &live) { change(live, "pages = 4000000000"); }),
+    Row{"DamagedAtTheEnd", "", "migrate: The store is damaged", "The store is damaged, or no store at all."}
+        .with(&Row::spoil,
+              [](const QString &live) {
+                  QFile file(live + "/notes.sqlite"_L1);
+                  ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+                  ASSERT_TRUE(file.seek(file.size() / 2));
+                  file.write(QByteArray(int(file.size() / 2), '\x5a'));
+              })
+        .with(&Row::namesEarlierStore, true)};
+
+INSTANTIATE_TEST_SUITE_P(All, VXStoreUpgradeOutcomeTest, testing::ValuesIn(upgradeRows),
+                         [](const auto &each) { return std::string(each.param.title); });
 
 // -- What the old store holds
 
@@ -378,10 +338,7 @@ TEST_F(VXStoreUpgradeTest, WhatANewRelationshipHasNoRoomForIsToldAndNotTakenFrom
         const auto before = told(); // by the rows above
         const auto upgrade = [&] {
             writeOldStore(live, 4);
-            writeNotesPlugin(QString::fromUtf8(row.migration));
-            if (!modelOf(row.model)->writeToFile(shared() +
-                                                 u"/org.example.notes.vxplugin/Contents/Resources/notes.mom"_s))
-                std::_Exit(1);
+            writeNotesPlugin(QString::fromUtf8(row.migration), {}, row.model);
             answerBackup(false);
             startWith({});
             const QString after = contentsOfStore(notesPlugin().persistentStoreCoordinator());
@@ -431,9 +388,8 @@ class VXStoreUpgradeInheritanceTest : public VXStoreUpgradeTest, public testing:
 TEST_P(VXStoreUpgradeInheritanceTest, ReferencesThatItAllowedAreLeftOutAndTold)
 {
     writeOldStore(live, 6);
-    writeNotesPlugin(QString::fromUtf8(GetParam()));
-    ASSERT_TRUE(modelOf(newSource().replace("entity Letter: Note {", "entity Letter { attribute text: string;"))
-                    ->writeToFile(shared() + u"/org.example.notes.vxplugin/Contents/Resources/notes.mom"_s));
+    writeNotesPlugin(QString::fromUtf8(GetParam()), {},
+                     newSource().replace("entity Letter: Note {", "entity Letter { attribute text: string;"));
     answerBackup(false);
     startWith({});
     const auto store = notesPlugin().persistentStoreCoordinator();
@@ -471,9 +427,7 @@ TEST_F(VXStoreUpgradeTest, OldObjectsAreNotOfTodaysClasses)
     VXManagedObjectClass::registerClass<TestNoteOfToday>(u"TestNoteOfToday"_s);
     writeOldStore(live, 3, u"1.1"_s, u"org.example.notes"_s, named(oldSource()));
     const QString before = contentsOfStore(live);
-    writeNotesPlugin();
-    ASSERT_TRUE(modelOf(named(newSource()))
-                    ->writeToFile(shared() + u"/org.example.notes.vxplugin/Contents/Resources/notes.mom"_s));
+    writeNotesPlugin({}, {}, named(newSource()));
     answerBackup(false);
     startWith({});
     EXPECT_EQ(contentsOfStore(notesPlugin().persistentStoreCoordinator()), before);

@@ -3,10 +3,6 @@
 #include "VXDataPlugin.h"
 #include "VXDataPluginTesting.h"
 
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
-
 #include <limits>
 
 /** A test of stores that are copied: notes with tags, authors and notes that they belong to, as an old model had them. */
@@ -36,56 +32,47 @@ protected:
             .replace(" relationship back: Note[] optional inverse gone;", "");
     }
 
-    void writeNotesPlugin(const QString &migration = {}, QVariantMap info = {}) const
+    void writeNotesPlugin(const QString &migration = {}, QVariantMap info = {},
+                          const QByteArray &source = newSource()) const
     {
         if (!migration.isNull())
-            info.insert(QStringLiteral("FixtureMigration"), migration);
-        writePlugin(QStringLiteral("notes"), QStringLiteral("sqlite"), info);
-        ASSERT_TRUE(
-            modelOf(newSource())
-                ->writeToFile(shared() + QStringLiteral("/org.example.notes.vxplugin/Contents/Resources/notes.mom")));
+            info.insert(u"FixtureMigration"_s, migration);
+        writePlugin(u"notes"_s, u"sqlite"_s, info, {}, source);
     }
 
     /** A store of the old model with some notes; null values are left out. */
-    void writeOldStore(const QString &folder, int count = 10, const QString &version = QStringLiteral("1.1"),
-                       const QString &owner = QStringLiteral("org.example.notes"),
-                       const QByteArray &source = oldSource()) const
+    void writeOldStore(const QString &folder, int count = 10, const QString &version = u"1.1"_s,
+                       const QString &owner = u"org.example.notes"_s, const QByteArray &source = oldSource()) const
     {
         ASSERT_TRUE(QDir().mkpath(folder));
-        ASSERT_TRUE(modelOf(source)->writeToFile(folder + QStringLiteral("/notes.mom")));
-        VXCoreDataStore made(folder, QStringLiteral("notes.sqlite"));
+        ASSERT_TRUE(modelOf(source)->writeToFile(folder + u"/notes.mom"_s));
+        VXCoreDataStore made(folder, u"notes.sqlite"_s);
         made.usePlainObjects();
         const auto store = made.persistentStoreCoordinator();
         ASSERT_TRUE(store);
-        QVariantMap metadata;
-        if (!version.isNull())
-            metadata.insert(VXStoreVersionKey, version);
-        if (!owner.isNull())
-            metadata.insert(VXStoreOwnerIdentifierKey, owner);
-        store->persistentStores().constFirst()->setMetadata(metadata);
+        note(version, owner, store);
         VXManagedObjectContext context(store);
         const auto set = [](const VXManagedObjectPtr &object, const char *key, const QVariant &value) {
             object->setValueForKey(value, QString::fromLatin1(key));
         };
-        const auto author = context.insertNewObject(QStringLiteral("Author"));
-        set(author, "name", QStringLiteral("Jane"));
+        const auto author = context.insertNewObject(u"Author"_s);
+        set(author, "name", u"Jane"_s);
         set(author, "born", QDateTime(QDate(1970, 1, 2), QTime(3, 4, 5, 678), Qt::UTC));
         set(author, "face", QByteArray("\0\1\2", 3));
         set(author, "rate", std::numeric_limits<double>::quiet_NaN());
         set(author, "rates", QVariantList{std::numeric_limits<double>::quiet_NaN(), 1});
         QVariantList tags;
         for (const char *const name : {"red", "green"}) {
-            tags.append(QVariant::fromValue(context.insertNewObject(QStringLiteral("Tag"))));
+            tags.append(QVariant::fromValue(context.insertNewObject(u"Tag"_s)));
             set(tags.constLast().value<VXManagedObjectPtr>(), "name", QString::fromLatin1(name));
         }
         VXManagedObjectPtr parent;
         for (int each = 0; each < count; ++each) {
-            const auto note =
-                context.insertNewObject(each % 3 == 2 ? QStringLiteral("Letter") : QStringLiteral("Note"));
-            set(note, "text", QStringLiteral("note %1").arg(each));
+            const auto note = context.insertNewObject(each % 3 == 2 ? u"Letter"_s : u"Note"_s);
+            set(note, "text", u"note %1"_s.arg(each));
             set(note, "pages", each);
-            if (note->entity().attributeForName(QStringLiteral("mood")) != nullptr)
-                set(note, "mood", QStringLiteral("good"));
+            if (note->entity().attributeForName(u"mood"_s) != nullptr)
+                set(note, "mood", u"good"_s);
             set(note, "author", QVariant::fromValue(author));
             set(note, "tags", each % 2 == 0 ? tags : QVariantList{tags.first()});
             if (parent)
@@ -97,7 +84,7 @@ protected:
 
     VXDataPlugin &notesPlugin() const
     {
-        return plugin(QStringLiteral("org.example.notes"))->as<VXDataPlugin>("persistentStoreCoordinator");
+        return plugin(u"org.example.notes"_s)->as<VXDataPlugin>("persistentStoreCoordinator");
     }
 
     /** All that the store of a folder holds of these entities, as text, whatever IDs its objects have; "?" when it cannot be
@@ -108,17 +95,16 @@ protected:
             return {};
         const auto found = VXCoreDataStore::storeClass().storeWithPath(folder);
         if (!found)
-            return QStringLiteral("?");
+            return u"?"_s;
         found->usePlainObjects();
         found->openReadOnly();
         const auto store = found->persistentStoreCoordinator();
-        return store ? contentsOfStore(store) : QStringLiteral("?");
+        return store ? contentsOfStore(store) : u"?"_s;
     }
 
     static QString contentsOfStore(const VXPersistentStoreCoordinator::Ptr &store)
     {
-        static const QStringList left{QStringLiteral("mood"), QStringLiteral("gone"), QStringLiteral("back"),
-                                      QStringLiteral("added")};
+        static const QStringList left{u"mood"_s, u"gone"_s, u"back"_s, u"added"_s};
         VXManagedObjectContext context(store);
         QStringList lines;
         for (const VXEntityDescription *const entity : store->model().entities()) {
@@ -126,7 +112,7 @@ protected:
             request.includesSubentities = false;
             const auto objects = context.executeFetchRequest(request);
             if (!objects)
-                return QStringLiteral("?");
+                return u"?"_s;
             for (const VXManagedObjectPtr &object : *objects) {
                 QStringList values{entity->name()};
                 for (const VXPropertyDescription *const property : entity->properties()) {
@@ -143,9 +129,7 @@ protected:
 private:
     static QString titleOf(const VXManagedObjectPtr &object)
     {
-        const QString key = object->entity().propertyForName(QStringLiteral("text")) != nullptr
-                                ? QStringLiteral("text")
-                                : QStringLiteral("name");
+        const QString key = object->entity().propertyForName(u"text"_s) != nullptr ? u"text"_s : u"name"_s;
         return object->valueForKey(key).toString();
     }
     static QString textOf(const VXManagedObject &object, const VXPropertyDescription &property)

@@ -130,9 +130,11 @@ TEST_F(VXDeviceActionTest, ExecutedAgainAtItsEndItHoldsItselfToo)
         Qt::SingleShotConnection);
     again->executeWithDevice(phone);
     again.reset();
+    running->setResult(u"555"_s);
     running->conclude();
     ASSERT_FALSE(watched.expired());
     EXPECT_TRUE(running->isExecuting());
+    EXPECT_FALSE(running->result().isValid()); // that was of the time before
     running->conclude();
     EXPECT_TRUE(watched.expired());
 }
@@ -188,16 +190,20 @@ TEST_F(VXDeviceActionTest, TellsBySignalsHowItGoes)
         throw std::runtime_error("a slot threw");
     });
     phone->handle([](VXDeviceAction *handled) {
+        const auto shown = handled->activity();
+        handled->setTitle(u"Reading"_s);
+        EXPECT_EQ(handled->activity(), shown);
         handled->incrementProgress();
         handled->setResult(handled->progressValue());
         QObject::connect(handled, &VXDeviceAction::cancelRequested, handled, [handled] { handled->conclude(); });
     });
     execute();
     action->cancel();
-    EXPECT_EQ(told, (QStringList{u"progress 0"_s, u"progress 1"_s, u"error 34"_s, u"cancel"_s, u"concluded 0"_s}));
+    EXPECT_EQ(told, (QStringList{u"progress 0"_s, u"progress 0"_s, u"progress 1"_s, u"error 34"_s, u"cancel"_s,
+                                 u"concluded 0"_s}));
     EXPECT_EQ(log.count(u"A slot connected to an action threw: std::runtime_error: a slot threw"_s), 1);
     action->setErrorString(u"too late"_s);
-    EXPECT_EQ(told.size(), 5) << "only the error that counts is told";
+    EXPECT_EQ(told.size(), 6) << "only the error that counts is told";
 }
 
 TEST_F(VXDeviceActionTest, TheFirstErrorCountsForTheActionsLife)

@@ -51,6 +51,7 @@ TEST_F(VXDeviceTransformerTest, NamesOfDevices)
               VXDevicePlugin::deviceAtURL(phone(u"one"_s)).get());
     EXPECT_FALSE(atPath->transformedValue(QUrl(u"vxdevice://localhost/org.phones/one/x"_s)).isValid());
     EXPECT_FALSE(atPath->transformedValue({}).isValid());
+    EXPECT_TRUE(atPath->allowsReverseTransformation());
     EXPECT_EQ(atPath->reverseTransformedValue(phone(u"one"_s)), QVariant(u"/org.phones/one"_s));
 }
 

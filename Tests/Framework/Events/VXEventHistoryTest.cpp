@@ -148,9 +148,12 @@ TEST_F(VXEventHistoryTest, ProcessesWriteAtOnceWhileFilesStartAnew)
 TEST_F(VXEventHistoryTest, SaysWhatKeepsItFromWriting)
 {
     writeFile(u"history"_s, "a file in the way");
-    VXEventRecord lost = record(u"lost"_s);
-    VXError error;
-    EXPECT_FALSE(VXEventHistory(folder).append(lost, &error));
-    EXPECT_FALSE(error.localizedDescription().isEmpty());
+    ASSERT_TRUE(QDir().mkpath(path(u"other/events.jsonl"_s))); // a folder in the way
+    for (const QString &place : {folder, path(u"other"_s)}) {
+        VXEventRecord lost = record(u"lost"_s);
+        VXError error;
+        EXPECT_FALSE(VXEventHistory(place).append(lost, &error));
+        EXPECT_FALSE(error.localizedDescription().isEmpty());
+    }
     EXPECT_EQ(readFile(folder), "a file in the way");
 }

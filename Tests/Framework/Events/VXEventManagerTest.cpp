@@ -13,9 +13,7 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
+using testing::ElementsAre, testing::IsEmpty, testing::SizeIs;
 
 class VXEventManagerTest : public VXEventTest
 {
@@ -408,6 +406,12 @@ TEST_F(VXEventManagerTest, WhatReactorsGoOnWithIsToldLater)
     }
     EXPECT_EQ(awaited(u"badly"_s).triggers[0].reactions[0].problems, QStringList{u"no such thing"_s});
     EXPECT_THAT(VXEventHistory::sharedEventHistory().records(), SizeIs(4));
+    const QString history = u".local/share/Vornix 2/Event History"_s;
+    ASSERT_TRUE(QDir(path(history)).removeRecursively());
+    writeFile(history, "in the way");
+    for (int round = 0; round < 2; ++round)
+        EXPECT_FALSE(awaited(u"well"_s).isFailure());
+    EXPECT_EQ(log.count(u"Could not create folder"_s), 1); // not for each event
 }
 
 // -- The catalogue

@@ -6,8 +6,7 @@
 #include <QtCore/QDir>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::SizeIs;
+using testing::ElementsAre, testing::SizeIs;
 
 class VXReactorPluginTest : public VXEventTest
 {

@@ -4,10 +4,10 @@
 #include "VXManagedObjectModel.h"
 #include "VXOutboxRunner.h"
 #include "VXTesting.h"
+#include "VXTestSQL.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QProcess>
 #include <QtCore/QtNumeric>
 
 #include <stdexcept>
@@ -55,17 +55,25 @@ protected:
                 return [completion] { completion({.outcome = Outcome::Unknown, .problem = u"given up"_s}); };
             });
     }
-    /** As another process changes the store: nobody here is told. */
-    void changeStore(const QString &statement)
+    std::unique_ptr<VXOutboxRunner> startRunner()
     {
-        QProcess sqlite;
-        sqlite.start(u"sqlite3"_s, {path(u"outbox.sqlite"_s), statement});
-        ASSERT_TRUE(sqlite.waitForFinished() && sqlite.exitCode() == 0) << sqlite.readAllStandardError().toStdString();
+        auto runner = makeRunner();
+        runner->run();
+        return runner;
     }
+    /** As another process changes the store: nobody here is told. */
+    void changeStore(const QString &sql) const { VXRunSQL(path(u"outbox.sqlite"_s), sql.toUtf8()); }
     void finishAll()
     {
         for (const auto &finish : std::exchange(waiting, {}))
             finish();
+    }
+    bool finishUntil(const std::function<bool()> &condition)
+    {
+        return VXRunUntil([&] {
+            finishAll();
+            return condition();
+        });
     }
 
     VXOutbox outbox;
@@ -80,15 +88,11 @@ TEST_F(VXOutboxTest, KeepsTheOrderOfADestinationThroughFailures)
         add(title.left(1), title);
     outcomes[u"a1"_s] = {Outcome::NotDelivered, Outcome::NotDelivered};
     outcomes[u"a2"_s] = {Outcome::Refused};
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     EXPECT_THAT(tried, ElementsAre(u"a1"_s, u"b1"_s)); // one at a time for each
     runner->run();
     EXPECT_EQ(tried.size(), 2);
-    ASSERT_TRUE(VXRunUntil([&] {
-        finishAll();
-        return tried.size() == 6 && !runner->isBusy();
-    }));
+    ASSERT_TRUE(finishUntil([&] { return tried.size() == 6 && !runner->isBusy(); }));
     tried.removeOne(u"b1"_s);
     EXPECT_THAT(tried, ElementsAre(u"a1"_s, u"a1"_s, u"a1"_s, u"a2"_s, u"a3"_s));
     const QList<VXOutboxEntry> entries = *outbox.entries();
@@ -108,13 +112,9 @@ TEST_F(VXOutboxTest, WhatHasBeenDueLongestIsFirst)
         entry.nextDate = now.addSecs(number == 1 ? -1 : -number * 10);
         ASSERT_TRUE(outbox.update(entry));
     }
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     EXPECT_THAT(tried, ElementsAre(u"5"_s, u"4"_s, u"3"_s, u"2"_s)); // so many at once
-    ASSERT_TRUE(VXRunUntil([&] {
-        finishAll();
-        return tried.size() == 5 && !runner->isBusy();
-    }));
+    ASSERT_TRUE(finishUntil([&] { return tried.size() == 5 && !runner->isBusy(); }));
 }
 
 TEST_F(VXOutboxTest, KeepsTextsThatNoPropertyListHolds)
@@ -148,8 +148,7 @@ TEST_F(VXOutboxTest, WhatMayHaveArrivedIsSentAgainOnlyWhenAsked)
 {
     const qint64 number = add(u"d"_s, u"t"_s);
     outcomes[u"t"_s] = {Outcome::Unknown};
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     finishAll();
     ASSERT_TRUE(VXRunUntil([&] { return !runner->isBusy(); }));
     runner->run();
@@ -173,11 +172,10 @@ TEST_F(VXOutboxTest, WhatMayHaveArrivedIsSentAgainOnlyWhenAsked)
 TEST_F(VXOutboxTest, WhatAnEndedProgramWasSendingIsPerhapsSent)
 {
     const qint64 number = add(u"d"_s, u"t"_s);
-    makeRunner()->run(); // and its program ends
+    startRunner(); // and its program ends
     EXPECT_EQ(stateOf(number), VXOutboxState::Sending);
     const qint64 next = add(u"d"_s, u"next"_s);
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     runner->run();
     EXPECT_EQ(stateOf(number), VXOutboxState::PerhapsSent);
     EXPECT_EQ(outbox.entry(number)->problem, u"The program ended while it was being sent."_s);
@@ -212,15 +210,11 @@ TEST_F(VXOutboxTest, ReadsOnlyWhatIsOpenAndTellsWhatIsThereFromWhatCanNotBeRead)
 TEST_F(VXOutboxTest, HearsOfWhatIsAdded)
 {
     add(u"d"_s, u"1"_s);
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     std::thread([&] { add(u"e"_s, u"2"_s); }).join();
     ASSERT_TRUE(VXRunUntil([&] { return tried.size() == 2; }));
     add(u"d"_s, u"3"_s);
-    ASSERT_TRUE(VXRunUntil([&] {
-        finishAll();
-        return tried.size() == 3 && !runner->isBusy();
-    }));
+    ASSERT_TRUE(finishUntil([&] { return tried.size() == 3 && !runner->isBusy(); }));
     EXPECT_THAT(tried, ElementsAre(u"1"_s, u"2"_s, u"3"_s));
 }
 
@@ -230,8 +224,7 @@ TEST_F(VXOutboxTest, OneProcessSendsAtATime)
     const QString folder = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + u"/Outbox"_s;
     ASSERT_FALSE(VXFileManager::defaultManager().verifyPathExists(folder));
     auto other = std::make_unique<VXFileLock>(folder + u"/test.lock"_s);
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     EXPECT_TRUE(tried.isEmpty());
     other.reset();
     ASSERT_TRUE(VXRunUntil([&] { return tried.size() == 1; })); // it looks again
@@ -246,22 +239,15 @@ TEST_F(VXOutboxTest, ARetryTakesAlongWhatWaitsBefore)
     const qint64 first = add(u"d"_s, u"1"_s);
     const qint64 last = add(u"d"_s, u"2"_s);
     outcomes[u"1"_s] = {Outcome::NotDelivered, Outcome::Sent, Outcome::NotDelivered};
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     finishAll();
     ASSERT_EQ(stateOf(first), VXOutboxState::Queued);
     ASSERT_TRUE(outbox.retry(last));
-    ASSERT_TRUE(VXRunUntil([&] {
-        finishAll();
-        return stateOf(last) == VXOutboxState::Sent;
-    }));
+    ASSERT_TRUE(finishUntil([&] { return stateOf(last) == VXOutboxState::Sent; }));
     EXPECT_THAT(tried, ElementsAre(u"1"_s, u"1"_s, u"2"_s));
 
     const qint64 again = add(u"d"_s, u"1"_s);
-    ASSERT_TRUE(VXRunUntil([&] {
-        finishAll();
-        return outbox.entry(again)->attempts == 1 && !runner->isBusy();
-    }));
+    ASSERT_TRUE(finishUntil([&] { return outbox.entry(again)->attempts == 1 && !runner->isBusy(); }));
     EXPECT_TRUE(outbox.retryDestination(u"test"_s, u"other"_s));
     EXPECT_GT(outbox.entry(again)->nextDate, QDateTime::currentDateTimeUtc());
     EXPECT_TRUE(outbox.retryDestination(u"test"_s, u"d"_s));
@@ -274,8 +260,7 @@ TEST_F(VXOutboxTest, WhatIsAddedBehindOthersWaitsWithThem)
     VXUserDefaults::standardUserDefaults().setObject(100, u"outbox.retry-delay"_s);
     const qint64 first = add(u"d"_s, u"first"_s);
     outcomes[u"first"_s] = {Outcome::NotDelivered};
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     finishAll();
     for (int number = 0; number < 20; ++number) {
         add(u"d"_s, QString::number(number));
@@ -287,10 +272,7 @@ TEST_F(VXOutboxTest, WhatIsAddedBehindOthersWaitsWithThem)
     finishAll();
     EXPECT_TRUE(VXOutbox(open(path(u"outbox.sqlite"_s))).drop(first)); // as another process does
     add(u"d"_s, u"last"_s);
-    ASSERT_TRUE(VXRunUntil([&] {
-        finishAll();
-        return tried.size() == 23 && !runner->isBusy();
-    }));
+    ASSERT_TRUE(finishUntil([&] { return tried.size() == 23 && !runner->isBusy(); }));
     EXPECT_EQ(tried.last(), u"last"_s);
 }
 
@@ -298,8 +280,7 @@ TEST_F(VXOutboxTest, WhatIsGivenUpIsToldAndNothingMoreBegins)
 {
     const qint64 number = add(u"d"_s, u"1"_s);
     const qint64 next = add(u"d"_s, u"2"_s);
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     runner->giveUp();
     EXPECT_FALSE(runner->isBusy());
     EXPECT_EQ(outbox.entry(number)->problem, u"given up"_s);
@@ -343,8 +324,7 @@ TEST_F(VXOutboxTest, WhatIsDroppedMakesNothingBeSent)
     const qint64 second = add(u"d"_s, u"2"_s);
     const qint64 third = add(u"d"_s, u"3"_s);
     outcomes[u"1"_s] = {Outcome::NotDelivered};
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     finishAll();
     EXPECT_TRUE(outbox.drop(first));
     EXPECT_EQ(tried.size(), 1);
@@ -364,8 +344,7 @@ TEST_F(VXOutboxTest, WhatIsDroppedMakesNothingBeSent)
 TEST_F(VXOutboxTest, WhatAnotherProcessLeavesIsSentToo)
 {
     const qint64 number = add(u"d"_s, u"t"_s);
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     finishAll();
     ASSERT_EQ(stateOf(number), VXOutboxState::Sent);
     changeStore(u"UPDATE VX_VXOutboxEntry SET state = 0"_s);
@@ -379,18 +358,15 @@ TEST_F(VXOutboxTest, AnOutcomeThatCanNotBeWrittenIsWrittenLater)
     const qint64 sent = add(u"d"_s, u"sent"_s);
     const qint64 later = add(u"e"_s, u"later"_s);
     outcomes[u"later"_s] = {Outcome::NotDelivered};
-    const auto runner = makeRunner();
-    runner->run();
+    const auto runner = startRunner();
     changeStore(u"ALTER TABLE VX_VXOutboxEntry RENAME TO gone"_s);
     finishAll();
     EXPECT_FALSE(runner->isBusy());
     changeStore(u"ALTER TABLE gone RENAME TO VX_VXOutboxEntry"_s);
     EXPECT_EQ(stateOf(sent), VXOutboxState::Sending);
     VXOutboxRunner::settleInterrupted(outbox); // as another process does: it is not interrupted
-    ASSERT_TRUE(VXRunUntil([&] {
-        finishAll();
-        return stateOf(sent) == VXOutboxState::Sent && stateOf(later) == VXOutboxState::Sent;
-    }));
+    ASSERT_TRUE(
+        finishUntil([&] { return stateOf(sent) == VXOutboxState::Sent && stateOf(later) == VXOutboxState::Sent; }));
     EXPECT_THAT(tried, ElementsAre(u"sent"_s, u"later"_s, u"later"_s));
 }
 
@@ -405,8 +381,7 @@ TEST_F(VXOutboxTest, ADelayThatIsNoneIsTheUsualOne)
         VXUserDefaults::standardUserDefaults().setObject(setting, u"outbox.retry-delay"_s);
         const qint64 number = add(u"d"_s, u"t"_s);
         outcomes[u"t"_s] = {Outcome::NotDelivered};
-        const auto runner = makeRunner();
-        runner->run();
+        const auto runner = startRunner();
         const QDateTime before = QDateTime::currentDateTimeUtc();
         finishAll();
         EXPECT_GE(before.msecsTo(outbox.entry(number)->nextDate) / 100, delay) << setting.toString().toStdString();
@@ -429,7 +404,7 @@ TEST_F(VXOutboxTest, AClockThatWasPutBackKeepsNothingWaiting)
         entry.nextDate = QDateTime::currentDateTimeUtc().addSecs(secondsAhead);
         ASSERT_TRUE(outbox.update(entry));
         tried.clear();
-        makeRunner()->run();
+        startRunner();
         EXPECT_EQ(tried.size(), isTried ? 1 : 0) << secondsAhead;
     }
     waiting.clear();

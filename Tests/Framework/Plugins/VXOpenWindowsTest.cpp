@@ -1,8 +1,7 @@
 #include "VXPluginManagerTesting.h"
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using testing::ElementsAre, testing::IsEmpty;
 
 class VXOpenWindowsTest : public VXPluginManagerHomeTest
 {

@@ -8,8 +8,7 @@
 #include <sys/file.h>
 
 using namespace Qt::StringLiterals;
-using testing::IsEmpty;
-using testing::SizeIs;
+using testing::IsEmpty, testing::SizeIs;
 
 // The program ends while a plugin is at work.
 class VXPluginCrashTest : public VXPluginManagerHomeTest

@@ -180,6 +180,8 @@ TEST_F(VXPluginInstallTest, WhatWasOnItsWayWhenItsProcessWasKilledIsInstalledAtT
     const QString waiting = staging() + u"/.install-000001"_s;
     const QString inUse = staging() + u"/.install-000002"_s;
     ASSERT_TRUE(QDir().mkpath(waiting) && QDir().mkpath(inUse));
+    for (const QString &place : {staging(), waiting})
+        ASSERT_TRUE(QDir().mkpath(place + u"/.vornix-move.000003/half a copy"_s));
     ASSERT_TRUE(QDir().rename(download(u"2000"_s), waiting + u"/p.vxplugin"_s));
     ASSERT_TRUE(QDir().rename(download(u"2001"_s, u"q"_s), inUse + u"/p.vxplugin"_s));
     const int lock = ::open(QFile::encodeName(inUse).constData(), O_RDONLY | O_DIRECTORY);

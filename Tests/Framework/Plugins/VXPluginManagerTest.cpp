@@ -6,10 +6,7 @@
 #include <QtCore/QDir>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
-using testing::UnorderedElementsAre;
+using testing::ElementsAre, testing::IsEmpty, testing::SizeIs, testing::UnorderedElementsAre;
 
 using VXPluginManagerTest = VXPluginManagerHomeTest;
 

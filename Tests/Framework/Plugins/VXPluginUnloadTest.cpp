@@ -1,10 +1,7 @@
 #include "VXPluginManagerTesting.h"
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
-using testing::UnorderedElementsAre;
+using testing::ElementsAre, testing::IsEmpty, testing::SizeIs, testing::UnorderedElementsAre;
 
 // Disabling plugins, and quitting.
 class VXPluginUnloadTest : public VXPluginManagerHomeTest
@@ -91,10 +88,11 @@ TEST_F(VXPluginUnloadTest, APluginThatIsNotLoadedCanBeDisabledAndABuiltInOneNot)
 
 TEST_F(VXPluginUnloadTest, APluginMayTakeItsTimeButNotRefuseToBeDisabled)
 {
-    for (const auto &[identifier, reply] : {std::pair{u"never"_s, 0}, std::pair{u"later"_s, 2}})
+    for (const auto &[identifier, reply] :
+         {std::pair{u"never"_s, 0}, std::pair{u"later"_s, 2}, std::pair{u"other"_s, 2}})
         VXPluginFixture{.identifier = identifier, .info = {{u"FixtureReply"_s, reply}}, .code = u"AnsweringPlugin.so"_s}
             .write(shared());
-    startWith({u"later"_s, u"never"_s});
+    startWith({u"later"_s, u"never"_s, u"other"_s});
     manager().disablePluginProxy(plugin(u"never"_s));
     EXPECT_FALSE(isLoaded(u"never"_s));
 
@@ -109,10 +107,12 @@ TEST_F(VXPluginUnloadTest, APluginMayTakeItsTimeButNotRefuseToBeDisabled)
 
     setReply(u"later"_s, VXUnloadLater);
     manager().disablePluginProxy(plugin(u"later"_s));
+    manager().disablePluginProxy(plugin(u"other"_s));
+    instance(u"other"_s).replyToPluginShouldUnload(false); // for itself alone
     setReply(u"later"_s, VXUnloadNow);
     instance(u"later"_s).replyToPluginShouldUnload(true);
     EXPECT_FALSE(isLoaded(u"later"_s));
-    EXPECT_THAT(enabled(), IsEmpty());
+    EXPECT_THAT(enabled(), ElementsAre(u"other"_s));
 }
 
 TEST_F(VXPluginUnloadTest, DisablingTakesAlongWhatWasLoadedWhileAPluginWantedTime)

@@ -7,8 +7,7 @@
 #include <QtCore/QProcess>
 
 using namespace Qt::StringLiterals;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using testing::HasSubstr, testing::IsEmpty;
 
 namespace {
 

@@ -8,6 +8,8 @@
 #include <array>
 #include <map>
 
+using namespace Qt::StringLiterals;
+
 /** A model with attributes of every type, and relationships of every kind and delete rule. */
 inline const QByteArray VXThingSource = R"(
 abstract entity Thing {
@@ -41,9 +43,8 @@ entity Passport: Thing { relationship holder: Person optional inverse passport; 
 )";
 
 /** What there can be objects of; people come twice as often. */
-inline const std::array VXThingNames{QStringLiteral("Person"), QStringLiteral("Person"),  QStringLiteral("Worker"),
-                                     QStringLiteral("Call"),   QStringLiteral("Phone"),   QStringLiteral("Box"),
-                                     QStringLiteral("Group"),  QStringLiteral("Passport")};
+inline const std::array VXThingNames{u"Person"_s, u"Person"_s, u"Worker"_s, u"Call"_s,
+                                     u"Phone"_s,  u"Box"_s,    u"Group"_s,  u"Passport"_s};
 
 /** Of each type the values that differ in what stores must mind. */
 inline const std::map<VXAttributeType, QVariantList> VXThingValues{
@@ -53,20 +54,12 @@ inline const std::map<VXAttributeType, QVariantList> VXThingValues{
     {VXAttributeType::Double, {{}, 0.1, -2.5, 3.0, 1e300}},
     {VXAttributeType::Boolean, {{}, true, false}},
     {VXAttributeType::String,
-     {{},
-      QStringLiteral(""),
-      QStringLiteral("a"),
-      QStringLiteral("A"),
-      QStringLiteral("Ärger"),
-      QStringLiteral("a'b%"),
-      QString(QStringLiteral("a\0b")),
-      QString(QChar(0xD800))}},
+     {{}, u""_s, u"a"_s, u"A"_s, u"Ärger"_s, u"a'b%"_s, QString(u"a\0b"_s), QString(QChar(0xD800))}},
     {VXAttributeType::Date,
      {{},
       QDateTime::fromMSecsSinceEpoch(0, Qt::UTC),
       QDateTime::fromMSecsSinceEpoch(-1, Qt::UTC),
       QDateTime::fromMSecsSinceEpoch(1'700'000'000'123, Qt::UTC)}},
     {VXAttributeType::Binary, {{}, QByteArray(""), QByteArray("\0\xff", 2)}},
-    {VXAttributeType::PropertyList,
-     {{}, QStringLiteral("x"), QVariantList{1LL, true}, QVariantMap{{QStringLiteral("k"), 0.5}}}},
+    {VXAttributeType::PropertyList, {{}, u"x"_s, QVariantList{1LL, true}, QVariantMap{{u"k"_s, 0.5}}}},
 };

@@ -9,7 +9,6 @@
 
 #include <sqlite3.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -109,89 +108,6 @@ TEST_F(VXSQLiteStoreTest, EntitiesOfAFamilyShareATable)
     // A number that belongs to an object of another entity
     EXPECT_FALSE(store->row({shop.entity(), store->identity(), jane.number()}, &error));
     EXPECT_FALSE(error);
-}
-
-TEST_F(VXSQLiteStoreTest, NumbersAreGivenOutOnceAmongProcesses)
-{
-    const VXManagedObjectID jane = makeStore();
-    constexpr int processCount = 3;
-    constexpr int countEach = 40;
-    QList<int> ends;
-    for (int process = 0; process < processCount; ++process) {
-        int pipeEnds[2];
-        ASSERT_EQ(pipe(pipeEnds), 0);
-        if (fork() == 0) {
-            const auto store = open();
-            bool isGood = bool(store);
-            for (int count = 0; isGood && count < countEach; ++count) {
-                const auto number = store->reserveNumbers(jane.entity().rootEntity(), 2, &error);
-                isGood = number && write(pipeEnds[1], &*number, sizeof(*number)) == sizeof(*number);
-            }
-            _exit(isGood ? 0 : 1);
-        }
-        close(pipeEnds[1]);
-        ends.append(pipeEnds[0]);
-    }
-    QSet<qint64> numbers{jane.number()};
-    for (const int end : ends) {
-        qint64 number = 0;
-        while (read(end, &number, sizeof(number)) == sizeof(number))
-            numbers << number << number + 1;
-        close(end);
-    }
-    for (int process = 0; process < processCount; ++process) {
-        int status = -1;
-        wait(&status);
-        EXPECT_EQ(status, 0);
-    }
-    EXPECT_EQ(numbers.size(), 1 + processCount * countEach * 2);
-}
-
-TEST_F(VXSQLiteStoreTest, AKilledProcessLosesNoCommittedSave)
-{
-    makeStore();
-    const pid_t child = fork();
-    if (child == 0) {
-        const auto store = open();
-        VXRowSaver saver(*store);
-        saver.add(u"Group"_s);
-        const bool isSaved = saver.saveAndCommit();
-        saver.add(u"Group"_s);
-        const auto pending = saver.save();
-        if (isSaved && pending)
-            kill(getpid(), SIGKILL);
-        _exit(1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status));
-    const auto store = open();
-    ASSERT_TRUE(store) << error.description().toStdString();
-    EXPECT_EQ(rowCount(*store, u"Group"_s), 1);
-    EXPECT_EQ(store->check(), QStringList());
-}
-
-TEST_F(VXSQLiteStoreTest, AnUncommittedSaveIsUndone)
-{
-    const auto store = open();
-    VXRowSaver saver(*store);
-    const auto jane = saver.add(u"Person"_s);
-    store->setMetadata({{u"owner"_s, u"me"_s}});
-    saver.request.metadata = store->unsavedMetadata();
-    const VXSaveRequest request = saver.request;
-    EXPECT_TRUE(saver.save());
-    EXPECT_EQ(rowCount(*store, u"Person"_s), 0);
-    EXPECT_TRUE(store->unsavedMetadata());
-    ASSERT_TRUE(saver.saveAndCommit());
-    EXPECT_FALSE(store->unsavedMetadata());
-    EXPECT_EQ(Coordinator::metadataForPersistentStore(VXStoreType::SQLite, path(u"a.sqlite"_s)), store->metadata());
-
-    saver.request.changes = request.changes; // a second object with the identifier of the first
-    EXPECT_FALSE(saver.saveAndCommit());
-    EXPECT_EQ(saver.error.code(), int(Code::ReferentialIntegrity));
-    saver.request.changes.clear();
-    saver.change(jane, {{u"name"_s, u"Jane"_s}});
-    EXPECT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
 }
 
 TEST_F(VXSQLiteStoreTest, WaitsOnlySoLongForAnotherProcess)
@@ -303,32 +219,6 @@ TEST_F(VXSQLiteStoreTest, ForeignAndDamagedFilesStayAsTheyAre)
     ASSERT_TRUE(QDir().mkpath(file));
     EXPECT_FALSE(open());
     EXPECT_EQ(error.code(), int(Code::FileRead));
-}
-
-// Wherever a byte is wrong, the answer is an error or an object, never a crash.
-TEST_F(VXSQLiteStoreTest, DamageAnywhereIsSurvived)
-{
-    makeStore();
-    const QByteArray good = readFile(path(u"a.sqlite"_s));
-    for (qsizetype at = 0; at < good.size(); at += 307) {
-        QByteArray bad = good;
-        bad[at] = char(bad[at] ^ 0x55);
-        writeFile(u"a.sqlite"_s, bad);
-        const auto store = open({.isReadOnly = true});
-        if (!store) {
-            EXPECT_TRUE(error) << at;
-            continue;
-        }
-        for (const VXEntityDescription *const entity : store->model().entities()) {
-            error = {};
-            const std::unique_ptr<VXRowCursor> rows = store->fetch(VXFetchRequest(*entity), true, &error);
-            VXRowCursor::Step step = rows ? VXRowCursor::Step::Row : VXRowCursor::Step::Failed;
-            for (VXFetchedRow row; step == VXRowCursor::Step::Row;)
-                step = rows->next(&row, &error);
-            EXPECT_EQ(step == VXRowCursor::Step::Failed, bool(error)) << at;
-        }
-        store->check();
-    }
 }
 
 TEST_F(VXSQLiteStoreTest, AFileOfNoBytesBecomesAStore)

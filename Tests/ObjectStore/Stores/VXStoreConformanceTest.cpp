@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QByteArray peopleSource = R"(
+const QByteArray peopleSource = VXItemSource + R"(
 entity Person {
     attribute name: string optional;
     attribute age: integer32 optional;
@@ -31,18 +31,6 @@ entity Employee: Person { attribute salary: double optional; }
 entity Call {
     attribute cost: double optional;
     relationship caller: Person optional inverse calls;
-}
-entity Item {
-    attribute small: integer16 optional;
-    attribute medium: integer32 optional;
-    attribute whole: integer64 optional;
-    attribute real: double optional;
-    attribute truth: boolean optional;
-    attribute text: string optional;
-    attribute date: date optional;
-    attribute data: binary optional;
-    attribute list: property-list optional;
-    attribute passing: string optional transient;
 }
 entity Group {
     attribute name: string optional;
@@ -397,7 +385,10 @@ TEST_P(VXStoreConformanceTest, WhatIsNotCommittedIsUndone)
     const qint64 last = saver.add(u"Person"_s, {{u"name"_s, u"New"_s}}).number();
     saver.remove(nobody);
     saver.link(club, u"members"_s, {}, {jane});
+    store->setMetadata({{u"owner"_s, u"me"_s}});
+    saver.request.metadata = store->unsavedMetadata();
     EXPECT_TRUE(saver.save());
+    EXPECT_TRUE(store->unsavedMetadata());
     EXPECT_EQ(names(request(u"Person"_s)), (QVariantList{u"Jane"_s, u"zoë"_s, QVariant()}));
     EXPECT_EQ(related({club}, u"members"_s), (QSet<VXManagedObjectID>{jane, zoe}));
     EXPECT_GT(saver.add(u"Employee"_s).number(), last); // numbers are not given again
@@ -409,6 +400,9 @@ TEST_P(VXStoreConformanceTest, AnIdentifierIsTakenOnce)
         {jane, std::make_shared<VXStoreRow>(int(jane.entity().properties().size()), 1), nullptr});
     EXPECT_FALSE(saver.saveAndCommit());
     EXPECT_EQ(saver.error.code(), int(VXObjectStoreErrorCode::ReferentialIntegrity));
+    saver.request = {};
+    saver.change(jane, {{u"age"_s, 42}});
+    EXPECT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
 }
 
 // Several may be inserted by one statement.

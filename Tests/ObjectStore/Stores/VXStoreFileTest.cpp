@@ -234,17 +234,18 @@ TEST_P(VXStoreFileTest, AllStoresAreClosedAtTheEnd)
 TEST_P(VXStoreFileTest, ProcessesMakeOneStoreTogether)
 {
     constexpr int processes = 6;
+    constexpr int itemsOfEach = 5;
     for (const QString &name : {u"0"_s, u"1"_s, u"2"_s, u"3"_s, u"4"_s}) {
         EXPECT_EQ(VXProcessesThatSucceed(processes,
                                          [&](int) {
                                              const auto store = open(name);
                                              EXPECT_TRUE(store) << error.description().toStdString();
-                                             if (store)
+                                             for (int item = 0; store && item < itemsOfEach; ++item)
                                                  addItem(*store);
                                              return bool(store);
                                          }),
                   processes);
-        EXPECT_EQ(count(*open(name)), processes);
+        EXPECT_EQ(count(*open(name)), processes * itemsOfEach);
     }
     EXPECT_EQ(files().filter(u".new"_s), QStringList());
 }

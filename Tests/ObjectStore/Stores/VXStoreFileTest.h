@@ -6,6 +6,8 @@
 
 #include <QtCore/QDir>
 
+using namespace Qt::StringLiterals;
+
 /** A store of items in a file, opened as often as a test likes. */
 class VXStoreFileTest : public VXHomeTest, public testing::WithParamInterface<VXStoreType>
 {
@@ -22,27 +24,18 @@ protected:
     }
     static VXFetchRequest items(VXPersistentStore &store)
     {
-        return VXFetchRequest(*store.model().entityForName(QStringLiteral("Item")));
+        return VXFetchRequest(*store.model().entityForName(u"Item"_s));
     }
-    static QVariantList texts(VXPersistentStore &store)
-    {
-        return VXFetchValues(store, items(store), QStringLiteral("text"));
-    }
+    static QVariantList texts(VXPersistentStore &store) { return VXFetchValues(store, items(store), u"text"_s); }
     static qsizetype count(VXPersistentStore &store) { return texts(store).size(); }
     static void addItem(VXPersistentStore &store)
     {
         VXRowSaver saver(store);
-        saver.add(QStringLiteral("Item"), {{QStringLiteral("text"), QStringLiteral("x")}});
+        saver.add(u"Item"_s, {{u"text"_s, u"x"_s}});
         ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
     }
     QStringList files() const { return QDir(path()).entryList(QDir::Files | QDir::Hidden); }
 
-    const VXManagedObjectModel::Ptr model = VXModelOf(R"(
-        entity Item {
-            attribute text: string optional;
-            relationship parent: Item optional inverse children;
-            relationship children: Item[] optional inverse parent;
-            relationship peers: Item[] optional inverse peers;
-        })");
+    const VXManagedObjectModel::Ptr model = VXModelOf(VXItemSource);
     VXError error;
 };

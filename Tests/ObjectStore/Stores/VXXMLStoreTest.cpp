@@ -6,11 +6,6 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
-#include <array>
-#include <csignal>
-#include <sys/wait.h>
-#include <unistd.h>
-
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
 
@@ -18,24 +13,6 @@ namespace {
 
 using Coordinator = VXPersistentStoreCoordinator;
 using Code = VXObjectStoreErrorCode;
-
-const QByteArray itemSource = R"(
-entity Item {
-    attribute small: integer16 optional;
-    attribute whole: integer64 optional;
-    attribute real: double optional;
-    attribute truth: boolean optional;
-    attribute text: string optional;
-    attribute date: date optional;
-    attribute data: binary optional;
-    attribute list: property-list optional;
-    attribute passing: string optional transient;
-    relationship parent: Item optional inverse children;
-    relationship children: Item[] optional inverse parent;
-    relationship peers: Item[] optional inverse peers;
-}
-abstract entity Idea {}
-)";
 
 } // namespace
 
@@ -50,16 +27,12 @@ protected:
         VXError error;
     };
 
-    Opened open(const VXStoreOptions &options = {}, const QByteArray &source = itemSource) const
+    Opened open(const VXStoreOptions &options = {},
+                const QByteArray &source = VXItemSource + "abstract entity Idea {}") const
     {
         Opened opened{Coordinator::coordinatorWithModel(VXModelOf(source)), nullptr, {}};
         opened.store = opened.coordinator->addPersistentStore(VXStoreType::XML, file, options, &opened.error);
         return opened;
-    }
-
-    static QVariantList texts(VXPersistentStore &store)
-    {
-        return VXFetchValues(store, VXFetchRequest(*store.model().entityForName(u"Item"_s)), u"text"_s);
     }
 
     const QString file = path(u"items.xml"_s);
@@ -177,52 +150,4 @@ TEST_F(VXXMLStoreTest, EntitiesMayBeAddedToTheModel)
     saver.request.metadata = grown.store->metadata();
     EXPECT_TRUE(saver.saveAndCommit());
     EXPECT_EQ(open({}, "entity Item {}").error.localizedRecoverySuggestion(), u"The model has no entity \"Later\"."_s);
-}
-
-// Two processes insert at once; a third is killed in the midst of its saves.
-TEST_F(VXXMLStoreTest, ProcessesLoseNothing)
-{
-    constexpr int each = 15;
-    open();
-    const auto insert = [this](int count, const std::function<void()> &saved) {
-        const Opened opened = open();
-        VXRowSaver saver(*opened.store);
-        for (int done = 0; done < count; ++done) {
-            saver.add(u"Item"_s, {{u"text"_s, u"x"_s}});
-            if (!saver.saveAndCommit())
-                ::_exit(1);
-            saved();
-        }
-        ::_exit(0);
-    };
-    const auto start = [](const std::function<void()> &run) {
-        const pid_t child = ::fork();
-        if (child == 0)
-            run();
-        return child;
-    };
-    std::array<int, 2> pipe = {};
-    ASSERT_EQ(::pipe(pipe.data()), 0);
-    const pid_t killed = start([&] { insert(1'000'000, [&] { EXPECT_EQ(::write(pipe[1], "x", 1), 1); }); });
-    const pid_t children[] = {start([&] { insert(each, [] {}); }), start([&] { insert(each, [] {}); })};
-    std::array<char, 1> told = {};
-    for (int count = 0; count < each; ++count)
-        EXPECT_EQ(::read(pipe[0], told.data(), 1), 1);
-    ::kill(killed, SIGKILL);
-    for (const pid_t child : children) {
-        int status = -1;
-        ::waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
-    }
-    ::waitpid(killed, nullptr, 0);
-    ::close(pipe[1]);
-    int fromKilled = each;
-    while (::read(pipe[0], told.data(), 1) == 1)
-        ++fromKilled;
-    ::close(pipe[0]);
-    const Opened opened = open();
-    ASSERT_TRUE(opened.store) << opened.error.description().toStdString();
-    const qsizetype found = texts(*opened.store).size();
-    EXPECT_GE(found, 2 * each + fromKilled);
-    EXPECT_LE(found, 2 * each + fromKilled + 1); // it may have died before it could tell
 }

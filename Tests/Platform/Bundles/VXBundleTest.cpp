@@ -16,10 +16,7 @@
 #include <vector>
 
 using namespace Qt::StringLiterals;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using testing::AllOf, testing::ElementsAre, testing::HasSubstr, testing::IsEmpty;
 
 namespace {
 

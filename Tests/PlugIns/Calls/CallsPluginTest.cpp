@@ -14,8 +14,7 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
+using testing::ElementsAre, testing::ElementsAreArray;
 
 /** The plugins as they ship, with their stores in a fresh home folder. */
 class CallsPluginTest : public VXPluginManagerHomeTest

@@ -2,11 +2,8 @@
 #include "VXPhoneSyncTest.h"
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::UnorderedElementsAre;
-using testing::UnorderedElementsAreArray;
+using testing::ElementsAre, testing::HasSubstr, testing::IsEmpty;
+using testing::UnorderedElementsAre, testing::UnorderedElementsAreArray;
 
 /** Contacts. */
 class VXContactSyncTest : public VXPhoneSyncTest

@@ -1,3 +1,4 @@
+#include "VXDialableNumber.h"
 #include "VXGammuCallTracker.h"
 #include "VXGammuGate.h"
 #include "VXGammuProtocol.h"
@@ -18,13 +19,15 @@ TEST(VXGammuGateTest, OnlyNumbersPassAsNumbers)
         {u"123p45w6"_s, {}, u"123p45w6"_s},
         {u"1\rATD0900"_s, {}, {}},
         {u"1\n"_s, {}, {}},
+        {u"+"_s, {}, {}},
+        {u"49+170"_s, {}, u"49+170"_s},
         {u"1\"x"_s, {}, {}},
         {u"1;ATD2"_s, {}, {}},
         {u"١٢٣"_s, {}, {}},
         {QString(), {}, {}},
     };
     for (const auto &[number, dialable, storable] : cases) {
-        EXPECT_EQ(VXGammuGate::dialableNumber(number), dialable) << number.toStdString();
+        EXPECT_EQ(VXDialableNumber(number), dialable) << number.toStdString();
         EXPECT_EQ(VXGammuGate::storableNumber(number), storable) << number.toStdString();
     }
 }

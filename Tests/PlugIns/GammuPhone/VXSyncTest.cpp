@@ -3,10 +3,7 @@
 #include <array>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::UnorderedElementsAre;
-using testing::UnorderedElementsAreArray;
+using testing::ElementsAre, testing::IsEmpty, testing::UnorderedElementsAre, testing::UnorderedElementsAreArray;
 
 /** Messages. */
 class VXSyncTest : public VXPhoneSyncTest
