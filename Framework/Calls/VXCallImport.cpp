@@ -3,6 +3,7 @@
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
 #include "VXRegularFile.h"
+#include "VXStoreWorkLock.h"
 #include "VXTableFile.h"
 
 #include <algorithm>
@@ -116,8 +117,12 @@ bool VXCallImport::run(QFile &file, const QString &name, VXError *error)
     return add(records, error);
 }
 
+// Others note calls too, and sync lists of phones.
 bool VXCallImport::add(const QList<VXCallRecord> &records, VXError *error)
 {
+    const VXStoreWorkLock saving(*_store.coordinator(), VXStoreWorkLock::savingName);
+    if (!saving.isHeld(error))
+        return false;
     VXManagedObjectContext context(_store.coordinator());
     qsizetype added = 0;
     for (const VXCallRecord &record : records) {

@@ -15,6 +15,8 @@ namespace {
 constexpr auto pairLimit = 45s;      // the daemon gives the person 30
 constexpr auto discoveryLimit = 20s; // for the phone to be heard of
 constexpr auto contactsLimit = 60s;
+constexpr auto takingLimit = 300s; // for who keeps what was read
+constexpr qsizetype portionSize = 500;
 
 } // namespace
 
@@ -118,19 +120,48 @@ void VXAndroidPhone::fetchContacts(VXBusErrand &errand, const std::shared_ptr<VX
 {
     errand.begin(text(u"Reading contacts"_s), contactsLimit);
     const QString path = VXConnectNames::path(_phone, u"contacts"_s);
-    const auto take = [&errand, contacts](const VXConnectContacts::Cards &cards) {
-        errand.succeed(
-            {{u"items"_s, cards.items}, {u"problems"_s, cards.problems}, {u"isComplete"_s, cards.problems.isEmpty()}});
-        QThreadPool::globalInstance()->start([contacts] { contacts->forget(); });
-    };
-    const auto parse = [this, &errand, contacts, take] {
+    const auto parse = [this, &errand, contacts] {
         errand.begin(text(u"Reading contacts"_s), contactsLimit);
-        errand.compute([contacts] { return contacts->read(); }, take);
+        errand.compute([contacts] { return contacts->names(); },
+                       [this, &errand, contacts](const QStringList &names) {
+                           readPortion(errand, std::make_shared<ContactReading>(
+                                                   ContactReading{.contacts = contacts, .left = names}));
+                       });
     };
     errand.listen(path, VXConnectNames::contacts, u"localCacheSynchronized"_s,
                   [parse](const QDBusMessage &) { parse(); });
     errand.call({.path = path, .interface = VXConnectNames::contacts, .method = u"synchronizeRemoteWithLocal"_s},
                 [](const QVariantList &) {});
+}
+
+// Whoever takes portions has taken all but the last of them.
+void VXAndroidPhone::readPortion(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading)
+{
+    errand.begin(text(u"Reading contacts"_s), contactsLimit);
+    const QStringList names = reading->left.first(std::min(portionSize, reading->left.size()));
+    reading->left.remove(0, names.size());
+    const auto take = [this, &errand, reading](const VXConnectContacts::Cards &cards) {
+        reading->problems += cards.problems;
+        reading->items += cards.items;
+        const auto next = [this, &errand, reading] { readPortion(errand, reading); };
+        if (reading->left.isEmpty())
+            return finishContacts(errand, *reading);
+        errand.begin(text(u"Reading contacts"_s), takingLimit);
+        const VXDeviceAction::Portion portion = [items = reading->items] { return QVariantMap{{u"items"_s, items}}; };
+        if (!errand.action() || !errand.action()->handOver(portion, errand.guarded<>(next)))
+            return next();
+        reading->items.clear();
+    };
+    errand.compute([contacts = reading->contacts, names] { return contacts->read(names); }, take);
+}
+
+void VXAndroidPhone::finishContacts(VXBusErrand &errand, const ContactReading &reading)
+{
+    const std::shared_ptr<VXConnectContacts> contacts = reading.contacts;
+    errand.succeed({{u"items"_s, reading.items},
+                    {u"problems"_s, reading.problems},
+                    {u"isComplete"_s, reading.problems.isEmpty()}});
+    QThreadPool::globalInstance()->start([contacts] { contacts->forget(); });
 }
 
 // -- Dialling

@@ -52,6 +52,16 @@ private:
     void unpair(VXBusErrand &errand);
     void readContacts(VXBusErrand &errand);
     void fetchContacts(VXBusErrand &errand, const std::shared_ptr<VXConnectContacts> &contacts);
+    /** Contacts, portion by portion. */
+    struct ContactReading
+    {
+        std::shared_ptr<VXConnectContacts> contacts;
+        QStringList left;        // names of cards
+        QVariantList items = {}; // that were not handed over
+        QStringList problems = {};
+    };
+    void readPortion(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading);
+    static void finishContacts(VXBusErrand &errand, const ContactReading &reading);
     void dial(VXBusErrand &errand);
 
     void callWasReceived(const QString &event, const QString &number);

@@ -23,19 +23,6 @@ QString pathFor(const QString &prefix, const QString &deviceID)
            "kdeconnect-"_L1 + deviceID;
 }
 
-QStringList cardsIn(const QString &folder)
-{
-    QStringList names;
-    std::error_code error;
-    for (const auto &entry : std::filesystem::directory_iterator(folder.toStdString(), error)) {
-        const QString name = QFile::decodeName(entry.path().filename().c_str());
-        if (name.endsWith(cardSuffix) && entry.is_regular_file(error))
-            names.append(name);
-    }
-    names.sort();
-    return names;
-}
-
 } // namespace
 
 VXConnectContacts::VXConnectContacts(const QString &deviceID)
@@ -107,10 +94,23 @@ void VXConnectContacts::forget()
     _lock.reset();
 }
 
-VXConnectContacts::Cards VXConnectContacts::read() const
+QStringList VXConnectContacts::names() const
+{
+    QStringList names;
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(_folder.toStdString(), error)) {
+        const QString name = QFile::decodeName(entry.path().filename().c_str());
+        if (name.endsWith(cardSuffix) && entry.is_regular_file(error))
+            names.append(name);
+    }
+    names.sort();
+    return names;
+}
+
+VXConnectContacts::Cards VXConnectContacts::read(const QStringList &names) const
 {
     Cards cards;
-    for (const QString &name : cardsIn(_folder)) {
+    for (const QString &name : names) {
         QFile file(QDir(_folder).filePath(name));
         if (!file.open(QIODevice::ReadOnly)) {
             cards.problems.append(name + ": "_L1 + file.errorString());

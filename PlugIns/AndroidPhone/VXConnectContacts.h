@@ -28,11 +28,13 @@ public:
 
     struct Cards
     {
-        QVariantList items; // contacts, as "read_contacts" gives them
-        QStringList problems;
+        QVariantList items = {}; // contacts, as "read_contacts" gives them
+        QStringList problems = {};
     };
     /** What lies in the folder now. */
-    Cards read() const;
+    QStringList names() const;
+    /** These of it. */
+    Cards read(const QStringList &names) const;
 
 private:
     void returnAll() const;

@@ -7,6 +7,7 @@
 #include "VXPhoneText.h"
 
 #include <algorithm>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -20,6 +21,13 @@ constexpr auto rest = 5s;               // for what is missing of one
 constexpr auto takingLimit = 300s;      // for who files what was read
 constexpr auto sendLimit = 90s;         // until the phone tells of the message as sent
 constexpr qsizetype portionSize = 1000; // of messages, as one conversation may have all there are
+constexpr qulonglong mostMessages = std::numeric_limits<int>::max(); // that can be asked for
+constexpr qint64 longestAhead = 24 * 60 * 60 * 1000; // milliseconds, that clocks and time zones do not differ by
+
+bool isAhead(qint64 date)
+{
+    return date > QDateTime::currentMSecsSinceEpoch() + longestAhead;
+}
 
 } // namespace
 
@@ -46,7 +54,7 @@ struct VXConnectMessages::Reading
 struct VXConnectMessages::Sending
 {
     VXTextToSend message;
-    qint64 newestBefore; // of the messages there were
+    Newest before; // of the messages there were
 };
 
 VXConnectMessages::VXConnectMessages(VXBusDevice &device, VXBusQueue &queue) : _device(device), _queue(queue)
@@ -72,16 +80,27 @@ void VXConnectMessages::setPhone(const QString &deviceID)
         return;
     _phone = deviceID;
     _watermark.reset();
-    _newest = 0;
+    _newest = {};
     _told.clear();
 }
 
 // -- News
 
+void VXConnectMessages::Newest::note(qint64 date)
+{
+    qint64 &newest = isAhead(date) ? ahead : usual;
+    newest = std::max(newest, date);
+}
+
+bool VXConnectMessages::Newest::isBefore(qint64 date) const
+{
+    return date > (isAhead(date) ? ahead : usual);
+}
+
 void VXConnectMessages::take(const VXConnectMessage &message)
 {
-    _newest = std::max(_newest, message.date);
-    if (!_watermark || !message.isIncoming() || message.date <= *_watermark || _told.contains(message.key()))
+    _newest.note(message.date);
+    if (!_watermark || !message.isIncoming() || !_watermark->isBefore(message.date) || _told.contains(message.key()))
         return;
     _told.insert(message.key());
     const QVariantMap record = message.record(VXAbsoluteString(_device.url()));
@@ -97,8 +116,11 @@ void VXConnectMessages::survey()
         askForThreads(errand, [this, &errand] { askForNewest(errand, [&errand] { errand.succeed(); }); });
     };
     _queue.enqueue(look, [this](const QVariantMap &, const VXError &) {
-        if (!_watermark)
-            _watermark = _newest > 0 ? _newest : QDateTime::currentMSecsSinceEpoch();
+        if (_watermark)
+            return;
+        _watermark = _newest;
+        if (_newest.usual == 0)
+            _watermark->note(QDateTime::currentMSecsSinceEpoch());
     });
 }
 
@@ -142,7 +164,7 @@ void VXConnectMessages::askForNewest(VXBusErrand &errand, const std::function<vo
                [this, then](const QDBusMessage &answer) {
                    for (const QVariant &value : qdbus_cast<QVariantList>(answer.arguments().value(0))) {
                        if (const auto message = VXConnectMessage::fromArgument(value))
-                           _newest = std::max(_newest, message->date);
+                           _newest.note(message->date);
                    }
                    then();
                });
@@ -214,7 +236,7 @@ void VXConnectMessages::readLoaded(VXBusErrand &errand, const std::shared_ptr<Re
     errand.call({.path = VXConnectNames::path(_phone),
                  .interface = VXConnectNames::conversations,
                  .method = u"requestConversation"_s,
-                 .arguments = {reading->thread, 0, int(count)}},
+                 .arguments = {reading->thread, 0, int(std::min(count, mostMessages))}},
                 [](const QVariantList &) {});
 }
 
@@ -286,7 +308,7 @@ void VXConnectMessages::send(VXBusErrand &errand)
         return errand.fail(message.error, {{u"failure"_s, u"refused"_s}});
     errand.setResultOfFailure({{u"failure"_s, u"later"_s}}); // until the daemon is told
     const auto go = [this, &errand, message] {
-        sendNow(errand, std::make_shared<Sending>(Sending{.message = message, .newestBefore = _newest}));
+        sendNow(errand, std::make_shared<Sending>(Sending{.message = message, .before = _newest}));
     };
     if (_watermark)
         return go();
@@ -316,7 +338,7 @@ void VXConnectMessages::sendNow(VXBusErrand &errand, const std::shared_ptr<Sendi
 void VXConnectMessages::follow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending,
                                const VXConnectMessage &message)
 {
-    const bool isOurs = message.date > sending->newestBefore && !message.isIncoming() &&
+    const bool isOurs = sending->before.isBefore(message.date) && !message.isIncoming() &&
                         message.body == sending->message.text &&
                         VXConversationKey(message.number()) == VXConversationKey(sending->message.number);
     if (!isOurs)

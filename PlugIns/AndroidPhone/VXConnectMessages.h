@@ -31,6 +31,15 @@ private:
     using Heard = std::function<void(const VXConnectMessage &message)>;
     struct Reading;
     struct Sending;
+    /** Dates of the newest messages. Those that are dated ahead count by themselves: one of them, however wrong, hides no other. */
+    struct Newest
+    {
+        qint64 usual = 0;
+        qint64 ahead = 0; // of our clock
+
+        void note(qint64 date);
+        bool isBefore(qint64 date) const;
+    };
 
     /** Hands over messages during this step. */
     void listen(VXBusErrand &errand, const Heard &heard);
@@ -50,8 +59,8 @@ private:
     VXBusDevice &_device;
     VXBusQueue &_queue;
     QString _phone;
-    std::optional<qint64> _watermark; // of the messages there were; none before the first survey
-    qint64 _newest = 0;               // date of any message
+    std::optional<Newest> _watermark; // of the messages there were; none before the first survey
+    Newest _newest;                   // of any message
     QSet<VXConnectMessage::Key> _told;
     Heard _heard;                     // null for none
     QPointer<VXBusErrand> _listening; // whose it is

@@ -4,6 +4,7 @@
 #include "VXDataManager.h"
 #include "VXManagedObjectContext.h"
 #include "VXMethodLog.h"
+#include "VXStoreWorkLock.h"
 
 using namespace Qt::StringLiterals;
 
@@ -105,6 +106,8 @@ void VXCallRecorder::eventWillBePosted(const VXNotification &notification)
 
 bool VXCallRecorder::record(const VXCallNews &news)
 {
+    // Other programs hear of it too. Who waits in vain notes it all the same: twice is better than not at all.
+    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
     VXManagedObjectContext context(_coordinator);
     context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
     VXError error;

@@ -10,7 +10,7 @@
 /**
  * Writes calls into the history as events tell of them: one object for each call, from ringing over connected to ended. Events
  * of one call are known by the phone's "call_id", else by phone, parties and direction. Any thread. News that come while
- * another thread writes are left to that one: nobody waits, and no lock is held while a store is used.
+ * another thread writes are left to that one; other programs that write, or sync, are waited for (VXStoreWorkLock).
  */
 class VXCallRecorder
 {

@@ -1,7 +1,7 @@
 #include "VXCallSync.h"
 
 #include "VXBundle.h"
-#include "VXConversationKey.h"
+#include "VXCallFiling.h"
 #include "VXCoreDataSaveError.h"
 
 using namespace Qt::StringLiterals;
@@ -24,41 +24,18 @@ void VXCallSync::start()
 void VXCallSync::didRead(const VXDeviceAction &part)
 {
     const QVariantMap result = part.result().toMap();
-    VXError error = part.error();
-    VXManagedObjectContext context(_store.coordinator());
-    for (const QVariant &item : result.value(u"items"_s).toList()) { // also of a reading that ended early
-        if (VXError failure; !add(item.toMap(), context, &failure))
-            return finish(failure, {});
-    }
-    if (VXError failure; context.hasChanges() && !context.save(&failure)) {
-        VXLogCoreDataSaveError(failure);
-        _addedCount = 0;
-        error = failure;
-    }
-    finish(error, result.value(u"problems"_s).toStringList());
-}
-
-// Some phones keep no times: of these a call is known by its list and number, and by how many such there are. It is dated when it
-// is first seen.
-bool VXCallSync::add(const QVariantMap &item, VXManagedObjectContext &context, VXError *error)
-{
-    VXCallRecord record(item);
-    std::optional<VXManagedObjectPtr> known;
-    if (record.date.isValid()) {
-        known = _store.find(record, context, error);
-    } else {
-        const QString list = u"%1 %2"_s.arg(item.value(u"memory"_s).toString(), VXConversationKey(record.otherParty()));
-        record.identifier = u"list %1 %2"_s.arg(list).arg(++_undated[list]);
-        record.date = QDateTime::currentDateTimeUtc();
-        known = _store.find(record.deviceURL, record.identifier, context, error);
-    }
-    if (!known)
-        return false;
-    if (!*known) {
-        VXCallStore::insert(record, context);
-        ++_addedCount;
-    }
-    return true;
+    const auto isOver = [whole = whole()] { return whole->isCancelled() || VXMainThread::hasEnded(); };
+    const auto file = [filing = VXCallFiling(_store, isOver), items = result.value(u"items"_s).toList()]() mutable {
+        VXError error;
+        static_cast<void>(filing.file(items, &error)); // also of a reading that ended early
+        return std::pair(filing.addedCount(), error);
+    };
+    compute(file, [this, error = part.error(), result](const std::pair<int, VXError> &filed) {
+        _addedCount = filed.first;
+        if (!filed.second.isNull())
+            VXLogCoreDataSaveError(filed.second);
+        finish(filed.second.isNull() ? error : filed.second, result.value(u"problems"_s).toStringList());
+    });
 }
 
 void VXCallSync::finish(const VXError &error, const QStringList &problems)

@@ -3,11 +3,9 @@
 #include "VXCallStore.h"
 #include "VXDeviceWork.h"
 
-#include <QtCore/QHash>
-
 /**
  * Takes the calls of a phone's lists into the store, as the action "sync_calls". Those that are there already, from an earlier
- * time or because an event told of them, are left as they are. Main thread.
+ * time or because an event told of them, are left as they are (VXCallFiling). Main thread, which waits for no store.
  */
 class VXCallSync : public VXDeviceWork
 {
@@ -22,10 +20,8 @@ protected:
 
 private:
     void didRead(const VXDeviceAction &part);
-    bool add(const QVariantMap &item, VXManagedObjectContext &context, VXError *error);
     void finish(const VXError &error, const QStringList &problems);
 
     const VXCallStore _store;
-    QHash<QString, int> _undated; // how many of a list and number were met
     int _addedCount = 0;
 };

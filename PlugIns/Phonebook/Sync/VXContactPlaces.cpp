@@ -1,13 +1,8 @@
 #include "VXContactPlaces.h"
 
-#include "VXContactMatch.h"
-#include "VXContactMerge.h"
 #include "VXContactWriter.h"
 #include "VXManagedObjectContext.h"
-#include "VXPhoneNumber.h"
 
-#include <QtCore/QCborMap>
-#include <QtCore/QCborValue>
 #include <QtCore/QMultiHash>
 
 using namespace Qt::StringLiterals;
@@ -20,13 +15,6 @@ const QString phoneKey = u"phone"_s;
 const QString refusedKey = u"refused"_s;
 
 } // namespace
-
-VXPhoneContact VXPhoneContact::fromItem(const QVariantMap &item)
-{
-    return {.item = item,
-            .location = item.value(u"memory"_s).toString() + u'/' + item.value(u"location"_s).toString(),
-            .contact = VXContactForPhone(VXContactRecord(item))};
-}
 
 // -- A place
 
@@ -107,58 +95,87 @@ void VXContactPlace::setRecord(const QString &key, const VXContactRecord &record
 
 // -- All places
 
-VXContactPlaces::VXContactPlaces(const QList<VXContactPlace> &places, const QList<VXPhoneContact> &contacts)
+void VXContactPlaces::add(const VXContactPlace &place)
 {
-    for (const VXContactPlace &place : places) {
-        _known.append({.place = place});
-        _knownTraits.append(traitsOf(place.location(), place.there()));
-    }
-    for (const VXPhoneContact &contact : contacts)
-        _news.append(&contact);
-    const auto location = [](const Traits &traits) { return traits.location.toUtf8(); };
-    const auto content = [](const Traits &traits) { return traits.content; };
-    const auto name = [](const Traits &traits) { return traits.name.toUtf8(); };
-    const auto nothing = [](const Traits &) { return QByteArray(); };
-    const auto shareAddress = [](const Traits &a, const Traits &b) { return a.addresses.intersects(b.addresses); };
+    const QString location = place.location();
+    const VXManagedObjectPtr person = place.person();
+    _known.append({.place = place.object()->objectID(),
+                   .person = person ? person->objectID() : VXManagedObjectID(),
+                   .memory = location.isEmpty() ? QString() : only(location.section(u'/', 0, 0)),
+                   .phone = place.phone().isEmpty() ? QString() : only(place.phone())});
+    _traits.append(VXContactTraits::of(location, place.there()));
+}
 
-    match(location, [](const Traits &a, const Traits &b) { return a.content == b.content; });
-    match(content, [](const Traits &, const Traits &) { return true; });
-    match(location, [=](const Traits &a, const Traits &b) {
-        return (!a.name.isEmpty() && a.name == b.name) || shareAddress(a, b);
-    });
-    match(name, [=](const Traits &a, const Traits &b) {
-        return !a.name.isEmpty() && (shareAddress(a, b) || a.addresses.isEmpty() || b.addresses.isEmpty());
+const QString &VXContactPlaces::only(const QString &text)
+{
+    return *_texts.insert(text);
+}
+
+void VXContactPlaces::keepOnly(const QString &phone)
+{
+    QList<Known> known;
+    QList<VXContactTraits> traits;
+    for (qsizetype index = 0; index < _known.size(); ++index) {
+        const QString &own = _known[index].phone;
+        if (!phone.isEmpty() && !own.isEmpty() && own != phone)
+            continue;
+        known.append(_known[index]);
+        traits.append(_traits[index]);
+    }
+    _known = known;
+    _traits = traits;
+}
+
+void VXContactPlaces::clear()
+{
+    _known.clear();
+    _traits.clear();
+}
+
+QStringList VXContactPlaces::phones() const
+{
+    QSet<QString> phones;
+    for (const Known &known : _known)
+        phones.insert(known.phone);
+    phones.remove(QString());
+    return phones.values();
+}
+
+void VXContactPlaces::match(const VXPhoneContacts &contacts)
+{
+    using Traits = VXContactTraits;
+    for (qsizetype index = 0; index < contacts.size(); ++index)
+        _news.append(index);
+    const auto location = [](const Traits &traits) { return traits.location; };
+    const auto content = [](const Traits &traits) { return traits.content; };
+    const auto name = [](const Traits &traits) { return traits.name; };
+    const auto nothing = [](const Traits &) { return size_t(0); };
+
+    match(contacts, location, [](const Traits &a, const Traits &b) { return a.content == b.content; });
+    match(contacts, content, [](const Traits &, const Traits &) { return true; });
+    match(contacts, location,
+          [](const Traits &a, const Traits &b) { return (a.name != 0 && a.name == b.name) || a.sharesAddress(b); });
+    match(contacts, name, [](const Traits &a, const Traits &b) {
+        return a.name != 0 && (a.sharesAddress(b) || a.addresses.isEmpty() || b.addresses.isEmpty());
     });
     // What was written, but is not known to be: the phone may have cut the name off.
-    match(nothing, [=](const Traits &a, const Traits &b) { return a.location.isEmpty() && shareAddress(a, b); });
+    match(contacts, nothing, [](const Traits &a, const Traits &b) { return a.location == 0 && a.sharesAddress(b); });
 }
 
-VXContactPlaces::Traits VXContactPlaces::traitsOf(const QString &location, const VXContactRecord &contact)
+void VXContactPlaces::match(const VXPhoneContacts &contacts, const std::function<size_t(const VXContactTraits &)> &key,
+                            const Test &test)
 {
-    Traits traits{.location = location,
-                  .content = QCborValue::fromVariant(contact.map()).toCbor(),
-                  .name = VXContactNameKey(contact),
-                  .addresses = {}};
-    for (const VXContactRecord::Address &number : contact.numbers)
-        traits.addresses.insert(VXPhoneNumberSearchString(number.value));
-    for (const VXContactRecord::Address &email : contact.emails)
-        traits.addresses.insert(email.value.toLower());
-    return traits;
-}
-
-void VXContactPlaces::match(const std::function<QByteArray(const Traits &)> &key, const Test &test)
-{
-    QMultiHash<QByteArray, qsizetype> left;
+    QMultiHash<size_t, qsizetype> left;
     for (qsizetype index = _known.size() - 1; index >= 0; --index) { // the last that is inserted is found first
-        if (_known[index].met == nullptr)
-            left.insert(key(_knownTraits[index]), index);
+        if (_known[index].met < 0)
+            left.insert(key(_traits[index]), index);
     }
-    _news.removeIf([&](const VXPhoneContact *contact) {
+    _news.removeIf([&](qsizetype contact) {
         if (left.isEmpty())
             return false;
-        const Traits traits = traitsOf(contact->location, contact->contact);
+        const VXContactTraits &traits = contacts.traits(contact);
         for (auto place = left.find(key(traits)); place != left.end() && place.key() == key(traits); ++place) {
-            if (!test(_knownTraits[*place], traits))
+            if (!test(_traits[*place], traits))
                 continue;
             _known[*place].met = contact;
             left.erase(place);

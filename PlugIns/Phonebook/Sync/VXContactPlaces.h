@@ -1,29 +1,17 @@
 #pragma once
 
-#include "VXContactRecord.h"
 #include "VXManagedObject.h"
+#include "VXPhoneContacts.h"
 
-#include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtCore/QSet>
 #include <QtCore/QString>
-#include <QtCore/QVariant>
+#include <QtCore/QStringList>
 
 #include <functional>
 #include <optional>
 
 class VXManagedObjectContext;
-
-/** A contact as it lies on a phone. */
-struct VXPhoneContact
-{
-    /** Of an item of "read_contacts". */
-    static VXPhoneContact fromItem(const QVariantMap &item);
-
-    QVariantMap item;        // as it was read
-    QString location;        // "MEMORY/LOCATION"
-    VXContactRecord contact; // VXContactForPhone
-};
 
 /** An object of the entity "VXContactPlace", with typed values. On its context's thread; none is null. */
 class VXContactPlace
@@ -70,32 +58,38 @@ class VXContactPlaces
 public:
     struct Known
     {
-        VXContactPlace place;
-        const VXPhoneContact *met = nullptr; // on the phone now
+        VXManagedObjectID place;
+        VXManagedObjectID person; // null: deleted here
+        QString memory;           // of the phone; null: it is to be put there
+        QString phone;            // which it is; null where that did not tell
+        qsizetype met = -1;       // the contact that lies there now; -1 for none
+
+        bool isPending() const { return memory.isNull(); }
     };
 
-    /** The contacts outlive this. */
-    VXContactPlaces(const QList<VXContactPlace> &places, const QList<VXPhoneContact> &contacts);
+    void add(const VXContactPlace &place);
+    /** Forgets what is of other phones. Nothing is forgotten of, or for, one that does not tell which it is. */
+    void keepOnly(const QString &phone);
+    void clear();
+    /** Which phones they are of, as far as those told. */
+    QStringList phones() const;
 
+    /** The contacts have traits. */
+    void match(const VXPhoneContacts &contacts);
     const QList<Known> &known() const { return _known; }
-    const QList<const VXPhoneContact *> &news() const { return _news; }
+    /** Contacts that are not known. */
+    const QList<qsizetype> &news() const { return _news; }
 
 private:
-    /** What a contact is compared by. */
-    struct Traits
-    {
-        QString location;
-        QByteArray content;
-        QString name;
-        QSet<QString> addresses;
-    };
-    using Test = std::function<bool(const Traits &known, const Traits &contact)>;
+    using Test = std::function<bool(const VXContactTraits &known, const VXContactTraits &contact)>;
 
-    static Traits traitsOf(const QString &location, const VXContactRecord &contact);
     /** Matches, of those that are left, each contact with the first place with the same key that passes. */
-    void match(const std::function<QByteArray(const Traits &)> &key, const Test &test);
+    void match(const VXPhoneContacts &contacts, const std::function<size_t(const VXContactTraits &)> &key,
+               const Test &test);
+    const QString &only(const QString &text);
 
     QList<Known> _known;
-    QList<Traits> _knownTraits; // of these
-    QList<const VXPhoneContact *> _news;
+    QList<VXContactTraits> _traits; // of these
+    QList<qsizetype> _news;
+    QSet<QString> _texts; // each once, as few as there are
 };

@@ -1,158 +1,98 @@
 #include "VXContactReconciler.h"
 
-#include "VXContactMatch.h"
-#include "VXContactMerge.h"
-#include "VXContactWriter.h"
 #include "VXCoreDataSaveError.h"
 #include "VXErrorDomain.h"
 #include "VXPhonebookPluginString.h"
-#include "VXPhoneNumber.h"
 #include "VXStoreWorkLock.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QMap>
-#include <QtCore/QSet>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
-using Person = VXManagedObjectPtr;
-
 namespace {
 
+constexpr qsizetype sliceSize = 500; // contacts of one save: others who change one wait for it
 const QStringList contactRelationships{u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s, u"places"_s};
 
-VXContactRecord recordOf(const Person &person)
+VXFetchRequest requestFor(const VXPersistentStoreCoordinator &coordinator, const QString &entity,
+                          const QVariantList &objectIDs)
 {
-    return VXStorableContact(VXContactRecord(QVariant::fromValue(person)));
-}
-
-VXContactRecord phoneRecordOf(const Person &person)
-{
-    return VXContactForPhone(recordOf(person));
-}
-
-QString nameOf(const VXContactRecord &contact)
-{
-    const QString name = contact.displayName();
-    return name.isEmpty() ? VXPhonebookPluginString(u"(no name)"_s) : name;
-}
-
-int placesIndex(const Person &person)
-{
-    return person->entity().propertyForName(u"places"_s)->index();
-}
-
-// A number that nobody changed stays on the phone as it is written there.
-VXContactRecord asWrittenThere(VXContactRecord wanted, const VXContactRecord &there)
-{
-    for (VXContactRecord::Address &number : wanted.numbers) {
-        const auto written = std::ranges::find_if(there.numbers, [&](const VXContactRecord::Address &each) {
-            return VXPhoneNumberWithoutTrunkZero(each.value.trimmed()) == number.value;
-        });
-        if (written != there.numbers.end())
-            number.value = written->value;
-    }
-    return wanted;
-}
-
-// What the action that changes it is told: what we know nothing of stays as it was read.
-QVariantMap objectFor(const VXPhoneContact &contact, const VXContactRecord &wanted)
-{
-    QVariantMap object = contact.item;
-    const QVariantMap known = VXContactRecord(contact.item).map();
-    object.removeIf([&](const auto &entry) {
-        return known.contains(entry.key()) || entry.value().typeId() == QMetaType::QVariantList;
-    });
-    object.insert(asWrittenThere(wanted, VXContactRecord(contact.item)).map());
-    object.insert(u"expected"_s, contact.item);
-    return object;
+    VXFetchRequest request(*coordinator.model().entityForName(entity));
+    request.predicate =
+        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(objectIDs));
+    return request;
 }
 
 } // namespace
 
-VXContactReconciler::VXContactReconciler(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &deviceURL,
-                                         const QString &deviceName, const QString &phone)
-    : _coordinator(coordinator), _deviceURL(deviceURL), _deviceName(deviceName), _phone(phone), _context(coordinator),
-      _writer(std::make_unique<VXContactWriter>(_context))
+VXContactReconciler::Slice::Slice(const VXPersistentStoreCoordinator::Ptr &coordinator)
+    : context(coordinator), writer(context)
 {
-    _context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
+    context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
+}
+
+VXContactReconciler::VXContactReconciler(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &deviceURL,
+                                         const QString &deviceName, const std::function<bool()> &isOver)
+    : _coordinator(coordinator), _deviceURL(deviceURL), _deviceName(deviceName), _isOver(isOver),
+      _contacts(std::make_shared<VXPhoneContacts>())
+{
 }
 
 VXContactReconciler::~VXContactReconciler() = default;
 
-bool VXContactReconciler::run(const QList<VXPhoneContact> &contacts, bool isAll, VXError *error)
+bool VXContactReconciler::begin(VXError *error)
 {
-    const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
-    std::optional<QList<VXContactPlace>> known = saving.isHeld(error) ? readPlaces(error) : std::nullopt;
-    if (!known)
-        return false;
-    const bool isNew = _isNewPhone && isAll; // else it might be given twice what was not read
-    const QList<Person> former = isNew ? forgetPlaces(*known) : QList<Person>();
-    if (isNew)
-        known->clear();
-    const VXContactPlaces places(*known, contacts);
-    if (!_acceptsDeletions)
-        _outcome.question = questionAbout(places, isAll);
-    if (!_outcome.question.isNull())
-        return true;
-    VXError failure;
-    bool isDone = reconcile(places, isAll, &failure);
-    for (const Person &person : former) {
-        if (isDone && !hasPlace(person))
-            put(makePlace(person));
-    }
-    isDone = isDone && (!_addsAll || addAll(&failure)) && (!_context.hasChanges() || _context.save(&failure));
-    if (isDone) {
-        for (VXPhoneChange &change : _outcome.changes)
-            change.placeID = std::exchange(change.place, {})->objectID();
-        return true;
-    }
-    VXLogCoreDataSaveError(failure);
-    VXSetError(error, failure);
-    return false;
-}
-
-std::optional<QList<VXContactPlace>> VXContactReconciler::readPlaces(VXError *error)
-{
+    VXManagedObjectContext context(_coordinator);
     VXFetchRequest request(*_coordinator->model().entityForName(VXContactPlace::entityName));
     request.predicate = *VXPredicate::predicateWithFormat(u"device_url == %@"_s, {_deviceURL});
-    const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
+    request.batchSize = sliceSize;
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
     if (!found)
-        return std::nullopt;
-    QVariantList persons;
-    QList<VXContactPlace> places;
-    QSet<QString> phones;
-    for (const VXManagedObjectPtr &object : *found) {
-        const VXContactPlace place(object);
-        phones.insert(place.phone());
-        if (!_isNewPhone && !isMine(place))
-            continue;
-        places.append(place);
-        if (const Person person = place.person())
-            persons.append(QVariant::fromValue(person->objectID()));
-    }
-    phones.remove(QString());
+        return false;
+    for (const VXManagedObjectPtr &place : *found)
+        _places.add(VXContactPlace(place));
+    _contacts->setHasTraits(!_places.known().isEmpty());
+    return true;
+}
+
+bool VXContactReconciler::run(const QString &phone, bool isAll, VXError *error)
+{
+    _phone = phone;
+    const bool isNew = _isNewPhone && isAll; // else it might be given twice what was not read
+    if (!choosePlaces(error) || (isNew && !forgetPlaces(error)))
+        return false;
+    _places.match(*_contacts);
+    if (!_acceptsDeletions)
+        _outcome.question = questionAbout(isAll);
+    if (!_outcome.question.isNull())
+        return true;
+    // First all that comes from the phone: a person may lie on it twice.
+    const bool isDone = linkAll(error) && keepAll(error) && settleLate(error) && applyAbsences(isAll, error) &&
+                        putFormer(error) && (!_addsAll || addAll(error));
+    std::ranges::stable_partition(
+        _outcome.changes, [](const VXPhoneChange &change) { return change.kind == VXPhoneChange::Kind::Delete; });
+    return isDone;
+}
+
+bool VXContactReconciler::choosePlaces(VXError *error)
+{
+    const QStringList phones = _places.phones();
     _outcome.isOtherPhone = !_phone.isEmpty() && !phones.isEmpty() && !phones.contains(_phone);
     if (_phone.isEmpty() && phones.size() > 1) {
         VXSetError(error, VXMakeError(VXPhonebookPluginString(
                               u"Of several phones that were here the phone does not tell which it is."_s)));
-        return std::nullopt;
+        return false;
     }
-    VXFetchRequest all(*_coordinator->model().entityForName(u"VXPerson"_s));
-    all.predicate =
-        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(persons));
-    all.prefetchedRelationships = contactRelationships;
-    _persons = _context.executeFetchRequest(all, error); // with all that is asked of them below
-    if (!_persons)
-        return std::nullopt;
-    return places;
+    if (!_isNewPhone)
+        _places.keepOnly(_phone);
+    return true;
 }
 
 // A phone that was reset, that another card was put into, or that does not answer as it should, has not deleted its contacts; and a
 // store that lost them has not either.
-QString VXContactReconciler::questionAbout(const VXContactPlaces &places, bool isAll) const
+QString VXContactReconciler::questionAbout(bool isAll) const
 {
     struct Count
     {
@@ -161,14 +101,14 @@ QString VXContactReconciler::questionAbout(const VXContactPlaces &places, bool i
         int deletedHere = 0;
     };
     QMap<QString, Count> counts; // by memory
-    for (const VXContactPlaces::Known &known : places.known()) {
-        if (known.place.location().isEmpty())
+    for (const Known &known : _places.known()) {
+        if (known.isPending())
             continue;
-        Count &count = counts[known.place.location().section(u'/', 0, 0)];
+        Count &count = counts[known.memory];
         ++count.all;
-        if (!known.place.person())
+        if (known.person.isNull())
             ++count.deletedHere;
-        else if (known.met == nullptr)
+        else if (known.met < 0)
             ++count.gone;
     }
     for (const Count &count : std::as_const(counts)) {
@@ -184,296 +124,168 @@ QString VXContactReconciler::questionAbout(const VXContactPlaces &places, bool i
     return {};
 }
 
-// First all that comes from the phone: a person may lie on it twice.
-bool VXContactReconciler::reconcile(const VXContactPlaces &places, bool isAll, VXError *error)
+// -- Slice by slice
+
+bool VXContactReconciler::perform(const Work &work, VXError *error)
 {
-    QList<Link> links;
-    QList<VXContactPlaces::Known> kept;
-    for (const VXPhoneContact *const contact : places.news())
-        links.append({contact});
-    for (const VXContactPlaces::Known &known : places.known()) {
-        if (known.met == nullptr)
-            continue;
-        if (known.place.person())
-            kept.append(known);
-        else
-            links.append({known.met, known.place});
+    const Outcome before = _outcome;
+    VXError failure;
+    bool isDone = false;
+    if (_isOver()) {
+        failure = VXError(VXErrorDomain, VXErrorCancelled);
+    } else {
+        const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
+        _slice = std::make_unique<Slice>(_coordinator);
+        if (_changeSet)
+            _slice->writer.setChangeSet(_changeSet->number, _changeSet->date);
+        isDone = saving.isHeld(&failure) && work(&failure) &&
+                 (!_slice->context.hasChanges() || _slice->context.save(&failure));
+        if (!isDone)
+            VXLogCoreDataSaveError(failure);
     }
-    if (!link(links, error))
-        return false;
-    if (!std::ranges::all_of(kept, [&](const VXContactPlaces::Known &known) { return takeOver(known, error); }))
-        return false;
-    if (!uniteCards(kept, error))
-        return false;
-    for (Link &link : _links) {
-        if (link.wasKnown)
-            bringBack({.place = link.place, .met = link.contact});
-        else
-            link.place.note(link.contact->location, phoneRecordOf(link.place.person()), link.contact->contact);
+    if (isDone) {
+        noteIDs(before.changes.size());
+    } else {
+        _outcome = before;
+        VXSetError(error, failure);
     }
-    for (const VXContactPlaces::Known &known : std::as_const(kept))
-        bringBack(known);
-    if (!_phone.isEmpty()) {
-        for (const VXContactPlaces::Known &known : places.known()) {
-            if (!known.place.object()->isDeleted())
-                VXContactPlace(known.place).setPhone(_phone); // it may not have told before
+    _slice.reset();
+    return isDone;
+}
+
+// Which they have only once they are saved.
+void VXContactReconciler::noteIDs(qsizetype firstChange)
+{
+    for (qsizetype index = firstChange; index < _outcome.changes.size(); ++index) {
+        VXPhoneChange &change = _outcome.changes[index];
+        change.placeID = std::exchange(change.place, {})->objectID();
+    }
+    for (auto &[place, linked] : _slice->linked) {
+        linked.place = place.object()->objectID();
+        linked.person = place.person()->objectID();
+        _linked.append(linked);
+    }
+    for (const Person &person : std::as_const(_slice->late))
+        _late.insert(person->objectID());
+}
+
+bool VXContactReconciler::inSlices(qsizetype count, const SliceWork &work, VXError *error)
+{
+    for (qsizetype start = 0; start < count; start += sliceSize) {
+        const qsizetype end = std::min(start + sliceSize, count);
+        if (!perform([&](VXError *why) { return work(start, end, why); }, error))
+            return false;
+    }
+    return true;
+}
+
+// With all that is asked of them, which is held until the slice is saved.
+bool VXContactReconciler::readPlaces(const QVariantList &places, const QVariantList &persons, VXError *error)
+{
+    if (!places.isEmpty())
+        _slice->places =
+            _slice->context.executeFetchRequest(requestFor(*_coordinator, VXContactPlace::entityName, places), error);
+    if (!persons.isEmpty()) {
+        VXFetchRequest request = requestFor(*_coordinator, u"VXPerson"_s, persons);
+        request.prefetchedRelationships = contactRelationships;
+        _slice->persons = _slice->context.executeFetchRequest(request, error);
+    }
+    return (places.isEmpty() || _slice->places) && (persons.isEmpty() || _slice->persons);
+}
+
+bool VXContactReconciler::forKnown(const QList<qsizetype> &known, const KnownWork &work, VXError *error)
+{
+    const auto slice = [&](qsizetype start, qsizetype end, VXError *why) {
+        const QList<qsizetype> some = known.sliced(start, end - start);
+        QVariantList places;
+        QVariantList persons;
+        for (const qsizetype index : some) {
+            const Known &each = _places.known()[index];
+            places.append(QVariant::fromValue(each.place));
+            if (!each.person.isNull())
+                persons.append(QVariant::fromValue(each.person));
         }
-    }
-    for (const VXContactPlaces::Known &known : places.known()) {
-        const bool isAbsent = known.met == nullptr && (isAll || known.place.location().isEmpty());
-        if (isAbsent && !applyAbsence(known.place, error))
-            return false;
-    }
-    return true;
+        return readPlaces(places, persons, why) && std::ranges::all_of(some, [&](qsizetype index) {
+                   const Known &each = _places.known()[index];
+                   const VXContactPlace place(_slice->context.existingObjectWithID(each.place));
+                   return !place.object() || work(each, place, why);
+               });
+    };
+    return inSlices(known.size(), slice, error);
 }
 
-// -- From the phone
-
-bool VXContactReconciler::link(const QList<Link> &links, VXError *error)
+QList<qsizetype> VXContactReconciler::knownThat(const std::function<bool(const Known &known)> &test) const
 {
-    QList<VXContactRecord> contacts;
-    for (const Link &link : links)
-        contacts.append(link.contact->contact);
-    VXContactMatch match(_context);
-    return match.prepare(contacts, error) &&
-           std::ranges::all_of(links, [&](const Link &link) { return linkContact(link, match, error); });
+    QList<qsizetype> found;
+    for (qsizetype index = 0; index < _places.known().size(); ++index) {
+        if (test(_places.known()[index]))
+            found.append(index);
+    }
+    return found;
 }
 
-// Whoever is here already is the same, and learns what the phone knows besides.
-bool VXContactReconciler::linkContact(Link link, VXContactMatch &match, VXError *error)
-{
-    const VXContactRecord &contact = link.contact->contact;
-    const bool wasDeletedHere = bool(link.place.object());
-    const VXKnownContact *const known = contact.displayName().isEmpty() ? nullptr : match.find(contact);
-    Person person = known != nullptr ? known->person : Person();
-    if (wasDeletedHere && person && hasPlace(person))
-        person = nullptr; // the other one of two that were the same
-    if (wasDeletedHere && !person && VXIsSameContact(contact, link.place.there())) {
-        remove(link.place, *link.contact);
-        return true;
-    }
-    if (wasDeletedHere && !person)
-        _outcome.conflicts.append(
-            VXPhonebookPluginString(u"%1 was deleted here and changed on the phone: it is kept."_s)
-                .arg(nameOf(contact)));
-    if (!person) {
-        if (!beginChangeSet(error))
-            return false;
-        person = _writer->insert(contact);
-        match.add({person, contact});
-        _outcome.added.append(nameOf(contact));
-    } else if (!unite(person, contact, &match, error)) {
-        return false;
-    }
-    link.wasKnown = wasDeletedHere;
-    if (wasDeletedHere)
-        link.place.setPerson(person);
-    else
-        link.place = makePlace(person);
-    _links.append(link);
-    return true;
-}
+// -- What a phone is to have besides
 
-bool VXContactReconciler::unite(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXContactMatch *match,
-                                VXError *error)
+// What the phone had is to be put there, one place for each person, unless it lies there: also when this is broken off.
+bool VXContactReconciler::forgetPlaces(VXError *error)
 {
-    const VXContactRecord here = recordOf(person);
-    const VXContactRecord both = VXUnitedContact(here, contact, VXContactPrecedence::Known);
-    if (VXIsSameContact(here, both))
-        return true;
-    if (match != nullptr)
-        match->add({person, both});
-    return replace(person, both, error);
-}
-
-// What one card of a person has lost, another may have got at the same time.
-bool VXContactReconciler::uniteCards(const QList<VXContactPlaces::Known> &kept, VXError *error)
-{
-    QHash<Person, int> cards;
-    for (const VXContactPlaces::Known &known : kept)
-        ++cards[known.place.person()];
-    for (const Link &link : std::as_const(_links)) {
-        const Person person = link.place.person();
-        if (cards.contains(person) && !unite(person, link.contact->contact, nullptr, error))
-            return false;
-    }
-    for (const VXContactPlaces::Known &known : kept) {
-        const Person person = known.place.person();
-        if (cards.value(person) < 2 || known.place.location().isEmpty())
-            continue;
-        const VXContactRecord news = VXMergeContacts(known.place.there(), known.met->contact, {}, {}).contact;
-        VXContactRecord lists;
-        lists.numbers = news.numbers;
-        lists.emails = news.emails;
-        lists.urls = news.urls;
-        lists.addresses = news.addresses;
-        if (!unite(person, lists, nullptr, error))
-            return false;
-    }
-    return true;
-}
-
-bool VXContactReconciler::takeOver(const VXContactPlaces::Known &known, VXError *error)
-{
-    if (known.place.location().isEmpty()) // what the phone has made of it was written by us
-        return true;
-    const Person person = known.place.person();
-    const VXContactRecord here = recordOf(person);
-    VXMergedContact merged = VXMergeContacts(known.place.there(), known.met->contact, known.place.here(), here);
-    for (const VXMergedContact::Conflict &conflict : std::as_const(merged.conflicts)) {
-        const QString what = VXPhonebookPluginString(conflict.key);
-        const QString line = what + ": "_L1 + conflict.other;
-        QString &note = merged.contact.note;
-        if (!note.split(u'\n').contains(line))
-            note += note.isEmpty() ? line : u'\n' + line;
-        _outcome.conflicts.append(
-            VXPhonebookPluginString(
-                u"%1 was changed here and on the phone (%2): the note has what the phone had, %3."_s)
-                .arg(nameOf(merged.contact), what, conflict.other));
-    }
-    return VXIsSameContact(here, merged.contact) || replace(person, merged.contact, error);
-}
-
-bool VXContactReconciler::applyAbsence(VXContactPlace place, VXError *error)
-{
-    const Person person = place.person();
-    const bool isPending = place.location().isEmpty();
-    if (person && isPending) {
-        put(place);
-        return true;
-    }
-    const bool isElsewhere = person && person->relatedCount(placesIndex(person)) > 1;
-    const bool isChanged = person && !VXIsSameContact(place.here(), phoneRecordOf(person));
-    if (isChanged && !isElsewhere) {
-        _outcome.conflicts.append(
-            VXPhonebookPluginString(u"%1 was deleted on the phone and changed here: it is kept."_s)
-                .arg(nameOf(recordOf(person))));
-        put(place);
-        return true;
-    }
-    const bool goes = person && !isElsewhere;
-    if (goes && !noteBefore(person, true, error))
-        return false;
-    place.setPerson(nullptr);
-    _context.deleteObject(place.object());
-    if (!goes)
-        return true;
-    _outcome.removed.append(nameOf(recordOf(person)));
-    _context.deleteObject(person);
-    return true;
-}
-
-// -- To the phone
-
-// What the phone is to have: what it has, with what changed here since both agreed.
-void VXContactReconciler::bringBack(const VXContactPlaces::Known &known)
-{
-    VXContactPlace place = known.place;
-    const VXContactRecord &there = known.met->contact;
-    const VXContactRecord here = phoneRecordOf(place.person());
-    const VXContactRecord wanted = VXContactForPhone(VXMergeContacts(place.here(), here, there, there).contact);
-    if (VXIsSameContact(wanted, there)) {
+    QSet<VXManagedObjectID> persons;
+    const auto forget = [&](const Known &, VXContactPlace place, VXError *) {
+        const Person person = place.person();
+        if (!person || persons.contains(person->objectID())) {
+            removePlace(place);
+            return true;
+        }
+        persons.insert(person->objectID());
+        _former.insert(place.object()->objectID());
+        const VXContactRecord here = VXPhoneRecordOfPerson(person);
+        place.note({}, here, here);
+        place.setPhone(_phone);
         place.forgetRefusal();
-        return place.note(known.met->location, here, there);
-    }
-    place.note(known.met->location, place.here(), there); // until it is done
-    _outcome.changes.append(
-        {.name = nameOf(here), .object = objectFor(*known.met, wanted), .here = here, .place = place.object()});
+        return true;
+    };
+    const bool isDone = forKnown(knownThat([](const Known &) { return true; }), forget, error);
+    _places.clear();
+    return isDone;
 }
 
-void VXContactReconciler::remove(const VXContactPlace &place, const VXPhoneContact &contact)
+bool VXContactReconciler::putFormer(VXError *error)
 {
-    QVariantMap object{{u"memory"_s, contact.item.value(u"memory"_s)},
-                       {u"location"_s, contact.item.value(u"location"_s)},
-                       {u"expected"_s, contact.item}};
-    VXContactPlace(place).note(contact.location, place.here(), place.there());
-    _outcome.changes.prepend({.name = nameOf(contact.contact), .object = std::move(object), .place = place.object()});
-}
-
-void VXContactReconciler::put(VXContactPlace place)
-{
-    const VXContactRecord here = phoneRecordOf(place.person());
-    place.note({}, here, here);
-    _outcome.changes.append({.name = nameOf(here), .object = here.map(), .here = here, .place = place.object()});
-}
-
-// @return whose they were.
-QList<Person> VXContactReconciler::forgetPlaces(const QList<VXContactPlace> &places)
-{
-    QList<Person> persons;
-    for (VXContactPlace place : places) {
-        if (const Person person = place.person(); person && !persons.contains(person))
-            persons.append(person);
-        place.setPerson(nullptr);
-        _context.deleteObject(place.object());
-    }
-    return persons;
+    const QList<VXManagedObjectID> former = _former.values();
+    const auto slice = [&](qsizetype start, qsizetype end, VXError *) {
+        for (qsizetype index = start; index < end; ++index) {
+            const VXContactPlace place(_slice->context.existingObjectWithID(former[index]));
+            if (place.object() && place.person())
+                put(place);
+        }
+        return true;
+    };
+    return inSlices(former.size(), slice, error);
 }
 
 bool VXContactReconciler::addAll(VXError *error)
 {
-    VXFetchRequest request(*_coordinator->model().entityForName(u"VXPerson"_s));
-    request.prefetchedRelationships = contactRelationships;
-    const std::optional<VXFetchResult> persons = _context.executeFetchRequest(request, error);
-    if (!persons)
-        return false;
-    for (const Person &person : *persons) {
-        const bool isOurs = !person->valueForKey(u"url_string"_s).isValid(); // and not supplied by a plugin
-        if (isOurs && !hasPlace(person) && !recordOf(person).displayName().isEmpty())
-            put(makePlace(person));
-    }
-    return true;
-}
-
-// -- Here
-
-bool VXContactReconciler::replace(const VXManagedObjectPtr &person, const VXContactRecord &contact, VXError *error)
-{
-    if (!person->isInserted()) {
-        if (!_noted.contains(person))
-            _outcome.changed.append(nameOf(contact));
-        if (!noteBefore(person, false, error))
+    QVariantList persons;
+    {
+        VXManagedObjectContext context(_coordinator);
+        VXFetchRequest request(*_coordinator->model().entityForName(u"VXPerson"_s));
+        request.includesPropertyValues = false;
+        request.batchSize = sliceSize;
+        const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+        if (!found)
             return false;
+        for (const Person &person : *found)
+            persons.append(QVariant::fromValue(person->objectID()));
     }
-    _writer->replace(person, contact);
-    return true;
-}
-
-bool VXContactReconciler::noteBefore(const VXManagedObjectPtr &person, bool isRemoved, VXError *error)
-{
-    if (!beginChangeSet(error))
-        return false;
-    if (_noted.contains(person))
+    const auto slice = [&](qsizetype start, qsizetype end, VXError *why) {
+        if (!readPlaces({}, persons.sliced(start, end - start), why))
+            return false;
+        for (const Person &person : *_slice->persons) {
+            const bool isOurs = !person->valueForKey(u"url_string"_s).isValid(); // and not supplied by a plugin
+            if (isOurs && placesHere(person).isEmpty() && !VXRecordOfPerson(person).displayName().isEmpty())
+                put(makePlace(person));
+        }
         return true;
-    _noted.insert(person);
-    VXContactHistory::note(_context, *_changeSet, person, isRemoved, _deviceURL);
-    return true;
-}
-
-VXContactPlace VXContactReconciler::makePlace(const VXManagedObjectPtr &person)
-{
-    return VXContactPlace::make(_deviceURL, _phone, person, _context);
-}
-
-bool VXContactReconciler::isMine(const VXContactPlace &place) const
-{
-    return _phone.isEmpty() || place.phone().isEmpty() || place.phone() == _phone;
-}
-
-bool VXContactReconciler::hasPlace(const VXManagedObjectPtr &person) const
-{
-    return std::ranges::any_of(person->relatedObjects(placesIndex(person)), [this](const VXManagedObjectPtr &place) {
-        return place->valueForKey(u"device_url"_s).toString() == _deviceURL && isMine(VXContactPlace(place));
-    });
-}
-
-bool VXContactReconciler::beginChangeSet(VXError *error)
-{
-    if (_changeSet)
-        return true;
-    _changeSet = VXContactHistory::insert(_context, u"sync"_s, _deviceName, error);
-    if (!_changeSet)
-        return false;
-    _writer->setChangeSet(_changeSet->number, _changeSet->date);
-    return true;
+    };
+    return inSlices(persons.size(), slice, error);
 }

@@ -9,6 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr size_t changesAtOnce = 50; // on the phone, that are made ready
+
 // Not all phones take texts of several lines, or with quotation marks. Whether anything changed.
 bool makePlain(QVariantMap &object)
 {
@@ -35,17 +37,38 @@ QString outcomeOf(const VXPhoneChange &change)
     return !change.here ? u"deletedThere"_s : wasThere ? u"changedThere"_s : u"addedThere"_s;
 }
 
-QString actionOf(const VXPhoneChange &change)
-{
-    return change.here ? u"write_contact"_s : u"delete_contact"_s;
-}
-
 } // namespace
 
+// What was known before is looked up first: what the phone has is then told apart by it as it comes.
 void VXContactSync::start()
 {
-    perform(u"read_contacts"_s, {}, VXPhonebookPluginString(u"Reading contacts"_s),
-            [this](const VXDeviceAction &part) { didRead(part); });
+    const VXDevicePlugin::Ptr device = whole()->device();
+    const QVariantMap options = whole()->object().toMap();
+    const auto isOver = [whole = whole()] { return whole->isCancelled() || VXMainThread::hasEnded(); };
+    _reconciler =
+        std::make_shared<VXContactReconciler>(_coordinator, VXAbsoluteString(device->url()), device->name(), isOver);
+    _reconciler->setAcceptsDeletions(options.value(u"acceptsDeletions"_s).toBool());
+    _reconciler->setIsNewPhone(options.value(u"isNewPhone"_s).toBool());
+    _reconciler->setAddsAll(device->actionNames().contains(u"write_contact"_s) && options.value(u"addsAll"_s).toBool());
+    work([](VXContactReconciler &reconciler, VXError *error) { return reconciler.begin(error); },
+         [this] { readPhone(); });
+}
+
+// Who reads in portions goes on when one is kept.
+void VXContactSync::readPhone()
+{
+    const auto take = [this](const VXDeviceAction::Portion &portion, const std::function<void()> &next) {
+        const auto keep = [portion](VXContactReconciler &reconciler, VXError *error) {
+            return reconciler.take(portion().value(u"items"_s).toList(), error);
+        };
+        work(keep, [next] {
+            if (next)
+                next();
+        });
+    };
+    perform(
+        u"read_contacts"_s, {}, VXPhonebookPluginString(u"Reading contacts"_s),
+        [this](const VXDeviceAction &part) { didRead(part); }, take);
 }
 
 void VXContactSync::didRead(const VXDeviceAction &part)
@@ -53,70 +76,103 @@ void VXContactSync::didRead(const VXDeviceAction &part)
     if (!part.error().isNull())
         return finish(part.error());
     const QVariantMap result = part.result().toMap();
-    const QVariantMap options = whole()->object().toMap();
     _problems = result.value(u"problems"_s).toStringList();
-    const VXDevicePlugin::Ptr device = whole()->device();
-    const auto work = [coordinator = _coordinator, url = VXAbsoluteString(device->url()), name = device->name(),
-                       options, takesContacts = device->actionNames().contains(u"write_contact"_s), result] {
-        VXContactReconciler reconciler(coordinator, url, name, result.value(u"phone"_s).toString());
-        reconciler.setAcceptsDeletions(options.value(u"acceptsDeletions"_s).toBool());
-        reconciler.setIsNewPhone(options.value(u"isNewPhone"_s).toBool());
-        reconciler.setAddsAll(takesContacts && options.value(u"addsAll"_s).toBool());
-        return reconcile(reconciler, result);
+    const auto reconcile = [result](VXContactReconciler &reconciler, VXError *error) {
+        return reconciler.take(result.value(u"items"_s).toList(), error) &&
+               reconciler.run(result.value(u"phone"_s).toString(), result.value(u"isComplete"_s).toBool(), error);
     };
-    compute(work, [this](const Reconciled &reconciled) { didReconcile(reconciled); });
+    work(reconcile, [this] { didReconcile(); });
 }
 
-VXContactSync::Reconciled VXContactSync::reconcile(VXContactReconciler &reconciler, const QVariantMap &result)
+// One step at a time, in turn.
+void VXContactSync::work(const Step &step, const std::function<void()> &then)
 {
-    QList<VXPhoneContact> contacts;
-    for (const QVariant &item : result.value(u"items"_s).toList()) {
-        const VXPhoneContact contact = VXPhoneContact::fromItem(item.toMap());
-        if (!contact.contact.map().isEmpty())
-            contacts.append(contact);
-    }
-    Reconciled reconciled;
-    if (reconciler.run(contacts, result.value(u"isComplete"_s).toBool(), &reconciled.error))
-        reconciled.outcome = reconciler.outcome();
-    return reconciled;
+    _steps.push_back({step, then});
+    if (_steps.size() == 1)
+        workNext();
 }
 
-void VXContactSync::didReconcile(const Reconciled &reconciled)
+void VXContactSync::workNext()
 {
-    _outcome = reconciled.outcome;
-    if (!reconciled.error.isNull())
-        return finish(reconciled.error);
-    if (!_outcome.question.isNull()) {
+    const auto carryOut = [reconciler = _reconciler, step = _steps.front().first] {
+        VXError error;
+        static_cast<void>(step(*reconciler, &error));
+        return error;
+    };
+    compute(carryOut, [this](const VXError &error) {
+        if (!error.isNull())
+            return finish(error);
+        const std::function<void()> then = std::move(_steps.front().second);
+        _steps.pop_front();
+        if (!_steps.empty())
+            workNext();
+        then();
+    });
+}
+
+void VXContactSync::didReconcile()
+{
+    const VXContactReconciler::Outcome &outcome = _reconciler->outcome();
+    if (!outcome.question.isNull()) {
         whole()->setErrorString(
-            _outcome.question + u' ' + VXPhonebookPluginString(u"Nothing was changed, here or there."_s) + u' ' +
+            outcome.question + u' ' + VXPhonebookPluginString(u"Nothing was changed, here or there."_s) + u' ' +
             VXPhonebookPluginString(u"A phone that was reset or replaced can be taken as a new one (--new-phone)."_s));
         return finish();
     }
-    for (const VXPhoneChange &change : std::as_const(_outcome.changes)) {
-        if (whole()->device()->actionNames().contains(actionOf(change))) // else the contact stays on the phone as it is
+    for (const VXPhoneChange &change : outcome.changes) {
+        if (whole()->device()->actionNames().contains(change.actionName())) // else the contact stays there as it is
             _changes.push_back(change);
     }
-    _outcome.changes.clear();
     whole()->setProgressMaxValue(double(_changes.size()));
     whole()->setProgressValue(0);
     carryOutNext();
 }
 
+// What they are told is made for some at a time.
 void VXContactSync::carryOutNext()
 {
-    if (_changes.empty() || whole()->isCancelled())
+    if (whole()->isCancelled() || (_changes.empty() && _made.empty()))
         return finish();
-    const VXPhoneChange change = _changes.front();
-    _changes.pop_front();
-    perform(actionOf(change), change.object, VXPhonebookPluginString(u"Changing contacts"_s),
+    if (_made.empty()) {
+        std::deque<VXPhoneChange> some;
+        while (!_changes.empty() && some.size() < changesAtOnce) {
+            some.push_back(_changes.front());
+            _changes.pop_front();
+        }
+        return compute([coordinator = _coordinator, contacts = _reconciler->contacts(),
+                        some] { return make(coordinator, *contacts, some); },
+                       [this](const Made &made) {
+                           if (!made.error.isNull())
+                               return finish(made.error);
+                           _made = made.changes;
+                           carryOutNext();
+                       });
+    }
+    const VXPhoneChange change = _made.front();
+    _made.pop_front();
+    perform(change.actionName(), change.object, VXPhonebookPluginString(u"Changing contacts"_s),
             [this, change](const VXDeviceAction &part) { didCarryOut(change, part); });
+}
+
+VXContactSync::Made VXContactSync::make(const VXPersistentStoreCoordinator::Ptr &coordinator, VXPhoneContacts &contacts,
+                                        const std::deque<VXPhoneChange> &changes)
+{
+    Made made;
+    VXManagedObjectContext context(coordinator);
+    for (VXPhoneChange change : changes) {
+        if (change.make(context, contacts, &made.error))
+            made.changes.push_back(change);
+        if (!made.error.isNull())
+            break;
+    }
+    return made;
 }
 
 void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceAction &part)
 {
     VXPhoneChange plain = change;
     if (!part.error().isNull() && !isOver() && makePlain(plain.object)) {
-        _changes.push_front(plain);
+        _made.push_front(plain);
         return carryOutNext();
     }
     if (!part.error().isNull() && isOver()) { // it stays to be done
@@ -201,9 +257,10 @@ VXContactSync::Refusal VXContactSync::noteRefusal(const VXPersistentStoreCoordin
 void VXContactSync::finish(const VXError &error)
 {
     QVariantMap result{{u"problems"_s, _problems}};
-    const std::pair<QString, QStringList> outcomes[] = {{u"added"_s, _outcome.added},
-                                                        {u"changed"_s, _outcome.changed},
-                                                        {u"removed"_s, _outcome.removed},
+    const VXContactReconciler::Outcome outcome = _reconciler->outcome();
+    const std::pair<QString, QStringList> outcomes[] = {{u"added"_s, outcome.added},
+                                                        {u"changed"_s, outcome.changed},
+                                                        {u"removed"_s, outcome.removed},
                                                         {u"addedThere"_s, _carriedOut.value(u"addedThere"_s)},
                                                         {u"changedThere"_s, _carriedOut.value(u"changedThere"_s)},
                                                         {u"deletedThere"_s, _carriedOut.value(u"deletedThere"_s)},
@@ -216,13 +273,13 @@ void VXContactSync::finish(const VXError &error)
     }
     if (!names.isEmpty())
         result.insert(u"names"_s, names);
-    result.insert(u"conflicts"_s, _outcome.conflicts);
-    if (_outcome.isOtherPhone)
+    result.insert(u"conflicts"_s, outcome.conflicts);
+    if (outcome.isOtherPhone)
         result.insert(u"notices"_s,
                       QStringList(VXPhonebookPluginString(
                           u"This is another phone than before: nothing that it lacks was deleted here."_s)));
-    if (!_outcome.question.isNull())
-        result.insert(u"question"_s, _outcome.question);
+    if (!outcome.question.isNull())
+        result.insert(u"question"_s, outcome.question);
     whole()->setResult(result);
     whole()->setError(error);
     if (!_problems.isEmpty() && whole()->error().isNull())

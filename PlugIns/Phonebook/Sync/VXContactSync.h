@@ -10,10 +10,9 @@
 
 /**
  * Brings the contacts of a phone and the store "phonebook" into step, as the action "sync_contacts". Its object may say
- * `acceptsDeletions`, `isNewPhone` and `addsAll` (VXContactReconciler). First what is on the phone comes here, in one save; then what
- * changed here is carried out there, and each step is noted; what the phone refuses is a problem once, and tried
- * again each time: a sync that is broken off can be repeated, and a second one
- * changes nothing. Main thread, which waits for no store.
+ * `acceptsDeletions`, `isNewPhone` and `addsAll` (VXContactReconciler). What is on the phone is kept in a file as it is read, then comes here in
+ * slices; then what changed here is carried out there, and each step is noted; what the phone refuses is a problem once, and tried
+ * again each time: a sync that is broken off can be repeated, and a second one changes nothing. Main thread, which waits for no store.
  */
 class VXContactSync : public VXDeviceWork
 {
@@ -28,11 +27,13 @@ protected:
     void start() override;
 
 private:
+    /** Done in turn on another thread; false with an error. */
+    using Step = std::function<bool(VXContactReconciler &reconciler, VXError *error)>;
     /** What came of work on another thread. */
-    struct Reconciled
+    struct Made
     {
         VXError error = {};
-        VXContactReconciler::Outcome outcome = {};
+        std::deque<VXPhoneChange> changes = {};
     };
     struct Refusal
     {
@@ -40,20 +41,26 @@ private:
         bool isNews = false; // it is the first time
     };
 
+    void readPhone();
     void didRead(const VXDeviceAction &part);
-    void didReconcile(const Reconciled &reconciled);
+    void work(const Step &step, const std::function<void()> &then);
+    void workNext();
+    void didReconcile();
     void carryOutNext();
     void didCarryOut(const VXPhoneChange &change, const VXDeviceAction &part);
     void didFail(const VXPhoneChange &change, const VXError &why);
     void finish(const VXError &error = {});
-    static Reconciled reconcile(VXContactReconciler &reconciler, const QVariantMap &result);
+    static Made make(const VXPersistentStoreCoordinator::Ptr &coordinator, VXPhoneContacts &contacts,
+                     const std::deque<VXPhoneChange> &changes);
     static VXError note(const VXPersistentStoreCoordinator::Ptr &coordinator, const VXPhoneChange &change,
                         const QVariantMap &result);
     static Refusal noteRefusal(const VXPersistentStoreCoordinator::Ptr &coordinator, const VXPhoneChange &change);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
-    VXContactReconciler::Outcome _outcome;  // once the phone was read
+    std::shared_ptr<VXContactReconciler> _reconciler; // at work on another thread while there are steps
+    std::deque<std::pair<Step, std::function<void()>>> _steps;
     std::deque<VXPhoneChange> _changes;     // left to be carried out
+    std::deque<VXPhoneChange> _made;        // the next of them, made ready
     QMap<QString, QStringList> _carriedOut; // names, by what was done on the phone
     QStringList _refused;                   // names: again, as was told before
     QStringList _problems;

@@ -240,27 +240,42 @@ TEST_F(VXAndroidPhoneTest, HandsOverToWhoTakesPortions)
 {
     for (int index = 0; index < 2500; ++index)
         add(7 + index % 2, QString::number(index), VXConnectMessage::Sent);
-    connectPhone();
-    const auto read = VXDeviceAction::actionWithName(u"read_messages"_s);
-    QVariantList all;
-    read->setTaker([&all](const VXDeviceAction::Portion &portion, const std::function<void()> &next) {
-        all += portion().value(u"items"_s).toList();
-        if (next)
-            next(); // at once
+    startDaemon();
+    mock->answer(u"synchronizeRemoteWithLocal"_s, [this](const QDBusMessage &) {
+        for (int index = 0; index < 1100; ++index)
+            writeFile(u".local/share/kpeoplevcard/kdeconnect-abc/%1.vcf"_s.arg(index),
+                      "BEGIN:VCARD\nFN:Jane\nTEL:1\nEND:VCARD\n");
+        mock->emitSignal(path(id, u"contacts"_s), contacts, u"localCacheSynchronized"_s, {QStringList()});
+        return QVariantList();
     });
-    read->executeWithDevice(phone);
-    ASSERT_TRUE(waitFor(read));
-    EXPECT_GE(all.size(), 2000);
-    all += items(read);
-    QSet<QString> places;
-    for (const QVariant &item : std::as_const(all))
-        places.insert(item.toMap().value(u"url"_s).toString());
-    EXPECT_EQ(all.size(), messages.size()); // each once
-    EXPECT_EQ(places.size(), messages.size());
+    makePhone();
+    isReached();
+    const std::tuple<QString, QString, qsizetype> cases[] = {{u"read_messages"_s, u"url"_s, messages.size()},
+                                                             {u"read_contacts"_s, u"location"_s, 1100}};
+    for (const auto &[name, placeKey, count] : cases) {
+        const auto read = VXDeviceAction::actionWithName(name);
+        QVariantList all;
+        read->setTaker([&all](const VXDeviceAction::Portion &portion, const std::function<void()> &next) {
+            all += portion().value(u"items"_s).toList();
+            if (next)
+                next(); // at once
+        });
+        read->executeWithDevice(phone);
+        ASSERT_TRUE(waitFor(read));
+        EXPECT_GE(all.size(), 1000);
+        all += items(read);
+        QSet<QString> places;
+        for (const QVariant &item : std::as_const(all))
+            places.insert(item.toMap().value(placeKey).toString());
+        EXPECT_EQ(all.size(), count); // each once
+        EXPECT_EQ(places.size(), count);
+    }
 }
 
+// One message with a date that cannot be hides no other.
 TEST_F(VXAndroidPhoneTest, AnnouncesWhatIsNewOnce)
 {
+    add(7, u"Of the year 2200"_s, VXConnectMessage::Inbox).date = 7'258'118'400'000;
     connectAndSurvey();
     EXPECT_TRUE(events.isEmpty());
     const VXConnectMessage news = add(7, u"News"_s, VXConnectMessage::Inbox);
@@ -274,7 +289,7 @@ TEST_F(VXAndroidPhoneTest, AnnouncesWhatIsNewOnce)
     const VXConnectMessage other = add(9, u"Other"_s, VXConnectMessage::Inbox);
     tell(u"conversationCreated"_s, other);
     ASSERT_TRUE(hears({u"new_message +49170 News"_s, u"new_message +49170 Other"_s}));
-    EXPECT_EQ(texts(perform(u"read_messages"_s), u"text"_s).size(), 4); // pages are no news
+    EXPECT_EQ(texts(perform(u"read_messages"_s), u"text"_s).size(), 5); // pages are no news
     EXPECT_EQ(events.size(), 2);
 }
 
@@ -302,6 +317,7 @@ TEST_F(VXAndroidPhoneTest, AMessageIsSentWhenItComesBack)
     EXPECT_EQ(fateOfSending(u"+49 170"_s, u"Hello"_s), u"later"_s) << "it has gone before it was asked";
     phone->pluginWillUnload();
     mock.reset();
+    add(7, u"Of the year 2200"_s, VXConnectMessage::Sent).date = 7'258'118'400'000;
     connectAndSurvey();
     mock->answer(u"sendSms"_s);
     const VXDeviceAction::Ptr sent = begin(u"send_message"_s, hello());

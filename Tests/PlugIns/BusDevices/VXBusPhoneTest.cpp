@@ -71,9 +71,18 @@ VXDeviceAction::Ptr VXBusPhoneTest::begin(const QString &name, const QVariant &o
     return action;
 }
 
-bool VXBusPhoneTest::waitFor(const VXDeviceAction::Ptr &action)
+bool VXBusPhoneTest::until(const std::function<bool()> &isSo) const
 {
-    return VXRunUntil([&] { return !action->isExecuting(); });
+    for (int time = 0; time < patience; ++time) {
+        if (VXRunUntil(isSo))
+            return true;
+    }
+    return false;
+}
+
+bool VXBusPhoneTest::waitFor(const VXDeviceAction::Ptr &action) const
+{
+    return until([&] { return !action->isExecuting(); });
 }
 
 VXDeviceAction::Ptr VXBusPhoneTest::perform(const QString &name, const QVariant &object) const
@@ -123,21 +132,21 @@ QString VXBusPhoneTest::problem() const
 
 bool VXBusPhoneTest::hears(const QStringList &expected) const
 {
-    const bool came = VXRunUntil([&] { return events == expected; });
+    const bool came = until([&] { return events == expected; });
     EXPECT_EQ(events, expected);
     return came;
 }
 
 bool VXBusPhoneTest::hasProblem(const QString &beginning) const
 {
-    const bool has = VXRunUntil([&] { return problem().startsWith(beginning); });
+    const bool has = until([&] { return problem().startsWith(beginning); });
     EXPECT_TRUE(has) << problem().toStdString();
     return has;
 }
 
 bool VXBusPhoneTest::isReached() const
 {
-    const bool is = VXRunUntil([&] { return phone->isConnected(); });
+    const bool is = until([&] { return phone->isConnected(); });
     EXPECT_TRUE(is) << problem().toStdString();
     return is;
 }

@@ -17,6 +17,7 @@ protected:
     std::shared_ptr<VXBusDevice> phone;
     QStringList events; // "NAME SUBTYPE NUMBER TEXT"
     QVariantMap lastEvent;
+    int patience = 1; // how many times it is waited for as long as tests do: services of the system take their time
 
     void makePhone();
     void setPreference(const QString &key, const QVariant &value) const;
@@ -24,7 +25,9 @@ protected:
     QStringList found() const;
 
     VXDeviceAction::Ptr begin(const QString &name, const QVariant &object = {}) const;
-    static bool waitFor(const VXDeviceAction::Ptr &action);
+    bool waitFor(const VXDeviceAction::Ptr &action) const;
+    /** Runs the event loop until it is so; false when it does not come to that. */
+    bool until(const std::function<bool()> &isSo) const;
     /** Begins, and waits for the end. */
     VXDeviceAction::Ptr perform(const QString &name, const QVariant &object = {}) const;
     bool succeeds(const QString &name, const QVariant &object = {}) const;

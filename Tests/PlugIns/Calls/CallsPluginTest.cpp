@@ -1,14 +1,19 @@
 #include "CallsPluginTestsPaths.h"
 #include "VXCallImport.h"
 #include "VXDataManager.h"
+#include "VXDeviceAction.h"
+#include "VXDevicePlugin.h"
+#include "VXDeviceURL.h"
 #include "VXEventManager.h"
 #include "VXManagedObjectContext.h"
 #include "VXPluginManagerTesting.h"
 #include "VXSmartFilter.h"
+#include "VXStoreWorkLock.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QProcess>
+#include <QtCore/QThread>
 
 #include <sys/stat.h>
 #include <thread>
@@ -206,6 +211,39 @@ TEST_F(CallsPluginTest, EventsOfOneCallFromManyThreadsMakeOneObject)
         thread.join();
     EXPECT_THAT(calls(), ElementsAre(u"1 ended 0 5550100"_s));
     EXPECT_EQ(log.count(u"<ERROR>"_s), 0) << log.lines().join(u'\n').toStdString();
+}
+
+// Another program may sync the same list, or be about to note one of its calls.
+TEST_F(CallsPluginTest, ASyncNotesNoCallThatAnotherNotesJustThen)
+{
+    const QVariantMap known{{u"from"_s, u"555 0100"_s}, {u"date"_s, QDateTime::currentDateTimeUtc()}};
+    const QVariantMap fresh{{u"from"_s, u"555 0101"_s}, {u"date"_s, QDateTime::currentDateTimeUtc()}};
+    const QUrl url = VXMakeDeviceURL({}, u"plugin"_s, u"phone"_s);
+    auto *const phone = new VXDevicePlugin;
+    const VXDevicePlugin::Ptr held = VXDevicePlugin::hold(phone);
+    const auto read = [&](VXDeviceAction *action) {
+        action->setResult(QVariantMap{{u"items"_s, QVariantList{known, fresh}}});
+        action->conclude();
+    };
+    phone->initWithURL(url);
+    phone->registerActionHandler(u"read_calls"_s, VXDeviceActionHandler(phone, read), false);
+    VXDevicePlugin::addDevice(held);
+    std::optional<VXStoreWorkLock> other(std::in_place, *store, VXStoreWorkLock::savingName);
+    const auto sync = VXDeviceAction::actionWithName(u"sync_calls"_s);
+    sync->executeWithDevice(held, [](VXDeviceAction *) {});
+    for (int round = 0; round < 20; ++round) {
+        QThread::msleep(5);
+        QCoreApplication::processEvents(); // waiting here, it would wait for itself
+    }
+    EXPECT_TRUE(sync->isExecuting());
+    VXManagedObjectContext context(store);
+    VXCallStore::insert(VXCallRecord(known), context);
+    ASSERT_TRUE(context.save());
+    other.reset();
+    EXPECT_TRUE(VXRunUntil([&] { return !sync->isExecuting(); }));
+    EXPECT_EQ(sync->result().toMap().value(u"added"_s), 1);
+    EXPECT_EQ(calls().size(), 2);
+    VXDevicePlugin::removeDeviceAtURL(url);
 }
 
 TEST_F(CallsPluginTest, DeletedTriggersTakeTheirPartsAlong)

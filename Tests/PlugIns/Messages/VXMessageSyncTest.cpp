@@ -16,6 +16,7 @@
 #include <QtCore/QThreadPool>
 
 #include <algorithm>
+#include <limits>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -184,6 +185,54 @@ TEST_F(VXMessageSyncTest, HoweverPlacesChangeEachIsThereOnce)
         EXPECT_TRUE(sync().startsWith("0 "_L1));
         EXPECT_THAT(stored(), UnorderedElementsAreArray(onPhone()));
         EXPECT_EQ(sync(), u"0 0"_s);
+    }
+}
+
+// Cut, told again, out of order, of impossible times, from nobody, two at one place.
+TEST_F(VXMessageSyncTest, HoweverAPhoneLiesALaterReadingFilesNothingAgain)
+{
+    QRandomGenerator chance(7);
+    const auto draw = [&chance](int count) { return int(chance.bounded(count)); };
+    const QList<QDateTime> dates{QDateTime::fromMSecsSinceEpoch(0, Qt::UTC), QDateTime(QDate(1, 1, 1), {}, Qt::UTC),
+                                 QDateTime(QDate(9999, 12, 31), {}, Qt::UTC),
+                                 QDateTime(QDate(20000, 1, 1), {}, Qt::UTC),
+                                 QDateTime::fromMSecsSinceEpoch(std::numeric_limits<qint64>::max(), Qt::UTC)};
+    for (int index = 0; index < 1000; ++index) {
+        put(u"+4917%1"_s.arg(draw(20)), u"text %1"_s.arg(draw(50)), draw(5000), QString::number(index), draw(2) == 0);
+        QVariantMap item = phone->items.takeLast().toMap();
+        switch (draw(8)) {
+        case 0:
+            item.insert(u"text"_s, item.value(u"text"_s).toString().left(draw(6)));
+            break;
+        case 1:
+            item.insert(u"date"_s, dates[draw(int(dates.size()))]);
+            break;
+        case 2:
+            item.removeIf([](const auto &entry) { return entry.key() == "from"_L1 || entry.key() == "to"_L1; });
+            break;
+        case 3:
+            item.insert(u"url"_s, QString(VXAbsoluteString(url) + u'/' + QString::number(draw(index + 1))));
+            break;
+        case 4:
+            phone->items.append(item);
+            break;
+        case 5:
+            item.remove(draw(2) == 0 ? u"url"_s : u"isInbox"_s);
+            break;
+        default:
+            break;
+        }
+        phone->items.append(item);
+    }
+    phone->portion = 100;
+    EXPECT_TRUE(sync().endsWith(" 0"_L1));
+    const qsizetype count = stored().size();
+    EXPECT_GT(count, 900);
+    for (int round = 0; round < 3; ++round) {
+        std::shuffle(phone->items.begin(), phone->items.end(), chance);
+        phone->portion = 1 + draw(400);
+        EXPECT_EQ(sync(), u"0 0"_s);
+        EXPECT_EQ(stored().size(), count);
     }
 }
 

@@ -26,6 +26,7 @@ protected:
     VXModemManagerTest()
         : VXBusPhoneTest(u"com.halvern.VNX2.MobileModem"_s, [] { return std::make_shared<VXMobileModem>(); })
     {
+        patience = 6;
     }
 
     std::optional<VXTestProcess> policy;

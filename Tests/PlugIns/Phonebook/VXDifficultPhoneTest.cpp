@@ -29,6 +29,7 @@ public:
     QString refusedName;
     QString serial;
     bool readsAll = true;
+    qsizetype portion = 0; // 0: it gives all at once
 
     void offerActions()
     {
@@ -51,6 +52,14 @@ private:
         QVariantList items;
         for (auto contact = contacts.cbegin(); contact != contacts.cend(); ++contact)
             items.append(placed(contact.value(), contact.key()));
+        handOver(action, items);
+    }
+    void handOver(VXDeviceAction *action, const QVariantList &items)
+    {
+        const QVariantMap some{{u"items"_s, items.first(std::min(portion, items.size()))}};
+        const auto next = [this, action, items] { handOver(action, items.sliced(portion)); };
+        if (portion > 0 && items.size() > portion && action->handOver([some] { return some; }, next))
+            return;
         action->setResult(QVariantMap{{u"items"_s, items}, {u"isComplete"_s, readsAll}, {u"phone"_s, serial}});
         action->conclude();
     }
@@ -115,14 +124,18 @@ protected:
         ASSERT_TRUE(context.save());
     }
 
-    /** "ADDED CHANGED REMOVED CARRIED-OUT" */
-    QString sync()
+    VXDeviceAction::Ptr begin() const
     {
         const auto action = VXDeviceAction::actionWithName(u"sync_contacts"_s);
         action->setObject(QVariantMap{{u"addsAll"_s, addsAll}});
-        bool isOver = false;
-        action->executeWithDevice(held, [&](VXDeviceAction *) { isOver = true; });
-        EXPECT_TRUE(VXRunUntil([&] { return isOver; }));
+        action->executeWithDevice(held, [](VXDeviceAction *) {});
+        return action;
+    }
+    /** "ADDED CHANGED REMOVED CARRIED-OUT" */
+    QString sync()
+    {
+        const auto action = begin();
+        EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting(); }));
         const QVariantMap result = action->result().toMap();
         problems = result.value(u"problems"_s).toStringList();
         refused = result.value(u"refused"_s).toInt();
@@ -368,4 +381,34 @@ TEST_F(VXDifficultPhoneTest, AnotherPhoneAtTheSameURLDeletesAndChangesNothingOfT
         EXPECT_EQ(phone->contacts.size(), contacts.size());
         EXPECT_EQ(VXContactRecord(phone->contacts[2]).numbers.value(0).value, u"555 0111"_s);
     }
+}
+
+// Each slice is saved by itself: one who lies on the phone twice is met across them, and what is broken off goes on where it ended.
+TEST_F(VXDifficultPhoneTest, MoreContactsThanASliceHolds)
+{
+    addsAll = false;
+    const int count = 520;
+    const auto card = [](int index, const QStringList &numbers) {
+        return QVariantMap{{u"name"_s, u"N%1"_s.arg(index)}, {u"numbers"_s, numbers}};
+    };
+    for (int index = 1; index <= count; ++index)
+        phone->contacts.insert(index, card(index, {u"555 %1"_s.arg(10000 + index)}));
+    phone->contacts.insert(count + 1, card(1, {u"555 10001"_s, u"555 20000"_s}));
+    const QMap<int, QVariantMap> before = phone->contacts;
+    phone->portion = 200;
+    const auto action = begin();
+    EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting() || !here().isEmpty(); }));
+    action->cancel();
+    EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting(); }));
+    EXPECT_EQ(sync().section(u' ', 2), u"0 0"_s);
+    EXPECT_EQ(here().size(), count);
+    EXPECT_EQ(sync(), u"0 0 0 0"_s);
+    EXPECT_EQ(phone->contacts, before);
+
+    setNumber(u"N520"_s, u"555 30000"_s);
+    phone->contacts.insert(1, card(1, {u"555 10001"_s, u"555 40000"_s}));
+    phone->contacts.remove(2);
+    EXPECT_EQ(sync(), u"0 1 1 2"_s);
+    EXPECT_EQ(VXContactRecord(phone->contacts[count + 1]).numbers.size(), 3);
+    EXPECT_EQ(sync(), u"0 0 0 0"_s);
 }
