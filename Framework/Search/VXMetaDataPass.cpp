@@ -345,6 +345,10 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
 {
     if (!prepareFolder() || !takeTurn(0ms) || !_turn || !isOfThisStore())
         return false;
+    if (_sync._state.isReplaced()) { // which closing the mirror would note as being in place
+        _sync.noteReplacement();
+        return false;
+    }
     const VXMetaDataMirror::Use use(_sync._mirror);
     bool isAll = saved.isAll;
     for (const VXManagedObjectID &objectID : saved.present) {
@@ -361,7 +365,10 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
             continue; // written again since
         isAll = withFile([&] { _sync._mirror.removeAhead(objectID); }) && isAll;
     }
-    return isAll && _sync._mirror.isWhole() && !isTurnLost();
+    const bool isDone = isAll && _sync._mirror.isWhole() && !isTurnLost();
+    if (isDone) // the mirror now tells of what is still in the store's log
+        _sync._state.noteStores(*_sync._persistentStoreCoordinator);
+    return isDone;
 }
 
 void VXMetaDataSync::Pass::trace(std::chrono::duration<double> duration) const

@@ -82,10 +82,10 @@ QByteArray presentLine(const QByteArray &line)
     return present.isNull() ? line : present;
 }
 
-// Of one that had a log whenever it was noted, nobody knows.
+// One that had a log when it was noted has it still, or whoever closed the store properly has noted it since.
 bool isDataAsLeft(const QByteArray &line)
 {
-    return line.startsWith(dataKind + unknown) || presentLine(line) == line;
+    return line.startsWith(dataKind + unknown) ? dataLine(pathIn(line)).isNull() : presentLine(line) == line;
 }
 
 } // namespace

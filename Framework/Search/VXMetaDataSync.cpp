@@ -473,7 +473,7 @@ void VXMetaDataSync::threadedMetaDataWorker()
     while (isRunning()) {
         VXThread::vx_lowerPriority();
         runDuePass();
-        sleepUntil(Clock::now() + delay());
+        sleepUntil(Clock::now() + delay(), !needsUpdate());
     }
 }
 
@@ -485,13 +485,13 @@ void VXMetaDataSync::timedMetaDataWorker()
     QTimer::singleShot(delay(), [self = shared_from_this()] { self->timedMetaDataWorker(); });
 }
 
-void VXMetaDataSync::sleepUntil(Clock::time_point time)
+void VXMetaDataSync::sleepUntil(Clock::time_point time, bool mayBeWoken)
 {
     while (isRunning()) {
         {
             const VXMutexLocker locker(_lock);
             const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now());
-            if (left.count() <= 0 || std::exchange(_isAwaited, false))
+            if (const bool isWoken = std::exchange(_isAwaited, false) && mayBeWoken; isWoken || left.count() <= 0)
                 return;
             static_cast<void>(_changed.waitFor(_lock, left, [this]() VX_NO_THREAD_SAFETY_ANALYSIS {
                 return !_active || !_saved.isEmpty() || _isAwaited;

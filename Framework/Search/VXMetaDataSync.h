@@ -87,7 +87,10 @@ public:
     /** Whether a pass is due. */
     bool needsUpdate() const { return _needsUpdate; }
     void setNeedsUpdate(bool needsUpdate) { _needsUpdate = needsUpdate; }
-    /** Its thread looks at once whether a pass is due, instead of after syncFrequency(): somebody waits. A pass that runs goes on. */
+    /**
+     * Its thread looks at once whether a pass is due, instead of after syncFrequency(): somebody waits. A pass that runs goes on, and
+     * the rest of 5 seconds after one that was broken off is not cut short.
+     */
     void lookNow();
     /** Of the present or last pass. */
     VXMetaDataCounts counts() const;
@@ -168,7 +171,7 @@ private:
     std::chrono::milliseconds delay() const;
     void runDuePass();
     /** Mirrors what is saved meanwhile. */
-    void sleepUntil(Clock::time_point time);
+    void sleepUntil(Clock::time_point time, bool mayBeWoken);
     void mirrorSavedObjects();
     void waitForWorker(Clock::time_point deadline);
     /** Around the work on one file. */

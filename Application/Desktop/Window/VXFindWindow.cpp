@@ -27,14 +27,16 @@ using namespace std::chrono_literals;
 constexpr qsizetype most = 200; // more than anybody looks through
 constexpr std::chrono::milliseconds betweenLooks = 500ms;
 
-// Of the index, on whatever thread.
-bool isLacking(VXSearchIndex &index)
+// None is lacking too, until it is made. On whatever thread.
+bool isLacking(VXSearchIndex *index)
 {
-    if (VXMetaDataSync::isAllTakenIn(index))
-        return false;
+    return index == nullptr || !VXMetaDataSync::isAllTakenIn(*index);
+}
+
+void haveSyncsLook()
+{
     for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
         sync->lookNow();
-    return true;
 }
 
 QString kindOf(const VXFoundObject &object)
@@ -138,6 +140,8 @@ void VXFindWindow::begin(const QString &words)
 {
     if (!words.isEmpty())
         _pane->search()->setText(words);
+    if (!_words.isEmpty() && _words == _pane->search()->text().trimmed())
+        find(_words); // the answer may be an old one
     _pane->search()->setFocus();
     _pane->search()->selectAll();
 }
@@ -154,12 +158,14 @@ void VXFindWindow::find(const QString &words)
         answer.hasIndex = index != nullptr;
         if (index)
             answer.found = index->find(words, {}, most + 1, &answer.error);
-        answer.isLacking = !index || isLacking(*index);
+        answer.isLacking = isLacking(index.get());
         if (!answer.found && VXSearchIndex::discardIfDamaged(answer.error)) { // it is made again, as when it is missing
             for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
                 sync->setNeedsUpdate(true);
             answer = {.isLacking = true};
         }
+        if (answer.isLacking)
+            haveSyncsLook();
         QMetaObject::invokeMethod(QCoreApplication::instance(), [self, words, answer] {
             if (self && self->_words == words)
                 self->show(words, answer);
@@ -203,7 +209,7 @@ void VXFindWindow::lookAgain()
         return; // who opens it types anew
     QThreadPool::globalInstance()->start([self = QPointer(this), words = _words] {
         const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting();
-        const bool isStillLacking = !index || isLacking(*index);
+        const bool isStillLacking = isLacking(index.get());
         QMetaObject::invokeMethod(QCoreApplication::instance(), [self, words, isStillLacking] {
             if (!self || self->_words != words)
                 return;

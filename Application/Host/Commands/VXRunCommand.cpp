@@ -136,7 +136,7 @@ int runRun(VXHostContext &context)
     VXMetaDataSync::setWork(VXMetaDataWork::Passes); // also for what other commands save
     return VXRunWithPlugins(context, [&context](VXPluginManager &manager) {
         VXHostOutput &output = context.output;
-        VXRemoveUnsearched(manager);
+        VXRemoveUnsearched();
         const QList<VXPluginProxy *> plugins = manager.allPlugins();
         const auto count = std::ranges::count_if(plugins, &VXPluginProxy::isLoaded);
         const VXEventLines eventLines(output);

@@ -7,7 +7,7 @@
 #include "VXMetaDataOrigin.h"
 #include "VXMetaDataRemoval.h"
 #include "VXMetaDataSync.h"
-#include "VXPluginManager.h"
+#include "VXUnsearchedMirrors.h"
 #include "VXSearchIndex.h"
 
 #include <QtCore/QCoreApplication>
@@ -112,16 +112,9 @@ bool isIndexWhole(VXHostContext &context)
 
 } // namespace
 
-// While a plugin is missing that the user wants, nobody knows what is its own.
-void VXRemoveUnsearched(const VXPluginManager &manager)
+void VXRemoveUnsearched()
 {
-    const QList<VXPluginProxy *> plugins = manager.enabledPlugins();
-    if (manager.isSafeMode() || !std::ranges::all_of(plugins, &VXPluginProxy::isLoaded))
-        return;
-    QStringList identifiers = VXMetaDataRemoval::identifiers();
-    for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
-        identifiers.removeAll(sync->identifier());
-    for (const QString &identifier : std::as_const(identifiers))
+    for (const QString &identifier : VXUnsearchedMirrors())
         static_cast<void>(VXMetaDataRemoval::remove(identifier));
 }
 
@@ -172,7 +165,7 @@ bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseco
         context.output.fail(u"nothing is searched: no data plugin is loaded that wants it"_s);
         return false;
     }
-    VXRemoveUnsearched(VXPluginManager::sharedPluginManager());
+    VXRemoveUnsearched();
     QHash<QString, Outcome> outcomes;
     const auto deadline = longestWait ? std::optional(Clock::now() + *longestWait) : std::nullopt;
     for (int round = 0; round < mostRounds && makePasses(syncs, deadline, &outcomes); ++round) {

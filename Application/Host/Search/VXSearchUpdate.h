@@ -9,7 +9,6 @@
 #include <chrono>
 #include <optional>
 
-class VXPluginManager;
 struct VXHostContext;
 
 /**
@@ -41,7 +40,7 @@ void VXStartSearchUpdate();
 [[nodiscard]] bool VXIsSearchUpdateDue();
 
 /** What was mirrored for plugins that are gone, or are not to be used any more, goes: among the plugins, and for them. */
-void VXRemoveUnsearched(const VXPluginManager &manager);
+void VXRemoveUnsearched();
 
 /** True, told, when the user wants no search; then what was mirrored before goes. */
 [[nodiscard]] bool VXFailIfNothingIsSearched(VXHostContext &context);
