@@ -1,6 +1,7 @@
 #include "VXSQLiteStore.h"
 
 #include "VXSaveReferences.h"
+#include "VXStoreErrors.h"
 
 #include <algorithm>
 #include <map>
@@ -301,9 +302,7 @@ bool VXSQLiteStore::Saver::noteConflict(const VXManagedObjectID &objectID)
 bool VXSQLiteStore::isWritable(VXError *error) const
 {
     if (!_writer)
-        VXSetError(error, VXObjectStoreError(
-                              Code::FileWrite, u"The store could not be written."_s,
-                              _options.isReadOnly ? u"It is open for reading only."_s : u"It is closed."_s, path()));
+        VXSetError(error, _options.isReadOnly ? VXReadOnlyStoreError(path()) : VXClosedStoreError(path()));
     return bool(_writer);
 }
 

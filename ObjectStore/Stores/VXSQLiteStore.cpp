@@ -1,6 +1,7 @@
 #include "VXSQLiteStore.h"
 
 #include "VXFolders.h"
+#include "VXStoreErrors.h"
 
 #include <algorithm>
 
@@ -89,8 +90,7 @@ bool VXSQLiteStore::openForWriting(VXError *error)
     if (!_writer)
         return false;
     if (_writer->isReadOnly()) {
-        VXSetError(error, VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s,
-                                             u"The file must not be changed."_s, path()));
+        VXSetError(error, VXStoreWriteError(path(), u"The file must not be changed."_s));
         return false;
     }
     const bool isOpen = _writer->execute(u"PRAGMA synchronous = FULL"_s, error) && complete(error) &&
