@@ -4,6 +4,7 @@
 #include "VXObjectStoreError.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
+#include "VXStoreErrors.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -68,16 +70,24 @@ bool hasHeader(const QString &path, VXError *error)
     return isStore;
 }
 
-VXError writeError(const QString &path, const QString &reason)
+// What lies beside a file while SQLite uses it, and beside where it was when its user died.
+bool removeLogs(const QString &path, VXError *error)
 {
-    return VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s, reason, path);
+    for (const char *const end : {"-journal", "-wal", "-shm"}) {
+        const QString log = path + QLatin1StringView(end);
+        if (::unlink(QFile::encodeName(log).constData()) == 0 || errno == ENOENT)
+            continue;
+        const QString reason = u"\"%1\", of a file that lay there, cannot be removed: %2"_s;
+        VXSetError(error, VXStoreWriteError(path, reason.arg(QFileInfo(log).fileName(), qt_error_string())));
+        return false;
+    }
+    return true;
 }
 
-// What lies beside a file while SQLite uses it.
 void removeWithLogs(const QString &path)
 {
-    for (const char *const end : {"", "-journal", "-wal", "-shm"})
-        QFile::remove(path + QLatin1StringView(end));
+    QFile::remove(path);
+    removeLogs(path, nullptr);
 }
 
 /** An open folder; none when it cannot be opened. */
@@ -108,7 +118,7 @@ bool makePrivate(const QString &path, VXError *error)
     const VXFileDescriptor file(
         ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.isOpen())
-        VXSetError(error, writeError(path, qt_error_string()));
+        VXSetError(error, VXStoreWriteError(path, qt_error_string()));
     return file.isOpen();
 }
 
@@ -165,7 +175,7 @@ std::optional<bool> copyBytes(const QString &path, const QString &to, std::chron
         return false;
     const VXFileDescriptor file(::open(QFile::encodeName(to).constData(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW));
     if (!file.isOpen())
-        VXSetError(error, writeError(to, qt_error_string()));
+        VXSetError(error, VXStoreWriteError(to, qt_error_string()));
     return file.isOpen() && source->copyFileTo(file, error);
 }
 
@@ -188,13 +198,16 @@ bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseco
            copied->execute(u"PRAGMA journal_mode = WAL"_s, error);
 }
 
+// With the folder locked, and nothing at the path: a log that lies there would be played into the new file.
 bool moveInPlace(const QString &from, const QString &path, VXError *error)
 {
+    if (!removeLogs(path, error))
+        return false;
     if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(path).constData()) == 0) {
         static_cast<void>(VXSynchronizeFolderOf(path)); // it is there all the same
         return true;
     }
-    VXSetError(error, writeError(path, qt_error_string()));
+    VXSetError(error, VXStoreWriteError(path, qt_error_string()));
     return false;
 }
 
@@ -359,7 +372,7 @@ bool VXSQLiteFile::copy(const QString &path, const QString &to, bool mayWrite, s
     const Folder folder(place.path());
     folder.lock();
     if (QFileInfo::exists(to) || place.isSymLink()) {
-        VXSetError(error, writeError(to, u"There is something already."_s));
+        VXSetError(error, VXStoreWriteError(to, u"There is something already."_s));
         return false;
     }
     const QString aside = place.path() + "/."_L1 + place.fileName() + ".new"_L1;
