@@ -333,6 +333,12 @@ bool VXSQLiteConnection::isInTransaction() const
     return sqlite3_get_autocommit(_database) == 0;
 }
 
+bool VXSQLiteConnection::hasMoved() const
+{
+    int hasMoved = 0;
+    return sqlite3_file_control(_database, "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved) == SQLITE_OK && hasMoved != 0;
+}
+
 bool VXSQLiteConnection::isReadOnly() const
 {
     return sqlite3_db_readonly(_database, "main") == 1;

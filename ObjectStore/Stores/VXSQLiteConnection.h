@@ -65,6 +65,9 @@ public:
     /** How many rows the last INSERT, UPDATE or DELETE concerned. */
     int changes() const;
     bool isInTransaction() const;
+    /** Whether the file that it has open no longer lies at its path: nobody would find what is written to it. One call of the
+     * system. */
+    bool hasMoved() const;
     /** Also when writing was asked for and the file does not allow it. */
     bool isReadOnly() const;
     /** Of a commit that failed just now: whether the log may hold it all the same, for whoever recovers it after a crash. */

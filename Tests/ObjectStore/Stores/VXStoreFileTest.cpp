@@ -262,6 +262,24 @@ TEST_P(VXStoreFileTest, WhatADeathLeftDoesNotMatter)
     EXPECT_EQ(count(*open(u"copy"_s)), 0);
 }
 
+TEST_P(VXStoreFileTest, NothingIsSavedToAFileThatIsElsewhere)
+{
+    const auto store = open(u"a"_s);
+    addItem(*store);
+    addItem(*open(u"other"_s));
+    VXRowSaver saver(*store);
+    saver.add(u"Item"_s);
+    ASSERT_TRUE(QFile::rename(path(u"a"_s), path(u"aside"_s)));
+    EXPECT_FALSE(saver.saveAndCommit()) << "moved";
+    EXPECT_TRUE(saver.error);
+    ASSERT_TRUE(QFile::rename(path(u"other"_s), path(u"a"_s)));
+    EXPECT_FALSE(saver.saveAndCommit()) << "replaced";
+    EXPECT_EQ(saver.error.code(), int(Code::InvalidStore));
+    ASSERT_TRUE(QFile::remove(path(u"a"_s)) && QFile::rename(path(u"aside"_s), path(u"a"_s)));
+    EXPECT_TRUE(saver.saveAndCommit()) << "back again";
+    EXPECT_EQ(count(*open(u"a"_s)), 2);
+}
+
 TEST_P(VXStoreFileTest, BrokenReferencesAreToldAndMended)
 {
     VXManagedObjectID lonely;
