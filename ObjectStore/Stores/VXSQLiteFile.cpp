@@ -28,8 +28,10 @@ namespace {
 
 // "The Database Header" of the SQLite file format, https://www.sqlite.org/fileformat2.html
 constexpr qsizetype headerSize = 100;
+constexpr qsizetype textEncodingOffset = 56;
 constexpr qsizetype userVersionOffset = 60;
 constexpr qsizetype applicationIDOffset = 68;
+constexpr qint32 inUTF16LE = 2; // the text encoding
 
 constexpr qint64 maximumEntityNumber = 100000;
 
@@ -59,6 +61,10 @@ bool isHeaderOfStore(const QString &path, VXError *error)
     if (qFromBigEndian<qint32>(header.constData() + userVersionOffset) > VXSQLiteSchema::formatVersion)
         return fail(Code::IncompatibleStoreType, u"The store cannot be read."_s,
                     u"It was written by a later version of this software."_s, path, error);
+    // The order of texts, by which they are found, is that of their bytes.
+    if (qFromBigEndian<qint32>(header.constData() + textEncodingOffset) != inUTF16LE)
+        return fail(Code::IncompatibleStoreType, u"The store cannot be read."_s,
+                    u"Its texts are not in UTF-16LE: another program has made the file."_s, path, error);
     return true;
 }
 
@@ -226,7 +232,7 @@ bool isFolderWritable(const QString &path)
 bool readExisting(VXSQLiteConnection &connection, VXSQLiteSchema::Existing &existing, VXError *error)
 {
     VXSQLiteStatement rows =
-        connection.statement(u"SELECT m.type = 'index', m.name, p.name FROM sqlite_master m "
+        connection.statement(u"SELECT m.type = 'index', m.name, p.name, p.type FROM sqlite_master m "
                              "LEFT JOIN pragma_table_info(m.name) p WHERE m.type IN ('table', 'index')"_s,
                              error);
     if (!rows)
@@ -236,7 +242,7 @@ bool readExisting(VXSQLiteConnection &connection, VXSQLiteSchema::Existing &exis
         if (rows.number(0) != 0)
             existing.indexes.insert(rows.text(1));
         else
-            existing.columns[rows.text(1)].insert(rows.text(2));
+            existing.columns[rows.text(1)].insert(rows.text(2), rows.text(3));
     }
     if (at == Step::Failed)
         VXSetError(error, connection.lastError());

@@ -197,7 +197,7 @@ VXSQLiteSchema::Additions VXSQLiteSchema::additions(const Existing &existing) co
 {
     Additions made;
     for (const Table &table : tables()) {
-        const QSet<QString> there = existing.columns.value(table.name);
+        const QHash<QString, QString> there = existing.columns.value(table.name);
         QStringList columns;
         for (const Table::Column &column : table.columns) {
             const QString declared = quoted(column.name) + u' ' + column.declaration;
@@ -221,6 +221,21 @@ VXSQLiteSchema::Additions VXSQLiteSchema::additions(const Existing &existing) co
                                                               table.ending.isNull() ? u")"_s : table.ending));
     }
     return made;
+}
+
+QString VXSQLiteSchema::misfit(const Existing &existing) const
+{
+    for (const Table &table : tables()) {
+        const QHash<QString, QString> there = existing.columns.value(table.name);
+        for (const Table::Column &column : table.columns) {
+            const QString type = column.declaration.section(u' ', 0, 0);
+            const auto found = there.constFind(column.name);
+            if (found != there.cend() && found->compare(type, Qt::CaseInsensitive) != 0)
+                return u"The column \"%1\" of the table \"%2\" is of the type \"%3\", and not %4."_s.arg(
+                    column.name, table.name, *found, type);
+        }
+    }
+    return {};
 }
 
 void VXSQLiteSchema::setEntityNumber(const VXEntityDescription &entity, int number)

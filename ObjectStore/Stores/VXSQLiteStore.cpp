@@ -137,6 +137,10 @@ bool VXSQLiteStore::isUsable(const VXSQLiteFile::Contents &contents, VXError *er
         VXSetError(error, damage(u"Tables are missing in it."_s));
         return false;
     }
+    if (const QString misfit = _schema.misfit(contents.existing); !misfit.isNull()) {
+        VXSetError(error, damage(misfit));
+        return false;
+    }
     return true;
 }
 

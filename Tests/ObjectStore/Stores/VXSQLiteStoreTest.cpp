@@ -276,6 +276,9 @@ TEST_F(VXSQLiteStoreTest, ForeignAndDamagedFilesStayAsTheyAre)
     const auto patched = [&](qsizetype at, const QByteArray &bytes) {
         return QByteArray(good).replace(at, bytes.size(), bytes);
     };
+    runSQL(
+        "PRAGMA writable_schema = ON; UPDATE sqlite_master SET sql = replace(sql, 'number\" TEXT', 'number\" REAL')");
+    const QByteArray retyped = readFile(file);
     QFile::remove(file);
     runSQL("CREATE TABLE t (x); INSERT INTO t VALUES (1)");
     const QByteArray foreign = readFile(file);
@@ -287,6 +290,8 @@ TEST_F(VXSQLiteStoreTest, ForeignAndDamagedFilesStayAsTheyAre)
         {"its header", good.first(100), Code::FileCorrupt},
         {"a schema that is none", patched(100, QByteArray(4000, '\xff')), Code::FileCorrupt},
         {"a later format", patched(60, QByteArray("\0\0\0\x09", 4)), Code::IncompatibleStoreType},
+        {"a column of another type", retyped, Code::FileCorrupt},
+        {"texts in UTF-8", patched(56, QByteArray("\0\0\0\x01", 4)), Code::IncompatibleStoreType},
     };
     for (const auto &[what, contents, code] : cases) {
         QDir(path()).removeRecursively();
@@ -296,7 +301,7 @@ TEST_F(VXSQLiteStoreTest, ForeignAndDamagedFilesStayAsTheyAre)
         EXPECT_EQ(error.filePath(), file) << what;
         EXPECT_EQ(readFile(file), contents) << what;
         EXPECT_TRUE(Coordinator::metadataForPersistentStore(VXStoreType::SQLite, file).isEmpty() ||
-                    code == Code::IncompatibleStoreType);
+                    code == Code::IncompatibleStoreType || contents == retyped);
         EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList{u"a.sqlite"_s}) << what;
     }
     QFile::remove(file);
