@@ -90,12 +90,14 @@ private:
     std::shared_ptr<sqlite3_stmt> prepare(const QString &sql, bool isKept, VXError *error);
     VXSQLiteStatement lent(const Prepared &prepared);
     void protect();
+    int lastStatus() const;
 
     sqlite3 *const _database; // owned
     const QString _path;
     const FileKey _key;
     std::optional<FileKey> _attached;
-    int _lastStatus = 0; // of what execute failed with
+    int _lastStatus = 0;    // of what execute failed with
+    int _bindingStatus = 0; // of the statement that made the last step: what kept a value of it from being bound
     std::atomic<qint64> *const _executions;
     QHash<QString, std::shared_ptr<sqlite3_stmt>> _statements;
     std::array<Prepared, 4> _recent; // of those, some asked for before, known by the very text without reading it

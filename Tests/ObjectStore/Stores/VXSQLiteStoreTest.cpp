@@ -1,5 +1,6 @@
 #include "VXPersistentStoreCoordinator.h"
 #include "VXRowSaver.h"
+#include "VXSQLiteConnection.h"
 #include "VXTesting.h"
 #include "VXTestSQL.h"
 
@@ -374,6 +375,17 @@ TEST_F(VXSQLiteStoreTest, ReadOnlyFoldersAreReadAndRefuseWriting)
     EXPECT_FALSE(Coordinator::coordinatorWithModel(model)->addPersistentStore(VXStoreType::SQLite,
                                                                               path(u"new.sqlite"_s), {}, &error));
     EXPECT_EQ(error.filePath(), path(u"new.sqlite"_s));
+}
+
+TEST_F(VXSQLiteStoreTest, AValueTooLargeForSQLiteIsToldAsThat)
+{
+    const auto connection = VXSQLiteConnection::open(path(u"b"_s), VXSQLiteConnection::Access::Create, {}, {}, &error);
+    VXSQLiteStatement statement = connection->statement(u"SELECT ?1, ?2"_s, &error);
+    const QByteArray large(1'000'000'001, Qt::Uninitialized);
+    statement.bindData(1, large);
+    statement.bindNumber(2, 1); // of which SQLite has no error to tell
+    EXPECT_FALSE(statement.run());
+    EXPECT_EQ(connection->lastError().localizedDescription(), u"A value is too large for the store."_s);
 }
 
 TEST_F(VXSQLiteStoreTest, ReadingAloneMakesNoStore)
