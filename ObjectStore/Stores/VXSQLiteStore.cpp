@@ -78,7 +78,6 @@ bool VXSQLiteStore::openExisting(VXError *error)
                                       u"The model has entities that the store, which is read only, lacks."_s, path()));
         return false;
     }
-    _readers.setAccess(VXSQLiteFile::accessForReaders(path()));
     setOpened(contents->metadata);
     adopt(*contents);
     return true;
@@ -98,7 +97,7 @@ bool VXSQLiteStore::openForWriting(VXError *error)
                         _writer->execute(u"PRAGMA journal_size_limit = %1"_s.arg(largestLog), error);
     if (!isOpen)
         _writer.reset();
-    _readers.setAccess(Access::Write);
+    _readers.setWriting();
     return isOpen;
 }
 
