@@ -95,18 +95,6 @@ bool isOwn(const VXPropertyDescription &property, const VXEntityDescription &ent
 
 } // namespace
 
-QString VXSQLiteSchema::problem() const
-{
-    QHash<QString, QString> names; // by what SQL takes them for
-    for (const VXEntityDescription *const entity : _model.entities()) {
-        const QString folded = entity->name().toLower();
-        if (names.contains(folded))
-            return u"SQL cannot tell the entities \"%1\" and \"%2\" apart."_s.arg(names.value(folded), entity->name());
-        names.insert(folded, entity->name());
-    }
-    return {};
-}
-
 bool VXSQLiteSchema::hasColumn(const VXPropertyDescription &property)
 {
     const VXRelationshipDescription *const relationship = property.asRelationship();

@@ -31,9 +31,6 @@ public:
 
     explicit VXSQLiteSchema(const VXManagedObjectModel &model) : _model(model) {}
 
-    /** Why no SQLite file can hold the model; null when one can. */
-    QString problem() const;
-
     /** True for what has a column: attributes and to-one relationships that are not transient. */
     static bool hasColumn(const VXPropertyDescription &property);
     static QString table(const VXEntityDescription &entity);

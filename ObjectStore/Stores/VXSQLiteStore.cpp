@@ -45,11 +45,6 @@ QVariantMap VXSQLiteStore::metadataOfFile(const QString &path, VXError *error)
 
 bool VXSQLiteStore::open(VXError *error)
 {
-    if (const QString problem = _schema.problem(); !problem.isNull()) {
-        VXSetError(error,
-                   VXObjectStoreError(Code::StoreIncompatibleModel, u"The store cannot be opened."_s, problem, path()));
-        return false;
-    }
     if (VXSQLiteFile::isMissing(path()) && _options.isReadOnly) {
         VXSetError(error, VXObjectStoreError(Code::FileRead, u"The store cannot be read."_s,
                                              VXExistsAtPath(path()) ? u"It is empty."_s : u"There is no such file."_s,

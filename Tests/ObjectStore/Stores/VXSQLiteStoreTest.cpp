@@ -225,7 +225,6 @@ TEST_F(VXSQLiteStoreTest, ModelsThatDifferAreRefusedAndAdditionsMade)
         EXPECT_EQ(error.filePath(), path(u"a.sqlite"_s));
         EXPECT_EQ(readFile(path(u"a.sqlite"_s)), before);
     }
-    EXPECT_FALSE(openWithModel(VXModelOf(phoneSource + "entity gROUP {}"))); // for SQL the same name
     // Entities in addition, one in a family that is there
     const auto larger = VXModelOf(phoneSource + "entity Worker: Person { attribute pay: double optional; } "
                                                 "entity Note { attribute text: string optional indexed; }");
