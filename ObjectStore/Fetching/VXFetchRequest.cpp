@@ -1,5 +1,8 @@
 #include "VXFetchRequest.h"
 
+#include "VXEntityPredicate.h"
+#include "VXManagedObjectModel.h"
+
 using namespace Qt::StringLiterals;
 
 std::optional<VXFetchRequest> VXFetchRequest::fromTemplate(const VXEntityDescription &entity, const QString &name,
@@ -22,4 +25,22 @@ std::optional<VXFetchRequest> VXFetchRequest::fromTemplate(const VXEntityDescrip
     if (const QStringList missing = request.predicate.variables(); !missing.isEmpty())
         return fail(u"There is no value for $%1."_s.arg(missing.join(", $"_L1)));
     return request;
+}
+
+QList<VXModelProblem> VXCheckFetchTemplates(const VXManagedObjectModel &model)
+{
+    QList<VXModelProblem> problems;
+    for (const VXEntityDefinition &entity : model.definition().entities) {
+        for (const VXFetchTemplateDefinition &fetchTemplate : entity.fetchTemplates) {
+            VXError mistake;
+            QString problem;
+            const auto predicate = VXPredicate::predicateWithFormat(fetchTemplate.predicate, {}, &mistake);
+            if (!predicate)
+                problem = mistake.localizedRecoverySuggestion();
+            else if (VXPredicateForEntity(*predicate, *model.entityForName(entity.name), &problem))
+                continue;
+            problems.append({fetchTemplate.line, u"fetch template \"%1\": %2"_s.arg(fetchTemplate.name, problem)});
+        }
+    }
+    return problems;
 }

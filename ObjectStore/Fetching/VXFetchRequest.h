@@ -8,6 +8,9 @@
 #include <QtCore/QList>
 #include <QtCore/QStringList>
 
+class VXManagedObjectModel;
+struct VXModelProblem;
+
 /** Which objects to fetch, and how. A value type; reentrant. */
 class VX_STORE_EXPORT VXFetchRequest
 {
@@ -46,3 +49,9 @@ public:
 private:
     const VXEntityDescription *_entity;
 };
+
+/**
+ * Finds the fetch templates of a model that are no predicates, name unknown keys or can never match, which is told else by who
+ * uses them, or by nobody. In the order of definition. Reentrant.
+ */
+[[nodiscard]] VX_STORE_EXPORT QList<VXModelProblem> VXCheckFetchTemplates(const VXManagedObjectModel &model);

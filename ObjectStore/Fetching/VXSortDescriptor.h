@@ -32,5 +32,6 @@ struct VX_STORE_EXPORT VXSortDescriptor
  * The places of `count` objects, from 0, in the order of the descriptors. Objects that are equal, or have no order among
  * themselves, keep theirs.
  */
-[[nodiscard]] std::vector<qsizetype> VXSortedPlaces(const QList<VXSortDescriptor> &descriptors, qsizetype count,
-                                                    const std::function<QVariant(qsizetype place)> &objectAt);
+[[nodiscard]] VX_STORE_EXPORT std::vector<qsizetype>
+VXSortedPlaces(const QList<VXSortDescriptor> &descriptors, qsizetype count,
+               const std::function<QVariant(qsizetype place)> &objectAt);

@@ -40,6 +40,7 @@ public:
     {
         for (const VXEntityDefinition &entity : _definition.entities) {
             checkName(entity.name, entity.line, u"entity"_s);
+            checkCase(entity);
             if (_entities.contains(entity.name))
                 report(entity.line, u"entity \"%1\" is defined twice"_s.arg(entity.name));
             else
@@ -64,6 +65,15 @@ private:
             report(line, u"\"%1\" is no name for an %2: letters, digits and _ make one"_s.arg(name, kind));
         else if (isReserved(name))
             report(line, u"\"%1\" is a reserved word"_s.arg(name));
+    }
+
+    // SQL does not tell case apart, in names of tables as of columns.
+    void checkCase(const VXEntityDefinition &entity)
+    {
+        const QString earlier = _namesByCase.value(entity.name.toLower(), entity.name);
+        if (earlier != entity.name)
+            report(entity.line, u"entity \"%1\" differs from \"%2\" in case only"_s.arg(entity.name, earlier));
+        _namesByCase.insert(entity.name.toLower(), entity.name);
     }
 
     void checkInheritance(const VXEntityDefinition &entity)
@@ -248,7 +258,8 @@ private:
 
     const VXModelDefinition &_definition;
     QHash<QString, const VXEntityDefinition *> _entities;
-    QSet<QString> _cyclic; // entities whose inheritance does not end, or not in time
+    QHash<QString, QString> _namesByCase; // of entities, by the name in lower case
+    QSet<QString> _cyclic;                // entities whose inheritance does not end, or not in time
     QList<VXModelProblem> _problems;
 };
 

@@ -95,6 +95,7 @@ struct VXModelProblem
 
 /**
  * Finds what is wrong with a definition: names, duplicates, unknown entities and inverses, cycles of inheritance, default
- * values that do not fit. @return in the order of the lines; empty when a model can be made of it.
+ * values that do not fit. @return in the order of the lines; empty when a model can be made of it. Fetch templates are read when
+ * they are used, and checked by VXCheckFetchTemplates.
  */
 VX_STORE_EXPORT QList<VXModelProblem> VXCheckModel(const VXModelDefinition &definition);

@@ -1,11 +1,17 @@
 #pragma once
 
+#include "VXManagedObjectID.h"
 #include "VXTextComparison.h"
 
 #include <QtCore/QSet>
 #include <QtCore/QVariant>
 
-/** The elements of a long list in a predicate: whether a text or a whole number is among them takes no walk over all. */
+#include <optional>
+#include <utility>
+
+class VXKeyValueCoding;
+
+/** The elements of a long list in a predicate: whether a value is among them takes no walk over all, but for lists and maps. */
 class VXConstantSet
 {
 public:
@@ -15,8 +21,17 @@ public:
     bool contains(const QVariant &value) const;
 
 private:
+    template <class Set, class Call>
+    static std::optional<bool> find(Set &self, const QVariant &value, const Call &call);
+
     const VXTextOptions _options;
-    QSet<QString> _texts; // folded
-    QSet<qint64> _numbers;
+    bool _hasNone = false;
+    QSet<QString> _texts;  // folded
+    QSet<qint64> _numbers; // also real ones without a fraction
+    QSet<double> _reals;
+    QSet<qint64> _dates; // milliseconds
+    QSet<QByteArray> _data;
+    QSet<VXManagedObjectID> _objectIDs;
+    QSet<std::pair<int, VXKeyValueCoding *>> _objects; // by type: of another type it is another value
     QVariantList _others;
 };

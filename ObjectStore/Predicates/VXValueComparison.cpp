@@ -90,3 +90,8 @@ bool VXEqualValues(const QVariant &a, const QVariant &b)
 {
     return VXCompareValues(a, b) == 0 || (familyOf(a) == Family::Other && a == b);
 }
+
+std::optional<qint64> VXWholeNumber(const QVariant &value)
+{
+    return familyOf(value) == Family::Whole ? std::optional<qint64>(value.toLongLong()) : std::nullopt;
+}

@@ -5,6 +5,7 @@
 #include <QtCore/QVariant>
 
 #include <compare>
+#include <optional>
 
 /**
  * Orders two values as stores do: numbers and truth values by number, texts by UTF-16 unit, dates, data by byte. None is
@@ -14,3 +15,6 @@ VX_STORE_EXPORT std::partial_ordering VXCompareValues(const QVariant &a, const Q
 
 /** Equal by the order above; values that have none, as objects, are equal when they are the same. */
 VX_STORE_EXPORT bool VXEqualValues(const QVariant &a, const QVariant &b);
+
+/** What a whole number or a truth value is as one; empty for all else, and for one above the signed range. */
+VX_STORE_EXPORT std::optional<qint64> VXWholeNumber(const QVariant &value);

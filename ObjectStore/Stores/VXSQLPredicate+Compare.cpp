@@ -1,6 +1,7 @@
 #include "VXSQLPredicate.h"
 
 #include "VXNone.h"
+#include "VXValueComparison.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>
@@ -27,14 +28,10 @@ bool isNotANumber(const QVariant &value)
     return (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float) && std::isnan(value.toDouble());
 }
 
-std::optional<qint64> wholeNumber(const QVariant &value)
+// What stands in a column for the value, where that is a whole number.
+std::optional<qint64> storedNumber(const QVariant &value)
 {
-    if (value.typeId() == QMetaType::QDateTime)
-        return value.toDateTime().toMSecsSinceEpoch();
-    if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float ||
-        value.typeId() == QMetaType::ULongLong || value.typeId() == QMetaType::ULong)
-        return std::nullopt;
-    return value.canConvert<qlonglong>() ? std::optional<qint64>(value.toLongLong()) : std::nullopt;
+    return value.typeId() == QMetaType::QDateTime ? value.toDateTime().toMSecsSinceEpoch() : VXWholeNumber(value);
 }
 
 // The first text, by the bytes of UTF-16LE, behind all that begin so; null when there is none.
@@ -197,7 +194,7 @@ QString VXSQLPredicate::oneOfConstants(const Scalar &left, const QVariantList &c
         if (element.family != left.family || element.root != left.root || isNotANumber(value))
             continue;
         fitting.append(element.constant);
-        if (const std::optional<qint64> number = wholeNumber(element.constant))
+        if (const std::optional<qint64> number = storedNumber(element.constant))
             numbers.append(QString::number(*number));
     }
     const QString subject = sql(folded(left, options));

@@ -34,6 +34,7 @@ VXObjectStoreErrorCode codeOf(int status)
         return VXObjectStoreErrorCode::FileOutOfSpace;
     case SQLITE_READONLY:
     case SQLITE_CONSTRAINT:
+    case SQLITE_TOOBIG:
         return VXObjectStoreErrorCode::FileWrite;
     case SQLITE_IOERR:
         return status == SQLITE_IOERR_READ || status == SQLITE_IOERR_SHORT_READ ? VXObjectStoreErrorCode::FileRead
@@ -74,7 +75,9 @@ VXError errorOf(sqlite3 *database, int status, const QString &path)
     const QString reason = database == nullptr
                                ? u"out of memory"_s
                                : QString::fromUtf8(isOfDatabase ? sqlite3_errmsg(database) : sqlite3_errstr(status));
-    return VXObjectStoreError(code, descriptionOf(code), u"SQLite: %1 (%2)."_s.arg(reason).arg(status), path);
+    const QString description =
+        (status & 0xFF) == SQLITE_TOOBIG ? u"A value is too large for the store."_s : descriptionOf(code);
+    return VXObjectStoreError(code, description, u"SQLite: %1 (%2)."_s.arg(reason).arg(status), path);
 }
 
 } // namespace
@@ -190,7 +193,8 @@ VXSQLiteConnection::~VXSQLiteConnection()
 bool VXSQLiteConnection::attach(const QString &path, const QString &name, VXError *error)
 {
     const QString absolute = QFileInfo(path).absoluteFilePath();
-    VXSQLiteStatement statement(prepare(u"ATTACH DATABASE ?1 AS "_s + name, false, error), _executions);
+    VXSQLiteStatement statement(prepare(u"ATTACH DATABASE ?1 AS "_s + name, false, error), _executions,
+                                &_bindingStatus);
     if (!statement)
         return false;
     _attached = OpenFiles::keyOf(path);
@@ -268,7 +272,7 @@ VXSQLiteStatement VXSQLiteConnection::statement(const QString &sql, VXError *err
     const auto isSame = [&sql](const Prepared &each) { return each.statement && each.sql.isSharedWith(sql); };
     const auto recent = std::find_if(_recent.cbegin(), _recent.cend(), isSame);
     if (recent != _recent.cend())
-        return {recent->statement, _executions};
+        return {recent->statement, _executions, &_bindingStatus};
     const auto found = _statements.constFind(sql);
     if (found != _statements.cend())
         return lent({sql, *found});
@@ -284,12 +288,12 @@ VXSQLiteStatement VXSQLiteConnection::statement(const QString &sql, VXError *err
 VXSQLiteStatement VXSQLiteConnection::lent(const Prepared &prepared)
 {
     _recent[_next++ % _recent.size()] = prepared;
-    return {prepared.statement, _executions};
+    return {prepared.statement, _executions, &_bindingStatus};
 }
 
 bool VXSQLiteConnection::execute(const QString &sql, VXError *error)
 {
-    VXSQLiteStatement statement(prepare(sql, false, error), _executions);
+    VXSQLiteStatement statement(prepare(sql, false, error), _executions, &_bindingStatus);
     if (!statement)
         return false;
     const bool isDone = statement.run();
@@ -314,7 +318,7 @@ bool VXSQLiteConnection::execute(const QString &sql, int steps, const std::funct
 
 QString VXSQLiteConnection::textOf(const QString &sql, VXError *error)
 {
-    VXSQLiteStatement statement(prepare(sql, false, error), _executions);
+    VXSQLiteStatement statement(prepare(sql, false, error), _executions, &_bindingStatus);
     if (!statement)
         return {};
     const VXSQLiteStatement::Step at = statement.step();
@@ -333,6 +337,12 @@ bool VXSQLiteConnection::isInTransaction() const
     return sqlite3_get_autocommit(_database) == 0;
 }
 
+bool VXSQLiteConnection::hasMoved() const
+{
+    int hasMoved = 0;
+    return sqlite3_file_control(_database, "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved) == SQLITE_OK && hasMoved != 0;
+}
+
 bool VXSQLiteConnection::isReadOnly() const
 {
     return sqlite3_db_readonly(_database, "main") == 1;
@@ -349,10 +359,15 @@ bool VXSQLiteConnection::mayHaveCommitted() const
 
 bool VXSQLiteConnection::isConstraintViolated() const
 {
-    return (sqlite3_errcode(_database) & 0xFF) == SQLITE_CONSTRAINT;
+    return (lastStatus() & 0xFF) == SQLITE_CONSTRAINT;
+}
+
+int VXSQLiteConnection::lastStatus() const
+{
+    return _bindingStatus != SQLITE_OK ? _bindingStatus : sqlite3_extended_errcode(_database);
 }
 
 VXError VXSQLiteConnection::lastError() const
 {
-    return errorOf(_database, sqlite3_extended_errcode(_database), _path);
+    return errorOf(_database, lastStatus(), _path);
 }

@@ -65,6 +65,9 @@ public:
     /** How many rows the last INSERT, UPDATE or DELETE concerned. */
     int changes() const;
     bool isInTransaction() const;
+    /** Whether the file that it has open no longer lies at its path: nobody would find what is written to it. One call of the
+     * system. */
+    bool hasMoved() const;
     /** Also when writing was asked for and the file does not allow it. */
     bool isReadOnly() const;
     /** Of a commit that failed just now: whether the log may hold it all the same, for whoever recovers it after a crash. */
@@ -87,12 +90,14 @@ private:
     std::shared_ptr<sqlite3_stmt> prepare(const QString &sql, bool isKept, VXError *error);
     VXSQLiteStatement lent(const Prepared &prepared);
     void protect();
+    int lastStatus() const;
 
     sqlite3 *const _database; // owned
     const QString _path;
     const FileKey _key;
     std::optional<FileKey> _attached;
-    int _lastStatus = 0; // of what execute failed with
+    int _lastStatus = 0;    // of what execute failed with
+    int _bindingStatus = 0; // of the statement that made the last step: what kept a value of it from being bound
     std::atomic<qint64> *const _executions;
     QHash<QString, std::shared_ptr<sqlite3_stmt>> _statements;
     std::array<Prepared, 4> _recent; // of those, some asked for before, known by the very text without reading it

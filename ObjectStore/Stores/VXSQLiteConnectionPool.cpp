@@ -1,6 +1,9 @@
 #include "VXSQLiteConnectionPool.h"
 
-#include "VXObjectStoreError.h"
+#include "VXSQLiteFile.h"
+#include "VXStoreErrors.h"
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -10,40 +13,62 @@ constexpr size_t maximumIdle = 8;
 
 } // namespace
 
+// What is open as immutable shows the file as it was, and damage once it is written: by who keeps a log, elsewhere, as in a
+// folder that is mounted here to be read only. A log that has come is followed by all, and brought into the file behind them.
+VXSQLiteConnectionPool::Connections VXSQLiteConnectionPool::lookAtFile()
+{
+    using Access = VXSQLiteConnection::Access;
+    if (_isWriting || (_access == Access::Query && !_idle.empty()))
+        return {};
+    const Access access = VXSQLiteFile::accessForReaders(_path);
+    const VXFileStamp stamp = access == Access::Immutable ? VXFileStamp::ofPath(_path) : VXFileStamp();
+    if (access == _access && stamp == _stamp)
+        return {};
+    _access = access;
+    _stamp = stamp;
+    ++_generation;
+    return std::exchange(_idle, {});
+}
+
 VXSQLiteConnectionPool::Lease VXSQLiteConnectionPool::borrow(VXError *error)
 {
+    Connections outdated; // closed without the lock
+    VXSQLiteConnection::Access access = VXSQLiteConnection::Access::Write;
+    int generation = 0;
     {
         const VXMutexLocker lock(_lock);
         if (_isClosed) {
-            VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::InvalidStore, u"The store cannot be used."_s,
-                                                 u"It is closed."_s, _path));
-            return {nullptr, Return{this}};
+            VXSetError(error, VXClosedStoreError(_path));
+            return {nullptr, Return{this, 0}};
         }
+        outdated = lookAtFile();
+        access = _access;
+        generation = _generation;
         if (!_idle.empty()) {
-            Lease lease(_idle.back().release(), Return{this});
+            Lease lease(_idle.back().release(), Return{this, generation});
             _idle.pop_back();
             return lease;
         }
     }
     std::unique_ptr<VXSQLiteConnection> made =
-        VXSQLiteConnection::open(_path, _access, _busyTimeout, _executions, error);
+        VXSQLiteConnection::open(_path, access, _busyTimeout, _executions, error);
     // What is written through these need not outlast a power cut by itself: see VXSQLiteStore::reserveNumbers.
     if (made && !made->execute(u"PRAGMA synchronous = NORMAL"_s, error))
         made.reset();
-    return {made.release(), Return{this}};
+    return {made.release(), Return{this, generation}};
 }
 
-void VXSQLiteConnectionPool::giveBack(VXSQLiteConnection *connection)
+void VXSQLiteConnectionPool::giveBack(VXSQLiteConnection *connection, int generation)
 {
     std::unique_ptr<VXSQLiteConnection> returned(connection); // closed without the lock
     const VXMutexLocker lock(_lock);
-    if (_idle.size() < maximumIdle && !_isClosed)
+    if (_idle.size() < maximumIdle && !_isClosed && generation == _generation)
         _idle.push_back(std::move(returned));
 }
 
 void VXSQLiteConnectionPool::close()
 {
-    std::vector<std::unique_ptr<VXSQLiteConnection>> closed; // without the lock
+    Connections closed; // without the lock
     const VXMutexLocker lock(_lock);
     _isClosed = true;
     std::swap(closed, _idle);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXFileStamp.h"
 #include "VXMutex.h"
 #include "VXSQLiteConnection.h"
 
@@ -16,13 +17,14 @@ public:
     {
     }
 
-    /** Before the first connection is borrowed. */
-    void setAccess(VXSQLiteConnection::Access access) { _access = access; }
+    /** For who writes the file too; else connections are VXSQLiteFile::accessForReaders. Before the first is borrowed. */
+    void setWriting() { _isWriting = true; }
 
     struct Return
     {
         VXSQLiteConnectionPool *pool;
-        void operator()(VXSQLiteConnection *connection) const { pool->giveBack(connection); }
+        int generation;
+        void operator()(VXSQLiteConnection *connection) const { pool->giveBack(connection, generation); }
     };
     using Lease = std::unique_ptr<VXSQLiteConnection, Return>;
     /** Opens one more when all are in use. @return null on failure. */
@@ -31,13 +33,20 @@ public:
     void close();
 
 private:
-    void giveBack(VXSQLiteConnection *connection);
+    using Connections = std::vector<std::unique_ptr<VXSQLiteConnection>>;
+
+    void giveBack(VXSQLiteConnection *connection, int generation);
+    /** @return the connections that show the file as it was before, to be closed without the lock. */
+    Connections lookAtFile() VX_REQUIRES(_lock);
 
     const QString _path;
     const std::chrono::milliseconds _busyTimeout;
     std::atomic<qint64> *const _executions;
-    VXSQLiteConnection::Access _access = VXSQLiteConnection::Access::Read;
+    bool _isWriting = false;
     VXMutex _lock;
     bool _isClosed VX_GUARDED_BY(_lock) = false;
-    std::vector<std::unique_ptr<VXSQLiteConnection>> _idle VX_GUARDED_BY(_lock); // the one used last at the end
+    VXSQLiteConnection::Access _access VX_GUARDED_BY(_lock) = VXSQLiteConnection::Access::Write;
+    VXFileStamp _stamp VX_GUARDED_BY(_lock);  // of the file that is taken for immutable
+    int _generation VX_GUARDED_BY(_lock) = 0; // of connections that show the file as it is
+    Connections _idle VX_GUARDED_BY(_lock);   // of that generation; the one used last at the end
 };

@@ -4,6 +4,7 @@
 #include "VXObjectStoreError.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
+#include "VXStoreErrors.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -26,8 +28,10 @@ namespace {
 
 // "The Database Header" of the SQLite file format, https://www.sqlite.org/fileformat2.html
 constexpr qsizetype headerSize = 100;
+constexpr qsizetype textEncodingOffset = 56;
 constexpr qsizetype userVersionOffset = 60;
 constexpr qsizetype applicationIDOffset = 68;
+constexpr qint32 inUTF16LE = 2; // the text encoding
 
 constexpr qint64 maximumEntityNumber = 100000;
 
@@ -57,6 +61,10 @@ bool isHeaderOfStore(const QString &path, VXError *error)
     if (qFromBigEndian<qint32>(header.constData() + userVersionOffset) > VXSQLiteSchema::formatVersion)
         return fail(Code::IncompatibleStoreType, u"The store cannot be read."_s,
                     u"It was written by a later version of this software."_s, path, error);
+    // The order of texts, by which they are found, is that of their bytes.
+    if (qFromBigEndian<qint32>(header.constData() + textEncodingOffset) != inUTF16LE)
+        return fail(Code::IncompatibleStoreType, u"The store cannot be read."_s,
+                    u"Its texts are not in UTF-16LE: another program has made the file."_s, path, error);
     return true;
 }
 
@@ -68,16 +76,24 @@ bool hasHeader(const QString &path, VXError *error)
     return isStore;
 }
 
-VXError writeError(const QString &path, const QString &reason)
+// What lies beside a file while SQLite uses it, and beside where it was when its user died.
+bool removeLogs(const QString &path, VXError *error)
 {
-    return VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s, reason, path);
+    for (const char *const end : {"-journal", "-wal", "-shm"}) {
+        const QString log = path + QLatin1StringView(end);
+        if (::unlink(QFile::encodeName(log).constData()) == 0 || errno == ENOENT)
+            continue;
+        const QString reason = u"\"%1\", of a file that lay there, cannot be removed: %2"_s;
+        VXSetError(error, VXStoreWriteError(path, reason.arg(QFileInfo(log).fileName(), qt_error_string())));
+        return false;
+    }
+    return true;
 }
 
-// What lies beside a file while SQLite uses it.
 void removeWithLogs(const QString &path)
 {
-    for (const char *const end : {"", "-journal", "-wal", "-shm"})
-        QFile::remove(path + QLatin1StringView(end));
+    QFile::remove(path);
+    removeLogs(path, nullptr);
 }
 
 /** An open folder; none when it cannot be opened. */
@@ -108,7 +124,7 @@ bool makePrivate(const QString &path, VXError *error)
     const VXFileDescriptor file(
         ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.isOpen())
-        VXSetError(error, writeError(path, qt_error_string()));
+        VXSetError(error, VXStoreWriteError(path, qt_error_string()));
     return file.isOpen();
 }
 
@@ -165,7 +181,7 @@ std::optional<bool> copyBytes(const QString &path, const QString &to, std::chron
         return false;
     const VXFileDescriptor file(::open(QFile::encodeName(to).constData(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW));
     if (!file.isOpen())
-        VXSetError(error, writeError(to, qt_error_string()));
+        VXSetError(error, VXStoreWriteError(to, qt_error_string()));
     return file.isOpen() && source->copyFileTo(file, error);
 }
 
@@ -188,13 +204,16 @@ bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseco
            copied->execute(u"PRAGMA journal_mode = WAL"_s, error);
 }
 
+// With the folder locked, and nothing at the path: a log that lies there would be played into the new file.
 bool moveInPlace(const QString &from, const QString &path, VXError *error)
 {
+    if (!removeLogs(path, error))
+        return false;
     if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(path).constData()) == 0) {
         static_cast<void>(VXSynchronizeFolderOf(path)); // it is there all the same
         return true;
     }
-    VXSetError(error, writeError(path, qt_error_string()));
+    VXSetError(error, VXStoreWriteError(path, qt_error_string()));
     return false;
 }
 
@@ -213,7 +232,7 @@ bool isFolderWritable(const QString &path)
 bool readExisting(VXSQLiteConnection &connection, VXSQLiteSchema::Existing &existing, VXError *error)
 {
     VXSQLiteStatement rows =
-        connection.statement(u"SELECT m.type = 'index', m.name, p.name FROM sqlite_master m "
+        connection.statement(u"SELECT m.type = 'index', m.name, p.name, p.type FROM sqlite_master m "
                              "LEFT JOIN pragma_table_info(m.name) p WHERE m.type IN ('table', 'index')"_s,
                              error);
     if (!rows)
@@ -223,7 +242,7 @@ bool readExisting(VXSQLiteConnection &connection, VXSQLiteSchema::Existing &exis
         if (rows.number(0) != 0)
             existing.indexes.insert(rows.text(1));
         else
-            existing.columns[rows.text(1)].insert(rows.text(2));
+            existing.columns[rows.text(1)].insert(rows.text(2), rows.text(3));
     }
     if (at == Step::Failed)
         VXSetError(error, connection.lastError());
@@ -359,7 +378,7 @@ bool VXSQLiteFile::copy(const QString &path, const QString &to, bool mayWrite, s
     const Folder folder(place.path());
     folder.lock();
     if (QFileInfo::exists(to) || place.isSymLink()) {
-        VXSetError(error, writeError(to, u"There is something already."_s));
+        VXSetError(error, VXStoreWriteError(to, u"There is something already."_s));
         return false;
     }
     const QString aside = place.path() + "/."_L1 + place.fileName() + ".new"_L1;

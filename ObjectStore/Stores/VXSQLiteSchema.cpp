@@ -95,18 +95,6 @@ bool isOwn(const VXPropertyDescription &property, const VXEntityDescription &ent
 
 } // namespace
 
-QString VXSQLiteSchema::problem() const
-{
-    QHash<QString, QString> names; // by what SQL takes them for
-    for (const VXEntityDescription *const entity : _model.entities()) {
-        const QString folded = entity->name().toLower();
-        if (names.contains(folded))
-            return u"SQL cannot tell the entities \"%1\" and \"%2\" apart."_s.arg(names.value(folded), entity->name());
-        names.insert(folded, entity->name());
-    }
-    return {};
-}
-
 bool VXSQLiteSchema::hasColumn(const VXPropertyDescription &property)
 {
     const VXRelationshipDescription *const relationship = property.asRelationship();
@@ -197,7 +185,7 @@ VXSQLiteSchema::Additions VXSQLiteSchema::additions(const Existing &existing) co
 {
     Additions made;
     for (const Table &table : tables()) {
-        const QSet<QString> there = existing.columns.value(table.name);
+        const QHash<QString, QString> there = existing.columns.value(table.name);
         QStringList columns;
         for (const Table::Column &column : table.columns) {
             const QString declared = quoted(column.name) + u' ' + column.declaration;
@@ -221,6 +209,21 @@ VXSQLiteSchema::Additions VXSQLiteSchema::additions(const Existing &existing) co
                                                               table.ending.isNull() ? u")"_s : table.ending));
     }
     return made;
+}
+
+QString VXSQLiteSchema::misfit(const Existing &existing) const
+{
+    for (const Table &table : tables()) {
+        const QHash<QString, QString> there = existing.columns.value(table.name);
+        for (const Table::Column &column : table.columns) {
+            const QString type = column.declaration.section(u' ', 0, 0);
+            const auto found = there.constFind(column.name);
+            if (found != there.cend() && found->compare(type, Qt::CaseInsensitive) != 0)
+                return u"The column \"%1\" of the table \"%2\" is of the type \"%3\", and not %4."_s.arg(
+                    column.name, table.name, *found, type);
+        }
+    }
+    return {};
 }
 
 void VXSQLiteSchema::setEntityNumber(const VXEntityDescription &entity, int number)

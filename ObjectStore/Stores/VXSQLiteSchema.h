@@ -31,9 +31,6 @@ public:
 
     explicit VXSQLiteSchema(const VXManagedObjectModel &model) : _model(model) {}
 
-    /** Why no SQLite file can hold the model; null when one can. */
-    QString problem() const;
-
     /** True for what has a column: attributes and to-one relationships that are not transient. */
     static bool hasColumn(const VXPropertyDescription &property);
     static QString table(const VXEntityDescription &entity);
@@ -46,7 +43,7 @@ public:
     /** What a file has already; names as they are, not quoted. */
     struct Existing
     {
-        QHash<QString, QSet<QString>> columns; // by table
+        QHash<QString, QHash<QString, QString>> columns; // types of columns, by table and name
         QSet<QString> indexes;
     };
     /** The statements that add what a file lacks. */
@@ -56,6 +53,9 @@ public:
         QStringList indexes;
     };
     Additions additions(const Existing &existing) const;
+    /** Which column of a file is of another type than values of the model are stored as, so that SQLite would change them; null
+     * when none is. */
+    QString misfit(const Existing &existing) const;
 
     // -- Numbers of entities in the file, known once it is open
     void setEntityNumber(const VXEntityDescription &entity, int number);

@@ -127,6 +127,7 @@ void VXSQLiteStatement::bindValue(int parameter, const QVariant &value)
 
 VXSQLiteStatement::Step VXSQLiteStatement::step()
 {
+    *_bindingStatus = _status;
     if (_status != SQLITE_OK)
         return Step::Failed;
     if (_executions != nullptr && sqlite3_stmt_busy(raw()) == 0)

@@ -63,9 +63,10 @@ public:
 
     /** Prepared for nothing. */
     VXSQLiteStatement() = default;
-    /** `executions`, if given, counts how often a statement was started. */
-    VXSQLiteStatement(std::shared_ptr<sqlite3_stmt> statement, std::atomic<qint64> *executions)
-        : _statement(std::move(statement)), _executions(executions)
+    /** `executions`, if given, counts how often a statement was started. `bindingStatus` is its connection's, which asks SQLite
+     * for the errors of all else. */
+    VXSQLiteStatement(std::shared_ptr<sqlite3_stmt> statement, std::atomic<qint64> *executions, int *bindingStatus)
+        : _statement(std::move(statement)), _executions(executions), _bindingStatus(bindingStatus)
     {
     }
     VXSQLiteStatement(VXSQLiteStatement &&other) noexcept = default;
@@ -73,6 +74,7 @@ public:
     {
         std::swap(_statement, other._statement);
         std::swap(_executions, other._executions);
+        std::swap(_bindingStatus, other._bindingStatus);
         std::swap(_status, other._status);
         return *this;
     }
@@ -117,5 +119,6 @@ private:
 
     std::shared_ptr<sqlite3_stmt> _statement; // its connection keeps it for the next time
     std::atomic<qint64> *_executions = nullptr;
-    int _status = 0; // the first failure to bind
+    int *_bindingStatus = nullptr; // told at each step
+    int _status = 0;               // the first failure to bind
 };

@@ -1,6 +1,8 @@
 #include "VXSQLiteStore.h"
 
+#include "VXFolders.h"
 #include "VXSaveReferences.h"
+#include "VXStoreErrors.h"
 
 #include <algorithm>
 #include <map>
@@ -52,7 +54,8 @@ public:
 
     bool begin(VXError *error)
     {
-        return _store.isWritable(error) && _store._writer->execute(u"BEGIN IMMEDIATE"_s, error);
+        return _store.isWritable(error) && _store._writer->execute(u"BEGIN IMMEDIATE"_s, error) &&
+               _store.isInPlace(error);
     }
     bool commit(VXError *error) override
     {
@@ -308,10 +311,18 @@ bool VXSQLiteStore::Saver::noteConflict(const VXManagedObjectID &objectID)
 bool VXSQLiteStore::isWritable(VXError *error) const
 {
     if (!_writer)
-        VXSetError(error, VXObjectStoreError(
-                              Code::FileWrite, u"The store could not be written."_s,
-                              _options.isReadOnly ? u"It is open for reading only."_s : u"It is closed."_s, path()));
+        VXSetError(error, _options.isReadOnly ? VXReadOnlyStoreError(path()) : VXClosedStoreError(path()));
     return bool(_writer);
+}
+
+// What is written to a file that was removed or moved away is lost, though SQLite has it written.
+bool VXSQLiteStore::isInPlace(VXError *error) const
+{
+    if (!_writer->hasMoved())
+        return true;
+    VXSetError(error, VXUnusableStoreError(path(), VXExistsAtPath(path()) ? u"Another file has taken its place."_s
+                                                                          : u"Its file is gone."_s));
+    return false;
 }
 
 // A transaction that failed at its very end lies in the log, whole, where the next one will overwrite it; until then whoever

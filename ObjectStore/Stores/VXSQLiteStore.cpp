@@ -1,6 +1,7 @@
 #include "VXSQLiteStore.h"
 
 #include "VXFolders.h"
+#include "VXStoreErrors.h"
 
 #include <algorithm>
 
@@ -44,11 +45,6 @@ QVariantMap VXSQLiteStore::metadataOfFile(const QString &path, VXError *error)
 
 bool VXSQLiteStore::open(VXError *error)
 {
-    if (const QString problem = _schema.problem(); !problem.isNull()) {
-        VXSetError(error,
-                   VXObjectStoreError(Code::StoreIncompatibleModel, u"The store cannot be opened."_s, problem, path()));
-        return false;
-    }
     if (VXSQLiteFile::isMissing(path()) && _options.isReadOnly) {
         VXSetError(error, VXObjectStoreError(Code::FileRead, u"The store cannot be read."_s,
                                              VXExistsAtPath(path()) ? u"It is empty."_s : u"There is no such file."_s,
@@ -77,7 +73,6 @@ bool VXSQLiteStore::openExisting(VXError *error)
                                       u"The model has entities that the store, which is read only, lacks."_s, path()));
         return false;
     }
-    _readers.setAccess(VXSQLiteFile::accessForReaders(path()));
     setOpened(contents->metadata);
     adopt(*contents);
     return true;
@@ -89,8 +84,7 @@ bool VXSQLiteStore::openForWriting(VXError *error)
     if (!_writer)
         return false;
     if (_writer->isReadOnly()) {
-        VXSetError(error, VXObjectStoreError(Code::FileWrite, u"The store could not be written."_s,
-                                             u"The file must not be changed."_s, path()));
+        VXSetError(error, VXStoreWriteError(path(), u"The file must not be changed."_s));
         return false;
     }
     const bool isOpen = _writer->execute(u"PRAGMA synchronous = FULL"_s, error) && complete(error) &&
@@ -98,7 +92,7 @@ bool VXSQLiteStore::openForWriting(VXError *error)
                         _writer->execute(u"PRAGMA journal_size_limit = %1"_s.arg(largestLog), error);
     if (!isOpen)
         _writer.reset();
-    _readers.setAccess(Access::Write);
+    _readers.setWriting();
     return isOpen;
 }
 
@@ -135,6 +129,10 @@ bool VXSQLiteStore::isUsable(const VXSQLiteFile::Contents &contents, VXError *er
     const QVariantMap hashes = contents.metadata.value(VXStoreModelVersionHashesKey).toMap();
     if (hashes.size() == model().entities().size() && !_schema.additions(contents.existing).tables.isEmpty()) {
         VXSetError(error, damage(u"Tables are missing in it."_s));
+        return false;
+    }
+    if (const QString misfit = _schema.misfit(contents.existing); !misfit.isNull()) {
+        VXSetError(error, damage(misfit));
         return false;
     }
     return true;

@@ -110,6 +110,7 @@ private:
     bool findOneSided(const VXSaveRequest &request, const VXRelationshipDescription &relationship,
                       const QList<VXManagedObjectID> &changed, QList<VXRowConflict> *conflicts, VXError *error) const;
     bool isWritable(VXError *error) const;
+    bool isInPlace(VXError *error) const;
     bool overwriteLog();
     VXError damage(const QString &reason) const;
 

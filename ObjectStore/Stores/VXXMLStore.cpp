@@ -3,6 +3,7 @@
 #include "VXAtomicFile.h"
 #include "VXRegularFile.h"
 #include "VXReservedNumbers.h"
+#include "VXStoreErrors.h"
 #include "VXXMLStoreReader.h"
 #include "VXXMLStoreWriter.h"
 
@@ -20,11 +21,6 @@ VXError readError(const QString &path, const QString &reason)
     return VXObjectStoreError(Code::FileRead, u"The store cannot be read."_s, reason, path);
 }
 
-VXError writeError(const QString &path, const QString &reason)
-{
-    return VXObjectStoreError(Code::FileWrite, u"The store cannot be written."_s, reason, path);
-}
-
 // Carries the new contents to the disk, beside the file that they are to replace.
 bool writeBeside(VXAtomicFile &file, const QString &path, const QVariantMap &metadata, const VXRowTables &tables,
                  const VXManagedObjectModel &model, VXError *error)
@@ -33,7 +29,7 @@ bool writeBeside(VXAtomicFile &file, const QString &path, const QVariantMap &met
     const bool isWritten = file.open() && VXXMLStoreWriter(file).write(metadata, tables, model, &reason);
     if (isWritten && file.prepare())
         return true;
-    VXSetError(error, writeError(path, reason.isNull() ? file.errorString() : reason));
+    VXSetError(error, VXStoreWriteError(path, reason.isNull() ? file.errorString() : reason));
     return false;
 }
 
@@ -41,7 +37,7 @@ bool commitTo(VXAtomicFile &file, const QString &path, VXError *error)
 {
     if (file.commit())
         return true;
-    VXSetError(error, writeError(path, file.errorString()));
+    VXSetError(error, VXStoreWriteError(path, file.errorString()));
     return false;
 }
 
@@ -90,6 +86,24 @@ private:
 VXXMLStore::VXXMLStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options)
     : VXRowTableStore(VXStoreType::XML, path, model), _options(options)
 {
+}
+
+VXXMLStore::~VXXMLStore()
+{
+    setClosed();
+}
+
+void VXXMLStore::close()
+{
+    const VXMutexLocker lock(_fileLock);
+    _isClosed = true;
+}
+
+bool VXXMLStore::isOpen(VXError *error) const
+{
+    if (_isClosed)
+        VXSetError(error, VXClosedStoreError(path()));
+    return !_isClosed;
 }
 
 QVariantMap VXXMLStore::metadataOfFile(const QString &path, VXError *error)
@@ -164,6 +178,8 @@ QVariantMap VXXMLStore::writtenMetadata() const
 bool VXXMLStore::refresh(VXError *error)
 {
     const VXMutexLocker lock(_fileLock);
+    if (!isOpen(error))
+        return false;
     if (VXFileStamp::ofPath(path()) == _stamp)
         return true;
     const std::optional<Contents> contents = read(error);
@@ -171,8 +187,7 @@ bool VXXMLStore::refresh(VXError *error)
         return false;
     const auto &storeIdentity = VXStoreIdentity::withIdentifier(contents->metadata.value(VXStoreUUIDKey).toString());
     if (&storeIdentity != &identity()) {
-        VXSetError(error, VXObjectStoreError(Code::InvalidStore, u"The store cannot be used any more."_s,
-                                             u"Another store has taken its place."_s, path()));
+        VXSetError(error, VXUnusableStoreError(path(), u"Another store has taken its place."_s));
         return false;
     }
     setStoredMetadata(contents->metadata);
@@ -188,15 +203,15 @@ QString VXXMLStore::lockPath() const
 std::unique_ptr<VXFileLock> VXXMLStore::lockFile(VXError *error) const
 {
     if (_options.isReadOnly) {
-        VXSetError(error, writeError(path(), u"It was opened for reading only."_s));
+        VXSetError(error, VXReadOnlyStoreError(path()));
         return nullptr;
     }
     auto lock = std::make_unique<VXFileLock>(lockPath(), _options.busyTimeout);
     if (lock->isHeld())
         return lock;
-    VXSetError(error, lock->isTimedOut() ? VXObjectStoreError(Code::StoreTimedOut, u"The store cannot be written."_s,
+    VXSetError(error, lock->isTimedOut() ? VXObjectStoreError(Code::StoreTimedOut, u"The store could not be written."_s,
                                                               u"Another process has locked it."_s, path())
-                                         : writeError(path(), lock->reason()));
+                                         : VXStoreWriteError(path(), lock->reason()));
     return nullptr;
 }
 
@@ -213,8 +228,8 @@ std::optional<qint64> VXXMLStore::reserveNumbers(const VXEntityDescription &root
     const bool isUsedUp = highest > VXLargestStoreNumber;
     if (!isUsedUp && reserved.add(name, highest))
         return first;
-    VXSetError(error, writeError(path(), isUsedUp ? u"The numbers of its objects are used up."_s
-                                                  : u"Its lock file cannot be written."_s));
+    VXSetError(error, VXStoreWriteError(path(), isUsedUp ? u"The numbers of its objects are used up."_s
+                                                         : u"Its lock file cannot be written."_s));
     return std::nullopt;
 }
 
@@ -241,11 +256,12 @@ void VXXMLStore::raiseHighestNumbers(VXRowTables &tables, const VXFileLock &lock
 bool VXXMLStore::copyTo(const QString &path, VXError *error)
 {
     if (QFileInfo::exists(path)) {
-        VXSetError(error, writeError(path, u"There is something already."_s));
+        VXSetError(error, VXStoreWriteError(path, u"There is something already."_s));
         return false;
     }
     const VXMutexLocker lock(_fileLock);
-    const std::optional<Contents> contents = read(error); // as it lies there: a save replaces it at once
+    // As it lies there: a save replaces it at once.
+    const std::optional<Contents> contents = isOpen(error) ? read(error) : std::nullopt;
     VXAtomicFile file(path);
     return contents && writeBeside(file, path, contents->metadata, contents->tables, model(), error) &&
            commitTo(file, path, error);

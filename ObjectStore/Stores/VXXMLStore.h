@@ -12,11 +12,13 @@ class VXXMLStore final : public VXRowTableStore
 {
 public:
     VXXMLStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options);
+    ~VXXMLStore() override;
 
     /** Of a file that need not be open. @return empty on failure. */
     static QVariantMap metadataOfFile(const QString &path, VXError *error);
 
     bool open(VXError *error) override;
+    void close() override;
     std::optional<qint64> reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error) override;
     bool copyTo(const QString &path, VXError *error) override;
 
@@ -34,6 +36,7 @@ private:
         VXFileStamp stamp = {};
     };
 
+    bool isOpen(VXError *error) const VX_REQUIRES(_fileLock);
     std::optional<Contents> read(VXError *error) const;
     bool create(VXError *error);
     std::unique_ptr<VXFileLock> lockFile(VXError *error) const;
@@ -46,4 +49,5 @@ private:
     mutable VXMutex _fileLock;                      // held while the file is read or replaced; taken before the tables'
     VXFileStamp _stamp VX_GUARDED_BY(_fileLock);    // of the file as it was read or written last
     QVariantMap _metadata VX_GUARDED_BY(_fileLock); // as the file has it
+    bool _isClosed VX_GUARDED_BY(_fileLock) = false;
 };

@@ -1,3 +1,4 @@
+#include "VXFetchRequest.h"
 #include "VXManagedObjectModel.h"
 #include "VXModelParser.h"
 #include "VXModelPrinter.h"
@@ -68,6 +69,8 @@ VXModelDefinition read(const QString &path, const QStringList &imports, int &sta
     whole.entities += VXParseModel(file.readAll(), &problems).entities;
     if (problems.isEmpty()) // what is missing for a mistake would be missed again
         problems = VXCheckModel(whole);
+    if (problems.isEmpty())
+        problems = VXCheckFetchTemplates(*VXManagedObjectModel::modelWithDefinition(whole));
     status = problems.isEmpty() ? 0 : complain(path, problems);
     return whole;
 }

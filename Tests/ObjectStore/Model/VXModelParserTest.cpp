@@ -117,6 +117,7 @@ TEST(VXModelParserTest, MistakesAreFoundOnTheirLines)
          {u"2: \"A.b\" and \"B.a\" are not each other's inverse"_s}},
         {"entity A: B {}\nentity B: C {}\nentity C: B {}",
          {u"2: entity \"B\" inherits from itself"_s, u"3: entity \"C\" inherits from itself"_s}},
+        {"entity Ab {}\nentity AB {}", {u"2: entity \"AB\" differs from \"Ab\" in case only"_s}},
         {"entity A: Nowhere {}", {u"1: entity \"A\" inherits from unknown entity \"Nowhere\""_s}},
         {"entity A {\n attribute x: string;\n}\nentity B: A {\n attribute X: date;\n}",
          {u"5: \"X\" is defined twice, the first time in entity \"A\""_s}},
@@ -183,6 +184,11 @@ TEST_F(VXModelCompilerTest, NamesFileAndLineOfMistakesAndWritesNothing)
     EXPECT_TRUE(
         result.errors.startsWith((source + ":2: error: \"nothing\" is no type of attributes; there are "_L1).toUtf8()));
     EXPECT_FALSE(QFile::exists(path(u"bad.mom"_s)));
+    writeFile(u"bad.vxmodel"_s,
+              "entity A {\n attribute x: integer16;\n fetch f = \"x = = 1\";\n fetch g = \"y == $Y\";\n}\n");
+    const QByteArray errors = compile({source}).errors;
+    EXPECT_TRUE(errors.startsWith((source + ":3: error: fetch template \"f\": At character "_L1).toUtf8()));
+    EXPECT_TRUE(errors.endsWith(":4: error: fetch template \"g\": entity A has no \"y\"\n"));
     EXPECT_EQ(compile({}).status, 2);
     EXPECT_EQ(compile({path(u"missing.vxmodel"_s)}).status, 1);
 }

@@ -201,6 +201,27 @@ TEST_P(VXStoreConformanceTest, FindsWhatPredicatesDescribe)
     EXPECT_EQ(names(request(u"Employee"_s)), QVariantList{u"zoë"_s});
 }
 
+// Longer than what SQL says value by value.
+TEST_P(VXStoreConformanceTest, LongListsAreOfValuesOfAnyKind)
+{
+    QMap<QString, QVariantList> lists;
+    for (int number = 0; number < 20; ++number) {
+        QVariantMap values{
+            {u"real"_s, number + 0.5}, {u"date"_s, moment(number)}, {u"data"_s, QByteArray::number(number)}};
+        values.insert(u"SELF"_s, QVariant::fromValue(saver.add(u"Item"_s, values)));
+        for (auto value = values.cbegin(); number < 18 && value != values.cend(); ++value)
+            lists[value.key()].append(*value);
+    }
+    ASSERT_TRUE(saver.saveAndCommit());
+    for (auto list = lists.cbegin(); list != lists.cend(); ++list) {
+        const auto found = [&](const QString &format) {
+            return VXFetchValues(*store, request(u"Item"_s, format.arg(list.key()), {QVariant(*list)}), u"real"_s);
+        };
+        EXPECT_EQ(found(u"%1 IN %@"_s), lists[u"real"_s]) << list.key().toStdString();
+        EXPECT_EQ(found(u"NOT %1 IN %@"_s), (QVariantList{18.5, 19.5})) << list.key().toStdString();
+    }
+}
+
 TEST_P(VXStoreConformanceTest, LeavesToOthersWhatIsNotStored)
 {
     VXError error;

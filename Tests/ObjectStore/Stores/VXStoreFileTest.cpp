@@ -193,11 +193,9 @@ TEST_P(VXStoreFileTest, AClosedStoreIsAllInItsFile)
     EXPECT_EQ(files().filter(u"-wal"_s), QStringList());
     EXPECT_TRUE(QFile::copy(path(u"a"_s), path(u"b"_s)));
     EXPECT_EQ(count(*open(u"b"_s)), 1);
-    if (GetParam() == VXStoreType::XML)
-        return;
     VXRowSaver saver(*store);
     EXPECT_FALSE(saver.save());
-    EXPECT_TRUE(saver.error);
+    EXPECT_EQ(saver.error.code(), int(Code::InvalidStore));
     EXPECT_FALSE(store->fetch(VXFetchRequest(*model->entityForName(u"Item"_s)), true, &error));
     EXPECT_EQ(error.code(), int(Code::InvalidStore));
 }
@@ -255,8 +253,32 @@ TEST_P(VXStoreFileTest, WhatADeathLeftDoesNotMatter)
     const QString aside = u".a.new"_s;
     writeFile(aside, "half");
     writeFile(aside + u"-journal"_s, "a journal");
-    addItem(*open(u"a"_s));
-    EXPECT_EQ(count(*open(u"a"_s)), 1);
+    const auto gone = open(u"gone"_s);
+    addItem(*gone);
+    for (const QString &name : {u"a-wal"_s, u"copy-wal"_s})
+        QFile::copy(path(u"gone-wal"_s), path(name)); // an XML store has none
+    const auto store = open(u"a"_s);
+    EXPECT_EQ(count(*store), 0);
+    ASSERT_TRUE(store->copyTo(path(u"copy"_s), &error)) << error.description().toStdString();
+    EXPECT_EQ(count(*open(u"copy"_s)), 0);
+}
+
+TEST_P(VXStoreFileTest, NothingIsSavedToAFileThatIsElsewhere)
+{
+    const auto store = open(u"a"_s);
+    addItem(*store);
+    addItem(*open(u"other"_s));
+    VXRowSaver saver(*store);
+    saver.add(u"Item"_s);
+    ASSERT_TRUE(QFile::rename(path(u"a"_s), path(u"aside"_s)));
+    EXPECT_FALSE(saver.saveAndCommit()) << "moved";
+    EXPECT_TRUE(saver.error);
+    ASSERT_TRUE(QFile::rename(path(u"other"_s), path(u"a"_s)));
+    EXPECT_FALSE(saver.saveAndCommit()) << "replaced";
+    EXPECT_EQ(saver.error.code(), int(Code::InvalidStore));
+    ASSERT_TRUE(QFile::remove(path(u"a"_s)) && QFile::rename(path(u"aside"_s), path(u"a"_s)));
+    EXPECT_TRUE(saver.saveAndCommit()) << "back again";
+    EXPECT_EQ(count(*open(u"a"_s)), 2);
 }
 
 TEST_P(VXStoreFileTest, BrokenReferencesAreToldAndMended)
