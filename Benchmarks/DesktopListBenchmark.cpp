@@ -98,8 +98,8 @@ void scroll(benchmark::State &state)
     window.showSection(u"messages"_s);
     QWidget &section = *window.section(u"messages"_s);
     auto &folders = *section.findChild<QComboBox *>();
-    const int inbox = folders.findText(VXText("Inbox"));
-    check(inbox > 0, "there is no inbox");
+    int inbox = -1;
+    wait([&] { return (inbox = folders.findText(VXText("Inbox"))) > 0; });
     folders.setCurrentIndex(inbox);
     Q_EMIT folders.activated(inbox);
     QListView &list = *section.findChild<VXListPane *>()->list();
