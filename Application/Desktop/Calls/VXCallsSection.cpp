@@ -187,8 +187,13 @@ private:
     QList<QPushButton *> _buttons;
 };
 
+VXSection::Info VXCallsSection::info()
+{
+    return {.key = u"calls"_s, .title = VXText("Calls"), .icon = u"call"_s};
+}
+
 VXCallsSection::VXCallsSection(QWidget *parent)
-    : VXSection(u"calls"_s, VXText("Calls"), u"call"_s, parent),
+    : VXSection(info(), parent),
       _coordinator(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(VXCallStore::storeName)),
       _model(new VXStoreListModel(this)), _pane(new VXListPane(VXText("Search calls"), VXText("Calls"), this)),
       _chips(new QButtonGroup(this)), _detail(new Detail(*this))

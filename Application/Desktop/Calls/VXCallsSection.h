@@ -18,6 +18,7 @@ class VXCallsSection : public VXSection
     Q_OBJECT
 
 public:
+    static Info info();
     explicit VXCallsSection(QWidget *parent);
     ~VXCallsSection() override;
 

@@ -46,8 +46,13 @@ const QString draftContactKey = u"contact"_s;
 
 } // namespace
 
+VXSection::Info VXContactsSection::info()
+{
+    return {.key = u"contacts"_s, .title = VXText("Contacts"), .icon = u"people"_s};
+}
+
 VXContactsSection::VXContactsSection(QWidget *parent)
-    : VXSection(u"contacts"_s, VXText("Contacts"), u"people"_s, parent),
+    : VXSection(info(), parent),
       _coordinator(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s)),
       _model(new VXStoreListModel(this)), _pane(new VXListPane(VXText("Search contacts"), VXText("Contacts"), this)),
       _group(new QComboBox(this)), _detail(new QStackedWidget(this)), _card(new VXContactCard(this)),

@@ -26,6 +26,7 @@ class VXContactsSection : public VXSection
     Q_OBJECT
 
 public:
+    static Info info();
     explicit VXContactsSection(QWidget *parent);
     ~VXContactsSection() override;
 
@@ -35,7 +36,6 @@ public:
     void showContact(const QString &phonebookString);
     /** False where the store could not be opened. */
     bool isUsable() const { return _coordinator != nullptr; }
-    bool isEmpty() const;
 
     unsigned tasks() const override { return Find | New | Edit | Remove | Export | Import | Merge; }
     void find() override;
@@ -50,6 +50,7 @@ public:
     bool leave() override;
 
 private:
+    bool isEmpty() const;
     void showList();
     void updateGroups();
     void listWasRead();

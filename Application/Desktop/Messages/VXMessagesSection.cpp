@@ -65,8 +65,13 @@ QStringList conversationsWith(const QString &party)
 
 } // namespace
 
+VXSection::Info VXMessagesSection::info()
+{
+    return {.key = u"messages"_s, .title = VXText("Messages"), .icon = u"message"_s};
+}
+
 VXMessagesSection::VXMessagesSection(QWidget *parent)
-    : VXSection(u"messages"_s, VXText("Messages"), u"message"_s, parent), _store(VXMessageStore::sharedStore()),
+    : VXSection(info(), parent), _store(VXMessageStore::sharedStore()),
       _pane(new VXListPane(VXText("Search messages"), VXText("Conversations"), this)), _folder(new QComboBox(this)),
       _messages(new VXStoreListModel(this))
 {
@@ -131,11 +136,6 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
 }
 
 VXMessagesSection::~VXMessagesSection() = default;
-
-bool VXMessagesSection::isEmpty() const
-{
-    return !_store || (!_conversations->isReading() && _conversations->rowCount() == 0);
-}
 
 // -- Folders and lists
 

@@ -24,12 +24,12 @@ class VXMessagesSection : public VXSection
     Q_OBJECT
 
 public:
+    static Info info();
     explicit VXMessagesSection(QWidget *parent);
     ~VXMessagesSection() override;
 
     /** Begins a message; with one receiver whom there are messages with, in that conversation. */
     void write(const QStringList &phonebookStrings, const QString &text = {});
-    bool isEmpty() const;
 
     unsigned tasks() const override { return Find | New | Remove | Export | Import; }
     void find() override;

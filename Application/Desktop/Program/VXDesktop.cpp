@@ -41,6 +41,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 using namespace Qt::StringLiterals;
@@ -183,7 +184,9 @@ bool isFirstStart()
 
 int runWindow(const Options &options, VXDesktopInstance &instance)
 {
+    auto pause = std::make_unique<VXStyleSheetPause>();
     VXMainWindow window;
+    pause.reset();
     follow(instance, window);
     if (!options.pictures.isNull()) {
         VXThemeManager &themes = VXThemeManager::sharedThemeManager();
@@ -195,8 +198,8 @@ int runWindow(const Options &options, VXDesktopInstance &instance)
         VXApplication::sharedApplication().terminate();
         return isDone ? 0 : 1;
     }
-    const VXTray tray(window);
-    const VXNewsNotices news(window);
+    std::optional<VXTray> tray;
+    std::optional<VXNewsNotices> news;
     VXApplication &application = VXApplication::sharedApplication();
     const VXSignalWatcher signals({SIGINT, SIGTERM}, [&](int) {
         QMetaObject::invokeMethod(
@@ -210,6 +213,8 @@ int runWindow(const Options &options, VXDesktopInstance &instance)
     QObject::connect(&window, &VXMainWindow::didShow, &window, [&] {
         if (options.endsWhenShown)
             return application.terminate();
+        tray.emplace(window);
+        news.emplace(window);
         connectToDesktop();
         VXDeviceRegistry::shared().makeKnownDevices();
         VXDesktopOpener(window).open(options.uris);
