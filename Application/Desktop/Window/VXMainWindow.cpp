@@ -26,6 +26,7 @@
 #include "VXUserDefaults.h"
 #include "VXWindowMemory.h"
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QMimeData>
 #include <QtCore/QTimer>
 #include <QtGui/QCloseEvent>
@@ -332,6 +333,16 @@ void VXMainWindow::sync()
 void VXMainWindow::tellDone(const QString &text)
 {
     current()->notices().showDone(text);
+}
+
+void VXMainWindow::tellOfCrash(const QString &plugin)
+{
+    if (plugin.isEmpty())
+        return current()->notices().showProblem(VXText("Vornix ended suddenly the last time."), VXText("Log"),
+                                                [this] { openLog(); });
+    const QString name = QFileInfo(plugin).completeBaseName();
+    current()->notices().showProblem(VXText("The plugin “%1” crashed the last time, and Vornix with it.").arg(name),
+                                     VXText("Plugins"), [this] { openPreferences(u"plugins"_s); });
 }
 
 void VXMainWindow::activate()

@@ -39,6 +39,8 @@ public:
     void addPhone();
     /** Below the section that is shown. */
     void tellDone(const QString &text);
+    /** That the run before ended so; `plugin`: the bundle whose code it was in, empty when it was none's. */
+    void tellOfCrash(const QString &plugin);
     void writeMessage(const QStringList &phonebookStrings, const QString &text = {});
     void showContact(const QString &phonebookString);
     /** A contact, a message in its conversation, a call, by the URI of the stored object; false when there is none. */

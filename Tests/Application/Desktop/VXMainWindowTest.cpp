@@ -4,6 +4,7 @@
 #include "VXContactForm.h"
 #include "VXContactMergeView.h"
 #include "VXConversationView.h"
+#include "VXCrashNote.h"
 #include "VXDataManager.h"
 #include "VXDataPlugin.h"
 #include "VXDesktopOpener.h"
@@ -335,4 +336,24 @@ TEST_F(VXMainWindowTest, phonesThatAnotherProgramAddsAndForgetsAreFollowed)
         VXUserDefaults::standardUserDefaults().setObject(phones, u"devices21"_s); // as the watch of the file does
         EXPECT_TRUE(VXRunUntil([&] { return section.isEmpty() == phones.isEmpty(); }));
     }
+}
+
+TEST_F(VXMainWindowTest, aCrashIsToldOfAtTheNextStartAndOnce)
+{
+    EXPECT_EXIT(
+        {
+            const VXCrashNote note;
+            std::raise(SIGSEGV);
+        },
+        testing::KilledBySignal(SIGSEGV), "the program crashed");
+    struct sigaction before = {};
+    ::sigaction(SIGSEGV, nullptr, &before);
+    const VXCrashNote note;
+    EXPECT_EQ(note.before(), QString());
+    EXPECT_FALSE(VXCrashNote().before());
+    VXMainWindow window;
+    window.tellOfCrash(u"/plugins/Broken.vxplugin"_s);
+    EXPECT_TRUE(window.sections().constFirst()->notices().text().contains(u"Broken"_s));
+    for (const int signal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT})
+        ::sigaction(signal, &before, nullptr);
 }
