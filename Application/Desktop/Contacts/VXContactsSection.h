@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VXBackgroundReader.h"
+#include "VXContactGroups.h"
 #include "VXContactRecord.h"
 #include "VXError.h"
 #include "VXManagedObjectID.h"
@@ -52,7 +54,7 @@ public:
 private:
     bool isEmpty() const;
     void showList();
-    void updateGroups();
+    void takeGroups(const VXContactGroups &groups);
     void listWasRead();
     void show(const VXManagedObjectID &person);
     void showInList(const VXManagedObjectID &person);
@@ -81,6 +83,7 @@ private:
     QPointer<VXSheet> _sheet; // that asks whether to merge
     VXEmptyState *_nothing;
     std::unique_ptr<VXStoreWatch> _watch;
+    VXBackgroundReader<VXContactGroups> _groups;
     VXManagedObjectID _shown;
     VXManagedObjectID _onCard; // what the card was made of
     VXContactRecord _cardContact;

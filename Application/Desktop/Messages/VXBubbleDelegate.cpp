@@ -147,7 +147,7 @@ void VXBubbleDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opti
     const bool hasFocus =
         option.state.testFlag(QStyle::State_Selected) && option.state.testFlag(QStyle::State_HasFocus);
     if (hasFocus || _marked == index) {
-        const int gap = hasFocus ? 2 : 4; // seen around one's own bubbles too, which have the colour
+        const int gap = hasFocus ? 2 : 3; // seen around one's own bubbles too, which have the colour
         painter->setPen(QPen(colors.isDark ? colors.text : colors.accent, 2));
         painter->setBrush(Qt::NoBrush);
         painter->drawRoundedRect(QRectF(shape.bubble).adjusted(-gap, -gap, gap, gap), radius + gap, radius + gap);
