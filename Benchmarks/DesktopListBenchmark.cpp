@@ -97,7 +97,8 @@ void scroll(benchmark::State &state)
     VXMainWindow &window = DesktopHome::shared().window();
     window.showSection(u"messages"_s);
     QWidget &section = *window.section(u"messages"_s);
-    auto &folders = *section.findChild<QComboBox *>();
+    const auto choices = section.findChildren<QComboBox *>(); // of a phone, too
+    QComboBox &folders = **std::ranges::find(choices, VXText("Folder"), &QWidget::accessibleName);
     int inbox = -1;
     wait([&] { return (inbox = folders.findText(VXText("Inbox"))) > 0; });
     folders.setCurrentIndex(inbox);

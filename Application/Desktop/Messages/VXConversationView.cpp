@@ -98,6 +98,10 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
 
     connect(_model, &VXConversationModel::didRead, this, &VXConversationView::wasRead);
     connect(_list->verticalScrollBar(), &QScrollBar::valueChanged, this, &VXConversationView::watchTop);
+    connect(_list->verticalScrollBar(), &QScrollBar::rangeChanged, this, [this] {
+        if (_isAtEnd) // as when the view was laid out after its messages had come
+            _list->scrollToBottom();
+    });
     connect(_list, &QListView::customContextMenuRequested, this,
             [this](const QPoint &at) { showMenu(_list->indexAt(at)); });
     connect(_bubbles, &VXBubbleDelegate::stateClicked, this, &VXConversationView::showMenu);
@@ -270,6 +274,7 @@ bool VXConversationView::showSought()
     _sought = {};
     const QModelIndex index = _model->index(row);
     _list->setCurrentIndex(index);
+    _isAtEnd = false;
     _list->scrollTo(index, QAbstractItemView::PositionAtCenter);
     _bubbles->mark(index);
     return true;
