@@ -7,6 +7,7 @@
 
 #include "VXConversationList.h"
 #include "VXDesktopText.h"
+#include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXInitializeInterface.h"
 #include "VXInterface.h"
@@ -17,6 +18,7 @@
 
 #include <benchmark/benchmark.h>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QTemporaryDir>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QListView>
@@ -146,6 +148,8 @@ int main(int argc, char **argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    const QTemporaryDir home; // for preferences of this program: never the user's own
+    VXSetHomeFolder(home.path());
     const QApplication application(argc, argv);
     VXInitializeFramework();
     VXInitializeInterface();
