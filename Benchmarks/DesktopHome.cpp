@@ -15,10 +15,13 @@
 #include "VXMessageStore.h"
 #include "VXPersistentStore.h"
 #include "VXPluginManager.h"
+#include "VXPropertyList.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 
 #include <sqlite3.h>
 
@@ -79,9 +82,13 @@ DesktopHome::DesktopHome()
     VXSetHomeFolder(_folder.path());
     VXBundle::setMainBundle(VXBundle::bundleWithPath(QStringLiteral(VORNIX_APPLICATION)));
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
-    // Mirroring a million messages for the desktops' searches would go on all the while.
+    // Mirroring a million messages for the desktops' searches would go on all the while: here, and in the program that is started,
+    // which has preferences of its own.
     VXUserDefaults::standardUserDefaults().setObject(true, u"metadata.ignore"_s);
-    check(VXUserDefaults::standardUserDefaults().synchronize(), "the preferences were not written");
+    const QString preferences = _folder.filePath(u".config/Vornix 2/com.halvern.VNX2.plist"_s);
+    QDir().mkpath(QFileInfo(preferences).path());
+    check(VXPropertyList::toFile(QVariantMap{{u"metadata.ignore"_s, true}}, preferences, VXPropertyList::Format::XML),
+          "no preferences");
     VXPluginManager::sharedPluginManager().startup();
     VXApplication::sharedApplication().setDidFinishLaunching(true);
     addContacts();

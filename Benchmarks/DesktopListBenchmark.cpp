@@ -7,6 +7,7 @@
 
 #include "VXConversationList.h"
 #include "VXDesktopText.h"
+#include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXInitializeInterface.h"
 #include "VXInterface.h"
@@ -17,6 +18,7 @@
 
 #include <benchmark/benchmark.h>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QTemporaryDir>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QListView>
@@ -97,9 +99,10 @@ void scroll(benchmark::State &state)
     VXMainWindow &window = DesktopHome::shared().window();
     window.showSection(u"messages"_s);
     QWidget &section = *window.section(u"messages"_s);
-    auto &folders = *section.findChild<QComboBox *>();
-    const int inbox = folders.findText(VXText("Inbox"));
-    check(inbox > 0, "there is no inbox");
+    const auto choices = section.findChildren<QComboBox *>(); // of a phone, too
+    QComboBox &folders = **std::ranges::find(choices, VXText("Folder"), &QWidget::accessibleName);
+    int inbox = -1;
+    wait([&] { return (inbox = folders.findText(VXText("Inbox"))) > 0; });
     folders.setCurrentIndex(inbox);
     Q_EMIT folders.activated(inbox);
     QListView &list = *section.findChild<VXListPane *>()->list();
@@ -145,6 +148,8 @@ int main(int argc, char **argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    const QTemporaryDir home; // for preferences of this program: never the user's own
+    VXSetHomeFolder(home.path());
     const QApplication application(argc, argv);
     VXInitializeFramework();
     VXInitializeInterface();

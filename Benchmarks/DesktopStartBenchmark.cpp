@@ -6,6 +6,8 @@
 
 #include <benchmark/benchmark.h>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QThread>
 
 #include <algorithm>
 #include <spawn.h>
@@ -23,6 +25,15 @@ double milliseconds(const timeval &time)
     return double(time.tv_sec) * 1000 + double(time.tv_usec) / 1000;
 }
 
+// In MiB, so far. What wait4 tells is at least what this process had when it started the other.
+double mostMemoryOf(pid_t process)
+{
+    QFile file(u"/proc/%1/status"_s.arg(process));
+    const QByteArray text = file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+    const qsizetype at = text.indexOf("VmHWM:");
+    return at < 0 ? 0 : text.mid(at + 6, 16).trimmed().split(' ').constFirst().toDouble() / 1024;
+}
+
 void startProgram(benchmark::State &state, QByteArrayList command)
 {
     std::vector<char *> words;
@@ -38,9 +49,13 @@ void startProgram(benchmark::State &state, QByteArrayList command)
         check(::posix_spawn(&process, words.front(), nullptr, nullptr, words.data(), environ) == 0, "not started");
         int status = 0;
         struct rusage usage = {};
-        check(::wait4(process, &status, 0, &usage) == process && status == 0, "the program failed");
+        pid_t ended = 0;
+        while ((ended = ::wait4(process, &status, WNOHANG, &usage)) == 0) {
+            largest = std::max(largest, mostMemoryOf(process));
+            QThread::usleep(500);
+        }
+        check(ended == process && status == 0, "the program failed");
         wall += double(clock.nsecsElapsed()) / 1e6;
-        largest = std::max(largest, double(usage.ru_maxrss) / 1024);
         state.SetIterationTime((milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime)) / 1000);
     }
     state.counters["wall"] = wall / double(state.iterations());

@@ -7,6 +7,7 @@
 #include "VXFolderInMaking.h"
 #include "VXFramework.h"
 #include "VXMethodLog.h"
+#include "VXStoreCopyWindow.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QDir>
@@ -32,7 +33,14 @@ void VXDataPlugin::exportStoreAction()
     if (!chosen.isOk())
         return;
     defaults.setObject(chosen.isChecked, preference);
-    if (const VXError problem = exportStoreTo(chosen.path, chosen.isChecked))
+    const Copy copy = [this](VXCoreDataStore &store, const QString &folder, VXError *error) {
+        const QString title = VXLocalizedString(u"Exporting %1 data file..."_s).arg(dataStoreName());
+        return VXCopyStoreInWindow(store, folder, title, error);
+    };
+    const VXError problem = exportTo(chosen.path, [&](const QString &folder) {
+        return chosen.isChecked ? exportValidated(folder) : exportPlain(folder, chosen.path, copy);
+    });
+    if (problem)
         application.presentError(problem);
     else if (chosen.isChecked && _hasSavedNothing)
         tellOfEmptyExport(chosen.path);
@@ -48,8 +56,18 @@ void VXDataPlugin::tellOfEmptyExport(const QString &path) const
     std::ignore = VXApplication::sharedApplication().userInterface().runAlert(alert); // there is but one answer
 }
 
-// What lies there goes to the trash when the export is whole, and not before.
 VXError VXDataPlugin::exportStoreTo(const QString &path, bool validates)
+{
+    const Copy copy = [](VXCoreDataStore &store, const QString &folder, VXError *error) {
+        return store.copyTo(folder, error);
+    };
+    return exportTo(path, [&](const QString &folder) {
+        return validates ? exportValidated(folder) : exportPlain(folder, path, copy);
+    });
+}
+
+// What lies there goes to the trash when the export is whole, and not before.
+VXError VXDataPlugin::exportTo(const QString &path, const Fill &fill) const
 {
     VXError problem = problemWithPlace(path);
     if (problem)
@@ -57,7 +75,7 @@ VXError VXDataPlugin::exportStoreTo(const QString &path, bool validates)
     VXFolderInMaking folder(path);
     problem = folder.problem();
     if (!problem)
-        problem = validates ? exportValidated(folder.path()) : exportPlain(folder.path(), path);
+        problem = fill(folder.path());
     if (!problem && VXFileManager::itemExistsAtPath(path))
         problem = VXFileManager::defaultManager().safelyTrashFileAtPath(path);
     bool isTaken = false;
@@ -66,12 +84,14 @@ VXError VXDataPlugin::exportStoreTo(const QString &path, bool validates)
     return folder.errorAbout(problem, path);
 }
 
-VXError VXDataPlugin::exportPlain(const QString &folder, const QString &path)
+VXError VXDataPlugin::exportPlain(const QString &folder, const QString &path, const Copy &copy) const
 {
     VXError problem;
     const StorePtr store = storeToExport(&problem);
-    if (store && store->copyTo(folder, &problem))
+    if (store && copy(*store, folder, &problem))
         return {};
+    if (problem.domain() == VXErrorDomain && problem.code() == VXErrorCancelled)
+        return problem;
     VXLogMethod(VXLogError, "exportStoreAction:", u"Could not copy file: %1 -> %2"_s.arg(dataStorePath(), path));
     VXLogMethod(VXLogError, "exportStoreAction:", problem.description());
     return VXMakeError(VXLocalizedString(u"Unable to copy file"_s), "%s", qUtf8Printable(problem.description()));

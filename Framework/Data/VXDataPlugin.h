@@ -12,6 +12,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QUrl>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -273,7 +274,10 @@ private:
     void keepMerged(const QString &before);
     void askForRelaunch();
     void tellOfEmptyExport(const QString &path) const;
-    VXError exportPlain(const QString &folder, const QString &path);
+    using Fill = std::function<VXError(const QString &folder)>;
+    using Copy = std::function<bool(VXCoreDataStore &store, const QString &folder, VXError *error)>;
+    VXError exportTo(const QString &path, const Fill &fill) const;
+    VXError exportPlain(const QString &folder, const QString &path, const Copy &copy) const;
     VXError exportValidated(const QString &folder);
     StorePtr storeToExport(VXError *error) const;
     VXError problemWithPlace(const QString &path) const;

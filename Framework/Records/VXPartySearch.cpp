@@ -10,7 +10,27 @@ namespace {
 
 constexpr unsigned mostCompletions = 100;
 
+VXPredicate wasRecordedWithWord(const QString &word)
+{
+    const VXPredicate asTyped = *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {word});
+    const QString number = VXIsValidPhoneNumber(word) ? VXPhoneNumberLookUpString(word) : QString();
+    if (number.isEmpty() || number == word)
+        return asTyped;
+    return VXPredicate::anyOf(
+        {asTyped, *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS %@"_s, {number})});
+}
+
 } // namespace
+
+QStringList VXTypedWords(const QString &text)
+{
+    const QString plain = text.simplified();
+    if (plain.isEmpty() || VXIsValidPhoneNumber(plain))
+        return plain.isEmpty() ? QStringList() : QStringList{plain};
+    QStringList words = plain.split(u' ');
+    words.removeDuplicates();
+    return words;
+}
 
 QStringList VXPartiesMeantBy(const QString &text)
 {
@@ -27,12 +47,10 @@ QStringList VXPartiesMeantBy(const QString &text)
 
 VXPredicate VXWasRecordedWith(const QString &text)
 {
-    const VXPredicate asTyped = *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {text});
-    const QString number = VXIsValidPhoneNumber(text) ? VXPhoneNumberLookUpString(text) : QString();
-    if (number.isEmpty() || number == text)
-        return asTyped;
-    return VXPredicate::anyOf(
-        {asTyped, *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS %@"_s, {number})});
+    QList<VXPredicate> all;
+    for (const QString &word : VXTypedWords(text))
+        all.append(wasRecordedWithWord(word));
+    return VXPredicate::allOf(all);
 }
 
 VXPredicate VXHasOtherParty(const QString &text, const QStringList &parties)

@@ -12,7 +12,9 @@
  */
 [[nodiscard]] VX_EXPORT QStringList VXPartiesMeantBy(const QString &text);
 
-/** Whether the other party was recorded with the text, or with the number that it is, however it is written. */
+/** The words of what was typed, each of which is to be found somewhere. A phone number is one, however it is written. */
+[[nodiscard]] VX_EXPORT QStringList VXTypedWords(const QString &text);
+/** Whether the other party was recorded with each word of the text, in any order, or with the number that it is. */
 [[nodiscard]] VX_EXPORT VXPredicate VXWasRecordedWith(const QString &text);
 /** The same, or the other party is one of these addresses, alone or behind a recorded name. For records of one party (calls). */
 [[nodiscard]] VX_EXPORT VXPredicate VXHasOtherParty(const QString &text, const QStringList &parties);

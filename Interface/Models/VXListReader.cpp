@@ -42,9 +42,9 @@ std::optional<qsizetype> VXListReader::count(VXError *error)
     _first.reset();
     _context = std::make_unique<VXManagedObjectContext>(_query.coordinator);
     if (!hasSeekableOrder()) {
-        if (!findFirst(error))
+        if (!findFirst(pageSize, error))
             return std::nullopt;
-        if (_first->size() < mostFound)
+        if (_first->size() < pageSize)
             return _first->size();
     }
     VXFetchRequest request = *_query.request;
@@ -52,14 +52,15 @@ std::optional<qsizetype> VXListReader::count(VXError *error)
     return _context->countForFetchRequest(request, error);
 }
 
-// To sort them again for each page would take as long as to sort them all.
-bool VXListReader::findFirst(VXError *error)
+// To sort them again for each page would take as long as to sort them all; to know the first few takes a part of that.
+bool VXListReader::findFirst(qsizetype limit, VXError *error)
 {
     VXFetchRequest request = *_query.request;
-    request.limit = mostFound;
+    request.limit = limit;
     request.batchSize = pageSize;
     request.includesPendingChanges = false;
     _first = _context->executeFetchRequest(request, error);
+    _firstLimit = limit;
     return _first.has_value();
 }
 
@@ -114,12 +115,14 @@ void VXListReader::noteStartBehind(qsizetype index, const QVariantList &values)
 }
 
 std::optional<QList<VXManagedObjectPtr>> VXListReader::objectsOfPage(qsizetype index, VXManagedObjectContext &context,
-                                                                     VXError *error) const
+                                                                     VXError *error)
 {
     if (index == 0 && _query.first)
         return _query.first(context, pageSize, error);
+    if (index > 0 && index * pageSize < mostFound && _first && _firstLimit == pageSize && !findFirst(mostFound, error))
+        return std::nullopt;
     const qsizetype end = _first ? std::min((index + 1) * pageSize, _first->size()) : 0;
-    if (end == (index + 1) * pageSize || (index * pageSize < end && end < mostFound)) {
+    if (end == (index + 1) * pageSize || (index * pageSize < end && _first->size() < _firstLimit)) {
         QList<VXManagedObjectPtr> objects;
         for (qsizetype place = index * pageSize; place < end; ++place) {
             const VXManagedObjectPtr object = _first->at(place);

@@ -14,7 +14,7 @@
 /**
  * Reads the rows of a query page by page, on the thread it lives on. The page behind one that was read begins where that
  * ended, by the value that rows are ordered by (a date or number of which no row has none). Of rows in another order the first
- * thousands are found once, with their number. Any other page is found by its offset.
+ * page is found at once, and the first thousands when another page is asked for. Any other page is found by its offset.
  */
 class VXListReader : public QObject
 {
@@ -40,16 +40,17 @@ private:
 
     bool hasSeekableOrder() const;
     bool canSeek(VXManagedObjectContext &context);
-    bool findFirst(VXError *error);
+    bool findFirst(qsizetype limit, VXError *error);
     VXFetchRequest requestForPage(qsizetype index) const;
     std::optional<QList<VXManagedObjectPtr>> objectsOfPage(qsizetype index, VXManagedObjectContext &context,
-                                                           VXError *error) const;
+                                                           VXError *error);
     void noteStartBehind(qsizetype index, const QVariantList &values);
 
     const VXListQuery _query;
     QHash<qsizetype, Start> _starts; // of pages that follow one that was read
     std::optional<bool> _canSeek;
-    // The IDs of the first rows, and in which context.
+    // The IDs of the first rows, so many at most, and in which context.
     std::unique_ptr<VXManagedObjectContext> _context;
     std::optional<VXFetchResult> _first;
+    qsizetype _firstLimit = 0;
 };

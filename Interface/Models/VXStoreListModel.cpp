@@ -14,7 +14,7 @@ namespace {
 
 constexpr qsizetype pageSize = VXListReader::pageSize;
 constexpr qsizetype keptPages = 64;
-constexpr qsizetype refreshedPages = 3; // around those that are shown
+constexpr qsizetype refreshedPages = 3; // around those that are shown; of a new query the first one
 
 } // namespace
 
@@ -186,14 +186,15 @@ void VXStoreListModel::refresh()
         return;
     _isRefreshing = true;
     const qsizetype first = std::max<qsizetype>(0, _lastShown - refreshedPages / 2);
-    const auto work = [first](VXListReader &reader, const auto &isWanted, VXError *error) -> std::optional<Refresh> {
+    const qsizetype pages = _isReading ? 1 : refreshedPages;
+    const auto work = [first, pages](VXListReader &reader, const auto &isWanted,
+                                     VXError *error) -> std::optional<Refresh> {
         Refresh found;
         const std::optional<qsizetype> count = reader.count(error);
         if (!count)
             return std::nullopt;
         found.count = *count;
-        for (qsizetype index = first; index < first + refreshedPages && index * pageSize < *count && isWanted();
-             ++index) {
+        for (qsizetype index = first; index < first + pages && index * pageSize < *count && isWanted(); ++index) {
             const std::optional<Page> page = reader.page(index, error);
             if (!page)
                 return std::nullopt;

@@ -37,6 +37,16 @@ QString textOfFile(const QString &path)
 
 } // namespace
 
+VXStyleSheetPause::VXStyleSheetPause() : _styleSheet(qApp->styleSheet())
+{
+    qApp->setStyleSheet({});
+}
+
+VXStyleSheetPause::~VXStyleSheetPause()
+{
+    qApp->setStyleSheet(_styleSheet);
+}
+
 VXThemeManager &VXThemeManager::sharedThemeManager()
 {
     static QPointer<VXThemeManager> manager;

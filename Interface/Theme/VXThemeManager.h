@@ -14,6 +14,22 @@ class VXDesktopAppearance;
 enum class VXThemeChoice { System, Light, Dark };
 
 /**
+ * Widgets that are made while it stands take the style sheet at its end, each once: else a widget and all within it take it anew
+ * whenever it gets a parent. None of them may be shown meanwhile. Main thread.
+ */
+class VX_INTERFACE_EXPORT VXStyleSheetPause
+{
+public:
+    VXStyleSheetPause();
+    ~VXStyleSheetPause();
+    VXStyleSheetPause(const VXStyleSheetPause &) = delete;
+    VXStyleSheetPause &operator=(const VXStyleSheetPause &) = delete;
+
+private:
+    const QString _styleSheet;
+};
+
+/**
  * Gives all windows their look: colours, a style and one style sheet, light or dark, as the user chose or as the desktop says,
  * whose changes are followed while the program runs. A desktop that says nothing is followed by the brightness of the
  * palette that the program started with. Main thread only.

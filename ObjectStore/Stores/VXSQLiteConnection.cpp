@@ -1,5 +1,6 @@
 #include "VXSQLiteConnection.h"
 
+#include "VXCopyWatch.h"
 #include "VXMutex.h"
 #include "VXObjectStoreError.h"
 #include "VXSQLiteFunctions.h"
@@ -172,6 +173,8 @@ bool VXSQLiteConnection::copyFileTo(const VXFileDescriptor &copy, VXError *error
             status = errno == ENOSPC || errno == EDQUOT ? SQLITE_FULL : SQLITE_IOERR_WRITE;
         if (inMemory != nullptr)
             file->pMethods->xUnfetch(file, at, inMemory);
+        if (status == SQLITE_OK && !VXCopyWatch::note(length))
+            status = SQLITE_INTERRUPT;
     }
     if (status == SQLITE_OK && ::fsync(copy.number()) != 0)
         status = SQLITE_IOERR_FSYNC;

@@ -1,6 +1,7 @@
 #include "VXSQLiteFile.h"
 
 #include "VXAtomicFile.h"
+#include "VXCopyWatch.h"
 #include "VXObjectStoreError.h"
 #include "VXPropertyList.h"
 #include "VXRegularFile.h"
@@ -34,6 +35,7 @@ constexpr qsizetype applicationIDOffset = 68;
 constexpr qint32 inUTF16LE = 2; // the text encoding
 
 constexpr qint64 maximumEntityNumber = 100000;
+constexpr int stepsBetweenAsking = 100'000; // of SQLite, whether a copy is to go on
 
 bool fail(Code code, const QString &description, const QString &reason, const QString &path, VXError *error)
 {
@@ -191,8 +193,10 @@ bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseco
 {
     {
         const auto source = VXSQLiteFile::openForReading(path, busyTimeout, nullptr, error);
+        const QString copy = u"VACUUM INTO '%1'"_s.arg(QString(to).replace("'"_L1, "''"_L1));
         if (!source || !makePrivate(to, error) ||
-            !source->execute(u"VACUUM INTO '%1'"_s.arg(QString(to).replace("'"_L1, "''"_L1)), error))
+            !source->execute(
+                copy, stepsBetweenAsking, [] { return VXCopyWatch::note(0); }, error))
             return false;
     }
     const auto copied = VXSQLiteConnection::open(to, Access::Write, busyTimeout, nullptr, error);

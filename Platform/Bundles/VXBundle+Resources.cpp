@@ -103,8 +103,10 @@ QStringList VXBundle::preferredLocalizations() const
     if (const QString region = _info.value(u"CFBundleDevelopmentRegion"_s).toString(); !region.isEmpty())
         wanted.append(folderNames(region));
     wanted.removeDuplicates();
-    const QStringList available = localizations();
-    wanted.removeIf([&available](const QString &name) { return !available.contains(name); });
+    // Asked for with each text of a list: the folder is not listed for that.
+    wanted.removeIf([place = resourcesPath() + u'/'](const QString &name) {
+        return !QFileInfo(place + name + ".lproj"_L1).isDir();
+    });
     return wanted;
 }
 

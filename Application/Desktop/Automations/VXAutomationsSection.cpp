@@ -103,11 +103,16 @@ private:
     bool _isDone = false; // it is done when it is noted
 };
 
+VXSection::Info VXAutomationsSection::info()
+{
+    return {.key = u"automations"_s, .title = VXText("Automations"), .icon = u"bolt"_s};
+}
+
 VXAutomationsSection::VXAutomationsSection(QWidget *parent)
-    : VXSection(u"automations"_s, VXText("Automations"), u"bolt"_s, parent),
-      _pane(new VXListPane(VXText("Search automations"), VXText("Automations"), this)), _chips(new QButtonGroup(this)),
-      _model(new QStandardItemModel(this)), _detail(new QStackedWidget(this)), _editor(new VXTriggerEditor(this)),
-      _nothing(new VXEmptyState(this)), _eventTitle(new VXTextLabel({}, VXTextLabel::Role::Headline)),
+    : VXSection(info(), parent), _pane(new VXListPane(VXText("Search automations"), VXText("Automations"), this)),
+      _chips(new QButtonGroup(this)), _model(new QStandardItemModel(this)), _detail(new QStackedWidget(this)),
+      _editor(new VXTriggerEditor(this)), _nothing(new VXEmptyState(this)),
+      _eventTitle(new VXTextLabel({}, VXTextLabel::Role::Headline)),
       _eventDate(new VXTextLabel({}, VXTextLabel::Role::Secondary)),
       _eventWhy(new VXTextLabel({}, VXTextLabel::Role::Body)),
       _again(new QPushButton(VXSymbol::named(u"play"_s), VXText("Run it again")))

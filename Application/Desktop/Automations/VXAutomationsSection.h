@@ -23,6 +23,7 @@ class VXAutomationsSection : public VXSection
     Q_OBJECT
 
 public:
+    static Info info();
     explicit VXAutomationsSection(QWidget *parent);
     ~VXAutomationsSection() override;
 

@@ -79,6 +79,18 @@ VXListRow rowOf(const VXManagedObjectPtr &object)
             .value = QVariant::fromValue(contents)};
 }
 
+// Since the list was looked at.
+int missedCount(const VXPersistentStoreCoordinator::Ptr &coordinator)
+{
+    const QDateTime seen = VXUserDefaults::standardUserDefaults().objectForKey(seenKey).toDateTime();
+    VXManagedObjectContext context(coordinator);
+    VXFetchRequest request(*coordinator->model().entityForName(VXCallStore::entityName));
+    request.predicate =
+        *VXPredicate::predicateWithFormat(u"direction == 1 AND duration <= 0 AND state == \"ended\" AND date > %@"_s,
+                                          {seen.isValid() ? seen : QDateTime::fromSecsSinceEpoch(0)});
+    return static_cast<int>(context.countForFetchRequest(request).value_or(0));
+}
+
 } // namespace
 Q_DECLARE_METATYPE(ShownCall)
 
@@ -175,8 +187,13 @@ private:
     QList<QPushButton *> _buttons;
 };
 
+VXSection::Info VXCallsSection::info()
+{
+    return {.key = u"calls"_s, .title = VXText("Calls"), .icon = u"call"_s};
+}
+
 VXCallsSection::VXCallsSection(QWidget *parent)
-    : VXSection(u"calls"_s, VXText("Calls"), u"call"_s, parent),
+    : VXSection(info(), parent),
       _coordinator(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(VXCallStore::storeName)),
       _model(new VXStoreListModel(this)), _pane(new VXListPane(VXText("Search calls"), VXText("Calls"), this)),
       _chips(new QButtonGroup(this)), _detail(new Detail(*this))
@@ -205,9 +222,11 @@ VXCallsSection::VXCallsSection(QWidget *parent)
     if (!_coordinator)
         return;
     _watch = std::make_unique<VXStoreWatch>(_coordinator);
-    connect(_watch.get(), &VXStoreWatch::didChange, this, &VXCallsSection::updateBadge);
+    connect(_watch.get(), &VXStoreWatch::didChange, this, [this] { _missed.read(); });
+    _missed.set([coordinator = _coordinator] { return missedCount(coordinator); },
+                [this](int count) { setBadge(count); });
     showList();
-    updateBadge();
+    _missed.read();
 }
 
 VXCallsSection::~VXCallsSection() = default;
@@ -258,14 +277,19 @@ void VXCallsSection::listWasRead()
         _pane->choose(std::clamp(wanted, 0, _model->rowCount() - 1));
 }
 
-// In the list of all, newest first; it may lie on a page that nobody has read.
-int VXCallsSection::countNewerThan(const VXManagedObjectID &call) const
+// In the list of all, newest first, those of one date by their numbers; it may lie on a page that nobody has read.
+int VXCallsSection::countBefore(const VXManagedObjectID &call) const
 {
     VXManagedObjectContext context(_coordinator);
     const QVariant date = context.objectWithID(call)->valueForKey(u"date"_s);
-    VXFetchRequest newer(*_coordinator->model().entityForName(VXCallStore::entityName));
-    newer.predicate = *VXPredicate::predicateWithFormat(u"date > %@"_s, {date});
-    return static_cast<int>(context.countForFetchRequest(newer).value_or(0));
+    const auto count = [&](const QString &format, qint64 afterNumber = 0) {
+        VXFetchRequest request(*_coordinator->model().entityForName(VXCallStore::entityName));
+        request.predicate = *VXPredicate::predicateWithFormat(format, {date});
+        request.afterNumber = afterNumber;
+        return context.countForFetchRequest(request).value_or(0);
+    };
+    const auto newer = count(date.isValid() ? u"date > %@"_s : u"date != %@"_s);
+    return static_cast<int>(newer + count(u"date == %@"_s) - count(u"date == %@"_s, call.number() - 1));
 }
 
 bool VXCallsSection::showObject(const QUrl &uri)
@@ -276,7 +300,7 @@ bool VXCallsSection::showObject(const QUrl &uri)
     _pane->search()->clear();
     _chips->button(int(Kind::All))->setChecked(true);
     showList();
-    _wantedRow = countNewerThan(call); // after the list was asked for, before it comes
+    _wantedRow = countBefore(call); // after the list was asked for, before it comes
     return true;
 }
 
@@ -289,7 +313,7 @@ void VXCallsSection::showCall(int row)
     const QDateTime date = value.value<VXRowContents>().data.value<ShownCall>().call.date;
     if (row == 0 && isVisible() && date.isValid()) {
         VXUserDefaults::standardUserDefaults().setObject(date, seenKey);
-        updateBadge();
+        _missed.read();
     }
 }
 
@@ -309,18 +333,6 @@ QString VXCallsSection::chosenNumber() const
 {
     QString number;
     return VXPhonebookStringSplit(chosenParty(), nullptr, &number) ? number : QString();
-}
-
-// Calls that were missed since the list was looked at.
-void VXCallsSection::updateBadge()
-{
-    const QDateTime seen = VXUserDefaults::standardUserDefaults().objectForKey(seenKey).toDateTime();
-    VXManagedObjectContext context(_coordinator);
-    VXFetchRequest request(*_coordinator->model().entityForName(VXCallStore::entityName));
-    request.predicate =
-        *VXPredicate::predicateWithFormat(u"direction == 1 AND duration <= 0 AND state == \"ended\" AND date > %@"_s,
-                                          {seen.isValid() ? seen : QDateTime::fromSecsSinceEpoch(0)});
-    setBadge(static_cast<int>(context.countForFetchRequest(request).value_or(0)));
 }
 
 void VXCallsSection::find()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXBackgroundReader.h"
 #include "VXPersistentStoreCoordinator.h"
 #include "VXSection.h"
 
@@ -17,6 +18,7 @@ class VXCallsSection : public VXSection
     Q_OBJECT
 
 public:
+    static Info info();
     explicit VXCallsSection(QWidget *parent);
     ~VXCallsSection() override;
 
@@ -36,10 +38,9 @@ private:
     void showList();
     void listWasRead();
     void showCall(int row);
-    int countNewerThan(const VXManagedObjectID &call) const;
+    int countBefore(const VXManagedObjectID &call) const;
     QString chosenParty() const;
     QString chosenNumber() const;
-    void updateBadge();
 
     VXPersistentStoreCoordinator::Ptr _coordinator;
     VXStoreListModel *_model;
@@ -49,4 +50,5 @@ private:
     class Detail;
     Detail *_detail;
     std::unique_ptr<VXStoreWatch> _watch;
+    VXBackgroundReader<int> _missed; // calls, since the list was looked at
 };

@@ -46,8 +46,13 @@ const QString draftContactKey = u"contact"_s;
 
 } // namespace
 
+VXSection::Info VXContactsSection::info()
+{
+    return {.key = u"contacts"_s, .title = VXText("Contacts"), .icon = u"people"_s};
+}
+
 VXContactsSection::VXContactsSection(QWidget *parent)
-    : VXSection(u"contacts"_s, VXText("Contacts"), u"people"_s, parent),
+    : VXSection(info(), parent),
       _coordinator(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s)),
       _model(new VXStoreListModel(this)), _pane(new VXListPane(VXText("Search contacts"), VXText("Contacts"), this)),
       _group(new QComboBox(this)), _detail(new QStackedWidget(this)), _card(new VXContactCard(this)),
@@ -93,11 +98,13 @@ VXContactsSection::VXContactsSection(QWidget *parent)
         return;
     _watch = std::make_unique<VXStoreWatch>(_coordinator);
     connect(_watch.get(), &VXStoreWatch::didChange, this, [this] {
-        updateGroups();
+        _groups.read();
         if (!_edited)
             showCard();
     });
-    updateGroups();
+    _groups.set([coordinator = _coordinator] { return VXReadContactGroups(coordinator); },
+                [this](const VXContactGroups &groups) { takeGroups(groups); });
+    takeGroups(VXReadContactGroups(_coordinator)); // few, and the list would jump when they come late
     showList();
     restoreDraft();
 }
@@ -111,21 +118,15 @@ bool VXContactsSection::isEmpty() const
 
 // -- The list
 
-void VXContactsSection::updateGroups()
+void VXContactsSection::takeGroups(const VXContactGroups &groups)
 {
-    const QVariant chosen = _group->currentData();
-    VXManagedObjectContext context(_coordinator);
-    VXFetchRequest request(*_coordinator->model().entityForName(u"VXGroup"_s));
-    request.sortDescriptors = {{.key = u"name"_s}};
-    const auto found = context.executeFetchRequest(request);
+    const auto chosen = _group->currentData().value<VXManagedObjectID>();
     _group->clear();
     _group->addItem(VXText("All contacts"));
-    for (const VXManagedObjectPtr &group :
-         found ? QList<VXManagedObjectPtr>(found->begin(), found->end()) : QList<VXManagedObjectPtr>())
-        _group->addItem(group->valueForKey(u"name"_s).toString(), QVariant::fromValue(group->objectID()));
-    for (int i = 1; i < _group->count(); ++i) {
-        if (chosen.isValid() && _group->itemData(i).value<VXManagedObjectID>() == chosen.value<VXManagedObjectID>())
-            _group->setCurrentIndex(i);
+    for (const auto &[name, group] : groups) {
+        _group->addItem(name, QVariant::fromValue(group));
+        if (!chosen.isNull() && group == chosen)
+            _group->setCurrentIndex(_group->count() - 1);
     }
     _group->setVisible(_group->count() > 1);
 }

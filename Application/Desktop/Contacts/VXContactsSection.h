@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VXBackgroundReader.h"
+#include "VXContactGroups.h"
 #include "VXContactRecord.h"
 #include "VXError.h"
 #include "VXManagedObjectID.h"
@@ -26,6 +28,7 @@ class VXContactsSection : public VXSection
     Q_OBJECT
 
 public:
+    static Info info();
     explicit VXContactsSection(QWidget *parent);
     ~VXContactsSection() override;
 
@@ -35,7 +38,6 @@ public:
     void showContact(const QString &phonebookString);
     /** False where the store could not be opened. */
     bool isUsable() const { return _coordinator != nullptr; }
-    bool isEmpty() const;
 
     unsigned tasks() const override { return Find | New | Edit | Remove | Export | Import | Merge; }
     void find() override;
@@ -50,8 +52,9 @@ public:
     bool leave() override;
 
 private:
+    bool isEmpty() const;
     void showList();
-    void updateGroups();
+    void takeGroups(const VXContactGroups &groups);
     void listWasRead();
     void show(const VXManagedObjectID &person);
     void showInList(const VXManagedObjectID &person);
@@ -80,6 +83,7 @@ private:
     QPointer<VXSheet> _sheet; // that asks whether to merge
     VXEmptyState *_nothing;
     std::unique_ptr<VXStoreWatch> _watch;
+    VXBackgroundReader<VXContactGroups> _groups;
     VXManagedObjectID _shown;
     VXManagedObjectID _onCard; // what the card was made of
     VXContactRecord _cardContact;

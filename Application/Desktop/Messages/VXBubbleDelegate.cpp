@@ -21,6 +21,7 @@ constexpr int padding = 12;
 constexpr int radius = 16;
 constexpr int widestBubble = 520;
 constexpr qint64 secondsOfRun = 300; // between messages that share a time
+constexpr std::chrono::seconds markedTime{3};
 
 QFont smaller(QFont font)
 {
@@ -50,7 +51,21 @@ struct VXBubbleDelegate::Shape
     int height;
 };
 
-VXBubbleDelegate::VXBubbleDelegate(QObject *parent) : QStyledItemDelegate(parent) {}
+VXBubbleDelegate::VXBubbleDelegate(QAbstractItemView *view) : QStyledItemDelegate(view)
+{
+    _unmark.setSingleShot(true);
+    _unmark.setInterval(markedTime);
+    connect(&_unmark, &QTimer::timeout, view, [this, view] {
+        _marked = QPersistentModelIndex();
+        view->viewport()->update();
+    });
+}
+
+void VXBubbleDelegate::mark(const QModelIndex &index)
+{
+    _marked = index;
+    _unmark.start();
+}
 
 VXBubbleDelegate::Shape VXBubbleDelegate::shapeOf(const QStyleOptionViewItem &option, const QModelIndex &index)
 {
@@ -129,10 +144,13 @@ void VXBubbleDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opti
     painter->setBrush(fill);
     painter->setPen(shape.isMine && !isPending ? Qt::NoPen : QPen(colors.line));
     painter->drawRoundedRect(QRectF(shape.bubble).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
-    if (option.state.testFlag(QStyle::State_Selected) && option.state.testFlag(QStyle::State_HasFocus)) {
+    const bool hasFocus =
+        option.state.testFlag(QStyle::State_Selected) && option.state.testFlag(QStyle::State_HasFocus);
+    if (hasFocus || _marked == index) {
+        const int gap = hasFocus ? 2 : 3; // seen around one's own bubbles too, which have the colour
         painter->setPen(QPen(colors.isDark ? colors.text : colors.accent, 2));
         painter->setBrush(Qt::NoBrush);
-        painter->drawRoundedRect(QRectF(shape.bubble).adjusted(-2, -2, 2, 2), radius + 2, radius + 2);
+        painter->drawRoundedRect(QRectF(shape.bubble).adjusted(-gap, -gap, gap, gap), radius + gap, radius + gap);
     }
     painter->setFont(option.font);
     painter->setPen(shape.isMine && !isPending ? colors.onAccent : colors.text);

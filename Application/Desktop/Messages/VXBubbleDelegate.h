@@ -2,8 +2,11 @@
 
 #include "VXMessageText.h"
 
-#include <QtCore/QCache>
+#include <QtCore/QPersistentModelIndex>
+#include <QtCore/QTimer>
 #include <QtWidgets/QStyledItemDelegate>
+
+class QAbstractItemView;
 
 /** Draws messages as bubbles: those that came in at one side, one's own at the other; above the first of a day its date. */
 class VXBubbleDelegate : public QStyledItemDelegate
@@ -11,7 +14,10 @@ class VXBubbleDelegate : public QStyledItemDelegate
     Q_OBJECT
 
 public:
-    explicit VXBubbleDelegate(QObject *parent);
+    explicit VXBubbleDelegate(QAbstractItemView *view);
+
+    /** Draws a ring around one for a moment, for eyes that look for it. */
+    void mark(const QModelIndex &index);
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
@@ -25,4 +31,7 @@ Q_SIGNALS:
 private:
     struct Shape;
     static Shape shapeOf(const QStyleOptionViewItem &option, const QModelIndex &index);
+
+    QPersistentModelIndex _marked;
+    QTimer _unmark;
 };

@@ -29,18 +29,30 @@ VXConversationModel::~VXConversationModel()
     *_isGone = true;
 }
 
-void VXConversationModel::setConversations(const QStringList &keys)
+void VXConversationModel::setConversations(const QStringList &keys, const VXManagedObjectID &sought)
 {
-    if (keys == _keys)
+    QStringList sorted = keys;
+    sorted.sort();
+    const bool isOther = sorted != _keys;
+    if (!isOther && (sought.isNull() || rowOfObject(sought) >= 0))
         return;
-    beginResetModel();
-    _keys = keys;
-    _rows.clear();
-    _wanted = portion;
-    _isAll = false;
-    _isOther = true;
-    endResetModel();
+    _sought = sought;
+    if (isOther) {
+        beginResetModel();
+        _keys = sorted;
+        _rows.clear();
+        _wanted = portion;
+        _isAll = false;
+        _isOther = true;
+        endResetModel();
+    }
     read();
+}
+
+int VXConversationModel::rowOfObject(const VXManagedObjectID &objectID) const
+{
+    const auto found = std::ranges::find(_rows, objectID, &Row::objectID);
+    return found == _rows.cend() ? -1 : static_cast<int>(found - _rows.cbegin());
 }
 
 void VXConversationModel::readOlder()
@@ -140,25 +152,43 @@ VXConversationModel::Rows VXConversationModel::find(const VXMessageStore &store,
     return rows;
 }
 
+// The portions from the newest on that hold the message, with something older above it; 0 when it is not in the conversations.
+qsizetype VXConversationModel::wantedFor(const VXMessageStore &store, const QStringList &keys,
+                                         const VXManagedObjectID &sought)
+{
+    VXManagedObjectContext context(store.coordinator());
+    const VXManagedObjectPtr message = context.existingObjectWithID(sought);
+    if (!message || !keys.contains(message->valueForKey(u"conversation"_s).toString()))
+        return 0;
+    VXFetchRequest newer = store.messagesOfConversations(keys);
+    if (const QVariant date = message->valueForKey(u"date"_s); date.isValid()) // those without one are the oldest
+        newer.predicate =
+            VXPredicate::allOf({newer.predicate, *VXPredicate::predicateWithFormat(u"date >= %@"_s, {date})});
+    return (context.countForFetchRequest(newer).value_or(0) / portion + 1) * portion;
+}
+
 void VXConversationModel::read()
 {
     if (_keys.isEmpty())
         return;
     const quint64 asked = ++_asked;
     QThreadPool::globalInstance()->start(
-        [this, store = _store, keys = _keys, wanted = _wanted, asked, isGone = _isGone] {
-            const Rows rows = find(store, keys, wanted);
-            QMetaObject::invokeMethod(QCoreApplication::instance(), [this, rows, asked, isGone] {
+        [this, store = _store, keys = _keys, sought = _sought, wanted = _wanted, asked, isGone = _isGone] {
+            const qsizetype enough = sought.isNull() ? wanted : std::max(wanted, wantedFor(store, keys, sought));
+            const Rows rows = find(store, keys, enough);
+            QMetaObject::invokeMethod(QCoreApplication::instance(), [this, rows, enough, asked, isGone] {
                 if (!*isGone && asked == _asked)
-                    take(rows);
+                    take(rows, enough);
             });
         });
 }
 
 // Rows come at the end, or above; where something else has changed all are drawn anew.
-void VXConversationModel::take(const Rows &rows)
+void VXConversationModel::take(const Rows &rows, qsizetype wanted)
 {
     const bool isOther = std::exchange(_isOther, false);
+    _wanted = wanted;
+    _sought = {};
     _isAll = rows.size() < _wanted;
     const auto place = [&](const Row &row) {
         return std::ranges::find(rows, row.objectID, &Row::objectID) - rows.cbegin();

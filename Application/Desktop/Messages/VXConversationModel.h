@@ -10,8 +10,8 @@
 
 class VXStoreWatch;
 
-/** The messages with one other party, oldest first: the newest 200, and 200 more above each time the top is reached, up to 5,000.
- *  Read on another thread. Main thread. */
+/** The messages with one other party, oldest first: the newest 200, and 200 more above each time the top is reached, up to 5,000;
+ *  or as many as it takes to have one that is sought. Read on another thread. Main thread. */
 class VXConversationModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -23,11 +23,14 @@ public:
     VXConversationModel(const VXMessageStore &store, QObject *parent);
     ~VXConversationModel() override;
 
-    /** Of somebody with several addresses all of them. Empty shows nothing. */
-    void setConversations(const QStringList &keys);
+    /** Of somebody with several addresses all of them, in any order. Empty shows nothing. `sought`: a message that is to be among
+     *  what is read; null for none. */
+    void setConversations(const QStringList &keys, const VXManagedObjectID &sought = {});
     const QStringList &conversations() const { return _keys; }
     const VXShownMessage &messageAt(int row) const { return _rows.at(row).shown; }
     VXManagedObjectID objectIDAt(int row) const { return _rows.at(row).objectID; }
+    /** -1 for none. */
+    int rowOfObject(const VXManagedObjectID &objectID) const;
     bool hasOlder() const { return !_isAll && _wanted < mostRows; }
     void readOlder();
 
@@ -47,13 +50,15 @@ private:
     using Rows = QList<Row>;
 
     void read();
-    void take(const Rows &rows);
+    void take(const Rows &rows, qsizetype wanted);
     static Rows find(const VXMessageStore &store, const QStringList &keys, qsizetype wanted);
+    static qsizetype wantedFor(const VXMessageStore &store, const QStringList &keys, const VXManagedObjectID &sought);
 
     const VXMessageStore _store;
     std::unique_ptr<VXStoreWatch> _watch;
     std::unique_ptr<VXStoreWatch> _outboxWatch;
-    QStringList _keys;
+    QStringList _keys; // sorted
+    VXManagedObjectID _sought;
     Rows _rows;
     qsizetype _wanted = portion;
     quint64 _asked = 0;

@@ -38,8 +38,8 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
       _head(new QWidget(this)), _avatar(new VXAvatar(40, this)),
       _name(new VXTextLabel({}, VXTextLabel::Role::Title, this)),
       _about(new VXTextLabel({}, VXTextLabel::Role::Caption, this)), _newHead(new QWidget(this)),
-      _to(new VXPhonebookTokenField(this)), _list(new QListView(this)), _composer(new VXComposer(this)),
-      _nothing(new VXEmptyState(this))
+      _to(new VXPhonebookTokenField(this)), _list(new QListView(this)), _bubbles(new VXBubbleDelegate(_list)),
+      _composer(new VXComposer(this)), _nothing(new VXEmptyState(this))
 {
     auto *const headRow = new QHBoxLayout(_head);
     headRow->setContentsMargins(16, 10, 12, 10);
@@ -71,8 +71,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
     _to->setAccessibleName(VXText("To"));
 
     _list->setModel(_model);
-    auto *const delegate = new VXBubbleDelegate(_list);
-    _list->setItemDelegate(delegate);
+    _list->setItemDelegate(_bubbles);
     _list->setAccessibleName(VXText("Messages"));
     _list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     _list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -99,9 +98,13 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
 
     connect(_model, &VXConversationModel::didRead, this, &VXConversationView::wasRead);
     connect(_list->verticalScrollBar(), &QScrollBar::valueChanged, this, &VXConversationView::watchTop);
+    connect(_list->verticalScrollBar(), &QScrollBar::rangeChanged, this, [this] {
+        if (_isAtEnd) // as when the view was laid out after its messages had come
+            _list->scrollToBottom();
+    });
     connect(_list, &QListView::customContextMenuRequested, this,
             [this](const QPoint &at) { showMenu(_list->indexAt(at)); });
-    connect(delegate, &VXBubbleDelegate::stateClicked, this, &VXConversationView::showMenu);
+    connect(_bubbles, &VXBubbleDelegate::stateClicked, this, &VXConversationView::showMenu);
     connect(_composer, &VXComposer::wantsSend, this,
             [this](const QString &text) { Q_EMIT wantsSend(receivers(), text, _composer->phone().selectedURL()); });
     connect(&_composer->phone(), &QComboBox::activated, this, [this] {
@@ -136,6 +139,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
 void VXConversationView::setNone()
 {
     _party.clear();
+    _sought = {};
     _isNew = false;
     _model->setConversations({});
     _stack->setCurrentIndex(0);
@@ -153,11 +157,13 @@ void VXConversationView::keepDraft()
     VXUserDefaults::standardUserDefaults().setObject(text.isEmpty() ? QVariant() : QVariant(text), draftKey());
 }
 
-void VXConversationView::setParty(const QString &party, const QStringList &conversations)
+void VXConversationView::setParty(const QString &party, const QStringList &conversations,
+                                  const VXManagedObjectID &message)
 {
     _party = party;
     _isNew = false;
-    _isAtEnd = true;
+    if (!message.isNull())
+        _sought = message;
     _list->setFocusPolicy(Qt::StrongFocus);
     _head->show();
     _newHead->hide();
@@ -169,16 +175,19 @@ void VXConversationView::setParty(const QString &party, const QStringList &conve
     const QString shown = VXFormatPhoneNumber(number);
     _about->setText(shown == names ? QString() : shown);
     _about->setVisible(hasNumber && shown != names);
-    _model->setConversations(conversations);
+    _model->setConversations(conversations, message);
     _composer->setText(VXUserDefaults::standardUserDefaults().stringForKey(draftKey()));
     choosePhone();
     updateObstacle();
     _stack->setCurrentIndex(1);
+    if (!message.isNull())
+        showSought();
 }
 
 void VXConversationView::startNew(const QStringList &phonebookStrings, const QString &text)
 {
     _party.clear();
+    _sought = {};
     _isNew = true;
     _list->setFocusPolicy(Qt::ClickFocus); // from the receivers to the text
     _head->hide();
@@ -247,9 +256,28 @@ void VXConversationView::wasRead(bool isOther, int added)
 {
     if (isOther)
         choosePhone();
-    if (isOther || _isAtEnd || added > 0)
-        _list->scrollToBottom();
+    if (showSought())
+        return;
+    _sought = {}; // it is not there any more
+    if (!isOther && !_isAtEnd && added == 0)
+        return;
+    _list->scrollToBottom();
     _isAtEnd = true;
+}
+
+// False when it is not read yet, or there is none.
+bool VXConversationView::showSought()
+{
+    const int row = _sought.isNull() ? -1 : _model->rowOfObject(_sought);
+    if (row < 0)
+        return false;
+    _sought = {};
+    const QModelIndex index = _model->index(row);
+    _list->setCurrentIndex(index);
+    _isAtEnd = false;
+    _list->scrollTo(index, QAbstractItemView::PositionAtCenter);
+    _bubbles->mark(index);
+    return true;
 }
 
 // Threads grow upward: what comes above leaves what is looked at where it is.

@@ -8,6 +8,7 @@
 class QListView;
 class QStackedWidget;
 class VXAvatar;
+class VXBubbleDelegate;
 class VXComposer;
 class VXConversationModel;
 class VXEmptyState;
@@ -22,8 +23,9 @@ class VXConversationView : public QWidget
 public:
     VXConversationView(const VXMessageStore &store, QWidget *parent);
 
-    /** `party`: phonebook strings of who that is; `conversations`: the keys of all messages with them. */
-    void setParty(const QString &party, const QStringList &conversations);
+    /** `party`: phonebook strings of who that is; `conversations`: the keys of all messages with them. Shows the newest, or the
+     *  given message, which is marked for a moment; with none what is shown of the same conversations stays where it is. */
+    void setParty(const QString &party, const QStringList &conversations, const VXManagedObjectID &message = {});
     /** A message to whoever is named then; none to begin with, or these. */
     void startNew(const QStringList &phonebookStrings, const QString &text);
     /** Nothing is chosen. */
@@ -48,6 +50,7 @@ public:
 
 private:
     void wasRead(bool isOther, int added);
+    bool showSought();
     void watchTop();
     void showMenu(const QModelIndex &index);
     void updateObstacle();
@@ -66,9 +69,11 @@ private:
     QWidget *_newHead;
     VXPhonebookTokenField *_to;
     QListView *_list;
+    VXBubbleDelegate *_bubbles;
     VXComposer *_composer;
     VXEmptyState *_nothing;
     QString _party;
     bool _isNew = false;
     bool _isAtEnd = true;
+    VXManagedObjectID _sought; // to be scrolled to once it is read
 };

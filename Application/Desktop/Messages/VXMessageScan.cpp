@@ -3,6 +3,7 @@
 #include "MessageDataConstants.h"
 #include "VXMessageStore.h"
 #include "VXPartySearch.h"
+#include "VXPhoneNumber.h"
 
 #include <algorithm>
 
@@ -40,6 +41,18 @@ QString conversationOf(const VXManagedObjectPtr &message)
     return message->valueForKey(u"conversation"_s).toString();
 }
 
+// By the names that they have now.
+QSet<QString> partiesMeantBy(const QString &text)
+{
+    const QStringList parties = VXPartiesMeantBy(text);
+    return {parties.cbegin(), parties.cend()};
+}
+
+VXPredicate isWithOneOf(const QSet<QString> &parties)
+{
+    return compare(u"conversation"_s, Operator::In, QVariantList(parties.cbegin(), parties.cend()));
+}
+
 } // namespace
 
 VXPredicate VXMessageScan::Stretch::dates() const
@@ -58,9 +71,7 @@ void VXMessageScan::begin(VXManagedObjectContext &context, const QList<VXPredica
                           Finds finds)
 {
     _context = &context;
-    _text = text;
-    const QStringList parties = VXPartiesMeantBy(text); // by the names that they have now
-    _parties = QSet<QString>(parties.cbegin(), parties.cend());
+    _words = wordsOf(text);
     _finds = finds;
     _known.clear();
     if (_parts.size() != conditions.size())
@@ -72,12 +83,39 @@ void VXMessageScan::begin(VXManagedObjectContext &context, const QList<VXPredica
     }
 }
 
-VXPredicate VXMessageScan::has() const
+VXMessageScan::Words VXMessageScan::wordsOf(const QString &text)
+{
+    Words words{.parties = partiesMeantBy(text)};
+    const QStringList typed = VXTypedWords(text);
+    for (const QString &word : typed)
+        words.words.append({.text = word,
+                            .number = VXIsValidPhoneNumber(word) ? VXPhoneNumberSearchString(word) : QString(),
+                            .parties = typed.size() == 1 ? words.parties : partiesMeantBy(word)});
+    return words;
+}
+
+bool VXMessageScan::Words::Word::isWithin(const Word &other) const
+{
+    const bool isNumberWithin =
+        number.isEmpty() || number.contains(other.text) || (!other.number.isEmpty() && number.contains(other.number));
+    return text.contains(other.text) && isNumberWithin && other.parties.contains(parties);
+}
+
+bool VXMessageScan::Words::areWithin(const Words &other) const
+{
+    return other.parties.contains(parties) && std::ranges::all_of(other.words, [this](const Word &had) {
+               return std::ranges::any_of(words, [&had](const Word &word) { return word.isWithin(had); });
+           });
+}
+
+VXPredicate VXMessageScan::Words::predicate() const
 {
     const VXTextOptions anyWriting = VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive;
-    return VXPredicate::anyOf(
-        {compare(u"text"_s, Operator::Contains, _text, anyWriting), VXWasRecordedWith(_text),
-         compare(u"conversation"_s, Operator::In, QVariantList(_parties.cbegin(), _parties.cend()))});
+    QList<VXPredicate> all;
+    for (const Word &word : words)
+        all.append(VXPredicate::anyOf({compare(u"text"_s, Operator::Contains, word.text, anyWriting),
+                                       VXWasRecordedWith(word.text), isWithOneOf(word.parties)}));
+    return words.size() == 1 ? all.constFirst() : VXPredicate::anyOf({VXPredicate::allOf(all), isWithOneOf(parties)});
 }
 
 // Nothing of the context is left.
@@ -141,13 +179,11 @@ std::optional<VXMessageScan::Messages> VXMessageScan::look(Part &part, VXError *
     Stretch &stretch = part.stretches[part.next++];
     part.newest = stretch.oldest ? stretch.oldest->toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
     bool isComplete = true;
-    const bool isNarrower =
-        stretch.found && _text.contains(stretch.text) && stretch.parties.contains(_parties); // among which it is found
+    const bool isNarrower = stretch.found && _words.areWithin(stretch.words); // among which it is found
     const auto found = isNarrower ? lookAmongFound(stretch, error) : lookAmongAll(part, stretch, &isComplete, error);
     stretch.found.reset();
     if (found && isComplete) {
-        stretch.text = _text;
-        stretch.parties = _parties;
+        stretch.words = _words;
         stretch.found.emplace();
         for (const VXManagedObjectPtr &message : *found)
             stretch.found->append(message->objectID());
@@ -162,8 +198,9 @@ std::optional<VXMessageScan::Messages> VXMessageScan::lookAmongFound(const Stret
     QVariantList among;
     for (const VXManagedObjectID &each : *stretch.found)
         among.append(QVariant::fromValue(each));
-    return fetch({VXPredicate::comparison(VXExpression::self(), Operator::In, VXExpression::constant(among)), has()}, 0,
-                 error);
+    return fetch({VXPredicate::comparison(VXExpression::self(), Operator::In, VXExpression::constant(among)),
+                  _words.predicate()},
+                 0, error);
 }
 
 // Where much is found, of conversations only what is wanted: not all of it need be made an object.
@@ -171,7 +208,8 @@ std::optional<VXMessageScan::Messages> VXMessageScan::lookAmongAll(const Part &p
                                                                    bool *isComplete, VXError *error) const
 {
     QList<VXPredicate> conditions{part.condition, stretch.dates(),
-                                  compare(u"pending"_s, Operator::NotEqual, int(VXPendingChange::Remove)), has()};
+                                  compare(u"pending"_s, Operator::NotEqual, int(VXPendingChange::Remove)),
+                                  _words.predicate()};
     auto found = fetch(conditions, mostKept, error);
     *isComplete = found && found->size() < mostKept;
     if (!found || *isComplete)

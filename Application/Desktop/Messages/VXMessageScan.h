@@ -12,10 +12,10 @@
 #include <optional>
 
 /**
- * Looks for a text in messages, in what they say and in the other party as it was recorded and is called now (VXPartiesMeantBy),
- * from the newest on, a stretch of some thousand at a time: so
- * what is new shows early, and whoever wants something else need not wait. It keeps what it found in each stretch: a letter more is
- * looked for only among that. One thread at a time.
+ * Looks for the words of a text in messages, each in what they say or in the other party as it was recorded and is called now
+ * (VXPartiesMeantBy), from the newest on, a stretch of some thousand at a time: so what is new shows early, and whoever wants
+ * something else need not wait. It keeps what it found in each stretch: a letter more is looked for only among that. One thread at a
+ * time.
  */
 class VXMessageScan
 {
@@ -35,6 +35,24 @@ public:
     void forget() { _parts.clear(); }
 
 private:
+    /** What messages are to have. */
+    struct Words
+    {
+        struct Word
+        {
+            QString text = {};
+            QString number = {};        // that it is, as those that were recorded are compared; null for none
+            QSet<QString> parties = {}; // who may be meant by it
+            bool isWithin(const Word &other) const;
+        };
+        QList<Word> words = {};
+        QSet<QString> parties = {}; // who may be meant by all of it, whatever their messages say
+        /** Whatever has these has the other ones. */
+        bool areWithin(const Words &other) const;
+        VXPredicate predicate() const;
+    };
+    static Words wordsOf(const QString &text);
+
     /** Messages of a part by their dates; the last one is of those without. */
     struct Stretch
     {
@@ -42,8 +60,7 @@ private:
         std::optional<QDateTime> oldest = {}; // none: to the end
         bool isDateless = false;
         VXPredicate dates() const;
-        QString text = {}; // that `found` has, or a party has of these
-        QSet<QString> parties = {};
+        Words words = {}; // that `found` has
         std::optional<QList<VXManagedObjectID>> found = {};
     };
     struct Part
@@ -57,7 +74,6 @@ private:
 
     using Messages = QList<VXManagedObjectPtr>;
 
-    VXPredicate has() const;
     Part *newestPart();
     bool addStretch(Part &part, VXError *error);
     std::optional<Messages> look(Part &part, VXError *error);
@@ -68,8 +84,7 @@ private:
     Messages takeFrom(qint64 newest);
 
     VXManagedObjectContext *_context = nullptr;
-    QSet<QString> _parties; // whose messages are wanted, whatever they say
-    QString _text;
+    Words _words;
     Finds _finds = Finds::Messages;
     QList<Part> _parts;
     Messages _held;       // newest first; other parts may have newer ones

@@ -36,9 +36,8 @@ namespace {
 
 constexpr qsizetype askedFrom = 10; // receivers of one text
 
-QString titleOfFolder(const VXManagedObjectPtr &folder)
+QString shownTitle(const QString &title)
 {
-    const QString title = VXMessageStore::folderTitle(folder);
     static const QHash<QString, const char *> known{{VXInboxFolder, "Inbox"},
                                                     {VXSentFolder, "Sent"},
                                                     {VXDraftsFolder, "Drafts"},
@@ -66,8 +65,13 @@ QStringList conversationsWith(const QString &party)
 
 } // namespace
 
+VXSection::Info VXMessagesSection::info()
+{
+    return {.key = u"messages"_s, .title = VXText("Messages"), .icon = u"message"_s};
+}
+
 VXMessagesSection::VXMessagesSection(QWidget *parent)
-    : VXSection(u"messages"_s, VXText("Messages"), u"message"_s, parent), _store(VXMessageStore::sharedStore()),
+    : VXSection(info(), parent), _store(VXMessageStore::sharedStore()),
       _pane(new VXListPane(VXText("Search messages"), VXText("Conversations"), this)), _folder(new QComboBox(this)),
       _messages(new VXStoreListModel(this))
 {
@@ -90,10 +94,10 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
     connect(_pane, &VXListPane::searchDidChange, this, &VXMessagesSection::showFolder);
     connect(_pane, &VXListPane::chosen, this, &VXMessagesSection::showRow);
     connect(_pane, &VXListPane::activated, this, [this] {
-        markAsRead(_shownKeys);
+        look();
         _view->focusText();
     });
-    connect(_pane->list(), &QListView::clicked, this, [this] { markAsRead(_shownKeys); });
+    connect(_pane->list(), &QListView::clicked, this, &VXMessagesSection::look);
     connect(_pane->placeholder(), &VXEmptyState::actionWanted, this, &VXMessagesSection::makeNew);
     connect(_pane->placeholder(), &VXEmptyState::secondActionWanted, this, &VXMessagesSection::importItems);
     connect(_folder, &QComboBox::activated, this, &VXMessagesSection::showFolder);
@@ -123,43 +127,39 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
             trash(message);
     });
     _watch = std::make_unique<VXStoreWatch>(_store->coordinator());
-    connect(_watch.get(), &VXStoreWatch::didChange, this, [this] {
-        updateFolders();
-        updateBadge();
-    });
-    updateFolders();
-    updateBadge();
+    connect(_watch.get(), &VXStoreWatch::didChange, this, [this] { _overview.read(); });
+    _overview.set([store = *_store] { return VXReadMessagesOverview(store); },
+                  [this](const VXMessagesOverview &overview) { take(overview); });
+    _folder->addItem(VXText("Conversations"));
+    _overview.read();
     showFolder();
 }
 
 VXMessagesSection::~VXMessagesSection() = default;
 
-bool VXMessagesSection::isEmpty() const
-{
-    return !_store || (!_conversations->isReading() && _conversations->rowCount() == 0);
-}
-
 // -- Folders and lists
 
-void VXMessagesSection::updateFolders()
+void VXMessagesSection::take(const VXMessagesOverview &overview)
 {
-    VXManagedObjectContext context(_store->coordinator());
-    const QVariant chosen = _folder->currentData();
+    setBadge(overview.unread);
+    QList<std::pair<QString, QVariant>> items{{VXText("Conversations"), QVariant()}};
+    for (const auto &[title, folder] : overview.folders)
+        items.append({shownTitle(title), QVariant::fromValue(folder)});
+    bool isSame = _folder->count() == items.size();
+    for (int i = 0; isSame && i < _folder->count(); ++i)
+        isSame = _folder->itemText(i) == items[i].first &&
+                 _folder->itemData(i).value<VXManagedObjectID>() == items[i].second.value<VXManagedObjectID>();
+    if (isSame) // or a list that is open would close
+        return;
+    const auto chosen = _folder->currentData().value<VXManagedObjectID>();
     _folder->clear();
-    _folder->addItem(VXText("Conversations"));
-    for (const VXManagedObjectPtr &folder : _store->folders(context).value_or(QList<VXManagedObjectPtr>())) {
-        _folder->addItem(titleOfFolder(folder), QVariant::fromValue(folder->objectID()));
-        if (chosen.isValid() && folder->objectID() == chosen.value<VXManagedObjectID>())
+    for (const auto &[title, folder] : std::as_const(items)) {
+        _folder->addItem(title, folder);
+        if (!chosen.isNull() && folder.value<VXManagedObjectID>() == chosen)
             _folder->setCurrentIndex(_folder->count() - 1);
     }
-}
-
-void VXMessagesSection::updateBadge()
-{
-    VXManagedObjectContext context(_store->coordinator());
-    VXFetchRequest request(*_store->coordinator()->model().entityForName(VXMessageStore::entityName));
-    request.predicate = *VXPredicate::predicateWithFormat(u"state == 1 AND pending != 1"_s);
-    setBadge(static_cast<int>(context.countForFetchRequest(request).value_or(0)));
+    if (!chosen.isNull() && _folder->currentIndex() == 0) // the folder is gone
+        showFolder();
 }
 
 QAbstractItemModel *VXMessagesSection::shownModel() const
@@ -207,8 +207,13 @@ void VXMessagesSection::listWasRead(int count)
     _pane->setIsEmpty(count == 0 && (isSearched || !isReading));
     if (count == 0 && !_view->isNew())
         _view->setNone();
-    if (count == 0 || _view->isNew() || _pane->list()->currentIndex().isValid())
+    if (count == 0 || _view->isNew())
         return;
+    if (const QModelIndex now = _pane->list()->currentIndex(); now.isValid()) {
+        if (isSearched && !(messageInRow(now.row()) == _shownMessage)) // another one of the same conversation
+            showRow(now.row());
+        return;
+    }
     const int row = shownModel() == _conversations ? _conversations->rowOfConversation(_shownConversation) : 0;
     _pane->choose(std::max(0, row));
 }
@@ -221,13 +226,30 @@ void VXMessagesSection::showRow(int row)
     const VXShownMessage shown = value.value<VXRowContents>().data.value<VXShownMessage>();
     const QString party = shown.message.otherParty();
     _shownConversation = shown.conversation;
-    showConversation(party, conversationsWith(party));
+    showConversation(party, conversationsWith(party), messageInRow(row));
 }
 
-void VXMessagesSection::showConversation(const QString &party, const QStringList &keys)
+// The one that the row stands for; null where it stands for a whole conversation.
+VXManagedObjectID VXMessagesSection::messageInRow(int row) const
+{
+    const bool isOfMessage = shownModel() != _conversations || !_pane->search()->searchText().isEmpty();
+    return isOfMessage ? shownModel()->index(row, 0).data(VXStoreListModel::ObjectIDRole).value<VXManagedObjectID>()
+                       : VXManagedObjectID();
+}
+
+// Once more at the chosen one, after one has scrolled elsewhere.
+void VXMessagesSection::look()
+{
+    showRow(_pane->list()->currentIndex().row());
+    markAsRead(_shownKeys);
+}
+
+void VXMessagesSection::showConversation(const QString &party, const QStringList &keys,
+                                         const VXManagedObjectID &message)
 {
     _shownKeys = keys;
-    _view->setParty(party, keys);
+    _shownMessage = message;
+    _view->setParty(party, keys, message);
     const bool isTyping = _pane->search()->hasFocus() && !_pane->search()->text().isEmpty();
     if (isVisible() && !isTyping) // what a word happens to find is not read
         markAsRead(keys);
@@ -260,8 +282,8 @@ bool VXMessagesSection::showObject(const QUrl &uri)
     if (!chooseConversation(keys)) {
         _shownConversation = keys.constFirst(); // chosen once the list has come so far
         _pane->list()->setCurrentIndex({});
-        showConversation(party, keys);
     }
+    showConversation(party, keys, message);
     return true;
 }
 

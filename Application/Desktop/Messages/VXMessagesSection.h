@@ -1,6 +1,8 @@
 #pragma once
 
+#include "VXBackgroundReader.h"
 #include "VXError.h"
+#include "VXMessagesOverview.h"
 #include "VXMessageStore.h"
 #include "VXSection.h"
 
@@ -22,12 +24,12 @@ class VXMessagesSection : public VXSection
     Q_OBJECT
 
 public:
+    static Info info();
     explicit VXMessagesSection(QWidget *parent);
     ~VXMessagesSection() override;
 
     /** Begins a message; with one receiver whom there are messages with, in that conversation. */
     void write(const QStringList &phonebookStrings, const QString &text = {});
-    bool isEmpty() const;
 
     unsigned tasks() const override { return Find | New | Remove | Export | Import; }
     void find() override;
@@ -41,13 +43,14 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    void updateFolders();
-    void updateBadge();
+    void take(const VXMessagesOverview &overview);
     void showFolder();
     void showRow(int row);
     bool chooseConversation(const QStringList &keys);
-    void showConversation(const QString &party, const QStringList &keys);
+    void showConversation(const QString &party, const QStringList &keys, const VXManagedObjectID &message);
     void listWasRead(int count);
+    VXManagedObjectID messageInRow(int row) const;
+    void look();
     void send(const QStringList &receivers, const QString &text, const QUrl &device);
     void markAsRead(const QStringList &conversations);
     void trash(const VXManagedObjectID &message);
@@ -61,6 +64,8 @@ private:
     VXStoreListModel *_messages;
     VXConversationView *_view = nullptr;
     std::unique_ptr<VXStoreWatch> _watch;
+    VXBackgroundReader<VXMessagesOverview> _overview;
     QString _shownConversation;
-    QStringList _shownKeys; // of the conversations that the view shows as one
+    QStringList _shownKeys;          // of the conversations that the view shows as one
+    VXManagedObjectID _shownMessage; // that was sought in them; null for none
 };

@@ -21,9 +21,14 @@
 
 using namespace Qt::StringLiterals;
 
+VXSection::Info VXPhonesSection::info()
+{
+    return {.key = u"phones"_s, .title = VXText("Phones"), .icon = u"phone"_s};
+}
+
 VXPhonesSection::VXPhonesSection(QWidget *parent)
-    : VXSection(u"phones"_s, VXText("Phones"), u"phone"_s, parent), _column(new QVBoxLayout),
-      _stack(new QStackedWidget(this)), _nothing(new VXEmptyState(this))
+    : VXSection(info(), parent), _column(new QVBoxLayout), _stack(new QStackedWidget(this)),
+      _nothing(new VXEmptyState(this))
 {
     _nothing->setContents(
         u"phone-plus"_s, VXText("No phone yet"),

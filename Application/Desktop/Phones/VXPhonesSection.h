@@ -15,6 +15,7 @@ class VXPhonesSection : public VXSection
     Q_OBJECT
 
 public:
+    static Info info();
     explicit VXPhonesSection(QWidget *parent);
 
     /** Syncs all phones that can be used. */

@@ -35,10 +35,17 @@ public:
     }
 
 private:
+    // Without the details that others tell of it, in parentheses, it is one of a few texts.
+    static QString textOf(const QString &problem)
+    {
+        const QString reason = problem.section(u" ("_s, 0, 0);
+        return VXText(reason.toUtf8().constData()) + problem.sliced(reason.size());
+    }
+
     void fill()
     {
         const QString problem = _manager.service().problem();
-        _problem->setText(VXText("Hot keys do not work here: %1").arg(problem));
+        _problem->setText(VXText("Hot keys do not work here: %1").arg(textOf(problem)));
         _problem->setVisible(!problem.isEmpty());
         const auto hotKeys = _manager.hotKeys();
         for (auto each = hotKeys.cbegin(); each != hotKeys.cend(); ++each)

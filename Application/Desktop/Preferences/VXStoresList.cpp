@@ -4,7 +4,9 @@
 #include "VXDataPlugin.h"
 #include "VXDateText.h"
 #include "VXDesktopText.h"
+#include "VXNoticeBar.h"
 #include "VXPluginManager.h"
+#include "VXStoreImporting.h"
 #include "VXSymbol.h"
 #include "VXTextLabel.h"
 
@@ -32,7 +34,7 @@ QString textOfReason(const QString &reason)
 class StoresList : public QWidget
 {
 public:
-    StoresList() : _rows(new QVBoxLayout(this))
+    StoresList() : _rows(new QVBoxLayout(this)), _notices(new VXNoticeBar(this))
     {
         _rows->setContentsMargins(0, 0, 0, 0);
         _rows->setSpacing(8);
@@ -85,7 +87,7 @@ private:
     void showMenu(QToolButton &button, VXDataPlugin &plugin)
     {
         QMenu menu(&button);
-        menu.addAction(VXText("Import…"), this, [&plugin] { plugin.importStoreAction(); });
+        menu.addAction(VXText("Import…"), this, [this, &plugin] { import(plugin); });
         menu.addAction(VXText("Export…"), this, [&plugin] { plugin.exportStoreAction(); });
         menu.addSeparator();
         if (isOneWaiting(plugin))
@@ -100,6 +102,16 @@ private:
         if (earlier.isEmpty())
             menu.addAction(VXText("No earlier one is kept"))->setEnabled(false);
         menu.exec(button.mapToGlobal(button.rect().bottomLeft()));
+    }
+
+    void import(VXDataPlugin &plugin)
+    {
+        const VXPanelResult chosen =
+            VXApplication::sharedApplication().userInterface().runOpenPanel(plugin.importPanel());
+        if (!chosen.isOk())
+            return;
+        if (const QString outcome = VXImportStoreFile(plugin, chosen.path); !outcome.isEmpty())
+            _notices->showDone(outcome);
     }
 
     // The store is open: the earlier one takes its place when the program starts.
@@ -124,6 +136,7 @@ private:
     }
 
     QVBoxLayout *_rows;
+    VXNoticeBar *_notices;
 };
 
 } // namespace

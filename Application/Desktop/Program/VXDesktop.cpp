@@ -2,6 +2,7 @@
 
 #include "VXApplication.h"
 #include "VXContactsSection.h"
+#include "VXCrashNote.h"
 #include "VXDataManager.h"
 #include "VXDesktopInstance.h"
 #include "VXDesktopOpener.h"
@@ -42,6 +43,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 using namespace Qt::StringLiterals;
@@ -116,7 +118,10 @@ Options readOptions(const QStringList &arguments)
     QCommandLineParser parser;
     const QCommandLineOption home(u"home"_s, u"Keep all of the user's folders below DIR."_s, u"DIR"_s);
     const QCommandLineOption pictures(u"pictures"_s, u"Write pictures of the windows into DIR, and end."_s, u"DIR"_s);
-    parser.setApplicationDescription(u"Contacts, messages and calls, in step with your phones."_s);
+    parser.setApplicationDescription(
+        u"Contacts, messages and calls, in step with your phones.\n\n"
+        "What you keep lies in ~/.local/share/Vornix 2/Data ($XDG_DATA_HOME), a folder for each kind, and preferences\n"
+        "in ~/.config/Vornix 2 ($XDG_CONFIG_HOME)."_s);
     const QCommandLineOption theme(u"theme"_s, u"With --pictures: light or dark."_s, u"THEME"_s);
     const QCommandLineOption language(u"language"_s, u"With --pictures: en or de."_s, u"LANGUAGE"_s);
     QCommandLineOption untilShown(u"until-shown"_s, u"End as soon as the window is painted, to be measured."_s);
@@ -182,9 +187,11 @@ bool isFirstStart()
     return true;
 }
 
-int runWindow(const Options &options, VXDesktopInstance &instance)
+int runWindow(const Options &options, VXDesktopInstance &instance, const VXCrashNote &crash)
 {
+    auto pause = std::make_unique<VXStyleSheetPause>();
     VXMainWindow window;
+    pause.reset();
     follow(instance, window);
     if (!options.pictures.isNull()) {
         VXThemeManager &themes = VXThemeManager::sharedThemeManager();
@@ -196,8 +203,8 @@ int runWindow(const Options &options, VXDesktopInstance &instance)
         VXApplication::sharedApplication().terminate();
         return isDone ? 0 : 1;
     }
-    const VXTray tray(window);
-    const VXNewsNotices news(window);
+    std::optional<VXTray> tray;
+    std::optional<VXNewsNotices> news;
     VXApplication &application = VXApplication::sharedApplication();
     const VXSignalWatcher signals({SIGINT, SIGTERM}, [&](int) {
         QMetaObject::invokeMethod(
@@ -211,9 +218,13 @@ int runWindow(const Options &options, VXDesktopInstance &instance)
     QObject::connect(&window, &VXMainWindow::didShow, &window, [&] {
         if (options.endsWhenShown)
             return application.terminate();
+        tray.emplace(window);
+        news.emplace(window);
         connectToDesktop();
         VXDeviceRegistry::shared().makeKnownDevices();
         VXDesktopOpener(window).open(options.uris);
+        if (crash.before())
+            window.tellOfCrash(*crash.before());
         if (isFirstStart() && options.uris.isEmpty() && window.hasNothing())
             window.assist();
     });
@@ -223,13 +234,14 @@ int runWindow(const Options &options, VXDesktopInstance &instance)
 
 int runAmongPlugins(const Options &options, VXDesktopInstance &instance)
 {
+    const VXCrashNote crash;
     VXApplication &application = VXApplication::sharedApplication();
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
     application.setDidFinishLaunching(false);
     manager.startup();
     application.setDidFinishLaunching(true);
     // A store that could not be opened: the user was told.
-    const int status = application.isTerminating() ? 1 : runWindow(options, instance);
+    const int status = application.isTerminating() ? 1 : runWindow(options, instance, crash);
     QThreadPool::globalInstance()->waitForDone();
     manager.shutdown();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

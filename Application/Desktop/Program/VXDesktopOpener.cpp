@@ -10,6 +10,7 @@
 #include "VXPluginManager.h"
 #include "VXPluginProxy.h"
 #include "VXSearchIndex.h"
+#include "VXStoreImporting.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -106,7 +107,6 @@ void VXDesktopOpener::openFile(const QString &named, QStringList &cards)
         fail(VXText("“%1” is nothing that can be opened here.").arg(path), {});
 }
 
-// The plugin asks how, shows how far it is, and tells what went wrong.
 void VXDesktopOpener::importStore(const QString &path)
 {
     for (const VXPluginProxy *const proxy :
@@ -116,14 +116,8 @@ void VXDesktopOpener::importStore(const QString &path)
         auto &plugin = proxy->as<VXDataPlugin>("importStoreAction");
         if (!plugin.isValidStoreAtPath(path))
             continue;
-        const QString before = plugin.oldStore();
-        const bool isImported = plugin.importStoreAtPath(path);
-        if (isImported && plugin.hasSavedNothing())
-            _window.tellDone(
-                VXText("Nothing of “%1” was merged, as the plugin wants it.").arg(QFileInfo(path).fileName()));
-        else if (isImported && plugin.oldStore() != before && !plugin.oldStore().isNull())
-            _window.tellDone(VXText("“%1” was merged. What was there before lies in %2.")
-                                 .arg(QFileInfo(path).fileName(), plugin.oldStore()));
+        if (const QString outcome = VXImportStoreFile(plugin, path); !outcome.isEmpty())
+            _window.tellDone(outcome);
         return;
     }
     fail(VXText("“%1” is nothing that can be opened here.").arg(path),

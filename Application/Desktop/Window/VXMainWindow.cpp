@@ -5,12 +5,15 @@
 #include "VXAutomationsSection.h"
 #include "VXCallsSection.h"
 #include "VXContactsSection.h"
+#include "VXDataManager.h"
 #include "VXDesktopText.h"
 #include "VXDeviceAction.h"
 #include "VXFindWindow.h"
 #include "VXListPane.h"
 #include "VXLogWindow.h"
+#include "VXManagedObjectContext.h"
 #include "VXMessagesSection.h"
+#include "VXMessageStore.h"
 #include "VXNoticeBar.h"
 #include "VXPhonesSection.h"
 #include "VXPluginGuard.h"
@@ -23,6 +26,7 @@
 #include "VXUserDefaults.h"
 #include "VXWindowMemory.h"
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QMimeData>
 #include <QtCore/QTimer>
 #include <QtGui/QCloseEvent>
@@ -35,6 +39,17 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString sectionKey = u"desktop.section"_s; // the one shown last
+
+// Whatever the sections have read so far.
+bool isStoreEmpty(const QString &store, const QString &entity)
+{
+    const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(store);
+    if (!coordinator)
+        return true;
+    VXFetchRequest request(*coordinator->model().entityForName(entity));
+    request.limit = 1;
+    return VXManagedObjectContext(coordinator).countForFetchRequest(request).value_or(0) == 0;
+}
 
 void showWindow(QWidget &window)
 {
@@ -65,31 +80,70 @@ VXMainWindow::VXMainWindow() : _sidebar(new VXSidebar(this)), _pages(new QStacke
     column->addLayout(row, 1);
     column->addWidget(status);
     setCentralWidget(middle);
-    addSections();
+    addPlaces();
     makeMenus();
     VXRememberWindow(*this, u"main"_s, {1080, 720});
     connect(_sidebar, &QListWidget::currentRowChanged, this, &VXMainWindow::showSectionAt);
     const QString last = VXUserDefaults::standardUserDefaults().stringForKey(sectionKey);
-    showSection(section(last) != nullptr ? last : u"contacts"_s);
+    const auto isLast = [&last](const Place &place) { return place.info.key == last; };
+    showSection(std::ranges::any_of(_places, isLast) ? last : u"contacts"_s);
 }
 
 VXMainWindow::~VXMainWindow() = default;
 
-void VXMainWindow::addSections()
+void VXMainWindow::addPlaces()
 {
-    add(_phones = new VXPhonesSection(this));
-    add(_contacts = new VXContactsSection(this));
-    add(_messages = new VXMessagesSection(this));
-    add(new VXCallsSection(this));
-    add(new VXAutomationsSection(this));
+    addPlace<VXPhonesSection>();
+    addPlace<VXContactsSection>();
+    addPlace<VXMessagesSection>();
+    addPlace<VXCallsSection>();
+    addPlace<VXAutomationsSection>();
 }
 
-void VXMainWindow::add(VXSection *section)
+template <class Section>
+void VXMainWindow::addPlace()
 {
-    _sections.push_back(section);
+    const VXSection::Info info = Section::info();
+    _places.push_back({info, [this] { return new Section(_pages); }});
+    _sidebar->addPage(info.title, info.icon);
+}
+
+// -- Sections
+
+QList<VXSection *> VXMainWindow::sections() const
+{
+    QList<VXSection *> sections;
+    for (const Place &place : _places) {
+        if (place.section != nullptr)
+            sections.append(place.section);
+    }
+    return sections;
+}
+
+VXSection *VXMainWindow::section(const QString &key)
+{
+    const auto found = std::ranges::find(_places, key, [](const Place &place) { return place.info.key; });
+    return found == _places.end() ? nullptr : &make(*found);
+}
+
+template <class Section>
+Section &VXMainWindow::made()
+{
+    return static_cast<Section &>(*section(Section::info().key));
+}
+
+VXSection &VXMainWindow::make(Place &place)
+{
+    if (place.section != nullptr)
+        return *place.section;
+    VXSection *const section = place.section = place.make();
+    const int row = static_cast<int>(&place - _places.data());
     _pages->addWidget(section);
-    _sidebar->addSection(*section);
     _undo.addStack(&section->undoStack());
+    connect(section, &VXSection::badgeDidChange, this, [this, section, row] {
+        _sidebar->setBadge(row, section->badge());
+        Q_EMIT badgeDidChange();
+    });
     connect(section, &VXSection::wantsCall, this, &VXMainWindow::call);
     connect(section, &VXSection::wantsMessage, this, [this](const QStringList &parties) { writeMessage(parties); });
     connect(section, &VXSection::wantsContact, this, &VXMainWindow::showContact);
@@ -97,18 +151,24 @@ void VXMainWindow::add(VXSection *section)
         showSection(u"phones"_s);
         sync();
     });
-    connect(section, &VXSection::wantsPhone, this, [this] {
-        showSection(u"phones"_s);
-        _phones->makeNew();
-    });
+    connect(section, &VXSection::wantsPhone, this, &VXMainWindow::addPhone);
+    return *section;
 }
 
-// -- Sections
-
-VXSection *VXMainWindow::section(const QString &key) const
+// One at a time: what the user does comes between.
+void VXMainWindow::makeRest()
 {
-    const auto found = std::ranges::find(_sections, key, &VXSection::key);
-    return found == _sections.end() ? nullptr : *found;
+    const auto next = std::ranges::find_if(_places, [](const Place &place) { return place.section == nullptr; });
+    if (next == _places.end() || VXApplication::sharedApplication().isTerminating())
+        return;
+    make(*next);
+    QTimer::singleShot(0, this, &VXMainWindow::makeRest);
+}
+
+void VXMainWindow::addPhone()
+{
+    showSection(u"phones"_s);
+    made<VXPhonesSection>().makeNew();
 }
 
 VXSection *VXMainWindow::current() const
@@ -118,9 +178,9 @@ VXSection *VXMainWindow::current() const
 
 void VXMainWindow::showSection(const QString &key)
 {
-    const auto found = std::ranges::find(_sections, key, &VXSection::key);
-    if (found != _sections.end())
-        _sidebar->setCurrentRow(static_cast<int>(found - _sections.begin()));
+    const auto found = std::ranges::find(_places, key, [](const Place &place) { return place.info.key; });
+    if (found != _places.end())
+        _sidebar->setCurrentRow(static_cast<int>(found - _places.begin()));
 }
 
 void VXMainWindow::showSectionAt(int index)
@@ -129,8 +189,8 @@ void VXMainWindow::showSectionAt(int index)
         return;
     if (VXSection *const before = current())
         before->commit();
-    _pages->setCurrentIndex(index);
-    VXSection &now = *_sections[size_t(index)];
+    VXSection &now = make(_places[size_t(index)]);
+    _pages->setCurrentWidget(&now);
     _undo.setActiveStack(&now.undoStack());
     for (const auto &[action, task] : _tasks)
         action->setEnabled((now.tasks() & task) != 0);
@@ -174,12 +234,9 @@ void VXMainWindow::makeMenus()
     addAction(file, VXText("New &message"), Qt::CTRL | Qt::SHIFT | Qt::Key_N, [this] { writeMessage({}); });
     addAction(file, VXText("New &contact"), {}, [this] {
         showSection(u"contacts"_s);
-        _contacts->makeNew();
+        made<VXContactsSection>().makeNew();
     });
-    addAction(file, VXText("Add a &phone…"), {}, [this] {
-        showSection(u"phones"_s);
-        _phones->makeNew();
-    });
+    addAction(file, VXText("Add a &phone…"), {}, [this] { addPhone(); });
     file->addSeparator();
     addAction(file, VXText("&Sync phones"), Qt::Key_F5, [this] { sync(); });
     file->addSeparator();
@@ -212,10 +269,10 @@ void VXMainWindow::makeMenus()
 
     QMenu *const view = menuBar()->addMenu(VXText("&View"));
     int number = 0;
-    for (VXSection *const section : _sections) {
+    for (const Place &place : _places) {
         const QKeySequence keys(Qt::CTRL | Qt::Key(Qt::Key_1 + number++));
-        addAction(view, section->title(), keys, [this, section] {
-            showSection(section->key());
+        addAction(view, place.info.title, keys, [this, key = place.info.key] {
+            showSection(key);
             focusList();
         });
     }
@@ -246,10 +303,8 @@ void VXMainWindow::call(const QString &number)
     const VXDevicePlugin::Ptr device = VXDevicePlugin::defaultDeviceForKey(u"calls.device"_s);
     VXNoticeBar &notices = current()->notices();
     if (!device)
-        return notices.showProblem(VXText("There is no phone to call with."), VXText("Add a phone…"), [this] {
-            showSection(u"phones"_s);
-            _phones->makeNew();
-        });
+        return notices.showProblem(VXText("There is no phone to call with."), VXText("Add a phone…"),
+                                   [this] { addPhone(); });
     if (!device->actionNames().contains(u"dial"_s))
         return notices.showProblem(VXText("“%1” cannot dial.").arg(device->localizedDescription()));
     notices.showDone(VXText("Calling %1 with “%2”…").arg(number, device->localizedDescription()));
@@ -272,12 +327,22 @@ void VXMainWindow::execute(const QString &actionName, const QVariant &object, co
 
 void VXMainWindow::sync()
 {
-    _phones->sync();
+    made<VXPhonesSection>().sync();
 }
 
 void VXMainWindow::tellDone(const QString &text)
 {
     current()->notices().showDone(text);
+}
+
+void VXMainWindow::tellOfCrash(const QString &plugin)
+{
+    if (plugin.isEmpty())
+        return current()->notices().showProblem(VXText("Vornix ended suddenly the last time."), VXText("Log"),
+                                                [this] { openLog(); });
+    const QString name = QFileInfo(plugin).completeBaseName();
+    current()->notices().showProblem(VXText("The plugin “%1” crashed the last time, and Vornix with it.").arg(name),
+                                     VXText("Plugins"), [this] { openPreferences(u"plugins"_s); });
 }
 
 void VXMainWindow::activate()
@@ -302,28 +367,28 @@ void VXMainWindow::findEverywhere(const QString &words)
 
 bool VXMainWindow::showObject(const QUrl &uri)
 {
-    const auto found = std::ranges::find_if(_sections, [&uri](VXSection *each) { return each->showObject(uri); });
-    if (found != _sections.end())
-        showSection((*found)->key());
-    return found != _sections.end();
+    const auto found = std::ranges::find_if(_places, [&](Place &each) { return make(each).showObject(uri); });
+    if (found != _places.end())
+        showSection(found->info.key);
+    return found != _places.end();
 }
 
 void VXMainWindow::writeMessage(const QStringList &phonebookStrings, const QString &text)
 {
     showSection(u"messages"_s);
-    _messages->write(phonebookStrings, text);
+    made<VXMessagesSection>().write(phonebookStrings, text);
 }
 
 void VXMainWindow::showContact(const QString &phonebookString)
 {
     showSection(u"contacts"_s);
-    _contacts->showContact(phonebookString);
+    made<VXContactsSection>().showContact(phonebookString);
 }
 
 void VXMainWindow::importContacts(const QStringList &paths)
 {
     showSection(u"contacts"_s);
-    _contacts->importFiles(paths);
+    made<VXContactsSection>().importFiles(paths);
 }
 
 void VXMainWindow::openPreferences(const QString &page)
@@ -343,26 +408,24 @@ void VXMainWindow::openLog()
     showWindow(*window);
 }
 
-bool VXMainWindow::hasNothing() const
+bool VXMainWindow::hasNothing()
 {
-    return _phones->isEmpty() && _contacts->isEmpty() && _messages->isEmpty();
+    return made<VXPhonesSection>().isEmpty() && isStoreEmpty(u"phonebook"_s, u"VXPerson"_s) &&
+           isStoreEmpty(VXMessageStore::storeName, VXMessageStore::entityName);
 }
 
 void VXMainWindow::assist()
 {
     auto *const assistant = new VXAssistant(this);
     assistant->setAttribute(Qt::WA_DeleteOnClose);
-    connect(assistant, &VXAssistant::wantsPhone, this, [this] {
-        showSection(u"phones"_s);
-        _phones->makeNew();
-    });
+    connect(assistant, &VXAssistant::wantsPhone, this, &VXMainWindow::addPhone);
     connect(assistant, &VXAssistant::wantsContacts, this, [this] {
         showSection(u"contacts"_s);
-        _contacts->importItems();
+        made<VXContactsSection>().importItems();
     });
     connect(assistant, &VXAssistant::wantsMessages, this, [this] {
         showSection(u"messages"_s);
-        _messages->importItems();
+        made<VXMessagesSection>().importItems();
     });
     assistant->open();
 }
@@ -372,8 +435,9 @@ void VXMainWindow::assist()
 // False when something that is being edited can not be put away, and the user would rather not lose it.
 bool VXMainWindow::commit()
 {
-    const auto unsaved = std::ranges::find_if_not(_sections, &VXSection::commit);
-    if (unsaved == _sections.end())
+    const QList<VXSection *> all = sections();
+    const auto unsaved = std::ranges::find_if_not(all, &VXSection::commit);
+    if (unsaved == all.end())
         return true;
     showSection((*unsaved)->key());
     activate();
@@ -395,7 +459,7 @@ void VXMainWindow::quit()
 void VXMainWindow::closeEvent(QCloseEvent *event)
 {
     if (VXTray::keepsRunning()) {
-        std::ranges::for_each(_sections, &VXSection::commit);
+        std::ranges::for_each(sections(), &VXSection::commit);
         return QMainWindow::closeEvent(event);
     }
     event->ignore(); // the application ends the window
@@ -419,6 +483,10 @@ void VXMainWindow::dropEvent(QDropEvent *event)
 void VXMainWindow::paintEvent(QPaintEvent *event)
 {
     QMainWindow::paintEvent(event);
-    if (!std::exchange(_hasPainted, true))
-        QTimer::singleShot(0, this, &VXMainWindow::didShow);
+    if (std::exchange(_hasPainted, true))
+        return;
+    QTimer::singleShot(0, this, [this] {
+        Q_EMIT didShow();
+        makeRest();
+    });
 }

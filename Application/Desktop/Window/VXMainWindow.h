@@ -6,15 +6,14 @@
 #include <QtGui/QUndoGroup>
 #include <QtWidgets/QMainWindow>
 
+#include <functional>
 #include <vector>
 
 class QStackedWidget;
-class VXContactsSection;
-class VXMessagesSection;
-class VXPhonesSection;
 class VXSidebar;
 
-/** The program's window: sections at the side, the chosen one beside them, running work below. Main thread. */
+/** The program's window: sections at the side, the chosen one beside them, running work below. A section is made when it is shown
+ *  or asked for; the others one after the other soon after the window is painted. Main thread. */
 class VXMainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -23,8 +22,10 @@ public:
     VXMainWindow();
     ~VXMainWindow() override;
 
-    const std::vector<VXSection *> &sections() const { return _sections; }
-    VXSection *section(const QString &key) const;
+    /** Those that are made. */
+    QList<VXSection *> sections() const;
+    /** Made, if need be; nullptr for none. */
+    VXSection *section(const QString &key);
     void showSection(const QString &key);
     /** Shows the window in front of others. */
     void activate();
@@ -34,8 +35,12 @@ public:
     void execute(const QString &action, const QVariant &object, const VXDevicePlugin::Ptr &phone,
                  const QString &failure, const std::function<void()> &tryAgain = {});
     void sync();
+    /** Asks for a phone to add. */
+    void addPhone();
     /** Below the section that is shown. */
     void tellDone(const QString &text);
+    /** That the run before ended so; `plugin`: the bundle whose code it was in, empty when it was none's. */
+    void tellOfCrash(const QString &plugin);
     void writeMessage(const QStringList &phonebookStrings, const QString &text = {});
     void showContact(const QString &phonebookString);
     /** A contact, a message in its conversation, a call, by the URI of the stored object; false when there is none. */
@@ -47,7 +52,7 @@ public:
     void openPreferences(const QString &page = {});
     void openLog();
     /** No phone, no contact and no message. */
-    bool hasNothing() const;
+    bool hasNothing();
     /** The assistant of the first start, when there is nothing yet. */
     void assist();
     /** Ends the program, unless the user would rather go on with what could not be saved. */
@@ -56,6 +61,8 @@ public:
 Q_SIGNALS:
     /** Once, after the first section was painted. */
     void didShow();
+    /** Of some section; also when it was made with something to be looked at. */
+    void badgeDidChange();
     /** Files were dropped on the window. */
     void wantsOpen(const QStringList &uris);
 
@@ -68,9 +75,21 @@ protected:
 private:
     using QMainWindow::addAction;
 
+    struct Place
+    {
+        VXSection::Info info = {};
+        std::function<VXSection *()> make = {};
+        VXSection *section = nullptr; // none until it is made
+    };
+
     bool commit();
-    void addSections();
-    void add(VXSection *section);
+    void addPlaces();
+    template <class Section>
+    void addPlace();
+    template <class Section>
+    Section &made();
+    VXSection &make(Place &place);
+    void makeRest();
     void makeMenus();
     QAction *addAction(QMenu *menu, const QString &title, const QKeySequence &keys,
                        const std::function<void()> &perform);
@@ -80,10 +99,7 @@ private:
 
     VXSidebar *_sidebar;
     QStackedWidget *_pages;
-    std::vector<VXSection *> _sections;
-    VXContactsSection *_contacts = nullptr;
-    VXMessagesSection *_messages = nullptr;
-    VXPhonesSection *_phones = nullptr;
+    std::vector<Place> _places;
     QUndoGroup _undo;
     std::vector<std::pair<QAction *, VXSection::Task>> _tasks; // of the section that is shown
     bool _hasPainted = false;

@@ -10,11 +10,10 @@
 
 using namespace Qt::StringLiterals;
 
-VXSection::VXSection(const QString &key, const QString &title, const QString &icon, QWidget *parent)
-    : QWidget(parent), _key(key), _title(title), _icon(icon), _notices(new VXNoticeBar(this))
+VXSection::VXSection(const Info &info, QWidget *parent) : QWidget(parent), _info(info), _notices(new VXNoticeBar(this))
 {
-    setObjectName(key);
-    setAccessibleName(title);
+    setObjectName(info.key);
+    setAccessibleName(info.title);
 }
 
 void VXSection::setBadge(int count)
@@ -31,7 +30,7 @@ void VXSection::showBeside(QWidget *list, QWidget *detail)
     split->addWidget(detail);
     split->setStretchFactor(1, 1);
     split->setSizes({320, 640});
-    split->setAutosaveName(_key);
+    split->setAutosaveName(key());
     auto *const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->addWidget(split);

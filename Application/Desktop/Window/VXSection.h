@@ -14,12 +14,17 @@ class VXSection : public QWidget
     Q_OBJECT
 
 public:
-    /** `icon`: one of the kit's; `key`: what preferences of the section begin with. */
-    VXSection(const QString &key, const QString &title, const QString &icon, QWidget *parent);
+    struct Info
+    {
+        QString key = {}; // what preferences of the section begin with
+        QString title = {};
+        QString icon = {}; // one of the kit's
+    };
 
-    const QString &key() const { return _key; }
-    const QString &title() const { return _title; }
-    const QString &icon() const { return _icon; }
+    VXSection(const Info &info, QWidget *parent);
+
+    const QString &key() const { return _info.key; }
+    const QString &title() const { return _info.title; }
     /** What is to be looked at, as unread messages: shown beside the section's name. */
     int badge() const { return _badge; }
     /** What people can undo here. */
@@ -64,9 +69,7 @@ protected:
                                          QStringView entity);
 
 private:
-    const QString _key;
-    const QString _title;
-    const QString _icon;
+    const Info _info;
     int _badge = 0;
     QUndoStack _undoStack;
     VXNoticeBar *_notices;

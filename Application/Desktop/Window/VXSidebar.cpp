@@ -1,7 +1,6 @@
 #include "VXSidebar.h"
 
 #include "VXDesktopText.h"
-#include "VXSection.h"
 #include "VXSymbol.h"
 #include "VXThemeManager.h"
 
@@ -82,7 +81,6 @@ VXSidebar::VXSidebar(QWidget *parent) : QListWidget(parent)
     setFixedWidth(barWidth);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setProperty("vxSurface", u"sidebar"_s);
-    setStyleSheet(u"QListWidget { padding-top: 8px; }"_s);
 }
 
 QListWidgetItem *VXSidebar::addPage(const QString &title, const QString &icon)
@@ -92,14 +90,9 @@ QListWidgetItem *VXSidebar::addPage(const QString &title, const QString &icon)
     return item;
 }
 
-void VXSidebar::addSection(VXSection &section)
+void VXSidebar::setBadge(int row, int badge)
 {
-    QListWidgetItem *const item = addPage(section.title(), section.icon());
-    const auto update = [item, &section] {
-        item->setData(BadgeRole, section.badge());
-        item->setData(Qt::AccessibleTextRole,
-                      section.badge() == 0 ? section.title() : u"%1, %2"_s.arg(section.title()).arg(section.badge()));
-    };
-    update();
-    connect(&section, &VXSection::badgeDidChange, this, update);
+    QListWidgetItem *const page = item(row);
+    page->setData(BadgeRole, badge);
+    page->setData(Qt::AccessibleTextRole, badge == 0 ? page->text() : u"%1, %2"_s.arg(page->text()).arg(badge));
 }

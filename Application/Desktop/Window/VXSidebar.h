@@ -2,18 +2,17 @@
 
 #include <QtWidgets/QListWidget>
 
-class VXSection;
-
-/** The names of a window's sections, with what each has to be looked at. */
+/** The names of a window's pages, with what each has to be looked at. */
 class VXSidebar : public QListWidget
 {
     Q_OBJECT
 
 public:
     explicit VXSidebar(QWidget *parent);
-    void addSection(VXSection &section);
     /** `icon`: by name (VXSymbol). */
     QListWidgetItem *addPage(const QString &title, const QString &icon);
+    /** What there is to be looked at, beside the name of a page; 0 for nothing. */
+    void setBadge(int row, int badge);
 
 private:
     class Delegate;

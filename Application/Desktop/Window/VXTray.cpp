@@ -29,8 +29,7 @@ VXTray::VXTray(VXMainWindow &window)
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
             window.activate();
     });
-    for (const VXSection *const section : window.sections())
-        connect(section, &VXSection::badgeDidChange, this, &VXTray::updateText);
+    connect(&window, &VXMainWindow::badgeDidChange, this, &VXTray::updateText);
     updateText();
     _icon->show();
 }

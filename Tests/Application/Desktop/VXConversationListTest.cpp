@@ -2,6 +2,7 @@
 #include "MessageDataConstants.h"
 #include "VXConversationKey.h"
 #include "VXDesktopTesting.h"
+#include "VXMessagesOverview.h"
 #include "VXMessageText.h"
 #include "VXRowDelegate.h"
 #include "VXStoreListModel.h"
@@ -33,6 +34,7 @@ protected:
         for (const Message &each : added) {
             VXMessageRecord record;
             record.text = each.text;
+            record.state = VXMessageRecord::State::Unread;
             record.date = each.date;
             record.direction = VXRecordDirection::Incoming;
             record.from = u"<+1 555 %1>"_s.arg(each.party, 4, 10, QChar(u'0'));
@@ -47,8 +49,11 @@ protected:
     {
         QList<Message> found = messages;
         found.removeIf([&](const Message &each) {
-            return !each.text.contains(text, Qt::CaseInsensitive) ||
-                   (folder.isNull() ? each.folder == VXTrashFolder : each.folder != folder);
+            const QString all = u"%1 555%2"_s.arg(each.text).arg(each.party, 4, 10, QChar(u'0'));
+            const QStringList words = text.split(u' ');
+            return !std::ranges::all_of(words, [&all](const QString &word) {
+                return all.contains(word, Qt::CaseInsensitive);
+            }) || (folder.isNull() ? each.folder == VXTrashFolder : each.folder != folder);
         });
         sort(found);
         QSet<int> known;
@@ -103,14 +108,20 @@ TEST_F(VXConversationListTest, findsWhatHasTheTextWhateverWasTypedBefore)
     add(added);
     VXManagedObjectContext context(store.coordinator());
     const VXManagedObjectID inbox = VXFetchRootFolder(VXInboxFolder, &context)->objectID();
-    for (const QString &typed : {u"e"_s, u"ze"_s, u"zebra, 1"_s, u"ze"_s, u"b"_s, u"be, 119"_s, u"no such"_s}) {
+    for (const QString &typed : {u"e"_s, u"ze"_s, u"zebra, 1"_s, u"ze"_s, u"b"_s, u"119 be,"_s, u"no such"_s}) {
         list.setSearch(typed);
         EXPECT_EQ(shown(), expected(typed, {})) << typed.toStdString();
     }
-    for (const QString &typed : {u"zeb"_s, u"zebra, 1"_s}) {
+    for (const QString &typed : {u"zeb"_s, u"1 zebra,"_s}) {
         list.setSearch(typed, inbox);
         EXPECT_EQ(shown(), expected(typed, VXInboxFolder)) << typed.toStdString();
     }
+    for (const QString &typed : {u"+1555000"_s, u"+15550007"_s}) { // not among what had the shorter one
+        list.setSearch(typed);
+        EXPECT_EQ(shown().isEmpty(), typed.size() < 9);
+    }
+    EXPECT_EQ(VXReadMessagesOverview(store).unread,
+              std::ranges::count_if(added, [](const Message &each) { return each.folder != VXTrashFolder; }));
     list.setSearch(u"zebra"_s);
     add({{u"One more zebra"_s, 99, first.addYears(1), VXInboxFolder}}); // where it was looked already
     EXPECT_TRUE(VXRunUntil([&] { return list.rowOfConversation(VXConversationKey(u"<+1 555 0099>"_s)) == 0; }));

@@ -27,16 +27,19 @@ VXDesktopTest::~VXDesktopTest()
     VXPluginManager::sharedPluginManager().shutdown();
 }
 
-QString VXDesktopTest::insert(const QString &store, const QString &entity, const QVariantMap &values)
+QString VXDesktopTest::insertAll(const QString &store, const QString &entity, const QList<QVariantMap> &objects)
 {
     const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(store);
     VXManagedObjectContext context(coordinator);
-    const VXManagedObjectPtr object = context.insertNewObject(entity);
-    if (entity == VXMessageStore::entityName)
-        object->setValueForKey(QVariant::fromValue(VXMessageStore(coordinator).folders(context)->constFirst()),
-                               u"folder"_s);
-    for (const auto &[key, value] : values.asKeyValueRange())
-        object->setValueForKey(value, key);
+    VXManagedObjectPtr object;
+    for (const QVariantMap &values : objects) {
+        object = context.insertNewObject(entity);
+        if (entity == VXMessageStore::entityName)
+            object->setValueForKey(QVariant::fromValue(VXMessageStore(coordinator).folders(context)->constFirst()),
+                                   u"folder"_s);
+        for (const auto &[key, value] : values.asKeyValueRange())
+            object->setValueForKey(value, key);
+    }
     VXError error;
     EXPECT_TRUE(context.save(&error)) << error.description().toStdString();
     const QUrl uri = object->objectID().uriRepresentation();

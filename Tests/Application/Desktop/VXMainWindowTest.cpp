@@ -3,6 +3,8 @@
 #include "VXApplication.h"
 #include "VXContactForm.h"
 #include "VXContactMergeView.h"
+#include "VXConversationView.h"
+#include "VXCrashNote.h"
 #include "VXDataManager.h"
 #include "VXDataPlugin.h"
 #include "VXDesktopOpener.h"
@@ -40,7 +42,7 @@ using namespace Qt::StringLiterals;
 class VXMainWindowTest : public VXDesktopTest
 {
 protected:
-    static bool shows(const VXMainWindow &window, const QString &section, const QString &text)
+    static bool shows(VXMainWindow &window, const QString &section, const QString &text)
     {
         const auto labels = window.section(section)->findChildren<QLabel *>();
         return window.section(section)->isVisible() && std::ranges::any_of(labels, [&text](const QLabel *label) {
@@ -102,15 +104,32 @@ TEST_F(VXMainWindowTest, whatTheDesktopsSearchFoundIsShown)
         {u"calls"_s, u"0198"_s,
          insert(u"calls"_s, u"VXCall"_s, {{u"from"_s, u"<+15550198>"_s}, {u"direction"_s, 1}, {u"date"_s, longAgo}})},
     };
-    for (int i = 1; i < 200; ++i) // a page and more before it
-        insert(u"calls"_s, u"VXCall"_s,
-               {{u"from"_s, u"<+15550100>"_s}, {u"direction"_s, 1}, {u"date"_s, longAgo.addSecs(i)}});
+    QList<QVariantMap> calls; // a page and more before it; the first one at the same time
+    QList<QVariantMap> messages;
+    for (int i = 0; i < 200; ++i) {
+        calls.append({{u"from"_s, u"<+15550100>"_s}, {u"direction"_s, 1}, {u"date"_s, longAgo.addSecs(i)}});
+        messages.append({{u"text"_s, u"And then"_s},
+                         {u"from"_s, u"<+15550199>"_s},
+                         {u"direction"_s, 1},
+                         {u"date"_s, longAgo.addSecs(i + 1)}});
+    }
+    insertAll(u"calls"_s, u"VXCall"_s, calls);
+    insertAll(u"messages"_s, u"VXMessage"_s, messages);
     VXMainWindow window;
     window.show();
     for (const auto &row : table) {
         VXDesktopOpener(window).open({row.url});
         EXPECT_TRUE(VXRunUntil([&] { return shows(window, row.section, row.text); })) << row.url.toStdString();
     }
+    window.showSection(u"messages"_s);
+    const QListView &bubbles = *window.findChild<VXConversationView *>()->findChild<QListView *>();
+    const auto isOnScreen = [&] {
+        const QModelIndex index = bubbles.currentIndex();
+        return index.data().toString().contains(u"Hello"_s) &&
+               bubbles.viewport()->rect().contains(bubbles.visualRect(index).center());
+    };
+    EXPECT_TRUE(VXRunUntil(isOnScreen));
+    EXPECT_GT(bubbles.model()->rowCount(), 200);
 }
 
 TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
@@ -328,9 +347,29 @@ TEST_F(VXMainWindowTest, whatWasBeingTypedIsThereAfterASuddenEnd)
 TEST_F(VXMainWindowTest, phonesThatAnotherProgramAddsAndForgetsAreFollowed)
 {
     VXMainWindow window;
-    const auto &section = *window.findChild<VXPhonesSection *>();
+    const auto &section = dynamic_cast<VXPhonesSection &>(*window.section(u"phones"_s));
     for (const QVariantList &phones : {QVariantList{u"fixture://phone/1"_s}, QVariantList()}) {
         VXUserDefaults::standardUserDefaults().setObject(phones, u"devices21"_s); // as the watch of the file does
         EXPECT_TRUE(VXRunUntil([&] { return section.isEmpty() == phones.isEmpty(); }));
     }
+}
+
+TEST_F(VXMainWindowTest, aCrashIsToldOfAtTheNextStartAndOnce)
+{
+    EXPECT_EXIT(
+        {
+            const VXCrashNote note;
+            std::raise(SIGSEGV);
+        },
+        testing::KilledBySignal(SIGSEGV), "the program crashed");
+    struct sigaction before = {};
+    ::sigaction(SIGSEGV, nullptr, &before);
+    const VXCrashNote note;
+    EXPECT_EQ(note.before(), QString());
+    EXPECT_FALSE(VXCrashNote().before());
+    VXMainWindow window;
+    window.tellOfCrash(u"/plugins/Broken.vxplugin"_s);
+    EXPECT_TRUE(window.sections().constFirst()->notices().text().contains(u"Broken"_s));
+    for (const int signal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT})
+        ::sigaction(signal, &before, nullptr);
 }

@@ -33,7 +33,13 @@ TEST_F(VXStoreExportTest, ExportsAsItIsOrValidatedAndTrashesWhatWasThere)
         EXPECT_EQ(QFileInfo::exists(path(name + "/folder/inside.txt"_L1)), !validates);
         EXPECT_EQ(readFile(trash(name + "/was"_L1)), "there");
     }
+    EXPECT_EQ(user->progressWindows().size(), 3U); // with that of the import
     EXPECT_EQ(user->progressWindows().back()->title, u"Exporting notes data file..."_s);
+    user->cancelNextProgressWindow();
+    user->answerSavePanel(path(u"plain.vxdatastore"_s), false);
+    notesPlugin().exportStoreAction();
+    EXPECT_EQ(user->errors().size(), 1U);
+    EXPECT_EQ(contentsOfStore(path(u"plain.vxdatastore"_s)), before); // of the time before
     EXPECT_EQ(QDir(path()).entryList({u".vornix-new*"_s}, QDir::AllEntries | QDir::Hidden), QStringList());
     EXPECT_EQ(readFile(path(u".new.project/mine.txt"_s)), "the user's own");
     VXError error;
