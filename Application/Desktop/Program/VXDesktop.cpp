@@ -20,6 +20,7 @@
 #include "VXInitializeInterface.h"
 #include "VXInterface.h"
 #include "VXMainWindow.h"
+#include "VXMetaDataRemoval.h"
 #include "VXMetaDataState.h"
 #include "VXNewsNotices.h"
 #include "VXPersistentStore.h"
@@ -28,6 +29,7 @@
 #include "VXSignalWatcher.h"
 #include "VXThemeManager.h"
 #include "VXTray.h"
+#include "VXUnsearchedMirrors.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QCommandLineParser>
@@ -187,6 +189,14 @@ bool isFirstStart()
     return true;
 }
 
+void removeUnsearchedMirrors()
+{
+    QThreadPool::globalInstance()->start([identifiers = VXUnsearchedMirrors()] {
+        for (const QString &identifier : identifiers)
+            static_cast<void>(VXMetaDataRemoval::remove(identifier));
+    });
+}
+
 int runWindow(const Options &options, VXDesktopInstance &instance, const VXCrashNote &crash)
 {
     auto pause = std::make_unique<VXStyleSheetPause>();
@@ -222,6 +232,7 @@ int runWindow(const Options &options, VXDesktopInstance &instance, const VXCrash
         news.emplace(window);
         connectToDesktop();
         VXDeviceRegistry::shared().makeKnownDevices();
+        removeUnsearchedMirrors();
         VXDesktopOpener(window).open(options.uris);
         if (crash.before())
             window.tellOfCrash(*crash.before());
