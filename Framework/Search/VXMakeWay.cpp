@@ -8,7 +8,7 @@
 
 namespace {
 
-// `type`: what may stay there.
+// `type`: the type of file that may stay at the path.
 bool makeWay(const QString &path, mode_t type)
 {
     struct stat status = {};

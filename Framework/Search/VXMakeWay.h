@@ -3,9 +3,10 @@
 #include <QtCore/QString>
 
 /**
- * For a file that is to be written there: a link goes, as it leads to where others may read; a folder, or whatever else is no
- * file, is somebody's own, and goes to the trash. False when that stays, which is logged.
+ * Clears the way for a file that is to be written at the path. A symbolic link is removed, since it may lead to where
+ * others can read. A folder, or anything else that is no regular file, belongs to somebody and goes to the trash.
+ * Returns false, and logs, when the obstacle could not be moved.
  */
 [[nodiscard]] bool VXMakeWayForFile(const QString &path);
-/** The same for a folder: of what else is there only a link goes, the rest to the trash. */
+/** The same for a folder: a symbolic link is removed, anything else that is no folder goes to the trash. */
 [[nodiscard]] bool VXMakeWayForFolder(const QString &path);

@@ -19,7 +19,7 @@ QString lockPath()
 
 void VXMetaDataKeeper::begin()
 {
-    // Shared, as there may be several. Who asks whether there is one holds it for a moment.
+    // Shared, as there may be several keepers. isElsewhere() takes the lock for a moment to find out.
     static const auto lock = [] {
         VXMakePrivateFolder(VXFileManager::defaultManager().pathToUserMetadataFolder());
         return std::make_unique<VXFileLock>(lockPath(), 1s, VXFileLock::Mode::Shared);

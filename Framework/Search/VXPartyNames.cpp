@@ -16,7 +16,8 @@ namespace {
 
 constexpr qint64 mostCandidates = 100;
 
-// How well a contact with these words stands for a number, as look-ups go by it: its country first, then what is known of it.
+// How well a contact with these words fits a number, ranked as in look-ups: by country first, then by how much is known
+// of the contact.
 double scoreOf(const QString &text, qint64 known, const QString &number, const QString &digits)
 {
     constexpr double sameCountry = 1e6;
@@ -34,7 +35,7 @@ double scoreOf(const QString &text, qint64 known, const QString &number, const Q
 
 } // namespace
 
-// As the contact is called that stands for it best.
+// The name of the contact that fits the number best.
 QString VXPartyNames::contactOf(const QString &number, const QString &recordedName)
 {
     const QString digits = VXSearchEntries::reversedSearchString(number);
@@ -47,7 +48,7 @@ QString VXPartyNames::contactOf(const QString &number, const QString &recordedNa
     statement.bindText(1, digits);
     statement.bindNumber(2, VXSearchEntries::undated);
     statement.bindNumber(3, mostCandidates);
-    constexpr double sameName = 1e9; // before all else
+    constexpr double sameName = 1e9; // outweighs everything else
     const QString wanted = VXSearchTerms::folded(recordedName);
     QString name;
     for (auto best = -std::numeric_limits<double>::infinity(); statement.step() == VXSQLiteStatement::Step::Row;) {

@@ -9,19 +9,22 @@
 
 class VXSQLiteConnection;
 
-/** What the parties of records are called: by the contacts of the index as they are called now. For one search. */
+/**
+ * Names the parties of records (messages, calls) by the present names of the contacts in the index. To be used for one
+ * search.
+ */
 class VXPartyNames
 {
 public:
     explicit VXPartyNames(VXSQLiteConnection &connection) : _connection(connection) {}
 
-    /** Makes its title of its parties, if it has some: what the contact is called now who has the number, else the recorded name,
-     *  else the number as people write it. */
+    /** Makes the object's title of its parties, if it has any: the present name of the contact who has the number, else
+     *  the recorded name, else the number in readable form. */
     void nameParties(VXFoundObject *object);
 
 private:
     QString nameOf(const VXFoundParty &party);
-    /** Null for a number that no contact has; of several one is preferred that is called as was recorded. */
+    /** Null for a number that no contact has. If several have it, one whose name is the recorded one is preferred. */
     QString contactOf(const QString &number, const QString &recordedName);
 
     VXSQLiteConnection &_connection;

@@ -14,33 +14,37 @@
 class VXSQLiteConnection;
 class VXSQLiteStatement;
 
-/** Puts entries into the search index, with their words and numbers, and takes them out. Within a transaction of the caller's. */
+/**
+ * Inserts entries, with their words and numbers, into the search index, and removes them. The caller provides the
+ * transaction.
+ */
 class VXSearchEntries
 {
 public:
     explicit VXSearchEntries(VXSQLiteConnection &connection) : _connection(connection) {}
 
-    /** `folder`: its number in the index. Of several changes with one name the last one counts. */
+    /** `folder`: its number in the index. If several changes have the same name, the last one counts. */
     bool apply(qint64 folder, const QList<VXSearchIndex::Change> &changes, VXError *error);
-    /** Whether it is there as the change would put it, with its numbers. None on failure. */
+    /** Whether the entry is in the index as the change would insert it, numbers included. None on failure. */
     std::optional<bool> has(qint64 folder, const VXSearchIndex::Change &change, VXError *error);
-    /** All of that folder. */
+    /** Removes all entries of that folder. */
     bool takeOutAll(const QString &folder, VXError *error);
 
-    static constexpr qint64 undated = qint64(1) << 62; // IDs of what has no date begin here
-    /** Numbers are kept so: those with the same end begin alike. In ASCII digits. Empty for what has no digits. */
+    static constexpr qint64 undated = qint64(1) << 62; // IDs of entries without date begin here
+    /** The digits of a number, in ASCII and reversed, as the index stores them: numbers with the same end have the same
+     *  prefix. Empty if there are no digits. */
     static QString reversedSearchString(const QString &number);
     static QString reversed(const QString &digits);
 
 private:
     struct Due
     {
-        qint64 place; // its ID, or where free ones are looked for; of a file that is gone, nothing
+        qint64 place; // the entry's ID, or where to look for a free one; unused for a file that is gone
         const VXSearchIndex::Change *change;
     };
     using Dues = std::vector<Due>;
     static Dues inOrder(const QList<VXSearchIndex::Change> &changes);
-    /** Of those that are new; the others are left. */
+    /** Inserts those that are new and removes them from `dues`; leaves the others there. */
     bool insertNew(qint64 folder, Dues *dues, VXError *error);
     bool replace(qint64 folder, const Dues &dues, VXError *error);
     bool takeOut(qint64 folder, const Dues &dues, VXError *error);

@@ -11,13 +11,13 @@
 
 using namespace Qt::StringLiterals;
 
-// Records have the number of their party, and perhaps a name of that time. Whose it is now, is seen when somebody searches: so it
-// is true however often contacts change, and no record has to be written again for it.
+// Records have their party's number, and perhaps the name it had at that time. Whose number it is now is looked up
+// during the search: so the result is right however often contacts change, and no record has to be written again.
 
 namespace {
 
-constexpr qsizetype mostContacts = 10'000; // of a word, and of all; a step in the index for each number of theirs
-constexpr int mostGroups = 64; // of contacts that are found by the same words; a search in the index for each
+constexpr qsizetype mostContacts = 10'000; // per word and in total; each of their numbers takes a look-up
+constexpr int mostGroups = 64;             // of contacts found by the same words; each takes a search
 
 QString jsonOf(const QList<qint64> &numbers)
 {
@@ -59,7 +59,7 @@ bool VXSearchQuery::contactsWith(const QStringList &words, QList<qint64> *contac
     return addNumbersIn(statement, contacts, error);
 }
 
-// By which of the words each contact is found, the first word being the lowest bit; those with the most words first.
+// Contacts with the words each is found by (the first word is the lowest bit), those with the most words first.
 std::optional<QList<VXSearchQuery::FoundContact>> VXSearchQuery::contactsWithAny(const QStringList &words,
                                                                                  VXError *error)
 {
@@ -104,7 +104,7 @@ std::optional<QStringList> VXSearchQuery::numbersOf(const QList<qint64> &entries
     return std::nullopt;
 }
 
-// Of records in no order those that are wanted at most.
+// Keeps only as many records as are wanted, the latest ones. `records` may be in any order.
 void VXSearchQuery::keepLatest(QList<qint64> *records) const
 {
     if (records->size() <= most())
@@ -114,7 +114,7 @@ void VXSearchQuery::keepLatest(QList<qint64> *records) const
     records->erase(end, records->end());
 }
 
-// The latest records of each number. `records` is in no order, and has more than are wanted when there are several numbers.
+// The latest records of each number, in no order; with several numbers there are more than are wanted.
 bool VXSearchQuery::recordsOfNumbers(const QStringList &numbers, QList<qint64> *records, VXError *error)
 {
     VXSQLiteStatement statement = _connection.statement(
@@ -153,7 +153,7 @@ bool VXSearchQuery::recordsOfNumbersWith(const QStringList &words, const QString
     return addNumbersIn(statement, records, error);
 }
 
-// Which of the words a record has, as bits: what is in no record a contact must have.
+// The words that occur in any record, as bits: the other words have to be a contact's.
 std::optional<quint32> VXSearchQuery::wordsOfRecords(const QStringList &words, VXError *error)
 {
     VXSQLiteStatement statement = _connection.statement(

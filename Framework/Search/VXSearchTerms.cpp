@@ -22,7 +22,7 @@ bool isASCII(const QString &text)
     return std::ranges::all_of(text, [](QChar each) { return each.unicode() < 0x80; });
 }
 
-// As people type what Unicode does not take apart; empty for what is no letter, but stands within words.
+// How people type letters that Unicode does not decompose; empty for characters within words that are no letters.
 std::optional<QStringView> spelling(QChar letter)
 {
     switch (letter.toCaseFolded().unicode()) {
@@ -45,7 +45,7 @@ std::optional<QStringView> spelling(QChar letter)
         return u"th";
     case u'ı':
         return u"i";
-    case 0x02bc: // apostrophes, of which the first is a letter to Unicode
+    case 0x02bc: // apostrophes; Unicode takes the first for a letter
     case 0x2018:
     case 0x2019:
     case 0x00b4:
@@ -54,16 +54,16 @@ std::optional<QStringView> spelling(QChar letter)
     case 0x2010: // hyphens
     case 0x2011:
         return u"-";
-    case 0x0649: // alef maksura, which is yeh without its dots
+    case 0x0649: // alef maksura: yeh without its dots
     case 0x06cc: // yeh of Persian and Urdu
         return u"\u064a";
     case 0x06a9: // keheh
         return u"\u0643";
-    case 0x0629: // teh marbuta, which is heh with dots
+    case 0x0629: // teh marbuta: heh with dots
     case 0x06c1: // heh of Urdu
         return u"\u0647";
     case 0x00ad: // soft hyphen
-    case 0x0640: // lengthens Arabic words
+    case 0x0640: // tatweel, which lengthens Arabic words
         return u"";
     default:
         return std::nullopt;
@@ -75,7 +75,7 @@ bool isJoint(QChar each)
     return each == u'\'' || each == u'-';
 }
 
-// "ONeill" for "O'Neill"; null for what has no letters on both sides of one.
+// "ONeill" for "O'Neill"; null for words without an apostrophe or hyphen between letters.
 QString withoutJoints(const QString &word)
 {
     const auto joins = [&word](qsizetype at) {
@@ -92,7 +92,7 @@ QString withoutJoints(const QString &word)
     return joined;
 }
 
-// Of the text as it is folded.
+// `text` is folded.
 QStringList jointlessWords(const QString &text)
 {
     QStringList words;
@@ -109,7 +109,7 @@ QStringList jointlessWords(const QString &text)
     return words;
 }
 
-// Whose words have no blanks between them.
+// Whether the letter's script puts no blanks between words.
 bool isUnspaced(char32_t letter)
 {
     switch (QChar::script(letter)) {
@@ -132,7 +132,7 @@ QStringList partsOf(const QString &text)
     return QString(text).replace(QChar(0), u' ').split(space, Qt::SkipEmptyParts);
 }
 
-// Those that have a letter or digit: the others are no words to the index.
+// Folds the words, and drops those without a letter or digit, which the index does not take for words.
 QStringList wordsOf(QStringList words)
 {
     std::ranges::transform(words, words.begin(), VXSearchTerms::folded);
@@ -143,11 +143,11 @@ QStringList wordsOf(QStringList words)
     return words;
 }
 
-/** Where a piece of a text ends that begins at `from`: before a letter that nothing before it can be one with. */
+/** The end of the piece of text that begins at `from`: before a character that cannot combine with those before it. */
 qsizetype endOfPiece(const QString &text, qsizetype from)
 {
     constexpr qsizetype usualSize = 1000;
-    constexpr char16_t firstPartOfSyllable = 0x1160; // of Korean ones, but those they begin with
+    constexpr char16_t firstPartOfSyllable = 0x1160; // of Korean ones, except those that begin a syllable
     constexpr char16_t lastPartOfSyllable = 0x11ff;
     qsizetype end = std::min(from + usualSize, text.size());
     const auto belongsToWhatIsBefore = [](QChar each) {
@@ -183,7 +183,7 @@ QString foldedPiece(const QString &text)
     return result;
 }
 
-// Also with the blanks and hyphens that pages have.
+// Also with the kinds of blanks and hyphens that web pages use.
 bool isOfNumber(const QString &text)
 {
     static const QRegularExpression number(u"^[-+0-9\\s\\p{Pd}()/.*#]+$"_s,
@@ -197,7 +197,8 @@ QString digitsOf(const QString &text)
     return digits.size() >= fewestDigits ? digits : QString();
 }
 
-// A number without what links, lists and this program write around it: "tel:+34600", "<+34600>,", "600/m". Else the part itself.
+// The number without what links, lists and this program write around it: "tel:+34600", "<+34600>,", "600/m". Otherwise
+// the part itself.
 QString bareNumber(const QString &part)
 {
     static const QRegularExpression around(u"^[<\",;]*(?:(?:tel|sms|smsto|callto):)?|(?<=[0-9])(?:/[a-z]+)?[>\",;]*$"_s,
@@ -226,7 +227,7 @@ VXSearchTerms::VXSearchTerms(const QString &text)
         _problem = u"These are too many words to search for: %1, of at most %2."_s.arg(_words.size()).arg(mostWords);
 }
 
-// Digits with blanks between them are one number in the first reading, and each a number or a word in the second.
+// Digits separated by blanks are one number in the first reading, and each a number or a word in the second.
 void VXSearchTerms::read(const QString &text)
 {
     const QStringList parts = partsOf(text);
@@ -256,7 +257,7 @@ void VXSearchTerms::read(const QString &text)
         }
     }
     endRun();
-    const bool isOneNumber = joined.words.isEmpty(); // which is looked for by the digits of the whole
+    const bool isOneNumber = joined.words.isEmpty(); // found by digits() of the whole text
     for (Reading *const reading : {&joined, &apart}) {
         reading->words = wordsOf(reading->words);
         const bool isKnown = reading == &joined ? isOneNumber : parts.size() < 2;
@@ -265,10 +266,10 @@ void VXSearchTerms::read(const QString &text)
     }
 }
 
-// Qt normalizes a text in time that grows with the square of its length.
+// In pieces, because the time that Qt takes to normalize a text grows with the square of its length.
 QString VXSearchTerms::folded(const QString &text)
 {
-    if (isASCII(text)) // whose case the index overlooks
+    if (isASCII(text)) // the index ignores case
         return text;
     QString result;
     result.reserve(text.size());
@@ -301,7 +302,7 @@ QString VXSearchTerms::withPlainDigits(const QString &text)
     return plain;
 }
 
-// Each word in quotes, so that nothing in it is taken for an operator.
+// Quotes each word, so that nothing in it is taken for an operator.
 QString VXSearchTerms::expression(const QStringList &words, Match match, const QString &kind)
 {
     const auto quoted = [match](QString word) {
