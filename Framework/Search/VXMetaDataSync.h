@@ -162,7 +162,7 @@ private:
     void noteSaved(const VXNotification &notification, const ObjectIDs &toldAnew);
     std::chrono::milliseconds delay() const;
     void runDuePass();
-    /** Mirrors what is saved meanwhile. */
+    /** Sleeps until then, but mirrors what is saved meanwhile. */
     void sleepUntil(Clock::time_point time);
     void mirrorSavedObjects();
     void waitForWorker(Clock::time_point deadline);
