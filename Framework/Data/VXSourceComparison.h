@@ -21,7 +21,7 @@ class VXStoreMigration;
 class VXSourceComparison
 {
 public:
-    /** Whether a property of the old model is looked at. */
+    /** Whether a property of the old model is compared. */
     using Filter = std::function<bool(const VXPropertyDescription &old)>;
 
     VXSourceComparison(VXStoreMigration &run, const VXManagedObjectContext &made, const Filter &filter);
