@@ -5,13 +5,13 @@
 #include <QtCore/QSet>
 #include <QtCore/QVariant>
 
-/** The elements of a long list in a predicate: whether a text or a whole number is among them takes no walk over all. */
+/** The elements of a long list in a predicate: finds texts and integers without going through all elements. */
 class VXConstantSet
 {
 public:
     VXConstantSet(const QVariantList &elements, VXTextOptions options);
 
-    /** Whether an element equals the value, as VXEqualValues has it, texts compared with the options. */
+    /** Whether an element equals the value in the sense of VXEqualValues, with texts compared by the options. */
     bool contains(const QVariant &value) const;
 
 private:
