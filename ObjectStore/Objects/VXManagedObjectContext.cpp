@@ -60,7 +60,7 @@ void VXManagedObjectContext::forget(const ObjectPtr &object)
 
 void VXManagedObjectContext::forgetAll()
 {
-    QList<ObjectPtr> held; // until none leads to another any more
+    QList<ObjectPtr> held; // keeps all alive until none refers to another
     if (_objects.size() > 0) {
         held.reserve(_objects.size());
         _objects.forEach([&held](VXManagedObject *object) { held.append(ObjectPtr(object)); });
@@ -268,7 +268,7 @@ void VXManagedObjectContext::processPendingChanges()
         }
         if (std::exchange(object->_isRefreshed, false))
             _refreshed.remove(object.get());
-        object = nullptr; // while it is at hand: there may be many
+        object = nullptr; // released early, as there may be many
     }
     for (VXManagedObject *const object : std::exchange(_refreshed, {})) {
         object->_isRefreshed = false;
@@ -280,7 +280,7 @@ void VXManagedObjectContext::processPendingChanges()
                                                               {VXRefreshedObjectsKey, refreshed}});
 }
 
-// Of the lists, those that are not empty.
+// Leaves out empty lists.
 void VXManagedObjectContext::post(VXNotificationName name, const QMap<QString, QList<ObjectPtr>> &lists)
 {
     VXNotificationCenter &center = VXNotificationCenter::defaultCenter();

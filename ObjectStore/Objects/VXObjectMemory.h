@@ -3,8 +3,9 @@
 #include <cstddef>
 
 /**
- * Memory of managed objects, which come and go by the thousand: those that a thread makes one after the other share a page, which
- * is given back with the last of them, by whatever thread. One object that is held on to keeps a page of 4 KiB.
+ * Memory for managed objects, which are made and destroyed by the thousand: objects made in succession by a thread
+ * share a page, which is freed with the last of them, by any thread. So a single object that is kept may occupy a page
+ * of 4 KiB.
  */
 namespace VXObjectMemory {
 
