@@ -27,7 +27,7 @@ VXSQLiteConnectionPool::Lease VXSQLiteConnectionPool::borrow(VXError *error)
     }
     std::unique_ptr<VXSQLiteConnection> made =
         VXSQLiteConnection::open(_path, _access, _busyTimeout, _executions, error);
-    // What is written through these need not outlast a power cut by itself: see VXSQLiteStore::reserveNumbers.
+    // What these connections write need not survive a power cut by itself: see VXSQLiteStore::reserveNumbers.
     if (made && !made->execute(u"PRAGMA synchronous = NORMAL"_s, error))
         made.reset();
     return {made.release(), Return{this}};
@@ -35,7 +35,7 @@ VXSQLiteConnectionPool::Lease VXSQLiteConnectionPool::borrow(VXError *error)
 
 void VXSQLiteConnectionPool::giveBack(VXSQLiteConnection *connection)
 {
-    std::unique_ptr<VXSQLiteConnection> returned(connection); // closed without the lock
+    std::unique_ptr<VXSQLiteConnection> returned(connection); // closed after the lock is released
     const VXMutexLocker lock(_lock);
     if (_idle.size() < maximumIdle && !_isClosed)
         _idle.push_back(std::move(returned));
@@ -43,7 +43,7 @@ void VXSQLiteConnectionPool::giveBack(VXSQLiteConnection *connection)
 
 void VXSQLiteConnectionPool::close()
 {
-    std::vector<std::unique_ptr<VXSQLiteConnection>> closed; // without the lock
+    std::vector<std::unique_ptr<VXSQLiteConnection>> closed; // closed after the lock is released
     const VXMutexLocker lock(_lock);
     _isClosed = true;
     std::swap(closed, _idle);

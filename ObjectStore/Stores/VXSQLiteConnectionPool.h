@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-/** Connections to one file, each borrowed by one thread at a time, so that readers run side by side. Any thread. */
+/** Connections to one file, each lent to one thread at a time, so that readers run in parallel. Any thread. */
 class VXSQLiteConnectionPool
 {
 public:
@@ -16,7 +16,7 @@ public:
     {
     }
 
-    /** Before the first connection is borrowed. */
+    /** To be called before the first connection is borrowed. */
     void setAccess(VXSQLiteConnection::Access access) { _access = access; }
 
     struct Return
@@ -25,9 +25,9 @@ public:
         void operator()(VXSQLiteConnection *connection) const { pool->giveBack(connection); }
     };
     using Lease = std::unique_ptr<VXSQLiteConnection, Return>;
-    /** Opens one more when all are in use. @return null on failure. */
+    /** Opens another connection when all are in use. @return null on failure. */
     Lease borrow(VXError *error);
-    /** Lends no more. Those that are lent are closed when they come back. */
+    /** Lends no more connections. Those that are lent are closed when they are returned. */
     void close();
 
 private:
@@ -39,5 +39,5 @@ private:
     VXSQLiteConnection::Access _access = VXSQLiteConnection::Access::Read;
     VXMutex _lock;
     bool _isClosed VX_GUARDED_BY(_lock) = false;
-    std::vector<std::unique_ptr<VXSQLiteConnection>> _idle VX_GUARDED_BY(_lock); // the one used last at the end
+    std::vector<std::unique_ptr<VXSQLiteConnection>> _idle VX_GUARDED_BY(_lock); // the one used last is last
 };

@@ -14,9 +14,9 @@ using Step = VXSQLiteStatement::Step;
 
 namespace {
 
-constexpr int pieceSize = 20'000; // rows of one statement
-constexpr int stepsOfRow = 4;     // of SQLite, which copies it as it lies
-constexpr int rowsAtOnce = 5'000; // of those, before progress is told of
+constexpr int pieceSize = 20'000; // rows per statement
+constexpr int stepsOfRow = 4;     // of SQLite, when it copies a row unchanged
+constexpr int rowsAtOnce = 5'000; // between reports of progress
 
 const QString ended = u"it was to end"_s;
 
@@ -25,7 +25,7 @@ VXSQLiteStore *asSQLite(VXPersistentStore &store)
     return store.type() == VXStoreType::SQLite ? static_cast<VXSQLiteStore *>(&store) : nullptr;
 }
 
-// The new file, with the old one beside it as "source". Null on failure.
+// Opens the new file, with the old one attached as "source". Null on failure.
 std::unique_ptr<VXSQLiteConnection> openBoth(const QString &source, const QString &destination, VXError *error)
 {
     auto connection = VXSQLiteConnection::open(destination, VXSQLiteConnection::Access::Write,
@@ -35,7 +35,7 @@ std::unique_ptr<VXSQLiteConnection> openBoth(const QString &source, const QStrin
     return isOpen ? std::move(connection) : nullptr;
 }
 
-/** Rows of a table of the old file, in the order of a column of numbers. */
+/** Rows of a table of the old file, ordered by a column of numbers. */
 struct Range
 {
     QString table;
@@ -45,19 +45,19 @@ struct Range
     qint64 last = -1;
 };
 
-/** A table of pairs, in both files. */
+/** A table of pairs in both files. */
 struct LinkPlan
 {
     Range from; // by Z_SOURCE
     QString to;
-    QString source; // the column of the new table that has what Z_SOURCE has in the old one
+    QString source; // the column of the new table for Z_SOURCE of the old one
     QString target;
     const VXRelationshipDescription *relationship;
 };
 
 } // namespace
 
-/** What is found out once, for copying and comparing. */
+/** What is determined once, for copying and comparing. */
 class VXStoreRowCopy::Plan
 {
 public:
@@ -100,7 +100,7 @@ private:
     VXSQLiteStore &_source;
     VXSQLiteStore &_destination;
     const Filter &_leavesOut;
-    std::vector<EntityPlan> _entities; // those that have objects
+    std::vector<EntityPlan> _entities; // entities that have objects
     QList<LinkPlan> _links;
 };
 
@@ -118,7 +118,7 @@ QString VXStoreRowCopy::obstacle(const Progress &progress)
     if (_source == nullptr || _destination == nullptr)
         return u"the stores are not both SQLite files"_s;
     if (VXSQLiteFile::accessForReaders(_source->path()) != VXSQLiteConnection::Access::Query)
-        return u"the old store lies where nothing can be written"_s; // nor can SQLite keep its locks there
+        return u"the old store lies where nothing can be written"_s; // SQLite cannot keep its locks there either
     auto plan = std::make_unique<Plan>(*_source, *_destination, _leavesOut);
     QString obstacle = plan->obstacle(progress, &_entities);
     if (obstacle.isNull())
@@ -149,7 +149,7 @@ bool VXStoreRowCopy::compare(const Progress &progress, QString *difference, VXEr
     return connection && _plan->compare(*connection, progress, difference, error);
 }
 
-// -- Finding out
+// -- Examination
 
 QString VXStoreRowCopy::Plan::obstacle(const Progress &progress, QList<Entity> *entities)
 {
@@ -177,7 +177,7 @@ QString VXStoreRowCopy::Plan::obstacle(const Progress &progress, QList<Entity> *
     return error ? error.description() : ended;
 }
 
-// The new store has given no numbers so far, so that objects can keep theirs.
+// Requires that the new store has given out no numbers, so that objects can keep theirs.
 QString VXStoreRowCopy::Plan::obstacleInDestination(VXSQLiteConnection &connection) const
 {
     QStringList hasAny{u"EXISTS (SELECT 1 FROM main.Z_PRIMARYKEY)"_s};
@@ -191,7 +191,7 @@ QString VXStoreRowCopy::Plan::obstacleInDestination(VXSQLiteConnection &connecti
     return {};
 }
 
-// All old rows are of entities there are, and were counted with these.
+// Requires that all old rows are of existing entities, and were counted with these.
 QString VXStoreRowCopy::Plan::obstacleInRows(VXSQLiteConnection &connection, const QList<Entity> &entities) const
 {
     QHash<const VXEntityDescription *, qint64> counts; // by root
@@ -244,7 +244,8 @@ QString VXStoreRowCopy::Plan::surveyEntity(VXSQLiteConnection &connection, const
     }
     entities->append(told);
     for (const QString &sql : {plan.rows.insertion(), plan.rows.comparison()}) {
-        if (told.count > 0 && !connection.statement(sql, &error)) // some models have more than SQL can say at once
+        // some models need more than SQL can express in a statement
+        if (told.count > 0 && !connection.statement(sql, &error))
             return error.description();
     }
     const QString obstacle = told.count > 0 ? obstacleInLists(connection, plan, progress) : QString();
@@ -314,7 +315,7 @@ qint64 VXStoreRowCopy::Plan::rowCount() const
     return count;
 }
 
-// The first one; null when there is none. Those of tables of pairs, and of rows as well.
+// Finds the first broken reference, null for none; in tables of pairs, and with `looksAtRows` in rows as well.
 bool VXStoreRowCopy::Plan::findBrokenReference(VXSQLiteStore &store, bool looksAtRows, const Progress &progress,
                                                QString *description, VXError *error)
 {
@@ -401,8 +402,8 @@ bool VXStoreRowCopy::Plan::copy(VXSQLiteConnection &connection, const Progress &
     return copyNumbers(connection, error);
 }
 
-// Where both tables are alike, and their rows mean the same, SQLite copies rows without looking into them. The versions of rows
-// then are the old ones.
+// If both tables are equal, and rows mean the same, SQLite copies rows without decoding them. Rows then keep their
+// versions.
 std::optional<bool> VXStoreRowCopy::Plan::isCopiedWhole(VXSQLiteConnection &connection, const VXEntityDescription &root,
                                                         VXError *error) const
 {
@@ -439,7 +440,7 @@ bool VXStoreRowCopy::Plan::copyWhole(VXSQLiteConnection &connection, const VXEnt
            progress(rest);
 }
 
-// No object gets a number that one of its family had before, be it gone by now.
+// So that no object gets a number that one of its family had before, even a deleted one.
 bool VXStoreRowCopy::Plan::copyNumbers(VXSQLiteConnection &connection, VXError *error) const
 {
     for (const VXEntityDescription *const root : _source.model().entities()) {
@@ -497,11 +498,12 @@ bool VXStoreRowCopy::Plan::compare(VXSQLiteConnection &connection, const Progres
         if (!difference->isNull())
             return true;
     }
-    // Rows lead where they led, to objects that were counted; pairs that are the same could lead to what was not copied.
+    // Rows refer to the same objects as before, which were counted; equal pairs could refer to objects that were not
+    // copied.
     return findBrokenReference(_destination, false, progress, difference, error);
 }
 
-// As many, and each of the old ones is there: none is twice in a table.
+// Compares the numbers of pairs, and finds each old pair in the new table; no table has duplicates.
 bool VXStoreRowCopy::Plan::compareLinks(VXSQLiteConnection &connection, const LinkPlan &link, const Progress &progress,
                                         QString *difference, VXError *error) const
 {

@@ -25,7 +25,7 @@ VXError writeError(const QString &path, const QString &reason)
     return VXObjectStoreError(Code::FileWrite, u"The store cannot be written."_s, reason, path);
 }
 
-// Carries the new contents to the disk, beside the file that they are to replace.
+// Writes the new contents, synced to disk, beside the file that they are to replace.
 bool writeBeside(VXAtomicFile &file, const QString &path, const QVariantMap &metadata, const VXRowTables &tables,
                  const VXManagedObjectModel &model, VXError *error)
 {
@@ -47,7 +47,7 @@ bool commitTo(VXAtomicFile &file, const QString &path, VXError *error)
 
 } // namespace
 
-/** The new file lies beside the old one; the commit puts it in its place. */
+/** The new file is beside the old one; the commit moves it to its place. */
 class VXXMLStore::Transaction final : public VXStoreTransaction
 {
 public:
@@ -120,7 +120,7 @@ bool VXXMLStore::create(VXError *error)
     const std::unique_ptr<VXFileLock> lock = lockFile(error);
     if (!lock)
         return false;
-    if (QFileInfo::exists(path())) // by another process, meanwhile
+    if (QFileInfo::exists(path())) // another process has made it meanwhile
         return true;
     VXAtomicFile file(path());
     return writeBeside(file, path(), initialMetadata(), {}, model(), error) && commitTo(file, path(), error);
@@ -228,7 +228,7 @@ std::unique_ptr<VXStoreTransaction> VXXMLStore::saveInTurn(WriterTurn turn, cons
     return transaction->prepare(request, error) ? std::move(transaction) : nullptr;
 }
 
-// With a save come all numbers given out so far, by whomever.
+// A save also stores all numbers given out so far, by any process.
 void VXXMLStore::raiseHighestNumbers(VXRowTables &tables, const VXFileLock &lock) const
 {
     const QMap<QByteArray, qint64> numbers = VXReservedNumbers(lock.file().number()).read();
@@ -245,7 +245,7 @@ bool VXXMLStore::copyTo(const QString &path, VXError *error)
         return false;
     }
     const VXMutexLocker lock(_fileLock);
-    const std::optional<Contents> contents = read(error); // as it lies there: a save replaces it at once
+    const std::optional<Contents> contents = read(error); // the present file: a save replaces it atomically
     VXAtomicFile file(path);
     return contents && writeBeside(file, path, contents->metadata, contents->tables, model(), error) &&
            commitTo(file, path, error);

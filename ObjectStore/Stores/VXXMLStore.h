@@ -5,15 +5,15 @@
 #include "VXRowTableStore.h"
 
 /**
- * A store in one XML file (docs/FORMATS.md), read whole and replaced whole by each save. Several processes may use it: what
- * one wrote, the others read before they go on.
+ * A store in one XML file (docs/FORMATS.md), which is read completely, and replaced by each save. Several processes may
+ * use it: each reads what another wrote before it continues.
  */
 class VXXMLStore final : public VXRowTableStore
 {
 public:
     VXXMLStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options);
 
-    /** Of a file that need not be open. @return empty on failure. */
+    /** For a file that need not be open. @return empty on failure. */
     static QVariantMap metadataOfFile(const QString &path, VXError *error);
 
     bool open(VXError *error) override;
@@ -43,7 +43,7 @@ private:
     QVariantMap writtenMetadata() const;
 
     const VXStoreOptions _options;
-    mutable VXMutex _fileLock;                      // held while the file is read or replaced; taken before the tables'
-    VXFileStamp _stamp VX_GUARDED_BY(_fileLock);    // of the file as it was read or written last
-    QVariantMap _metadata VX_GUARDED_BY(_fileLock); // as the file has it
+    mutable VXMutex _fileLock; // held while the file is read or replaced; to be taken before that of the tables
+    VXFileStamp _stamp VX_GUARDED_BY(_fileLock);    // of the file as last read or written
+    QVariantMap _metadata VX_GUARDED_BY(_fileLock); // as in the file
 };
