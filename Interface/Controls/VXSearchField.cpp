@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int restInterval = 50; // ms; nobody types for long with less between two letters
+constexpr int restInterval = 50; // ms; nobody keeps typing with shorter pauses
 constexpr int buttonWidth = 26;
 
 } // namespace
