@@ -12,9 +12,9 @@
 #include <optional>
 
 /**
- * Reads the rows of a query page by page, on the thread it lives on. The page behind one that was read begins where that
- * ended, by the value that rows are ordered by (a date or number of which no row has none). Of rows in another order the first
- * thousands are found once, with their number. Any other page is found by its offset.
+ * Reads the rows of a query page by page, on the thread it lives on. The page after one that was read is found by the
+ * value that rows are ordered by, if that is a date or number that every row has. For rows in another order, the first
+ * thousands are found once, along with the number of rows. Any other page is found by its offset.
  */
 class VXListReader : public QObject
 {
@@ -25,13 +25,13 @@ public:
 
     explicit VXListReader(VXListQuery query) : _query(std::move(query)) {}
 
-    /** How many rows there are, and forgets where pages begin. None, with an error, on failure. */
+    /** Counts the rows, and forgets where pages begin. None, with an error, on failure. */
     std::optional<qsizetype> count(VXError *error);
     /** The rows of a page; fewer than `pageSize` only at the end. */
     std::optional<QList<VXListRow>> page(qsizetype index, VXError *error);
 
 private:
-    /** Where a page begins: so many rows behind the first that has the value. */
+    /** Where a page begins: so many rows after the first one with the value. */
     struct Start
     {
         QVariant value;
@@ -49,7 +49,7 @@ private:
     const VXListQuery _query;
     QHash<qsizetype, Start> _starts; // of pages that follow one that was read
     std::optional<bool> _canSeek;
-    // The IDs of the first rows, and in which context.
+    // The first rows found, and their context.
     std::unique_ptr<VXManagedObjectContext> _context;
     std::optional<VXFetchResult> _first;
 };
