@@ -14,32 +14,32 @@ class VXDesktopAppearance;
 enum class VXThemeChoice { System, Light, Dark };
 
 /**
- * Gives all windows their look: colours, a style and one style sheet, light or dark, as the user chose or as the desktop says,
- * whose changes are followed while the program runs. A desktop that says nothing is followed by the brightness of the
- * palette that the program started with. Main thread only.
+ * Gives all windows their appearance: colours, a style and a style sheet, light or dark, as chosen by the user or the
+ * desktop, whose changes are followed while the program runs. If the desktop has no setting, the brightness of the
+ * palette at the start decides. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXThemeManager : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Made on first use, when the QApplication is there; applies the theme then. */
+    /** Made on first use, which requires the QApplication; applies the theme then. */
     static VXThemeManager &sharedThemeManager();
     ~VXThemeManager() override;
 
     VXThemeChoice choice() const;
-    /** Stores the choice and shows it at once. */
+    /** Stores the choice and applies it at once. */
     void setChoice(VXThemeChoice choice);
 
     bool isDark() const { return colors().isDark; }
-    /** Of the present theme. */
+    /** The colours of the present theme. */
     const VXThemeColors &colors() const { return *_colors; }
 
     /** The style sheet with its colours and drawings filled in. */
     static QString styleSheet(const VXThemeColors &colors);
 
 Q_SIGNALS:
-    /** After all windows have the new look; for what paints itself. */
+    /** Emitted when all windows have the new appearance; for widgets that paint themselves. */
     void themeDidChange();
 
 private:
