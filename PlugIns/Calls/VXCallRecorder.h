@@ -8,17 +8,18 @@
 #include <optional>
 
 /**
- * Writes calls into the history as events tell of them: one object for each call, from ringing over connected to ended. Events
- * of one call are known by the phone's "call_id", else by phone, parties and direction. Any thread. News that come while
- * another thread writes are left to that one: nobody waits, and no lock is held while a store is used.
+ * Writes calls into the history as events report them: one object for each call, from ringing through connected to
+ * ended. Events of the same call are recognised by the phone's "call_id", else by phone, parties and direction. Any
+ * thread. News that arrives while another thread is writing is left to that thread: nobody waits, and no lock is held
+ * while a store is used.
  */
 class VXCallRecorder
 {
 public:
-    /** The recorder holds the store open. */
+    /** The recorder keeps the store open. */
     explicit VXCallRecorder(const VXPersistentStoreCoordinator::Ptr &coordinator);
 
-    /** For observers of VXEventManagerWillPostEventNotification. Events that are about no call are ignored. */
+    /** For observers of VXEventManagerWillPostEventNotification. Events that are not about a call are ignored. */
     void eventWillBePosted(const VXNotification &notification);
 
 private:

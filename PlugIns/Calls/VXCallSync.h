@@ -6,8 +6,8 @@
 #include <QtCore/QHash>
 
 /**
- * Takes the calls of a phone's lists into the store, as the action "sync_calls". Those that are there already, from an earlier
- * time or because an event told of them, are left as they are. Main thread.
+ * Takes the calls of a phone's lists into the store, as the action "sync_calls". Calls that are already there, from an
+ * earlier sync or because an event reported them, are left as they are. Main thread.
  */
 class VXCallSync : public VXDeviceWork
 {
@@ -26,6 +26,6 @@ private:
     void finish(const VXError &error, const QStringList &problems);
 
     const VXCallStore _store;
-    QHash<QString, int> _undated; // how many of a list and number were met
+    QHash<QString, int> _undated; // how many were found, by list and number
     int _addedCount = 0;
 };

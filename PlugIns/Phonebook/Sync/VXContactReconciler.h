@@ -14,61 +14,64 @@
 class VXContactMatch;
 class VXContactWriter;
 
-/** Something that is to be done on a phone. */
+/** Something to be done on a phone. */
 struct VXPhoneChange
 {
-    QString name;                                       // of the person
-    QVariantMap object;                                 // of the action
-    std::optional<VXContactRecord> here = std::nullopt; // what is written, as it is here; none: it is to be deleted
-    VXManagedObjectPtr place;                           // until it is saved
-    VXManagedObjectID placeID = {};                     // from then on
+    QString name;       // of the person
+    QVariantMap object; // of the action
+    // what is written, as it is here; none: the contact is to be deleted
+    std::optional<VXContactRecord> here = std::nullopt;
+    VXManagedObjectPtr place;       // until it is saved
+    VXManagedObjectID placeID = {}; // from then on
 };
 
 /**
- * Brings the store "phonebook" into step with the contacts that a phone has, in one save that can be undone (VXContactHistory), and
- * tells what is to be changed on the phone. What both had when they last agreed is kept in the store (VXContactPlace), so
- * that it is known which of them has changed. For one reading; any one thread.
+ * Synchronises the store "phonebook" with the contacts that a phone has, in one save that can be undone
+ * (VXContactHistory), and tells what is to be changed on the phone. What both had when they last agreed is kept in the
+ * store (VXContactPlace), so that it is known which of them has changed. For one reading; on any one thread.
  */
 class VXContactReconciler
 {
 public:
-    /** `phone`: what the phone calls itself by, as its IMEI: what was known of others at that URL is left alone, and is there when
-     *  they come again. Null: it does not tell. */
+    /** `phone`: what identifies the phone, such as its IMEI. What is known of other phones at that URL is left alone,
+     *  and is there when they come back. Null: the phone does not tell. */
     VXContactReconciler(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &deviceURL,
                         const QString &deviceName, const QString &phone = {});
     ~VXContactReconciler();
 
-    /** Without, a phone that lost more than half of a memory's contacts, or is to lose them, is a question. */
+    /** Without this, a phone that lost more than half of a memory's contacts, or is about to lose them, leads to a
+     *  question. */
     void setAcceptsDeletions(bool flag) { _acceptsDeletions = flag; }
-    /** The phone was reset, or is another one: nothing that it lacks was deleted there. It is brought into step as one that was
-     * never seen, and then gets again what it had. */
+    /** The phone was reset, or is another one: what it lacks was not deleted there. It is synchronised like a phone
+     *  never seen before, and then gets back what it had. */
     void setIsNewPhone(bool flag) { _isNewPhone = flag; }
-    /** Also those that were never on the phone are to be put there. */
+    /** Contacts that were never on the phone are to be put there too. */
     void setAddsAll(bool flag) { _addsAll = flag; }
 
-    /** `isAll`: what is missing is not on the phone any more. False, with an error, when the store cannot be read or saved. */
+    /** `isAll`: what is missing is no longer on the phone. False, with an error, if the store cannot be read or saved.
+     *  */
     bool run(const QList<VXPhoneContact> &contacts, bool isAll, VXError *error);
 
     struct Outcome
     {
-        bool isOtherPhone = false; // others were known at that URL, and not this one
-        QString question = {};     // to be asked before anything is changed: nothing was; null for none
+        bool isOtherPhone = false; // other phones were known at that URL, but not this one
+        QString question = {};     // to be asked before anything is changed: nothing was changed yet; null for none
         QList<VXPhoneChange> changes = {};
-        QStringList added = {}; // the names of those that were added, changed and removed here
+        QStringList added = {}; // names of those added, changed and removed here
         QStringList changed = {};
         QStringList removed = {};
-        QStringList conflicts = {}; // what was changed at both, and what became of it: a sentence each
+        QStringList conflicts = {}; // what was changed on both sides, and what became of it: a sentence each
     };
-    /** After a run that worked. For any thread. */
+    /** After a successful run. For any thread. */
     const Outcome &outcome() const { return _outcome; }
 
 private:
-    /** A contact and the place that it has now; it may have been known before. */
+    /** A contact and its place now; the contact may have been known before. */
     struct Link
     {
         const VXPhoneContact *contact;
         VXContactPlace place = {};
-        bool wasKnown = false; // the place, from before its person was deleted here, or became another's
+        bool wasKnown = false; // the place was known before its person was deleted here, or became another's
     };
 
     bool reconcile(const VXContactPlaces &places, bool isAll, VXError *error);
@@ -103,7 +106,7 @@ private:
     bool _addsAll = false;
     VXManagedObjectContext _context;
     std::unique_ptr<VXContactWriter> _writer;
-    std::optional<VXFetchResult> _persons;        // who were known to be on the phone
+    std::optional<VXFetchResult> _persons;        // known to have been on the phone
     std::optional<VXContactChangeSet> _changeSet; // once there is something to change
     QSet<VXManagedObjectPtr> _noted;              // persons
     QList<Link> _links;

@@ -9,10 +9,10 @@
 #include <deque>
 
 /**
- * Brings the contacts of a phone and the store "phonebook" into step, as the action "sync_contacts". Its object may say
- * `acceptsDeletions`, `isNewPhone` and `addsAll` (VXContactReconciler). First what is on the phone comes here, in one save; then what
- * changed here is carried out there, and each step is noted; what the phone refuses is a problem once, and tried
- * again each time: a sync that is broken off can be repeated, and a second one
+ * Synchronises the contacts of a phone with the store "phonebook", as the action "sync_contacts". Its object may
+ * contain `acceptsDeletions`, `isNewPhone` and `addsAll` (VXContactReconciler). First, what is on the phone is taken
+ * over here, in one save. Then what changed here is carried out there, and each step is noted. What the phone refuses
+ * is reported as a problem once, but tried again each time. A sync that is broken off can be repeated, and a second one
  * changes nothing. Main thread, which waits for no store.
  */
 class VXContactSync : public VXDeviceWork
@@ -28,7 +28,7 @@ protected:
     void start() override;
 
 private:
-    /** What came of work on another thread. */
+    /** The outcome of work on another thread. */
     struct Reconciled
     {
         VXError error = {};
@@ -37,7 +37,7 @@ private:
     struct Refusal
     {
         VXError error = {};
-        bool isNews = false; // it is the first time
+        bool isNews = false; // it happened for the first time
     };
 
     void didRead(const VXDeviceAction &part);
@@ -55,6 +55,6 @@ private:
     VXContactReconciler::Outcome _outcome;  // once the phone was read
     std::deque<VXPhoneChange> _changes;     // left to be carried out
     QMap<QString, QStringList> _carriedOut; // names, by what was done on the phone
-    QStringList _refused;                   // names: again, as was told before
+    QStringList _refused;                   // names: refused again, as was already reported
     QStringList _problems;
 };
