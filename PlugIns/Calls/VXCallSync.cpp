@@ -26,7 +26,7 @@ void VXCallSync::didRead(const VXDeviceAction &part)
     const QVariantMap result = part.result().toMap();
     VXError error = part.error();
     VXManagedObjectContext context(_store.coordinator());
-    for (const QVariant &item : result.value(u"items"_s).toList()) { // also of a reading that ended early
+    for (const QVariant &item : result.value(u"items"_s).toList()) { // also from a reading that ended early
         if (VXError failure; !add(item.toMap(), context, &failure))
             return finish(failure, {});
     }
@@ -38,8 +38,8 @@ void VXCallSync::didRead(const VXDeviceAction &part)
     finish(error, result.value(u"problems"_s).toStringList());
 }
 
-// Some phones keep no times: of these a call is known by its list and number, and by how many such there are. It is dated when it
-// is first seen.
+// Some phones keep no times. Their calls are recognised by list and number, and by how many of the same there are. Such
+// a call is dated when it is first seen.
 bool VXCallSync::add(const QVariantMap &item, VXManagedObjectContext &context, VXError *error)
 {
     VXCallRecord record(item);

@@ -37,7 +37,8 @@ QStringList textsOf(const QList<PostalAddress> &addresses)
     return withoutNone(texts);
 }
 
-// Of the properties of its vCard that have no place of their own, those that say how the names sound or are sorted.
+// From the properties of its vCard that have no place of their own, those that say how the names are pronounced or
+// sorted.
 QStringList soundsOf(const VXContactRecord &contact)
 {
     QStringList sounds;
@@ -62,7 +63,8 @@ bool isWrittenTogether(const QString &name)
     return isOf(name, {QChar::Script_Hangul, QChar::Script_Han, QChar::Script_Hiragana, QChar::Script_Katakana});
 }
 
-// The family name has one syllable, or, in longer ones, perhaps two. (Chinese and Japanese words are found from any letter on.)
+// The family name has one syllable or, in longer names, perhaps two. (Chinese and Japanese words are found from any
+// letter on.)
 QStringList givenNamesIn(const QString &name)
 {
     constexpr qsizetype longestName = 5;
@@ -80,7 +82,7 @@ QStringList namesOf(const VXContactRecord &contact)
                                      contact.nameSuffix, contact.nickname});
     if (isWrittenTogether(contact.firstName) && isWrittenTogether(contact.lastName))
         names.append(contact.lastName + contact.firstName);
-    if (contact.firstName.isEmpty() != contact.lastName.isEmpty()) // the whole name in one field
+    if (contact.firstName.isEmpty() != contact.lastName.isEmpty()) // the whole name is in one field
         names += givenNamesIn(contact.firstName + contact.lastName);
     return names + soundsOf(contact);
 }

@@ -43,14 +43,15 @@ std::optional<QVariantMap> VXPerson::metaDataPlist() const
 {
     const VXContactRecord contact(QVariant::fromValue(VXManagedObjectPtr(const_cast<VXPerson *>(this))));
     QVariantMap metaData = VXContactMetaData(contact, valueForKey(u"displayString"_s).toString());
-    metaData.insert(u"VXInformativeValue"_s, qint64(VXPhonebookEntry::informativeValue(*this))); // whom look-ups prefer
+    // Look-ups prefer contacts with a higher value.
+    metaData.insert(u"VXInformativeValue"_s, qint64(VXPhonebookEntry::informativeValue(*this)));
     return metaData;
 }
 
 void VXPerson::ownDidChange()
 {
-    if (!isDeleted() && !isInserted()) // then it is asked itself
-        updateDate();                  // and by that it is now: once, however many there are
+    if (!isDeleted() && !isInserted()) // otherwise it is asked itself
+        updateDate();                  // which has it asked now: once, however many there are
 }
 
 void VXPerson::willSave()
@@ -59,7 +60,7 @@ void VXPerson::willSave()
         return;
     updateSortName();
     updateWords();
-    if (isInserted() || changedValues().keys() != QStringList{u"places"_s}) // which is no change of the contact
+    if (isInserted() || changedValues().keys() != QStringList{u"places"_s}) // that alone does not change the contact
         updateDate();
 }
 
@@ -111,7 +112,7 @@ void VXContactAddress::willSave()
         person->ownDidChange();
 }
 
-// Who comes or goes is changed itself.
+// Members that are added or removed are changed themselves.
 QList<VXManagedObjectID> VXContactGroup::objectsToldAnew() const
 {
     QList<VXManagedObjectID> members;

@@ -129,7 +129,7 @@ VXContactPlaces::VXContactPlaces(const QList<VXContactPlace> &places, const QLis
     match(name, [=](const Traits &a, const Traits &b) {
         return !a.name.isEmpty() && (shareAddress(a, b) || a.addresses.isEmpty() || b.addresses.isEmpty());
     });
-    // What was written, but is not known to be: the phone may have cut the name off.
+    // Contacts that were written, but not confirmed: the phone may have truncated the name.
     match(nothing, [=](const Traits &a, const Traits &b) { return a.location.isEmpty() && shareAddress(a, b); });
 }
 
@@ -149,7 +149,7 @@ VXContactPlaces::Traits VXContactPlaces::traitsOf(const QString &location, const
 void VXContactPlaces::match(const std::function<QByteArray(const Traits &)> &key, const Test &test)
 {
     QMultiHash<QByteArray, qsizetype> left;
-    for (qsizetype index = _known.size() - 1; index >= 0; --index) { // the last that is inserted is found first
+    for (qsizetype index = _known.size() - 1; index >= 0; --index) { // the last one inserted is found first
         if (_known[index].met == nullptr)
             left.insert(key(_knownTraits[index]), index);
     }

@@ -57,7 +57,7 @@ VXContactRecord asWrittenThere(VXContactRecord wanted, const VXContactRecord &th
     return wanted;
 }
 
-// What the action that changes it is told: what we know nothing of stays as it was read.
+// The object for the action that changes the contact: values that we do not know stay as they were read.
 QVariantMap objectFor(const VXPhoneContact &contact, const VXContactRecord &wanted)
 {
     QVariantMap object = contact.item;
@@ -88,7 +88,7 @@ bool VXContactReconciler::run(const QList<VXPhoneContact> &contacts, bool isAll,
     std::optional<QList<VXContactPlace>> known = saving.isHeld(error) ? readPlaces(error) : std::nullopt;
     if (!known)
         return false;
-    const bool isNew = _isNewPhone && isAll; // else it might be given twice what was not read
+    const bool isNew = _isNewPhone && isAll; // otherwise what was not read might be added twice
     const QList<Person> former = isNew ? forgetPlaces(*known) : QList<Person>();
     if (isNew)
         known->clear();
@@ -144,14 +144,14 @@ std::optional<QList<VXContactPlace>> VXContactReconciler::readPlaces(VXError *er
     all.predicate =
         VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(persons));
     all.prefetchedRelationships = contactRelationships;
-    _persons = _context.executeFetchRequest(all, error); // with all that is asked of them below
+    _persons = _context.executeFetchRequest(all, error); // with everything needed from them below
     if (!_persons)
         return std::nullopt;
     return places;
 }
 
-// A phone that was reset, that another card was put into, or that does not answer as it should, has not deleted its contacts; and a
-// store that lost them has not either.
+// A phone that was reset, got another card, or does not answer correctly has not deleted its contacts; nor has a store
+// that lost them.
 QString VXContactReconciler::questionAbout(const VXContactPlaces &places, bool isAll) const
 {
     struct Count
@@ -184,7 +184,7 @@ QString VXContactReconciler::questionAbout(const VXContactPlaces &places, bool i
     return {};
 }
 
-// First all that comes from the phone: a person may lie on it twice.
+// First everything that comes from the phone: a person may be on it twice.
 bool VXContactReconciler::reconcile(const VXContactPlaces &places, bool isAll, VXError *error)
 {
     QList<Link> links;
@@ -216,7 +216,7 @@ bool VXContactReconciler::reconcile(const VXContactPlaces &places, bool isAll, V
     if (!_phone.isEmpty()) {
         for (const VXContactPlaces::Known &known : places.known()) {
             if (!known.place.object()->isDeleted())
-                VXContactPlace(known.place).setPhone(_phone); // it may not have told before
+                VXContactPlace(known.place).setPhone(_phone); // the phone may not have told it before
         }
     }
     for (const VXContactPlaces::Known &known : places.known()) {
@@ -239,7 +239,7 @@ bool VXContactReconciler::link(const QList<Link> &links, VXError *error)
            std::ranges::all_of(links, [&](const Link &link) { return linkContact(link, match, error); });
 }
 
-// Whoever is here already is the same, and learns what the phone knows besides.
+// A person who is already here is the same, and gets what the phone knows in addition.
 bool VXContactReconciler::linkContact(Link link, VXContactMatch &match, VXError *error)
 {
     const VXContactRecord &contact = link.contact->contact;
@@ -286,7 +286,7 @@ bool VXContactReconciler::unite(const VXManagedObjectPtr &person, const VXContac
     return replace(person, both, error);
 }
 
-// What one card of a person has lost, another may have got at the same time.
+// What one card of a person has lost, another may have gained at the same time.
 bool VXContactReconciler::uniteCards(const QList<VXContactPlaces::Known> &kept, VXError *error)
 {
     QHash<Person, int> cards;
@@ -315,7 +315,7 @@ bool VXContactReconciler::uniteCards(const QList<VXContactPlaces::Known> &kept, 
 
 bool VXContactReconciler::takeOver(const VXContactPlaces::Known &known, VXError *error)
 {
-    if (known.place.location().isEmpty()) // what the phone has made of it was written by us
+    if (known.place.location().isEmpty()) // what the phone has made of our own change
         return true;
     const Person person = known.place.person();
     const VXContactRecord here = recordOf(person);
@@ -365,7 +365,7 @@ bool VXContactReconciler::applyAbsence(VXContactPlace place, VXError *error)
 
 // -- To the phone
 
-// What the phone is to have: what it has, with what changed here since both agreed.
+// What the phone should have: its present values, with what has changed here since both agreed.
 void VXContactReconciler::bringBack(const VXContactPlaces::Known &known)
 {
     VXContactPlace place = known.place;
@@ -376,7 +376,7 @@ void VXContactReconciler::bringBack(const VXContactPlaces::Known &known)
         place.forgetRefusal();
         return place.note(known.met->location, here, there);
     }
-    place.note(known.met->location, place.here(), there); // until it is done
+    place.note(known.met->location, place.here(), there); // until it has been carried out
     _outcome.changes.append(
         {.name = nameOf(here), .object = objectFor(*known.met, wanted), .here = here, .place = place.object()});
 }
@@ -397,7 +397,7 @@ void VXContactReconciler::put(VXContactPlace place)
     _outcome.changes.append({.name = nameOf(here), .object = here.map(), .here = here, .place = place.object()});
 }
 
-// @return whose they were.
+// @return the persons they belonged to.
 QList<Person> VXContactReconciler::forgetPlaces(const QList<VXContactPlace> &places)
 {
     QList<Person> persons;
@@ -418,7 +418,7 @@ bool VXContactReconciler::addAll(VXError *error)
     if (!persons)
         return false;
     for (const Person &person : *persons) {
-        const bool isOurs = !person->valueForKey(u"url_string"_s).isValid(); // and not supplied by a plugin
+        const bool isOurs = !person->valueForKey(u"url_string"_s).isValid(); // not supplied by a plugin
         if (isOurs && !hasPlace(person) && !recordOf(person).displayName().isEmpty())
             put(makePlace(person));
     }

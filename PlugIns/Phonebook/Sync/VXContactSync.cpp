@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Not all phones take texts of several lines, or with quotation marks. Whether anything changed.
+// Not all phones accept text with several lines or quotation marks. Returns whether anything changed.
 bool makePlain(QVariantMap &object)
 {
     bool isChanged = false;
@@ -28,7 +28,7 @@ bool makePlain(QVariantMap &object)
     return isChanged;
 }
 
-// As the result calls it.
+// The name of the change in the result.
 QString outcomeOf(const VXPhoneChange &change)
 {
     const bool wasThere = change.object.contains(u"expected"_s);
@@ -93,7 +93,8 @@ void VXContactSync::didReconcile(const Reconciled &reconciled)
         return finish();
     }
     for (const VXPhoneChange &change : std::as_const(_outcome.changes)) {
-        if (whole()->device()->actionNames().contains(actionOf(change))) // else the contact stays on the phone as it is
+        // Otherwise the contact stays as it is on the phone.
+        if (whole()->device()->actionNames().contains(actionOf(change)))
             _changes.push_back(change);
     }
     _outcome.changes.clear();
@@ -119,7 +120,7 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
         _changes.push_front(plain);
         return carryOutNext();
     }
-    if (!part.error().isNull() && isOver()) { // it stays to be done
+    if (!part.error().isNull() && isOver()) { // it still has to be done
         _problems.append(change.name + ": "_L1 + part.error().localizedDescription());
         return finish();
     }
@@ -140,7 +141,7 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
     compute([coordinator = _coordinator, change, result] { return note(coordinator, change, result); }, conclude);
 }
 
-// It stays to be done, but only the first time it is something to tell.
+// It still has to be done, but is reported only the first time.
 void VXContactSync::didFail(const VXPhoneChange &change, const VXError &why)
 {
     const auto conclude = [this, change, why](const Refusal &refusal) {
@@ -155,7 +156,7 @@ void VXContactSync::didFail(const VXPhoneChange &change, const VXError &why)
     compute([coordinator = _coordinator, change] { return noteRefusal(coordinator, change); }, conclude);
 }
 
-// Phones do not keep all that is written to them: what they made of it is what both agree on.
+// Phones do not keep everything that is written to them: what they made of it is what both sides agree on.
 VXError VXContactSync::note(const VXPersistentStoreCoordinator::Ptr &coordinator, const VXPhoneChange &change,
                             const QVariantMap &result)
 {
