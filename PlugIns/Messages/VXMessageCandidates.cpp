@@ -56,8 +56,8 @@ bool VXMessageCandidates::read(const QList<Subject> &subjects, VXManagedObjectCo
            readAtPlaces(subjects, context, error);
 }
 
-// For most subjects nothing is stored at their place. If something is, its date was unknown, or it was saved without
-// its conversation.
+// Nothing is stored at the place of a new message. In other cases the date was unknown, or the message was saved
+// without its conversation.
 bool VXMessageCandidates::readAtPlaces(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error)
 {
     QVariantList urls;

@@ -5,7 +5,10 @@
 #include <QtCore/QCache>
 #include <QtWidgets/QStyledItemDelegate>
 
-/** Draws messages as bubbles: those that came in at one side, one's own at the other; above the first of a day its date. */
+/**
+ * Draws messages as bubbles: incoming ones on one side, outgoing ones on the other; the date is above the first of a
+ * day.
+ */
 class VXBubbleDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -19,7 +22,7 @@ public:
                      const QModelIndex &index) override;
 
 Q_SIGNALS:
-    /** The state below one's own message was clicked: there is something to be done about it. */
+    /** The state below an outgoing message was clicked: something can be done about it. */
     void stateClicked(const QModelIndex &index);
 
 private:

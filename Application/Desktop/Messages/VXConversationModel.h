@@ -10,8 +10,10 @@
 
 class VXStoreWatch;
 
-/** The messages with one other party, oldest first: the newest 200, and 200 more above each time the top is reached, up to 5,000.
- *  Read on another thread. Main thread. */
+/**
+ * The messages exchanged with one other party, oldest first: the newest 200, and 200 more above each time the top is
+ * reached, up to 5,000. Read on another thread. Main thread.
+ */
 class VXConversationModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -23,7 +25,7 @@ public:
     VXConversationModel(const VXMessageStore &store, QObject *parent);
     ~VXConversationModel() override;
 
-    /** Of somebody with several addresses all of them. Empty shows nothing. */
+    /** For a person with several addresses, all of them. Empty shows nothing. */
     void setConversations(const QStringList &keys);
     const QStringList &conversations() const { return _keys; }
     const VXShownMessage &messageAt(int row) const { return _rows.at(row).shown; }
@@ -35,7 +37,7 @@ public:
     QVariant data(const QModelIndex &index, int role) const override;
 
 Q_SIGNALS:
-    /** The conversation is another one, or what was read is there. `added`: rows at the end that were not there before. */
+    /** The conversation has changed, or the result of a reading has arrived. `added`: new rows at the end. */
     void didRead(bool isOther, int added);
 
 private:

@@ -12,10 +12,10 @@
 #include <optional>
 
 /**
- * Looks for a text in messages, in what they say and in the other party as it was recorded and is called now (VXPartiesMeantBy),
- * from the newest on, a stretch of some thousand at a time: so
- * what is new shows early, and whoever wants something else need not wait. It keeps what it found in each stretch: a letter more is
- * looked for only among that. One thread at a time.
+ * Searches messages for a text: in their contents, and in the other party as it was recorded and as it is called now
+ * (VXPartiesMeantBy). It starts with the newest and goes through some thousand messages at a time, so new ones show up
+ * early, and nobody who wants something else has to wait. It keeps what it found in each stretch: if a letter is added
+ * to the text, only those are searched. One thread at a time.
  */
 class VXMessageScan
 {
@@ -23,26 +23,26 @@ public:
     enum class Finds { Messages, Conversations /* the newest message of each */ };
 
     /**
-     * Begins at the newest. Each condition is a part of the messages that an index has in the order of their dates; until forget() they
-     * are those of the first time. The context stays until end().
+     * Begins with the newest. Each condition selects a part of the messages that an index has in date order; until
+     * forget() is called, the conditions of the first time apply. The context must exist until end().
      */
     void begin(VXManagedObjectContext &context, const QList<VXPredicate> &conditions, const QString &text, Finds finds);
     void end();
     bool isAtEnd() const;
-    /** Looks through another stretch. @return what it found, if anything, older than all before. None on failure. */
+    /** Searches another stretch. @return what it found, if anything, all older than before. None on failure. */
     std::optional<QList<VXManagedObjectPtr>> next(VXError *error);
-    /** After messages have changed: what was found, and where. */
+    /** To be called after messages have changed: forgets what was found, and where. */
     void forget() { _parts.clear(); }
 
 private:
-    /** Messages of a part by their dates; the last one is of those without. */
+    /** Messages of a part by date; the last stretch is for those without a date. */
     struct Stretch
     {
         std::optional<QDateTime> before = {}; // none: from the newest on
         std::optional<QDateTime> oldest = {}; // none: to the end
         bool isDateless = false;
         VXPredicate dates() const;
-        QString text = {}; // that `found` has, or a party has of these
+        QString text = {}; // the text that everything in `found` contains, or that one of these parties contains
         QSet<QString> parties = {};
         std::optional<QList<VXManagedObjectID>> found = {};
     };
@@ -51,7 +51,7 @@ private:
         VXPredicate condition = {};
         QList<Stretch> stretches = {};
         qsizetype next = 0;
-        qint64 newest = std::numeric_limits<qint64>::max(); // of what is still to be looked through, in milliseconds
+        qint64 newest = std::numeric_limits<qint64>::max(); // in what is still to be searched, in milliseconds
         bool isDone() const { return next > 0 && next == stretches.size() && stretches.constLast().isDateless; }
     };
 
@@ -73,5 +73,5 @@ private:
     Finds _finds = Finds::Messages;
     QList<Part> _parts;
     Messages _held;       // newest first; other parts may have newer ones
-    QSet<QString> _known; // conversations that were found
+    QSet<QString> _known; // conversations already found
 };

@@ -5,7 +5,7 @@
 
 class VXListPane;
 
-/** Finds contacts, messages and calls at once, as "vornix search" does, while one types. */
+/** Finds contacts, messages and calls at once during typing, as "vornix search" does. */
 class VXFindWindow : public QDialog
 {
     Q_OBJECT
@@ -15,11 +15,11 @@ public:
     ~VXFindWindow() override;
 
     void find(const QString &words);
-    /** Ready for other words. */
+    /** Gets ready for new words. */
     void begin();
 
 Q_SIGNALS:
-    /** The user chose a stored object. */
+    /** The user has selected a stored object. */
     void chosen(const QUrl &uri);
 
 private:
@@ -31,6 +31,6 @@ private:
 
     Model *_model;
     VXListPane *_pane;
-    QString _words;      // that were searched for last: an answer to others comes too late
-    QString _shownWords; // whose answer is shown
+    QString _words;      // the last words searched for: an answer for others comes too late
+    QString _shownWords; // words whose answer is shown
 };

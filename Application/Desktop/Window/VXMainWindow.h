@@ -14,7 +14,7 @@ class VXMessagesSection;
 class VXPhonesSection;
 class VXSidebar;
 
-/** The program's window: sections at the side, the chosen one beside them, running work below. Main thread. */
+/** The program's window: sections at the side, the selected one beside them, running work below. Main thread. */
 class VXMainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -26,36 +26,37 @@ public:
     const std::vector<VXSection *> &sections() const { return _sections; }
     VXSection *section(const QString &key) const;
     void showSection(const QString &key);
-    /** Shows the window in front of others. */
+    /** Brings the window to the front. */
     void activate();
-    /** What other programs and other sections ask for. */
+    /** Requests of other programs and other sections. */
     void call(const QString &number);
-    /** Has a phone do something with an object, and tells when it could not: `failure`, with the reason in place of "%1". */
+    /** Has a phone do something with an object, and reports failures: `failure`, with the reason in place of "%1". */
     void execute(const QString &action, const QVariant &object, const VXDevicePlugin::Ptr &phone,
                  const QString &failure, const std::function<void()> &tryAgain = {});
     void sync();
-    /** Below the section that is shown. */
+    /** Shown below the current section. */
     void tellDone(const QString &text);
     void writeMessage(const QStringList &phonebookStrings, const QString &text = {});
     void showContact(const QString &phonebookString);
-    /** A contact, a message in its conversation, a call, by the URI of the stored object; false when there is none. */
+    /** Shows a contact, a message in its conversation, or a call, by the URI of the stored object; false if it does not
+     *  exist. */
     bool showObject(const QUrl &uri);
     void importContacts(const QStringList &paths);
-    /** Contacts, messages and calls at once. */
+    /** Searches contacts, messages and calls at once. */
     void findEverywhere();
     void openPreferences(const QString &page = {});
     void openLog();
-    /** No phone, no contact and no message. */
+    /** True if there is no phone, no contact and no message. */
     bool hasNothing() const;
-    /** The assistant of the first start, when there is nothing yet. */
+    /** Shows the assistant of the first start, if there is nothing yet. */
     void assist();
-    /** Ends the program, unless the user would rather go on with what could not be saved. */
+    /** Ends the program, unless the user prefers to continue because something could not be saved. */
     void quit();
 
 Q_SIGNALS:
-    /** Once, after the first section was painted. */
+    /** Emitted once, after the first section was painted. */
     void didShow();
-    /** Files were dropped on the window. */
+    /** Files were dropped onto the window. */
     void wantsOpen(const QStringList &uris);
 
 protected:
@@ -84,6 +85,6 @@ private:
     VXMessagesSection *_messages = nullptr;
     VXPhonesSection *_phones = nullptr;
     QUndoGroup _undo;
-    std::vector<std::pair<QAction *, VXSection::Task>> _tasks; // of the section that is shown
+    std::vector<std::pair<QAction *, VXSection::Task>> _tasks; // of the current section
     bool _hasPainted = false;
 };

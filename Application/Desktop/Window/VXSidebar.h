@@ -4,7 +4,7 @@
 
 class VXSection;
 
-/** The names of a window's sections, with what each has to be looked at. */
+/** The names of a window's sections, each with the number of things that need attention. */
 class VXSidebar : public QListWidget
 {
     Q_OBJECT
