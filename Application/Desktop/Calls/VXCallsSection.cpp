@@ -41,7 +41,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString seenKey = u"desktop.calls.seen"_s; // the date of the newest call that was looked at
+const QString seenKey = u"desktop.calls.seen"_s; // the date of the newest call that was seen
 
 struct ShownCall
 {
@@ -82,7 +82,7 @@ VXListRow rowOf(const VXManagedObjectPtr &object)
 } // namespace
 Q_DECLARE_METATYPE(ShownCall)
 
-/** What is known of the chosen call, and of who it was. */
+/** What is known about the selected call and the other party. */
 class VXCallsSection::Detail : public QWidget
 {
 public:
@@ -258,7 +258,7 @@ void VXCallsSection::listWasRead()
         _pane->choose(std::clamp(wanted, 0, _model->rowCount() - 1));
 }
 
-// In the list of all, newest first; it may lie on a page that nobody has read.
+// In the list of all calls, newest first; the call may be on a page that nobody has read.
 int VXCallsSection::countNewerThan(const VXManagedObjectID &call) const
 {
     VXManagedObjectContext context(_coordinator);
@@ -276,7 +276,7 @@ bool VXCallsSection::showObject(const QUrl &uri)
     _pane->search()->clear();
     _chips->button(int(Kind::All))->setChecked(true);
     showList();
-    _wantedRow = countNewerThan(call); // after the list was asked for, before it comes
+    _wantedRow = countNewerThan(call); // after the list was requested, before it arrives
     return true;
 }
 
@@ -311,7 +311,7 @@ QString VXCallsSection::chosenNumber() const
     return VXPhonebookStringSplit(chosenParty(), nullptr, &number) ? number : QString();
 }
 
-// Calls that were missed since the list was looked at.
+// Counts the calls that were missed since the list was last looked at.
 void VXCallsSection::updateBadge()
 {
     const QDateTime seen = VXUserDefaults::standardUserDefaults().objectForKey(seenKey).toDateTime();

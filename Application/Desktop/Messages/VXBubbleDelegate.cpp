@@ -20,7 +20,7 @@ constexpr int sideMargin = 20;
 constexpr int padding = 12;
 constexpr int radius = 16;
 constexpr int widestBubble = 520;
-constexpr qint64 secondsOfRun = 300; // between messages that share a time
+constexpr qint64 secondsOfRun = 300; // between messages that share one time label
 
 QFont smaller(QFont font)
 {
@@ -35,7 +35,7 @@ QString timeOf(const QDateTime &date)
 
 } // namespace
 
-/** Where the parts of a row lie. */
+/** The positions of a row's parts. */
 struct VXBubbleDelegate::Shape
 {
     VXShownMessage shown;
@@ -76,7 +76,7 @@ VXBubbleDelegate::Shape VXBubbleDelegate::shapeOf(const QStyleOptionViewItem &op
     const QRect most(0, 0, room - 2 * padding, 1 << 20);
     const QFontMetrics metrics(option.font);
     QRect text = metrics.boundingRect(most, shape.wrapping, message.text);
-    if (text.width() > most.width()) { // a word that is too long, as the address of a page
+    if (text.width() > most.width()) { // a word that is too long, for example a page's address
         shape.wrapping = Qt::TextWrapAnywhere;
         text = metrics.boundingRect(most, shape.wrapping, message.text);
     }

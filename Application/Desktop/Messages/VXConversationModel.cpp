@@ -77,7 +77,7 @@ QVariant VXConversationModel::data(const QModelIndex &index, int role) const
 
 namespace {
 
-/** What the outbox says of the messages that wait in it, by the URI of their drafts. */
+/** What the outbox says about the messages that wait in it, by the URI of their drafts. */
 QHash<QString, VXOutboxEntry> waitingMessages()
 {
     QHash<QString, VXOutboxEntry> waiting;
@@ -155,7 +155,7 @@ void VXConversationModel::read()
         });
 }
 
-// Rows come at the end, or above; where something else has changed all are drawn anew.
+// Rows are added at the end or at the top; if anything else has changed, all are redrawn.
 void VXConversationModel::take(const Rows &rows)
 {
     const bool isOther = std::exchange(_isOther, false);

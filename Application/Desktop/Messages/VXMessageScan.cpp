@@ -14,7 +14,7 @@ using Operator = VXPredicate::Operator;
 
 constexpr qsizetype firstStretch = 1'000; // to be shown at once
 constexpr qsizetype laterStretch = 10'000;
-constexpr qsizetype mostKept = 500; // of a stretch; with more it is looked through again
+constexpr qsizetype mostKept = 500; // per stretch; if more was found, it is searched again
 
 VXPredicate compare(const QString &key, Operator comparison, const QVariant &value, VXTextOptions options = {})
 {
@@ -59,7 +59,7 @@ void VXMessageScan::begin(VXManagedObjectContext &context, const QList<VXPredica
 {
     _context = &context;
     _text = text;
-    const QStringList parties = VXPartiesMeantBy(text); // by the names that they have now
+    const QStringList parties = VXPartiesMeantBy(text); // by their present names
     _parties = QSet<QString>(parties.cbegin(), parties.cend());
     _finds = finds;
     _known.clear();
@@ -80,7 +80,7 @@ VXPredicate VXMessageScan::has() const
          compare(u"conversation"_s, Operator::In, QVariantList(_parties.cbegin(), _parties.cend()))});
 }
 
-// Nothing of the context is left.
+// Nothing of the context remains.
 void VXMessageScan::end()
 {
     _context = nullptr;
@@ -94,7 +94,7 @@ bool VXMessageScan::isAtEnd() const
     return _held.isEmpty() && std::ranges::all_of(_parts, &Part::isDone);
 }
 
-// The part that is to be looked through next; nullptr for none.
+// The part to be searched next; nullptr if there is none.
 VXMessageScan::Part *VXMessageScan::newestPart()
 {
     Part *newest = nullptr;
@@ -142,7 +142,8 @@ std::optional<VXMessageScan::Messages> VXMessageScan::look(Part &part, VXError *
     part.newest = stretch.oldest ? stretch.oldest->toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
     bool isComplete = true;
     const bool isNarrower =
-        stretch.found && _text.contains(stretch.text) && stretch.parties.contains(_parties); // among which it is found
+        // The result is among those.
+        stretch.found && _text.contains(stretch.text) && stretch.parties.contains(_parties);
     const auto found = isNarrower ? lookAmongFound(stretch, error) : lookAmongAll(part, stretch, &isComplete, error);
     stretch.found.reset();
     if (found && isComplete) {
@@ -166,7 +167,7 @@ std::optional<VXMessageScan::Messages> VXMessageScan::lookAmongFound(const Stret
                  error);
 }
 
-// Where much is found, of conversations only what is wanted: not all of it need be made an object.
+// If there are many hits, only as many conversations as wanted are returned: not every hit has to become an object.
 std::optional<VXMessageScan::Messages> VXMessageScan::lookAmongAll(const Part &part, const Stretch &stretch,
                                                                    bool *isComplete, VXError *error) const
 {
@@ -196,7 +197,7 @@ std::optional<VXMessageScan::Messages> VXMessageScan::fetch(const QList<VXPredic
     return found ? std::optional(Messages(found->begin(), found->end())) : std::nullopt;
 }
 
-// As long as the index of dates alone makes it, whatever will be found in it.
+// Its length comes from the index of dates alone, whatever will be found in it.
 bool VXMessageScan::addStretch(Part &part, VXError *error)
 {
     Stretch added;

@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What becomes of a store's earlier ones, as the list of them calls it.
+// The name that the list of a store's earlier versions gives to the reason.
 QString textOfReason(const QString &reason)
 {
     return reason == "upgraded"_L1   ? VXText("before an upgrade")
@@ -102,7 +102,7 @@ private:
         menu.exec(button.mapToGlobal(button.rect().bottomLeft()));
     }
 
-    // The store is open: the earlier one takes its place when the program starts.
+    // The store is open: the earlier one replaces it when the program starts.
     static void takeBack(VXDataPlugin &plugin, const VXStorePast::Entry &entry)
     {
         VXApplication &application = VXApplication::sharedApplication();

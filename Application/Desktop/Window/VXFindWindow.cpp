@@ -116,7 +116,7 @@ void VXFindWindow::begin()
     _pane->search()->selectAll();
 }
 
-// Whatever it is that is slow, a letter is typed at once: another thread looks.
+// However slow searching is, typing must not be delayed: another thread searches.
 void VXFindWindow::find(const QString &words)
 {
     _words = words;
@@ -128,7 +128,7 @@ void VXFindWindow::find(const QString &words)
         answer.hasIndex = index != nullptr;
         if (index)
             answer.found = index->find(words, {}, most, &answer.error);
-        if (!answer.found && VXSearchIndex::discardIfDamaged(answer.error)) { // it is made again, as when it is missing
+        if (!answer.found && VXSearchIndex::discardIfDamaged(answer.error)) { // it is made again, as if it were missing
             for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
                 sync->setNeedsUpdate(true);
             answer = {};
@@ -165,7 +165,7 @@ void VXFindWindow::show(const QString &words, const Answer &answer)
 void VXFindWindow::choose(int row)
 {
     const QUrl uri = _model->uriAt(row);
-    if (uri.isEmpty() || !isVisible()) // some desktops take a click for a double one too
+    if (uri.isEmpty() || !isVisible()) // some desktops take a single click for a double click too
         return;
     accept();
     Q_EMIT chosen(uri);

@@ -14,17 +14,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int usualIdleSeconds = 30; // a user types on
+constexpr int usualIdleSeconds = 30; // a user will go on typing
 constexpr int mostIdleSeconds = 24 * 60 * 60;
 
-// In the program with windows, where it is installed.
+// Opens it in the program with windows, if that is installed.
 void open(const QString &url)
 {
     if (!VXDesktopProgram::open(url) && !url.isNull())
         VXStartBeside({u"open"_s, url});
 }
 
-// Without the plugins: desktops ask at each letter, and start this for it.
+// Without the plugins, because desktops ask after each letter, and start this for it.
 int runSearchService(VXHostContext &context)
 {
     const QString operand = context.options.operand(0);
