@@ -17,16 +17,16 @@ VX_EXPORT extern const QString VXFrameworkIdentifier;
 /** The framework's own bundle, found beside libVornix. Never null. Any thread. */
 VX_EXPORT VXBundle::Ptr VXFrameworkBundle();
 
-/** The framework's text in the user's language, from its table "Localizable"; the key when there is none. */
+/** The framework's text in the user's language, from its table "Localizable"; the key itself if there is none. */
 VX_EXPORT QString VXLocalizedString(const QString &key);
 
-/** The framework's text in the user's language, from its table "Localizable"; the key itself when there is none. */
+/** A text from the application's table "Global": the titles of buttons. */
 VX_EXPORT QString VXGlobalString(const QString &key);
 
-/** A text from the application's table "Global": the titles of buttons. */
+/** The framework's version, such as "2.0.0". */
 VX_EXPORT QString VXFrameworkVersion();
 
-/** The framework's version, such as "2.0.0". */
+/** Registers the default preferences in the bundle's resource "defaults.plist", if it has one. Any thread. */
 VX_EXPORT void VXRegisterDefaultsOfBundle(const VXBundle &bundle);
 
 /**

@@ -43,8 +43,8 @@ enum VXHotKeyStatus : quint32 {
     VXHotKeyDone = 0,
     VXHotKeyNotConnected = 1, // there is no service, or it went away
     VXHotKeyTaken = 2,        // another program has the combination
-    VXHotKeyNoSuchKey = 3,    // the keyboard lacks the key or a modifier
-    VXHotKeyUnknownRef = 4,   // the key or a modifier does not exist on the keyboard
+    VXHotKeyNoSuchKey = 3,    // the key or a modifier does not exist on the keyboard
+    VXHotKeyUnknownRef = 4,   // tried to unregister something that is not registered
 };
 
 /**

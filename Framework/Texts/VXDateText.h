@@ -8,8 +8,8 @@
 /** How much of a date is shown. */
 enum class VXDateStyle {
     Full,  // "yesterday, 09:12", "Monday, 09:12", "3 March, 09:12", "3 March 2021, 09:12"
-    Short, // for a narrow column: "09:12" of today, else "yesterday", "Monday", "3 March", "03/03/2021"
-    Day,   // for narrow columns: "09:12" for today, otherwise "yesterday", "Monday", "3 March", "03/03/2021"
+    Short, // for narrow columns: "09:12" for today, otherwise "yesterday", "Monday", "3 March", "03/03/2021"
+    Day,   // for dividers in a list: "today", "yesterday", "Monday", "3 March", "3 March 2021"
 };
 
 /**

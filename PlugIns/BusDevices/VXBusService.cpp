@@ -173,7 +173,7 @@ void VXBusService::activate()
 void VXBusService::concludeStart(const QDBusMessage &answer)
 {
     if (answer.type() != QDBusMessage::ErrorMessage || !std::exchange(_isStarting, false))
-        return; // it will appear, or is about to
+        return; // it will appear, or already has
     _isInstalled = !answer.errorName().endsWith(".ServiceUnknown"_L1);
     const QString why = answer.errorMessage();
     const QString end = why.endsWith(u'.') ? QString() : u"."_s; // the remedy follows it
